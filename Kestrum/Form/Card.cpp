@@ -1,0 +1,1 @@
+#include "Kestrum/Form/Card.h"

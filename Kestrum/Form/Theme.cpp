@@ -1,0 +1,1 @@
+#include "Kestrum/Form/Theme.h"

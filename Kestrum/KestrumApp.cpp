@@ -1,0 +1,1 @@
+#include "Kestrum/KestrumApp.h"

@@ -1,0 +1,5 @@
+#include "KestrumShared/Drawing/Canvas.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QList>
+#include <QtGlobal>
+#include <optional>
+
+namespace kestrum {
+
+/// Everything that a menu-bar item draws. Fractions are 0…1; an absent value means that the machine has no such sensor or
+/// that it was not read yet, and is never shown as zero. Items hold their readings weakly.
+class MenuBarReadings {
+public:
+    virtual ~MenuBarReadings() = default;
+
+    virtual double cpuUsage() const = 0;
+    /// Load of each logical core, efficiency cores first.
+    virtual QList<double> coreUsages() const = 0;
+    /// How many of the last entries of `coreUsages` are performance cores.
+    virtual int performanceCoreCount() const = 0;
+    /// Recent total loads, oldest first.
+    virtual QList<double> cpuHistory() const = 0;
+    virtual std::optional<double> cpuTemperature() const = 0; ///< °C
+    virtual std::optional<double> cpuWatts() const = 0;
+    virtual std::optional<double> gpuTemperature() const = 0; ///< °C
+    virtual std::optional<double> hottestCelsius() const = 0;
+    virtual std::optional<double> fastestFanRPM() const = 0;
+    virtual std::optional<double> systemWatts() const = 0;
+    virtual double memoryUsage() const = 0;
+    virtual double memoryPressure() const = 0;
+    virtual quint64 swapUsed() const = 0; ///< bytes
+    virtual double storageUsage() const = 0;
+    virtual qint64 availableStorage() const = 0; ///< bytes
+
+protected:
+    MenuBarReadings() = default;
+    MenuBarReadings(const MenuBarReadings &) = default;
+    MenuBarReadings &operator=(const MenuBarReadings &) = default;
+};
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Drawing/SampleReadings.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Drawing/StatusMetricView.h"
+
+namespace kestrum {
+
+} // namespace kestrum

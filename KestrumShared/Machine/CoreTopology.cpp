@@ -1,0 +1,5 @@
+#include "KestrumShared/Machine/CoreTopology.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Platform/KernelValues.h"
+
+#include <QList>
+#include <QString>
+
+namespace kestrum {
+
+/// Cores of one performance level.
+struct CoreTier {
+    QString name; ///< as the kernel names it, or "Level N"
+    int count = 0; ///< logical processors
+    bool operator==(const CoreTier &) const = default;
+};
+
+namespace CoreTopology {
+
+    /// This machine's tiers, fastest first, found once per process. Empty when all cores are alike.
+    const QList<CoreTier> &tiers();
+
+    /// Logical cores of all tiers, or the active processors when there are no tiers.
+    int totalCores();
+
+    /// The same for any machine.
+    QList<CoreTier> tiers(const KernelValues &kernel);
+    int totalCores(const QList<CoreTier> &tiers, const KernelValues &kernel);
+
+    /// Makes `tiers` this machine's from now on, so that another machine's items can be drawn here.
+    void useTiers(const QList<CoreTier> &tiers);
+
+} // namespace CoreTopology
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Settings/MeterSettings.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Settings/SharedSettings.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "KestrumShared/Vocabulary/Enumeration.h"
+#include "Platform/UserDefaults.h"
+
+#include <QJsonObject>
+#include <QString>
+
+namespace kestrum {
+
+/// The settings that the application and the agent share, and the signals by which they tell each other to look.
+namespace SharedSettings {
+
+    /// "KESTRUM_SETTINGS_SUITE" of the environment as it stands, else the application group's name. Fixed at the first
+    /// call.
+    const QString &suiteName();
+
+    /// The domain named `suiteName`; the process's own domain when that name is refused. Lives until the process ends.
+    UserDefaults &store();
+
+    /// The 23 factory defaults, to be registered at start-up.
+    const QJsonObject &factoryDefaults();
+
+    enum class Signal { settings, quitAgent, openSettings, checkForUpdates, updateAvailable, menuBarChanged };
+
+    /// The signal's full name: the suite name, a full stop and the case's name.
+    QString name(Signal signal);
+
+    /// Tells every process that listens. Never fails, never blocks; any thread.
+    void post(Signal signal);
+
+} // namespace SharedSettings
+
+template <> struct Enumeration<SharedSettings::Signal> {
+    using Signal = SharedSettings::Signal;
+    static constexpr EnumerationCase<Signal> cases[] = {
+        { Signal::settings, "settings", nullptr },
+        { Signal::quitAgent, "quitAgent", nullptr },
+        { Signal::openSettings, "openSettings", nullptr },
+        { Signal::checkForUpdates, "checkForUpdates", nullptr },
+        { Signal::updateAvailable, "updateAvailable", nullptr },
+        { Signal::menuBarChanged, "menuBarChanged", nullptr },
+    };
+};
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Settings/SignalListener.h"
+
+namespace kestrum {
+
+} // namespace kestrum

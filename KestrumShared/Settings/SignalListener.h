@@ -1,0 +1,30 @@
+#pragma once
+
+#include "KestrumShared/Settings/SharedSettings.h"
+#include "Platform/NotificationCentre.h"
+
+#include <QList>
+#include <functional>
+
+namespace kestrum {
+
+/// Owns registrations for signals and ends them, in order, when it is destroyed. Main thread only.
+class SignalListener {
+public:
+    SignalListener() = default;
+    ~SignalListener();
+    SignalListener(const SignalListener &) = delete;
+    SignalListener &operator=(const SignalListener &) = delete;
+
+    /// Runs `handler` on the main thread after each post of `signal`. A registration that fails is passed over in
+    /// silence; `handler` then never runs.
+    void listen(SharedSettings::Signal signal, std::function<void()> handler);
+
+    /// The live registrations, in the order in which they were made.
+    const QList<NotificationCentre::Token> &tokens() const { return m_tokens; }
+
+private:
+    QList<NotificationCentre::Token> m_tokens;
+};
+
+} // namespace kestrum

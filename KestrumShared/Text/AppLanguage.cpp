@@ -1,0 +1,5 @@
+#include "KestrumShared/Text/AppLanguage.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Text/BundleVersion.h"
+
+namespace kestrum {
+
+} // namespace kestrum

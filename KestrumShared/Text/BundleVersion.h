@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Platform/Bundle.h"
+
+#include <QString>
+
+namespace kestrum {
+
+namespace BundleVersion {
+
+    /// Version and build of `bundle` as people read it, such as "0.2.3 (41)"; "?" stands for what is missing.
+    QString text(const Bundle &bundle = Bundle::main());
+
+} // namespace BundleVersion
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Text/ByteText.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Text/TextLocale.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+#include <unicode/numberformatter.h>
+
+namespace kestrum {
+
+/// The locale of all numbers that people see: words, digits and unit symbols follow the interface language, decimal and
+/// grouping separators the user's region.
+namespace TextLocale {
+
+    /// A number formatter for `language` (a code such as "de") and `region` (such as "US", may be empty).
+    icu::number::LocalizedNumberFormatter formatter(const QString &language, const QString &region,
+        const icu::number::UnlocalizedNumberFormatter &settings);
+
+    QString fromUnicode(const icu::UnicodeString &text);
+
+} // namespace TextLocale
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "KestrumShared/Text/Units.h"
+
+namespace kestrum {
+
+} // namespace kestrum

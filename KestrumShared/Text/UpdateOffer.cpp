@@ -1,0 +1,5 @@
+#include "KestrumShared/Text/UpdateOffer.h"
+
+namespace kestrum {
+
+} // namespace kestrum

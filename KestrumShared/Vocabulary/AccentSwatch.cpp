@@ -1,0 +1,5 @@
+#include "KestrumShared/Vocabulary/AccentSwatch.h"
+
+namespace kestrum {
+
+} // namespace kestrum

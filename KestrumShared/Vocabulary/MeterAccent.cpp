@@ -1,0 +1,5 @@
+#include "KestrumShared/Vocabulary/MeterAccent.h"
+
+namespace kestrum {
+
+} // namespace kestrum

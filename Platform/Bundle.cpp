@@ -1,0 +1,5 @@
+#include "Platform/Bundle.h"
+
+namespace kestrum {
+
+} // namespace kestrum

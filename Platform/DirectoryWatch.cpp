@@ -1,0 +1,5 @@
+#include "Platform/DirectoryWatch.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/FileName.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/GenerationCounter.h"
+
+namespace kestrum {
+
+} // namespace kestrum

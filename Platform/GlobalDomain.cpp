@@ -1,0 +1,5 @@
+#include "Platform/GlobalDomain.h"
+
+namespace kestrum {
+
+} // namespace kestrum

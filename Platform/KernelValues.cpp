@@ -1,0 +1,5 @@
+#include "Platform/KernelValues.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/Log.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/NotificationCentre.h"
+
+namespace kestrum {
+
+} // namespace kestrum

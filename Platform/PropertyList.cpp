@@ -1,0 +1,5 @@
+#include "Platform/PropertyList.h"
+
+namespace kestrum {
+
+} // namespace kestrum

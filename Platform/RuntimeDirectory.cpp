@@ -1,0 +1,5 @@
+#include "Platform/RuntimeDirectory.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/SettingsFile.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/SettingsText.h"
+
+namespace kestrum {
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/SymbolImage.h"
+
+namespace kestrum {
+
+} // namespace kestrum

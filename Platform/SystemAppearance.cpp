@@ -1,0 +1,5 @@
+#include "Platform/SystemAppearance.h"
+
+namespace kestrum {
+
+} // namespace kestrum

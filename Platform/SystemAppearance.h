@@ -1,0 +1,34 @@
+#pragma once
+
+#include <QColor>
+#include <QObject>
+
+namespace kestrum {
+
+enum class ColourScheme { light, dark };
+
+/// The desktop's light or dark scheme and its accent colour. Starts from the application's palette, so that nothing
+/// waits at start-up; the desktop portal's answer, when it comes, is told by `changed`. One per process, main thread.
+class SystemAppearance : public QObject {
+    Q_OBJECT
+public:
+    static SystemAppearance &shared();
+
+    ColourScheme scheme() const { return m_scheme; }
+
+    /// Fixes the scheme, for pictures and tests; nothing follows the desktop from then on.
+    void setScheme(ColourScheme scheme);
+
+Q_SIGNALS:
+    void changed();
+
+private:
+    SystemAppearance();
+    void adoptPalette();
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
+    ColourScheme m_scheme = ColourScheme::light;
+    bool m_isFixed = false;
+};
+
+} // namespace kestrum

@@ -1,0 +1,5 @@
+#include "Platform/UserDefaults.h"
+
+namespace kestrum {
+
+} // namespace kestrum

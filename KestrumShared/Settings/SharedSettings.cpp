@@ -1,5 +1,65 @@
 #include "KestrumShared/Settings/SharedSettings.h"
 
+#include "KestrumShared/Settings/Keys.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/NotificationCentre.h"
+
 namespace kestrum {
+
+namespace {
+
+    QString chosenSuiteName()
+    {
+        constexpr char variable[] = "KESTRUM_SETTINGS_SUITE";
+        if (qEnvironmentVariableIsSet(variable))
+            return qEnvironmentVariable(variable);
+        return QStringLiteral("T4K9ZR2MXB.com.orvale.kestrum");
+    }
+
+    template <class T> void addDefault(QJsonObject &defaults, const Key<T> &key)
+    {
+        if constexpr (std::is_same_v<T, QString>)
+            defaults.insert(QLatin1StringView(key.name), QString::fromUtf8(key.factoryDefault));
+        else
+            defaults.insert(QLatin1StringView(key.name), SettingCoding<T>::stored(key.factoryDefault));
+    }
+
+} // namespace
+
+const QString &SharedSettings::suiteName()
+{
+    static const QString name = chosenSuiteName();
+    return name;
+}
+
+UserDefaults &SharedSettings::store()
+{
+    // Opened once and never closed: views and handlers hold references to it until the very end of the process.
+    static UserDefaults *const store = [] {
+        UserDefaults *suite = UserDefaults::withSuiteName(suiteName()).release();
+        return suite ? suite : &UserDefaults::standard();
+    }();
+    return *store;
+}
+
+const QJsonObject &SharedSettings::factoryDefaults()
+{
+    static const QJsonObject defaults = [] {
+        QJsonObject object;
+        std::apply([&object](const auto &...key) { (addDefault(object, key), ...); }, Keys::registered);
+        return object;
+    }();
+    return defaults;
+}
+
+QString SharedSettings::name(Signal signal)
+{
+    return suiteName() + QLatin1Char('.') + rawValue(signal);
+}
+
+void SharedSettings::post(Signal signal)
+{
+    NotificationCentre::post(name(signal));
+}
 
 } // namespace kestrum

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "KestrumShared/Vocabulary/MonitorSection.h"
+
+#include <QList>
+#include <optional>
+
+namespace kestrum {
+
+/// Where the items of the strip stand, in points from its left edge, with the present settings.
+struct StripLayout {
+    struct Item {
+        MonitorSection section;
+        std::optional<double> x; ///< nothing for a hidden item, which takes no room
+        double width;            ///< of a hidden item: what it would take
+
+        bool isShown() const { return x.has_value(); }
+    };
+
+    /// Between two neighbours.
+    static constexpr double spacing = 8;
+
+    QList<Item> items; ///< every section of the stored order, hidden ones included
+    double width = 0;  ///< of the whole strip; 0 when nothing is shown
+
+    static StripLayout current();
+    /// The same for any order.
+    static StripLayout of(const QList<MonitorSection>& order);
+};
+
+} // namespace kestrum

@@ -9,21 +9,21 @@ namespace kestrum {
 /// standard error, and with native fields to the journal where standard error is the journal.
 namespace Log {
 
-    /// The category of `area` ("store", "signals", …). Created on first use, lives until the process ends.
-    const QLoggingCategory &category(const char *area);
+/// The category of `area` ("store", "signals", …). Created on first use, lives until the process ends.
+const QLoggingCategory& category(const char* area);
 
-    /// `value` made safe for one log line: control characters are escaped, so that a path cannot forge a
-    /// line, and the text is cut at 256 UTF-8 bytes.
-    QString escaped(const QString &value);
+/// `value` made safe for one log line: control characters are escaped, so that a path cannot forge a
+/// line, and the text is cut at 256 UTF-8 bytes.
+QString escaped(const QString& value);
 
-    void warning(const char *area, const QString &message);
-    void info(const char *area, const QString &message);
+void warning(const char* area, const QString& message);
+void info(const char* area, const QString& message);
 
-    /// Logs `message` as a warning the first time it is given and never again in this process.
-    void warnOnce(const char *area, const QString &message);
+/// Logs `message` as a warning the first time it is given and never again in this process.
+void warnOnce(const char* area, const QString& message);
 
-    /// Sends Qt's messages through this log's format. Called once, first thing in `main`.
-    void install();
+/// Sends Qt's messages through this log's format. Called once, first thing in `main`.
+void install();
 
 } // namespace Log
 } // namespace kestrum

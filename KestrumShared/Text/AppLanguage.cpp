@@ -1,5 +1,189 @@
 #include "KestrumShared/Text/AppLanguage.h"
 
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Bundle.h"
+#include "Platform/GlobalDomain.h"
+#include "Platform/UserDefaults.h"
+
+#include <QJsonArray>
+#include <algorithm>
+#include <unicode/localematcher.h>
+#include <unicode/locid.h>
+#include <unicode/stringoptions.h>
+#include <unicode/uloc.h>
+#include <vector>
+
 namespace kestrum {
+namespace {
+
+constexpr char processLanguagesKey[] = "AppleLanguages";
+
+QString& launched()
+{
+    static QString code;
+    return code;
+}
+
+QString developmentLanguage()
+{
+    return Bundle::main().developmentLocalization().value_or(QStringLiteral("en"));
+}
+
+icu::Locale localeOf(const QString& code)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const QByteArray tag = QString(code).replace(QLatin1Char('_'), QLatin1Char('-')).toUtf8();
+    const auto locale = icu::Locale::forLanguageTag(tag.constData(), status);
+    return U_SUCCESS(status) ? locale : icu::Locale::getRoot();
+}
+
+// The one of `shipped` that serves a reader of `wanted` best; empty when none comes close.
+QString bestMatch(const QStringList& shipped, const QStringList& wanted)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    icu::LocaleMatcher::Builder builder;
+    builder.setNoDefaultLocale();
+    QStringList candidates;
+    for (const QString& code : shipped) {
+        // A folder that is named after no language would match any.
+        const icu::Locale locale = localeOf(code);
+        if (*locale.getLanguage() == '\0')
+            continue;
+        builder.addSupportedLocale(locale);
+        candidates.append(code);
+    }
+    const icu::LocaleMatcher matcher = builder.build(status);
+
+    std::vector<icu::Locale> desired;
+    for (const QString& code : wanted)
+        desired.push_back(localeOf(code));
+    icu::Locale::RangeIterator<std::vector<icu::Locale>::const_iterator> iterator(
+        desired.cbegin(), desired.cend());
+    const auto result = matcher.getBestMatchResult(iterator, status);
+    if (U_FAILURE(status) || result.getSupportedIndex() < 0)
+        return {};
+    return candidates.value(result.getSupportedIndex());
+}
+
+// Matching takes long enough to be felt by a page full of texts, and depends on nothing but its two
+// arguments: the last result is kept with them.
+QString preferred(const QStringList& shipped, const QStringList& wanted)
+{
+    struct Match {
+        QStringList shipped;
+        QStringList wanted;
+        QString code;
+    };
+    static Match last;
+    if (last.shipped != shipped || last.wanted != wanted)
+        last = { shipped, wanted, bestMatch(shipped, wanted) };
+    return last.code;
+}
+
+// The language's name for itself as it begins a line: "Deutsch", "Français", "日本語".
+QString ownName(const QString& code)
+{
+    const icu::Locale locale = localeOf(code);
+    UErrorCode status = U_ZERO_ERROR;
+    UChar language[2];
+    uloc_getDisplayLanguage(locale.getName(), locale.getName(), language, 0, &status);
+    // The warning says that the name would be the code again, or in the session's language.
+    if (status == U_USING_DEFAULT_WARNING)
+        return code;
+    icu::UnicodeString name;
+    locale.getDisplayName(locale, name);
+    // Capitals that a name has inside ("isiZulu") are its own.
+    name.toTitle(nullptr, locale, U_TITLECASE_NO_LOWERCASE);
+    return QString::fromUtf16(name.getBuffer(), name.length());
+}
+
+} // namespace
+
+QString AppLanguage::choice()
+{
+    static constexpr char override[] = "KESTRUM_LANGUAGE";
+    if (qEnvironmentVariableIsSet(override))
+        return QString::fromUtf8(qgetenv(override));
+    return Setting { Keys::language }.value();
+}
+
+QString AppLanguage::code()
+{
+    const QString wish = choice();
+    const QStringList languages = shipped();
+    if (wish != QLatin1StringView(systemChoice) && languages.contains(wish))
+        return wish;
+    const QString match = preferred(languages, systemLanguages());
+    return match.isEmpty() ? developmentLanguage() : match;
+}
+
+QString AppLanguage::launchedCode()
+{
+    return launched();
+}
+
+void AppLanguage::recordLaunchedCode()
+{
+    launched() = code();
+}
+
+QString AppLanguage::string(const char* key)
+{
+    return string(QString::fromUtf8(key));
+}
+
+QString AppLanguage::string(const QString& key)
+{
+    const QString language = code();
+    if (language == developmentLanguage())
+        return key;
+    return Bundle::main().localizedString(key, language);
+}
+
+QStringList AppLanguage::shipped()
+{
+    const QString development = developmentLanguage();
+    QStringList result { development };
+    for (const QString& name : Bundle::main().localizations()) {
+        if (name != QLatin1StringView("Base") && name != development)
+            result.append(name);
+    }
+    return result;
+}
+
+QStringList AppLanguage::systemLanguages()
+{
+    const QStringList languages = GlobalDomain::languages();
+    return languages.isEmpty() ? QStringList { QStringLiteral("en") } : languages;
+}
+
+QList<std::pair<QString, QString>> AppLanguage::available()
+{
+    QList<std::pair<QString, QString>> result;
+    for (const QString& code : shipped())
+        result.append({ code, ownName(code) });
+    std::stable_sort(result.begin(), result.end(),
+        [](const auto& left, const auto& right) { return left.second < right.second; });
+    return result;
+}
+
+void AppLanguage::applyChoiceToProcessDefaults()
+{
+    const QString wish = choice();
+    auto& defaults = UserDefaults::standard();
+    if (wish == QLatin1StringView(systemChoice) || !shipped().contains(wish)) {
+        defaults.remove(processLanguagesKey);
+        return;
+    }
+    QStringList languages = systemLanguages();
+    languages.removeAll(wish);
+    languages.prepend(wish);
+    defaults.set(processLanguagesKey, QJsonArray::fromStringList(languages));
+}
+
+bool AppLanguage::processIsStale()
+{
+    return !launched().isEmpty() && code() != launched();
+}
 
 } // namespace kestrum

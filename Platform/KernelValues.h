@@ -1,32 +1,38 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <optional>
 
 namespace kestrum {
 
 /// Facts about the processor by name, answered from /sys. Known names: "hw.nperflevels",
-/// "hw.perflevelN.logicalcpu", "hw.perflevelN.name", level 0 being the fastest. An ordinary machine, whose cores are
-/// all alike, has none of them.
+/// "hw.perflevelN.logicalcpu", "hw.perflevelN.name", level 0 being the fastest. An ordinary machine, whose
+/// cores are all alike, has none of them.
 class KernelValues {
 public:
     /// `root` is put before every path, so that a copied tree can stand for a machine.
-    explicit KernelValues(const QString &root = {});
+    explicit KernelValues(const QString& root = {});
 
-    std::optional<qint64> integer(const QByteArray &name) const;
+    std::optional<qint64> integer(const QByteArray& name) const;
     /// The raw bytes of a text value, without a terminating zero.
-    std::optional<QByteArray> text(const QByteArray &name) const;
+    std::optional<QByteArray> text(const QByteArray& name) const;
 
     /// Processors that are switched on, at least 1.
     int activeProcessorCount() const;
 
 private:
     struct Level {
-        int logicalCpus = 0;
+        std::optional<int> logicalCpus; ///< nothing when the kernel's list cannot be read
         QByteArray name;
     };
+    struct Value {
+        Level level;
+        QByteArray property;
+    };
     QList<Level> levels() const;
+    std::optional<Value> levelValue(const QByteArray& name) const;
     QString m_root;
 };
 

@@ -1,5 +1,76 @@
 #include "KestrumShared/Text/ByteText.h"
 
+#include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/TextLocale.h"
+#include "Platform/GlobalDomain.h"
+
+#include <cmath>
+#include <iterator>
+#include <unicode/measunit.h>
+
 namespace kestrum {
+namespace {
+
+struct Unit {
+    icu::MeasureUnit (*measure)();
+    int decimals;
+};
+
+// The larger the unit, the more a decimal is worth: tenths of a kilobyte interest nobody, hundredths of a
+// gigabyte are ten megabytes.
+constexpr Unit units[] = {
+    { icu::MeasureUnit::getByte, 0 },
+    { icu::MeasureUnit::getKilobyte, 0 },
+    { icu::MeasureUnit::getMegabyte, 1 },
+    { icu::MeasureUnit::getGigabyte, 2 },
+    { icu::MeasureUnit::getTerabyte, 2 },
+    { icu::MeasureUnit::getPetabyte, 2 },
+};
+
+// Halves to the even neighbour, as in all formatted numbers.
+double rounded(double value, int decimals)
+{
+    const double scale = std::pow(10.0, decimals);
+    return std::nearbyint(value * scale) / scale;
+}
+
+} // namespace
+
+ByteText::Style::Style(Counting counting, QString language, QString region)
+    : m_counting(counting)
+    , m_language(std::move(language))
+    , m_region(std::move(region))
+{
+}
+
+ByteText::Style ByteText::style(Counting counting)
+{
+    return { counting, AppLanguage::code(), GlobalDomain::numberRegion() };
+}
+
+QString ByteText::Style::format(qint64 bytes) const
+{
+    const double base = m_counting == Counting::memory ? 1024 : 1000;
+    double unitBytes = 1;
+    auto shown = double(bytes);
+    size_t unit = 0;
+    // The rounded value decides: 999,999 bytes are "1 MB", never "1000 kB". A negative count (what a volume
+    // has less than before) mirrors the positive one.
+    while (std::abs(shown) >= base && unit + 1 < std::size(units)) {
+        ++unit;
+        unitBytes *= base;
+        shown = rounded(double(bytes) / unitBytes, units[unit].decimals);
+    }
+
+    // Symbols from kilobytes on; bytes have no symbol that everybody knows, so their name is written out:
+    // "512 bytes".
+    const auto settings = icu::number::NumberFormatter::with()
+                              .unit(units[unit].measure())
+                              .unitWidth(unit == 0 ? UNUM_UNIT_WIDTH_FULL_NAME : UNUM_UNIT_WIDTH_SHORT)
+                              .precision(icu::number::Precision::maxFraction(units[unit].decimals));
+    UErrorCode status = U_ZERO_ERROR;
+    return TextLocale::fromUnicode(
+        TextLocale::formatter(m_language, m_region, settings).formatDouble(shown, status).toString(status));
+}
 
 } // namespace kestrum

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "KestrumShared/Drawing/MonospacedDigits.h"
+
 #include <QColor>
 #include <QFont>
 #include <QImage>
@@ -11,32 +13,37 @@
 
 namespace kestrum {
 
-/// A painter for a drawing whose origin is at the bottom left, y upwards: the only place that turns coordinates over.
-/// Sizes are points. Borrows the painter, whose state it leaves as it found it.
+/// A painter for a drawing whose origin is at the bottom left, y upwards: the only place that turns
+/// coordinates over. Sizes are points. Borrows the painter, whose state it leaves as it found it.
 class Canvas {
 public:
     /// A drawing of `size` points whose top left corner stands at `topLeft` of the painter's coordinates.
-    Canvas(QPainter &painter, const QPointF &topLeft, const QSizeF &size);
+    Canvas(QPainter& painter, const QPointF& topLeft, const QSizeF& size);
     ~Canvas();
-    Canvas(const Canvas &) = delete;
-    Canvas &operator=(const Canvas &) = delete;
+    Canvas(const Canvas&) = delete;
+    Canvas& operator=(const Canvas&) = delete;
 
     QRectF bounds() const { return QRectF(QPointF(0, 0), m_size); }
 
     /// Rectangles are given by their bottom left corner and size.
-    void fillRect(const QRectF &rect, const QColor &colour);
-    void fillRoundedRect(const QRectF &rect, double radius, const QColor &colour);
-    void strokeRoundedRect(const QRectF &rect, double radius, double lineWidth, const QColor &colour);
-    void fillPolygon(const QPolygonF &polygon, const QColor &colour);
-    /// The text's line box has its bottom left corner at `origin`.
-    void drawText(const QPointF &origin, const QString &text, const QFont &font, const QColor &colour);
-    void drawImage(const QRectF &rect, const QImage &image);
+    void fillRect(const QRectF& rect, const QColor& colour);
+    void fillRoundedRect(const QRectF& rect, double radius, const QColor& colour);
+    void strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour);
+    void fillPolygon(const QPolygonF& polygon, const QColor& colour);
+    /// The text's line box has its bottom left corner at `origin`. `shrink` makes the font's size, which is
+    /// whole pixels in Qt, any size.
+    void drawText(const QPointF& origin, const QString& text, const QFont& font, const QColor& colour,
+        double shrink = 1);
+    void drawText(
+        const QPointF& origin, const QString& text, const MonospacedDigits& font, const QColor& colour);
+    /// The image, of its own size in points, with its bottom left corner at `origin`.
+    void drawImage(const QPointF& origin, const QImage& image);
 
 private:
     double turned(double y) const { return m_size.height() - y; }
-    QRectF turned(const QRectF &rect) const;
+    QRectF turned(const QRectF& rect) const;
 
-    QPainter &m_painter;
+    QPainter& m_painter;
     QSizeF m_size;
 };
 

@@ -11,7 +11,7 @@ public:
     /// For this machine.
     SampleReadings();
     /// For a machine of `totalCores` cores in `tiers`, fastest first.
-    SampleReadings(const QList<CoreTier> &tiers, int totalCores);
+    SampleReadings(const QList<CoreTier>& tiers, int totalCores);
 
     double cpuUsage() const override { return 0.42; }
     QList<double> coreUsages() const override { return m_coreUsages; }

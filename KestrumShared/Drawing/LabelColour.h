@@ -1,0 +1,15 @@
+#pragma once
+
+#include "Platform/SystemAppearance.h"
+
+#include <QColor>
+
+namespace kestrum {
+
+/// The colour of labels, symbols and texts on the desktop's own grounds.
+inline QColor labelColour(ColourScheme scheme)
+{
+    return scheme == ColourScheme::dark ? QColor(0xF2, 0xF2, 0xF4) : QColor(0x1D, 0x1D, 0x1F);
+}
+
+} // namespace kestrum

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <QColor>
+#include <QFont>
+#include <QHash>
+#include <QPainter>
+#include <QRawFont>
+#include <QStringView>
+
+namespace kestrum {
+
+/// Texts whose digits all take the room of the widest one, so that a number that counts does not jitter:
+/// Qt 6.4 cannot ask a font for its tabular figures. For short texts of numbers and units in left-to-right
+/// order.
+class MonospacedDigits {
+public:
+    explicit MonospacedDigits(const QFont& font);
+
+    const QFont& font() const { return m_font; }
+    double lineHeight() const { return m_ascent + m_descent; }
+    double descent() const { return m_descent; }
+    double width(const QString& text) const;
+
+    /// Draws with the left end of the text's base line at `origin`.
+    void draw(QPainter& painter, const QPointF& origin, const QString& text, const QColor& colour) const;
+
+private:
+    struct Glyph {
+        quint32 index;  ///< 0 when the font has none
+        double offset;  ///< from the left end of its cell
+        double advance; ///< width of the cell
+    };
+    const Glyph& glyph(QChar character) const;
+
+    QFont m_font;
+    QRawFont m_rawFont;
+    double m_ascent;
+    double m_descent;
+    double m_digitAdvance = 0;
+    mutable QHash<QChar, Glyph> m_glyphs;
+};
+
+} // namespace kestrum

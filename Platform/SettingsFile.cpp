@@ -1,5 +1,302 @@
+// How a save goes, and why nothing is lost whatever happens in between:
+//   1. take the lock beside the suite, so that nobody else's save falls between our reading and our writing;
+//   2. follow the symbolic link, for people keep their settings files elsewhere and link them;
+//   3. read what is there now; what cannot be read is never written over;
+//   4. merge, and stop when that changes nothing;
+//   5. to 7. replace the file (see FileReplacement), with the copy of a damaged one made before.
+// The lock ends with the descriptor, on every way out.
+
 #include "Platform/SettingsFile.h"
 
+#include "Platform/FileDescriptor.h"
+#include "Platform/FileReplacement.h"
+#include "Platform/Log.h"
+#include "Platform/SettingsLock.h"
+#include "Platform/SettingsText.h"
+
+#include <QFile>
+#include <ctime>
+#include <fcntl.h>
+#include <optional>
+#include <sys/stat.h>
+
 namespace kestrum {
+
+namespace {
+
+constexpr char logArea[] = "store";
+
+qint64 nanoseconds(const struct timespec& time)
+{
+    return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+SettingsFile::Identity identityOf(const struct stat& state)
+{
+    return { state.st_dev, state.st_ino, state.st_size, nanoseconds(state.st_mtim),
+        nanoseconds(state.st_ctim) };
+}
+
+/// Whether the file may be written once more within the tick of its last time stamp. Ticks are 10 ms at most.
+bool isFresh(const struct stat& state)
+{
+    constexpr qint64 twoTicks = 20'000'000;
+    struct timespec now;
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    return qAbs(nanoseconds(now) - nanoseconds(state.st_ctim)) < twoTicks;
+}
+
+struct Place {
+    QByteArray directory;
+    QByteArray name;
+};
+
+Place placeOf(const QByteArray& path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    if (slash < 0)
+        return { QByteArrayLiteral("."), path };
+    return { slash == 0 ? QByteArrayLiteral("/") : path.left(slash), path.mid(slash + 1) };
+}
+
+/// `path` and where its symbolic links lead, one after the other. As many as the kernel follows.
+QByteArrayList linksFrom(const QByteArray& path)
+{
+    constexpr qsizetype mostLinks = 40;
+    QByteArrayList places { path };
+    char link[PATH_MAX];
+    while (places.size() <= mostLinks) {
+        const ssize_t length = ::readlink(places.constLast().constData(), link, sizeof link);
+        if (length <= 0)
+            break;
+        const QByteArray next(link, length);
+        places.append(next.startsWith('/') ? next : placeOf(places.constLast()).directory + '/' + next);
+    }
+    return places;
+}
+
+FileDescriptor openedDirectory(const QByteArray& path)
+{
+    return FileDescriptor(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+/// Makes `path` and what is missing above it, for us alone, and brings each new entry to disk.
+bool makeDirectory(const QByteArray& path)
+{
+    if (::mkdir(path.constData(), 0700) != 0) {
+        if (errno == EEXIST)
+            return true; // what is no directory is told by whoever uses it
+        if (errno != ENOENT || placeOf(path).directory == path)
+            return false;
+        if (!makeDirectory(placeOf(path).directory)
+            || (::mkdir(path.constData(), 0700) != 0 && errno != EEXIST))
+            return false;
+    }
+    const FileDescriptor parent = openedDirectory(placeOf(path).directory);
+    return parent.isValid() && !FileReplacement::syncDirectory(parent.get());
+}
+
+/// Reads the file up to its end; nothing when that fails (`errno`) or is more than `most` bytes (EFBIG).
+std::optional<QByteArray> bytesOf(int file, qsizetype most)
+{
+    constexpr qsizetype step = 16 * 1024;
+    QByteArray bytes;
+    while (bytes.size() <= most) {
+        const qsizetype size = bytes.size();
+        bytes.resize(size + step);
+        const ssize_t count = ::read(file, bytes.data() + size, size_t(step));
+        bytes.resize(size + qMax<ssize_t>(count, 0));
+        if (count == 0)
+            return bytes;
+        if (count < 0 && errno != EINTR)
+            return std::nullopt;
+    }
+    errno = EFBIG;
+    return std::nullopt;
+}
+
+} // namespace
+
+struct SettingsFile::Reading {
+    Content content;
+    QByteArray bytes;
+    struct stat state = {};
+    bool exists() const { return content.identity.size >= 0; }
+};
+
+QJsonObject SettingsFile::Changes::appliedTo(const QJsonObject& before) const
+{
+    QJsonObject after = before;
+    for (auto change = values.begin(); change != values.end(); ++change)
+        after.insert(change.key(), change.value());
+    for (const QString& key : removed)
+        after.remove(key);
+    return after;
+}
+
+SettingsFile::SettingsFile(const QString& path, Owner owner)
+    : m_path(path)
+    , m_owner(owner)
+{
+}
+
+QString SettingsFile::targetPath() const
+{
+    return trail().constLast();
+}
+
+QStringList SettingsFile::trail() const
+{
+    QStringList paths;
+    const QByteArrayList places = linksFrom(QFile::encodeName(m_path));
+    for (const QByteArray& place : places)
+        paths.append(QFile::decodeName(place));
+    return paths;
+}
+
+SettingsFile::Identity SettingsFile::identity() const
+{
+    struct stat state;
+    if (::stat(QFile::encodeName(m_path).constData(), &state) != 0)
+        return {};
+    return identityOf(state);
+}
+
+SettingsFile::Content SettingsFile::read() const
+{
+    return readAt(AT_FDCWD, QFile::encodeName(m_path), 0).content;
+}
+
+QString SettingsFile::told(const char* step, const QString& reason) const
+{
+    return QStringLiteral("%1: cannot %2: %3").arg(m_path, QString::fromLatin1(step), reason);
+}
+
+SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name, int flags) const
+{
+    constexpr int attempts = 5;
+    Reading reading;
+    const auto refused = [&](const QString& reason) {
+        reading.content.error = told("read", reason);
+        return reading;
+    };
+    for (int attempt = 0; attempt < attempts; ++attempt) {
+        reading = {};
+        // Not blocking: there may be a pipe.
+        FileDescriptor file(
+            ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
+        if (!file.isValid())
+            return errno == ENOENT ? reading : refused(qt_error_string(errno));
+        if (::fstat(file.get(), &reading.state) != 0)
+            return refused(qt_error_string(errno));
+        reading.content.identity = identityOf(reading.state);
+        if (!S_ISREG(reading.state.st_mode))
+            return refused(S_ISDIR(reading.state.st_mode) ? qt_error_string(EISDIR)
+                                                          : QStringLiteral("Not a regular file"));
+        if (m_owner == Owner::ourselves && reading.state.st_uid != ::geteuid())
+            return refused(QStringLiteral("It belongs to another user"));
+
+        const auto bytes = bytesOf(file.get(), SettingsText::maximumBytes);
+        if (!bytes)
+            return refused(qt_error_string(errno));
+        struct stat after;
+        if (::fstat(file.get(), &after) != 0)
+            return refused(qt_error_string(errno));
+        if (identityOf(after) != reading.content.identity)
+            continue;
+
+        SettingsText::Parsed parsed = SettingsText::parsed(*bytes);
+        reading.bytes = *bytes;
+        reading.content.values = parsed.values;
+        reading.content.damage = parsed.damage;
+        reading.content.isFresh = isFresh(reading.state);
+        if (!parsed.damage.isEmpty())
+            Log::warnOnce(
+                logArea, QStringLiteral("%1 is damaged: %2").arg(Log::escaped(m_path), parsed.damage));
+        return reading;
+    }
+    return refused(QStringLiteral("It is being written all the time"));
+}
+
+SettingsFile::Saved SettingsFile::save(const Changes& changes) const
+{
+    Saved saved;
+    const auto failed = [&](const char* step, int error) {
+        saved.error = told(step, qt_error_string(error));
+        return saved;
+    };
+
+    for (auto change = changes.values.begin(); change != changes.values.end(); ++change) {
+        if (!SettingsText::isStorable(change.value())) {
+            saved.error
+                = told("store", QStringLiteral("%1 has a value that no text can hold").arg(change.key()));
+            return saved;
+        }
+    }
+
+    const QByteArray path = QFile::encodeName(m_path);
+    if (!makeDirectory(placeOf(path).directory))
+        return failed("make the directory", errno);
+    const SettingsLock lock(path + ".lock");
+    if (!lock.isHeld())
+        return failed("lock", errno == EWOULDBLOCK ? ETIMEDOUT : errno);
+
+    const Place target = placeOf(linksFrom(path).constLast());
+    const FileDescriptor directory = openedDirectory(target.directory);
+    if (!directory.isValid())
+        return failed("open the directory", errno);
+
+    const Reading before = readAt(directory.get(), target.name, O_NOFOLLOW);
+    saved.content = before.content;
+    if (!before.content.error.isEmpty()) {
+        saved.error = before.content.error;
+        return saved;
+    }
+
+    const QJsonObject values = changes.appliedTo(before.content.values);
+    if (values == before.content.values) {
+        // A save before may have failed only in bringing this very content's directory entry to disk.
+        if (const auto failure = FileReplacement::syncDirectory(directory.get()))
+            return failed(failure.step, failure.error);
+        saved.succeeded = true;
+        return saved;
+    }
+    const QByteArray text = SettingsText::serialised(values);
+    if (text.size() > SettingsText::maximumBytes)
+        return failed("write", EFBIG);
+
+    if (!before.content.damage.isEmpty()) {
+        QByteArray copy;
+        if (const auto failure
+            = FileReplacement::keepDamaged(directory.get(), target.name, before.bytes, &copy))
+            return failed(failure.step, failure.error);
+        Log::warning(logArea,
+            QStringLiteral("%1 was damaged and is kept as %2")
+                .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(copy))));
+    }
+
+    const auto result = FileReplacement::replace(
+        directory.get(), target.name, text, before.exists() ? &before.state : nullptr);
+    saved.changed = result.isInPlace;
+    if (result.isInPlace) {
+        saved.content = {};
+        saved.content.values = values;
+        saved.content.identity = identityOf(result.state);
+    }
+    if (result.failure)
+        return failed(result.failure.step, result.failure.error);
+    saved.succeeded = true;
+    return saved;
+}
+
+void SettingsFile::sweepLeftovers() const
+{
+    const QStringList paths { m_path, targetPath() };
+    for (const QString& path : paths) {
+        const FileDescriptor directory = openedDirectory(placeOf(QFile::encodeName(path)).directory);
+        if (directory.isValid())
+            FileReplacement::sweepLeftovers(directory.get());
+    }
+}
 
 } // namespace kestrum

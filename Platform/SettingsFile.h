@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
@@ -7,8 +8,8 @@
 
 namespace kestrum {
 
-/// One settings file on disk: read whole, saved so that after any interruption it is the old or the new file. Knows
-/// nothing of defaults, notices or typed values.
+/// One settings file on disk: read whole, saved so that after any interruption it is the old or the new file.
+/// Knows nothing of defaults, notices or typed values. Functions may be called from any thread.
 class SettingsFile {
 public:
     /// What tells one state of the file from another. Compared for equality only, never ordered by time.
@@ -18,7 +19,7 @@ public:
         off_t size = -1; ///< -1: there is no file
         qint64 modifiedNs = 0;
         qint64 changedNs = 0;
-        bool operator==(const Identity &) const = default;
+        bool operator==(const Identity&) const = default;
     };
 
     struct Content {
@@ -28,40 +29,60 @@ public:
         QString error;
         /// What is wrong with the file's text; `values` is then what could be salvaged.
         QString damage;
+        /// The file was written so shortly before it was read that a further write may leave `identity` as it
+        /// is.
+        bool isFresh = false;
     };
 
     /// Values to store, and keys to remove.
     struct Changes {
         QJsonObject values;
         QStringList removed;
+        QJsonObject appliedTo(const QJsonObject& before) const;
     };
 
     struct Saved {
         bool succeeded = false;
-        bool changed = false; ///< false also when all changes were already in the file: nothing was written
-        QString error; ///< names the file, the step and the reason
+        /// The file is another one now: false when all changes were already in it and nothing was written.
+        /// True together with a failure when the new file stands, but may not outlast a power cut.
+        bool changed = false;
+        QString error;   ///< names the file, the step and the reason
         Content content; ///< the file after the save; on failure what was read, if anything
     };
 
-    explicit SettingsFile(const QString &path);
+    enum class Owner {
+        ourselves, ///< a file of somebody else is refused
+        anybody,
+    };
+
+    explicit SettingsFile(const QString& path, Owner owner = Owner::ourselves);
 
     QString path() const { return m_path; }
     /// The file itself: `path` with its symbolic links followed; a dangling link gives where it points.
     QString targetPath() const;
+    /// `path`, every further symbolic link on the way, and the file itself: where a change may come from.
+    QStringList trail() const;
 
     /// The present state, by one `stat`; an absent file has size -1.
     Identity identity() const;
+    /// Reads what is there. Never waits, whatever stands there. A damaged file is told in the log.
     Content read() const;
 
-    /// Merges `changes` into what is on disk now and saves durably, under a lock that all writers share. Waits at most
-    /// 2 s for the lock.
-    Saved save(const Changes &changes) const;
+    /// Merges `changes` into what is on disk now and saves durably, under a lock that all writers share.
+    /// Waits at most 2 s for the lock. A damaged file is copied before it is written over; one that cannot be
+    /// read is left alone.
+    Saved save(const Changes& changes) const;
 
     /// Removes temporary files that a killed writer left more than an hour ago.
     void sweepLeftovers() const;
 
 private:
+    struct Reading;
+    Reading readAt(int directory, const QByteArray& name, int flags) const;
+    QString told(const char* step, const QString& reason) const;
+
     QString m_path;
+    Owner m_owner;
 };
 
 } // namespace kestrum

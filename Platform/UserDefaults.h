@@ -10,22 +10,24 @@
 
 namespace kestrum {
 
-/// A named settings domain: one JSON file in "$XDG_CONFIG_HOME/kestrum", shared by all processes that open it.
+/// A named settings domain: one JSON file in "$XDG_CONFIG_HOME/kestrum", shared by all processes that open
+/// it.
 ///
-/// A key is looked up in the stored values, then in the administrator's ("$XDG_CONFIG_DIRS/kestrum", read when the
-/// domain is opened), then in the registered defaults of this process. Values are JSON values. Typed reads tell
-/// "absent" and "of another type" alike as nothing; `object` tells them apart. Reads see every save that any process
-/// finished before, and need no system call while nothing was saved. Writes are on disk when they return.
-/// Reads and writes may be made from any thread; registration, observation and signals belong to the main thread.
+/// A key is looked up in the stored values, then in the administrator's ("$XDG_CONFIG_DIRS/kestrum", read
+/// when the domain is opened), then in the registered defaults of this process. Values are JSON values. Typed
+/// reads tell "absent" and "of another type" alike as nothing; `object` tells them apart. Reads see every
+/// save that any process finished before, and need no system call while nothing was saved. Writes are on disk
+/// when they return. Reads and writes may be made from any thread; registration, observation and signals
+/// belong to the main thread.
 class UserDefaults : public QObject {
     Q_OBJECT
 public:
     /// The process's own domain, named after its main bundle's identifier. Lives until the process ends.
-    static UserDefaults &standard();
+    static UserDefaults& standard();
 
-    /// Opens the domain `suiteName`; the caller owns it. Null when it is refused: the name is empty, no file can be
-    /// made of it, or it is the process's own domain.
-    static std::unique_ptr<UserDefaults> withSuiteName(const QString &suiteName);
+    /// Opens the domain `suiteName`; the caller owns it. Null when it is refused: the name is empty, no file
+    /// can be made of it, or it is the process's own domain.
+    static std::unique_ptr<UserDefaults> withSuiteName(const QString& suiteName);
 
     ~UserDefaults() override;
 
@@ -44,14 +46,14 @@ public:
     QJsonObject storedDictionary() const;
 
     /// Adds `defaults` to the layer below all others; it is never saved.
-    void registerDefaults(const QJsonObject &defaults);
+    void registerDefaults(const QJsonObject& defaults);
 
     /// Stores, removes, or does several of both in one save. An equal stored value is not written again and
-    /// tells nobody. False when the save failed: nothing changed, neither here nor on disk, and `lastError` names the
-    /// reason.
-    bool set(std::string_view key, const QJsonValue &value);
+    /// tells nobody. False when the save failed: nothing changed, neither here nor on disk, and `lastError`
+    /// names the reason.
+    bool set(std::string_view key, const QJsonValue& value);
     bool remove(std::string_view key);
-    bool apply(const QJsonObject &values, const QStringList &removedKeys);
+    bool apply(const QJsonObject& values, const QStringList& removedKeys);
 
     /// Why the last save failed, or why the file cannot be read; empty after a save that succeeded.
     QString lastError() const;
@@ -60,18 +62,18 @@ public:
     void sweepLeftovers();
 
 Q_SIGNALS:
-    /// Stored values changed, by this process or another. Sent from the event loop of the main thread, so that several
-    /// writes of one turn are told once. Observation begins with the first connection.
+    /// Stored values changed, by this process or another. Sent from the event loop of the main thread, so
+    /// that several writes of one turn are told once. Observation begins with the first connection.
     void changed();
-    void saveFailed(const QString &reason);
+    void saveFailed(const QString& reason);
     void saveSucceeded();
 
 protected:
-    void connectNotify(const QMetaMethod &signal) override;
+    void connectNotify(const QMetaMethod& signal) override;
 
 private:
     struct Domain;
-    explicit UserDefaults(const QString &name);
+    explicit UserDefaults(const QString& name);
     std::unique_ptr<Domain> m_domain;
 };
 

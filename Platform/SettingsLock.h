@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Platform/FileDescriptor.h"
+
+#include <QByteArray>
+
+namespace kestrum {
+
+/// The lock that all writers of one file share: the kernel's, on a permanent file of mode 0600 that has no
+/// content. It goes with the process, however that ends, so it never stays behind.
+class SettingsLock {
+public:
+    /// Waits for the lock on `path` for at most 2 s. Check with `isHeld`; `errno` then names the reason,
+    /// EWOULDBLOCK when somebody else held it all the time.
+    explicit SettingsLock(const QByteArray& path);
+
+    bool isHeld() const { return m_descriptor.isValid(); }
+
+private:
+    FileDescriptor m_descriptor;
+};
+
+} // namespace kestrum

@@ -1,1 +1,58 @@
 #include "Kestrum/KestrumApp.h"
+
+#include "Kestrum/Form/Theme.h"
+#include "Kestrum/Window/SettingsView.h"
+
+#include <QScreen>
+#include <QTimer>
+
+namespace kestrum {
+
+namespace {
+
+constexpr QSize defaultSize { 640, 520 };
+
+} // namespace
+
+KestrumApp::KestrumApp(int& argc, char** argv)
+    : QApplication(argc, argv)
+{
+    setApplicationName(QStringLiteral("com.orvale.kestrum"));
+    setApplicationDisplayName(QStringLiteral("Kestrum"));
+    setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
+    setDesktopFileName(QStringLiteral("com.orvale.kestrum"));
+    // Qt's own style, which paints from the palette alone: desktops' styles bring grounds and borders of
+    // their own.
+    setStyle(QStringLiteral("fusion"));
+}
+
+KestrumApp::~KestrumApp() = default;
+
+void KestrumApp::launch()
+{
+    m_delegate.applicationDidFinishLaunching();
+    setFont(Theme::font(Theme::TextStyle::body));
+    m_window = std::make_unique<SettingsView>();
+    m_window->setWindowTitle(QStringLiteral("Kestrum"));
+    m_window->setObjectName(QStringLiteral("main"));
+    m_window->resize(defaultSize);
+    if (const QScreen* screen = primaryScreen())
+        m_window->move(screen->availableGeometry().center() - m_window->rect().center());
+    m_window->installEventFilter(this);
+    m_window->show();
+}
+
+bool KestrumApp::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == m_window.get() && event->type() == QEvent::Paint) {
+        m_window->removeEventFilter(this);
+        // The frame goes out when this event has been dealt with.
+        QTimer::singleShot(0, this, [this] {
+            m_delegate.windowWasShown();
+            Q_EMIT windowShown();
+        });
+    }
+    return QApplication::eventFilter(watched, event);
+}
+
+} // namespace kestrum

@@ -1,1 +1,36 @@
 #pragma once
+
+#include "Kestrum/SettingsAppDelegate.h"
+
+#include <QApplication>
+#include <memory>
+
+namespace kestrum {
+
+class SettingsView;
+
+/// The application object of the settings application: its delegate and its one window. Closing the window
+/// ends it.
+class KestrumApp final : public QApplication {
+    Q_OBJECT
+public:
+    KestrumApp(int& argc, char** argv);
+    ~KestrumApp() override;
+
+    /// Runs the start-up sequence and shows the window in the middle of the screen.
+    void launch();
+
+    SettingsView* window() const { return m_window.get(); }
+
+Q_SIGNALS:
+    /// The window's first frame has been painted.
+    void windowShown();
+
+private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+    SettingsAppDelegate m_delegate;
+    std::unique_ptr<SettingsView> m_window;
+};
+
+} // namespace kestrum

@@ -1,3 +1,74 @@
-int main()
+#include "Kestrum/KestrumApp.h"
+#include "Kestrum/Pictures.h"
+#include "Kestrum/Window/SettingsView.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Log.h"
+
+#include <QByteArrayView>
+#include <cstdio>
+#include <optional>
+
+namespace {
+
+constexpr char usage[] = "Usage: Kestrum [OPTION]\n"
+                         "The settings of the Kestrum system monitor.\n"
+                         "\n"
+                         "  --help           print this and exit\n"
+                         "  --version        print the version and exit\n"
+                         "  --pictures DIR   save pictures of every page into DIR and exit\n"
+                         "  --first-frame    exit as soon as the window has been painted\n";
+
+struct Options {
+    QString pictures;
+    bool endsAtFirstFrame = false;
+};
+
+/// The options, or the exit code of a call that has been answered. Arguments with one dash are the toolkit's.
+std::optional<int> read(int argc, char** argv, Options& options)
 {
+    for (int i = 1; i < argc; ++i) {
+        const QByteArrayView argument(argv[i]);
+        if (argument == "--help") {
+            std::fputs(usage, stdout);
+            return 0;
+        }
+        if (argument == "--version") {
+            std::puts("Kestrum " KESTRUM_VERSION);
+            return 0;
+        }
+        if (argument == "--pictures" && i + 1 < argc) {
+            options.pictures = QString::fromLocal8Bit(argv[++i]);
+        } else if (argument == "--first-frame") {
+            options.endsAtFirstFrame = true;
+        } else if (argument.startsWith("--")) {
+            std::fprintf(stderr, "Kestrum: what does %s mean?\n%s", argv[i], usage);
+            return 2;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    using namespace kestrum;
+    Options options;
+    if (const auto answered = read(argc, argv, options))
+        return *answered;
+
+    Log::install();
+    // Before the application object, so that the toolkit's own texts come up in the chosen language too.
+    AppLanguage::recordLaunchedCode();
+    AppLanguage::applyChoiceToProcessDefaults();
+
+    KestrumApp application(argc, argv);
+    QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
+        if (!options.pictures.isEmpty())
+            QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);
+        else if (options.endsAtFirstFrame)
+            QCoreApplication::exit(0);
+    });
+    application.launch();
+    return KestrumApp::exec();
 }

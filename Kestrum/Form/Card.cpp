@@ -1,1 +1,87 @@
 #include "Kestrum/Form/Card.h"
+
+#include "Kestrum/Form/Theme.h"
+
+#include <QLabel>
+#include <QPainter>
+#include <QVBoxLayout>
+
+namespace kestrum {
+
+/// The ground of a card's contents and the hairlines between them.
+class Card::Plate final : public QWidget {
+public:
+    Plate(Ground ground, QWidget* parent)
+        : QWidget(parent)
+        , m_ground(ground)
+    {
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->setSpacing(0);
+    }
+
+private:
+    void paintEvent(QPaintEvent*) override
+    {
+        if (m_ground == Ground::none)
+            return;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Theme::colour(Theme::Colour::cardBorder));
+        painter.setBrush(Theme::colour(Theme::Colour::card));
+        painter.drawRoundedRect(
+            QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), Theme::cardRadius, Theme::cardRadius);
+        painter.setRenderHint(QPainter::Antialiasing, false);
+        for (int i = 1; i < layout()->count(); ++i) {
+            const int top = layout()->itemAt(i)->geometry().top();
+            painter.fillRect(Theme::rowInset, top, width() - 2 * Theme::rowInset, 1,
+                Theme::colour(Theme::Colour::separator));
+        }
+    }
+
+    Ground m_ground;
+};
+
+Card::Card(Ground ground, QWidget* parent)
+    : QWidget(parent)
+    , m_plate(new Plate(ground, this))
+    , m_heading(new QLabel(this))
+    , m_footnote(new QLabel(this))
+{
+    m_heading->setFont(Theme::font(Theme::TextStyle::heading));
+    m_heading->setContentsMargins(0, 0, 0, Theme::headingGap);
+    m_footnote->setFont(Theme::font(Theme::TextStyle::footnote));
+    m_footnote->setForegroundRole(QPalette::PlaceholderText);
+    m_footnote->setContentsMargins(0, Theme::footnoteGap, 0, 0);
+    for (QLabel* label : { m_heading, m_footnote }) {
+        label->setTextFormat(Qt::PlainText);
+        label->setWordWrap(true);
+        label->hide();
+    }
+
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(m_heading);
+    layout->addWidget(m_plate);
+    layout->addWidget(m_footnote);
+}
+
+void Card::setHeading(const QString& text)
+{
+    m_heading->setText(text);
+    m_heading->setVisible(!text.isEmpty());
+}
+
+void Card::setFootnote(const QString& text)
+{
+    m_footnote->setText(text);
+    m_footnote->setVisible(!text.isEmpty());
+}
+
+void Card::add(QWidget* content)
+{
+    m_plate->layout()->addWidget(content);
+}
+
+} // namespace kestrum

@@ -1,1 +1,38 @@
 #pragma once
+
+#include <QList>
+#include <QWidget>
+
+class QLabel;
+class QVBoxLayout;
+
+namespace kestrum {
+
+/// One section of a page: contents one below the other on a rounded card, with hairlines between them, under
+/// an optional heading and above an optional footnote. The page places it and limits its width.
+class Card final : public QWidget {
+    Q_OBJECT
+public:
+    enum class Ground {
+        filled,
+        none, ///< for a content that brings a plate of its own
+    };
+
+    explicit Card(Ground ground = Ground::filled, QWidget* parent = nullptr);
+
+    /// Texts as they are shown; an empty one takes no room.
+    void setHeading(const QString& text);
+    void setFootnote(const QString& text);
+
+    /// Puts `content` below what is there; the card owns it.
+    void add(QWidget* content);
+
+private:
+    class Plate;
+
+    Plate* m_plate;
+    QLabel* m_heading;
+    QLabel* m_footnote;
+};
+
+} // namespace kestrum

@@ -1,1 +1,141 @@
 #include "Kestrum/Form/Theme.h"
+
+#include <QFontDatabase>
+#include <algorithm>
+#include <cmath>
+
+namespace kestrum {
+
+namespace {
+
+struct Shades {
+    QColor light;
+    QColor dark;
+};
+
+QColor translucent(int grey, double alpha)
+{
+    QColor colour(grey, grey, grey);
+    colour.setAlphaF(float(alpha));
+    return colour;
+}
+
+Shades shades(Theme::Colour colour)
+{
+    using Theme::Colour;
+    switch (colour) {
+    case Colour::window:
+        return { QColor(0xF4F4F6), QColor(0x1E1F22) };
+    case Colour::sidebar:
+        return { QColor(0xE9E9ED), QColor(0x27282C) };
+    case Colour::card:
+        return { QColor(0xFFFFFF), QColor(0x2B2C30) };
+    case Colour::cardBorder:
+        return { translucent(0, 0.07), translucent(255, 0.07) };
+    case Colour::separator:
+        return { translucent(0, 0.08), translucent(255, 0.08) };
+    case Colour::text:
+        return { QColor(0x1D1D1F), QColor(0xF2F2F4) };
+    case Colour::secondaryText:
+        return { QColor(0x6A6A70), QColor(0xA4A4AC) };
+    case Colour::sidebarHeading:
+        return { QColor(0x66666C), QColor(0xA4A4AC) };
+    case Colour::accent:
+    case Colour::selection:
+        return { QColor::fromRgbF(0.12F, 0.52F, 0.88F), QColor::fromRgbF(0.25F, 0.62F, 0.96F) };
+    case Colour::onSelection:
+        return { QColor(0xFFFFFF), QColor(0xFFFFFF) };
+    case Colour::inactiveSelection:
+        return { translucent(0, 0.10), translucent(255, 0.12) };
+    case Colour::error:
+        return { QColor(0xC4322B), QColor(0xFF6B62) };
+    case Colour::previewPlate:
+        return { QColor::fromRgbF(0.87F, 0.87F, 0.87F), QColor(0x3A3B3F) };
+    case Colour::itemBackdrop:
+        return { translucent(0, 0.14), translucent(255, 0.14) };
+    }
+    return {};
+}
+
+/// Relative luminance of an opaque sRGB colour, 0 to 1.
+double luminance(const QColor& colour)
+{
+    const auto linear
+        = [](double part) { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
+    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF())
+        + 0.0722 * linear(colour.blueF());
+}
+
+QColor laidOver(const QColor& colour, const QColor& ground)
+{
+    const float alpha = colour.alphaF();
+    const auto mixed = [alpha](float above, float below) { return above * alpha + below * (1 - alpha); };
+    return QColor::fromRgbF(mixed(colour.redF(), ground.redF()), mixed(colour.greenF(), ground.greenF()),
+        mixed(colour.blueF(), ground.blueF()));
+}
+
+constexpr double readableContrast = 4.5;
+
+/// `ground` itself, or as much darker as light `text` on it needs.
+QColor deepened(QColor ground, const QColor& text)
+{
+    constexpr float step = 0.98F;
+    while (Theme::contrast(text, ground) < readableContrast && ground.valueF() > 0.1F)
+        ground = QColor::fromRgbF(ground.redF() * step, ground.greenF() * step, ground.blueF() * step);
+    return ground;
+}
+
+} // namespace
+
+QColor Theme::colour(Colour colour)
+{
+    return Theme::colour(colour, SystemAppearance::shared().scheme());
+}
+
+QColor Theme::colour(Colour colour, ColourScheme scheme)
+{
+    const Shades both = shades(colour);
+    const QColor plain = scheme == ColourScheme::dark ? both.dark : both.light;
+    return colour == Colour::selection ? deepened(plain, Theme::colour(Colour::onSelection, scheme)) : plain;
+}
+
+double Theme::contrast(const QColor& text, const QColor& ground)
+{
+    const double first = luminance(laidOver(text, ground));
+    const double second = luminance(ground);
+    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+}
+
+QPalette Theme::palette(ColourScheme scheme)
+{
+    const auto of = [scheme](Colour colour) { return Theme::colour(colour, scheme); };
+    // Fusion draws its bevels from shades that it derives from the button's ground.
+    QPalette palette(of(Colour::card), of(Colour::window));
+    for (const auto role :
+        { QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText })
+        palette.setColor(role, of(Colour::text));
+    palette.setColor(QPalette::Base, of(Colour::card));
+    palette.setColor(QPalette::ToolTipBase, of(Colour::card));
+    palette.setColor(QPalette::PlaceholderText, of(Colour::secondaryText));
+    palette.setColor(QPalette::Highlight, of(Colour::selection));
+    palette.setColor(QPalette::HighlightedText, of(Colour::onSelection));
+    palette.setColor(QPalette::Link, of(Colour::accent));
+    for (const auto role : { QPalette::WindowText, QPalette::Text, QPalette::ButtonText })
+        palette.setColor(QPalette::Disabled, role, of(Colour::secondaryText));
+    return palette;
+}
+
+QFont Theme::font(TextStyle style)
+{
+    // A point of the layout is a pixel at 96 dots an inch; a font sized in points follows a desktop that
+    // scales its texts.
+    constexpr double fontPoints = 72.0 / 96.0;
+    QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+    const bool isSmall = style == TextStyle::footnote || style == TextStyle::sidebarHeading;
+    const bool isHeading = style == TextStyle::heading || style == TextStyle::sidebarHeading;
+    font.setPointSizeF((isSmall ? 11 : 13) * fontPoints);
+    font.setWeight(isHeading ? QFont::DemiBold : QFont::Normal);
+    return font;
+}
+
+} // namespace kestrum

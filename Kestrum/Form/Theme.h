@@ -1,1 +1,61 @@
 #pragma once
+
+#include "Platform/SystemAppearance.h"
+
+#include <QColor>
+#include <QFont>
+#include <QPalette>
+
+namespace kestrum {
+
+/// The window's look: every colour, size and text style that more than one widget needs, stated once. Sizes
+/// are in points of the layout, which the desktop's scale turns into pixels.
+namespace Theme {
+
+enum class Colour {
+    window,
+    sidebar,
+    card,
+    cardBorder,
+    separator,
+    text,
+    secondaryText,
+    sidebarHeading, ///< secondary text, dark enough for the sidebar's ground
+    accent,
+    selection, ///< the accent, deepened as far as `onSelection` needs
+    onSelection,
+    inactiveSelection, ///< ground of what is selected in a window that is not active
+    error,
+    previewPlate,
+    itemBackdrop, ///< behind the item under the pointer
+};
+
+/// The colour in the scheme that the desktop has now, or in a given one.
+QColor colour(Colour colour);
+QColor colour(Colour colour, ColourScheme scheme);
+
+/// The contrast of two colours, 1 to 21; what is translucent is laid over the other first.
+double contrast(const QColor& text, const QColor& ground);
+
+/// What a window of ours and everything in it is painted with.
+QPalette palette(ColourScheme scheme);
+
+enum class TextStyle { body, heading, sidebarHeading, footnote };
+
+/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale.
+QFont font(TextStyle style);
+
+inline constexpr int pageMargin = 20;
+inline constexpr int narrowPageMargin = 16;
+inline constexpr int narrowPageWidth = 460; ///< below it the narrow margin holds
+inline constexpr int maximumCardWidth = 620;
+inline constexpr double cardRadius = 10;
+inline constexpr int sectionGap = 20;
+inline constexpr int headingGap = 8;
+inline constexpr int footnoteGap = 6;
+inline constexpr int rowInset = 12; ///< of rows and of the separators between them
+inline constexpr double focusRingWidth = 2;
+inline constexpr double focusRingGap = 1;
+
+} // namespace Theme
+} // namespace kestrum

@@ -1,1 +1,129 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
+
+#include "Kestrum/MenuBar/MenuBarStripView.h"
+
+#include <QTimerEvent>
+#include <QWheelEvent>
+#include <algorithm>
+#include <cmath>
+
+namespace kestrum {
+
+namespace {
+
+/// So near to an end of what is in view a drag begins to scroll, and so fast.
+constexpr int edge = 20;
+constexpr int dragScrollStep = 6;
+constexpr int dragScrollInterval = 16;
+
+constexpr int narrowest = 120;
+
+} // namespace
+
+MenuBarStrip::MenuBarStrip(QWidget* parent)
+    : QWidget(parent)
+    , m_view(new MenuBarStripView(this))
+{
+    setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    connect(m_view, &MenuBarStripView::rebuilt, this, &MenuBarStrip::adoptStripSize);
+    connect(m_view, &MenuBarStripView::dragMoved, this, &MenuBarStrip::followDrag);
+    connect(m_view, &MenuBarStripView::itemFocused, this, [this](const QRectF& rect) {
+        const QRect wanted = rect.toAlignedRect().marginsAdded({ edge, 0, edge, 0 });
+        if (wanted.left() < m_offset)
+            scrollTo(wanted.left());
+        else if (wanted.right() >= m_offset + width())
+            scrollTo(wanted.right() + 1 - width());
+    });
+    place();
+}
+
+QSize MenuBarStrip::sizeHint() const
+{
+    return m_view->sizeHint();
+}
+
+QSize MenuBarStrip::minimumSizeHint() const
+{
+    const QSize whole = sizeHint();
+    return { std::min(whole.width(), narrowest), whole.height() };
+}
+
+int MenuBarStrip::furthestOffset() const
+{
+    return std::max(0, m_view->sizeHint().width() - width());
+}
+
+void MenuBarStrip::place()
+{
+    if (!m_wasScrolled)
+        m_offset = layoutDirection() == Qt::RightToLeft ? 0 : furthestOffset();
+    m_offset = std::clamp(m_offset, 0, furthestOffset());
+    m_view->setGeometry(QRect(QPoint(-m_offset, 0), m_view->sizeHint()));
+}
+
+void MenuBarStrip::scrollTo(int offset)
+{
+    m_offset = offset;
+    m_wasScrolled = true;
+    place();
+}
+
+void MenuBarStrip::adoptStripSize()
+{
+    updateGeometry();
+    place();
+}
+
+void MenuBarStrip::resizeEvent(QResizeEvent* event)
+{
+    place();
+    QWidget::resizeEvent(event);
+}
+
+void MenuBarStrip::changeEvent(QEvent* event)
+{
+    if (event->type() == QEvent::LayoutDirectionChange)
+        place();
+    QWidget::changeEvent(event);
+}
+
+void MenuBarStrip::wheelEvent(QWheelEvent* event)
+{
+    const bool isSmooth = !event->pixelDelta().isNull();
+    const QPoint delta = isSmooth ? event->pixelDelta() : event->angleDelta() / 2;
+    const int turned = std::abs(delta.x()) > std::abs(delta.y()) ? delta.x() : delta.y();
+    const int wanted = std::clamp(m_offset - turned, 0, furthestOffset());
+    // At an end, and when all is in view, the wheel is the page's.
+    event->setAccepted(wanted != m_offset);
+    if (wanted != m_offset)
+        scrollTo(wanted);
+}
+
+void MenuBarStrip::followDrag(const QPointF& viewPoint)
+{
+    m_pointer = m_view->mapToParent(viewPoint.toPoint());
+    const bool isAtEdge = m_pointer.x() < edge || m_pointer.x() > width() - edge;
+    if (!isAtEdge || furthestOffset() == 0)
+        m_dragScroll.stop();
+    else if (!m_dragScroll.isActive())
+        m_dragScroll.start(dragScrollInterval, this);
+}
+
+void MenuBarStrip::timerEvent(QTimerEvent* event)
+{
+    if (event->timerId() != m_dragScroll.timerId()) {
+        QWidget::timerEvent(event);
+        return;
+    }
+    const int step = m_pointer.x() < edge ? -dragScrollStep : dragScrollStep;
+    const int wanted = std::clamp(m_offset + step, 0, furthestOffset());
+    if (!m_view->dragged() || wanted == m_offset) {
+        m_dragScroll.stop();
+        return;
+    }
+    scrollTo(wanted);
+    // The strip moved under a pointer at rest.
+    m_view->drag(m_view->mapFromParent(m_pointer.toPoint()));
+}
+
+} // namespace kestrum

@@ -1,1 +1,47 @@
 #pragma once
+
+#include <QBasicTimer>
+#include <QPointF>
+#include <QWidget>
+
+namespace kestrum {
+
+class MenuBarStripView;
+
+/// Places the strip of items in a layout. As wide as the strip where there is room; where there is not, the
+/// strip scrolls sideways: its trailing end is in view at first, wheel and keyboard move it, and it follows a
+/// drag at its edges.
+class MenuBarStrip final : public QWidget {
+    Q_OBJECT
+public:
+    explicit MenuBarStrip(QWidget* parent = nullptr);
+
+    MenuBarStripView* view() const { return m_view; }
+    /// How far the strip is scrolled from its left end, in points.
+    int offset() const { return m_offset; }
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void timerEvent(QTimerEvent* event) override;
+
+private:
+    int furthestOffset() const;
+    void place();
+    void scrollTo(int offset);
+    void adoptStripSize();
+    void followDrag(const QPointF& viewPoint);
+
+    MenuBarStripView* m_view;
+    int m_offset = 0;
+    bool m_wasScrolled = false;
+    QBasicTimer m_dragScroll;
+    // Of a drag at an edge: where the pointer rests, in our coordinates.
+    QPointF m_pointer;
+};
+
+} // namespace kestrum

@@ -1,1 +1,110 @@
 #pragma once
+
+#include "KestrumShared/Drawing/SampleReadings.h"
+#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Settings/SignalListener.h"
+
+#include <QList>
+#include <QWidget>
+#include <memory>
+#include <optional>
+
+namespace kestrum {
+
+/// The row of menu-bar items as the agent shows it, drawn from sample readings, in which people put the items
+/// in order: by dragging one sideways, or with Alt and the arrow keys. The new order is stored when an item
+/// is dropped; every change of the shared settings and the agent's `menuBarChanged` build the row anew.
+///
+/// Two systems of coordinates meet here. Items have frames in *strip* coordinates: points, fractional, origin
+/// at the bottom left of the first item. Qt has *widget* coordinates from the top left, and the widget is
+/// larger than the row by `room` on each side, so that a backdrop and a focus ring are never cut.
+class MenuBarStripView final : public QWidget {
+    Q_OBJECT
+public:
+    struct Item {
+        MonitorSection section;
+        std::shared_ptr<StatusMetricView> view;
+    };
+
+    /// What the widget is larger than the row of items, on each side.
+    static constexpr QSize room { 7, 3 };
+
+    explicit MenuBarStripView(QWidget* parent = nullptr);
+
+    /// Builds the items anew from the settings. A drag in progress goes on with the new item of its section.
+    void rebuild();
+    /// The same for an order other than the stored one.
+    void rebuild(const QList<MonitorSection>& order);
+
+    /// Size of the row of items, without `room`.
+    QSizeF intrinsicContentSize() const;
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+    /// The visible items, left to right.
+    const QList<Item>& items() const { return m_items; }
+    /// The first item whose frame, widened by 4 points at its left and right, contains the point (strip
+    /// coordinates). The left edge belongs to it, the right one does not; nor does the bottom one, as pixels
+    /// count from the top. Null when there is none.
+    const Item* item(const QPointF& at) const;
+    const Item* item(MonitorSection section) const;
+
+    /// What the item says beside its meter; empty when it says nothing.
+    QString readoutText(MonitorSection section) const;
+
+    QPointF stripPoint(const QPointF& widgetPoint) const;
+    QRectF widgetRect(const QRectF& stripRect) const;
+    /// Where an item and its backdrop are drawn, in widget coordinates.
+    QRectF backdropRect(const Item& item) const;
+
+    std::optional<MonitorSection> hovered() const { return m_hovered; }
+    std::optional<MonitorSection> dragged() const;
+    /// The item that the arrow keys are at while the strip has the keyboard focus.
+    std::optional<MonitorSection> focused() const;
+
+    /// Takes the item being dragged to where the pointer is. Without a drag, nothing happens.
+    void drag(const QPointF& widgetPoint);
+
+Q_SIGNALS:
+    void rebuilt();
+    void dragMoved(QPointF widgetPoint);
+    /// An item that should be in view, widget coordinates.
+    void itemFocused(QRectF rect);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    struct Drag {
+        MonitorSection section;
+        std::shared_ptr<StatusMetricView> view;
+        double grabOffset; ///< pointer less the item's left edge at the time of the grab
+    };
+
+    void setHovered(std::optional<MonitorSection> section);
+    void redraw(std::optional<MonitorSection> section);
+    void makeRoom();
+    void store();
+    int index(MonitorSection section) const;
+    void focusItem(int index);
+    void moveFocusedItem(int step);
+    void tellScreenReader();
+
+    QList<Item> m_items;
+    std::optional<MonitorSection> m_hovered;
+    std::optional<Drag> m_drag;
+    std::optional<MonitorSection> m_focused;
+    bool m_showsFocus = false;
+    std::shared_ptr<const SampleReadings> m_readings;
+    SignalListener m_barListener;
+};
+
+} // namespace kestrum

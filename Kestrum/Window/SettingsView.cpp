@@ -1,1 +1,169 @@
 #include "Kestrum/Window/SettingsView.h"
+
+#include "Kestrum/Form/FormPage.h"
+#include "Kestrum/Form/Theme.h"
+#include "Kestrum/MenuBar/MenuBarPage.h"
+#include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
+#include "Kestrum/Window/SaveNotice.h"
+#include "Kestrum/Window/Sidebar.h"
+#include "Kestrum/Window/SplitView.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/GlobalDomain.h"
+
+#include <QApplication>
+#include <QLocale>
+#include <QPaintEvent>
+#include <QPainter>
+#include <QShortcut>
+#include <QVBoxLayout>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int minimumSidebarWidth = 204;
+constexpr int maximumSidebarWidth = 320;
+constexpr QSize minimumWindow { 640, 480 };
+
+/// The interface language with the user's region: for dates and numbers.
+QLocale interfaceLocale()
+{
+    const QString region = GlobalDomain::numberRegion();
+    const QString language = AppLanguage::code();
+    return QLocale(region.isEmpty() ? language : language + u'-' + region);
+}
+
+QWidget* makePage(SettingsPage page)
+{
+    switch (page) {
+    case SettingsPage::menuBar:
+        return new MenuBarPage;
+    case SettingsPage::popovers:
+    case SettingsPage::general:
+        return new FormPage;
+    }
+    return new FormPage;
+}
+
+/// The window's first column and its ground.
+class SidebarColumn final : public QWidget {
+public:
+    explicit SidebarColumn(Sidebar* sidebar)
+    {
+        setMinimumWidth(minimumSidebarWidth);
+        setMaximumWidth(maximumSidebarWidth);
+        auto* layout = new QVBoxLayout(this);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(sidebar);
+        new NonCollapsibleSidebarProbe(this);
+    }
+
+private:
+    void paintEvent(QPaintEvent* event) override
+    {
+        QPainter painter(this);
+        painter.fillRect(event->rect(), Theme::colour(Theme::Colour::sidebar));
+    }
+};
+
+} // namespace
+
+SettingsView::SettingsView(QWidget* parent)
+    : QWidget(parent)
+{
+    setMinimumSize(minimumWindow);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+
+    adoptScheme();
+    connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &SettingsView::adoptScheme);
+    rebuild();
+
+    UserDefaults& store = SharedSettings::store();
+    connect(&store, &UserDefaults::saveFailed, this,
+        [this](const QString& reason) { m_notice->setReason(reason); });
+    connect(&store, &UserDefaults::saveSucceeded, this, [this] { m_notice->setReason({}); });
+    Setting { Keys::language }.observe(this, [this](const QString&) { rebuild(); });
+    Setting { Keys::settingsPane }.observe(this, [this](const QString&) { showPage(storedPage()); });
+
+    int number = 0;
+    for (const auto& entry : allCases<SettingsPage>())
+        addShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + number++)),
+            [this, page = entry.value] { selectPage(page); });
+    addShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), [this] { close(); });
+    addShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), [] { QApplication::closeAllWindows(); });
+}
+
+void SettingsView::addShortcut(const QKeySequence& keys, const std::function<void()>& action)
+{
+    connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
+}
+
+SettingsPage SettingsView::storedPage()
+{
+    return fromRawValue<SettingsPage>(Setting { Keys::settingsPane }.value()).value_or(SettingsPage::menuBar);
+}
+
+SettingsPage SettingsView::page() const
+{
+    return m_sidebar->page();
+}
+
+void SettingsView::selectPage(SettingsPage page)
+{
+    showPage(page);
+    Setting { Keys::settingsPane }.set(rawValue(page));
+}
+
+void SettingsView::showPage(SettingsPage page)
+{
+    if (m_pageWidget && m_sidebar->page() == page && m_shownPage == page)
+        return;
+    m_shownPage = page;
+    m_sidebar->setPage(page);
+    delete m_pageWidget;
+    m_pageWidget = makePage(page);
+    m_pageColumn->addWidget(m_pageWidget, 1);
+}
+
+void SettingsView::rebuild()
+{
+    const QLocale locale = interfaceLocale();
+    setLocale(locale);
+    QGuiApplication::setLayoutDirection(locale.textDirection());
+
+    const QList<int> columns
+        = m_split ? m_split->sizes() : QList<int> { minimumSidebarWidth, minimumWindow.width() };
+    const bool hadFocus = m_split && m_split->isAncestorOf(focusWidget());
+    delete m_split;
+    m_pageWidget = nullptr;
+
+    m_split = new SplitView;
+    m_sidebar = new Sidebar;
+    m_notice = new SaveNotice;
+    auto* page = new QWidget;
+    m_pageColumn = new QVBoxLayout(page);
+    m_pageColumn->setContentsMargins(0, 0, 0, 0);
+    m_pageColumn->setSpacing(0);
+    m_pageColumn->addWidget(m_notice);
+    m_split->addWidget(new SidebarColumn(m_sidebar));
+    m_split->addWidget(page);
+    m_split->setStretchFactor(1, 1);
+    m_split->setSizes(columns);
+    layout()->addWidget(m_split);
+
+    m_notice->setReason(SharedSettings::store().lastError());
+    showPage(storedPage());
+    connect(m_sidebar, &Sidebar::pageSelected, this, &SettingsView::selectPage);
+    if (hadFocus || !focusWidget())
+        m_sidebar->setFocus();
+}
+
+void SettingsView::adoptScheme()
+{
+    setPalette(Theme::palette(SystemAppearance::shared().scheme()));
+    update();
+}
+
+} // namespace kestrum

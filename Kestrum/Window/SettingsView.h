@@ -1,1 +1,48 @@
 #pragma once
+
+#include "Kestrum/Window/SettingsPage.h"
+
+#include <QWidget>
+#include <functional>
+
+class QVBoxLayout;
+
+namespace kestrum {
+
+class SaveNotice;
+class Sidebar;
+class SplitView;
+
+/// The settings window's content: the sidebar of pages and beside it the page selected. The page is
+/// remembered in the shared settings and followed there, so the window opens where it was left. When the
+/// interface language is chosen anew all content is built again, on the same page.
+class SettingsView final : public QWidget {
+    Q_OBJECT
+public:
+    explicit SettingsView(QWidget* parent = nullptr);
+
+    /// The page stored; the menu bar's where something else is stored.
+    static SettingsPage storedPage();
+
+    SettingsPage page() const;
+    /// Shows `page` and stores it.
+    void selectPage(SettingsPage page);
+
+    /// The page shown, owned by this view; it goes when another page is selected.
+    QWidget* pageWidget() const { return m_pageWidget; }
+
+private:
+    void rebuild();
+    void showPage(SettingsPage page);
+    void adoptScheme();
+    void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
+
+    SplitView* m_split = nullptr;
+    Sidebar* m_sidebar = nullptr;
+    SaveNotice* m_notice = nullptr;
+    QVBoxLayout* m_pageColumn = nullptr;
+    QWidget* m_pageWidget = nullptr;
+    SettingsPage m_shownPage = SettingsPage::menuBar;
+};
+
+} // namespace kestrum

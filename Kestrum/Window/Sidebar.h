@@ -1,1 +1,33 @@
 #pragma once
+
+#include "Kestrum/Window/SettingsPage.h"
+
+#include <QListView>
+
+namespace kestrum {
+
+/// The pages of the window in their groups, one of them selected. Headings cannot be selected and are passed
+/// over by the arrow keys.
+class Sidebar final : public QListView {
+    Q_OBJECT
+public:
+    explicit Sidebar(QWidget* parent = nullptr);
+
+    SettingsPage page() const;
+    /// Selects `page`; `pageSelected` is not sent.
+    void setPage(SettingsPage page);
+
+Q_SIGNALS:
+    /// The user selected another page.
+    void pageSelected(SettingsPage page);
+
+protected:
+    void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    QModelIndex index(SettingsPage page) const;
+};
+
+} // namespace kestrum

@@ -1,0 +1,50 @@
+#include "Kestrum/Form/FormPage.h"
+
+#include "Kestrum/Form/Theme.h"
+
+#include <QVBoxLayout>
+#include <algorithm>
+
+namespace kestrum {
+
+FormPage::FormPage(QWidget* parent)
+    : QScrollArea(parent)
+{
+    setFrameShape(NoFrame);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setWidgetResizable(true);
+    // The page itself takes no keyboard focus, its controls do.
+    setFocusPolicy(Qt::NoFocus);
+    auto* column = new QWidget;
+    auto* layout = new QVBoxLayout(column);
+    layout->setSpacing(Theme::sectionGap);
+    layout->addStretch(1);
+    setWidget(column);
+    // The window's ground shows through.
+    viewport()->setAutoFillBackground(false);
+    column->setAutoFillBackground(false);
+    layOut();
+}
+
+void FormPage::add(Card* section)
+{
+    auto* layout = static_cast<QVBoxLayout*>(widget()->layout());
+    layout->insertWidget(layout->count() - 1, section);
+}
+
+void FormPage::resizeEvent(QResizeEvent* event)
+{
+    layOut();
+    QScrollArea::resizeEvent(event);
+}
+
+void FormPage::layOut()
+{
+    const int pageWidth = viewport()->width();
+    const int margin = pageWidth < Theme::narrowPageWidth ? Theme::narrowPageMargin : Theme::pageMargin;
+    const int columnWidth = std::min(pageWidth - 2 * margin, Theme::maximumCardWidth);
+    const int leading = (pageWidth - columnWidth) / 2;
+    widget()->layout()->setContentsMargins(leading, margin, pageWidth - columnWidth - leading, margin);
+}
+
+} // namespace kestrum

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "Kestrum/Form/Card.h"
+
+#include <QScrollArea>
+
+namespace kestrum {
+
+/// A page of the window: its sections in one column that scrolls, as wide as the page less its margins and
+/// never wider than a card may be, centred on a wide window.
+class FormPage : public QScrollArea {
+    Q_OBJECT
+public:
+    explicit FormPage(QWidget* parent = nullptr);
+
+    /// Puts `section` below the others; the page owns it.
+    void add(Card* section);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void layOut();
+};
+
+} // namespace kestrum

@@ -1,0 +1,56 @@
+#include "Kestrum/Pictures.h"
+
+#include "Kestrum/Window/SettingsView.h"
+#include "Platform/SystemAppearance.h"
+
+#include <QDir>
+#include <QImage>
+#include <cstdio>
+
+namespace kestrum {
+
+namespace {
+
+QImage picture(SettingsView& window, int scale)
+{
+    QImage image(window.size() * scale, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    window.render(&image);
+    return image;
+}
+
+bool save(const QImage& image, const QString& path)
+{
+    if (image.save(path))
+        return true;
+    std::fprintf(stderr, "Kestrum: cannot write %s\n", qPrintable(path));
+    return false;
+}
+
+} // namespace
+
+bool Pictures::save(SettingsView& window, const QString& directory)
+{
+    const QDir folder(directory);
+    folder.mkpath(QStringLiteral("."));
+    const SettingsPage shown = window.page();
+    bool isSaved = true;
+    for (const auto& page : allCases<SettingsPage>()) {
+        window.selectPage(page.value);
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            SystemAppearance::shared().setScheme(scheme);
+            for (const int scale : { 1, 2 }) {
+                const QString name
+                    = QStringLiteral("%1-%2%3.png")
+                          .arg(rawValue(page.value),
+                              scheme == ColourScheme::dark ? QStringLiteral("dark") : QStringLiteral("light"),
+                              scale == 1 ? QString() : QStringLiteral("@%1x").arg(scale));
+                isSaved &= kestrum::save(picture(window, scale), folder.filePath(name));
+            }
+        }
+    }
+    window.selectPage(shown);
+    return isSaved;
+}
+
+} // namespace kestrum

@@ -1,0 +1,37 @@
+#include "Kestrum/Window/SplitView.h"
+
+#include "Kestrum/Form/Theme.h"
+
+#include <QPainter>
+
+namespace kestrum {
+
+namespace {
+
+class Hairline final : public QSplitterHandle {
+public:
+    using QSplitterHandle::QSplitterHandle;
+
+private:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        // A handle one point wide takes the pointer on a wider strip, of which only the middle is the line.
+        painter.fillRect(contentsRect(), Theme::colour(Theme::Colour::separator));
+    }
+};
+
+} // namespace
+
+SplitView::SplitView(QWidget* parent)
+    : QSplitter(Qt::Horizontal, parent)
+{
+    setHandleWidth(1);
+}
+
+QSplitterHandle* SplitView::createHandle()
+{
+    return new Hairline(orientation(), this);
+}
+
+} // namespace kestrum

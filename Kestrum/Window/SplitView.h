@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QSplitter>
+
+namespace kestrum {
+
+/// Two columns side by side with one hairline between them, which can be dragged.
+class SplitView final : public QSplitter {
+    Q_OBJECT
+public:
+    explicit SplitView(QWidget* parent = nullptr);
+
+protected:
+    QSplitterHandle* createHandle() override;
+};
+
+} // namespace kestrum

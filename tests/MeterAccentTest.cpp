@@ -67,7 +67,7 @@ void MeterAccentTest::everyPresetHasItsNameTitleAndColour()
 void MeterAccentTest::presetsStandInThePickersOrder()
 {
     QStringList names;
-    for (const MeterAccent &accent : MeterAccent::presets())
+    for (const MeterAccent& accent : MeterAccent::presets())
         names.append(accent.rawValue());
     QCOMPARE(names, QStringLiteral("signal blue indigo purple teal pine amber graphite").split(u' '));
 }
@@ -76,12 +76,18 @@ void MeterAccentTest::customTextsAreRead_data()
 {
     QTest::addColumn<QString>("text");
     QTest::addColumn<QString>("rewritten");
-    QTest::newRow("plain") << "custom:srgb:0.1000,0.2000,0.3000" << "custom:srgb:0.1000,0.2000,0.3000";
-    QTest::newRow("clamped") << "custom:srgb:1.5,-2,0.25" << "custom:srgb:1.0000,0.0000,0.2500";
-    QTest::newRow("a word is passed over") << "custom:srgb:0.1,x,0.2,0.3" << "custom:srgb:0.1000,0.2000,0.3000";
-    QTest::newRow("an empty piece is passed over") << "custom:srgb:,0.1,0.2,0.3" << "custom:srgb:0.1000,0.2000,0.3000";
-    QTest::newRow("minus zero") << "custom:srgb:-0,0,1" << "custom:srgb:0.0000,0.0000,1.0000";
-    QTest::newRow("exponents") << "custom:srgb:1e-1,2E-1,0.3" << "custom:srgb:0.1000,0.2000,0.3000";
+    QTest::newRow("plain") << "custom:srgb:0.1000,0.2000,0.3000"
+                           << "custom:srgb:0.1000,0.2000,0.3000";
+    QTest::newRow("clamped") << "custom:srgb:1.5,-2,0.25"
+                             << "custom:srgb:1.0000,0.0000,0.2500";
+    QTest::newRow("a word is passed over") << "custom:srgb:0.1,x,0.2,0.3"
+                                           << "custom:srgb:0.1000,0.2000,0.3000";
+    QTest::newRow("an empty piece is passed over") << "custom:srgb:,0.1,0.2,0.3"
+                                                   << "custom:srgb:0.1000,0.2000,0.3000";
+    QTest::newRow("minus zero") << "custom:srgb:-0,0,1"
+                                << "custom:srgb:0.0000,0.0000,1.0000";
+    QTest::newRow("exponents") << "custom:srgb:1e-1,2E-1,0.3"
+                               << "custom:srgb:0.1000,0.2000,0.3000";
 }
 
 void MeterAccentTest::customTextsAreRead()
@@ -97,9 +103,10 @@ void MeterAccentTest::customTextsAreRead()
 void MeterAccentTest::otherTextsAreNoAccent_data()
 {
     QTest::addColumn<QString>("text");
-    for (const char *text : { "", "Signal", "signal ", " signal", "custom", "Custom", "custom:srgb:", "custom:srgb:0.1,0.2",
-             "custom:srgb:0.1,0.2,0.3,0.4", "custom:srgb:nan,0,0", "custom:srgb:inf,0,0", "custom:srgb:0,-inf,0",
-             "Custom:srgb:0.1,0.2,0.3", "custom:SRGB:0.1,0.2,0.3", " custom:srgb:0.1,0.2,0.3", "nonsense" })
+    for (const char* text : { "", "Signal", "signal ", " signal", "custom", "Custom",
+             "custom:srgb:", "custom:srgb:0.1,0.2", "custom:srgb:0.1,0.2,0.3,0.4", "custom:srgb:nan,0,0",
+             "custom:srgb:inf,0,0", "custom:srgb:0,-inf,0", "Custom:srgb:0.1,0.2,0.3",
+             "custom:SRGB:0.1,0.2,0.3", " custom:srgb:0.1,0.2,0.3", "nonsense" })
         QTest::newRow(*text ? text : "empty") << QString::fromLatin1(text);
 }
 
@@ -120,7 +127,8 @@ void MeterAccentTest::pickedColourIsClampedAndRounded_data()
     QTest::addColumn<QColor>("colour");
     QTest::addColumn<QString>("text");
     // A component above 1 or below 0 makes an extended colour.
-    QTest::newRow("out of range") << QColor::fromRgbF(1.5f, -0.5f, 0.25f) << "custom:srgb:1.0000,0.0000,0.2500";
+    QTest::newRow("out of range") << QColor::fromRgbF(1.5f, -0.5f, 0.25f)
+                                  << "custom:srgb:1.0000,0.0000,0.2500";
     QTest::newRow("8 bits") << QColor(1, 128, 254) << "custom:srgb:0.0039,0.5020,0.9961";
     QTest::newRow("another model") << QColor::fromHsv(120, 255, 255) << "custom:srgb:0.0000,1.0000,0.0000";
     QTest::newRow("alpha is dropped") << QColor(255, 0, 0, 10) << "custom:srgb:1.0000,0.0000,0.0000";

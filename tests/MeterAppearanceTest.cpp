@@ -21,7 +21,7 @@ namespace {
 template <class E> QString table()
 {
     QStringList rows;
-    for (const auto &entry : allCases<E>()) {
+    for (const auto& entry : allCases<E>()) {
         if (fromRawValue<E>(rawValue(entry.value)) != entry.value)
             return QStringLiteral("a case does not read back");
         rows.append(rawValue(entry.value) + u'=' + title(entry.value));
@@ -38,8 +38,10 @@ void MeterAppearanceTest::everyCaseHasItsTextAndTitle_data()
     QTest::newRow("MeterStyle") << table<MeterStyle>() << "bars=Bars wave=Wave compact=Compact";
     QTest::newRow("MeterShape") << table<MeterShape>() << "pill=Pill square=Square";
     QTest::newRow("MeterLabelStyle") << table<MeterLabelStyle>() << "icons=Icons letters=Letters";
-    QTest::newRow("CPUReadout") << table<CPUReadout>() << "off=None usage=Usage temperature=Temperature power=Power";
-    QTest::newRow("MemoryReadout") << table<MemoryReadout>() << "off=None usage=Usage pressure=Pressure swap=Swap";
+    QTest::newRow("CPUReadout") << table<CPUReadout>()
+                                << "off=None usage=Usage temperature=Temperature power=Power";
+    QTest::newRow("MemoryReadout") << table<MemoryReadout>()
+                                   << "off=None usage=Usage pressure=Pressure swap=Swap";
     QTest::newRow("StorageReadout") << table<StorageReadout>() << "off=None usage=Usage free=Free";
     QTest::newRow("SensorsReadout") << table<SensorsReadout>()
                                     << "off=None power=Power hottest=Hottest gpu=GPU fan=Fan";
@@ -55,7 +57,7 @@ void MeterAppearanceTest::everyCaseHasItsTextAndTitle()
 void MeterAppearanceTest::sectionsStandInTheirOrder()
 {
     QStringList keys;
-    for (const auto &entry : allCases<MonitorSection>())
+    for (const auto& entry : allCases<MonitorSection>())
         keys.append(rawValue(entry.value));
     QCOMPARE(keys, QStringLiteral("cpu memory storage sensors").split(u' '));
 }

@@ -42,12 +42,12 @@ private Q_SLOTS:
 
 namespace {
 
-UserDefaults &store()
+UserDefaults& store()
 {
     return SharedSettings::store();
 }
 
-QString text(const QList<MonitorSection> &order)
+QString text(const QList<MonitorSection>& order)
 {
     QStringList keys;
     for (const MonitorSection section : order)
@@ -55,15 +55,15 @@ QString text(const QList<MonitorSection> &order)
     return keys.join(u',');
 }
 
-QList<MonitorSection> sections(const QString &text)
+QList<MonitorSection> sections(const QString& text)
 {
     QList<MonitorSection> result;
-    for (const QString &key : text.split(u',', Qt::SkipEmptyParts))
+    for (const QString& key : text.split(u',', Qt::SkipEmptyParts))
         result.append(fromRawValue<MonitorSection>(key).value());
     return result;
 }
 
-QString stored(const char *key)
+QString stored(const char* key)
 {
     return store().storedDictionary().value(QLatin1StringView(key)).toString();
 }
@@ -80,14 +80,22 @@ void MeterSettingsTest::orderTextsAreCompleted_data()
 {
     QTest::addColumn<QString>("order");
     QTest::addColumn<QString>("result");
-    QTest::newRow("empty") << "" << "sensors,storage,memory,cpu";
-    QTest::newRow("repeated") << "cpu,cpu,memory" << "cpu,memory,sensors,storage";
-    QTest::newRow("whole") << "storage,sensors,memory,cpu" << "storage,sensors,memory,cpu";
-    QTest::newRow("unknown") << "memory,bogus,memory" << "memory,sensors,storage,cpu";
-    QTest::newRow("empty pieces") << ",cpu,,memory," << "cpu,memory,sensors,storage";
-    QTest::newRow("a space is not trimmed") << " cpu,memory" << "memory,sensors,storage,cpu";
-    QTest::newRow("capitals are other names") << "CPU,memory" << "memory,sensors,storage,cpu";
-    QTest::newRow("one") << "storage" << "storage,sensors,memory,cpu";
+    QTest::newRow("empty") << ""
+                           << "sensors,storage,memory,cpu";
+    QTest::newRow("repeated") << "cpu,cpu,memory"
+                              << "cpu,memory,sensors,storage";
+    QTest::newRow("whole") << "storage,sensors,memory,cpu"
+                           << "storage,sensors,memory,cpu";
+    QTest::newRow("unknown") << "memory,bogus,memory"
+                             << "memory,sensors,storage,cpu";
+    QTest::newRow("empty pieces") << ",cpu,,memory,"
+                                  << "cpu,memory,sensors,storage";
+    QTest::newRow("a space is not trimmed") << " cpu,memory"
+                                            << "memory,sensors,storage,cpu";
+    QTest::newRow("capitals are other names") << "CPU,memory"
+                                              << "memory,sensors,storage,cpu";
+    QTest::newRow("one") << "storage"
+                         << "storage,sensors,memory,cpu";
 }
 
 void MeterSettingsTest::orderTextsAreCompleted()
@@ -109,17 +117,29 @@ void MeterSettingsTest::mergeRefillsShownSlots_data()
     QTest::addColumn<QString>("order");
     QTest::addColumn<QString>("hidden");
     QTest::addColumn<QString>("result");
-    QTest::newRow("one hidden") << "cpu,memory,storage" << "storage,sensors,memory,cpu" << "sensors"
+    QTest::newRow("one hidden") << "cpu,memory,storage"
+                                << "storage,sensors,memory,cpu"
+                                << "sensors"
                                 << "cpu,sensors,memory,storage";
-    QTest::newRow("none hidden") << "cpu,memory,storage,sensors" << "storage,sensors,memory,cpu" << ""
+    QTest::newRow("none hidden") << "cpu,memory,storage,sensors"
+                                 << "storage,sensors,memory,cpu"
+                                 << ""
                                  << "cpu,memory,storage,sensors";
-    QTest::newRow("all hidden") << "" << "storage,sensors,memory,cpu" << "storage,sensors,memory,cpu"
+    QTest::newRow("all hidden") << ""
+                                << "storage,sensors,memory,cpu"
+                                << "storage,sensors,memory,cpu"
                                 << "storage,sensors,memory,cpu";
-    QTest::newRow("visible used up") << "cpu" << "storage,sensors,memory,cpu" << "memory"
+    QTest::newRow("visible used up") << "cpu"
+                                     << "storage,sensors,memory,cpu"
+                                     << "memory"
                                      << "cpu,memory,storage,sensors";
-    QTest::newRow("more visible than slots") << "cpu,memory,storage" << "storage,memory" << ""
+    QTest::newRow("more visible than slots") << "cpu,memory,storage"
+                                             << "storage,memory"
+                                             << ""
                                              << "cpu,memory,storage,sensors";
-    QTest::newRow("visible and hidden stands twice") << "cpu,sensors" << "sensors,cpu" << "sensors"
+    QTest::newRow("visible and hidden stands twice") << "cpu,sensors"
+                                                     << "sensors,cpu"
+                                                     << "sensors"
                                                      << "sensors,cpu,sensors,memory,storage";
 }
 
@@ -168,7 +188,7 @@ void MeterSettingsTest::onlyAStoredFalseHides()
 {
     QFETCH(QJsonValue, value);
     QFETCH(bool, shown);
-    for (const auto &entry : allCases<MonitorSection>()) {
+    for (const auto& entry : allCases<MonitorSection>()) {
         if (!value.isUndefined())
             QVERIFY(store().set(MeterSettings::visibilityKey(entry.value).name, value));
         QCOMPARE(MeterSettings::isShown(entry.value), shown);
@@ -199,7 +219,8 @@ void MeterSettingsTest::readoutsFallBackToTheLegacySwitch_data()
     QTest::newRow("of another type") << QJsonValue(1) << absent << false;
     QTest::newRow("a text") << QJsonValue(QStringLiteral("true")) << absent << false;
     QTest::newRow("unknown readout, on") << QJsonValue(true) << QJsonValue(QStringLiteral("Usage")) << true;
-    QTest::newRow("unknown readout, off") << QJsonValue(false) << QJsonValue(QStringLiteral("Usage")) << false;
+    QTest::newRow("unknown readout, off")
+        << QJsonValue(false) << QJsonValue(QStringLiteral("Usage")) << false;
     QTest::newRow("readout of another type") << QJsonValue(true) << QJsonValue(3) << true;
 }
 

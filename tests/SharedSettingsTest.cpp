@@ -30,7 +30,7 @@ private Q_SLOTS:
 void SharedSettingsTest::factoryDefaultsAreTheseTwentyThree_data()
 {
     QTest::addColumn<QJsonValue>("value");
-    const auto text = [](const char *value) { return QJsonValue(QString::fromLatin1(value)); };
+    const auto text = [](const char* value) { return QJsonValue(QString::fromLatin1(value)); };
     QTest::newRow("agentEnabled") << QJsonValue(true);
     QTest::newRow("settingsPane") << text("menuBar");
     QTest::newRow("refreshInterval") << QJsonValue(1.0);
@@ -72,15 +72,18 @@ void SharedSettingsTest::noOtherKeyIsRegistered()
 void SharedSettingsTest::unregisteredKeysAreCatalogued()
 {
     QStringList names;
-    std::apply([&](const auto &...key) { (names.append(QString::fromLatin1(key.name)), ...); }, Keys::unregistered);
-    QCOMPARE(names, QStringLiteral("memoryReadout storageReadout cpuAccent cpuFastCoreAccent memoryAccent storageAccent "
-                                   "updatesAvailable").split(u' '));
-    for (const QString &name : names)
+    std::apply(
+        [&](const auto&... key) { (names.append(QString::fromLatin1(key.name)), ...); }, Keys::unregistered);
+    QCOMPARE(names,
+        QStringLiteral("memoryReadout storageReadout cpuAccent cpuFastCoreAccent memoryAccent storageAccent "
+                       "updatesAvailable")
+            .split(u' '));
+    for (const QString& name : names)
         QVERIFY(!SharedSettings::factoryDefaults().contains(name));
 }
 
 // What a fresh process with this environment says, as the names are fixed at the first use.
-static QStringList namesInAProcess(const QString &suite, bool isSet)
+static QStringList namesInAProcess(const QString& suite, bool isSet)
 {
     QProcess child;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -99,10 +102,14 @@ void SharedSettingsTest::suiteAndSignalNamesFollowTheEnvironment_data()
     QTest::addColumn<bool>("isSet");
     QTest::addColumn<QString>("suite");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("no variable") << false << "" << "T4K9ZR2MXB.com.orvale.kestrum";
-    QTest::newRow("a name") << true << "test.suite" << "test.suite";
-    QTest::newRow("not trimmed") << true << " a b " << " a b ";
-    QTest::newRow("empty is taken too") << true << "" << "";
+    QTest::newRow("no variable") << false << ""
+                                 << "T4K9ZR2MXB.com.orvale.kestrum";
+    QTest::newRow("a name") << true << "test.suite"
+                            << "test.suite";
+    QTest::newRow("not trimmed") << true << " a b "
+                                 << " a b ";
+    QTest::newRow("empty is taken too") << true << ""
+                                        << "";
 }
 
 void SharedSettingsTest::suiteAndSignalNamesFollowTheEnvironment()
@@ -120,9 +127,11 @@ void SharedSettingsTest::refusedSuiteUsesTheProcessDomain_data()
 {
     QTest::addColumn<QString>("suite");
     QTest::addColumn<QString>("domain");
-    QTest::newRow("empty") << "" << "com.orvale.kestrum";
+    QTest::newRow("empty") << ""
+                           << "com.orvale.kestrum";
     QTest::newRow("too long for a file") << QString(400, u'x') << "com.orvale.kestrum";
-    QTest::newRow("a path") << "../a/b" << "../a/b";
+    QTest::newRow("a path") << "../a/b"
+                            << "../a/b";
 }
 
 void SharedSettingsTest::refusedSuiteUsesTheProcessDomain()
@@ -135,14 +144,16 @@ void SharedSettingsTest::refusedSuiteUsesTheProcessDomain()
 void SharedSettingsTest::signalsStandInTheirOrder()
 {
     QStringList names;
-    for (const auto &entry : allCases<SharedSettings::Signal>())
+    for (const auto& entry : allCases<SharedSettings::Signal>())
         names.append(QString::fromLatin1(entry.rawValue));
-    QCOMPARE(names, QStringLiteral("settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged").split(u' '));
+    QCOMPARE(names,
+        QStringLiteral("settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged")
+            .split(u' '));
 }
 
 void SharedSettingsTest::settingReadsItsDefaultForWhatIsNotUnderstood()
 {
-    UserDefaults &store = SharedSettings::store();
+    UserDefaults& store = SharedSettings::store();
     const Setting setting(Keys::meterStyle);
     QCOMPARE(setting.value(), MeterStyle::bars);
     QVERIFY(store.set("meterStyle", QStringLiteral("Wave")));
@@ -183,7 +194,7 @@ void SharedSettingsTest::settingStopsWithItsOwner()
     QVERIFY(seen.isEmpty());
 }
 
-int main(int argc, char **argv)
+int main(int argc, char** argv)
 {
     if (argc == 2 && qstrcmp(argv[1], "--names") == 0) {
         QTextStream(stdout) << SharedSettings::suiteName() << '\n'

@@ -8,7 +8,7 @@ namespace kestrum {
 TestHome::TestHome()
 {
     const QDir directory(m_directory.path());
-    for (const char *variable : { "XDG_CONFIG_DIRS", "LANGUAGE", "LC_ALL", "LC_NUMERIC", "LC_MEASUREMENT",
+    for (const char* variable : { "XDG_CONFIG_DIRS", "LANGUAGE", "LC_ALL", "LC_NUMERIC", "LC_MEASUREMENT",
              "LC_MESSAGES", "KESTRUM_SETTINGS_SUITE", "KESTRUM_LANGUAGE" })
         qunsetenv(variable);
     qputenv("LANG", "C.UTF-8");

@@ -12,8 +12,8 @@ class TestHome {
 public:
     TestHome();
 
-    static QString root(); ///< the temporary folder
-    static QString configDirectory(); ///< $XDG_CONFIG_HOME/kestrum, not created
+    static QString root();             ///< the temporary folder
+    static QString configDirectory();  ///< $XDG_CONFIG_HOME/kestrum, not created
     static QString runtimeDirectory(); ///< $XDG_RUNTIME_DIR, created 0700
 
 private:
@@ -24,7 +24,7 @@ private:
 
 /// `main` of a test class, with a home of its own and an application object of the given class.
 #define KESTRUM_TEST_MAIN(ApplicationClass, TestClass)                                                       \
-    int main(int argc, char **argv)                                                                          \
+    int main(int argc, char** argv)                                                                          \
     {                                                                                                        \
         kestrum::TestHome home;                                                                              \
         ApplicationClass application(argc, argv);                                                            \

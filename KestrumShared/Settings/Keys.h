@@ -13,74 +13,74 @@ template <class T> struct KeyDefault {
     using Type = T;
 };
 template <> struct KeyDefault<QString> {
-    using Type = const char *;
+    using Type = const char*;
 };
 
 /// A key with a factory default, which every read of a key that nobody wrote gives.
 template <class T> struct Key {
     using Value = T;
-    const char *name;
+    const char* name;
     typename KeyDefault<T>::Type factoryDefault;
 };
 
 /// A key whose absence is a state of its own: it has no factory default.
 template <class T> struct UnregisteredKey {
     using Value = T;
-    const char *name;
+    const char* name;
 };
 
 /// The catalogue of all settings: the only place where a key's spelling, type and default stand. Names, types and
 /// defaults are a contract with the agent.
 namespace Keys {
 
-    inline constexpr Key<bool> agentEnabled { "agentEnabled", true };
-    inline constexpr Key<QString> settingsPane { "settingsPane", "menuBar" };
-    /// In seconds.
-    inline constexpr Key<double> refreshInterval { "refreshInterval", 1.0 };
-    inline constexpr Key<bool> showCPUItem { "showCPUItem", true };
-    inline constexpr Key<bool> showMemoryItem { "showMemoryItem", true };
-    inline constexpr Key<bool> showStorageItem { "showStorageItem", true };
-    inline constexpr Key<bool> showSensorsItem { "showSensorsItem", true };
-    inline constexpr Key<CPUReadout> cpuReadout { "cpuReadout", CPUReadout::temperature };
-    inline constexpr Key<SensorsReadout> sensorsReadout { "sensorsReadout", SensorsReadout::power };
-    /// Of an earlier version: decides what `memoryReadout` and `storageReadout` are until they are chosen.
-    inline constexpr Key<bool> showMemoryPercent { "showMemoryPercent", true };
-    inline constexpr Key<MeterStyle> meterStyle { "meterStyle", MeterStyle::bars };
-    inline constexpr Key<MeterShape> meterShape { "meterShape", MeterShape::pill };
-    inline constexpr Key<QString> menuBarOrder { "menuBarOrder", "storage,sensors,memory,cpu" };
-    inline constexpr Key<QString> language { "language", "system" };
-    inline constexpr Key<Units::TemperatureChoice> temperatureUnit { "temperatureUnit",
-        Units::TemperatureChoice::system };
-    inline constexpr Key<MeterLabelStyle> meterLabelStyle { "meterLabelStyle", MeterLabelStyle::icons };
-    /// Of an earlier version: one accent for all items, and one for the performance cores.
-    inline constexpr Key<MeterAccent> accentChoice { "accentChoice", MeterAccent::Name::signal };
-    inline constexpr Key<MeterAccent> performanceCoreAccent { "performanceCoreAccent",
-        MeterAccent::Name::indigo };
-    inline constexpr Key<PopoverAppearance> popoverAppearance { "popoverAppearance", PopoverAppearance::system };
-    inline constexpr Key<PopoverBackground> popoverBackground { "popoverBackground",
-        PopoverBackground::translucent };
-    inline constexpr Key<bool> updatesCheckAutomatically { "updatesCheckAutomatically", true };
-    /// Written by the agent only.
-    inline constexpr Key<bool> updaterCanCheck { "updaterCanCheck", false };
-    inline constexpr Key<bool> didUnregisterLegacyLoginItem { "didUnregisterLegacyLoginItem", false };
+inline constexpr Key<bool> agentEnabled { "agentEnabled", true };
+inline constexpr Key<QString> settingsPane { "settingsPane", "menuBar" };
+/// In seconds.
+inline constexpr Key<double> refreshInterval { "refreshInterval", 1.0 };
+inline constexpr Key<bool> showCPUItem { "showCPUItem", true };
+inline constexpr Key<bool> showMemoryItem { "showMemoryItem", true };
+inline constexpr Key<bool> showStorageItem { "showStorageItem", true };
+inline constexpr Key<bool> showSensorsItem { "showSensorsItem", true };
+inline constexpr Key<CPUReadout> cpuReadout { "cpuReadout", CPUReadout::temperature };
+inline constexpr Key<SensorsReadout> sensorsReadout { "sensorsReadout", SensorsReadout::power };
+/// Of an earlier version: decides what `memoryReadout` and `storageReadout` are until they are chosen.
+inline constexpr Key<bool> showMemoryPercent { "showMemoryPercent", true };
+inline constexpr Key<MeterStyle> meterStyle { "meterStyle", MeterStyle::bars };
+inline constexpr Key<MeterShape> meterShape { "meterShape", MeterShape::pill };
+inline constexpr Key<QString> menuBarOrder { "menuBarOrder", "storage,sensors,memory,cpu" };
+inline constexpr Key<QString> language { "language", "system" };
+inline constexpr Key<Units::TemperatureChoice> temperatureUnit { "temperatureUnit",
+    Units::TemperatureChoice::system };
+inline constexpr Key<MeterLabelStyle> meterLabelStyle { "meterLabelStyle", MeterLabelStyle::icons };
+/// Of an earlier version: one accent for all items, and one for the performance cores.
+inline constexpr Key<MeterAccent> accentChoice { "accentChoice", MeterAccent::Name::signal };
+inline constexpr Key<MeterAccent> performanceCoreAccent { "performanceCoreAccent",
+    MeterAccent::Name::indigo };
+inline constexpr Key<PopoverAppearance> popoverAppearance { "popoverAppearance", PopoverAppearance::system };
+inline constexpr Key<PopoverBackground> popoverBackground { "popoverBackground",
+    PopoverBackground::translucent };
+inline constexpr Key<bool> updatesCheckAutomatically { "updatesCheckAutomatically", true };
+/// Written by the agent only.
+inline constexpr Key<bool> updaterCanCheck { "updaterCanCheck", false };
+inline constexpr Key<bool> didUnregisterLegacyLoginItem { "didUnregisterLegacyLoginItem", false };
 
-    inline constexpr UnregisteredKey<MemoryReadout> memoryReadout { "memoryReadout" };
-    inline constexpr UnregisteredKey<StorageReadout> storageReadout { "storageReadout" };
-    inline constexpr UnregisteredKey<MeterAccent> cpuAccent { "cpuAccent" };
-    inline constexpr UnregisteredKey<MeterAccent> cpuFastCoreAccent { "cpuFastCoreAccent" };
-    inline constexpr UnregisteredKey<MeterAccent> memoryAccent { "memoryAccent" };
-    inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
-    /// Version text of an update that the agent found; written by the agent only.
-    inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
+inline constexpr UnregisteredKey<MemoryReadout> memoryReadout { "memoryReadout" };
+inline constexpr UnregisteredKey<StorageReadout> storageReadout { "storageReadout" };
+inline constexpr UnregisteredKey<MeterAccent> cpuAccent { "cpuAccent" };
+inline constexpr UnregisteredKey<MeterAccent> cpuFastCoreAccent { "cpuFastCoreAccent" };
+inline constexpr UnregisteredKey<MeterAccent> memoryAccent { "memoryAccent" };
+inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
+/// Version text of an update that the agent found; written by the agent only.
+inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
 
-    inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInterval, showCPUItem,
-        showMemoryItem, showStorageItem, showSensorsItem, cpuReadout, sensorsReadout, showMemoryPercent, meterStyle,
-        meterShape, menuBarOrder, language, temperatureUnit, meterLabelStyle, accentChoice, performanceCoreAccent,
-        popoverAppearance, popoverBackground, updatesCheckAutomatically, updaterCanCheck,
-        didUnregisterLegacyLoginItem };
+inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInterval, showCPUItem,
+    showMemoryItem, showStorageItem, showSensorsItem, cpuReadout, sensorsReadout, showMemoryPercent,
+    meterStyle, meterShape, menuBarOrder, language, temperatureUnit, meterLabelStyle, accentChoice,
+    performanceCoreAccent, popoverAppearance, popoverBackground, updatesCheckAutomatically, updaterCanCheck,
+    didUnregisterLegacyLoginItem };
 
-    inline constexpr std::tuple unregistered { memoryReadout, storageReadout, cpuAccent, cpuFastCoreAccent,
-        memoryAccent, storageAccent, updatesAvailable };
+inline constexpr std::tuple unregistered { memoryReadout, storageReadout, cpuAccent, cpuFastCoreAccent,
+    memoryAccent, storageAccent, updatesAvailable };
 
 } // namespace Keys
 } // namespace kestrum

@@ -6,23 +6,23 @@ namespace kestrum {
 
 namespace {
 
-    void appendMissing(QList<MonitorSection> &order, MonitorSection section)
-    {
-        if (!order.contains(section))
-            order.append(section);
-    }
+void appendMissing(QList<MonitorSection>& order, MonitorSection section)
+{
+    if (!order.contains(section))
+        order.append(section);
+}
 
-    // Only a stored truth value counts; anything else under the key reads as "no".
-    bool legacyShowsPercent()
-    {
-        return SharedSettings::store().boolean(Keys::showMemoryPercent.name).value_or(false);
-    }
+// Only a stored truth value counts; anything else under the key reads as "no".
+bool legacyShowsPercent()
+{
+    return SharedSettings::store().boolean(Keys::showMemoryPercent.name).value_or(false);
+}
 
-    template <class Readout> Readout readout(const UnregisteredKey<Readout> &key)
-    {
-        const auto stored = SettingCoding<Readout>::read(SharedSettings::store(), key.name);
-        return stored.value_or(legacyShowsPercent() ? Readout::usage : Readout::off);
-    }
+template <class Readout> Readout readout(const UnregisteredKey<Readout>& key)
+{
+    const auto stored = SettingCoding<Readout>::read(SharedSettings::store(), key.name);
+    return stored.value_or(legacyShowsPercent() ? Readout::usage : Readout::off);
+}
 
 } // namespace
 
@@ -43,8 +43,8 @@ QList<MonitorSection> MeterSettings::storedOrder()
     return order(SharedSettings::store().string(Keys::menuBarOrder.name).value_or(QString()));
 }
 
-QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection> &visible,
-    const QList<MonitorSection> &stored, const std::function<bool(MonitorSection)> &isShown)
+QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection>& visible,
+    const QList<MonitorSection>& stored, const std::function<bool(MonitorSection)>& isShown)
 {
     QList<MonitorSection> result;
     qsizetype next = 0;
@@ -57,12 +57,12 @@ QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection> &visible
     result.append(visible.mid(next));
     // Completed in the order of the cases, unlike an order text: a section that is missing here was neither stored nor
     // shown, so there is no place of its own to keep.
-    for (const auto &entry : allCases<MonitorSection>())
+    for (const auto& entry : allCases<MonitorSection>())
         appendMissing(result, entry.value);
     return result;
 }
 
-bool MeterSettings::setMenuBarOrder(const QList<MonitorSection> &visible)
+bool MeterSettings::setMenuBarOrder(const QList<MonitorSection>& visible)
 {
     QStringList keys;
     for (const MonitorSection section : merged(visible, storedOrder(), isShown))
@@ -70,7 +70,7 @@ bool MeterSettings::setMenuBarOrder(const QList<MonitorSection> &visible)
     return Setting(Keys::menuBarOrder).set(keys.join(QLatin1Char(',')));
 }
 
-const Key<bool> &MeterSettings::visibilityKey(MonitorSection section)
+const Key<bool>& MeterSettings::visibilityKey(MonitorSection section)
 {
     switch (section) {
     case MonitorSection::cpu:
@@ -100,22 +100,21 @@ StorageReadout MeterSettings::storageReadout()
     return readout(Keys::storageReadout);
 }
 
-MeterAccent MeterSettings::accent(const UnregisteredKey<MeterAccent> &key)
+MeterAccent MeterSettings::accent(const UnregisteredKey<MeterAccent>& key)
 {
     return Setting(key, MeterAccent(MeterAccent::fallback)).value();
 }
 
 bool MeterSettings::migrateAccents()
 {
-    UserDefaults &store = SharedSettings::store();
-    const auto read = [&store](const Key<MeterAccent> &key) {
-        return SettingCoding<MeterAccent>::read(store, key.name);
-    };
+    UserDefaults& store = SharedSettings::store();
+    const auto read
+        = [&store](const Key<MeterAccent>& key) { return SettingCoding<MeterAccent>::read(store, key.name); };
     const MeterAccent base = read(Keys::accentChoice).value_or(MeterAccent::fallback);
     const MeterAccent fastCore = read(Keys::performanceCoreAccent).value_or(base);
 
     QJsonObject missing;
-    const auto add = [&](const UnregisteredKey<MeterAccent> &key, const MeterAccent &accent) {
+    const auto add = [&](const UnregisteredKey<MeterAccent>& key, const MeterAccent& accent) {
         if (store.object(key.name).isUndefined())
             missing.insert(QLatin1StringView(key.name), accent.rawValue());
     };

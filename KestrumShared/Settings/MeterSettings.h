@@ -12,44 +12,44 @@ namespace kestrum {
 /// The rules of the shared settings that are more than a single key.
 namespace MeterSettings {
 
-    /// Completes an order that lacks sections. Not the same as the factory value of `Keys::menuBarOrder`, which is what
-    /// a fresh store reads.
-    inline constexpr MonitorSection defaultMenuBarOrder[] = { MonitorSection::sensors, MonitorSection::storage,
-        MonitorSection::memory, MonitorSection::cpu };
+/// Completes an order that lacks sections. Not the same as the factory value of `Keys::menuBarOrder`, which is what
+/// a fresh store reads.
+inline constexpr MonitorSection defaultMenuBarOrder[]
+    = { MonitorSection::sensors, MonitorSection::storage, MonitorSection::memory, MonitorSection::cpu };
 
-    /// The sections named in `text`, separated by ",", followed by those that it lacks. Unknown and repeated names are
-    /// passed over; the result holds each section exactly once.
-    QList<MonitorSection> order(QStringView text);
+/// The sections named in `text`, separated by ",", followed by those that it lacks. Unknown and repeated names are
+/// passed over; the result holds each section exactly once.
+QList<MonitorSection> order(QStringView text);
 
-    /// The stored order, completed.
-    QList<MonitorSection> storedOrder();
+/// The stored order, completed.
+QList<MonitorSection> storedOrder();
 
-    /// `stored` with its shown sections replaced, slot by slot, by `visible`; hidden sections keep their slots.
-    /// `visible` holds shown sections only.
-    QList<MonitorSection> merged(const QList<MonitorSection> &visible, const QList<MonitorSection> &stored,
-        const std::function<bool(MonitorSection)> &isShown);
+/// `stored` with its shown sections replaced, slot by slot, by `visible`; hidden sections keep their slots.
+/// `visible` holds shown sections only.
+QList<MonitorSection> merged(const QList<MonitorSection>& visible, const QList<MonitorSection>& stored,
+    const std::function<bool(MonitorSection)>& isShown);
 
-    /// Merges the visible sections in their new order into the stored order and stores that. False when the save
-    /// failed.
-    bool setMenuBarOrder(const QList<MonitorSection> &visible);
+/// Merges the visible sections in their new order into the stored order and stores that. False when the save
+/// failed.
+bool setMenuBarOrder(const QList<MonitorSection>& visible);
 
-    /// The key that shows or hides a section's item.
-    const Key<bool> &visibilityKey(MonitorSection section);
+/// The key that shows or hides a section's item.
+const Key<bool>& visibilityKey(MonitorSection section);
 
-    /// Whether a section's item is shown: anything but a stored false.
-    bool isShown(MonitorSection section);
+/// Whether a section's item is shown: anything but a stored false.
+bool isShown(MonitorSection section);
 
-    /// The readouts whose keys have no factory default: the stored one, else what the setting of an earlier version
-    /// says.
-    MemoryReadout memoryReadout();
-    StorageReadout storageReadout();
+/// The readouts whose keys have no factory default: the stored one, else what the setting of an earlier version
+/// says.
+MemoryReadout memoryReadout();
+StorageReadout storageReadout();
 
-    /// The accent under `key`, `MeterAccent::fallback` when it is absent or not understood.
-    MeterAccent accent(const UnregisteredKey<MeterAccent> &key);
+/// The accent under `key`, `MeterAccent::fallback` when it is absent or not understood.
+MeterAccent accent(const UnregisteredKey<MeterAccent>& key);
 
-    /// Gives every accent key that holds nothing the accent of the earlier version's global keys, which stay. Run at
-    /// every start, after the factory defaults are registered. False when the save failed.
-    bool migrateAccents();
+/// Gives every accent key that holds nothing the accent of the earlier version's global keys, which stay. Run at
+/// every start, after the factory defaults are registered. False when the save failed.
+bool migrateAccents();
 
 } // namespace MeterSettings
 } // namespace kestrum

@@ -16,22 +16,28 @@ template <class T> struct SettingCoding;
 
 template <> struct SettingCoding<bool> {
     static QJsonValue stored(bool value) { return value; }
-    static std::optional<bool> read(const UserDefaults &store, const char *key) { return store.boolean(key); }
+    static std::optional<bool> read(const UserDefaults& store, const char* key) { return store.boolean(key); }
 };
 
 template <> struct SettingCoding<double> {
     static QJsonValue stored(double value) { return value; }
-    static std::optional<double> read(const UserDefaults &store, const char *key) { return store.number(key); }
+    static std::optional<double> read(const UserDefaults& store, const char* key)
+    {
+        return store.number(key);
+    }
 };
 
 template <> struct SettingCoding<QString> {
-    static QJsonValue stored(const QString &value) { return value; }
-    static std::optional<QString> read(const UserDefaults &store, const char *key) { return store.string(key); }
+    static QJsonValue stored(const QString& value) { return value; }
+    static std::optional<QString> read(const UserDefaults& store, const char* key)
+    {
+        return store.string(key);
+    }
 };
 
 template <> struct SettingCoding<MeterAccent> {
-    static QJsonValue stored(const MeterAccent &value) { return value.rawValue(); }
-    static std::optional<MeterAccent> read(const UserDefaults &store, const char *key)
+    static QJsonValue stored(const MeterAccent& value) { return value.rawValue(); }
+    static std::optional<MeterAccent> read(const UserDefaults& store, const char* key)
     {
         const auto text = store.string(key);
         return text ? MeterAccent::fromRawValue(*text) : std::nullopt;
@@ -40,7 +46,7 @@ template <> struct SettingCoding<MeterAccent> {
 
 template <StoredEnumeration E> struct SettingCoding<E> {
     static QJsonValue stored(E value) { return rawValue(value); }
-    static std::optional<E> read(const UserDefaults &store, const char *key)
+    static std::optional<E> read(const UserDefaults& store, const char* key)
     {
         const auto text = store.string(key);
         return text ? fromRawValue<E>(*text) : std::nullopt;
@@ -51,19 +57,19 @@ template <StoredEnumeration E> struct SettingCoding<E> {
 template <class T> class Setting {
 public:
     /// A catalogued key, in the shared store unless told otherwise; what is not understood reads as its default.
-    explicit Setting(const Key<T> &key, UserDefaults &store = SharedSettings::store())
+    explicit Setting(const Key<T>& key, UserDefaults& store = SharedSettings::store())
         : Setting(key.name, T(defaultOf(key)), store)
     {
     }
 
     /// A key without a factory default; `fallback` is what absence and whatever is not understood read as.
-    Setting(const UnregisteredKey<T> &key, T fallback, UserDefaults &store = SharedSettings::store())
+    Setting(const UnregisteredKey<T>& key, T fallback, UserDefaults& store = SharedSettings::store())
         : Setting(key.name, std::move(fallback), store)
     {
     }
 
-    const char *key() const { return m_key; }
-    UserDefaults &store() const { return *m_store; }
+    const char* key() const { return m_key; }
+    UserDefaults& store() const { return *m_store; }
 
     T value() const { return SettingCoding<T>::read(*m_store, m_key).value_or(m_fallback); }
 
@@ -71,10 +77,10 @@ public:
     std::optional<T> recognised() const { return SettingCoding<T>::read(*m_store, m_key); }
 
     /// Stores `value`; an equal stored value is not written again. False when the save failed.
-    bool set(const T &value) const { return m_store->set(m_key, SettingCoding<T>::stored(value)); }
+    bool set(const T& value) const { return m_store->set(m_key, SettingCoding<T>::stored(value)); }
 
     /// Calls `function(value)` each time the value has become another, until `owner` is destroyed.
-    template <class Function> void observe(QObject *owner, Function function) const
+    template <class Function> void observe(QObject* owner, Function function) const
     {
         QObject::connect(m_store, &UserDefaults::changed, owner,
             [setting = *this, last = value(), function = std::move(function)]() mutable {
@@ -87,14 +93,14 @@ public:
     }
 
 private:
-    Setting(const char *key, T fallback, UserDefaults &store)
+    Setting(const char* key, T fallback, UserDefaults& store)
         : m_store(&store)
         , m_key(key)
         , m_fallback(std::move(fallback))
     {
     }
 
-    static T defaultOf(const Key<T> &key)
+    static T defaultOf(const Key<T>& key)
     {
         if constexpr (std::is_same_v<T, QString>)
             return QString::fromUtf8(key.factoryDefault);
@@ -102,8 +108,8 @@ private:
             return key.factoryDefault;
     }
 
-    UserDefaults *m_store;
-    const char *m_key;
+    UserDefaults* m_store;
+    const char* m_key;
     T m_fallback;
 };
 

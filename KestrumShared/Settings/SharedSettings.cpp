@@ -8,45 +8,45 @@ namespace kestrum {
 
 namespace {
 
-    QString chosenSuiteName()
-    {
-        constexpr char variable[] = "KESTRUM_SETTINGS_SUITE";
-        if (qEnvironmentVariableIsSet(variable))
-            return qEnvironmentVariable(variable);
-        return QStringLiteral("T4K9ZR2MXB.com.orvale.kestrum");
-    }
+QString chosenSuiteName()
+{
+    constexpr char variable[] = "KESTRUM_SETTINGS_SUITE";
+    if (qEnvironmentVariableIsSet(variable))
+        return qEnvironmentVariable(variable);
+    return QStringLiteral("T4K9ZR2MXB.com.orvale.kestrum");
+}
 
-    template <class T> void addDefault(QJsonObject &defaults, const Key<T> &key)
-    {
-        if constexpr (std::is_same_v<T, QString>)
-            defaults.insert(QLatin1StringView(key.name), QString::fromUtf8(key.factoryDefault));
-        else
-            defaults.insert(QLatin1StringView(key.name), SettingCoding<T>::stored(key.factoryDefault));
-    }
+template <class T> void addDefault(QJsonObject& defaults, const Key<T>& key)
+{
+    if constexpr (std::is_same_v<T, QString>)
+        defaults.insert(QLatin1StringView(key.name), QString::fromUtf8(key.factoryDefault));
+    else
+        defaults.insert(QLatin1StringView(key.name), SettingCoding<T>::stored(key.factoryDefault));
+}
 
 } // namespace
 
-const QString &SharedSettings::suiteName()
+const QString& SharedSettings::suiteName()
 {
     static const QString name = chosenSuiteName();
     return name;
 }
 
-UserDefaults &SharedSettings::store()
+UserDefaults& SharedSettings::store()
 {
     // Opened once and never closed: views and handlers hold references to it until the very end of the process.
-    static UserDefaults *const store = [] {
-        UserDefaults *suite = UserDefaults::withSuiteName(suiteName()).release();
+    static UserDefaults* const store = [] {
+        UserDefaults* suite = UserDefaults::withSuiteName(suiteName()).release();
         return suite ? suite : &UserDefaults::standard();
     }();
     return *store;
 }
 
-const QJsonObject &SharedSettings::factoryDefaults()
+const QJsonObject& SharedSettings::factoryDefaults()
 {
     static const QJsonObject defaults = [] {
         QJsonObject object;
-        std::apply([&object](const auto &...key) { (addDefault(object, key), ...); }, Keys::registered);
+        std::apply([&object](const auto&... key) { (addDefault(object, key), ...); }, Keys::registered);
         return object;
     }();
     return defaults;

@@ -11,23 +11,23 @@ namespace kestrum {
 /// The settings that the application and the agent share, and the signals by which they tell each other to look.
 namespace SharedSettings {
 
-    /// "KESTRUM_SETTINGS_SUITE" of the environment as it stands, else the application group's name. Fixed at the first
-    /// call.
-    const QString &suiteName();
+/// "KESTRUM_SETTINGS_SUITE" of the environment as it stands, else the application group's name. Fixed at the first
+/// call.
+const QString& suiteName();
 
-    /// The domain named `suiteName`; the process's own domain when that name is refused. Lives until the process ends.
-    UserDefaults &store();
+/// The domain named `suiteName`; the process's own domain when that name is refused. Lives until the process ends.
+UserDefaults& store();
 
-    /// The 23 factory defaults, to be registered at start-up.
-    const QJsonObject &factoryDefaults();
+/// The 23 factory defaults, to be registered at start-up.
+const QJsonObject& factoryDefaults();
 
-    enum class Signal { settings, quitAgent, openSettings, checkForUpdates, updateAvailable, menuBarChanged };
+enum class Signal { settings, quitAgent, openSettings, checkForUpdates, updateAvailable, menuBarChanged };
 
-    /// The signal's full name: the suite name, a full stop and the case's name.
-    QString name(Signal signal);
+/// The signal's full name: the suite name, a full stop and the case's name.
+QString name(Signal signal);
 
-    /// Tells every process that listens. Never fails, never blocks; any thread.
-    void post(Signal signal);
+/// Tells every process that listens. Never fails, never blocks; any thread.
+void post(Signal signal);
 
 } // namespace SharedSettings
 

@@ -13,15 +13,15 @@ class SignalListener {
 public:
     SignalListener() = default;
     ~SignalListener();
-    SignalListener(const SignalListener &) = delete;
-    SignalListener &operator=(const SignalListener &) = delete;
+    SignalListener(const SignalListener&) = delete;
+    SignalListener& operator=(const SignalListener&) = delete;
 
     /// Runs `handler` on the main thread after each post of `signal`. A registration that fails is passed over in
     /// silence; `handler` then never runs.
     void listen(SharedSettings::Signal signal, std::function<void()> handler);
 
     /// The live registrations, in the order in which they were made.
-    const QList<NotificationCentre::Token> &tokens() const { return m_tokens; }
+    const QList<NotificationCentre::Token>& tokens() const { return m_tokens; }
 
 private:
     QList<NotificationCentre::Token> m_tokens;

@@ -6,15 +6,15 @@
 namespace kestrum {
 
 namespace AppLanguage {
-    QString string(const char *key);
+QString string(const char* key);
 }
 
 /// One case of a stored enumeration: its value, the text that is stored for it, and the English text (the key of its
 /// translation) that people see. A case that is never shown by a title of its own has a null title.
 template <class E> struct EnumerationCase {
     E value;
-    const char *rawValue;
-    const char *title;
+    const char* rawValue;
+    const char* title;
 };
 
 /// The only list of an enumeration's cases, in the order in which pickers show them. Specialised per enumeration with a
@@ -22,17 +22,20 @@ template <class E> struct EnumerationCase {
 template <class E> struct Enumeration;
 
 template <class E>
-concept StoredEnumeration = requires { Enumeration<E>::cases[0].rawValue; };
+concept StoredEnumeration = requires
+{
+    Enumeration<E>::cases[0].rawValue;
+};
 
 /// All cases in their declared order.
-template <StoredEnumeration E> constexpr const auto &allCases()
+template <StoredEnumeration E> constexpr const auto& allCases()
 {
     return Enumeration<E>::cases;
 }
 
-template <StoredEnumeration E> constexpr const EnumerationCase<E> &enumerationCase(E value)
+template <StoredEnumeration E> constexpr const EnumerationCase<E>& enumerationCase(E value)
 {
-    for (const auto &entry : Enumeration<E>::cases) {
+    for (const auto& entry : Enumeration<E>::cases) {
         if (entry.value == value)
             return entry;
     }
@@ -48,7 +51,7 @@ template <StoredEnumeration E> QString rawValue(E value)
 /// The case whose stored text is exactly `text`; nothing for any other text.
 template <StoredEnumeration E> std::optional<E> fromRawValue(QStringView text)
 {
-    for (const auto &entry : Enumeration<E>::cases) {
+    for (const auto& entry : Enumeration<E>::cases) {
         if (text == QLatin1StringView(entry.rawValue))
             return entry.value;
     }

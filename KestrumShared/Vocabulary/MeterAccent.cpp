@@ -23,63 +23,63 @@ template <> struct Enumeration<MeterAccent::Name> {
 
 namespace {
 
-    constexpr QLatin1StringView customPrefix("custom:srgb:");
-    constexpr char customTitle[] = "Custom";
+constexpr QLatin1StringView customPrefix("custom:srgb:");
+constexpr char customTitle[] = "Custom";
 
-    struct Components {
-        double red, green, blue;
-    };
+struct Components {
+    double red, green, blue;
+};
 
-    constexpr Components components(MeterAccent::Name name)
-    {
-        switch (name) {
-        case MeterAccent::Name::blue:
-            return { 0.28, 0.56, 0.92 };
-        case MeterAccent::Name::indigo:
-            return { 0.42, 0.42, 0.95 };
-        case MeterAccent::Name::purple:
-            return { 0.58, 0.46, 0.92 };
-        case MeterAccent::Name::teal:
-            return { 0.22, 0.66, 0.78 };
-        case MeterAccent::Name::pine:
-            return { 0.14, 0.47, 0.40 };
-        case MeterAccent::Name::amber:
-            return { 0.90, 0.68, 0.26 };
-        case MeterAccent::Name::graphite:
-            return { 0.64, 0.66, 0.70 };
-        case MeterAccent::Name::signal:
-        case MeterAccent::Name::custom:
-            break;
-        }
-        return { 0.27, 0.72, 0.60 };
+constexpr Components components(MeterAccent::Name name)
+{
+    switch (name) {
+    case MeterAccent::Name::blue:
+        return { 0.28, 0.56, 0.92 };
+    case MeterAccent::Name::indigo:
+        return { 0.42, 0.42, 0.95 };
+    case MeterAccent::Name::purple:
+        return { 0.58, 0.46, 0.92 };
+    case MeterAccent::Name::teal:
+        return { 0.22, 0.66, 0.78 };
+    case MeterAccent::Name::pine:
+        return { 0.14, 0.47, 0.40 };
+    case MeterAccent::Name::amber:
+        return { 0.90, 0.68, 0.26 };
+    case MeterAccent::Name::graphite:
+        return { 0.64, 0.66, 0.70 };
+    case MeterAccent::Name::signal:
+    case MeterAccent::Name::custom:
+        break;
     }
+    return { 0.27, 0.72, 0.60 };
+}
 
-    // Written so that -0 becomes 0.
-    double clamped(double component)
-    {
-        return component <= 0 ? 0 : (component > 1 ? 1 : component);
-    }
+// Written so that -0 becomes 0.
+double clamped(double component)
+{
+    return component <= 0 ? 0 : (component > 1 ? 1 : component);
+}
 
-    double quantised(double component)
-    {
-        return std::round(component * 10000) / 10000;
-    }
+double quantised(double component)
+{
+    return std::round(component * 10000) / 10000;
+}
 
-    QString decimals(double component)
-    {
-        return QString::number(component, 'f', 4);
-    }
+QString decimals(double component)
+{
+    return QString::number(component, 'f', 4);
+}
 
 } // namespace
 
-MeterAccent MeterAccent::custom(const QColor &colour)
+MeterAccent MeterAccent::custom(const QColor& colour)
 {
     // Extended RGB keeps components outside of 0…1, which `clamped` then cuts; other models convert to plain RGB.
     const QColor rgb = colour.spec() == QColor::ExtendedRgb ? colour : colour.convertTo(QColor::Rgb);
     if (!colour.isValid() || !rgb.isValid())
         return MeterAccent(Name::signal);
-    return MeterAccent(quantised(clamped(rgb.redF())), quantised(clamped(rgb.greenF())),
-        quantised(clamped(rgb.blueF())));
+    return MeterAccent(
+        quantised(clamped(rgb.redF())), quantised(clamped(rgb.greenF())), quantised(clamped(rgb.blueF())));
 }
 
 std::optional<MeterAccent> MeterAccent::fromRawValue(QStringView text)
@@ -106,11 +106,11 @@ std::optional<MeterAccent> MeterAccent::fromRawValue(QStringView text)
     return MeterAccent(clamped(numbers[0]), clamped(numbers[1]), clamped(numbers[2]));
 }
 
-const QList<MeterAccent> &MeterAccent::presets()
+const QList<MeterAccent>& MeterAccent::presets()
 {
     static const QList<MeterAccent> list = [] {
         QList<MeterAccent> accents;
-        for (const auto &entry : allCases<Name>())
+        for (const auto& entry : allCases<Name>())
             accents.append(MeterAccent(entry.value));
         return accents;
     }();

@@ -25,13 +25,13 @@ public:
 
     /// The custom accent of a colour that a person picked: converted to sRGB, clamped and rounded to four decimals,
     /// so that what is stored and what is in memory agree. A colour that has no sRGB form gives `signal`.
-    static MeterAccent custom(const QColor &colour);
+    static MeterAccent custom(const QColor& colour);
 
     /// The accent stored as `text`; nothing when it is not understood. Components outside of 0…1 are clamped.
     static std::optional<MeterAccent> fromRawValue(QStringView text);
 
     /// The eight named accents in the order of the pickers.
-    static const QList<MeterAccent> &presets();
+    static const QList<MeterAccent>& presets();
 
     QString rawValue() const;
     /// The text that people see, in the interface language.
@@ -40,7 +40,7 @@ public:
     QColor color() const;
     bool isCustom() const { return m_name == Name::custom; }
 
-    bool operator==(const MeterAccent &other) const { return rawValue() == other.rawValue(); }
+    bool operator==(const MeterAccent& other) const { return rawValue() == other.rawValue(); }
 
 private:
     constexpr MeterAccent(double red, double green, double blue)

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <algorithm>
+#include <chrono>
+
+namespace kestrum {
+
+/// How much of a core answering events may take: a small share of the time that passes, with something saved
+/// up for bursts. Whoever overdraws it is told how long to pause, so that a flood of events costs its sender
+/// more than us.
+class WorkAllowance {
+public:
+    using Duration = std::chrono::nanoseconds;
+    using Instant = std::chrono::steady_clock::time_point;
+
+    explicit WorkAllowance(Instant now)
+        : m_last(now)
+    {
+    }
+
+    /// Books `cost` of processor time that was spent up to `now`. Returns how long to rest; zero as long as
+    /// there is something left.
+    Duration spend(Duration cost, Instant now)
+    {
+        m_saved = std::min(savedAtMost, m_saved + (now - m_last) / restPerWork) - cost;
+        m_last = now;
+        if (m_saved >= Duration::zero())
+            return Duration::zero();
+        const Duration pause = std::clamp(-m_saved * restPerWork, shortestPause, longestPause);
+        // What one long pause does not pay back is forgiven: a single dear handler must not slow later
+        // signals.
+        m_saved = std::max(m_saved, -longestPause / restPerWork);
+        return pause;
+    }
+
+    static constexpr int restPerWork = 25; ///< 4 % of a core
+    static constexpr Duration savedAtMost = std::chrono::milliseconds(8);
+    static constexpr Duration shortestPause = std::chrono::milliseconds(10);
+    static constexpr Duration longestPause = std::chrono::milliseconds(50);
+
+private:
+    Duration m_saved = savedAtMost;
+    Instant m_last;
+};
+
+} // namespace kestrum

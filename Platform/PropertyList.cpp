@@ -308,7 +308,7 @@ qsizetype badLine(const QByteArray& content)
     qsizetype number = 0;
     for (const QByteArray& line : content.split('\n')) {
         ++number;
-        QStringDecoder decode(QStringDecoder::Utf8);
+        QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
         const QString decoded = decode(line);
         Q_UNUSED(decoded)
         if (decode.hasError())
@@ -325,7 +325,7 @@ std::optional<PropertyList> PropertyList::parsed(const QByteArray& content, QStr
         return refused(error, QStringLiteral("larger than %1 bytes").arg(maximumBytes));
 
     // A byte order mark is dropped by the decoder.
-    QStringDecoder decode(QStringDecoder::Utf8);
+    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decode(content);
     if (decode.hasError())
         return refused(error, QStringLiteral("line %1: not UTF-8").arg(badLine(content)));

@@ -270,7 +270,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         if (const auto failure
             = FileReplacement::keepDamaged(directory.get(), target.name, before.bytes, &copy))
             return failed(failure.step, failure.error);
-        Log::warning(logArea,
+        Log::warnOnce(logArea,
             QStringLiteral("%1 was damaged and is kept as %2")
                 .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(copy))));
     }

@@ -1,1 +1,36 @@
 #pragma once
+
+#include <QHash>
+#include <QString>
+#include <QStringList>
+#include <optional>
+#include <span>
+
+namespace kestrum {
+
+/// An option that a verb knows, with its dashes.
+struct Option {
+    const char* name;
+    bool takesValue = false;
+};
+
+/// The words after a verb, told apart into options and arguments. "--name value" and "--name=value" are the
+/// same; "--" ends the options. A dash before anything but a letter or a dash begins no option, so that
+/// negative numbers and "-" (a standard stream) are arguments. "--help" is known to every verb.
+class CommandLine {
+public:
+    /// Nothing when a word is not understood; `error` then names it.
+    static std::optional<CommandLine> parsed(
+        const QStringList& words, std::span<const Option> options, QString* error);
+
+    const QStringList& arguments() const { return m_arguments; }
+    bool has(const char* option) const { return m_options.contains(QLatin1StringView(option)); }
+    /// The option's value, the last one when it is given several times; nothing when it is not given.
+    std::optional<QString> value(const char* option) const;
+
+private:
+    QStringList m_arguments;
+    QHash<QString, QString> m_options;
+};
+
+} // namespace kestrum

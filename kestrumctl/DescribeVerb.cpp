@@ -1,0 +1,74 @@
+#include "KestrumShared/Drawing/SampleReadings.h"
+#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Drawing/StripLayout.h"
+#include "kestrumctl/CoresOption.h"
+#include "kestrumctl/JsonText.h"
+#include "kestrumctl/KeyCatalogue.h"
+#include "kestrumctl/Verb.h"
+
+namespace kestrum {
+
+namespace {
+
+constexpr Option options[] = { CoresOption::option };
+
+template <class T> QJsonValue valueOrNull(const std::optional<T>& value)
+{
+    return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
+}
+
+// Written member by member, since Qt's own objects put their members in alphabetical order.
+QByteArray member(const char* name, const QJsonValue& value)
+{
+    return QByteArray("\"") + name + "\": " + JsonText::compact(value);
+}
+
+QByteArray described(const StripLayout::Item& item, const MenuBarReadings& readings)
+{
+    const MonitorSection section = item.section;
+    return "{ " + member("section", rawValue(section)) + ", " + member("shown", item.isShown()) + ", "
+        + member("x", valueOrNull(item.x)) + ", " + member("width", item.width) + ", "
+        + member("labelWidth", StatusMetricView::labelWidth(section)) + ", "
+        + member("readout", valueOrNull(StatusMetricView::readoutText(section, readings))) + " }";
+}
+
+ExitCode run(const CommandLine& line)
+{
+    QString error;
+    if (!CoresOption::apply(line, &error))
+        return Console::wrongUse(error);
+    KeyCatalogue::openedStore();
+    const SampleReadings readings;
+    const StripLayout layout = StripLayout::current();
+    QByteArrayList items;
+    for (const StripLayout::Item& item : layout.items)
+        items.append("    " + described(item, readings));
+    return Console::print("{\n  " + member("width", layout.width) + ",\n  "
+        + member("height", StatusMetricView::height) + ",\n  \"items\": [\n" + items.join(",\n")
+        + "\n  ]\n}\n");
+}
+
+} // namespace
+
+const Verb describeVerb {
+    "describe",
+    "[--cores N[,N...]]",
+    "print the menu-bar items' places and texts as JSON",
+    "Prints the strip of menu-bar items as JSON: its width and height in points and, in the stored order, "
+    "all four\n"
+    "items with their left edge, width, label width and readout, with sample readings and the settings in "
+    "effect.\n"
+    "The left edge \"x\" of a hidden item is null; its other members tell what it would be. \"readout\" is "
+    "null\n"
+    "where an item has none.\n"
+    "\n"
+    "  --cores N[,N...]  as on a machine with so many cores, by tiers, the fastest first\n",
+    options,
+    0,
+    0,
+    false,
+    true,
+    run,
+};
+
+} // namespace kestrum

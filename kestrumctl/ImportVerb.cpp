@@ -1,0 +1,77 @@
+#include "Platform/Log.h"
+#include "Platform/SettingsText.h"
+#include "kestrumctl/DataFile.h"
+#include "kestrumctl/KeyCatalogue.h"
+#include "kestrumctl/Verb.h"
+
+namespace kestrum {
+
+namespace {
+
+constexpr Option options[] = { { "--force" } };
+
+// Keys that are not in the catalogue may come from another version: they are kept as they are.
+bool areStorable(const QJsonObject& values)
+{
+    bool storable = true;
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        if (!KeyCatalogue::contains(value.key()))
+            continue;
+        if (const auto reason = KeyCatalogue::refusal(value.key(), value.value())) {
+            Console::failed(*reason);
+            storable = false;
+        }
+    }
+    return storable;
+}
+
+ExitCode run(const CommandLine& line)
+{
+    const QString& path = line.arguments().first();
+    const auto refused = [&path](const QString& reason) {
+        return Console::failed(
+            QStringLiteral("nothing imported from \"%1\": %2").arg(Log::escaped(path), reason));
+    };
+    QString error;
+    const auto content = DataFile::read(path, SettingsText::maximumBytes, &error);
+    if (!content)
+        return Console::failed(error);
+    // For the store an empty file is a fresh one; here it is a lost one.
+    if (content->trimmed().isEmpty())
+        return refused(QStringLiteral("it is empty"));
+    const SettingsText::Parsed parsed = SettingsText::parsed(*content);
+    if (!parsed.damage.isEmpty())
+        return refused(parsed.damage);
+    if (!line.has("--force") && !areStorable(parsed.values))
+        return refused(QStringLiteral("--force stores such values all the same"));
+
+    UserDefaults& store = KeyCatalogue::openedStore();
+    if (!store.apply(parsed.values, {}))
+        return Console::failed(store.lastError());
+    return ExitCode::done;
+}
+
+} // namespace
+
+const Verb importVerb {
+    "import",
+    "FILE [--force]",
+    "store all settings of a file",
+    "Stores every key of the JSON object in FILE, all of them or none; \"-\" is standard input. Stored keys "
+    "that\n"
+    "FILE does not name stay as they are. Keys that this version does not know are stored too.\n"
+    "\n"
+    "  --force  store also values of another type than their keys take\n"
+    "\n"
+    "Exit code 1 when FILE cannot be read, is not a JSON object of at most 1 MiB or holds a value of the "
+    "wrong type,\n"
+    "and when the save failed.\n",
+    options,
+    1,
+    1,
+    false,
+    false,
+    run,
+};
+
+} // namespace kestrum

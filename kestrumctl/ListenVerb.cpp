@@ -1,0 +1,110 @@
+#include "KestrumShared/Settings/SignalListener.h"
+#include "Platform/StopRequest.h"
+#include "kestrumctl/SignalNames.h"
+#include "kestrumctl/Verb.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <limits>
+
+namespace kestrum {
+
+namespace {
+
+constexpr Option options[] = { { "--count", true }, { "--timeout", true } };
+
+constexpr double longestTimeout = 1'000'000; // seconds; more would not fit into the timer's milliseconds
+
+struct Limits {
+    int deliveries = 0;   ///< 0: no limit
+    int milliseconds = 0; ///< 0: no limit
+};
+
+std::optional<Limits> limitsOf(const CommandLine& line, QString* error)
+{
+    Limits limits;
+    bool isNumber = true;
+    if (const auto text = line.value("--count")) {
+        limits.deliveries = text->toInt(&isNumber);
+        if (!isNumber || limits.deliveries < 1) {
+            *error = QStringLiteral("--count takes a whole number above 0, not \"%1\"").arg(*text);
+            return std::nullopt;
+        }
+    }
+    if (const auto text = line.value("--timeout")) {
+        const double seconds = text->toDouble(&isNumber);
+        if (!isNumber || !(seconds > 0 && seconds <= longestTimeout)) {
+            *error
+                = QStringLiteral("--timeout takes seconds above 0 and up to 1000000, not \"%1\"").arg(*text);
+            return std::nullopt;
+        }
+        limits.milliseconds = qMax(1, qRound(seconds * 1000));
+    }
+    return limits;
+}
+
+ExitCode run(const CommandLine& line)
+{
+    QString error;
+    const auto heard = SignalNames::parsed(line.arguments(), &error);
+    if (!heard)
+        return Console::wrongUse(error);
+    const auto limits = limitsOf(line, &error);
+    if (!limits)
+        return Console::wrongUse(error);
+    error = SignalNames::obstacle();
+    if (!error.isEmpty())
+        return Console::failed(error);
+
+    const StopRequest stop;
+    QObject::connect(&stop, &StopRequest::requested, qApp, [] { QCoreApplication::exit(0); });
+
+    int deliveries = 0;
+    SignalListener listener;
+    for (const SharedSettings::Signal signal : *heard) {
+        listener.listen(signal, [&deliveries, signal, most = limits->deliveries] {
+            // Several deliveries may be on their way when the last one wanted arrives.
+            if (most > 0 && deliveries == most)
+                return;
+            ++deliveries;
+            const ExitCode code = Console::print(rawValue(signal).toUtf8() + '\n');
+            if (code != ExitCode::done || deliveries == most)
+                QCoreApplication::exit(static_cast<int>(code));
+        });
+    }
+    if (listener.tokens().size() < heard->size())
+        return Console::failed(
+            QStringLiteral("cannot listen in the suite \"%1\"").arg(SharedSettings::suiteName()));
+
+    if (limits->milliseconds > 0) {
+        const ExitCode code = limits->deliveries > 0 ? ExitCode::failed : ExitCode::done;
+        QTimer::singleShot(limits->milliseconds, Qt::PreciseTimer, qApp,
+            [code] { QCoreApplication::exit(static_cast<int>(code)); });
+    }
+    Console::note("listening");
+    return static_cast<ExitCode>(QCoreApplication::exec());
+}
+
+} // namespace
+
+const Verb listenVerb {
+    "listen",
+    "SIGNAL... [--count N] [--timeout SECONDS]",
+    "print every delivery of signals",
+    "Prints a line with the signal's name for each delivery, until it is interrupted or terminated. Posts "
+    "that follow\n"
+    "each other quickly may arrive as one. Says \"listening\" on standard error once nothing is missed any "
+    "more.\n"
+    "\"kestrumctl post --help\" lists the signals.\n"
+    "\n"
+    "  --count N          stop after N deliveries\n"
+    "  --timeout SECONDS  stop after so long, with exit code 1 when N deliveries were asked for\n",
+    options,
+    1,
+    std::numeric_limits<qsizetype>::max(),
+    false,
+    false,
+    run,
+};
+
+} // namespace kestrum

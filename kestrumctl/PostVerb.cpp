@@ -1,0 +1,45 @@
+#include "kestrumctl/SignalNames.h"
+#include "kestrumctl/Verb.h"
+
+namespace kestrum {
+
+namespace {
+
+ExitCode run(const CommandLine& line)
+{
+    QString error;
+    const auto posted = SignalNames::parsed(line.arguments(), &error);
+    if (!posted)
+        return Console::wrongUse(error);
+    error = SignalNames::obstacle();
+    if (!error.isEmpty())
+        return Console::failed(error);
+    SharedSettings::post(posted->first());
+    return ExitCode::done;
+}
+
+} // namespace
+
+const Verb postVerb {
+    "post",
+    "SIGNAL",
+    "post a signal",
+    "Tells every program that listens to SIGNAL. Signals:\n"
+    "\n"
+    "  settings         the settings changed\n"
+    "  quitAgent        the agent is to quit\n"
+    "  openSettings     the settings window is to come forward\n"
+    "  checkForUpdates  the agent is to look for updates\n"
+    "  updateAvailable  the agent found an update\n"
+    "  menuBarChanged   the agent changed the order of the items\n"
+    "\n"
+    "Exit code 1 when there is no private runtime directory in which programs could meet.\n",
+    {},
+    1,
+    1,
+    false,
+    false,
+    run,
+};
+
+} // namespace kestrum

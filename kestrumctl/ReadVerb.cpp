@@ -1,0 +1,54 @@
+#include "Platform/SettingsText.h"
+#include "kestrumctl/JsonText.h"
+#include "kestrumctl/KeyCatalogue.h"
+#include "kestrumctl/Verb.h"
+
+namespace kestrum {
+
+namespace {
+
+constexpr Option options[] = { { "--stored" } };
+
+ExitCode run(const CommandLine& line)
+{
+    const UserDefaults& store = KeyCatalogue::openedStore();
+    const bool onlyStored = line.has("--stored");
+    const QJsonObject values = onlyStored ? store.storedDictionary() : store.dictionary();
+    // A file that cannot be read must not pass for an empty one; the values in effect hold without it.
+    if (onlyStored && !store.lastError().isEmpty())
+        return Console::failed(store.lastError());
+    if (line.arguments().isEmpty())
+        return Console::print(SettingsText::serialised(values));
+
+    const QString& key = line.arguments().first();
+    const auto found = values.find(key);
+    if (found != values.end())
+        return Console::print(JsonText::compact(found.value()) + '\n');
+    if (const auto reason = KeyCatalogue::unknownKey(key, store))
+        return Console::wrongUse(*reason);
+    return Console::failed(
+        QStringLiteral("%1 is %2").arg(key, QLatin1StringView(onlyStored ? "not stored" : "absent")));
+}
+
+} // namespace
+
+const Verb readVerb {
+    "read",
+    "[KEY] [--stored]",
+    "print settings as JSON",
+    "Prints the value in effect of KEY as JSON, or all settings in effect as one object. What is in effect "
+    "is\n"
+    "the stored value, else the administrator's, else the factory default.\n"
+    "\n"
+    "  --stored  look only at what is stored\n"
+    "\n"
+    "Exit code 1, without output, when KEY has no value; 2 when there is no such key.\n",
+    options,
+    0,
+    1,
+    true,
+    false,
+    run,
+};
+
+} // namespace kestrum

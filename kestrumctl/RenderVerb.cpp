@@ -1,0 +1,176 @@
+#include "KestrumShared/Drawing/SampleReadings.h"
+#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Drawing/StripLayout.h"
+#include "kestrumctl/CoresOption.h"
+#include "kestrumctl/DataFile.h"
+#include "kestrumctl/KeyCatalogue.h"
+#include "kestrumctl/NearestNames.h"
+#include "kestrumctl/Verb.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QPainter>
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+namespace kestrum {
+
+namespace {
+
+constexpr Option options[]
+    = { { "-o", true }, { "--scale", true }, { "--appearance", true }, CoresOption::option };
+
+constexpr double largestScale = 16;
+// Qt's painter draws nothing beyond 32767 pixels: wider pictures are put together of pieces.
+constexpr int pieceWidth = 16384;
+
+const QLatin1StringView wholeStrip("strip");
+
+struct Picture {
+    QList<StatusMetricView> items;
+    double width = 0; ///< points
+    double scale = 1;
+    ColourScheme scheme = ColourScheme::light;
+};
+
+// A size that is whole but for the last digits of its floating-point sum is not rounded up.
+int pixels(double points, double scale)
+{
+    constexpr double noise = 1e-6;
+    return std::max(1, static_cast<int>(std::ceil(points * scale - noise)));
+}
+
+QImage transparentImage(int width, int height)
+{
+    QImage image(width, height, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+QImage drawn(const Picture& picture)
+{
+    QImage image = transparentImage(
+        pixels(picture.width, picture.scale), pixels(StatusMetricView::height, picture.scale));
+    for (int left = 0; left < image.width(); left += pieceWidth) {
+        QImage piece = transparentImage(std::min(pieceWidth, image.width() - left), image.height());
+        if (piece.isNull())
+            return {};
+        piece.setDevicePixelRatio(picture.scale);
+        {
+            QPainter painter(&piece);
+            for (const StatusMetricView& item : picture.items)
+                item.draw(painter, QPointF(item.frame().left() - left / picture.scale, 0), picture.scheme,
+                    picture.scale);
+        }
+        piece.setDevicePixelRatio(1);
+        if (piece.width() == image.width())
+            return piece;
+        QPainter(&image).drawImage(left, 0, piece);
+    }
+    return image;
+}
+
+// What is to be drawn, by name; nothing, with the reason in `error`, when the name is none.
+bool addItems(Picture& picture, const QString& name, const std::shared_ptr<const MenuBarReadings>& readings,
+    QString* error)
+{
+    const auto add = [&picture, &readings](MonitorSection section, double x, double width) {
+        picture.items.append(
+            StatusMetricView(section, QRectF(x, 0, width, StatusMetricView::height), readings));
+    };
+    if (name == wholeStrip) {
+        const StripLayout layout = StripLayout::current();
+        picture.width = layout.width;
+        for (const StripLayout::Item& item : layout.items) {
+            if (item.isShown())
+                add(item.section, *item.x, item.width);
+        }
+        return true;
+    }
+    if (const auto section = fromRawValue<MonitorSection>(name)) {
+        picture.width = StatusMetricView::itemWidth(*section);
+        add(*section, 0, picture.width);
+        return true;
+    }
+    QStringList names;
+    for (const auto& entry : allCases<MonitorSection>())
+        names.append(QLatin1StringView(entry.rawValue));
+    names.append(wholeStrip);
+    *error = NearestNames::unknown("section", name, names);
+    return false;
+}
+
+bool readOptions(Picture& picture, const CommandLine& line, QString* error)
+{
+    if (const auto text = line.value("--scale")) {
+        bool isNumber = false;
+        picture.scale = text->toDouble(&isNumber);
+        if (!isNumber || !(picture.scale > 0 && picture.scale <= largestScale)) {
+            *error = QStringLiteral("--scale takes a number above 0 and up to %1, not \"%2\"")
+                         .arg(largestScale)
+                         .arg(*text);
+            return false;
+        }
+    }
+    if (const auto text = line.value("--appearance")) {
+        const QStringList names { QStringLiteral("light"), QStringLiteral("dark") };
+        if (!names.contains(*text)) {
+            *error = NearestNames::unknown("appearance", *text, names);
+            return false;
+        }
+        picture.scheme = *text == names.last() ? ColourScheme::dark : ColourScheme::light;
+    }
+    return CoresOption::apply(line, error);
+}
+
+ExitCode run(const CommandLine& line)
+{
+    const auto path = line.value("-o");
+    if (!path || path->isEmpty())
+        return Console::wrongUse(QStringLiteral("render: a file for the picture is missing (-o FILE.png)"));
+    Picture picture;
+    QString error;
+    if (!readOptions(picture, line, &error))
+        return Console::wrongUse(error);
+    KeyCatalogue::openedStore();
+    const auto readings = std::make_shared<SampleReadings>();
+    if (!addItems(picture, line.arguments().first(), readings, &error))
+        return Console::wrongUse(error);
+    if (picture.items.isEmpty())
+        return Console::failed(QStringLiteral("there is nothing to draw: all items are hidden"));
+
+    const QImage image = drawn(picture);
+    QByteArray png;
+    QBuffer buffer(&png);
+    if (image.isNull() || !buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
+        return Console::failed(QStringLiteral("the picture is too large"));
+    if (!DataFile::write(*path, png, &error))
+        return Console::failed(error);
+    return ExitCode::done;
+}
+
+} // namespace
+
+const Verb renderVerb {
+    "render",
+    "cpu|memory|storage|sensors|strip -o FILE.png [--scale N] [--appearance light|dark] [--cores N[,N...]]",
+    "draw a menu-bar item, or all of them, into a PNG file",
+    "Draws one menu-bar item, also a hidden one, or the whole strip, with sample readings and the settings "
+    "in\n"
+    "effect, on a transparent ground. The picture has the item's width by 22 points, times the scale, "
+    "rounded up.\n"
+    "\n"
+    "  -o FILE.png              where the picture goes; \"-\" is standard output\n"
+    "  --scale N                pixels a point, above 0 and up to 16; 1 when not given\n"
+    "  --appearance light|dark  for a light panel (when not given) or a dark one\n"
+    "  --cores N[,N...]         as on a machine with so many cores, by tiers, the fastest first\n",
+    options,
+    1,
+    1,
+    false,
+    true,
+    run,
+};
+
+} // namespace kestrum

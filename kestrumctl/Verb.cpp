@@ -1,0 +1,53 @@
+#include "kestrumctl/Verb.h"
+
+#include "kestrumctl/KeyCatalogue.h"
+
+namespace kestrum {
+
+std::span<const Verb* const> allVerbs()
+{
+    static constexpr const Verb* verbs[] = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb,
+        &importVerb, &postVerb, &listenVerb, &describeVerb, &renderVerb };
+    return verbs;
+}
+
+const Verb* findVerb(const QString& name)
+{
+    for (const Verb* verb : allVerbs()) {
+        if (name == QLatin1StringView(verb->name))
+            return verb;
+    }
+    return nullptr;
+}
+
+QByteArray programUsage()
+{
+    QByteArray text
+        = "Usage: kestrumctl VERB [ARGUMENT...]\n"
+          "\n"
+          "Reads, writes and watches Kestrum's settings, posts and hears its signals, and draws its\n"
+          "menu-bar items.\n"
+          "\n"
+          "Verbs:\n";
+    for (const Verb* verb : allVerbs())
+        text += "  " + QByteArray(verb->name).leftJustified(10) + verb->summary + '\n';
+    return text
+        + "\n"
+          "\"kestrumctl VERB --help\" tells more about a verb; \"kestrumctl --version\" prints the version.\n"
+          "KESTRUM_SETTINGS_SUITE names another suite of settings and signals than the user's own.\n"
+          "Exit codes: 0 done, 1 failed, 2 wrong use.\n";
+}
+
+QByteArray usage(const Verb& verb)
+{
+    QByteArray text = QByteArray("Usage: kestrumctl ") + verb.name + ' ' + verb.parameters;
+    text = text.trimmed() + "\n\n" + verb.details;
+    if (verb.listsKeys) {
+        text += "\nKeys:\n";
+        for (const CatalogueKey& key : KeyCatalogue::keys())
+            text += "  " + key.name.toUtf8().leftJustified(30) + KeyCatalogue::description(key.type) + '\n';
+    }
+    return text;
+}
+
+} // namespace kestrum

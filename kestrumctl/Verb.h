@@ -1,1 +1,46 @@
 #pragma once
+
+#include "kestrumctl/CommandLine.h"
+#include "kestrumctl/Console.h"
+
+#include <QByteArray>
+#include <span>
+
+namespace kestrum {
+
+/// One thing that the program does. Each stands in a file of its own, with its usage text beside its code.
+struct Verb {
+    const char* name;
+    const char* parameters; ///< as the usage line shows them
+    const char* summary;    ///< for the list of verbs
+    const char* details;    ///< the rest of the usage text
+    std::span<const Option> options;
+    qsizetype fewestArguments;
+    qsizetype mostArguments;
+    bool listsKeys; ///< the usage text ends with the catalogue of keys
+    bool draws;     ///< needs fonts, and so an application with a platform for drawing
+    ExitCode (*run)(const CommandLine&);
+};
+
+extern const Verb readVerb;
+extern const Verb writeVerb;
+extern const Verb deleteVerb;
+extern const Verb watchVerb;
+extern const Verb exportVerb;
+extern const Verb importVerb;
+extern const Verb postVerb;
+extern const Verb listenVerb;
+extern const Verb describeVerb;
+extern const Verb renderVerb;
+
+/// All verbs, in the order in which the help lists them.
+std::span<const Verb* const> allVerbs();
+
+/// The verb named `name`; null when there is none.
+const Verb* findVerb(const QString& name);
+
+/// The answer to "--help", of the program and of a verb.
+QByteArray programUsage();
+QByteArray usage(const Verb& verb);
+
+} // namespace kestrum

@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QObject>
+
+namespace kestrum {
+
+/// Turns the signals by which a person or the system stops a program (SIGINT, SIGTERM) into an ordinary Qt
+/// signal, so that a program that runs until it is stopped ends by returning from its event loop. From its
+/// making on these signals do nothing else in this process. One a process, made before any second thread.
+class StopRequest : public QObject {
+    Q_OBJECT
+public:
+    StopRequest();
+    ~StopRequest() override;
+
+Q_SIGNALS:
+    void requested();
+
+private:
+    int m_descriptor;
+};
+
+} // namespace kestrum

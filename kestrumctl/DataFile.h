@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+
+namespace kestrum {
+
+/// Files that the user names on the command line; "-" is standard input or output.
+namespace DataFile {
+
+/// The file's content. Nothing, with the reason in `error`, when it cannot be read or has more than
+/// `maximumBytes`.
+std::optional<QByteArray> read(const QString& path, qint64 maximumBytes, QString* error);
+
+/// Makes `content` the file's content: a regular file is replaced whole or left as it was; anything else,
+/// such as a pipe, is written to. False, with the reason in `error`, when that failed.
+bool write(const QString& path, const QByteArray& content, QString* error);
+
+} // namespace DataFile
+} // namespace kestrum

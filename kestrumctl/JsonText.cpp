@@ -1,0 +1,57 @@
+#include "kestrumctl/JsonText.h"
+
+#include "Platform/Log.h"
+#include "Platform/SettingsText.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+
+namespace kestrum {
+
+namespace {
+
+// Qt reads and writes lists and objects only: a list of one value carries every other kind.
+constexpr char opening = '[';
+constexpr char closing = ']';
+
+} // namespace
+
+QByteArray JsonText::compact(const QJsonValue& value)
+{
+    const QByteArray list = QJsonDocument(QJsonArray { value }).toJson(QJsonDocument::Compact);
+    return list.mid(1, list.size() - 2);
+}
+
+QString JsonText::shortened(const QJsonValue& value)
+{
+    constexpr qsizetype longest = 60;
+    const QString text = Log::escaped(QString::fromUtf8(compact(value)));
+    return text.size() <= longest ? text : text.left(longest) + QStringLiteral("…");
+}
+
+std::optional<QJsonValue> JsonText::parsed(const QString& text, QString* error)
+{
+    QJsonParseError problem;
+    const QJsonArray list = QJsonDocument::fromJson(opening + text.toUtf8() + closing, &problem).array();
+    if (problem.error != QJsonParseError::NoError || list.size() != 1) {
+        const QString reason = problem.error == QJsonParseError::NoError
+            ? QStringLiteral("it holds %1 values instead of one").arg(list.size())
+            : problem.errorString();
+        *error = QStringLiteral(
+            "\"%1\" is no JSON value: %2 (a text stands in double quotes, inside the shell's own)")
+                     .arg(Log::escaped(text), reason);
+        return std::nullopt;
+    }
+    const QJsonValue value = list.first();
+    // The store's own limits decide, so that whatever is accepted here can be read back.
+    const auto readBack
+        = SettingsText::parsed(SettingsText::serialised({ { QStringLiteral("value"), value } }));
+    if (!readBack.damage.isEmpty()) {
+        *error = QStringLiteral("the value cannot be a setting: ") + readBack.damage;
+        return std::nullopt;
+    }
+    return value;
+}
+
+} // namespace kestrum

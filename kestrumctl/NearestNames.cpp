@@ -1,0 +1,94 @@
+#include "kestrumctl/NearestNames.h"
+
+#include "Platform/Log.h"
+
+#include <QList>
+#include <algorithm>
+#include <utility>
+
+namespace kestrum {
+
+namespace {
+
+constexpr qsizetype mostShown = 3;
+// As many names as still fit on a line.
+constexpr qsizetype fewNames = 12;
+// A longer word is nobody's misspelling, and the comparison's cost grows with its length.
+constexpr qsizetype longestCompared = 64;
+
+QString quoted(const QString& name)
+{
+    return QLatin1Char('"') + Log::escaped(name) + QLatin1Char('"');
+}
+
+QString joined(const QStringList& names)
+{
+    QStringList texts;
+    for (const QString& name : names)
+        texts.append(quoted(name));
+    if (texts.size() < 2)
+        return texts.value(0);
+    const QString last = texts.takeLast();
+    return texts.join(QLatin1StringView(", ")) + QLatin1StringView(" or ") + last;
+}
+
+} // namespace
+
+int NearestNames::distance(const QString& word, const QString& other)
+{
+    const QString a = word.toCaseFolded();
+    const QString b = other.toCaseFolded();
+    // Three rows of the table of distances between all beginnings of both words; the oldest is there for
+    // exchanged neighbours.
+    QList<int> beforeLast;
+    QList<int> last;
+    QList<int> row;
+    for (int column = 0; column <= b.size(); ++column)
+        row.append(column);
+    for (int i = 1; i <= a.size(); ++i) {
+        beforeLast = std::exchange(last, row);
+        row[0] = i;
+        for (int j = 1; j <= b.size(); ++j) {
+            const bool isSame = a[i - 1] == b[j - 1];
+            row[j] = std::min({ last[j] + 1, row[j - 1] + 1, last[j - 1] + (isSame ? 0 : 1) });
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
+                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+        }
+    }
+    return row.last();
+}
+
+QStringList NearestNames::of(const QString& word, const QStringList& names)
+{
+    if (word.isEmpty() || word.size() > longestCompared)
+        return {};
+    // One change in three letters, and two in a short word.
+    const int mostChanges = std::max(2, int(word.size()) / 3);
+    QList<std::pair<int, QString>> near;
+    for (const QString& name : names) {
+        const int changes = distance(word, name);
+        if (changes <= mostChanges && changes < name.size())
+            near.append({ changes, name });
+        else if (word.size() >= 3 && name.contains(word, Qt::CaseInsensitive))
+            near.append({ mostChanges + changes, name });
+    }
+    std::stable_sort(
+        near.begin(), near.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+    QStringList result;
+    for (const auto& [changes, name] : near.mid(0, mostShown))
+        result.append(name);
+    return result;
+}
+
+QString NearestNames::unknown(const char* kind, const QString& word, const QStringList& names)
+{
+    const QString sentence = QStringLiteral("there is no %1 %2").arg(QLatin1StringView(kind), quoted(word));
+    const QStringList near = of(word, names);
+    if (!near.isEmpty())
+        return sentence + QStringLiteral("; did you mean %1?").arg(joined(near));
+    if (names.size() <= fewNames)
+        return sentence + QStringLiteral("; there is %1").arg(joined(names));
+    return sentence;
+}
+
+} // namespace kestrum

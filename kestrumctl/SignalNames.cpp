@@ -1,0 +1,33 @@
+#include "kestrumctl/SignalNames.h"
+
+#include "Platform/RuntimeDirectory.h"
+#include "kestrumctl/NearestNames.h"
+
+namespace kestrum {
+
+std::optional<QList<SharedSettings::Signal>> SignalNames::parsed(const QStringList& words, QString* error)
+{
+    QList<SharedSettings::Signal> result;
+    for (const QString& word : words) {
+        const auto signal = fromRawValue<SharedSettings::Signal>(word);
+        if (!signal) {
+            QStringList names;
+            for (const auto& entry : allCases<SharedSettings::Signal>())
+                names.append(QLatin1StringView(entry.rawValue));
+            *error = NearestNames::unknown("signal", word, names);
+            return std::nullopt;
+        }
+        if (!result.contains(*signal))
+            result.append(*signal);
+    }
+    return result;
+}
+
+QString SignalNames::obstacle()
+{
+    const RuntimeDirectory& directory = RuntimeDirectory::shared();
+    return directory.isValid() ? QString()
+                               : QStringLiteral("no signal passes between programs: ") + directory.reason();
+}
+
+} // namespace kestrum

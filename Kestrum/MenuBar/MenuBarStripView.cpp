@@ -2,10 +2,10 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarStripAccessible.h"
-#include "KestrumShared/Drawing/StripLayout.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
+#include <QHash>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -17,19 +17,9 @@ namespace kestrum {
 
 namespace {
 
-/// How much further than its item a backdrop, and the ground that takes the pointer, reach left and right.
-constexpr double overhang = 4;
 constexpr double backdropRadius = 6;
-
-QRectF widened(const QRectF& frame)
-{
-    return frame.adjusted(-overhang, 0, overhang, 0);
-}
-
-double middle(const QRectF& frame)
-{
-    return frame.center().x();
-}
+/// What a focus ring reaches beyond a backdrop, and a pixel that it may share.
+constexpr QMargins ringMargins { 4, 4, 4, 4 };
 
 /// The nearest place to `x` at which a device pixel begins: what is drawn there looks as sharp as at 0.
 double onPixel(double x, const QTransform& device)
@@ -60,14 +50,7 @@ void MenuBarStripView::rebuild()
 
 void MenuBarStripView::rebuild(const QList<MonitorSection>& order)
 {
-    m_items.clear();
-    for (const StripLayout::Item& place : StripLayout::of(order).items) {
-        if (!place.isShown())
-            continue;
-        const QRectF frame(*place.x, 0, place.width, StatusMetricView::height);
-        m_items.append(
-            { place.section, std::make_shared<StatusMetricView>(place.section, frame, m_readings) });
-    }
+    m_items.rebuild(order, m_readings);
     if (m_drag) {
         if (const Item* same = item(m_drag->section)) {
             same->view->moveLeftEdgeTo(m_drag->view->frame().left());
@@ -80,44 +63,10 @@ void MenuBarStripView::rebuild(const QList<MonitorSection>& order)
     Q_EMIT rebuilt();
 }
 
-QSizeF MenuBarStripView::intrinsicContentSize() const
-{
-    double width = m_items.isEmpty() ? 0 : StripLayout::spacing * double(m_items.size() - 1);
-    for (const Item& item : m_items)
-        width += item.view->frame().width();
-    return { width, StatusMetricView::height };
-}
-
 QSize MenuBarStripView::sizeHint() const
 {
     const QSizeF content = intrinsicContentSize();
     return QSize(int(std::ceil(content.width())), int(content.height())) + 2 * room;
-}
-
-const MenuBarStripView::Item* MenuBarStripView::item(const QPointF& at) const
-{
-    const auto found = std::find_if(m_items.begin(), m_items.end(), [&at](const Item& item) {
-        // Not QRectF::contains: it counts all four edges.
-        const QRectF ground = widened(item.view->frame());
-        return ground.left() <= at.x() && at.x() < ground.right() && ground.top() < at.y()
-            && at.y() <= ground.bottom();
-    });
-    return found == m_items.end() ? nullptr : &*found;
-}
-
-int MenuBarStripView::index(MonitorSection section) const
-{
-    for (int i = 0; i < m_items.size(); ++i) {
-        if (m_items[i].section == section)
-            return i;
-    }
-    return -1;
-}
-
-const MenuBarStripView::Item* MenuBarStripView::item(MonitorSection section) const
-{
-    const int i = index(section);
-    return i < 0 ? nullptr : &m_items[i];
 }
 
 QString MenuBarStripView::readoutText(MonitorSection section) const
@@ -138,7 +87,7 @@ QRectF MenuBarStripView::widgetRect(const QRectF& stripRect) const
 
 QRectF MenuBarStripView::backdropRect(const Item& item) const
 {
-    return widgetRect(widened(item.view->frame()));
+    return widgetRect(StripItems::ground(item));
 }
 
 std::optional<MonitorSection> MenuBarStripView::dragged() const
@@ -159,7 +108,7 @@ void MenuBarStripView::redraw(std::optional<MonitorSection> section)
 {
     const Item* changed = section ? item(*section) : nullptr;
     if (changed)
-        update(backdropRect(*changed).toAlignedRect().marginsAdded({ 4, 4, 4, 4 }));
+        update(backdropRect(*changed).toAlignedRect().marginsAdded(ringMargins));
 }
 
 void MenuBarStripView::mouseMoveEvent(QMouseEvent* event)
@@ -206,57 +155,19 @@ void MenuBarStripView::drag(const QPointF& widgetPoint)
 {
     if (!m_drag)
         return;
-    QList<QPair<std::shared_ptr<StatusMetricView>, double>> before;
-    for (const Item& item : std::as_const(m_items))
-        before.append({ item.view, item.view->frame().left() });
-
-    const double furthest = intrinsicContentSize().width() - m_drag->view->frame().width();
-    const double left = stripPoint(widgetPoint).x() - m_drag->grabOffset;
-    m_drag->view->moveLeftEdgeTo(std::max(0.0, std::min(left, furthest)));
-    makeRoom();
-
-    for (const auto& [view, place] : std::as_const(before)) {
-        const QRectF frame = widened(view->frame());
-        if (frame.left() == place - overhang)
-            continue;
-        QRectF was = frame;
-        was.moveLeft(place - overhang);
-        for (const QRectF& changed : { frame, was })
-            update(widgetRect(changed).toAlignedRect().marginsAdded({ 1, 1, 1, 1 }));
+    QHash<const StatusMetricView*, QRectF> before;
+    for (const Item& item : items())
+        before.insert(item.view.get(), backdropRect(item));
+    m_items.drag(m_drag->section, *m_drag->view, stripPoint(widgetPoint).x() - m_drag->grabOffset);
+    for (const Item& item : items()) {
+        const QRectF was = before.value(item.view.get());
+        const QRectF now = backdropRect(item);
+        if (now != was) {
+            update(was.toAlignedRect().marginsAdded(ringMargins));
+            update(now.toAlignedRect().marginsAdded(ringMargins));
+        }
     }
     Q_EMIT dragMoved(widgetPoint);
-}
-
-/// Lets neighbours whose middle the dragged item has passed change places with it, and sets all others on the
-/// grid.
-void MenuBarStripView::makeRoom()
-{
-    const QRectF dragged = m_drag->view->frame();
-    const qsizetype count = m_items.size();
-    qsizetype i = std::max(0, index(m_drag->section));
-    int direction = 0;
-    bool moved = true;
-    while (moved) {
-        // An item that was dragged one way is never due to go back: only when the dragged item was hidden
-        // meanwhile, and the first one stands in for it, could the two conditions call for each other for
-        // ever.
-        if (direction <= 0 && i >= 1 && dragged.left() < middle(m_items[i - 1].view->frame()))
-            direction = -1;
-        else if (direction >= 0 && i < count - 1 && middle(m_items[i + 1].view->frame()) < dragged.right())
-            direction = 1;
-        else
-            moved = false;
-        if (moved) {
-            m_items.swapItemsAt(i, i + direction);
-            i += direction;
-        }
-        double x = 0;
-        for (const Item& item : std::as_const(m_items)) {
-            if (item.view != m_drag->view)
-                item.view->moveLeftEdgeTo(x);
-            x += item.view->frame().width() + StripLayout::spacing;
-        }
-    }
 }
 
 void MenuBarStripView::mouseReleaseEvent(QMouseEvent* event)
@@ -272,26 +183,23 @@ void MenuBarStripView::mouseReleaseEvent(QMouseEvent* event)
 /// back.
 void MenuBarStripView::store()
 {
-    QList<MonitorSection> visible;
-    for (const Item& item : std::as_const(m_items))
-        visible.append(item.section);
-    MeterSettings::setMenuBarOrder(visible);
+    MeterSettings::setMenuBarOrder(m_items.sections());
     rebuild();
 }
 
 std::optional<MonitorSection> MenuBarStripView::focused() const
 {
-    if (m_items.isEmpty())
+    if (items().isEmpty())
         return std::nullopt;
-    return m_focused && item(*m_focused) ? *m_focused : m_items.first().section;
+    return m_focused && item(*m_focused) ? *m_focused : items().first().section;
 }
 
 void MenuBarStripView::focusItem(int index)
 {
-    if (m_items.isEmpty())
+    if (items().isEmpty())
         return;
     redraw(focused());
-    m_focused = m_items[std::clamp(index, 0, int(m_items.size()) - 1)].section;
+    m_focused = items()[std::clamp(index, 0, int(items().size()) - 1)].section;
     m_showsFocus = true;
     redraw(m_focused);
     Q_EMIT itemFocused(backdropRect(*item(*m_focused)));
@@ -300,21 +208,21 @@ void MenuBarStripView::focusItem(int index)
 
 void MenuBarStripView::moveFocusedItem(int step)
 {
-    const int from = index(*focused());
+    const int from = m_items.index(*focused());
     const int to = from + step;
-    if (to >= 0 && to < m_items.size()) {
-        m_focused = m_items[from].section;
-        m_items.swapItemsAt(from, to);
+    if (to >= 0 && to < items().size()) {
+        m_focused = items()[from].section;
+        m_items.swap(from, to);
         store();
     }
-    focusItem(index(*focused()));
+    focusItem(m_items.index(*focused()));
 }
 
 void MenuBarStripView::keyPressEvent(QKeyEvent* event)
 {
     const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
     const bool isSideways = event->key() == Qt::Key_Left || event->key() == Qt::Key_Right;
-    if (!isSideways || m_items.isEmpty() || m_drag
+    if (!isSideways || items().isEmpty() || m_drag
         || (modifiers != Qt::NoModifier && modifiers != Qt::AltModifier)) {
         QWidget::keyPressEvent(event);
         return;
@@ -323,7 +231,7 @@ void MenuBarStripView::keyPressEvent(QKeyEvent* event)
     if (modifiers == Qt::AltModifier)
         moveFocusedItem(step);
     else
-        focusItem(index(*focused()) + step);
+        focusItem(m_items.index(*focused()) + step);
 }
 
 void MenuBarStripView::focusInEvent(QFocusEvent* event)
@@ -331,7 +239,7 @@ void MenuBarStripView::focusInEvent(QFocusEvent* event)
     const Qt::FocusReason reason = event->reason();
     if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::ShortcutFocusReason) {
-        focusItem(focused() ? index(*focused()) : 0);
+        focusItem(focused() ? m_items.index(*focused()) : 0);
     } else if (reason == Qt::MouseFocusReason) {
         m_showsFocus = false;
     }
@@ -369,7 +277,7 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
             return;
         item.view->draw(painter, QPointF(onPixel(frame.left(), device), frame.top()), scheme, device.m11());
     };
-    for (const Item& item : std::as_const(m_items)) {
+    for (const Item& item : items()) {
         if (item.section != dragged())
             draw(item);
     }
@@ -390,7 +298,7 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
 void MenuBarStripView::tellScreenReader()
 {
     QStringList texts;
-    for (const Item& item : std::as_const(m_items)) {
+    for (const Item& item : items()) {
         texts.append(
             (StatusMetricView::description(item.section) + u' ' + readoutText(item.section)).trimmed());
     }

@@ -1,7 +1,7 @@
 #pragma once
 
+#include "Kestrum/MenuBar/StripItems.h"
 #include "KestrumShared/Drawing/SampleReadings.h"
-#include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Settings/SignalListener.h"
 
 #include <QList>
@@ -21,10 +21,7 @@ namespace kestrum {
 class MenuBarStripView final : public QWidget {
     Q_OBJECT
 public:
-    struct Item {
-        MonitorSection section;
-        std::shared_ptr<StatusMetricView> view;
-    };
+    using Item = StripItems::Item;
 
     /// What the widget is larger than the row of items, on each side.
     static constexpr QSize room { 7, 3 };
@@ -37,17 +34,15 @@ public:
     void rebuild(const QList<MonitorSection>& order);
 
     /// Size of the row of items, without `room`.
-    QSizeF intrinsicContentSize() const;
+    QSizeF intrinsicContentSize() const { return m_items.size(); }
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
     /// The visible items, left to right.
-    const QList<Item>& items() const { return m_items; }
-    /// The first item whose frame, widened by 4 points at its left and right, contains the point (strip
-    /// coordinates). The left edge belongs to it, the right one does not; nor does the bottom one, as pixels
-    /// count from the top. Null when there is none.
-    const Item* item(const QPointF& at) const;
-    const Item* item(MonitorSection section) const;
+    const QList<Item>& items() const { return m_items.list(); }
+    const Item* item(MonitorSection section) const { return m_items.item(section); }
+    /// The item at a point in strip coordinates, null when there is none.
+    const Item* item(const QPointF& at) const { return m_items.item(at); }
 
     /// What the item says beside its meter; empty when it says nothing.
     QString readoutText(MonitorSection section) const;
@@ -91,14 +86,12 @@ private:
 
     void setHovered(std::optional<MonitorSection> section);
     void redraw(std::optional<MonitorSection> section);
-    void makeRoom();
     void store();
-    int index(MonitorSection section) const;
     void focusItem(int index);
     void moveFocusedItem(int step);
     void tellScreenReader();
 
-    QList<Item> m_items;
+    StripItems m_items;
     std::optional<MonitorSection> m_hovered;
     std::optional<Drag> m_drag;
     std::optional<MonitorSection> m_focused;

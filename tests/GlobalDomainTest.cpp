@@ -1,28 +1,10 @@
 #include "Platform/GlobalDomain.h"
 #include "tests/TestHome.h"
+#include "tests/TestSession.h"
 
 #include <QTest>
 
 using namespace kestrum;
-
-namespace {
-
-const QList<QByteArray> variables { "LANGUAGE", "LC_ALL", "LC_MESSAGES", "LC_NUMERIC", "LC_MEASUREMENT",
-    "LANG" };
-
-// "NAME=value" words, separated by blanks; all other variables are unset.
-void setSession(const QByteArray& session)
-{
-    for (const QByteArray& variable : variables)
-        qunsetenv(variable.constData());
-    for (const QByteArray& assignment : session.split(' ')) {
-        const qsizetype equals = assignment.indexOf('=');
-        if (equals > 0)
-            qputenv(assignment.left(equals).constData(), assignment.mid(equals + 1));
-    }
-}
-
-} // namespace
 
 class GlobalDomainTest : public QObject {
     Q_OBJECT

@@ -7,6 +7,7 @@
 
 #include <QJsonArray>
 #include <algorithm>
+#include <iterator>
 #include <unicode/localematcher.h>
 #include <unicode/locid.h>
 #include <unicode/stringoptions.h>
@@ -85,8 +86,8 @@ QString ownName(const QString& code)
 {
     const icu::Locale locale = localeOf(code);
     UErrorCode status = U_ZERO_ERROR;
-    UChar language[2];
-    uloc_getDisplayLanguage(locale.getName(), locale.getName(), language, 0, &status);
+    UChar language[256];
+    uloc_getDisplayLanguage(locale.getName(), locale.getName(), language, int32_t(std::size(language)), &status);
     // The warning says that the name would be the code again, or in the session's language.
     if (status == U_USING_DEFAULT_WARNING)
         return code;

@@ -15,7 +15,7 @@ QByteArrayList wayTo(const QString& directory)
     const QByteArray path = QFile::encodeName(QDir::cleanPath(QDir::current().absoluteFilePath(directory)));
     QByteArrayList paths { "/" };
     for (qsizetype end = path.indexOf('/', 1); path.size() > 1; end = path.indexOf('/', end + 1)) {
-        paths.append(path.left(end)); // the whole when there is no further "/"
+        paths.append(end < 0 ? path : path.left(end));
         if (end < 0)
             break;
     }

@@ -1,0 +1,390 @@
+#include "KestrumShared/Drawing/SampleReadings.h"
+#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Kestrumctl.h"
+#include "tests/TestHome.h"
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QImage>
+#include <QImageReader>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTest>
+#include <cmath>
+
+using namespace kestrum;
+
+namespace {
+
+QStringList words(const char* line)
+{
+    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
+QJsonObject described(const char* options = "")
+{
+    const auto result = Kestrumctl::run(words("describe") + words(options));
+    return result.code == 0 ? QJsonDocument::fromJson(result.output).object() : QJsonObject();
+}
+
+QJsonObject item(const QJsonObject& strip, MonitorSection section)
+{
+    for (const QJsonValue& value : strip.value(QStringLiteral("items")).toArray()) {
+        if (value[QStringLiteral("section")].toString() == rawValue(section))
+            return value.toObject();
+    }
+    return {};
+}
+
+double number(const QJsonObject& object, const char* name)
+{
+    return object.value(QLatin1StringView(name)).toDouble(std::nan(""));
+}
+
+QString picturePath()
+{
+    return TestHome::root() + QStringLiteral("/picture.png");
+}
+
+QImage rendered(const char* what)
+{
+    QFile::remove(picturePath());
+    const auto result = Kestrumctl::run(
+        words("render") + words(what) + QStringList { QStringLiteral("-o"), picturePath() });
+    if (result.code != 0 || !result.output.isEmpty() || !result.errors.isEmpty())
+        qWarning("%d %s", result.code, result.errors.constData());
+    QImageReader reader(picturePath());
+    if (reader.format() != "png")
+        return {};
+    return reader.read();
+}
+
+bool isEmpty(const QImage& image, const QRect& rect)
+{
+    for (int y = rect.top(); y <= rect.bottom(); ++y) {
+        for (int x = rect.left(); x <= rect.right(); ++x) {
+            if (image.pixelColor(x, y).alpha() != 0)
+                return false;
+        }
+    }
+    return true;
+}
+
+template <class K, class V> void set(const K& key, const V& value)
+{
+    QVERIFY(Setting(key).set(value));
+}
+
+} // namespace
+
+class KestrumctlDrawingTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults()); }
+    void init();
+    void describesAllSectionsInTheStoredOrder();
+    void describesWhatTheItemsMeasure();
+    void aHiddenItemKeepsItsSlotWithoutAPlace();
+    void aReadoutThatIsOffIsNull();
+    void describeIsReadableAndStable();
+    void describesAnotherMachinesCores();
+    void aPictureHasTheItemsSizeTimesTheScale_data();
+    void aPictureHasTheItemsSizeTimesTheScale();
+    void coresMakeThePictureWide();
+    void theGroundIsTransparent();
+    void lightAndDarkDiffer();
+    void lightIsTheAppearanceWhenNoneIsGiven();
+    void theStripShowsTheItemsWhereTheyAreDescribed();
+    void aHiddenItemIsDrawnByNameButNotInTheStrip();
+    void aStripWithoutItemsIsNoPicture();
+    void aVeryWidePictureIsDrawnToItsEnd();
+    void tiersAreToldApartByColour();
+    void aPictureFollowsTheSettingsInEffect();
+    void aPictureGoesToStandardOutputToo();
+    void aPictureThatCannotBeWrittenFailsWithTheReason();
+};
+
+void KestrumctlDrawingTest::init()
+{
+    SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
+}
+
+void KestrumctlDrawingTest::describesAllSectionsInTheStoredOrder()
+{
+    const auto order = [] {
+        QStringList sections;
+        for (const QJsonValue& value : described().value(QStringLiteral("items")).toArray())
+            sections.append(value[QStringLiteral("section")].toString());
+        return sections.join(QLatin1Char(','));
+    };
+    QCOMPARE(order(), QStringLiteral("storage,sensors,memory,cpu"));
+    set(Keys::menuBarOrder, QStringLiteral("memory,bogus,memory"));
+    QCOMPARE(order(), QStringLiteral("memory,sensors,storage,cpu"));
+}
+
+void KestrumctlDrawingTest::describesWhatTheItemsMeasure()
+{
+    for (const MeterLabelStyle style : { MeterLabelStyle::icons, MeterLabelStyle::letters }) {
+        set(Keys::meterLabelStyle, style);
+        const QJsonObject strip = described();
+        const SampleReadings readings;
+        double x = 0;
+        for (const MonitorSection section : MeterSettings::storedOrder()) {
+            const QJsonObject description = item(strip, section);
+            QCOMPARE(description.keys().size(), 6);
+            QCOMPARE(description.value(QStringLiteral("shown")), QJsonValue(true));
+            QCOMPARE(number(description, "x"), x);
+            QCOMPARE(number(description, "width"), StatusMetricView::itemWidth(section));
+            QCOMPARE(number(description, "labelWidth"), StatusMetricView::labelWidth(section));
+            QCOMPARE(description.value(QStringLiteral("readout")).toString(),
+                StatusMetricView::readoutText(section, readings).value_or(QString()));
+            x += StatusMetricView::itemWidth(section) + 8;
+        }
+        QCOMPARE(number(strip, "width"), x - 8);
+        QCOMPARE(number(strip, "height"), 22.0);
+        QCOMPARE(strip.keys().size(), 3);
+    }
+    // With the sample readings and a fresh suite, in a session without a region.
+    const QJsonObject strip = described();
+    const QString readouts = item(strip, MonitorSection::cpu).value(QStringLiteral("readout")).toString()
+        + item(strip, MonitorSection::memory).value(QStringLiteral("readout")).toString()
+        + item(strip, MonitorSection::storage).value(QStringLiteral("readout")).toString()
+        + item(strip, MonitorSection::sensors).value(QStringLiteral("readout")).toString();
+    QCOMPARE(readouts, QStringLiteral("48°64%58%24W"));
+}
+
+void KestrumctlDrawingTest::aHiddenItemKeepsItsSlotWithoutAPlace()
+{
+    set(Keys::showSensorsItem, false);
+    const QJsonObject strip = described();
+    const QJsonArray items = strip.value(QStringLiteral("items")).toArray();
+    QCOMPARE(items.size(), 4);
+    const QJsonObject hidden = items[1].toObject();
+    QCOMPARE(hidden.value(QStringLiteral("section")).toString(), QStringLiteral("sensors"));
+    QCOMPARE(hidden.value(QStringLiteral("shown")), QJsonValue(false));
+    QVERIFY(hidden.value(QStringLiteral("x")).isNull());
+    QCOMPARE(number(hidden, "width"), StatusMetricView::itemWidth(MonitorSection::sensors));
+    QCOMPARE(number(items[2].toObject(), "x"), number(items[0].toObject(), "width") + 8);
+}
+
+void KestrumctlDrawingTest::aReadoutThatIsOffIsNull()
+{
+    set(Keys::cpuReadout, CPUReadout::off);
+    const QJsonObject cpu = item(described(), MonitorSection::cpu);
+    QVERIFY(cpu.contains(QStringLiteral("readout")));
+    QVERIFY(cpu.value(QStringLiteral("readout")).isNull());
+}
+
+void KestrumctlDrawingTest::describeIsReadableAndStable()
+{
+    const QByteArray output = Kestrumctl::run(words("describe --cores 4")).output;
+    QCOMPARE(output, Kestrumctl::run(words("describe --cores 4")).output);
+    const QByteArrayList lines = output.split('\n');
+    QCOMPARE(lines.size(), 11);
+    QVERIFY(lines[1].startsWith("  \"width\": "));
+    QCOMPARE(lines[2], QByteArray("  \"height\": 22,"));
+    QVERIFY(lines[4].contains("\"section\": \"storage\", \"shown\": true, \"x\": 0, \"width\": "));
+}
+
+void KestrumctlDrawingTest::describesAnotherMachinesCores()
+{
+    const auto meterWidth = [](int cores) { return (cores - 1) + (cores * 4.9 + 4); };
+    const auto cpuWidth
+        = [](const char* options) { return number(item(described(options), MonitorSection::cpu), "width"); };
+    const double rest = cpuWidth("--cores 1") - meterWidth(1);
+    QCOMPARE(cpuWidth("--cores 8"), rest + meterWidth(8));
+    QCOMPARE(cpuWidth("--cores 12,4"), rest + meterWidth(16));
+    QCOMPARE(cpuWidth("--cores 2,4,2"), rest + meterWidth(8));
+    QCOMPARE(cpuWidth("--cores 1024"), rest + meterWidth(1024));
+    set(Keys::meterStyle, MeterStyle::compact);
+    QCOMPARE(cpuWidth("--cores 64"), rest + 46);
+}
+
+void KestrumctlDrawingTest::aPictureHasTheItemsSizeTimesTheScale_data()
+{
+    QTest::addColumn<QByteArray>("what");
+    QTest::addColumn<double>("scale");
+    for (const char* what : { "cpu", "memory", "storage", "sensors", "strip" }) {
+        for (const double scale : { 1.0, 2.0 })
+            QTest::addRow("%s at %g", what, scale) << QByteArray(what) << scale;
+    }
+    for (const double scale : { 0.1, 0.75, 1.25, 1.5, 3.0, 16.0 })
+        QTest::addRow("cpu at %g", scale) << QByteArray("cpu") << scale;
+}
+
+void KestrumctlDrawingTest::aPictureHasTheItemsSizeTimesTheScale()
+{
+    QFETCH(const QByteArray, what);
+    QFETCH(const double, scale);
+    const QJsonObject strip = described("--cores 4,2");
+    const auto section = fromRawValue<MonitorSection>(QString::fromLatin1(what));
+    const double width = section ? number(item(strip, *section), "width") : number(strip, "width");
+    const QImage image = rendered(what + " --cores 4,2 --scale " + QByteArray::number(scale));
+    QCOMPARE(image.width(), int(std::ceil(width * scale - 1e-6)));
+    QCOMPARE(image.height(), int(std::ceil(22 * scale - 1e-6)));
+}
+
+void KestrumctlDrawingTest::coresMakeThePictureWide()
+{
+    for (const int cores : { 1, 2, 8, 64 }) {
+        const QByteArray options = "--cores " + QByteArray::number(cores);
+        const double width = number(item(described(options), MonitorSection::cpu), "width");
+        QCOMPARE(rendered("cpu --scale 2 " + options).width(), int(std::ceil(width * 2 - 1e-6)));
+    }
+}
+
+void KestrumctlDrawingTest::theGroundIsTransparent()
+{
+    const QImage image = rendered("strip --scale 2 --cores 4");
+    QVERIFY(image.hasAlphaChannel());
+    QVERIFY(!isEmpty(image, image.rect()));
+    for (const QPoint corner : { image.rect().topLeft(), image.rect().topRight(), image.rect().bottomLeft(),
+             image.rect().bottomRight() })
+        QCOMPARE(image.pixelColor(corner).alpha(), 0);
+    // The gap behind the first item.
+    const double end = number(item(described("--cores 4"), MonitorSection::storage), "width");
+    QVERIFY(isEmpty(image, QRect(int(end * 2) + 1, 0, 14, image.height())));
+}
+
+void KestrumctlDrawingTest::lightAndDarkDiffer()
+{
+    const QImage light = rendered("memory --scale 2 --appearance light");
+    const QImage dark = rendered("memory --scale 2 --appearance dark");
+    QCOMPARE(light.size(), dark.size());
+    QVERIFY(light != dark);
+    // The readout is dark on a light panel and light on a dark one.
+    const auto brightness = [](const QImage& image) {
+        double sum = 0;
+        double weight = 0;
+        for (int y = 0; y < image.height(); ++y) {
+            for (int x = image.width() / 2 + 20; x < image.width(); ++x) {
+                const QColor colour = image.pixelColor(x, y);
+                sum += colour.lightnessF() * colour.alphaF();
+                weight += colour.alphaF();
+            }
+        }
+        return sum / weight;
+    };
+    QVERIFY2(brightness(light) < 0.3, QByteArray::number(brightness(light)).constData());
+    QVERIFY2(brightness(dark) > 0.7, QByteArray::number(brightness(dark)).constData());
+}
+
+void KestrumctlDrawingTest::lightIsTheAppearanceWhenNoneIsGiven()
+{
+    QCOMPARE(rendered("cpu"), rendered("cpu --appearance light --scale 1"));
+}
+
+void KestrumctlDrawingTest::theStripShowsTheItemsWhereTheyAreDescribed()
+{
+    // At whole-numbered places an item of the strip is the item alone, pixel by pixel: the first one always stands so.
+    const QImage strip = rendered("strip --scale 2 --cores 2");
+    const QImage storage = rendered("storage --scale 2 --cores 2");
+    QCOMPARE(strip.copy(0, 0, storage.width() - 1, storage.height()),
+        storage.copy(0, 0, storage.width() - 1, storage.height()));
+    // Every item has something at its left edge, and nothing between it and the item before it.
+    const QJsonObject description = described("--cores 2");
+    for (const MonitorSection section : MeterSettings::storedOrder()) {
+        const double x = number(item(description, section), "x") * 2;
+        QVERIFY(x == 0 || isEmpty(strip, QRect(int(std::ceil(x)) - 14, 0, 14, strip.height())));
+        QVERIFY(!isEmpty(strip, QRect(int(x), 0, 8, strip.height())));
+    }
+}
+
+void KestrumctlDrawingTest::aHiddenItemIsDrawnByNameButNotInTheStrip()
+{
+    const QImage all = rendered("strip --cores 2");
+    set(Keys::showMemoryItem, false);
+    QVERIFY(!rendered("memory").isNull());
+    const double width = StatusMetricView::itemWidth(MonitorSection::memory);
+    QVERIFY(std::abs(all.width() - rendered("strip --cores 2").width() - (width + 8)) <= 1);
+}
+
+void KestrumctlDrawingTest::aStripWithoutItemsIsNoPicture()
+{
+    for (const auto& entry : allCases<MonitorSection>())
+        set(MeterSettings::visibilityKey(entry.value), false);
+    QFile::remove(picturePath());
+    const auto result = Kestrumctl::run(words("render strip -o") + QStringList { picturePath() });
+    QCOMPARE(result.code, 1);
+    QVERIFY(result.errors.contains("all items are hidden"));
+    QVERIFY(!QFile::exists(picturePath()));
+    QCOMPARE(number(described(), "width"), 0.0);
+}
+
+void KestrumctlDrawingTest::aVeryWidePictureIsDrawnToItsEnd()
+{
+    // More pixels than Qt's painter reaches: the picture is put together of pieces. 5.9 points a core at scale 16.
+    set(Keys::cpuReadout, CPUReadout::off);
+    const QImage wide = rendered("cpu --scale 16 --cores 350");
+    QVERIFY(wide.width() > 32767);
+    const int bar = int(5.9 * 16);
+    QVERIFY(!isEmpty(wide, wide.rect().adjusted(wide.width() - 2 * bar, 0, 0, 0)));
+    // No seam: every core's bar shows at its foot, where all of them have colour.
+    const QImage narrow = rendered("cpu --scale 16 --cores 2");
+    const int left = int(
+        (number(item(described("--cores 2"), MonitorSection::cpu), "width") - (1 + 2 * 4.9 + 4) - 1) * 16);
+    const int foot = wide.height() - int(4 * 16);
+    QVERIFY(narrow.pixelColor(left + int((2 + 4.9 / 2) * 16), foot).alpha() == 255);
+    for (int core = 0; core < 350; ++core) {
+        const int x = left + int((2 + core * 5.9 + 4.9 / 2) * 16);
+        QVERIFY2(wide.pixelColor(x, foot).alpha() == 255, QByteArray::number(core).constData());
+        const int gap = left + int((2 + core * 5.9 + 4.9 + 0.5) * 16);
+        QVERIFY2(
+            wide.pixelColor(gap, foot).alpha() == 0 || core == 349, QByteArray::number(core).constData());
+    }
+}
+
+void KestrumctlDrawingTest::tiersAreToldApartByColour()
+{
+    set(Keys::meterShape, MeterShape::square);
+    QVERIFY(SharedSettings::store().set(Keys::cpuAccent.name, QStringLiteral("custom:srgb:1.0,0.0,0.0")));
+    QVERIFY(
+        SharedSettings::store().set(Keys::cpuFastCoreAccent.name, QStringLiteral("custom:srgb:0.0,0.0,1.0")));
+    const auto bars = [](const QImage& image) {
+        // Along the foot of the bars, runs of one pure colour.
+        QByteArray runs;
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor colour = image.pixelColor(x, image.height() - 4 * 4);
+            const char kind = colour == QColor(Qt::red) ? 'e' : colour == QColor(Qt::blue) ? 'p' : ' ';
+            if (kind != ' ' && !runs.endsWith(kind))
+                runs += kind;
+            else if (kind == ' ' && !runs.endsWith(' '))
+                runs += ' ';
+        }
+        return runs.replace(" ", "");
+    };
+    QCOMPARE(bars(rendered("cpu --scale 4 --cores 2,3")), QByteArray("eeepp"));
+    QCOMPARE(bars(rendered("cpu --scale 4 --cores 4")), QByteArray("pppp"));
+}
+
+void KestrumctlDrawingTest::aPictureFollowsTheSettingsInEffect()
+{
+    const QImage before = rendered("cpu --cores 4");
+    QCOMPARE(rendered("cpu --cores 4"), before);
+    set(Keys::meterShape, MeterShape::square);
+    QVERIFY(rendered("cpu --cores 4") != before);
+}
+
+void KestrumctlDrawingTest::aPictureGoesToStandardOutputToo()
+{
+    const auto result = Kestrumctl::run(words("render cpu -o -"));
+    QCOMPARE(result.code, 0);
+    QCOMPARE(QImage::fromData(result.output, "PNG"), rendered("cpu"));
+}
+
+void KestrumctlDrawingTest::aPictureThatCannotBeWrittenFailsWithTheReason()
+{
+    const auto nowhere = Kestrumctl::run(
+        words("render cpu -o") + QStringList { TestHome::root() + QStringLiteral("/nowhere/picture.png") });
+    QCOMPARE(nowhere.code, 1);
+    QVERIFY2(nowhere.errors.contains("nowhere/picture.png\": No such file"), nowhere.errors.constData());
+    const auto full = Kestrumctl::run(words("render cpu -o /dev/full"));
+    QCOMPARE(full.code, 1);
+    QVERIFY2(full.errors.contains("No space left on device"), full.errors.constData());
+}
+
+KESTRUM_TEST_MAIN(QGuiApplication, KestrumctlDrawingTest)
+#include "KestrumctlDrawingTest.moc"

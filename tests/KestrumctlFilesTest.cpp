@@ -1,0 +1,251 @@
+#include "Platform/UserDefaults.h"
+#include "tests/Kestrumctl.h"
+#include "tests/TestHome.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+#include <sys/stat.h>
+
+using namespace kestrum;
+
+namespace {
+
+QString suitePath()
+{
+    return TestHome::configDirectory() + QStringLiteral("/T4K9ZR2MXB.com.orvale.kestrum.json");
+}
+
+QString besides(const char* name)
+{
+    return TestHome::root() + QLatin1Char('/') + QString::fromUtf8(name);
+}
+
+QByteArray contentOf(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
+}
+
+void make(const QString& path, const QByteArray& content)
+{
+    QDir().mkpath(QFileInfo(path).path());
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    QCOMPARE(file.write(content), content.size());
+}
+
+QJsonObject objectIn(const QByteArray& json)
+{
+    return QJsonDocument::fromJson(json).object();
+}
+
+Kestrumctl::Result ctl(const QStringList& arguments, const QByteArray& input = {})
+{
+    return Kestrumctl::run(arguments, input);
+}
+
+const QByteArray stored = "{\"meterStyle\": \"wave\", \"showMemoryItem\": false, \"refreshInterval\": 2,"
+                          " \"of another version\": {\"deep\": [1, null, \"ü\"]}}";
+
+} // namespace
+
+class KestrumctlFilesTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init();
+    void anExportHoldsWhatIsStoredAndNoDefaults();
+    void anExportStandsOnStandardOutputToo();
+    void anExportIsImportedWhole();
+    void importFromStandardInput();
+    void importMergesWithWhatIsStored();
+    void importIsOneSave();
+    void nothingIsStoredOfARefusedFile_data();
+    void nothingIsStoredOfARefusedFile();
+    void everyWrongValueIsNamed();
+    void forceImportsWrongTypesButNoDamage();
+    void afileThatIsNotThereIsNamed();
+    void anExportThatCannotBeWrittenFailsWithTheReason();
+    void anExportReplacesAFileWhole();
+    void anExportWritesThroughToADevice();
+};
+
+void KestrumctlFilesTest::init()
+{
+    QDir(TestHome::configDirectory()).removeRecursively();
+}
+
+void KestrumctlFilesTest::anExportHoldsWhatIsStoredAndNoDefaults()
+{
+    QCOMPARE(ctl({ QStringLiteral("export"), besides("empty.json") }).code, 0);
+    QCOMPARE(objectIn(contentOf(besides("empty.json"))), QJsonObject());
+    QCOMPARE(contentOf(besides("empty.json")).trimmed().at(0), '{');
+
+    make(suitePath(), stored);
+    const auto result = ctl({ QStringLiteral("export"), besides("kept.json") });
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.output, QByteArray());
+    QCOMPARE(objectIn(contentOf(besides("kept.json"))), objectIn(stored));
+    // A key a line, for people who compare versions.
+    QVERIFY(contentOf(besides("kept.json")).count('\n') >= 4);
+}
+
+void KestrumctlFilesTest::anExportStandsOnStandardOutputToo()
+{
+    make(suitePath(), stored);
+    const auto result = ctl({ QStringLiteral("export"), QStringLiteral("-") });
+    QCOMPARE(result.code, 0);
+    QCOMPARE(objectIn(result.output), objectIn(stored));
+}
+
+void KestrumctlFilesTest::anExportIsImportedWhole()
+{
+    make(suitePath(), stored);
+    QCOMPARE(ctl({ QStringLiteral("export"), besides("kept.json") }).code, 0);
+    QVERIFY(QFile::remove(suitePath()));
+    const auto result = ctl({ QStringLiteral("import"), besides("kept.json") });
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.errors, QByteArray());
+    QCOMPARE(objectIn(contentOf(suitePath())), objectIn(stored));
+}
+
+void KestrumctlFilesTest::importFromStandardInput()
+{
+    QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-") }, stored).code, 0);
+    QCOMPARE(objectIn(contentOf(suitePath())), objectIn(stored));
+}
+
+void KestrumctlFilesTest::importMergesWithWhatIsStored()
+{
+    make(suitePath(), "{\"meterShape\": \"square\", \"meterStyle\": \"compact\"}");
+    QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-") }, stored).code, 0);
+    QJsonObject expected = objectIn(stored);
+    expected.insert(QStringLiteral("meterShape"), QStringLiteral("square"));
+    QCOMPARE(objectIn(contentOf(suitePath())), expected);
+}
+
+void KestrumctlFilesTest::importIsOneSave()
+{
+    make(suitePath(), "{}");
+    Kestrumctl::Running watch({ QStringLiteral("watch") }, "watching");
+    QVERIFY(watch.isReady());
+    QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-") }, stored).code, 0);
+    // All changed keys come with one notice, in alphabetical order.
+    QCOMPARE(watch.lines(4),
+        (QByteArrayList { "meterStyle\t\"wave\"", "of another version\t{\"deep\":[1,null,\"ü\"]}",
+            "refreshInterval\t2", "showMemoryItem\tfalse" }));
+}
+
+void KestrumctlFilesTest::nothingIsStoredOfARefusedFile_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QByteArray>("reason");
+    QTest::newRow("empty") << QByteArray() << QByteArray("it is empty");
+    QTest::newRow("blank") << QByteArray(" \n\n") << QByteArray("it is empty");
+    QTest::newRow("list") << QByteArray("[\"meterStyle\"]") << QByteArray("nothing imported");
+    QTest::newRow("scalar") << QByteArray("\"meterStyle\"") << QByteArray("nothing imported");
+    QTest::newRow("cut off") << stored.left(stored.size() - 2) << QByteArray("nothing imported");
+    QTest::newRow("NaN") << QByteArray("{\"meterShape\": \"square\", \"refreshInterval\": NaN}")
+                         << QByteArray("nothing imported");
+    QTest::newRow("NUL bytes") << QByteArray(64, '\0') << QByteArray("nothing imported");
+    QTest::newRow("too deep") << "{\"a\":" + QByteArray(40, '[') + QByteArray(40, ']') + "}"
+                              << QByteArray("nothing imported");
+    QTest::newRow("wrong type among good ones")
+        << QByteArray("{\"meterShape\": \"square\", \"showCPUItem\": \"no\"}")
+        << QByteArray("key \"showCPUItem\" takes true or false, not \"no\"");
+    QTest::newRow("too large") << "{\"a\": \"" + QByteArray(1024 * 1024, 'a') + "\"}"
+                               << QByteArray("larger than 1048576 bytes");
+}
+
+void KestrumctlFilesTest::nothingIsStoredOfARefusedFile()
+{
+    QFETCH(const QByteArray, content);
+    QFETCH(const QByteArray, reason);
+    make(suitePath(), "{\"meterStyle\": \"compact\"}");
+    make(besides("refused.json"), content);
+    const auto result = ctl({ QStringLiteral("import"), besides("refused.json") });
+    QCOMPARE(result.code, 1);
+    QCOMPARE(result.output, QByteArray());
+    QVERIFY2(result.errors.contains(reason), result.errors.constData());
+    QVERIFY2(result.errors.contains("refused.json"), result.errors.constData());
+    QCOMPARE(contentOf(suitePath()), QByteArray("{\"meterStyle\": \"compact\"}"));
+}
+
+void KestrumctlFilesTest::everyWrongValueIsNamed()
+{
+    const auto result = ctl({ QStringLiteral("import"), QStringLiteral("-") },
+        "{\"showCPUItem\": 1, \"meterStyle\": true, \"refreshInterval\": \"1\", \"meterShape\": \"pill\"}");
+    QCOMPARE(result.code, 1);
+    for (const char* key : { "\"showCPUItem\"", "\"meterStyle\"", "\"refreshInterval\"" })
+        QVERIFY2(result.errors.contains(key), result.errors.constData());
+    QVERIFY(!result.errors.contains("meterShape"));
+}
+
+void KestrumctlFilesTest::forceImportsWrongTypesButNoDamage()
+{
+    QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-"), QStringLiteral("--force") },
+                 "{\"showCPUItem\": 1}")
+                 .code,
+        0);
+    QCOMPARE(objectIn(contentOf(suitePath())), (QJsonObject { { QStringLiteral("showCPUItem"), 1 } }));
+    QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-"), QStringLiteral("--force") },
+                 "{\"meterShape\": \"square\",")
+                 .code,
+        1);
+    QCOMPARE(objectIn(contentOf(suitePath())), (QJsonObject { { QStringLiteral("showCPUItem"), 1 } }));
+}
+
+void KestrumctlFilesTest::afileThatIsNotThereIsNamed()
+{
+    const auto absent = ctl({ QStringLiteral("import"), besides("nowhere.json") });
+    QCOMPARE(absent.code, 1);
+    QVERIFY2(absent.errors.contains("nowhere.json\": No such file"), absent.errors.constData());
+    const auto directory = ctl({ QStringLiteral("import"), TestHome::root() });
+    QCOMPARE(directory.code, 1);
+    QVERIFY2(directory.errors.contains("irectory"), directory.errors.constData());
+}
+
+void KestrumctlFilesTest::anExportThatCannotBeWrittenFailsWithTheReason()
+{
+    make(suitePath(), stored);
+    const auto nowhere = ctl({ QStringLiteral("export"), besides("nowhere/kept.json") });
+    QCOMPARE(nowhere.code, 1);
+    QVERIFY2(nowhere.errors.contains("nowhere/kept.json\": No such file"), nowhere.errors.constData());
+    const auto directory = ctl({ QStringLiteral("export"), TestHome::root() });
+    QCOMPARE(directory.code, 1);
+    const auto full = ctl({ QStringLiteral("export"), QStringLiteral("/dev/full") });
+    QCOMPARE(full.code, 1);
+    QVERIFY2(full.errors.contains("No space left on device"), full.errors.constData());
+    QVERIFY(
+        QFileInfo(QStringLiteral("/dev/full")).exists() && !QFileInfo(QStringLiteral("/dev/full")).isFile());
+}
+
+void KestrumctlFilesTest::anExportReplacesAFileWhole()
+{
+    make(suitePath(), stored);
+    make(besides("old.json"), QByteArray(4096, 'x'));
+    QVERIFY(QFile::link(besides("old.json"), besides("link.json")));
+    QCOMPARE(ctl({ QStringLiteral("export"), besides("link.json") }).code, 0);
+    QCOMPARE(objectIn(contentOf(besides("old.json"))), objectIn(stored));
+    QVERIFY(QFileInfo(besides("link.json")).isSymLink());
+    QVERIFY(QFile::remove(besides("link.json")));
+}
+
+void KestrumctlFilesTest::anExportWritesThroughToADevice()
+{
+    make(suitePath(), stored);
+    const auto result = ctl({ QStringLiteral("export"), QStringLiteral("/dev/stdout") });
+    QCOMPARE(result.code, 0);
+    QCOMPARE(objectIn(result.output), objectIn(stored));
+    QCOMPARE(ctl({ QStringLiteral("export"), QStringLiteral("/dev/null") }).code, 0);
+    struct stat null = {};
+    QCOMPARE(::stat("/dev/null", &null), 0);
+    QVERIFY(S_ISCHR(null.st_mode));
+}
+
+KESTRUM_TEST_MAIN(QCoreApplication, KestrumctlFilesTest)
+#include "KestrumctlFilesTest.moc"

@@ -86,12 +86,12 @@ private:
             if (!take(u'='))
                 return;
             skipBlanks();
-            PropertyList member = value();
+            const PropertyList member = value();
             skipBlanks();
             if (failed())
                 return;
             // Of a key that stands twice the last value counts.
-            dictionary.m_dictionary.insert(key, std::move(member));
+            dictionary.m_dictionary.insert(key, member);
             if (takeEnd(closing) || !take(u';'))
                 return;
         }

@@ -1,18 +1,31 @@
 #include "KestrumShared/Drawing/Canvas.h"
 
 #include <QFontMetricsF>
-#include <QPainterPath>
 
 namespace kestrum {
+namespace {
+
+// In points. A wider shape is seldom drawn twice with the same length: not worth a picture of its own.
+constexpr double widestColumn = 16;
+
+} // namespace
 
 Canvas::Canvas(QPainter& painter, const QPointF& topLeft, const QSizeF& size)
+    : Canvas(painter, topLeft, size, Painting::automatic)
+{
+}
+
+Canvas::Canvas(QPainter& painter, const QPointF& topLeft, const QSizeF& size, Painting painting)
     : m_painter(painter)
+    , m_topLeft(topLeft)
     , m_size(size)
 {
     m_painter.save();
     m_painter.translate(topLeft);
     m_painter.setRenderHints(
         QPainter::Antialiasing | QPainter::TextAntialiasing | QPainter::SmoothPixmapTransform);
+    if (painting == Painting::automatic && PixelPainter::canServe(m_painter))
+        m_pixels.emplace(m_painter);
 }
 
 Canvas::~Canvas()
@@ -25,63 +38,114 @@ QRectF Canvas::turned(const QRectF& rect) const
     return QRectF(rect.left(), turned(rect.bottom()), rect.width(), rect.height());
 }
 
+PixelPainter& Canvas::inPixels()
+{
+    m_pixels->begin();
+    return *m_pixels;
+}
+
+QPainter& Canvas::inPoints()
+{
+    if (m_pixels)
+        m_pixels->end();
+    return m_painter;
+}
+
 void Canvas::fillRect(const QRectF& rect, const QColor& colour)
 {
-    m_painter.fillRect(turned(rect), colour);
+    if (m_pixels && rect.width() < widestColumn)
+        inPixels().fillColumn(m_pixels->toDevice(turned(rect)), 0, colour);
+    else
+        inPoints().fillRect(turned(rect), colour);
 }
 
 void Canvas::fillRoundedRect(const QRectF& rect, double radius, const QColor& colour)
 {
-    m_painter.setPen(Qt::NoPen);
-    m_painter.setBrush(colour);
-    m_painter.drawRoundedRect(turned(rect), radius, radius);
+    if (m_pixels && rect.width() < widestColumn) {
+        inPixels().fillColumn(m_pixels->toDevice(turned(rect)), radius * m_pixels->scale(), colour);
+        return;
+    }
+    QPainter& painter = inPoints();
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawRoundedRect(turned(rect), radius, radius);
 }
 
 void Canvas::strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour)
 {
+    if (m_pixels) {
+        const double scale = m_pixels->scale();
+        inPixels().strokeRoundedRect(
+            m_pixels->toDevice(turned(rect)), radius * scale, lineWidth * scale, colour);
+        return;
+    }
     m_painter.setPen(QPen(colour, lineWidth));
     m_painter.setBrush(Qt::NoBrush);
     m_painter.drawRoundedRect(turned(rect), radius, radius);
 }
 
-void Canvas::fillPolygon(const QPolygonF& polygon, const QColor& colour)
+void Canvas::fillBelow(const QPolygonF& line, double bottom, const QColor& colour)
 {
-    QPolygonF upsideDown;
-    upsideDown.reserve(polygon.size());
-    for (const QPointF& point : polygon)
-        upsideDown.append(QPointF(point.x(), turned(point.y())));
+    if (line.isEmpty())
+        return;
+    QPolygonF outline;
+    outline.reserve(line.size() + 2);
+    for (const QPointF& point : line)
+        outline.append(QPointF(point.x(), turned(point.y())));
+    if (m_pixels) {
+        for (QPointF& point : outline)
+            point = m_pixels->toDevice(point);
+        inPixels().fillBelow(outline, m_pixels->toDevice(QPointF(0, turned(bottom))).y(), colour);
+        return;
+    }
+    outline.append(QPointF(outline.last().x(), turned(bottom)));
+    outline.append(QPointF(outline.first().x(), turned(bottom)));
     m_painter.setPen(Qt::NoPen);
     m_painter.setBrush(colour);
-    m_painter.drawPolygon(upsideDown);
+    m_painter.drawPolygon(outline);
 }
 
 void Canvas::drawText(
     const QPointF& origin, const QString& text, const QFont& font, const QColor& colour, double shrink)
 {
-    m_painter.setFont(font);
-    m_painter.setPen(colour);
+    QPainter& painter = inPoints();
+    painter.setFont(font);
+    painter.setPen(colour);
     const double descent = QFontMetricsF(font).descent();
     if (shrink == 1) {
-        m_painter.drawText(QPointF(origin.x(), turned(origin.y()) - descent), text);
+        painter.drawText(QPointF(origin.x(), turned(origin.y()) - descent), text);
         return;
     }
-    m_painter.save();
-    m_painter.translate(origin.x(), turned(origin.y()));
-    m_painter.scale(shrink, shrink);
-    m_painter.drawText(QPointF(0, -descent), text);
-    m_painter.restore();
+    painter.save();
+    painter.translate(origin.x(), turned(origin.y()));
+    painter.scale(shrink, shrink);
+    painter.drawText(QPointF(0, -descent), text);
+    painter.restore();
 }
 
 void Canvas::drawText(
     const QPointF& origin, const QString& text, const MonospacedDigits& font, const QColor& colour)
 {
-    font.draw(m_painter, QPointF(origin.x(), turned(origin.y()) - font.descent()), text, colour);
+    font.draw(inPoints(), QPointF(origin.x(), turned(origin.y()) - font.descent()), text, colour);
 }
 
 void Canvas::drawImage(const QPointF& origin, const QImage& image)
 {
     const double heightInPoints = image.height() / image.devicePixelRatio();
-    m_painter.drawImage(QPointF(origin.x(), turned(origin.y()) - heightInPoints), image);
+    inPoints().drawImage(QPointF(origin.x(), turned(origin.y()) - heightInPoints), image);
+}
+
+void Canvas::drawKept(const SpriteKey& key, const QRectF& rect, const std::function<void(Canvas&)>& draw)
+{
+    if (!m_pixels) {
+        draw(*this);
+        return;
+    }
+    inPixels().drawKept(key, m_pixels->toDevice(turned(rect)), [&](QPainter& painter) {
+        // The painter's coordinates already are those of this drawing.
+        Canvas canvas(painter, QPointF(0, 0), m_size, Painting::plain);
+        draw(canvas);
+    });
 }
 
 } // namespace kestrum

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "KestrumShared/Drawing/MonospacedDigits.h"
+#include "KestrumShared/Drawing/PixelPainter.h"
 
 #include <QColor>
 #include <QFont>
@@ -10,11 +11,14 @@
 #include <QPolygonF>
 #include <QRectF>
 #include <QString>
+#include <functional>
+#include <optional>
 
 namespace kestrum {
 
 /// A painter for a drawing whose origin is at the bottom left, y upwards: the only place that turns
-/// coordinates over. Sizes are points. Borrows the painter, whose state it leaves as it found it.
+/// coordinates over. Sizes are points. Borrows the painter, whose state it leaves as it found it. On pixels it draws
+/// the shapes of meters by `PixelPainter`, with the same look.
 class Canvas {
 public:
     /// A drawing of `size` points whose top left corner stands at `topLeft` of the painter's coordinates.
@@ -29,7 +33,8 @@ public:
     void fillRect(const QRectF& rect, const QColor& colour);
     void fillRoundedRect(const QRectF& rect, double radius, const QColor& colour);
     void strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour);
-    void fillPolygon(const QPolygonF& polygon, const QColor& colour);
+    /// What lies between a line that runs from left to right and the height `bottom`, which is nowhere above the line.
+    void fillBelow(const QPolygonF& line, double bottom, const QColor& colour);
     /// The text's line box has its bottom left corner at `origin`. `shrink` makes the font's size, which is
     /// whole pixels in Qt, any size.
     void drawText(const QPointF& origin, const QString& text, const QFont& font, const QColor& colour,
@@ -38,13 +43,21 @@ public:
         const QPointF& origin, const QString& text, const MonospacedDigits& font, const QColor& colour);
     /// The image, of its own size in points, with its bottom left corner at `origin`.
     void drawImage(const QPointF& origin, const QImage& image);
+    /// What `draw` draws within `rect`; the same drawing may be kept as a picture under `key`.
+    void drawKept(const SpriteKey& key, const QRectF& rect, const std::function<void(Canvas&)>& draw);
 
 private:
+    enum class Painting { automatic, plain };
+    Canvas(QPainter& painter, const QPointF& topLeft, const QSizeF& size, Painting painting);
+    PixelPainter& inPixels();
+    QPainter& inPoints();
     double turned(double y) const { return m_size.height() - y; }
     QRectF turned(const QRectF& rect) const;
 
     QPainter& m_painter;
+    QPointF m_topLeft;
     QSizeF m_size;
+    std::optional<PixelPainter> m_pixels;
 };
 
 } // namespace kestrum

@@ -23,17 +23,19 @@ QFont ofFamily(const QFont& base, int pixels, QFont::Weight weight)
 const ItemFonts& ItemFonts::current()
 {
     static std::unique_ptr<const ItemFonts> fonts;
+    static int generation = 0;
     const QFont base = QGuiApplication::font();
     if (!fonts || fonts->m_base != base)
-        fonts.reset(new ItemFonts(base));
+        fonts.reset(new ItemFonts(base, ++generation));
     return *fonts;
 }
 
-ItemFonts::ItemFonts(const QFont& base)
+ItemFonts::ItemFonts(const QFont& base, int generation)
     : m_base(base)
     , m_readout(ofFamily(base, readoutPixels, QFont::Medium))
     , m_letters(ofFamily(base, enlargedLetterPixels, QFont::DemiBold))
     , m_letterHeight(QFontMetricsF(m_letters).height() * letterScale)
+    , m_generation(generation)
 {
 }
 

@@ -21,13 +21,17 @@ public:
     static constexpr double letterScale = 0.1;
     double letterHeight() const { return m_letterHeight; }
 
+    /// Another number for each font of the application, for what is kept of texts.
+    int generation() const { return m_generation; }
+
 private:
-    explicit ItemFonts(const QFont& base);
+    ItemFonts(const QFont& base, int generation);
 
     QFont m_base;
     MonospacedDigits m_readout;
     QFont m_letters;
     double m_letterHeight;
+    int m_generation;
 };
 
 } // namespace kestrum

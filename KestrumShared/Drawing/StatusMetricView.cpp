@@ -74,20 +74,27 @@ private:
     void drawLabel(MonitorSection section)
     {
         if (m_labelStyle == MeterLabelStyle::letters)
-            drawLetters(letters(section));
+            drawLetters(section);
         else
             drawSymbol(section, margin);
     }
 
-    void drawLetters(QLatin1StringView text)
+    void drawLetters(MonitorSection section)
     {
         const ItemFonts& fonts = ItemFonts::current();
-        for (qsizetype i = 0; i < text.size(); ++i) {
-            const double fromMiddle = (double(text.size() - 1) / 2 - double(i)) * letterDistance;
-            m_canvas.drawText(QPointF(margin, middle + fromMiddle - fonts.letterHeight() / 2),
-                QString(QLatin1Char(text[i])), fonts.letters(), labelColour(m_scheme),
-                ItemFonts::letterScale);
-        }
+        const QColor colour = labelColour(m_scheme);
+        const SpriteKey key { SpriteKey::Kind::letters, colour.rgba(),
+            { int(section), fonts.generation(), int(m_scale * 1024), 0, 0, 0 } };
+        // Wider than the room that is kept for them: the widest letters of some fonts are.
+        const QRectF column(0, 0, 3 * lettersWidth, StatusMetricView::height);
+        m_canvas.drawKept(key, column, [&](Canvas& canvas) {
+            const QLatin1StringView text = letters(section);
+            for (qsizetype i = 0; i < text.size(); ++i) {
+                const double fromMiddle = (double(text.size() - 1) / 2 - double(i)) * letterDistance;
+                canvas.drawText(QPointF(margin, middle + fromMiddle - fonts.letterHeight() / 2),
+                    QString(QLatin1Char(text[i])), fonts.letters(), colour, ItemFonts::letterScale);
+            }
+        });
     }
 
     double drawSymbol(MonitorSection section, double x)
@@ -161,17 +168,15 @@ private:
             return;
         const QRectF inner = frame.adjusted(waveInset, waveInset, -waveInset, -waveInset);
         const double step = inner.width() / double(history.size() - 1);
-        QPolygonF outline;
-        outline.reserve(history.size() + 2);
-        outline.append(inner.topLeft());
+        QPolygonF line;
+        line.reserve(history.size());
         for (qsizetype i = 0; i < history.size(); ++i) {
             const double load = history[i] > 0 ? std::min(history[i], 1.0) : 0;
-            outline.append(QPointF(inner.left() + double(i) * step, inner.top() + load * inner.height()));
+            line.append(QPointF(inner.left() + double(i) * step, inner.top() + load * inner.height()));
         }
-        outline.append(inner.topRight());
         QColor colour = MeterSettings::accent(Keys::cpuAccent).color();
         colour.setAlphaF(0.85F);
-        m_canvas.fillPolygon(outline, colour);
+        m_canvas.fillBelow(line, inner.top(), colour);
     }
 
     double drawGauge(double x, double fraction, const UnregisteredKey<MeterAccent>& accent)

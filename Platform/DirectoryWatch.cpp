@@ -14,18 +14,11 @@ QByteArrayList wayTo(const QString& directory)
 {
     const QByteArray path = QFile::encodeName(QDir::cleanPath(QDir::current().absoluteFilePath(directory)));
     QByteArrayList paths { "/" };
-<<<<<<< HEAD
     for (qsizetype end = path.indexOf('/', 1); path.size() > 1; end = path.indexOf('/', end + 1)) {
         paths.append(end < 0 ? path : path.left(end));
         if (end < 0)
             break;
     }
-=======
-    for (qsizetype end = path.indexOf('/', 1); end > 0; end = path.indexOf('/', end + 1))
-        paths.append(path.left(end));
-    if (path.size() > 1)
-        paths.append(path);
->>>>>>> e32f110 (Watch the directory itself, not only the way to it)
     return paths;
 }
 

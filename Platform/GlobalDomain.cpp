@@ -110,18 +110,10 @@ QString regionOf(const QByteArray& name)
     return QString::fromLatin1(parsed(name).region);
 }
 
-} // namespace
-
-QStringList GlobalDomain::languages()
+QStringList codesOf(const QByteArray& list)
 {
-    const QByteArray messages = firstSet({ "LC_ALL", "LC_MESSAGES", "LANG" });
-    // Whoever sets the plain locale asks for untranslated texts, as scripts and build machines do; a LANGUAGE
-    // that is left over from the desktop must not overrule that.
-    if (namesNoLanguage(messages))
-        return {};
-
     QStringList result;
-    for (const QByteArray& name : (qgetenv("LANGUAGE") + ':' + messages).split(':')) {
+    for (const QByteArray& name : list.split(':')) {
         if (name.isEmpty())
             continue;
         // In the list "C" means: no translation rather than one of those that follow.
@@ -139,6 +131,28 @@ QStringList GlobalDomain::languages()
             result.append(text);
     }
     return result;
+}
+
+} // namespace
+
+QStringList GlobalDomain::languages()
+{
+    const QByteArray messages = firstSet({ "LC_ALL", "LC_MESSAGES", "LANG" });
+    // Whoever sets the plain locale asks for untranslated texts, as scripts and build machines do; a LANGUAGE
+    // that is left over from the desktop must not overrule that.
+    if (namesNoLanguage(messages))
+        return {};
+
+    const QByteArray list = qgetenv("LANGUAGE") + ':' + messages;
+    // Asked for with every display text, and nearly always the same.
+    struct Reading {
+        QByteArray list;
+        QStringList codes;
+    };
+    thread_local Reading last;
+    if (last.list != list)
+        last = { list, codesOf(list) };
+    return last.codes;
 }
 
 QString GlobalDomain::numberRegion()

@@ -75,7 +75,7 @@ QString preferred(const QStringList& shipped, const QStringList& wanted)
         QStringList wanted;
         QString code;
     };
-    static Match last;
+    thread_local Match last;
     if (last.shipped != shipped || last.wanted != wanted)
         last = { shipped, wanted, bestMatch(shipped, wanted) };
     return last.code;
@@ -87,7 +87,8 @@ QString ownName(const QString& code)
     const icu::Locale locale = localeOf(code);
     UErrorCode status = U_ZERO_ERROR;
     UChar language[256];
-    uloc_getDisplayLanguage(locale.getName(), locale.getName(), language, int32_t(std::size(language)), &status);
+    uloc_getDisplayLanguage(
+        locale.getName(), locale.getName(), language, int32_t(std::size(language)), &status);
     // The warning says that the name would be the code again, or in the session's language.
     if (status == U_USING_DEFAULT_WARNING)
         return code;

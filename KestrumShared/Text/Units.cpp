@@ -13,6 +13,24 @@
 namespace kestrum {
 namespace {
 
+// Asked for with every item that is drawn, and nearly always for the same region: the last answer is kept.
+Units::TemperatureUnit unitOf(const QString& region)
+{
+    struct Answer {
+        QString region;
+        Units::TemperatureUnit unit = Units::TemperatureUnit::celsius;
+    };
+    // Of no region nothing is known. (The formatter's library would take it for the USA.)
+    thread_local Answer last;
+    if (last.region != region) {
+        UErrorCode status = U_ZERO_ERROR;
+        const auto system = ulocdata_getMeasurementSystem(("und_" + region.toLatin1()).constData(), &status);
+        const bool isUS = !region.isEmpty() && U_SUCCESS(status) && system == UMS_US;
+        last = { region, isUS ? Units::TemperatureUnit::fahrenheit : Units::TemperatureUnit::celsius };
+    }
+    return last.unit;
+}
+
 double shown(double celsius)
 {
     return Units::temperatureUnit() == Units::TemperatureUnit::fahrenheit ? celsius * 9 / 5 + 32 : celsius;
@@ -35,12 +53,7 @@ Units::TemperatureUnit Units::temperatureUnit()
     case TemperatureChoice::system:
         break;
     }
-    const QString region = GlobalDomain::measurementRegion();
-    if (region.isEmpty())
-        return TemperatureUnit::celsius;
-    UErrorCode status = U_ZERO_ERROR;
-    const auto system = ulocdata_getMeasurementSystem(("und_" + region.toLatin1()).constData(), &status);
-    return U_SUCCESS(status) && system == UMS_US ? TemperatureUnit::fahrenheit : TemperatureUnit::celsius;
+    return unitOf(GlobalDomain::measurementRegion());
 }
 
 QString Units::degrees(double celsius)

@@ -3,6 +3,7 @@
 #include "Kestrum/Window/SettingsView.h"
 #include "Platform/SystemAppearance.h"
 
+#include <QApplication>
 #include <QDir>
 #include <QImage>
 #include <cstdio>
@@ -34,6 +35,8 @@ bool Pictures::save(SettingsView& window, const QString& directory)
     const QDir folder(directory);
     folder.mkpath(QStringLiteral("."));
     const SettingsPage shown = window.page();
+    // As people see it, whether or not there is a window manager to give it the focus.
+    QApplication::setActiveWindow(&window);
     bool isSaved = true;
     for (const auto& page : allCases<SettingsPage>()) {
         window.selectPage(page.value);

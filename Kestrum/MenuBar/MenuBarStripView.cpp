@@ -131,13 +131,13 @@ void MenuBarStripView::leaveEvent(QEvent*)
     setCursor(Qt::ArrowCursor);
 }
 
-void MenuBarStripView::changeEvent(QEvent* event)
+bool MenuBarStripView::event(QEvent* event)
 {
-    if (event->type() == QEvent::ActivationChange && !isActiveWindow() && !m_drag) {
+    if (event->type() == QEvent::WindowDeactivate && !m_drag) {
         setHovered(std::nullopt);
         setCursor(Qt::ArrowCursor);
     }
-    QWidget::changeEvent(event);
+    return QWidget::event(event);
 }
 
 void MenuBarStripView::mousePressEvent(QMouseEvent* event)

@@ -4,7 +4,6 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/SymbolImage.h"
 
-#include <QEvent>
 #include <QPainter>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
@@ -22,7 +21,8 @@ constexpr int rowGap = 2;
 constexpr int rowInset = 8;
 constexpr int rowPadding = 10;
 constexpr double rowRadius = 7;
-constexpr int symbolSize = 16;
+constexpr int symbolBox = 16;
+constexpr int symbolPoints = 14; // the widest of them fills the box
 constexpr int symbolGap = 8;
 constexpr int headingHeight = 26;
 constexpr int headingGap = 8; ///< above each heading
@@ -88,18 +88,19 @@ private:
         const QColor ink
             = Theme::colour(isSelected && isActive ? Theme::Colour::onSelection : Theme::Colour::text);
         QRect symbolPlace(
-            row.left() + rowPadding, row.center().y() - symbolSize / 2 + 1, symbolSize, symbolSize);
-        QRect text = row.adjusted(rowPadding + symbolSize + symbolGap, 0, -rowPadding, 0);
+            row.left() + rowPadding, row.center().y() - symbolBox / 2 + 1, symbolBox, symbolBox);
+        QRect text = row.adjusted(rowPadding + symbolBox + symbolGap, 0, -rowPadding, 0);
         const Qt::LayoutDirection direction = option.direction;
         symbolPlace = QStyle::visualRect(direction, row, symbolPlace);
         text = QStyle::visualRect(direction, row, text);
 
         const auto page = index.data(pageRole).value<SettingsPage>();
-        const QImage symbol
-            = SymbolImage::image(kestrum::symbol(page), symbolSize, ink, painter.deviceTransform().m11());
+        const double scale = painter.deviceTransform().m11();
+        const QImage symbol = SymbolImage::image(kestrum::symbol(page), symbolPoints, ink, scale);
         const QSizeF size = symbol.deviceIndependentSize();
-        painter.drawImage(QPointF(symbolPlace.left() + qRound((symbolSize - size.width()) / 2),
-                              symbolPlace.top() + qRound((symbolSize - size.height()) / 2)),
+        painter.drawImage(
+            QPointF(qRound((symbolPlace.left() + (symbolBox - size.width()) / 2) * scale) / scale,
+                qRound((symbolPlace.top() + (symbolBox - size.height()) / 2) * scale) / scale),
             symbol);
 
         const QFont font = Theme::font(Theme::TextStyle::body);
@@ -174,13 +175,6 @@ QModelIndex Sidebar::moveCursor(CursorAction action, Qt::KeyboardModifiers modif
     if (action == MoveHome || action == MovePageUp)
         return index(allCases<SettingsPage>()[0].value);
     return QListView::moveCursor(action, modifiers);
-}
-
-void Sidebar::changeEvent(QEvent* event)
-{
-    if (event->type() == QEvent::ActivationChange)
-        viewport()->update();
-    QListView::changeEvent(event);
 }
 
 } // namespace kestrum

@@ -24,7 +24,6 @@ Q_SIGNALS:
 protected:
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
-    void changeEvent(QEvent* event) override;
 
 private:
     QModelIndex index(SettingsPage page) const;

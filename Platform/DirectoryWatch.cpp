@@ -14,11 +14,10 @@ QByteArrayList wayTo(const QString& directory)
 {
     const QByteArray path = QFile::encodeName(QDir::cleanPath(QDir::current().absoluteFilePath(directory)));
     QByteArrayList paths { "/" };
-    for (qsizetype end = path.indexOf('/', 1); path.size() > 1; end = path.indexOf('/', end + 1)) {
-        paths.append(end < 0 ? path : path.left(end));
-        if (end < 0)
-            break;
-    }
+    for (qsizetype end = path.indexOf('/', 1); end > 0; end = path.indexOf('/', end + 1))
+        paths.append(path.left(end));
+    if (path != paths.first())
+        paths.append(path);
     return paths;
 }
 

@@ -20,6 +20,7 @@
 #include <cerrno>
 #include <ctime>
 #include <sys/inotify.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -40,6 +41,10 @@ constexpr int roundsAtMost = 32;
 constexpr int armingsAtMost = 16;
 // Being woken costs about this much in the kernel and the event loop, where we do not see it.
 constexpr std::chrono::microseconds wakeUpCost { 10 };
+// Somebody who posts without waiting is a flood after a few hundred events; two programs that answer each other are not,
+// unless they never end.
+constexpr std::chrono::milliseconds savedForFlood { 8 };
+constexpr std::chrono::milliseconds savedForAll { 1000 };
 
 bool isDirectory(const QByteArray& path)
 {
@@ -90,7 +95,8 @@ WatchHub& WatchHub::shared()
 }
 
 WatchHub::WatchHub()
-    : m_allowance(std::chrono::steady_clock::now())
+    : m_allowance(savedForAll, std::chrono::steady_clock::now())
+    , m_floodAllowance(savedForFlood, std::chrono::steady_clock::now())
 {
     m_lookTimer.setInterval(lookInterval);
     connect(&m_lookTimer, &QTimer::timeout, this, &WatchHub::look);
@@ -240,14 +246,24 @@ void WatchHub::answer()
     const auto before = processorTime();
     collect();
     deliver();
-    const auto pause
-        = m_allowance.spend(processorTime() - before + wakeUpCost, std::chrono::steady_clock::now());
+    const auto cost = processorTime() - before + wakeUpCost;
+    const auto now = std::chrono::steady_clock::now();
+    auto pause = m_allowance.spend(cost, now);
+    if (isBacklogged())
+        pause = std::max(pause, m_floodAllowance.spend(cost, now));
     if (pause == WorkAllowance::Duration::zero())
         return;
-    // A flood: the kernel merges what comes meanwhile.
+    // The kernel keeps, and where it can merges, what comes meanwhile.
     m_notifier->setEnabled(false);
     QTimer::singleShot(
         std::chrono::ceil<std::chrono::milliseconds>(pause), this, [this] { m_notifier->setEnabled(true); });
+}
+
+// Whether more has come while we answered.
+bool WatchHub::isBacklogged() const
+{
+    int bytes = 0;
+    return ::ioctl(m_descriptor, FIONREAD, &bytes) == 0 && bytes > 0;
 }
 
 void WatchHub::collect()

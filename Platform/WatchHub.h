@@ -78,6 +78,7 @@ private:
     void forget(int watch);
 
     void answer();
+    bool isBacklogged() const;
     void collect();
     void note(const inotify_event& event);
     void markReady(Subscription& subscription);
@@ -89,7 +90,8 @@ private:
     int m_descriptor = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_lookTimer;
-    WorkAllowance m_allowance;
+    WorkAllowance m_allowance;      ///< for all that we answer
+    WorkAllowance m_floodAllowance; ///< for what comes faster than we answer
     std::unordered_map<int, KernelWatch> m_watches;
     std::vector<std::shared_ptr<Subscription>> m_subscriptions;
     std::vector<std::shared_ptr<Subscription>> m_ready;

@@ -13,8 +13,11 @@ public:
     using Duration = std::chrono::nanoseconds;
     using Instant = std::chrono::steady_clock::time_point;
 
-    explicit WorkAllowance(Instant now)
-        : m_last(now)
+    /// Begins with `savedAtMost` saved up, which is also the most that a quiet time gives back.
+    WorkAllowance(Duration savedAtMost, Instant now)
+        : m_savedAtMost(savedAtMost)
+        , m_saved(savedAtMost)
+        , m_last(now)
     {
     }
 
@@ -22,7 +25,7 @@ public:
     /// there is something left.
     Duration spend(Duration cost, Instant now)
     {
-        m_saved = std::min(savedAtMost, m_saved + (now - m_last) / restPerWork) - cost;
+        m_saved = std::min(m_savedAtMost, m_saved + (now - m_last) / restPerWork) - cost;
         m_last = now;
         if (m_saved >= Duration::zero())
             return Duration::zero();
@@ -34,12 +37,12 @@ public:
     }
 
     static constexpr int restPerWork = 25; ///< 4 % of a core
-    static constexpr Duration savedAtMost = std::chrono::milliseconds(8);
     static constexpr Duration shortestPause = std::chrono::milliseconds(10);
     static constexpr Duration longestPause = std::chrono::milliseconds(50);
 
 private:
-    Duration m_saved = savedAtMost;
+    Duration m_savedAtMost;
+    Duration m_saved;
     Instant m_last;
 };
 

@@ -1,0 +1,147 @@
+#include "Platform/GenerationCounter.h"
+#include "Platform/RuntimeDirectory.h"
+#include "tests/TestHome.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QTest>
+#include <QThread>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+class GenerationCounterTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void advancingIsSeenThroughAnotherMapping();
+    void advancingIsSeenByAnotherProcess();
+    void namesHaveCountersOfTheirOwn();
+    void valueOutlivesItsUsers();
+    void nameThatMakesNoFileHasNoCounter();
+    void fileThatIsTooShortIsMadeLongEnough_data();
+    void fileThatIsTooShortIsMadeLongEnough();
+    void whatIsNoFileOfOursIsRefused();
+    void manyThreadsLoseNoStep();
+
+private:
+    static QString fileOf(const QString& name)
+    {
+        return RuntimeDirectory::shared().path() + u'/' + name + QStringLiteral(".generation");
+    }
+};
+
+void GenerationCounterTest::advancingIsSeenThroughAnotherMapping()
+{
+    const auto writer = GenerationCounter::open(QStringLiteral("two"));
+    const auto reader = GenerationCounter::open(QStringLiteral("two"));
+    QVERIFY(writer && reader);
+    const quint64 before = reader->value();
+    writer->advance();
+    QCOMPARE(reader->value(), before + 1);
+}
+
+void GenerationCounterTest::advancingIsSeenByAnotherProcess()
+{
+    const auto reader = GenerationCounter::open(QStringLiteral("process"));
+    QVERIFY(reader);
+    const quint64 before = reader->value();
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const auto writer = GenerationCounter::open(QStringLiteral("process"));
+        if (writer)
+            writer->advance();
+        ::_exit(0);
+    }
+    QVERIFY(child > 0);
+    QCOMPARE(::waitpid(child, nullptr, 0), child);
+    QCOMPARE(reader->value(), before + 1);
+}
+
+void GenerationCounterTest::namesHaveCountersOfTheirOwn()
+{
+    const auto one = GenerationCounter::open(QStringLiteral("a/b"));
+    const auto other = GenerationCounter::open(QStringLiteral("a_b"));
+    QVERIFY(one && other);
+    one->advance();
+    QCOMPARE(one->value(), quint64(1));
+    QCOMPARE(other->value(), quint64(0));
+    QVERIFY(QFile::exists(fileOf(QStringLiteral("a%2Fb"))));
+}
+
+void GenerationCounterTest::valueOutlivesItsUsers()
+{
+    GenerationCounter::open(QStringLiteral("kept"))->advance();
+    QCOMPARE(GenerationCounter::open(QStringLiteral("kept"))->value(), quint64(1));
+}
+
+void GenerationCounterTest::nameThatMakesNoFileHasNoCounter()
+{
+    QVERIFY(!GenerationCounter::open(QString()));
+    QVERIFY(!GenerationCounter::open(QString(300, u'x')));
+}
+
+void GenerationCounterTest::fileThatIsTooShortIsMadeLongEnough_data()
+{
+    QTest::addColumn<int>("size");
+    for (const int size : { 0, 1, 7, 100 })
+        QTest::addRow("%d bytes", size) << size;
+}
+
+void GenerationCounterTest::fileThatIsTooShortIsMadeLongEnough()
+{
+    QFETCH(const int, size);
+    const QString name = QStringLiteral("short%1").arg(size);
+    {
+        QFile file(fileOf(name));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner));
+        QVERIFY(file.resize(size));
+    }
+    const auto counter = GenerationCounter::open(name);
+    QVERIFY(counter);
+    counter->advance();
+    QCOMPARE(counter->value(), quint64(1));
+    QCOMPARE(QFile(fileOf(name)).size(), qint64(::sysconf(_SC_PAGESIZE)));
+}
+
+void GenerationCounterTest::whatIsNoFileOfOursIsRefused()
+{
+    const auto place = [](const char* name) { return QFile::encodeName(fileOf(QString::fromLatin1(name))); };
+    QCOMPARE(::mkdir(place("directory").constData(), 0700), 0);
+    QVERIFY(!GenerationCounter::open(QStringLiteral("directory")));
+    QCOMPARE(::mkfifo(place("fifo").constData(), 0600), 0);
+    QVERIFY(!GenerationCounter::open(QStringLiteral("fifo")));
+
+    QFile target(TestHome::root() + QStringLiteral("/target"));
+    QVERIFY(target.open(QIODevice::WriteOnly));
+    QCOMPARE(::symlink(QFile::encodeName(target.fileName()).constData(), place("link").constData()), 0);
+    QVERIFY(!GenerationCounter::open(QStringLiteral("link")));
+    QCOMPARE(target.size(), 0);
+
+    QVERIFY(GenerationCounter::open(QStringLiteral("foreign")));
+    QCOMPARE(::chmod(place("foreign").constData(), 0666), 0);
+    QVERIFY(!GenerationCounter::open(QStringLiteral("foreign")));
+}
+
+void GenerationCounterTest::manyThreadsLoseNoStep()
+{
+    constexpr int steps = 20'000;
+    const auto counter = GenerationCounter::open(QStringLiteral("threads"));
+    std::vector<std::unique_ptr<QThread>> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back(QThread::create([&counter] {
+            for (int step = 0; step < steps; ++step)
+                counter->advance();
+        }));
+        threads.back()->start();
+    }
+    for (const auto& thread : threads)
+        QVERIFY(thread->wait(20'000));
+    QCOMPARE(counter->value(), quint64(4 * steps));
+}
+
+KESTRUM_TEST_MAIN(QCoreApplication, GenerationCounterTest)
+#include "GenerationCounterTest.moc"

@@ -71,6 +71,7 @@ private Q_SLOTS:
     void afileThatIsNotThereIsNamed();
     void anExportThatCannotBeWrittenFailsWithTheReason();
     void anExportReplacesAFileWhole();
+    void anExportThatDoesNotFitLeavesTheOldFile();
     void anExportWritesThroughToADevice();
 };
 
@@ -233,6 +234,22 @@ void KestrumctlFilesTest::anExportReplacesAFileWhole()
     QCOMPARE(objectIn(contentOf(besides("old.json"))), objectIn(stored));
     QVERIFY(QFileInfo(besides("link.json")).isSymLink());
     QVERIFY(QFile::remove(besides("link.json")));
+}
+
+void KestrumctlFilesTest::anExportThatDoesNotFitLeavesTheOldFile()
+{
+    make(suitePath(), stored);
+    make(besides("small.json"), "old");
+    // No byte of a file may be written: the same error path as on a full disk.
+    const auto result = Kestrumctl::run(
+        { QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 0; exec \"$0\" export \"$1\""),
+            Kestrumctl::path(), besides("small.json") },
+        {}, {}, QStringLiteral("/bin/sh"));
+    QCOMPARE(result.code, 1);
+    QVERIFY2(result.errors.contains("small.json\": File too large"), result.errors.constData());
+    QCOMPARE(contentOf(besides("small.json")), QByteArray("old"));
+    QCOMPARE(QDir(TestHome::root()).entryList({ QStringLiteral("small.json*") }),
+        (QStringList { QStringLiteral("small.json") }));
 }
 
 void KestrumctlFilesTest::anExportWritesThroughToADevice()

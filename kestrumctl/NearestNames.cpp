@@ -82,7 +82,7 @@ QStringList NearestNames::of(const QString& word, const QStringList& names)
 
 QString NearestNames::unknown(const char* kind, const QString& word, const QStringList& names)
 {
-    const QString sentence = QStringLiteral("there is no %1 %2").arg(QLatin1StringView(kind), quoted(word));
+    QString sentence = QStringLiteral("there is no %1 %2").arg(QLatin1StringView(kind), quoted(word));
     const QStringList near = of(word, names);
     if (!near.isEmpty())
         return sentence + QStringLiteral("; did you mean %1?").arg(joined(near));

@@ -1,0 +1,153 @@
+#include "Kestrum/MenuBar/MenuBarStrip.h"
+#include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "KestrumShared/Machine/CoreTopology.h"
+#include "tests/TestHome.h"
+
+#include <QApplication>
+#include <QHBoxLayout>
+#include <QMouseEvent>
+#include <QTest>
+#include <QWheelEvent>
+
+using namespace kestrum;
+
+/// The strip in a row that is too narrow for it, or wide enough.
+class MenuBarStripTest : public QObject {
+    Q_OBJECT
+
+    struct Row {
+        QWidget window;
+        MenuBarStrip* strip = new MenuBarStrip;
+
+        explicit Row(int width, Qt::LayoutDirection direction = Qt::LeftToRight)
+        {
+            window.setLayoutDirection(direction);
+            auto* layout = new QHBoxLayout(&window);
+            layout->setContentsMargins(0, 0, 0, 0);
+            layout->addStretch(1);
+            layout->addWidget(strip);
+            window.resize(width, 60);
+            window.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&window));
+        }
+
+        int overflow() const { return strip->view()->width() - strip->width(); }
+
+        void send(QEvent::Type type, QPoint place, Qt::MouseButton button)
+        {
+            const QPointF at = strip->view()->mapFrom(strip, place);
+            QMouseEvent event(
+                type, at, strip->view()->mapToGlobal(at), button, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(strip->view(), &event);
+        }
+
+        bool turnWheel(QPoint angle)
+        {
+            QWheelEvent event({ 5, 5 }, strip->mapToGlobal(QPointF(5, 5)), {}, angle, Qt::NoButton,
+                Qt::NoModifier, Qt::NoScrollPhase, false);
+            QApplication::sendEvent(strip, &event);
+            return event.isAccepted();
+        }
+    };
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults());
+        CoreTopology::useTiers(
+            { { QStringLiteral("Performance"), 24 }, { QStringLiteral("Efficiency"), 8 } });
+    }
+
+    void init() { SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys()); }
+
+    void aStripWithRoomEnoughStandsWholeAtTheTrailingEnd()
+    {
+        Row row(2000);
+        QCOMPARE(row.overflow(), 0);
+        QCOMPARE(row.strip->geometry().right(), row.window.rect().right());
+        QCOMPARE(row.strip->size(), row.strip->view()->sizeHint());
+        QVERIFY(!row.turnWheel({ 0, 120 }));
+    }
+
+    void theTrailingEndIsInViewAtFirst()
+    {
+        Row row(200);
+        QVERIFY(row.overflow() > 100);
+        QCOMPARE(row.strip->offset(), row.overflow());
+        QCOMPARE(row.strip->view()->geometry().right(), row.strip->rect().right());
+        row.window.resize(250, 60);
+        QTRY_COMPARE(row.strip->width(), 250);
+        QCOMPARE(row.strip->offset(), row.overflow());
+    }
+
+    void theTrailingEndIsLeftWhereWritingRunsLeft()
+    {
+        Row row(200, Qt::RightToLeft);
+        QCOMPARE(row.strip->offset(), 0);
+        QCOMPARE(row.strip->x(), 0);
+    }
+
+    void theWheelScrollsAndIsThePagesAtTheEnd()
+    {
+        Row row(200);
+        const int end = row.strip->offset();
+        QVERIFY(!row.turnWheel({ 0, -120 }));
+        QVERIFY(row.turnWheel({ 0, 120 }));
+        QCOMPARE(row.strip->offset(), end - 60);
+        QVERIFY(row.turnWheel({ -120, 0 }));
+        QCOMPARE(row.strip->offset(), end);
+        for (int i = 0; i < 100; ++i)
+            row.turnWheel({ 0, 120 });
+        QCOMPARE(row.strip->offset(), 0);
+        QVERIFY(!row.turnWheel({ 0, 120 }));
+        QCOMPARE(row.strip->view()->x(), 0);
+    }
+
+    void aDragThatRestsAtAnEdgeScrolls()
+    {
+        Row row(200);
+        const int height = row.strip->height() / 2;
+        const MonitorSection grabbed = row.strip->view()->items().last().section;
+        row.send(QEvent::MouseButtonPress, { 150, height }, Qt::LeftButton);
+        QCOMPARE(row.strip->view()->dragged(), grabbed);
+        row.send(QEvent::MouseMove, { 100, height }, Qt::NoButton);
+        QTest::qWait(60);
+        QCOMPARE(row.strip->offset(), row.overflow());
+        row.send(QEvent::MouseMove, { 2, height }, Qt::NoButton);
+        QTRY_COMPARE(row.strip->offset(), 0);
+        QCOMPARE(row.strip->view()->items().first().section, grabbed);
+        row.send(QEvent::MouseMove, { 198, height }, Qt::NoButton);
+        QTRY_COMPARE(row.strip->offset(), row.overflow());
+        row.send(QEvent::MouseMove, { 2, height }, Qt::NoButton);
+        row.send(QEvent::MouseButtonRelease, { 2, height }, Qt::LeftButton);
+        const int offset = row.strip->offset();
+        QTest::qWait(60);
+        QCOMPARE(row.strip->offset(), offset);
+    }
+
+    void theItemThatTheKeyboardIsAtComesIntoView()
+    {
+        Row row(200);
+        row.strip->view()->setFocus(Qt::TabFocusReason);
+        QTest::keyClick(row.strip->view(), Qt::Key_Left);
+        QCOMPARE(row.strip->offset(), 0);
+        for (int i = 0; i < 3; ++i)
+            QTest::keyClick(row.strip->view(), Qt::Key_Right);
+        QCOMPARE(row.strip->offset(), row.overflow());
+    }
+
+    void theStripFollowsItsItems()
+    {
+        Row row(200);
+        QVERIFY(row.overflow() > 0);
+        SharedSettings::store().set("showCPUItem", false);
+        SharedSettings::store().set("showMemoryItem", false);
+        QTRY_COMPARE(row.overflow(), 0);
+        QCOMPARE(row.strip->offset(), 0);
+        QTRY_COMPARE(row.strip->geometry().right(), row.window.rect().right());
+        QCOMPARE(row.strip->width(), row.strip->view()->sizeHint().width());
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, MenuBarStripTest)
+#include "MenuBarStripTest.moc"

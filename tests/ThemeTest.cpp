@@ -1,0 +1,117 @@
+#include "Kestrum/Form/Theme.h"
+#include "tests/TestHome.h"
+
+#include <QFontInfo>
+#include <QGuiApplication>
+#include <QTest>
+
+using namespace kestrum;
+using Theme::Colour;
+
+class ThemeTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void contrastIsMeasuredAsTheGuidelinesDo()
+    {
+        QCOMPARE(Theme::contrast(Qt::white, Qt::black), 21.0);
+        QCOMPARE(Theme::contrast(Qt::red, Qt::red), 1.0);
+        // A known pair: the lightest grey that is still readable on white.
+        QVERIFY(std::abs(Theme::contrast(QColor(0x767676), Qt::white) - 4.54) < 0.01);
+        QCOMPARE(Theme::contrast(QColor(0, 0, 0, 0), Qt::white), 1.0);
+    }
+
+    void textIsReadableOnItsGround_data()
+    {
+        QTest::addColumn<Colour>("text");
+        QTest::addColumn<Colour>("ground");
+        QTest::newRow("text on the window") << Colour::text << Colour::window;
+        QTest::newRow("text on a card") << Colour::text << Colour::card;
+        QTest::newRow("a row of the sidebar") << Colour::text << Colour::sidebar;
+        QTest::newRow("secondary text on the window") << Colour::secondaryText << Colour::window;
+        QTest::newRow("secondary text on a card") << Colour::secondaryText << Colour::card;
+        QTest::newRow("a heading of the sidebar") << Colour::sidebarHeading << Colour::sidebar;
+        QTest::newRow("the selected row") << Colour::onSelection << Colour::selection;
+        QTest::newRow("an error on the window") << Colour::error << Colour::window;
+        QTest::newRow("text on the preview's plate") << Colour::text << Colour::previewPlate;
+    }
+
+    void textIsReadableOnItsGround()
+    {
+        QFETCH(Colour, text);
+        QFETCH(Colour, ground);
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const double contrast
+                = Theme::contrast(Theme::colour(text, scheme), Theme::colour(ground, scheme));
+            QVERIFY2(contrast >= 4.5, qPrintable(QString::number(contrast)));
+        }
+    }
+
+    void whatIsSelectedStandsOut()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const QColor sidebar = Theme::colour(Colour::sidebar, scheme);
+            QVERIFY(Theme::contrast(Theme::colour(Colour::selection, scheme), sidebar) >= 3);
+            QVERIFY(Theme::contrast(Theme::colour(Colour::accent, scheme), sidebar) >= 3);
+        }
+    }
+
+    void theTextOfTheInactiveSelectionIsReadable()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const QColor over = Theme::colour(Colour::inactiveSelection, scheme);
+            const QColor under = Theme::colour(Colour::sidebar, scheme);
+            const float alpha = over.alphaF();
+            const QColor ground = QColor::fromRgbF(over.redF() * alpha + under.redF() * (1 - alpha),
+                over.greenF() * alpha + under.greenF() * (1 - alpha),
+                over.blueF() * alpha + under.blueF() * (1 - alpha));
+            QVERIFY(Theme::contrast(Theme::colour(Colour::text, scheme), ground) >= 4.5);
+        }
+    }
+
+    void theSelectionKeepsTheAccentsHue()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const QColor accent = Theme::colour(Colour::accent, scheme);
+            const QColor selection = Theme::colour(Colour::selection, scheme);
+            QVERIFY(std::abs(accent.hsvHueF() - selection.hsvHueF()) < 0.01F);
+            QVERIFY(selection.valueF() <= accent.valueF());
+        }
+    }
+
+    void thePaletteIsTheTables()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const QPalette palette = Theme::palette(scheme);
+            for (const auto group : { QPalette::Active, QPalette::Inactive }) {
+                QCOMPARE(palette.color(group, QPalette::Window), Theme::colour(Colour::window, scheme));
+                QCOMPARE(palette.color(group, QPalette::WindowText), Theme::colour(Colour::text, scheme));
+                QCOMPARE(palette.color(group, QPalette::Base), Theme::colour(Colour::card, scheme));
+                QCOMPARE(palette.color(group, QPalette::Highlight), Theme::colour(Colour::selection, scheme));
+            }
+        }
+    }
+
+    void coloursFollowTheDesktopsScheme()
+    {
+        SystemAppearance::shared().setScheme(ColourScheme::dark);
+        QCOMPARE(Theme::colour(Colour::window), QColor(0x1E1F22));
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        QCOMPARE(Theme::colour(Colour::window), QColor(0xF4F4F6));
+    }
+
+    void textSizesAreOfTheDesktopsFont()
+    {
+        using Theme::TextStyle;
+        const QString family = QFontInfo(QGuiApplication::font()).family();
+        for (const auto style :
+            { TextStyle::body, TextStyle::heading, TextStyle::sidebarHeading, TextStyle::footnote })
+            QCOMPARE(QFontInfo(Theme::font(style)).family(), family);
+        QCOMPARE(Theme::font(TextStyle::body).pointSizeF(), 13 * 0.75);
+        QCOMPARE(Theme::font(TextStyle::footnote).pointSizeF(), 11 * 0.75);
+        QCOMPARE(Theme::font(TextStyle::heading).weight(), QFont::DemiBold);
+    }
+};
+
+KESTRUM_TEST_MAIN(QGuiApplication, ThemeTest)
+#include "ThemeTest.moc"

@@ -40,11 +40,10 @@ constexpr std::chrono::seconds lookInterval { 2 };
 constexpr int roundsAtMost = 32;
 constexpr int armingsAtMost = 16;
 // Being woken costs about this much in the kernel and the event loop, where we do not see it.
-constexpr std::chrono::microseconds wakeUpCost { 10 };
-// Somebody who posts without waiting is a flood after a few hundred events; two programs that answer each other are not,
-// unless they never end.
-constexpr std::chrono::milliseconds savedForFlood { 8 };
-constexpr std::chrono::milliseconds savedForAll { 1000 };
+constexpr std::chrono::microseconds wakeUpCost { 20 };
+constexpr std::chrono::milliseconds savedForBursts { 15 };
+// Whoever waits for our answer has sent the next event by then, and who does not wait has had a turn of the processor.
+constexpr std::chrono::milliseconds probeTime { 4 };
 
 bool isDirectory(const QByteArray& path)
 {
@@ -88,15 +87,13 @@ QByteArrayList DirectoryWatch::Subscription::takeAll()
 
 WatchHub& WatchHub::shared()
 {
-    // Never destroyed: watches of objects that live until the process ends may outlast the application
-    // object.
+    // Never destroyed: watches that live until the process ends may outlast the application object.
     static auto* const hub = new WatchHub;
     return *hub;
 }
 
 WatchHub::WatchHub()
-    : m_allowance(savedForAll, std::chrono::steady_clock::now())
-    , m_floodAllowance(savedForFlood, std::chrono::steady_clock::now())
+    : m_allowance(savedForBursts, std::chrono::steady_clock::now())
 {
     m_lookTimer.setInterval(lookInterval);
     connect(&m_lookTimer, &QTimer::timeout, this, &WatchHub::look);
@@ -246,20 +243,40 @@ void WatchHub::answer()
     const auto before = processorTime();
     collect();
     deliver();
-    const auto cost = processorTime() - before + wakeUpCost;
-    const auto now = std::chrono::steady_clock::now();
-    auto pause = m_allowance.spend(cost, now);
-    if (isBacklogged())
-        pause = std::max(pause, m_floodAllowance.spend(cost, now));
+    const auto pause
+        = m_allowance.spend(processorTime() - before + wakeUpCost, std::chrono::steady_clock::now());
     if (pause == WorkAllowance::Duration::zero())
         return;
-    // The kernel keeps, and where it can merges, what comes meanwhile.
-    m_notifier->setEnabled(false);
-    QTimer::singleShot(
-        std::chrono::ceil<std::chrono::milliseconds>(pause), this, [this] { m_notifier->setEnabled(true); });
+    m_notifier->setEnabled(false); // the kernel keeps, and where it can merges, what comes meanwhile
+    QTimer::singleShot(probeTime, this, [this, pause] { probe(pause); });
 }
 
-// Whether more has come while we answered.
+// Two programs that answer each other without a rest look like a flood. But who waits for us sends one event and then
+// falls silent, while a flood goes on though nobody listens.
+void WatchHub::probe(WorkAllowance::Duration pause)
+{
+    const auto before = processorTime();
+    collect();
+    const auto cost = processorTime() - before;
+    QTimer::singleShot(probeTime, this, [this, pause, cost] {
+        if (isBacklogged()) {
+            m_allowance.spend(cost, std::chrono::steady_clock::now());
+            QTimer::singleShot(
+                std::chrono::ceil<std::chrono::milliseconds>(pause), this, [this] { resume(); });
+        } else {
+            m_allowance.refill();
+            resume();
+        }
+    });
+}
+
+void WatchHub::resume()
+{
+    m_notifier->setEnabled(true);
+    answer();
+}
+
+// Whether anything has happened that was not collected.
 bool WatchHub::isBacklogged() const
 {
     int bytes = 0;

@@ -78,6 +78,8 @@ private:
     void forget(int watch);
 
     void answer();
+    void probe(WorkAllowance::Duration pause);
+    void resume();
     bool isBacklogged() const;
     void collect();
     void note(const inotify_event& event);
@@ -90,8 +92,7 @@ private:
     int m_descriptor = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_lookTimer;
-    WorkAllowance m_allowance;      ///< for all that we answer
-    WorkAllowance m_floodAllowance; ///< for what comes faster than we answer
+    WorkAllowance m_allowance;
     std::unordered_map<int, KernelWatch> m_watches;
     std::vector<std::shared_ptr<Subscription>> m_subscriptions;
     std::vector<std::shared_ptr<Subscription>> m_ready;

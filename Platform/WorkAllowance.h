@@ -36,9 +36,12 @@ public:
         return pause;
     }
 
-    static constexpr int restPerWork = 25; ///< 4 % of a core
-    static constexpr Duration shortestPause = std::chrono::milliseconds(10);
-    static constexpr Duration longestPause = std::chrono::milliseconds(50);
+    /// As if a quiet time had passed.
+    void refill() { m_saved = m_savedAtMost; }
+
+    static constexpr int restPerWork = 30; ///< a little more than 3 % of a core
+    static constexpr Duration shortestPause = std::chrono::milliseconds(20);
+    static constexpr Duration longestPause = std::chrono::milliseconds(100);
 
 private:
     Duration m_savedAtMost;

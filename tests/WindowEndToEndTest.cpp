@@ -1,0 +1,308 @@
+// The built program on a display of its own, worked by real mouse and keyboard events and watched from outside, as a
+// person and the agent would.
+
+#include "tests/TestHome.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QPixmap>
+#include <QProcess>
+#include <QRasterWindow>
+#include <QScreen>
+#include <QTest>
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <memory>
+#include <sys/prctl.h>
+
+namespace {
+
+QString bundled(const char* program)
+{
+    return qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app/Contents/MacOS/")
+        + QString::fromLatin1(program);
+}
+
+/// What `program` prints; empty when it fails or takes longer than 10 s.
+QByteArray output(const QString& program, const QStringList& arguments)
+{
+    QProcess process;
+    process.start(program, arguments);
+    const bool isDone = process.waitForFinished(10000);
+    if (!isDone || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
+        qWarning("%s: %s", qPrintable(program + u' ' + arguments.join(u' ')),
+            process.readAllStandardError().constData());
+        return {};
+    }
+    return process.readAllStandardOutput().trimmed();
+}
+
+QByteArray kestrumctl(const QStringList& arguments)
+{
+    return output(bundled("kestrumctl"), arguments);
+}
+
+QByteArray xdotool(const QStringList& arguments)
+{
+    return output(QStringLiteral("xdotool"), arguments);
+}
+
+/// A process that ends with its owner.
+std::unique_ptr<QProcess> started(const QString& program, const QStringList& arguments)
+{
+    auto process = std::make_unique<QProcess>();
+    // Also when this program is killed for taking too long.
+    process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    process->start(program, arguments);
+    process->waitForStarted(5000);
+    return process;
+}
+
+void end(QProcess& process)
+{
+    process.terminate();
+    if (!process.waitForFinished(3000)) {
+        process.kill();
+        process.waitForFinished(3000);
+    }
+}
+
+} // namespace
+
+class WindowEndToEndTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QProcess> m_windowManager;
+    std::unique_ptr<QProcess> m_kestrum;
+    QByteArray m_window;
+
+    // All places are the window's own. Where the window, 640 wide, has the strip: the trailing end of its items and their middle.
+    static constexpr int stripRight = 640 - 16 - 30;
+    static constexpr int stripMiddle = 16 + 30 + 11;
+
+    /// The middle of a section's item.
+    QPoint place(const QString& section) const
+    {
+        const QJsonObject strip
+            = QJsonDocument::fromJson(kestrumctl({ QStringLiteral("describe") })).object();
+        const double left = stripRight - std::ceil(strip[QLatin1StringView("width")].toDouble());
+        const QJsonArray items = strip[QLatin1StringView("items")].toArray();
+        for (const auto& item : items) {
+            const QJsonObject object = item.toObject();
+            if (object[QLatin1StringView("section")].toString() == section)
+                return QPoint(int(left + object[QLatin1StringView("x")].toDouble()
+                                  + object[QLatin1StringView("width")].toDouble() / 2),
+                    stripMiddle);
+        }
+        return {};
+    }
+
+    void moveTo(QPoint place) const
+    {
+        xdotool({ QStringLiteral("mousemove"), QStringLiteral("--window"), QString::fromLatin1(m_window),
+            QString::number(place.x()), QString::number(place.y()) });
+    }
+
+    void drag(QPoint from, QPoint to)
+    {
+        moveTo(from);
+        xdotool({ QStringLiteral("mousedown"), QStringLiteral("1") });
+        moveTo({ (from.x() + to.x()) / 2, from.y() });
+        moveTo(to);
+        xdotool({ QStringLiteral("mouseup"), QStringLiteral("1") });
+    }
+
+    static QByteArray order()
+    {
+        return kestrumctl({ QStringLiteral("read"), QStringLiteral("menuBarOrder") });
+    }
+
+    static void write(const QString& key, const QString& json)
+    {
+        kestrumctl({ QStringLiteral("write"), key, json });
+    }
+
+    QImage preview() const
+    {
+        return QGuiApplication::primaryScreen()
+            ->grabWindow(m_window.toULongLong(), 225, 30, 390, 54)
+            .toImage();
+    }
+
+    /// Until the preview shows something and has come to rest.
+    void waitForRest()
+    {
+        QImage last;
+        int equal = 0;
+        for (int i = 0; i < 100 && equal < 3; ++i) {
+            QTest::qWait(30);
+            const QImage now = preview();
+            equal = now == last && now.pixelColor(1, 1) == QColor(222, 222, 222) ? equal + 1 : 0;
+            last = now;
+        }
+        QVERIFY(equal >= 3);
+    }
+
+    void startKestrum()
+    {
+        m_kestrum = started(bundled("Kestrum"), {});
+        for (int i = 0; i < 100 && m_window.isEmpty(); ++i) {
+            QTest::qWait(30);
+            QProcess search;
+            search.start(QStringLiteral("xdotool"),
+                { QStringLiteral("search"), QStringLiteral("--onlyvisible"), QStringLiteral("--pid"),
+                    QString::number(m_kestrum->processId()), QStringLiteral("--name"),
+                    QStringLiteral("^Kestrum$") });
+            search.waitForFinished(5000);
+            m_window = search.readAllStandardOutput().trimmed().split('\n').first();
+        }
+        QVERIFY(!m_window.isEmpty());
+        for (int i = 0; i < 100 && xdotool({ QStringLiteral("getactivewindow") }) != m_window; ++i)
+            QTest::qWait(30);
+        QCOMPARE(xdotool({ QStringLiteral("getactivewindow") }), m_window);
+        waitForRest();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_windowManager = started(QStringLiteral("openbox"), {});
+        QVERIFY(m_windowManager->state() == QProcess::Running);
+    }
+
+    void cleanupTestCase() { end(*m_windowManager); }
+
+    void init()
+    {
+        m_window.clear();
+        for (const char* key : { "menuBarOrder", "showSensorsItem", "showMemoryItem", "settingsPane" }) {
+            if (kestrumctl({ QStringLiteral("read"), QStringLiteral("--stored") }).contains(key))
+                kestrumctl({ QStringLiteral("delete"), QString::fromLatin1(key) });
+        }
+        startKestrum();
+    }
+
+    void cleanup()
+    {
+        if (m_kestrum)
+            end(*m_kestrum);
+        m_kestrum.reset();
+    }
+
+    void aDragIsStoredAndHeardOfOnce()
+    {
+        const auto listener = started(bundled("kestrumctl"),
+            { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--timeout"),
+                QStringLiteral("20") });
+        listener->setReadChannel(QProcess::StandardError);
+        QVERIFY(listener->waitForReadyRead(10000));
+        QCOMPARE(listener->readAllStandardError().trimmed(), QByteArray("listening"));
+        const QPoint cpu = place(QStringLiteral("cpu"));
+        drag(cpu, cpu - QPoint(300, 0));
+        QTRY_COMPARE(order(), QByteArray("\"cpu,storage,sensors,memory\""));
+        QTest::qWait(500);
+        const QList<QByteArray> lines = listener->readAllStandardOutput().trimmed().split('\n');
+        end(*listener);
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(lines.first().contains("settings"), lines.first().constData());
+    }
+
+    void aHiddenSectionKeepsItsSlot()
+    {
+        write(QStringLiteral("showSensorsItem"), QStringLiteral("false"));
+        waitForRest();
+        const QPoint cpu = place(QStringLiteral("cpu"));
+        drag(cpu, cpu - QPoint(300, 0));
+        QTRY_COMPARE(order(), QByteArray("\"cpu,sensors,storage,memory\""));
+    }
+
+    void theFirstClickInAnInactiveWindowStartsADrag()
+    {
+        QRasterWindow other;
+        other.setGeometry(0, 0, 100, 60);
+        other.show();
+        other.requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QVERIFY(xdotool({ QStringLiteral("getactivewindow") }) != m_window);
+        const QPoint storage = place(QStringLiteral("storage"));
+        drag(storage, storage + QPoint(400, 0));
+        QTRY_COMPARE(order(), QByteArray("\"sensors,memory,cpu,storage\""));
+    }
+
+    void aSettingWrittenInAShellIsSeenWithin100Milliseconds()
+    {
+        QList<double> fromStart;
+        QList<double> fromEnd;
+        for (int round = 0; round < 6; ++round) {
+            const QImage before = preview();
+            QElapsedTimer clock;
+            clock.start();
+            QProcess writer;
+            writer.start(bundled("kestrumctl"),
+                { QStringLiteral("write"), QStringLiteral("showMemoryItem"),
+                    round % 2 ? QStringLiteral("true") : QStringLiteral("false") });
+            QVERIFY(writer.waitForFinished(10000));
+            const double written = double(clock.nsecsElapsed()) / 1e6;
+            QCOMPARE(writer.exitCode(), 0);
+            while (preview() == before && clock.elapsed() < 5000) { }
+            const double seen = double(clock.nsecsElapsed()) / 1e6;
+            fromStart.append(seen);
+            fromEnd.append(seen - written);
+            waitForRest();
+        }
+        std::sort(fromStart.begin(), fromStart.end());
+        std::sort(fromEnd.begin(), fromEnd.end());
+        const auto middle = fromStart.size() / 2;
+        qInfo("redrawn %.1f ms after the command began, %.1f ms after it ended (medians of %d)",
+            fromStart[middle], fromEnd[middle], int(fromStart.size()));
+        QVERIFY(fromStart[middle] < 100);
+    }
+
+    void theKeyboardChoosesPagesAndEndsTheProgram()
+    {
+        xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+3") });
+        QTRY_COMPARE(kestrumctl({ QStringLiteral("read"), QStringLiteral("settingsPane") }),
+            QByteArray("\"general\""));
+        xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+w") });
+        QVERIFY(m_kestrum->waitForFinished(5000));
+        QCOMPARE(m_kestrum->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(m_kestrum->exitCode(), 0);
+    }
+};
+
+int main(int argc, char** argv)
+{
+    const kestrum::TestHome home;
+    QProcess server;
+    server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    server.start(QStringLiteral("Xvfb"),
+        { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
+            QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
+            QStringLiteral("0"), QStringLiteral("1000x800x24") });
+    QByteArray display;
+    while (!display.endsWith('\n') && server.waitForReadyRead(10000))
+        display += server.readAllStandardOutput();
+    if (display.isEmpty()) {
+        qWarning("the virtual display does not start: %s", qPrintable(server.errorString()));
+        return 1;
+    }
+    qputenv("DISPLAY", ":" + display.trimmed());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qunsetenv("QT_SCALE_FACTOR");
+    int result = 1;
+    {
+        QGuiApplication application(argc, argv);
+        WindowEndToEndTest test;
+        result = QTest::qExec(&test, argc, argv);
+    }
+    end(server);
+    return result;
+}
+
+#include "WindowEndToEndTest.moc"

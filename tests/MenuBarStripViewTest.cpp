@@ -664,6 +664,12 @@ private Q_SLOTS:
         QCOMPARE(f.picture(), plain);
         f.strip.setFocus(Qt::MouseFocusReason);
         QCOMPARE(f.picture(), plain);
+        QTest::keyClick(&f.strip, Qt::Key_Right);
+        QVERIFY(f.picture() != plain);
+        f.press(f.middle(storage));
+        f.release(f.middle(storage));
+        f.leave();
+        QCOMPARE(f.picture(), plain);
     }
 
     void arrowsMoveTheMarkAndStopAtTheEnds()

@@ -276,9 +276,12 @@ private Q_SLOTS:
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
             const QImage picture = w.view.grab().toImage();
-            QCOMPARE(picture.pixelColor(620, 500).rgba(), Theme::colour(Theme::Colour::window, scheme).rgba());
-            QCOMPARE(picture.pixelColor(100, 500).rgba(), Theme::colour(Theme::Colour::sidebar, scheme).rgba());
-            QCOMPARE(picture.pixelColor(230, 80).rgba(), Theme::colour(Theme::Colour::previewPlate, scheme).rgba());
+            QCOMPARE(
+                picture.pixelColor(620, 500).rgba(), Theme::colour(Theme::Colour::window, scheme).rgba());
+            QCOMPARE(
+                picture.pixelColor(100, 500).rgba(), Theme::colour(Theme::Colour::sidebar, scheme).rgba());
+            QCOMPARE(picture.pixelColor(230, 80).rgba(),
+                Theme::colour(Theme::Colour::previewPlate, scheme).rgba());
         }
     }
 
@@ -289,6 +292,9 @@ private Q_SLOTS:
         const QPoint place
             = w.sidebar().viewport()->mapTo(&w.view, QPoint(row.right() - 14, row.center().y()));
         const QColor selection = Theme::colour(Theme::Colour::selection);
+        QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
+        // Also while something else in the window has the keyboard.
+        w.sidebar().clearFocus();
         QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
         QWidget other;
         other.show();

@@ -146,6 +146,10 @@ void MenuBarStripView::mousePressEvent(QMouseEvent* event)
     const Item* grabbed = event->button() == Qt::LeftButton && !m_drag ? item(point) : nullptr;
     if (!grabbed)
         return;
+    if (m_showsFocus) {
+        m_showsFocus = false;
+        redraw(focused());
+    }
     m_drag = Drag { grabbed->section, grabbed->view, point.x() - grabbed->view->frame().left() };
     setHovered(grabbed->section);
     setCursor(Qt::ClosedHandCursor);

@@ -67,7 +67,8 @@ private:
     static void paintRow(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
     {
         const bool isSelected = option.state.testFlag(QStyle::State_Selected);
-        const bool isActive = option.state.testFlag(QStyle::State_Active);
+        // Not the option's own state, which also asks for the keyboard focus.
+        const bool isActive = option.widget && option.widget->isActiveWindow();
         const QRect row = option.rect.adjusted(rowInset, 0, -rowInset, -rowGap);
         painter.setRenderHint(QPainter::Antialiasing);
         if (isSelected) {

@@ -1,6 +1,7 @@
 #include "KestrumShared/Drawing/Canvas.h"
 
 #include <QFontMetricsF>
+#include <cmath>
 
 namespace kestrum {
 namespace {
@@ -73,15 +74,17 @@ void Canvas::fillRoundedRect(const QRectF& rect, double radius, const QColor& co
 
 void Canvas::strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour)
 {
-    if (m_pixels) {
-        const double scale = m_pixels->scale();
-        inPixels().strokeRoundedRect(
-            m_pixels->toDevice(turned(rect)), radius * scale, lineWidth * scale, colour);
-        return;
-    }
-    m_painter.setPen(QPen(colour, lineWidth));
-    m_painter.setBrush(Qt::NoBrush);
-    m_painter.drawRoundedRect(turned(rect), radius, radius);
+    const auto thousandths = [](double points) { return int(std::lround(points * 1000)); };
+    const SpriteKey key { SpriteKey::Kind::frame, colour.rgba(),
+        { thousandths(rect.width()), thousandths(rect.height()), thousandths(radius),
+            thousandths(lineWidth) } };
+    // Twice what the line takes: the painter makes it a trifle wider than asked.
+    const QMarginsF reach(lineWidth, lineWidth, lineWidth, lineWidth);
+    drawKept(key, rect.marginsAdded(reach), [&](Canvas& canvas) {
+        canvas.m_painter.setPen(QPen(colour, lineWidth));
+        canvas.m_painter.setBrush(Qt::NoBrush);
+        canvas.m_painter.drawRoundedRect(canvas.turned(rect), radius, radius);
+    });
 }
 
 void Canvas::fillBelow(const QPolygonF& line, double bottom, const QColor& colour)

@@ -3,6 +3,7 @@
 #include "KestrumShared/Drawing/FilledCurve.h"
 
 #include <QPaintEngine>
+#include <QPolygonF>
 #include <cmath>
 
 namespace kestrum {
@@ -12,16 +13,16 @@ constexpr int grid = 64;
 // For what is drawn in few places and need not share pictures.
 constexpr int fineGrid = 1024;
 
-bool isAllowed = true;
+bool keepsPictures = true;
 
 int onGrid(double pixels)
 {
     return int(std::floor(pixels * grid + 0.5));
 }
 
-int fine(double pixels)
+int fine(double number)
 {
-    return int(std::floor(pixels * fineGrid + 0.5));
+    return int(std::floor(number * fineGrid + 0.5));
 }
 
 double fromGrid(int steps)
@@ -39,12 +40,21 @@ int pixelAbove(int steps)
     return (steps + grid - 1) >> 6;
 }
 
+void drawShape(QPainter& painter, const QRectF& rect, double radius, const QColor& colour)
+{
+    if (!(radius > 0)) {
+        painter.fillRect(rect, colour);
+        return;
+    }
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawRoundedRect(rect, radius, radius);
+}
+
 } // namespace
 
 bool PixelPainter::canServe(const QPainter& painter)
 {
-    if (!isAllowed)
-        return false;
     const QTransform transform = painter.deviceTransform();
     return transform.type() <= QTransform::TxScale && transform.m11() > 0
         && qFuzzyCompare(transform.m11(), transform.m22())
@@ -52,9 +62,9 @@ bool PixelPainter::canServe(const QPainter& painter)
         && painter.paintEngine()->type() == QPaintEngine::Raster;
 }
 
-void PixelPainter::setAllowed(bool allowed)
+void PixelPainter::setKeepsPictures(bool keeps)
 {
-    isAllowed = allowed;
+    keepsPictures = keeps;
 }
 
 PixelPainter::PixelPainter(QPainter& painter)
@@ -95,9 +105,16 @@ void PixelPainter::end()
 
 void PixelPainter::drawKept(SpriteKey key, const QRectF& rect, const std::function<void(QPainter&)>& draw)
 {
+    if (!keepsPictures) {
+        end();
+        draw(m_painter);
+        begin();
+        return;
+    }
     const QRect pixels = rect.toAlignedRect();
     key.numbers[4] = fine(rect.left() - pixels.left());
     key.numbers[5] = fine(rect.top() - pixels.top());
+    key.numbers[6] = fine(m_scale);
     const QImage& sprite = SpriteCache::shared().sprite(key, [&] {
         QImage image = transparent(pixels.size());
         QPainter painter(&image);
@@ -130,25 +147,35 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
     const int x = pixelBelow(left);
     const int y = pixelBelow(top);
     const int columns = pixelAbove(right) - x;
-    const int end = pixelAbove(bottom);
+    const int yEnd = pixelAbove(bottom);
     const int rounding = onGrid(radius);
-    if (columns <= 0 || end <= y)
+    if (columns <= 0 || yEnd <= y)
         return;
 
+    const auto inPoints = [&](int x0, int y0, int x1, int y1) {
+        return QRectF(
+            QPointF(fromGrid(x0), fromGrid(y0)) / m_scale, QPointF(fromGrid(x1), fromGrid(y1)) / m_scale);
+    };
+    if (!keepsPictures) {
+        end();
+        const QPointF origin(m_device.dx() / m_scale, m_device.dy() / m_scale);
+        drawShape(
+            m_painter, inPoints(left, top, right, bottom).translated(-origin), radius / m_scale, colour);
+        begin();
+        return;
+    }
     const auto picture = [&](int firstRow, int rows, int upperEdge, int lowerEdge) {
-        QImage image = transparent(QSize(columns, rows));
+        // Drawn whole and cut afterwards: what reaches over an image's edge the engine draws with coarser curves.
+        const int row = pixelBelow(upperEdge);
+        QImage image = transparent(QSize(columns, pixelAbove(lowerEdge) - row));
         QPainter painter(&image);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(colour);
-        painter.translate(-x, -firstRow);
-        const QRectF shape(
-            QPointF(fromGrid(left), fromGrid(upperEdge)), QPointF(fromGrid(right), fromGrid(lowerEdge)));
-        if (radius > 0)
-            painter.drawRoundedRect(shape, radius, radius);
-        else
-            painter.fillRect(shape, colour);
-        return image;
+        painter.translate(-x, -row);
+        // In points, too: the engine draws another curve for the same one in pixels.
+        painter.scale(m_scale, m_scale);
+        drawShape(painter, inPoints(left, upperEdge, right, lowerEdge), radius / m_scale, colour);
+        painter.end();
+        return image.copy(0, firstRow - row, columns, rows);
     };
 
     // The first row in which the upper end has its full width, and the last of which the lower end leaves that width.
@@ -158,54 +185,40 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
     if (cut > lastCut) {
         // Too low to be cut: kept whole.
         const SpriteKey key { SpriteKey::Kind::column, colour.rgba(),
-            { left - originX, right - originX, top - y * grid, bottom - y * grid, rounding, 0 } };
+            { left - originX, right - originX, top - y * grid, bottom - y * grid, rounding, 0, 0 } };
         const QImage& whole
-            = SpriteCache::shared().sprite(key, [&] { return picture(y, end - y, top, bottom); });
+            = SpriteCache::shared().sprite(key, [&] { return picture(y, yEnd - y, top, bottom); });
         m_painter.drawImage(QPointF(x, y), whole);
         return;
     }
     // Upper and lower end from two pictures: the ends differ only by their place within a pixel, so bars of all heights
     // share them.
     const SpriteKey topKey { SpriteKey::Kind::columnTop, colour.rgba(),
-        { left - originX, right - originX, top - y * grid, rounding, 0, 0 } };
+        { left - originX, right - originX, top - y * grid, rounding, 0, 0, 0 } };
     const QImage& upper = SpriteCache::shared().sprite(
         topKey, [&] { return picture(y, cut - y, top, top + 3 * rounding + 3 * grid); });
     m_painter.drawImage(QPointF(x, y), upper);
 
     constexpr int step = 64;
-    const int rows = (end - cut + step - 1) / step * step;
+    const int rows = (yEnd - cut + step - 1) / step * step;
     const SpriteKey key { SpriteKey::Kind::column, colour.rgba(),
-        { left - originX, right - originX, rows, end * grid - bottom, rounding, 1 } };
+        { left - originX, right - originX, rows, yEnd * grid - bottom, rounding, 1, 0 } };
     const QImage& lower = SpriteCache::shared().sprite(
-        key, [&] { return picture(end - rows, rows, (end - rows) * grid - 2 * rounding - grid, bottom); });
-    drawPart(lower, x, cut, QRect(0, rows - (end - cut), columns, end - cut));
-}
-
-void PixelPainter::strokeRoundedRect(
-    const QRectF& rect, double radius, double lineWidth, const QColor& colour)
-{
-    const int reach = int(std::ceil(lineWidth / 2));
-    const int left = onGrid(rect.left());
-    const int top = onGrid(rect.top());
-    const int x = pixelBelow(left) - reach;
-    const int y = pixelBelow(top) - reach;
-    const SpriteKey key { SpriteKey::Kind::frame, colour.rgba(),
-        { fine(rect.left() - x), fine(rect.top() - y), fine(rect.width()), fine(rect.height()), fine(radius),
-            fine(lineWidth) } };
-    const QImage& frame = SpriteCache::shared().sprite(key, [&] {
-        QImage image = transparent(QSize(
-            pixelAbove(onGrid(rect.right())) + reach - x, pixelAbove(onGrid(rect.bottom())) + reach - y));
-        QPainter painter(&image);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(colour, lineWidth));
-        painter.drawRoundedRect(rect.translated(-x, -y), radius, radius);
-        return image;
-    });
-    m_painter.drawImage(QPointF(x, y), frame);
+        key, [&] { return picture(yEnd - rows, rows, (yEnd - rows) * grid - 2 * rounding - grid, bottom); });
+    drawPart(lower, x, cut, QRect(0, rows - (yEnd - cut), columns, yEnd - cut));
 }
 
 void PixelPainter::fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour)
 {
+    if (!keepsPictures) {
+        QPolygonF outline(line);
+        outline.append(QPointF(line.last().x(), bottom));
+        outline.append(QPointF(line.first().x(), bottom));
+        m_painter.setPen(Qt::NoPen);
+        m_painter.setBrush(colour);
+        m_painter.drawPolygon(outline);
+        return;
+    }
     static FilledCurve curve;
     curve.make(line, bottom, colour);
     const QRect area = curve.area();

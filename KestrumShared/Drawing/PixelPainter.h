@@ -25,8 +25,8 @@ public:
     /// Whether the painter draws pixels, upright, in one scale, and with plain blending: all else is left to it.
     static bool canServe(const QPainter& painter);
 
-    /// Whether it serves at all, so that its look and its speed can be compared with the painter's own.
-    static void setAllowed(bool allowed);
+    /// False lets the painter itself draw the same shapes, so that look and speed can be compared.
+    static void setKeepsPictures(bool keeps);
 
     explicit PixelPainter(QPainter& painter);
 
@@ -41,11 +41,10 @@ public:
 
     /// An upright bar with round ends of `radius`, 0 for a plain rectangle; at least as high as its ends.
     void fillColumn(const QRectF& rect, double radius, const QColor& colour);
-    void strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour);
     /// What lies between a line that runs from left to right and `bottom`, which is nowhere above the line.
     void fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour);
 
-    /// What `draw(QPainter &)` draws within `rect`, kept under `key`, to which the place within a pixel is added. The painter
+    /// What `draw(QPainter &)` draws within `rect`, kept under `key`, to which scale and place within a pixel are added. The painter
     /// that it gets draws in points, like the one that is borrowed.
     void drawKept(SpriteKey key, const QRectF& rect, const std::function<void(QPainter&)>& draw);
 

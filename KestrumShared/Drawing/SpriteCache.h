@@ -12,7 +12,7 @@ struct SpriteKey {
     enum class Kind : quint8 { column, columnTop, frame, letters };
     Kind kind;
     QRgb colour;
-    std::array<qint32, 6> numbers;
+    std::array<qint32, 7> numbers;
 
     bool operator==(const SpriteKey&) const = default;
     friend std::size_t qHash(const SpriteKey& key, std::size_t seed = 0)

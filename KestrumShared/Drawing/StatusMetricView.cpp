@@ -83,8 +83,7 @@ private:
     {
         const ItemFonts& fonts = ItemFonts::current();
         const QColor colour = labelColour(m_scheme);
-        const SpriteKey key { SpriteKey::Kind::letters, colour.rgba(),
-            { int(section), fonts.generation(), int(m_scale * 1024), 0, 0, 0 } };
+        const SpriteKey key { SpriteKey::Kind::letters, colour.rgba(), { int(section), fonts.generation() } };
         // Wider than the room that is kept for them: the widest letters of some fonts are.
         const QRectF column(0, 0, 3 * lettersWidth, StatusMetricView::height);
         m_canvas.drawKept(key, column, [&](Canvas& canvas) {

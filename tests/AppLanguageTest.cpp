@@ -193,6 +193,12 @@ private Q_SLOTS:
         QTest::newRow("folders that name no language")
             << english << QList<QByteArray> { "Base", "_", "12345678901234567890" }
             << QByteArray("LANG=ja_JP") << "en";
+        QTest::newRow("a folder that names no language is nobody's")
+            << QByteArray("CFBundleDevelopmentRegion = fr;") << QList<QByteArray> { "_" }
+            << QByteArray("LANG=en_US") << "fr";
+        QTest::newRow("nothing close is not the first that is shipped")
+            << QByteArray("CFBundleDevelopmentRegion = _;") << QList<QByteArray> { "de" }
+            << QByteArray("LANG=ja_JP") << "_";
         QTest::newRow("underscores") << english << QList<QByteArray> { "pt_BR", "zh_TW" }
                                      << QByteArray("LANG=zh_HK") << "zh_TW";
     }

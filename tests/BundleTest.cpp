@@ -144,7 +144,7 @@ private Q_SLOTS:
     void localizationsAreTheLprojFoldersInOrder()
     {
         const FileTree tree;
-        for (const char* folder : { "pt-BR", "de", "Base", "zh-Hans", "en" })
+        for (const char* folder : { "pt-BR", "pt", "de", "Base", "zh-Hans", "en" })
             tree.write(QStringLiteral("Contents/Resources/%1.lproj/Localizable.strings")
                            .arg(QLatin1StringView(folder)),
                 {});
@@ -152,7 +152,7 @@ private Q_SLOTS:
         tree.write(QStringLiteral("Contents/Resources/it.other/a"), {});
         QCOMPARE(Bundle(tree.root()).localizations(),
             QStringList({ QStringLiteral("Base"), QStringLiteral("de"), QStringLiteral("en"),
-                QStringLiteral("pt-BR"), QStringLiteral("zh-Hans") }));
+                QStringLiteral("pt"), QStringLiteral("pt-BR"), QStringLiteral("zh-Hans") }));
     }
 
     void textsComeFromTheLanguagesTable()

@@ -43,16 +43,8 @@ QString bestMatch(const QStringList& shipped, const QStringList& wanted)
 {
     UErrorCode status = U_ZERO_ERROR;
     icu::LocaleMatcher::Builder builder;
-    builder.setNoDefaultLocale();
-    QStringList candidates;
-    for (const QString& code : shipped) {
-        // A folder that is named after no language would match any.
-        const icu::Locale locale = localeOf(code);
-        if (*locale.getLanguage() == '\0')
-            continue;
-        builder.addSupportedLocale(locale);
-        candidates.append(code);
-    }
+    for (const QString& code : shipped)
+        builder.addSupportedLocale(localeOf(code));
     const icu::LocaleMatcher matcher = builder.build(status);
 
     std::vector<icu::Locale> desired;
@@ -61,9 +53,8 @@ QString bestMatch(const QStringList& shipped, const QStringList& wanted)
     icu::Locale::RangeIterator<std::vector<icu::Locale>::const_iterator> iterator(
         desired.cbegin(), desired.cend());
     const auto result = matcher.getBestMatchResult(iterator, status);
-    if (U_FAILURE(status) || result.getSupportedIndex() < 0)
-        return {};
-    return candidates.value(result.getSupportedIndex());
+    // The index says whether there was a match at all; the locale would be the first one shipped where there was none.
+    return U_SUCCESS(status) ? shipped.value(result.getSupportedIndex()) : QString();
 }
 
 // Matching takes long enough to be felt by a page full of texts, and depends on nothing but its two

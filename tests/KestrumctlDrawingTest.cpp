@@ -394,7 +394,10 @@ void KestrumctlDrawingTest::aPictureThatCannotBeWrittenFailsWithTheReason()
         words("render cpu -o") + QStringList { TestHome::root() + QStringLiteral("/nowhere/picture.png") });
     QCOMPARE(nowhere.code, 1);
     QVERIFY2(nowhere.errors.contains("nowhere/picture.png\": No such file"), nowhere.errors.constData());
-    const auto full = Kestrumctl::run(words("render cpu -o /dev/full"));
+    const auto full
+        = Kestrumctl::run({ QStringLiteral("-c"), QStringLiteral("exec \"$0\" render cpu -o - > /dev/full"),
+                              Kestrumctl::path() },
+            {}, {}, QStringLiteral("/bin/sh"));
     QCOMPARE(full.code, 1);
     QVERIFY2(full.errors.contains("No space left on device"), full.errors.constData());
 }

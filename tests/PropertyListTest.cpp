@@ -237,7 +237,8 @@ private Q_SLOTS:
             = "/* c */ { \"a\\u00fc\\n\" = ( b, \"c\\\"\", { d = e; }, ); // f\n \"g h\" = i/j; }";
         QVERIFY(PropertyList::parsed(sound));
         QRandomGenerator random(20240501);
-        static const QByteArray alphabet("{}()=;,\"\\/*uU0aF\n \0\xC3\xBC\xFF", 24);
+        static constexpr char letters[] = "{}()=;,\"\\/*uU0aF\n \0\xC3\xBC\xFF";
+        const QByteArray alphabet(letters, sizeof(letters) - 1);
         int read = 0;
         int refused = 0;
         for (int round = 0; round < 20000; ++round) {

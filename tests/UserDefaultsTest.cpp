@@ -400,6 +400,7 @@ void UserDefaultsTest::threadsReadWhileOthersWrite()
     std::atomic<bool> isOver = false;
     std::atomic<int> mistakes = 0;
     std::vector<std::unique_ptr<QThread>> threads;
+    threads.reserve(3);
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back(QThread::create([&] {
             double last = 0;

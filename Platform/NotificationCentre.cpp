@@ -41,10 +41,9 @@ void sayThatSignalsStayWithin(const QString& reason)
 // The directory of the signals for those who post, from any thread.
 class Postbox {
 public:
-    // False when the signal could not be left where others see it.
-    bool post(const QByteArray& fileName)
+    // False when the signal could not be left where others see it. `path` is relative to the directory above ours.
+    bool post(const QByteArray& path)
     {
-        const QByteArray path = pathBelowRoot + fileName;
         if (const auto known = m_root.load(); known && touch(known->rootDescriptor(), path))
             return true;
         // The first time, or the directory went away and has to be found or made again.
@@ -94,7 +93,7 @@ private:
 
 Postbox& postbox()
 {
-    // Never destroyed, like the listeners: signals may be posted until the very end of the process.
+    // Never destroyed: other threads may still post while the process ends.
     static auto* const box = new Postbox;
     return *box;
 }
@@ -189,12 +188,20 @@ Listeners& listeners()
 
 void NotificationCentre::post(const QString& name)
 {
-    const std::optional<QByteArray> fileName = FileName::encoded(name);
-    if (!fileName || postbox().post(*fileName) || !QCoreApplication::instance())
+    // A program posts the same few names again and again, so the last one's path is kept.
+    thread_local QString lastName;
+    thread_local QByteArray lastPath;
+    if (name != lastName || lastPath.isEmpty()) {
+        const std::optional<QByteArray> encoded = FileName::encoded(name);
+        lastName = name;
+        lastPath = encoded ? pathBelowRoot + *encoded : QByteArray();
+    }
+    if (lastPath.isEmpty() || postbox().post(lastPath) || !QCoreApplication::instance())
         return;
+    const QByteArray fileName = lastPath.mid(qsizetype(qstrlen(pathBelowRoot)));
     QMetaObject::invokeMethod(
         QCoreApplication::instance(),
-        [names = QByteArrayList { *fileName }, newest = listeners().newest()] {
+        [names = QByteArrayList { fileName }, newest = listeners().newest()] {
             listeners().deliver(names, newest);
         },
         Qt::QueuedConnection);

@@ -1,10 +1,27 @@
 #include "Platform/SystemAppearance.h"
 
+#include "Platform/AppearancePortal.h"
+
 #include <QEvent>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QTimer>
+#include <chrono>
 
 namespace kestrum {
+namespace {
+
+// After the first frame, with which nothing of this may compete.
+constexpr std::chrono::milliseconds delayBeforeAsking { 100 };
+
+ColourScheme schemeOf(const QPalette& palette)
+{
+    const bool isDark
+        = palette.color(QPalette::WindowText).lightnessF() > palette.color(QPalette::Window).lightnessF();
+    return isDark ? ColourScheme::dark : ColourScheme::light;
+}
+
+} // namespace
 
 SystemAppearance& SystemAppearance::shared()
 {
@@ -13,38 +30,43 @@ SystemAppearance& SystemAppearance::shared()
 }
 
 SystemAppearance::SystemAppearance()
+    : m_portal(new AppearancePortal(this))
+    , m_scheme(schemeOf(QGuiApplication::palette()))
 {
-    adoptPalette();
     qGuiApp->installEventFilter(this);
+    connect(m_portal, &AppearancePortal::changed, this, &SystemAppearance::adopt);
+    QTimer::singleShot(delayBeforeAsking, this, [this] {
+        if (!m_isFixed)
+            m_portal->start(AppearancePortal::sessionBusAddress());
+    });
 }
 
 void SystemAppearance::setScheme(ColourScheme scheme)
 {
     m_isFixed = true;
-    if (scheme == m_scheme)
-        return;
-    m_scheme = scheme;
-    Q_EMIT changed();
+    become(scheme, std::nullopt);
 }
 
-void SystemAppearance::adoptPalette()
+void SystemAppearance::adopt()
 {
-    if (m_isFixed)
-        return;
-    const QPalette palette = QGuiApplication::palette();
-    const bool isDark
-        = palette.color(QPalette::WindowText).lightnessF() > palette.color(QPalette::Window).lightnessF();
-    const ColourScheme scheme = isDark ? ColourScheme::dark : ColourScheme::light;
-    if (scheme == m_scheme)
+    if (!m_isFixed)
+        become(m_portal->scheme().value_or(schemeOf(QGuiApplication::palette())), m_portal->accent());
+}
+
+// An application that dresses itself after this changes its palette, which leads here again: only a difference is told.
+void SystemAppearance::become(ColourScheme scheme, const std::optional<QColor>& accent)
+{
+    if (scheme == m_scheme && accent == m_accent)
         return;
     m_scheme = scheme;
+    m_accent = accent;
     Q_EMIT changed();
 }
 
 bool SystemAppearance::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::ApplicationPaletteChange && watched == qGuiApp)
-        adoptPalette();
+        adopt();
     return QObject::eventFilter(watched, event);
 }
 

@@ -2,10 +2,13 @@
 
 #include <QColor>
 #include <QObject>
+#include <optional>
 
 namespace kestrum {
 
 enum class ColourScheme { light, dark };
+
+class AppearancePortal;
 
 /// The desktop's light or dark scheme and its accent colour. Starts from the application's palette, so that nothing
 /// waits at start-up; the desktop portal's answer, when it comes, is told by `changed`. One per process, main thread.
@@ -16,6 +19,9 @@ public:
 
     ColourScheme scheme() const { return m_scheme; }
 
+    /// Nothing where the desktop names none.
+    const std::optional<QColor>& accent() const { return m_accent; }
+
     /// Fixes the scheme, for pictures and tests; nothing follows the desktop from then on.
     void setScheme(ColourScheme scheme);
 
@@ -24,10 +30,13 @@ Q_SIGNALS:
 
 private:
     SystemAppearance();
-    void adoptPalette();
+    void adopt();
+    void become(ColourScheme scheme, const std::optional<QColor>& accent);
     bool eventFilter(QObject *watched, QEvent *event) override;
 
+    AppearancePortal* m_portal;
     ColourScheme m_scheme = ColourScheme::light;
+    std::optional<QColor> m_accent;
     bool m_isFixed = false;
 };
 

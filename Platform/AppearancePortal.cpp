@@ -1,0 +1,158 @@
+#include "Platform/AppearancePortal.h"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QFileInfo>
+#include <QFuture>
+#include <QPromise>
+#include <QThreadPool>
+#include <memory>
+#include <sys/stat.h>
+
+namespace kestrum {
+namespace {
+
+const QString& connectionName()
+{
+    static const QString name = QStringLiteral("kestrum-appearance");
+    return name;
+}
+
+constexpr char16_t service[] = u"org.freedesktop.portal.Desktop";
+constexpr char16_t path[] = u"/org/freedesktop/portal/desktop";
+constexpr char16_t interface[] = u"org.freedesktop.portal.Settings";
+constexpr char16_t appearanceGroup[] = u"org.freedesktop.appearance";
+constexpr char16_t schemeKey[] = u"color-scheme";
+constexpr char16_t accentKey[] = u"accent-color";
+
+QString text(const char16_t* characters)
+{
+    return QString::fromUtf16(characters);
+}
+
+// `Read` of the portal answers a variant within a variant, its signal and newer calls a single one.
+QVariant unwrapped(QVariant value)
+{
+    while (value.metaType() == QMetaType::fromType<QDBusVariant>())
+        value = value.value<QDBusVariant>().variant();
+    return value;
+}
+
+std::optional<ColourScheme> schemeOf(const QVariant& value)
+{
+    if (value.metaType() == QMetaType::fromType<uint>()) {
+        if (value.toUInt() == 1)
+            return ColourScheme::dark;
+        if (value.toUInt() == 2)
+            return ColourScheme::light;
+    }
+    return std::nullopt;
+}
+
+// Three sRGB components; out of 0…1 when the desktop has no accent.
+std::optional<QColor> accentOf(const QVariant& value)
+{
+    if (value.metaType() != QMetaType::fromType<QDBusArgument>())
+        return std::nullopt;
+    const auto argument = value.value<QDBusArgument>();
+    if (argument.currentSignature() != QLatin1StringView("(ddd)"))
+        return std::nullopt;
+    double components[3] = {};
+    argument.beginStructure();
+    for (double& component : components)
+        argument >> component;
+    argument.endStructure();
+    for (const double component : components) {
+        if (!(component >= 0 && component <= 1))
+            return std::nullopt;
+    }
+    return QColor::fromRgbF(float(components[0]), float(components[1]), float(components[2]));
+}
+
+} // namespace
+
+AppearancePortal::AppearancePortal(QObject* parent)
+    : QObject(parent)
+{
+}
+
+QString AppearancePortal::sessionBusAddress()
+{
+    const QString named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
+    if (!named.isEmpty())
+        return named.contains(QLatin1StringView("autolaunch:")) ? QString() : named;
+    const QString runtimeDirectory = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (runtimeDirectory.isEmpty())
+        return QString();
+    const QString socket = runtimeDirectory + QStringLiteral("/bus");
+    struct stat info { };
+    if (::stat(QFile::encodeName(socket).constData(), &info) != 0 || !S_ISSOCK(info.st_mode))
+        return QString();
+    return QStringLiteral("unix:path=") + socket;
+}
+
+void AppearancePortal::start(const QString& address)
+{
+    if (address.isEmpty())
+        return;
+    auto promise = std::make_shared<QPromise<bool>>();
+    promise->future().then(this, [this](bool isConnected) {
+        if (isConnected)
+            follow();
+    });
+    QThreadPool::globalInstance()->start([promise, address] {
+        promise->start();
+        promise->addResult(QDBusConnection::connectToBus(address, connectionName()).isConnected());
+        promise->finish();
+    });
+}
+
+void AppearancePortal::follow()
+{
+    // From any sender: naming the service would make Qt wait for the bus to tell who owns it. The signal only makes us
+    // look at a colour.
+    QDBusConnection(connectionName())
+        .connect(QString(), text(path), text(interface), QStringLiteral("SettingChanged"), this,
+            SLOT(settingChanged(QString, QString, QDBusVariant)));
+    ask(text(schemeKey));
+    ask(text(accentKey));
+}
+
+void AppearancePortal::ask(const QString& key)
+{
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(text(service), text(path), text(interface), QStringLiteral("Read"));
+    call << text(appearanceGroup) << key;
+    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(connectionName()).asyncCall(call), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key, watcher] {
+        watcher->deleteLater();
+        const QDBusPendingReply<QDBusVariant> reply = *watcher;
+        // An error is an answer: there is no portal, or it does not know the key.
+        if (!reply.isError())
+            adopt(key, reply.value().variant());
+    });
+}
+
+void AppearancePortal::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
+{
+    if (group == text(appearanceGroup))
+        adopt(key, value.variant());
+}
+
+void AppearancePortal::adopt(const QString& key, const QVariant& value)
+{
+    const auto scheme = m_scheme;
+    const auto accent = m_accent;
+    if (key == text(schemeKey))
+        m_scheme = schemeOf(unwrapped(value));
+    else if (key == text(accentKey))
+        m_accent = accentOf(unwrapped(value));
+    if (scheme != m_scheme || accent != m_accent)
+        Q_EMIT changed();
+}
+
+} // namespace kestrum

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Platform/SystemAppearance.h"
+
+#include <QColor>
+#include <QObject>
+#include <QString>
+#include <optional>
+
+class QDBusVariant;
+
+namespace kestrum {
+
+/// What the desktop portal ("org.freedesktop.portal.Settings") tells of the desktop's colours. Nothing here waits for
+/// another process on the main thread: the bus is joined on a worker, the portal is asked without waiting, and may stay
+/// silent for ever. Main thread only.
+class AppearancePortal : public QObject {
+    Q_OBJECT
+public:
+    explicit AppearancePortal(QObject* parent = nullptr);
+
+    /// The address of the running session bus; empty when there is none, or when asking for it would start one.
+    static QString sessionBusAddress();
+
+    /// Joins the bus at `address`, asks, and follows what changes. Does nothing when it is empty.
+    void start(const QString& address);
+
+    /// Nothing while the desktop has told none, or tells that it has no preference.
+    std::optional<ColourScheme> scheme() const { return m_scheme; }
+    std::optional<QColor> accent() const { return m_accent; }
+
+Q_SIGNALS:
+    void changed();
+
+private Q_SLOTS:
+    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+
+private:
+    void follow();
+    void ask(const QString& key);
+    void adopt(const QString& key, const QVariant& value);
+
+    std::optional<ColourScheme> m_scheme;
+    std::optional<QColor> m_accent;
+};
+
+} // namespace kestrum

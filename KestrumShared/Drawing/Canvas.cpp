@@ -119,10 +119,17 @@ void Canvas::drawText(
         painter.drawText(QPointF(origin.x(), turned(origin.y()) - descent), text);
         return;
     }
+    double baseLine = turned(origin.y()) - descent * shrink;
+    // On a whole pixel, where the painter puts the base line of all texts but shrunken ones: letters this small are
+    // unreadable anywhere else.
+    const QTransform transform = painter.deviceTransform();
+    if (transform.type() <= QTransform::TxScale)
+        baseLine
+            = (std::round(baseLine * transform.m22() + transform.dy()) - transform.dy()) / transform.m22();
     painter.save();
-    painter.translate(origin.x(), turned(origin.y()));
+    painter.translate(origin.x(), baseLine);
     painter.scale(shrink, shrink);
-    painter.drawText(QPointF(0, -descent), text);
+    painter.drawText(QPointF(0, 0), text);
     painter.restore();
 }
 

@@ -1,0 +1,243 @@
+// Makes one picture of menu-bar items in all their styles, for people to look at: every meter style, shape, label style
+// and readout of every section, with machines of 1 to 64 cores, light and dark, at scale 1 and 2.
+//
+//     contact-sheet OUT.png
+
+#include "KestrumShared/Drawing/SampleReadings.h"
+#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Machine/CoreTopology.h"
+#include "KestrumShared/Settings/SharedSettings.h"
+#include "KestrumShared/Vocabulary/MeterAppearance.h"
+#include "Platform/SymbolImage.h"
+
+#include <QGuiApplication>
+#include <QPainter>
+#include <QTemporaryDir>
+#include <cmath>
+#include <cstdio>
+
+using namespace kestrum;
+
+namespace {
+
+constexpr int columnWidth = 620;
+constexpr int rowHeight = 28;
+constexpr int headingHeight = 34;
+constexpr int captionWidth = 150;
+constexpr int itemGap = 12;
+constexpr int margin = 16;
+
+struct Machine {
+    const char* caption;
+    QList<CoreTier> tiers;
+};
+
+QList<Machine> machines()
+{
+    const auto tiers = [](int fast, int slow) {
+        QList<CoreTier> list { { QStringLiteral("Performance"), fast } };
+        if (slow > 0)
+            list.append({ QStringLiteral("Efficiency"), slow });
+        return list;
+    };
+    return { { "1 core", tiers(1, 0) }, { "2 cores", tiers(1, 1) }, { "8 cores", tiers(4, 4) },
+        { "12 + 4 cores", tiers(12, 4) }, { "64 cores", tiers(32, 32) } };
+}
+
+void choose(const QJsonObject& values)
+{
+    SharedSettings::store().registerDefaults(values);
+}
+
+void chooseFactory()
+{
+    choose(SharedSettings::factoryDefaults());
+    choose({ { QStringLiteral("cpuAccent"), QStringLiteral("signal") },
+        { QStringLiteral("cpuFastCoreAccent"), QStringLiteral("indigo") },
+        { QStringLiteral("memoryAccent"), QStringLiteral("signal") },
+        { QStringLiteral("storageAccent"), QStringLiteral("teal") },
+        { QStringLiteral("memoryReadout"), QStringLiteral("usage") },
+        { QStringLiteral("storageReadout"), QStringLiteral("usage") } });
+    CoreTopology::useTiers(machines()[2].tiers);
+}
+
+template <class E> QJsonObject choice(const char* key, E value)
+{
+    return { { QString::fromLatin1(key), rawValue(value) } };
+}
+
+// One column of the sheet: a ground, a scheme and a scale, on which rows are drawn from the top downwards.
+class Column {
+public:
+    Column(QPainter& painter, double scale, ColourScheme scheme)
+        : m_painter(painter)
+        , m_scale(scale)
+        , m_scheme(scheme)
+        , m_ink(scheme == ColourScheme::dark ? QColor(0xF2, 0xF2, 0xF4) : QColor(0x1D, 0x1D, 0x1F))
+    {
+    }
+
+    int height() const { return m_y; }
+
+    void heading(const QString& text)
+    {
+        m_painter.setPen(m_ink);
+        m_painter.setFont(captionFont(QFont::DemiBold));
+        m_painter.drawText(QPointF(margin, m_y + headingHeight - 10), text);
+        m_y += headingHeight;
+    }
+
+    void row(const QString& caption, const QList<MonitorSection>& sections)
+    {
+        begin(caption);
+        const auto readings = std::make_shared<SampleReadings>();
+        double x = captionWidth;
+        for (const MonitorSection section : sections) {
+            const double width = StatusMetricView::itemWidth(section);
+            // The room that the item keeps.
+            QColor room = m_ink;
+            room.setAlpha(12);
+            m_painter.fillRect(QRectF(x, m_y, width, StatusMetricView::height), room);
+            StatusMetricView(section, QRectF(x, 0, width, StatusMetricView::height), readings)
+                .draw(m_painter, QPointF(x, m_y), m_scheme, m_scale);
+            x += std::ceil(width) + itemGap;
+        }
+        m_y += rowHeight;
+    }
+
+    void symbols(double pointSize)
+    {
+        begin(QStringLiteral("symbols at %1").arg(pointSize));
+        double x = captionWidth;
+        for (const char* name : { "cpu", "memorychip", "internaldrive", "sensor", "menubar.rectangle",
+                 "macwindow", "gearshape" }) {
+            m_painter.drawImage(
+                QPointF(x, m_y), SymbolImage::image(QString::fromLatin1(name), pointSize, m_ink, m_scale));
+            x += std::ceil(2 * pointSize) + itemGap;
+        }
+        m_y += rowHeight + int(pointSize) - 12;
+    }
+
+private:
+    static QFont captionFont(QFont::Weight weight)
+    {
+        QFont font = QGuiApplication::font();
+        font.setPixelSize(11);
+        font.setWeight(weight);
+        return font;
+    }
+
+    void begin(const QString& caption)
+    {
+        m_painter.setPen(m_ink);
+        m_painter.setFont(captionFont(QFont::Normal));
+        m_painter.drawText(QPointF(margin, m_y + 15), caption);
+    }
+
+    QPainter& m_painter;
+    double m_scale;
+    ColourScheme m_scheme;
+    QColor m_ink;
+    int m_y = margin;
+};
+
+void drawColumn(Column& column)
+{
+    const QList<MonitorSection> all { MonitorSection::storage, MonitorSection::sensors,
+        MonitorSection::memory, MonitorSection::cpu };
+    for (const auto& labels : allCases<MeterLabelStyle>()) {
+        for (const auto& shape : allCases<MeterShape>()) {
+            chooseFactory();
+            choose(choice("meterLabelStyle", labels.value));
+            choose(choice("meterShape", shape.value));
+            column.heading(QStringLiteral("%1, %2").arg(rawValue(labels.value), rawValue(shape.value)));
+            for (const auto& style : allCases<MeterStyle>()) {
+                choose(choice("meterStyle", style.value));
+                column.row(rawValue(style.value), all);
+            }
+            choose(choice("meterStyle", MeterStyle::bars));
+            for (const Machine& machine : machines()) {
+                CoreTopology::useTiers(machine.tiers);
+                column.row(QString::fromLatin1(machine.caption), { MonitorSection::cpu });
+            }
+            CoreTopology::useTiers(machines()[2].tiers);
+        }
+        column.heading(QStringLiteral("%1, readouts").arg(rawValue(labels.value)));
+        chooseFactory();
+        choose(choice("meterLabelStyle", labels.value));
+        choose(choice("meterStyle", MeterStyle::compact));
+        const auto readouts = [&]<class Readout>(const char* key, MonitorSection section, Readout) {
+            for (const auto& readout : allCases<Readout>()) {
+                choose(choice(key, readout.value));
+                column.row(
+                    QStringLiteral("%1 %2").arg(rawValue(section), rawValue(readout.value)), { section });
+            }
+        };
+        readouts("cpuReadout", MonitorSection::cpu, CPUReadout::off);
+        readouts("memoryReadout", MonitorSection::memory, MemoryReadout::off);
+        readouts("storageReadout", MonitorSection::storage, StorageReadout::off);
+        readouts("sensorsReadout", MonitorSection::sensors, SensorsReadout::off);
+    }
+    column.heading(QStringLiteral("symbols"));
+    for (const double pointSize : { 12.0, 16.0, 32.0 })
+        column.symbols(pointSize);
+}
+
+QImage columnImage(double scale, ColourScheme scheme, int height)
+{
+    QImage image(int(columnWidth * scale), int(height * scale), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(scheme == ColourScheme::dark ? QColor(0x2B, 0x2C, 0x30) : QColor(Qt::white));
+    QPainter painter(&image);
+    Column column(painter, scale, scheme);
+    drawColumn(column);
+    return image;
+}
+
+int measuredHeight()
+{
+    QImage nothing(1, 1, QImage::Format_ARGB32_Premultiplied);
+    QPainter painter(&nothing);
+    Column column(painter, 1, ColourScheme::light);
+    drawColumn(column);
+    return column.height() + margin;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    // Nothing of the person's own settings is read or written.
+    QTemporaryDir home;
+    qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
+    qputenv("KESTRUM_SETTINGS_SUITE", "contact-sheet");
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication application(argc, argv);
+    const QStringList arguments = QGuiApplication::arguments();
+    if (arguments.size() != 2) {
+        std::fputs("usage: contact-sheet OUT.png\n", stderr);
+        return 2;
+    }
+    QGuiApplication::setFont(QFont(QStringLiteral("Inter")));
+
+    // The columns of scale 1 are enlarged without smoothing, so that their pixels can be judged beside the others.
+    const int height = measuredHeight();
+    QImage sheet(columnWidth * 2 * 4, height * 2, QImage::Format_RGB32);
+    QPainter painter(&sheet);
+    int x = 0;
+    for (const double scale : { 1.0, 2.0 }) {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            QImage column = columnImage(scale, scheme, height);
+            column.setDevicePixelRatio(1);
+            painter.drawImage(QRect(x, 0, columnWidth * 2, height * 2), column);
+            x += columnWidth * 2;
+        }
+    }
+    painter.end();
+    if (!sheet.save(arguments[1])) {
+        std::fprintf(stderr, "contact-sheet: cannot write %s\n", qPrintable(arguments[1]));
+        return 1;
+    }
+    return 0;
+}

@@ -10,12 +10,12 @@ namespace kestrum {
 /// Our own symbols, known by name, drawn from vectors at any size and tinted on use.
 namespace SymbolImage {
 
-    /// Size in points of the symbol at `pointSize`; empty (0 × 0) for an unknown name.
-    QSizeF size(const QString &name, double pointSize);
+/// Size in points of the symbol at `pointSize`; empty (0 × 0) for an unknown name.
+QSizeF size(const QString& name, double pointSize);
 
-    /// The symbol in `colour`, of `size × scale` pixels rounded up, with that device pixel ratio. A null image for an
-    /// unknown name. Not cached: callers that draw often keep it.
-    QImage image(const QString &name, double pointSize, const QColor &colour, double scale);
+/// The symbol in `colour`, of `size × scale` pixels rounded up, with that device pixel ratio. A null image for an
+/// unknown name. Not cached: callers that draw often keep it.
+QImage image(const QString& name, double pointSize, const QColor& colour, double scale);
 
 } // namespace SymbolImage
 } // namespace kestrum

@@ -15,7 +15,7 @@ class AppearancePortal;
 class SystemAppearance : public QObject {
     Q_OBJECT
 public:
-    static SystemAppearance &shared();
+    static SystemAppearance& shared();
 
     ColourScheme scheme() const { return m_scheme; }
 
@@ -32,7 +32,7 @@ private:
     SystemAppearance();
     void adopt();
     void become(ColourScheme scheme, const std::optional<QColor>& accent);
-    bool eventFilter(QObject *watched, QEvent *event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     AppearancePortal* m_portal;
     ColourScheme m_scheme = ColourScheme::light;

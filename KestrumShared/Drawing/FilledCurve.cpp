@@ -50,7 +50,7 @@ void FilledCurve::setColour(const QColor& colour)
 
 QRgb FilledCurve::pixel(double coverage) const
 {
-    return m_pixels[std::size_t(std::clamp(int(coverage * 255 + 0.5), 0, 255))];
+    return m_pixels[std::size_t(std::clamp(qRound(coverage * 255), 0, 255))];
 }
 
 void FilledCurve::make(const QList<QPointF>& line, double bottom, const QColor& colour)

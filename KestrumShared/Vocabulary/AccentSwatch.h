@@ -9,12 +9,12 @@ namespace kestrum {
 /// Small pictures of accents for pickers.
 namespace AccentSwatch {
 
-    /// A square of `size` × `size` points filled with the accent, with a thin darker edge; drawn at `scale` pixels a
-    /// point and kept for the life of the process. Main thread only.
-    QImage image(const MeterAccent &accent, double size, double scale = 1);
+/// A square of `size` × `size` points filled with the accent, with a thin darker edge; drawn at `scale` pixels a
+/// point and kept for the life of the process. Main thread only.
+QImage image(const MeterAccent& accent, double size, double scale = 1);
 
-    /// Under which key a swatch is kept, such as "indigo@14.0".
-    QString cacheKey(const MeterAccent &accent, double size);
+/// Under which key a swatch is kept, such as "indigo@14.0".
+QString cacheKey(const MeterAccent& accent, double size);
 
 } // namespace AccentSwatch
 } // namespace kestrum

@@ -1,4 +1,5 @@
 #include "tests/DrawingStage.h"
+#include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
 #include <QLocale>
@@ -56,6 +57,12 @@ private Q_SLOTS:
         QTest::newRow("nothing") << qint64(0) << QStringLiteral("0.0G");
         QTest::newRow("sample swap") << qint64(1288490189) << QStringLiteral("1.2G");
         QTest::newRow("sample storage") << qint64(442381631488) << QStringLiteral("412G");
+        // Halves that a count can have exactly go to the even digit, as C's own formatting has them.
+        QTest::newRow("1.25 GiB") << qint64(1.25 * gibibyte) << QStringLiteral("1.2G");
+        QTest::newRow("1.75 GiB") << qint64(1.75 * gibibyte) << QStringLiteral("1.8G");
+        QTest::newRow("10.5 GiB") << qint64(10.5 * gibibyte) << QStringLiteral("10G");
+        QTest::newRow("11.5 GiB") << qint64(11.5 * gibibyte) << QStringLiteral("12G");
+        QTest::newRow("2.25 TiB") << qint64(2304 * gibibyte) << QStringLiteral("2.2T");
         QTest::newRow("9.94 GiB") << qint64(9.94 * gibibyte) << QStringLiteral("9.9G");
         QTest::newRow("just below 9.95 GiB") << qint64(9.95 * gibibyte) << QStringLiteral("9.9G");
         QTest::newRow("9.95 GiB") << qint64(std::ceil(9.95 * gibibyte)) << QStringLiteral("10G");
@@ -104,19 +111,19 @@ private Q_SLOTS:
                 << section << QByteArray(key) << QByteArray(value) << QString::fromUtf8(text);
         };
         row(MonitorSection::cpu, "cpuReadout", "off", "(none)");
-        row(MonitorSection::cpu, "cpuReadout", "usage", "50%");
+        row(MonitorSection::cpu, "cpuReadout", "usage", "42%");
         row(MonitorSection::cpu, "cpuReadout", "temperature", "48°");
         row(MonitorSection::cpu, "cpuReadout", "Usage", "48°");
         row(MonitorSection::cpu, "cpuReadout", "power", "12W");
         row(MonitorSection::memory, "memoryReadout", "off", "(none)");
-        row(MonitorSection::memory, "memoryReadout", "usage", "50%");
+        row(MonitorSection::memory, "memoryReadout", "usage", "64%");
         row(MonitorSection::memory, "memoryReadout", "pressure", "31%");
         row(MonitorSection::memory, "memoryReadout", "swap", "1.2G");
-        row(MonitorSection::memory, "memoryReadout", "free", "50%");
+        row(MonitorSection::memory, "memoryReadout", "free", "64%");
         row(MonitorSection::storage, "storageReadout", "off", "(none)");
-        row(MonitorSection::storage, "storageReadout", "usage", "50%");
+        row(MonitorSection::storage, "storageReadout", "usage", "58%");
         row(MonitorSection::storage, "storageReadout", "free", "412G");
-        row(MonitorSection::storage, "storageReadout", "swap", "50%");
+        row(MonitorSection::storage, "storageReadout", "swap", "58%");
         row(MonitorSection::sensors, "sensorsReadout", "off", "(none)");
         row(MonitorSection::sensors, "sensorsReadout", "power", "24W");
         row(MonitorSection::sensors, "sensorsReadout", "?", "24W");
@@ -130,7 +137,11 @@ private Q_SLOTS:
         QFETCH(QByteArray, key);
         QFETCH(QByteArray, value);
         DrawingStage::set(key, value);
-        QTEST(shown(StatusMetricView::readoutText(section, FakeReadings())), "text");
+        FakeReadings readings;
+        readings.cpu = 0.42;
+        readings.memory = 0.64;
+        readings.storage = 0.58;
+        QTEST(shown(StatusMetricView::readoutText(section, readings)), "text");
     }
 
     void missingReadoutsFollowTheLegacySwitch()
@@ -171,6 +182,9 @@ private Q_SLOTS:
         FakeReadings readings;
         readings.power = 23.5;
         QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("24W"));
+        DrawingStage::set("cpuReadout", "power");
+        readings.cpuPower = 12.5;
+        QCOMPARE(shown(StatusMetricView::cpuReadoutText(readings)), QStringLiteral("13W"));
         readings.power = 0.49;
         QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("0W"));
         DrawingStage::set("sensorsReadout", "fan");
@@ -190,6 +204,20 @@ private Q_SLOTS:
         QCOMPARE(StatusMetricView::description(MonitorSection::memory), QStringLiteral("Memory"));
         QCOMPARE(StatusMetricView::description(MonitorSection::storage), QStringLiteral("SSD"));
         QCOMPARE(StatusMetricView::description(MonitorSection::sensors), QStringLiteral("Sensors"));
+    }
+
+    void descriptionsAreInTheInterfaceLanguage()
+    {
+        const TestBundle bundle("{ CFBundleDevelopmentRegion = en; }", { "en", "de" });
+        bundle.writeTable(
+            "de", R"("CPU" = "Kern"; "Memory" = "Speicher"; "SSD" = "Platte"; "Sensors" = "Sensoren";)");
+        qputenv("KESTRUM_LANGUAGE", "de");
+        QStringList descriptions;
+        for (const auto& section : allCases<MonitorSection>())
+            descriptions.append(StatusMetricView::description(section.value));
+        qunsetenv("KESTRUM_LANGUAGE");
+        descriptions.sort();
+        QCOMPARE(descriptions.join(QLatin1Char(' ')), QStringLiteral("Kern Platte Sensoren Speicher"));
     }
 };
 

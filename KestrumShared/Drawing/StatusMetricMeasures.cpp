@@ -12,7 +12,9 @@
 #include "Platform/SymbolImage.h"
 
 #include <QHash>
+#include <charconv>
 #include <cmath>
+#include <iterator>
 
 namespace kestrum {
 namespace {
@@ -99,14 +101,24 @@ std::optional<QString> degreesText(std::optional<double> celsius)
     return Units::degrees(*celsius);
 }
 
+// As C's "%.1f" writes it, whatever the language: a half that is one exactly, as of 1.25 GiB, goes to the even
+// digit. `QString::number` rounds it up.
+QString fixedText(double number, int decimals)
+{
+    char text[32];
+    const auto end
+        = std::to_chars(std::begin(text), std::end(text), number, std::chars_format::fixed, decimals);
+    return QString::fromLatin1(text, end.ptr - text);
+}
+
 QString gibibytesText(double bytes)
 {
     const double gibibytes = bytes / 1073741824;
     // One decimal up to where it would print as 10.0, the next unit from where a fourth digit would be
     // needed.
     if (gibibytes >= 999.5)
-        return QString::number(gibibytes / 1024, 'f', 1) + QLatin1Char('T');
-    return QString::number(gibibytes, 'f', gibibytes >= 9.95 ? 0 : 1) + QLatin1Char('G');
+        return fixedText(gibibytes / 1024, 1) + QLatin1Char('T');
+    return fixedText(gibibytes, gibibytes >= 9.95 ? 0 : 1) + QLatin1Char('G');
 }
 
 } // namespace

@@ -161,6 +161,30 @@ private Q_SLOTS:
         }
     }
 
+    void everyCoreOfTheMachineHasItsBar_data()
+    {
+        QTest::addColumn<int>("cores");
+        for (const int cores : { 1, 2, 3, 7, 8, 12, 16, 64 })
+            QTest::addRow("%d", cores) << cores;
+    }
+    void everyCoreOfTheMachineHasItsBar()
+    {
+        QFETCH(int, cores);
+        CoreTopology::useTiers({ { QStringLiteral("Level 0"), cores } });
+        m_readings->cores = QList<double>(cores, 1.0);
+        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const double x = meterStart(MonitorSection::cpu);
+        const double width = cores * 4.9 + cores - 1 + 4;
+        QVERIFY_NEAR(item.inked(QRectF(x - 2, 0, width + 4, 22)).right(), x + width + 0.4, 0.051);
+        int bars = 0;
+        for (int core = 0; core < cores; ++core) {
+            bars += item.at(x + 2 + core * 5.9 + 2.45, 11) == signalColour;
+            // What lies between it and the next one, or the frame, is free.
+            QCOMPARE(item.at(x + 2 + core * 5.9 + 4.9 + 0.5, 11).alpha(), 0);
+        }
+        QCOMPARE(bars, cores);
+    }
+
     void moreCoresThanTheFrameWasMadeForStopAtItsEdge()
     {
         m_readings->cores = QList<double>(40, 1.0);

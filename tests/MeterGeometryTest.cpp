@@ -1,10 +1,8 @@
-// The single-valued meters and the texts of items, measured in the drawn pixels.
+// The single-valued meters of items, measured in the drawn pixels.
 
-#include "KestrumShared/Drawing/ItemFonts.h"
 #include "tests/ItemPixels.h"
 #include "tests/TestHome.h"
 
-#include <QFontMetricsF>
 #include <QTest>
 
 using namespace kestrum;
@@ -13,7 +11,6 @@ namespace {
 
 const QColor signalColour(69, 184, 153);
 const QColor indigoColour(107, 107, 242);
-const QColor textColour(0x1D, 0x1D, 0x1F);
 
 double meterStart(MonitorSection section)
 {
@@ -54,8 +51,9 @@ private Q_SLOTS:
         QFETCH(double, fraction);
         QFETCH(double, height);
         QFETCH(double, scale);
-        m_readings->memory = m_readings->storage = fraction;
         for (const MonitorSection section : { MonitorSection::memory, MonitorSection::storage }) {
+            m_readings->memory = section == MonitorSection::memory ? fraction : 0.33;
+            m_readings->storage = section == MonitorSection::storage ? fraction : 0.77;
             for (const char* shape : { "pill", "square" }) {
                 DrawingStage::set("meterShape", shape);
                 const ItemPixels item(DrawingStage::drawn(section, m_readings, scale), scale);
@@ -103,6 +101,35 @@ private Q_SLOTS:
         QCOMPARE(colour(MonitorSection::storage), QColor(255, 0, 51));
         DrawingStage::set("memoryAccent", "Indigo");
         QCOMPARE(colour(MonitorSection::memory), signalColour);
+    }
+
+    void metersOfTheProcessorHaveItsAccent()
+    {
+        for (const char* key : { "cpuFastCoreAccent", "memoryAccent", "storageAccent" })
+            DrawingStage::set(key, "amber");
+        DrawingStage::set("cpuAccent", "indigo");
+        m_readings->history = { 1, 1 };
+        for (const char* style : { "bars", "wave", "compact" }) {
+            DrawingStage::set("meterStyle", style);
+            const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+            // Within the third bar, which is three quarters high.
+            const QRectF ink
+                = item.inked(QRectF(meterStart(MonitorSection::cpu) + 14.5, 9, 3, 4), indigoColour);
+            QVERIFY2(ink.width() > 2.9 && ink.height() > 3.9, style);
+        }
+    }
+
+    void unknownChoicesAreDrawnLikeTheFirstOfTheirKind()
+    {
+        for (const auto& section : allCases<MonitorSection>()) {
+            const QImage first = DrawingStage::drawn(section.value, m_readings, 2);
+            for (const char* key : { "meterStyle", "meterShape", "meterLabelStyle" })
+                DrawingStage::set(key, "Wave");
+            QCOMPARE(DrawingStage::drawn(section.value, m_readings, 2), first);
+            for (const char* key : { "meterStyle", "meterShape", "meterLabelStyle" })
+                SharedSettings::store().remove(key);
+            QCOMPARE(DrawingStage::drawn(section.value, m_readings, 2), first);
+        }
     }
 
     void compactMeterStandsAtMidHeight_data()
@@ -164,6 +191,21 @@ private Q_SLOTS:
         QVERIFY_NEAR(item.inked(QRectF(x + 31.5, 3, 0.1, 17), signalColour).bottom(), 3.5 + 8, 0.15);
     }
 
+    void waveFillsTheFrameButTwoPoints()
+    {
+        DrawingStage::set("meterStyle", "wave");
+        m_readings->history = { 1, 1 };
+        for (const double scale : { 1.0, 2.0, 20.0 }) {
+            const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, scale), scale);
+            const double x = meterStart(MonitorSection::cpu);
+            const QRectF wave = item.inked(QRectF(x + 1, 2, 44, 19), signalColour);
+            QVERIFY_NEAR(wave.left(), x + 2, 1 / scale);
+            QVERIFY_NEAR(wave.right(), x + 44, 1 / scale);
+            QVERIFY_NEAR(wave.top(), 3.5, 1 / scale);
+            QVERIFY_NEAR(wave.bottom(), 19.5, 1 / scale);
+        }
+    }
+
     void waveNeedsTwoSamples_data()
     {
         QTest::addColumn<QList<double>>("history");
@@ -179,107 +221,6 @@ private Q_SLOTS:
         const double x = meterStart(MonitorSection::cpu);
         QVERIFY(item.inked(QRectF(x, 1.5, 46, 20), signalColour).isNull());
         QVERIFY_NEAR(item.inked(QRectF(x - 1, 0, 48, 22)).bottom(), 21.9, 0.05);
-    }
-
-    void lettersAreStackedAroundTheMiddle_data()
-    {
-        QTest::addColumn<double>("scale");
-        for (const double scale : { 2.0, 20.0 })
-            QTest::addRow("%g", scale) << scale;
-    }
-    void lettersAreStackedAroundTheMiddle()
-    {
-        QFETCH(double, scale);
-        DrawingStage::set("meterLabelStyle", "letters");
-        const ItemFonts& fonts = ItemFonts::current();
-        const QFontMetricsF metrics(fonts.letters());
-        QVERIFY_NEAR(fonts.letterHeight(), 6.2 * QFontMetricsF(fonts.letters()).height() / 62, 0.001);
-        const double baseOfBox = metrics.descent() * ItemFonts::letterScale - fonts.letterHeight() / 2;
-        const double capHeight = metrics.capHeight() * ItemFonts::letterScale;
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::memory, m_readings, scale), scale);
-        // "RAM": flat letters, so that their ink is as high as capitals are.
-        for (int i = 0; i < 3; ++i) {
-            const double middle = 11 + (1 - i) * 5.5;
-            const QRectF letter = item.inked(QRectF(1, middle - 2.7, 6, 5.2), textColour);
-            QVERIFY_NEAR(letter.top(), middle + baseOfBox, 0.6 / scale + 0.1);
-            QVERIFY_NEAR(letter.height(), capHeight, 1.2 / scale + 0.1);
-            QVERIFY_NEAR(letter.left(), 1.3, 0.4);
-        }
-    }
-
-    void iconIsCentred()
-    {
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
-        const QRectF icon = item.inked(QRectF(0, 0, 15, 22));
-        QVERIFY_NEAR(icon.center().y(), 11, 0.06);
-        QVERIFY_NEAR(
-            icon.center().x(), 1 + StatusMetricView::iconSize(MonitorSection::cpu).width() / 2, 0.06);
-    }
-
-    void sensorsWithLettersShowTheSymbolAfterThem()
-    {
-        DrawingStage::set("sensorsReadout", "fan");
-        const double icon = StatusMetricView::iconSize(MonitorSection::sensors).width();
-        const ItemPixels plain(DrawingStage::drawn(MonitorSection::sensors, m_readings, 20), 20);
-        DrawingStage::set("meterLabelStyle", "letters");
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::sensors, m_readings, 20), 20);
-        const QRectF alone = plain.inked(QRectF(0, 0, 1 + icon, 22));
-        const QRectF second = item.inked(QRectF(10, 0, icon, 22));
-        QVERIFY_NEAR(second.left() - 10, alone.left() - 1, 0.051);
-        QVERIFY_NEAR(second.width(), alone.width(), 0.051);
-        QVERIFY(!item.inked(QRectF(0, 0, 8, 22)).isNull());
-        // The text begins a gap behind each.
-        QVERIFY_NEAR(item.inked(QRectF(10 + icon, 0, 40, 22)).left() - (10 + icon + 3),
-            plain.inked(QRectF(1 + icon, 0, 40, 22)).left() - (1 + icon + 5), 0.051);
-    }
-
-    void readoutStandsOnItsBaseLine_data()
-    {
-        QTest::addColumn<double>("scale");
-        for (const double scale : { 1.0, 2.0, 20.0 })
-            QTest::addRow("%g", scale) << scale;
-    }
-    void readoutStandsOnItsBaseLine()
-    {
-        QFETCH(double, scale);
-        DrawingStage::set("storageReadout", "usage");
-        m_readings->storage = 0.22;
-        const QFontMetricsF metrics(ItemFonts::current().readout().font());
-        QVERIFY_NEAR(StatusMetricView::readoutLineHeight(), metrics.height(), 0.001);
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::storage, m_readings, scale), scale);
-        const double x = meterStart(MonitorSection::storage) + 8 + 5;
-        // The two digits have flat feet.
-        const QRectF digits = item.inked(QRectF(x, 0, 13, 22), textColour);
-        QVERIFY_NEAR(digits.top(), 11 - metrics.height() / 2 + metrics.descent(), 0.6 / scale + 0.06);
-        QVERIFY_NEAR(digits.height(), metrics.capHeight(), 1.2 / scale + 0.1);
-        QVERIFY(digits.left() >= x - 0.1 && digits.left() < x + 1.2);
-    }
-
-    void digitsDoNotJitter()
-    {
-        DrawingStage::set("storageReadout", "usage");
-        double end = 0;
-        for (const double fraction : { 0.11, 0.18, 0.40, 0.99 }) {
-            m_readings->storage = fraction;
-            const ItemPixels item(DrawingStage::drawn(MonitorSection::storage, m_readings, 20), 20);
-            const double right
-                = item.inked(QRectF(meterStart(MonitorSection::storage) + 10, 0, 40, 22)).right();
-            if (end > 0)
-                QCOMPARE(right, end);
-            end = right;
-        }
-    }
-
-    void labelsAreLightOnDarkGround()
-    {
-        DrawingStage::set("storageReadout", "usage");
-        for (const char* labels : { "icons", "letters" }) {
-            DrawingStage::set("meterLabelStyle", labels);
-            const ItemPixels item(
-                DrawingStage::drawn(MonitorSection::storage, m_readings, 20, ColourScheme::dark), 20);
-            QVERIFY(!item.inked(QRectF(0, 0, 16, 22), QColor(0xF2, 0xF2, 0xF4)).isNull());
-            QVERIFY(item.inked(QRectF(0, 0, 80, 22), textColour).isNull());
-        }
     }
 
 private:

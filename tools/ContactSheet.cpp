@@ -66,6 +66,23 @@ template <class E> QJsonObject choice(const char* key, E value)
     return { { QString::fromLatin1(key), rawValue(value) } };
 }
 
+template <class Readout> void chooseReadout(const char* key, int number)
+{
+    const auto& cases = allCases<Readout>();
+    choose(choice(key, cases[std::size_t(number) % std::size(cases)].value));
+}
+
+// The sensors have the most; the others begin theirs anew.
+constexpr int mostReadouts = 5;
+
+void chooseReadouts(int number)
+{
+    chooseReadout<CPUReadout>("cpuReadout", number);
+    chooseReadout<MemoryReadout>("memoryReadout", number);
+    chooseReadout<StorageReadout>("storageReadout", number);
+    chooseReadout<SensorsReadout>("sensorsReadout", number);
+}
+
 // One column of the sheet: a ground, a scheme and a scale, on which rows are drawn from the top downwards.
 class Column {
 public:
@@ -153,7 +170,11 @@ void drawColumn(Column& column)
             column.heading(QStringLiteral("%1, %2").arg(rawValue(labels.value), rawValue(shape.value)));
             for (const auto& style : allCases<MeterStyle>()) {
                 choose(choice("meterStyle", style.value));
-                column.row(rawValue(style.value), all);
+                for (int number = 0; number < mostReadouts; ++number) {
+                    chooseReadouts(number);
+                    column.row(
+                        QStringLiteral("%1, readouts %2").arg(rawValue(style.value)).arg(number + 1), all);
+                }
             }
             choose(choice("meterStyle", MeterStyle::bars));
             for (const Machine& machine : machines()) {
@@ -162,21 +183,6 @@ void drawColumn(Column& column)
             }
             CoreTopology::useTiers(machines()[2].tiers);
         }
-        column.heading(QStringLiteral("%1, readouts").arg(rawValue(labels.value)));
-        chooseFactory();
-        choose(choice("meterLabelStyle", labels.value));
-        choose(choice("meterStyle", MeterStyle::compact));
-        const auto readouts = [&]<class Readout>(const char* key, MonitorSection section, Readout) {
-            for (const auto& readout : allCases<Readout>()) {
-                choose(choice(key, readout.value));
-                column.row(
-                    QStringLiteral("%1 %2").arg(rawValue(section), rawValue(readout.value)), { section });
-            }
-        };
-        readouts("cpuReadout", MonitorSection::cpu, CPUReadout::off);
-        readouts("memoryReadout", MonitorSection::memory, MemoryReadout::off);
-        readouts("storageReadout", MonitorSection::storage, StorageReadout::off);
-        readouts("sensorsReadout", MonitorSection::sensors, SensorsReadout::off);
     }
     column.heading(QStringLiteral("symbols"));
     for (const double pointSize : { 12.0, 16.0, 32.0 })

@@ -136,6 +136,20 @@ private Q_SLOTS:
         QCOMPARE(row.strip->offset(), row.overflow());
     }
 
+    void aStripThatWasAllInViewShowsItsTrailingEndWhenItGetsNarrow()
+    {
+        Row row(2000);
+        // The keyboard's mark brings its item into view, which changes nothing here.
+        row.strip->view()->setFocus(Qt::TabFocusReason);
+        for (int i = 0; i < 3; ++i)
+            QTest::keyClick(row.strip->view(), Qt::Key_Right);
+        QCOMPARE(row.strip->offset(), 0);
+        row.window.resize(200, 60);
+        QTRY_COMPARE(row.strip->width(), 200);
+        QVERIFY(row.overflow() > 0);
+        QCOMPARE(row.strip->offset(), row.overflow());
+    }
+
     void theStripFollowsItsItems()
     {
         Row row(200);

@@ -55,6 +55,8 @@ int MenuBarStrip::furthestOffset() const
 
 void MenuBarStrip::place()
 {
+    // Where all is in view there is nothing to remember.
+    m_wasScrolled = m_wasScrolled && furthestOffset() > 0;
     if (!m_wasScrolled)
         m_offset = layoutDirection() == Qt::RightToLeft ? 0 : furthestOffset();
     m_offset = std::clamp(m_offset, 0, furthestOffset());

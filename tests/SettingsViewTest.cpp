@@ -1,17 +1,22 @@
 #include "Kestrum/Window/SettingsView.h"
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
+#include "Kestrum/MenuBar/MenuBarPreview.h"
+#include "Kestrum/MenuBar/MenuBarStrip.h"
+#include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "Kestrum/Window/SaveNotice.h"
 #include "Kestrum/Window/Sidebar.h"
 #include "Kestrum/Window/SplitView.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Bundle.h"
+#include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QDir>
+#include <QLabel>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -103,6 +108,30 @@ private Q_SLOTS:
         QVERIFY(!qobject_cast<MenuBarPage*>(w.view.pageWidget()));
     }
 
+    void thePagesHaveTheirNamesAndSymbols()
+    {
+        QStringList pages;
+        for (const auto& page : allCases<SettingsPage>())
+            pages.append(rawValue(page.value) + u' ' + title(page.value) + u' ' + symbol(page.value));
+        QCOMPARE(pages,
+            QStringList({ QStringLiteral("menuBar Menu Bar menubar.rectangle"),
+                QStringLiteral("popovers Popovers macwindow"),
+                QStringLiteral("general General gearshape") }));
+    }
+
+    void theMenuBarPageBeginsWithThePreviewAlone()
+    {
+        Window w;
+        QWidget* page = w.view.pageWidget();
+        QCOMPARE(page->findChildren<MenuBarPreview*>().size(), 1);
+        Card* first = page->findChildren<Card*>().first();
+        QVERIFY(first->isAncestorOf(page->findChild<MenuBarPreview*>()));
+        // Neither heading nor footnote.
+        for (const QLabel* label : first->findChildren<QLabel*>())
+            QVERIFY(!label->isVisible());
+        QCOMPARE(first->size(), page->findChild<MenuBarPreview*>()->size());
+    }
+
     void theSidebarListsThePagesInGroups()
     {
         Window w;
@@ -162,6 +191,17 @@ private Q_SLOTS:
         QCOMPARE(w.view.page(), SettingsPage::menuBar);
         QTest::keyClick(&w.view, Qt::Key_2, Qt::ControlModifier);
         QCOMPARE(w.view.page(), SettingsPage::popovers);
+    }
+
+    void aPageThatGoesLeavesTheKeyboardToTheSidebar()
+    {
+        Window w;
+        w.view.findChild<MenuBarStripView*>()->setFocus(Qt::TabFocusReason);
+        QVERIFY(!w.sidebar().hasFocus());
+        QTest::keyClick(&w.view, Qt::Key_2, Qt::ControlModifier);
+        QVERIFY(w.sidebar().hasFocus());
+        QTest::keyClick(w.view.focusWidget(), Qt::Key_Down);
+        QCOMPARE(w.view.page(), SettingsPage::general);
     }
 
     void controlWAndQClose_data()
@@ -267,6 +307,11 @@ private Q_SLOTS:
         Window w;
         QCOMPARE(w.view.locale().language(), QLocale::English);
         QCOMPARE(w.view.locale().territory(), QLocale::Switzerland);
+        // Also where the language's code names a region of its own.
+        const TestBundle bundle("{ }", { "en", "pt-BR" });
+        Setting { Keys::language }.set(QStringLiteral("pt-BR"));
+        QTRY_COMPARE(w.view.locale().language(), QLocale::Portuguese);
+        QCOMPARE(w.view.locale().territory(), QLocale::Switzerland);
         qunsetenv("LC_NUMERIC");
     }
 
@@ -325,6 +370,24 @@ private Q_SLOTS:
         const QWidget* card = page.findChild<Card*>();
         QCOMPARE(card->mapTo(&page, QPoint(0, 0)).x(), left);
         QTEST(card->width(), "width");
+    }
+
+    void aLongReasonIsShortenedInItsMiddle()
+    {
+        SaveNotice notice;
+        const QString about = QStringLiteral("Settings are not being saved:");
+        notice.setReason(
+            QStringLiteral("a folder with a very long name, in which there is no room for anything"));
+        notice.resize(notice.sizeHint());
+        QCOMPARE(notice.shownText(), notice.accessibleName());
+        notice.resize(notice.sizeHint().width() - 80, notice.height());
+        QVERIFY2(notice.shownText().startsWith(about + QStringLiteral(" a")), qPrintable(notice.shownText()));
+        QVERIFY(notice.shownText().contains(QChar(0x2026)));
+        QVERIFY(notice.shownText().endsWith(QStringLiteral("g")));
+        // As narrow as the page gets.
+        notice.resize(640 - 320 - 1, notice.height());
+        QVERIFY2(notice.shownText().startsWith(about), qPrintable(notice.shownText()));
+        QVERIFY(notice.fontMetrics().horizontalAdvance(notice.shownText()) <= notice.width() - 2 * 16);
     }
 
     void aFailedSaveIsToldUntilOneSucceeds()

@@ -5,6 +5,7 @@
 
 #include <QAccessible>
 #include <QPainter>
+#include <cmath>
 
 namespace kestrum {
 
@@ -28,10 +29,11 @@ void SaveNotice::setReason(const QString& reason)
         hide();
         return;
     }
-    m_text = AppLanguage::string("Settings are not being saved:") + u' ' + reason;
-    setAccessibleName(m_text);
-    // Where the line is too long for the page, the middle of it is left out.
-    setToolTip(m_text);
+    m_heading = AppLanguage::string("Settings are not being saved:") + u' ';
+    m_reason = reason;
+    setAccessibleName(m_heading + m_reason);
+    // Where the line is too long for the page, the middle of the reason is left out.
+    setToolTip(m_heading + m_reason);
     update();
     show();
     QAccessibleEvent alert(this, QAccessible::Alert);
@@ -40,8 +42,9 @@ void SaveNotice::setReason(const QString& reason)
 
 QSize SaveNotice::sizeHint() const
 {
-    return { fontMetrics().horizontalAdvance(m_text) + 2 * Theme::pageMargin,
-        fontMetrics().lineSpacing() + 2 * padding + 1 };
+    const QFontMetricsF metrics(font());
+    const double width = metrics.horizontalAdvance(m_heading) + metrics.horizontalAdvance(m_reason);
+    return { int(std::ceil(width)) + 2 * Theme::pageMargin, fontMetrics().lineSpacing() + 2 * padding + 1 };
 }
 
 QSize SaveNotice::minimumSizeHint() const
@@ -49,14 +52,26 @@ QSize SaveNotice::minimumSizeHint() const
     return { 0, sizeHint().height() };
 }
 
+QRect SaveNotice::line() const
+{
+    const int margin = width() < Theme::narrowPageWidth ? Theme::narrowPageMargin : Theme::pageMargin;
+    return rect().adjusted(margin, padding, -margin, -padding - 1);
+}
+
+QString SaveNotice::shownText() const
+{
+    const QFontMetricsF metrics(font());
+    const double room = line().width();
+    const QString text = m_heading
+        + metrics.elidedText(m_reason, Qt::ElideMiddle, room - metrics.horizontalAdvance(m_heading));
+    return metrics.elidedText(text, Qt::ElideRight, room);
+}
+
 void SaveNotice::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    const int margin = width() < Theme::narrowPageWidth ? Theme::narrowPageMargin : Theme::pageMargin;
-    const QRect line = rect().adjusted(margin, padding, -margin, -padding - 1);
     painter.setPen(Theme::colour(Theme::Colour::error));
-    painter.drawText(line, int(Qt::AlignLeading | Qt::AlignVCenter),
-        fontMetrics().elidedText(m_text, Qt::ElideMiddle, line.width()));
+    painter.drawText(line(), int(Qt::AlignLeading | Qt::AlignVCenter), shownText());
     painter.fillRect(0, height() - 1, width(), 1, Theme::colour(Theme::Colour::separator));
 }
 

@@ -13,6 +13,9 @@ public:
     /// Shows `reason`; an empty one hides the line.
     void setReason(const QString& reason);
 
+    /// What of it there is room for: the middle of a long reason is left out, never what the line is about.
+    QString shownText() const;
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
 
@@ -20,7 +23,10 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    QString m_text;
+    QRect line() const;
+
+    QString m_heading;
+    QString m_reason;
 };
 
 } // namespace kestrum

@@ -29,9 +29,12 @@ constexpr QSize minimumWindow { 640, 480 };
 /// The interface language with the user's region: for dates and numbers.
 QLocale interfaceLocale()
 {
+    const QLocale language(AppLanguage::code());
     const QString region = GlobalDomain::numberRegion();
-    const QString language = AppLanguage::code();
-    return QLocale(region.isEmpty() ? language : language + u'-' + region);
+    if (region.isEmpty())
+        return language;
+    // A language's code may name a region of its own, as that of Brazilian Portuguese does.
+    return QLocale(language.language(), language.script(), QLocale::codeToTerritory(region));
 }
 
 QWidget* makePage(SettingsPage page)
@@ -122,6 +125,9 @@ void SettingsView::showPage(SettingsPage page)
         return;
     m_shownPage = page;
     m_sidebar->setPage(page);
+    // The keyboard must not be lost with the control that had it.
+    if (m_pageWidget && m_pageWidget->isAncestorOf(focusWidget()))
+        m_sidebar->setFocus();
     delete m_pageWidget;
     m_pageWidget = makePage(page);
     m_pageColumn->addWidget(m_pageWidget, 1);

@@ -3,7 +3,9 @@
 
 #include "tests/TestHome.h"
 
+#include <QCursor>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -126,6 +128,22 @@ class WindowEndToEndTest : public QObject {
         kestrumctl({ QStringLiteral("write"), key, json });
     }
 
+    /// The settings of the program for itself.
+    static QString processDomain()
+    {
+        return kestrum::TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json");
+    }
+
+    /// The language that the toolkit's own texts are asked for.
+    static QString firstProcessLanguage()
+    {
+        QFile file(processDomain());
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        const QJsonObject domain = QJsonDocument::fromJson(file.readAll()).object();
+        return domain[QLatin1StringView("AppleLanguages")].toArray().first().toString();
+    }
+
     QImage preview() const
     {
         return QGuiApplication::primaryScreen()
@@ -179,7 +197,8 @@ private Q_SLOTS:
     void init()
     {
         m_window.clear();
-        for (const char* key : { "menuBarOrder", "showSensorsItem", "showMemoryItem", "settingsPane" }) {
+        for (const char* key :
+            { "menuBarOrder", "showSensorsItem", "showMemoryItem", "settingsPane", "language" }) {
             if (kestrumctl({ QStringLiteral("read"), QStringLiteral("--stored") }).contains(key))
                 kestrumctl({ QStringLiteral("delete"), QString::fromLatin1(key) });
         }
@@ -260,6 +279,33 @@ private Q_SLOTS:
         qInfo("redrawn %.1f ms after the command began, %.1f ms after it ended (medians of %d)",
             fromStart[middle], fromEnd[middle], int(fromStart.size()));
         QVERIFY(fromStart[middle] < 100);
+    }
+
+    void theWindowOpensInTheMiddleOfTheScreen()
+    {
+        const QList<QByteArray> geometry = xdotool(
+            { QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), QString::fromLatin1(m_window) })
+                                               .split('\n');
+        QVERIFY(geometry.contains("WIDTH=640"));
+        QVERIFY(geometry.contains("HEIGHT=520"));
+        moveTo({ 320, 260 });
+        const QPoint off = QCursor::pos() - QGuiApplication::primaryScreen()->availableGeometry().center();
+        // The title bar goes on top of it.
+        QVERIFY2(std::abs(off.x()) <= 4 && off.y() >= -4 && off.y() <= 30,
+            qPrintable(QStringLiteral("%1,%2").arg(off.x()).arg(off.y())));
+    }
+
+    void theChosenLanguageIsAppliedAtTheStartAndWhenItChanges()
+    {
+        // A change is stale only for a process that recorded what it was started with.
+        write(QStringLiteral("language"), QStringLiteral("\"de\""));
+        QTRY_COMPARE(firstProcessLanguage(), QStringLiteral("de"));
+        end(*m_kestrum);
+        QVERIFY(QFile::remove(processDomain()));
+        const auto again = started(bundled("Kestrum"), { QStringLiteral("--first-frame") });
+        QVERIFY(again->waitForFinished(10000));
+        QCOMPARE(again->exitCode(), 0);
+        QCOMPARE(firstProcessLanguage(), QStringLiteral("de"));
     }
 
     void theKeyboardChoosesPagesAndEndsTheProgram()

@@ -66,21 +66,18 @@ template <class E> QJsonObject choice(const char* key, E value)
     return { { QString::fromLatin1(key), rawValue(value) } };
 }
 
-template <class Readout> void chooseReadout(const char* key, int number)
-{
-    const auto& cases = allCases<Readout>();
-    choose(choice(key, cases[std::size_t(number) % std::size(cases)].value));
-}
+// An item of a row, and what is chosen for it before it is drawn.
+struct Entry {
+    MonitorSection section;
+    QJsonObject choice;
+};
 
-// The sensors have the most; the others begin theirs anew.
-constexpr int mostReadouts = 5;
-
-void chooseReadouts(int number)
+template <class Readout> QList<Entry> everyReadout(MonitorSection section, const char* key)
 {
-    chooseReadout<CPUReadout>("cpuReadout", number);
-    chooseReadout<MemoryReadout>("memoryReadout", number);
-    chooseReadout<StorageReadout>("storageReadout", number);
-    chooseReadout<SensorsReadout>("sensorsReadout", number);
+    QList<Entry> entries;
+    for (const auto& readout : allCases<Readout>())
+        entries.append({ section, choice(key, readout.value) });
+    return entries;
 }
 
 // One column of the sheet: a ground, a scheme and a scale, on which rows are drawn from the top downwards.
@@ -104,12 +101,13 @@ public:
         m_y += headingHeight;
     }
 
-    void row(const QString& caption, const QList<MonitorSection>& sections)
+    void row(const QString& caption, const QList<Entry>& entries)
     {
         begin(caption);
         const auto readings = std::make_shared<SampleReadings>();
         double x = captionWidth;
-        for (const MonitorSection section : sections) {
+        for (const auto& [section, chosen] : entries) {
+            choose(chosen);
             const double width = StatusMetricView::itemWidth(section);
             // The room that the item keeps.
             QColor room = m_ink;
@@ -158,30 +156,42 @@ private:
     int m_y = margin;
 };
 
+// Every section in each of its readouts. The meter style is the CPU item's alone; shape and labels are everybody's.
+void drawReadouts(Column& column)
+{
+    for (const auto& style : allCases<MeterStyle>()) {
+        choose(choice("meterStyle", style.value));
+        column.row(QStringLiteral("cpu, ") + rawValue(style.value),
+            everyReadout<CPUReadout>(MonitorSection::cpu, "cpuReadout"));
+    }
+    column.row(rawValue(MonitorSection::memory),
+        everyReadout<MemoryReadout>(MonitorSection::memory, "memoryReadout"));
+    column.row(rawValue(MonitorSection::storage),
+        everyReadout<StorageReadout>(MonitorSection::storage, "storageReadout"));
+    column.row(rawValue(MonitorSection::sensors),
+        everyReadout<SensorsReadout>(MonitorSection::sensors, "sensorsReadout"));
+}
+
+void drawMachines(Column& column)
+{
+    choose(choice("meterStyle", MeterStyle::bars));
+    choose(choice("cpuReadout", CPUReadout::temperature));
+    for (const Machine& machine : machines()) {
+        CoreTopology::useTiers(machine.tiers);
+        column.row(QString::fromLatin1(machine.caption), { { MonitorSection::cpu, {} } });
+    }
+}
+
 void drawColumn(Column& column)
 {
-    const QList<MonitorSection> all { MonitorSection::storage, MonitorSection::sensors,
-        MonitorSection::memory, MonitorSection::cpu };
     for (const auto& labels : allCases<MeterLabelStyle>()) {
         for (const auto& shape : allCases<MeterShape>()) {
             chooseFactory();
             choose(choice("meterLabelStyle", labels.value));
             choose(choice("meterShape", shape.value));
             column.heading(QStringLiteral("%1, %2").arg(rawValue(labels.value), rawValue(shape.value)));
-            for (const auto& style : allCases<MeterStyle>()) {
-                choose(choice("meterStyle", style.value));
-                for (int number = 0; number < mostReadouts; ++number) {
-                    chooseReadouts(number);
-                    column.row(
-                        QStringLiteral("%1, readouts %2").arg(rawValue(style.value)).arg(number + 1), all);
-                }
-            }
-            choose(choice("meterStyle", MeterStyle::bars));
-            for (const Machine& machine : machines()) {
-                CoreTopology::useTiers(machine.tiers);
-                column.row(QString::fromLatin1(machine.caption), { MonitorSection::cpu });
-            }
-            CoreTopology::useTiers(machines()[2].tiers);
+            drawReadouts(column);
+            drawMachines(column);
         }
     }
     column.heading(QStringLiteral("symbols"));

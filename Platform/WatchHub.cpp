@@ -41,7 +41,7 @@ constexpr int roundsAtMost = 32;
 constexpr int armingsAtMost = 16;
 // Being woken costs about this much in the kernel and the event loop, where we do not see it.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
-constexpr std::chrono::milliseconds savedForBursts { 15 };
+constexpr std::chrono::milliseconds savedForBursts { 10 };
 // Whoever waits for our answer has sent the next event by then, and who does not wait has had a turn of the processor.
 constexpr std::chrono::milliseconds probeTime { 4 };
 
@@ -259,14 +259,15 @@ void WatchHub::probe(WorkAllowance::Duration pause)
     collect();
     const auto cost = processorTime() - before;
     QTimer::singleShot(probeTime, this, [this, pause, cost] {
-        if (isBacklogged()) {
-            m_allowance.spend(cost, std::chrono::steady_clock::now());
-            QTimer::singleShot(
-                std::chrono::ceil<std::chrono::milliseconds>(pause), this, [this] { resume(); });
-        } else {
+        // After a flood, one silence may only mean that the machine was too busy for its sender.
+        const bool wasFlood = std::exchange(m_isFlood, isBacklogged());
+        if (!m_isFlood && !wasFlood) {
             m_allowance.refill();
             resume();
+            return;
         }
+        m_allowance.spend(cost, std::chrono::steady_clock::now());
+        QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(pause), this, [this] { resume(); });
     });
 }
 

@@ -93,6 +93,7 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_lookTimer;
     WorkAllowance m_allowance;
+    bool m_isFlood = false; ///< what the last probe found
     std::unordered_map<int, KernelWatch> m_watches;
     std::vector<std::shared_ptr<Subscription>> m_subscriptions;
     std::vector<std::shared_ptr<Subscription>> m_ready;

@@ -41,7 +41,7 @@ public:
 
     static constexpr int restPerWork = 30; ///< a little more than 3 % of a core
     static constexpr Duration shortestPause = std::chrono::milliseconds(20);
-    static constexpr Duration longestPause = std::chrono::milliseconds(100);
+    static constexpr Duration longestPause = std::chrono::milliseconds(200);
 
 private:
     Duration m_savedAtMost;

@@ -92,6 +92,7 @@ private Q_SLOTS:
     void farAncestorsAreWatchedForMovesOnly();
     void instanceIsNotInherited();
     void withoutDescriptorsTheDirectoryIsLookedAt();
+    void withoutInstancesTheDirectoryIsLookedAt();
     void withoutKernelWatchesTheDirectoryIsLookedAt();
 
 private:
@@ -517,7 +518,15 @@ void DirectoryWatchTest::instanceIsNotInherited()
 
 void DirectoryWatchTest::withoutDescriptorsTheDirectoryIsLookedAt()
 {
+#ifdef __SANITIZE_ADDRESS__
+    QSKIP("the sanitizer needs descriptors of its own and takes their lack for a fault");
+#endif
     starved("descriptors");
+}
+
+void DirectoryWatchTest::withoutInstancesTheDirectoryIsLookedAt()
+{
+    starved("instances");
 }
 
 void DirectoryWatchTest::withoutKernelWatchesTheDirectoryIsLookedAt()

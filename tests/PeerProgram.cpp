@@ -9,7 +9,7 @@
 //                              "wrong" posts before it stores. "wrote ROUNDS", then ends
 //   check SUITE PAGE           "ready"; at each delivery reads the suite: it must hold no less than PAGE said before.
 //                              "checked TIMES violations TIMES" at the end of its input
-//   starve descriptors|watches DIRECTORY
+//   starve descriptors|instances|watches DIRECTORY
 //                              watches DIRECTORY with nothing of that kind left: "polled" or "notified", "told NAME" for
 //                              each event; a line read lifts the limit ("relieved"); "unsupported REASON" where the
 //                              system gives no such limit
@@ -175,9 +175,10 @@ bool writeFile(const char* path, const QByteArray& text)
 }
 
 // A name space of users has limits of its own, so nobody else is starved with us.
-bool limitWatches(int most)
+bool limit(const QString& kind, int most)
 {
-    return writeFile("/proc/sys/user/max_inotify_watches", QByteArray::number(most));
+    const QByteArray path = "/proc/sys/user/max_inotify_" + kind.toLatin1();
+    return writeFile(path.constData(), QByteArray::number(most));
 }
 
 int starve(const QString& kind, const QString& directory)
@@ -198,11 +199,11 @@ int starve(const QString& kind, const QString& directory)
             return 0;
         }
         writeFile("/proc/self/uid_map", user + ' ' + user + " 1");
-        if (!limitWatches(0)) {
+        if (!limit(kind, 0)) {
             say("unsupported no limits of a name space's own");
             return 0;
         }
-        relieve = [] { limitWatches(1000); };
+        relieve = [kind] { limit(kind, 1000); };
     }
     const auto tell = [](const QByteArray& entry) { say(("told " + entry).trimmed()); };
     const DirectoryWatch watch(directory, DirectoryWatch::Interest::content, tell);

@@ -64,8 +64,10 @@ private Q_SLOTS:
     {
         const QImage image = AccentSwatch::image(MeterAccent::Name::blue, 14, 10);
         QCOMPARE(image.pixelColor(3, 3).alpha(), 0);
-        // A radius of three around (3.5, 3.5): the outline crosses the diagonal 0.88 from the fill's corner.
-        QVERIFY(image.pixelColor(11, 11).alpha() < 100);
+        // A radius of three around (3.5, 3.5): on the diagonal the edge begins at 1.03 and the accent at 1.38. A
+        // radius of two would begin at 0.73, one of four at 1.32.
+        QCOMPARE(image.pixelColor(8, 8).alpha(), 0);
+        QVERIFY(std::abs(image.pixelColor(12, 12).alpha() - 64) <= 1);
         QCOMPARE(image.pixelColor(22, 22).alpha(), 255);
     }
 

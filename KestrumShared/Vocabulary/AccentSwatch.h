@@ -10,7 +10,7 @@ namespace kestrum {
 namespace AccentSwatch {
 
 /// A square of `size` × `size` points filled with the accent, with a thin darker edge; drawn at `scale` pixels a
-/// point and kept for the life of the process. Main thread only.
+/// point and kept for the life of the process. Null when `size` or `scale` is not above 0. Main thread only.
 QImage image(const MeterAccent& accent, double size, double scale = 1);
 
 /// Under which key a swatch is kept, such as "indigo@14.0".

@@ -1,5 +1,6 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Settings/SignalListener.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>
@@ -16,6 +17,8 @@ private Q_SLOTS:
     void orderTextsAreCompleted_data();
     void orderTextsAreCompleted();
     void factoryOrderIsNotTheCompletingOrder();
+    void orderThatIsNoTextReadsAsEmpty();
+    void badOrderStaysStored();
 
     void mergeRefillsShownSlots_data();
     void mergeRefillsShownSlots();
@@ -23,21 +26,26 @@ private Q_SLOTS:
 
     void hiddenSectionKeepsItsSlot();
     void orderWriteTouchesOneKeyOnly();
+    void everySectionHasItsOwnVisibilityKey();
     void onlyAStoredFalseHides_data();
     void onlyAStoredFalseHides();
 
     void freshStoreResolvesReadoutsAndAccents();
     void readoutsFallBackToTheLegacySwitch_data();
     void readoutsFallBackToTheLegacySwitch();
+    void readoutsHaveKeysOfTheirOwn();
     void badReadoutStaysStored();
+    void unknownAccentIsSignal_data();
     void unknownAccentIsSignal();
 
     void migrationSpreadsTheGlobalAccent();
     void migrationOfNonsenseTakesTheBaseAccent();
+    void migrationWithoutAGlobalAccentTakesSignal_data();
     void migrationWithoutAGlobalAccentTakesSignal();
     void migrationLeavesWhatIsThere();
     void migrationSpreadsCustomColours();
     void migrationTwiceWritesOnce();
+    void writersPostNoSignal();
 };
 
 namespace {
@@ -111,6 +119,20 @@ void MeterSettingsTest::factoryOrderIsNotTheCompletingOrder()
     QCOMPARE(text(MeterSettings::order(u"")), QStringLiteral("sensors,storage,memory,cpu"));
 }
 
+// It was written, so the factory order does not come back in its place.
+void MeterSettingsTest::orderThatIsNoTextReadsAsEmpty()
+{
+    QVERIFY(store().set("menuBarOrder", 3));
+    QCOMPARE(text(MeterSettings::storedOrder()), QStringLiteral("sensors,storage,memory,cpu"));
+}
+
+void MeterSettingsTest::badOrderStaysStored()
+{
+    QVERIFY(store().set("menuBarOrder", QStringLiteral("memory,bogus")));
+    QCOMPARE(text(MeterSettings::storedOrder()), QStringLiteral("memory,sensors,storage,cpu"));
+    QCOMPARE(stored("menuBarOrder"), QStringLiteral("memory,bogus"));
+}
+
 void MeterSettingsTest::mergeRefillsShownSlots_data()
 {
     QTest::addColumn<QString>("visible");
@@ -170,6 +192,14 @@ void MeterSettingsTest::orderWriteTouchesOneKeyOnly()
 {
     QVERIFY(MeterSettings::setMenuBarOrder(sections(QStringLiteral("cpu,memory,storage,sensors"))));
     QCOMPARE(store().storedDictionary().keys(), QStringList { QStringLiteral("menuBarOrder") });
+}
+
+void MeterSettingsTest::everySectionHasItsOwnVisibilityKey()
+{
+    QStringList keys;
+    for (const auto& entry : allCases<MonitorSection>())
+        keys.append(QString::fromLatin1(MeterSettings::visibilityKey(entry.value).name));
+    QCOMPARE(keys, QStringLiteral("showCPUItem showMemoryItem showStorageItem showSensorsItem").split(u' '));
 }
 
 void MeterSettingsTest::onlyAStoredFalseHides_data()
@@ -239,6 +269,14 @@ void MeterSettingsTest::readoutsFallBackToTheLegacySwitch()
     QCOMPARE(MeterSettings::storageReadout(), usage ? StorageReadout::usage : StorageReadout::off);
 }
 
+void MeterSettingsTest::readoutsHaveKeysOfTheirOwn()
+{
+    QVERIFY(store().set("memoryReadout", QStringLiteral("pressure")));
+    QVERIFY(store().set("storageReadout", QStringLiteral("off")));
+    QCOMPARE(MeterSettings::memoryReadout(), MemoryReadout::pressure);
+    QCOMPARE(MeterSettings::storageReadout(), StorageReadout::off);
+}
+
 void MeterSettingsTest::badReadoutStaysStored()
 {
     QVERIFY(store().set("memoryReadout", QStringLiteral("bogus")));
@@ -248,12 +286,27 @@ void MeterSettingsTest::badReadoutStaysStored()
     QCOMPARE(MeterSettings::memoryReadout(), MemoryReadout::swap);
 }
 
+void MeterSettingsTest::unknownAccentIsSignal_data()
+{
+    QTest::addColumn<QJsonValue>("value");
+    QTest::addColumn<QString>("accent");
+    const auto text = [](const char* value) { return QJsonValue(QString::fromLatin1(value)); };
+    QTest::newRow("absent") << QJsonValue(QJsonValue::Undefined) << "signal";
+    QTest::newRow("a name") << text("teal") << "teal";
+    QTest::newRow("capitals") << text("Teal") << "signal";
+    QTest::newRow("two numbers") << text("custom:srgb:0.1,0.2") << "signal";
+    QTest::newRow("no number") << text("custom:srgb:nan,0,0") << "signal";
+    QTest::newRow("of another type") << QJsonValue(5) << "signal";
+}
+
 void MeterSettingsTest::unknownAccentIsSignal()
 {
-    QVERIFY(store().set("cpuAccent", QStringLiteral("Teal")));
-    QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), QStringLiteral("signal"));
-    QVERIFY(store().set("cpuAccent", QStringLiteral("teal")));
-    QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), QStringLiteral("teal"));
+    QFETCH(QJsonValue, value);
+    QFETCH(QString, accent);
+    if (!value.isUndefined())
+        QVERIFY(store().set("cpuAccent", value));
+    QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), accent);
+    QCOMPARE(store().object("cpuAccent"), value); // reading mends nothing
 }
 
 void MeterSettingsTest::migrationSpreadsTheGlobalAccent()
@@ -277,9 +330,19 @@ void MeterSettingsTest::migrationOfNonsenseTakesTheBaseAccent()
     QCOMPARE(stored("performanceCoreAccent"), QStringLiteral("nonsense"));
 }
 
+void MeterSettingsTest::migrationWithoutAGlobalAccentTakesSignal_data()
+{
+    QTest::addColumn<QJsonValue>("choice");
+    QTest::newRow("never chosen") << QJsonValue(QJsonValue::Undefined);
+    QTest::newRow("not understood") << QJsonValue(QStringLiteral("nonsense"));
+    QTest::newRow("of another type") << QJsonValue(7);
+}
+
 void MeterSettingsTest::migrationWithoutAGlobalAccentTakesSignal()
 {
-    QVERIFY(store().set("accentChoice", 7));
+    QFETCH(QJsonValue, choice);
+    if (!choice.isUndefined())
+        QVERIFY(store().set("accentChoice", choice));
     QVERIFY(MeterSettings::migrateAccents());
     QCOMPARE(stored("cpuAccent"), QStringLiteral("signal"));
 }
@@ -308,6 +371,21 @@ void MeterSettingsTest::migrationTwiceWritesOnce()
     const auto modified = before.fileTime(QFile::FileModificationTime);
     QVERIFY(MeterSettings::migrateAccents());
     QCOMPARE(QFileInfo(store().filePath()).fileTime(QFile::FileModificationTime), modified);
+}
+
+// The one who observes the store tells the others; a signal from here too would make them look twice.
+void MeterSettingsTest::writersPostNoSignal()
+{
+    int heard = 0;
+    SignalListener listener;
+    listener.listen(SharedSettings::Signal::settings, [&] { ++heard; });
+    listener.listen(SharedSettings::Signal::menuBarChanged, [&] { ++heard; });
+    QVERIFY(MeterSettings::setMenuBarOrder(sections(QStringLiteral("cpu,memory,storage,sensors"))));
+    QVERIFY(MeterSettings::migrateAccents());
+    QTest::qWait(100);
+    QCOMPARE(heard, 0);
+    SharedSettings::post(SharedSettings::Signal::settings);
+    QTRY_COMPARE(heard, 1);
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, MeterSettingsTest)

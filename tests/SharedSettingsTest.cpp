@@ -20,6 +20,7 @@ private Q_SLOTS:
     void suiteAndSignalNamesFollowTheEnvironment();
     void refusedSuiteUsesTheProcessDomain_data();
     void refusedSuiteUsesTheProcessDomain();
+    void namesAndStoreAreFixedAtTheFirstUse();
     void signalsStandInTheirOrder();
 
     void settingReadsItsDefaultForWhatIsNotUnderstood();
@@ -83,7 +84,7 @@ void SharedSettingsTest::unregisteredKeysAreCatalogued()
 }
 
 // What a fresh process with this environment says, as the names are fixed at the first use.
-static QStringList namesInAProcess(const QString& suite, bool isSet)
+static QStringList namesInAProcess(const QString& suite, bool isSet, QByteArray* complaints = nullptr)
 {
     QProcess child;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
@@ -94,6 +95,8 @@ static QStringList namesInAProcess(const QString& suite, bool isSet)
     child.start(QCoreApplication::applicationFilePath(), { QStringLiteral("--names") });
     if (!child.waitForFinished(10000))
         child.kill();
+    if (complaints)
+        *complaints = child.readAllStandardError();
     return QString::fromUtf8(child.readAllStandardOutput()).split(u'\n');
 }
 
@@ -138,7 +141,18 @@ void SharedSettingsTest::refusedSuiteUsesTheProcessDomain()
 {
     QFETCH(QString, suite);
     QFETCH(QString, domain);
-    QCOMPARE(namesInAProcess(suite, true).value(3), domain);
+    QByteArray complaints;
+    QCOMPARE(namesInAProcess(suite, true, &complaints).value(3), domain);
+    QCOMPARE(complaints, QByteArray());
+}
+
+void SharedSettingsTest::namesAndStoreAreFixedAtTheFirstUse()
+{
+    // The process changes its own environment after the first four lines and says the same again.
+    const QStringList names = namesInAProcess(QStringLiteral("test.suite"), true);
+    QCOMPARE(names.value(0), QStringLiteral("test.suite"));
+    QCOMPARE(names.size(), 9); // the last line has an end
+    QCOMPARE(names.mid(4, 4), names.mid(0, 4));
 }
 
 void SharedSettingsTest::signalsStandInTheirOrder()
@@ -149,6 +163,9 @@ void SharedSettingsTest::signalsStandInTheirOrder()
     QCOMPARE(names,
         QStringLiteral("settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged")
             .split(u' '));
+    for (const auto& entry : allCases<SharedSettings::Signal>())
+        QCOMPARE(SharedSettings::name(entry.value),
+            SharedSettings::suiteName() + u'.' + QString::fromLatin1(entry.rawValue));
 }
 
 void SharedSettingsTest::settingReadsItsDefaultForWhatIsNotUnderstood()
@@ -194,13 +211,20 @@ void SharedSettingsTest::settingStopsWithItsOwner()
     QVERIFY(seen.isEmpty());
 }
 
+static void sayNames()
+{
+    QTextStream(stdout) << SharedSettings::suiteName() << '\n'
+                        << SharedSettings::name(SharedSettings::Signal::settings) << '\n'
+                        << SharedSettings::name(SharedSettings::Signal::menuBarChanged) << '\n'
+                        << SharedSettings::store().name() << '\n';
+}
+
 int main(int argc, char** argv)
 {
     if (argc == 2 && qstrcmp(argv[1], "--names") == 0) {
-        QTextStream(stdout) << SharedSettings::suiteName() << '\n'
-                            << SharedSettings::name(SharedSettings::Signal::settings) << '\n'
-                            << SharedSettings::name(SharedSettings::Signal::menuBarChanged) << '\n'
-                            << SharedSettings::store().name() << '\n';
+        sayNames();
+        qputenv("KESTRUM_SETTINGS_SUITE", "another.suite");
+        sayNames();
         return 0;
     }
     TestHome home;

@@ -1,6 +1,7 @@
 #include "KestrumShared/Vocabulary/MeterAccent.h"
-#include "Platform/Bundle.h"
+#include "tests/TestBundle.h"
 #include "tests/TestHome.h"
+#include "tests/TestSession.h"
 
 #include <QGuiApplication>
 #include <QtTest>
@@ -24,7 +25,7 @@ private Q_SLOTS:
     void pickedColourReadsBackEqual();
     void colourWithoutSrgbFormIsSignal();
     void accentsAreEqualWhenTheirTextsAre();
-    void customAccentIsTitledCustom();
+    void titlesAreInTheInterfaceLanguage();
 };
 
 void MeterAccentTest::everyPresetHasItsNameTitleAndColour_data()
@@ -105,8 +106,8 @@ void MeterAccentTest::otherTextsAreNoAccent_data()
     QTest::addColumn<QString>("text");
     for (const char* text : { "", "Signal", "signal ", " signal", "custom", "Custom",
              "custom:srgb:", "custom:srgb:0.1,0.2", "custom:srgb:0.1,0.2,0.3,0.4", "custom:srgb:nan,0,0",
-             "custom:srgb:inf,0,0", "custom:srgb:0,-inf,0", "Custom:srgb:0.1,0.2,0.3",
-             "custom:SRGB:0.1,0.2,0.3", " custom:srgb:0.1,0.2,0.3", "nonsense" })
+             "custom:srgb:inf,0,0", "custom:srgb:nan,0.1,0.2,0.3", "custom:srgb:0,-inf,0",
+             "Custom:srgb:0.1,0.2,0.3", "custom:SRGB:0.1,0.2,0.3", " custom:srgb:0.1,0.2,0.3", "nonsense" })
         QTest::newRow(*text ? text : "empty") << QString::fromLatin1(text);
 }
 
@@ -129,6 +130,9 @@ void MeterAccentTest::pickedColourIsClampedAndRounded_data()
     // A component above 1 or below 0 makes an extended colour.
     QTest::newRow("out of range") << QColor::fromRgbF(1.5f, -0.5f, 0.25f)
                                   << "custom:srgb:1.0000,0.0000,0.2500";
+    // Of an extended colour these are exact halves of a ten-thousandth.
+    QTest::newRow("halves go up") << QColor::fromRgbF(1.5f, 0.03125f, 0.09375f)
+                                  << "custom:srgb:1.0000,0.0313,0.0938";
     QTest::newRow("8 bits") << QColor(1, 128, 254) << "custom:srgb:0.0039,0.5020,0.9961";
     QTest::newRow("another model") << QColor::fromHsv(120, 255, 255) << "custom:srgb:0.0000,1.0000,0.0000";
     QTest::newRow("alpha is dropped") << QColor(255, 0, 0, 10) << "custom:srgb:1.0000,0.0000,0.0000";
@@ -148,6 +152,7 @@ void MeterAccentTest::pickedColourReadsBackEqual()
         const auto read = MeterAccent::fromRawValue(picked.rawValue());
         QVERIFY(read);
         QVERIFY(*read == picked);
+        QCOMPARE(read->color(), picked.color());
         // The colour that is read back gives the same text when it is picked again.
         QCOMPARE(MeterAccent::custom(read->color()).rawValue(), picked.rawValue());
     }
@@ -168,9 +173,16 @@ void MeterAccentTest::accentsAreEqualWhenTheirTextsAre()
     QVERIFY(MeterAccent(MeterAccent::Name::teal) == *MeterAccent::fromRawValue(u"teal"));
 }
 
-void MeterAccentTest::customAccentIsTitledCustom()
+void MeterAccentTest::titlesAreInTheInterfaceLanguage()
 {
     QCOMPARE(MeterAccent::custom(Qt::red).title(), QStringLiteral("Custom"));
+    const TestBundle bundle("{ CFBundleDevelopmentRegion = en; }", { "en", "de" });
+    bundle.writeTable("de", "Custom = \"Eigene\"; Pine = \"Tanne\";");
+    setSession("KESTRUM_LANGUAGE=de");
+    QCOMPARE(MeterAccent::custom(Qt::red).title(), QStringLiteral("Eigene"));
+    QCOMPARE(MeterAccent(MeterAccent::Name::pine).title(), QStringLiteral("Tanne"));
+    QCOMPARE(MeterAccent(MeterAccent::Name::blue).title(), QStringLiteral("Blue")); // has no translation here
+    setSession({});
 }
 
 KESTRUM_TEST_MAIN(QGuiApplication, MeterAccentTest)

@@ -1,6 +1,8 @@
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
+#include "tests/TestBundle.h"
 #include "tests/TestHome.h"
+#include "tests/TestSession.h"
 
 #include <QCoreApplication>
 #include <QtTest>
@@ -12,6 +14,7 @@ class MeterAppearanceTest : public QObject {
 private Q_SLOTS:
     void everyCaseHasItsTextAndTitle_data();
     void everyCaseHasItsTextAndTitle();
+    void titlesAreInTheInterfaceLanguage();
     void sectionsStandInTheirOrder();
     void parsingIsExact();
 };
@@ -45,6 +48,9 @@ void MeterAppearanceTest::everyCaseHasItsTextAndTitle_data()
     QTest::newRow("StorageReadout") << table<StorageReadout>() << "off=None usage=Usage free=Free";
     QTest::newRow("SensorsReadout") << table<SensorsReadout>()
                                     << "off=None power=Power hottest=Hottest gpu=GPU fan=Fan";
+    QTest::newRow("PopoverAppearance") << table<PopoverAppearance>() << "light=Light dark=Dark system=System";
+    QTest::newRow("PopoverBackground")
+        << table<PopoverBackground>() << "translucent=Translucent opaque=Opaque";
 }
 
 void MeterAppearanceTest::everyCaseHasItsTextAndTitle()
@@ -52,6 +58,16 @@ void MeterAppearanceTest::everyCaseHasItsTextAndTitle()
     QFETCH(QString, found);
     QFETCH(QString, expected);
     QCOMPARE(found, expected);
+}
+
+void MeterAppearanceTest::titlesAreInTheInterfaceLanguage()
+{
+    const TestBundle bundle("{ CFBundleDevelopmentRegion = en; }", { "en", "de" });
+    bundle.writeTable("de", "None = \"Keine\"; Square = \"Eckig\";");
+    setSession("KESTRUM_LANGUAGE=de");
+    QCOMPARE(title(MeterShape::square), QStringLiteral("Eckig"));
+    QCOMPARE(table<StorageReadout>(), QStringLiteral("off=Keine usage=Usage free=Free"));
+    setSession({});
 }
 
 void MeterAppearanceTest::sectionsStandInTheirOrder()
@@ -68,6 +84,7 @@ void MeterAppearanceTest::parsingIsExact()
     QVERIFY(!fromRawValue<MeterStyle>(u"bars "));
     QVERIFY(!fromRawValue<MeterStyle>(u""));
     QVERIFY(!fromRawValue<CPUReadout>(u"None"));
+    QVERIFY(!fromRawValue<MonitorSection>(u"CPU"));
     QCOMPARE(fromRawValue<SensorsReadout>(u"gpu"), SensorsReadout::gpu);
 }
 

@@ -39,7 +39,9 @@ private Q_SLOTS:
     void foreignSaveIsToldOnce();
     void foreignSaveThatWasReadBeforeItsNoticeIsToldOnce();
     void saveOfAnotherThreadIsToldOnTheMainThread();
+    void storeMadeOnAnotherThreadBelongsToTheMainThread();
     void changeBeforeTheFirstObserverIsNotTold();
+    void changeThatWasNotReadYetIsToldToTheFirstObserver();
     void objectMayEndWithANoticeOnItsWay();
     void editsByHandAreSeen_data();
     void editsByHandAreSeen();
@@ -231,6 +233,24 @@ void UserDefaultsNoticeTest::saveOfAnotherThreadIsToldOnTheMainThread()
     QTRY_COMPARE_WITH_TIMEOUT(teller, QThread::currentThread(), longestDelay);
 }
 
+void UserDefaultsNoticeTest::storeMadeOnAnotherThreadBelongsToTheMainThread()
+{
+    std::unique_ptr<UserDefaults> store;
+    QThread* teller = nullptr;
+    const std::unique_ptr<QThread> maker(QThread::create([&] {
+        store = UserDefaults::withSuiteName(m_suite);
+        connect(store.get(), &UserDefaults::changed, store.get(), [&] { teller = QThread::currentThread(); });
+    }));
+    maker->start();
+    QVERIFY(maker->wait(5000));
+    QCOMPARE(store->thread(), QThread::currentThread());
+    QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+    QTest::qWait(quietTime); // the observation begins with a turn of the event loop
+    write(path(), textOf(1));
+    QTRY_COMPARE_WITH_TIMEOUT(teller, QThread::currentThread(), longestDelay);
+    QCOMPARE(store->number("a"), 1.0);
+}
+
 void UserDefaultsNoticeTest::changeBeforeTheFirstObserverIsNotTold()
 {
     const auto store = UserDefaults::withSuiteName(m_suite);
@@ -239,6 +259,19 @@ void UserDefaultsNoticeTest::changeBeforeTheFirstObserverIsNotTold()
     connect(store.get(), &UserDefaults::changed, this, [&] { ++notices; });
     QTest::qWait(quietTime);
     QCOMPARE(notices, 0);
+}
+
+// Whoever has read the old value must not be left with it.
+void UserDefaultsNoticeTest::changeThatWasNotReadYetIsToldToTheFirstObserver()
+{
+    const auto store = UserDefaults::withSuiteName(m_suite);
+    QVERIFY(!store->number("a"));
+    QVERIFY(UserDefaults::withSuiteName(m_suite)->set("a", 1));
+    int notices = 0;
+    connect(store.get(), &UserDefaults::changed, this, [&] { ++notices; });
+    QTRY_COMPARE_WITH_TIMEOUT(notices, 1, longestDelay);
+    QTest::qWait(quietTime);
+    QCOMPARE(notices, 1);
 }
 
 void UserDefaultsNoticeTest::objectMayEndWithANoticeOnItsWay()

@@ -165,11 +165,16 @@ void UserDefaultsTest::earlierAdministeredDirectoriesCountMore()
     const QString name = QStringLiteral("/kestrum/") + m_suite + QStringLiteral(".json");
     write(root + QStringLiteral("/first") + name, R"({"a": "first"})");
     write(root + QStringLiteral("/second") + name, R"({"a": "second", "b": "second"})");
+    write(root + QStringLiteral("/relative") + name, R"({"a": "relative", "c": "relative"})");
+    const QString before = QDir::currentPath();
+    QVERIFY(QDir::setCurrent(root));
     qputenv("XDG_CONFIG_DIRS",
         QFile::encodeName(QStringLiteral("relative:%1/first::%1/missing:%1/second").arg(root)));
     const auto store = opened();
     QCOMPARE(store->string("a"), QStringLiteral("first"));
     QCOMPARE(store->string("b"), QStringLiteral("second"));
+    QVERIFY(!store->string("c"));
+    QVERIFY(QDir::setCurrent(before));
     QVERIFY(store->storedDictionary().isEmpty());
     // They are read when the domain is opened.
     write(root + QStringLiteral("/first") + name, R"({"a": "later"})");

@@ -1,11 +1,9 @@
 // What is read comes from a snapshot in memory. Whether it still holds is told
 //   - by a counter that all processes share: a writer adds one after its file stands, so a counter that has
-//   not moved
-//     since before we looked means that no save has ended since. Without a counter every read asks the file
-//     system;
-//   - by a watch of the directories, from the first observer of `changed` on. Only this finds what people
-//   edit by
-//     hand, as editors move no counter. It looks at the file whatever the counter says.
+//     not moved since before we looked means that no save has ended since. Without a counter every read asks
+//     the file system;
+//   - by a watch of the directories, from the first observer of `changed` on. Only this finds what people edit
+//     by hand, as editors move no counter. It looks at the file whatever the counter says.
 // A file that is not the one we know is read again, and only other values make a notice; so the watch that
 // reports our own save finds nothing new. One mutex guards all but the watches, which belong to the main
 // thread. It is not held during a save: a snapshot that another thread's save has overtaken is found out by

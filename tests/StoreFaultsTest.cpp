@@ -48,6 +48,11 @@ void StoreFaultsTest::failedCallLeavesOldOrNewAndIsTold()
     int round = 0;
     for (const auto& call : sound.calls) {
         for (const char* once : { "", "+" }) {
+#ifdef __SANITIZE_ADDRESS__
+            // The sanitizers look at memory by writing to pipes, and end the process when they cannot.
+            if (call.name == "write" && *once)
+                continue;
+#endif
             const char* const errors[] = { "EIO", "ENOSPC", "EACCES", "EMFILE", "EROFS", "EDQUOT", "ENOMEM" };
             const char* const error = errors[round++ % std::size(errors)];
             const QByteArray injection

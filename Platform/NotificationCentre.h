@@ -12,17 +12,17 @@ namespace kestrum {
 /// is no private runtime directory, signals stay within the process and the log says so once.
 namespace NotificationCentre {
 
-    using Token = qint32;
+using Token = qint32;
 
-    /// Tells every listener of `name`. Never blocks on a listener and never fails; any thread.
-    void post(const QString &name);
+/// Tells every listener of `name`. Never blocks on a listener and never fails; any thread.
+void post(const QString& name);
 
-    /// Runs `handler` on the main thread after each post of exactly `name` from now on. Returns a token for
-    /// `cancel`, or nothing when `name` cannot be listened to (empty, or too long to be a file name). Main thread.
-    std::optional<Token> registerDispatch(const QString &name, std::function<void()> handler);
+/// Runs `handler` on the main thread after each post of exactly `name` from now on. Returns a token for
+/// `cancel`, or nothing when `name` cannot be listened to (empty, or too long to be a file name). Main thread.
+std::optional<Token> registerDispatch(const QString& name, std::function<void()> handler);
 
-    /// Ends a registration: its handler does not run again, also not for a post that was made before.
-    void cancel(Token token);
+/// Ends a registration: its handler does not run again, also not for a post that was made before.
+void cancel(Token token);
 
 } // namespace NotificationCentre
 } // namespace kestrum

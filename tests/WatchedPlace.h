@@ -1,0 +1,64 @@
+#pragma once
+
+#include "Platform/DirectoryWatch.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+
+namespace kestrum {
+
+/// Long enough, in milliseconds, for what is under way to arrive.
+constexpr int quietTime = 50;
+
+/// A watch, and what it told.
+struct Ear {
+    explicit Ear(
+        const QString& directory, DirectoryWatch::Interest interest = DirectoryWatch::Interest::content)
+        : watch(std::make_unique<DirectoryWatch>(
+            directory, interest, [this](const QByteArray& entry) { told.append(entry); }))
+    {
+    }
+    bool heard(const char* entry) const { return told.contains(QByteArray(entry)); }
+
+    QByteArrayList told;
+    std::unique_ptr<DirectoryWatch> watch;
+};
+
+/// A temporary folder of one test, and what is done to it by names relative to it.
+class WatchedPlace {
+protected:
+    QString path(const char* name) const { return m_place->filePath(QString::fromLatin1(name)); }
+    QByteArray encoded(const char* name) const { return QFile::encodeName(path(name)); }
+    void makeDirectory(const char* name) const { QCOMPARE(::mkdir(encoded(name).constData(), 0700), 0); }
+    void write(const char* name, const QByteArray& text = "x") const
+    {
+        QFile file(path(name));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        QCOMPARE(file.write(text), text.size());
+    }
+    void touch(const char* name) const
+    {
+        QCOMPARE(::utimensat(AT_FDCWD, encoded(name).constData(), nullptr, 0), 0);
+    }
+    void rename(const char* from, const char* to) const
+    {
+        QCOMPARE(::rename(encoded(from).constData(), encoded(to).constData()), 0);
+    }
+    // Whether the watch, whatever it went through, hears of an entry of the directory that is there now.
+    void verifyHears(Ear& ear, const char* directory) const
+    {
+        QTest::qWait(quietTime);
+        ear.told.clear();
+        write((QByteArray(directory) + "/probe").constData());
+        QTRY_VERIFY(ear.heard("probe"));
+    }
+
+    std::unique_ptr<QTemporaryDir> m_place;
+};
+
+} // namespace kestrum

@@ -16,19 +16,19 @@ class Bundle {
 public:
     /// The bundle that the running executable is in. A program outside of any bundle has an empty one: the
     /// executable's folder as path, no information, no resources.
-    static const Bundle &main();
+    static const Bundle& main();
     /// Takes the place of `main` for programs outside of a bundle that act on one.
-    static void setMain(const Bundle &bundle);
+    static void setMain(const Bundle& bundle);
 
     /// The bundle at `path` (its ".app" directory). Check with `exists`.
-    explicit Bundle(const QString &path);
+    explicit Bundle(const QString& path);
 
     bool exists() const;
     QString path() const;
     QString resourcePath() const; ///< ".../Contents/Resources"
 
     /// A text of the information dictionary; nothing when it is missing or not a text.
-    std::optional<QString> infoText(const QString &key) const;
+    std::optional<QString> infoText(const QString& key) const;
     /// "CFBundleIdentifier", empty when there is none.
     QString identifier() const;
     /// "CFBundleDevelopmentRegion", nothing when the bundle names none.
@@ -38,7 +38,7 @@ public:
 
     /// The text under `key` in the table "Localizable.strings" of the folder "<localization>.lproj"; `key`
     /// itself when the folder, the table or the key is missing. Tables are read once.
-    QString localizedString(const QString &key, const QString &localization) const;
+    QString localizedString(const QString& key, const QString& localization) const;
 
 private:
     struct Content;

@@ -20,15 +20,15 @@ public:
 
     /// Reads a whole file's content (UTF-8). Nothing when it is malformed, too large or nested too deep; `error`, when
     /// given, then says what and in which line.
-    static std::optional<PropertyList> parsed(const QByteArray &content, QString *error = nullptr);
-    static std::optional<PropertyList> fromFile(const QString &path, QString *error = nullptr);
+    static std::optional<PropertyList> parsed(const QByteArray& content, QString* error = nullptr);
+    static std::optional<PropertyList> fromFile(const QString& path, QString* error = nullptr);
 
     Type type() const { return m_type; }
     /// The text; nothing for a list or a dictionary.
     std::optional<QString> text() const;
     QList<PropertyList> list() const { return m_list; }
     /// The value of `key`; nothing when absent or when this is no dictionary.
-    std::optional<PropertyList> value(const QString &key) const;
+    std::optional<PropertyList> value(const QString& key) const;
     QStringList keys() const { return m_dictionary.keys(); }
 
 private:

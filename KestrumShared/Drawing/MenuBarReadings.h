@@ -33,8 +33,8 @@ public:
 
 protected:
     MenuBarReadings() = default;
-    MenuBarReadings(const MenuBarReadings &) = default;
-    MenuBarReadings &operator=(const MenuBarReadings &) = default;
+    MenuBarReadings(const MenuBarReadings&) = default;
+    MenuBarReadings& operator=(const MenuBarReadings&) = default;
 };
 
 } // namespace kestrum

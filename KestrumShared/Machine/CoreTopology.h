@@ -9,25 +9,25 @@ namespace kestrum {
 
 /// Cores of one performance level.
 struct CoreTier {
-    QString name; ///< as the kernel names it, or "Level N"
+    QString name;  ///< as the kernel names it, or "Level N"
     int count = 0; ///< logical processors
-    bool operator==(const CoreTier &) const = default;
+    bool operator==(const CoreTier&) const = default;
 };
 
 namespace CoreTopology {
 
-    /// This machine's tiers, fastest first, found once per process. Empty when all cores are alike.
-    const QList<CoreTier> &tiers();
+/// This machine's tiers, fastest first, found once per process. Empty when all cores are alike.
+const QList<CoreTier>& tiers();
 
-    /// Logical cores of all tiers, or the active processors when there are no tiers.
-    int totalCores();
+/// Logical cores of all tiers, or the active processors when there are no tiers.
+int totalCores();
 
-    /// The same for any machine.
-    QList<CoreTier> tiers(const KernelValues &kernel);
-    int totalCores(const QList<CoreTier> &tiers, const KernelValues &kernel);
+/// The same for any machine.
+QList<CoreTier> tiers(const KernelValues& kernel);
+int totalCores(const QList<CoreTier>& tiers, const KernelValues& kernel);
 
-    /// Makes `tiers` this machine's from now on, so that another machine's items can be drawn here.
-    void useTiers(const QList<CoreTier> &tiers);
+/// Makes `tiers` this machine's from now on, so that another machine's items can be drawn here.
+void useTiers(const QList<CoreTier>& tiers);
 
 } // namespace CoreTopology
 } // namespace kestrum

@@ -11,38 +11,38 @@ namespace kestrum {
 /// Display texts are named by their English form. The choice is read anew at each call.
 namespace AppLanguage {
 
-    /// The choice that stands for "follow the session's languages".
-    inline constexpr char systemChoice[] = "system";
+/// The choice that stands for "follow the session's languages".
+inline constexpr char systemChoice[] = "system";
 
-    /// "KESTRUM_LANGUAGE" of the environment, else the stored choice, else "system".
-    QString choice();
+/// "KESTRUM_LANGUAGE" of the environment, else the stored choice, else "system".
+QString choice();
 
-    /// The code of the language in effect, such as "de".
-    QString code();
+/// The code of the language in effect, such as "de".
+QString code();
 
-    /// The code that was in effect when the process started; empty until recorded by the entry point.
-    QString launchedCode();
-    void recordLaunchedCode();
+/// The code that was in effect when the process started; empty until recorded by the entry point.
+QString launchedCode();
+void recordLaunchedCode();
 
-    /// The text `key` in the language in effect; `key` itself where it has no translation.
-    QString string(const char *key);
-    QString string(const QString &key);
+/// The text `key` in the language in effect; `key` itself where it has no translation.
+QString string(const char* key);
+QString string(const QString& key);
 
-    /// Languages that the main bundle ships, its development language first.
-    QStringList shipped();
+/// Languages that the main bundle ships, its development language first.
+QStringList shipped();
 
-    /// The session's languages, most preferred first; "en" when it names none.
-    QStringList systemLanguages();
+/// The session's languages, most preferred first; "en" when it names none.
+QStringList systemLanguages();
 
-    /// Code and own name ("de", "Deutsch") of every shipped language, sorted by name.
-    QList<std::pair<QString, QString>> available();
+/// Code and own name ("de", "Deutsch") of every shipped language, sorted by name.
+QList<std::pair<QString, QString>> available();
 
-    /// Writes the choice into the process's own "AppleLanguages", by which the platform's texts are chosen; removes
-    /// that key when the session's languages are to be followed.
-    void applyChoiceToProcessDefaults();
+/// Writes the choice into the process's own "AppleLanguages", by which the platform's texts are chosen; removes
+/// that key when the session's languages are to be followed.
+void applyChoiceToProcessDefaults();
 
-    /// Whether the language in effect is another than at the start of the process.
-    bool processIsStale();
+/// Whether the language in effect is another than at the start of the process.
+bool processIsStale();
 
 } // namespace AppLanguage
 } // namespace kestrum

@@ -7,27 +7,27 @@ namespace kestrum {
 /// Byte counts as people read them.
 namespace ByteText {
 
-    enum class Counting {
-        file, ///< 1 kB is 1000 bytes
-        memory, ///< 1 kB is 1024 bytes
-    };
+enum class Counting {
+    file,   ///< 1 kB is 1000 bytes
+    memory, ///< 1 kB is 1024 bytes
+};
 
-    /// A byte-count formatter with the language and region in effect when it was made.
-    class Style {
-    public:
-        /// `bytes` in the largest unit that leaves at least 1, from bytes to petabytes: bytes and kilobytes without
-        /// decimals, megabytes with at most one, larger units with at most two. Zero is a number, not a word.
-        QString format(qint64 bytes) const;
+/// A byte-count formatter with the language and region in effect when it was made.
+class Style {
+public:
+    /// `bytes` in the largest unit that leaves at least 1, from bytes to petabytes: bytes and kilobytes without
+    /// decimals, megabytes with at most one, larger units with at most two. Zero is a number, not a word.
+    QString format(qint64 bytes) const;
 
-    private:
-        friend Style style(Counting counting);
-        Style(Counting counting, QString language, QString region);
-        Counting m_counting;
-        QString m_language;
-        QString m_region;
-    };
+private:
+    friend Style style(Counting counting);
+    Style(Counting counting, QString language, QString region);
+    Counting m_counting;
+    QString m_language;
+    QString m_region;
+};
 
-    Style style(Counting counting);
+Style style(Counting counting);
 
 } // namespace ByteText
 } // namespace kestrum

@@ -9,11 +9,11 @@ namespace kestrum {
 /// grouping separators the user's region.
 namespace TextLocale {
 
-    /// A number formatter for `language` (a code such as "de") and `region` (such as "US", may be empty).
-    icu::number::LocalizedNumberFormatter formatter(const QString &language, const QString &region,
-        const icu::number::UnlocalizedNumberFormatter &settings);
+/// A number formatter for `language` (a code such as "de") and `region` (such as "US", may be empty).
+icu::number::LocalizedNumberFormatter formatter(
+    const QString& language, const QString& region, const icu::number::UnlocalizedNumberFormatter& settings);
 
-    QString fromUnicode(const icu::UnicodeString &text);
+QString fromUnicode(const icu::UnicodeString& text);
 
 } // namespace TextLocale
 } // namespace kestrum

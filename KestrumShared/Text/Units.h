@@ -10,21 +10,21 @@ namespace kestrum {
 /// call.
 namespace Units {
 
-    enum class TemperatureChoice { system, celsius, fahrenheit };
-    enum class TemperatureUnit { celsius, fahrenheit };
+enum class TemperatureChoice { system, celsius, fahrenheit };
+enum class TemperatureUnit { celsius, fahrenheit };
 
-    /// The stored choice; `system` when it is absent or not understood.
-    TemperatureChoice temperatureChoice();
+/// The stored choice; `system` when it is absent or not understood.
+TemperatureChoice temperatureChoice();
 
-    /// The unit to show: the choice, or for `system` what is usual in the user's region.
-    TemperatureUnit temperatureUnit();
+/// The unit to show: the choice, or for `system` what is usual in the user's region.
+TemperatureUnit temperatureUnit();
 
-    /// The compact text of the menu-bar items, such as "65°": the value in the shown unit, rounded with halves away
-    /// from zero, without a unit letter. `celsius` must be finite, and small enough for a 64-bit integer.
-    QString degrees(double celsius);
+/// The compact text of the menu-bar items, such as "65°": the value in the shown unit, rounded with halves away
+/// from zero, without a unit letter. `celsius` must be finite, and small enough for a 64-bit integer.
+QString degrees(double celsius);
 
-    /// The full text with unit symbol and exactly `fraction` decimals, such as "21.3°C".
-    QString temperature(double celsius, int fraction);
+/// The full text with unit symbol and exactly `fraction` decimals, such as "21.3°C".
+QString temperature(double celsius, int fraction);
 
 } // namespace Units
 

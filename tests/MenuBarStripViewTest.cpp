@@ -463,8 +463,10 @@ private Q_SLOTS:
         Fixture f;
         f.show();
         f.press(f.middle(cpu));
-        f.drag(3);
-        f.release(3);
+        const double place = 5 + f.frame(cpu).width() / 2;
+        f.drag(place);
+        QCOMPARE(f.frame(cpu).left(), 5.0);
+        f.release(place);
         QVERIFY(!f.strip.dragged());
         QCOMPARE(f.strip.cursor().shape(), Qt::OpenHandCursor);
         QCOMPARE(storedOrder(), QStringLiteral("cpu,storage,sensors,memory"));

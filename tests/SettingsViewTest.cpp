@@ -1,58 +1,21 @@
-#include "Kestrum/Window/SettingsView.h"
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
 #include "Kestrum/MenuBar/MenuBarPreview.h"
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
-#include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
-#include "Kestrum/Window/SaveNotice.h"
-#include "Kestrum/Window/Sidebar.h"
-#include "Kestrum/Window/SplitView.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Bundle.h"
+#include "tests/SettingsWindow.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
-#include <QAccessible>
-#include <QApplication>
 #include <QDir>
 #include <QLabel>
-#include <QSignalSpy>
-#include <QTest>
 
 using namespace kestrum;
 
 class SettingsViewTest : public QObject {
     Q_OBJECT
-
-    struct Window {
-        SettingsView view;
-
-        Window()
-        {
-            view.resize(640, 520);
-            view.show();
-            view.activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(&view));
-            QTest::qWait(10); // the probe's turn
-        }
-        Sidebar& sidebar() { return *view.findChild<Sidebar*>(); }
-        SplitView& split() { return *view.findChild<SplitView*>(); }
-        SaveNotice& notice() { return *view.findChild<SaveNotice*>(); }
-        int sidebarWidth() { return split().sizes().first(); }
-
-        void dragDividerTo(int x)
-        {
-            QSplitterHandle* divider = split().handle(1);
-            const QPoint grabbed = divider->rect().center();
-            QTest::mousePress(divider, Qt::LeftButton, {}, grabbed);
-            const QPoint target = divider->mapFrom(&view, QPoint(x, 100));
-            QMouseEvent move(QEvent::MouseMove, target, divider->mapToGlobal(target), Qt::NoButton,
-                Qt::LeftButton, Qt::NoModifier);
-            QApplication::sendEvent(divider, &move);
-            QTest::mouseRelease(divider, Qt::LeftButton, {}, divider->rect().center());
-        }
-    };
 
     static QString storedPane()
     {
@@ -87,7 +50,7 @@ private Q_SLOTS:
         QFETCH(QJsonValue, stored);
         if (!stored.isUndefined())
             SharedSettings::store().set("settingsPane", stored);
-        Window w;
+        SettingsWindow w;
         QCOMPARE(w.view.page(), SettingsPage::menuBar);
         QVERIFY(qobject_cast<MenuBarPage*>(w.view.pageWidget()));
         QCOMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menu Bar"));
@@ -99,11 +62,11 @@ private Q_SLOTS:
     void theWindowReopensOnThePageLastShown()
     {
         {
-            Window w;
+            SettingsWindow w;
             w.view.selectPage(SettingsPage::general);
             QCOMPARE(storedPane(), QStringLiteral("general"));
         }
-        Window w;
+        SettingsWindow w;
         QCOMPARE(w.view.page(), SettingsPage::general);
         QVERIFY(!qobject_cast<MenuBarPage*>(w.view.pageWidget()));
     }
@@ -121,7 +84,7 @@ private Q_SLOTS:
 
     void theMenuBarPageBeginsWithThePreviewAlone()
     {
-        Window w;
+        SettingsWindow w;
         QWidget* page = w.view.pageWidget();
         QCOMPARE(page->findChildren<MenuBarPreview*>().size(), 1);
         Card* first = page->findChildren<Card*>().first();
@@ -132,58 +95,9 @@ private Q_SLOTS:
         QCOMPARE(first->size(), page->findChild<MenuBarPreview*>()->size());
     }
 
-    void theSidebarListsThePagesInGroups()
-    {
-        Window w;
-        QStringList rows;
-        for (int row = 0; row < w.sidebar().model()->rowCount(); ++row) {
-            const QModelIndex index = w.sidebar().model()->index(row, 0);
-            rows.append(index.data().toString() + (index.flags() ? QString() : QStringLiteral(":")));
-        }
-        QCOMPARE(rows,
-            QStringList({ QStringLiteral("Interface:"), QStringLiteral("Menu Bar"),
-                QStringLiteral("Popovers"), QStringLiteral("Application:"), QStringLiteral("General") }));
-        QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&w.sidebar());
-        QCOMPARE(list->role(), QAccessible::List);
-        QCOMPARE(list->child(1)->text(QAccessible::Name), QStringLiteral("Menu Bar"));
-        QVERIFY(list->child(1)->state().selected);
-    }
-
-    void arrowsPassOverHeadings()
-    {
-        Window w;
-        QVERIFY(w.sidebar().hasFocus());
-        QTest::keyClick(&w.sidebar(), Qt::Key_Up);
-        QCOMPARE(w.view.page(), SettingsPage::menuBar);
-        QTest::keyClick(&w.sidebar(), Qt::Key_Down);
-        QCOMPARE(storedPane(), QStringLiteral("popovers"));
-        QTest::keyClick(&w.sidebar(), Qt::Key_Down);
-        QCOMPARE(storedPane(), QStringLiteral("general"));
-        QTest::keyClick(&w.sidebar(), Qt::Key_Home);
-        QCOMPARE(storedPane(), QStringLiteral("menuBar"));
-        QTest::keyClick(&w.sidebar(), Qt::Key_End);
-        QCOMPARE(w.view.page(), SettingsPage::general);
-        QTest::keyClick(&w.sidebar(), Qt::Key_Up);
-        QCOMPARE(w.view.page(), SettingsPage::popovers);
-    }
-
-    void aClickSelectsAPageAndAHeadingNothing()
-    {
-        Window w;
-        const auto click = [&w](int row) {
-            const QRect place = w.sidebar().visualRect(w.sidebar().model()->index(row, 0));
-            QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {}, place.center());
-        };
-        click(4);
-        QCOMPARE(w.view.page(), SettingsPage::general);
-        click(0);
-        QCOMPARE(w.view.page(), SettingsPage::general);
-        QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()));
-    }
-
     void controlAndDigitsChoosePages()
     {
-        Window w;
+        SettingsWindow w;
         QTest::keyClick(&w.view, Qt::Key_3, Qt::ControlModifier);
         QCOMPARE(w.view.page(), SettingsPage::general);
         QCOMPARE(storedPane(), QStringLiteral("general"));
@@ -195,7 +109,7 @@ private Q_SLOTS:
 
     void aPageThatGoesLeavesTheKeyboardToTheSidebar()
     {
-        Window w;
+        SettingsWindow w;
         w.view.findChild<MenuBarStripView*>()->setFocus(Qt::TabFocusReason);
         QVERIFY(!w.sidebar().hasFocus());
         QTest::keyClick(&w.view, Qt::Key_2, Qt::ControlModifier);
@@ -214,14 +128,14 @@ private Q_SLOTS:
     void controlWAndQClose()
     {
         QFETCH(Qt::Key, key);
-        Window w;
+        SettingsWindow w;
         QTest::keyClick(&w.view, key, Qt::ControlModifier);
         QTRY_VERIFY(!w.view.isVisible());
     }
 
     void anotherProgramsChoiceOfThePaneIsFollowed()
     {
-        Window w;
+        SettingsWindow w;
         SharedSettings::store().set("settingsPane", QStringLiteral("general"));
         QTRY_COMPARE(w.view.page(), SettingsPage::general);
         SharedSettings::store().set("settingsPane", QStringLiteral("nonsense"));
@@ -231,65 +145,16 @@ private Q_SLOTS:
 
     void onlyThePageShownIsBuilt()
     {
-        Window w;
+        SettingsWindow w;
         QCOMPARE(w.view.findChildren<FormPage*>().size(), 1);
         w.view.selectPage(SettingsPage::popovers);
         QCOMPARE(w.view.findChildren<FormPage*>().size(), 1);
         QVERIFY(w.view.findChildren<MenuBarPage*>().isEmpty());
     }
 
-    void theSidebarIsNeitherNarrowerNorWiderThanItMay()
-    {
-        Window w;
-        w.view.resize(900, 520);
-        QCOMPARE(w.sidebarWidth(), 204);
-        w.dragDividerTo(100);
-        QCOMPARE(w.sidebarWidth(), 204);
-        w.dragDividerTo(250);
-        QVERIFY2(std::abs(w.sidebarWidth() - 250) < 4, qPrintable(QString::number(w.sidebarWidth())));
-        w.dragDividerTo(700);
-        QCOMPARE(w.sidebarWidth(), 320);
-        // Dragged to the very edge, where a collapsible column would vanish.
-        w.dragDividerTo(0);
-        QCOMPARE(w.sidebarWidth(), 204);
-    }
-
-    void aSmallWindowDoesNotCollapseTheSidebar()
-    {
-        Window w;
-        w.view.resize(1000, 520);
-        w.dragDividerTo(310);
-        w.view.resize(640, 480);
-        QVERIFY(w.sidebarWidth() >= 204);
-        QCOMPARE(w.view.minimumSize(), QSize(640, 480));
-        w.view.resize(100, 100);
-        QCOMPARE(w.view.size(), QSize(640, 480));
-    }
-
-    void theProbePinsTheFirstColumnOfTheNearestSplitView()
-    {
-        QSplitter outer;
-        auto* inner = new QSplitter(&outer);
-        auto* column = new QWidget(inner);
-        new QWidget(inner);
-        new NonCollapsibleSidebarProbe(column);
-        QVERIFY(inner->isCollapsible(0));
-        QTRY_VERIFY(!inner->isCollapsible(0));
-        QVERIFY(inner->isCollapsible(1));
-        QVERIFY(outer.isCollapsible(0));
-    }
-
-    void aProbeOutsideOfASplitViewDoesNothing()
-    {
-        QWidget window;
-        auto* probe = new NonCollapsibleSidebarProbe(&window);
-        QTest::qWait(10);
-        QCOMPARE(probe->parentWidget(), &window);
-    }
-
     void anotherLanguageRebuildsTheWindowOnTheSamePage()
     {
-        Window w;
+        SettingsWindow w;
         w.view.selectPage(SettingsPage::general);
         Setting { Keys::language }.set(QStringLiteral("de"));
         QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Allgemein"));
@@ -301,10 +166,22 @@ private Q_SLOTS:
         QCOMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menüleiste"));
     }
 
+    void anotherLanguageLeavesTheDividerWhereItIs()
+    {
+        SettingsWindow w;
+        w.view.resize(900, 520);
+        w.dragDividerTo(260);
+        const int width = w.sidebarWidth();
+        Setting { Keys::language }.set(QStringLiteral("de"));
+        QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menüleiste"));
+        QTRY_COMPARE(w.sidebarWidth(), width);
+        QVERIFY(w.sidebar().hasFocus());
+    }
+
     void theWindowsLocaleHasTheUsersRegion()
     {
         qputenv("LC_NUMERIC", "fr_CH.UTF-8");
-        Window w;
+        SettingsWindow w;
         QCOMPARE(w.view.locale().language(), QLocale::English);
         QCOMPARE(w.view.locale().territory(), QLocale::Switzerland);
         // Also where the language's code names a region of its own.
@@ -317,7 +194,7 @@ private Q_SLOTS:
 
     void theWholeWindowFollowsTheScheme()
     {
-        Window w;
+        SettingsWindow w;
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
             const QImage picture = w.view.grab().toImage();
@@ -328,26 +205,6 @@ private Q_SLOTS:
             QCOMPARE(picture.pixelColor(230, 80).rgba(),
                 Theme::colour(Theme::Colour::previewPlate, scheme).rgba());
         }
-    }
-
-    void theSelectedRowIsGreyWhileTheWindowIsInactive()
-    {
-        Window w;
-        const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
-        const QPoint place
-            = w.sidebar().viewport()->mapTo(&w.view, QPoint(row.right() - 14, row.center().y()));
-        const QColor selection = Theme::colour(Theme::Colour::selection);
-        QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
-        // Also while something else in the window has the keyboard.
-        w.sidebar().clearFocus();
-        QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
-        QWidget other;
-        other.show();
-        other.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&other));
-        const QColor grey = w.view.grab().toImage().pixelColor(place);
-        QVERIFY(grey.rgba() != selection.rgba());
-        QVERIFY(grey.hsvSaturationF() < 0.1F);
     }
 
     void cardsAreCentredAndNeverTooWide_data()
@@ -392,7 +249,7 @@ private Q_SLOTS:
 
     void aFailedSaveIsToldUntilOneSucceeds()
     {
-        Window w;
+        SettingsWindow w;
         QVERIFY(!w.notice().isVisible());
         // A directory where the settings file should be: it can be neither read nor replaced, not even by root.
         const QString path = SharedSettings::store().filePath();
@@ -401,6 +258,10 @@ private Q_SLOTS:
         QVERIFY(!Setting { Keys::showCPUItem }.set(false));
         QTRY_VERIFY(w.notice().isVisible());
         QVERIFY(w.notice().accessibleName().contains(SharedSettings::store().lastError()));
+        {
+            SettingsWindow another;
+            QVERIFY(another.notice().isVisible());
+        }
         QVERIFY(QDir(path).removeRecursively());
         QVERIFY(Setting { Keys::showCPUItem }.set(false));
         QTRY_VERIFY(!w.notice().isVisible());

@@ -1,0 +1,208 @@
+#include "Kestrum/Form/Theme.h"
+#include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Bundle.h"
+#include "tests/SettingsWindow.h"
+#include "tests/TestBundle.h"
+#include "tests/TestHome.h"
+
+#include <QAccessible>
+
+using namespace kestrum;
+
+/// The window's first column: the list of pages, its limits and its looks.
+class SidebarTest : public QObject {
+    Q_OBJECT
+
+    static QString storedPane()
+    {
+        return SharedSettings::store().storedDictionary().value(QLatin1StringView("settingsPane")).toString();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QApplication::setStyle(QStringLiteral("fusion"));
+        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
+        SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults());
+    }
+
+    void init()
+    {
+        SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
+        QTest::qWait(20);
+    }
+
+    void theSidebarListsThePagesInGroups()
+    {
+        SettingsWindow w;
+        QStringList rows;
+        for (int row = 0; row < w.sidebar().model()->rowCount(); ++row) {
+            const QModelIndex index = w.sidebar().model()->index(row, 0);
+            rows.append(index.data().toString() + (index.flags() ? QString() : QStringLiteral(":")));
+        }
+        QCOMPARE(rows,
+            QStringList({ QStringLiteral("Interface:"), QStringLiteral("Menu Bar"),
+                QStringLiteral("Popovers"), QStringLiteral("Application:"), QStringLiteral("General") }));
+        QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&w.sidebar());
+        QCOMPARE(list->role(), QAccessible::List);
+        QCOMPARE(list->child(1)->text(QAccessible::Name), QStringLiteral("Menu Bar"));
+        QVERIFY(list->child(1)->state().selected);
+    }
+
+    void arrowsPassOverHeadings()
+    {
+        SettingsWindow w;
+        QVERIFY(w.sidebar().hasFocus());
+        QTest::keyClick(&w.sidebar(), Qt::Key_Up);
+        QCOMPARE(w.view.page(), SettingsPage::menuBar);
+        QTest::keyClick(&w.sidebar(), Qt::Key_Down);
+        QCOMPARE(storedPane(), QStringLiteral("popovers"));
+        QTest::keyClick(&w.sidebar(), Qt::Key_Down);
+        QCOMPARE(storedPane(), QStringLiteral("general"));
+        QTest::keyClick(&w.sidebar(), Qt::Key_Home);
+        QCOMPARE(storedPane(), QStringLiteral("menuBar"));
+        QTest::keyClick(&w.sidebar(), Qt::Key_End);
+        QCOMPARE(w.view.page(), SettingsPage::general);
+        QTest::keyClick(&w.sidebar(), Qt::Key_Up);
+        QCOMPARE(w.view.page(), SettingsPage::popovers);
+    }
+
+    void aClickSelectsAPageAndAHeadingNothing()
+    {
+        SettingsWindow w;
+        const auto click = [&w](int row) {
+            const QRect place = w.sidebar().visualRect(w.sidebar().model()->index(row, 0));
+            QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {}, place.center());
+        };
+        click(4);
+        QCOMPARE(w.view.page(), SettingsPage::general);
+        click(0);
+        QCOMPARE(w.view.page(), SettingsPage::general);
+        QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()));
+    }
+
+    void theSidebarIsNeitherNarrowerNorWiderThanItMay()
+    {
+        SettingsWindow w;
+        w.view.resize(900, 520);
+        QCOMPARE(w.sidebarWidth(), 204);
+        w.dragDividerTo(100);
+        QCOMPARE(w.sidebarWidth(), 204);
+        w.dragDividerTo(250);
+        QVERIFY2(std::abs(w.sidebarWidth() - 250) < 4, qPrintable(QString::number(w.sidebarWidth())));
+        w.dragDividerTo(700);
+        QCOMPARE(w.sidebarWidth(), 320);
+        // Dragged to the very edge, where a collapsible column would vanish.
+        w.dragDividerTo(0);
+        QCOMPARE(w.sidebarWidth(), 204);
+    }
+
+    void aSmallWindowDoesNotCollapseTheSidebar()
+    {
+        SettingsWindow w;
+        w.view.resize(1000, 520);
+        w.dragDividerTo(310);
+        w.view.resize(640, 480);
+        QVERIFY(w.sidebarWidth() >= 204);
+        QCOMPARE(w.view.minimumSize(), QSize(640, 480));
+        w.view.resize(100, 100);
+        QCOMPARE(w.view.size(), QSize(640, 480));
+    }
+
+    void theProbePinsTheFirstColumnOfTheNearestSplitView()
+    {
+        QSplitter outer;
+        auto* inner = new QSplitter(&outer);
+        auto* column = new QWidget(inner);
+        new QWidget(inner);
+        new NonCollapsibleSidebarProbe(column);
+        QVERIFY(inner->isCollapsible(0));
+        QTRY_VERIFY(!inner->isCollapsible(0));
+        QVERIFY(inner->isCollapsible(1));
+        QVERIFY(outer.isCollapsible(0));
+    }
+
+    void aProbeOutsideOfASplitViewDoesNothing()
+    {
+        QWidget window;
+        auto* probe = new NonCollapsibleSidebarProbe(&window);
+        QTest::qWait(10);
+        QCOMPARE(probe->parentWidget(), &window);
+    }
+
+    void aLanguageWrittenFromTheRightMirrorsTheWindow()
+    {
+        const TestBundle bundle("{ }", { "en", "he" });
+        SettingsWindow w;
+        QVERIFY(w.sidebar().mapTo(&w.view, QPoint(0, 0)).x()
+            < w.view.pageWidget()->mapTo(&w.view, QPoint(0, 0)).x());
+        const auto columnOfSymbol = [&w] {
+            // The first column that differs from the row's plain ground, from the leading end.
+            const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+            const QImage picture = w.sidebar().viewport()->grab(row).toImage();
+            const QRgb ground = Theme::colour(Theme::Colour::selection).rgba();
+            const bool isMirrored = w.sidebar().isRightToLeft();
+            for (int i = 10; i < picture.width(); ++i) {
+                for (int y = 8; y < picture.height() - 8; ++y) {
+                    if (picture.pixel(isMirrored ? picture.width() - 1 - i : i, y) != ground)
+                        return i;
+                }
+            }
+            return -1;
+        };
+        const int column = columnOfSymbol();
+        QVERIFY2(column >= 18 && column <= 20, qPrintable(QString::number(column)));
+        Setting { Keys::language }.set(QStringLiteral("he"));
+        QTRY_COMPARE(w.view.locale().language(), QLocale::Hebrew);
+        QTRY_VERIFY(w.sidebar().mapTo(&w.view, QPoint(0, 0)).x()
+            > w.view.pageWidget()->mapTo(&w.view, QPoint(0, 0)).x());
+        QVERIFY(w.sidebar().isRightToLeft());
+        // Once the new row has been painted, and but for rounding.
+        QTRY_VERIFY(std::abs(columnOfSymbol() - column) <= 1);
+        Setting { Keys::language }.set(QStringLiteral("en"));
+        QTRY_VERIFY(!w.sidebar().isRightToLeft());
+    }
+
+    void theSidebarMarksItsRowWhileTheKeyboardIsAtIt()
+    {
+        SettingsWindow w;
+        const auto isMarked = [&w] {
+            const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+            // The ring is 1 beside the row, which is 8 from the edge, and 2 wide.
+            const QImage picture = w.sidebar().viewport()->grab().toImage();
+            return picture.pixel(6, row.center().y()) == Theme::colour(Theme::Colour::accent).rgba();
+        };
+        QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {},
+            w.sidebar().visualRect(w.sidebar().currentIndex()).center());
+        QVERIFY(!isMarked());
+        QTest::keyClick(&w.view, Qt::Key_Tab);
+        QVERIFY(!isMarked());
+        QTest::keyClick(w.view.focusWidget(), Qt::Key_Backtab);
+        QVERIFY(w.sidebar().hasFocus());
+        QVERIFY(isMarked());
+    }
+
+    void theSelectedRowIsGreyWhileTheWindowIsInactive()
+    {
+        SettingsWindow w;
+        const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+        const QPoint place
+            = w.sidebar().viewport()->mapTo(&w.view, QPoint(row.right() - 14, row.center().y()));
+        const QColor selection = Theme::colour(Theme::Colour::selection);
+        QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
+        // Also while something else in the window has the keyboard.
+        w.sidebar().clearFocus();
+        QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        const QColor grey = w.view.grab().toImage().pixelColor(place);
+        QVERIFY(grey.rgba() != selection.rgba());
+        QVERIFY(grey.hsvSaturationF() < 0.1F);
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, SidebarTest)
+#include "SidebarTest.moc"

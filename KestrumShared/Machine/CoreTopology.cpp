@@ -9,15 +9,6 @@ QList<CoreTier>& machineTiers()
     return tiers;
 }
 
-std::optional<QString> string(const KernelValues& kernel, const QByteArray& name)
-{
-    const auto raw = kernel.text(name);
-    if (!raw || raw->isEmpty())
-        return std::nullopt;
-    // Repairs what is not UTF-8.
-    return QString::fromUtf8(*raw);
-}
-
 } // namespace
 
 const QList<CoreTier>& CoreTopology::tiers()
@@ -39,8 +30,9 @@ QList<CoreTier> CoreTopology::tiers(const KernelValues& kernel)
         const auto count = kernel.integer(prefix + ".logicalcpu");
         if (!count)
             continue;
-        const auto name = string(kernel, prefix + ".name");
-        result.append({ name.value_or(QStringLiteral("Level %1").arg(level)), int(*count) });
+        const auto name = kernel.text(prefix + ".name");
+        result.append(
+            { name ? QString::fromUtf8(*name) : QStringLiteral("Level %1").arg(level), int(*count) });
     }
     return result;
 }

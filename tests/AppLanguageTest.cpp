@@ -61,6 +61,9 @@ private Q_SLOTS:
         qputenv("KESTRUM_LANGUAGE", "de");
         QCOMPARE(AppLanguage::choice(), QStringLiteral("de"));
         QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
+        qputenv("KESTRUM_LANGUAGE", "system");
+        QCOMPARE(AppLanguage::choice(), QStringLiteral("system"));
+        QCOMPARE(AppLanguage::code(), QStringLiteral("en"));
     }
 
     void theEnvironmentIsTakenAsItStands()
@@ -177,6 +180,8 @@ private Q_SLOTS:
         row("LANGUAGE=ja:fr:de LANG=en_US", "fr");
         row("LANGUAGE=de:fr LANG=en_US", "de");
         row("LANGUAGE=ja LANG=de_DE", "de");
+        // Also where it is only a relative of what is shipped, and a later one is shipped itself.
+        row("LANGUAGE=pt_PT:fr LANG=en_US", "pt-BR");
         // Nothing comes close.
         row("LANG=ja_JP", "en");
         row("LANGUAGE=ja:ko LANG=th_TH", "en");
@@ -293,6 +298,9 @@ private Q_SLOTS:
         QTest::newRow("Zulu, with a capital inside") << QByteArray("zu") << QStringLiteral("IsiZulu");
         QTest::newRow("with a script") << QByteArray("zh-Hans") << QStringLiteral("中文（简体）");
         QTest::newRow("with a region") << QByteArray("pt-BR") << QStringLiteral("Português (Brasil)");
+        QTest::newRow("with a region behind an underscore")
+            << QByteArray("pt_BR") << QStringLiteral("Português (Brasil)");
+        QTest::newRow("of two words") << QByteArray("nb") << QStringLiteral("Norsk Bokmål");
         QTest::newRow("no own name") << QByteArray("la") << QStringLiteral("la");
         QTest::newRow("unknown") << QByteArray("xx") << QStringLiteral("xx");
         QTest::newRow("no language") << QByteArray("12") << QStringLiteral("12");

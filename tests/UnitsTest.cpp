@@ -158,9 +158,13 @@ private Q_SLOTS:
         // French in Switzerland separates in its own way, Japanese there as most people of the country do.
         row("KESTRUM_LANGUAGE=fr LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=ja LANG=de_CH", "1’021.3°C", "1’870.3°F");
+        // The region takes the place of the code's own, whose form may be that of a folder's name.
+        row("KESTRUM_LANGUAGE=fr-CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
+        row("KESTRUM_LANGUAGE=fr_CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
         // Without a region, the language's own.
         row("KESTRUM_LANGUAGE=en LANG=C", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=de LANG=C", "1.021,3 °C", "1.870,3 °F");
+        row("KESTRUM_LANGUAGE=fr_CA LANG=C", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=de LANG=en_ZZ", "1,021.3 °C", "1,870.3 °F");
         // The region of numbers, not that of texts or measurement.
         row("KESTRUM_LANGUAGE=de LANG=de_DE LC_NUMERIC=en_US LC_MEASUREMENT=de_DE", "1,021.3 °C",
@@ -171,7 +175,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, session);
         QFETCH(QString, celsius);
         QFETCH(QString, fahrenheit);
-        const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de", "fr", "ar", "ja" });
+        const TestBundle bundle(
+            "CFBundleDevelopmentRegion = en;", { "en", "de", "fr", "fr-CA", "fr_CA", "ar", "ja" });
         setSession(session);
         choose("celsius");
         QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), celsius);

@@ -1,6 +1,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/TextLocale.h"
 #include "Platform/Bundle.h"
 #include "Platform/GlobalDomain.h"
 #include "Platform/UserDefaults.h"
@@ -30,26 +31,18 @@ QString developmentLanguage()
     return Bundle::main().developmentLocalization().value_or(QStringLiteral("en"));
 }
 
-icu::Locale localeOf(const QString& code)
-{
-    UErrorCode status = U_ZERO_ERROR;
-    const QByteArray tag = QString(code).replace(QLatin1Char('_'), QLatin1Char('-')).toUtf8();
-    const auto locale = icu::Locale::forLanguageTag(tag.constData(), status);
-    return U_SUCCESS(status) ? locale : icu::Locale::getRoot();
-}
-
 // The one of `shipped` that serves a reader of `wanted` best; empty when none comes close.
 QString bestMatch(const QStringList& shipped, const QStringList& wanted)
 {
     UErrorCode status = U_ZERO_ERROR;
     icu::LocaleMatcher::Builder builder;
     for (const QString& code : shipped)
-        builder.addSupportedLocale(localeOf(code));
+        builder.addSupportedLocale(TextLocale::ofLanguage(code));
     const icu::LocaleMatcher matcher = builder.build(status);
 
     std::vector<icu::Locale> desired;
     for (const QString& code : wanted)
-        desired.push_back(localeOf(code));
+        desired.push_back(TextLocale::ofLanguage(code));
     icu::Locale::RangeIterator<std::vector<icu::Locale>::const_iterator> iterator(
         desired.cbegin(), desired.cend());
     const auto result = matcher.getBestMatchResult(iterator, status);
@@ -72,10 +65,10 @@ QString preferred(const QStringList& shipped, const QStringList& wanted)
     return last.code;
 }
 
-// The language's name for itself as it begins a line: "Deutsch", "Français", "日本語".
+// The language's name for itself, its words with a capital each: "Deutsch", "Norsk Bokmål", "日本語".
 QString ownName(const QString& code)
 {
-    const icu::Locale locale = localeOf(code);
+    const icu::Locale locale = TextLocale::ofLanguage(code);
     UErrorCode status = U_ZERO_ERROR;
     UChar language[256];
     uloc_getDisplayLanguage(
@@ -87,7 +80,7 @@ QString ownName(const QString& code)
     locale.getDisplayName(locale, name);
     // Capitals that a name has inside ("isiZulu") are its own.
     name.toTitle(nullptr, locale, U_TITLECASE_NO_LOWERCASE);
-    return QString::fromUtf16(name.getBuffer(), name.length());
+    return TextLocale::fromUnicode(name);
 }
 
 } // namespace

@@ -13,10 +13,10 @@ using icu::DecimalFormatSymbols;
 
 icu::Locale textLocale(const QString& language, const QString& region)
 {
+    const icu::Locale locale = TextLocale::ofLanguage(language);
+    if (region.isEmpty())
+        return locale;
     UErrorCode status = U_ZERO_ERROR;
-    icu::Locale locale = icu::Locale::forLanguageTag(language.toUtf8().constData(), status);
-    if (region.isEmpty() || U_FAILURE(status))
-        return U_SUCCESS(status) ? locale : icu::Locale::getRoot();
     const auto withRegion
         = icu::LocaleBuilder().setLocale(locale).setRegion(region.toLatin1().constData()).build(status);
     return U_SUCCESS(status) ? withRegion : locale;
@@ -36,6 +36,14 @@ icu::Locale regionsOwnLocale(const QString& region, const icu::Locale& digits)
 }
 
 } // namespace
+
+icu::Locale TextLocale::ofLanguage(const QString& code)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    const QByteArray tag = QString(code).replace(QLatin1Char('_'), QLatin1Char('-')).toUtf8();
+    const auto locale = icu::Locale::forLanguageTag(tag.constData(), status);
+    return U_SUCCESS(status) ? locale : icu::Locale::getRoot();
+}
 
 icu::number::LocalizedNumberFormatter TextLocale::formatter(
     const QString& language, const QString& region, const icu::number::UnlocalizedNumberFormatter& settings)

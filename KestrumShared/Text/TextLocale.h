@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <unicode/locid.h>
 #include <unicode/numberformatter.h>
 
 namespace kestrum {
@@ -8,6 +9,10 @@ namespace kestrum {
 /// The locale of all numbers that people see: words, digits and unit symbols follow the interface language, decimal and
 /// grouping separators the user's region.
 namespace TextLocale {
+
+/// The locale of a language code as bundles and people write it, "pt-BR" or "pt_BR"; the neutral one when `code` is
+/// not understood.
+icu::Locale ofLanguage(const QString& code);
 
 /// A number formatter for `language` (a code such as "de") and `region` (such as "US", may be empty).
 icu::number::LocalizedNumberFormatter formatter(

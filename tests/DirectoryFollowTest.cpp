@@ -1,4 +1,5 @@
 #include "Platform/DirectoryWatch.h"
+#include "tests/OrdinaryUser.h"
 #include "tests/TestHome.h"
 #include "tests/WatchedPlace.h"
 
@@ -25,6 +26,7 @@ private Q_SLOTS:
     void deletedAndRecreatedHundredTimesIsNeverLost();
     void linkedDirectoryIsFollowedAndSoIsItsNewTarget();
     void fileInPlaceOfTheDirectoryIsWaitedOut();
+    void ancestorThatMayBePassedButNotReadIsNoHindrance();
 };
 
 void DirectoryFollowTest::init()
@@ -175,6 +177,18 @@ void DirectoryFollowTest::fileInPlaceOfTheDirectoryIsWaitedOut()
     makeDirectory("place");
     QTRY_VERIFY(ear.heard(""));
     verifyHears(ear, "place");
+}
+
+void DirectoryFollowTest::ancestorThatMayBePassedButNotReadIsNoHindrance()
+{
+    QVERIFY(QDir().mkpath(path("closed/a/b")));
+    const OrdinaryUser user({ m_place->path(), path("closed"), path("closed/a"), path("closed/a/b") });
+    QCOMPARE(::chmod(encoded("closed").constData(), 0111), 0);
+    Ear ear(path("closed/a/b"));
+    QVERIFY(ear.watch->isNotified());
+    write("closed/a/b/file");
+    QTRY_VERIFY(ear.heard("file"));
+    QCOMPARE(::chmod(encoded("closed").constData(), 0700), 0);
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, DirectoryFollowTest)

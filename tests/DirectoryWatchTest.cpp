@@ -106,10 +106,11 @@ void DirectoryWatchTest::whatWasBeforeTheWatchIsNotTold()
     Ear early(path("d"));
     write("d/before");
     Ear late(path("d"));
+    QTRY_COMPARE(early.told, QByteArrayList { "before" }); // though nothing more happens
     write("d/after");
     QTRY_VERIFY(late.heard("after"));
     QCOMPARE(late.told, QByteArrayList { "after" });
-    QCOMPARE(early.told, (QByteArrayList { "before", "after" }));
+    QTRY_COMPARE(early.told, (QByteArrayList { "before", "after" }));
 }
 
 void DirectoryWatchTest::allWatchesOfADirectoryHear()

@@ -4,6 +4,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QFile>
 #include <QTest>
 #include <QThread>
 #include <memory>
@@ -39,6 +40,7 @@ private Q_SLOTS:
     void postBeforeTheRegistrationIsNotDelivered();
     void registrationLeavesEarlierPostsToTheOthers();
     void cancellingWhatIsNotThereDoesNothing();
+    void withoutListenersNothingIsWatched();
 };
 
 void NotificationCentreTest::init()
@@ -85,6 +87,9 @@ void NotificationCentreTest::namesAreExact()
     QTRY_COMPARE(exact.count, 1);
     QTest::qWait(quietTime);
     QCOMPARE(ear.count, 0);
+    NotificationCentre::post(QStringLiteral("suite.settings"));
+    QTRY_COMPARE(ear.count, 1);
+    QCOMPARE(exact.count, 1);
 }
 
 void NotificationCentreTest::anyTextIsAName_data()
@@ -300,6 +305,26 @@ void NotificationCentreTest::cancellingWhatIsNotThereDoesNothing()
     NotificationCentre::cancel(*ear.token + 1);
     NotificationCentre::post(QStringLiteral("x"));
     QTRY_COMPARE(ear.count, 1);
+}
+
+void NotificationCentreTest::withoutListenersNothingIsWatched()
+{
+    // A program that listens no longer is not woken by what others post.
+    const auto watches = [] {
+        int count = 0;
+        const QDir descriptors(QStringLiteral("/proc/self/fdinfo"));
+        for (const QString& descriptor : descriptors.entryList(QDir::Files)) {
+            QFile file(descriptors.filePath(descriptor));
+            if (file.open(QIODevice::ReadOnly))
+                count += int(file.readAll().count("inotify wd:"));
+        }
+        return count;
+    };
+    {
+        const Ear ear(QStringLiteral("x"));
+        QVERIFY(watches() > 0);
+    }
+    QCOMPARE(watches(), 0);
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, NotificationCentreTest)

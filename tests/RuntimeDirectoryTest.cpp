@@ -174,7 +174,9 @@ void RuntimeDirectoryTest::directoryThatOthersMayEnterIsRefused()
 {
     QVERIFY(RuntimeDirectory(m_root).isValid());
     QCOMPARE(::chmod(QFile::encodeName(m_root + QStringLiteral("/kestrum")).constData(), 0711), 0);
-    QVERIFY(!RuntimeDirectory(m_root).isValid());
+    const RuntimeDirectory directory(m_root);
+    QVERIFY(!directory.isValid());
+    QCOMPARE(directory.rootDescriptor(), -1);
 }
 
 void RuntimeDirectoryTest::subdirectoryIsCheckedLikewise()

@@ -4,6 +4,7 @@
 #include "tests/SignalEar.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -33,6 +34,7 @@ private Q_SLOTS:
     void movedRuntimeDirectoryIsMadeAnew();
     void runtimeDirectoryThatCameAnewIsFollowed();
     void directoryRemovedWhileOthersListenIsFound();
+    void listenerMakesTheDirectoryAnewByItself();
     void overflowFiresEveryName();
     void signalFileOfAnyKindIsNotFollowed();
     void signalFilesAreForUsAlone();
@@ -205,6 +207,14 @@ void SignalsBetweenTest::directoryRemovedWhileOthersListenIsFound()
     }
 }
 
+void SignalsBetweenTest::listenerMakesTheDirectoryAnewByItself()
+{
+    // Otherwise the next post would have to make it, and could be heard twice.
+    const Ear ear(QStringLiteral("x"));
+    QVERIFY(QDir(signalsDirectory()).removeRecursively());
+    QTRY_VERIFY(QDir(signalsDirectory()).exists());
+}
+
 void SignalsBetweenTest::overflowFiresEveryName()
 {
     const Ear ear(QStringLiteral("never posted"));
@@ -225,6 +235,15 @@ void SignalsBetweenTest::signalFileOfAnyKindIsNotFollowed()
     NotificationCentre::post(QStringLiteral("link"));
     QTRY_COMPARE(ear.count, 2);
     QVERIFY(!QFile::exists(target));
+
+    QFile existing(target);
+    QVERIFY(existing.open(QIODevice::WriteOnly));
+    const QDateTime past = QDateTime::fromSecsSinceEpoch(1'000'000);
+    QVERIFY(existing.setFileTime(past, QFileDevice::FileModificationTime));
+    existing.close();
+    NotificationCentre::post(QStringLiteral("link"));
+    QTRY_COMPARE(ear.count, 3);
+    QCOMPARE(QFileInfo(target).lastModified(), past);
 }
 
 void SignalsBetweenTest::signalFilesAreForUsAlone()

@@ -41,10 +41,10 @@ SystemAppearance::SystemAppearance()
     });
 }
 
-void SystemAppearance::setScheme(ColourScheme scheme)
+void SystemAppearance::setScheme(ColourScheme scheme, const std::optional<QColor>& accent)
 {
     m_isFixed = true;
-    become(scheme, std::nullopt);
+    become(scheme, accent);
 }
 
 void SystemAppearance::adopt()

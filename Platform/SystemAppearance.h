@@ -22,8 +22,8 @@ public:
     /// Nothing where the desktop names none.
     const std::optional<QColor>& accent() const { return m_accent; }
 
-    /// Fixes the scheme, for pictures and tests; nothing follows the desktop from then on.
-    void setScheme(ColourScheme scheme);
+    /// Fixes scheme and accent, for pictures and tests; nothing follows the desktop from then on.
+    void setScheme(ColourScheme scheme, const std::optional<QColor>& accent = std::nullopt);
 
 Q_SIGNALS:
     void changed();

@@ -171,7 +171,7 @@ private Q_SLOTS:
             const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
             // The ring is 1 beside the row, which is 8 from the edge, and 2 wide.
             const QImage picture = w.sidebar().viewport()->grab().toImage();
-            return picture.pixel(6, row.center().y()) == Theme::colour(Theme::Colour::accent).rgba();
+            return picture.pixel(6, row.center().y()) == Theme::colour(Theme::Colour::focusRing).rgba();
         };
         QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {},
             w.sidebar().visualRect(w.sidebar().currentIndex()).center());
@@ -181,6 +181,21 @@ private Q_SLOTS:
         QTest::keyClick(w.view.focusWidget(), Qt::Key_Backtab);
         QVERIFY(w.sidebar().hasFocus());
         QVERIFY(isMarked());
+    }
+
+    void theSelectedRowTakesTheDesktopsAccent()
+    {
+        SettingsWindow w;
+        QTest::qWait(30);
+        const QColor purple(0x8F, 0x3F, 0xAF);
+        SystemAppearance::shared().setScheme(ColourScheme::light, purple);
+        const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+        const auto shown = [&w, row] {
+            return QColor(w.sidebar().viewport()->grab().toImage().pixel(row.right() - 14, row.center().y()));
+        };
+        QCOMPARE(shown(), purple);
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        QCOMPARE(shown(), Theme::colour(Theme::Colour::selection));
     }
 
     void theSelectedRowIsGreyWhileTheWindowIsInactive()

@@ -53,7 +53,47 @@ private Q_SLOTS:
             const QColor sidebar = Theme::colour(Colour::sidebar, scheme);
             QVERIFY(Theme::contrast(Theme::colour(Colour::selection, scheme), sidebar) >= 3);
             QVERIFY(Theme::contrast(Theme::colour(Colour::accent, scheme), sidebar) >= 3);
+            for (const Colour ground :
+                { Colour::window, Colour::sidebar, Colour::card, Colour::previewPlate })
+                QVERIFY(
+                    Theme::contrast(Theme::colour(Colour::focusRing, scheme), Theme::colour(ground, scheme))
+                    >= 3);
         }
+    }
+
+    void theAccentIsTheDesktopsWhereItNamesOne()
+    {
+        const QColor purple(0x8F, 0x3F, 0xAF);
+        SystemAppearance::shared().setScheme(ColourScheme::light, purple);
+        QCOMPARE(Theme::colour(Colour::accent), purple);
+        QCOMPARE(Theme::colour(Colour::focusRing), purple);
+        QCOMPARE(Theme::colour(Colour::selection), purple);
+        QCOMPARE(Theme::palette(ColourScheme::light).color(QPalette::Highlight), purple);
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        QCOMPARE(Theme::colour(Colour::accent), QColor::fromRgbF(0.12F, 0.52F, 0.88F));
+    }
+
+    void everyAccentOfADesktopCanBeSeen_data()
+    {
+        QTest::addColumn<QColor>("accent");
+        for (const Qt::GlobalColor accent :
+            { Qt::black, Qt::white, Qt::gray, Qt::yellow, Qt::red, Qt::blue, Qt::darkBlue, Qt::cyan })
+            QTest::addRow("%s", qPrintable(QColor(accent).name())) << QColor(accent);
+    }
+
+    void everyAccentOfADesktopCanBeSeen()
+    {
+        QFETCH(QColor, accent);
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            SystemAppearance::shared().setScheme(scheme, accent);
+            for (const Colour mark : { Colour::accent, Colour::focusRing, Colour::selection })
+                QVERIFY(Theme::contrast(Theme::colour(mark), Theme::colour(Colour::sidebar)) >= 3);
+            QVERIFY(
+                Theme::contrast(Theme::colour(Colour::onSelection), Theme::colour(Colour::selection)) >= 4.5);
+            QVERIFY(
+                Theme::contrast(Theme::colour(Colour::focusRing), Theme::colour(Colour::previewPlate)) >= 3);
+        }
+        SystemAppearance::shared().setScheme(ColourScheme::light);
     }
 
     void theTextOfTheInactiveSelectionIsReadable()

@@ -41,6 +41,7 @@ Shades shades(Theme::Colour colour)
     case Colour::sidebarHeading:
         return { QColor(0x66666C), QColor(0xA4A4AC) };
     case Colour::accent:
+    case Colour::focusRing:
     case Colour::selection:
         return { QColor::fromRgbF(0.12F, 0.52F, 0.88F), QColor::fromRgbF(0.25F, 0.62F, 0.96F) };
     case Colour::onSelection:
@@ -75,14 +76,27 @@ QColor laidOver(const QColor& colour, const QColor& ground)
 }
 
 constexpr double readableContrast = 4.5;
+constexpr double visibleContrast = 3;
+constexpr float step = 0.98F;
 
 /// `ground` itself, or as much darker as light `text` on it needs.
 QColor deepened(QColor ground, const QColor& text)
 {
-    constexpr float step = 0.98F;
     while (Theme::contrast(text, ground) < readableContrast && ground.valueF() > 0.1F)
         ground = QColor::fromRgbF(ground.redF() * step, ground.greenF() * step, ground.blueF() * step);
     return ground;
+}
+
+/// `mark` itself, or as much darker, on dark grounds lighter, as it takes to be seen on the preview's plate,
+/// which of all grounds is the nearest to the middle.
+QColor setOff(QColor mark, ColourScheme scheme)
+{
+    const QColor ground = Theme::colour(Theme::Colour::previewPlate, scheme);
+    const float end = scheme == ColourScheme::dark ? 1 - step : 0;
+    while (Theme::contrast(mark, ground) < visibleContrast)
+        mark = QColor::fromRgbF(
+            mark.redF() * step + end, mark.greenF() * step + end, mark.blueF() * step + end);
+    return mark;
 }
 
 } // namespace
@@ -96,7 +110,14 @@ QColor Theme::colour(Colour colour, ColourScheme scheme)
 {
     const Shades both = shades(colour);
     const QColor plain = scheme == ColourScheme::dark ? both.dark : both.light;
-    return colour == Colour::selection ? deepened(plain, Theme::colour(Colour::onSelection, scheme)) : plain;
+    if (colour != Colour::accent && colour != Colour::focusRing && colour != Colour::selection)
+        return plain;
+    // Any colour can be a desktop's accent, also one that would not be seen on our grounds.
+    const auto& named = SystemAppearance::shared().accent();
+    const QColor accent = named ? setOff(*named, scheme) : plain;
+    if (colour == Colour::selection)
+        return deepened(accent, Theme::colour(Colour::onSelection, scheme));
+    return colour == Colour::focusRing ? setOff(accent, scheme) : accent;
 }
 
 double Theme::contrast(const QColor& text, const QColor& ground)

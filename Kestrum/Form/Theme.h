@@ -21,8 +21,9 @@ enum class Colour {
     text,
     secondaryText,
     sidebarHeading, ///< secondary text, dark enough for the sidebar's ground
-    accent,
-    selection, ///< the accent, deepened as far as `onSelection` needs
+    accent,         ///< the desktop's, else our own
+    focusRing,      ///< the accent, as far from every ground of ours as a mark has to be
+    selection,      ///< the accent, deepened as far as `onSelection` needs
     onSelection,
     inactiveSelection, ///< ground of what is selected in a window that is not active
     error,

@@ -294,7 +294,7 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
         const QRectF ring = snapped(backdropRect(*item(*marked))).adjusted(-reach, -reach, reach, reach);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(Theme::colour(Theme::Colour::accent, scheme), Theme::focusRingWidth));
+        painter.setPen(QPen(Theme::colour(Theme::Colour::focusRing, scheme), Theme::focusRingWidth));
         painter.drawRoundedRect(ring, backdropRadius + reach, backdropRadius + reach);
     }
 }

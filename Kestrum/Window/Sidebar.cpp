@@ -81,7 +81,7 @@ private:
             && option.state.testFlag(QStyle::State_KeyboardFocusChange)) {
             constexpr double reach = Theme::focusRingGap + Theme::focusRingWidth / 2;
             painter.setBrush(Qt::NoBrush);
-            painter.setPen(QPen(Theme::colour(Theme::Colour::accent), Theme::focusRingWidth));
+            painter.setPen(QPen(Theme::colour(Theme::Colour::focusRing), Theme::focusRingWidth));
             painter.drawRoundedRect(
                 QRectF(row).adjusted(-reach, -reach, reach, reach), rowRadius + reach, rowRadius + reach);
         }

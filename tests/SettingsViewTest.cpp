@@ -229,7 +229,7 @@ private Q_SLOTS:
         QTEST(card->width(), "width");
     }
 
-    void aLongReasonIsShortenedInItsMiddle()
+    void aLongReasonLosesItsBeginning()
     {
         SaveNotice notice;
         const QString about = QStringLiteral("Settings are not being saved:");
@@ -238,9 +238,8 @@ private Q_SLOTS:
         notice.resize(notice.sizeHint());
         QCOMPARE(notice.shownText(), notice.accessibleName());
         notice.resize(notice.sizeHint().width() - 80, notice.height());
-        QVERIFY2(notice.shownText().startsWith(about + QStringLiteral(" a")), qPrintable(notice.shownText()));
-        QVERIFY(notice.shownText().contains(QChar(0x2026)));
-        QVERIFY(notice.shownText().endsWith(QStringLiteral("g")));
+        QVERIFY2(notice.shownText().startsWith(about + u' ' + QChar(0x2026)), qPrintable(notice.shownText()));
+        QVERIFY(notice.shownText().endsWith(QStringLiteral("room for anything")));
         // As narrow as the page gets.
         notice.resize(640 - 320 - 1, notice.height());
         QVERIFY2(notice.shownText().startsWith(about), qPrintable(notice.shownText()));

@@ -7,6 +7,7 @@
 #include "tests/TestHome.h"
 
 #include <QAccessible>
+#include <QPaintEvent>
 
 using namespace kestrum;
 
@@ -183,6 +184,33 @@ private Q_SLOTS:
         QVERIFY(isMarked());
     }
 
+    void theMarkLeavesNothingBehind()
+    {
+        SettingsWindow w;
+        QWidget& viewport = *w.sidebar().viewport();
+        struct Watcher : QObject {
+            QRegion painted;
+            bool eventFilter(QObject* watched, QEvent* event) override
+            {
+                if (event->type() == QEvent::Paint)
+                    painted += static_cast<QPaintEvent*>(event)->region();
+                return QObject::eventFilter(watched, event);
+            }
+        } watcher;
+        QTest::keyClick(&w.view, Qt::Key_Tab);
+        QTest::keyClick(w.view.focusWidget(), Qt::Key_Backtab);
+        QTest::qWait(30);
+        viewport.installEventFilter(&watcher);
+        const QRect before = w.sidebar().visualRect(w.sidebar().currentIndex());
+        QTest::keyClick(&w.sidebar(), Qt::Key_Down);
+        QTest::qWait(30);
+        QTest::keyClick(&w.sidebar(), Qt::Key_Up);
+        QTest::qWait(30);
+        // The ring reaches 3 beyond the row, the gap to the next row is only 2.
+        for (const int y : { before.top() - 3, before.bottom() + 1 })
+            QVERIFY(watcher.painted.contains(QPoint(before.center().x(), y)));
+    }
+
     void theSelectedRowTakesTheDesktopsAccent()
     {
         SettingsWindow w;
@@ -193,9 +221,9 @@ private Q_SLOTS:
         const auto shown = [&w, row] {
             return QColor(w.sidebar().viewport()->grab().toImage().pixel(row.right() - 14, row.center().y()));
         };
-        QCOMPARE(shown(), purple);
+        QCOMPARE(shown().rgba(), purple.rgba());
         SystemAppearance::shared().setScheme(ColourScheme::light);
-        QCOMPARE(shown(), Theme::colour(Theme::Colour::selection));
+        QCOMPARE(shown().rgba(), Theme::colour(Theme::Colour::selection).rgba());
     }
 
     void theSelectedRowIsGreyWhileTheWindowIsInactive()

@@ -32,7 +32,7 @@ void SaveNotice::setReason(const QString& reason)
     m_heading = AppLanguage::string("Settings are not being saved:") + u' ';
     m_reason = reason;
     setAccessibleName(m_heading + m_reason);
-    // Where the line is too long for the page, the middle of the reason is left out.
+    // Where the line is too long for the page, the reason loses its beginning, which is the path of a file.
     setToolTip(m_heading + m_reason);
     update();
     show();
@@ -63,7 +63,7 @@ QString SaveNotice::shownText() const
     const QFontMetricsF metrics(font());
     const double room = line().width();
     const QString text = m_heading
-        + metrics.elidedText(m_reason, Qt::ElideMiddle, room - metrics.horizontalAdvance(m_heading));
+        + metrics.elidedText(m_reason, Qt::ElideLeft, room - metrics.horizontalAdvance(m_heading));
     return metrics.elidedText(text, Qt::ElideRight, room);
 }
 

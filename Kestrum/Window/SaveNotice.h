@@ -13,7 +13,7 @@ public:
     /// Shows `reason`; an empty one hides the line.
     void setReason(const QString& reason);
 
-    /// What of it there is room for: the middle of a long reason is left out, never what the line is about.
+    /// What of it there is room for: a long reason loses its beginning, but the line never what it is about.
     QString shownText() const;
 
     QSize sizeHint() const override;

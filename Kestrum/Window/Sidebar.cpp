@@ -166,6 +166,8 @@ void Sidebar::setPage(SettingsPage page)
 void Sidebar::currentChanged(const QModelIndex& current, const QModelIndex& previous)
 {
     QListView::currentChanged(current, previous);
+    // The focus ring reaches beyond the rows that the base class repaints.
+    viewport()->update();
     if (current.isValid())
         Q_EMIT pageSelected(page());
 }

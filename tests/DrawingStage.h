@@ -80,3 +80,8 @@ inline QImage drawn(MonitorSection section, std::shared_ptr<const MenuBarReading
 
 } // namespace DrawingStage
 } // namespace kestrum
+
+/// `actual` is within `tolerance` of `expected`.
+#define QVERIFY_NEAR(actual, expected, tolerance)                                                            \
+    QVERIFY2(std::abs((actual) - (expected)) <= (tolerance),                                                 \
+        qPrintable(QStringLiteral("%1 instead of %2").arg(actual).arg(expected)))

@@ -21,10 +21,6 @@ double meterStart(MonitorSection section)
 
 } // namespace
 
-#define QVERIFY_NEAR(actual, expected, tolerance)                                                            \
-    QVERIFY2(std::abs((actual) - (expected)) <= (tolerance),                                                 \
-        qPrintable(QStringLiteral("%1 instead of %2").arg(actual).arg(expected)))
-
 class LabelGeometryTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:

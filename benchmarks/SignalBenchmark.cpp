@@ -35,8 +35,8 @@ using namespace kestrum;
 
 namespace {
 
-constexpr int latencyRounds = 2000;
-constexpr useconds_t rest = 1000;          // µs between two rounds
+constexpr int latencyRounds = 1000;
+constexpr useconds_t rest = 5000; // µs between two rounds: more often would be a flood, which is slowed down
 constexpr qint64 patience = 1'000'000'000; // ns until a delivery counts as lost
 
 struct Page {

@@ -190,6 +190,11 @@ private Q_SLOTS:
     {
         m_windowManager = started(QStringLiteral("openbox"), {});
         QVERIFY(m_windowManager->state() == QProcess::Running);
+        // A window that is there before the window manager would never be given the focus.
+        QTRY_VERIFY_WITH_TIMEOUT(output(QStringLiteral("xprop"),
+                                     { QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK") })
+                                     .contains("window id"),
+            20000);
     }
 
     void cleanupTestCase() { end(*m_windowManager); }

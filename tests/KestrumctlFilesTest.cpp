@@ -1,4 +1,5 @@
 #include "Platform/UserDefaults.h"
+#include "tests/FileContent.h"
 #include "tests/Kestrumctl.h"
 #include "tests/TestHome.h"
 
@@ -22,20 +23,6 @@ QString suitePath()
 QString besides(const char* name)
 {
     return TestHome::root() + QLatin1Char('/') + QString::fromUtf8(name);
-}
-
-QByteArray contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
-void make(const QString& path, const QByteArray& content)
-{
-    QDir().mkpath(QFileInfo(path).path());
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
 }
 
 QJsonObject objectIn(const QByteArray& json)
@@ -86,7 +73,7 @@ void KestrumctlFilesTest::anExportHoldsWhatIsStoredAndNoDefaults()
     QCOMPARE(objectIn(contentOf(besides("empty.json"))), QJsonObject());
     QCOMPARE(contentOf(besides("empty.json")).trimmed().at(0), '{');
 
-    make(suitePath(), stored);
+    write(suitePath(), stored);
     const auto result = ctl({ QStringLiteral("export"), besides("kept.json") });
     QCOMPARE(result.code, 0);
     QCOMPARE(result.output, QByteArray());
@@ -97,7 +84,7 @@ void KestrumctlFilesTest::anExportHoldsWhatIsStoredAndNoDefaults()
 
 void KestrumctlFilesTest::anExportStandsOnStandardOutputToo()
 {
-    make(suitePath(), stored);
+    write(suitePath(), stored);
     const auto result = ctl({ QStringLiteral("export"), QStringLiteral("-") });
     QCOMPARE(result.code, 0);
     QCOMPARE(objectIn(result.output), objectIn(stored));
@@ -105,7 +92,7 @@ void KestrumctlFilesTest::anExportStandsOnStandardOutputToo()
 
 void KestrumctlFilesTest::anExportIsImportedWhole()
 {
-    make(suitePath(), stored);
+    write(suitePath(), stored);
     QCOMPARE(ctl({ QStringLiteral("export"), besides("kept.json") }).code, 0);
     QVERIFY(QFile::remove(suitePath()));
     const auto result = ctl({ QStringLiteral("import"), besides("kept.json") });
@@ -122,7 +109,7 @@ void KestrumctlFilesTest::importFromStandardInput()
 
 void KestrumctlFilesTest::importMergesWithWhatIsStored()
 {
-    make(suitePath(), "{\"meterShape\": \"square\", \"meterStyle\": \"compact\"}");
+    write(suitePath(), "{\"meterShape\": \"square\", \"meterStyle\": \"compact\"}");
     QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-") }, stored).code, 0);
     QJsonObject expected = objectIn(stored);
     expected.insert(QStringLiteral("meterShape"), QStringLiteral("square"));
@@ -131,7 +118,7 @@ void KestrumctlFilesTest::importMergesWithWhatIsStored()
 
 void KestrumctlFilesTest::importIsOneSave()
 {
-    make(suitePath(), "{}");
+    write(suitePath(), "{}");
     Kestrumctl::Running watch({ QStringLiteral("watch") }, "watching");
     QVERIFY(watch.isReady());
     QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-") }, stored).code, 0);
@@ -166,8 +153,8 @@ void KestrumctlFilesTest::nothingIsStoredOfARefusedFile()
 {
     QFETCH(const QByteArray, content);
     QFETCH(const QByteArray, reason);
-    make(suitePath(), "{\"meterStyle\": \"compact\"}");
-    make(besides("refused.json"), content);
+    write(suitePath(), "{\"meterStyle\": \"compact\"}");
+    write(besides("refused.json"), content);
     const auto result = ctl({ QStringLiteral("import"), besides("refused.json") });
     QCOMPARE(result.code, 1);
     QCOMPARE(result.output, QByteArray());
@@ -212,7 +199,7 @@ void KestrumctlFilesTest::afileThatIsNotThereIsNamed()
 
 void KestrumctlFilesTest::anExportThatCannotBeWrittenFailsWithTheReason()
 {
-    make(suitePath(), stored);
+    write(suitePath(), stored);
     const auto nowhere = ctl({ QStringLiteral("export"), besides("nowhere/kept.json") });
     QCOMPARE(nowhere.code, 1);
     QVERIFY2(nowhere.errors.contains("nowhere/kept.json\": No such file"), nowhere.errors.constData());
@@ -227,8 +214,8 @@ void KestrumctlFilesTest::anExportThatCannotBeWrittenFailsWithTheReason()
 
 void KestrumctlFilesTest::anExportReplacesAFileWhole()
 {
-    make(suitePath(), stored);
-    make(besides("old.json"), QByteArray(4096, 'x'));
+    write(suitePath(), stored);
+    write(besides("old.json"), QByteArray(4096, 'x'));
     QVERIFY(QFile::link(besides("old.json"), besides("link.json")));
     QCOMPARE(ctl({ QStringLiteral("export"), besides("link.json") }).code, 0);
     QCOMPARE(objectIn(contentOf(besides("old.json"))), objectIn(stored));
@@ -238,8 +225,8 @@ void KestrumctlFilesTest::anExportReplacesAFileWhole()
 
 void KestrumctlFilesTest::anExportThatDoesNotFitLeavesTheOldFile()
 {
-    make(suitePath(), stored);
-    make(besides("small.json"), "old");
+    write(suitePath(), stored);
+    write(besides("small.json"), "old");
     // No byte of a file may be written: the same error path as on a full disk.
     const auto result = Kestrumctl::run(
         { QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 0; exec \"$0\" export \"$1\""),
@@ -255,7 +242,7 @@ void KestrumctlFilesTest::anExportThatDoesNotFitLeavesTheOldFile()
 void KestrumctlFilesTest::anExportWritesThroughToAPipe()
 {
     // A pipe of our own stands for everything that is no regular file: a fault here would replace a device.
-    make(suitePath(), stored);
+    write(suitePath(), stored);
     const QByteArray pipe = besides("pipe").toUtf8();
     QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);
     const auto result = Kestrumctl::run(

@@ -1,5 +1,6 @@
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "Platform/UserDefaults.h"
+#include "tests/FileContent.h"
 #include "tests/Kestrumctl.h"
 #include "tests/TestHome.h"
 
@@ -26,20 +27,6 @@ Kestrumctl::Result ctl(const char* line)
 QString suitePath()
 {
     return TestHome::configDirectory() + QStringLiteral("/T4K9ZR2MXB.com.orvale.kestrum.json");
-}
-
-QByteArray suiteContent()
-{
-    QFile file(suitePath());
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("no file");
-}
-
-void makeSuite(const QByteArray& content)
-{
-    QDir().mkpath(TestHome::configDirectory());
-    QFile file(suitePath());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
 }
 
 } // namespace
@@ -86,11 +73,11 @@ void KestrumctlSettingsTest::readGivesTheValueInEffect()
     QCOMPARE(style.errors, QByteArray());
     QCOMPARE(ctl("read showCPUItem").output, QByteArray("true\n"));
     QCOMPARE(ctl("read refreshInterval").output, QByteArray("1\n"));
-    makeSuite("{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}");
+    write(suitePath(), "{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}");
     QCOMPARE(ctl("read meterStyle").output, QByteArray("\"wave\"\n"));
     QCOMPARE(ctl("read refreshInterval").output, QByteArray("2.5\n"));
     // Reading stores nothing.
-    QCOMPARE(suiteContent(), QByteArray("{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}"));
+    QCOMPARE(contentOf(suitePath()), QByteArray("{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}"));
 }
 
 void KestrumctlSettingsTest::storedReadGivesOnlyWhatIsStored()
@@ -101,7 +88,7 @@ void KestrumctlSettingsTest::storedReadGivesOnlyWhatIsStored()
     QVERIFY(absent.errors.contains("meterStyle is not stored"));
     QCOMPARE(ctl("read --stored").output.simplified().replace(" ", ""), QByteArray("{}"));
 
-    makeSuite("{\"meterStyle\": \"wave\"}");
+    write(suitePath(), "{\"meterStyle\": \"wave\"}");
     QCOMPARE(ctl("read --stored meterStyle").output, QByteArray("\"wave\"\n"));
     const auto all = ctl("read --stored");
     QCOMPARE(all.code, 0);
@@ -111,7 +98,7 @@ void KestrumctlSettingsTest::storedReadGivesOnlyWhatIsStored()
 
 void KestrumctlSettingsTest::readWithoutAKeyGivesOneObject()
 {
-    makeSuite("{\"meterStyle\": \"wave\", \"of another version\": [1, null]}");
+    write(suitePath(), "{\"meterStyle\": \"wave\", \"of another version\": [1, null]}");
     QJsonObject expected = SharedSettings::factoryDefaults();
     QCOMPARE(expected.size(), 23);
     expected.insert(QStringLiteral("meterStyle"), QStringLiteral("wave"));
@@ -134,7 +121,7 @@ void KestrumctlSettingsTest::aKeyWithoutAValueIsAbsent()
 
 void KestrumctlSettingsTest::aStoredKeyOutsideOfTheCatalogueReadsNormally()
 {
-    makeSuite("{\"meterstyle\": {\"a\": [1, 2]}}");
+    write(suitePath(), "{\"meterstyle\": {\"a\": [1, 2]}}");
     QCOMPARE(ctl("read meterstyle").output, QByteArray("{\"a\":[1,2]}\n"));
     QCOMPARE(ctl("read --stored meterstyle").code, 0);
     // It is a neighbour, too.
@@ -261,11 +248,11 @@ void KestrumctlSettingsTest::aValueEqualToTheDefaultIsStored()
 
 void KestrumctlSettingsTest::deleteBringsTheDefaultBack()
 {
-    makeSuite("{\"meterStyle\": \"wave\", \"of another version\": 1, \"meterShape\": \"square\"}");
+    write(suitePath(), "{\"meterStyle\": \"wave\", \"of another version\": 1, \"meterShape\": \"square\"}");
     QCOMPARE(ctl("delete meterStyle").code, 0);
     QCOMPARE(ctl("read meterStyle").output, QByteArray("\"bars\"\n"));
     QCOMPARE(ctl({ QStringLiteral("delete"), QStringLiteral("of another version") }).code, 0);
-    QCOMPARE(QJsonDocument::fromJson(suiteContent()).object(),
+    QCOMPARE(QJsonDocument::fromJson(contentOf(suitePath())).object(),
         (QJsonObject { { QStringLiteral("meterShape"), QStringLiteral("square") } }));
 }
 

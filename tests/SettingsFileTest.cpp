@@ -1,26 +1,19 @@
-#include "Platform/SettingsFile.h"
-#include "Platform/SettingsText.h"
 #include "tests/OrdinaryUser.h"
-#include "tests/TestHome.h"
+#include "tests/SettingsFolder.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QSet>
-#include <QTest>
 #include <fcntl.h>
-#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 using namespace kestrum;
 
-class SettingsFileTest : public QObject {
+class SettingsFileTest : public QObject, SettingsFolder {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init() { makeFolder(); }
     void firstSaveMakesPrivateDirectoriesAndFile();
     void saveKeepsWhatItDoesNotChange();
     void saveOfEqualValuesTouchesNothing();
@@ -29,69 +22,12 @@ private Q_SLOTS:
     void savedIdentityIsTheOneOnDisk();
     void modeIsKept();
     void groupIsKept();
-    void linkIsKeptAndItsTargetReplaced();
-    void danglingLinkGetsItsTarget();
-    void linkInACircleIsRefused();
-    void trailNamesEveryLink();
     void damagedFileIsCopiedBeforeItIsWrittenOver();
     void identicalDamagedCopyIsNotMadeAgain();
     void readingADamagedFileChangesNothing();
     void blankFileIsAnEmptyDomain();
-    void whatIsNoFileIsRefusedWithoutWaiting_data();
-    void whatIsNoFileIsRefusedWithoutWaiting();
-    void fileOfAnotherUserIsRefused();
-    void tooLargeFileIsRefused();
-    void saveThatWouldBeTooLargeIsRefused();
-    void valueThatNoTextCanHoldIsRefused();
-    void readOnlyDirectoryIsToldAndChangesNothing();
-    void heldLockIsToldAfterTwoSeconds();
-    void lockOfARemovedDirectoryIsNotTaken();
     void leftoversAreSweptAfterAnHour();
-
-private:
-    QString path(const char* name = "suite.json") const
-    {
-        return m_directory + u'/' + QString::fromLatin1(name);
-    }
-    static QByteArray contentOf(const QString& path);
-    static void write(const QString& path, const QByteArray& content);
-    static struct stat stateOf(const QString& path);
-
-    QString m_directory;
-    int m_number = 0;
 };
-
-namespace {
-
-const SettingsFile::Changes someChange { { { QStringLiteral("a"), 1 } }, {} };
-
-}
-
-void SettingsFileTest::init()
-{
-    m_directory = TestHome::root() + QStringLiteral("/file%1").arg(++m_number);
-    QVERIFY(QDir().mkpath(m_directory));
-}
-
-QByteArray SettingsFileTest::contentOf(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-}
-
-void SettingsFileTest::write(const QString& path, const QByteArray& content)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), content.size());
-}
-
-struct stat SettingsFileTest::stateOf(const QString& path)
-{
-    struct stat state = {};
-    ::lstat(QFile::encodeName(path).constData(), &state);
-    return state;
-}
 
 void SettingsFileTest::firstSaveMakesPrivateDirectoriesAndFile()
 {
@@ -196,59 +132,6 @@ void SettingsFileTest::groupIsKept()
     QCOMPARE(stateOf(path()).st_mode & 07777, mode_t(0600));
 }
 
-void SettingsFileTest::linkIsKeptAndItsTargetReplaced()
-{
-    QVERIFY(QDir().mkpath(path("dotfiles/kestrum")));
-    write(path("dotfiles/kestrum/real.json"), "{\"b\": 2}");
-    QVERIFY(QFile::link(QStringLiteral("dotfiles/link.json"), path()));
-    QVERIFY(QFile::link(path("dotfiles/kestrum/real.json"), path("dotfiles/link.json")));
-    const SettingsFile file(path());
-    QCOMPARE(file.targetPath(), path("dotfiles/kestrum/real.json"));
-    QVERIFY(file.save(someChange).succeeded);
-    QVERIFY(QFileInfo(path()).isSymLink());
-    QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
-    QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
-    QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read().values.size(), 2);
-    QVERIFY(QFile::exists(path("suite.json.lock"))); // beside the suite, where all writers find it
-}
-
-void SettingsFileTest::danglingLinkGetsItsTarget()
-{
-    QVERIFY(QDir().mkpath(path("elsewhere")));
-    QVERIFY(QFile::link(QStringLiteral("elsewhere/new.json"), path()));
-    const SettingsFile file(path());
-    QCOMPARE(file.read().error, QString());
-    QCOMPARE(file.read().identity.size, off_t(-1));
-    QVERIFY(file.save(someChange).succeeded);
-    QVERIFY(QFileInfo(path()).isSymLink());
-    QCOMPARE(SettingsFile(path("elsewhere/new.json")).read().values, someChange.values);
-
-    // A folder that is not there (not mounted?) is not made, and the reason is told.
-    QVERIFY(QFile::remove(path()));
-    QVERIFY(QFile::link(path("missing/new.json"), path()));
-    const auto saved = file.save(someChange);
-    QVERIFY(!saved.succeeded);
-    QVERIFY2(saved.error.contains(QStringLiteral("No such file")), qUtf8Printable(saved.error));
-    QVERIFY(!QFile::exists(path("missing")));
-}
-
-void SettingsFileTest::linkInACircleIsRefused()
-{
-    QVERIFY(QFile::link(path("other.json"), path()));
-    QVERIFY(QFile::link(path(), path("other.json")));
-    QVERIFY(!SettingsFile(path()).read().error.isEmpty());
-    const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY(!saved.succeeded);
-    QVERIFY(QFileInfo(path()).isSymLink());
-}
-
-void SettingsFileTest::trailNamesEveryLink()
-{
-    QVERIFY(QFile::link(QStringLiteral("one.json"), path()));
-    QVERIFY(QFile::link(path("two/real.json"), path("one.json")));
-    QCOMPARE(SettingsFile(path()).trail(), (QStringList { path(), path("one.json"), path("two/real.json") }));
-}
-
 void SettingsFileTest::damagedFileIsCopiedBeforeItIsWrittenOver()
 {
     const QByteArray damaged("{\"good\": true, \"bad\": NaN}");
@@ -295,143 +178,6 @@ void SettingsFileTest::blankFileIsAnEmptyDomain()
     QCOMPARE(content.values.size(), 0);
     QVERIFY(SettingsFile(path()).save(someChange).succeeded);
     QVERIFY(!QFile::exists(path("suite.json.damaged-1")));
-}
-
-void SettingsFileTest::whatIsNoFileIsRefusedWithoutWaiting_data()
-{
-    QTest::addColumn<bool>("isPipe");
-    QTest::newRow("directory") << false;
-    QTest::newRow("pipe") << true;
-}
-
-void SettingsFileTest::whatIsNoFileIsRefusedWithoutWaiting()
-{
-    QFETCH(const bool, isPipe);
-    const QByteArray name = QFile::encodeName(path());
-    QCOMPARE(isPipe ? ::mkfifo(name.constData(), 0600) : ::mkdir(name.constData(), 0700), 0);
-    QElapsedTimer timer;
-    timer.start();
-    const QString error = SettingsFile(path()).read().error;
-    QVERIFY2(error.contains(path()) && error.contains(QStringLiteral("read")), qUtf8Printable(error));
-    const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY(!saved.succeeded && !saved.changed);
-    QCOMPARE(saved.error, error);
-    QVERIFY(timer.elapsed() < 1000);
-    QCOMPARE(stateOf(path()).st_mode & S_IFMT, mode_t(isPipe ? S_IFIFO : S_IFDIR));
-}
-
-void SettingsFileTest::fileOfAnotherUserIsRefused()
-{
-    if (::geteuid() != 0) {
-        QVERIFY(SettingsFile(QStringLiteral("/etc/passwd"))
-                    .read()
-                    .error.contains(QStringLiteral("another user")));
-        return;
-    }
-    write(path(), "{\"b\": 2}");
-    QCOMPARE(::chown(QFile::encodeName(path()).constData(), 12345, gid_t(-1)), 0);
-    QVERIFY(SettingsFile(path()).read().error.contains(QStringLiteral("another user")));
-    const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY(!saved.succeeded);
-    QVERIFY(saved.error.contains(QStringLiteral("another user")));
-    QCOMPARE(contentOf(path()), QByteArray("{\"b\": 2}"));
-    QCOMPARE(SettingsFile(path(), SettingsFile::Owner::anybody).read().values.size(), 1);
-}
-
-void SettingsFileTest::tooLargeFileIsRefused()
-{
-    const QByteArray large = "{\"a\": \"" + QByteArray(SettingsText::maximumBytes, 'x') + "\"}";
-    write(path(), large);
-    QVERIFY(SettingsFile(path()).read().error.contains(QStringLiteral("too large")));
-    QVERIFY(!SettingsFile(path()).save(someChange).succeeded);
-    QCOMPARE(contentOf(path()), large);
-}
-
-void SettingsFileTest::saveThatWouldBeTooLargeIsRefused()
-{
-    QVERIFY(SettingsFile(path()).save(someChange).succeeded);
-    const QByteArray before = contentOf(path());
-    const QString huge(qsizetype(SettingsText::maximumBytes), u'x');
-    const auto saved = SettingsFile(path()).save({ { { QStringLiteral("b"), huge } }, {} });
-    QVERIFY(!saved.succeeded);
-    QVERIFY(saved.error.contains(QStringLiteral("too large")));
-    QCOMPARE(contentOf(path()), before);
-}
-
-void SettingsFileTest::valueThatNoTextCanHoldIsRefused()
-{
-    const auto saved = SettingsFile(path()).save({ { { QStringLiteral("b"), qQNaN() } }, {} });
-    QVERIFY(!saved.succeeded);
-    QVERIFY(saved.error.contains(QStringLiteral("b has")));
-    QVERIFY(!QFile::exists(path()));
-}
-
-void SettingsFileTest::readOnlyDirectoryIsToldAndChangesNothing()
-{
-    write(path(), "{\"b\": 2}");
-    QVERIFY(QFile::exists(path()));
-    for (const bool hasLock : { false, true }) {
-        if (hasLock)
-            write(path("suite.json.lock"), {});
-        QStringList owned { m_directory, path() };
-        if (hasLock)
-            owned.append(path("suite.json.lock"));
-        const OrdinaryUser user(owned);
-        QCOMPARE(::chmod(QFile::encodeName(m_directory).constData(), 0500), 0);
-        const auto saved = SettingsFile(path()).save(someChange);
-        QCOMPARE(::chmod(QFile::encodeName(m_directory).constData(), 0700), 0);
-        QVERIFY(!saved.succeeded);
-        QVERIFY(!saved.changed);
-        QVERIFY2(saved.error.contains(path()) && saved.error.contains(QStringLiteral("Permission denied")),
-            qUtf8Printable(saved.error));
-        QVERIFY2(saved.error.contains(hasLock ? QStringLiteral("temporary file") : QStringLiteral("lock")),
-            qUtf8Printable(saved.error));
-        QCOMPARE(contentOf(path()), QByteArray("{\"b\": 2}"));
-    }
-}
-
-void SettingsFileTest::heldLockIsToldAfterTwoSeconds()
-{
-    QVERIFY(SettingsFile(path()).save(someChange).succeeded);
-    const int holder = ::open(QFile::encodeName(path("suite.json.lock")).constData(), O_RDWR | O_CLOEXEC);
-    QCOMPARE(::flock(holder, LOCK_EX), 0);
-    QElapsedTimer timer;
-    timer.start();
-    const auto saved = SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} });
-    const qint64 waited = timer.elapsed();
-    QVERIFY(!saved.succeeded);
-    QVERIFY2(saved.error.contains(QStringLiteral("lock")), qUtf8Printable(saved.error));
-    QVERIFY2(waited >= 1900 && waited < 5000, QByteArray::number(waited).constData());
-    QCOMPARE(SettingsFile(path()).read().values, someChange.values); // reading needs no lock
-    ::close(holder);
-    QVERIFY(SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} }).succeeded);
-}
-
-void SettingsFileTest::lockOfARemovedDirectoryIsNotTaken()
-{
-    // A writer that waits on the lock in a directory which is then deleted and made anew.
-    QVERIFY(SettingsFile(path("d/suite.json")).save(someChange).succeeded);
-    const int holder = ::open(QFile::encodeName(path("d/suite.json.lock")).constData(), O_RDWR | O_CLOEXEC);
-    QCOMPARE(::flock(holder, LOCK_EX), 0);
-    SettingsFile::Saved saved;
-    const std::unique_ptr<QThread> writer(QThread::create([&] {
-        saved = SettingsFile(path("d/suite.json")).save({ { { QStringLiteral("b"), 2 } }, {} });
-    }));
-    writer->start();
-    QTest::qSleep(100);
-    QVERIFY(QDir(path("d")).removeRecursively());
-    QVERIFY(QDir().mkpath(path("d")));
-    const int second = ::open(
-        QFile::encodeName(path("d/suite.json.lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    QCOMPARE(::flock(second, LOCK_EX), 0);
-    ::close(holder);
-    QTest::qSleep(100);
-    const bool wroteUnlocked = QFile::exists(path("d/suite.json"));
-    ::close(second);
-    QVERIFY(writer->wait(5000));
-    QVERIFY(!wroteUnlocked);
-    QVERIFY2(saved.succeeded, qUtf8Printable(saved.error));
-    QCOMPARE(SettingsFile(path("d/suite.json")).read().values.size(), 1);
 }
 
 void SettingsFileTest::leftoversAreSweptAfterAnHour()

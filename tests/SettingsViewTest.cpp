@@ -4,7 +4,6 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Bundle.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
@@ -17,24 +16,9 @@ using namespace kestrum;
 class SettingsViewTest : public QObject {
     Q_OBJECT
 
-    static QString storedPane()
-    {
-        return SharedSettings::store().storedDictionary().value(QLatin1StringView("settingsPane")).toString();
-    }
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QApplication::setStyle(QStringLiteral("fusion"));
-        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
-        SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults());
-    }
-
-    void init()
-    {
-        SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
-        QTest::qWait(20);
-    }
+    void initTestCase() { SettingsWindow::prepareProgram(); }
+    void init() { SettingsWindow::prepare(); }
 
     void anUnknownPaneOpensTheMenuBarPage_data()
     {
@@ -64,7 +48,7 @@ private Q_SLOTS:
         {
             SettingsWindow w;
             w.view.selectPage(SettingsPage::general);
-            QCOMPARE(storedPane(), QStringLiteral("general"));
+            QCOMPARE(storedText("settingsPane"), QStringLiteral("general"));
         }
         SettingsWindow w;
         QCOMPARE(w.view.page(), SettingsPage::general);
@@ -100,7 +84,7 @@ private Q_SLOTS:
         SettingsWindow w;
         QTest::keyClick(&w.view, Qt::Key_3, Qt::ControlModifier);
         QCOMPARE(w.view.page(), SettingsPage::general);
-        QCOMPARE(storedPane(), QStringLiteral("general"));
+        QCOMPARE(storedText("settingsPane"), QStringLiteral("general"));
         QTest::keyClick(&w.view, Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(w.view.page(), SettingsPage::menuBar);
         QTest::keyClick(&w.view, Qt::Key_2, Qt::ControlModifier);
@@ -140,7 +124,7 @@ private Q_SLOTS:
         QTRY_COMPARE(w.view.page(), SettingsPage::general);
         SharedSettings::store().set("settingsPane", QStringLiteral("nonsense"));
         QTRY_COMPARE(w.view.page(), SettingsPage::menuBar);
-        QCOMPARE(storedPane(), QStringLiteral("nonsense"));
+        QCOMPARE(storedText("settingsPane"), QStringLiteral("nonsense"));
     }
 
     void onlyThePageShownIsBuilt()

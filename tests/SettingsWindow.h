@@ -4,6 +4,8 @@
 #include "Kestrum/Window/SettingsView.h"
 #include "Kestrum/Window/Sidebar.h"
 #include "Kestrum/Window/SplitView.h"
+#include "Platform/Bundle.h"
+#include "tests/FreshSettings.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -14,6 +16,20 @@ namespace kestrum {
 /// The settings window, shown and active, and its parts.
 struct SettingsWindow {
     SettingsView view;
+
+    /// What the program does before it shows its window: the built bundle, its style, its defaults.
+    static void prepareProgram()
+    {
+        QApplication::setStyle(QStringLiteral("fusion"));
+        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
+        registerFactoryDefaults();
+    }
+    /// What every test begins with: nothing stored.
+    static void prepare()
+    {
+        forgetSettings();
+        QTest::qWait(20); // let the notice of it pass
+    }
 
     SettingsWindow()
     {

@@ -1,13 +1,12 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Bundle.h"
+#include "tests/PaintWatcher.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
-#include <QPaintEvent>
 
 using namespace kestrum;
 
@@ -15,24 +14,9 @@ using namespace kestrum;
 class SidebarTest : public QObject {
     Q_OBJECT
 
-    static QString storedPane()
-    {
-        return SharedSettings::store().storedDictionary().value(QLatin1StringView("settingsPane")).toString();
-    }
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QApplication::setStyle(QStringLiteral("fusion"));
-        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
-        SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults());
-    }
-
-    void init()
-    {
-        SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
-        QTest::qWait(20);
-    }
+    void initTestCase() { SettingsWindow::prepareProgram(); }
+    void init() { SettingsWindow::prepare(); }
 
     void theSidebarListsThePagesInGroups()
     {
@@ -58,11 +42,11 @@ private Q_SLOTS:
         QTest::keyClick(&w.sidebar(), Qt::Key_Up);
         QCOMPARE(w.view.page(), SettingsPage::menuBar);
         QTest::keyClick(&w.sidebar(), Qt::Key_Down);
-        QCOMPARE(storedPane(), QStringLiteral("popovers"));
+        QCOMPARE(storedText("settingsPane"), QStringLiteral("popovers"));
         QTest::keyClick(&w.sidebar(), Qt::Key_Down);
-        QCOMPARE(storedPane(), QStringLiteral("general"));
+        QCOMPARE(storedText("settingsPane"), QStringLiteral("general"));
         QTest::keyClick(&w.sidebar(), Qt::Key_Home);
-        QCOMPARE(storedPane(), QStringLiteral("menuBar"));
+        QCOMPARE(storedText("settingsPane"), QStringLiteral("menuBar"));
         QTest::keyClick(&w.sidebar(), Qt::Key_End);
         QCOMPARE(w.view.page(), SettingsPage::general);
         QTest::keyClick(&w.sidebar(), Qt::Key_Up);
@@ -188,15 +172,7 @@ private Q_SLOTS:
     {
         SettingsWindow w;
         QWidget& viewport = *w.sidebar().viewport();
-        struct Watcher : QObject {
-            QRegion painted;
-            bool eventFilter(QObject* watched, QEvent* event) override
-            {
-                if (event->type() == QEvent::Paint)
-                    painted += static_cast<QPaintEvent*>(event)->region();
-                return QObject::eventFilter(watched, event);
-            }
-        } watcher;
+        PaintWatcher watcher;
         QTest::keyClick(&w.view, Qt::Key_Tab);
         QTest::keyClick(w.view.focusWidget(), Qt::Key_Backtab);
         QTest::qWait(30);

@@ -1,0 +1,302 @@
+#include "KestrumShared/Drawing/StripLayout.h"
+#include "tests/PaintWatcher.h"
+#include "tests/StripWindow.h"
+#include "tests/TestHome.h"
+
+#include <QSignalSpy>
+
+using namespace kestrum;
+
+namespace {
+
+using Sections = StripWindow::Sections;
+constexpr auto cpu = MonitorSection::cpu;
+constexpr auto memory = MonitorSection::memory;
+constexpr auto storage = MonitorSection::storage;
+constexpr auto sensors = MonitorSection::sensors;
+
+} // namespace
+
+/// Dragging items of the strip to another place.
+class MenuBarStripDragTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { registerFactoryDefaults(); }
+    void init() { StripWindow::prepare(); }
+
+    void pressingGrabsTheItemUnderThePointer()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(memory));
+        QCOMPARE(w.strip.dragged(), memory);
+        QCOMPARE(w.strip.hovered(), memory);
+        QCOMPARE(w.strip.cursor().shape(), Qt::ClosedHandCursor);
+    }
+
+    void pressingBesideTheItemsDoesNothing()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(memory), 24);
+        QVERIFY(!w.strip.dragged());
+        QVERIFY(w.strip.cursor().shape() != Qt::ClosedHandCursor);
+        w.drag(0);
+        w.release(0);
+        QCOMPARE(storedText("menuBarOrder"), QString());
+        QVERIFY(w.standsOnGrid());
+    }
+
+    void otherButtonsDoNotDrag()
+    {
+        StripWindow w;
+        w.show();
+        w.send(QEvent::MouseButtonPress, w.at(w.middle(memory)), Qt::RightButton, Qt::RightButton);
+        QVERIFY(!w.strip.dragged());
+        w.press(w.middle(memory));
+        w.send(QEvent::MouseButtonRelease, w.at(w.middle(memory)), Qt::RightButton, Qt::LeftButton);
+        QCOMPARE(w.strip.dragged(), memory);
+    }
+
+    void theFirstClickInAnInactiveWindowStartsADrag()
+    {
+        StripWindow w;
+        w.show();
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QVERIFY(!w.window.isActiveWindow());
+        w.press(w.middle(cpu));
+        QCOMPARE(w.strip.dragged(), cpu);
+        w.drag(0);
+        QCOMPARE(w.frame(cpu).left(), 0.0);
+    }
+
+    void theItemKeepsItsPlaceUnderThePointer()
+    {
+        StripWindow w;
+        w.show();
+        const QRectF before = w.frame(sensors);
+        w.press(before.left() + 7.25);
+        w.drag(before.left() + 7.25 + 5.5);
+        QCOMPARE(w.frame(sensors), before.translated(5.5, 0));
+    }
+
+    void aDragEndsAtTheStripsEnds()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(memory));
+        w.drag(-500);
+        QCOMPARE(w.frame(memory).left(), 0.0);
+        w.drag(2000);
+        QCOMPARE(w.frame(memory).right(), w.strip.intrinsicContentSize().width());
+    }
+
+    void anItemChangesPlacesWhenItPassesANeighboursMiddle_data()
+    {
+        QTest::addColumn<bool>("toTheLeft");
+        QTest::newRow("to the left") << true;
+        QTest::newRow("to the right") << false;
+    }
+
+    void anItemChangesPlacesWhenItPassesANeighboursMiddle()
+    {
+        QFETCH(bool, toTheLeft);
+        const Sections before { storage, sensors, memory, cpu };
+        const Sections after = toTheLeft ? Sections { sensors, storage, memory, cpu }
+                                         : Sections { storage, memory, sensors, cpu };
+        const MonitorSection neighbour = toTheLeft ? storage : memory;
+        StripWindow w;
+        StripItems items;
+        items.rebuild(before, std::make_shared<SampleReadings>());
+        StatusMetricView& dragged = *items.item(sensors)->view;
+        const double middle = items.item(neighbour)->view->frame().center().x();
+        const double exactly = toTheLeft ? middle : middle - dragged.frame().width();
+        items.drag(sensors, dragged, exactly);
+        // An edge exactly on the middle has not passed it.
+        QCOMPARE(toTheLeft ? dragged.frame().left() : dragged.frame().right(), middle);
+        QCOMPARE(items.sections(), before);
+        items.drag(sensors, dragged, toTheLeft ? exactly - 0.01 : exactly + 0.01);
+        QCOMPARE(items.sections(), after);
+    }
+
+    void wherePassingBothIsPossibleTheLeftOneGoesFirst()
+    {
+        StripItems items;
+        items.rebuild({ storage, sensors, memory, cpu }, std::make_shared<SampleReadings>());
+        StatusMetricView& dragged = *items.item(sensors)->view;
+        // As after a rebuild with other widths: both neighbours' middles lie beyond the dragged item's edges.
+        items.item(storage)->view->moveLeftEdgeTo(500);
+        items.item(memory)->view->moveLeftEdgeTo(-500);
+        items.drag(sensors, dragged, dragged.frame().left());
+        QCOMPARE(items.sections().first(), sensors);
+    }
+
+    void oneFastMovePassesSeveralItems()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(cpu));
+        w.drag(-10);
+        QCOMPARE(w.sections(), Sections({ cpu, storage, sensors, memory }));
+        QVERIFY(w.standsOnGrid());
+    }
+
+    void othersStandOnTheGridWhileOneIsDragged()
+    {
+        StripWindow w;
+        w.show();
+        const double grabbed = w.middle(sensors);
+        w.press(grabbed);
+        w.drag(grabbed + 3.5);
+        QVERIFY(w.standsOnGrid(sensors));
+        QVERIFY(!w.standsOnGrid());
+        w.drag(grabbed + w.frame(memory).width());
+        QCOMPARE(w.sections(), Sections({ storage, memory, sensors, cpu }));
+        QVERIFY(w.standsOnGrid(sensors));
+    }
+
+    void hoverAndLeavingAreIgnoredDuringADrag()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(storage));
+        w.leave();
+        QCOMPARE(w.strip.hovered(), storage);
+        QCOMPARE(w.strip.cursor().shape(), Qt::ClosedHandCursor);
+        w.drag(w.middle(storage) + 2);
+        QCOMPARE(w.strip.hovered(), storage);
+    }
+
+    void droppingStoresTheOrderAndSnapsToTheGrid()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(cpu));
+        const double place = 5 + w.frame(cpu).width() / 2;
+        w.drag(place);
+        QCOMPARE(w.frame(cpu).left(), 5.0);
+        w.release(place);
+        QVERIFY(!w.strip.dragged());
+        QCOMPARE(w.strip.cursor().shape(), Qt::OpenHandCursor);
+        QCOMPARE(storedText("menuBarOrder"), QStringLiteral("cpu,storage,sensors,memory"));
+        QCOMPARE(w.sections(), Sections({ cpu, storage, sensors, memory }));
+        QVERIFY(w.standsOnGrid());
+    }
+
+    void hiddenSectionKeepsItsSlot()
+    {
+        Setting { Keys::showSensorsItem }.set(false);
+        StripWindow w;
+        w.show();
+        w.press(w.middle(cpu));
+        w.drag(-10);
+        w.release(-10);
+        QCOMPARE(storedText("menuBarOrder"), QStringLiteral("cpu,sensors,storage,memory"));
+    }
+
+    void aClickWithoutMovementWritesTheOrder()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(memory));
+        w.release(w.middle(memory));
+        QCOMPARE(storedText("menuBarOrder"), QStringLiteral("storage,sensors,memory,cpu"));
+    }
+
+    void theDraggedItemHasTheBackdrop()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(storage));
+        w.drag(w.middle(storage) + 5);
+        QVERIFY(std::abs(w.pixel(w.frame(storage).left() - 2, 11).alpha() - 36) <= 1);
+    }
+
+    void theDraggedItemIsDrawnAboveItsNeighbours()
+    {
+        StripWindow w;
+        w.show();
+        // The dragged storage item, which comes first in order, over the sensors item.
+        const double grabbed = w.middle(storage);
+        w.press(grabbed);
+        w.drag(grabbed + w.frame(sensors).width() / 2);
+        QVERIFY(w.frame(storage).intersects(w.frame(sensors)));
+        const auto drawn = [&w](const Sections& order) {
+            QImage image(w.strip.size(), QImage::Format_ARGB32_Premultiplied);
+            image.fill(Qt::transparent);
+            QPainter painter(&image);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(QColor(0, 0, 0, qRound(0.14 * 255)));
+            const auto rect = w.strip.backdropRect(*w.strip.item(storage));
+            painter.drawRoundedRect(QRectF(QPointF(qRound(rect.left()), rect.top()),
+                                        QPointF(qRound(rect.right()), rect.bottom())),
+                6, 6);
+            for (const MonitorSection section : order) {
+                const QPointF corner = w.strip.widgetRect(w.frame(section)).topLeft();
+                w.strip.item(section)->view->draw(
+                    painter, QPointF(qRound(corner.x()), corner.y()), ColourScheme::light, 1);
+            }
+            return image;
+        };
+        QCOMPARE(w.picture(), drawn({ sensors, memory, cpu, storage }));
+        QVERIFY(w.picture() != drawn({ storage, sensors, memory, cpu }));
+    }
+
+    void onlyWhatMovedIsRepainted()
+    {
+        StripWindow w;
+        w.show();
+        QTest::qWait(30);
+        PaintWatcher watcher;
+        const double grabbed = w.middle(storage);
+        w.press(grabbed);
+        QTest::qWait(30);
+        w.strip.installEventFilter(&watcher);
+        w.drag(grabbed + 3);
+        QTRY_VERIFY(!watcher.painted.isEmpty());
+        QVERIFY(watcher.painted.contains(w.at(w.middle(storage)).toPoint()));
+        QVERIFY(!watcher.painted.contains(w.at(w.middle(cpu)).toPoint()));
+    }
+
+    void aRebuildDoesNotCancelADrag()
+    {
+        StripWindow w;
+        w.show();
+        const double grabbed = w.middle(storage);
+        w.press(grabbed);
+        w.drag(grabbed + 3);
+        const double left = w.frame(storage).left();
+        Setting { Keys::cpuReadout }.set(CPUReadout::off);
+        QSignalSpy rebuilt(&w.strip, &MenuBarStripView::rebuilt);
+        QTRY_COMPARE(rebuilt.count(), 1);
+        QCOMPARE(w.strip.dragged(), storage);
+        QCOMPARE(w.frame(storage).left(), left);
+        w.drag(2000);
+        QCOMPARE(w.sections().last(), storage);
+        w.release(2000);
+        QCOMPARE(storedText("menuBarOrder"), QStringLiteral("sensors,memory,cpu,storage"));
+    }
+
+    void anItemHiddenDuringItsDragDoesNoHarm()
+    {
+        StripWindow w;
+        w.show();
+        w.press(w.middle(cpu));
+        Setting { Keys::showCPUItem }.set(false);
+        QTRY_COMPARE(w.sections().size(), 3);
+        for (const double x : { -50.0, 10.0, 40.0, 80.0, 500.0, 0.0 })
+            w.drag(x);
+        w.release(0);
+        QCOMPARE(w.sections().size(), 3);
+        QVERIFY(w.standsOnGrid());
+        QVERIFY(storedText("menuBarOrder").endsWith(QStringLiteral(",cpu")));
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, MenuBarStripDragTest)
+#include "MenuBarStripDragTest.moc"

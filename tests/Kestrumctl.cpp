@@ -26,6 +26,11 @@ QString Kestrumctl::path()
     return qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app/Contents/MacOS/kestrumctl");
 }
 
+QStringList Kestrumctl::words(const char* line)
+{
+    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+}
+
 Kestrumctl::Result Kestrumctl::run(
     const QStringList& arguments, const QByteArray& input, const Variables& variables, const QString& program)
 {

@@ -22,6 +22,9 @@ using Variables = QList<std::pair<QString, QString>>;
 
 QString path();
 
+/// The words of a line, apart at its blanks: arguments of the program.
+QStringList words(const char* line);
+
 /// Runs the program to its end with `input` as standard input.
 Result run(const QStringList& arguments, const QByteArray& input = {}, const Variables& variables = {},
     const QString& program = path());

@@ -12,12 +12,9 @@ using namespace kestrum;
 
 namespace {
 
-using Signal = SharedSettings::Signal;
+using Kestrumctl::words;
 
-QStringList words(const char* line)
-{
-    return QString::fromUtf8(line).split(QLatin1Char(' '));
-}
+using Signal = SharedSettings::Signal;
 
 Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {})
 {

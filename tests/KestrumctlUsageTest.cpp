@@ -10,14 +10,11 @@ using namespace kestrum;
 
 namespace {
 
+using Kestrumctl::words;
+
 const QStringList verbs { QStringLiteral("read"), QStringLiteral("write"), QStringLiteral("delete"),
     QStringLiteral("watch"), QStringLiteral("export"), QStringLiteral("import"), QStringLiteral("post"),
     QStringLiteral("listen"), QStringLiteral("describe"), QStringLiteral("render") };
-
-QStringList words(const char* line)
-{
-    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
 
 } // namespace
 

@@ -1,17 +1,10 @@
-#include "KestrumShared/Drawing/SampleReadings.h"
-#include "KestrumShared/Drawing/StatusMetricView.h"
-#include "KestrumShared/Settings/MeterSettings.h"
-#include "KestrumShared/Settings/Setting.h"
-#include "tests/Kestrumctl.h"
+#include "tests/DescribedStrip.h"
 #include "tests/TestHome.h"
 
 #include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QImageReader>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QTest>
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -19,31 +12,6 @@
 using namespace kestrum;
 
 namespace {
-
-QStringList words(const char* line)
-{
-    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
-}
-
-QJsonObject described(const char* options = "")
-{
-    const auto result = Kestrumctl::run(words("describe") + words(options));
-    return result.code == 0 ? QJsonDocument::fromJson(result.output).object() : QJsonObject();
-}
-
-QJsonObject item(const QJsonObject& strip, MonitorSection section)
-{
-    for (const QJsonValue& value : strip.value(QStringLiteral("items")).toArray()) {
-        if (value[QStringLiteral("section")].toString() == rawValue(section))
-            return value.toObject();
-    }
-    return {};
-}
-
-double number(const QJsonObject& object, const char* name)
-{
-    return object.value(QLatin1StringView(name)).toDouble(std::nan(""));
-}
 
 QString picturePath()
 {
@@ -90,25 +58,14 @@ int largestDifference(const QImage& one, const QImage& other)
     return largest;
 }
 
-template <class K, class V> void set(const K& key, const V& value)
-{
-    QVERIFY(Setting(key).set(value));
-}
-
 } // namespace
 
-class KestrumctlDrawingTest : public QObject {
+class KestrumctlRenderTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults()); }
-    void init();
-    void describesAllSectionsInTheStoredOrder();
-    void describesWhatTheItemsMeasure();
-    void aHiddenItemKeepsItsSlotWithoutAPlace();
-    void aReadoutThatIsOffIsNull();
-    void describeIsReadableAndStable();
-    void describesAnotherMachinesCores();
+    void initTestCase() { registerFactoryDefaults(); }
+    void init() { forgetSettings(); }
     void aPictureHasTheItemsSizeTimesTheScale_data();
     void aPictureHasTheItemsSizeTimesTheScale();
     void coresMakeThePictureWide();
@@ -125,103 +82,7 @@ private Q_SLOTS:
     void aPictureThatCannotBeWrittenFailsWithTheReason();
 };
 
-void KestrumctlDrawingTest::init()
-{
-    SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
-}
-
-void KestrumctlDrawingTest::describesAllSectionsInTheStoredOrder()
-{
-    const auto order = [] {
-        QStringList sections;
-        for (const QJsonValue& value : described().value(QStringLiteral("items")).toArray())
-            sections.append(value[QStringLiteral("section")].toString());
-        return sections.join(QLatin1Char(','));
-    };
-    QCOMPARE(order(), QStringLiteral("storage,sensors,memory,cpu"));
-    set(Keys::menuBarOrder, QStringLiteral("memory,bogus,memory"));
-    QCOMPARE(order(), QStringLiteral("memory,sensors,storage,cpu"));
-}
-
-void KestrumctlDrawingTest::describesWhatTheItemsMeasure()
-{
-    for (const MeterLabelStyle style : { MeterLabelStyle::icons, MeterLabelStyle::letters }) {
-        set(Keys::meterLabelStyle, style);
-        const QJsonObject strip = described();
-        const SampleReadings readings;
-        double x = 0;
-        for (const MonitorSection section : MeterSettings::storedOrder()) {
-            const QJsonObject description = item(strip, section);
-            QCOMPARE(description.keys().size(), 6);
-            QCOMPARE(description.value(QStringLiteral("shown")), QJsonValue(true));
-            QCOMPARE(number(description, "x"), x);
-            QCOMPARE(number(description, "width"), StatusMetricView::itemWidth(section));
-            QCOMPARE(number(description, "labelWidth"), StatusMetricView::labelWidth(section));
-            QCOMPARE(description.value(QStringLiteral("readout")).toString(),
-                StatusMetricView::readoutText(section, readings).value_or(QString()));
-            x += StatusMetricView::itemWidth(section) + 8;
-        }
-        QCOMPARE(number(strip, "width"), x - 8);
-        QCOMPARE(number(strip, "height"), 22.0);
-        QCOMPARE(strip.keys().size(), 3);
-    }
-    // With the sample readings and a fresh suite, in a session without a region.
-    const QJsonObject strip = described();
-    const QString readouts = item(strip, MonitorSection::cpu).value(QStringLiteral("readout")).toString()
-        + item(strip, MonitorSection::memory).value(QStringLiteral("readout")).toString()
-        + item(strip, MonitorSection::storage).value(QStringLiteral("readout")).toString()
-        + item(strip, MonitorSection::sensors).value(QStringLiteral("readout")).toString();
-    QCOMPARE(readouts, QStringLiteral("48°64%58%24W"));
-}
-
-void KestrumctlDrawingTest::aHiddenItemKeepsItsSlotWithoutAPlace()
-{
-    set(Keys::showSensorsItem, false);
-    const QJsonObject strip = described();
-    const QJsonArray items = strip.value(QStringLiteral("items")).toArray();
-    QCOMPARE(items.size(), 4);
-    const QJsonObject hidden = items[1].toObject();
-    QCOMPARE(hidden.value(QStringLiteral("section")).toString(), QStringLiteral("sensors"));
-    QCOMPARE(hidden.value(QStringLiteral("shown")), QJsonValue(false));
-    QVERIFY(hidden.value(QStringLiteral("x")).isNull());
-    QCOMPARE(number(hidden, "width"), StatusMetricView::itemWidth(MonitorSection::sensors));
-    QCOMPARE(number(items[2].toObject(), "x"), number(items[0].toObject(), "width") + 8);
-}
-
-void KestrumctlDrawingTest::aReadoutThatIsOffIsNull()
-{
-    set(Keys::cpuReadout, CPUReadout::off);
-    const QJsonObject cpu = item(described(), MonitorSection::cpu);
-    QVERIFY(cpu.contains(QStringLiteral("readout")));
-    QVERIFY(cpu.value(QStringLiteral("readout")).isNull());
-}
-
-void KestrumctlDrawingTest::describeIsReadableAndStable()
-{
-    const QByteArray output = Kestrumctl::run(words("describe --cores 4")).output;
-    QCOMPARE(output, Kestrumctl::run(words("describe --cores 4")).output);
-    const QByteArrayList lines = output.split('\n');
-    QCOMPARE(lines.size(), 11);
-    QVERIFY(lines[1].startsWith("  \"width\": "));
-    QCOMPARE(lines[2], QByteArray("  \"height\": 22,"));
-    QVERIFY(lines[4].contains("\"section\": \"storage\", \"shown\": true, \"x\": 0, \"width\": "));
-}
-
-void KestrumctlDrawingTest::describesAnotherMachinesCores()
-{
-    const auto meterWidth = [](int cores) { return (cores - 1) + (cores * 4.9 + 4); };
-    const auto cpuWidth
-        = [](const char* options) { return number(item(described(options), MonitorSection::cpu), "width"); };
-    const double rest = cpuWidth("--cores 1") - meterWidth(1);
-    QCOMPARE(cpuWidth("--cores 8"), rest + meterWidth(8));
-    QCOMPARE(cpuWidth("--cores 12,4"), rest + meterWidth(16));
-    QCOMPARE(cpuWidth("--cores 2,4,2"), rest + meterWidth(8));
-    QCOMPARE(cpuWidth("--cores 1024"), rest + meterWidth(1024));
-    set(Keys::meterStyle, MeterStyle::compact);
-    QCOMPARE(cpuWidth("--cores 64"), rest + 46);
-}
-
-void KestrumctlDrawingTest::aPictureHasTheItemsSizeTimesTheScale_data()
+void KestrumctlRenderTest::aPictureHasTheItemsSizeTimesTheScale_data()
 {
     QTest::addColumn<QByteArray>("what");
     QTest::addColumn<double>("scale");
@@ -233,7 +94,7 @@ void KestrumctlDrawingTest::aPictureHasTheItemsSizeTimesTheScale_data()
         QTest::addRow("cpu at %g", scale) << QByteArray("cpu") << scale;
 }
 
-void KestrumctlDrawingTest::aPictureHasTheItemsSizeTimesTheScale()
+void KestrumctlRenderTest::aPictureHasTheItemsSizeTimesTheScale()
 {
     QFETCH(const QByteArray, what);
     QFETCH(const double, scale);
@@ -245,7 +106,7 @@ void KestrumctlDrawingTest::aPictureHasTheItemsSizeTimesTheScale()
     QCOMPARE(image.height(), int(std::ceil(22 * scale - 1e-6)));
 }
 
-void KestrumctlDrawingTest::coresMakeThePictureWide()
+void KestrumctlRenderTest::coresMakeThePictureWide()
 {
     for (const int cores : { 1, 2, 8, 64 }) {
         const QByteArray options = "--cores " + QByteArray::number(cores);
@@ -254,7 +115,7 @@ void KestrumctlDrawingTest::coresMakeThePictureWide()
     }
 }
 
-void KestrumctlDrawingTest::theGroundIsTransparent()
+void KestrumctlRenderTest::theGroundIsTransparent()
 {
     const QImage image = rendered("strip --scale 2 --cores 4");
     QVERIFY(image.hasAlphaChannel());
@@ -267,7 +128,7 @@ void KestrumctlDrawingTest::theGroundIsTransparent()
     QVERIFY(isEmpty(image, QRect(int(end * 2) + 1, 0, 14, image.height())));
 }
 
-void KestrumctlDrawingTest::lightAndDarkDiffer()
+void KestrumctlRenderTest::lightAndDarkDiffer()
 {
     const QImage light = rendered("memory --scale 2 --appearance light");
     const QImage dark = rendered("memory --scale 2 --appearance dark");
@@ -290,12 +151,12 @@ void KestrumctlDrawingTest::lightAndDarkDiffer()
     QVERIFY2(brightness(dark) > 0.7, QByteArray::number(brightness(dark)).constData());
 }
 
-void KestrumctlDrawingTest::lightIsTheAppearanceWhenNoneIsGiven()
+void KestrumctlRenderTest::lightIsTheAppearanceWhenNoneIsGiven()
 {
     QCOMPARE(rendered("cpu"), rendered("cpu --appearance light --scale 1"));
 }
 
-void KestrumctlDrawingTest::theStripShowsTheItemsWhereTheyAreDescribed()
+void KestrumctlRenderTest::theStripShowsTheItemsWhereTheyAreDescribed()
 {
     // At whole-numbered places an item of the strip is the item alone, pixel by pixel: the first one always stands so.
     const QImage strip = rendered("strip --scale 2 --cores 2");
@@ -311,7 +172,7 @@ void KestrumctlDrawingTest::theStripShowsTheItemsWhereTheyAreDescribed()
     }
 }
 
-void KestrumctlDrawingTest::aHiddenItemIsDrawnByNameButNotInTheStrip()
+void KestrumctlRenderTest::aHiddenItemIsDrawnByNameButNotInTheStrip()
 {
     const QImage all = rendered("strip --cores 2");
     set(Keys::showMemoryItem, false);
@@ -320,7 +181,7 @@ void KestrumctlDrawingTest::aHiddenItemIsDrawnByNameButNotInTheStrip()
     QVERIFY(std::abs(all.width() - rendered("strip --cores 2").width() - (width + 8)) <= 1);
 }
 
-void KestrumctlDrawingTest::aStripWithoutItemsIsNoPicture()
+void KestrumctlRenderTest::aStripWithoutItemsIsNoPicture()
 {
     for (const auto& entry : allCases<MonitorSection>())
         set(MeterSettings::visibilityKey(entry.value), false);
@@ -332,7 +193,7 @@ void KestrumctlDrawingTest::aStripWithoutItemsIsNoPicture()
     QCOMPARE(number(described(), "width"), 0.0);
 }
 
-void KestrumctlDrawingTest::aVeryWidePictureIsDrawnToItsEnd()
+void KestrumctlRenderTest::aVeryWidePictureIsDrawnToItsEnd()
 {
     // More pixels than Qt's painter reaches: the picture is put together of pieces. 5.9 points a core at scale 16.
     set(Keys::cpuReadout, CPUReadout::off);
@@ -350,7 +211,7 @@ void KestrumctlDrawingTest::aVeryWidePictureIsDrawnToItsEnd()
     QVERIFY(largestDifference(wide.copy(first), wide.copy(first.translated(period / 2, 0))) > 100);
 }
 
-void KestrumctlDrawingTest::tiersAreToldApartByColour()
+void KestrumctlRenderTest::tiersAreToldApartByColour()
 {
     set(Keys::meterShape, MeterShape::square);
     QVERIFY(SharedSettings::store().set(Keys::cpuAccent.name, QStringLiteral("custom:srgb:1.0,0.0,0.0")));
@@ -373,7 +234,7 @@ void KestrumctlDrawingTest::tiersAreToldApartByColour()
     QCOMPARE(bars(rendered("cpu --scale 4 --cores 4")), QByteArray("pppp"));
 }
 
-void KestrumctlDrawingTest::aPictureFollowsTheSettingsInEffect()
+void KestrumctlRenderTest::aPictureFollowsTheSettingsInEffect()
 {
     const QImage before = rendered("cpu --cores 4");
     QCOMPARE(rendered("cpu --cores 4"), before);
@@ -381,14 +242,14 @@ void KestrumctlDrawingTest::aPictureFollowsTheSettingsInEffect()
     QVERIFY(rendered("cpu --cores 4") != before);
 }
 
-void KestrumctlDrawingTest::aPictureGoesToStandardOutputToo()
+void KestrumctlRenderTest::aPictureGoesToStandardOutputToo()
 {
     const auto result = Kestrumctl::run(words("render cpu -o -"));
     QCOMPARE(result.code, 0);
     QCOMPARE(QImage::fromData(result.output, "PNG"), rendered("cpu"));
 }
 
-void KestrumctlDrawingTest::aPictureThatCannotBeWrittenFailsWithTheReason()
+void KestrumctlRenderTest::aPictureThatCannotBeWrittenFailsWithTheReason()
 {
     const auto nowhere = Kestrumctl::run(
         words("render cpu -o") + QStringList { TestHome::root() + QStringLiteral("/nowhere/picture.png") });
@@ -402,5 +263,5 @@ void KestrumctlDrawingTest::aPictureThatCannotBeWrittenFailsWithTheReason()
     QVERIFY2(full.errors.contains("No space left on device"), full.errors.constData());
 }
 
-KESTRUM_TEST_MAIN(QGuiApplication, KestrumctlDrawingTest)
-#include "KestrumctlDrawingTest.moc"
+KESTRUM_TEST_MAIN(QGuiApplication, KestrumctlRenderTest)
+#include "KestrumctlRenderTest.moc"

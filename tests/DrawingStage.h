@@ -2,7 +2,7 @@
 
 #include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Machine/CoreTopology.h"
-#include "KestrumShared/Settings/SharedSettings.h"
+#include "tests/FreshSettings.h"
 
 #include <QFontInfo>
 #include <QGuiApplication>
@@ -41,6 +41,12 @@ struct FakeReadings final : MenuBarReadings {
     qint64 availableStorage() const override { return freeBytes; }
 };
 
+/// How far from the item's left edge its meter begins, in points.
+inline double meterStart(MonitorSection section)
+{
+    return 1 + StatusMetricView::labelWidth(section) + StatusMetricView::meterSideGap(section);
+}
+
 /// What drawing depends on, the same for every test on every machine: font, settings, cores.
 namespace DrawingStage {
 
@@ -48,18 +54,26 @@ namespace DrawingStage {
 /// not installed (Debian's package fonts-inter): nothing drawn could be compared then.
 inline bool prepare()
 {
-    UserDefaults& store = SharedSettings::store();
-    store.apply({}, store.storedDictionary().keys());
-    store.registerDefaults(SharedSettings::factoryDefaults());
+    forgetSettings();
+    registerFactoryDefaults();
     QFont font(QStringLiteral("Inter"));
     QGuiApplication::setFont(font);
     CoreTopology::useTiers({ { QStringLiteral("Level 0"), 4 } });
     return QFontInfo(font).family() == QLatin1StringView("Inter");
 }
 
+/// Why `prepare` gave false.
+constexpr const char* noFont = "the font Inter (package fonts-inter) is missing";
+
 inline void set(const char* key, const char* value)
 {
     SharedSettings::store().set(key, QJsonValue(QString::fromUtf8(value)));
+}
+
+inline void turnReadoutsOff()
+{
+    for (const char* key : { "cpuReadout", "memoryReadout", "storageReadout", "sensorsReadout" })
+        set(key, "off");
 }
 
 /// The item at `topLeft` points of an image that is otherwise empty, with two points to spare.

@@ -45,7 +45,7 @@ class FastDrawingTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), "the font Inter (package fonts-inter) is missing");
+        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
         DrawingStage::set("cpuFastCoreAccent", "indigo");
         DrawingStage::set("memoryAccent", "amber");
     }

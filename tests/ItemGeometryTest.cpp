@@ -8,31 +8,13 @@
 
 using namespace kestrum;
 
-namespace {
-
-const QColor signalColour(69, 184, 153);
-const QColor indigoColour(107, 107, 242);
-
-double labelEnd(MonitorSection section)
-{
-    return 1 + StatusMetricView::labelWidth(section);
-}
-
-double meterStart(MonitorSection section)
-{
-    return labelEnd(section) + StatusMetricView::meterSideGap(section);
-}
-
-} // namespace
-
 class ItemGeometryTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), "the font Inter (package fonts-inter) is missing");
-        for (const char* key : { "cpuReadout", "memoryReadout", "storageReadout", "sensorsReadout" })
-            DrawingStage::set(key, "off");
+        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
+        DrawingStage::turnReadoutsOff();
         m_readings = std::make_shared<FakeReadings>();
     }
 

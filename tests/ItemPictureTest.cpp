@@ -59,7 +59,7 @@ private Q_SLOTS:
         QFETCH(int, scale);
         QFETCH(QByteArray, style);
         QFETCH(QByteArray, labels);
-        QVERIFY2(DrawingStage::prepare(), "the font Inter (package fonts-inter) is missing");
+        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
         DrawingStage::set("meterStyle", style);
         DrawingStage::set("meterLabelStyle", labels);
         DrawingStage::set("cpuFastCoreAccent", "indigo");

@@ -7,6 +7,10 @@
 
 namespace kestrum {
 
+/// Accents as they are drawn.
+inline const QColor signalColour(69, 184, 153);
+inline const QColor indigoColour(107, 107, 242);
+
 /// The pixels of a drawn item by places in points, counted from the bottom left like the item's own.
 class ItemPixels {
 public:

@@ -61,7 +61,7 @@ const Row rows[] = {
 class ItemWidthTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void init() { QVERIFY2(DrawingStage::prepare(), "the font Inter (package fonts-inter) is missing"); }
+    void init() { QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont); }
 
     void widthsFollowTheTable_data()
     {

@@ -14,11 +14,6 @@ namespace {
 
 const QColor textColour(0x1D, 0x1D, 0x1F);
 
-double meterStart(MonitorSection section)
-{
-    return 1 + StatusMetricView::labelWidth(section) + StatusMetricView::meterSideGap(section);
-}
-
 } // namespace
 
 class LabelGeometryTest : public QObject {
@@ -26,9 +21,8 @@ class LabelGeometryTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), "the font Inter (package fonts-inter) is missing");
-        for (const char* key : { "cpuReadout", "memoryReadout", "storageReadout", "sensorsReadout" })
-            DrawingStage::set(key, "off");
+        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
+        DrawingStage::turnReadoutsOff();
         m_readings = std::make_shared<FakeReadings>();
     }
 

@@ -24,7 +24,7 @@ class ReadoutTextTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), "the font Inter (package fonts-inter) is missing");
+        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
         DrawingStage::set("temperatureUnit", "celsius");
     }
 

@@ -143,15 +143,9 @@ void NotificationCentreTest::tokensIncrease()
 
 void NotificationCentreTest::handlerRunsOnTheMainThread()
 {
-    QThread* thread = nullptr;
-    const auto token = NotificationCentre::registerDispatch(
-        QStringLiteral("x"), [&thread] { thread = QThread::currentThread(); });
-    const std::unique_ptr<QThread> poster(
-        QThread::create([] { NotificationCentre::post(QStringLiteral("x")); }));
-    poster->start();
-    QVERIFY(poster->wait(10'000));
-    QTRY_COMPARE(thread, QCoreApplication::instance()->thread());
-    NotificationCentre::cancel(*token);
+    const Ear ear(QStringLiteral("x"));
+    postFromAnotherThread(QStringLiteral("x"));
+    QTRY_COMPARE(ear.thread, QCoreApplication::instance()->thread());
 }
 
 void NotificationCentreTest::postsFromManyThreadsArrive()

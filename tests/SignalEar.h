@@ -4,6 +4,9 @@
 #include "tests/TestHome.h"
 
 #include <QString>
+#include <QTest>
+#include <QThread>
+#include <memory>
 #include <optional>
 
 namespace kestrum {
@@ -20,7 +23,10 @@ inline QString signalsDirectory()
 /// A registration that ends with its scope, and its deliveries.
 struct Ear {
     explicit Ear(const QString& name)
-        : token(NotificationCentre::registerDispatch(name, [this] { ++count; }))
+        : token(NotificationCentre::registerDispatch(name, [this] {
+            ++count;
+            thread = QThread::currentThread();
+        }))
     {
     }
     ~Ear()
@@ -32,7 +38,16 @@ struct Ear {
     Ear& operator=(const Ear&) = delete;
 
     int count = 0;
+    QThread* thread = nullptr; ///< that of the last delivery
     std::optional<NotificationCentre::Token> token;
 };
+
+/// Posts on a thread of its own, and waits for that to end.
+inline void postFromAnotherThread(const QString& name)
+{
+    const std::unique_ptr<QThread> poster(QThread::create([&name] { NotificationCentre::post(name); }));
+    poster->start();
+    QVERIFY(poster->wait(10'000));
+}
 
 } // namespace kestrum

@@ -1,10 +1,8 @@
-#include "Platform/NotificationCentre.h"
-#include "tests/TestHome.h"
+#include "tests/SignalEar.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QTest>
-#include <QThread>
 #include <sys/stat.h>
 
 using namespace kestrum;
@@ -62,12 +60,10 @@ void SignalsWithinTest::listenersHearInTheOrderOfRegistration()
 
 void SignalsWithinTest::postBeforeTheRegistrationIsNotDelivered()
 {
-    int calls = 0;
     NotificationCentre::post(QStringLiteral("x"));
-    const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
+    const Ear ear(QStringLiteral("x"));
     QTest::qWait(20);
-    QCOMPARE(calls, 0);
-    NotificationCentre::cancel(*token);
+    QCOMPARE(ear.count, 0);
 }
 
 void SignalsWithinTest::cancelledHandlerDoesNotRun()
@@ -82,15 +78,9 @@ void SignalsWithinTest::cancelledHandlerDoesNotRun()
 
 void SignalsWithinTest::postsOfOtherThreadsArriveOnTheMainThread()
 {
-    QThread* thread = nullptr;
-    const auto token = NotificationCentre::registerDispatch(
-        QStringLiteral("x"), [&thread] { thread = QThread::currentThread(); });
-    const std::unique_ptr<QThread> poster(
-        QThread::create([] { NotificationCentre::post(QStringLiteral("x")); }));
-    poster->start();
-    QVERIFY(poster->wait(10'000));
-    QTRY_COMPARE(thread, QCoreApplication::instance()->thread());
-    NotificationCentre::cancel(*token);
+    const Ear ear(QStringLiteral("x"));
+    postFromAnotherThread(QStringLiteral("x"));
+    QTRY_COMPARE(ear.thread, QCoreApplication::instance()->thread());
 }
 
 void SignalsWithinTest::nothingIsWritten()

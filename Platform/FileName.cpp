@@ -6,8 +6,8 @@ namespace {
 
 constexpr qsizetype maximumLength = 255;
 
-// The longest thing that is ever put around a name: the number of a damaged copy (".damaged-999"), the lock's
-// ".lock" or the ".<12 digits>" of a temporary file.
+// Room for the longest thing that is ever put behind a name: the lock's ".lock", or the number of a damaged copy
+// (".damaged-999"). Temporary files have names of their own.
 constexpr qsizetype decorationLength = 16;
 
 bool staysAsItIs(char character)

@@ -11,7 +11,7 @@ namespace FileName {
 
 /// `text` percent-encoded so that it is one plain path component: letters, digits, "-", "_" and "." stay,
 /// a leading "." does not. Nothing when `text` is empty or the encoded name, with `suffix`, is longer than a
-/// file name may be (255 bytes, less the room that temporary and damaged copies need).
+/// file name may be (255 bytes, less the room that its lock and damaged copies need).
 std::optional<QByteArray> encoded(const QString& text, QByteArrayView suffix = {});
 
 } // namespace FileName

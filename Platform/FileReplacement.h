@@ -12,7 +12,7 @@ namespace kestrum {
 namespace FileReplacement {
 
 struct Failure {
-    const char* step = nullptr; ///< a text such as "write the temporary file"
+    const char* step = nullptr; ///< what was being done, such as "make a temporary file"
     int error = 0;              ///< an `errno`
     explicit operator bool() const { return step != nullptr; }
 };

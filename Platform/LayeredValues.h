@@ -30,8 +30,10 @@ public:
     }
 
     const QJsonObject& stored() const { return m_stored; }
+    /// All keys of all layers, each with its value in effect. Builds a new object.
     QJsonObject inEffect() const;
 
+    /// The first two take the place of what the layer held; registered values are added to it.
     void setStored(const QJsonObject& values);
     void setAdministered(const QJsonObject& values);
     void addRegistered(const QJsonObject& values);

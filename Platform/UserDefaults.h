@@ -49,8 +49,8 @@ public:
     void registerDefaults(const QJsonObject& defaults);
 
     /// Stores, removes, or does several of both in one save. An equal stored value is not written again and
-    /// tells nobody. False when the save failed: nothing changed, neither here nor on disk, and `lastError`
-    /// names the reason.
+    /// tells nobody. False when the save failed, for the reason in `lastError`: nothing changed, but where only
+    /// the last step failed, which makes the new file outlast a power cut, the new values are in effect.
     bool set(std::string_view key, const QJsonValue& value);
     bool remove(std::string_view key);
     bool apply(const QJsonObject& values, const QStringList& removedKeys);

@@ -16,7 +16,7 @@
 
 namespace kestrum {
 
-/// A painter for a drawing whose origin is at the bottom left, y upwards: the only place that turns
+/// A painter for a drawing whose origin is at the bottom left, y upwards: the only place of the drawing that turns
 /// coordinates over. Sizes are points. Borrows the painter, whose state it leaves as it found it. On pixels it draws
 /// the shapes of meters by `PixelPainter`, with the same look.
 class Canvas {

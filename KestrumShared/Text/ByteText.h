@@ -27,6 +27,7 @@ private:
     QString m_region;
 };
 
+/// The style of the present interface language and region.
 Style style(Counting counting);
 
 } // namespace ByteText

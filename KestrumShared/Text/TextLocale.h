@@ -18,6 +18,7 @@ icu::Locale ofLanguage(const QString& code);
 icu::number::LocalizedNumberFormatter formatter(
     const QString& language, const QString& region, const icu::number::UnlocalizedNumberFormatter& settings);
 
+/// The same text as Qt holds it.
 QString fromUnicode(const icu::UnicodeString& text);
 
 } // namespace TextLocale

@@ -5,14 +5,7 @@
 
 using namespace kestrum;
 
-namespace {
-
-constexpr auto cpu = MonitorSection::cpu;
-constexpr auto memory = MonitorSection::memory;
-constexpr auto storage = MonitorSection::storage;
-constexpr auto sensors = MonitorSection::sensors;
-
-} // namespace
+using enum MonitorSection;
 
 /// The strip for those who work it without a pointer: by the keyboard, and with a screen reader.
 class MenuBarStripAccessTest : public QObject {

@@ -7,15 +7,8 @@
 
 using namespace kestrum;
 
-namespace {
-
 using Sections = StripWindow::Sections;
-constexpr auto cpu = MonitorSection::cpu;
-constexpr auto memory = MonitorSection::memory;
-constexpr auto storage = MonitorSection::storage;
-constexpr auto sensors = MonitorSection::sensors;
-
-} // namespace
+using enum MonitorSection;
 
 /// Dragging items of the strip to another place.
 class MenuBarStripDragTest : public QObject {

@@ -3,14 +3,7 @@
 
 using namespace kestrum;
 
-namespace {
-
-constexpr auto cpu = MonitorSection::cpu;
-constexpr auto memory = MonitorSection::memory;
-constexpr auto storage = MonitorSection::storage;
-constexpr auto sensors = MonitorSection::sensors;
-
-} // namespace
+using enum MonitorSection;
 
 /// What the strip finds under the pointer, and shows there.
 class MenuBarStripPointerTest : public QObject {

@@ -6,15 +6,8 @@
 
 using namespace kestrum;
 
-namespace {
-
 using Sections = StripWindow::Sections;
-constexpr auto cpu = MonitorSection::cpu;
-constexpr auto memory = MonitorSection::memory;
-constexpr auto storage = MonitorSection::storage;
-constexpr auto sensors = MonitorSection::sensors;
-
-} // namespace
+using enum MonitorSection;
 
 class MenuBarStripViewTest : public QObject {
     Q_OBJECT

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Kestrum/MenuBar/StripItems.h"
 #include "KestrumShared/Drawing/SampleReadings.h"
+#include "KestrumShared/Drawing/StripItems.h"
 #include "KestrumShared/Settings/SignalListener.h"
 
 #include <QList>

@@ -1,4 +1,4 @@
-#include "Kestrum/MenuBar/StripItems.h"
+#include "KestrumShared/Drawing/StripItems.h"
 
 #include "KestrumShared/Drawing/StripLayout.h"
 

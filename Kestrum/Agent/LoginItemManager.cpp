@@ -1,0 +1,12 @@
+#include "Kestrum/Agent/LoginItemManager.h"
+
+namespace kestrum {
+
+LoginItemManager::LoginItemManager(QObject* parent)
+    : QObject(parent)
+{
+}
+
+void LoginItemManager::unregisterLegacyMainAppOnce() { }
+
+} // namespace kestrum

@@ -1,0 +1,1 @@
+#include "KestrumAgent/Agent.h"

@@ -1,0 +1,1 @@
+#include "KestrumAgent/Readings/Sampler.h"

@@ -1,0 +1,1 @@
+#include "KestrumAgent/Updates/UpdateChecker.h"

@@ -1,0 +1,7 @@
+#include "KestrumShared/Machine/AppLinks.h"
+
+namespace kestrum {
+
+void AppLinks::launchAgentIfNeeded(int) { }
+
+} // namespace kestrum

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "KestrumShared/Machine/ProcessScan.h"
+#include "Platform/Bundle.h"
+
+#include <QMap>
+#include <QString>
+#include <optional>
+
+namespace kestrum {
+
+/// Where the agent lives, and how it is started and stopped. Main thread only.
+namespace AppLinks {
+
+/// What every caller gives `launchAgentIfNeeded`.
+inline constexpr int retries = 6;
+
+/// The agent's bundle inside the main bundle.
+QString embeddedAgentURL();
+
+QList<ProcessScan::Entry> agentProcesses();
+bool isAgentRunning();
+
+/// The bundle of the agent that started first; nothing when none runs or its bundle cannot be opened.
+std::optional<Bundle> runningAgentBundle();
+
+/// Those variables of our environment that the agent is to have too.
+QMap<QString, QString> testEnvironment();
+
+/// Starts the agent unless one runs. One that runs may be about to quit: it is looked at again every half second, up to
+/// `retriesLeft` times, as long as the agent is switched on.
+void launchAgentIfNeeded(int retriesLeft);
+
+/// Asks the agent to quit itself.
+void stopAgent();
+
+} // namespace AppLinks
+} // namespace kestrum

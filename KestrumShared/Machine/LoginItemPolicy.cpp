@@ -1,0 +1,1 @@
+#include "KestrumShared/Machine/LoginItemPolicy.h"

@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+#include <functional>
+#include <optional>
+
+namespace kestrum {
+
+/// The kernel's table of running processes, read anew at each call. Main thread only.
+class ProcessTable {
+public:
+    /// `root` is where the process file system is; tests bring trees of their own.
+    explicit ProcessTable(const QString& root = QStringLiteral("/proc"));
+
+    /// Calls `visit` for each process, in the kernel's listing order, with the path of its executable as bytes up to
+    /// 4096, valid during the call. A program that was replaced while it runs has its old path, without the kernel's
+    /// mark. Processes whose path cannot be read (gone, a kernel thread, somebody else's) are passed over; a table
+    /// that cannot be read is empty.
+    void forEach(const std::function<void(qint32 pid, QByteArrayView path)>& visit) const;
+
+    /// When the process started, in seconds since 1970, to 10 ms; nothing when the kernel does not say.
+    std::optional<double> startTime(qint32 pid) const;
+
+private:
+    QByteArray m_root;
+};
+
+} // namespace kestrum

@@ -1,0 +1,7 @@
+#include "Platform/SingleInstance.h"
+
+namespace kestrum {
+
+SingleInstance::~SingleInstance() = default;
+
+} // namespace kestrum

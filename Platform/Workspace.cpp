@@ -1,0 +1,9 @@
+#include "Platform/Workspace.h"
+
+namespace kestrum {
+
+struct Workspace::Observations { };
+
+Workspace::~Workspace() = default;
+
+} // namespace kestrum

@@ -37,8 +37,9 @@ struct Ear {
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    int count = 0;
-    QThread* thread = nullptr; ///< that of the last delivery
+    // Counted also for an ear that its owner declared constant.
+    mutable int count = 0;
+    mutable QThread* thread = nullptr; ///< that of the last delivery
     std::optional<NotificationCentre::Token> token;
 };
 

@@ -58,7 +58,7 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // Before the application object, so that the toolkit's own texts come up in the chosen language too.
+    // Before the application object, so that nothing is ever shown in another language than the one recorded.
     AppLanguage::recordLaunchedCode();
     AppLanguage::applyChoiceToProcessDefaults();
 

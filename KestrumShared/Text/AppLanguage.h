@@ -37,7 +37,7 @@ QStringList systemLanguages();
 /// Code and own name ("de", "Deutsch") of every shipped language, sorted by name.
 QList<std::pair<QString, QString>> available();
 
-/// Writes the choice into the process's own "AppleLanguages", by which the platform's texts are chosen; removes
+/// Writes the choice into the process's own "AppleLanguages", the languages it wants the platform's texts in; removes
 /// that key when the session's languages are to be followed.
 void applyChoiceToProcessDefaults();
 

@@ -30,7 +30,7 @@ private Q_SLOTS:
         QTest::newRow("a row of the sidebar") << Colour::text << Colour::sidebar;
         QTest::newRow("secondary text on the window") << Colour::secondaryText << Colour::window;
         QTest::newRow("secondary text on a card") << Colour::secondaryText << Colour::card;
-        QTest::newRow("a heading of the sidebar") << Colour::sidebarHeading << Colour::sidebar;
+        QTest::newRow("secondary text of the sidebar") << Colour::sidebarSecondaryText << Colour::sidebar;
         QTest::newRow("the selected row") << Colour::onSelection << Colour::selection;
         QTest::newRow("an error on the window") << Colour::error << Colour::window;
         QTest::newRow("text on the preview's plate") << Colour::text << Colour::previewPlate;
@@ -53,6 +53,7 @@ private Q_SLOTS:
             const QColor sidebar = Theme::colour(Colour::sidebar, scheme);
             QVERIFY(Theme::contrast(Theme::colour(Colour::selection, scheme), sidebar) >= 3);
             QVERIFY(Theme::contrast(Theme::colour(Colour::accent, scheme), sidebar) >= 3);
+            QVERIFY(Theme::contrast(Theme::colour(Colour::offer, scheme), sidebar) >= 3);
             for (const Colour ground :
                 { Colour::window, Colour::sidebar, Colour::card, Colour::previewPlate })
                 QVERIFY(
@@ -144,12 +145,16 @@ private Q_SLOTS:
     {
         using Theme::TextStyle;
         const QString family = QFontInfo(QGuiApplication::font()).family();
-        for (const auto style :
-            { TextStyle::body, TextStyle::heading, TextStyle::sidebarHeading, TextStyle::footnote })
+        for (const auto style : { TextStyle::body, TextStyle::heading, TextStyle::sidebarHeading,
+                 TextStyle::footnote, TextStyle::callout, TextStyle::caption })
             QCOMPARE(QFontInfo(Theme::font(style)).family(), family);
         QCOMPARE(Theme::font(TextStyle::body).pointSizeF(), 13 * 0.75);
         QCOMPARE(Theme::font(TextStyle::footnote).pointSizeF(), 11 * 0.75);
         QCOMPARE(Theme::font(TextStyle::heading).weight(), QFont::DemiBold);
+        QCOMPARE(Theme::font(TextStyle::callout).pointSizeF(), 12 * 0.75);
+        QCOMPARE(Theme::font(TextStyle::callout).weight(), QFont::Bold);
+        QCOMPARE(Theme::font(TextStyle::caption).pointSizeF(), 11 * 0.75);
+        QCOMPARE(Theme::font(TextStyle::caption).weight(), QFont::Normal);
     }
 };
 

@@ -38,7 +38,7 @@ Shades shades(Theme::Colour colour)
         return { QColor(0x1D1D1F), QColor(0xF2F2F4) };
     case Colour::secondaryText:
         return { QColor(0x6A6A70), QColor(0xA4A4AC) };
-    case Colour::sidebarHeading:
+    case Colour::sidebarSecondaryText:
         return { QColor(0x66666C), QColor(0xA4A4AC) };
     case Colour::accent:
     case Colour::focusRing:
@@ -50,6 +50,8 @@ Shades shades(Theme::Colour colour)
         return { translucent(0, 0.10), translucent(255, 0.12) };
     case Colour::error:
         return { QColor(0xC4322B), QColor(0xFF6B62) };
+    case Colour::offer:
+        return { QColor(0x248A3D), QColor(0x30D158) };
     case Colour::previewPlate:
         return { QColor::fromRgbF(0.87F, 0.87F, 0.87F), QColor(0x3A3B3F) };
     case Colour::itemBackdrop:
@@ -148,14 +150,32 @@ QPalette Theme::palette(ColourScheme scheme)
 
 QFont Theme::font(TextStyle style)
 {
+    struct Shape {
+        int size; ///< points of the layout
+        QFont::Weight weight;
+    };
+    const auto shape = [style]() -> Shape {
+        switch (style) {
+        case TextStyle::body:
+            return { 13, QFont::Normal };
+        case TextStyle::heading:
+            return { 13, QFont::DemiBold };
+        case TextStyle::sidebarHeading:
+            return { 11, QFont::DemiBold };
+        case TextStyle::callout:
+            return { 12, QFont::Bold };
+        case TextStyle::footnote:
+        case TextStyle::caption:
+            return { 11, QFont::Normal };
+        }
+        return { 13, QFont::Normal };
+    }();
     // A point of the layout is a pixel at 96 dots an inch; a font sized in points follows a desktop that
     // scales its texts.
     constexpr double fontPoints = 72.0 / 96.0;
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
-    const bool isSmall = style == TextStyle::footnote || style == TextStyle::sidebarHeading;
-    const bool isHeading = style == TextStyle::heading || style == TextStyle::sidebarHeading;
-    font.setPointSizeF((isSmall ? 11 : 13) * fontPoints);
-    font.setWeight(isHeading ? QFont::DemiBold : QFont::Normal);
+    font.setPointSizeF(shape.size * fontPoints);
+    font.setWeight(shape.weight);
     return font;
 }
 

@@ -20,13 +20,14 @@ enum class Colour {
     separator,
     text,
     secondaryText,
-    sidebarHeading, ///< secondary text, dark enough for the sidebar's ground
-    accent,         ///< the desktop's, else our own
-    focusRing,      ///< the accent, as far from every ground of ours as a mark has to be
-    selection,      ///< the accent, deepened as far as `onSelection` needs
+    sidebarSecondaryText, ///< dark enough for the sidebar's ground
+    accent,               ///< the desktop's, else our own
+    focusRing,            ///< the accent, as far from every ground of ours as a mark has to be
+    selection,            ///< the accent, deepened as far as `onSelection` needs
     onSelection,
     inactiveSelection, ///< ground of what is selected in a window that is not active
     error,
+    offer, ///< the green of good news
     previewPlate,
     itemBackdrop, ///< behind the item under the pointer
 };
@@ -41,7 +42,14 @@ double contrast(const QColor& text, const QColor& ground);
 /// What a window of ours and everything in it is painted with.
 QPalette palette(ColourScheme scheme);
 
-enum class TextStyle { body, heading, sidebarHeading, footnote };
+enum class TextStyle {
+    body,
+    heading,
+    sidebarHeading,
+    footnote,
+    callout, ///< names what a row of the sidebar's foot is about, in bold
+    caption, ///< the line below it
+};
 
 /// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale.
 QFont font(TextStyle style);

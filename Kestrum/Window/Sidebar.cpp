@@ -59,7 +59,7 @@ private:
         const QFont font = Theme::font(Theme::TextStyle::sidebarHeading);
         const QRect text = option.rect.adjusted(rowInset + rowPadding, headingGap, -rowInset - rowPadding, 0);
         painter.setFont(font);
-        painter.setPen(Theme::colour(Theme::Colour::sidebarHeading));
+        painter.setPen(Theme::colour(Theme::Colour::sidebarSecondaryText));
         painter.drawText(text, int(Qt::AlignVCenter | Qt::AlignLeading),
             QFontMetrics(font).elidedText(index.data().toString(), Qt::ElideRight, text.width()));
     }

@@ -1,11 +1,38 @@
 #include "Kestrum/Form/Switch.h"
 
+#include "Kestrum/Form/FocusRing.h"
+#include "Kestrum/Form/Theme.h"
+
+#include <QPainter>
+
 namespace kestrum {
 
+namespace {
+
+constexpr int slideMilliseconds = 120;
+constexpr double knobInset = 2; ///< between the knob and the track's edge
+constexpr double disabledOpacity = 0.45;
+
+/// `first` turned into `second` by a share from 0 to 1.
+QColor mixed(const QColor& first, const QColor& second, double share)
+{
+    const auto part = [share](float from, float to) { return from + (to - from) * float(share); };
+    return QColor::fromRgbF(part(first.redF(), second.redF()), part(first.greenF(), second.greenF()),
+        part(first.blueF(), second.blueF()), part(first.alphaF(), second.alphaF()));
+}
+
+} // namespace
+
 Switch::Switch(Size size, QWidget* parent)
-    : QAbstractButton(parent)
+    : QCheckBox(parent)
     , m_size(size)
 {
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    m_slide.setDuration(slideMilliseconds);
+    m_slide.setEasingCurve(QEasingCurve::InOutQuad);
+    connect(&m_slide, &QVariantAnimation::valueChanged, this,
+        [this](const QVariant& position) { moveKnob(position.toDouble()); });
+    connect(this, &QCheckBox::toggled, this, &Switch::slide);
 }
 
 QSize Switch::sizeHint() const
@@ -13,6 +40,74 @@ QSize Switch::sizeHint() const
     return m_size == Size::regular ? QSize(38, 22) : QSize(30, 18);
 }
 
-void Switch::paintEvent(QPaintEvent*) { }
+void Switch::follow(bool isOn)
+{
+    {
+        const QSignalBlocker blocker(this);
+        setChecked(isOn);
+    }
+    m_slide.stop();
+    moveKnob(isOn ? 1 : 0);
+}
+
+void Switch::slide(bool isOn)
+{
+    const double end = isOn ? 1 : 0;
+    m_slide.stop();
+    if (!isVisible()) {
+        moveKnob(end);
+        return;
+    }
+    m_slide.setStartValue(m_position);
+    m_slide.setEndValue(end);
+    m_slide.start();
+}
+
+void Switch::moveKnob(double position)
+{
+    m_position = position;
+    update();
+}
+
+void Switch::paintEvent(QPaintEvent*)
+{
+    using Theme::Colour;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    if (!isEnabled())
+        painter.setOpacity(disabledOpacity);
+
+    const QSizeF size = sizeHint();
+    const QRectF track(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), size);
+    const double radius = size.height() / 2;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(mixed(Theme::colour(Colour::switchOff), Theme::colour(Colour::switchOn), m_position));
+    painter.drawRoundedRect(track, radius, radius);
+
+    // Neither the pale track nor the white knob on it would be seen well enough without an outline.
+    QColor outline = Theme::colour(Colour::switchOutline);
+    outline.setAlphaF(float(1 - m_position));
+    painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(outline, 1));
+    painter.drawRoundedRect(track.adjusted(0.5, 0.5, -0.5, -0.5), radius - 0.5, radius - 0.5);
+
+    const double diameter = size.height() - 2 * knobInset;
+    const double way = size.width() - size.height();
+    const double place = isRightToLeft() ? 1 - m_position : m_position;
+    const QRectF knob(track.left() + knobInset + way * place, track.top() + knobInset, diameter, diameter);
+    painter.setBrush(Theme::colour(Colour::switchKnob));
+    painter.drawEllipse(knob.adjusted(0.5, 0.5, -0.5, -0.5));
+}
+
+void Switch::focusInEvent(QFocusEvent* event)
+{
+    QCheckBox::focusInEvent(event);
+    FocusRing::mark(*this, sizeHint().height() / 2.0, *event);
+}
+
+bool Switch::hitButton(const QPoint& place) const
+{
+    return rect().contains(place);
+}
 
 } // namespace kestrum

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <QAbstractButton>
+#include <QCheckBox>
 #include <QVariantAnimation>
 
 namespace kestrum {
 
-/// A switch: a round knob in a track, at the trailing end when it is on. Its accessible role is a check box's. Space and a
-/// click turn it; `toggled` tells.
-class Switch final : public QAbstractButton {
+/// A switch: a round knob in a track, at the trailing end when it is on. To assistive programs it is a check box, whose name
+/// the owner sets. Space and a click turn it; `toggled` tells. Its text is not shown.
+class Switch final : public QCheckBox {
     Q_OBJECT
 public:
     enum class Size { regular, small };
@@ -22,9 +22,15 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    bool hitButton(const QPoint& place) const override;
 
 private:
+    void slide(bool isOn);
+    void moveKnob(double position);
+
     Size m_size;
+    double m_position = 0; ///< of the knob: 0 off, 1 on
     QVariantAnimation m_slide;
 };
 

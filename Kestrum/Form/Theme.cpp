@@ -13,11 +13,15 @@ struct Shades {
     QColor dark;
 };
 
-QColor translucent(int grey, double alpha)
+QColor translucent(QColor colour, double alpha)
 {
-    QColor colour(grey, grey, grey);
     colour.setAlphaF(float(alpha));
     return colour;
+}
+
+QColor translucent(int grey, double alpha)
+{
+    return translucent(QColor(grey, grey, grey), alpha);
 }
 
 Shades shades(Theme::Colour colour)
@@ -43,6 +47,7 @@ Shades shades(Theme::Colour colour)
     case Colour::accent:
     case Colour::focusRing:
     case Colour::selection:
+    case Colour::switchOn:
         return { QColor::fromRgbF(0.12F, 0.52F, 0.88F), QColor::fromRgbF(0.25F, 0.62F, 0.96F) };
     case Colour::onSelection:
         return { QColor(0xFFFFFF), QColor(0xFFFFFF) };
@@ -52,6 +57,20 @@ Shades shades(Theme::Colour colour)
         return { QColor(0xC4322B), QColor(0xFF6B62) };
     case Colour::offer:
         return { QColor(0x248A3D), QColor(0x30D158) };
+    case Colour::switchOff:
+        return { translucent(QColor(0x787880), 0.24), translucent(QColor(0x787880), 0.36) };
+    case Colour::switchKnob:
+        return { QColor(0xFFFFFF), QColor(0xFFFFFF) };
+    case Colour::switchOutline:
+        return { QColor(0x7C7C84), QColor(0x7C7C84) };
+    case Colour::button:
+        return { QColor(0xFFFFFF), QColor(0x3A3B40) };
+    case Colour::buttonBorder:
+        return { translucent(0, 0.18), translucent(255, 0.08) };
+    case Colour::buttonHovered:
+        return { translucent(0, 0.04), translucent(255, 0.05) };
+    case Colour::buttonPressed:
+        return { translucent(0, 0.11), translucent(255, 0.12) };
     case Colour::previewPlate:
         return { QColor::fromRgbF(0.87F, 0.87F, 0.87F), QColor(0x3A3B3F) };
     case Colour::itemBackdrop:
@@ -81,10 +100,10 @@ constexpr double readableContrast = 4.5;
 constexpr double visibleContrast = 3;
 constexpr float step = 0.98F;
 
-/// `ground` itself, or as much darker as light `text` on it needs.
-QColor deepened(QColor ground, const QColor& text)
+/// `ground` itself, or as much darker as something light on it needs.
+QColor deepened(QColor ground, const QColor& light, double contrast)
 {
-    while (Theme::contrast(text, ground) < readableContrast && ground.valueF() > 0.1F)
+    while (Theme::contrast(light, ground) < contrast && ground.valueF() > 0.1F)
         ground = QColor::fromRgbF(ground.redF() * step, ground.greenF() * step, ground.blueF() * step);
     return ground;
 }
@@ -112,13 +131,16 @@ QColor Theme::colour(Colour colour, ColourScheme scheme)
 {
     const Shades both = shades(colour);
     const QColor plain = scheme == ColourScheme::dark ? both.dark : both.light;
-    if (colour != Colour::accent && colour != Colour::focusRing && colour != Colour::selection)
+    if (colour != Colour::accent && colour != Colour::focusRing && colour != Colour::selection
+        && colour != Colour::switchOn)
         return plain;
     // Any colour can be a desktop's accent, also one that would not be seen on our grounds.
     const auto& named = SystemAppearance::shared().accent();
     const QColor accent = named ? setOff(*named, scheme) : plain;
     if (colour == Colour::selection)
-        return deepened(accent, Theme::colour(Colour::onSelection, scheme));
+        return deepened(accent, Theme::colour(Colour::onSelection, scheme), readableContrast);
+    if (colour == Colour::switchOn)
+        return deepened(accent, Theme::colour(Colour::switchKnob, scheme), visibleContrast);
     return colour == Colour::focusRing ? setOff(accent, scheme) : accent;
 }
 

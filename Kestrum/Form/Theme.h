@@ -28,6 +28,14 @@ enum class Colour {
     inactiveSelection, ///< ground of what is selected in a window that is not active
     error,
     offer, ///< the green of good news
+    switchOff,
+    switchOn, ///< the accent, deepened as far as the knob needs
+    switchKnob,
+    switchOutline, ///< around the track and the knob of a switch that is off
+    button,
+    buttonBorder,
+    buttonHovered, ///< laid over a button under the pointer
+    buttonPressed, ///< laid over a button that is held down
     previewPlate,
     itemBackdrop, ///< behind the item under the pointer
 };

@@ -1,0 +1,71 @@
+#include "Kestrum/Form/PushButton.h"
+
+#include "Kestrum/Form/FocusRing.h"
+#include "Kestrum/Form/Theme.h"
+
+#include <QEvent>
+#include <QPainter>
+#include <algorithm>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int leastHeight = 26;
+constexpr double radius = 6;
+constexpr int padding = 12; ///< beside the text
+constexpr int textRoom = 8; ///< above and below the text together
+constexpr double disabledOpacity = 0.45;
+
+} // namespace
+
+PushButton::PushButton(const QString& text, QWidget* parent)
+    : QPushButton(text, parent)
+{
+    setFont(Theme::font(Theme::TextStyle::body));
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setAutoDefault(false);
+    // The pointer over it is shown.
+    setAttribute(Qt::WA_Hover);
+}
+
+QSize PushButton::sizeHint() const
+{
+    const QSize size = fontMetrics().size(Qt::TextShowMnemonic, text());
+    return { size.width() + 2 * padding, std::max(leastHeight, size.height() + textRoom) };
+}
+
+void PushButton::paintEvent(QPaintEvent*)
+{
+    using Theme::Colour;
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QRectF plate = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
+    painter.setPen(Theme::colour(Colour::buttonBorder));
+    painter.setBrush(Theme::colour(Colour::button));
+    painter.drawRoundedRect(plate, radius, radius);
+    if (isEnabled() && (isDown() || underMouse())) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Theme::colour(isDown() ? Colour::buttonPressed : Colour::buttonHovered));
+        painter.drawRoundedRect(rect(), radius, radius);
+    }
+    if (!isEnabled())
+        painter.setOpacity(disabledOpacity);
+    painter.setPen(Theme::colour(Colour::text));
+    painter.drawText(rect(), int(Qt::AlignCenter | Qt::TextShowMnemonic), text());
+}
+
+void PushButton::focusInEvent(QFocusEvent* event)
+{
+    QPushButton::focusInEvent(event);
+    FocusRing::mark(*this, radius, *event);
+}
+
+void PushButton::changeEvent(QEvent* event)
+{
+    QPushButton::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        updateGeometry();
+}
+
+} // namespace kestrum

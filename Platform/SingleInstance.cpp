@@ -1,7 +1,192 @@
+// The place is a kernel lock on "<name>.lock"; whoever has it owns "<name>.socket" beside it and hears there of further
+// starts. Both lie in the private runtime directory and are reached through its checked descriptor, so that nobody
+// else can put something in their place. A socket that a killed process left behind is removed by the next that has the
+// lock, and by nobody else.
+//
+// The lock belongs to the open file, as flock's does, but it can be asked after without being taken: a look by
+// `isHeld` never makes a program that starts at the same moment believe that it is the second.
+
 #include "Platform/SingleInstance.h"
+
+#include "Platform/Log.h"
+#include "Platform/RuntimeDirectory.h"
+
+#include <QDeadlineTimer>
+#include <QMetaObject>
+#include <QThread>
+#include <algorithm>
+#include <array>
+#include <fcntl.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
 
 namespace kestrum {
 
-SingleInstance::~SingleInstance() = default;
+namespace {
+
+constexpr int patience = 1000; // ms
+constexpr int pause = 20;
+// More than the kernel queues at one socket, so that a flood of requests is one request.
+constexpr int mostAtOnce = 1024;
+
+bool isOurs(int descriptor, mode_t kind)
+{
+    struct stat state;
+    return ::fstat(descriptor, &state) == 0 && (state.st_mode & S_IFMT) == kind
+        && state.st_uid == ::geteuid();
+}
+
+FileDescriptor openLock(const QByteArray& name, int flags)
+{
+    FileDescriptor file(::openat(RuntimeDirectory::shared().descriptor(), (name + ".lock").constData(),
+        O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, S_IRUSR | S_IWUSR));
+    return file.isValid() && isOurs(file.get(), S_IFREG) ? std::move(file) : FileDescriptor();
+}
+
+struct flock wholeFile()
+{
+    struct flock lock { };
+    lock.l_type = F_WRLCK;
+    lock.l_whence = SEEK_SET;
+    return lock;
+}
+
+// An address in a directory that is known by a descriptor, which sockets have no call for.
+sockaddr_un addressOf(const QByteArray& path)
+{
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    std::copy_n(path.constData(), std::min<qsizetype>(path.size(), sizeof address.sun_path - 1),
+        static_cast<char*>(address.sun_path));
+    return address;
+}
+
+QByteArray pathOf(int descriptor)
+{
+    return "/proc/self/fd/" + QByteArray::number(descriptor);
+}
+
+FileDescriptor makeSocket()
+{
+    return FileDescriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+}
+
+bool isToken(QByteArrayView text)
+{
+    return text.size() <= SingleInstance::maximumTokenLength
+        && std::all_of(text.begin(), text.end(), [](char c) { return c > ' ' && c < 0x7F; });
+}
+
+} // namespace
+
+SingleInstance::SingleInstance(const QByteArray& name, QObject* parent)
+    : QObject(parent)
+    , m_name(name)
+{
+    const RuntimeDirectory& directory = RuntimeDirectory::shared();
+    if (!directory.isValid())
+        return;
+    m_lock = openLock(m_name, O_CREAT);
+    if (!m_lock.isValid()) {
+        Log::warnOnce("instance",
+            QStringLiteral("%1/%2.lock cannot be used: other starts of the program go unnoticed")
+                .arg(Log::escaped(directory.path()), QString::fromUtf8(m_name)));
+        return;
+    }
+    struct flock lock = wholeFile();
+    m_isFirst = ::fcntl(m_lock.get(), F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+    if (m_isFirst)
+        openSocket();
+    else
+        m_lock = FileDescriptor();
+}
+
+SingleInstance::~SingleInstance()
+{
+    // While the lock is held, so that it is ours that goes.
+    if (m_socket.isValid())
+        ::unlinkat(RuntimeDirectory::shared().descriptor(), (m_name + ".socket").constData(), 0);
+}
+
+void SingleInstance::openSocket()
+{
+    const int directory = RuntimeDirectory::shared().descriptor();
+    const QByteArray fileName = m_name + ".socket";
+    ::unlinkat(directory, fileName.constData(), 0);
+    FileDescriptor socket = makeSocket();
+    const sockaddr_un address = addressOf(pathOf(directory) + '/' + fileName);
+    if (!socket.isValid()
+        || ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+        Log::warning("instance",
+            QStringLiteral("other starts of the program cannot bring this one forward: %1")
+                .arg(qt_error_string(errno)));
+        return;
+    }
+    m_socket = std::move(socket);
+    // There may be no event loop yet that could watch the socket.
+    QMetaObject::invokeMethod(this, &SingleInstance::listen, Qt::QueuedConnection);
+}
+
+void SingleInstance::listen()
+{
+    m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &SingleInstance::receive);
+}
+
+void SingleInstance::receive()
+{
+    QByteArray token;
+    bool isAsked = false;
+    for (int i = 0; i < mostAtOnce; ++i) {
+        std::array<char, maximumTokenLength> buffer;
+        // The length that was sent, which may be more than was kept. Descriptors that came along are dropped by the kernel.
+        const ssize_t length = ::recv(m_socket.get(), buffer.data(), buffer.size(), MSG_TRUNC);
+        if (length < 0)
+            break;
+        isAsked = true;
+        const bool isWhole = length <= ssize_t(buffer.size());
+        const QByteArrayView text(buffer.data(), isWhole ? qsizetype(length) : 0);
+        token = isToken(text) ? text.toByteArray() : QByteArray();
+    }
+    if (isAsked)
+        Q_EMIT raiseRequested(token);
+}
+
+bool SingleInstance::raiseFirst(const QByteArray& activationToken) const
+{
+    const QDeadlineTimer deadline(patience);
+    while (!tell(isToken(activationToken) ? activationToken : QByteArray())) {
+        if (deadline.hasExpired())
+            return false;
+        QThread::msleep(pause);
+    }
+    return true;
+}
+
+bool SingleInstance::tell(const QByteArray& activationToken) const
+{
+    const RuntimeDirectory& directory = RuntimeDirectory::shared();
+    if (!directory.isValid())
+        return false;
+    const FileDescriptor file(
+        ::openat(directory.descriptor(), (m_name + ".socket").constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+    const FileDescriptor socket = makeSocket();
+    if (!file.isValid() || !socket.isValid() || !isOurs(file.get(), S_IFSOCK))
+        return false;
+    const sockaddr_un address = addressOf(pathOf(file.get()));
+    return ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()), MSG_NOSIGNAL,
+               reinterpret_cast<const sockaddr*>(&address), sizeof address)
+        == ssize_t(activationToken.size());
+}
+
+bool SingleInstance::isHeld(const QByteArray& name)
+{
+    if (!RuntimeDirectory::shared().isValid())
+        return false;
+    const FileDescriptor file = openLock(name, 0);
+    struct flock lock = wholeFile();
+    return file.isValid() && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+}
 
 } // namespace kestrum

@@ -9,6 +9,9 @@
 //                              "wrong" posts before it stores. "wrote ROUNDS", then ends
 //   check SUITE PAGE           "ready"; at each delivery reads the suite: it must hold no less than PAGE said before.
 //                              "checked TIMES violations TIMES" at the end of its input
+//   instance NAME [TOKEN]
+//                              "first", then "raise TOKEN" for each request; a second start says "second", asks the first to
+//                              come forward and ends, with 1 when it could not be told
 //   starve descriptors|instances|watches DIRECTORY
 //                              watches DIRECTORY with nothing of that kind left: "polled" or "notified", "told NAME" for
 //                              each event; a line read lifts the limit ("relieved"); "unsupported REASON" where the
@@ -16,6 +19,7 @@
 
 #include "Platform/DirectoryWatch.h"
 #include "Platform/NotificationCentre.h"
+#include "Platform/SingleInstance.h"
 #include "Platform/UserDefaults.h"
 
 #include <QCoreApplication>
@@ -215,6 +219,17 @@ int starve(const QString& kind, const QString& directory)
     });
 }
 
+int runInstance(const QByteArray& name, const QByteArray& token)
+{
+    const SingleInstance instance(name);
+    say(instance.isFirst() ? "first" : "second");
+    if (!instance.isFirst())
+        return instance.raiseFirst(token) ? 0 : 1;
+    QObject::connect(&instance, &SingleInstance::raiseRequested, &instance,
+        [](const QByteArray& requested) { say(("raise " + requested).trimmed()); });
+    return runUntilInputEnds();
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -235,6 +250,8 @@ int main(int argc, char** argv)
             arguments.value(4) == QLatin1String("right"));
     if (verb == QLatin1String("check"))
         return check(arguments.value(1), arguments.value(2));
+    if (verb == QLatin1String("instance"))
+        return runInstance(arguments.value(1).toUtf8(), arguments.value(2).toUtf8());
     if (verb == QLatin1String("starve"))
         return starve(arguments.value(1), arguments.value(2));
     return 2;

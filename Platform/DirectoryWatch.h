@@ -17,6 +17,7 @@ public:
     enum class Interest {
         content, ///< an entry was written and closed, created, moved or removed
         touched, ///< as `content`, and an entry's times were set
+        opened,  ///< as `content`, and an entry was opened: a program that is about to be started, for one
     };
 
     /// `entry` is the name of the entry that changed; empty means that anything may have changed (the

@@ -168,6 +168,11 @@ QString Log::escaped(const QString& value)
     return QString::fromUtf8(escapedUtf8(value, valueLimit));
 }
 
+void Log::error(const char* area, const QString& message)
+{
+    qCCritical(category(area)).noquote() << message;
+}
+
 void Log::warning(const char* area, const QString& message)
 {
     qCWarning(category(area)).noquote() << message;

@@ -20,7 +20,8 @@ public:
     /// that cannot be read is empty.
     void forEach(const std::function<void(qint32 pid, QByteArrayView path)>& visit) const;
 
-    /// When the process started, in seconds since 1970, to 10 ms; nothing when the kernel does not say.
+    /// When the process started, in seconds since 1970, to 10 ms; nothing when the kernel does not say. In a tree that
+    /// is not the kernel's own, to the second that its "stat" says the machine was started in.
     std::optional<double> startTime(qint32 pid) const;
 
 private:

@@ -45,6 +45,19 @@ constexpr std::chrono::milliseconds savedForBursts { 10 };
 // Whoever waits for our answer has sent the next event by then, and who does not wait has had a turn of the processor.
 constexpr std::chrono::milliseconds probeTime { 4 };
 
+quint32 maskOf(DirectoryWatch::Interest interest)
+{
+    switch (interest) {
+    case DirectoryWatch::Interest::content:
+        break;
+    case DirectoryWatch::Interest::touched:
+        return contentMask | IN_ATTRIB;
+    case DirectoryWatch::Interest::opened:
+        return contentMask | IN_OPEN;
+    }
+    return contentMask;
+}
+
 bool isDirectory(const QByteArray& path)
 {
     struct stat state;
@@ -171,8 +184,7 @@ WatchHub::Arming WatchHub::tryToArm(Subscription& subscription)
     for (qsizetype i = 0; i <= deepest && arming == Arming::done; ++i) {
         quint32 mask = i + 1 < deepest ? IN_MOVE_SELF : wayMask;
         if (i == last)
-            mask = contentMask
-                | (subscription.interest == DirectoryWatch::Interest::touched ? quint32(IN_ATTRIB) : 0U);
+            mask = maskOf(subscription.interest);
         if (i == 0 && mask == IN_MOVE_SELF)
             continue; // the root stays where it is
         const int watch
@@ -328,7 +340,8 @@ void WatchHub::note(const inotify_event& event)
         } else if (!use.child.isEmpty()) {
             subscription.isLost |= name == use.child;
         } else if (name.isEmpty()) {
-            subscription.isLost = true; // the directory's own mode or times
+            // The directory's own mode or times; that somebody lists it changes nothing.
+            subscription.isLost |= (event.mask & IN_OPEN) == 0;
         } else if (!subscription.knownNames.contains(name)) {
             const QByteArray copy(name.constData(), name.size());
             subscription.knownNames.insert(copy);

@@ -1,7 +1,117 @@
 #include "KestrumShared/Machine/AppLinks.h"
 
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Log.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+#include <algorithm>
+#include <limits>
+
 namespace kestrum {
 
-void AppLinks::launchAgentIfNeeded(int) { }
+namespace {
+
+constexpr char category[] = "links";
+constexpr std::chrono::milliseconds checkDelay { 500 };
+constexpr QLatin1StringView agentLocation("/Contents/Library/LoginItems/KestrumAgent.app");
+constexpr QLatin1StringView agentExecutable("/Contents/MacOS/KestrumAgent");
+
+constexpr const char* agentVariables[] = { "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING",
+    "KESTRUM_DISABLE_UPDATER", "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_LANGUAGE" };
+
+double startOrNever(const ProcessScan::Entry& agent)
+{
+    return agent.started.value_or(std::numeric_limits<double>::infinity());
+}
+
+void logOpened(const Workspace::Opened& opened)
+{
+    if (!opened.error.isEmpty())
+        Log::error(category, QStringLiteral("could not start the agent: %1").arg(opened.error));
+    else
+        Log::info(category, QStringLiteral("agent started, pid %1").arg(opened.pid.value_or(-1)));
+}
+
+void checkLater(int retriesLeft)
+{
+    QTimer::singleShot(checkDelay, Qt::PreciseTimer, qApp, [retriesLeft] {
+        if (Setting(Keys::agentEnabled).value())
+            AppLinks::launchAgentIfNeeded(retriesLeft);
+    });
+}
+
+} // namespace
+
+QString AppLinks::embeddedAgentURL()
+{
+    return Bundle::main().path() + agentLocation;
+}
+
+QList<ProcessScan::Entry> AppLinks::agentProcesses()
+{
+    return ProcessScan::agents();
+}
+
+bool AppLinks::isAgentRunning()
+{
+    return !agentProcesses().isEmpty();
+}
+
+std::optional<Bundle> AppLinks::runningAgentBundle()
+{
+    const QList<ProcessScan::Entry> agents = agentProcesses();
+    // The first of the smallest, so the scan's order decides among equals.
+    const auto first = std::min_element(agents.begin(), agents.end(),
+        [](const auto& one, const auto& other) { return startOrNever(one) < startOrNever(other); });
+    if (first == agents.end())
+        return std::nullopt;
+    const Bundle bundle(first->path.chopped(agentExecutable.size()));
+    return bundle.exists() ? std::optional(bundle) : std::nullopt;
+}
+
+QMap<QString, QString> AppLinks::testEnvironment()
+{
+    QMap<QString, QString> result;
+    for (const char* name : agentVariables) {
+        if (qEnvironmentVariableIsSet(name))
+            result.insert(QLatin1StringView(name), qEnvironmentVariable(name));
+    }
+    return result;
+}
+
+void AppLinks::launchAgentIfNeeded(int retriesLeft)
+{
+    if (isAgentRunning()) {
+        // The one that was seen may be gone by now.
+        const QList<ProcessScan::Entry> agents = agentProcesses();
+        Log::info(category,
+            QStringLiteral("agent already running (pid %1); retries left %2")
+                .arg(agents.isEmpty() ? 0 : agents.first().pid)
+                .arg(retriesLeft));
+        if (retriesLeft >= 1)
+            checkLater(retriesLeft - 1);
+        return;
+    }
+    openAgent(logOpened);
+}
+
+void AppLinks::openAgent(const std::function<void(const Workspace::Opened&)>& completion)
+{
+    Workspace::OpenConfiguration configuration;
+    configuration.activates = false;
+    configuration.addsToRecentItems = false;
+    configuration.createsNewApplicationInstance = false;
+    configuration.allowsRunningApplicationSubstitution = false;
+    configuration.environment = testEnvironment();
+    const QString agent = embeddedAgentURL();
+    Log::info(category, QStringLiteral("starting the agent at %1").arg(Log::escaped(agent)));
+    Workspace::shared().openApplication(agent, configuration, completion);
+}
+
+void AppLinks::stopAgent()
+{
+    SharedSettings::post(SharedSettings::Signal::quitAgent);
+}
 
 } // namespace kestrum

@@ -2,9 +2,12 @@
 
 #include "KestrumShared/Machine/ProcessScan.h"
 #include "Platform/Bundle.h"
+#include "Platform/Workspace.h"
 
+#include <QList>
 #include <QMap>
 #include <QString>
+#include <functional>
 #include <optional>
 
 namespace kestrum {
@@ -30,6 +33,10 @@ QMap<QString, QString> testEnvironment();
 /// Starts the agent unless one runs. One that runs may be about to quit: it is looked at again every half second, up to
 /// `retriesLeft` times, as long as the agent is switched on.
 void launchAgentIfNeeded(int retriesLeft);
+
+/// Starts the agent, apart from us and without taking the focus, and says so in the log. `completion` is told what became
+/// of it, from the event loop.
+void openAgent(const std::function<void(const Workspace::Opened&)>& completion);
 
 /// Asks the agent to quit itself.
 void stopAgent();

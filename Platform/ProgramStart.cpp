@@ -1,0 +1,100 @@
+#include "Platform/ProgramStart.h"
+
+#include <csignal>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int firstDescriptorOfOurs = STDERR_FILENO + 1;
+
+bool isPipe(int descriptor)
+{
+    struct stat state;
+    return ::fstat(descriptor, &state) == 0 && S_ISFIFO(state.st_mode);
+}
+
+// What the new process does before it becomes the program.
+class Preparation {
+public:
+    Preparation()
+    {
+        ::posix_spawn_file_actions_init(&m_actions);
+        openNothing(STDIN_FILENO, O_RDONLY);
+        for (const int output : { STDOUT_FILENO, STDERR_FILENO }) {
+            if (isPipe(output))
+                openNothing(output, O_WRONLY);
+        }
+        note(::posix_spawn_file_actions_addclosefrom_np(&m_actions, firstDescriptorOfOurs));
+        note(::posix_spawn_file_actions_addchdir_np(&m_actions, "/"));
+
+        ::posix_spawnattr_init(&m_attributes);
+        sigset_t signals;
+        sigfillset(&signals);
+        note(::posix_spawnattr_setsigdefault(&m_attributes, &signals));
+        sigemptyset(&signals);
+        note(::posix_spawnattr_setsigmask(&m_attributes, &signals));
+        note(::posix_spawnattr_setflags(
+            &m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK));
+    }
+    ~Preparation()
+    {
+        ::posix_spawnattr_destroy(&m_attributes);
+        ::posix_spawn_file_actions_destroy(&m_actions);
+    }
+    Q_DISABLE_COPY_MOVE(Preparation)
+
+    int spawn(pid_t* pid, const char* program, char* const* arguments, char* const* environment) const
+    {
+        return m_error != 0 ? m_error
+                            : ::posix_spawn(pid, program, &m_actions, &m_attributes, arguments, environment);
+    }
+
+private:
+    void openNothing(int descriptor, int flags)
+    {
+        note(::posix_spawn_file_actions_addopen(&m_actions, descriptor, "/dev/null", flags, 0));
+    }
+    void note(int error)
+    {
+        if (error != 0)
+            m_error = error;
+    }
+
+    posix_spawn_file_actions_t m_actions {};
+    posix_spawnattr_t m_attributes {};
+    int m_error = 0;
+};
+
+// A list as system calls take it; the texts stay with their owner.
+std::vector<char*> pointers(QByteArrayList& texts)
+{
+    std::vector<char*> result;
+    for (QByteArray& text : texts)
+        result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+}
+
+} // namespace
+
+std::optional<qint32> ProgramStart::start(
+    const QByteArray& program, const QByteArrayList& environment, QString* error)
+{
+    QByteArrayList words { program };
+    QByteArrayList variables = environment;
+    pid_t pid = 0;
+    const int result
+        = Preparation().spawn(&pid, program.constData(), pointers(words).data(), pointers(variables).data());
+    if (result == 0)
+        return pid;
+    *error = qt_error_string(result);
+    return std::nullopt;
+}
+
+} // namespace kestrum

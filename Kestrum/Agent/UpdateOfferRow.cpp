@@ -1,10 +1,135 @@
 #include "Kestrum/Agent/UpdateOfferRow.h"
 
+#include "Kestrum/Form/ShrinkingLabel.h"
+#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/BundleVersion.h"
+#include "KestrumShared/Text/UpdateOffer.h"
+#include "Platform/SymbolImage.h"
+
+#include <QPainter>
+#include <QPushButton>
+#include <QShowEvent>
+#include <QVBoxLayout>
+#include <cmath>
+
 namespace kestrum {
+
+namespace {
+
+constexpr int stripHeight = 52;
+constexpr int stripPadding = 10; // at the sides
+constexpr int itemGap = 8;
+constexpr int lineGap = 1;
+constexpr double symbolPoints = 14;
+
+class Divider final : public QWidget {
+public:
+    Divider() { setFixedHeight(1); }
+
+private:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter(this).fillRect(rect(), Theme::colour(Theme::Colour::separator));
+    }
+};
+
+class Symbol final : public QWidget {
+public:
+    Symbol()
+    {
+        const QSizeF size = SymbolImage::size(name(), symbolPoints);
+        setFixedSize(int(std::ceil(size.width())), int(std::ceil(size.height())));
+    }
+
+private:
+    static QString name() { return QStringLiteral("arrow.down.circle.fill"); }
+
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter painter(this);
+        painter.drawImage(QPointF(0, 0),
+            SymbolImage::image(name(), symbolPoints, Theme::colour(Theme::Colour::offer),
+                painter.deviceTransform().m11()));
+    }
+};
+
+} // namespace
 
 UpdateOfferRow::UpdateOfferRow(QWidget* parent)
     : QWidget(parent)
+    , m_content(new QWidget(this))
 {
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    // A widget with an empty layout takes no room, but it is shown, and so told when the window appears.
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_content);
+
+    auto* content = new QVBoxLayout(m_content);
+    content->setContentsMargins(0, 0, 0, 0);
+    content->setSpacing(0);
+    content->addWidget(new Divider);
+    content->addWidget(makeStrip());
+    m_content->hide();
+}
+
+QWidget* UpdateOfferRow::makeStrip()
+{
+    auto* strip = new QWidget;
+    // Higher only where the desktop's fonts are too large for it.
+    strip->setMinimumHeight(stripHeight);
+    strip->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+
+    auto* title = new ShrinkingLabel(Theme::TextStyle::callout, Theme::Colour::text);
+    title->setText(AppLanguage::string("Update available"));
+    m_version = new ShrinkingLabel(Theme::TextStyle::caption, Theme::Colour::sidebarSecondaryText);
+    auto* texts = new QVBoxLayout;
+    texts->setSpacing(lineGap);
+    texts->addStretch();
+    texts->addWidget(title);
+    texts->addWidget(m_version);
+    texts->addStretch();
+
+    auto* button = new QPushButton(AppLanguage::string("Install"));
+    connect(button, &QPushButton::clicked, this, &UpdateOfferRow::install);
+
+    auto* items = new QHBoxLayout(strip);
+    items->setContentsMargins(stripPadding, 0, stripPadding, 0);
+    items->setSpacing(itemGap);
+    items->addWidget(new Symbol, 0, Qt::AlignVCenter);
+    items->addLayout(texts, 1);
+    items->addWidget(button, 0, Qt::AlignVCenter);
+    return strip;
+}
+
+void UpdateOfferRow::read()
+{
+    m_offer = UpdateOffer::standing(
+        SharedSettings::store().string(Keys::updatesAvailable.name), BundleVersion::text());
+    const QString version = m_offer.value_or(QString()).trimmed();
+    m_version->setText(m_offer.value_or(QString()));
+    m_version->setVisible(!version.isEmpty());
+    m_content->setVisible(m_offer.has_value());
+}
+
+void UpdateOfferRow::showEvent(QShowEvent* event)
+{
+    QWidget::showEvent(event);
+    // A window that comes back from its icon was never gone.
+    if (event->spontaneous())
+        return;
+    // Ears first: what is announced while we look is heard.
+    if (m_signals.tokens().isEmpty())
+        m_signals.listen(SharedSettings::Signal::updateAvailable, [this] { read(); });
+    read();
+}
+
+void UpdateOfferRow::install()
+{
+    AppLinks::launchAgentIfNeeded(AppLinks::retries);
+    SharedSettings::post(SharedSettings::Signal::checkForUpdates);
 }
 
 } // namespace kestrum

@@ -7,7 +7,10 @@
 
 namespace kestrum {
 
-/// The row above the agent's that offers an update which the agent found; it takes no room while there is none.
+class ShrinkingLabel;
+
+/// The row above the agent's that offers an update which the agent found; it takes no room while there is none. It is to
+/// be left visible all the same: it looks when it appears, and from then on whenever the agent tells.
 class UpdateOfferRow final : public QWidget {
     Q_OBJECT
 public:
@@ -19,9 +22,17 @@ public:
     /// Looks anew at what the agent left in the shared settings.
     void read();
 
+protected:
+    void showEvent(QShowEvent* event) override;
+
 private:
+    QWidget* makeStrip();
+    static void install();
+
     std::optional<QString> m_offer;
     SignalListener m_signals;
+    QWidget* m_content;
+    ShrinkingLabel* m_version = nullptr;
 };
 
 } // namespace kestrum

@@ -9,9 +9,8 @@ using namespace kestrum;
 
 namespace {
 
-const char* const names[]
-    = { "cpu", "memorychip", "internaldrive", "sensor", "menubar.rectangle", "macwindow", "gearshape",
-          "arrow.down.circle.fill" };
+const char* const names[] = { "cpu", "memorychip", "internaldrive", "sensor", "menubar.rectangle",
+    "macwindow", "gearshape", "arrow.down.circle.fill" };
 
 QRect inked(const QImage& image)
 {

@@ -32,9 +32,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("version");
         QTest::addColumn<qint64>("number");
-        const auto row = [](const char* version, qint64 number) {
-            QTest::newRow(version) << text(version) << number;
-        };
+        const auto row
+            = [](const char* version, qint64 number) { QTest::newRow(version) << text(version) << number; };
         row("1.5 (30)", 30);
         row("1.5 (30) beta", 30);
         row("(30)", 30);

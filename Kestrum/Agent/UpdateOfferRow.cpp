@@ -1,5 +1,6 @@
 #include "Kestrum/Agent/UpdateOfferRow.h"
 
+#include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/ShrinkingLabel.h"
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -9,7 +10,6 @@
 #include "Platform/SymbolImage.h"
 
 #include <QPainter>
-#include <QPushButton>
 #include <QShowEvent>
 #include <QVBoxLayout>
 #include <cmath>
@@ -50,8 +50,8 @@ private:
     {
         QPainter painter(this);
         painter.drawImage(QPointF(0, 0),
-            SymbolImage::image(name(), symbolPoints, Theme::colour(Theme::Colour::offer),
-                painter.deviceTransform().m11()));
+            SymbolImage::image(
+                name(), symbolPoints, Theme::colour(Theme::Colour::offer), painter.deviceTransform().m11()));
     }
 };
 
@@ -92,8 +92,8 @@ QWidget* UpdateOfferRow::makeStrip()
     texts->addWidget(m_version);
     texts->addStretch();
 
-    auto* button = new QPushButton(AppLanguage::string("Install"));
-    connect(button, &QPushButton::clicked, this, &UpdateOfferRow::install);
+    auto* button = new PushButton(AppLanguage::string("Install"));
+    connect(button, &PushButton::clicked, this, &UpdateOfferRow::install);
 
     auto* items = new QHBoxLayout(strip);
     items->setContentsMargins(stripPadding, 0, stripPadding, 0);

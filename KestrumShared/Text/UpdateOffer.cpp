@@ -31,8 +31,7 @@ std::optional<QString> UpdateOffer::standing(const std::optional<QString>& offer
         return std::nullopt;
     const auto offeredBuild = buildNumber(*offered);
     const auto runningBuild = buildNumber(running);
-    const bool stands
-        = offeredBuild && runningBuild ? *offeredBuild > *runningBuild : *offered != running;
+    const bool stands = offeredBuild && runningBuild ? *offeredBuild > *runningBuild : *offered != running;
     return stands ? offered : std::nullopt;
 }
 

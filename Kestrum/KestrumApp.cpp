@@ -2,6 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/SettingsView.h"
+#include "Platform/ToolkitTexts.h"
 
 #include <QScreen>
 #include <QTimer>
@@ -21,6 +22,7 @@ KestrumApp::KestrumApp(int& argc, char** argv)
     setApplicationDisplayName(QStringLiteral("Kestrum"));
     setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     setDesktopFileName(QStringLiteral("com.orvale.kestrum"));
+    ToolkitTexts::install();
     // Qt's own style, which paints from the palette alone: desktops' styles bring grounds and borders of
     // their own.
     setStyle(QStringLiteral("fusion"));

@@ -15,6 +15,7 @@ public:
     /// `root` is put before every path, so that a copied tree can stand for a machine.
     explicit KernelValues(const QString& root = {});
 
+    /// Nothing for an unknown name, for a text value, and where the machine does not tell.
     std::optional<qint64> integer(const QByteArray& name) const;
     /// The raw bytes of a text value, without a terminating zero.
     std::optional<QByteArray> text(const QByteArray& name) const;

@@ -16,6 +16,7 @@ const QLoggingCategory& category(const char* area);
 /// line, and the text is cut at 256 UTF-8 bytes.
 QString escaped(const QString& value);
 
+/// One line each in the category of `area`; line ends in `message` are escaped. Any thread.
 void error(const char* area, const QString& message);
 void warning(const char* area, const QString& message);
 void info(const char* area, const QString& message);

@@ -103,10 +103,10 @@ class Listeners {
 public:
     Token add(const QByteArray& fileName, std::function<void()> handler)
     {
-        if (m_registrations.empty())
-            listen();
-        else if (m_watch)
+        if (m_watch)
             keepApart(m_watch->takePending());
+        else
+            listen();
         const Token token = ++m_newest;
         m_registrations.emplace(token,
             Registration { fileName, std::make_shared<const std::function<void()>>(std::move(handler)) });
@@ -116,8 +116,20 @@ public:
     void remove(Token token)
     {
         m_registrations.erase(token);
-        if (m_registrations.empty())
+        if (m_registrations.empty()) {
             m_watch.reset();
+            m_isDeaf = false;
+        }
+    }
+
+    // Whether there are registrations that the kernel tells nothing. Any thread.
+    bool isDeaf() const { return m_isDeaf; }
+
+    // The directory that could not be opened when the first registration was made may be there by now.
+    void listenAgain()
+    {
+        if (m_isDeaf && !m_registrations.empty())
+            listen();
     }
 
     // The last token given out: a post concerns no later ones. Any thread.
@@ -147,6 +159,7 @@ private:
     void listen()
     {
         const auto root = postbox().open();
+        m_isDeaf = !root;
         if (!root)
             return;
         m_watch
@@ -175,6 +188,7 @@ private:
 
     std::map<Token, Registration> m_registrations;
     std::atomic<Token> m_newest = 0;
+    std::atomic<bool> m_isDeaf = false;
     std::unique_ptr<DirectoryWatch> m_watch;
 };
 
@@ -196,13 +210,17 @@ void NotificationCentre::post(const QString& name)
         lastName = name;
         lastPath = encoded ? pathBelowRoot + *encoded : QByteArray();
     }
-    if (lastPath.isEmpty() || postbox().post(lastPath) || !QCoreApplication::instance())
+    if (lastPath.isEmpty())
+        return;
+    const bool isPosted = postbox().post(lastPath);
+    if ((isPosted && !listeners().isDeaf()) || !QCoreApplication::instance())
         return;
     const QByteArray fileName = lastPath.mid(qsizetype(qstrlen(pathBelowRoot)));
     QMetaObject::invokeMethod(
         QCoreApplication::instance(),
         [names = QByteArrayList { fileName }, newest = listeners().newest()] {
             listeners().deliver(names, newest);
+            listeners().listenAgain();
         },
         Qt::QueuedConnection);
 }

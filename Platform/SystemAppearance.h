@@ -26,6 +26,7 @@ public:
     void setScheme(ColourScheme scheme, const std::optional<QColor>& accent = std::nullopt);
 
 Q_SIGNALS:
+    /// Scheme or accent is another one now.
     void changed();
 
 private:

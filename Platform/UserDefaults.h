@@ -65,6 +65,7 @@ Q_SIGNALS:
     /// Stored values changed, by this process or another. Sent from the event loop of the main thread, so
     /// that several writes of one turn are told once. Observation begins with the first connection.
     void changed();
+    /// A save failed, and the first one after such a failure succeeded. Sent likewise from the event loop.
     void saveFailed(const QString& reason);
     void saveSucceeded();
 

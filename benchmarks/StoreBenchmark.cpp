@@ -1,4 +1,4 @@
-// What a read, a load and a durable save of settings cost, the save beside the bare system calls that any durable
+// What a read, a load and a durable save of settings cost, each beside the least that it can be: the save beside the bare system calls that any durable
 // replacement of a file needs, on the same file system and with the same bytes. KESTRUM_BENCHMARK_DIRECTORY names
 // a folder on the disk to measure; the temporary folder otherwise.
 
@@ -9,7 +9,10 @@
 
 #include <QDir>
 #include <QFile>
+#include <QHash>
+#include <QJsonDocument>
 #include <QTemporaryDir>
+#include <atomic>
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <cstdlib>
@@ -58,6 +61,20 @@ void readAbsent(benchmark::State& state)
 }
 BENCHMARK(readAbsent);
 
+// The least that a read of a value that others may change can be: a look at a counter, and a look-up.
+void readBare(benchmark::State& state)
+{
+    static std::atomic<quint64> generation = 0;
+    const QHash<QByteArray, bool> values { { "showSensorsItem", true } };
+    const quint64 seen = generation.load();
+    for (auto _ : state) {
+        if (generation.load(std::memory_order_acquire) != seen)
+            state.SkipWithError("nobody saves here");
+        benchmark::DoNotOptimize(values.value(QByteArray::fromRawData("showSensorsItem", 15)));
+    }
+}
+BENCHMARK(readBare);
+
 void load(benchmark::State& state)
 {
     const SettingsFile file(store().filePath());
@@ -65,6 +82,19 @@ void load(benchmark::State& state)
         benchmark::DoNotOptimize(file.read());
 }
 BENCHMARK(load);
+
+// The toolkit's reader and parser alone.
+void loadBare(benchmark::State& state)
+{
+    const QString path = store().filePath();
+    for (auto _ : state) {
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            state.SkipWithError("no file");
+        benchmark::DoNotOptimize(QJsonDocument::fromJson(file.readAll()));
+    }
+}
+BENCHMARK(loadBare);
 
 /// One round of both, so that whatever else the disk does meets both alike.
 class SaveRound {

@@ -1,4 +1,5 @@
 #include "KestrumShared/Settings/SignalListener.h"
+#include "Platform/Log.h"
 #include "Platform/StopRequest.h"
 #include "kestrumctl/SignalNames.h"
 #include "kestrumctl/Verb.h"
@@ -27,15 +28,16 @@ std::optional<Limits> limitsOf(const CommandLine& line, QString* error)
     if (const auto text = line.value("--count")) {
         limits.deliveries = text->toInt(&isNumber);
         if (!isNumber || limits.deliveries < 1) {
-            *error = QStringLiteral("--count takes a whole number above 0, not \"%1\"").arg(*text);
+            *error
+                = QStringLiteral("--count takes a whole number above 0, not \"%1\"").arg(Log::escaped(*text));
             return std::nullopt;
         }
     }
     if (const auto text = line.value("--timeout")) {
         const double seconds = text->toDouble(&isNumber);
         if (!isNumber || !(seconds > 0 && seconds <= longestTimeout)) {
-            *error
-                = QStringLiteral("--timeout takes seconds above 0 and up to 1000000, not \"%1\"").arg(*text);
+            *error = QStringLiteral("--timeout takes seconds above 0 and up to 1000000, not \"%1\"")
+                         .arg(Log::escaped(*text));
             return std::nullopt;
         }
         limits.milliseconds = qMax(1, qRound(seconds * 1000));
@@ -73,8 +75,8 @@ ExitCode run(const CommandLine& line)
         });
     }
     if (listener.tokens().size() < heard->size())
-        return Console::failed(
-            QStringLiteral("cannot listen in the suite \"%1\"").arg(SharedSettings::suiteName()));
+        return Console::failed(QStringLiteral("cannot listen in the suite \"%1\"")
+                                   .arg(Log::escaped(SharedSettings::suiteName())));
 
     if (limits->milliseconds > 0) {
         const ExitCode code = limits->deliveries > 0 ? ExitCode::failed : ExitCode::done;

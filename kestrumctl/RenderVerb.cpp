@@ -1,6 +1,7 @@
 #include "KestrumShared/Drawing/SampleReadings.h"
 #include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Drawing/StripLayout.h"
+#include "Platform/Log.h"
 #include "kestrumctl/CoresOption.h"
 #include "kestrumctl/DataFile.h"
 #include "kestrumctl/KeyCatalogue.h"
@@ -109,7 +110,7 @@ bool readOptions(Picture& picture, const CommandLine& line, QString* error)
         if (!isNumber || !(picture.scale > 0 && picture.scale <= largestScale)) {
             *error = QStringLiteral("--scale takes a number above 0 and up to %1, not \"%2\"")
                          .arg(largestScale)
-                         .arg(*text);
+                         .arg(Log::escaped(*text));
             return false;
         }
     }

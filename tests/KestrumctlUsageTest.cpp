@@ -156,10 +156,17 @@ void KestrumctlUsageTest::aWrongCallIsToldByName()
 
 void KestrumctlUsageTest::namesAreEscapedInMessages()
 {
-    const auto result
-        = Kestrumctl::run({ QStringLiteral("read"), QStringLiteral("key\nkestrumctl: forged") });
-    QCOMPARE(result.code, 2);
-    QCOMPARE(result.errors.count('\n'), 1);
+    const QString forged = QStringLiteral("1\nkestrumctl: forged");
+    const QList<QStringList> lines { { QStringLiteral("read"), forged },
+        { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--count"), forged },
+        { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--timeout"), forged },
+        { QStringLiteral("render"), QStringLiteral("cpu"), QStringLiteral("-o"), QStringLiteral("x.png"),
+            QStringLiteral("--scale"), forged } };
+    for (const QStringList& line : lines) {
+        const auto result = Kestrumctl::run(line);
+        QCOMPARE(result.code, 2);
+        QCOMPARE(result.errors.count('\n'), 1);
+    }
 }
 
 void KestrumctlUsageTest::noDisplayIsNeeded()

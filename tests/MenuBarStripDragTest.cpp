@@ -224,7 +224,9 @@ private Q_SLOTS:
             QPainter painter(&image);
             painter.setRenderHint(QPainter::Antialiasing);
             painter.setPen(Qt::NoPen);
-            painter.setBrush(QColor(0, 0, 0, qRound(0.14 * 255)));
+            QColor ground(0x1D, 0x1D, 0x1F);
+            ground.setAlphaF(0.14F);
+            painter.setBrush(ground);
             const auto rect = w.strip.backdropRect(*w.strip.item(storage));
             painter.drawRoundedRect(QRectF(QPointF(qRound(rect.left()), rect.top()),
                                         QPointF(qRound(rect.right()), rect.bottom())),

@@ -90,15 +90,15 @@ private Q_SLOTS:
     void theItemUnderThePointerHasABackdrop_data()
     {
         QTest::addColumn<ColourScheme>("scheme");
-        QTest::addColumn<int>("level");
-        QTest::newRow("light") << ColourScheme::light << 0;
-        QTest::newRow("dark") << ColourScheme::dark << 255;
+        QTest::addColumn<QColor>("ink");
+        QTest::newRow("light") << ColourScheme::light << QColor(0x1D, 0x1D, 0x1F);
+        QTest::newRow("dark") << ColourScheme::dark << QColor(0xF2, 0xF2, 0xF4);
     }
 
     void theItemUnderThePointerHasABackdrop()
     {
         QFETCH(ColourScheme, scheme);
-        QFETCH(int, level);
+        QFETCH(QColor, ink);
         SystemAppearance::shared().setScheme(scheme);
         StripWindow w;
         w.show();
@@ -106,7 +106,8 @@ private Q_SLOTS:
         w.move(w.middle(storage));
         const QColor ground = w.pixel(-2, 11);
         QVERIFY2(std::abs(ground.alpha() - 36) <= 1, qPrintable(ground.name(QColor::HexArgb)));
-        QVERIFY(std::abs(ground.red() - level) <= 4);
+        QVERIFY(std::abs(ground.red() - ink.red()) <= 4);
+        QVERIFY(std::abs(ground.blue() - ink.blue()) <= 4);
         QCOMPARE(w.pixel(-4.5, 11).alpha(), 0);
         QVERIFY(w.pixel(-3.5, 11).alpha() > 30);
         QCOMPARE(w.pixel(w.frame(storage).right() + 5, 11).alpha(), 0);

@@ -87,6 +87,10 @@ void MeterAccentTest::customTextsAreRead_data()
                                                    << "custom:srgb:0.1000,0.2000,0.3000";
     QTest::newRow("minus zero") << "custom:srgb:-0,0,1"
                                 << "custom:srgb:0.0000,0.0000,1.0000";
+    QTest::newRow("a blank makes a word") << "custom:srgb:0.1, 0.9,0.2,0.3"
+                                          << "custom:srgb:0.1000,0.2000,0.3000";
+    QTest::newRow("too small to be told from 0") << "custom:srgb:1e-999,0.2,0.3"
+                                                 << "custom:srgb:0.0000,0.2000,0.3000";
     QTest::newRow("exponents") << "custom:srgb:1e-1,2E-1,0.3"
                                << "custom:srgb:0.1000,0.2000,0.3000";
 }
@@ -106,7 +110,8 @@ void MeterAccentTest::otherTextsAreNoAccent_data()
     QTest::addColumn<QString>("text");
     for (const char* text : { "", "Signal", "signal ", " signal", "custom", "Custom",
              "custom:srgb:", "custom:srgb:0.1,0.2", "custom:srgb:0.1,0.2,0.3,0.4", "custom:srgb:nan,0,0",
-             "custom:srgb:inf,0,0", "custom:srgb:nan,0.1,0.2,0.3", "custom:srgb:0,-inf,0",
+             "custom:srgb:inf,0,0", "custom:srgb:1e999,0.1,0.2", "custom:srgb:1e999,0.1,0.2,0.3",
+             "custom:srgb:0.9, 0.1,0.2", "custom:srgb:nan,0.1,0.2,0.3", "custom:srgb:0,-inf,0",
              "Custom:srgb:0.1,0.2,0.3", "custom:SRGB:0.1,0.2,0.3", " custom:srgb:0.1,0.2,0.3", "nonsense" })
         QTest::newRow(*text ? text : "empty") << QString::fromLatin1(text);
 }

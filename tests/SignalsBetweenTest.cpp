@@ -35,6 +35,7 @@ private Q_SLOTS:
     void runtimeDirectoryThatCameAnewIsFollowed();
     void directoryRemovedWhileOthersListenIsFound();
     void listenerMakesTheDirectoryAnewByItself();
+    void listenerThatCouldNotHearHearsAfterTheRepair();
     void overflowFiresEveryName();
     void signalFileOfAnyKindIsNotFollowed();
     void signalFilesAreForUsAlone();
@@ -213,6 +214,24 @@ void SignalsBetweenTest::listenerMakesTheDirectoryAnewByItself()
     const Ear ear(QStringLiteral("x"));
     QVERIFY(QDir(signalsDirectory()).removeRecursively());
     QTRY_VERIFY(QDir(signalsDirectory()).exists());
+}
+
+void SignalsBetweenTest::listenerThatCouldNotHearHearsAfterTheRepair()
+{
+    const QString name = QStringLiteral("suite.settings");
+    QDir(signalsDirectory()).removeRecursively();
+    QVERIFY(QFile(signalsDirectory()).open(QIODevice::WriteOnly)); // a file in the directory's place
+    const Ear ear(name);
+    NotificationCentre::post(name);
+    QTRY_COMPARE(ear.count, 1); // within the process
+    QVERIFY(QFile::remove(signalsDirectory()));
+    NotificationCentre::post(name);
+    QTRY_COMPARE(ear.count, 2);
+    QTest::qWait(quietTime);
+    QCOMPARE(ear.count, 2);
+    Peer peer({ QStringLiteral("post"), name, QStringLiteral("1") });
+    QCOMPARE(peer.finish(), 0);
+    QTRY_COMPARE(ear.count, 3);
 }
 
 void SignalsBetweenTest::overflowFiresEveryName()

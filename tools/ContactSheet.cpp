@@ -3,6 +3,7 @@
 //
 //     contact-sheet OUT.png
 
+#include "KestrumShared/Drawing/LabelColour.h"
 #include "KestrumShared/Drawing/SampleReadings.h"
 #include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Machine/CoreTopology.h"
@@ -87,7 +88,7 @@ public:
         : m_painter(painter)
         , m_scale(scale)
         , m_scheme(scheme)
-        , m_ink(scheme == ColourScheme::dark ? QColor(0xF2, 0xF2, 0xF4) : QColor(0x1D, 0x1D, 0x1F))
+        , m_ink(labelColour(scheme))
     {
     }
 
@@ -109,6 +110,10 @@ public:
         for (const auto& [section, chosen] : entries) {
             choose(chosen);
             const double width = StatusMetricView::itemWidth(section);
+            if (x > captionWidth && x + width > columnWidth) {
+                m_y += rowHeight;
+                x = captionWidth;
+            }
             // The room that the item keeps.
             QColor room = m_ink;
             room.setAlpha(12);
@@ -175,10 +180,10 @@ void drawReadouts(Column& column)
 void drawMachines(Column& column)
 {
     choose(choice("meterStyle", MeterStyle::bars));
-    choose(choice("cpuReadout", CPUReadout::temperature));
     for (const Machine& machine : machines()) {
         CoreTopology::useTiers(machine.tiers);
-        column.row(QString::fromLatin1(machine.caption), { { MonitorSection::cpu, {} } });
+        column.row(QString::fromLatin1(machine.caption),
+            everyReadout<CPUReadout>(MonitorSection::cpu, "cpuReadout"));
     }
 }
 

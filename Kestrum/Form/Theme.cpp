@@ -1,5 +1,7 @@
 #include "Kestrum/Form/Theme.h"
 
+#include "KestrumShared/Drawing/LabelColour.h"
+
 #include <QFontDatabase>
 #include <algorithm>
 #include <cmath>
@@ -39,7 +41,7 @@ Shades shades(Theme::Colour colour)
     case Colour::separator:
         return { translucent(0, 0.08), translucent(255, 0.08) };
     case Colour::text:
-        return { QColor(0x1D1D1F), QColor(0xF2F2F4) };
+        return { labelColour(ColourScheme::light), labelColour(ColourScheme::dark) };
     case Colour::secondaryText:
         return { QColor(0x6A6A70), QColor(0xA4A4AC) };
     case Colour::sidebarSecondaryText:
@@ -74,7 +76,8 @@ Shades shades(Theme::Colour colour)
     case Colour::previewPlate:
         return { QColor::fromRgbF(0.87F, 0.87F, 0.87F), QColor(0x3A3B3F) };
     case Colour::itemBackdrop:
-        return { translucent(0, 0.14), translucent(255, 0.14) };
+        return { translucent(labelColour(ColourScheme::light), 0.14),
+            translucent(labelColour(ColourScheme::dark), 0.14) };
     }
     return {};
 }

@@ -9,7 +9,7 @@
 #include "Kestrum/Window/SplitView.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/GlobalDomain.h"
+#include "Platform/ToolkitTexts.h"
 
 #include <QApplication>
 #include <QLocale>
@@ -25,17 +25,6 @@ namespace {
 constexpr int minimumSidebarWidth = 204;
 constexpr int maximumSidebarWidth = 320;
 constexpr QSize minimumWindow { 640, 480 };
-
-/// The interface language with the user's region: for dates and numbers.
-QLocale interfaceLocale()
-{
-    const QLocale language(AppLanguage::code());
-    const QString region = GlobalDomain::numberRegion();
-    if (region.isEmpty())
-        return language;
-    // A language's code may name a region of its own, as that of Brazilian Portuguese does.
-    return QLocale(language.language(), language.script(), QLocale::codeToTerritory(region));
-}
 
 QWidget* makePage(SettingsPage page)
 {
@@ -84,9 +73,11 @@ SettingsView::SettingsView(QWidget* parent)
     rebuild();
 
     UserDefaults& store = SharedSettings::store();
-    connect(&store, &UserDefaults::saveFailed, this,
-        [this](const QString& reason) { m_notice->setReason(reason); });
-    connect(&store, &UserDefaults::saveSucceeded, this, [this] { m_notice->setReason({}); });
+    const auto tell = [this, &store] { m_notice->setReason(store.lastError()); };
+    connect(&store, &UserDefaults::saveFailed, this, tell);
+    connect(&store, &UserDefaults::saveSucceeded, this, tell);
+    // A file that could not be read may have been mended.
+    connect(&store, &UserDefaults::changed, this, tell);
     Setting { Keys::language }.observe(this, [this](const QString&) { rebuild(); });
     Setting { Keys::settingsPane }.observe(this, [this](const QString&) { showPage(storedPage()); });
 
@@ -135,7 +126,7 @@ void SettingsView::showPage(SettingsPage page)
 
 void SettingsView::rebuild()
 {
-    const QLocale locale = interfaceLocale();
+    const QLocale locale = ToolkitTexts::locale(AppLanguage::code());
     setLocale(locale);
     QGuiApplication::setLayoutDirection(locale.textDirection());
 

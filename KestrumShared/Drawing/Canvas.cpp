@@ -18,7 +18,6 @@ Canvas::Canvas(QPainter& painter, const QPointF& topLeft, const QSizeF& size)
 
 Canvas::Canvas(QPainter& painter, const QPointF& topLeft, const QSizeF& size, Painting painting)
     : m_painter(painter)
-    , m_topLeft(topLeft)
     , m_size(size)
 {
     m_painter.save();

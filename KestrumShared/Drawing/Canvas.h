@@ -55,7 +55,6 @@ private:
     QRectF turned(const QRectF& rect) const;
 
     QPainter& m_painter;
-    QPointF m_topLeft;
     QSizeF m_size;
     std::optional<PixelPainter> m_pixels;
 };

@@ -17,6 +17,7 @@ public:
     explicit MonospacedDigits(const QFont& font);
 
     const QFont& font() const { return m_font; }
+    /// Measures of a line and of a text, in the units that `draw` draws in.
     double lineHeight() const { return m_ascent + m_descent; }
     double descent() const { return m_descent; }
     double width(const QString& text) const;

@@ -40,6 +40,7 @@ public:
     static QString symbolName(MonitorSection section);
     static QSizeF iconSize(MonitorSection section);
     static QSizeF symbolSize(const QString& name);
+    /// Room kept for the label, and the gap on each side of a meter, both in points.
     static double labelWidth(MonitorSection section);
     static double meterSideGap(MonitorSection section);
     /// Room kept for the CPU readout, gap included.

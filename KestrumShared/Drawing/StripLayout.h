@@ -23,6 +23,7 @@ struct StripLayout {
     QList<Item> items; ///< every section of the stored order, hidden ones included
     double width = 0;  ///< of the whole strip; 0 when nothing is shown
 
+    /// In the stored order.
     static StripLayout current();
     /// The same for any order.
     static StripLayout of(const QList<MonitorSection>& order);

@@ -73,6 +73,7 @@ inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
 /// Version text of an update that the agent found; written by the agent only.
 inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
 
+/// All keys above, for whoever walks them. A key that is left out here has no factory default in any store.
 inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInterval, showCPUItem,
     showMemoryItem, showStorageItem, showSensorsItem, cpuReadout, sensorsReadout, showMemoryPercent,
     meterStyle, meterShape, menuBarOrder, language, temperatureUnit, meterLabelStyle, accentChoice,

@@ -71,6 +71,7 @@ public:
     const char* key() const { return m_key; }
     UserDefaults& store() const { return *m_store; }
 
+    /// The value in effect, else the default or fallback that the setting was made with.
     T value() const { return SettingCoding<T>::read(*m_store, m_key).value_or(m_fallback); }
 
     /// The value in effect, nothing when it is absent or not understood.

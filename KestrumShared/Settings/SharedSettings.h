@@ -21,6 +21,7 @@ UserDefaults& store();
 /// The 23 factory defaults, to be registered at start-up.
 const QJsonObject& factoryDefaults();
 
+/// What the programs tell each other. A case's name is the last part of the signal's full name.
 enum class Signal { settings, quitAgent, openSettings, checkForUpdates, updateAvailable, menuBarChanged };
 
 /// The signal's full name: the suite name, a full stop and the case's name.

@@ -33,6 +33,7 @@ template <StoredEnumeration E> constexpr const auto& allCases()
     return Enumeration<E>::cases;
 }
 
+/// The table's entry for `value`; the first one for a number that is no case.
 template <StoredEnumeration E> constexpr const EnumerationCase<E>& enumerationCase(E value)
 {
     for (const auto& entry : Enumeration<E>::cases) {

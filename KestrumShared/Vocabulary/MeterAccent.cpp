@@ -3,7 +3,10 @@
 #include "KestrumShared/Vocabulary/Enumeration.h"
 
 #include <QStringList>
+#include <cctype>
 #include <cmath>
+#include <cstdlib>
+#include <locale.h>
 
 namespace kestrum {
 
@@ -60,6 +63,18 @@ double clamped(double component)
     return component <= 0 ? 0 : (component > 1 ? 1 : component);
 }
 
+/// A number as programs write it, whatever the session's language; one too large is infinite. Nothing for everything else.
+std::optional<double> parsedNumber(QStringView text)
+{
+    static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
+    const QByteArray bytes = text.toUtf8();
+    if (bytes.isEmpty() || std::isspace(static_cast<unsigned char>(bytes[0])))
+        return std::nullopt;
+    char* end = nullptr;
+    const double number = ::strtod_l(bytes.constData(), &end, plain);
+    return end == bytes.constData() + bytes.size() ? std::optional(number) : std::nullopt;
+}
+
 double quantised(double component)
 {
     return std::round(component * 10000) / 10000;
@@ -92,10 +107,8 @@ std::optional<MeterAccent> MeterAccent::fromRawValue(QStringView text)
     // A piece that is no number is passed over, so that a stray word between three good numbers does no harm.
     QList<double> numbers;
     for (const QStringView piece : text.mid(customPrefix.size()).split(QLatin1Char(','))) {
-        bool isNumber = false;
-        const double number = piece.toDouble(&isNumber);
-        if (isNumber)
-            numbers.append(number);
+        if (const auto number = parsedNumber(piece))
+            numbers.append(*number);
     }
     if (numbers.size() != 3)
         return std::nullopt;

@@ -33,6 +33,7 @@ public:
     /// The eight named accents in the order of the pickers.
     static const QList<MeterAccent>& presets();
 
+    /// The text to store; `fromRawValue` reads it back.
     QString rawValue() const;
     /// The text that people see, in the interface language.
     QString title() const;

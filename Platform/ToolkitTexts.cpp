@@ -1,0 +1,45 @@
+#include "Platform/ToolkitTexts.h"
+
+#include "Platform/GlobalDomain.h"
+#include "Platform/UserDefaults.h"
+
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QLibraryInfo>
+#include <QTranslator>
+
+namespace kestrum {
+
+namespace {
+
+QString wantedLanguage()
+{
+    const QString own = UserDefaults::standard().object("AppleLanguages").toArray().first().toString();
+    return own.isEmpty() ? GlobalDomain::languages().value(0, QStringLiteral("en")) : own;
+}
+
+} // namespace
+
+void ToolkitTexts::install()
+{
+    const QLocale wanted = locale(wantedLanguage());
+    QLocale::setDefault(wanted);
+    auto* translator = new QTranslator(QCoreApplication::instance());
+    if (translator->load(wanted, QStringLiteral("qtbase"), QStringLiteral("_"),
+            QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(translator);
+    else
+        delete translator;
+}
+
+QLocale ToolkitTexts::locale(const QString& code)
+{
+    const QLocale language(code);
+    const QString region = GlobalDomain::numberRegion();
+    if (region.isEmpty())
+        return language;
+    // A language's code may name a region of its own, as that of Brazilian Portuguese does.
+    return QLocale(language.language(), language.script(), QLocale::codeToTerritory(region));
+}
+
+} // namespace kestrum

@@ -1,1 +1,156 @@
 #include "KestrumAgent/Updates/UpdateChecker.h"
+
+#include "KestrumAgent/Updates/AptPolicy.h"
+#include "KestrumAgent/Updates/AptQuery.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Log.h"
+
+#include <QRandomGenerator>
+#include <optional>
+
+namespace kestrum {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr char logArea[] = "updates";
+constexpr auto timeLimit = 30s;
+
+// Not all machines at once, and not while a session starts.
+constexpr std::chrono::seconds firstCheck[] { 1min, 10min };
+constexpr std::chrono::seconds nextCheck[] { 23h, 25h };
+
+std::chrono::seconds someTimeWithin(const std::chrono::seconds (&span)[2])
+{
+    return span[0]
+        + std::chrono::seconds(QRandomGenerator::global()->bounded(int((span[1] - span[0]).count()) + 1));
+}
+
+QString packageName()
+{
+    return QStringLiteral("kestrum");
+}
+
+bool isSwitchedOff()
+{
+    return !KESTRUM_UPDATER || qEnvironmentVariable("KESTRUM_DISABLE_UPDATER") == u'1';
+}
+
+/// Leaves `version` as what is on offer, or nothing, and tells the window when that is news.
+void publish(const std::optional<QString>& version)
+{
+    UserDefaults& store = SharedSettings::store();
+    const char* key = Keys::updatesAvailable.name;
+    if (store.string(key) == version)
+        return;
+    if (version ? store.set(key, *version) : store.remove(key))
+        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+}
+
+} // namespace
+
+UpdateChecker::UpdateChecker(QObject* parent)
+    : QObject(parent)
+    , m_daily(this)
+    , m_timeLimit(timeLimit)
+{
+    m_daily.setSingleShot(true);
+    m_daily.setTimerType(Qt::VeryCoarseTimer);
+    connect(&m_daily, &QTimer::timeout, this, [this] {
+        m_daily.start(someTimeWithin(nextCheck));
+        begin();
+    });
+}
+
+UpdateChecker::~UpdateChecker() = default;
+
+void UpdateChecker::start()
+{
+    const bool canCheck = !isSwitchedOff() && !AptQuery::program().isEmpty();
+    const Setting said { Keys::updaterCanCheck };
+    if (said.value() != canCheck)
+        said.set(canCheck);
+    if (!canCheck)
+        return;
+    const Setting choice { Keys::updatesCheckAutomatically };
+    choice.observe(this, [this](bool checksAutomatically) { followChoice(checksAutomatically); });
+    followChoice(choice.value());
+}
+
+void UpdateChecker::followChoice(bool checksAutomatically)
+{
+    if (checksAutomatically)
+        m_daily.start(someTimeWithin(firstCheck));
+    else
+        m_daily.stop();
+}
+
+void UpdateChecker::check()
+{
+    m_isAskedFor = true;
+    begin();
+}
+
+void UpdateChecker::begin()
+{
+    if (m_query)
+        return;
+    if (isSwitchedOff()) {
+        const auto refuse = [this] { fail(AppLanguage::string("It is switched off.")); };
+        QMetaObject::invokeMethod(this, refuse, Qt::QueuedConnection);
+        return;
+    }
+    m_query = new AptQuery(packageName(), m_timeLimit, this);
+    connect(m_query, &AptQuery::answered, this, &UpdateChecker::adopt);
+    connect(m_query, &AptQuery::failed, this, &UpdateChecker::fail);
+    m_query->start();
+}
+
+void UpdateChecker::adopt(const QByteArray& answer)
+{
+    const auto policy = AptPolicy::read(answer, packageName());
+    if (!policy) {
+        fail(AppLanguage::string("APT's answer is not understood."));
+        return;
+    }
+    // A program that APT did not install is not updated by it either.
+    if (policy->installed.isEmpty() || !policy->hasSource) {
+        Log::info(logArea,
+            QStringLiteral("no source of updates: %1")
+                .arg(policy->installed.isEmpty() ? QStringLiteral("not installed as a package")
+                                                 : QStringLiteral("no repository has the package")));
+        publish(std::nullopt);
+        end(AppLanguage::string("No source of updates is known."));
+    } else if (policy->isCandidateNewer) {
+        const QString version = AptPolicy::versionText(policy->candidate);
+        Log::info(logArea,
+            QStringLiteral("%1 is installed, %2 is on offer").arg(policy->installed, policy->candidate));
+        publish(version);
+        end(AppLanguage::string("Kestrum %1 is available.").arg(version));
+    } else {
+        Log::info(logArea, QStringLiteral("up to date: %1").arg(policy->installed));
+        publish(std::nullopt);
+        end(AppLanguage::string("Kestrum is up to date."));
+    }
+}
+
+void UpdateChecker::fail(const QString& reason)
+{
+    // What was on offer before is still the best that is known.
+    Log::warning(logArea, QStringLiteral("the check failed: %1").arg(Log::escaped(reason)));
+    end(AppLanguage::string("The check for updates failed: %1").arg(reason));
+}
+
+void UpdateChecker::end(const QString& outcome)
+{
+    if (m_query) {
+        m_query->deleteLater();
+        m_query = nullptr;
+    }
+    if (std::exchange(m_isAskedFor, false))
+        Q_EMIT finished(outcome);
+}
+
+} // namespace kestrum

@@ -1,24 +1,50 @@
 #pragma once
 
+#include <QByteArray>
 #include <QObject>
+#include <QString>
+#include <QTimer>
+#include <chrono>
 
 namespace kestrum {
 
+class AptQuery;
+
 /// Looks for newer versions of Kestrum among those that the system's package manager knows, and leaves what it finds in the
-/// shared settings. Nothing is downloaded or installed.
+/// shared settings. Nothing is downloaded or installed. Whoever must not have this leaves it out of the build
+/// (KESTRUM_UPDATER) or sets KESTRUM_DISABLE_UPDATER=1 in the environment.
 class UpdateChecker final : public QObject {
     Q_OBJECT
 public:
     explicit UpdateChecker(QObject* parent = nullptr);
+    ~UpdateChecker() override;
 
-    /// Says in the settings that checks are possible, and checks by itself once a day where that is chosen.
+    /// Says in the settings whether checks are possible, and checks by itself once a day while that is chosen there.
+    /// Called once.
     void start();
 
-    /// Checks now. `finished` tells the outcome in the interface language; a check that runs already is not doubled.
+    /// Checks now; `finished` tells the outcome. A check that runs already is not doubled.
     void check();
 
+    /// How long the package manager may take to answer, 30 s unless set.
+    void setTimeLimit(std::chrono::milliseconds limit) { m_timeLimit = limit; }
+
 Q_SIGNALS:
+    /// A check that was asked for ended so, as a sentence in the interface language: up to date, a new version, no source
+    /// of updates, or why it failed. Sent from the event loop; not for the checks that nobody asked for.
     void finished(const QString& outcome);
+
+private:
+    void followChoice(bool checksAutomatically);
+    void begin();
+    void adopt(const QByteArray& answer);
+    void fail(const QString& reason);
+    void end(const QString& outcome);
+
+    QTimer m_daily;
+    std::chrono::milliseconds m_timeLimit;
+    AptQuery* m_query = nullptr; ///< while a check runs
+    bool m_isAskedFor = false;
 };
 
 } // namespace kestrum

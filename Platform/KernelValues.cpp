@@ -98,16 +98,18 @@ QList<KernelValues::Level> KernelValues::levels() const
             continue;
         Level level;
         if (auto cpus = cpuList(text)) {
-            for (size_t cpu = 0; cpu < cpus->size(); ++cpu)
-                (*cpus)[cpu] = (*cpus)[cpu] && isActive(int(cpu), online);
-            level.logicalCpus = count(*cpus);
+            for (size_t cpu = 0; cpu < cpus->size(); ++cpu) {
+                if ((*cpus)[cpu] && isActive(int(cpu), online))
+                    level.processors.append(int(cpu));
+            }
+            level.logicalCpus = int(level.processors.size());
         }
         if (level.logicalCpus != 0)
             result.append(level);
     }
 
     if (result.isEmpty()) {
-        std::map<int, int, std::greater<>> countByCapacity;
+        std::map<int, QList<int>, std::greater<>> cpusByCapacity;
         for (const QString& name : QDir(cpuFolder).entryList({ QStringLiteral("cpu*") }, QDir::Dirs)) {
             const auto cpu = wholeNumber(name.mid(3).toLatin1(), maximumCpu);
             if (!cpu || !isActive(*cpu, online))
@@ -115,10 +117,10 @@ QList<KernelValues::Level> KernelValues::levels() const
             const auto text = content(cpuFolder + name + QStringLiteral("/cpu_capacity"));
             if (const auto capacity
                 = text ? wholeNumber(*text, std::numeric_limits<int>::max()) : std::nullopt)
-                ++countByCapacity[*capacity];
+                cpusByCapacity[*capacity].append(*cpu);
         }
-        for (const auto& [capacity, cpus] : countByCapacity)
-            result.append(Level { cpus, {} });
+        for (const auto& [capacity, cpus] : cpusByCapacity)
+            result.append(Level { int(cpus.size()), {}, cpus });
     }
 
     if (result.size() < 2)
@@ -126,6 +128,14 @@ QList<KernelValues::Level> KernelValues::levels() const
     // What lies between the two ends has no name of its own.
     result.first().name = "Performance";
     result.last().name = "Efficiency";
+    return result;
+}
+
+QList<QList<int>> KernelValues::levelProcessors() const
+{
+    QList<QList<int>> result;
+    for (const Level& level : levels())
+        result.append(level.processors);
     return result;
 }
 

@@ -20,6 +20,10 @@ public:
     /// The raw bytes of a text value, without a terminating zero.
     std::optional<QByteArray> text(const QByteArray& name) const;
 
+    /// The kernel's numbers of the processors of each level that are switched on, level 0 first; none for a level whose list
+    /// cannot be read.
+    QList<QList<int>> levelProcessors() const;
+
     /// Processors that are switched on, at least 1.
     int activeProcessorCount() const;
 
@@ -27,6 +31,7 @@ private:
     struct Level {
         std::optional<int> logicalCpus; ///< nothing when the kernel's list cannot be read
         QByteArray name;
+        QList<int> processors;
     };
     struct Value {
         Level level;

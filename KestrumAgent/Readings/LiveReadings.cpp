@@ -1,1 +1,38 @@
 #include "KestrumAgent/Readings/LiveReadings.h"
+
+namespace kestrum {
+
+LiveReadings::LiveReadings(const QString& root)
+    : m_cpuLoad(root)
+    , m_cpuPower(root)
+    , m_memory(root)
+    , m_pressureFile(root)
+    , m_slow(root)
+{
+}
+
+void LiveReadings::sample(const WantedReadings& wanted)
+{
+    m_slow.collect();
+    // First the slow ones, which then run beside the others.
+    m_slow.begin(wanted);
+    if (wanted.cpuLoad)
+        m_cpuLoad.sample();
+    else
+        m_cpuLoad.pause();
+    if (wanted.cpuPower)
+        m_cpuWatts = m_cpuPower.read();
+    else
+        m_cpuPower.pause();
+    if (wanted.memory)
+        m_memory.sample();
+    if (wanted.memoryPressure)
+        m_memoryPressure = m_pressureFile.read();
+}
+
+void LiveReadings::sample(const QList<MonitorSection>& sections)
+{
+    sample(WantedReadings::of(sections));
+}
+
+} // namespace kestrum

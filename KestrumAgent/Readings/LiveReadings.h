@@ -1,42 +1,51 @@
 #pragma once
 
+#include "KestrumAgent/Readings/CPULoad.h"
+#include "KestrumAgent/Readings/CPUPower.h"
+#include "KestrumAgent/Readings/MemoryPressure.h"
+#include "KestrumAgent/Readings/MemoryUse.h"
+#include "KestrumAgent/Readings/SlowReadings.h"
 #include "KestrumShared/Drawing/MenuBarReadings.h"
-#include "KestrumShared/Vocabulary/MonitorSection.h"
-
-#include <QString>
-#include <memory>
 
 namespace kestrum {
 
 /// The machine's own readings. What cannot be read is absent, or 0 where a reading must have a value. Main thread only.
 class LiveReadings final : public MenuBarReadings {
 public:
-    /// `root` stands before "/proc" and "/sys": trees of files are other machines.
-    explicit LiveReadings(const QString& root = QString());
-    ~LiveReadings() override;
+    /// `root` stands before "/proc" and "/sys": trees of files are other machines. Only the real one has sensors.
+    explicit LiveReadings(const QString& root = {});
 
-    /// Reads what the items of `sections` show; everything else keeps its last value.
+    /// Reads what is wanted; everything else keeps its last value. What a worker reads appears at the next sample.
+    void sample(const WantedReadings& wanted);
+    /// The same for what the items of `sections` show.
     void sample(const QList<MonitorSection>& sections);
 
-    double cpuUsage() const override;
-    QList<double> coreUsages() const override;
-    int performanceCoreCount() const override;
-    QList<double> cpuHistory() const override;
-    std::optional<double> cpuTemperature() const override;
-    std::optional<double> cpuWatts() const override;
-    std::optional<double> gpuTemperature() const override;
-    std::optional<double> hottestCelsius() const override;
-    std::optional<double> fastestFanRPM() const override;
-    std::optional<double> systemWatts() const override;
-    double memoryUsage() const override;
-    double memoryPressure() const override;
-    quint64 swapUsed() const override;
-    double storageUsage() const override;
-    qint64 availableStorage() const override;
+    double cpuUsage() const override { return m_cpuLoad.total(); }
+    QList<double> coreUsages() const override { return m_cpuLoad.cores(); }
+    int performanceCoreCount() const override { return m_cpuLoad.performanceCount(); }
+    QList<double> cpuHistory() const override { return m_cpuLoad.history(); }
+    std::optional<double> cpuTemperature() const override { return m_slow.sensors().cpu; }
+    std::optional<double> cpuWatts() const override { return m_cpuWatts; }
+    std::optional<double> gpuTemperature() const override { return m_slow.sensors().gpu; }
+    std::optional<double> hottestCelsius() const override { return m_slow.sensors().hottest; }
+    std::optional<double> fastestFanRPM() const override { return m_slow.sensors().fan; }
+    std::optional<double> systemWatts() const override { return m_slow.systemWatts(); }
+    double memoryUsage() const override { return m_memory.used(); }
+    /// The share of time lost for want of memory. Kernels that do not measure it: the share of memory in use, which is what
+    /// can become pressure.
+    double memoryPressure() const override { return m_memoryPressure.value_or(m_memory.used()); }
+    quint64 swapUsed() const override { return m_memory.swapUsed(); }
+    double storageUsage() const override { return m_slow.storage().used; }
+    qint64 availableStorage() const override { return m_slow.storage().available; }
 
 private:
-    struct Readers;
-    std::unique_ptr<Readers> m_readers;
+    CPULoad m_cpuLoad;
+    CPUPower m_cpuPower;
+    MemoryUse m_memory;
+    MemoryPressure m_pressureFile;
+    SlowReadings m_slow;
+    std::optional<double> m_cpuWatts;
+    std::optional<double> m_memoryPressure;
 };
 
 } // namespace kestrum

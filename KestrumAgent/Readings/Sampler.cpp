@@ -1,1 +1,68 @@
 #include "KestrumAgent/Readings/Sampler.h"
+
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kestrum {
+namespace {
+
+QList<MonitorSection> shownSections()
+{
+    QList<MonitorSection> shown;
+    for (const auto& entry : allCases<MonitorSection>()) {
+        if (MeterSettings::isShown(entry.value))
+            shown.append(entry.value);
+    }
+    return shown;
+}
+
+} // namespace
+
+Sampler::Sampler(QObject* parent, const QString& root)
+    : QObject(parent)
+    , m_readings(std::make_shared<LiveReadings>(root))
+{
+    // Fires together with other programs' timers where there are any near.
+    m_timer.setTimerType(Qt::CoarseTimer);
+    connect(&m_timer, &QTimer::timeout, this, &Sampler::sample);
+}
+
+void Sampler::adoptSettings()
+{
+    const WantedReadings wanted = WantedReadings::of(shownSections());
+    const auto interval = Sampler::interval(Setting(Keys::refreshInterval).value());
+    const bool isAnother = wanted != std::exchange(m_wanted, wanted);
+    const bool isOtherInterval = interval != std::exchange(m_interval, interval);
+    if (wanted == WantedReadings()) {
+        m_timer.stop();
+        if (isAnother)
+            m_readings->sample(wanted); // reads nothing: what was counted up to now gets old
+    } else if (isAnother) {
+        sample();
+        m_timer.start(std::min(secondSample, interval));
+    } else if (isOtherInterval) {
+        m_timer.start(interval);
+    }
+}
+
+std::chrono::milliseconds Sampler::interval(double seconds)
+{
+    static constexpr double day = 24 * 60 * 60;
+    if (!std::isfinite(seconds) || seconds <= 0)
+        seconds = Keys::refreshInterval.factoryDefault;
+    const std::chrono::milliseconds chosen(std::llround(std::min(seconds, day) * 1000));
+    return std::max(chosen, shortestInterval);
+}
+
+void Sampler::sample()
+{
+    if (m_timer.isActive() && m_timer.intervalAsDuration() != m_interval)
+        m_timer.setInterval(m_interval);
+    m_readings->sample(m_wanted);
+    Q_EMIT sampled();
+}
+
+} // namespace kestrum

@@ -4,20 +4,36 @@
 
 #include <QObject>
 #include <QTimer>
+#include <chrono>
 #include <memory>
 
 namespace kestrum {
 
-/// Reads the machine at the chosen interval, only what a shown item needs, and not at all while none is shown.
+/// Reads the machine at the chosen interval, only what a shown item needs, and not at all while none is shown: then there
+/// is no timer and no worker.
 class Sampler final : public QObject {
     Q_OBJECT
 public:
-    explicit Sampler(QObject* parent = nullptr);
+    /// More often than this nothing is read, whatever is chosen.
+    static constexpr std::chrono::milliseconds shortestInterval { 100 };
+    /// From a first sample to the next: a load is a difference, and a worker's results are taken at the next sample.
+    static constexpr std::chrono::milliseconds secondSample { 200 };
+
+    /// `root` as for `LiveReadings`.
+    explicit Sampler(QObject* parent = nullptr, const QString& root = {});
 
     std::shared_ptr<const MenuBarReadings> readings() const { return m_readings; }
 
-    /// Takes the interval and the shown items from the shared settings; samples at once when they changed.
+    /// Takes the interval and the shown items from the shared settings; samples at once, and once more shortly after, when
+    /// other readings are needed than before.
     void adoptSettings();
+
+    /// The interval for a chosen number of seconds: at least `shortestInterval`, at most a day, and the factory default for
+    /// what is not a positive number.
+    static std::chrono::milliseconds interval(double seconds);
+
+    /// Whether it reads from time to time.
+    bool isRunning() const { return m_timer.isActive(); }
 
 Q_SIGNALS:
     /// There are new readings.
@@ -27,7 +43,8 @@ private:
     void sample();
 
     std::shared_ptr<LiveReadings> m_readings;
-    QList<MonitorSection> m_shown;
+    WantedReadings m_wanted;
+    std::chrono::milliseconds m_interval {};
     QTimer m_timer;
 };
 

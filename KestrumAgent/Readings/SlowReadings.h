@@ -1,0 +1,62 @@
+#pragma once
+
+#include "KestrumAgent/Readings/Sensors.h"
+#include "KestrumAgent/Readings/StorageUse.h"
+#include "KestrumAgent/Readings/SystemPower.h"
+#include "KestrumAgent/Readings/WantedReadings.h"
+
+#include <atomic>
+#include <chrono>
+#include <memory>
+#include <optional>
+
+namespace kestrum {
+
+/// The readings that can take their time: a worker reads them, and the main thread never waits for it. What one tick asks
+/// for is taken at the next, so that a worker's end wakes nobody.
+class SlowReadings {
+public:
+    /// How long a device may stay without an answer until its last value counts as unknown.
+    static constexpr std::chrono::seconds longestAnswer { 10 };
+
+    explicit SlowReadings(const QString& root = {}, StorageUse::Ask askStorage = ::statvfs);
+
+    /// Takes over what a worker has finished since.
+    void collect();
+
+    /// Sets a worker to read what is wanted, except for what another is still at.
+    void begin(const WantedReadings& wanted);
+
+    const Sensors::Values& sensors() const { return m_sensors; }
+    const std::optional<double>& systemWatts() const { return m_systemWatts; }
+    /// The last answer, however old.
+    const StorageUse::Room& storage() const { return m_storage; }
+
+private:
+    /// What a worker and the main thread share: the result belongs to the worker until `isDone`.
+    template <class Result> struct Run {
+        Result result;
+        std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+        std::atomic<bool> isDone = false;
+        bool isLate() const { return std::chrono::steady_clock::now() - begin > longestAnswer; }
+    };
+    struct Devices {
+        WantedReadings wanted;
+        Sensors::Values sensors;
+        std::optional<double> systemWatts;
+    };
+    using DevicesRun = Run<Devices>;
+    using StorageRun = Run<std::optional<StorageUse::Room>>;
+    void adopt(const Devices& devices);
+
+    bool m_hasSensors; ///< libsensors knows no other machine than this
+    std::shared_ptr<SystemPower> m_systemPower;
+    std::shared_ptr<const StorageUse> m_storageUse;
+    std::shared_ptr<DevicesRun> m_devicesRun;
+    std::shared_ptr<StorageRun> m_storageRun;
+    Sensors::Values m_sensors;
+    std::optional<double> m_systemWatts;
+    StorageUse::Room m_storage;
+};
+
+} // namespace kestrum

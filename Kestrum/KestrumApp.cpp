@@ -3,9 +3,11 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/SettingsView.h"
 #include "Platform/ToolkitTexts.h"
+#include "Platform/WindowActivation.h"
 
 #include <QScreen>
 #include <QTimer>
+#include <utility>
 
 namespace kestrum {
 
@@ -15,8 +17,11 @@ constexpr QSize defaultSize { 640, 520 };
 
 } // namespace
 
-KestrumApp::KestrumApp(int& argc, char** argv)
+KestrumApp::KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run)
     : QApplication(argc, argv)
+    , m_delegate(run)
+    , m_activationToken(WindowActivation::takeToken())
+    , m_isInBackground(WindowActivation::takeIsInBackground())
 {
     setApplicationName(QStringLiteral("com.orvale.kestrum"));
     setApplicationDisplayName(QStringLiteral("Kestrum"));
@@ -32,14 +37,21 @@ KestrumApp::~KestrumApp() = default;
 
 void KestrumApp::launch()
 {
+    connect(&m_delegate, &SettingsAppDelegate::reopenRequested, this, &KestrumApp::openWindow);
     m_delegate.applicationDidFinishLaunching();
     setFont(Theme::font(Theme::TextStyle::body));
+    openWindow();
+}
+
+void KestrumApp::openWindow()
+{
     m_window = std::make_unique<SettingsView>();
     m_window->setWindowTitle(QStringLiteral("Kestrum"));
     m_window->setObjectName(QStringLiteral("main"));
     m_window->resize(defaultSize);
     if (const QScreen* screen = primaryScreen())
         m_window->move(screen->availableGeometry().center() - m_window->rect().center());
+    m_window->setAttribute(Qt::WA_ShowWithoutActivating, m_isInBackground);
     m_window->installEventFilter(this);
     m_window->show();
 }
@@ -51,6 +63,9 @@ bool KestrumApp::eventFilter(QObject* watched, QEvent* event)
         // The frame goes out when this event has been dealt with.
         QTimer::singleShot(0, this, [this] {
             m_delegate.windowWasShown();
+            // What the toolkit has not used itself for its first window.
+            if (const QByteArray token = std::exchange(m_activationToken, {}); !token.isEmpty())
+                SettingsAppDelegate::bringForward(token);
             Q_EMIT windowShown();
         });
     }

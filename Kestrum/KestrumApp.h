@@ -14,7 +14,7 @@ class SettingsView;
 class KestrumApp final : public QApplication {
     Q_OBJECT
 public:
-    KestrumApp(int& argc, char** argv);
+    KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run);
     ~KestrumApp() override;
 
     /// Runs the start-up sequence and shows the window in the middle of the screen.
@@ -28,9 +28,12 @@ Q_SIGNALS:
 
 private:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void openWindow();
 
     SettingsAppDelegate m_delegate;
     std::unique_ptr<SettingsView> m_window;
+    QByteArray m_activationToken; ///< what the program was started with
+    bool m_isInBackground;
 };
 
 } // namespace kestrum

@@ -1,30 +1,101 @@
 #include "Kestrum/SettingsAppDelegate.h"
 
+#include "Kestrum/Agent/LoginItemManager.h"
+#include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/MeterSettings.h"
-#include "KestrumShared/Settings/SharedSettings.h"
+#include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/WindowActivation.h"
+
+#include <QGuiApplication>
+#include <QSessionManager>
+#include <QWindow>
+#include <algorithm>
+#include <chrono>
+#include <utility>
 
 namespace kestrum {
+
+namespace {
+
+// A window may come up behind others or not at all; the agent must not wait for that.
+constexpr std::chrono::seconds longestWaitForWindow { 1 };
+
+} // namespace
+
+SettingsAppDelegate::SettingsAppDelegate(Run run, Relaunch::Actions actions)
+    : m_run(run)
+    , m_relaunch(std::move(actions))
+{
+    m_rest.setSingleShot(true);
+    m_rest.setInterval(longestWaitForWindow);
+    connect(&m_rest, &QTimer::timeout, this, &SettingsAppDelegate::windowWasShown);
+}
 
 void SettingsAppDelegate::applicationDidFinishLaunching()
 {
     UserDefaults& store = SharedSettings::store();
     store.registerDefaults(SharedSettings::factoryDefaults());
     MeterSettings::migrateAccents();
+    if (m_run == Run::ordinary)
+        LoginItemManager::unregisterLegacyMainAppOnce();
     // The store outlives us, and forgets us when we go.
     connect(&store, &UserDefaults::changed, this, &SettingsAppDelegate::storeChanged);
+    m_signals.listen(SharedSettings::Signal::openSettings, [] { bringForward({}); });
+    m_rest.start();
 }
 
 void SettingsAppDelegate::windowWasShown()
 {
+    if (std::exchange(m_isComplete, true))
+        return;
+    m_rest.stop();
+    if (m_run == Run::ordinary && Setting { Keys::agentEnabled }.value())
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+    QTimer::singleShot(0, this, [this] {
+        presentWindowIfMissing();
+        keepOutOfSession();
+    });
     SharedSettings::store().sweepLeftovers();
+}
+
+void SettingsAppDelegate::bringForward(const QByteArray& activationToken)
+{
+    if (QWindow* window = firstMainWindow())
+        WindowActivation::bringForward(*window, activationToken);
+}
+
+QWindow* SettingsAppDelegate::firstMainWindow()
+{
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    const auto found = std::find_if(windows.begin(), windows.end(),
+        [](const QWindow* window) { return window->type() == Qt::Window && window->isVisible(); });
+    return found == windows.end() ? nullptr : *found;
+}
+
+void SettingsAppDelegate::presentWindowIfMissing()
+{
+    if (!firstMainWindow())
+        Q_EMIT reopenRequested();
+}
+
+void SettingsAppDelegate::keepOutOfSession()
+{
+    // Only sessions of the older kind restore windows. Windows in tabs of one frame, which some window managers offer, cannot be
+    // refused.
+    connect(
+        qGuiApp, &QGuiApplication::saveStateRequest, this,
+        [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
 }
 
 void SettingsAppDelegate::storeChanged()
 {
     SharedSettings::post(SharedSettings::Signal::settings);
-    if (AppLanguage::processIsStale())
+    if (AppLanguage::processIsStale()) {
         AppLanguage::applyChoiceToProcessDefaults();
+        m_relaunch.whenInactive();
+    }
 }
 
 } // namespace kestrum

@@ -3,6 +3,8 @@
 #include "Kestrum/Window/SettingsView.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Log.h"
+#include "Platform/SingleInstance.h"
+#include "Platform/WindowActivation.h"
 
 #include <QByteArrayView>
 #include <cstdio>
@@ -21,6 +23,9 @@ constexpr char usage[] = "Usage: Kestrum [OPTION]\n"
 struct Options {
     QString pictures;
     bool endsAtFirstFrame = false;
+
+    /// A run that only looks, beside whatever runs.
+    bool isVisit() const { return endsAtFirstFrame || !pictures.isEmpty(); }
 };
 
 /// The options, or the exit code of a call that has been answered. Arguments with one dash are the toolkit's.
@@ -48,6 +53,14 @@ std::optional<int> read(int argc, char** argv, Options& options)
     return std::nullopt;
 }
 
+int bringFirstForward(const kestrum::SingleInstance& instance)
+{
+    if (instance.raiseFirst(kestrum::WindowActivation::takeToken()))
+        return 0;
+    std::fputs("Kestrum: it runs already, but does not answer\n", stderr);
+    return 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -58,11 +71,22 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // Before the application object, so that nothing is ever shown in another language than the one recorded.
+    // Before anything else, so that a further start costs nothing and changes nothing.
+    std::optional<SingleInstance> instance;
+    if (!options.isVisit()) {
+        instance.emplace("Kestrum");
+        if (!instance->isFirst())
+            return bringFirstForward(*instance);
+    }
+    // Before the application object, so that the toolkit's own texts come up in the chosen language too.
     AppLanguage::recordLaunchedCode();
     AppLanguage::applyChoiceToProcessDefaults();
 
-    KestrumApp application(argc, argv);
+    using Run = SettingsAppDelegate::Run;
+    KestrumApp application(argc, argv, options.isVisit() ? Run::visitor : Run::ordinary);
+    if (instance)
+        QObject::connect(
+            &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
         if (!options.pictures.isEmpty())
             QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);

@@ -83,14 +83,15 @@ std::vector<char*> pointers(QByteArrayList& texts)
 
 } // namespace
 
-std::optional<qint32> ProgramStart::start(
-    const QByteArray& program, const QByteArrayList& environment, QString* error)
+std::optional<qint32> ProgramStart::start(const QByteArray& program, const QByteArrayList& arguments,
+    const std::optional<QByteArrayList>& environment, QString* error)
 {
-    QByteArrayList words { program };
-    QByteArrayList variables = environment;
+    QByteArrayList words = QByteArrayList { program } + arguments;
+    QByteArrayList given = environment.value_or(QByteArrayList());
+    std::vector<char*> variables = pointers(given);
     pid_t pid = 0;
-    const int result
-        = Preparation().spawn(&pid, program.constData(), pointers(words).data(), pointers(variables).data());
+    const int result = Preparation().spawn(
+        &pid, program.constData(), pointers(words).data(), environment ? variables.data() : environ);
     if (result == 0)
         return pid;
     *error = qt_error_string(result);

@@ -8,14 +8,16 @@
 namespace kestrum {
 
 /// Starts a program apart from ours: in a session of its own, in "/", with nothing to read, no descriptor above 2, every
-/// signal as it is by default, and without arguments. Its output and errors go where ours go, except into a pipe: whoever
+/// signal as it is by default. Its output and errors go where ours go, except into a pipe: whoever
 /// reads that would wait for the program's end too.
 namespace ProgramStart {
 
-/// `environment` holds "NAME=value" entries. Gives the id of the new process, a child of ours that has to be waited for;
+/// The program gets its own path as first word and then `arguments`; `environment` holds "NAME=value" entries, and is ours where it
+/// is not given. Gives the id of the new process, a child of ours that has to be waited for;
 /// nothing, with the system's reason in `error`, when the program cannot be executed. When it returns, the process table
 /// shows the program already.
-std::optional<qint32> start(const QByteArray& program, const QByteArrayList& environment, QString* error);
+std::optional<qint32> start(const QByteArray& program, const QByteArrayList& arguments,
+    const std::optional<QByteArrayList>& environment, QString* error);
 
 } // namespace ProgramStart
 } // namespace kestrum

@@ -154,7 +154,7 @@ struct Workspace::Observations {
         }
         QString reason;
         const auto pid
-            = ProgramStart::start(QFile::encodeName(program), environmentFor(configuration), &reason);
+            = ProgramStart::start(QFile::encodeName(program), {}, environmentFor(configuration), &reason);
         if (!pid)
             return { std::nullopt,
                 QStringLiteral("%1 cannot be started: %2").arg(Log::escaped(program), reason) };

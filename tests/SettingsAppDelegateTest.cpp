@@ -22,6 +22,7 @@ class SettingsAppDelegateTest : public QObject {
     std::unique_ptr<SettingsAppDelegate> m_delegate;
     std::unique_ptr<SignalListener> m_listener;
     int m_settings = 0;
+    QStringList m_relaunches;
 
     /// As another program would write it.
     static void writeFromOutside(const QByteArray& text)
@@ -38,12 +39,15 @@ private Q_SLOTS:
     void init()
     {
         SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
-        m_delegate = std::make_unique<SettingsAppDelegate>();
+        Setting { Keys::agentEnabled }.set(false);
+        m_delegate = std::make_unique<SettingsAppDelegate>(SettingsAppDelegate::Run::ordinary,
+            Relaunch::Actions { [this](const QString& command) { m_relaunches.append(command); }, [] {} });
         m_delegate->applicationDidFinishLaunching();
         QTest::qWait(50); // the notice of what start-up stored
         m_listener = std::make_unique<SignalListener>();
         m_listener->listen(SharedSettings::Signal::settings, [this] { ++m_settings; });
         m_settings = 0;
+        m_relaunches.clear();
     }
 
     void cleanup()
@@ -117,6 +121,7 @@ private Q_SLOTS:
         QTRY_COMPARE(m_settings, 1);
         QCOMPARE(UserDefaults::standard().object("AppleLanguages").toArray().first().toString(),
             QStringLiteral("de"));
+        QCOMPARE(m_relaunches.size(), 1);
         // No longer stale, so what stands in the process's own preferences is left alone.
         Setting { Keys::language }.set(QStringLiteral("en"));
         QTRY_COMPARE(m_settings, 2);

@@ -188,6 +188,8 @@ class WindowEndToEndTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
+        // This is about the window alone.
+        write(QStringLiteral("agentEnabled"), QStringLiteral("false"));
         m_windowManager = started(QStringLiteral("openbox"), {});
         QVERIFY(m_windowManager->state() == QProcess::Running);
         // A window that is there before the window manager would never be given the focus.

@@ -1,10 +1,65 @@
 #include "Kestrum/Agent/AgentController.h"
 
+#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Workspace.h"
+
+#include <QGuiApplication>
+#include <QTimer>
+#include <chrono>
+
 namespace kestrum {
+
+namespace {
+
+// A program that was just started or ended may not yet be in the process table, or still be.
+constexpr std::chrono::seconds secondLook { 1 };
+
+} // namespace
 
 AgentController::AgentController(QObject* parent)
     : QObject(parent)
+    , m_isRunning(look())
 {
+    connect(&Workspace::shared(), &Workspace::runningApplicationsChanged, this, [this] {
+        refresh();
+        QTimer::singleShot(secondLook, Qt::PreciseTimer, this, &AgentController::refresh);
+    });
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
+        if (state == Qt::ApplicationActive)
+            refresh();
+    });
+}
+
+bool AgentController::look()
+{
+    // Our own agent's starts and ends are told of; of copies in other places the end, once they were seen.
+    QList<qint32> pids;
+    for (const ProcessScan::Entry& agent : ProcessScan::agents())
+        pids.append(agent.pid);
+    Workspace::shared().observe(AppLinks::embeddedAgentURL(), pids);
+    return !pids.isEmpty();
+}
+
+void AgentController::refresh()
+{
+    publish(look());
+}
+
+void AgentController::setEnabled(bool enabled)
+{
+    Setting { Keys::agentEnabled }.set(enabled);
+    if (enabled)
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+    else
+        AppLinks::stopAgent();
+    publish(enabled);
+}
+
+void AgentController::publish(bool isRunning)
+{
+    m_isRunning = isRunning;
+    Q_EMIT isRunningChanged(isRunning);
 }
 
 } // namespace kestrum

@@ -24,6 +24,7 @@ Q_SIGNALS:
     void isRunningChanged(bool isRunning);
 
 private:
+    bool look();
     void publish(bool isRunning);
 
     bool m_isRunning = false;

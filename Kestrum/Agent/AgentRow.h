@@ -1,10 +1,13 @@
 #pragma once
 
+#include <QSvgRenderer>
 #include <QWidget>
 
 namespace kestrum {
 
 class AgentController;
+class ShrinkingLabel;
+class Switch;
 
 /// The row at the sidebar's foot that names the agent, says whether it is on, and switches it.
 class AgentRow final : public QWidget {
@@ -12,6 +15,19 @@ class AgentRow final : public QWidget {
 public:
     /// `controller` outlives the row.
     explicit AgentRow(AgentController& controller, QWidget* parent = nullptr);
+
+    /// Where the picture is, in the row.
+    QRectF pictureRect() const;
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void showState(bool isRunning);
+
+    QSvgRenderer m_picture;
+    ShrinkingLabel* m_state;
+    Switch* m_switch;
 };
 
 } // namespace kestrum

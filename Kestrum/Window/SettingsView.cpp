@@ -1,5 +1,7 @@
 #include "Kestrum/Window/SettingsView.h"
 
+#include "Kestrum/Agent/AgentRow.h"
+#include "Kestrum/Agent/UpdateOfferRow.h"
 #include "Kestrum/Form/FormPage.h"
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
@@ -38,16 +40,32 @@ QWidget* makePage(SettingsPage page)
     return new FormPage;
 }
 
-/// The window's first column and its ground.
+/// The line between the pages and the sidebar's foot.
+class SidebarDivider final : public QWidget {
+public:
+    SidebarDivider() { setFixedHeight(1); }
+
+private:
+    void paintEvent(QPaintEvent*) override
+    {
+        QPainter(this).fillRect(rect(), Theme::colour(Theme::Colour::separator));
+    }
+};
+
+/// The window's first column and its ground: the pages, and at its foot what concerns the agent.
 class SidebarColumn final : public QWidget {
 public:
-    explicit SidebarColumn(Sidebar* sidebar)
+    SidebarColumn(Sidebar* sidebar, AgentController& agent)
     {
         setMinimumWidth(minimumSidebarWidth);
         setMaximumWidth(maximumSidebarWidth);
         auto* layout = new QVBoxLayout(this);
         layout->setContentsMargins(0, 0, 0, 0);
-        layout->addWidget(sidebar);
+        layout->setSpacing(0);
+        layout->addWidget(sidebar, 1);
+        layout->addWidget(new SidebarDivider);
+        layout->addWidget(new UpdateOfferRow);
+        layout->addWidget(new AgentRow(agent));
         new NonCollapsibleSidebarProbe(this);
     }
 
@@ -144,7 +162,7 @@ void SettingsView::rebuild()
     m_pageColumn->setContentsMargins(0, 0, 0, 0);
     m_pageColumn->setSpacing(0);
     m_pageColumn->addWidget(m_notice);
-    m_split->addWidget(new SidebarColumn(m_sidebar));
+    m_split->addWidget(new SidebarColumn(m_sidebar, m_agent));
     m_split->addWidget(page);
     m_split->setStretchFactor(1, 1);
     m_split->setSizes(columns);

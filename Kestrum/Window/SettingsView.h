@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Kestrum/Agent/AgentController.h"
 #include "Kestrum/Window/SettingsPage.h"
 
 #include <QWidget>
@@ -37,6 +38,7 @@ private:
     void adoptScheme();
     void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
 
+    AgentController m_agent; ///< the same whenever the content is built again
     SplitView* m_split = nullptr;
     Sidebar* m_sidebar = nullptr;
     SaveNotice* m_notice = nullptr;

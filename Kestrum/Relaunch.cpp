@@ -1,0 +1,80 @@
+#include "Kestrum/Relaunch.h"
+
+#include "Platform/Bundle.h"
+#include "Platform/Log.h"
+#include "Platform/ProgramStart.h"
+
+#include <QFile>
+#include <QGuiApplication>
+#include <QWindow>
+#include <algorithm>
+#include <utility>
+
+namespace kestrum {
+
+namespace {
+
+/// Closing the last window makes the application inactive too, and is its end.
+bool isAnyWindowOpen()
+{
+    const QWindowList windows = QGuiApplication::topLevelWindows();
+    return std::any_of(
+        windows.begin(), windows.end(), [](const QWindow* window) { return window->isVisible(); });
+}
+
+} // namespace
+
+Relaunch::Actions Relaunch::Actions::real()
+{
+    return {
+        [](const QString& command) {
+            QString error;
+            // Nobody waits for it: it ends after us.
+            if (!ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) }, std::nullopt, &error))
+                Log::warning("relaunch", QStringLiteral("the shell cannot be started: %1").arg(error));
+        },
+        [] { QCoreApplication::quit(); },
+    };
+}
+
+Relaunch::Relaunch(Actions actions, QObject* parent)
+    : QObject(parent)
+    , m_actions(std::move(actions))
+{
+}
+
+QString Relaunch::command(qint64 pid, const QString& bundlePath)
+{
+    return QStringLiteral("while kill -0 %1 2>/dev/null; do sleep 0.1; done; "
+                          "\"%2/Contents/MacOS/kestrumctl\" open -g \"%2\"")
+        .arg(QString::number(pid), bundlePath);
+}
+
+void Relaunch::whenInactive()
+{
+    if (m_isPending || m_isDone)
+        return;
+    if (QGuiApplication::applicationState() != Qt::ApplicationActive) {
+        relaunch();
+        return;
+    }
+    m_isPending = true;
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Relaunch::stateChanged);
+}
+
+void Relaunch::stateChanged(Qt::ApplicationState state)
+{
+    if (state != Qt::ApplicationActive && isAnyWindowOpen())
+        relaunch();
+}
+
+void Relaunch::relaunch()
+{
+    // Quitting takes a while, in which the settings and the focus may change again.
+    if (std::exchange(m_isDone, true))
+        return;
+    m_actions.startShell(command(QCoreApplication::applicationPid(), Bundle::main().path()));
+    m_actions.quit();
+}
+
+} // namespace kestrum

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <QByteArray>
+
+class QWindow;
+
+namespace kestrum {
+
+/// Bringing a window forward with the desktop's leave. A desktop lets nobody push a window in front of what people work
+/// in; it gives the program that they start a token for that, which a program that runs already can be handed.
+namespace WindowActivation {
+
+/// Set in the environment of a program that is to open its window without taking the focus.
+inline constexpr char backgroundVariable[] = "KESTRUM_IN_BACKGROUND";
+
+/// The token that this process was started with, empty when there is none. It is taken out of the environment, so that
+/// programs that we start do not pass for what people started. After the application object is made, what the toolkit
+/// has used itself is no longer there.
+QByteArray takeToken();
+
+/// Whether this process is to open without taking the focus; taken out of the environment likewise.
+bool takeIsInBackground();
+
+/// Shows `window`, puts it in front and gives it the focus, as far as the desktop lets us. `token` may be empty.
+void bringForward(QWindow& window, const QByteArray& token);
+
+/// The server's time that `token` was made at, 0 when it does not say: it ends with "_TIME" and a number.
+quint32 time(const QByteArray& token);
+
+} // namespace WindowActivation
+} // namespace kestrum

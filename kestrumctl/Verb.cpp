@@ -7,7 +7,7 @@ namespace kestrum {
 std::span<const Verb* const> allVerbs()
 {
     static constexpr const Verb* verbs[] = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb,
-        &importVerb, &postVerb, &listenVerb, &describeVerb, &renderVerb };
+        &importVerb, &postVerb, &listenVerb, &describeVerb, &renderVerb, &openVerb };
     return verbs;
 }
 
@@ -22,13 +22,12 @@ const Verb* findVerb(const QString& name)
 
 QByteArray programUsage()
 {
-    QByteArray text
-        = "Usage: kestrumctl VERB [ARGUMENT...]\n"
-          "\n"
-          "Reads, writes and watches Kestrum's settings, posts and hears its signals, and draws its\n"
-          "menu-bar items.\n"
-          "\n"
-          "Verbs:\n";
+    QByteArray text = "Usage: kestrumctl VERB [ARGUMENT...]\n"
+                      "\n"
+                      "Reads, writes and watches Kestrum's settings, posts and hears its signals, draws its\n"
+                      "menu-bar items, and starts applications.\n"
+                      "\n"
+                      "Verbs:\n";
     for (const Verb* verb : allVerbs())
         text += "  " + QByteArray(verb->name).leftJustified(10) + verb->summary + '\n';
     return text

@@ -30,6 +30,7 @@ extern const Verb exportVerb;
 extern const Verb importVerb;
 extern const Verb postVerb;
 extern const Verb listenVerb;
+extern const Verb openVerb;
 extern const Verb describeVerb;
 extern const Verb renderVerb;
 

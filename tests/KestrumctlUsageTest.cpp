@@ -14,7 +14,7 @@ using Kestrumctl::words;
 
 const QStringList verbs { QStringLiteral("read"), QStringLiteral("write"), QStringLiteral("delete"),
     QStringLiteral("watch"), QStringLiteral("export"), QStringLiteral("import"), QStringLiteral("post"),
-    QStringLiteral("listen"), QStringLiteral("describe"), QStringLiteral("render") };
+    QStringLiteral("listen"), QStringLiteral("describe"), QStringLiteral("render"), QStringLiteral("open") };
 
 } // namespace
 

@@ -1,0 +1,55 @@
+#include "Platform/Log.h"
+#include "Platform/WindowActivation.h"
+#include "Platform/Workspace.h"
+#include "kestrumctl/Verb.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+namespace kestrum {
+
+namespace {
+
+constexpr Option options[] = { { "-g" } };
+
+ExitCode run(const CommandLine& line)
+{
+    Workspace::OpenConfiguration configuration;
+    configuration.activates = !line.has("-g");
+    // A program that is to come forward is started also where it runs already: the second start brings the first forward.
+    configuration.createsNewApplicationInstance = configuration.activates;
+    if (!configuration.activates)
+        configuration.environment.insert(
+            QLatin1StringView(WindowActivation::backgroundVariable), QStringLiteral("1"));
+
+    ExitCode code = ExitCode::done;
+    // The program begins in another folder than ours.
+    const QString bundle = QFileInfo(line.arguments().first()).absoluteFilePath();
+    Workspace::shared().openApplication(bundle, configuration, [&code](const Workspace::Opened& opened) {
+        if (!opened.pid)
+            code = Console::failed(opened.error);
+        QCoreApplication::quit();
+    });
+    QCoreApplication::exec();
+    return code;
+}
+
+} // namespace
+
+const Verb openVerb {
+    "open",
+    "[-g] BUNDLE",
+    "start the application of a bundle",
+    "Starts the application of the bundle at the path BUNDLE, such as Kestrum.app, apart from this shell.\n"
+    "\n"
+    "  -g  in the background: its window does not take the focus, and an application that runs already is\n"
+    "      left alone\n",
+    options,
+    1,
+    1,
+    false,
+    false,
+    run,
+};
+
+} // namespace kestrum

@@ -1,1 +1,252 @@
+// The entry belongs to several: to us, to the desktop's settings, which switch it off in it, and to its user, who may have
+// put a delay into it or linked it to a place where it is kept under version control. So only our own keys are changed, a
+// linked file is changed where it is, and an entry that holds more than ours is not deleted when it is switched off but renamed,
+// to a name that no desktop reads, from which it comes back when it is switched on again.
+//
+// Desktops switch an entry off in two ways, of which each reads only one or both: "Hidden" and, older, GNOME's key. Both are
+// read, and both are written.
+
 #include "Platform/LoginItemService.h"
+
+#include "Platform/DesktopEntry.h"
+#include "Platform/FilePlace.h"
+#include "Platform/FileReplacement.h"
+#include "Platform/Log.h"
+
+#include <QFile>
+#include <QStandardPaths>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace kestrum {
+
+namespace {
+
+constexpr char typeKey[] = "Type";
+constexpr char nameKey[] = "Name";
+constexpr char commandKey[] = "Exec";
+constexpr char programKey[] = "TryExec";
+constexpr char hiddenKey[] = "Hidden";
+constexpr char gnomeKey[] = "X-GNOME-Autostart-enabled";
+constexpr const char* ownKeys[] = { typeKey, nameKey, commandKey, programKey, hiddenKey, gnomeKey };
+
+constexpr char switchedOffSuffix[] = ".off";
+constexpr qsizetype mostBytes = 1024 * 1024;
+
+LoginItemService::Error failed(const QByteArray& path, const char* step, int error)
+{
+    const bool isRefused = error == EACCES || error == EPERM || error == EROFS;
+    // The system's own numbers are turned negative: some of them are the same as codes of ours.
+    return { isRefused ? LoginItemService::refused : -error,
+        QStringLiteral("%1: cannot %2: %3")
+            .arg(QFile::decodeName(path), QLatin1StringView(step), qt_error_string(error)) };
+}
+
+/// What stands in the place of the entry.
+struct Found {
+    int error = 0; ///< ENOENT when there is nothing; another when it cannot be read
+    QByteArray bytes;
+    struct stat state = {};
+};
+
+Found read(int directory, const QByteArray& name, int flags)
+{
+    Found found;
+    // Not blocking: there may be a pipe.
+    const FileDescriptor file(
+        ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
+    if (!file.isValid() || ::fstat(file.get(), &found.state) != 0) {
+        found.error = errno == ENOTDIR ? ENOENT : errno;
+        return found;
+    }
+    if (!S_ISREG(found.state.st_mode)) {
+        found.error = S_ISDIR(found.state.st_mode) ? EISDIR : EINVAL;
+        return found;
+    }
+    if (const auto bytes = FilePlace::bytesOf(file.get(), mostBytes))
+        found.bytes = *bytes;
+    else
+        found.error = errno;
+    return found;
+}
+
+bool isProgram(const QByteArray& path)
+{
+    if (!path.startsWith('/'))
+        return !QStandardPaths::findExecutable(QFile::decodeName(path)).isEmpty();
+    struct stat state;
+    return ::stat(path.constData(), &state) == 0 && S_ISREG(state.st_mode)
+        && ::faccessat(AT_FDCWD, path.constData(), X_OK, AT_EACCESS) == 0;
+}
+
+/// Whether somebody else than its owner, us or root, may change the file. A group of the owner's own, as many systems give
+/// each user one, bears the owner's number.
+bool othersMayChange(const QByteArray& path)
+{
+    struct stat state;
+    if (::stat(path.constData(), &state) != 0)
+        return true;
+    return (state.st_mode & S_IWOTH) != 0 || (state.st_uid != 0 && state.st_uid != ::geteuid())
+        || ((state.st_mode & S_IWGRP) != 0 && state.st_gid != state.st_uid);
+}
+
+bool isTrue(const std::optional<QByteArray>& value)
+{
+    return value && (*value == "true" || *value == "1");
+}
+
+bool isFalse(const std::optional<QByteArray>& value)
+{
+    return value && (*value == "false" || *value == "0");
+}
+
+/// Whether the desktop would start something from the entry if it is not switched off.
+bool hasProgram(const DesktopEntry& entry)
+{
+    const auto command = entry.value(commandKey);
+    const auto program = command ? DesktopEntry::programOf(*command) : std::nullopt;
+    const auto tried = entry.value(programKey);
+    return !entry.isDamaged() && entry.value(typeKey) == "Application" && program && isProgram(*program)
+        && (!tried || isProgram(DesktopEntry::unescaped(*tried)));
+}
+
+} // namespace
+
+LoginItemService::LoginItemService(const QString& identifier, const QString& program, const QString& name)
+    : m_identifier(identifier)
+    , m_program(program)
+    , m_name(name)
+{
+}
+
+QString LoginItemService::entryPath() const
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
+        + QStringLiteral("/autostart/%1.desktop").arg(m_identifier);
+}
+
+LoginItemService::Status LoginItemService::status() const
+{
+    const Found found = read(AT_FDCWD, QFile::encodeName(entryPath()), 0);
+    if (found.error == ENOENT)
+        return Status::notRegistered;
+    const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
+    if (found.error != 0 || !hasProgram(entry))
+        return Status::notFound;
+    const bool isOff = isTrue(entry.value(hiddenKey)) || isFalse(entry.value(gnomeKey));
+    return isOff ? Status::requiresApproval : Status::enabled;
+}
+
+std::optional<LoginItemService::Error> LoginItemService::registerItem() const
+{
+    // Root has no desktop that would start anything, and a file of root's in a user's folder would be in that user's way.
+    if (::geteuid() == 0)
+        return Error { -EPERM, QStringLiteral("No login item is registered for root.") };
+    const QByteArray program = QFile::encodeName(m_program);
+    if (!isProgram(program))
+        return Error { notTrusted, QStringLiteral("%1: it cannot be run").arg(m_program) };
+    if (othersMayChange(program))
+        return Error { notTrusted, QStringLiteral("%1: others may change it").arg(m_program) };
+
+    const QByteArray path = QFile::encodeName(entryPath());
+    const FilePlace::Place place = FilePlace::of(path);
+    if (!FilePlace::makeDirectory(place.directory))
+        return failed(place.directory, "make the directory", errno);
+    const FileDescriptor directory = FilePlace::openedDirectory(place.directory);
+    if (!directory.isValid())
+        return failed(place.directory, "open the directory", errno);
+    FileReplacement::sweepLeftovers(directory.get());
+
+    struct stat state;
+    const auto isThere = [&](const QByteArray& name) {
+        return ::fstatat(directory.get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
+    };
+    const QByteArray switchedOff = place.name + switchedOffSuffix;
+    const bool comesBack = !isThere(place.name) && isThere(switchedOff);
+    const auto error = write(place.directory + '/' + (comesBack ? switchedOff : place.name));
+    if (!comesBack || (error && error->code != alreadyThere))
+        return error;
+    return moved(directory.get(), switchedOff, place.name);
+}
+
+std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray& path) const
+{
+    const FilePlace::Place target = FilePlace::of(FilePlace::linksFrom(path).constLast());
+    const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
+    if (!directory.isValid())
+        return failed(target.directory, "open the directory", errno);
+    const Found found = read(directory.get(), target.name, O_NOFOLLOW);
+    const bool exists = found.error == 0;
+    if (!exists && found.error != ENOENT)
+        return failed(path, "read", found.error);
+
+    DesktopEntry entry = DesktopEntry::parsed(found.bytes);
+    if (exists && entry.isDamaged() && !found.bytes.trimmed().isEmpty()) {
+        QByteArray copy;
+        if (const auto failure
+            = FileReplacement::keepDamaged(directory.get(), target.name, found.bytes, &copy))
+            return failed(path, failure.step, failure.error);
+        Log::warning("loginItem",
+            QStringLiteral("%1 was damaged and is kept as %2")
+                .arg(Log::escaped(QFile::decodeName(path)), Log::escaped(QFile::decodeName(copy))));
+    }
+    const QByteArray program = QFile::encodeName(m_program);
+    entry.set(typeKey, "Application");
+    entry.set(nameKey, DesktopEntry::escaped(m_name.toUtf8()));
+    entry.set(commandKey, DesktopEntry::command(program));
+    entry.set(programKey, DesktopEntry::escaped(program));
+    entry.set(hiddenKey, "false");
+    entry.set(gnomeKey, "true");
+    const QByteArray text = entry.text();
+    if (exists && text == found.bytes)
+        return Error { alreadyThere,
+            QStringLiteral("%1: it is registered already").arg(QFile::decodeName(path)) };
+    const auto result
+        = FileReplacement::replace(directory.get(), target.name, text, exists ? &found.state : nullptr);
+    if (result.failure)
+        return failed(path, result.failure.step, result.failure.error);
+    return std::nullopt;
+}
+
+std::optional<LoginItemService::Error> LoginItemService::moved(
+    int directory, const QByteArray& from, const QByteArray& to) const
+{
+    const QByteArray path = FilePlace::of(QFile::encodeName(entryPath())).directory + '/' + from;
+    if (::renameat(directory, from.constData(), directory, to.constData()) != 0)
+        return failed(path, "rename", errno);
+    if (const auto failure = FileReplacement::syncDirectory(directory))
+        return failed(path, failure.step, failure.error);
+    return std::nullopt;
+}
+
+std::optional<LoginItemService::Error> LoginItemService::unregister() const
+{
+    const QByteArray path = QFile::encodeName(entryPath());
+    const FilePlace::Place place = FilePlace::of(path);
+    const auto nothing = [this] {
+        return Error { nothingThere, QStringLiteral("%1: it is not registered").arg(entryPath()) };
+    };
+    const FileDescriptor directory = FilePlace::openedDirectory(place.directory);
+    if (!directory.isValid())
+        return errno == ENOENT || errno == ENOTDIR ? nothing()
+                                                   : failed(place.directory, "open the directory", errno);
+    FileReplacement::sweepLeftovers(directory.get());
+
+    struct stat state;
+    if (::fstatat(directory.get(), place.name.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
+        return errno == ENOENT ? nothing() : failed(path, "look at it", errno);
+    if (!S_ISREG(state.st_mode) && !S_ISLNK(state.st_mode))
+        return failed(path, "remove", S_ISDIR(state.st_mode) ? EISDIR : EINVAL);
+
+    const Found found = read(directory.get(), place.name, O_NOFOLLOW);
+    const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
+    if (found.error != 0 || entry.isDamaged() || !entry.holdsOnly(ownKeys))
+        return moved(directory.get(), place.name, place.name + switchedOffSuffix);
+    if (::unlinkat(directory.get(), place.name.constData(), 0) != 0)
+        return errno == ENOENT ? nothing() : failed(path, "remove", errno);
+    if (const auto failure = FileReplacement::syncDirectory(directory.get()))
+        return failed(path, failure.step, failure.error);
+    return std::nullopt;
+}
+
+} // namespace kestrum

@@ -13,28 +13,40 @@ public:
         notRegistered, ///< no entry
         enabled,
         requiresApproval, ///< the desktop's own settings switched the entry off
-        notFound,         ///< there is an entry, but its program is gone
+        notFound,         ///< there is an entry, but nothing that it could start
     };
 
-    /// Why a change failed. Codes: 3 the program may be changed by others or cannot be run, 6 there is nothing to remove,
-    /// 11 the autostart folder refuses us, 12 registered already; others are the system's own.
+    /// Why a change failed. A negative code is an `errno` with its sign turned.
+    static constexpr int notTrusted = 3;    ///< the program may be changed by others or cannot be run
+    static constexpr int nothingThere = 6;  ///< there is nothing to remove
+    static constexpr int refused = 11;      ///< the autostart folder refuses us
+    static constexpr int alreadyThere = 12; ///< it is registered as it should be
     struct Error {
         int code;
-        QString text;
+        QString text; ///< names the thing and the reason
     };
 
     /// `program` is the absolute path of what the entry starts; `name` is how desktops list it.
     LoginItemService(const QString& identifier, const QString& program, const QString& name);
 
     Status status() const;
-    /// Writes the entry, or switches the one that is there on again; foreign keys in it are kept. Nothing on success.
+    /// Writes the entry, or switches the one that is there on again. Whatever others wrote into it is kept. Nothing on
+    /// success. Root is refused.
     std::optional<Error> registerItem() const;
+    /// Takes the entry away; one that holds more than ours is kept under another name for `registerItem`.
     std::optional<Error> unregister() const;
 
-    /// Opens the desktop's own settings of what starts at login. False where none is known.
-    static bool openSystemSettingsLoginItems();
+    /// Opens the desktop's own settings of what starts at login, or the folder of the entries where it has none. False when
+    /// neither can be shown.
+    bool openSystemSettingsLoginItems() const;
+
+    /// The entry's file, whether or not it is there.
+    QString entryPath() const;
 
 private:
+    std::optional<Error> write(const QByteArray& path) const;
+    std::optional<Error> moved(int directory, const QByteArray& from, const QByteArray& to) const;
+
     QString m_identifier;
     QString m_program;
     QString m_name;

@@ -9,6 +9,7 @@
 #include "Platform/SettingsFile.h"
 
 #include "Platform/FileDescriptor.h"
+#include "Platform/FilePlace.h"
 #include "Platform/FileReplacement.h"
 #include "Platform/Log.h"
 #include "Platform/SettingsLock.h"
@@ -17,7 +18,6 @@
 #include <QFile>
 #include <ctime>
 #include <fcntl.h>
-#include <optional>
 #include <sys/stat.h>
 
 namespace kestrum {
@@ -44,75 +44,6 @@ bool isFresh(const struct stat& state)
     struct timespec now;
     ::clock_gettime(CLOCK_REALTIME, &now);
     return qAbs(nanoseconds(now) - nanoseconds(state.st_ctim)) < twoTicks;
-}
-
-struct Place {
-    QByteArray directory;
-    QByteArray name;
-};
-
-Place placeOf(const QByteArray& path)
-{
-    const qsizetype slash = path.lastIndexOf('/');
-    if (slash < 0)
-        return { QByteArrayLiteral("."), path };
-    return { slash == 0 ? QByteArrayLiteral("/") : path.left(slash), path.mid(slash + 1) };
-}
-
-/// `path` and where its symbolic links lead, one after the other. As many as the kernel follows.
-QByteArrayList linksFrom(const QByteArray& path)
-{
-    constexpr qsizetype mostLinks = 40;
-    QByteArrayList places { path };
-    char link[PATH_MAX];
-    while (places.size() <= mostLinks) {
-        const ssize_t length = ::readlink(places.constLast().constData(), link, sizeof link);
-        if (length <= 0)
-            break;
-        const QByteArray next(link, length);
-        places.append(next.startsWith('/') ? next : placeOf(places.constLast()).directory + '/' + next);
-    }
-    return places;
-}
-
-FileDescriptor openedDirectory(const QByteArray& path)
-{
-    return FileDescriptor(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-}
-
-/// Makes `path` and what is missing above it, for us alone, and brings each new entry to disk.
-bool makeDirectory(const QByteArray& path)
-{
-    if (::mkdir(path.constData(), 0700) != 0) {
-        if (errno == EEXIST)
-            return true; // what is no directory is told by whoever uses it
-        if (errno != ENOENT || placeOf(path).directory == path)
-            return false;
-        if (!makeDirectory(placeOf(path).directory)
-            || (::mkdir(path.constData(), 0700) != 0 && errno != EEXIST))
-            return false;
-    }
-    const FileDescriptor parent = openedDirectory(placeOf(path).directory);
-    return parent.isValid() && !FileReplacement::syncDirectory(parent.get());
-}
-
-/// Reads the file up to its end; nothing when that fails (`errno`) or is more than `most` bytes (EFBIG).
-std::optional<QByteArray> bytesOf(int file, qsizetype most)
-{
-    constexpr qsizetype step = 16 * 1024;
-    QByteArray bytes;
-    while (bytes.size() <= most) {
-        const qsizetype size = bytes.size();
-        bytes.resize(size + step);
-        const ssize_t count = ::read(file, bytes.data() + size, size_t(step));
-        bytes.resize(size + qMax<ssize_t>(count, 0));
-        if (count == 0)
-            return bytes;
-        if (count < 0 && errno != EINTR)
-            return std::nullopt;
-    }
-    errno = EFBIG;
-    return std::nullopt;
 }
 
 } // namespace
@@ -148,7 +79,7 @@ QString SettingsFile::targetPath() const
 QStringList SettingsFile::trail() const
 {
     QStringList paths;
-    const QByteArrayList places = linksFrom(QFile::encodeName(m_path));
+    const QByteArrayList places = FilePlace::linksFrom(QFile::encodeName(m_path));
     for (const QByteArray& place : places)
         paths.append(QFile::decodeName(place));
     return paths;
@@ -196,7 +127,7 @@ SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name
         if (m_owner == Owner::ourselves && reading.state.st_uid != ::geteuid())
             return refused(QStringLiteral("It belongs to another user"));
 
-        const auto bytes = bytesOf(file.get(), SettingsText::maximumBytes);
+        const auto bytes = FilePlace::bytesOf(file.get(), SettingsText::maximumBytes);
         if (!bytes)
             return refused(qt_error_string(errno));
         struct stat after;
@@ -235,14 +166,14 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     }
 
     const QByteArray path = QFile::encodeName(m_path);
-    if (!makeDirectory(placeOf(path).directory))
+    if (!FilePlace::makeDirectory(FilePlace::of(path).directory))
         return failed("make the directory", errno);
     const SettingsLock lock(path + ".lock");
     if (!lock.isHeld())
         return failed("lock", errno == EWOULDBLOCK ? ETIMEDOUT : errno);
 
-    const Place target = placeOf(linksFrom(path).constLast());
-    const FileDescriptor directory = openedDirectory(target.directory);
+    const FilePlace::Place target = FilePlace::of(FilePlace::linksFrom(path).constLast());
+    const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
     if (!directory.isValid())
         return failed("open the directory", errno);
 
@@ -293,7 +224,8 @@ void SettingsFile::sweepLeftovers() const
 {
     const QStringList paths { m_path, targetPath() };
     for (const QString& path : paths) {
-        const FileDescriptor directory = openedDirectory(placeOf(QFile::encodeName(path)).directory);
+        const FileDescriptor directory
+            = FilePlace::openedDirectory(FilePlace::of(QFile::encodeName(path)).directory);
         if (directory.isValid())
             FileReplacement::sweepLeftovers(directory.get());
     }

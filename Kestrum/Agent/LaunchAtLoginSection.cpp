@@ -1,10 +1,83 @@
 #include "Kestrum/Agent/LaunchAtLoginSection.h"
 
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/Form/Row.h"
+#include "Kestrum/Form/Switch.h"
+#include "KestrumShared/Text/AppLanguage.h"
+
+#include <QAccessible>
+#include <QEvent>
+
 namespace kestrum {
 
 LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
-    : QWidget(parent)
+    : Card(Ground::filled, parent)
+    , m_switch(new Switch)
 {
+    setHeading(AppLanguage::string("Startup"));
+    // While the state is not known the row is as high as it will be.
+    QSizePolicy policy = m_switch->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);
+    m_switch->setSizePolicy(policy);
+    m_switch->setObjectName(QStringLiteral("launchAtLogin"));
+    add(new Row(AppLanguage::string("Launch Kestrum at login"), m_switch));
+
+    auto* open = new PushButton(AppLanguage::string("Open Login Items…"));
+    m_approval = new Row(AppLanguage::string("Turned off under Allow in the Background."), open);
+    m_approval->setInk(Row::Ink::secondary);
+    add(m_approval);
+    m_status = new Row({});
+    add(m_status);
+
+    connect(m_switch, &Switch::clicked, this, [this](bool isOn) {
+        m_manager.setEnabled(isOn);
+        // Also when nothing was done, because there is a block by now.
+        showState();
+    });
+    connect(
+        open, &PushButton::clicked, this, [] { AgentLoginItem::service().openSystemSettingsLoginItems(); });
+    connect(&m_manager, &LoginItemManager::changed, this, &LaunchAtLoginSection::showState);
+    showState();
+}
+
+void LaunchAtLoginSection::showState()
+{
+    const auto block = LoginItemManager::block();
+    m_switch->setVisible(LoginItemManager::isKnown() || block);
+    m_switch->setEnabled(!block);
+    m_switch->follow(m_manager.isOn());
+    m_approval->setVisible(m_manager.needsApproval());
+    tell(block ? LoginItemManager::message(*block) : m_manager.lastError().value_or(QString()), !block);
+}
+
+void LaunchAtLoginSection::tell(const QString& text, bool isError)
+{
+    const bool isNews = text != m_status->text() && !text.isEmpty();
+    m_status->setText(text);
+    m_status->setInk(isError ? Row::Ink::error : Row::Ink::secondary);
+    m_status->setVisible(!text.isEmpty());
+    if (isNews && isError && isVisible()) {
+        QAccessibleEvent alert(m_status, QAccessible::Alert);
+        QAccessible::updateAccessibility(&alert);
+    }
+}
+
+void LaunchAtLoginSection::showEvent(QShowEvent* event)
+{
+    Card::showEvent(event);
+    if (std::exchange(m_wasShown, true))
+        return;
+    m_manager.refresh();
+}
+
+bool LaunchAtLoginSection::event(QEvent* event)
+{
+    // For instance because the user comes back from the desktop's settings.
+    if (event->type() == QEvent::WindowActivate) {
+        showState();
+        m_manager.refresh();
+    }
+    return Card::event(event);
 }
 
 } // namespace kestrum

@@ -1,19 +1,32 @@
 #pragma once
 
+#include "Kestrum/Agent/LoginItemManager.h"
 #include "Kestrum/Form/Card.h"
 
 namespace kestrum {
 
-class LoginItemManager;
+class Row;
+class Switch;
 
 /// The section "Startup": the switch for launch at login, why it cannot be used, and the way to the desktop's own settings.
-class LaunchAtLoginSection final : public QWidget {
+class LaunchAtLoginSection final : public Card {
     Q_OBJECT
 public:
     explicit LaunchAtLoginSection(QWidget* parent = nullptr);
 
+protected:
+    void showEvent(QShowEvent* event) override;
+    bool event(QEvent* event) override;
+
 private:
-    LoginItemManager* m_manager;
+    void showState();
+    void tell(const QString& text, bool isError);
+
+    LoginItemManager m_manager;
+    Switch* m_switch;
+    Row* m_approval;
+    Row* m_status;
+    bool m_wasShown = false;
 };
 
 } // namespace kestrum

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/LoginItemService.h"
+#include "KestrumShared/Machine/AgentLoginItem.h"
 
 #include <QObject>
 #include <QString>
@@ -9,16 +9,17 @@
 namespace kestrum {
 
 /// Reads and changes whether the agent is started at login, and turns what goes wrong into sentences for people. The disk
-/// is touched on other threads; everything here belongs to the main thread.
+/// is touched on another thread, one change after the other; everything here belongs to the main thread.
 class LoginItemManager final : public QObject {
     Q_OBJECT
 public:
-    /// Why the feature cannot be used.
-    enum class Block { suppressed, translocated, incomplete };
+    using Status = LoginItemService::Status;
+    using Block = AgentLoginItem::Block;
 
+    /// Starts from what any manager of this process knew last.
     explicit LoginItemManager(QObject* parent = nullptr);
 
-    LoginItemService::Status status() const { return m_status; }
+    Status status() const { return m_status; }
     /// What the last change failed with, in the interface language; nothing when it did not.
     const std::optional<QString>& lastError() const { return m_lastError; }
 
@@ -31,21 +32,24 @@ public:
     static std::optional<Block> block();
     static QString message(Block block);
 
-    /// Reads the real state; `changed` tells when it is there.
+    /// Reads the real state; `changed` tells when it is another.
     void refresh();
-    /// Switches the login item; the state is shown at once and corrected when the change has been made.
+    /// Switches the login item; the state is shown at once and corrected when the change has been made. Does nothing while
+    /// there is a block.
     void setEnabled(bool enabled);
 
     /// Removes, once for all, the login item that earlier versions made for the settings application itself.
     static void unregisterLegacyMainAppOnce();
 
 Q_SIGNALS:
+    /// Of the state or of the error; also when the state has become known.
     void changed();
 
 private:
-    void setStatus(LoginItemService::Status status);
+    void setStatus(Status status);
+    void finish(const std::optional<QString>& message);
 
-    LoginItemService::Status m_status;
+    Status m_status;
     std::optional<QString> m_lastError;
 };
 

@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QPainter>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace kestrum {
 
@@ -32,7 +33,10 @@ private:
         painter.drawRoundedRect(
             QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), Theme::cardRadius, Theme::cardRadius);
         painter.setRenderHint(QPainter::Antialiasing, false);
-        for (int i = 1; i < layout()->count(); ++i) {
+        bool isFirst = true;
+        for (int i = 0; i < layout()->count(); ++i) {
+            if (layout()->itemAt(i)->isEmpty() || std::exchange(isFirst, false))
+                continue;
             const int top = layout()->itemAt(i)->geometry().top();
             painter.fillRect(Theme::rowInset, top, width() - 2 * Theme::rowInset, 1,
                 Theme::colour(Theme::Colour::separator));

@@ -10,7 +10,7 @@ namespace kestrum {
 
 /// One section of a page: contents one below the other on a rounded card, with hairlines between them, under
 /// an optional heading and above an optional footnote. The page places it and limits its width.
-class Card final : public QWidget {
+class Card : public QWidget {
     Q_OBJECT
 public:
     enum class Ground {

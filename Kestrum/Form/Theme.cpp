@@ -165,6 +165,7 @@ QPalette Theme::palette(ColourScheme scheme)
     palette.setColor(QPalette::Base, of(Colour::card));
     palette.setColor(QPalette::ToolTipBase, of(Colour::card));
     palette.setColor(QPalette::PlaceholderText, of(Colour::secondaryText));
+    palette.setColor(QPalette::BrightText, of(Colour::error));
     palette.setColor(QPalette::Highlight, of(Colour::selection));
     palette.setColor(QPalette::HighlightedText, of(Colour::onSelection));
     palette.setColor(QPalette::Link, of(Colour::accent));

@@ -4,6 +4,7 @@
 #include "Kestrum/Agent/UpdateOfferRow.h"
 #include "Kestrum/Form/FormPage.h"
 #include "Kestrum/Form/Theme.h"
+#include "Kestrum/General/GeneralPage.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "Kestrum/Window/SaveNotice.h"
@@ -34,8 +35,9 @@ QWidget* makePage(SettingsPage page)
     case SettingsPage::menuBar:
         return new MenuBarPage;
     case SettingsPage::popovers:
-    case SettingsPage::general:
         return new FormPage;
+    case SettingsPage::general:
+        return new GeneralPage;
     }
     return new FormPage;
 }

@@ -12,6 +12,9 @@ namespace LoginItemPolicy {
 /// Whether an environment and launch arguments say that no login item is to be touched, as tests and special builds do.
 bool isSuppressed(const QMap<QString, QString>& environment, const QStringList& arguments);
 
+/// The same of this process.
+bool isSuppressedHere();
+
 /// Whether a bundle lies in a place that it will not be in after the next start.
 bool isTranslocated(const QString& path);
 

@@ -1,0 +1,138 @@
+#include "Kestrum/Form/Row.h"
+
+#include "Kestrum/Form/Theme.h"
+
+#include <QAbstractButton>
+#include <QEvent>
+#include <QStyle>
+#include <algorithm>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int leastHeight = 40;
+constexpr int leastRoom = 9; ///< above and below what the row holds, the hairline included
+constexpr int gap = 12;      ///< between text and control
+constexpr int gapAbove = 6;  ///< of a control below its text
+
+} // namespace
+
+struct Row::Places {
+    QRect label;
+    QRect control;
+    int height;
+};
+
+Row::Row(const QString& text, QWidget* control, QWidget* parent)
+    : QWidget(parent)
+    , m_label(new QLabel(text, this))
+    , m_control(control)
+{
+    m_label->setFont(Theme::font(Theme::TextStyle::body));
+    m_label->setTextFormat(Qt::PlainText);
+    m_label->setWordWrap(true);
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    if (!control)
+        return;
+    control->setParent(this);
+    m_label->setBuddy(control);
+    const auto* button = qobject_cast<QAbstractButton*>(control);
+    if (control->accessibleName().isEmpty() && (!button || button->text().isEmpty()))
+        control->setAccessibleName(text);
+}
+
+void Row::setText(const QString& text)
+{
+    m_label->setText(text);
+    updateGeometry();
+    layOut();
+}
+
+void Row::setInk(Ink ink)
+{
+    m_label->setForegroundRole(ink == Ink::text ? QPalette::WindowText
+            : ink == Ink::secondary             ? QPalette::PlaceholderText
+                                                : QPalette::BrightText);
+}
+
+Row::Places Row::places(int width) const
+{
+    const int room = width - 2 * Theme::rowInset;
+    const QSize control = m_control ? m_control->sizeHint() : QSize(0, 0);
+    const int beside = m_control ? room - control.width() - gap : room;
+    // The label without wrapping, or at least with room for its words and a third of the row.
+    const int wanted
+        = std::min(m_label->sizeHint().width(), std::max(room / 3, m_label->minimumSizeHint().width()));
+    const bool isBelow = m_control && beside < wanted;
+    const int labelWidth = std::max(0, isBelow ? room : beside);
+    const int labelHeight = m_label->heightForWidth(labelWidth);
+
+    Places places;
+    if (isBelow) {
+        places.height = 2 * leastRoom + labelHeight + gapAbove + control.height();
+        places.label = QRect(Theme::rowInset, leastRoom, labelWidth, labelHeight);
+        places.control = QRect(
+            QPoint(width - Theme::rowInset - control.width(), leastRoom + labelHeight + gapAbove), control);
+        return places;
+    }
+    places.height
+        = std::max({ leastHeight, labelHeight + 2 * leastRoom, control.height() + 2 * leastRoom - 4 });
+    // The first point is the hairline's.
+    const auto centred = [&places](int height) { return (places.height + 1 - height) / 2; };
+    places.label = QRect(Theme::rowInset, centred(labelHeight), labelWidth, labelHeight);
+    places.control
+        = QRect(QPoint(width - Theme::rowInset - control.width(), centred(control.height())), control);
+    return places;
+}
+
+QSize Row::sizeHint() const
+{
+    const int control = m_control ? gap + m_control->sizeHint().width() : 0;
+    const int width = 2 * Theme::rowInset + m_label->sizeHint().width() + control;
+    return { width, heightForWidth(width) };
+}
+
+QSize Row::minimumSizeHint() const
+{
+    const int control = m_control ? m_control->sizeHint().width() : 0;
+    return { 2 * Theme::rowInset + std::max(control, m_label->minimumSizeHint().width()), leastHeight };
+}
+
+int Row::heightForWidth(int width) const
+{
+    return places(width).height;
+}
+
+void Row::resizeEvent(QResizeEvent*)
+{
+    layOut();
+}
+
+void Row::layOut()
+{
+    const Places places = this->places(width());
+    m_label->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.label));
+    if (m_control)
+        m_control->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.control));
+}
+
+void Row::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange)
+        layOut();
+}
+
+bool Row::event(QEvent* event)
+{
+    if (event->type() == QEvent::LayoutRequest) {
+        updateGeometry();
+        layOut();
+    }
+    return QWidget::event(event);
+}
+
+} // namespace kestrum

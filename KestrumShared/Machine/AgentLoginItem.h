@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Platform/LoginItemService.h"
+
+#include <optional>
+
+namespace kestrum {
+
+/// The login item by which the desktop starts the agent of the main bundle.
+namespace AgentLoginItem {
+
+LoginItemService service();
+
+/// Why the login item cannot be used.
+enum class Block { suppressed, translocated, incomplete };
+
+/// Found out anew at each call, from the process's environment and arguments and from the disk.
+std::optional<Block> block();
+
+/// The sentence for people; to be translated.
+const char* message(Block block);
+
+/// Whether an error leaves what was asked for: nothing had to be removed, or the item was there already.
+bool isHarmless(const LoginItemService::Error& error);
+
+} // namespace AgentLoginItem
+} // namespace kestrum

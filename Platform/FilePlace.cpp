@@ -1,0 +1,71 @@
+#include "Platform/FilePlace.h"
+
+#include "Platform/FileReplacement.h"
+
+#include <climits>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+namespace kestrum {
+
+FilePlace::Place FilePlace::of(const QByteArray& path)
+{
+    const qsizetype slash = path.lastIndexOf('/');
+    if (slash < 0)
+        return { QByteArrayLiteral("."), path };
+    return { slash == 0 ? QByteArrayLiteral("/") : path.left(slash), path.mid(slash + 1) };
+}
+
+QByteArrayList FilePlace::linksFrom(const QByteArray& path)
+{
+    constexpr qsizetype mostLinks = 40;
+    QByteArrayList places { path };
+    char link[PATH_MAX];
+    while (places.size() <= mostLinks) {
+        const ssize_t length = ::readlink(places.constLast().constData(), link, sizeof link);
+        if (length <= 0)
+            break;
+        const QByteArray next(link, length);
+        places.append(next.startsWith('/') ? next : of(places.constLast()).directory + '/' + next);
+    }
+    return places;
+}
+
+FileDescriptor FilePlace::openedDirectory(const QByteArray& path)
+{
+    return FileDescriptor(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+}
+
+bool FilePlace::makeDirectory(const QByteArray& path)
+{
+    if (::mkdir(path.constData(), 0700) != 0) {
+        if (errno == EEXIST)
+            return true; // what is no directory is told by whoever uses it
+        if (errno != ENOENT || of(path).directory == path)
+            return false;
+        if (!makeDirectory(of(path).directory) || (::mkdir(path.constData(), 0700) != 0 && errno != EEXIST))
+            return false;
+    }
+    const FileDescriptor parent = openedDirectory(of(path).directory);
+    return parent.isValid() && !FileReplacement::syncDirectory(parent.get());
+}
+
+std::optional<QByteArray> FilePlace::bytesOf(int file, qsizetype most)
+{
+    constexpr qsizetype step = 16 * 1024;
+    QByteArray bytes;
+    while (bytes.size() <= most) {
+        const qsizetype size = bytes.size();
+        bytes.resize(size + step);
+        const ssize_t count = ::read(file, bytes.data() + size, size_t(step));
+        bytes.resize(size + qMax<ssize_t>(count, 0));
+        if (count == 0)
+            return bytes;
+        if (count < 0 && errno != EINTR)
+            return std::nullopt;
+    }
+    errno = EFBIG;
+    return std::nullopt;
+}
+
+} // namespace kestrum

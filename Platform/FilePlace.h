@@ -1,0 +1,35 @@
+#pragma once
+
+#include "Platform/FileDescriptor.h"
+
+#include <QByteArray>
+#include <QByteArrayList>
+#include <optional>
+
+namespace kestrum {
+
+/// Where a file of the user stands, and what is on the way to it. Paths are as the kernel takes them; what fails leaves its
+/// reason in `errno`.
+namespace FilePlace {
+
+struct Place {
+    QByteArray directory;
+    QByteArray name;
+};
+
+/// The directory and the name of `path`.
+Place of(const QByteArray& path);
+
+/// `path` and where its symbolic links lead, one after the other, as many as the kernel follows. The last one is the file.
+QByteArrayList linksFrom(const QByteArray& path);
+
+FileDescriptor openedDirectory(const QByteArray& path);
+
+/// Makes `path` and what is missing above it, for us alone, and brings each new entry to disk.
+bool makeDirectory(const QByteArray& path);
+
+/// Reads `file` up to its end; nothing when that fails or is more than `most` bytes (EFBIG).
+std::optional<QByteArray> bytesOf(int file, qsizetype most);
+
+} // namespace FilePlace
+} // namespace kestrum

@@ -260,7 +260,7 @@ private Q_SLOTS:
             QCOMPARE(button.right(), column.row->width() - 10 - 1);
             QCOMPARE(version.left(), title.left());
             QVERIFY(title.right() < button.left());
-            QVERIFY(title.left() >= 10 + 14);
+            QVERIFY(title.left() >= 10 + 15);
         }
     }
 
@@ -286,7 +286,7 @@ private Q_SLOTS:
                 }
             }
             QVERIFY(symbol.left() >= 10 && symbol.right() < 10 + 18);
-            QVERIFY(symbol.width() >= 12 && symbol.height() >= 12);
+            QVERIFY(symbol.width() >= 11 && symbol.height() >= 11);
             QVERIFY(std::abs(symbol.center().y() - (1 + 26)) <= 1);
             const QColor line = image.pixelColor(image.width() / 2, 0);
             QVERIFY(line != ground.color(QPalette::Window));

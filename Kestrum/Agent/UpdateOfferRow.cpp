@@ -20,9 +20,9 @@ namespace {
 
 constexpr int stripHeight = 52;
 constexpr int stripPadding = 10; // at the sides
-constexpr int itemGap = 8;
+constexpr int itemGap = 6;       // small: the sidebar is narrow, and the title is to be read whole
 constexpr int lineGap = 1;
-constexpr double symbolPoints = 14;
+constexpr double symbolPoints = 13; // as the body text
 
 class Divider final : public QWidget {
 public:

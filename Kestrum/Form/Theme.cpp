@@ -1,6 +1,7 @@
 #include "Kestrum/Form/Theme.h"
 
 #include "KestrumShared/Drawing/LabelColour.h"
+#include "KestrumShared/Drawing/StripGround.h"
 
 #include <QFontDatabase>
 #include <algorithm>
@@ -74,10 +75,7 @@ Shades shades(Theme::Colour colour)
     case Colour::buttonPressed:
         return { translucent(0, 0.11), translucent(255, 0.12) };
     case Colour::previewPlate:
-        return { QColor::fromRgbF(0.87F, 0.87F, 0.87F), QColor(0x3A3B3F) };
-    case Colour::itemBackdrop:
-        return { translucent(labelColour(ColourScheme::light), 0.14),
-            translucent(labelColour(ColourScheme::dark), 0.14) };
+        return { StripGround::plate(ColourScheme::light), StripGround::plate(ColourScheme::dark) };
     }
     return {};
 }

@@ -37,7 +37,6 @@ enum class Colour {
     buttonHovered, ///< laid over a button under the pointer
     buttonPressed, ///< laid over a button that is held down
     previewPlate,
-    itemBackdrop, ///< behind the item under the pointer
 };
 
 /// The colour in the scheme that the desktop has now, or in a given one.

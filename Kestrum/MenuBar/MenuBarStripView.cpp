@@ -2,6 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarStripAccessible.h"
+#include "KestrumShared/Drawing/StripGround.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
@@ -17,15 +18,8 @@ namespace kestrum {
 
 namespace {
 
-constexpr double backdropRadius = 6;
 /// What a focus ring reaches beyond a backdrop, and a pixel that it may share.
 constexpr QMargins ringMargins { 4, 4, 4, 4 };
-
-/// The nearest place to `x` at which a device pixel begins: what is drawn there looks as sharp as at 0.
-double onPixel(double x, const QTransform& device)
-{
-    return (std::round(x * device.m11() + device.dx()) - device.dx()) / device.m11();
-}
 
 } // namespace
 
@@ -260,26 +254,17 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     const ColourScheme scheme = SystemAppearance::shared().scheme();
     const QTransform device = painter.deviceTransform();
-    const auto snapped = [&device](QRectF rect) {
-        rect.setLeft(onPixel(rect.left(), device));
-        rect.setRight(onPixel(rect.right(), device));
-        return rect;
-    };
 
     const std::optional<MonitorSection> highlighted = m_drag ? dragged() : m_hovered;
-    if (const Item* item = highlighted ? this->item(*highlighted) : nullptr) {
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(Theme::colour(Theme::Colour::itemBackdrop, scheme));
-        painter.drawRoundedRect(snapped(backdropRect(*item)), backdropRadius, backdropRadius);
-        painter.setRenderHint(QPainter::Antialiasing, false);
-    }
+    if (const Item* item = highlighted ? this->item(*highlighted) : nullptr)
+        StripGround::drawBackdrop(painter, backdropRect(*item), scheme);
 
     const auto draw = [&](const Item& item) {
         const QRectF frame = widgetRect(item.view->frame());
         if (!event->region().intersects(frame.toAlignedRect().marginsAdded({ 1, 1, 1, 1 })))
             return;
-        item.view->draw(painter, QPointF(onPixel(frame.left(), device), frame.top()), scheme, device.m11());
+        item.view->draw(
+            painter, QPointF(StripGround::onPixel(frame.left(), device), frame.top()), scheme, device.m11());
     };
     for (const Item& item : items()) {
         if (item.section != dragged())
@@ -291,11 +276,13 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
 
     if (const auto marked = focused(); marked && hasFocus() && m_showsFocus) {
         constexpr double reach = Theme::focusRingGap + Theme::focusRingWidth / 2;
-        const QRectF ring = snapped(backdropRect(*item(*marked))).adjusted(-reach, -reach, reach, reach);
+        const QRectF ring = StripGround::onPixels(backdropRect(*item(*marked)), device)
+                                .adjusted(-reach, -reach, reach, reach);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(Theme::colour(Theme::Colour::focusRing, scheme), Theme::focusRingWidth));
-        painter.drawRoundedRect(ring, backdropRadius + reach, backdropRadius + reach);
+        painter.drawRoundedRect(
+            ring, StripGround::backdropRadius + reach, StripGround::backdropRadius + reach);
     }
 }
 

@@ -1,0 +1,42 @@
+#include "KestrumShared/Drawing/StripGround.h"
+
+#include "KestrumShared/Drawing/LabelColour.h"
+
+#include <cmath>
+
+namespace kestrum {
+
+QColor StripGround::plate(ColourScheme scheme)
+{
+    return scheme == ColourScheme::dark ? QColor(0x3A3B3F) : QColor::fromRgbF(0.87F, 0.87F, 0.87F);
+}
+
+QColor StripGround::backdrop(ColourScheme scheme)
+{
+    QColor colour = labelColour(scheme);
+    colour.setAlphaF(0.14F);
+    return colour;
+}
+
+double StripGround::onPixel(double x, const QTransform& device)
+{
+    return (std::round(x * device.m11() + device.dx()) - device.dx()) / device.m11();
+}
+
+QRectF StripGround::onPixels(QRectF rect, const QTransform& device)
+{
+    rect.setLeft(onPixel(rect.left(), device));
+    rect.setRight(onPixel(rect.right(), device));
+    return rect;
+}
+
+void StripGround::drawBackdrop(QPainter& painter, const QRectF& ground, ColourScheme scheme)
+{
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(backdrop(scheme));
+    painter.drawRoundedRect(onPixels(ground, painter.deviceTransform()), backdropRadius, backdropRadius);
+    painter.setRenderHint(QPainter::Antialiasing, false);
+}
+
+} // namespace kestrum

@@ -7,16 +7,34 @@
 
 namespace kestrum {
 
-StopRequest::StopRequest()
+namespace {
+
+sigset_t stoppingSignals()
 {
     sigset_t stopping;
     sigemptyset(&stopping);
     sigaddset(&stopping, SIGINT);
     sigaddset(&stopping, SIGTERM);
+    return stopping;
+}
+
+} // namespace
+
+void StopRequest::holdBack()
+{
+    const sigset_t stopping = stoppingSignals();
+    ::pthread_sigmask(SIG_BLOCK, &stopping, nullptr);
+}
+
+StopRequest::StopRequest()
+{
+    const sigset_t stopping = stoppingSignals();
     m_descriptor = ::signalfd(-1, &stopping, SFD_NONBLOCK | SFD_CLOEXEC);
     // Without a descriptor the signals keep their own effect, which stops the program too.
-    if (m_descriptor < 0)
+    if (m_descriptor < 0) {
+        ::pthread_sigmask(SIG_UNBLOCK, &stopping, nullptr);
         return;
+    }
     ::pthread_sigmask(SIG_BLOCK, &stopping, nullptr);
     const auto* notifier = new QSocketNotifier(m_descriptor, QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this] {

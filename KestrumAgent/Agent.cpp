@@ -1,1 +1,108 @@
 #include "KestrumAgent/Agent.h"
+
+#include "KestrumAgent/Panel/PanelChannel.h"
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumAgent/Readings/Sampler.h"
+#include "KestrumAgent/Updates/UpdateChecker.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Bundle.h"
+#include "Platform/Log.h"
+#include "Platform/SingleInstance.h"
+#include "Platform/Workspace.h"
+
+#include <QCoreApplication>
+#include <QDir>
+
+namespace kestrum {
+
+using SharedSettings::Signal;
+
+namespace {
+
+/// The settings application's bundle, which the agent's is inside of: "Contents/Library/LoginItems/KestrumAgent.app".
+QString outerBundle()
+{
+    return QDir::cleanPath(Bundle::main().path() + QStringLiteral("/../../../.."));
+}
+
+} // namespace
+
+Agent::Agent(QObject* parent)
+    : QObject(parent)
+    , m_sampler(new Sampler(this))
+    , m_updates(new UpdateChecker(this))
+{
+    connect(m_updates, &UpdateChecker::finished, this, [this](const QString& outcome) {
+        m_outcome = outcome;
+        Log::info("updates", Log::escaped(outcome));
+    });
+    connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
+    fillMenu();
+}
+
+// The channel goes before the strip that it shows.
+Agent::~Agent() = default;
+
+void Agent::start()
+{
+    UserDefaults& store = SharedSettings::store();
+    store.registerDefaults(SharedSettings::factoryDefaults());
+    MeterSettings::migrateAccents();
+
+    m_sampler->adoptSettings();
+    m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
+    connect(m_sampler, &Sampler::sampled, m_strip.get(), &PanelStrip::redraw);
+    connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
+    m_channel = PanelChannel::make(*m_strip, m_menu);
+
+    connect(&store, &UserDefaults::changed, this, &Agent::adoptSettings);
+    m_signals.listen(Signal::settings, [this] { adoptSettings(); });
+    m_signals.listen(Signal::quitAgent, [] { QCoreApplication::quit(); });
+    m_signals.listen(Signal::checkForUpdates, [this] { m_updates->check(); });
+    m_updates->start();
+}
+
+void Agent::adoptSettings()
+{
+    if (AppLanguage::processIsStale())
+        AppLanguage::applyChoiceToProcessDefaults();
+    m_sampler->adoptSettings();
+    m_strip->rebuild();
+}
+
+void Agent::openSettings()
+{
+    SharedSettings::post(Signal::openSettings);
+    if (SingleInstance::isHeld("Kestrum"))
+        return;
+    Workspace::shared().openApplication(outerBundle(), {}, [](const Workspace::Opened& opened) {
+        if (!opened.error.isEmpty())
+            Log::warning(
+                "agent", QStringLiteral("Kestrum cannot be opened: %1").arg(Log::escaped(opened.error)));
+    });
+}
+
+void Agent::fillMenu()
+{
+    m_menu.clear();
+    m_menu.addAction(AppLanguage::string("Settings…"), this, &Agent::openSettings);
+    if (Setting(Keys::updaterCanCheck).value()) {
+        m_menu.addAction(AppLanguage::string("Check for Updates…"), m_updates, &UpdateChecker::check);
+        if (!m_outcome.isEmpty())
+            m_menu.addAction(m_outcome)->setEnabled(false);
+    }
+    m_menu.addSeparator();
+    m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff);
+}
+
+/// Somebody who quits the agent wants it to stay away: the switch in the settings shows that it is off, and opening the
+/// settings does not bring it back.
+void Agent::switchOff()
+{
+    Setting(Keys::agentEnabled).set(false);
+    QCoreApplication::quit();
+}
+
+} // namespace kestrum

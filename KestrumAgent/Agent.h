@@ -1,21 +1,49 @@
 #pragma once
 
+#include "KestrumShared/Settings/SignalListener.h"
+
+#include <QMenu>
 #include <QObject>
+#include <memory>
 
 namespace kestrum {
 
+class PanelChannel;
+class PanelStrip;
+class Sampler;
+class UpdateChecker;
+
 /// The window-less agent: it puts the items at the panel, draws them with live readings, follows the shared settings, and
-/// answers the signals of the settings application.
+/// answers the signals of the settings application. Whoever started it, it runs until it is told to quit.
 class Agent final : public QObject {
     Q_OBJECT
 public:
     explicit Agent(QObject* parent = nullptr);
+    ~Agent() override;
 
     /// Registers the defaults, begins to listen and to show. Called once.
     void start();
 
     /// Brings the settings application forward, and starts it when it does not run.
     static void openSettings();
+
+    /// The items at the panel; null before `start`.
+    PanelStrip* strip() const { return m_strip.get(); }
+    /// What a right click on them opens. Its entries are made when it is about to be shown.
+    QMenu& menu() { return m_menu; }
+
+private:
+    void adoptSettings();
+    void fillMenu();
+    void switchOff();
+
+    SignalListener m_signals;
+    QMenu m_menu;
+    Sampler* m_sampler;
+    UpdateChecker* m_updates;
+    QString m_outcome; ///< of the last check for updates that somebody asked for
+    std::unique_ptr<PanelStrip> m_strip;
+    std::unique_ptr<PanelChannel> m_channel;
 };
 
 } // namespace kestrum

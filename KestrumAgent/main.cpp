@@ -1,7 +1,76 @@
+#include "KestrumAgent/Agent.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Log.h"
+#include "Platform/SingleInstance.h"
+#include "Platform/StopRequest.h"
+
 #include <QApplication>
+#include <QByteArrayView>
+#include <cstdio>
+#include <optional>
+
+namespace {
+
+constexpr char usage[] = "Usage: KestrumAgent [OPTION]\n"
+                         "Shows the items of the Kestrum system monitor at the panel.\n"
+                         "\n"
+                         "  --help     print this and exit\n"
+                         "  --version  print the version and exit\n";
+
+/// The exit code of a call that has been answered. Arguments with one dash are the toolkit's.
+std::optional<int> answer(int argc, char** argv)
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArrayView argument(argv[i]);
+        if (argument == "--help") {
+            std::fputs(usage, stdout);
+            return 0;
+        }
+        if (argument == "--version") {
+            std::puts("KestrumAgent " KESTRUM_VERSION);
+            return 0;
+        }
+        if (argument.startsWith("--")) {
+            std::fprintf(stderr, "KestrumAgent: what does %s mean?\n%s", argv[i], usage);
+            return 2;
+        }
+    }
+    return std::nullopt;
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
-    const QApplication application(argc, argv);
+    using namespace kestrum;
+    if (const auto answered = answer(argc, argv))
+        return *answered;
+
+    Log::install();
+    // Before the application object, whose threads would otherwise take the signals in their own way.
+    StopRequest::holdBack();
+    AppLanguage::recordLaunchedCode();
+    AppLanguage::applyChoiceToProcessDefaults();
+    // Lets a widget be a Wayland surface that we give its role ourselves.
+    qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
+
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("com.orvale.kestrum.agent"));
+    QApplication::setApplicationDisplayName(QStringLiteral("Kestrum"));
+    QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("com.orvale.kestrum"));
+    QApplication::setQuitOnLastWindowClosed(false);
+    // Qt's own style, which paints from the palette alone, as in the settings application.
+    QApplication::setStyle(QStringLiteral("fusion"));
+
+    const StopRequest stop;
+    QObject::connect(&stop, &StopRequest::requested, &application, &QCoreApplication::quit);
+    const SingleInstance instance("KestrumAgent");
+    if (!instance.isFirst()) {
+        Log::info("agent", QStringLiteral("another agent runs already"));
+        return 0;
+    }
+    Agent agent;
+    agent.start();
     return QApplication::exec();
 }

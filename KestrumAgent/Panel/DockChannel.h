@@ -1,0 +1,28 @@
+#pragma once
+
+#include "KestrumAgent/Panel/PanelChannel.h"
+
+#include <QMetaObject>
+#include <QObject>
+
+class QScreen;
+
+namespace kestrum {
+
+/// The strip as a dock window of its own, at the trailing end of the main screen's top edge, below what panels keep for
+/// themselves. It keeps no room for itself, never takes the keyboard, and stands on every virtual desktop.
+class DockChannel final : public QObject, public PanelChannel {
+    Q_OBJECT
+public:
+    DockChannel(PanelStrip& strip, QMenu& menu);
+
+private:
+    void follow(QScreen* screen);
+    void fit();
+
+    PanelStrip& m_strip;
+    QMenu& m_menu;
+    QMetaObject::Connection m_screenConnection;
+};
+
+} // namespace kestrum

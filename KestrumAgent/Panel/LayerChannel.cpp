@@ -1,0 +1,127 @@
+#include "KestrumAgent/Panel/LayerChannel.h"
+
+#include "KestrumAgent/Panel/PanelStrip.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QToolTip>
+#include <algorithm>
+#include <chrono>
+
+namespace kestrum {
+
+namespace {
+
+constexpr std::chrono::milliseconds delayAfterClosed { 250 };
+constexpr int tipDistance = 4;
+
+Qt::Edge trailingEdge()
+{
+    return QGuiApplication::layoutDirection() == Qt::RightToLeft ? Qt::LeftEdge : Qt::RightEdge;
+}
+
+/// Qt makes one up while the desktop has none; that one has no name.
+bool isScreenThere()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return screen && !screen->name().isEmpty();
+}
+
+} // namespace
+
+LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
+    : m_strip(strip)
+    , m_menu(menu)
+    , m_surface(strip)
+    , m_tipSurface(m_tip)
+    , m_sheetSurface(m_sheet)
+{
+    m_again.setSingleShot(true);
+    m_again.setInterval(delayAfterClosed);
+    connect(&m_again, &QTimer::timeout, this, &LayerChannel::fit);
+    connect(&m_surface, &LayerSurface::closed, &m_again, qOverload<>(&QTimer::start));
+    connect(qGuiApp, &QGuiApplication::screenAdded, &m_again, qOverload<>(&QTimer::start));
+
+    m_tip.setPalette(QToolTip::palette());
+    m_tip.setAutoFillBackground(true);
+    m_tip.setFrameShape(QFrame::Box);
+    m_tip.setMargin(2);
+    m_sheet.installEventFilter(this);
+
+    connect(&m_strip, &PanelStrip::rebuilt, this, &LayerChannel::fit);
+    connect(&m_strip, &PanelStrip::menuRequested, this, &LayerChannel::showMenu);
+    connect(&m_strip, &PanelStrip::tipRequested, this,
+        [this](QPoint, const QString& text, const QRect& item) { showTip(text, item); });
+    connect(&m_strip, &PanelStrip::pointerLeft, &m_tipSurface, &LayerSurface::hide);
+    fit();
+}
+
+LayerChannel::~LayerChannel() = default;
+
+void LayerChannel::fit()
+{
+    if (m_strip.isEmpty()) {
+        m_surface.hide();
+        m_tipSurface.hide();
+        m_sheetSurface.hide();
+        return;
+    }
+    if (isScreenThere())
+        m_surface.show(
+            { LayerSurface::Layer::panel, Qt::TopEdge | trailingEdge(), {}, false }, m_strip.sizeHint());
+}
+
+void LayerChannel::showTip(const QString& text, const QRect& item)
+{
+    m_tipSurface.hide();
+    if (text.isEmpty())
+        return;
+    m_tip.setText(text);
+    const int top = m_strip.height() + tipDistance;
+    // From the trailing edge, as far as the item is.
+    const QMargins margins(item.left(), top, m_strip.width() - item.right() - 1, 0);
+    m_tipSurface.show(
+        { LayerSurface::Layer::overlay, Qt::TopEdge | trailingEdge(), margins, false }, m_tip.sizeHint());
+}
+
+void LayerChannel::showMenu(QPoint at)
+{
+    m_tipSurface.hide();
+    m_sheetSurface.hide();
+    Q_EMIT m_menu.aboutToShow();
+    // The menu's entries, in a menu that is part of the sheet and no window.
+    m_onSheet = std::make_unique<QMenu>(&m_sheet);
+    m_onSheet->setWindowFlags(Qt::Widget);
+    m_onSheet->addActions(m_menu.actions());
+    m_menuPlace = at;
+    connect(m_onSheet.get(), &QMenu::aboutToHide, &m_sheetSurface, &LayerSurface::hide, Qt::QueuedConnection);
+    constexpr Qt::Edges allEdges = Qt::TopEdge | Qt::BottomEdge | Qt::LeftEdge | Qt::RightEdge;
+    m_sheetSurface.show({ LayerSurface::Layer::overlay, allEdges, {}, true }, QSize(0, 0));
+}
+
+/// The sheet has got its size: now it is known where on it the strip is.
+void LayerChannel::placeMenu()
+{
+    const QSize size = m_onSheet->sizeHint();
+    const int stripLeft = trailingEdge() == Qt::RightEdge ? m_sheet.width() - m_strip.width() : 0;
+    const QPoint farthest(m_sheet.width() - size.width(), m_sheet.height() - size.height());
+    const QPoint wanted = m_menuPlace + QPoint(stripLeft, 0);
+    m_onSheet->setGeometry(QRect(QPoint(std::max(0, std::min(wanted.x(), farthest.x())),
+                                     std::max(0, std::min(wanted.y(), farthest.y()))),
+        size));
+    m_onSheet->show();
+    m_onSheet->setFocus(Qt::PopupFocusReason);
+}
+
+bool LayerChannel::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == &m_sheet && m_onSheet) {
+        if (event->type() == QEvent::Resize && m_sheetSurface.isConfigured())
+            placeMenu();
+        else if (event->type() == QEvent::MouseButtonPress)
+            m_sheetSurface.hide();
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+} // namespace kestrum

@@ -1,0 +1,65 @@
+#include "KestrumAgent/Panel/TrayChannel.h"
+
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Drawing/LabelColour.h"
+#include "Platform/Log.h"
+#include "Platform/SymbolImage.h"
+#include "Platform/SystemAppearance.h"
+
+#include <QPainter>
+
+namespace kestrum {
+
+namespace {
+
+/// The symbol in the middle of a square.
+QPixmap picture(const QString& symbol, int size, const QColor& colour)
+{
+    const QSizeF natural = SymbolImage::size(symbol, size);
+    const double fit = size / std::max(natural.width(), natural.height());
+    const QImage image = SymbolImage::image(symbol, size * fit, colour, 1);
+    QPixmap square(size, size);
+    square.fill(Qt::transparent);
+    QPainter painter(&square);
+    painter.drawImage((size - image.width()) / 2, (size - image.height()) / 2, image);
+    return square;
+}
+
+} // namespace
+
+TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
+    : m_strip(strip)
+{
+    Log::info("agent",
+        QStringLiteral(
+            "this desktop lets no program stand at its panel: one status icon takes the items' place"));
+    m_icon.setContextMenu(&menu);
+    adoptAppearance();
+    connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &TrayChannel::adoptAppearance);
+    connect(&m_strip, &PanelStrip::rebuilt, this, &TrayChannel::fit);
+    connect(&m_strip, &PanelStrip::redrawn, this, &TrayChannel::fit);
+    connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger)
+            Q_EMIT m_strip.settingsRequested();
+    });
+    fit();
+}
+
+void TrayChannel::adoptAppearance()
+{
+    QIcon icon;
+    for (const int size : { 16, 22, 24, 32, 48, 64 })
+        icon.addPixmap(
+            picture(QStringLiteral("cpu"), size, labelColour(SystemAppearance::shared().scheme())));
+    m_icon.setIcon(icon);
+}
+
+void TrayChannel::fit()
+{
+    if (const QString text = m_strip.summary(); text != m_icon.toolTip())
+        m_icon.setToolTip(text);
+    if (m_icon.isVisible() == m_strip.isEmpty())
+        m_icon.setVisible(!m_strip.isEmpty());
+}
+
+} // namespace kestrum

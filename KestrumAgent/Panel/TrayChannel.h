@@ -1,0 +1,25 @@
+#pragma once
+
+#include "KestrumAgent/Panel/PanelChannel.h"
+
+#include <QObject>
+#include <QSystemTrayIcon>
+
+namespace kestrum {
+
+/// One icon among the desktop's status icons, with the readouts in its tool tip: for desktops that let no program stand
+/// at their panel in a form of its own. The strip is never shown.
+class TrayChannel final : public QObject, public PanelChannel {
+    Q_OBJECT
+public:
+    TrayChannel(PanelStrip& strip, QMenu& menu);
+
+private:
+    void fit();
+    void adoptAppearance();
+
+    PanelStrip& m_strip;
+    QSystemTrayIcon m_icon;
+};
+
+} // namespace kestrum

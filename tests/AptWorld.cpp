@@ -1,24 +1,12 @@
 #include "tests/AptWorld.h"
 
+#include "tests/Programs.h"
+
 #include <QCryptographicHash>
-#include <QProcess>
 
 namespace kestrum {
 
 namespace {
-
-/// What `program` prints; a failure fails the test.
-QByteArray output(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    const bool isDone = process.waitForFinished(20'000);
-    const bool isWell = isDone && process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0;
-    if (!isWell)
-        QTest::qFail(
-            (program.toUtf8() + ": " + process.readAllStandardError()).constData(), __FILE__, __LINE__);
-    return process.readAllStandardOutput();
-}
 
 QByteArray control(const QString& version, const QByteArray& status = {})
 {
@@ -57,15 +45,15 @@ QByteArray AptWorld::package(const QString& version) const
     m_tree.write(QStringLiteral("build/DEBIAN/control"), control(version));
     m_tree.write(QStringLiteral("build/usr/share/doc/kestrum/version"), version.toUtf8());
     const QString file = QStringLiteral("repository/kestrum_%1_all.deb").arg(version.section(u':', -1));
-    output(QStringLiteral("dpkg-deb"),
+    Programs::output(QStringLiteral("dpkg-deb"),
         { QStringLiteral("--build"), QStringLiteral("--root-owner-group"),
             m_tree.path(QStringLiteral("build")), m_tree.path(file) });
     QFile built(m_tree.path(file));
     if (!built.open(QIODevice::ReadOnly))
         return {};
     const QByteArray content = built.readAll();
-    return output(QStringLiteral("dpkg-deb"), { QStringLiteral("--field"), m_tree.path(file) })
-        + "Filename: ./" + QFileInfo(file).fileName().toUtf8()
+    return Programs::output(QStringLiteral("dpkg-deb"), { QStringLiteral("--field"), m_tree.path(file) })
+        + "\nFilename: ./" + QFileInfo(file).fileName().toUtf8()
         + "\nSize: " + QByteArray::number(content.size())
         + "\nSHA256: " + QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex() + "\n\n";
 }
@@ -104,7 +92,7 @@ void AptWorld::setSources(const QByteArray& sources)
 
 void AptWorld::update()
 {
-    output(QStringLiteral("apt-get"), { QStringLiteral("--quiet"), QStringLiteral("update") });
+    Programs::output(QStringLiteral("apt-get"), { QStringLiteral("--quiet"), QStringLiteral("update") });
 }
 
 QByteArrayList AptWorld::places()
@@ -112,7 +100,7 @@ QByteArrayList AptWorld::places()
     QByteArrayList places;
     for (const char* kind : { "Dir::Etc/d", "Dir::State/d", "Dir::State::lists/d", "Dir::State::status/f",
              "Dir::Cache/d", "Dir::Cache::archives/d", "Dir::Log/d" })
-        places += output(QStringLiteral("apt-config"),
+        places += Programs::output(QStringLiteral("apt-config"),
             { QStringLiteral("shell"), QStringLiteral("PLACE"), QString::fromLatin1(kind) })
                       .replace("PLACE='", "")
                       .trimmed();
@@ -121,7 +109,8 @@ QByteArrayList AptWorld::places()
 
 QByteArray AptWorld::policy()
 {
-    return output(QStringLiteral("apt-cache"), { QStringLiteral("policy"), QStringLiteral("kestrum") });
+    return Programs::output(
+        QStringLiteral("apt-cache"), { QStringLiteral("policy"), QStringLiteral("kestrum") });
 }
 
 } // namespace kestrum

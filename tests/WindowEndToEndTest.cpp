@@ -1,7 +1,9 @@
 // The built program on a display of its own, worked by real mouse and keyboard events and watched from outside, as a
 // person and the agent would.
 
+#include "tests/Programs.h"
 #include "tests/TestHome.h"
+#include "tests/VirtualDisplay.h"
 
 #include <QCursor>
 #include <QElapsedTimer>
@@ -17,9 +19,9 @@
 #include <QTest>
 #include <algorithm>
 #include <cmath>
-#include <csignal>
 #include <memory>
-#include <sys/prctl.h>
+
+using namespace kestrum;
 
 namespace {
 
@@ -29,48 +31,9 @@ QString bundled(const char* program)
         + QString::fromLatin1(program);
 }
 
-/// What `program` prints; empty when it fails or takes longer than 10 s.
-QByteArray output(const QString& program, const QStringList& arguments)
-{
-    QProcess process;
-    process.start(program, arguments);
-    const bool isDone = process.waitForFinished(10000);
-    if (!isDone || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
-        qWarning("%s: %s", qPrintable(program + u' ' + arguments.join(u' ')),
-            process.readAllStandardError().constData());
-        return {};
-    }
-    return process.readAllStandardOutput().trimmed();
-}
-
 QByteArray kestrumctl(const QStringList& arguments)
 {
-    return output(bundled("kestrumctl"), arguments);
-}
-
-QByteArray xdotool(const QStringList& arguments)
-{
-    return output(QStringLiteral("xdotool"), arguments);
-}
-
-/// A process that ends with its owner.
-std::unique_ptr<QProcess> started(const QString& program, const QStringList& arguments)
-{
-    auto process = std::make_unique<QProcess>();
-    // Also when this program is killed for taking too long.
-    process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-    process->start(program, arguments);
-    process->waitForStarted(5000);
-    return process;
-}
-
-void end(QProcess& process)
-{
-    process.terminate();
-    if (!process.waitForFinished(3000)) {
-        process.kill();
-        process.waitForFinished(3000);
-    }
+    return Programs::output(bundled("kestrumctl"), arguments);
 }
 
 } // namespace
@@ -105,17 +68,17 @@ class WindowEndToEndTest : public QObject {
 
     void moveTo(QPoint place) const
     {
-        xdotool({ QStringLiteral("mousemove"), QStringLiteral("--window"), QString::fromLatin1(m_window),
-            QString::number(place.x()), QString::number(place.y()) });
+        VirtualDisplay::xdotool({ QStringLiteral("mousemove"), QStringLiteral("--window"),
+            QString::fromLatin1(m_window), QString::number(place.x()), QString::number(place.y()) });
     }
 
     void drag(QPoint from, QPoint to)
     {
         moveTo(from);
-        xdotool({ QStringLiteral("mousedown"), QStringLiteral("1") });
+        VirtualDisplay::xdotool({ QStringLiteral("mousedown"), QStringLiteral("1") });
         moveTo({ (from.x() + to.x()) / 2, from.y() });
         moveTo(to);
-        xdotool({ QStringLiteral("mouseup"), QStringLiteral("1") });
+        VirtualDisplay::xdotool({ QStringLiteral("mouseup"), QStringLiteral("1") });
     }
 
     static QByteArray order()
@@ -131,7 +94,7 @@ class WindowEndToEndTest : public QObject {
     /// The settings of the program for itself.
     static QString processDomain()
     {
-        return kestrum::TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json");
+        return TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json");
     }
 
     /// The language that the toolkit's own texts are asked for.
@@ -167,7 +130,7 @@ class WindowEndToEndTest : public QObject {
 
     void startKestrum()
     {
-        m_kestrum = started(bundled("Kestrum"), {});
+        m_kestrum = Programs::started(bundled("Kestrum"), {});
         for (int i = 0; i < 100 && m_window.isEmpty(); ++i) {
             QTest::qWait(30);
             QProcess search;
@@ -179,9 +142,10 @@ class WindowEndToEndTest : public QObject {
             m_window = search.readAllStandardOutput().trimmed().split('\n').first();
         }
         QVERIFY(!m_window.isEmpty());
-        for (int i = 0; i < 100 && xdotool({ QStringLiteral("getactivewindow") }) != m_window; ++i)
+        for (int i = 0; i < 100 && VirtualDisplay::xdotool({ QStringLiteral("getactivewindow") }) != m_window;
+             ++i)
             QTest::qWait(30);
-        QCOMPARE(xdotool({ QStringLiteral("getactivewindow") }), m_window);
+        QCOMPARE(VirtualDisplay::xdotool({ QStringLiteral("getactivewindow") }), m_window);
         waitForRest();
     }
 
@@ -190,16 +154,16 @@ private Q_SLOTS:
     {
         // This is about the window alone.
         write(QStringLiteral("agentEnabled"), QStringLiteral("false"));
-        m_windowManager = started(QStringLiteral("openbox"), {});
+        m_windowManager = Programs::started(QStringLiteral("openbox"), {});
         QVERIFY(m_windowManager->state() == QProcess::Running);
         // A window that is there before the window manager would never be given the focus.
-        QTRY_VERIFY_WITH_TIMEOUT(output(QStringLiteral("xprop"),
+        QTRY_VERIFY_WITH_TIMEOUT(Programs::output(QStringLiteral("xprop"),
                                      { QStringLiteral("-root"), QStringLiteral("_NET_SUPPORTING_WM_CHECK") })
                                      .contains("window id"),
             20000);
     }
 
-    void cleanupTestCase() { end(*m_windowManager); }
+    void cleanupTestCase() { Programs::end(*m_windowManager); }
 
     void init()
     {
@@ -215,13 +179,13 @@ private Q_SLOTS:
     void cleanup()
     {
         if (m_kestrum)
-            end(*m_kestrum);
+            Programs::end(*m_kestrum);
         m_kestrum.reset();
     }
 
     void aDragIsStoredAndHeardOfOnce()
     {
-        const auto listener = started(bundled("kestrumctl"),
+        const auto listener = Programs::started(bundled("kestrumctl"),
             { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--timeout"),
                 QStringLiteral("20") });
         listener->setReadChannel(QProcess::StandardError);
@@ -232,7 +196,7 @@ private Q_SLOTS:
         QTRY_COMPARE(order(), QByteArray("\"cpu,storage,sensors,memory\""));
         QTest::qWait(500);
         const QList<QByteArray> lines = listener->readAllStandardOutput().trimmed().split('\n');
-        end(*listener);
+        Programs::end(*listener);
         QCOMPARE(lines.size(), 1);
         QVERIFY2(lines.first().contains("settings"), lines.first().constData());
     }
@@ -253,7 +217,7 @@ private Q_SLOTS:
         other.show();
         other.requestActivate();
         QVERIFY(QTest::qWaitForWindowActive(&other));
-        QVERIFY(xdotool({ QStringLiteral("getactivewindow") }) != m_window);
+        QVERIFY(VirtualDisplay::xdotool({ QStringLiteral("getactivewindow") }) != m_window);
         const QPoint storage = place(QStringLiteral("storage"));
         drag(storage, storage + QPoint(400, 0));
         QTRY_COMPARE(order(), QByteArray("\"sensors,memory,cpu,storage\""));
@@ -290,7 +254,7 @@ private Q_SLOTS:
 
     void theWindowOpensInTheMiddleOfTheScreen()
     {
-        const QList<QByteArray> geometry = xdotool(
+        const QList<QByteArray> geometry = VirtualDisplay::xdotool(
             { QStringLiteral("getwindowgeometry"), QStringLiteral("--shell"), QString::fromLatin1(m_window) })
                                                .split('\n');
         QVERIFY(geometry.contains("WIDTH=640"));
@@ -307,9 +271,9 @@ private Q_SLOTS:
         // A change is stale only for a process that recorded what it was started with.
         write(QStringLiteral("language"), QStringLiteral("\"de\""));
         QTRY_COMPARE(firstProcessLanguage(), QStringLiteral("de"));
-        end(*m_kestrum);
+        Programs::end(*m_kestrum);
         QVERIFY(QFile::remove(processDomain()));
-        const auto again = started(bundled("Kestrum"), { QStringLiteral("--first-frame") });
+        const auto again = Programs::started(bundled("Kestrum"), { QStringLiteral("--first-frame") });
         QVERIFY(again->waitForFinished(10000));
         QCOMPARE(again->exitCode(), 0);
         QCOMPARE(firstProcessLanguage(), QStringLiteral("de"));
@@ -317,10 +281,10 @@ private Q_SLOTS:
 
     void theKeyboardChoosesPagesAndEndsTheProgram()
     {
-        xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+3") });
+        VirtualDisplay::xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+3") });
         QTRY_COMPARE(kestrumctl({ QStringLiteral("read"), QStringLiteral("settingsPane") }),
             QByteArray("\"general\""));
-        xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+w") });
+        VirtualDisplay::xdotool({ QStringLiteral("key"), QStringLiteral("ctrl+w") });
         QVERIFY(m_kestrum->waitForFinished(5000));
         QCOMPARE(m_kestrum->exitStatus(), QProcess::NormalExit);
         QCOMPARE(m_kestrum->exitCode(), 0);
@@ -329,33 +293,13 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
-    const kestrum::TestHome home;
-    QProcess server;
-    server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
-    server.start(QStringLiteral("Xvfb"),
-        { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
-            QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
-            QStringLiteral("0"), QStringLiteral("1000x800x24") });
-    QByteArray display;
-    while (!display.endsWith('\n') && server.waitForReadyRead(10000))
-        display += server.readAllStandardOutput();
-    if (display.isEmpty()) {
-        qWarning("the virtual display does not start: %s", qPrintable(server.errorString()));
+    const TestHome home;
+    const VirtualDisplay display;
+    if (!display.isUp())
         return 1;
-    }
-    qputenv("DISPLAY", ":" + display.trimmed());
-    qputenv("QT_QPA_PLATFORM", "xcb");
-    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-    qunsetenv("QT_SCALE_FACTOR");
-    int result = 1;
-    {
-        QGuiApplication application(argc, argv);
-        WindowEndToEndTest test;
-        result = QTest::qExec(&test, argc, argv);
-    }
-    end(server);
-    return result;
+    QGuiApplication application(argc, argv);
+    WindowEndToEndTest test;
+    return QTest::qExec(&test, argc, argv);
 }
 
 #include "WindowEndToEndTest.moc"

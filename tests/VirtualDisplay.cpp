@@ -1,0 +1,42 @@
+#include "tests/VirtualDisplay.h"
+
+#include "tests/Programs.h"
+
+#include <csignal>
+#include <sys/prctl.h>
+
+namespace kestrum {
+
+VirtualDisplay::VirtualDisplay()
+{
+    m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    m_server.start(QStringLiteral("Xvfb"),
+        { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
+            QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
+            QStringLiteral("0"), QStringLiteral("1000x800x24") });
+    QByteArray display;
+    while (!display.endsWith('\n') && m_server.waitForReadyRead(10'000))
+        display += m_server.readAllStandardOutput();
+    m_isUp = !display.isEmpty();
+    if (!m_isUp) {
+        qWarning("the virtual display does not start: %s", qPrintable(m_server.errorString()));
+        return;
+    }
+    qputenv("DISPLAY", ":" + display.trimmed());
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    qunsetenv("QT_SCALE_FACTOR");
+}
+
+VirtualDisplay::~VirtualDisplay()
+{
+    Programs::end(m_server);
+}
+
+QByteArray VirtualDisplay::xdotool(const QStringList& arguments)
+{
+    return Programs::output(QStringLiteral("xdotool"), arguments);
+}
+
+} // namespace kestrum

@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// A "/sys" that stands for a machine.
+/// A "/sys" that stands for a machine, to which a test adds what else it needs of the machine.
 class FakeMachine {
 public:
     /// A machine with `cpus` processors, all switched on and all alike.
@@ -41,7 +41,10 @@ public:
             m_tree.write(cpuFile(cpu, "cpu_capacity"), capacity);
     }
 
-    KernelValues kernel() const { return KernelValues(m_tree.root()); }
+    void write(const QString& relative, const QByteArray& content) const { m_tree.write(relative, content); }
+
+    QString root() const { return m_tree.root(); }
+    KernelValues kernel() const { return KernelValues(root()); }
 
 private:
     static QString cpuFile(int cpu, const char* name)

@@ -189,6 +189,23 @@ private Q_SLOTS:
         QCOMPARE(kernel.activeProcessorCount(), int(::sysconf(_SC_NPROCESSORS_ONLN)));
     }
 
+    void eachLevelKnowsItsProcessors()
+    {
+        using Levels = QList<QList<int>>;
+        const FakeMachine kinds(8, "0-4,6-7\n");
+        QCOMPARE(kinds.kernel().levelProcessors(), Levels());
+        kinds.writeKind("cpu_core", "0-1,4-5\n");
+        kinds.writeKind("cpu_atom", "2-3,6-7\n");
+        QCOMPARE(kinds.kernel().levelProcessors(), Levels({ { 0, 1, 4 }, { 2, 3, 6, 7 } }));
+        kinds.writeKind("cpu_core", "junk\n");
+        QCOMPARE(kinds.kernel().levelProcessors(), Levels({ {}, { 2, 3, 6, 7 } }));
+
+        const FakeMachine capacities(4);
+        capacities.writeCapacities(0, 3, "400\n");
+        capacities.writeCapacities(3, 1, "1024\n");
+        QCOMPARE(capacities.kernel().levelProcessors(), Levels({ { 3 }, { 0, 1, 2 } }));
+    }
+
     void unknownNamesAreAbsent_data()
     {
         QTest::addColumn<QByteArray>("name");

@@ -25,6 +25,7 @@ constexpr quint64 shortestTime = 4;
 struct Spent {
     quint64 time = 0;
     quint64 busy = 0;
+    bool wentBack = false;
 };
 
 template <std::size_t size>
@@ -36,6 +37,7 @@ Spent spentBetween(const std::array<quint64, size>& before, const std::array<qui
     for (std::size_t i = 0; i < size; ++i) {
         const quint64 time = now[i] > before[i] ? std::min(now[i] - before[i], longest) : 0;
         spent.time += time;
+        spent.wentBack = spent.wentBack || now[i] < before[i];
         if (i != idleCounter && i != waitingCounter)
             spent.busy += time;
     }
@@ -78,10 +80,11 @@ void CPULoad::sample()
         core.load = spent.time > 0 ? share(spent) : before->load;
         sum.time += spent.time;
         sum.busy += spent.busy;
+        sum.wentBack = sum.wentBack || spent.wentBack;
         ++compared;
     }
     const bool counts = compared > 0 && sum.time >= shortestTime * compared;
-    if (sameCores && !counts)
+    if (sameCores && !counts && !sum.wentBack)
         return;
 
     std::swap(m_base, m_now);

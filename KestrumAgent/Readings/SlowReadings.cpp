@@ -29,19 +29,19 @@ SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage)
 {
 }
 
-void SlowReadings::collect()
+void SlowReadings::collect(Clock::time_point now)
 {
     if (m_devicesRun && m_devicesRun->isDone.load(std::memory_order_acquire)) {
         adopt(m_devicesRun->result);
         m_devicesRun.reset();
-    } else if (m_devicesRun && m_devicesRun->isLate()) {
+    } else if (m_devicesRun && m_devicesRun->isLate(now)) {
         m_sensors = {};
         m_systemWatts.reset();
     }
     if (m_storageRun && m_storageRun->isDone.load(std::memory_order_acquire)) {
         m_storage = m_storageRun->result.value_or(m_storage);
         m_storageRun.reset();
-    } else if (m_storageRun && m_storageRun->isLate()) {
+    } else if (m_storageRun && m_storageRun->isLate(now)) {
         Log::warnOnce("readings", QStringLiteral("the start-up volume does not answer"));
     }
 }

@@ -16,13 +16,14 @@ namespace kestrum {
 /// for is taken at the next, so that a worker's end wakes nobody.
 class SlowReadings {
 public:
+    using Clock = std::chrono::steady_clock;
     /// How long a device may stay without an answer until its last value counts as unknown.
     static constexpr std::chrono::seconds longestAnswer { 10 };
 
     explicit SlowReadings(const QString& root = {}, StorageUse::Ask askStorage = ::statvfs);
 
-    /// Takes over what a worker has finished since.
-    void collect();
+    /// Takes over what a worker has finished since. The time is given for tests.
+    void collect(Clock::time_point now = Clock::now());
 
     /// Sets a worker to read what is wanted, except for what another is still at.
     void begin(const WantedReadings& wanted);
@@ -36,9 +37,9 @@ private:
     /// What a worker and the main thread share: the result belongs to the worker until `isDone`.
     template <class Result> struct Run {
         Result result;
-        std::chrono::steady_clock::time_point begin = std::chrono::steady_clock::now();
+        Clock::time_point begin = Clock::now();
         std::atomic<bool> isDone = false;
-        bool isLate() const { return std::chrono::steady_clock::now() - begin > longestAnswer; }
+        bool isLate(Clock::time_point now) const { return now - begin > longestAnswer; }
     };
     struct Devices {
         WantedReadings wanted;

@@ -1,0 +1,32 @@
+// Reads sensors and says what it read, for tests that run it on machines of their own. Each line of its input names what to
+// read ("cpu gpu hottest fan"), and is answered by a line of the values in that order, "-" for what is absent. Its first
+// line is where the machine's files are.
+
+#include "KestrumAgent/Readings/Sensors.h"
+
+#include <cstdlib>
+#include <iostream>
+#include <sstream>
+#include <string>
+
+using namespace kestrum;
+
+int main()
+{
+    const char* folder = std::getenv("UMOCKDEV_DIR");
+    std::cout << (folder ? folder : "") << std::endl;
+    std::string line;
+    while (std::getline(std::cin, line)) {
+        const auto has = [&line](const char* word) { return line.find(word) != std::string::npos; };
+        const Sensors::Values values = Sensors::ofThisMachine().read(
+            { .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") });
+        for (const auto& value : { values.cpu, values.gpu, values.hottest, values.fan }) {
+            if (value)
+                std::cout << *value << ' ';
+            else
+                std::cout << "- ";
+        }
+        std::cout << std::endl;
+    }
+    return 0;
+}

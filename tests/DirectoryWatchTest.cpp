@@ -16,6 +16,8 @@ private Q_SLOTS:
     void writtenCreatedMovedAndRemovedEntriesAreTold();
     void writingIsToldWhenTheFileIsClosed();
     void timesAreToldToWhomTheyInterest();
+    void openingIsToldToWhomItInterests();
+    void listingTheDirectoryIsNoOpening();
     void nameIsToldOncePerBatch();
     void whatWasBeforeTheWatchIsNotTold();
     void allWatchesOfADirectoryHear();
@@ -85,6 +87,30 @@ void DirectoryWatchTest::timesAreToldToWhomTheyInterest()
     QTRY_COMPARE(touched.told, QByteArrayList { "file" });
     QTest::qWait(quietTime);
     QVERIFY(content.told.isEmpty());
+}
+
+void DirectoryWatchTest::openingIsToldToWhomItInterests()
+{
+    write("d/file");
+    Ear content(path("d"));
+    Ear opened(path("d"), DirectoryWatch::Interest::opened);
+    QFile file(path("d/file"));
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    QTRY_COMPARE(opened.told, QByteArrayList { "file" });
+    QTest::qWait(quietTime);
+    QVERIFY(content.told.isEmpty());
+    opened.told.clear();
+    write("d/other");
+    QTRY_VERIFY(opened.heard("other"));
+}
+
+void DirectoryWatchTest::listingTheDirectoryIsNoOpening()
+{
+    write("d/file");
+    Ear opened(path("d"), DirectoryWatch::Interest::opened);
+    QCOMPARE(QDir(path("d")).entryList(QDir::Files).size(), 1);
+    QTest::qWait(quietTime);
+    QCOMPARE(opened.told, QByteArrayList());
 }
 
 void DirectoryWatchTest::nameIsToldOncePerBatch()

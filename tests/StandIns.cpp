@@ -1,6 +1,7 @@
 #include "tests/StandIns.h"
 
 #include <QCoreApplication>
+#include <algorithm>
 #include <csignal>
 #include <ctime>
 #include <spawn.h>
@@ -64,6 +65,20 @@ void StandIns::kill(qint32 pid)
 {
     if (pid > 0)
         ::kill(pid, SIGKILL);
+}
+
+QByteArrayList StandIns::environmentOf(qint32 pid)
+{
+    QByteArray text;
+    (void)QTest::qWaitFor([&text, pid] {
+        QFile file(QStringLiteral("/proc/%1/environ").arg(pid));
+        text = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return !text.isEmpty();
+    });
+    QByteArrayList variables = text.split('\0');
+    variables.removeAll({});
+    std::sort(variables.begin(), variables.end());
+    return variables;
 }
 
 } // namespace kestrum

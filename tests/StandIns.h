@@ -3,6 +3,7 @@
 #include "tests/FileTree.h"
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QList>
 #include <QString>
 #include <sys/types.h>
@@ -45,6 +46,9 @@ public:
     void end(qint32 pid);
     /// Ends it without waiting: until `end`, it is a zombie.
     static void kill(qint32 pid);
+
+    /// The variables of a running program, sorted, once it has been given them.
+    static QByteArrayList environmentOf(qint32 pid);
 
 private:
     FileTree m_tree;

@@ -58,13 +58,12 @@ bool AppLinks::isAgentRunning()
     return !agentProcesses().isEmpty();
 }
 
-std::optional<Bundle> AppLinks::runningAgentBundle()
+std::optional<Bundle> AppLinks::runningAgentBundle(const QList<ProcessScan::Entry>& agents)
 {
-    const QList<ProcessScan::Entry> agents = agentProcesses();
     // The first of the smallest, so the scan's order decides among equals.
     const auto first = std::min_element(agents.begin(), agents.end(),
         [](const auto& one, const auto& other) { return startOrNever(one) < startOrNever(other); });
-    if (first == agents.end())
+    if (first == agents.end() || !first->path.endsWith(agentExecutable))
         return std::nullopt;
     const Bundle bundle(first->path.chopped(agentExecutable.size()));
     return bundle.exists() ? std::optional(bundle) : std::nullopt;

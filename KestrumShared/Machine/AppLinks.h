@@ -24,8 +24,9 @@ QString embeddedAgentURL();
 QList<ProcessScan::Entry> agentProcesses();
 bool isAgentRunning();
 
-/// The bundle of the agent that started first; nothing when none runs or its bundle cannot be opened.
-std::optional<Bundle> runningAgentBundle();
+/// The bundle of that of the `agents` that started first, one whose start is not known being the last; nothing when there
+/// are none or its bundle cannot be opened.
+std::optional<Bundle> runningAgentBundle(const QList<ProcessScan::Entry>& agents = agentProcesses());
 
 /// Those variables of our environment that the agent is to have too.
 QMap<QString, QString> testEnvironment();

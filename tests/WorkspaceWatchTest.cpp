@@ -1,0 +1,230 @@
+#include "Platform/Workspace.h"
+#include "tests/OwnProcesses.h"
+#include "tests/Peer.h"
+#include "tests/WorkspaceStage.h"
+
+#include <QAbstractEventDispatcher>
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QSignalSpy>
+#include <QTimer>
+#include <csignal>
+
+using namespace kestrum;
+
+namespace {
+
+constexpr int quietTime = 600; // ms; longer than the last look after an event
+
+} // namespace
+
+/// How the workspace tells of starts and ends.
+class WorkspaceWatchTest : public QObject, WorkspaceStage {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { prepareStage(); }
+    void init() { setStage(); }
+    void cleanup() { clearStage(); }
+
+    void startIsTold();
+    void endOfARunningProgramIsTold();
+    void endOfALaterProgramIsTold();
+    void endOfOtherProcessesIsTold();
+    void endThatHasBeenIsTold();
+    void stopWithoutAnEndIsNotTold();
+    void otherProgramsAndReadersTellNothing();
+    void replacedProgramIsFollowed();
+    void bundleThatComesLaterIsFollowed();
+    void observingIsIdle();
+    void observingTwiceTellsOnce();
+    void withoutProcessDescriptorsTheEndIsLookedFor();
+};
+
+void WorkspaceWatchTest::startIsTold()
+{
+    const QString program = install();
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    QElapsedTimer timer;
+    timer.start();
+    const qint32 pid = m_standIns->start(program).pid;
+    QVERIFY(changes.wait(1000));
+    QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 1);
+    m_standIns->end(pid);
+    QVERIFY(changes.wait(1000));
+}
+
+void WorkspaceWatchTest::endOfARunningProgramIsTold()
+{
+    const qint32 pid = m_standIns->start(install()).pid;
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 0);
+    QElapsedTimer timer;
+    timer.start();
+    StandIns::kill(pid);
+    QVERIFY(changes.wait(1000));
+    QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 1);
+    m_standIns->end(pid);
+}
+
+void WorkspaceWatchTest::endOfALaterProgramIsTold()
+{
+    install();
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    const auto opened = open();
+    QTRY_COMPARE(changes.size(), 1);
+    StandIns::kill(*opened.pid);
+    QTRY_COMPARE(changes.size(), 2);
+    // When it is told, nothing of the process is left.
+    QVERIFY(!exists(*opened.pid));
+}
+
+void WorkspaceWatchTest::endOfOtherProcessesIsTold()
+{
+    const qint32 one = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
+    const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
+    Workspace::shared().observe(bundle(), { one });
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    m_standIns->end(other);
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 0);
+    m_standIns->end(one);
+    QTRY_COMPARE(changes.size(), 1);
+}
+
+void WorkspaceWatchTest::endThatHasBeenIsTold()
+{
+    const qint32 pid = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
+    m_standIns->end(pid);
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    Workspace::shared().observe(bundle(), { pid });
+    QCOMPARE(changes.size(), 0); // not before the event loop is back
+    QTRY_COMPARE(changes.size(), 1);
+}
+
+void WorkspaceWatchTest::stopWithoutAnEndIsNotTold()
+{
+    const qint32 pid = m_standIns->start(install()).pid;
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    ::kill(pid, SIGSTOP);
+    ::kill(pid, SIGCONT);
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 0);
+    m_standIns->end(pid);
+}
+
+void WorkspaceWatchTest::otherProgramsAndReadersTellNothing()
+{
+    const QString program = install();
+    const QString neighbour = m_standIns->install(QStringLiteral("Stand In.app/Contents/MacOS/neighbour"));
+    Workspace::shared().observe(bundle());
+    QTest::qWait(quietTime);
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    m_standIns->start(neighbour);
+    QVERIFY(!content(program).isEmpty());
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 0);
+}
+
+void WorkspaceWatchTest::replacedProgramIsFollowed()
+{
+    install();
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    int told = 0;
+    for (int round = 0; round < 3; ++round) {
+        // In another file and then in its place, as packages are installed.
+        const QString program = m_standIns->install(QStringLiteral("new"));
+        const QString place = bundle() + QStringLiteral("/Contents/MacOS/Stand In");
+        QCOMPARE(::rename(QFile::encodeName(program).constData(), QFile::encodeName(place).constData()), 0);
+        const qint32 pid = m_standIns->start(place).pid;
+        ++told;
+        QTRY_COMPARE(changes.size(), told);
+        m_standIns->end(pid);
+        ++told;
+        QTRY_COMPARE(changes.size(), told);
+    }
+}
+
+void WorkspaceWatchTest::bundleThatComesLaterIsFollowed()
+{
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    int told = 0;
+    for (int round = 0; round < 2; ++round) {
+        const qint32 pid = m_standIns->start(install()).pid;
+        ++told;
+        QTRY_COMPARE(changes.size(), told);
+        m_standIns->end(pid);
+        ++told;
+        QTRY_COMPARE(changes.size(), told);
+        QVERIFY(QDir(bundle()).removeRecursively());
+    }
+}
+
+void WorkspaceWatchTest::observingIsIdle()
+{
+    m_standIns->start(install());
+    Workspace::shared().observe(bundle());
+    QTest::qWait(quietTime);
+    int turns = 0;
+    QObject owner;
+    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &owner,
+        [&turns] { ++turns; });
+    QEventLoop loop;
+    QTimer::singleShot(2500, &loop, &QEventLoop::quit);
+    loop.exec();
+    QVERIFY2(turns <= 3, qPrintable(QString::number(turns)));
+}
+
+void WorkspaceWatchTest::observingTwiceTellsOnce()
+{
+    const QString program = install();
+    Workspace::shared().observe(bundle());
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    const qint32 pid = m_standIns->start(program).pid;
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 1);
+    m_standIns->end(pid);
+    QTest::qWait(quietTime);
+    QCOMPARE(changes.size(), 2);
+}
+
+void WorkspaceWatchTest::withoutProcessDescriptorsTheEndIsLookedFor()
+{
+    install();
+    const qint32 foreign = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
+    const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
+    Peer peer({ QStringLiteral("workspace"), bundle(), QString::number(foreign), QString::number(other) });
+    const QByteArray first = peer.line();
+    if (first.startsWith("unsupported"))
+        QSKIP("this kernel does not let a process give up calls of its own");
+    QVERIFY(first.startsWith("opened "));
+    const qint32 opened = first.mid(7).toInt();
+    QVERIFY(exists(opened));
+    QCOMPARE(peer.line(), QByteArray("changed")); // the start, which needs no such descriptor
+    m_standIns->end(foreign);
+    QCOMPARE(peer.line(5000), QByteArray("changed"));
+    StandIns::kill(opened);
+    QCOMPARE(peer.line(5000), QByteArray("changed"));
+    QVERIFY(!exists(opened));
+    QVERIFY(!peer.hasLine(2500));
+    m_standIns->end(other);
+    QCOMPARE(peer.line(5000), QByteArray("changed"));
+    QCOMPARE(peer.finish(), 0);
+    QCOMPARE(peer.errors().count("looked at every 2 s"), 1);
+}
+
+KESTRUM_TEST_MAIN_APART(QCoreApplication, WorkspaceWatchTest)
+#include "WorkspaceWatchTest.moc"

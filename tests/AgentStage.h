@@ -1,101 +1,101 @@
 #pragma once
 
-#include "KestrumShared/Machine/AppLinks.h"
-#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Machine/ProcessScan.h"
+#include "Platform/Bundle.h"
+#include "tests/FileTree.h"
 #include "tests/FreshSettings.h"
-#include "tests/StandIns.h"
 
-#include <QElapsedTimer>
+#include <QCoreApplication>
+#include <QFileInfo>
+#include <QProcess>
 #include <QTest>
-#include <memory>
-#include <utility>
+#include <csignal>
 
 namespace kestrum {
 
-/// A main bundle of a test with a stand-in for the agent in it, and the log's lines about the agent.
+/// A bundle of the application in a temporary folder, which is the main bundle, with a program in it that can stand for the
+/// agent (tests/StandInAgentProgram.cpp). Agents that still run at the end are killed, by their ids: for tests among
+/// processes of their own only.
 class AgentStage {
-protected:
-    struct Line {
-        QtMsgType type;
-        QString text;
-        qint64 at; ///< ms since the test began
-    };
-
-    static inline const QString agentPlace
-        = StandIns::agentIn(QStringLiteral("Kestrum.app/Contents/Library/LoginItems"));
-
-    static void prepareStage()
+public:
+    AgentStage()
     {
-        if (AppLinks::isAgentRunning())
-            QSKIP("an agent of somebody else runs, and this kernel lets us have no process table of our own");
-        registerFactoryDefaults();
-        log().other = qInstallMessageHandler(noteMessage);
-    }
-    static void leaveStage() { qInstallMessageHandler(log().other); }
-
-    void setStage()
-    {
+        qunsetenv("KESTRUM_TEST_AGENT");
+        qputenv("KESTRUM_TEST_REPORT", QFile::encodeName(reportPath()));
         forgetSettings();
-        m_standIns = std::make_unique<StandIns>();
-        m_standIns->install(agentPlace);
-        Bundle::setMain(Bundle(m_standIns->path(QStringLiteral("Kestrum.app"))));
-        log().lines.clear();
-        log().sinceBegin.start();
+        m_tree.write(
+            QStringLiteral("Kestrum.app/Contents/Info.plist"), "<plist version=\"1.0\"><dict/></plist>");
+        Bundle::setMain(Bundle(m_tree.path(QStringLiteral("Kestrum.app"))));
     }
+    ~AgentStage() { endAgents(); }
+    Q_DISABLE_COPY_MOVE(AgentStage)
 
-    void clearStage()
+    static QString agentProgram(const QString& application)
     {
-        // Chains that still run end at their next check.
-        Setting(Keys::agentEnabled).set(false);
-        for (const qint32 pid : runningPids())
-            StandIns::kill(pid);
-        QTRY_VERIFY(!AppLinks::isAgentRunning());
-        m_standIns.reset();
-        QTest::qWait(600);
-        QVERIFY(!AppLinks::isAgentRunning());
-        Bundle::setMain(m_mainBefore);
+        return application
+            + QStringLiteral("/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent");
     }
 
-    static QList<qint32> runningPids()
+    /// Puts the program into the application's bundle, or into that of another copy. Gives its path.
+    QString installAgent(const QString& application = QStringLiteral("Kestrum.app")) const
+    {
+        const QString program = m_tree.path(agentProgram(application));
+        QDir().mkpath(QFileInfo(program).path());
+        QFile::copy(QCoreApplication::applicationDirPath() + QStringLiteral("/StandInAgent"), program);
+        return program;
+    }
+
+    void writeResource(const QString& name, const QByteArray& content) const
+    {
+        m_tree.write(QStringLiteral("Kestrum.app/Contents/Resources/") + name, content);
+    }
+
+    /// What a person who starts the program in a shell does.
+    static qint64 startByHand(const QString& program)
+    {
+        qint64 pid = 0;
+        QProcess::startDetached(program, {}, QString(), &pid);
+        return pid;
+    }
+
+    static QList<qint32> agents()
     {
         QList<qint32> pids;
-        for (const auto& agent : AppLinks::agentProcesses())
+        for (const ProcessScan::Entry& agent : ProcessScan::agents())
             pids.append(agent.pid);
         return pids;
     }
 
-    /// What was logged under "links" since the test began.
-    static const QList<Line>& lines() { return log().lines; }
-    static QStringList texts()
+    /// The agents that were ever started and began to listen, in that order.
+    QList<qint32> everStarted() const
     {
-        QStringList result;
-        for (const Line& line : lines())
-            result.append(line.text);
-        return result;
+        QFile file(reportPath());
+        QList<qint32> pids;
+        if (file.open(QIODevice::ReadOnly)) {
+            while (!file.atEnd())
+                pids.append(file.readLine().trimmed().toInt());
+        }
+        return pids;
     }
 
-    std::unique_ptr<StandIns> m_standIns;
+    /// Until one agent runs and hears signals.
+    void waitForAgent(qsizetype started = 1) const
+    {
+        QTRY_COMPARE(everStarted().size(), started);
+        QCOMPARE(agents().size(), 1);
+    }
+
+    static void endAgents()
+    {
+        for (const qint32 pid : agents())
+            ::kill(pid, SIGKILL);
+        QTRY_VERIFY(agents().isEmpty());
+    }
 
 private:
-    struct Log {
-        QList<Line> lines;
-        QElapsedTimer sinceBegin;
-        QtMessageHandler other = nullptr;
-    };
-    static Log& log()
-    {
-        static Log log;
-        return log;
-    }
-    static void noteMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
-    {
-        if (qstrcmp(context.category, "com.orvale.kestrum.links") == 0)
-            log().lines.append({ type, message, log().sinceBegin.elapsed() });
-        else
-            log().other(type, context, message);
-    }
+    QString reportPath() const { return m_tree.path(QStringLiteral("started")); }
 
-    Bundle m_mainBefore = Bundle::main();
+    FileTree m_tree;
 };
 
 } // namespace kestrum

@@ -6,6 +6,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Bundle.h"
 
+#include <QFile>
 #include <QHBoxLayout>
 #include <QPainter>
 #include <QStyle>
@@ -25,11 +26,13 @@ constexpr int pictureRise = 2; ///< above the middle
 
 AgentRow::AgentRow(AgentController& controller, QWidget* parent)
     : QWidget(parent)
-    , m_picture(Bundle::main().resourcePath() + QStringLiteral("/SidebarSignal.svg"))
     , m_state(new ShrinkingLabel(Theme::TextStyle::caption, Theme::Colour::sidebarSecondaryText))
     , m_switch(new Switch(Switch::Size::small))
 {
     setFixedHeight(rowHeight);
+    const QString picture = Bundle::main().resourcePath() + QStringLiteral("/SidebarSignal.svg");
+    if (QFile::exists(picture))
+        m_picture.load(picture);
     m_picture.setAspectRatioMode(Qt::KeepAspectRatio);
     m_switch->setAccessibleName(AppLanguage::string("Kestrum menu bar"));
 
@@ -76,7 +79,8 @@ QRectF AgentRow::pictureRect() const
 void AgentRow::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    m_picture.render(&painter, pictureRect());
+    if (m_picture.isValid())
+        m_picture.render(&painter, pictureRect());
 }
 
 } // namespace kestrum

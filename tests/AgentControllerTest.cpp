@@ -1,0 +1,240 @@
+#include "Kestrum/Agent/AgentController.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Workspace.h"
+#include "tests/AgentStage.h"
+#include "tests/OwnProcesses.h"
+#include "tests/TestHome.h"
+
+#include <QElapsedTimer>
+#include <QGuiApplication>
+#include <QRasterWindow>
+#include <QSignalSpy>
+#include <memory>
+#include <qpa/qwindowsysteminterface.h>
+
+using namespace kestrum;
+
+class AgentControllerTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<AgentStage> m_stage;
+
+    static void setFocus(QWindow* window)
+    {
+        QWindowSystemInterface::handleWindowActivated<QWindowSystemInterface::SynchronousDelivery>(window);
+    }
+
+    /// What one change of the running programs tells.
+    static void tellOfAChange() { Q_EMIT Workspace::shared().runningApplicationsChanged(); }
+
+private Q_SLOTS:
+    void initTestCase() { registerFactoryDefaults(); }
+
+    void init()
+    {
+        m_stage = std::make_unique<AgentStage>();
+        m_stage->installAgent();
+    }
+
+    void cleanup()
+    {
+        m_stage.reset();
+        QTest::qWait(20); // what the end of the agents brings about
+    }
+
+    void itKnowsFromTheBeginningWhetherAnAgentRuns()
+    {
+        QVERIFY(!AgentController().isRunning());
+        AgentStage::startByHand(m_stage->installAgent());
+        m_stage->waitForAgent();
+        QVERIFY(AgentController().isRunning());
+    }
+
+    void aChangeIsLookedAtAtOnceAndOneSecondLater()
+    {
+        AgentController controller;
+        QList<qint64> looks;
+        QElapsedTimer clock;
+        connect(
+            &controller, &AgentController::isRunningChanged, this, [&] { looks.append(clock.elapsed()); });
+        clock.start();
+        tellOfAChange();
+        QCOMPARE(looks.size(), 1);
+        QTest::qWait(1300);
+        QCOMPARE(looks.size(), 2);
+        QVERIFY2(looks[1] >= 999 && looks[1] < 1100, QByteArray::number(looks[1]).constData());
+    }
+
+    void everyChangeIsLookedAtTwice()
+    {
+        AgentController controller;
+        QSignalSpy looks(&controller, &AgentController::isRunningChanged);
+        tellOfAChange();
+        QTest::qWait(300);
+        tellOfAChange();
+        QCOMPARE(looks.count(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(looks.count(), 4, 2000);
+        QTest::qWait(300);
+        QCOMPARE(looks.count(), 4);
+    }
+
+    void withoutAnOccasionItNeverLooks()
+    {
+        AgentController controller;
+        QSignalSpy looks(&controller, &AgentController::isRunningChanged);
+        QTest::qWait(1500);
+        QCOMPARE(looks.count(), 0);
+    }
+
+    void whoGoesIsNotToldALastTime()
+    {
+        auto controller = std::make_unique<AgentController>();
+        tellOfAChange();
+        controller.reset();
+        QTest::qWait(1100);
+    }
+
+    void itLooksWhenTheApplicationBecomesActive()
+    {
+        QRasterWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        AgentController controller;
+        setFocus(nullptr);
+        QSignalSpy looks(&controller, &AgentController::isRunningChanged);
+        setFocus(&window);
+        QTRY_COMPARE(looks.count(), 1);
+        // Not when it is left.
+        setFocus(nullptr);
+        QTest::qWait(50);
+        QCOMPARE(looks.count(), 1);
+    }
+
+    void everyLookIsToldAlsoWhenNothingChanged()
+    {
+        AgentController controller;
+        QSignalSpy looks(&controller, &AgentController::isRunningChanged);
+        controller.refresh();
+        controller.refresh();
+        QCOMPARE(looks.count(), 2);
+        QCOMPARE(looks.last().first().toBool(), false);
+    }
+
+    void switchingOnIsStoredShownAtOnceAndStartsTheAgent()
+    {
+        Setting { Keys::agentEnabled }.set(false);
+        AgentController controller;
+        QSignalSpy told(&controller, &AgentController::isRunningChanged);
+        controller.setEnabled(true);
+        QVERIFY(Setting { Keys::agentEnabled }.value());
+        QVERIFY(controller.isRunning());
+        QCOMPARE(told.count(), 1);
+        QCOMPARE(told.first().first().toBool(), true);
+        m_stage->waitForAgent();
+        QTest::qWait(1200);
+        QVERIFY(controller.isRunning());
+        QCOMPARE(AgentStage::agents().size(), 1);
+    }
+
+    void switchingOffIsStoredShownAtOnceAndAsksTheAgentToQuit()
+    {
+        AgentController controller;
+        controller.setEnabled(true);
+        m_stage->waitForAgent();
+        QTest::qWait(20);
+        QSignalSpy told(&controller, &AgentController::isRunningChanged);
+        controller.setEnabled(false);
+        QVERIFY(!Setting { Keys::agentEnabled }.value());
+        QVERIFY(!controller.isRunning());
+        QCOMPARE(told.count(), 1);
+        // It still runs; it was asked, not ended.
+        QCOMPARE(AgentStage::agents().size(), 1);
+        QTRY_VERIFY(AgentStage::agents().isEmpty());
+        QTest::qWait(1100);
+        QVERIFY(!controller.isRunning());
+    }
+
+    void anAgentThatQuitsByItselfIsOffWithinASecond()
+    {
+        AgentController controller;
+        controller.setEnabled(true);
+        m_stage->waitForAgent();
+        QTest::qWait(1200);
+        QVERIFY(controller.isRunning());
+        QElapsedTimer clock;
+        clock.start();
+        ::kill(AgentStage::agents().first(), SIGTERM);
+        QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 2000);
+        QVERIFY2(clock.elapsed() < 1000, QByteArray::number(clock.elapsed()).constData());
+    }
+
+    void anAgentThatIsStartedByHandIsOnWithinASecond()
+    {
+        AgentController controller;
+        QElapsedTimer clock;
+        clock.start();
+        AgentStage::startByHand(m_stage->installAgent());
+        QTRY_VERIFY_WITH_TIMEOUT(controller.isRunning(), 2000);
+        QVERIFY2(clock.elapsed() < 1000, QByteArray::number(clock.elapsed()).constData());
+    }
+
+    void anotherCopysAgentIsOnAtTheNextLookAndItsEndIsTold()
+    {
+        AgentController controller;
+        AgentStage::startByHand(m_stage->installAgent(QStringLiteral("elsewhere/Kestrum.app")));
+        m_stage->waitForAgent();
+        controller.refresh();
+        QVERIFY(controller.isRunning());
+        ::kill(AgentStage::agents().first(), SIGKILL);
+        QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 1000);
+    }
+
+    void withoutAnAgentsBundleItIsOnUntilTheNextLook()
+    {
+        const AgentStage empty;
+        AgentController controller;
+        controller.setEnabled(true);
+        QVERIFY(controller.isRunning());
+        QTest::qWait(100);
+        QVERIFY(controller.isRunning());
+        controller.refresh();
+        QVERIFY(!controller.isRunning());
+        QVERIFY(Setting { Keys::agentEnabled }.value());
+    }
+
+    void anAgentThatIgnoresTheRequestIsOnAgainAtTheNextLook()
+    {
+        qputenv("KESTRUM_TEST_AGENT", "stays");
+        AgentController controller;
+        controller.setEnabled(true);
+        m_stage->waitForAgent();
+        QTest::qWait(1200);
+        controller.setEnabled(false);
+        QVERIFY(!controller.isRunning());
+        QTest::qWait(200);
+        QCOMPARE(AgentStage::agents().size(), 1);
+        controller.refresh();
+        QVERIFY(controller.isRunning());
+    }
+
+    void offAndOnWithinThreeSecondsEndsWithOneNewAgent()
+    {
+        qputenv("KESTRUM_TEST_AGENT", "1200");
+        AgentController controller;
+        controller.setEnabled(true);
+        m_stage->waitForAgent();
+        const qint32 old = AgentStage::agents().first();
+        controller.setEnabled(false);
+        QTest::qWait(300);
+        controller.setEnabled(true);
+        QVERIFY(controller.isRunning());
+        QTRY_COMPARE_WITH_TIMEOUT(m_stage->everStarted().size(), 2, 4000);
+        QTest::qWait(1200);
+        QCOMPARE(AgentStage::agents().size(), 1);
+        QVERIFY(AgentStage::agents().first() != old);
+        QVERIFY(controller.isRunning());
+    }
+};
+
+KESTRUM_TEST_MAIN_APART(QGuiApplication, AgentControllerTest)
+#include "AgentControllerTest.moc"

@@ -11,8 +11,8 @@ namespace kestrum {
 namespace {
 
 constexpr qsizetype mostShown = 3;
-// As many names as still fit on a line.
-constexpr qsizetype fewNames = 12;
+// As many names as can still be read at a glance.
+constexpr qsizetype fewNames = 16;
 // A longer word is nobody's misspelling, and the comparison's cost grows with its length.
 constexpr qsizetype longestCompared = 64;
 

@@ -7,7 +7,7 @@ namespace kestrum {
 std::span<const Verb* const> allVerbs()
 {
     static constexpr const Verb* verbs[] = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb,
-        &importVerb, &postVerb, &listenVerb, &describeVerb, &renderVerb, &openVerb };
+        &importVerb, &postVerb, &listenVerb, &agentsVerb, &agentVerb, &describeVerb, &renderVerb, &openVerb };
     return verbs;
 }
 
@@ -25,7 +25,7 @@ QByteArray programUsage()
     QByteArray text = "Usage: kestrumctl VERB [ARGUMENT...]\n"
                       "\n"
                       "Reads, writes and watches Kestrum's settings, posts and hears its signals, draws its\n"
-                      "menu-bar items, and starts applications.\n"
+                      "menu-bar items, switches its agent, and starts applications.\n"
                       "\n"
                       "Verbs:\n";
     for (const Verb* verb : allVerbs())

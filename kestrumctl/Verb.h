@@ -31,6 +31,8 @@ extern const Verb importVerb;
 extern const Verb postVerb;
 extern const Verb listenVerb;
 extern const Verb openVerb;
+extern const Verb agentsVerb;
+extern const Verb agentVerb;
 extern const Verb describeVerb;
 extern const Verb renderVerb;
 

@@ -14,7 +14,8 @@ using Kestrumctl::words;
 
 const QStringList verbs { QStringLiteral("read"), QStringLiteral("write"), QStringLiteral("delete"),
     QStringLiteral("watch"), QStringLiteral("export"), QStringLiteral("import"), QStringLiteral("post"),
-    QStringLiteral("listen"), QStringLiteral("describe"), QStringLiteral("render"), QStringLiteral("open") };
+    QStringLiteral("listen"), QStringLiteral("agents"), QStringLiteral("agent"), QStringLiteral("describe"),
+    QStringLiteral("render"), QStringLiteral("open") };
 
 } // namespace
 
@@ -125,6 +126,10 @@ void KestrumctlUsageTest::aWrongCallIsToldByName_data()
     row("listen settings --timeout 0", "--timeout takes seconds above 0");
     row("listen settings --timeout nan", "not \"nan\"");
     row("listen settings --timeout inf", "not \"inf\"");
+    row("agents all", "too many arguments; it takes none");
+    row("agent", "too few arguments; it takes start|stop");
+    row("agent strat", "there is no action \"strat\"; did you mean \"start\"");
+    row("agent start stop", "too many arguments");
     row("describe cpu", "too many arguments");
     row("describe --cores 0", "not \"0\"");
     row("describe --cores 1025", "from 1 to 1024");

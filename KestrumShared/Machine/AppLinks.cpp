@@ -92,6 +92,7 @@ void AppLinks::launchAgentIfNeeded(int retriesLeft)
             checkLater(retriesLeft - 1);
         return;
     }
+    Log::info(category, QStringLiteral("starting the agent at %1").arg(Log::escaped(embeddedAgentURL())));
     openAgent(logOpened);
 }
 
@@ -103,9 +104,7 @@ void AppLinks::openAgent(const std::function<void(const Workspace::Opened&)>& co
     configuration.createsNewApplicationInstance = false;
     configuration.allowsRunningApplicationSubstitution = false;
     configuration.environment = testEnvironment();
-    const QString agent = embeddedAgentURL();
-    Log::info(category, QStringLiteral("starting the agent at %1").arg(Log::escaped(agent)));
-    Workspace::shared().openApplication(agent, configuration, completion);
+    Workspace::shared().openApplication(embeddedAgentURL(), configuration, completion);
 }
 
 void AppLinks::stopAgent()

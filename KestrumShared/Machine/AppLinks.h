@@ -35,8 +35,8 @@ QMap<QString, QString> testEnvironment();
 /// `retriesLeft` times, as long as the agent is switched on.
 void launchAgentIfNeeded(int retriesLeft);
 
-/// Starts the agent, apart from us and without taking the focus, and says so in the log. `completion` is told what became
-/// of it, from the event loop.
+/// Starts the agent without taking the focus; one that runs already is the result too. `completion` is told what became of
+/// it, from the event loop.
 void openAgent(const std::function<void(const Workspace::Opened&)>& completion);
 
 /// Asks the agent to quit itself.

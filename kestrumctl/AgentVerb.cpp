@@ -1,0 +1,121 @@
+#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "kestrumctl/KeyCatalogue.h"
+#include "kestrumctl/NearestNames.h"
+#include "kestrumctl/SignalNames.h"
+#include "kestrumctl/Verb.h"
+
+#include <QCoreApplication>
+#include <QTimer>
+
+namespace kestrum {
+
+namespace {
+
+constexpr std::chrono::seconds patience { 5 };
+// An agent that is only just starting does not listen yet.
+constexpr std::chrono::milliseconds askingInterval { 500 };
+// One that cannot run, for want of a display or a library, has ended by then.
+constexpr std::chrono::milliseconds trialTime { 500 };
+
+void leave(ExitCode code)
+{
+    QCoreApplication::exit(static_cast<int>(code));
+}
+
+QList<qint32> agentPids()
+{
+    QList<qint32> pids;
+    for (const ProcessScan::Entry& agent : AppLinks::agentProcesses())
+        pids.append(agent.pid);
+    return pids;
+}
+
+void proveRunning(qint32 pid)
+{
+    Workspace::shared().observe(AppLinks::embeddedAgentURL(), { pid });
+    QObject::connect(&Workspace::shared(), &Workspace::runningApplicationsChanged, qApp, [] {
+        if (!AppLinks::isAgentRunning())
+            leave(Console::failed(QStringLiteral("the agent ended as soon as it was started")));
+    });
+    QTimer::singleShot(trialTime, qApp, [] { leave(ExitCode::done); });
+}
+
+ExitCode start()
+{
+    if (AppLinks::isAgentRunning())
+        return ExitCode::done;
+    AppLinks::openAgent([](const Workspace::Opened& opened) {
+        if (opened.pid)
+            proveRunning(*opened.pid);
+        else
+            leave(Console::failed(opened.error));
+    });
+    return static_cast<ExitCode>(QCoreApplication::exec());
+}
+
+ExitCode stop()
+{
+    const QList<qint32> pids = agentPids();
+    if (pids.isEmpty())
+        return ExitCode::done;
+    if (const QString obstacle = SignalNames::obstacle(); !obstacle.isEmpty())
+        return Console::failed(obstacle);
+    QObject::connect(&Workspace::shared(), &Workspace::runningApplicationsChanged, qApp, [] {
+        if (!AppLinks::isAgentRunning())
+            leave(ExitCode::done);
+    });
+    Workspace::shared().observe(AppLinks::embeddedAgentURL(), pids);
+    QTimer asking;
+    QObject::connect(&asking, &QTimer::timeout, qApp, AppLinks::stopAgent);
+    asking.start(askingInterval);
+    AppLinks::stopAgent();
+    QTimer::singleShot(patience, qApp, [] {
+        QStringList numbers;
+        for (const qint32 pid : agentPids())
+            numbers.append(QString::number(pid));
+        leave(numbers.isEmpty()
+                ? ExitCode::done
+                : Console::failed(QStringLiteral("the agent was asked to quit and still runs (pid %1)")
+                                      .arg(numbers.join(QStringLiteral(", ")))));
+    });
+    return static_cast<ExitCode>(QCoreApplication::exec());
+}
+
+ExitCode run(const CommandLine& line)
+{
+    const QString& action = line.arguments()[0];
+    const QStringList actions { QStringLiteral("start"), QStringLiteral("stop") };
+    if (!actions.contains(action))
+        return Console::wrongUse(NearestNames::unknown("action", action, actions));
+    const bool isStart = action == actions.first();
+    // As the window's switch does, so that the choice outlives this agent.
+    const UserDefaults& store = KeyCatalogue::openedStore();
+    if (!Setting(Keys::agentEnabled).set(isStart))
+        return Console::failed(store.lastError());
+    return isStart ? start() : stop();
+}
+
+} // namespace
+
+const Verb agentVerb {
+    "agent",
+    "start|stop",
+    "switch the agent on or off",
+    "Does what the switch in the settings window does: stores the choice under agentEnabled, and starts the "
+    "agent\n"
+    "of the bundle that kestrumctl is in, or asks every running agent to quit.\n"
+    "\n"
+    "  start  an agent that runs already is enough; a new one is watched for half a second\n"
+    "  stop   waits up to five seconds until none runs; nothing to do is done\n"
+    "\n"
+    "Exit code 1 when the agent cannot be started, ends at once, or does not quit.\n",
+    {},
+    1,
+    1,
+    false,
+    false,
+    run,
+};
+
+} // namespace kestrum

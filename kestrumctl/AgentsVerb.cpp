@@ -1,0 +1,65 @@
+#include "KestrumShared/Machine/AppLinks.h"
+#include "kestrumctl/Verb.h"
+
+#include <QDateTime>
+
+namespace kestrum {
+
+namespace {
+
+// Local time with its distance from UTC, which is written out when it is none, too.
+QString timeText(const std::optional<double>& time)
+{
+    if (!time)
+        return QStringLiteral("-");
+    const QDateTime local = QDateTime::fromMSecsSinceEpoch(qint64(*time * 1000));
+    QString text = local.toOffsetFromUtc(local.offsetFromUtc()).toString(Qt::ISODate);
+    if (text.endsWith(u'Z'))
+        text.replace(text.size() - 1, 1, QStringLiteral("+00:00"));
+    return text;
+}
+
+// A path may hold what ends a line or parts it.
+QString oneField(const QString& path)
+{
+    QString text;
+    for (const QChar character : path) {
+        if (character.unicode() < 0x20 || character.unicode() == 0x7F)
+            text += QStringLiteral("\\x%1").arg(int(character.unicode()), 2, 16, QLatin1Char('0'));
+        else
+            text += character;
+    }
+    return text;
+}
+
+ExitCode run(const CommandLine&)
+{
+    QByteArray lines;
+    for (const ProcessScan::Entry& agent : AppLinks::agentProcesses())
+        lines += QStringList { QString::number(agent.pid), timeText(agent.started), oneField(agent.path) }
+                     .join(u'\t')
+                     .toUtf8()
+            + '\n';
+    return lines.isEmpty() ? ExitCode::failed : Console::print(lines);
+}
+
+} // namespace
+
+const Verb agentsVerb {
+    "agents",
+    "",
+    "list the agents that run",
+    "Prints \"PID<TAB>START<TAB>PATH\" for each running agent, wherever its bundle lies: its process, when "
+    "it "
+    "started\n"
+    "(local time; \"-\" when that is not known) and its program.\n"
+    "Exit code 1, without output, when none runs.\n",
+    {},
+    0,
+    0,
+    false,
+    false,
+    run,
+};
+
+} // namespace kestrum

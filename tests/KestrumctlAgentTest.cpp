@@ -1,0 +1,350 @@
+#include "KestrumShared/Machine/ProcessScan.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Settings/SignalListener.h"
+#include "tests/FreshSettings.h"
+#include "tests/Kestrumctl.h"
+#include "tests/OwnProcesses.h"
+#include "tests/StandIns.h"
+#include "tests/TestHome.h"
+
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QElapsedTimer>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTest>
+#include <QTimer>
+#include <memory>
+
+using namespace kestrum;
+
+namespace {
+
+using Kestrumctl::words;
+
+const QString agentPlace = StandIns::agentIn(QStringLiteral("Kestrum.app/Contents/Library/LoginItems"));
+
+QList<qint32> runningPids()
+{
+    QList<qint32> pids;
+    for (const auto& agent : ProcessScan::agents())
+        pids.append(agent.pid);
+    return pids;
+}
+
+} // namespace
+
+class KestrumctlAgentTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void agentsAreListedWithPidStartAndPath();
+    void startTimeIsLocalWithItsOffset();
+    void everyAgentHasALine();
+    void aPathForgesNoLine();
+    void withoutAnAgentTheListFails();
+
+    void startStartsTheAgentOfTheOwnBundle();
+    void startIsFinishedBeforeTheAgentIs();
+    void startLeavesARunningAgentAlone();
+    void startStoresTheChoice();
+    void aMissingAgentIsAFailureThatNamesIt();
+    void anAgentThatEndsAtOnceIsAFailure();
+
+    void stopAsksTheAgentAndWaitsForItsEnd();
+    void stopWaitsForEveryAgent();
+    void stopAsksAgainWhoDidNotHear();
+    void stopStoresTheChoice();
+    void stopWithoutAnAgentIsDone();
+    void anAgentThatDoesNotQuitIsAFailureThatNamesIt();
+    void withoutAMeetingPlaceStopFailsWithTheReason();
+    void aChoiceThatCannotBeStoredIsAFailure();
+
+private:
+    Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {}) const;
+    bool storedChoice() const;
+
+    std::unique_ptr<StandIns> m_standIns;
+};
+
+void KestrumctlAgentTest::initTestCase()
+{
+    if (!ProcessScan::agents().isEmpty())
+        QSKIP("an agent of somebody else runs, and this kernel lets us have no process table of our own");
+    registerFactoryDefaults();
+}
+
+void KestrumctlAgentTest::init()
+{
+    forgetSettings();
+    m_standIns = std::make_unique<StandIns>();
+    m_standIns->install(agentPlace);
+    const QString programs = m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS"));
+    QVERIFY(QDir().mkpath(programs));
+    QVERIFY(QFile::copy(Kestrumctl::path(), programs + QStringLiteral("/kestrumctl")));
+}
+
+void KestrumctlAgentTest::cleanup()
+{
+    for (const qint32 pid : runningPids())
+        StandIns::kill(pid);
+    QTRY_VERIFY(runningPids().isEmpty());
+    m_standIns.reset();
+}
+
+// Runs the program of the test's own bundle while the test's events go on.
+Kestrumctl::Result KestrumctlAgentTest::ctl(const char* line, const Kestrumctl::Variables& variables) const
+{
+    QProcess process;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    for (const auto& [name, value] : variables)
+        environment.insert(name, value);
+    process.setProcessEnvironment(environment);
+    process.start(m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS/kestrumctl")), words(line));
+    Kestrumctl::Result result;
+    const auto hasEnded = [&process] { return process.state() == QProcess::NotRunning; };
+    if (!QTest::qWaitFor(hasEnded, 20'000)) {
+        process.kill();
+        process.waitForFinished();
+    } else if (process.exitStatus() == QProcess::NormalExit) {
+        result.code = process.exitCode();
+    }
+    result.output = process.readAllStandardOutput();
+    result.errors = process.readAllStandardError();
+    return result;
+}
+
+bool KestrumctlAgentTest::storedChoice() const
+{
+    const auto stored
+        = SharedSettings::store().storedDictionary().value(QLatin1StringView(Keys::agentEnabled.name));
+    return stored.toBool(!Keys::agentEnabled.factoryDefault);
+}
+
+void KestrumctlAgentTest::agentsAreListedWithPidStartAndPath()
+{
+    const QString program = m_standIns->path(agentPlace);
+    const auto process = m_standIns->start(program);
+    const auto result = ctl("agents");
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.errors, QByteArray());
+    QVERIFY(result.output.endsWith('\n'));
+    const QStringList fields = QString::fromUtf8(result.output.chopped(1)).split(u'\t');
+    QCOMPARE(fields.size(), 3);
+    QCOMPARE(fields[0], QString::number(process.pid));
+    const auto started = double(QDateTime::fromString(fields[1], Qt::ISODate).toSecsSinceEpoch());
+    QVERIFY(started > process.notBefore - 1.02 && started < process.notAfter + 0.01);
+    QCOMPARE(fields[2], program);
+}
+
+void KestrumctlAgentTest::startTimeIsLocalWithItsOffset()
+{
+    m_standIns->start(m_standIns->path(agentPlace));
+    const auto offsetIn = [this](const char* zone) {
+        const auto result = ctl("agents", { { QStringLiteral("TZ"), QString::fromLatin1(zone) } });
+        static const QRegularExpression form(
+            QStringLiteral("\\t(\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d)([+-]\\d\\d:\\d\\d)\\t"));
+        return form.match(QString::fromUtf8(result.output)).captured(2);
+    };
+    QCOMPARE(offsetIn("UTC"), QStringLiteral("+00:00"));
+    QCOMPARE(offsetIn("XYZ-5:30"), QStringLiteral("+05:30"));
+    QCOMPARE(offsetIn("XYZ+8"), QStringLiteral("-08:00"));
+}
+
+void KestrumctlAgentTest::everyAgentHasALine()
+{
+    m_standIns->start(m_standIns->path(agentPlace));
+    const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("AppTranslocation/d")));
+    m_standIns->start(copy);
+    m_standIns->start(copy);
+    m_standIns->start(m_standIns->install(QStringLiteral("no/KestrumAgent")));
+    const auto result = ctl("agents");
+    QByteArrayList listed;
+    for (const QByteArray& line : result.output.chopped(1).split('\n'))
+        listed.append(line.left(line.indexOf('\t')));
+    QByteArrayList expected;
+    for (const qint32 pid : runningPids())
+        expected.append(QByteArray::number(pid));
+    QCOMPARE(listed.size(), 3);
+    QCOMPARE(listed, expected);
+}
+
+void KestrumctlAgentTest::aPathForgesNoLine()
+{
+    m_standIns->start(m_standIns->install(StandIns::agentIn(QStringLiteral("a\n1\tb"))));
+    const auto result = ctl("agents");
+    QCOMPARE(result.output.count('\n'), 1);
+    QCOMPARE(result.output.count('\t'), 2);
+    QVERIFY(result.output.contains("/a\\x0a1\\x09b/KestrumAgent.app/"));
+}
+
+void KestrumctlAgentTest::withoutAnAgentTheListFails()
+{
+    const auto result = ctl("agents");
+    QCOMPARE(result.code, 1);
+    QCOMPARE(result.output, QByteArray());
+    QCOMPARE(result.errors, QByteArray());
+}
+
+void KestrumctlAgentTest::startStartsTheAgentOfTheOwnBundle()
+{
+    const auto result = ctl("agent start", { { QStringLiteral("KESTRUM_LANGUAGE"), QStringLiteral("de") } });
+    QCOMPARE(result.errors, QByteArray());
+    QCOMPARE(result.output, QByteArray());
+    QCOMPARE(result.code, 0);
+    const auto agents = ProcessScan::agents();
+    QCOMPARE(agents.size(), 1);
+    QCOMPARE(agents[0].path, m_standIns->path(agentPlace));
+    QVERIFY(StandIns::environmentOf(agents[0].pid).contains("KESTRUM_LANGUAGE=de"));
+}
+
+void KestrumctlAgentTest::startIsFinishedBeforeTheAgentIs()
+{
+    // Also for a shell that reads what the tool prints.
+    QProcess shell;
+    shell.start(QStringLiteral("/bin/sh"),
+        { QStringLiteral("-c"), QStringLiteral("text=$(\"$0\" agent start 2>&1); echo \"[$text]\""),
+            m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS/kestrumctl")) });
+    QVERIFY(shell.waitForFinished(10'000));
+    QCOMPARE(shell.readAllStandardOutput(), QByteArray("[]\n"));
+    QCOMPARE(runningPids().size(), 1);
+}
+
+void KestrumctlAgentTest::startLeavesARunningAgentAlone()
+{
+    const qint32 pid = m_standIns->start(m_standIns->install(StandIns::agentIn(QStringLiteral("copy")))).pid;
+    QCOMPARE(ctl("agent start").code, 0);
+    QCOMPARE(runningPids(), QList<qint32> { pid });
+}
+
+void KestrumctlAgentTest::startStoresTheChoice()
+{
+    QVERIFY(Setting(Keys::agentEnabled).set(false));
+    QCOMPARE(ctl("agent start").code, 0);
+    QCOMPARE(storedChoice(), true);
+    QVERIFY(Setting(Keys::agentEnabled).value());
+}
+
+void KestrumctlAgentTest::aMissingAgentIsAFailureThatNamesIt()
+{
+    const QString bundle
+        = m_standIns->path(QStringLiteral("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app"));
+    QVERIFY(QDir(bundle).removeRecursively());
+    const auto result = ctl("agent start");
+    QCOMPARE(result.code, 1);
+    QCOMPARE(result.output, QByteArray());
+    QCOMPARE(result.errors, "kestrumctl: there is no application at " + bundle.toUtf8() + '\n');
+}
+
+void KestrumctlAgentTest::anAgentThatEndsAtOnceIsAFailure()
+{
+    const QString program = m_standIns->path(agentPlace);
+    QVERIFY(QFile::remove(program));
+    QVERIFY(QFile::copy(QStandardPaths::findExecutable(QStringLiteral("true")), program));
+    const auto result = ctl("agent start");
+    QCOMPARE(result.code, 1);
+    QCOMPARE(result.errors, QByteArray("kestrumctl: the agent ended as soon as it was started\n"));
+}
+
+void KestrumctlAgentTest::stopAsksTheAgentAndWaitsForItsEnd()
+{
+    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+    SignalListener agent;
+    agent.listen(SharedSettings::Signal::quitAgent,
+        [this, pid] { QTimer::singleShot(300, this, [this, pid] { m_standIns->end(pid); }); });
+    const auto result = ctl("agent stop");
+    QCOMPARE(result.errors, QByteArray());
+    QCOMPARE(result.output, QByteArray());
+    QCOMPARE(result.code, 0);
+    QVERIFY(runningPids().isEmpty());
+}
+
+void KestrumctlAgentTest::stopWaitsForEveryAgent()
+{
+    const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("copy")));
+    const qint32 one = m_standIns->start(m_standIns->path(agentPlace)).pid;
+    const qint32 other = m_standIns->start(copy).pid;
+    SignalListener agents;
+    agents.listen(SharedSettings::Signal::quitAgent, [this, one, other] {
+        m_standIns->end(one);
+        QTimer::singleShot(700, this, [this, other] { m_standIns->end(other); });
+    });
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(ctl("agent stop").code, 0);
+    QVERIFY(runningPids().isEmpty());
+    QVERIFY(timer.elapsed() >= 700);
+}
+
+void KestrumctlAgentTest::stopAsksAgainWhoDidNotHear()
+{
+    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+    SignalListener agent;
+    int asked = 0;
+    agent.listen(SharedSettings::Signal::quitAgent, [this, pid, &asked] {
+        if (++asked == 3)
+            m_standIns->end(pid);
+    });
+    QCOMPARE(ctl("agent stop").code, 0);
+    QCOMPARE(asked, 3);
+}
+
+void KestrumctlAgentTest::stopStoresTheChoice()
+{
+    QCOMPARE(ctl("agent stop").code, 0);
+    QCOMPARE(storedChoice(), false);
+    QVERIFY(!Setting(Keys::agentEnabled).value());
+}
+
+void KestrumctlAgentTest::stopWithoutAnAgentIsDone()
+{
+    int asked = 0;
+    SignalListener agent;
+    agent.listen(SharedSettings::Signal::quitAgent, [&asked] { ++asked; });
+    const auto result = ctl("agent stop");
+    QCOMPARE(result.code, 0);
+    QCOMPARE(result.output + result.errors, QByteArray());
+    QTest::qWait(50);
+    QCOMPARE(asked, 0);
+}
+
+void KestrumctlAgentTest::anAgentThatDoesNotQuitIsAFailureThatNamesIt()
+{
+    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+    QElapsedTimer timer;
+    timer.start();
+    const auto result = ctl("agent stop");
+    QCOMPARE(result.code, 1);
+    QCOMPARE(result.errors,
+        "kestrumctl: the agent was asked to quit and still runs (pid " + QByteArray::number(pid) + ")\n");
+    QVERIFY(timer.elapsed() > 4500 && timer.elapsed() < 8000);
+    // Asked, never forced.
+    QCOMPARE(runningPids(), QList<qint32> { pid });
+}
+
+void KestrumctlAgentTest::withoutAMeetingPlaceStopFailsWithTheReason()
+{
+    m_standIns->start(m_standIns->path(agentPlace));
+    const auto result
+        = ctl("agent stop", { { QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("/nowhere") } });
+    QCOMPARE(result.code, 1);
+    QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
+}
+
+void KestrumctlAgentTest::aChoiceThatCannotBeStoredIsAFailure()
+{
+    m_standIns->tree().write(QStringLiteral("file"), "no folder");
+    const auto result = ctl(
+        "agent start", { { QStringLiteral("XDG_CONFIG_HOME"), m_standIns->path(QStringLiteral("file")) } });
+    QCOMPARE(result.code, 1);
+    QVERIFY(!result.errors.isEmpty());
+    QVERIFY(runningPids().isEmpty());
+}
+
+KESTRUM_TEST_MAIN_APART(QCoreApplication, KestrumctlAgentTest)
+#include "KestrumctlAgentTest.moc"

@@ -2,28 +2,26 @@
 
 #include "Platform/Log.h"
 
-#include <QThreadPool>
+#include <algorithm>
 
 namespace kestrum {
+
 namespace {
 
-// One thread for all, and one more for the case that a volume hangs. Never destroyed, as that would wait for it; the threads
-// stay, as giving them up after a while would be a wake-up of its own.
-QThreadPool& workers()
+Sensors::Values readOwnSensors(const Sensors::Wanted& wanted)
 {
-    static QThreadPool* const pool = [] {
-        auto* made = new QThreadPool;
-        made->setMaxThreadCount(2);
-        made->setExpiryTimeout(-1);
-        return made;
-    }();
-    return *pool;
+    return Sensors::ofThisMachine().read(wanted);
 }
 
 } // namespace
 
 SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage)
-    : m_hasSensors(root.isEmpty())
+    : SlowReadings(root, std::move(askStorage), root.isEmpty() ? readOwnSensors : ReadSensors())
+{
+}
+
+SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage, ReadSensors readSensors)
+    : m_readSensors(std::move(readSensors))
     , m_systemPower(std::make_shared<SystemPower>(root))
     , m_storageUse(std::make_shared<const StorageUse>(root, std::move(askStorage)))
 {
@@ -41,30 +39,32 @@ void SlowReadings::collect(Clock::time_point now)
     if (m_storageRun && m_storageRun->isDone.load(std::memory_order_acquire)) {
         m_storage = m_storageRun->result.value_or(m_storage);
         m_storageRun.reset();
-    } else if (m_storageRun && m_storageRun->isLate(now)) {
+    } else if (m_storageRun && !m_devicesRun && m_storageRun->isLate(now)) {
         Log::warnOnce("readings", QStringLiteral("the start-up volume does not answer"));
     }
 }
 
 void SlowReadings::begin(const WantedReadings& wanted)
 {
+    const bool wantsDevices
+        = !m_devicesRun && ((m_readSensors && wanted.sensors.any()) || wanted.systemPower);
+    const bool wantsStorage = !m_storageRun && wanted.storage;
+    Worker* const worker = wantsDevices || wantsStorage ? idleWorker() : nullptr;
+    if (!worker)
+        return;
     std::shared_ptr<DevicesRun> devices;
-    if (!m_devicesRun && ((m_hasSensors && wanted.sensors.any()) || wanted.systemPower)) {
-        devices = m_devicesRun = std::make_shared<DevicesRun>();
+    if (wantsDevices) {
+        devices = std::make_shared<DevicesRun>();
         devices->result.wanted = wanted;
     }
-    std::shared_ptr<StorageRun> storage;
-    if (!m_storageRun && wanted.storage)
-        storage = m_storageRun = std::make_shared<StorageRun>();
-    if (!devices && !storage)
-        return;
+    const auto storage = wantsStorage ? std::make_shared<StorageRun>() : nullptr;
 
     // The volume comes last: when it hangs, the devices have been read, and another worker reads them from then on.
-    workers().start([devices, storage, hasSensors = m_hasSensors, systemPower = m_systemPower,
-                        storageUse = m_storageUse] {
+    const bool isStarted = worker->start([devices, storage, readSensors = m_readSensors,
+                                             systemPower = m_systemPower, storageUse = m_storageUse] {
         if (devices) {
-            if (hasSensors)
-                devices->result.sensors = Sensors::ofThisMachine().read(devices->result.wanted.sensors);
+            if (readSensors && devices->result.wanted.sensors.any())
+                devices->result.sensors = readSensors(devices->result.wanted.sensors);
             if (devices->result.wanted.systemPower)
                 devices->result.systemWatts = systemPower->read();
             devices->isDone.store(true, std::memory_order_release);
@@ -74,6 +74,17 @@ void SlowReadings::begin(const WantedReadings& wanted)
             storage->isDone.store(true, std::memory_order_release);
         }
     });
+    if (isStarted && devices)
+        m_devicesRun = devices;
+    if (isStarted && storage)
+        m_storageRun = storage;
+}
+
+Worker* SlowReadings::idleWorker()
+{
+    auto* const found = std::find_if(
+        m_workers.begin(), m_workers.end(), [](const Worker& worker) { return worker.isIdle(); });
+    return found == m_workers.end() ? nullptr : found;
 }
 
 void SlowReadings::adopt(const Devices& devices)

@@ -4,9 +4,12 @@
 #include "KestrumAgent/Readings/StorageUse.h"
 #include "KestrumAgent/Readings/SystemPower.h"
 #include "KestrumAgent/Readings/WantedReadings.h"
+#include "KestrumAgent/Readings/Worker.h"
 
+#include <array>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -20,7 +23,11 @@ public:
     /// How long a device may stay without an answer until its last value counts as unknown.
     static constexpr std::chrono::seconds longestAnswer { 10 };
 
+    using ReadSensors = std::function<Sensors::Values(const Sensors::Wanted&)>;
+
+    /// Sensors are this machine's or none, as libsensors knows no other; tests bring volumes and sensors that hang.
     explicit SlowReadings(const QString& root = {}, StorageUse::Ask askStorage = ::statvfs);
+    SlowReadings(const QString& root, StorageUse::Ask askStorage, ReadSensors readSensors);
 
     /// Takes over what a worker has finished since. The time is given for tests.
     void collect(Clock::time_point now = Clock::now());
@@ -49,8 +56,9 @@ private:
     using DevicesRun = Run<Devices>;
     using StorageRun = Run<std::optional<StorageUse::Room>>;
     void adopt(const Devices& devices);
+    Worker* idleWorker();
 
-    bool m_hasSensors; ///< libsensors knows no other machine than this
+    ReadSensors m_readSensors; ///< may be empty
     std::shared_ptr<SystemPower> m_systemPower;
     std::shared_ptr<const StorageUse> m_storageUse;
     std::shared_ptr<DevicesRun> m_devicesRun;
@@ -58,6 +66,8 @@ private:
     Sensors::Values m_sensors;
     std::optional<double> m_systemWatts;
     StorageUse::Room m_storage;
+    /// One for all, and one more for the case that the volume hangs.
+    std::array<Worker, 2> m_workers;
 };
 
 } // namespace kestrum

@@ -1,0 +1,73 @@
+#include "KestrumAgent/Readings/Worker.h"
+
+#include <atomic>
+#include <chrono>
+#include <semaphore>
+#include <system_error>
+#include <thread>
+
+namespace kestrum {
+namespace {
+
+constexpr std::chrono::milliseconds patienceAtTheEnd { 200 };
+
+} // namespace
+
+/// `job` belongs to whoever may act: to the thread from its being woken until it is idle.
+struct Worker::Channel {
+    std::counting_semaphore<2> wake { 0 }; ///< a job and the end at most
+    std::binary_semaphore ended { 0 };
+    std::atomic<bool> isIdle = true;
+    std::atomic<bool> ends = false;
+    std::function<void()> job;
+};
+
+Worker::~Worker()
+{
+    if (!m_channel)
+        return;
+    m_channel->ends.store(true);
+    m_channel->wake.release();
+    m_channel->ended.try_acquire_for(patienceAtTheEnd);
+}
+
+bool Worker::isIdle() const
+{
+    return !m_channel || m_channel->isIdle.load(std::memory_order_acquire);
+}
+
+bool Worker::start(std::function<void()> job)
+{
+    if (!m_channel) {
+        auto channel = std::make_shared<Channel>();
+        try {
+            std::thread(&Worker::serve, channel).detach();
+        } catch (const std::system_error&) {
+            return false;
+        }
+        m_channel = std::move(channel);
+    }
+    m_channel->job = std::move(job);
+    m_channel->isIdle.store(false, std::memory_order_relaxed);
+    m_channel->wake.release();
+    return true;
+}
+
+void Worker::serve(const std::shared_ptr<Channel>& channel)
+{
+    for (;;) {
+        channel->wake.acquire();
+        // The end may be announced beside a job: then the job comes first, and leaves nothing behind.
+        if (!channel->isIdle.load(std::memory_order_relaxed)) {
+            channel->job();
+            channel->job = nullptr;
+            channel->isIdle.store(true, std::memory_order_release);
+        }
+        if (channel->ends.load()) {
+            channel->ended.release();
+            return;
+        }
+    }
+}
+
+} // namespace kestrum

@@ -91,9 +91,11 @@ private Q_SLOTS:
     void aHungVolumeNeverBlocksAndKeepsItsLastAnswer()
     {
         const HangingVolume volume;
+        WantedReadings wanted;
+        wanted.storage = true;
         SlowReadings readings(m_tree->root(), volume.ask());
         volume.answer(25);
-        readings.begin(storageAndPower());
+        readings.begin(wanted);
         QTRY_COMPARE_WITH_TIMEOUT(
             (readings.collect(), readings.storage()), StorageUse::Room({ 0.75, 25 * 4096 }), 5000);
 
@@ -101,7 +103,7 @@ private Q_SLOTS:
         timer.start();
         for (int tick = 0; tick < 1000; ++tick) {
             readings.collect();
-            readings.begin(storageAndPower());
+            readings.begin(wanted);
         }
         QVERIFY(timer.elapsed() < 2000);
         QCOMPARE(readings.storage(), StorageUse::Room({ 0.75, 25 * 4096 }));

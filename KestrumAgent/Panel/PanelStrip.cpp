@@ -30,6 +30,8 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
     setWindowTitle(QStringLiteral("Kestrum"));
     setMouseTracking(true);
     setFocusPolicy(Qt::NoFocus);
+    // The window that it is has never the keyboard.
+    setAttribute(Qt::WA_AlwaysShowToolTips);
     PanelStripAccessible::install();
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, [this] {
         redraw();
@@ -173,7 +175,7 @@ void PanelStrip::mouseDoubleClickEvent(QMouseEvent* event)
 void PanelStrip::contextMenuEvent(QContextMenuEvent* event)
 {
     if (!m_drag)
-        Q_EMIT menuRequested(event->pos());
+        Q_EMIT menuRequested(QPoint(event->pos().x(), height()));
 }
 
 void PanelStrip::leaveEvent(QEvent*)

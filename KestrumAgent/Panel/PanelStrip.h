@@ -50,7 +50,7 @@ Q_SIGNALS:
     /// There are new readings, whether or not the strip is visible.
     void redrawn();
     void settingsRequested();
-    /// A right click at that place of the widget.
+    /// A right click; the place, in the widget, is where a menu should open.
     void menuRequested(QPoint at);
     /// The pointer rests on an item, at that place of the widget; an empty text when it rests on none.
     void tipRequested(QPoint at, QString text, QRect item);

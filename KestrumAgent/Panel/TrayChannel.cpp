@@ -7,10 +7,16 @@
 #include "Platform/SystemAppearance.h"
 
 #include <QPainter>
+#include <QTimer>
+#include <algorithm>
+#include <chrono>
 
 namespace kestrum {
 
 namespace {
+
+// Qt asks for the desktop's status icons once and for all: when a session starts, they may come a little later than we.
+constexpr std::chrono::seconds delayBeforeAsking { 2 };
 
 /// The symbol in the middle of a square.
 QPixmap picture(const QString& symbol, int size, const QColor& colour)
@@ -29,19 +35,31 @@ QPixmap picture(const QString& symbol, int size, const QColor& colour)
 
 TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
     : m_strip(strip)
+    , m_menu(menu)
 {
+    QTimer::singleShot(delayBeforeAsking, this, &TrayChannel::begin);
+}
+
+void TrayChannel::begin()
+{
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+        Log::info("agent",
+            QStringLiteral("this desktop has neither a place for items at its panel nor for status icons"));
+        return;
+    }
     Log::info("agent",
-        QStringLiteral(
-            "this desktop lets no program stand at its panel: one status icon takes the items' place"));
-    m_icon.setContextMenu(&menu);
-    adoptAppearance();
+        QStringLiteral("this desktop has no place for items at its panel: a status icon stands for them"));
+    m_icon = std::make_unique<QSystemTrayIcon>();
+    m_icon->setContextMenu(&m_menu);
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &TrayChannel::adoptAppearance);
     connect(&m_strip, &PanelStrip::rebuilt, this, &TrayChannel::fit);
     connect(&m_strip, &PanelStrip::redrawn, this, &TrayChannel::fit);
-    connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        if (reason == QSystemTrayIcon::Trigger)
-            Q_EMIT m_strip.settingsRequested();
-    });
+    connect(
+        m_icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+            if (reason == QSystemTrayIcon::Trigger)
+                Q_EMIT m_strip.settingsRequested();
+        });
+    adoptAppearance();
     fit();
 }
 
@@ -51,15 +69,15 @@ void TrayChannel::adoptAppearance()
     for (const int size : { 16, 22, 24, 32, 48, 64 })
         icon.addPixmap(
             picture(QStringLiteral("cpu"), size, labelColour(SystemAppearance::shared().scheme())));
-    m_icon.setIcon(icon);
+    m_icon->setIcon(icon);
 }
 
 void TrayChannel::fit()
 {
-    if (const QString text = m_strip.summary(); text != m_icon.toolTip())
-        m_icon.setToolTip(text);
-    if (m_icon.isVisible() == m_strip.isEmpty())
-        m_icon.setVisible(!m_strip.isEmpty());
+    if (const QString text = m_strip.summary(); text != m_icon->toolTip())
+        m_icon->setToolTip(text);
+    if (m_icon->isVisible() == m_strip.isEmpty())
+        m_icon->setVisible(!m_strip.isEmpty());
 }
 
 } // namespace kestrum

@@ -8,18 +8,20 @@
 namespace kestrum {
 
 /// One icon among the desktop's status icons, with the readouts in its tool tip: for desktops that let no program stand
-/// at their panel in a form of its own. The strip is never shown.
+/// at their panel in a form of its own. The strip is never shown. Where there are no status icons either, nothing is.
 class TrayChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
     TrayChannel(PanelStrip& strip, QMenu& menu);
 
 private:
+    void begin();
     void fit();
     void adoptAppearance();
 
     PanelStrip& m_strip;
-    QSystemTrayIcon m_icon;
+    QMenu& m_menu;
+    std::unique_ptr<QSystemTrayIcon> m_icon;
 };
 
 } // namespace kestrum

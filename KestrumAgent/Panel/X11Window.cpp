@@ -30,11 +30,11 @@ void X11Window::makeDock(QWidget& window)
     // Qt hears of the type only when there is a window to give it to.
     window.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
     auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11)
+    xcb_connection_t* connection = x11 ? x11->connection() : nullptr;
+    if (!connection)
         return;
     // Not every window manager takes it from the type.
     constexpr uint32_t everyDesktop = 0xFFFFFFFF;
-    xcb_connection_t* connection = x11->connection();
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, xcb_window_t(id),
         atom(connection, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1, &everyDesktop);
 }

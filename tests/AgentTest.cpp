@@ -1,0 +1,215 @@
+#include "KestrumAgent/Agent.h"
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Bundle.h"
+#include "Platform/SingleInstance.h"
+#include "tests/FileTree.h"
+#include "tests/FreshSettings.h"
+#include "tests/SignalEar.h"
+#include "tests/TestHome.h"
+
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTimer>
+#include <memory>
+
+using namespace kestrum;
+
+using SharedSettings::Signal;
+
+/// The agent within the test's process: what it hears, what it says, and what it shows.
+class AgentTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<Agent> m_agent;
+
+    /// Runs the application until something quits it, with what that is; -1 when nothing does.
+    template <class Function> static int runWith(Function function)
+    {
+        QTimer::singleShot(0, qApp, function);
+        QTimer unstoppable;
+        QObject::connect(&unstoppable, &QTimer::timeout, qApp, [] { QCoreApplication::exit(-1); });
+        unstoppable.start(5000);
+        return QApplication::exec();
+    }
+
+    QAction* entry(const QString& text)
+    {
+        Q_EMIT m_agent->menu().aboutToShow();
+        for (QAction* action : m_agent->menu().actions()) {
+            if (action->text() == text)
+                return action;
+        }
+        return nullptr;
+    }
+
+    static void show(bool isShown)
+    {
+        for (const auto* key :
+            { &Keys::showCPUItem, &Keys::showMemoryItem, &Keys::showStorageItem, &Keys::showSensorsItem })
+            Setting(*key).set(isShown);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        forgetSettings();
+        QTest::qWait(20); // let the notice of it pass
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+    }
+    void cleanup() { m_agent.reset(); }
+
+    // Signals
+
+    void itQuitsWhenAskedTo()
+    {
+        QCOMPARE(runWith([] { SharedSettings::post(Signal::quitAgent); }), 0);
+    }
+
+    void otherSignalsDoNotEndIt()
+    {
+        const int code = runWith([] {
+            for (const Signal signal :
+                { Signal::settings, Signal::openSettings, Signal::menuBarChanged, Signal::updateAvailable })
+                SharedSettings::post(signal);
+            QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
+        });
+        QCOMPARE(code, 7);
+    }
+
+    void itLooksAtTheSettingsAgainWhenTold()
+    {
+        QTest::qWait(quietTime); // the start wrote settings, whose notice comes by another way
+        QSignalSpy rebuilt(m_agent->strip(), &PanelStrip::rebuilt);
+        SharedSettings::post(Signal::settings);
+        QTRY_COMPARE(rebuilt.count(), 1);
+    }
+
+    void itAdoptsTheEarlierVersionsAccent()
+    {
+        m_agent.reset();
+        forgetSettings();
+        SharedSettings::store().set("accentChoice", QStringLiteral("amber"));
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+        QCOMPARE(storedText("cpuAccent"), QStringLiteral("amber"));
+    }
+
+    // What it shows
+
+    void theItemsAreOnTheScreen()
+    {
+        QVERIFY(m_agent->strip()->isVisible());
+        QVERIFY(m_agent->strip()->isWindow());
+        QCOMPARE(m_agent->strip()->size(), m_agent->strip()->sizeHint());
+        const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
+        QCOMPARE(m_agent->strip()->geometry().topRight(), free.topRight());
+    }
+
+    void withNothingShownThereIsNoWindow()
+    {
+        show(false);
+        QTRY_VERIFY(!m_agent->strip()->isVisible());
+        show(true);
+        QTRY_VERIFY(m_agent->strip()->isVisible());
+        QCOMPARE(m_agent->strip()->size(), m_agent->strip()->sizeHint());
+    }
+
+    void aNarrowerStripStaysAtTheTrailingEnd()
+    {
+        const int right = m_agent->strip()->geometry().right();
+        const int width = m_agent->strip()->width();
+        Setting(Keys::showMemoryItem).set(false);
+        QTRY_VERIFY(m_agent->strip()->width() < width);
+        QCOMPARE(m_agent->strip()->geometry().right(), right);
+    }
+
+    void itRunsAlsoWhereTheAgentIsSwitchedOff()
+    {
+        m_agent.reset();
+        Setting(Keys::agentEnabled).set(false);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+        QVERIFY(m_agent->strip()->isVisible());
+    }
+
+    // Its menu
+
+    void quittingItSwitchesItOff()
+    {
+        QAction* quit = entry(QStringLiteral("Quit Kestrum"));
+        QVERIFY(quit);
+        QCOMPARE(runWith([quit] { quit->trigger(); }), 0);
+        QCOMPARE(Setting(Keys::agentEnabled).value(), false);
+    }
+
+    void theMenuSpeaksTheLanguageOfTheMoment()
+    {
+        FileTree tree;
+        const Bundle before = Bundle::main();
+        tree.write(QStringLiteral("Contents/Resources/en.lproj/Localizable.strings"), "");
+        tree.write(QStringLiteral("Contents/Resources/de.lproj/Localizable.strings"),
+            "\"Quit Kestrum\" = \"Ende\";");
+        Bundle::setMain(Bundle(tree.root()));
+        QVERIFY(entry(QStringLiteral("Quit Kestrum")));
+        Setting(Keys::language).set(QStringLiteral("de"));
+        const bool isTranslated = entry(QStringLiteral("Ende"));
+        Bundle::setMain(before);
+        QVERIFY(isTranslated);
+    }
+
+    void updatesAreInTheMenuWhereTheyCanBeLookedFor()
+    {
+        SharedSettings::store().set(Keys::updaterCanCheck.name, true);
+        QVERIFY(entry(QStringLiteral("Check for Updates…")));
+        SharedSettings::store().set(Keys::updaterCanCheck.name, false);
+        QVERIFY(!entry(QStringLiteral("Check for Updates…")));
+    }
+
+    // The settings application
+
+    void theSettingsAreAskedToComeForward_data()
+    {
+        QTest::addColumn<bool>("fromMenu");
+        QTest::newRow("from the menu") << true;
+        QTest::newRow("by a double click") << false;
+    }
+    void theSettingsAreAskedToComeForward()
+    {
+        QFETCH(const bool, fromMenu);
+        const SingleInstance running("Kestrum");
+        Ear ear(SharedSettings::name(Signal::openSettings));
+        if (fromMenu)
+            entry(QStringLiteral("Settings…"))->trigger();
+        else
+            Q_EMIT m_agent->strip()->settingsRequested();
+        QTRY_COMPARE(ear.count, 1);
+    }
+
+    void theSettingsAreStartedOnlyWhereTheyDoNotRun()
+    {
+        FileTree tree;
+        const QString program = QStringLiteral("Kestrum.app/Contents/MacOS/Kestrum");
+        tree.write(program, "#!/bin/sh\necho started >>\"$0.log\"\n");
+        QVERIFY(QFile::setPermissions(
+            tree.path(program), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        const QString agent = QStringLiteral("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app");
+        tree.write(agent + QStringLiteral("/Contents/Info.plist"), "{ }");
+        const Bundle before = Bundle::main();
+        Bundle::setMain(Bundle(tree.path(agent)));
+        const QString log = tree.path(program) + QStringLiteral(".log");
+        {
+            const SingleInstance running("Kestrum");
+            Agent::openSettings();
+            QTest::qWait(300);
+            QVERIFY(!QFile::exists(log));
+        }
+        Agent::openSettings();
+        QTRY_VERIFY(QFile::exists(log));
+        Bundle::setMain(before);
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, AgentTest)
+#include "AgentTest.moc"

@@ -32,7 +32,7 @@ AptWorld::AptWorld()
               "APT::Sandbox::User \"\";\nAcquire::Languages \"none\";\n");
     qputenv("APT_CONFIG", root + "/apt.conf");
     install({});
-    withdraw();
+    setSources({});
 }
 
 AptWorld::~AptWorld()
@@ -46,14 +46,13 @@ QByteArray AptWorld::package(const QString& version) const
     m_tree.write(QStringLiteral("build/usr/share/doc/kestrum/version"), version.toUtf8());
     const QString file = QStringLiteral("repository/kestrum_%1_all.deb").arg(version.section(u':', -1));
     Programs::output(QStringLiteral("dpkg-deb"),
-        { QStringLiteral("--build"), QStringLiteral("--root-owner-group"),
+        { QStringLiteral("--build"), QStringLiteral("--root-owner-group"), QStringLiteral("-Znone"),
             m_tree.path(QStringLiteral("build")), m_tree.path(file) });
     QFile built(m_tree.path(file));
     if (!built.open(QIODevice::ReadOnly))
         return {};
     const QByteArray content = built.readAll();
-    return Programs::output(QStringLiteral("dpkg-deb"), { QStringLiteral("--field"), m_tree.path(file) })
-        + "\nFilename: ./" + QFileInfo(file).fileName().toUtf8()
+    return control(version) + "Filename: ./" + QFileInfo(file).fileName().toUtf8()
         + "\nSize: " + QByteArray::number(content.size())
         + "\nSHA256: " + QCryptographicHash::hash(content, QCryptographicHash::Sha256).toHex() + "\n\n";
 }

@@ -65,6 +65,7 @@ void AptQuery::start()
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
     m_process.setProcessEnvironment(environment);
+    m_process.setStandardInputFile(QProcess::nullDevice());
     m_limit.start();
     // Without a path the start fails, and says so.
     const QString found = program();

@@ -16,7 +16,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char logArea[] = "updates";
-constexpr auto timeLimit = 30s;
+constexpr auto timeLimit = 30s; // of an answer that takes some hundredths
 
 // Not all machines at once, and not while a session starts.
 constexpr std::chrono::seconds firstCheck[] { 1min, 10min };
@@ -54,7 +54,6 @@ void publish(const std::optional<QString>& version)
 UpdateChecker::UpdateChecker(QObject* parent)
     : QObject(parent)
     , m_daily(this)
-    , m_timeLimit(timeLimit)
 {
     m_daily.setSingleShot(true);
     m_daily.setTimerType(Qt::VeryCoarseTimer);
@@ -102,7 +101,7 @@ void UpdateChecker::begin()
         QMetaObject::invokeMethod(this, refuse, Qt::QueuedConnection);
         return;
     }
-    m_query = new AptQuery(packageName(), m_timeLimit, this);
+    m_query = new AptQuery(packageName(), timeLimit, this);
     connect(m_query, &AptQuery::answered, this, &UpdateChecker::adopt);
     connect(m_query, &AptQuery::failed, this, &UpdateChecker::fail);
     m_query->start();

@@ -4,7 +4,6 @@
 #include <QObject>
 #include <QString>
 #include <QTimer>
-#include <chrono>
 
 namespace kestrum {
 
@@ -26,9 +25,6 @@ public:
     /// Checks now; `finished` tells the outcome. A check that runs already is not doubled.
     void check();
 
-    /// How long the package manager may take to answer, 30 s unless set.
-    void setTimeLimit(std::chrono::milliseconds limit) { m_timeLimit = limit; }
-
 Q_SIGNALS:
     /// A check that was asked for ended so, as a sentence in the interface language: up to date, a new version, no source
     /// of updates, or why it failed. Sent from the event loop; not for the checks that nobody asked for.
@@ -42,7 +38,6 @@ private:
     void end(const QString& outcome);
 
     QTimer m_daily;
-    std::chrono::milliseconds m_timeLimit;
     AptQuery* m_query = nullptr; ///< while a check runs
     bool m_isAskedFor = false;
 };

@@ -1,0 +1,133 @@
+#include "tests/AptScript.h"
+#include "tests/UpdateStage.h"
+
+using namespace kestrum;
+
+namespace {
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+} // namespace
+
+/// When checks are made, and when not.
+class UpdateTimesTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init() { UpdateStage::prepare(); }
+    void cleanup() { qunsetenv("KESTRUM_DISABLE_UPDATER"); }
+
+    void aCheckThatRunsIsNotDoubled()
+    {
+        const AptScript script("echo run >> \"${0%/*}/runs\"; sleep 0.2\n");
+        UpdateStage stage;
+        stage.checker.check();
+        stage.checker.check();
+        QVERIFY(stage.outcomes.wait(10'000));
+        QVERIFY(!stage.outcomes.wait(400));
+        QCOMPARE(stage.outcomes.count(), 1);
+        QCOMPARE(script.written("runs"), QByteArray("run"));
+        stage.check();
+        QCOMPARE(script.written("runs"), QByteArray("run\nrun"));
+    }
+
+    void theSettingsSayWhetherChecksArePossible()
+    {
+        const AptScript script(QByteArray {});
+        const Setting canCheck { Keys::updaterCanCheck };
+        {
+            UpdateChecker checker;
+            QVERIFY(!canCheck.value());
+            checker.start();
+            QVERIFY(canCheck.value());
+        }
+        qputenv("PATH", "/nothing here");
+        UpdateStage stage;
+        stage.checker.start();
+        QVERIFY(!canCheck.value());
+        QVERIFY(!stage.daily().isActive());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
+        QVERIFY(stage.check().startsWith(text("The check for updates failed: ")));
+    }
+
+    void theEnvironmentSwitchesItOff()
+    {
+        const AptScript script("echo run >> \"${0%/*}/runs\"\n");
+        qputenv("KESTRUM_DISABLE_UPDATER", "1");
+        Setting { Keys::updaterCanCheck }.set(true);
+        UpdateStage stage;
+        stage.checker.start();
+        QVERIFY(!Setting { Keys::updaterCanCheck }.value());
+        QVERIFY(!stage.daily().isActive());
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
+        QCOMPARE(stage.check(), text("The check for updates failed: It is switched off."));
+        QCOMPARE(script.written("runs"), QByteArray());
+        qputenv("KESTRUM_DISABLE_UPDATER", "0");
+        QCOMPARE(stage.check(), text("No source of updates is known."));
+    }
+
+    void itChecksByItselfWhileThatIsChosen()
+    {
+        using namespace std::chrono_literals;
+        const AptScript script(QByteArray {});
+        const Setting choice { Keys::updatesCheckAutomatically };
+        UpdateStage stage;
+        QTimer& daily = stage.daily();
+        QVERIFY(!daily.isActive());
+        stage.checker.start();
+        QVERIFY(daily.isActive());
+        QCOMPARE(daily.timerType(), Qt::VeryCoarseTimer);
+        QVERIFY(daily.intervalAsDuration() >= 1min && daily.intervalAsDuration() <= 10min);
+        choice.set(false);
+        QTRY_VERIFY(!daily.isActive());
+        choice.set(true);
+        QTRY_VERIFY(daily.isActive());
+    }
+
+    void itDoesNotCheckByItselfWhereThatIsNotChosen()
+    {
+        const AptScript script(QByteArray {});
+        Setting { Keys::updatesCheckAutomatically }.set(false);
+        UpdateStage stage;
+        stage.checker.start();
+        QVERIFY(!stage.daily().isActive());
+        QVERIFY(Setting { Keys::updaterCanCheck }.value());
+    }
+
+    void theNextCheckIsADayLaterAtSomeTime()
+    {
+        using namespace std::chrono_literals;
+        const AptScript script("echo run >> \"${0%/*}/runs\"\n");
+        UpdateStage stage;
+        stage.checker.start();
+        QTimer& daily = stage.daily();
+        QSet<qint64> intervals;
+        for (int i = 1; i <= 3; ++i) {
+            daily.start(0);
+            QTRY_COMPARE(script.written("runs").count("run"), i);
+            QVERIFY(daily.isActive());
+            QVERIFY(daily.intervalAsDuration() >= 23h && daily.intervalAsDuration() <= 25h);
+            intervals.insert(daily.interval());
+            QTest::qWait(quietTime);
+        }
+        QVERIFY(intervals.size() > 1);
+        // Nobody asked for these.
+        QCOMPARE(stage.outcomes.count(), 0);
+    }
+
+    void whoAsksDuringACheckOfItsOwnIsAnswered()
+    {
+        const AptScript script("echo run >> \"${0%/*}/runs\"; sleep 0.2\n");
+        UpdateStage stage;
+        stage.checker.start();
+        stage.daily().start(0);
+        QTRY_COMPARE(script.written("runs"), QByteArray("run"));
+        QCOMPARE(stage.check(), text("No source of updates is known."));
+        QCOMPARE(script.written("runs"), QByteArray("run"));
+    }
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, UpdateTimesTest)
+#include "UpdateTimesTest.moc"

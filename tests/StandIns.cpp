@@ -1,6 +1,5 @@
 #include "tests/StandIns.h"
 
-#include <QCoreApplication>
 #include <algorithm>
 #include <csignal>
 #include <ctime>
@@ -34,7 +33,7 @@ QString StandIns::install(const QString& relative) const
     const QString target = path(relative);
     QDir().mkpath(QFileInfo(target).path());
     QFile::remove(target);
-    QFile::copy(QCoreApplication::applicationDirPath() + QStringLiteral("/StandIn"), target);
+    QFile::copy(QStringLiteral(STAND_IN), target);
     return target;
 }
 

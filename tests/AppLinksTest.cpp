@@ -1,5 +1,5 @@
 #include "KestrumShared/Settings/SignalListener.h"
-#include "tests/AgentStage.h"
+#include "tests/LaunchStage.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
 
@@ -8,7 +8,7 @@
 
 using namespace kestrum;
 
-class AppLinksTest : public QObject, AgentStage {
+class AppLinksTest : public QObject, LaunchStage {
     Q_OBJECT
 
 private Q_SLOTS:

@@ -42,7 +42,11 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_surface, &LayerSurface::closed, &m_again, qOverload<>(&QTimer::start));
     connect(qGuiApp, &QGuiApplication::screenAdded, &m_again, qOverload<>(&QTimer::start));
 
+    m_strip.setAttribute(Qt::WA_TranslucentBackground);
+    m_sheet.setAttribute(Qt::WA_TranslucentBackground);
     m_tip.setPalette(QToolTip::palette());
+    m_tip.setBackgroundRole(QPalette::ToolTipBase);
+    m_tip.setForegroundRole(QPalette::ToolTipText);
     m_tip.setAutoFillBackground(true);
     m_tip.setFrameShape(QFrame::Box);
     m_tip.setMargin(2);

@@ -84,7 +84,6 @@ LayerSurface::LayerSurface(QWidget& widget)
     : m_widget(widget)
 {
     m_widget.setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::BypassWindowManagerHint);
-    m_widget.setAttribute(Qt::WA_TranslucentBackground);
     m_widget.setAttribute(Qt::WA_ShowWithoutActivating);
 }
 

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "tests/FileTree.h"
+#include "tests/Programs.h"
+
+#include <QImage>
+#include <QPoint>
+#include <QRasterWindow>
+
+namespace kestrum {
+
+/// A virtual display's desktop: a window manager, a window of somebody else's program, and a copy of the built bundle that is
+/// opened there. Made after the application object, among processes of its own; what runs of the bundle at the end is
+/// killed, by ids.
+class DesktopStage {
+public:
+    DesktopStage();
+    ~DesktopStage();
+    Q_DISABLE_COPY_MOVE(DesktopStage)
+
+    bool isUp() const { return m_isUp; }
+
+    QString bundle() const { return m_tree.path(QStringLiteral("Kestrum.app")); }
+    QString program(const char* name) const;
+    QString agentProgram() const;
+
+    /// Whether the agent of the bundle is that which was built, or one that does as KESTRUM_TEST_AGENT says
+    /// (tests/StandInAgentProgram.cpp).
+    void useBuiltAgent() const;
+    void useStandInAgent() const;
+    void removeAgent() const;
+
+    QByteArray kestrumctl(const QStringList& arguments) const;
+    void write(const char* key, const char* json) const;
+
+    /// Processes of the program at `path`; not their children, which are about to become other programs.
+    static QList<qint32> processes(const QString& path);
+    QList<qint32> settingsApplications() const { return processes(program("Kestrum")); }
+    void endSettingsApplications() const { end(program("Kestrum")); }
+    void endAgents() const { end(agentProgram()); }
+
+    /// The visible main window of a process, once it is there and painted; empty when it does not come.
+    static QByteArray windowOf(qint64 pid);
+    /// The window that has the focus.
+    static QByteArray activeWindow();
+
+    /// Somebody else's window.
+    QByteArray otherWindow() const { return QByteArray::number(m_other.winId()); }
+    /// People turn to it, or from it to `window`.
+    void turnToOther();
+    static void turnTo(const QByteArray& window);
+
+    /// A click in `window`, whose upper left corner is 0,0.
+    static void click(const QByteArray& window, QPoint place);
+    /// The colour of what is seen of `window`.
+    static QColor colour(const QByteArray& window, QPoint place);
+
+private:
+    static void end(const QString& path);
+
+    FileTree m_tree;
+    QRasterWindow m_other;
+    std::unique_ptr<QProcess> m_windowManager;
+    bool m_isUp = false;
+};
+
+} // namespace kestrum

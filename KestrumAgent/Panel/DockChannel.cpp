@@ -54,6 +54,9 @@ void DockChannel::fit()
     QPainterPath plate;
     plate.addRoundedRect(QRectF(QPointF(0, 0), size), PanelStrip::plateRadius, PanelStrip::plateRadius);
     m_strip.setMask(QRegion(plate.toFillPolygon().toPolygon()));
+    if (m_strip.isVisible())
+        return;
+    X11Window::putOnAllDesktops(m_strip);
     m_strip.show();
 }
 

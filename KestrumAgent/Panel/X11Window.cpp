@@ -26,16 +26,20 @@ xcb_atom_t atom(xcb_connection_t* connection, const char* name)
 
 void X11Window::makeDock(QWidget& window)
 {
-    const WId id = window.winId();
+    window.winId();
     // Qt hears of the type only when there is a window to give it to.
     window.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
+}
+
+void X11Window::putOnAllDesktops(const QWidget& window)
+{
     auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     xcb_connection_t* connection = x11 ? x11->connection() : nullptr;
     if (!connection)
         return;
     // Not every window manager takes it from the type.
     constexpr uint32_t everyDesktop = 0xFFFFFFFF;
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, xcb_window_t(id),
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, xcb_window_t(window.winId()),
         atom(connection, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1, &everyDesktop);
 }
 

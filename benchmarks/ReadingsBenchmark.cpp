@@ -1,0 +1,167 @@
+// What a tick of the agent costs beside bare reads of the same files, and what a second of it costs the machine.
+//
+//   bare/…      the system calls alone, with a kept descriptor and one buffer
+//   reader/…    one reader
+//   tick/…      a sample of what the items need: "fast" without any worker, "factory" with the factory's four items, where a
+//               worker reads volume and supplies beside
+//   second/…    ten seconds of sampling at 1 Hz: processor time and wake-ups of the whole process for each tick
+//
+// Sensors cost what their devices take; a machine without any measures nothing here.
+
+#include "KestrumAgent/Readings/Sampler.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/FreshSettings.h"
+#include "tests/TestHome.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+namespace {
+
+constexpr const char* statPath = "/proc/stat";
+constexpr const char* memoryPath = "/proc/meminfo";
+constexpr const char* pressurePath = "/proc/pressure/memory";
+
+void readBare(benchmark::State& state, const std::vector<const char*>& paths)
+{
+    std::vector<FileDescriptor> files;
+    for (const char* path : paths)
+        files.emplace_back(::open(path, O_RDONLY | O_CLOEXEC));
+    std::vector<char> buffer(64 * 1024);
+    for ([[maybe_unused]] auto _ : state) {
+        for (const FileDescriptor& file : files)
+            benchmark::DoNotOptimize(::pread(file.get(), buffer.data(), buffer.size(), 0));
+    }
+}
+
+void askVolumeBare(benchmark::State& state)
+{
+    for ([[maybe_unused]] auto _ : state) {
+        struct statvfs volume { };
+        benchmark::DoNotOptimize(::statvfs("/", &volume));
+    }
+}
+
+void readLoad(benchmark::State& state)
+{
+    CPULoad load;
+    for ([[maybe_unused]] auto _ : state)
+        load.sample();
+}
+
+void readMemory(benchmark::State& state)
+{
+    MemoryUse memory;
+    for ([[maybe_unused]] auto _ : state)
+        memory.sample();
+}
+
+void readPressure(benchmark::State& state)
+{
+    MemoryPressure pressure;
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(pressure.read());
+}
+
+void readStorage(benchmark::State& state)
+{
+    const StorageUse storage;
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(storage.read());
+}
+
+void readSupplies(benchmark::State& state)
+{
+    SystemPower power;
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(power.read());
+}
+
+void tick(benchmark::State& state, const WantedReadings& wanted)
+{
+    LiveReadings readings;
+    for ([[maybe_unused]] auto _ : state)
+        readings.sample(wanted);
+}
+
+double processorMicroseconds(const rusage& usage)
+{
+    const auto microseconds
+        = [](const timeval& time) { return double(time.tv_sec) * 1e6 + double(time.tv_usec); };
+    return microseconds(usage.ru_utime) + microseconds(usage.ru_stime);
+}
+
+void sampleForAWhile(benchmark::State& state, bool isShown)
+{
+    for (const auto& entry : allCases<MonitorSection>())
+        Setting(MeterSettings::visibilityKey(entry.value)).set(isShown);
+    Sampler sampler;
+    int ticks = 0;
+    QObject::connect(&sampler, &Sampler::sampled, [&ticks] { ++ticks; });
+    sampler.adoptSettings();
+    const auto rest = [](int milliseconds) {
+        QEventLoop loop;
+        QTimer::singleShot(milliseconds, Qt::PreciseTimer, &loop, &QEventLoop::quit);
+        loop.exec();
+    };
+    for ([[maybe_unused]] auto _ : state) {
+        rest(500);
+        ticks = 0;
+        rusage before {};
+        rusage after {};
+        ::getrusage(RUSAGE_SELF, &before);
+        rest(10'000);
+        ::getrusage(RUSAGE_SELF, &after);
+        const double divisor = std::max(ticks, 1);
+        state.counters["ticks"] = ticks;
+        state.counters["cpu_us_a_tick"]
+            = (processorMicroseconds(after) - processorMicroseconds(before)) / divisor;
+        // One of them is the end of the ten seconds.
+        state.counters["wakeups_a_tick"] = double(after.ru_nvcsw - before.ru_nvcsw - 1) / divisor;
+    }
+}
+
+void registerAll()
+{
+    using benchmark::RegisterBenchmark;
+    RegisterBenchmark("bare/stat", readBare, std::vector { statPath });
+    RegisterBenchmark("reader/load", readLoad);
+    RegisterBenchmark("bare/meminfo", readBare, std::vector { memoryPath });
+    RegisterBenchmark("reader/memory", readMemory);
+    RegisterBenchmark("bare/pressure", readBare, std::vector { pressurePath });
+    RegisterBenchmark("reader/pressure", readPressure);
+    RegisterBenchmark("bare/statvfs", askVolumeBare);
+    RegisterBenchmark("reader/storage", readStorage);
+    RegisterBenchmark("reader/supplies", readSupplies);
+    RegisterBenchmark("bare/fast", readBare, std::vector { statPath, memoryPath, pressurePath });
+    WantedReadings fast;
+    fast.cpuLoad = fast.memory = fast.memoryPressure = true;
+    RegisterBenchmark("tick/fast", tick, fast);
+    const QList<MonitorSection> all { MonitorSection::cpu, MonitorSection::memory, MonitorSection::storage,
+        MonitorSection::sensors };
+    RegisterBenchmark("tick/factory", tick, WantedReadings::of(all))->UseRealTime();
+    RegisterBenchmark("second/shown", sampleForAWhile, true)->Iterations(1);
+    RegisterBenchmark("second/hidden", sampleForAWhile, false)->Iterations(1);
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const TestHome home;
+    const QCoreApplication application(argc, argv);
+    registerFactoryDefaults();
+    benchmark::Initialize(&argc, argv);
+    registerAll();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}

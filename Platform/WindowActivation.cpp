@@ -154,7 +154,8 @@ void WindowActivation::bringForward(QWindow& window, const QByteArray& token)
     window.setVisible(true);
     window.raise();
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    if (!x11) {
+    // Qt's platform without a display has the interface too, and nothing behind it.
+    if (!x11 || !x11->connection()) {
         activateOnWayland(window, token);
         return;
     }

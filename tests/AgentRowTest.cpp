@@ -123,7 +123,7 @@ private Q_SLOTS:
 
     void theStateIsTranslatedAndTheNameIsNot()
     {
-        const TestBundle bundle("<plist version=\"1.0\"><dict/></plist>", { "en", "de" });
+        const TestBundle bundle("{ CFBundleName = Kestrum; }", { "en", "de" });
         bundle.writeTable("de",
             "\"On\" = \"Ein\"; \"Off\" = \"Aus\"; \"Kestrum\" = \"Turmfalke\"; \"Kestrum menu bar\" = "
             "\"Leiste\";");

@@ -23,8 +23,7 @@ public:
         qunsetenv("KESTRUM_TEST_AGENT");
         qputenv("KESTRUM_TEST_REPORT", QFile::encodeName(reportPath()));
         forgetSettings();
-        m_tree.write(
-            QStringLiteral("Kestrum.app/Contents/Info.plist"), "<plist version=\"1.0\"><dict/></plist>");
+        m_tree.write(QStringLiteral("Kestrum.app/Contents/Info.plist"), "{ CFBundleName = Kestrum; }");
         Bundle::setMain(Bundle(m_tree.path(QStringLiteral("Kestrum.app"))));
     }
     ~AgentStage() { endAgents(); }

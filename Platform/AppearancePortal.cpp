@@ -28,6 +28,9 @@ constexpr char16_t interface[] = u"org.freedesktop.portal.Settings";
 constexpr char16_t appearanceGroup[] = u"org.freedesktop.appearance";
 constexpr char16_t schemeKey[] = u"color-scheme";
 constexpr char16_t accentKey[] = u"accent-color";
+constexpr char16_t motionKey[] = u"reduced-motion";
+constexpr char16_t gnomeGroup[] = u"org.gnome.desktop.interface";
+constexpr char16_t animationsKey[] = u"enable-animations";
 
 QString text(const char16_t* characters)
 {
@@ -51,6 +54,18 @@ std::optional<ColourScheme> schemeOf(const QVariant& value)
             return ColourScheme::light;
     }
     return std::nullopt;
+}
+
+std::optional<bool> reductionOf(const QVariant& value)
+{
+    if (value.metaType() != QMetaType::fromType<uint>() || value.toUInt() > 1)
+        return std::nullopt;
+    return value.toUInt() == 1;
+}
+
+std::optional<bool> truthOf(const QVariant& value)
+{
+    return value.metaType() == QMetaType::fromType<bool>() ? std::optional(value.toBool()) : std::nullopt;
 }
 
 // Three sRGB components; out of 0…1 when the desktop has no accent.
@@ -118,17 +133,18 @@ void AppearancePortal::follow()
     QDBusConnection(connectionName())
         .connect(QString(), text(path), text(interface), QStringLiteral("SettingChanged"), this,
             SLOT(settingChanged(QString, QString, QDBusVariant)));
-    ask(text(schemeKey));
-    ask(text(accentKey));
+    for (const char16_t* key : { schemeKey, accentKey, motionKey })
+        ask(appearanceGroup, key);
+    ask(gnomeGroup, animationsKey);
 }
 
-void AppearancePortal::ask(const QString& key)
+void AppearancePortal::ask(const char16_t* group, const char16_t* key)
 {
     QDBusMessage call
         = QDBusMessage::createMethodCall(text(service), text(path), text(interface), QStringLiteral("Read"));
-    call << text(appearanceGroup) << key;
+    call << text(group) << text(key);
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(connectionName()).asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key, watcher] {
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key = text(key), watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
         // An error is an answer: there is no portal, or it does not know the key.
@@ -139,7 +155,7 @@ void AppearancePortal::ask(const QString& key)
 
 void AppearancePortal::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
 {
-    if (group == text(appearanceGroup))
+    if (group == text(appearanceGroup) || (group == text(gnomeGroup) && key == text(animationsKey)))
         adopt(key, value.variant());
 }
 
@@ -147,11 +163,16 @@ void AppearancePortal::adopt(const QString& key, const QVariant& value)
 {
     const auto scheme = m_scheme;
     const auto accent = m_accent;
+    const bool reducesMotion = this->reducesMotion();
     if (key == text(schemeKey))
         m_scheme = schemeOf(unwrapped(value));
     else if (key == text(accentKey))
         m_accent = accentOf(unwrapped(value));
-    if (scheme != m_scheme || accent != m_accent)
+    else if (key == text(motionKey))
+        m_reducesMotion = reductionOf(unwrapped(value));
+    else if (key == text(animationsKey))
+        m_animates = truthOf(unwrapped(value));
+    if (scheme != m_scheme || accent != m_accent || reducesMotion != this->reducesMotion())
         Q_EMIT changed();
 }
 

@@ -160,8 +160,8 @@ QByteArray DesktopEntry::text() const
 QByteArray DesktopEntry::escaped(const QByteArray& text)
 {
     QByteArray value;
-    for (const char character : text) {
-        switch (character) {
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        switch (text[i]) {
         case '\\':
             value += "\\\\";
             break;
@@ -175,10 +175,10 @@ QByteArray DesktopEntry::escaped(const QByteArray& text)
             value += "\\t";
             break;
         case ' ':
-            value += value.isEmpty() ? "\\s" : " ";
+            value += i == 0 || i + 1 == text.size() ? "\\s" : " ";
             break;
         default:
-            value += character;
+            value += text[i];
         }
     }
     return value;
@@ -206,6 +206,10 @@ QByteArray DesktopEntry::unescaped(const QByteArray& value)
 QByteArray DesktopEntry::command(const QByteArray& program)
 {
     QByteArray quoted("\"");
+    // GLib looks for the program before it makes one of two percent signs, and so never finds it. A shell that starts what it
+    // is given is found.
+    if (program.contains('%'))
+        quoted = "/bin/sh -c \"exec \\\"\\$0\\\"\" \"";
     for (const char character : program) {
         if (QByteArrayView("\"`$\\").contains(character))
             quoted += '\\';

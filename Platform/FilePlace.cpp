@@ -2,11 +2,18 @@
 
 #include "Platform/FileReplacement.h"
 
+#include <QDir>
 #include <climits>
 #include <fcntl.h>
 #include <sys/stat.h>
 
 namespace kestrum {
+
+QString FilePlace::configDirectory()
+{
+    const QString directory = qEnvironmentVariable("XDG_CONFIG_HOME");
+    return QDir::isAbsolutePath(directory) ? directory : QDir::homePath() + QStringLiteral("/.config");
+}
 
 FilePlace::Place FilePlace::of(const QByteArray& path)
 {

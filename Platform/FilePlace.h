@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
+#include <QString>
 #include <optional>
 
 namespace kestrum {
@@ -16,6 +17,9 @@ struct Place {
     QByteArray directory;
     QByteArray name;
 };
+
+/// "$XDG_CONFIG_HOME" where that is an absolute path, else "~/.config".
+QString configDirectory();
 
 /// The directory and the name of `path`.
 Place of(const QByteArray& path);

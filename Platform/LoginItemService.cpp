@@ -121,8 +121,7 @@ LoginItemService::LoginItemService(const QString& identifier, const QString& pro
 
 QString LoginItemService::entryPath() const
 {
-    return QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation)
-        + QStringLiteral("/autostart/%1.desktop").arg(m_identifier);
+    return FilePlace::configDirectory() + QStringLiteral("/autostart/%1.desktop").arg(m_identifier);
 }
 
 LoginItemService::Status LoginItemService::status() const

@@ -41,6 +41,11 @@ SystemAppearance::SystemAppearance()
     });
 }
 
+bool SystemAppearance::reducesMotion() const
+{
+    return m_portal->reducesMotion();
+}
+
 void SystemAppearance::setScheme(ColourScheme scheme, const std::optional<QColor>& accent)
 {
     m_isFixed = true;

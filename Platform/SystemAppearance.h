@@ -22,6 +22,9 @@ public:
     /// Nothing where the desktop names none.
     const std::optional<QColor>& accent() const { return m_accent; }
 
+    /// Whether things that move should rather stand still.
+    bool reducesMotion() const;
+
     /// Fixes scheme and accent, for pictures and tests; nothing follows the desktop from then on.
     void setScheme(ColourScheme scheme, const std::optional<QColor>& accent = std::nullopt);
 

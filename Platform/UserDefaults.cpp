@@ -14,6 +14,7 @@
 #include "Platform/Bundle.h"
 #include "Platform/DirectoryWatch.h"
 #include "Platform/FileName.h"
+#include "Platform/FilePlace.h"
 #include "Platform/GenerationCounter.h"
 #include "Platform/LayeredValues.h"
 #include "Platform/Log.h"
@@ -46,12 +47,6 @@ QString fileIn(const QString& directory, const QString& name)
         + QString::fromLatin1(FileName::encoded(name, fileSuffix).value_or(QByteArray()));
 }
 
-QString userDirectory()
-{
-    const QString directory = qEnvironmentVariable("XDG_CONFIG_HOME");
-    return QDir::isAbsolutePath(directory) ? directory : QDir::homePath() + QStringLiteral("/.config");
-}
-
 QJsonObject administeredValues(const QString& name)
 {
     QString directories = qEnvironmentVariable("XDG_CONFIG_DIRS");
@@ -79,7 +74,7 @@ struct UserDefaults::Domain {
     Domain(UserDefaults* owner, const QString& domainName)
         : defaults(owner)
         , name(domainName)
-        , file(fileIn(userDirectory(), domainName))
+        , file(fileIn(FilePlace::configDirectory(), domainName))
         , counter(GenerationCounter::open(domainName))
         , seenGeneration(generation())
     {

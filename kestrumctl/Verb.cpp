@@ -6,8 +6,9 @@ namespace kestrum {
 
 std::span<const Verb* const> allVerbs()
 {
-    static constexpr const Verb* verbs[] = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb,
-        &importVerb, &postVerb, &listenVerb, &agentsVerb, &agentVerb, &describeVerb, &renderVerb, &openVerb };
+    static constexpr const Verb* verbs[]
+        = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb, &importVerb, &postVerb, &listenVerb,
+              &agentsVerb, &agentVerb, &describeVerb, &renderVerb, &openVerb, &loginItemVerb };
     return verbs;
 }
 
@@ -29,7 +30,7 @@ QByteArray programUsage()
                       "\n"
                       "Verbs:\n";
     for (const Verb* verb : allVerbs())
-        text += "  " + QByteArray(verb->name).leftJustified(10) + verb->summary + '\n';
+        text += "  " + QByteArray(verb->name).leftJustified(12) + verb->summary + '\n';
     return text
         + "\n"
           "\"kestrumctl VERB --help\" tells more about a verb; \"kestrumctl --version\" prints the version.\n"

@@ -33,6 +33,7 @@ extern const Verb listenVerb;
 extern const Verb openVerb;
 extern const Verb agentsVerb;
 extern const Verb agentVerb;
+extern const Verb loginItemVerb;
 extern const Verb describeVerb;
 extern const Verb renderVerb;
 

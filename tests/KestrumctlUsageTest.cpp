@@ -15,7 +15,7 @@ using Kestrumctl::words;
 const QStringList verbs { QStringLiteral("read"), QStringLiteral("write"), QStringLiteral("delete"),
     QStringLiteral("watch"), QStringLiteral("export"), QStringLiteral("import"), QStringLiteral("post"),
     QStringLiteral("listen"), QStringLiteral("agents"), QStringLiteral("agent"), QStringLiteral("describe"),
-    QStringLiteral("render"), QStringLiteral("open") };
+    QStringLiteral("render"), QStringLiteral("open"), QStringLiteral("login-item") };
 
 } // namespace
 

@@ -40,6 +40,10 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, AccentComponents&
     return argument;
 }
 
+const QString appearanceGroup = QStringLiteral("org.freedesktop.appearance");
+const QString gnomeGroup = QStringLiteral("org.gnome.desktop.interface");
+const QString animationsKey = QStringLiteral("enable-animations");
+
 class FakePortal : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.portal.Settings")
@@ -53,7 +57,7 @@ public:
         settings[key] = value;
         QDBusMessage signal = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
             QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("SettingChanged"));
-        signal << QStringLiteral("org.freedesktop.appearance") << key
+        signal << (key == animationsKey ? gnomeGroup : appearanceGroup) << key
                << QVariant::fromValue(QDBusVariant(value));
         connection.send(signal);
     }
@@ -66,7 +70,8 @@ public Q_SLOTS:
             call.setDelayedReply(true);
             return QDBusVariant();
         }
-        if (group != QStringLiteral("org.freedesktop.appearance") || !settings.contains(key)) {
+        const bool isOfGroup = group == (key == animationsKey ? gnomeGroup : appearanceGroup);
+        if (!isOfGroup || !settings.contains(key)) {
             call.setDelayedReply(true);
             QDBusConnection(QStringLiteral("portal"))
                 .send(call.createErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"),
@@ -195,6 +200,26 @@ private Q_SLOTS:
         QTRY_VERIFY(portal.scheme());
         m_portal.change(schemeKey, QVariant(QStringLiteral("dark")), bus);
         QTRY_VERIFY(!portal.scheme());
+    }
+
+    void desktopAsksForLessMotionInTwoWays()
+    {
+        QVERIFY(startPortal());
+        m_portal.settings = { { animationsKey, QVariant(false) } };
+        AppearancePortal portal;
+        QVERIFY(!portal.reducesMotion());
+        portal.start(AppearancePortal::sessionBusAddress());
+        QTRY_VERIFY(portal.reducesMotion());
+        const QDBusConnection bus(QStringLiteral("portal"));
+        // The way of all desktops goes before that of one.
+        const QString motionKey = QStringLiteral("reduced-motion");
+        m_portal.change(motionKey, QVariant(0U), bus);
+        QTRY_VERIFY(!portal.reducesMotion());
+        m_portal.change(animationsKey, QVariant(true), bus);
+        m_portal.change(motionKey, QVariant(1U), bus);
+        QTRY_VERIFY(portal.reducesMotion());
+        m_portal.change(motionKey, QVariant(7U), bus);
+        QTRY_VERIFY(!portal.reducesMotion());
     }
 
     void silentPortalKeepsNobodyWaiting()

@@ -12,7 +12,7 @@ namespace kestrum {
 namespace {
 
 constexpr int leastHeight = 40;
-constexpr int leastRoom = 9; ///< above and below what the row holds, the hairline included
+constexpr int leastRoom = 9; ///< above and below what the row holds, the hairline between rows included
 constexpr int gap = 12;      ///< between text and control
 constexpr int gapAbove = 6;  ///< of a control below its text
 
@@ -32,7 +32,7 @@ Row::Row(const QString& text, QWidget* control, QWidget* parent)
     m_label->setFont(Theme::font(Theme::TextStyle::body));
     m_label->setTextFormat(Qt::PlainText);
     m_label->setWordWrap(true);
-    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);
     if (!control)
@@ -80,8 +80,7 @@ Row::Places Row::places(int width) const
     }
     places.height
         = std::max({ leastHeight, labelHeight + 2 * leastRoom, control.height() + 2 * leastRoom - 4 });
-    // The first point is the hairline's.
-    const auto centred = [&places](int height) { return (places.height + 1 - height) / 2; };
+    const auto centred = [&places](int height) { return (places.height - height) / 2; };
     places.label = QRect(Theme::rowInset, centred(labelHeight), labelWidth, labelHeight);
     places.control
         = QRect(QPoint(width - Theme::rowInset - control.width(), centred(control.height())), control);

@@ -54,7 +54,7 @@ void Switch::slide(bool isOn)
 {
     const double end = isOn ? 1 : 0;
     m_slide.stop();
-    if (!isVisible()) {
+    if (!isVisible() || SystemAppearance::shared().reducesMotion()) {
         moveKnob(end);
         return;
     }

@@ -1,0 +1,68 @@
+#include "KestrumShared/Machine/AgentLoginItem.h"
+#include "kestrumctl/NearestNames.h"
+#include "kestrumctl/Verb.h"
+
+namespace kestrum {
+
+namespace {
+
+using Status = LoginItemService::Status;
+
+QByteArray name(Status status)
+{
+    switch (status) {
+    case Status::notRegistered:
+        return "notRegistered";
+    case Status::enabled:
+        return "enabled";
+    case Status::requiresApproval:
+        return "requiresApproval";
+    case Status::notFound:
+        return "notFound";
+    }
+    return {};
+}
+
+ExitCode run(const CommandLine& line)
+{
+    const QString& word = line.arguments().constFirst();
+    const QStringList words { QStringLiteral("status"), QStringLiteral("on"), QStringLiteral("off") };
+    if (!words.contains(word))
+        return Console::wrongUse(NearestNames::unknown("request", word, words));
+    if (const auto block = AgentLoginItem::block())
+        return Console::failed(QString::fromUtf8(AgentLoginItem::message(*block)));
+
+    const LoginItemService service = AgentLoginItem::service();
+    if (word == words[0])
+        return Console::print(name(service.status()) + '\n');
+    const auto error = word == words[1] ? service.registerItem() : service.unregister();
+    if (error && !AgentLoginItem::isHarmless(*error))
+        return Console::failed(error->text);
+    return ExitCode::done;
+}
+
+} // namespace
+
+const Verb loginItemVerb {
+    "login-item",
+    "status|on|off",
+    "start the agent at login",
+    "Tells whether the desktop starts the agent at login, or switches that on or off. States:\n"
+    "\n"
+    "  notRegistered     it does not\n"
+    "  enabled           it does\n"
+    "  requiresApproval  the desktop's own settings switched it off; \"on\" switches it on again\n"
+    "  notFound          it would, but what it would start is not there\n"
+    "\n"
+    "Exit code 1, with the reason, when that cannot be done here: for root, for a copy without an agent, and "
+    "where\n"
+    "KESTRUM_NO_LOGIN_ITEM is 1.\n",
+    {},
+    1,
+    1,
+    false,
+    false,
+    run,
+};
+
+} // namespace kestrum

@@ -1,0 +1,227 @@
+#include "Platform/LoginItemService.h"
+
+#include "tests/LoginItemStage.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QTest>
+#include <fcntl.h>
+#include <sys/stat.h>
+
+using namespace kestrum;
+using Status = LoginItemService::Status;
+
+/// What others have in the entry, and what else may stand in its place.
+class LoginItemEntryTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { m_stage = std::make_unique<LoginItemStage>(); }
+    void init() { LoginItemStage::clear(); }
+    void cleanupTestCase() { m_stage.reset(); }
+
+    void foreignKeysCommentsAndGroupsStayWhenItIsSwitchedOnAgain()
+    {
+        write(LoginItemStage::entry(), foreignEntry());
+        QCOMPARE(service().status(), Status::requiresApproval);
+        QVERIFY(!service().registerItem());
+        QCOMPARE(service().status(), Status::enabled);
+        verifyForeign();
+        // In their order, and ours where it stood.
+        const QByteArray text = contentOf(LoginItemStage::entry());
+        QVERIFY(
+            text.startsWith("# my own\n[Desktop Entry]\nType=Application\nName=Kestrum\nName[de]=Meins\n"));
+        QVERIFY(text.indexOf("Hidden=false") < text.indexOf("X-GNOME-Autostart-Delay"));
+        QVERIFY(text.endsWith("\n\n[X-Mine]\nExec=other\n"));
+    }
+
+    void foreignKeysOutlastSwitchingOffAndOn()
+    {
+        write(LoginItemStage::entry(), foreignEntry());
+        QVERIFY(!service().unregister());
+        QCOMPARE(service().status(), Status::notRegistered);
+        QVERIFY(
+            QDir(LoginItemStage::folder()).entryList({ QStringLiteral("*.desktop") }, QDir::Files).isEmpty());
+        QVERIFY(!service().registerItem());
+        QCOMPARE(service().status(), Status::enabled);
+        verifyForeign();
+        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 1);
+    }
+
+    void anEntryOfOursAloneLeavesNothingBehind()
+    {
+        QVERIFY(!service().registerItem());
+        QVERIFY(!service().unregister());
+        QVERIFY(QDir(LoginItemStage::folder())
+                    .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
+                    .isEmpty());
+    }
+
+    void aLinkedEntryIsChangedWhereItIs()
+    {
+        const QString kept = TestHome::root() + QStringLiteral("/dotfiles/agent.desktop");
+        write(kept, foreignEntry());
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QVERIFY(QFile::link(QStringLiteral("../../dotfiles/agent.desktop"), LoginItemStage::entry()));
+        QVERIFY(!service().registerItem());
+        QVERIFY(QFileInfo(LoginItemStage::entry()).isSymLink());
+        QVERIFY(contentOf(kept).contains("Hidden=false"));
+        QCOMPARE(service().status(), Status::enabled);
+        // Switched off, the link is out of the way and the file as it was.
+        const QByteArray text = contentOf(kept);
+        QVERIFY(!service().unregister());
+        QCOMPARE(contentOf(kept), text);
+        QCOMPARE(service().status(), Status::notRegistered);
+        // And it is the same link again.
+        QVERIFY(!service().registerItem());
+        QVERIFY(QFileInfo(LoginItemStage::entry()).isSymLink());
+        QCOMPARE(service().status(), Status::enabled);
+    }
+
+    void aLinkThatLeadsNowhereIsFollowed()
+    {
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        const QString target = TestHome::root() + QStringLiteral("/new.desktop");
+        QFile::remove(target);
+        QVERIFY(QFile::link(target, LoginItemStage::entry()));
+        QCOMPARE(service().status(), Status::notRegistered);
+        QVERIFY(!service().registerItem());
+        QVERIFY(QFileInfo(LoginItemStage::entry()).isSymLink());
+        QVERIFY(contentOf(target).contains("Exec="));
+    }
+
+    void theModeOfTheEntryStays()
+    {
+        write(LoginItemStage::entry(), foreignEntry());
+        const QByteArray path = QFile::encodeName(LoginItemStage::entry());
+        QCOMPARE(::chmod(path.constData(), 0640), 0);
+        QVERIFY(!service().registerItem());
+        struct stat state;
+        QCOMPARE(::stat(path.constData(), &state), 0);
+        QCOMPARE(int(state.st_mode & 0777), 0640);
+    }
+
+    void aDamagedEntryIsKeptAsideAndWhatIsSoundInItStays_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        QTest::newRow("words") << foreignEntry() + "words\n";
+        QTest::newRow("zeros") << foreignEntry() + QByteArray(100, '\0');
+        QTest::newRow("a byte order mark") << "\xEF\xBB\xBF" + foreignEntry();
+        QTest::newRow("another group first") << "[First]\nA=1\n" + foreignEntry().remove(0, 9);
+    }
+
+    void aDamagedEntryIsKeptAsideAndWhatIsSoundInItStays()
+    {
+        QFETCH(const QByteArray, text);
+        write(LoginItemStage::entry(), text);
+        QCOMPARE(service().status(), Status::notFound);
+        QVERIFY(!service().registerItem());
+        QCOMPARE(service().status(), Status::enabled);
+        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-GNOME-Autostart-Delay=10\n"));
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".damaged-1")), text);
+    }
+
+    void aDamagedEntryIsNotDeleted()
+    {
+        write(LoginItemStage::entry(), "not at all an entry");
+        QVERIFY(!service().unregister());
+        QCOMPARE(service().status(), Status::notRegistered);
+        QCOMPARE(
+            contentOf(LoginItemStage::entry() + QStringLiteral(".off")), QByteArray("not at all an entry"));
+    }
+
+    void anEmptyFileIsAnEntryWithoutAProgram()
+    {
+        write(LoginItemStage::entry(), {});
+        QCOMPARE(service().status(), Status::notFound);
+        QVERIFY(!service().registerItem());
+        QCOMPARE(service().status(), Status::enabled);
+        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 1);
+    }
+
+    void aHugeFileIsNeitherReadNorWrittenOver()
+    {
+        const QByteArray huge = foreignEntry() + '#' + QByteArray(2 * 1024 * 1024, 'x') + '\n';
+        write(LoginItemStage::entry(), huge);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(service().status(), Status::notFound);
+        const auto error = service().registerItem();
+        QVERIFY(timer.elapsed() < 1000);
+        QVERIFY(error);
+        QCOMPARE(error->code, -EFBIG);
+        QVERIFY2(error->text.contains(LoginItemStage::entry()), qPrintable(error->text));
+        QCOMPARE(contentOf(LoginItemStage::entry()), huge);
+        QVERIFY(!service().unregister());
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), huge);
+    }
+
+    void aFolderInItsPlaceStays()
+    {
+        write(LoginItemStage::entry() + QStringLiteral("/mine"), "x");
+        QCOMPARE(service().status(), Status::notFound);
+        const auto registered = service().registerItem();
+        const auto removed = service().unregister();
+        QVERIFY(registered && removed);
+        QCOMPARE(registered->code, -EISDIR);
+        QCOMPARE(removed->code, -EISDIR);
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral("/mine")), QByteArray("x"));
+    }
+
+    void aPipeInItsPlaceMakesNobodyWait()
+    {
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QCOMPARE(::mkfifo(QFile::encodeName(LoginItemStage::entry()).constData(), 0600), 0);
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(service().status(), Status::notFound);
+        QVERIFY(service().registerItem());
+        QVERIFY(service().unregister());
+        QVERIFY(timer.elapsed() < 1000);
+        QVERIFY(QFileInfo::exists(LoginItemStage::entry()));
+    }
+
+    void aFullLoopOfLinksIsAnError()
+    {
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QVERIFY(QFile::link(LoginItemStage::entry(), LoginItemStage::entry()));
+        QCOMPARE(service().status(), Status::notFound);
+        const auto error = service().registerItem();
+        QVERIFY(error);
+        QCOMPARE(error->code, -ELOOP);
+    }
+
+    void whatAKilledWriterLeftIsSweptLater()
+    {
+        const QString leftover = LoginItemStage::folder() + QStringLiteral("/.kestrum-0123456789abcdef.tmp");
+        write(leftover, "half");
+        const struct timespec longAgo[2] = { { 1'000'000, 0 }, { 1'000'000, 0 } };
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(leftover).constData(), longAgo, 0), 0);
+        QVERIFY(!service().registerItem());
+        QVERIFY(!QFile::exists(leftover));
+    }
+
+private:
+    LoginItemService service() const { return m_stage->service(); }
+
+    QByteArray foreignEntry() const
+    {
+        return "# my own\n[Desktop Entry]\nType=Application\nName=Old\nName[de]=Meins\nExec=\""
+            + QFile::encodeName(m_stage->agentProgram())
+            + "\"\nHidden=true\nX-GNOME-Autostart-Delay=10\n# "
+              "stays\nOnlyShowIn=XFCE;\n\n[X-Mine]\nExec=other\n";
+    }
+
+    static void verifyForeign()
+    {
+        const QByteArray text = contentOf(LoginItemStage::entry());
+        for (const char* line : { "# my own\n", "Name[de]=Meins\n", "X-GNOME-Autostart-Delay=10\n",
+                 "# stays\n", "OnlyShowIn=XFCE;\n", "[X-Mine]\nExec=other\n" })
+            QVERIFY2(text.contains(line), line);
+    }
+
+    std::unique_ptr<LoginItemStage> m_stage;
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, LoginItemEntryTest)
+#include "LoginItemEntryTest.moc"

@@ -1,0 +1,374 @@
+#include "Kestrum/Agent/LoginItemManager.h"
+
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/FreshSettings.h"
+#include "tests/LoginItemStage.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace kestrum;
+using Status = LoginItemService::Status;
+using Block = LoginItemManager::Block;
+
+namespace {
+
+QStringList logged;
+
+void remember(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (type == QtCriticalMsg && qstrcmp(context.category, "com.orvale.kestrum.loginItem") == 0)
+        logged.append(message);
+}
+
+/// A variable of the environment for as long as this lives.
+struct Variable {
+    const char* name;
+    Variable(const char* variable, const char* value)
+        : name(variable)
+    {
+        qputenv(name, value);
+    }
+    ~Variable() { qunsetenv(name); }
+    Q_DISABLE_COPY_MOVE(Variable)
+};
+
+} // namespace
+
+class LoginItemManagerTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_stage = std::make_unique<LoginItemStage>();
+        registerFactoryDefaults();
+        qInstallMessageHandler(remember);
+    }
+    void init()
+    {
+        LoginItemStage::clear();
+        forgetSettings();
+        logged.clear();
+    }
+    void cleanupTestCase()
+    {
+        qInstallMessageHandler(nullptr);
+        m_stage.reset();
+    }
+
+    // The first one: what is known stays known as long as the process lives.
+    void atFirstNothingIsKnown()
+    {
+        LoginItemManager manager;
+        QVERIFY(!LoginItemManager::isKnown());
+        QCOMPARE(manager.status(), Status::notRegistered);
+        QVERIFY(!manager.lastError());
+        QVERIFY(!manager.isOn());
+        QVERIFY(!manager.needsApproval());
+        QSignalSpy changes(&manager, &LoginItemManager::changed);
+        manager.refresh();
+        // Read elsewhere, and told from the event loop.
+        QVERIFY(!LoginItemManager::isKnown());
+        // That it is known now is news, though the state is the same.
+        QTRY_COMPARE(changes.size(), 1);
+        QVERIFY(LoginItemManager::isKnown());
+        QCOMPARE(manager.status(), Status::notRegistered);
+    }
+
+    void refreshReadsTheRealState_data()
+    {
+        QTest::addColumn<QByteArray>("change");
+        QTest::addColumn<Status>("status");
+        QTest::addColumn<bool>("isOn");
+        QTest::addColumn<bool>("needsApproval");
+        QTest::newRow("enabled") << QByteArray("Hidden=false") << Status::enabled << true << false;
+        QTest::newRow("requiresApproval")
+            << QByteArray("Hidden=true") << Status::requiresApproval << true << true;
+        QTest::newRow("notFound") << QByteArray("TryExec=/nowhere") << Status::notFound << false << false;
+    }
+
+    void refreshReadsTheRealState()
+    {
+        QFETCH(const QByteArray, change);
+        QFETCH(const Status, status);
+        QFETCH(const bool, isOn);
+        QFETCH(const bool, needsApproval);
+        QVERIFY(!m_stage->service().registerItem());
+        QByteArray text = contentOf(LoginItemStage::entry());
+        write(LoginItemStage::entry(), text + change + '\n');
+        LoginItemManager manager;
+        manager.refresh();
+        QTRY_COMPARE(manager.status(), status);
+        QCOMPARE(manager.isOn(), isOn);
+        QCOMPARE(manager.needsApproval(), needsApproval);
+        QVERIFY(!manager.lastError());
+    }
+
+    void aNewManagerStartsFromWhatIsKnown()
+    {
+        QVERIFY(!m_stage->service().registerItem());
+        LoginItemManager first;
+        first.refresh();
+        QTRY_COMPARE(first.status(), Status::enabled);
+        const LoginItemManager second;
+        QCOMPARE(second.status(), Status::enabled);
+    }
+
+    void switchingOnShowsAtOnceAndRegisters()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        manager.setEnabled(true);
+        QCOMPARE(manager.status(), Status::enabled);
+        QCOMPARE(LoginItemManager().status(), Status::enabled);
+        QTRY_COMPARE(m_stage->service().status(), Status::enabled);
+        settle(manager, Status::enabled);
+        QVERIFY(!manager.lastError());
+        QCOMPARE(logged, QStringList());
+    }
+
+    void switchingOffShowsAtOnceAndRemoves()
+    {
+        QVERIFY(!m_stage->service().registerItem());
+        LoginItemManager manager;
+        settle(manager, Status::enabled);
+        manager.setEnabled(false);
+        QCOMPARE(manager.status(), Status::notRegistered);
+        QTRY_VERIFY(!QFile::exists(LoginItemStage::entry()));
+        settle(manager, Status::notRegistered);
+        QVERIFY(!manager.lastError());
+    }
+
+    void oneThatIsOnIsReplacedAfterAPause_data()
+    {
+        QTest::addColumn<QByteArray>("change");
+        QTest::addColumn<Status>("status");
+        QTest::newRow("enabled") << QByteArray("Exec=/bin/true") << Status::enabled;
+        QTest::newRow("requiresApproval") << QByteArray("Hidden=true") << Status::requiresApproval;
+    }
+
+    void oneThatIsOnIsReplacedAfterAPause()
+    {
+        QFETCH(const QByteArray, change);
+        QFETCH(const Status, status);
+        QVERIFY(!m_stage->service().registerItem());
+        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + change + "\nX-Mine=1\n");
+        LoginItemManager manager;
+        settle(manager, status);
+        QElapsedTimer timer;
+        timer.start();
+        manager.setEnabled(true);
+        // Unregistered first…
+        QTRY_VERIFY(!QFile::exists(LoginItemStage::entry()));
+        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        QVERIFY2(
+            timer.elapsed() >= 300 && timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        settle(manager, Status::enabled);
+        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=1\n"));
+        QVERIFY(contentOf(LoginItemStage::entry()).contains(m_stage->agentProgram().toUtf8()));
+        QVERIFY(!manager.lastError());
+    }
+
+    void oneThatIsOffIsRegisteredWithoutAPause()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        QElapsedTimer timer;
+        timer.start();
+        manager.setEnabled(true);
+        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        QVERIFY2(timer.elapsed() < 290, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void refusedWithCode12ThereIsNoMessage()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        // Somebody else is faster.
+        QVERIFY(!m_stage->service().registerItem());
+        QCOMPARE(m_stage->service().registerItem()->code, 12);
+        QSignalSpy changes(&manager, &LoginItemManager::changed);
+        manager.setEnabled(true);
+        QTest::qWait(100);
+        QCOMPARE(manager.status(), Status::enabled);
+        QVERIFY(!manager.lastError());
+        QCOMPARE(logged, QStringList());
+    }
+
+    void withNothingToRemoveThereIsNoMessage()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        manager.setEnabled(false);
+        QTest::qWait(100);
+        QVERIFY(!manager.lastError());
+        QCOMPARE(manager.status(), Status::notRegistered);
+        QCOMPARE(logged, QStringList());
+    }
+
+    void aProgramThatOthersMayChangeNeedsASignature()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        const auto owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+        QFile::setPermissions(m_stage->agentProgram(), owner | QFile::WriteOther);
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QFile::setPermissions(m_stage->agentProgram(), owner);
+        const QString message = QStringLiteral("This build is not signed. Login items need a signed build.");
+        QCOMPARE(*manager.lastError(), message);
+        QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + message });
+        // The switch goes back to the real state.
+        QTRY_COMPARE(manager.status(), Status::notRegistered);
+        // And the next change forgets the message at once.
+        manager.setEnabled(true);
+        QVERIFY(!manager.lastError());
+        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        settle(manager, Status::enabled);
+        QVERIFY(!manager.lastError());
+    }
+
+    void aFolderThatRefusesUsIsNotAllowed()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QCOMPARE(*manager.lastError(), QStringLiteral("Kestrum is not allowed to run in the background."));
+        QCOMPARE(logged.size(), 1);
+        QTRY_COMPARE(manager.status(), Status::notRegistered);
+    }
+
+    void anyOtherFailureIsToldInTheSystemsWords()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        write(LoginItemStage::folder(), "mine");
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QVERIFY(manager.lastError()->contains(LoginItemStage::folder()));
+        QVERIFY(manager.lastError()->contains(qt_error_string(ENOTDIR)));
+        QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + *manager.lastError() });
+    }
+
+    void messagesAreInTheInterfaceLanguage()
+    {
+        write(m_stage->bundlePath() + QStringLiteral("/Contents/Resources/de.lproj/Localizable.strings"),
+            contentOf(qEnvironmentVariable("KESTRUM_SOURCE")
+                + QStringLiteral("/Resources/de.lproj/Localizable.strings")));
+        Bundle::setMain(Bundle(m_stage->bundlePath()));
+        Setting { Keys::language }.set(QStringLiteral("de"));
+        for (const Block block : { Block::suppressed, Block::translocated, Block::incomplete }) {
+            QVERIFY(!LoginItemManager::message(block).isEmpty());
+            QVERIFY(LoginItemManager::message(block) != QString::fromUtf8(AgentLoginItem::message(block)));
+        }
+    }
+
+    void aBlockKeepsTheServiceUntouched_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::addColumn<QByteArray>("value");
+        QTest::newRow("no login item") << QByteArray("KESTRUM_NO_LOGIN_ITEM") << QByteArray("1");
+        QTest::newRow("interface test") << QByteArray("KESTRUM_UI_TESTING") << QByteArray("1");
+        QTest::newRow("unit test") << QByteArray("XCTestConfigurationFilePath") << QByteArray("");
+    }
+
+    void aBlockKeepsTheServiceUntouched()
+    {
+        QFETCH(const QByteArray, variable);
+        QFETCH(const QByteArray, value);
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        QSignalSpy changes(&manager, &LoginItemManager::changed);
+        QVERIFY(!LoginItemManager::block());
+        {
+            const Variable set(variable.constData(), value.constData());
+            QVERIFY(LoginItemManager::block() == Block::suppressed);
+            QCOMPARE(LoginItemManager::message(Block::suppressed),
+                QStringLiteral("Login items are disabled in this build."));
+            manager.setEnabled(true);
+            QTest::qWait(100);
+        }
+        QCOMPARE(changes.size(), 0);
+        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+        QCOMPARE(logged, QStringList());
+        QVERIFY(!LoginItemManager::block());
+    }
+
+    void trueDoesNotSuppress()
+    {
+        const Variable set("KESTRUM_NO_LOGIN_ITEM", "true");
+        QVERIFY(!LoginItemManager::block());
+    }
+
+    void aTranslocatedCopyIsToldEvenWithoutItsAgent()
+    {
+        const Bundle before = Bundle::main();
+        Bundle::setMain(Bundle(QStringLiteral("/private/AppTranslocation/1/Kestrum.app")));
+        QVERIFY(LoginItemManager::block() == Block::translocated);
+        QCOMPARE(LoginItemManager::message(Block::translocated),
+            QStringLiteral("Move Kestrum to your Applications folder first."));
+        {
+            const Variable set("KESTRUM_UI_TESTING", "1");
+            QVERIFY(LoginItemManager::block() == Block::suppressed);
+        }
+        Bundle::setMain(before);
+    }
+
+    void aCopyWithoutItsAgentIsIncomplete()
+    {
+        const QString away = m_stage->agentBundle() + QStringLiteral("-away");
+        QVERIFY(QFile::rename(m_stage->agentBundle(), away));
+        QVERIFY(LoginItemManager::block() == Block::incomplete);
+        QCOMPARE(LoginItemManager::message(Block::incomplete),
+            QStringLiteral("This copy of Kestrum is incomplete."));
+        QVERIFY(QFile::rename(away, m_stage->agentBundle()));
+        QVERIFY(!LoginItemManager::block());
+    }
+
+    void ofQuickChangesTheLastOneRemains()
+    {
+        for (const bool last : { true, false }) {
+            LoginItemManager manager;
+            settle(manager, m_stage->service().status());
+            for (const bool isOn : { true, false, true, false, true, false })
+                manager.setEnabled(isOn == last ? last : !last);
+            manager.setEnabled(last);
+            QTest::qWait(1500);
+            QCOMPARE(m_stage->service().status(), last ? Status::enabled : Status::notRegistered);
+            QCOMPARE(manager.status(), m_stage->service().status());
+            QVERIFY(!manager.lastError());
+        }
+    }
+
+    void aManagerMayGoWhileItsChangeIsMade()
+    {
+        {
+            LoginItemManager manager;
+            settle(manager, Status::notRegistered);
+            manager.setEnabled(true);
+            manager.refresh();
+        }
+        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        QTest::qWait(50);
+    }
+
+private:
+    /// Waits until the manager has read that state.
+    static void settle(LoginItemManager& manager, Status status)
+    {
+        manager.refresh();
+        QTest::qWait(30);
+        QTRY_COMPARE(manager.status(), status);
+    }
+
+    std::unique_ptr<LoginItemStage> m_stage;
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, LoginItemManagerTest)
+#include "LoginItemManagerTest.moc"

@@ -1,0 +1,250 @@
+#include "Platform/LoginItemService.h"
+
+#include "tests/LoginItemStage.h"
+
+#include <QCoreApplication>
+#include <QTest>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace kestrum;
+using Status = LoginItemService::Status;
+
+namespace {
+
+/// 0 for success, else the error's code.
+int codeOf(const std::optional<LoginItemService::Error>& error)
+{
+    return error ? error->code : 0;
+}
+
+QByteArray value(const QByteArray& key)
+{
+    for (const QByteArray& line : contentOf(LoginItemStage::entry()).split('\n')) {
+        if (line.startsWith(key + '='))
+            return line.mid(key.size() + 1);
+    }
+    return "absent";
+}
+
+} // namespace
+
+/// The four states and the errors.
+class LoginItemServiceTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { m_stage = std::make_unique<LoginItemStage>(); }
+    void init() { LoginItemStage::clear(); }
+    void cleanupTestCase() { m_stage.reset(); }
+
+    void withoutAnEntryItIsNotRegistered() { QCOMPARE(m_stage->service().status(), Status::notRegistered); }
+
+    void registeringWritesAnEntryThatStartsTheProgram()
+    {
+        const LoginItemService service = m_stage->service();
+        QCOMPARE(service.entryPath(), LoginItemStage::entry());
+        QCOMPARE(codeOf(service.registerItem()), 0);
+        QCOMPARE(service.status(), Status::enabled);
+        QCOMPARE(value("Type"), QByteArray("Application"));
+        QCOMPARE(value("Name"), QByteArray("Kestrum"));
+        QCOMPARE(value("Exec"), '"' + QFile::encodeName(m_stage->agentProgram()) + '"');
+        QCOMPARE(value("TryExec"), QFile::encodeName(m_stage->agentProgram()));
+        QCOMPARE(value("Hidden"), QByteArray("false"));
+        QCOMPARE(value("X-GNOME-Autostart-enabled"), QByteArray("true"));
+    }
+
+    void unregisteringTakesTheEntryAway()
+    {
+        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
+        QCOMPARE(codeOf(m_stage->service().unregister()), 0);
+        QCOMPARE(m_stage->service().status(), Status::notRegistered);
+        QVERIFY(QDir(LoginItemStage::folder()).isEmpty());
+    }
+
+    void desktopsSwitchItOffInTwoWays_data()
+    {
+        QTest::addColumn<QByteArray>("lines");
+        QTest::newRow("hidden") << QByteArray("Hidden=true\n");
+        QTest::newRow("GNOME's key") << QByteArray("X-GNOME-Autostart-enabled=false\n");
+        QTest::newRow("both") << QByteArray("Hidden=true\nX-GNOME-Autostart-enabled=false\n");
+        QTest::newRow("one of two") << QByteArray("Hidden=false\nX-GNOME-Autostart-enabled=false\n");
+        QTest::newRow("as a number") << QByteArray("Hidden=1\n");
+    }
+
+    void desktopsSwitchItOffInTwoWays()
+    {
+        QFETCH(const QByteArray, lines);
+        write(LoginItemStage::entry(), plainEntry() + lines);
+        QCOMPARE(m_stage->service().status(), Status::requiresApproval);
+        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
+        QCOMPARE(m_stage->service().status(), Status::enabled);
+        QCOMPARE(value("Hidden"), QByteArray("false"));
+        QCOMPARE(value("X-GNOME-Autostart-enabled"), QByteArray("true"));
+    }
+
+    void anEntryWithoutEitherKeyIsEnabled()
+    {
+        write(LoginItemStage::entry(), plainEntry());
+        QCOMPARE(m_stage->service().status(), Status::enabled);
+    }
+
+    void anEntryWhoseProgramIsGoneIsNotFound_data()
+    {
+        QTest::addColumn<QByteArray>("lines");
+        const QByteArray there = m_stage->agentProgram().toUtf8();
+        QTest::newRow("Exec") << QByteArray("Exec=/nowhere/agent\n");
+        QTest::newRow("TryExec") << "Exec=\"" + there + "\"\nTryExec=/nowhere/agent\n";
+        QTest::newRow("a name that no folder holds") << QByteArray("Exec=no-such-program-of-anybody\n");
+        QTest::newRow("a folder") << QByteArray("Exec=/\n");
+        QTest::newRow("a file that cannot be run") << QByteArray("Exec=/etc/passwd\n");
+        QTest::newRow("switched off, too") << QByteArray("Exec=/nowhere/agent\nHidden=true\n");
+        QTest::newRow("nothing") << QByteArray();
+        QTest::newRow("an open quote") << "Exec=\"" + there + '\n';
+    }
+
+    void anEntryWhoseProgramIsGoneIsNotFound()
+    {
+        QFETCH(const QByteArray, lines);
+        write(LoginItemStage::entry(), "[Desktop Entry]\nType=Application\nName=Kestrum\n" + lines);
+        QCOMPARE(m_stage->service().status(), Status::notFound);
+        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
+        QCOMPARE(m_stage->service().status(), Status::enabled);
+    }
+
+    void aProgramOnTheSearchPathIsFound()
+    {
+        write(LoginItemStage::entry(),
+            "[Desktop Entry]\nType=Application\nName=x\nExec=sh -c true\nTryExec=sh\n");
+        QCOMPARE(m_stage->service().status(), Status::enabled);
+    }
+
+    void anotherKindOfEntryStartsNothing()
+    {
+        write(LoginItemStage::entry(), plainEntry().replace("Application", "Link"));
+        QCOMPARE(m_stage->service().status(), Status::notFound);
+    }
+
+    void registeringTwiceIsCode12AndWritesNothing()
+    {
+        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
+        struct stat before;
+        QCOMPARE(::stat(QFile::encodeName(LoginItemStage::entry()).constData(), &before), 0);
+        const auto again = m_stage->service().registerItem();
+        QCOMPARE(codeOf(again), 12);
+        QVERIFY2(again->text.contains(LoginItemStage::entry()), qPrintable(again->text));
+        struct stat after;
+        QCOMPARE(::stat(QFile::encodeName(LoginItemStage::entry()).constData(), &after), 0);
+        QCOMPARE(after.st_ino, before.st_ino);
+    }
+
+    void anEntryOfAnotherCopyIsReplaced()
+    {
+        write(LoginItemStage::entry(), "[Desktop Entry]\nType=Application\nName=Kestrum\nExec=/bin/true\n");
+        QCOMPARE(m_stage->service().status(), Status::enabled);
+        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
+        QCOMPARE(value("Exec"), '"' + QFile::encodeName(m_stage->agentProgram()) + '"');
+    }
+
+    void withNothingToRemoveItIsCode6()
+    {
+        const auto withoutFolder = m_stage->service().unregister();
+        QCOMPARE(codeOf(withoutFolder), 6);
+        QVERIFY2(withoutFolder->text.contains(LoginItemStage::entry()), qPrintable(withoutFolder->text));
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QCOMPARE(codeOf(m_stage->service().unregister()), 6);
+    }
+
+    void aProgramThatOthersMayChangeIsCode3_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("everybody writes") << 0757 << QStringLiteral("others may change it");
+        QTest::newRow("nobody runs it") << 0644 << QStringLiteral("it cannot be run");
+    }
+
+    void aProgramThatOthersMayChangeIsCode3()
+    {
+        QFETCH(const int, mode);
+        QFETCH(const QString, reason);
+        const QByteArray program = QFile::encodeName(m_stage->agentProgram());
+        QCOMPARE(::chmod(program.constData(), mode_t(mode)), 0);
+        const auto error = m_stage->service().registerItem();
+        QCOMPARE(::chmod(program.constData(), 0700), 0);
+        QCOMPARE(codeOf(error), 3);
+        QVERIFY2(error->text.contains(m_stage->agentProgram()) && error->text.contains(reason),
+            qPrintable(error->text));
+        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+    }
+
+    void aProgramThatIsNotThereIsCode3()
+    {
+        const LoginItemService service(
+            QStringLiteral("x"), QStringLiteral("/nowhere/agent"), QStringLiteral("X"));
+        QCOMPARE(codeOf(service.registerItem()), 3);
+    }
+
+    void aFolderThatRefusesUsIsCode11()
+    {
+        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
+        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        const auto removed = m_stage->service().unregister();
+        QCOMPARE(codeOf(removed), 11);
+        QVERIFY2(removed->text.contains(LoginItemStage::entry()), qPrintable(removed->text));
+        LoginItemStage::clear();
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        const auto registered = m_stage->service().registerItem();
+        QCOMPARE(codeOf(registered), 11);
+        QVERIFY2(registered->text.contains(LoginItemStage::folder()), qPrintable(registered->text));
+        QCOMPARE(m_stage->service().status(), Status::notRegistered);
+    }
+
+    void whatTheSystemFailsWithIsToldByItsOwnNumber()
+    {
+        // A file where the folder should be.
+        write(LoginItemStage::folder(), "mine");
+        const auto error = m_stage->service().registerItem();
+        QCOMPARE(codeOf(error), -ENOTDIR);
+        QVERIFY2(error->text.contains(LoginItemStage::folder()), qPrintable(error->text));
+        QCOMPARE(contentOf(LoginItemStage::folder()), QByteArray("mine"));
+        QCOMPARE(m_stage->service().status(), Status::notRegistered);
+        QCOMPARE(codeOf(m_stage->service().unregister()), 6);
+    }
+
+    void rootGetsNoLoginItem()
+    {
+        if (::getuid() != 0)
+            QSKIP("only root can be root");
+        const LoginItemService service = m_stage->service();
+        QCOMPARE(::seteuid(0), 0);
+        const auto error = service.registerItem();
+        QCOMPARE(::seteuid(65534), 0);
+        QCOMPARE(codeOf(error), -EPERM);
+        QVERIFY2(error->text.contains(QStringLiteral("root")), qPrintable(error->text));
+        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+    }
+
+    void aConfigurationFolderThatIsNoAbsolutePathIsPassedOver()
+    {
+        const QByteArray before = qgetenv("XDG_CONFIG_HOME");
+        for (const char* path : { "", "relative" }) {
+            qputenv("XDG_CONFIG_HOME", path);
+            const QString entry = m_stage->service().entryPath();
+            qputenv("XDG_CONFIG_HOME", before);
+            QCOMPARE(entry, LoginItemStage::entry());
+        }
+    }
+
+private:
+    QByteArray plainEntry() const
+    {
+        return "[Desktop Entry]\nType=Application\nName=Kestrum\nExec="
+            + QFile::encodeName(m_stage->agentProgram()) + '\n';
+    }
+
+    std::unique_ptr<LoginItemStage> m_stage;
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, LoginItemServiceTest)
+#include "LoginItemServiceTest.moc"

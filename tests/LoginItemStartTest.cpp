@@ -1,0 +1,134 @@
+#include "Platform/LoginItemService.h"
+
+#include "tests/LoginItemStage.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QTest>
+
+using namespace kestrum;
+
+namespace {
+
+const QString generator = QStringLiteral("/usr/lib/systemd/user-generators/systemd-xdg-autostart-generator");
+
+} // namespace
+
+/// What desktops make of the entry: they start the program, from whatever path.
+class LoginItemStartTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // An ordinary user may not get into the folder that the reader was built in.
+        m_reader = TestHome::root() + QStringLiteral("/reader");
+        QVERIFY(QFile::copy(
+            qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/tests/AutostartReader"), m_reader));
+        QVERIFY(QFile::setPermissions(
+            m_reader, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
+        m_stage = std::make_unique<LoginItemStage>();
+    }
+    void init() { LoginItemStage::clear(); }
+    void cleanupTestCase() { m_stage.reset(); }
+
+    void aDesktopStartsTheProgramFromAnyPath_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name : { "plain", "with a space", " leading space", "trailing ", "\"quoted\"",
+                 "it's", "$HOME", "$(id)", "`id`", "back\\slash", "\\n", "\\\\", "100%", "%f", "%%u",
+                 "a;b&c|d", "#comment", "a=b", "~", "*?[x]", "<in>out", "tab\there", "two\nlines", "Größe",
+                 "-dash", "!history", "all \"'`$\\%=;& of them" })
+            QTest::newRow(name) << QString::fromUtf8(name);
+    }
+
+    void aDesktopStartsTheProgramFromAnyPath()
+    {
+        QFETCH(const QString, name);
+        // The path's folder and its file alike.
+        const FileTree tree;
+        const QString program = tree.path(name + u'/' + name);
+        LoginItemStage::makeProgram(program);
+        const LoginItemService service(
+            QStringLiteral("com.orvale.kestrum.agent"), program, QStringLiteral("Kestrum"));
+        QVERIFY(!service.registerItem());
+        QCOMPARE(service.status(), LoginItemService::Status::enabled);
+        QCOMPARE(read(LoginItemStage::entry()), 0);
+        QTRY_COMPARE(contentOf(LoginItemStage::startedFile()), QFile::encodeName(program));
+    }
+
+    void aNameOfAnyLettersIsShownAsItIs()
+    {
+        for (const char* name : { "Kestrum", "back\\slash", " blank", "two\nlines", "Größe" }) {
+            LoginItemStage::clear();
+            const LoginItemService service(
+                QStringLiteral("com.orvale.kestrum.agent"), m_stage->agentProgram(), QString::fromUtf8(name));
+            QVERIFY(!service.registerItem());
+            QCOMPARE(read(LoginItemStage::entry()), 0);
+            QCOMPARE(m_output, QByteArray(name));
+        }
+    }
+
+    void aDesktopStartsNothingThatIsSwitchedOff()
+    {
+        QVERIFY(!m_stage->service().registerItem());
+        QByteArray text = contentOf(LoginItemStage::entry());
+        write(LoginItemStage::entry(), text.replace("Hidden=false", "Hidden=true"));
+        QCOMPARE(m_stage->service().status(), LoginItemService::Status::requiresApproval);
+        QCOMPARE(read(LoginItemStage::entry()), 3);
+    }
+
+    void aDesktopRefusesWhatWeSayIsNotFound()
+    {
+        QVERIFY(!m_stage->service().registerItem());
+        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "words\n");
+        QCOMPARE(m_stage->service().status(), LoginItemService::Status::notFound);
+        QCOMPARE(read(LoginItemStage::entry()), 1);
+        QVERIFY(!m_stage->service().registerItem());
+        QCOMPARE(read(LoginItemStage::entry()), 0);
+    }
+
+    void systemdMakesAServiceOfTheEntryUnlessItIsSwitchedOff()
+    {
+        if (!QFile::exists(generator))
+            QSKIP("this system starts no entries by systemd");
+        const FileTree units;
+        QVERIFY(!m_stage->service().registerItem());
+        const QByteArray unit = serviceOf(units);
+        QVERIFY2(unit.contains("\nExecStart=:\"" + QFile::encodeName(m_stage->agentProgram()) + "\"\n")
+                || unit.contains("\nExecStart=:" + QFile::encodeName(m_stage->agentProgram()) + '\n'),
+            unit.constData());
+        QByteArray text = contentOf(LoginItemStage::entry());
+        write(LoginItemStage::entry(), text.replace("Hidden=false", "Hidden=true"));
+        const FileTree none;
+        QCOMPARE(serviceOf(none), QByteArray());
+    }
+
+private:
+    int read(const QString& entry)
+    {
+        QProcess process;
+        process.start(m_reader, { entry });
+        if (!process.waitForFinished(10'000))
+            process.kill();
+        m_output = process.readAllStandardOutput();
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    /// The text of the unit that systemd makes; empty when it makes none.
+    static QByteArray serviceOf(const FileTree& units)
+    {
+        QProcess process;
+        process.start(generator, { units.root() });
+        process.waitForFinished(10'000);
+        const QStringList names = QDir(units.root()).entryList({ QStringLiteral("*.service") }, QDir::Files);
+        return names.isEmpty() ? QByteArray() : contentOf(units.path(names.first()));
+    }
+
+    QString m_reader;
+    QByteArray m_output;
+    std::unique_ptr<LoginItemStage> m_stage;
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, LoginItemStartTest)
+#include "LoginItemStartTest.moc"

@@ -38,7 +38,7 @@ private:
     void adoptScheme();
     void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
 
-    AgentController m_agent; ///< the same whenever the content is built again
+    AgentController m_agent { this }; ///< the same whenever the content is built again
     SplitView* m_split = nullptr;
     Sidebar* m_sidebar = nullptr;
     SaveNotice* m_notice = nullptr;

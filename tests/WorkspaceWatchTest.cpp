@@ -7,6 +7,7 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTimer>
 #include <csignal>
@@ -29,6 +30,7 @@ private Q_SLOTS:
     void cleanup() { clearStage(); }
 
     void startIsTold();
+    void startsThatAreStillUnderWayAreTold();
     void endOfARunningProgramIsTold();
     void endOfALaterProgramIsTold();
     void endOfOtherProcessesIsTold();
@@ -56,6 +58,26 @@ void WorkspaceWatchTest::startIsTold()
     QCOMPARE(changes.size(), 1);
     m_standIns->end(pid);
     QVERIFY(changes.wait(1000));
+}
+
+void WorkspaceWatchTest::startsThatAreStillUnderWayAreTold()
+{
+    // Somebody else starts it beside us, so that some of our first looks come too early.
+    const QString program = install();
+    Workspace::shared().observe(bundle());
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    int told = 0;
+    for (int round = 0; round < 50; ++round) {
+        QProcess shell;
+        shell.start(
+            QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QStringLiteral("exec \"$0\""), program });
+        ++told;
+        QTRY_COMPARE_WITH_TIMEOUT(changes.size(), told, 2000);
+        shell.kill();
+        ++told;
+        QTRY_COMPARE_WITH_TIMEOUT(changes.size(), told, 2000);
+        QTRY_COMPARE(shell.state(), QProcess::NotRunning);
+    }
 }
 
 void WorkspaceWatchTest::endOfARunningProgramIsTold()

@@ -54,7 +54,12 @@ int main(int argc, char** argv)
     // Lets a widget be a Wayland surface that we give its role ourselves.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
 
+    // Pictures go to an X server by the connection: with shared memory each tick would wait for the server, which wakes
+    // this process twice more. Nobody whom we start is to inherit it.
+    qputenv("QT_XCB_NO_MITSHM", "1");
+
     QApplication application(argc, argv);
+    qunsetenv("QT_XCB_NO_MITSHM");
     QApplication::setApplicationName(QStringLiteral("com.orvale.kestrum.agent"));
     QApplication::setApplicationDisplayName(QStringLiteral("Kestrum"));
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));

@@ -1,3 +1,4 @@
+#include "Kestrum/Agent/LoginItemManager.h"
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Pictures.h"
 #include "Kestrum/Window/SettingsView.h"
@@ -88,10 +89,16 @@ int main(int argc, char** argv)
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
-        if (!options.pictures.isEmpty())
-            QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);
-        else if (options.endsAtFirstFrame)
+        if (!options.pictures.isEmpty()) {
+            // Pages show from their first moment what is known of the login item.
+            auto* loginItem = new LoginItemManager(&application);
+            QObject::connect(loginItem, &LoginItemManager::changed, &application, [&] {
+                QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);
+            });
+            loginItem->refresh();
+        } else if (options.endsAtFirstFrame) {
             QCoreApplication::exit(0);
+        }
     });
     application.launch();
     return KestrumApp::exec();

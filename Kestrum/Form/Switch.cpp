@@ -12,6 +12,7 @@ namespace {
 constexpr int slideMilliseconds = 120;
 constexpr double knobInset = 2; ///< between the knob and the track's edge
 constexpr double disabledOpacity = 0.45;
+constexpr double disabledKnobOpacity = 0.75; ///< the knob is not to take on the track's colour
 
 /// `first` turned into `second` by a share from 0 to 1.
 QColor mixed(const QColor& first, const QColor& second, double share)
@@ -95,6 +96,8 @@ void Switch::paintEvent(QPaintEvent*)
     const double way = size.width() - size.height();
     const double place = isRightToLeft() ? 1 - m_position : m_position;
     const QRectF knob(track.left() + knobInset + way * place, track.top() + knobInset, diameter, diameter);
+    if (!isEnabled())
+        painter.setOpacity(disabledKnobOpacity);
     painter.setBrush(Theme::colour(Colour::switchKnob));
     painter.drawEllipse(knob.adjusted(0.5, 0.5, -0.5, -0.5));
 }

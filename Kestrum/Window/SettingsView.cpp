@@ -142,6 +142,8 @@ void SettingsView::showPage(SettingsPage page)
     delete m_pageWidget;
     m_pageWidget = makePage(page);
     m_pageColumn->addWidget(m_pageWidget, 1);
+    // Now; the layout would wait for the event loop, and a frame without a page could come before.
+    m_pageWidget->show();
 }
 
 void SettingsView::rebuild()

@@ -30,7 +30,7 @@ private Q_SLOTS:
     void cleanup() { clearStage(); }
 
     void startIsTold();
-    void startsThatAreStillUnderWayAreTold();
+    void everyStartOfAnotherProcessIsTold();
     void endOfARunningProgramIsTold();
     void endOfALaterProgramIsTold();
     void endOfOtherProcessesIsTold();
@@ -60,9 +60,9 @@ void WorkspaceWatchTest::startIsTold()
     QVERIFY(changes.wait(1000));
 }
 
-void WorkspaceWatchTest::startsThatAreStillUnderWayAreTold()
+void WorkspaceWatchTest::everyStartOfAnotherProcessIsTold()
 {
-    // Somebody else starts it beside us, so that some of our first looks come too early.
+    // Somebody else starts it, at the same time as we look.
     const QString program = install();
     Workspace::shared().observe(bundle());
     QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);

@@ -39,7 +39,7 @@ bool Pictures::save(SettingsView& window, const QString& directory)
     QApplication::setActiveWindow(&window);
     bool isSaved = true;
     for (const auto& page : allCases<SettingsPage>()) {
-        window.selectPage(page.value);
+        window.showPage(page.value);
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             SystemAppearance::shared().setScheme(scheme);
             for (const int scale : { 1, 2 }) {
@@ -52,7 +52,7 @@ bool Pictures::save(SettingsView& window, const QString& directory)
             }
         }
     }
-    window.selectPage(shown);
+    window.showPage(shown);
     return isSaved;
 }
 

@@ -10,7 +10,7 @@ class SettingsView;
 namespace Pictures {
 
 /// Saves every page of `window` in light and dark at scale 1 and 2 into `directory` (made when it is missing)
-/// as "menuBar-light@2x.png" and so on. Shows and stores the pages in turn and returns to the one that was
+/// as "menuBar-light@2x.png" and so on. Shows the pages in turn and returns to the one that was
 /// shown. False, with a line on standard error, when a file cannot be written.
 bool save(SettingsView& window, const QString& directory);
 

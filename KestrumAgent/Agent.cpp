@@ -14,12 +14,16 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QTimer>
 
 namespace kestrum {
 
 using SharedSettings::Signal;
 
 namespace {
+
+/// What starts of processes are rounded down to, in seconds.
+constexpr double startTimeStep = 0.01;
 
 /// The settings application's bundle, which the agent's is inside of: "Contents/Library/LoginItems/KestrumAgent.app".
 QString outerBundle()
@@ -34,10 +38,8 @@ Agent::Agent(QObject* parent)
     , m_sampler(new Sampler(this))
     , m_updates(new UpdateChecker(this))
 {
-    connect(m_updates, &UpdateChecker::finished, this, [this](const QString& outcome) {
-        m_outcome = outcome;
-        Log::info("updates", Log::escaped(outcome));
-    });
+    connect(
+        m_updates, &UpdateChecker::finished, this, [this](const QString& outcome) { m_outcome = outcome; });
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
     fillMenu();
 }
@@ -45,7 +47,7 @@ Agent::Agent(QObject* parent)
 // The channel goes before the strip that it shows.
 Agent::~Agent() = default;
 
-void Agent::start()
+void Agent::start(std::optional<double> launched)
 {
     UserDefaults& store = SharedSettings::store();
     store.registerDefaults(SharedSettings::factoryDefaults());
@@ -62,6 +64,19 @@ void Agent::start()
     m_signals.listen(Signal::quitAgent, [] { QCoreApplication::quit(); });
     m_signals.listen(Signal::checkForUpdates, [this] { m_updates->check(); });
     m_updates->start();
+    if (launched)
+        doWhatWasAskedSince(*launched);
+}
+
+void Agent::doWhatWasAskedSince(double launched)
+{
+    using NotificationCentre::lastPost;
+    // Starts are known to 10 ms. One who asked just before would be answered by mistake, which does no harm here...
+    if (lastPost(SharedSettings::name(Signal::checkForUpdates)) >= launched)
+        m_updates->check();
+    // ...but would here, where it was the agent before that was asked to quit.
+    if (lastPost(SharedSettings::name(Signal::quitAgent)) > launched + startTimeStep)
+        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
 }
 
 void Agent::adoptSettings()

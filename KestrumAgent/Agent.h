@@ -5,6 +5,7 @@
 #include <QMenu>
 #include <QObject>
 #include <memory>
+#include <optional>
 
 namespace kestrum {
 
@@ -21,8 +22,9 @@ public:
     explicit Agent(QObject* parent = nullptr);
     ~Agent() override;
 
-    /// Registers the defaults, begins to listen and to show. Called once.
-    void start();
+    /// Registers the defaults, begins to listen and to show. What was asked of the agent since `launched`, in seconds since
+    /// 1970, is done too: nobody listened while the program was being loaded. Called once.
+    void start(std::optional<double> launched = std::nullopt);
 
     /// Brings the settings application forward, and starts it when it does not run.
     static void openSettings();
@@ -34,6 +36,7 @@ public:
 
 private:
     void adoptSettings();
+    void doWhatWasAskedSince(double launched);
     void fillMenu();
     void switchOff();
 

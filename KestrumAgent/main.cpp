@@ -1,6 +1,7 @@
 #include "KestrumAgent/Agent.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Log.h"
+#include "Platform/ProcessTable.h"
 #include "Platform/SingleInstance.h"
 #include "Platform/StopRequest.h"
 
@@ -76,6 +77,6 @@ int main(int argc, char** argv)
         return 0;
     }
     Agent agent;
-    agent.start();
+    agent.start(ProcessTable().startTime(qint32(QCoreApplication::applicationPid())));
     return QApplication::exec();
 }

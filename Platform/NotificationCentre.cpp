@@ -51,6 +51,16 @@ public:
         return opened && touch(opened->rootDescriptor(), path);
     }
 
+    std::optional<double> lastPost(const QByteArray& path)
+    {
+        const auto opened = open();
+        struct stat state;
+        if (!opened
+            || ::fstatat(opened->rootDescriptor(), path.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
+            return std::nullopt;
+        return double(state.st_mtim.tv_sec) + double(state.st_mtim.tv_nsec) / 1e9;
+    }
+
     // Makes sure that the directory is there; null and said once when it cannot be.
     std::shared_ptr<const RuntimeDirectory> open()
     {
@@ -231,6 +241,12 @@ std::optional<Token> NotificationCentre::registerDispatch(const QString& name, s
     if (!fileName || !handler)
         return std::nullopt;
     return listeners().add(*fileName, std::move(handler));
+}
+
+std::optional<double> NotificationCentre::lastPost(const QString& name)
+{
+    const std::optional<QByteArray> fileName = FileName::encoded(name);
+    return fileName ? postbox().lastPost(pathBelowRoot + *fileName) : std::nullopt;
 }
 
 void NotificationCentre::cancel(Token token)

@@ -21,6 +21,10 @@ void post(const QString& name);
 /// `cancel`, or nothing when `name` cannot be listened to (empty, or too long to be a file name). Main thread.
 std::optional<Token> registerDispatch(const QString& name, std::function<void()> handler);
 
+/// When `name` was posted last by any process, in seconds since 1970, a few milliseconds early at most; nothing when it
+/// never was or cannot be known. For a program that could not listen while it was being loaded.
+std::optional<double> lastPost(const QString& name);
+
 /// Ends a registration: its handler does not run again, also not for a post that was made before.
 void cancel(Token token);
 

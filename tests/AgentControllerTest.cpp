@@ -39,7 +39,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_stage.reset();
-        QTest::qWait(20); // what the end of the agents brings about
+        QTest::qWait(200); // what the end of the agents brings about
     }
 
     void itKnowsFromTheBeginningWhetherAnAgentRuns()

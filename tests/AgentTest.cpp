@@ -9,6 +9,7 @@
 #include "tests/TestHome.h"
 
 #include <QApplication>
+#include <QDateTime>
 #include <QSignalSpy>
 #include <QTimer>
 #include <memory>
@@ -65,6 +66,25 @@ private Q_SLOTS:
     void itQuitsWhenAskedTo()
     {
         QCOMPARE(runWith([] { SharedSettings::post(Signal::quitAgent); }), 0);
+    }
+
+    void itQuitsWhenThatWasAskedWhileItWasLoaded()
+    {
+        const auto now = [] { return double(QDateTime::currentMSecsSinceEpoch()) / 1000; };
+        SharedSettings::post(Signal::quitAgent);
+        QTest::qWait(50);
+        m_agent.reset();
+        const double launched = now();
+        // What an agent before was asked is not for this one.
+        m_agent = std::make_unique<Agent>();
+        m_agent->start(launched);
+        QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
+
+        m_agent.reset();
+        SharedSettings::post(Signal::quitAgent);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start(launched);
+        QCOMPARE(runWith([] {}), 0);
     }
 
     void otherSignalsDoNotEndIt()

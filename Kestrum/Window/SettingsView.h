@@ -28,13 +28,14 @@ public:
     SettingsPage page() const;
     /// Shows `page` and stores it.
     void selectPage(SettingsPage page);
+    /// Shows `page` until another one is stored.
+    void showPage(SettingsPage page);
 
     /// The page shown, owned by this view; it goes when another page is selected.
     QWidget* pageWidget() const { return m_pageWidget; }
 
 private:
     void rebuild();
-    void showPage(SettingsPage page);
     void adoptScheme();
     void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
 

@@ -94,7 +94,8 @@ void SettingsAppDelegate::storeChanged()
     SharedSettings::post(SharedSettings::Signal::settings);
     if (AppLanguage::processIsStale()) {
         AppLanguage::applyChoiceToProcessDefaults();
-        m_relaunch.whenInactive();
+        if (m_run == Run::ordinary)
+            m_relaunch.whenInactive();
     }
 }
 

@@ -92,7 +92,7 @@ int main(int argc, char** argv)
         if (!options.pictures.isEmpty()) {
             // Pages show from their first moment what is known of the login item.
             auto* loginItem = new LoginItemManager(&application);
-            QObject::connect(loginItem, &LoginItemManager::changed, &application, [&] {
+            QObject::connect(loginItem, &LoginItemManager::refreshed, &application, [&] {
                 QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);
             });
             loginItem->refresh();

@@ -94,7 +94,8 @@ struct Workspace::Observations {
         : workspace(ownWorkspace)
     {
         QObject::connect(&ends, &ProcessEnds::ended, &workspace, [this](qint32 pid) {
-            if (observed.remove(pid))
+            const bool wasStartedHere = children.remove(pid);
+            if (observed.remove(pid) || wasStartedHere)
                 Q_EMIT workspace.runningApplicationsChanged();
         });
     }
@@ -158,6 +159,7 @@ struct Workspace::Observations {
         if (!pid)
             return { std::nullopt,
                 QStringLiteral("%1 cannot be started: %2").arg(Log::escaped(program), reason) };
+        children.insert(*pid);
         ends.follow(*pid, ProcessEnds::Kind::child);
         return { pid, {} };
     }
@@ -165,6 +167,7 @@ struct Workspace::Observations {
     Workspace& workspace;
     ProcessEnds ends;
     QSet<qint32> observed;
+    QSet<qint32> children; ///< also those that end before any look has found them
     std::vector<std::unique_ptr<Program>> programs;
 };
 

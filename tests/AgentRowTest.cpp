@@ -169,6 +169,21 @@ private Q_SLOTS:
         QTRY_VERIFY(AgentStage::agents().isEmpty());
     }
 
+    void assistiveProgramsSwitchItToo()
+    {
+        m_stage->installAgent();
+        Setting { Keys::agentEnabled }.set(false);
+        Shown shown;
+        QAccessibleActionInterface* actions
+            = QAccessible::queryAccessibleInterface(&shown.control())->actionInterface();
+        actions->doAction(QAccessibleActionInterface::toggleAction());
+        QVERIFY(Setting { Keys::agentEnabled }.value());
+        m_stage->waitForAgent();
+        actions->doAction(QAccessibleActionInterface::toggleAction());
+        QVERIFY(!Setting { Keys::agentEnabled }.value());
+        QTRY_VERIFY(AgentStage::agents().isEmpty());
+    }
+
     void followingTheControllerSwitchesNothing()
     {
         m_stage->installAgent();

@@ -8,6 +8,7 @@
 #include "tests/FreshSettings.h"
 #include "tests/LoginItemStage.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QTest>
 #include <QVBoxLayout>
@@ -169,6 +170,18 @@ private Q_SLOTS:
         QTRY_COMPARE(m_stage->service().status(), Status::notRegistered);
         QTest::qWait(50);
         QVERIFY(!shown.toggle->isChecked());
+    }
+
+    void assistiveProgramsTurnItToo()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        QTRY_VERIFY(!shown.toggle->isChecked());
+        QAccessible::queryAccessibleInterface(shown.toggle)
+            ->actionInterface()
+            ->doAction(QAccessibleActionInterface::toggleAction());
+        QTRY_COMPARE(m_stage->service().status(), Status::enabled);
     }
 
     void theSwitchDoesNotSlideHere()

@@ -145,6 +145,8 @@ private Q_SLOTS:
         QFile entry(legacy);
         QVERIFY(entry.open(QIODevice::WriteOnly));
         entry.close();
+        // The page that reads the state of the login item itself.
+        m_stage->write("settingsPane", "\"general\"");
         const QStringList runs[]
             = { { text("--first-frame") }, { text("--pictures"), TestHome::root() + text("/pictures") } };
         for (const QStringList& run : runs) {
@@ -155,6 +157,7 @@ private Q_SLOTS:
         QVERIFY(DesktopStage::processes(m_stage->agentProgram()).isEmpty());
         QVERIFY(DesktopStage::activeWindow() != m_window);
         QVERIFY(QFile::remove(legacy));
+        m_stage->kestrumctl({ text("delete"), text("settingsPane") });
     }
 
     void theAgentInheritsNothingThatWasMeantForTheWindow()

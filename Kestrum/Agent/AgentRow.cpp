@@ -57,7 +57,8 @@ AgentRow::AgentRow(AgentController& controller, QWidget* parent)
 
     showState(controller.isRunning());
     connect(&controller, &AgentController::isRunningChanged, this, &AgentRow::showState);
-    connect(m_switch, &Switch::clicked, &controller, &AgentController::setEnabled);
+    // Not `clicked`, which assistive programs do not bring about.
+    connect(m_switch, &Switch::toggled, &controller, &AgentController::setEnabled);
 }
 
 void AgentRow::showState(bool isRunning)

@@ -29,7 +29,8 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
     m_status = new Row({});
     add(m_status);
 
-    connect(m_switch, &Switch::clicked, this, [this](bool isOn) {
+    // Not `clicked`, which assistive programs do not bring about.
+    connect(m_switch, &Switch::toggled, this, [this](bool isOn) {
         m_manager.setEnabled(isOn);
         // Also when nothing was done, because there is a block by now.
         showState();

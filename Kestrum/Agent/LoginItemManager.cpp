@@ -129,8 +129,10 @@ void LoginItemManager::refresh()
 {
     run([service = AgentLoginItem::service()] { return service.status(); },
         [self = QPointer(this)](Status status) {
-            if (self)
-                self->setStatus(status);
+            if (!self)
+                return;
+            self->setStatus(status);
+            Q_EMIT self->refreshed();
         });
 }
 

@@ -44,6 +44,8 @@ public:
 Q_SIGNALS:
     /// Of the state or of the error; also when the state has become known.
     void changed();
+    /// The state was read, whether or not it was news.
+    void refreshed();
 
 private:
     void setStatus(Status status);

@@ -88,7 +88,7 @@ private Q_SLOTS:
         xcb_change_window_attributes(server(), root(), XCB_CW_EVENT_MASK, &mask);
         setManaged(true);
         m_messages = std::make_unique<Messages>();
-        qApp->installNativeEventFilter(m_messages.get());
+        QCoreApplication::instance()->installNativeEventFilter(m_messages.get());
     }
 
     void cleanup() { m_messages.reset(); }

@@ -71,8 +71,11 @@ void UpdateChecker::start()
     const Setting said { Keys::updaterCanCheck };
     if (said.value() != canCheck)
         said.set(canCheck);
-    if (!canCheck)
+    if (!canCheck) {
+        // What an earlier agent found, nobody could take back any more.
+        publish(std::nullopt);
         return;
+    }
     const Setting choice { Keys::updatesCheckAutomatically };
     choice.observe(this, [this](bool checksAutomatically) { followChoice(checksAutomatically); });
     followChoice(choice.value());

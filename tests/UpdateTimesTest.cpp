@@ -57,9 +57,11 @@ private Q_SLOTS:
         const AptScript script("echo run >> \"${0%/*}/runs\"\n");
         qputenv("KESTRUM_DISABLE_UPDATER", "1");
         Setting { Keys::updaterCanCheck }.set(true);
+        SharedSettings::store().set(Keys::updatesAvailable.name, text("1.5 (30)"));
         UpdateStage stage;
         stage.checker.start();
         QVERIFY(!Setting { Keys::updaterCanCheck }.value());
+        QVERIFY(!SharedSettings::store().string(Keys::updatesAvailable.name)); // nobody could withdraw it
         QVERIFY(!stage.daily().isActive());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
         QCOMPARE(stage.check(), text("The check for updates failed: It is switched off."));

@@ -1,6 +1,7 @@
 #include "Kestrum/Form/Card.h"
 
 #include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Text/AppLanguage.h"
 
 #include <QLabel>
 #include <QPainter>
@@ -71,6 +72,19 @@ Card::Card(Ground ground, QWidget* parent)
     layout->addWidget(m_footnote);
 }
 
+Card::Card(const char* heading, std::initializer_list<QWidget*> contents)
+    : Card(contents)
+{
+    setHeading(AppLanguage::string(heading));
+}
+
+Card::Card(std::initializer_list<QWidget*> contents)
+    : Card()
+{
+    for (QWidget* content : contents)
+        add(content);
+}
+
 void Card::setHeading(const QString& text)
 {
     m_heading->setText(text);
@@ -81,6 +95,12 @@ void Card::setFootnote(const QString& text)
 {
     m_footnote->setText(text);
     m_footnote->setVisible(!text.isEmpty());
+}
+
+void Card::setHeader(QWidget* header)
+{
+    header->setContentsMargins(0, 0, 0, Theme::headingGap);
+    static_cast<QVBoxLayout*>(layout())->insertWidget(0, header);
 }
 
 void Card::add(QWidget* content)

@@ -2,6 +2,7 @@
 
 #include <QList>
 #include <QWidget>
+#include <initializer_list>
 
 class QLabel;
 class QVBoxLayout;
@@ -19,10 +20,15 @@ public:
     };
 
     explicit Card(Ground ground = Ground::filled, QWidget* parent = nullptr);
+    /// A filled card with a heading, an English text, and contents.
+    Card(const char* heading, std::initializer_list<QWidget*> contents);
+    explicit Card(std::initializer_list<QWidget*> contents);
 
     /// Texts as they are shown; an empty one takes no room.
     void setHeading(const QString& text);
     void setFootnote(const QString& text);
+    /// Another heading in place of a text; the card owns it.
+    void setHeader(QWidget* header);
 
     /// Puts `content` below what is there; the card owns it.
     void add(QWidget* content);

@@ -4,9 +4,8 @@
 
 namespace kestrum {
 
-QString BundleVersion::text(const Bundle& bundle)
+QString BundleVersion::text(const Bundle& bundle, const QString& missing)
 {
-    const QString missing = QStringLiteral("?");
     return UpdateOffer::name(bundle.infoText(QStringLiteral("CFBundleShortVersionString")).value_or(missing),
         bundle.infoText(QStringLiteral("CFBundleVersion")).value_or(missing));
 }

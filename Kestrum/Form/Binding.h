@@ -1,0 +1,45 @@
+#pragma once
+
+#include "KestrumShared/Settings/Setting.h"
+
+#include <functional>
+
+namespace kestrum {
+
+/// One stored value as a control shows and changes it. A setting is one by itself; what takes more than a key to read or
+/// write gives functions of its own.
+template <class T> struct Binding {
+    Binding(const Setting<T>& setting) // NOLINT: a setting is a binding
+        : name(QString::fromLatin1(setting.key()))
+        , store(&setting.store())
+        , shown([setting]() -> std::optional<T> {
+            // A text that is none of the values is nobody's choice; it stays until somebody chooses.
+            const auto understood = SettingCoding<T>::read(setting.store(), setting.key());
+            if (!understood && setting.store().string(setting.key()))
+                return std::nullopt;
+            return setting.value();
+        })
+        , choose([setting](const T& value) { setting.set(value); })
+    {
+    }
+
+    Binding(const Setting<T>& setting, std::function<std::optional<T>()> shownValue)
+        : Binding(setting)
+    {
+        shown = std::move(shownValue);
+    }
+
+    QString name;                            ///< the key; the control's object name
+    UserDefaults* store;                     ///< whose changes the control follows; outlives it
+    std::function<std::optional<T>()> shown; ///< nothing: no choice is shown
+    std::function<void(const T&)> choose;
+};
+
+/// Calls `show` now and whenever a value of `store` changed, until `owner` is destroyed.
+template <class Function> void follow(const UserDefaults& store, QObject* owner, Function show)
+{
+    show();
+    QObject::connect(&store, &UserDefaults::changed, owner, std::move(show));
+}
+
+} // namespace kestrum

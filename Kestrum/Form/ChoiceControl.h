@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Kestrum/Form/Binding.h"
+
+#include <QList>
+
+namespace kestrum {
+
+/// One entry of a picker: the value that it stands for and what people see of it.
+template <class T> struct Choice {
+    T value;
+    QString title; ///< in the interface language
+};
+
+/// All cases of an enumeration in their order, by their titles.
+template <StoredEnumeration E> QList<Choice<E>> choices()
+{
+    QList<Choice<E>> all;
+    for (const auto& entry : allCases<E>())
+        all.append({ entry.value, title(entry.value) });
+    return all;
+}
+
+/// Joins a picker to a value: what is stored is shown, what is chosen is stored. `control` has the functions
+/// `setIndex(int)`, −1 for no choice, and the signal `chosen(int)`, which only people bring about.
+template <class Control, class T>
+void bind(Control* control, const Binding<T>& binding, const QList<Choice<T>>& choices)
+{
+    const auto show = [control, binding, choices] {
+        const std::optional<T> value = binding.shown();
+        int index = -1;
+        for (int i = 0; value && i < choices.size(); ++i) {
+            if (choices[i].value == *value)
+                index = i;
+        }
+        control->setIndex(index);
+    };
+    control->setObjectName(binding.name);
+    follow(*binding.store, control, show);
+    QObject::connect(control, &Control::chosen, control, [binding, choices, show](int index) {
+        binding.choose(choices[index].value);
+        show(); // also what could not be saved
+    });
+}
+
+} // namespace kestrum

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <QAbstractButton>
+#include <QColor>
+#include <QPointer>
+
+class QColorDialog;
+
+namespace kestrum {
+
+/// A plate of one colour; a click opens the colour dialog beside the window, which stays usable. Each movement in the dialog is
+/// told at once. Colours are opaque. To assistive programs it is a button, whose name the owner sets and whose value is the colour.
+class ColourWell final : public QAbstractButton {
+    Q_OBJECT
+public:
+    explicit ColourWell(QWidget* parent = nullptr);
+
+    QColor colour() const { return m_colour; }
+    /// Shows another colour, in an open dialog too, without telling. Its alpha is passed over.
+    void setColour(const QColor& colour);
+
+    QSize sizeHint() const override { return { 44, 24 }; }
+
+Q_SIGNALS:
+    /// The user moved to another colour.
+    void picked(const QColor& colour);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QColor m_colour;
+    QPointer<QColorDialog> m_dialog;
+};
+
+} // namespace kestrum

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QComboBox>
+
+namespace kestrum {
+
+/// The choice made, and all choices in a list that opens from it, the one made with a tick. As wide as its longest title, so
+/// that nothing moves when another is chosen. Turning the wheel over it scrolls the page.
+class PopupPicker final : public QComboBox {
+    Q_OBJECT
+public:
+    explicit PopupPicker(QWidget* parent = nullptr);
+
+    /// Puts a choice at the end, with a small picture before its title where there is one.
+    void addEntry(const QString& title, const QIcon& picture = {});
+    /// A line below the choices so far; not a choice and not counted as one.
+    void addDivider();
+
+    /// The position of the choice made among the choices, −1 for none.
+    int index() const;
+    /// Shows another choice without telling; −1 or a position that does not exist shows none.
+    void setIndex(int index);
+
+Q_SIGNALS:
+    /// The user chose the entry at `index`; also told for the one that is chosen already.
+    void chosen(int index);
+};
+
+} // namespace kestrum

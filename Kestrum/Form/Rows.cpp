@@ -1,0 +1,21 @@
+#include "Kestrum/Form/Rows.h"
+
+#include "Kestrum/Form/Switch.h"
+
+namespace kestrum {
+
+Row* Form::toggle(const char* title, const Binding<bool>& binding)
+{
+    auto* control = new Switch;
+    control->setObjectName(binding.name);
+    const auto show = [control, binding] { control->follow(binding.shown().value_or(false)); };
+    follow(*binding.store, control, show);
+    // Not `clicked`, which assistive programs do not bring about.
+    QObject::connect(control, &Switch::toggled, control, [binding, show](bool isOn) {
+        binding.choose(isOn);
+        show(); // also what could not be saved
+    });
+    return new Row(AppLanguage::string(title), control);
+}
+
+} // namespace kestrum

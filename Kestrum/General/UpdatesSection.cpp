@@ -1,0 +1,50 @@
+#include "Kestrum/General/UpdatesSection.h"
+
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/Form/Rows.h"
+#include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Text/BundleVersion.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int versionGap = 12; ///< between the version and the button
+
+/// The version that runs, and the button that has the agent look for another.
+QWidget* versionAndButton()
+{
+    auto* version = new QLabel(BundleVersion::text(Bundle::main(), QStringLiteral("—")));
+    version->setFont(Theme::font(Theme::TextStyle::body));
+    version->setForegroundRole(QPalette::PlaceholderText);
+    version->setTextFormat(Qt::PlainText);
+
+    auto* check = new PushButton(AppLanguage::string("Check Now"));
+    QObject::connect(check, &PushButton::clicked, check,
+        [] { SharedSettings::post(SharedSettings::Signal::checkForUpdates); });
+    // Until the agent has said that it can.
+    follow(SharedSettings::store(), check,
+        [check, canCheck = Setting { Keys::updaterCanCheck }] { check->setEnabled(canCheck.value()); });
+
+    auto* both = new QWidget;
+    auto* layout = new QHBoxLayout(both);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(versionGap);
+    layout->addWidget(version);
+    layout->addWidget(check);
+    return both;
+}
+
+} // namespace
+
+UpdatesSection::UpdatesSection()
+    : Card("Updates",
+        { Form::toggle("Check automatically", Setting { Keys::updatesCheckAutomatically }),
+            new Row(AppLanguage::string("Version"), versionAndButton()) })
+{
+}
+
+} // namespace kestrum

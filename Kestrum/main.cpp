@@ -54,12 +54,16 @@ std::optional<int> read(int argc, char** argv, Options& options)
     return std::nullopt;
 }
 
-int bringFirstForward(const kestrum::SingleInstance& instance)
+/// The exit code of a start that has brought the one before forward, or could not. None where this process is to open the
+/// window: there was no other, or it was about to end.
+std::optional<int> giveWay(kestrum::SingleInstance& instance)
 {
-    if (instance.raiseFirst(kestrum::WindowActivation::takeToken()))
-        return 0;
-    std::fputs("Kestrum: it runs already, but does not answer\n", stderr);
-    return 1;
+    // The token stays where it is for a window of our own.
+    if (!instance.isFirst() && !instance.raiseFirst(kestrum::WindowActivation::token())) {
+        std::fputs("Kestrum: it runs already, but does not answer\n", stderr);
+        return 1;
+    }
+    return instance.isFirst() ? std::nullopt : std::optional(0);
 }
 
 } // namespace
@@ -76,8 +80,8 @@ int main(int argc, char** argv)
     std::optional<SingleInstance> instance;
     if (!options.isVisit()) {
         instance.emplace("Kestrum");
-        if (!instance->isFirst())
-            return bringFirstForward(*instance);
+        if (const auto code = giveWay(*instance))
+            return *code;
     }
     // Before the application object, so that the toolkit's own texts come up in the chosen language too.
     AppLanguage::recordLaunchedCode();
@@ -85,9 +89,12 @@ int main(int argc, char** argv)
 
     using Run = SettingsAppDelegate::Run;
     KestrumApp application(argc, argv, options.isVisit() ? Run::visitor : Run::ordinary);
-    if (instance)
+    if (instance) {
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
+        // What is still to be brought to its end can take a while, in which somebody may want the window again.
+        QObject::connect(&application, &QCoreApplication::aboutToQuit, &*instance, &SingleInstance::giveBack);
+    }
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
         if (!options.pictures.isEmpty()) {
             // Pages show from their first moment what is known of the login item.

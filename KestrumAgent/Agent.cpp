@@ -9,7 +9,6 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Bundle.h"
 #include "Platform/Log.h"
-#include "Platform/SingleInstance.h"
 #include "Platform/Workspace.h"
 
 #include <QCoreApplication>
@@ -90,8 +89,8 @@ void Agent::adoptSettings()
 void Agent::openSettings()
 {
     SharedSettings::post(Signal::openSettings);
-    if (SingleInstance::isHeld("Kestrum"))
-        return;
+    // Also where it runs, since it may be about to end: a further start brings the window forward or becomes the first, and
+    // whether there is one could have changed before it has begun.
     Workspace::shared().openApplication(outerBundle(), {}, [](const Workspace::Opened& opened) {
         if (!opened.error.isEmpty())
             Log::warning(

@@ -26,7 +26,7 @@ public:
     /// 1970, is done too: nobody listened while the program was being loaded. Called once.
     void start(std::optional<double> launched = std::nullopt);
 
-    /// Brings the settings application forward, and starts it when it does not run.
+    /// Brings the settings application forward, and starts it: a start where it runs already opens no second window.
     static void openSettings();
 
     /// The items at the panel; null before `start`.

@@ -3,6 +3,11 @@
 // else can put something in their place. A socket that a killed process left behind is removed by the next that has the
 // lock, and by nobody else.
 //
+// A process that ends has the place for a while yet and does not listen any more. So whoever asks waits until the kernel says
+// that the request has been taken out of the socket, and then looks whether the place is still what it was: the socket's name
+// goes before the socket does, and with it what nobody has read. A request that is lost in that way is none, and the second
+// start becomes the first.
+//
 // The lock belongs to the open file, as flock's does, but it can be asked after without being taken: a look by
 // `isHeld` never makes a program that starts at the same moment believe that it is the second.
 
@@ -11,12 +16,13 @@
 #include "Platform/Log.h"
 #include "Platform/RuntimeDirectory.h"
 
-#include <QDeadlineTimer>
 #include <QMetaObject>
 #include <QThread>
 #include <algorithm>
 #include <array>
 #include <fcntl.h>
+#include <linux/sockios.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -27,6 +33,7 @@ namespace {
 
 constexpr int patience = 1000; // ms
 constexpr int pause = 20;
+constexpr int pauseOfReader = 1; // it reads at once as a rule
 // More than the kernel queues at one socket, so that a flood of requests is one request.
 constexpr int mostAtOnce = 1024;
 
@@ -62,6 +69,24 @@ sockaddr_un addressOf(const QByteArray& path)
     return address;
 }
 
+/// Whether `name` is still the name of the file that is open.
+bool isNameOf(const QByteArray& name, int descriptor)
+{
+    struct stat open;
+    struct stat named;
+    return ::fstat(descriptor, &open) == 0
+        && ::fstatat(RuntimeDirectory::shared().descriptor(), name.constData(), &named, AT_SYMLINK_NOFOLLOW)
+        == 0
+        && open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
+/// Whether anything that was sent by `socket` has not been read, nor has gone with its reader.
+bool hasUnread(int socket)
+{
+    int unread = 0;
+    return ::ioctl(socket, SIOCOUTQ, &unread) == 0 && unread > 0;
+}
+
 QByteArray pathOf(int descriptor)
 {
     return "/proc/self/fd/" + QByteArray::number(descriptor);
@@ -84,6 +109,17 @@ SingleInstance::SingleInstance(const QByteArray& name, QObject* parent)
     : QObject(parent)
     , m_name(name)
 {
+    take();
+}
+
+SingleInstance::~SingleInstance()
+{
+    giveBack();
+}
+
+void SingleInstance::take()
+{
+    m_isFirst = true;
     const RuntimeDirectory& directory = RuntimeDirectory::shared();
     if (!directory.isValid())
         return;
@@ -102,11 +138,15 @@ SingleInstance::SingleInstance(const QByteArray& name, QObject* parent)
         m_lock = FileDescriptor();
 }
 
-SingleInstance::~SingleInstance()
+void SingleInstance::giveBack()
 {
+    m_notifier.reset();
     // While the lock is held, so that it is ours that goes.
     if (m_socket.isValid())
         ::unlinkat(RuntimeDirectory::shared().descriptor(), (m_name + ".socket").constData(), 0);
+    m_socket = FileDescriptor();
+    m_lock = FileDescriptor();
+    m_isFirst = false;
 }
 
 void SingleInstance::openSocket()
@@ -130,6 +170,8 @@ void SingleInstance::openSocket()
 
 void SingleInstance::listen()
 {
+    if (!m_socket.isValid())
+        return;
     m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &SingleInstance::receive);
 }
@@ -153,10 +195,13 @@ void SingleInstance::receive()
         Q_EMIT raiseRequested(token);
 }
 
-bool SingleInstance::raiseFirst(const QByteArray& activationToken) const
+bool SingleInstance::raiseFirst(const QByteArray& activationToken)
 {
     const QDeadlineTimer deadline(patience);
-    while (!tell(isToken(activationToken) ? activationToken : QByteArray())) {
+    while (!tell(isToken(activationToken) ? activationToken : QByteArray(), deadline)) {
+        take();
+        if (m_isFirst)
+            return true;
         if (deadline.hasExpired())
             return false;
         QThread::msleep(pause);
@@ -164,27 +209,33 @@ bool SingleInstance::raiseFirst(const QByteArray& activationToken) const
     return true;
 }
 
-bool SingleInstance::tell(const QByteArray& activationToken) const
+bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const
 {
     const RuntimeDirectory& directory = RuntimeDirectory::shared();
     if (!directory.isValid())
         return false;
+    const QByteArray fileName = m_name + ".socket";
     const FileDescriptor file(
-        ::openat(directory.descriptor(), (m_name + ".socket").constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(directory.descriptor(), fileName.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     const FileDescriptor socket = makeSocket();
     if (!file.isValid() || !socket.isValid() || !isOurs(file.get(), S_IFSOCK))
         return false;
     const sockaddr_un address = addressOf(pathOf(file.get()));
-    return ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()), MSG_NOSIGNAL,
-               reinterpret_cast<const sockaddr*>(&address), sizeof address)
-        == ssize_t(activationToken.size());
+    const ssize_t sent = ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()),
+        MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    if (sent != ssize_t(activationToken.size()))
+        return false;
+    while (hasUnread(socket.get())) {
+        if (deadline.hasExpired())
+            return true; // It is busy, but there.
+        QThread::msleep(pauseOfReader);
+    }
+    return isNameOf(fileName, file.get()) && isHeld();
 }
 
-bool SingleInstance::isHeld(const QByteArray& name)
+bool SingleInstance::isHeld() const
 {
-    if (!RuntimeDirectory::shared().isValid())
-        return false;
-    const FileDescriptor file = openLock(name, 0);
+    const FileDescriptor file = openLock(m_name, 0);
     struct flock lock = wholeFile();
     return file.isValid() && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }

@@ -3,6 +3,7 @@
 #include "Platform/FileDescriptor.h"
 
 #include <QByteArray>
+#include <QDeadlineTimer>
 #include <QObject>
 #include <QSocketNotifier>
 #include <memory>
@@ -26,11 +27,13 @@ public:
     bool isFirst() const { return m_isFirst; }
 
     /// Asks the process that has the place to come forward, with the activation token that the desktop gave us for that.
-    /// Waits up to a second for one that has only just begun. False when it could not be told.
-    bool raiseFirst(const QByteArray& activationToken) const;
+    /// When that one ends instead of listening, this process takes the place, and `isFirst` says so. Waits up to a second for
+    /// one that has only just begun or is about to end. False when it could neither be told nor followed.
+    bool raiseFirst(const QByteArray& activationToken);
 
-    /// Whether any process has the place, without taking it.
-    static bool isHeld(const QByteArray& name);
+    /// Lets the next start be the first, for a process that comes forward no more. What nobody has heard yet is left for
+    /// those who asked, who then take the place.
+    void giveBack();
 
 Q_SIGNALS:
     /// Another start of the program wants this one to come forward; told once for several at once. The token may be
@@ -38,13 +41,15 @@ Q_SIGNALS:
     void raiseRequested(const QByteArray& activationToken);
 
 private:
+    void take();
     void openSocket();
     void listen();
     void receive();
-    bool tell(const QByteArray& activationToken) const;
+    bool tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const;
+    bool isHeld() const;
 
     QByteArray m_name;
-    bool m_isFirst = true;
+    bool m_isFirst = false;
     FileDescriptor m_lock;
     FileDescriptor m_socket;
     std::unique_ptr<QSocketNotifier> m_notifier;

@@ -22,13 +22,6 @@ constexpr const char* waylandToken = "XDG_ACTIVATION_TOKEN";
 constexpr const char* x11Token = "DESKTOP_STARTUP_ID";
 constexpr quint32 asPeopleThemselves = 2;
 
-QByteArray take(const char* variable)
-{
-    QByteArray value = qgetenv(variable);
-    qunsetenv(variable);
-    return value;
-}
-
 template <class Reply> struct Released {
     void operator()(Reply* reply) const { std::free(reply); }
 };
@@ -129,16 +122,25 @@ void activateOnWayland(QWindow& window, const QByteArray& token)
 
 } // namespace
 
+QByteArray WindowActivation::token()
+{
+    const QByteArray wayland = qgetenv(waylandToken);
+    return wayland.isEmpty() ? qgetenv(x11Token) : wayland;
+}
+
 QByteArray WindowActivation::takeToken()
 {
-    QByteArray wayland = take(waylandToken);
-    QByteArray x11 = take(x11Token);
-    return wayland.isEmpty() ? x11 : wayland;
+    const QByteArray taken = token();
+    qunsetenv(waylandToken);
+    qunsetenv(x11Token);
+    return taken;
 }
 
 bool WindowActivation::takeIsInBackground()
 {
-    return !take(backgroundVariable).isEmpty();
+    const bool isIn = !qgetenv(backgroundVariable).isEmpty();
+    qunsetenv(backgroundVariable);
+    return isIn;
 }
 
 quint32 WindowActivation::time(const QByteArray& token)

@@ -13,9 +13,10 @@ namespace WindowActivation {
 /// Set in the environment of a program that is to open its window without taking the focus.
 inline constexpr char backgroundVariable[] = "KESTRUM_IN_BACKGROUND";
 
-/// The token that this process was started with, empty when there is none. It is taken out of the environment, so that
-/// programs that we start do not pass for what people started. After the application object is made, what the toolkit
-/// has used itself is no longer there.
+/// The token that this process was started with, empty when there is none. After the application object is made, what the
+/// toolkit has used itself is no longer there.
+QByteArray token();
+/// The same, taken out of the environment, so that programs that we start do not pass for what people started.
 QByteArray takeToken();
 
 /// Whether this process is to open without taking the focus; taken out of the environment likewise.

@@ -26,6 +26,8 @@ public:
     bool hasLine(int milliseconds);
     void say(const QByteArray& line);
 
+    /// Whether it has ended by now, which is noticed while events are handled.
+    bool hasEnded() const { return m_process.state() == QProcess::NotRunning; }
     /// Waits for the end; its exit code, or -1 when it crashed or did not end.
     int finish();
     qint64 pid() const { return m_process.processId(); }

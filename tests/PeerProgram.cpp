@@ -11,7 +11,8 @@
 //                              "checked TIMES violations TIMES" at the end of its input
 //   instance NAME [TOKEN]
 //                              "first", then "raise TOKEN" for each request; a second start says "second", asks the first to
-//                              come forward and ends, with 1 when it could not be told
+//                              come forward and ends, with 1 when it could not be told, or goes on as "first" when that
+//                              one ended; a line read gives the place back ("gave back")
 //   starve descriptors|instances|watches DIRECTORY
 //                              watches DIRECTORY with nothing of that kind left: "polled" or "notified", "told NAME" for
 //                              each event; a line read lifts the limit ("relieved"); "unsupported REASON" where the
@@ -230,13 +231,21 @@ int starve(const QString& kind, const QString& directory)
 
 int runInstance(const QByteArray& name, const QByteArray& token)
 {
-    const SingleInstance instance(name);
-    say(instance.isFirst() ? "first" : "second");
-    if (!instance.isFirst())
-        return instance.raiseFirst(token) ? 0 : 1;
+    SingleInstance instance(name);
+    if (!instance.isFirst()) {
+        say("second");
+        if (!instance.raiseFirst(token))
+            return 1;
+        if (!instance.isFirst())
+            return 0;
+    }
+    say("first");
     QObject::connect(&instance, &SingleInstance::raiseRequested, &instance,
         [](const QByteArray& requested) { say(("raise " + requested).trimmed()); });
-    return runUntilInputEnds();
+    return runUntilInputEnds([&instance] {
+        instance.giveBack();
+        say("gave back");
+    });
 }
 
 // From now on the kernel answers as one that does not know the call.

@@ -115,6 +115,20 @@ private Q_SLOTS:
         QTRY_COMPARE(DesktopStage::activeWindow(), m_window);
     }
 
+    void aStartWhileTheFirstOneEndsIsNotLost()
+    {
+        for (int round = 0; round < 12; ++round) {
+            open();
+            VirtualDisplay::xdotool({ text("key"), text("ctrl+w") });
+            QTest::qSleep(2 * round);
+            const auto next = Programs::started(m_stage->program("Kestrum"), {});
+            QVERIFY(m_kestrum->waitForFinished(5000));
+            const QByteArray window = DesktopStage::windowOf(next->processId());
+            QVERIFY2(!window.isEmpty(), next->readAllStandardError().constData());
+            Programs::end(*next);
+        }
+    }
+
     void theAgentsSignalRaisesTheWindow()
     {
         open();

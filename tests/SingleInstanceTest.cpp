@@ -47,7 +47,8 @@ class SingleInstanceTest : public QObject {
     static bool anybodyAnswers()
     {
         Peer second(instance());
-        return second.line() == "second" && second.finish() == 0;
+        return second.line() == "second" && QTest::qWaitFor([&] { return second.hasEnded(); })
+            && second.finish() == 0;
     }
 
 private Q_SLOTS:
@@ -140,14 +141,13 @@ private Q_SLOTS:
     void aFirstThatHasNotBegunToListenIsWaitedFor()
     {
         // The lock is taken before the socket is there.
-        auto first = std::make_unique<SingleInstance>("Kestrum");
-        const SingleInstance second("Kestrum");
+        const SingleInstance first("Kestrum");
         QVERIFY(QFile::rename(path(".socket"), path(".later")));
         Peer later(instance(QStringLiteral("token")));
         QCOMPARE(later.line(), QByteArray("second"));
         QTest::qWait(100);
         QVERIFY(QFile::rename(path(".later"), path(".socket")));
-        QSignalSpy asked(first.get(), &SingleInstance::raiseRequested);
+        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
         QTRY_COMPARE(asked.count(), 1);
         QCOMPARE(later.finish(), 0);
     }
@@ -155,7 +155,7 @@ private Q_SLOTS:
     void whoCannotBeToldIsGivenUpWithinSeconds()
     {
         const SingleInstance first("Kestrum");
-        const SingleInstance second("Kestrum");
+        SingleInstance second("Kestrum");
         QVERIFY(QFile::remove(path(".socket")));
         QElapsedTimer clock;
         clock.start();
@@ -246,27 +246,84 @@ private Q_SLOTS:
         QCOMPARE(open(), before);
     }
 
-    void askingWhetherThePlaceIsHeldDoesNotTakeIt()
+    void aPlaceThatIsGivenBackIsFreeForTheNext()
     {
-        QVERIFY(!SingleInstance::isHeld("Kestrum"));
-        QVERIFY(!QFile::exists(path(".lock")));
-        {
-            const SingleInstance first("Kestrum");
-            QVERIFY(SingleInstance::isHeld("Kestrum"));
-            QVERIFY(SingleInstance::isHeld("Kestrum"));
-            QVERIFY(!SingleInstance::isHeld("KestrumAgent"));
-        }
-        QVERIFY(!SingleInstance::isHeld("Kestrum"));
-        QVERIFY(SingleInstance("Kestrum").isFirst());
+        SingleInstance ending("Kestrum");
+        ending.giveBack();
+        QVERIFY(!ending.isFirst());
+        const SingleInstance next("Kestrum");
+        QVERIFY(next.isFirst());
+        // What is its own by now is not taken from it, and requests are for it alone.
+        ending.giveBack();
+        QSignalSpy old(&ending, &SingleInstance::raiseRequested);
+        QSignalSpy asked(&next, &SingleInstance::raiseRequested);
+        QVERIFY(anybodyAnswers());
+        QTRY_COMPARE(asked.count(), 1);
+        QCOMPARE(old.count(), 0);
     }
 
-    void whatAnotherProcessHoldsIsHeld()
+    void aSecondStartFollowsAFirstThatEndsWithoutHearingIt()
+    {
+        // Nothing is read, as in a process that is about to end.
+        auto ending = std::make_unique<SingleInstance>("Kestrum");
+        Peer second(instance(QStringLiteral("token")));
+        QCOMPARE(second.line(), QByteArray("second"));
+        QTest::qSleep(200);
+        ending->giveBack();
+        QCOMPARE(second.line(), QByteArray("first"));
+        ending.reset();
+        Peer third(instance(QStringLiteral("next")));
+        QCOMPARE(third.line(), QByteArray("second"));
+        QCOMPARE(third.finish(), 0);
+        QCOMPARE(second.line(), QByteArray("raise next"));
+    }
+
+    void aSecondStartFollowsAFirstThatNoLongerListens()
+    {
+        auto ending = std::make_unique<SingleInstance>("Kestrum");
+        QVERIFY(QFile::remove(path(".socket")));
+        Peer second(instance());
+        QCOMPARE(second.line(), QByteArray("second"));
+        QTest::qSleep(200);
+        ending.reset();
+        QCOMPARE(second.line(), QByteArray("first"));
+    }
+
+    void aSecondStartFollowsAFirstThatIsKilledWithoutHearingIt()
     {
         Peer first(instance());
         QCOMPARE(first.line(), QByteArray("first"));
-        QVERIFY(SingleInstance::isHeld("Kestrum"));
-        QCOMPARE(first.finish(), 0);
-        QVERIFY(!SingleInstance::isHeld("Kestrum"));
+        QCOMPARE(::kill(pid_t(first.pid()), SIGSTOP), 0);
+        Peer second(instance());
+        QCOMPARE(second.line(), QByteArray("second"));
+        QTest::qSleep(200);
+        QCOMPARE(::kill(pid_t(first.pid()), SIGKILL), 0);
+        QCOMPARE(second.line(), QByteArray("first"));
+    }
+
+    void ofTwoThatFollowOneIsFirst()
+    {
+        auto ending = std::make_unique<SingleInstance>("Kestrum");
+        Peer one(instance(QStringLiteral("one")));
+        Peer two(instance(QStringLiteral("two")));
+        QCOMPARE(one.line(), QByteArray("second"));
+        QCOMPARE(two.line(), QByteArray("second"));
+        ending.reset();
+        QTRY_VERIFY(one.hasLine(0) || two.hasLine(0));
+        const bool isOne = one.hasLine(0);
+        Peer& next = isOne ? one : two;
+        QCOMPARE(next.line(), QByteArray("first"));
+        QCOMPARE(next.line(), QByteArray(isOne ? "raise two" : "raise one"));
+        QCOMPARE((isOne ? two : one).finish(), 0);
+    }
+
+    void aFirstThatIsBusyIsLeftInItsPlace()
+    {
+        SingleInstance first("Kestrum");
+        SingleInstance second("Kestrum");
+        QVERIFY(second.raiseFirst("token")); // it has no chance to read meanwhile
+        QVERIFY(!second.isFirst());
+        QVERIFY(first.isFirst());
     }
 
     void onlyWeMayUseTheFiles()
@@ -301,7 +358,6 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral("Kestrum.lock cannot be used")));
         QVERIFY(SingleInstance("Kestrum").isFirst());
         QVERIFY(!QFile::exists(elsewhere));
-        QVERIFY(!SingleInstance::isHeld("Kestrum"));
     }
 
     void aDirectoryInTheSocketsPlaceIsSaidAndHarmless()

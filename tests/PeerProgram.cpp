@@ -7,6 +7,8 @@
 //   write SUITE PAGE ROUNDS right|wrong
 //                              for each round n: stores n, notes it in the file PAGE, posts, and waits for the check;
 //                              "wrong" posts before it stores. "wrote ROUNDS", then ends
+//   store SUITE MILLISECONDS   for each line read, "KEY" or "KEY [VALUE]" with the value as JSON: removes or stores it, then
+//                              waits so long; "stored TIMES" at the end of its input
 //   check SUITE PAGE           "ready"; at each delivery reads the suite: it must hold no less than PAGE said before.
 //                              "checked TIMES violations TIMES" at the end of its input
 //   instance NAME [TOKEN]
@@ -30,6 +32,8 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
 #include <QSocketNotifier>
 #include <QThread>
 #include <atomic>
@@ -182,6 +186,27 @@ int check(const QString& suite, const QString& path)
     return result;
 }
 
+int store(const QString& suite, int pause)
+{
+    const auto defaults = UserDefaults::withSuiteName(suite);
+    qint64 times = 0;
+    QFile input;
+    if (!defaults || !input.open(STDIN_FILENO, QIODevice::ReadOnly))
+        return 1;
+    for (QByteArray line = input.readLine(); !line.isEmpty(); line = input.readLine()) {
+        const qsizetype blank = line.indexOf(' ');
+        const QByteArray key = line.left(blank < 0 ? line.size() : blank).trimmed();
+        if (blank < 0)
+            defaults->remove(key.toStdString());
+        else
+            defaults->set(key.toStdString(), QJsonDocument::fromJson(line.mid(blank)).array().first());
+        ++times;
+        QThread::msleep(unsigned(pause));
+    }
+    say("stored " + QByteArray::number(times));
+    return 0;
+}
+
 bool writeFile(const char* path, const QByteArray& text)
 {
     QFile file(QString::fromLatin1(path));
@@ -298,6 +323,8 @@ int main(int argc, char** argv)
     if (verb == QLatin1String("write"))
         return write(arguments.value(1), arguments.value(2), arguments.value(3).toULongLong(),
             arguments.value(4) == QLatin1String("right"));
+    if (verb == QLatin1String("store"))
+        return store(arguments.value(1), arguments.value(2).toInt());
     if (verb == QLatin1String("check"))
         return check(arguments.value(1), arguments.value(2));
     if (verb == QLatin1String("instance"))

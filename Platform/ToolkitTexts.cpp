@@ -22,10 +22,11 @@ QString wantedLanguage()
 
 void ToolkitTexts::install()
 {
-    const QLocale wanted = locale(wantedLanguage());
-    QLocale::setDefault(wanted);
+    const QString language = wantedLanguage();
+    QLocale::setDefault(locale(language));
     auto* translator = new QTranslator(QCoreApplication::instance());
-    if (translator->load(wanted, QStringLiteral("qtbase"), QStringLiteral("_"),
+    // Without the session's region: Brazilian Portuguese in Switzerland would find no translation.
+    if (translator->load(QLocale(language), QStringLiteral("qtbase"), QStringLiteral("_"),
             QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QCoreApplication::installTranslator(translator);
     else

@@ -3,6 +3,7 @@
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>
+#include <QHash>
 #include <QJsonArray>
 #include <QTest>
 
@@ -38,6 +39,41 @@ private Q_SLOTS:
         UserDefaults::standard().remove("AppleLanguages");
         ToolkitTexts::install();
         QCOMPARE(cancel(), QStringLiteral("Annuler"));
+    }
+
+    void theToolkitSpeaksEveryLanguageThatWeShip_data()
+    {
+        const QHash<QString, QString> words {
+            { QStringLiteral("ar"), QStringLiteral("ألغِ") },
+            { QStringLiteral("de"), QStringLiteral("Abbrechen") },
+            { QStringLiteral("es"), QStringLiteral("Cancelar") },
+            { QStringLiteral("fr"), QStringLiteral("Annuler") },
+            { QStringLiteral("it"), QStringLiteral("Annulla") },
+            { QStringLiteral("ja"), QStringLiteral("キャンセル") },
+            { QStringLiteral("nl"), QStringLiteral("Annuleren") },
+            { QStringLiteral("pl"), QStringLiteral("Anuluj") },
+            { QStringLiteral("pt-BR"), QStringLiteral("Cancelar") },
+            { QStringLiteral("uk"), QStringLiteral("Скасувати") },
+            { QStringLiteral("zh-Hans"), QStringLiteral("取消") },
+        };
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<QString>("word");
+        const QDir resources(qEnvironmentVariable("KESTRUM_SOURCE") + QStringLiteral("/Resources"));
+        for (const QString& folder : resources.entryList({ QStringLiteral("*.lproj") }, QDir::Dirs)) {
+            const QString code = folder.chopped(6);
+            if (code != QLatin1StringView("en"))
+                QTest::newRow(qPrintable(code)) << code << words.value(code);
+        }
+    }
+
+    void theToolkitSpeaksEveryLanguageThatWeShip()
+    {
+        QFETCH(QString, code);
+        // A region where most of them are not at home.
+        qputenv("LC_ALL", "en_CH.UTF-8");
+        UserDefaults::standard().set("AppleLanguages", QJsonArray { code });
+        ToolkitTexts::install();
+        QTEST(cancel(), "word");
     }
 };
 

@@ -2,6 +2,7 @@
 // in a variant and knows no accent colour unless told.
 
 #include "Platform/AppearancePortal.h"
+#include "tests/SessionBus.h"
 #include "tests/TestHome.h"
 
 #include <QDBusArgument>
@@ -11,9 +12,9 @@
 #include <QDBusVariant>
 #include <QDir>
 #include <QPalette>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
+#include <memory>
 
 using namespace kestrum;
 
@@ -117,10 +118,7 @@ private Q_SLOTS:
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         QDBusConnection::disconnectFromBus(QStringLiteral("kestrum-appearance"));
         QDBusConnection::disconnectFromBus(QStringLiteral("portal"));
-        if (m_bus.state() != QProcess::NotRunning) {
-            m_bus.terminate();
-            QVERIFY(m_bus.waitForFinished(5000));
-        }
+        m_bus.reset();
     }
 
     void busIsNotAskedForWhereThereIsNone()
@@ -267,15 +265,8 @@ private Q_SLOTS:
 private:
     bool startBus()
     {
-        const QString address = QStringLiteral("unix:path=%1/bus").arg(TestHome::runtimeDirectory());
-        m_bus.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        m_bus.start(QStringLiteral("dbus-daemon"),
-            { QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-                QStringLiteral("--print-address"), QStringLiteral("--address=") + address });
-        if (!m_bus.waitForStarted(5000) || !m_bus.waitForReadyRead(5000))
-            return false;
-        qputenv("DBUS_SESSION_BUS_ADDRESS", address.toUtf8());
-        return true;
+        m_bus = std::make_unique<SessionBus>();
+        return m_bus->isUp();
     }
 
     bool startPortal()
@@ -292,7 +283,7 @@ private:
             && connection.registerService(QStringLiteral("org.freedesktop.portal.Desktop"));
     }
 
-    QProcess m_bus;
+    std::unique_ptr<SessionBus> m_bus;
     FakePortal m_portal;
 };
 

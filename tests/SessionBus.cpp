@@ -1,0 +1,31 @@
+#include "tests/SessionBus.h"
+
+#include "tests/Programs.h"
+#include "tests/TestHome.h"
+
+#include <csignal>
+#include <sys/prctl.h>
+
+namespace kestrum {
+
+SessionBus::SessionBus()
+    : m_address(QStringLiteral("unix:path=%1/bus").arg(TestHome::runtimeDirectory()))
+{
+    m_daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    m_daemon.start(QStringLiteral("dbus-daemon"),
+        { QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
+            QStringLiteral("--print-address"), QStringLiteral("--address=") + m_address });
+    m_isUp = m_daemon.waitForReadyRead(10'000);
+    if (!m_isUp)
+        qWarning("the session bus does not start: %s", qPrintable(m_daemon.errorString()));
+    qputenv("DBUS_SESSION_BUS_ADDRESS", m_address.toUtf8());
+}
+
+SessionBus::~SessionBus()
+{
+    Programs::end(m_daemon);
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+}
+
+} // namespace kestrum

@@ -4,6 +4,7 @@
 
 #include <QDir>
 #include <climits>
+#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -55,6 +56,18 @@ bool FilePlace::makeDirectory(const QByteArray& path)
     }
     const FileDescriptor parent = openedDirectory(of(path).directory);
     return parent.isValid() && !FileReplacement::syncDirectory(parent.get());
+}
+
+bool FilePlace::renameToNew(int directory, const QByteArray& from, const QByteArray& to)
+{
+    if (::renameat2(directory, from.constData(), directory, to.constData(), RENAME_NOREPLACE) == 0)
+        return true;
+    if (errno != EINVAL && errno != ENOSYS)
+        return false;
+    // Network file systems cannot. With a second name there is a moment in which the entry has both, but never one in which it
+    // is lost.
+    return ::linkat(directory, from.constData(), directory, to.constData(), 0) == 0
+        && ::unlinkat(directory, from.constData(), 0) == 0;
 }
 
 std::optional<QByteArray> FilePlace::bytesOf(int file, qsizetype most)

@@ -32,6 +32,9 @@ FileDescriptor openedDirectory(const QByteArray& path);
 /// Makes `path` and what is missing above it, for us alone, and brings each new entry to disk.
 bool makeDirectory(const QByteArray& path);
 
+/// Gives an entry of `directory` another name, in one step; false and EEXIST when something has that name.
+bool renameToNew(int directory, const QByteArray& from, const QByteArray& to);
+
 /// Reads `file` up to its end; nothing when that fails or is more than `most` bytes (EFBIG).
 std::optional<QByteArray> bytesOf(int file, qsizetype most);
 

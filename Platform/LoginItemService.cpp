@@ -1,7 +1,7 @@
 // The entry belongs to several: to us, to the desktop's settings, which switch it off in it, and to its user, who may have
 // put a delay into it or linked it to a place where it is kept under version control. So only our own keys are changed, a
 // linked file is changed where it is, and an entry that holds more than ours is not deleted when it is switched off but renamed,
-// to a name that no desktop reads, from which it comes back when it is switched on again.
+// to a name that no desktop reads, from which it comes back when it is switched on again. Nothing is ever renamed over something.
 //
 // Desktops switch an entry off in two ways, of which each reads only one or both: "Hidden" and, older, GNOME's key. Both are
 // read, and both are written.
@@ -14,6 +14,7 @@
 #include "Platform/Log.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QStandardPaths>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -31,6 +32,7 @@ constexpr char gnomeKey[] = "X-GNOME-Autostart-enabled";
 constexpr const char* ownKeys[] = { typeKey, nameKey, commandKey, programKey, hiddenKey, gnomeKey };
 
 constexpr char switchedOffSuffix[] = ".off";
+constexpr int mostSetAside = 999;
 constexpr qsizetype mostBytes = 1024 * 1024;
 
 LoginItemService::Error failed(const QByteArray& path, const char* step, int error)
@@ -79,15 +81,28 @@ bool isProgram(const QByteArray& path)
         && ::faccessat(AT_FDCWD, path.constData(), X_OK, AT_EACCESS) == 0;
 }
 
-/// Whether somebody else than its owner, us or root, may change the file. A group of the owner's own, as many systems give
+/// Whether somebody else than we and root may change what stands there. A group of the owner's own, as many systems give
 /// each user one, bears the owner's number.
-bool othersMayChange(const QByteArray& path)
+bool othersMayChange(const struct stat& state)
 {
-    struct stat state;
-    if (::stat(path.constData(), &state) != 0)
-        return true;
-    return (state.st_mode & S_IWOTH) != 0 || (state.st_uid != 0 && state.st_uid != ::geteuid())
-        || ((state.st_mode & S_IWGRP) != 0 && state.st_gid != state.st_uid);
+    const bool isOthers = state.st_uid != 0 && state.st_uid != ::geteuid();
+    // In a sticky folder everybody may make entries, but change only their own.
+    const bool isSticky = S_ISDIR(state.st_mode) && (state.st_mode & S_ISVTX) != 0;
+    const bool othersWrite
+        = (state.st_mode & S_IWOTH) != 0 || ((state.st_mode & S_IWGRP) != 0 && state.st_gid != state.st_uid);
+    return isOthers || (othersWrite && !isSticky);
+}
+
+/// The file, or the folder above it, through which others could put something else in its place; nothing when there is none.
+std::optional<QByteArray> wayInForOthers(const QByteArray& path)
+{
+    for (QByteArray place = path;; place = FilePlace::of(place).directory) {
+        struct stat state;
+        if (::stat(place.constData(), &state) != 0 || othersMayChange(state))
+            return place;
+        if (place == FilePlace::of(place).directory)
+            return std::nullopt;
+    }
 }
 
 bool isTrue(const std::optional<QByteArray>& value)
@@ -144,8 +159,12 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
     const QByteArray program = QFile::encodeName(m_program);
     if (!isProgram(program))
         return Error { notTrusted, QStringLiteral("%1: it cannot be run").arg(m_program) };
-    if (othersMayChange(program))
-        return Error { notTrusted, QStringLiteral("%1: others may change it").arg(m_program) };
+    // By links, too, others could get in at either end.
+    for (const QByteArray& path : { program, QFile::encodeName(QFileInfo(m_program).canonicalFilePath()) }) {
+        if (const auto wayIn = wayInForOthers(path))
+            return Error { notTrusted,
+                QStringLiteral("%1: others may change it").arg(QFile::decodeName(*wayIn)) };
+    }
 
     const QByteArray path = QFile::encodeName(entryPath());
     const FilePlace::Place place = FilePlace::of(path);
@@ -211,11 +230,26 @@ std::optional<LoginItemService::Error> LoginItemService::moved(
     int directory, const QByteArray& from, const QByteArray& to) const
 {
     const QByteArray path = FilePlace::of(QFile::encodeName(entryPath())).directory + '/' + from;
-    if (::renameat(directory, from.constData(), directory, to.constData()) != 0)
+    if (!FilePlace::renameToNew(directory, from, to))
         return failed(path, "rename", errno);
     if (const auto failure = FileReplacement::syncDirectory(directory))
         return failed(path, failure.step, failure.error);
     return std::nullopt;
+}
+
+std::optional<LoginItemService::Error> LoginItemService::setAside(int directory, const QByteArray& name) const
+{
+    const QByteArray switchedOff = name + switchedOffSuffix;
+    // One that was switched off earlier makes room, so that the latest is the one that comes back.
+    for (int number = 1; number <= mostSetAside; ++number) {
+        const auto error = moved(directory, name, switchedOff);
+        if (!error || error->code != -EEXIST)
+            return error;
+        const auto older = moved(directory, switchedOff, switchedOff + '-' + QByteArray::number(number));
+        if (older && older->code != -EEXIST)
+            return older;
+    }
+    return moved(directory, name, switchedOff);
 }
 
 std::optional<LoginItemService::Error> LoginItemService::unregister() const
@@ -240,7 +274,7 @@ std::optional<LoginItemService::Error> LoginItemService::unregister() const
     const Found found = read(directory.get(), place.name, O_NOFOLLOW);
     const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
     if (found.error != 0 || entry.isDamaged() || !entry.holdsOnly(ownKeys))
-        return moved(directory.get(), place.name, place.name + switchedOffSuffix);
+        return setAside(directory.get(), place.name);
     if (::unlinkat(directory.get(), place.name.constData(), 0) != 0)
         return errno == ENOENT ? nothing() : failed(path, "remove", errno);
     if (const auto failure = FileReplacement::syncDirectory(directory.get()))

@@ -17,7 +17,7 @@ public:
     };
 
     /// Why a change failed. A negative code is an `errno` with its sign turned.
-    static constexpr int notTrusted = 3;    ///< the program may be changed by others or cannot be run
+    static constexpr int notTrusted = 3;    ///< the program or a folder above it may be changed by others, or it cannot be run
     static constexpr int nothingThere = 6;  ///< there is nothing to remove
     static constexpr int refused = 11;      ///< the autostart folder refuses us
     static constexpr int alreadyThere = 12; ///< it is registered as it should be
@@ -46,6 +46,7 @@ public:
 private:
     std::optional<Error> write(const QByteArray& path) const;
     std::optional<Error> moved(int directory, const QByteArray& from, const QByteArray& to) const;
+    std::optional<Error> setAside(int directory, const QByteArray& name) const;
 
     QString m_identifier;
     QString m_program;

@@ -1,12 +1,14 @@
 #include "Platform/LoginItemService.h"
 
 #include "tests/LoginItemStage.h"
+#include "tests/SystemCallFilter.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QTest>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <thread>
 
 using namespace kestrum;
 using Status = LoginItemService::Status;
@@ -46,6 +48,67 @@ private Q_SLOTS:
         QCOMPARE(service().status(), Status::enabled);
         verifyForeign();
         QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 1);
+    }
+
+    void whatWasSwitchedOffEarlierIsKept()
+    {
+        const auto mine
+            = [this](int number) { return foreignEntry() + "X-Mine=" + QByteArray::number(number) + '\n'; };
+        for (const int number : { 1, 2, 3 }) {
+            write(LoginItemStage::entry(), mine(number));
+            QVERIFY(!service().unregister());
+            QCOMPARE(service().status(), Status::notRegistered);
+        }
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-1")), mine(1));
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-2")), mine(2));
+        // The latest comes back, and only that.
+        QVERIFY(!service().registerItem());
+        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=3\n"));
+        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 3);
+        QVERIFY(!service().unregister());
+        QVERIFY(contentOf(LoginItemStage::entry() + QStringLiteral(".off")).contains("X-Mine=3\n"));
+        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 3);
+    }
+
+    void aFolderUnderTheOtherNameStaysToo()
+    {
+        write(LoginItemStage::entry(), foreignEntry());
+        write(LoginItemStage::entry() + QStringLiteral(".off/mine"), "x");
+        QVERIFY(!service().unregister());
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), foreignEntry());
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-1/mine")), QByteArray("x"));
+    }
+
+    void withoutAFreeNameTheEntryStays()
+    {
+        write(LoginItemStage::entry(), foreignEntry());
+        const QString off = LoginItemStage::entry() + QStringLiteral(".off");
+        write(off, "older");
+        for (int number = 1; number <= 999; ++number)
+            write(off + QStringLiteral("-%1").arg(number), "old");
+        const auto error = service().unregister();
+        QVERIFY(error);
+        QCOMPARE(error->code, -EEXIST);
+        QCOMPARE(contentOf(LoginItemStage::entry()), foreignEntry());
+        QCOMPARE(contentOf(off), QByteArray("older"));
+    }
+
+    void whereARenameCannotSpareWhatIsThereItIsKeptAllTheSame()
+    {
+        write(LoginItemStage::entry() + QStringLiteral(".off"), "older");
+        write(LoginItemStage::entry(), foreignEntry());
+        bool isRefused = false;
+        // The filter binds the thread that asks for it.
+        std::thread([this, &isRefused] {
+            isRefused = SystemCallFilter::fail({ SYS_renameat2 }, EINVAL);
+            service().unregister();
+        }).join();
+        if (!isRefused)
+            QSKIP("the kernel does not let a system call fail here");
+        QCOMPARE(service().status(), Status::notRegistered);
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), foreignEntry());
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-1")), QByteArray("older"));
+        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 2);
     }
 
     void anEntryOfOursAloneLeavesNothingBehind()

@@ -1,6 +1,7 @@
 #include "Kestrum/Agent/LoginItemManager.h"
 
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
 #include "tests/FreshSettings.h"
 #include "tests/LoginItemStage.h"
 
@@ -190,9 +191,9 @@ private Q_SLOTS:
         // Somebody else is faster.
         QVERIFY(!m_stage->service().registerItem());
         QCOMPARE(m_stage->service().registerItem()->code, 12);
-        QSignalSpy changes(&manager, &LoginItemManager::changed);
+        QSignalSpy readings(&manager, &LoginItemManager::refreshed);
         manager.setEnabled(true);
-        QTest::qWait(100);
+        QTRY_COMPARE(readings.size(), 1);
         QCOMPARE(manager.status(), Status::enabled);
         QVERIFY(!manager.lastError());
         QCOMPARE(logged, QStringList());
@@ -254,6 +255,22 @@ private Q_SLOTS:
         QVERIFY(manager.lastError()->contains(LoginItemStage::folder()));
         QVERIFY(manager.lastError()->contains(qt_error_string(ENOTDIR)));
         QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + *manager.lastError() });
+    }
+
+    void theSystemsWordsAreNoKeyOfATranslation()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        write(LoginItemStage::folder(), "mine");
+        const QString words = m_stage->service().registerItem()->text;
+        write(m_stage->bundlePath() + QStringLiteral("/Contents/Resources/fr.lproj/Localizable.strings"),
+            '"' + words.toUtf8() + "\" = \"translated\";");
+        Bundle::setMain(Bundle(m_stage->bundlePath()));
+        Setting { Keys::language }.set(QStringLiteral("fr"));
+        QCOMPARE(AppLanguage::string(words), QStringLiteral("translated"));
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QCOMPARE(*manager.lastError(), words);
     }
 
     void messagesAreInTheInterfaceLanguage()

@@ -177,6 +177,71 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(LoginItemStage::folder()));
     }
 
+    void aFolderThroughWhichOthersGetInIsCode3_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::addColumn<int>("mode");
+        QTest::addColumn<int>("code");
+        const QString bundle = m_stage->bundlePath();
+        const QString own = QFileInfo(m_stage->agentProgram()).path();
+        QTest::newRow("everybody writes into its own") << own << 0707 << 3;
+        QTest::newRow("everybody writes into one above") << bundle << 0707 << 3;
+        QTest::newRow("a sticky one, where all keep their own") << own << 01707 << 0;
+        QTest::newRow("all may read") << bundle << 0755 << 0;
+    }
+
+    void aFolderThroughWhichOthersGetInIsCode3()
+    {
+        QFETCH(const QString, folder);
+        QFETCH(const int, mode);
+        QFETCH(const int, code);
+        const QByteArray path = QFile::encodeName(folder);
+        QCOMPARE(::chmod(path.constData(), mode_t(mode)), 0);
+        const auto error = m_stage->service().registerItem();
+        QCOMPARE(::chmod(path.constData(), 0700), 0);
+        QCOMPARE(codeOf(error), code);
+        if (error)
+            QCOMPARE(error->text, folder + QStringLiteral(": others may change it"));
+    }
+
+    void aFolderThatAForeignGroupWritesIntoIsCode3()
+    {
+        if (::getuid() != 0)
+            QSKIP("only root can give a folder to another group");
+        const QByteArray folder = QFile::encodeName(m_stage->agentBundle());
+        const auto given = [&folder](gid_t group) {
+            return ::seteuid(0) == 0 && ::chown(folder.constData(), uid_t(-1), group) == 0
+                && ::chmod(folder.constData(), 0770) == 0 && ::seteuid(65534) == 0;
+        };
+        QVERIFY(given(100));
+        const auto foreign = m_stage->service().registerItem();
+        QVERIFY(given(65534));
+        const auto own = m_stage->service().registerItem();
+        QCOMPARE(codeOf(foreign), 3);
+        QCOMPARE(codeOf(own), 0);
+    }
+
+    void throughALinkOthersMayGetInAtEitherEnd()
+    {
+        const FileTree tree;
+        const QString open = tree.path(QStringLiteral("open"));
+        const QString closed = tree.path(QStringLiteral("closed"));
+        for (const QString& folder : { open, closed }) {
+            LoginItemStage::makeProgram(folder + QStringLiteral("/program"));
+            const QString other = folder == open ? closed : open;
+            QVERIFY(QDir().mkpath(other));
+            QVERIFY(QFile::link(folder + QStringLiteral("/program"), other + QStringLiteral("/link")));
+        }
+        const auto codeOfItem = [](const QString& program) {
+            return codeOf(LoginItemService(QStringLiteral("x"), program, QStringLiteral("X")).registerItem());
+        };
+        QCOMPARE(codeOfItem(closed + QStringLiteral("/link")), 0);
+        QCOMPARE(::chmod(QFile::encodeName(open).constData(), 0777), 0);
+        QCOMPARE(codeOfItem(closed + QStringLiteral("/link")), 3);
+        QCOMPARE(codeOfItem(open + QStringLiteral("/link")), 3);
+        QCOMPARE(codeOfItem(closed + QStringLiteral("/program")), 0);
+    }
+
     void aProgramThatIsNotThereIsCode3()
     {
         const LoginItemService service(

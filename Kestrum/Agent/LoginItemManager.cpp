@@ -6,13 +6,11 @@
 #include "Platform/Log.h"
 
 #include <QCoreApplication>
-#include <QFuture>
 #include <QPointer>
-#include <QPromise>
 #include <QThread>
 #include <QThreadPool>
+#include <atomic>
 #include <chrono>
-#include <memory>
 
 namespace kestrum {
 
@@ -23,6 +21,7 @@ using Status = LoginItemService::Status;
 
 constexpr char logArea[] = "loginItem";
 constexpr std::chrono::milliseconds pauseBeforeRegisteringAgain { 300 };
+constexpr std::chrono::milliseconds patienceAtTheEnd { 2000 };
 
 /// What any manager of this process read or set last.
 std::optional<Status>& lastKnownStatus()
@@ -31,14 +30,32 @@ std::optional<Status>& lastKnownStatus()
     return status;
 }
 
+/// Taken by whoever deals with the application object: by the worker while it hands over a result, and for good by the end of
+/// an application that a change outlasts.
+std::atomic_flag applicationIsTaken;
+
+QThreadPool& worker();
+
+/// At the end of the application: changes that were asked for are made, though nobody hears of their outcome any more. One that
+/// hangs, as on a network mount whose server is gone, is left behind in the kernel with its thread, which ends with the process.
+/// Should it come back before that it finds nothing to do and the application out of its reach; its own copy of the service
+/// and the pool, which is never destroyed, are all that it needs.
+void endWorker()
+{
+    if (worker().waitForDone(int(patienceAtTheEnd.count())))
+        return;
+    worker().clear();
+    while (applicationIsTaken.test_and_set())
+        QThread::yieldCurrentThread();
+}
+
 /// A single thread, so that of two quick changes the later one is what remains.
 QThreadPool& worker()
 {
     static QThreadPool* const pool = [] {
         auto* made = new QThreadPool;
         made->setMaxThreadCount(1);
-        // A change that was begun is ended before the application goes, which hears of its end.
-        qAddPostRoutine([] { worker().waitForDone(); });
+        qAddPostRoutine(endWorker);
         return made;
     }();
     return *pool;
@@ -47,13 +64,13 @@ QThreadPool& worker()
 /// Runs `work` on the worker and then `done` with its result on the main thread.
 template <class Work, class Done> void run(Work work, Done done)
 {
-    using Result = std::invoke_result_t<Work>;
-    auto promise = std::make_shared<QPromise<Result>>();
-    promise->future().then(qApp, std::move(done));
-    worker().start([promise, work = std::move(work)] {
-        promise->start();
-        promise->addResult(work());
-        promise->finish();
+    worker().start([work = std::move(work), done = std::move(done)] {
+        const auto result = work();
+        if (applicationIsTaken.test_and_set())
+            return;
+        QMetaObject::invokeMethod(
+            qApp, [done, result] { done(result); }, Qt::QueuedConnection);
+        applicationIsTaken.clear();
     });
 }
 
@@ -79,7 +96,7 @@ std::optional<QString> message(const Error& error)
     case LoginItemService::refused:
         return AppLanguage::string("Kestrum is not allowed to run in the background.");
     default:
-        return AppLanguage::string(error->text);
+        return error->text; // in the system's own words
     }
 }
 

@@ -19,7 +19,7 @@ namespace kestrum {
 namespace {
 
 constexpr size_t listingSize = size_t(32) * 1024;
-constexpr size_t pathSize = 4096; // the kernel gives no longer one
+constexpr size_t pathSize = 4096; // the kernel gives no longer one, its mark included
 constexpr char programLink[] = "/exe";
 
 // Zero for what is no process, such as "self" and "meminfo".
@@ -31,13 +31,22 @@ qint32 pidOf(const char* name)
     return *name == '\0' && number <= std::numeric_limits<qint32>::max() ? qint32(number) : 0;
 }
 
-// A program whose file was removed or replaced is marked. Its own name may end like the mark too: then the file still
-// has a name.
+// Whether the running program has exactly this name. Asked of the file system by identity, since an old file can go on
+// under other names than the one by which it was started.
+bool isNameOf(const char* path, int table, const char* link)
+{
+    struct stat named;
+    struct stat running;
+    return ::stat(path, &named) == 0 && ::fstatat(table, link, &running, 0) == 0
+        && named.st_dev == running.st_dev && named.st_ino == running.st_ino;
+}
+
+// A program whose file was removed or replaced is marked, and a program's own name may end like the mark. `path` ends
+// with a zero.
 QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
 {
     static constexpr QByteArrayView mark = " (deleted)";
-    struct stat state;
-    if (path.endsWith(mark) && ::fstatat(table, link, &state, 0) == 0 && state.st_nlink == 0)
+    if (path.endsWith(mark) && !isNameOf(path.data(), table, link))
         path.chop(mark.size());
     return path;
 }
@@ -74,7 +83,7 @@ double runningKernelsBootTime()
             best = now - (before + after) / 2;
         }
     }
-    // Two looks at one process are to say the same.
+    // Two tables are to say the same of one process.
     return double(qRound64(best * 1000)) / 1000;
 }
 
@@ -109,7 +118,7 @@ void ProcessTable::forEach(const std::function<void(qint32 pid, QByteArrayView p
     if (!table.isValid())
         return;
     alignas(dirent64) char listing[listingSize];
-    char path[pathSize];
+    char path[pathSize + 1];
     char link[sizeof dirent64::d_name + sizeof programLink];
     for (;;) {
         const ssize_t size = ::getdents64(table.get(), listing, sizeof listing);
@@ -122,9 +131,11 @@ void ProcessTable::forEach(const std::function<void(qint32 pid, QByteArrayView p
             if (pid < 1)
                 continue;
             ::stpcpy(::stpcpy(link, entry.d_name), programLink);
-            const ssize_t length = ::readlinkat(table.get(), link, path, sizeof path);
-            if (length > 0)
-                visit(pid, withoutMark(QByteArrayView(path, length), table.get(), link));
+            const ssize_t length = ::readlinkat(table.get(), link, path, pathSize);
+            if (length <= 0)
+                continue;
+            path[length] = '\0';
+            visit(pid, withoutMark(QByteArrayView(path, length), table.get(), link));
         }
     }
 }
@@ -139,10 +150,13 @@ std::optional<double> ProcessTable::startTime(qint32 pid) const
     const QByteArrayList fields = text.mid(nameEnd + 1).simplified().split(' ');
     bool isNumber = false;
     const qulonglong ticks = fields.value(startField - fieldsBefore - 1).toULongLong(&isNumber);
-    const auto boot = nameEnd >= 0 && isNumber ? bootTime(m_root) : std::nullopt;
-    if (!boot)
+    if (nameEnd < 0 || !isNumber)
         return std::nullopt;
-    return *boot + double(ticks) / double(::sysconf(_SC_CLK_TCK));
+    if (!m_bootTime)
+        m_bootTime = bootTime(m_root);
+    if (!m_bootTime)
+        return std::nullopt;
+    return *m_bootTime + double(ticks) / double(::sysconf(_SC_CLK_TCK));
 }
 
 } // namespace kestrum

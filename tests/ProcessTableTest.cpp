@@ -47,6 +47,11 @@ QByteArrayList listing(const QByteArray& folder)
     return names;
 }
 
+void giveAnotherName(const QString& file, const QString& name)
+{
+    QCOMPARE(::link(QFile::encodeName(file).constData(), QFile::encodeName(name).constData()), 0);
+}
+
 // The fields from the third to the twenty-second of a process's "stat".
 QByteArray fieldsUpToStart(const QByteArray& ticks)
 {
@@ -72,8 +77,10 @@ private Q_SLOTS:
     void replacedProgramKeepsItsPath();
     void ownNameThatEndsLikeTheMarkIsKept();
     void removedProgramLosesOneMarkOnly();
-    void markIsKeptWhileTheFileHasAnotherName();
-    void linkThatLeadsNowhereIsTakenAsItIs();
+    void removedProgramKeepsItsPathWhileTheFileHasAnotherName();
+    void replacedProgramKeepsItsPathWhileTheFileHasAnotherName();
+    void anotherFileOfTheMarkedNameIsNotTheProgram();
+    void markIsTakenOffWhereTheProgramCannotBeSeen();
     void longPathIsWhole();
     void nothingStaysOpen();
 
@@ -82,6 +89,7 @@ private Q_SLOTS:
     void startTimeIsFoundBehindAnyName_data();
     void startTimeIsFoundBehindAnyName();
     void treeCountsFromItsBootTime();
+    void startTimesOfOneTableCountFromOneBootTime();
     void unreadableStartTimeIsNone_data();
     void unreadableStartTimeIsNone();
 };
@@ -200,23 +208,46 @@ void ProcessTableTest::removedProgramLosesOneMarkOnly()
     QCOMPARE(pathOf(pid), QFile::encodeName(program));
 }
 
-void ProcessTableTest::markIsKeptWhileTheFileHasAnotherName()
+void ProcessTableTest::removedProgramKeepsItsPathWhileTheFileHasAnotherName()
 {
     StandIns standIns;
     const QString program = standIns.install(QStringLiteral("program"));
     const qint32 pid = standIns.start(program).pid;
-    const QByteArray other = QFile::encodeName(standIns.path(QStringLiteral("other")));
-    QCOMPARE(::link(QFile::encodeName(program).constData(), other.constData()), 0);
+    giveAnotherName(program, standIns.path(QStringLiteral("other")));
     QVERIFY(QFile::remove(program));
-    QCOMPARE(pathOf(pid), QFile::encodeName(program) + " (deleted)");
+    QCOMPARE(pathOf(pid), QFile::encodeName(program));
 }
 
-void ProcessTableTest::linkThatLeadsNowhereIsTakenAsItIs()
+void ProcessTableTest::replacedProgramKeepsItsPathWhileTheFileHasAnotherName()
+{
+    // As when files are kept by links before an update.
+    StandIns standIns;
+    const QString program = standIns.install(QStringLiteral("program"));
+    const qint32 before = standIns.start(program).pid;
+    giveAnotherName(program, standIns.path(QStringLiteral("kept")));
+    standIns.install(QStringLiteral("program"));
+    const qint32 after = standIns.start(program).pid;
+    QCOMPARE(pathOf(before), QFile::encodeName(program));
+    QCOMPARE(pathOf(after), QFile::encodeName(program));
+}
+
+void ProcessTableTest::anotherFileOfTheMarkedNameIsNotTheProgram()
+{
+    StandIns standIns;
+    const QString program = standIns.install(QStringLiteral("program"));
+    const qint32 pid = standIns.start(program).pid;
+    standIns.install(QStringLiteral("program (deleted)"));
+    giveAnotherName(program, standIns.path(QStringLiteral("other")));
+    QVERIFY(QFile::remove(program));
+    QCOMPARE(pathOf(pid), QFile::encodeName(program));
+}
+
+void ProcessTableTest::markIsTakenOffWhereTheProgramCannotBeSeen()
 {
     const FileTree tree;
     QVERIFY(QDir().mkpath(tree.path(QStringLiteral("1"))));
     QVERIFY(QFile::link(QStringLiteral("/absent (deleted)"), tree.path(QStringLiteral("1/exe"))));
-    QCOMPARE(pathOf(1, ProcessTable(tree.root())), QByteArray("/absent (deleted)"));
+    QCOMPARE(pathOf(1, ProcessTable(tree.root())), QByteArray("/absent"));
 }
 
 void ProcessTableTest::longPathIsWhole()
@@ -295,6 +326,20 @@ void ProcessTableTest::treeCountsFromItsBootTime()
             + "\nctxt 5\nbtime 1700000000\nprocesses 9\n");
     tree.write(QStringLiteral("7/stat"), "7 (a) b) " + fieldsUpToStart("12345") + " 1 2 3\n");
     QCOMPARE(ProcessTable(tree.root()).startTime(7), std::optional(1700000123.45));
+}
+
+void ProcessTableTest::startTimesOfOneTableCountFromOneBootTime()
+{
+    const FileTree tree;
+    tree.write(QStringLiteral("7/stat"), "7 (a) " + fieldsUpToStart("100"));
+    tree.write(QStringLiteral("8/stat"), "8 (a) " + fieldsUpToStart("200"));
+    tree.write(QStringLiteral("stat"), "btime 1000\n");
+    const ProcessTable table(tree.root());
+    QCOMPARE(table.startTime(7), std::optional(1001.0));
+    // As when somebody sets the clock meanwhile.
+    tree.write(QStringLiteral("stat"), "btime 5000\n");
+    QCOMPARE(table.startTime(8), std::optional(1002.0));
+    QCOMPARE(ProcessTable(tree.root()).startTime(8), std::optional(5002.0));
 }
 
 void ProcessTableTest::unreadableStartTimeIsNone_data()

@@ -13,10 +13,13 @@ namespace {
 
 constexpr int firstDescriptorOfOurs = STDERR_FILENO + 1;
 
-bool isPipe(int descriptor)
+// What of ours the new program cannot write to, or is not to. One that is closed, or would be by starting a program, must
+// not stay so: the first file that the program opens would get its number, and then the program's output.
+bool isWithheld(int output)
 {
     struct stat state;
-    return ::fstat(descriptor, &state) == 0 && S_ISFIFO(state.st_mode);
+    const int flags = ::fcntl(output, F_GETFD);
+    return flags < 0 || (flags & FD_CLOEXEC) != 0 || ::fstat(output, &state) != 0 || S_ISFIFO(state.st_mode);
 }
 
 // What the new process does before it becomes the program.
@@ -27,7 +30,7 @@ public:
         ::posix_spawn_file_actions_init(&m_actions);
         openNothing(STDIN_FILENO, O_RDONLY);
         for (const int output : { STDOUT_FILENO, STDERR_FILENO }) {
-            if (isPipe(output))
+            if (isWithheld(output))
                 openNothing(output, O_WRONLY);
         }
         note(::posix_spawn_file_actions_addclosefrom_np(&m_actions, firstDescriptorOfOurs));

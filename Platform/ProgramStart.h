@@ -8,8 +8,8 @@
 namespace kestrum {
 
 /// Starts a program apart from ours: in a session of its own, in "/", with nothing to read, no descriptor above 2, every
-/// signal as it is by default. Its output and errors go where ours go, except into a pipe: whoever
-/// reads that would wait for the program's end too.
+/// signal as it is by default. Its output and errors go where ours go, except into a pipe, whose reader
+/// would wait for the program's end too, and nowhere where ours are closed.
 namespace ProgramStart {
 
 /// The program gets its own path as first word and then `arguments`; `environment` holds "NAME=value" entries, and is ours where it

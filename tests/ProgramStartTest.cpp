@@ -1,0 +1,123 @@
+#include "Platform/ProgramStart.h"
+#include "tests/StandIns.h"
+#include "tests/TestHome.h"
+
+#include <QCoreApplication>
+#include <QTest>
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+namespace {
+
+/// Another state of one of our outputs, for as long as this lives.
+class ChangedOutput {
+public:
+    explicit ChangedOutput(int output)
+        : m_output(output)
+        , m_saved(::fcntl(output, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+    {
+    }
+    ~ChangedOutput()
+    {
+        ::dup2(m_saved, m_output);
+        ::close(m_saved);
+    }
+    Q_DISABLE_COPY_MOVE(ChangedOutput)
+
+private:
+    int m_output;
+    int m_saved;
+};
+
+} // namespace
+
+class ProgramStartTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup();
+
+    void outputThatIsClosedGoesNowhere_data();
+    void outputThatIsClosedGoesNowhere();
+    void outputThatIsToBeClosedGoesNowhere_data() { outputThatIsClosedGoesNowhere_data(); }
+    void outputThatIsToBeClosedGoesNowhere();
+    void inputThatIsClosedIsEmpty();
+
+private:
+    /// Starts the stand-in, and gives where its three streams lead.
+    QStringList streamsOfStarted();
+
+    StandIns m_standIns;
+    qint32 m_pid = 0;
+};
+
+QStringList ProgramStartTest::streamsOfStarted()
+{
+    static const QByteArray program = QFile::encodeName(m_standIns.install(QStringLiteral("program")));
+    QString error;
+    m_pid = ProgramStart::start(program, {}, std::nullopt, &error).value_or(0);
+    QStringList result;
+    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+        result.append(QFile::symLinkTarget(QStringLiteral("/proc/%1/fd/%2").arg(m_pid).arg(stream)));
+    return result;
+}
+
+void ProgramStartTest::cleanup()
+{
+    if (m_pid <= 0)
+        return;
+    StandIns::kill(m_pid);
+    ::waitpid(std::exchange(m_pid, 0), nullptr, 0);
+}
+
+void ProgramStartTest::outputThatIsClosedGoesNowhere_data()
+{
+    QTest::addColumn<int>("output");
+    QTest::newRow("output") << STDOUT_FILENO;
+    QTest::newRow("errors") << STDERR_FILENO;
+}
+
+void ProgramStartTest::outputThatIsClosedGoesNowhere()
+{
+    QFETCH(const int, output);
+    QStringList streams;
+    {
+        const ChangedOutput changed(output);
+        ::close(output);
+        streams = streamsOfStarted();
+    }
+    QCOMPARE(streams[output], QStringLiteral("/dev/null"));
+}
+
+void ProgramStartTest::outputThatIsToBeClosedGoesNowhere()
+{
+    // What a program without outputs opens gets their numbers.
+    QFETCH(const int, output);
+    QStringList streams;
+    {
+        const ChangedOutput changed(output);
+        const int file = ::open(QFile::encodeName(m_standIns.path(QStringLiteral("file"))).constData(),
+            O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        ::dup3(file, output, O_CLOEXEC);
+        ::close(file);
+        streams = streamsOfStarted();
+    }
+    QCOMPARE(streams[output], QStringLiteral("/dev/null"));
+}
+
+void ProgramStartTest::inputThatIsClosedIsEmpty()
+{
+    QStringList streams;
+    {
+        const ChangedOutput changed(STDIN_FILENO);
+        ::close(STDIN_FILENO);
+        streams = streamsOfStarted();
+    }
+    QCOMPARE(streams[STDIN_FILENO], QStringLiteral("/dev/null"));
+}
+
+KESTRUM_TEST_MAIN(QCoreApplication, ProgramStartTest)
+#include "ProgramStartTest.moc"

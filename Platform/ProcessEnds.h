@@ -25,8 +25,6 @@ public:
     /// From now on the end of `pid` is told, once, from the event loop; also when it has ended already.
     void follow(qint32 pid, Kind kind);
 
-    bool follows(qint32 pid) const { return m_processes.contains(pid); }
-
 Q_SIGNALS:
     void ended(qint32 pid);
 

@@ -1,4 +1,3 @@
-#include "Platform/Log.h"
 #include "Platform/WindowActivation.h"
 #include "Platform/Workspace.h"
 #include "kestrumctl/Verb.h"

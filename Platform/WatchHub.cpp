@@ -7,7 +7,6 @@
 
 #include <QMetaObject>
 #include <algorithm>
-#include <ctime>
 #include <sys/inotify.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -28,13 +27,6 @@ constexpr std::chrono::microseconds wakeUpCost { 20 };
 constexpr std::chrono::milliseconds savedForBursts { 10 };
 // Whoever waits for our answer has sent the next event by then, and who does not wait has had a turn of the processor.
 constexpr std::chrono::milliseconds probeTime { 4 };
-
-std::chrono::nanoseconds processorTime()
-{
-    timespec time {};
-    ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
-    return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
-}
 
 } // namespace
 
@@ -112,11 +104,11 @@ QByteArrayList WatchHub::takePending(Subscription& subscription)
 
 void WatchHub::answer()
 {
-    const auto before = processorTime();
+    const auto before = WorkAllowance::processorTime();
     collect();
     deliver();
-    const auto pause
-        = m_allowance.spend(processorTime() - before + wakeUpCost, std::chrono::steady_clock::now());
+    const auto pause = m_allowance.spend(
+        WorkAllowance::processorTime() - before + wakeUpCost, std::chrono::steady_clock::now());
     if (pause == WorkAllowance::Duration::zero())
         return;
     m_notifier->setEnabled(false); // the kernel keeps, and where it can merges, what comes meanwhile
@@ -127,9 +119,9 @@ void WatchHub::answer()
 // falls silent, while a flood goes on though nobody listens.
 void WatchHub::probe(WorkAllowance::Duration pause)
 {
-    const auto before = processorTime();
+    const auto before = WorkAllowance::processorTime();
     collect();
-    const auto cost = processorTime() - before;
+    const auto cost = WorkAllowance::processorTime() - before;
     QTimer::singleShot(probeTime, this, [this, pause, cost] {
         // After a flood, one silence may only mean that the machine was too busy for its sender.
         const bool wasFlood = std::exchange(m_isFlood, isBacklogged());

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 
 namespace kestrum {
 
@@ -12,6 +13,14 @@ class WorkAllowance {
 public:
     using Duration = std::chrono::nanoseconds;
     using Instant = std::chrono::steady_clock::time_point;
+
+    /// What this thread has spent so far. The difference of two is a cost to book.
+    static Duration processorTime()
+    {
+        timespec time {};
+        ::clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+        return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
+    }
 
     /// Begins with `savedAtMost` saved up, which is also the most that a quiet time gives back.
     WorkAllowance(Duration savedAtMost, Instant now)

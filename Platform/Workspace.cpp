@@ -1,9 +1,9 @@
 // How starts are noticed.
 //
 // The kernel says when a program's file is opened, which is the first thing that executing it does: the process becomes
-// the program a little later. So the process table is looked at then, and some more times soon after. Looking reads links
-// of the table and opens no program, so that no look brings about another. The folder is watched, not the file: a program
-// that is replaced by another file is followed by itself.
+// the program a little later. So the process table is looked at then, and some more times soon after (`StartLooks`).
+// Looking reads links of the table and opens no program, so that no look brings about another. The folder is watched, not
+// the file: a program that is replaced by another file is followed by itself.
 
 #include "Platform/Workspace.h"
 
@@ -12,13 +12,13 @@
 #include "Platform/ProcessEnds.h"
 #include "Platform/ProcessTable.h"
 #include "Platform/ProgramStart.h"
+#include "Platform/StartLooks.h"
 
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QMetaObject>
 #include <QSet>
-#include <QTimer>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -26,10 +26,6 @@
 namespace kestrum {
 
 namespace {
-
-// After the event, in milliseconds. A program usually runs after less than one; the last look is for one that has to come
-// from a slow disk first.
-constexpr int looks[] = { 0, 1, 5, 50, 500 };
 
 QString programOf(const QString& bundlePath)
 {
@@ -81,12 +77,21 @@ QByteArrayList environmentFor(const Workspace::OpenConfiguration& configuration)
 
 struct Workspace::Observations {
     struct Program {
-        Program(const QString& programPath, DirectoryWatch::Handler handler)
+        Program(Observations& observations, const QString& programPath)
             : path(programPath)
-            , watch(QFileInfo(programPath).path(), DirectoryWatch::Interest::opened, std::move(handler))
+            , looks([this, &observations] {
+                if (observations.look(path))
+                    Q_EMIT observations.workspace.runningApplicationsChanged();
+            })
+            , watch(QFileInfo(path).path(), DirectoryWatch::Interest::opened,
+                  [this, name = QFile::encodeName(QFileInfo(path).fileName())](const QByteArray& entry) {
+                      if (entry.isEmpty() || entry == name)
+                          looks.begin();
+                  })
         {
         }
         QString path;
+        StartLooks looks;
         DirectoryWatch watch;
     };
 
@@ -118,28 +123,14 @@ struct Workspace::Observations {
         return anyNew;
     }
 
-    void lookSoon(const QString& program)
-    {
-        for (const int delay : looks) {
-            QTimer::singleShot(delay, Qt::PreciseTimer, &workspace, [this, program] {
-                if (look(program))
-                    Q_EMIT workspace.runningApplicationsChanged();
-            });
-        }
-    }
-
     void observe(const QString& program)
     {
         for (const auto& known : programs) {
             if (known->path == program)
                 return;
         }
-        const QByteArray name = QFile::encodeName(QFileInfo(program).fileName());
         // The watch comes first, so that no start falls between it and the look.
-        programs.push_back(std::make_unique<Program>(program, [this, program, name](const QByteArray& entry) {
-            if (entry.isEmpty() || entry == name)
-                lookSoon(program);
-        }));
+        programs.push_back(std::make_unique<Program>(*this, program));
         look(program);
     }
 

@@ -1,3 +1,4 @@
+#include "Platform/WorkAllowance.h"
 #include "Platform/Workspace.h"
 #include "tests/OwnProcesses.h"
 #include "tests/Peer.h"
@@ -11,12 +12,31 @@
 #include <QSignalSpy>
 #include <QTimer>
 #include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
 
 using namespace kestrum;
 
 namespace {
 
 constexpr int quietTime = 600; // ms; longer than the last look after an event
+
+// Opens a file each millisecond, while the events go on. Gives the share of a core that this thread took.
+double shareWhileOpening(const QString& path, int milliseconds)
+{
+    const QByteArray file = QFile::encodeName(path);
+    QTimer opening;
+    opening.setTimerType(Qt::PreciseTimer);
+    QObject::connect(
+        &opening, &QTimer::timeout, [&file] { ::close(::open(file.constData(), O_RDONLY | O_CLOEXEC)); });
+    opening.start(1);
+    const auto before = WorkAllowance::processorTime();
+    QElapsedTimer timer;
+    timer.start();
+    QTest::qWait(milliseconds);
+    const auto cost = std::chrono::duration<double, std::nano>(WorkAllowance::processorTime() - before);
+    return cost.count() / double(timer.nsecsElapsed());
+}
 
 } // namespace
 
@@ -41,6 +61,8 @@ private Q_SLOTS:
     void bundleThatComesLaterIsFollowed();
     void observingIsIdle();
     void observingTwiceTellsOnce();
+    void floodOfOpeningsCostsLittle();
+    void startAfterAFloodIsTold();
     void withoutProcessDescriptorsTheEndIsLookedFor();
 };
 
@@ -221,6 +243,29 @@ void WorkspaceWatchTest::observingTwiceTellsOnce()
     m_standIns->end(pid);
     QTest::qWait(quietTime);
     QCOMPARE(changes.size(), 2);
+}
+
+void WorkspaceWatchTest::floodOfOpeningsCostsLittle()
+{
+    // Many processes make a look dear.
+    const QString other = m_standIns->install(QStringLiteral("other"));
+    for (int i = 0; i < 500; ++i)
+        m_standIns->start(other);
+    const double unobserved = shareWhileOpening(install(), 1000);
+    Workspace::shared().observe(bundle());
+    const double observed = shareWhileOpening(bundle() + QStringLiteral("/Contents/MacOS/Stand In"), 2000);
+    QVERIFY2(observed < unobserved + 0.2,
+        qPrintable(QStringLiteral("%1 of a core, and %2 without us").arg(observed).arg(unobserved)));
+}
+
+void WorkspaceWatchTest::startAfterAFloodIsTold()
+{
+    const QString program = install();
+    Workspace::shared().observe(bundle());
+    shareWhileOpening(program, 500);
+    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+    m_standIns->start(program);
+    QVERIFY(changes.wait(1000));
 }
 
 void WorkspaceWatchTest::withoutProcessDescriptorsTheEndIsLookedFor()

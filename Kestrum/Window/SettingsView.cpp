@@ -6,6 +6,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/General/GeneralPage.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
+#include "Kestrum/Popovers/PopoversPage.h"
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "Kestrum/Window/SaveNotice.h"
 #include "Kestrum/Window/Sidebar.h"
@@ -35,7 +36,7 @@ QWidget* makePage(SettingsPage page)
     case SettingsPage::menuBar:
         return new MenuBarPage;
     case SettingsPage::popovers:
-        return new FormPage;
+        return new PopoversPage;
     case SettingsPage::general:
         return new GeneralPage;
     }

@@ -9,6 +9,13 @@ namespace {
 
 constexpr QStringView digits = u"0123456789";
 
+/// Whether a character stands for itself wherever it is in a text that runs from left to right.
+bool standsAlone(QChar character)
+{
+    return character.direction() != QChar::DirR && character.direction() != QChar::DirAL
+        && character.direction() != QChar::DirAN && character.joiningType() != QChar::Joining_Transparent;
+}
+
 } // namespace
 
 MonospacedDigits::MonospacedDigits(const QFont& font)
@@ -30,7 +37,7 @@ const MonospacedDigits::Glyph& MonospacedDigits::glyph(QChar character) const
         return *kept;
     Glyph glyph {};
     const auto indexes = m_rawFont.glyphIndexesForString(QString(character));
-    if (indexes.size() == 1 && indexes.first() != 0) {
+    if (indexes.size() == 1 && indexes.first() != 0 && standsAlone(character)) {
         const double own = m_rawFont.advancesForGlyphIndexes(indexes).constFirst().x();
         glyph.index = indexes.first();
         glyph.advance = digits.contains(character) ? m_digitAdvance : own;

@@ -10,8 +10,8 @@
 namespace kestrum {
 
 /// Texts whose digits all take the room of the widest one, so that a number that counts does not jitter:
-/// Qt 6.4 cannot ask a font for its tabular figures. For short texts of numbers and units in left-to-right
-/// order.
+/// Qt 6.4 cannot ask a font for its tabular figures. For short texts of numbers and units; one with letters that are
+/// written from the right is left to Qt as it is.
 class MonospacedDigits {
 public:
     explicit MonospacedDigits(const QFont& font);
@@ -27,7 +27,7 @@ public:
 
 private:
     struct Glyph {
-        quint32 index;  ///< 0 when the font has none
+        quint32 index;  ///< 0 when Qt is to draw the text that has it
         double offset;  ///< from the left end of its cell
         double advance; ///< width of the cell
     };

@@ -1,0 +1,180 @@
+#include "Kestrum/Popovers/ChoiceTileRow.h"
+
+#include "Kestrum/Form/Theme.h"
+
+#include <QEvent>
+#include <QKeyEvent>
+#include <QStyle>
+#include <algorithm>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int room = 12;         ///< above and below what the row holds
+constexpr int labelGap = 12;     ///< between text and tiles, side by side
+constexpr int labelGapBelow = 8; ///< between the text and tiles below it
+constexpr int tileGap = 20;
+constexpr int lineGap = 12; ///< between lines of tiles
+
+} // namespace
+
+struct ChoiceTileRow::Places {
+    QRect label;
+    QList<QRect> tiles;
+    int height;
+};
+
+ChoiceTileRow::ChoiceTileRow(const QString& text, QWidget* parent)
+    : QWidget(parent)
+    , m_label(new QLabel(text, this))
+{
+    m_label->setFont(Theme::font(Theme::TextStyle::body));
+    m_label->setTextFormat(Qt::PlainText);
+    m_label->setWordWrap(true);
+    setAccessibleName(text);
+    QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+}
+
+void ChoiceTileRow::addTile(const QString& title, ChoiceTile::Picture picture)
+{
+    const int index = int(m_tiles.size());
+    auto* tile = new ChoiceTile(title, std::move(picture), this);
+    connect(tile, &ChoiceTile::clicked, this, [this, index] { Q_EMIT chosen(index); });
+    m_tiles.append(tile);
+    updateGeometry();
+}
+
+int ChoiceTileRow::index() const
+{
+    for (int i = 0; i < m_tiles.size(); ++i) {
+        if (m_tiles[i]->isSelected())
+            return i;
+    }
+    return -1;
+}
+
+void ChoiceTileRow::setIndex(int index)
+{
+    for (int i = 0; i < m_tiles.size(); ++i)
+        m_tiles[i]->setSelected(i == index);
+}
+
+int ChoiceTileRow::tilesWidth() const
+{
+    int width = tileGap * int(m_tiles.size() - 1);
+    for (const ChoiceTile* tile : m_tiles)
+        width += tile->sizeHint().width();
+    return width;
+}
+
+int ChoiceTileRow::widestTile() const
+{
+    int width = 0;
+    for (const ChoiceTile* tile : m_tiles)
+        width = std::max(width, tile->sizeHint().width());
+    return width;
+}
+
+bool ChoiceTileRow::fitsBeside(int width) const
+{
+    const int wanted = 2 * Theme::rowInset + m_label->sizeHint().width() + labelGap + tilesWidth();
+    return wanted <= width && (!m_other || m_other->fitsBeside(width));
+}
+
+ChoiceTileRow::Places ChoiceTileRow::places(int width) const
+{
+    Places places;
+    if (fitsBeside(width)) {
+        int x = width - Theme::rowInset - tilesWidth();
+        int lowest = 0;
+        for (const ChoiceTile* tile : m_tiles) {
+            places.tiles.append(QRect(QPoint(x, room), tile->sizeHint()));
+            lowest = std::max(lowest, places.tiles.last().bottom() + 1);
+            x += tile->sizeHint().width() + tileGap;
+        }
+        places.height = lowest + room;
+        places.label = QRect(QPoint(Theme::rowInset, room), m_label->sizeHint());
+        places.label.moveTop((places.height - places.label.height()) / 2);
+        return places;
+    }
+
+    const int labelWidth = std::max(0, width - 2 * Theme::rowInset);
+    places.label = QRect(Theme::rowInset, room, labelWidth, m_label->heightForWidth(labelWidth));
+    int x = Theme::rowInset;
+    int top = places.label.bottom() + 1 + labelGapBelow;
+    int lowest = top;
+    for (const ChoiceTile* tile : m_tiles) {
+        const QSize size = tile->sizeHint();
+        if (x > Theme::rowInset && x + size.width() > width - Theme::rowInset) {
+            x = Theme::rowInset;
+            top = lowest + lineGap;
+        }
+        places.tiles.append(QRect(QPoint(x, top), size));
+        lowest = std::max(lowest, top + size.height());
+        x += size.width() + tileGap;
+    }
+    places.height = lowest + room;
+    return places;
+}
+
+QSize ChoiceTileRow::sizeHint() const
+{
+    const int width = 2 * Theme::rowInset + m_label->sizeHint().width() + labelGap + tilesWidth();
+    return { width, heightForWidth(width) };
+}
+
+QSize ChoiceTileRow::minimumSizeHint() const
+{
+    return { 2 * Theme::rowInset + std::max(m_label->minimumSizeHint().width(), widestTile()),
+        m_label->sizeHint().height() };
+}
+
+int ChoiceTileRow::heightForWidth(int width) const
+{
+    return places(width).height;
+}
+
+void ChoiceTileRow::resizeEvent(QResizeEvent*)
+{
+    layOut();
+}
+
+void ChoiceTileRow::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange)
+        layOut();
+}
+
+void ChoiceTileRow::layOut()
+{
+    const Places places = this->places(width());
+    const auto place = [this](QWidget* widget, const QRect& rect) {
+        widget->setGeometry(QStyle::visualRect(layoutDirection(), this->rect(), rect));
+    };
+    place(m_label, places.label);
+    for (int i = 0; i < m_tiles.size(); ++i)
+        place(m_tiles[i], places.tiles[i]);
+}
+
+void ChoiceTileRow::keyPressEvent(QKeyEvent* event)
+{
+    const bool isFromRight = layoutDirection() == Qt::RightToLeft;
+    int step = 0;
+    if (event->key() == Qt::Key_Down || event->key() == (isFromRight ? Qt::Key_Left : Qt::Key_Right))
+        step = 1;
+    else if (event->key() == Qt::Key_Up || event->key() == (isFromRight ? Qt::Key_Right : Qt::Key_Left))
+        step = -1;
+    const int next = int(m_tiles.indexOf(qobject_cast<ChoiceTile*>(focusWidget()))) + step;
+    if (step == 0) {
+        QWidget::keyPressEvent(event);
+        return;
+    }
+    if (next >= 0 && next < m_tiles.size())
+        m_tiles[next]->setFocus(step > 0 ? Qt::TabFocusReason : Qt::BacktabFocusReason);
+}
+
+} // namespace kestrum

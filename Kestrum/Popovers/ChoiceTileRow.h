@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Kestrum/Popovers/ChoiceTile.h"
+
+#include <QLabel>
+#include <QList>
+#include <QWidget>
+
+namespace kestrum {
+
+/// A row of a card whose choices are tiles: a text at the leading edge and the tiles at the trailing one. Where both do not fit the
+/// tiles stand below the text, in as many lines as they need. To assistive programs it is a group named by the text.
+class ChoiceTileRow final : public QWidget {
+    Q_OBJECT
+public:
+    /// `text` as people see it.
+    explicit ChoiceTileRow(const QString& text, QWidget* parent = nullptr);
+
+    /// Puts a tile at the trailing end; the row owns it.
+    void addTile(const QString& title, ChoiceTile::Picture picture);
+    const QList<ChoiceTile*>& tiles() const { return m_tiles; }
+
+    /// Puts the tiles below the text wherever `other`, which outlives the row, has to do so too.
+    void alignWith(const ChoiceTileRow& other) { m_other = &other; }
+
+    /// The position of the tile selected, −1 for none.
+    int index() const;
+    /// Selects another one without telling; −1 or a position that does not exist selects none.
+    void setIndex(int index);
+
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+
+Q_SIGNALS:
+    /// The user chose the tile at `index`; also told for the one that is selected.
+    void chosen(int index);
+
+protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+
+private:
+    struct Places;
+    Places places(int width) const;
+    bool fitsBeside(int width) const;
+    int tilesWidth() const;
+    int widestTile() const;
+    void layOut();
+
+    QLabel* m_label;
+    QList<ChoiceTile*> m_tiles;
+    const ChoiceTileRow* m_other = nullptr;
+};
+
+} // namespace kestrum

@@ -1,0 +1,21 @@
+#pragma once
+
+#include <QPainterPath>
+#include <QRectF>
+
+namespace kestrum {
+
+/// The half of a rectangle below its diagonal from the top right to the bottom left corner, also where texts are written from the
+/// right.
+struct LowerRightHalf {
+    static QPainterPath path(const QRectF& rect)
+    {
+        QPainterPath path(rect.topRight());
+        path.lineTo(rect.bottomRight());
+        path.lineTo(rect.bottomLeft());
+        path.closeSubpath();
+        return path;
+    }
+};
+
+} // namespace kestrum

@@ -1,0 +1,19 @@
+#pragma once
+
+#include "KestrumShared/Popover/PanelEnvironment.h"
+
+#include <QPainter>
+#include <QString>
+
+namespace kestrum {
+
+/// The first line of a panel: a symbol and what the panel is about.
+struct CompactHeader {
+    QString title;
+    QString icon; ///< name of a symbol; an unknown one draws nothing
+
+    double height(const PanelEnvironment& environment) const;
+    void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+};
+
+} // namespace kestrum

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "KestrumShared/Popover/PanelPart.h"
+
+#include <QList>
+#include <QString>
+#include <optional>
+
+namespace kestrum {
+
+/// A block of a panel: parts one below the other, under a title if there is one.
+struct DenseSection {
+    std::optional<QString> title = std::nullopt;
+    QList<PanelPart> content = {};
+
+    double height(const PanelEnvironment& environment) const;
+    void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+};
+
+} // namespace kestrum

@@ -1,0 +1,47 @@
+#include "KestrumShared/Popover/PanelEnvironment.h"
+
+#include "KestrumShared/Drawing/LabelColour.h"
+
+#include <QGuiApplication>
+
+namespace kestrum {
+
+QFont PanelEnvironment::systemFont(int size, QFont::Weight weight)
+{
+    QFont font(QGuiApplication::font().families());
+    font.setPixelSize(size);
+    font.setWeight(weight);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    return font;
+}
+
+QColor PanelEnvironment::textColour() const
+{
+    return labelColour(scheme);
+}
+
+// Readable on the opaque light surface too, which is darker than the grounds of a window.
+QColor PanelEnvironment::secondaryTextColour() const
+{
+    return scheme == ColourScheme::dark ? QColor(0xB0, 0xB0, 0xB8) : QColor(0x4A, 0x4A, 0x50);
+}
+
+QColor PanelEnvironment::headerColour() const
+{
+    return scheme == ColourScheme::dark ? QColor::fromRgbF(0.39F, 0.70F, 1.0F)
+                                        : QColor::fromRgbF(0.05F, 0.38F, 0.72F);
+}
+
+QColor PanelEnvironment::dividerColour() const
+{
+    return scheme == ColourScheme::dark ? QColor::fromRgbF(1, 1, 1, 0.16F) : QColor::fromRgbF(0, 0, 0, 0.14F);
+}
+
+QRectF PanelEnvironment::fromLeading(const QRectF& bounds, double distance, double width) const
+{
+    const double left
+        = direction == Qt::RightToLeft ? bounds.right() - distance - width : bounds.left() + distance;
+    return { left, bounds.top(), width, bounds.height() };
+}
+
+} // namespace kestrum

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "KestrumShared/Popover/PanelMetrics.h"
+#include "Platform/SystemAppearance.h"
+
+#include <QColor>
+#include <QFont>
+#include <QRectF>
+
+namespace kestrum {
+
+/// What the parts of a panel take from their surroundings. Whoever draws a panel sets it once for all of its parts.
+struct PanelEnvironment {
+    /// The system's font, `size` points high. It is never hinted, so that a panel drawn small is a true picture of the large one.
+    static QFont systemFont(int size, QFont::Weight weight = QFont::Normal);
+
+    ColourScheme scheme = ColourScheme::light;
+    Qt::LayoutDirection direction = Qt::LeftToRight;
+    PanelMetrics metrics = {};
+    QFont font = systemFont(13); ///< of the texts and symbols that set no font of their own
+
+    QColor textColour() const;
+    QColor secondaryTextColour() const;
+    QColor headerColour() const; ///< of a header's symbol and of section titles
+    QColor dividerColour() const;
+
+    /// The part of `bounds` that begins `distance` after its leading edge and is `width` wide.
+    QRectF fromLeading(const QRectF& bounds, double distance, double width) const;
+};
+
+} // namespace kestrum

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "KestrumShared/Popover/PanelEnvironment.h"
+
+#include <QPainter>
+#include <concepts>
+#include <memory>
+#include <utility>
+
+namespace kestrum {
+
+/// What a part of a panel can do: say its height, and draw itself into a rectangle of that height and any width. Sizes are
+/// points. It may leave the painter's pen, brush and font changed, and nothing else.
+template <class T>
+concept DrawnPart
+    = requires(const T& part, QPainter& painter, const QRectF& rect, const PanelEnvironment& environment)
+{
+    {
+        part.height(environment)
+        } -> std::convertible_to<double>;
+    part.draw(painter, rect, environment);
+};
+
+/// Any part of a panel, held by value. Parts do not change, so copies share it.
+class PanelPart {
+public:
+    template <DrawnPart T>
+    requires(!std::same_as<T, PanelPart>) PanelPart(T part) // NOLINT: every part is one
+        : m_part(std::make_shared<const Held<T>>(std::move(part)))
+    {
+    }
+
+    double height(const PanelEnvironment& environment) const { return m_part->height(environment); }
+    void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
+    {
+        m_part->draw(painter, rect, environment);
+    }
+
+private:
+    struct Part {
+        Part() = default;
+        Part(const Part&) = delete;
+        Part& operator=(const Part&) = delete;
+        virtual ~Part() = default;
+        virtual double height(const PanelEnvironment& environment) const = 0;
+        virtual void draw(
+            QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const = 0;
+    };
+
+    template <class T> struct Held final : Part {
+        explicit Held(T held)
+            : part(std::move(held))
+        {
+        }
+        double height(const PanelEnvironment& environment) const override { return part.height(environment); }
+        void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const override
+        {
+            part.draw(painter, rect, environment);
+        }
+        T part;
+    };
+
+    std::shared_ptr<const Part> m_part;
+};
+
+} // namespace kestrum

@@ -1,0 +1,27 @@
+#include "KestrumShared/Popover/PanelText.h"
+
+#include <QFontMetricsF>
+#include <algorithm>
+#include <cmath>
+
+namespace kestrum {
+
+// Whole points, so that what stands below it does not begin between two pixels.
+double PanelText::height(const PanelEnvironment&) const
+{
+    return std::round(QFontMetricsF(font).height());
+}
+
+void PanelText::draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
+{
+    const bool isFromRight = environment.direction == Qt::RightToLeft;
+    painter.setFont(font);
+    painter.setPen(colour);
+    painter.setLayoutDirection(environment.direction);
+    const QString shown = QFontMetricsF(font).elidedText(text, Qt::ElideRight, std::max(0.0, rect.width()));
+    // Absolute: a text that is written from the right still stands at the leading edge of its panel.
+    const int edge = int(Qt::AlignAbsolute) | int(isFromRight ? Qt::AlignRight : Qt::AlignLeft);
+    painter.drawText(rect, edge | int(Qt::AlignVCenter) | int(Qt::TextSingleLine | Qt::TextDontClip), shown);
+}
+
+} // namespace kestrum

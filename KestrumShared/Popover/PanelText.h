@@ -1,0 +1,21 @@
+#pragma once
+
+#include "KestrumShared/Popover/PanelEnvironment.h"
+
+#include <QPainter>
+#include <QString>
+
+namespace kestrum {
+
+/// One line of text at the leading edge of the room that it gets; what does not fit ends with an ellipsis.
+struct PanelText {
+    QString text;
+    QFont font;
+    QColor colour;
+
+    double height(const PanelEnvironment& environment) const;
+    /// Stands in the middle of a higher rectangle.
+    void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+};
+
+} // namespace kestrum

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <QPainter>
+#include <QRectF>
+
+namespace kestrum {
+
+/// The pixels of whatever a painter draws on, however it is scaled.
+namespace PixelGrid {
+
+/// `rect` with its edges moved to the nearest pixels, and at least one pixel wide and high.
+QRectF aligned(const QRectF& rect, const QPainter& painter);
+
+} // namespace PixelGrid
+} // namespace kestrum

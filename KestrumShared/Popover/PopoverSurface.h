@@ -1,0 +1,23 @@
+#pragma once
+
+#include "KestrumShared/Popover/PanelEnvironment.h"
+#include "KestrumShared/Vocabulary/MeterAppearance.h"
+
+#include <QPainter>
+#include <optional>
+
+namespace kestrum {
+
+/// The ground of a popover, opaque or translucent.
+struct PopoverSurface {
+    /// Nothing for the one stored in the settings, which is read at each drawing.
+    std::optional<PopoverBackground> background = std::nullopt;
+    /// Whether what lies below belongs to the same window.
+    bool blendsWithinWindow = false;
+
+    /// Fills `rect`, with rounded corners.
+    void draw(QPainter& painter, const QRectF& rect, double cornerRadius,
+        const PanelEnvironment& environment) const;
+};
+
+} // namespace kestrum

@@ -17,6 +17,8 @@ constexpr std::chrono::seconds patience { 5 };
 constexpr std::chrono::milliseconds askingInterval { 500 };
 // One that cannot run, for want of a display or a library, has ended by then.
 constexpr std::chrono::milliseconds trialTime { 500 };
+// One that still runs then was not about to quit.
+constexpr std::chrono::milliseconds quittingTime = AppLinks::checkDelay * AppLinks::retries;
 
 void leave(ExitCode code)
 {
@@ -31,28 +33,75 @@ QList<qint32> agentPids()
     return pids;
 }
 
-void proveRunning(qint32 pid)
-{
-    Workspace::shared().observe(AppLinks::embeddedAgentURL(), { pid });
-    QObject::connect(&Workspace::shared(), &Workspace::runningApplicationsChanged, qApp, [] {
-        if (!AppLinks::isAgentRunning())
-            leave(Console::failed(QStringLiteral("the agent ended as soon as it was started")));
-    });
-    QTimer::singleShot(trialTime, qApp, [] { leave(ExitCode::done); });
-}
+// From the wish for an agent until one is known to run. Whatever the workspace tells is a reason to look, and at the end of
+// each stretch of waiting is a last look, for what was not told.
+class AgentStart {
+public:
+    ExitCode run()
+    {
+        m_time.setSingleShot(true);
+        m_time.setTimerType(Qt::PreciseTimer);
+        QObject::connect(&m_time, &QTimer::timeout, [this] { look(true); });
+        QObject::connect(
+            &Workspace::shared(), &Workspace::runningApplicationsChanged, &m_time, [this] { look(false); });
+        QTimer::singleShot(0, &m_time, [this] {
+            if (AppLinks::isAgentRunning())
+                wait(Awaited::itsEnd, quittingTime);
+            else
+                open();
+        });
+        return static_cast<ExitCode>(QCoreApplication::exec());
+    }
 
-ExitCode start()
-{
-    if (AppLinks::isAgentRunning())
-        return ExitCode::done;
-    AppLinks::openAgent([](const Workspace::Opened& opened) {
-        if (opened.pid)
-            proveRunning(*opened.pid);
-        else
-            leave(Console::failed(opened.error));
-    });
-    return static_cast<ExitCode>(QCoreApplication::exec());
-}
+private:
+    /// Of the agent that runs. Nothing: none was found, or all is known.
+    enum class Awaited { nothing, itsEnd, itsStay };
+
+    void wait(Awaited awaited, std::chrono::milliseconds time)
+    {
+        m_awaited = awaited;
+        m_time.start(time);
+        look(false);
+    }
+
+    void look(bool isLast)
+    {
+        if (m_awaited == Awaited::nothing)
+            return;
+        if (const QList<qint32> pids = agentPids(); !pids.isEmpty()) {
+            Workspace::shared().observe(AppLinks::embeddedAgentURL(), pids);
+            if (isLast)
+                finish(ExitCode::done);
+        } else if (m_awaited == Awaited::itsStay) {
+            finish(Console::failed(QStringLiteral("the agent ended as soon as it was started")));
+        } else if (!Setting(Keys::agentEnabled).value()) {
+            finish(Console::failed(QStringLiteral("the agent was switched off meanwhile")));
+        } else {
+            open();
+        }
+    }
+
+    void open()
+    {
+        m_awaited = Awaited::nothing;
+        m_time.stop();
+        AppLinks::openAgent([this](const Workspace::Opened& opened) {
+            if (opened.pid)
+                wait(Awaited::itsStay, trialTime);
+            else
+                finish(Console::failed(opened.error));
+        });
+    }
+
+    void finish(ExitCode code)
+    {
+        m_awaited = Awaited::nothing;
+        leave(code);
+    }
+
+    Awaited m_awaited = Awaited::nothing;
+    QTimer m_time;
+};
 
 ExitCode stop()
 {
@@ -93,7 +142,7 @@ ExitCode run(const CommandLine& line)
     const UserDefaults& store = KeyCatalogue::openedStore();
     if (!Setting(Keys::agentEnabled).set(isStart))
         return Console::failed(store.lastError());
-    return isStart ? start() : stop();
+    return isStart ? AgentStart().run() : stop();
 }
 
 } // namespace
@@ -106,10 +155,12 @@ const Verb agentVerb {
     "agent\n"
     "of the bundle that kestrumctl is in, or asks every running agent to quit.\n"
     "\n"
-    "  start  an agent that runs already is enough; a new one is watched for half a second\n"
+    "  start  an agent that runs already is enough when it still does three seconds later, since it may be\n"
+    "         about to quit: then a new one takes its place. A new one is watched for half a second\n"
     "  stop   waits up to five seconds until none runs; nothing to do is done\n"
     "\n"
-    "Exit code 1 when the agent cannot be started, ends at once, or does not quit.\n",
+    "Exit code 1 when the agent cannot be started, ends at once, is switched off meanwhile, or does not "
+    "quit.\n",
     {},
     1,
     1,

@@ -1,60 +1,29 @@
-#include "KestrumShared/Machine/ProcessScan.h"
-#include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Settings/SignalListener.h"
-#include "tests/FreshSettings.h"
-#include "tests/Kestrumctl.h"
+#include "tests/KestrumctlAgentStage.h"
 #include "tests/OwnProcesses.h"
-#include "tests/StandIns.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QRegularExpression>
-#include <QStandardPaths>
-#include <QTest>
 #include <QTimer>
-#include <memory>
 
 using namespace kestrum;
 
-namespace {
-
-using Kestrumctl::words;
-
-const QString agentPlace = StandIns::agentIn(QStringLiteral("Kestrum.app/Contents/Library/LoginItems"));
-
-QList<qint32> runningPids()
-{
-    QList<qint32> pids;
-    for (const auto& agent : ProcessScan::agents())
-        pids.append(agent.pid);
-    return pids;
-}
-
-} // namespace
-
-class KestrumctlAgentTest : public QObject {
+class KestrumctlAgentTest : public QObject, KestrumctlAgentStage {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase() { prepareStage(); }
+    void init() { setStage(); }
+    void cleanup() { clearStage(); }
 
     void agentsAreListedWithPidStartAndPath();
     void startTimeIsLocalWithItsOffset();
     void everyAgentHasALine();
     void aPathForgesNoLine();
     void withoutAnAgentTheListFails();
-
-    void startStartsTheAgentOfTheOwnBundle();
-    void startIsFinishedBeforeTheAgentIs();
-    void startLeavesARunningAgentAlone();
-    void startStoresTheChoice();
-    void aMissingAgentIsAFailureThatNamesIt();
-    void anAgentThatEndsAtOnceIsAFailure();
 
     void stopAsksTheAgentAndWaitsForItsEnd();
     void stopWaitsForEveryAgent();
@@ -63,68 +32,7 @@ private Q_SLOTS:
     void stopWithoutAnAgentIsDone();
     void anAgentThatDoesNotQuitIsAFailureThatNamesIt();
     void withoutAMeetingPlaceStopFailsWithTheReason();
-    void aChoiceThatCannotBeStoredIsAFailure();
-
-private:
-    Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {}) const;
-    bool storedChoice() const;
-
-    std::unique_ptr<StandIns> m_standIns;
 };
-
-void KestrumctlAgentTest::initTestCase()
-{
-    if (!ProcessScan::agents().isEmpty())
-        QSKIP("an agent of somebody else runs, and this kernel lets us have no process table of our own");
-    registerFactoryDefaults();
-}
-
-void KestrumctlAgentTest::init()
-{
-    forgetSettings();
-    m_standIns = std::make_unique<StandIns>();
-    m_standIns->install(agentPlace);
-    const QString programs = m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS"));
-    QVERIFY(QDir().mkpath(programs));
-    QVERIFY(QFile::copy(Kestrumctl::path(), programs + QStringLiteral("/kestrumctl")));
-}
-
-void KestrumctlAgentTest::cleanup()
-{
-    for (const qint32 pid : runningPids())
-        StandIns::kill(pid);
-    QTRY_VERIFY(runningPids().isEmpty());
-    m_standIns.reset();
-}
-
-// Runs the program of the test's own bundle while the test's events go on.
-Kestrumctl::Result KestrumctlAgentTest::ctl(const char* line, const Kestrumctl::Variables& variables) const
-{
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const auto& [name, value] : variables)
-        environment.insert(name, value);
-    process.setProcessEnvironment(environment);
-    process.start(m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS/kestrumctl")), words(line));
-    Kestrumctl::Result result;
-    const auto hasEnded = [&process] { return process.state() == QProcess::NotRunning; };
-    if (!QTest::qWaitFor(hasEnded, 20'000)) {
-        process.kill();
-        process.waitForFinished();
-    } else if (process.exitStatus() == QProcess::NormalExit) {
-        result.code = process.exitCode();
-    }
-    result.output = process.readAllStandardOutput();
-    result.errors = process.readAllStandardError();
-    return result;
-}
-
-bool KestrumctlAgentTest::storedChoice() const
-{
-    const auto stored
-        = SharedSettings::store().storedDictionary().value(QLatin1StringView(Keys::agentEnabled.name));
-    return stored.toBool(!Keys::agentEnabled.factoryDefault);
-}
 
 void KestrumctlAgentTest::agentsAreListedWithPidStartAndPath()
 {
@@ -189,66 +97,6 @@ void KestrumctlAgentTest::withoutAnAgentTheListFails()
     QCOMPARE(result.code, 1);
     QCOMPARE(result.output, QByteArray());
     QCOMPARE(result.errors, QByteArray());
-}
-
-void KestrumctlAgentTest::startStartsTheAgentOfTheOwnBundle()
-{
-    const auto result = ctl("agent start", { { QStringLiteral("KESTRUM_LANGUAGE"), QStringLiteral("de") } });
-    QCOMPARE(result.errors, QByteArray());
-    QCOMPARE(result.output, QByteArray());
-    QCOMPARE(result.code, 0);
-    const auto agents = ProcessScan::agents();
-    QCOMPARE(agents.size(), 1);
-    QCOMPARE(agents[0].path, m_standIns->path(agentPlace));
-    QVERIFY(StandIns::environmentOf(agents[0].pid).contains("KESTRUM_LANGUAGE=de"));
-}
-
-void KestrumctlAgentTest::startIsFinishedBeforeTheAgentIs()
-{
-    // Also for a shell that reads what the tool prints.
-    QProcess shell;
-    shell.start(QStringLiteral("/bin/sh"),
-        { QStringLiteral("-c"), QStringLiteral("text=$(\"$0\" agent start 2>&1); echo \"[$text]\""),
-            m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS/kestrumctl")) });
-    QVERIFY(shell.waitForFinished(10'000));
-    QCOMPARE(shell.readAllStandardOutput(), QByteArray("[]\n"));
-    QCOMPARE(runningPids().size(), 1);
-}
-
-void KestrumctlAgentTest::startLeavesARunningAgentAlone()
-{
-    const qint32 pid = m_standIns->start(m_standIns->install(StandIns::agentIn(QStringLiteral("copy")))).pid;
-    QCOMPARE(ctl("agent start").code, 0);
-    QCOMPARE(runningPids(), QList<qint32> { pid });
-}
-
-void KestrumctlAgentTest::startStoresTheChoice()
-{
-    QVERIFY(Setting(Keys::agentEnabled).set(false));
-    QCOMPARE(ctl("agent start").code, 0);
-    QCOMPARE(storedChoice(), true);
-    QVERIFY(Setting(Keys::agentEnabled).value());
-}
-
-void KestrumctlAgentTest::aMissingAgentIsAFailureThatNamesIt()
-{
-    const QString bundle
-        = m_standIns->path(QStringLiteral("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app"));
-    QVERIFY(QDir(bundle).removeRecursively());
-    const auto result = ctl("agent start");
-    QCOMPARE(result.code, 1);
-    QCOMPARE(result.output, QByteArray());
-    QCOMPARE(result.errors, "kestrumctl: there is no application at " + bundle.toUtf8() + '\n');
-}
-
-void KestrumctlAgentTest::anAgentThatEndsAtOnceIsAFailure()
-{
-    const QString program = m_standIns->path(agentPlace);
-    QVERIFY(QFile::remove(program));
-    QVERIFY(QFile::copy(QStandardPaths::findExecutable(QStringLiteral("true")), program));
-    const auto result = ctl("agent start");
-    QCOMPARE(result.code, 1);
-    QCOMPARE(result.errors, QByteArray("kestrumctl: the agent ended as soon as it was started\n"));
 }
 
 void KestrumctlAgentTest::stopAsksTheAgentAndWaitsForItsEnd()
@@ -334,16 +182,6 @@ void KestrumctlAgentTest::withoutAMeetingPlaceStopFailsWithTheReason()
         = ctl("agent stop", { { QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("/nowhere") } });
     QCOMPARE(result.code, 1);
     QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
-}
-
-void KestrumctlAgentTest::aChoiceThatCannotBeStoredIsAFailure()
-{
-    m_standIns->tree().write(QStringLiteral("file"), "no folder");
-    const auto result = ctl(
-        "agent start", { { QStringLiteral("XDG_CONFIG_HOME"), m_standIns->path(QStringLiteral("file")) } });
-    QCOMPARE(result.code, 1);
-    QVERIFY(!result.errors.isEmpty());
-    QVERIFY(runningPids().isEmpty());
 }
 
 KESTRUM_TEST_MAIN_APART(QCoreApplication, KestrumctlAgentTest)

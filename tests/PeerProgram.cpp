@@ -28,6 +28,7 @@
 #include "Platform/SingleInstance.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
+#include "tests/ProcessDescriptors.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -37,17 +38,12 @@
 #include <QSocketNotifier>
 #include <QThread>
 #include <atomic>
-#include <cstddef>
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
-#include <linux/filter.h>
-#include <linux/seccomp.h>
 #include <sched.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/resource.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace kestrum;
@@ -271,20 +267,6 @@ int runInstance(const QByteArray& name, const QByteArray& token)
         instance.giveBack();
         say("gave back");
     });
-}
-
-// From now on the kernel answers as one that does not know the call.
-bool giveUpProcessDescriptors()
-{
-    sock_filter steps[] = {
-        BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)),
-        BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_pidfd_open, 0, 1),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | ENOSYS),
-        BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ALLOW),
-    };
-    const sock_fprog filter { std::size(steps), steps };
-    return ::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) == 0
-        && ::prctl(PR_SET_SECCOMP, SECCOMP_MODE_FILTER, &filter) == 0;
 }
 
 int workspace(const QString& bundle, const QStringList& pids)

@@ -13,7 +13,6 @@ namespace kestrum {
 namespace {
 
 constexpr char category[] = "links";
-constexpr std::chrono::milliseconds checkDelay { 500 };
 constexpr QLatin1StringView agentLocation("/Contents/Library/LoginItems/KestrumAgent.app");
 constexpr QLatin1StringView agentExecutable("/Contents/MacOS/KestrumAgent");
 
@@ -35,7 +34,7 @@ void logOpened(const Workspace::Opened& opened)
 
 void checkLater(int retriesLeft)
 {
-    QTimer::singleShot(checkDelay, Qt::PreciseTimer, qApp, [retriesLeft] {
+    QTimer::singleShot(AppLinks::checkDelay, Qt::PreciseTimer, qApp, [retriesLeft] {
         if (Setting(Keys::agentEnabled).value())
             AppLinks::launchAgentIfNeeded(retriesLeft);
     });

@@ -7,6 +7,7 @@
 #include <QList>
 #include <QMap>
 #include <QString>
+#include <chrono>
 #include <functional>
 #include <optional>
 
@@ -17,6 +18,8 @@ namespace AppLinks {
 
 /// What every caller gives `launchAgentIfNeeded`.
 inline constexpr int retries = 6;
+/// Between two looks at an agent that may be about to quit.
+inline constexpr std::chrono::milliseconds checkDelay { 500 };
 
 /// The agent's bundle inside the main bundle.
 QString embeddedAgentURL();

@@ -15,12 +15,14 @@ constexpr int leastHeight = 40;
 constexpr int leastRoom = 9; ///< above and below what the row holds, the hairline between rows included
 constexpr int gap = 12;      ///< between text and control
 constexpr int gapAbove = 6;  ///< of a control below its text
+constexpr int companionGap = 8;
 
 } // namespace
 
 struct Row::Places {
     QRect label;
     QRect control;
+    QRect companion;
     int height;
 };
 
@@ -44,6 +46,14 @@ Row::Row(const QString& text, QWidget* control, QWidget* parent)
         control->setAccessibleName(text);
 }
 
+void Row::setCompanion(QWidget* companion)
+{
+    companion->setParent(this);
+    m_companion = companion;
+    updateGeometry();
+    layOut();
+}
+
 void Row::setText(const QString& text)
 {
     m_label->setText(text);
@@ -58,10 +68,18 @@ void Row::setInk(Ink ink)
                                                 : QPalette::BrightText);
 }
 
+QSize Row::controlSize() const
+{
+    QSize size = m_control ? m_control->sizeHint() : QSize(0, 0);
+    if (m_companion)
+        size += QSize(companionGap + m_companion->sizeHint().width(), 0);
+    return size;
+}
+
 Row::Places Row::places(int width) const
 {
     const int room = width - 2 * Theme::rowInset;
-    const QSize control = m_control ? m_control->sizeHint() : QSize(0, 0);
+    const QSize control = controlSize();
     const int beside = m_control ? room - control.width() - gap : room;
     // The label without wrapping, or at least with room for its words and a third of the row.
     const int wanted
@@ -71,33 +89,36 @@ Row::Places Row::places(int width) const
     const int labelHeight = m_label->heightForWidth(labelWidth);
 
     Places places;
-    if (isBelow) {
-        places.height = 2 * leastRoom + labelHeight + gapAbove + control.height();
-        places.label = QRect(Theme::rowInset, leastRoom, labelWidth, labelHeight);
-        places.control = QRect(
-            QPoint(width - Theme::rowInset - control.width(), leastRoom + labelHeight + gapAbove), control);
-        return places;
-    }
-    places.height
-        = std::max({ leastHeight, labelHeight + 2 * leastRoom, control.height() + 2 * leastRoom - 4 });
+    places.height = isBelow
+        ? 2 * leastRoom + labelHeight + gapAbove + control.height()
+        : std::max({ leastHeight, labelHeight + 2 * leastRoom, control.height() + 2 * leastRoom - 4 });
     const auto centred = [&places](int height) { return (places.height - height) / 2; };
-    places.label = QRect(Theme::rowInset, centred(labelHeight), labelWidth, labelHeight);
-    places.control
-        = QRect(QPoint(width - Theme::rowInset - control.width(), centred(control.height())), control);
+    places.label
+        = QRect(Theme::rowInset, isBelow ? leastRoom : centred(labelHeight), labelWidth, labelHeight);
+    const int top = isBelow ? leastRoom + labelHeight + gapAbove : centred(control.height());
+    int end = width - Theme::rowInset;
+    if (m_companion && !m_companion->isHidden()) {
+        const QSize size = m_companion->sizeHint();
+        places.companion
+            = QRect(QPoint(end - size.width(), top + (control.height() - size.height()) / 2), size);
+        end -= companionGap + size.width();
+    }
+    if (m_control)
+        places.control = QRect(QPoint(end - m_control->sizeHint().width(), top), m_control->sizeHint());
     return places;
 }
 
 QSize Row::sizeHint() const
 {
-    const int control = m_control ? gap + m_control->sizeHint().width() : 0;
+    const int control = m_control ? gap + controlSize().width() : 0;
     const int width = 2 * Theme::rowInset + m_label->sizeHint().width() + control;
     return { width, heightForWidth(width) };
 }
 
 QSize Row::minimumSizeHint() const
 {
-    const int control = m_control ? m_control->sizeHint().width() : 0;
-    return { 2 * Theme::rowInset + std::max(control, m_label->minimumSizeHint().width()), leastHeight };
+    return { 2 * Theme::rowInset + std::max(controlSize().width(), m_label->minimumSizeHint().width()),
+        leastHeight };
 }
 
 int Row::heightForWidth(int width) const
@@ -116,6 +137,8 @@ void Row::layOut()
     m_label->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.label));
     if (m_control)
         m_control->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.control));
+    if (m_companion)
+        m_companion->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.companion));
 }
 
 void Row::changeEvent(QEvent* event)

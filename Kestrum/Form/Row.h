@@ -7,13 +7,17 @@ namespace kestrum {
 
 /// A row of a card: a text at the leading edge and at the trailing edge the control that it names, if there is one. A long text
 /// wraps beside the control; where little room is left for it the control moves below.
-class Row final : public QWidget {
+class Row : public QWidget {
     Q_OBJECT
 public:
     /// The row owns `control`, whose accessible name becomes `text` unless it has one or shows a text of its own.
     explicit Row(const QString& text, QWidget* control = nullptr, QWidget* parent = nullptr);
 
     enum class Ink { text, secondary, error };
+
+    /// Puts a second control behind the first; the row owns it. It may come and go: room for it is kept, so that the row never
+    /// changes its height.
+    void setCompanion(QWidget* companion);
 
     void setText(const QString& text);
     void setInk(Ink ink);
@@ -31,11 +35,14 @@ protected:
 
 private:
     struct Places;
+    /// Of the control and the room behind it.
+    QSize controlSize() const;
     Places places(int width) const;
     void layOut();
 
     QLabel* m_label;
     QWidget* m_control;
+    QWidget* m_companion = nullptr;
 };
 
 } // namespace kestrum

@@ -126,6 +126,21 @@ QString AppLanguage::string(const QString& key)
     return Bundle::main().localizedString(key, language);
 }
 
+QString AppLanguage::string(const char* key, const QStringList& values)
+{
+    static constexpr QLatin1StringView placeholder("%@");
+    QString text = string(key);
+    qsizetype place = 0;
+    for (const QString& value : values) {
+        place = text.indexOf(placeholder, place);
+        if (place < 0)
+            break;
+        text.replace(place, placeholder.size(), value);
+        place += value.size(); // a value that has the placeholder in it is shown as it is
+    }
+    return text;
+}
+
 QStringList AppLanguage::shipped()
 {
     const QString development = developmentLanguage();

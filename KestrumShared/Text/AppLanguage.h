@@ -27,6 +27,8 @@ void recordLaunchedCode();
 /// The text `key` in the language in effect; `key` itself where it has no translation.
 QString string(const char* key);
 QString string(const QString& key);
+/// The same with each "%@" of it replaced by the next of `values`, which are texts to be shown.
+QString string(const char* key, const QStringList& values);
 
 /// Languages that the main bundle ships, its development language first.
 QStringList shipped();

@@ -14,20 +14,6 @@ QString decimalText(double number)
     return number == std::trunc(number) ? text + QStringLiteral(".0") : text;
 }
 
-QImage drawn(const MeterAccent& accent, double size, double scale)
-{
-    const int pixels = int(std::ceil(size * scale));
-    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    image.setDevicePixelRatio(scale);
-    QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setBrush(accent.color());
-    painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.25F), 1));
-    painter.drawRoundedRect(QRectF(0.5, 0.5, size - 1, size - 1), 3, 3);
-    return image;
-}
-
 } // namespace
 
 QImage AccentSwatch::image(const MeterAccent& accent, double size, double scale)
@@ -42,6 +28,22 @@ QImage AccentSwatch::image(const MeterAccent& accent, double size, double scale)
     if (kept != swatches.constEnd())
         return *kept;
     return *swatches.insert(key, drawn(accent, size, scale));
+}
+
+QImage AccentSwatch::drawn(const MeterAccent& accent, double size, double scale)
+{
+    if (!(size > 0) || !(scale > 0))
+        return QImage();
+    const int pixels = int(std::ceil(size * scale));
+    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    image.setDevicePixelRatio(scale);
+    QPainter painter(&image);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(accent.color());
+    painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.25F), 1));
+    painter.drawRoundedRect(QRectF(0.5, 0.5, size - 1, size - 1), 3, 3);
+    return image;
 }
 
 QString AccentSwatch::cacheKey(const MeterAccent& accent, double size)

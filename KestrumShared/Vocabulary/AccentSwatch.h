@@ -13,6 +13,9 @@ namespace AccentSwatch {
 /// point and kept for the life of the process. Null when `size` or `scale` is not above 0. Main thread only.
 QImage image(const MeterAccent& accent, double size, double scale = 1);
 
+/// The same, drawn anew and not kept: for colours that somebody moves through, of which there is no end.
+QImage drawn(const MeterAccent& accent, double size, double scale = 1);
+
 /// Under which key a swatch is kept, such as "indigo@14.0".
 QString cacheKey(const MeterAccent& accent, double size);
 

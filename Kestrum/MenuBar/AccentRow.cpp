@@ -1,0 +1,108 @@
+#include "Kestrum/MenuBar/AccentRow.h"
+
+#include "Kestrum/Form/Binding.h"
+#include "Kestrum/Form/ColourWell.h"
+#include "Kestrum/Form/PopupPicker.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Vocabulary/AccentSwatch.h"
+
+#include <QIcon>
+
+namespace kestrum {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto pause = 100ms;
+constexpr double swatchSize = 12; ///< in points
+
+/// Sharp at both scales.
+QIcon icon(const std::function<QImage(double scale)>& swatch)
+{
+    QIcon icon;
+    for (const double scale : { 1.0, 2.0 })
+        icon.addPixmap(QPixmap::fromImage(swatch(scale)));
+    return icon;
+}
+
+} // namespace
+
+AccentRow::AccentRow(const QString& title, const UnregisteredKey<MeterAccent>& key)
+    : Row(title, new PopupPicker)
+    , m_stored(key, MeterAccent::fallback)
+    , m_picker(findChild<PopupPicker*>())
+    , m_well(new ColourWell)
+{
+    m_picker->setObjectName(QLatin1StringView(key.name));
+    for (const MeterAccent& preset : MeterAccent::presets())
+        m_picker->addEntry(preset.title(),
+            icon([&preset](double scale) { return AccentSwatch::image(preset, swatchSize, scale); }));
+    m_picker->addDivider();
+    m_picker->addEntry(AppLanguage::string("Custom"));
+    m_well->setAccessibleName(AppLanguage::string("%@ custom colour", { title }));
+    setCompanion(m_well);
+
+    m_pause.setSingleShot(true);
+    m_pause.setTimerType(Qt::PreciseTimer);
+    m_pause.setInterval(pause);
+    connect(&m_pause, &QTimer::timeout, this, [this] { store(*m_draft); });
+    connect(m_picker, &PopupPicker::chosen, this, &AccentRow::choose);
+    connect(m_well, &ColourWell::picked, this, &AccentRow::drag);
+    follow(m_stored.store(), this, [this] { showAccent(); });
+}
+
+AccentRow::~AccentRow()
+{
+    if (m_draft)
+        m_stored.set(*m_draft);
+}
+
+MeterAccent AccentRow::accent() const
+{
+    return m_draft.value_or(m_stored.value());
+}
+
+void AccentRow::showAccent()
+{
+    const MeterAccent accent = this->accent();
+    const auto& presets = MeterAccent::presets();
+    const bool isCustom = accent.isCustom();
+    if (m_shown != accent) {
+        m_shown = accent;
+        m_picker->setItemIcon(m_picker->count() - 1,
+            isCustom
+                ? icon([&accent](double scale) { return AccentSwatch::drawn(accent, swatchSize, scale); })
+                : QIcon());
+    }
+    m_picker->setIndex(int(isCustom ? presets.size() : presets.indexOf(accent)));
+    // The focus must not be lost with the well.
+    if (!isCustom && window()->focusWidget() == m_well)
+        m_picker->setFocus();
+    m_well->setColour(accent.color());
+    m_well->setVisible(isCustom);
+}
+
+void AccentRow::choose(int index)
+{
+    // "Custom" begins with the colour that is shown.
+    const auto& presets = MeterAccent::presets();
+    store(index < presets.size() ? presets[index] : MeterAccent::custom(accent().color()));
+}
+
+void AccentRow::drag(const QColor& colour)
+{
+    m_draft = MeterAccent::custom(colour);
+    m_pause.start();
+    showAccent();
+}
+
+void AccentRow::store(const MeterAccent& accent)
+{
+    m_pause.stop();
+    m_draft.reset();
+    m_stored.set(accent);
+    showAccent(); // also what could not be saved
+}
+
+} // namespace kestrum

@@ -1,0 +1,50 @@
+#include "Kestrum/MenuBar/ItemHeader.h"
+
+#include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Drawing/HeadingBlue.h"
+#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/SymbolImage.h"
+
+#include <QPainter>
+#include <QStyle>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int symbolBox = 16;
+constexpr int symbolPoints = 14; // the widest of them fills the box
+constexpr int symbolGap = 8;
+
+} // namespace
+
+ItemHeader::ItemHeader(MonitorSection section, const char* title)
+    : QLabel(AppLanguage::string(title))
+    , m_symbol(StatusMetricView::symbolName(section))
+{
+    setFont(Theme::font(Theme::TextStyle::heading));
+    setTextFormat(Qt::PlainText);
+    setWordWrap(true);
+    setAlignment(Qt::AlignLeading | Qt::AlignVCenter);
+    setIndent(symbolBox + symbolGap);
+}
+
+void ItemHeader::paintEvent(QPaintEvent* event)
+{
+    QLabel::paintEvent(event);
+    QPainter painter(this);
+    const double scale = painter.deviceTransform().m11();
+    const QColor blue = headingBlue(SystemAppearance::shared().scheme());
+    const QImage symbol = SymbolImage::image(m_symbol, symbolPoints, blue, scale);
+    const QSizeF size = symbol.deviceIndependentSize();
+    const QRect room = contentsRect();
+    const QRect box = QStyle::visualRect(
+        layoutDirection(), room, QRect(room.left(), room.top(), symbolBox, room.height()));
+    const auto onPixel = [scale](double place) { return qRound(place * scale) / scale; };
+    painter.drawImage(QPointF(onPixel(box.left() + (symbolBox - size.width()) / 2),
+                          onPixel(box.top() + (box.height() - size.height()) / 2)),
+        symbol);
+}
+
+} // namespace kestrum

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "KestrumShared/Vocabulary/MonitorSection.h"
+
+#include <QLabel>
+
+namespace kestrum {
+
+/// The heading of one item's section: the item's symbol in blue and a title. To assistive programs it is the title alone.
+class ItemHeader final : public QLabel {
+    Q_OBJECT
+public:
+    /// `title` is English; people see it in the interface language.
+    ItemHeader(MonitorSection section, const char* title);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    QString m_symbol;
+};
+
+} // namespace kestrum

@@ -1,0 +1,18 @@
+#include "Kestrum/MenuBar/StorageSection.h"
+
+#include "Kestrum/Form/Rows.h"
+#include "Kestrum/MenuBar/AccentRow.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Text/AppLanguage.h"
+
+namespace kestrum {
+
+StorageSection::StorageSection()
+    : ItemSection(MonitorSection::storage, "Disk")
+{
+    add(Form::picker<StorageReadout>("Readout",
+        { Setting { Keys::storageReadout, StorageReadout::usage }, MeterSettings::storageReadout }));
+    add(new AccentRow(AppLanguage::string("Colour"), Keys::storageAccent));
+}
+
+} // namespace kestrum

@@ -9,7 +9,8 @@ class QColorDialog;
 namespace kestrum {
 
 /// A plate of one colour; a click opens the colour dialog beside the window, which stays usable. Each movement in the dialog is
-/// told at once. Colours are opaque. To assistive programs it is a button, whose name the owner sets and whose value is the colour.
+/// told at once. Colours are opaque. To assistive programs it is a button, whose name the owner sets and whose description is the
+/// colour as "#rrggbb". The dialog goes when the well is hidden or destroyed.
 class ColourWell final : public QAbstractButton {
     Q_OBJECT
 public:
@@ -20,6 +21,7 @@ public:
     void setColour(const QColor& colour);
 
     QSize sizeHint() const override { return { 44, 24 }; }
+    QSize minimumSizeHint() const override { return sizeHint(); }
 
 Q_SIGNALS:
     /// The user moved to another colour.
@@ -27,8 +29,15 @@ Q_SIGNALS:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
 
 private:
+    void openDialog();
+    void take(const QColor& colour);
+    void become(const QColor& colour);
+
     QColor m_colour;
     QPointer<QColorDialog> m_dialog;
 };

@@ -10,6 +10,21 @@ namespace {
 
 constexpr int reach = int(Theme::focusRingGap + Theme::focusRingWidth);
 
+QRect placeOf(const QWidget& control, const QWidget* room)
+{
+    const QRect place(control.mapTo(room, QPoint(0, 0)), control.size());
+    return place.adjusted(-reach, -reach, reach, reach);
+}
+
+/// Where nothing of the mark is cut off: several controls can share a widget that is just as large as they are.
+QWidget* roomAround(const QWidget& control)
+{
+    QWidget* room = control.parentWidget();
+    while (!room->isWindow() && !room->rect().contains(placeOf(control, room)))
+        room = room->parentWidget();
+    return room;
+}
+
 } // namespace
 
 void FocusRing::mark(QWidget& control, double radius, const QFocusEvent& event)
@@ -17,22 +32,23 @@ void FocusRing::mark(QWidget& control, double radius, const QFocusEvent& event)
     const Qt::FocusReason reason = event.reason();
     const bool isByKeyboard = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::ShortcutFocusReason;
-    // A window that is active again has its focus where it was, and the mark with it.
-    const bool isBack = reason == Qt::ActiveWindowFocusReason
+    // A window that is active again, or whose list was closed, has its focus where it was, and the mark with it.
+    const bool isBack = (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason)
         && control.window()->testAttribute(Qt::WA_KeyboardFocusChange);
-    if (control.parentWidget() && (isByKeyboard || isBack))
-        new FocusRing(control, radius);
+    if (!control.isWindow() && (isByKeyboard || isBack))
+        new FocusRing(control, roomAround(control), radius);
 }
 
-FocusRing::FocusRing(QWidget& control, double radius)
-    : QWidget(control.parentWidget())
-    , m_control(control)
+FocusRing::FocusRing(QWidget& control, QWidget* room, double radius)
+    : QWidget(room)
+    , m_control(&control)
     , m_radius(radius)
 {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     setFocusPolicy(Qt::NoFocus);
-    control.installEventFilter(this);
-    connect(&control, &QObject::destroyed, this, &QObject::deleteLater);
+    for (QWidget* moving = &control; moving != room; moving = moving->parentWidget())
+        moving->installEventFilter(this);
+    connect(&control, &QObject::destroyed, this, &FocusRing::end);
     surround();
     show();
     raise();
@@ -40,7 +56,15 @@ FocusRing::FocusRing(QWidget& control, double radius)
 
 void FocusRing::surround()
 {
-    setGeometry(m_control.geometry().adjusted(-reach, -reach, reach, reach));
+    if (m_control)
+        setGeometry(placeOf(*m_control, parentWidget()));
+}
+
+void FocusRing::end()
+{
+    m_control = nullptr;
+    hide();
+    deleteLater();
 }
 
 void FocusRing::paintEvent(QPaintEvent*)
@@ -61,12 +85,13 @@ bool FocusRing::eventFilter(QObject* watched, QEvent* event)
         surround();
         break;
     case QEvent::FocusOut:
-    case QEvent::Hide:
     case QEvent::MouseButtonPress:
+        if (watched == m_control)
+            end();
+        break;
+    case QEvent::Hide:
     case QEvent::ParentAboutToChange:
-        hide();
-        watched->removeEventFilter(this);
-        deleteLater();
+        end();
         break;
     default:
         break;

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <QFocusEvent>
+#include <QPointer>
 #include <QWidget>
 
 namespace kestrum {
 
-/// The mark around the control that the keyboard is at. It reaches beyond the control and so lies beside it, in its parent;
-/// it goes when the control loses the focus or is clicked.
+/// The mark around the control that the keyboard is at. It reaches beyond the control and so lies in the next widget around it
+/// that has the room; it goes when the control loses the focus or is clicked.
 class FocusRing final : public QWidget {
     Q_OBJECT
 public:
@@ -19,10 +20,11 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
-    FocusRing(QWidget& control, double radius);
+    FocusRing(QWidget& control, QWidget* room, double radius);
     void surround();
+    void end();
 
-    QWidget& m_control;
+    QPointer<QWidget> m_control;
     double m_radius;
 };
 

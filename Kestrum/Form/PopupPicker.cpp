@@ -1,5 +1,13 @@
 #include "Kestrum/Form/PopupPicker.h"
 
+#include "Kestrum/Form/FocusRing.h"
+#include "Kestrum/Form/PickerList.h"
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/Form/Theme.h"
+
+#include <QPainter>
+#include <QStyle>
+#include <QWheelEvent>
 #include <algorithm>
 
 namespace kestrum {
@@ -8,11 +16,37 @@ namespace {
 
 constexpr int positionRole = Qt::UserRole; ///< of a choice among the choices; a divider has none
 
+constexpr int leastHeight = 26;
+constexpr int textRoom = 8; ///< above and below the title together
+constexpr int padding = 12; ///< before the picture or the title
+constexpr int pictureSize = 12;
+constexpr int pictureGap = 8;
+constexpr int markGap = 10; ///< between the title and the mark
+constexpr int markWidth = 7;
+constexpr int markPadding = 10; ///< after the mark
+constexpr double disabledOpacity = 0.45;
+
+/// One arrow head up and one down: there is more to choose than is seen.
+void paintMark(QPainter& painter, const QPointF& middle)
+{
+    constexpr double half = markWidth / 2.0;
+    constexpr double rise = 3.5;
+    constexpr double away = 2; ///< from the middle to where the heads begin
+    for (const int side : { -1, 1 }) {
+        painter.drawPolyline(QPolygonF { { middle + QPointF(-half, side * away),
+            middle + QPointF(0, side * (away + rise)), middle + QPointF(half, side * away) } });
+    }
+}
+
 } // namespace
 
 PopupPicker::PopupPicker(QWidget* parent)
     : QComboBox(parent)
 {
+    setFont(Theme::font(Theme::TextStyle::body));
+    setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    setIconSize({ pictureSize, pictureSize });
+    setAttribute(Qt::WA_Hover);
     connect(this, &QComboBox::activated, this,
         [this](int row) { Q_EMIT chosen(itemData(row, positionRole).toInt()); });
 }
@@ -22,7 +56,10 @@ void PopupPicker::addEntry(const QString& title, const QIcon& picture)
     int position = 0;
     for (int row = 0; row < count(); ++row)
         position += itemData(row, positionRole).isValid() ? 1 : 0;
+    const int shown = currentIndex();
     addItem(picture, title, position);
+    setCurrentIndex(shown); // the first entry would choose itself
+    updateGeometry();
 }
 
 void PopupPicker::addDivider()
@@ -39,6 +76,102 @@ int PopupPicker::index() const
 void PopupPicker::setIndex(int index)
 {
     setCurrentIndex(index < 0 ? -1 : findData(index, positionRole));
+}
+
+int PopupPicker::widthWith(bool isWithTitle) const
+{
+    int widest = 0;
+    bool hasPicture = false;
+    for (int row = 0; row < count(); ++row) {
+        if (isWithTitle)
+            widest = std::max(widest, fontMetrics().horizontalAdvance(itemText(row)));
+        hasPicture |= !itemIcon(row).isNull();
+    }
+    return padding + (hasPicture ? pictureSize + pictureGap : 0) + widest + markGap + markWidth + markPadding;
+}
+
+QSize PopupPicker::sizeHint() const
+{
+    return { widthWith(true), std::max(leastHeight, fontMetrics().height() + textRoom) };
+}
+
+QSize PopupPicker::minimumSizeHint() const
+{
+    const int fewLetters = 4 * fontMetrics().averageCharWidth();
+    return { std::min(widthWith(false) + fewLetters, widthWith(true)), sizeHint().height() };
+}
+
+void PopupPicker::showPopup()
+{
+    auto* list = qobject_cast<PickerList*>(view());
+    if (!list) {
+        // Not before it is needed: every list is a window.
+        list = new PickerList(*this);
+        setView(list);
+        list->dressWindow();
+    }
+    list->window()->setMinimumWidth(std::max(list->neededWidth(), width()));
+    m_isOpen = true;
+    QComboBox::showPopup();
+    if (isRightToLeft()) {
+        const int trailing = mapToGlobal(QPoint(width(), 0)).x();
+        list->window()->move(trailing - list->window()->width(), list->window()->y());
+    }
+    update();
+}
+
+void PopupPicker::hidePopup()
+{
+    m_isOpen = false;
+    QComboBox::hidePopup();
+    update();
+}
+
+void PopupPicker::paintEvent(QPaintEvent*)
+{
+    using Plate = PushButton::Plate;
+    QPainter painter(this);
+    PushButton::paintPlate(painter, rect(),
+        !isEnabled()       ? Plate::plain
+            : m_isOpen     ? Plate::pressed
+            : underMouse() ? Plate::hovered
+                           : Plate::plain);
+    if (!isEnabled())
+        painter.setOpacity(disabledOpacity);
+    const auto mirrored
+        = [this](const QRect& place) { return QStyle::visualRect(layoutDirection(), rect(), place); };
+
+    painter.setPen(QPen(Theme::colour(Theme::Colour::text), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    paintMark(
+        painter, QRectF(mirrored(QRect(width() - markPadding - markWidth, 0, markWidth, height()))).center());
+
+    int leading = padding;
+    if (const QIcon picture = itemIcon(currentIndex()); !picture.isNull()) {
+        picture.paint(
+            &painter, mirrored(QRect(leading, (height() - pictureSize) / 2, pictureSize, pictureSize)));
+        leading += pictureSize + pictureGap;
+    }
+    const QRect title(leading, 0, width() - leading - markGap - markWidth - markPadding, height());
+    painter.drawText(mirrored(title), int(Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine),
+        fontMetrics().elidedText(currentText(), Qt::ElideRight, title.width()));
+}
+
+void PopupPicker::focusInEvent(QFocusEvent* event)
+{
+    QComboBox::focusInEvent(event);
+    FocusRing::mark(*this, PushButton::radius, *event);
+}
+
+void PopupPicker::wheelEvent(QWheelEvent* event)
+{
+    event->ignore();
+}
+
+void PopupPicker::changeEvent(QEvent* event)
+{
+    QComboBox::changeEvent(event);
+    if (event->type() == QEvent::FontChange)
+        updateGeometry();
 }
 
 } // namespace kestrum

@@ -21,9 +21,26 @@ public:
     /// Shows another choice without telling; −1 or a position that does not exist shows none.
     void setIndex(int index);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    void showPopup() override;
+    void hidePopup() override;
+
 Q_SIGNALS:
     /// The user chose the entry at `index`; also told for the one that is chosen already.
     void chosen(int index);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void wheelEvent(QWheelEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+private:
+    /// Of the field with the longest title, or with none.
+    int widthWith(bool isWithTitle) const;
+
+    bool m_isOpen = false;
 };
 
 } // namespace kestrum

@@ -12,7 +12,6 @@ namespace kestrum {
 namespace {
 
 constexpr int leastHeight = 26;
-constexpr double radius = 6;
 constexpr int padding = 12; ///< beside the text
 constexpr int textRoom = 8; ///< above and below the text together
 constexpr double disabledOpacity = 0.45;
@@ -35,23 +34,31 @@ QSize PushButton::sizeHint() const
     return { size.width() + 2 * padding, std::max(leastHeight, size.height() + textRoom) };
 }
 
-void PushButton::paintEvent(QPaintEvent*)
+void PushButton::paintPlate(QPainter& painter, const QRect& place, Plate plate)
 {
     using Theme::Colour;
-    QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRectF plate = QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5);
     painter.setPen(Theme::colour(Colour::buttonBorder));
     painter.setBrush(Theme::colour(Colour::button));
-    painter.drawRoundedRect(plate, radius, radius);
-    if (isEnabled() && (isDown() || underMouse())) {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(Theme::colour(isDown() ? Colour::buttonPressed : Colour::buttonHovered));
-        painter.drawRoundedRect(rect(), radius, radius);
-    }
+    painter.drawRoundedRect(QRectF(place).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
+    if (plate == Plate::plain)
+        return;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Theme::colour(plate == Plate::pressed ? Colour::buttonPressed : Colour::buttonHovered));
+    painter.drawRoundedRect(place, radius, radius);
+}
+
+void PushButton::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    paintPlate(painter, rect(),
+        !isEnabled()       ? Plate::plain
+            : isDown()     ? Plate::pressed
+            : underMouse() ? Plate::hovered
+                           : Plate::plain);
     if (!isEnabled())
         painter.setOpacity(disabledOpacity);
-    painter.setPen(Theme::colour(Colour::text));
+    painter.setPen(Theme::colour(Theme::Colour::text));
     painter.drawText(rect(), int(Qt::AlignCenter | Qt::TextShowMnemonic), text());
 }
 

@@ -13,6 +13,11 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
+    enum class Plate { plain, hovered, pressed };
+    static constexpr double radius = 6; ///< of the plate's corners
+    /// The ground of a button that fills `place`, for whatever else looks like one.
+    static void paintPlate(QPainter& painter, const QRect& place, Plate plate);
+
 protected:
     void paintEvent(QPaintEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;

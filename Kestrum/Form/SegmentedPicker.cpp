@@ -1,29 +1,148 @@
 #include "Kestrum/Form/SegmentedPicker.h"
 
+#include "Kestrum/Form/AccessibleGroup.h"
+#include "Kestrum/Form/FocusRing.h"
+#include "Kestrum/Form/Theme.h"
+
 #include <QButtonGroup>
-#include <QHBoxLayout>
+#include <QKeyEvent>
+#include <QPainter>
 #include <QRadioButton>
+#include <QStyle>
+#include <algorithm>
 
 namespace kestrum {
+
+namespace {
+
+constexpr int leastHeight = 26;
+constexpr int textRoom = 8; ///< above and below the text together
+constexpr int padding = 14; ///< beside the text
+constexpr double plateRadius = 7;
+constexpr int chipInset = 2; ///< between the plate's edge and the segment that stands out of it
+constexpr double chipRadius = 5;
+constexpr double disabledOpacity = 0.45;
+
+QFont plainFont()
+{
+    return Theme::font(Theme::TextStyle::body);
+}
+
+QFont chosenFont()
+{
+    QFont font = plainFont();
+    font.setWeight(QFont::Medium);
+    return font;
+}
+
+} // namespace
+
+class SegmentedPicker::Segment final : public QRadioButton {
+public:
+    Segment(const QString& title, SegmentedPicker* picker)
+        : QRadioButton(picker)
+        , m_picker(*picker)
+    {
+        setText(title);
+        setAttribute(Qt::WA_Hover);
+        adoptFont();
+    }
+
+    QSize sizeHint() const override { return m_size; }
+    QSize minimumSizeHint() const override { return m_size; }
+
+    /// As large as the text in either weight, so that nothing moves when another is chosen.
+    void adoptFont()
+    {
+        const QSize plain = QFontMetrics(plainFont()).size(Qt::TextShowMnemonic, text());
+        const QSize chosen = QFontMetrics(chosenFont()).size(Qt::TextShowMnemonic, text());
+        m_size = { std::max(plain.width(), chosen.width()) + 2 * padding,
+            std::max(leastHeight, std::max(plain.height(), chosen.height()) + textRoom) };
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override
+    {
+        using Theme::Colour;
+        QPainter painter(this);
+        painter.setRenderHint(QPainter::Antialiasing);
+        if (!isEnabled())
+            painter.setOpacity(disabledOpacity);
+        const QRectF chip = QRectF(rect()).adjusted(chipInset, chipInset, -chipInset, -chipInset);
+        if (isChecked()) {
+            painter.setPen(Theme::colour(Colour::outline));
+            painter.setBrush(Theme::colour(Colour::chosenSegment));
+            painter.drawRoundedRect(chip.adjusted(0.5, 0.5, -0.5, -0.5), chipRadius, chipRadius);
+        } else if (isEnabled() && (isDown() || underMouse())) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(Theme::colour(isDown() ? Colour::buttonPressed : Colour::buttonHovered));
+            painter.drawRoundedRect(chip, chipRadius, chipRadius);
+        }
+        painter.setFont(isChecked() ? chosenFont() : plainFont());
+        painter.setPen(Theme::colour(Colour::text));
+        const int room = width() - 2 * chipInset;
+        painter.drawText(rect(), int(Qt::AlignCenter | Qt::TextShowMnemonic),
+            painter.fontMetrics().elidedText(text(), Qt::ElideRight, room, Qt::TextShowMnemonic));
+    }
+
+    void focusInEvent(QFocusEvent* event) override
+    {
+        QRadioButton::focusInEvent(event);
+        FocusRing::mark(*this, chipRadius + chipInset, *event);
+    }
+
+    void keyPressEvent(QKeyEvent* event) override
+    {
+        const int right = isRightToLeft() ? -1 : 1;
+        switch (event->key()) {
+        case Qt::Key_Right:
+            return m_picker.step(this, right);
+        case Qt::Key_Left:
+            return m_picker.step(this, -right);
+        case Qt::Key_Down:
+            return m_picker.step(this, 1);
+        case Qt::Key_Up:
+            return m_picker.step(this, -1);
+        default:
+            QRadioButton::keyPressEvent(event);
+        }
+    }
+
+    bool hitButton(const QPoint& place) const override { return rect().contains(place); }
+
+private:
+    SegmentedPicker& m_picker;
+    QSize m_size;
+};
 
 SegmentedPicker::SegmentedPicker(QWidget* parent)
     : QWidget(parent)
     , m_group(new QButtonGroup(this))
 {
-    auto* layout = new QHBoxLayout(this);
-    layout->setContentsMargins(0, 0, 0, 0);
-    layout->setSpacing(0);
+    groupForAssistance<SegmentedPicker>();
+    QSizePolicy policy(QSizePolicy::Maximum, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
     connect(m_group, &QButtonGroup::idToggled, this, [this](int index, bool isOn) {
         if (isOn)
             Q_EMIT chosen(index);
+        placeTabStop();
     });
 }
 
 void SegmentedPicker::addSegment(const QString& title)
 {
-    auto* segment = new QRadioButton(title);
+    auto* segment = new Segment(title, this);
     m_group->addButton(segment, int(m_group->buttons().size()));
-    layout()->addWidget(segment);
+    segment->show();
+    placeTabStop();
+    updateGeometry();
+    layOut();
+}
+
+SegmentedPicker::Segment* SegmentedPicker::segment(int index) const
+{
+    return static_cast<Segment*>(m_group->button(index));
 }
 
 int SegmentedPicker::index() const
@@ -38,6 +157,97 @@ void SegmentedPicker::setIndex(int index)
     for (QAbstractButton* segment : m_group->buttons())
         segment->setChecked(m_group->id(segment) == index);
     m_group->setExclusive(true);
+    placeTabStop();
+    // The arrows go on from what is chosen.
+    if (Segment* now = segment(index); now && isAncestorOf(window()->focusWidget()) && !now->hasFocus())
+        now->setFocus(
+            window()->testAttribute(Qt::WA_KeyboardFocusChange) ? Qt::TabFocusReason : Qt::OtherFocusReason);
+}
+
+void SegmentedPicker::placeTabStop()
+{
+    const int entry = std::max(0, index());
+    for (QAbstractButton* segment : m_group->buttons())
+        segment->setFocusPolicy(m_group->id(segment) == entry ? Qt::StrongFocus : Qt::ClickFocus);
+}
+
+void SegmentedPicker::step(Segment* from, int direction)
+{
+    Segment* next = segment(m_group->id(from) + direction);
+    if (!next)
+        return;
+    next->setChecked(true);
+    // What could not be chosen is not where the keyboard is.
+    if (Segment* now = segment(index()))
+        now->setFocus(Qt::TabFocusReason);
+}
+
+QList<QRect> SegmentedPicker::places(int width) const
+{
+    QList<QRect> places;
+    QPoint next(0, 0);
+    for (const QAbstractButton* segment : m_group->buttons()) {
+        QSize size = segment->sizeHint();
+        if (next.x() > 0 && next.x() + size.width() > width)
+            next = { 0, next.y() + size.height() };
+        size.setWidth(std::min(size.width(), std::max(width, 0)));
+        places.append(QRect(next, size));
+        next.rx() += size.width();
+    }
+    return places;
+}
+
+QSize SegmentedPicker::sizeHint() const
+{
+    const QList<QRect> row = places(QWIDGETSIZE_MAX);
+    return row.isEmpty() ? QSize(0, leastHeight) : QSize(row.last().right() + 1, row.last().height());
+}
+
+QSize SegmentedPicker::minimumSizeHint() const
+{
+    QSize widest(0, leastHeight);
+    for (const QAbstractButton* segment : m_group->buttons())
+        widest = widest.expandedTo(segment->sizeHint());
+    return widest;
+}
+
+int SegmentedPicker::heightForWidth(int width) const
+{
+    const QList<QRect> all = places(width);
+    return all.isEmpty() ? leastHeight : all.last().bottom() + 1;
+}
+
+void SegmentedPicker::layOut()
+{
+    const QList<QRect> all = places(width());
+    for (int i = 0; i < all.size(); ++i)
+        segment(i)->setGeometry(QStyle::visualRect(layoutDirection(), rect(), all[i]));
+}
+
+void SegmentedPicker::paintEvent(QPaintEvent*)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(Theme::colour(Theme::Colour::segmentPlate));
+    painter.drawRoundedRect(rect(), plateRadius, plateRadius);
+}
+
+void SegmentedPicker::resizeEvent(QResizeEvent*)
+{
+    layOut();
+}
+
+void SegmentedPicker::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::FontChange) {
+        for (QAbstractButton* segment : m_group->buttons())
+            static_cast<Segment*>(segment)->adoptFont();
+        updateGeometry();
+    }
+    if (event->type() == QEvent::FontChange || event->type() == QEvent::LayoutDirectionChange)
+        layOut();
 }
 
 } // namespace kestrum

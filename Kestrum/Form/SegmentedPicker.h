@@ -21,11 +21,32 @@ public:
     /// Shows another choice without telling; −1 or a position that does not exist shows none.
     void setIndex(int index);
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+    bool hasHeightForWidth() const override { return true; }
+    int heightForWidth(int width) const override;
+
 Q_SIGNALS:
     /// The user chose the segment at `index`; not told for the one that is chosen already.
     void chosen(int index);
 
+protected:
+    void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
 private:
+    class Segment;
+
+    Segment* segment(int index) const;
+    /// Where the segments stand in a picker of that width, written from the left.
+    QList<QRect> places(int width) const;
+    void layOut();
+    /// Lets the keyboard come to one segment only.
+    void placeTabStop();
+    /// Chooses the neighbour in reading order and takes the keyboard there.
+    void step(Segment* from, int direction);
+
     QButtonGroup* m_group;
 };
 

@@ -74,6 +74,14 @@ Shades shades(Theme::Colour colour)
         return { translucent(0, 0.04), translucent(255, 0.05) };
     case Colour::buttonPressed:
         return { translucent(0, 0.11), translucent(255, 0.12) };
+    case Colour::segmentPlate:
+        return { QColor(0xECECEE), QColor(0x3B3C41) };
+    case Colour::chosenSegment:
+        return { QColor(0xFFFFFF), QColor(0x5C5C64) };
+    case Colour::outline:
+        return { QColor(0x7C7C84), QColor(0x8E8E96) };
+    case Colour::listBorder:
+        return { translucent(0, 0.18), translucent(255, 0.18) };
     case Colour::previewPlate:
         return { StripGround::plate(ColourScheme::light), StripGround::plate(ColourScheme::dark) };
     }

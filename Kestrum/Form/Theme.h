@@ -36,6 +36,10 @@ enum class Colour {
     buttonBorder,
     buttonHovered, ///< laid over a button under the pointer
     buttonPressed, ///< laid over a button that is held down
+    segmentPlate,  ///< below the segments of a picker
+    chosenSegment,
+    outline,    ///< around a chosen segment and around a colour, which their grounds alone would not show
+    listBorder, ///< around a list that has opened
     previewPlate,
 };
 

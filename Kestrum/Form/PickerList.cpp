@@ -1,0 +1,144 @@
+#include "Kestrum/Form/PickerList.h"
+
+#include "Kestrum/Form/Theme.h"
+
+#include <QComboBox>
+#include <QEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <QStyledItemDelegate>
+#include <algorithm>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int rowHeight = 26;
+constexpr int textRoom = 8; ///< above and below a title together
+constexpr int dividerHeight = 9;
+constexpr double cardRadius = 8;
+constexpr int cardInset = 5; ///< between the card's edge and the entries
+constexpr double entryRadius = 5;
+constexpr int tickRoom = 24; ///< before pictures and titles
+constexpr int pictureGap = 8;
+constexpr int padding = 12; ///< after the title
+
+/// Draws the entries and the dividers.
+class EntryDelegate final : public QStyledItemDelegate {
+public:
+    explicit EntryDelegate(const QComboBox& picker, QObject* parent)
+        : QStyledItemDelegate(parent)
+        , m_picker(picker)
+    {
+    }
+
+    QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex& index) const override
+    {
+        if (isDivider(index))
+            return { 0, dividerHeight };
+        const QFontMetrics font(m_picker.font());
+        const int picture = hasPicture(index) ? m_picker.iconSize().width() + pictureGap : 0;
+        const int title = font.horizontalAdvance(index.data().toString());
+        return { 2 * cardInset + tickRoom + picture + title + padding,
+            std::max(rowHeight, font.height() + textRoom) };
+    }
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        using Theme::Colour;
+        const QRect row = option.rect.adjusted(cardInset, 0, -cardInset, 0);
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        if (isDivider(index))
+            painter->fillRect(row.left(), row.center().y(), row.width(), 1, Theme::colour(Colour::separator));
+        else
+            paintEntry(*painter, row, option, index);
+        painter->restore();
+    }
+
+private:
+    static bool isDivider(const QModelIndex& index)
+    {
+        return index.data(Qt::AccessibleDescriptionRole).toString() == QLatin1StringView("separator");
+    }
+    static bool hasPicture(const QModelIndex& index)
+    {
+        return !index.data(Qt::DecorationRole).value<QIcon>().isNull();
+    }
+
+    void paintEntry(QPainter& painter, const QRect& row, const QStyleOptionViewItem& option,
+        const QModelIndex& index) const
+    {
+        using Theme::Colour;
+        const bool isAtHand = option.state.testFlag(QStyle::State_Selected);
+        if (isAtHand) {
+            painter.setPen(Qt::NoPen);
+            painter.setBrush(Theme::colour(Colour::selection));
+            painter.drawRoundedRect(row, entryRadius, entryRadius);
+        }
+        const QColor ink = Theme::colour(isAtHand ? Colour::onSelection : Colour::text);
+        const auto mirrored
+            = [&](const QRect& place) { return QStyle::visualRect(option.direction, row, place); };
+
+        if (index.row() == m_picker.currentIndex()) {
+            const QPointF middle
+                = QRectF(mirrored(QRect(row.left(), row.top(), tickRoom, row.height()))).center();
+            painter.setPen(QPen(ink, 1.6, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            painter.setBrush(Qt::NoBrush);
+            painter.drawPolyline(QPolygonF {
+                { middle + QPointF(-4, 0.5), middle + QPointF(-1.2, 3.5), middle + QPointF(4, -3.5) } });
+        }
+        int leading = row.left() + tickRoom;
+        if (hasPicture(index)) {
+            const QSize size = m_picker.iconSize();
+            const QRect place(QPoint(leading, row.center().y() - (size.height() - 1) / 2), size);
+            index.data(Qt::DecorationRole).value<QIcon>().paint(&painter, mirrored(place));
+            leading += size.width() + pictureGap;
+        }
+        const QRect title(leading, row.top(), row.right() - leading, row.height());
+        painter.setFont(m_picker.font());
+        painter.setPen(ink);
+        painter.drawText(mirrored(title), int(Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine),
+            index.data().toString());
+    }
+
+    const QComboBox& m_picker;
+};
+
+} // namespace
+
+PickerList::PickerList(const QComboBox& picker)
+    : m_picker(picker)
+{
+    setFrameShape(NoFrame);
+    setItemDelegate(new EntryDelegate(picker, this));
+    setViewportMargins(0, cardInset, 0, cardInset);
+    // The card shows through.
+    viewport()->setAutoFillBackground(false);
+}
+
+void PickerList::dressWindow()
+{
+    window()->setWindowFlags(Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
+    window()->setAttribute(Qt::WA_TranslucentBackground);
+    window()->installEventFilter(this);
+}
+
+int PickerList::neededWidth() const
+{
+    return sizeHintForColumn(0);
+}
+
+bool PickerList::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched != window() || event->type() != QEvent::Paint)
+        return QListView::eventFilter(watched, event);
+    QPainter painter(window());
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Theme::colour(Theme::Colour::listBorder));
+    painter.setBrush(Theme::colour(Theme::Colour::card));
+    painter.drawRoundedRect(QRectF(window()->rect()).adjusted(0.5, 0.5, -0.5, -0.5), cardRadius, cardRadius);
+    return true;
+}
+
+} // namespace kestrum

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <QListView>
+
+class QComboBox;
+
+namespace kestrum {
+
+/// The list that opens from a picker: entries on a rounded card, a tick before the one chosen, the one under the pointer or the
+/// keyboard filled. The picker's own machinery fills and closes it.
+class PickerList final : public QListView {
+    Q_OBJECT
+public:
+    explicit PickerList(const QComboBox& picker);
+
+    /// Dresses the window that the picker has put the list in; to be called before it is first shown.
+    void dressWindow();
+
+    /// What the widest entry needs.
+    int neededWidth() const;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    const QComboBox& m_picker;
+};
+
+} // namespace kestrum

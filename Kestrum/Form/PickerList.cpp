@@ -49,6 +49,7 @@ public:
         const QRect row = option.rect.adjusted(cardInset, 0, -cardInset, 0);
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
+        painter->setLayoutDirection(option.direction);
         if (isDivider(index))
             painter->fillRect(row.left(), row.center().y(), row.width(), 1, Theme::colour(Colour::separator));
         else

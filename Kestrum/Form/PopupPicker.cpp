@@ -131,6 +131,7 @@ void PopupPicker::paintEvent(QPaintEvent*)
 {
     using Plate = PushButton::Plate;
     QPainter painter(this);
+    painter.setLayoutDirection(layoutDirection());
     PushButton::paintPlate(painter, rect(),
         !isEnabled()       ? Plate::plain
             : m_isOpen     ? Plate::pressed

@@ -10,6 +10,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QElapsedTimer>
 #include <memory>
 
 using namespace kestrum;
@@ -83,7 +84,7 @@ private Q_SLOTS:
         QCOMPARE(labels.size(), 2);
         for (const ShrinkingLabel* label : labels) {
             QCOMPARE(label->geometry().left(), 10 + 35 + 8);
-            QCOMPARE(label->geometry().right() + 1, control.left() - 8);
+            QCOMPARE(label->geometry().right() + 1, control.left() - 16);
         }
         QCOMPARE(labels[1]->geometry().top() - labels[0]->geometry().bottom() - 1, 1);
         // The two together stand in the middle.
@@ -110,6 +111,27 @@ private Q_SLOTS:
         QCOMPARE(labels[0]->font().weight(), QFont::Bold);
         QCOMPARE(labels[1]->text(), QStringLiteral("Off"));
         QCOMPARE(labels[1]->font(), Theme::font(Theme::TextStyle::caption));
+    }
+
+    void theSwitchSlidesWhenItIsTurned()
+    {
+        m_stage->installAgent();
+        Setting { Keys::agentEnabled }.set(false);
+        Shown shown;
+        const QImage off = shown.control().grab().toImage();
+        QElapsedTimer timer;
+        timer.start();
+        shown.control().click();
+        // Its looks are on the way after its state.
+        QVERIFY(shown.control().isChecked());
+        const QImage first = shown.control().grab().toImage();
+        QVERIFY2(first == off || timer.elapsed() > 60, qPrintable(QString::number(timer.elapsed())));
+        QTest::qWait(300);
+        const QImage on = shown.control().grab().toImage();
+        QVERIFY(on != off);
+        // What the row learns by itself is shown at once.
+        shown.controller.setEnabled(false);
+        QCOMPARE(shown.control().grab().toImage(), off);
     }
 
     void theTextsShrinkBeforeTheSwitchGivesWay()

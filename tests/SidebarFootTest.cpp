@@ -41,8 +41,16 @@ private Q_SLOTS:
         const QRect update = place(w, offerRow);
         const QRect agent = place(w, w.view.findChild<AgentRow*>());
         QCOMPARE(list.top(), 0);
-        // The divider, one point high, is all that is between them.
-        QCOMPARE(update.top(), list.bottom() + 1 + 1);
+        // The offer begins with its own divider, and that is the only one.
+        QCOMPARE(update.top(), list.bottom() + 1);
+        const QImage picture = w.view.grab().toImage();
+        const QColor ground = picture.pixelColor(3, list.bottom());
+        QList<int> lines;
+        for (int y = list.bottom(); y < agent.bottom(); ++y) {
+            if (picture.pixelColor(3, y) != ground)
+                lines.append(y);
+        }
+        QCOMPARE(lines, QList<int> { update.top() });
         QCOMPARE(agent.top(), update.bottom() + 1);
         QCOMPARE(agent.bottom() + 1, 520);
         QCOMPARE(agent.height(), 52);
@@ -62,6 +70,18 @@ private Q_SLOTS:
         QVERIFY(picture.pixelColor(100, list.bottom() + 1) != ground);
         QCOMPARE(picture.pixelColor(0, list.bottom() + 1), picture.pixelColor(203, list.bottom() + 1));
         QCOMPARE(picture.pixelColor(100, list.bottom() + 2), ground);
+    }
+
+    void theDividerComesBackWhenTheOfferGoes()
+    {
+        SettingsWindow w;
+        offer();
+        auto* offerRow = w.view.findChild<UpdateOfferRow*>();
+        QTRY_VERIFY(offerRow->height() > 0);
+        SharedSettings::store().remove(Keys::updatesAvailable.name);
+        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+        QTRY_COMPARE(offerRow->height(), 0);
+        QTRY_COMPARE(place(w, w.view.findChild<AgentRow*>()).top(), place(w, &w.sidebar()).bottom() + 1 + 1);
     }
 
     void theFootStaysWhenTheWindowGrows()

@@ -1,6 +1,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
 #include "tests/PaintWatcher.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestBundle.h"
@@ -13,6 +14,37 @@ using namespace kestrum;
 /// The window's first column: the list of pages, its limits and its looks.
 class SidebarTest : public QObject {
     Q_OBJECT
+
+    /// How much of the list's picture is ink: the darker it is against the ground, the more.
+    static double ink(Sidebar& list)
+    {
+        const QImage picture = list.viewport()->grab().toImage().convertToFormat(QImage::Format_Grayscale8);
+        double sum = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x)
+                sum += 255 - qGray(picture.pixel(x, y));
+        }
+        return sum;
+    }
+
+    /// That the list shows as much at the least width as where there is room for everything on one line.
+    static void verifyWhole()
+    {
+        Sidebar list;
+        // On white, without a plate behind any row.
+        list.setPalette(QPalette(Qt::white));
+        list.viewport()->setAutoFillBackground(true);
+        list.viewport()->setPalette(QPalette(Qt::white, Qt::white));
+        list.clearSelection();
+        list.resize(2000, 600);
+        list.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&list));
+        const double whole = ink(list);
+        list.resize(204, 600);
+        const double shown = ink(list);
+        QVERIFY(whole > 10'000);
+        QVERIFY2(std::abs(shown / whole - 1) < 0.02, qPrintable(QString::number(shown / whole)));
+    }
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
@@ -166,6 +198,58 @@ private Q_SLOTS:
         QTest::keyClick(w.view.focusWidget(), Qt::Key_Backtab);
         QVERIFY(w.sidebar().hasFocus());
         QVERIFY(isMarked());
+    }
+
+    void longTextsWrapAndNothingOfThemIsLost_data()
+    {
+        QTest::addColumn<QByteArray>("table");
+        QTest::newRow("English") << QByteArray("/* as it is */");
+        QTest::newRow("longer by 40 %")
+            << QByteArray("\"Menu Bar\" = \"[Ménü Bär ẋẋẋ]\"; Popovers = \"[Pöpövérs ẋẋẋ]\"; General = "
+                          "\"[Générâl ẋẋẋ]\"; Interface = \"[Ïntérfâcé ẋẋẋ]\"; Application = "
+                          "\"[Âpplïcâtïön ẋẋẋ]\";");
+        QTest::newRow("several words")
+            << QByteArray("\"Menu Bar\" = \"What stands in the menu bar of the desktop\"; Application = "
+                          "\"What concerns the application as a whole\";");
+        QTest::newRow("one word") << QByteArray("General = \"Allgemeineinstellungsverzeichnis\"; Interface = "
+                                                "\"Benutzeroberflächengestaltungsmöglichkeiten\";");
+    }
+
+    void longTextsWrapAndNothingOfThemIsLost()
+    {
+        QFETCH(const QByteArray, table);
+        const TestBundle bundle("{ }", { "en", "fr" });
+        bundle.writeTable("fr", table);
+        Setting { Keys::language }.set(QStringLiteral("fr"));
+        verifyWhole();
+    }
+
+    void noLanguageLosesAWord()
+    {
+        for (const QString& code : AppLanguage::shipped()) {
+            Setting { Keys::language }.set(code);
+            verifyWhole();
+        }
+    }
+
+    void aWiderSidebarNeedsFewerLines()
+    {
+        const TestBundle bundle("{ }", { "en", "fr" });
+        bundle.writeTable("fr", "\"Menu Bar\" = \"What stands in the menu bar of the desktop\";");
+        Setting { Keys::language }.set(QStringLiteral("fr"));
+        SettingsWindow w;
+        w.view.resize(900, 520);
+        const auto height
+            = [&w] { return w.sidebar().visualRect(w.sidebar().model()->index(1, 0)).height(); };
+        const int narrow = height();
+        QVERIFY(narrow > 32);
+        w.dragDividerTo(320);
+        QVERIFY(height() < narrow);
+        w.dragDividerTo(204);
+        QCOMPARE(height(), narrow);
+        // The rows below make room.
+        QCOMPARE(w.sidebar().visualRect(w.sidebar().model()->index(2, 0)).top(),
+            w.sidebar().visualRect(w.sidebar().model()->index(1, 0)).bottom() + 1);
     }
 
     void theMarkLeavesNothingBehind()

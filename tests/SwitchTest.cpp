@@ -137,9 +137,29 @@ private Q_SLOTS:
         QVERIFY(stage.knob() > 26.5);
         QCOMPARE(toggles.size(), 0);
         stage.toggle->click();
-        stage.toggle->follow(false);
-        QVERIFY(stage.knob() < 11.5);
+        stage.toggle->follow(true);
+        QVERIFY(stage.knob() > 26.5);
         QTest::qWait(60);
+        QVERIFY(stage.knob() > 26.5);
+    }
+
+    void followingWhatItWasTurnedToLetsItSlide()
+    {
+        Stage stage;
+        // As by a value that is bound to it.
+        connect(stage.toggle, &Switch::toggled, stage.toggle, &Switch::follow);
+        stage.toggle->click();
+        QVERIFY(stage.knob() < 14);
+        QTRY_VERIFY(stage.knob() > 26.5);
+    }
+
+    void onRequestItDoesNotSlide()
+    {
+        Stage stage;
+        stage.toggle->setSlides(false);
+        stage.toggle->click();
+        QVERIFY(stage.knob() > 26.5);
+        stage.toggle->click();
         QVERIFY(stage.knob() < 11.5);
     }
 

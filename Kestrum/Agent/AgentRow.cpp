@@ -52,7 +52,8 @@ AgentRow::AgentRow(AgentController& controller, QWidget* parent)
     // The picture is painted by the row: it is an ornament, which assistive programs need not come across.
     layout->addSpacing(pictureSize + spacing);
     layout->addLayout(texts, 1);
-    layout->addSpacing(spacing);
+    // Between them stands a space of its own, which keeps its distance on both sides also where it has no width left.
+    layout->addSpacing(2 * spacing);
     layout->addWidget(m_switch);
 
     showState(controller.isRunning());

@@ -20,6 +20,8 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
     policy.setRetainSizeWhenHidden(true);
     m_switch->setSizePolicy(policy);
     m_switch->setObjectName(QStringLiteral("launchAtLogin"));
+    // Its changes are often corrected a moment later.
+    m_switch->setSlides(false);
     add(new Row(AppLanguage::string("Launch Kestrum at login"), m_switch));
 
     auto* open = new PushButton(AppLanguage::string("Open Login Items…"));

@@ -43,6 +43,9 @@ QSize Switch::sizeHint() const
 
 void Switch::follow(bool isOn)
 {
+    // Also what whoever turned it brought about: the knob is on its way there.
+    if (isOn == isChecked())
+        return;
     {
         const QSignalBlocker blocker(this);
         setChecked(isOn);
@@ -55,7 +58,7 @@ void Switch::slide(bool isOn)
 {
     const double end = isOn ? 1 : 0;
     m_slide.stop();
-    if (!isVisible() || SystemAppearance::shared().reducesMotion()) {
+    if (!m_slides || !isVisible() || SystemAppearance::shared().reducesMotion()) {
         moveKnob(end);
         return;
     }

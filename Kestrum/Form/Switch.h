@@ -17,8 +17,12 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
-    /// Shows the state at once, without sliding and without telling: for following a value.
+    /// Shows the state at once, without sliding and without telling: for following a value. One that it shows already leaves
+    /// a slide alone.
     void follow(bool isOn);
+
+    /// Whether the knob slides when the switch is turned, as it does at first.
+    void setSlides(bool slides) { m_slides = slides; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -31,6 +35,7 @@ private:
 
     Size m_size;
     double m_position = 0; ///< of the knob: 0 off, 1 on
+    bool m_slides = true;
     QVariantAnimation m_slide;
 };
 

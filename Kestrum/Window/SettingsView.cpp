@@ -19,6 +19,7 @@
 #include <QLocale>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QResizeEvent>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -43,12 +44,23 @@ QWidget* makePage(SettingsPage page)
     return new FormPage;
 }
 
-/// The line between the pages and the sidebar's foot.
+/// The line between the pages and the sidebar's foot. An offer brings a line of its own, and the two would look like a thick
+/// one: it makes room for that.
 class SidebarDivider final : public QWidget {
 public:
-    SidebarDivider() { setFixedHeight(1); }
+    explicit SidebarDivider(UpdateOfferRow* offer)
+    {
+        setFixedHeight(1);
+        offer->installEventFilter(this);
+    }
 
 private:
+    bool eventFilter(QObject* offer, QEvent* event) override
+    {
+        if (event->type() == QEvent::Resize)
+            setFixedHeight(static_cast<QResizeEvent*>(event)->size().height() == 0 ? 1 : 0);
+        return QWidget::eventFilter(offer, event);
+    }
     void paintEvent(QPaintEvent*) override
     {
         QPainter(this).fillRect(rect(), Theme::colour(Theme::Colour::separator));
@@ -66,8 +78,9 @@ public:
         layout->setContentsMargins(0, 0, 0, 0);
         layout->setSpacing(0);
         layout->addWidget(sidebar, 1);
-        layout->addWidget(new SidebarDivider);
-        layout->addWidget(new UpdateOfferRow);
+        auto* offer = new UpdateOfferRow;
+        layout->addWidget(new SidebarDivider(offer));
+        layout->addWidget(offer);
         layout->addWidget(new AgentRow(agent));
         new NonCollapsibleSidebarProbe(this);
     }

@@ -5,9 +5,12 @@
 #include "Platform/SymbolImage.h"
 
 #include <QPainter>
+#include <QResizeEvent>
 #include <QStandardItemModel>
 #include <QStyledItemDelegate>
+#include <QTextLayout>
 #include <algorithm>
+#include <cmath>
 
 namespace kestrum {
 
@@ -24,19 +27,56 @@ constexpr double rowRadius = 7;
 constexpr int symbolBox = 16;
 constexpr int symbolPoints = 14; // the widest of them fills the box
 constexpr int symbolGap = 8;
+constexpr int rowRoom = 6; ///< above and below a title that makes its row higher
 constexpr int headingHeight = 26;
+constexpr int headingRoom = 4;
 constexpr int headingGap = 8; ///< above each heading
 
-/// Draws headings and page rows.
+/// A text on as many lines as it needs; a word that is too long for a line is broken. Nothing of it is left out.
+class WrappedText {
+public:
+    WrappedText(const QString& text, const QFont& font, double width, Qt::LayoutDirection direction)
+        : m_layout(text, font)
+    {
+        QTextOption option(Qt::AlignLeading);
+        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        option.setTextDirection(direction);
+        m_layout.setTextOption(option);
+        m_layout.beginLayout();
+        for (QTextLine line = m_layout.createLine(); line.isValid(); line = m_layout.createLine()) {
+            line.setLineWidth(width);
+            line.setPosition({ 0, m_height });
+            m_height += line.height();
+        }
+        m_layout.endLayout();
+    }
+
+    int height() const { return int(std::ceil(m_height)); }
+    /// In the middle of `place`, which is as wide as the text was made for.
+    void draw(QPainter& painter, const QRect& place) const
+    {
+        m_layout.draw(&painter, QPointF(place.left(), place.top() + (place.height() - height()) / 2));
+    }
+
+private:
+    QTextLayout m_layout;
+    double m_height = 0;
+};
+
+/// Draws headings and page rows, each as high as its text makes it.
 class SidebarDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
 
-    QSize sizeHint(const QStyleOptionViewItem&, const QModelIndex& index) const override
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
     {
-        if (!isPage(index))
-            return { 0, std::max(headingHeight, headingFont().lineSpacing() + 8) + headingGap };
-        return { 0, std::max(rowHeight, rowFont().lineSpacing() + 12) + rowGap };
+        const int width = static_cast<const QListView*>(option.widget)->viewport()->width();
+        if (!isPage(index)) {
+            const int text = wrapped(index, headingRect({ 0, 0, width, 0 }), option).height();
+            return { 0, std::max(headingHeight, text + 2 * headingRoom) + headingGap };
+        }
+        const int text = wrapped(index, titleRect(rowRect({ 0, 0, width, 0 })), option).height();
+        return { 0, std::max(rowHeight, text + 2 * rowRoom) + rowGap };
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
@@ -51,17 +91,30 @@ public:
 
 private:
     static bool isPage(const QModelIndex& index) { return index.data(pageRole).isValid(); }
-    static QFontMetrics headingFont() { return QFontMetrics(Theme::font(Theme::TextStyle::sidebarHeading)); }
-    static QFontMetrics rowFont() { return QFontMetrics(Theme::font(Theme::TextStyle::body)); }
+    static WrappedText wrapped(
+        const QModelIndex& index, const QRect& place, const QStyleOptionViewItem& option)
+    {
+        return { index.data().toString(),
+            Theme::font(isPage(index) ? Theme::TextStyle::body : Theme::TextStyle::sidebarHeading),
+            double(std::max(place.width(), 1)), option.direction };
+    }
+
+    // Where things stand where one writes from the left.
+    static QRect headingRect(const QRect& item)
+    {
+        return item.adjusted(rowInset + rowPadding, headingGap, -rowInset - rowPadding, 0);
+    }
+    static QRect rowRect(const QRect& item) { return item.adjusted(rowInset, 0, -rowInset, -rowGap); }
+    static QRect titleRect(const QRect& row)
+    {
+        return row.adjusted(rowPadding + symbolBox + symbolGap, 0, -rowPadding, 0);
+    }
 
     static void paintHeading(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
     {
-        const QFont font = Theme::font(Theme::TextStyle::sidebarHeading);
-        const QRect text = option.rect.adjusted(rowInset + rowPadding, headingGap, -rowInset - rowPadding, 0);
-        painter.setFont(font);
+        const QRect place = headingRect(option.rect);
         painter.setPen(Theme::colour(Theme::Colour::sidebarSecondaryText));
-        painter.drawText(text, int(Qt::AlignVCenter | Qt::AlignLeading),
-            QFontMetrics(font).elidedText(index.data().toString(), Qt::ElideRight, text.width()));
+        wrapped(index, place, option).draw(painter, place);
     }
 
     static void paintRow(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
@@ -69,7 +122,7 @@ private:
         const bool isSelected = option.state.testFlag(QStyle::State_Selected);
         // Not the option's own state, which also asks for the keyboard focus.
         const bool isActive = option.widget && option.widget->isActiveWindow();
-        const QRect row = option.rect.adjusted(rowInset, 0, -rowInset, -rowGap);
+        const QRect row = rowRect(option.rect);
         painter.setRenderHint(QPainter::Antialiasing);
         if (isSelected) {
             painter.setPen(Qt::NoPen);
@@ -90,10 +143,8 @@ private:
             = Theme::colour(isSelected && isActive ? Theme::Colour::onSelection : Theme::Colour::text);
         QRect symbolPlace(
             row.left() + rowPadding, row.center().y() - symbolBox / 2 + 1, symbolBox, symbolBox);
-        QRect text = row.adjusted(rowPadding + symbolBox + symbolGap, 0, -rowPadding, 0);
-        const Qt::LayoutDirection direction = option.direction;
-        symbolPlace = QStyle::visualRect(direction, row, symbolPlace);
-        text = QStyle::visualRect(direction, row, text);
+        symbolPlace = QStyle::visualRect(option.direction, row, symbolPlace);
+        const QRect text = QStyle::visualRect(option.direction, row, titleRect(row));
 
         const auto page = index.data(pageRole).value<SettingsPage>();
         const double scale = painter.deviceTransform().m11();
@@ -104,11 +155,8 @@ private:
                 qRound((symbolPlace.top() + (symbolBox - size.height()) / 2) * scale) / scale),
             symbol);
 
-        const QFont font = Theme::font(Theme::TextStyle::body);
-        painter.setFont(font);
         painter.setPen(ink);
-        painter.drawText(text, int(Qt::AlignVCenter | Qt::AlignLeading),
-            QFontMetrics(font).elidedText(index.data().toString(), Qt::ElideRight, text.width()));
+        wrapped(index, text, option).draw(painter, text);
     }
 };
 
@@ -170,6 +218,14 @@ void Sidebar::currentChanged(const QModelIndex& current, const QModelIndex& prev
     viewport()->update();
     if (current.isValid())
         Q_EMIT pageSelected(page());
+}
+
+void Sidebar::resizeEvent(QResizeEvent* event)
+{
+    QListView::resizeEvent(event);
+    // The height of a row depends on the width, which the base class does not know of.
+    if (event->size().width() != event->oldSize().width())
+        doItemsLayout();
 }
 
 QModelIndex Sidebar::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)

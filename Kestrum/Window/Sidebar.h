@@ -7,7 +7,7 @@
 namespace kestrum {
 
 /// The pages of the window in their groups, one of them selected. Headings cannot be selected and are passed
-/// over by the arrow keys.
+/// over by the arrow keys. Texts that are too long for the width wrap.
 class Sidebar final : public QListView {
     Q_OBJECT
 public:
@@ -23,6 +23,7 @@ Q_SIGNALS:
 
 protected:
     void currentChanged(const QModelIndex& current, const QModelIndex& previous) override;
+    void resizeEvent(QResizeEvent* event) override;
     QModelIndex moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers) override;
 
 private:

@@ -2,6 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/SettingsView.h"
+#include "Platform/Identifier.h"
 #include "Platform/ToolkitTexts.h"
 #include "Platform/WindowActivation.h"
 
@@ -23,10 +24,10 @@ KestrumApp::KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run)
     , m_activationToken(WindowActivation::takeToken())
     , m_isInBackground(WindowActivation::takeIsInBackground())
 {
-    setApplicationName(QStringLiteral("com.orvale.kestrum"));
+    setApplicationName(applicationIdentifier);
     setApplicationDisplayName(QStringLiteral("Kestrum"));
     setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
-    setDesktopFileName(QStringLiteral("com.orvale.kestrum"));
+    setDesktopFileName(applicationIdentifier);
     ToolkitTexts::install();
     // Qt's own style, which paints from the palette alone: desktops' styles bring grounds and borders of
     // their own.

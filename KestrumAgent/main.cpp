@@ -1,5 +1,7 @@
 #include "KestrumAgent/Agent.h"
+#include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Identifier.h"
 #include "Platform/Log.h"
 #include "Platform/ProcessTable.h"
 #include "Platform/SingleInstance.h"
@@ -61,10 +63,10 @@ int main(int argc, char** argv)
 
     QApplication application(argc, argv);
     qunsetenv("QT_XCB_NO_MITSHM");
-    QApplication::setApplicationName(QStringLiteral("com.orvale.kestrum.agent"));
+    QApplication::setApplicationName(AppLinks::agentIdentifier());
     QApplication::setApplicationDisplayName(QStringLiteral("Kestrum"));
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
-    QApplication::setDesktopFileName(QStringLiteral("com.orvale.kestrum"));
+    QApplication::setDesktopFileName(applicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
     // Qt's own style, which paints from the palette alone, as in the settings application.
     QApplication::setStyle(QStringLiteral("fusion"));

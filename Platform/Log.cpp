@@ -1,5 +1,6 @@
 #include "Platform/Log.h"
 
+#include "Platform/Identifier.h"
 #include "Platform/JournalSocket.h"
 
 #include <QByteArray>
@@ -159,7 +160,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 const QLoggingCategory& Log::category(const char* area)
 {
     static auto* const areas = new GrowingList<Area>;
-    const QByteArray name = QByteArray("com.orvale.kestrum.") + area;
+    const QByteArray name
+        = QByteArray(applicationIdentifier.data(), applicationIdentifier.size()) + '.' + area;
     return areas->findOrAdd([&name](const Area& known) { return known.name == name; }, name).first->category;
 }
 

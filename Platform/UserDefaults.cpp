@@ -16,6 +16,7 @@
 #include "Platform/FileName.h"
 #include "Platform/FilePlace.h"
 #include "Platform/GenerationCounter.h"
+#include "Platform/Identifier.h"
 #include "Platform/LayeredValues.h"
 #include "Platform/Log.h"
 #include "Platform/SettingsFile.h"
@@ -38,7 +39,7 @@ constexpr char fileSuffix[] = ".json";
 QString standardName()
 {
     const QString identifier = Bundle::main().identifier();
-    return FileName::encoded(identifier, fileSuffix) ? identifier : QStringLiteral("com.orvale.kestrum");
+    return FileName::encoded(identifier, fileSuffix) ? identifier : QString(applicationIdentifier);
 }
 
 QString fileIn(const QString& directory, const QString& name)

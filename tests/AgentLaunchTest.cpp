@@ -21,15 +21,10 @@ QString running(qint32 pid, int retriesLeft)
 } // namespace
 
 /// The chain of checks by which `AppLinks` starts the agent.
-class AgentLaunchTest : public QObject, LaunchStage {
+class AgentLaunchTest : public LaunchStage {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { prepareStage(); }
-    void cleanupTestCase() { leaveStage(); }
-    void init() { setStage(); }
-    void cleanup() { clearStage(); }
-
     void absentAgentIsStarted();
     void startDoesNotTakeTheFocus();
     void missingAgentIsAnErrorInTheLog();

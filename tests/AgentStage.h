@@ -4,6 +4,7 @@
 #include "Platform/Bundle.h"
 #include "tests/FileTree.h"
 #include "tests/FreshSettings.h"
+#include "tests/StandIns.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
@@ -29,16 +30,10 @@ public:
     ~AgentStage() { endAgents(); }
     Q_DISABLE_COPY_MOVE(AgentStage)
 
-    static QString agentProgram(const QString& application)
-    {
-        return application
-            + QStringLiteral("/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent");
-    }
-
     /// Puts the program into the application's bundle, or into that of another copy. Gives its path.
     QString installAgent(const QString& application = QStringLiteral("Kestrum.app")) const
     {
-        const QString program = m_tree.path(agentProgram(application));
+        const QString program = m_tree.path(StandIns::agentOf(application));
         QDir().mkpath(QFileInfo(program).path());
         QFile::copy(QCoreApplication::applicationDirPath() + QStringLiteral("/StandInAgent"), program);
         return program;

@@ -8,15 +8,10 @@
 
 using namespace kestrum;
 
-class AppLinksTest : public QObject, LaunchStage {
+class AppLinksTest : public LaunchStage {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { prepareStage(); }
-    void cleanupTestCase() { leaveStage(); }
-    void init() { setStage(); }
-    void cleanup() { clearStage(); }
-
     void agentLiesInTheMainBundle();
     void agentThatRunsIsKnown();
     void onlyVariablesThatAreSetAreHandedOn();
@@ -27,6 +22,7 @@ private Q_SLOTS:
     void withoutAnAgentThereIsNoBundle();
     void bundleThatIsGoneIsNone();
     void bundleIsThatOfTheFirstAgent();
+    void bundleOfAnotherNameIsNone();
     void agentWithAnUnknownStartIsTheLast();
     void amongEqualStartsTheScansOrderDecides();
 };
@@ -35,8 +31,9 @@ void AppLinksTest::agentLiesInTheMainBundle()
 {
     QCOMPARE(AppLinks::embeddedAgentURL(),
         m_standIns->path(QStringLiteral("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app")));
-    QVERIFY((AppLinks::embeddedAgentURL() + QStringLiteral("/Contents/MacOS/KestrumAgent"))
-                .endsWith(QLatin1StringView(ProcessScan::agentPathSuffix)));
+    QCOMPARE(AppLinks::embeddedAgentProgram(),
+        AppLinks::embeddedAgentURL() + QStringLiteral("/Contents/MacOS/KestrumAgent"));
+    QCOMPARE(AppLinks::agentIdentifier(), QStringLiteral("com.orvale.kestrum.agent"));
 }
 
 void AppLinksTest::agentThatRunsIsKnown()
@@ -147,6 +144,12 @@ void AppLinksTest::bundleIsThatOfTheFirstAgent()
     m_standIns->start(first);
     QCOMPARE(
         AppLinks::runningAgentBundle()->path(), m_standIns->path(QStringLiteral("second/KestrumAgent.app")));
+}
+
+void AppLinksTest::bundleOfAnotherNameIsNone()
+{
+    const QString program = m_standIns->install(QStringLiteral("Other.app/Contents/MacOS/KestrumAgent"));
+    QVERIFY(!AppLinks::runningAgentBundle({ { 1, 1.0, program } }).has_value());
 }
 
 void AppLinksTest::agentWithAnUnknownStartIsTheLast()

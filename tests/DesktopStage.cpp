@@ -1,5 +1,6 @@
 #include "tests/DesktopStage.h"
 
+#include "tests/StandIns.h"
 #include "tests/VirtualDisplay.h"
 
 #include <QCoreApplication>
@@ -63,7 +64,7 @@ QString DesktopStage::program(const char* name) const
 
 QString DesktopStage::agentProgram() const
 {
-    return bundle() + text("/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent");
+    return StandIns::agentOf(bundle());
 }
 
 void DesktopStage::useBuiltAgent() const
@@ -82,7 +83,7 @@ void DesktopStage::useStandInAgent() const
 
 void DesktopStage::removeAgent() const
 {
-    QVERIFY(QDir(bundle() + text("/Contents/Library/LoginItems/KestrumAgent.app")).removeRecursively());
+    QVERIFY(QDir(StandIns::agentBundleOf(bundle())).removeRecursively());
 }
 
 QByteArray DesktopStage::kestrumctl(const QStringList& arguments) const

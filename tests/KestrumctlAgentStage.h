@@ -17,8 +17,7 @@ namespace kestrum {
 /// for tests among processes of their own.
 class KestrumctlAgentStage {
 protected:
-    static inline const QString agentPlace
-        = StandIns::agentIn(QStringLiteral("Kestrum.app/Contents/Library/LoginItems"));
+    static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
 
     static void prepareStage()
     {

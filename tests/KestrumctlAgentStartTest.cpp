@@ -128,8 +128,7 @@ void KestrumctlAgentStartTest::startStoresTheChoice()
 
 void KestrumctlAgentStartTest::aMissingAgentIsAFailureThatNamesIt()
 {
-    const QString bundle
-        = m_standIns->path(QStringLiteral("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app"));
+    const QString bundle = m_standIns->path(StandIns::agentBundleOf(QStringLiteral("Kestrum.app")));
     QVERIFY(QDir(bundle).removeRecursively());
     const auto result = ctl("agent start");
     QCOMPARE(result.code, 1);

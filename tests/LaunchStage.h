@@ -12,28 +12,21 @@
 
 namespace kestrum {
 
-/// A main bundle of a test with a stand-in for the agent in it, and the log's lines about the agent.
-class LaunchStage {
-protected:
-    struct Line {
-        QtMsgType type;
-        QString text;
-        qint64 at; ///< ms since the test began
-    };
+/// A test with a main bundle that has a stand-in for the agent in it, and the log's lines about the agent.
+class LaunchStage : public QObject {
+    Q_OBJECT
 
-    static inline const QString agentPlace
-        = StandIns::agentIn(QStringLiteral("Kestrum.app/Contents/Library/LoginItems"));
-
-    static void prepareStage()
+private Q_SLOTS:
+    void initTestCase()
     {
         if (AppLinks::isAgentRunning())
             QSKIP("an agent of somebody else runs, and this kernel lets us have no process table of our own");
         registerFactoryDefaults();
         log().other = qInstallMessageHandler(noteMessage);
     }
-    static void leaveStage() { qInstallMessageHandler(log().other); }
+    void cleanupTestCase() { qInstallMessageHandler(log().other); }
 
-    void setStage()
+    void init()
     {
         forgetSettings();
         m_standIns = std::make_unique<StandIns>();
@@ -43,7 +36,7 @@ protected:
         log().sinceBegin.start();
     }
 
-    void clearStage()
+    void cleanup()
     {
         // Chains that still run end at their next check.
         Setting(Keys::agentEnabled).set(false);
@@ -55,6 +48,15 @@ protected:
         QVERIFY(!AppLinks::isAgentRunning());
         Bundle::setMain(m_mainBefore);
     }
+
+protected:
+    struct Line {
+        QtMsgType type;
+        QString text;
+        qint64 at; ///< ms since the test began
+    };
+
+    static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
 
     static QList<qint32> runningPids()
     {

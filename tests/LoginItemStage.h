@@ -5,6 +5,7 @@
 #include "tests/FileContent.h"
 #include "tests/FileTree.h"
 #include "tests/OrdinaryUser.h"
+#include "tests/StandIns.h"
 #include "tests/TestHome.h"
 
 #include <memory>
@@ -38,11 +39,8 @@ public:
     }
 
     QString bundlePath() const { return m_tree->path(QStringLiteral("Kestrum.app")); }
-    QString agentBundle() const
-    {
-        return bundlePath() + QStringLiteral("/Contents/Library/LoginItems/KestrumAgent.app");
-    }
-    QString agentProgram() const { return agentBundle() + QStringLiteral("/Contents/MacOS/KestrumAgent"); }
+    QString agentBundle() const { return StandIns::agentBundleOf(bundlePath()); }
+    QString agentProgram() const { return StandIns::agentOf(bundlePath()); }
 
     static QString folder() { return TestHome::root() + QStringLiteral("/.config/autostart"); }
     static QString entry() { return folder() + QStringLiteral("/com.orvale.kestrum.agent.desktop"); }

@@ -63,7 +63,7 @@ private:
     FileTree m_tree;
 };
 
-const QString agent = QStringLiteral("/opt/KestrumAgent.app/Contents/MacOS/KestrumAgent");
+const QString agent = StandIns::agentIn(QStringLiteral("/opt"));
 
 } // namespace
 
@@ -106,8 +106,7 @@ void ProcessScanTest::withoutAnAgentTheResultIsEmpty()
 void ProcessScanTest::agentIsFoundWithItsStartTimeAndPath()
 {
     StandIns standIns;
-    const QString program
-        = standIns.install(StandIns::agentIn(QStringLiteral("Kestrum.app/Contents/Library/LoginItems")));
+    const QString program = standIns.install(StandIns::agentOf(QStringLiteral("Kestrum.app")));
     const auto process = standIns.start(program);
     const auto agents = ProcessScan::agents();
     QCOMPARE(agents.size(), 1);
@@ -202,12 +201,12 @@ void ProcessScanTest::invalidTextIsReplaced()
     QCOMPARE(
         ::rename(QFile::encodeName(standIns.path(QStringLiteral("good"))).constData(), folder.constData()),
         0);
-    QVERIFY(standIns.start(folder + "/KestrumAgent.app/Contents/MacOS/KestrumAgent").pid > 0);
+    QVERIFY(standIns.start(folder + StandIns::agentIn({}).toUtf8()).pid > 0);
     const auto agents = ProcessScan::agents();
     QCOMPARE(agents.size(), 1);
     const QString start = standIns.path(QStringLiteral("x"));
     QVERIFY(agents[0].path.startsWith(start + QChar(QChar::ReplacementCharacter)));
-    QVERIFY(agents[0].path.endsWith(QStringLiteral("/KestrumAgent.app/Contents/MacOS/KestrumAgent")));
+    QVERIFY(agents[0].path.endsWith(StandIns::agentIn({})));
     QCOMPARE(
         ::rename(folder.constData(), QFile::encodeName(standIns.path(QStringLiteral("good"))).constData()),
         0);

@@ -18,10 +18,16 @@ public:
     ~StandIns();
     Q_DISABLE_COPY_MOVE(StandIns)
 
-    /// Where an agent lies in a bundle.
-    static QString agentIn(const QString& bundle)
+    /// The program of an agent whose bundle lies in `folder`.
+    static QString agentIn(const QString& folder)
     {
-        return bundle + QStringLiteral("/KestrumAgent.app/Contents/MacOS/KestrumAgent");
+        return folder + QStringLiteral("/KestrumAgent.app/Contents/MacOS/KestrumAgent");
+    }
+    /// The program of the agent in an application's bundle, and that agent's bundle.
+    static QString agentOf(const QString& application) { return agentIn(agentFolderOf(application)); }
+    static QString agentBundleOf(const QString& application)
+    {
+        return agentFolderOf(application) + QStringLiteral("/KestrumAgent.app");
     }
 
     QString path(const QString& relative) const { return m_tree.path(relative); }
@@ -51,6 +57,11 @@ public:
     static QByteArrayList environmentOf(qint32 pid);
 
 private:
+    static QString agentFolderOf(const QString& application)
+    {
+        return application + QStringLiteral("/Contents/Library/LoginItems");
+    }
+
     FileTree m_tree;
     QList<qint32> m_pids;
 };

@@ -3,6 +3,7 @@
 #include "KestrumShared/Machine/LoginItemPolicy.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Identifier.h"
 #include "Platform/Log.h"
 
 #include <QCoreApplication>
@@ -184,7 +185,7 @@ void LoginItemManager::unregisterLegacyMainAppOnce()
 {
     if (Setting(Keys::didUnregisterLegacyLoginItem).value() || LoginItemPolicy::isSuppressedHere())
         return;
-    const LoginItemService legacy(QStringLiteral("com.orvale.kestrum"), {}, {});
+    const LoginItemService legacy(applicationIdentifier, {}, {});
     run([legacy] { return legacy.unregister(); },
         [](const Error&) { Setting(Keys::didUnregisterLegacyLoginItem).set(true); });
 }

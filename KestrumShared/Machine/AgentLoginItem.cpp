@@ -9,9 +9,7 @@ namespace kestrum {
 
 LoginItemService AgentLoginItem::service()
 {
-    return { QStringLiteral("com.orvale.kestrum.agent"),
-        AppLinks::embeddedAgentURL() + QStringLiteral("/Contents/MacOS/KestrumAgent"),
-        QStringLiteral("Kestrum") };
+    return { AppLinks::agentIdentifier(), AppLinks::embeddedAgentProgram(), QStringLiteral("Kestrum") };
 }
 
 std::optional<AgentLoginItem::Block> AgentLoginItem::block()

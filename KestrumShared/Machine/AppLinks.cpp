@@ -1,20 +1,24 @@
 #include "KestrumShared/Machine/AppLinks.h"
 
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/Identifier.h"
 #include "Platform/Log.h"
 
 #include <QCoreApplication>
 #include <QTimer>
 #include <algorithm>
 #include <limits>
+#include <string_view>
 
 namespace kestrum {
 
 namespace {
 
 constexpr char category[] = "links";
-constexpr QLatin1StringView agentLocation("/Contents/Library/LoginItems/KestrumAgent.app");
-constexpr QLatin1StringView agentExecutable("/Contents/MacOS/KestrumAgent");
+constexpr QLatin1StringView agentFolder("/Contents/Library/LoginItems");
+constexpr QLatin1StringView agentPath(ProcessScan::agentPathSuffix);
+constexpr qsizetype lengthOfBundleName
+    = qsizetype(std::string_view(ProcessScan::agentPathSuffix).find('/', 1));
 
 constexpr const char* agentVariables[] = { "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING",
     "KESTRUM_DISABLE_UPDATER", "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_LANGUAGE" };
@@ -42,9 +46,19 @@ void checkLater(int retriesLeft)
 
 } // namespace
 
+QString AppLinks::agentIdentifier()
+{
+    return applicationIdentifier + QStringLiteral(".agent");
+}
+
 QString AppLinks::embeddedAgentURL()
 {
-    return Bundle::main().path() + agentLocation;
+    return Bundle::main().path() + agentFolder + agentPath.first(lengthOfBundleName);
+}
+
+QString AppLinks::embeddedAgentProgram()
+{
+    return Bundle::main().path() + agentFolder + agentPath;
 }
 
 QList<ProcessScan::Entry> AppLinks::agentProcesses()
@@ -62,9 +76,9 @@ std::optional<Bundle> AppLinks::runningAgentBundle(const QList<ProcessScan::Entr
     // The first of the smallest, so the scan's order decides among equals.
     const auto first = std::min_element(agents.begin(), agents.end(),
         [](const auto& one, const auto& other) { return startOrNever(one) < startOrNever(other); });
-    if (first == agents.end() || !first->path.endsWith(agentExecutable))
+    if (first == agents.end() || !first->path.endsWith(agentPath))
         return std::nullopt;
-    const Bundle bundle(first->path.chopped(agentExecutable.size()));
+    const Bundle bundle(first->path.chopped(agentPath.size() - lengthOfBundleName));
     return bundle.exists() ? std::optional(bundle) : std::nullopt;
 }
 

@@ -21,8 +21,12 @@ inline constexpr int retries = 6;
 /// Between two looks at an agent that may be about to quit.
 inline constexpr std::chrono::milliseconds checkDelay { 500 };
 
-/// The agent's bundle inside the main bundle.
+/// By which the desktop knows the agent.
+QString agentIdentifier();
+
+/// The agent's bundle inside the main bundle, and the program in it.
 QString embeddedAgentURL();
+QString embeddedAgentProgram();
 
 QList<ProcessScan::Entry> agentProcesses();
 bool isAgentRunning();

@@ -2,6 +2,7 @@
 
 #include "KestrumShared/Settings/Keys.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/Identifier.h"
 #include "Platform/NotificationCentre.h"
 
 namespace kestrum {
@@ -13,7 +14,7 @@ QString chosenSuiteName()
     constexpr char variable[] = "KESTRUM_SETTINGS_SUITE";
     if (qEnvironmentVariableIsSet(variable))
         return qEnvironmentVariable(variable);
-    return QStringLiteral("T4K9ZR2MXB.com.orvale.kestrum");
+    return QStringLiteral("T4K9ZR2MXB.") + applicationIdentifier;
 }
 
 template <class T> void addDefault(QJsonObject& defaults, const Key<T>& key)

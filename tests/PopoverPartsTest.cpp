@@ -1,0 +1,201 @@
+#include "KestrumShared/Popover/CompactHeader.h"
+#include "KestrumShared/Popover/DenseSection.h"
+#include "KestrumShared/Popover/PanelDivider.h"
+#include "KestrumShared/Popover/PanelStack.h"
+#include "Platform/SymbolImage.h"
+#include "tests/PanelStage.h"
+#include "tests/TestHome.h"
+
+#include <QFontMetricsF>
+#include <QTest>
+
+using namespace kestrum;
+using namespace PanelStage;
+
+namespace {
+
+const QColor headerDark = QColor::fromRgbF(0.39F, 0.70F, 1.0F);
+const QColor headerLight = QColor::fromRgbF(0.05F, 0.38F, 0.72F);
+
+/// A part that fills its room, for what holds others.
+struct Block {
+    double points;
+    QColor colour;
+    double height(const PanelEnvironment&) const { return points; }
+    void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment&) const
+    {
+        painter.fillRect(rect, colour);
+    }
+};
+
+} // namespace
+
+class PopoverPartsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont); }
+
+    void metricsHaveTheirDefaultsInEveryPanel()
+    {
+        const PanelMetrics metrics;
+        QCOMPARE(metrics.usageGraphHeight, 70.0);
+        QCOMPARE(metrics.loadGraphHeight, 72.0);
+        QCOMPARE(metrics.sectionPadding, 9.0);
+        QCOMPARE(metrics.rowSpacing, 7.0);
+        QVERIFY((metrics == PanelMetrics { 70, 72, 9, 7 }));
+        QVERIFY(PanelEnvironment().metrics == metrics);
+    }
+
+    void metricsAreEqualWhenAllFourAre()
+    {
+        const PanelMetrics metrics;
+        QVERIFY((metrics != PanelMetrics { 71, 72, 9, 7 }));
+        QVERIFY((metrics != PanelMetrics { 70, 71, 9, 7 }));
+        QVERIFY((metrics != PanelMetrics { 70, 72, 8, 7 }));
+        QVERIFY((metrics != PanelMetrics { 70, 72, 9, 6 }));
+    }
+
+    void aHeaderHasItsHeightAndPadding()
+    {
+        const CompactHeader header { QStringLiteral("Memory"), QStringLiteral("memorychip") };
+        QCOMPARE(header.height(in(light)), 38.0);
+        const PanelPixels pixels = drawn(header, in(light));
+        const QRectF ink = pixels.drawn(everywhere);
+        QVERIFY(ink.top() >= 12 && ink.bottom() <= 26);
+        QVERIFY(ink.left() >= 12);
+        // Symbol and title stand around the middle.
+        QVERIFY_NEAR(pixels.drawn(QRectF(0, 0, 26, 38)).center().y(), 19.0, 1.0);
+        QVERIFY_NEAR(pixels.drawn(QRectF(30, 0, 170, 38)).center().y(), 19.5, 1.5);
+    }
+
+    void aHeadersTitleStandsEightAfterItsSymbol()
+    {
+        const CompactHeader header { QStringLiteral("Memory"), QStringLiteral("memorychip") };
+        const double symbol = SymbolImage::size(header.icon, 10).width();
+        QVERIFY(symbol > 10);
+        const QFont font = PanelEnvironment::systemFont(12, QFont::DemiBold);
+        const PanelPixels pixels = drawn(header, in(light));
+        const QRectF title = pixels.drawn(QRectF(12 + symbol, 0, 190, 38));
+        const QFontMetricsF metrics(font);
+        QVERIFY_NEAR(title.left(), 12 + symbol + 8 + metrics.leftBearing(QLatin1Char('M')), 0.6);
+        QVERIFY_NEAR(title.width(), metrics.tightBoundingRect(header.title).width(), 1.2);
+    }
+
+    void aHeadersSymbolIsTintedAndItsTitleIsNot_data()
+    {
+        QTest::addColumn<ColourScheme>("scheme");
+        QTest::addColumn<QColor>("tint");
+        QTest::newRow("light") << light << headerLight;
+        QTest::newRow("dark") << dark << headerDark;
+    }
+
+    void aHeadersSymbolIsTintedAndItsTitleIsNot()
+    {
+        QFETCH(ColourScheme, scheme);
+        QFETCH(QColor, tint);
+        const CompactHeader header { QStringLiteral("MMMM"), QStringLiteral("macwindow") };
+        const PanelPixels pixels = drawn(header, in(scheme));
+        const QRectF symbol = pixels.drawn(everywhere, tint);
+        QVERIFY(!symbol.isNull());
+        QVERIFY(symbol.right() < 27);
+        const QRectF title = pixels.drawn(everywhere, in(scheme).textColour());
+        QVERIFY(title.left() > 30);
+    }
+
+    void aHeaderIsMirrored()
+    {
+        const CompactHeader header { QStringLiteral("Memory"), QStringLiteral("memorychip") };
+        const PanelPixels pixels = drawn(header, in(light, Qt::RightToLeft));
+        const QRectF ink = pixels.drawn(everywhere);
+        QVERIFY(ink.left() > 100 && ink.right() <= 188);
+        QVERIFY(pixels.drawn(everywhere, headerLight).left() > 170);
+    }
+
+    void aHeaderWithoutASymbolThatExistsShowsItsTitle()
+    {
+        const PanelPixels pixels
+            = drawn(CompactHeader { QStringLiteral("Memory"), QStringLiteral("none") }, in(light));
+        QVERIFY(pixels.drawn(everywhere).width() > 30);
+    }
+
+    void aSectionPadsAndSpacesItsContent()
+    {
+        const DenseSection section { std::nullopt, { Block { 20, Qt::red }, Block { 30, Qt::green } } };
+        QCOMPARE(section.height(in(light)), 9 + 20 + 7 + 30 + 9.0);
+        const PanelPixels pixels = drawn(section, in(light));
+        QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, 9, 176, 20));
+        QCOMPARE(pixels.drawn(everywhere, Qt::green), QRectF(12, 36, 176, 30));
+    }
+
+    void aSectionGoesByTheMetricsOfItsPanel()
+    {
+        PanelEnvironment environment = in(light);
+        environment.metrics = { .sectionPadding = 3, .rowSpacing = 15 };
+        const DenseSection section { std::nullopt, { Block { 20, Qt::red }, Block { 30, Qt::green } } };
+        QCOMPARE(section.height(environment), 3 + 20 + 15 + 30 + 3.0);
+        const PanelPixels pixels = drawn(section, environment);
+        QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, 3, 176, 20));
+        QCOMPARE(pixels.drawn(everywhere, Qt::green), QRectF(12, 38, 176, 30));
+    }
+
+    void aSectionsTitleStandsAboveItsContent_data() { aHeadersSymbolIsTintedAndItsTitleIsNot_data(); }
+
+    void aSectionsTitleStandsAboveItsContent()
+    {
+        QFETCH(ColourScheme, scheme);
+        QFETCH(QColor, tint);
+        const DenseSection section { QStringLiteral("HIHI"), { Block { 20, Qt::red } } };
+        const QFontMetricsF metrics(PanelEnvironment::systemFont(10, QFont::DemiBold));
+        const double line = std::round(metrics.height());
+        QCOMPARE(section.height(in(scheme)), 9 + line + 7 + 20 + 9);
+        const PanelPixels pixels = drawn(section, in(scheme));
+        QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, 9 + line + 7, 176, 20));
+        QVERIFY(!pixels.drawn(everywhere, tint).isNull());
+        const QRectF title = pixels.drawn(QRectF(0, 0, 200, 9 + line));
+        QVERIFY_NEAR(title.left(), 12 + metrics.leftBearing(QLatin1Char('H')), 0.8);
+        QVERIFY_NEAR(title.height(), metrics.capHeight(), 1.0);
+        QVERIFY(title.top() > 9 && title.bottom() < 9 + line);
+    }
+
+    void aSectionsTitleStandsAtTheLeadingEdge()
+    {
+        const DenseSection section { QStringLiteral("HIHI"), {} };
+        const QRectF title = drawn(section, in(light, Qt::RightToLeft)).drawn(everywhere);
+        QVERIFY_NEAR(title.right(), 188.0, 1.5);
+    }
+
+    void aSectionWithoutATitleHasNoRoomForOne()
+    {
+        const DenseSection section { std::nullopt, { Block { 20, Qt::red } } };
+        QCOMPARE(section.height(in(light)), 38.0);
+        QCOMPARE(drawn(section, in(light)).drawn(everywhere), QRectF(12, 9, 176, 20));
+    }
+
+    void aStackPutsItsPartsBelowEachOther()
+    {
+        const PanelStack stack { { Block { 5, Qt::red }, PanelDivider {}, Block { 6, Qt::green } } };
+        QCOMPARE(stack.height(in(light)), 12.0);
+        const PanelPixels pixels = drawn(stack, in(light));
+        QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(0, 0, 200, 5));
+        QCOMPARE(pixels.drawn(everywhere, Qt::green), QRectF(0, 6, 200, 6));
+        QVERIFY(pixels.at(100, 5) != QColor(Qt::white));
+        QCOMPARE(PanelStack {}.height(in(light)), 0.0);
+    }
+
+    void aDividerIsAtLeastOnePixel()
+    {
+        const PanelPixels pixels(
+            { 20, 20 },
+            [](QPainter& painter) {
+                painter.scale(0.5, 0.5);
+                PanelDivider {}.draw(painter, QRectF(0, 8.6, 40, 1), in(light));
+            },
+            Qt::white, 1);
+        QCOMPARE(pixels.drawn(everywhere), QRectF(0, 4, 20, 1));
+        QVERIFY_COLOUR(pixels.at(10, 4), laidOver(in(light).dividerColour(), Qt::white));
+    }
+};
+
+KESTRUM_TEST_MAIN(QGuiApplication, PopoverPartsTest)
+#include "PopoverPartsTest.moc"

@@ -3,8 +3,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Popover/StablePopoverMaterial.h"
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "tests/FreshSettings.h"
-#include "tests/PanelPixels.h"
+#include "tests/PanelStage.h"
 #include "tests/TestHome.h"
 
 #include <QGuiApplication>
@@ -13,17 +12,11 @@
 #include <initializer_list>
 
 using namespace kestrum;
+using PanelStage::in;
 
 namespace {
 
 constexpr std::initializer_list<ColourScheme> schemes { ColourScheme::light, ColourScheme::dark };
-
-PanelEnvironment in(ColourScheme scheme)
-{
-    PanelEnvironment environment;
-    environment.scheme = scheme;
-    return environment;
-}
 
 PanelPixels drawn(const PopoverSurface& surface, ColourScheme scheme, const QColor& ground)
 {

@@ -1,6 +1,6 @@
 #include "Kestrum/Popovers/ChoiceTileAccessible.h"
 
-#include "Kestrum/Popovers/ChoiceTile.h"
+#include "Kestrum/Popovers/ChoiceTileRow.h"
 
 namespace kestrum {
 
@@ -8,8 +8,12 @@ void ChoiceTileAccessible::install()
 {
     static const bool isInstalled = [] {
         QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
-            auto* tile = qobject_cast<ChoiceTile*>(object);
-            return tile ? new ChoiceTileAccessible(tile) : nullptr;
+            if (auto* tile = qobject_cast<ChoiceTile*>(object))
+                return new ChoiceTileAccessible(tile);
+            // The name that a plain widget has is that of nothing in particular.
+            if (auto* row = qobject_cast<ChoiceTileRow*>(object))
+                return new QAccessibleWidget(row, QAccessible::Grouping);
+            return nullptr;
         });
         return true;
     }();

@@ -1,6 +1,7 @@
 #include "Kestrum/Popovers/ChoiceTileRow.h"
 
 #include "Kestrum/Form/Theme.h"
+#include "Kestrum/Popovers/ChoiceTileAccessible.h"
 
 #include <QEvent>
 #include <QKeyEvent>
@@ -32,6 +33,7 @@ ChoiceTileRow::ChoiceTileRow(const QString& text, QWidget* parent)
     m_label->setFont(Theme::font(Theme::TextStyle::body));
     m_label->setTextFormat(Qt::PlainText);
     m_label->setWordWrap(true);
+    ChoiceTileAccessible::install();
     setAccessibleName(text);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);

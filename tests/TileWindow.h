@@ -1,0 +1,49 @@
+#pragma once
+
+#include "Kestrum/Form/FocusRing.h"
+#include "Kestrum/Form/Theme.h"
+#include "Kestrum/Popovers/ChoiceTileRow.h"
+
+#include <QApplication>
+#include <QPainter>
+#include <QTest>
+
+namespace kestrum {
+
+/// A row of tiles whose pictures are red and larger than they may be, in an active window with a white ground.
+struct TileWindow {
+    QWidget window;
+    ChoiceTileRow row { QStringLiteral("Appearance"), &window };
+
+    explicit TileWindow(const QStringList& titles, int width = 420)
+    {
+        window.setPalette(QPalette(Qt::black, Qt::white));
+        for (const QString& title : titles)
+            row.addTile(title, [](QPainter& painter, const QPointF& topLeft) {
+                painter.fillRect(QRectF(topLeft - QPointF(50, 50), QSizeF(300, 300)), Qt::red);
+            });
+        window.resize(800, 500);
+        resize(width);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        if (QWidget* focused = window.focusWidget())
+            focused->clearFocus();
+    }
+
+    void resize(int width) { row.setGeometry(20, 20, width, row.heightForWidth(width)); }
+
+    ChoiceTile& tile(int index) const { return *row.tiles()[index]; }
+    FocusRing* ring() const { return row.findChild<FocusRing*>(); }
+
+    QImage picture(QWidget& widget, int scale = 1)
+    {
+        QImage image(widget.size() * scale, QImage::Format_RGB32);
+        image.setDevicePixelRatio(scale);
+        image.fill(Qt::white);
+        widget.render(&image, {}, {}, QWidget::DrawChildren);
+        return image;
+    }
+};
+
+} // namespace kestrum

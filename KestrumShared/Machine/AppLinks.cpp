@@ -8,7 +8,6 @@
 #include <QTimer>
 #include <algorithm>
 #include <limits>
-#include <string_view>
 
 namespace kestrum {
 
@@ -16,12 +15,17 @@ namespace {
 
 constexpr char category[] = "links";
 constexpr QLatin1StringView agentFolder("/Contents/Library/LoginItems");
-constexpr QLatin1StringView agentPath(ProcessScan::agentPathSuffix);
-constexpr qsizetype lengthOfBundleName
-    = qsizetype(std::string_view(ProcessScan::agentPathSuffix).find('/', 1));
+// With its length: under the sanitizers the compiler does not measure a named text in a constant.
+constexpr QLatin1StringView agentPath(ProcessScan::agentPathSuffix, sizeof ProcessScan::agentPathSuffix - 1);
 
 constexpr const char* agentVariables[] = { "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING",
     "KESTRUM_DISABLE_UPDATER", "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_LANGUAGE" };
+
+// What `agentPath` begins with: the bundle's name.
+qsizetype bundleNameLength()
+{
+    return agentPath.indexOf(u'/', 1);
+}
 
 double startOrNever(const ProcessScan::Entry& agent)
 {
@@ -53,7 +57,7 @@ QString AppLinks::agentIdentifier()
 
 QString AppLinks::embeddedAgentURL()
 {
-    return Bundle::main().path() + agentFolder + agentPath.first(lengthOfBundleName);
+    return Bundle::main().path() + agentFolder + agentPath.first(bundleNameLength());
 }
 
 QString AppLinks::embeddedAgentProgram()
@@ -78,7 +82,7 @@ std::optional<Bundle> AppLinks::runningAgentBundle(const QList<ProcessScan::Entr
         [](const auto& one, const auto& other) { return startOrNever(one) < startOrNever(other); });
     if (first == agents.end() || !first->path.endsWith(agentPath))
         return std::nullopt;
-    const Bundle bundle(first->path.chopped(agentPath.size() - lengthOfBundleName));
+    const Bundle bundle(first->path.chopped(agentPath.size() - bundleNameLength()));
     return bundle.exists() ? std::optional(bundle) : std::nullopt;
 }
 

@@ -177,6 +177,13 @@ private Q_SLOTS:
         QVERIFY(w.sidebar().isRightToLeft());
         // Once the new row has been painted, and but for rounding.
         QTRY_VERIFY(std::abs(columnOfSymbol() - column) <= 1);
+        // The text stands beside the symbol, and nothing at the trailing end of the row.
+        const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+        const QImage end
+            = w.sidebar().viewport()->grab(row.adjusted(20, 8, -row.width() * 2 / 3, -8)).toImage();
+        QImage plain = end;
+        plain.fill(end.pixelColor(0, 0));
+        QVERIFY(end == plain);
         Setting { Keys::language }.set(QStringLiteral("en"));
         QTRY_VERIFY(!w.sidebar().isRightToLeft());
     }

@@ -38,7 +38,8 @@ public:
     WrappedText(const QString& text, const QFont& font, double width, Qt::LayoutDirection direction)
         : m_layout(text, font)
     {
-        QTextOption option(Qt::AlignLeading);
+        // The layout itself takes "leading" for the left.
+        QTextOption option(QStyle::visualAlignment(direction, Qt::AlignLeading));
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         option.setTextDirection(direction);
         m_layout.setTextOption(option);

@@ -155,7 +155,7 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
 {
     // Root has no desktop that would start anything, and a file of root's in a user's folder would be in that user's way.
     if (::geteuid() == 0)
-        return Error { -EPERM, QStringLiteral("No login item is registered for root.") };
+        return Error { notForRoot, QStringLiteral("No login item is registered for root.") };
     const QByteArray program = QFile::encodeName(m_program);
     if (!isProgram(program))
         return Error { notTrusted, QStringLiteral("%1: it cannot be run").arg(m_program) };

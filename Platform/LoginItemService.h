@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <cerrno>
 #include <optional>
 
 namespace kestrum {
@@ -21,6 +22,7 @@ public:
     static constexpr int nothingThere = 6;  ///< there is nothing to remove
     static constexpr int refused = 11;      ///< the autostart folder refuses us
     static constexpr int alreadyThere = 12; ///< it is registered as it should be
+    static constexpr int notForRoot = -EPERM;
     struct Error {
         int code;
         QString text; ///< names the thing and the reason

@@ -96,6 +96,8 @@ std::optional<QString> message(const Error& error)
         return AppLanguage::string("This build is not signed. Login items need a signed build.");
     case LoginItemService::refused:
         return AppLanguage::string("Kestrum is not allowed to run in the background.");
+    case LoginItemService::notForRoot:
+        return AppLanguage::string("No login item is registered for root.");
     default:
         return error->text; // in the system's own words
     }

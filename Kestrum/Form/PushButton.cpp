@@ -12,7 +12,7 @@ namespace kestrum {
 namespace {
 
 constexpr int leastHeight = 26;
-constexpr int padding = 12; ///< beside the text
+constexpr int padding = 10; ///< beside the text
 constexpr int textRoom = 8; ///< above and below the text together
 constexpr double disabledOpacity = 0.45;
 

@@ -1,0 +1,147 @@
+#pragma once
+
+#include "Kestrum/Form/FocusRing.h"
+#include "Kestrum/Form/ShrinkingLabel.h"
+
+#include <QAbstractButton>
+#include <QAbstractItemDelegate>
+#include <QComboBox>
+#include <QListView>
+#include <QPainter>
+#include <QScrollBar>
+#include <QSplitter>
+
+namespace kestrum {
+
+/// What is wrong with how a window's visible parts lie, found by walking through them: texts that are cut, parts that overlap
+/// their neighbours, parts that reach out of what holds them.
+class LayoutFaults {
+public:
+    static QStringList of(QWidget& window)
+    {
+        LayoutFaults faults;
+        faults.walk(window);
+        return faults.m_found;
+    }
+
+private:
+    void walk(QWidget& part)
+    {
+        lookAtText(part);
+        // How these lay out what they consist of is theirs, and the toolkit's.
+        if (qobject_cast<QComboBox*>(&part) || qobject_cast<QListView*>(&part))
+            return;
+        const QList<QWidget*> children = visibleChildren(part);
+        for (qsizetype i = 0; i < children.size(); ++i) {
+            const QRect place = children[i]->geometry();
+            if (!room(part, place).contains(place))
+                tell(QStringLiteral("reaches out of %1").arg(name(part)), *children[i]);
+            for (qsizetype j = 0; j < i; ++j) {
+                if (place.intersects(children[j]->geometry()))
+                    tell(QStringLiteral("overlaps %1").arg(name(*children[j])), *children[i]);
+            }
+            walk(*children[i]);
+        }
+    }
+
+    /// Where the parts of `part` may be: on a page that scrolls also below its end.
+    static QRect room(const QWidget& part, const QRect& place)
+    {
+        const bool scrolls = qobject_cast<QAbstractScrollArea*>(part.parentWidget()) != nullptr;
+        if (scrolls)
+            return { 0, place.top(), part.width(), place.height() };
+        // Qt's splitter sets its columns a pixel too far where one writes from the right.
+        const bool isOff = qobject_cast<const QSplitter*>(&part) && part.isRightToLeft();
+        return part.rect().adjusted(0, 0, isOff ? 1 : 0, 0);
+    }
+
+    static QList<QWidget*> visibleChildren(const QWidget& part)
+    {
+        QList<QWidget*> result;
+        for (auto* child : part.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+            // The ring around a control lies over the gap to the next one, a divider's grip over both its sides.
+            const bool liesOver = qobject_cast<FocusRing*>(child) || qobject_cast<QSplitterHandle*>(child)
+                || qobject_cast<QScrollBar*>(child);
+            if (child->isVisible() && !child->isWindow() && !liesOver && !child->size().isEmpty())
+                result.append(child);
+        }
+        return result;
+    }
+
+    void lookAtText(QWidget& part)
+    {
+        if (const auto* shrinking = qobject_cast<ShrinkingLabel*>(&part)) {
+            if (shrinking->shownText() != shrinking->text())
+                tell(QStringLiteral("is cut"), part);
+        } else if (const auto* label = qobject_cast<QLabel*>(&part); label && label->wordWrap()) {
+            // The width that its longest word needs, the height that all lines need.
+            if (label->width() < label->minimumSizeHint().width()
+                || label->height() < label->heightForWidth(label->width()))
+                tell(QStringLiteral("is cut"), part);
+        } else if (const auto* list = qobject_cast<QListView*>(&part)) {
+            for (int row = 0; row < list->model()->rowCount(); ++row) {
+                if (isCut(*list, list->model()->index(row, 0)))
+                    tell(QStringLiteral("cuts \"%1\"").arg(list->model()->index(row, 0).data().toString()),
+                        part);
+            }
+        } else if (!text(part).isEmpty()) {
+            const QSize wanted = part.sizeHint();
+            if (part.width() < wanted.width() || part.height() < wanted.height())
+                tell(QStringLiteral("is cut"), part);
+        }
+    }
+
+    /// Whether a row has less ink than where there is room without end: wrapping and moving lose none.
+    static bool isCut(const QListView& list, const QModelIndex& index)
+    {
+        const QSize size = list.visualRect(index).size();
+        const auto ink = [&list, &index, size](int surplus) {
+            QStyleOptionViewItem option;
+            option.initFrom(&list);
+            option.rect = QRect(QPoint(), size + QSize(surplus, 0));
+            QImage image(option.rect.size(), QImage::Format_Grayscale8);
+            image.fill(Qt::white);
+            QPainter painter(&image);
+            list.itemDelegate()->paint(&painter, option, index);
+            double sum = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x)
+                    sum += 255 - *(image.constScanLine(y) + x);
+            }
+            return sum;
+        };
+        return ink(0) < 0.98 * ink(1000);
+    }
+
+    static QString text(const QWidget& part)
+    {
+        if (const auto* label = qobject_cast<const QLabel*>(&part))
+            return label->text();
+        if (const auto* button = qobject_cast<const QAbstractButton*>(&part))
+            return button->text();
+        const auto* picker = qobject_cast<const QComboBox*>(&part);
+        return picker ? picker->currentText() : QString();
+    }
+
+    static QString name(const QWidget& part)
+    {
+        return QStringLiteral("%1 \"%2\" %3")
+            .arg(QString::fromLatin1(part.metaObject()->className()), text(part), part.objectName());
+    }
+
+    void tell(const QString& what, const QWidget& part)
+    {
+        const QRect place(part.mapTo(part.window(), QPoint()), part.size());
+        m_found.append(QStringLiteral("%1 at %2,%3 %4x%5 %6")
+                           .arg(name(part))
+                           .arg(place.x())
+                           .arg(place.y())
+                           .arg(place.width())
+                           .arg(place.height())
+                           .arg(what));
+    }
+
+    QStringList m_found;
+};
+
+} // namespace kestrum

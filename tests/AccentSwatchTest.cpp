@@ -26,6 +26,15 @@ private Q_SLOTS:
         QVERIFY(AccentSwatch::image(MeterAccent::Name::teal, 14, 2).cacheKey() != first.cacheKey());
     }
 
+    void aPictureDrawnAnewIsTheSameAndNotKept()
+    {
+        const QImage kept = AccentSwatch::image(MeterAccent::Name::teal, 14, 2);
+        const QImage drawn = AccentSwatch::drawn(MeterAccent::Name::teal, 14, 2);
+        QCOMPARE(drawn, kept);
+        QVERIFY(drawn.cacheKey() != kept.cacheKey());
+        QVERIFY(AccentSwatch::drawn(MeterAccent::Name::teal, 0).isNull());
+    }
+
     void pictureHasTheAskedSize_data()
     {
         QTest::addColumn<double>("scale");

@@ -104,6 +104,19 @@ private Q_SLOTS:
         }
     }
 
+    void valuesTakeTheirPlacesInAText()
+    {
+        const auto shown
+            = [](const char* text, const QStringList& values) { return AppLanguage::string(text, values); };
+        QCOMPARE(
+            shown("%@ and %@.", { QStringLiteral("a"), QStringLiteral("b") }), QStringLiteral("a and b."));
+        // A value is shown as it is.
+        QCOMPARE(
+            shown("%@ and %@.", { QStringLiteral("%@"), QStringLiteral("b") }), QStringLiteral("%@ and b."));
+        QCOMPARE(shown("%@ and %@.", { QStringLiteral("a") }), QStringLiteral("a and %@."));
+        QCOMPARE(shown("Nothing", { QStringLiteral("a") }), QStringLiteral("Nothing"));
+    }
+
     void aChoiceThatIsNotShippedBehavesLikeSystem()
     {
         const TestBundle bundle(english, { "en", "de" });

@@ -96,6 +96,26 @@ private Q_SLOTS:
         QVERIFY(label.heightForWidth(label.width()) <= label.height());
     }
 
+    void aCompanionComesAndGoesWithoutMovingTheText()
+    {
+        auto* button = new PushButton(QStringLiteral("Open"));
+        auto* companion = new Switch;
+        auto* row = new Row(longText, button);
+        row->setCompanion(companion);
+        Stage stage({ row });
+        stage.showAt(340);
+        const QRect label = labelOf(*row).geometry();
+        const int height = row->height();
+        QCOMPARE(companion->geometry().right(), 340 - 12 - 1);
+        QCOMPARE(companion->size(), companion->sizeHint());
+        QCOMPARE(button->geometry().right(), companion->x() - 8 - 1);
+        companion->hide();
+        QTest::qWait(20);
+        QCOMPARE(button->geometry().right(), 340 - 12 - 1);
+        QCOMPARE(labelOf(*row).geometry(), label);
+        QCOMPARE(row->height(), height);
+    }
+
     void whereLittleRoomIsLeftTheControlMovesBelow()
     {
         auto* button = new PushButton(QStringLiteral("A button with a long text on it"));

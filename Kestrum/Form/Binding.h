@@ -3,6 +3,7 @@
 #include "KestrumShared/Settings/Setting.h"
 
 #include <functional>
+#include <type_traits>
 
 namespace kestrum {
 
@@ -13,10 +14,12 @@ template <class T> struct Binding {
         : name(QString::fromLatin1(setting.key()))
         , store(&setting.store())
         , shown([setting]() -> std::optional<T> {
-            // A text that is none of the values is nobody's choice; it stays until somebody chooses.
-            const auto understood = SettingCoding<T>::read(setting.store(), setting.key());
-            if (!understood && setting.store().string(setting.key()))
-                return std::nullopt;
+            // A text that is none of the values is nobody's choice; it stays until somebody chooses. A value of another type
+            // reads as the default.
+            if constexpr (!std::is_arithmetic_v<T>) {
+                if (!setting.recognised() && setting.store().string(setting.key()))
+                    return std::nullopt;
+            }
             return setting.value();
         })
         , choose([setting](const T& value) { setting.set(value); })

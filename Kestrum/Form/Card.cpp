@@ -88,6 +88,7 @@ Card::Card(std::initializer_list<QWidget*> contents)
 void Card::setHeading(const QString& text)
 {
     m_heading->setText(text);
+    setAccessibleName(text);
     m_heading->setVisible(!text.isEmpty());
 }
 

@@ -2,6 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 
+#include <QApplication>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -24,6 +25,11 @@ FormPage::FormPage(QWidget* parent)
     viewport()->setAutoFillBackground(false);
     column->setAutoFillBackground(false);
     layOut();
+    // The base class sees to a focus that moves within the page; it may also come from outside, to a control that is not in view.
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
+        if (now && widget()->isAncestorOf(now) && now->window()->testAttribute(Qt::WA_KeyboardFocusChange))
+            ensureWidgetVisible(now);
+    });
 }
 
 void FormPage::add(Card* section)

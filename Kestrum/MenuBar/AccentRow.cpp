@@ -14,7 +14,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto pause = 100ms;
+constexpr auto pauseTime = 100ms;
 constexpr double swatchSize = 12; ///< in points
 
 /// Sharp at both scales.
@@ -45,7 +45,7 @@ AccentRow::AccentRow(const QString& title, const UnregisteredKey<MeterAccent>& k
 
     m_pause.setSingleShot(true);
     m_pause.setTimerType(Qt::PreciseTimer);
-    m_pause.setInterval(pause);
+    m_pause.setInterval(pauseTime);
     connect(&m_pause, &QTimer::timeout, this, [this] { store(*m_draft); });
     connect(m_picker, &PopupPicker::chosen, this, &AccentRow::choose);
     connect(m_well, &ColourWell::picked, this, &AccentRow::drag);

@@ -13,9 +13,9 @@ namespace kestrum {
 
 namespace {
 
-constexpr int symbolBox = 16;
-constexpr int symbolPoints = 14; // the widest of them fills the box
-constexpr int symbolGap = 8;
+constexpr int symbolBox = 20;
+constexpr int symbolPoints = 14; // the widest of them just fits into the box
+constexpr int symbolGap = 5;
 
 } // namespace
 

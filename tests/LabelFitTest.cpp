@@ -1,3 +1,4 @@
+#include "Kestrum/Form/PopupPicker.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Row.h"
 #include "KestrumShared/Machine/CoreTopology.h"
@@ -182,6 +183,33 @@ private Q_SLOTS:
                 row.show();
                 QCOMPARE(LayoutFaults::of(row).join(u'\n'), QString());
             }
+        }
+    }
+
+    void everyChoiceFitsItsPicker_data() { eachLanguage(); }
+    void everyChoiceFitsItsPicker()
+    {
+        QFETCH(QString, code);
+        speak(code);
+        for (const QString& key : keys()) {
+            PopupPicker picker;
+            picker.addEntry(AppLanguage::string(key));
+            // What the title adds to the picture of the picker.
+            const auto titleInk = [&picker](int width) {
+                picker.resize(width, picker.sizeHint().height());
+                double sum = 0;
+                for (const int index : { -1, 0 }) {
+                    picker.setIndex(index);
+                    const QImage image = picker.grab().toImage().convertToFormat(QImage::Format_Grayscale8);
+                    for (int y = 0; y < image.height(); ++y) {
+                        for (int x = 0; x < image.width(); ++x)
+                            sum += (index < 0 ? 1 : -1) * double(*(image.constScanLine(y) + x));
+                    }
+                }
+                return sum;
+            };
+            const int width = picker.sizeHint().width();
+            QVERIFY2(titleInk(width) > 0.97 * titleInk(width + 200), qPrintable(picker.itemText(0)));
         }
     }
 

@@ -9,6 +9,7 @@
 #include <QStyle>
 #include <QWheelEvent>
 #include <algorithm>
+#include <cmath>
 
 namespace kestrum {
 
@@ -84,7 +85,7 @@ int PopupPicker::widthWith(bool isWithTitle) const
     bool hasPicture = false;
     for (int row = 0; row < count(); ++row) {
         if (isWithTitle)
-            widest = std::max(widest, fontMetrics().horizontalAdvance(itemText(row)));
+            widest = std::max(widest, int(std::ceil(QFontMetricsF(font()).horizontalAdvance(itemText(row)))));
         hasPicture |= !itemIcon(row).isNull();
     }
     return padding + (hasPicture ? pictureSize + pictureGap : 0) + widest + markGap + markWidth + markPadding;

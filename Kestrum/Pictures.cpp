@@ -6,6 +6,7 @@
 #include <QApplication>
 #include <QDir>
 #include <QImage>
+#include <algorithm>
 #include <cstdio>
 
 namespace kestrum {
@@ -35,11 +36,14 @@ bool Pictures::save(SettingsView& window, const QString& directory)
     const QDir folder(directory);
     folder.mkpath(QStringLiteral("."));
     const SettingsPage shown = window.page();
+    const QSize size = window.size();
     // As people see it, whether or not there is a window manager to give it the focus.
     QApplication::setActiveWindow(&window);
     bool isSaved = true;
     for (const auto& page : allCases<SettingsPage>()) {
         window.showPage(page.value);
+        // Nothing that would have to be scrolled to.
+        window.resize(size.width(), std::max(size.height(), window.pageHeight()));
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             SystemAppearance::shared().setScheme(scheme);
             for (const int scale : { 1, 2 }) {
@@ -53,6 +57,7 @@ bool Pictures::save(SettingsView& window, const QString& directory)
         }
     }
     window.showPage(shown);
+    window.resize(size);
     return isSaved;
 }
 

@@ -53,6 +53,9 @@ private Q_SLOTS:
             const QColor sidebar = Theme::colour(Colour::sidebar, scheme);
             QVERIFY(Theme::contrast(Theme::colour(Colour::selection, scheme), sidebar) >= 3);
             QVERIFY(Theme::contrast(Theme::colour(Colour::accent, scheme), sidebar) >= 3);
+            const QColor window = Theme::colour(Colour::window, scheme);
+            QVERIFY(Theme::contrast(Theme::colour(Colour::scrollThumb, scheme), window) >= 3);
+            QVERIFY(Theme::contrast(Theme::colour(Colour::scrollThumbHovered, scheme), window) >= 3);
             QVERIFY(Theme::contrast(Theme::colour(Colour::offer, scheme), sidebar) >= 3);
             for (const Colour ground :
                 { Colour::window, Colour::sidebar, Colour::card, Colour::previewPlate })

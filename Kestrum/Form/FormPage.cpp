@@ -1,5 +1,6 @@
 #include "Kestrum/Form/FormPage.h"
 
+#include "Kestrum/Form/PageScrollBar.h"
 #include "Kestrum/Form/Theme.h"
 
 #include <QApplication>
@@ -24,6 +25,7 @@ FormPage::FormPage(QWidget* parent)
     // The window's ground shows through.
     viewport()->setAutoFillBackground(false);
     column->setAutoFillBackground(false);
+    new PageScrollBar(*this);
     layOut();
     // The base class sees to a focus that moves within the page; it may also come from outside, to a control that is not in view.
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {

@@ -82,6 +82,10 @@ Shades shades(Theme::Colour colour)
         return { QColor(0x7C7C84), QColor(0x8E8E96) };
     case Colour::listBorder:
         return { translucent(0, 0.18), translucent(255, 0.18) };
+    case Colour::scrollThumb:
+        return { translucent(0, 0.46), translucent(255, 0.40) };
+    case Colour::scrollThumbHovered:
+        return { translucent(0, 0.60), translucent(255, 0.56) };
     case Colour::previewPlate:
         return { StripGround::plate(ColourScheme::light), StripGround::plate(ColourScheme::dark) };
     }

@@ -40,6 +40,8 @@ enum class Colour {
     chosenSegment,
     outline,    ///< around a chosen segment and around a colour, which their grounds alone would not show
     listBorder, ///< around a list that has opened
+    scrollThumb,
+    scrollThumbHovered,
     previewPlate,
 };
 

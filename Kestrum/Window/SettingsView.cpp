@@ -20,6 +20,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QResizeEvent>
+#include <QScrollArea>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -158,6 +159,15 @@ void SettingsView::showPage(SettingsPage page)
     m_pageColumn->addWidget(m_pageWidget, 1);
     // Now; the layout would wait for the event loop, and a frame without a page could come before.
     m_pageWidget->show();
+}
+
+int SettingsView::pageHeight() const
+{
+    const auto* scrolled = qobject_cast<QScrollArea*>(m_pageWidget);
+    if (!scrolled)
+        return 0;
+    const QLayout& column = *scrolled->widget()->layout();
+    return m_pageWidget->y() + column.totalHeightForWidth(scrolled->viewport()->width());
 }
 
 void SettingsView::rebuild()

@@ -33,6 +33,8 @@ public:
 
     /// The page shown, owned by this view; it goes when another page is selected.
     QWidget* pageWidget() const { return m_pageWidget; }
+    /// As high as the window has to be to show the whole of the page, at its present width.
+    int pageHeight() const;
 
 private:
     void rebuild();

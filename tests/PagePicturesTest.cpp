@@ -16,6 +16,7 @@
 #include <QDirIterator>
 #include <QLabel>
 #include <QProcess>
+#include <QTest>
 #include <unistd.h>
 
 using namespace kestrum;

@@ -34,6 +34,11 @@ FormPage::FormPage(QWidget* parent)
     });
 }
 
+int FormPage::margin(int pageWidth)
+{
+    return pageWidth < Theme::narrowPageWidth ? Theme::narrowPageMargin : Theme::pageMargin;
+}
+
 void FormPage::add(Card* section)
 {
     auto* layout = static_cast<QVBoxLayout*>(widget()->layout());
@@ -49,7 +54,7 @@ void FormPage::resizeEvent(QResizeEvent* event)
 void FormPage::layOut()
 {
     const int pageWidth = viewport()->width();
-    const int margin = pageWidth < Theme::narrowPageWidth ? Theme::narrowPageMargin : Theme::pageMargin;
+    const int margin = FormPage::margin(pageWidth);
     const int columnWidth = std::min(pageWidth - 2 * margin, Theme::maximumCardWidth);
     const int leading = (pageWidth - columnWidth) / 2;
     widget()->layout()->setContentsMargins(leading, margin, pageWidth - columnWidth - leading, margin);

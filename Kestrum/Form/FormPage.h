@@ -13,6 +13,9 @@ class FormPage : public QScrollArea {
 public:
     explicit FormPage(QWidget* parent = nullptr);
 
+    /// The margin at each side of a page that is so wide.
+    static int margin(int pageWidth);
+
     /// Puts `section` below the others; the page owns it.
     void add(Card* section);
 

@@ -1,5 +1,6 @@
 #include "Kestrum/Window/SaveNotice.h"
 
+#include "Kestrum/Form/FormPage.h"
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
@@ -54,7 +55,7 @@ QSize SaveNotice::minimumSizeHint() const
 
 QRect SaveNotice::line() const
 {
-    const int margin = width() < Theme::narrowPageWidth ? Theme::narrowPageMargin : Theme::pageMargin;
+    const int margin = FormPage::margin(width());
     return rect().adjusted(margin, padding, -margin, -padding - 1);
 }
 

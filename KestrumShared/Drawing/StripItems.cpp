@@ -39,10 +39,10 @@ QList<MonitorSection> StripItems::sections() const
 
 QSizeF StripItems::size() const
 {
-    double width = m_list.isEmpty() ? 0 : StripLayout::spacing * double(m_list.size() - 1);
+    StripLayout::Grid grid;
     for (const Item& item : m_list)
-        width += item.view->frame().width();
-    return { width, StatusMetricView::height };
+        grid.place(item.view->frame().width());
+    return { grid.width(), StatusMetricView::height };
 }
 
 int StripItems::index(MonitorSection section) const
@@ -97,11 +97,11 @@ void StripItems::drag(MonitorSection section, StatusMetricView& dragged, double 
             m_list.swapItemsAt(i, i + direction);
             i += direction;
         }
-        double x = 0;
+        StripLayout::Grid grid;
         for (const Item& item : std::as_const(m_list)) {
+            const double place = grid.place(item.view->frame().width());
             if (item.view.get() != &dragged)
-                item.view->moveLeftEdgeTo(x);
-            x += item.view->frame().width() + StripLayout::spacing;
+                item.view->moveLeftEdgeTo(place);
         }
     }
 }

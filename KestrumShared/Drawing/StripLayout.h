@@ -17,8 +17,17 @@ struct StripLayout {
         bool isShown() const { return x.has_value(); }
     };
 
-    /// Between two neighbours.
-    static constexpr double spacing = 8;
+    /// The rule by which items stand: from the left edge, with a gap between two neighbours.
+    class Grid {
+    public:
+        /// The left edge of the next item, which is so wide.
+        double place(double itemWidth);
+        /// Of all items so far.
+        double width() const;
+
+    private:
+        double m_next = 0;
+    };
 
     QList<Item> items; ///< every section of the stored order, hidden ones included
     double width = 0;  ///< of the whole strip; 0 when nothing is shown

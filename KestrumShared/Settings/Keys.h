@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/Units.h"
 #include "KestrumShared/Vocabulary/MeterAccent.h"
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
@@ -48,7 +49,7 @@ inline constexpr Key<bool> showMemoryPercent { "showMemoryPercent", true };
 inline constexpr Key<MeterStyle> meterStyle { "meterStyle", MeterStyle::bars };
 inline constexpr Key<MeterShape> meterShape { "meterShape", MeterShape::pill };
 inline constexpr Key<QString> menuBarOrder { "menuBarOrder", "storage,sensors,memory,cpu" };
-inline constexpr Key<QString> language { "language", "system" };
+inline constexpr Key<QString> language { "language", AppLanguage::systemChoice };
 inline constexpr Key<Units::TemperatureChoice> temperatureUnit { "temperatureUnit",
     Units::TemperatureChoice::system };
 inline constexpr Key<MeterLabelStyle> meterLabelStyle { "meterLabelStyle", MeterLabelStyle::icons };

@@ -53,12 +53,21 @@ template <StoredEnumeration E> struct SettingCoding<E> {
     }
 };
 
+/// The factory default of a catalogued key, as a value of its type.
+template <class T> T factoryDefault(const Key<T>& key)
+{
+    if constexpr (std::is_same_v<T, QString>)
+        return QString::fromUtf8(key.factoryDefault);
+    else
+        return key.factoryDefault;
+}
+
 /// One setting of a store, by key. A small value that can be copied freely; the store outlives it.
 template <class T> class Setting {
 public:
     /// A catalogued key, in the shared store unless told otherwise; what is not understood reads as its default.
     explicit Setting(const Key<T>& key, UserDefaults& store = SharedSettings::store())
-        : Setting(key.name, T(defaultOf(key)), store)
+        : Setting(key.name, kestrum::factoryDefault(key), store)
     {
     }
 
@@ -73,9 +82,6 @@ public:
 
     /// The value in effect, else the default or fallback that the setting was made with.
     T value() const { return SettingCoding<T>::read(*m_store, m_key).value_or(m_fallback); }
-
-    /// The value in effect, nothing when it is absent or not understood.
-    std::optional<T> recognised() const { return SettingCoding<T>::read(*m_store, m_key); }
 
     /// Stores `value`; an equal stored value is not written again. False when the save failed.
     bool set(const T& value) const { return m_store->set(m_key, SettingCoding<T>::stored(value)); }
@@ -99,14 +105,6 @@ private:
         , m_key(key)
         , m_fallback(std::move(fallback))
     {
-    }
-
-    static T defaultOf(const Key<T>& key)
-    {
-        if constexpr (std::is_same_v<T, QString>)
-            return QString::fromUtf8(key.factoryDefault);
-        else
-            return key.factoryDefault;
     }
 
     UserDefaults* m_store;

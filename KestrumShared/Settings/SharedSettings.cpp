@@ -19,10 +19,7 @@ QString chosenSuiteName()
 
 template <class T> void addDefault(QJsonObject& defaults, const Key<T>& key)
 {
-    if constexpr (std::is_same_v<T, QString>)
-        defaults.insert(QLatin1StringView(key.name), QString::fromUtf8(key.factoryDefault));
-    else
-        defaults.insert(QLatin1StringView(key.name), SettingCoding<T>::stored(key.factoryDefault));
+    defaults.insert(QLatin1StringView(key.name), SettingCoding<T>::stored(factoryDefault(key)));
 }
 
 } // namespace

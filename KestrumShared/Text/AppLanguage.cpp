@@ -184,7 +184,7 @@ void AppLanguage::applyChoiceToProcessDefaults()
 
 bool AppLanguage::processIsStale()
 {
-    return !launched().isEmpty() && code() != launched();
+    return !launchedCode().isEmpty() && code() != launchedCode();
 }
 
 } // namespace kestrum

@@ -1,13 +1,11 @@
 #pragma once
 
+#include "KestrumShared/Text/AppLanguage.h"
+
 #include <QString>
 #include <optional>
 
 namespace kestrum {
-
-namespace AppLanguage {
-QString string(const char* key);
-}
 
 /// One case of a stored enumeration: its value, the text that is stored for it, and the English text (the key of its
 /// translation) that people see. A case that is never shown by a title of its own has a null title.

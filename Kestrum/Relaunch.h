@@ -26,8 +26,6 @@ public:
     /// is not given up.
     void whenInactive();
 
-    bool isPending() const { return m_isPending; }
-
     /// What the shell is to do: wait for the end of process `pid`, then open the bundle without giving it the focus. The
     /// path stands between double quotes as it is, so one that contains such a quote, "$", "`" or "\" leads nowhere.
     static QString command(qint64 pid, const QString& bundlePath);

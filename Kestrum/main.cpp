@@ -2,14 +2,17 @@
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Pictures.h"
 #include "Kestrum/Window/SettingsView.h"
+#include "KestrumShared/Machine/LoginItemPolicy.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Log.h"
 #include "Platform/SingleInstance.h"
+#include "Platform/Superuser.h"
 #include "Platform/WindowActivation.h"
 
 #include <QByteArrayView>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -19,7 +22,9 @@ constexpr char usage[] = "Usage: Kestrum [OPTION]\n"
                          "  --help           print this and exit\n"
                          "  --version        print the version and exit\n"
                          "  --pictures DIR   save pictures of every page into DIR and exit\n"
-                         "  --first-frame    exit as soon as the window has been painted\n";
+                         "  --first-frame    exit as soon as the window has been painted\n"
+                         "  -KestrumNoLoginItem\n"
+                         "                   leave what starts at login alone\n";
 
 struct Options {
     QString pictures;
@@ -29,11 +34,15 @@ struct Options {
     bool isVisit() const { return endsAtFirstFrame || !pictures.isEmpty(); }
 };
 
-/// The options, or the exit code of a call that has been answered. Arguments with one dash are the toolkit's.
+/// The options, or the exit code of a call that has been answered. Arguments with one dash are the toolkit's, and what
+/// stands behind one may belong to it.
 std::optional<int> read(int argc, char** argv, Options& options)
 {
+    using kestrum::LoginItemPolicy::suppressingArgument;
+    bool mayBelongToOneBefore = false;
     for (int i = 1; i < argc; ++i) {
         const QByteArrayView argument(argv[i]);
+        const bool isToolkits = std::exchange(mayBelongToOneBefore, false);
         if (argument == "--help") {
             std::fputs(usage, stdout);
             return 0;
@@ -48,6 +57,11 @@ std::optional<int> read(int argc, char** argv, Options& options)
             options.endsAtFirstFrame = true;
         } else if (argument.startsWith("--")) {
             std::fprintf(stderr, "Kestrum: what does %s mean?\n%s", argv[i], usage);
+            return 2;
+        } else if (argument.startsWith('-')) {
+            mayBelongToOneBefore = argument != suppressingArgument;
+        } else if (!isToolkits) {
+            std::fprintf(stderr, "Kestrum: there is nothing to do with \"%s\"\n%s", argv[i], usage);
             return 2;
         }
     }
@@ -83,6 +97,10 @@ int main(int argc, char** argv)
         if (const auto code = giveWay(*instance))
             return *code;
     }
+    if (isSuperuser() && !options.isVisit())
+        Log::warning("application",
+            QStringLiteral(
+                "running as root: the settings and the agent are root's own, and are not started at login"));
     // Before the application object, so that the toolkit's own texts come up in the chosen language too.
     AppLanguage::recordLaunchedCode();
     AppLanguage::applyChoiceToProcessDefaults();

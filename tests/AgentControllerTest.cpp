@@ -2,6 +2,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Workspace.h"
 #include "tests/AgentStage.h"
+#include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
 
@@ -28,7 +29,11 @@ class AgentControllerTest : public QObject {
     static void tellOfAChange() { Q_EMIT Workspace::shared().runningApplicationsChanged(); }
 
 private Q_SLOTS:
-    void initTestCase() { registerFactoryDefaults(); }
+    void initTestCase()
+    {
+        skipAmongAgentsOfOthers();
+        registerFactoryDefaults();
+    }
 
     void init()
     {

@@ -4,6 +4,7 @@
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/AgentStage.h"
+#include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
@@ -64,7 +65,11 @@ class AgentRowTest : public QObject {
     std::unique_ptr<AgentStage> m_stage;
 
 private Q_SLOTS:
-    void initTestCase() { registerFactoryDefaults(); }
+    void initTestCase()
+    {
+        skipAmongAgentsOfOthers();
+        registerFactoryDefaults();
+    }
     void init() { m_stage = std::make_unique<AgentStage>(); }
     void cleanup() { m_stage.reset(); }
 

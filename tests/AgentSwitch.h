@@ -1,7 +1,6 @@
 #pragma once
 
-#include "tests/DesktopStage.h"
-#include "tests/VirtualDisplay.h"
+#include "tests/OpenedWindow.h"
 
 #include <algorithm>
 #include <atomic>
@@ -11,30 +10,24 @@ namespace kestrum {
 
 /// The switch at the sidebar's foot in an open window of the settings application, worked by a mouse and watched by its
 /// pixels. Ends the application, and agents that run, when it goes.
-class AgentSwitch {
+class AgentSwitch : public OpenedWindow {
 public:
     static constexpr int second = 1000; // ms
 
     /// Opens the application of the stage, whose window then has the focus.
     explicit AgentSwitch(DesktopStage& stage)
-        : m_stage(stage)
-        , m_kestrum(Programs::started(stage.program("Kestrum"), {}))
-        , m_window(DesktopStage::windowOf(m_kestrum->processId()))
+        : OpenedWindow(stage)
+        , m_stage(stage)
     {
-        QVERIFY(!m_window.isEmpty());
-        QTRY_COMPARE(DesktopStage::activeWindow(), m_window);
-        QTRY_COMPARE(DesktopStage::colour(m_window, { 2, 300 }), QColor(0xE9E9ED)); // painted
     }
     ~AgentSwitch()
     {
-        Programs::end(*m_kestrum);
+        Programs::end(application());
         m_stage.endAgents();
     }
     Q_DISABLE_COPY_MOVE(AgentSwitch)
 
-    QProcess& application() { return *m_kestrum; }
-
-    void click() const { DesktopStage::click(m_window, middle); }
+    void click() const { OpenedWindow::click(middle); }
 
     /// So many clicks with so many milliseconds between them, quicker than a process a click could.
     void click(int times, int pause) const
@@ -45,8 +38,8 @@ public:
 
     bool isOn() const
     {
-        const QColor colour = DesktopStage::colour(m_window, leadingHalf);
-        return colour.blue() > colour.red() + 60;
+        const QColor track = colour(leadingHalf);
+        return track.blue() > track.red() + 60;
     }
 
     QList<qint32> agents() const { return DesktopStage::processes(m_stage.agentProgram()); }
@@ -55,7 +48,8 @@ public:
     qint32 switchOn() const
     {
         click();
-        const bool isThere = QTest::qWaitFor([this] { return isOn() && agents().size() == 1; }, 5000);
+        const bool isThere
+            = QTest::qWaitFor([this] { return isOn() && agents().size() == 1; }, Programs::patience);
         QTest::qWait(second + 200);
         return isThere ? agents().value(0) : 0;
     }
@@ -66,7 +60,7 @@ public:
         m_stage.turnToOther();
         // The toolkit takes a window that gets the focus back sooner for one that never lost it.
         QTest::qWait(600);
-        DesktopStage::turnTo(m_window);
+        DesktopStage::turnTo(id());
     }
 
 private:
@@ -77,8 +71,6 @@ private:
     static constexpr QPoint leadingHalf { 204 - 10 - 30 + 8, 520 - 26 };
 
     DesktopStage& m_stage;
-    std::unique_ptr<QProcess> m_kestrum;
-    QByteArray m_window;
 };
 
 /// The most processes of a program that there ever were at once, for as long as this lives.

@@ -1,18 +1,16 @@
 // The switch at the sidebar's foot and the built agent, which it starts and stops.
 
 #include "tests/AgentSwitch.h"
-#include "tests/OwnProcesses.h"
-#include "tests/TestHome.h"
-#include "tests/VirtualDisplay.h"
+#include "tests/DesktopTest.h"
 
 #include <QElapsedTimer>
-#include <QGuiApplication>
 #include <csignal>
-#include <memory>
 
 using namespace kestrum;
 
 namespace {
+
+using Programs::patience;
 
 constexpr int second = AgentSwitch::second;
 
@@ -23,58 +21,63 @@ QString text(const char* utf8)
 
 } // namespace
 
-class AgentSwitchEndToEndTest : public QObject {
+class AgentSwitchEndToEndTest : public DesktopTest {
     Q_OBJECT
 
-    std::unique_ptr<DesktopStage> m_stage;
-
-    QList<qint32> agents() const { return DesktopStage::processes(m_stage->agentProgram()); }
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        m_stage = std::make_unique<DesktopStage>();
-        QVERIFY(m_stage->isUp());
-    }
-
-    void cleanupTestCase() { m_stage.reset(); }
-
     void init()
     {
         qunsetenv("KESTRUM_TEST_AGENT");
-        m_stage->write("agentEnabled", "false");
-        m_stage->useBuiltAgent();
-        m_stage->turnToOther();
+        stage().write("agentEnabled", "false");
+        stage().useBuiltAgent();
+        stage().turnToOther();
         QVERIFY(agents().isEmpty());
     }
 
     void theSwitchStartsTheAgentAndStopsIt()
     {
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         QVERIFY(!row.isOn());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
         QVERIFY(row.isOn());
-        QCOMPARE(m_stage->kestrumctl({ text("read"), text("agentEnabled") }), QByteArray("true"));
+        QCOMPARE(stage().read("agentEnabled"), QByteArray("true"));
         row.click();
-        QTRY_VERIFY(!row.isOn());
-        QTRY_VERIFY(agents().isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(agents().isEmpty(), patience);
         QTest::qWait(second + 200);
         QVERIFY(!row.isOn());
-        QCOMPARE(m_stage->kestrumctl({ text("read"), text("agentEnabled") }), QByteArray("false"));
+        QCOMPARE(stage().read("agentEnabled"), QByteArray("false"));
+    }
+
+    void theItemsComeAndGoAndThePreviewStaysAsItIs()
+    {
+        AgentSwitch row(stage());
+        const QImage preview = row.restingPreview();
+        QVERIFY(!preview.isNull());
+        // There is no panel: the strip stands at the very top.
+        const QRect place(VirtualDisplay::width - 400, 0, 400, DesktopStage::stripHeight);
+        const QImage empty = DesktopStage::picture(place);
+        QVERIFY(row.switchOn() > 0);
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::stripWidth(0), stage().expectedStripWidth(), patience);
+        QVERIFY(row.restingPreview() == preview);
+        row.click();
+        QTRY_VERIFY_WITH_TIMEOUT(agents().isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(DesktopStage::picture(place) == empty, patience);
+        QVERIFY(row.restingPreview() == preview);
     }
 
     void theAgentIsStartedWithTheApplicationWhenItIsSwitchedOn()
     {
-        m_stage->write("agentEnabled", "true");
-        AgentSwitch row(*m_stage);
-        QTRY_COMPARE(agents().size(), 1);
-        QTRY_VERIFY(row.isOn());
+        stage().write("agentEnabled", "true");
+        AgentSwitch row(stage());
+        QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
     }
 
     void theAgentIsNotStartedWhenItIsSwitchedOff()
     {
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         QTest::qWait(second + 300);
         QVERIFY(agents().isEmpty());
         QVERIFY(!row.isOn());
@@ -82,73 +85,75 @@ private Q_SLOTS:
 
     void theAgentOutlivesTheWindow()
     {
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
-        VirtualDisplay::xdotool({ text("key"), text("ctrl+w") });
-        QVERIFY(row.application().waitForFinished(5000));
+        row.close();
+        QVERIFY(row.hasEnded());
         QTest::qWait(300);
         QCOMPARE(agents(), QList<qint32> { agent });
     }
 
     void anAgentThatIsKilledIsOffWithinASecond()
     {
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
         QElapsedTimer clock;
         clock.start();
         ::kill(agent, SIGKILL);
-        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), 2000);
-        QVERIFY2(clock.elapsed() < second, QByteArray::number(clock.elapsed()).constData());
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
+        QVERIFY2(Programs::areSanitized || clock.elapsed() < second,
+            QByteArray::number(clock.elapsed()).constData());
     }
 
     void anAgentThatIsStartedByHandIsOnWithinASecond()
     {
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         QElapsedTimer clock;
         clock.start();
-        const auto byHand = Programs::started(m_stage->agentProgram(), {});
-        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), 2000);
-        QVERIFY2(clock.elapsed() < second, QByteArray::number(clock.elapsed()).constData());
+        const auto byHand = Programs::started(stage().agentProgram(), {});
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
+        QVERIFY2(Programs::areSanitized || clock.elapsed() < second,
+            QByteArray::number(clock.elapsed()).constData());
         Programs::end(*byHand);
-        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), second);
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
     }
 
     void anAgentOfAnotherCopyIsOnAtTheNextLook()
     {
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         const FileTree elsewhere;
         const QString copy = elsewhere.path(text("KestrumAgent.app/Contents/MacOS/KestrumAgent"));
         QVERIFY(QDir().mkpath(QFileInfo(copy).path()));
-        QVERIFY(QFile::copy(m_stage->agentProgram(), copy));
+        QVERIFY(QFile::copy(stage().agentProgram(), copy));
         const auto byHand = Programs::started(copy, {});
         row.leaveAndComeBack();
-        QTRY_VERIFY(row.isOn());
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
         Programs::end(*byHand);
-        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), second);
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
     }
 
     void aMissingBundleTurnsTheRowBackToOff()
     {
-        m_stage->removeAgent();
-        AgentSwitch row(*m_stage);
+        stage().removeAgent();
+        AgentSwitch row(stage());
         row.click();
-        QTRY_VERIFY(row.isOn());
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
         row.leaveAndComeBack();
-        QTRY_VERIFY(!row.isOn());
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
     }
 
     void offAndOnWithinThreeSecondsEndsWithOneNewAgent()
     {
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         const qint32 old = row.switchOn();
         QVERIFY(old > 0);
-        Census census(m_stage->agentProgram());
+        Census census(stage().agentProgram());
         row.click();
         QTest::qWait(100);
         row.click();
-        QTRY_VERIFY_WITH_TIMEOUT(agents().size() == 1 && agents().value(0) != old, 4000);
+        QTRY_VERIFY_WITH_TIMEOUT(agents().size() == 1 && agents().value(0) != old, patience);
         QTest::qWait(second + 200);
         census.end();
         QCOMPARE(agents().size(), 1);
@@ -157,19 +162,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (const auto code = OwnProcesses::enter())
-        return *code;
-    const TestHome home;
-    const VirtualDisplay display;
-    if (!display.isUp())
-        return 1;
-    // No bus, rather than one that the toolkit starts for every program.
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-    QGuiApplication application(argc, argv);
-    AgentSwitchEndToEndTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN_ON_DISPLAY(AgentSwitchEndToEndTest)
 #include "AgentSwitchEndToEndTest.moc"

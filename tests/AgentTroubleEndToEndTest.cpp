@@ -2,66 +2,47 @@
 // cannot make up their minds.
 
 #include "tests/AgentSwitch.h"
-#include "tests/OwnProcesses.h"
-#include "tests/TestHome.h"
-#include "tests/VirtualDisplay.h"
+#include "tests/DesktopTest.h"
 
-#include <QGuiApplication>
 #include <QRandomGenerator>
 #include <algorithm>
-#include <memory>
 
 using namespace kestrum;
 
 namespace {
 
-constexpr int second = AgentSwitch::second;
+using Programs::patience;
 
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
+constexpr int second = AgentSwitch::second;
 
 } // namespace
 
-class AgentTroubleEndToEndTest : public QObject {
+class AgentTroubleEndToEndTest : public DesktopTest {
     Q_OBJECT
 
-    std::unique_ptr<DesktopStage> m_stage;
-
-    QList<qint32> agents() const { return DesktopStage::processes(m_stage->agentProgram()); }
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        m_stage = std::make_unique<DesktopStage>();
-        QVERIFY(m_stage->isUp());
-    }
-
-    void cleanupTestCase() { m_stage.reset(); }
-
     void init()
     {
         qunsetenv("KESTRUM_TEST_AGENT");
-        m_stage->write("agentEnabled", "false");
-        m_stage->useStandInAgent();
-        m_stage->turnToOther();
+        stage().write("agentEnabled", "false");
+        stage().useStandInAgent();
+        stage().turnToOther();
         QVERIFY(agents().isEmpty());
     }
 
     void offAndOnWithASlowAgentEndsWithOneNewAgent()
     {
         qputenv("KESTRUM_TEST_AGENT", "2000");
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         const qint32 old = row.switchOn();
         QVERIFY(old > 0);
-        Census census(m_stage->agentProgram());
+        Census census(stage().agentProgram());
         row.click();
         QTest::qWait(300);
         row.click();
         QTest::qWait(500);
         QCOMPARE(agents(), QList<qint32> { old });
-        QTRY_VERIFY_WITH_TIMEOUT(agents().size() == 1 && agents().value(0) != old, 4000);
+        QTRY_VERIFY_WITH_TIMEOUT(agents().size() == 1 && agents().value(0) != old, patience);
         QTest::qWait(second + 200);
         census.end();
         QCOMPARE(agents().size(), 1);
@@ -72,22 +53,22 @@ private Q_SLOTS:
     void anAgentThatIgnoresTheRequestTurnsTheRowBackToOn()
     {
         qputenv("KESTRUM_TEST_AGENT", "stays");
-        AgentSwitch row(*m_stage);
+        AgentSwitch row(stage());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
         row.click();
-        QTRY_VERIFY(!row.isOn());
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
         row.leaveAndComeBack();
-        QTRY_VERIFY(row.isOn());
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
         QCOMPARE(agents(), QList<qint32> { agent });
     }
 
     void anAgentThatStaysUpGivesSevenLinesAndNoStart()
     {
         qputenv("KESTRUM_TEST_AGENT", "stays");
-        const auto byHand = Programs::started(m_stage->agentProgram(), {});
-        m_stage->write("agentEnabled", "true");
-        AgentSwitch row(*m_stage);
+        const auto byHand = Programs::started(stage().agentProgram(), {});
+        stage().write("agentEnabled", "true");
+        AgentSwitch row(stage());
         QTest::qWait(4 * second);
         QCOMPARE(agents().size(), 1);
         Programs::end(row.application());
@@ -104,12 +85,12 @@ private Q_SLOTS:
 
     void twoHundredRandomSwitchingsNeverGiveASecondAgent()
     {
-        m_stage->useBuiltAgent();
-        AgentSwitch row(*m_stage);
+        stage().useBuiltAgent();
+        AgentSwitch row(stage());
         const quint32 seed = QRandomGenerator::global()->generate();
         QRandomGenerator random(seed);
         qInfo("seed %u", seed);
-        Census census(m_stage->agentProgram());
+        Census census(stage().agentProgram());
         row.click();
         for (int clicks = 1; clicks < 200;) {
             const int times = std::min(random.bounded(1, 7), 200 - clicks);
@@ -117,14 +98,19 @@ private Q_SLOTS:
             QTest::qWait(random.bounded(4) == 0 ? random.bounded(400) : 0);
             clicks += times;
         }
-        // Whatever was begun comes to its end, and the row to what is so.
+        // Whatever was begun comes to its end. Then the last choice is what is stored, what runs and what is shown.
         QTest::qWait(4 * second);
-        qInfo("at rest: stored %s, %d agents",
-            m_stage->kestrumctl({ text("read"), text("agentEnabled") }).constData(), int(agents().size()));
-        QCOMPARE(row.isOn(), agents().size() == 1);
-        if (!row.isOn())
+        const bool isWanted = stage().read("agentEnabled") == "true";
+        qInfo("at rest: stored %d, %d agents, row %d", isWanted, int(agents().size()), row.isOn());
+        QTRY_COMPARE_WITH_TIMEOUT(agents().size(), isWanted ? 1 : 0, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(row.isOn(), isWanted, patience);
+        QTest::qWait(second + 200);
+        QCOMPARE(agents().size(), isWanted ? 1 : 0);
+        QCOMPARE(row.isOn(), isWanted);
+        QCOMPARE(stage().read("agentEnabled"), QByteArray(isWanted ? "true" : "false"));
+        if (!isWanted)
             row.click();
-        QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
         QTest::qWait(second + 200);
         census.end();
         qInfo("counted %d times", census.counts());
@@ -135,19 +121,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (const auto code = OwnProcesses::enter())
-        return *code;
-    const TestHome home;
-    const VirtualDisplay display;
-    if (!display.isUp())
-        return 1;
-    // No bus, rather than one that the toolkit starts for every program.
-    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-    QGuiApplication application(argc, argv);
-    AgentTroubleEndToEndTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN_ON_DISPLAY(AgentTroubleEndToEndTest)
 #include "AgentTroubleEndToEndTest.moc"

@@ -20,6 +20,8 @@
 
 using namespace kestrum;
 
+using Programs::patience;
+
 namespace {
 
 constexpr uid_t nobody = 65534;
@@ -117,16 +119,16 @@ class AgentWaylandTest : public QObject {
     void startCompositor(const QStringList& command)
     {
         m_compositor = startedAsUser(command);
-        QTRY_VERIFY_WITH_TIMEOUT(!waylandSocket().isEmpty(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!waylandSocket().isEmpty(), patience);
         qputenv("WAYLAND_DISPLAY", waylandSocket().toUtf8());
     }
 
     void startOnSway()
     {
         startCompositor({ QStringLiteral("sway"), QStringLiteral("-c"), place("sway.conf") });
-        QTRY_VERIFY_WITH_TIMEOUT(screen().width() == 1000, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(screen().width() == 1000, patience);
         m_agent = startedAsUser({ agentProgram() });
-        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
     }
 
     static QByteArray swaymsg(const char* message)
@@ -178,7 +180,7 @@ private Q_SLOTS:
         }
         m_agent.reset();
         m_compositor.reset();
-        QTRY_VERIFY(waylandSocket().isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(waylandSocket().isEmpty(), patience);
     }
 
     void theStripIsALayerAtTheTrailingEndBelowTheBar()
@@ -203,15 +205,15 @@ private Q_SLOTS:
     {
         startOnSway();
         write("showMemoryItem", "false");
-        QTRY_COMPARE(plateOn(screen()).width(), expectedWidth());
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
         const QImage bars = screen();
         write("meterStyle", "\"wave\"");
-        QTRY_VERIFY(screen() != bars);
+        QTRY_VERIFY_WITH_TIMEOUT(screen() != bars, patience);
         for (const char* key : { "showCPUItem", "showStorageItem", "showSensorsItem" })
             write(key, "false");
-        QTRY_VERIFY(plateOn(screen()).isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
         write("showCPUItem", "true");
-        QTRY_COMPARE(plateOn(screen()).width(), expectedWidth());
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
     }
 
     void itComesBackWithTheScreen()
@@ -221,17 +223,17 @@ private Q_SLOTS:
         QTest::qWait(500);
         QCOMPARE(m_agent->state(), QProcess::Running);
         QVERIFY(!swaymsg("output HEADLESS-1 enable").isEmpty());
-        QTRY_COMPARE(plateOn(screen()).width(), expectedWidth());
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
     }
 
     void itEndsWhenAsked()
     {
         startOnSway();
         m_agent->terminate();
-        QVERIFY(m_agent->waitForFinished(5000));
+        QVERIFY(m_agent->waitForFinished(patience));
         QCOMPARE(m_agent->exitStatus(), QProcess::NormalExit);
         QCOMPARE(m_agent->exitCode(), 0);
-        QTRY_VERIFY(plateOn(screen()).isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
     }
 
     void withoutLayersItSaysSoOnceAndRuns()
@@ -239,7 +241,7 @@ private Q_SLOTS:
         startCompositor({ QStringLiteral("cage"), QStringLiteral("--"), QStringLiteral("cat") });
         m_agent = startedAsUser({ agentProgram() });
         m_agent->setReadChannel(QProcess::StandardError);
-        QVERIFY(m_agent->waitForReadyRead(10000));
+        QVERIFY(m_agent->waitForReadyRead(patience));
         QTest::qWait(1000);
         QCOMPARE(m_agent->state(), QProcess::Running);
         const QByteArray said = m_agent->readAllStandardError();

@@ -1,16 +1,23 @@
 #include "tests/DesktopStage.h"
 
 #include "tests/StandIns.h"
+#include "tests/TestHome.h"
 #include "tests/VirtualDisplay.h"
 
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QGuiApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QPixmap>
 #include <QScreen>
+#include <cmath>
 #include <csignal>
 
 namespace kestrum {
+
+using Programs::patience;
 
 namespace {
 
@@ -24,7 +31,7 @@ QByteArray asked(const QStringList& arguments)
 {
     QProcess process;
     process.start(text("xdotool"), arguments);
-    process.waitForFinished(5000);
+    process.waitForFinished(patience);
     return process.readAllStandardOutput().trimmed();
 }
 
@@ -43,11 +50,12 @@ DesktopStage::DesktopStage()
             return Programs::output(text("xprop"), { text("-root"), text("_NET_CLIENT_LIST") })
                 .contains("(WINDOW)");
         },
-        20'000);
+        patience);
     m_other.setTitle(text("Other"));
     m_other.setGeometry(0, 0, 100, 60);
     m_other.show();
-    m_isUp = isManaged && QFile::exists(program("Kestrum")) && QTest::qWaitForWindowExposed(&m_other);
+    m_isUp
+        = isManaged && QFile::exists(program("Kestrum")) && QTest::qWaitForWindowExposed(&m_other, patience);
 }
 
 DesktopStage::~DesktopStage()
@@ -96,6 +104,58 @@ void DesktopStage::write(const char* key, const char* json) const
     kestrumctl({ text("write"), text(key), text(json) });
 }
 
+QByteArray DesktopStage::read(const char* key) const
+{
+    return kestrumctl({ text("read"), text(key) });
+}
+
+void DesktopStage::forgetChoices()
+{
+    QDir(TestHome::configDirectory()).removeRecursively();
+}
+
+QString DesktopStage::processDomain()
+{
+    return TestHome::configDirectory() + text("/com.orvale.kestrum.json");
+}
+
+QString DesktopStage::toolkitLanguage()
+{
+    QFile file(processDomain());
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const QJsonObject domain = QJsonDocument::fromJson(file.readAll()).object();
+    return domain[QLatin1StringView("AppleLanguages")].toArray().first().toString();
+}
+
+DesktopStage::Items DesktopStage::items() const
+{
+    const QJsonObject strip = QJsonDocument::fromJson(kestrumctl({ text("describe") })).object();
+    Items result { strip[QLatin1StringView("width")].toDouble(), {} };
+    const QJsonArray items = strip[QLatin1StringView("items")].toArray();
+    for (const auto& item : items) {
+        const QJsonObject object = item.toObject();
+        result.middles.insert(object[QLatin1StringView("section")].toString(),
+            object[QLatin1StringView("x")].toDouble() + object[QLatin1StringView("width")].toDouble() / 2);
+    }
+    return result;
+}
+
+int DesktopStage::stripWidth(int top)
+{
+    const QImage row = picture({ 0, top + stripHeight / 2, VirtualDisplay::width, 1 });
+    int left = row.width();
+    while (left > 0 && row.pixelColor(left - 1, 0) != QColor(Qt::black))
+        --left;
+    return row.width() - left;
+}
+
+int DesktopStage::expectedStripWidth() const
+{
+    const double width = items().width;
+    return width > 0 ? int(std::ceil(width)) + 2 * stripSideRoom : 0;
+}
+
 QList<qint32> DesktopStage::processes(const QString& path)
 {
     const QString canonical
@@ -119,11 +179,23 @@ QList<qint32> DesktopStage::processes(const QString& path)
     return pids;
 }
 
+qint32 DesktopStage::successor(qint32 old) const
+{
+    QList<qint32> pids;
+    const bool isThere = QTest::qWaitFor(
+        [&] {
+            pids = settingsApplications();
+            return pids.size() == 1 && pids.first() != old;
+        },
+        patience);
+    return isThere ? pids.first() : 0;
+}
+
 void DesktopStage::end(const QString& path)
 {
     for (const qint32 pid : processes(path))
         ::kill(pid, SIGKILL);
-    QTRY_VERIFY(processes(path).isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(processes(path).isEmpty(), patience);
 }
 
 QByteArray DesktopStage::windowOf(qint64 pid)
@@ -134,7 +206,7 @@ QByteArray DesktopStage::windowOf(qint64 pid)
             QString::number(pid), text("--name"), text("^Kestrum$") });
         return !window.isEmpty();
     };
-    return QTest::qWaitFor(search, 5000) ? window.split('\n').first() : QByteArray();
+    return QTest::qWaitFor(search, patience) ? window.split('\n').first() : QByteArray();
 }
 
 QByteArray DesktopStage::activeWindow()
@@ -145,27 +217,43 @@ QByteArray DesktopStage::activeWindow()
 void DesktopStage::turnToOther()
 {
     turnTo(otherWindow());
-    QVERIFY(QTest::qWaitForWindowActive(&m_other));
+    QVERIFY(QTest::qWaitForWindowActive(&m_other, patience));
 }
 
 void DesktopStage::turnTo(const QByteArray& window)
 {
     VirtualDisplay::xdotool({ text("windowactivate"), QString::fromLatin1(window) });
-    QTRY_COMPARE(activeWindow(), window);
+    QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), window, patience);
 }
 
-void DesktopStage::click(const QByteArray& window, QPoint place)
+void DesktopStage::moveTo(QPoint place, const QByteArray& window)
 {
-    VirtualDisplay::xdotool({ text("mousemove"), text("--window"), QString::fromLatin1(window),
-        QString::number(place.x()), QString::number(place.y()), text("click"), text("1") });
+    const QStringList whose
+        = window.isEmpty() ? QStringList() : QStringList { text("--window"), QString::fromLatin1(window) };
+    VirtualDisplay::xdotool(QStringList(text("mousemove")) + whose
+        + QStringList { QString::number(place.x()), QString::number(place.y()) });
 }
 
-QColor DesktopStage::colour(const QByteArray& window, QPoint place)
+void DesktopStage::click(QPoint place, const QByteArray& window)
+{
+    moveTo(place, window);
+    VirtualDisplay::xdotool({ text("click"), text("1") });
+}
+
+void DesktopStage::drag(QPoint from, QPoint to, const QByteArray& window)
+{
+    moveTo(from, window);
+    VirtualDisplay::xdotool({ text("mousedown"), text("1") });
+    moveTo((from + to) / 2, window);
+    moveTo(to, window);
+    VirtualDisplay::xdotool({ text("mouseup"), text("1") });
+}
+
+QImage DesktopStage::picture(const QRect& part)
 {
     return QGuiApplication::primaryScreen()
-        ->grabWindow(window.toULongLong(), place.x(), place.y(), 1, 1)
-        .toImage()
-        .pixelColor(0, 0);
+        ->grabWindow(0, part.x(), part.y(), part.width(), part.height())
+        .toImage();
 }
 
 } // namespace kestrum

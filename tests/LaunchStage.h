@@ -3,6 +3,7 @@
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/FreshSettings.h"
+#include "tests/OwnAgents.h"
 #include "tests/StandIns.h"
 
 #include <QElapsedTimer>
@@ -19,8 +20,7 @@ class LaunchStage : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        if (AppLinks::isAgentRunning())
-            QSKIP("an agent of somebody else runs, and this kernel lets us have no process table of our own");
+        skipAmongAgentsOfOthers();
         registerFactoryDefaults();
         log().other = qInstallMessageHandler(noteMessage);
     }

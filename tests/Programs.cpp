@@ -9,7 +9,7 @@ QByteArray Programs::output(const QString& program, const QStringList& arguments
 {
     QProcess process;
     process.start(program, arguments);
-    const bool isDone = process.waitForFinished(10'000);
+    const bool isDone = process.waitForFinished(patience);
     if (!isDone || process.exitStatus() != QProcess::NormalExit || process.exitCode() != 0) {
         qWarning("%s: %s", qPrintable(program + u' ' + arguments.join(u' ')),
             process.readAllStandardError().constData());
@@ -24,16 +24,16 @@ std::unique_ptr<QProcess> Programs::started(const QString& program, const QStrin
     // Also when this program is killed for taking too long.
     process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process->start(program, arguments);
-    process->waitForStarted(5000);
+    process->waitForStarted(patience);
     return process;
 }
 
 void Programs::end(QProcess& process)
 {
     process.terminate();
-    if (!process.waitForFinished(3000)) {
+    if (!process.waitForFinished(patience)) {
         process.kill();
-        process.waitForFinished(3000);
+        process.waitForFinished(patience);
     }
 }
 

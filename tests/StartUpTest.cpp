@@ -3,7 +3,9 @@
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Window/SettingsView.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/FileDescriptor.h"
 #include "tests/AgentStage.h"
+#include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
 
@@ -11,6 +13,7 @@
 #include <QRasterWindow>
 #include <QSignalSpy>
 #include <memory>
+#include <sys/inotify.h>
 
 using namespace kestrum;
 
@@ -45,6 +48,8 @@ class StartUpTest : public QObject {
     }
 
 private Q_SLOTS:
+    void initTestCase() { skipAmongAgentsOfOthers(); }
+
     void init()
     {
         m_stage = std::make_unique<AgentStage>();
@@ -132,6 +137,45 @@ private Q_SLOTS:
         QTest::qWait(300);
         QVERIFY(AgentStage::agents().isEmpty());
         QVERIFY(m_stage->everStarted().isEmpty());
+    }
+
+    void theStepsComeInTheirOrder()
+    {
+        leaveLegacyItem();
+        QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+        const QString agent = m_stage->installAgent();
+        const QByteArray settings
+            = QFile::encodeName(QFileInfo(SharedSettings::store().filePath()).fileName());
+        const FileDescriptor events(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
+        const auto watch = [&](const QString& file, uint32_t what) {
+            return ::inotify_add_watch(
+                events.get(), QFile::encodeName(QFileInfo(file).path()).constData(), what);
+        };
+        QVERIFY(watch(SharedSettings::store().filePath(), IN_MOVED_TO) >= 0);
+        QVERIFY(watch(legacyItem(), IN_DELETE) >= 0);
+        QVERIFY(watch(agent, IN_OPEN) >= 0);
+
+        const auto started = delegate();
+        qsizetype agentsBeforeWindow = -1;
+        connect(started.get(), &SettingsAppDelegate::reopenRequested, this,
+            [&] { agentsBeforeWindow = AgentStage::agents().size(); });
+        QTRY_VERIFY(!QFile::exists(legacyItem()));
+        started->windowWasShown();
+        QTRY_COMPARE(agentsBeforeWindow, 1);
+
+        // The accents, the login item, the agent: each for the first time.
+        QByteArrayList steps;
+        alignas(inotify_event) char buffer[4096];
+        const ssize_t length = ::read(events.get(), buffer, sizeof buffer);
+        for (ssize_t at = 0; at < length;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+            const QByteArray name(event->name);
+            if (event->len > 0 && !steps.contains(name))
+                steps.append(name);
+            at += ssize_t(sizeof *event + event->len);
+        }
+        QCOMPARE(steps, (QByteArrayList { settings, "com.orvale.kestrum.desktop", "KestrumAgent" }));
+        m_stage->waitForAgent();
     }
 
     void theLegacyLoginItemIsRemoved()

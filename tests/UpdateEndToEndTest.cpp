@@ -6,11 +6,10 @@
 #include "KestrumShared/Machine/ProcessScan.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/AptWorld.h"
+#include "tests/DesktopTest.h"
 #include "tests/FreshSettings.h"
-#include "tests/OwnProcesses.h"
-#include "tests/Programs.h"
+#include "tests/OwnAgents.h"
 #include "tests/SignalEar.h"
-#include "tests/VirtualDisplay.h"
 
 #include <QGuiApplication>
 #include <QPixmap>
@@ -18,6 +17,8 @@
 #include <QSignalSpy>
 
 using namespace kestrum;
+
+using Programs::patience;
 
 namespace {
 
@@ -81,11 +82,11 @@ class UpdateEndToEndTest : public QObject {
                        .first();
         QVERIFY(!m_window.isEmpty());
         // Until its sidebar is painted.
-        QTRY_COMPARE(QGuiApplication::primaryScreen()
-                         ->grabWindow(m_window.toULongLong(), 2, 300, 1, 1)
-                         .toImage()
-                         .pixelColor(0, 0),
-            Theme::colour(Theme::Colour::sidebar, ColourScheme::light));
+        QTRY_COMPARE_WITH_TIMEOUT(QGuiApplication::primaryScreen()
+                                      ->grabWindow(m_window.toULongLong(), 2, 300, 1, 1)
+                                      .toImage()
+                                      .pixelColor(0, 0),
+            Theme::colour(Theme::Colour::sidebar, ColourScheme::light), patience);
     }
 
     void closeWindow()
@@ -107,12 +108,13 @@ class UpdateEndToEndTest : public QObject {
         UpdateChecker checker;
         QSignalSpy outcomes(&checker, &UpdateChecker::finished);
         checker.check();
-        QVERIFY(outcomes.wait(10'000));
+        QVERIFY(outcomes.wait(patience));
     }
 
 private Q_SLOTS:
     void initTestCase()
     {
+        skipAmongAgentsOfOthers();
         const QString built = qEnvironmentVariable("KESTRUM_BUILD") + text("/Kestrum.app");
         Programs::output(text("cp"), { text("-r"), built, m_tree.root() });
         QVERIFY(QFile::exists(m_tree.path(text("Kestrum.app/Contents/MacOS/Kestrum"))));
@@ -135,7 +137,7 @@ private Q_SLOTS:
     {
         closeWindow();
         SharedSettings::post(SharedSettings::Signal::quitAgent);
-        QTRY_VERIFY(ProcessScan::agents().isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(ProcessScan::agents().isEmpty(), patience);
     }
 
     void anUpdateIsOfferedInTheOpenWindow()
@@ -145,24 +147,24 @@ private Q_SLOTS:
         QVERIFY(!symbol());
         check();
         QCOMPARE(offer(), text("1.5 (30)"));
-        QTRY_VERIFY_WITH_TIMEOUT(symbol(), 1000);
+        QTRY_VERIFY_WITH_TIMEOUT(symbol(), Programs::withinASecond);
     }
 
     void installStartsTheAgentAndAsksItToCheck()
     {
         check();
         openWindow();
-        QTRY_VERIFY(symbol());
+        QTRY_VERIFY_WITH_TIMEOUT(symbol(), patience);
         const Ear ear(SharedSettings::name(SharedSettings::Signal::checkForUpdates));
         click({ buttonMiddle, symbol()->y() });
-        QTRY_COMPARE(ear.count, 1);
-        QTRY_COMPARE(ProcessScan::agents().size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(ear.count, 1, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(ProcessScan::agents().size(), 1, patience);
         QCOMPARE(ProcessScan::agents().first().path,
             m_tree.path(text(
                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent")));
         // The agent that runs is asked again, and no second one is started.
         click({ buttonMiddle, symbol()->y() });
-        QTRY_COMPARE(ear.count, 2);
+        QTRY_COMPARE_WITH_TIMEOUT(ear.count, 2, patience);
         QTest::qWait(600);
         QCOMPARE(ProcessScan::agents().size(), 1);
     }
@@ -171,21 +173,21 @@ private Q_SLOTS:
     {
         check();
         openWindow();
-        QTRY_VERIFY(symbol());
+        QTRY_VERIFY_WITH_TIMEOUT(symbol(), patience);
         click({ buttonMiddle, symbol()->y() });
-        QTRY_COMPARE(ProcessScan::agents().size(), 1);
-        QTRY_VERIFY(Setting { Keys::updaterCanCheck }.value()); // it is ready
+        QTRY_COMPARE_WITH_TIMEOUT(ProcessScan::agents().size(), 1, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(Setting { Keys::updaterCanCheck }.value(), patience); // it is ready
         m_world->install(text("1.5-30"));
         SharedSettings::post(SharedSettings::Signal::checkForUpdates);
-        QTRY_COMPARE(offer(), std::nullopt);
-        QTRY_VERIFY_WITH_TIMEOUT(!symbol(), 1000);
+        QTRY_COMPARE_WITH_TIMEOUT(offer(), std::nullopt, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(!symbol(), Programs::withinASecond);
     }
 
     void aStaleOfferAfterTheUpdateShowsNothing()
     {
         check();
         openWindow();
-        QTRY_VERIFY(symbol());
+        QTRY_VERIFY_WITH_TIMEOUT(symbol(), patience);
         closeWindow();
         // No agent runs that could withdraw it.
         m_world->install(text("1.5-30"));
@@ -200,21 +202,9 @@ private Q_SLOTS:
         // The row is there: the next update shows.
         SharedSettings::store().set(Keys::updatesAvailable.name, text("1.6 (33)"));
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
-        QTRY_VERIFY_WITH_TIMEOUT(symbol(), 1000);
+        QTRY_VERIFY_WITH_TIMEOUT(symbol(), Programs::withinASecond);
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (const auto code = OwnProcesses::enter())
-        return *code;
-    const TestHome home;
-    const VirtualDisplay display;
-    if (!display.isUp())
-        return 1;
-    QGuiApplication application(argc, argv);
-    UpdateEndToEndTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN_ON_DISPLAY(UpdateEndToEndTest)
 #include "UpdateEndToEndTest.moc"

@@ -14,9 +14,9 @@ VirtualDisplay::VirtualDisplay()
     m_server.start(QStringLiteral("Xvfb"),
         { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
             QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
-            QStringLiteral("0"), QStringLiteral("1000x800x24") });
+            QStringLiteral("0"), QStringLiteral("%1x%2x24").arg(width).arg(height) });
     QByteArray display;
-    while (!display.endsWith('\n') && m_server.waitForReadyRead(10'000))
+    while (!display.endsWith('\n') && m_server.waitForReadyRead(Programs::patience))
         display += m_server.readAllStandardOutput();
     m_isUp = !display.isEmpty();
     if (!m_isUp) {
@@ -25,7 +25,8 @@ VirtualDisplay::VirtualDisplay()
     }
     qputenv("DISPLAY", ":" + display.trimmed());
     qputenv("QT_QPA_PLATFORM", "xcb");
-    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    // No bus, rather than one that the toolkit starts for every program.
+    qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     qunsetenv("QT_SCALE_FACTOR");
 }
 

@@ -6,10 +6,13 @@
 
 namespace kestrum {
 
-/// An X server of the test's own, 1000 × 800 points at scale 1, with no session bus: what this process starts and its own
+/// An X server of the test's own, `width` × `height` points at scale 1, with no session bus: what this process starts and its own
 /// application object are shown there. Made before the application object.
 class VirtualDisplay {
 public:
+    static constexpr int width = 1000;
+    static constexpr int height = 800;
+
     VirtualDisplay();
     ~VirtualDisplay();
     Q_DISABLE_COPY_MOVE(VirtualDisplay)

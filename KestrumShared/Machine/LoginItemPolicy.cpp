@@ -12,7 +12,7 @@ bool LoginItemPolicy::isSuppressed(const QMap<QString, QString>& environment, co
     };
     return isOne("KESTRUM_NO_LOGIN_ITEM") || isOne("KESTRUM_UI_TESTING")
         || environment.contains(QStringLiteral("XCTestConfigurationFilePath"))
-        || arguments.contains(QStringLiteral("-KestrumNoLoginItem"));
+        || arguments.contains(QLatin1StringView(suppressingArgument));
 }
 
 bool LoginItemPolicy::isSuppressedHere()

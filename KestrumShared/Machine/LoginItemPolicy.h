@@ -9,6 +9,9 @@ namespace kestrum {
 /// When the login item is left alone.
 namespace LoginItemPolicy {
 
+/// The launch argument that says so.
+inline constexpr char suppressingArgument[] = "-KestrumNoLoginItem";
+
 /// Whether an environment and launch arguments say that no login item is to be touched, as tests and special builds do.
 bool isSuppressed(const QMap<QString, QString>& environment, const QStringList& arguments);
 

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "tests/DesktopStage.h"
+#include "tests/OwnProcesses.h"
+#include "tests/TestHome.h"
+#include "tests/VirtualDisplay.h"
+
+#include <QGuiApplication>
+#include <memory>
+
+namespace kestrum {
+
+/// A test of the built programs on a desktop of their own, which stands from the first test to the last.
+class DesktopTest : public QObject {
+    Q_OBJECT
+protected:
+    DesktopStage& stage() const { return *m_stage; }
+    QList<qint32> agents() const { return DesktopStage::processes(m_stage->agentProgram()); }
+
+    /// What else stands on the desktop, put up after the stage and taken away before it.
+    virtual void furnish() { }
+    virtual void clear() { }
+
+private Q_SLOTS:
+    void initTestCase();
+    void cleanupTestCase();
+
+private:
+    std::unique_ptr<DesktopStage> m_stage;
+};
+
+} // namespace kestrum
+
+/// `main` of a test with a home, processes and a display of its own.
+#define KESTRUM_TEST_MAIN_ON_DISPLAY(TestClass)                                                              \
+    int main(int argc, char** argv)                                                                          \
+    {                                                                                                        \
+        if (const auto code = kestrum::OwnProcesses::enter())                                                \
+            return *code;                                                                                    \
+        const kestrum::TestHome home;                                                                        \
+        const kestrum::VirtualDisplay display;                                                               \
+        if (!display.isUp())                                                                                 \
+            return 1;                                                                                        \
+        QGuiApplication application(argc, argv);                                                             \
+        TestClass test;                                                                                      \
+        return QTest::qExec(&test, argc, argv);                                                              \
+    }

@@ -108,11 +108,12 @@ private Q_SLOTS:
         StatusMetricView& dragged = *items.item(sensors)->view;
         const double middle = items.item(neighbour)->view->frame().center().x();
         const double exactly = toTheLeft ? middle : middle - dragged.frame().width();
-        items.drag(sensors, dragged, exactly);
+        items.grab(*items.item(sensors), dragged.frame().left());
+        items.drag(exactly);
         // An edge exactly on the middle has not passed it.
         QCOMPARE(toTheLeft ? dragged.frame().left() : dragged.frame().right(), middle);
         QCOMPARE(items.sections(), before);
-        items.drag(sensors, dragged, toTheLeft ? exactly - 0.01 : exactly + 0.01);
+        items.drag(toTheLeft ? exactly - 0.01 : exactly + 0.01);
         QCOMPARE(items.sections(), after);
     }
 
@@ -124,7 +125,8 @@ private Q_SLOTS:
         // As after a rebuild with other widths: both neighbours' middles lie beyond the dragged item's edges.
         items.item(storage)->view->moveLeftEdgeTo(500);
         items.item(memory)->view->moveLeftEdgeTo(-500);
-        items.drag(sensors, dragged, dragged.frame().left());
+        items.grab(*items.item(sensors), dragged.frame().left());
+        items.drag(dragged.frame().left());
         QCOMPARE(items.sections().first(), sensors);
     }
 

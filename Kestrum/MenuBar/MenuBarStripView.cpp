@@ -45,12 +45,6 @@ void MenuBarStripView::rebuild()
 void MenuBarStripView::rebuild(const QList<MonitorSection>& order)
 {
     m_items.rebuild(order, m_readings);
-    if (m_drag) {
-        if (const Item* same = item(m_drag->section)) {
-            same->view->moveLeftEdgeTo(m_drag->view->frame().left());
-            m_drag->view = same->view;
-        }
-    }
     tellScreenReader();
     updateGeometry();
     update();
@@ -84,11 +78,6 @@ QRectF MenuBarStripView::backdropRect(const Item& item) const
     return widgetRect(StripItems::ground(item));
 }
 
-std::optional<MonitorSection> MenuBarStripView::dragged() const
-{
-    return m_drag ? std::optional(m_drag->section) : std::nullopt;
-}
-
 void MenuBarStripView::setHovered(std::optional<MonitorSection> section)
 {
     if (section == m_hovered)
@@ -107,7 +96,7 @@ void MenuBarStripView::redraw(std::optional<MonitorSection> section)
 
 void MenuBarStripView::mouseMoveEvent(QMouseEvent* event)
 {
-    if (m_drag) {
+    if (dragged()) {
         drag(event->position());
         return;
     }
@@ -119,7 +108,7 @@ void MenuBarStripView::mouseMoveEvent(QMouseEvent* event)
 
 void MenuBarStripView::leaveEvent(QEvent*)
 {
-    if (m_drag)
+    if (dragged())
         return;
     setHovered(std::nullopt);
     setCursor(Qt::ArrowCursor);
@@ -127,7 +116,7 @@ void MenuBarStripView::leaveEvent(QEvent*)
 
 bool MenuBarStripView::event(QEvent* event)
 {
-    if (event->type() == QEvent::WindowDeactivate && !m_drag) {
+    if (event->type() == QEvent::WindowDeactivate && !dragged()) {
         setHovered(std::nullopt);
         setCursor(Qt::ArrowCursor);
     }
@@ -137,26 +126,26 @@ bool MenuBarStripView::event(QEvent* event)
 void MenuBarStripView::mousePressEvent(QMouseEvent* event)
 {
     const QPointF point = stripPoint(event->position());
-    const Item* grabbed = event->button() == Qt::LeftButton && !m_drag ? item(point) : nullptr;
+    const Item* grabbed = event->button() == Qt::LeftButton && !dragged() ? item(point) : nullptr;
     if (!grabbed)
         return;
     if (m_showsFocus) {
         m_showsFocus = false;
         redraw(focused());
     }
-    m_drag = Drag { grabbed->section, grabbed->view, point.x() - grabbed->view->frame().left() };
+    m_items.grab(*grabbed, point.x());
     setHovered(grabbed->section);
     setCursor(Qt::ClosedHandCursor);
 }
 
 void MenuBarStripView::drag(const QPointF& widgetPoint)
 {
-    if (!m_drag)
+    if (!dragged())
         return;
     QHash<const StatusMetricView*, QRectF> before;
     for (const Item& item : items())
         before.insert(item.view.get(), backdropRect(item));
-    m_items.drag(m_drag->section, *m_drag->view, stripPoint(widgetPoint).x() - m_drag->grabOffset);
+    m_items.drag(stripPoint(widgetPoint).x());
     for (const Item& item : items()) {
         const QRectF was = before.value(item.view.get());
         const QRectF now = backdropRect(item);
@@ -170,9 +159,9 @@ void MenuBarStripView::drag(const QPointF& widgetPoint)
 
 void MenuBarStripView::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (!m_drag || event->button() != Qt::LeftButton)
+    if (!dragged() || event->button() != Qt::LeftButton)
         return;
-    m_drag.reset();
+    m_items.drop();
     setCursor(Qt::OpenHandCursor);
     store();
 }
@@ -220,7 +209,7 @@ void MenuBarStripView::keyPressEvent(QKeyEvent* event)
 {
     const auto modifiers = event->modifiers() & ~Qt::KeypadModifier;
     const bool isSideways = event->key() == Qt::Key_Left || event->key() == Qt::Key_Right;
-    if (!isSideways || items().isEmpty() || m_drag
+    if (!isSideways || items().isEmpty() || dragged()
         || (modifiers != Qt::NoModifier && modifiers != Qt::AltModifier)) {
         QWidget::keyPressEvent(event);
         return;
@@ -255,7 +244,7 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
     const ColourScheme scheme = SystemAppearance::shared().scheme();
     const QTransform device = painter.deviceTransform();
 
-    const std::optional<MonitorSection> highlighted = m_drag ? dragged() : m_hovered;
+    const std::optional<MonitorSection> highlighted = dragged() ? dragged() : m_hovered;
     if (const Item* item = highlighted ? this->item(*highlighted) : nullptr)
         StripGround::drawBackdrop(painter, backdropRect(*item), scheme);
 
@@ -271,7 +260,7 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
             draw(item);
     }
     // Above its neighbours while it moves.
-    if (const Item* item = m_drag ? this->item(m_drag->section) : nullptr)
+    if (const Item* item = dragged() ? this->item(*dragged()) : nullptr)
         draw(*item);
 
     if (const auto marked = focused(); marked && hasFocus() && m_showsFocus) {

@@ -53,7 +53,7 @@ public:
     QRectF backdropRect(const Item& item) const;
 
     std::optional<MonitorSection> hovered() const { return m_hovered; }
-    std::optional<MonitorSection> dragged() const;
+    std::optional<MonitorSection> dragged() const { return m_items.dragged(); }
     /// The item that the arrow keys are at while the strip has the keyboard focus.
     std::optional<MonitorSection> focused() const;
 
@@ -78,12 +78,6 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    struct Drag {
-        MonitorSection section;
-        std::shared_ptr<StatusMetricView> view;
-        double grabOffset; ///< pointer less the item's left edge at the time of the grab
-    };
-
     void setHovered(std::optional<MonitorSection> section);
     void redraw(std::optional<MonitorSection> section);
     void store();
@@ -93,7 +87,6 @@ private:
 
     StripItems m_items;
     std::optional<MonitorSection> m_hovered;
-    std::optional<Drag> m_drag;
     std::optional<MonitorSection> m_focused;
     bool m_showsFocus = false;
     std::shared_ptr<const SampleReadings> m_readings;

@@ -45,12 +45,6 @@ void PanelStrip::rebuild()
     const QList<MonitorSection> before = m_items.sections();
     const QSizeF sizeBefore = m_items.size();
     m_items.rebuild(MeterSettings::storedOrder(), m_readings);
-    if (m_drag) {
-        if (const Item* same = m_items.item(m_drag->section)) {
-            same->view->moveLeftEdgeTo(m_drag->view->frame().left());
-            m_drag->view = same->view;
-        }
-    }
     if (m_items.sections() != before || m_items.size() != sizeBefore)
         update();
     redraw();
@@ -123,7 +117,7 @@ QString PanelStrip::summary() const
 
 void PanelStrip::setHovered(std::optional<MonitorSection> section)
 {
-    setCursor(m_drag ? Qt::ClosedHandCursor : section ? Qt::OpenHandCursor : Qt::ArrowCursor);
+    setCursor(m_items.dragged() ? Qt::ClosedHandCursor : section ? Qt::OpenHandCursor : Qt::ArrowCursor);
     if (section == m_hovered)
         return;
     m_hovered = section;
@@ -133,8 +127,8 @@ void PanelStrip::setHovered(std::optional<MonitorSection> section)
 void PanelStrip::mouseMoveEvent(QMouseEvent* event)
 {
     const QPointF point = stripPoint(event->position());
-    if (m_drag) {
-        m_items.drag(m_drag->section, *m_drag->view, point.x() - m_drag->grabOffset);
+    if (m_items.dragged()) {
+        m_items.drag(point.x());
         update();
         return;
     }
@@ -146,18 +140,19 @@ void PanelStrip::mousePressEvent(QMouseEvent* event)
 {
     Q_EMIT pointerLeft();
     const QPointF point = stripPoint(event->position());
-    const Item* grabbed = event->button() == Qt::LeftButton && !m_drag ? m_items.item(point) : nullptr;
+    const Item* grabbed
+        = event->button() == Qt::LeftButton && !m_items.dragged() ? m_items.item(point) : nullptr;
     if (!grabbed)
         return;
-    m_drag = Drag { grabbed->section, grabbed->view, point.x() - grabbed->view->frame().left() };
+    m_items.grab(*grabbed, point.x());
     setHovered(grabbed->section);
 }
 
 void PanelStrip::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (!m_drag || event->button() != Qt::LeftButton)
+    if (!m_items.dragged() || event->button() != Qt::LeftButton)
         return;
-    m_drag.reset();
+    m_items.drop();
     setCursor(Qt::OpenHandCursor);
     MeterSettings::setMenuBarOrder(m_items.sections());
     SharedSettings::post(SharedSettings::Signal::menuBarChanged);
@@ -174,14 +169,14 @@ void PanelStrip::mouseDoubleClickEvent(QMouseEvent* event)
 
 void PanelStrip::contextMenuEvent(QContextMenuEvent* event)
 {
-    if (!m_drag)
+    if (!m_items.dragged())
         Q_EMIT menuRequested(QPoint(event->pos().x(), height()));
 }
 
 void PanelStrip::leaveEvent(QEvent*)
 {
     Q_EMIT pointerLeft();
-    if (!m_drag)
+    if (!m_items.dragged())
         setHovered(std::nullopt);
 }
 
@@ -195,7 +190,7 @@ bool PanelStrip::event(QEvent* event)
     if (event->type() != QEvent::ToolTip)
         return QWidget::event(event);
     const QPoint at = static_cast<QHelpEvent*>(event)->pos();
-    const Item* under = m_drag ? nullptr : m_items.item(stripPoint(at));
+    const Item* under = m_items.dragged() ? nullptr : m_items.item(stripPoint(at));
     Q_EMIT tipRequested(
         at, under ? text(under->section) : QString(), under ? place(*under).toAlignedRect() : QRect());
     return true;
@@ -216,8 +211,7 @@ void PanelStrip::paintEvent(QPaintEvent* event)
         painter.fillRect(event->rect(), StripGround::plate(scheme));
     }
 
-    const std::optional<MonitorSection> dragged
-        = m_drag ? std::optional(m_drag->section) : std::optional<MonitorSection>();
+    const std::optional<MonitorSection> dragged = m_items.dragged();
     if (const Item* item = m_hovered ? m_items.item(*m_hovered) : nullptr)
         StripGround::drawBackdrop(painter, StripItems::ground(*item).translated(sideRoom, 0), scheme);
 

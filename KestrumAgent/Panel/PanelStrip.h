@@ -68,12 +68,6 @@ protected:
     bool event(QEvent* event) override;
 
 private:
-    struct Drag {
-        MonitorSection section;
-        std::shared_ptr<StatusMetricView> view;
-        double grabOffset; ///< pointer less the item's left edge at the time of the grab
-    };
-
     QPointF stripPoint(const QPointF& widgetPoint) const;
     QImage picture(const Item& item) const;
     void setHovered(std::optional<MonitorSection> section);
@@ -81,7 +75,6 @@ private:
     StripItems m_items;
     std::array<QImage, std::size(Enumeration<MonitorSection>::cases)> m_pictures;
     std::optional<MonitorSection> m_hovered;
-    std::optional<Drag> m_drag;
     std::shared_ptr<const MenuBarReadings> m_readings;
 };
 

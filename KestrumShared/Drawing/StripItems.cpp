@@ -27,6 +27,10 @@ void StripItems::rebuild(
         const QRectF frame(*place.x, 0, place.width, StatusMetricView::height);
         m_list.append({ place.section, std::make_shared<StatusMetricView>(place.section, frame, readings) });
     }
+    if (const Item* same = m_drag ? item(m_drag->item.section) : nullptr) {
+        same->view->moveLeftEdgeTo(m_drag->item.view->frame().left());
+        m_drag->item = *same;
+    }
 }
 
 QList<MonitorSection> StripItems::sections() const
@@ -76,12 +80,26 @@ const StripItems::Item* StripItems::item(const QPointF& at) const
     return found == m_list.end() ? nullptr : &*found;
 }
 
-void StripItems::drag(MonitorSection section, StatusMetricView& dragged, double left)
+void StripItems::grab(const Item& item, double pointer)
 {
+    m_drag = Drag { item, pointer - item.view->frame().left() };
+}
+
+std::optional<MonitorSection> StripItems::dragged() const
+{
+    return m_drag ? std::optional(m_drag->item.section) : std::nullopt;
+}
+
+void StripItems::drag(double pointer)
+{
+    if (!m_drag)
+        return;
+    StatusMetricView& dragged = *m_drag->item.view;
+    const double left = pointer - m_drag->grabOffset;
     dragged.moveLeftEdgeTo(std::max(0.0, std::min(left, size().width() - dragged.frame().width())));
     const QRectF frame = dragged.frame();
     const qsizetype count = m_list.size();
-    qsizetype i = std::max(0, index(section));
+    qsizetype i = std::max(0, index(m_drag->item.section));
     qsizetype direction = 0;
     bool moved = true;
     while (moved) {

@@ -9,8 +9,8 @@ namespace kestrum {
 /// make name spaces), the test runs among all processes, and holds as long as no other agent runs.
 namespace OwnProcesses {
 
-/// Called first thing in `main`, before anything that makes threads or files. Gives the test's exit code in the processes
-/// that only wait for it, and nothing in the one that is to run it.
+/// Called first thing in `main`, before anything that makes threads or files. Returns in the process that is to run the test, and
+/// gives an exit code there when that is in no state to; the processes that only wait for it end with its code.
 std::optional<int> enter();
 
 } // namespace OwnProcesses

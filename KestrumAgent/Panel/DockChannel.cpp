@@ -1,12 +1,13 @@
 #include "KestrumAgent/Panel/DockChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
-#include "KestrumAgent/Panel/X11Window.h"
+#include "Platform/X11Window.h"
 
 #include <QGuiApplication>
 #include <QPainterPath>
 #include <QScreen>
 #include <QToolTip>
+#include <QWindow>
 
 namespace kestrum {
 
@@ -16,7 +17,9 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
 {
     m_strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     m_strip.setAttribute(Qt::WA_ShowWithoutActivating);
-    X11Window::makeDock(m_strip);
+    m_strip.winId();
+    // Qt hears of the type only when there is a window to give it to.
+    m_strip.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
     connect(&m_strip, &PanelStrip::rebuilt, this, &DockChannel::fit);
     connect(&m_strip, &PanelStrip::menuRequested, this,
         [this](QPoint at) { m_menu.popup(m_strip.mapToGlobal(at)); });
@@ -56,7 +59,9 @@ void DockChannel::fit()
     m_strip.setMask(QRegion(plate.toFillPolygon().toPolygon()));
     if (m_strip.isVisible())
         return;
-    X11Window::putOnAllDesktops(m_strip);
+    // Not every window manager takes it from the type.
+    if (const auto window = X11Window::of(*m_strip.windowHandle()))
+        window->standOnAllDesktops();
     m_strip.show();
 }
 

@@ -6,6 +6,7 @@
 #include "Platform/ProcessTable.h"
 #include "Platform/SingleInstance.h"
 #include "Platform/StopRequest.h"
+#include "Platform/WindowActivation.h"
 
 #include <QApplication>
 #include <QByteArrayView>
@@ -63,6 +64,9 @@ int main(int argc, char** argv)
 
     QApplication application(argc, argv);
     qunsetenv("QT_XCB_NO_MITSHM");
+    // Who started us, and when, is nothing that a settings application started from here later may pass for. The toolkit has
+    // taken by now what it needs of it.
+    WindowActivation::takeToken();
     QApplication::setApplicationName(AppLinks::agentIdentifier());
     QApplication::setApplicationDisplayName(QStringLiteral("Kestrum"));
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));

@@ -8,6 +8,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Bundle.h"
+#include "Platform/DesktopNotification.h"
 #include "Platform/Log.h"
 #include "Platform/Workspace.h"
 
@@ -36,9 +37,13 @@ Agent::Agent(QObject* parent)
     : QObject(parent)
     , m_sampler(new Sampler(this))
     , m_updates(new UpdateChecker(this))
+    , m_notification(new DesktopNotification(this))
 {
-    connect(
-        m_updates, &UpdateChecker::finished, this, [this](const QString& outcome) { m_outcome = outcome; });
+    // Whoever asked in the settings window has no eye on the menu.
+    connect(m_updates, &UpdateChecker::finished, this, [this](const QString& outcome) {
+        m_outcome = outcome;
+        m_notification->show(outcome);
+    });
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
     fillMenu();
 }

@@ -9,6 +9,7 @@
 
 namespace kestrum {
 
+class DesktopNotification;
 class PanelChannel;
 class PanelStrip;
 class Sampler;
@@ -44,6 +45,7 @@ private:
     QMenu m_menu;
     Sampler* m_sampler;
     UpdateChecker* m_updates;
+    DesktopNotification* m_notification;
     QString m_outcome; ///< of the last check for updates that somebody asked for
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;

@@ -1,17 +1,13 @@
 #include "Platform/AppearancePortal.h"
 
+#include "Platform/DesktopBus.h"
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <QFileInfo>
-#include <QFuture>
-#include <QPromise>
-#include <QThreadPool>
-#include <memory>
-#include <sys/stat.h>
 
 namespace kestrum {
 namespace {
@@ -95,34 +91,13 @@ AppearancePortal::AppearancePortal(QObject* parent)
 {
 }
 
-QString AppearancePortal::sessionBusAddress()
-{
-    const QString named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!named.isEmpty())
-        return named.contains(QLatin1StringView("autolaunch:")) ? QString() : named;
-    const QString runtimeDirectory = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (runtimeDirectory.isEmpty())
-        return QString();
-    const QString socket = runtimeDirectory + QStringLiteral("/bus");
-    struct stat info { };
-    if (::stat(QFile::encodeName(socket).constData(), &info) != 0 || !S_ISSOCK(info.st_mode))
-        return QString();
-    return QStringLiteral("unix:path=") + socket;
-}
-
 void AppearancePortal::start(const QString& address)
 {
     if (address.isEmpty())
         return;
-    auto promise = std::make_shared<QPromise<bool>>();
-    promise->future().then(this, [this](bool isConnected) {
-        if (isConnected)
+    DesktopBus::join(address, connectionName(), this, [this](bool isJoined) {
+        if (isJoined)
             follow();
-    });
-    QThreadPool::globalInstance()->start([promise, address] {
-        promise->start();
-        promise->addResult(QDBusConnection::connectToBus(address, connectionName()).isConnected());
-        promise->finish();
     });
 }
 

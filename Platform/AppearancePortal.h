@@ -19,9 +19,6 @@ class AppearancePortal : public QObject {
 public:
     explicit AppearancePortal(QObject* parent = nullptr);
 
-    /// The address of the running session bus; empty when there is none, or when asking for it would start one.
-    static QString sessionBusAddress();
-
     /// Joins the bus at `address`, asks, and follows what changes. Does nothing when it is empty.
     void start(const QString& address);
 

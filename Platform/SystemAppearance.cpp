@@ -1,6 +1,7 @@
 #include "Platform/SystemAppearance.h"
 
 #include "Platform/AppearancePortal.h"
+#include "Platform/DesktopBus.h"
 
 #include <QEvent>
 #include <QGuiApplication>
@@ -37,7 +38,7 @@ SystemAppearance::SystemAppearance()
     connect(m_portal, &AppearancePortal::changed, this, &SystemAppearance::adopt);
     QTimer::singleShot(delayBeforeAsking, this, [this] {
         if (!m_isFixed)
-            m_portal->start(AppearancePortal::sessionBusAddress());
+            m_portal->start(DesktopBus::address());
     });
 }
 

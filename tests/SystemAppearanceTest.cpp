@@ -2,6 +2,7 @@
 // in a variant and knows no accent colour unless told.
 
 #include "Platform/AppearancePortal.h"
+#include "Platform/DesktopBus.h"
 #include "tests/SessionBus.h"
 #include "tests/TestHome.h"
 
@@ -123,13 +124,13 @@ private Q_SLOTS:
 
     void busIsNotAskedForWhereThereIsNone()
     {
-        QCOMPARE(AppearancePortal::sessionBusAddress(), QString());
+        QCOMPARE(DesktopBus::address(), QString());
         qputenv("DBUS_SESSION_BUS_ADDRESS", "autolaunch:");
-        QCOMPARE(AppearancePortal::sessionBusAddress(), QString());
+        QCOMPARE(DesktopBus::address(), QString());
         // Something else of that name in the runtime directory is no bus.
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         QVERIFY(QDir(TestHome::runtimeDirectory()).mkdir(QStringLiteral("bus")));
-        QCOMPARE(AppearancePortal::sessionBusAddress(), QString());
+        QCOMPARE(DesktopBus::address(), QString());
         QVERIFY(QDir(TestHome::runtimeDirectory()).rmdir(QStringLiteral("bus")));
     }
 
@@ -137,8 +138,7 @@ private Q_SLOTS:
     {
         QVERIFY(startBus());
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-        QCOMPARE(AppearancePortal::sessionBusAddress(),
-            QStringLiteral("unix:path=%1/bus").arg(TestHome::runtimeDirectory()));
+        QCOMPARE(DesktopBus::address(), QStringLiteral("unix:path=%1/bus").arg(TestHome::runtimeDirectory()));
     }
 
     void deadBusIsPassedOverInSilence()
@@ -161,7 +161,7 @@ private Q_SLOTS:
         m_portal.settings = { { schemeKey, QVariant(1U) },
             { accentKey, QVariant::fromValue(AccentComponents { 1.0, 0.5, 0.0 }) } };
         AppearancePortal portal;
-        portal.start(AppearancePortal::sessionBusAddress());
+        portal.start(DesktopBus::address());
         QTRY_COMPARE(portal.scheme(), std::optional(ColourScheme::dark));
         QTRY_VERIFY(portal.accent());
         QCOMPARE(portal.accent()->rgb(), qRgb(255, 128, 0));
@@ -172,7 +172,7 @@ private Q_SLOTS:
         QVERIFY(startPortal());
         m_portal.settings = { { schemeKey, QVariant(2U) } };
         AppearancePortal portal;
-        portal.start(AppearancePortal::sessionBusAddress());
+        portal.start(DesktopBus::address());
         QTRY_COMPARE(portal.scheme(), std::optional(ColourScheme::light));
         QVERIFY(!portal.accent());
     }
@@ -182,7 +182,7 @@ private Q_SLOTS:
         QVERIFY(startPortal());
         m_portal.settings = { { schemeKey, QVariant(2U) } };
         AppearancePortal portal;
-        portal.start(AppearancePortal::sessionBusAddress());
+        portal.start(DesktopBus::address());
         QTRY_COMPARE(portal.scheme(), std::optional(ColourScheme::light));
         const QDBusConnection bus(QStringLiteral("portal"));
         m_portal.change(schemeKey, QVariant(1U), bus);
@@ -206,7 +206,7 @@ private Q_SLOTS:
         m_portal.settings = { { animationsKey, QVariant(false) } };
         AppearancePortal portal;
         QVERIFY(!portal.reducesMotion());
-        portal.start(AppearancePortal::sessionBusAddress());
+        portal.start(DesktopBus::address());
         QTRY_VERIFY(portal.reducesMotion());
         const QDBusConnection bus(QStringLiteral("portal"));
         // The way of all desktops goes before that of one.
@@ -227,7 +227,7 @@ private Q_SLOTS:
         AppearancePortal portal;
         QElapsedTimer timer;
         timer.start();
-        portal.start(AppearancePortal::sessionBusAddress());
+        portal.start(DesktopBus::address());
         QVERIFY(timer.elapsed() < 50);
         QTest::qWait(200);
         QVERIFY(!portal.scheme());
@@ -277,7 +277,7 @@ private:
         if (!startBus())
             return false;
         QDBusConnection connection
-            = QDBusConnection::connectToBus(AppearancePortal::sessionBusAddress(), QStringLiteral("portal"));
+            = QDBusConnection::connectToBus(DesktopBus::address(), QStringLiteral("portal"));
         return connection.registerObject(QStringLiteral("/org/freedesktop/portal/desktop"), &m_portal,
                    QDBusConnection::ExportAllSlots)
             && connection.registerService(QStringLiteral("org.freedesktop.portal.Desktop"));

@@ -1,9 +1,9 @@
 // The built agent below a real panel, watched on the screen and worked by a real mouse.
 
 #include "tests/AptScript.h"
-#include "tests/Programs.h"
-#include "tests/TestHome.h"
-#include "tests/VirtualDisplay.h"
+#include "tests/DesktopTest.h"
+#include "tests/OpenedWindow.h"
+#include "tests/SeenTimes.h"
 
 #include <QElapsedTimer>
 #include <cmath>
@@ -296,13 +296,15 @@ private Q_SLOTS:
         const AptScript apt("env >\"${0%/*}/environment\"\n");
         qputenv("XDG_ACTIVATION_TOKEN", "token");
         qputenv("DESKTOP_STARTUP_ID", "token_TIME1");
-        startAgent();
+        m_agent = Programs::started(stage().agentProgram(), {});
+        waitForStrip();
         qunsetenv("XDG_ACTIVATION_TOKEN");
         qunsetenv("DESKTOP_STARTUP_ID");
-        if (kestrumctl({ QStringLiteral("read"), QStringLiteral("updaterCanCheck") }) != "true")
+        if (stage().kestrumctl({ text("read"), text("updaterCanCheck") }) != "true")
             QSKIP("this agent was built without updates, and starts nobody");
-        kestrumctl({ QStringLiteral("post"), QStringLiteral("checkForUpdates") });
-        QTRY_VERIFY(apt.written("environment").contains("DISPLAY=")); // what is ours, it does inherit
+        stage().kestrumctl({ text("post"), text("checkForUpdates") });
+        QTRY_VERIFY_WITH_TIMEOUT(
+            apt.written("environment").contains("DISPLAY="), patience); // what is ours, it does inherit
         for (const char* own : { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "QT_XCB_NO_MITSHM" })
             QVERIFY2(!apt.written("environment").contains(own), own);
     }

@@ -3,6 +3,8 @@
 
 #include <QFontInfo>
 #include <QGuiApplication>
+#include <QImage>
+#include <QPainter>
 #include <QTest>
 
 using namespace kestrum;
@@ -33,6 +35,9 @@ private Q_SLOTS:
         QTest::newRow("secondary text of the sidebar") << Colour::sidebarSecondaryText << Colour::sidebar;
         QTest::newRow("the selected row") << Colour::onSelection << Colour::selection;
         QTest::newRow("an error on the window") << Colour::error << Colour::window;
+        QTest::newRow("a button") << Colour::text << Colour::button;
+        QTest::newRow("a segment") << Colour::text << Colour::segmentPlate;
+        QTest::newRow("the chosen segment") << Colour::text << Colour::chosenSegment;
         QTest::newRow("text on the preview's plate") << Colour::text << Colour::previewPlate;
     }
 
@@ -62,6 +67,44 @@ private Q_SLOTS:
                 QVERIFY(
                     Theme::contrast(Theme::colour(Colour::focusRing, scheme), Theme::colour(ground, scheme))
                     >= 3);
+        }
+    }
+
+    void statesOfControlsCanBeSeen_data()
+    {
+        QTest::addColumn<Colour>("mark");
+        QTest::addColumn<Colour>("ground");
+        QTest::newRow("the chosen segment's edge") << Colour::outline << Colour::segmentPlate;
+        QTest::newRow("the edge of a well's colour") << Colour::outline << Colour::button;
+        QTest::newRow("a colour's edge on a card") << Colour::outline << Colour::card;
+        QTest::newRow("the entry at hand") << Colour::selection << Colour::card;
+        QTest::newRow("the tick of the entry chosen") << Colour::text << Colour::card;
+        QTest::newRow("a picker's mark") << Colour::text << Colour::button;
+    }
+
+    void statesOfControlsCanBeSeen()
+    {
+        QFETCH(Colour, mark);
+        QFETCH(Colour, ground);
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const double contrast
+                = Theme::contrast(Theme::colour(mark, scheme), Theme::colour(ground, scheme));
+            QVERIFY2(contrast >= 3, qPrintable(QString::number(contrast)));
+        }
+    }
+
+    void textIsReadableOnWhatIsHoveredOrPressed()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const QColor text = Theme::colour(Colour::text, scheme);
+            for (const Colour ground : { Colour::button, Colour::segmentPlate }) {
+                for (const Colour over : { Colour::buttonHovered, Colour::buttonPressed }) {
+                    QImage picture(1, 1, QImage::Format_RGB32);
+                    picture.fill(Theme::colour(ground, scheme));
+                    QPainter(&picture).fillRect(picture.rect(), Theme::colour(over, scheme));
+                    QVERIFY(Theme::contrast(text, picture.pixelColor(0, 0)) >= 4.5);
+                }
+            }
         }
     }
 

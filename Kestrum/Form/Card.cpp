@@ -1,8 +1,10 @@
 #include "Kestrum/Form/Card.h"
 
+#include "Kestrum/Form/AccessibleGroup.h"
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
+#include <QEvent>
 #include <QLabel>
 #include <QPainter>
 #include <QVBoxLayout>
@@ -53,6 +55,7 @@ Card::Card(Ground ground, QWidget* parent)
     , m_heading(new QLabel(this))
     , m_footnote(new QLabel(this))
 {
+    groupForAssistance<Card>();
     m_heading->setFont(Theme::font(Theme::TextStyle::heading));
     m_heading->setContentsMargins(0, 0, 0, Theme::headingGap);
     m_footnote->setFont(Theme::font(Theme::TextStyle::footnote));
@@ -63,6 +66,7 @@ Card::Card(Ground ground, QWidget* parent)
         label->setWordWrap(true);
         label->hide();
     }
+    alignTexts();
 
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -87,6 +91,7 @@ Card::Card(std::initializer_list<QWidget*> contents)
 
 void Card::setHeading(const QString& text)
 {
+    setAccessibleName(text);
     m_heading->setText(text);
     setAccessibleName(text);
     m_heading->setVisible(!text.isEmpty());
@@ -98,15 +103,35 @@ void Card::setFootnote(const QString& text)
     m_footnote->setVisible(!text.isEmpty());
 }
 
-void Card::setHeader(QWidget* header)
+void Card::setHeader(QLabel* header)
 {
+    m_header = header;
     header->setContentsMargins(0, 0, 0, Theme::headingGap);
     static_cast<QVBoxLayout*>(layout())->insertWidget(0, header);
+    setAccessibleName(header->text());
+    alignTexts();
 }
 
 void Card::add(QWidget* content)
 {
     m_plate->layout()->addWidget(content);
+}
+
+void Card::alignTexts()
+{
+    // With the page, not each by its own letters: names such as "CPU" are the same in every language.
+    const Qt::Alignment side = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
+    for (QLabel* label : { m_heading, m_header, m_footnote }) {
+        if (label)
+            label->setAlignment(side | Qt::AlignVCenter | Qt::AlignAbsolute);
+    }
+}
+
+void Card::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LayoutDirectionChange)
+        alignTexts();
 }
 
 } // namespace kestrum

@@ -10,7 +10,8 @@ class QVBoxLayout;
 namespace kestrum {
 
 /// One section of a page: contents one below the other on a rounded card, with hairlines between them, under
-/// an optional heading and above an optional footnote. The page places it and limits its width.
+/// an optional heading and above an optional footnote. The page places it and limits its width. To assistive programs it is a
+/// group with the heading's name.
 class Card : public QWidget {
     Q_OBJECT
 public:
@@ -27,17 +28,22 @@ public:
     /// Texts as they are shown; an empty one takes no room.
     void setHeading(const QString& text);
     void setFootnote(const QString& text);
-    /// Another heading in place of a text; the card owns it.
-    void setHeader(QWidget* header);
+    /// Another heading in place of a text, such as one with a symbol; the card owns it.
+    void setHeader(QLabel* header);
 
     /// Puts `content` below what is there; the card owns it.
     void add(QWidget* content);
 
+protected:
+    void changeEvent(QEvent* event) override;
+
 private:
     class Plate;
+    void alignTexts();
 
     Plate* m_plate;
     QLabel* m_heading;
+    QLabel* m_header = nullptr;
     QLabel* m_footnote;
 };
 

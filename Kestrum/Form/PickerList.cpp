@@ -127,7 +127,9 @@ void PickerList::dressWindow()
 
 int PickerList::neededWidth() const
 {
-    return sizeHintForColumn(0);
+    // The picker's machinery has put a frame around the list.
+    const auto* frame = qobject_cast<QFrame*>(parentWidget());
+    return sizeHintForColumn(0) + (frame ? 2 * frame->frameWidth() : 0);
 }
 
 bool PickerList::eventFilter(QObject* watched, QEvent* event)

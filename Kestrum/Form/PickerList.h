@@ -16,7 +16,7 @@ public:
     /// Dresses the window that the picker has put the list in; to be called before it is first shown.
     void dressWindow();
 
-    /// What the widest entry needs.
+    /// The width of the window that the widest entry needs.
     int neededWidth() const;
 
 protected:

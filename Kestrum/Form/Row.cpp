@@ -17,6 +17,18 @@ constexpr int gap = 12;      ///< between text and control
 constexpr int gapAbove = 6;  ///< of a control below its text
 constexpr int companionGap = 8;
 
+/// As large as the control likes to be, or, where that is too wide, what it makes of `room`.
+QSize fitted(const QWidget& control, int room)
+{
+    QSize size = control.sizeHint();
+    if (size.width() <= room)
+        return size;
+    size.setWidth(std::max(room, control.minimumSizeHint().width()));
+    if (control.hasHeightForWidth())
+        size.setHeight(control.heightForWidth(size.width()));
+    return size;
+}
+
 } // namespace
 
 struct Row::Places {
@@ -68,18 +80,16 @@ void Row::setInk(Ink ink)
                                                 : QPalette::BrightText);
 }
 
-QSize Row::controlSize() const
+int Row::companionRoom() const
 {
-    QSize size = m_control ? m_control->sizeHint() : QSize(0, 0);
-    if (m_companion)
-        size += QSize(companionGap + m_companion->sizeHint().width(), 0);
-    return size;
+    return m_companion ? companionGap + m_companion->sizeHint().width() : 0;
 }
 
 Row::Places Row::places(int width) const
 {
     const int room = width - 2 * Theme::rowInset;
-    const QSize control = controlSize();
+    const QSize own = m_control ? fitted(*m_control, room - companionRoom()) : QSize(0, 0);
+    const QSize control = own + QSize(companionRoom(), 0);
     const int beside = m_control ? room - control.width() - gap : room;
     // The label without wrapping, or at least with room for its words and a third of the row.
     const int wanted
@@ -104,21 +114,21 @@ Row::Places Row::places(int width) const
         end -= companionGap + size.width();
     }
     if (m_control)
-        places.control = QRect(QPoint(end - m_control->sizeHint().width(), top), m_control->sizeHint());
+        places.control = QRect(QPoint(end - own.width(), top), own);
     return places;
 }
 
 QSize Row::sizeHint() const
 {
-    const int control = m_control ? gap + controlSize().width() : 0;
+    const int control = m_control ? gap + m_control->sizeHint().width() + companionRoom() : 0;
     const int width = 2 * Theme::rowInset + m_label->sizeHint().width() + control;
     return { width, heightForWidth(width) };
 }
 
 QSize Row::minimumSizeHint() const
 {
-    return { 2 * Theme::rowInset + std::max(controlSize().width(), m_label->minimumSizeHint().width()),
-        leastHeight };
+    const int control = m_control ? m_control->minimumSizeHint().width() + companionRoom() : 0;
+    return { 2 * Theme::rowInset + std::max(control, m_label->minimumSizeHint().width()), leastHeight };
 }
 
 int Row::heightForWidth(int width) const

@@ -35,8 +35,8 @@ protected:
 
 private:
     struct Places;
-    /// Of the control and the room behind it.
-    QSize controlSize() const;
+    /// The width that is kept for the second control.
+    int companionRoom() const;
     Places places(int width) const;
     void layOut();
 

@@ -1,0 +1,310 @@
+#include "Kestrum/Form/ColourWell.h"
+
+#include "Kestrum/Form/PushButton.h"
+#include "tests/ControlWindow.h"
+#include "tests/TestHome.h"
+
+#include <QAccessible>
+#include <QColorDialog>
+#include <QLabel>
+#include <QMouseEvent>
+#include <QPointer>
+#include <QSignalSpy>
+#include <memory>
+
+using namespace kestrum;
+using Theme::Colour;
+
+namespace {
+
+const QColor violet(0x6B, 0x6B, 0xF2);
+const QString name = QStringLiteral("Colour custom colour");
+
+/// A well on a page of a window.
+struct Stage {
+    QPointer<QWidget> page = new QWidget;
+    QPointer<ColourWell> well = new ColourWell(page);
+    QSignalSpy picks { well, &ColourWell::picked };
+    ControlWindow window { page };
+
+    Stage()
+    {
+        page->setFixedSize(200, 100);
+        well->move(50, 50);
+        well->setAccessibleName(name);
+        well->setColour(violet);
+        page->show();
+    }
+
+    QPointer<QColorDialog> dialog() const { return well ? well->findChild<QColorDialog*>() : nullptr; }
+    QPointer<QColorDialog> opened() const
+    {
+        QTest::mouseClick(well, Qt::LeftButton);
+        const QPointer<QColorDialog> dialog = this->dialog();
+        return dialog && QTest::qWaitForWindowExposed(dialog) ? dialog : nullptr;
+    }
+    QColor lastPick() const { return picks.isEmpty() ? QColor() : picks.last().first().value<QColor>(); }
+
+    /// The part of the dialog that is the field of hues: what a drag in it moves is told as people's own.
+    static QWidget* field(const QColorDialog& dialog)
+    {
+        for (auto* part : dialog.findChildren<QWidget*>()) {
+            if (qstrcmp(part->metaObject()->className(), "QColorPicker") == 0)
+                return part;
+        }
+        return nullptr;
+    }
+    static void drag(QWidget* field, QPoint to)
+    {
+        QMouseEvent move(QEvent::MouseMove, to, field->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
+        QApplication::sendEvent(field, &move);
+    }
+};
+
+} // namespace
+
+class ColourWellTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { ControlWindow::prepareProgram(); }
+
+    void itShowsItsColour()
+    {
+        const Stage stage;
+        QCOMPARE(stage.well->size(), QSize(44, 24));
+        QCOMPARE(stage.well->grab().toImage().pixelColor(22, 12), violet);
+        stage.well->setColour(QColor(10, 20, 30, 40));
+        QCOMPARE(stage.well->colour(), QColor(10, 20, 30));
+        QCOMPARE(stage.well->grab().toImage().pixelColor(22, 12), QColor(10, 20, 30));
+        QCOMPARE(stage.picks.size(), 0);
+    }
+
+    void everyColourHasAnEdge()
+    {
+        const Stage stage;
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
+            SystemAppearance::shared().setScheme(scheme);
+            for (const QColor& colour :
+                { QColor(Qt::white), QColor(Qt::black), Theme::colour(Colour::card) }) {
+                stage.well->setColour(colour);
+                const QImage picture = stage.well->grab().toImage();
+                QCOMPARE(picture.pixelColor(3, 12), Theme::colour(Colour::outline));
+                QCOMPARE(picture.pixelColor(22, 20), Theme::colour(Colour::outline));
+            }
+        }
+    }
+
+    void aClickSpaceAndEnterOpenTheDialog()
+    {
+        for (const int key : { 0, int(Qt::Key_Space), int(Qt::Key_Return), int(Qt::Key_Enter) }) {
+            const Stage stage;
+            if (key == 0)
+                QTest::mouseClick(stage.well, Qt::LeftButton);
+            else
+                QTest::keyClick(stage.well, Qt::Key(key));
+            const QPointer<QColorDialog> dialog = stage.dialog();
+            QVERIFY(dialog && dialog->isVisible());
+            QCOMPARE(dialog->currentColor(), violet);
+            QCOMPARE(stage.picks.size(), 0);
+        }
+    }
+
+    void theDialogIsPlainAndLeavesTheWindowUsable()
+    {
+        const Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        QVERIFY(dialog);
+        QVERIFY(!dialog->isModal());
+        QVERIFY(dialog->testOption(QColorDialog::DontUseNativeDialog));
+        QVERIFY(dialog->testOption(QColorDialog::NoButtons));
+        QVERIFY(!dialog->testOption(QColorDialog::ShowAlphaChannel));
+        QCOMPARE(dialog->windowTitle(), name);
+        QCOMPARE(dialog->parentWidget()->window(), &stage.window);
+        // The window takes clicks while it is open.
+        QTest::mouseClick(stage.well, Qt::LeftButton);
+        QCOMPARE(stage.well->findChildren<QColorDialog*>().size(), 1);
+        QCOMPARE(stage.dialog(), dialog);
+        QVERIFY(dialog->isVisible());
+    }
+
+    void eachMovementInTheDialogIsTold()
+    {
+        const Stage stage;
+        QWidget* field = Stage::field(*stage.opened());
+        QVERIFY(field);
+        QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
+        for (const QPoint place : { QPoint(50, 60), QPoint(70, 90), QPoint(120, 30) })
+            Stage::drag(field, place);
+        QTest::mouseRelease(field, Qt::LeftButton, {}, { 120, 30 });
+        QCOMPARE(stage.picks.size(), 4);
+        QCOMPARE(stage.lastPick(), stage.well->colour());
+        QCOMPARE(stage.lastPick().rgb(), stage.dialog()->currentColor().rgb());
+        QCOMPARE(stage.lastPick().alpha(), 255);
+        // The same place again is no movement.
+        QTest::mouseClick(field, Qt::LeftButton, {}, { 120, 30 });
+        QCOMPARE(stage.picks.size(), 4);
+    }
+
+    void aColourThatIsFollowedMovesTheDialogAndIsNotTold()
+    {
+        const Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        for (const QColor& colour : { QColor(200, 100, 50), QColor(Qt::black), QColor(1, 2, 3, 4),
+                 QColor::fromRgbF(0.12345F, 0.6789F, 0.5F), QColor::fromHsvF(0.3F, 0.7F, 0.9F) }) {
+            stage.well->setColour(colour);
+            QCOMPARE(dialog->currentColor().rgb(), QColor(colour).rgb());
+            QCOMPARE(dialog->currentColor().alpha(), 255);
+            QCOMPARE(stage.picks.size(), 0);
+        }
+        // What is finer than the dialog's bytes stays with the well.
+        const QColor fine = QColor::fromRgbF(0.5011F, 0.2513F, 0.7507F);
+        stage.well->setColour(fine);
+        QCOMPARE(stage.well->colour(), fine);
+        QCOMPARE(stage.picks.size(), 0);
+    }
+
+    void whatComesBackRoundedDoesNotMoveTheDialog()
+    {
+        const Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        // As a store does that keeps four decimals.
+        connect(stage.well, &ColourWell::picked, stage.well, [&](const QColor& colour) {
+            const auto rounded = [](float part) { return std::round(part * 10000) / 10000; };
+            stage.well->setColour(
+                QColor::fromRgbF(rounded(colour.redF()), rounded(colour.greenF()), rounded(colour.blueF())));
+        });
+        QWidget* field = Stage::field(*dialog);
+        QTest::mousePress(field, Qt::LeftButton, {}, { 10, 150 });
+        int told = 1;
+        for (int x = 11; x < 200; x += 3) {
+            const qsizetype before = stage.picks.size();
+            Stage::drag(field, { x, 160 - x / 2 });
+            QVERIFY(stage.picks.size() <= before + 1);
+            ++told;
+            QCOMPARE(dialog->currentColor().rgb(), stage.well->colour().rgb());
+        }
+        QTest::mouseRelease(field, Qt::LeftButton, {}, { 199, 61 });
+        QVERIFY(stage.picks.size() > told / 2);
+    }
+
+    void escapeClosesTheDialogAndItOpensAnew()
+    {
+        const Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        QTest::keyClick(dialog, Qt::Key_Escape);
+        QTRY_VERIFY(!dialog);
+        QCOMPARE(stage.well->colour(), violet);
+        QCOMPARE(stage.picks.size(), 0);
+        stage.well->setColour(Qt::red);
+        const QPointer<QColorDialog> again = stage.opened();
+        QVERIFY(again);
+        QCOMPARE(again->currentColor(), QColor(Qt::red));
+    }
+
+    void theDialogGoesWithTheWellInTheMidstOfADrag()
+    {
+        Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        QWidget* field = Stage::field(*dialog);
+        QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
+        Stage::drag(field, { 50, 60 });
+        const qsizetype told = stage.picks.size();
+        delete stage.page;
+        QVERIFY(!dialog);
+        QTest::qWait(50);
+        QCOMPARE(stage.picks.size(), told);
+    }
+
+    void whoeverIsToldCanRemoveThePage()
+    {
+        Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        connect(stage.well, &ColourWell::picked, &stage.window, [&] { stage.page->deleteLater(); });
+        QWidget* field = Stage::field(*dialog);
+        QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
+        QTRY_VERIFY(!stage.page);
+        QVERIFY(!dialog);
+    }
+
+    void theDialogGoesWhenTheWellOrItsWindowIsHidden()
+    {
+        Stage stage;
+        QPointer<QColorDialog> dialog = stage.opened();
+        stage.well->hide();
+        QTRY_VERIFY(!dialog);
+        stage.well->show();
+        dialog = stage.opened();
+        QVERIFY(dialog);
+        stage.window.close();
+        QTRY_VERIFY(!dialog);
+        QCOMPARE(stage.picks.size(), 0);
+    }
+
+    void theDialogFollowsTheSchemeAndTheDirection()
+    {
+        const Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
+            SystemAppearance::shared().setScheme(scheme);
+            QCOMPARE(dialog->palette().color(QPalette::Window), Theme::colour(Colour::window));
+            const auto* label = dialog->findChild<QLabel*>();
+            QVERIFY(label);
+            QCOMPARE(label->palette().color(QPalette::WindowText), Theme::colour(Colour::text));
+        }
+        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+        QCOMPARE(dialog->layoutDirection(), Qt::RightToLeft);
+        QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+    }
+
+    void assistiveProgramsMeetAButtonWithItsColour()
+    {
+        const Stage stage;
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(stage.well);
+        QVERIFY(accessible);
+        QCOMPARE(accessible->role(), QAccessible::Button);
+        QCOMPARE(accessible->text(QAccessible::Name), name);
+        QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#6b6bf2"));
+        stage.well->setColour(Qt::red);
+        QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#ff0000"));
+        accessible->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QTRY_VERIFY(stage.dialog());
+    }
+
+    void theKeyboardsPlaceIsMarkedWhole()
+    {
+        // On a page that leaves no room around it.
+        auto* tight = new QWidget;
+        auto* well = new ColourWell(tight);
+        tight->setFixedSize(well->sizeHint());
+        well->resize(well->sizeHint());
+        ControlWindow window({ tight });
+        well->clearFocus();
+        well->setFocus(Qt::TabFocusReason);
+        FocusRing* ring = window.ring();
+        QVERIFY(ring);
+        QCOMPARE(ring->geometry(), ControlWindow::around(*well, *ring));
+        QVERIFY(ring->parentWidget()->rect().contains(ring->geometry()));
+        tight->move(100, 50);
+        QCOMPARE(ring->geometry(), ControlWindow::around(*well, *ring));
+        QTest::mousePress(well, Qt::LeftButton);
+        QVERIFY(!window.ring());
+        well->clearFocus();
+        well->setFocus(Qt::TabFocusReason);
+        QVERIFY(window.ring());
+        delete tight;
+        QVERIFY(!window.ring());
+    }
+
+    void disabledItIsPalerAndOpensNothing()
+    {
+        const Stage stage;
+        stage.well->setEnabled(false);
+        QVERIFY(stage.well->grab().toImage().pixelColor(22, 12) != violet);
+        QTest::mouseClick(stage.well, Qt::LeftButton);
+        QVERIFY(!stage.dialog());
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, ColourWellTest)
+#include "ColourWellTest.moc"

@@ -1,0 +1,396 @@
+#include "Kestrum/Form/PopupPicker.h"
+
+#include "Kestrum/Form/PickerList.h"
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/Form/Row.h"
+#include "tests/ControlWindow.h"
+#include "tests/TestHome.h"
+
+#include <QAccessible>
+#include <QLabel>
+#include <QScreen>
+#include <QScrollBar>
+#include <QSignalSpy>
+#include <QWheelEvent>
+
+using namespace kestrum;
+using Theme::Colour;
+
+namespace {
+
+const QStringList titles { QStringLiteral("None"), QStringLiteral("Usage"), QStringLiteral("Temperature"),
+    QStringLiteral("Power") };
+
+PopupPicker* pickerOf(int index, const QIcon& picture = {})
+{
+    auto* picker = new PopupPicker;
+    for (const QString& title : titles)
+        picker->addEntry(title, picture);
+    picker->addDivider();
+    picker->addEntry(QStringLiteral("Custom"));
+    picker->setIndex(index);
+    return picker;
+}
+
+struct Stage {
+    PopupPicker* picker;
+    QSignalSpy choices;
+    ControlWindow window;
+
+    explicit Stage(int index = 0, Qt::LayoutDirection direction = Qt::LeftToRight, const QIcon& picture = {})
+        : picker(pickerOf(index, picture))
+        , choices(picker, &PopupPicker::chosen)
+        , window({ picker }, direction)
+    {
+        picker->setFocus();
+    }
+
+    void press(int key, Qt::KeyboardModifiers modifiers = {}) const
+    {
+        QTest::keyClick(picker, Qt::Key(key), modifiers);
+    }
+    int lastChoice() const { return choices.isEmpty() ? -1 : choices.last().first().toInt(); }
+
+    /// Opens the list.
+    PickerList* opened() const
+    {
+        QTest::mouseClick(picker, Qt::LeftButton);
+        auto* list = qobject_cast<PickerList*>(picker->view());
+        if (!list || !QTest::qWaitForWindowExposed(list->window()))
+            return nullptr;
+        QTest::qWait(QApplication::doubleClickInterval()); // a click that ends before is that of opening
+        return list;
+    }
+    QRect entry(int row) const { return picker->view()->visualRect(picker->model()->index(row, 0)); }
+    /// Whether there is ink before the title.
+    bool hasTick(const QImage& list, int row) const
+    {
+        const QRect place = entry(row).translated(
+            picker->view()->viewport()->mapTo(picker->view()->window(), QPoint(0, 0)));
+        const bool isFromTheRight = picker->isRightToLeft();
+        for (int x = 8; x < 26; ++x) {
+            const int column = isFromTheRight ? place.right() - x : place.left() + x;
+            for (int y = place.top() + 5; y < place.bottom() - 5; ++y) {
+                if (QColor(list.pixel(column, y)).lightness() < 128)
+                    return true;
+            }
+        }
+        return false;
+    }
+};
+
+QIcon red()
+{
+    QPixmap picture(12, 12);
+    picture.fill(Qt::red);
+    return picture;
+}
+
+int pixelsOf(const QImage& image, QRgb colour)
+{
+    int count = 0;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x)
+            count += image.pixel(x, y) == colour ? 1 : 0;
+    }
+    return count;
+}
+
+} // namespace
+
+class PopupPickerTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { ControlWindow::prepareProgram(); }
+
+    void itIsAsWideAsItsLongestTitleWhateverIsChosen()
+    {
+        const Stage stage;
+        const QSize size = stage.picker->size();
+        QCOMPARE(size.height(), 26);
+        QVERIFY(size.width() > stage.picker->fontMetrics().horizontalAdvance(titles[2]) + 30);
+        for (int i = -1; i < 5; ++i) {
+            stage.picker->setIndex(i);
+            QCOMPARE(stage.picker->sizeHint(), size);
+        }
+        QCOMPARE(Stage(0, Qt::LeftToRight, red()).picker->width(), size.width() + 20);
+    }
+
+    void withoutAChoiceTheFieldIsEmpty()
+    {
+        const Stage stage(-1);
+        QCOMPARE(stage.picker->index(), -1);
+        QCOMPARE(stage.picker->currentText(), QString());
+        const QImage empty = stage.picker->grab().toImage();
+        const QRgb ground = Theme::colour(Colour::button).rgba();
+        const QRect title(6, 4, stage.picker->width() - 40, 18);
+        QCOMPARE(pixelsOf(empty.copy(title), ground), title.width() * title.height());
+        stage.picker->setIndex(1);
+        QVERIFY(
+            pixelsOf(stage.picker->grab().toImage().copy(title), ground) < title.width() * title.height());
+    }
+
+    void entriesAddedChooseNothing()
+    {
+        PopupPicker picker;
+        QSignalSpy choices(&picker, &PopupPicker::chosen);
+        picker.addEntry(titles[0]);
+        picker.addEntry(titles[1]);
+        QCOMPARE(picker.index(), -1);
+        QCOMPARE(choices.size(), 0);
+    }
+
+    void dividersAreNotCounted()
+    {
+        const Stage stage(4);
+        QCOMPARE(stage.picker->currentText(), QStringLiteral("Custom"));
+        QCOMPARE(stage.picker->index(), 4);
+        stage.press(Qt::Key_Up);
+        QCOMPARE(stage.lastChoice(), 3);
+        stage.press(Qt::Key_Down);
+        QCOMPARE(stage.lastChoice(), 4);
+        stage.picker->setIndex(5);
+        QCOMPARE(stage.picker->index(), -1);
+    }
+
+    void showingAnotherChoiceTellsNobody()
+    {
+        const Stage stage;
+        for (const int index : { 2, -1, 1, 7, 0 }) {
+            stage.picker->setIndex(index);
+            QCOMPARE(stage.picker->index(), index == 7 ? -1 : index);
+        }
+        QCOMPARE(stage.choices.size(), 0);
+    }
+
+    void theClosedFieldIsWorkedByTheKeyboard()
+    {
+        const Stage stage(1);
+        stage.press(Qt::Key_Down);
+        QCOMPARE(stage.picker->index(), 2);
+        QCOMPARE(stage.lastChoice(), 2);
+        stage.press(Qt::Key_Up);
+        stage.press(Qt::Key_Up);
+        stage.press(Qt::Key_Up);
+        QCOMPARE(stage.lastChoice(), 0);
+        QCOMPARE(stage.choices.size(), 3);
+        stage.press(Qt::Key_P);
+        QCOMPARE(stage.lastChoice(), 3);
+    }
+
+    void withoutAChoiceTheKeyboardBeginsAtAnEnd()
+    {
+        const Stage stage(-1);
+        stage.press(Qt::Key_Down);
+        QCOMPARE(stage.lastChoice(), 0);
+        const Stage other(-1);
+        other.press(Qt::Key_Up);
+        QVERIFY(other.picker->index() >= -1);
+        QCOMPARE(other.lastChoice(), other.picker->index());
+    }
+
+    void theWheelOverItIsLeftToThePage()
+    {
+        const Stage stage(1);
+        const QPoint place = stage.picker->rect().center();
+        for (const int turn : { -120, 120 }) {
+            QWheelEvent wheel(place, stage.picker->mapToGlobal(place), {}, { 0, turn }, Qt::NoButton, {},
+                Qt::NoScrollPhase, false);
+            QApplication::sendEvent(stage.picker, &wheel);
+            QVERIFY(!wheel.isAccepted());
+            QCOMPARE(stage.picker->index(), 1);
+        }
+    }
+
+    void aClickAndTheKeyboardOpenTheList()
+    {
+        for (const auto& [key, modifiers] : { std::pair(Qt::Key_Space, Qt::KeyboardModifiers()),
+                 std::pair(Qt::Key_Down, Qt::KeyboardModifiers(Qt::AltModifier)) }) {
+            const Stage stage(1);
+            stage.press(key, modifiers);
+            QTRY_VERIFY(stage.picker->view()->isVisible());
+            QTest::keyClick(stage.picker->view(), Qt::Key_Escape);
+            QTRY_VERIFY(!stage.picker->view()->isVisible());
+            QCOMPARE(stage.choices.size(), 0);
+        }
+        const Stage stage(1);
+        QVERIFY(stage.opened());
+        QVERIFY(stage.picker->view()->isVisible());
+    }
+
+    void inTheListTheKeyboardGoesAndEnterChooses()
+    {
+        const Stage stage(3);
+        PickerList* list = stage.opened();
+        QTest::keyClick(list, Qt::Key_Down); // past the divider
+        QCOMPARE(stage.choices.size(), 0);
+        QTest::keyClick(list, Qt::Key_Return);
+        QCOMPARE(stage.lastChoice(), 4);
+        QCOMPARE(stage.choices.size(), 1);
+        QTRY_VERIFY(!list->isVisible());
+
+        stage.opened();
+        QTest::keyClick(list, Qt::Key_U);
+        QTest::keyClick(list, Qt::Key_Enter);
+        QCOMPARE(stage.lastChoice(), 1);
+
+        stage.opened();
+        QTest::keyClick(list, Qt::Key_Down);
+        QTest::keyClick(list, Qt::Key_Escape);
+        QTRY_VERIFY(!list->isVisible());
+        QCOMPARE(stage.picker->index(), 1);
+        QCOMPARE(stage.choices.size(), 2);
+    }
+
+    void inTheListAClickChooses()
+    {
+        const Stage stage(0);
+        PickerList* list = stage.opened();
+        QTest::mouseMove(list->viewport(), stage.entry(2).center());
+        QTRY_COMPARE(list->currentIndex().row(), 2);
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, stage.entry(2).center());
+        QCOMPARE(stage.lastChoice(), 2);
+        QTRY_VERIFY(!list->isVisible());
+    }
+
+    void theListStandsOnARoundedCardOfTheScheme()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const Stage stage(1);
+            SystemAppearance::shared().setScheme(scheme);
+            PickerList* list = stage.opened();
+            QImage picture(list->window()->size(), QImage::Format_ARGB32_Premultiplied);
+            picture.fill(Qt::transparent);
+            list->window()->render(&picture, {}, {}, QWidget::DrawChildren);
+            QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
+            QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
+            QCOMPARE(picture.pixelColor(picture.width() / 2, 3), Theme::colour(Colour::card));
+            // The one at hand is filled.
+            const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
+            QCOMPARE(picture.pixel(stage.entry(1).center() + QPoint(0, 10) + inset),
+                Theme::colour(Colour::selection).rgba());
+        }
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
+    void onlyTheOneChosenHasATick()
+    {
+        for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+            const Stage stage(1, direction);
+            PickerList* list = stage.opened();
+            QTest::keyClick(list, Qt::Key_Up);
+            const QImage picture = list->window()->grab().toImage();
+            QVERIFY(stage.hasTick(picture, 1));
+            for (const int row : { 2, 3, 4, 5 })
+                QVERIFY2(!stage.hasTick(picture, row), qPrintable(QString::number(row)));
+        }
+    }
+
+    void theListCutsNothing()
+    {
+        const Stage stage(0, Qt::LeftToRight, red());
+        PickerList* list = stage.opened();
+        QVERIFY(list->window()->width() >= list->neededWidth());
+        QVERIFY(list->viewport()->width() >= list->sizeHintForIndex(list->model()->index(2, 0)).width());
+        for (int row = 0; row < stage.picker->count(); ++row)
+            QVERIFY(list->viewport()->rect().contains(stage.entry(row)));
+        QCOMPARE(list->verticalScrollBar()->maximum(), 0);
+    }
+
+    void theListOpensAtItsFieldWithinTheScreen()
+    {
+        for (const int bottom : { 0, 1 }) {
+            for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+                Stage stage(0, direction);
+                const QRect screen = stage.window.screen()->availableGeometry();
+                stage.window.move(screen.left() + 100, bottom ? screen.bottom() - 60 : screen.top() + 200);
+                const QRect list = stage.opened()->window()->geometry();
+                QVERIFY(screen.contains(list));
+                const QRect field(stage.picker->mapToGlobal(QPoint(0, 0)), stage.picker->size());
+                if (direction == Qt::LeftToRight)
+                    QCOMPARE(list.left(), field.left());
+                else
+                    QCOMPARE(list.right(), field.right());
+                QVERIFY(list.top() <= field.bottom() + 1 && list.bottom() >= field.top() - 1);
+            }
+        }
+    }
+
+    void theKeyboardsPlaceIsMarkedAgainWhenTheListHasClosed()
+    {
+        auto* button = new PushButton(QStringLiteral("Before"));
+        auto* picker = pickerOf(1);
+        const ControlWindow window({ button, picker });
+        button->setFocus();
+        QTest::keyClick(button, Qt::Key_Tab);
+        QVERIFY(picker->hasFocus());
+        QVERIFY(window.ring());
+        QTest::keyClick(picker, Qt::Key_Space);
+        QTRY_VERIFY(picker->view()->isVisible());
+        QTest::keyClick(picker->view(), Qt::Key_Escape);
+        QTRY_VERIFY(picker->hasFocus());
+        QVERIFY(window.ring());
+        QCOMPARE(window.ring()->geometry(), ControlWindow::around(*picker, *window.ring()));
+        QTest::mousePress(picker, Qt::LeftButton);
+        QVERIFY(!window.ring());
+    }
+
+    void aPictureStandsBeforeTheTitle()
+    {
+        for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+            const Stage stage(0, direction, red());
+            const QImage field = stage.picker->grab().toImage();
+            QCOMPARE(pixelsOf(field, QColor(Qt::red).rgba()), 144);
+            const int x = direction == Qt::LeftToRight ? 12 : field.width() - 13;
+            QCOMPARE(field.pixelColor(x, 13), QColor(Qt::red));
+        }
+    }
+
+    void theFieldFollowsTheScheme()
+    {
+        const Stage stage;
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
+            SystemAppearance::shared().setScheme(scheme);
+            QCOMPARE(stage.picker->grab().toImage().pixelColor(6, 13), Theme::colour(Colour::button));
+        }
+    }
+
+    void aNarrowFieldShortensItsTitle()
+    {
+        const Stage stage(2);
+        QVERIFY(stage.picker->minimumSizeHint().width() < stage.picker->sizeHint().width());
+        stage.picker->resize(stage.picker->minimumSizeHint());
+        QVERIFY(!stage.picker->grab().toImage().isNull());
+        // What marks it as a picker stays.
+        const QImage field = stage.picker->grab().toImage();
+        QVERIFY(pixelsOf(field.copy(field.width() - 20, 5, 12, 16), Theme::colour(Colour::button).rgba())
+            < 12 * 16);
+    }
+
+    void assistiveProgramsMeetAComboBoxNamedByItsRow()
+    {
+        auto* picker = pickerOf(1);
+        auto* row = new Row(QStringLiteral("Readout"), picker);
+        ControlWindow window({ row });
+        QAccessibleInterface* box = QAccessible::queryAccessibleInterface(picker);
+        QCOMPARE(box->role(), QAccessible::ComboBox);
+        QCOMPARE(box->text(QAccessible::Value), titles[1]);
+        // The toolkit names a combo box by its value; readers find its name by its label.
+        QCOMPARE(picker->accessibleName(), QStringLiteral("Readout"));
+        const auto labels = box->relations(QAccessible::Label);
+        QCOMPARE(labels.size(), 1);
+        QCOMPARE(labels.first().first->text(QAccessible::Name), QStringLiteral("Readout"));
+        QVERIFY(box->actionInterface()->actionNames().contains(QAccessibleActionInterface::showMenuAction()));
+
+        picker->showPopup();
+        QAccessibleInterface* list = box->child(0);
+        QCOMPARE(list->role(), QAccessible::List);
+        QCOMPARE(list->childCount(), 6);
+        QCOMPARE(list->child(2)->text(QAccessible::Name), titles[2]);
+        picker->hidePopup();
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, PopupPickerTest)
+#include "PopupPickerTest.moc"

@@ -91,7 +91,6 @@ Card::Card(std::initializer_list<QWidget*> contents)
 
 void Card::setHeading(const QString& text)
 {
-    setAccessibleName(text);
     m_heading->setText(text);
     setAccessibleName(text);
     m_heading->setVisible(!text.isEmpty());

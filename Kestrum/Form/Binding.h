@@ -17,8 +17,7 @@ template <class T> struct Binding {
             // A text that is none of the values is nobody's choice; it stays until somebody chooses. A value of another type
             // reads as the default.
             if constexpr (!std::is_arithmetic_v<T>) {
-                const auto understood = SettingCoding<T>::read(setting.store(), setting.key());
-                if (!understood && setting.store().string(setting.key()))
+                if (!setting.recognised() && setting.store().string(setting.key()))
                     return std::nullopt;
             }
             return setting.value();

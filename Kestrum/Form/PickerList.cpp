@@ -1,6 +1,7 @@
 #include "Kestrum/Form/PickerList.h"
 
 #include "Kestrum/Form/Theme.h"
+#include "Platform/Translucency.h"
 
 #include <QComboBox>
 #include <QEvent>
@@ -134,13 +135,23 @@ int PickerList::neededWidth() const
 
 bool PickerList::eventFilter(QObject* watched, QEvent* event)
 {
+    // Asked at each opening: a program that mixes windows can come and go.
+    if (watched == window() && event->type() == QEvent::Show)
+        m_isRounded = isTranslucencyShown();
     if (watched != window() || event->type() != QEvent::Paint)
         return QListView::eventFilter(watched, event);
     QPainter painter(window());
-    painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Theme::colour(Theme::Colour::listBorder));
     painter.setBrush(Theme::colour(Theme::Colour::card));
-    painter.drawRoundedRect(QRectF(window()->rect()).adjusted(0.5, 0.5, -0.5, -0.5), cardRadius, cardRadius);
+    if (m_isRounded) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.drawRoundedRect(
+            QRectF(window()->rect()).adjusted(0.5, 0.5, -0.5, -0.5), cardRadius, cardRadius);
+    } else {
+        // What is left out of the corners would be black. Nothing is below to mix the border with.
+        painter.fillRect(window()->rect(), Theme::colour(Theme::Colour::card));
+        painter.drawRect(window()->rect().adjusted(0, 0, -1, -1));
+    }
     return true;
 }
 

@@ -6,8 +6,9 @@ class QComboBox;
 
 namespace kestrum {
 
-/// The list that opens from a picker: entries on a rounded card, a tick before the one chosen, the one under the pointer or the
-/// keyboard filled. The picker's own machinery fills and closes it.
+/// The list that opens from a picker: entries on a card, a tick before the one chosen, the one under the pointer or the keyboard
+/// filled. The card is rounded where the desktop shows what lies behind its corners. The picker's own machinery fills and closes
+/// the list.
 class PickerList final : public QListView {
     Q_OBJECT
 public:
@@ -24,6 +25,7 @@ protected:
 
 private:
     const QComboBox& m_picker;
+    bool m_isRounded = true;
 };
 
 } // namespace kestrum

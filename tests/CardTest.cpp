@@ -48,6 +48,10 @@ struct Stage {
         const QImage picture = card->grab().toImage();
         const QColor ground = Theme::colour(Colour::card);
         QList<int> lines;
+        // One at the very top would lie on the card's edge.
+        if (picture.pixel(picture.width() - 40, 0)
+            != picture.pixel(picture.width() - 40, picture.height() - 1))
+            lines.append(0);
         for (int y = 4; y < picture.height() - 4; ++y) {
             if (picture.pixelColor(picture.width() - 40, y) != ground)
                 lines.append(y);

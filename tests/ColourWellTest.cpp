@@ -10,6 +10,7 @@
 #include <QMouseEvent>
 #include <QPointer>
 #include <QSignalSpy>
+#include <QSpinBox>
 #include <memory>
 
 using namespace kestrum;
@@ -166,26 +167,35 @@ private Q_SLOTS:
 
     void whatComesBackRoundedDoesNotMoveTheDialog()
     {
-        const Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
-        // As a store does that keeps four decimals.
-        connect(stage.well, &ColourWell::picked, stage.well, [&](const QColor& colour) {
-            const auto rounded = [](float part) { return std::round(part * 10000) / 10000; };
-            stage.well->setColour(
-                QColor::fromRgbF(rounded(colour.redF()), rounded(colour.greenF()), rounded(colour.blueF())));
-        });
-        QWidget* field = Stage::field(*dialog);
-        QTest::mousePress(field, Qt::LeftButton, {}, { 10, 150 });
-        int told = 1;
-        for (int x = 11; x < 200; x += 3) {
-            const qsizetype before = stage.picks.size();
-            Stage::drag(field, { x, 160 - x / 2 });
-            QVERIFY(stage.picks.size() <= before + 1);
-            ++told;
-            QCOMPARE(dialog->currentColor().rgb(), stage.well->colour().rgb());
+        // Almost black: a byte each for red, green and blue says little of the hue that people are at.
+        const QColor dark = QColor::fromHsv(10, 200, 6);
+        QList<QList<int>> ways;
+        for (const bool isFollowing : { false, true }) {
+            const Stage stage;
+            stage.well->setColour(dark);
+            const QPointer<QColorDialog> dialog = stage.opened();
+            // As a store does that keeps four decimals.
+            connect(stage.well, &ColourWell::picked, stage.well, [&](const QColor& colour) {
+                const auto rounded = [](float part) { return float(std::round(part * 10000) / 10000); };
+                if (isFollowing)
+                    stage.well->setColour(QColor::fromRgbF(
+                        rounded(colour.redF()), rounded(colour.greenF()), rounded(colour.blueF())));
+            });
+            QWidget* field = Stage::field(*dialog);
+            QList<int> way; // hue, saturation and so on, after each movement
+            QTest::mousePress(field, Qt::LeftButton, {}, { 10, 150 });
+            for (int x = 11; x < 200; x += 9) {
+                Stage::drag(field, { x, 160 - x / 2 });
+                for (const auto* part : dialog->findChildren<QSpinBox*>())
+                    way.append(part->value());
+                QCOMPARE(dialog->currentColor().rgb(), stage.well->colour().rgb());
+            }
+            QTest::mouseRelease(field, Qt::LeftButton, {}, { 199, 61 });
+            QVERIFY(stage.picks.size() > 5);
+            ways.append(way);
         }
-        QTest::mouseRelease(field, Qt::LeftButton, {}, { 199, 61 });
-        QVERIFY(stage.picks.size() > told / 2);
+        QVERIFY(!ways[0].isEmpty());
+        QCOMPARE(ways[1], ways[0]);
     }
 
     void escapeClosesTheDialogAndItOpensAnew()

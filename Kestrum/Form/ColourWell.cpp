@@ -49,7 +49,6 @@ void ColourWell::setColour(const QColor& colour)
     // dragging in it.
     if (!m_dialog || asInDialog(m_dialog->currentColor()) == asInDialog(colour))
         return;
-    const QSignalBlocker blocker(m_dialog);
     m_dialog->setCurrentColor(asInDialog(colour));
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Kestrum/Form/FocusRing.h"
+#include "Kestrum/Form/PageScrollBar.h"
 #include "Kestrum/Form/ShrinkingLabel.h"
 
 #include <QAbstractButton>
@@ -59,9 +60,10 @@ private:
     {
         QList<QWidget*> result;
         for (auto* child : part.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-            // The ring around a control lies over the gap to the next one, a divider's grip over both its sides.
+            // The ring around a control lies over the gap to the next one, a divider's grip over both its sides, the mark of
+            // where a page is scrolled to over its margin.
             const bool liesOver = qobject_cast<FocusRing*>(child) || qobject_cast<QSplitterHandle*>(child)
-                || qobject_cast<QScrollBar*>(child);
+                || qobject_cast<QScrollBar*>(child) || qobject_cast<PageScrollBar*>(child);
             if (child->isVisible() && !child->isWindow() && !liesOver && !child->size().isEmpty())
                 result.append(child);
         }

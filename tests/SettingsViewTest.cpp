@@ -183,7 +183,7 @@ private Q_SLOTS:
             SystemAppearance::shared().setScheme(scheme);
             const QImage picture = w.view.grab().toImage();
             QCOMPARE(
-                picture.pixelColor(620, 500).rgba(), Theme::colour(Theme::Colour::window, scheme).rgba());
+                picture.pixelColor(214, 500).rgba(), Theme::colour(Theme::Colour::window, scheme).rgba());
             QCOMPARE(
                 picture.pixelColor(100, 500).rgba(), Theme::colour(Theme::Colour::sidebar, scheme).rgba());
             QCOMPARE(picture.pixelColor(230, 80).rgba(),

@@ -83,6 +83,9 @@ public:
     /// The value in effect, else the default or fallback that the setting was made with.
     T value() const { return SettingCoding<T>::read(*m_store, m_key).value_or(m_fallback); }
 
+    /// The value in effect, nothing when it is absent or not understood.
+    std::optional<T> recognised() const { return SettingCoding<T>::read(*m_store, m_key); }
+
     /// Stores `value`; an equal stored value is not written again. False when the save failed.
     bool set(const T& value) const { return m_store->set(m_key, SettingCoding<T>::stored(value)); }
 

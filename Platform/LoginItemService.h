@@ -18,7 +18,8 @@ public:
     };
 
     /// Why a change failed. A negative code is an `errno` with its sign turned.
-    static constexpr int notTrusted = 3;    ///< the program or a folder above it may be changed by others, or it cannot be run
+    static constexpr int notTrusted
+        = 3; ///< the program or a folder above it may be changed by others, or it cannot be run
     static constexpr int nothingThere = 6;  ///< there is nothing to remove
     static constexpr int refused = 11;      ///< the autostart folder refuses us
     static constexpr int alreadyThere = 12; ///< it is registered as it should be

@@ -80,7 +80,7 @@ void Agent::doWhatWasAskedSince(double launched)
         m_updates->check();
     // ...but would here, where it was the agent before that was asked to quit.
     if (lastPost(SharedSettings::name(Signal::quitAgent)) > launched + startTimeStep)
-        QTimer::singleShot(0, qApp, &QCoreApplication::quit);
+        QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
 }
 
 void Agent::adoptSettings()

@@ -110,16 +110,17 @@ ExitCode stop()
         return ExitCode::done;
     if (const QString obstacle = SignalNames::obstacle(); !obstacle.isEmpty())
         return Console::failed(obstacle);
-    QObject::connect(&Workspace::shared(), &Workspace::runningApplicationsChanged, qApp, [] {
-        if (!AppLinks::isAgentRunning())
-            leave(ExitCode::done);
-    });
+    QObject::connect(
+        &Workspace::shared(), &Workspace::runningApplicationsChanged, QCoreApplication::instance(), [] {
+            if (!AppLinks::isAgentRunning())
+                leave(ExitCode::done);
+        });
     Workspace::shared().observe(AppLinks::embeddedAgentURL(), pids);
     QTimer asking;
-    QObject::connect(&asking, &QTimer::timeout, qApp, AppLinks::stopAgent);
+    QObject::connect(&asking, &QTimer::timeout, QCoreApplication::instance(), AppLinks::stopAgent);
     asking.start(askingInterval);
     AppLinks::stopAgent();
-    QTimer::singleShot(patience, qApp, [] {
+    QTimer::singleShot(patience, QCoreApplication::instance(), [] {
         QStringList numbers;
         for (const qint32 pid : agentPids())
             numbers.append(QString::number(pid));

@@ -59,7 +59,8 @@ ExitCode run(const CommandLine& line)
         return Console::failed(error);
 
     const StopRequest stop;
-    QObject::connect(&stop, &StopRequest::requested, qApp, [] { QCoreApplication::exit(0); });
+    QObject::connect(
+        &stop, &StopRequest::requested, QCoreApplication::instance(), [] { QCoreApplication::exit(0); });
 
     int deliveries = 0;
     SignalListener listener;
@@ -80,7 +81,7 @@ ExitCode run(const CommandLine& line)
 
     if (limits->milliseconds > 0) {
         const ExitCode code = limits->deliveries > 0 ? ExitCode::failed : ExitCode::done;
-        QTimer::singleShot(limits->milliseconds, Qt::PreciseTimer, qApp,
+        QTimer::singleShot(limits->milliseconds, Qt::PreciseTimer, QCoreApplication::instance(),
             [code] { QCoreApplication::exit(static_cast<int>(code)); });
     }
     Console::note("listening");

@@ -34,7 +34,8 @@ ExitCode run(const CommandLine&)
 {
     UserDefaults& store = KeyCatalogue::openedStore();
     const StopRequest stop;
-    QObject::connect(&stop, &StopRequest::requested, qApp, [] { QCoreApplication::exit(0); });
+    QObject::connect(
+        &stop, &StopRequest::requested, QCoreApplication::instance(), [] { QCoreApplication::exit(0); });
 
     QJsonObject last;
     QObject::connect(&store, &UserDefaults::changed, &stop, [&store, &last] {

@@ -70,7 +70,7 @@ template <class Work, class Done> void run(Work work, Done done)
         if (applicationIsTaken.test_and_set())
             return;
         QMetaObject::invokeMethod(
-            qApp, [done, result] { done(result); }, Qt::QueuedConnection);
+            QCoreApplication::instance(), [done, result] { done(result); }, Qt::QueuedConnection);
         applicationIsTaken.clear();
     });
 }

@@ -42,7 +42,7 @@ void logOpened(const Workspace::Opened& opened)
 
 void checkLater(int retriesLeft)
 {
-    QTimer::singleShot(AppLinks::checkDelay, Qt::PreciseTimer, qApp, [retriesLeft] {
+    QTimer::singleShot(AppLinks::checkDelay, Qt::PreciseTimer, QCoreApplication::instance(), [retriesLeft] {
         if (Setting(Keys::agentEnabled).value())
             AppLinks::launchAgentIfNeeded(retriesLeft);
     });

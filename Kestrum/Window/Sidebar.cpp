@@ -56,7 +56,8 @@ public:
     /// In the middle of `place`, which is as wide as the text was made for.
     void draw(QPainter& painter, const QRect& place) const
     {
-        m_layout.draw(&painter, QPointF(place.left(), place.top() + (place.height() - height()) / 2));
+        const int above = (place.height() - height()) / 2;
+        m_layout.draw(&painter, place.topLeft() + QPoint(0, above));
     }
 
 private:

@@ -1,4 +1,5 @@
 #include "KestrumShared/Settings/Setting.h"
+#include "tests/OwnProcesses.h"
 #include "tests/Peer.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestHome.h"
@@ -173,5 +174,6 @@ void WindowStormTest::theWindowStaysRightSmallAndSilent()
     }
 }
 
-KESTRUM_TEST_MAIN(QApplication, WindowStormTest)
+// Agents of others would switch the row of one window on and not of the other.
+KESTRUM_TEST_MAIN_APART(QApplication, WindowStormTest)
 #include "WindowStormTest.moc"

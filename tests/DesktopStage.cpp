@@ -67,8 +67,11 @@ DesktopStage::DesktopStage()
     // Now and then the desktop does not come up, for a reason that is not known: it gets more than one chance.
     for (int attempt = 0; attempt < 3 && !m_isUp; ++attempt) {
         if (m_windowManager) {
+            qWarning("the desktop did not come up");
             m_other.hide();
             Programs::end(*m_windowManager);
+            // It leaves its list behind, by which the next one would pass for ready.
+            Programs::output(text("xprop"), { text("-root"), text("-remove"), text("_NET_CLIENT_LIST") });
         }
         m_windowManager = Programs::started(text("openbox"), {});
         m_isUp = QFile::exists(program("Kestrum")) && isManaged() && isShown(m_other);

@@ -3,7 +3,7 @@
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Rows.h"
 #include "Kestrum/Form/Theme.h"
-#include "KestrumShared/Text/BundleVersion.h"
+#include "Platform/Bundle.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -14,10 +14,19 @@ namespace {
 
 constexpr int versionGap = 12; ///< between the version and the button
 
+/// The version that runs and its build, also where the two are equal: whoever reports a fault reads them here.
+QString versionText()
+{
+    const auto text
+        = [](const QString& key) { return Bundle::main().infoText(key).value_or(QStringLiteral("—")); };
+    return text(QStringLiteral("CFBundleShortVersionString")) + QStringLiteral(" (")
+        + text(QStringLiteral("CFBundleVersion")) + u')';
+}
+
 /// The version that runs, and the button that has the agent look for another.
 QWidget* versionAndButton()
 {
-    auto* version = new QLabel(BundleVersion::text(Bundle::main(), QStringLiteral("—")));
+    auto* version = new QLabel(versionText());
     version->setFont(Theme::font(Theme::TextStyle::body));
     version->setForegroundRole(QPalette::PlaceholderText);
     version->setTextFormat(Qt::PlainText);

@@ -4,8 +4,9 @@
 
 namespace kestrum {
 
-QString BundleVersion::text(const Bundle& bundle, const QString& missing)
+QString BundleVersion::text(const Bundle& bundle)
 {
+    const QString missing = QStringLiteral("?");
     return UpdateOffer::name(bundle.infoText(QStringLiteral("CFBundleShortVersionString")).value_or(missing),
         bundle.infoText(QStringLiteral("CFBundleVersion")).value_or(missing));
 }

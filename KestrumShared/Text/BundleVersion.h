@@ -8,8 +8,8 @@ namespace kestrum {
 
 namespace BundleVersion {
 
-/// Version and build of `bundle` as people read it, such as "0.2.3 (41)"; `missing` stands for what it does not tell.
-QString text(const Bundle& bundle = Bundle::main(), const QString& missing = QStringLiteral("?"));
+/// Version and build of `bundle` as people read it, such as "0.2.3 (41)"; "?" stands for what it does not tell.
+QString text(const Bundle& bundle = Bundle::main());
 
 } // namespace BundleVersion
 } // namespace kestrum

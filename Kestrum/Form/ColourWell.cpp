@@ -14,7 +14,6 @@ namespace {
 
 constexpr int plateInset = 4; ///< between the plate's edge and the colour
 constexpr double colourRadius = 3;
-constexpr double disabledOpacity = 0.45;
 
 /// As the dialog has it: opaque, and each component a byte.
 QColor asInDialog(const QColor& colour)
@@ -96,15 +95,8 @@ void ColourWell::keyPressEvent(QKeyEvent* event)
 
 void ColourWell::paintEvent(QPaintEvent*)
 {
-    using Plate = PushButton::Plate;
     QPainter painter(this);
-    PushButton::paintPlate(painter, rect(),
-        !isEnabled()       ? Plate::plain
-            : isDown()     ? Plate::pressed
-            : underMouse() ? Plate::hovered
-                           : Plate::plain);
-    if (!isEnabled())
-        painter.setOpacity(disabledOpacity);
+    PushButton::paintPlate(painter, *this, isDown());
     painter.setPen(Theme::colour(Theme::Colour::outline));
     painter.setBrush(m_colour);
     const double inset = plateInset - 0.5;

@@ -25,7 +25,6 @@ constexpr int pictureGap = 8;
 constexpr int markGap = 10; ///< between the title and the mark
 constexpr int markWidth = 7;
 constexpr int markPadding = 10; ///< after the mark
-constexpr double disabledOpacity = 0.45;
 
 /// One arrow head up and one down: there is more to choose than is seen.
 void paintMark(QPainter& painter, const QPointF& middle)
@@ -130,16 +129,9 @@ void PopupPicker::hidePopup()
 
 void PopupPicker::paintEvent(QPaintEvent*)
 {
-    using Plate = PushButton::Plate;
     QPainter painter(this);
     painter.setLayoutDirection(layoutDirection());
-    PushButton::paintPlate(painter, rect(),
-        !isEnabled()       ? Plate::plain
-            : m_isOpen     ? Plate::pressed
-            : underMouse() ? Plate::hovered
-                           : Plate::plain);
-    if (!isEnabled())
-        painter.setOpacity(disabledOpacity);
+    PushButton::paintPlate(painter, *this, m_isOpen);
     const auto mirrored
         = [this](const QRect& place) { return QStyle::visualRect(layoutDirection(), rect(), place); };
 

@@ -34,30 +34,27 @@ QSize PushButton::sizeHint() const
     return { size.width() + 2 * padding, std::max(leastHeight, size.height() + textRoom) };
 }
 
-void PushButton::paintPlate(QPainter& painter, const QRect& place, Plate plate)
+void PushButton::paintPlate(QPainter& painter, const QWidget& control, bool isPressed)
 {
     using Theme::Colour;
+    const QRect place = control.rect();
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Theme::colour(Colour::buttonBorder));
     painter.setBrush(Theme::colour(Colour::button));
     painter.drawRoundedRect(QRectF(place).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
-    if (plate == Plate::plain)
-        return;
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::colour(plate == Plate::pressed ? Colour::buttonPressed : Colour::buttonHovered));
-    painter.drawRoundedRect(place, radius, radius);
+    if (!control.isEnabled()) {
+        painter.setOpacity(disabledOpacity);
+    } else if (isPressed || control.underMouse()) {
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(Theme::colour(isPressed ? Colour::buttonPressed : Colour::buttonHovered));
+        painter.drawRoundedRect(place, radius, radius);
+    }
 }
 
 void PushButton::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
-    paintPlate(painter, rect(),
-        !isEnabled()       ? Plate::plain
-            : isDown()     ? Plate::pressed
-            : underMouse() ? Plate::hovered
-                           : Plate::plain);
-    if (!isEnabled())
-        painter.setOpacity(disabledOpacity);
+    paintPlate(painter, *this, isDown());
     painter.setPen(Theme::colour(Theme::Colour::text));
     painter.drawText(rect(), int(Qt::AlignCenter | Qt::TextShowMnemonic), text());
 }

@@ -13,10 +13,10 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
-    enum class Plate { plain, hovered, pressed };
     static constexpr double radius = 6; ///< of the plate's corners
-    /// The ground of a button that fills `place`, for whatever else looks like one.
-    static void paintPlate(QPainter& painter, const QRect& place, Plate plate);
+    /// The ground of a button, for whatever else looks like one: as large as `control` and in its state. What is painted on a
+    /// disabled control is pale from then on.
+    static void paintPlate(QPainter& painter, const QWidget& control, bool isPressed);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -1,5 +1,6 @@
 #include "KestrumShared/Popover/PanelEnvironment.h"
 
+#include "KestrumShared/Drawing/HeadingBlue.h"
 #include "KestrumShared/Drawing/LabelColour.h"
 
 #include <QGuiApplication>
@@ -28,8 +29,7 @@ QColor PanelEnvironment::secondaryTextColour() const
 
 QColor PanelEnvironment::headerColour() const
 {
-    return scheme == ColourScheme::dark ? QColor::fromRgbF(0.39F, 0.70F, 1.0F)
-                                        : QColor::fromRgbF(0.05F, 0.38F, 0.72F);
+    return headingBlue(scheme);
 }
 
 QColor PanelEnvironment::dividerColour() const

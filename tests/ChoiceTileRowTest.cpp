@@ -1,6 +1,7 @@
 #include "Kestrum/Popovers/ChoiceTileRow.h"
 
 #include "Platform/SystemAppearance.h"
+#include "tests/ControlWindow.h"
 #include "tests/TestHome.h"
 #include "tests/TileWindow.h"
 
@@ -25,11 +26,7 @@ class ChoiceTileRowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QApplication::setStyle(QStringLiteral("fusion"));
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-    }
+    void initTestCase() { ControlWindow::prepareProgram(); }
 
     void whereThereIsRoomTheTilesTrailTheText()
     {

@@ -1,6 +1,8 @@
 #include "Kestrum/Popovers/ChoiceTile.h"
 
 #include "Platform/SystemAppearance.h"
+#include "tests/ControlWindow.h"
+#include "tests/HeardEvents.h"
 #include "tests/PanelPixels.h"
 #include "tests/TestHome.h"
 #include "tests/TileWindow.h"
@@ -25,11 +27,7 @@ class ChoiceTileTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QApplication::setStyle(QStringLiteral("fusion"));
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-    }
+    void initTestCase() { ControlWindow::prepareProgram(); }
 
     void theTitleStandsSixBelowThePicture()
     {
@@ -188,6 +186,25 @@ private Q_SLOTS:
         actions->doAction(QAccessibleActionInterface::setFocusAction());
         QVERIFY(tile.hasFocus());
         QVERIFY(accessible->state().focused);
+    }
+
+    void assistiveProgramsAreToldOfEachChangeAndOfNothingElse()
+    {
+        TileWindow w({ light, QStringLiteral("Dark") });
+        const HeardEvents ears;
+        const auto told = [&w](int tile) {
+            const auto events = HeardEvents::taken(QAccessible::StateChanged);
+            return events.size() == 1 && events[0].object == &w.tile(tile) && events[0].changed.selected
+                && events[0].changed.checked;
+        };
+        w.tile(1).setSelected(true);
+        QVERIFY(told(1));
+        w.tile(1).setSelected(true);
+        QCOMPARE(HeardEvents::taken(QAccessible::StateChanged).size(), 0);
+        w.tile(1).setSelected(false);
+        QVERIFY(told(1));
+        w.tile(0).setSelected(false);
+        QCOMPARE(HeardEvents::taken(QAccessible::StateChanged).size(), 0);
     }
 
     void theKeyboardMarksItAndThePointerDoesNot()

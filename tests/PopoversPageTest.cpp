@@ -317,6 +317,28 @@ private Q_SLOTS:
         QCOMPARE(rows[0]->tiles()[1]->x(), rows[1]->tiles()[1]->x());
     }
 
+    void arrowsBringTheTileIntoViewThatTheyMoveTo()
+    {
+        Shown shown;
+        // So narrow that the tiles stand in two lines, and so low that only one of them is in view.
+        shown.page.resize(319, 180);
+        QTest::qWait(20);
+        const QList<ChoiceTile*> tiles = shown.appearance.tiles();
+        const auto isInView = [&](int index) {
+            return shown.page.viewport()->rect().contains(
+                QRect(tiles[index]->mapTo(shown.page.viewport(), QPoint(0, 0)), tiles[index]->size()));
+        };
+        QVERIFY(tiles[2]->y() > tiles[1]->geometry().bottom());
+        QVERIFY(isInView(0) && !isInView(2));
+        QTest::mouseClick(tiles[1], Qt::LeftButton);
+        QTest::keyClick(tiles[1], Qt::Key_Right);
+        QVERIFY(tiles[2]->hasFocus());
+        QVERIFY(isInView(2));
+        QVERIFY(!isInView(1));
+        QTest::keyClick(tiles[2], Qt::Key_Left);
+        QVERIFY(isInView(1));
+    }
+
     void textsFollowTheLanguageInThePicturesToo()
     {
         SettingsWindow w;

@@ -4,6 +4,7 @@
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Switch.h"
 #include "Kestrum/Form/Theme.h"
+#include "tests/ControlWindow.h"
 #include "tests/TestHome.h"
 
 #include <QApplication>
@@ -52,11 +53,7 @@ class RowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QApplication::setStyle(QStringLiteral("fusion"));
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-    }
+    void initTestCase() { ControlWindow::prepareProgram(); }
 
     void theLabelLeadsAndTheControlTrails()
     {

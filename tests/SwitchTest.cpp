@@ -3,6 +3,7 @@
 #include "Kestrum/Form/FocusRing.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Theme.h"
+#include "tests/ControlWindow.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
@@ -67,11 +68,7 @@ class SwitchTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QApplication::setStyle(QStringLiteral("fusion"));
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-    }
+    void initTestCase() { ControlWindow::prepareProgram(); }
 
     void itHasTwoSizes()
     {

@@ -22,8 +22,6 @@ void ChoiceTileAccessible::install()
 
 void ChoiceTileAccessible::tellSelection(ChoiceTile* tile)
 {
-    if (!QAccessible::isActive())
-        return;
     QAccessible::State changed;
     changed.selected = true;
     changed.checked = true;

@@ -1,0 +1,62 @@
+#pragma once
+
+#include <QAccessible>
+#include <QList>
+#include <private/qguiapplication_p.h>
+#include <qpa/qplatformaccessibility.h>
+#include <qpa/qplatformintegration.h>
+
+namespace kestrum {
+
+/// Hears, as long as it lives, what assistive programs are told: the toolkit is made to believe that there is one. One at a time.
+class HeardEvents {
+public:
+    struct Event {
+        QAccessible::Event type;
+        const QObject* object;
+        QAccessible::State changed; ///< of changes of state
+    };
+
+    HeardEvents()
+        : m_before(QAccessible::installUpdateHandler(hear))
+    {
+        heard.clear();
+        setActive(true);
+    }
+    ~HeardEvents()
+    {
+        setActive(false);
+        QAccessible::installUpdateHandler(m_before);
+    }
+    Q_DISABLE_COPY_MOVE(HeardEvents)
+
+    /// What was told of that kind since the last call, in its order.
+    static QList<Event> taken(QAccessible::Event type)
+    {
+        QList<Event> events;
+        for (const Event& event : heard) {
+            if (event.type == type)
+                events.append(event);
+        }
+        heard.clear();
+        return events;
+    }
+
+private:
+    static void setActive(bool isActive)
+    {
+        QGuiApplicationPrivate::platformIntegration()->accessibility()->setActive(isActive);
+    }
+    static void hear(QAccessibleEvent* event)
+    {
+        Event told { event->type(), event->object(), {} };
+        if (event->type() == QAccessible::StateChanged)
+            told.changed = static_cast<QAccessibleStateChangeEvent*>(event)->changedStates();
+        heard.append(told);
+    }
+
+    inline static QList<Event> heard;
+    QAccessible::UpdateHandler m_before;
+};
+
+} // namespace kestrum

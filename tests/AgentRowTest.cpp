@@ -4,6 +4,7 @@
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/AgentStage.h"
+#include "tests/LabelLooks.h"
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestBundle.h"
@@ -116,6 +117,8 @@ private Q_SLOTS:
         QCOMPARE(labels[0]->font().weight(), QFont::Bold);
         QCOMPARE(labels[1]->text(), QStringLiteral("Off"));
         QCOMPARE(labels[1]->font(), Theme::font(Theme::TextStyle::caption));
+        QVERIFY(looks(*labels[0], Theme::TextStyle::callout, Theme::Colour::text));
+        QVERIFY(looks(*labels[1], Theme::TextStyle::caption, Theme::Colour::sidebarSecondaryText));
     }
 
     void theSwitchSlidesWhenItIsTurned()

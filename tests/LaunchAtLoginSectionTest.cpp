@@ -6,6 +6,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/FreshSettings.h"
+#include "tests/HeardEvents.h"
 #include "tests/LoginItemStage.h"
 
 #include <QAccessible>
@@ -153,6 +154,53 @@ private Q_SLOTS:
         qputenv("PATH", path);
         qunsetenv("XDG_CURRENT_DESKTOP");
         QTRY_COMPARE(contentOf(LoginItemStage::startedFile()), QFile::encodeName(settings));
+    }
+
+    void itsRowsStandBelowTheHeadingInTheirOrder()
+    {
+        QVERIFY(!m_stage->service().registerItem());
+        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "Hidden=true\n");
+        Shown shown;
+        shown.show();
+        QTRY_VERIFY(shown.needsApproval());
+        // With a block all three of them are there.
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
+        reactivate(shown);
+        QTRY_COMPARE(shown.status(), QStringLiteral("Login items are disabled in this build."));
+        qunsetenv("KESTRUM_NO_LOGIN_ITEM");
+        QVERIFY(shown.needsApproval());
+        QTest::qWait(20);
+        QMap<int, QString> texts;
+        for (const QLabel* label : shown.section->findChildren<QLabel*>()) {
+            if (label->isVisible())
+                texts.insert(label->mapTo(shown.section, QPoint()).y(), label->text());
+        }
+        QCOMPARE(texts.values(),
+            QStringList({ QStringLiteral("Startup"), QStringLiteral("Launch Kestrum at login"),
+                QStringLiteral("Turned off under Allow in the Background."),
+                QStringLiteral("Login items are disabled in this build.") }));
+        QCOMPARE(shown.section->accessibleName(), QStringLiteral("Startup"));
+    }
+
+    void assistiveProgramsAreToldOfAnErrorOnce()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        const HeardEvents ears;
+        shown.toggle->click();
+        QTRY_VERIFY(!shown.status().isEmpty());
+        QTRY_VERIFY(!shown.toggle->isChecked());
+        const auto alerts = HeardEvents::taken(QAccessible::Alert);
+        QCOMPARE(alerts.size(), 1);
+        QCOMPARE(alerts[0].object, shown.rows[2]);
+        // Coming back to the window is no news.
+        reactivate(shown);
+        QTest::qWait(50);
+        QVERIFY(!shown.status().isEmpty());
+        QCOMPARE(HeardEvents::taken(QAccessible::Alert).size(), 0);
     }
 
     void turningTheSwitchRegistersAndRemoves()

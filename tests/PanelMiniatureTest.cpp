@@ -2,7 +2,9 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Popovers/LowerRightHalf.h"
+#include "KestrumShared/Popover/CompactHeader.h"
 #include "tests/PanelStage.h"
+#include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
 #include <QTest>
@@ -161,6 +163,51 @@ private Q_SLOTS:
                     QVERIFY(PanelPixels::isNear(pixel, fill) || PanelPixels::isNear(pixel, ground));
             }
         }
+    }
+
+    void theHeaderIsThatOfTheMemoryPopoverAtHalfItsSize()
+    {
+        const PanelPixels expected(
+            PanelMiniature::size,
+            [](QPainter& painter) {
+                painter.setRenderHint(QPainter::SmoothPixmapTransform);
+                painter.translate(10, 9);
+                painter.scale(0.5, 0.5);
+                CompactHeader { QStringLiteral("Memory"), QStringLiteral("memorychip") }.draw(
+                    painter, { 0, 0, 300, 38 }, in(light));
+            },
+            QColor(199, 204, 209));
+        const PanelPixels pixels = drawn(light, opaque);
+        for (double y = 10; y < 27; y += 0.5) {
+            for (double x = 15; x < 111; x += 0.5)
+                QCOMPARE(pixels.at(x, y), expected.at(x, y));
+        }
+    }
+
+    void eachTextStandsOnItsLine()
+    {
+        DrawingStage::set("language", "fr");
+        const auto picture = [](const QByteArray& table) {
+            const TestBundle bundle("{ }", { "en", "fr" });
+            bundle.writeTable("fr", table);
+            return drawn(dark, opaque).image();
+        };
+        const QImage plain = picture("/* as it is */");
+        double above = 0;
+        for (const char* text : { "Memory", "PRESSURE", "Memory Used", "App Memory", "Cache" }) {
+            const QImage other = picture(QByteArray("\"") + text + "\" = \"xxx\";");
+            QRect changed;
+            for (int y = 0; y < plain.height(); ++y) {
+                for (int x = 0; x < plain.width(); ++x) {
+                    if (plain.pixel(x, y) != other.pixel(x, y))
+                        changed |= QRect(x, y, 1, 1);
+                }
+            }
+            QVERIFY2(!changed.isEmpty() && changed.top() > above, text);
+            QVERIFY2(changed.height() <= 16, text); // twice as many pixels as points
+            above = changed.bottom();
+        }
+        forgetSettings();
     }
 
     void theHeaderHasTheMemorySymbolInItsColour()

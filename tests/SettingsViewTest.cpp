@@ -1,9 +1,12 @@
 #include "Kestrum/Form/Theme.h"
+#include "Kestrum/General/GeneralPage.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
 #include "Kestrum/MenuBar/MenuBarPreview.h"
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "Kestrum/Popovers/PopoversPage.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "tests/HeardEvents.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
@@ -39,8 +42,10 @@ private Q_SLOTS:
         QVERIFY(qobject_cast<MenuBarPage*>(w.view.pageWidget()));
         QCOMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menu Bar"));
         QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()));
-        // It stays as it is until another page is selected.
+        // It stays as it is until a page is selected.
         QCOMPARE(SharedSettings::store().storedDictionary().value(QLatin1StringView("settingsPane")), stored);
+        QTest::keyClick(&w.view, Qt::Key_1, Qt::ControlModifier);
+        QCOMPARE(storedText("settingsPane"), QStringLiteral("menuBar"));
     }
 
     void theWindowReopensOnThePageLastShown()
@@ -53,6 +58,18 @@ private Q_SLOTS:
         SettingsWindow w;
         QCOMPARE(w.view.page(), SettingsPage::general);
         QVERIFY(!qobject_cast<MenuBarPage*>(w.view.pageWidget()));
+    }
+
+    void eachPageIsShownAndTheWindowHasNoTitleOfIt()
+    {
+        SettingsWindow w;
+        w.view.selectPage(SettingsPage::general);
+        QVERIFY(qobject_cast<GeneralPage*>(w.view.pageWidget()));
+        w.view.selectPage(SettingsPage::popovers);
+        QVERIFY(qobject_cast<PopoversPage*>(w.view.pageWidget()));
+        w.view.selectPage(SettingsPage::menuBar);
+        QVERIFY(qobject_cast<MenuBarPage*>(w.view.pageWidget()));
+        QCOMPARE(w.view.windowTitle(), QString());
     }
 
     void thePagesHaveTheirNamesAndSymbols()
@@ -238,8 +255,11 @@ private Q_SLOTS:
         const QString path = SharedSettings::store().filePath();
         QFile::remove(path);
         QVERIFY(QDir().mkpath(path + QStringLiteral("/occupied")));
+        const HeardEvents ears;
         QVERIFY(!Setting { Keys::showCPUItem }.set(false));
         QTRY_VERIFY(w.notice().isVisible());
+        const auto alerts = HeardEvents::taken(QAccessible::Alert);
+        QVERIFY(!alerts.isEmpty() && alerts[0].object == &w.notice());
         QVERIFY(w.notice().accessibleName().contains(SharedSettings::store().lastError()));
         {
             SettingsWindow another;

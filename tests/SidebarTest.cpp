@@ -2,12 +2,15 @@
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/SymbolImage.h"
 #include "tests/PaintWatcher.h"
+#include "tests/PanelPixels.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
+#include <QPainter>
 
 using namespace kestrum;
 
@@ -65,6 +68,32 @@ private Q_SLOTS:
         QCOMPARE(list->role(), QAccessible::List);
         QCOMPARE(list->child(1)->text(QAccessible::Name), QStringLiteral("Menu Bar"));
         QVERIFY(list->child(1)->state().selected);
+    }
+
+    void eachPageHasItsSymbolBeforeItsTitle()
+    {
+        SettingsWindow w;
+        const QStringList names { QStringLiteral("menubar.rectangle"), QStringLiteral("macwindow"),
+            QStringLiteral("gearshape") };
+        const int rows[] = { 1, 2, 4 };
+        for (int i = 0; i < 3; ++i) {
+            // While another page is selected, so that it stands on the sidebar's own ground.
+            w.view.selectPage(i == 0 ? SettingsPage::general : SettingsPage::menuBar);
+            const QRect row = w.sidebar().visualRect(w.sidebar().model()->index(rows[i], 0));
+            QImage expected(24, 24, QImage::Format_RGB32);
+            expected.fill(Theme::colour(Theme::Colour::sidebar));
+            const QImage symbol = SymbolImage::image(names[i], 14, Theme::colour(Theme::Colour::text), 1);
+            QPainter(&expected).drawImage(
+                qRound((24 - symbol.width()) / 2.0), qRound((24 - symbol.height()) / 2.0), symbol);
+            // In the middle of the row, which is 8 from the edges and 2 from the one below.
+            const QPoint middle(row.left() + 8 + 10 + 8, row.adjusted(0, 0, 0, -2).center().y() + 1);
+            const QPoint corner = w.sidebar().viewport()->mapTo(&w.view, middle - QPoint(12, 12));
+            const QImage shown = w.view.grab(QRect(corner, QSize(24, 24))).toImage();
+            for (int y = 0; y < 24; ++y) {
+                for (int x = 0; x < 24; ++x)
+                    QVERIFY_COLOUR(shown.pixelColor(x, y), expected.pixelColor(x, y));
+            }
+        }
     }
 
     void arrowsPassOverHeadings()

@@ -1,15 +1,21 @@
 #include "Kestrum/Agent/UpdateOfferRow.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/ShrinkingLabel.h"
+#include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/FreshSettings.h"
+#include "tests/AgentStage.h"
+#include "tests/LabelLooks.h"
+#include "tests/OwnAgents.h"
+#include "tests/OwnProcesses.h"
 #include "tests/SignalEar.h"
 #include "tests/TestBundle.h"
 
 #include <QAccessible>
 #include <QApplication>
 #include <QLabel>
+#include <QShowEvent>
 #include <QVBoxLayout>
+#include <qtestspontaneevent.h>
 
 using namespace kestrum;
 
@@ -83,6 +89,7 @@ class UpdateOfferRowTest : public QObject {
     }
 
 private Q_SLOTS:
+    void initTestCase() { skipAmongAgentsOfOthers(); }
     void init()
     {
         QApplication::setStyle(QStringLiteral("fusion"));
@@ -107,8 +114,10 @@ private Q_SLOTS:
         Column column;
         column.show();
         QCOMPARE(column.row->offer(), text("1.5 (30)"));
-        QVERIFY(column.shown<ShrinkingLabel>(text("Update available")));
-        QVERIFY(column.shown<ShrinkingLabel>(text("1.5 (30)")));
+        auto* title = column.shown<ShrinkingLabel>(text("Update available"));
+        auto* version = column.shown<ShrinkingLabel>(text("1.5 (30)"));
+        QVERIFY(title && looks(*title, Theme::TextStyle::callout, Theme::Colour::text));
+        QVERIFY(version && looks(*version, Theme::TextStyle::caption, Theme::Colour::sidebarSecondaryText));
         QVERIFY(column.shown<PushButton>(text("Install")));
     }
 
@@ -331,6 +340,50 @@ private Q_SLOTS:
         QVERIFY(column.shown<ShrinkingLabel>(text("99.5 (9999999)")));
     }
 
+    void installStartsTheAgentAndAsksItToCheck()
+    {
+        const AgentStage stage;
+        stage.installAgent();
+        offer(text("1.5 (30)"));
+        Column column;
+        column.show();
+        const Ear asked(SharedSettings::suiteName() + QStringLiteral(".checkForUpdates"));
+        QTest::mouseClick(column.shown<PushButton>(text("Install")), Qt::LeftButton);
+        QTRY_COMPARE(asked.count, 1);
+        stage.waitForAgent();
+        // The offer stays until the agent withdraws it, and nothing else was written.
+        QCOMPARE(column.row->offer(), text("1.5 (30)"));
+        QCOMPARE(SharedSettings::store().storedDictionary().keys(),
+            QStringList { text(Keys::updatesAvailable.name) });
+    }
+
+    void aWindowThatComesBackFromItsIconWasNeverGone()
+    {
+        Column column;
+        column.show();
+        offer(text("1.5 (30)"));
+        QShowEvent back;
+        QSpontaneKeyEvent::setSpontaneous(&back);
+        QCoreApplication::instance()->notify(column.row, &back);
+        QCOMPARE(column.row->offer(), std::nullopt);
+    }
+
+    void installWaitsForAnAgentThatIsAboutToQuit()
+    {
+        const AgentStage stage;
+        qputenv("KESTRUM_TEST_AGENT", "2200");
+        stage.installAgent();
+        Column column;
+        AppLinks::launchAgentIfNeeded(0);
+        stage.waitForAgent();
+        offer(text("1.5 (30)"));
+        column.show();
+        AppLinks::stopAgent();
+        QTest::mouseClick(column.shown<PushButton>(text("Install")), Qt::LeftButton);
+        QTRY_COMPARE_WITH_TIMEOUT(stage.everStarted().size(), 2, 4000);
+        qunsetenv("KESTRUM_TEST_AGENT");
+    }
+
     void theButtonIsReachedByKeyboardAndNamed()
     {
         offer(text("1.5 (30)"));
@@ -344,5 +397,5 @@ private Q_SLOTS:
     }
 };
 
-KESTRUM_TEST_MAIN(QApplication, UpdateOfferRowTest)
+KESTRUM_TEST_MAIN_APART(QApplication, UpdateOfferRowTest)
 #include "UpdateOfferRowTest.moc"

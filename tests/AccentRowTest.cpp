@@ -3,15 +3,19 @@
 #include "Kestrum/Form/ColourWell.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Vocabulary/AccentSwatch.h"
+#include "tests/ColourDialogHand.h"
 #include "tests/FormHand.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
-#include <QElapsedTimer>
 #include <QLabel>
+#include <QPointer>
 #include <QSignalSpy>
+#include <QTimer>
 #include <QVBoxLayout>
+#include <memory>
 
 using namespace kestrum;
 
@@ -62,6 +66,14 @@ QString customText(const QColor& colour)
     return MeterAccent::custom(colour).rawValue();
 }
 
+/// Clicks on the well; the field of hues of the dialog that opens.
+QWidget* openDialog(ColourWell& well)
+{
+    QTest::mouseClick(&well, Qt::LeftButton);
+    auto* dialog = well.findChild<QColorDialog*>();
+    return dialog && QTest::qWaitForWindowExposed(dialog) ? ColourDialogHand::field(*dialog) : nullptr;
+}
+
 } // namespace
 
 class AccentRowTest : public QObject {
@@ -84,9 +96,8 @@ private Q_SLOTS:
         for (int i = 0; i < customIndex; ++i) {
             for (const double scale : { 1.0, 2.0 }) {
                 const QImage swatch = shown.picker->itemIcon(i).pixmap(QSize(12, 12), scale).toImage();
-                QCOMPARE(swatch.width(), int(12 * scale));
-                QCOMPARE(
-                    swatch.pixelColor(swatch.rect().center()).rgb(), MeterAccent::presets()[i].color().rgb());
+                const QImage whole = AccentSwatch::drawn(MeterAccent::presets()[i], 12, scale);
+                QCOMPARE(swatch.convertToFormat(whole.format()), whole);
             }
         }
         QVERIFY(shown.picker->itemIcon(customIndex + 1).isNull());
@@ -182,32 +193,53 @@ private Q_SLOTS:
         QTRY_COMPARE(shown.well->colour().rgb(), QColor(Qt::blue).rgb());
     }
 
-    void aDragIsStoredOnceWhenItHasStoodStill()
+    void aDragInTheDialogIsStoredOnceWhenItHasStoodStill()
     {
-        store("custom:srgb:0.1000,0.2000,0.3000");
+        store("custom:srgb:1.0000,0.5000,0.5000");
         const Shown shown;
         const auto other = UserDefaults::withSuiteName(SharedSettings::suiteName());
         QSignalSpy saves(other.get(), &UserDefaults::changed);
-        QElapsedTimer sinceLast;
+        QWidget* field = openDialog(*shown.well);
+        QVERIFY(field);
         // Two seconds long, with pauses shorter than the one that counts.
+        QTest::mousePress(field, Qt::LeftButton, {}, { 20, 60 });
         for (int i = 0; i < 40; ++i) {
-            const QColor colour(i, 255 - i, 100);
-            shown.move(colour);
-            sinceLast.start();
-            // At once in the well and in the picker.
-            QCOMPARE(shown.well->colour().rgb(), colour.rgb());
+            const QColor before = shown.well->colour();
+            ColourDialogHand::drag(field, { 24 + 4 * i, 60 + i });
+            QVERIFY(shown.well->colour().rgb() != before.rgb());
+            // At once in the picker too.
             const QImage swatch = shown.picker->itemIcon(customIndex + 1).pixmap(QSize(12, 12), 1).toImage();
-            QCOMPARE(swatch.pixelColor(6, 6).rgb(), colour.rgb());
-            if (i < 39)
-                QTest::qWait(50);
+            QCOMPARE(swatch.pixelColor(6, 6).rgb(), shown.well->colour().rgb());
+            QTest::qWait(50);
         }
+        QTest::mouseRelease(field, Qt::LeftButton, {}, { 180, 99 });
         QCOMPARE(saves.size(), 0);
-        QCOMPARE(stored(), QStringLiteral("custom:srgb:0.1000,0.2000,0.3000"));
-        QTRY_COMPARE_WITH_TIMEOUT(stored(), customText(QColor(39, 216, 100)), 10 * pauseTime);
-        QVERIFY2(sinceLast.elapsed() >= pauseTime - 1, qPrintable(QString::number(sinceLast.elapsed())));
+        QCOMPARE(stored(), QStringLiteral("custom:srgb:1.0000,0.5000,0.5000"));
+        const QString last = customText(shown.well->colour());
+        QTRY_COMPARE_WITH_TIMEOUT(stored(), last, 10 * pauseTime);
         QTest::qWait(afterPause);
         QCOMPARE(saves.size(), 1);
-        QCOMPARE(shown.well->colour().rgb(), QColor(39, 216, 100).rgb());
+        QCOMPARE(stored(), last);
+        QCOMPARE(customText(shown.well->colour()), last);
+    }
+
+    void thePauseIsATenthOfASecondFromTheLastMovement()
+    {
+        store("custom:srgb:0.1000,0.2000,0.3000");
+        const Shown shown;
+        shown.move(Qt::green);
+        QTest::qWait(pauseTime / 2);
+        // However late timers are, these come in their order.
+        QStringList seen;
+        const auto look = [&](int after) {
+            QTimer::singleShot(after, Qt::PreciseTimer, shown.row, [&seen] { seen.append(stored()); });
+        };
+        look(pauseTime - 10);
+        shown.move(Qt::red);
+        look(pauseTime + 10);
+        QTRY_COMPARE(seen.size(), 2);
+        QCOMPARE(seen.first(), QStringLiteral("custom:srgb:0.1000,0.2000,0.3000"));
+        QCOMPARE(seen.last(), customText(Qt::red));
     }
 
     void theDraftIsShownUntilItIsStored()
@@ -262,15 +294,42 @@ private Q_SLOTS:
         QVERIFY(SharedSettings::store().storedDictionary().isEmpty());
     }
 
-    void anotherPageIsShownInTheMiddleOfADrag()
+    void thePageGoesInTheMiddleOfADrag_data()
     {
+        QTest::addColumn<QString>("how");
+        for (const char* how : { "another page", "another language", "the window" })
+            QTest::newRow(how) << QString::fromLatin1(how);
+    }
+
+    void thePageGoesInTheMiddleOfADrag()
+    {
+        QFETCH(QString, how);
         SharedSettings::store().set("cpuAccent", QStringLiteral("custom:srgb:0,0,0"));
-        SettingsWindow w;
-        QWidget* row = w.view.findChild<PopupPicker*>(QStringLiteral("cpuAccent"))->parentWidget();
-        Q_EMIT row->findChild<ColourWell*>()->picked(Qt::green);
-        w.view.selectPage(SettingsPage::general);
+        auto w = std::make_unique<SettingsWindow>();
+        QWidget* row = w->view.findChild<PopupPicker*>(QStringLiteral("cpuAccent"))->parentWidget();
+        const QPointer<ColourWell> well = row->findChild<ColourWell*>();
+        QWidget* field = openDialog(*well);
+        QVERIFY(field);
+        const QPointer<QColorDialog> dialog = well->findChild<QColorDialog*>();
+        // At black the hues are all alike; what people pick first is how bright it is to be.
+        Q_EMIT dialog->currentColorChanged(Qt::green);
+        QTest::mousePress(field, Qt::LeftButton, {}, { 30, 30 });
+        ColourDialogHand::drag(field, { 50, 40 });
+        const QString last = customText(well->colour());
+        QVERIFY(storedText("cpuAccent") != last);
+        if (how == u"another page")
+            w->view.selectPage(SettingsPage::general);
+        else if (how == u"another language")
+            Setting { Keys::language }.set(QStringLiteral("de"));
+        else
+            w.reset();
+        QTRY_VERIFY(!well);
+        QVERIFY(!dialog);
+        QCOMPARE(storedText("cpuAccent"), last);
+        // From here on nothing comes any more.
+        SharedSettings::store().set("cpuAccent", QStringLiteral("pine"));
         QTest::qWait(afterPause);
-        QCOMPARE(storedText("cpuAccent"), customText(Qt::green));
+        QCOMPARE(storedText("cpuAccent"), QStringLiteral("pine"));
         for (const char* key : { "memoryAccent", "storageAccent", "cpuFastCoreAccent" })
             QVERIFY(storedText(key).isEmpty());
     }

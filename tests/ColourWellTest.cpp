@@ -1,13 +1,12 @@
 #include "Kestrum/Form/ColourWell.h"
 
 #include "Kestrum/Form/PushButton.h"
+#include "tests/ColourDialogHand.h"
 #include "tests/ControlWindow.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
-#include <QColorDialog>
 #include <QLabel>
-#include <QMouseEvent>
 #include <QPointer>
 #include <QSignalSpy>
 #include <QSpinBox>
@@ -45,21 +44,6 @@ struct Stage {
         return dialog && QTest::qWaitForWindowExposed(dialog) ? dialog : nullptr;
     }
     QColor lastPick() const { return picks.isEmpty() ? QColor() : picks.last().first().value<QColor>(); }
-
-    /// The part of the dialog that is the field of hues: what a drag in it moves is told as people's own.
-    static QWidget* field(const QColorDialog& dialog)
-    {
-        for (auto* part : dialog.findChildren<QWidget*>()) {
-            if (qstrcmp(part->metaObject()->className(), "QColorPicker") == 0)
-                return part;
-        }
-        return nullptr;
-    }
-    static void drag(QWidget* field, QPoint to)
-    {
-        QMouseEvent move(QEvent::MouseMove, to, field->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
-        QApplication::sendEvent(field, &move);
-    }
 };
 
 } // namespace
@@ -132,11 +116,11 @@ private Q_SLOTS:
     void eachMovementInTheDialogIsTold()
     {
         const Stage stage;
-        QWidget* field = Stage::field(*stage.opened());
+        QWidget* field = ColourDialogHand::field(*stage.opened());
         QVERIFY(field);
         QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
         for (const QPoint place : { QPoint(50, 60), QPoint(70, 90), QPoint(120, 30) })
-            Stage::drag(field, place);
+            ColourDialogHand::drag(field, place);
         QTest::mouseRelease(field, Qt::LeftButton, {}, { 120, 30 });
         QCOMPARE(stage.picks.size(), 4);
         QCOMPARE(stage.lastPick(), stage.well->colour());
@@ -181,11 +165,11 @@ private Q_SLOTS:
                     stage.well->setColour(QColor::fromRgbF(
                         rounded(colour.redF()), rounded(colour.greenF()), rounded(colour.blueF())));
             });
-            QWidget* field = Stage::field(*dialog);
+            QWidget* field = ColourDialogHand::field(*dialog);
             QList<int> way; // hue, saturation and so on, after each movement
             QTest::mousePress(field, Qt::LeftButton, {}, { 10, 150 });
             for (int x = 11; x < 200; x += 9) {
-                Stage::drag(field, { x, 160 - x / 2 });
+                ColourDialogHand::drag(field, { x, 160 - x / 2 });
                 for (const auto* part : dialog->findChildren<QSpinBox*>())
                     way.append(part->value());
                 QCOMPARE(dialog->currentColor().rgb(), stage.well->colour().rgb());
@@ -216,9 +200,9 @@ private Q_SLOTS:
     {
         Stage stage;
         const QPointer<QColorDialog> dialog = stage.opened();
-        QWidget* field = Stage::field(*dialog);
+        QWidget* field = ColourDialogHand::field(*dialog);
         QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
-        Stage::drag(field, { 50, 60 });
+        ColourDialogHand::drag(field, { 50, 60 });
         const qsizetype told = stage.picks.size();
         delete stage.page;
         QVERIFY(!dialog);
@@ -231,7 +215,7 @@ private Q_SLOTS:
         Stage stage;
         const QPointer<QColorDialog> dialog = stage.opened();
         connect(stage.well, &ColourWell::picked, &stage.window, [&] { stage.page->deleteLater(); });
-        QWidget* field = Stage::field(*dialog);
+        QWidget* field = ColourDialogHand::field(*dialog);
         QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
         QTRY_VERIFY(!stage.page);
         QVERIFY(!dialog);
@@ -249,6 +233,17 @@ private Q_SLOTS:
         stage.window.close();
         QTRY_VERIFY(!dialog);
         QCOMPARE(stage.picks.size(), 0);
+    }
+
+    void theDialogStaysWhenTheWindowIsMinimised()
+    {
+        const Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        QHideEvent minimised;
+        QSpontaneKeyEvent::setSpontaneous(&minimised);
+        QCoreApplication::instance()->notify(stage.well, &minimised);
+        QTest::qWait(20);
+        QVERIFY(dialog && dialog->isVisible());
     }
 
     void theDialogFollowsTheSchemeAndTheDirection()

@@ -1,6 +1,7 @@
 #include "Kestrum/MenuBar/ItemSection.h"
 
 #include "Kestrum/Form/Switch.h"
+#include "KestrumShared/Settings/Setting.h"
 #include "tests/MenuBarPageWindow.h"
 #include "tests/TestHome.h"
 
@@ -100,6 +101,13 @@ private Q_SLOTS:
         QCOMPARE(rows.value(4), title);
         QCOMPARE(rows.value(3), QStringLiteral("Colour"));
         QCOMPARE(shown.picker(QStringLiteral("cpuFastCoreAccent")).popup != nullptr, !title.isEmpty());
+    }
+
+    void theFasterCoresAreNamedInTheInterfaceLanguage()
+    {
+        Setting { Keys::language }.set(QStringLiteral("es"));
+        Page::useFasterCores();
+        QCOMPARE(Page().labels(Page::cpu).value(4), QStringLiteral("Núcleos de rendimiento"));
     }
 
     void theFootnoteNamesTheLimitsInTheUnitChosen()

@@ -1,7 +1,10 @@
 #include "Kestrum/MenuBar/MenuBarPage.h"
 
+#include "Kestrum/Form/Switch.h"
 #include "Kestrum/MenuBar/ItemHeader.h"
 #include "Kestrum/MenuBar/MenuBarPreview.h"
+#include "Kestrum/MenuBar/MenuBarStrip.h"
+#include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/MenuBarPageWindow.h"
 #include "tests/TestHome.h"
@@ -62,6 +65,53 @@ private Q_SLOTS:
             QVERIFY(label->buddy());
             QCOMPARE(label->buddy()->accessibleName(), row->text());
         }
+    }
+
+    void eachItemHasItsOwnSymbol()
+    {
+        const Page shown;
+        const auto symbol = [](ItemHeader& header) { return header.grab(QRect(0, 0, 24, 24)).toImage(); };
+        const std::pair<int, MonitorSection> items[]
+            = { { Page::cpu, MonitorSection::cpu }, { Page::memory, MonitorSection::memory },
+                  { Page::disk, MonitorSection::storage }, { Page::sensors, MonitorSection::sensors } };
+        for (const auto& [place, section] : items) {
+            auto& header = *shown.section(place).findChild<ItemHeader*>();
+            ItemHeader expected(section, "");
+            expected.setContentsMargins(header.contentsMargins());
+            expected.setParent(header.parentWidget());
+            expected.resize(header.size());
+            QCOMPARE(symbol(header), symbol(expected));
+        }
+    }
+
+    void thePreviewStandsOnItsOwnPlateOnly()
+    {
+        const Page shown;
+        Card& section = shown.section(Page::preview);
+        QImage picture(section.size(), QImage::Format_ARGB32_Premultiplied);
+        picture.fill(Qt::transparent);
+        section.render(&picture, {}, {}, QWidget::DrawChildren);
+        // Outside of the plate's corner, inside of what a card's would be.
+        QVERIFY(picture.pixelColor(3, 3).alpha() < 60);
+        QCOMPARE(picture.pixelColor(14, 1).alpha(), 255);
+    }
+
+    void thePreviewFollowsTheControls()
+    {
+        const Page shown;
+        const MenuBarStripView& strip = *shown.page.preview()->strip()->view();
+        const auto sections = [&strip] {
+            QList<MonitorSection> shownOnes;
+            for (const auto& item : strip.items())
+                shownOnes.append(item.section);
+            return shownOnes;
+        };
+        using enum MonitorSection;
+        QCOMPARE(sections(), QList({ storage, sensors, memory, cpu }));
+        shown.section(Page::memory).findChild<Switch*>()->click();
+        QTRY_COMPARE(sections(), QList({ storage, sensors, cpu }));
+        FormHand::storeElsewhere("menuBarOrder", QStringLiteral("cpu,memory,storage,sensors"));
+        QTRY_COMPARE(sections(), QList({ cpu, storage, sensors }));
     }
 
     void everyTextIsInTheInterfaceLanguage()

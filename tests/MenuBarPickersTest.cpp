@@ -11,23 +11,26 @@ class MenuBarPickersTest : public QObject {
 
     using Page = MenuBarPageWindow;
 
+    enum Kind { segmented, popup };
+
     /// Key, position of the default, and all choices as "stored=Shown".
     static void pickers()
     {
         QTest::addColumn<QString>("key");
+        QTest::addColumn<int>("kind");
         QTest::addColumn<int>("initial");
         QTest::addColumn<QStringList>("choices");
-        const auto row = [](const char* key, int initial, const char* choices) {
-            QTest::newRow(key) << QString::fromLatin1(key) << initial
+        const auto row = [](const char* key, int kind, int initial, const char* choices) {
+            QTest::newRow(key) << QString::fromLatin1(key) << kind << initial
                                << QString::fromLatin1(choices).split(u' ');
         };
-        row("meterShape", 0, "pill=Pill square=Square");
-        row("meterLabelStyle", 0, "icons=Icons letters=Letters");
-        row("meterStyle", 0, "bars=Bars wave=Wave compact=Compact");
-        row("cpuReadout", 2, "off=None usage=Usage temperature=Temperature power=Power");
-        row("memoryReadout", 1, "off=None usage=Usage pressure=Pressure swap=Swap");
-        row("storageReadout", 1, "off=None usage=Usage free=Free");
-        row("sensorsReadout", 1, "off=None power=Power hottest=Hottest gpu=GPU fan=Fan");
+        row("meterShape", segmented, 0, "pill=Pill square=Square");
+        row("meterLabelStyle", segmented, 0, "icons=Icons letters=Letters");
+        row("meterStyle", segmented, 0, "bars=Bars wave=Wave compact=Compact");
+        row("cpuReadout", popup, 2, "off=None usage=Usage temperature=Temperature power=Power");
+        row("memoryReadout", popup, 1, "off=None usage=Usage pressure=Pressure swap=Swap");
+        row("storageReadout", popup, 1, "off=None usage=Usage free=Free");
+        row("sensorsReadout", popup, 1, "off=None power=Power hottest=Hottest gpu=GPU fan=Fan");
     }
 
 private Q_SLOTS:
@@ -45,6 +48,7 @@ private Q_SLOTS:
         for (const QString& choice : choices)
             titles.append(choice.section(u'=', 1));
         QCOMPARE(picker.titles(), titles);
+        QTEST(int(picker.segmented ? segmented : popup), "kind");
         QTEST(picker.index(), "initial");
         // Showing stores nothing.
         QVERIFY(storedText(qPrintable(key)).isEmpty());

@@ -80,15 +80,25 @@ private Q_SLOTS:
         QVERIFY(pixels.drawn(everywhere, blueLight).isNull());
     }
 
-    void aBarsCornersAreRoundedByTwo()
+    void theCornersOfTrackAndFillAreRoundedByTwo()
     {
-        const PanelPixels pixels = drawn(MetricProgressBar { 1 }, in(light));
-        // A corner of radius 2 leaves 0.43 points of the corner's square on its way to the middle.
-        for (const QPointF& corner :
-            { QPointF(0, 0), QPointF(199.9, 0), QPointF(0, 7.9), QPointF(199.9, 7.9) })
-            QVERIFY(!PanelPixels::isNear(pixels.at(corner.x(), corner.y()), blueLight, 60));
-        QVERIFY_COLOUR(pixels.at(1, 1), blueLight);
-        QVERIFY_COLOUR(pixels.at(2, 0), blueLight);
+        // On the diagonal an edge of radius 2 begins at 0.59; one of 1 would at 0.29, one of 3 at 0.88.
+        const PanelPixels pixels(
+            { 40, 8 },
+            [](QPainter& painter) {
+                MetricProgressBar { 0.5, QColor(Qt::red) }.draw(painter, QRectF(0, 0, 40, 8), in(dark));
+            },
+            Qt::white, 20);
+        const QColor track(178, 178, 178);
+        for (const double y : { 0.0, 1.0 }) {
+            const auto at = [&](double x, double inset) { return pixels.at(x, y == 0 ? inset : 8 - inset); };
+            QCOMPARE(at(0.45, 0.45), QColor(Qt::white));
+            QCOMPARE(at(0.75, 0.75), QColor(Qt::red));
+            QCOMPARE(at(20 - 0.75, 0.75), QColor(Qt::red));
+            QVERIFY_COLOUR(at(20 - 0.45, 0.45), track);
+            QVERIFY_COLOUR(at(40 - 0.75, 0.75), track);
+            QCOMPARE(at(40 - 0.45, 0.45), QColor(Qt::white));
+        }
     }
 
     void aBarStandsOnPixelsAtHalfItsSize()

@@ -2,6 +2,7 @@
 #include "KestrumShared/Popover/DenseSection.h"
 #include "KestrumShared/Popover/PanelDivider.h"
 #include "KestrumShared/Popover/PanelStack.h"
+#include "KestrumShared/Popover/PanelText.h"
 #include "Platform/SymbolImage.h"
 #include "tests/PanelStage.h"
 #include "tests/TestHome.h"
@@ -27,6 +28,27 @@ struct Block {
         painter.fillRect(rect, colour);
     }
 };
+
+/// Whether a picture has at `place` exactly this text and no other, whatever its weight or size.
+bool hasText(const PanelPixels& picture, const QRectF& place, const PanelText& text, ColourScheme scheme)
+{
+    const PanelPixels expected(
+        picture.image().deviceIndependentSize(),
+        [&](QPainter& painter) { text.draw(painter, place, in(scheme)); },
+        scheme == dark ? Qt::black : Qt::white);
+    const QRect pixels = QRectF(place.topLeft() * 2, place.size() * 2).toAlignedRect();
+    return picture.image().copy(pixels) == expected.image().copy(pixels);
+}
+
+/// Set by hand, whatever parts ask of their environment.
+QFont semibold(int size)
+{
+    QFont font(QGuiApplication::font().families());
+    font.setPixelSize(size);
+    font.setWeight(QFont::DemiBold);
+    font.setHintingPreference(QFont::PreferNoHinting);
+    return font;
+}
 
 } // namespace
 
@@ -101,6 +123,25 @@ private Q_SLOTS:
         QVERIFY(symbol.right() < 27);
         const QRectF title = pixels.drawn(everywhere, in(scheme).textColour());
         QVERIFY(title.left() > 30);
+        const double start = 12 + SymbolImage::size(header.icon, 10).width() + 8;
+        QVERIFY(hasText(pixels, QRectF(start, 12, 200 - 12 - start, 14),
+            { header.title, semibold(12), in(scheme).textColour() }, scheme));
+    }
+
+    void aHeadersTitleEndsTwelveBeforeTheTrailingEdge()
+    {
+        const CompactHeader header { QString(40, u'H'), QStringLiteral("memorychip") };
+        const QRectF ink = drawn(header, in(light)).drawn(everywhere);
+        QVERIFY(ink.right() <= 188 && ink.right() > 170);
+    }
+
+    void aHeadersSymbolHasTheSizeOfTheTextAroundIt()
+    {
+        const CompactHeader header { QString(), QStringLiteral("memorychip") };
+        PanelEnvironment environment = in(light);
+        const double small = drawn(header, environment).drawn(everywhere).width();
+        environment.font = PanelEnvironment::systemFont(20);
+        QVERIFY_NEAR(drawn(header, environment).drawn(everywhere).width() / small, 2.0, 0.15);
     }
 
     void aHeaderIsMirrored()
@@ -156,6 +197,7 @@ private Q_SLOTS:
         QVERIFY_NEAR(title.left(), 12 + metrics.leftBearing(QLatin1Char('H')), 0.8);
         QVERIFY_NEAR(title.height(), metrics.capHeight(), 1.0);
         QVERIFY(title.top() > 9 && title.bottom() < 9 + line);
+        QVERIFY(hasText(pixels, QRectF(12, 9, 176, line), { *section.title, semibold(10), tint }, scheme));
     }
 
     void aSectionsTitleStandsAtTheLeadingEdge()

@@ -272,30 +272,6 @@ private Q_SLOTS:
         }
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }
-
-    void aButtonIsAsWideAsItsTextNeeds()
-    {
-        const PushButton open(QStringLiteral("Open Login Items…"));
-        QCOMPARE(open.sizeHint().height(), 26);
-        QVERIFY(open.sizeHint().width() >= open.fontMetrics().horizontalAdvance(open.text()) + 20);
-        QAccessibleInterface* accessible
-            = QAccessible::queryAccessibleInterface(const_cast<PushButton*>(&open));
-        QCOMPARE(accessible->role(), QAccessible::Button);
-        QCOMPARE(accessible->text(QAccessible::Name), open.text());
-    }
-
-    void aButtonShowsThatItIsHeldDown()
-    {
-        Stage stage;
-        QSignalSpy clicks(stage.button, &PushButton::clicked);
-        const QImage before = stage.button->grab().toImage();
-        QTest::mousePress(stage.button, Qt::LeftButton);
-        QVERIFY(stage.button->grab().toImage() != before);
-        QTest::mouseRelease(stage.button, Qt::LeftButton);
-        QCOMPARE(clicks.size(), 1);
-        QTest::keyClick(stage.button, Qt::Key_Space);
-        QCOMPARE(clicks.size(), 2);
-    }
 };
 
 KESTRUM_TEST_MAIN(QApplication, SwitchTest)

@@ -26,9 +26,34 @@ private Q_SLOTS:
         const ValueRow bare { row.title, QString() };
         QCOMPARE(pixels.drawn(QRectF(8, 0, 100, 30)),
             drawn(bare, in(light)).drawn(everywhere).translated(7 + 6, 0));
-        // Radius 1: the corner's own pixel is covered in part, the next one whole.
-        QVERIFY(!PanelPixels::isNear(pixels.at(0, dot.top()), Qt::red, 20));
-        QCOMPARE(pixels.at(1, dot.top() + 1), QColor(Qt::red));
+    }
+
+    void aRowsDotIsRoundedByOne()
+    {
+        const ValueRow row { QString(), QString(), QColor(Qt::red) };
+        const PanelPixels pixels(
+            { 7, 7 }, [&](QPainter& painter) { row.draw(painter, QRectF(0, 0, 7, 7), in(light)); }, Qt::white,
+            20);
+        // On the diagonal an edge of radius 1 begins at 0.29; one of 2 would at 0.59.
+        for (const double x : { 0.0, 1.0 }) {
+            for (const double y : { 0.0, 1.0 }) {
+                const auto at = [&](double inset) {
+                    return pixels.at(x == 0 ? inset : 7 - inset, y == 0 ? inset : 7 - inset);
+                };
+                QCOMPARE(at(0.2), QColor(Qt::white));
+                QCOMPARE(at(0.45), QColor(Qt::red));
+            }
+        }
+    }
+
+    void titleAndValueStandOnOneLine()
+    {
+        const ValueRow row { QStringLiteral("H"), QStringLiteral("H"), QColor(Qt::red) };
+        const PanelPixels pixels = drawn(row, in(light));
+        const QRectF title = pixels.drawn(QRectF(8, 0, 92, 30));
+        const QRectF value = pixels.drawn(QRectF(100, 0, 100, 30));
+        QVERIFY_NEAR(value.bottom(), title.bottom(), 0.5);
+        QVERIFY_NEAR(value.top(), title.top(), 0.5);
     }
 
     void aRowWithoutAColourHasNoDotAndNoGapForIt()

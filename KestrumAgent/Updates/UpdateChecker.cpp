@@ -92,6 +92,7 @@ void UpdateChecker::followChoice(bool checksAutomatically)
 void UpdateChecker::check()
 {
     m_isAskedFor = true;
+    m_isAskedAgain = m_query != nullptr;
     begin();
 }
 
@@ -150,6 +151,11 @@ void UpdateChecker::end(const QString& outcome)
     if (m_query) {
         m_query->deleteLater();
         m_query = nullptr;
+    }
+    // APT may have been read before that changed for which the second check was asked.
+    if (std::exchange(m_isAskedAgain, false)) {
+        begin();
+        return;
     }
     if (std::exchange(m_isAskedFor, false))
         Q_EMIT finished(outcome);

@@ -22,7 +22,7 @@ public:
     /// Called once.
     void start();
 
-    /// Checks now; `finished` tells the outcome. A check that runs already is not doubled.
+    /// Checks now, or once more as soon as the check that runs already has ended; `finished` tells the last outcome.
     void check();
 
 Q_SIGNALS:
@@ -40,6 +40,7 @@ private:
     QTimer m_daily;
     AptQuery* m_query = nullptr; ///< while a check runs
     bool m_isAskedFor = false;
+    bool m_isAskedAgain = false; ///< while a check runs
 };
 
 } // namespace kestrum

@@ -35,7 +35,7 @@ QByteArray asked(const QStringList& arguments)
     return process.readAllStandardOutput().trimmed();
 }
 
-constexpr int startPatience = 6000; ///< for what usually takes a tenth of a second
+constexpr int startPatience = 10'000; ///< for what usually takes a tenth of a second
 
 /// Whether the window manager has begun its work: it keeps a list of windows then. What is shown before is not taken care of.
 bool isManaged()
@@ -48,10 +48,16 @@ bool isManaged()
         startPatience);
 }
 
+/// A window manager that has only just begun may lose a request to show a window: it is asked again.
 bool isShown(QWindow& window)
 {
-    window.show();
-    return QTest::qWaitForWindowExposed(&window, startPatience);
+    for (int attempt = 0; attempt < 10; ++attempt) {
+        window.show();
+        if (QTest::qWaitForWindowExposed(&window, startPatience / 10))
+            return true;
+        window.hide();
+    }
+    return false;
 }
 
 } // namespace
@@ -64,18 +70,8 @@ DesktopStage::DesktopStage()
 
     m_other.setTitle(text("Other"));
     m_other.setGeometry(0, 0, 100, 60);
-    // Now and then the desktop does not come up, for a reason that is not known: it gets more than one chance.
-    for (int attempt = 0; attempt < 3 && !m_isUp; ++attempt) {
-        if (m_windowManager) {
-            qWarning("the desktop did not come up");
-            m_other.hide();
-            Programs::end(*m_windowManager);
-            // It leaves its list behind, by which the next one would pass for ready.
-            Programs::output(text("xprop"), { text("-root"), text("-remove"), text("_NET_CLIENT_LIST") });
-        }
-        m_windowManager = Programs::started(text("openbox"), {});
-        m_isUp = QFile::exists(program("Kestrum")) && isManaged() && isShown(m_other);
-    }
+    m_windowManager = Programs::started(text("openbox"), {});
+    m_isUp = QFile::exists(program("Kestrum")) && isManaged() && isShown(m_other);
 }
 
 DesktopStage::~DesktopStage()

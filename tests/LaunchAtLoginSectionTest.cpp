@@ -103,6 +103,20 @@ private Q_SLOTS:
         QVERIFY(second.toggle->isChecked());
     }
 
+    void aSectionThatComesIntoAnActiveWindowReadsTheState()
+    {
+        // As when its page is chosen.
+        Shown before;
+        before.show();
+        QTest::qWait(50);
+        QTRY_VERIFY(!before.toggle->isChecked());
+        QVERIFY(!m_stage->service().registerItem());
+        auto* section = new LaunchAtLoginSection;
+        before.window.layout()->addWidget(section);
+        QTRY_VERIFY(section->findChild<Switch*>()->isChecked());
+        QVERIFY(!before.toggle->isChecked());
+    }
+
     void eachStateIsShown_data()
     {
         QTest::addColumn<QByteArray>("line");

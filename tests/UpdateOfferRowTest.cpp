@@ -371,7 +371,7 @@ private Q_SLOTS:
     void installWaitsForAnAgentThatIsAboutToQuit()
     {
         const AgentStage stage;
-        qputenv("KESTRUM_TEST_AGENT", "2200");
+        qputenv("KESTRUM_TEST_AGENT", "1700");
         stage.installAgent();
         Column column;
         AppLinks::launchAgentIfNeeded(0);

@@ -15,10 +15,6 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
     , m_switch(new Switch)
 {
     setHeading(AppLanguage::string("Startup"));
-    // While the state is not known the row is as high as it will be.
-    QSizePolicy policy = m_switch->sizePolicy();
-    policy.setRetainSizeWhenHidden(true);
-    m_switch->setSizePolicy(policy);
     m_switch->setObjectName(QStringLiteral("launchAtLogin"));
     // Its changes are often corrected a moment later.
     m_switch->setSlides(false);

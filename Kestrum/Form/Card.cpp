@@ -74,6 +74,7 @@ Card::Card(Ground ground, QWidget* parent)
     layout->addWidget(m_heading);
     layout->addWidget(m_plate);
     layout->addWidget(m_footnote);
+    m_heading->lower(); // children are heard in their order: the heading before what it is about
 }
 
 Card::Card(const char* heading, std::initializer_list<QWidget*> contents)
@@ -107,6 +108,7 @@ void Card::setHeader(QLabel* header)
     m_header = header;
     header->setContentsMargins(0, 0, 0, Theme::headingGap);
     static_cast<QVBoxLayout*>(layout())->insertWidget(0, header);
+    header->lower(); // as the heading
     setAccessibleName(header->text());
     alignTexts();
 }

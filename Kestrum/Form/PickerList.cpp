@@ -4,7 +4,8 @@
 #include "Platform/Translucency.h"
 
 #include <QComboBox>
-#include <QEvent>
+#include <QCoreApplication>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QPainterPath>
 #include <QStyledItemDelegate>
@@ -131,6 +132,23 @@ int PickerList::neededWidth() const
     // The picker's machinery has put a frame around the list.
     const auto* frame = qobject_cast<QFrame*>(parentWidget());
     return sizeHintForColumn(0) + (frame ? 2 * frame->frameWidth() : 0);
+}
+
+void PickerList::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
+{
+    QListView::selectionChanged(selected, deselected);
+    // Keys and the pointer make an entry the current one right after they selected it. Assistive programs do not, and mean that it
+    // is chosen, for which the picker has no other way than a key.
+    const auto chooseIfOnlySelected = [this] {
+        const QModelIndexList entries = selectedIndexes();
+        if (!isVisible() || entries.size() != 1 || entries.first() == currentIndex())
+            return;
+        setCurrentIndex(entries.first());
+        QKeyEvent press(QEvent::KeyPress, Qt::Key_Return, Qt::NoModifier);
+        QCoreApplication::sendEvent(this, &press);
+    };
+    if (isVisible())
+        QMetaObject::invokeMethod(this, chooseIfOnlySelected, Qt::QueuedConnection);
 }
 
 bool PickerList::eventFilter(QObject* watched, QEvent* event)

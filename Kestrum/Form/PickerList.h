@@ -21,6 +21,7 @@ public:
     int neededWidth() const;
 
 protected:
+    void selectionChanged(const QItemSelection& selected, const QItemSelection& deselected) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:

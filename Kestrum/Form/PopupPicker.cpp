@@ -108,6 +108,7 @@ void PopupPicker::showPopup()
         // Not before it is needed: every list is a window.
         list = new PickerList(*this);
         setView(list);
+        list->setAccessibleName(accessibleName());
         list->dressWindow();
     }
     list->window()->setMinimumWidth(std::max(list->neededWidth(), width()));

@@ -27,11 +27,12 @@ MenuBarStripView::MenuBarStripView(QWidget* parent)
     : QWidget(parent)
     , m_readings(std::make_shared<SampleReadings>())
 {
+    // Before the name, which is told to assistive programs at once, by whatever speaks for the strip then.
+    MenuBarStripAccessible::install();
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(AppLanguage::string("Menu bar items"));
-    MenuBarStripAccessible::install();
     rebuild();
     connect(&SharedSettings::store(), &UserDefaults::changed, this, qOverload<>(&MenuBarStripView::rebuild));
     m_barListener.listen(SharedSettings::Signal::menuBarChanged, [this] { rebuild(); });

@@ -2,6 +2,7 @@
 
 #include "Kestrum/Agent/AgentRow.h"
 #include "Kestrum/Agent/UpdateOfferRow.h"
+#include "Kestrum/Form/AccessibleGroup.h"
 #include "Kestrum/Form/FormPage.h"
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/General/GeneralPage.h"
@@ -99,6 +100,7 @@ private:
 SettingsView::SettingsView(QWidget* parent)
     : QWidget(parent)
 {
+    groupForAssistance<SettingsView, QAccessible::Window>();
     setMinimumSize(minimumWindow);
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
@@ -192,6 +194,7 @@ void SettingsView::rebuild()
     m_pageColumn->addWidget(m_notice);
     m_split->addWidget(new SidebarColumn(m_sidebar, m_agent));
     m_split->addWidget(page);
+    m_split->widget(0)->lower(); // children are heard in their order, which the splitter turns round
     m_split->setStretchFactor(1, 1);
     m_split->setSizes(columns);
     layout()->addWidget(m_split);

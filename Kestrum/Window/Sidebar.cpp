@@ -222,6 +222,14 @@ void Sidebar::currentChanged(const QModelIndex& current, const QModelIndex& prev
         Q_EMIT pageSelected(page());
 }
 
+void Sidebar::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
+{
+    QListView::selectionChanged(selected, deselected);
+    // Assistive programs select a row and leave the current one where it is.
+    if (!selected.isEmpty())
+        setCurrentIndex(selected.indexes().first());
+}
+
 void Sidebar::resizeEvent(QResizeEvent* event)
 {
     QListView::resizeEvent(event);

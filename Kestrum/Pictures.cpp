@@ -1,8 +1,10 @@
 #include "Kestrum/Pictures.h"
 
+#include "Kestrum/AccessOutline.h"
 #include "Kestrum/Window/SettingsView.h"
 #include "Platform/SystemAppearance.h"
 
+#include <QAccessible>
 #include <QApplication>
 #include <QDir>
 #include <QImage>
@@ -29,6 +31,17 @@ bool save(const QImage& image, const QString& path)
     return false;
 }
 
+bool saveTree(SettingsView& window, const QString& path)
+{
+    QAccessibleInterface* root = QAccessible::queryAccessibleInterface(&window);
+    const QByteArray tree = root ? AccessOutline::text(*root).toUtf8() : QByteArray();
+    QFile file(path);
+    if (!tree.isEmpty() && file.open(QIODevice::WriteOnly) && file.write(tree) == tree.size() && file.flush())
+        return true;
+    std::fprintf(stderr, "Kestrum: cannot write %s\n", qPrintable(path));
+    return false;
+}
+
 } // namespace
 
 bool Pictures::save(SettingsView& window, const QString& directory)
@@ -44,6 +57,8 @@ bool Pictures::save(SettingsView& window, const QString& directory)
         window.showPage(page.value);
         // Nothing that would have to be scrolled to.
         window.resize(size.width(), std::max(size.height(), window.pageHeight()));
+        const QString tree = QLatin1StringView(page.rawValue) + QStringLiteral(".tree.txt");
+        isSaved &= saveTree(window, folder.filePath(tree));
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             SystemAppearance::shared().setScheme(scheme);
             for (const int scale : { 1, 2 }) {

@@ -19,7 +19,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int timeLimit = 3000; // ms, of one call
+// Relations
 constexpr quint32 isLabelOf = 1;
+constexpr quint32 isLabelledBy = 2;
 constexpr quint32 ofTheScreen = 0;
 
 QString word(const char* utf8)
@@ -93,13 +95,13 @@ QString Accessible::description() const
     return property(m_service, m_path, accessible, "Description").toString();
 }
 
-bool Accessible::has(State state) const
+quint64 Accessible::states() const
 {
     const QVariantList reply = called(accessBus(), m_service, m_path, accessible, "GetState");
     QList<quint32> words;
     if (!reply.isEmpty())
         reply.first().value<QDBusArgument>() >> words;
-    return (words.value(int(state) / 32) >> (int(state) % 32) & 1) != 0;
+    return quint64(words.value(1)) << 32 | words.value(0);
 }
 
 std::optional<double> Accessible::value() const
@@ -171,7 +173,18 @@ QList<Accessible> Accessible::findAll(const QString& role) const
     return found;
 }
 
+QString Accessible::label() const
+{
+    const Accessible label = related(isLabelledBy);
+    return label.isFound() ? label.name() : name();
+}
+
 Accessible Accessible::labelled() const
+{
+    return related(isLabelOf);
+}
+
+Accessible Accessible::related(quint32 number) const
 {
     const QVariantList reply = called(accessBus(), m_service, m_path, accessible, "GetRelationSet");
     if (reply.isEmpty())
@@ -185,7 +198,7 @@ Accessible Accessible::labelled() const
         argument >> relation;
         const QList<Accessible> targets = accessibles(argument);
         argument.endStructure();
-        if (relation == isLabelOf && !found.isFound())
+        if (relation == number && !found.isFound())
             found = targets.value(0);
     }
     argument.endArray();
@@ -238,6 +251,7 @@ qint64 Accessible::process() const
 QString Accessible::outline(int depth) const
 {
     QString lines = QString(2 * depth, u' ') + role() + QStringLiteral(" \"") + name() + u'"';
+    lines += QStringLiteral(" %1 ").arg(states(), 0, 16);
     if (const QString details = description(); !details.isEmpty())
         lines += QStringLiteral(" (%1)").arg(details);
     if (const auto number = value())

@@ -42,7 +42,9 @@ public:
     QString role() const;
     QString name() const;
     QString description() const;
-    bool has(State state) const;
+    /// One bit for each, where its number says.
+    quint64 states() const;
+    bool has(State state) const { return (states() >> int(state) & 1) != 0; }
     /// Of sliders and the like.
     std::optional<double> value() const;
     bool setValue(double value) const;
@@ -56,6 +58,8 @@ public:
     Accessible find(const QString& role, const std::optional<QString>& name = std::nullopt) const;
     /// Everything below this with that role, in reading order.
     QList<Accessible> findAll(const QString& role) const;
+    /// The text that names this to people: its label's, or else its own name.
+    QString label() const;
     /// What this is the label of. A combo box is found so, as its own name is its current text.
     Accessible labelled() const;
 
@@ -71,7 +75,12 @@ public:
     /// This and everything below, one indented line each: for looking at, and beside a test that fails.
     QString outline(int depth = 0) const;
 
+    bool operator==(const Accessible&) const = default;
+
 private:
+    /// What stands in the relation of that number to this.
+    Accessible related(quint32 number) const;
+
     QString m_service;
     QString m_path;
 };

@@ -1,98 +1,154 @@
-// The built program as a screen reader sees it.
+// The built program's window as a screen reader finds it: what is there has a name, a role and a state.
 
-#include "tests/AccessTree.h"
-#include "tests/OwnProcesses.h"
-#include "tests/Programs.h"
-#include "tests/TestHome.h"
-#include "tests/VirtualDisplay.h"
-
-#include <QCoreApplication>
-#include <QTest>
-#include <memory>
+#include "tests/AccessTest.h"
 
 using namespace kestrum;
 
+using Programs::patience;
 using State = Accessible::State;
 
-class AccessTreeEndToEndTest : public QObject {
+class AccessTreeEndToEndTest : public AccessTest {
     Q_OBJECT
 
-    std::unique_ptr<AccessTree> m_tree;
-    std::unique_ptr<QProcess> m_kestrum;
-    Accessible m_application;
+    struct Shown {
+        Accessible at;
+        QString role;
+        quint64 states;
+        bool has(State state) const { return (states >> int(state) & 1) != 0; }
+        bool isOneOf(std::initializer_list<const char*> roles) const
+        {
+            return std::any_of(
+                roles.begin(), roles.end(), [this](const char* one) { return role == text(one); });
+        }
+        QByteArray details() const { return at.outline().toUtf8(); }
+    };
 
-    Accessible page(const char* name) const
+    static void checkControl(const Shown& control)
     {
-        return m_application.find(QStringLiteral("list item"), QString::fromUtf8(name));
+        QVERIFY2(!control.at.label().isEmpty(), control.details().constData());
+        QVERIFY2(
+            control.isOneOf({ "check box", "radio button", "combo box", "push button", "list", "list item" }),
+            control.details().constData());
+        QVERIFY2(control.has(State::focusable) && control.has(State::visible), control.details().constData());
+        QVERIFY2(!control.at.place().isEmpty(), control.details().constData());
+    }
+    static void checkText(const Shown& label)
+    {
+        QVERIFY2(!label.at.name().isEmpty(), label.details().constData());
+        const Accessible control = label.at.labelled();
+        if (control.isFound())
+            QCOMPARE(control.label(), label.at.name());
+    }
+
+    /// With all that comes and goes.
+    void openFull()
+    {
+        QFETCH(const QByteArray, pane);
+        open(pane.constData());
+        writeText("cpuAccent", "custom:srgb:0.2000,0.4000,0.6000");
+        writeText("updatesAvailable", "9.9 (999999)");
+        stage().write("updaterCanCheck", "true");
+        stage().kestrumctl({ text("post"), text("updateAvailable") });
+        QVERIFY(isOpen());
+        QTRY_VERIFY_WITH_TIMEOUT(window().control(text("push button Install")).isFound(), patience);
+        QVERIFY(pane != "menuBar"
+            || QTest::qWaitFor(
+                [this] { return window().control(text("CPU/push button Colour custom colour")).isFound(); },
+                patience));
     }
 
 private Q_SLOTS:
-    void initTestCase()
+    void theWindowIsAWindow()
     {
-        m_tree = std::make_unique<AccessTree>();
-        QVERIFY(m_tree->isUp());
-        const QString build = qEnvironmentVariable("KESTRUM_BUILD");
-        Programs::output(build + QStringLiteral("/kestrumctl"),
-            { QStringLiteral("write"), QStringLiteral("agentEnabled"), QStringLiteral("false") });
-        m_kestrum = Programs::started(build + QStringLiteral("/Kestrum.app/Contents/MacOS/Kestrum"), {});
-        m_application = m_tree->application(m_kestrum->processId());
-        QVERIFY(m_application.isFound());
-        QCOMPARE(m_application.role(), QStringLiteral("application"));
-        QTRY_VERIFY(!m_application.children().isEmpty());
-    }
-    void cleanupTestCase()
-    {
-        if (m_kestrum)
-            Programs::end(*m_kestrum);
-        m_tree.reset();
-    }
-
-    void theSidebarsRowsAreFoundByRoleAndName()
-    {
-        for (const char* name : { "Menu Bar", "Popovers", "General" }) {
-            const Accessible row = page(name);
-            QVERIFY2(row.isFound(), qPrintable(m_application.outline()));
-            QCOMPARE(row.process(), m_kestrum->processId());
-            QVERIFY(row.has(State::showing));
+        open("menuBar");
+        QVERIFY(isOpen());
+        QCOMPARE(window().application().role(), text("application"));
+        QVERIFY(window().frame().has(State::showing));
+        for (const char* page : { "Menu Bar", "Popovers", "General" }) {
+            const Accessible row = window().row(page);
+            QVERIFY2(row.isFound(), qPrintable(window().frame().outline()));
+            QVERIFY(row.has(State::selectable));
+            QCOMPARE(row.has(State::selected), QByteArray(page) == "Menu Bar");
             QVERIFY(!row.place().isEmpty());
         }
-        QVERIFY(!page("Nobody").isFound());
+        QVERIFY(!window().row("Nobody").isFound());
     }
 
-    void aPageIsOpenedByItsRow()
+    void everyControlHasANameARoleAndItsStates_data()
     {
-        QVERIFY(page("Menu Bar").has(State::selected));
-        QVERIFY(page("General").act(QStringLiteral("Toggle")));
-        QTRY_VERIFY(page("General").has(State::selected));
-        QVERIFY(!page("Menu Bar").has(State::selected));
+        QTest::addColumn<QByteArray>("pane");
+        QTest::addColumn<int>("leastControls");
+        QTest::addColumn<int>("leastRows");
+        QTest::newRow("menuBar") << QByteArray("menuBar") << 27 << 14;
+        QTest::newRow("popovers") << QByteArray("popovers") << 11 << 0; // tiles are named one by one
+        QTest::newRow("general") << QByteArray("general") << 10 << 6;
+    }
+    void everyControlHasANameARoleAndItsStates()
+    {
+        openFull();
+        int controls = 0;
+        int rows = 0;
+        for (const Accessible& at : window().shown()) {
+            const Shown one { at, at.role(), at.states() };
+            // Not the headings between the sidebar's rows.
+            if (one.has(State::focusable) || (one.role != text("list item") && !at.actions().isEmpty())) {
+                ++controls;
+                checkControl(one);
+                // What only holds others together, and what is only looked at.
+                QVERIFY2(!one.isOneOf({ "filler", "panel", "label" }), one.details().constData());
+            } else if (one.role == text("label")) {
+                rows += at.labelled().isFound() ? 1 : 0;
+                checkText(one);
+            }
+            if (QTest::currentTestFailed())
+                return;
+        }
+        QFETCH(const int, leastControls);
+        QFETCH(const int, leastRows);
+        QVERIFY2(controls >= leastControls && rows >= leastRows,
+            qPrintable(text("%1 controls, %2 rows").arg(controls).arg(rows)));
     }
 
-    void aControlIsGivenTheFocus()
+    void whatCannotBeUsedIsDisabled()
     {
-        // There is no window manager here that would give it to the window.
-        VirtualDisplay::xdotool({ QStringLiteral("search"), QStringLiteral("--sync"),
-            QStringLiteral("--onlyvisible"), QStringLiteral("--pid"), QString::number(m_kestrum->processId()),
-            QStringLiteral("--name"), QStringLiteral("^Kestrum$"), QStringLiteral("windowfocus") });
-        const Accessible control
-            = m_application.find(QStringLiteral("check box"), QStringLiteral("Kestrum menu bar"));
-        QVERIFY(control.has(State::focusable));
-        QVERIFY(control.focus());
-        QTRY_VERIFY(control.has(State::focused));
+        open("general");
+        QVERIFY(isOpen());
+        const Accessible button = window().frame().find(text("push button"), text("Check Now"));
+        QVERIFY(button.isFound());
+        QVERIFY(!button.has(State::enabled));
+        stage().write("updaterCanCheck", "true");
+        QTRY_VERIFY_WITH_TIMEOUT(button.has(State::enabled), patience);
+    }
+
+    void headingsComeBeforeWhatTheyAreAbout()
+    {
+        open("menuBar");
+        QVERIFY(isOpen());
+        const QString tree = window().frame().outline();
+        const auto place = [&tree](const char* what) { return tree.indexOf(text(what)); };
+        QVERIFY(place("list \"Pages\"") >= 0);
+        QVERIFY(place("list \"Pages\"") < place("list \"Menu bar items\""));
+        QVERIFY(place("label \"CPU\"") >= 0);
+        QVERIFY(place("label \"CPU\"") < place("label \"Meter\""));
+        QVERIFY(place("label \"Meter\"") < place("label \"Memory\""));
+    }
+
+    void thePreviewsItemsAreHeardWithTheirReadouts()
+    {
+        open("menuBar");
+        QVERIFY(isOpen());
+        const Accessible strip = window().frame().find(text("list"), text("Menu bar items"));
+        QStringList heard;
+        for (const Accessible& item : strip.children()) {
+            QVERIFY(item.has(State::focusable));
+            heard.append(item.name() + u' ' + item.description());
+        }
+        QCOMPARE(heard.join(text(", ")), strip.description());
+        QCOMPARE(heard.size(), 4);
+        stage().write("showSensorsItem", "false");
+        QTRY_COMPARE_WITH_TIMEOUT(strip.children().size(), 3, patience);
     }
 };
 
-int main(int argc, char** argv)
-{
-    if (const auto code = OwnProcesses::enter())
-        return *code;
-    const TestHome home;
-    const VirtualDisplay display;
-    if (!display.isUp())
-        return 1;
-    // This program shows nothing, so it takes no part in the display.
-    QCoreApplication application(argc, argv);
-    AccessTreeEndToEndTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN_ON_DISPLAY(AccessTreeEndToEndTest)
 #include "AccessTreeEndToEndTest.moc"

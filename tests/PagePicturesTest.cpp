@@ -1,5 +1,6 @@
 // Pictures of every page, in both schemes and at two scales, in a language of each direction of writing, and of the states
-// that people seldom see: to be looked at. They are saved into "pictures" in the build directory, or into KESTRUM_PICTURES.
+// that people seldom see: to be looked at; and what assistive programs are told of each page, as text. They are saved into "pictures" in the build
+// directory, or into KESTRUM_PICTURES.
 
 #include "Kestrum/Form/ColourWell.h"
 #include "Kestrum/Form/Switch.h"
@@ -84,6 +85,11 @@ class PagePicturesTest : public QObject {
                 saved.filePath(QLatin1StringView(page.rawValue) + QStringLiteral("-dark@2x.png")));
             QVERIFY(light.width() >= 2 * 640 && light.size() == dark.size());
             QVERIFY(light != dark);
+            QFile tree(saved.filePath(QLatin1StringView(page.rawValue) + QStringLiteral(".tree.txt")));
+            QVERIFY(tree.open(QIODevice::ReadOnly));
+            const QByteArray lines = tree.readAll();
+            QVERIFY(lines.contains("CheckBox \""));
+            QVERIFY(lines.count("focusable") >= 7);
         }
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }

@@ -1,0 +1,45 @@
+#pragma once
+
+#include "tests/AccessWindow.h"
+#include "tests/DesktopTest.h"
+
+namespace kestrum {
+
+/// A test of the built settings application as people have it who use a keyboard, and a screen reader or the like. Nothing is chosen
+/// yet, and the agent is off, when a window is opened.
+class AccessTest : public DesktopTest {
+protected:
+    static QString text(const char* utf8) { return QString::fromUtf8(utf8); }
+
+    void furnish() override { m_tree = std::make_unique<AccessTree>(); }
+    void clear() override
+    {
+        m_window.reset();
+        m_tree.reset();
+    }
+
+    /// Opens a new window on the page of that stored name, in a language. In vain where `isOpen` says no.
+    void open(const char* pane, const char* language = "en")
+    {
+        m_window.reset();
+        DesktopStage::forgetChoices();
+        stage().write("agentEnabled", "false");
+        writeText("settingsPane", pane);
+        writeText("language", language);
+        stage().turnToOther();
+        m_window = std::make_unique<AccessWindow>(stage(), *m_tree);
+    }
+    /// From another process, as all that is written and read here.
+    void writeText(const char* key, const QByteArray& value) const
+    {
+        stage().write(key, ('"' + value + '"').constData());
+    }
+    bool isOpen() const { return m_tree->isUp() && m_window && m_window->isUp(); }
+    AccessWindow& window() const { return *m_window; }
+
+private:
+    std::unique_ptr<AccessTree> m_tree;
+    std::unique_ptr<AccessWindow> m_window;
+};
+
+} // namespace kestrum

@@ -95,6 +95,27 @@ private Q_SLOTS:
         }
     }
 
+    void anotherClickBringsTheDialogForward()
+    {
+        struct Ear : QObject {
+            int raised = 0;
+            bool eventFilter(QObject*, QEvent* event) override
+            {
+                raised += event->type() == QEvent::ZOrderChange ? 1 : 0;
+                return false;
+            }
+        } ear;
+        Stage stage;
+        const QPointer<QColorDialog> dialog = stage.opened();
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        stage.window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&stage.window));
+        dialog->installEventFilter(&ear);
+        QTest::mouseClick(stage.well, Qt::LeftButton);
+        QVERIFY(QTest::qWaitForWindowActive(dialog));
+        QCOMPARE(ear.raised, 1);
+    }
+
     void theDialogIsPlainAndLeavesTheWindowUsable()
     {
         const Stage stage;

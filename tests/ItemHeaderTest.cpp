@@ -136,6 +136,15 @@ private Q_SLOTS:
         QCOMPARE(accessible->text(QAccessible::Name), QStringLiteral("Disk"));
         QCOMPARE(accessible->childCount(), 0);
     }
+
+    void aLongTitleWrapsAndIsShownAsItIs()
+    {
+        ItemHeader header(MonitorSection::storage, "<b>Disk</b> and all that belongs to it");
+        QVERIFY(header.heightForWidth(120) > header.heightForWidth(600));
+        const ItemHeader bold(MonitorSection::storage, "<b>Disk</b>");
+        const ItemHeader plain(MonitorSection::storage, "Disk");
+        QVERIFY(bold.sizeHint().width() > plain.sizeHint().width() + 20);
+    }
 };
 
 KESTRUM_TEST_MAIN(QApplication, ItemHeaderTest)

@@ -227,15 +227,66 @@ private Q_SLOTS:
 
     void aDividerIsAtLeastOnePixel()
     {
+        for (const ColourScheme scheme : { light, dark }) {
+            const QColor ground(scheme == light ? Qt::white : Qt::black);
+            // At the second place both of its edges are nearest to the same pixel's.
+            for (const auto& [y, row] : { std::pair(8.6, 4), std::pair(9.0, 5) }) {
+                const PanelPixels pixels(
+                    { 20, 20 },
+                    [&, top = y](QPainter& painter) {
+                        painter.scale(0.5, 0.5);
+                        PanelDivider {}.draw(painter, QRectF(0, top, 40, 1), in(scheme));
+                    },
+                    ground, 1);
+                QCOMPARE(pixels.drawn(everywhere), QRectF(0, row, 20, 1));
+                QVERIFY_COLOUR(pixels.at(10, row), laidOver(in(scheme).dividerColour(), ground));
+            }
+        }
+    }
+
+    void aTextStandsInTheMiddleOfAHigherRectangle()
+    {
+        const PanelText text { QStringLiteral("H"), semibold(12), Qt::black };
         const PanelPixels pixels(
-            { 20, 20 },
-            [](QPainter& painter) {
-                painter.scale(0.5, 0.5);
-                PanelDivider {}.draw(painter, QRectF(0, 8.6, 40, 1), in(light));
-            },
-            Qt::white, 1);
-        QCOMPARE(pixels.drawn(everywhere), QRectF(0, 4, 20, 1));
-        QVERIFY_COLOUR(pixels.at(10, 4), laidOver(in(light).dividerColour(), Qt::white));
+            { 40, 60 }, [&](QPainter& painter) { text.draw(painter, QRectF(0, 0, 40, 60), in(light)); });
+        QVERIFY_NEAR(pixels.drawn(everywhere).center().y(), 30.0, 1.5);
+    }
+
+    void aTextIsWrittenInThePanelsDirection()
+    {
+        // What belongs to no direction stands where the sentence ends.
+        const PanelText text { QStringLiteral("HH."), semibold(20), Qt::black };
+        for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+            const PanelPixels pixels = drawn(text, in(light, direction));
+            const QRectF ink = pixels.drawn(everywhere);
+            const QRectF first = pixels.drawn(QRectF(ink.left(), 0, 3, 100));
+            QCOMPARE(first.height() > ink.height() / 2, direction == Qt::LeftToRight);
+        }
+    }
+
+    void aHeadersSymbolStandsOnWholePixels()
+    {
+        const CompactHeader header { QString(), QStringLiteral("memorychip") };
+        const QImage symbol = SymbolImage::image(header.icon, 10, headerLight, 2);
+        const PanelPixels pixels({ 200, 40 }, [&](QPainter& painter) {
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+            header.draw(painter, QRectF(0.3, 0.3, 200, 38), in(light));
+        });
+        const double top = std::round(2 * 19.3 - double(symbol.height()) / 2) / 2;
+        const PanelPixels expected(
+            { 200, 40 }, [&](QPainter& painter) { painter.drawImage(QPointF(12.5, top), symbol); });
+        QCOMPARE(pixels.image(), expected.image());
+    }
+
+    void fontsOfPanelsAreTheSystemsAndNeverHinted()
+    {
+        const QFont font = PanelEnvironment::systemFont(11, QFont::DemiBold);
+        QCOMPARE(font.families(), QGuiApplication::font().families());
+        QCOMPARE(font.pixelSize(), 11);
+        QCOMPARE(font.weight(), QFont::DemiBold);
+        QCOMPARE(font.hintingPreference(), QFont::PreferNoHinting);
+        QCOMPARE(PanelEnvironment::systemFont(11).weight(), QFont::Normal);
+        QCOMPARE(PanelEnvironment().font.pixelSize(), 13);
     }
 };
 

@@ -1,102 +1,16 @@
 #include "Kestrum/Form/PopupPicker.h"
 
-#include "Kestrum/Form/PickerList.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Row.h"
-#include "tests/ControlWindow.h"
+#include "tests/PickerStage.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
-#include <QLabel>
-#include <QScreen>
-#include <QScrollBar>
-#include <QSignalSpy>
 #include <QWheelEvent>
 
 using namespace kestrum;
+using Stage = PickerStage;
 using Theme::Colour;
-
-namespace {
-
-const QStringList titles { QStringLiteral("None"), QStringLiteral("Usage"), QStringLiteral("Temperature"),
-    QStringLiteral("Power") };
-
-PopupPicker* pickerOf(int index, const QIcon& picture = {})
-{
-    auto* picker = new PopupPicker;
-    for (const QString& title : titles)
-        picker->addEntry(title, picture);
-    picker->addDivider();
-    picker->addEntry(QStringLiteral("Custom"));
-    picker->setIndex(index);
-    return picker;
-}
-
-struct Stage {
-    PopupPicker* picker;
-    QSignalSpy choices;
-    ControlWindow window;
-
-    explicit Stage(int index = 0, Qt::LayoutDirection direction = Qt::LeftToRight, const QIcon& picture = {})
-        : picker(pickerOf(index, picture))
-        , choices(picker, &PopupPicker::chosen)
-        , window({ picker }, direction)
-    {
-        picker->setFocus();
-    }
-
-    void press(int key, Qt::KeyboardModifiers modifiers = {}) const
-    {
-        QTest::keyClick(picker, Qt::Key(key), modifiers);
-    }
-    int lastChoice() const { return choices.isEmpty() ? -1 : choices.last().first().toInt(); }
-
-    /// Opens the list.
-    PickerList* opened() const
-    {
-        QTest::mouseClick(picker, Qt::LeftButton);
-        auto* list = qobject_cast<PickerList*>(picker->view());
-        if (!list || !QTest::qWaitForWindowExposed(list->window()))
-            return nullptr;
-        QTest::qWait(QApplication::doubleClickInterval()); // a click that ends before is that of opening
-        return list;
-    }
-    QRect entry(int row) const { return picker->view()->visualRect(picker->model()->index(row, 0)); }
-    /// Whether there is ink before the title.
-    bool hasTick(const QImage& list, int row) const
-    {
-        const QRect place = entry(row).translated(
-            picker->view()->viewport()->mapTo(picker->view()->window(), QPoint(0, 0)));
-        const bool isFromTheRight = picker->isRightToLeft();
-        for (int x = 8; x < 26; ++x) {
-            const int column = isFromTheRight ? place.right() - x : place.left() + x;
-            for (int y = place.top() + 5; y < place.bottom() - 5; ++y) {
-                if (QColor(list.pixel(column, y)).lightness() < 128)
-                    return true;
-            }
-        }
-        return false;
-    }
-};
-
-QIcon red()
-{
-    QPixmap picture(12, 12);
-    picture.fill(Qt::red);
-    return picture;
-}
-
-int pixelsOf(const QImage& image, QRgb colour)
-{
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            count += image.pixel(x, y) == colour ? 1 : 0;
-    }
-    return count;
-}
-
-} // namespace
 
 class PopupPickerTest : public QObject {
     Q_OBJECT
@@ -217,104 +131,6 @@ private Q_SLOTS:
         const Stage stage(1);
         QVERIFY(stage.opened());
         QVERIFY(stage.picker->view()->isVisible());
-    }
-
-    void inTheListTheKeyboardGoesAndEnterChooses()
-    {
-        const Stage stage(3);
-        PickerList* list = stage.opened();
-        QTest::keyClick(list, Qt::Key_Down); // past the divider
-        QCOMPARE(stage.choices.size(), 0);
-        QTest::keyClick(list, Qt::Key_Return);
-        QCOMPARE(stage.lastChoice(), 4);
-        QCOMPARE(stage.choices.size(), 1);
-        QTRY_VERIFY(!list->isVisible());
-
-        stage.opened();
-        QTest::keyClick(list, Qt::Key_U);
-        QTest::keyClick(list, Qt::Key_Enter);
-        QCOMPARE(stage.lastChoice(), 1);
-
-        stage.opened();
-        QTest::keyClick(list, Qt::Key_Down);
-        QTest::keyClick(list, Qt::Key_Escape);
-        QTRY_VERIFY(!list->isVisible());
-        QCOMPARE(stage.picker->index(), 1);
-        QCOMPARE(stage.choices.size(), 2);
-    }
-
-    void inTheListAClickChooses()
-    {
-        const Stage stage(0);
-        PickerList* list = stage.opened();
-        QTest::mouseMove(list->viewport(), stage.entry(2).center());
-        QTRY_COMPARE(list->currentIndex().row(), 2);
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, stage.entry(2).center());
-        QCOMPARE(stage.lastChoice(), 2);
-        QTRY_VERIFY(!list->isVisible());
-    }
-
-    void theListStandsOnARoundedCardOfTheScheme()
-    {
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const Stage stage(1);
-            SystemAppearance::shared().setScheme(scheme);
-            PickerList* list = stage.opened();
-            QImage picture(list->window()->size(), QImage::Format_ARGB32_Premultiplied);
-            picture.fill(Qt::transparent);
-            list->window()->render(&picture, {}, {}, QWidget::DrawChildren);
-            QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
-            QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
-            QCOMPARE(picture.pixelColor(picture.width() / 2, 3), Theme::colour(Colour::card));
-            // The one at hand is filled.
-            const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
-            QCOMPARE(picture.pixel(stage.entry(1).center() + QPoint(0, 10) + inset),
-                Theme::colour(Colour::selection).rgba());
-        }
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-    }
-
-    void onlyTheOneChosenHasATick()
-    {
-        for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
-            const Stage stage(1, direction);
-            PickerList* list = stage.opened();
-            QTest::keyClick(list, Qt::Key_Up);
-            const QImage picture = list->window()->grab().toImage();
-            QVERIFY(stage.hasTick(picture, 1));
-            for (const int row : { 2, 3, 4, 5 })
-                QVERIFY2(!stage.hasTick(picture, row), qPrintable(QString::number(row)));
-        }
-    }
-
-    void theListCutsNothing()
-    {
-        const Stage stage(0, Qt::LeftToRight, red());
-        PickerList* list = stage.opened();
-        QVERIFY(list->window()->width() >= list->neededWidth());
-        QVERIFY(list->viewport()->width() >= list->sizeHintForIndex(list->model()->index(2, 0)).width());
-        for (int row = 0; row < stage.picker->count(); ++row)
-            QVERIFY(list->viewport()->rect().contains(stage.entry(row)));
-        QCOMPARE(list->verticalScrollBar()->maximum(), 0);
-    }
-
-    void theListOpensAtItsFieldWithinTheScreen()
-    {
-        for (const int bottom : { 0, 1 }) {
-            for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
-                Stage stage(0, direction);
-                const QRect screen = stage.window.screen()->availableGeometry();
-                stage.window.move(screen.left() + 100, bottom ? screen.bottom() - 60 : screen.top() + 200);
-                const QRect list = stage.opened()->window()->geometry();
-                QVERIFY(screen.contains(list));
-                const QRect field(stage.picker->mapToGlobal(QPoint(0, 0)), stage.picker->size());
-                if (direction == Qt::LeftToRight)
-                    QCOMPARE(list.left(), field.left());
-                else
-                    QCOMPARE(list.right(), field.right());
-                QVERIFY(list.top() <= field.bottom() + 1 && list.bottom() >= field.top() - 1);
-            }
-        }
     }
 
     void theKeyboardsPlaceIsMarkedAgainWhenTheListHasClosed()

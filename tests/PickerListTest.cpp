@@ -1,0 +1,144 @@
+#include "Kestrum/Form/PickerList.h"
+
+#include "tests/PickerStage.h"
+#include "tests/TestHome.h"
+
+#include <QScreen>
+#include <QScrollBar>
+
+using namespace kestrum;
+using Stage = PickerStage;
+using Theme::Colour;
+
+class PickerListTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { ControlWindow::prepareProgram(); }
+
+    void inTheListTheKeyboardGoesAndEnterChooses()
+    {
+        const Stage stage(3);
+        PickerList* list = stage.opened();
+        QTest::keyClick(list, Qt::Key_Down); // past the divider
+        QCOMPARE(stage.choices.size(), 0);
+        QTest::keyClick(list, Qt::Key_Return);
+        QCOMPARE(stage.lastChoice(), 4);
+        QCOMPARE(stage.choices.size(), 1);
+        QTRY_VERIFY(!list->isVisible());
+
+        stage.opened();
+        QTest::keyClick(list, Qt::Key_U);
+        QTest::keyClick(list, Qt::Key_Enter);
+        QCOMPARE(stage.lastChoice(), 1);
+
+        stage.opened();
+        QTest::keyClick(list, Qt::Key_Down);
+        QTest::keyClick(list, Qt::Key_Escape);
+        QTRY_VERIFY(!list->isVisible());
+        QCOMPARE(stage.picker->index(), 1);
+        QCOMPARE(stage.choices.size(), 2);
+    }
+
+    void inTheListAClickChooses()
+    {
+        const Stage stage(0);
+        PickerList* list = stage.opened();
+        QTest::mouseMove(list->viewport(), stage.entry(2).center());
+        QTRY_COMPARE(list->currentIndex().row(), 2);
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, stage.entry(2).center());
+        QCOMPARE(stage.lastChoice(), 2);
+        QTRY_VERIFY(!list->isVisible());
+    }
+
+    void theListStandsOnARoundedCardOfTheScheme()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const Stage stage(1);
+            SystemAppearance::shared().setScheme(scheme);
+            PickerList* list = stage.opened();
+            QImage picture(list->window()->size(), QImage::Format_ARGB32_Premultiplied);
+            picture.fill(Qt::transparent);
+            list->window()->render(&picture, {}, {}, QWidget::DrawChildren);
+            QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
+            QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
+            QCOMPARE(picture.pixelColor(picture.width() / 2, 3), Theme::colour(Colour::card));
+            // The one at hand is filled.
+            const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
+            QCOMPARE(picture.pixel(stage.entry(1).center() + QPoint(0, 10) + inset),
+                Theme::colour(Colour::selection).rgba());
+        }
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
+    void onlyTheOneChosenHasATick()
+    {
+        for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+            const Stage stage(1, direction);
+            PickerList* list = stage.opened();
+            QTest::keyClick(list, Qt::Key_Up);
+            const QImage picture = list->window()->grab().toImage();
+            QVERIFY(stage.hasTick(picture, 1));
+            for (const int row : { 2, 3, 4, 5 })
+                QVERIFY2(!stage.hasTick(picture, row), qPrintable(QString::number(row)));
+        }
+    }
+
+    void theListShowsPicturesTitlesAndTheDivider()
+    {
+        for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+            const Stage stage(0, direction, red());
+            PickerList* list = stage.opened();
+            const QImage picture = list->window()->grab().toImage();
+            const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
+            const QRgb ground = Theme::colour(Colour::card).rgba();
+            for (int row = 0; row < stage.picker->count(); ++row) {
+                // Without the card's own edges.
+                const QImage entry = picture.copy(stage.entry(row).translated(inset).adjusted(5, 0, -5, 0));
+                const bool isDivider = row == int(titles.size());
+                const bool hasPicture = row < int(titles.size());
+                QCOMPARE(pixelsOf(entry, QColor(Qt::red).rgba()), hasPicture ? 144 : 0);
+                const int first = direction == Qt::LeftToRight ? 24 : entry.width() - 25;
+                QCOMPARE(entry.pixelColor(first, entry.height() / 2) == QColor(Qt::red), hasPicture);
+                if (isDivider)
+                    QCOMPARE(pixelsOf(entry, ground), entry.width() * (entry.height() - 1));
+                else
+                    QVERIFY(pixelsOf(entry.copy(44, 4, entry.width() - 88, entry.height() - 8), ground)
+                        < (entry.width() - 88) * (entry.height() - 8));
+            }
+        }
+    }
+
+    void theListCutsNothing()
+    {
+        const Stage stage(0, Qt::LeftToRight, red());
+        PickerList* list = stage.opened();
+        QVERIFY(list->window()->width() >= list->neededWidth());
+        QVERIFY(list->viewport()->width() >= list->sizeHintForIndex(list->model()->index(2, 0)).width());
+        for (int row = 0; row < stage.picker->count(); ++row)
+            QVERIFY(list->viewport()->rect().contains(stage.entry(row)));
+        QCOMPARE(list->verticalScrollBar()->maximum(), 0);
+    }
+
+    void theListOpensAtItsFieldWithinTheScreen()
+    {
+        for (const int bottom : { 0, 1 }) {
+            for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
+                Stage stage(0, direction);
+                const QRect screen = stage.window.screen()->availableGeometry();
+                stage.window.move(screen.left() + 100, bottom ? screen.bottom() - 60 : screen.top() + 200);
+                const QRect list = stage.opened()->window()->geometry();
+                QVERIFY(screen.contains(list));
+                const QRect field(stage.picker->mapToGlobal(QPoint(0, 0)), stage.picker->size());
+                if (direction == Qt::LeftToRight)
+                    QCOMPARE(list.left(), field.left());
+                else
+                    QCOMPARE(list.right(), field.right());
+                QVERIFY(list.top() <= field.bottom() + 1 && list.bottom() >= field.top() - 1);
+            }
+        }
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, PickerListTest)
+#include "PickerListTest.moc"

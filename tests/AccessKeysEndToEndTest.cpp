@@ -11,11 +11,6 @@ using State = Accessible::State;
 class AccessKeysEndToEndTest : public AccessTest {
     Q_OBJECT
 
-    void waitForStored(const char* key, const QByteArray& json) const
-    {
-        QTRY_COMPARE_WITH_TIMEOUT(stage().read(key), json, patience);
-    }
-
 private Q_SLOTS:
     void aSwitch()
     {

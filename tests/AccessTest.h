@@ -34,6 +34,10 @@ protected:
     {
         stage().write(key, ('"' + value + '"').constData());
     }
+    void waitForStored(const char* key, const QByteArray& json) const
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(stage().read(key), json, Programs::patience);
+    }
     bool isOpen() const { return m_tree->isUp() && m_window && m_window->isUp(); }
     AccessWindow& window() const { return *m_window; }
 

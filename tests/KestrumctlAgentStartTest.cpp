@@ -1,6 +1,6 @@
 #include "tests/KestrumctlAgentStage.h"
 #include "tests/OwnProcesses.h"
-#include "tests/ProcessDescriptors.h"
+#include "tests/SystemCallFilter.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>
@@ -9,6 +9,12 @@
 #include <QTimer>
 
 using namespace kestrum;
+
+namespace {
+
+constexpr char noFilter[] = "this kernel does not let a process give up calls of its own";
+
+} // namespace
 
 /// Switching the agent on from the command line.
 class KestrumctlAgentStartTest : public QObject, KestrumctlAgentStage {
@@ -147,9 +153,9 @@ void KestrumctlAgentStartTest::anAgentThatEndsAtOnceIsAFailure()
 void KestrumctlAgentStartTest::anEndThatIsNotToldIsFoundAtTheLastLook()
 {
     useAgentThatEnds();
-    const auto result = ctl("agent start", {}, [] { giveUpProcessDescriptors(); });
+    const auto result = ctl("agent start", {}, [] { SystemCallFilter::failProcessDescriptors(); });
     if (!result.errors.contains("looked at every 2 s"))
-        QSKIP("this kernel does not let a process give up calls of its own");
+        QSKIP(noFilter);
     QCOMPARE(result.code, 1);
     QVERIFY2(result.errors.endsWith("kestrumctl: the agent ended as soon as it was started\n"),
         result.errors.constData());
@@ -159,9 +165,9 @@ void KestrumctlAgentStartTest::aQuitThatIsNotToldIsFoundAtTheLastLook()
 {
     // After the look at 2 s.
     const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "2700").pid;
-    const auto result = ctl("agent start", {}, [] { giveUpProcessDescriptors(); });
+    const auto result = ctl("agent start", {}, [] { SystemCallFilter::failProcessDescriptors(); });
     if (!result.errors.contains("looked at every 2 s"))
-        QSKIP("this kernel does not let a process give up calls of its own");
+        QSKIP(noFilter);
     QCOMPARE(result.code, 0);
     QCOMPARE(runningPids().size(), 1);
     QVERIFY(runningPids()[0] != pid);

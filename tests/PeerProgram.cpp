@@ -28,7 +28,7 @@
 #include "Platform/SingleInstance.h"
 #include "Platform/UserDefaults.h"
 #include "Platform/Workspace.h"
-#include "tests/ProcessDescriptors.h"
+#include "tests/SystemCallFilter.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -271,7 +271,7 @@ int runInstance(const QByteArray& name, const QByteArray& token)
 
 int workspace(const QString& bundle, const QStringList& pids)
 {
-    if (!giveUpProcessDescriptors()) {
+    if (!SystemCallFilter::failProcessDescriptors()) {
         say("unsupported no filters of calls");
         return 0;
     }

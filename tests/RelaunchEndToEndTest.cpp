@@ -1,8 +1,7 @@
 // The settings application started anew by itself, in another language.
 
-#include "tests/DesktopTest.h"
-#include "tests/NewProcesses.h"
-#include "tests/OpenedWindow.h"
+#include "tests/SettingsAppTest.h"
+#include "tests/SystemCallFilter.h"
 
 using namespace kestrum;
 
@@ -20,13 +19,8 @@ constexpr QRect pageNames(10, 20, 180, 160);
 
 } // namespace
 
-class RelaunchEndToEndTest : public DesktopTest {
+class RelaunchEndToEndTest : public SettingsAppTest {
     Q_OBJECT
-
-    std::unique_ptr<OpenedWindow> m_window;
-
-    /// Opens the settings, whose window then has the focus.
-    void open() { m_window = std::make_unique<OpenedWindow>(stage()); }
 
     /// The names of the pages in an application that is started in a language.
     QImage pageNamesIn(const char* language) const
@@ -38,20 +32,6 @@ class RelaunchEndToEndTest : public DesktopTest {
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        stage().write("agentEnabled", "false");
-        stage().write("language", "\"en\"");
-        stage().turnToOther();
-    }
-
-    void cleanup()
-    {
-        m_window.reset();
-        stage().endSettingsApplications();
-        stage().endAgents();
-    }
-
     void anotherLanguageRelaunchesOnceWhenTheWindowIsLeft()
     {
         const QImage german = pageNamesIn("\"de\"");
@@ -126,7 +106,7 @@ private Q_SLOTS:
     {
         // From its start on the kernel refuses it every new process.
         const auto kestrum = std::make_unique<QProcess>();
-        kestrum->setChildProcessModifier([] { NewProcesses::refuse(); });
+        kestrum->setChildProcessModifier([] { SystemCallFilter::failNewProcesses(); });
         kestrum->start(stage().program("Kestrum"), {});
         const QByteArray window = DesktopStage::windowOf(kestrum->processId());
         QVERIFY(!window.isEmpty());

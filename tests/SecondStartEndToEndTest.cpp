@@ -1,7 +1,6 @@
 // The settings application started again by people, who want its window.
 
-#include "tests/DesktopTest.h"
-#include "tests/OpenedWindow.h"
+#include "tests/SettingsAppTest.h"
 
 using namespace kestrum;
 
@@ -16,13 +15,8 @@ QString text(const char* utf8)
 
 } // namespace
 
-class SecondStartEndToEndTest : public DesktopTest {
+class SecondStartEndToEndTest : public SettingsAppTest {
     Q_OBJECT
-
-    std::unique_ptr<OpenedWindow> m_window;
-
-    /// Opens the settings, whose window then has the focus.
-    void open() { m_window = std::make_unique<OpenedWindow>(stage()); }
 
     /// A further start, once it has ended.
     std::unique_ptr<QProcess> startAgain(const QStringList& arguments = {}) const
@@ -34,20 +28,6 @@ class SecondStartEndToEndTest : public DesktopTest {
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        stage().write("agentEnabled", "false");
-        stage().write("language", "\"en\"");
-        stage().turnToOther();
-    }
-
-    void cleanup()
-    {
-        m_window.reset();
-        stage().endSettingsApplications();
-        stage().endAgents();
-    }
-
     void aSecondStartRaisesTheFirstWindowAndExitsWell()
     {
         open();

@@ -1,8 +1,7 @@
 // Whether windows are mixed is asked of a real X server. The test is the program that mixes them.
 
 #include "Platform/Translucency.h"
-#include "tests/TestHome.h"
-#include "tests/VirtualDisplay.h"
+#include "tests/DesktopTest.h"
 
 #include <QGuiApplication>
 #include <QTest>
@@ -41,15 +40,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv)
-{
-    const TestHome home;
-    const VirtualDisplay display;
-    if (!display.isUp())
-        return 1;
-    QGuiApplication application(argc, argv);
-    TranslucencyTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN_ON_DISPLAY(TranslucencyTest)
 #include "TranslucencyTest.moc"

@@ -2,8 +2,7 @@
 // of them.
 
 #include "Platform/WindowActivation.h"
-#include "tests/TestHome.h"
-#include "tests/VirtualDisplay.h"
+#include "tests/DesktopTest.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
@@ -183,15 +182,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char** argv)
-{
-    const TestHome home;
-    const VirtualDisplay display;
-    if (!display.isUp())
-        return 1;
-    QGuiApplication application(argc, argv);
-    WindowActivationTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN_ON_DISPLAY(WindowActivationTest)
 #include "WindowActivationTest.moc"

@@ -40,6 +40,12 @@ private Q_SLOTS:
 
 private:
     void useAgentThatEnds() const;
+
+    Kestrumctl::Result startWithoutProcessDescriptors() const
+    {
+        return ctl(
+            "agent start", {}, [filter = SystemCallFilter::withoutProcessDescriptors()] { filter.enter(); });
+    }
 };
 
 // In the place of the agent, a program that ends at once.
@@ -153,7 +159,7 @@ void KestrumctlAgentStartTest::anAgentThatEndsAtOnceIsAFailure()
 void KestrumctlAgentStartTest::anEndThatIsNotToldIsFoundAtTheLastLook()
 {
     useAgentThatEnds();
-    const auto result = ctl("agent start", {}, [] { SystemCallFilter::failProcessDescriptors(); });
+    const auto result = startWithoutProcessDescriptors();
     if (!result.errors.contains("looked at every 2 s"))
         QSKIP(noFilter);
     QCOMPARE(result.code, 1);
@@ -165,7 +171,7 @@ void KestrumctlAgentStartTest::aQuitThatIsNotToldIsFoundAtTheLastLook()
 {
     // After the look at 2 s.
     const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "2700").pid;
-    const auto result = ctl("agent start", {}, [] { SystemCallFilter::failProcessDescriptors(); });
+    const auto result = startWithoutProcessDescriptors();
     if (!result.errors.contains("looked at every 2 s"))
         QSKIP(noFilter);
     QCOMPARE(result.code, 0);

@@ -100,7 +100,7 @@ private Q_SLOTS:
         bool isRefused = false;
         // The filter binds the thread that asks for it.
         std::thread([this, &isRefused] {
-            isRefused = SystemCallFilter::fail({ SYS_renameat2 }, EINVAL);
+            isRefused = SystemCallFilter::failing({ SYS_renameat2 }, EINVAL).enter() == 0;
             service().unregister();
         }).join();
         if (!isRefused)

@@ -32,7 +32,7 @@ int switchOnAndEnd(int argc, char** argv, bool hangs)
     const TestHome home;
     auto application = std::make_unique<QCoreApplication>(argc, argv);
     const LoginItemStage stage;
-    const int hanging = hangs ? SystemCallFilter::hang(makeDirectory) : 0;
+    const int hanging = hangs ? SystemCallFilter::hanging(makeDirectory).enter() : 0;
     if (hanging < 0)
         return cannotHang;
     {
@@ -60,7 +60,7 @@ int switchOnAndLeave(int argc, char** argv)
     const TestHome home;
     QCoreApplication application(argc, argv);
     const LoginItemStage stage;
-    if (SystemCallFilter::hang(makeDirectory) < 0)
+    if (SystemCallFilter::hanging(makeDirectory).enter() < 0)
         return cannotHang;
     LoginItemManager manager;
     manager.setEnabled(true);

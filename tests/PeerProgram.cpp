@@ -271,7 +271,7 @@ int runInstance(const QByteArray& name, const QByteArray& token)
 
 int workspace(const QString& bundle, const QStringList& pids)
 {
-    if (!SystemCallFilter::failProcessDescriptors()) {
+    if (SystemCallFilter::withoutProcessDescriptors().enter() != 0) {
         say("unsupported no filters of calls");
         return 0;
     }

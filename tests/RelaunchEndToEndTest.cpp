@@ -106,7 +106,8 @@ private Q_SLOTS:
     {
         // From its start on the kernel refuses it every new process.
         const auto kestrum = std::make_unique<QProcess>();
-        kestrum->setChildProcessModifier([] { SystemCallFilter::failNewProcesses(); });
+        kestrum->setChildProcessModifier(
+            [filter = SystemCallFilter::withoutNewProcesses()] { filter.enter(); });
         kestrum->start(stage().program("Kestrum"), {});
         const QByteArray window = DesktopStage::windowOf(kestrum->processId());
         QVERIFY(!window.isEmpty());

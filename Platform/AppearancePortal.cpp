@@ -12,7 +12,7 @@
 namespace kestrum {
 namespace {
 
-const QString& connectionName()
+const QString& portalConnection()
 {
     static const QString name = QStringLiteral("kestrum-appearance");
     return name;
@@ -95,7 +95,7 @@ void AppearancePortal::start(const QString& address)
 {
     if (address.isEmpty())
         return;
-    DesktopBus::join(address, connectionName(), this, [this](bool isJoined) {
+    DesktopBus::join(address, portalConnection(), this, [this](bool isJoined) {
         if (isJoined)
             follow();
     });
@@ -105,7 +105,7 @@ void AppearancePortal::follow()
 {
     // From any sender: naming the service would make Qt wait for the bus to tell who owns it. The signal only makes us
     // look at a colour.
-    QDBusConnection(connectionName())
+    QDBusConnection(portalConnection())
         .connect(QString(), text(path), text(interface), QStringLiteral("SettingChanged"), this,
             SLOT(settingChanged(QString, QString, QDBusVariant)));
     for (const char16_t* key : { schemeKey, accentKey, motionKey })
@@ -118,7 +118,7 @@ void AppearancePortal::ask(const char16_t* group, const char16_t* key)
     QDBusMessage call
         = QDBusMessage::createMethodCall(text(service), text(path), text(interface), QStringLiteral("Read"));
     call << text(group) << text(key);
-    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(connectionName()).asyncCall(call), this);
+    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(portalConnection()).asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key = text(key), watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;

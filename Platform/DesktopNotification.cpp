@@ -18,7 +18,7 @@ namespace {
 constexpr int timeLimit = 10'000; // ms, of an answer
 constexpr int asLongAsTheDesktopLikes = -1;
 
-QString connectionName()
+QString notificationConnection()
 {
     return QStringLiteral("kestrum-notification");
 }
@@ -37,7 +37,7 @@ DesktopNotification::DesktopNotification(QObject* parent)
 
 DesktopNotification::~DesktopNotification()
 {
-    QDBusConnection::disconnectFromBus(connectionName());
+    QDBusConnection::disconnectFromBus(notificationConnection());
 }
 
 void DesktopNotification::show(const QString& text)
@@ -46,7 +46,7 @@ void DesktopNotification::show(const QString& text)
     if (m_isJoining)
         return;
     // Kept from one to the next: some desktops take away what was shown by a program that has left the bus.
-    if (QDBusConnection(connectionName()).isConnected()) {
+    if (QDBusConnection(notificationConnection()).isConnected()) {
         send();
         return;
     }
@@ -55,10 +55,10 @@ void DesktopNotification::show(const QString& text)
         tellThatNothingIsShown(QStringLiteral("there is no session bus"));
         return;
     }
-    QDBusConnection::disconnectFromBus(connectionName());
+    QDBusConnection::disconnectFromBus(notificationConnection());
     m_shown = 0;
     m_isJoining = true;
-    DesktopBus::join(address, connectionName(), this, [this](bool isJoined) {
+    DesktopBus::join(address, notificationConnection(), this, [this](bool isJoined) {
         m_isJoining = false;
         if (isJoined)
             send();
@@ -77,8 +77,8 @@ void DesktopNotification::send()
     call << QGuiApplication::applicationDisplayName() << m_shown << program << m_text << QString()
          << QStringList() << QVariantMap { { QStringLiteral("desktop-entry"), program } }
          << asLongAsTheDesktopLikes;
-    auto* watcher
-        = new QDBusPendingCallWatcher(QDBusConnection(connectionName()).asyncCall(call, timeLimit), this);
+    auto* watcher = new QDBusPendingCallWatcher(
+        QDBusConnection(notificationConnection()).asyncCall(call, timeLimit), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<quint32> reply = *watcher;

@@ -30,7 +30,7 @@ namespace {
 
 using NotificationCentre::Token;
 
-constexpr const char* directoryName = "signals";
+constexpr const char* signalsName = "signals";
 constexpr const char* pathBelowRoot = "kestrum/signals/";
 
 void sayThatSignalsStayWithin(const QString& reason)
@@ -70,11 +70,11 @@ public:
             return nullptr;
         }
         const auto opened = std::make_shared<const RuntimeDirectory>(shared.rootPath());
-        const int descriptor = opened->openSubdirectory(directoryName);
+        const int descriptor = opened->openSubdirectory(signalsName);
         if (descriptor < 0) {
             sayThatSignalsStayWithin(opened->isValid()
                     ? QStringLiteral("%1/%2 is not a directory of ours alone")
-                          .arg(Log::escaped(opened->path()), QLatin1String(directoryName))
+                          .arg(Log::escaped(opened->path()), QLatin1String(signalsName))
                     : opened->reason());
             return nullptr;
         }
@@ -173,7 +173,7 @@ private:
         if (!root)
             return;
         m_watch
-            = std::make_unique<DirectoryWatch>(root->path() + QLatin1Char('/') + QLatin1String(directoryName),
+            = std::make_unique<DirectoryWatch>(root->path() + QLatin1Char('/') + QLatin1String(signalsName),
                 DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { hear(entry); });
     }
 

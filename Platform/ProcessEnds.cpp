@@ -14,7 +14,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr std::chrono::seconds lookInterval { 2 };
+constexpr std::chrono::seconds endsLookInterval { 2 };
 
 // Readable once the process has ended. The C library of the day has no function for it.
 FileDescriptor descriptorOf(qint32 pid)
@@ -36,7 +36,7 @@ bool isRunning(qint32 pid, ProcessEnds::Kind kind)
 
 ProcessEnds::ProcessEnds()
 {
-    m_lookTimer.setInterval(lookInterval);
+    m_lookTimer.setInterval(endsLookInterval);
     connect(&m_lookTimer, &QTimer::timeout, this, &ProcessEnds::look);
 }
 

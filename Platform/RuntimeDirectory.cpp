@@ -14,7 +14,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr const char* directoryName = "kestrum";
+constexpr const char* ownName = "kestrum";
 
 // Opens `name` below `parent` and checks the opened directory itself, so that nothing can be put in its place
 // between the check and the use. Returns -1 and a reason when it is not ours alone.
@@ -71,7 +71,7 @@ RuntimeDirectory::RuntimeDirectory(const QString& root)
     }
     // A final "/" or "/." would make the kernel follow a symbolic link in spite of O_NOFOLLOW.
     m_rootPath = QDir::cleanPath(root);
-    m_path = m_rootPath + QLatin1Char('/') + QLatin1String(directoryName);
+    m_path = m_rootPath + QLatin1Char('/') + QLatin1String(ownName);
 
     QString reason;
     m_rootDescriptor = openPrivate(AT_FDCWD, QFile::encodeName(m_rootPath), &reason);
@@ -79,7 +79,7 @@ RuntimeDirectory::RuntimeDirectory(const QString& root)
         m_reason = Log::escaped(m_rootPath) + QStringLiteral(": ") + reason;
         return;
     }
-    m_descriptor = makePrivate(m_rootDescriptor, directoryName, &reason);
+    m_descriptor = makePrivate(m_rootDescriptor, ownName, &reason);
     if (m_descriptor < 0) {
         m_reason = Log::escaped(m_path) + QStringLiteral(": ") + reason;
         ::close(std::exchange(m_rootDescriptor, -1));

@@ -24,8 +24,6 @@ namespace kestrum {
 
 namespace {
 
-constexpr char logArea[] = "store";
-
 qint64 nanoseconds(const struct timespec& time)
 {
     return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
@@ -160,7 +158,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     for (auto change = changes.values.begin(); change != changes.values.end(); ++change) {
         if (!SettingsText::isStorable(change.value())) {
             saved.error
-                = told("store", QStringLiteral("%1 has a value that no text can hold").arg(change.key()));
+                = told(logArea, QStringLiteral("%1 has a value that no text can hold").arg(change.key()));
             return saved;
         }
     }

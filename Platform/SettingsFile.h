@@ -12,6 +12,9 @@ namespace kestrum {
 /// Knows nothing of defaults, notices or typed values. Functions may be called from any thread.
 class SettingsFile {
 public:
+    /// Where it logs, and whoever logs what it told.
+    static constexpr char logArea[] = "store";
+
     /// What tells one state of the file from another. Compared for equality only, never ordered by time.
     struct Identity {
         dev_t device = 0;

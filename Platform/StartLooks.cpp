@@ -15,13 +15,13 @@ constexpr milliseconds looks[] { milliseconds(0), milliseconds(1), milliseconds(
     milliseconds(500) };
 
 // Enough for a dozen starts in a row among some hundred processes.
-constexpr milliseconds savedForBursts { 20 };
+constexpr milliseconds savedForStarts { 20 };
 
 } // namespace
 
 StartLooks::StartLooks(std::function<void()> look)
     : m_look(std::move(look))
-    , m_allowance(savedForBursts, std::chrono::steady_clock::now())
+    , m_allowance(savedForStarts, std::chrono::steady_clock::now())
     , m_restsUntil(std::chrono::steady_clock::now())
 {
     m_timer.setSingleShot(true);

@@ -1,8 +1,8 @@
 #include "Platform/Translucency.h"
 
+#include "Platform/XcbReply.h"
+
 #include <QGuiApplication>
-#include <cstdlib>
-#include <memory>
 #include <qguiapplication_platform.h>
 #include <string_view>
 #include <xcb/xcb.h>
@@ -14,10 +14,6 @@ namespace {
 // Held by whoever mixes the windows of the first screen, and hardly any server has a second one in this sense.
 constexpr std::string_view mixersSelection = "_NET_WM_CM_S0";
 
-template <class Reply> struct Released {
-    void operator()(Reply* reply) const { std::free(reply); }
-};
-
 } // namespace
 
 bool isTranslucencyShown()
@@ -26,12 +22,11 @@ bool isTranslucencyShown()
     if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
         return true;
     xcb_connection_t* server = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
-    const std::unique_ptr<xcb_intern_atom_reply_t, Released<xcb_intern_atom_reply_t>> selection(
-        xcb_intern_atom_reply(server,
-            xcb_intern_atom(server, 0, uint16_t(mixersSelection.size()), mixersSelection.data()), nullptr));
+    const XcbReply<xcb_intern_atom_reply_t> selection(xcb_intern_atom_reply(server,
+        xcb_intern_atom(server, 0, uint16_t(mixersSelection.size()), mixersSelection.data()), nullptr));
     if (!selection)
         return false;
-    const std::unique_ptr<xcb_get_selection_owner_reply_t, Released<xcb_get_selection_owner_reply_t>> owner(
+    const XcbReply<xcb_get_selection_owner_reply_t> owner(
         xcb_get_selection_owner_reply(server, xcb_get_selection_owner(server, selection->atom), nullptr));
     return owner && owner->owner != XCB_WINDOW_NONE;
 }

@@ -33,7 +33,6 @@ namespace kestrum {
 
 namespace {
 
-constexpr char logArea[] = "store";
 constexpr char fileSuffix[] = ".json";
 
 QString standardName()
@@ -60,7 +59,7 @@ QJsonObject administeredValues(const QString& name)
             continue;
         const auto content = SettingsFile(fileIn(directory, name), SettingsFile::Owner::anybody).read();
         if (!content.error.isEmpty())
-            Log::warnOnce(logArea, Log::escaped(content.error));
+            Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));
         for (auto value = content.values.begin(); value != content.values.end(); ++value) {
             if (!values.contains(value.key())) // an earlier directory counts more
                 values.insert(value.key(), value.value());
@@ -136,7 +135,7 @@ void UserDefaults::Domain::adopt(const SettingsFile::Content& content)
 {
     readError = content.error;
     if (!content.error.isEmpty()) {
-        Log::warnOnce(logArea, Log::escaped(content.error));
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));
         return;
     }
     identity = content.identity;
@@ -181,7 +180,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     isDurabilityOwed = !saved.succeeded && (saved.changed || isDurabilityOwed);
     if (!saved.succeeded) {
         saveError = saved.error;
-        Log::warnOnce(logArea, Log::escaped(saveError));
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(saveError));
         const auto tell = [this, reason = saveError] { Q_EMIT defaults->saveFailed(reason); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveFailed)))
             QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);

@@ -24,7 +24,7 @@ constexpr std::chrono::seconds lookInterval { 2 };
 constexpr int roundsAtMost = 32;
 // Being woken costs about this much in the kernel and the event loop, where we do not see it.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
-constexpr std::chrono::milliseconds savedForBursts { 10 };
+constexpr std::chrono::milliseconds savedForEvents { 10 };
 // Whoever waits for our answer has sent the next event by then, and who does not wait has had a turn of the processor.
 constexpr std::chrono::milliseconds probeTime { 4 };
 
@@ -58,7 +58,7 @@ WatchHub& WatchHub::shared()
 }
 
 WatchHub::WatchHub()
-    : m_allowance(savedForBursts, std::chrono::steady_clock::now())
+    : m_allowance(savedForEvents, std::chrono::steady_clock::now())
 {
     m_lookTimer.setInterval(lookInterval);
     connect(&m_lookTimer, &QTimer::timeout, this, &WatchHub::look);

@@ -1,11 +1,11 @@
 #include "Platform/X11Window.h"
 
+#include "Platform/XcbReply.h"
+
 #include <QGuiApplication>
 #include <QWindow>
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <qguiapplication_platform.h>
 #include <xcb/xcb.h>
 
@@ -15,11 +15,6 @@ namespace {
 
 constexpr quint32 asPeopleThemselves = 2;
 constexpr quint32 everyDesktop = 0xFFFFFFFF;
-
-template <class Reply> struct Released {
-    void operator()(Reply* reply) const { std::free(reply); }
-};
-template <class Reply> using Owned = std::unique_ptr<Reply, Released<Reply>>;
 
 } // namespace
 
@@ -36,7 +31,7 @@ X11Window::X11Window(xcb_connection_t* connection, quint32 window)
     : m_connection(connection)
     , m_window(window)
 {
-    const Owned<xcb_get_geometry_reply_t> reply(
+    const XcbReply<xcb_get_geometry_reply_t> reply(
         xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), nullptr));
     if (reply)
         m_root = reply->root;
@@ -46,7 +41,7 @@ bool X11Window::isManaged() const
 {
     const auto cookie
         = xcb_get_property(m_connection, 0, m_root, atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
-    const Owned<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
     return reply && xcb_get_property_value_length(reply.get()) > 0;
 }
 
@@ -89,7 +84,7 @@ void X11Window::flush() const
 quint32 X11Window::atom(const char* name) const
 {
     const auto cookie = xcb_intern_atom(m_connection, 0, uint16_t(std::strlen(name)), name);
-    const Owned<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, cookie, nullptr));
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, cookie, nullptr));
     return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 

@@ -132,7 +132,7 @@ ExitCode stop()
     return static_cast<ExitCode>(QCoreApplication::exec());
 }
 
-ExitCode run(const CommandLine& line)
+ExitCode runAgent(const CommandLine& line)
 {
     const QString& action = line.arguments()[0];
     const QStringList actions { QStringLiteral("start"), QStringLiteral("stop") };
@@ -167,7 +167,7 @@ const Verb agentVerb {
     1,
     false,
     false,
-    run,
+    runAgent,
 };
 
 } // namespace kestrum

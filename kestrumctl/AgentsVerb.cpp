@@ -32,7 +32,7 @@ QString oneField(const QString& path)
     return text;
 }
 
-ExitCode run(const CommandLine&)
+ExitCode runAgents(const CommandLine&)
 {
     QByteArray lines;
     for (const ProcessScan::Entry& agent : AppLinks::agentProcesses())
@@ -59,7 +59,7 @@ const Verb agentsVerb {
     0,
     false,
     false,
-    run,
+    runAgents,
 };
 
 } // namespace kestrum

@@ -5,7 +5,7 @@ namespace kestrum {
 
 namespace {
 
-ExitCode run(const CommandLine& line)
+ExitCode runDelete(const CommandLine& line)
 {
     UserDefaults& store = KeyCatalogue::openedStore();
     const QString& key = line.arguments().first();
@@ -29,7 +29,7 @@ const Verb deleteVerb {
     1,
     true,
     false,
-    run,
+    runDelete,
 };
 
 } // namespace kestrum

@@ -10,7 +10,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option options[] = { CoresOption::option };
+constexpr Option describeOptions[] = { CoresOption::option };
 
 template <class T> QJsonValue valueOrNull(const std::optional<T>& value)
 {
@@ -32,7 +32,7 @@ QByteArray described(const StripLayout::Item& item, const MenuBarReadings& readi
         + member("readout", valueOrNull(StatusMetricView::readoutText(section, readings))) + " }";
 }
 
-ExitCode run(const CommandLine& line)
+ExitCode runDescribe(const CommandLine& line)
 {
     QString error;
     if (!CoresOption::apply(line, &error))
@@ -63,12 +63,12 @@ const Verb describeVerb {
     "where an item has none.\n"
     "\n"
     "  --cores N[,N...]  as on a machine with so many cores, by tiers, the fastest first\n",
-    options,
+    describeOptions,
     0,
     0,
     false,
     true,
-    run,
+    runDescribe,
 };
 
 } // namespace kestrum

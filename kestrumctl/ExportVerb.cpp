@@ -7,7 +7,7 @@ namespace kestrum {
 
 namespace {
 
-ExitCode run(const CommandLine& line)
+ExitCode runExport(const CommandLine& line)
 {
     const UserDefaults& store = KeyCatalogue::openedStore();
     const QJsonObject values = store.storedDictionary();
@@ -34,7 +34,7 @@ const Verb exportVerb {
     1,
     false,
     false,
-    run,
+    runExport,
 };
 
 } // namespace kestrum

@@ -8,7 +8,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option options[] = { { "--force" } };
+constexpr Option importOptions[] = { { "--force" } };
 
 // Keys that are not in the catalogue may come from another version: they are kept as they are.
 bool areStorable(const QJsonObject& values)
@@ -25,7 +25,7 @@ bool areStorable(const QJsonObject& values)
     return storable;
 }
 
-ExitCode run(const CommandLine& line)
+ExitCode runImport(const CommandLine& line)
 {
     const QString& path = line.arguments().first();
     const auto refused = [&path](const QString& reason) {
@@ -66,12 +66,12 @@ const Verb importVerb {
     "Exit code 1 when FILE cannot be read, is not a JSON object of at most 1 MiB or holds a value of the "
     "wrong type,\n"
     "and when the save failed.\n",
-    options,
+    importOptions,
     1,
     1,
     false,
     false,
-    run,
+    runImport,
 };
 
 } // namespace kestrum

@@ -12,7 +12,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option options[] = { { "--count", true }, { "--timeout", true } };
+constexpr Option listenOptions[] = { { "--count", true }, { "--timeout", true } };
 
 constexpr double longestTimeout = 1'000'000; // seconds; more would not fit into the timer's milliseconds
 
@@ -45,7 +45,7 @@ std::optional<Limits> limitsOf(const CommandLine& line, QString* error)
     return limits;
 }
 
-ExitCode run(const CommandLine& line)
+ExitCode runListen(const CommandLine& line)
 {
     QString error;
     const auto heard = SignalNames::parsed(line.arguments(), &error);
@@ -102,12 +102,12 @@ const Verb listenVerb {
     "\n"
     "  --count N          stop after N deliveries\n"
     "  --timeout SECONDS  stop after so long, with exit code 1 when N deliveries were asked for\n",
-    options,
+    listenOptions,
     1,
     std::numeric_limits<qsizetype>::max(),
     false,
     false,
-    run,
+    runListen,
 };
 
 } // namespace kestrum

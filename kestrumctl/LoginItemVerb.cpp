@@ -23,7 +23,7 @@ QByteArray name(Status status)
     return {};
 }
 
-ExitCode run(const CommandLine& line)
+ExitCode runLoginItem(const CommandLine& line)
 {
     const QString& word = line.arguments().constFirst();
     const QStringList words { QStringLiteral("status"), QStringLiteral("on"), QStringLiteral("off") };
@@ -62,7 +62,7 @@ const Verb loginItemVerb {
     1,
     false,
     false,
-    run,
+    runLoginItem,
 };
 
 } // namespace kestrum

@@ -9,9 +9,9 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option options[] = { { "-g" } };
+constexpr Option openOptions[] = { { "-g" } };
 
-ExitCode run(const CommandLine& line)
+ExitCode runOpen(const CommandLine& line)
 {
     Workspace::OpenConfiguration configuration;
     configuration.activates = !line.has("-g");
@@ -43,12 +43,12 @@ const Verb openVerb {
     "\n"
     "  -g  in the background: its window does not take the focus, and an application that runs already is\n"
     "      left alone\n",
-    options,
+    openOptions,
     1,
     1,
     false,
     false,
-    run,
+    runOpen,
 };
 
 } // namespace kestrum

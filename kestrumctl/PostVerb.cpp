@@ -5,7 +5,7 @@ namespace kestrum {
 
 namespace {
 
-ExitCode run(const CommandLine& line)
+ExitCode runPost(const CommandLine& line)
 {
     QString error;
     const auto posted = SignalNames::parsed(line.arguments(), &error);
@@ -39,7 +39,7 @@ const Verb postVerb {
     1,
     false,
     false,
-    run,
+    runPost,
 };
 
 } // namespace kestrum

@@ -7,9 +7,9 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option options[] = { { "--stored" } };
+constexpr Option readVerbOptions[] = { { "--stored" } };
 
-ExitCode run(const CommandLine& line)
+ExitCode runRead(const CommandLine& line)
 {
     const UserDefaults& store = KeyCatalogue::openedStore();
     const bool onlyStored = line.has("--stored");
@@ -43,12 +43,12 @@ const Verb readVerb {
     "  --stored  look only at what is stored\n"
     "\n"
     "Exit code 1, without output, when KEY has no value; 2 when there is no such key.\n",
-    options,
+    readVerbOptions,
     0,
     1,
     true,
     false,
-    run,
+    runRead,
 };
 
 } // namespace kestrum

@@ -19,7 +19,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option options[]
+constexpr Option renderOptions[]
     = { { "-o", true }, { "--scale", true }, { "--appearance", true }, CoresOption::option };
 
 constexpr double largestScale = 16;
@@ -125,7 +125,7 @@ bool readOptions(Picture& picture, const CommandLine& line, QString* error)
     return CoresOption::apply(line, error);
 }
 
-ExitCode run(const CommandLine& line)
+ExitCode runRender(const CommandLine& line)
 {
     const auto path = line.value("-o");
     if (!path || path->isEmpty())
@@ -166,12 +166,12 @@ const Verb renderVerb {
     "  --scale N                pixels a point, above 0 and up to 16; 1 when not given\n"
     "  --appearance light|dark  for a light panel (when not given) or a dark one\n"
     "  --cores N[,N...]         as on a machine with so many cores, by tiers, the fastest first\n",
-    options,
+    renderOptions,
     1,
     1,
     false,
     true,
-    run,
+    runRender,
 };
 
 } // namespace kestrum

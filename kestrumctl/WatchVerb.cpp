@@ -30,7 +30,7 @@ QByteArray changes(const QJsonObject& before, const QJsonObject& now)
     return lines;
 }
 
-ExitCode run(const CommandLine&)
+ExitCode runWatch(const CommandLine&)
 {
     UserDefaults& store = KeyCatalogue::openedStore();
     const StopRequest stop;
@@ -69,7 +69,7 @@ const Verb watchVerb {
     0,
     false,
     false,
-    run,
+    runWatch,
 };
 
 } // namespace kestrum

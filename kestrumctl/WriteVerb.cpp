@@ -6,9 +6,9 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option options[] = { { "--force" } };
+constexpr Option writeOptions[] = { { "--force" } };
 
-ExitCode run(const CommandLine& line)
+ExitCode runWrite(const CommandLine& line)
 {
     const QString& key = line.arguments()[0];
     QString error;
@@ -43,12 +43,12 @@ const Verb writeVerb {
     "Exit code 2, with nothing stored, when KEY, the JSON text or the value's type is wrong; 1 when the "
     "save\n"
     "failed.\n",
-    options,
+    writeOptions,
     2,
     2,
     true,
     false,
-    run,
+    runWrite,
 };
 
 } // namespace kestrum

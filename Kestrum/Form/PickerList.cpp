@@ -15,15 +15,12 @@ namespace kestrum {
 
 namespace {
 
-constexpr int rowHeight = 26;
-constexpr int textRoom = 8; ///< above and below a title together
 constexpr int dividerHeight = 9;
 constexpr double cardRadius = 8;
 constexpr int cardInset = 5; ///< between the card's edge and the entries
 constexpr double entryRadius = 5;
 constexpr int tickRoom = 24; ///< before pictures and titles
-constexpr int pictureGap = 8;
-constexpr int padding = 12; ///< after the title
+constexpr int trailingPadding = 12;
 
 /// Draws the entries and the dividers.
 class EntryDelegate final : public QStyledItemDelegate {
@@ -39,10 +36,10 @@ public:
         if (isDivider(index))
             return { 0, dividerHeight };
         const QFontMetrics font(m_picker.font());
-        const int picture = hasPicture(index) ? m_picker.iconSize().width() + pictureGap : 0;
+        const int picture = hasPicture(index) ? m_picker.iconSize().width() + Theme::pictureGap : 0;
         const int title = font.horizontalAdvance(index.data().toString());
-        return { 2 * cardInset + tickRoom + picture + title + padding,
-            std::max(rowHeight, font.height() + textRoom) };
+        return { 2 * cardInset + tickRoom + picture + title + trailingPadding,
+            std::max(Theme::controlHeight, font.height() + Theme::controlTextRoom) };
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
@@ -96,7 +93,7 @@ private:
             const QSize size = m_picker.iconSize();
             const QRect place(QPoint(leading, row.center().y() - (size.height() - 1) / 2), size);
             index.data(Qt::DecorationRole).value<QIcon>().paint(&painter, mirrored(place));
-            leading += size.width() + pictureGap;
+            leading += size.width() + Theme::pictureGap;
         }
         const QRect title(leading, row.top(), row.right() - leading, row.height());
         painter.setFont(m_picker.font());

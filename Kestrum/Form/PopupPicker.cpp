@@ -17,11 +17,8 @@ namespace {
 
 constexpr int positionRole = Qt::UserRole; ///< of a choice among the choices; a divider has none
 
-constexpr int leastHeight = 26;
-constexpr int textRoom = 8; ///< above and below the title together
-constexpr int padding = 12; ///< before the picture or the title
+constexpr int leadingPadding = 12; ///< before the picture or the title
 constexpr int pictureSize = 12;
-constexpr int pictureGap = 8;
 constexpr int markGap = 10; ///< between the title and the mark
 constexpr int markWidth = 7;
 constexpr int markPadding = 10; ///< after the mark
@@ -87,12 +84,14 @@ int PopupPicker::widthWith(bool isWithTitle) const
             widest = std::max(widest, int(std::ceil(QFontMetricsF(font()).horizontalAdvance(itemText(row)))));
         hasPicture |= !itemIcon(row).isNull();
     }
-    return padding + (hasPicture ? pictureSize + pictureGap : 0) + widest + markGap + markWidth + markPadding;
+    return leadingPadding + (hasPicture ? pictureSize + Theme::pictureGap : 0) + widest + markGap + markWidth
+        + markPadding;
 }
 
 QSize PopupPicker::sizeHint() const
 {
-    return { widthWith(true), std::max(leastHeight, fontMetrics().height() + textRoom) };
+    return { widthWith(true),
+        std::max(Theme::controlHeight, fontMetrics().height() + Theme::controlTextRoom) };
 }
 
 QSize PopupPicker::minimumSizeHint() const
@@ -140,11 +139,11 @@ void PopupPicker::paintEvent(QPaintEvent*)
     paintMark(
         painter, QRectF(mirrored(QRect(width() - markPadding - markWidth, 0, markWidth, height()))).center());
 
-    int leading = padding;
+    int leading = leadingPadding;
     if (const QIcon picture = itemIcon(currentIndex()); !picture.isNull()) {
         picture.paint(
             &painter, mirrored(QRect(leading, (height() - pictureSize) / 2, pictureSize, pictureSize)));
-        leading += pictureSize + pictureGap;
+        leading += pictureSize + Theme::pictureGap;
     }
     const QRect title(leading, 0, width() - leading - markGap - markWidth - markPadding, height());
     painter.drawText(mirrored(title), int(Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine),

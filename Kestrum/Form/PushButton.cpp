@@ -11,10 +11,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr int leastHeight = 26;
-constexpr int padding = 10; ///< beside the text
-constexpr int textRoom = 8; ///< above and below the text together
-constexpr double disabledOpacity = 0.45;
+constexpr int sidePadding = 10; ///< beside the text
 
 } // namespace
 
@@ -31,7 +28,8 @@ PushButton::PushButton(const QString& text, QWidget* parent)
 QSize PushButton::sizeHint() const
 {
     const QSize size = fontMetrics().size(Qt::TextShowMnemonic, text());
-    return { size.width() + 2 * padding, std::max(leastHeight, size.height() + textRoom) };
+    return { size.width() + 2 * sidePadding,
+        std::max(Theme::controlHeight, size.height() + Theme::controlTextRoom) };
 }
 
 void PushButton::paintPlate(QPainter& painter, const QWidget& control, bool isPressed)
@@ -43,7 +41,7 @@ void PushButton::paintPlate(QPainter& painter, const QWidget& control, bool isPr
     painter.setBrush(Theme::colour(Colour::button));
     painter.drawRoundedRect(QRectF(place).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
     if (!control.isEnabled()) {
-        painter.setOpacity(disabledOpacity);
+        painter.setOpacity(Theme::disabledOpacity);
     } else if (isPressed || control.underMouse()) {
         painter.setPen(Qt::NoPen);
         painter.setBrush(Theme::colour(isPressed ? Colour::buttonPressed : Colour::buttonHovered));

@@ -15,13 +15,10 @@ namespace kestrum {
 
 namespace {
 
-constexpr int leastHeight = 26;
-constexpr int textRoom = 8; ///< above and below the text together
-constexpr int padding = 14; ///< beside the text
+constexpr int segmentPadding = 14; ///< beside the text
 constexpr double plateRadius = 7;
 constexpr int chipInset = 2; ///< between the plate's edge and the segment that stands out of it
 constexpr double chipRadius = 5;
-constexpr double disabledOpacity = 0.45;
 
 QFont plainFont()
 {
@@ -56,8 +53,9 @@ public:
     {
         const QSize plain = QFontMetrics(plainFont()).size(Qt::TextShowMnemonic, text());
         const QSize chosen = QFontMetrics(chosenFont()).size(Qt::TextShowMnemonic, text());
-        m_size = { std::max(plain.width(), chosen.width()) + 2 * padding,
-            std::max(leastHeight, std::max(plain.height(), chosen.height()) + textRoom) };
+        m_size = { std::max(plain.width(), chosen.width()) + 2 * segmentPadding,
+            std::max(
+                Theme::controlHeight, std::max(plain.height(), chosen.height()) + Theme::controlTextRoom) };
     }
 
 protected:
@@ -67,7 +65,7 @@ protected:
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
         if (!isEnabled())
-            painter.setOpacity(disabledOpacity);
+            painter.setOpacity(Theme::disabledOpacity);
         const QRectF chip = QRectF(rect()).adjusted(chipInset, chipInset, -chipInset, -chipInset);
         if (isChecked()) {
             painter.setPen(Theme::colour(Colour::outline));
@@ -200,12 +198,13 @@ QList<QRect> SegmentedPicker::places(int width) const
 QSize SegmentedPicker::sizeHint() const
 {
     const QList<QRect> row = places(QWIDGETSIZE_MAX);
-    return row.isEmpty() ? QSize(0, leastHeight) : QSize(row.last().right() + 1, row.last().height());
+    return row.isEmpty() ? QSize(0, Theme::controlHeight)
+                         : QSize(row.last().right() + 1, row.last().height());
 }
 
 QSize SegmentedPicker::minimumSizeHint() const
 {
-    QSize widest(0, leastHeight);
+    QSize widest(0, Theme::controlHeight);
     for (const QAbstractButton* segment : m_group->buttons())
         widest = widest.expandedTo(segment->sizeHint());
     return widest;
@@ -214,7 +213,7 @@ QSize SegmentedPicker::minimumSizeHint() const
 int SegmentedPicker::heightForWidth(int width) const
 {
     const QList<QRect> all = places(width);
-    return all.isEmpty() ? leastHeight : all.last().bottom() + 1;
+    return all.isEmpty() ? Theme::controlHeight : all.last().bottom() + 1;
 }
 
 void SegmentedPicker::layOut()

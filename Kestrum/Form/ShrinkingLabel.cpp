@@ -11,7 +11,7 @@ namespace kestrum {
 namespace {
 
 constexpr double smallestFactor = 0.8;
-constexpr double step = 0.02;
+constexpr double shrinkingStep = 0.02;
 
 } // namespace
 
@@ -33,7 +33,7 @@ QFont ShrinkingLabel::shownFont() const
     double factor = std::clamp(room / std::max(width(shown), 1.0), smallestFactor, 1.0);
     shown.setPointSizeF(font().pointSizeF() * factor);
     while (width(shown) > room && factor > smallestFactor) {
-        factor = std::max(factor - step, smallestFactor);
+        factor = std::max(factor - shrinkingStep, smallestFactor);
         shown.setPointSizeF(font().pointSizeF() * factor);
     }
     return shown;

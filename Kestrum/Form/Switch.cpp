@@ -10,8 +10,7 @@ namespace kestrum {
 namespace {
 
 constexpr int slideMilliseconds = 120;
-constexpr double knobInset = 2; ///< between the knob and the track's edge
-constexpr double disabledOpacity = 0.45;
+constexpr double knobInset = 2;              ///< between the knob and the track's edge
 constexpr double disabledKnobOpacity = 0.75; ///< the knob is not to take on the track's colour
 
 /// `first` turned into `second` by a share from 0 to 1.
@@ -79,7 +78,7 @@ void Switch::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     if (!isEnabled())
-        painter.setOpacity(disabledOpacity);
+        painter.setOpacity(Theme::disabledOpacity);
 
     const QSizeF size = sizeHint();
     const QRectF track(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), size);

@@ -111,13 +111,14 @@ QColor laidOver(const QColor& colour, const QColor& ground)
 
 constexpr double readableContrast = 4.5;
 constexpr double visibleContrast = 3;
-constexpr float step = 0.98F;
+constexpr float deepeningStep = 0.98F;
 
 /// `ground` itself, or as much darker as something light on it needs.
 QColor deepened(QColor ground, const QColor& light, double contrast)
 {
     while (Theme::contrast(light, ground) < contrast && ground.valueF() > 0.1F)
-        ground = QColor::fromRgbF(ground.redF() * step, ground.greenF() * step, ground.blueF() * step);
+        ground = QColor::fromRgbF(
+            ground.redF() * deepeningStep, ground.greenF() * deepeningStep, ground.blueF() * deepeningStep);
     return ground;
 }
 
@@ -126,10 +127,10 @@ QColor deepened(QColor ground, const QColor& light, double contrast)
 QColor setOff(QColor mark, ColourScheme scheme)
 {
     const QColor ground = Theme::colour(Theme::Colour::previewPlate, scheme);
-    const float end = scheme == ColourScheme::dark ? 1 - step : 0;
+    const float end = scheme == ColourScheme::dark ? 1 - deepeningStep : 0;
     while (Theme::contrast(mark, ground) < visibleContrast)
-        mark = QColor::fromRgbF(
-            mark.redF() * step + end, mark.greenF() * step + end, mark.blueF() * step + end);
+        mark = QColor::fromRgbF(mark.redF() * deepeningStep + end, mark.greenF() * deepeningStep + end,
+            mark.blueF() * deepeningStep + end);
     return mark;
 }
 

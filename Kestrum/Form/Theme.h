@@ -75,7 +75,11 @@ inline constexpr double cardRadius = 10;
 inline constexpr int sectionGap = 20;
 inline constexpr int headingGap = 8;
 inline constexpr int footnoteGap = 6;
-inline constexpr int rowInset = 12; ///< of rows and of the separators between them
+inline constexpr int rowInset = 12;       ///< of rows and of the separators between them
+inline constexpr int controlHeight = 26;  ///< of what holds a line of text and is pressed, at least
+inline constexpr int controlTextRoom = 8; ///< above and below that text together, however large it is
+inline constexpr int pictureGap = 8;      ///< between a picture and the title that it belongs to
+inline constexpr double disabledOpacity = 0.45;
 inline constexpr double focusRingWidth = 2;
 inline constexpr double focusRingGap = 1;
 

@@ -8,7 +8,7 @@ namespace kestrum {
 namespace {
 
 // No package takes as much: a counter that was set back, not one that came round.
-constexpr double largestWatts = 5000;
+constexpr double largestPackageWatts = 5000;
 
 } // namespace
 
@@ -35,7 +35,7 @@ std::optional<double> CPUPower::read(Clock::time_point now)
         joules += double(spent.value_or(0)) / 1e6;
     }
     const double watts = isWhole ? joules / seconds : 0;
-    if (!isWhole || watts > largestWatts * double(m_packages.size()))
+    if (!isWhole || watts > largestPackageWatts * double(m_packages.size()))
         return std::nullopt;
     return watts;
 }

@@ -9,7 +9,7 @@ namespace kestrum {
 namespace {
 
 // More than any adapter gives: junk of a firmware.
-constexpr double largestWatts = 10000;
+constexpr double largestSystemWatts = 10000;
 
 std::string_view word(KernelFile& file)
 {
@@ -71,7 +71,7 @@ std::optional<double> SystemPower::Supply::watts()
         if (const auto microvolts = voltage.readNumber())
             result = std::abs(double(*microamperes) / 1e6 * (double(*microvolts) / 1e6));
     }
-    return result && *result <= largestWatts ? result : std::nullopt;
+    return result && *result <= largestSystemWatts ? result : std::nullopt;
 }
 
 // Anew whenever other supplies are there than before. The batteries of mice and headsets are not the machine's. What a USB

@@ -10,7 +10,7 @@ namespace {
 
 constexpr double overhang = 4;
 
-double middle(const StripItems::Item& item)
+double middleOf(const StripItems::Item& item)
 {
     return item.view->frame().center().x();
 }
@@ -105,9 +105,9 @@ void StripItems::drag(double pointer)
     while (moved) {
         // An item that went one way is never due to go back. Only when the dragged one was hidden meanwhile,
         // and the first stands in for it, could the two conditions call for each other for ever.
-        if (direction <= 0 && i >= 1 && frame.left() < middle(m_list[i - 1]))
+        if (direction <= 0 && i >= 1 && frame.left() < middleOf(m_list[i - 1]))
             direction = -1;
-        else if (direction >= 0 && i < count - 1 && middle(m_list[i + 1]) < frame.right())
+        else if (direction >= 0 && i < count - 1 && middleOf(m_list[i + 1]) < frame.right())
             direction = 1;
         else
             moved = false;

@@ -11,8 +11,8 @@ namespace kestrum {
 namespace {
 
 constexpr double headerHeight = 38;
-constexpr double padding = 12; ///< at every edge
-constexpr double spacing = 8;  ///< between symbol and title
+constexpr double padding = 12;  ///< at every edge
+constexpr double symbolGap = 8; ///< between symbol and title
 constexpr int titleSize = 12;
 
 } // namespace
@@ -37,7 +37,7 @@ void CompactHeader::draw(QPainter& painter, const QRectF& rect, const PanelEnvir
         const QPointF corner = PixelGrid::aligned(place, painter).topLeft();
         painter.drawImage(QRectF(corner, QSizeF(image.size()) / scale), image);
     }
-    const double titleStart = symbol.width() + spacing;
+    const double titleStart = symbol.width() + symbolGap;
     PanelText { title, PanelEnvironment::systemFont(titleSize, QFont::DemiBold), environment.textColour() }
         .draw(
             painter, environment.fromLeading(content, titleStart, content.width() - titleStart), environment);

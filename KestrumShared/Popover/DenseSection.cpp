@@ -7,14 +7,14 @@ namespace kestrum {
 namespace {
 
 constexpr double sidePadding = 12;
-constexpr int titleSize = 10;
+constexpr int sectionTitleSize = 10;
 
 PanelStack stack(const DenseSection& section, const PanelEnvironment& environment)
 {
     PanelStack stack { section.content, environment.metrics.rowSpacing };
     if (section.title)
         stack.parts.prepend(PanelText { *section.title,
-            PanelEnvironment::systemFont(titleSize, QFont::DemiBold), environment.headerColour() });
+            PanelEnvironment::systemFont(sectionTitleSize, QFont::DemiBold), environment.headerColour() });
     return stack;
 }
 

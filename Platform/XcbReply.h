@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdlib>
+#include <memory>
+
+namespace kestrum {
+
+struct XcbReplyRelease {
+    void operator()(void* reply) const { std::free(reply); }
+};
+
+/// An answer of an X server, as the functions of xcb that wait for one give it: theirs who asked, and empty when there is none.
+template <class Reply> using XcbReply = std::unique_ptr<Reply, XcbReplyRelease>;
+
+} // namespace kestrum

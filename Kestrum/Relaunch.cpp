@@ -1,7 +1,6 @@
 #include "Kestrum/Relaunch.h"
 
 #include "Platform/Bundle.h"
-#include "Platform/Log.h"
 #include "Platform/ProgramStart.h"
 
 #include <QFile>
@@ -28,10 +27,10 @@ Relaunch::Actions Relaunch::Actions::real()
 {
     return {
         [](const QString& command) {
+            // Nobody waits for it: it ends after us. Without it the application stays closed, and is there again when somebody
+            // opens it: nothing that anybody could do better after reading of it.
             QString error;
-            // Nobody waits for it: it ends after us.
-            if (!ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) }, std::nullopt, &error))
-                Log::warning("relaunch", QStringLiteral("the shell cannot be started: %1").arg(error));
+            ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) }, std::nullopt, &error);
         },
         [] { QCoreApplication::quit(); },
     };

@@ -2,10 +2,13 @@
 
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Switch.h"
+#include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/FormHand.h"
+#include "tests/OwnProcesses.h"
 #include "tests/SettingsWindow.h"
 #include "tests/SignalEar.h"
+#include "tests/StandIns.h"
 #include "tests/TestBundle.h"
 
 #include <QJsonArray>
@@ -259,6 +262,20 @@ private Q_SLOTS:
         QTEST(page.version().text(), "text");
     }
 
+    void theVersionIsThatOfTheAgentThatRuns()
+    {
+        StandIns standIns;
+        const QString agent = standIns.install(StandIns::agentOf(QStringLiteral("Other.app")));
+        standIns.tree().write(
+            StandIns::agentBundleOf(QStringLiteral("Other.app")) + QStringLiteral("/Contents/Info.plist"),
+            "{ CFBundleShortVersionString = \"1.5\"; CFBundleVersion = \"30\"; }");
+        const qint32 pid = standIns.start(agent).pid;
+        QTRY_VERIFY(AppLinks::isAgentRunning());
+        QCOMPARE(Shown().version().text(), QStringLiteral("1.5 (30)"));
+        standIns.end(pid);
+        QCOMPARE(Shown().version().text(), QStringLiteral("1.4 (27)"));
+    }
+
     void versionAndButtonStandTwelveApart()
     {
         const Shown page;
@@ -309,5 +326,5 @@ private Q_SLOTS:
     }
 };
 
-KESTRUM_TEST_MAIN(QApplication, GeneralPageTest)
+KESTRUM_TEST_MAIN_APART(QApplication, GeneralPageTest)
 #include "GeneralPageTest.moc"

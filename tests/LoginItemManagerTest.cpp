@@ -375,6 +375,22 @@ private Q_SLOTS:
         QTest::qWait(50);
     }
 
+    void whatWasShownForAChangeThatFailedIsPutRightWithoutItsManager()
+    {
+        {
+            LoginItemManager manager;
+            settle(manager, Status::notRegistered);
+            // A file where the folder of the entries belongs.
+            QDir(LoginItemStage::folder()).removeRecursively();
+            QFile file(LoginItemStage::folder());
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            manager.setEnabled(true);
+            QCOMPARE(LoginItemManager().status(), Status::enabled);
+        }
+        QTRY_COMPARE(LoginItemManager().status(), Status::notRegistered);
+        QVERIFY(QFile::remove(LoginItemStage::folder()));
+    }
+
 private:
     /// Waits until the manager has read that state.
     static void settle(LoginItemManager& manager, Status status)

@@ -91,6 +91,8 @@ void MeterAccentTest::customTextsAreRead_data()
                                           << "custom:srgb:0.1000,0.2000,0.3000";
     QTest::newRow("too small to be told from 0") << "custom:srgb:1e-999,0.2,0.3"
                                                  << "custom:srgb:0.0000,0.2000,0.3000";
+    QTest::newRow("what lies between takes the even digit") << "custom:srgb:0.03125,0.15625,0.09375"
+                                                            << "custom:srgb:0.0312,0.1562,0.0938";
     QTest::newRow("exponents") << "custom:srgb:1e-1,2E-1,0.3"
                                << "custom:srgb:0.1000,0.2000,0.3000";
 }

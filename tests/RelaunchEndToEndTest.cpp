@@ -102,7 +102,7 @@ private Q_SLOTS:
         QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
     }
 
-    void withoutAShellTheApplicationStaysClosedAndSaysWhy()
+    void withoutAShellTheApplicationStaysClosedWithoutAWord()
     {
         // From its start on the kernel refuses it every new process.
         const auto kestrum = std::make_unique<QProcess>();
@@ -122,9 +122,7 @@ private Q_SLOTS:
         QVERIFY(kestrum->waitForFinished(patience));
         QCOMPARE(kestrum->exitStatus(), QProcess::NormalExit);
         QCOMPARE(kestrum->exitCode(), 0);
-        const QByteArray said = kestrum->readAllStandardError();
-        QCOMPARE(said.count("the shell cannot be started"), 1);
-        QCOMPARE(said.count("relaunch"), 1);
+        QCOMPARE(kestrum->readAllStandardError().count("relaunch"), 0);
         QTest::qWait(1000);
         QVERIFY(stage().settingsApplications().isEmpty());
     }

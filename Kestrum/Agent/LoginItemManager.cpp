@@ -147,12 +147,19 @@ void LoginItemManager::setStatus(Status status)
 
 void LoginItemManager::refresh()
 {
+    read(this);
+}
+
+void LoginItemManager::read(const QPointer<LoginItemManager>& asker)
+{
     run([service = AgentLoginItem::service()] { return service.status(); },
-        [self = QPointer(this)](Status status) {
-            if (!self)
+        [asker](Status status) {
+            if (!asker) {
+                lastKnownStatus() = status;
                 return;
-            self->setStatus(status);
-            Q_EMIT self->refreshed();
+            }
+            asker->setStatus(status);
+            Q_EMIT asker->refreshed();
         });
 }
 
@@ -171,6 +178,8 @@ void LoginItemManager::setEnabled(bool enabled)
                 Log::error(logArea, QStringLiteral("login item: %1").arg(*message));
             if (self)
                 self->finish(message);
+            else
+                read({});
         });
 }
 

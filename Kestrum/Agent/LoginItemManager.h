@@ -3,6 +3,7 @@
 #include "KestrumShared/Machine/AgentLoginItem.h"
 
 #include <QObject>
+#include <QPointer>
 #include <QString>
 #include <optional>
 
@@ -49,6 +50,8 @@ Q_SIGNALS:
 
 private:
     void setStatus(Status status);
+    /// Reads the real state for all managers to come, and for `asker` if that is still there then.
+    static void read(const QPointer<LoginItemManager>& asker);
     void finish(const std::optional<QString>& message);
 
     Status m_status;

@@ -3,7 +3,7 @@
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Rows.h"
 #include "Kestrum/Form/Theme.h"
-#include "Platform/Bundle.h"
+#include "KestrumShared/Machine/AppLinks.h"
 
 #include <QHBoxLayout>
 #include <QLabel>
@@ -14,11 +14,13 @@ namespace {
 
 constexpr int versionGap = 12; ///< between the version and the button
 
-/// The version that runs and its build, also where the two are equal: whoever reports a fault reads them here.
+/// The version of the agent that runs, which may be another copy's, else our own, and its build, also where the two are equal:
+/// whoever reports a fault reads them here.
 QString versionText()
 {
+    const Bundle bundle = AppLinks::runningAgentBundle().value_or(Bundle::main());
     const auto text
-        = [](const QString& key) { return Bundle::main().infoText(key).value_or(QStringLiteral("—")); };
+        = [&bundle](const QString& key) { return bundle.infoText(key).value_or(QStringLiteral("—")); };
     return text(QStringLiteral("CFBundleShortVersionString")) + QStringLiteral(" (")
         + text(QStringLiteral("CFBundleVersion")) + u')';
 }

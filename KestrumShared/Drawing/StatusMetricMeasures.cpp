@@ -8,13 +8,12 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/FixedText.h"
 #include "KestrumShared/Text/Units.h"
 #include "Platform/SymbolImage.h"
 
 #include <QHash>
-#include <charconv>
 #include <cmath>
-#include <iterator>
 
 namespace kestrum {
 namespace {
@@ -99,16 +98,6 @@ std::optional<QString> degreesText(std::optional<double> celsius)
     if (!isPresent(celsius))
         return std::nullopt;
     return Units::degrees(*celsius);
-}
-
-// As C's "%.1f" writes it, whatever the language: a half that is one exactly, as of 1.25 GiB, goes to the even
-// digit. `QString::number` rounds it up.
-QString fixedText(double number, int decimals)
-{
-    char text[32];
-    const auto end
-        = std::to_chars(std::begin(text), std::end(text), number, std::chars_format::fixed, decimals);
-    return QString::fromLatin1(text, end.ptr - text);
 }
 
 QString gibibytesText(double bytes)

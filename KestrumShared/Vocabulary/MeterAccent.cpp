@@ -1,5 +1,6 @@
 #include "KestrumShared/Vocabulary/MeterAccent.h"
 
+#include "KestrumShared/Text/FixedText.h"
 #include "KestrumShared/Vocabulary/Enumeration.h"
 
 #include <QStringList>
@@ -82,7 +83,7 @@ double quantised(double component)
 
 QString decimals(double component)
 {
-    return QString::number(component, 'f', 4);
+    return fixedText(component, 4);
 }
 
 } // namespace

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+#include <charconv>
+#include <iterator>
+
+namespace kestrum {
+
+/// `number` with so many `decimals`, as C's "%f" writes it whatever the language: what lies exactly between two texts, as 0.25
+/// with one decimal, takes the even digit. `QString::number` rounds it up.
+inline QString fixedText(double number, int decimals)
+{
+    char text[512]; // the largest number has 309 digits
+    const auto end
+        = std::to_chars(std::begin(text), std::end(text), number, std::chars_format::fixed, decimals);
+    return QString::fromLatin1(text, end.ptr - text);
+}
+
+} // namespace kestrum

@@ -44,6 +44,9 @@ class LoginItemManagerTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
+        // The ordinary user that the stage makes of root may not see it.
+        m_germanTexts = contentOf(qEnvironmentVariable("KESTRUM_SOURCE")
+            + QStringLiteral("/Resources/de.lproj/Localizable.strings"));
         m_stage = std::make_unique<LoginItemStage>();
         registerFactoryDefaults();
         qInstallMessageHandler(remember);
@@ -276,8 +279,7 @@ private Q_SLOTS:
     void messagesAreInTheInterfaceLanguage()
     {
         write(m_stage->bundlePath() + QStringLiteral("/Contents/Resources/de.lproj/Localizable.strings"),
-            contentOf(qEnvironmentVariable("KESTRUM_SOURCE")
-                + QStringLiteral("/Resources/de.lproj/Localizable.strings")));
+            m_germanTexts);
         Bundle::setMain(Bundle(m_stage->bundlePath()));
         Setting { Keys::language }.set(QStringLiteral("de"));
         for (const Block block : { Block::suppressed, Block::translocated, Block::incomplete }) {
@@ -401,6 +403,7 @@ private:
     }
 
     std::unique_ptr<LoginItemStage> m_stage;
+    QByteArray m_germanTexts;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemManagerTest)

@@ -122,6 +122,9 @@ private Q_SLOTS:
         m_stage = std::make_unique<LoginItemStage>();
         SettingsWindow::prepareProgram();
         const QString contents = Bundle::main().path() + QStringLiteral("/Contents/");
+        if (QDir(contents).isEmpty())
+            QSKIP("the ordinary user that root becomes here may not look into the folder that this was built "
+                  "in");
         QVERIFY(QDir(m_stage->bundlePath()).mkpath(QStringLiteral("Contents")));
         for (const char* part : { "Resources", "Info.plist" })
             QVERIFY(QFile::link(contents + QLatin1StringView(part),

@@ -7,6 +7,7 @@
 #include "Kestrum/Pictures.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/SystemAppearance.h"
+#include "tests/FileContent.h"
 #include "tests/LoginItemStage.h"
 #include "tests/OwnProcesses.h"
 #include "tests/SettingsWindow.h"
@@ -37,6 +38,8 @@ class PagePicturesTest : public QObject {
         explicit Scene(bool withAgent = true)
         {
             if (withAgent) {
+                standIns.tree().write(QStringLiteral("Kestrum.app/KestrumAgent.app/Contents/Info.plist"),
+                    contentOf(Bundle::main().path() + QStringLiteral("/Contents/Info.plist")));
                 // Wholly the ordinary user's, or that user may not see what it runs.
                 agent.setChildProcessModifier([] {
                     ::setresgid(::getegid(), ::getegid(), ::getegid());

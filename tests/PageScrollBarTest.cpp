@@ -1,5 +1,6 @@
 #include "Kestrum/Form/PageScrollBar.h"
 #include "Kestrum/Form/FormPage.h"
+#include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Row.h"
 #include "tests/TestHome.h"
 
@@ -54,6 +55,24 @@ private Q_SLOTS:
         QCOMPARE(page.bar().geometry().right(), page.page.width() - 1);
         page.page.resize(436, 2000);
         QTRY_VERIFY(!page.bar().isVisible());
+    }
+
+    void aPageWithTextsThatWrapHasNoneAsLongAsItFits()
+    {
+        for (int words = 1; words <= 40; ++words) {
+            Page page(2);
+            const QString text = QStringLiteral("several ").repeated(words).trimmed();
+            page.card->add(new Row(text, new PushButton(QStringLiteral("Button"))));
+            page.card->setFootnote(text);
+            QTest::qWait(1); // until the new row is seen
+            const int height = page.page.widget()->heightForWidth(436);
+            page.page.resize(436, height);
+            QTest::qWait(1);
+            QCOMPARE(page.maximum(), 0);
+            QVERIFY(!page.bar().isVisible());
+            page.page.resize(436, height - 1);
+            QTRY_COMPARE(page.maximum(), 1);
+        }
     }
 
     void aDragGoesToBothEnds()

@@ -9,6 +9,21 @@
 
 namespace kestrum {
 
+namespace {
+
+/// Where texts wrap, the height follows the width. The least height, that of the texts at their narrowest, would have a page that
+/// fits scroll by a few points.
+class Column final : public QWidget {
+public:
+    QSize minimumSizeHint() const override
+    {
+        const QSize least = QWidget::minimumSizeHint();
+        return layout()->hasHeightForWidth() ? QSize(least.width(), 0) : least;
+    }
+};
+
+} // namespace
+
 FormPage::FormPage(QWidget* parent)
     : QScrollArea(parent)
 {
@@ -17,7 +32,7 @@ FormPage::FormPage(QWidget* parent)
     setWidgetResizable(true);
     // The page itself takes no keyboard focus, its controls do.
     setFocusPolicy(Qt::NoFocus);
-    auto* column = new QWidget;
+    auto* column = new Column;
     auto* layout = new QVBoxLayout(column);
     layout->setSpacing(Theme::sectionGap);
     layout->addStretch(1);

@@ -126,8 +126,9 @@ void WindowStormTest::theWindowStaysRightSmallAndSilent()
     SettingsWindow window;
     const QtMessageHandler usual = qInstallMessageHandler(keepMessage);
     RandomWrites writes;
-    Peer writer(
-        { QStringLiteral("store"), SharedSettings::suiteName(), QString::number(1000 / writesPerSecond) });
+    // It rests for half of the time, so that it keeps up.
+    const QString rest = QString::number(1000 / writesPerSecond / 2);
+    Peer writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });
     const auto storm = [&](int duration) {
         for (int second = 0; second < duration; ++second) {
             for (int i = 0; i < writesPerSecond; ++i)
@@ -145,7 +146,7 @@ void WindowStormTest::theWindowStaysRightSmallAndSilent()
     writer.say("settingsPane [\"general\"]");
     writer.say("theStormIsOver [true]");
     QTRY_VERIFY_WITH_TIMEOUT(
-        SharedSettings::store().storedDictionary().contains(QStringLiteral("theStormIsOver")), 20'000);
+        SharedSettings::store().storedDictionary().contains(QStringLiteral("theStormIsOver")), 30'000);
     QTRY_COMPARE(window.view.page(), SettingsPage::general);
     // What the agent leaves is looked at when the agent says so.
     SharedSettings::post(SharedSettings::Signal::updateAvailable);

@@ -105,20 +105,10 @@ private Q_SLOTS:
 
     void aPushButton()
     {
-        open("general");
-        QVERIFY(isOpen());
-        stage().write("updaterCanCheck", "true");
-        const QString name = text("Updates/push button Check Now");
-        QTRY_VERIFY_WITH_TIMEOUT(window().control(name).isFound(), patience);
-        const auto listener = Programs::started(stage().program("kestrumctl"),
-            { text("listen"), text("checkForUpdates"), text("--count"), text("1"), text("--timeout"),
-                text("20") });
-        listener->setReadChannel(QProcess::StandardError);
-        QVERIFY(listener->waitForReadyRead(patience));
-        QVERIFY(window().tabTo(name).isFound());
-        window().press("space");
-        QVERIFY(listener->waitForFinished(patience));
-        QVERIFY(listener->readAllStandardOutput().contains("checkForUpdates"));
+        pressCheckNow([this](const QString& name) {
+            QVERIFY(window().tabTo(name).isFound());
+            window().press("space");
+        });
     }
 
     void thePreviewsItems()

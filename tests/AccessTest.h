@@ -38,6 +38,23 @@ protected:
     {
         QTRY_COMPARE_WITH_TIMEOUT(stage().read(key), json, Programs::patience);
     }
+    /// Opens the page of the button "Check Now" and has it pressed; fails where the signal is not heard in another process.
+    template <class Press> void pressCheckNow(const Press& press)
+    {
+        open("general");
+        QVERIFY(isOpen());
+        stage().write("updaterCanCheck", "true");
+        const QString name = text("Updates/push button Check Now");
+        QTRY_VERIFY_WITH_TIMEOUT(window().control(name).isFound(), Programs::patience);
+        const auto listener = Programs::started(stage().program("kestrumctl"),
+            { text("listen"), text("checkForUpdates"), text("--count"), text("1"), text("--timeout"),
+                text("20") });
+        listener->setReadChannel(QProcess::StandardError);
+        QVERIFY(listener->waitForReadyRead(Programs::patience));
+        press(name);
+        QVERIFY(listener->waitForFinished(Programs::patience));
+        QVERIFY(listener->readAllStandardOutput().contains("checkForUpdates"));
+    }
     bool isOpen() const { return m_tree->isUp() && m_window && m_window->isUp(); }
     AccessWindow& window() const { return *m_window; }
 

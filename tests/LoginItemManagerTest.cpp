@@ -1,3 +1,6 @@
+// Longer than other files: what one manager finds out all others of the process know, and these tests are the life of one process,
+// from when nothing is known.
+
 #include "Kestrum/Agent/LoginItemManager.h"
 
 #include "KestrumShared/Settings/Setting.h"
@@ -44,9 +47,6 @@ class LoginItemManagerTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // The ordinary user that the stage makes of root may not see it.
-        m_germanTexts = contentOf(qEnvironmentVariable("KESTRUM_SOURCE")
-            + QStringLiteral("/Resources/de.lproj/Localizable.strings"));
         m_stage = std::make_unique<LoginItemStage>();
         registerFactoryDefaults();
         qInstallMessageHandler(remember);
@@ -266,10 +266,7 @@ private Q_SLOTS:
         settle(manager, Status::notRegistered);
         write(LoginItemStage::folder(), "mine");
         const QString words = m_stage->service().registerItem()->text;
-        write(m_stage->bundlePath() + QStringLiteral("/Contents/Resources/fr.lproj/Localizable.strings"),
-            '"' + words.toUtf8() + "\" = \"translated\";");
-        Bundle::setMain(Bundle(m_stage->bundlePath()));
-        Setting { Keys::language }.set(QStringLiteral("fr"));
+        chooseLanguageWithTextFor(words.toUtf8());
         QCOMPARE(AppLanguage::string(words), QStringLiteral("translated"));
         manager.setEnabled(true);
         QTRY_VERIFY(manager.lastError());
@@ -278,13 +275,9 @@ private Q_SLOTS:
 
     void messagesAreInTheInterfaceLanguage()
     {
-        write(m_stage->bundlePath() + QStringLiteral("/Contents/Resources/de.lproj/Localizable.strings"),
-            m_germanTexts);
-        Bundle::setMain(Bundle(m_stage->bundlePath()));
-        Setting { Keys::language }.set(QStringLiteral("de"));
         for (const Block block : { Block::suppressed, Block::translocated, Block::incomplete }) {
-            QVERIFY(!LoginItemManager::message(block).isEmpty());
-            QVERIFY(LoginItemManager::message(block) != QString::fromUtf8(AgentLoginItem::message(block)));
+            chooseLanguageWithTextFor(AgentLoginItem::message(block));
+            QCOMPARE(LoginItemManager::message(block), QStringLiteral("translated"));
         }
     }
 
@@ -394,6 +387,14 @@ private Q_SLOTS:
     }
 
 private:
+    void chooseLanguageWithTextFor(const QByteArray& key) const
+    {
+        write(m_stage->bundlePath() + QStringLiteral("/Contents/Resources/fr.lproj/Localizable.strings"),
+            '"' + key + "\" = \"translated\";");
+        Bundle::setMain(Bundle(m_stage->bundlePath()));
+        Setting { Keys::language }.set(QStringLiteral("fr"));
+    }
+
     /// Waits until the manager has read that state.
     static void settle(LoginItemManager& manager, Status status)
     {
@@ -403,7 +404,6 @@ private:
     }
 
     std::unique_ptr<LoginItemStage> m_stage;
-    QByteArray m_germanTexts;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemManagerTest)

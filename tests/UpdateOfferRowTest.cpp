@@ -11,7 +11,6 @@
 #include "tests/TestBundle.h"
 
 #include <QAccessible>
-#include <QApplication>
 #include <QLabel>
 #include <QShowEvent>
 #include <QVBoxLayout>

@@ -9,7 +9,6 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <QStyledItemDelegate>
-#include <algorithm>
 
 namespace kestrum {
 
@@ -39,7 +38,7 @@ public:
         const int picture = hasPicture(index) ? m_picker.iconSize().width() + Theme::pictureGap : 0;
         const int title = font.horizontalAdvance(index.data().toString());
         return { 2 * cardInset + tickRoom + picture + title + trailingPadding,
-            std::max(Theme::controlHeight, font.height() + Theme::controlTextRoom) };
+            Theme::controlHeight(font.height()) };
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override

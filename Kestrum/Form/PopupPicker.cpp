@@ -90,8 +90,7 @@ int PopupPicker::widthWith(bool isWithTitle) const
 
 QSize PopupPicker::sizeHint() const
 {
-    return { widthWith(true),
-        std::max(Theme::controlHeight, fontMetrics().height() + Theme::controlTextRoom) };
+    return { widthWith(true), Theme::controlHeight(fontMetrics().height()) };
 }
 
 QSize PopupPicker::minimumSizeHint() const

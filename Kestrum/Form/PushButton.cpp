@@ -5,7 +5,6 @@
 
 #include <QEvent>
 #include <QPainter>
-#include <algorithm>
 
 namespace kestrum {
 
@@ -28,8 +27,7 @@ PushButton::PushButton(const QString& text, QWidget* parent)
 QSize PushButton::sizeHint() const
 {
     const QSize size = fontMetrics().size(Qt::TextShowMnemonic, text());
-    return { size.width() + 2 * sidePadding,
-        std::max(Theme::controlHeight, size.height() + Theme::controlTextRoom) };
+    return { size.width() + 2 * sidePadding, Theme::controlHeight(size.height()) };
 }
 
 void PushButton::paintPlate(QPainter& painter, const QWidget& control, bool isPressed)

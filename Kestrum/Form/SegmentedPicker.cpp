@@ -54,8 +54,7 @@ public:
         const QSize plain = QFontMetrics(plainFont()).size(Qt::TextShowMnemonic, text());
         const QSize chosen = QFontMetrics(chosenFont()).size(Qt::TextShowMnemonic, text());
         m_size = { std::max(plain.width(), chosen.width()) + 2 * segmentPadding,
-            std::max(
-                Theme::controlHeight, std::max(plain.height(), chosen.height()) + Theme::controlTextRoom) };
+            Theme::controlHeight(std::max(plain.height(), chosen.height())) };
     }
 
 protected:
@@ -198,13 +197,13 @@ QList<QRect> SegmentedPicker::places(int width) const
 QSize SegmentedPicker::sizeHint() const
 {
     const QList<QRect> row = places(QWIDGETSIZE_MAX);
-    return row.isEmpty() ? QSize(0, Theme::controlHeight)
+    return row.isEmpty() ? QSize(0, Theme::controlHeight())
                          : QSize(row.last().right() + 1, row.last().height());
 }
 
 QSize SegmentedPicker::minimumSizeHint() const
 {
-    QSize widest(0, Theme::controlHeight);
+    QSize widest(0, Theme::controlHeight());
     for (const QAbstractButton* segment : m_group->buttons())
         widest = widest.expandedTo(segment->sizeHint());
     return widest;
@@ -213,7 +212,7 @@ QSize SegmentedPicker::minimumSizeHint() const
 int SegmentedPicker::heightForWidth(int width) const
 {
     const QList<QRect> all = places(width);
-    return all.isEmpty() ? Theme::controlHeight : all.last().bottom() + 1;
+    return all.isEmpty() ? Theme::controlHeight() : all.last().bottom() + 1;
 }
 
 void SegmentedPicker::layOut()

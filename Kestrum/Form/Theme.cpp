@@ -216,4 +216,11 @@ QFont Theme::font(TextStyle style)
     return font;
 }
 
+int Theme::controlHeight(int textHeight)
+{
+    constexpr int least = 26;
+    constexpr int room = 8; // above and below the text together
+    return std::max(least, textHeight + room);
+}
+
 } // namespace kestrum

@@ -67,6 +67,9 @@ enum class TextStyle {
 /// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale.
 QFont font(TextStyle style);
 
+/// How high a control is that is pressed or opened: enough for its line of text, which may be of any height.
+int controlHeight(int textHeight = 0);
+
 inline constexpr int pageMargin = 20;
 inline constexpr int narrowPageMargin = 16;
 inline constexpr int narrowPageWidth = 460; ///< below it the narrow margin holds
@@ -75,10 +78,8 @@ inline constexpr double cardRadius = 10;
 inline constexpr int sectionGap = 20;
 inline constexpr int headingGap = 8;
 inline constexpr int footnoteGap = 6;
-inline constexpr int rowInset = 12;       ///< of rows and of the separators between them
-inline constexpr int controlHeight = 26;  ///< of what holds a line of text and is pressed, at least
-inline constexpr int controlTextRoom = 8; ///< above and below that text together, however large it is
-inline constexpr int pictureGap = 8;      ///< between a picture and the title that it belongs to
+inline constexpr int rowInset = 12;  ///< of rows and of the separators between them
+inline constexpr int pictureGap = 8; ///< between a picture and the title that it belongs to
 inline constexpr double disabledOpacity = 0.45;
 inline constexpr double focusRingWidth = 2;
 inline constexpr double focusRingGap = 1;

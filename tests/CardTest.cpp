@@ -1,6 +1,7 @@
 #include "Kestrum/Form/Card.h"
 
 #include "Kestrum/Form/Row.h"
+#include "Kestrum/Form/WrappedLabel.h"
 #include "tests/ControlWindow.h"
 #include "tests/TestHome.h"
 
@@ -135,7 +136,7 @@ private Q_SLOTS:
     void aHeaderTakesTheHeadingsPlace()
     {
         auto* only = content(40);
-        auto* header = new QLabel(QStringLiteral("CPU"));
+        auto* header = new WrappedLabel(Theme::TextStyle::heading, QStringLiteral("CPU"));
         auto* card = new Card({ only });
         card->setHeader(header);
         const Stage stage(card);
@@ -148,11 +149,11 @@ private Q_SLOTS:
     {
         for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
             auto* card = new Card({ content(40) });
-            auto* header = new QLabel(QStringLiteral("CPU"));
+            auto* header = new WrappedLabel(Theme::TextStyle::heading, QStringLiteral("CPU"));
             card->setHeader(header);
             card->setFootnote(QStringLiteral("Note"));
             const Stage stage(card, direction);
-            for (QLabel* label : { header, stage.label(QStringLiteral("Note")) }) {
+            for (QLabel* label : { static_cast<QLabel*>(header), stage.label(QStringLiteral("Note")) }) {
                 const QImage picture = label->grab().toImage();
                 const auto isInked = [&picture](int from, int to) {
                     const QRgb ground = picture.pixel(picture.width() / 2, 0);
@@ -214,7 +215,7 @@ private Q_SLOTS:
         QCOMPARE(group->text(QAccessible::Name), QString());
         card.setHeading(QStringLiteral("Units"));
         QCOMPARE(group->text(QAccessible::Name), QStringLiteral("Units"));
-        card.setHeader(new QLabel(QStringLiteral("CPU")));
+        card.setHeader(new WrappedLabel(Theme::TextStyle::heading, QStringLiteral("CPU")));
         QCOMPARE(group->text(QAccessible::Name), QStringLiteral("CPU"));
     }
 };

@@ -31,6 +31,41 @@ private Q_SLOTS:
         QCOMPARE(Stage(0, Qt::LeftToRight, red()).picker->width(), size.width() + 20);
     }
 
+    void anotherFontMakesAnotherWidth()
+    {
+        const Stage stage;
+        const auto wanted = [&stage] {
+            int widest = 0;
+            for (const QString& title : titles)
+                widest = std::max(widest, stage.picker->fontMetrics().horizontalAdvance(title));
+            return widest + 39;
+        };
+        QVERIFY(std::abs(stage.picker->sizeHint().width() - wanted()) <= 1);
+        for (const int pixels : { 24, 9 }) {
+            QFont font = stage.picker->font();
+            font.setPixelSize(pixels);
+            stage.picker->setFont(font);
+            QVERIFY(std::abs(stage.picker->sizeHint().width() - wanted()) <= 1);
+        }
+    }
+
+    void thereIsNoListBeforeItIsOpened()
+    {
+        const Stage stage(0, Qt::LeftToRight, red());
+        QVERIFY(stage.picker->findChildren<QAbstractItemView*>().isEmpty());
+        stage.picker->showPopup();
+        QCOMPARE(stage.picker->findChildren<QAbstractItemView*>().size(), 1);
+        // A list that is there follows another font.
+        const int before = stage.picker->view()->sizeHintForRow(0);
+        QFont font = stage.picker->font();
+        font.setPixelSize(30);
+        stage.picker->setFont(font);
+        QVERIFY(stage.picker->view()->sizeHintForRow(0) > before);
+        QCOMPARE(stage.picker->view()->visualRect(stage.picker->model()->index(0, 0)).height(),
+            stage.picker->view()->sizeHintForRow(0));
+        stage.picker->hidePopup();
+    }
+
     void withoutAChoiceTheFieldIsEmpty()
     {
         const Stage stage(-1);

@@ -13,6 +13,7 @@
 
 #include <QDir>
 #include <QLabel>
+#include <sys/resource.h>
 
 using namespace kestrum;
 
@@ -46,6 +47,32 @@ private Q_SLOTS:
         QCOMPARE(SharedSettings::store().storedDictionary().value(QLatin1StringView("settingsPane")), stored);
         QTest::keyClick(&w.view, Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(storedText("settingsPane"), QStringLiteral("menuBar"));
+    }
+
+    // Of the popovers' page this is not wanted: its pictures have gradients and translucent grounds.
+    void paintingAPageWakesNoOtherThread_data()
+    {
+        QTest::addColumn<SettingsPage>("page");
+        QTest::newRow("menu bar") << SettingsPage::menuBar;
+        QTest::newRow("general") << SettingsPage::general;
+    }
+    void paintingAPageWakesNoOtherThread()
+    {
+        QFETCH(SettingsPage, page);
+        SettingsWindow w;
+        w.view.showPage(page);
+        QImage image(w.view.size(), QImage::Format_RGB32);
+        w.view.render(&image);
+        // A thread that is asked and waited for shows as a voluntary switch.
+        rusage before {};
+        rusage after {};
+        ::getrusage(RUSAGE_SELF, &before);
+        for (int i = 0; i < 50; ++i)
+            w.view.render(&image);
+        ::getrusage(RUSAGE_SELF, &after);
+        // Fewer than one in ten paintings: the system itself makes a process wait now and then.
+        QVERIFY2(after.ru_nvcsw - before.ru_nvcsw < 5,
+            qPrintable(QString::number(after.ru_nvcsw - before.ru_nvcsw)));
     }
 
     void theWindowReopensOnThePageLastShown()

@@ -23,6 +23,26 @@ private Q_SLOTS:
         QCOMPARE(Theme::contrast(QColor(0, 0, 0, 0), Qt::white), 1.0);
     }
 
+    void anOpaqueColourStandsForATranslucentOne()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            SystemAppearance::shared().setScheme(scheme);
+            for (const Colour colour : { Colour::cardBorder, Colour::separator, Colour::scrollThumb }) {
+                QImage pixel(1, 1, QImage::Format_ARGB32_Premultiplied);
+                pixel.fill(Theme::colour(Colour::card));
+                QPainter(&pixel).fillRect(0, 0, 1, 1, Theme::colour(colour));
+                const QColor painted = pixel.pixelColor(0, 0);
+                const QColor stated = Theme::colourOn(Colour::card, colour);
+                QCOMPARE(stated.alpha(), 255);
+                QVERIFY(std::abs(stated.red() - painted.red()) <= 1);
+                QVERIFY(std::abs(stated.green() - painted.green()) <= 1);
+                QVERIFY(std::abs(stated.blue() - painted.blue()) <= 1);
+                QVERIFY(stated != Theme::colour(Colour::card));
+            }
+        }
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
     void textIsReadableOnItsGround_data()
     {
         QTest::addColumn<Colour>("text");

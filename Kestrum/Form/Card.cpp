@@ -2,10 +2,10 @@
 
 #include "Kestrum/Form/AccessibleGroup.h"
 #include "Kestrum/Form/Theme.h"
+#include "Kestrum/Form/WrappedLabel.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
 #include <QEvent>
-#include <QLabel>
 #include <QPainter>
 #include <QVBoxLayout>
 #include <utility>
@@ -31,7 +31,7 @@ private:
             return;
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Theme::colour(Theme::Colour::cardBorder));
+        painter.setPen(Theme::colourOn(Theme::Colour::card, Theme::Colour::cardBorder));
         painter.setBrush(Theme::colour(Theme::Colour::card));
         painter.drawRoundedRect(
             QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), Theme::cardRadius, Theme::cardRadius);
@@ -52,20 +52,15 @@ private:
 Card::Card(Ground ground, QWidget* parent)
     : QWidget(parent)
     , m_plate(new Plate(ground, this))
-    , m_heading(new QLabel(this))
-    , m_footnote(new QLabel(this))
+    , m_heading(new WrappedLabel(Theme::TextStyle::heading, {}, this))
+    , m_footnote(new WrappedLabel(Theme::TextStyle::footnote, {}, this))
 {
     groupForAssistance<Card>();
-    m_heading->setFont(Theme::font(Theme::TextStyle::heading));
     m_heading->setContentsMargins(0, 0, 0, Theme::headingGap);
-    m_footnote->setFont(Theme::font(Theme::TextStyle::footnote));
     m_footnote->setForegroundRole(QPalette::PlaceholderText);
     m_footnote->setContentsMargins(0, Theme::footnoteGap, 0, 0);
-    for (QLabel* label : { m_heading, m_footnote }) {
-        label->setTextFormat(Qt::PlainText);
-        label->setWordWrap(true);
-        label->hide();
-    }
+    m_heading->hide();
+    m_footnote->hide();
     alignTexts();
 
     auto* layout = new QVBoxLayout(this);
@@ -103,7 +98,7 @@ void Card::setFootnote(const QString& text)
     m_footnote->setVisible(!text.isEmpty());
 }
 
-void Card::setHeader(QLabel* header)
+void Card::setHeader(WrappedLabel* header)
 {
     m_header = header;
     header->setContentsMargins(0, 0, 0, Theme::headingGap);
@@ -122,7 +117,7 @@ void Card::alignTexts()
 {
     // With the page, not each by its own letters: names such as "CPU" are the same in every language.
     const Qt::Alignment side = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
-    for (QLabel* label : { m_heading, m_header, m_footnote }) {
+    for (WrappedLabel* label : { m_heading, m_header, m_footnote }) {
         if (label)
             label->setAlignment(side | Qt::AlignVCenter | Qt::AlignAbsolute);
     }

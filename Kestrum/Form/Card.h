@@ -4,10 +4,9 @@
 #include <QWidget>
 #include <initializer_list>
 
-class QLabel;
-class QVBoxLayout;
-
 namespace kestrum {
+
+class WrappedLabel;
 
 /// One section of a page: contents one below the other on a rounded card, with hairlines between them, under
 /// an optional heading and above an optional footnote. The page places it and limits its width. To assistive programs it is a
@@ -29,7 +28,7 @@ public:
     void setHeading(const QString& text);
     void setFootnote(const QString& text);
     /// Another heading in place of a text, such as one with a symbol; the card owns it.
-    void setHeader(QLabel* header);
+    void setHeader(WrappedLabel* header);
 
     /// Puts `content` below what is there; the card owns it.
     void add(QWidget* content);
@@ -42,9 +41,9 @@ private:
     void alignTexts();
 
     Plate* m_plate;
-    QLabel* m_heading;
-    QLabel* m_header = nullptr;
-    QLabel* m_footnote;
+    WrappedLabel* m_heading;
+    WrappedLabel* m_header = nullptr;
+    WrappedLabel* m_footnote;
 };
 
 } // namespace kestrum

@@ -57,7 +57,7 @@ void PageScrollBar::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::colour(
+    painter.setBrush(Theme::colourOn(Theme::Colour::window,
         m_grabbed || underMouse() ? Theme::Colour::scrollThumbHovered : Theme::Colour::scrollThumb));
     painter.drawRoundedRect(thumb(), thumbWidth / 2.0, thumbWidth / 2.0);
 }

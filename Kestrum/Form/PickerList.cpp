@@ -35,7 +35,7 @@ public:
         if (isDivider(index))
             return { 0, dividerHeight };
         const QFontMetrics font(m_picker.font());
-        const int picture = hasPicture(index) ? m_picker.iconSize().width() + Theme::pictureGap : 0;
+        const int picture = hasPicture(index) ? Theme::pictureSize + Theme::pictureGap : 0;
         const int title = font.horizontalAdvance(index.data().toString());
         return { 2 * cardInset + tickRoom + picture + title + trailingPadding,
             Theme::controlHeight(font.height()) };
@@ -89,10 +89,10 @@ private:
         }
         int leading = row.left() + tickRoom;
         if (hasPicture(index)) {
-            const QSize size = m_picker.iconSize();
-            const QRect place(QPoint(leading, row.center().y() - (size.height() - 1) / 2), size);
+            constexpr int size = Theme::pictureSize;
+            const QRect place(leading, row.center().y() - (size - 1) / 2, size, size);
             index.data(Qt::DecorationRole).value<QIcon>().paint(&painter, mirrored(place));
-            leading += size.width() + Theme::pictureGap;
+            leading += size + Theme::pictureGap;
         }
         const QRect title(leading, row.top(), row.right() - leading, row.height());
         painter.setFont(m_picker.font());

@@ -18,8 +18,7 @@ namespace {
 constexpr int positionRole = Qt::UserRole; ///< of a choice among the choices; a divider has none
 
 constexpr int leadingPadding = 12; ///< before the picture or the title
-constexpr int pictureSize = 12;
-constexpr int markGap = 10; ///< between the title and the mark
+constexpr int markGap = 10;        ///< between the title and the mark
 constexpr int markWidth = 7;
 constexpr int markPadding = 10; ///< after the mark
 
@@ -42,7 +41,6 @@ PopupPicker::PopupPicker(QWidget* parent)
 {
     setFont(Theme::font(Theme::TextStyle::body));
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
-    setIconSize({ pictureSize, pictureSize });
     setAttribute(Qt::WA_Hover);
     connect(this, &QComboBox::activated, this,
         [this](int row) { Q_EMIT chosen(itemData(row, positionRole).toInt()); });
@@ -56,6 +54,7 @@ void PopupPicker::addEntry(const QString& title, const QIcon& picture)
     const int shown = currentIndex();
     addItem(picture, title, position);
     setCurrentIndex(shown); // the first entry would choose itself
+    m_longestTitle = std::max(m_longestTitle, widthOf(title));
     updateGeometry();
 }
 
@@ -75,28 +74,29 @@ void PopupPicker::setIndex(int index)
     setCurrentIndex(index < 0 ? -1 : findData(index, positionRole));
 }
 
-int PopupPicker::widthWith(bool isWithTitle) const
+int PopupPicker::widthOf(const QString& title) const
 {
-    int widest = 0;
+    return int(std::ceil(QFontMetricsF(font()).horizontalAdvance(title)));
+}
+
+int PopupPicker::widthWith(int titleWidth) const
+{
     bool hasPicture = false;
-    for (int row = 0; row < count(); ++row) {
-        if (isWithTitle)
-            widest = std::max(widest, int(std::ceil(QFontMetricsF(font()).horizontalAdvance(itemText(row)))));
+    for (int row = 0; row < count(); ++row)
         hasPicture |= !itemIcon(row).isNull();
-    }
-    return leadingPadding + (hasPicture ? pictureSize + Theme::pictureGap : 0) + widest + markGap + markWidth
-        + markPadding;
+    return leadingPadding + (hasPicture ? Theme::pictureSize + Theme::pictureGap : 0) + titleWidth + markGap
+        + markWidth + markPadding;
 }
 
 QSize PopupPicker::sizeHint() const
 {
-    return { widthWith(true), Theme::controlHeight(fontMetrics().height()) };
+    return { widthWith(m_longestTitle), Theme::controlHeight(fontMetrics().height()) };
 }
 
 QSize PopupPicker::minimumSizeHint() const
 {
     const int fewLetters = 4 * fontMetrics().averageCharWidth();
-    return { std::min(widthWith(false) + fewLetters, widthWith(true)), sizeHint().height() };
+    return { widthWith(std::min(fewLetters, m_longestTitle)), sizeHint().height() };
 }
 
 void PopupPicker::showPopup()
@@ -140,9 +140,9 @@ void PopupPicker::paintEvent(QPaintEvent*)
 
     int leading = leadingPadding;
     if (const QIcon picture = itemIcon(currentIndex()); !picture.isNull()) {
-        picture.paint(
-            &painter, mirrored(QRect(leading, (height() - pictureSize) / 2, pictureSize, pictureSize)));
-        leading += pictureSize + Theme::pictureGap;
+        constexpr int size = Theme::pictureSize;
+        picture.paint(&painter, mirrored(QRect(leading, (height() - size) / 2, size, size)));
+        leading += size + Theme::pictureGap;
     }
     const QRect title(leading, 0, width() - leading - markGap - markWidth - markPadding, height());
     painter.drawText(mirrored(title), int(Qt::AlignVCenter | Qt::AlignLeading | Qt::TextSingleLine),
@@ -162,9 +162,16 @@ void PopupPicker::wheelEvent(QWheelEvent* event)
 
 void PopupPicker::changeEvent(QEvent* event)
 {
-    QComboBox::changeEvent(event);
-    if (event->type() == QEvent::FontChange)
-        updateGeometry();
+    if (event->type() != QEvent::FontChange) {
+        QComboBox::changeEvent(event);
+        return;
+    }
+    // The base class would hand the font on to the list, and make one for that; ours asks the picker for its font.
+    QWidget::changeEvent(event);
+    m_longestTitle = 0;
+    for (int row = 0; row < count(); ++row)
+        m_longestTitle = std::max(m_longestTitle, widthOf(itemText(row)));
+    updateGeometry();
 }
 
 } // namespace kestrum

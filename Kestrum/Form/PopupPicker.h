@@ -37,9 +37,12 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
-    /// Of the field with the longest title, or with none.
-    int widthWith(bool isWithTitle) const;
+    int widthOf(const QString& title) const;
+    /// Of the field with a title as wide as `titleWidth`.
+    int widthWith(int titleWidth) const;
 
+    int m_longestTitle
+        = 0; ///< the width of the longest title: setting texts is what costs most when a page is laid out
     bool m_isOpen = false;
 };
 

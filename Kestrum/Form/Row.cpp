@@ -40,12 +40,9 @@ struct Row::Places {
 
 Row::Row(const QString& text, QWidget* control, QWidget* parent)
     : QWidget(parent)
-    , m_label(new QLabel(text, this))
+    , m_label(new WrappedLabel(Theme::TextStyle::body, text, this))
     , m_control(control)
 {
-    m_label->setFont(Theme::font(Theme::TextStyle::body));
-    m_label->setTextFormat(Qt::PlainText);
-    m_label->setWordWrap(true);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
     setSizePolicy(policy);

@@ -1,7 +1,6 @@
 #pragma once
 
-#include <QLabel>
-#include <QWidget>
+#include "Kestrum/Form/WrappedLabel.h"
 
 namespace kestrum {
 
@@ -40,7 +39,7 @@ private:
     Places places(int width) const;
     void layOut();
 
-    QLabel* m_label;
+    WrappedLabel* m_label;
     QWidget* m_control;
     QWidget* m_companion = nullptr;
 };

@@ -158,6 +158,11 @@ QColor Theme::colour(Colour colour, ColourScheme scheme)
     return colour == Colour::focusRing ? setOff(accent, scheme) : accent;
 }
 
+QColor Theme::colourOn(Colour ground, Colour colour)
+{
+    return laidOver(Theme::colour(colour), Theme::colour(ground));
+}
+
 double Theme::contrast(const QColor& text, const QColor& ground)
 {
     const double first = luminance(laidOver(text, ground));

@@ -49,6 +49,10 @@ enum class Colour {
 QColor colour(Colour colour);
 QColor colour(Colour colour, ColourScheme scheme);
 
+/// The opaque colour that a translucent one makes on `ground`. For large shapes and long lines: the painter fills what is
+/// translucent with the help of other threads, and waits for them longer than the drawing takes.
+QColor colourOn(Colour ground, Colour colour);
+
 /// The contrast of two colours, 1 to 21; what is translucent is laid over the other first.
 double contrast(const QColor& text, const QColor& ground);
 
@@ -78,8 +82,9 @@ inline constexpr double cardRadius = 10;
 inline constexpr int sectionGap = 20;
 inline constexpr int headingGap = 8;
 inline constexpr int footnoteGap = 6;
-inline constexpr int rowInset = 12;  ///< of rows and of the separators between them
-inline constexpr int pictureGap = 8; ///< between a picture and the title that it belongs to
+inline constexpr int rowInset = 12;    ///< of rows and of the separators between them
+inline constexpr int pictureSize = 12; ///< of a picture before a title
+inline constexpr int pictureGap = 8;   ///< between the two
 inline constexpr double disabledOpacity = 0.45;
 inline constexpr double focusRingWidth = 2;
 inline constexpr double focusRingGap = 1;

@@ -3,10 +3,13 @@
 #include "Kestrum/Form/Binding.h"
 #include "Kestrum/Form/ColourWell.h"
 #include "Kestrum/Form/PopupPicker.h"
+#include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Vocabulary/AccentSwatch.h"
 
-#include <QIcon>
+#include <QIconEngine>
+#include <QPainter>
+#include <utility>
 
 namespace kestrum {
 
@@ -15,15 +18,38 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto pauseTime = 100ms;
-constexpr double swatchSize = 12; ///< in points
 
-/// Sharp at both scales.
-QIcon icon(const std::function<QImage(double scale)>& swatch)
+using Swatch = std::function<QImage(double scale)>;
+
+/// Draws the swatch when it is to be seen: of the many in a list that is rarely opened, one is, and sharp at every scale.
+class SwatchEngine final : public QIconEngine {
+public:
+    explicit SwatchEngine(Swatch swatch)
+        : m_swatch(std::move(swatch))
+    {
+    }
+
+private:
+    void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override
+    {
+        painter->drawImage(rect.topLeft(), m_swatch(painter->deviceTransform().m11()));
+    }
+    QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override
+    {
+        return scaledPixmap(size, mode, state, 1);
+    }
+    QPixmap scaledPixmap(const QSize&, QIcon::Mode, QIcon::State, qreal scale) override
+    {
+        return QPixmap::fromImage(m_swatch(scale));
+    }
+    QIconEngine* clone() const override { return new SwatchEngine(m_swatch); }
+
+    Swatch m_swatch;
+};
+
+QIcon icon(const Swatch& swatch)
 {
-    QIcon icon;
-    for (const double scale : { 1.0, 2.0 })
-        icon.addPixmap(QPixmap::fromImage(swatch(scale)));
-    return icon;
+    return QIcon(new SwatchEngine(swatch));
 }
 
 } // namespace
@@ -37,7 +63,7 @@ AccentRow::AccentRow(const QString& title, const UnregisteredKey<MeterAccent>& k
     m_picker->setObjectName(QLatin1StringView(key.name));
     for (const MeterAccent& preset : MeterAccent::presets())
         m_picker->addEntry(preset.title(),
-            icon([&preset](double scale) { return AccentSwatch::image(preset, swatchSize, scale); }));
+            icon([preset](double scale) { return AccentSwatch::image(preset, Theme::pictureSize, scale); }));
     m_picker->addDivider();
     m_picker->addEntry(AppLanguage::string("Custom"));
     m_well->setAccessibleName(AppLanguage::string("%@ custom colour", { title }));
@@ -71,9 +97,9 @@ void AccentRow::showAccent()
     if (m_shown != accent) {
         m_shown = accent;
         m_picker->setItemIcon(m_picker->count() - 1,
-            isCustom
-                ? icon([&accent](double scale) { return AccentSwatch::drawn(accent, swatchSize, scale); })
-                : QIcon());
+            isCustom ? icon(
+                [accent](double scale) { return AccentSwatch::drawn(accent, Theme::pictureSize, scale); })
+                     : QIcon());
     }
     m_picker->setIndex(int(isCustom ? presets.size() : presets.indexOf(accent)));
     // The focus must not be lost with the well.

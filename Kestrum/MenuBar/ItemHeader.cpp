@@ -1,6 +1,5 @@
 #include "Kestrum/MenuBar/ItemHeader.h"
 
-#include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Drawing/HeadingBlue.h"
 #include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Text/AppLanguage.h"
@@ -20,19 +19,16 @@ constexpr int symbolGap = 5;
 } // namespace
 
 ItemHeader::ItemHeader(MonitorSection section, const char* title)
-    : QLabel(AppLanguage::string(title))
+    : WrappedLabel(Theme::TextStyle::heading, AppLanguage::string(title))
     , m_symbol(StatusMetricView::symbolName(section))
 {
-    setFont(Theme::font(Theme::TextStyle::heading));
-    setTextFormat(Qt::PlainText);
-    setWordWrap(true);
     setAlignment(Qt::AlignLeading | Qt::AlignVCenter);
     setIndent(symbolBox + symbolGap);
 }
 
 void ItemHeader::paintEvent(QPaintEvent* event)
 {
-    QLabel::paintEvent(event);
+    WrappedLabel::paintEvent(event);
     QPainter painter(this);
     const double scale = painter.deviceTransform().m11();
     const QColor blue = headingBlue(SystemAppearance::shared().scheme());

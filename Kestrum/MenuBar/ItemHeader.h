@@ -1,13 +1,12 @@
 #pragma once
 
+#include "Kestrum/Form/WrappedLabel.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
-
-#include <QLabel>
 
 namespace kestrum {
 
 /// The heading of one item's section: the item's symbol in blue and a title. To assistive programs it is the title alone.
-class ItemHeader final : public QLabel {
+class ItemHeader final : public WrappedLabel {
     Q_OBJECT
 public:
     /// `title` is English; people see it in the interface language.

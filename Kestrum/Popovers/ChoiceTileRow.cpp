@@ -28,11 +28,8 @@ struct ChoiceTileRow::Places {
 
 ChoiceTileRow::ChoiceTileRow(const QString& text, QWidget* parent)
     : QWidget(parent)
-    , m_label(new QLabel(text, this))
+    , m_label(new WrappedLabel(Theme::TextStyle::body, text, this))
 {
-    m_label->setFont(Theme::font(Theme::TextStyle::body));
-    m_label->setTextFormat(Qt::PlainText);
-    m_label->setWordWrap(true);
     ChoiceTileAccessible::install();
     setAccessibleName(text);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "Kestrum/Form/WrappedLabel.h"
 #include "Kestrum/Popovers/ChoiceTile.h"
 
-#include <QLabel>
 #include <QList>
 #include <QWidget>
 
@@ -50,7 +50,7 @@ private:
     int widestTile() const;
     void layOut();
 
-    QLabel* m_label;
+    WrappedLabel* m_label;
     QList<ChoiceTile*> m_tiles;
     const ChoiceTileRow* m_other = nullptr;
 };

@@ -17,7 +17,7 @@ private:
     {
         QPainter painter(this);
         // A handle one point wide takes the pointer on a wider strip, of which only the middle is the line.
-        painter.fillRect(contentsRect(), Theme::colour(Theme::Colour::separator));
+        painter.fillRect(contentsRect(), Theme::colourOn(Theme::Colour::window, Theme::Colour::separator));
     }
 };
 

@@ -4,9 +4,12 @@
 #include <QLocale>
 #include <QPainter>
 #include <cmath>
+#include <utility>
 
 namespace kestrum {
 namespace {
+
+constexpr double edgeOpacity = 0.25;
 
 QString decimalText(double number)
 {
@@ -35,14 +38,26 @@ QImage AccentSwatch::drawn(const MeterAccent& accent, double size, double scale)
     if (!(size > 0) || !(scale > 0))
         return QImage();
     const int pixels = int(std::ceil(size * scale));
-    QImage image(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
-    image.fill(Qt::transparent);
-    image.setDevicePixelRatio(scale);
+    QImage empty(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+    empty.fill(Qt::transparent);
+    empty.setDevicePixelRatio(scale);
+    const auto drawOutline = [size](QPainter& painter, const QBrush& inside, const QPen& edge) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setBrush(inside);
+        painter.setPen(edge);
+        painter.drawRoundedRect(QRectF(0.5, 0.5, size - 1, size - 1), 3, 3);
+    };
+    // The edge is drawn opaque and laid over: drawn translucent, the painter would wake other threads for it and wait for them.
+    QImage edge = empty;
+    {
+        QPainter painter(&edge);
+        drawOutline(painter, Qt::NoBrush, QPen(Qt::black, 1));
+    }
+    QImage image = std::move(empty);
     QPainter painter(&image);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.setBrush(accent.color());
-    painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.25F), 1));
-    painter.drawRoundedRect(QRectF(0.5, 0.5, size - 1, size - 1), 3, 3);
+    drawOutline(painter, accent.color(), Qt::NoPen);
+    painter.setOpacity(edgeOpacity);
+    painter.drawImage(0, 0, edge);
     return image;
 }
 

@@ -103,12 +103,15 @@ QStringList Bundle::localizations() const
 {
     auto& localizations = m_content->localizations;
     if (!localizations) {
-        static const QString suffix = QStringLiteral(".lproj");
-        localizations = QDir(resourcePath())
-                            .entryList({ QLatin1Char('*') + suffix }, QDir::Dirs | QDir::NoDotAndDotDot);
-        for (QString& name : *localizations)
-            name.chop(suffix.size());
-        localizations->sort();
+        static constexpr QLatin1StringView suffix(".lproj");
+        // Without a pattern for names, which would bring regular expressions into every start.
+        QStringList names;
+        for (const QString& name : QDir(resourcePath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            if (name.endsWith(suffix))
+                names.append(name.chopped(suffix.size()));
+        }
+        names.sort();
+        localizations = names;
     }
     return *localizations;
 }

@@ -110,8 +110,12 @@ QList<KernelValues::Level> KernelValues::levels() const
 
     if (result.isEmpty()) {
         std::map<int, QList<int>, std::greater<>> cpusByCapacity;
-        for (const QString& name : QDir(cpuFolder).entryList({ QStringLiteral("cpu*") }, QDir::Dirs)) {
-            const auto cpu = wholeNumber(name.mid(3).toLatin1(), maximumCpu);
+        // Names are looked at here: a pattern for them would bring regular expressions into every start.
+        static constexpr QLatin1StringView prefix("cpu");
+        for (const QString& name : QDir(cpuFolder).entryList(QDir::Dirs)) {
+            if (!name.startsWith(prefix))
+                continue;
+            const auto cpu = wholeNumber(name.mid(prefix.size()).toLatin1(), maximumCpu);
             if (!cpu || !isActive(*cpu, online))
                 continue;
             const auto text = content(cpuFolder + name + QStringLiteral("/cpu_capacity"));

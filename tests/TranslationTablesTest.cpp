@@ -81,15 +81,15 @@ class TranslationTablesTest : public QObject {
                 QStringLiteral("Application Cache Celsius Compact Fahrenheit GPU Graphite Indigo Interface "
                                "Opaque Pages SSD Signal Version") },
             { QStringLiteral("it"), QStringLiteral("Cache CPU Celsius Fahrenheit GPU SSD Swap") },
-            { QStringLiteral("ja"), QStringLiteral("CPU GPU SSD") },
+            { QStringLiteral("ja"), QStringLiteral("CPU GPU SSD %@°C %@°F") },
             { QStringLiteral("nl"),
                 QStringLiteral("Amber Cache Celsius Compact Fahrenheit GPU Indigo Interface Letters "
-                               "Meter SSD Updates") },
-            { QStringLiteral("pl"), QStringLiteral("Fahrenheit GPU SSD") },
+                               "Meter SSD Updates %@°C %@°F") },
+            { QStringLiteral("pl"), QStringLiteral("Fahrenheit GPU SSD %@°F") },
             { QStringLiteral("pt-BR"),
                 QStringLiteral("Cache CPU Celsius Fahrenheit GPU Interface SSD Swap") },
             { QStringLiteral("uk"), QStringLiteral("GPU SSD") },
-            { QStringLiteral("zh-Hans"), QStringLiteral("CPU GPU SSD") },
+            { QStringLiteral("zh-Hans"), QStringLiteral("CPU GPU SSD %@°C %@°F") },
             { QStringLiteral("ar"), QStringLiteral("SSD") },
         };
         const auto found = words.find(code);

@@ -1,5 +1,8 @@
 #include "KestrumShared/Text/Units.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/TextLocale.h"
+#include "Platform/Bundle.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 #include "tests/TestSession.h"
@@ -202,6 +205,43 @@ private Q_SLOTS:
         QCOMPARE(Units::temperature(21.6, -1), QStringLiteral("22°C"));
         QVERIFY(
             Units::temperature(21, std::numeric_limits<int>::max()).startsWith(QLatin1StringView("21.000")));
+    }
+
+    void wholeDegreesAreWrittenAsByTheFormattersLibrary_data()
+    {
+        QTest::addColumn<QString>("language");
+        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
+        const QStringList languages = AppLanguage::shipped();
+        QVERIFY(languages.size() >= 12);
+        for (const QString& language : languages)
+            QTest::newRow(qPrintable(language)) << language;
+    }
+    void wholeDegreesAreWrittenAsByTheFormattersLibrary()
+    {
+        QFETCH(QString, language);
+        using icu::MeasureUnit;
+        const auto asByTheLibrary = [&language](double value, const char* region, const MeasureUnit& unit) {
+            UErrorCode status = U_ZERO_ERROR;
+            return TextLocale::fromUnicode(TextLocale::formatter(language, QString::fromLatin1(region),
+                icu::number::NumberFormatter::with().unit(unit).unitWidth(UNUM_UNIT_WIDTH_SHORT))
+                                               .formatDouble(value, status)
+                                               .toString(status));
+        };
+        for (const char* region : { "", "US", "DE", "CH", "EG", "AE", "IN" }) {
+            const QByteArray session
+                = *region ? QByteArray("en_") + region + ".UTF-8" : QByteArray("C.UTF-8");
+            setSession("KESTRUM_LANGUAGE=" + language.toLatin1() + " LANG=" + session);
+            for (const int degrees : { 0, 1, 2, 3, 5, 11, 21, 85, 100, 203, 999 }) {
+                choose("celsius");
+                QCOMPARE(Units::temperature(degrees, 0),
+                    asByTheLibrary(degrees, region, MeasureUnit::getCelsius()));
+                if (degrees % 5 != 0)
+                    continue; // nothing but a whole number in both units
+                choose("fahrenheit");
+                QCOMPARE(Units::temperature(degrees, 0),
+                    asByTheLibrary(degrees * 9.0 / 5 + 32, region, MeasureUnit::getFahrenheit()));
+            }
+        }
     }
 
     void zeroHasNoSign()

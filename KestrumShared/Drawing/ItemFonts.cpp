@@ -34,9 +34,14 @@ ItemFonts::ItemFonts(const QFont& base, int generation)
     : m_base(base)
     , m_readout(ofFamily(base, readoutPixels, QFont::Medium))
     , m_letters(ofFamily(base, enlargedLetterPixels, QFont::DemiBold))
-    , m_letterHeight(QFontMetricsF(m_letters).height() * letterScale)
     , m_generation(generation)
 {
+}
+
+// Not before it is asked for: it takes the font to be loaded, which most items have no letters for.
+double ItemFonts::letterHeight() const
+{
+    return QFontMetricsF(m_letters).height() * letterScale;
 }
 
 } // namespace kestrum

@@ -19,7 +19,7 @@ public:
     /// drawn, and its measures are to be taken, at `letterScale`, which makes it 6.2 pixels.
     const QFont& letters() const { return m_letters; }
     static constexpr double letterScale = 0.1;
-    double letterHeight() const { return m_letterHeight; }
+    double letterHeight() const;
 
     /// Another number for each font of the application, for what is kept of texts.
     int generation() const { return m_generation; }
@@ -30,7 +30,6 @@ private:
     QFont m_base;
     MonospacedDigits m_readout;
     QFont m_letters;
-    double m_letterHeight;
     int m_generation;
 };
 

@@ -7,6 +7,7 @@
 #include "Platform/UserDefaults.h"
 
 #include <QJsonArray>
+#include <QLocale>
 #include <algorithm>
 #include <iterator>
 #include <unicode/localematcher.h>
@@ -31,9 +32,31 @@ QString developmentLanguage()
     return Bundle::main().developmentLocalization().value_or(QStringLiteral("en"));
 }
 
+// The one of `shipped` that a reader of `wanted` gets without comparing, which is what most people get: the very language, or
+// that language without the region as long as it is shipped in that one form and both are written in the same script. Empty
+// otherwise. Comparing takes tables of all the world's languages into every start.
+QString plainMatch(const QStringList& shipped, const QString& wanted)
+{
+    if (shipped.contains(wanted))
+        return wanted;
+    const QStringList parts = wanted.split(u'-');
+    const QString& language = parts.constFirst();
+    const auto isFormOf = [&language](const QString& code) {
+        return code.startsWith(language + u'-') || code.startsWith(language + u'_');
+    };
+    const bool isLanguageAndRegion = parts.size() == 2 && parts.constLast().size() == 2;
+    if (!isLanguageAndRegion || !shipped.contains(language)
+        || std::any_of(shipped.begin(), shipped.end(), isFormOf)
+        || QLocale(wanted).script() != QLocale(language).script())
+        return {};
+    return language;
+}
+
 // The one of `shipped` that serves a reader of `wanted` best; empty when none comes close.
 QString bestMatch(const QStringList& shipped, const QStringList& wanted)
 {
+    if (const QString plain = plainMatch(shipped, wanted.constFirst()); !plain.isEmpty())
+        return plain;
     UErrorCode status = U_ZERO_ERROR;
     icu::LocaleMatcher::Builder builder;
     for (const QString& code : shipped)

@@ -4,6 +4,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/TextLocale.h"
 #include "Platform/GlobalDomain.h"
+#include "Platform/ToolkitTexts.h"
 
 #include <algorithm>
 #include <cmath>
@@ -29,6 +30,12 @@ Units::TemperatureUnit unitOf(const QString& region)
         last = { region, isUS ? Units::TemperatureUnit::fahrenheit : Units::TemperatureUnit::celsius };
     }
     return last.unit;
+}
+
+// Below a thousand, and no sign: nothing but digits.
+bool isOfDigitsOnly(double value, int fraction)
+{
+    return fraction <= 0 && value >= 0 && value < 1000 && value == std::trunc(value);
 }
 
 double shown(double celsius)
@@ -65,8 +72,15 @@ QString Units::degrees(double celsius)
 QString Units::temperature(double celsius, int fraction)
 {
     static constexpr int maximumFraction = 20;
-    const auto unit = temperatureUnit() == TemperatureUnit::fahrenheit ? icu::MeasureUnit::getFahrenheit()
-                                                                       : icu::MeasureUnit::getCelsius();
+    const bool isFahrenheit = temperatureUnit() == TemperatureUnit::fahrenheit;
+    // The tables of all the world's numbers and units are a tenth of the window's memory, and the page that it opens with has
+    // whole degrees only. Our translations have the words for these; a test compares the two.
+    if (const double value = shown(celsius); isOfDigitsOnly(value, fraction)) {
+        const QString digits = ToolkitTexts::locale(AppLanguage::code()).toString(int(value));
+        return isFahrenheit ? AppLanguage::string("%@°F", { digits })
+                            : AppLanguage::string("%@°C", { digits });
+    }
+    const auto unit = isFahrenheit ? icu::MeasureUnit::getFahrenheit() : icu::MeasureUnit::getCelsius();
     const auto settings
         = icu::number::NumberFormatter::with()
               .unit(unit)

@@ -22,7 +22,7 @@ constexpr char usage[] = "Usage: Kestrum [OPTION]\n"
                          "  --help           print this and exit\n"
                          "  --version        print the version and exit\n"
                          "  --pictures DIR   save pictures of every page into DIR and exit\n"
-                         "  --first-frame    exit as soon as the window has been painted\n"
+                         "  --first-frame    say \"painted\" as soon as the window is, and exit\n"
                          "  -KestrumNoLoginItem\n"
                          "                   leave what starts at login alone\n";
 
@@ -122,6 +122,8 @@ int main(int argc, char** argv)
             });
             loginItem->refresh();
         } else if (options.endsAtFirstFrame) {
+            std::puts("painted");
+            std::fflush(stdout); // whoever measures is not to wait for our end
             QCoreApplication::exit(0);
         }
     });

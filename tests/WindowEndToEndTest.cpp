@@ -115,6 +115,7 @@ private Q_SLOTS:
         const auto again = Programs::started(stage().program("Kestrum"), { text("--first-frame") });
         QVERIFY(again->waitForFinished(patience));
         QCOMPARE(again->exitCode(), 0);
+        QCOMPARE(again->readAllStandardOutput(), QByteArray("painted\n"));
         QCOMPARE(DesktopStage::toolkitLanguage(), text("de"));
     }
 

@@ -128,6 +128,25 @@ private Q_SLOTS:
         QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()));
     }
 
+    void thePageShownStaysSelectedWhateverIsHeldDown()
+    {
+        SettingsWindow w;
+        const auto isSelected
+            = [&w] { return w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()); };
+        const QPoint place = w.sidebar().visualRect(w.sidebar().currentIndex()).center();
+        for (const Qt::KeyboardModifier held : { Qt::ControlModifier, Qt::ShiftModifier }) {
+            QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, held, place);
+            QVERIFY(isSelected());
+            QTest::keyClick(&w.sidebar(), Qt::Key_Space, held);
+            QVERIFY(isSelected());
+        }
+        // Below the last row.
+        QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, Qt::ControlModifier,
+            w.sidebar().viewport()->rect().bottomLeft() - QPoint(-20, 4));
+        QVERIFY(isSelected());
+        QCOMPARE(w.view.page(), SettingsPage::menuBar);
+    }
+
     void theSidebarIsNeitherNarrowerNorWiderThanItMay()
     {
         SettingsWindow w;

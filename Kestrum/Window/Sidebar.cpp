@@ -238,6 +238,15 @@ void Sidebar::resizeEvent(QResizeEvent* event)
         doItemsLayout();
 }
 
+QItemSelectionModel::SelectionFlags Sidebar::selectionCommand(
+    const QModelIndex& index, const QEvent* event) const
+{
+    // One page is always selected. The base class takes the selection away where Ctrl is held.
+    const auto command = QListView::selectionCommand(index, event);
+    return !index.isValid() || command.testFlag(QItemSelectionModel::Deselect) ? QItemSelectionModel::NoUpdate
+                                                                               : command;
+}
+
 QModelIndex Sidebar::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
     // The first row is a heading, where the base class would stay.

@@ -8,6 +8,7 @@
 #include "tests/TestHome.h"
 
 #include <QTest>
+#include <cmath>
 #include <initializer_list>
 
 using namespace kestrum;
@@ -66,7 +67,9 @@ private Q_SLOTS:
         QVERIFY_COLOUR(drawn(dark, opaque).at(0, 0), QColor::fromRgbF(0.16F, 0.20F, 0.55F));
         for (const QPointF& place : { QPointF(0, 0), QPointF(111, 4), QPointF(4, 73) }) {
             QVERIFY(drawn(light, opaque).at(place.x(), place.y()).lightnessF() > 0.8);
-            QVERIFY(drawn(dark, opaque).at(place.x(), place.y()).lightnessF() < 0.5);
+            const QColor deep = drawn(dark, opaque).at(place.x(), place.y());
+            QVERIFY(deep.lightnessF() < 0.5);
+            QVERIFY(std::abs(deep.hslHue() - 225) < 25);
         }
     }
 

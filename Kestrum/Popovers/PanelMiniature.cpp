@@ -36,8 +36,8 @@ QLinearGradient desktop(ColourScheme scheme, const QRectF& rect, Qt::LayoutDirec
         isFromRight ? rect.topRight() : rect.topLeft(), isFromRight ? rect.bottomLeft() : rect.bottomRight());
     const bool isDark = scheme == ColourScheme::dark;
     gradient.setColorAt(0, isDark ? QColor::fromRgbF(0.16F, 0.20F, 0.55F) : QColor(0xBC, 0xD2, 0xF4));
-    gradient.setColorAt(0.6, isDark ? QColor(0x74, 0x3C, 0x9C) : QColor(0xEC, 0xD0, 0xE4));
-    gradient.setColorAt(1, isDark ? QColor(0x14, 0x56, 0x66) : QColor(0xF6, 0xEA, 0xD6));
+    gradient.setColorAt(0.6, isDark ? QColor(0x18, 0x5A, 0xB4) : QColor(0xEC, 0xD0, 0xE4));
+    gradient.setColorAt(1, isDark ? QColor(0x06, 0x1A, 0x4C) : QColor(0xF6, 0xEA, 0xD6));
     return gradient;
 }
 

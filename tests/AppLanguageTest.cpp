@@ -268,9 +268,11 @@ private Q_SLOTS:
         QList<QByteArray> names { "zh_TW", "zh_HK", "uz_AF", "pa_PK", "az_IR", "sr_ME", "sd_IN", "yue_CN" };
         for (int32_t i = 0; i < count; ++i)
             names.append(all[i].getName());
-        for (const QByteArray& name : std::as_const(names)) {
-            // What stands behind the first is to make no difference.
-            setSession("LANG=en_US.UTF-8 LANGUAGE=" + name + ":fr_CA");
+        const qsizetype once = names.size();
+        for (qsizetype i = 0; i < 2 * once; ++i) {
+            // What stands behind the first is to make no difference, not even where it is shipped as it stands.
+            setSession("LANG=en_US.UTF-8 LANGUAGE=" + names[i % once]
+                + (i < once ? ":fr" : ":" + localizations.last()));
             const QStringList wanted = AppLanguage::systemLanguages();
             QVERIFY(wanted.size() > 1);
             std::vector<icu::Locale> desired;

@@ -38,7 +38,7 @@ ItemFonts::ItemFonts(const QFont& base, int generation)
 {
 }
 
-// Not before it is asked for: it takes the font to be loaded, which most items have no letters for.
+// Worked out when asked for: it takes the font to be loaded, which only items with letters need.
 double ItemFonts::letterHeight() const
 {
     return QFontMetricsF(m_letters).height() * letterScale;

@@ -9,27 +9,14 @@
 #include <algorithm>
 #include <cmath>
 #include <unicode/measunit.h>
-#include <unicode/ulocdata.h>
 
 namespace kestrum {
 namespace {
 
-// Asked for with every item that is drawn, and nearly always for the same region: the last answer is kept.
-Units::TemperatureUnit unitOf(const QString& region)
+// What the library of locales says, too, as a test finds for all regions; to ask it would bring its tables into every start.
+bool measuresInFahrenheit(const QString& region)
 {
-    struct Answer {
-        QString region;
-        Units::TemperatureUnit unit = Units::TemperatureUnit::celsius;
-    };
-    // Of no region nothing is known. (The formatter's library would take it for the USA.)
-    thread_local Answer last;
-    if (last.region != region) {
-        UErrorCode status = U_ZERO_ERROR;
-        const auto system = ulocdata_getMeasurementSystem(("und_" + region.toLatin1()).constData(), &status);
-        const bool isUS = !region.isEmpty() && U_SUCCESS(status) && system == UMS_US;
-        last = { region, isUS ? Units::TemperatureUnit::fahrenheit : Units::TemperatureUnit::celsius };
-    }
-    return last.unit;
+    return region == QLatin1StringView("US") || region == QLatin1StringView("LR");
 }
 
 // Below a thousand, and no sign: nothing but digits.
@@ -60,7 +47,8 @@ Units::TemperatureUnit Units::temperatureUnit()
     case TemperatureChoice::system:
         break;
     }
-    return unitOf(GlobalDomain::measurementRegion());
+    return measuresInFahrenheit(GlobalDomain::measurementRegion()) ? TemperatureUnit::fahrenheit
+                                                                   : TemperatureUnit::celsius;
 }
 
 QString Units::degrees(double celsius)
@@ -74,8 +62,11 @@ QString Units::temperature(double celsius, int fraction)
     static constexpr int maximumFraction = 20;
     const bool isFahrenheit = temperatureUnit() == TemperatureUnit::fahrenheit;
     // The tables of all the world's numbers and units are a tenth of the window's memory, and the page that it opens with has
-    // whole degrees only. Our translations have the words for these; a test compares the two.
-    if (const double value = shown(celsius); isOfDigitsOnly(value, fraction)) {
+    // whole degrees only. Our translations have the words for these; a test compares the two. Canada alone sets units in
+    // another way than others of the same language.
+    const QString region = GlobalDomain::numberRegion();
+    const double value = shown(celsius);
+    if (isOfDigitsOnly(value, fraction) && region != QLatin1StringView("CA")) {
         const QString digits = ToolkitTexts::locale(AppLanguage::code()).toString(int(value));
         return isFahrenheit ? AppLanguage::string("%@°F", { digits })
                             : AppLanguage::string("%@°C", { digits });
@@ -88,10 +79,9 @@ QString Units::temperature(double celsius, int fraction)
               .precision(icu::number::Precision::fixedFraction(std::clamp(fraction, 0, maximumFraction)))
               .sign(UNUM_SIGN_NEGATIVE);
     UErrorCode status = U_ZERO_ERROR;
-    return TextLocale::fromUnicode(
-        TextLocale::formatter(AppLanguage::code(), GlobalDomain::numberRegion(), settings)
-            .formatDouble(shown(celsius), status)
-            .toString(status));
+    return TextLocale::fromUnicode(TextLocale::formatter(AppLanguage::code(), region, settings)
+                                       .formatDouble(value, status)
+                                       .toString(status));
 }
 
 } // namespace kestrum

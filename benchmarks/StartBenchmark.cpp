@@ -3,8 +3,8 @@
 // StartBenchmark KESTRUM KESTRUMCTL PEER [IDLE_SECONDS]
 //
 // An empty window loads no font, which takes others a third of their time; so there is one with a form in it too. This program
-// itself has nothing of the toolkit, nor does anything run beside what is measured: pages of libraries that several processes have
-// in memory would count for a part only.
+// itself has nothing of the toolkit, nor does anything else that has run beside what is measured: pages of libraries that several
+// processes have in memory would count for a part only.
 
 #include <algorithm>
 #include <chrono>
@@ -12,9 +12,11 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <poll.h>
+#include <stdexcept>
 #include <string>
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -28,13 +30,12 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr int rounds = 41;
-constexpr int longestWait = 20000; ///< in milliseconds, for anything
+constexpr int longestWait = 20000; ///< in milliseconds, for what a program prints
 constexpr auto settlingTime = 3s;  ///< after which a window has done all that follows its start
 
 [[noreturn]] void fail(const std::string& what)
 {
-    std::fprintf(stderr, "StartBenchmark: %s\n", what.c_str());
-    std::exit(1);
+    throw std::runtime_error(what);
 }
 
 /// A program that runs; it is ended with this object.
@@ -44,10 +45,12 @@ public:
     explicit Program(const std::vector<std::string>& call, int outputTo = STDOUT_FILENO)
     {
         int ends[2];
-        if (::pipe(ends) != 0)
+        if (::pipe2(ends, O_CLOEXEC) != 0)
             fail("no pipe");
         m_output = ends[0];
         m_id = ::fork();
+        if (m_id < 0)
+            fail("no process");
         if (m_id == 0) {
             ::prctl(PR_SET_PDEATHSIG, SIGTERM);
             ::dup2(ends[1], outputTo);
@@ -91,7 +94,14 @@ public:
         m_id = -1;
     }
 
-    double mebibytes() const { return sumOf(folder() / "smaps_rollup", "Pss:") / 1024; }
+    /// Fails where the program has ended.
+    double mebibytes() const
+    {
+        const double kibibytes = sumOf(folder() / "smaps_rollup", "Pss:");
+        if (kibibytes <= 0)
+            fail(m_name + " has ended");
+        return kibibytes / 1024;
+    }
     /// How often its threads went to sleep so far, which is as often as they woke.
     double wakeUps() const
     {
@@ -132,7 +142,8 @@ double millisecondsToFirstFrame(const std::vector<std::string>& call)
 {
     const auto start = std::chrono::steady_clock::now();
     Program program(call);
-    program.line();
+    if (program.line() != "painted\n")
+        fail(call.front() + " does not say that it has painted");
     const std::chrono::duration<double, std::milli> taken = std::chrono::steady_clock::now() - start;
     program.end();
     return taken.count();
@@ -166,7 +177,8 @@ Idle idle(const std::vector<std::string>& call, int seconds)
     std::this_thread::sleep_for(settlingTime);
     const Idle before { running.mebibytes(), running.wakeUps() };
     std::this_thread::sleep_for(std::chrono::seconds(seconds));
-    return { before.mebibytes, running.wakeUps() - before.wakeUps };
+    const Idle after { running.mebibytes(), running.wakeUps() };
+    return { before.mebibytes, after.wakeUps - before.wakeUps };
 }
 
 void measureIdle(const std::string& kestrum, const std::string& peer, int seconds)
@@ -186,7 +198,7 @@ void measureIdle(const std::string& kestrum, const std::string& peer, int second
 /// A home of our own, in which no agent is started beside the window.
 class Home {
 public:
-    explicit Home(const std::string& kestrumctl)
+    Home()
     {
         char folder[] = "/tmp/StartBenchmark-XXXXXX";
         if (!::mkdtemp(folder))
@@ -198,7 +210,6 @@ public:
         ::setenv("XDG_CONFIG_HOME", (m_folder / "config").c_str(), 1);
         ::setenv("XDG_RUNTIME_DIR", (m_folder / "run").c_str(), 1);
         ::unsetenv("DBUS_SESSION_BUS_ADDRESS");
-        Program({ kestrumctl, "write", "agentEnabled", "false" }).end();
     }
     ~Home() { fs::remove_all(m_folder); }
     Home(const Home&) = delete;
@@ -208,6 +219,20 @@ private:
     fs::path m_folder;
 };
 
+void measure(const std::string& kestrum, const std::string& kestrumctl, const std::string& peer, int seconds)
+{
+    const Home home;
+    Program({ kestrumctl, "write", "agentEnabled", "false" }).end();
+    // Without its reset, which would cost every run.
+    const Program server(
+        { "Xvfb", "-displayfd", "3", "-noreset", "-nolisten", "tcp", "-screen", "0", "1000x800x24" }, 3);
+    const std::string display = server.line();
+    ::setenv("DISPLAY", (':' + display.substr(0, display.find('\n'))).c_str(), 1);
+    ::setenv("QT_QPA_PLATFORM", "xcb", 1);
+    measureStart(kestrum, peer);
+    measureIdle(kestrum, peer, seconds);
+}
+
 } // namespace
 
 int main(int argc, char** argv)
@@ -216,15 +241,11 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "Usage: StartBenchmark KESTRUM KESTRUMCTL PEER [IDLE_SECONDS]\n");
         return 2;
     }
-    const std::string kestrum = argv[1];
-    const Home home(argv[2]);
-    // Without its reset, which would cost every run.
-    const Program server(
-        { "Xvfb", "-displayfd", "3", "-noreset", "-nolisten", "tcp", "-screen", "0", "1000x800x24" }, 3);
-    const std::string display = server.line();
-    ::setenv("DISPLAY", (':' + display.substr(0, display.find('\n'))).c_str(), 1);
-    ::setenv("QT_QPA_PLATFORM", "xcb", 1);
-    measureStart(kestrum, argv[3]);
-    measureIdle(kestrum, argv[3], argc > 4 ? std::atoi(argv[4]) : 10);
+    try {
+        measure(argv[1], argv[2], argv[3], argc > 4 ? std::atoi(argv[4]) : 10);
+    } catch (const std::exception& error) {
+        std::fprintf(stderr, "StartBenchmark: %s\n", error.what());
+        return 1;
+    }
     return 0;
 }

@@ -61,8 +61,10 @@ private Q_SLOTS:
         font.setPixelSize(30);
         stage.picker->setFont(font);
         QVERIFY(stage.picker->view()->sizeHintForRow(0) > before);
-        QCOMPARE(stage.picker->view()->visualRect(stage.picker->model()->index(0, 0)).height(),
-            stage.picker->view()->sizeHintForRow(0));
+        const auto place = [&stage](int row) {
+            return stage.picker->view()->visualRect(stage.picker->model()->index(row, 0));
+        };
+        QCOMPARE(place(1).top() - place(0).top(), stage.picker->view()->sizeHintForRow(0));
         stage.picker->hidePopup();
     }
 

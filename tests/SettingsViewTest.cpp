@@ -13,6 +13,8 @@
 
 #include <QDir>
 #include <QLabel>
+#include <QPainter>
+#include <functional>
 #include <sys/resource.h>
 
 using namespace kestrum;
@@ -49,7 +51,7 @@ private Q_SLOTS:
         QCOMPARE(storedText("settingsPane"), QStringLiteral("menuBar"));
     }
 
-    // Of the popovers' page this is not wanted: its pictures have gradients and translucent grounds.
+    // Not required of the popovers' page, whose pictures have gradients and translucent grounds.
     void paintingAPageWakesNoOtherThread_data()
     {
         QTest::addColumn<SettingsPage>("page");
@@ -62,17 +64,29 @@ private Q_SLOTS:
         SettingsWindow w;
         w.view.showPage(page);
         QImage image(w.view.size(), QImage::Format_RGB32);
-        w.view.render(&image);
-        // A thread that is asked and waited for shows as a voluntary switch.
-        rusage before {};
-        rusage after {};
-        ::getrusage(RUSAGE_SELF, &before);
-        for (int i = 0; i < 50; ++i)
-            w.view.render(&image);
-        ::getrusage(RUSAGE_SELF, &after);
-        // Fewer than one in ten paintings: the system itself makes a process wait now and then.
-        QVERIFY2(after.ru_nvcsw - before.ru_nvcsw < 5,
-            qPrintable(QString::number(after.ru_nvcsw - before.ru_nvcsw)));
+        // A thread that is asked and waited for shows as a voluntary switch of the one that waits.
+        const auto waits = [](const std::function<void()>& paint) {
+            paint(); // what is kept is made
+            rusage before {};
+            rusage after {};
+            ::getrusage(RUSAGE_THREAD, &before);
+            for (int i = 0; i < 50; ++i)
+                paint();
+            ::getrusage(RUSAGE_THREAD, &after);
+            return after.ru_nvcsw - before.ru_nvcsw;
+        };
+        const auto paintTranslucent = [&image] {
+            QPainter painter(&image);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setBrush(QColor(0, 0, 0, 60));
+            painter.drawEllipse(0, 0, 400, 400);
+        };
+        if (waits(paintTranslucent) < 10)
+            QSKIP(
+                "this build of the toolkit paints without other threads, or the system does not count waits");
+        // Fewer than one in ten paintings: the system itself makes a thread wait now and then.
+        const auto found = waits([&w, &image] { w.view.render(&image); });
+        QVERIFY2(found < 5, qPrintable(QString::number(found)));
     }
 
     void theWindowReopensOnThePageLastShown()

@@ -43,6 +43,30 @@ private Q_SLOTS:
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }
 
+    void anOpaqueEdgeStandsForATranslucentOne()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            SystemAppearance::shared().setScheme(scheme);
+            const auto painted = [](const QColor& edge) {
+                QImage image(40, 40, QImage::Format_ARGB32_Premultiplied);
+                image.fill(Theme::colour(Colour::window));
+                QPainter painter(&image);
+                painter.setRenderHint(QPainter::Antialiasing);
+                painter.setPen(edge);
+                painter.setBrush(Theme::colour(Colour::card));
+                painter.drawRoundedRect(QRectF(5.5, 5.5, 29, 29), 8, 8);
+                return image.pixelColor(5, 20);
+            };
+            const QColor translucent = painted(Theme::colour(Colour::cardBorder));
+            const QColor opaque
+                = painted(Theme::edgeColour(Colour::card, Colour::window, Colour::cardBorder));
+            QVERIFY(std::abs(opaque.red() - translucent.red()) <= 1);
+            QVERIFY(std::abs(opaque.green() - translucent.green()) <= 1);
+            QVERIFY(std::abs(opaque.blue() - translucent.blue()) <= 1);
+        }
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
     void textIsReadableOnItsGround_data()
     {
         QTest::addColumn<Colour>("text");

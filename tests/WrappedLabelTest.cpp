@@ -18,6 +18,7 @@ int plainHeight(const QLabel& label, int width)
     plain.setWordWrap(label.wordWrap());
     plain.setContentsMargins(label.contentsMargins());
     plain.setIndent(label.indent());
+    plain.setAlignment(label.alignment());
     return plain.heightForWidth(width);
 }
 
@@ -60,6 +61,8 @@ private Q_SLOTS:
         label.setContentsMargins(0, 6, 0, 6);
         compare(label);
         label.setIndent(60);
+        compare(label);
+        label.setAlignment(Qt::AlignHCenter | Qt::AlignTop);
         compare(label);
     }
 

@@ -31,7 +31,8 @@ private:
             return;
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Theme::colourOn(Theme::Colour::card, Theme::Colour::cardBorder));
+        painter.setPen(
+            Theme::edgeColour(Theme::Colour::card, Theme::Colour::window, Theme::Colour::cardBorder));
         painter.setBrush(Theme::colour(Theme::Colour::card));
         painter.drawRoundedRect(
             QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), Theme::cardRadius, Theme::cardRadius);

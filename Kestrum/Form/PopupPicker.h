@@ -41,8 +41,7 @@ private:
     /// Of the field with a title as wide as `titleWidth`.
     int widthWith(int titleWidth) const;
 
-    int m_longestTitle
-        = 0; ///< the width of the longest title: setting texts is what costs most when a page is laid out
+    int m_longestTitle = 0; ///< as wide as it is drawn
     bool m_isOpen = false;
 };
 

@@ -35,7 +35,8 @@ void PushButton::paintPlate(QPainter& painter, const QWidget& control, bool isPr
     using Theme::Colour;
     const QRect place = control.rect();
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.setPen(Theme::colourOn(Colour::button, Colour::buttonBorder));
+    // Nearly all of them stand on cards.
+    painter.setPen(Theme::edgeColour(Colour::button, Colour::card, Colour::buttonBorder));
     painter.setBrush(Theme::colour(Colour::button));
     painter.drawRoundedRect(QRectF(place).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);
     if (!control.isEnabled()) {

@@ -163,6 +163,13 @@ QColor Theme::colourOn(Colour ground, Colour colour)
     return laidOver(Theme::colour(colour), Theme::colour(ground));
 }
 
+QColor Theme::edgeColour(Colour inside, Colour outside, Colour edge)
+{
+    QColor half = Theme::colour(inside);
+    half.setAlphaF(0.5F);
+    return laidOver(Theme::colour(edge), laidOver(half, Theme::colour(outside)));
+}
+
 double Theme::contrast(const QColor& text, const QColor& ground)
 {
     const double first = luminance(laidOver(text, ground));

@@ -49,9 +49,11 @@ enum class Colour {
 QColor colour(Colour colour);
 QColor colour(Colour colour, ColourScheme scheme);
 
-/// The opaque colour that a translucent one makes on `ground`. For large shapes and long lines: the painter fills what is
+/// The opaque colour that a translucent one makes on `ground`. For tall shapes, of many rows of pixels: the painter fills what is
 /// translucent with the help of other threads, and waits for them longer than the drawing takes.
 QColor colourOn(Colour ground, Colour colour);
+/// The same for an edge, half of which lies on what it encloses and half on what is outside.
+QColor edgeColour(Colour inside, Colour outside, Colour edge);
 
 /// The contrast of two colours, 1 to 21; what is translucent is laid over the other first.
 double contrast(const QColor& text, const QColor& ground);

@@ -12,7 +12,7 @@ WrappedLabel::WrappedLabel(Theme::TextStyle style, const QString& text, QWidget*
 
 int WrappedLabel::heightForWidth(int width) const
 {
-    Question question { text(), font(), contentsMargins(), indent(), width };
+    Question question { text(), font(), contentsMargins(), indent(), alignment(), width };
     if (!m_answer || m_answer->first != question) {
         const int height = QLabel::heightForWidth(width);
         m_answer.emplace(std::move(question), height);

@@ -32,15 +32,16 @@ public:
 private:
     void paint(QPainter* painter, const QRect& rect, QIcon::Mode, QIcon::State) override
     {
-        painter->drawImage(rect.topLeft(), m_swatch(painter->deviceTransform().m11()));
+        const double scale = painter->deviceTransform().m11() * rect.width() / Theme::pictureSize;
+        painter->drawImage(rect, m_swatch(scale));
     }
     QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override
     {
-        return scaledPixmap(size, mode, state, 1);
-    }
-    QPixmap scaledPixmap(const QSize&, QIcon::Mode, QIcon::State, qreal scale) override
-    {
-        return QPixmap::fromImage(m_swatch(scale));
+        QPixmap pixmap(size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        paint(&painter, pixmap.rect(), mode, state);
+        return pixmap;
     }
     QIconEngine* clone() const override { return new SwatchEngine(m_swatch); }
 

@@ -1,6 +1,7 @@
 #include "KestrumShared/Vocabulary/AccentSwatch.h"
 #include "tests/TestHome.h"
 
+#include <QPainter>
 #include <QTest>
 #include <cmath>
 
@@ -67,6 +68,24 @@ private Q_SLOTS:
         QCOMPARE(outer.red(), 0);
         QVERIFY(std::abs(outer.alpha() - 64) <= 1);
         QCOMPARE(image.pixelColor(11, 70).rgb(), accent.rgb());
+    }
+
+    void itIsWhatAPlainDrawingMakes()
+    {
+        const MeterAccent accent = MeterAccent::Name::teal;
+        for (const double scale : { 1.5, 2.0, 3.0 }) {
+            const int pixels = int(std::ceil(12 * scale));
+            QImage plain(pixels, pixels, QImage::Format_ARGB32_Premultiplied);
+            plain.fill(Qt::transparent);
+            plain.setDevicePixelRatio(scale);
+            QPainter painter(&plain);
+            painter.setRenderHint(QPainter::Antialiasing);
+            painter.setBrush(accent.color());
+            painter.setPen(QPen(QColor::fromRgbF(0, 0, 0, 0.25F), 1));
+            painter.drawRoundedRect(QRectF(0.5, 0.5, 11, 11), 3, 3);
+            painter.end();
+            QCOMPARE(AccentSwatch::drawn(accent, 12, scale), plain);
+        }
     }
 
     void cornersAreRounded()

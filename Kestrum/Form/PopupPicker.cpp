@@ -168,8 +168,6 @@ void PopupPicker::changeEvent(QEvent* event)
     }
     // The base class would hand the font on to the list, and make one for that; ours asks the picker for its font.
     QWidget::changeEvent(event);
-    if (auto* list = findChild<PickerList*>())
-        list->doItemsLayout();
     m_longestTitle = 0;
     for (int row = 0; row < count(); ++row)
         m_longestTitle = std::max(m_longestTitle, widthOf(itemText(row)));

@@ -166,12 +166,12 @@ void PopupPicker::changeEvent(QEvent* event)
         QComboBox::changeEvent(event);
         return;
     }
-    // The base class would hand the font on to the list, and make one for that; ours asks the picker for its font.
-    QWidget::changeEvent(event);
+    // Kept from the base class, which would hand the font on to the list, and make one for that; ours asks the picker for its font.
     m_longestTitle = 0;
     for (int row = 0; row < count(); ++row)
         m_longestTitle = std::max(m_longestTitle, widthOf(itemText(row)));
     updateGeometry();
+    update();
 }
 
 } // namespace kestrum

@@ -54,7 +54,7 @@ void PopupPicker::addEntry(const QString& title, const QIcon& picture)
     const int shown = currentIndex();
     addItem(picture, title, position);
     setCurrentIndex(shown); // the first entry would choose itself
-    m_longestTitle = std::max(m_longestTitle, widthOf(title));
+    m_longestTitleWidth = std::max(m_longestTitleWidth, widthOf(title));
     updateGeometry();
 }
 
@@ -90,13 +90,13 @@ int PopupPicker::widthWith(int titleWidth) const
 
 QSize PopupPicker::sizeHint() const
 {
-    return { widthWith(m_longestTitle), Theme::controlHeight(fontMetrics().height()) };
+    return { widthWith(m_longestTitleWidth), Theme::controlHeight(fontMetrics().height()) };
 }
 
 QSize PopupPicker::minimumSizeHint() const
 {
     const int fewLetters = 4 * fontMetrics().averageCharWidth();
-    return { widthWith(std::min(fewLetters, m_longestTitle)), sizeHint().height() };
+    return { widthWith(std::min(fewLetters, m_longestTitleWidth)), sizeHint().height() };
 }
 
 void PopupPicker::showPopup()
@@ -167,9 +167,9 @@ void PopupPicker::changeEvent(QEvent* event)
         return;
     }
     // Kept from the base class, which would hand the font on to the list, and make one for that; ours asks the picker for its font.
-    m_longestTitle = 0;
+    m_longestTitleWidth = 0;
     for (int row = 0; row < count(); ++row)
-        m_longestTitle = std::max(m_longestTitle, widthOf(itemText(row)));
+        m_longestTitleWidth = std::max(m_longestTitleWidth, widthOf(itemText(row)));
     updateGeometry();
     update();
 }

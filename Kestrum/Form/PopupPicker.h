@@ -41,7 +41,7 @@ private:
     /// Of the field with a title as wide as `titleWidth`.
     int widthWith(int titleWidth) const;
 
-    int m_longestTitle = 0; ///< as wide as it is drawn
+    int m_longestTitleWidth = 0; ///< kept, as shaping texts is what layouts spend most on
     bool m_isOpen = false;
 };
 

@@ -4,6 +4,11 @@
 //
 // One post must be one event, or listeners would be told twice: a file is created by an open for reading,
 // whose close is of no interest to the watch.
+//
+// An event is only a reason to look, for the kernel also tells of what is no post: a mode that was changed, a file that was
+// removed, a queue that ran over. A registration remembers the time that it saw last, and hears of another one only. So a
+// post sets the exact time: the kernel's own is that of its last tick, and two posts may fall into one. Times are compared
+// for inequality, since clocks are set back.
 
 #include "Platform/NotificationCentre.h"
 
@@ -14,9 +19,11 @@
 
 #include <QByteArrayList>
 #include <QCoreApplication>
+#include <QHash>
 #include <QMetaObject>
 #include <atomic>
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <map>
 #include <memory>
@@ -38,55 +45,73 @@ void sayThatSignalsStayWithin(const QString& reason)
     Log::warnOnce("signals", QStringLiteral("Signals stay within this program: %1").arg(reason));
 }
 
-// The directory of the signals for those who post, from any thread.
+// When a signal was posted last, in nanoseconds since 1970; nothing when it never was.
+using PostTime = std::optional<qint64>;
+
+// The directory of the signals for those who post, from any thread. A `path` is relative to the directory above ours.
 class Postbox {
 public:
-    // False when the signal could not be left where others see it. `path` is relative to the directory above ours.
-    bool post(const QByteArray& path)
+    // Why the signal could not be left where others see it; empty when it was.
+    QString post(const QByteArray& path)
     {
         if (const auto known = m_root.load(); known && touch(known->rootDescriptor(), path))
-            return true;
+            return {};
         // The first time, or the directory went away and has to be found or made again.
-        const auto opened = open();
-        return opened && touch(opened->rootDescriptor(), path);
+        QString obstacle;
+        const auto opened = open(&obstacle);
+        if (!opened || touch(opened->rootDescriptor(), path))
+            return obstacle;
+        obstacle = QStringLiteral("%1/%2: %3")
+                       .arg(Log::escaped(opened->path()), QLatin1String(signalsName), qt_error_string(errno));
+        sayThatSignalsStayWithin(obstacle);
+        return obstacle;
     }
 
-    std::optional<double> lastPost(const QByteArray& path)
+    // By the directory that was opened last, which the kernel's watch is of.
+    PostTime lastPost(const QByteArray& path) const
     {
-        const auto opened = open();
+        const auto known = m_root.load();
         struct stat state;
-        if (!opened
-            || ::fstatat(opened->rootDescriptor(), path.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
+        if (!known || ::fstatat(known->rootDescriptor(), path.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
             return std::nullopt;
-        return double(state.st_mtim.tv_sec) + double(state.st_mtim.tv_nsec) / 1e9;
+        return qint64(state.st_mtim.tv_sec) * 1'000'000'000 + state.st_mtim.tv_nsec;
     }
 
-    // Makes sure that the directory is there; null and said once when it cannot be.
-    std::shared_ptr<const RuntimeDirectory> open()
+    // Makes sure that the directory is there; null, with the reason in `obstacle` and said once, when it cannot be.
+    std::shared_ptr<const RuntimeDirectory> open(QString* obstacle = nullptr)
     {
-        const RuntimeDirectory& shared = RuntimeDirectory::shared();
-        if (!shared.isValid()) {
-            sayThatSignalsStayWithin(shared.reason());
-            return nullptr;
+        QString reason = RuntimeDirectory::shared().reason();
+        if (reason.isEmpty()) {
+            const auto opened
+                = std::make_shared<const RuntimeDirectory>(RuntimeDirectory::shared().rootPath());
+            const int descriptor = opened->openSubdirectory(signalsName);
+            if (descriptor >= 0) {
+                ::close(descriptor);
+                m_root.store(opened);
+                return opened;
+            }
+            reason = opened->isValid() ? QStringLiteral("%1/%2 is not a directory of ours alone")
+                                             .arg(Log::escaped(opened->path()), QLatin1String(signalsName))
+                                       : opened->reason();
         }
-        const auto opened = std::make_shared<const RuntimeDirectory>(shared.rootPath());
-        const int descriptor = opened->openSubdirectory(signalsName);
-        if (descriptor < 0) {
-            sayThatSignalsStayWithin(opened->isValid()
-                    ? QStringLiteral("%1/%2 is not a directory of ours alone")
-                          .arg(Log::escaped(opened->path()), QLatin1String(signalsName))
-                    : opened->reason());
-            return nullptr;
-        }
-        ::close(descriptor);
-        m_root.store(opened);
-        return opened;
+        sayThatSignalsStayWithin(reason);
+        if (obstacle)
+            *obstacle = reason;
+        return nullptr;
     }
 
 private:
+    static bool setTimes(int root, const QByteArray& path)
+    {
+        struct timespec times[2];
+        ::clock_gettime(CLOCK_REALTIME, &times[0]);
+        times[1] = times[0];
+        return ::utimensat(root, path.constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
+    }
+
     static bool touch(int root, const QByteArray& path)
     {
-        if (::utimensat(root, path.constData(), nullptr, AT_SYMLINK_NOFOLLOW) == 0)
+        if (setTimes(root, path))
             return true;
         const int descriptor = ::openat(
             root, path.constData(), O_RDONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
@@ -95,7 +120,7 @@ private:
             return true;
         }
         // Another poster came first.
-        return errno == EEXIST && ::utimensat(root, path.constData(), nullptr, AT_SYMLINK_NOFOLLOW) == 0;
+        return errno == EEXIST && setTimes(root, path);
     }
 
     std::atomic<std::shared_ptr<const RuntimeDirectory>> m_root;
@@ -108,18 +133,18 @@ Postbox& postbox()
     return *box;
 }
 
-// The registrations of this process. Main thread only, but for `newest`.
+// The registrations of this process. Main thread only, but for `newest` and `isDeaf`.
 class Listeners {
 public:
     Token add(const QByteArray& fileName, std::function<void()> handler)
     {
-        if (m_watch)
-            keepApart(m_watch->takePending());
-        else
+        if (!m_watch)
             listen();
         const Token token = ++m_newest;
+        // What was posted so far is seen, and so is told to the earlier ones only.
         m_registrations.emplace(token,
-            Registration { fileName, std::make_shared<const std::function<void()>>(std::move(handler)) });
+            Registration { fileName, postbox().lastPost(pathBelowRoot + fileName),
+                std::make_shared<const std::function<void()>>(std::move(handler)) });
         return token;
     }
 
@@ -135,34 +160,22 @@ public:
     // Whether there are registrations that the kernel tells nothing. Any thread.
     bool isDeaf() const { return m_isDeaf; }
 
-    // The directory that could not be opened when the first registration was made may be there by now.
-    void listenAgain()
-    {
-        if (m_isDeaf && !m_registrations.empty())
-            listen();
-    }
-
     // The last token given out: a post concerns no later ones. Any thread.
     Token newest() const { return m_newest; }
 
-    // Runs the handlers for `names` among the registrations up to `newest`, in the order of registration. A
-    // handler may end any registration, its own too, or begin new ones. An empty name stands for all names.
-    void deliver(const QByteArrayList& names, Token newest)
+    // A post that others cannot see, or that we cannot. Concerns the registrations up to `newest`.
+    void hearWithin(const QByteArray& fileName, Token newest)
     {
-        const bool all = names.contains(QByteArray());
-        for (auto at = m_registrations.begin(); at != m_registrations.end() && at->first <= newest;) {
-            const Token token = at->first;
-            if (all || names.contains(at->second.fileName)) {
-                const auto handler = at->second.handler;
-                (*handler)();
-            }
-            at = m_registrations.upper_bound(token);
-        }
+        deliver(newest, [&fileName](const Registration& one) { return one.fileName == fileName; });
+        // The directory that could not be opened when the first registration was made may be there by now.
+        if (m_isDeaf && !m_registrations.empty())
+            listen();
     }
 
 private:
     struct Registration {
         QByteArray fileName;
+        PostTime seen; // kept where the file is gone, as it may come back as it was
         std::shared_ptr<const std::function<void()>> handler; // lives on while it runs
     };
 
@@ -175,25 +188,42 @@ private:
         m_watch
             = std::make_unique<DirectoryWatch>(root->path() + QLatin1Char('/') + QLatin1String(signalsName),
                 DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { hear(entry); });
+        // Of those who were deaf.
+        for (auto& [token, registration] : m_registrations)
+            registration.seen = postbox().lastPost(pathBelowRoot + registration.fileName);
     }
 
     void hear(const QByteArray& entry)
     {
-        if (entry.isEmpty())
-            postbox().open(); // so that the next post is an event of its own again
         QByteArrayList names { entry };
         names += m_watch->takePending();
-        deliver(names, m_newest);
+        const bool isAnything = names.contains(QByteArray());
+        // The directory may be another one. It is made where it is missing, so that the next post is an event of its own again.
+        if (isAnything && !postbox().open())
+            return;
+        QHash<QByteArray, PostTime> times; // one look for all registrations of a name
+        deliver(m_newest, [&](Registration& one) {
+            if (!isAnything && !names.contains(one.fileName))
+                return false;
+            auto time = times.constFind(one.fileName);
+            if (time == times.constEnd())
+                time = times.insert(one.fileName, postbox().lastPost(pathBelowRoot + one.fileName));
+            return *time && std::exchange(one.seen, *time) != *time;
+        });
     }
 
-    // What was posted before a registration is told to the earlier ones only.
-    void keepApart(const QByteArrayList& names)
+    // Runs the handlers that a post `concerns` among the registrations up to `newest`, in the order of registration. A
+    // handler may end any registration, its own too, or begin new ones.
+    template <class Concerns> void deliver(Token newest, Concerns concerns)
     {
-        if (names.isEmpty())
-            return;
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [this, names, newest = newest()] { deliver(names, newest); },
-            Qt::QueuedConnection);
+        for (auto at = m_registrations.begin(); at != m_registrations.end() && at->first <= newest;) {
+            const Token token = at->first;
+            if (concerns(at->second)) {
+                const auto handler = at->second.handler;
+                (*handler)();
+            }
+            at = m_registrations.upper_bound(token);
+        }
     }
 
     std::map<Token, Registration> m_registrations;
@@ -210,7 +240,7 @@ Listeners& listeners()
 
 } // namespace
 
-void NotificationCentre::post(const QString& name)
+QString NotificationCentre::post(const QString& name)
 {
     // A program posts the same few names again and again, so the last one's path is kept.
     thread_local QString lastName;
@@ -221,18 +251,23 @@ void NotificationCentre::post(const QString& name)
         lastPath = encoded ? pathBelowRoot + *encoded : QByteArray();
     }
     if (lastPath.isEmpty())
-        return;
-    const bool isPosted = postbox().post(lastPath);
-    if ((isPosted && !listeners().isDeaf()) || !QCoreApplication::instance())
-        return;
-    const QByteArray fileName = lastPath.mid(qsizetype(qstrlen(pathBelowRoot)));
-    QMetaObject::invokeMethod(
-        QCoreApplication::instance(),
-        [names = QByteArrayList { fileName }, newest = listeners().newest()] {
-            listeners().deliver(names, newest);
-            listeners().listenAgain();
-        },
-        Qt::QueuedConnection);
+        return QStringLiteral("\"%1\" makes no name of a file").arg(Log::escaped(name));
+    const QString obstacle = postbox().post(lastPath);
+    if ((!obstacle.isEmpty() || listeners().isDeaf()) && QCoreApplication::instance()) {
+        const QByteArray fileName = lastPath.mid(qsizetype(qstrlen(pathBelowRoot)));
+        QMetaObject::invokeMethod(
+            QCoreApplication::instance(),
+            [fileName, newest = listeners().newest()] { listeners().hearWithin(fileName, newest); },
+            Qt::QueuedConnection);
+    }
+    return obstacle;
+}
+
+QString NotificationCentre::obstacle()
+{
+    QString reason;
+    postbox().open(&reason);
+    return reason;
 }
 
 std::optional<Token> NotificationCentre::registerDispatch(const QString& name, std::function<void()> handler)
@@ -246,7 +281,10 @@ std::optional<Token> NotificationCentre::registerDispatch(const QString& name, s
 std::optional<double> NotificationCentre::lastPost(const QString& name)
 {
     const std::optional<QByteArray> fileName = FileName::encoded(name);
-    return fileName ? postbox().lastPost(pathBelowRoot + *fileName) : std::nullopt;
+    if (!fileName || !postbox().open())
+        return std::nullopt;
+    const PostTime time = postbox().lastPost(pathBelowRoot + *fileName);
+    return time ? std::optional(double(*time) / 1e9) : std::nullopt;
 }
 
 void NotificationCentre::cancel(Token token)

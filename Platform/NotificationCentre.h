@@ -8,14 +8,19 @@
 namespace kestrum {
 
 /// Named signals without content that every process of the same user hears, the poster included. Several posts
-/// in quick succession may arrive as one, so a handler takes a delivery as "look again", never as a count. Where there
-/// is no private runtime directory, signals stay within the process and the log says so once.
+/// in quick succession may arrive as one, so a handler takes a delivery as "look again", never as a count. What nobody posted is
+/// not delivered, whatever happens to the signals' directory. Where there is no private runtime directory, signals stay within the
+/// process and the log says so once.
 namespace NotificationCentre {
 
 using Token = qint32;
 
-/// Tells every listener of `name`. Never blocks on a listener and never fails; any thread.
-void post(const QString& name);
+/// Tells every listener of `name`. Never blocks on a listener; any thread. Returns why no other process can hear it, empty when
+/// they can: for those who post for no other reason.
+QString post(const QString& name);
+
+/// Why signals stay within this process at present; empty when they do not.
+QString obstacle();
 
 /// Runs `handler` on the main thread after each post of exactly `name` from now on. Returns a token for
 /// `cancel`, or nothing when `name` cannot be listened to (empty, or too long to be a file name). Main thread.

@@ -19,6 +19,9 @@
 //                              watches DIRECTORY with nothing of that kind left: "polled" or "notified", "told NAME" for
 //                              each event; a line read lifts the limit ("relieved"); "unsupported REASON" where the
 //                              system gives no such limit
+//   starved instances|watches VERB…
+//                              does VERB where nothing of that kind is left; "unsupported REASON" as above
+//   become PROGRAM ARGUMENT…   goes on as another program
 //   workspace BUNDLE PID…      without the kernel's descriptors of processes: opens and observes BUNDLE and the processes;
 //                              "opened PID", then "changed" each time that is told; "unsupported REASON" where a
 //                              process cannot give up a call
@@ -45,6 +48,7 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
+#include <vector>
 
 using namespace kestrum;
 
@@ -216,6 +220,16 @@ bool limit(const QString& kind, int most)
     return writeFile(path.constData(), QByteArray::number(most));
 }
 
+// Why the limits of a name space of our own cannot be made tight; empty when they are.
+const char* starveOf(const QString& kind)
+{
+    const QByteArray user = QByteArray::number(::geteuid());
+    if (::unshare(CLONE_NEWUSER) != 0)
+        return "no user name spaces";
+    writeFile("/proc/self/uid_map", user + ' ' + user + " 1");
+    return limit(kind, 0) ? "" : "no limits of a name space's own";
+}
+
 int starve(const QString& kind, const QString& directory)
 {
     rlimit whole {};
@@ -228,14 +242,8 @@ int starve(const QString& kind, const QString& directory)
         ::setrlimit(RLIMIT_NOFILE, &tight);
         relieve = [whole] { ::setrlimit(RLIMIT_NOFILE, &whole); };
     } else {
-        const QByteArray user = QByteArray::number(::geteuid());
-        if (::unshare(CLONE_NEWUSER) != 0) {
-            say("unsupported no user name spaces");
-            return 0;
-        }
-        writeFile("/proc/self/uid_map", user + ' ' + user + " 1");
-        if (!limit(kind, 0)) {
-            say("unsupported no limits of a name space's own");
+        if (const char* reason = starveOf(kind); *reason) {
+            say(QByteArray("unsupported ") + reason);
             return 0;
         }
         relieve = [kind] { limit(kind, 1000); };
@@ -248,6 +256,18 @@ int starve(const QString& kind, const QString& directory)
         relieve();
         say(watch.isNotified() ? "notified" : "relieved");
     });
+}
+
+int become(const QStringList& command)
+{
+    std::vector<QByteArray> words;
+    std::vector<char*> pointers;
+    words.reserve(size_t(command.size()));
+    for (const QString& word : command)
+        pointers.push_back(words.emplace_back(QFile::encodeName(word)).data());
+    pointers.push_back(nullptr);
+    ::execv(pointers.front(), pointers.data());
+    return 1;
 }
 
 int runInstance(const QByteArray& name, const QByteArray& token)
@@ -292,7 +312,14 @@ int workspace(const QString& bundle, const QStringList& pids)
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
-    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    QStringList arguments = QCoreApplication::arguments().mid(1);
+    if (arguments.value(0) == QLatin1String("starved")) {
+        if (const char* reason = starveOf(arguments.value(1)); *reason) {
+            say(QByteArray("unsupported ") + reason);
+            return 0;
+        }
+        arguments = arguments.mid(2);
+    }
     const QString verb = arguments.value(0);
     if (verb == QLatin1String("listen"))
         return listen(arguments.mid(1));
@@ -313,6 +340,8 @@ int main(int argc, char** argv)
         return runInstance(arguments.value(1).toUtf8(), arguments.value(2).toUtf8());
     if (verb == QLatin1String("starve"))
         return starve(arguments.value(1), arguments.value(2));
+    if (verb == QLatin1String("become"))
+        return become(arguments.mid(1));
     if (verb == QLatin1String("workspace"))
         return workspace(arguments.value(1), arguments.mid(2));
     return 2;

@@ -124,7 +124,7 @@ void WatchResourcesTest::starved(const char* kind) const
     if (first.startsWith("unsupported"))
         QSKIP("this kernel does not let us lower the limits for one process");
     QCOMPARE(first, QByteArray("polled"));
-    // Told without a cause, as nobody knows; and once more.
+    // That anything may have changed, as nobody knows; and once more.
     QCOMPARE(peer.line(5000), QByteArray("told"));
     QCOMPARE(peer.line(5000), QByteArray("told"));
     peer.say("relieve");
@@ -132,7 +132,7 @@ void WatchResourcesTest::starved(const char* kind) const
     QCOMPARE(peer.line(5000), QByteArray("told"));
     write("d/file");
     QCOMPARE(peer.line(1000), QByteArray("told file"));
-    // The file's creation and its end may be two batches; but looking without a cause has ended.
+    // The file's creation and its end may be two batches; but looking has ended.
     while (peer.hasLine(2500))
         QCOMPARE(peer.line(), QByteArray("told file"));
     QCOMPARE(peer.finish(), 0);

@@ -15,6 +15,8 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QTimer>
+#include <chrono>
+#include <utility>
 
 namespace kestrum {
 
@@ -45,6 +47,9 @@ Agent::Agent(QObject* parent)
         m_notification->show(outcome);
     });
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
+    // What the toolkit knows of, such as the end of the session.
+    connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
+        [this] { leave(QStringLiteral("the desktop or the toolkit wants it to")); });
     fillMenu();
 }
 
@@ -65,7 +70,12 @@ void Agent::start(std::optional<double> launched)
 
     connect(&store, &UserDefaults::changed, this, &Agent::adoptSettings);
     m_signals.listen(Signal::settings, [this] { adoptSettings(); });
-    m_signals.listen(Signal::quitAgent, [] { QCoreApplication::quit(); });
+    m_signals.listen(Signal::quitAgent, [this] { leave(QStringLiteral("it was asked to quit")); });
+    // Where signals cannot pass, this alone tells. An agent that somebody started though it is switched off stays.
+    Setting(Keys::agentEnabled).observe(this, [this](bool isEnabled) {
+        if (!isEnabled)
+            leave(QStringLiteral("it was switched off in the settings"));
+    });
     m_signals.listen(Signal::checkForUpdates, [this] { m_updates->check(); });
     m_updates->start();
     if (launched)
@@ -74,13 +84,26 @@ void Agent::start(std::optional<double> launched)
 
 void Agent::doWhatWasAskedSince(double launched)
 {
-    using NotificationCentre::lastPost;
+    // What a clock left that was ahead then is no word of now: it would be one to every agent until that time has come.
+    const auto wasAskedSince = [](Signal signal, double time) {
+        const auto asked = NotificationCentre::lastPost(SharedSettings::name(signal));
+        const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
+        return asked >= time && *asked <= now.count();
+    };
     // Starts are known to 10 ms. One who asked just before would be answered by mistake, which does no harm here...
-    if (lastPost(SharedSettings::name(Signal::checkForUpdates)) >= launched)
+    if (wasAskedSince(Signal::checkForUpdates, launched))
         m_updates->check();
     // ...but would here, where it was the agent before that was asked to quit.
-    if (lastPost(SharedSettings::name(Signal::quitAgent)) > launched + startTimeStep)
-        QTimer::singleShot(0, QCoreApplication::instance(), &QCoreApplication::quit);
+    if (wasAskedSince(Signal::quitAgent, launched + startTimeStep))
+        QTimer::singleShot(0, this, [this] { leave(QStringLiteral("it was asked to quit as it began")); });
+}
+
+void Agent::leave(const QString& reason)
+{
+    // One end may have several reasons, of which the first is the cause.
+    if (!std::exchange(m_isLeaving, true))
+        Log::info("agent", QStringLiteral("the agent ends: %1").arg(reason));
+    QCoreApplication::quit();
 }
 
 void Agent::adoptSettings()
@@ -121,7 +144,7 @@ void Agent::fillMenu()
 void Agent::switchOff()
 {
     Setting(Keys::agentEnabled).set(false);
-    QCoreApplication::quit();
+    leave(QStringLiteral("its menu was asked to quit it"));
 }
 
 } // namespace kestrum

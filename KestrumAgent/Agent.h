@@ -16,7 +16,7 @@ class Sampler;
 class UpdateChecker;
 
 /// The window-less agent: it puts the items at the panel, draws them with live readings, follows the shared settings, and
-/// answers the signals of the settings application. Whoever started it, it runs until it is told to quit.
+/// answers the signals of the settings application. Whoever started it, it runs until it is told to quit or is switched off.
 class Agent final : public QObject {
     Q_OBJECT
 public:
@@ -26,6 +26,9 @@ public:
     /// Registers the defaults, begins to listen and to show. What was asked of the agent since `launched`, in seconds since
     /// 1970, is done too: nobody listened while the program was being loaded. Called once.
     void start(std::optional<double> launched = std::nullopt);
+
+    /// Ends the program; the log gets the reason, as of everything that ends it.
+    void leave(const QString& reason);
 
     /// Brings the settings application forward, and starts it: a start where it runs already opens no second window.
     static void openSettings();
@@ -46,6 +49,7 @@ private:
     Sampler* m_sampler;
     UpdateChecker* m_updates;
     DesktopNotification* m_notification;
+    bool m_isLeaving = false;
     QString m_outcome; ///< of the last check for updates that somebody asked for
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;

@@ -1,5 +1,7 @@
 #include "KestrumAgent/Agent.h"
+#include "KestrumShared/Machine/AgentLoginItem.h"
 #include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Identifier.h"
 #include "Platform/Log.h"
@@ -15,14 +17,16 @@
 
 namespace {
 
-constexpr char usage[] = "Usage: KestrumAgent [OPTION]\n"
-                         "Shows the items of the Kestrum system monitor at the panel.\n"
-                         "\n"
-                         "  --help     print this and exit\n"
-                         "  --version  print the version and exit\n";
+constexpr char usage[]
+    = "Usage: KestrumAgent [OPTION]\n"
+      "Shows the items of the Kestrum system monitor at the panel.\n"
+      "\n"
+      "  --help     print this and exit\n"
+      "  --version  print the version and exit\n"
+      "  --login    the desktop starts it at login: where the agent is switched off, it ends at once\n";
 
 /// The exit code of a call that has been answered. Arguments with one dash are the toolkit's.
-std::optional<int> answer(int argc, char** argv)
+std::optional<int> answer(int argc, char** argv, bool& isLogin)
 {
     for (int i = 1; i < argc; ++i) {
         const QByteArrayView argument(argv[i]);
@@ -34,7 +38,9 @@ std::optional<int> answer(int argc, char** argv)
             std::puts("KestrumAgent " KESTRUM_VERSION);
             return 0;
         }
-        if (argument.startsWith("--")) {
+        if (argument == kestrum::AgentLoginItem::argument) {
+            isLogin = true;
+        } else if (argument.startsWith("--")) {
             std::fprintf(stderr, "KestrumAgent: what does %s mean?\n%s", argv[i], usage);
             return 2;
         }
@@ -47,10 +53,17 @@ std::optional<int> answer(int argc, char** argv)
 int main(int argc, char** argv)
 {
     using namespace kestrum;
-    if (const auto answered = answer(argc, argv))
+    bool isLogin = false;
+    if (const auto answered = answer(argc, argv, isLogin))
         return *answered;
 
     Log::install();
+    // Whoever quit the agent wants it to stay away, also from the next session. Needs no display.
+    if (isLogin && !Setting(Keys::agentEnabled).value()) {
+        Log::info(
+            "agent", QStringLiteral("the agent ends: it is switched off, and only the login started it"));
+        return 0;
+    }
     // Before the application object, whose threads would otherwise take the signals in their own way.
     StopRequest::holdBack();
     AppLanguage::recordLaunchedCode();
@@ -76,13 +89,14 @@ int main(int argc, char** argv)
     QApplication::setStyle(QStringLiteral("fusion"));
 
     const StopRequest stop;
-    QObject::connect(&stop, &StopRequest::requested, &application, &QCoreApplication::quit);
     const SingleInstance instance("KestrumAgent");
     if (!instance.isFirst()) {
         Log::info("agent", QStringLiteral("another agent runs already"));
         return 0;
     }
     Agent agent;
+    QObject::connect(&stop, &StopRequest::requested, &agent,
+        [&agent] { agent.leave(QStringLiteral("a signal of the system terminates or interrupts it")); });
     agent.start(ProcessTable().startTime(qint32(QCoreApplication::applicationPid())));
     return QApplication::exec();
 }

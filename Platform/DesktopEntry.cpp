@@ -203,13 +203,13 @@ QByteArray DesktopEntry::unescaped(const QByteArray& value)
     return text;
 }
 
-QByteArray DesktopEntry::command(const QByteArray& program)
+QByteArray DesktopEntry::command(const QByteArray& program, const QByteArray& argument)
 {
     QByteArray quoted("\"");
     // GLib looks for the program before it makes one of two percent signs, and so never finds it. A shell that starts what it
     // is given is found.
     if (program.contains('%'))
-        quoted = "/bin/sh -c \"exec \\\"\\$0\\\"\" \"";
+        quoted = "/bin/sh -c \"exec \\\"\\$0\\\" \\\"\\$@\\\"\" \"";
     for (const char character : program) {
         if (QByteArrayView("\"`$\\").contains(character))
             quoted += '\\';
@@ -217,7 +217,10 @@ QByteArray DesktopEntry::command(const QByteArray& program)
             quoted += '%';
         quoted += character;
     }
-    return escaped(quoted + '"');
+    quoted += '"';
+    if (!argument.isEmpty())
+        quoted += ' ' + argument;
+    return escaped(quoted);
 }
 
 std::optional<QByteArray> DesktopEntry::programOf(const QByteArray& command)

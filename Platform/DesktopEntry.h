@@ -28,8 +28,9 @@ public:
 
     /// The value that stands for a plain text.
     static QByteArray escaped(const QByteArray& text);
-    /// The value of "Exec" that starts `program`, whatever its path looks like, without arguments.
-    static QByteArray command(const QByteArray& program);
+    /// The value of "Exec" that starts `program`, whatever its path looks like, with `argument`, a word of letters and dashes;
+    /// empty: with none.
+    static QByteArray command(const QByteArray& program, const QByteArray& argument = {});
     /// The plain text that a value stands for.
     static QByteArray unescaped(const QByteArray& value);
     /// The program that a value of "Exec" starts; nothing when it cannot be understood.

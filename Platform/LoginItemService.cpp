@@ -127,10 +127,12 @@ bool hasProgram(const DesktopEntry& entry)
 
 } // namespace
 
-LoginItemService::LoginItemService(const QString& identifier, const QString& program, const QString& name)
+LoginItemService::LoginItemService(
+    const QString& identifier, const QString& program, const QString& name, const QByteArray& argument)
     : m_identifier(identifier)
     , m_program(program)
     , m_name(name)
+    , m_argument(argument)
 {
 }
 
@@ -211,7 +213,7 @@ std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray&
     const QByteArray program = QFile::encodeName(m_program);
     entry.set(typeKey, "Application");
     entry.set(nameKey, DesktopEntry::escaped(m_name.toUtf8()));
-    entry.set(commandKey, DesktopEntry::command(program));
+    entry.set(commandKey, DesktopEntry::command(program, m_argument));
     entry.set(programKey, DesktopEntry::escaped(program));
     entry.set(hiddenKey, "false");
     entry.set(gnomeKey, "true");

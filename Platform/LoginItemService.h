@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <cerrno>
 #include <optional>
@@ -29,8 +30,10 @@ public:
         QString text; ///< names the thing and the reason
     };
 
-    /// `program` is the absolute path of what the entry starts; `name` is how desktops list it.
-    LoginItemService(const QString& identifier, const QString& program, const QString& name);
+    /// `program` is the absolute path of what the entry starts, with `argument`, a word of letters and dashes, where one is given;
+    /// `name` is how desktops list it.
+    LoginItemService(const QString& identifier, const QString& program, const QString& name,
+        const QByteArray& argument = {});
 
     Status status() const;
     /// Writes the entry, or switches the one that is there on again. Whatever others wrote into it is kept. Nothing on
@@ -54,6 +57,7 @@ private:
     QString m_identifier;
     QString m_program;
     QString m_name;
+    QByteArray m_argument;
 };
 
 } // namespace kestrum

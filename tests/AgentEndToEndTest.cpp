@@ -19,6 +19,9 @@ QString text(const char* utf8)
 class AgentEndToEndTest : public PanelTest {
     Q_OBJECT
 
+    /// The last line that it wrote.
+    QByteArray lastWords() const { return agent().readAllStandardError().trimmed().split('\n').last(); }
+
 private Q_SLOTS:
     void theMenuQuitsItAndSwitchesItOff()
     {
@@ -30,6 +33,7 @@ private Q_SLOTS:
         QVERIFY(agent().waitForFinished(patience));
         QCOMPARE(agent().exitCode(), 0);
         QCOMPARE(stage().read("agentEnabled"), QByteArray("false"));
+        QVERIFY(lastWords().contains("the agent ends: its menu"));
     }
 
     void aSecondAgentEndsAtOnce()
@@ -43,17 +47,23 @@ private Q_SLOTS:
         QCOMPARE(agent().state(), QProcess::Running);
     }
 
-    void itEndsWhenAsked_data()
+    void itEndsWhenAskedAndSaysWhy_data()
     {
         QTest::addColumn<QStringList>("command");
-        const QStringList post { stage().program("kestrumctl"), text("post"), text("quitAgent") };
-        QTest::newRow("by the signal") << post;
-        QTest::newRow("by SIGTERM") << QStringList { text("kill"), text("-TERM") };
-        QTest::newRow("by SIGINT") << QStringList { text("kill"), text("-INT") };
+        QTest::addColumn<QByteArray>("reason");
+        const QString tool = stage().program("kestrumctl");
+        QTest::newRow("by the signal")
+            << QStringList { tool, text("post"), text("quitAgent") } << QByteArray("it was asked to quit");
+        QTest::newRow("by its switch") << QStringList { tool, text("write"), text("agentEnabled"),
+            text("false") } << QByteArray("it was switched off in the settings");
+        const QByteArray system("a signal of the system");
+        QTest::newRow("by SIGTERM") << QStringList { text("kill"), text("-TERM") } << system;
+        QTest::newRow("by SIGINT") << QStringList { text("kill"), text("-INT") } << system;
     }
-    void itEndsWhenAsked()
+    void itEndsWhenAskedAndSaysWhy()
     {
         QFETCH(QStringList, command);
+        QFETCH(const QByteArray, reason);
         if (command.first() == QLatin1StringView("kill"))
             command.append(QString::number(agent().processId()));
         QProcess asking;
@@ -62,7 +72,35 @@ private Q_SLOTS:
         QVERIFY(agent().waitForFinished(patience));
         QCOMPARE(agent().exitStatus(), QProcess::NormalExit);
         QCOMPARE(agent().exitCode(), 0);
+        QVERIFY(lastWords().contains("the agent ends: " + reason));
         waitForNoStrip();
+    }
+
+    void withoutARuntimeDirectoryTheSwitchEndsIt()
+    {
+        Programs::end(agent());
+        const QByteArray place = qgetenv("XDG_RUNTIME_DIR");
+        qunsetenv("XDG_RUNTIME_DIR");
+        startAgent();
+        qputenv("XDG_RUNTIME_DIR", place);
+        stage().write("agentEnabled", "false");
+        QVERIFY(agent().waitForFinished(patience));
+        QVERIFY(lastWords().contains("the agent ends: it was switched off in the settings"));
+    }
+
+    void startedAtLoginItRunsOnlyWhereItIsSwitchedOn()
+    {
+        Programs::end(agent());
+        stage().write("agentEnabled", "false");
+        startAgent();
+        Programs::end(agent());
+        startAgent({ text("--login") }, Wait::no);
+        QVERIFY(agent().waitForFinished(patience));
+        QCOMPARE(agent().exitCode(), 0);
+        QVERIFY(lastWords().contains("the agent ends: it is switched off"));
+        stage().write("agentEnabled", "true");
+        startAgent({ text("--login") });
+        QCOMPARE(agent().state(), QProcess::Running);
     }
 
     void whatItStartsInheritsNothingOfItsOwn()

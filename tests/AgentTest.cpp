@@ -12,7 +12,10 @@
 #include <QDateTime>
 #include <QSignalSpy>
 #include <QTimer>
+#include <ctime>
+#include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 
 using namespace kestrum;
 
@@ -87,6 +90,21 @@ private Q_SLOTS:
         QCOMPARE(runWith([] {}), 0);
     }
 
+    void aRequestOfAClockThatWasAheadIsNotSinceTheStart()
+    {
+        m_agent.reset();
+        SharedSettings::post(Signal::quitAgent);
+        const QString file = signalsDirectory() + u'/' + SharedSettings::name(Signal::quitAgent);
+        const struct timespec tomorrow[2]
+            = { { ::time(nullptr) + 86'400, 0 }, { ::time(nullptr) + 86'400, 0 } };
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file).constData(), tomorrow, 0), 0);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start(double(::time(nullptr)) - 1);
+        QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
+        // Now it is asked in earnest, though the file's time becomes an earlier one.
+        QCOMPARE(runWith([] { SharedSettings::post(Signal::quitAgent); }), 0);
+    }
+
     void otherSignalsDoNotEndIt()
     {
         const int code = runWith([] {
@@ -152,6 +170,31 @@ private Q_SLOTS:
         m_agent = std::make_unique<Agent>();
         m_agent->start();
         QVERIFY(m_agent->strip()->isVisible());
+        // Other settings are no reason to go.
+        const int code = runWith([] {
+            Setting(Keys::showMemoryItem).set(false);
+            QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
+        });
+        QCOMPARE(code, 7);
+    }
+
+    void itEndsWhenItIsSwitchedOffInTheSettings()
+    {
+        // Without any signal.
+        QCOMPARE(runWith([] { Setting(Keys::agentEnabled).set(false); }), 0);
+    }
+
+    void startedWhileSwitchedOffItEndsWhenItIsSwitchedOnAndOff()
+    {
+        m_agent.reset();
+        Setting(Keys::agentEnabled).set(false);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+        const int code = runWith([] {
+            Setting(Keys::agentEnabled).set(true);
+            QTimer::singleShot(200, qApp, [] { Setting(Keys::agentEnabled).set(false); });
+        });
+        QCOMPARE(code, 0);
     }
 
     // Its menu

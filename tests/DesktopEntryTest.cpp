@@ -110,7 +110,9 @@ private Q_SLOTS:
     {
         QCOMPARE(DesktopEntry::command("/bin/x"), QByteArray("\"/bin/x\""));
         QCOMPARE(DesktopEntry::command("/a b"), QByteArray("\"/a b\""));
-        QCOMPARE(DesktopEntry::command("/%f"), QByteArray(R"(/bin/sh -c "exec \\"\\$0\\"" "/%%f")"));
+        QCOMPARE(
+            DesktopEntry::command("/%f"), QByteArray(R"(/bin/sh -c "exec \\"\\$0\\" \\"\\$@\\"" "/%%f")"));
+        QCOMPARE(DesktopEntry::command("/bin/x", "--now"), QByteArray("\"/bin/x\" --now"));
         QCOMPARE(DesktopEntry::command("/$"), QByteArray("\"/\\\\$\""));
         QCOMPARE(DesktopEntry::command("/\\"), QByteArray("\"/\\\\\\\\\""));
         QCOMPARE(DesktopEntry::command("/\n"), QByteArray("\"/\\n\""));

@@ -50,6 +50,12 @@ private Q_SLOTS:
         verify("on", "");
     }
 
+    void theEntryTellsTheAgentThatItIsALogin()
+    {
+        verify("on", "");
+        QVERIFY(contentOf(LoginItemStage::entry()).contains("/KestrumAgent\" --login\n"));
+    }
+
     void switchingOnAgainKeepsForeignKeys()
     {
         verify("on", "");

@@ -46,10 +46,10 @@ public:
     static QString entry() { return folder() + QStringLiteral("/com.orvale.kestrum.agent.desktop"); }
     static QString startedFile() { return TestHome::root() + QStringLiteral("/started"); }
 
-    /// A program that can be run, and that says by which path it was.
+    /// A program that can be run, and that says by which path it was, and with which argument.
     static void makeProgram(const QString& path)
     {
-        write(path, "#!/bin/sh\nprintf '%s' \"$0\" > '" + QFile::encodeName(startedFile()) + "'\n");
+        write(path, "#!/bin/sh\nprintf '%s' \"$0${1:+ $1}\" > '" + QFile::encodeName(startedFile()) + "'\n");
         QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
     }
 

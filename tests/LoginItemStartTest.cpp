@@ -49,12 +49,17 @@ private Q_SLOTS:
         const FileTree tree;
         const QString program = tree.path(name + u'/' + name);
         LoginItemStage::makeProgram(program);
-        const LoginItemService service(
-            QStringLiteral("com.orvale.kestrum.agent"), program, QStringLiteral("Kestrum"));
-        QVERIFY(!service.registerItem());
-        QCOMPARE(service.status(), LoginItemService::Status::enabled);
-        QCOMPARE(read(LoginItemStage::entry()), 0);
-        QTRY_COMPARE(contentOf(LoginItemStage::startedFile()), QFile::encodeName(program));
+        for (const QByteArray& argument : { QByteArray(), QByteArray("--login") }) {
+            LoginItemStage::clear();
+            const LoginItemService service(
+                QStringLiteral("com.orvale.kestrum.agent"), program, QStringLiteral("Kestrum"), argument);
+            QVERIFY(!service.registerItem());
+            QCOMPARE(service.status(), LoginItemService::Status::enabled);
+            QCOMPARE(read(LoginItemStage::entry()), 0);
+            const QByteArray started
+                = QFile::encodeName(program) + (argument.isEmpty() ? "" : ' ' + argument);
+            QTRY_COMPARE(contentOf(LoginItemStage::startedFile()), started);
+        }
     }
 
     void aNameOfAnyLettersIsShownAsItIs()

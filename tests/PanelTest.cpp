@@ -14,10 +14,11 @@ void PanelTest::startPanel()
         QGuiApplication::primaryScreen()->availableGeometry().top(), panelHeight, patience);
 }
 
-void PanelTest::startAgent()
+void PanelTest::startAgent(const QStringList& arguments, Wait wait)
 {
-    m_agent = Programs::started(stage().agentProgram(), {});
-    waitForStrip();
+    m_agent = Programs::started(stage().agentProgram(), arguments);
+    if (wait == Wait::forStrip)
+        waitForStrip();
 }
 
 void PanelTest::waitForStrip(int top) const

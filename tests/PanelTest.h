@@ -14,7 +14,8 @@ protected:
     QProcess& panel() const { return *m_panel; }
     QProcess& agent() const { return *m_agent; }
     void startPanel();
-    void startAgent();
+    enum class Wait { no, forStrip };
+    void startAgent(const QStringList& arguments = {}, Wait wait = Wait::forStrip);
 
     void waitForStrip(int top = panelHeight) const;
     static void waitForNoStrip();

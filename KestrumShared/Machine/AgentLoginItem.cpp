@@ -9,7 +9,8 @@ namespace kestrum {
 
 LoginItemService AgentLoginItem::service()
 {
-    return { AppLinks::agentIdentifier(), AppLinks::embeddedAgentProgram(), QStringLiteral("Kestrum") };
+    return { AppLinks::agentIdentifier(), AppLinks::embeddedAgentProgram(), QStringLiteral("Kestrum"),
+        argument };
 }
 
 std::optional<AgentLoginItem::Block> AgentLoginItem::block()

@@ -9,6 +9,9 @@ namespace kestrum {
 /// The login item by which the desktop starts the agent of the main bundle.
 namespace AgentLoginItem {
 
+/// Tells the agent that the desktop started it at login, and not a person.
+inline constexpr char argument[] = "--login";
+
 LoginItemService service();
 
 /// Why the login item cannot be used.

@@ -18,7 +18,7 @@ bool staysAsItIs(char character)
 
 } // namespace
 
-std::optional<QByteArray> FileName::encoded(const QString& text, QByteArrayView suffix)
+std::optional<QByteArray> FileName::encoded(const QString& text, QByteArrayView suffix, Room room)
 {
     if (text.isEmpty() || text.size() > maximumLength)
         return std::nullopt;
@@ -38,7 +38,7 @@ std::optional<QByteArray> FileName::encoded(const QString& text, QByteArrayView 
         name += digits[byte & 0xF];
     }
     name += suffix;
-    if (name.size() > maximumLength - decorationLength)
+    if (name.size() > maximumLength - (room == Room::none ? 0 : decorationLength))
         return std::nullopt;
     return name;
 }

@@ -45,6 +45,12 @@ void sayThatSignalsStayWithin(const QString& reason)
     Log::warnOnce("signals", QStringLiteral("Signals stay within this program: %1").arg(reason));
 }
 
+// A signal's name is longer than its suite's, whose files need room for companions. So each suite that can be has signals.
+std::optional<QByteArray> fileNameOf(const QString& name)
+{
+    return FileName::encoded(name, {}, FileName::Room::none);
+}
+
 // When a signal was posted last, in nanoseconds since 1970; nothing when it never was.
 using PostTime = std::optional<qint64>;
 
@@ -58,11 +64,13 @@ public:
             return {};
         // The first time, or the directory went away and has to be found or made again.
         QString obstacle;
-        const auto opened = open(&obstacle);
-        if (!opened || touch(opened->rootDescriptor(), path))
-            return obstacle;
-        obstacle = QStringLiteral("%1/%2: %3")
-                       .arg(Log::escaped(opened->path()), QLatin1String(signalsName), qt_error_string(errno));
+        if (const auto opened = open(&obstacle)) {
+            if (touch(opened->rootDescriptor(), path))
+                return {};
+            const QString reason = qt_error_string(errno);
+            obstacle = QStringLiteral("%1/%2: %3")
+                           .arg(Log::escaped(opened->path()), QLatin1String(signalsName), reason);
+        }
         sayThatSignalsStayWithin(obstacle);
         return obstacle;
     }
@@ -77,8 +85,8 @@ public:
         return qint64(state.st_mtim.tv_sec) * 1'000'000'000 + state.st_mtim.tv_nsec;
     }
 
-    // Makes sure that the directory is there; null, with the reason in `obstacle` and said once, when it cannot be.
-    std::shared_ptr<const RuntimeDirectory> open(QString* obstacle = nullptr)
+    // Makes sure that the directory is there; null, with the reason in `obstacle`, when it cannot be.
+    std::shared_ptr<const RuntimeDirectory> open(QString* obstacle)
     {
         QString reason = RuntimeDirectory::shared().reason();
         if (reason.isEmpty()) {
@@ -94,10 +102,18 @@ public:
                                              .arg(Log::escaped(opened->path()), QLatin1String(signalsName))
                                        : opened->reason();
         }
-        sayThatSignalsStayWithin(reason);
-        if (obstacle)
-            *obstacle = reason;
+        *obstacle = reason;
         return nullptr;
+    }
+
+    // As `open`, with the reason said once.
+    std::shared_ptr<const RuntimeDirectory> openOrSay()
+    {
+        QString obstacle;
+        auto opened = open(&obstacle);
+        if (!opened)
+            sayThatSignalsStayWithin(obstacle);
+        return opened;
     }
 
 private:
@@ -181,7 +197,7 @@ private:
 
     void listen()
     {
-        const auto root = postbox().open();
+        const auto root = postbox().openOrSay();
         m_isDeaf = !root;
         if (!root)
             return;
@@ -199,7 +215,7 @@ private:
         names += m_watch->takePending();
         const bool isAnything = names.contains(QByteArray());
         // The directory may be another one. It is made where it is missing, so that the next post is an event of its own again.
-        if (isAnything && !postbox().open())
+        if (isAnything && !postbox().openOrSay())
             return;
         QHash<QByteArray, PostTime> times; // one look for all registrations of a name
         deliver(m_newest, [&](Registration& one) {
@@ -246,7 +262,7 @@ QString NotificationCentre::post(const QString& name)
     thread_local QString lastName;
     thread_local QByteArray lastPath;
     if (name != lastName || lastPath.isEmpty()) {
-        const std::optional<QByteArray> encoded = FileName::encoded(name);
+        const std::optional<QByteArray> encoded = fileNameOf(name);
         lastName = name;
         lastPath = encoded ? pathBelowRoot + *encoded : QByteArray();
     }
@@ -272,7 +288,7 @@ QString NotificationCentre::obstacle()
 
 std::optional<Token> NotificationCentre::registerDispatch(const QString& name, std::function<void()> handler)
 {
-    const std::optional<QByteArray> fileName = FileName::encoded(name);
+    const std::optional<QByteArray> fileName = fileNameOf(name);
     if (!fileName || !handler)
         return std::nullopt;
     return listeners().add(*fileName, std::move(handler));
@@ -280,8 +296,8 @@ std::optional<Token> NotificationCentre::registerDispatch(const QString& name, s
 
 std::optional<double> NotificationCentre::lastPost(const QString& name)
 {
-    const std::optional<QByteArray> fileName = FileName::encoded(name);
-    if (!fileName || !postbox().open())
+    const std::optional<QByteArray> fileName = fileNameOf(name);
+    if (!fileName || !postbox().openOrSay())
         return std::nullopt;
     const PostTime time = postbox().lastPost(pathBelowRoot + *fileName);
     return time ? std::optional(double(*time) / 1e9) : std::nullopt;

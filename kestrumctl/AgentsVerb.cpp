@@ -60,6 +60,7 @@ const Verb agentsVerb {
     false,
     false,
     runAgents,
+    false,
 };
 
 } // namespace kestrum

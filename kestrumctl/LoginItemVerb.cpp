@@ -63,6 +63,7 @@ const Verb loginItemVerb {
     false,
     false,
     runLoginItem,
+    false,
 };
 
 } // namespace kestrum

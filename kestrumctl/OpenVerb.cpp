@@ -49,6 +49,7 @@ const Verb openVerb {
     false,
     false,
     runOpen,
+    false,
 };
 
 } // namespace kestrum

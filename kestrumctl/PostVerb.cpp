@@ -1,3 +1,4 @@
+#include "Platform/NotificationCentre.h"
 #include "kestrumctl/SignalNames.h"
 #include "kestrumctl/Verb.h"
 
@@ -12,10 +13,9 @@ ExitCode runPost(const CommandLine& line)
     if (!posted)
         return Console::wrongUse(error);
     error = SignalNames::obstacle();
-    if (!error.isEmpty())
-        return Console::failed(error);
-    SharedSettings::post(posted->first());
-    return ExitCode::done;
+    if (error.isEmpty())
+        error = SignalNames::told(NotificationCentre::post(SharedSettings::name(posted->first())));
+    return error.isEmpty() ? ExitCode::done : Console::failed(error);
 }
 
 } // namespace
@@ -33,7 +33,9 @@ const Verb postVerb {
     "  updateAvailable  the agent found an update\n"
     "  menuBarChanged   the agent changed the order of the items\n"
     "\n"
-    "Exit code 1 when there is no private runtime directory in which programs could meet.\n",
+    "Exit code 1 when there is no private runtime directory in which programs could meet, and when the "
+    "signal\n"
+    "cannot be left there.\n",
     {},
     1,
     1,

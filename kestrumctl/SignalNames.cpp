@@ -1,6 +1,6 @@
 #include "kestrumctl/SignalNames.h"
 
-#include "Platform/RuntimeDirectory.h"
+#include "Platform/NotificationCentre.h"
 #include "kestrumctl/NearestNames.h"
 
 namespace kestrum {
@@ -25,9 +25,12 @@ std::optional<QList<SharedSettings::Signal>> SignalNames::parsed(const QStringLi
 
 QString SignalNames::obstacle()
 {
-    const RuntimeDirectory& directory = RuntimeDirectory::shared();
-    return directory.isValid() ? QString()
-                               : QStringLiteral("no signal passes between programs: ") + directory.reason();
+    return told(NotificationCentre::obstacle());
+}
+
+QString SignalNames::told(const QString& obstacle)
+{
+    return obstacle.isEmpty() ? QString() : QStringLiteral("no signal passes between programs: ") + obstacle;
 }
 
 } // namespace kestrum

@@ -19,5 +19,8 @@ std::optional<QList<SharedSettings::Signal>> parsed(const QStringList& words, QS
 /// Why signals cannot pass between processes at present; empty when they can.
 QString obstacle();
 
+/// The sentence for an `obstacle` that has been met; empty for none.
+QString told(const QString& obstacle);
+
 } // namespace SignalNames
 } // namespace kestrum

@@ -20,6 +20,7 @@ struct Verb {
     bool listsKeys; ///< the usage text ends with the catalogue of keys
     bool draws;     ///< needs fonts, and so an application with a platform for drawing
     ExitCode (*run)(const CommandLine&);
+    bool needsSuite = true; ///< has to do with settings or signals
 };
 
 extern const Verb readVerb;

@@ -1,3 +1,4 @@
+#include "KestrumShared/Settings/SharedSettings.h"
 #include "Platform/Log.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/Verb.h"
@@ -49,6 +50,9 @@ ExitCode run(const Verb& verb, const QStringList& words, char** argv)
                 .arg(count < verb.fewestArguments ? QStringLiteral("few") : QStringLiteral("many"),
                     *verb.parameters ? QLatin1StringView(verb.parameters) : QLatin1StringView("none")));
     }
+    // In another suite's place there would be nobody to meet.
+    if (const QString refusal = verb.needsSuite ? SharedSettings::refusal() : QString(); !refusal.isEmpty())
+        return Console::failed(refusal);
     // Only the program's name is for Qt: it would take words such as "-platform" out of the verb's own.
     int argc = 1;
     const auto application = makeApplication(verb, argc, argv);

@@ -88,6 +88,24 @@ private Q_SLOTS:
         QVERIFY(lastWords().contains("the agent ends: it was switched off in the settings"));
     }
 
+    void aSuiteThatCannotBeIsNamedInTheLog()
+    {
+        Programs::end(agent());
+        qputenv("KESTRUM_SETTINGS_SUITE", QByteArray(300, 'x'));
+        startAgent({}, Wait::no);
+        const auto window = Programs::started(
+            stage().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+        qunsetenv("KESTRUM_SETTINGS_SUITE");
+        waitForStrip();
+        Programs::end(agent());
+        QTRY_COMPARE_WITH_TIMEOUT(window->state(), QProcess::NotRunning, patience);
+        QCOMPARE(window->readAllStandardOutput(), QByteArray("painted\n"));
+        for (QProcess* process : { &agent(), window.get() }) {
+            const QByteArray said = process->readAllStandardError();
+            QVERIFY2(said.count("cannot be the name of a suite") == 1, said.constData());
+        }
+    }
+
     void startedAtLoginItRunsOnlyWhereItIsSwitchedOn()
     {
         Programs::end(agent());

@@ -53,6 +53,8 @@ private Q_SLOTS:
     void deleteBringsTheDefaultBack();
     void deletingWhatIsNotStoredIsNoFailure();
     void theSuiteIsTheOneThatTheEnvironmentNames();
+    void aSuiteThatCannotBeIsNamedWithTheReason_data();
+    void aSuiteThatCannotBeIsNamedWithTheReason();
     void theAdministratorsValueIsInEffectButNotStored();
     void anUnwritableHomeFailsWithTheReason();
     void aFileThatCannotBeReadDoesNotPassForAnEmptyOne();
@@ -277,6 +279,35 @@ void KestrumctlSettingsTest::theSuiteIsTheOneThatTheEnvironmentNames()
     QCOMPARE(ctl({ QStringLiteral("read"), QStringLiteral("meterStyle") }, other).output,
         QByteArray("\"wave\"\n"));
     QCOMPARE(ctl("read meterStyle").output, QByteArray("\"bars\"\n"));
+}
+
+void KestrumctlSettingsTest::aSuiteThatCannotBeIsNamedWithTheReason_data()
+{
+    QTest::addColumn<QString>("suite");
+    QTest::addColumn<QByteArray>("reason");
+    QTest::newRow("empty") << QString() << QByteArray("it is empty");
+    const QByteArray tooLong("longer than a file's may be");
+    QTest::newRow("too long") << QString(235, u'x') << tooLong;
+    QTest::newRow("too long as a file's name") << QString(79, u'/') << tooLong;
+}
+
+void KestrumctlSettingsTest::aSuiteThatCannotBeIsNamedWithTheReason()
+{
+    QFETCH(const QString, suite);
+    QFETCH(const QByteArray, reason);
+    const Kestrumctl::Variables refused { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), suite } };
+    for (const char* call : { "read", "write meterStyle \"wave\"", "delete meterStyle", "watch", "export -",
+             "import -", "post settings", "listen settings --timeout 5", "agent start", "describe" }) {
+        const auto result = ctl(Kestrumctl::words(call), refused);
+        QCOMPARE(result.code, 1);
+        QCOMPARE(result.output, QByteArray());
+        QVERIFY2(result.errors.startsWith("kestrumctl: KESTRUM_SETTINGS_SUITE: \"")
+                && result.errors.contains(reason) && result.errors.count('\n') == 1,
+            result.errors.constData());
+    }
+    // What has nothing to do with settings goes on.
+    QCOMPARE(ctl({ QStringLiteral("agents") }, refused).errors, QByteArray());
+    QVERIFY(!QFile::exists(TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json")));
 }
 
 void KestrumctlSettingsTest::theAdministratorsValueIsInEffectButNotStored()

@@ -39,7 +39,10 @@ private Q_SLOTS:
     void everySignalIsPostedUnderItsName();
     void anotherSuitesSignalsAreNotHeard();
     void aWriteIsNoSignal();
+    void theSuiteWithTheLongestNameHasSignals_data();
+    void theSuiteWithTheLongestNameHasSignals();
     void withoutAMeetingPlaceBothFailWithTheReason();
+    void aPostThatCannotBeLeftFailsWithTheReason();
 };
 
 void KestrumctlSignalsTest::aPostReachesAListener()
@@ -173,6 +176,27 @@ void KestrumctlSignalsTest::aWriteIsNoSignal()
     QCOMPARE(listening.ended().output, QByteArray("menuBarChanged\n"));
 }
 
+void KestrumctlSignalsTest::theSuiteWithTheLongestNameHasSignals_data()
+{
+    QTest::addColumn<QString>("suite");
+    QTest::newRow("of letters") << QString(234, u'x');
+    QTest::newRow("of what a file's name spells by three") << QString(78, u'/');
+}
+
+void KestrumctlSignalsTest::theSuiteWithTheLongestNameHasSignals()
+{
+    QFETCH(const QString, suite);
+    const Kestrumctl::Variables variables { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), suite } };
+    QCOMPARE(ctl("write showCPUItem true", variables).errors, QByteArray());
+    qputenv("KESTRUM_SETTINGS_SUITE", suite.toUtf8());
+    Kestrumctl::Running listening(words("listen checkForUpdates updateAvailable settings"), "listening");
+    qunsetenv("KESTRUM_SETTINGS_SUITE");
+    QVERIFY(listening.isReady());
+    for (const char* signal : { "checkForUpdates", "updateAvailable", "settings" })
+        QCOMPARE(ctl((QByteArray("post ") + signal).constData(), variables).errors, QByteArray());
+    QCOMPARE(listening.lines(3).size(), 3);
+}
+
 void KestrumctlSignalsTest::withoutAMeetingPlaceBothFailWithTheReason()
 {
     const QString open = TestHome::root() + QStringLiteral("/open to all");
@@ -188,6 +212,30 @@ void KestrumctlSignalsTest::withoutAMeetingPlaceBothFailWithTheReason()
         QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
         QVERIFY2(result.errors.contains("open to all"), result.errors.constData());
     }
+}
+
+void KestrumctlSignalsTest::aPostThatCannotBeLeftFailsWithTheReason()
+{
+    // A place for signals that is none, within a runtime directory that is sound.
+    const QString signalsPlace = TestHome::runtimeDirectory() + QStringLiteral("/kestrum/signals");
+    const auto verifyFailure = [] {
+        for (const char* call : { "post settings", "listen settings --timeout 5" }) {
+            const auto result = ctl(call);
+            QCOMPARE(result.code, 1);
+            QVERIFY2(result.errors.contains("no signal passes between programs")
+                    && result.errors.contains("/kestrum/signals") && result.errors.count('\n') == 1,
+                result.errors.constData());
+        }
+    };
+    QCOMPARE(ctl("post settings").code, 0);
+    QVERIFY(QDir(signalsPlace).removeRecursively());
+    QVERIFY(QFile(signalsPlace).open(QIODevice::WriteOnly));
+    verifyFailure();
+    QVERIFY(QFile::remove(signalsPlace));
+    QVERIFY(QFile::link(TestHome::root(), signalsPlace));
+    verifyFailure();
+    QVERIFY(QFile::remove(signalsPlace));
+    QCOMPARE(ctl("post settings").code, 0);
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, KestrumctlSignalsTest)

@@ -3,15 +3,17 @@
 #include "KestrumShared/Settings/Keys.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Identifier.h"
+#include "Platform/Log.h"
 #include "Platform/NotificationCentre.h"
 
 namespace kestrum {
 
 namespace {
 
+constexpr char variable[] = "KESTRUM_SETTINGS_SUITE";
+
 QString chosenSuiteName()
 {
-    constexpr char variable[] = "KESTRUM_SETTINGS_SUITE";
     if (qEnvironmentVariableIsSet(variable))
         return qEnvironmentVariable(variable);
     return QStringLiteral("T4K9ZR2MXB.") + applicationIdentifier;
@@ -38,6 +40,17 @@ UserDefaults& SharedSettings::store()
         return suite ? suite : &UserDefaults::standard();
     }();
     return *store;
+}
+
+QString SharedSettings::refusal()
+{
+    if (store().name() == suiteName())
+        return {};
+    return QStringLiteral("%1: \"%2\" cannot be the name of a suite: %3")
+        .arg(QLatin1StringView(variable), Log::escaped(suiteName()),
+            suiteName().isEmpty()
+                ? QLatin1StringView("it is empty")
+                : QLatin1StringView("its files' names would be longer than a file's may be"));
 }
 
 const QJsonObject& SharedSettings::factoryDefaults()

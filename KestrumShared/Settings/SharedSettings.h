@@ -18,6 +18,10 @@ const QString& suiteName();
 /// The domain named `suiteName`; the process's own domain when that name is refused. Lives until the process ends.
 UserDefaults& store();
 
+/// Why `store` is not the domain named `suiteName`, in a sentence that names the variable; empty when it is. For programs: who
+/// only reads and writes settings is not told.
+QString refusal();
+
 /// The 23 factory defaults, to be registered at start-up.
 const QJsonObject& factoryDefaults();
 

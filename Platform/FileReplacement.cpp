@@ -1,6 +1,7 @@
 #include "Platform/FileReplacement.h"
 
 #include "Platform/FileDescriptor.h"
+#include "Platform/FilePlace.h"
 
 #include <QRandomGenerator>
 #include <ctime>
@@ -168,25 +169,36 @@ FileReplacement::Result FileReplacement::replace(
 Failure FileReplacement::keepDamaged(
     int directory, const QByteArray& name, QByteArrayView bytes, QByteArray* copy)
 {
+    constexpr char step[] = "keep a copy of the damaged file";
     constexpr int lastNumber = 999;
-    for (int number = 1; number <= lastNumber; ++number) {
-        *copy = name + ".damaged-" + QByteArray::number(number);
-        FileDescriptor file = openedNew(directory, *copy);
-        if (file.isValid()) {
-            struct stat state;
-            Failure failure = fill(file, bytes, nullptr, &state);
-            if (failure)
-                ::unlinkat(directory, copy->constData(), 0);
-            else
-                failure = syncDirectory(directory);
-            return failure;
-        }
-        if (errno != EEXIST)
-            break;
+    const auto numbered
+        = [&name](int number) { return QByteArray(name + ".damaged-" + QByteArray::number(number)); };
+    int number = 1;
+    struct stat state;
+    for (; ::fstatat(directory, numbered(number).constData(), &state, AT_SYMLINK_NOFOLLOW) == 0; ++number) {
+        *copy = numbered(number);
         if (holds(directory, *copy, bytes))
             return {};
+        if (number == lastNumber)
+            return { step, EEXIST };
     }
-    return failed("keep a copy of the damaged file");
+    if (errno != ENOENT)
+        return failed(step);
+
+    // It gets its name when it is whole: an interrupted copy would pass for what the file once held.
+    const QByteArray temporary = temporaryName();
+    FileDescriptor file = openedNew(directory, temporary);
+    if (!file.isValid())
+        return failed(step);
+    Failure failure = fill(file, bytes, nullptr, &state);
+    if (!failure) {
+        *copy = numbered(number);
+        if (FilePlace::renameToNew(directory, temporary, *copy))
+            return syncDirectory(directory);
+        failure = failed(step);
+    }
+    ::unlinkat(directory, temporary.constData(), 0);
+    return failure;
 }
 
 void FileReplacement::sweepLeftovers(int directory)

@@ -45,6 +45,7 @@ private Q_SLOTS:
     void outputThatIsToBeClosedGoesNowhere_data() { outputThatIsClosedGoesNowhere_data(); }
     void outputThatIsToBeClosedGoesNowhere();
     void inputThatIsClosedIsEmpty();
+    void nothingElseOfOursIsOpenInTheProgram();
 
 private:
     /// Starts the stand-in, and gives where its three streams lead.
@@ -117,6 +118,21 @@ void ProgramStartTest::inputThatIsClosedIsEmpty()
         streams = streamsOfStarted();
     }
     QCOMPARE(streams[STDIN_FILENO], QStringLiteral("/dev/null"));
+}
+
+void ProgramStartTest::nothingElseOfOursIsOpenInTheProgram()
+{
+    // Libraries open files too, and not all of them say that their children are not to have them.
+    const int ours = ::open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open)
+    QVERIFY(ours > STDERR_FILENO);
+    const int moved = ::dup2(ours, 200); // beyond what is closed one by one
+    streamsOfStarted();
+    ::close(moved);
+    ::close(ours);
+    QStringList open = QDir(QStringLiteral("/proc/%1/fd").arg(m_pid))
+                           .entryList(QDir::Files | QDir::System | QDir::Dirs | QDir::NoDotAndDotDot);
+    open.sort();
+    QCOMPARE(open, (QStringList { QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2") }));
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, ProgramStartTest)

@@ -4,6 +4,8 @@
 #include "tests/TracedSave.h"
 
 #include <QCoreApplication>
+#include <QDir>
+#include <QFile>
 #include <QTest>
 #include <algorithm>
 
@@ -20,6 +22,11 @@ private Q_SLOTS:
     void namedStepsAreInTheError_data();
     void namedStepsAreInTheError();
     void failedDirectorySyncIsMadeUpFor();
+    void failedCloseFailsTheSave();
+    void copyOfADamagedFileIsOnDiskBeforeTheFileIsReplaced();
+    void entryOfANewDirectoryIsBroughtToDisk();
+    void noDescriptorIsLeftToChildren_data() { TracedSave::addStates(); }
+    void noDescriptorIsLeftToChildren();
 };
 
 void StoreFaultsTest::initTestCase()
@@ -124,6 +131,71 @@ void StoreFaultsTest::failedDirectorySyncIsMadeUpFor()
     const auto outcome = TracedSave::run("save-twice", injection);
     QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
     QVERIFY2(outcome.error.contains(QStringLiteral("directory")), qUtf8Printable(outcome.error));
+}
+
+void StoreFaultsTest::failedCloseFailsTheSave()
+{
+    // Network file systems tell of a write that failed when the file is closed, and never again.
+    const QByteArray before("{\"a\": 1, \"b\": true}");
+    TracedSave::prepare(before);
+    const auto sound = TracedSave::run("save");
+    const auto isNamed = [](const char* name) {
+        return [name](const TracedSave::Call& call) { return call.name == name; };
+    };
+    const auto flush = std::find_if(sound.calls.begin(), sound.calls.end(), isNamed("fsync"));
+    const auto close = std::find_if(flush, sound.calls.end(), isNamed("close"));
+    QVERIFY(close != sound.calls.end());
+    QVERIFY2(close->line.contains(".kestrum-"), close->line.constData());
+    TracedSave::prepare(before);
+    const auto outcome
+        = TracedSave::run("save", "close:error=EIO:when=" + QByteArray::number(close->number));
+    QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
+    QCOMPARE(outcome.error, TracedSave::path() + QStringLiteral(": cannot close: Input/output error"));
+    QCOMPARE(TracedSave::content(), before);
+    QVERIFY(TracedSave::leftovers().isEmpty());
+}
+
+void StoreFaultsTest::copyOfADamagedFileIsOnDiskBeforeTheFileIsReplaced()
+{
+    TracedSave::prepare("{\"a\": 1, \"b\": true, \"n\": NaN}");
+    const auto outcome = TracedSave::run("save");
+    QCOMPARE(outcome.exitCode, 0);
+    QCOMPARE(outcome.flushed(), (QByteArrayList { "temporary", "kestrum", "temporary", "kestrum" }));
+    const auto indexOf = [&outcome](const char* name, const char* words) {
+        const auto found = std::find_if(outcome.calls.begin(), outcome.calls.end(),
+            [=](const TracedSave::Call& call) { return call.name == name && call.line.contains(words); });
+        return found - outcome.calls.begin();
+    };
+    const auto kept = indexOf("renameat2", ".damaged-1\"");
+    QVERIFY(indexOf("fsync", ".kestrum-") < kept); // its content before it has its name
+    QVERIFY(kept < indexOf("fsync", "/kestrum>")); // and its name
+    QVERIFY(indexOf("fsync", "/kestrum>") < indexOf("renameat", "suite.json\""));
+}
+
+void StoreFaultsTest::entryOfANewDirectoryIsBroughtToDisk()
+{
+    TracedSave::prepare({});
+    QVERIFY(QFileInfo(TestHome::configDirectory()).dir().removeRecursively());
+    const auto outcome = TracedSave::run("save");
+    QCOMPARE(outcome.exitCode, 0);
+    const QByteArray home = QFile::encodeName(TestHome::root()).split('/').constLast();
+    QCOMPARE(outcome.flushed(), (QByteArrayList { home, ".config", "temporary", "kestrum" }));
+}
+
+void StoreFaultsTest::noDescriptorIsLeftToChildren()
+{
+    QFETCH(const QByteArray, before);
+    TracedSave::prepare(before);
+    const auto outcome = TracedSave::run("save");
+    QCOMPARE(outcome.exitCode, 0);
+    int opened = 0;
+    for (const auto& call : outcome.calls) {
+        if (call.name == "openat" && call.line.contains(TestHome::root().toUtf8())) {
+            ++opened;
+            QVERIFY2(call.line.contains("O_CLOEXEC"), call.line.constData());
+        }
+    }
+    QVERIFY2(opened >= 4, QByteArray::number(opened).constData()); // folder, lock, what is there, the new file
 }
 
 int main(int argc, char** argv)

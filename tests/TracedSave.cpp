@@ -118,7 +118,8 @@ TracedSave::Outcome TracedSave::run(const char* part, const QByteArray& injectio
     if (!injection.isEmpty())
         options = { QStringLiteral("-e"), QStringLiteral("inject=") + QString::fromLatin1(injection) };
     process.start(QStringLiteral("strace"),
-        QStringList { QStringLiteral("-o"), log, QStringLiteral("-e"), QStringLiteral("trace=%file,%desc") }
+        QStringList { QStringLiteral("-y"), QStringLiteral("-o"), log, QStringLiteral("-e"),
+            QStringLiteral("trace=%file,%desc") }
             + options
             + QStringList { QCoreApplication::applicationFilePath(), QString::fromLatin1(part),
                 QStringLiteral("suite") });
@@ -150,9 +151,22 @@ TracedSave::Outcome TracedSave::run(const char* part, const QByteArray& injectio
         else if (line.contains(endMark))
             isBetween = false;
         else if (isBetween && name != "mmap")
-            outcome.calls.append({ name, number });
+            outcome.calls.append({ name, number, line.trimmed() });
     }
     return outcome;
+}
+
+QByteArrayList TracedSave::Outcome::flushed() const
+{
+    QByteArrayList names;
+    for (const Call& call : calls) {
+        if (call.name != "fsync")
+            continue;
+        const qsizetype end = call.line.indexOf('>');
+        const QByteArray name = call.line.mid(0, end).split('/').constLast();
+        names.append(name.startsWith(".kestrum-") ? QByteArray("temporary") : name);
+    }
+    return names;
 }
 
 QString TracedSave::flaw(const QByteArray& before, const Outcome& outcome, const QByteArray& injection)
@@ -166,6 +180,12 @@ QString TracedSave::flaw(const QByteArray& before, const Outcome& outcome, const
         return QStringLiteral("a key that was not changed is another one");
     if (isNew && before.contains("NaN") && !QFile::exists(path() + QStringLiteral(".damaged-1")))
         return QStringLiteral("the damaged file was not kept");
+    const auto copies = QDir(TestHome::configDirectory()).entryInfoList({ QStringLiteral("*.damaged-*") });
+    for (const QFileInfo& copy : copies) {
+        QFile kept(copy.filePath());
+        if (!kept.open(QIODevice::ReadOnly) || kept.readAll() != before)
+            return QStringLiteral("a copy of the damaged file is not whole: ") + copy.fileName();
+    }
     if (outcome.exitCode == 0 && !isNew)
         return QStringLiteral("told as saved, but not there");
     // Where nothing at all can be written, the child cannot print its error either.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QByteArrayList>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -15,12 +16,16 @@ public:
     struct Call {
         QByteArray name;
         int number; ///< the how-manieth of its name since the process began
+        QByteArray line; ///< as strace writes it, with the path of each descriptor behind it
     };
 
     struct Outcome {
         QList<Call> calls; ///< between the marks
         int exitCode = -1; ///< -1: ended by a signal
         QString error;
+
+        /// The names of what was brought to disk, in that order; "temporary" for a file that has no name of its own yet.
+        QByteArrayList flushed() const;
     };
 
     /// The exit code of a child whose save has failed and said so.

@@ -10,8 +10,9 @@ namespace kestrum {
 /// content. It goes with the process, however that ends, so it never stays behind.
 class SettingsLock {
 public:
-    /// Waits for the lock on `path` for at most 2 s. Check with `isHeld`; `errno` then names the reason,
-    /// EWOULDBLOCK when somebody else held it all the time.
+    /// Waits for the lock on `path` for as long as others get further: gives up after 2 s in which nothing
+    /// changed in its directory, and after 10 s in any case. Check with `isHeld`; `errno` then names the reason,
+    /// ETIMEDOUT when others held it all the time.
     explicit SettingsLock(const QByteArray& path);
 
     bool isHeld() const { return m_descriptor.isValid(); }

@@ -3,6 +3,7 @@
 #include "Platform/FileReplacement.h"
 
 #include <QDir>
+#include <QFile>
 #include <climits>
 #include <cstdio>
 #include <fcntl.h>
@@ -24,18 +25,37 @@ FilePlace::Place FilePlace::of(const QByteArray& path)
     return { slash == 0 ? QByteArrayLiteral("/") : path.left(slash), path.mid(slash + 1) };
 }
 
-QByteArrayList FilePlace::linksFrom(const QByteArray& path)
+QByteArrayList FilePlace::wayTo(const QByteArray& path)
 {
     constexpr qsizetype mostLinks = 40;
-    QByteArrayList places { path };
+    QByteArrayList places;
+    QByteArrayList ahead = path.split('/');
+    QByteArray reached; // "" is the root
+    if (!path.startsWith('/'))
+        ahead = QFile::encodeName(QDir::currentPath()).split('/') + ahead;
     char link[PATH_MAX];
-    while (places.size() <= mostLinks) {
-        const ssize_t length = ::readlink(places.constLast().constData(), link, sizeof link);
-        if (length <= 0)
-            break;
-        const QByteArray next(link, length);
-        places.append(next.startsWith('/') ? next : of(places.constLast()).directory + '/' + next);
+    while (!ahead.isEmpty()) {
+        const QByteArray name = ahead.takeFirst();
+        if (name.isEmpty() || name == ".")
+            continue;
+        if (name == "..") {
+            reached.truncate(qMax<qsizetype>(reached.lastIndexOf('/'), 0));
+            continue;
+        }
+        const QByteArray place = reached + '/' + name;
+        const ssize_t length
+            = places.size() < mostLinks ? ::readlink(place.constData(), link, sizeof link) : 0;
+        if (length <= 0) {
+            reached = place;
+            continue;
+        }
+        places.append(place);
+        const QByteArray target(link, length);
+        if (target.startsWith('/'))
+            reached.clear();
+        ahead = target.split('/') + ahead;
     }
+    places.append(reached);
     return places;
 }
 

@@ -24,8 +24,10 @@ QString configDirectory();
 /// The directory and the name of `path`.
 Place of(const QByteArray& path);
 
-/// `path` and where its symbolic links lead, one after the other, as many as the kernel follows. The last one is the file.
-QByteArrayList linksFrom(const QByteArray& path);
+/// Every symbolic link on the way to `path`, folders' too, in the order in which the kernel follows them and as many as it does;
+/// the last one is the file itself. None of these paths has a link in its directory. What is not there yet is taken as it is
+/// written.
+QByteArrayList wayTo(const QByteArray& path);
 
 FileDescriptor openedDirectory(const QByteArray& path);
 

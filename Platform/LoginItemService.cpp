@@ -191,7 +191,7 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
 
 std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray& path) const
 {
-    const FilePlace::Place target = FilePlace::of(FilePlace::linksFrom(path).constLast());
+    const FilePlace::Place target = FilePlace::of(FilePlace::wayTo(path).constLast());
     const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
     if (!directory.isValid())
         return failed(target.directory, "open the directory", errno);

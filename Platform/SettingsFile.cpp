@@ -1,6 +1,7 @@
 // How a save goes, and why nothing is lost whatever happens in between:
-//   1. take the lock beside the suite, so that nobody else's save falls between our reading and our writing;
-//   2. follow the symbolic link, for people keep their settings files elsewhere and link them;
+//   1. follow the symbolic links, for people keep their settings files elsewhere and link them;
+//   2. take the lock beside the file itself, which every link to it leads to, so that nobody else's save falls between
+//      our reading and our writing; and look whether the links still lead there;
 //   3. read what is there now; what cannot be read is never written over;
 //   4. merge, and stop when that changes nothing;
 //   5. to 7. replace the file (see FileReplacement), with the copy of a damaged one made before.
@@ -18,6 +19,7 @@
 #include <QFile>
 #include <ctime>
 #include <fcntl.h>
+#include <optional>
 #include <sys/stat.h>
 
 namespace kestrum {
@@ -77,7 +79,7 @@ QString SettingsFile::targetPath() const
 QStringList SettingsFile::trail() const
 {
     QStringList paths;
-    const QByteArrayList places = FilePlace::linksFrom(QFile::encodeName(m_path));
+    const QByteArrayList places = FilePlace::wayTo(QFile::encodeName(m_path));
     for (const QByteArray& place : places)
         paths.append(QFile::decodeName(place));
     return paths;
@@ -166,11 +168,15 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     const QByteArray path = QFile::encodeName(m_path);
     if (!FilePlace::makeDirectory(FilePlace::of(path).directory))
         return failed("make the directory", errno);
-    const SettingsLock lock(path + ".lock");
-    if (!lock.isHeld())
-        return failed("lock", errno == EWOULDBLOCK ? ETIMEDOUT : errno);
-
-    const FilePlace::Place target = FilePlace::of(FilePlace::linksFrom(path).constLast());
+    QByteArray targetPath = FilePlace::wayTo(path).constLast();
+    std::optional<SettingsLock> lock;
+    for (QByteArray locked; locked != targetPath; targetPath = FilePlace::wayTo(path).constLast()) {
+        locked = targetPath;
+        lock.emplace(locked + ".lock");
+        if (!lock->isHeld())
+            return failed(errno == ENOENT ? "open the directory" : "lock", errno);
+    }
+    const FilePlace::Place target = FilePlace::of(targetPath);
     const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
     if (!directory.isValid())
         return failed("open the directory", errno);

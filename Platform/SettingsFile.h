@@ -63,7 +63,7 @@ public:
     QString path() const { return m_path; }
     /// The file itself: `path` with its symbolic links followed; a dangling link gives where it points.
     QString targetPath() const;
-    /// `path`, every further symbolic link on the way, and the file itself: where a change may come from.
+    /// Every symbolic link on the way, folders' too, and the file itself: where a change may come from.
     QStringList trail() const;
 
     /// The present state, by one `stat`; an absent file has size -1.
@@ -72,7 +72,7 @@ public:
     Content read() const;
 
     /// Merges `changes` into what is on disk now and saves durably, under a lock that all writers share.
-    /// Waits at most 2 s for the lock. A damaged file is copied before it is written over; one that cannot be
+    /// Waits for the lock as long as others get further (see `SettingsLock`). A damaged file is copied before it is written over; one that cannot be
     /// read is left alone.
     Saved save(const Changes& changes) const;
 

@@ -1,6 +1,12 @@
 #include "tests/SettingsFolder.h"
 
 #include <QCoreApplication>
+#include <QThread>
+#include <fcntl.h>
+#include <functional>
+#include <memory>
+#include <sys/file.h>
+#include <unistd.h>
 
 using namespace kestrum;
 
@@ -14,6 +20,12 @@ private Q_SLOTS:
     void danglingLinkGetsItsTarget();
     void linkInACircleIsRefused();
     void trailNamesEveryLink();
+    void linksToOneFileHaveOneLock();
+    void linkThatIsRetargetedMeanwhileIsFollowed();
+
+private:
+    /// Saves by a link while somebody holds the lock beside "one.json", during which `meanwhile` is done.
+    SettingsFile::Saved savedBeside(const std::function<void()>& meanwhile);
 };
 
 void SettingsFileLinkTest::linkIsKeptAndItsTargetReplaced()
@@ -29,7 +41,8 @@ void SettingsFileLinkTest::linkIsKeptAndItsTargetReplaced()
     QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
     QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
     QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read().values.size(), 2);
-    QVERIFY(QFile::exists(path("suite.json.lock"))); // beside the suite, where all writers find it
+    QVERIFY(QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers of the file find it
+    QVERIFY(!QFile::exists(path("suite.json.lock")));
 }
 
 void SettingsFileLinkTest::danglingLinkGetsItsTarget()
@@ -67,6 +80,50 @@ void SettingsFileLinkTest::trailNamesEveryLink()
     QVERIFY(QFile::link(QStringLiteral("one.json"), path()));
     QVERIFY(QFile::link(path("two/real.json"), path("one.json")));
     QCOMPARE(SettingsFile(path()).trail(), (QStringList { path(), path("one.json"), path("two/real.json") }));
+}
+
+SettingsFile::Saved SettingsFileLinkTest::savedBeside(const std::function<void()>& meanwhile)
+{
+    const int holder
+        = ::open(QFile::encodeName(path("one.json.lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    ::flock(holder, LOCK_EX);
+    SettingsFile::Saved saved;
+    const std::unique_ptr<QThread> writer(
+        QThread::create([&] { saved = SettingsFile(path()).save(someChange); }));
+    writer->start();
+    QTest::qSleep(100);
+    meanwhile();
+    ::close(holder);
+    if (!writer->wait(5000))
+        qFatal("the save goes on");
+    return saved;
+}
+
+void SettingsFileLinkTest::linksToOneFileHaveOneLock()
+{
+    write(path("one.json"), "{}");
+    QVERIFY(QFile::link(path("one.json"), path()));
+    QByteArray before;
+    const auto saved = savedBeside([&] { before = contentOf(path("one.json")); });
+    QCOMPARE(before, QByteArray("{}"));
+    QVERIFY2(saved.succeeded, qUtf8Printable(saved.error));
+    QCOMPARE(SettingsFile(path("one.json")).read().values, someChange.values);
+}
+
+void SettingsFileLinkTest::linkThatIsRetargetedMeanwhileIsFollowed()
+{
+    write(path("one.json"), "{}");
+    write(path("two.json"), "{}");
+    QVERIFY(QFile::link(path("one.json"), path()));
+    const auto saved = savedBeside([&] {
+        QVERIFY(QFile::link(path("two.json"), path("new")));
+        QCOMPARE(
+            ::rename(QFile::encodeName(path("new")).constData(), QFile::encodeName(path()).constData()), 0);
+    });
+    QVERIFY2(saved.succeeded, qUtf8Printable(saved.error));
+    QCOMPARE(contentOf(path("one.json")), QByteArray("{}"));
+    QCOMPARE(SettingsFile(path("two.json")).read().values, someChange.values);
+    QVERIFY(QFile::exists(path("two.json.lock")));
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, SettingsFileLinkTest)

@@ -211,7 +211,7 @@ void SettingsFileTest::leftoversAreSweptAfterAnHour()
     for (const Case& entry : cases)
         QVERIFY2(QFile::exists(path(entry.name)) != entry.isSwept, entry.name);
     QVERIFY(QFile::exists(path()));
-    QVERIFY(QFile::exists(path("suite.json.lock")));
+    QVERIFY(QFile::exists(path("elsewhere/real.json.lock")));
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, SettingsFileTest)

@@ -139,16 +139,14 @@ void StoreFaultsTest::failedCloseFailsTheSave()
     const QByteArray before("{\"a\": 1, \"b\": true}");
     TracedSave::prepare(before);
     const auto sound = TracedSave::run("save");
-    const auto isNamed = [](const char* name) {
-        return [name](const TracedSave::Call& call) { return call.name == name; };
-    };
+    const auto isNamed
+        = [](const char* name) { return [name](const TracedSave::Call& call) { return call.name == name; }; };
     const auto flush = std::find_if(sound.calls.begin(), sound.calls.end(), isNamed("fsync"));
     const auto close = std::find_if(flush, sound.calls.end(), isNamed("close"));
     QVERIFY(close != sound.calls.end());
     QVERIFY2(close->line.contains(".kestrum-"), close->line.constData());
     TracedSave::prepare(before);
-    const auto outcome
-        = TracedSave::run("save", "close:error=EIO:when=" + QByteArray::number(close->number));
+    const auto outcome = TracedSave::run("save", "close:error=EIO:when=" + QByteArray::number(close->number));
     QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
     QCOMPARE(outcome.error, TracedSave::path() + QStringLiteral(": cannot close: Input/output error"));
     QCOMPARE(TracedSave::content(), before);
@@ -195,7 +193,8 @@ void StoreFaultsTest::noDescriptorIsLeftToChildren()
             QVERIFY2(call.line.contains("O_CLOEXEC"), call.line.constData());
         }
     }
-    QVERIFY2(opened >= 4, QByteArray::number(opened).constData()); // folder, lock, what is there, the new file
+    QVERIFY2(
+        opened >= 4, QByteArray::number(opened).constData()); // folder, lock, what is there, the new file
 }
 
 int main(int argc, char** argv)

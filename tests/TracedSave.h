@@ -15,7 +15,7 @@ class TracedSave {
 public:
     struct Call {
         QByteArray name;
-        int number; ///< the how-manieth of its name since the process began
+        int number;      ///< the how-manieth of its name since the process began
         QByteArray line; ///< as strace writes it, with the path of each descriptor behind it
     };
 

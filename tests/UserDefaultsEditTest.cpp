@@ -18,6 +18,8 @@ private Q_SLOTS:
     void editsByHandAreSeen_data();
     void editsByHandAreSeen();
     void linkedFileIsFollowed();
+    void linkedFolderIsFollowedWhenItsTargetIsMadeAnew_data();
+    void linkedFolderIsFollowedWhenItsTargetIsMadeAnew();
     void equalSizedEditsInPlaceInARowAreSeen();
     void damagedEditKeepsTheGoodKeys();
     void checkoutOfAnotherVersionIsSeen();
@@ -139,6 +141,49 @@ void UserDefaultsEditTest::linkedFileIsFollowed()
     QTest::qWait(quietTime);
     QCOMPARE(observed.notices, notices);
     QVERIFY(QFileInfo(path()).isSymLink());
+}
+
+void UserDefaultsEditTest::linkedFolderIsFollowedWhenItsTargetIsMadeAnew_data()
+{
+    QTest::addColumn<QString>("link");
+    QTest::newRow("the folder itself") << TestHome::configDirectory();
+    QTest::newRow("the folder above") << QFileInfo(TestHome::configDirectory()).path();
+}
+
+void UserDefaultsEditTest::linkedFolderIsFollowedWhenItsTargetIsMadeAnew()
+{
+    QFETCH(const QString, link);
+    const QString target = TestHome::root() + QStringLiteral("/elsewhere/%1").arg(m_suite);
+    const auto edit = [this](int value) {
+        QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+        write(path(), textOf(value));
+    };
+    QDir(TestHome::configDirectory()).removeRecursively();
+    QDir(link).removeRecursively();
+    QVERIFY(QDir().mkpath(target));
+    QVERIFY(QFile::link(target, link));
+    edit(0);
+    Observed observed(m_suite);
+    QCOMPARE(observed.store->number("a"), 0.0);
+    for (int i = 1; i <= 5; ++i) {
+        QVERIFY(QDir(target).removeRecursively());
+        QTest::qWait(quietTime / 3);
+        QVERIFY(QDir().mkpath(target));
+        edit(i);
+        QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), double(i), longestDelay);
+        // And what is saved there afterwards is heard.
+        edit(10 * i);
+        QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 10.0 * i, longestDelay);
+    }
+    // The link leads elsewhere.
+    const QString other = target + QStringLiteral(".other");
+    QVERIFY(QDir().mkpath(other));
+    QVERIFY(QFile::link(other, link + u'~'));
+    QCOMPARE(::rename(QFile::encodeName(link + u'~').constData(), QFile::encodeName(link).constData()), 0);
+    edit(100);
+    QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 100.0, longestDelay);
+    QVERIFY(QFile::remove(link));
+    QVERIFY(QDir().mkpath(link));
 }
 
 void UserDefaultsEditTest::equalSizedEditsInPlaceInARowAreSeen()

@@ -196,7 +196,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         saved.succeeded = true;
         return saved;
     }
-    const QByteArray text = SettingsText::serialised(values);
+    const QByteArray text = SettingsText::rewritten(before.bytes, values);
     if (text.size() > SettingsText::maximumBytes)
         return failed("write", EFBIG);
 

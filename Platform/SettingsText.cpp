@@ -5,6 +5,7 @@
 
 #include "Platform/SettingsText.h"
 
+#include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <cmath>
@@ -13,6 +14,13 @@
 namespace kestrum {
 
 namespace {
+
+/// The byte order mark that `text` begins with; empty without one.
+QByteArrayView markOf(const QByteArray& text)
+{
+    static constexpr QByteArrayView mark("\xEF\xBB\xBF");
+    return text.startsWith(mark) ? mark : QByteArrayView();
+}
 
 bool isBlank(char character)
 {
@@ -36,7 +44,7 @@ public:
     {
     }
 
-    /// The next member, `"key": value`, that stands whole; null after the last one.
+    /// The text of the next member, `"key": value`, that stands whole; null after the last one.
     QByteArray next()
     {
         if (!m_isInside) {
@@ -66,6 +74,10 @@ public:
         return {};
     }
 
+    /// Of the member that was given last.
+    QByteArray keyText() const { return m_text.mid(m_keyStart, m_keyEnd - m_keyStart); }
+    QByteArray valueText() const { return m_text.mid(m_valueStart, m_position - m_valueStart); }
+
 private:
     bool isAtEnd() const { return m_position >= m_text.size(); }
     char current() const { return m_text[m_position]; }
@@ -84,8 +96,10 @@ private:
 
     bool skipMember()
     {
+        m_keyStart = m_position;
         if (!skipString())
             return false;
+        m_keyEnd = m_position;
         skipBlanks();
         if (isAtEnd() || current() != ':')
             return false;
@@ -93,6 +107,7 @@ private:
         skipBlanks();
         if (isAtEnd())
             return false;
+        m_valueStart = m_position;
         if (current() == '"')
             return skipString();
         if (isOpening(current()))
@@ -148,6 +163,9 @@ private:
 
     const QByteArray& m_text;
     qsizetype m_position = 0;
+    qsizetype m_keyStart = 0;
+    qsizetype m_keyEnd = 0;
+    qsizetype m_valueStart = 0;
     bool m_isInside = false;
     bool m_wasClosed = true;
 };
@@ -213,6 +231,34 @@ QJsonObject salvaged(const QByteArray& text)
     return object(sound, &ignored).value_or(QJsonObject());
 }
 
+/// One member as it stands in a domain, without the line's end.
+QByteArray memberLine(const QString& key, const QJsonValue& value)
+{
+    static constexpr QByteArrayView opening("{\n");
+    static constexpr QByteArrayView closing("\n}\n");
+    const QByteArray text = SettingsText::serialised({ { key, value } });
+    return text.mid(opening.size(), text.size() - opening.size() - closing.size());
+}
+
+/// The lines of those members of `text` that mean what `values` says. Of a key that stands twice the last counts.
+QHash<QString, QByteArray> keptLines(const QByteArray& text, const QJsonObject& values)
+{
+    QHash<QString, QByteArray> lines;
+    QString ignored;
+    MemberScanner scanner(text);
+    for (QByteArray member = scanner.next(); !member.isNull(); member = scanner.next()) {
+        const auto parsed = object('{' + member + '}', &ignored);
+        if (!parsed || parsed->size() != 1)
+            continue;
+        const auto it = parsed->begin();
+        if (it.value() == values.value(it.key()))
+            lines.insert(it.key(), "    " + scanner.keyText() + ": " + scanner.valueText());
+        else
+            lines.remove(it.key());
+    }
+    return lines;
+}
+
 bool isStorableAt(const QJsonValue& value, int depth)
 {
     if (value.isDouble())
@@ -244,10 +290,7 @@ SettingsText::Parsed SettingsText::parsed(const QByteArray& text)
     if (text.size() > maximumBytes)
         return { {}, QStringLiteral("larger than %1 bytes").arg(maximumBytes) };
 
-    static constexpr char byteOrderMark[] = "\xEF\xBB\xBF";
-    QByteArray content = text;
-    if (content.startsWith(byteOrderMark))
-        content.remove(0, qstrlen(byteOrderMark));
+    const QByteArray content = text.mid(markOf(text).size());
     if (content.trimmed().isEmpty())
         return {};
 
@@ -262,6 +305,18 @@ SettingsText::Parsed SettingsText::parsed(const QByteArray& text)
 QByteArray SettingsText::serialised(const QJsonObject& values)
 {
     return QJsonDocument(values).toJson(QJsonDocument::Indented);
+}
+
+QByteArray SettingsText::rewritten(const QByteArray& before, const QJsonObject& values)
+{
+    const auto kept = keptLines(before, values);
+    QByteArray text = markOf(before).toByteArray() + '{';
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        const auto line = kept.constFind(value.key());
+        text += value == values.begin() ? "\n" : ",\n";
+        text += line == kept.constEnd() ? memberLine(value.key(), value.value()) : *line;
+    }
+    return text + "\n}\n";
 }
 
 bool SettingsText::isStorable(const QJsonValue& value)

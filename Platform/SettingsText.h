@@ -29,6 +29,10 @@ Parsed parsed(const QByteArray& text);
 /// `isStorable`.
 QByteArray serialised(const QJsonObject& values);
 
+/// As `serialised`, with the text of every value that stands in `before` already and is the same: another program may mean
+/// more by it than we can hold, such as a number of twenty digits. A byte order mark stays, too.
+QByteArray rewritten(const QByteArray& before, const QJsonObject& values);
+
 /// Whether a text can hold `value` as a member of a domain: numbers are finite, and it is not too deep.
 bool isStorable(const QJsonValue& value);
 

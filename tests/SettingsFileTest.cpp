@@ -16,6 +16,8 @@ private Q_SLOTS:
     void init() { makeFolder(); }
     void firstSaveMakesPrivateDirectoriesAndFile();
     void saveKeepsWhatItDoesNotChange();
+    void valuesOfOthersKeepTheirText_data();
+    void valuesOfOthersKeepTheirText();
     void saveOfEqualValuesTouchesNothing();
     void removedKeysAreGone();
     void everySaveHasAnIdentityOfItsOwn();
@@ -53,8 +55,46 @@ void SettingsFileTest::saveKeepsWhatItDoesNotChange()
     write(path(), "{\"unknown\": [1, {\"x\": null}], \"real\": 0.5, \"whole\": 12345678901, \"a\": \"old\"}");
     QVERIFY(SettingsFile(path()).save(someChange).succeeded);
     QCOMPARE(contentOf(path()),
-        QByteArray("{\n    \"a\": 1,\n    \"real\": 0.5,\n    \"unknown\": [\n        1,\n        {\n"
-                   "            \"x\": null\n        }\n    ],\n    \"whole\": 12345678901\n}\n"));
+        QByteArray("{\n    \"a\": 1,\n    \"real\": 0.5,\n    \"unknown\": [1, {\"x\": null}],\n    "
+                   "\"whole\": 12345678901\n}\n"));
+}
+
+void SettingsFileTest::valuesOfOthersKeepTheirText_data()
+{
+    QTest::addColumn<QByteArray>("before");
+    QTest::addColumn<QByteArray>("after");
+    const auto row = [](const char* name, const QByteArray& before, const QByteArray& after) {
+        QTest::newRow(name) << before << after;
+    };
+    row("number beyond a double", "{\"n\": 12345678901234567890}",
+        "{\n    \"a\": 1,\n    \"n\": 12345678901234567890\n}\n");
+    row("long decimal", "{\"n\":3.14159265358979323846264338327950288, \"m\": -0.10e+02}",
+        "{\n    \"a\": 1,\n    \"m\": -0.10e+02,\n    \"n\": 3.14159265358979323846264338327950288\n}\n");
+    row("inside a list", "{\"n\": [ 18446744073709551615,\n1.10 ]}",
+        "{\n    \"a\": 1,\n    \"n\": [ 18446744073709551615,\n1.10 ]\n}\n");
+    row("escapes", R"({"\u00fc \/" : "\u00fc\/\ud800", "empty" : {} })",
+        "{\n    \"a\": 1,\n    \"empty\": {},\n    \"\\u00fc \\/\": \"\\u00fc\\/\\ud800\"\n}\n");
+    row("byte order mark", "\xEF\xBB\xBF{\"n\": 1.0}", "\xEF\xBB\xBF{\n    \"a\": 1,\n    \"n\": 1.0\n}\n");
+    row("byte order mark alone", "\xEF\xBB\xBF", "\xEF\xBB\xBF{\n    \"a\": 1\n}\n");
+    row("the changed key itself", "{\"a\": 12345678901234567890, \"n\": 1.50}",
+        "{\n    \"a\": 1,\n    \"n\": 1.50\n}\n");
+    row("of a key that stands twice the last", "{\"n\": 1.0, \"n\": 2.0, \"a\": 3, \"a\": 4}",
+        "{\n    \"a\": 1,\n    \"n\": 2.0\n}\n");
+    row("what is salvaged", "{\"n\": 12345678901234567890, \"bad\": NaN, \"m\": 1.0}",
+        "{\n    \"a\": 1,\n    \"m\": 1.0,\n    \"n\": 12345678901234567890\n}\n");
+    row("line end in a text", "{\"n\": \"x\ny\", \"m\": 1.0}", "");
+}
+
+void SettingsFileTest::valuesOfOthersKeepTheirText()
+{
+    QFETCH(const QByteArray, before);
+    QFETCH(const QByteArray, after);
+    write(path(), before);
+    const auto saved = SettingsFile(path()).save(someChange);
+    QVERIFY2(saved.succeeded, qUtf8Printable(saved.error));
+    if (!after.isEmpty())
+        QCOMPARE(contentOf(path()), after);
+    QCOMPARE(SettingsFile(path()).read().values, saved.content.values);
 }
 
 void SettingsFileTest::saveOfEqualValuesTouchesNothing()

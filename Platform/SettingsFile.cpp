@@ -15,7 +15,9 @@
 #include "Platform/Log.h"
 #include "Platform/SettingsLock.h"
 #include "Platform/SettingsText.h"
+#include "Platform/Superuser.h"
 
+#include <QDir>
 #include <QFile>
 #include <ctime>
 #include <fcntl.h>
@@ -44,6 +46,25 @@ bool isFresh(const struct stat& state)
     struct timespec now;
     ::clock_gettime(CLOCK_REALTIME, &now);
     return qAbs(nanoseconds(now) - nanoseconds(state.st_ctim)) < twoTicks;
+}
+
+bool belongsToAnother(const QByteArray& folder)
+{
+    struct stat state;
+    return ::stat(folder.constData(), &state) == 0 && state.st_uid != ::geteuid();
+}
+
+/// The folder because of which root has no business there: what root leaves in a user's home, its user can neither read nor
+/// remove. Nothing when there is none.
+std::optional<QByteArray> folderOfAnother(const QByteArray& path)
+{
+    const QByteArray home = QFile::encodeName(QDir::homePath());
+    if (path.startsWith(home + '/') && belongsToAnother(home))
+        return home;
+    QByteArray folder = FilePlace::of(path).directory;
+    while (::access(folder.constData(), F_OK) != 0 && folder != "/")
+        folder = FilePlace::of(folder).directory;
+    return belongsToAnother(folder) ? std::optional(folder) : std::nullopt;
 }
 
 } // namespace
@@ -166,9 +187,15 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     }
 
     const QByteArray path = QFile::encodeName(m_path);
+    QByteArray targetPath = FilePlace::wayTo(path).constLast();
+    if (const auto folder = isSuperuser() ? folderOfAnother(targetPath) : std::nullopt) {
+        saved.error = told("save",
+            QStringLiteral("%1 belongs to another user, and root leaves nothing there")
+                .arg(QFile::decodeName(*folder)));
+        return saved;
+    }
     if (!FilePlace::makeDirectory(FilePlace::of(path).directory))
         return failed("make the directory", errno);
-    QByteArray targetPath = FilePlace::wayTo(path).constLast();
     std::optional<SettingsLock> lock;
     for (QByteArray locked; locked != targetPath; targetPath = FilePlace::wayTo(path).constLast()) {
         locked = targetPath;

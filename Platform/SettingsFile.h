@@ -73,7 +73,7 @@ public:
 
     /// Merges `changes` into what is on disk now and saves durably, under a lock that all writers share.
     /// Waits for the lock as long as others get further (see `SettingsLock`). A damaged file is copied before it is written over; one that cannot be
-    /// read is left alone.
+    /// read is left alone. Root saves nothing in the home or folder of another user.
     Saved save(const Changes& changes) const;
 
     /// Removes temporary files that a killed writer left more than an hour ago.

@@ -9,6 +9,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QTest>
+#include <unistd.h>
 
 using namespace kestrum;
 
@@ -57,6 +58,7 @@ private Q_SLOTS:
     void aSuiteThatCannotBeIsNamedWithTheReason();
     void theAdministratorsValueIsInEffectButNotStored();
     void anUnwritableHomeFailsWithTheReason();
+    void rootMakesNoFolderInTheHomeOfAnother();
     void aFileThatCannotBeReadDoesNotPassForAnEmptyOne();
     void theLastWriteIsSeenByTheNextReader();
 };
@@ -339,6 +341,20 @@ void KestrumctlSettingsTest::anUnwritableHomeFailsWithTheReason()
     // The defaults are in effect all the same.
     QCOMPARE(
         ctl({ QStringLiteral("read"), QStringLiteral("meterStyle") }, home).output, QByteArray("\"bars\"\n"));
+}
+
+void KestrumctlSettingsTest::rootMakesNoFolderInTheHomeOfAnother()
+{
+    if (::geteuid() != 0)
+        QSKIP("this is about root");
+    const QString home = TestHome::root() + QStringLiteral("/theirs");
+    QVERIFY(QDir().mkpath(home));
+    QCOMPARE(::chown(QFile::encodeName(home).constData(), 12345, 12345), 0);
+    const auto result = Kestrumctl::run(Kestrumctl::words("write meterStyle \"wave\""), {},
+        { { QStringLiteral("HOME"), home }, { QStringLiteral("XDG_CONFIG_HOME"), QString() } });
+    QCOMPARE(result.code, 1);
+    QVERIFY2(result.errors.contains(home.toUtf8() + " belongs to another user"), result.errors.constData());
+    QVERIFY(QDir(home).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
 }
 
 void KestrumctlSettingsTest::aFileThatCannotBeReadDoesNotPassForAnEmptyOne()

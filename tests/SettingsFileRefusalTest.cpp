@@ -3,6 +3,7 @@
 #include "tests/SettingsFolder.h"
 
 #include <QCoreApplication>
+#include <QDirIterator>
 #include <QElapsedTimer>
 #include <QThread>
 #include <fcntl.h>
@@ -20,6 +21,8 @@ private Q_SLOTS:
     void whatIsNoFileIsRefusedWithoutWaiting_data();
     void whatIsNoFileIsRefusedWithoutWaiting();
     void fileOfAnotherUserIsRefused();
+    void rootLeavesNothingInTheFolderOfAnother_data();
+    void rootLeavesNothingInTheFolderOfAnother();
     void tooLargeFileIsRefused();
     void saveThatWouldBeTooLargeIsRefused();
     void valueThatNoTextCanHoldIsRefused();
@@ -67,6 +70,50 @@ void SettingsFileRefusalTest::fileOfAnotherUserIsRefused()
     QVERIFY(saved.error.contains(QStringLiteral("another user")));
     QCOMPARE(contentOf(path()), QByteArray("{\"b\": 2}"));
     QCOMPARE(SettingsFile(path(), SettingsFile::Owner::anybody).read().values.size(), 1);
+}
+
+void SettingsFileRefusalTest::rootLeavesNothingInTheFolderOfAnother_data()
+{
+    QTest::addColumn<QString>("theirs");
+    QTest::addColumn<QString>("ours");
+    QTest::newRow("all folders are to be made") << QStringLiteral("home") << QString();
+    QTest::newRow("only the file is to be made") << QStringLiteral("home/.config/kestrum") << QString();
+    QTest::newRow("root was there before")
+        << QStringLiteral("home") << QStringLiteral("home/.config/kestrum");
+}
+
+void SettingsFileRefusalTest::rootLeavesNothingInTheFolderOfAnother()
+{
+    if (::geteuid() != 0)
+        QSKIP("this is about root");
+    QFETCH(const QString, theirs);
+    QFETCH(const QString, ours);
+    const QString home = path("home");
+    QVERIFY(QDir().mkpath(path(qUtf8Printable(theirs))));
+    QCOMPARE(::chown(QFile::encodeName(path(qUtf8Printable(theirs))).constData(), 12345, gid_t(-1)), 0);
+    if (!ours.isEmpty())
+        QVERIFY(QDir().mkpath(path(qUtf8Printable(ours))));
+    const auto entries = [&home] {
+        QStringList found;
+        for (QDirIterator it(
+                 home, QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+             it.hasNext();)
+            found.append(it.next());
+        return found;
+    };
+    const QStringList before = entries();
+
+    const QByteArray ownHome = qgetenv("HOME");
+    qputenv("HOME", QFile::encodeName(home));
+    const SettingsFile file(home + QStringLiteral("/.config/kestrum/suite.json"));
+    const auto saved = file.save(someChange);
+    qputenv("HOME", ownHome);
+    QVERIFY(!saved.succeeded && !saved.changed);
+    QVERIFY2(saved.error.startsWith(file.path())
+            && saved.error.contains(
+                path(qUtf8Printable(theirs)) + QStringLiteral(" belongs to another user")),
+        qUtf8Printable(saved.error));
+    QCOMPARE(entries(), before);
 }
 
 void SettingsFileRefusalTest::tooLargeFileIsRefused()

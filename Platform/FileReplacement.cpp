@@ -166,6 +166,25 @@ FileReplacement::Result FileReplacement::replace(
     return result;
 }
 
+std::optional<Failure> FileReplacement::replaceFile(const QByteArray& path, QByteArrayView bytes)
+{
+    struct stat state;
+    const bool exists = ::stat(path.constData(), &state) == 0;
+    // Only what is certain not to be there has nothing that must be kept.
+    if (!exists && errno != ENOENT)
+        return failed("look at it");
+    if (exists && !S_ISREG(state.st_mode))
+        return std::nullopt;
+    // Replacing it takes no right to write to it.
+    if (exists && ::faccessat(AT_FDCWD, path.constData(), W_OK, AT_EACCESS) != 0)
+        return failed("write");
+    const FilePlace::Place target = FilePlace::of(FilePlace::wayTo(path).constLast());
+    const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
+    if (!directory.isValid())
+        return failed("open the directory");
+    return replace(directory.get(), target.name, bytes, exists ? &state : nullptr).failure;
+}
+
 Failure FileReplacement::keepDamaged(
     int directory, const QByteArray& name, QByteArrayView bytes, QByteArray* copy)
 {

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <optional>
 #include <sys/stat.h>
 
 namespace kestrum {
@@ -26,6 +27,10 @@ struct Result {
 
 /// Replaces `name` by a file holding `bytes`. It gets mode and group of `existing`, 0600 without one.
 Result replace(int directory, const QByteArray& name, QByteArrayView bytes, const struct stat* existing);
+
+/// Replaces the file that `path`, its symbolic links followed, leads to, or makes it. Nothing is done, and nothing given, when
+/// something else than a file stands there. One that we may not write to is refused.
+std::optional<Failure> replaceFile(const QByteArray& path, QByteArrayView bytes);
 
 /// Makes sure that the entries of `directory` are on disk.
 Failure syncDirectory(int directory);

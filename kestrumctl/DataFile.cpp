@@ -1,10 +1,9 @@
 #include "kestrumctl/DataFile.h"
 
+#include "Platform/FileReplacement.h"
 #include "Platform/Log.h"
 
 #include <QFile>
-#include <QFileInfo>
-#include <QSaveFile>
 #include <cstdio>
 
 namespace kestrum {
@@ -13,10 +12,9 @@ namespace {
 
 const QLatin1StringView standardStream("-");
 
-QString reason(const char* what, const QString& path, const QFileDevice& file)
+QString reason(const char* what, const QString& path, const QString& why)
 {
-    return QStringLiteral("cannot %1 \"%2\": %3")
-        .arg(QLatin1StringView(what), Log::escaped(path), file.errorString());
+    return QStringLiteral("cannot %1 \"%2\": %3").arg(QLatin1StringView(what), Log::escaped(path), why);
 }
 
 bool writeThrough(QFile& file, const QByteArray& content)
@@ -32,7 +30,7 @@ std::optional<QByteArray> DataFile::read(const QString& path, qint64 maximumByte
     const bool isOpen
         = path == standardStream ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     if (!isOpen) {
-        *error = reason("read", path, file);
+        *error = reason("read", path, file.errorString());
         return std::nullopt;
     }
     QByteArray content;
@@ -44,7 +42,7 @@ std::optional<QByteArray> DataFile::read(const QString& path, qint64 maximumByte
         content += piece;
     }
     if (file.error() != QFileDevice::NoError) {
-        *error = reason("read", path, file);
+        *error = reason("read", path, file.errorString());
         return std::nullopt;
     }
     if (content.size() > maximumBytes) {
@@ -56,22 +54,18 @@ std::optional<QByteArray> DataFile::read(const QString& path, qint64 maximumByte
 
 bool DataFile::write(const QString& path, const QByteArray& content, QString* error)
 {
-    const QFileInfo info(path);
-    if (path == standardStream || (info.exists() && !info.isFile())) {
-        QFile file(path);
-        const bool isOpen = path == standardStream ? file.open(stdout, QIODevice::WriteOnly)
-                                                   : file.open(QIODevice::WriteOnly);
-        if (isOpen && writeThrough(file, content))
-            return true;
-        *error = reason("write", path, file);
-        return false;
-    }
-    QSaveFile file(path);
-    // A full disk shows in flush(): commit() alone reports success and leaves an empty file.
-    if (file.open(QIODevice::WriteOnly) && file.write(content) == content.size() && file.flush()
-        && file.error() == QFileDevice::NoError && file.commit())
+    const bool isStream = path == standardStream;
+    const auto replaced
+        = isStream ? std::nullopt : FileReplacement::replaceFile(QFile::encodeName(path), content);
+    if (replaced && *replaced)
+        *error = reason("write", path, qt_error_string(replaced->error));
+    if (replaced)
+        return !*replaced;
+    QFile file(path);
+    const bool isOpen = isStream ? file.open(stdout, QIODevice::WriteOnly) : file.open(QIODevice::WriteOnly);
+    if (isOpen && writeThrough(file, content))
         return true;
-    *error = reason("write", path, file);
+    *error = reason("write", path, file.errorString());
     return false;
 }
 

@@ -2,6 +2,7 @@
 #include "tests/FileContent.h"
 #include "tests/Kestrumctl.h"
 #include "tests/TestHome.h"
+#include "tests/TracedSave.h"
 
 #include <QDir>
 #include <QFile>
@@ -59,6 +60,8 @@ private Q_SLOTS:
     void anExportThatCannotBeWrittenFailsWithTheReason();
     void anExportReplacesAFileWhole();
     void anExportThatDoesNotFitLeavesTheOldFile();
+    void anExportKeepsTheModeOfAFile();
+    void anExportOverAFileWhoseStateCannotBeAskedFails();
     void anExportWritesThroughToAPipe();
 };
 
@@ -237,6 +240,45 @@ void KestrumctlFilesTest::anExportThatDoesNotFitLeavesTheOldFile()
     QCOMPARE(contentOf(besides("small.json")), QByteArray("old"));
     QCOMPARE(QDir(TestHome::root()).entryList({ QStringLiteral("small.json*") }),
         (QStringList { QStringLiteral("small.json") }));
+}
+
+void KestrumctlFilesTest::anExportKeepsTheModeOfAFile()
+{
+    write(suitePath(), stored);
+    write(besides("mode.json"), "old");
+    const QByteArray file = besides("mode.json").toUtf8();
+    struct stat state = {};
+    for (const mode_t mode : { 0640, 0604, 0600 }) {
+        QCOMPARE(::chmod(file.constData(), mode), 0);
+        QCOMPARE(ctl({ QStringLiteral("export"), besides("mode.json") }).code, 0);
+        QCOMPARE(::stat(file.constData(), &state), 0);
+        QCOMPARE(state.st_mode & 07777, mode);
+    }
+}
+
+void KestrumctlFilesTest::anExportOverAFileWhoseStateCannotBeAskedFails()
+{
+    const QString obstacle = TracedSave::obstacle();
+    if (!obstacle.isEmpty())
+        QSKIP(qUtf8Printable(obstacle));
+    write(suitePath(), stored);
+    write(besides("asked.json"), "old");
+    const QByteArray file = besides("asked.json").toUtf8();
+    QCOMPARE(::chmod(file.constData(), 0640), 0);
+    const auto result
+        = Kestrumctl::run({ QStringLiteral("-f"), QStringLiteral("-o"), QStringLiteral("/dev/null"),
+                              QStringLiteral("-P"), besides("asked.json"), QStringLiteral("-e"),
+                              QStringLiteral("trace=%stat,statx,%lstat,newfstatat"), QStringLiteral("-e"),
+                              QStringLiteral("inject=%stat,statx,%lstat,newfstatat:error=EIO"),
+                              Kestrumctl::path(), QStringLiteral("export"), besides("asked.json") },
+            {}, { { QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0") } },
+            QStringLiteral("strace"));
+    QCOMPARE(result.code, 1);
+    QVERIFY2(result.errors.contains("asked.json\": Input/output error"), result.errors.constData());
+    QCOMPARE(contentOf(besides("asked.json")), QByteArray("old"));
+    struct stat state = {};
+    QCOMPARE(::stat(file.constData(), &state), 0);
+    QCOMPARE(state.st_mode & 07777, mode_t(0640));
 }
 
 void KestrumctlFilesTest::anExportWritesThroughToAPipe()

@@ -87,7 +87,7 @@ struct UserDefaults::Domain {
     /// Brings the snapshot up to date.
     void refresh()
     {
-        if (!counter || counter->value() != seenGeneration)
+        if (!counter || counter->value() != seenGeneration || !counter->isShared())
             look();
     }
 

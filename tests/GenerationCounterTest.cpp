@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QTest>
 #include <QThread>
+#include <csignal>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -25,8 +27,14 @@ private Q_SLOTS:
     void fileThatIsTooShortIsMadeLongEnough();
     void whatIsNoFileOfOursIsRefused();
     void manyThreadsLoseNoStep();
+    void pageThatIsCutOffIsMadeAnew();
+    void pageThatIsCutOffAndCannotBeMadeAnewIsOurOwn();
 
 private:
+    static void cutOff(const char* name)
+    {
+        QCOMPARE(::truncate(QFile::encodeName(fileOf(QString::fromLatin1(name))).constData(), 0), 0);
+    }
     static QString fileOf(const QString& name)
     {
         return RuntimeDirectory::shared().path() + u'/' + name + QStringLiteral(".generation");
@@ -65,16 +73,21 @@ void GenerationCounterTest::namesHaveCountersOfTheirOwn()
     const auto one = GenerationCounter::open(QStringLiteral("a/b"));
     const auto other = GenerationCounter::open(QStringLiteral("a_b"));
     QVERIFY(one && other);
+    const quint64 before = one->value();
+    const quint64 beforeOther = other->value();
     one->advance();
-    QCOMPARE(one->value(), quint64(1));
-    QCOMPARE(other->value(), quint64(0));
+    QCOMPARE(one->value(), before + 1);
+    QCOMPARE(other->value(), beforeOther);
     QVERIFY(QFile::exists(fileOf(QStringLiteral("a%2Fb"))));
 }
 
 void GenerationCounterTest::valueOutlivesItsUsers()
 {
-    GenerationCounter::open(QStringLiteral("kept"))->advance();
-    QCOMPARE(GenerationCounter::open(QStringLiteral("kept"))->value(), quint64(1));
+    auto counter = GenerationCounter::open(QStringLiteral("kept"));
+    counter->advance();
+    const quint64 value = counter->value();
+    counter.reset();
+    QCOMPARE(GenerationCounter::open(QStringLiteral("kept"))->value(), value);
 }
 
 void GenerationCounterTest::nameThatMakesNoFileHasNoCounter()
@@ -102,8 +115,9 @@ void GenerationCounterTest::fileThatIsTooShortIsMadeLongEnough()
     }
     const auto counter = GenerationCounter::open(name);
     QVERIFY(counter);
+    const quint64 before = counter->value();
     counter->advance();
-    QCOMPARE(counter->value(), quint64(1));
+    QCOMPARE(counter->value(), before + 1);
     QCOMPARE(QFile(fileOf(name)).size(), qint64(::sysconf(_SC_PAGESIZE)));
 }
 
@@ -130,6 +144,8 @@ void GenerationCounterTest::manyThreadsLoseNoStep()
 {
     constexpr int steps = 20'000;
     const auto counter = GenerationCounter::open(QStringLiteral("threads"));
+    QVERIFY(counter);
+    const quint64 before = counter->value();
     std::vector<std::unique_ptr<QThread>> threads;
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back(QThread::create([&counter] {
@@ -140,7 +156,50 @@ void GenerationCounterTest::manyThreadsLoseNoStep()
     }
     for (const auto& thread : threads)
         QVERIFY(thread->wait(20'000));
-    QCOMPARE(counter->value(), quint64(4 * steps));
+    QCOMPARE(counter->value(), before + 4 * steps);
+}
+
+void GenerationCounterTest::pageThatIsCutOffIsMadeAnew()
+{
+    const auto one = GenerationCounter::open(QStringLiteral("cut"));
+    const auto other = GenerationCounter::open(QStringLiteral("cut"));
+    QVERIFY(one && other);
+    for (int round = 0; round < 3; ++round) {
+        const quint64 before = other->value();
+        cutOff("cut");
+        const quint64 cut = other->value();
+        QVERIFY(cut > before);
+        one->advance();
+        QCOMPARE(other->value(), cut + 1);
+        cutOff("cut");
+        one->advance();
+        QVERIFY(other->value() > cut + 1);
+        QVERIFY(one->isShared() && other->isShared());
+        // Somebody who opens it finds the file cut off and no page of it in memory.
+        cutOff("cut");
+        QVERIFY(GenerationCounter::open(QStringLiteral("cut")));
+        QVERIFY(other->value() > cut + 2);
+    }
+}
+
+void GenerationCounterTest::pageThatIsCutOffAndCannotBeMadeAnewIsOurOwn()
+{
+    const auto counter = GenerationCounter::open(QStringLiteral("lost"));
+    QVERIFY(counter && counter->isShared());
+    // No byte of a file may be written, as on a full disk.
+    rlimit whole {};
+    ::getrlimit(RLIMIT_FSIZE, &whole);
+    const rlimit none { 0, whole.rlim_max };
+    const auto old = ::signal(SIGXFSZ, SIG_IGN);
+    QCOMPARE(::setrlimit(RLIMIT_FSIZE, &none), 0);
+    cutOff("lost");
+    const quint64 cut = counter->value();
+    counter->advance();
+    const quint64 value = counter->value();
+    ::setrlimit(RLIMIT_FSIZE, &whole);
+    ::signal(SIGXFSZ, old);
+    QCOMPARE(value, cut + 1);
+    QVERIFY(!counter->isShared());
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, GenerationCounterTest)

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <vector>
 
 using namespace kestrum;
@@ -26,6 +27,7 @@ private Q_SLOTS:
     void keysAndTextsMayBeAnyUnicode();
     void anotherObjectSeesASaveAtItsNextRead();
     void equalSizedSavesInARowAreAllSeen();
+    void counterThatIsCutOffHidesNoSave();
     void handEditIsNotWrittenOverByAnEqualWrite();
     void leftoversAreSwept();
     void threadsReadWhileOthersWrite();
@@ -152,6 +154,22 @@ void UserDefaultsTest::equalSizedSavesInARowAreAllSeen()
     const auto reader = opened();
     for (int i = 100; i < 600; ++i) {
         QVERIFY(writer->set("a", i));
+        QCOMPARE(reader->number("a"), double(i));
+    }
+}
+
+void UserDefaultsTest::counterThatIsCutOffHidesNoSave()
+{
+    // A tool that clears the runtime directory's files, for one. To touch a page of memory without a file kills a process.
+    const auto writer = opened();
+    const auto reader = opened();
+    const QByteArray counter = QFile::encodeName(
+        TestHome::runtimeDirectory() + QStringLiteral("/kestrum/%1.generation").arg(m_suite));
+    for (int i = 1; i <= 20; ++i) {
+        QVERIFY(writer->set("a", i));
+        if (i % 2 == 0)
+            QCOMPARE(reader->number("a"), double(i));
+        QCOMPARE(::truncate(counter.constData(), 0), 0);
         QCOMPARE(reader->number("a"), double(i));
     }
 }

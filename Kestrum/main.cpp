@@ -8,6 +8,7 @@
 #include "Platform/Log.h"
 #include "Platform/SingleInstance.h"
 #include "Platform/Superuser.h"
+#include "Platform/ToolkitStart.h"
 #include "Platform/WindowActivation.h"
 
 #include <QByteArrayView>
@@ -109,7 +110,9 @@ int main(int argc, char** argv)
     AppLanguage::applyChoiceToProcessDefaults();
 
     using Run = SettingsAppDelegate::Run;
+    std::optional<ToolkitStart> start(std::in_place);
     KestrumApp application(argc, argv, options.isVisit() ? Run::visitor : Run::ordinary);
+    start.reset();
     if (instance) {
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);

@@ -8,12 +8,14 @@
 #include "Platform/ProcessTable.h"
 #include "Platform/SingleInstance.h"
 #include "Platform/StopRequest.h"
+#include "Platform/ToolkitStart.h"
 #include "Platform/WindowActivation.h"
 
 #include <QApplication>
 #include <QByteArrayView>
 #include <cstdio>
 #include <optional>
+#include <utility>
 
 namespace {
 
@@ -77,7 +79,9 @@ int main(int argc, char** argv)
     // this process twice more. Nobody whom we start is to inherit it.
     qputenv("QT_XCB_NO_MITSHM", "1");
 
+    std::optional<ToolkitStart> start(std::in_place);
     QApplication application(argc, argv);
+    start.reset();
     qunsetenv("QT_XCB_NO_MITSHM");
     // Who started us, and when, is nothing that a settings application started from here later may pass for. The toolkit has
     // taken by now what it needs of it.

@@ -105,9 +105,8 @@ void AppearancePortal::follow()
 {
     // From any sender: naming the service would make Qt wait for the bus to tell who owns it. The signal only makes us
     // look at a colour.
-    QDBusConnection(portalConnection())
-        .connect(QString(), text(path), text(interface), QStringLiteral("SettingChanged"), this,
-            SLOT(settingChanged(QString, QString, QDBusVariant)));
+    DesktopBus::follow(portalConnection(), { {}, text(path), text(interface) },
+        QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     for (const char16_t* key : { schemeKey, accentKey, motionKey })
         ask(appearanceGroup, key);
     ask(gnomeGroup, animationsKey);

@@ -1,29 +1,66 @@
 #include "Platform/DesktopBus.h"
 
+#include "Platform/Log.h"
+#include "Platform/RuntimeDirectory.h"
+
 #include <QDBusConnection>
+#include <QDBusVariant>
 #include <QFile>
 #include <QFuture>
 #include <QPromise>
+#include <QStringList>
 #include <QThreadPool>
+#include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utility>
 
 namespace kestrum {
 
+namespace {
+
+constexpr char variable[] = "DBUS_SESSION_BUS_ADDRESS";
+// No kind of address that the bus library knows: it fails at once, and looks no further.
+constexpr QLatin1StringView noBus("disabled:");
+
+/// Of the addresses that were named, those of a bus that runs.
+QString runningOf(const QString& named)
+{
+    QStringList running;
+    for (const QString& one : named.split(u';', Qt::SkipEmptyParts)) {
+        if (!one.startsWith(QLatin1StringView("autolaunch:")) && !one.startsWith(noBus))
+            running.append(one);
+    }
+    return running.join(u';');
+}
+
+/// The bus's usual place.
+QString socketAddress()
+{
+    const RuntimeDirectory directory(qEnvironmentVariable("XDG_RUNTIME_DIR"));
+    struct stat info { };
+    if (!directory.isValid() || ::fstatat(directory.rootDescriptor(), "bus", &info, AT_SYMLINK_NOFOLLOW) != 0
+        || !S_ISSOCK(info.st_mode) || info.st_uid != ::geteuid())
+        return {};
+    // Signs are written as in addresses of the web, and this one too.
+    return QStringLiteral("unix:path=")
+        + QString::fromLatin1(
+            QFile::encodeName(directory.rootPath() + QStringLiteral("/bus")).toPercentEncoding("/", "~"));
+}
+
+} // namespace
+
 QString DesktopBus::address()
 {
-    const QString named = qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS");
-    if (!named.isEmpty())
-        return named.contains(QLatin1StringView("autolaunch:")) ? QString() : named;
-    const QString runtimeDirectory = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (runtimeDirectory.isEmpty())
-        return QString();
-    const QString socket = runtimeDirectory + QStringLiteral("/bus");
-    struct stat info { };
-    if (::stat(QFile::encodeName(socket).constData(), &info) != 0 || !S_ISSOCK(info.st_mode))
-        return QString();
-    return QStringLiteral("unix:path=") + socket;
+    const QString named = qEnvironmentVariable(variable);
+    return named.isEmpty() ? socketAddress() : runningOf(named);
+}
+
+void DesktopBus::nameToToolkit()
+{
+    const QString found = address();
+    qputenv(variable, (found.isEmpty() ? QString(noBus) : found).toLocal8Bit());
 }
 
 void DesktopBus::join(
@@ -36,6 +73,19 @@ void DesktopBus::join(
         promise->addResult(QDBusConnection::connectToBus(address, name).isConnected());
         promise->finish();
     });
+}
+
+bool DesktopBus::follow(
+    const QString& connection, const Source& source, const QString& name, QObject* receiver, const char* slot)
+{
+    // The library refuses slots with a type that it has not met yet, and it meets this one only where something else sends it.
+    qRegisterMetaType<QDBusVariant>();
+    const bool isFollowed = QDBusConnection(connection)
+                                .connect(source.service, source.path, source.interface, name, receiver, slot);
+    if (!isFollowed)
+        Log::warning(
+            "bus", QStringLiteral("the signal %1.%2 cannot be followed").arg(source.interface, name));
+    return isFollowed;
 }
 
 } // namespace kestrum

@@ -1,5 +1,6 @@
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "Platform/Log.h"
+#include "Platform/ToolkitStart.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/Verb.h"
 
@@ -26,6 +27,7 @@ std::unique_ptr<QCoreApplication> makeApplication(const Verb& verb, int& argc, c
         return std::make_unique<QCoreApplication>(argc, argv);
     if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    const ToolkitStart start;
     return std::make_unique<QGuiApplication>(argc, argv);
 }
 

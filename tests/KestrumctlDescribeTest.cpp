@@ -1,8 +1,10 @@
 #include "KestrumShared/Drawing/SampleReadings.h"
 #include "tests/DescribedStrip.h"
+#include "tests/FileTree.h"
 #include "tests/TestHome.h"
 
 #include <QGuiApplication>
+#include <sys/stat.h>
 
 using namespace kestrum;
 
@@ -18,6 +20,8 @@ private Q_SLOTS:
     void aReadoutThatIsOffIsNull();
     void describeIsReadableAndStable();
     void describesAnotherMachinesCores();
+    void theSessionsRuntimeDirectoryIsNoneOfItsBusiness_data();
+    void theSessionsRuntimeDirectoryIsNoneOfItsBusiness();
 };
 
 void KestrumctlDescribeTest::describesAllSectionsInTheStoredOrder()
@@ -109,6 +113,31 @@ void KestrumctlDescribeTest::describesAnotherMachinesCores()
     QCOMPARE(cpuWidth("--cores 1024"), rest + meterWidth(1024));
     set(Keys::meterStyle, MeterStyle::compact);
     QCOMPARE(cpuWidth("--cores 64"), rest + 46);
+}
+
+void KestrumctlDescribeTest::theSessionsRuntimeDirectoryIsNoneOfItsBusiness_data()
+{
+    QTest::addColumn<QByteArray>("directory");
+    QTest::newRow("not named") << QByteArray();
+    QTest::newRow("not there") << QByteArray("nowhere/of/this/name");
+    QTest::newRow("not to be made") << QByteArray("made");
+    QTest::newRow("open to others") << QByteArray("open");
+}
+
+void KestrumctlDescribeTest::theSessionsRuntimeDirectoryIsNoneOfItsBusiness()
+{
+    QFETCH(const QByteArray, directory);
+    // Where programs make what they find no place for.
+    const FileTree shared;
+    QCOMPARE(::mkdir(QFile::encodeName(shared.path(QStringLiteral("open"))).constData(), 0755), 0);
+    const QString named = directory.isEmpty() ? QString() : shared.path(QString::fromLatin1(directory));
+    const Kestrumctl::Variables place { { QStringLiteral("XDG_RUNTIME_DIR"), named },
+        { QStringLiteral("TMPDIR"), shared.root() } };
+    const auto described = Kestrumctl::run(words("describe"), {}, place);
+    QCOMPARE(described.errors, QByteArray());
+    QCOMPARE(described.code, 0);
+    QCOMPARE(QDir(shared.root()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+        QStringList(QStringLiteral("open")));
 }
 
 KESTRUM_TEST_MAIN(QGuiApplication, KestrumctlDescribeTest)

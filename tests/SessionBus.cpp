@@ -3,19 +3,40 @@
 #include "tests/Programs.h"
 #include "tests/TestHome.h"
 
+#include <QFile>
 #include <csignal>
 #include <sys/prctl.h>
 
 namespace kestrum {
 
-SessionBus::SessionBus()
+namespace {
+
+/// What every bus for a session allows, without the folders of services that the usual one names.
+QString configurationWithoutServices()
+{
+    const QString path = TestHome::root() + QStringLiteral("/bus.conf");
+    QFile file(path);
+    if (file.open(QIODevice::WriteOnly))
+        file.write(
+            "<busconfig><type>session</type><listen>unix:tmpdir=/tmp</listen>"
+            "<policy context=\"default\">"
+            "<allow send_destination=\"*\" eavesdrop=\"true\"/><allow eavesdrop=\"true\"/><allow own=\"*\"/>"
+            "</policy></busconfig>\n");
+    return path;
+}
+
+} // namespace
+
+SessionBus::SessionBus(Services services)
     : m_address(QStringLiteral("unix:path=%1/bus").arg(TestHome::runtimeDirectory()))
 {
     m_daemon.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_daemon.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     m_daemon.start(QStringLiteral("dbus-daemon"),
-        { QStringLiteral("--session"), QStringLiteral("--nofork"), QStringLiteral("--nopidfile"),
-            QStringLiteral("--print-address"), QStringLiteral("--address=") + m_address });
+        { services == Services::installed ? QStringLiteral("--session")
+                                          : QStringLiteral("--config-file=") + configurationWithoutServices(),
+            QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
+            QStringLiteral("--address=") + m_address });
     m_isUp = m_daemon.waitForReadyRead(10'000);
     if (!m_isUp)
         qWarning("the session bus does not start: %s", qPrintable(m_daemon.errorString()));

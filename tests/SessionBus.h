@@ -10,7 +10,10 @@ namespace kestrum {
 /// but after `VirtualDisplay`, which takes a bus away.
 class SessionBus {
 public:
-    SessionBus();
+    /// Whether it starts, when they are asked for, the services that this machine has, such as the accessibility bus.
+    enum class Services { installed, none };
+
+    explicit SessionBus(Services services = Services::installed);
     ~SessionBus();
     Q_DISABLE_COPY_MOVE(SessionBus)
 

@@ -16,6 +16,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <memory>
+#include <sys/stat.h>
 
 using namespace kestrum;
 
@@ -139,6 +140,38 @@ private Q_SLOTS:
         QVERIFY(startBus());
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         QCOMPARE(DesktopBus::address(), QStringLiteral("unix:path=%1/bus").arg(TestHome::runtimeDirectory()));
+    }
+
+    void busInADirectoryThatOthersMayEnterIsNone()
+    {
+        QVERIFY(startBus());
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        const QByteArray directory = QFile::encodeName(TestHome::runtimeDirectory());
+        QCOMPARE(::chmod(directory.constData(), 0755), 0);
+        const QString found = DesktopBus::address();
+        QCOMPARE(::chmod(directory.constData(), 0700), 0);
+        QCOMPARE(found, QString());
+        // One that is named is taken: that was somebody's choice.
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/elsewhere");
+        QCOMPARE(DesktopBus::address(), QStringLiteral("unix:path=/elsewhere"));
+    }
+
+    void ofSeveralAddressesThoseThatWouldStartABusAreLeftOut()
+    {
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/one;autolaunch:;unix:path=/two");
+        QCOMPARE(DesktopBus::address(), QStringLiteral("unix:path=/one;unix:path=/two"));
+    }
+
+    void theToolkitIsToldThatThereIsNoBus()
+    {
+        QFile::remove(TestHome::runtimeDirectory() + QStringLiteral("/bus")); // of a daemon that is gone
+        DesktopBus::nameToToolkit();
+        QCOMPARE(qgetenv("DBUS_SESSION_BUS_ADDRESS"), QByteArray("disabled:"));
+        QCOMPARE(DesktopBus::address(), QString());
+        QVERIFY(startBus());
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        DesktopBus::nameToToolkit();
+        QCOMPARE(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), m_bus->address());
     }
 
     void deadBusIsPassedOverInSilence()

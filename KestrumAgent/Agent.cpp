@@ -10,10 +10,12 @@
 #include "Platform/Bundle.h"
 #include "Platform/DesktopNotification.h"
 #include "Platform/Log.h"
+#include "Platform/WindowActivation.h"
 #include "Platform/Workspace.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QInputEvent>
 #include <QTimer>
 #include <chrono>
 #include <utility>
@@ -46,6 +48,7 @@ Agent::Agent(QObject* parent)
         m_outcome = outcome;
         m_notification->show(outcome);
     });
+    m_menu.installEventFilter(this);
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
     // What the toolkit knows of, such as the end of the session.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
@@ -65,6 +68,7 @@ void Agent::start(std::optional<double> launched)
     m_sampler->adoptSettings();
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
     connect(m_sampler, &Sampler::sampled, m_strip.get(), &PanelStrip::redraw);
+    m_strip->installEventFilter(this);
     connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
     m_channel = PanelChannel::make(*m_strip, m_menu);
 
@@ -114,12 +118,26 @@ void Agent::adoptSettings()
     m_strip->rebuild();
 }
 
+/// Looks on: whatever asks for the settings follows from what was done to the menu or to the strip last.
+bool Agent::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->isInputEvent())
+        m_lastAct = quint32(static_cast<const QInputEvent*>(event)->timestamp());
+    return QObject::eventFilter(watched, event);
+}
+
 void Agent::openSettings()
 {
+    Workspace::OpenConfiguration configuration;
     SharedSettings::post(Signal::openSettings);
-    // Also where it runs, since it may be about to end: a further start brings the window forward or becomes the first, and
-    // whether there is one could have changed before it has begun.
-    Workspace::shared().openApplication(outerBundle(), {}, [](const Workspace::Opened& opened) {
+    // Also where it runs, since it may be about to end, or may be a run without a window: a further start brings the window
+    // forward or becomes the first, and whether there is one could have changed before it has begun.
+    configuration.createsNewApplicationInstance = true;
+    // A click on a status icon comes with a token, which the toolkit leaves in our environment.
+    const QByteArray token = WindowActivation::takeToken();
+    configuration.environment
+        = WindowActivation::environment(token.isEmpty() ? WindowActivation::tokenOf(m_lastAct) : token);
+    Workspace::shared().openApplication(outerBundle(), configuration, [](const Workspace::Opened& opened) {
         if (!opened.error.isEmpty())
             Log::warning(
                 "agent", QStringLiteral("Kestrum cannot be opened: %1").arg(Log::escaped(opened.error)));

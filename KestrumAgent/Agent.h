@@ -30,8 +30,9 @@ public:
     /// Ends the program; the log gets the reason, as of everything that ends it.
     void leave(const QString& reason);
 
-    /// Brings the settings application forward, and starts it: a start where it runs already opens no second window.
-    static void openSettings();
+    /// Brings the settings application forward, and starts it: a start where it runs already opens no second window. It is told
+    /// by what click or key somebody asked for it, so that the desktop lets it take the focus.
+    void openSettings();
 
     /// The items at the panel; null before `start`.
     PanelStrip* strip() const { return m_strip.get(); }
@@ -39,6 +40,7 @@ public:
     QMenu& menu() { return m_menu; }
 
 private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     void adoptSettings();
     void doWhatWasAskedSince(double launched);
     void fillMenu();
@@ -50,7 +52,8 @@ private:
     UpdateChecker* m_updates;
     DesktopNotification* m_notification;
     bool m_isLeaving = false;
-    QString m_outcome; ///< of the last check for updates that somebody asked for
+    quint32 m_lastAct = 0; ///< when somebody last clicked or pressed a key, by the display's clock
+    QString m_outcome;     ///< of the last check for updates that somebody asked for
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;
 };

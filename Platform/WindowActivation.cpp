@@ -7,6 +7,7 @@
 
 #include "Platform/X11Window.h"
 
+#include <QGuiApplication>
 #include <QWindow>
 
 namespace kestrum {
@@ -38,6 +39,23 @@ QByteArray WindowActivation::takeToken()
     qunsetenv(waylandToken);
     qunsetenv(x11Token);
     return taken;
+}
+
+QByteArray WindowActivation::tokenOf(quint32 time)
+{
+    if (time == 0 || QGuiApplication::platformName() != QLatin1StringView("xcb"))
+        return {};
+    // Of all that such a name says, only the time matters here: nobody is told of a start that is under way.
+    return "kestrum-" + QByteArray::number(QCoreApplication::applicationPid()) + "_TIME"
+        + QByteArray::number(time);
+}
+
+QMap<QString, QString> WindowActivation::environment(const QByteArray& token)
+{
+    if (token.isEmpty())
+        return {};
+    const bool isX11 = QGuiApplication::platformName() == QLatin1StringView("xcb");
+    return { { QLatin1StringView(isX11 ? x11Token : waylandToken), QString::fromLatin1(token) } };
 }
 
 bool WindowActivation::takeIsInBackground()

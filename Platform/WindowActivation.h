@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMap>
+#include <QString>
 
 class QWindow;
 
@@ -18,6 +20,13 @@ inline constexpr char backgroundVariable[] = "KESTRUM_IN_BACKGROUND";
 QByteArray token();
 /// The same, taken out of the environment, so that programs that we start do not pass for what people started.
 QByteArray takeToken();
+
+/// A token for a program that somebody asks us for by a click or a key at the X server's `time`, in milliseconds, where no desktop
+/// has made one. Empty where the display is no X server, and for 0.
+QByteArray tokenOf(quint32 time);
+
+/// What a program that is started with `token` is to find in its environment; nothing for an empty one.
+QMap<QString, QString> environment(const QByteArray& token);
 
 /// Whether this process is to open without taking the focus; taken out of the environment likewise.
 bool takeIsInBackground();

@@ -3,6 +3,10 @@
 #include "tests/AptScript.h"
 #include "tests/PanelTest.h"
 
+#include <QProcessEnvironment>
+#include <QRegularExpression>
+#include <csignal>
+
 using namespace kestrum;
 
 using Programs::patience;
@@ -34,6 +38,46 @@ private Q_SLOTS:
         QCOMPARE(agent().exitCode(), 0);
         QCOMPARE(stage().read("agentEnabled"), QByteArray("false"));
         QVERIFY(lastWords().contains("the agent ends: its menu"));
+    }
+
+    void itOpensTheSettingsAlsoBesideARunWithoutAWindow()
+    {
+        // A run that only looks, which is kept from coming to its end.
+        QProcess looking;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(text("QT_QPA_PLATFORM"), text("offscreen"));
+        looking.setProcessEnvironment(environment);
+        looking.start(
+            stage().program("Kestrum"), { text("--pictures"), TestHome::root() + text("/pictures") });
+        QVERIFY(looking.waitForStarted(patience));
+        ::kill(pid_t(looking.processId()), SIGSTOP);
+
+        stage().turnToOther();
+        DesktopStage::moveTo(place("memory"));
+        VirtualDisplay::xdotool({ text("click"), text("3") });
+        QTest::qWait(300);
+        VirtualDisplay::xdotool({ text("key"), text("Down") });
+        VirtualDisplay::xdotool({ text("key"), text("Return") });
+        QList<qint32> opened;
+        const auto isOpened = [&] {
+            opened = stage().settingsApplications();
+            opened.removeAll(qint32(looking.processId()));
+            return !opened.isEmpty();
+        };
+        const bool isStarted = QTest::qWaitFor(isOpened, 5000);
+        ::kill(pid_t(looking.processId()), SIGKILL);
+        QVERIFY(looking.waitForFinished(patience));
+        QVERIFY(isStarted);
+        const QByteArray window = DesktopStage::windowOf(opened.first());
+        QVERIFY(!window.isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::activeWindow(), window, patience);
+        // It was told of the click by which somebody asked for it, at the server's time.
+        QFile variables(text("/proc/%1/environ").arg(opened.first()));
+        QVERIFY(variables.open(QIODevice::ReadOnly));
+        static const QRegularExpression token(text("DESKTOP_STARTUP_ID=\\S+_TIME[1-9]\\d*$"));
+        const QStringList all = QString::fromLocal8Bit(variables.readAll()).split(QChar(u'\0'));
+        QCOMPARE(all.filter(token).size(), 1);
+        stage().endSettingsApplications();
     }
 
     void aSecondAgentEndsAtOnce()

@@ -264,11 +264,11 @@ private Q_SLOTS:
         const QString log = tree.path(program) + QStringLiteral(".log");
         {
             const SingleInstance running("Kestrum");
-            Agent::openSettings();
+            m_agent->openSettings();
             QTRY_VERIFY(QFile::exists(log));
             QVERIFY(QFile::remove(log));
         }
-        Agent::openSettings();
+        m_agent->openSettings();
         QTRY_VERIFY(QFile::exists(log));
         Bundle::setMain(before);
     }

@@ -92,6 +92,18 @@ private Q_SLOTS:
 
     void cleanup() { m_messages.reset(); }
 
+    void theTokenOfAClickSaysItsTime()
+    {
+        const QByteArray token = WindowActivation::tokenOf(4711);
+        QCOMPARE(WindowActivation::time(token), 4711U);
+        const QMap<QString, QString> environment { { QStringLiteral("DESKTOP_STARTUP_ID"),
+            QString::fromLatin1(token) } };
+        QCOMPARE(WindowActivation::environment(token), environment);
+        // Nobody has clicked.
+        QCOMPARE(WindowActivation::tokenOf(0), QByteArray());
+        QVERIFY(WindowActivation::environment({}).isEmpty());
+    }
+
     void theWindowManagerIsToldWhenThePersonAsked()
     {
         QRasterWindow window;

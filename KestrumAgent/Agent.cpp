@@ -4,11 +4,11 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumAgent/Updates/UpdateChecker.h"
+#include "KestrumAgent/Updates/UpdateNotice.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Bundle.h"
-#include "Platform/DesktopNotification.h"
 #include "Platform/Log.h"
 #include "Platform/WindowActivation.h"
 #include "Platform/Workspace.h"
@@ -41,13 +41,10 @@ Agent::Agent(QObject* parent)
     : QObject(parent)
     , m_sampler(new Sampler(this))
     , m_updates(new UpdateChecker(this))
-    , m_notification(new DesktopNotification(this))
+    , m_updateNotice(new UpdateNotice(this))
 {
     // Whoever asked in the settings window has no eye on the menu.
-    connect(m_updates, &UpdateChecker::finished, this, [this](const QString& outcome) {
-        m_outcome = outcome;
-        m_notification->show(outcome);
-    });
+    connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::tell);
     m_menu.installEventFilter(this);
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
     // What the toolkit knows of, such as the end of the session.
@@ -126,6 +123,13 @@ bool Agent::eventFilter(QObject* watched, QEvent* event)
     return QObject::eventFilter(watched, event);
 }
 
+QByteArray Agent::activationToken() const
+{
+    // A click on a status icon comes with a token, which the toolkit leaves in our environment.
+    const QByteArray token = WindowActivation::takeToken();
+    return token.isEmpty() ? WindowActivation::tokenOf(m_lastAct) : token;
+}
+
 void Agent::openSettings()
 {
     Workspace::OpenConfiguration configuration;
@@ -133,10 +137,7 @@ void Agent::openSettings()
     // Also where it runs, since it may be about to end, or may be a run without a window: a further start brings the window
     // forward or becomes the first, and whether there is one could have changed before it has begun.
     configuration.createsNewApplicationInstance = true;
-    // A click on a status icon comes with a token, which the toolkit leaves in our environment.
-    const QByteArray token = WindowActivation::takeToken();
-    configuration.environment
-        = WindowActivation::environment(token.isEmpty() ? WindowActivation::tokenOf(m_lastAct) : token);
+    configuration.environment = WindowActivation::environment(activationToken());
     Workspace::shared().openApplication(outerBundle(), configuration, [](const Workspace::Opened& opened) {
         if (!opened.error.isEmpty())
             Log::warning(
@@ -150,8 +151,7 @@ void Agent::fillMenu()
     m_menu.addAction(AppLanguage::string("Settings…"), this, &Agent::openSettings);
     if (Setting(Keys::updaterCanCheck).value()) {
         m_menu.addAction(AppLanguage::string("Check for Updates…"), m_updates, &UpdateChecker::check);
-        if (!m_outcome.isEmpty())
-            m_menu.addAction(m_outcome)->setEnabled(false);
+        m_updateNotice->addTo(m_menu, [this] { return activationToken(); });
     }
     m_menu.addSeparator();
     m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff);

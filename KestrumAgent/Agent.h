@@ -9,11 +9,11 @@
 
 namespace kestrum {
 
-class DesktopNotification;
 class PanelChannel;
 class PanelStrip;
 class Sampler;
 class UpdateChecker;
+class UpdateNotice;
 
 /// The window-less agent: it puts the items at the panel, draws them with live readings, follows the shared settings, and
 /// answers the signals of the settings application. Whoever started it, it runs until it is told to quit or is switched off.
@@ -41,6 +41,7 @@ public:
 
 private:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    QByteArray activationToken() const;
     void adoptSettings();
     void doWhatWasAskedSince(double launched);
     void fillMenu();
@@ -50,10 +51,9 @@ private:
     QMenu m_menu;
     Sampler* m_sampler;
     UpdateChecker* m_updates;
-    DesktopNotification* m_notification;
+    UpdateNotice* m_updateNotice;
     bool m_isLeaving = false;
     quint32 m_lastAct = 0; ///< when somebody last clicked or pressed a key, by the display's clock
-    QString m_outcome;     ///< of the last check for updates that somebody asked for
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;
 };

@@ -10,6 +10,7 @@
 #include <QGuiApplication>
 #include <QStringList>
 #include <QVariantMap>
+#include <utility>
 
 namespace kestrum {
 
@@ -17,6 +18,24 @@ namespace {
 
 constexpr int timeLimit = 10'000; // ms, of an answer
 constexpr int asLongAsTheDesktopLikes = -1;
+
+const QString& service()
+{
+    // The interface is called like the service.
+    static const QString name = QStringLiteral("org.freedesktop.Notifications");
+    return name;
+}
+
+const QString& path()
+{
+    static const QString name = QStringLiteral("/org/freedesktop/Notifications");
+    return name;
+}
+
+QDBusMessage method(const char* name)
+{
+    return QDBusMessage::createMethodCall(service(), path(), service(), QString::fromLatin1(name));
+}
 
 QString notificationConnection()
 {
@@ -40,16 +59,20 @@ DesktopNotification::~DesktopNotification()
     QDBusConnection::disconnectFromBus(notificationConnection());
 }
 
-void DesktopNotification::show(const QString& text)
+void DesktopNotification::show(const Content& content)
 {
-    m_text = text;
+    m_content = content;
     if (m_isJoining)
         return;
     // Kept from one to the next: some desktops take away what was shown by a program that has left the bus.
-    if (QDBusConnection(notificationConnection()).isConnected()) {
-        send();
-        return;
-    }
+    if (QDBusConnection(notificationConnection()).isConnected())
+        askWhatIsShown();
+    else
+        join();
+}
+
+void DesktopNotification::join()
+{
     const QString address = DesktopBus::address();
     if (address.isEmpty()) {
         tellThatNothingIsShown(QStringLiteral("there is no session bus"));
@@ -60,23 +83,51 @@ void DesktopNotification::show(const QString& text)
     m_isJoining = true;
     DesktopBus::join(address, notificationConnection(), this, [this](bool isJoined) {
         m_isJoining = false;
-        if (isJoined)
-            send();
-        else
+        if (!isJoined) {
             tellThatNothingIsShown(QStringLiteral("the session bus does not answer"));
+            return;
+        }
+        // From any sender, as naming the service would make Qt wait for the bus. What comes of a forged one is what the button is
+        // there for.
+        const DesktopBus::Source source { {}, path(), service() };
+        DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActionInvoked"), this,
+            SLOT(actionInvoked(uint, QString)));
+        DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActivationToken"), this,
+            SLOT(activationToken(uint, QString)));
+        askWhatIsShown();
     });
 }
 
-void DesktopNotification::send()
+/// Not every desktop shows buttons, and some read what stands below the heading as markup.
+void DesktopNotification::askWhatIsShown()
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.Notifications"),
-        QStringLiteral("/org/freedesktop/Notifications"), QStringLiteral("org.freedesktop.Notifications"),
-        QStringLiteral("Notify"));
+    auto* watcher = new QDBusPendingCallWatcher(
+        QDBusConnection(notificationConnection()).asyncCall(method("GetCapabilities"), timeLimit), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const QDBusPendingReply<QStringList> reply = *watcher;
+        if (reply.isError())
+            tellThatNothingIsShown(reply.error().message());
+        else
+            send(reply.value().contains(QLatin1StringView("actions")),
+                reply.value().contains(QLatin1StringView("body-markup")));
+    });
+}
+
+void DesktopNotification::send(bool hasButtons, bool readsMarkup)
+{
+    const bool hasButton = hasButtons && !m_content.button.isEmpty();
+    const QString text
+        = hasButton || m_content.button.isEmpty() ? m_content.text : m_content.textWithoutButton;
+    // A click beside the button means the same.
+    const QStringList actions = hasButton ? QStringList { QStringLiteral("default"), m_content.button,
+        QStringLiteral("button"), m_content.button }
+                                          : QStringList();
     const QString program = QGuiApplication::desktopFileName();
-    // The text is the heading: what stands below it may be read as markup.
-    call << QGuiApplication::applicationDisplayName() << m_shown << program << m_text << QString()
-         << QStringList() << QVariantMap { { QStringLiteral("desktop-entry"), program } }
-         << asLongAsTheDesktopLikes;
+    QDBusMessage call = method("Notify");
+    call << QGuiApplication::applicationDisplayName() << m_shown << program << m_content.heading
+         << (readsMarkup ? text.toHtmlEscaped() : text) << actions
+         << QVariantMap { { QStringLiteral("desktop-entry"), program } } << asLongAsTheDesktopLikes;
     auto* watcher = new QDBusPendingCallWatcher(
         QDBusConnection(notificationConnection()).asyncCall(call, timeLimit), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
@@ -87,6 +138,18 @@ void DesktopNotification::send()
         else
             m_shown = reply.value();
     });
+}
+
+void DesktopNotification::activationToken(uint number, const QString& token)
+{
+    if (number == m_shown)
+        m_token = token.toUtf8();
+}
+
+void DesktopNotification::actionInvoked(uint number, const QString&)
+{
+    if (number == m_shown && !m_content.button.isEmpty())
+        Q_EMIT pressed(std::exchange(m_token, {}));
 }
 
 } // namespace kestrum

@@ -5,11 +5,11 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/AptScript.h"
 #include "tests/FreshSettings.h"
+#include "tests/NotificationService.h"
 #include "tests/SessionBus.h"
 #include "tests/TestHome.h"
 
 #include <QApplication>
-#include <QDBusConnection>
 #include <QDateTime>
 #include <QTest>
 #include <memory>
@@ -20,38 +20,12 @@ using SharedSettings::Signal;
 
 namespace {
 
-const QString serviceName = QStringLiteral("org.freedesktop.Notifications");
-const QString servicePath = QStringLiteral("/org/freedesktop/Notifications");
-const QString serviceConnection = QStringLiteral("notifications");
-
 double now()
 {
     return double(QDateTime::currentMSecsSinceEpoch()) / 1000;
 }
 
 } // namespace
-
-/// The service: it notes what it is to show, and numbers it.
-class Notifications : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
-public:
-    struct Shown {
-        QString program;
-        uint replaced = 0;
-        QString heading;
-        QString text;
-    };
-    QList<Shown> shown;
-
-public Q_SLOTS:
-    uint Notify(const QString& program, uint replaced, const QString&, const QString& heading,
-        const QString& text, const QStringList&, const QVariantMap&, int)
-    {
-        shown.append({ program, replaced, heading, text });
-        return 40 + uint(shown.size());
-    }
-};
 
 class AgentUpdatesTest : public QObject {
     Q_OBJECT
@@ -61,16 +35,14 @@ class AgentUpdatesTest : public QObject {
 
     std::unique_ptr<AptScript> m_apt;
     std::unique_ptr<SessionBus> m_bus;
-    Notifications m_notifications;
+    NotificationService m_notifications;
     std::unique_ptr<Agent> m_agent;
 
     void startService()
     {
         m_bus = std::make_unique<SessionBus>();
         QVERIFY(m_bus->isUp());
-        QDBusConnection connection = QDBusConnection::connectToBus(m_bus->address(), serviceConnection);
-        QVERIFY(connection.registerObject(servicePath, &m_notifications, QDBusConnection::ExportAllSlots));
-        QVERIFY(connection.registerService(serviceName));
+        QVERIFY(m_notifications.join(m_bus->address()));
     }
 
     void startAgent(std::optional<double> launched = std::nullopt)
@@ -110,7 +82,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_agent.reset();
-        QDBusConnection::disconnectFromBus(serviceConnection);
+        NotificationService::leave();
         m_bus.reset();
         m_apt.reset();
     }
@@ -121,7 +93,7 @@ private Q_SLOTS:
         startAgent();
         SharedSettings::post(Signal::checkForUpdates);
         QTRY_COMPARE(m_notifications.shown.size(), 1);
-        const Notifications::Shown& shown = m_notifications.shown.first();
+        const NotificationService::Shown& shown = m_notifications.shown.first();
         QCOMPARE(shown.program, QStringLiteral("Kestrum"));
         QCOMPARE(shown.replaced, 0U);
         QCOMPARE(shown.heading, m_upToDate);
@@ -151,7 +123,7 @@ private Q_SLOTS:
         startAgent();
         SharedSettings::post(Signal::checkForUpdates);
         QTRY_COMPARE(m_notifications.shown.size(), 1);
-        QDBusConnection::disconnectFromBus(serviceConnection);
+        NotificationService::leave();
         m_bus.reset();
         startService();
         SharedSettings::post(Signal::checkForUpdates);

@@ -28,11 +28,6 @@ std::chrono::seconds someTimeWithin(const std::chrono::seconds (&span)[2])
         + std::chrono::seconds(QRandomGenerator::global()->bounded(int((span[1] - span[0]).count()) + 1));
 }
 
-QString packageName()
-{
-    return QStringLiteral("kestrum");
-}
-
 bool isSwitchedOff()
 {
     return !KESTRUM_UPDATER || qEnvironmentVariable("KESTRUM_DISABLE_UPDATER") == u'1';
@@ -64,6 +59,11 @@ UpdateChecker::UpdateChecker(QObject* parent)
 }
 
 UpdateChecker::~UpdateChecker() = default;
+
+QString UpdateChecker::packageName()
+{
+    return QStringLiteral("kestrum");
+}
 
 void UpdateChecker::start()
 {
@@ -131,7 +131,7 @@ void UpdateChecker::adopt(const QByteArray& answer)
         Log::info(logArea,
             QStringLiteral("%1 is installed, %2 is on offer").arg(policy->installed, policy->candidate));
         publish(version);
-        end(AppLanguage::string("Kestrum %1 is available.").arg(version));
+        end(AppLanguage::string("Kestrum %1 is available.").arg(version), true);
     } else {
         Log::info(logArea, QStringLiteral("up to date: %1").arg(policy->installed));
         publish(std::nullopt);
@@ -146,7 +146,7 @@ void UpdateChecker::fail(const QString& reason)
     end(AppLanguage::string("The check for updates failed: %1").arg(reason));
 }
 
-void UpdateChecker::end(const QString& outcome)
+void UpdateChecker::end(const QString& outcome, bool isOnOffer)
 {
     if (m_query) {
         m_query->deleteLater();
@@ -158,7 +158,7 @@ void UpdateChecker::end(const QString& outcome)
         return;
     }
     if (std::exchange(m_isAskedFor, false))
-        Q_EMIT finished(outcome);
+        Q_EMIT finished(outcome, isOnOffer);
 }
 
 } // namespace kestrum

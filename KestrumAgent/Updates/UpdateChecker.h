@@ -18,6 +18,9 @@ public:
     explicit UpdateChecker(QObject* parent = nullptr);
     ~UpdateChecker() override;
 
+    /// The Debian package that this program comes in.
+    static QString packageName();
+
     /// Says in the settings whether checks are possible, and checks by itself once a day while that is chosen there.
     /// Called once.
     void start();
@@ -27,15 +30,16 @@ public:
 
 Q_SIGNALS:
     /// A check that was asked for ended so, as a sentence in the interface language: up to date, a new version, no source
-    /// of updates, or why it failed. Sent from the event loop; not for the checks that nobody asked for.
-    void finished(const QString& outcome);
+    /// of updates, or why it failed. `isOnOffer` says whether it is a new version. Sent from the event loop; not for the checks
+    /// that nobody asked for.
+    void finished(const QString& outcome, bool isOnOffer);
 
 private:
     void followChoice(bool checksAutomatically);
     void begin();
     void adopt(const QByteArray& answer);
     void fail(const QString& reason);
-    void end(const QString& outcome);
+    void end(const QString& outcome, bool isOnOffer = false);
 
     QTimer m_daily;
     AptQuery* m_query = nullptr; ///< while a check runs

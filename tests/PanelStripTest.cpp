@@ -282,16 +282,55 @@ private Q_SLOTS:
 
     // In words
 
-    void theTipNamesTheItemAndItsReadout()
+    void theTipSaysWhatIsMeasured_data()
     {
+        QTest::addColumn<MonitorSection>("section");
+        QTest::addColumn<QString>("readout");
+        QTest::addColumn<QString>("tip");
+        const auto row = [](MonitorSection section, const char* readout, const char* tip) {
+            QTest::newRow(qPrintable(rawValue(section) + u' ' + QLatin1StringView(readout)))
+                << section << QString::fromLatin1(readout) << QString::fromUtf8(tip);
+        };
+        row(cpu, "usage", "CPU — Usage: 50%");
+        row(cpu, "temperature", "CPU — Temperature: 48°");
+        row(cpu, "power", "CPU — Power: 12W");
+        row(memory, "pressure", "Memory — Pressure: 31%");
+        row(memory, "swap", "Memory — Swap: 1.2G");
+        row(storage, "free", "Disk — Free: 412G");
+        row(sensors, "power", "Sensors — Power: 24W");
+        row(sensors, "gpu", "Sensors — GPU: 41°");
+        row(sensors, "hottest", "Sensors — Hottest: 52°");
+        // The item has no room for the unit.
+        row(sensors, "fan", "Sensors — Fan: 1240 rpm");
+        // The meter shows the share in use all the same.
+        row(cpu, "off", "CPU — Usage: 50%");
+        row(memory, "off", "Memory — Usage: 50%");
+        row(storage, "off", "Disk — Usage: 50%");
+        row(sensors, "off", "Sensors");
+    }
+    void theTipSaysWhatIsMeasured()
+    {
+        QFETCH(const MonitorSection, section);
+        QFETCH(const QString, readout);
+        DrawingStage::set((rawValue(section) + QLatin1StringView("Readout")).toLatin1(), readout.toLatin1());
         Stage stage;
         QSignalSpy asked(&stage.strip, &PanelStrip::tipRequested);
-        const QPoint at = stage.place(memory).center();
+        const QPoint at = stage.place(section).center();
         QHelpEvent event(QEvent::ToolTip, at, stage.strip.mapToGlobal(at));
         QApplication::sendEvent(&stage.strip, &event);
         QCOMPARE(asked.count(), 1);
-        QCOMPARE(asked.first()[1].toString(), QStringLiteral("Memory 50%"));
-        QCOMPARE(asked.first()[2].toRect(), stage.place(memory));
+        QTEST(asked.first()[1].toString(), "tip");
+        QCOMPARE(asked.first()[2].toRect(), stage.place(section));
+    }
+
+    void theTipSaysWhereThereIsNoSensor()
+    {
+        Setting(Keys::cpuReadout).set(CPUReadout::temperature);
+        Setting(Keys::sensorsReadout).set(SensorsReadout::fan);
+        Stage stage;
+        stage.readings->cpuCelsius = stage.readings->fan = std::nullopt;
+        QCOMPARE(stage.strip.text(cpu), QStringLiteral("CPU — Temperature: no sensor for this"));
+        QCOMPARE(stage.strip.text(sensors), QStringLiteral("Sensors — Fan: no sensor for this"));
     }
 
     void aScreenReaderHearsWhatTheItemsSayNow()
@@ -299,9 +338,9 @@ private Q_SLOTS:
         Stage stage;
         QAccessibleInterface* strip = QAccessible::queryAccessibleInterface(&stage.strip);
         QCOMPARE(strip->text(QAccessible::Name), QStringLiteral("Menu bar items"));
-        QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory 50%")));
+        QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 50%")));
         stage.readings->memory = 0.75;
-        QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory 75%")));
+        QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 75%")));
     }
 };
 

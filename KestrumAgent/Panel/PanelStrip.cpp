@@ -1,5 +1,6 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 
+#include "KestrumAgent/Panel/ItemText.h"
 #include "KestrumAgent/Panel/PanelStripAccessible.h"
 #include "KestrumShared/Drawing/StripGround.h"
 #include "KestrumShared/Settings/MeterSettings.h"
@@ -103,8 +104,7 @@ QPointF PanelStrip::stripPoint(const QPointF& widgetPoint) const
 
 QString PanelStrip::text(MonitorSection section) const
 {
-    const QString readout = StatusMetricView::readoutText(section, *m_readings).value_or(QString());
-    return (StatusMetricView::description(section) + u' ' + readout).trimmed();
+    return itemText(section, *m_readings);
 }
 
 QString PanelStrip::summary() const

@@ -39,7 +39,7 @@ public:
 
     /// An item's frame in the widget.
     QRectF place(const Item& item) const;
-    /// An item's name and readout, "CPU 42%", in the interface language.
+    /// What an item tells in words, by `itemText`.
     QString text(MonitorSection section) const;
     /// The texts of all items, one a line.
     QString summary() const;

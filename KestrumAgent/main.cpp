@@ -91,6 +91,8 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     QApplication::setDesktopFileName(applicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
+    // Nor may a lock of the toolkit's: desktops' themes hold one while a status icon is shown, and release it with the last item.
+    QApplication::setQuitLockEnabled(false);
     // Qt's own style, which paints from the palette alone, as in the settings application.
     QApplication::setStyle(QStringLiteral("fusion"));
 

@@ -165,6 +165,22 @@ private Q_SLOTS:
         QCOMPARE(agent().state(), QProcess::Running);
     }
 
+    void noLockOfTheToolkitsEndsIt()
+    {
+        Programs::end(agent());
+        const QString report = TestHome::root() + text("/released");
+        qputenv(
+            "QT_PLUGIN_PATH", QFile::encodeName(QCoreApplication::applicationDirPath() + text("/plugins")));
+        qputenv("QT_QPA_GENERIC_PLUGINS", "quitlock:" + QFile::encodeName(report));
+        startAgent();
+        qunsetenv("QT_PLUGIN_PATH");
+        qunsetenv("QT_QPA_GENERIC_PLUGINS");
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(report), patience);
+        QTest::qWait(500);
+        QCOMPARE(agent().state(), QProcess::Running);
+        waitForStrip();
+    }
+
     void whatItStartsInheritsNothingOfItsOwn()
     {
         Programs::end(agent());

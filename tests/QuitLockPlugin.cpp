@@ -1,0 +1,29 @@
+// A plugin of the toolkit's that holds one of its locks against quitting for a moment, as a desktop's theme does while a
+// status icon is shown, and then tells by the file that its specification names.
+
+#include <QEventLoopLocker>
+#include <QFile>
+#include <QGenericPlugin>
+#include <QTimer>
+#include <chrono>
+#include <memory>
+
+class QuitLockPlugin final : public QGenericPlugin {
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QGenericPluginFactoryInterface_iid FILE "QuitLockPlugin.json")
+public:
+    QObject* create(const QString&, const QString& report) override
+    {
+        auto* holder = new QObject;
+        QTimer::singleShot(std::chrono::milliseconds(300), holder,
+            [lock = std::make_shared<QEventLoopLocker>(), report]() mutable {
+                lock.reset();
+                QFile file(report);
+                if (file.open(QIODevice::WriteOnly))
+                    file.write("released\n");
+            });
+        return holder;
+    }
+};
+
+#include "QuitLockPlugin.moc"

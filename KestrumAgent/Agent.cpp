@@ -64,7 +64,8 @@ void Agent::start(std::optional<double> launched)
 
     m_sampler->adoptSettings();
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
-    connect(m_sampler, &Sampler::sampled, m_strip.get(), &PanelStrip::redraw);
+    for (const auto signal : { &Sampler::sampled, &Sampler::completed })
+        connect(m_sampler, signal, m_strip.get(), &PanelStrip::redraw);
     m_strip->installEventFilter(this);
     connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
     m_channel = PanelChannel::make(*m_strip, m_menu);

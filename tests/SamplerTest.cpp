@@ -7,6 +7,7 @@
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
+#include <QThread>
 #include <limits>
 #include <unistd.h>
 
@@ -83,6 +84,46 @@ private Q_SLOTS:
         QVERIFY(sampler.readings()->availableStorage() > 0);
         rest(500ms);
         QCOMPARE(sampled.count(), 2);
+    }
+
+    void atLongIntervalsAWorkersAnswerIsShownWhenItIsThere_data()
+    {
+        QTest::addColumn<double>("interval");
+        QTest::addColumn<bool>("isShown");
+        QTest::newRow("5 s") << 5.0 << true;
+        QTest::newRow("60 s") << 60.0 << true;
+        // One wake-up a tick is more there than the seconds until the next.
+        QTest::newRow("less") << 4.9 << false;
+    }
+    void atLongIntervalsAWorkersAnswerIsShownWhenItIsThere()
+    {
+        QFETCH(const double, interval);
+        QFETCH(const bool, isShown);
+        const FakeMachine machine(1);
+        const auto discharge = [&machine](const QByteArray& microwatts) {
+            const QString battery = QStringLiteral("sys/class/power_supply/BAT0/");
+            machine.write(battery + QStringLiteral("type"), "Battery\n");
+            machine.write(battery + QStringLiteral("status"), "Discharging\n");
+            machine.write(battery + QStringLiteral("power_now"), microwatts);
+        };
+        discharge("8000000\n");
+        Setting(Keys::refreshInterval).set(interval);
+        Setting(Keys::sensorsReadout).set(SensorsReadout::power);
+        show({ MonitorSection::sensors });
+        Sampler sampler(nullptr, machine.root());
+        const QSignalSpy sampled(&sampler, &Sampler::sampled);
+        const QSignalSpy completed(&sampler, &Sampler::completed);
+        sampler.adoptSettings();
+        QThread::msleep(100); // without events: the worker reads, and the second sample has not come
+        discharge("9000000\n");
+        QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 2, 5000);
+        if (isShown)
+            QTRY_COMPARE_WITH_TIMEOUT(sampler.readings()->systemWatts(), std::optional(9.0), 3000);
+        else
+            rest(1000ms);
+        QCOMPARE(sampled.count(), 2);
+        QCOMPARE(sampler.readings()->systemWatts(), std::optional(isShown ? 9.0 : 8.0));
+        QCOMPARE(completed.isEmpty(), !isShown);
     }
 
     void samplesAtTheChosenInterval()

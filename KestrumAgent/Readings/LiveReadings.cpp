@@ -11,11 +11,11 @@ LiveReadings::LiveReadings(const QString& root)
 {
 }
 
-void LiveReadings::sample(const WantedReadings& wanted)
+void LiveReadings::sample(const WantedReadings& wanted, std::function<void()> done)
 {
     m_slow.collect();
     // First the slow ones, which then run beside the others.
-    m_slow.begin(wanted);
+    m_slow.begin(wanted, std::move(done));
     if (wanted.cpuLoad)
         m_cpuLoad.sample();
     else

@@ -15,8 +15,10 @@ public:
     /// `root` stands before "/proc" and "/sys": trees of files are other machines. Only the real one has sensors.
     explicit LiveReadings(const QString& root = {});
 
-    /// Reads what is wanted; everything else keeps its last value. What a worker reads appears at the next sample.
-    void sample(const WantedReadings& wanted);
+    /// Reads what is wanted; everything else keeps its last value. What a worker reads appears at the next sample, or by
+    /// `collect`, for which the worker's `done` says when it is time: it is called on another thread, and may be empty.
+    void sample(const WantedReadings& wanted, std::function<void()> done = {});
+    void collect() { m_slow.collect(); }
     /// The same for what the items of `sections` show.
     void sample(const QList<MonitorSection>& sections);
 

@@ -28,6 +28,10 @@ Sampler::Sampler(QObject* parent, const QString& root)
     // Fires together with other programs' timers where there are any near.
     m_timer.setTimerType(Qt::CoarseTimer);
     connect(&m_timer, &QTimer::timeout, this, &Sampler::sample);
+    connect(&m_bell, &Bell::rung, this, [this] {
+        m_readings->collect();
+        Q_EMIT completed();
+    });
 }
 
 void Sampler::adoptSettings()
@@ -61,7 +65,7 @@ void Sampler::sample()
 {
     if (m_timer.isActive() && m_timer.intervalAsDuration() != m_interval)
         m_timer.setInterval(m_interval);
-    m_readings->sample(m_wanted);
+    m_readings->sample(m_wanted, m_interval < longInterval ? std::function<void()>() : m_bell.rope());
     Q_EMIT sampled();
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KestrumAgent/Readings/Bell.h"
 #include "KestrumAgent/Readings/LiveReadings.h"
 
 #include <QObject>
@@ -18,6 +19,9 @@ public:
     static constexpr std::chrono::milliseconds shortestInterval { 100 };
     /// From a first sample to the next: a load is a difference, and a worker's results are taken at the next sample.
     static constexpr std::chrono::milliseconds secondSample { 200 };
+    /// From this interval on, what a worker reads is shown when it is there, for which the main thread wakes once more; at
+    /// shorter ones at the next sample.
+    static constexpr std::chrono::seconds longInterval { 5 };
 
     /// `root` as for `LiveReadings`.
     explicit Sampler(QObject* parent = nullptr, const QString& root = {});
@@ -38,6 +42,8 @@ public:
 Q_SIGNALS:
     /// There are new readings.
     void sampled();
+    /// At long intervals: what a worker has read for the sample before is there too.
+    void completed();
 
 private:
     void sample();
@@ -46,6 +52,7 @@ private:
     WantedReadings m_wanted;
     std::chrono::milliseconds m_interval {};
     QTimer m_timer;
+    Bell m_bell;
 };
 
 } // namespace kestrum

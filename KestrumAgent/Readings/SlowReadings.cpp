@@ -44,7 +44,7 @@ void SlowReadings::collect(Clock::time_point now)
     }
 }
 
-void SlowReadings::begin(const WantedReadings& wanted)
+void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> done)
 {
     const bool wantsDevices
         = !m_devicesRun && ((m_readSensors && wanted.sensors.any()) || wanted.systemPower);
@@ -60,20 +60,23 @@ void SlowReadings::begin(const WantedReadings& wanted)
     const auto storage = wantsStorage ? std::make_shared<StorageRun>() : nullptr;
 
     // The volume comes last: when it hangs, the devices have been read, and another worker reads them from then on.
-    const bool isStarted = worker->start([devices, storage, readSensors = m_readSensors,
-                                             systemPower = m_systemPower, storageUse = m_storageUse] {
-        if (devices) {
-            if (readSensors && devices->result.wanted.sensors.any())
-                devices->result.sensors = readSensors(devices->result.wanted.sensors);
-            if (devices->result.wanted.systemPower)
-                devices->result.systemWatts = systemPower->read();
-            devices->isDone.store(true, std::memory_order_release);
-        }
-        if (storage) {
-            storage->result = storageUse->read();
-            storage->isDone.store(true, std::memory_order_release);
-        }
-    });
+    const bool isStarted
+        = worker->start([devices, storage, readSensors = m_readSensors, systemPower = m_systemPower,
+                            storageUse = m_storageUse, done = std::move(done)] {
+              if (devices) {
+                  if (readSensors && devices->result.wanted.sensors.any())
+                      devices->result.sensors = readSensors(devices->result.wanted.sensors);
+                  if (devices->result.wanted.systemPower)
+                      devices->result.systemWatts = systemPower->read();
+                  devices->isDone.store(true, std::memory_order_release);
+              }
+              if (storage) {
+                  storage->result = storageUse->read();
+                  storage->isDone.store(true, std::memory_order_release);
+              }
+              if (done)
+                  done();
+          });
     if (isStarted && devices)
         m_devicesRun = devices;
     if (isStarted && storage)

@@ -16,7 +16,7 @@
 namespace kestrum {
 
 /// The readings that can take their time: a worker reads them, and the main thread never waits for it. What one tick asks
-/// for is taken at the next, so that a worker's end wakes nobody.
+/// for is taken at the next, so that a worker's end wakes nobody, unless it is asked to.
 class SlowReadings {
 public:
     using Clock = std::chrono::steady_clock;
@@ -32,8 +32,9 @@ public:
     /// Takes over what a worker has finished since. The time is given for tests.
     void collect(Clock::time_point now = Clock::now());
 
-    /// Sets a worker to read what is wanted, except for what another is still at.
-    void begin(const WantedReadings& wanted);
+    /// Sets a worker to read what is wanted, except for what another is still at. It calls `done`, which may be empty, when it
+    /// has read all of it, on its thread and perhaps when nobody waits for it any more.
+    void begin(const WantedReadings& wanted, std::function<void()> done = {});
 
     const Sensors::Values& sensors() const { return m_sensors; }
     const std::optional<double>& systemWatts() const { return m_systemWatts; }

@@ -10,11 +10,13 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Bundle.h"
 #include "Platform/Log.h"
+#include "Platform/ToolkitTexts.h"
 #include "Platform/WindowActivation.h"
 #include "Platform/Workspace.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QGuiApplication>
 #include <QInputEvent>
 #include <QTimer>
 #include <chrono>
@@ -62,6 +64,7 @@ void Agent::start(std::optional<double> launched)
     store.registerDefaults(SharedSettings::factoryDefaults());
     MeterSettings::migrateAccents();
 
+    adoptLanguage();
     m_sampler->adoptSettings();
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
     for (const auto signal : { &Sampler::sampled, &Sampler::completed })
@@ -108,10 +111,20 @@ void Agent::leave(const QString& reason)
     QCoreApplication::quit();
 }
 
+/// Texts of ours are looked up when they are shown. The toolkit keeps its own, and mirrors what is shown.
+void Agent::adoptLanguage()
+{
+    const QString code = AppLanguage::code();
+    if (code == std::exchange(m_language, code))
+        return;
+    AppLanguage::applyChoiceToProcessDefaults();
+    ToolkitTexts::install();
+    QGuiApplication::setLayoutDirection(ToolkitTexts::locale(code).textDirection());
+}
+
 void Agent::adoptSettings()
 {
-    if (AppLanguage::processIsStale())
-        AppLanguage::applyChoiceToProcessDefaults();
+    adoptLanguage();
     m_sampler->adoptSettings();
     m_strip->rebuild();
 }

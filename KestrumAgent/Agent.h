@@ -42,6 +42,7 @@ public:
 private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     QByteArray activationToken() const;
+    void adoptLanguage();
     void adoptSettings();
     void doWhatWasAskedSince(double launched);
     void fillMenu();
@@ -54,6 +55,7 @@ private:
     UpdateNotice* m_updateNotice;
     bool m_isLeaving = false;
     quint32 m_lastAct = 0; ///< when somebody last clicked or pressed a key, by the display's clock
+    QString m_language;    ///< of the toolkit's texts and the direction of writing
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;
 };

@@ -2,7 +2,6 @@
 #include "KestrumShared/Machine/AgentLoginItem.h"
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Identifier.h"
 #include "Platform/Log.h"
 #include "Platform/ProcessTable.h"
@@ -70,8 +69,6 @@ int main(int argc, char** argv)
     }
     // Before the application object, whose threads would otherwise take the signals in their own way.
     StopRequest::holdBack();
-    AppLanguage::recordLaunchedCode();
-    AppLanguage::applyChoiceToProcessDefaults();
     // Lets a widget be a Wayland surface that we give its role ourselves.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
 

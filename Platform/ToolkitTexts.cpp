@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QJsonArray>
 #include <QLibraryInfo>
+#include <QPointer>
 #include <QTranslator>
 
 namespace kestrum {
@@ -24,13 +25,18 @@ void ToolkitTexts::install()
 {
     const QString language = wantedLanguage();
     QLocale::setDefault(locale(language));
+    // It ends with the application object.
+    static QPointer<QTranslator> installed;
+    delete installed;
     auto* translator = new QTranslator(QCoreApplication::instance());
     // Without the session's region: Brazilian Portuguese in Switzerland would find no translation.
     if (translator->load(QLocale(language), QStringLiteral("qtbase"), QStringLiteral("_"),
-            QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+            QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
         QCoreApplication::installTranslator(translator);
-    else
+        installed = translator;
+    } else {
         delete translator;
+    }
 }
 
 QLocale ToolkitTexts::locale(const QString& code)

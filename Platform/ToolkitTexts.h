@@ -8,8 +8,8 @@ namespace kestrum {
 namespace ToolkitTexts {
 
 /// Has the toolkit speak the first language of the process's own "AppleLanguages", else of the session; English where its
-/// translations are not installed. That language, with the session's region, becomes the default locale too. Called
-/// once, when there is an application object.
+/// translations are not installed. That language, with the session's region, becomes the default locale too. Needs an
+/// application object; called again where the language becomes another.
 void install();
 
 /// The language named by a BCP 47 code with the session's region; a region that the code names itself stays where the

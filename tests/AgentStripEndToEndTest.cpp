@@ -117,6 +117,23 @@ private Q_SLOTS:
         waitForStrip();
     }
 
+    void inALanguageFromTheRightItStandsAtTheOtherEnd()
+    {
+        const auto isPlateAt = [](int x) {
+            return DesktopStage::picture({ x, panelHeight + stripHeight / 2, 1, 1 }).pixelColor(0, 0)
+                == plate;
+        };
+        stage().write("language", "\"ar\"");
+        waitForNoStrip();
+        const int width = stage().expectedStripWidth();
+        QVERIFY(isPlateAt(0));
+        QVERIFY(isPlateAt(width - 1));
+        QVERIFY(!isPlateAt(width));
+        stage().write("language", "\"en\"");
+        waitForStrip();
+        QVERIFY(!isPlateAt(width - 1));
+    }
+
     void aSettingWrittenInAShellIsSeenWithin100Milliseconds_data()
     {
         QTest::addColumn<QString>("key");

@@ -21,6 +21,29 @@ using namespace kestrum;
 
 using SharedSettings::Signal;
 
+namespace {
+
+/// A main bundle with tables of texts, as long as this lives.
+class OtherBundle {
+public:
+    OtherBundle() { Bundle::setMain(Bundle(m_tree.root())); }
+    ~OtherBundle() { Bundle::setMain(m_before); }
+    Q_DISABLE_COPY_MOVE(OtherBundle)
+
+    void write(const char* language, const char* table) const
+    {
+        m_tree.write(QStringLiteral("Contents/Resources/%1.lproj/Localizable.strings")
+                         .arg(QLatin1StringView(language)),
+            table);
+    }
+
+private:
+    FileTree m_tree;
+    Bundle m_before = Bundle::main();
+};
+
+} // namespace
+
 /// The agent within the test's process: what it hears, what it says, and what it shows.
 class AgentTest : public QObject {
     Q_OBJECT
@@ -209,17 +232,53 @@ private Q_SLOTS:
 
     void theMenuSpeaksTheLanguageOfTheMoment()
     {
-        FileTree tree;
-        const Bundle before = Bundle::main();
-        tree.write(QStringLiteral("Contents/Resources/en.lproj/Localizable.strings"), "");
-        tree.write(QStringLiteral("Contents/Resources/de.lproj/Localizable.strings"),
-            "\"Quit Kestrum\" = \"Ende\";");
-        Bundle::setMain(Bundle(tree.root()));
+        const OtherBundle bundle;
+        bundle.write("en", "");
+        bundle.write("de", "\"Quit Kestrum\" = \"Ende\";");
         QVERIFY(entry(QStringLiteral("Quit Kestrum")));
         Setting(Keys::language).set(QStringLiteral("de"));
-        const bool isTranslated = entry(QStringLiteral("Ende"));
-        Bundle::setMain(before);
-        QVERIFY(isTranslated);
+        QVERIFY(entry(QStringLiteral("Ende")));
+    }
+
+    void aLanguageFromTheRightMirrorsIt_data()
+    {
+        QTest::addColumn<bool>("fromTheStart");
+        QTest::newRow("from the start") << true;
+        QTest::newRow("while it runs") << false;
+    }
+    void aLanguageFromTheRightMirrorsIt()
+    {
+        QFETCH(const bool, fromTheStart);
+        const OtherBundle bundle;
+        bundle.write("en", "");
+        bundle.write("ar", "\"Quit Kestrum\" = \"إنهاء\";");
+        const auto cancel = [] { return QCoreApplication::translate("QPlatformTheme", "Cancel"); };
+        const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
+        const auto sections = m_agent->strip()->items().sections();
+        if (fromTheStart)
+            m_agent.reset();
+        Setting(Keys::language).set(QStringLiteral("ar"));
+        if (fromTheStart) {
+            m_agent = std::make_unique<Agent>();
+            m_agent->start();
+        }
+        const PanelStrip& strip = *m_agent->strip();
+        QTRY_COMPARE(strip.geometry().topLeft(), free.topLeft());
+        QCOMPARE(cancel(), QStringLiteral("ألغِ"));
+        // The order of the items is the menu bar's, whatever the direction of writing.
+        QCOMPARE(strip.items().sections(), sections);
+        QMenu& menu = m_agent->menu();
+        QCOMPARE(menu.layoutDirection(), Qt::RightToLeft);
+        const QPoint at(strip.width() - 10, strip.height());
+        Q_EMIT m_agent->strip()->menuRequested(at);
+        QVERIFY(menu.isVisible());
+        QCOMPARE(menu.geometry().topRight(), strip.mapToGlobal(at));
+        menu.close();
+
+        Setting(Keys::language).set(QStringLiteral("en"));
+        QTRY_COMPARE(strip.geometry().topRight(), free.topRight());
+        QCOMPARE(cancel(), QStringLiteral("Cancel"));
+        QCOMPARE(menu.layoutDirection(), Qt::LeftToRight);
     }
 
     void updatesAreInTheMenuWhereTheyCanBeLookedFor()

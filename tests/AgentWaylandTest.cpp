@@ -151,6 +151,12 @@ private Q_SLOTS:
             QVERIFY(QDir().mkpath(QFileInfo(place(program)).path()));
             QVERIFY(QFile::copy(built + QString::fromLatin1(program), place(program)));
         }
+        // With their texts.
+        for (const char* part : { "Kestrum.app/Contents/Resources", "Kestrum.app/Contents/Info.plist",
+                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Resources",
+                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Info.plist" })
+            Programs::output(QStringLiteral("cp"),
+                { QStringLiteral("-r"), built + QString::fromLatin1(part), place(part) });
         QFile configuration(place("sway.conf"));
         QVERIFY(configuration.open(QIODevice::WriteOnly));
         configuration.write("output * resolution 1000x400 bg #204060 solid_color\n"
@@ -216,6 +222,17 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
         write("showCPUItem", "true");
         QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+    }
+
+    void inALanguageFromTheRightItStandsAtTheOtherEnd()
+    {
+        startOnSway();
+        const QRect before = plateOn(screen());
+        write("language", "\"ar\"");
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).left(), 0, patience);
+        QCOMPARE(plateOn(screen()).size(), before.size());
+        write("language", "\"en\"");
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()), before, patience);
     }
 
     void itComesBackWithTheScreen()

@@ -21,8 +21,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     // Qt hears of the type only when there is a window to give it to.
     m_strip.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
     connect(&m_strip, &PanelStrip::rebuilt, this, &DockChannel::fit);
-    connect(&m_strip, &PanelStrip::menuRequested, this,
-        [this](QPoint at) { m_menu.popup(m_strip.mapToGlobal(at)); });
+    connect(&m_strip, &PanelStrip::menuRequested, this, &DockChannel::showMenu);
     connect(
         &m_strip, &PanelStrip::tipRequested, this, [this](QPoint at, const QString& text, const QRect& item) {
             QToolTip::showText(m_strip.mapToGlobal(at), text, &m_strip, item);
@@ -30,6 +29,14 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_strip, &PanelStrip::pointerLeft, this, [] { QToolTip::hideText(); });
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &DockChannel::follow);
     follow(QGuiApplication::primaryScreen());
+}
+
+void DockChannel::showMenu(QPoint at)
+{
+    // It opens in the direction of reading. How wide it will be is known when it has its entries.
+    Q_EMIT m_menu.aboutToShow();
+    const int leftwards = m_menu.isRightToLeft() ? m_menu.sizeHint().width() - 1 : 0;
+    m_menu.popup(m_strip.mapToGlobal(at) - QPoint(leftwards, 0));
 }
 
 void DockChannel::follow(QScreen* screen)

@@ -19,6 +19,7 @@ public:
 private:
     void follow(QScreen* screen);
     void fit();
+    void showMenu(QPoint at);
 
     PanelStrip& m_strip;
     QMenu& m_menu;

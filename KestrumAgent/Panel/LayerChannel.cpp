@@ -109,7 +109,9 @@ void LayerChannel::placeMenu()
     const QSize size = m_onSheet->sizeHint();
     const int stripLeft = trailingEdge() == Qt::RightEdge ? m_sheet.width() - m_strip.width() : 0;
     const QPoint farthest(m_sheet.width() - size.width(), m_sheet.height() - size.height());
-    const QPoint wanted = m_menuPlace + QPoint(stripLeft, 0);
+    // It opens in the direction of reading.
+    const int leftwards = m_onSheet->isRightToLeft() ? size.width() - 1 : 0;
+    const QPoint wanted = m_menuPlace + QPoint(stripLeft - leftwards, 0);
     m_onSheet->setGeometry(QRect(QPoint(std::max(0, std::min(wanted.x(), farthest.x())),
                                      std::max(0, std::min(wanted.y(), farthest.y()))),
         size));

@@ -95,7 +95,7 @@ LayerSurface::~LayerSurface()
 void LayerSurface::show(const Place& place, QSize size)
 {
     if (m_surface) {
-        if (size != m_size)
+        if (size != m_size || place != m_place)
             arrange(place, size);
         return;
     }
@@ -124,6 +124,7 @@ void LayerSurface::show(const Place& place, QSize size)
 
 void LayerSurface::arrange(const Place& place, QSize size)
 {
+    m_place = place;
     m_size = size;
     zwlr_layer_surface_v1_set_size(m_surface, uint32_t(size.width()), uint32_t(size.height()));
     zwlr_layer_surface_v1_set_anchor(m_surface, anchors(place.edges));

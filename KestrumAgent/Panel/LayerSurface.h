@@ -25,6 +25,8 @@ public:
         QMargins margins;
         /// Whether the surface takes the keyboard for itself as long as it is shown.
         bool takesKeyboard = false;
+
+        bool operator==(const Place&) const = default;
     };
 
     /// Whether this desktop has layers. Asks it at the first call.
@@ -36,7 +38,7 @@ public:
 
     /// Whether the desktop has told the size of the surface that is shown.
     bool isConfigured() const { return m_isConfigured; }
-    /// Asks for the surface at `place`, or, where it is shown already, for another size and place.
+    /// Asks for the surface at `place`, or, where it is shown already, for another size and place in its layer.
     void show(const Place& place, QSize size);
     void hide();
 
@@ -52,6 +54,7 @@ private:
     void arrange(const Place& place, QSize size);
 
     QWidget& m_widget;
+    Place m_place;
     QSize m_size;
     bool m_isConfigured = false;
     zwlr_layer_surface_v1* m_surface = nullptr;

@@ -1,6 +1,7 @@
 #include "KestrumShared/Drawing/SampleReadings.h"
 #include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Drawing/StripLayout.h"
+#include "KestrumShared/Settings/MeterSettings.h"
 #include "Platform/Log.h"
 #include "kestrumctl/CoresOption.h"
 #include "kestrumctl/DataFile.h"
@@ -134,7 +135,9 @@ ExitCode runRender(const CommandLine& line)
     QString error;
     if (!readOptions(picture, line, &error))
         return Console::wrongUse(error);
-    KeyCatalogue::openedStore();
+    UserDefaults& store = KeyCatalogue::openedStore();
+    // The accents that the programs will store at their first start: this one looks, and stores nothing.
+    store.registerDefaults(MeterSettings::missingAccents());
     const auto readings = std::make_shared<SampleReadings>();
     if (!addItems(picture, line.arguments().first(), readings, &error))
         return Console::wrongUse(error);

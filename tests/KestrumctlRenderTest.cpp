@@ -5,6 +5,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QImageReader>
+#include <QJsonDocument>
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -78,6 +79,8 @@ private Q_SLOTS:
     void aVeryWidePictureIsDrawnToItsEnd();
     void tiersAreToldApartByColour();
     void aPictureFollowsTheSettingsInEffect();
+    void accentsAreThoseThatTheProgramsStoreAtTheirStart_data();
+    void accentsAreThoseThatTheProgramsStoreAtTheirStart();
     void aPictureGoesToStandardOutputToo();
     void aPictureThatCannotBeWrittenFailsWithTheReason();
 };
@@ -240,6 +243,28 @@ void KestrumctlRenderTest::aPictureFollowsTheSettingsInEffect()
     QCOMPARE(rendered("cpu --cores 4"), before);
     set(Keys::meterShape, MeterShape::square);
     QVERIFY(rendered("cpu --cores 4") != before);
+}
+
+void KestrumctlRenderTest::accentsAreThoseThatTheProgramsStoreAtTheirStart_data()
+{
+    QTest::addColumn<QByteArray>("stored");
+    QTest::newRow("nothing stored") << QByteArray("{}");
+    QTest::newRow("an accent for all") << QByteArray(R"({"accentChoice": "teal"})");
+    QTest::newRow("fast cores like all")
+        << QByteArray(R"({"accentChoice": "pine", "performanceCoreAccent": "nonsense"})");
+    QTest::newRow("chosen already") << QByteArray(
+        R"({"accentChoice": "teal", "performanceCoreAccent": "amber", "cpuAccent": "blue", "memoryAccent": "x"})");
+}
+
+void KestrumctlRenderTest::accentsAreThoseThatTheProgramsStoreAtTheirStart()
+{
+    QFETCH(const QByteArray, stored);
+    const QJsonObject values = QJsonDocument::fromJson(stored).object();
+    SharedSettings::store().apply(values, {});
+    const QImage before = rendered("strip --cores 4,4 --scale 2");
+    QCOMPARE(SharedSettings::store().storedDictionary(), values);
+    QVERIFY(MeterSettings::migrateAccents());
+    QCOMPARE(before, rendered("strip --cores 4,4 --scale 2"));
 }
 
 void KestrumctlRenderTest::aPictureGoesToStandardOutputToo()

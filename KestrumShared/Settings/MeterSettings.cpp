@@ -105,9 +105,9 @@ MeterAccent MeterSettings::accent(const UnregisteredKey<MeterAccent>& key)
     return Setting(key, MeterAccent(MeterAccent::fallback)).value();
 }
 
-bool MeterSettings::migrateAccents()
+QJsonObject MeterSettings::missingAccents()
 {
-    UserDefaults& store = SharedSettings::store();
+    const UserDefaults& store = SharedSettings::store();
     const auto read
         = [&store](const Key<MeterAccent>& key) { return SettingCoding<MeterAccent>::read(store, key.name); };
     const MeterAccent base = read(Keys::accentChoice).value_or(MeterAccent::fallback);
@@ -122,7 +122,13 @@ bool MeterSettings::migrateAccents()
     add(Keys::cpuFastCoreAccent, fastCore);
     add(Keys::memoryAccent, base);
     add(Keys::storageAccent, base);
-    return missing.isEmpty() || store.apply(missing, {});
+    return missing;
+}
+
+bool MeterSettings::migrateAccents()
+{
+    const QJsonObject missing = missingAccents();
+    return missing.isEmpty() || SharedSettings::store().apply(missing, {});
 }
 
 } // namespace kestrum

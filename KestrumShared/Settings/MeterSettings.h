@@ -3,6 +3,7 @@
 #include "KestrumShared/Settings/Keys.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 
+#include <QJsonObject>
 #include <QList>
 #include <QStringView>
 #include <functional>
@@ -47,8 +48,11 @@ StorageReadout storageReadout();
 /// The accent under `key`, `MeterAccent::fallback` when it is absent or not understood.
 MeterAccent accent(const UnregisteredKey<MeterAccent>& key);
 
-/// Gives every accent key that holds nothing the accent of the earlier version's global keys, which stay. Run at
-/// every start, after the factory defaults are registered. False when the save failed.
+/// For every accent key that holds nothing the accent of the earlier version's global keys, as it is to be stored.
+QJsonObject missingAccents();
+
+/// Stores those; the global keys stay. Run at every start, after the factory defaults are registered. False when the
+/// save failed.
 bool migrateAccents();
 
 } // namespace MeterSettings

@@ -94,26 +94,21 @@ private Q_SLOTS:
         QCOMPARE(inkOf([&](Canvas& canvas) { canvas.drawImage(QPointF(4, 1), image); }), QRectF(4, 1, 2, 3));
     }
 
-    void textsStandOnTheirLine_data()
+    void lettersOfAColumnStandOnTheirLines()
     {
-        QTest::addColumn<int>("pixels");
-        QTest::addColumn<double>("shrink");
-        QTest::newRow("as it is") << 8 << 1.0;
-        QTest::newRow("shrunken") << 80 << 0.1;
-    }
-    void textsStandOnTheirLine()
-    {
-        QFETCH(int, pixels);
-        QFETCH(double, shrink);
         QFont font(QStringLiteral("Inter"));
-        font.setPixelSize(pixels);
+        font.setPixelSize(80);
         const QFontMetricsF metrics(font);
-        const QRectF ink = inkOf([&](Canvas& canvas) {
-            canvas.drawText(QPointF(3, 0.5), QStringLiteral("H"), font, Qt::red, shrink);
-        });
-        QVERIFY(std::abs(ink.top() - (0.5 + metrics.descent() * shrink)) <= 0.11);
-        QVERIFY(std::abs(ink.height() - metrics.capHeight() * shrink) <= 0.16);
-        QVERIFY(ink.left() > 3 && ink.left() < 4.5);
+        const auto column = [&](const char* letters) {
+            return inkOf([&](Canvas& canvas) {
+                canvas.drawColumn(QPointF(3, 0.5), QLatin1StringView(letters), 2, font, Qt::red, 0.1);
+            });
+        };
+        const QRectF one = column("H");
+        QVERIFY(std::abs(one.top() - (0.5 + metrics.descent() * 0.1)) <= 0.11);
+        QVERIFY(std::abs(one.height() - metrics.capHeight() * 0.1) <= 0.16);
+        QVERIFY(one.left() > 3 && one.left() < 4.5);
+        QCOMPARE(column("HH"), one.adjusted(0, -1, 0, 1));
     }
 
     void placeOnThePainterIsRespected()
@@ -147,7 +142,7 @@ private Q_SLOTS:
             canvas.strokeRoundedRect(QRectF(0, 0, 2, 5), 1, 0.8, Qt::red);
             QFont other;
             other.setPixelSize(40);
-            canvas.drawText(QPointF(0, 0), QStringLiteral("x"), other, Qt::red, 0.1);
+            canvas.drawColumn(QPointF(0, 0), QLatin1StringView("x"), 0, other, Qt::red, 0.1);
         }
         QCOMPARE(painter.worldTransform(), transform);
         QCOMPARE(painter.renderHints(), hints);

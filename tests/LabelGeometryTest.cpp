@@ -52,6 +52,38 @@ private Q_SLOTS:
         }
     }
 
+    void lettersStandEvenlyOnWholePixels_data()
+    {
+        QTest::addColumn<double>("scale");
+        QTest::addColumn<int>("distance");
+        QTest::newRow("1") << 1.0 << 6;
+        QTest::newRow("1.25") << 1.25 << 7;
+        QTest::newRow("1.5") << 1.5 << 8;
+        QTest::newRow("1.75") << 1.75 << 10;
+        QTest::newRow("2") << 2.0 << 11;
+        QTest::newRow("3") << 3.0 << 17;
+    }
+    void lettersStandEvenlyOnWholePixels()
+    {
+        QFETCH(double, scale);
+        QFETCH(int, distance);
+        DrawingStage::set("meterLabelStyle", "letters");
+        for (const QPointF& topLeft : { QPointF(0, 0), QPointF(0, 2.3) }) {
+            for (const auto& section : allCases<MonitorSection>()) {
+                const QImage item
+                    = DrawingStage::drawn(section.value, m_readings, scale, ColourScheme::light, topLeft);
+                const QList<int> feet = feetOfLetters(item, int(7 * scale));
+                // One row without ink at least is between two letters.
+                QCOMPARE(feet.size(), 3);
+                // These three letters are flat; others reach a trifle below the line that they stand on.
+                if (section.value == MonitorSection::memory) {
+                    QCOMPARE(feet[1] - feet[0], distance);
+                    QCOMPARE(feet[2] - feet[1], distance);
+                }
+            }
+        }
+    }
+
     void everySectionHasItsLetters_data()
     {
         QTest::addColumn<MonitorSection>("section");
@@ -269,6 +301,22 @@ private Q_SLOTS:
     }
 
 private:
+    /// The lowest row of each run of rows that have ink in the first columns, from the top.
+    static QList<int> feetOfLetters(const QImage& item, int columns)
+    {
+        QList<int> feet;
+        bool wasInked = false;
+        for (int y = 0; y < item.height(); ++y) {
+            bool isInked = false;
+            for (int x = 0; x < columns; ++x)
+                isInked |= qAlpha(item.pixel(x, y)) > 64;
+            if (wasInked && !isInked)
+                feet.append(y - 1);
+            wasInked = isInked;
+        }
+        return feet;
+    }
+
     std::shared_ptr<FakeReadings> m_readings;
 };
 

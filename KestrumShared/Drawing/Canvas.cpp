@@ -107,29 +107,30 @@ void Canvas::fillBelow(const QPolygonF& line, double bottom, const QColor& colou
     m_painter.drawPolygon(outline);
 }
 
-void Canvas::drawText(
-    const QPointF& origin, const QString& text, const QFont& font, const QColor& colour, double shrink)
+void Canvas::drawColumn(const QPointF& origin, QLatin1StringView letters, double distance, const QFont& font,
+    const QColor& colour, double shrink)
 {
     QPainter& painter = inPoints();
     painter.setFont(font);
     painter.setPen(colour);
-    const double descent = QFontMetricsF(font).descent();
-    if (shrink == 1) {
-        painter.drawText(QPointF(origin.x(), turned(origin.y()) - descent), text);
-        return;
+    // On whole pixels, where the painter puts the base line of all texts but shrunken ones: letters this small are
+    // unreadable anywhere else. The distance is rounded by itself, or two letters would stand nearer than the next two.
+    const QTransform device = painter.deviceTransform();
+    const bool hasPixels = device.type() <= QTransform::TxScale;
+    if (hasPixels)
+        distance = std::round(distance * device.m22()) / device.m22();
+    double baseLine = turned(origin.y()) - QFontMetricsF(font).descent() * shrink
+        - double(letters.size() - 1) / 2 * distance;
+    if (hasPixels)
+        baseLine = (std::round(baseLine * device.m22() + device.dy()) - device.dy()) / device.m22();
+    for (const char letter : letters) {
+        painter.save();
+        painter.translate(origin.x(), baseLine);
+        painter.scale(shrink, shrink);
+        painter.drawText(QPointF(0, 0), QString(QLatin1Char(letter)));
+        painter.restore();
+        baseLine += distance;
     }
-    double baseLine = turned(origin.y()) - descent * shrink;
-    // On a whole pixel, where the painter puts the base line of all texts but shrunken ones: letters this small are
-    // unreadable anywhere else.
-    const QTransform transform = painter.deviceTransform();
-    if (transform.type() <= QTransform::TxScale)
-        baseLine
-            = (std::round(baseLine * transform.m22() + transform.dy()) - transform.dy()) / transform.m22();
-    painter.save();
-    painter.translate(origin.x(), baseLine);
-    painter.scale(shrink, shrink);
-    painter.drawText(QPointF(0, 0), text);
-    painter.restore();
 }
 
 void Canvas::drawText(

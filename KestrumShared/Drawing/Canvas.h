@@ -6,6 +6,7 @@
 #include <QColor>
 #include <QFont>
 #include <QImage>
+#include <QLatin1StringView>
 #include <QPainter>
 #include <QPointF>
 #include <QPolygonF>
@@ -35,10 +36,12 @@ public:
     void strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour);
     /// What lies between a line that runs from left to right and the height `bottom`, which is nowhere above the line.
     void fillBelow(const QPolygonF& line, double bottom, const QColor& colour);
-    /// The text's line box has its bottom left corner at `origin`. `shrink` makes the font's size, which is
-    /// whole pixels in Qt, any size.
-    void drawText(const QPointF& origin, const QString& text, const QFont& font, const QColor& colour,
-        double shrink = 1);
+    /// Single letters, the first on top, around the line box that has its bottom left corner at `origin`. Their base lines
+    /// are as many whole pixels apart as come nearest to `distance`. `shrink` makes the font's size, which is whole pixels
+    /// in Qt, any size.
+    void drawColumn(const QPointF& origin, QLatin1StringView letters, double distance, const QFont& font,
+        const QColor& colour, double shrink);
+    /// The text's line box has its bottom left corner at `origin`.
     void drawText(
         const QPointF& origin, const QString& text, const MonospacedDigits& font, const QColor& colour);
     /// The image, of its own size in points, with its bottom left corner at `origin`.

@@ -87,12 +87,8 @@ private:
         // Wider than the room that is kept for them: the widest letters of some fonts are.
         const QRectF column(0, 0, 3 * lettersWidth, StatusMetricView::height);
         m_canvas.drawKept(key, column, [&](Canvas& canvas) {
-            const QLatin1StringView text = letters(section);
-            for (qsizetype i = 0; i < text.size(); ++i) {
-                const double fromMiddle = (double(text.size() - 1) / 2 - double(i)) * letterDistance;
-                canvas.drawText(QPointF(margin, middle + fromMiddle - fonts.letterHeight() / 2),
-                    QString(QLatin1Char(text[i])), fonts.letters(), colour, ItemFonts::letterScale);
-            }
+            canvas.drawColumn(QPointF(margin, middle - fonts.letterHeight() / 2), letters(section),
+                letterDistance, fonts.letters(), colour, ItemFonts::letterScale);
         });
     }
 

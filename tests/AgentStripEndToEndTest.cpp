@@ -46,6 +46,12 @@ class AgentStripEndToEndTest : public PanelTest {
         return DesktopStage::picture({ VirtualDisplay::width - 400, panelHeight, 400, stripHeight });
     }
 
+    static QByteArray shownStrip()
+    {
+        return VirtualDisplay::xdotool(
+            { text("search"), text("--onlyvisible"), text("--name"), text("^Kestrum$") });
+    }
+
     void showItems(bool isShown) const
     {
         for (const char* key : { "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" })
@@ -90,8 +96,7 @@ private Q_SLOTS:
     void itIsADockOnEveryDesktopAlsoWhenItWasHidden()
     {
         for (int round = 0; round < 2; ++round) {
-            const QByteArray window = VirtualDisplay::xdotool(
-                { text("search"), text("--onlyvisible"), text("--name"), text("^Kestrum$") });
+            const QByteArray window = shownStrip();
             QVERIFY(!window.isEmpty());
             const QByteArray properties = Programs::output(
                 text("xprop"), { text("-id"), QString::fromLatin1(window), text("_NET_WM_WINDOW_TYPE") });
@@ -107,6 +112,45 @@ private Q_SLOTS:
             showItems(true);
             waitForStrip();
         }
+    }
+
+    void atNoScaleIsItCutByTheScreensEdge_data()
+    {
+        QTest::addColumn<QByteArray>("scale");
+        QTest::addColumn<QByteArray>("visibleKey");
+        // Whole and odd widths, on a screen that is a whole number of points wide and on one that is not.
+        for (const char* scale : { "1.25", "1.5", "2.5" }) {
+            for (const char* key : { "", "showMemoryItem" })
+                QTest::addRow("%s %s", scale, key) << QByteArray(scale) << QByteArray(key);
+        }
+    }
+    void atNoScaleIsItCutByTheScreensEdge()
+    {
+        QFETCH(const QByteArray, scale);
+        QFETCH(const QByteArray, visibleKey);
+        Programs::end(agent());
+        if (!visibleKey.isEmpty()) {
+            showItems(false);
+            stage().write(visibleKey, "true");
+        }
+        qputenv("QT_SCALE_FACTOR", scale);
+        const auto scaled = Programs::started(stage().agentProgram(), {});
+        qunsetenv("QT_SCALE_FACTOR");
+
+        QByteArray window;
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = shownStrip()).isEmpty(), patience);
+        QMap<QByteArray, int> geometry;
+        for (const QByteArray& line : VirtualDisplay::xdotool(
+                 { text("getwindowgeometry"), text("--shell"), QString::fromLatin1(window) })
+                                          .split('\n'))
+            geometry.insert(line.split('=').first(), line.split('=').last().toInt());
+        const int end = geometry["X"] + geometry["WIDTH"];
+        // Less than two points from the edge, and all of it before that.
+        QVERIFY2(end <= VirtualDisplay::width && end > VirtualDisplay::width - 2 * scale.toDouble(),
+            QByteArray::number(end).constData());
+        QCOMPARE_GE(geometry["WIDTH"], std::floor(stage().expectedStripWidth() * scale.toDouble()));
+        QCOMPARE_GE(geometry["HEIGHT"], std::floor(stripHeight * scale.toDouble()));
+        Programs::end(*scaled);
     }
 
     void itMovesWhenThePanelGoesAndComes()

@@ -8,8 +8,33 @@
 #include <QScreen>
 #include <QToolTip>
 #include <QWindow>
+#include <cmath>
 
 namespace kestrum {
+
+namespace {
+
+double fraction(double number)
+{
+    return number - std::floor(number);
+}
+
+/// The toolkit rounds a window's place and its width to pixels each by itself. Two halves would be a pixel too much.
+QSize withoutHalfPixels(QSize size, double scale)
+{
+    if (fraction(size.width() * scale) == 0.5)
+        size.rwidth() += 1;
+    return size;
+}
+
+/// Where the part of the screen ends that `free` is. The toolkit counts a last point that is only partly on the screen.
+int endOnScreen(const QRect& free, const QScreen& screen)
+{
+    const int end = free.right() + 1;
+    return fraction((end - screen.geometry().left()) * screen.devicePixelRatio()) > 0 ? end - 1 : end;
+}
+
+} // namespace
 
 DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     : m_strip(strip)
@@ -54,10 +79,13 @@ void DockChannel::fit()
         m_strip.hide();
         return;
     }
-    const QSize size = m_strip.sizeHint();
+    const QSize size = withoutHalfPixels(m_strip.sizeHint(), screen->devicePixelRatio());
     const QRect free = screen->availableGeometry();
     const bool isMirrored = QGuiApplication::layoutDirection() == Qt::RightToLeft;
-    const int left = isMirrored ? free.left() : free.right() + 1 - size.width();
+    const int left = isMirrored ? free.left() : endOnScreen(free, *screen) - size.width();
+    // The toolkit asks for steps of whole points, which the window manager then rounds the size down to: one step is
+    // as large as all of it. Before the size, which the window manager holds against the steps that it knows.
+    m_strip.setSizeIncrement(size);
     m_strip.setFixedSize(size);
     m_strip.move(left, free.top());
     // Cut to shape and not translucent: without a compositing manager nothing would shine through.

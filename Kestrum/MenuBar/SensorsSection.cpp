@@ -1,17 +1,10 @@
 #include "Kestrum/MenuBar/SensorsSection.h"
 
 #include "Kestrum/Form/Rows.h"
+#include "KestrumShared/Drawing/HeatColour.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
 namespace kestrum {
-
-namespace {
-
-// In degrees Celsius.
-constexpr double amber = 85;
-constexpr double red = 95;
-
-} // namespace
 
 SensorsSection::SensorsSection()
     : ItemSection(MonitorSection::sensors, "Sensors")
@@ -20,7 +13,7 @@ SensorsSection::SensorsSection()
     // The unit may be another one at any time.
     follow(SharedSettings::store(), this, [this] {
         setFootnote(AppLanguage::string("The readout turns amber at %@ and red at %@.",
-            { Units::temperature(amber, 0), Units::temperature(red, 0) }));
+            { Units::temperature(HeatColour::amberFrom, 0), Units::temperature(HeatColour::redFrom, 0) }));
     });
 }
 

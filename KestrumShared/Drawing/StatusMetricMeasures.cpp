@@ -260,11 +260,25 @@ std::optional<QString> StatusMetricView::sensorsReadoutText(const MenuBarReading
     case SensorsReadout::power:
         return wholeText(readings.systemWatts(), "W");
     case SensorsReadout::hottest:
-        return degreesText(readings.hottestCelsius());
     case SensorsReadout::gpu:
-        return degreesText(readings.gpuTemperature());
+        return degreesText(sensorsTemperature(readings));
     case SensorsReadout::fan:
         return wholeText(readings.fastestFanRPM(), "");
+    case SensorsReadout::off:
+        break;
+    }
+    return std::nullopt;
+}
+
+std::optional<double> StatusMetricView::sensorsTemperature(const MenuBarReadings& readings)
+{
+    switch (Setting(Keys::sensorsReadout).value()) {
+    case SensorsReadout::hottest:
+        return readings.hottestCelsius();
+    case SensorsReadout::gpu:
+        return readings.gpuTemperature();
+    case SensorsReadout::power:
+    case SensorsReadout::fan:
     case SensorsReadout::off:
         break;
     }

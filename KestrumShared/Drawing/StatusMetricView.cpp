@@ -1,6 +1,7 @@
 #include "KestrumShared/Drawing/StatusMetricView.h"
 
 #include "KestrumShared/Drawing/Canvas.h"
+#include "KestrumShared/Drawing/HeatColour.h"
 #include "KestrumShared/Drawing/ItemFonts.h"
 #include "KestrumShared/Drawing/ItemGeometry.h"
 #include "KestrumShared/Drawing/ItemSprites.h"
@@ -67,7 +68,7 @@ public:
                 x = drawSymbol(section, x + gap);
             break;
         }
-        drawReadout(x + gap, StatusMetricView::readoutText(section, m_readings));
+        drawReadout(x + gap, StatusMetricView::readoutText(section, m_readings), readoutColour(section));
     }
 
 private:
@@ -102,12 +103,20 @@ private:
         return x + size.width();
     }
 
-    void drawReadout(double x, const std::optional<QString>& text)
+    void drawReadout(double x, const std::optional<QString>& text, const QColor& colour)
     {
         if (!text)
             return;
         const MonospacedDigits& font = ItemFonts::current().readout();
-        m_canvas.drawText(QPointF(x, middle - font.lineHeight() / 2), *text, font, labelColour(m_scheme));
+        m_canvas.drawText(QPointF(x, middle - font.lineHeight() / 2), *text, font, colour);
+    }
+
+    QColor readoutColour(MonitorSection section) const
+    {
+        const std::optional<double> celsius = section == MonitorSection::sensors
+            ? StatusMetricView::sensorsTemperature(m_readings)
+            : std::nullopt;
+        return celsius ? HeatColour::of(*celsius, m_scheme) : labelColour(m_scheme);
     }
 
     double drawCPUMeter(double x)

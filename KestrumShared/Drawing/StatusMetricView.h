@@ -61,6 +61,9 @@ public:
     static std::optional<QString> sensorsReadoutText(const MenuBarReadings& readings);
     static std::optional<QString> readoutText(MonitorSection section, const MenuBarReadings& readings);
 
+    /// The temperature in degrees Celsius that the sensors' readout is; nothing when it is something else, or absent.
+    static std::optional<double> sensorsTemperature(const MenuBarReadings& readings);
+
     /// The section's name as a screen reader says it, in the interface language.
     static QString description(MonitorSection section);
 

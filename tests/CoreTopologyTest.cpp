@@ -57,6 +57,16 @@ private Q_SLOTS:
         QCOMPARE(totalOf(machine.kernel()), 8);
     }
 
+    void theIndexInANameIsTheLevelsOwn()
+    {
+        // The first level has no count, so that the second is the first in the list.
+        const FakeMachine machine = hybridMachine();
+        machine.writeKind("cpu_core", "junk\n");
+        machine.writeKind("cpu_lowpower", "0-1\n");
+        QCOMPARE(CoreTopology::tiers(machine.kernel()),
+            QList<CoreTier>({ tier("Level 1", 4), tier("Efficiency", 2) }));
+    }
+
     void aLevelWithoutACountIsLeftOut()
     {
         const FakeMachine machine = hybridMachine();

@@ -77,6 +77,8 @@ private Q_SLOTS:
         QTest::newRow("bars square") << MonitorSection::cpu << QByteArray("bars") << QByteArray("square")
                                      << 1.5;
         QTest::newRow("wave pill") << MonitorSection::cpu << QByteArray("wave") << QByteArray("pill") << 4.45;
+        QTest::newRow("wave square") << MonitorSection::cpu << QByteArray("wave") << QByteArray("square")
+                                     << 1.5;
         QTest::newRow("compact pill")
             << MonitorSection::cpu << QByteArray("compact") << QByteArray("pill") << 5.0;
         QTest::newRow("compact square")
@@ -142,12 +144,18 @@ private Q_SLOTS:
     void everyCoreOfTheMachineHasItsBar_data()
     {
         QTest::addColumn<int>("cores");
-        for (const int cores : { 1, 2, 3, 7, 8, 12, 16, 64 })
-            QTest::addRow("%d", cores) << cores;
+        QTest::addColumn<QByteArray>("labels");
+        // With 9, 13 and 40 the sums of fractions end a trifle beyond the frame's inner edge, 40 behind letters only.
+        for (const int cores : { 1, 2, 3, 7, 8, 9, 12, 13, 16, 40, 64 }) {
+            for (const char* labels : { "icons", "letters" })
+                QTest::addRow("%d %s", cores, labels) << cores << QByteArray(labels);
+        }
     }
     void everyCoreOfTheMachineHasItsBar()
     {
         QFETCH(int, cores);
+        QFETCH(QByteArray, labels);
+        DrawingStage::set("meterLabelStyle", labels);
         CoreTopology::useTiers({ { QStringLiteral("Level 0"), cores } });
         m_readings->cores = QList<double>(cores, 1.0);
         const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
@@ -202,6 +210,28 @@ private Q_SLOTS:
         for (int core = 0; core < 4; ++core) {
             const double middle = meterStart(MonitorSection::cpu) + 2 + core * 5.9 + 2.45;
             QCOMPARE(item.at(middle, 11), core >= firstFast ? indigoColour : signalColour);
+        }
+    }
+
+    void fastCoresWithoutAnAccentOfTheirOwnHaveTheFirst_data()
+    {
+        QTest::addColumn<QByteArray>("stored");
+        QTest::newRow("absent") << QByteArray();
+        QTest::newRow("unknown") << QByteArray("Indigo");
+        QTest::newRow("half a colour") << QByteArray("custom:srgb:0.1,0.2");
+    }
+    void fastCoresWithoutAnAccentOfTheirOwnHaveTheFirst()
+    {
+        QFETCH(QByteArray, stored);
+        DrawingStage::set("cpuAccent", "indigo");
+        if (!stored.isEmpty())
+            DrawingStage::set("cpuFastCoreAccent", stored);
+        m_readings->cores = { 1, 1, 1, 1 };
+        m_readings->fastCores = 2;
+        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        for (int core = 0; core < 4; ++core) {
+            const double middle = meterStart(MonitorSection::cpu) + 2 + core * 5.9 + 2.45;
+            QCOMPARE(item.at(middle, 11), core >= 2 ? signalColour : indigoColour);
         }
     }
 

@@ -1,11 +1,14 @@
 // The labels and the readouts of items, measured in the drawn pixels.
 
 #include "KestrumShared/Drawing/ItemFonts.h"
+#include "KestrumShared/Drawing/ItemSprites.h"
+#include "KestrumShared/Drawing/PixelPainter.h"
 #include "Platform/SymbolImage.h"
 #include "tests/ItemPixels.h"
 #include "tests/TestHome.h"
 
 #include <QFontMetricsF>
+#include <QSet>
 #include <QTest>
 
 using namespace kestrum;
@@ -154,6 +157,44 @@ private Q_SLOTS:
                 QCOMPARE(label, symbol);
             }
         }
+    }
+
+    void renderedSymbolsAreKept()
+    {
+        const auto symbol = [](const char* name, ColourScheme scheme, double points, double scale) {
+            return ItemSprites::symbol(QString::fromLatin1(name), points, scheme, scale).cacheKey();
+        };
+        // Every one a picture of its own.
+        QSet<qint64> pictures;
+        for (int round = 0; round < 2; ++round) {
+            for (const char* name : { "cpu", "sensor" }) {
+                for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+                    for (const double scale : { 1.0, 2.0 })
+                        pictures << symbol(name, scheme, 12, scale) << symbol(name, scheme, 16, scale);
+                }
+            }
+            QCOMPARE(pictures.size(), 16);
+        }
+    }
+
+    void lettersFollowTheApplicationsFont()
+    {
+        DrawingStage::set("meterLabelStyle", "letters");
+        const QFont inter = QGuiApplication::font();
+        const auto drawn = [this](bool keepsPictures) {
+            PixelPainter::setKeepsPictures(keepsPictures);
+            const QImage item = DrawingStage::drawn(MonitorSection::sensors, m_readings, 4);
+            PixelPainter::setKeepsPictures(true);
+            return item;
+        };
+        const QImage before = drawn(true);
+        QGuiApplication::setFont(QFont(QStringLiteral("Inter Display")));
+        const QImage after = drawn(true);
+        const QImage wanted = drawn(false);
+        QGuiApplication::setFont(inter);
+        QCOMPARE(after, wanted);
+        QVERIFY(after != before);
+        QCOMPARE(drawn(true), before);
     }
 
     void unknownScaleCountsAsTwo()

@@ -148,6 +148,28 @@ private Q_SLOTS:
         }
     }
 
+    void endsOfFillsFollowTheShape_data()
+    {
+        QTest::addColumn<MonitorSection>("section");
+        QTest::addColumn<QPointF>("corner");
+        // Of the fill's lower left corner, how far from where the meter begins and how high.
+        QTest::newRow("compact") << MonitorSection::cpu << QPointF(1.5, 7.5);
+        QTest::newRow("memory") << MonitorSection::memory << QPointF(2, 3.5);
+        QTest::newRow("storage") << MonitorSection::storage << QPointF(2, 3.5);
+    }
+    void endsOfFillsFollowTheShape()
+    {
+        QFETCH(MonitorSection, section);
+        QFETCH(QPointF, corner);
+        DrawingStage::set("meterStyle", "compact");
+        const QPointF place(meterStart(section) + corner.x() + 0.2, corner.y() + 0.2);
+        const ItemPixels pill(DrawingStage::drawn(section, m_readings, 20), 20);
+        QVERIFY(pill.at(place.x(), place.y()) != signalColour);
+        DrawingStage::set("meterShape", "square");
+        const ItemPixels square(DrawingStage::drawn(section, m_readings, 20), 20);
+        QCOMPARE(square.at(place.x(), place.y()), signalColour);
+    }
+
     void waveIsClippedAtBothEnds()
     {
         DrawingStage::set("meterStyle", "wave");

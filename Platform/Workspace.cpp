@@ -181,9 +181,11 @@ void Workspace::openApplication(const QString& bundlePath, const OpenConfigurati
 {
     QMetaObject::invokeMethod(
         this,
-        [opened = m_observations->open(bundlePath, configuration), completion = std::move(completion)] {
+        [this, opened = m_observations->open(bundlePath, configuration), completion = std::move(completion)] {
             if (completion)
                 completion(opened);
+            if (!opened.error.isEmpty())
+                Q_EMIT openFailed();
         },
         Qt::QueuedConnection);
 }

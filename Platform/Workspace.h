@@ -47,6 +47,8 @@ public:
 
 Q_SIGNALS:
     void runningApplicationsChanged();
+    /// A program could not be started; told after the completion.
+    void openFailed();
 
 private:
     Workspace();

@@ -194,16 +194,15 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 1000);
     }
 
-    void withoutAnAgentsBundleItIsOnUntilTheNextLook()
+    void aStartThatFailsIsOffWithoutAnotherOccasion()
     {
-        const AgentStage empty;
+        const AgentStage empty; // without an agent's bundle
         AgentController controller;
+        QSignalSpy told(&controller, &AgentController::isRunningChanged);
         controller.setEnabled(true);
         QVERIFY(controller.isRunning());
-        QTest::qWait(100);
-        QVERIFY(controller.isRunning());
-        controller.refresh();
-        QVERIFY(!controller.isRunning());
+        QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 1000);
+        QCOMPARE(told.count(), 2);
         QVERIFY(Setting { Keys::agentEnabled }.value());
     }
 
@@ -216,7 +215,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 1000);
     }
 
-    void anAgentThatIgnoresTheRequestIsOnAgainAtTheNextLook()
+    void anAgentThatIgnoresTheRequestIsOnAgainAfterSomeSeconds()
     {
         qputenv("KESTRUM_TEST_AGENT", "stays");
         AgentController controller;
@@ -227,7 +226,23 @@ private Q_SLOTS:
         QVERIFY(!controller.isRunning());
         QTest::qWait(200);
         QCOMPARE(AgentStage::agents().size(), 1);
-        controller.refresh();
+        QTRY_VERIFY_WITH_TIMEOUT(controller.isRunning(), 5000);
+    }
+
+    void theLookAfterAStopIsGivenUpWhenItIsSwitchedOnAgain()
+    {
+        AgentController controller;
+        controller.setEnabled(true);
+        m_stage->waitForAgent();
+        QTest::qWait(1200);
+        controller.setEnabled(false);
+        QTRY_VERIFY(AgentStage::agents().isEmpty());
+        controller.setEnabled(true);
+        QTRY_COMPARE(AgentStage::agents().size(), 1);
+        QTest::qWait(1500); // what the end and the start brought about
+        QSignalSpy looks(&controller, &AgentController::isRunningChanged);
+        QTest::qWait(2500);
+        QCOMPARE(looks.count(), 0);
         QVERIFY(controller.isRunning());
     }
 

@@ -5,7 +5,6 @@
 #include "Platform/Workspace.h"
 
 #include <QGuiApplication>
-#include <QTimer>
 #include <chrono>
 
 namespace kestrum {
@@ -14,6 +13,8 @@ namespace {
 
 // A program that was just started or ended may not yet be in the process table, or still be.
 constexpr std::chrono::seconds secondLook { 1 };
+// As long as a start waits for an agent that was asked to quit: one that is still there then has not heard.
+constexpr auto lookAfterStop = AppLinks::checkDelay * AppLinks::retries;
 
 } // namespace
 
@@ -25,6 +26,11 @@ AgentController::AgentController(QObject* parent)
         refresh();
         QTimer::singleShot(secondLook, Qt::PreciseTimer, this, &AgentController::refresh);
     });
+    // We hear of our own agent's coming and going alone: neither a start that fails nor an agent that stays changes anything.
+    connect(&Workspace::shared(), &Workspace::openFailed, this, &AgentController::refresh);
+    m_afterStop.setSingleShot(true);
+    m_afterStop.setInterval(lookAfterStop);
+    connect(&m_afterStop, &QTimer::timeout, this, &AgentController::refresh);
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive)
             refresh();
@@ -49,10 +55,13 @@ void AgentController::refresh()
 void AgentController::setEnabled(bool enabled)
 {
     Setting { Keys::agentEnabled }.set(enabled);
-    if (enabled)
+    if (enabled) {
+        m_afterStop.stop();
         AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    else
+    } else {
         AppLinks::stopAgent();
+        m_afterStop.start();
+    }
     publish(enabled);
 }
 

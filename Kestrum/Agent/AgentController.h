@@ -1,11 +1,13 @@
 #pragma once
 
 #include <QObject>
+#include <QTimer>
 
 namespace kestrum {
 
 /// The window's knowledge of whether the agent runs, and the one place where people switch it. It never polls: it looks
-/// when it is made, when programs come and go (at once and a second later), and when the application becomes active.
+/// when it is made, when programs come and go (at once and a second later), when a start fails, some seconds after a stop, and
+/// when the application becomes active.
 class AgentController final : public QObject {
     Q_OBJECT
 public:
@@ -27,6 +29,7 @@ private:
     bool look();
     void publish(bool isRunning);
 
+    QTimer m_afterStop;
     bool m_isRunning = false;
 };
 

@@ -1,6 +1,7 @@
 #include "Kestrum/Relaunch.h"
 
 #include "Platform/Bundle.h"
+#include "Platform/Log.h"
 #include "Platform/ProgramStart.h"
 
 #include <QFile>
@@ -49,8 +50,26 @@ QString Relaunch::command(qint64 pid, const QString& bundlePath)
         .arg(QString::number(pid), bundlePath);
 }
 
+bool Relaunch::canCarry(const QString& bundlePath)
+{
+    // What a shell still reads between double quotes, a line end, which would make two lines of one, and what stands for bytes
+    // that are no text.
+    static const QString unsafe = QStringLiteral("\"$`\\\n") + QChar(QChar::ReplacementCharacter);
+    return std::none_of(
+        bundlePath.begin(), bundlePath.end(), [](QChar character) { return unsafe.contains(character); });
+}
+
 void Relaunch::whenInactive()
 {
+    if (const QString path = Bundle::main().path(); !canCarry(path)) {
+        // Ending without being able to come back would serve nobody, and the window itself shows the new language already.
+        Log::warnOnce("application",
+            QStringLiteral(
+                "the application at %1 is not started anew in the new language: no shell can be told its "
+                "path")
+                .arg(Log::escaped(path)));
+        return;
+    }
     if (m_isPending || m_isDone)
         return;
     if (QGuiApplication::applicationState() != Qt::ApplicationActive) {

@@ -23,12 +23,14 @@ public:
     explicit Relaunch(Actions actions = Actions::real(), QObject* parent = nullptr);
 
     /// Relaunches at once where the application is not active, else as soon as people turn to another. Once asked for it
-    /// is not given up.
+    /// is not given up. From a place that the command cannot carry there is no relaunch, and the log says so once.
     void whenInactive();
 
     /// What the shell is to do: wait for the end of process `pid`, then open the bundle without giving it the focus. The
-    /// path stands between double quotes as it is, so one that contains such a quote, "$", "`" or "\" leads nowhere.
+    /// path stands between double quotes as it is.
     static QString command(qint64 pid, const QString& bundlePath);
+    /// Whether that text leads to the bundle at `bundlePath`, and the shell reads nothing else out of it.
+    static bool canCarry(const QString& bundlePath);
 
 private:
     void stateChanged(Qt::ApplicationState state);

@@ -87,8 +87,8 @@ private Q_SLOTS:
 
     void thePathIsNotEscapedAndPlaceholdersInItStay()
     {
-        QVERIFY(Relaunch::command(1, QStringLiteral("/a\"%1$b`\\/K.app"))
-                    .endsWith(QStringLiteral("\"/a\"%1$b`\\/K.app\"")));
+        QVERIFY(Relaunch::command(1, QStringLiteral("/a'%1 *;&|b/K.app"))
+                    .endsWith(QStringLiteral("\"/a'%1 *;&|b/K.app\"")));
     }
 
     void anInactiveApplicationIsRelaunchedAtOnce()
@@ -166,17 +166,58 @@ private Q_SLOTS:
             "open\n-g\n" + QFile::encodeName(tree.path(bundle)) + '\n');
     }
 
-    void aPathWithADoubleQuoteBreaksTheCommand()
+    void whereTheCommandCannotCarryThePathTheApplicationStays_data()
+    {
+        QTest::addColumn<QString>("folder");
+        QTest::newRow("a substitution") << QStringLiteral("a$(touch report)");
+        QTest::newRow("an older substitution") << QStringLiteral("a`touch report`");
+        QTest::newRow("a variable") << QStringLiteral("a$HOME");
+        QTest::newRow("a closing quote") << QStringLiteral("a\"; touch report; \"");
+        QTest::newRow("a backslash") << QStringLiteral("a\\");
+        QTest::newRow("a line end") << QStringLiteral("a\nb");
+        QTest::newRow("no text") << QFile::decodeName("a\xFF");
+    }
+
+    void whereTheCommandCannotCarryThePathTheApplicationStays()
+    {
+        QFETCH(const QString, folder);
+        Bundle::setMain(Bundle(QStringLiteral("/opt/") + folder + QStringLiteral("/Kestrum.app")));
+        static QStringList warnings;
+        warnings.clear();
+        const auto before
+            = qInstallMessageHandler([](QtMsgType type, const QMessageLogContext&, const QString& text) {
+                  if (type == QtWarningMsg)
+                      warnings.append(text);
+              });
+        // Not active, which would be an occasion, and then left, which would be another.
+        m_relaunch->whenInactive();
+        {
+            Window window;
+            m_relaunch->whenInactive();
+            window.deactivate();
+        }
+        qInstallMessageHandler(before);
+        QCOMPARE(m_commands, QStringList());
+        QCOMPARE(m_quits, 0);
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY2(warnings.first().contains(QStringLiteral("/Kestrum.app"))
+                && warnings.first().contains(QStringLiteral("not started anew")),
+            qPrintable(warnings.first()));
+    }
+
+    void everyOtherPathIsCarriedWhole()
     {
         const FileTree tree;
-        const QString bundle = QStringLiteral("a\"b.app");
+        const QString bundle = QStringLiteral("a 'b' #c !d *e ~f {g} (h) ;i &j |k <l> %1 \u00e4/Kestrum.app");
+        QVERIFY(Relaunch::canCarry(tree.path(bundle)));
         installOpener(tree, bundle);
         StandIns programs;
         const auto process = programs.start(programs.install(QStringLiteral("program")));
         programs.end(process.pid);
         Relaunch::Actions::real().startShell(Relaunch::command(process.pid, tree.path(bundle)));
-        QTest::qWait(500);
-        QVERIFY(!QFile::exists(tree.path(QStringLiteral("report"))));
+        QTRY_VERIFY(QFile::exists(tree.path(QStringLiteral("report"))));
+        QCOMPARE(content(tree.path(QStringLiteral("report"))),
+            "open\n-g\n" + QFile::encodeName(tree.path(bundle)) + '\n');
     }
 
     void theShellIsApartFromUs()

@@ -65,8 +65,7 @@ void Relaunch::whenInactive()
         // Ending without being able to come back would serve nobody, and the window itself shows the new language already.
         Log::warnOnce("application",
             QStringLiteral(
-                "the application at %1 is not started anew in the new language: no shell can be told its "
-                "path")
+                "%1 is not started anew in the new language: a shell would read more than a path in that")
                 .arg(Log::escaped(path)));
         return;
     }

@@ -6,6 +6,7 @@
 #include <QByteArray>
 #include <atomic>
 #include <cstdlib>
+#include <limits>
 #include <unistd.h>
 #include <utility>
 
@@ -168,6 +169,11 @@ const QLoggingCategory& Log::category(const char* area)
 QString Log::escaped(const QString& value)
 {
     return QString::fromUtf8(escapedUtf8(value, valueLimit));
+}
+
+QString Log::escapedWhole(const QString& value)
+{
+    return QString::fromUtf8(escapedUtf8(value, std::numeric_limits<qsizetype>::max()));
 }
 
 void Log::error(const char* area, const QString& message)

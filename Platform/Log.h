@@ -15,6 +15,8 @@ const QLoggingCategory& category(const char* area);
 /// `value` made safe for one log line: control characters are escaped, so that a path cannot forge a
 /// line, and the text is cut at 256 UTF-8 bytes.
 QString escaped(const QString& value);
+/// The same without a limit, for what a program prints line by line.
+QString escapedWhole(const QString& value);
 
 /// One line each in the category of `area`; line ends in `message` are escaped. Any thread.
 void error(const char* area, const QString& message);

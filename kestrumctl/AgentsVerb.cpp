@@ -1,4 +1,5 @@
 #include "KestrumShared/Machine/AppLinks.h"
+#include "Platform/Log.h"
 #include "kestrumctl/Verb.h"
 
 #include <QDateTime>
@@ -19,24 +20,12 @@ QString timeText(const std::optional<double>& time)
     return text;
 }
 
-// A path may hold what ends a line or parts it.
-QString oneField(const QString& path)
-{
-    QString text;
-    for (const QChar character : path) {
-        if (character.unicode() < 0x20 || character.unicode() == 0x7F)
-            text += QStringLiteral("\\x%1").arg(int(character.unicode()), 2, 16, QLatin1Char('0'));
-        else
-            text += character;
-    }
-    return text;
-}
-
 ExitCode runAgents(const CommandLine&)
 {
     QByteArray lines;
     for (const ProcessScan::Entry& agent : AppLinks::agentProcesses())
-        lines += QStringList { QString::number(agent.pid), timeText(agent.started), oneField(agent.path) }
+        lines += QStringList { QString::number(agent.pid), timeText(agent.started),
+            Log::escapedWhole(agent.path) }
                      .join(u'\t')
                      .toUtf8()
             + '\n';

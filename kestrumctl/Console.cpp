@@ -1,5 +1,7 @@
 #include "kestrumctl/Console.h"
 
+#include "Platform/Log.h"
+
 #include <cerrno>
 #include <cstdio>
 
@@ -7,9 +9,10 @@ namespace kestrum {
 
 namespace {
 
+// One line, whatever the names and paths in it hold.
 void tell(const QString& line)
 {
-    std::fprintf(stderr, "kestrumctl: %s\n", line.toUtf8().constData());
+    std::fprintf(stderr, "kestrumctl: %s\n", Log::escapedWhole(line).toUtf8().constData());
 }
 
 } // namespace

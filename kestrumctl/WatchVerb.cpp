@@ -1,3 +1,4 @@
+#include "Platform/Log.h"
 #include "Platform/StopRequest.h"
 #include "kestrumctl/JsonText.h"
 #include "kestrumctl/KeyCatalogue.h"
@@ -24,8 +25,9 @@ QByteArray changes(const QJsonObject& before, const QJsonObject& now)
         const QJsonValue value = now.value(key);
         if (value == before.value(key))
             continue;
-        lines += key.toUtf8() + '\t' + (value.isUndefined() ? QByteArray("absent") : JsonText::compact(value))
-            + '\n';
+        // Any text can be a key, also one that ends a line.
+        lines += Log::escapedWhole(key).toUtf8() + '\t'
+            + (value.isUndefined() ? QByteArray("absent") : JsonText::compact(value)) + '\n';
     }
     return lines;
 }

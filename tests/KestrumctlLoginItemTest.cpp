@@ -95,6 +95,18 @@ private Q_SLOTS:
         QVERIFY2(result.errors.contains(qt_error_string(EACCES).toUtf8()), result.errors.constData());
     }
 
+    void noPathForgesALine()
+    {
+        const QString home = TestHome::root() + QStringLiteral("/.config/a\nkestrumctl: forged\x1B[2J");
+        write(home + QStringLiteral("/autostart"), "a file where the folder should be");
+        const auto result = run("on", { { QStringLiteral("XDG_CONFIG_HOME"), home } });
+        QVERIFY(QDir(home).removeRecursively());
+        QCOMPARE(result.code, 1);
+        QCOMPARE(result.errors.count('\n'), 1);
+        QVERIFY2(
+            result.errors.contains("/a\\nkestrumctl: forged\\x1b[2J/autostart"), result.errors.constData());
+    }
+
     void aCopyWithoutAnAgentSaysSo()
     {
         const QString away = m_stage->agentBundle() + QStringLiteral("-away");

@@ -38,6 +38,7 @@ private Q_SLOTS:
     void aKeyWithoutADefaultBecomesAbsent();
     void aDeletedKeyGoesBackToItsDefault();
     void aWriteThatChangesNothingInEffectIsSilent();
+    void noKeyForgesALine();
     void aHandEditIsSeen();
     void aWriteOfAnotherProgramsLibraryIsSeen();
     void interruptAndTerminateEndItWell_data();
@@ -99,6 +100,18 @@ void KestrumctlWatchTest::aWriteThatChangesNothingInEffectIsSilent()
     QCOMPARE(watching.lines(1), (QByteArrayList { "meterStyle\t\"compact\"" }));
     watching.signal(SIGTERM);
     QCOMPARE(watching.ended().output, QByteArray("meterStyle\t\"compact\"\n"));
+}
+
+void KestrumctlWatchTest::noKeyForgesALine()
+{
+    Kestrumctl::Running watching(watch, "watching");
+    write("a\nmeterStyle\t\"wave\"\x1B[2J\u202E", "1");
+    write("showMemoryItem", "false"); // by which the end of the other shows
+    QByteArrayList lines = watching.lines(1);
+    for (int more = 2; !lines.contains("showMemoryItem\tfalse") && more < 6; ++more)
+        lines = watching.lines(more);
+    QCOMPARE(
+        lines, (QByteArrayList { "a\\nmeterStyle\\t\"wave\"\\x1b[2J\\u202e\t1", "showMemoryItem\tfalse" }));
 }
 
 void KestrumctlWatchTest::aHandEditIsSeen()

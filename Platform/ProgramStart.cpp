@@ -1,5 +1,6 @@
 #include "Platform/ProgramStart.h"
 
+#include <algorithm>
 #include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
@@ -12,6 +13,7 @@ namespace kestrum {
 namespace {
 
 constexpr int firstDescriptorOfOurs = STDERR_FILENO + 1;
+constexpr long mostDescriptors = 65536;
 
 // What of ours the new program cannot write to, or is not to. One that is closed, or would be by starting a program, must
 // not stay so: the first file that the program opens would get its number, and then the program's output.
@@ -84,7 +86,29 @@ std::vector<char*> pointers(QByteArrayList& texts)
     return result;
 }
 
+// Between the new process and its program: only calls that are allowed there.
+void forgetWhatIsOurs()
+{
+    // Marked, not closed: by one of them the toolkit hears that the program could not be executed.
+    if (::close_range(firstDescriptorOfOurs, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
+        // A kernel before 5.11. A limit in the millions would keep us busy for long.
+        const long end = std::min(::sysconf(_SC_OPEN_MAX), mostDescriptors);
+        for (int descriptor = firstDescriptorOfOurs; descriptor < end; ++descriptor)
+            ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+    for (int number = 1; number < NSIG; ++number)
+        ::signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
 } // namespace
+
+void ProgramStart::handOnNothing(QProcess& process)
+{
+    process.setChildProcessModifier(forgetWhatIsOurs);
+}
 
 std::optional<qint32> ProgramStart::start(const QByteArray& program, const QByteArrayList& arguments,
     const std::optional<QByteArrayList>& environment, QString* error)

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
+#include <QProcess>
 #include <QString>
 #include <optional>
 
@@ -18,6 +19,10 @@ namespace ProgramStart {
 /// shows the program already.
 std::optional<qint32> start(const QByteArray& program, const QByteArrayList& arguments,
     const std::optional<QByteArrayList>& environment, QString* error);
+
+/// For a program whose output we read: the one that `process` will start gets no descriptor above 2 either, and every signal as
+/// it is by default. To be called before it is started.
+void handOnNothing(QProcess& process);
 
 } // namespace ProgramStart
 } // namespace kestrum

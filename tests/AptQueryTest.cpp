@@ -5,6 +5,7 @@
 
 #include <QSignalSpy>
 #include <csignal>
+#include <unistd.h>
 
 using namespace kestrum;
 
@@ -50,6 +51,30 @@ private Q_SLOTS:
         QCOMPARE(asking.answers.first().first().toByteArray(), QByteArray("answer\n"));
         QCOMPARE(script.written("arguments"), QByteArray("2:policy kestrum"));
         QCOMPARE(script.written("locale"), QByteArray("C"));
+    }
+
+    void nothingOfOursIsHandedOn()
+    {
+        // As in the agent, which holds these back until its event loop reads them.
+        sigset_t blocked;
+        sigset_t before;
+        sigemptyset(&blocked);
+        sigaddset(&blocked, SIGINT);
+        sigaddset(&blocked, SIGTERM);
+        QCOMPARE(::pthread_sigmask(SIG_BLOCK, &blocked, &before), 0);
+        // Not closed by itself when a program begins, and out of the way of the shell's own.
+        constexpr int inherited = 200;
+        QCOMPARE(::dup2(STDERR_FILENO, inherited), inherited);
+        const AptScript script(
+            "cd \"${0%/*}\"; ls /proc/$$/fd > descriptors; grep SigBlk /proc/$$/status > blocked\n");
+        Asking asking;
+        asking.ask();
+        ::close(inherited);
+        QCOMPARE(::pthread_sigmask(SIG_SETMASK, &before, nullptr), 0);
+        QCOMPARE(asking.answers.count(), 1);
+        for (const QByteArray& descriptor : script.written("descriptors").split('\n'))
+            QVERIFY2(descriptor.toInt() < inherited, descriptor.constData());
+        QCOMPARE(script.written("blocked"), QByteArray("SigBlk:\t0000000000000000"));
     }
 
     void theAnswerIsAptsOwn()

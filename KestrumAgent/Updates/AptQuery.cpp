@@ -1,6 +1,7 @@
 #include "KestrumAgent/Updates/AptQuery.h"
 
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/ProgramStart.h"
 
 #include <QProcessEnvironment>
 #include <QStandardPaths>
@@ -66,6 +67,7 @@ void AptQuery::start()
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
     m_process.setProcessEnvironment(environment);
     m_process.setStandardInputFile(QProcess::nullDevice());
+    ProgramStart::handOnNothing(m_process);
     m_limit.start();
     // Without a path the start fails, and says so.
     const QString found = program();

@@ -4,15 +4,15 @@
 
 namespace kestrum {
 
-/// A shell script that stands first on the path as "apt-cache" for as long as this lives: an APT that misbehaves as no real
+/// A script that stands first on the path as "apt-cache" for as long as this lives: an APT that misbehaves as no real
 /// one does for a test. Its own folder is "${0%/*}".
 class AptScript {
 public:
-    explicit AptScript(const QByteArray& script)
+    explicit AptScript(const QByteArray& script, const QByteArray& interpreter = "/bin/sh")
         : m_path(qgetenv("PATH"))
     {
         const QString name = QStringLiteral("apt-cache");
-        m_tree.write(name, "#!/bin/sh\n" + script);
+        m_tree.write(name, "#!" + interpreter + '\n' + script);
         QVERIFY(
             QFile::setPermissions(m_tree.path(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
         qputenv("PATH", m_tree.root().toUtf8() + ':' + m_path);

@@ -11,6 +11,7 @@
 #include "Platform/DesktopEntry.h"
 #include "Platform/FilePlace.h"
 #include "Platform/FileReplacement.h"
+#include "Platform/FileTrust.h"
 #include "Platform/Log.h"
 
 #include <QFile>
@@ -81,30 +82,6 @@ bool isProgram(const QByteArray& path)
         && ::faccessat(AT_FDCWD, path.constData(), X_OK, AT_EACCESS) == 0;
 }
 
-/// Whether somebody else than we and root may change what stands there. A group of the owner's own, as many systems give
-/// each user one, bears the owner's number.
-bool othersMayChange(const struct stat& state)
-{
-    const bool isOthers = state.st_uid != 0 && state.st_uid != ::geteuid();
-    // In a sticky folder everybody may make entries, but change only their own.
-    const bool isSticky = S_ISDIR(state.st_mode) && (state.st_mode & S_ISVTX) != 0;
-    const bool othersWrite
-        = (state.st_mode & S_IWOTH) != 0 || ((state.st_mode & S_IWGRP) != 0 && state.st_gid != state.st_uid);
-    return isOthers || (othersWrite && !isSticky);
-}
-
-/// The file, or the folder above it, through which others could put something else in its place; nothing when there is none.
-std::optional<QByteArray> wayInForOthers(const QByteArray& path)
-{
-    for (QByteArray place = path;; place = FilePlace::of(place).directory) {
-        struct stat state;
-        if (::stat(place.constData(), &state) != 0 || othersMayChange(state))
-            return place;
-        if (place == FilePlace::of(place).directory)
-            return std::nullopt;
-    }
-}
-
 bool isTrue(const std::optional<QByteArray>& value)
 {
     return value && (*value == "true" || *value == "1");
@@ -163,9 +140,8 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
         return Error { notTrusted, QStringLiteral("%1: it cannot be run").arg(m_program) };
     // By links, too, others could get in at either end.
     for (const QByteArray& path : { program, QFile::encodeName(QFileInfo(m_program).canonicalFilePath()) }) {
-        if (const auto wayIn = wayInForOthers(path))
-            return Error { notTrusted,
-                QStringLiteral("%1: others may change it").arg(QFile::decodeName(*wayIn)) };
+        if (const auto wayIn = FileTrust::wayInForOthers(path))
+            return Error { notTrusted, *wayIn };
     }
 
     const QByteArray path = QFile::encodeName(entryPath());

@@ -20,11 +20,16 @@ using Block = LoginItemManager::Block;
 namespace {
 
 QStringList logged;
+QStringList reasons; // for whoever looks into the log
 
 void remember(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
-    if (type == QtCriticalMsg && qstrcmp(context.category, "com.orvale.kestrum.loginItem") == 0)
+    if (qstrcmp(context.category, "com.orvale.kestrum.loginItem") != 0)
+        return;
+    if (type == QtCriticalMsg)
         logged.append(message);
+    if (type == QtWarningMsg)
+        reasons.append(message);
 }
 
 /// A variable of the environment for as long as this lives.
@@ -56,6 +61,7 @@ private Q_SLOTS:
         LoginItemStage::clear();
         forgetSettings();
         logged.clear();
+        reasons.clear();
     }
     void cleanupTestCase()
     {
@@ -225,6 +231,9 @@ private Q_SLOTS:
         const QString message = QStringLiteral("This build is not signed. Login items need a signed build.");
         QCOMPARE(*manager.lastError(), message);
         QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + message });
+        QCOMPARE(reasons,
+            QStringList { QStringLiteral("login item: %1: everybody may change it (mode 0702)")
+                              .arg(m_stage->agentProgram()) });
         // The switch goes back to the real state.
         QTRY_COMPARE(manager.status(), Status::notRegistered);
         // And the next change forgets the message at once.
@@ -245,6 +254,8 @@ private Q_SLOTS:
         QTRY_VERIFY(manager.lastError());
         QCOMPARE(*manager.lastError(), QStringLiteral("Kestrum is not allowed to run in the background."));
         QCOMPARE(logged.size(), 1);
+        QCOMPARE(reasons.size(), 1);
+        QVERIFY2(reasons.first().contains(LoginItemStage::folder()), qPrintable(reasons.first()));
         QTRY_COMPARE(manager.status(), Status::notRegistered);
     }
 
@@ -258,6 +269,7 @@ private Q_SLOTS:
         QVERIFY(manager.lastError()->contains(LoginItemStage::folder()));
         QVERIFY(manager.lastError()->contains(qt_error_string(ENOTDIR)));
         QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + *manager.lastError() });
+        QCOMPARE(reasons, QStringList());
     }
 
     void theSystemsWordsAreNoKeyOfATranslation()

@@ -174,8 +174,13 @@ void LoginItemManager::setEnabled(bool enabled)
     run([service = AgentLoginItem::service(), enabled, wasOn] { return change(service, enabled, wasOn); },
         [self = QPointer(this)](const Error& error) {
             const auto message = kestrum::message(error);
-            if (message)
-                Log::error(logArea, QStringLiteral("login item: %1").arg(*message));
+            if (message) {
+                const QString line = QStringLiteral("login item: %1");
+                Log::error(logArea, line.arg(*message));
+                // The sentence for people does not name the place and the reason.
+                if (*message != error->text)
+                    Log::warning(logArea, line.arg(error->text));
+            }
             if (self)
                 self->finish(message);
             else

@@ -6,6 +6,7 @@
 #include "Platform/DesktopEntry.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace kestrum {
 
@@ -145,6 +146,14 @@ void DesktopEntry::set(const QByteArray& key, const QByteArray& value)
     lines.insert(end, changed);
 }
 
+void DesktopEntry::remove(QByteArrayView key)
+{
+    for (Group& group : m_groups) {
+        if (group.isMain())
+            group.lines.removeIf([key](const QByteArray& line) { return keyOf(line) == key; });
+    }
+}
+
 QByteArray DesktopEntry::text() const
 {
     QByteArray text;
@@ -223,24 +232,30 @@ QByteArray DesktopEntry::command(const QByteArray& program, const QByteArray& ar
     return escaped(quoted);
 }
 
-std::optional<QByteArray> DesktopEntry::programOf(const QByteArray& command)
+QByteArrayList DesktopEntry::wordsOf(const QByteArray& command)
 {
     // As a shell takes words apart, which is what readers of desktop entries do.
     const QByteArray line = unescaped(command).trimmed();
+    QByteArrayList words;
     QByteArray word;
+    bool isInWord = false;
     char quote = '\0';
     for (qsizetype i = 0; i < line.size(); ++i) {
         const char character = line[i];
         const bool isLast = i + 1 == line.size();
-        if (quote == '\0' && (character == ' ' || character == '\t' || character == '\n'))
-            break;
+        if (quote == '\0' && (character == ' ' || character == '\t' || character == '\n')) {
+            if (std::exchange(isInWord, false))
+                words.append(std::exchange(word, {}));
+            continue;
+        }
+        isInWord = true;
         if (character == quote) {
             quote = '\0';
         } else if (quote == '\0' && (character == '"' || character == '\'')) {
             quote = character;
         } else if (character == '\\' && quote != '\'') {
             if (isLast)
-                return std::nullopt;
+                return {};
             if (quote == '"' && !QByteArrayView("\"`$\\").contains(line[i + 1]))
                 word += character;
             word += line[++i];
@@ -252,7 +267,10 @@ std::optional<QByteArray> DesktopEntry::programOf(const QByteArray& command)
             word += character;
         }
     }
-    return quote == '\0' && !word.isEmpty() ? std::optional(word) : std::nullopt;
+    if (isInWord)
+        words.append(word);
+    const bool isUnderstood = quote == '\0' && !words.isEmpty() && !words.first().isEmpty();
+    return isUnderstood ? words : QByteArrayList();
 }
 
 } // namespace kestrum

@@ -23,6 +23,7 @@ public:
     std::optional<QByteArray> value(QByteArrayView key) const;
     /// Changes the key of the main group, or adds it at the group's end.
     void set(const QByteArray& key, const QByteArray& value);
+    void remove(QByteArrayView key);
 
     QByteArray text() const;
 
@@ -33,8 +34,8 @@ public:
     static QByteArray command(const QByteArray& program, const QByteArray& argument = {});
     /// The plain text that a value stands for.
     static QByteArray unescaped(const QByteArray& value);
-    /// The program that a value of "Exec" starts; nothing when it cannot be understood.
-    static std::optional<QByteArray> programOf(const QByteArray& command);
+    /// The words of a value of "Exec", the program first; none when it cannot be understood.
+    static QByteArrayList wordsOf(const QByteArray& command);
 
 private:
     struct Group {

@@ -17,6 +17,16 @@ QString FilePlace::configDirectory()
     return QDir::isAbsolutePath(directory) ? directory : QDir::homePath() + QStringLiteral("/.config");
 }
 
+QStringList FilePlace::systemConfigDirectories()
+{
+    QString directories = qEnvironmentVariable("XDG_CONFIG_DIRS");
+    if (directories.isEmpty())
+        directories = QStringLiteral("/etc/xdg");
+    QStringList list = directories.split(u':', Qt::SkipEmptyParts);
+    list.removeIf([](const QString& directory) { return !QDir::isAbsolutePath(directory); });
+    return list;
+}
+
 FilePlace::Place FilePlace::of(const QByteArray& path)
 {
     const qsizetype slash = path.lastIndexOf('/');

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 namespace kestrum {
@@ -20,6 +21,9 @@ struct Place {
 
 /// "$XDG_CONFIG_HOME" where that is an absolute path, else "~/.config".
 QString configDirectory();
+
+/// The directories for the whole system, the one that counts most first: those of "$XDG_CONFIG_DIRS", else "/etc/xdg".
+QStringList systemConfigDirectories();
 
 /// The directory and the name of `path`.
 Place of(const QByteArray& path);

@@ -5,9 +5,14 @@
 //
 // Desktops switch an entry off in two ways, of which each reads only one or both: "Hidden" and, older, GNOME's key. Both are
 // read, and both are written.
+//
+// An entry of the same name for the whole system is started as long as the user has none. So where there is one, the item is
+// switched off by an entry of the user's that is switched off, and that bears a mark of ours: without it the item would count as
+// switched off by the desktop's own settings.
 
 #include "Platform/LoginItemService.h"
 
+#include "Platform/AutostartRules.h"
 #include "Platform/DesktopEntry.h"
 #include "Platform/FilePlace.h"
 #include "Platform/FileReplacement.h"
@@ -16,7 +21,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -24,13 +28,15 @@ namespace kestrum {
 
 namespace {
 
-constexpr char typeKey[] = "Type";
+using AutostartRules::commandKey;
+using AutostartRules::gnomeKey;
+using AutostartRules::hiddenKey;
+using AutostartRules::programKey;
+using AutostartRules::typeKey;
 constexpr char nameKey[] = "Name";
-constexpr char commandKey[] = "Exec";
-constexpr char programKey[] = "TryExec";
-constexpr char hiddenKey[] = "Hidden";
-constexpr char gnomeKey[] = "X-GNOME-Autostart-enabled";
-constexpr const char* ownKeys[] = { typeKey, nameKey, commandKey, programKey, hiddenKey, gnomeKey };
+constexpr char offByUsKey[] = "X-Kestrum-SwitchedOff";
+constexpr const char* ownKeys[]
+    = { typeKey, nameKey, commandKey, programKey, hiddenKey, gnomeKey, offByUsKey };
 
 constexpr char switchedOffSuffix[] = ".off";
 constexpr int mostSetAside = 999;
@@ -73,33 +79,10 @@ Found read(int directory, const QByteArray& name, int flags)
     return found;
 }
 
-bool isProgram(const QByteArray& path)
+/// Switched off by `unregister`, and not by the desktop's own settings.
+bool isOffByUs(const DesktopEntry& entry)
 {
-    if (!path.startsWith('/'))
-        return !QStandardPaths::findExecutable(QFile::decodeName(path)).isEmpty();
-    struct stat state;
-    return ::stat(path.constData(), &state) == 0 && S_ISREG(state.st_mode)
-        && ::faccessat(AT_FDCWD, path.constData(), X_OK, AT_EACCESS) == 0;
-}
-
-bool isTrue(const std::optional<QByteArray>& value)
-{
-    return value && (*value == "true" || *value == "1");
-}
-
-bool isFalse(const std::optional<QByteArray>& value)
-{
-    return value && (*value == "false" || *value == "0");
-}
-
-/// Whether the desktop would start something from the entry if it is not switched off.
-bool hasProgram(const DesktopEntry& entry)
-{
-    const auto command = entry.value(commandKey);
-    const auto program = command ? DesktopEntry::programOf(*command) : std::nullopt;
-    const auto tried = entry.value(programKey);
-    return !entry.isDamaged() && entry.value(typeKey) == "Application" && program && isProgram(*program)
-        && (!tried || isProgram(DesktopEntry::unescaped(*tried)));
+    return AutostartRules::isOff(entry) && entry.value(offByUsKey) == "true";
 }
 
 } // namespace
@@ -115,19 +98,42 @@ LoginItemService::LoginItemService(
 
 QString LoginItemService::entryPath() const
 {
-    return FilePlace::configDirectory() + QStringLiteral("/autostart/%1.desktop").arg(m_identifier);
+    return entryIn(FilePlace::configDirectory());
+}
+
+QString LoginItemService::entryIn(const QString& configDirectory) const
+{
+    return configDirectory + QStringLiteral("/autostart/%1.desktop").arg(m_identifier);
 }
 
 LoginItemService::Status LoginItemService::status() const
 {
     const Found found = read(AT_FDCWD, QFile::encodeName(entryPath()), 0);
     if (found.error == ENOENT)
-        return Status::notRegistered;
+        return statusForAll();
     const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
-    if (found.error != 0 || !hasProgram(entry))
+    if (found.error == 0 && isOffByUs(entry))
+        return Status::notRegistered;
+    if (found.error != 0 || !AutostartRules::starts(entry, QFile::encodeName(m_program)))
         return Status::notFound;
-    const bool isOff = isTrue(entry.value(hiddenKey)) || isFalse(entry.value(gnomeKey));
-    return isOff ? Status::requiresApproval : Status::enabled;
+    return AutostartRules::isOff(entry) ? Status::requiresApproval : Status::enabled;
+}
+
+LoginItemService::Status LoginItemService::statusForAll() const
+{
+    const QStringList directories = FilePlace::systemConfigDirectories();
+    for (const QString& directory : directories) {
+        const Found found = read(AT_FDCWD, QFile::encodeName(entryIn(directory)), 0);
+        if (found.error == ENOENT)
+            continue;
+        const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
+        // Hidden there, it is as if there were none.
+        if (found.error == 0 && AutostartRules::isOff(entry))
+            return Status::notRegistered;
+        const bool isOurs = found.error == 0 && AutostartRules::starts(entry, QFile::encodeName(m_program));
+        return isOurs ? Status::enabled : Status::notFound;
+    }
+    return Status::notRegistered;
 }
 
 std::optional<LoginItemService::Error> LoginItemService::registerItem() const
@@ -136,7 +142,7 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
     if (::geteuid() == 0)
         return Error { notForRoot, QStringLiteral("No login item is registered for root.") };
     const QByteArray program = QFile::encodeName(m_program);
-    if (!isProgram(program))
+    if (!AutostartRules::isProgram(program))
         return Error { notTrusted, QStringLiteral("%1: it cannot be run").arg(m_program) };
     // By links, too, others could get in at either end.
     for (const QByteArray& path : { program, QFile::encodeName(QFileInfo(m_program).canonicalFilePath()) }) {
@@ -153,19 +159,25 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
         return failed(place.directory, "open the directory", errno);
     FileReplacement::sweepLeftovers(directory.get());
 
-    struct stat state;
-    const auto isThere = [&](const QByteArray& name) {
-        return ::fstatat(directory.get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
-    };
     const QByteArray switchedOff = place.name + switchedOffSuffix;
-    const bool comesBack = !isThere(place.name) && isThere(switchedOff);
-    const auto error = write(place.directory + '/' + (comesBack ? switchedOff : place.name));
+    bool comesBack = false;
+    for (const QByteArray& name : { place.name, switchedOff }) {
+        struct stat state;
+        const bool isThere = ::fstatat(directory.get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
+        // What cannot be asked for may be there: a new entry in its place would be without what its user wrote.
+        if (!isThere && errno != ENOENT)
+            return failed(place.directory + '/' + name, "look at it", errno);
+        comesBack = isThere && name == switchedOff;
+        if (isThere)
+            break;
+    }
+    const auto error = write(place.directory + '/' + (comesBack ? switchedOff : place.name), true);
     if (!comesBack || (error && error->code != alreadyThere))
         return error;
     return moved(directory.get(), switchedOff, place.name);
 }
 
-std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray& path) const
+std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray& path, bool isOn) const
 {
     const FilePlace::Place target = FilePlace::of(FilePlace::wayTo(path).constLast());
     const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
@@ -191,12 +203,19 @@ std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray&
     entry.set(nameKey, DesktopEntry::escaped(m_name.toUtf8()));
     entry.set(commandKey, DesktopEntry::command(program, m_argument));
     entry.set(programKey, DesktopEntry::escaped(program));
-    entry.set(hiddenKey, "false");
-    entry.set(gnomeKey, "true");
+    entry.set(hiddenKey, isOn ? "false" : "true");
+    entry.set(gnomeKey, isOn ? "true" : "false");
+    if (isOn) {
+        entry.remove(offByUsKey);
+        AutostartRules::showHere(entry);
+    } else {
+        entry.set(offByUsKey, "true");
+    }
     const QByteArray text = entry.text();
     if (exists && text == found.bytes)
         return Error { alreadyThere,
-            QStringLiteral("%1: it is registered already").arg(QFile::decodeName(path)) };
+            QStringLiteral("%1: it is %2 already")
+                .arg(QFile::decodeName(path), QLatin1StringView(isOn ? "registered" : "switched off")) };
     const auto result
         = FileReplacement::replace(directory.get(), target.name, text, exists ? &found.state : nullptr);
     if (result.failure)
@@ -237,6 +256,15 @@ std::optional<LoginItemService::Error> LoginItemService::unregister() const
     const auto nothing = [this] {
         return Error { nothingThere, QStringLiteral("%1: it is not registered").arg(entryPath()) };
     };
+    if (statusForAll() == Status::enabled) {
+        if (status() == Status::notRegistered)
+            return nothing();
+        if (::geteuid() == 0)
+            return Error { notForRoot, QStringLiteral("No login item is registered for root.") };
+        if (!FilePlace::makeDirectory(place.directory))
+            return failed(place.directory, "make the directory", errno);
+        return write(path, false);
+    }
     const FileDescriptor directory = FilePlace::openedDirectory(place.directory);
     if (!directory.isValid())
         return errno == ENOENT || errno == ENOTDIR ? nothing()

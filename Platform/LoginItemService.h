@@ -7,15 +7,15 @@
 
 namespace kestrum {
 
-/// A program that the desktop starts at login: an entry "<identifier>.desktop" in the user's autostart folder. Every call
-/// reads or writes the disk; any thread.
+/// A program that the desktop starts at login: an entry "<identifier>.desktop" in the user's autostart folder, or one for the
+/// whole system, which the user's covers. Every call reads or writes the disk; any thread.
 class LoginItemService {
 public:
     enum class Status {
-        notRegistered, ///< no entry
+        notRegistered, ///< no entry, or `unregister` switched it off
         enabled,
         requiresApproval, ///< the desktop's own settings switched the entry off
-        notFound,         ///< there is an entry, but nothing that it could start
+        notFound,         ///< there is an entry, but this desktop does not start the program from it
     };
 
     /// Why a change failed. A negative code is an `errno` with its sign turned.
@@ -39,7 +39,8 @@ public:
     /// Writes the entry, or switches the one that is there on again. Whatever others wrote into it is kept. Nothing on
     /// success. Root is refused.
     std::optional<Error> registerItem() const;
-    /// Takes the entry away; one that holds more than ours is kept under another name for `registerItem`.
+    /// Takes the entry away; one that holds more than ours is kept under another name for `registerItem`. Where there is one for
+    /// the whole system, the user gets an entry that is switched off instead.
     std::optional<Error> unregister() const;
 
     /// Opens the desktop's own settings of what starts at login, or the folder of the entries where it has none. False when
@@ -50,7 +51,10 @@ public:
     QString entryPath() const;
 
 private:
-    std::optional<Error> write(const QByteArray& path) const;
+    QString entryIn(const QString& configDirectory) const;
+    /// What holds as long as the user has no entry: `enabled`, `notRegistered` or `notFound`.
+    Status statusForAll() const;
+    std::optional<Error> write(const QByteArray& path, bool isOn) const;
     std::optional<Error> moved(int directory, const QByteArray& from, const QByteArray& to) const;
     std::optional<Error> setAside(int directory, const QByteArray& name) const;
 

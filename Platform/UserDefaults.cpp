@@ -22,7 +22,6 @@
 #include "Platform/SettingsFile.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QFileInfo>
 #include <QMetaMethod>
 #include <QThread>
@@ -49,14 +48,9 @@ QString fileIn(const QString& directory, const QString& name)
 
 QJsonObject administeredValues(const QString& name)
 {
-    QString directories = qEnvironmentVariable("XDG_CONFIG_DIRS");
-    if (directories.isEmpty())
-        directories = QStringLiteral("/etc/xdg");
     QJsonObject values;
-    const QStringList list = directories.split(u':', Qt::SkipEmptyParts);
-    for (const QString& directory : list) {
-        if (!QDir::isAbsolutePath(directory))
-            continue;
+    const QStringList directories = FilePlace::systemConfigDirectories();
+    for (const QString& directory : directories) {
         const auto content = SettingsFile(fileIn(directory, name), SettingsFile::Owner::anybody).read();
         if (!content.error.isEmpty())
             Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));

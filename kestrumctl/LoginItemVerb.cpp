@@ -52,7 +52,7 @@ const Verb loginItemVerb {
     "  notRegistered     it does not\n"
     "  enabled           it does\n"
     "  requiresApproval  the desktop's own settings switched it off; \"on\" switches it on again\n"
-    "  notFound          it would, but what it would start is not there\n"
+    "  notFound          there is an entry, but this desktop does not start the agent from it\n"
     "\n"
     "Exit code 1, with the reason, when that cannot be done here: for root, for a copy without an agent, and "
     "where\n"

@@ -128,7 +128,7 @@ private Q_SLOTS:
                 path += letters[random.bounded(int(letters.size()))];
             // A percent sign takes a detour by a shell.
             const QByteArray program = path.contains('%') ? QByteArray("/bin/sh") : path;
-            QCOMPARE(DesktopEntry::programOf(DesktopEntry::command(path)).value_or("none"), program);
+            QCOMPARE(DesktopEntry::wordsOf(DesktopEntry::command(path)).value(0, "none"), program);
         }
     }
 
@@ -156,7 +156,7 @@ private Q_SLOTS:
     {
         QFETCH(const QByteArray, command);
         QFETCH(const QByteArray, program);
-        QCOMPARE(DesktopEntry::programOf(command).value_or("none"), program);
+        QCOMPARE(DesktopEntry::wordsOf(command).value(0, "none"), program);
     }
 
     void anyBytesCanBeParsed()
@@ -169,7 +169,7 @@ private Q_SLOTS:
             for (int i = random.bounded(20); i > 0; --i)
                 text += pieces[random.bounded(int(std::size(pieces)))];
             DesktopEntry entry = DesktopEntry::parsed(text);
-            (void)DesktopEntry::programOf(entry.value("Exec").value_or(text));
+            (void)DesktopEntry::wordsOf(entry.value("Exec").value_or(text));
             entry.set("Exec", "x");
             // What was written is sound and holds what was set.
             const DesktopEntry again = DesktopEntry::parsed(entry.text());

@@ -111,6 +111,25 @@ private Q_SLOTS:
         QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 2);
     }
 
+    void whatWasPutAsideAndCannotBeAskedForIsNotPassedOver()
+    {
+        write(LoginItemStage::entry(), foreignEntry());
+        QVERIFY(!service().unregister());
+        bool isRefused = false;
+        std::optional<LoginItemService::Error> error;
+        std::thread([this, &isRefused, &error] {
+            isRefused = SystemCallFilter::failingLooksAtNames(EIO).enter() == 0;
+            error = service().registerItem();
+        }).join();
+        if (!isRefused)
+            QSKIP("the kernel does not let a system call fail here");
+        QVERIFY(error);
+        QCOMPARE(error->code, -EIO);
+        QVERIFY2(error->text.contains(LoginItemStage::entry()), qPrintable(error->text));
+        QVERIFY(!QFile::exists(LoginItemStage::entry()));
+        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), foreignEntry());
+    }
+
     void anEntryOfOursAloneLeavesNothingBehind()
     {
         QVERIFY(!service().registerItem());

@@ -156,7 +156,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("change");
         QTest::addColumn<Status>("status");
-        QTest::newRow("enabled") << QByteArray("Exec=/bin/true") << Status::enabled;
+        QTest::newRow("enabled") << "Exec=sh -c \"exec " + QFile::encodeName(m_stage->agentProgram()) + '"'
+                                 << Status::enabled;
         QTest::newRow("requiresApproval") << QByteArray("Hidden=true") << Status::requiresApproval;
     }
 

@@ -115,7 +115,8 @@ private Q_SLOTS:
     void aProgramOnTheSearchPathIsFound()
     {
         write(LoginItemStage::entry(),
-            "[Desktop Entry]\nType=Application\nName=x\nExec=sh -c true\nTryExec=sh\n");
+            "[Desktop Entry]\nType=Application\nName=x\nExec=sh -c \"exec "
+                + QFile::encodeName(m_stage->agentProgram()) + "\"\nTryExec=sh\n");
         QCOMPARE(m_stage->service().status(), Status::enabled);
     }
 
@@ -138,10 +139,10 @@ private Q_SLOTS:
         QCOMPARE(after.st_ino, before.st_ino);
     }
 
-    void anEntryOfAnotherCopyIsReplaced()
+    void anEntryOfAnotherProgramIsReplaced()
     {
         write(LoginItemStage::entry(), "[Desktop Entry]\nType=Application\nName=Kestrum\nExec=/bin/true\n");
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+        QCOMPARE(m_stage->service().status(), Status::notFound);
         QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
         QCOMPARE(value("Exec"), '"' + QFile::encodeName(m_stage->agentProgram()) + '"');
     }

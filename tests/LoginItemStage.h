@@ -21,6 +21,8 @@ public:
             { TestHome::root(), TestHome::root() + QStringLiteral("/.config"), TestHome::runtimeDirectory() })
         , m_before(Bundle::main())
     {
+        // Whatever desktop the tests run on.
+        qunsetenv("XDG_CURRENT_DESKTOP");
         clear();
         m_tree = std::make_unique<FileTree>();
         makeProgram(agentProgram());

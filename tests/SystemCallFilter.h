@@ -3,6 +3,7 @@
 #include <QList>
 #include <cerrno>
 #include <cstddef>
+#include <fcntl.h>
 #include <linux/filter.h>
 #include <linux/sched.h>
 #include <linux/seccomp.h>
@@ -28,6 +29,17 @@ public:
     static SystemCallFilter failing(const QList<int>& calls, int error)
     {
         return SystemCallFilter(verdictOn(calls, SECCOMP_RET_ERRNO | quint32(error)));
+    }
+
+    /// Nobody can be asked what a name stands for, without following links. What a link leads to can be.
+    static SystemCallFilter failingLooksAtNames(int error)
+    {
+        Program program { BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)) };
+        program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_newfstatat, 0, 3));
+        program.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args[3])));
+        program.push_back(BPF_JUMP(BPF_JMP | BPF_JSET | BPF_K, AT_SYMLINK_NOFOLLOW, 0, 1));
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_ERRNO | quint32(error)));
+        return SystemCallFilter(std::move(program));
     }
 
     /// There are no descriptors of processes.

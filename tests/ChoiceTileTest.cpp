@@ -85,7 +85,7 @@ private Q_SLOTS:
 
             tile.setSelected(true);
             const QImage selected = w.picture(tile, 2);
-            const QColor accent = Theme::colour(Theme::Colour::accent);
+            const QColor accent = Theme::colour(Theme::Colour::selection);
             for (const int x : { 0, 5, 218, 223 })
                 QVERIFY_COLOUR(selected.pixelColor(x, 74), accent);
             QCOMPARE(selected.pixelColor(6, 74), QColor(Qt::red));
@@ -95,6 +95,30 @@ private Q_SLOTS:
             QCOMPARE(selected.pixelColor(1, 1), QColor(Qt::white));
         }
         SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
+    void thePointerOverItShowsOnItsBorderAndTitle()
+    {
+        TileWindow w({ light });
+        ChoiceTile& tile = w.tile(0);
+        const auto edge = [&] { return w.picture(tile, 2).pixelColor(0, 74); };
+        const auto point = [&](QPoint place) {
+            QTest::mouseMove(tile.window()->windowHandle(), tile.mapTo(tile.window(), place));
+        };
+        point({ 50, -5 });
+        QTRY_VERIFY(!tile.underMouse());
+        const QColor plain = edge();
+        const QImage before = w.picture(tile, 2);
+        point({ 50, 30 });
+        QTRY_VERIFY(edge() != plain);
+        QVERIFY(w.picture(tile, 2).copy(0, 160, 224, 40) != before.copy(0, 160, 224, 40));
+        QCOMPARE(w.picture(tile, 2).pixelColor(112, 74), before.pixelColor(112, 74));
+        // One that is selected has its mark already.
+        tile.setSelected(true);
+        const QImage hovered = w.picture(tile, 2);
+        point({ 50, -5 });
+        QTRY_VERIFY(!tile.underMouse());
+        QCOMPARE(w.picture(tile, 2), hovered);
     }
 
     void theTitleTellsWhetherItIsSelected()

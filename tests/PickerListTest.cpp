@@ -60,9 +60,18 @@ private Q_SLOTS:
             QImage picture(list->window()->size(), QImage::Format_ARGB32_Premultiplied);
             picture.fill(Qt::transparent);
             list->window()->render(&picture, {}, {}, QWidget::DrawChildren);
+            // Within its shadow, which is darkest at the card and gone at the window's edge.
+            const QRect card = list->card().translated(-list->window()->pos());
+            QVERIFY(picture.rect().adjusted(8, 8, -8, -8).contains(card));
             QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
-            QCOMPARE(picture.pixelColor(picture.width() - 1, picture.height() - 1).alpha(), 0);
-            QCOMPARE(picture.pixelColor(picture.width() / 2, 3), Theme::colour(Colour::card));
+            QVERIFY(picture.pixelColor(card.topLeft()).alpha() < 60);
+            const auto alpha = [&](int below) {
+                return picture.pixelColor(card.center().x(), card.bottom() + below).alpha();
+            };
+            QVERIFY2(alpha(1) > 15 && alpha(1) < 80, qPrintable(QString::number(alpha(1))));
+            QVERIFY(alpha(5) > 0 && alpha(5) < alpha(1));
+            QVERIFY(alpha(picture.height() - 1 - card.bottom()) <= 4);
+            QCOMPARE(picture.pixelColor(card.center().x(), card.top() + 3), Theme::colour(Colour::card));
             // The one at hand is filled.
             const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
             QCOMPARE(picture.pixel(stage.entry(1).center() + QPoint(0, 10) + inset),
@@ -120,22 +129,33 @@ private Q_SLOTS:
         QCOMPARE(list->verticalScrollBar()->maximum(), 0);
     }
 
-    void theListOpensAtItsFieldWithinTheScreen()
+    void theListLiesOverItsFieldWithinTheScreen()
     {
         for (const int bottom : { 0, 1 }) {
             for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
                 Stage stage(0, direction);
                 const QRect screen = stage.window.screen()->availableGeometry();
                 stage.window.move(screen.left() + 100, bottom ? screen.bottom() - 60 : screen.top() + 200);
-                const QRect list = stage.opened()->window()->geometry();
-                QVERIFY(screen.contains(list));
+                const QRect card = stage.opened()->card();
+                QVERIFY(screen.contains(card));
                 const QRect field(stage.picker->mapToGlobal(QPoint(0, 0)), stage.picker->size());
-                if (direction == Qt::LeftToRight)
-                    QCOMPARE(list.left(), field.left());
-                else
-                    QCOMPARE(list.right(), field.right());
-                QVERIFY(list.top() <= field.bottom() + 1 && list.bottom() >= field.top() - 1);
+                QCOMPARE(card.left(), field.left());
+                QCOMPARE(card.right(), field.right());
+                QVERIFY(card.top() <= field.bottom() + 1 && card.bottom() >= field.top() - 1);
             }
+        }
+    }
+
+    void theEntryChosenLiesOnTheTitleOfTheField()
+    {
+        for (const int index : { 0, 1, 3, 4 }) {
+            Stage stage(index);
+            stage.window.move(stage.window.screen()->availableGeometry().center() - QPoint(200, 0));
+            const PickerList* list = stage.opened();
+            const QRect entry = list->visualRect(list->currentIndex());
+            const int top = list->viewport()->mapToGlobal(entry.topLeft()).y();
+            QCOMPARE(top, stage.picker->mapToGlobal(QPoint(0, 0)).y());
+            QCOMPARE(entry.height(), stage.picker->height());
         }
     }
 };

@@ -228,11 +228,16 @@ private Q_SLOTS:
         const Stage stage(0);
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
+            const auto colour = [](Colour of) { return Theme::colour(of).rgba(); };
             const int middle = 13;
-            QCOMPARE(stage.pixel(0, { 2, middle }), Theme::colour(Colour::outline).rgba());
-            QCOMPARE(stage.pixel(0, { 6, middle }), Theme::colour(Colour::chosenSegment).rgba());
-            QCOMPARE(stage.pixel(1, { 2, middle }), Theme::colour(Colour::segmentPlate).rgba());
-            QCOMPARE(stage.pixel(1, { 6, middle }), Theme::colour(Colour::segmentPlate).rgba());
+            // No outline: the plate reaches to its edges, and below it stands its shade.
+            for (const QPoint place : { QPoint(2, middle), QPoint(6, middle), QPoint(20, 2), QPoint(20, 22) })
+                QCOMPARE(stage.pixel(0, place), colour(Colour::chosenSegment));
+            QCOMPARE(stage.pixel(0, { 20, 23 }), colour(Colour::segmentShade));
+            for (const QPoint place : { QPoint(1, middle), QPoint(20, 1), QPoint(20, 24) })
+                QCOMPARE(stage.pixel(0, place), colour(Colour::segmentTrack));
+            for (const QPoint place : { QPoint(2, middle), QPoint(6, middle), QPoint(20, 23) })
+                QCOMPARE(stage.pixel(1, place), colour(Colour::segmentTrack));
         }
     }
 

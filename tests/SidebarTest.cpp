@@ -326,6 +326,31 @@ private Q_SLOTS:
             QVERIFY(watcher.painted.contains(QPoint(before.center().x(), y)));
     }
 
+    void theRowUnderThePointerIsShown()
+    {
+        SettingsWindow w;
+        const auto rowOf
+            = [&w](int row) { return w.sidebar().visualRect(w.sidebar().model()->index(row, 0)); };
+        const auto ground = [&w](const QRect& row) {
+            return w.sidebar().viewport()->grab().toImage().pixel(row.right() - 14, row.center().y());
+        };
+        const auto point = [&w](QPoint place) {
+            QTest::mouseMove(w.view.windowHandle(), w.sidebar().viewport()->mapTo(&w.view, place));
+        };
+        point({ 100, 400 });
+        const QRgb plain = ground(rowOf(2));
+        point(rowOf(2).center());
+        QTRY_VERIFY(ground(rowOf(2)) != plain);
+        QCOMPARE(ground(rowOf(4)), plain);
+        // The selected one has its own ground, and a heading is no row.
+        point(rowOf(1).center());
+        QTRY_COMPARE(ground(rowOf(2)), plain);
+        QCOMPARE(ground(rowOf(1)), Theme::colour(Theme::Colour::selection).rgba());
+        point(rowOf(3).center());
+        QTest::qWait(20);
+        QCOMPARE(ground(rowOf(3)), plain);
+    }
+
     void theSelectedRowTakesTheDesktopsAccent()
     {
         SettingsWindow w;

@@ -253,6 +253,44 @@ private Q_SLOTS:
         QVERIFY(!stage.ring());
     }
 
+    void thePointerOverItShowsOnItsTrackAlone()
+    {
+        Stage stage;
+        // Beside the knob, and on it.
+        const auto track = [&stage] { return stage.window.grab().toImage().pixel(20 + 30, 20 + 11); };
+        const auto onKnob = [&stage] { return stage.window.grab().toImage().pixel(20 + 11, 20 + 11); };
+        const auto point = [&stage](QPoint place) { QTest::mouseMove(stage.window.windowHandle(), place); };
+        point({ 5, 90 });
+        QTRY_VERIFY(!stage.toggle->underMouse());
+        const QRgb plain = track();
+        const QRgb knob = onKnob();
+        point({ 30, 30 });
+        QTRY_VERIFY(track() != plain);
+        QCOMPARE(onKnob(), knob);
+        stage.toggle->setEnabled(false);
+        const QRgb disabled = track();
+        point({ 5, 90 });
+        QTRY_VERIFY(!stage.toggle->underMouse());
+        QCOMPARE(track(), disabled);
+        stage.toggle->setEnabled(true);
+        QCOMPARE(track(), plain);
+    }
+
+    void aSwitchThatIsOnHasTheColourOfWhatIsSelected()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            SystemAppearance::shared().setScheme(scheme);
+            Stage stage;
+            stage.toggle->follow(true);
+            QTest::mouseMove(stage.window.windowHandle(), { 5, 90 });
+            QTRY_VERIFY(!stage.toggle->underMouse());
+            const QImage picture = stage.window.grab().toImage();
+            QCOMPARE(picture.pixel(20 + 9, 20 + 11), Theme::colour(Colour::selection).rgba());
+            QCOMPARE(picture.pixel(20 + 27, 20 + 11), Theme::colour(Colour::switchKnob).rgba());
+        }
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
     void everyStateCanBeSeen()
     {
         for (const std::optional<QColor>& accent :
@@ -261,10 +299,10 @@ private Q_SLOTS:
             for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
                 SystemAppearance::shared().setScheme(scheme, accent);
                 const auto of = [](Colour colour) { return Theme::colour(colour); };
-                QVERIFY(Theme::contrast(of(Colour::switchKnob), of(Colour::switchOn)) >= 3);
+                QVERIFY(Theme::contrast(of(Colour::switchKnob), of(Colour::selection)) >= 3);
                 QVERIFY(Theme::contrast(of(Colour::switchOutline), of(Colour::switchKnob)) >= 3);
                 for (const Colour ground : { Colour::card, Colour::window, Colour::sidebar }) {
-                    QVERIFY(Theme::contrast(of(Colour::switchOn), of(ground)) >= 3);
+                    QVERIFY(Theme::contrast(of(Colour::selection), of(ground)) >= 3);
                     QVERIFY(Theme::contrast(of(Colour::switchOutline), of(ground)) >= 3);
                 }
                 QVERIFY(Theme::contrast(of(Colour::text), of(Colour::button)) >= 4.5);

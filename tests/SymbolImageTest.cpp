@@ -2,6 +2,7 @@
 #include "tests/TestHome.h"
 
 #include <QPainter>
+#include <QSet>
 #include <QTest>
 #include <cmath>
 
@@ -49,6 +50,36 @@ private Q_SLOTS:
             QVERIFY(ink.left() > 0 && ink.right() < image.width() - 1);
             QVERIFY(ink.top() > 0 && ink.bottom() < image.height() - 1);
             QVERIFY(ink.width() >= 11 * scale);
+        }
+    }
+
+    // They stand below one another, in one size and colour.
+    void theSymbolsOfTheSidebarAreToldApart()
+    {
+        const auto inkOf = [](const char* name) {
+            const QImage image = SymbolImage::image(QString::fromLatin1(name), 14, Qt::black, 4);
+            QSet<std::pair<int, int>> ink;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    if (qAlpha(image.pixel(x, y)) > 127)
+                        ink.insert({ x - image.width() / 2, y });
+                }
+            }
+            return ink;
+        };
+        const QList<const char*> pages { "menubar.rectangle", "macwindow", "gearshape" };
+        for (int i = 0; i < pages.size(); ++i) {
+            for (int j = 0; j < i; ++j) {
+                auto common = inkOf(pages[i]);
+                auto all = common;
+                common.intersect(inkOf(pages[j]));
+                all.unite(inkOf(pages[j]));
+                const double share = double(common.size()) / double(all.size());
+                QVERIFY2(share < 0.4,
+                    qPrintable(QStringLiteral("%1 and %2: %3")
+                                   .arg(QLatin1StringView(pages[i]), QLatin1StringView(pages[j]))
+                                   .arg(share)));
+            }
         }
     }
 

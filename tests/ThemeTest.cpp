@@ -13,6 +13,15 @@ using Theme::Colour;
 class ThemeTest : public QObject {
     Q_OBJECT
 
+    /// What a translucent colour makes of its ground.
+    static QColor laidOver(Colour over, Colour ground, ColourScheme scheme)
+    {
+        QImage picture(1, 1, QImage::Format_RGB32);
+        picture.fill(Theme::colour(ground, scheme));
+        QPainter(&picture).fillRect(picture.rect(), Theme::colour(over, scheme));
+        return picture.pixelColor(0, 0);
+    }
+
 private Q_SLOTS:
     void contrastIsMeasuredAsTheGuidelinesDo()
     {
@@ -80,7 +89,7 @@ private Q_SLOTS:
         QTest::newRow("the selected row") << Colour::onSelection << Colour::selection;
         QTest::newRow("an error on the window") << Colour::error << Colour::window;
         QTest::newRow("a button") << Colour::text << Colour::button;
-        QTest::newRow("a segment") << Colour::text << Colour::segmentPlate;
+        QTest::newRow("a segment") << Colour::text << Colour::segmentTrack;
         QTest::newRow("the chosen segment") << Colour::text << Colour::chosenSegment;
         QTest::newRow("text on the preview's plate") << Colour::text << Colour::previewPlate;
     }
@@ -118,7 +127,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<Colour>("mark");
         QTest::addColumn<Colour>("ground");
-        QTest::newRow("the chosen segment's edge") << Colour::outline << Colour::segmentPlate;
         QTest::newRow("the edge of a well's colour") << Colour::outline << Colour::button;
         QTest::newRow("a colour's edge on a card") << Colour::outline << Colour::card;
         QTest::newRow("the entry at hand") << Colour::selection << Colour::card;
@@ -137,19 +145,53 @@ private Q_SLOTS:
         }
     }
 
-    void textIsReadableOnWhatIsHoveredOrPressed()
+    // By its plate alone, or by the edge that lifts it off, which neither it nor the track may swallow.
+    void theChosenSegmentStandsOutOfItsTrack()
     {
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            const QColor track = Theme::colour(Colour::segmentTrack, scheme);
+            const QColor chip = Theme::colour(Colour::chosenSegment, scheme);
+            const QColor shade = Theme::colour(Colour::segmentShade, scheme);
+            const double edge = std::min(Theme::contrast(shade, track), Theme::contrast(shade, chip));
+            QVERIFY(std::max(Theme::contrast(chip, track), edge) >= 3);
+            // It rises: it is the lighter of the two, and the track is seen on its card.
+            QVERIFY(chip.lightnessF() > track.lightnessF());
+            QVERIFY(Theme::contrast(track, Theme::colour(Colour::card, scheme)) >= 1.2);
+        }
+    }
+
+    void textIsReadableOnWhatIsHoveredOrPressed()
+    {
+        const std::pair<Colour, Colour> plates[] = { { Colour::button, Colour::buttonHovered },
+            { Colour::button, Colour::buttonPressed }, { Colour::segmentTrack, Colour::buttonHovered },
+            { Colour::segmentTrack, Colour::buttonPressed }, { Colour::sidebar, Colour::rowHovered } };
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             const QColor text = Theme::colour(Colour::text, scheme);
-            for (const Colour ground : { Colour::button, Colour::segmentPlate }) {
-                for (const Colour over : { Colour::buttonHovered, Colour::buttonPressed }) {
-                    QImage picture(1, 1, QImage::Format_RGB32);
-                    picture.fill(Theme::colour(ground, scheme));
-                    QPainter(&picture).fillRect(picture.rect(), Theme::colour(over, scheme));
-                    QVERIFY(Theme::contrast(text, picture.pixelColor(0, 0)) >= 4.5);
-                }
+            for (const auto& [ground, over] : plates)
+                QVERIFY(Theme::contrast(text, laidOver(over, ground, scheme)) >= 4.5);
+        }
+    }
+
+    void aSwitchUnderThePointerCanBeSeen()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            for (const Colour over : { Colour::switchHovered, Colour::switchPressed }) {
+                const QColor track = laidOver(over, Colour::selection, scheme);
+                QVERIFY(Theme::contrast(Theme::colour(Colour::switchKnob, scheme), track) >= 3);
+                QVERIFY(Theme::contrast(track, Theme::colour(Colour::card, scheme)) >= 3);
+                QVERIFY(Theme::contrast(track, Theme::colour(Colour::sidebar, scheme)) >= 3);
             }
         }
+    }
+
+    void whatIsWrittenOnALightAccentIsDark()
+    {
+        SystemAppearance::shared().setScheme(ColourScheme::dark);
+        QVERIFY(Theme::colour(Colour::onSelection).lightnessF() < 0.2F);
+        // So the accent needs hardly any deepening, or none.
+        QVERIFY(Theme::contrast(Theme::colour(Colour::selection), Theme::colour(Colour::accent)) < 1.1);
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        QVERIFY(Theme::colour(Colour::onSelection).lightnessF() > 0.8F);
     }
 
     void theAccentIsTheDesktopsWhereItNamesOne()
@@ -190,12 +232,7 @@ private Q_SLOTS:
     void theTextOfTheInactiveSelectionIsReadable()
     {
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const QColor over = Theme::colour(Colour::inactiveSelection, scheme);
-            const QColor under = Theme::colour(Colour::sidebar, scheme);
-            const float alpha = over.alphaF();
-            const QColor ground = QColor::fromRgbF(over.redF() * alpha + under.redF() * (1 - alpha),
-                over.greenF() * alpha + under.greenF() * (1 - alpha),
-                over.blueF() * alpha + under.blueF() * (1 - alpha));
+            const QColor ground = laidOver(Colour::inactiveSelection, Colour::sidebar, scheme);
             QVERIFY(Theme::contrast(Theme::colour(Colour::text, scheme), ground) >= 4.5);
         }
     }

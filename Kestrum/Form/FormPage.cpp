@@ -1,6 +1,8 @@
 #include "Kestrum/Form/FormPage.h"
 
 #include "Kestrum/Form/PageScrollBar.h"
+#include "Kestrum/Form/PopupPicker.h"
+#include "Kestrum/Form/SegmentedPicker.h"
 #include "Kestrum/Form/Theme.h"
 
 #include <QApplication>
@@ -21,6 +23,28 @@ public:
         return layout()->hasHeightForWidth() ? QSize(least.width(), 0) : least;
     }
 };
+
+/// Makes all pickers of a kind on `page` as wide as the widest.
+template <class Picker> void shareWidth(const QWidget& page)
+{
+    const auto pickers = page.findChildren<Picker*>();
+    int widest = 0;
+    for (const Picker* picker : pickers)
+        widest = std::max(widest, picker->ownWidth());
+    for (Picker* picker : pickers)
+        picker->setSharedWidth(widest);
+}
+
+/// Where the keyboard comes to in `part`, in its order.
+QList<const QWidget*> tabStops(const QWidget& part)
+{
+    QList<const QWidget*> stops;
+    for (const QWidget* child : part.findChildren<QWidget*>()) {
+        if (child->focusPolicy() & Qt::TabFocus && child->isVisible() && child->isEnabled())
+            stops.append(child);
+    }
+    return stops;
+}
 
 } // namespace
 
@@ -45,7 +69,7 @@ FormPage::FormPage(QWidget* parent)
     // The base class sees to a focus that moves within the page; it may also come from outside, to a control that is not in view.
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
         if (now && widget()->isAncestorOf(now) && now->window()->testAttribute(Qt::WA_KeyboardFocusChange))
-            ensureWidgetVisible(now);
+            bringIntoView(*now);
     });
 }
 
@@ -58,6 +82,32 @@ void FormPage::add(Card* section)
 {
     auto* layout = static_cast<QVBoxLayout*>(widget()->layout());
     layout->insertWidget(layout->count() - 1, section);
+    shareWidth<PopupPicker>(*widget());
+    shareWidth<SegmentedPicker>(*widget());
+}
+
+void FormPage::bringIntoView(const QWidget& control)
+{
+    const auto placeOf
+        = [this](const QWidget& part) { return QRect(part.mapTo(widget(), QPoint(0, 0)), part.size()); };
+    const QRect own = placeOf(control);
+    QRect wanted = own;
+    const auto takeIn = [&wanted, &control](const QList<const QWidget*>& stops, const QRect& all) {
+        if (stops.value(0) == &control)
+            wanted.setTop(all.top());
+        if (!stops.isEmpty() && stops.last() == &control)
+            wanted.setBottom(all.bottom());
+    };
+    for (const QWidget* part = control.parentWidget(); part != widget(); part = part->parentWidget()) {
+        if (qobject_cast<const Card*>(part))
+            takeIn(tabStops(*part), placeOf(*part));
+    }
+    takeIn(tabStops(*widget()), widget()->rect());
+    if (wanted.height() > viewport()->height())
+        wanted = own;
+    // To the edge behind the last pixel, not to the pixel.
+    ensureVisible(wanted.center().x(), wanted.bottom() + 1, 0, 0);
+    ensureVisible(wanted.center().x(), wanted.top(), 0, 0);
 }
 
 void FormPage::resizeEvent(QResizeEvent* event)

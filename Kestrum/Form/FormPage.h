@@ -7,7 +7,7 @@
 namespace kestrum {
 
 /// A page of the window: its sections in one column that scrolls, as wide as the page less its margins and
-/// never wider than a card may be, centred on a wide window.
+/// never wider than a card may be, centred on a wide window. Its pickers of a kind are all as wide as the widest of them.
 class FormPage : public QScrollArea {
     Q_OBJECT
 public:
@@ -24,6 +24,8 @@ protected:
 
 private:
     void layOut();
+    /// Scrolls to `control`, which the keyboard has come to, and to what is read before the first and after the last one of a section.
+    void bringIntoView(const QWidget& control);
 };
 
 } // namespace kestrum

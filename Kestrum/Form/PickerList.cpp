@@ -6,9 +6,12 @@
 #include <QComboBox>
 #include <QCoreApplication>
 #include <QKeyEvent>
+#include <QLayout>
 #include <QPainter>
 #include <QPainterPath>
+#include <QScreen>
 #include <QStyledItemDelegate>
+#include <algorithm>
 
 namespace kestrum {
 
@@ -18,8 +21,11 @@ constexpr int dividerHeight = 9;
 constexpr double cardRadius = 8;
 constexpr int cardInset = 5; ///< between the card's edge and the entries
 constexpr double entryRadius = 5;
-constexpr int tickRoom = 24; ///< before pictures and titles
-constexpr int trailingPadding = 12;
+constexpr int tickRoom = 24;       ///< before pictures and titles
+constexpr int trailingPadding = 5; ///< so that a list needs no more than its field
+constexpr int shadowReach = 14;
+constexpr int shadowFall = 4;           ///< how much lower than the card it lies
+constexpr double shadowOpacity = 0.014; ///< of each of its layers, of which there is one a point
 
 /// Draws the entries and the dividers.
 class EntryDelegate final : public QStyledItemDelegate {
@@ -118,6 +124,8 @@ PickerList::PickerList(const QComboBox& picker)
 
 void PickerList::dressWindow()
 {
+    // The picker's machinery has put a frame around the list.
+    static_cast<QFrame*>(window())->setFrameStyle(QFrame::NoFrame);
     window()->setWindowFlags(Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
     window()->setAttribute(Qt::WA_TranslucentBackground);
     window()->installEventFilter(this);
@@ -125,9 +133,47 @@ void PickerList::dressWindow()
 
 int PickerList::neededWidth() const
 {
-    // The picker's machinery has put a frame around the list.
-    const auto* frame = qobject_cast<QFrame*>(parentWidget());
-    return sizeHintForColumn(0) + (frame ? 2 * frame->frameWidth() : 0);
+    return sizeHintForColumn(0);
+}
+
+QRect PickerList::card() const
+{
+    const int reach = m_isTranslucent ? shadowReach : 0;
+    return window()->geometry().adjusted(reach, reach, -reach, -reach);
+}
+
+/// The machinery knows neither of the card's insets nor of the shadow. Nothing here asks where entries are: they are laid out when
+/// the window is shown.
+void PickerList::place()
+{
+    QWidget& list = *window();
+    const int reach = m_isTranslucent ? shadowReach : 0;
+    const QMargins shadow(reach, reach, reach, reach);
+    list.layout()->setContentsMargins(shadow);
+    int wanted = 2 * cardInset;
+    int above = cardInset; // the entry chosen
+    for (int row = 0; row < model()->rowCount(); ++row) {
+        wanted += sizeHintForRow(row);
+        above += row < currentIndex().row() ? sizeHintForRow(row) : 0;
+    }
+
+    const QRect field(m_picker.mapToGlobal(QPoint(0, 0)), m_picker.size());
+    QRect card(field.topLeft(), QSize(std::max(neededWidth(), field.width()), wanted));
+    if (m_picker.isRightToLeft())
+        card.moveRight(field.right());
+    list.setGeometry(card.marginsAdded(shadow));
+    list.layout()->activate();
+    // What styles leave above and below the list.
+    card.setHeight(card.height() + wanted - height());
+    card.moveTop(field.top() - above - (y() - reach));
+
+    const QRect screen = m_picker.screen()->availableGeometry();
+    card.setSize(card.size().boundedTo(screen.size()));
+    card.moveRight(std::min(card.right(), screen.right()));
+    card.moveLeft(std::max(card.left(), screen.left()));
+    card.moveBottom(std::min(card.bottom(), screen.bottom()));
+    card.moveTop(std::max(card.top(), screen.top()));
+    list.setGeometry(card.marginsAdded(shadow));
 }
 
 void PickerList::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
@@ -149,24 +195,39 @@ void PickerList::selectionChanged(const QItemSelection& selected, const QItemSel
 
 bool PickerList::eventFilter(QObject* watched, QEvent* event)
 {
-    // Asked at each opening: a program that mixes windows can come and go.
-    if (watched == window() && event->type() == QEvent::Show)
-        m_isRounded = isTranslucencyShown();
-    if (watched != window() || event->type() != QEvent::Paint)
+    if (watched != window())
         return QListView::eventFilter(watched, event);
+    if (event->type() == QEvent::Show && !event->spontaneous()) {
+        // Asked at each opening: a program that mixes windows can come and go.
+        m_isTranslucent = isTranslucencyShown();
+        place();
+    } else if (event->type() == QEvent::Paint) {
+        paintCard();
+        return true;
+    }
+    return QListView::eventFilter(watched, event);
+}
+
+void PickerList::paintCard() const
+{
     QPainter painter(window());
+    const QRectF card(this->card().translated(-window()->pos()));
+    if (!m_isTranslucent) {
+        // What is left out of the corners would be black. Nothing is below to mix the border with.
+        painter.fillRect(card, Theme::colour(Theme::Colour::card));
+        painter.setPen(Theme::colour(Theme::Colour::listBorder));
+        painter.drawRect(card.adjusted(0, 0, -1, -1));
+        return;
+    }
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgbF(0, 0, 0, float(shadowOpacity)));
+    for (int grown = shadowReach - shadowFall; grown > -shadowFall; --grown)
+        painter.drawRoundedRect(card.adjusted(-grown, shadowFall - grown, grown, shadowFall + grown),
+            cardRadius + grown, cardRadius + grown);
     painter.setPen(Theme::colour(Theme::Colour::listBorder));
     painter.setBrush(Theme::colour(Theme::Colour::card));
-    if (m_isRounded) {
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.drawRoundedRect(
-            QRectF(window()->rect()).adjusted(0.5, 0.5, -0.5, -0.5), cardRadius, cardRadius);
-    } else {
-        // What is left out of the corners would be black. Nothing is below to mix the border with.
-        painter.fillRect(window()->rect(), Theme::colour(Theme::Colour::card));
-        painter.drawRect(window()->rect().adjusted(0, 0, -1, -1));
-    }
-    return true;
+    painter.drawRoundedRect(card.adjusted(0.5, 0.5, -0.5, -0.5), cardRadius, cardRadius);
 }
 
 } // namespace kestrum

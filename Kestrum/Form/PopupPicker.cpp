@@ -10,6 +10,7 @@
 #include <QWheelEvent>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kestrum {
 
@@ -88,9 +89,20 @@ int PopupPicker::widthWith(int titleWidth) const
         + markWidth + markPadding;
 }
 
+int PopupPicker::ownWidth() const
+{
+    return widthWith(m_longestTitleWidth);
+}
+
+void PopupPicker::setSharedWidth(int width)
+{
+    if (std::exchange(m_sharedWidth, width) != width)
+        updateGeometry();
+}
+
 QSize PopupPicker::sizeHint() const
 {
-    return { widthWith(m_longestTitleWidth), Theme::controlHeight(fontMetrics().height()) };
+    return { std::max(ownWidth(), m_sharedWidth), Theme::controlHeight(fontMetrics().height()) };
 }
 
 QSize PopupPicker::minimumSizeHint() const
@@ -109,13 +121,8 @@ void PopupPicker::showPopup()
         list->setAccessibleName(accessibleName());
         list->dressWindow();
     }
-    list->window()->setMinimumWidth(std::max(list->neededWidth(), width()));
     m_isOpen = true;
     QComboBox::showPopup();
-    if (isRightToLeft()) {
-        const int trailing = mapToGlobal(QPoint(width(), 0)).x();
-        list->window()->move(trailing - list->window()->width(), list->window()->y());
-    }
     update();
 }
 

@@ -4,8 +4,9 @@
 
 namespace kestrum {
 
-/// The choice made, and all choices in a list that opens from it, the one made with a tick. As wide as its longest title, so
-/// that nothing moves when another is chosen. Turning the wheel over it scrolls the page.
+/// The choice made, and all choices in a list that opens over it, the one made with a tick. As wide as its longest title, so
+/// that nothing moves when another is chosen, or as the pickers that it shares a width with. Turning the wheel over it scrolls the
+/// page.
 class PopupPicker final : public QComboBox {
     Q_OBJECT
 public:
@@ -20,6 +21,11 @@ public:
     int index() const;
     /// Shows another choice without telling; −1 or a position that does not exist shows none.
     void setIndex(int index);
+
+    /// What its own titles need.
+    int ownWidth() const;
+    /// Makes it as wide as others where there is the room; a width below its own changes nothing.
+    void setSharedWidth(int width);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -41,6 +47,7 @@ private:
     /// Of the field with a title as wide as `titleWidth`.
     int widthWith(int titleWidth) const;
 
+    int m_sharedWidth = 0;
     int m_longestTitleWidth = 0; ///< kept, as shaping texts is what layouts spend most on
     bool m_isOpen = false;
 };

@@ -10,6 +10,7 @@
 #include <QRadioButton>
 #include <QStyle>
 #include <algorithm>
+#include <utility>
 
 namespace kestrum {
 
@@ -19,6 +20,7 @@ constexpr int segmentPadding = 14; ///< beside the text
 constexpr double plateRadius = 7;
 constexpr int chipInset = 2; ///< between the plate's edge and the segment that stands out of it
 constexpr double chipRadius = 5;
+constexpr double chipRise = 1; ///< how much of its shade is seen below it
 
 QFont plainFont()
 {
@@ -66,12 +68,14 @@ protected:
         if (!isEnabled())
             painter.setOpacity(Theme::disabledOpacity);
         const QRectF chip = QRectF(rect()).adjusted(chipInset, chipInset, -chipInset, -chipInset);
+        painter.setPen(Qt::NoPen);
         if (isChecked()) {
-            painter.setPen(Theme::colour(Colour::outline));
+            // The edge of a plate of the same form behind it, a little lower.
+            painter.setBrush(Theme::colour(Colour::segmentShade));
+            painter.drawRoundedRect(chip.adjusted(0, chipRise, 0, 0), chipRadius, chipRadius);
             painter.setBrush(Theme::colour(Colour::chosenSegment));
-            painter.drawRoundedRect(chip.adjusted(0.5, 0.5, -0.5, -0.5), chipRadius, chipRadius);
+            painter.drawRoundedRect(chip.adjusted(0, 0, 0, -chipRise), chipRadius, chipRadius);
         } else if (isEnabled() && (isDown() || underMouse())) {
-            painter.setPen(Qt::NoPen);
             painter.setBrush(Theme::colour(isDown() ? Colour::buttonPressed : Colour::buttonHovered));
             painter.drawRoundedRect(chip, chipRadius, chipRadius);
         }
@@ -183,8 +187,14 @@ QList<QRect> SegmentedPicker::places(int width) const
 {
     QList<QRect> places;
     QPoint next(0, 0);
+    // In one row they share what is left over.
+    int rest = std::max(0, width - ownWidth());
+    int following = int(m_group->buttons().size());
     for (const QAbstractButton* segment : m_group->buttons()) {
         QSize size = segment->sizeHint();
+        const int share = rest / following--;
+        rest -= share;
+        size.rwidth() += share;
         if (next.x() > 0 && next.x() + size.width() > width)
             next = { 0, next.y() + size.height() };
         size.setWidth(std::min(size.width(), std::max(width, 0)));
@@ -194,11 +204,23 @@ QList<QRect> SegmentedPicker::places(int width) const
     return places;
 }
 
+int SegmentedPicker::ownWidth() const
+{
+    int width = 0;
+    for (const QAbstractButton* segment : m_group->buttons())
+        width += segment->sizeHint().width();
+    return width;
+}
+
+void SegmentedPicker::setSharedWidth(int width)
+{
+    if (std::exchange(m_sharedWidth, width) != width)
+        updateGeometry();
+}
+
 QSize SegmentedPicker::sizeHint() const
 {
-    const QList<QRect> row = places(QWIDGETSIZE_MAX);
-    return row.isEmpty() ? QSize(0, Theme::controlHeight())
-                         : QSize(row.last().right() + 1, row.last().height());
+    return { std::max(ownWidth(), m_sharedWidth), minimumSizeHint().height() };
 }
 
 QSize SegmentedPicker::minimumSizeHint() const
@@ -227,7 +249,7 @@ void SegmentedPicker::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(Theme::colour(Theme::Colour::segmentPlate));
+    painter.setBrush(Theme::colour(Theme::Colour::segmentTrack));
     painter.drawRoundedRect(rect(), plateRadius, plateRadius);
 }
 

@@ -7,7 +7,8 @@ class QButtonGroup;
 namespace kestrum {
 
 /// A few choices side by side, one of them chosen or none. To assistive programs it is a group of radio buttons; the arrow keys
-/// choose, and the keyboard enters at the one chosen. As wide as its texts; where that is more than there is, it stands in rows.
+/// choose, and the keyboard enters at the one chosen. As wide as its texts, or as the pickers that it shares a width with; where its
+/// texts are wider than there is room, it stands in rows.
 class SegmentedPicker final : public QWidget {
     Q_OBJECT
 public:
@@ -20,6 +21,11 @@ public:
     int index() const;
     /// Shows another choice without telling; −1 or a position that does not exist shows none.
     void setIndex(int index);
+
+    /// What its own texts need.
+    int ownWidth() const;
+    /// Makes it as wide as others where there is the room; a width below its own changes nothing.
+    void setSharedWidth(int width);
 
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override;
@@ -48,6 +54,7 @@ private:
     void step(Segment* from, int direction);
 
     QButtonGroup* m_group;
+    int m_sharedWidth = 0;
 };
 
 } // namespace kestrum

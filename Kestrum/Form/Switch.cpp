@@ -28,6 +28,8 @@ Switch::Switch(Size size, QWidget* parent)
     , m_size(size)
 {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    // The pointer over it is shown.
+    setAttribute(Qt::WA_Hover);
     m_slide.setDuration(slideMilliseconds);
     m_slide.setEasingCurve(QEasingCurve::InOutQuad);
     connect(&m_slide, &QVariantAnimation::valueChanged, this,
@@ -84,8 +86,12 @@ void Switch::paintEvent(QPaintEvent*)
     const QRectF track(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), size);
     const double radius = size.height() / 2;
     painter.setPen(Qt::NoPen);
-    painter.setBrush(mixed(Theme::colour(Colour::switchOff), Theme::colour(Colour::switchOn), m_position));
+    painter.setBrush(mixed(Theme::colour(Colour::switchOff), Theme::colour(Colour::selection), m_position));
     painter.drawRoundedRect(track, radius, radius);
+    if (isEnabled() && (isDown() || underMouse())) {
+        painter.setBrush(Theme::colour(isDown() ? Colour::switchPressed : Colour::switchHovered));
+        painter.drawRoundedRect(track, radius, radius);
+    }
 
     // Neither the pale track nor the white knob on it would be seen well enough without an outline.
     QColor outline = Theme::colour(Colour::switchOutline);

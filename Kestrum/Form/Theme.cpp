@@ -4,6 +4,7 @@
 #include "KestrumShared/Drawing/StripGround.h"
 
 #include <QFontDatabase>
+#include <QFontInfo>
 #include <algorithm>
 #include <cmath>
 
@@ -48,14 +49,15 @@ Shades shades(Theme::Colour colour)
     case Colour::sidebarSecondaryText:
         return { QColor(0x66666C), QColor(0xA4A4AC) };
     case Colour::accent:
-    case Colour::focusRing:
     case Colour::selection:
-    case Colour::switchOn:
+    case Colour::focusRing:
         return { QColor::fromRgbF(0.12F, 0.52F, 0.88F), QColor::fromRgbF(0.25F, 0.62F, 0.96F) };
     case Colour::onSelection:
-        return { QColor(0xFFFFFF), QColor(0xFFFFFF) };
+        return { QColor(0xFFFFFF), labelColour(ColourScheme::light) };
     case Colour::inactiveSelection:
         return { translucent(0, 0.10), translucent(255, 0.12) };
+    case Colour::rowHovered:
+        return { translucent(0, 0.05), translucent(255, 0.06) };
     case Colour::error:
         return { QColor(0xC4322B), QColor(0xFF6B62) };
     case Colour::offer:
@@ -66,6 +68,10 @@ Shades shades(Theme::Colour colour)
         return { QColor(0xFFFFFF), QColor(0xFFFFFF) };
     case Colour::switchOutline:
         return { QColor(0x7C7C84), QColor(0x7C7C84) };
+    case Colour::switchHovered:
+        return { translucent(0, 0.09), translucent(0, 0.12) };
+    case Colour::switchPressed:
+        return { translucent(0, 0.16), translucent(0, 0.20) };
     case Colour::button:
         return { QColor(0xFFFFFF), QColor(0x3A3B40) };
     case Colour::buttonBorder:
@@ -74,10 +80,12 @@ Shades shades(Theme::Colour colour)
         return { translucent(0, 0.04), translucent(255, 0.05) };
     case Colour::buttonPressed:
         return { translucent(0, 0.11), translucent(255, 0.12) };
-    case Colour::segmentPlate:
-        return { QColor(0xECECEE), QColor(0x3B3C41) };
+    case Colour::segmentTrack:
+        return { QColor(0xE3E3E8), QColor(0x1A1B1E) };
     case Colour::chosenSegment:
-        return { QColor(0xFFFFFF), QColor(0x5C5C64) };
+        return { QColor(0xFFFFFF), QColor(0x67676F) };
+    case Colour::segmentShade:
+        return { QColor(0x7C7C84), QColor(0x0E0F11) };
     case Colour::outline:
         return { QColor(0x7C7C84), QColor(0x8E8E96) };
     case Colour::listBorder:
@@ -111,27 +119,44 @@ QColor laidOver(const QColor& colour, const QColor& ground)
 
 constexpr double readableContrast = 4.5;
 constexpr double visibleContrast = 3;
-constexpr float deepeningStep = 0.98F;
+constexpr float smallStep = 0.99F;
 
-/// `ground` itself, or as much darker as something light on it needs.
-QColor deepened(QColor ground, const QColor& light, double contrast)
+QColor deepened(const QColor& colour)
 {
-    while (Theme::contrast(light, ground) < contrast && ground.valueF() > 0.1F)
-        ground = QColor::fromRgbF(
-            ground.redF() * deepeningStep, ground.greenF() * deepeningStep, ground.blueF() * deepeningStep);
-    return ground;
+    return QColor::fromRgbF(
+        colour.redF() * smallStep, colour.greenF() * smallStep, colour.blueF() * smallStep);
 }
 
-/// `mark` itself, or as much darker, on dark grounds lighter, as it takes to be seen on the preview's plate,
-/// which of all grounds is the nearest to the middle.
-QColor setOff(QColor mark, ColourScheme scheme)
+/// A little darker, or in the dark scheme lighter.
+QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
+{
+    constexpr float light = 1 - smallStep;
+    const QColor darker = deepened(colour);
+    return scheme == ColourScheme::light
+        ? darker
+        : QColor::fromRgbF(darker.redF() + light, darker.greenF() + light, darker.blueF() + light);
+}
+
+/// `accent` itself, or as far from the middle as it takes to be seen on the preview's plate, which of all grounds is the nearest
+/// to the middle.
+QColor setOff(QColor accent, ColourScheme scheme)
 {
     const QColor ground = Theme::colour(Theme::Colour::previewPlate, scheme);
-    const float end = scheme == ColourScheme::dark ? 1 - deepeningStep : 0;
-    while (Theme::contrast(mark, ground) < visibleContrast)
-        mark = QColor::fromRgbF(mark.redF() * deepeningStep + end, mark.greenF() * deepeningStep + end,
-            mark.blueF() * deepeningStep + end);
-    return mark;
+    while (Theme::contrast(accent, ground) < visibleContrast)
+        accent = steppedFromMiddle(accent, scheme);
+    return accent;
+}
+
+/// The same for what is written on it, and for the white knob of a switch.
+QColor readable(QColor accent, ColourScheme scheme)
+{
+    const QColor ink = Theme::colour(Theme::Colour::onSelection, scheme);
+    while (Theme::contrast(ink, accent) < readableContrast)
+        accent = steppedFromMiddle(accent, scheme);
+    const QColor knob = Theme::colour(Theme::Colour::switchKnob, scheme);
+    while (Theme::contrast(knob, accent) < visibleContrast)
+        accent = deepened(accent);
+    return accent;
 }
 
 } // namespace
@@ -145,17 +170,12 @@ QColor Theme::colour(Colour colour, ColourScheme scheme)
 {
     const Shades both = shades(colour);
     const QColor plain = scheme == ColourScheme::dark ? both.dark : both.light;
-    if (colour != Colour::accent && colour != Colour::focusRing && colour != Colour::selection
-        && colour != Colour::switchOn)
+    if (colour != Colour::accent && colour != Colour::selection && colour != Colour::focusRing)
         return plain;
     // Any colour can be a desktop's accent, also one that would not be seen on our grounds.
     const auto& named = SystemAppearance::shared().accent();
     const QColor accent = named ? setOff(*named, scheme) : plain;
-    if (colour == Colour::selection)
-        return deepened(accent, Theme::colour(Colour::onSelection, scheme), readableContrast);
-    if (colour == Colour::switchOn)
-        return deepened(accent, Theme::colour(Colour::switchKnob, scheme), visibleContrast);
-    return colour == Colour::focusRing ? setOff(accent, scheme) : accent;
+    return colour == Colour::accent ? accent : readable(setOff(accent, scheme), scheme);
 }
 
 QColor Theme::colourOn(Colour ground, Colour colour)
@@ -197,6 +217,25 @@ QPalette Theme::palette(ColourScheme scheme)
     return palette;
 }
 
+namespace {
+
+constexpr int bodySize = 13; ///< points of the layout
+
+/// A point of the layout is a pixel at 96 dots an inch; a font sized in points follows a desktop that scales its texts.
+constexpr double fontPoints = 72.0 / 96.0;
+
+/// How much larger than ours a desktop's texts are, as far as we follow them: smaller ones would be hard to read, and much larger
+/// ones leave no room.
+double textScale(const QFont& desktops)
+{
+    constexpr double largest = 1.5;
+    const double points
+        = desktops.pointSizeF() > 0 ? desktops.pointSizeF() : QFontInfo(desktops).pointSizeF();
+    return std::clamp(points / (bodySize * fontPoints), 1.0, largest);
+}
+
+} // namespace
+
 QFont Theme::font(TextStyle style)
 {
     struct Shape {
@@ -206,9 +245,9 @@ QFont Theme::font(TextStyle style)
     const auto shape = [style]() -> Shape {
         switch (style) {
         case TextStyle::body:
-            return { 13, QFont::Normal };
+            return { bodySize, QFont::Normal };
         case TextStyle::heading:
-            return { 13, QFont::DemiBold };
+            return { bodySize, QFont::DemiBold };
         case TextStyle::sidebarHeading:
             return { 11, QFont::DemiBold };
         case TextStyle::callout:
@@ -217,13 +256,10 @@ QFont Theme::font(TextStyle style)
         case TextStyle::caption:
             return { 11, QFont::Normal };
         }
-        return { 13, QFont::Normal };
+        return { bodySize, QFont::Normal };
     }();
-    // A point of the layout is a pixel at 96 dots an inch; a font sized in points follows a desktop that
-    // scales its texts.
-    constexpr double fontPoints = 72.0 / 96.0;
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
-    font.setPointSizeF(shape.size * fontPoints);
+    font.setPointSizeF(shape.size * fontPoints * textScale(font));
     font.setWeight(shape.weight);
     return font;
 }

@@ -22,24 +22,27 @@ enum class Colour {
     secondaryText,
     sidebarSecondaryText, ///< dark enough for the sidebar's ground
     accent,               ///< the desktop's, else our own
-    focusRing,            ///< the accent, as far from every ground of ours as a mark has to be
-    selection,            ///< the accent, deepened as far as `onSelection` needs
-    onSelection,
+    selection, ///< the accent as it shows: of what is selected, switched on or where the keyboard is; readable below `onSelection`
+    focusRing, ///< the same
+    onSelection, ///< white on the deep accents of the light scheme, dark on the light ones of the dark scheme
     inactiveSelection, ///< ground of what is selected in a window that is not active
+    rowHovered,        ///< laid over what has no plate of its own, under the pointer
     error,
     offer, ///< the green of good news
     switchOff,
-    switchOn, ///< the accent, deepened as far as the knob needs
     switchKnob,
     switchOutline, ///< around the track and the knob of a switch that is off
+    switchHovered, ///< laid over the track under the pointer: dark, or a white knob would not be seen on what is on
+    switchPressed,
     button,
     buttonBorder,
     buttonHovered, ///< laid over a button under the pointer
     buttonPressed, ///< laid over a button that is held down
-    segmentPlate,  ///< below the segments of a picker
+    segmentTrack,  ///< below the segments of a picker
     chosenSegment,
-    outline,    ///< around a chosen segment and around a colour, which their grounds alone would not show
-    listBorder, ///< around a list that has opened
+    segmentShade, ///< the edge below a chosen segment, which lifts it off the track
+    outline,      ///< around a colour, which its ground alone would not show
+    listBorder,   ///< around a list that has opened
     scrollThumb,
     scrollThumbHovered,
     previewPlate,
@@ -70,7 +73,8 @@ enum class TextStyle {
     caption, ///< the line below it
 };
 
-/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale.
+/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale, and the size of its font where that
+/// is larger than ours, up to one and a half times.
 QFont font(TextStyle style);
 
 /// How high a control is that is pressed or opened: enough for its line of text, which may be of any height.

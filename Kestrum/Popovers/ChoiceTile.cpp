@@ -19,6 +19,7 @@ constexpr int titleGap = 6;
 constexpr double selectedBorder = 3;
 constexpr double plainBorder = 1;
 constexpr float plainBorderOpacity = 0.12F;
+constexpr float hoveredBorderOpacity = 0.45F;
 
 QFont titleFont(bool isSelected)
 {
@@ -28,12 +29,12 @@ QFont titleFont(bool isSelected)
 }
 
 /// What is to be drawn around a picture, within its edges.
-QPen border(bool isSelected)
+QPen border(bool isSelected, bool isHovered)
 {
     if (isSelected)
-        return { Theme::colour(Theme::Colour::accent), selectedBorder };
+        return { Theme::colour(Theme::Colour::selection), selectedBorder };
     QColor faint = Theme::colour(Theme::Colour::text);
-    faint.setAlphaF(plainBorderOpacity);
+    faint.setAlphaF(isHovered ? hoveredBorderOpacity : plainBorderOpacity);
     return { faint, plainBorder };
 }
 
@@ -47,6 +48,8 @@ ChoiceTile::ChoiceTile(const QString& title, Picture picture, QWidget* parent)
     setText(title);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
+    // The pointer over it is shown.
+    setAttribute(Qt::WA_Hover);
 }
 
 void ChoiceTile::setSelected(bool isSelected)
@@ -77,15 +80,19 @@ void ChoiceTile::paintEvent(QPaintEvent*)
     outline.addRoundedRect(frame, radius, radius);
     painter.setClipPath(outline);
     m_picture(painter, frame.topLeft());
+    if (isDown())
+        painter.fillRect(frame, Theme::colour(Theme::Colour::buttonPressed));
     painter.restore();
 
-    const QPen pen = border(m_isSelected);
+    const bool isHovered = isEnabled() && underMouse();
+    const QPen pen = border(m_isSelected, isHovered);
     const double half = pen.widthF() / 2;
     painter.setPen(pen);
     painter.drawRoundedRect(QRectF(frame).adjusted(half, half, -half, -half), radius - half, radius - half);
 
     painter.setFont(titleFont(m_isSelected));
-    painter.setPen(Theme::colour(m_isSelected ? Theme::Colour::text : Theme::Colour::secondaryText));
+    painter.setPen(
+        Theme::colour(m_isSelected || isHovered ? Theme::Colour::text : Theme::Colour::secondaryText));
     painter.drawText(rect().adjusted(0, pictureSize.height() + titleGap, 0, 0),
         int(Qt::AlignHCenter | Qt::AlignTop | Qt::TextSingleLine), text());
 }

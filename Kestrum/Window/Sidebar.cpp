@@ -126,10 +126,12 @@ private:
         const bool isActive = option.widget && option.widget->isActiveWindow();
         const QRect row = rowRect(option.rect);
         painter.setRenderHint(QPainter::Antialiasing);
-        if (isSelected) {
+        if (isSelected || option.state.testFlag(QStyle::State_MouseOver)) {
+            using Theme::Colour;
             painter.setPen(Qt::NoPen);
-            painter.setBrush(
-                Theme::colour(isActive ? Theme::Colour::selection : Theme::Colour::inactiveSelection));
+            painter.setBrush(Theme::colour(!isSelected ? Colour::rowHovered
+                    : isActive                         ? Colour::selection
+                                                       : Colour::inactiveSelection));
             painter.drawRoundedRect(row, rowRadius, rowRadius);
         }
         if (option.state.testFlag(QStyle::State_HasFocus)
@@ -188,6 +190,8 @@ Sidebar::Sidebar(QWidget* parent)
     setAccessibleName(AppLanguage::string("Pages"));
     // The sidebar's ground shows through.
     viewport()->setAutoFillBackground(false);
+    // The row under the pointer is shown.
+    viewport()->setAttribute(Qt::WA_Hover);
     setPage(SettingsPage::menuBar);
 }
 

@@ -94,7 +94,7 @@ int main(int argc, char** argv)
     QApplication::setStyle(QStringLiteral("fusion"));
 
     const StopRequest stop;
-    const SingleInstance instance("KestrumAgent");
+    const SingleInstance instance(AppLinks::agentInstanceName);
     if (!instance.isFirst()) {
         Log::info("agent", QStringLiteral("another agent runs already"));
         return 0;

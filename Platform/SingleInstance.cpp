@@ -9,7 +9,7 @@
 // start becomes the first.
 //
 // The lock belongs to the open file, as flock's does, but it can be asked after without being taken: a look by
-// `isHeld` never makes a program that starts at the same moment believe that it is the second.
+// `isTaken` never makes a program that starts at the same moment believe that it is the second.
 
 #include "Platform/SingleInstance.h"
 
@@ -230,12 +230,14 @@ bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTime
             return true; // It is busy, but there.
         QThread::msleep(pauseOfReader);
     }
-    return isNameOf(fileName, file.get()) && isHeld();
+    return isNameOf(fileName, file.get()) && isTaken(m_name) == true;
 }
 
-bool SingleInstance::isHeld() const
+std::optional<bool> SingleInstance::isTaken(const QByteArray& name)
 {
-    const FileDescriptor file = openLock(m_name, 0);
+    if (!RuntimeDirectory::shared().isValid())
+        return std::nullopt;
+    const FileDescriptor file = openLock(name, 0);
     struct flock lock = wholeFile();
     return file.isValid() && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QSocketNotifier>
 #include <memory>
+#include <optional>
 
 namespace kestrum {
 
@@ -22,6 +23,9 @@ public:
     /// `name` is a plain file name, such as "Kestrum".
     explicit SingleInstance(const QByteArray& name, QObject* parent = nullptr);
     ~SingleInstance() override;
+
+    /// Whether any process has the place of that name; nothing where processes cannot meet.
+    static std::optional<bool> isTaken(const QByteArray& name);
 
     /// Whether this process has the place.
     bool isFirst() const { return m_isFirst; }
@@ -46,7 +50,6 @@ private:
     void listen();
     void receive();
     bool tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const;
-    bool isHeld() const;
 
     QByteArray m_name;
     bool m_isFirst = false;

@@ -1,11 +1,13 @@
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/SingleInstance.h"
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/SignalNames.h"
 #include "kestrumctl/Verb.h"
 
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QTimer>
 
 namespace kestrum {
@@ -17,6 +19,8 @@ constexpr std::chrono::seconds patience { 5 };
 constexpr std::chrono::milliseconds askingInterval { 500 };
 // One that cannot run, for want of a display or a library, has ended by then.
 constexpr std::chrono::milliseconds trialTime { 500 };
+// Loading may take longer on a busy machine. An agent that has not begun by then hangs, but runs.
+constexpr std::chrono::milliseconds longestTrial { 5000 };
 // One that still runs then was not about to quit.
 constexpr std::chrono::milliseconds quittingTime = AppLinks::checkDelay * AppLinks::retries;
 
@@ -70,7 +74,11 @@ private:
             return;
         if (const QList<qint32> pids = agentPids(); !pids.isEmpty()) {
             Workspace::shared().observe(AppLinks::embeddedAgentURL(), pids);
-            if (isLast)
+            if (!isLast)
+                return;
+            if (m_awaited == Awaited::itsStay && !hasBegun() && !m_trial.hasExpired())
+                m_time.start(trialTime);
+            else
                 finish(ExitCode::done);
         } else if (m_awaited == Awaited::itsStay) {
             finish(Console::failed(QStringLiteral("the agent ended as soon as it was started")));
@@ -81,15 +89,19 @@ private:
         }
     }
 
+    /// Whether an agent has taken its place, which it does when it has all that it needs. Where that cannot be known, the time
+    /// of a trial has to do.
+    static bool hasBegun() { return SingleInstance::isTaken(AppLinks::agentInstanceName).value_or(true); }
+
     void open()
     {
         m_awaited = Awaited::nothing;
         m_time.stop();
         AppLinks::openAgent([this](const Workspace::Opened& opened) {
-            if (opened.pid)
-                wait(Awaited::itsStay, trialTime);
-            else
-                finish(Console::failed(opened.error));
+            if (!opened.pid)
+                return finish(Console::failed(opened.error));
+            m_trial.setRemainingTime(longestTrial);
+            wait(Awaited::itsStay, trialTime);
         });
     }
 
@@ -101,6 +113,7 @@ private:
 
     Awaited m_awaited = Awaited::nothing;
     QTimer m_time;
+    QDeadlineTimer m_trial;
 };
 
 ExitCode stop()
@@ -108,8 +121,6 @@ ExitCode stop()
     const QList<qint32> pids = agentPids();
     if (pids.isEmpty())
         return ExitCode::done;
-    if (const QString obstacle = SignalNames::obstacle(); !obstacle.isEmpty())
-        return Console::failed(obstacle);
     QObject::connect(
         &Workspace::shared(), &Workspace::runningApplicationsChanged, QCoreApplication::instance(), [] {
             if (!AppLinks::isAgentRunning())
@@ -124,10 +135,13 @@ ExitCode stop()
         QStringList numbers;
         for (const qint32 pid : agentPids())
             numbers.append(QString::number(pid));
-        leave(numbers.isEmpty()
-                ? ExitCode::done
-                : Console::failed(QStringLiteral("the agent was asked to quit and still runs (pid %1)")
-                                      .arg(numbers.join(QStringLiteral(", ")))));
+        if (numbers.isEmpty())
+            return leave(ExitCode::done);
+        // Most agents end without, since the choice is stored.
+        const QString obstacle = SignalNames::obstacle();
+        leave(Console::failed(QStringLiteral("the agent was asked to quit and still runs (pid %1)%2")
+                                  .arg(numbers.join(QStringLiteral(", ")),
+                                      obstacle.isEmpty() ? QString() : QStringLiteral(": ") + obstacle)));
     });
     return static_cast<ExitCode>(QCoreApplication::exec());
 }
@@ -157,7 +171,9 @@ const Verb agentVerb {
     "of the bundle that kestrumctl is in, or asks every running agent to quit.\n"
     "\n"
     "  start  an agent that runs already is enough when it still does three seconds later, since it may be\n"
-    "         about to quit: then a new one takes its place. A new one is watched for half a second\n"
+    "         about to quit: then a new one takes its place. A new one is watched for half a second, and "
+    "until it\n"
+    "         has begun, up to five seconds\n"
     "  stop   waits up to five seconds until none runs; nothing to do is done\n"
     "\n"
     "Exit code 1 when the agent cannot be started, ends at once, is switched off meanwhile, or does not "

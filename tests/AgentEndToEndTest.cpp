@@ -126,9 +126,13 @@ private Q_SLOTS:
         const QByteArray place = qgetenv("XDG_RUNTIME_DIR");
         qunsetenv("XDG_RUNTIME_DIR");
         startAgent();
+        QProcess stopping;
+        stopping.start(stage().program("kestrumctl"), { text("agent"), text("stop") });
+        const bool isStopped = stopping.waitForFinished(patience);
         qputenv("XDG_RUNTIME_DIR", place);
-        stage().write("agentEnabled", "false");
-        QVERIFY(agent().waitForFinished(patience));
+        QVERIFY(isStopped);
+        QVERIFY2(stopping.exitCode() == 0, stopping.readAllStandardError().constData());
+        QTRY_COMPARE_WITH_TIMEOUT(agent().state(), QProcess::NotRunning, patience);
         QVERIFY(lastWords().contains("the agent ends: it was switched off in the settings"));
     }
 

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "KestrumShared/Machine/ProcessScan.h"
+#include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/SingleInstance.h"
 #include "tests/FreshSettings.h"
 #include "tests/Kestrumctl.h"
 #include "tests/StandIns.h"
@@ -29,6 +30,7 @@ protected:
     void setStage()
     {
         forgetSettings();
+        m_place = std::make_unique<SingleInstance>(AppLinks::agentInstanceName);
         m_standIns = std::make_unique<StandIns>();
         m_standIns->install(agentPlace);
         QVERIFY(QDir().mkpath(QFileInfo(tool()).path()));
@@ -41,6 +43,7 @@ protected:
             StandIns::kill(pid);
         QTRY_VERIFY(runningPids().isEmpty());
         m_standIns.reset();
+        m_place.reset();
     }
 
     static QList<qint32> runningPids()
@@ -84,6 +87,8 @@ protected:
         return stored.toBool(!Keys::agentEnabled.factoryDefault);
     }
 
+    std::unique_ptr<SingleInstance>
+        m_place; ///< which an agent takes when it has begun, and its stand-in does not
     std::unique_ptr<StandIns> m_standIns;
 };
 

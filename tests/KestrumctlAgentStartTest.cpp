@@ -34,6 +34,8 @@ private Q_SLOTS:
     void startStoresTheChoice();
     void aMissingAgentIsAFailureThatNamesIt();
     void anAgentThatEndsAtOnceIsAFailure();
+    void anAgentThatEndsBeforeItHasBegunIsAFailure();
+    void anAgentThatNeverBeginsIsNotWaitedForForEver();
     void anEndThatIsNotToldIsFoundAtTheLastLook();
     void aQuitThatIsNotToldIsFoundAtTheLastLook();
     void aChoiceThatCannotBeStoredIsAFailure();
@@ -154,6 +156,26 @@ void KestrumctlAgentStartTest::anAgentThatEndsAtOnceIsAFailure()
     const auto result = ctl("agent start");
     QCOMPARE(result.code, 1);
     QCOMPARE(result.errors, QByteArray("kestrumctl: the agent ended as soon as it was started\n"));
+}
+
+void KestrumctlAgentStartTest::anAgentThatEndsBeforeItHasBegunIsAFailure()
+{
+    // As on a busy machine, where loading takes long.
+    m_place.reset();
+    const auto result
+        = ctl("agent start", { { QStringLiteral("KESTRUM_TEST_LIFE"), QStringLiteral("1700") } });
+    QCOMPARE(result.code, 1);
+    QCOMPARE(result.errors, QByteArray("kestrumctl: the agent ended as soon as it was started\n"));
+}
+
+void KestrumctlAgentStartTest::anAgentThatNeverBeginsIsNotWaitedForForEver()
+{
+    m_place.reset();
+    QElapsedTimer timer;
+    timer.start();
+    QCOMPARE(ctl("agent start").code, 0);
+    QVERIFY(timer.elapsed() >= 5000 && timer.elapsed() < 8000);
+    QCOMPARE(runningPids().size(), 1);
 }
 
 void KestrumctlAgentStartTest::anEndThatIsNotToldIsFoundAtTheLastLook()

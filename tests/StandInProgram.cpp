@@ -1,5 +1,6 @@
 // The least program that can stand for an agent: it does nothing until it is ended. It ends by itself after a minute,
-// whatever became of the test that started it; "StandIn MILLISECONDS" after so long.
+// whatever became of the test that started it; "StandIn MILLISECONDS" after so long, or where nobody can give it an argument after
+// what KESTRUM_TEST_LIFE says.
 
 #include <cstdlib>
 #include <unistd.h>
@@ -7,7 +8,8 @@
 int main(int argc, char** argv)
 {
     static constexpr int longestLife = 60'000;
-    const int milliseconds = argc < 2 ? longestLife : std::atoi(argv[1]);
+    const char* life = argc < 2 ? std::getenv("KESTRUM_TEST_LIFE") : argv[1];
+    const int milliseconds = life ? std::atoi(life) : longestLife;
     ::usleep(static_cast<useconds_t>(milliseconds) * 1000);
     return 0;
 }

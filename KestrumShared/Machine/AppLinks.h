@@ -21,6 +21,9 @@ inline constexpr int retries = 6;
 /// Between two looks at an agent that may be about to quit.
 inline constexpr std::chrono::milliseconds checkDelay { 500 };
 
+/// The place that the agent holds as the only one (`SingleInstance`) from when it has all that it needs to run.
+inline constexpr char agentInstanceName[] = "KestrumAgent";
+
 /// By which the desktop knows the agent.
 QString agentIdentifier();
 

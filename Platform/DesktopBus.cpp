@@ -20,7 +20,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr char variable[] = "DBUS_SESSION_BUS_ADDRESS";
+constexpr char addressVariable[] = "DBUS_SESSION_BUS_ADDRESS";
 // No kind of address that the bus library knows: it fails at once, and looks no further.
 constexpr QLatin1StringView noBus("disabled:");
 
@@ -53,14 +53,14 @@ QString socketAddress()
 
 QString DesktopBus::address()
 {
-    const QString named = qEnvironmentVariable(variable);
+    const QString named = qEnvironmentVariable(addressVariable);
     return named.isEmpty() ? socketAddress() : runningOf(named);
 }
 
 void DesktopBus::nameToToolkit()
 {
     const QString found = address();
-    qputenv(variable, (found.isEmpty() ? QString(noBus) : found).toLocal8Bit());
+    qputenv(addressVariable, (found.isEmpty() ? QString(noBus) : found).toLocal8Bit());
 }
 
 void DesktopBus::join(

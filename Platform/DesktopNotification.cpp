@@ -19,22 +19,23 @@ namespace {
 constexpr int timeLimit = 10'000; // ms, of an answer
 constexpr int asLongAsTheDesktopLikes = -1;
 
-const QString& service()
+const QString& notificationService()
 {
     // The interface is called like the service.
     static const QString name = QStringLiteral("org.freedesktop.Notifications");
     return name;
 }
 
-const QString& path()
+const QString& notificationPath()
 {
     static const QString name = QStringLiteral("/org/freedesktop/Notifications");
     return name;
 }
 
-QDBusMessage method(const char* name)
+QDBusMessage notificationCall(const char* name)
 {
-    return QDBusMessage::createMethodCall(service(), path(), service(), QString::fromLatin1(name));
+    return QDBusMessage::createMethodCall(
+        notificationService(), notificationPath(), notificationService(), QString::fromLatin1(name));
 }
 
 QString notificationConnection()
@@ -89,7 +90,7 @@ void DesktopNotification::join()
         }
         // From any sender, as naming the service would make Qt wait for the bus. What comes of a forged one is what the button is
         // there for.
-        const DesktopBus::Source source { {}, path(), service() };
+        const DesktopBus::Source source { {}, notificationPath(), notificationService() };
         DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActionInvoked"), this,
             SLOT(actionInvoked(uint, QString)));
         DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActivationToken"), this,
@@ -102,7 +103,8 @@ void DesktopNotification::join()
 void DesktopNotification::askWhatIsShown()
 {
     auto* watcher = new QDBusPendingCallWatcher(
-        QDBusConnection(notificationConnection()).asyncCall(method("GetCapabilities"), timeLimit), this);
+        QDBusConnection(notificationConnection()).asyncCall(notificationCall("GetCapabilities"), timeLimit),
+        this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QStringList> reply = *watcher;
@@ -124,7 +126,7 @@ void DesktopNotification::send(bool hasButtons, bool readsMarkup)
         QStringLiteral("button"), m_content.button }
                                           : QStringList();
     const QString program = QGuiApplication::desktopFileName();
-    QDBusMessage call = method("Notify");
+    QDBusMessage call = notificationCall("Notify");
     call << QGuiApplication::applicationDisplayName() << m_shown << program << m_content.heading
          << (readsMarkup ? text.toHtmlEscaped() : text) << actions
          << QVariantMap { { QStringLiteral("desktop-entry"), program } } << asLongAsTheDesktopLikes;

@@ -19,7 +19,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr int timeLimit = 2000; // ms, of the bus itself
+constexpr int busTimeLimit = 2000; // ms, of the bus itself
 constexpr qsizetype longestList = 4 * 1024 * 1024;
 
 QString busConnection()
@@ -127,8 +127,8 @@ void SoftwareCentre::askBus(const std::function<void()>& looked)
         const QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
             QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
             QString::fromLatin1(method));
-        auto* watcher
-            = new QDBusPendingCallWatcher(QDBusConnection(busConnection()).asyncCall(call, timeLimit), this);
+        auto* watcher = new QDBusPendingCallWatcher(
+            QDBusConnection(busConnection()).asyncCall(call, busTimeLimit), this);
         connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answered = std::move(answered)] {
             watcher->deleteLater();
             const QDBusPendingReply<QStringList> reply = *watcher;

@@ -45,6 +45,8 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     m_strip.winId();
     // Qt hears of the type only when there is a window to give it to.
     m_strip.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
+    m_struts = std::make_unique<X11Struts>(*m_strip.windowHandle());
+    connect(m_struts.get(), &X11Struts::changed, this, &DockChannel::fit);
     connect(&m_strip, &PanelStrip::rebuilt, this, &DockChannel::fit);
     connect(&m_strip, &PanelStrip::menuRequested, this, &DockChannel::showMenu);
     connect(
@@ -80,7 +82,7 @@ void DockChannel::fit()
         return;
     }
     const QSize size = withoutHalfPixels(m_strip.sizeHint(), screen->devicePixelRatio());
-    const QRect free = screen->availableGeometry();
+    const QRect free = m_struts->available(*screen);
     const bool isMirrored = QGuiApplication::layoutDirection() == Qt::RightToLeft;
     const int left = isMirrored ? free.left() : endOnScreen(free, *screen) - size.width();
     // The toolkit asks for steps of whole points, which the window manager then rounds the size down to: one step is

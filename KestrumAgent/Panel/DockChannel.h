@@ -1,6 +1,7 @@
 #pragma once
 
 #include "KestrumAgent/Panel/PanelChannel.h"
+#include "Platform/X11Struts.h"
 
 #include <QMetaObject>
 #include <QObject>
@@ -23,6 +24,7 @@ private:
 
     PanelStrip& m_strip;
     QMenu& m_menu;
+    std::unique_ptr<X11Struts> m_struts;
     QMetaObject::Connection m_screenConnection;
 };
 

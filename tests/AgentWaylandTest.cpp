@@ -157,6 +157,7 @@ private Q_SLOTS:
                  "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Info.plist" })
             Programs::output(QStringLiteral("cp"),
                 { QStringLiteral("-r"), built + QString::fromLatin1(part), place(part) });
+        QVERIFY(QFile::copy(built + QStringLiteral("tests/StandInTray"), place("StandInTray")));
         QFile configuration(place("sway.conf"));
         QVERIFY(configuration.open(QIODevice::WriteOnly));
         configuration.write("output * resolution 1000x400 bg #204060 solid_color\n"
@@ -253,6 +254,36 @@ private Q_SLOTS:
         QCOMPARE(m_agent->exitStatus(), QProcess::NormalExit);
         QCOMPARE(m_agent->exitCode(), 0);
         QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
+    }
+
+    void withoutLayersItIsAStatusIconOnceThereIsAPlaceForThem()
+    {
+        const QString bus
+            = QStringLiteral("unix:path=") + TestHome::runtimeDirectory() + QStringLiteral("/bus");
+        const auto daemon = startedAsUser({ QStringLiteral("dbus-daemon"), QStringLiteral("--session"),
+            QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
+            QStringLiteral("--address=") + bus });
+        QVERIFY(daemon->waitForReadyRead(patience));
+        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toUtf8());
+        qputenv("XDG_CURRENT_DESKTOP", "GNOME");
+        startCompositor({ QStringLiteral("cage"), QStringLiteral("--"), QStringLiteral("cat") });
+        m_agent = startedAsUser({ agentProgram() });
+        m_agent->setReadChannel(QProcess::StandardError);
+        QVERIFY(m_agent->waitForReadyRead(patience));
+        QVERIFY(m_agent->readAllStandardError().contains("neither a place"));
+        const auto tray = startedAsUser({ place("StandInTray") });
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        QVERIFY(tray->waitForReadyRead(patience));
+        QCOMPARE(tray->readLine(), QByteArray("light\n"));
+        for (const char* key : { "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" })
+            write(key, "false");
+        QVERIFY(tray->waitForReadyRead(patience));
+        QCOMPARE(tray->readLine(), QByteArray("gone\n"));
+        QTest::qWait(500);
+        QCOMPARE(m_agent->state(), QProcess::Running);
+        Programs::end(*tray);
+        Programs::end(*daemon);
     }
 
     void withoutLayersItSaysSoOnceAndRuns()

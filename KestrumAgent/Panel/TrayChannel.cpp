@@ -15,8 +15,8 @@ namespace kestrum {
 
 namespace {
 
-// Qt asks for the desktop's status icons once and for all: when a session starts, they may come a little later than we.
-constexpr std::chrono::seconds delayBeforeAsking { 2 };
+// When a session starts, the place for status icons may come a little later than we.
+constexpr std::chrono::seconds delayBeforeTelling { 2 };
 
 /// The symbol in the middle of a square.
 QPixmap picture(const QString& symbol, int size, const QColor& colour)
@@ -37,16 +37,23 @@ TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
     : m_strip(strip)
     , m_menu(menu)
 {
-    QTimer::singleShot(delayBeforeAsking, this, &TrayChannel::begin);
+    connect(&m_icons, &StatusIcons::shown, this, &TrayChannel::begin);
+    QTimer::singleShot(delayBeforeTelling, this, &TrayChannel::tellWhereThereAreNone);
+}
+
+void TrayChannel::tellWhereThereAreNone()
+{
+    if (!m_icon)
+        Log::info("agent",
+            QStringLiteral("this desktop has neither a place for items at its panel nor for status icons"));
 }
 
 void TrayChannel::begin()
 {
-    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
-        Log::info("agent",
-            QStringLiteral("this desktop has neither a place for items at its panel nor for status icons"));
+    // Where the place went and came back, Qt puts the icon there again. It asks once a process whether there is a place: so it
+    // is not asked before there is.
+    if (m_icon)
         return;
-    }
     Log::info("agent",
         QStringLiteral("this desktop has no place for items at its panel: a status icon stands for them"));
     m_icon = std::make_unique<QSystemTrayIcon>();
@@ -65,10 +72,11 @@ void TrayChannel::begin()
 
 void TrayChannel::adoptAppearance()
 {
+    const ColourScheme scheme
+        = StatusIcons::areOnBlack() ? ColourScheme::dark : SystemAppearance::shared().scheme();
     QIcon icon;
     for (const int size : { 16, 22, 24, 32, 48, 64 })
-        icon.addPixmap(
-            picture(QStringLiteral("cpu"), size, labelColour(SystemAppearance::shared().scheme())));
+        icon.addPixmap(picture(QStringLiteral("cpu"), size, labelColour(scheme)));
     m_icon->setIcon(icon);
 }
 

@@ -1,0 +1,118 @@
+// A desktop's place for status icons, on the session bus. For each icon it prints a line: "light" or "dark", which is what the
+// icon's opaque pixels are, and "gone" when the program that showed it leaves the bus. It ends by itself after a minute.
+
+#include <QColor>
+#include <QCoreApplication>
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusServiceWatcher>
+#include <QDBusVariant>
+#include <QTimer>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+void say(const char* line)
+{
+    std::puts(line);
+    std::fflush(stdout);
+}
+
+/// What a list of pictures (width, height, ARGB bytes) is mostly; empty where it is nothing.
+const char* look(const QDBusArgument& pictures)
+{
+    int light = 0;
+    int dark = 0;
+    pictures.beginArray();
+    while (!pictures.atEnd()) {
+        int width = 0;
+        int height = 0;
+        QByteArray bytes;
+        pictures.beginStructure();
+        pictures >> width >> height >> bytes;
+        pictures.endStructure();
+        for (qsizetype at = 0; at + 3 < bytes.size(); at += 4) {
+            if (uchar(bytes[at]) > 128)
+                ++(uchar(bytes[at + 1]) > 128 ? light : dark);
+        }
+    }
+    pictures.endArray();
+    return light > dark ? "light" : dark > 0 ? "dark" : "";
+}
+
+} // namespace
+
+class Watcher final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.kde.StatusNotifierWatcher")
+    Q_PROPERTY(bool IsStatusNotifierHostRegistered READ isShown)
+    Q_PROPERTY(int ProtocolVersion READ version)
+
+public:
+    explicit Watcher(const QDBusConnection& bus)
+        : m_bus(bus)
+    {
+        m_leaving.setConnection(bus);
+        m_leaving.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+        connect(&m_leaving, &QDBusServiceWatcher::serviceUnregistered, this, [] { say("gone"); });
+    }
+    bool isShown() const { return m_isShown; }
+    static int version() { return 0; }
+
+    /// A panel that shows the icons comes.
+    void show()
+    {
+        m_isShown = true;
+        Q_EMIT StatusNotifierHostRegistered();
+    }
+
+public Q_SLOTS:
+    void RegisterStatusNotifierHost(const QString&) { }
+    void RegisterStatusNotifierItem(const QString& service)
+    {
+        m_leaving.addWatchedService(service);
+        QDBusMessage call = QDBusMessage::createMethodCall(service, QStringLiteral("/StatusNotifierItem"),
+            QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+        call << QStringLiteral("org.kde.StatusNotifierItem") << QStringLiteral("IconPixmap");
+        auto* asked = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
+        connect(asked, &QDBusPendingCallWatcher::finished, this, [asked] {
+            asked->deleteLater();
+            const QDBusPendingReply<QDBusVariant> reply = *asked;
+            say(reply.isError() ? qPrintable(reply.error().message())
+                                : look(reply.value().variant().value<QDBusArgument>()));
+        });
+    }
+
+Q_SIGNALS:
+    void StatusNotifierHostRegistered();
+
+private:
+    QDBusConnection m_bus;
+    QDBusServiceWatcher m_leaving;
+    bool m_isShown = false;
+};
+
+/// With a number as its argument, the panel comes so many milliseconds after the list.
+int main(int argc, char** argv)
+{
+    static constexpr unsigned int longestLife = 60; // seconds
+    ::alarm(longestLife);
+    const QCoreApplication application(argc, argv);
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    Watcher watcher(bus);
+    if (argc < 2)
+        watcher.show();
+    else
+        QTimer::singleShot(QByteArray(argv[1]).toInt(), &watcher, &Watcher::show);
+    if (!bus.registerObject(
+            QStringLiteral("/StatusNotifierWatcher"), &watcher, QDBusConnection::ExportAllContents)
+        || !bus.registerService(QStringLiteral("org.kde.StatusNotifierWatcher")))
+        return 1;
+    return QCoreApplication::exec();
+}
+
+#include "StandInTrayProgram.moc"

@@ -41,10 +41,10 @@ class MenuBarStripTest : public QObject {
             QApplication::sendEvent(strip->view(), &event);
         }
 
-        bool turnWheel(QPoint angle)
+        bool turnWheel(QPoint angle, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
         {
-            QWheelEvent event({ 5, 5 }, strip->mapToGlobal(QPointF(5, 5)), {}, angle, Qt::NoButton,
-                Qt::NoModifier, Qt::NoScrollPhase, false);
+            QWheelEvent event({ 5, 5 }, strip->mapToGlobal(QPointF(5, 5)), {}, angle, Qt::NoButton, modifiers,
+                Qt::NoScrollPhase, false);
             QApplication::sendEvent(strip, &event);
             return event.isAccepted();
         }
@@ -66,7 +66,7 @@ private Q_SLOTS:
         QCOMPARE(row.overflow(), 0);
         QCOMPARE(row.strip->geometry().right(), row.window.rect().right());
         QCOMPARE(row.strip->size(), row.strip->view()->sizeHint());
-        QVERIFY(!row.turnWheel({ 0, 120 }));
+        QVERIFY(!row.turnWheel({ 120, 0 }));
     }
 
     void theTrailingEndIsInViewAtFirst()
@@ -87,20 +87,39 @@ private Q_SLOTS:
         QCOMPARE(row.strip->x(), 0);
     }
 
-    void theWheelScrollsAndIsThePagesAtTheEnd()
+    void theWheelScrollsSidewaysAndWithShift_data()
+    {
+        QTest::addColumn<QPoint>("backwards");
+        QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+        QTest::newRow("sideways") << QPoint(120, 0) << Qt::KeyboardModifiers();
+        QTest::newRow("with Shift") << QPoint(0, 120) << Qt::KeyboardModifiers(Qt::ShiftModifier);
+        QTest::newRow("sideways with Shift") << QPoint(120, 10) << Qt::KeyboardModifiers(Qt::ShiftModifier);
+    }
+    void theWheelScrollsSidewaysAndWithShift()
+    {
+        QFETCH(QPoint, backwards);
+        QFETCH(Qt::KeyboardModifiers, modifiers);
+        Row row(200);
+        const int end = row.strip->offset();
+        QVERIFY(row.turnWheel(backwards, modifiers));
+        QCOMPARE(row.strip->offset(), end - 60);
+        QVERIFY(row.turnWheel(-backwards, modifiers));
+        QCOMPARE(row.strip->offset(), end);
+        for (int i = 0; i < 100; ++i)
+            row.turnWheel(backwards, modifiers);
+        QCOMPARE(row.strip->offset(), 0);
+        QCOMPARE(row.strip->view()->x(), 0);
+        // At an end too: the page would jump otherwise.
+        QVERIFY(row.turnWheel(backwards, modifiers));
+    }
+
+    void aWheelThatIsTurnedUpOrDownIsThePages()
     {
         Row row(200);
         const int end = row.strip->offset();
-        QVERIFY(!row.turnWheel({ 0, -120 }));
-        QVERIFY(row.turnWheel({ 0, 120 }));
-        QCOMPARE(row.strip->offset(), end - 60);
-        QVERIFY(row.turnWheel({ -120, 0 }));
+        for (const QPoint angle : { QPoint(0, 120), QPoint(0, -120), QPoint(30, 120), QPoint(30, 30) })
+            QVERIFY(!row.turnWheel(angle));
         QCOMPARE(row.strip->offset(), end);
-        for (int i = 0; i < 100; ++i)
-            row.turnWheel({ 0, 120 });
-        QCOMPARE(row.strip->offset(), 0);
-        QVERIFY(!row.turnWheel({ 0, 120 }));
-        QCOMPARE(row.strip->view()->x(), 0);
     }
 
     void aDragThatRestsAtAnEdgeScrolls()

@@ -4,8 +4,10 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 
-#include <QHBoxLayout>
+#include <QEvent>
 #include <QPainter>
+#include <QStyle>
+#include <algorithm>
 
 namespace kestrum {
 
@@ -15,20 +17,58 @@ constexpr int innerPadding = 14;
 constexpr int outerPadding = 16;
 constexpr double plateRadius = 14;
 
+/// Around the widget that holds the items, which is larger than they are.
+constexpr QSize margin
+    = QSize(innerPadding + outerPadding, innerPadding + outerPadding) - MenuBarStripView::room;
+/// At its sides where it is too wide. What it keeps around its items is enough for the plate's corners.
+constexpr int leastMargin = 1;
+
 } // namespace
 
 MenuBarPreview::MenuBarPreview(QWidget* parent)
     : QWidget(parent)
     , m_strip(new MenuBarStrip(this))
 {
-    constexpr int padding = innerPadding + outerPadding;
-    constexpr QSize room = MenuBarStripView::room;
-    auto* layout = new QHBoxLayout(this);
-    layout->setSpacing(0);
-    layout->setContentsMargins(
-        padding - room.width(), padding - room.height(), padding - room.width(), padding - room.height());
-    layout->addStretch(1);
-    layout->addWidget(m_strip);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
+    place();
+}
+
+QSize MenuBarPreview::sizeHint() const
+{
+    return m_strip->sizeHint() + 2 * margin;
+}
+
+QSize MenuBarPreview::minimumSizeHint() const
+{
+    return m_strip->minimumSizeHint() + 2 * margin;
+}
+
+void MenuBarPreview::place()
+{
+    const QSize whole = m_strip->sizeHint();
+    const int side = std::clamp((width() - whole.width()) / 2, leastMargin, margin.width());
+    const QSize size(std::min(whole.width(), width() - 2 * side), whole.height());
+    const QRect room = rect().adjusted(side, 0, -side, 0);
+    m_strip->setGeometry(
+        QStyle::alignedRect(layoutDirection(), Qt::AlignRight | Qt::AlignVCenter, size, room));
+}
+
+void MenuBarPreview::resizeEvent(QResizeEvent* event)
+{
+    place();
+    QWidget::resizeEvent(event);
+}
+
+bool MenuBarPreview::event(QEvent* event)
+{
+    // The strip has another size to ask for.
+    if (event->type() == QEvent::LayoutRequest) {
+        updateGeometry();
+        place();
+    } else if (event->type() == QEvent::LayoutDirectionChange) {
+        place();
+    }
+    return QWidget::event(event);
 }
 
 void MenuBarPreview::paintEvent(QPaintEvent*)

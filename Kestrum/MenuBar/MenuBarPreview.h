@@ -7,7 +7,7 @@ namespace kestrum {
 class MenuBarStrip;
 
 /// A piece of menu bar as a plate on the page, light or dark as the desktop is, with the items at its
-/// trailing end.
+/// trailing end. Where they are too wide they take of the plate's own margin.
 class MenuBarPreview final : public QWidget {
     Q_OBJECT
 public:
@@ -15,10 +15,17 @@ public:
 
     MenuBarStrip* strip() const { return m_strip; }
 
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+    bool event(QEvent* event) override;
 
 private:
+    void place();
+
     MenuBarStrip* m_strip;
 };
 

@@ -1,6 +1,7 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "Kestrum/MenuBar/MoreMark.h"
 
 #include <QTimerEvent>
 #include <QWheelEvent>
@@ -23,17 +24,21 @@ constexpr int narrowest = 120;
 MenuBarStrip::MenuBarStrip(QWidget* parent)
     : QWidget(parent)
     , m_view(new MenuBarStripView(this))
+    , m_moreLeft(new MoreMark(Qt::LeftEdge, this))
+    , m_moreRight(new MoreMark(Qt::RightEdge, this))
 {
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
     connect(m_view, &MenuBarStripView::rebuilt, this, &MenuBarStrip::adoptStripSize);
     connect(m_view, &MenuBarStripView::dragMoved, this, &MenuBarStrip::followDrag);
     connect(m_view, &MenuBarStripView::itemFocused, this, [this](const QRectF& rect) {
-        const QRect wanted = rect.toAlignedRect().marginsAdded({ edge, 0, edge, 0 });
+        const QRect wanted = rect.toAlignedRect().marginsAdded({ MoreMark::width, 0, MoreMark::width, 0 });
         if (wanted.left() < m_offset)
             scrollTo(wanted.left());
         else if (wanted.right() >= m_offset + width())
             scrollTo(wanted.right() + 1 - width());
     });
+    connect(m_moreLeft, &MoreMark::clicked, this, [this] { scrollOn(-1); });
+    connect(m_moreRight, &MoreMark::clicked, this, [this] { scrollOn(1); });
     place();
 }
 
@@ -61,6 +66,10 @@ void MenuBarStrip::place()
         m_offset = layoutDirection() == Qt::RightToLeft ? 0 : furthestOffset();
     m_offset = std::clamp(m_offset, 0, furthestOffset());
     m_view->setGeometry(QRect(QPoint(-m_offset, 0), m_view->sizeHint()));
+    m_moreLeft->setGeometry(0, 0, MoreMark::width, height());
+    m_moreRight->setGeometry(width() - MoreMark::width, 0, MoreMark::width, height());
+    m_moreLeft->setVisible(m_offset > 0);
+    m_moreRight->setVisible(m_offset < furthestOffset());
 }
 
 void MenuBarStrip::scrollTo(int offset)
@@ -68,6 +77,12 @@ void MenuBarStrip::scrollTo(int offset)
     m_offset = offset;
     m_wasScrolled = true;
     place();
+}
+
+/// By what is in view between the marks.
+void MenuBarStrip::scrollOn(int direction)
+{
+    scrollTo(m_offset + direction * std::max(edge, width() - 2 * MoreMark::width));
 }
 
 void MenuBarStrip::adoptStripSize()
@@ -93,12 +108,13 @@ void MenuBarStrip::wheelEvent(QWheelEvent* event)
 {
     const bool isSmooth = !event->pixelDelta().isNull();
     const QPoint delta = isSmooth ? event->pixelDelta() : event->angleDelta() / 2;
-    const int turned = std::abs(delta.x()) > std::abs(delta.y()) ? delta.x() : delta.y();
-    const int wanted = std::clamp(m_offset - turned, 0, furthestOffset());
-    // At an end, and when all is in view, the wheel is the page's.
-    event->setAccepted(wanted != m_offset);
-    if (wanted != m_offset)
-        scrollTo(wanted);
+    const bool isSideways = std::abs(delta.x()) > std::abs(delta.y());
+    // Up and down is the page's. What is meant for the strip stays here also at its ends.
+    const bool isOurs
+        = (isSideways || event->modifiers().testFlag(Qt::ShiftModifier)) && furthestOffset() > 0;
+    event->setAccepted(isOurs);
+    if (isOurs)
+        scrollTo(m_offset - (isSideways ? delta.x() : delta.y()));
 }
 
 void MenuBarStrip::followDrag(const QPointF& viewPoint)

@@ -7,10 +7,11 @@
 namespace kestrum {
 
 class MenuBarStripView;
+class MoreMark;
 
 /// Places the strip of items in a layout. As wide as the strip where there is room; where there is not, the
-/// strip scrolls sideways: its trailing end is in view at first, wheel and keyboard move it, and it follows a
-/// drag at its edges.
+/// strip scrolls sideways: its trailing end is in view at first, and marks show at which end there is more. They, the
+/// keyboard and a wheel that is turned sideways or with Shift scroll it, and it follows a drag at its edges.
 class MenuBarStrip final : public QWidget {
     Q_OBJECT
 public:
@@ -33,10 +34,13 @@ private:
     int furthestOffset() const;
     void place();
     void scrollTo(int offset);
+    void scrollOn(int direction);
     void adoptStripSize();
     void followDrag(const QPointF& viewPoint);
 
     MenuBarStripView* m_view;
+    MoreMark* m_moreLeft;
+    MoreMark* m_moreRight;
     int m_offset = 0;
     bool m_wasScrolled = false;
     QBasicTimer m_dragScroll;

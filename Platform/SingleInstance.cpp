@@ -18,6 +18,7 @@
 
 #include <QMetaObject>
 #include <QThread>
+#include <QTimer>
 #include <algorithm>
 #include <array>
 #include <fcntl.h>
@@ -36,6 +37,11 @@ constexpr int pause = 20;
 constexpr int pauseOfReader = 1; // it reads at once as a rule
 // More than the kernel queues at one socket, so that a flood of requests is one request.
 constexpr int mostAtOnce = 1024;
+// Coming forward goes on after the request: windows are painted, and the desktop answers.
+constexpr std::chrono::seconds aftermath { 1 };
+constexpr std::chrono::milliseconds savedForRequests { 20 };
+// Being woken costs about this much in the kernel and the event loop, where we do not see it.
+constexpr std::chrono::microseconds wakeUpCost { 20 };
 
 bool isOurs(int descriptor, mode_t kind)
 {
@@ -92,9 +98,17 @@ QByteArray pathOf(int descriptor)
     return "/proc/self/fd/" + QByteArray::number(descriptor);
 }
 
-FileDescriptor makeSocket()
+FileDescriptor makeSocket(int flags = 0)
 {
-    return FileDescriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    return FileDescriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | flags, 0));
+}
+
+/// Sending waits until then for room. Without a limit it would wait for ever.
+void limitSending(int socket, const QDeadlineTimer& deadline)
+{
+    const qint64 milliseconds = std::max<qint64>(deadline.remainingTime(), 1);
+    const timeval limit { milliseconds / 1000, milliseconds % 1000 * 1000 };
+    ::setsockopt(socket, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
 }
 
 bool isToken(QByteArrayView text)
@@ -108,6 +122,7 @@ bool isToken(QByteArrayView text)
 SingleInstance::SingleInstance(const QByteArray& name, QObject* parent)
     : QObject(parent)
     , m_name(name)
+    , m_allowance(savedForRequests, std::chrono::steady_clock::now())
 {
     take();
 }
@@ -154,7 +169,7 @@ void SingleInstance::openSocket()
     const int directory = RuntimeDirectory::shared().descriptor();
     const QByteArray fileName = m_name + ".socket";
     ::unlinkat(directory, fileName.constData(), 0);
-    FileDescriptor socket = makeSocket();
+    FileDescriptor socket = makeSocket(SOCK_NONBLOCK);
     const sockaddr_un address = addressOf(pathOf(directory) + '/' + fileName);
     if (!socket.isValid()
         || ::bind(socket.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
@@ -178,6 +193,7 @@ void SingleInstance::listen()
 
 void SingleInstance::receive()
 {
+    const auto before = WorkAllowance::processorTime();
     QByteArray token;
     bool isAsked = false;
     for (int i = 0; i < mostAtOnce; ++i) {
@@ -193,6 +209,17 @@ void SingleInstance::receive()
     }
     if (isAsked)
         Q_EMIT raiseRequested(token);
+
+    const auto now = std::chrono::steady_clock::now();
+    const auto from = now - m_lastReceived < aftermath ? m_booked : before;
+    m_booked = WorkAllowance::processorTime();
+    m_lastReceived = now;
+    const auto pause = m_allowance.spend(m_booked - from + wakeUpCost, now);
+    if (pause > WorkAllowance::Duration::zero() && m_notifier) {
+        m_notifier->setEnabled(false); // the kernel keeps what comes meanwhile, and lets its senders wait
+        QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(pause), m_notifier.get(),
+            [this] { m_notifier->setEnabled(true); });
+    }
 }
 
 bool SingleInstance::raiseFirst(const QByteArray& activationToken)
@@ -220,9 +247,13 @@ bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTime
     const FileDescriptor socket = makeSocket();
     if (!file.isValid() || !socket.isValid() || !isOurs(file.get(), S_IFSOCK))
         return false;
+    limitSending(socket.get(), deadline);
     const sockaddr_un address = addressOf(pathOf(file.get()));
     const ssize_t sent = ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()),
         MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+    // Full of requests that nobody has read yet: the first start is busy, and what it will do then is what we ask for.
+    if (sent < 0 && errno == EAGAIN)
+        return isNameOf(fileName, file.get()) && isHeld();
     if (sent != ssize_t(activationToken.size()))
         return false;
     while (hasUnread(socket.get())) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/FileDescriptor.h"
+#include "Platform/WorkAllowance.h"
 
 #include <QByteArray>
 #include <QDeadlineTimer>
@@ -40,8 +41,8 @@ public:
     void giveBack();
 
 Q_SIGNALS:
-    /// Another start of the program wants this one to come forward; told once for several at once. The token may be
-    /// empty.
+    /// Another start of the program wants this one to come forward; told once for several at once, and however many there are,
+    /// no more often than costs a small share of a core. The token may be empty.
     void raiseRequested(const QByteArray& activationToken);
 
 private:
@@ -56,6 +57,9 @@ private:
     FileDescriptor m_lock;
     FileDescriptor m_socket;
     std::unique_ptr<QSocketNotifier> m_notifier;
+    WorkAllowance m_allowance;
+    WorkAllowance::Instant m_lastReceived;
+    WorkAllowance::Duration m_booked {}; ///< processor time up to the last request
 };
 
 } // namespace kestrum

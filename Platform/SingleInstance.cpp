@@ -8,13 +8,16 @@
 // goes before the socket does, and with it what nobody has read. A request that is lost in that way is none, and the second
 // start becomes the first.
 //
+// Whoever clears the runtime directory takes the lock's file away, and with it what others could see of the lock. So the first one
+// also holds a name that is in no folder (`InstanceName`). Who gets the lock and not the name is not the first, and has knocked
+// by asking: then the first one settles in the directory anew, where it can be told.
+//
 // The lock belongs to the open file, as flock's does, but it can be asked after without being taken: a look by
 // `isTaken` never makes a program that starts at the same moment believe that it is the second.
 
 #include "Platform/SingleInstance.h"
 
 #include "Platform/Log.h"
-#include "Platform/RuntimeDirectory.h"
 
 #include <QMetaObject>
 #include <QThread>
@@ -50,9 +53,9 @@ bool isOurs(int descriptor, mode_t kind)
         && state.st_uid == ::geteuid();
 }
 
-FileDescriptor openLock(const QByteArray& name, int flags)
+FileDescriptor openLock(int directory, const QByteArray& name, int flags)
 {
-    FileDescriptor file(::openat(RuntimeDirectory::shared().descriptor(), (name + ".lock").constData(),
+    FileDescriptor file(::openat(directory, (name + ".lock").constData(),
         O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | flags, S_IRUSR | S_IWUSR));
     return file.isValid() && isOurs(file.get(), S_IFREG) ? std::move(file) : FileDescriptor();
 }
@@ -75,15 +78,28 @@ sockaddr_un addressOf(const QByteArray& path)
     return address;
 }
 
+bool lock(const FileDescriptor& file)
+{
+    struct flock lock = wholeFile();
+    // Where there are no locks every process is the first.
+    return ::fcntl(file.get(), F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+}
+
 /// Whether `name` is still the name of the file that is open.
-bool isNameOf(const QByteArray& name, int descriptor)
+bool isNameOf(int directory, const QByteArray& name, int descriptor)
 {
     struct stat open;
     struct stat named;
     return ::fstat(descriptor, &open) == 0
-        && ::fstatat(RuntimeDirectory::shared().descriptor(), name.constData(), &named, AT_SYMLINK_NOFOLLOW)
-        == 0
+        && ::fstatat(directory, name.constData(), &named, AT_SYMLINK_NOFOLLOW) == 0
         && open.st_dev == named.st_dev && open.st_ino == named.st_ino;
+}
+
+bool isLocked(int directory, const QByteArray& name)
+{
+    const FileDescriptor file = openLock(directory, name, 0);
+    struct flock lock = wholeFile();
+    return file.isValid() && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
 /// Whether anything that was sent by `socket` has not been read, nor has gone with its reader.
@@ -135,18 +151,18 @@ SingleInstance::~SingleInstance()
 void SingleInstance::take()
 {
     m_isFirst = true;
-    const RuntimeDirectory& directory = RuntimeDirectory::shared();
-    if (!directory.isValid())
+    // Opened anew: it may have been cleared since.
+    m_directory = std::make_unique<RuntimeDirectory>(RuntimeDirectory::shared().rootPath());
+    if (!m_directory->isValid())
         return;
-    m_lock = openLock(m_name, O_CREAT);
+    m_lock = openLock(m_directory->descriptor(), m_name, O_CREAT);
     if (!m_lock.isValid()) {
         Log::warnOnce("instance",
             QStringLiteral("%1/%2.lock cannot be used: other starts of the program go unnoticed")
-                .arg(Log::escaped(directory.path()), QString::fromUtf8(m_name)));
+                .arg(Log::escaped(m_directory->path()), QString::fromUtf8(m_name)));
         return;
     }
-    struct flock lock = wholeFile();
-    m_isFirst = ::fcntl(m_lock.get(), F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
+    m_isFirst = lock(m_lock) && m_place.take(m_name) != InstanceName::Holder::anotherOfOurs;
     if (m_isFirst)
         openSocket();
     else
@@ -156,17 +172,19 @@ void SingleInstance::take()
 void SingleInstance::giveBack()
 {
     m_notifier.reset();
+    m_knocks.reset();
     // While the lock is held, so that it is ours that goes.
     if (m_socket.isValid())
-        ::unlinkat(RuntimeDirectory::shared().descriptor(), (m_name + ".socket").constData(), 0);
+        ::unlinkat(m_directory->descriptor(), (m_name + ".socket").constData(), 0);
     m_socket = FileDescriptor();
     m_lock = FileDescriptor();
+    m_place.release();
     m_isFirst = false;
 }
 
 void SingleInstance::openSocket()
 {
-    const int directory = RuntimeDirectory::shared().descriptor();
+    const int directory = m_directory->descriptor();
     const QByteArray fileName = m_name + ".socket";
     ::unlinkat(directory, fileName.constData(), 0);
     FileDescriptor socket = makeSocket(SOCK_NONBLOCK);
@@ -189,6 +207,31 @@ void SingleInstance::listen()
         return;
     m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &SingleInstance::receive);
+    if (m_knocks || m_place.descriptor() < 0)
+        return;
+    m_knocks = std::make_unique<QSocketNotifier>(m_place.descriptor(), QSocketNotifier::Read);
+    connect(m_knocks.get(), &QSocketNotifier::activated, this, &SingleInstance::settleAnew);
+}
+
+void SingleInstance::settleAnew()
+{
+    const auto before = WorkAllowance::processorTime();
+    if (m_place.answerKnocks() && !isNameOf(m_directory->descriptor(), m_name + ".lock", m_lock.get())) {
+        auto directory = std::make_unique<RuntimeDirectory>(RuntimeDirectory::shared().rootPath());
+        FileDescriptor file
+            = directory->isValid() ? openLock(directory->descriptor(), m_name, O_CREAT) : FileDescriptor();
+        // Whoever knocked holds the lock for a moment, and knocks again.
+        if (file.isValid() && lock(file)) {
+            m_directory = std::move(directory);
+            m_lock = std::move(file);
+            m_notifier.reset();
+            m_socket = FileDescriptor();
+            openSocket();
+            Log::info("instance",
+                QStringLiteral("the runtime directory was cleared; other starts find us there again"));
+        }
+    }
+    book(before);
 }
 
 void SingleInstance::receive()
@@ -210,15 +253,25 @@ void SingleInstance::receive()
     if (isAsked)
         Q_EMIT raiseRequested(token);
 
+    book(before);
+}
+
+void SingleInstance::book(WorkAllowance::Duration before)
+{
     const auto now = std::chrono::steady_clock::now();
     const auto from = now - m_lastReceived < aftermath ? m_booked : before;
     m_booked = WorkAllowance::processorTime();
     m_lastReceived = now;
     const auto pause = m_allowance.spend(m_booked - from + wakeUpCost, now);
-    if (pause > WorkAllowance::Duration::zero() && m_notifier) {
-        m_notifier->setEnabled(false); // the kernel keeps what comes meanwhile, and lets its senders wait
-        QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(pause), m_notifier.get(),
-            [this] { m_notifier->setEnabled(true); });
+    if (pause == WorkAllowance::Duration::zero())
+        return;
+    // The kernel keeps what comes meanwhile, and lets its senders wait.
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(pause);
+    for (QSocketNotifier* notifier : { m_notifier.get(), m_knocks.get() }) {
+        if (!notifier)
+            continue;
+        notifier->setEnabled(false);
+        QTimer::singleShot(rest, notifier, [notifier] { notifier->setEnabled(true); });
     }
 }
 
@@ -238,12 +291,11 @@ bool SingleInstance::raiseFirst(const QByteArray& activationToken)
 
 bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const
 {
-    const RuntimeDirectory& directory = RuntimeDirectory::shared();
-    if (!directory.isValid())
+    if (!m_directory->isValid())
         return false;
     const QByteArray fileName = m_name + ".socket";
     const FileDescriptor file(
-        ::openat(directory.descriptor(), fileName.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
+        ::openat(m_directory->descriptor(), fileName.constData(), O_PATH | O_NOFOLLOW | O_CLOEXEC));
     const FileDescriptor socket = makeSocket();
     if (!file.isValid() || !socket.isValid() || !isOurs(file.get(), S_IFSOCK))
         return false;
@@ -253,7 +305,8 @@ bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTime
         MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
     // Full of requests that nobody has read yet: the first start is busy, and what it will do then is what we ask for.
     if (sent < 0 && errno == EAGAIN)
-        return isNameOf(fileName, file.get()) && isHeld();
+        return isNameOf(m_directory->descriptor(), fileName, file.get())
+            && isLocked(m_directory->descriptor(), m_name);
     if (sent != ssize_t(activationToken.size()))
         return false;
     while (hasUnread(socket.get())) {
@@ -261,16 +314,16 @@ bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTime
             return true; // It is busy, but there.
         QThread::msleep(pauseOfReader);
     }
-    return isNameOf(fileName, file.get()) && isTaken(m_name) == true;
+    return isNameOf(m_directory->descriptor(), fileName, file.get())
+        && isLocked(m_directory->descriptor(), m_name);
 }
 
 std::optional<bool> SingleInstance::isTaken(const QByteArray& name)
 {
-    if (!RuntimeDirectory::shared().isValid())
+    const RuntimeDirectory& directory = RuntimeDirectory::shared();
+    if (!directory.isValid())
         return std::nullopt;
-    const FileDescriptor file = openLock(name, 0);
-    struct flock lock = wholeFile();
-    return file.isValid() && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    return isLocked(directory.descriptor(), name);
 }
 
 } // namespace kestrum

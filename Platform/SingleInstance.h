@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Platform/FileDescriptor.h"
+#include "Platform/InstanceName.h"
+#include "Platform/RuntimeDirectory.h"
 #include "Platform/WorkAllowance.h"
 
 #include <QByteArray>
@@ -13,7 +15,7 @@
 namespace kestrum {
 
 /// Holds a program's place as the only one of its name that the user runs. Processes meet in the private runtime
-/// directory; where there is none, every process is the first. The kernel gives the place back when the process ends,
+/// directory; where there is none, every process is the first. That it is cleared meanwhile lets no second one in. The kernel gives the place back when the process ends,
 /// however it ends. May be made before the application object, so that a second start needs no display.
 class SingleInstance : public QObject {
     Q_OBJECT
@@ -50,13 +52,19 @@ private:
     void openSocket();
     void listen();
     void receive();
+    void settleAnew();
+    /// Rests when more was spent since `before` than there is left.
+    void book(WorkAllowance::Duration before);
     bool tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const;
 
     QByteArray m_name;
     bool m_isFirst = false;
     FileDescriptor m_lock;
     FileDescriptor m_socket;
+    InstanceName m_place;
+    std::unique_ptr<RuntimeDirectory> m_directory;
     std::unique_ptr<QSocketNotifier> m_notifier;
+    std::unique_ptr<QSocketNotifier> m_knocks;
     WorkAllowance m_allowance;
     WorkAllowance::Instant m_lastReceived;
     WorkAllowance::Duration m_booked {}; ///< processor time up to the last request

@@ -1,3 +1,4 @@
+#include "Platform/InstanceName.h"
 #include "Platform/SingleInstance.h"
 #include "Platform/WorkAllowance.h"
 #include "tests/Peer.h"
@@ -9,7 +10,10 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <atomic>
+#include <csignal>
+#include <cstddef>
 #include <sys/socket.h>
+#include <sys/syscall.h>
 #include <sys/un.h>
 #include <thread>
 
@@ -101,6 +105,113 @@ private Q_SLOTS:
         QVERIFY2(share < 0.05, QByteArray::number(share).constData());
         for (int i = 0; i < 5; ++i)
             QVERIFY(isAnswered(3000));
+    }
+
+    void clearingTheRuntimeFolderLetsNoSecondOneIn_data()
+    {
+        QTest::addColumn<QString>("cleared");
+        QTest::newRow("the files") << folder() + QStringLiteral("/*");
+        QTest::newRow("the folder") << folder();
+        QTest::newRow("all of the runtime directory") << TestHome::runtimeDirectory() + QStringLiteral("/*");
+    }
+
+    void clearingTheRuntimeFolderLetsNoSecondOneIn()
+    {
+        QFETCH(const QString, cleared);
+        Peer first(instance());
+        QCOMPARE(first.line(), QByteArray("first"));
+        for (int times = 0; times < 2; ++times) {
+            clear(cleared);
+            Peer second(instance());
+            QCOMPARE(second.line(), QByteArray("second"));
+            QCOMPARE(second.finish(), 0);
+            QCOMPARE(first.line(), QByteArray("raise token"));
+            // And now as ever.
+            Peer third(instance());
+            QCOMPARE(third.line(), QByteArray("second"));
+            QCOMPARE(third.finish(), 0);
+            QCOMPARE(first.line(), QByteArray("raise token"));
+        }
+    }
+
+    void thePlaceIsFreeOnceItsHolderHasEnded_data() { clearingTheRuntimeFolderLetsNoSecondOneIn_data(); }
+
+    void thePlaceIsFreeOnceItsHolderHasEnded()
+    {
+        QFETCH(const QString, cleared);
+        for (const bool isKilled : { true, false }) {
+            Peer first(instance());
+            QCOMPARE(first.line(), QByteArray("first"));
+            clear(cleared);
+            if (isKilled) {
+                QCOMPARE(::kill(pid_t(first.pid()), SIGKILL), 0);
+                QCOMPARE(first.finish(), -1);
+            } else {
+                first.say("give it back");
+                QCOMPARE(first.line(), QByteArray("gave back"));
+            }
+            Peer next(instance());
+            QCOMPARE(next.line(), QByteArray("first"));
+        }
+    }
+
+    void aHolderThatHangsIsLeftInItsPlace()
+    {
+        Peer first(instance());
+        QCOMPARE(first.line(), QByteArray("first"));
+        clear(folder());
+        QCOMPARE(::kill(pid_t(first.pid()), SIGSTOP), 0);
+        Peer second(instance());
+        QCOMPARE(second.line(), QByteArray("second"));
+        QCOMPARE(second.finish(), 1); // it does not answer
+        QCOMPARE(::kill(pid_t(first.pid()), SIGCONT), 0);
+        QVERIFY(isAnswered(3000));
+    }
+
+    void anotherUserCannotHoldThePlace_data()
+    {
+        QTest::addColumn<bool>("isAnswering");
+        QTest::newRow("that answers") << true;
+        QTest::newRow("that does not") << false;
+    }
+
+    void anotherUserCannotHoldThePlace()
+    {
+        QFETCH(const bool, isAnswering);
+        if (::getuid() != 0)
+            QSKIP("only root can be another user");
+        const QByteArray address = InstanceName::addressOf("Kestrum");
+        std::atomic<int> socket = -1;
+        // The identity is that of the thread alone: the library's call would change that of all.
+        std::thread([&] {
+            sockaddr_un place {};
+            place.sun_family = AF_UNIX;
+            std::copy(address.begin(), address.end(), static_cast<char*>(place.sun_path));
+            socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            const auto size = socklen_t(offsetof(sockaddr_un, sun_path) + size_t(address.size()));
+            if (::syscall(SYS_setresuid, -1, 65534, -1) != 0
+                || ::bind(socket, reinterpret_cast<const sockaddr*>(&place), size) != 0
+                || (isAnswering && ::listen(socket, 1) != 0))
+                socket = -1;
+        }).join();
+        QVERIFY(socket >= 0);
+        const FileDescriptor held(socket);
+        {
+            const SingleInstance first("Kestrum");
+            QVERIFY(first.isFirst());
+            // The lock in the folder goes on to tell.
+            QVERIFY(!SingleInstance("Kestrum").isFirst());
+            QVERIFY(isAnswered(3000));
+        }
+    }
+
+private:
+    /// As the shell understands it.
+    static void clear(const QString& pattern)
+    {
+        QCOMPARE(QProcess::execute(QStringLiteral("/bin/sh"),
+                     { QStringLiteral("-c"), QStringLiteral("rm -rf ") + pattern }),
+            0);
     }
 };
 

@@ -6,6 +6,7 @@
 #include "Platform/ToolkitTexts.h"
 #include "Platform/WindowActivation.h"
 
+#include <QAccessibleObject>
 #include <QScreen>
 #include <QTimer>
 #include <utility>
@@ -16,6 +17,24 @@ namespace {
 
 constexpr QSize defaultSize { 640, 520 };
 
+/// The application as assistive programs list it: by its name. The toolkit would give them the identifier that windows and files of
+/// the application go by.
+class AccessibleApplication final : public QAccessibleApplication {
+public:
+    static void install()
+    {
+        QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
+            return object == qApp ? new AccessibleApplication : nullptr;
+        });
+    }
+
+    QString text(QAccessible::Text kind) const override
+    {
+        return kind == QAccessible::Name ? QGuiApplication::applicationDisplayName()
+                                         : QAccessibleApplication::text(kind);
+    }
+};
+
 } // namespace
 
 KestrumApp::KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run)
@@ -24,6 +43,7 @@ KestrumApp::KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run)
     , m_activationToken(WindowActivation::takeToken())
     , m_isInBackground(WindowActivation::takeIsInBackground())
 {
+    AccessibleApplication::install();
     setApplicationName(applicationIdentifier);
     setApplicationDisplayName(QStringLiteral("Kestrum"));
     setApplicationVersion(QStringLiteral(KESTRUM_VERSION));

@@ -39,6 +39,24 @@ SettingsFile::Identity identityOf(const struct stat& state)
         nanoseconds(state.st_ctim) };
 }
 
+SettingsFile::Trouble troubleOf(int error)
+{
+    using Trouble = SettingsFile::Trouble;
+    switch (error) {
+    case ENOSPC:
+    case EDQUOT:
+        return Trouble::diskFull;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return Trouble::notAllowed;
+    case ETIMEDOUT:
+        return Trouble::busy;
+    default:
+        return Trouble::other;
+    }
+}
+
 /// Whether the file may be written once more within the tick of its last time stamp. Ticks are 10 ms at most.
 bool isFresh(const struct stat& state)
 {
@@ -128,32 +146,34 @@ SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name
 {
     constexpr int attempts = 5;
     Reading reading;
-    const auto refused = [&](const QString& reason) {
+    const auto refused = [&](const QString& reason, Trouble trouble = Trouble::other) {
         reading.content.error = told("read", reason);
+        reading.content.trouble = trouble;
         return reading;
     };
+    const auto failed = [&refused](int error) { return refused(qt_error_string(error), troubleOf(error)); };
     for (int attempt = 0; attempt < attempts; ++attempt) {
         reading = {};
         // Not blocking: there may be a pipe.
         FileDescriptor file(
             ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
         if (!file.isValid())
-            return errno == ENOENT ? reading : refused(qt_error_string(errno));
+            return errno == ENOENT ? reading : failed(errno);
         if (::fstat(file.get(), &reading.state) != 0)
-            return refused(qt_error_string(errno));
+            return failed(errno);
         reading.content.identity = identityOf(reading.state);
         if (!S_ISREG(reading.state.st_mode))
             return refused(S_ISDIR(reading.state.st_mode) ? qt_error_string(EISDIR)
                                                           : QStringLiteral("Not a regular file"));
         if (m_owner == Owner::ourselves && reading.state.st_uid != ::geteuid())
-            return refused(QStringLiteral("It belongs to another user"));
+            return refused(QStringLiteral("It belongs to another user"), Trouble::notAllowed);
 
         const auto bytes = FilePlace::bytesOf(file.get(), SettingsText::maximumBytes);
         if (!bytes)
-            return refused(qt_error_string(errno));
+            return failed(errno);
         struct stat after;
         if (::fstat(file.get(), &after) != 0)
-            return refused(qt_error_string(errno));
+            return failed(errno);
         if (identityOf(after) != reading.content.identity)
             continue;
 
@@ -167,7 +187,7 @@ SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name
                 logArea, QStringLiteral("%1 is damaged: %2").arg(Log::escaped(m_path), parsed.damage));
         return reading;
     }
-    return refused(QStringLiteral("It is being written all the time"));
+    return refused(QStringLiteral("It is being written all the time"), Trouble::busy);
 }
 
 SettingsFile::Saved SettingsFile::save(const Changes& changes) const
@@ -175,6 +195,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     Saved saved;
     const auto failed = [&](const char* step, int error) {
         saved.error = told(step, qt_error_string(error));
+        saved.trouble = troubleOf(error);
         return saved;
     };
 
@@ -182,6 +203,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         if (!SettingsText::isStorable(change.value())) {
             saved.error
                 = told(logArea, QStringLiteral("%1 has a value that no text can hold").arg(change.key()));
+            saved.trouble = Trouble::other;
             return saved;
         }
     }
@@ -212,6 +234,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     saved.content = before.content;
     if (!before.content.error.isEmpty()) {
         saved.error = before.content.error;
+        saved.trouble = before.content.trouble;
         return saved;
     }
 

@@ -25,11 +25,21 @@ public:
         bool operator==(const Identity&) const = default;
     };
 
+    /// What kind of reason an error has, as far as people can do something about it.
+    enum class Trouble {
+        none,
+        diskFull,
+        notAllowed, ///< to read or write the file or its folder
+        busy,       ///< another program keeps the file to itself
+        other,
+    };
+
     struct Content {
         QJsonObject values;
         Identity identity;
         /// Why the file could not be read at all (not: "it is absent" or "it is damaged"); empty otherwise.
         QString error;
+        Trouble trouble = Trouble::none;
         /// What is wrong with the file's text; `values` is then what could be salvaged.
         QString damage;
         /// The file was written so shortly before it was read that a further write may leave `identity` as it
@@ -49,7 +59,8 @@ public:
         /// The file is another one now: false when all changes were already in it and nothing was written.
         /// True together with a failure when the new file stands, but may not outlast a power cut.
         bool changed = false;
-        QString error;   ///< names the file, the step and the reason
+        QString error; ///< names the file, the step and the reason
+        Trouble trouble = Trouble::none;
         Content content; ///< the file after the save; on failure what was read, if anything
     };
 

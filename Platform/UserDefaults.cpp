@@ -106,6 +106,8 @@ struct UserDefaults::Domain {
     quint64 seenGeneration = 0; ///< the counter as it was before the last look
     QString readError;
     QString saveError;
+    SettingsFile::Trouble readTrouble = SettingsFile::Trouble::none;
+    SettingsFile::Trouble saveTrouble = SettingsFile::Trouble::none;
     bool isDurabilityOwed = false; ///< the last save has replaced the file, but failed to make that last
     bool isObserved = false;
     bool isNoticeScheduled = false;
@@ -128,6 +130,7 @@ void UserDefaults::Domain::look()
 void UserDefaults::Domain::adopt(const SettingsFile::Content& content)
 {
     readError = content.error;
+    readTrouble = content.trouble;
     if (!content.error.isEmpty()) {
         Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));
         return;
@@ -174,6 +177,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     isDurabilityOwed = !saved.succeeded && (saved.changed || isDurabilityOwed);
     if (!saved.succeeded) {
         saveError = saved.error;
+        saveTrouble = saved.trouble;
         Log::warnOnce(SettingsFile::logArea, Log::escaped(saveError));
         const auto tell = [this, reason = saveError] { Q_EMIT defaults->saveFailed(reason); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveFailed)))
@@ -187,6 +191,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     seenGeneration = generation() == expected ? expected : before;
     if (!saveError.isEmpty()) {
         saveError.clear();
+        saveTrouble = SettingsFile::Trouble::none;
         const auto tell = [this] { Q_EMIT defaults->saveSucceeded(); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveSucceeded)))
             QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
@@ -354,6 +359,12 @@ QString UserDefaults::lastError() const
 {
     const std::scoped_lock lock(m_domain->mutex);
     return m_domain->saveError.isEmpty() ? m_domain->readError : m_domain->saveError;
+}
+
+SettingsFile::Trouble UserDefaults::lastTrouble() const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    return m_domain->saveError.isEmpty() ? m_domain->readTrouble : m_domain->saveTrouble;
 }
 
 void UserDefaults::sweepLeftovers()

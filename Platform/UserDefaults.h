@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/SettingsFile.h"
+
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QObject>
@@ -57,6 +59,8 @@ public:
 
     /// Why the last save failed, or why the file cannot be read; empty after a save that succeeded.
     QString lastError() const;
+    /// The kind of reason that it has; none where it is empty.
+    SettingsFile::Trouble lastTrouble() const;
 
     /// Removes what killed writers left behind; meant for after start-up.
     void sweepLeftovers();

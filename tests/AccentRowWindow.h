@@ -14,7 +14,7 @@ namespace kestrum {
 struct AccentRowWindow {
     static constexpr int customIndex = 8; ///< of the picker's last entry
     QWidget window;
-    AccentRow* row = new AccentRow(QStringLiteral("Colour"), Keys::memoryAccent);
+    AccentRow* row = new AccentRow(QStringLiteral("Colour"), QStringLiteral("Memory"), Keys::memoryAccent);
     PopupPicker* picker = row->findChild<PopupPicker*>();
     ColourWell* well = row->findChild<ColourWell*>();
 

@@ -63,6 +63,7 @@ private Q_SLOTS:
         open("menuBar");
         QVERIFY(isOpen());
         QCOMPARE(window().application().role(), text("application"));
+        QCOMPARE(window().application().name(), text("Kestrum"));
         QVERIFY(window().frame().has(State::showing));
         for (const char* page : { "Menu Bar", "Popovers", "General" }) {
             const Accessible row = window().row(page);

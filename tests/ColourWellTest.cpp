@@ -7,9 +7,12 @@
 
 #include <QAccessible>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QPointer>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QSpinBox>
+#include <QTranslator>
 #include <memory>
 
 using namespace kestrum;
@@ -32,6 +35,7 @@ struct Stage {
         page->setFixedSize(200, 100);
         well->move(50, 50);
         well->setAccessibleName(name);
+        well->setDialogTitle(QStringLiteral("CPU colour"));
         well->setColour(violet);
         page->show();
     }
@@ -125,13 +129,87 @@ private Q_SLOTS:
         QVERIFY(dialog->testOption(QColorDialog::DontUseNativeDialog));
         QVERIFY(dialog->testOption(QColorDialog::NoButtons));
         QVERIFY(!dialog->testOption(QColorDialog::ShowAlphaChannel));
-        QCOMPARE(dialog->windowTitle(), name);
+        QCOMPARE(dialog->windowTitle(), QStringLiteral("CPU colour"));
         QCOMPARE(dialog->parentWidget()->window(), &stage.window);
         // The window takes clicks while it is open.
         QTest::mouseClick(stage.well, Qt::LeftButton);
         QCOMPARE(stage.well->findChildren<QColorDialog*>().size(), 1);
         QCOMPARE(stage.dialog(), dialog);
         QVERIFY(dialog->isVisible());
+    }
+
+    void theDialogOpensBesideTheWindow_data()
+    {
+        QTest::addColumn<Qt::LayoutDirection>("direction");
+        QTest::addColumn<bool>("isWindowAtRight"); // of the screen
+        QTest::addColumn<bool>("isDialogAtRight"); // of the window
+        QTest::newRow("after the text's end") << Qt::LeftToRight << false << true;
+        QTest::newRow("where there is the room") << Qt::LeftToRight << true << false;
+        QTest::newRow("from the right") << Qt::RightToLeft << true << false;
+        QTest::newRow("from the right, where there is the room") << Qt::RightToLeft << false << true;
+    }
+
+    void theDialogOpensBesideTheWindow()
+    {
+        QFETCH(Qt::LayoutDirection, direction);
+        QFETCH(bool, isWindowAtRight);
+        Stage stage;
+        const QRect screen = stage.window.screen()->availableGeometry();
+        stage.window.setLayoutDirection(direction);
+        stage.page->setFixedSize(100, 100);
+        stage.window.resize(140, 300);
+        stage.window.move(isWindowAtRight ? screen.right() + 1 - stage.window.width() : screen.left(), 100);
+        QTest::qWait(10);
+        const QRect dialog = stage.opened()->frameGeometry();
+        const QRect window = stage.window.frameGeometry();
+        QTEST(dialog.left() > window.right(), "isDialogAtRight");
+        QTEST(dialog.right() >= window.left(), "isDialogAtRight");
+        QVERIFY(screen.contains(dialog));
+    }
+
+    void whereThereIsNoRoomBesideTheWindowTheDialogStaysOnTheScreen()
+    {
+        Stage stage;
+        const QRect screen = stage.window.screen()->availableGeometry();
+        stage.window.setGeometry(screen.adjusted(60, 60, -20, -60));
+        QTest::qWait(10);
+        const QRect dialog = stage.opened()->frameGeometry();
+        QVERIFY(screen.contains(dialog));
+        QCOMPARE(dialog.left(), screen.left());
+    }
+
+    // In letters that join, of which a mark of an access key makes other ones.
+    void nothingIsCutInTheDialogInArabic()
+    {
+        QTranslator arabic;
+        QVERIFY(arabic.load(QStringLiteral("qtbase_ar"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)));
+        QCoreApplication::installTranslator(&arabic);
+        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+        {
+            const Stage stage;
+            const QPointer<QColorDialog> dialog = stage.opened();
+            int seen = 0;
+            for (auto* label : dialog->findChildren<QLabel*>()) {
+                if (label->text().isEmpty())
+                    continue;
+                ++seen;
+                const auto ink = [label] {
+                    const QImage image = label->grab().toImage();
+                    int count = 0;
+                    for (int y = 0; y < image.height(); ++y) {
+                        for (int x = 0; x < image.width(); ++x)
+                            count += qGray(image.pixel(x, y)) < 128 ? 1 : 0;
+                    }
+                    return count;
+                };
+                const int shown = ink();
+                label->resize(label->width() + 40, label->height());
+                QVERIFY2(shown >= ink(), qPrintable(label->text()));
+            }
+            QVERIFY(seen >= 8);
+        }
+        QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+        QCoreApplication::removeTranslator(&arabic);
     }
 
     void eachMovementInTheDialogIsTold()

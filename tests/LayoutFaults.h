@@ -100,6 +100,7 @@ private:
         const auto ink = [&list, &index, size](int surplus) {
             QStyleOptionViewItem option;
             option.initFrom(&list);
+            option.state &= ~QStyle::State_MouseOver; // the ground below the pointer grows with the room
             option.rect = QRect(QPoint(), size + QSize(surplus, 0));
             QImage image(option.rect.size(), QImage::Format_Grayscale8);
             image.fill(Qt::white);

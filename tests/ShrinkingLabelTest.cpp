@@ -65,6 +65,36 @@ private Q_SLOTS:
         QVERIFY(label.shownText().endsWith(u'…'));
     }
 
+    void onTwoLinesItNeedNotShrink()
+    {
+        ShrinkingLabel label(Theme::TextStyle::callout, Theme::Colour::text);
+        label.setText(m_text);
+        label.setMayWrap(true);
+        const QSize line = label.sizeHint();
+        label.resize(line);
+        QCOMPARE(label.sizeHint(), line);
+        label.resize(int(line.width() * 0.7), 2 * line.height());
+        QCOMPARE(label.shownFont(), label.font());
+        QCOMPARE(label.shownText(), m_text);
+        QVERIFY(label.sizeHint().height() > 1.8 * line.height());
+        // Both lines are painted.
+        const QImage image = label.grab().toImage();
+        const auto hasInk = [&image](int top, int bottom) {
+            for (int y = top; y < bottom; ++y) {
+                for (int x = 0; x < image.width(); ++x) {
+                    if (qGray(image.pixel(x, y)) < 100)
+                        return true;
+                }
+            }
+            return false;
+        };
+        QVERIFY(hasInk(0, line.height()) && hasInk(line.height(), 2 * line.height()));
+        // Where two lines would not do either, it shrinks on one.
+        label.resize(line.width() / 3, line.height());
+        QVERIFY(label.shownFont().pointSizeF() < label.font().pointSizeF());
+        QCOMPARE(label.sizeHint(), line);
+    }
+
     void anEmptyTextIsNoTrouble()
     {
         ShrinkingLabel label(Theme::TextStyle::caption, Theme::Colour::text);

@@ -139,6 +139,7 @@ void StoreFullDiskTest::fullDiskKeepsTheOldFileAndIsTold()
         QCOMPARE(content(), before);
         QVERIFY2(saved.error.contains(path()) && saved.error.contains(QStringLiteral("No space left")),
             qUtf8Printable(saved.error));
+        QCOMPARE(saved.trouble, SettingsFile::Trouble::diskFull);
         QCOMPARE(QDir(QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum"))
                      .entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden),
             QStringList());

@@ -39,12 +39,14 @@ void UserDefaultsFailureTest::failedSaveChangesNothingAndIsTold()
         QCOMPARE(store->number("a"), 1.0);
         QVERIFY(store->lastError().contains(QStringLiteral("Permission denied")));
         QVERIFY(store->lastError().contains(path()));
+        QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::notAllowed);
         QCOMPARE(::chmod(QFile::encodeName(TestHome::configDirectory()).constData(), 0700), 0);
         QTRY_COMPARE(failures.size(), 2);
         QCOMPARE(failures.constFirst(), store->lastError());
         QCOMPARE(successes, 0);
         QVERIFY(store->set("a", 2));
         QCOMPARE(store->lastError(), QString());
+        QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::none);
         QTRY_COMPARE(successes, 1);
         QVERIFY(store->set("a", 3));
         QTest::qWait(20);
@@ -77,6 +79,7 @@ void UserDefaultsFailureTest::fileThatCannotBeReadLeavesTheDefaults()
     store->registerDefaults({ { QStringLiteral("a"), 1 } });
     QCOMPARE(store->number("a"), 1.0);
     QVERIFY(store->lastError().contains(path()));
+    QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::other);
     QVERIFY(!store->set("a", 2));
     QCOMPARE(store->number("a"), 1.0);
     QVERIFY(QDir().rmdir(path()));

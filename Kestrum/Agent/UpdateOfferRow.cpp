@@ -20,7 +20,7 @@ namespace {
 
 constexpr int stripHeight = 52;
 constexpr int stripPadding = 10; // at the sides
-constexpr int itemGap = 6;       // small: the sidebar is narrow, and the title is to be read whole
+constexpr int itemGap = 6;       // small: the sidebar is narrow
 constexpr int lineGap = 1;
 constexpr double symbolPoints = 13; // as the body text
 
@@ -84,6 +84,7 @@ QWidget* UpdateOfferRow::makeStrip()
 
     auto* title = new ShrinkingLabel(Theme::TextStyle::callout, Theme::Colour::text);
     title->setText(AppLanguage::string("Update available"));
+    title->setMayWrap(true);
     m_version = new ShrinkingLabel(Theme::TextStyle::caption, Theme::Colour::sidebarSecondaryText);
     auto* texts = new QVBoxLayout;
     texts->setSpacing(lineGap);

@@ -24,8 +24,26 @@ ShrinkingLabel::ShrinkingLabel(Theme::TextStyle style, Theme::Colour colour, QWi
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 }
 
+void ShrinkingLabel::setMayWrap(bool mayWrap)
+{
+    m_mayWrap = mayWrap;
+    updateGeometry();
+}
+
+bool ShrinkingLabel::isWrapped() const
+{
+    const QFontMetricsF metrics(font());
+    const double room = contentsRect().width();
+    if (!m_mayWrap || metrics.horizontalAdvance(text()) <= room)
+        return false;
+    const QRectF lines = metrics.boundingRect(QRectF(0, 0, room, QWIDGETSIZE_MAX), Qt::TextWordWrap, text());
+    return lines.width() <= room && lines.height() < 2.5 * metrics.lineSpacing();
+}
+
 QFont ShrinkingLabel::shownFont() const
 {
+    if (isWrapped())
+        return font();
     const double room = contentsRect().width();
     const auto width = [this](const QFont& font) { return QFontMetricsF(font).horizontalAdvance(text()); };
     QFont shown = font();
@@ -41,13 +59,16 @@ QFont ShrinkingLabel::shownFont() const
 
 QString ShrinkingLabel::shownText() const
 {
-    return QFontMetricsF(shownFont()).elidedText(text(), Qt::ElideRight, contentsRect().width());
+    return isWrapped()
+        ? text()
+        : QFontMetricsF(shownFont()).elidedText(text(), Qt::ElideRight, contentsRect().width());
 }
 
 QSize ShrinkingLabel::sizeHint() const
 {
     const QFontMetricsF metrics(font());
-    return { int(std::ceil(metrics.horizontalAdvance(text()))), int(std::ceil(metrics.height())) };
+    const double height = metrics.height() + (isWrapped() ? metrics.lineSpacing() : 0);
+    return { int(std::ceil(metrics.horizontalAdvance(text()))), int(std::ceil(height)) };
 }
 
 QSize ShrinkingLabel::minimumSizeHint() const
@@ -64,14 +85,22 @@ bool ShrinkingLabel::event(QEvent* event)
     return true;
 }
 
+void ShrinkingLabel::resizeEvent(QResizeEvent* event)
+{
+    QLabel::resizeEvent(event);
+    // The height that it wants depends on the width.
+    if (m_mayWrap && event->size().width() != event->oldSize().width())
+        updateGeometry();
+}
+
 void ShrinkingLabel::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setLayoutDirection(layoutDirection());
     painter.setFont(shownFont());
     painter.setPen(Theme::colour(m_colour));
-    painter.drawText(
-        contentsRect(), int(Qt::AlignLeading | Qt::AlignVCenter | Qt::TextSingleLine), shownText());
+    const int lines = isWrapped() ? Qt::TextWordWrap : Qt::TextSingleLine;
+    painter.drawText(contentsRect(), int(Qt::AlignLeading | Qt::AlignVCenter) | lines, shownText());
 }
 
 } // namespace kestrum

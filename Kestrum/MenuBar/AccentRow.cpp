@@ -55,7 +55,7 @@ QIcon icon(const Swatch& swatch)
 
 } // namespace
 
-AccentRow::AccentRow(const QString& title, const UnregisteredKey<MeterAccent>& key)
+AccentRow::AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key)
     : Row(title, new PopupPicker)
     , m_stored(key, MeterAccent::fallback)
     , m_picker(findChild<PopupPicker*>())
@@ -68,6 +68,7 @@ AccentRow::AccentRow(const QString& title, const UnregisteredKey<MeterAccent>& k
     m_picker->addDivider();
     m_picker->addEntry(AppLanguage::string("Custom"));
     m_well->setAccessibleName(AppLanguage::string("%@ custom colour", { title }));
+    m_well->setDialogTitle(AppLanguage::string("%@ colour", { subject }));
     setCompanion(m_well);
 
     m_pause.setSingleShot(true);

@@ -12,7 +12,7 @@ MemorySection::MemorySection()
 {
     add(Form::picker<MemoryReadout>(
         "Readout", { Setting { Keys::memoryReadout, MemoryReadout::usage }, MeterSettings::memoryReadout }));
-    add(new AccentRow(AppLanguage::string("Colour"), Keys::memoryAccent));
+    add(new AccentRow(AppLanguage::string("Colour"), AppLanguage::string("Memory"), Keys::memoryAccent));
 }
 
 } // namespace kestrum

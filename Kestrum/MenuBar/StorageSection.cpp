@@ -12,7 +12,7 @@ StorageSection::StorageSection()
 {
     add(Form::picker<StorageReadout>("Readout",
         { Setting { Keys::storageReadout, StorageReadout::usage }, MeterSettings::storageReadout }));
-    add(new AccentRow(AppLanguage::string("Colour"), Keys::storageAccent));
+    add(new AccentRow(AppLanguage::string("Colour"), AppLanguage::string("Disk"), Keys::storageAccent));
 }
 
 } // namespace kestrum

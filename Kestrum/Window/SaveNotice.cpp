@@ -2,11 +2,13 @@
 
 #include "Kestrum/Form/FormPage.h"
 #include "Kestrum/Form/Theme.h"
+#include "Kestrum/Form/WrappedLabel.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/UserDefaults.h"
 
 #include <QAccessible>
 #include <QPainter>
-#include <cmath>
+#include <QVBoxLayout>
 
 namespace kestrum {
 
@@ -14,66 +16,66 @@ namespace {
 
 constexpr int padding = 8; // above and below
 
+QString reasonOf(SettingsFile::Trouble trouble)
+{
+    using Trouble = SettingsFile::Trouble;
+    switch (trouble) {
+    case Trouble::diskFull:
+        return AppLanguage::string("The disk is full.");
+    case Trouble::notAllowed:
+        return AppLanguage::string("Access to the settings file is denied.");
+    case Trouble::busy:
+        return AppLanguage::string("Another program is using the settings file.");
+    case Trouble::none:
+    case Trouble::other:
+        break;
+    }
+    return AppLanguage::string("The settings file cannot be written.");
+}
+
 } // namespace
 
-SaveNotice::SaveNotice(QWidget* parent)
+SaveNotice::SaveNotice(const UserDefaults& store, QWidget* parent)
     : QWidget(parent)
+    , m_store(store)
+    , m_text(new WrappedLabel(Theme::TextStyle::body, {}, this))
 {
-    setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Fixed);
-    setFont(Theme::font(Theme::TextStyle::body));
+    QSizePolicy policy(QSizePolicy::Ignored, QSizePolicy::Fixed);
+    policy.setHeightForWidth(true);
+    setSizePolicy(policy);
+    m_text->setForegroundRole(QPalette::BrightText);
+    auto* layout = new QVBoxLayout(this);
+    layout->addWidget(m_text);
     hide();
 }
 
-void SaveNotice::setReason(const QString& reason)
+void SaveNotice::look()
 {
-    if (reason.isEmpty()) {
+    const QString particulars = m_store.lastError();
+    if (particulars.isEmpty()) {
         hide();
         return;
     }
-    m_heading = AppLanguage::string("Settings are not being saved:") + u' ';
-    m_reason = reason;
-    setAccessibleName(m_heading + m_reason);
-    // Where the line is too long for the page, the reason loses its beginning, which is the path of a file.
-    setToolTip(m_heading + m_reason);
-    update();
+    m_text->setText(
+        AppLanguage::string("Settings are not being saved:") + u' ' + reasonOf(m_store.lastTrouble()));
+    setAccessibleName(m_text->text());
+    setAccessibleDescription(particulars);
+    setToolTip(particulars);
     show();
     QAccessibleEvent alert(this, QAccessible::Alert);
     QAccessible::updateAccessibility(&alert);
 }
 
-QSize SaveNotice::sizeHint() const
-{
-    const QFontMetricsF metrics(font());
-    const double width = metrics.horizontalAdvance(m_heading) + metrics.horizontalAdvance(m_reason);
-    return { int(std::ceil(width)) + 2 * Theme::pageMargin, fontMetrics().lineSpacing() + 2 * padding + 1 };
-}
-
-QSize SaveNotice::minimumSizeHint() const
-{
-    return { 0, sizeHint().height() };
-}
-
-QRect SaveNotice::line() const
+void SaveNotice::resizeEvent(QResizeEvent* event)
 {
     const int margin = FormPage::margin(width());
-    return rect().adjusted(margin, padding, -margin, -padding - 1);
-}
-
-QString SaveNotice::shownText() const
-{
-    const QFontMetricsF metrics(font());
-    const double room = line().width();
-    const QString text = m_heading
-        + metrics.elidedText(m_reason, Qt::ElideLeft, room - metrics.horizontalAdvance(m_heading));
-    return metrics.elidedText(text, Qt::ElideRight, room);
+    layout()->setContentsMargins(margin, padding, margin, padding + 1);
+    QWidget::resizeEvent(event);
 }
 
 void SaveNotice::paintEvent(QPaintEvent*)
 {
-    QPainter painter(this);
-    painter.setPen(Theme::colour(Theme::Colour::error));
-    painter.drawText(line(), int(Qt::AlignLeading | Qt::AlignVCenter), shownText());
-    painter.fillRect(0, height() - 1, width(), 1, Theme::colour(Theme::Colour::separator));
+    QPainter(this).fillRect(0, height() - 1, width(), 1, Theme::colour(Theme::Colour::separator));
 }
 
 } // namespace kestrum

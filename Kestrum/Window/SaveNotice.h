@@ -4,29 +4,27 @@
 
 namespace kestrum {
 
-/// One line above the page that says why settings are not being saved. Hidden while all is well.
+class UserDefaults;
+class WrappedLabel;
+
+/// A line above the page that says why settings are not being saved, in the interface language; a tool tip has the particulars. It
+/// wraps where the page is too narrow for it. Hidden while all is well.
 class SaveNotice final : public QWidget {
     Q_OBJECT
 public:
-    explicit SaveNotice(QWidget* parent = nullptr);
+    /// `store` outlives it.
+    explicit SaveNotice(const UserDefaults& store, QWidget* parent = nullptr);
 
-    /// Shows `reason`; an empty one hides the line.
-    void setReason(const QString& reason);
-
-    /// What of it there is room for: a long reason loses its beginning, but the line never what it is about.
-    QString shownText() const;
-
-    QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
+    /// Shows how `store` fares now.
+    void look();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
-    QRect line() const;
-
-    QString m_heading;
-    QString m_reason;
+    const UserDefaults& m_store;
+    WrappedLabel* m_text;
 };
 
 } // namespace kestrum

@@ -22,6 +22,7 @@
 #include <QPainter>
 #include <QResizeEvent>
 #include <QScrollArea>
+#include <QScrollBar>
 #include <QShortcut>
 #include <QVBoxLayout>
 
@@ -44,6 +45,17 @@ QWidget* makePage(SettingsPage page)
         return new GeneralPage;
     }
     return new FormPage;
+}
+
+/// All that can have the keyboard in `content`, but for windows of its own. The order is the same in every language.
+QWidgetList keyboardPlaces(const QWidget& content)
+{
+    QWidgetList places;
+    for (QWidget* part : content.findChildren<QWidget*>()) {
+        if (part->focusPolicy() != Qt::NoFocus && part->window() == content.window())
+            places.append(part);
+    }
+    return places;
 }
 
 /// The line between the pages and the sidebar's foot. An offer brings a line of its own, and the two would look like a thick
@@ -97,6 +109,12 @@ private:
 
 } // namespace
 
+struct SettingsView::Whereabouts {
+    QList<int> columns { minimumSidebarWidth, minimumWindow.width() };
+    qsizetype focus = -1; ///< among the places of the keyboard
+    int scrolled = 0;
+};
+
 SettingsView::SettingsView(QWidget* parent)
     : QWidget(parent)
 {
@@ -110,7 +128,7 @@ SettingsView::SettingsView(QWidget* parent)
     rebuild();
 
     UserDefaults& store = SharedSettings::store();
-    const auto tell = [this, &store] { m_notice->setReason(store.lastError()); };
+    const auto tell = [this] { m_notice->look(); };
     connect(&store, &UserDefaults::saveFailed, this, tell);
     connect(&store, &UserDefaults::saveSucceeded, this, tell);
     // A file that could not be read may have been mended.
@@ -178,15 +196,14 @@ void SettingsView::rebuild()
     setLocale(locale);
     QGuiApplication::setLayoutDirection(locale.textDirection());
 
-    const QList<int> columns
-        = m_split ? m_split->sizes() : QList<int> { minimumSidebarWidth, minimumWindow.width() };
-    const bool hadFocus = m_split && m_split->isAncestorOf(focusWidget());
+    const Whereabouts place = whereabouts();
     delete m_split;
     m_pageWidget = nullptr;
+    m_font = Theme::font(Theme::TextStyle::body);
 
     m_split = new SplitView;
     m_sidebar = new Sidebar;
-    m_notice = new SaveNotice;
+    m_notice = new SaveNotice(SharedSettings::store());
     auto* page = new QWidget;
     m_pageColumn = new QVBoxLayout(page);
     m_pageColumn->setContentsMargins(0, 0, 0, 0);
@@ -196,14 +213,57 @@ void SettingsView::rebuild()
     m_split->addWidget(page);
     m_split->widget(0)->lower(); // children are heard in their order, which the splitter turns round
     m_split->setStretchFactor(1, 1);
-    m_split->setSizes(columns);
+    m_split->setSizes(place.columns);
     layout()->addWidget(m_split);
 
-    m_notice->setReason(SharedSettings::store().lastError());
+    m_notice->look();
     showPage(storedPage());
     connect(m_sidebar, &Sidebar::pageSelected, this, &SettingsView::selectPage);
-    if (hadFocus || !focusWidget())
-        m_sidebar->setFocus();
+    returnTo(place);
+}
+
+SettingsView::Whereabouts SettingsView::whereabouts() const
+{
+    Whereabouts place;
+    if (!m_split)
+        return place;
+    place.columns = m_split->sizes();
+    place.focus = keyboardPlaces(*m_split).indexOf(focusWidget());
+    if (const auto* page = qobject_cast<QScrollArea*>(m_pageWidget))
+        place.scrolled = page->verticalScrollBar()->value();
+    return place;
+}
+
+void SettingsView::returnTo(const Whereabouts& place)
+{
+    // Now, or how far the page can be scrolled would not be known before the next frame.
+    if (isVisible()) {
+        m_split->show();
+        layout()->activate();
+    }
+    if (place.focus >= 0 || !focusWidget()) {
+        QWidget* focused = keyboardPlaces(*m_split).value(place.focus, m_sidebar);
+        focused->setFocus(
+            testAttribute(Qt::WA_KeyboardFocusChange) ? Qt::TabFocusReason : Qt::OtherFocusReason);
+    }
+    if (const auto* page = qobject_cast<QScrollArea*>(m_pageWidget))
+        page->verticalScrollBar()->setValue(place.scrolled);
+}
+
+bool SettingsView::event(QEvent* event)
+{
+    if (event->type() == QEvent::ThemeChange)
+        adoptFont();
+    return QWidget::event(event);
+}
+
+void SettingsView::adoptFont()
+{
+    const QFont font = Theme::font(Theme::TextStyle::body);
+    if (font == m_font)
+        return;
+    QApplication::setFont(font);
+    rebuild();
 }
 
 void SettingsView::adoptScheme()

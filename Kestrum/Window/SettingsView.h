@@ -16,7 +16,8 @@ class SplitView;
 
 /// The settings window's content: the sidebar of pages and beside it the page selected. The page is
 /// remembered in the shared settings and followed there, so the window opens where it was left. When the
-/// interface language is chosen anew all content is built again, on the same page.
+/// interface language is chosen anew, or the desktop's font is another one, all content is built again, on the same page, scrolled as
+/// it was and with the keyboard at the same control.
 class SettingsView final : public QWidget {
     Q_OBJECT
 public:
@@ -36,8 +37,16 @@ public:
     /// As high as the window has to be to show the whole of the page, at its present width.
     int pageHeight() const;
 
+protected:
+    bool event(QEvent* event) override;
+
 private:
     void rebuild();
+    /// Where people are in the content: what rebuilding it is not to change.
+    struct Whereabouts;
+    Whereabouts whereabouts() const;
+    void returnTo(const Whereabouts& place);
+    void adoptFont();
     void adoptScheme();
     void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
 
@@ -47,6 +56,7 @@ private:
     SaveNotice* m_notice = nullptr;
     QVBoxLayout* m_pageColumn = nullptr;
     QWidget* m_pageWidget = nullptr;
+    QFont m_font; ///< that the content was built with
     SettingsPage m_shownPage = SettingsPage::menuBar;
 };
 

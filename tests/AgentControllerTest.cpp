@@ -5,13 +5,13 @@
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
+#include "tests/ToldFocus.h"
 
 #include <QElapsedTimer>
 #include <QGuiApplication>
 #include <QRasterWindow>
 #include <QSignalSpy>
 #include <memory>
-#include <qpa/qwindowsysteminterface.h>
 
 using namespace kestrum;
 
@@ -19,11 +19,6 @@ class AgentControllerTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<AgentStage> m_stage;
-
-    static void setFocus(QWindow* window)
-    {
-        QWindowSystemInterface::handleWindowActivated<QWindowSystemInterface::SynchronousDelivery>(window);
-    }
 
     /// What one change of the running programs tells.
     static void tellOfAChange() { Q_EMIT Workspace::shared().runningApplicationsChanged(); }
@@ -107,12 +102,12 @@ private Q_SLOTS:
         window.show();
         QVERIFY(QTest::qWaitForWindowActive(&window));
         AgentController controller;
-        setFocus(nullptr);
+        tellOfFocus(nullptr);
         QSignalSpy looks(&controller, &AgentController::isRunningChanged);
-        setFocus(&window);
+        tellOfFocus(&window);
         QTRY_COMPARE(looks.count(), 1);
         // Not when it is left.
-        setFocus(nullptr);
+        tellOfFocus(nullptr);
         QTest::qWait(50);
         QCOMPARE(looks.count(), 1);
     }

@@ -3,6 +3,7 @@
 #include "tests/FileTree.h"
 #include "tests/StandIns.h"
 #include "tests/TestHome.h"
+#include "tests/ToldFocus.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -10,7 +11,6 @@
 #include <QRasterWindow>
 #include <QTest>
 #include <memory>
-#include <qpa/qwindowsysteminterface.h>
 #include <unistd.h>
 
 using namespace kestrum;
@@ -44,8 +44,7 @@ class RelaunchTest : public QObject {
         // As the platform tells it.
         static void setFocus(QWindow* window)
         {
-            QWindowSystemInterface::handleWindowActivated<QWindowSystemInterface::SynchronousDelivery>(
-                window);
+            tellOfFocus(window);
             QCOMPARE(isActive(), window != nullptr);
         }
     };

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <climits>
+#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -98,6 +99,17 @@ bool FilePlace::renameToNew(int directory, const QByteArray& from, const QByteAr
     // is lost.
     return ::linkat(directory, from.constData(), directory, to.constData(), 0) == 0
         && ::unlinkat(directory, from.constData(), 0) == 0;
+}
+
+bool FilePlace::isOpenForWriting(int file)
+{
+    // A lease for reading is given on files only that nobody has open for writing. Who is about to do so waits for the moment in
+    // which we have it, and we are sent a signal: one that is ignored, instead of the usual, which ends a process.
+    ::fcntl(file, F_SETSIG, SIGURG);
+    if (::fcntl(file, F_SETLEASE, F_RDLCK) != 0)
+        return errno == EAGAIN;
+    ::fcntl(file, F_SETLEASE, F_UNLCK);
+    return false;
 }
 
 std::optional<QByteArray> FilePlace::bytesOf(int file, qsizetype most)

@@ -41,6 +41,9 @@ bool makeDirectory(const QByteArray& path);
 /// Gives an entry of `directory` another name, in one step; false and EEXIST when something has that name.
 bool renameToNew(int directory, const QByteArray& from, const QByteArray& to);
 
+/// Whether any process has `file`, which is open for reading only, open for writing as well; false where that cannot be told.
+bool isOpenForWriting(int file);
+
 /// Reads `file` up to its end; nothing when that fails or is more than `most` bytes (EFBIG).
 std::optional<QByteArray> bytesOf(int file, qsizetype most);
 

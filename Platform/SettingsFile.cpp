@@ -2,7 +2,8 @@
 //   1. follow the symbolic links, for people keep their settings files elsewhere and link them;
 //   2. take the lock beside the file itself, which every link to it leads to, so that nobody else's save falls between
 //      our reading and our writing; and look whether the links still lead there;
-//   3. read what is there now; what cannot be read is never written over;
+//   3. read what is there now, and wait a moment where somebody else is in the midst of saving it; what cannot be read is
+//      never written over;
 //   4. merge, and stop when that changes nothing;
 //   5. to 7. replace the file (see FileReplacement), with the copy of a damaged one made before.
 // The lock ends with the descriptor, on every way out.
@@ -23,6 +24,7 @@
 #include <fcntl.h>
 #include <optional>
 #include <sys/stat.h>
+#include <thread>
 
 namespace kestrum {
 
@@ -57,32 +59,57 @@ SettingsFile::Trouble troubleOf(int error)
     }
 }
 
-/// Whether the file may be written once more within the tick of its last time stamp. Ticks are 10 ms at most.
-bool isFresh(const struct stat& state)
+using namespace std::chrono_literals;
+using Clock = std::chrono::steady_clock;
+
+// A file may be written once more within the tick of its last time stamp. Ticks are 10 ms at most.
+constexpr std::chrono::nanoseconds twoTicks = 20ms;
+// File systems of the network may say of any file that it is open, so that counts only for so long after a write.
+constexpr std::chrono::nanoseconds longestWriting = 10s;
+constexpr Clock::duration longestWaitForWriter = 1s;
+constexpr Clock::duration pauseBetweenReadings = 5ms;
+
+bool isWithin(std::chrono::nanoseconds limit, const struct timespec& time)
 {
-    constexpr qint64 twoTicks = 20'000'000;
     struct timespec now;
     ::clock_gettime(CLOCK_REALTIME, &now);
-    return qAbs(nanoseconds(now) - nanoseconds(state.st_ctim)) < twoTicks;
+    return qAbs(nanoseconds(now) - nanoseconds(time)) < limit.count();
 }
 
-bool belongsToAnother(const QByteArray& folder)
+SettingsFile::Doubt doubtAbout(int file, const struct stat& state)
+{
+    if (isWithin(longestWriting, state.st_mtim) && FilePlace::isOpenForWriting(file))
+        return SettingsFile::Doubt::open;
+    const bool isNew = isWithin(SettingsFile::believedAfter, state.st_mtim);
+    return isNew ? SettingsFile::Doubt::passing : SettingsFile::Doubt::none;
+}
+
+bool hasChangedJustNow(int directory)
 {
     struct stat state;
-    return ::stat(folder.constData(), &state) == 0 && state.st_uid != ::geteuid();
+    return ::fstat(directory, &state) == 0 && isWithin(SettingsFile::believedAfter, state.st_mtim);
+}
+
+QByteArray lockOf(const QByteArray& path)
+{
+    return path + ".lock";
 }
 
 /// The folder because of which root has no business there: what root leaves in a user's home, its user can neither read nor
 /// remove. Nothing when there is none.
 std::optional<QByteArray> folderOfAnother(const QByteArray& path)
 {
+    struct stat state;
     const QByteArray home = QFile::encodeName(QDir::homePath());
-    if (path.startsWith(home + '/') && belongsToAnother(home))
+    if (path.startsWith(home + '/') && ::stat(home.constData(), &state) == 0 && state.st_uid != ::geteuid())
         return home;
     QByteArray folder = FilePlace::of(path).directory;
-    while (::access(folder.constData(), F_OK) != 0 && folder != "/")
+    while (::stat(folder.constData(), &state) != 0) {
+        if (folder == "/")
+            return std::nullopt; // whatever is wrong there shows in the next step
         folder = FilePlace::of(folder).directory;
-    return belongsToAnother(folder) ? std::optional(folder) : std::nullopt;
+    }
+    return state.st_uid != ::geteuid() ? std::optional(folder) : std::nullopt;
 }
 
 } // namespace
@@ -181,13 +208,46 @@ SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name
         reading.bytes = *bytes;
         reading.content.values = parsed.values;
         reading.content.damage = parsed.damage;
-        reading.content.isFresh = isFresh(reading.state);
-        if (!parsed.damage.isEmpty())
+        reading.content.isFresh = isWithin(twoTicks, reading.state.st_ctim);
+        const bool isWhole = parsed.damage.isEmpty() && !bytes->trimmed().isEmpty();
+        if (!isWhole && m_owner == Owner::ourselves)
+            reading.content.doubt = doubtAbout(file.get(), reading.state);
+        if (!parsed.damage.isEmpty() && reading.content.doubt != Doubt::open)
             Log::warnOnce(
                 logArea, QStringLiteral("%1 is damaged: %2").arg(Log::escaped(m_path), parsed.damage));
         return reading;
     }
     return refused(QStringLiteral("It is being written all the time"), Trouble::busy);
+}
+
+SettingsFile::Content SettingsFile::readFirst() const
+{
+    const FilePlace::Place target = FilePlace::of(FilePlace::wayTo(QFile::encodeName(m_path)).constLast());
+    const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
+    const QByteArray lock = lockOf(target.name);
+    const bool wasSaved = directory.isValid() && ::faccessat(directory.get(), lock.constData(), F_OK, 0) == 0;
+    return directory.isValid() ? readSettled(directory.get(), target.name, wasSaved, true).content : read();
+}
+
+/// Reads until there is no doubt, or waiting has not removed it. A file that `wasSaved` at some time is waited for when its
+/// directory has changed just now; one that is not whole unless it `mayBeHalf`, except where it is open.
+SettingsFile::Reading SettingsFile::readSettled(
+    int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const
+{
+    const auto start = Clock::now();
+    for (;;) {
+        Reading reading = readAt(directory, name, O_NOFOLLOW);
+        const bool isAway = reading.content.error.isEmpty() && !reading.exists();
+        const bool isOpen = reading.content.doubt == Doubt::open;
+        const bool isPassing = (isAway && wasSaved && hasChangedJustNow(directory))
+            || (reading.content.doubt == Doubt::passing && !mayBeHalf);
+        const Clock::duration patience = isOpen ? longestWaitForWriter
+            : isPassing                         ? Clock::duration(believedAfter)
+                                                : Clock::duration(0);
+        if (Clock::now() - start >= patience)
+            return reading;
+        std::this_thread::sleep_for(pauseBetweenReadings);
+    }
 }
 
 SettingsFile::Saved SettingsFile::save(const Changes& changes) const
@@ -221,7 +281,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     std::optional<SettingsLock> lock;
     for (QByteArray locked; locked != targetPath; targetPath = FilePlace::wayTo(path).constLast()) {
         locked = targetPath;
-        lock.emplace(locked + ".lock");
+        lock.emplace(lockOf(locked));
         if (!lock->isHeld())
             return failed(errno == ENOENT ? "open the directory" : "lock", errno);
     }
@@ -230,13 +290,17 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     if (!directory.isValid())
         return failed("open the directory", errno);
 
-    const Reading before = readAt(directory.get(), target.name, O_NOFOLLOW);
+    // Who is saving the file takes no lock, and would go on in a file that has no name any more.
+    const Reading before = readSettled(directory.get(), target.name, !lock->isNew(), false);
     saved.content = before.content;
-    if (!before.content.error.isEmpty()) {
-        saved.error = before.content.error;
-        saved.trouble = before.content.trouble;
-        return saved;
+    saved.error = before.content.error;
+    saved.trouble = before.content.trouble;
+    if (before.content.doubt == Doubt::open) {
+        saved.error = told("save", QStringLiteral("another program is writing it"));
+        saved.trouble = Trouble::busy;
     }
+    if (!saved.error.isEmpty())
+        return saved;
 
     const QJsonObject values = changes.appliedTo(before.content.values);
     if (values == before.content.values) {

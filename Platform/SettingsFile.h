@@ -4,6 +4,7 @@
 #include <QJsonObject>
 #include <QString>
 #include <QStringList>
+#include <chrono>
 #include <sys/types.h>
 
 namespace kestrum {
@@ -34,6 +35,16 @@ public:
         other,
     };
 
+    /// How long a file that is away or not whole must stay so until that is believed: editors save in several steps.
+    static constexpr std::chrono::milliseconds believedAfter { 200 };
+
+    /// What speaks for a state of the file between two steps of a program that is saving it.
+    enum class Doubt {
+        none,
+        passing, ///< blank or damaged, and written less than `believedAfter` ago
+        open,    ///< blank or damaged, and a program that wrote to it some seconds ago has it open
+    };
+
     struct Content {
         QJsonObject values;
         Identity identity;
@@ -45,6 +56,8 @@ public:
         /// The file was written so shortly before it was read that a further write may leave `identity` as it
         /// is.
         bool isFresh = false;
+        Doubt doubt = Doubt::none;
+        bool isSound() const { return identity.size >= 0 && damage.isEmpty() && doubt == Doubt::none; }
     };
 
     /// Values to store, and keys to remove.
@@ -81,6 +94,9 @@ public:
     Identity identity() const;
     /// Reads what is there. Never waits, whatever stands there. A damaged file is told in the log.
     Content read() const;
+    /// As `read`, for one who has not seen the file before: waits a moment for one that is between two steps of being saved, or
+    /// was there just now. Does not wait for one that is just not whole.
+    Content readFirst() const;
 
     /// Merges `changes` into what is on disk now and saves durably, under a lock that all writers share.
     /// Waits for the lock as long as others get further (see `SettingsLock`). A damaged file is copied before it is written over; one that cannot be
@@ -93,6 +109,7 @@ public:
 private:
     struct Reading;
     Reading readAt(int directory, const QByteArray& name, int flags) const;
+    Reading readSettled(int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const;
     QString told(const char* step, const QString& reason) const;
 
     QString m_path;

@@ -31,20 +31,25 @@ constexpr Clock::duration longestStandstill = 2s;
 constexpr Clock::duration longestWait = 10s;
 
 /// The directory may have been deleted and made again while we waited: then we hold the lock of a file that
-/// nobody else will ever see.
-bool isStillAt(const QByteArray& path, int descriptor)
+/// nobody else will ever see. 0 when it is still there, ESTALE when it is not, else the `errno` for which that is not known.
+int stateOf(const QByteArray& path, int descriptor)
 {
     struct stat held;
     struct stat there;
-    return ::fstat(descriptor, &held) == 0 && ::stat(path.constData(), &there) == 0
-        && held.st_dev == there.st_dev && held.st_ino == there.st_ino;
+    if (::fstat(descriptor, &held) != 0)
+        return errno;
+    if (::stat(path.constData(), &there) != 0)
+        return errno == ENOENT ? ESTALE : errno;
+    return held.st_dev == there.st_dev && held.st_ino == there.st_ino ? 0 : ESTALE;
 }
 
-FileDescriptor opened(const QByteArray& path)
+FileDescriptor opened(const QByteArray& path, bool* isNew)
 {
     // Not blocking, in case that somebody put a pipe there.
-    constexpr int flags = O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
-    return FileDescriptor(::open(path.constData(), flags, 0600));
+    constexpr int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
+    FileDescriptor file(::open(path.constData(), flags));
+    *isNew = !file.isValid() && errno == ENOENT;
+    return *isNew ? FileDescriptor(::open(path.constData(), flags | O_CREAT, 0600)) : std::move(file);
 }
 
 /// 0 or an `errno`.
@@ -101,20 +106,18 @@ SettingsLock::SettingsLock(const QByteArray& path)
 {
     const auto deadline = Clock::now() + longestWait;
     int error = 0;
-    while (error == 0) {
-        FileDescriptor file = opened(path);
+    do {
+        FileDescriptor file = opened(path, &m_isNew);
         if (!file.isValid())
             return;
         error = lock(file.get(), LOCK_EX | LOCK_NB);
         if (error == EWOULDBLOCK)
             error = lockByThread(file, FilePlace::of(path).directory, deadline);
-        if (error == 0 && isStillAt(path, file.get())) {
+        if (error == 0)
+            error = stateOf(path, file.get());
+        if (error == 0)
             m_descriptor = std::move(file);
-            return;
-        }
-        if (error == 0 && Clock::now() >= deadline)
-            error = ETIMEDOUT;
-    }
+    } while (error == ESTALE && Clock::now() < deadline);
     errno = error;
 }
 

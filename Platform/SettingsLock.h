@@ -16,9 +16,12 @@ public:
     explicit SettingsLock(const QByteArray& path);
 
     bool isHeld() const { return m_descriptor.isValid(); }
+    /// Whether the lock's file was not there before: then nobody has saved here yet.
+    bool isNew() const { return m_isNew; }
 
 private:
     FileDescriptor m_descriptor;
+    bool m_isNew = false;
 };
 
 } // namespace kestrum

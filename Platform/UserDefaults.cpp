@@ -12,21 +12,22 @@
 #include "Platform/UserDefaults.h"
 
 #include "Platform/Bundle.h"
-#include "Platform/DirectoryWatch.h"
 #include "Platform/FileName.h"
 #include "Platform/FilePlace.h"
 #include "Platform/GenerationCounter.h"
 #include "Platform/Identifier.h"
 #include "Platform/LayeredValues.h"
 #include "Platform/Log.h"
+#include "Platform/SettingsDoubt.h"
 #include "Platform/SettingsFile.h"
+#include "Platform/SettingsWatch.h"
 
 #include <QCoreApplication>
-#include <QFileInfo>
+#include <QDir>
 #include <QMetaMethod>
 #include <QThread>
+#include <QTimer>
 #include <mutex>
-#include <vector>
 
 namespace kestrum {
 
@@ -71,9 +72,10 @@ struct UserDefaults::Domain {
         , file(fileIn(FilePlace::configDirectory(), domainName))
         , counter(GenerationCounter::open(domainName))
         , seenGeneration(generation())
+        , watch(file, [this] { scheduleObservedLook(); })
     {
         values.setAdministered(administeredValues(name));
-        adopt(file.read());
+        adopt(file.readFirst());
     }
 
     quint64 generation() const { return counter ? counter->value() : 0; }
@@ -81,7 +83,7 @@ struct UserDefaults::Domain {
     /// Brings the snapshot up to date.
     void refresh()
     {
-        if (!counter || counter->value() != seenGeneration || !counter->isShared())
+        if (doubt.isOpen() || !counter || counter->value() != seenGeneration || !counter->isShared())
             look();
     }
 
@@ -91,8 +93,8 @@ struct UserDefaults::Domain {
     void scheduleNotice();
 
     void startObserving();
-    void watch();
     void scheduleObservedLook();
+    void scheduleSecondLook();
 
     UserDefaults* const defaults;
     const QString name;
@@ -103,6 +105,7 @@ struct UserDefaults::Domain {
     LayeredValues values;
     SettingsFile::Identity identity; ///< of the file that `values` came from
     bool isIdentityCertain = false;
+    SettingsDoubt doubt;
     quint64 seenGeneration = 0; ///< the counter as it was before the last look
     QString readError;
     QString saveError;
@@ -111,18 +114,23 @@ struct UserDefaults::Domain {
     bool isDurabilityOwed = false; ///< the last save has replaced the file, but failed to make that last
     bool isObserved = false;
     bool isNoticeScheduled = false;
+    bool isSecondLookScheduled = false;
 
     // Of the main thread only.
-    std::vector<std::unique_ptr<DirectoryWatch>> watches;
-    QStringList watchedTrail;
+    SettingsWatch watch;
     bool isLookScheduled = false;
 };
 
 void UserDefaults::Domain::look()
 {
     const quint64 now = generation(); // before the file: a save that ends in between is looked for again
-    if (!isIdentityCertain || !readError.isEmpty() || file.identity() != identity)
-        adopt(file.read());
+    if (doubt.isOpen() || !isIdentityCertain || !readError.isEmpty() || file.identity() != identity) {
+        const auto content = file.read();
+        if (doubt.concerns(content))
+            scheduleSecondLook();
+        else
+            adopt(content);
+    }
     seenGeneration = now;
 }
 
@@ -137,6 +145,7 @@ void UserDefaults::Domain::adopt(const SettingsFile::Content& content)
     }
     identity = content.identity;
     isIdentityCertain = !content.isFresh;
+    doubt.settle(content);
     if (content.values == values.stored())
         return;
     values.setStored(content.values);
@@ -163,7 +172,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     {
         const std::scoped_lock lock(mutex);
         look();
-        const bool isKnown = readError.isEmpty() && !isDurabilityOwed;
+        const bool isKnown = readError.isEmpty() && !isDurabilityOwed && !doubt.isOpen();
         if (isKnown && changes.appliedTo(values.stored()) == values.stored())
             return true;
     }
@@ -201,33 +210,9 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
 
 void UserDefaults::Domain::startObserving()
 {
-    watch();
+    watch.follow();
     const std::scoped_lock lock(mutex);
     look();
-}
-
-/// Watches the directory of the file and of every symbolic link that leads to it.
-void UserDefaults::Domain::watch()
-{
-    const QStringList trail = file.trail();
-    if (trail == watchedTrail)
-        return;
-    watchedTrail = trail;
-
-    QMap<QString, QByteArrayList> entries;
-    for (const QString& path : trail) {
-        const QFileInfo place(path);
-        entries[place.path()].append(QFile::encodeName(place.fileName()));
-    }
-    watches.clear();
-    for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
-        const auto heard = [this, names = entry.value()](const QByteArray& changedName) {
-            if (changedName.isEmpty() || names.contains(changedName))
-                scheduleObservedLook();
-        };
-        watches.push_back(
-            std::make_unique<DirectoryWatch>(entry.key(), DirectoryWatch::Interest::content, heard));
-    }
 }
 
 /// One look for all that is heard in a turn, and not within a watch's handler, as the look may end that
@@ -239,11 +224,30 @@ void UserDefaults::Domain::scheduleObservedLook()
     isLookScheduled = true;
     const auto lookAround = [this] {
         isLookScheduled = false;
-        watch();
+        watch.follow();
         const std::scoped_lock lock(mutex);
         look();
     };
     QMetaObject::invokeMethod(defaults, lookAround, Qt::QueuedConnection);
+}
+
+/// Nothing happens when a doubt has lasted long enough, so nobody would tell.
+void UserDefaults::Domain::scheduleSecondLook()
+{
+    if (!isObserved || isSecondLookScheduled)
+        return;
+    isSecondLookScheduled = true;
+    const auto lookAgain = [this] {
+        {
+            const std::scoped_lock lock(mutex);
+            isSecondLookScheduled = false;
+        }
+        scheduleObservedLook();
+    };
+    const auto wait = [this, lookAgain] {
+        QTimer::singleShot(SettingsFile::believedAfter, Qt::PreciseTimer, defaults, lookAgain);
+    };
+    QMetaObject::invokeMethod(defaults, wait, Qt::QueuedConnection);
 }
 
 UserDefaults::UserDefaults(const QString& name)

@@ -1,5 +1,7 @@
 // The settings application started anew by itself, in another language.
 
+#include "KestrumShared/Settings/SharedSettings.h"
+#include "tests/FileContent.h"
 #include "tests/SettingsAppTest.h"
 #include "tests/SystemCallFilter.h"
 
@@ -100,6 +102,38 @@ private Q_SLOTS:
         QVERIFY(stage().successor(old) > 0);
         QTest::qWait(300);
         QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
+    }
+
+    void savingTheSettingsInAnEditorStartsNothingAnew()
+    {
+        // Editors move the file away and make a new one. In between it says no language.
+        stage().write("language", "\"de\"");
+        stage().write("refreshInterval", "1");
+        open();
+        const qint32 old = m_window->pid();
+        stage().turnToOther();
+        const QString path = SharedSettings::store().filePath();
+        QByteArray text = contentOf(path);
+        QVERIFY(text.contains("\"de\"") && text.contains("\"refreshInterval\": 1"));
+        for (int i = 2; i <= 20; ++i) {
+            text.replace("\"refreshInterval\": " + QByteArray::number(i - 1),
+                "\"refreshInterval\": " + QByteArray::number(i));
+            QVERIFY(QFile::rename(path, path + u'~'));
+            QTest::qWait(30);
+            QFile made(path);
+            QVERIFY(made.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+            QTest::qWait(30);
+            QCOMPARE(made.write(text), text.size());
+            made.close();
+            QVERIFY(QFile::remove(path + u'~'));
+            QTest::qWait(30);
+        }
+        QTest::qWait(1000);
+        QCOMPARE(stage().settingsApplications(), QList<qint32> { old });
+        QCOMPARE(stage().read("refreshInterval"), QByteArray("20"));
+        // A language that is really another one is still heard of.
+        write(path, text.replace("\"de\"", "\"en\""));
+        QVERIFY(stage().successor(old) > 0);
     }
 
     void withoutAShellTheApplicationStaysClosedWithoutAWord()

@@ -53,7 +53,14 @@ void StoreFaultsTest::failedCallLeavesOldOrNewAndIsTold()
     QVERIFY(sound.calls.size() > 15);
     int failures = 0;
     int round = 0;
+    QByteArray last;
+    qsizetype tried = 0;
     for (const auto& call : sound.calls) {
+        // Every folder of a path is asked whether it is a link: one after another, in the same way.
+        if (call.name == "readlink" && std::exchange(last, call.name) == call.name)
+            continue;
+        last = call.name;
+        ++tried;
         for (const char* once : { "", "+" }) {
 #ifdef __SANITIZE_ADDRESS__
             // The sanitizers look at memory by writing to pipes, and end the process when they cannot.
@@ -76,7 +83,7 @@ void StoreFaultsTest::failedCallLeavesOldOrNewAndIsTold()
         }
     }
     // Most calls are needed; without the one or the other, such as the exact time stamp, a save still holds.
-    QVERIFY2(failures > sound.calls.size(), QByteArray::number(failures).constData());
+    QVERIFY2(failures > tried, QByteArray::number(failures).constData());
 }
 
 void StoreFaultsTest::namedStepsAreInTheError_data()

@@ -231,7 +231,7 @@ void SingleInstance::settleAnew()
                 QStringLiteral("the runtime directory was cleared; other starts find us there again"));
         }
     }
-    book(before);
+    restAfter(WorkAllowance::processorTime() - before);
 }
 
 void SingleInstance::receive()
@@ -253,16 +253,15 @@ void SingleInstance::receive()
     if (isAsked)
         Q_EMIT raiseRequested(token);
 
-    book(before);
+    const bool isAftermath = std::chrono::steady_clock::now() - m_lastReceived < aftermath;
+    const auto from = std::exchange(m_booked, WorkAllowance::processorTime());
+    m_lastReceived = std::chrono::steady_clock::now();
+    restAfter(m_booked - (isAftermath ? from : before));
 }
 
-void SingleInstance::book(WorkAllowance::Duration before)
+void SingleInstance::restAfter(WorkAllowance::Duration cost)
 {
-    const auto now = std::chrono::steady_clock::now();
-    const auto from = now - m_lastReceived < aftermath ? m_booked : before;
-    m_booked = WorkAllowance::processorTime();
-    m_lastReceived = now;
-    const auto pause = m_allowance.spend(m_booked - from + wakeUpCost, now);
+    const auto pause = m_allowance.spend(cost + wakeUpCost, std::chrono::steady_clock::now());
     if (pause == WorkAllowance::Duration::zero())
         return;
     // The kernel keeps what comes meanwhile, and lets its senders wait.

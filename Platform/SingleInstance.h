@@ -53,8 +53,8 @@ private:
     void listen();
     void receive();
     void settleAnew();
-    /// Rests when more was spent since `before` than there is left.
-    void book(WorkAllowance::Duration before);
+    /// Hears nobody for a while when a request cost more than there was left for it.
+    void restAfter(WorkAllowance::Duration cost);
     bool tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const;
 
     QByteArray m_name;

@@ -1,56 +1,19 @@
-#include "Kestrum/Form/ColourWell.h"
-
 #include "Kestrum/Form/PushButton.h"
 #include "tests/ColourDialogHand.h"
-#include "tests/ControlWindow.h"
+#include "tests/ColourWellStage.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
 #include <QLabel>
-#include <QLibraryInfo>
 #include <QPointer>
-#include <QScreen>
 #include <QSignalSpy>
 #include <QSpinBox>
-#include <QTranslator>
 #include <memory>
 
 using namespace kestrum;
 using Theme::Colour;
 
-namespace {
-
-const QColor violet(0x6B, 0x6B, 0xF2);
-const QString name = QStringLiteral("Colour custom colour");
-
-/// A well on a page of a window.
-struct Stage {
-    QPointer<QWidget> page = new QWidget;
-    QPointer<ColourWell> well = new ColourWell(page);
-    QSignalSpy picks { well, &ColourWell::picked };
-    ControlWindow window { page };
-
-    Stage()
-    {
-        page->setFixedSize(200, 100);
-        well->move(50, 50);
-        well->setAccessibleName(name);
-        well->setDialogTitle(QStringLiteral("CPU colour"));
-        well->setColour(violet);
-        page->show();
-    }
-
-    QPointer<QColorDialog> dialog() const { return well ? well->findChild<QColorDialog*>() : nullptr; }
-    QPointer<QColorDialog> opened() const
-    {
-        QTest::mouseClick(well, Qt::LeftButton);
-        const QPointer<QColorDialog> dialog = this->dialog();
-        return dialog && QTest::qWaitForWindowExposed(dialog) ? dialog : nullptr;
-    }
-    QColor lastPick() const { return picks.isEmpty() ? QColor() : picks.last().first().value<QColor>(); }
-};
-
-} // namespace
+using Stage = ColourWellStage;
 
 class ColourWellTest : public QObject {
     Q_OBJECT
@@ -62,7 +25,7 @@ private Q_SLOTS:
     {
         const Stage stage;
         QCOMPARE(stage.well->size(), QSize(44, 24));
-        QCOMPARE(stage.well->grab().toImage().pixelColor(22, 12), violet);
+        QCOMPARE(stage.well->grab().toImage().pixelColor(22, 12), Stage::violet);
         stage.well->setColour(QColor(10, 20, 30, 40));
         QCOMPARE(stage.well->colour(), QColor(10, 20, 30));
         QCOMPARE(stage.well->grab().toImage().pixelColor(22, 12), QColor(10, 20, 30));
@@ -94,7 +57,7 @@ private Q_SLOTS:
                 QTest::keyClick(stage.well, Qt::Key(key));
             const QPointer<QColorDialog> dialog = stage.dialog();
             QVERIFY(dialog && dialog->isVisible());
-            QCOMPARE(dialog->currentColor(), violet);
+            QCOMPARE(dialog->currentColor(), Stage::violet);
             QCOMPARE(stage.picks.size(), 0);
         }
     }
@@ -136,80 +99,6 @@ private Q_SLOTS:
         QCOMPARE(stage.well->findChildren<QColorDialog*>().size(), 1);
         QCOMPARE(stage.dialog(), dialog);
         QVERIFY(dialog->isVisible());
-    }
-
-    void theDialogOpensBesideTheWindow_data()
-    {
-        QTest::addColumn<Qt::LayoutDirection>("direction");
-        QTest::addColumn<bool>("isWindowAtRight"); // of the screen
-        QTest::addColumn<bool>("isDialogAtRight"); // of the window
-        QTest::newRow("after the text's end") << Qt::LeftToRight << false << true;
-        QTest::newRow("where there is the room") << Qt::LeftToRight << true << false;
-        QTest::newRow("from the right") << Qt::RightToLeft << true << false;
-        QTest::newRow("from the right, where there is the room") << Qt::RightToLeft << false << true;
-    }
-
-    void theDialogOpensBesideTheWindow()
-    {
-        QFETCH(Qt::LayoutDirection, direction);
-        QFETCH(bool, isWindowAtRight);
-        Stage stage;
-        const QRect screen = stage.window.screen()->availableGeometry();
-        stage.window.setLayoutDirection(direction);
-        stage.page->setFixedSize(100, 100);
-        stage.window.resize(140, 300);
-        stage.window.move(isWindowAtRight ? screen.right() + 1 - stage.window.width() : screen.left(), 100);
-        QTest::qWait(10);
-        const QRect dialog = stage.opened()->frameGeometry();
-        const QRect window = stage.window.frameGeometry();
-        QTEST(dialog.left() > window.right(), "isDialogAtRight");
-        QTEST(dialog.right() >= window.left(), "isDialogAtRight");
-        QVERIFY(screen.contains(dialog));
-    }
-
-    void whereThereIsNoRoomBesideTheWindowTheDialogStaysOnTheScreen()
-    {
-        Stage stage;
-        const QRect screen = stage.window.screen()->availableGeometry();
-        stage.window.setGeometry(screen.adjusted(60, 60, -20, -60));
-        QTest::qWait(10);
-        const QRect dialog = stage.opened()->frameGeometry();
-        QVERIFY(screen.contains(dialog));
-        QCOMPARE(dialog.left(), screen.left());
-    }
-
-    // In letters that join, of which a mark of an access key makes other ones.
-    void nothingIsCutInTheDialogInArabic()
-    {
-        QTranslator arabic;
-        QVERIFY(arabic.load(QStringLiteral("qtbase_ar"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)));
-        QCoreApplication::installTranslator(&arabic);
-        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
-        {
-            const Stage stage;
-            const QPointer<QColorDialog> dialog = stage.opened();
-            int seen = 0;
-            for (auto* label : dialog->findChildren<QLabel*>()) {
-                if (label->text().isEmpty())
-                    continue;
-                ++seen;
-                const auto ink = [label] {
-                    const QImage image = label->grab().toImage();
-                    int count = 0;
-                    for (int y = 0; y < image.height(); ++y) {
-                        for (int x = 0; x < image.width(); ++x)
-                            count += qGray(image.pixel(x, y)) < 128 ? 1 : 0;
-                    }
-                    return count;
-                };
-                const int shown = ink();
-                label->resize(label->width() + 40, label->height());
-                QVERIFY2(shown >= ink(), qPrintable(label->text()));
-            }
-            QVERIFY(seen >= 8);
-        }
-        QGuiApplication::setLayoutDirection(Qt::LeftToRight);
-        QCoreApplication::removeTranslator(&arabic);
     }
 
     void eachMovementInTheDialogIsTold()
@@ -287,7 +176,7 @@ private Q_SLOTS:
         const QPointer<QColorDialog> dialog = stage.opened();
         QTest::keyClick(dialog, Qt::Key_Escape);
         QTRY_VERIFY(!dialog);
-        QCOMPARE(stage.well->colour(), violet);
+        QCOMPARE(stage.well->colour(), Stage::violet);
         QCOMPARE(stage.picks.size(), 0);
         stage.well->setColour(Qt::red);
         const QPointer<QColorDialog> again = stage.opened();
@@ -367,7 +256,7 @@ private Q_SLOTS:
         QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(stage.well);
         QVERIFY(accessible);
         QCOMPARE(accessible->role(), QAccessible::Button);
-        QCOMPARE(accessible->text(QAccessible::Name), name);
+        QCOMPARE(accessible->text(QAccessible::Name), Stage::name);
         QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#6b6bf2"));
         stage.well->setColour(Qt::red);
         QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#ff0000"));
@@ -404,7 +293,7 @@ private Q_SLOTS:
     {
         const Stage stage;
         stage.well->setEnabled(false);
-        QVERIFY(stage.well->grab().toImage().pixelColor(22, 12) != violet);
+        QVERIFY(stage.well->grab().toImage().pixelColor(22, 12) != Stage::violet);
         QTest::mouseClick(stage.well, Qt::LeftButton);
         QVERIFY(!stage.dialog());
     }

@@ -1,13 +1,18 @@
-// The size of the desktop's font, as a desktop tells it to the toolkit: by the settings of one that the toolkit reads by itself.
-// It reads them once, when a program starts.
+// The size of the desktop's font, as a desktop tells it to the toolkit: by the settings of one whose theme the toolkit has built in.
+// It reads them when a program starts, and when it hears that colours were changed there.
 
 #include "Kestrum/Form/Theme.h"
 #include "tests/LayoutFaults.h"
 #include "tests/Programs.h"
+#include "tests/SessionBus.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestHome.h"
 #include "tests/VirtualDisplay.h"
 
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QLabel>
 #include <cstdio>
 
 using namespace kestrum;
@@ -83,6 +88,25 @@ private Q_SLOTS:
             QVERIFY2(faults.isEmpty(), qPrintable(rawValue(page.value) + u' ' + faults.join(u'\n')));
         }
     }
+
+    // Last, as this program keeps it.
+    void anotherFontIsFollowedAtOnce()
+    {
+        SettingsView view;
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        const auto size = [&view] { return view.findChild<QLabel*>()->font().pointSizeF(); };
+        const double large = size();
+        tellFont(10);
+        QDBusMessage change = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
+            QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("SettingChanged"));
+        change << QStringLiteral("org.kde.kdeglobals.General") << QStringLiteral("ColorScheme")
+               << QVariant::fromValue(QDBusVariant(QStringLiteral("Another")));
+        QVERIFY(QDBusConnection::sessionBus().send(change));
+        QTRY_VERIFY(size() < large);
+        QCOMPARE(Theme::font(Theme::TextStyle::body).pointSizeF(), 10.0);
+        QCOMPARE(QApplication::font().pointSizeF(), 10.0);
+    }
 };
 
 int main(int argc, char** argv)
@@ -97,8 +121,10 @@ int main(int argc, char** argv)
     }
     const TestHome home;
     const VirtualDisplay display;
-    if (!display.isUp())
+    const SessionBus bus;
+    if (!display.isUp() || !bus.isUp())
         return 1;
+    qRegisterMetaType<QDBusVariant>(); // or the toolkit could not listen
     tellFont(30);
     QApplication application(argc, argv);
     LargeFontTest test;

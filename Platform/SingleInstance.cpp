@@ -261,11 +261,11 @@ void SingleInstance::receive()
 
 void SingleInstance::restAfter(WorkAllowance::Duration cost)
 {
-    const auto pause = m_allowance.spend(cost + wakeUpCost, std::chrono::steady_clock::now());
-    if (pause == WorkAllowance::Duration::zero())
+    const auto owed = m_allowance.spend(cost + wakeUpCost, std::chrono::steady_clock::now());
+    if (owed == WorkAllowance::Duration::zero())
         return;
     // The kernel keeps what comes meanwhile, and lets its senders wait.
-    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(pause);
+    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(owed);
     for (QSocketNotifier* notifier : { m_notifier.get(), m_knocks.get() }) {
         if (!notifier)
             continue;

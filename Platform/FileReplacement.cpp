@@ -188,7 +188,7 @@ std::optional<Failure> FileReplacement::replaceFile(const QByteArray& path, QByt
 Failure FileReplacement::keepDamaged(
     int directory, const QByteArray& name, QByteArrayView bytes, QByteArray* copy)
 {
-    constexpr char step[] = "keep a copy of the damaged file";
+    static constexpr char step[] = "keep a copy of the damaged file";
     constexpr int lastNumber = 999;
     const auto numbered
         = [&name](int number) { return QByteArray(name + ".damaged-" + QByteArray::number(number)); };

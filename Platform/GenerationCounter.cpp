@@ -36,7 +36,7 @@ bool hasPage(int file)
     return ::posix_fallocate(file, 0, off_t(pageSize())) == 0;
 }
 
-bool isOurs(int file)
+bool isPrivateFile(int file)
 {
     struct stat state;
     return ::fstat(file, &state) == 0 && S_ISREG(state.st_mode) && state.st_uid == ::geteuid()
@@ -128,7 +128,7 @@ std::unique_ptr<GenerationCounter> GenerationCounter::open(const QString& name)
         return nullptr;
     FileDescriptor file(::openat(directory.descriptor(), fileName->constData(),
         O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR));
-    if (!file.isValid() || !isOurs(file.get()) || !hasPage(file.get()))
+    if (!file.isValid() || !isPrivateFile(file.get()) || !hasPage(file.get()))
         return nullptr;
     void* page = ::mmap(nullptr, pageSize(), PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     if (page == MAP_FAILED)

@@ -44,7 +44,7 @@ SystemAppearance::SystemAppearance()
 
 bool SystemAppearance::reducesMotion() const
 {
-    return m_portal->reducesMotion();
+    return m_reducesMotion.value_or(m_portal->reducesMotion());
 }
 
 void SystemAppearance::setScheme(ColourScheme scheme, const std::optional<QColor>& accent)

@@ -27,6 +27,8 @@ public:
 
     /// Fixes scheme and accent, for pictures and tests; nothing follows the desktop from then on.
     void setScheme(ColourScheme scheme, const std::optional<QColor>& accent = std::nullopt);
+    /// Fixes whether things stand still, for tests.
+    void setReducesMotion(bool reduces) { m_reducesMotion = reduces; }
 
 Q_SIGNALS:
     /// Scheme or accent is another one now.
@@ -41,6 +43,7 @@ private:
     AppearancePortal* m_portal;
     ColourScheme m_scheme = ColourScheme::light;
     std::optional<QColor> m_accent;
+    std::optional<bool> m_reducesMotion;
     bool m_isFixed = false;
 };
 

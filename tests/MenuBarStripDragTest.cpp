@@ -1,8 +1,10 @@
+#include "KestrumShared/Drawing/StripGround.h"
 #include "KestrumShared/Drawing/StripLayout.h"
 #include "tests/PaintWatcher.h"
 #include "tests/StripWindow.h"
 #include "tests/TestHome.h"
 
+#include <QElapsedTimer>
 #include <QSignalSpy>
 
 using namespace kestrum;
@@ -202,13 +204,38 @@ private Q_SLOTS:
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("storage,sensors,memory,cpu"));
     }
 
-    void theDraggedItemHasTheBackdrop()
+    void theDraggedItemIsLiftedOff_data()
     {
+        QTest::addColumn<ColourScheme>("scheme");
+        QTest::addColumn<QColor>("ink");
+        QTest::newRow("light") << ColourScheme::light << QColor(0x1D, 0x1D, 0x1F);
+        QTest::newRow("dark") << ColourScheme::dark << QColor(0xF2, 0xF2, 0xF4);
+    }
+    void theDraggedItemIsLiftedOff()
+    {
+        QFETCH(ColourScheme, scheme);
+        QFETCH(QColor, ink);
+        SystemAppearance::shared().setScheme(scheme);
         StripWindow w;
         w.show();
         w.press(w.middle(storage));
         w.drag(w.middle(storage) + 5);
-        QVERIFY(std::abs(w.pixel(w.frame(storage).left() - 2, 11).alpha() - 36) <= 1);
+        const double left = w.frame(storage).left();
+        // The backdrop, on a piece of plate of its own: what it passes does not show through.
+        const QColor plate = StripGround::plate(scheme);
+        const QColor ground = w.pixel(left - 2, 11);
+        QCOMPARE(ground.alpha(), 255);
+        QVERIFY(std::abs(ground.red() - (plate.red() * 0.86 + ink.red() * 0.14)) <= 2);
+        QVERIFY(std::abs(ground.blue() - (plate.blue() * 0.86 + ink.blue() * 0.14)) <= 2);
+        // Its shadow, more below than above.
+        const auto shadow = [&](double x, double y) {
+            const QColor pixel = w.pixel(x, y);
+            return pixel.value() < 10 ? pixel.alpha() : 0;
+        };
+        QVERIFY(shadow(left - 5, 11) > 15);
+        QVERIFY(shadow(left + 10, -0.5) > shadow(left + 10, 22.5) + 10);
+        w.release(w.middle(storage));
+        QTRY_COMPARE(shadow(-5, 11), 0);
     }
 
     void theDraggedItemIsDrawnAboveItsNeighbours()
@@ -224,24 +251,79 @@ private Q_SLOTS:
             QImage image(w.strip.size(), QImage::Format_ARGB32_Premultiplied);
             image.fill(Qt::transparent);
             QPainter painter(&image);
-            painter.setRenderHint(QPainter::Antialiasing);
-            painter.setPen(Qt::NoPen);
-            QColor ground(0x1D, 0x1D, 0x1F);
-            ground.setAlphaF(0.14F);
-            painter.setBrush(ground);
-            const auto rect = w.strip.backdropRect(*w.strip.item(storage));
-            painter.drawRoundedRect(QRectF(QPointF(qRound(rect.left()), rect.top()),
-                                        QPointF(qRound(rect.right()), rect.bottom())),
-                6, 6);
             for (const MonitorSection section : order) {
+                if (section == storage)
+                    StripGround::drawLifted(
+                        painter, w.strip.backdropRect(*w.strip.item(storage)), ColourScheme::light);
                 const QPointF corner = w.strip.widgetRect(w.frame(section)).topLeft();
                 w.strip.item(section)->view->draw(
                     painter, QPointF(qRound(corner.x()), corner.y()), ColourScheme::light, 1);
             }
             return image;
         };
-        QCOMPARE(w.picture(), drawn({ sensors, memory, cpu, storage }));
+        QTRY_COMPARE(w.picture(), drawn({ sensors, memory, cpu, storage }));
         QVERIFY(w.picture() != drawn({ storage, sensors, memory, cpu }));
+    }
+
+    // Sliding
+
+    void neighboursSlideToTheirPlaces()
+    {
+        StripWindow w;
+        w.show();
+        const double before = w.shownLeft(memory);
+        const double grabbed = w.middle(cpu);
+        w.press(grabbed);
+        QElapsedTimer timer;
+        timer.start();
+        w.drag(grabbed - w.frame(memory).width());
+        // Its place is another one at once; what people see is on its way there.
+        const double place = w.frame(memory).left();
+        QVERIFY(place - before > 50);
+        QVERIFY(w.shownLeft(memory) - before < 10);
+        const QImage atOnce = w.picture();
+        QTRY_VERIFY(w.shownLeft(memory) - before > 10 && w.shownLeft(memory) < place);
+        QTRY_COMPARE(w.shownLeft(memory), place);
+        QVERIFY2(
+            timer.elapsed() >= 100 && timer.elapsed() < 600, qPrintable(QString::number(timer.elapsed())));
+        QVERIFY(w.picture() != atOnce);
+        // Turned back on the way, it goes from where it is.
+        w.drag(grabbed);
+        QTRY_VERIFY(w.shownLeft(memory) < place - 10);
+        const double turned = w.shownLeft(memory);
+        w.drag(grabbed - w.frame(memory).width());
+        QVERIFY(std::abs(w.shownLeft(memory) - turned) < 5);
+        QTRY_COMPARE(w.shownLeft(memory), place);
+        QCOMPARE(w.picture(), (QTest::qWait(50), w.picture()));
+    }
+
+    void aDroppedItemSlidesToItsPlace()
+    {
+        StripWindow w;
+        w.show();
+        const double grabbed = w.middle(sensors);
+        w.press(grabbed);
+        w.drag(grabbed + 12);
+        const double left = w.shownLeft(sensors);
+        w.release(grabbed + 12);
+        QVERIFY(w.standsOnGrid());
+        QVERIFY(left - w.shownLeft(sensors) < 4);
+        QTRY_COMPARE(w.shownLeft(sensors), w.frame(sensors).left());
+    }
+
+    void nothingSlidesWhereTheDesktopAsksForLessMotion()
+    {
+        StripWindow w;
+        w.show();
+        SystemAppearance::shared().setReducesMotion(true);
+        const double grabbed = w.middle(cpu);
+        w.press(grabbed);
+        w.drag(grabbed - w.frame(memory).width());
+        QCOMPARE(w.shownLeft(memory), w.frame(memory).left());
+        w.release(grabbed - w.frame(memory).width());
+        for (const auto& item : w.strip.items())
+            QCOMPARE(w.shownLeft(item.section), item.view->frame().left());
+        SystemAppearance::shared().setReducesMotion(false);
     }
 
     void onlyWhatMovedIsRepainted()

@@ -72,6 +72,12 @@ struct StripWindow {
     QRectF frame(MonitorSection section) const { return strip.item(section)->view->frame(); }
     double middle(MonitorSection section) const { return frame(section).center().x(); }
 
+    /// Where an item is drawn, which is beside its place while it slides.
+    double shownLeft(MonitorSection section) const
+    {
+        return strip.backdropRect(*strip.item(section)).left() + 4 - MenuBarStripView::room.width();
+    }
+
     Sections sections() const
     {
         Sections sections;

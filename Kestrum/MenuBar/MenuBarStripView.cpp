@@ -6,7 +6,6 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
-#include <QHash>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -33,6 +32,7 @@ MenuBarStripView::MenuBarStripView(QWidget* parent)
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(AppLanguage::string("Menu bar items"));
+    connect(&m_slides, &ItemSlides::moved, this, qOverload<>(&QWidget::update));
     rebuild();
     connect(&SharedSettings::store(), &UserDefaults::changed, this, qOverload<>(&MenuBarStripView::rebuild));
     m_barListener.listen(SharedSettings::Signal::menuBarChanged, [this] { rebuild(); });
@@ -76,7 +76,33 @@ QRectF MenuBarStripView::widgetRect(const QRectF& stripRect) const
 
 QRectF MenuBarStripView::backdropRect(const Item& item) const
 {
-    return widgetRect(StripItems::ground(item));
+    return widgetRect(StripItems::ground(item)).translated(m_slides.offset(item.section), 0);
+}
+
+/// Where an item is drawn, in widget coordinates.
+QRectF MenuBarStripView::shownFrame(const Item& item) const
+{
+    return widgetRect(item.view->frame()).translated(m_slides.offset(item.section), 0);
+}
+
+/// The left edges of all of these.
+QHash<MonitorSection, double> MenuBarStripView::shownLefts() const
+{
+    QHash<MonitorSection, double> lefts;
+    for (const Item& item : items())
+        lefts.insert(item.section, shownFrame(item).left());
+    return lefts;
+}
+
+/// Items that were drawn elsewhere slide from there to where they stand now; one that is being dragged does not.
+void MenuBarStripView::slideFrom(const QHash<MonitorSection, double>& lefts)
+{
+    for (const Item& item : items()) {
+        const double left = shownFrame(item).left();
+        const double before = lefts.value(item.section, left);
+        if (isVisible() && before != left && item.section != dragged())
+            m_slides.begin(item.section, before - widgetRect(item.view->frame()).left());
+    }
 }
 
 void MenuBarStripView::setHovered(std::optional<MonitorSection> section)
@@ -134,6 +160,7 @@ void MenuBarStripView::mousePressEvent(QMouseEvent* event)
         m_showsFocus = false;
         redraw(focused());
     }
+    m_slides.begin(grabbed->section, 0);
     m_items.grab(*grabbed, point.x());
     setHovered(grabbed->section);
     setCursor(Qt::ClosedHandCursor);
@@ -143,18 +170,11 @@ void MenuBarStripView::drag(const QPointF& widgetPoint)
 {
     if (!dragged())
         return;
-    QHash<const StatusMetricView*, QRectF> before;
-    for (const Item& item : items())
-        before.insert(item.view.get(), backdropRect(item));
+    const QHash<MonitorSection, double> before = shownLefts();
+    redraw(dragged());
     m_items.drag(stripPoint(widgetPoint).x());
-    for (const Item& item : items()) {
-        const QRectF was = before.value(item.view.get());
-        const QRectF now = backdropRect(item);
-        if (now != was) {
-            update(was.toAlignedRect().marginsAdded(ringMargins));
-            update(now.toAlignedRect().marginsAdded(ringMargins));
-        }
-    }
+    redraw(dragged());
+    slideFrom(before);
     Q_EMIT dragMoved(widgetPoint);
 }
 
@@ -171,8 +191,10 @@ void MenuBarStripView::mouseReleaseEvent(QMouseEvent* event)
 /// back.
 void MenuBarStripView::store()
 {
+    const QHash<MonitorSection, double> before = shownLefts();
     MeterSettings::setMenuBarOrder(m_items.sections());
     rebuild();
+    slideFrom(before);
 }
 
 std::optional<MonitorSection> MenuBarStripView::focused() const
@@ -190,7 +212,7 @@ void MenuBarStripView::focusItem(int index)
     m_focused = items()[std::clamp(index, 0, int(items().size()) - 1)].section;
     m_showsFocus = true;
     redraw(m_focused);
-    Q_EMIT itemFocused(backdropRect(*item(*m_focused)));
+    Q_EMIT itemFocused(widgetRect(StripItems::ground(*item(*m_focused))));
     MenuBarStripAccessible::tellFocus(this);
 }
 
@@ -245,24 +267,25 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
     const ColourScheme scheme = SystemAppearance::shared().scheme();
     const QTransform device = painter.deviceTransform();
 
-    const std::optional<MonitorSection> highlighted = dragged() ? dragged() : m_hovered;
-    if (const Item* item = highlighted ? this->item(*highlighted) : nullptr)
-        StripGround::drawBackdrop(painter, backdropRect(*item), scheme);
-
     const auto draw = [&](const Item& item) {
-        const QRectF frame = widgetRect(item.view->frame());
+        const QRectF frame = shownFrame(item);
         if (!event->region().intersects(frame.toAlignedRect().marginsAdded({ 1, 1, 1, 1 })))
             return;
         item.view->draw(
             painter, QPointF(StripGround::onPixel(frame.left(), device), frame.top()), scheme, device.m11());
     };
+    const Item* lifted = dragged() ? item(*dragged()) : nullptr;
+    if (const Item* under = m_hovered && !dragged() ? item(*m_hovered) : nullptr)
+        StripGround::drawBackdrop(painter, backdropRect(*under), scheme);
     for (const Item& item : items()) {
-        if (item.section != dragged())
+        if (&item != lifted)
             draw(item);
     }
     // Above its neighbours while it moves.
-    if (const Item* item = dragged() ? this->item(*dragged()) : nullptr)
-        draw(*item);
+    if (lifted) {
+        StripGround::drawLifted(painter, backdropRect(*lifted), scheme);
+        draw(*lifted);
+    }
 
     if (const auto marked = focused(); marked && hasFocus() && m_showsFocus) {
         constexpr double reach = Theme::focusRingGap + Theme::focusRingWidth / 2;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include "Kestrum/MenuBar/ItemSlides.h"
 #include "KestrumShared/Drawing/SampleReadings.h"
 #include "KestrumShared/Drawing/StripItems.h"
 #include "KestrumShared/Settings/SignalListener.h"
 
+#include <QHash>
 #include <QList>
 #include <QWidget>
 #include <memory>
@@ -13,7 +15,8 @@ namespace kestrum {
 
 /// The row of menu-bar items as the agent shows it, drawn from sample readings, in which people put the items
 /// in order: by dragging one sideways, or with Alt and the arrow keys. The new order is stored when an item
-/// is dropped; every change of the shared settings and the agent's `menuBarChanged` build the row anew.
+/// is dropped; every change of the shared settings and the agent's `menuBarChanged` build the row anew. Items slide to
+/// their new places: their frames are the places, and where they are drawn is beside those for a moment.
 ///
 /// Two systems of coordinates meet here. Items have frames in *strip* coordinates: points, fractional, origin
 /// at the bottom left of the first item. Qt has *widget* coordinates from the top left, and the widget is
@@ -78,6 +81,9 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
+    QRectF shownFrame(const Item& item) const;
+    QHash<MonitorSection, double> shownLefts() const;
+    void slideFrom(const QHash<MonitorSection, double>& lefts);
     void setHovered(std::optional<MonitorSection> section);
     void redraw(std::optional<MonitorSection> section);
     void store();
@@ -86,6 +92,7 @@ private:
     void tellScreenReader();
 
     StripItems m_items;
+    ItemSlides m_slides;
     std::optional<MonitorSection> m_hovered;
     std::optional<MonitorSection> m_focused;
     bool m_showsFocus = false;

@@ -39,4 +39,21 @@ void StripGround::drawBackdrop(QPainter& painter, const QRectF& ground, ColourSc
     painter.setRenderHint(QPainter::Antialiasing, false);
 }
 
+void StripGround::drawLifted(QPainter& painter, const QRectF& ground, ColourScheme scheme)
+{
+    const QRectF piece = onPixels(ground, painter.deviceTransform());
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setPen(Qt::NoPen);
+    // Soft by layers, each a little wider than the one before.
+    QColor shadow(Qt::black);
+    shadow.setAlphaF(scheme == ColourScheme::dark ? 0.22F : 0.11F);
+    painter.setBrush(shadow);
+    for (const double reach : { 0.5, 1.25, 2.0 })
+        painter.drawRoundedRect(piece.adjusted(-reach, 1 - reach, reach, 1 + reach), backdropRadius + reach,
+            backdropRadius + reach);
+    painter.setBrush(plate(scheme));
+    painter.drawRoundedRect(piece, backdropRadius, backdropRadius);
+    drawBackdrop(painter, piece, scheme);
+}
+
 } // namespace kestrum

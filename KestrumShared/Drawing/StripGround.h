@@ -23,6 +23,9 @@ QRectF onPixels(QRectF rect, const QTransform& device);
 
 /// Draws the backdrop on `ground`, the item's own with what belongs to it at its sides.
 void drawBackdrop(QPainter& painter, const QRectF& ground, ColourScheme scheme);
+/// The same for an item that is lifted off: with a piece of plate below the backdrop, and around it a shadow that reaches 2
+/// points to the sides and 3 downwards.
+void drawLifted(QPainter& painter, const QRectF& ground, ColourScheme scheme);
 
 /// Of a backdrop, and of whatever is drawn around one.
 inline constexpr double backdropRadius = 6;

@@ -1,0 +1,40 @@
+#include "Kestrum/MenuBar/ItemSlides.h"
+
+#include "Platform/SystemAppearance.h"
+
+namespace kestrum {
+
+namespace {
+
+constexpr int slideMilliseconds = 120;
+
+} // namespace
+
+ItemSlides::ItemSlides()
+{
+    for (QVariantAnimation& slide : m_slides) {
+        slide.setDuration(slideMilliseconds);
+        slide.setEasingCurve(QEasingCurve::OutCubic);
+        slide.setEndValue(0.0);
+        connect(&slide, &QVariantAnimation::valueChanged, this, &ItemSlides::moved);
+    }
+}
+
+void ItemSlides::begin(MonitorSection section, double offset)
+{
+    QVariantAnimation& slide = m_slides[size_t(section)];
+    slide.stop();
+    if (offset != 0 && !SystemAppearance::shared().reducesMotion()) {
+        slide.setStartValue(offset);
+        slide.start();
+    }
+    Q_EMIT moved();
+}
+
+double ItemSlides::offset(MonitorSection section) const
+{
+    const QVariantAnimation& slide = m_slides[size_t(section)];
+    return slide.state() == QAbstractAnimation::Running ? slide.currentValue().toDouble() : 0;
+}
+
+} // namespace kestrum

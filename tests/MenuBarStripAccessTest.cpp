@@ -101,6 +101,18 @@ private Q_SLOTS:
         QVERIFY(w.strip.accessibleDescription() != described);
     }
 
+    void aScreenReaderHearsHowToMoveAnItem()
+    {
+        StripWindow w;
+        QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&w.strip);
+        const QString hint = QStringLiteral("Drag to move, or press Alt with an arrow key.");
+        // Behind the readout, which assistive programs get by no other way.
+        QCOMPARE(list->child(0)->text(QAccessible::Description), QStringLiteral("58%. ") + hint);
+        SharedSettings::store().set("storageReadout", QStringLiteral("off"));
+        QTRY_COMPARE(list->child(0)->text(QAccessible::Value), QString());
+        QCOMPARE(list->child(0)->text(QAccessible::Description), hint);
+    }
+
     void aHiddenItemIsNotRead()
     {
         StripWindow w;

@@ -1,6 +1,9 @@
 #include "tests/StripWindow.h"
 #include "tests/TestHome.h"
 
+#include <QHelpEvent>
+#include <QToolTip>
+
 using namespace kestrum;
 
 using enum MonitorSection;
@@ -60,6 +63,32 @@ private Q_SLOTS:
         w.move(w.middle(sensors), 23);
         QCOMPARE(w.strip.hovered(), std::nullopt);
         QCOMPARE(w.strip.cursor().shape(), Qt::ArrowCursor);
+    }
+
+    void aToolTipSaysHowToMoveAnItem()
+    {
+        StripWindow w;
+        w.show();
+        const auto rest = [&w](double x, double y = 11) {
+            // One that is hidden stays for a moment.
+            QToolTip::hideText();
+            if (!QTest::qWaitFor([] { return QToolTip::text().isEmpty(); }))
+                return QStringLiteral("the one before");
+            const QPoint at = w.at(x, y).toPoint();
+            QHelpEvent event(QEvent::ToolTip, at, w.strip.mapToGlobal(at));
+            QApplication::sendEvent(&w.strip, &event);
+            return QToolTip::text();
+        };
+        const QString hint = QStringLiteral("Drag to move, or press Alt with an arrow key.");
+        QCOMPARE(rest(w.middle(sensors)), hint);
+        QCOMPARE(rest(w.middle(cpu)), hint);
+        // None beside the items, and none for who is dragging already.
+        QCOMPARE(rest(w.middle(sensors), 24), QString());
+        rest(w.middle(cpu));
+        w.press(w.middle(cpu));
+        QTRY_COMPARE(QToolTip::text(), QString());
+        QCOMPARE(rest(w.middle(cpu)), QString());
+        w.release(w.middle(cpu));
     }
 
     void leavingEndsTheHover()

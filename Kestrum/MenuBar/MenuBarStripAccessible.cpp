@@ -32,8 +32,13 @@ public:
             return {};
         if (kind == QAccessible::Name)
             return StatusMetricView::description(m_section);
-        if (kind == QAccessible::Description || kind == QAccessible::Value)
-            return m_strip->readoutText(m_section);
+        const QString readout = m_strip->readoutText(m_section);
+        if (kind == QAccessible::Value)
+            return readout;
+        // The readout too: assistive programs get a list's values by no other way.
+        if (kind == QAccessible::Description)
+            return readout.isEmpty() ? MenuBarStripView::moveHint()
+                                     : readout + QStringLiteral(". ") + MenuBarStripView::moveHint();
         return {};
     }
 

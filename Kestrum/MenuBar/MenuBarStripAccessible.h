@@ -7,7 +7,7 @@ namespace kestrum {
 class MenuBarStripView;
 
 /// The strip as a screen reader meets it: a list with one entry an item, in the order shown, each with its
-/// name and readout.
+/// name and readout, and with what to do to move it.
 class MenuBarStripAccessible final : public QAccessibleWidget {
 public:
     /// Makes this the interface of every strip; further calls change nothing.

@@ -6,10 +6,12 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
 #include <QPainter>
+#include <QToolTip>
 #include <algorithm>
 #include <cmath>
 
@@ -61,6 +63,11 @@ QSize MenuBarStripView::sizeHint() const
 QString MenuBarStripView::readoutText(MonitorSection section) const
 {
     return StatusMetricView::readoutText(section, *m_readings).value_or(QString());
+}
+
+QString MenuBarStripView::moveHint()
+{
+    return AppLanguage::string("Drag to move, or press Alt with an arrow key.");
 }
 
 QPointF MenuBarStripView::stripPoint(const QPointF& widgetPoint) const
@@ -146,6 +153,13 @@ bool MenuBarStripView::event(QEvent* event)
     if (event->type() == QEvent::WindowDeactivate && !dragged()) {
         setHovered(std::nullopt);
         setCursor(Qt::ArrowCursor);
+    }
+    if (event->type() == QEvent::ToolTip) {
+        const auto* help = static_cast<QHelpEvent*>(event);
+        const Item* under = dragged() ? nullptr : item(stripPoint(help->pos()));
+        const QRect place = under ? backdropRect(*under).toAlignedRect() : QRect();
+        QToolTip::showText(help->globalPos(), under ? moveHint() : QString(), this, place);
+        return true;
     }
     return QWidget::event(event);
 }

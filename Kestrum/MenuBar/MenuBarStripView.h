@@ -50,6 +50,9 @@ public:
     /// What the item says beside its meter; empty when it says nothing.
     QString readoutText(MonitorSection section) const;
 
+    /// How people move an item, in the interface language.
+    static QString moveHint();
+
     QPointF stripPoint(const QPointF& widgetPoint) const;
     QRectF widgetRect(const QRectF& stripRect) const;
     /// Where an item and its backdrop are drawn, in widget coordinates.

@@ -309,7 +309,8 @@ private Q_SLOTS:
         QTest::newRow("Russian") << QByteArray("ru") << QStringLiteral("Русский");
         QTest::newRow("Turkish, by its own capitals") << QByteArray("tr") << QStringLiteral("Türkçe");
         QTest::newRow("Zulu, with a capital inside") << QByteArray("zu") << QStringLiteral("IsiZulu");
-        QTest::newRow("with a script") << QByteArray("zh-Hans") << QStringLiteral("中文（简体）");
+        QTest::newRow("with a script") << QByteArray("zh-Hans") << QStringLiteral("简体中文");
+        QTest::newRow("with another script") << QByteArray("zh-Hant") << QStringLiteral("繁體中文");
         QTest::newRow("with a region") << QByteArray("pt-BR") << QStringLiteral("Português (Brasil)");
         QTest::newRow("with a region behind an underscore")
             << QByteArray("pt_BR") << QStringLiteral("Português (Brasil)");

@@ -22,6 +22,23 @@ void choose(const char* unit)
     QVERIFY(SharedSettings::store().set(Keys::temperatureUnit.name, QString::fromLatin1(unit)));
 }
 
+/// The library's locale of the process, for as long as this lives.
+class DefaultLocale {
+public:
+    explicit DefaultLocale(const char* name) { set(icu::Locale(name)); }
+    ~DefaultLocale() { set(m_before); }
+    Q_DISABLE_COPY_MOVE(DefaultLocale)
+
+private:
+    static void set(const icu::Locale& locale)
+    {
+        UErrorCode status = U_ZERO_ERROR;
+        icu::Locale::setDefault(locale, status);
+        QVERIFY(U_SUCCESS(status));
+    }
+    const icu::Locale m_before = icu::Locale::getDefault();
+};
+
 } // namespace
 
 class UnitsTest : public QObject {
@@ -199,6 +216,55 @@ private Q_SLOTS:
         QCOMPARE(withPlainBlanks(Units::temperature(21.25, 1)), QStringLiteral("70.2 °F"));
     }
 
+    void separatorsAreThoseOfTheRegion_data()
+    {
+        QTest::addColumn<QString>("celsius");
+        const auto rows = [](const char* regions, const char* celsius) {
+            for (const QByteArray& region : QByteArray(regions).split(' '))
+                QTest::newRow(region.constData()) << QString::fromUtf8(celsius);
+        };
+        // As written there, or by the state that the territory belongs to.
+        rows("US GB IE IN JP CN KR MX NZ PK", "1,021.3 °C");
+        rows("DE NL IT ES GR TR BR AR DK ID", "1.021,3 °C");
+        rows("FR SE FI PL CZ UA RU NO ZA AT", "1 021,3 °C");
+        rows("CH LI", "1’021.3 °C");
+        // Most people there speak a language that the formatters' library does not know, but another one that it does.
+        rows("AS DJ LS MV PG PW TK TV VU WS", "1,021.3 °C");
+        rows("BQ CW PY", "1.021,3 °C");
+        // Nobody is at home there.
+        rows("AQ BV GS HM", "1,021.3 °C");
+    }
+    void separatorsAreThoseOfTheRegion()
+    {
+        QFETCH(QString, celsius);
+        const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de" });
+        setSession(QByteArray("KESTRUM_LANGUAGE=de LANG=en_") + QTest::currentDataTag());
+        choose("celsius");
+        // What the library takes for a locale that it does not know is no matter.
+        for (const char* processDefault : { "en_US", "de_DE" }) {
+            const DefaultLocale set(processDefault);
+            QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), celsius);
+        }
+    }
+
+    void noRegionTakesSeparatorsFromTheProcess()
+    {
+        const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de" });
+        choose("celsius");
+        int regions = 0;
+        for (const char* const* region = uloc_getISOCountries(); *region; ++region, ++regions) {
+            setSession("KESTRUM_LANGUAGE=de LANG=en_" + QByteArray(*region));
+            QStringList texts;
+            for (const char* processDefault : { "en_US", "de_DE", "fr_FR" }) {
+                const DefaultLocale set(processDefault);
+                texts.append(Units::temperature(1021.28, 1));
+            }
+            texts.removeDuplicates();
+            QVERIFY2(texts.size() == 1, qPrintable(QLatin1StringView(*region) + texts.join(u'|')));
+        }
+        QVERIFY(regions > 200);
+    }
+
     void decimalsAreAsManyAsAskedFor()
     {
         setSession("LANG=en_US");
@@ -244,10 +310,12 @@ private Q_SLOTS:
         const auto asByTheLibrary
             = [&language](double value, const QByteArray& region, const MeasureUnit& unit) {
                   UErrorCode status = U_ZERO_ERROR;
-                  return TextLocale::fromUnicode(TextLocale::formatter(language, QString::fromLatin1(region),
-                      icu::number::NumberFormatter::with().unit(unit).unitWidth(UNUM_UNIT_WIDTH_SHORT))
-                                                     .formatDouble(value, status)
-                                                     .toString(status));
+                  return TextLocale::fromUnicode(
+                      TextLocale::formatter(language, QString::fromLatin1(region),
+                          icu::number::NumberFormatter::with().unit(unit).unitWidth(UNUM_UNIT_WIDTH_SHORT))
+                          .formatDouble(value, status)
+                          .toString(status))
+                      .replace(u' ', QChar::Nbsp);
               };
         // All others are written as in no region.
         QSet<QByteArray> regions { "", "US", "DE" };
@@ -270,6 +338,20 @@ private Q_SLOTS:
                 choose("fahrenheit");
                 QCOMPARE(Units::temperature(degrees, 0),
                     asByTheLibrary(degrees * 9.0 / 5 + 32, region, MeasureUnit::getFahrenheit()));
+            }
+        }
+    }
+
+    void aTemperatureIsNeverBrokenIntoLines_data() { wholeDegreesAreWrittenAsByTheFormattersLibrary_data(); }
+    void aTemperatureIsNeverBrokenIntoLines()
+    {
+        QFETCH(QString, language);
+        setSession("KESTRUM_LANGUAGE=" + language.toLatin1() + " LANG=C.UTF-8");
+        for (const char* unit : { "celsius", "fahrenheit" }) {
+            choose(unit);
+            for (const int fraction : { 0, 1 }) {
+                const QString text = Units::temperature(95, fraction);
+                QVERIFY2(!text.contains(u' '), qPrintable(text));
             }
         }
     }

@@ -10,7 +10,9 @@
 #include <QLocale>
 #include <algorithm>
 #include <iterator>
+#include <memory>
 #include <unicode/localematcher.h>
+#include <unicode/locdspnm.h>
 #include <unicode/locid.h>
 #include <unicode/stringoptions.h>
 #include <unicode/uloc.h>
@@ -99,8 +101,11 @@ QString ownName(const QString& code)
     // The warning says that the name would be the code again, or in the session's language.
     if (status == U_USING_DEFAULT_WARNING)
         return code;
+    // "简体中文" rather than "中文（简体）".
+    const std::unique_ptr<icu::LocaleDisplayNames> names(
+        icu::LocaleDisplayNames::createInstance(locale, ULDN_DIALECT_NAMES));
     icu::UnicodeString name;
-    locale.getDisplayName(locale, name);
+    names->localeDisplayName(locale, name);
     // Capitals that a name has inside ("isiZulu") are its own.
     name.toTitle(nullptr, locale, U_TITLECASE_NO_LOWERCASE);
     return TextLocale::fromUnicode(name);

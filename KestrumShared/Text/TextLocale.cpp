@@ -1,10 +1,12 @@
 #include "KestrumShared/Text/TextLocale.h"
 
+#include <QByteArrayView>
 #include <memory>
 #include <unicode/dcfmtsym.h>
 #include <unicode/localebuilder.h>
 #include <unicode/locid.h>
 #include <unicode/numsys.h>
+#include <unicode/uloc.h>
 
 namespace kestrum {
 namespace {
@@ -22,13 +24,30 @@ icu::Locale textLocale(const QString& language, const QString& region)
     return U_SUCCESS(status) ? withRegion : locale;
 }
 
-// The locale that most people of `region` use, writing digits in the way of `digits`: separators have to fit
-// the digits that they stand between.
-icu::Locale regionsOwnLocale(const QString& region, const icu::Locale& digits)
+// The locale that most people of `region` use. Where the library does not know their language, as Samoan, it would silently take
+// the process's default, which has nothing to do with the region: then another locale of the region, or else the neutral one.
+icu::Locale localeUsedIn(const QByteArray& region)
 {
     UErrorCode status = U_ZERO_ERROR;
-    icu::Locale locale("und", region.toLatin1().constData());
-    locale.addLikelySubtags(status);
+    icu::Locale likely("und", region.constData());
+    likely.addLikelySubtags(status);
+    const icu::Locale known = DecimalFormatSymbols(likely, status).getLocale(ULOC_VALID_LOCALE, status);
+    if (U_SUCCESS(status) && qstrcmp(known.getLanguage(), likely.getLanguage()) == 0)
+        return likely;
+    const QByteArray ofRegion = '_' + region;
+    for (int32_t i = 0; i < uloc_countAvailable(); ++i) {
+        const QByteArrayView name(uloc_getAvailable(i));
+        if (name.endsWith(ofRegion))
+            return icu::Locale(name.data());
+    }
+    return icu::Locale::getRoot();
+}
+
+// That locale, writing digits in the way of `digits`: separators have to fit the digits that they stand between.
+icu::Locale regionsOwnLocale(const QString& region, const icu::Locale& digits)
+{
+    icu::Locale locale = localeUsedIn(region.toLatin1());
+    UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::NumberingSystem> system(icu::NumberingSystem::createInstance(digits, status));
     if (U_SUCCESS(status))
         locale.setUnicodeKeywordValue("nu", system->getName(), status);

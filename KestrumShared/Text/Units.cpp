@@ -79,9 +79,11 @@ QString Units::temperature(double celsius, int fraction)
               .precision(icu::number::Precision::fixedFraction(std::clamp(fraction, 0, maximumFraction)))
               .sign(UNUM_SIGN_NEGATIVE);
     UErrorCode status = U_ZERO_ERROR;
+    // No line ends between a number and its unit, nor within that, as in Polish.
     return TextLocale::fromUnicode(TextLocale::formatter(AppLanguage::code(), region, settings)
                                        .formatDouble(value, status)
-                                       .toString(status));
+                                       .toString(status))
+        .replace(u' ', QChar::Nbsp);
 }
 
 } // namespace kestrum

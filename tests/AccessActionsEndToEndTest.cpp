@@ -78,7 +78,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(window().control(name).isFound(), patience);
         QVERIFY(window().control(name).act(text("Press")));
         const auto dialog
-            = [this] { return window().application().find(text("dialog"), text("Colour custom colour")); };
+            = [this] { return window().application().find(text("dialog"), text("Memory colour")); };
         QTRY_VERIFY_WITH_TIMEOUT(dialog().isFound() && dialog().has(State::showing), patience);
         // The share of red among its numbers.
         const QList<Accessible> numbers = dialog().findAll(text("spin box"));

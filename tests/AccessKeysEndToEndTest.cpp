@@ -77,7 +77,7 @@ private Q_SLOTS:
         QCOMPARE(well.description(), text("#336699"));
         window().press("space");
         const auto dialog
-            = [this] { return window().application().find(text("dialog"), text("Colour custom colour")); };
+            = [this] { return window().application().find(text("dialog"), text("CPU colour")); };
         QTRY_VERIFY_WITH_TIMEOUT(dialog().isFound() && dialog().has(State::showing), patience);
         window().press("Escape");
         QTRY_VERIFY_WITH_TIMEOUT(!dialog().isFound() || !dialog().has(State::showing), patience);

@@ -2,6 +2,7 @@
 
 #include "Platform/DesktopBus.h"
 
+#include <QDBusVariant>
 #include <QString>
 #include <sys/stat.h>
 
@@ -43,6 +44,8 @@ ToolkitStart::ToolkitStart()
     : m_temporaryDirectory("TMPDIR")
 {
     DesktopBus::nameToToolkit();
+    // The toolkit's own listener to the desktop's fonts begins with the application object, and is refused without this type.
+    qRegisterMetaType<QDBusVariant>();
     // One that is not there it would make where it is named. Any other stays named, as the display may be in it.
     struct stat info { };
     const QByteArray named = qgetenv(runtimeVariable);

@@ -1,5 +1,6 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "Kestrum/MenuBar/MoreMark.h"
 #include "KestrumShared/Machine/CoreTopology.h"
 #include "tests/TestHome.h"
 
@@ -85,6 +86,9 @@ private Q_SLOTS:
         Row row(200, Qt::RightToLeft);
         QCOMPARE(row.strip->offset(), 0);
         QCOMPARE(row.strip->x(), 0);
+        // The rest is to the right of it.
+        QVERIFY(!qobject_cast<MoreMark*>(row.strip->childAt(1, 10)));
+        QVERIFY(qobject_cast<MoreMark*>(row.strip->childAt(row.strip->width() - 2, 10)));
     }
 
     void theWheelScrollsSidewaysAndWithShift_data()

@@ -103,8 +103,6 @@ int main(int argc, char** argv)
         Log::warning("application",
             QStringLiteral(
                 "running as root: the settings and the agent are root's own, and are not started at login"));
-    if (const QString refusal = SharedSettings::refusal(); !refusal.isEmpty())
-        Log::warning("store", QStringLiteral("%1; this program's own settings are used").arg(refusal));
     // Before the application object, so that the toolkit's own texts come up in the chosen language too.
     AppLanguage::recordLaunchedCode();
     AppLanguage::applyChoiceToProcessDefaults();

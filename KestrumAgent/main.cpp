@@ -59,8 +59,6 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    if (const QString refusal = SharedSettings::refusal(); !refusal.isEmpty())
-        Log::warning("store", QStringLiteral("%1; this program's own settings are used").arg(refusal));
     // Whoever quit the agent wants it to stay away, also from the next session. Needs no display.
     if (isLogin && !Setting(Keys::agentEnabled).value()) {
         Log::info(

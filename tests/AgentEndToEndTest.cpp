@@ -136,7 +136,7 @@ private Q_SLOTS:
         QVERIFY(lastWords().contains("the agent ends: it was switched off in the settings"));
     }
 
-    void aSuiteThatCannotBeIsNamedInTheLog()
+    void aSuiteThatCannotBeIsReplacedWithoutAWord()
     {
         Programs::end(agent());
         qputenv("KESTRUM_SETTINGS_SUITE", QByteArray(300, 'x'));
@@ -150,7 +150,7 @@ private Q_SLOTS:
         QCOMPARE(window->readAllStandardOutput(), QByteArray("painted\n"));
         for (QProcess* process : { &agent(), window.get() }) {
             const QByteArray said = process->readAllStandardError();
-            QVERIFY2(said.count("cannot be the name of a suite") == 1, said.constData());
+            QVERIFY2(!said.contains("suite") && !said.contains("xxx"), said.constData());
         }
     }
 

@@ -59,6 +59,14 @@ bool isAddressOpened()
     return false;
 }
 
+/// Whether software centres know of the component, which they do by a file of its package.
+bool isDescribed(const QString& component)
+{
+    return !QStandardPaths::locate(
+        QStandardPaths::GenericDataLocation, QStringLiteral("metainfo/%1.metainfo.xml").arg(component))
+                .isEmpty();
+}
+
 QString opener()
 {
     return QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
@@ -92,7 +100,7 @@ SoftwareCentre::~SoftwareCentre()
 
 void SoftwareCentre::look(const std::function<void()>& looked)
 {
-    if (isAddressOpened() && !opener().isEmpty()) {
+    if (isDescribed(m_component) && isAddressOpened() && !opener().isEmpty()) {
         settle(Way::address, looked);
         return;
     }

@@ -76,6 +76,7 @@ class AgentInstallTest : public QObject {
         m_desktop->write(text("share/applications/mimeinfo.cache"),
             "[MIME Cache]\nx-scheme-handler/apt=other.desktop;\nx-scheme-handler/appstream=" + list + ";\n");
         m_desktop->write(text("share/applications/centre.desktop"), "[Desktop Entry]\n");
+        m_desktop->write(text("share/metainfo/com.orvale.kestrum.metainfo.xml"), "<component/>\n");
         m_desktop->write(text("bin/xdg-open"),
             "#!/bin/sh\necho \"$*|$XDG_ACTIVATION_TOKEN\" >\"${0%/*}/new\"; mv \"${0%/*}/new\" "
             "\"${0%/*}/opened\"\n");
@@ -180,12 +181,14 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("list");
         QTest::newRow("none") << QByteArray();
         QTest::newRow("one that is gone") << QByteArray("gone.desktop");
+        QTest::newRow("one that does not know the program") << QByteArray("centre.desktop");
     }
     void withoutASoftwareCentreTheCommandIsTold()
     {
         QFETCH(const QByteArray, list);
         if (!list.isEmpty())
             installCentre(list);
+        QFile::remove(m_desktop->path(text("share/metainfo/com.orvale.kestrum.metainfo.xml")));
         startService();
         askForUpdates();
         QTRY_COMPARE(m_notifications.shown.size(), 1);

@@ -89,7 +89,7 @@ bool AutostartRules::starts(const DesktopEntry& entry, const QByteArray& program
     const auto command = entry.value(commandKey);
     const QByteArrayList words = command ? DesktopEntry::wordsOf(*command) : QByteArrayList();
     const auto tried = entry.value(programKey);
-    if (entry.isDamaged() || entry.value(typeKey) != "Application" || words.isEmpty()
+    if (program.isEmpty() || entry.isDamaged() || entry.value(typeKey) != "Application" || words.isEmpty()
         || !isProgram(words.first()) || (tried && !isProgram(DesktopEntry::unescaped(*tried)))
         || !isShownHere(entry))
         return false;

@@ -49,6 +49,19 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(LoginItemStage::folder()));
     }
 
+    void oneForTheWholeSystemIsNotCovered()
+    {
+        LoginItemStage::clear();
+        const QString system = QString::fromUtf8(qgetenv("XDG_CONFIG_DIRS")) + QStringLiteral("/autostart");
+        QVERIFY(QDir().mkpath(system));
+        write(system + QStringLiteral("/com.orvale.kestrum.desktop"),
+            "[Desktop Entry]\nType=Application\nName=Kestrum\nExec=/bin/true\n");
+        LoginItemManager::unregisterLegacyMainAppOnce();
+        QTRY_VERIFY(isDone());
+        QVERIFY(!QFile::exists(legacy()));
+        QVERIFY(QDir(system).removeRecursively());
+    }
+
     void aSuppressedStartLeavesItToALaterOne()
     {
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");

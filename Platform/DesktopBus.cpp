@@ -53,8 +53,9 @@ QString socketAddress()
 
 QString DesktopBus::address()
 {
+    // A bus may have come since we, or who started us, said that there is none.
     const QString named = qEnvironmentVariable(addressVariable);
-    return named.isEmpty() ? socketAddress() : runningOf(named);
+    return named.isEmpty() || named == noBus ? socketAddress() : runningOf(named);
 }
 
 void DesktopBus::nameToToolkit()

@@ -274,6 +274,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         saved.error = told("save",
             QStringLiteral("%1 belongs to another user, and root leaves nothing there")
                 .arg(QFile::decodeName(*folder)));
+        saved.trouble = Trouble::notAllowed;
         return saved;
     }
     if (!FilePlace::makeDirectory(FilePlace::of(path).directory))

@@ -63,13 +63,17 @@ class BareSessionEndToEndTest : public DesktopTest {
     QByteArray m_runtimeDirectory;
     QByteArray m_bus;
 
+    /// Those that our programs started, which have our home from them.
     static QSet<int> busProcesses()
     {
+        const QByteArray home = '\0' + ("HOME=" + qgetenv("HOME")) + '\0';
         QSet<int> pids;
         const QStringList entries = QDir(text("/proc")).entryList(QDir::Dirs);
         for (const QString& entry : entries) {
             QFile name(text("/proc/%1/comm").arg(entry));
-            if (entry.toInt() > 0 && name.open(QIODevice::ReadOnly) && name.readAll().startsWith("dbus-"))
+            QFile environment(text("/proc/%1/environ").arg(entry));
+            if (entry.toInt() > 0 && name.open(QIODevice::ReadOnly) && name.readAll().startsWith("dbus-")
+                && environment.open(QIODevice::ReadOnly) && ('\0' + environment.readAll()).contains(home))
                 pids.insert(entry.toInt());
         }
         return pids;

@@ -108,6 +108,7 @@ void SettingsFileRefusalTest::rootLeavesNothingInTheFolderOfAnother()
     const SettingsFile file(home + QStringLiteral("/.config/kestrum/suite.json"));
     const auto saved = file.save(someChange);
     qputenv("HOME", ownHome);
+    QVERIFY(saved.trouble == SettingsFile::Trouble::notAllowed);
     QVERIFY(!saved.succeeded && !saved.changed);
     QVERIFY2(saved.error.startsWith(file.path())
             && saved.error.contains(

@@ -31,7 +31,7 @@ MenuBarStrip::MenuBarStrip(QWidget* parent)
     connect(m_view, &MenuBarStripView::rebuilt, this, &MenuBarStrip::adoptStripSize);
     connect(m_view, &MenuBarStripView::dragMoved, this, &MenuBarStrip::followDrag);
     connect(m_view, &MenuBarStripView::itemFocused, this, [this](const QRectF& rect) {
-        const QRect wanted = rect.toAlignedRect().marginsAdded({ MoreMark::width, 0, MoreMark::width, 0 });
+        const QRect wanted = rect.toAlignedRect().marginsAdded({ MoreMark::extent, 0, MoreMark::extent, 0 });
         if (wanted.left() < m_offset)
             scrollTo(wanted.left());
         else if (wanted.right() >= m_offset + width())
@@ -66,8 +66,8 @@ void MenuBarStrip::place()
         m_offset = layoutDirection() == Qt::RightToLeft ? 0 : furthestOffset();
     m_offset = std::clamp(m_offset, 0, furthestOffset());
     m_view->setGeometry(QRect(QPoint(-m_offset, 0), m_view->sizeHint()));
-    m_moreLeft->setGeometry(0, 0, MoreMark::width, height());
-    m_moreRight->setGeometry(width() - MoreMark::width, 0, MoreMark::width, height());
+    m_moreLeft->setGeometry(0, 0, MoreMark::extent, height());
+    m_moreRight->setGeometry(width() - MoreMark::extent, 0, MoreMark::extent, height());
     m_moreLeft->setVisible(m_offset > 0);
     m_moreRight->setVisible(m_offset < furthestOffset());
 }
@@ -82,7 +82,7 @@ void MenuBarStrip::scrollTo(int offset)
 /// By what is in view between the marks.
 void MenuBarStrip::scrollOn(int direction)
 {
-    scrollTo(m_offset + direction * std::max(edge, width() - 2 * MoreMark::width));
+    scrollTo(m_offset + direction * std::max(edge, width() - 2 * MoreMark::extent));
 }
 
 void MenuBarStrip::adoptStripSize()

@@ -29,14 +29,14 @@ void MoreMark::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     const bool isLeft = m_edge == Qt::LeftEdge;
-    const double outermost = isLeft ? 0 : width;
+    const double outermost = isLeft ? 0 : extent;
     const double inwards = isLeft ? 1 : -1;
     const QColor plate = Theme::colour(Theme::Colour::previewPlate);
     QColor nothing = plate;
     nothing.setAlpha(0);
-    QLinearGradient fade(outermost, 0, outermost + inwards * width, 0);
+    QLinearGradient fade(outermost, 0, outermost + inwards * extent, 0);
     fade.setColorAt(0, plate);
-    fade.setColorAt(opaqueWidth / width, plate);
+    fade.setColorAt(opaqueWidth / extent, plate);
     fade.setColorAt(1, nothing);
     painter.fillRect(rect(), fade);
 

@@ -9,7 +9,8 @@ namespace kestrum {
 class MoreMark final : public QWidget {
     Q_OBJECT
 public:
-    static constexpr int width = 28;
+    /// How far it reaches from the edge.
+    static constexpr int extent = 28;
 
     /// For the left or the right edge.
     explicit MoreMark(Qt::Edge edge, QWidget* parent);

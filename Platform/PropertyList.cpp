@@ -130,6 +130,8 @@ private:
             ++m_position;
         if (m_position == start)
             failUnexpected();
+        if (m_position - start > PropertyList::maximumTextLength)
+            failTooLong(start);
         return m_text.mid(start, m_position - start);
     }
 
@@ -138,7 +140,9 @@ private:
         const qsizetype start = m_position++;
         QString result;
         while (!failed()) {
-            if (atEnd() || here() == u'\0') {
+            if (result.size() > PropertyList::maximumTextLength) {
+                failTooLong(start);
+            } else if (atEnd() || here() == u'\0') {
                 m_position = start;
                 fail(QStringLiteral("a quoted text without an end"));
             } else if (here() == u'"') {
@@ -259,6 +263,12 @@ private:
             fail(QStringLiteral("unexpected end"));
         else
             fail(QStringLiteral("unexpected character U+%1").arg(uint(here()), 4, 16, QLatin1Char('0')));
+    }
+
+    void failTooLong(qsizetype start)
+    {
+        m_position = start;
+        fail(QStringLiteral("a text of more than %1 characters").arg(PropertyList::maximumTextLength));
     }
 
     void fail(const QString& what)

@@ -15,11 +15,13 @@ class PropertyList {
 public:
     static constexpr qsizetype maximumBytes = 1024 * 1024;
     static constexpr int maximumDepth = 32;
+    /// A longer text is no text for people, and the toolkit would break it into lines in a time that grows with its square.
+    static constexpr qsizetype maximumTextLength = 1024;
 
     enum class Type { text, list, dictionary };
 
-    /// Reads a whole file's content (UTF-8). Nothing when it is malformed, too large or nested too deep; `error`, when
-    /// given, then says what and in which line.
+    /// Reads a whole file's content (UTF-8). Nothing when it is malformed, too large, nested too deep or has too long a
+    /// text in it; `error`, when given, then says what and in which line.
     static std::optional<PropertyList> parsed(const QByteArray& content, QString* error = nullptr);
     static std::optional<PropertyList> fromFile(const QString& path, QString* error = nullptr);
 

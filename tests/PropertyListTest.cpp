@@ -197,6 +197,12 @@ private Q_SLOTS:
         row("nested without an end", QByteArray(1024 * 1024, '('), "line 1: nested more than 32 levels deep");
         row("dictionaries without an end", QByteArray("{a=").repeated(300000),
             "line 1: nested more than 32 levels deep");
+        row("text too long", "a = b;\nc = \"" + QByteArray(1025, 'd') + "\";",
+            "line 2: a text of more than 1024 characters");
+        row("escapes too long", '"' + QByteArray("\\n").repeated(500'000) + '"',
+            "line 1: a text of more than 1024 characters");
+        row("word too long", "(a,\n" + QByteArray(1'000'000, 'b') + ")",
+            "line 2: a text of more than 1024 characters");
         row("too large", QByteArray(1024 * 1024 + 1, ' '), "larger than 1048576 bytes");
     }
     void hostileTextIsRefused()
@@ -209,6 +215,14 @@ private Q_SLOTS:
         QVERIFY(!PropertyList::parsed(content, &actual));
         QVERIFY(timer.elapsed() < 1000);
         QCOMPARE(actual, error);
+    }
+
+    void aTextMayBeAsLongAsAPageOfThem()
+    {
+        const QByteArray longest = QByteArray("ü").repeated(PropertyList::maximumTextLength);
+        QCOMPARE(textOf('"' + longest + '"'), QString::fromUtf8(longest));
+        QCOMPARE(textOf(QByteArray(PropertyList::maximumTextLength, 'a'))->size(),
+            PropertyList::maximumTextLength);
     }
 
     void depthIsCountedByContainers()

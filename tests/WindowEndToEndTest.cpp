@@ -1,12 +1,14 @@
 // The built program on a display of its own, worked by real mouse and keyboard events and watched from outside, as a
 // person and the agent would.
 
+#include "Platform/PropertyList.h"
 #include "Platform/Superuser.h"
 #include "tests/DesktopTest.h"
 #include "tests/OpenedWindow.h"
 #include "tests/SeenTimes.h"
 
 #include <QCursor>
+#include <QScopeGuard>
 
 using namespace kestrum;
 
@@ -117,6 +119,42 @@ private Q_SLOTS:
         QCOMPARE(again->exitCode(), 0);
         QCOMPARE(again->readAllStandardOutput(), QByteArray("painted\n"));
         QCOMPARE(DesktopStage::toolkitLanguage(), text("de"));
+    }
+
+    void aHugeTableOfTextsDoesNotHoldUpTheStart_data()
+    {
+        QTest::addColumn<QByteArray>("heading");
+        QTest::addColumn<qsizetype>("length");
+        // All that a table may be, in one text; it has no place at which a line could end.
+        QTest::newRow("one text") << QByteArray("Menu Bar") << qsizetype(900'000);
+        QTest::newRow("all texts as long as they may be") << QByteArray() << PropertyList::maximumTextLength;
+    }
+    void aHugeTableOfTextsDoesNotHoldUpTheStart()
+    {
+        QFETCH(const QByteArray, heading);
+        QFETCH(const qsizetype, length);
+        m_window.reset();
+        QFile table(stage().bundle() + text("/Contents/Resources/de.lproj/Localizable.strings"));
+        QVERIFY(table.open(QIODevice::ReadOnly));
+        const QByteArray before = table.readAll();
+        table.close();
+        QByteArray huge;
+        for (const QString& key : PropertyList::parsed(before)->keys()) {
+            if (heading.isEmpty() || key == QString::fromUtf8(heading))
+                huge += "\"" + key.toUtf8() + "\" = \"" + QByteArray(length, 'W') + "\";\n";
+        }
+        const auto write = [&table](const QByteArray& content) {
+            QVERIFY(table.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            QCOMPARE(table.write(content), content.size());
+            table.close();
+        };
+        const auto restore = qScopeGuard([&] { write(before); });
+        write(huge);
+        stage().write("language", "\"de\"");
+        const auto start = Programs::started(
+            stage().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+        QVERIFY(start->waitForFinished(patience));
+        QCOMPARE(start->readAllStandardOutput(), QByteArray("painted\n"));
     }
 
     void argumentsThatMeanNothingAreNamed_data()

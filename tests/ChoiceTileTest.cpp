@@ -97,22 +97,21 @@ private Q_SLOTS:
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }
 
-    void thePointerOverItShowsOnItsBorderAndTitle()
+    void thePointerOverItShowsOnItsPictureAlone()
     {
         TileWindow w({ light });
         ChoiceTile& tile = w.tile(0);
-        const auto edge = [&] { return w.picture(tile, 2).pixelColor(0, 74); };
+        const auto middle = [&] { return w.picture(tile, 2).pixelColor(112, 74); };
         const auto point = [&](QPoint place) {
             QTest::mouseMove(tile.window()->windowHandle(), tile.mapTo(tile.window(), place));
         };
         point({ 50, -5 });
         QTRY_VERIFY(!tile.underMouse());
-        const QColor plain = edge();
+        const QColor plain = middle();
         const QImage before = w.picture(tile, 2);
         point({ 50, 30 });
-        QTRY_VERIFY(edge() != plain);
-        QVERIFY(w.picture(tile, 2).copy(0, 160, 224, 40) != before.copy(0, 160, 224, 40));
-        QCOMPARE(w.picture(tile, 2).pixelColor(112, 74), before.pixelColor(112, 74));
+        QTRY_VERIFY(middle() != plain);
+        QCOMPARE(w.picture(tile, 2).copy(0, 160, 224, 40), before.copy(0, 160, 224, 40));
         // One that is selected has its mark already.
         tile.setSelected(true);
         const QImage hovered = w.picture(tile, 2);

@@ -19,7 +19,6 @@ constexpr int titleGap = 6;
 constexpr double selectedBorder = 3;
 constexpr double plainBorder = 1;
 constexpr float plainBorderOpacity = 0.12F;
-constexpr float hoveredBorderOpacity = 0.45F;
 
 QFont titleFont(bool isSelected)
 {
@@ -29,12 +28,12 @@ QFont titleFont(bool isSelected)
 }
 
 /// What is to be drawn around a picture, within its edges.
-QPen border(bool isSelected, bool isHovered)
+QPen border(bool isSelected)
 {
     if (isSelected)
         return { Theme::colour(Theme::Colour::selection), selectedBorder };
     QColor faint = Theme::colour(Theme::Colour::text);
-    faint.setAlphaF(isHovered ? hoveredBorderOpacity : plainBorderOpacity);
+    faint.setAlphaF(plainBorderOpacity);
     return { faint, plainBorder };
 }
 
@@ -82,17 +81,17 @@ void ChoiceTile::paintEvent(QPaintEvent*)
     m_picture(painter, frame.topLeft());
     if (isDown())
         painter.fillRect(frame, Theme::colour(Theme::Colour::buttonPressed));
+    else if (isEnabled() && underMouse() && !m_isSelected)
+        painter.fillRect(frame, Theme::colour(Theme::Colour::buttonHovered));
     painter.restore();
 
-    const bool isHovered = isEnabled() && underMouse();
-    const QPen pen = border(m_isSelected, isHovered);
+    const QPen pen = border(m_isSelected);
     const double half = pen.widthF() / 2;
     painter.setPen(pen);
     painter.drawRoundedRect(QRectF(frame).adjusted(half, half, -half, -half), radius - half, radius - half);
 
     painter.setFont(titleFont(m_isSelected));
-    painter.setPen(
-        Theme::colour(m_isSelected || isHovered ? Theme::Colour::text : Theme::Colour::secondaryText));
+    painter.setPen(Theme::colour(m_isSelected ? Theme::Colour::text : Theme::Colour::secondaryText));
     painter.drawText(rect().adjusted(0, pictureSize.height() + titleGap, 0, 0),
         int(Qt::AlignHCenter | Qt::AlignTop | Qt::TextSingleLine), text());
 }

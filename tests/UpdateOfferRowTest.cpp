@@ -304,13 +304,24 @@ private Q_SLOTS:
         }
     }
 
+    void theTitleIsReadInFullSizeInTheNarrowestSidebar_data()
+    {
+        QTest::addColumn<QString>("language");
+        for (const char* language :
+            { "en", "ar", "de", "es", "fr", "it", "ja", "nl", "pl", "pt-BR", "uk", "zh-Hans" })
+            QTest::newRow(language) << text(language);
+    }
     void theTitleIsReadInFullSizeInTheNarrowestSidebar()
     {
+        QFETCH(const QString, language);
+        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
+        Setting { Keys::language }.set(language);
         offer(text("1.5 (30)"));
         Column column;
         column.widget.resize(204, 300);
         column.show();
-        const auto* title = column.shown<ShrinkingLabel>(text("Update available"));
+        const auto* title = column.shown<ShrinkingLabel>(AppLanguage::string("Update available"));
+        QVERIFY(title);
         QCOMPARE(title->shownText(), title->text());
         QCOMPARE(title->shownFont().pointSizeF(), Theme::font(Theme::TextStyle::callout).pointSizeF());
         // The parts keep their places, and the version its line.
@@ -319,7 +330,7 @@ private Q_SLOTS:
         QVERIFY(version->height() >= version->sizeHint().height());
         QVERIFY(column.place(version).top() > column.place(title).bottom());
         // The button is never what gives way.
-        const auto* button = column.shown<PushButton>(text("Install"));
+        const auto* button = column.shown<PushButton>(AppLanguage::string("Install"));
         QCOMPARE(button->width(), button->sizeHint().width());
         QCOMPARE(column.row->height(), 1 + 52);
     }
@@ -331,7 +342,7 @@ private Q_SLOTS:
         offer(text("99.5 (9999999)"));
         Column column;
         column.show();
-        QVERIFY(column.shown<ShrinkingLabel>(text("Update")));
+        QVERIFY(column.shown<ShrinkingLabel>(text("Update verfügbar")));
         QVERIFY(column.shown<PushButton>(text("Installieren")));
         QVERIFY(column.shown<ShrinkingLabel>(text("99.5 (9999999)")));
     }

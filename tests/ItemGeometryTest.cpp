@@ -213,14 +213,14 @@ private Q_SLOTS:
         }
     }
 
-    void fastCoresWithoutAnAccentOfTheirOwnHaveTheFirst_data()
+    void fastCoresWithoutAnAccentOfTheirOwnHaveTheFallback_data()
     {
         QTest::addColumn<QByteArray>("stored");
         QTest::newRow("absent") << QByteArray();
         QTest::newRow("unknown") << QByteArray("Indigo");
         QTest::newRow("half a colour") << QByteArray("custom:srgb:0.1,0.2");
     }
-    void fastCoresWithoutAnAccentOfTheirOwnHaveTheFirst()
+    void fastCoresWithoutAnAccentOfTheirOwnHaveTheFallback()
     {
         QFETCH(QByteArray, stored);
         DrawingStage::set("cpuAccent", "indigo");

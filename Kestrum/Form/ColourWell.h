@@ -9,8 +9,9 @@ class QColorDialog;
 namespace kestrum {
 
 /// A plate of one colour; a click opens the colour dialog beside the window, which stays usable, wherever the desktop lets programs
-/// place their windows and the screen has the room. Each movement in the dialog is told at once. Colours are opaque. To assistive programs it is a button, whose name the owner sets and whose description is the
-/// colour as "#rrggbb". The dialog goes when the well is hidden or destroyed.
+/// place their windows and the screen has the room. Each movement in the dialog is told at once. Colours are opaque. To assistive
+/// programs it is a button, whose name the owner sets and whose description is the colour as "#rrggbb". The dialog goes when the
+/// well is hidden or destroyed.
 class ColourWell final : public QAbstractButton {
     Q_OBJECT
 public:

@@ -16,7 +16,8 @@ class PopupPicker;
 class AccentRow final : public Row {
     Q_OBJECT
 public:
-    /// `title` and `subject`, which is what has the colour, are as people see them. What is stored under `key` and is no accent shows as `MeterAccent::fallback`.
+    /// `title` and `subject`, which is what has the colour, are as people see them. What is stored under `key` and is no accent
+    /// shows as `MeterAccent::fallback`.
     AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key);
     ~AccentRow() override;
 

@@ -14,7 +14,8 @@ namespace ColourDialogHand {
 inline QWidget* field(const QColorDialog& dialog)
 {
     for (auto* part : dialog.findChildren<QWidget*>()) {
-        if (qstrcmp(part->metaObject()->className(), "QColorPicker") == 0)
+        // Since Qt 6.5 within a name space.
+        if (QByteArrayView(part->metaObject()->className()).endsWith("QColorPicker"))
             return part;
     }
     return nullptr;

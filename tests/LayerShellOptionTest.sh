@@ -6,7 +6,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
 configure() {
-    cmake -S "$root" -B "$folder/build" -DKESTRUM_TESTS=OFF -DKESTRUM_BENCHMARKS=OFF "$@" >"$folder/said" 2>&1
+    cmake -G Ninja -S "$root" -B "$folder/build" -DKESTRUM_TESTS=OFF -DKESTRUM_BENCHMARKS=OFF "$@" >"$folder/said" 2>&1
 }
 
 # lacks NAME VARIABLE: a machine on which VARIABLE comes out empty is told that NAME is missing.

@@ -120,13 +120,15 @@ private:
         return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    /// The text of the unit that systemd makes; empty when it makes none.
+    /// The text of the unit that systemd makes of our entry, among those of the system's; empty when it makes none.
     static QByteArray serviceOf(const FileTree& units)
     {
         QProcess process;
         process.start(generator, { units.root() });
         process.waitForFinished(10'000);
-        const QStringList names = QDir(units.root()).entryList({ QStringLiteral("*.service") }, QDir::Files);
+        const QStringList names
+            = QDir(units.root())
+                  .entryList({ QStringLiteral("app-com.orvale.kestrum.agent*.service") }, QDir::Files);
         return names.isEmpty() ? QByteArray() : contentOf(units.path(names.first()));
     }
 

@@ -52,7 +52,10 @@ private Q_SLOTS:
     void thereIsNoListBeforeItIsOpened()
     {
         const Stage stage(0, Qt::LeftToRight, red());
+#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0) // which makes one of its own as soon as there is a choice
         QVERIFY(stage.picker->findChildren<QAbstractItemView*>().isEmpty());
+#endif
+        QVERIFY(stage.picker->findChildren<PickerList*>().isEmpty());
         stage.picker->showPopup();
         QCOMPARE(stage.picker->findChildren<QAbstractItemView*>().size(), 1);
         // A list that is there follows another font.

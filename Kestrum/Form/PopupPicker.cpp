@@ -118,6 +118,8 @@ void PopupPicker::showPopup()
         // Not before it is needed: every list is a window.
         list = new PickerList(*this);
         setView(list);
+        // Newer Qts do so only when the choice changes.
+        list->setCurrentIndex(model()->index(currentIndex(), modelColumn()));
         list->setAccessibleName(accessibleName());
         list->dressWindow();
     }

@@ -13,14 +13,21 @@ namespace {
 
 using icu::DecimalFormatSymbols;
 
+// Where the session names no region, the one that the language names, or else the one where most speak it: editions of the library
+// differ about the digits of Arabic in no region, and the toolkit takes Egypt's.
+QByteArray regionOf(icu::Locale language)
+{
+    UErrorCode status = U_ZERO_ERROR;
+    language.addLikelySubtags(status);
+    return language.getCountry();
+}
+
 icu::Locale textLocale(const QString& language, const QString& region)
 {
     const icu::Locale locale = TextLocale::ofLanguage(language);
-    if (region.isEmpty())
-        return locale;
     UErrorCode status = U_ZERO_ERROR;
-    const auto withRegion
-        = icu::LocaleBuilder().setLocale(locale).setRegion(region.toLatin1().constData()).build(status);
+    const QByteArray place = region.isEmpty() ? regionOf(locale) : region.toLatin1();
+    const auto withRegion = icu::LocaleBuilder().setLocale(locale).setRegion(place.constData()).build(status);
     return U_SUCCESS(status) ? withRegion : locale;
 }
 

@@ -38,12 +38,13 @@ class SettingsAppDelegateTest : public QObject {
 private Q_SLOTS:
     void init()
     {
+        QSignalSpy stored(&SharedSettings::store(), &UserDefaults::changed);
         SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
         Setting { Keys::agentEnabled }.set(false);
         m_delegate = std::make_unique<SettingsAppDelegate>(SettingsAppDelegate::Run::ordinary,
             Relaunch::Actions { [this](const QString& command) { m_relaunches.append(command); }, [] {} });
         m_delegate->applicationDidFinishLaunching();
-        QTest::qWait(50); // the notice of what start-up stored
+        QTRY_COMPARE(stored.count(), 1); // what start-up stored is announced before somebody listens
         m_listener = std::make_unique<SignalListener>();
         m_listener->listen(SharedSettings::Signal::settings, [this] { ++m_settings; });
         m_settings = 0;

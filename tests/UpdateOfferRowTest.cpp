@@ -342,7 +342,7 @@ private Q_SLOTS:
         offer(text("99.5 (9999999)"));
         Column column;
         column.show();
-        QVERIFY(column.shown<ShrinkingLabel>(text("Update")));
+        QVERIFY(column.shown<ShrinkingLabel>(text("Neue Version")));
         QVERIFY(column.shown<PushButton>(text("Installieren")));
         QVERIFY(column.shown<ShrinkingLabel>(text("99.5 (9999999)")));
     }

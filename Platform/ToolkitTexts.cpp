@@ -41,8 +41,12 @@ void ToolkitTexts::install()
 
 QLocale ToolkitTexts::locale(const QString& code)
 {
+    return locale(code, GlobalDomain::numberRegion());
+}
+
+QLocale ToolkitTexts::locale(const QString& code, const QString& region)
+{
     const QLocale language(code);
-    const QString region = GlobalDomain::numberRegion();
     if (region.isEmpty())
         return language;
     // A language's code may name a region of its own, as that of Brazilian Portuguese does.

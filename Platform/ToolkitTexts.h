@@ -15,6 +15,8 @@ void install();
 /// The language named by a BCP 47 code with the session's region; a region that the code names itself stays where the
 /// session names none.
 QLocale locale(const QString& code);
+/// The same with `region` for the session's, which may be empty.
+QLocale locale(const QString& code, const QString& region);
 
 } // namespace ToolkitTexts
 } // namespace kestrum

@@ -1,5 +1,7 @@
 #include "KestrumShared/Text/TextLocale.h"
 
+#include "Platform/ToolkitTexts.h"
+
 #include <QByteArrayView>
 #include <memory>
 #include <unicode/dcfmtsym.h>
@@ -13,22 +15,28 @@ namespace {
 
 using icu::DecimalFormatSymbols;
 
-// Where the session names no region, the one that the language names, or else the one where most speak it: editions of the library
-// differ about the digits of Arabic in no region, and the toolkit takes Egypt's.
-QByteArray regionOf(icu::Locale language)
+// The digits are those that the toolkit writes in that language and region: editions of the library differ about Arabic outside of
+// its own regions, and short texts are made without the library.
+icu::Locale withToolkitsDigits(icu::Locale locale, const QString& language, const QString& region)
 {
+    const QString zero = ToolkitTexts::locale(language, region).zeroDigit();
     UErrorCode status = U_ZERO_ERROR;
-    language.addLikelySubtags(status);
-    return language.getCountry();
+    if (zero == u"0")
+        locale.setUnicodeKeywordValue("nu", "latn", status);
+    else if (zero == u"\u0660")
+        locale.setUnicodeKeywordValue("nu", "arab", status);
+    return locale;
 }
 
 icu::Locale textLocale(const QString& language, const QString& region)
 {
     const icu::Locale locale = TextLocale::ofLanguage(language);
+    if (region.isEmpty())
+        return withToolkitsDigits(locale, language, region);
     UErrorCode status = U_ZERO_ERROR;
-    const QByteArray place = region.isEmpty() ? regionOf(locale) : region.toLatin1();
-    const auto withRegion = icu::LocaleBuilder().setLocale(locale).setRegion(place.constData()).build(status);
-    return U_SUCCESS(status) ? withRegion : locale;
+    const auto withRegion
+        = icu::LocaleBuilder().setLocale(locale).setRegion(region.toLatin1().constData()).build(status);
+    return withToolkitsDigits(U_SUCCESS(status) ? withRegion : locale, language, region);
 }
 
 // The locale that most people of `region` use. Where the library does not know their language, as Samoan, it would silently take

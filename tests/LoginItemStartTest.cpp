@@ -5,6 +5,7 @@
 #include <QCoreApplication>
 #include <QProcess>
 #include <QTest>
+#include <unistd.h>
 
 using namespace kestrum;
 
@@ -124,6 +125,13 @@ private:
     static QByteArray serviceOf(const FileTree& units)
     {
         QProcess process;
+        // Wholly that user's: it looks into no folder that is named by somebody else's environment.
+        process.setChildProcessModifier([] {
+            const gid_t group = ::getegid();
+            const uid_t user = ::geteuid();
+            if (::setresgid(group, group, group) != 0 || ::setresuid(user, user, user) != 0)
+                ::_exit(1);
+        });
         process.start(generator, { units.root() });
         process.waitForFinished(10'000);
         const QStringList names

@@ -41,6 +41,13 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_again, &QTimer::timeout, this, &LayerChannel::fit);
     connect(&m_surface, &LayerSurface::closed, &m_again, qOverload<>(&QTimer::start));
     connect(qGuiApp, &QGuiApplication::screenAdded, &m_again, qOverload<>(&QTimer::start));
+    // Some desktops neither close a surface whose screen goes nor show it again when there is a screen, as sway 1.10.
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
+        if (m_strip.screen() != gone)
+            return;
+        m_surface.hide();
+        m_again.start();
+    });
 
     m_strip.setAttribute(Qt::WA_TranslucentBackground);
     m_sheet.setAttribute(Qt::WA_TranslucentBackground);

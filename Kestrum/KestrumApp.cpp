@@ -2,9 +2,9 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/SettingsView.h"
-#include "Platform/Identifier.h"
-#include "Platform/ToolkitTexts.h"
-#include "Platform/WindowActivation.h"
+#include "Platform/Desktop/ToolkitTexts.h"
+#include "Platform/Desktop/WindowActivation.h"
+#include "Platform/Log/Identifier.h"
 
 #include <QAccessibleObject>
 #include <QScreen>

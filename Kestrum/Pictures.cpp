@@ -2,7 +2,7 @@
 
 #include "Kestrum/AccessOutline.h"
 #include "Kestrum/Window/SettingsView.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 #include <QAccessible>
 #include <QApplication>

@@ -1,8 +1,8 @@
 #include "Kestrum/Relaunch.h"
 
-#include "Platform/Bundle.h"
-#include "Platform/Log.h"
-#include "Platform/ProgramStart.h"
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/ProgramStart.h"
 
 #include <QFile>
 #include <QGuiApplication>

@@ -5,7 +5,7 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/WindowActivation.h"
+#include "Platform/Desktop/WindowActivation.h"
 
 #include <QGuiApplication>
 #include <QSessionManager>

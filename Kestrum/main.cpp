@@ -5,11 +5,11 @@
 #include "KestrumShared/Machine/LoginItemPolicy.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Log.h"
-#include "Platform/SingleInstance.h"
-#include "Platform/Superuser.h"
-#include "Platform/ToolkitStart.h"
-#include "Platform/WindowActivation.h"
+#include "Platform/Desktop/ToolkitStart.h"
+#include "Platform/Desktop/WindowActivation.h"
+#include "Platform/Files/Superuser.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/SingleInstance.h"
 
 #include <QByteArrayView>
 #include <cstdio>

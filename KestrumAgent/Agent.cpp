@@ -8,11 +8,11 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Bundle.h"
-#include "Platform/Log.h"
-#include "Platform/ToolkitTexts.h"
-#include "Platform/WindowActivation.h"
-#include "Platform/Workspace.h"
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/Desktop/ToolkitTexts.h"
+#include "Platform/Desktop/WindowActivation.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/Workspace.h"
 
 #include <QCoreApplication>
 #include <QDir>

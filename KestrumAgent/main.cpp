@@ -2,13 +2,13 @@
 #include "KestrumShared/Machine/AgentLoginItem.h"
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Identifier.h"
-#include "Platform/Log.h"
-#include "Platform/ProcessTable.h"
-#include "Platform/SingleInstance.h"
-#include "Platform/StopRequest.h"
-#include "Platform/ToolkitStart.h"
-#include "Platform/WindowActivation.h"
+#include "Platform/Desktop/ToolkitStart.h"
+#include "Platform/Desktop/WindowActivation.h"
+#include "Platform/Log/Identifier.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/ProcessTable.h"
+#include "Platform/Processes/SingleInstance.h"
+#include "Platform/Processes/StopRequest.h"
 
 #include <QApplication>
 #include <QByteArrayView>

@@ -7,7 +7,7 @@
 //   told/gone     from before it is killed until the workspace has told of it
 
 #include "KestrumShared/Machine/ProcessScan.h"
-#include "Platform/Workspace.h"
+#include "Platform/Processes/Workspace.h"
 #include "tests/OwnProcesses.h"
 #include "tests/StandIns.h"
 

@@ -6,8 +6,8 @@
 //
 // The other processes are this program with a role as its first argument. They tell by a shared page.
 
-#include "Platform/NotificationCentre.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Signals/NotificationCentre.h"
+#include "Platform/Store/UserDefaults.h"
 
 #include <QCoreApplication>
 #include <QFile>

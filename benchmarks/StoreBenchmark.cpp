@@ -3,9 +3,9 @@
 // a folder on the disk to measure; the temporary folder otherwise.
 
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "Platform/SettingsFile.h"
-#include "Platform/SettingsText.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/SettingsFile.h"
+#include "Platform/Store/SettingsText.h"
+#include "Platform/Store/UserDefaults.h"
 
 #include <QDir>
 #include <QFile>

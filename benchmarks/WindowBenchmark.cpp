@@ -4,7 +4,7 @@
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/Window/SettingsView.h"
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 
 #include <QApplication>
 #include <QDir>

@@ -1,6 +1,6 @@
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/SingleInstance.h"
+#include "Platform/Processes/SingleInstance.h"
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/SignalNames.h"

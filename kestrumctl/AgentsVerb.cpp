@@ -1,5 +1,5 @@
 #include "KestrumShared/Machine/AppLinks.h"
-#include "Platform/Log.h"
+#include "Platform/Log/Log.h"
 #include "kestrumctl/Verb.h"
 
 #include <QDateTime>

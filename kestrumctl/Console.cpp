@@ -1,6 +1,6 @@
 #include "kestrumctl/Console.h"
 
-#include "Platform/Log.h"
+#include "Platform/Log/Log.h"
 
 #include <cerrno>
 #include <cstdio>

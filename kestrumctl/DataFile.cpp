@@ -1,7 +1,7 @@
 #include "kestrumctl/DataFile.h"
 
-#include "Platform/FileReplacement.h"
-#include "Platform/Log.h"
+#include "Platform/Files/FileReplacement.h"
+#include "Platform/Log/Log.h"
 
 #include <QFile>
 #include <cstdio>

@@ -1,4 +1,4 @@
-#include "Platform/SettingsText.h"
+#include "Platform/Store/SettingsText.h"
 #include "kestrumctl/DataFile.h"
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/Verb.h"

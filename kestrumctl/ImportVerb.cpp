@@ -1,5 +1,5 @@
-#include "Platform/Log.h"
-#include "Platform/SettingsText.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Store/SettingsText.h"
 #include "kestrumctl/DataFile.h"
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/Verb.h"

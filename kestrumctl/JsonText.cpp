@@ -1,7 +1,7 @@
 #include "kestrumctl/JsonText.h"
 
-#include "Platform/Log.h"
-#include "Platform/SettingsText.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Store/SettingsText.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/UserDefaults.h"
 
 #include <QJsonValue>
 #include <QList>

@@ -1,6 +1,6 @@
 #include "KestrumShared/Settings/SignalListener.h"
-#include "Platform/Log.h"
-#include "Platform/StopRequest.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/StopRequest.h"
 #include "kestrumctl/SignalNames.h"
 #include "kestrumctl/Verb.h"
 

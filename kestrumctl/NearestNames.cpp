@@ -1,6 +1,6 @@
 #include "kestrumctl/NearestNames.h"
 
-#include "Platform/Log.h"
+#include "Platform/Log/Log.h"
 
 #include <QList>
 #include <algorithm>

@@ -1,5 +1,5 @@
-#include "Platform/WindowActivation.h"
-#include "Platform/Workspace.h"
+#include "Platform/Desktop/WindowActivation.h"
+#include "Platform/Processes/Workspace.h"
 #include "kestrumctl/Verb.h"
 
 #include <QCoreApplication>

@@ -1,4 +1,4 @@
-#include "Platform/NotificationCentre.h"
+#include "Platform/Signals/NotificationCentre.h"
 #include "kestrumctl/SignalNames.h"
 #include "kestrumctl/Verb.h"
 

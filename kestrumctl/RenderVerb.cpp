@@ -2,7 +2,7 @@
 #include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Drawing/StripLayout.h"
 #include "KestrumShared/Settings/MeterSettings.h"
-#include "Platform/Log.h"
+#include "Platform/Log/Log.h"
 #include "kestrumctl/CoresOption.h"
 #include "kestrumctl/DataFile.h"
 #include "kestrumctl/KeyCatalogue.h"

@@ -1,6 +1,6 @@
 #include "kestrumctl/SignalNames.h"
 
-#include "Platform/NotificationCentre.h"
+#include "Platform/Signals/NotificationCentre.h"
 #include "kestrumctl/NearestNames.h"
 
 namespace kestrum {

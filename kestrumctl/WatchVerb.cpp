@@ -1,5 +1,5 @@
-#include "Platform/Log.h"
-#include "Platform/StopRequest.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/StopRequest.h"
 #include "kestrumctl/JsonText.h"
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/Verb.h"

@@ -1,6 +1,6 @@
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "Platform/Log.h"
-#include "Platform/ToolkitStart.h"
+#include "Platform/Desktop/ToolkitStart.h"
+#include "Platform/Log/Log.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/Verb.h"
 

@@ -1,6 +1,6 @@
 #include "Kestrum/Agent/AgentController.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Workspace.h"
+#include "Platform/Processes/Workspace.h"
 #include "tests/AgentStage.h"
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"

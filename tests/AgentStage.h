@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumShared/Machine/ProcessScan.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/FileTree.h"
 #include "tests/FreshSettings.h"
 #include "tests/StandIns.h"

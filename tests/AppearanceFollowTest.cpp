@@ -1,8 +1,8 @@
 // The desktop's scheme and accent as they change, told by a portal in a process of its own. Nothing in this process but the
 // program's own code has to do with D-Bus, as in the programs where no accessibility bus runs.
 
-#include "Platform/DesktopBus.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/DesktopBus.h"
+#include "Platform/Desktop/SystemAppearance.h"
 #include "tests/PortalProcess.h"
 #include "tests/SessionBus.h"
 #include "tests/TestHome.h"

@@ -1,4 +1,4 @@
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/FileTree.h"
 #include "tests/TestHome.h"
 

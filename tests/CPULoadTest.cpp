@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/CPULoad.h"
+#include "Platform/Machine/CPULoad.h"
 #include "tests/ProcessorTree.h"
 #include "tests/TestHome.h"
 

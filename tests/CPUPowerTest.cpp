@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/CPUPower.h"
+#include "Platform/Machine/CPUPower.h"
 #include "tests/FileTree.h"
 #include "tests/OrdinaryUser.h"
 #include "tests/TestHome.h"

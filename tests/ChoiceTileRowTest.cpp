@@ -1,6 +1,6 @@
 #include "Kestrum/Popovers/ChoiceTileRow.h"
 
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 #include "tests/ControlWindow.h"
 #include "tests/TestHome.h"
 #include "tests/TileWindow.h"

@@ -1,6 +1,6 @@
 #include "Kestrum/Popovers/ChoiceTile.h"
 
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 #include "tests/ControlWindow.h"
 #include "tests/HeardEvents.h"
 #include "tests/PanelPixels.h"

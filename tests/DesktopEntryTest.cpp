@@ -1,4 +1,4 @@
-#include "Platform/DesktopEntry.h"
+#include "Platform/LoginItem/DesktopEntry.h"
 
 #include "tests/TestHome.h"
 

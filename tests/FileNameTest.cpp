@@ -1,4 +1,4 @@
-#include "Platform/FileName.h"
+#include "Platform/Files/FileName.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

@@ -1,5 +1,5 @@
-#include "Platform/GenerationCounter.h"
-#include "Platform/RuntimeDirectory.h"
+#include "Platform/Store/GenerationCounter.h"
+#include "Platform/Files/RuntimeDirectory.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

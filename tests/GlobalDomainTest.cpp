@@ -1,4 +1,4 @@
-#include "Platform/GlobalDomain.h"
+#include "Platform/Store/GlobalDomain.h"
 #include "tests/TestHome.h"
 #include "tests/TestSession.h"
 

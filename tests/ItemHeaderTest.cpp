@@ -2,7 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Drawing/HeadingBlue.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>

@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/KernelFile.h"
+#include "Platform/Machine/KernelFile.h"
 #include "tests/FileTree.h"
 #include "tests/TestHome.h"
 

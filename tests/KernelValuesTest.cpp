@@ -1,4 +1,4 @@
-#include "Platform/KernelValues.h"
+#include "Platform/Machine/KernelValues.h"
 #include "tests/FakeMachine.h"
 #include "tests/TestHome.h"
 

@@ -2,7 +2,7 @@
 
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/SingleInstance.h"
+#include "Platform/Processes/SingleInstance.h"
 #include "tests/FreshSettings.h"
 #include "tests/Kestrumctl.h"
 #include "tests/StandIns.h"

@@ -1,4 +1,4 @@
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/UserDefaults.h"
 #include "tests/FileContent.h"
 #include "tests/Kestrumctl.h"
 #include "tests/TestHome.h"

@@ -1,5 +1,5 @@
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/UserDefaults.h"
 #include "tests/Kestrumctl.h"
 #include "tests/TestHome.h"
 

@@ -3,7 +3,7 @@
 #include "KestrumShared/Drawing/ItemFonts.h"
 #include "KestrumShared/Drawing/ItemSprites.h"
 #include "KestrumShared/Drawing/PixelPainter.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 #include "tests/ItemPixels.h"
 #include "tests/TestHome.h"
 

@@ -1,5 +1,5 @@
-#include "Platform/Log.h"
-#include "Platform/JournalSocket.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Log/JournalSocket.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/Bundle.h"
-#include "Platform/LoginItemService.h"
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/LoginItem/LoginItemService.h"
 #include "tests/FileContent.h"
 #include "tests/FileTree.h"
 #include "tests/OrdinaryUser.h"

@@ -1,4 +1,4 @@
-#include "Platform/LoginItemService.h"
+#include "Platform/LoginItem/LoginItemService.h"
 
 #include "tests/LoginItemStage.h"
 

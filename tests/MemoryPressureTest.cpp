@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/MemoryPressure.h"
+#include "Platform/Machine/MemoryPressure.h"
 #include "tests/FileTree.h"
 #include "tests/TestHome.h"
 

@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/MemoryUse.h"
+#include "Platform/Machine/MemoryUse.h"
 #include "tests/FileTree.h"
 #include "tests/TestHome.h"
 

@@ -5,7 +5,7 @@
 #include "Kestrum/MenuBar/MoreMark.h"
 #include "KestrumShared/Drawing/StripGround.h"
 #include "KestrumShared/Machine/CoreTopology.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestHome.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/UserDefaults.h"
 #include "tests/TestHome.h"
 
 #include <QFile>

@@ -6,7 +6,7 @@
 #include "Kestrum/Form/Switch.h"
 #include "Kestrum/Pictures.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 #include "tests/FileContent.h"
 #include "tests/LoginItemStage.h"
 #include "tests/OwnProcesses.h"

@@ -26,11 +26,11 @@
 //                              "opened PID", then "changed" each time that is told; "unsupported REASON" where a
 //                              process cannot give up a call
 
-#include "Platform/DirectoryWatch.h"
-#include "Platform/NotificationCentre.h"
-#include "Platform/SingleInstance.h"
-#include "Platform/UserDefaults.h"
-#include "Platform/Workspace.h"
+#include "Platform/Files/DirectoryWatch.h"
+#include "Platform/Processes/SingleInstance.h"
+#include "Platform/Processes/Workspace.h"
+#include "Platform/Signals/NotificationCentre.h"
+#include "Platform/Store/UserDefaults.h"
 #include "tests/SystemCallFilter.h"
 
 #include <QCoreApplication>

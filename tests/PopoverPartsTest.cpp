@@ -3,7 +3,7 @@
 #include "KestrumShared/Popover/PanelDivider.h"
 #include "KestrumShared/Popover/PanelStack.h"
 #include "KestrumShared/Popover/PanelText.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 #include "tests/PanelStage.h"
 #include "tests/TestHome.h"
 

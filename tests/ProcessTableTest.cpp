@@ -1,4 +1,4 @@
-#include "Platform/ProcessTable.h"
+#include "Platform/Processes/ProcessTable.h"
 #include "tests/OwnProcesses.h"
 #include "tests/StandIns.h"
 #include "tests/TestHome.h"

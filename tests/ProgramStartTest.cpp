@@ -1,4 +1,4 @@
-#include "Platform/ProgramStart.h"
+#include "Platform/Processes/ProgramStart.h"
 #include "tests/StandIns.h"
 #include "tests/TestHome.h"
 

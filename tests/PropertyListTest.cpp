@@ -1,4 +1,4 @@
-#include "Platform/PropertyList.h"
+#include "Platform/Bundle/PropertyList.h"
 #include "tests/FileTree.h"
 #include "tests/TestHome.h"
 

@@ -1,5 +1,5 @@
 #include "Kestrum/Relaunch.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/FileTree.h"
 #include "tests/StandIns.h"
 #include "tests/TestHome.h"

@@ -1,4 +1,4 @@
-#include "Platform/RuntimeDirectory.h"
+#include "Platform/Files/RuntimeDirectory.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

@@ -2,7 +2,7 @@
 // read ("cpu gpu hottest fan"), and is answered by a line of the values in that order, "-" for what is absent. Its first
 // line is where the machine's files are.
 
-#include "KestrumAgent/Readings/Sensors.h"
+#include "Platform/Machine/Sensors.h"
 
 #include <cstdlib>
 #include <iostream>

@@ -2,7 +2,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Settings/SignalListener.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/TestHome.h"
 
 #include <QDateTime>

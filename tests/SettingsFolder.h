@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/SettingsFile.h"
+#include "Platform/Store/SettingsFile.h"
 #include "tests/FileContent.h"
 #include "tests/TestHome.h"
 

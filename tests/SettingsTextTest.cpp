@@ -1,4 +1,4 @@
-#include "Platform/SettingsText.h"
+#include "Platform/Store/SettingsText.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

@@ -4,7 +4,7 @@
 #include "Kestrum/Window/SettingsView.h"
 #include "Kestrum/Window/Sidebar.h"
 #include "Kestrum/Window/SplitView.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/FreshSettings.h"
 
 #include <QApplication>

@@ -2,7 +2,7 @@
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 #include "tests/PaintWatcher.h"
 #include "tests/PanelPixels.h"
 #include "tests/SettingsWindow.h"

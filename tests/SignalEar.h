@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/NotificationCentre.h"
+#include "Platform/Signals/NotificationCentre.h"
 #include "tests/TestHome.h"
 
 #include <QString>

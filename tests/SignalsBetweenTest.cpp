@@ -1,5 +1,5 @@
-#include "Platform/NotificationCentre.h"
-#include "Platform/RuntimeDirectory.h"
+#include "Platform/Files/RuntimeDirectory.h"
+#include "Platform/Signals/NotificationCentre.h"
 #include "tests/Peer.h"
 #include "tests/SignalEar.h"
 

@@ -1,4 +1,4 @@
-#include "Platform/NotificationCentre.h"
+#include "Platform/Signals/NotificationCentre.h"
 #include "tests/Peer.h"
 #include "tests/Programs.h"
 #include "tests/SignalEar.h"

@@ -1,4 +1,4 @@
-#include "Platform/SingleInstance.h"
+#include "Platform/Processes/SingleInstance.h"
 #include "tests/Peer.h"
 #include "tests/TestHome.h"
 

@@ -1,6 +1,6 @@
-#include "Platform/InstanceName.h"
-#include "Platform/SingleInstance.h"
-#include "Platform/WorkAllowance.h"
+#include "Platform/Files/WorkAllowance.h"
+#include "Platform/Processes/InstanceName.h"
+#include "Platform/Processes/SingleInstance.h"
 #include "tests/Peer.h"
 #include "tests/TestHome.h"
 

@@ -1,4 +1,4 @@
-#include "Platform/StartLooks.h"
+#include "Platform/Processes/StartLooks.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

@@ -3,7 +3,7 @@
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Window/SettingsView.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/FileDescriptor.h"
+#include "Platform/Files/FileDescriptor.h"
 #include "tests/AgentStage.h"
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"

@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/StorageUse.h"
+#include "Platform/Machine/StorageUse.h"
 #include "tests/TestHome.h"
 
 #include <QStorageInfo>

@@ -1,7 +1,7 @@
 // A file system that is really full: 64 KiB of memory, mounted in a name space of our own before the test begins. What is
 // simulated elsewhere, a call that says ENOSPC, leaves out what counts here: calls that say nothing.
 
-#include "Platform/SettingsFile.h"
+#include "Platform/Store/SettingsFile.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

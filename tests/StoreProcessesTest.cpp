@@ -1,7 +1,7 @@
 // True processes against one suite: this program again, with the name of a part to play.
 
-#include "Platform/SettingsFile.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/SettingsFile.h"
+#include "Platform/Store/UserDefaults.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

@@ -2,7 +2,7 @@
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 #include "tests/FreshSettings.h"
 
 #include <QApplication>

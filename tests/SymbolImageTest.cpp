@@ -1,4 +1,4 @@
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 #include "tests/TestHome.h"
 
 #include <QPainter>

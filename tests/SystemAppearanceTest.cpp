@@ -1,8 +1,8 @@
 // A bus of the test's own, and on it a portal that this program plays itself, as Debian's does: `Read` answers a variant
 // in a variant and knows no accent colour unless told.
 
-#include "Platform/AppearancePortal.h"
-#include "Platform/DesktopBus.h"
+#include "Platform/Desktop/AppearancePortal.h"
+#include "Platform/Desktop/DesktopBus.h"
 #include "tests/SessionBus.h"
 #include "tests/TestHome.h"
 

@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/SystemPower.h"
+#include "Platform/Machine/SystemPower.h"
 #include "tests/FileTree.h"
 #include "tests/TestHome.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/FileTree.h"
 
 namespace kestrum {

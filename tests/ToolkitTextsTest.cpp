@@ -1,5 +1,5 @@
-#include "Platform/ToolkitTexts.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Desktop/ToolkitTexts.h"
+#include "Platform/Store/UserDefaults.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

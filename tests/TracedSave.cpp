@@ -1,7 +1,7 @@
 #include "tests/TracedSave.h"
 
-#include "Platform/SettingsFile.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/SettingsFile.h"
+#include "Platform/Store/UserDefaults.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>

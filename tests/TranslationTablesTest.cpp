@@ -1,6 +1,6 @@
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Bundle.h"
-#include "Platform/PropertyList.h"
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/Bundle/PropertyList.h"
 #include "tests/SourceTexts.h"
 #include "tests/StringsTable.h"
 #include "tests/TestHome.h"

@@ -1,6 +1,6 @@
 // Whether windows are mixed is asked of a real X server. The test is the program that mixes them.
 
-#include "Platform/Translucency.h"
+#include "Platform/Desktop/Translucency.h"
 #include "tests/DesktopTest.h"
 
 #include <QGuiApplication>

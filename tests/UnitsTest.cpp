@@ -2,7 +2,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/TextLocale.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 #include "tests/TestSession.h"

@@ -2,7 +2,7 @@
 
 #include "KestrumAgent/Updates/UpdateChecker.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/FreshSettings.h"
 #include "tests/SignalEar.h"
 

@@ -1,5 +1,5 @@
-#include "Platform/GenerationCounter.h"
-#include "Platform/SettingsFile.h"
+#include "Platform/Store/GenerationCounter.h"
+#include "Platform/Store/SettingsFile.h"
 #include "tests/FileContent.h"
 #include "tests/ObservedSuite.h"
 

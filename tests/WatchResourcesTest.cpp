@@ -1,4 +1,4 @@
-#include "Platform/DirectoryWatch.h"
+#include "Platform/Files/DirectoryWatch.h"
 #include "tests/Peer.h"
 #include "tests/TestHome.h"
 #include "tests/WatchedPlace.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/DirectoryWatch.h"
+#include "Platform/Files/DirectoryWatch.h"
 
 #include <QDir>
 #include <QFile>

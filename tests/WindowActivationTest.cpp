@@ -1,7 +1,7 @@
 // What the window manager and whoever shows that a program is being started are told, on a real X server. The test is both
 // of them.
 
-#include "Platform/WindowActivation.h"
+#include "Platform/Desktop/WindowActivation.h"
 #include "tests/DesktopTest.h"
 
 #include <QAbstractNativeEventFilter>

@@ -1,8 +1,8 @@
 // The built program on a display of its own, worked by real mouse and keyboard events and watched from outside, as a
 // person and the agent would.
 
-#include "Platform/PropertyList.h"
-#include "Platform/Superuser.h"
+#include "Platform/Bundle/PropertyList.h"
+#include "Platform/Files/Superuser.h"
 #include "tests/DesktopTest.h"
 #include "tests/OpenedWindow.h"
 #include "tests/SeenTimes.h"

@@ -1,4 +1,4 @@
-#include "Platform/WorkAllowance.h"
+#include "Platform/Files/WorkAllowance.h"
 
 #include <QTest>
 

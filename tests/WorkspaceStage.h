@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/Workspace.h"
+#include "Platform/Processes/Workspace.h"
 #include "tests/StandIns.h"
 #include "tests/TestHome.h"
 

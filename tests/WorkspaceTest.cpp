@@ -1,4 +1,4 @@
-#include "Platform/Workspace.h"
+#include "Platform/Processes/Workspace.h"
 #include "tests/OwnProcesses.h"
 #include "tests/WorkspaceStage.h"
 

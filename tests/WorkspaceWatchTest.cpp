@@ -1,5 +1,5 @@
-#include "Platform/WorkAllowance.h"
-#include "Platform/Workspace.h"
+#include "Platform/Files/WorkAllowance.h"
+#include "Platform/Processes/Workspace.h"
 #include "tests/OwnProcesses.h"
 #include "tests/Peer.h"
 #include "tests/WorkspaceStage.h"

@@ -1,4 +1,4 @@
-#include "Platform/X11Struts.h"
+#include "Platform/Desktop/X11Struts.h"
 #include "tests/DesktopTest.h"
 
 #include <QRasterWindow>

@@ -9,7 +9,7 @@
 #include "KestrumShared/Machine/CoreTopology.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 
 #include <QGuiApplication>
 #include <QPainter>

@@ -2,7 +2,7 @@
 
 #include "KestrumShared/Machine/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Workspace.h"
+#include "Platform/Processes/Workspace.h"
 
 #include <QGuiApplication>
 #include <chrono>

@@ -4,7 +4,7 @@
 #include "Kestrum/Form/ShrinkingLabel.h"
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Bundle.h"
+#include "Platform/Bundle/Bundle.h"
 
 #include <QFile>
 #include <QHBoxLayout>

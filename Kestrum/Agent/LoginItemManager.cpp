@@ -3,8 +3,8 @@
 #include "KestrumShared/Machine/LoginItemPolicy.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Identifier.h"
-#include "Platform/Log.h"
+#include "Platform/Log/Identifier.h"
+#include "Platform/Log/Log.h"
 
 #include <QCoreApplication>
 #include <QPointer>

@@ -7,7 +7,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/BundleVersion.h"
 #include "KestrumShared/Text/UpdateOffer.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 
 #include <QPainter>
 #include <QShowEvent>

@@ -1,7 +1,7 @@
 #include "Kestrum/Form/PickerList.h"
 
 #include "Kestrum/Form/Theme.h"
-#include "Platform/Translucency.h"
+#include "Platform/Desktop/Translucency.h"
 
 #include <QComboBox>
 #include <QCoreApplication>

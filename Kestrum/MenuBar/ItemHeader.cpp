@@ -3,7 +3,7 @@
 #include "KestrumShared/Drawing/HeadingBlue.h"
 #include "KestrumShared/Drawing/StatusMetricView.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 
 #include <QPainter>
 #include <QStyle>

@@ -1,6 +1,6 @@
 #include "Kestrum/MenuBar/ItemSlides.h"
 
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 namespace kestrum {
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 #include <QPainter>
 #include <QSizeF>

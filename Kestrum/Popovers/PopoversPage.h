@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Kestrum/Form/FormPage.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 namespace kestrum {
 

@@ -4,7 +4,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Form/WrappedLabel.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/UserDefaults.h"
 
 #include <QAccessible>
 #include <QPainter>

@@ -14,7 +14,7 @@
 #include "Kestrum/Window/SplitView.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/ToolkitTexts.h"
+#include "Platform/Desktop/ToolkitTexts.h"
 
 #include <QApplication>
 #include <QLocale>

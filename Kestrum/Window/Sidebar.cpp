@@ -2,7 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 
 #include <QPainter>
 #include <QResizeEvent>

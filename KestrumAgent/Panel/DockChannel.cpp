@@ -1,7 +1,7 @@
 #include "KestrumAgent/Panel/DockChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
-#include "Platform/X11Window.h"
+#include "Platform/Desktop/X11Window.h"
 
 #include <QGuiApplication>
 #include <QPainterPath>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumAgent/Panel/PanelChannel.h"
-#include "Platform/X11Struts.h"
+#include "Platform/Desktop/X11Struts.h"
 
 #include <QMetaObject>
 #include <QObject>

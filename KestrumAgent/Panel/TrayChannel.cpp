@@ -2,9 +2,9 @@
 
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Drawing/LabelColour.h"
-#include "Platform/Log.h"
-#include "Platform/SymbolImage.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SymbolImage.h"
+#include "Platform/Desktop/SystemAppearance.h"
+#include "Platform/Log/Log.h"
 
 #include <QPainter>
 #include <QTimer>

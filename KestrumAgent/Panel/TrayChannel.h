@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumAgent/Panel/PanelChannel.h"
-#include "Platform/StatusIcons.h"
+#include "Platform/Desktop/StatusIcons.h"
 
 #include <QObject>
 #include <QSystemTrayIcon>

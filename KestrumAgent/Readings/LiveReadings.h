@@ -1,11 +1,11 @@
 #pragma once
 
-#include "KestrumAgent/Readings/CPULoad.h"
-#include "KestrumAgent/Readings/CPUPower.h"
-#include "KestrumAgent/Readings/MemoryPressure.h"
-#include "KestrumAgent/Readings/MemoryUse.h"
 #include "KestrumAgent/Readings/SlowReadings.h"
 #include "KestrumShared/Drawing/MenuBarReadings.h"
+#include "Platform/Machine/CPULoad.h"
+#include "Platform/Machine/CPUPower.h"
+#include "Platform/Machine/MemoryPressure.h"
+#include "Platform/Machine/MemoryUse.h"
 
 namespace kestrum {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "KestrumAgent/Readings/Bell.h"
 #include "KestrumAgent/Readings/LiveReadings.h"
+#include "Platform/Machine/Bell.h"
 
 #include <QObject>
 #include <QTimer>

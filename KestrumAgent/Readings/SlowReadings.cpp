@@ -1,6 +1,6 @@
 #include "KestrumAgent/Readings/SlowReadings.h"
 
-#include "Platform/Log.h"
+#include "Platform/Log/Log.h"
 
 #include <algorithm>
 

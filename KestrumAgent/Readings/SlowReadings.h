@@ -1,10 +1,10 @@
 #pragma once
 
-#include "KestrumAgent/Readings/Sensors.h"
-#include "KestrumAgent/Readings/StorageUse.h"
-#include "KestrumAgent/Readings/SystemPower.h"
 #include "KestrumAgent/Readings/WantedReadings.h"
 #include "KestrumAgent/Readings/Worker.h"
+#include "Platform/Machine/Sensors.h"
+#include "Platform/Machine/StorageUse.h"
+#include "Platform/Machine/SystemPower.h"
 
 #include <array>
 #include <atomic>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "KestrumAgent/Readings/Sensors.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
+#include "Platform/Machine/Sensors.h"
 
 #include <QList>
 

@@ -1,7 +1,7 @@
 #include "KestrumAgent/Updates/AptQuery.h"
 
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/ProgramStart.h"
+#include "Platform/Processes/ProgramStart.h"
 
 #include <QProcessEnvironment>
 #include <QStandardPaths>

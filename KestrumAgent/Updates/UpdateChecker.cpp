@@ -4,7 +4,7 @@
 #include "KestrumAgent/Updates/AptQuery.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Log.h"
+#include "Platform/Log/Log.h"
 
 #include <QRandomGenerator>
 #include <optional>

@@ -2,7 +2,7 @@
 
 #include "KestrumAgent/Updates/UpdateChecker.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "Platform/Identifier.h"
+#include "Platform/Log/Identifier.h"
 
 namespace kestrum {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platform/DesktopNotification.h"
-#include "Platform/SoftwareCentre.h"
+#include "Platform/Desktop/DesktopNotification.h"
+#include "Platform/Desktop/SoftwareCentre.h"
 
 #include <QByteArray>
 #include <QMenu>

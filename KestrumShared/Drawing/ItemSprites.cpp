@@ -1,7 +1,7 @@
 #include "KestrumShared/Drawing/ItemSprites.h"
 
 #include "KestrumShared/Drawing/LabelColour.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 
 #include <QHash>
 #include <tuple>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 #include <QColor>
 

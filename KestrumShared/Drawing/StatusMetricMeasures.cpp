@@ -10,7 +10,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/FixedText.h"
 #include "KestrumShared/Text/Units.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 
 #include <QHash>
 #include <cmath>

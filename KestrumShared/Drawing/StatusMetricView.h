@@ -2,7 +2,7 @@
 
 #include "KestrumShared/Drawing/MenuBarReadings.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 #include <QPainter>
 #include <QRectF>

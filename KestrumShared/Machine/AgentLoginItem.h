@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/LoginItemService.h"
+#include "Platform/LoginItem/LoginItemService.h"
 
 #include <optional>
 

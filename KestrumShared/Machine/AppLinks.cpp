@@ -1,8 +1,8 @@
 #include "KestrumShared/Machine/AppLinks.h"
 
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Identifier.h"
-#include "Platform/Log.h"
+#include "Platform/Log/Identifier.h"
+#include "Platform/Log/Log.h"
 
 #include <QCoreApplication>
 #include <QTimer>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "KestrumShared/Machine/ProcessScan.h"
-#include "Platform/Bundle.h"
-#include "Platform/Workspace.h"
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/Processes/Workspace.h"
 
 #include <QList>
 #include <QMap>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/KernelValues.h"
+#include "Platform/Machine/KernelValues.h"
 
 #include <QList>
 #include <QString>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platform/ProcessTable.h"
+#include "Platform/Processes/ProcessTable.h"
 
 #include <QList>
 #include <QString>

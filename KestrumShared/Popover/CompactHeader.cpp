@@ -2,7 +2,7 @@
 
 #include "KestrumShared/Popover/PanelText.h"
 #include "KestrumShared/Popover/PixelGrid.h"
-#include "Platform/SymbolImage.h"
+#include "Platform/Desktop/SymbolImage.h"
 
 #include <QFontInfo>
 #include <QTransform>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumShared/Popover/PanelMetrics.h"
-#include "Platform/SystemAppearance.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 #include <QColor>
 #include <QFont>

@@ -2,7 +2,7 @@
 
 #include "KestrumShared/Settings/Keys.h"
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/UserDefaults.h"
 
 #include <QJsonValue>
 #include <QString>

@@ -2,9 +2,9 @@
 
 #include "KestrumShared/Settings/Keys.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Identifier.h"
-#include "Platform/Log.h"
-#include "Platform/NotificationCentre.h"
+#include "Platform/Log/Identifier.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Signals/NotificationCentre.h"
 
 namespace kestrum {
 

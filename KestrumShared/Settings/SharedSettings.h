@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumShared/Vocabulary/Enumeration.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Store/UserDefaults.h"
 
 #include <QJsonObject>
 #include <QString>

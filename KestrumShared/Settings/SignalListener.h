@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "Platform/NotificationCentre.h"
+#include "Platform/Signals/NotificationCentre.h"
 
 #include <QList>
 #include <functional>

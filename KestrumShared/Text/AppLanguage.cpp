@@ -2,9 +2,9 @@
 
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/TextLocale.h"
-#include "Platform/Bundle.h"
-#include "Platform/GlobalDomain.h"
-#include "Platform/UserDefaults.h"
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/Store/GlobalDomain.h"
+#include "Platform/Store/UserDefaults.h"
 
 #include <QJsonArray>
 #include <QLocale>

@@ -2,7 +2,7 @@
 
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/TextLocale.h"
-#include "Platform/GlobalDomain.h"
+#include "Platform/Store/GlobalDomain.h"
 
 #include <cmath>
 #include <iterator>

@@ -1,6 +1,6 @@
 #include "KestrumShared/Text/TextLocale.h"
 
-#include "Platform/ToolkitTexts.h"
+#include "Platform/Desktop/ToolkitTexts.h"
 
 #include <QByteArrayView>
 #include <memory>

@@ -3,8 +3,8 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/TextLocale.h"
-#include "Platform/GlobalDomain.h"
-#include "Platform/ToolkitTexts.h"
+#include "Platform/Desktop/ToolkitTexts.h"
+#include "Platform/Store/GlobalDomain.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,138 @@
+#include "Platform/Bundle/Bundle.h"
+
+#include "Platform/Log/Log.h"
+
+#include <QDir>
+#include <QFileInfo>
+
+namespace kestrum {
+
+struct Bundle::Content {
+    QString path;
+    std::optional<PropertyList> info;
+    // Read when first asked for.
+    std::optional<QStringList> localizations;
+    QHash<QString, QHash<QString, QString>> tables;
+};
+
+namespace {
+
+std::optional<PropertyList> readIfThere(const QString& path)
+{
+    if (!QFileInfo::exists(path))
+        return std::nullopt;
+    QString error;
+    const auto list = PropertyList::fromFile(path, &error);
+    if (!list)
+        Log::warning("bundle", QStringLiteral("%1 cannot be read: %2").arg(Log::escaped(path), error));
+    return list;
+}
+
+// The executable is asked of the kernel, so that a link to it ("bin/kestrum") leads into the bundle, and so
+// that no application object is needed. A bundle inside a bundle is found by its own executable.
+Bundle bundleOfExecutable()
+{
+    QDir folder = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).dir();
+    const QString executableFolder = folder.path();
+    if (folder.dirName() == QLatin1StringView("MacOS") && folder.cdUp()
+        && folder.dirName() == QLatin1StringView("Contents") && folder.cdUp()
+        && folder.dirName().endsWith(QLatin1StringView(".app")))
+        return Bundle(folder.path());
+    return Bundle(executableFolder);
+}
+
+Bundle& mainBundle()
+{
+    static Bundle bundle = bundleOfExecutable();
+    return bundle;
+}
+
+} // namespace
+
+const Bundle& Bundle::main()
+{
+    return mainBundle();
+}
+
+void Bundle::setMain(const Bundle& bundle)
+{
+    mainBundle() = bundle;
+}
+
+Bundle::Bundle(const QString& path)
+    : m_content(std::make_shared<Content>())
+{
+    m_content->path = QDir::cleanPath(path);
+    m_content->info = readIfThere(m_content->path + QStringLiteral("/Contents/Info.plist"));
+}
+
+bool Bundle::exists() const
+{
+    return QFileInfo(m_content->path + QStringLiteral("/Contents")).isDir();
+}
+
+QString Bundle::path() const
+{
+    return m_content->path;
+}
+
+QString Bundle::resourcePath() const
+{
+    return m_content->path + QStringLiteral("/Contents/Resources");
+}
+
+std::optional<QString> Bundle::infoText(const QString& key) const
+{
+    if (!m_content->info)
+        return std::nullopt;
+    const auto value = m_content->info->value(key);
+    return value ? value->text() : std::nullopt;
+}
+
+QString Bundle::identifier() const
+{
+    return infoText(QStringLiteral("CFBundleIdentifier")).value_or(QString());
+}
+
+std::optional<QString> Bundle::developmentLocalization() const
+{
+    return infoText(QStringLiteral("CFBundleDevelopmentRegion"));
+}
+
+QStringList Bundle::localizations() const
+{
+    auto& localizations = m_content->localizations;
+    if (!localizations) {
+        static constexpr QLatin1StringView suffix(".lproj");
+        // Without a pattern for names, which would bring regular expressions into every start.
+        QStringList names;
+        for (const QString& name : QDir(resourcePath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            if (name.endsWith(suffix))
+                names.append(name.chopped(suffix.size()));
+        }
+        names.sort();
+        localizations = names;
+    }
+    return *localizations;
+}
+
+QString Bundle::localizedString(const QString& key, const QString& localization) const
+{
+    auto table = m_content->tables.constFind(localization);
+    if (table == m_content->tables.constEnd()) {
+        QHash<QString, QString> texts;
+        // Only a folder's name: one with a slash in it would lead out of the bundle.
+        if (localizations().contains(localization)) {
+            const auto list = readIfThere(
+                QStringLiteral("%1/%2.lproj/Localizable.strings").arg(resourcePath(), localization));
+            for (const QString& name : list ? list->keys() : QStringList()) {
+                if (const auto text = list->value(name)->text())
+                    texts.insert(name, *text);
+            }
+        }
+        table = m_content->tables.insert(localization, texts);
+    }
+    return table->value(key, key);
+}
+
+} // namespace kestrum

@@ -1,0 +1,209 @@
+#include "Platform/Desktop/SoftwareCentre.h"
+
+#include "Platform/Desktop/DesktopBus.h"
+#include "Platform/Desktop/WindowActivation.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/ProgramStart.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QFile>
+#include <QStandardPaths>
+#include <QStringList>
+#include <QVariantMap>
+#include <unistd.h>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int busTimeLimit = 2000; // ms, of the bus itself
+constexpr qsizetype longestList = 4 * 1024 * 1024;
+
+QString busConnection()
+{
+    return QStringLiteral("kestrum-software");
+}
+
+QString packageKit()
+{
+    return QStringLiteral("org.freedesktop.PackageKit");
+}
+
+/// Whether some installed program opens addresses of the kind "appstream:", as the lists say that desktops keep of that.
+bool isAddressOpened()
+{
+    const QStringList lists
+        = QStandardPaths::locateAll(QStandardPaths::ApplicationsLocation, QStringLiteral("mimeinfo.cache"));
+    for (const QString& list : lists) {
+        QFile file(list);
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArrayList lines = file.read(longestList).split('\n');
+        for (const QByteArray& line : lines) {
+            if (!line.startsWith("x-scheme-handler/appstream="))
+                continue;
+            const QByteArrayList programs = line.mid(line.indexOf('=') + 1).trimmed().split(';');
+            for (const QByteArray& program : programs) {
+                // A list may be older than what is installed.
+                if (!program.isEmpty()
+                    && !QStandardPaths::locate(
+                        QStandardPaths::ApplicationsLocation, QFile::decodeName(program))
+                            .isEmpty())
+                    return true;
+            }
+        }
+    }
+    return false;
+}
+
+/// Whether software centres know of the component, which they do by a file of its package.
+bool isDescribed(const QString& component)
+{
+    return !QStandardPaths::locate(
+        QStandardPaths::GenericDataLocation, QStringLiteral("metainfo/%1.metainfo.xml").arg(component))
+                .isEmpty();
+}
+
+QString opener()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+}
+
+QByteArrayList environmentWith(const QByteArray& token)
+{
+    // Of two of one name, the first is found.
+    QByteArrayList result;
+    const QMap<QString, QString> added = WindowActivation::environment(token);
+    for (auto one = added.cbegin(); one != added.cend(); ++one)
+        result.append(one.key().toLocal8Bit() + '=' + one.value().toLocal8Bit());
+    for (char** variable = environ; variable && *variable; ++variable)
+        result.append(*variable);
+    return result;
+}
+
+} // namespace
+
+SoftwareCentre::SoftwareCentre(const QString& component, const QString& package, QObject* parent)
+    : QObject(parent)
+    , m_component(component)
+    , m_package(package)
+{
+}
+
+SoftwareCentre::~SoftwareCentre()
+{
+    QDBusConnection::disconnectFromBus(busConnection());
+}
+
+void SoftwareCentre::look(const std::function<void()>& looked)
+{
+    if (isDescribed(m_component) && isAddressOpened() && !opener().isEmpty()) {
+        settle(Way::address, looked);
+        return;
+    }
+    const QString address = DesktopBus::address();
+    if (address.isEmpty()) {
+        settle(Way::none, looked);
+        return;
+    }
+    if (QDBusConnection(busConnection()).isConnected()) {
+        askBus(looked);
+        return;
+    }
+    QDBusConnection::disconnectFromBus(busConnection());
+    DesktopBus::join(address, busConnection(), this, [this, looked](bool isJoined) {
+        if (isJoined)
+            askBus(looked);
+        else
+            settle(Way::none, looked);
+    });
+}
+
+void SoftwareCentre::settle(Way way, const std::function<void()>& looked)
+{
+    m_way = way;
+    looked();
+}
+
+/// Whether the service runs, or would be started when it is asked for something.
+void SoftwareCentre::askBus(const std::function<void()>& looked)
+{
+    const auto ask = [this](const char* method, std::function<void(bool)> answered) {
+        const QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
+            QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
+            QString::fromLatin1(method));
+        auto* watcher = new QDBusPendingCallWatcher(
+            QDBusConnection(busConnection()).asyncCall(call, busTimeLimit), this);
+        connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answered = std::move(answered)] {
+            watcher->deleteLater();
+            const QDBusPendingReply<QStringList> reply = *watcher;
+            answered(!reply.isError() && reply.value().contains(packageKit()));
+        });
+    };
+    ask("ListNames", [this, ask, looked](bool isRunning) {
+        if (isRunning) {
+            settle(Way::packageKit, looked);
+            return;
+        }
+        ask("ListActivatableNames",
+            [this, looked](bool isThere) { settle(isThere ? Way::packageKit : Way::none, looked); });
+    });
+}
+
+void SoftwareCentre::open(const QByteArray& activationToken)
+{
+    switch (m_way) {
+    case Way::address:
+        openAddress(activationToken);
+        break;
+    case Way::packageKit:
+        askPackageKit();
+        break;
+    case Way::none:
+        fail(QStringLiteral("there is none"));
+        break;
+    }
+}
+
+void SoftwareCentre::openAddress(const QByteArray& activationToken)
+{
+    QString error;
+    const auto pid = ProgramStart::start(QFile::encodeName(opener()),
+        { "appstream://" + m_component.toUtf8() }, environmentWith(activationToken), &error);
+    if (pid)
+        m_ends.follow(*pid, ProcessEnds::Kind::child);
+    else
+        fail(error);
+}
+
+void SoftwareCentre::askPackageKit()
+{
+    QDBusMessage call
+        = QDBusMessage::createMethodCall(packageKit(), QStringLiteral("/org/freedesktop/PackageKit"),
+            packageKit() + QStringLiteral(".Modify2"), QStringLiteral("InstallPackageNames"));
+    // With all the questions that the service usually asks.
+    call << QStringList(m_package) << QString() << m_component << QVariantMap();
+    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(busConnection()).asyncCall(call), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const QDBusPendingReply<> reply = *watcher;
+        // It answers when people are done with it, and has told them itself what went wrong. Only the bus's own errors say that there
+        // is nobody to ask, but for the one that there is no answer yet.
+        const bool isOfBus
+            = reply.error().name().startsWith(QLatin1StringView("org.freedesktop.DBus.Error."));
+        if (reply.isError() && isOfBus && reply.error().type() != QDBusError::NoReply)
+            fail(reply.error().message());
+    });
+}
+
+void SoftwareCentre::fail(const QString& reason)
+{
+    Log::warning(
+        "updates", QStringLiteral("the software centre does not open: %1").arg(Log::escaped(reason)));
+    Q_EMIT failed();
+}
+
+} // namespace kestrum

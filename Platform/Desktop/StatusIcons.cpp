@@ -1,0 +1,91 @@
+#include "Platform/Desktop/StatusIcons.h"
+
+#include "Platform/Desktop/DesktopBus.h"
+#include "Platform/Log/Log.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QStringList>
+
+namespace kestrum {
+
+namespace {
+
+QString iconsConnection()
+{
+    return QStringLiteral("kestrum-status-icons");
+}
+
+QString listService()
+{
+    return QStringLiteral("org.kde.StatusNotifierWatcher");
+}
+
+QString listPath()
+{
+    return QStringLiteral("/StatusNotifierWatcher");
+}
+
+} // namespace
+
+StatusIcons::StatusIcons(QObject* parent)
+    : QObject(parent)
+{
+    const QString address = DesktopBus::address();
+    if (address.isEmpty())
+        return;
+    DesktopBus::join(address, iconsConnection(), this, [this](bool isJoined) {
+        if (isJoined)
+            follow();
+    });
+}
+
+StatusIcons::~StatusIcons()
+{
+    QDBusConnection::disconnectFromBus(iconsConnection());
+}
+
+void StatusIcons::follow()
+{
+    QDBusConnection bus(iconsConnection());
+    // From any sender: naming the service would make Qt wait for the bus to tell who owns it. They only make us ask.
+    const bool isFollowed = bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus"),
+                                QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
+                                QStringList(listService()), QString(), this, SLOT(ask()))
+        && bus.connect(QString(), listPath(), listService(), QStringLiteral("StatusNotifierHostRegistered"),
+            this, SLOT(ask()));
+    if (!isFollowed)
+        Log::warning("agent",
+            QStringLiteral("status icons that come later will not be noticed: %1")
+                .arg(Log::escaped(bus.lastError().message())));
+    ask();
+}
+
+void StatusIcons::ask()
+{
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        listService(), listPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    call << listService() << QStringLiteral("IsStatusNotifierHostRegistered");
+    // Nobody is started for the question.
+    call.setAutoStartService(false);
+    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(iconsConnection()).asyncCall(call), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const QDBusPendingReply<QDBusVariant> reply = *watcher;
+        // An error is an answer: there is no list now.
+        if (!reply.isError() && reply.value().variant().toBool())
+            Q_EMIT shown();
+    });
+}
+
+bool StatusIcons::areOnBlack()
+{
+    const QStringList names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower().split(u':');
+    // Its form with the panels of old follows the scheme.
+    return names.contains(QLatin1StringView("gnome")) && !names.contains(QLatin1StringView("gnome-classic"));
+}
+
+} // namespace kestrum

@@ -1,0 +1,66 @@
+#include "Platform/Desktop/SymbolImage.h"
+
+#include <QFile>
+#include <QPainter>
+#include <QSvgRenderer>
+#include <cmath>
+#include <memory>
+
+namespace kestrum {
+namespace {
+
+// All symbols are drawn on a field 14 units high, of which a unit is a point at this point size: a text of 12
+// points has a line about that high, and an even height stands on whole pixels when it is centred on the 22
+// points of an item.
+constexpr double unitPointSize = 12;
+
+std::unique_ptr<QSvgRenderer> symbol(const QString& name)
+{
+    const QString path = QStringLiteral(":/symbols/%1.svg").arg(name);
+    if (name.isEmpty() || !QFile::exists(path))
+        return nullptr;
+    auto renderer = std::make_unique<QSvgRenderer>(path);
+    if (!renderer->isValid())
+        return nullptr;
+    // Rounded sizes are not exactly in proportion.
+    renderer->setAspectRatioMode(Qt::KeepAspectRatio);
+    return renderer;
+}
+
+QSizeF sizeOf(const QSvgRenderer& symbol, double pointSize)
+{
+    // Half points, so that an edge stands on a pixel at scale 2.
+    const auto halves = [&](double units) { return std::round(units * pointSize / unitPointSize * 2) / 2; };
+    const QSizeF field = symbol.viewBoxF().size();
+    return QSizeF(halves(field.width()), halves(field.height()));
+}
+
+} // namespace
+
+QSizeF SymbolImage::size(const QString& name, double pointSize)
+{
+    const auto drawing = symbol(name);
+    return drawing && pointSize > 0 ? sizeOf(*drawing, pointSize) : QSizeF(0, 0);
+}
+
+QImage SymbolImage::image(const QString& name, double pointSize, const QColor& colour, double scale)
+{
+    const auto drawing = symbol(name);
+    if (!drawing || !(pointSize > 0) || !(scale > 0))
+        return QImage();
+    const QSizeF points = sizeOf(*drawing, pointSize);
+    QImage image(int(std::ceil(points.width() * scale)), int(std::ceil(points.height() * scale)),
+        QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull())
+        return QImage();
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    drawing->render(&painter, QRectF(QPointF(0, 0), points * scale));
+    painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
+    painter.fillRect(image.rect(), colour);
+    painter.end();
+    image.setDevicePixelRatio(scale);
+    return image;
+}
+
+} // namespace kestrum

@@ -1,0 +1,56 @@
+#include "Platform/Desktop/ToolkitTexts.h"
+
+#include "Platform/Store/GlobalDomain.h"
+#include "Platform/Store/UserDefaults.h"
+
+#include <QCoreApplication>
+#include <QJsonArray>
+#include <QLibraryInfo>
+#include <QPointer>
+#include <QTranslator>
+
+namespace kestrum {
+
+namespace {
+
+QString wantedLanguage()
+{
+    const QString own = UserDefaults::standard().object("AppleLanguages").toArray().first().toString();
+    return own.isEmpty() ? GlobalDomain::languages().value(0, QStringLiteral("en")) : own;
+}
+
+} // namespace
+
+void ToolkitTexts::install()
+{
+    const QString language = wantedLanguage();
+    QLocale::setDefault(locale(language));
+    // It ends with the application object.
+    static QPointer<QTranslator> installed;
+    delete installed;
+    auto* translator = new QTranslator(QCoreApplication::instance());
+    // Without the session's region: Brazilian Portuguese in Switzerland would find no translation.
+    if (translator->load(QLocale(language), QStringLiteral("qtbase"), QStringLiteral("_"),
+            QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
+        QCoreApplication::installTranslator(translator);
+        installed = translator;
+    } else {
+        delete translator;
+    }
+}
+
+QLocale ToolkitTexts::locale(const QString& code)
+{
+    return locale(code, GlobalDomain::numberRegion());
+}
+
+QLocale ToolkitTexts::locale(const QString& code, const QString& region)
+{
+    const QLocale language(code);
+    if (region.isEmpty())
+        return language;
+    // A language's code may name a region of its own, as that of Brazilian Portuguese does.
+    return QLocale(language.language(), language.script(), QLocale::codeToTerritory(region));
+}
+
+} // namespace kestrum

@@ -1,0 +1,34 @@
+#include "Platform/Desktop/Translucency.h"
+
+#include "Platform/Desktop/XcbReply.h"
+
+#include <QGuiApplication>
+#include <qguiapplication_platform.h>
+#include <string_view>
+#include <xcb/xcb.h>
+
+namespace kestrum {
+
+namespace {
+
+// Held by whoever mixes the windows of the first screen, and hardly any server has a second one in this sense.
+constexpr std::string_view mixersSelection = "_NET_WM_CM_S0";
+
+} // namespace
+
+bool isTranslucencyShown()
+{
+    // Others than this one have an interface for X11 too, but no connection.
+    if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
+        return true;
+    xcb_connection_t* server = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+    const XcbReply<xcb_intern_atom_reply_t> selection(xcb_intern_atom_reply(server,
+        xcb_intern_atom(server, 0, uint16_t(mixersSelection.size()), mixersSelection.data()), nullptr));
+    if (!selection)
+        return false;
+    const XcbReply<xcb_get_selection_owner_reply_t> owner(
+        xcb_get_selection_owner_reply(server, xcb_get_selection_owner(server, selection->atom), nullptr));
+    return owner && owner->owner != XCB_WINDOW_NONE;
+}
+
+} // namespace kestrum

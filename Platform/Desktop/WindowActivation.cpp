@@ -1,0 +1,94 @@
+// On X11 the window manager is asked by a message, and told when the user asked for the window, which it compares with
+// what they did since. The toolkit would send the time of the last event that it saw, long past in a window that nobody
+// works in. A request that stems from people themselves counts as one of a panel's. On Wayland the toolkit has
+// the protocol and looks for the token in the environment.
+
+#include "Platform/Desktop/WindowActivation.h"
+
+#include "Platform/Desktop/X11Window.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+
+namespace kestrum {
+
+namespace {
+
+constexpr const char* waylandToken = "XDG_ACTIVATION_TOKEN";
+constexpr const char* x11Token = "DESKTOP_STARTUP_ID";
+
+void activateOnWayland(QWindow& window, const QByteArray& token)
+{
+    if (!token.isEmpty())
+        qputenv(waylandToken, token);
+    window.requestActivate();
+    qunsetenv(waylandToken);
+}
+
+} // namespace
+
+QByteArray WindowActivation::token()
+{
+    const QByteArray wayland = qgetenv(waylandToken);
+    return wayland.isEmpty() ? qgetenv(x11Token) : wayland;
+}
+
+QByteArray WindowActivation::takeToken()
+{
+    const QByteArray taken = token();
+    qunsetenv(waylandToken);
+    qunsetenv(x11Token);
+    return taken;
+}
+
+QByteArray WindowActivation::tokenOf(quint32 time)
+{
+    if (time == 0 || QGuiApplication::platformName() != QLatin1StringView("xcb"))
+        return {};
+    // Of all that such a name says, only the time matters here: nobody is told of a start that is under way.
+    return "kestrum-" + QByteArray::number(QCoreApplication::applicationPid()) + "_TIME"
+        + QByteArray::number(time);
+}
+
+QMap<QString, QString> WindowActivation::environment(const QByteArray& token)
+{
+    if (token.isEmpty())
+        return {};
+    const bool isX11 = QGuiApplication::platformName() == QLatin1StringView("xcb");
+    return { { QLatin1StringView(isX11 ? x11Token : waylandToken), QString::fromLatin1(token) } };
+}
+
+bool WindowActivation::takeIsInBackground()
+{
+    const bool isIn = !qgetenv(backgroundVariable).isEmpty();
+    qunsetenv(backgroundVariable);
+    return isIn;
+}
+
+quint32 WindowActivation::time(const QByteArray& token)
+{
+    constexpr QByteArrayView mark("_TIME");
+    const qsizetype at = token.lastIndexOf(mark);
+    return at < 0 ? 0 : token.mid(at + mark.size()).toUInt();
+}
+
+void WindowActivation::bringForward(QWindow& window, const QByteArray& token)
+{
+    window.setWindowStates(window.windowStates() & ~Qt::WindowMinimized);
+    window.setVisible(true);
+    window.raise();
+    const auto ours = X11Window::of(window);
+    if (!ours) {
+        activateOnWayland(window, token);
+        return;
+    }
+    if (ours->isManaged())
+        ours->askForFocus(time(token));
+    else
+        window.requestActivate();
+    if (!token.isEmpty())
+        ours->tellThatStartEnded(token);
+    ours->flush();
+}
+
+} // namespace kestrum

@@ -1,0 +1,247 @@
+#include "Platform/Desktop/X11Struts.h"
+
+#include "Platform/Desktop/XcbReply.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+#include <algorithm>
+#include <array>
+#include <chrono>
+#include <cmath>
+#include <qguiapplication_platform.h>
+#include <xcb/xcb.h>
+
+namespace kestrum {
+
+namespace {
+
+constexpr std::chrono::milliseconds delayOfNotice { 50 };
+constexpr uint32_t mostNumbers = 4096; ///< of a property that is read
+
+/// The numbers of a property; none where the window has no such property, or is gone.
+QList<qint32> numbersOf(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
+{
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
+    if (!reply || reply->format != 32)
+        return {};
+    const auto* first = static_cast<const qint32*>(xcb_get_property_value(reply.get()));
+    return { first, first + xcb_get_property_value_length(reply.get()) / int(sizeof(qint32)) };
+}
+
+xcb_get_property_cookie_t ask(xcb_connection_t* connection, quint32 window, quint32 property)
+{
+    return xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, mostNumbers);
+}
+
+/// Anybody can write any number; displays have no more pixels than this.
+int coordinate(qint32 number)
+{
+    return std::clamp(number, 0, 0x7fff);
+}
+
+/// The four depths, in the order left, right, top, bottom, and where there are more numbers, first and last pixel along each
+/// edge. A newer property that names no range, and the older one, mean all of the edge.
+void append(QList<X11Struts::Strut>& struts, const QList<qint32>& numbers, QSize display)
+{
+    constexpr std::array edges { Qt::LeftEdge, Qt::RightEdge, Qt::TopEdge, Qt::BottomEdge };
+    for (int i = 0; i < int(edges.size()); ++i) {
+        const int depth = coordinate(numbers[i]);
+        if (depth == 0)
+            continue;
+        const bool isUpright = edges[size_t(i)] == Qt::LeftEdge || edges[size_t(i)] == Qt::RightEdge;
+        int first = coordinate(numbers.value(4 + 2 * i));
+        int last = coordinate(numbers.value(5 + 2 * i));
+        if (last <= first) {
+            first = 0;
+            last = (isUpright ? display.height() : display.width()) - 1;
+        }
+        QRect room;
+        if (isUpright)
+            room = QRect(0, first, depth, last - first + 1);
+        else
+            room = QRect(first, 0, last - first + 1, depth);
+        if (edges[size_t(i)] == Qt::RightEdge)
+            room.moveRight(display.width() - 1);
+        if (edges[size_t(i)] == Qt::BottomEdge)
+            room.moveBottom(display.height() - 1);
+        struts.append({ edges[size_t(i)], room });
+    }
+}
+
+} // namespace
+
+QRect X11Struts::rest(const QRect& screen, const QList<Strut>& struts)
+{
+    QRect rest = screen;
+    for (const Strut& strut : struts) {
+        const QRect taken = strut.room & screen;
+        const bool isUpright = strut.edge == Qt::LeftEdge || strut.edge == Qt::RightEdge;
+        const int along = isUpright ? taken.height() : taken.width();
+        const int depth = isUpright ? taken.width() : taken.height();
+        if (along < 2 || depth >= (isUpright ? screen.width() : screen.height()))
+            continue;
+        if (strut.edge == Qt::LeftEdge)
+            rest.setLeft(std::max(rest.left(), taken.right() + 1));
+        else if (strut.edge == Qt::RightEdge)
+            rest.setRight(std::min(rest.right(), taken.left() - 1));
+        else if (strut.edge == Qt::TopEdge)
+            rest.setTop(std::max(rest.top(), taken.bottom() + 1));
+        else
+            rest.setBottom(std::min(rest.bottom(), taken.top() - 1));
+    }
+    return rest.isEmpty() ? screen : rest;
+}
+
+X11Struts::X11Struts(const QWindow& window)
+{
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    // Qt's platform without a display has the interface too, and nothing behind it.
+    if (!x11 || !x11->connection())
+        return;
+    m_connection = x11->connection();
+    const XcbReply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
+        m_connection, xcb_get_geometry(m_connection, quint32(window.winId())), nullptr));
+    if (geometry)
+        m_root = geometry->root;
+    m_strut = atom("_NET_WM_STRUT");
+    m_partialStrut = atom("_NET_WM_STRUT_PARTIAL");
+    m_clients = atom("_NET_CLIENT_LIST");
+    m_workArea = atom("_NET_WORKAREA");
+    m_desktop = atom("_NET_CURRENT_DESKTOP");
+    m_pause.setSingleShot(true);
+    m_pause.setInterval(delayOfNotice);
+    connect(&m_pause, &QTimer::timeout, this, &X11Struts::changed);
+    qGuiApp->installNativeEventFilter(this);
+}
+
+X11Struts::~X11Struts() = default;
+
+QRect X11Struts::available(const QScreen& screen)
+{
+    // Of a single screen the toolkit's word is right, and holds also what the window manager keeps.
+    const QRect toolkits
+        = screen.virtualSiblings().size() > 1 ? screen.geometry() : screen.availableGeometry();
+    if (!m_connection)
+        return toolkits;
+    // The toolkit counts a screen's upper left corner in pixels and all else in points.
+    const double scale = screen.devicePixelRatio();
+    const QRect geometry = screen.geometry();
+    const QRect pixels(geometry.topLeft(), (QSizeF(geometry.size()) * scale).toSize());
+    const QRect free = rest(pixels, struts()) & desktopsWord(pixels);
+    const auto points = [scale](int distance) { return int(std::ceil(distance / scale)); };
+    const QRect available
+        = geometry.adjusted(points(free.left() - pixels.left()), points(free.top() - pixels.top()),
+            -points(pixels.right() - free.right()), -points(pixels.bottom() - free.bottom()));
+    return (available & toolkits).isEmpty() ? toolkits : available & toolkits;
+}
+
+QList<X11Struts::Strut> X11Struts::struts()
+{
+    const XcbReply<xcb_get_geometry_reply_t> root(
+        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_root), nullptr));
+    if (!root)
+        return {};
+    struct Asked {
+        quint32 window;
+        xcb_get_property_cookie_t partial;
+        xcb_get_property_cookie_t whole;
+    };
+    // All questions go out before the first answer is waited for.
+    QList<Asked> asked;
+    for (const quint32 window : topWindows())
+        asked.append(
+            { window, ask(m_connection, window, m_partialStrut), ask(m_connection, window, m_strut) });
+    QList<Strut> result;
+    QSet<quint32> panels;
+    for (const Asked& question : asked) {
+        const QList<qint32> partial = numbersOf(m_connection, question.partial);
+        const QList<qint32> whole = numbersOf(m_connection, question.whole);
+        if (partial.size() < 12 && whole.size() < 4)
+            continue;
+        append(result, partial.size() < 12 ? whole.first(4) : partial, QSize(root->width, root->height));
+        panels.insert(question.window);
+        if (m_panels.contains(question.window))
+            continue;
+        // Not every window manager tells of a change that leaves the display's rectangle as it was.
+        const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        const auto request
+            = xcb_change_window_attributes_checked(m_connection, question.window, XCB_CW_EVENT_MASK, &mask);
+        xcb_discard_reply(m_connection, request.sequence); // it may be gone by now
+    }
+    m_panels = panels;
+    return result;
+}
+
+QList<quint32> X11Struts::topWindows() const
+{
+    QList<quint32> result;
+    for (const qint32 client : numbersOfRoot(m_clients))
+        result.append(quint32(client));
+    if (!result.isEmpty())
+        return result;
+    // There is no window manager that keeps a list: all that are shown.
+    const XcbReply<xcb_query_tree_reply_t> tree(
+        xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_root), nullptr));
+    if (!tree)
+        return {};
+    const xcb_window_t* const first = xcb_query_tree_children(tree.get());
+    const QList<quint32> children(first, first + xcb_query_tree_children_length(tree.get()));
+    QList<xcb_get_window_attributes_cookie_t> asked;
+    for (const quint32 child : children)
+        asked.append(xcb_get_window_attributes(m_connection, child));
+    for (int i = 0; i < children.size(); ++i) {
+        const XcbReply<xcb_get_window_attributes_reply_t> attributes(
+            xcb_get_window_attributes_reply(m_connection, asked[i], nullptr));
+        if (attributes && attributes->map_state == XCB_MAP_STATE_VIEWABLE)
+            result.append(children[i]);
+    }
+    return result;
+}
+
+/// What the desktop itself says of each screen, where its own panel is no window; `screen` where it says nothing of it.
+QRect X11Struts::desktopsWord(const QRect& screen)
+{
+    m_desktopsWorkAreas = atom("_GTK_WORKAREAS_D" + QByteArray::number(numbersOfRoot(m_desktop).value(0)));
+    const QList<qint32> numbers = numbersOfRoot(m_desktopsWorkAreas);
+    for (int i = 0; i + 3 < numbers.size(); i += 4) {
+        const QRect area(numbers[i], numbers[i + 1], numbers[i + 2], numbers[i + 3]);
+        if (!area.isEmpty() && screen.contains(area))
+            return area;
+    }
+    return screen;
+}
+
+QList<qint32> X11Struts::numbersOfRoot(quint32 property) const
+{
+    return numbersOf(m_connection, ask(m_connection, m_root, property));
+}
+
+quint32 X11Struts::atom(const QByteArray& name) const
+{
+    const auto cookie = xcb_intern_atom(m_connection, 0, uint16_t(name.size()), name.constData());
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
+
+bool X11Struts::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
+{
+    if (eventType != "xcb_generic_event_t")
+        return false;
+    const auto* event = static_cast<const xcb_generic_event_t*>(message);
+    constexpr uint8_t sentByOthers = 0x80;
+    if ((event->response_type & ~sentByOthers) != XCB_PROPERTY_NOTIFY)
+        return false;
+    const auto* property = reinterpret_cast<const xcb_property_notify_event_t*>(event);
+    const auto isOneOf = [property](std::initializer_list<quint32> names) {
+        return std::find(names.begin(), names.end(), property->atom) != names.end();
+    };
+    const bool isOfInterest = property->window == m_root
+        ? isOneOf({ m_clients, m_workArea, m_desktop, m_desktopsWorkAreas })
+        : m_panels.contains(property->window) && isOneOf({ m_strut, m_partialStrut });
+    if (isOfInterest && !m_pause.isActive())
+        m_pause.start();
+    return false;
+}
+
+} // namespace kestrum

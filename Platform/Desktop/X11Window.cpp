@@ -1,0 +1,102 @@
+#include "Platform/Desktop/X11Window.h"
+
+#include "Platform/Desktop/XcbReply.h"
+
+#include <QGuiApplication>
+#include <QWindow>
+#include <algorithm>
+#include <cstring>
+#include <qguiapplication_platform.h>
+#include <xcb/xcb.h>
+
+namespace kestrum {
+
+namespace {
+
+constexpr quint32 asPeopleThemselves = 2;
+constexpr quint32 everyDesktop = 0xFFFFFFFF;
+
+} // namespace
+
+std::optional<X11Window> X11Window::of(const QWindow& window)
+{
+    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
+    // Qt's platform without a display has the interface too, and nothing behind it.
+    if (!x11 || !x11->connection())
+        return std::nullopt;
+    return X11Window(x11->connection(), quint32(window.winId()));
+}
+
+X11Window::X11Window(xcb_connection_t* connection, quint32 window)
+    : m_connection(connection)
+    , m_window(window)
+{
+    const XcbReply<xcb_get_geometry_reply_t> reply(
+        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), nullptr));
+    if (reply)
+        m_root = reply->root;
+}
+
+bool X11Window::isManaged() const
+{
+    const auto cookie
+        = xcb_get_property(m_connection, 0, m_root, atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
+    const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
+    return reply && xcb_get_property_value_length(reply.get()) > 0;
+}
+
+void X11Window::askForFocus(quint32 time) const
+{
+    const quint32 request[] = { asPeopleThemselves, time };
+    send(32, "_NET_ACTIVE_WINDOW", request, sizeof request,
+        XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT);
+}
+
+void X11Window::tellThatStartEnded(const QByteArray& token) const
+{
+    QByteArray text = "remove: ID=\"";
+    for (const char character : token) {
+        if (character == '"' || character == '\\')
+            text += '\\';
+        text += character;
+    }
+    text += QByteArrayView("\"\0", 2);
+    const char* type = "_NET_STARTUP_INFO_BEGIN";
+    constexpr qsizetype piece = sizeof xcb_client_message_data_t::data8;
+    for (qsizetype from = 0; from < text.size(); from += piece) {
+        send(8, type, text.constData() + from, std::min(piece, text.size() - from),
+            XCB_EVENT_MASK_PROPERTY_CHANGE);
+        type = "_NET_STARTUP_INFO";
+    }
+}
+
+void X11Window::standOnAllDesktops() const
+{
+    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom("_NET_WM_DESKTOP"),
+        XCB_ATOM_CARDINAL, 32, 1, &everyDesktop);
+}
+
+void X11Window::flush() const
+{
+    xcb_flush(m_connection);
+}
+
+quint32 X11Window::atom(const char* name) const
+{
+    const auto cookie = xcb_intern_atom(m_connection, 0, uint16_t(std::strlen(name)), name);
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
+
+void X11Window::send(quint8 format, const char* type, const void* data, qsizetype size, quint32 mask) const
+{
+    xcb_client_message_event_t message {};
+    message.response_type = XCB_CLIENT_MESSAGE;
+    message.format = format;
+    message.window = m_window;
+    message.type = atom(type);
+    std::memcpy(&message.data, data, size_t(size));
+    xcb_send_event(m_connection, 0, m_root, mask, reinterpret_cast<const char*>(&message));
+}
+
+} // namespace kestrum

@@ -1,0 +1,122 @@
+#include "Platform/LoginItem/AutostartRules.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <algorithm>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace kestrum {
+
+namespace {
+
+constexpr char onlyShowInKey[] = "OnlyShowIn";
+constexpr char notShowInKey[] = "NotShowIn";
+
+bool isTrue(const std::optional<QByteArray>& value)
+{
+    return value && (*value == "true" || *value == "1");
+}
+
+bool isFalse(const std::optional<QByteArray>& value)
+{
+    return value && (*value == "false" || *value == "0");
+}
+
+QByteArrayList parts(const QByteArray& text, char separator)
+{
+    QByteArrayList list = text.split(separator);
+    list.removeAll(QByteArray());
+    return list;
+}
+
+/// The names of this desktop, the most particular one first.
+QByteArrayList desktopsHere()
+{
+    return parts(qgetenv("XDG_CURRENT_DESKTOP"), ':');
+}
+
+QByteArray joined(const QByteArrayList& desktops)
+{
+    return desktops.isEmpty() ? QByteArray() : desktops.join(';') + ';';
+}
+
+bool isShownHere(const DesktopEntry& entry)
+{
+    const auto only = entry.value(onlyShowInKey);
+    const QByteArrayList wanted = parts(only.value_or(QByteArray()), ';');
+    const QByteArrayList unwanted = parts(entry.value(notShowInKey).value_or(QByteArray()), ';');
+    const QByteArrayList here = desktopsHere();
+    for (const QByteArray& desktop : here) {
+        if (wanted.contains(desktop))
+            return true;
+        if (unwanted.contains(desktop))
+            return false;
+    }
+    return !only || here.isEmpty();
+}
+
+/// What the program's path ends with in every copy of its bundle; the whole path of one without a bundle.
+QByteArray placeInBundle(const QByteArray& program)
+{
+    const qsizetype inside = program.lastIndexOf(".app/Contents/");
+    return inside < 0 ? program : program.mid(program.lastIndexOf('/', inside));
+}
+
+/// The file that a command's first word leads to.
+QByteArray fileOf(const QByteArray& word)
+{
+    const QString name = QFile::decodeName(word);
+    const QString path = word.startsWith('/') ? name : QStandardPaths::findExecutable(name);
+    return QFile::encodeName(QFileInfo(path).canonicalFilePath());
+}
+
+} // namespace
+
+bool AutostartRules::isProgram(const QByteArray& path)
+{
+    if (!path.startsWith('/'))
+        return !QStandardPaths::findExecutable(QFile::decodeName(path)).isEmpty();
+    struct stat state;
+    return ::stat(path.constData(), &state) == 0 && S_ISREG(state.st_mode)
+        && ::faccessat(AT_FDCWD, path.constData(), X_OK, AT_EACCESS) == 0;
+}
+
+bool AutostartRules::starts(const DesktopEntry& entry, const QByteArray& program)
+{
+    const auto command = entry.value(commandKey);
+    const QByteArrayList words = command ? DesktopEntry::wordsOf(*command) : QByteArrayList();
+    const auto tried = entry.value(programKey);
+    if (program.isEmpty() || entry.isDamaged() || entry.value(typeKey) != "Application" || words.isEmpty()
+        || !isProgram(words.first()) || (tried && !isProgram(DesktopEntry::unescaped(*tried)))
+        || !isShownHere(entry))
+        return false;
+    const QByteArray place = placeInBundle(program);
+    return fileOf(words.first()).endsWith(place)
+        || std::any_of(words.begin(), words.end(), [&place](const QByteArray& word) {
+               return word.contains(place) && (!word.startsWith('/') || isProgram(word));
+           });
+}
+
+bool AutostartRules::isOff(const DesktopEntry& entry)
+{
+    return isTrue(entry.value(hiddenKey)) || isFalse(entry.value(gnomeKey));
+}
+
+void AutostartRules::showHere(DesktopEntry& entry)
+{
+    if (isShownHere(entry))
+        return;
+    const QByteArrayList here = desktopsHere();
+    if (const auto only = entry.value(onlyShowInKey))
+        entry.set(onlyShowInKey, joined(parts(*only, ';') << here.first()));
+    if (const auto unwanted = entry.value(notShowInKey)) {
+        QByteArrayList elsewhere = parts(*unwanted, ';');
+        elsewhere.removeIf([&here](const QByteArray& desktop) { return here.contains(desktop); });
+        entry.set(notShowInKey, joined(elsewhere));
+    }
+}
+
+} // namespace kestrum

@@ -1,0 +1,76 @@
+#include "Platform/Machine/CPUPower.h"
+
+#include "Platform/Machine/KernelText.h"
+
+#include <QDir>
+
+namespace kestrum {
+namespace {
+
+// No package takes as much: a counter that was set back, not one that came round.
+constexpr double largestPackageWatts = 5000;
+
+} // namespace
+
+CPUPower::CPUPower(const QString& root)
+    : m_folder(root + QStringLiteral("/sys/class/powercap/"))
+{
+}
+
+std::optional<double> CPUPower::read(Clock::time_point now)
+{
+    if (m_packages.empty()) {
+        if (m_passOver-- > 0)
+            return std::nullopt;
+        m_passOver = KernelFile::longestPause;
+        findPackages();
+    }
+    const double seconds = std::chrono::duration<double>(now - m_before).count();
+    m_before = now;
+    bool isWhole = !m_packages.empty() && seconds > 0;
+    double joules = 0;
+    for (Package& package : m_packages) {
+        const auto spent = package.spent();
+        isWhole = isWhole && spent;
+        joules += double(spent.value_or(0)) / 1e6;
+    }
+    const double watts = isWhole ? joules / seconds : 0;
+    if (!isWhole || watts > largestPackageWatts * double(m_packages.size()))
+        return std::nullopt;
+    return watts;
+}
+
+void CPUPower::pause()
+{
+    for (Package& package : m_packages)
+        package.before.reset();
+}
+
+std::optional<qint64> CPUPower::Package::spent()
+{
+    const auto last = before;
+    before = energy.readNumber();
+    if (before && (*before < 0 || *before > range))
+        before.reset();
+    if (!last || !before)
+        return std::nullopt;
+    return *before >= *last ? *before - *last : *before - *last + range;
+}
+
+// "intel-rapl:0" is a package (AMD's are named so too) and "intel-rapl:0:1" a part of it; "intel-rapl-mmio:0" is the same
+// package once more, and "psys" the whole machine as its maker wired it, or not.
+void CPUPower::findPackages()
+{
+    for (const QString& name : QDir(m_folder).entryList({ QStringLiteral("intel-rapl:*") }, QDir::Dirs)) {
+        const QString folder = m_folder + name + u'/';
+        KernelFile title(folder + QStringLiteral("name"));
+        const auto text = title.read();
+        if (!text || !text->starts_with("package-"))
+            continue;
+        const auto range = KernelFile(folder + QStringLiteral("max_energy_range_uj")).readNumber();
+        if (range && *range > 0)
+            m_packages.push_back({ KernelFile(folder + QStringLiteral("energy_uj")), *range, {} });
+    }
+}
+
+} // namespace kestrum

@@ -1,0 +1,65 @@
+#include "Platform/Machine/KernelFile.h"
+
+#include "Platform/Machine/KernelText.h"
+
+#include <QFile>
+#include <algorithm>
+#include <fcntl.h>
+
+namespace kestrum {
+
+KernelFile::KernelFile(const QString& path)
+    : m_path(QFile::encodeName(path))
+{
+}
+
+std::optional<std::string_view> KernelFile::read()
+{
+    if (m_descriptor.isValid()) {
+        if (const auto content = readOpened())
+            return content;
+        // The device is gone; another may stand in its place.
+        m_descriptor.close();
+    } else if (m_passOver > 0) {
+        --m_passOver;
+        return std::nullopt;
+    }
+    // Not blocking: a pipe in a file's place would wait for its writer.
+    m_descriptor = FileDescriptor(::open(m_path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (m_descriptor.isValid()) {
+        if (const auto content = readOpened()) {
+            m_pause = 0;
+            return content;
+        }
+        m_descriptor.close();
+    }
+    m_pause = std::clamp(m_pause * 2, 1, longestPause);
+    m_passOver = m_pause;
+    return std::nullopt;
+}
+
+std::optional<std::string_view> KernelFile::readOpened()
+{
+    if (m_buffer.empty())
+        m_buffer.resize(4096);
+    std::size_t size = 0;
+    for (;;) {
+        const std::size_t room = m_buffer.size() - size;
+        const ssize_t count = ::pread(m_descriptor.get(), m_buffer.data() + size, room, off_t(size));
+        if (count < 0)
+            return std::nullopt;
+        size += std::size_t(count);
+        // The kernel makes such a text in one piece: less than there was room for is all.
+        if (std::size_t(count) < room || m_buffer.size() >= maximumBytes)
+            return std::string_view(m_buffer.data(), size);
+        m_buffer.resize(m_buffer.size() * 2);
+    }
+}
+
+std::optional<qint64> KernelFile::readNumber()
+{
+    const auto content = read();
+    return content ? KernelText::wholeNumber<qint64>(KernelText::trimmed(*content)) : std::nullopt;
+}
+
+} // namespace kestrum

@@ -1,0 +1,187 @@
+#include "Platform/Machine/KernelValues.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <algorithm>
+#include <functional>
+#include <limits>
+#include <map>
+#include <unistd.h>
+#include <vector>
+
+// Levels are found in two places. Processors with unlike cores by design say which cores are of which kind
+// ("cpu_core", "cpu_atom"); others give every core a capacity, and cores of one capacity make a level. A
+// machine whose cores are all alike has neither, or one group only: then there are no levels. Cores that are
+// switched off are not counted, and a level without any core switched on does not exist.
+
+namespace kestrum {
+namespace {
+
+// The kernel itself can be built for 8192; a number beyond that many times over is not one of its.
+constexpr int maximumCpu = 65535;
+
+std::optional<QByteArray> content(const QString& path)
+{
+    // A page is all that such a file has; long lists of processors may come in several.
+    static constexpr qint64 maximumBytes = qint64(64) * 1024;
+    if (!QFileInfo(path).isFile())
+        return std::nullopt;
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    return file.read(maximumBytes).trimmed();
+}
+
+std::optional<int> wholeNumber(const QByteArray& text, int maximum)
+{
+    // `toInt` would take a sign and blanks, which the kernel never writes.
+    const bool onlyDigits = !text.isEmpty()
+        && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+    bool fits = false;
+    const int number = text.toInt(&fits);
+    if (!onlyDigits || !fits || number > maximum)
+        return std::nullopt;
+    return number;
+}
+
+using Cpus = std::vector<bool>;
+
+// The kernel's form of a set of processors, "0-3,8,10-11"; an empty text is the empty set.
+std::optional<Cpus> cpuList(const std::optional<QByteArray>& text)
+{
+    if (!text)
+        return std::nullopt;
+    Cpus result;
+    if (text->isEmpty())
+        return result;
+    for (const QByteArray& range : text->split(',')) {
+        const qsizetype dash = range.indexOf('-');
+        const auto first = wholeNumber(dash < 0 ? range : range.left(dash), maximumCpu);
+        const auto last = dash < 0 ? first : wholeNumber(range.mid(dash + 1), maximumCpu);
+        if (!first || !last || *last < *first)
+            return std::nullopt;
+        result.resize(std::max(result.size(), size_t(*last) + 1));
+        std::fill(result.begin() + *first, result.begin() + *last + 1, true);
+    }
+    return result;
+}
+
+int count(const Cpus& cpus)
+{
+    return int(std::count(cpus.begin(), cpus.end(), true));
+}
+
+// Without knowing which processors are switched on, all of them count.
+bool isActive(int cpu, const std::optional<Cpus>& online)
+{
+    return !online || (size_t(cpu) < online->size() && (*online)[size_t(cpu)]);
+}
+
+} // namespace
+
+KernelValues::KernelValues(const QString& root)
+    : m_root(root)
+{
+}
+
+QList<KernelValues::Level> KernelValues::levels() const
+{
+    const QString cpuFolder = m_root + QStringLiteral("/sys/devices/system/cpu/");
+    const auto online = cpuList(content(cpuFolder + QStringLiteral("online")));
+    QList<Level> result;
+
+    for (const char* kind : { "cpu_core", "cpu_atom", "cpu_lowpower" }) {
+        const QString path = QStringLiteral("%1/sys/devices/%2/cpus").arg(m_root, QLatin1StringView(kind));
+        const auto text = content(path);
+        if (!text)
+            continue;
+        Level level;
+        if (auto cpus = cpuList(text)) {
+            for (size_t cpu = 0; cpu < cpus->size(); ++cpu) {
+                if ((*cpus)[cpu] && isActive(int(cpu), online))
+                    level.processors.append(int(cpu));
+            }
+            level.logicalCpus = int(level.processors.size());
+        }
+        if (level.logicalCpus != 0)
+            result.append(level);
+    }
+
+    if (result.isEmpty()) {
+        std::map<int, QList<int>, std::greater<>> cpusByCapacity;
+        // Names are looked at here: a pattern for them would bring regular expressions into every start.
+        static constexpr QLatin1StringView prefix("cpu");
+        for (const QString& name : QDir(cpuFolder).entryList(QDir::Dirs)) {
+            if (!name.startsWith(prefix))
+                continue;
+            const auto cpu = wholeNumber(name.mid(prefix.size()).toLatin1(), maximumCpu);
+            if (!cpu || !isActive(*cpu, online))
+                continue;
+            const auto text = content(cpuFolder + name + QStringLiteral("/cpu_capacity"));
+            if (const auto capacity
+                = text ? wholeNumber(*text, std::numeric_limits<int>::max()) : std::nullopt)
+                cpusByCapacity[*capacity].append(*cpu);
+        }
+        for (const auto& [capacity, cpus] : cpusByCapacity)
+            result.append(Level { int(cpus.size()), {}, cpus });
+    }
+
+    if (result.size() < 2)
+        return {};
+    // What lies between the two ends has no name of its own.
+    result.first().name = "Performance";
+    result.last().name = "Efficiency";
+    return result;
+}
+
+QList<QList<int>> KernelValues::levelProcessors() const
+{
+    QList<QList<int>> result;
+    for (const Level& level : levels())
+        result.append(level.processors);
+    return result;
+}
+
+std::optional<KernelValues::Value> KernelValues::levelValue(const QByteArray& name) const
+{
+    static const QByteArray prefix = "hw.perflevel";
+    const qsizetype dot = name.indexOf('.', prefix.size());
+    if (!name.startsWith(prefix) || dot < 0)
+        return std::nullopt;
+    const auto index = wholeNumber(name.mid(prefix.size(), dot - prefix.size()), maximumCpu);
+    const QList<Level> all = levels();
+    if (!index || *index >= all.size())
+        return std::nullopt;
+    return Value { all.at(*index), name.mid(dot + 1) };
+}
+
+std::optional<qint64> KernelValues::integer(const QByteArray& name) const
+{
+    if (name == "hw.nperflevels") {
+        const auto number = levels().size();
+        return number > 0 ? std::optional<qint64>(number) : std::nullopt;
+    }
+    const auto value = levelValue(name);
+    if (!value || value->property != "logicalcpu")
+        return std::nullopt;
+    return value->level.logicalCpus;
+}
+
+std::optional<QByteArray> KernelValues::text(const QByteArray& name) const
+{
+    const auto value = levelValue(name);
+    if (!value || value->property != "name" || value->level.name.isEmpty())
+        return std::nullopt;
+    return value->level.name;
+}
+
+int KernelValues::activeProcessorCount() const
+{
+    const auto online = cpuList(content(m_root + QStringLiteral("/sys/devices/system/cpu/online")));
+    if (const int number = online ? count(*online) : 0; number > 0)
+        return number;
+    return int(std::max(1L, ::sysconf(_SC_NPROCESSORS_ONLN)));
+}
+
+} // namespace kestrum

@@ -1,0 +1,36 @@
+#include "Platform/Machine/MemoryPressure.h"
+
+#include "Platform/Machine/KernelText.h"
+
+#include <algorithm>
+
+namespace kestrum {
+
+MemoryPressure::MemoryPressure(const QString& root)
+    : m_file(root + QStringLiteral("/proc/pressure/memory"))
+{
+}
+
+// "some avg10=1.53 avg60=0.87 avg300=0.21 total=1234567", then the same for "full"; in percent, two decimals.
+std::optional<double> MemoryPressure::read()
+{
+    static constexpr std::string_view label = "avg10=";
+    std::string_view content = m_file.read().value_or(std::string_view());
+    while (!content.empty()) {
+        std::string_view line = KernelText::takeLine(content);
+        if (KernelText::takeWord(line) != "some")
+            continue;
+        std::string_view word = KernelText::takeWord(line);
+        if (!word.starts_with(label))
+            return std::nullopt;
+        word.remove_prefix(label.size());
+        const auto whole = KernelText::wholeNumber<quint32>(KernelText::takeUpTo('.', word));
+        const auto hundredths = KernelText::wholeNumber<quint32>(word);
+        if (!whole || !hundredths || word.size() != 2)
+            return std::nullopt;
+        return std::min((double(*whole) + double(*hundredths) / 100) / 100, 1.0);
+    }
+    return std::nullopt;
+}
+
+} // namespace kestrum

@@ -1,0 +1,21 @@
+#pragma once
+
+#include "Platform/Machine/KernelFile.h"
+
+#include <optional>
+
+namespace kestrum {
+
+/// How much of the time work stood still for want of memory, from "/proc/pressure/memory".
+class MemoryPressure {
+public:
+    explicit MemoryPressure(const QString& root = {});
+
+    /// The share of the last ten seconds in which some task waited for memory, 0…1; nothing where the kernel does not say.
+    std::optional<double> read();
+
+private:
+    KernelFile m_file;
+};
+
+} // namespace kestrum

@@ -1,0 +1,30 @@
+#include "Platform/Machine/StorageUse.h"
+
+#include <QFile>
+#include <algorithm>
+#include <limits>
+
+namespace kestrum {
+
+StorageUse::StorageUse(const QString& root, Ask ask)
+    : m_path(QFile::encodeName(root + u'/'))
+    , m_ask(std::move(ask))
+{
+}
+
+std::optional<StorageUse::Room> StorageUse::read() const
+{
+    struct statvfs volume { };
+    if (m_ask(m_path.constData(), &volume) != 0)
+        return std::nullopt;
+    // As `df` counts: what is kept for the administrator is neither used nor available.
+    const double used = double(volume.f_blocks) - double(std::min(volume.f_bfree, volume.f_blocks));
+    const double all = used + double(volume.f_bavail);
+    if (all <= 0)
+        return std::nullopt;
+    static constexpr auto largest = double(std::numeric_limits<qint64>::max());
+    const double bytes = double(volume.f_bavail) * double(volume.f_frsize);
+    return Room { used / all, bytes >= largest ? std::numeric_limits<qint64>::max() : qint64(bytes) };
+}
+
+} // namespace kestrum

@@ -1,0 +1,96 @@
+#include "Platform/Machine/SystemPower.h"
+
+#include "Platform/Machine/KernelText.h"
+
+#include <QDir>
+#include <cmath>
+
+namespace kestrum {
+namespace {
+
+// More than any adapter gives: junk of a firmware.
+constexpr double largestSystemWatts = 10000;
+
+std::string_view word(KernelFile& file)
+{
+    return KernelText::trimmed(file.read().value_or(std::string_view()));
+}
+
+} // namespace
+
+SystemPower::SystemPower(const QString& root)
+    : m_folder(root + QStringLiteral("/sys/class/power_supply/"))
+{
+}
+
+std::optional<double> SystemPower::read()
+{
+    findSupplies();
+    double drawn = 0;
+    double delivered = 0;
+    double charged = 0;
+    bool isMeasured = true;
+    bool isDischarging = false;
+    for (Supply& supply : m_supplies) {
+        const std::string_view state = word(supply.state);
+        if (!supply.isBattery) {
+            if (state == "1")
+                delivered += supply.watts().value_or(0);
+        } else if (state == "Discharging") {
+            isDischarging = true;
+            const auto watts = supply.watts();
+            isMeasured = isMeasured && watts;
+            drawn += watts.value_or(0);
+        } else if (state == "Charging") {
+            charged += supply.watts().value_or(0);
+        }
+    }
+    const double watts = isDischarging ? drawn : delivered - charged;
+    // A machine that runs takes some power: 0 is a firmware that does not know.
+    if ((isDischarging && !isMeasured) || watts <= 0)
+        return std::nullopt;
+    return watts;
+}
+
+SystemPower::Supply::Supply(const QString& folder, bool battery)
+    : isBattery(battery)
+    , state(folder + (battery ? QStringLiteral("status") : QStringLiteral("online")))
+    , power(folder + QStringLiteral("power_now"))
+    , current(folder + QStringLiteral("current_now"))
+    , voltage(folder + QStringLiteral("voltage_now"))
+{
+}
+
+// In µW, µA and µV. Some drivers give what leaves a battery a negative sign.
+std::optional<double> SystemPower::Supply::watts()
+{
+    std::optional<double> result;
+    if (const auto microwatts = power.readNumber()) {
+        result = std::abs(double(*microwatts)) / 1e6;
+    } else if (const auto microamperes = current.readNumber()) {
+        if (const auto microvolts = voltage.readNumber())
+            result = std::abs(double(*microamperes) / 1e6 * (double(*microvolts) / 1e6));
+    }
+    return result && *result <= largestSystemWatts ? result : std::nullopt;
+}
+
+// Anew whenever other supplies are there than before. The batteries of mice and headsets are not the machine's. What a USB
+// port says about current is what was agreed upon, not what flows.
+void SystemPower::findSupplies()
+{
+    const QStringList names = QDir(m_folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
+    if (names == m_names)
+        return;
+    m_names = names;
+    m_supplies.clear();
+    for (const QString& name : names) {
+        const QString folder = m_folder + name + u'/';
+        KernelFile type(folder + QStringLiteral("type"));
+        KernelFile scope(folder + QStringLiteral("scope"));
+        const std::string_view kind = word(type);
+        if ((kind == "Battery" || kind == "Mains") && word(scope) != "Device")
+            m_supplies.emplace_back(folder, kind == "Battery");
+    }
+}
+
+} // namespace kestrum

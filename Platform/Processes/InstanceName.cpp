@@ -1,0 +1,80 @@
+#include "Platform/Processes/InstanceName.h"
+
+#include "Platform/Files/RuntimeDirectory.h"
+#include "Platform/Log/Identifier.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+
+namespace kestrum {
+
+namespace {
+
+// The holder may go between two calls.
+constexpr int mostAttempts = 3;
+constexpr int mostAnswersAtOnce = 64;
+
+/// Whoever is at the other end; for who listens, who began to.
+bool isPeerOurs(int socket)
+{
+    ucred peer {};
+    socklen_t size = sizeof peer;
+    return ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size) == 0 && peer.uid == ::geteuid();
+}
+
+} // namespace
+
+QByteArray InstanceName::addressOf(const QByteArray& name)
+{
+    // The directory above the one that may be cleared stands for the session: it stays for as long as that does.
+    struct stat state { };
+    ::fstat(RuntimeDirectory::shared().rootDescriptor(), &state);
+    return '\0' + QByteArray(applicationIdentifier.data(), applicationIdentifier.size()) + '/'
+        + QByteArray::number(quint64(state.st_dev), 16) + '-' + QByteArray::number(quint64(state.st_ino), 16)
+        + '/' + name;
+}
+
+InstanceName::Holder InstanceName::take(const QByteArray& name)
+{
+    const QByteArray path = addressOf(name);
+    sockaddr_un address {};
+    address.sun_family = AF_UNIX;
+    if (path.size() > qsizetype(sizeof address.sun_path))
+        return Holder::noneOfOurs;
+    std::copy(path.begin(), path.end(), static_cast<char*>(address.sun_path));
+    const auto size = socklen_t(offsetof(sockaddr_un, sun_path) + size_t(path.size()));
+    const auto made
+        = [] { return FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); };
+
+    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+        FileDescriptor own = made();
+        if (::bind(own.get(), reinterpret_cast<const sockaddr*>(&address), size) == 0
+            && ::listen(own.get(), SOMAXCONN) == 0) {
+            m_socket = std::move(own);
+            return Holder::thisProcess;
+        }
+        if (errno != EADDRINUSE)
+            break;
+        const FileDescriptor knock = made();
+        if (::connect(knock.get(), reinterpret_cast<const sockaddr*>(&address), size) == 0)
+            return isPeerOurs(knock.get()) ? Holder::anotherOfOurs : Holder::noneOfOurs;
+    }
+    return Holder::noneOfOurs;
+}
+
+bool InstanceName::answerKnocks() const
+{
+    bool isAnyOurs = false;
+    for (int i = 0; i < mostAnswersAtOnce; ++i) {
+        const FileDescriptor knock(::accept4(m_socket.get(), nullptr, nullptr, SOCK_CLOEXEC));
+        if (!knock.isValid())
+            break;
+        isAnyOurs = isAnyOurs || isPeerOurs(knock.get());
+    }
+    return isAnyOurs;
+}
+
+} // namespace kestrum

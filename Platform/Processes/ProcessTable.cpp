@@ -1,0 +1,162 @@
+#include "Platform/Processes/ProcessTable.h"
+
+#include "Platform/Files/FileDescriptor.h"
+
+#include <QFile>
+#include <algorithm>
+#include <cstring>
+#include <ctime>
+#include <dirent.h>
+#include <fcntl.h>
+#include <limits>
+#include <linux/magic.h>
+#include <sys/stat.h>
+#include <sys/vfs.h>
+#include <unistd.h>
+
+namespace kestrum {
+
+namespace {
+
+constexpr size_t listingSize = size_t(32) * 1024;
+constexpr size_t pathSize = 4096; // the kernel gives no longer one, its mark included
+constexpr char programLink[] = "/exe";
+
+// Zero for what is no process, such as "self" and "meminfo".
+qint32 pidOf(const char* name)
+{
+    qint64 number = 0;
+    for (; *name >= '0' && *name <= '9' && number <= std::numeric_limits<qint32>::max(); ++name)
+        number = number * 10 + (*name - '0');
+    return *name == '\0' && number <= std::numeric_limits<qint32>::max() ? qint32(number) : 0;
+}
+
+// Whether the running program has exactly this name. Asked of the file system by identity, since an old file can go on
+// under other names than the one by which it was started.
+bool isNameOf(const char* path, int table, const char* link)
+{
+    struct stat named;
+    struct stat running;
+    return ::stat(path, &named) == 0 && ::fstatat(table, link, &running, 0) == 0
+        && named.st_dev == running.st_dev && named.st_ino == running.st_ino;
+}
+
+// A program whose file was removed or replaced is marked, and a program's own name may end like the mark. `path` ends
+// with a zero.
+QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
+{
+    static constexpr QByteArrayView mark = " (deleted)";
+    if (path.endsWith(mark) && !isNameOf(path.data(), table, link))
+        path.chop(mark.size());
+    return path;
+}
+
+// The beginning of a file of the table: all of one that is about a process.
+QByteArray content(const QByteArray& path)
+{
+    QByteArray text(4096, Qt::Uninitialized);
+    const FileDescriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
+    const ssize_t size = file.isValid() ? ::read(file.get(), text.data(), size_t(text.size())) : -1;
+    text.truncate(std::max<qsizetype>(0, size));
+    return text;
+}
+
+double seconds(clockid_t clock)
+{
+    timespec time {};
+    ::clock_gettime(clock, &time);
+    return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
+}
+
+// "btime" of the kernel is cut to whole seconds. The difference of the clocks is not, and is constant as long as nobody
+// sets them. Between the two looks we may have been interrupted, so the quickest of a few counts.
+double runningKernelsBootTime()
+{
+    double best = 0;
+    double shortest = std::numeric_limits<double>::max();
+    for (int i = 0; i < 3; ++i) {
+        const double before = seconds(CLOCK_BOOTTIME);
+        const double now = seconds(CLOCK_REALTIME);
+        const double after = seconds(CLOCK_BOOTTIME);
+        if (after - before < shortest) {
+            shortest = after - before;
+            best = now - (before + after) / 2;
+        }
+    }
+    // Two tables are to say the same of one process.
+    return double(qRound64(best * 1000)) / 1000;
+}
+
+std::optional<double> bootTime(const QByteArray& root)
+{
+    struct statfs system { };
+    if (::statfs(root.constData(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC)
+        return runningKernelsBootTime();
+    // Behind the lines of the processors, which may be many.
+    QFile file(QFile::decodeName(root + "/stat"));
+    if (!file.open(QIODevice::ReadOnly))
+        return std::nullopt;
+    while (!file.atEnd()) {
+        const QByteArray line = file.readLine(pathSize).trimmed();
+        bool isNumber = false;
+        if (const qint64 time = line.startsWith("btime ") ? line.mid(6).toLongLong(&isNumber) : 0; isNumber)
+            return double(time);
+    }
+    return std::nullopt;
+}
+
+} // namespace
+
+ProcessTable::ProcessTable(const QString& root)
+    : m_root(QFile::encodeName(root))
+{
+}
+
+void ProcessTable::forEach(const std::function<void(qint32 pid, QByteArrayView path)>& visit) const
+{
+    const FileDescriptor table(::open(m_root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!table.isValid())
+        return;
+    alignas(dirent64) char listing[listingSize];
+    char path[pathSize + 1];
+    char link[sizeof dirent64::d_name + sizeof programLink];
+    for (;;) {
+        const ssize_t size = ::getdents64(table.get(), listing, sizeof listing);
+        if (size <= 0)
+            return;
+        for (const char* at = listing; at < listing + size;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(at);
+            at += entry.d_reclen;
+            const qint32 pid = pidOf(entry.d_name);
+            if (pid < 1)
+                continue;
+            ::stpcpy(::stpcpy(link, entry.d_name), programLink);
+            const ssize_t length = ::readlinkat(table.get(), link, path, pathSize);
+            if (length <= 0)
+                continue;
+            path[length] = '\0';
+            visit(pid, withoutMark(QByteArrayView(path, length), table.get(), link));
+        }
+    }
+}
+
+std::optional<double> ProcessTable::startTime(qint32 pid) const
+{
+    // The process's own name comes second, in parentheses, and may hold anything: what follows the last one counts.
+    static constexpr qsizetype fieldsBefore = 2;
+    static constexpr qsizetype startField = 22;
+    const QByteArray text = content(m_root + '/' + QByteArray::number(pid) + "/stat");
+    const qsizetype nameEnd = text.lastIndexOf(')');
+    const QByteArrayList fields = text.mid(nameEnd + 1).simplified().split(' ');
+    bool isNumber = false;
+    const qulonglong ticks = fields.value(startField - fieldsBefore - 1).toULongLong(&isNumber);
+    if (nameEnd < 0 || !isNumber)
+        return std::nullopt;
+    if (!m_bootTime)
+        m_bootTime = bootTime(m_root);
+    if (!m_bootTime)
+        return std::nullopt;
+    return *m_bootTime + double(ticks) / double(::sysconf(_SC_CLK_TCK));
+}
+
+} // namespace kestrum

@@ -1,0 +1,128 @@
+#include "Platform/Processes/ProgramStart.h"
+
+#include <algorithm>
+#include <csignal>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <vector>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int firstDescriptorOfOurs = STDERR_FILENO + 1;
+constexpr long mostDescriptors = 65536;
+
+// What of ours the new program cannot write to, or is not to. One that is closed, or would be by starting a program, must
+// not stay so: the first file that the program opens would get its number, and then the program's output.
+bool isWithheld(int output)
+{
+    struct stat state;
+    const int flags = ::fcntl(output, F_GETFD);
+    return flags < 0 || (flags & FD_CLOEXEC) != 0 || ::fstat(output, &state) != 0 || S_ISFIFO(state.st_mode);
+}
+
+// What the new process does before it becomes the program.
+class Preparation {
+public:
+    Preparation()
+    {
+        ::posix_spawn_file_actions_init(&m_actions);
+        openNothing(STDIN_FILENO, O_RDONLY);
+        for (const int output : { STDOUT_FILENO, STDERR_FILENO }) {
+            if (isWithheld(output))
+                openNothing(output, O_WRONLY);
+        }
+        note(::posix_spawn_file_actions_addclosefrom_np(&m_actions, firstDescriptorOfOurs));
+        note(::posix_spawn_file_actions_addchdir_np(&m_actions, "/"));
+
+        ::posix_spawnattr_init(&m_attributes);
+        sigset_t signals;
+        sigfillset(&signals);
+        note(::posix_spawnattr_setsigdefault(&m_attributes, &signals));
+        sigemptyset(&signals);
+        note(::posix_spawnattr_setsigmask(&m_attributes, &signals));
+        note(::posix_spawnattr_setflags(
+            &m_attributes, POSIX_SPAWN_SETSID | POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK));
+    }
+    ~Preparation()
+    {
+        ::posix_spawnattr_destroy(&m_attributes);
+        ::posix_spawn_file_actions_destroy(&m_actions);
+    }
+    Q_DISABLE_COPY_MOVE(Preparation)
+
+    int spawn(pid_t* pid, const char* program, char* const* arguments, char* const* environment) const
+    {
+        return m_error != 0 ? m_error
+                            : ::posix_spawn(pid, program, &m_actions, &m_attributes, arguments, environment);
+    }
+
+private:
+    void openNothing(int descriptor, int flags)
+    {
+        note(::posix_spawn_file_actions_addopen(&m_actions, descriptor, "/dev/null", flags, 0));
+    }
+    void note(int error)
+    {
+        if (error != 0)
+            m_error = error;
+    }
+
+    posix_spawn_file_actions_t m_actions {};
+    posix_spawnattr_t m_attributes {};
+    int m_error = 0;
+};
+
+// A list as system calls take it; the texts stay with their owner.
+std::vector<char*> pointers(QByteArrayList& texts)
+{
+    std::vector<char*> result;
+    for (QByteArray& text : texts)
+        result.push_back(text.data());
+    result.push_back(nullptr);
+    return result;
+}
+
+// Between the new process and its program: only calls that are allowed there.
+void forgetWhatIsOurs()
+{
+    // Marked, not closed: by one of them the toolkit hears that the program could not be executed.
+    if (::close_range(firstDescriptorOfOurs, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
+        // A kernel before 5.11. A limit in the millions would keep us busy for long.
+        const long end = std::min(::sysconf(_SC_OPEN_MAX), mostDescriptors);
+        for (int descriptor = firstDescriptorOfOurs; descriptor < end; ++descriptor)
+            ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
+    }
+    for (int number = 1; number < NSIG; ++number)
+        ::signal(number, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    ::sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+} // namespace
+
+void ProgramStart::handOnNothing(QProcess& process)
+{
+    process.setChildProcessModifier(forgetWhatIsOurs);
+}
+
+std::optional<qint32> ProgramStart::start(const QByteArray& program, const QByteArrayList& arguments,
+    const std::optional<QByteArrayList>& environment, QString* error)
+{
+    QByteArrayList words = QByteArrayList { program } + arguments;
+    QByteArrayList given = environment.value_or(QByteArrayList());
+    std::vector<char*> variables = pointers(given);
+    pid_t pid = 0;
+    const int result = Preparation().spawn(
+        &pid, program.constData(), pointers(words).data(), environment ? variables.data() : environ);
+    if (result == 0)
+        return pid;
+    *error = qt_error_string(result);
+    return std::nullopt;
+}
+
+} // namespace kestrum

@@ -1,0 +1,200 @@
+// How starts are noticed.
+//
+// The kernel says when a program's file is opened, which is the first thing that executing it does: the process becomes
+// the program a little later. So the process table is looked at then, and some more times soon after (`StartLooks`).
+// Looking reads links of the table and opens no program, so that no look brings about another. The folder is watched, not
+// the file: a program that is replaced by another file is followed by itself.
+
+#include "Platform/Processes/Workspace.h"
+
+#include "Platform/Files/DirectoryWatch.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Processes/ProcessEnds.h"
+#include "Platform/Processes/ProcessTable.h"
+#include "Platform/Processes/ProgramStart.h"
+#include "Platform/Processes/StartLooks.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMetaObject>
+#include <QSet>
+#include <unistd.h>
+#include <utility>
+#include <vector>
+
+namespace kestrum {
+
+namespace {
+
+QString programOf(const QString& bundlePath)
+{
+    static const QString suffix = QStringLiteral(".app");
+    const QString path = QDir::cleanPath(bundlePath);
+    QString name = QFileInfo(path).fileName();
+    if (name.endsWith(suffix))
+        name.chop(suffix.size());
+    return path + QStringLiteral("/Contents/MacOS/") + name;
+}
+
+// The processes of the program at `path`. The kernel knows them by a path without links.
+QList<qint32> processesOf(const QString& path)
+{
+    const QFileInfo program(path);
+    const QString folder = QFileInfo(program.path()).canonicalFilePath();
+    const QString canonical
+        = program.exists() ? program.canonicalFilePath() : folder + u'/' + program.fileName();
+    QList<qint32> pids;
+    ProcessTable().forEach(
+        [&pids, name = QFile::encodeName(canonical)](qint32 pid, QByteArrayView executable) {
+            if (executable == name)
+                pids.append(pid);
+        });
+    return pids;
+}
+
+// Our own variables, except for those that let a program take the focus where it is not to, and `added`.
+QByteArrayList environmentFor(const Workspace::OpenConfiguration& configuration)
+{
+    QSet<QByteArray> replaced;
+    if (!configuration.activates)
+        replaced = { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID" };
+    QByteArrayList result;
+    for (auto added = configuration.environment.cbegin(); added != configuration.environment.cend();
+         ++added) {
+        replaced.insert(added.key().toLocal8Bit());
+        result.append(added.key().toLocal8Bit() + '=' + added.value().toLocal8Bit());
+    }
+    for (char** variable = environ; variable && *variable; ++variable) {
+        const QByteArray entry(*variable);
+        if (!replaced.contains(entry.left(entry.indexOf('='))))
+            result.append(entry);
+    }
+    return result;
+}
+
+} // namespace
+
+struct Workspace::Observations {
+    struct Program {
+        Program(Observations& observations, const QString& programPath)
+            : path(programPath)
+            , looks([this, &observations] {
+                if (observations.look(path))
+                    Q_EMIT observations.workspace.runningApplicationsChanged();
+            })
+            , watch(QFileInfo(path).path(), DirectoryWatch::Interest::opened,
+                  [this, name = QFile::encodeName(QFileInfo(path).fileName())](const QByteArray& entry) {
+                      if (entry.isEmpty() || entry == name)
+                          looks.begin();
+                  })
+        {
+        }
+        QString path;
+        StartLooks looks;
+        DirectoryWatch watch;
+    };
+
+    explicit Observations(Workspace& ownWorkspace)
+        : workspace(ownWorkspace)
+    {
+        QObject::connect(&ends, &ProcessEnds::ended, &workspace, [this](qint32 pid) {
+            const bool wasStartedHere = children.remove(pid);
+            if (observed.remove(pid) || wasStartedHere)
+                Q_EMIT workspace.runningApplicationsChanged();
+        });
+    }
+
+    void follow(qint32 pid)
+    {
+        observed.insert(pid);
+        ends.follow(pid, ProcessEnds::Kind::foreign);
+    }
+
+    // Whether the program has processes that were not known.
+    bool look(const QString& program)
+    {
+        bool anyNew = false;
+        const QList<qint32> pids = processesOf(program);
+        for (const qint32 pid : pids) {
+            anyNew |= !observed.contains(pid);
+            follow(pid);
+        }
+        return anyNew;
+    }
+
+    void observe(const QString& program)
+    {
+        for (const auto& known : programs) {
+            if (known->path == program)
+                return;
+        }
+        // The watch comes first, so that no start falls between it and the look.
+        programs.push_back(std::make_unique<Program>(*this, program));
+        look(program);
+    }
+
+    Opened open(const QString& bundlePath, const OpenConfiguration& configuration)
+    {
+        const QString program = programOf(bundlePath);
+        if (!QFileInfo(QDir::cleanPath(bundlePath) + QStringLiteral("/Contents")).isDir())
+            return { std::nullopt,
+                QStringLiteral("there is no application at %1").arg(Log::escaped(bundlePath)) };
+        if (!configuration.createsNewApplicationInstance) {
+            if (const QList<qint32> pids = processesOf(program); !pids.isEmpty())
+                return { pids.first(), {} };
+        }
+        QString reason;
+        const auto pid
+            = ProgramStart::start(QFile::encodeName(program), {}, environmentFor(configuration), &reason);
+        if (!pid)
+            return { std::nullopt,
+                QStringLiteral("%1 cannot be started: %2").arg(Log::escaped(program), reason) };
+        children.insert(*pid);
+        ends.follow(*pid, ProcessEnds::Kind::child);
+        return { pid, {} };
+    }
+
+    Workspace& workspace;
+    ProcessEnds ends;
+    QSet<qint32> observed;
+    QSet<qint32> children; ///< also those that end before any look has found them
+    std::vector<std::unique_ptr<Program>> programs;
+};
+
+Workspace& Workspace::shared()
+{
+    // Never destroyed: what it started may end after the application object.
+    static auto* const workspace = new Workspace;
+    return *workspace;
+}
+
+Workspace::Workspace()
+    : m_observations(std::make_unique<Observations>(*this))
+{
+}
+
+Workspace::~Workspace() = default;
+
+void Workspace::openApplication(const QString& bundlePath, const OpenConfiguration& configuration,
+    std::function<void(const Opened&)> completion)
+{
+    QMetaObject::invokeMethod(
+        this,
+        [this, opened = m_observations->open(bundlePath, configuration), completion = std::move(completion)] {
+            if (completion)
+                completion(opened);
+            if (!opened.error.isEmpty())
+                Q_EMIT openFailed();
+        },
+        Qt::QueuedConnection);
+}
+
+void Workspace::observe(const QString& bundlePath, const QList<qint32>& pids)
+{
+    m_observations->observe(programOf(bundlePath));
+    for (const qint32 pid : pids)
+        m_observations->follow(pid);
+}
+
+} // namespace kestrum

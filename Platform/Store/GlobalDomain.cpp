@@ -1,0 +1,168 @@
+#include "Platform/Store/GlobalDomain.h"
+
+#include <QByteArray>
+#include <QList>
+#include <algorithm>
+#include <initializer_list>
+
+// Locale names are "language[_REGION][.encoding][@modifier]", such as "sr_RS.UTF-8@latin". They come from the
+// environment, so they may be anything; what is not understood is passed over.
+
+namespace kestrum {
+namespace {
+
+struct LocaleName {
+    QByteArray language;
+    QByteArray script;
+    QByteArray region;
+};
+
+// Far more than anybody reads; keeps a hostile variable cheap.
+constexpr int maximumLanguages = 32;
+
+bool consistsOf(const QByteArray& text, bool (*accepts)(char))
+{
+    return std::all_of(text.begin(), text.end(), accepts);
+}
+
+bool isLetter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
+
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool isLanguage(const QByteArray& part)
+{
+    return (part.size() == 2 || part.size() == 3) && consistsOf(part, isLetter);
+}
+
+bool isScript(const QByteArray& part)
+{
+    return part.size() == 4 && consistsOf(part, isLetter);
+}
+
+bool isRegion(const QByteArray& part)
+{
+    return (part.size() == 2 && consistsOf(part, isLetter))
+        || (part.size() == 3 && consistsOf(part, isDigit));
+}
+
+QByteArray scriptOfModifier(const QByteArray& modifier)
+{
+    if (modifier == "latin" || modifier == "iqtelif")
+        return "Latn";
+    if (modifier == "cyrillic")
+        return "Cyrl";
+    if (modifier == "devanagari")
+        return "Deva";
+    return {};
+}
+
+QByteArray upTo(const QByteArray& text, char end)
+{
+    const qsizetype position = text.indexOf(end);
+    return position < 0 ? text : text.left(position);
+}
+
+LocaleName parsed(const QByteArray& name)
+{
+    LocaleName result;
+    const QByteArray withoutModifier = upTo(name, '@');
+    result.script = scriptOfModifier(name.mid(withoutModifier.size() + 1));
+    QList<QByteArray> parts = upTo(withoutModifier, '.').replace('-', '_').split('_');
+
+    if (!isLanguage(parts.constFirst()))
+        return {};
+    result.language = parts.takeFirst().toLower();
+    // Not in the C library's names, but in those that people write: "zh_Hans_CN".
+    if (!parts.isEmpty() && isScript(parts.constFirst())) {
+        const QByteArray script = parts.takeFirst().toLower();
+        result.script = script.left(1).toUpper() + script.mid(1);
+    }
+    if (!parts.isEmpty() && isRegion(parts.constFirst()))
+        result.region = parts.constFirst().toUpper();
+    return result;
+}
+
+// "C.UTF-8" is "C" with an encoding, and newer C libraries treat the two alike.
+bool namesNoLanguage(const QByteArray& name)
+{
+    const QByteArray base = upTo(name, '.');
+    return base.isEmpty() || base == "C" || base == "POSIX";
+}
+
+// The first of `variables` that is set to anything.
+QByteArray firstSet(std::initializer_list<const char*> variables)
+{
+    for (const char* variable : variables) {
+        if (const QByteArray value = qgetenv(variable); !value.isEmpty())
+            return value;
+    }
+    return {};
+}
+
+QString regionOf(const QByteArray& name)
+{
+    return QString::fromLatin1(parsed(name).region);
+}
+
+QStringList codesOf(const QByteArray& list)
+{
+    QStringList result;
+    for (const QByteArray& name : list.split(':')) {
+        if (name.isEmpty())
+            continue;
+        // In the list "C" means: no translation rather than one of those that follow.
+        if (namesNoLanguage(name) || result.size() == maximumLanguages)
+            break;
+        const LocaleName locale = parsed(name);
+        if (locale.language.isEmpty())
+            continue;
+        QByteArray code = locale.language;
+        for (const QByteArray& part : { locale.script, locale.region }) {
+            if (!part.isEmpty())
+                code += '-' + part;
+        }
+        if (const QString text = QString::fromLatin1(code); !result.contains(text))
+            result.append(text);
+    }
+    return result;
+}
+
+} // namespace
+
+QStringList GlobalDomain::languages()
+{
+    const QByteArray messages = firstSet({ "LC_ALL", "LC_MESSAGES", "LANG" });
+    // Whoever sets the plain locale asks for untranslated texts, as scripts and build machines do; a LANGUAGE
+    // that is left over from the desktop must not overrule that.
+    if (namesNoLanguage(messages))
+        return {};
+
+    const QByteArray list = qgetenv("LANGUAGE") + ':' + messages;
+    // Asked for with every display text, and nearly always the same.
+    struct Reading {
+        QByteArray list;
+        QStringList codes;
+    };
+    thread_local Reading last;
+    if (last.list != list)
+        last = { list, codesOf(list) };
+    return last.codes;
+}
+
+QString GlobalDomain::numberRegion()
+{
+    return regionOf(firstSet({ "LC_ALL", "LC_NUMERIC", "LANG" }));
+}
+
+QString GlobalDomain::measurementRegion()
+{
+    return regionOf(firstSet({ "LC_ALL", "LC_MEASUREMENT", "LANG" }));
+}
+
+} // namespace kestrum

@@ -1,0 +1,26 @@
+#include "Platform/Store/SettingsDoubt.h"
+
+namespace kestrum {
+
+bool SettingsDoubt::concerns(const SettingsFile::Content& content)
+{
+    if (!m_isKnownSound || content.isSound() || !content.error.isEmpty()) {
+        m_isOpen = false;
+        return false;
+    }
+    const auto now = Clock::now();
+    if (!m_isOpen || m_doubted != content.identity) {
+        m_doubted = content.identity;
+        m_since = now;
+    }
+    m_isOpen = content.doubt == SettingsFile::Doubt::open || now - m_since < SettingsFile::believedAfter;
+    return m_isOpen;
+}
+
+void SettingsDoubt::settle(const SettingsFile::Content& content)
+{
+    m_isOpen = false;
+    m_isKnownSound = content.isSound();
+}
+
+} // namespace kestrum

@@ -1,0 +1,395 @@
+// What is read comes from a snapshot in memory. Whether it still holds is told
+//   - by a counter that all processes share: a writer adds one after its file stands, so a counter that has
+//     not moved since before we looked means that no save has ended since. Without a counter every read asks
+//     the file system;
+//   - by a watch of the directories, from the first observer of `changed` on. Only this finds what people edit
+//     by hand, as editors move no counter. It looks at the file whatever the counter says.
+// A file that is not the one we know is read again, and only other values make a notice; so the watch that
+// reports our own save finds nothing new. One mutex guards all but the watches, which belong to the main
+// thread. It is not held during a save: a snapshot that another thread's save has overtaken is found out by
+// the next look, since each save remembers the counter as it was before it began.
+
+#include "Platform/Store/UserDefaults.h"
+
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/Files/FileName.h"
+#include "Platform/Files/FilePlace.h"
+#include "Platform/Log/Identifier.h"
+#include "Platform/Log/Log.h"
+#include "Platform/Store/GenerationCounter.h"
+#include "Platform/Store/LayeredValues.h"
+#include "Platform/Store/SettingsDoubt.h"
+#include "Platform/Store/SettingsFile.h"
+#include "Platform/Store/SettingsWatch.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QMetaMethod>
+#include <QThread>
+#include <QTimer>
+#include <mutex>
+
+namespace kestrum {
+
+namespace {
+
+constexpr char fileSuffix[] = ".json";
+
+QString standardName()
+{
+    const QString identifier = Bundle::main().identifier();
+    return FileName::encoded(identifier, fileSuffix) ? identifier : QString(applicationIdentifier);
+}
+
+QString fileIn(const QString& directory, const QString& name)
+{
+    return directory + QStringLiteral("/kestrum/")
+        + QString::fromLatin1(FileName::encoded(name, fileSuffix).value_or(QByteArray()));
+}
+
+QJsonObject administeredValues(const QString& name)
+{
+    QJsonObject values;
+    const QStringList directories = FilePlace::systemConfigDirectories();
+    for (const QString& directory : directories) {
+        const auto content = SettingsFile(fileIn(directory, name), SettingsFile::Owner::anybody).read();
+        if (!content.error.isEmpty())
+            Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));
+        for (auto value = content.values.begin(); value != content.values.end(); ++value) {
+            if (!values.contains(value.key())) // an earlier directory counts more
+                values.insert(value.key(), value.value());
+        }
+    }
+    return values;
+}
+
+} // namespace
+
+struct UserDefaults::Domain {
+    Domain(UserDefaults* owner, const QString& domainName)
+        : defaults(owner)
+        , name(domainName)
+        , file(fileIn(FilePlace::configDirectory(), domainName))
+        , counter(GenerationCounter::open(domainName))
+        , seenGeneration(generation())
+        , watch(file, [this] { scheduleObservedLook(); })
+    {
+        values.setAdministered(administeredValues(name));
+        adopt(file.readFirst());
+    }
+
+    quint64 generation() const { return counter ? counter->value() : 0; }
+
+    /// Brings the snapshot up to date.
+    void refresh()
+    {
+        if (doubt.isOpen() || !counter || counter->value() != seenGeneration || !counter->isShared())
+            look();
+    }
+
+    void look();
+    void adopt(const SettingsFile::Content& content);
+    bool save(const SettingsFile::Changes& changes);
+    void scheduleNotice();
+
+    void startObserving();
+    void scheduleObservedLook();
+    void scheduleSecondLook();
+
+    UserDefaults* const defaults;
+    const QString name;
+    const SettingsFile file;
+    const std::unique_ptr<GenerationCounter> counter;
+
+    std::mutex mutex; ///< guards what follows, down to the watches
+    LayeredValues values;
+    SettingsFile::Identity identity; ///< of the file that `values` came from
+    bool isIdentityCertain = false;
+    SettingsDoubt doubt;
+    quint64 seenGeneration = 0; ///< the counter as it was before the last look
+    QString readError;
+    QString saveError;
+    SettingsFile::Trouble readTrouble = SettingsFile::Trouble::none;
+    SettingsFile::Trouble saveTrouble = SettingsFile::Trouble::none;
+    bool isDurabilityOwed = false; ///< the last save has replaced the file, but failed to make that last
+    bool isObserved = false;
+    bool isNoticeScheduled = false;
+    bool isSecondLookScheduled = false;
+
+    // Of the main thread only.
+    SettingsWatch watch;
+    bool isLookScheduled = false;
+};
+
+void UserDefaults::Domain::look()
+{
+    const quint64 now = generation(); // before the file: a save that ends in between is looked for again
+    if (doubt.isOpen() || !isIdentityCertain || !readError.isEmpty() || file.identity() != identity) {
+        const auto content = file.read();
+        if (doubt.concerns(content))
+            scheduleSecondLook();
+        else
+            adopt(content);
+    }
+    seenGeneration = now;
+}
+
+/// What cannot be read leaves the values as they were.
+void UserDefaults::Domain::adopt(const SettingsFile::Content& content)
+{
+    readError = content.error;
+    readTrouble = content.trouble;
+    if (!content.error.isEmpty()) {
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));
+        return;
+    }
+    identity = content.identity;
+    isIdentityCertain = !content.isFresh;
+    doubt.settle(content);
+    if (content.values == values.stored())
+        return;
+    values.setStored(content.values);
+    scheduleNotice();
+}
+
+void UserDefaults::Domain::scheduleNotice()
+{
+    if (!isObserved || isNoticeScheduled)
+        return;
+    isNoticeScheduled = true;
+    const auto tell = [this] {
+        {
+            const std::scoped_lock lock(mutex);
+            isNoticeScheduled = false;
+        }
+        Q_EMIT defaults->changed();
+    };
+    QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
+}
+
+bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
+{
+    {
+        const std::scoped_lock lock(mutex);
+        look();
+        const bool isKnown = readError.isEmpty() && !isDurabilityOwed && !doubt.isOpen();
+        if (isKnown && changes.appliedTo(values.stored()) == values.stored())
+            return true;
+    }
+
+    const quint64 before = generation();
+    const SettingsFile::Saved saved = file.save(changes);
+    if (saved.changed && counter)
+        counter->advance();
+
+    const std::scoped_lock lock(mutex);
+    isDurabilityOwed = !saved.succeeded && (saved.changed || isDurabilityOwed);
+    if (!saved.succeeded) {
+        saveError = saved.error;
+        saveTrouble = saved.trouble;
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(saveError));
+        const auto tell = [this, reason = saveError] { Q_EMIT defaults->saveFailed(reason); };
+        if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveFailed)))
+            QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
+        return false;
+    }
+
+    adopt(saved.content);
+    // Only our own step since: then nobody else's save can have been overlooked.
+    const quint64 expected = before + (saved.changed ? 1 : 0);
+    seenGeneration = generation() == expected ? expected : before;
+    if (!saveError.isEmpty()) {
+        saveError.clear();
+        saveTrouble = SettingsFile::Trouble::none;
+        const auto tell = [this] { Q_EMIT defaults->saveSucceeded(); };
+        if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveSucceeded)))
+            QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
+    }
+    return true;
+}
+
+void UserDefaults::Domain::startObserving()
+{
+    watch.follow();
+    const std::scoped_lock lock(mutex);
+    look();
+}
+
+/// One look for all that is heard in a turn, and not within a watch's handler, as the look may end that
+/// watch.
+void UserDefaults::Domain::scheduleObservedLook()
+{
+    if (isLookScheduled)
+        return;
+    isLookScheduled = true;
+    const auto lookAround = [this] {
+        isLookScheduled = false;
+        watch.follow();
+        const std::scoped_lock lock(mutex);
+        look();
+    };
+    QMetaObject::invokeMethod(defaults, lookAround, Qt::QueuedConnection);
+}
+
+/// Nothing happens when a doubt has lasted long enough, so nobody would tell.
+void UserDefaults::Domain::scheduleSecondLook()
+{
+    if (!isObserved || isSecondLookScheduled)
+        return;
+    isSecondLookScheduled = true;
+    const auto lookAgain = [this] {
+        {
+            const std::scoped_lock lock(mutex);
+            isSecondLookScheduled = false;
+        }
+        scheduleObservedLook();
+    };
+    const auto wait = [this, lookAgain] {
+        QTimer::singleShot(SettingsFile::believedAfter, Qt::PreciseTimer, defaults, lookAgain);
+    };
+    QMetaObject::invokeMethod(defaults, wait, Qt::QueuedConnection);
+}
+
+UserDefaults::UserDefaults(const QString& name)
+    : m_domain(std::make_unique<Domain>(this, name))
+{
+    // Without an application object yet, the thread that we are made in becomes the main thread.
+    const auto* application = QCoreApplication::instance();
+    if (application && application->thread() != thread())
+        moveToThread(application->thread());
+}
+
+UserDefaults::~UserDefaults() = default;
+
+UserDefaults& UserDefaults::standard()
+{
+    // Never destroyed: others may still read it while the process ends.
+    static auto* const defaults = new UserDefaults(standardName());
+    return *defaults;
+}
+
+std::unique_ptr<UserDefaults> UserDefaults::withSuiteName(const QString& suiteName)
+{
+    if (!FileName::encoded(suiteName, fileSuffix) || suiteName == standardName())
+        return nullptr;
+    return std::unique_ptr<UserDefaults>(new UserDefaults(suiteName));
+}
+
+QString UserDefaults::name() const
+{
+    return m_domain->name;
+}
+
+QString UserDefaults::filePath() const
+{
+    return m_domain->file.path();
+}
+
+QJsonValue UserDefaults::object(std::string_view key) const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    const auto* entry = m_domain->values.find(key);
+    return entry ? entry->value : QJsonValue(QJsonValue::Undefined);
+}
+
+std::optional<QString> UserDefaults::string(std::string_view key) const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    const auto* entry = m_domain->values.find(key);
+    if (!entry || entry->type != QJsonValue::String)
+        return std::nullopt;
+    return entry->text;
+}
+
+std::optional<bool> UserDefaults::boolean(std::string_view key) const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    const auto* entry = m_domain->values.find(key);
+    if (!entry || entry->type != QJsonValue::Bool)
+        return std::nullopt;
+    return entry->truth;
+}
+
+std::optional<double> UserDefaults::number(std::string_view key) const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    const auto* entry = m_domain->values.find(key);
+    if (!entry || entry->type != QJsonValue::Double)
+        return std::nullopt;
+    return entry->number;
+}
+
+QJsonObject UserDefaults::dictionary() const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    return m_domain->values.inEffect();
+}
+
+QJsonObject UserDefaults::storedDictionary() const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    return m_domain->values.stored();
+}
+
+void UserDefaults::registerDefaults(const QJsonObject& defaults)
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->values.addRegistered(defaults);
+}
+
+bool UserDefaults::set(std::string_view key, const QJsonValue& value)
+{
+    const QString name = QString::fromUtf8(key.data(), qsizetype(key.size()));
+    return value.isUndefined() ? apply({}, { name }) : apply({ { name, value } }, {});
+}
+
+bool UserDefaults::remove(std::string_view key)
+{
+    return apply({}, { QString::fromUtf8(key.data(), qsizetype(key.size())) });
+}
+
+bool UserDefaults::apply(const QJsonObject& values, const QStringList& removedKeys)
+{
+    return m_domain->save({ values, removedKeys });
+}
+
+QString UserDefaults::lastError() const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    return m_domain->saveError.isEmpty() ? m_domain->readError : m_domain->saveError;
+}
+
+SettingsFile::Trouble UserDefaults::lastTrouble() const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    return m_domain->saveError.isEmpty() ? m_domain->readTrouble : m_domain->saveTrouble;
+}
+
+void UserDefaults::sweepLeftovers()
+{
+    m_domain->file.sweepLeftovers();
+}
+
+void UserDefaults::connectNotify(const QMetaMethod& signal)
+{
+    if (signal != QMetaMethod::fromSignal(&UserDefaults::changed))
+        return;
+    {
+        const std::scoped_lock lock(m_domain->mutex);
+        if (std::exchange(m_domain->isObserved, true))
+            return;
+    }
+    if (QCoreApplication::instance() && QThread::currentThread() == thread())
+        m_domain->startObserving();
+    else
+        QMetaObject::invokeMethod(
+            this, [this] { m_domain->startObserving(); }, Qt::QueuedConnection);
+}
+
+} // namespace kestrum

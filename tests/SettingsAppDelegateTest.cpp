@@ -41,7 +41,8 @@ private Q_SLOTS:
         QSignalSpy stored(&SharedSettings::store(), &UserDefaults::changed);
         SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
         Setting { Keys::agentEnabled }.set(false);
-        Setting { Keys::didUnregisterLegacyLoginItem }.set(true); // or another thread would store that some time later
+        // Or another thread would store that some time later.
+        Setting { Keys::didUnregisterLegacyLoginItem }.set(true);
         m_delegate = std::make_unique<SettingsAppDelegate>(SettingsAppDelegate::Run::ordinary,
             Relaunch::Actions { [this](const QString& command) { m_relaunches.append(command); }, [] {} });
         m_delegate->applicationDidFinishLaunching();

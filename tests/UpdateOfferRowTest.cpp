@@ -321,10 +321,8 @@ private Q_SLOTS:
         column.widget.resize(204, 300);
         column.show();
         const auto* title = column.shown<ShrinkingLabel>(AppLanguage::string("Update available"));
-        QVERIFY(title);
         QCOMPARE(title->shownText(), title->text());
         QCOMPARE(title->shownFont().pointSizeF(), Theme::font(Theme::TextStyle::callout).pointSizeF());
-        // The parts keep their places, and the version its line.
         QVERIFY(title->height() >= title->sizeHint().height());
         const auto* version = column.shown<ShrinkingLabel>(text("1.5 (30)"));
         QVERIFY(version->height() >= version->sizeHint().height());

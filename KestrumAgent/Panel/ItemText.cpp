@@ -9,19 +9,11 @@ namespace kestrum {
 
 namespace {
 
+/// As the settings' page calls it: storage is a "Disk" there, and not what its symbol says.
 QString name(MonitorSection section)
 {
-    switch (section) {
-    case MonitorSection::cpu:
-        return AppLanguage::string("CPU");
-    case MonitorSection::memory:
-        return AppLanguage::string("Memory");
-    case MonitorSection::storage:
-        return AppLanguage::string("Disk");
-    case MonitorSection::sensors:
-        break;
-    }
-    return AppLanguage::string("Sensors");
+    return section == MonitorSection::storage ? AppLanguage::string("Disk")
+                                              : StatusMetricView::description(section);
 }
 
 /// What is measured, in the words in which it was chosen; and the value, nothing where the reading is absent.

@@ -51,7 +51,7 @@ Agent::Agent(QObject* parent)
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
     // What the toolkit knows of, such as the end of the session.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
-        [this] { leave(QStringLiteral("the desktop or the toolkit wants it to")); });
+        [this] { logEnd(QStringLiteral("the desktop or the toolkit wants it to")); });
     fillMenu();
 }
 
@@ -105,10 +105,15 @@ void Agent::doWhatWasAskedSince(double launched)
 
 void Agent::leave(const QString& reason)
 {
-    // One end may have several reasons, of which the first is the cause.
+    logEnd(reason);
+    QCoreApplication::quit();
+}
+
+/// One end may have several reasons, of which the first is the cause.
+void Agent::logEnd(const QString& reason)
+{
     if (!std::exchange(m_isLeaving, true))
         Log::info("agent", QStringLiteral("the agent ends: %1").arg(reason));
-    QCoreApplication::quit();
 }
 
 /// Texts of ours are looked up when they are shown. The toolkit keeps its own, and mirrors what is shown.

@@ -42,6 +42,7 @@ public:
 private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     QByteArray activationToken() const;
+    void logEnd(const QString& reason);
     void adoptLanguage();
     void adoptSettings();
     void doWhatWasAskedSince(double launched);

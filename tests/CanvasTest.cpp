@@ -108,7 +108,11 @@ private Q_SLOTS:
         QVERIFY(std::abs(one.top() - (0.5 + metrics.descent() * 0.1)) <= 0.11);
         QVERIFY(std::abs(one.height() - metrics.capHeight() * 0.1) <= 0.16);
         QVERIFY(one.left() > 3 && one.left() < 4.5);
-        QCOMPARE(column("HH"), one.adjusted(0, -1, 0, 1));
+        const QRectF two = column("HH");
+        QCOMPARE(two.left(), one.left());
+        QCOMPARE(two.top(), one.top() - 1);
+        QCOMPARE(two.bottom(), one.bottom() + 1);
+        QVERIFY(std::abs(two.width() - one.width()) <= 0.11);
     }
 
     void placeOnThePainterIsRespected()

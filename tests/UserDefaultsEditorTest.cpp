@@ -37,6 +37,8 @@ private Q_SLOTS:
 private:
     using Step = std::function<void()>;
     using Steps = std::vector<Step>;
+    /// Takes the steps behind the one at `at` on a thread of its own. The steps have to outlive it.
+    static std::unique_ptr<QThread> goesOnBehind(const Steps& steps, qsizetype at);
     using Way = std::function<Steps(const QByteArray& path, const QByteArray& text)>;
 
     static constexpr int pause = 40;
@@ -255,6 +257,18 @@ void UserDefaultsEditorTest::saveBetweenTheStepsLosesNothing_data()
     addWays(Gaps::inTheFolder);
 }
 
+std::unique_ptr<QThread> UserDefaultsEditorTest::goesOnBehind(const Steps& steps, qsizetype at)
+{
+    std::unique_ptr<QThread> editor(QThread::create([&steps, at] {
+        for (size_t i = size_t(at) + 1; i < steps.size(); ++i) {
+            QThread::msleep(pause / 2);
+            steps[i]();
+        }
+    }));
+    editor->start();
+    return editor;
+}
+
 void UserDefaultsEditorTest::saveBetweenTheStepsLosesNothing()
 {
     const qsizetype count = qsizetype(stepsTo("fr").size());
@@ -264,13 +278,7 @@ void UserDefaultsEditorTest::saveBetweenTheStepsLosesNothing()
         const auto store = opened();
         for (qsizetype i = 0; i <= at; ++i)
             steps[size_t(i)]();
-        const std::unique_ptr<QThread> editor(QThread::create([&] {
-            for (size_t i = size_t(at) + 1; i < steps.size(); ++i) {
-                QThread::msleep(pause / 2);
-                steps[i]();
-            }
-        }));
-        editor->start();
+        const auto editor = goesOnBehind(steps, at);
         const bool isSaved = store->set("ours", double(at));
         QVERIFY(editor->wait(5000));
         QVERIFY2(isSaved, qUtf8Printable(store->lastError()));
@@ -325,13 +333,7 @@ void UserDefaultsEditorTest::storeThatIsOpenedBetweenTheStepsReadsTheFile()
         const Steps steps = stepsTo(language);
         for (qsizetype i = 0; i <= at; ++i)
             steps[size_t(i)]();
-        const std::unique_ptr<QThread> editor(QThread::create([&] {
-            for (size_t i = size_t(at) + 1; i < steps.size(); ++i) {
-                QThread::msleep(pause / 2);
-                steps[i]();
-            }
-        }));
-        editor->start();
+        const auto editor = goesOnBehind(steps, at);
         const auto read = opened()->string("language").value_or(QStringLiteral("absent"));
         QVERIFY(editor->wait(5000));
         QVERIFY2(read == QStringLiteral("de") || read == QStringLiteral("fr"),

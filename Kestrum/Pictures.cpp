@@ -1,6 +1,6 @@
 #include "Kestrum/Pictures.h"
 
-#include "Kestrum/AccessOutline.h"
+#include "Kestrum/AccessibilityDump.h"
 #include "Kestrum/Window/SettingsView.h"
 #include "Platform/Desktop/SystemAppearance.h"
 
@@ -34,7 +34,7 @@ bool save(const QImage& image, const QString& path)
 bool saveTree(SettingsView& window, const QString& path)
 {
     QAccessibleInterface* root = QAccessible::queryAccessibleInterface(&window);
-    const QByteArray tree = root ? AccessOutline::text(*root).toUtf8() : QByteArray();
+    const QByteArray tree = root ? AccessibilityDump::text(*root).toUtf8() : QByteArray();
     QFile file(path);
     if (!tree.isEmpty() && file.open(QIODevice::WriteOnly) && file.write(tree) == tree.size() && file.flush())
         return true;

@@ -1,7 +1,7 @@
 #include "Kestrum/SettingsAppDelegate.h"
 
 #include "Kestrum/Agent/LoginItemManager.h"
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"

@@ -2,7 +2,7 @@
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Pictures.h"
 #include "Kestrum/Window/SettingsView.h"
-#include "KestrumShared/Machine/LoginItemPolicy.h"
+#include "KestrumShared/Agent/LoginItemPolicy.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Desktop/ToolkitStart.h"

@@ -1,6 +1,6 @@
 #include "KestrumAgent/Agent.h"
-#include "KestrumShared/Machine/AgentLoginItem.h"
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AgentLoginItem.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Desktop/ToolkitStart.h"
 #include "Platform/Desktop/WindowActivation.h"

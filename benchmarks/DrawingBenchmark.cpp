@@ -1,9 +1,9 @@
 // What an item costs to draw, in images like those of the agent. The yardstick of the same run is the least that any
 // item could be: one picture of its size and one text.
 
-#include "KestrumShared/Drawing/PixelPainter.h"
-#include "KestrumShared/Drawing/SampleReadings.h"
-#include "tests/DrawingStage.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Raster/PixelPainter.h"
+#include "tests/DrawingFixture.h"
 #include "tests/TestHome.h"
 
 #include <benchmark/benchmark.h>
@@ -36,12 +36,12 @@ constexpr Subject subjects[] = {
     { "letters", MonitorSection::memory, "bars", "pill", "letters", 8 },
 };
 
-QImage stage(const Subject& subject, double scale)
+QImage fixture(const Subject& subject, double scale)
 {
-    DrawingStage::set("meterStyle", subject.style);
-    DrawingStage::set("meterShape", subject.shape);
-    DrawingStage::set("meterLabelStyle", subject.labels);
-    DrawingStage::set("cpuFastCoreAccent", "indigo");
+    DrawingFixture::set("meterStyle", subject.style);
+    DrawingFixture::set("meterShape", subject.shape);
+    DrawingFixture::set("meterLabelStyle", subject.labels);
+    DrawingFixture::set("cpuFastCoreAccent", "indigo");
     CoreTopology::useTiers(
         { { QStringLiteral("P"), subject.cores / 2 }, { QStringLiteral("E"), subject.cores / 2 } });
     const double width = StatusMetricView::itemWidth(subject.section);
@@ -55,7 +55,7 @@ QImage stage(const Subject& subject, double scale)
 // `voluntary switches` of all threads per drawing: what another thread is woken for shows there.
 void draw(benchmark::State& state, const Subject& subject, double scale, bool keepsPictures, bool counts)
 {
-    QImage image = stage(subject, scale);
+    QImage image = fixture(subject, scale);
     PixelPainter::setKeepsPictures(keepsPictures);
     const auto sample = std::make_shared<SampleReadings>();
     const auto counting = std::make_shared<FakeReadings>();
@@ -84,7 +84,7 @@ void draw(benchmark::State& state, const Subject& subject, double scale, bool ke
 
 void yardstick(benchmark::State& state, double scale)
 {
-    QImage image = stage(subjects[0], scale);
+    QImage image = fixture(subjects[0], scale);
     const QImage picture = image.copy();
     for (auto _ : state) {
         QPainter painter(&image);
@@ -108,7 +108,7 @@ int main(int argc, char** argv)
     TestHome home;
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QGuiApplication application(argc, argv);
-    if (!DrawingStage::prepare())
+    if (!DrawingFixture::prepare())
         std::fputs("the font Inter (package fonts-inter) is missing: figures are for another font\n", stderr);
     benchmark::Initialize(&argc, argv);
     for (const double scale : { 1.0, 2.0 }) {

@@ -6,7 +6,7 @@
 //   told/started  from before an agent is started until the workspace has told of it
 //   told/gone     from before it is killed until the workspace has told of it
 
-#include "KestrumShared/Machine/ProcessScan.h"
+#include "KestrumShared/Agent/ProcessScan.h"
 #include "Platform/Processes/Workspace.h"
 #include "tests/OwnProcesses.h"
 #include "tests/StandIns.h"

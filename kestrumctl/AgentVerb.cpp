@@ -1,4 +1,4 @@
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/SingleInstance.h"
 #include "kestrumctl/KeyCatalogue.h"

@@ -1,4 +1,4 @@
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "Platform/Log/Log.h"
 #include "kestrumctl/Verb.h"
 

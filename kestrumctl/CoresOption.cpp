@@ -1,7 +1,7 @@
 #include "kestrumctl/CoresOption.h"
 
-#include "KestrumShared/Machine/CoreTopology.h"
 #include "Platform/Log/Log.h"
+#include "Platform/Machine/CoreTopology.h"
 
 namespace kestrum {
 

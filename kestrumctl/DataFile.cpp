@@ -1,6 +1,6 @@
 #include "kestrumctl/DataFile.h"
 
-#include "Platform/Files/FileReplacement.h"
+#include "Platform/Files/AtomicFile.h"
 #include "Platform/Log/Log.h"
 
 #include <QFile>
@@ -55,8 +55,7 @@ std::optional<QByteArray> DataFile::read(const QString& path, qint64 maximumByte
 bool DataFile::write(const QString& path, const QByteArray& content, QString* error)
 {
     const bool isStream = path == standardStream;
-    const auto replaced
-        = isStream ? std::nullopt : FileReplacement::replaceFile(QFile::encodeName(path), content);
+    const auto replaced = isStream ? std::nullopt : AtomicFile::replaceFile(QFile::encodeName(path), content);
     if (replaced && *replaced)
         *error = reason("write", path, qt_error_string(replaced->error));
     if (replaced)

@@ -1,4 +1,4 @@
-#include "KestrumShared/Machine/AgentLoginItem.h"
+#include "KestrumShared/Agent/AgentLoginItem.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/Verb.h"
 

@@ -127,7 +127,7 @@ private Q_SLOTS:
     {
         open("menuBar");
         QVERIFY(isOpen());
-        stage().useStandInAgent();
+        fixture().useStandInAgent();
         const Accessible control = window().control(text("check box Kestrum menu bar"));
         QVERIFY(control.isFound() && !control.has(State::checked));
         QVERIFY(control.act(text("Toggle")));

@@ -63,7 +63,7 @@ private Q_SLOTS:
             window().press(key);
             QTRY_VERIFY_WITH_TIMEOUT(window().row(page).has(State::selected), patience);
             QVERIFY(window().row(page).has(State::focused));
-            QTRY_COMPARE_WITH_TIMEOUT(stage().read("settingsPane"), stored, patience);
+            QTRY_COMPARE_WITH_TIMEOUT(fixture().read("settingsPane"), stored, patience);
         }
     }
 
@@ -88,7 +88,7 @@ private Q_SLOTS:
         if (pane == "menuBar") // with a colour well
             writeText("cpuAccent", "custom:srgb:0.2000,0.4000,0.6000");
         if (pane == "general")
-            stage().write("updaterCanCheck", "true");
+            fixture().write("updaterCanCheck", "true");
         // Until the window has followed.
         QTRY_VERIFY_WITH_TIMEOUT(window().readingOrder().size() >= least, patience);
         QStringList order = names(window().readingOrder());

@@ -21,7 +21,7 @@ private Q_SLOTS:
         window().press("space");
         QTRY_VERIFY_WITH_TIMEOUT(!control.has(State::checked), patience);
         waitForStored("showCPUItem", "false");
-        stage().write("showCPUItem", "true");
+        fixture().write("showCPUItem", "true");
         QTRY_VERIFY_WITH_TIMEOUT(control.has(State::checked), patience);
     }
 
@@ -154,7 +154,7 @@ private Q_SLOTS:
     {
         open("menuBar");
         QVERIFY(isOpen());
-        stage().useStandInAgent();
+        fixture().useStandInAgent();
         const Accessible control = window().tabTo(text("check box Kestrum menu bar"));
         QVERIFY(control.isFound() && !control.has(State::checked));
         window().press("space");
@@ -162,7 +162,7 @@ private Q_SLOTS:
         waitForStored("agentEnabled", "true");
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
         // It ends for a reason of its own.
-        stage().endAgents();
+        fixture().endAgents();
         QTRY_VERIFY_WITH_TIMEOUT(!control.has(State::checked), patience);
         QTRY_VERIFY_WITH_TIMEOUT(window().frame().find(text("label"), text("Off")).isFound(), patience);
     }

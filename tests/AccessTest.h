@@ -22,31 +22,31 @@ protected:
     void open(const char* pane, const char* language = "en")
     {
         m_window.reset();
-        DesktopStage::forgetChoices();
-        stage().write("agentEnabled", "false");
+        DesktopFixture::forgetChoices();
+        fixture().write("agentEnabled", "false");
         writeText("settingsPane", pane);
         writeText("language", language);
-        stage().turnToOther();
-        m_window = std::make_unique<AccessWindow>(stage(), *m_tree);
+        fixture().turnToOther();
+        m_window = std::make_unique<AccessWindow>(fixture(), *m_tree);
     }
     /// From another process, as all that is written and read here.
     void writeText(const char* key, const QByteArray& value) const
     {
-        stage().write(key, ('"' + value + '"').constData());
+        fixture().write(key, ('"' + value + '"').constData());
     }
     void waitForStored(const char* key, const QByteArray& json) const
     {
-        QTRY_COMPARE_WITH_TIMEOUT(stage().read(key), json, Programs::patience);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read(key), json, Programs::patience);
     }
     /// Opens the page of the button "Check Now" and has it pressed; fails where the signal is not heard in another process.
     template <class Press> void pressCheckNow(const Press& press)
     {
         open("general");
         QVERIFY(isOpen());
-        stage().write("updaterCanCheck", "true");
+        fixture().write("updaterCanCheck", "true");
         const QString name = text("Updates/push button Check Now");
         QTRY_VERIFY_WITH_TIMEOUT(window().control(name).isFound(), Programs::patience);
-        const auto listener = Programs::started(stage().program("kestrumctl"),
+        const auto listener = Programs::started(fixture().program("kestrumctl"),
             { text("listen"), text("checkForUpdates"), text("--count"), text("1"), text("--timeout"),
                 text("20") });
         listener->setReadChannel(QProcess::StandardError);

@@ -47,8 +47,8 @@ class AccessTreeEndToEndTest : public AccessTest {
         open(pane.constData());
         writeText("cpuAccent", "custom:srgb:0.2000,0.4000,0.6000");
         writeText("updatesAvailable", "9.9 (999999)");
-        stage().write("updaterCanCheck", "true");
-        stage().kestrumctl({ text("post"), text("updateAvailable") });
+        fixture().write("updaterCanCheck", "true");
+        fixture().kestrumctl({ text("post"), text("updateAvailable") });
         QVERIFY(isOpen());
         QTRY_VERIFY_WITH_TIMEOUT(window().control(text("push button Install")).isFound(), patience);
         QVERIFY(pane != "menuBar"
@@ -117,7 +117,7 @@ private Q_SLOTS:
         const Accessible button = window().frame().find(text("push button"), text("Check Now"));
         QVERIFY(button.isFound());
         QVERIFY(!button.has(State::enabled));
-        stage().write("updaterCanCheck", "true");
+        fixture().write("updaterCanCheck", "true");
         QTRY_VERIFY_WITH_TIMEOUT(button.has(State::enabled), patience);
     }
 
@@ -148,7 +148,7 @@ private Q_SLOTS:
         }
         QCOMPARE(heard.join(text(", ")), strip.description());
         QCOMPARE(heard.size(), 4);
-        stage().write("showSensorsItem", "false");
+        fixture().write("showSensorsItem", "false");
         QTRY_COMPARE_WITH_TIMEOUT(strip.children().size(), 3, patience);
     }
 };

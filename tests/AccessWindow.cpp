@@ -40,14 +40,14 @@ void collect(const Accessible& above, QList<Accessible>& all)
 
 } // namespace
 
-AccessWindow::AccessWindow(const DesktopStage& stage, const AccessTree& tree)
-    : m_kestrum(Programs::started(stage.program("Kestrum"), {}))
+AccessWindow::AccessWindow(const DesktopFixture& fixture, const AccessTree& tree)
+    : m_kestrum(Programs::started(fixture.program("Kestrum"), {}))
     , m_application(tree.application(m_kestrum->processId()))
 {
-    const QByteArray window = DesktopStage::windowOf(m_kestrum->processId());
+    const QByteArray window = DesktopFixture::windowOf(m_kestrum->processId());
     const bool isThere = QTest::qWaitFor(
         [this, &window] {
-            if (DesktopStage::activeWindow() != window)
+            if (DesktopFixture::activeWindow() != window)
                 return false;
             m_frame = m_application.find(text("frame"), text("Kestrum"));
             return m_frame.isFound() && focus().control.isFound();

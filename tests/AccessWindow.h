@@ -1,13 +1,13 @@
 #pragma once
 
 #include "tests/AccessTree.h"
-#include "tests/DesktopStage.h"
+#include "tests/DesktopFixture.h"
 
 #include <functional>
 
 namespace kestrum {
 
-/// The settings application of a stage with its window, worked by keys alone and seen through its accessibility tree. It ends
+/// The settings application of a fixture with its window, worked by keys alone and seen through its accessibility tree. It ends
 /// with this.
 class AccessWindow {
 public:
@@ -19,7 +19,7 @@ public:
     };
 
     /// Returns when the window has the focus and shows itself to assistive programs.
-    AccessWindow(const DesktopStage& stage, const AccessTree& tree);
+    AccessWindow(const DesktopFixture& fixture, const AccessTree& tree);
     ~AccessWindow() { Programs::end(*m_kestrum); }
     Q_DISABLE_COPY_MOVE(AccessWindow)
 

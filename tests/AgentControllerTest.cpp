@@ -1,7 +1,7 @@
 #include "Kestrum/Agent/AgentController.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/Workspace.h"
-#include "tests/AgentStage.h"
+#include "tests/AgentFixture.h"
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
@@ -18,7 +18,7 @@ using namespace kestrum;
 class AgentControllerTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<AgentStage> m_stage;
+    std::unique_ptr<AgentFixture> m_fixture;
 
     /// What one change of the running programs tells.
     static void tellOfAChange() { Q_EMIT Workspace::shared().runningApplicationsChanged(); }
@@ -32,21 +32,21 @@ private Q_SLOTS:
 
     void init()
     {
-        m_stage = std::make_unique<AgentStage>();
-        m_stage->installAgent();
+        m_fixture = std::make_unique<AgentFixture>();
+        m_fixture->installAgent();
     }
 
     void cleanup()
     {
-        m_stage.reset();
+        m_fixture.reset();
         QTest::qWait(200); // what the end of the agents brings about
     }
 
     void itKnowsFromTheBeginningWhetherAnAgentRuns()
     {
         QVERIFY(!AgentController().isRunning());
-        AgentStage::startByHand(m_stage->installAgent());
-        m_stage->waitForAgent();
+        AgentFixture::startByHand(m_fixture->installAgent());
+        m_fixture->waitForAgent();
         QVERIFY(AgentController().isRunning());
     }
 
@@ -132,24 +132,24 @@ private Q_SLOTS:
         QVERIFY(controller.isRunning());
         QCOMPARE(told.count(), 1);
         QCOMPARE(told.first().first().toBool(), true);
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
         QTest::qWait(1200);
         QVERIFY(controller.isRunning());
-        QCOMPARE(AgentStage::agents().size(), 1);
+        QCOMPARE(AgentFixture::agents().size(), 1);
     }
 
     void switchingOffIsStoredShownAtOnceAndAsksTheAgentToQuit()
     {
         AgentController controller;
         controller.setEnabled(true);
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
         QTest::qWait(20);
         QSignalSpy told(&controller, &AgentController::isRunningChanged);
         controller.setEnabled(false);
         QVERIFY(!Setting { Keys::agentEnabled }.value());
         QVERIFY(!controller.isRunning());
         QCOMPARE(told.count(), 1);
-        QTRY_VERIFY(AgentStage::agents().isEmpty());
+        QTRY_VERIFY(AgentFixture::agents().isEmpty());
         QTest::qWait(1100);
         QVERIFY(!controller.isRunning());
     }
@@ -158,12 +158,12 @@ private Q_SLOTS:
     {
         AgentController controller;
         controller.setEnabled(true);
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
         QTest::qWait(1200);
         QVERIFY(controller.isRunning());
         QElapsedTimer clock;
         clock.start();
-        ::kill(AgentStage::agents().first(), SIGTERM);
+        ::kill(AgentFixture::agents().first(), SIGTERM);
         QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 2000);
         QVERIFY2(clock.elapsed() < 1000, QByteArray::number(clock.elapsed()).constData());
     }
@@ -173,7 +173,7 @@ private Q_SLOTS:
         AgentController controller;
         QElapsedTimer clock;
         clock.start();
-        AgentStage::startByHand(m_stage->installAgent());
+        AgentFixture::startByHand(m_fixture->installAgent());
         QTRY_VERIFY_WITH_TIMEOUT(controller.isRunning(), 2000);
         QVERIFY2(clock.elapsed() < 1000, QByteArray::number(clock.elapsed()).constData());
     }
@@ -181,17 +181,17 @@ private Q_SLOTS:
     void anotherCopysAgentIsOnAtTheNextLookAndItsEndIsTold()
     {
         AgentController controller;
-        AgentStage::startByHand(m_stage->installAgent(QStringLiteral("elsewhere/Kestrum.app")));
-        m_stage->waitForAgent();
+        AgentFixture::startByHand(m_fixture->installAgent(QStringLiteral("elsewhere/Kestrum.app")));
+        m_fixture->waitForAgent();
         controller.refresh();
         QVERIFY(controller.isRunning());
-        ::kill(AgentStage::agents().first(), SIGKILL);
+        ::kill(AgentFixture::agents().first(), SIGKILL);
         QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 1000);
     }
 
     void aStartThatFailsIsOffWithoutAnotherOccasion()
     {
-        const AgentStage empty; // without an agent's bundle
+        const AgentFixture empty; // without an agent's bundle
         AgentController controller;
         QSignalSpy told(&controller, &AgentController::isRunningChanged);
         controller.setEnabled(true);
@@ -203,7 +203,7 @@ private Q_SLOTS:
 
     void anAgentThatEndsAtOnceIsOffWithinASecond()
     {
-        const QString program = m_stage->installAgent();
+        const QString program = m_fixture->installAgent();
         QVERIFY(QFile::remove(program) && QFile::copy(QStringLiteral("/bin/true"), program));
         AgentController controller;
         controller.setEnabled(true);
@@ -215,12 +215,12 @@ private Q_SLOTS:
         qputenv("KESTRUM_TEST_AGENT", "stays");
         AgentController controller;
         controller.setEnabled(true);
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
         QTest::qWait(1200);
         controller.setEnabled(false);
         QVERIFY(!controller.isRunning());
         QTest::qWait(200);
-        QCOMPARE(AgentStage::agents().size(), 1);
+        QCOMPARE(AgentFixture::agents().size(), 1);
         QTRY_VERIFY_WITH_TIMEOUT(controller.isRunning(), 5000);
     }
 
@@ -228,12 +228,12 @@ private Q_SLOTS:
     {
         AgentController controller;
         controller.setEnabled(true);
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
         QTest::qWait(1200);
         controller.setEnabled(false);
-        QTRY_VERIFY(AgentStage::agents().isEmpty());
+        QTRY_VERIFY(AgentFixture::agents().isEmpty());
         controller.setEnabled(true);
-        QTRY_COMPARE(AgentStage::agents().size(), 1);
+        QTRY_COMPARE(AgentFixture::agents().size(), 1);
         QTest::qWait(1500); // what the end and the start brought about
         QSignalSpy looks(&controller, &AgentController::isRunningChanged);
         QTest::qWait(2500);
@@ -246,16 +246,16 @@ private Q_SLOTS:
         qputenv("KESTRUM_TEST_AGENT", "1200");
         AgentController controller;
         controller.setEnabled(true);
-        m_stage->waitForAgent();
-        const qint32 old = AgentStage::agents().first();
+        m_fixture->waitForAgent();
+        const qint32 old = AgentFixture::agents().first();
         controller.setEnabled(false);
         QTest::qWait(300);
         controller.setEnabled(true);
         QVERIFY(controller.isRunning());
-        QTRY_COMPARE_WITH_TIMEOUT(m_stage->everStarted().size(), 2, 4000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_fixture->everStarted().size(), 2, 4000);
         QTest::qWait(1200);
-        QCOMPARE(AgentStage::agents().size(), 1);
-        QVERIFY(AgentStage::agents().first() != old);
+        QCOMPARE(AgentFixture::agents().size(), 1);
+        QVERIFY(AgentFixture::agents().first() != old);
         QVERIFY(controller.isRunning());
     }
 };

@@ -29,14 +29,14 @@ class AgentEndToEndTest : public PanelTest {
 private Q_SLOTS:
     void theMenuQuitsItAndSwitchesItOff()
     {
-        DesktopStage::moveTo(place("memory"));
+        DesktopFixture::moveTo(place("memory"));
         VirtualDisplay::xdotool({ text("click"), text("3") });
         QTest::qWait(300);
         VirtualDisplay::xdotool({ text("key"), text("Up") });
         VirtualDisplay::xdotool({ text("key"), text("Return") });
         QVERIFY(agent().waitForFinished(patience));
         QCOMPARE(agent().exitCode(), 0);
-        QCOMPARE(stage().read("agentEnabled"), QByteArray("false"));
+        QCOMPARE(fixture().read("agentEnabled"), QByteArray("false"));
         QVERIFY(lastWords().contains("the agent ends: its menu"));
     }
 
@@ -48,19 +48,19 @@ private Q_SLOTS:
         environment.insert(text("QT_QPA_PLATFORM"), text("offscreen"));
         looking.setProcessEnvironment(environment);
         looking.start(
-            stage().program("Kestrum"), { text("--pictures"), TestHome::root() + text("/pictures") });
+            fixture().program("Kestrum"), { text("--pictures"), TestHome::root() + text("/pictures") });
         QVERIFY(looking.waitForStarted(patience));
         ::kill(pid_t(looking.processId()), SIGSTOP);
 
-        stage().turnToOther();
-        DesktopStage::moveTo(place("memory"));
+        fixture().turnToOther();
+        DesktopFixture::moveTo(place("memory"));
         VirtualDisplay::xdotool({ text("click"), text("3") });
         QTest::qWait(300);
         VirtualDisplay::xdotool({ text("key"), text("Down") });
         VirtualDisplay::xdotool({ text("key"), text("Return") });
         QList<qint32> opened;
         const auto isOpened = [&] {
-            opened = stage().settingsApplications();
+            opened = fixture().settingsApplications();
             opened.removeAll(qint32(looking.processId()));
             return !opened.isEmpty();
         };
@@ -68,22 +68,22 @@ private Q_SLOTS:
         ::kill(pid_t(looking.processId()), SIGKILL);
         QVERIFY(looking.waitForFinished(patience));
         QVERIFY(isStarted);
-        const QByteArray window = DesktopStage::windowOf(opened.first());
+        const QByteArray window = DesktopFixture::windowOf(opened.first());
         QVERIFY(!window.isEmpty());
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::activeWindow(), window, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
         // It was told of the click by which somebody asked for it, at the server's time.
         QFile variables(text("/proc/%1/environ").arg(opened.first()));
         QVERIFY(variables.open(QIODevice::ReadOnly));
         static const QRegularExpression token(text("DESKTOP_STARTUP_ID=\\S+_TIME[1-9]\\d*$"));
         const QStringList all = QString::fromLocal8Bit(variables.readAll()).split(QChar(u'\0'));
         QCOMPARE(all.filter(token).size(), 1);
-        stage().endSettingsApplications();
+        fixture().endSettingsApplications();
     }
 
     void aSecondAgentEndsAtOnce()
     {
         QProcess second;
-        second.start(stage().agentProgram(), {});
+        second.start(fixture().agentProgram(), {});
         QVERIFY(second.waitForFinished(patience));
         QCOMPARE(second.exitStatus(), QProcess::NormalExit);
         QCOMPARE(second.exitCode(), 0);
@@ -95,7 +95,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QStringList>("command");
         QTest::addColumn<QByteArray>("reason");
-        const QString tool = stage().program("kestrumctl");
+        const QString tool = fixture().program("kestrumctl");
         QTest::newRow("by the signal")
             << QStringList { tool, text("post"), text("quitAgent") } << QByteArray("it was asked to quit");
         QTest::newRow("by its switch") << QStringList { tool, text("write"), text("agentEnabled"),
@@ -127,7 +127,7 @@ private Q_SLOTS:
         qunsetenv("XDG_RUNTIME_DIR");
         startAgent();
         QProcess stopping;
-        stopping.start(stage().program("kestrumctl"), { text("agent"), text("stop") });
+        stopping.start(fixture().program("kestrumctl"), { text("agent"), text("stop") });
         const bool isStopped = stopping.waitForFinished(patience);
         qputenv("XDG_RUNTIME_DIR", place);
         QVERIFY(isStopped);
@@ -142,7 +142,7 @@ private Q_SLOTS:
         qputenv("KESTRUM_SETTINGS_SUITE", QByteArray(300, 'x'));
         startAgent({}, Wait::no);
         const auto window = Programs::started(
-            stage().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
         qunsetenv("KESTRUM_SETTINGS_SUITE");
         waitForStrip();
         Programs::end(agent());
@@ -157,14 +157,14 @@ private Q_SLOTS:
     void startedAtLoginItRunsOnlyWhereItIsSwitchedOn()
     {
         Programs::end(agent());
-        stage().write("agentEnabled", "false");
+        fixture().write("agentEnabled", "false");
         startAgent();
         Programs::end(agent());
         startAgent({ text("--login") }, Wait::no);
         QVERIFY(agent().waitForFinished(patience));
         QCOMPARE(agent().exitCode(), 0);
         QVERIFY(lastWords().contains("the agent ends: it is switched off"));
-        stage().write("agentEnabled", "true");
+        fixture().write("agentEnabled", "true");
         startAgent({ text("--login") });
         QCOMPARE(agent().state(), QProcess::Running);
     }
@@ -195,9 +195,9 @@ private Q_SLOTS:
         startAgent();
         qunsetenv("XDG_ACTIVATION_TOKEN");
         qunsetenv("DESKTOP_STARTUP_ID");
-        if (stage().kestrumctl({ text("read"), text("updaterCanCheck") }) != "true")
+        if (fixture().kestrumctl({ text("read"), text("updaterCanCheck") }) != "true")
             QSKIP("this agent was built without updates, and starts nobody");
-        stage().kestrumctl({ text("post"), text("checkForUpdates") });
+        fixture().kestrumctl({ text("post"), text("checkForUpdates") });
         QTRY_VERIFY_WITH_TIMEOUT(
             apt.written("environment").contains("DISPLAY="), patience); // what is ours, it does inherit
         for (const char* own : { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "QT_XCB_NO_MITSHM" })
@@ -206,10 +206,12 @@ private Q_SLOTS:
 
     void itSaysWhatItIs()
     {
-        QVERIFY(Programs::output(stage().agentProgram(), { text("--help") }).contains("Usage: KestrumAgent"));
-        QVERIFY(Programs::output(stage().agentProgram(), { text("--version") }).startsWith("KestrumAgent "));
+        QVERIFY(
+            Programs::output(fixture().agentProgram(), { text("--help") }).contains("Usage: KestrumAgent"));
+        QVERIFY(
+            Programs::output(fixture().agentProgram(), { text("--version") }).startsWith("KestrumAgent "));
         QProcess wrong;
-        wrong.start(stage().agentProgram(), { text("--wrong") });
+        wrong.start(fixture().agentProgram(), { text("--wrong") });
         QVERIFY(wrong.waitForFinished(patience));
         QCOMPARE(wrong.exitCode(), 2);
     }

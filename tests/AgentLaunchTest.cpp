@@ -1,5 +1,5 @@
 #include "KestrumShared/Settings/SignalListener.h"
-#include "tests/LaunchStage.h"
+#include "tests/LaunchFixture.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
 
@@ -21,7 +21,7 @@ QString running(qint32 pid, int retriesLeft)
 } // namespace
 
 /// The chain of checks by which `AppLinks` starts the agent.
-class AgentLaunchTest : public LaunchStage {
+class AgentLaunchTest : public LaunchFixture {
     Q_OBJECT
 
 private Q_SLOTS:

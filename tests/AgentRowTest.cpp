@@ -3,7 +3,7 @@
 #include "Kestrum/Form/ShrinkingLabel.h"
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/AgentStage.h"
+#include "tests/AgentFixture.h"
 #include "tests/LabelLooks.h"
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
@@ -63,7 +63,7 @@ QRect redPart(const QImage& image)
 class AgentRowTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<AgentStage> m_stage;
+    std::unique_ptr<AgentFixture> m_fixture;
 
 private Q_SLOTS:
     void initTestCase()
@@ -71,8 +71,8 @@ private Q_SLOTS:
         skipAmongAgentsOfOthers();
         registerFactoryDefaults();
     }
-    void init() { m_stage = std::make_unique<AgentStage>(); }
-    void cleanup() { m_stage.reset(); }
+    void init() { m_fixture = std::make_unique<AgentFixture>(); }
+    void cleanup() { m_fixture.reset(); }
 
     void itsGeometryIsFixed()
     {
@@ -123,7 +123,7 @@ private Q_SLOTS:
 
     void theSwitchSlidesWhenItIsTurned()
     {
-        m_stage->installAgent();
+        m_fixture->installAgent();
         Setting { Keys::agentEnabled }.set(false);
         Shown shown;
         const QImage off = shown.control().grab().toImage();
@@ -169,22 +169,22 @@ private Q_SLOTS:
 
     void itFollowsTheController()
     {
-        m_stage->installAgent();
+        m_fixture->installAgent();
         Shown shown;
         QCOMPARE(shown.state(), QStringLiteral("Off"));
         QVERIFY(!shown.control().isChecked());
         shown.controller.setEnabled(true);
         QCOMPARE(shown.state(), QStringLiteral("On"));
         QVERIFY(shown.control().isChecked());
-        m_stage->waitForAgent();
-        ::kill(AgentStage::agents().first(), SIGKILL);
+        m_fixture->waitForAgent();
+        ::kill(AgentFixture::agents().first(), SIGKILL);
         QTRY_COMPARE_WITH_TIMEOUT(shown.state(), QStringLiteral("Off"), 1000);
         QVERIFY(!shown.control().isChecked());
     }
 
     void itsSwitchSwitchesTheAgent()
     {
-        m_stage->installAgent();
+        m_fixture->installAgent();
         Setting { Keys::agentEnabled }.set(false);
         Shown shown;
         QTest::mouseClick(&shown.control(), Qt::LeftButton);
@@ -192,34 +192,34 @@ private Q_SLOTS:
         QVERIFY(shown.controller.isRunning());
         QVERIFY(Setting { Keys::agentEnabled }.value());
         QCOMPARE(shown.state(), QStringLiteral("On"));
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
         QTest::keyClick(&shown.control(), Qt::Key_Space);
         QCOMPARE(shown.state(), QStringLiteral("Off"));
         QVERIFY(!Setting { Keys::agentEnabled }.value());
-        QTRY_VERIFY(AgentStage::agents().isEmpty());
+        QTRY_VERIFY(AgentFixture::agents().isEmpty());
     }
 
     void assistiveProgramsSwitchItToo()
     {
-        m_stage->installAgent();
+        m_fixture->installAgent();
         Setting { Keys::agentEnabled }.set(false);
         Shown shown;
         QAccessibleActionInterface* actions
             = QAccessible::queryAccessibleInterface(&shown.control())->actionInterface();
         actions->doAction(QAccessibleActionInterface::toggleAction());
         QVERIFY(Setting { Keys::agentEnabled }.value());
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
         actions->doAction(QAccessibleActionInterface::toggleAction());
         QVERIFY(!Setting { Keys::agentEnabled }.value());
-        QTRY_VERIFY(AgentStage::agents().isEmpty());
+        QTRY_VERIFY(AgentFixture::agents().isEmpty());
     }
 
     void followingTheControllerSwitchesNothing()
     {
-        m_stage->installAgent();
+        m_fixture->installAgent();
         Setting { Keys::agentEnabled }.set(false);
         Shown shown;
-        AgentStage::startByHand(m_stage->installAgent());
+        AgentFixture::startByHand(m_fixture->installAgent());
         QTRY_COMPARE_WITH_TIMEOUT(shown.state(), QStringLiteral("On"), 1000);
         QVERIFY(!Setting { Keys::agentEnabled }.value());
     }
@@ -236,7 +236,7 @@ private Q_SLOTS:
 
     void thePictureIsThatOfTheApplicationsBundle()
     {
-        m_stage->writeResource(QStringLiteral("SidebarSignal.svg"), redPicture);
+        m_fixture->writeResource(QStringLiteral("SidebarSignal.svg"), redPicture);
         Shown shown;
         // As wide as its frame, and no higher than its own shape makes it.
         const QRect red = redPart(shown.picture());

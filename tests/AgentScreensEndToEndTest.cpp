@@ -13,7 +13,7 @@ namespace {
 
 constexpr int leftWidth = 600; ///< of the left screen; the right one has the rest
 constexpr int thickness = 30;  ///< of a panel
-constexpr int height = DesktopStage::stripHeight;
+constexpr int height = DesktopFixture::stripHeight;
 
 QString text(const char* utf8)
 {
@@ -79,22 +79,22 @@ class AgentScreensEndToEndTest : public DesktopTest {
         m_panel.reset();
     }
 
-    void startAgent() { m_agent = Programs::started(stage().agentProgram(), {}); }
+    void startAgent() { m_agent = Programs::started(fixture().agentProgram(), {}); }
 
     /// The strip's place when its upper right corner is right of all pixels before `right`, and below all before `top`.
     QRect cornered(int right, int top) const
     {
-        const int width = stage().expectedStripWidth();
+        const int width = fixture().expectedStripWidth();
         return { right - width, top, width, height };
     }
 
 private Q_SLOTS:
     void init()
     {
-        DesktopStage::forgetChoices();
-        stage().write("refreshInterval", "60");
+        DesktopFixture::forgetChoices();
+        fixture().write("refreshInterval", "60");
         // The left screen is too small for the items of a machine with many cores in another style.
-        stage().write("meterStyle", "\"compact\"");
+        fixture().write("meterStyle", "\"compact\"");
         arrange("*left", "right");
     }
     void cleanup()

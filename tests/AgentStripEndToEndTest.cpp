@@ -14,7 +14,7 @@ using Programs::patience;
 
 namespace {
 
-constexpr int stripHeight = DesktopStage::stripHeight;
+constexpr int stripHeight = DesktopFixture::stripHeight;
 const QColor plate(222, 222, 222);
 
 QString text(const char* utf8)
@@ -43,7 +43,7 @@ class AgentStripEndToEndTest : public PanelTest {
     /// The trailing end of the room right below the panel.
     static QImage corner()
     {
-        return DesktopStage::picture({ VirtualDisplay::width - 400, panelHeight, 400, stripHeight });
+        return DesktopFixture::picture({ VirtualDisplay::width - 400, panelHeight, 400, stripHeight });
     }
 
     static QByteArray shownStrip()
@@ -55,14 +55,14 @@ class AgentStripEndToEndTest : public PanelTest {
     void showItems(bool isShown) const
     {
         for (const char* key : { "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" })
-            stage().write(key, isShown ? "true" : "false");
+            fixture().write(key, isShown ? "true" : "false");
     }
 
     /// Moves an item to the strip's trailing end.
     void dragToTheEnd(const char* section) const
     {
         const QPoint from = place(section);
-        DesktopStage::drag(from, { VirtualDisplay::width - 2, from.y() });
+        DesktopFixture::drag(from, { VirtualDisplay::width - 2, from.y() });
     }
 
 private Q_SLOTS:
@@ -71,20 +71,20 @@ private Q_SLOTS:
         const QImage shown = corner();
         if (const QString folder = qEnvironmentVariable("KESTRUM_TEST_PICTURES"); !folder.isEmpty())
             QGuiApplication::primaryScreen()->grabWindow(0).save(folder + text("/agent.png"));
-        QVERIFY(DesktopStage::stripWidth(panelHeight) > 200);
+        QVERIFY(DesktopFixture::stripWidth(panelHeight) > 200);
         QCOMPARE(shown.pixelColor(shown.width() - 2, 11), plate);
         // Items are drawn on it: more than the plate and its labels.
         QVERIFY(hasHue(shown, QColor(69, 184, 153)));
         // And above and below is none of it.
-        const QImage around
-            = DesktopStage::picture({ VirtualDisplay::width - 400, 0, 400, panelHeight + stripHeight + 20 });
+        const QImage around = DesktopFixture::picture(
+            { VirtualDisplay::width - 400, 0, 400, panelHeight + stripHeight + 20 });
         for (int y : { panelHeight - 1, panelHeight + stripHeight })
             QVERIFY(around.pixelColor(around.width() - 40, y) != plate);
     }
 
     void valuesChangeWithTime()
     {
-        stage().write("refreshInterval", "0.2");
+        fixture().write("refreshInterval", "0.2");
         const QImage before = corner();
         // An idle machine may look the same for long.
         QElapsedTimer busy;
@@ -103,9 +103,9 @@ private Q_SLOTS:
             QVERIFY2(properties.contains("_NET_WM_WINDOW_TYPE_DOCK"), properties.constData());
             VirtualDisplay::xdotool({ text("set_desktop"), text("1") });
             QTest::qWait(200);
-            const int width = DesktopStage::stripWidth(panelHeight);
+            const int width = DesktopFixture::stripWidth(panelHeight);
             VirtualDisplay::xdotool({ text("set_desktop"), text("0") });
-            QCOMPARE(width, stage().expectedStripWidth());
+            QCOMPARE(width, fixture().expectedStripWidth());
 
             showItems(false);
             waitForNoStrip();
@@ -131,10 +131,10 @@ private Q_SLOTS:
         Programs::end(agent());
         if (!visibleKey.isEmpty()) {
             showItems(false);
-            stage().write(visibleKey, "true");
+            fixture().write(visibleKey, "true");
         }
         qputenv("QT_SCALE_FACTOR", scale);
-        const auto scaled = Programs::started(stage().agentProgram(), {});
+        const auto scaled = Programs::started(fixture().agentProgram(), {});
         qunsetenv("QT_SCALE_FACTOR");
 
         QByteArray window;
@@ -148,7 +148,7 @@ private Q_SLOTS:
         // Less than two points from the edge, and all of it before that.
         QVERIFY2(end <= VirtualDisplay::width && end > VirtualDisplay::width - 2 * scale.toDouble(),
             QByteArray::number(end).constData());
-        QCOMPARE_GE(geometry["WIDTH"], std::floor(stage().expectedStripWidth() * scale.toDouble()));
+        QCOMPARE_GE(geometry["WIDTH"], std::floor(fixture().expectedStripWidth() * scale.toDouble()));
         QCOMPARE_GE(geometry["HEIGHT"], std::floor(stripHeight * scale.toDouble()));
         Programs::end(*scaled);
     }
@@ -164,16 +164,16 @@ private Q_SLOTS:
     void inALanguageFromTheRightItStandsAtTheOtherEnd()
     {
         const auto isPlateAt = [](int x) {
-            return DesktopStage::picture({ x, panelHeight + stripHeight / 2, 1, 1 }).pixelColor(0, 0)
+            return DesktopFixture::picture({ x, panelHeight + stripHeight / 2, 1, 1 }).pixelColor(0, 0)
                 == plate;
         };
-        stage().write("language", "\"ar\"");
+        fixture().write("language", "\"ar\"");
         waitForNoStrip();
-        const int width = stage().expectedStripWidth();
+        const int width = fixture().expectedStripWidth();
         QVERIFY(isPlateAt(0));
         QVERIFY(isPlateAt(width - 1));
         QVERIFY(!isPlateAt(width));
-        stage().write("language", "\"en\"");
+        fixture().write("language", "\"en\"");
         waitForStrip();
         QVERIFY(!isPlateAt(width - 1));
     }
@@ -202,7 +202,7 @@ private Q_SLOTS:
         constexpr int rounds = Programs::areSanitized ? 2 : 6;
         for (int round = 0; round < rounds; ++round) {
             QTest::qWait(100); // let the change before come to rest
-            times.note(stage(), key, round % 2 ? back : json, corner);
+            times.note(fixture(), key, round % 2 ? back : json, corner);
         }
         qInfo("%s: %s", qPrintable(key), qPrintable(times.report()));
         // How long a command takes to start is the machine's affair.
@@ -211,23 +211,23 @@ private Q_SLOTS:
 
     void aHiddenItemTakesNoRoomAndNoItemNoSurface()
     {
-        stage().write("showMemoryItem", "false");
+        fixture().write("showMemoryItem", "false");
         waitForStrip();
         showItems(false);
         waitForNoStrip();
-        stage().write("showCPUItem", "true");
+        fixture().write("showCPUItem", "true");
         waitForStrip();
     }
 
     void aDragIsStoredAndTold()
     {
-        const auto listener = Programs::started(stage().program("kestrumctl"),
+        const auto listener = Programs::started(fixture().program("kestrumctl"),
             { text("listen"), text("menuBarChanged"), text("--timeout"), text("20") });
         listener->setReadChannel(QProcess::StandardError);
         QVERIFY(listener->waitForReadyRead(patience));
         dragToTheEnd("storage");
         QTRY_COMPARE_WITH_TIMEOUT(
-            stage().read("menuBarOrder"), QByteArray("\"sensors,memory,cpu,storage\""), patience);
+            fixture().read("menuBarOrder"), QByteArray("\"sensors,memory,cpu,storage\""), patience);
         listener->setReadChannel(QProcess::StandardOutput);
         if (!listener->bytesAvailable())
             QVERIFY(listener->waitForReadyRead(patience));
@@ -237,16 +237,16 @@ private Q_SLOTS:
 
     void aDragAtThePanelShowsInTheOpenWindow()
     {
-        const OpenedWindow window(stage());
+        const OpenedWindow window(fixture());
         const QImage before = window.restingPreview();
         QVERIFY(!before.isNull());
         dragToTheEnd("storage");
         QTRY_VERIFY_WITH_TIMEOUT(window.preview() != before, patience);
         const QImage after = window.restingPreview();
         // It is the picture of that very order, wherever that comes from.
-        stage().write("menuBarOrder", "\"storage,sensors,memory,cpu\"");
+        fixture().write("menuBarOrder", "\"storage,sensors,memory,cpu\"");
         QTRY_VERIFY_WITH_TIMEOUT(window.preview() == before, patience);
-        stage().write("menuBarOrder", "\"sensors,memory,cpu,storage\"");
+        fixture().write("menuBarOrder", "\"sensors,memory,cpu,storage\"");
         QTRY_VERIFY_WITH_TIMEOUT(window.preview() == after, patience);
         Programs::end(window.application());
     }

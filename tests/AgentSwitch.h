@@ -14,16 +14,16 @@ class AgentSwitch : public OpenedWindow {
 public:
     static constexpr int second = 1000; // ms
 
-    /// Opens the application of the stage, whose window then has the focus.
-    explicit AgentSwitch(DesktopStage& stage)
-        : OpenedWindow(stage)
-        , m_stage(stage)
+    /// Opens the application of the fixture, whose window then has the focus.
+    explicit AgentSwitch(DesktopFixture& fixture)
+        : OpenedWindow(fixture)
+        , m_fixture(fixture)
     {
     }
     ~AgentSwitch()
     {
         Programs::end(application());
-        m_stage.endAgents();
+        m_fixture.endAgents();
     }
     Q_DISABLE_COPY_MOVE(AgentSwitch)
 
@@ -42,7 +42,7 @@ public:
         return track.blue() > track.red() + 60;
     }
 
-    QList<qint32> agents() const { return DesktopStage::processes(m_stage.agentProgram()); }
+    QList<qint32> agents() const { return DesktopFixture::processes(m_fixture.agentProgram()); }
 
     /// Switches on, and waits until one agent runs and hears signals. Gives its id, 0 when none came.
     qint32 switchOn() const
@@ -57,10 +57,10 @@ public:
     /// An occasion for the row to look.
     void leaveAndComeBack()
     {
-        m_stage.turnToOther();
+        m_fixture.turnToOther();
         // The toolkit takes a window that gets the focus back sooner for one that never lost it.
         QTest::qWait(600);
-        DesktopStage::turnTo(id());
+        DesktopFixture::turnTo(id());
     }
 
 private:
@@ -70,24 +70,24 @@ private:
     // Where the track is seen when it is on, and the knob when it is off.
     static constexpr QPoint leadingHalf { 204 - 10 - 30 + 8, 520 - 26 };
 
-    DesktopStage& m_stage;
+    DesktopFixture& m_fixture;
 };
 
 /// The most processes of a program that there ever were at once, for as long as this lives.
-class Census {
+class ProcessCounter {
 public:
-    explicit Census(const QString& program)
+    explicit ProcessCounter(const QString& program)
         : m_counter([this, program] {
             while (!m_isOver) {
-                m_most = std::max(m_most.load(), int(DesktopStage::processes(program).size()));
+                m_most = std::max(m_most.load(), int(DesktopFixture::processes(program).size()));
                 ++m_counts;
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
             }
         })
     {
     }
-    ~Census() { end(); }
-    Q_DISABLE_COPY_MOVE(Census)
+    ~ProcessCounter() { end(); }
+    Q_DISABLE_COPY_MOVE(ProcessCounter)
 
     void end()
     {

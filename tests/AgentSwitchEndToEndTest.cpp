@@ -28,56 +28,56 @@ private Q_SLOTS:
     void init()
     {
         qunsetenv("KESTRUM_TEST_AGENT");
-        stage().write("agentEnabled", "false");
-        stage().useBuiltAgent();
-        stage().turnToOther();
+        fixture().write("agentEnabled", "false");
+        fixture().useBuiltAgent();
+        fixture().turnToOther();
         QVERIFY(agents().isEmpty());
     }
 
     void theSwitchStartsTheAgentAndStopsIt()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         QVERIFY(!row.isOn());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
         QVERIFY(row.isOn());
-        QCOMPARE(stage().read("agentEnabled"), QByteArray("true"));
+        QCOMPARE(fixture().read("agentEnabled"), QByteArray("true"));
         row.click();
         QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
         QTRY_VERIFY_WITH_TIMEOUT(agents().isEmpty(), patience);
         QTest::qWait(second + 200);
         QVERIFY(!row.isOn());
-        QCOMPARE(stage().read("agentEnabled"), QByteArray("false"));
+        QCOMPARE(fixture().read("agentEnabled"), QByteArray("false"));
     }
 
     void theItemsComeAndGoAndThePreviewStaysAsItIs()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         const QImage preview = row.restingPreview();
         QVERIFY(!preview.isNull());
         // There is no panel: the strip stands at the very top.
-        const QRect place(VirtualDisplay::width - 400, 0, 400, DesktopStage::stripHeight);
-        const QImage empty = DesktopStage::picture(place);
+        const QRect place(VirtualDisplay::width - 400, 0, 400, DesktopFixture::stripHeight);
+        const QImage empty = DesktopFixture::picture(place);
         QVERIFY(row.switchOn() > 0);
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::stripWidth(0), stage().expectedStripWidth(), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::stripWidth(0), fixture().expectedStripWidth(), patience);
         QVERIFY(row.restingPreview() == preview);
         row.click();
         QTRY_VERIFY_WITH_TIMEOUT(agents().isEmpty(), patience);
-        QTRY_VERIFY_WITH_TIMEOUT(DesktopStage::picture(place) == empty, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::picture(place) == empty, patience);
         QVERIFY(row.restingPreview() == preview);
     }
 
     void theAgentIsStartedWithTheApplicationWhenItIsSwitchedOn()
     {
-        stage().write("agentEnabled", "true");
-        AgentSwitch row(stage());
+        fixture().write("agentEnabled", "true");
+        AgentSwitch row(fixture());
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
         QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
     }
 
     void theAgentIsNotStartedWhenItIsSwitchedOff()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         QTest::qWait(second + 300);
         QVERIFY(agents().isEmpty());
         QVERIFY(!row.isOn());
@@ -85,7 +85,7 @@ private Q_SLOTS:
 
     void theAgentOutlivesTheWindow()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
         row.close();
@@ -96,7 +96,7 @@ private Q_SLOTS:
 
     void anAgentThatIsKilledIsOffWithinASecond()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
         QElapsedTimer clock;
@@ -109,10 +109,10 @@ private Q_SLOTS:
 
     void anAgentThatIsStartedByHandIsOnWithinASecond()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         QElapsedTimer clock;
         clock.start();
-        const auto byHand = Programs::started(stage().agentProgram(), {});
+        const auto byHand = Programs::started(fixture().agentProgram(), {});
         QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
         QVERIFY2(Programs::areSanitized || clock.elapsed() < second,
             QByteArray::number(clock.elapsed()).constData());
@@ -122,11 +122,11 @@ private Q_SLOTS:
 
     void anAgentOfAnotherCopyIsOnAtTheNextLook()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         const FileTree elsewhere;
         const QString copy = elsewhere.path(text("KestrumAgent.app/Contents/MacOS/KestrumAgent"));
         QVERIFY(QDir().mkpath(QFileInfo(copy).path()));
-        QVERIFY(QFile::copy(stage().agentProgram(), copy));
+        QVERIFY(QFile::copy(fixture().agentProgram(), copy));
         const auto byHand = Programs::started(copy, {});
         row.leaveAndComeBack();
         QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
@@ -136,20 +136,20 @@ private Q_SLOTS:
 
     void aMissingBundleTurnsTheRowBackToOff()
     {
-        stage().removeAgent();
-        AgentSwitch row(stage());
+        fixture().removeAgent();
+        AgentSwitch row(fixture());
         row.click();
         // What was chosen stays chosen; that nothing came of it shows without another occasion.
-        QTRY_COMPARE_WITH_TIMEOUT(stage().read("agentEnabled"), QByteArray("true"), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read("agentEnabled"), QByteArray("true"), patience);
         QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
     }
 
     void offAndOnWithinThreeSecondsEndsWithOneNewAgent()
     {
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         const qint32 old = row.switchOn();
         QVERIFY(old > 0);
-        Census census(stage().agentProgram());
+        ProcessCounter census(fixture().agentProgram());
         row.click();
         QTest::qWait(100);
         row.click();

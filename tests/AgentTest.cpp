@@ -5,7 +5,7 @@
 #include "Platform/Processes/SingleInstance.h"
 #include "tests/FileTree.h"
 #include "tests/FreshSettings.h"
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 #include "tests/TestHome.h"
 
 #include <QApplication>

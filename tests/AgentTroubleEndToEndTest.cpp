@@ -24,19 +24,19 @@ private Q_SLOTS:
     void init()
     {
         qunsetenv("KESTRUM_TEST_AGENT");
-        stage().write("agentEnabled", "false");
-        stage().useStandInAgent();
-        stage().turnToOther();
+        fixture().write("agentEnabled", "false");
+        fixture().useStandInAgent();
+        fixture().turnToOther();
         QVERIFY(agents().isEmpty());
     }
 
     void offAndOnWithASlowAgentEndsWithOneNewAgent()
     {
         qputenv("KESTRUM_TEST_AGENT", "2000");
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         const qint32 old = row.switchOn();
         QVERIFY(old > 0);
-        Census census(stage().agentProgram());
+        ProcessCounter census(fixture().agentProgram());
         row.click();
         QTest::qWait(300);
         row.click();
@@ -53,7 +53,7 @@ private Q_SLOTS:
     void anAgentThatIgnoresTheRequestTurnsTheRowBackToOn()
     {
         qputenv("KESTRUM_TEST_AGENT", "stays");
-        AgentSwitch row(stage());
+        AgentSwitch row(fixture());
         const qint32 agent = row.switchOn();
         QVERIFY(agent > 0);
         row.click();
@@ -65,9 +65,9 @@ private Q_SLOTS:
     void anAgentThatStaysUpGivesSevenLinesAndNoStart()
     {
         qputenv("KESTRUM_TEST_AGENT", "stays");
-        const auto byHand = Programs::started(stage().agentProgram(), {});
-        stage().write("agentEnabled", "true");
-        AgentSwitch row(stage());
+        const auto byHand = Programs::started(fixture().agentProgram(), {});
+        fixture().write("agentEnabled", "true");
+        AgentSwitch row(fixture());
         QTest::qWait(4 * second);
         QCOMPARE(agents().size(), 1);
         Programs::end(row.application());
@@ -84,12 +84,12 @@ private Q_SLOTS:
 
     void twoHundredRandomSwitchingsNeverGiveASecondAgent()
     {
-        stage().useBuiltAgent();
-        AgentSwitch row(stage());
+        fixture().useBuiltAgent();
+        AgentSwitch row(fixture());
         const quint32 seed = QRandomGenerator::global()->generate();
         QRandomGenerator random(seed);
         qInfo("seed %u", seed);
-        Census census(stage().agentProgram());
+        ProcessCounter census(fixture().agentProgram());
         row.click();
         for (int clicks = 1; clicks < 200;) {
             const int times = std::min(random.bounded(1, 7), 200 - clicks);
@@ -99,14 +99,14 @@ private Q_SLOTS:
         }
         // Whatever was begun comes to its end. Then the last choice is what is stored, what runs and what is shown.
         QTest::qWait(4 * second);
-        const bool isWanted = stage().read("agentEnabled") == "true";
+        const bool isWanted = fixture().read("agentEnabled") == "true";
         qInfo("at rest: stored %d, %d agents, row %d", isWanted, int(agents().size()), row.isOn());
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), isWanted ? 1 : 0, patience);
         QTRY_COMPARE_WITH_TIMEOUT(row.isOn(), isWanted, patience);
         QTest::qWait(second + 200);
         QCOMPARE(agents().size(), isWanted ? 1 : 0);
         QCOMPARE(row.isOn(), isWanted);
-        QCOMPARE(stage().read("agentEnabled"), QByteArray(isWanted ? "true" : "false"));
+        QCOMPARE(fixture().read("agentEnabled"), QByteArray(isWanted ? "true" : "false"));
         if (!isWanted)
             row.click();
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);

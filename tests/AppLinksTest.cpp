@@ -1,5 +1,5 @@
 #include "KestrumShared/Settings/SignalListener.h"
-#include "tests/LaunchStage.h"
+#include "tests/LaunchFixture.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
 
@@ -8,7 +8,7 @@
 
 using namespace kestrum;
 
-class AppLinksTest : public LaunchStage {
+class AppLinksTest : public LaunchFixture {
     Q_OBJECT
 
 private Q_SLOTS:

@@ -29,7 +29,7 @@ class AppearanceEndToEndTest : public DesktopTest {
     /// A corner of the strip's plate, beside its items.
     static QColor plate()
     {
-        return DesktopStage::picture({ VirtualDisplay::width - DesktopStage::stripSideRoom / 2, 3, 1, 1 })
+        return DesktopFixture::picture({ VirtualDisplay::width - DesktopFixture::stripSideRoom / 2, 3, 1, 1 })
             .pixelColor(0, 0);
     }
     QColor sidebar() const { return m_window->colour({ 2, 300 }); }
@@ -45,12 +45,12 @@ private Q_SLOTS:
         QVERIFY(m_bus->isUp());
         m_portal = std::make_unique<PortalProcess>();
         QVERIFY(m_portal->isUp());
-        stage().write("settingsPane", "\"popovers\"");
-        stage().write("popoverBackground", "\"opaque\"");
-        stage().write("agentEnabled", "false");
-        stage().turnToOther();
-        m_agent = Programs::started(stage().agentProgram(), {});
-        m_window = std::make_unique<OpenedWindow>(stage());
+        fixture().write("settingsPane", "\"popovers\"");
+        fixture().write("popoverBackground", "\"opaque\"");
+        fixture().write("agentEnabled", "false");
+        fixture().turnToOther();
+        m_agent = Programs::started(fixture().agentProgram(), {});
+        m_window = std::make_unique<OpenedWindow>(fixture());
     }
 
     void cleanup()

@@ -82,10 +82,10 @@ class BareSessionEndToEndTest : public DesktopTest {
     /// The settings with their window, until the agent that they start has put its strip up.
     std::unique_ptr<QProcess> startBoth() const
     {
-        auto kestrum = Programs::started(stage().program("Kestrum"), {});
+        auto kestrum = Programs::started(fixture().program("Kestrum"), {});
         kestrum->setReadChannel(QProcess::StandardError);
-        const auto isUp = [&] { return agents().size() == 1 && DesktopStage::stripWidth(0) > 0; };
-        if (DesktopStage::windowOf(kestrum->processId()).isEmpty() || !QTest::qWaitFor(isUp, patience))
+        const auto isUp = [&] { return agents().size() == 1 && DesktopFixture::stripWidth(0) > 0; };
+        if (DesktopFixture::windowOf(kestrum->processId()).isEmpty() || !QTest::qWaitFor(isUp, patience))
             qWarning("the programs do not come up: %s", kestrum->readAllStandardError().constData());
         // What they do a little after their first frames.
         QTest::qWait(1000);
@@ -101,7 +101,7 @@ class BareSessionEndToEndTest : public DesktopTest {
 private Q_SLOTS:
     void init()
     {
-        stage().useBuiltAgent();
+        fixture().useBuiltAgent();
         m_runtimeDirectory = qgetenv("XDG_RUNTIME_DIR");
         m_bus = qgetenv("DBUS_SESSION_BUS_ADDRESS");
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
@@ -109,8 +109,8 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        stage().endSettingsApplications();
-        stage().endAgents();
+        fixture().endSettingsApplications();
+        fixture().endAgents();
         qputenv("DBUS_SESSION_BUS_ADDRESS", m_bus);
         qputenv("XDG_RUNTIME_DIR", m_runtimeDirectory);
         qunsetenv("TMPDIR");
@@ -133,7 +133,7 @@ private Q_SLOTS:
         const QSet<int> before = busProcesses();
         const auto kestrum = startBoth();
         // The tool opens a display where it is told to.
-        QVERIFY(stage().kestrumctl({ text("describe") }).contains("items"));
+        QVERIFY(fixture().kestrumctl({ text("describe") }).contains("items"));
         const QSet<int> started = busProcesses() - before;
         for (const int pid : started)
             ::kill(pid, SIGKILL);

@@ -1,4 +1,4 @@
-#include "KestrumShared/Drawing/Canvas.h"
+#include "KestrumShared/Raster/Canvas.h"
 #include "tests/TestHome.h"
 
 #include <QFontMetricsF>

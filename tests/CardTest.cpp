@@ -14,11 +14,11 @@ using Theme::Colour;
 namespace {
 
 /// A card as wide as its window.
-struct Stage {
+struct Fixture {
     Card* card;
     ControlWindow window;
 
-    explicit Stage(Card* shown, Qt::LayoutDirection direction = Qt::LeftToRight)
+    explicit Fixture(Card* shown, Qt::LayoutDirection direction = Qt::LeftToRight)
         : card(shown)
         , window({}, direction)
     {
@@ -78,10 +78,10 @@ private Q_SLOTS:
 
     void contentsStandOneBelowTheOtherWithHairlinesBetween()
     {
-        const Stage stage(new Card({ content(40), content(50), content(60) }));
-        QCOMPARE(stage.card->height(), 150);
-        QCOMPARE(stage.hairlines(), QList<int>({ 40, 90 }));
-        const QImage picture = stage.card->grab().toImage();
+        const Fixture fixture(new Card({ content(40), content(50), content(60) }));
+        QCOMPARE(fixture.card->height(), 150);
+        QCOMPARE(fixture.hairlines(), QList<int>({ 40, 90 }));
+        const QImage picture = fixture.card->grab().toImage();
         QCOMPARE(picture.pixelColor(11, 40), Theme::colour(Colour::card));
         QVERIFY(picture.pixelColor(12, 40) != Theme::colour(Colour::card));
         QVERIFY(picture.pixelColor(picture.width() - 13, 40) != Theme::colour(Colour::card));
@@ -93,44 +93,44 @@ private Q_SLOTS:
         auto* first = content(40);
         auto* middle = content(50);
         auto* last = content(60);
-        const Stage stage(new Card({ first, middle, last }));
+        const Fixture fixture(new Card({ first, middle, last }));
         middle->hide();
-        stage.settle();
-        QCOMPARE(stage.card->height(), 100);
-        QCOMPARE(stage.hairlines(), QList<int>({ 40 }));
+        fixture.settle();
+        QCOMPARE(fixture.card->height(), 100);
+        QCOMPARE(fixture.hairlines(), QList<int>({ 40 }));
         middle->show();
         last->hide();
-        stage.settle();
-        QCOMPARE(stage.hairlines(), QList<int>({ 40 }));
+        fixture.settle();
+        QCOMPARE(fixture.hairlines(), QList<int>({ 40 }));
         last->show();
         first->hide();
-        stage.settle();
-        QCOMPARE(stage.hairlines(), QList<int>({ 50 }));
+        fixture.settle();
+        QCOMPARE(fixture.hairlines(), QList<int>({ 50 }));
         middle->hide();
-        stage.settle();
-        QCOMPARE(stage.hairlines(), QList<int>());
+        fixture.settle();
+        QCOMPARE(fixture.hairlines(), QList<int>());
     }
 
     void headingAndFootnoteStandOutsideOfTheGround()
     {
         auto* only = content(40);
-        const Stage stage(new Card({ only }));
-        QCOMPARE(stage.card->height(), 40);
+        const Fixture fixture(new Card({ only }));
+        QCOMPARE(fixture.card->height(), 40);
         const QString heading = QStringLiteral("Units");
         const QString footnote = QStringLiteral("A note.");
-        stage.card->setHeading(heading);
-        stage.card->setFootnote(footnote);
-        stage.settle();
-        QVERIFY(stage.label(heading) && stage.label(footnote));
-        const int top = only->mapTo(stage.card, QPoint(0, 0)).y();
-        QCOMPARE(top, stage.textHeight(*stage.label(heading)) + 8);
-        QCOMPARE(stage.card->height(), top + 40 + 6 + stage.textHeight(*stage.label(footnote)));
-        QCOMPARE(stage.label(footnote)->palette().color(stage.label(footnote)->foregroundRole()),
+        fixture.card->setHeading(heading);
+        fixture.card->setFootnote(footnote);
+        fixture.settle();
+        QVERIFY(fixture.label(heading) && fixture.label(footnote));
+        const int top = only->mapTo(fixture.card, QPoint(0, 0)).y();
+        QCOMPARE(top, fixture.textHeight(*fixture.label(heading)) + 8);
+        QCOMPARE(fixture.card->height(), top + 40 + 6 + fixture.textHeight(*fixture.label(footnote)));
+        QCOMPARE(fixture.label(footnote)->palette().color(fixture.label(footnote)->foregroundRole()),
             Theme::colour(Colour::secondaryText));
-        stage.card->setHeading({});
-        stage.card->setFootnote({});
-        stage.settle();
-        QCOMPARE(stage.card->height(), 40);
+        fixture.card->setHeading({});
+        fixture.card->setFootnote({});
+        fixture.settle();
+        QCOMPARE(fixture.card->height(), 40);
     }
 
     void aHeaderTakesTheHeadingsPlace()
@@ -139,10 +139,10 @@ private Q_SLOTS:
         auto* header = new WrappedLabel(Theme::TextStyle::heading, QStringLiteral("CPU"));
         auto* card = new Card({ only });
         card->setHeader(header);
-        const Stage stage(card);
+        const Fixture fixture(card);
         QCOMPARE(header->mapTo(card, QPoint(0, 0)), QPoint(0, 0));
         QCOMPARE(header->width(), card->width());
-        QCOMPARE(only->mapTo(card, QPoint(0, 0)).y(), stage.textHeight(*header) + 8);
+        QCOMPARE(only->mapTo(card, QPoint(0, 0)).y(), fixture.textHeight(*header) + 8);
     }
 
     void textsStandAtTheLeadingEdgeInWhateverLetters()
@@ -152,8 +152,8 @@ private Q_SLOTS:
             auto* header = new WrappedLabel(Theme::TextStyle::heading, QStringLiteral("CPU"));
             card->setHeader(header);
             card->setFootnote(QStringLiteral("Note"));
-            const Stage stage(card, direction);
-            for (QLabel* label : { static_cast<QLabel*>(header), stage.label(QStringLiteral("Note")) }) {
+            const Fixture fixture(card, direction);
+            for (QLabel* label : { static_cast<QLabel*>(header), fixture.label(QStringLiteral("Note")) }) {
                 const QImage picture = label->grab().toImage();
                 const auto isInked = [&picture](int from, int to) {
                     const QRgb ground = picture.pixel(picture.width() / 2, 0);
@@ -177,7 +177,7 @@ private Q_SLOTS:
         auto* card = new Card({ content(40) });
         card->setFootnote(QStringLiteral("A long note that says much about what stands above it, and goes on "
                                          "until there is no room left in the line, nor in the next."));
-        const Stage stage(card);
+        const Fixture fixture(card);
         const auto* note = card->findChildren<QLabel*>().last();
         QVERIFY(note->height() >= 2 * note->fontMetrics().lineSpacing());
         QVERIFY(note->heightForWidth(note->width()) <= note->height());
@@ -189,7 +189,7 @@ private Q_SLOTS:
         auto* card = new Card(Card::Ground::none);
         card->add(content(40));
         card->add(content(40));
-        const Stage stage(card);
+        const Fixture fixture(card);
         const QImage picture = card->grab().toImage();
         for (int y = 0; y < picture.height(); ++y)
             QCOMPARE(picture.pixelColor(50, y), Theme::colour(Colour::window));
@@ -197,10 +197,10 @@ private Q_SLOTS:
 
     void theGroundFollowsTheScheme()
     {
-        const Stage stage(new Card({ content(40) }));
+        const Fixture fixture(new Card({ content(40) }));
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
-            const QImage picture = stage.card->grab().toImage();
+            const QImage picture = fixture.card->grab().toImage();
             QCOMPARE(picture.pixelColor(50, 20), Theme::colour(Colour::card));
             QCOMPARE(picture.pixelColor(0, 0), Theme::colour(Colour::window)); // rounded
         }

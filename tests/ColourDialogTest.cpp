@@ -1,4 +1,4 @@
-#include "tests/ColourWellStage.h"
+#include "tests/ColourWellFixture.h"
 #include "tests/TestHome.h"
 
 #include <QLabel>
@@ -7,7 +7,7 @@
 #include <QTranslator>
 
 using namespace kestrum;
-using Stage = ColourWellStage;
+using Fixture = ColourWellFixture;
 
 /// Where the colour dialog opens, and how it is written.
 class ColourDialogTest : public QObject {
@@ -31,15 +31,16 @@ private Q_SLOTS:
     {
         QFETCH(Qt::LayoutDirection, direction);
         QFETCH(bool, isWindowAtRight);
-        Stage stage;
-        const QRect screen = stage.window.screen()->availableGeometry();
-        stage.window.setLayoutDirection(direction);
-        stage.page->setFixedSize(100, 100);
-        stage.window.resize(140, 300);
-        stage.window.move(isWindowAtRight ? screen.right() + 1 - stage.window.width() : screen.left(), 100);
+        Fixture fixture;
+        const QRect screen = fixture.window.screen()->availableGeometry();
+        fixture.window.setLayoutDirection(direction);
+        fixture.page->setFixedSize(100, 100);
+        fixture.window.resize(140, 300);
+        fixture.window.move(
+            isWindowAtRight ? screen.right() + 1 - fixture.window.width() : screen.left(), 100);
         QTest::qWait(10);
-        const QRect dialog = stage.opened()->frameGeometry();
-        const QRect window = stage.window.frameGeometry();
+        const QRect dialog = fixture.opened()->frameGeometry();
+        const QRect window = fixture.window.frameGeometry();
         QTEST(dialog.left() > window.right(), "isDialogAtRight");
         QTEST(dialog.right() >= window.left(), "isDialogAtRight");
         QVERIFY(screen.contains(dialog));
@@ -47,11 +48,11 @@ private Q_SLOTS:
 
     void whereThereIsNoRoomBesideTheWindowTheDialogStaysOnTheScreen()
     {
-        Stage stage;
-        const QRect screen = stage.window.screen()->availableGeometry();
-        stage.window.setGeometry(screen.adjusted(60, 60, -20, -60));
+        Fixture fixture;
+        const QRect screen = fixture.window.screen()->availableGeometry();
+        fixture.window.setGeometry(screen.adjusted(60, 60, -20, -60));
         QTest::qWait(10);
-        const QRect dialog = stage.opened()->frameGeometry();
+        const QRect dialog = fixture.opened()->frameGeometry();
         QVERIFY(screen.contains(dialog));
         QCOMPARE(dialog.left(), screen.left());
     }
@@ -64,8 +65,8 @@ private Q_SLOTS:
         QCoreApplication::installTranslator(&arabic);
         QGuiApplication::setLayoutDirection(Qt::RightToLeft);
         {
-            const Stage stage;
-            const QPointer<QColorDialog> dialog = stage.opened();
+            const Fixture fixture;
+            const QPointer<QColorDialog> dialog = fixture.opened();
             int seen = 0;
             for (auto* label : dialog->findChildren<QLabel*>()) {
                 if (label->text().isEmpty())

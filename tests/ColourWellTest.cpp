@@ -1,6 +1,6 @@
 #include "Kestrum/Form/PushButton.h"
 #include "tests/ColourDialogHand.h"
-#include "tests/ColourWellStage.h"
+#include "tests/ColourWellFixture.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
@@ -13,7 +13,7 @@
 using namespace kestrum;
 using Theme::Colour;
 
-using Stage = ColourWellStage;
+using Fixture = ColourWellFixture;
 
 class ColourWellTest : public QObject {
     Q_OBJECT
@@ -23,24 +23,24 @@ private Q_SLOTS:
 
     void itShowsItsColour()
     {
-        const Stage stage;
-        QCOMPARE(stage.well->size(), QSize(44, 24));
-        QCOMPARE(stage.well->grab().toImage().pixelColor(22, 12), Stage::violet);
-        stage.well->setColour(QColor(10, 20, 30, 40));
-        QCOMPARE(stage.well->colour(), QColor(10, 20, 30));
-        QCOMPARE(stage.well->grab().toImage().pixelColor(22, 12), QColor(10, 20, 30));
-        QCOMPARE(stage.picks.size(), 0);
+        const Fixture fixture;
+        QCOMPARE(fixture.well->size(), QSize(44, 24));
+        QCOMPARE(fixture.well->grab().toImage().pixelColor(22, 12), Fixture::violet);
+        fixture.well->setColour(QColor(10, 20, 30, 40));
+        QCOMPARE(fixture.well->colour(), QColor(10, 20, 30));
+        QCOMPARE(fixture.well->grab().toImage().pixelColor(22, 12), QColor(10, 20, 30));
+        QCOMPARE(fixture.picks.size(), 0);
     }
 
     void everyColourHasAnEdge()
     {
-        const Stage stage;
+        const Fixture fixture;
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
             for (const QColor& colour :
                 { QColor(Qt::white), QColor(Qt::black), Theme::colour(Colour::card) }) {
-                stage.well->setColour(colour);
-                const QImage picture = stage.well->grab().toImage();
+                fixture.well->setColour(colour);
+                const QImage picture = fixture.well->grab().toImage();
                 QCOMPARE(picture.pixelColor(3, 12), Theme::colour(Colour::outline));
                 QCOMPARE(picture.pixelColor(22, 20), Theme::colour(Colour::outline));
             }
@@ -50,15 +50,15 @@ private Q_SLOTS:
     void aClickSpaceAndEnterOpenTheDialog()
     {
         for (const int key : { 0, int(Qt::Key_Space), int(Qt::Key_Return), int(Qt::Key_Enter) }) {
-            const Stage stage;
+            const Fixture fixture;
             if (key == 0)
-                QTest::mouseClick(stage.well, Qt::LeftButton);
+                QTest::mouseClick(fixture.well, Qt::LeftButton);
             else
-                QTest::keyClick(stage.well, Qt::Key(key));
-            const QPointer<QColorDialog> dialog = stage.dialog();
+                QTest::keyClick(fixture.well, Qt::Key(key));
+            const QPointer<QColorDialog> dialog = fixture.dialog();
             QVERIFY(dialog && dialog->isVisible());
-            QCOMPARE(dialog->currentColor(), Stage::violet);
-            QCOMPARE(stage.picks.size(), 0);
+            QCOMPARE(dialog->currentColor(), Fixture::violet);
+            QCOMPARE(fixture.picks.size(), 0);
         }
     }
 
@@ -72,69 +72,69 @@ private Q_SLOTS:
                 return false;
             }
         } ear;
-        Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
+        Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
         QVERIFY(QTest::qWaitForWindowActive(dialog));
-        stage.window.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&stage.window));
+        fixture.window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&fixture.window));
         dialog->installEventFilter(&ear);
-        QTest::mouseClick(stage.well, Qt::LeftButton);
+        QTest::mouseClick(fixture.well, Qt::LeftButton);
         QVERIFY(QTest::qWaitForWindowActive(dialog));
         QCOMPARE(ear.raised, 1);
     }
 
     void theDialogIsPlainAndLeavesTheWindowUsable()
     {
-        const Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
+        const Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
         QVERIFY(dialog);
         QVERIFY(!dialog->isModal());
         QVERIFY(dialog->testOption(QColorDialog::DontUseNativeDialog));
         QVERIFY(dialog->testOption(QColorDialog::NoButtons));
         QVERIFY(!dialog->testOption(QColorDialog::ShowAlphaChannel));
         QCOMPARE(dialog->windowTitle(), QStringLiteral("CPU colour"));
-        QCOMPARE(dialog->parentWidget()->window(), &stage.window);
+        QCOMPARE(dialog->parentWidget()->window(), &fixture.window);
         // The window takes clicks while it is open.
-        QTest::mouseClick(stage.well, Qt::LeftButton);
-        QCOMPARE(stage.well->findChildren<QColorDialog*>().size(), 1);
-        QCOMPARE(stage.dialog(), dialog);
+        QTest::mouseClick(fixture.well, Qt::LeftButton);
+        QCOMPARE(fixture.well->findChildren<QColorDialog*>().size(), 1);
+        QCOMPARE(fixture.dialog(), dialog);
         QVERIFY(dialog->isVisible());
     }
 
     void eachMovementInTheDialogIsTold()
     {
-        const Stage stage;
-        QWidget* field = ColourDialogHand::field(*stage.opened());
+        const Fixture fixture;
+        QWidget* field = ColourDialogHand::field(*fixture.opened());
         QVERIFY(field);
         QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
         for (const QPoint place : { QPoint(50, 60), QPoint(70, 90), QPoint(120, 30) })
             ColourDialogHand::drag(field, place);
         QTest::mouseRelease(field, Qt::LeftButton, {}, { 120, 30 });
-        QCOMPARE(stage.picks.size(), 4);
-        QCOMPARE(stage.lastPick(), stage.well->colour());
-        QCOMPARE(stage.lastPick().rgb(), stage.dialog()->currentColor().rgb());
-        QCOMPARE(stage.lastPick().alpha(), 255);
+        QCOMPARE(fixture.picks.size(), 4);
+        QCOMPARE(fixture.lastPick(), fixture.well->colour());
+        QCOMPARE(fixture.lastPick().rgb(), fixture.dialog()->currentColor().rgb());
+        QCOMPARE(fixture.lastPick().alpha(), 255);
         // The same place again is no movement.
         QTest::mouseClick(field, Qt::LeftButton, {}, { 120, 30 });
-        QCOMPARE(stage.picks.size(), 4);
+        QCOMPARE(fixture.picks.size(), 4);
     }
 
     void aColourThatIsFollowedMovesTheDialogAndIsNotTold()
     {
-        const Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
+        const Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
         for (const QColor& colour : { QColor(200, 100, 50), QColor(Qt::black), QColor(1, 2, 3, 4),
                  QColor::fromRgbF(0.12345F, 0.6789F, 0.5F), QColor::fromHsvF(0.3F, 0.7F, 0.9F) }) {
-            stage.well->setColour(colour);
+            fixture.well->setColour(colour);
             QCOMPARE(dialog->currentColor().rgb(), QColor(colour).rgb());
             QCOMPARE(dialog->currentColor().alpha(), 255);
-            QCOMPARE(stage.picks.size(), 0);
+            QCOMPARE(fixture.picks.size(), 0);
         }
         // What is finer than the dialog's bytes stays with the well.
         const QColor fine = QColor::fromRgbF(0.5011F, 0.2513F, 0.7507F);
-        stage.well->setColour(fine);
-        QCOMPARE(stage.well->colour(), fine);
-        QCOMPARE(stage.picks.size(), 0);
+        fixture.well->setColour(fine);
+        QCOMPARE(fixture.well->colour(), fine);
+        QCOMPARE(fixture.picks.size(), 0);
     }
 
     void whatComesBackRoundedDoesNotMoveTheDialog()
@@ -143,14 +143,14 @@ private Q_SLOTS:
         const QColor dark = QColor::fromHsv(10, 200, 6);
         QList<QList<int>> ways;
         for (const bool isFollowing : { false, true }) {
-            const Stage stage;
-            stage.well->setColour(dark);
-            const QPointer<QColorDialog> dialog = stage.opened();
+            const Fixture fixture;
+            fixture.well->setColour(dark);
+            const QPointer<QColorDialog> dialog = fixture.opened();
             // As a store does that keeps four decimals.
-            connect(stage.well, &ColourWell::picked, stage.well, [&](const QColor& colour) {
+            connect(fixture.well, &ColourWell::picked, fixture.well, [&](const QColor& colour) {
                 const auto rounded = [](float part) { return float(std::round(part * 10000) / 10000); };
                 if (isFollowing)
-                    stage.well->setColour(QColor::fromRgbF(
+                    fixture.well->setColour(QColor::fromRgbF(
                         rounded(colour.redF()), rounded(colour.greenF()), rounded(colour.blueF())));
             });
             QWidget* field = ColourDialogHand::field(*dialog);
@@ -160,10 +160,10 @@ private Q_SLOTS:
                 ColourDialogHand::drag(field, { x, 160 - x / 2 });
                 for (const auto* part : dialog->findChildren<QSpinBox*>())
                     way.append(part->value());
-                QCOMPARE(dialog->currentColor().rgb(), stage.well->colour().rgb());
+                QCOMPARE(dialog->currentColor().rgb(), fixture.well->colour().rgb());
             }
             QTest::mouseRelease(field, Qt::LeftButton, {}, { 199, 61 });
-            QVERIFY(stage.picks.size() > 5);
+            QVERIFY(fixture.picks.size() > 5);
             ways.append(way);
         }
         QVERIFY(!ways[0].isEmpty());
@@ -172,72 +172,72 @@ private Q_SLOTS:
 
     void escapeClosesTheDialogAndItOpensAnew()
     {
-        const Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
+        const Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
         QTest::keyClick(dialog, Qt::Key_Escape);
         QTRY_VERIFY(!dialog);
-        QCOMPARE(stage.well->colour(), Stage::violet);
-        QCOMPARE(stage.picks.size(), 0);
-        stage.well->setColour(Qt::red);
-        const QPointer<QColorDialog> again = stage.opened();
+        QCOMPARE(fixture.well->colour(), Fixture::violet);
+        QCOMPARE(fixture.picks.size(), 0);
+        fixture.well->setColour(Qt::red);
+        const QPointer<QColorDialog> again = fixture.opened();
         QVERIFY(again);
         QCOMPARE(again->currentColor(), QColor(Qt::red));
     }
 
     void theDialogGoesWithTheWellInTheMidstOfADrag()
     {
-        Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
+        Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
         QWidget* field = ColourDialogHand::field(*dialog);
         QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
         ColourDialogHand::drag(field, { 50, 60 });
-        const qsizetype told = stage.picks.size();
-        delete stage.page;
+        const qsizetype told = fixture.picks.size();
+        delete fixture.page;
         QVERIFY(!dialog);
         QTest::qWait(50);
-        QCOMPARE(stage.picks.size(), told);
+        QCOMPARE(fixture.picks.size(), told);
     }
 
     void whoeverIsToldCanRemoveThePage()
     {
-        Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
-        connect(stage.well, &ColourWell::picked, &stage.window, [&] { stage.page->deleteLater(); });
+        Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
+        connect(fixture.well, &ColourWell::picked, &fixture.window, [&] { fixture.page->deleteLater(); });
         QWidget* field = ColourDialogHand::field(*dialog);
         QTest::mousePress(field, Qt::LeftButton, {}, { 40, 40 });
-        QTRY_VERIFY(!stage.page);
+        QTRY_VERIFY(!fixture.page);
         QVERIFY(!dialog);
     }
 
     void theDialogGoesWhenTheWellOrItsWindowIsHidden()
     {
-        Stage stage;
-        QPointer<QColorDialog> dialog = stage.opened();
-        stage.well->hide();
+        Fixture fixture;
+        QPointer<QColorDialog> dialog = fixture.opened();
+        fixture.well->hide();
         QTRY_VERIFY(!dialog);
-        stage.well->show();
-        dialog = stage.opened();
+        fixture.well->show();
+        dialog = fixture.opened();
         QVERIFY(dialog);
-        stage.window.close();
+        fixture.window.close();
         QTRY_VERIFY(!dialog);
-        QCOMPARE(stage.picks.size(), 0);
+        QCOMPARE(fixture.picks.size(), 0);
     }
 
     void theDialogStaysWhenTheWindowIsMinimised()
     {
-        const Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
+        const Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
         QHideEvent minimised;
         QSpontaneKeyEvent::setSpontaneous(&minimised);
-        QCoreApplication::instance()->notify(stage.well, &minimised);
+        QCoreApplication::instance()->notify(fixture.well, &minimised);
         QTest::qWait(20);
         QVERIFY(dialog && dialog->isVisible());
     }
 
     void theDialogFollowsTheSchemeAndTheDirection()
     {
-        const Stage stage;
-        const QPointer<QColorDialog> dialog = stage.opened();
+        const Fixture fixture;
+        const QPointer<QColorDialog> dialog = fixture.opened();
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
             QCOMPARE(dialog->palette().color(QPalette::Window), Theme::colour(Colour::window));
@@ -252,16 +252,16 @@ private Q_SLOTS:
 
     void assistiveProgramsMeetAButtonWithItsColour()
     {
-        const Stage stage;
-        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(stage.well);
+        const Fixture fixture;
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(fixture.well);
         QVERIFY(accessible);
         QCOMPARE(accessible->role(), QAccessible::Button);
-        QCOMPARE(accessible->text(QAccessible::Name), Stage::name);
+        QCOMPARE(accessible->text(QAccessible::Name), Fixture::name);
         QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#6b6bf2"));
-        stage.well->setColour(Qt::red);
+        fixture.well->setColour(Qt::red);
         QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#ff0000"));
         accessible->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
-        QTRY_VERIFY(stage.dialog());
+        QTRY_VERIFY(fixture.dialog());
     }
 
     void theKeyboardsPlaceIsMarkedWhole()
@@ -291,11 +291,11 @@ private Q_SLOTS:
 
     void disabledItIsPalerAndOpensNothing()
     {
-        const Stage stage;
-        stage.well->setEnabled(false);
-        QVERIFY(stage.well->grab().toImage().pixelColor(22, 12) != Stage::violet);
-        QTest::mouseClick(stage.well, Qt::LeftButton);
-        QVERIFY(!stage.dialog());
+        const Fixture fixture;
+        fixture.well->setEnabled(false);
+        QVERIFY(fixture.well->grab().toImage().pixelColor(22, 12) != Fixture::violet);
+        QTest::mouseClick(fixture.well, Qt::LeftButton);
+        QVERIFY(!fixture.dialog());
     }
 };
 

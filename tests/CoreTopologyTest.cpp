@@ -1,4 +1,4 @@
-#include "KestrumShared/Machine/CoreTopology.h"
+#include "Platform/Machine/CoreTopology.h"
 #include "tests/FakeMachine.h"
 #include "tests/TestHome.h"
 

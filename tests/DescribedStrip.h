@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Items/StatusMetricView.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/FreshSettings.h"

@@ -7,16 +7,16 @@ namespace kestrum {
 void DesktopTest::initTestCase()
 {
     skipAmongAgentsOfOthers();
-    m_stage = std::make_unique<DesktopStage>();
-    QVERIFY(m_stage->isUp());
+    m_fixture = std::make_unique<DesktopFixture>();
+    QVERIFY(m_fixture->isUp());
     furnish();
 }
 
 void DesktopTest::cleanupTestCase()
 {
-    if (m_stage)
+    if (m_fixture)
         clear();
-    m_stage.reset();
+    m_fixture.reset();
 }
 
 } // namespace kestrum

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/DesktopStage.h"
+#include "tests/DesktopFixture.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
 #include "tests/VirtualDisplay.h"
@@ -14,10 +14,10 @@ namespace kestrum {
 class DesktopTest : public QObject {
     Q_OBJECT
 protected:
-    DesktopStage& stage() const { return *m_stage; }
-    QList<qint32> agents() const { return DesktopStage::processes(m_stage->agentProgram()); }
+    DesktopFixture& fixture() const { return *m_fixture; }
+    QList<qint32> agents() const { return DesktopFixture::processes(m_fixture->agentProgram()); }
 
-    /// What else stands on the desktop, put up after the stage and taken away before it.
+    /// What else stands on the desktop, put up after the fixture and taken away before it.
     virtual void furnish() { }
     virtual void clear() { }
 
@@ -26,7 +26,7 @@ private Q_SLOTS:
     void cleanupTestCase();
 
 private:
-    std::unique_ptr<DesktopStage> m_stage;
+    std::unique_ptr<DesktopFixture> m_fixture;
 };
 
 } // namespace kestrum

@@ -1,6 +1,6 @@
-#include "KestrumShared/Drawing/PixelPainter.h"
-#include "KestrumShared/Drawing/SampleReadings.h"
-#include "tests/DrawingStage.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Raster/PixelPainter.h"
+#include "tests/DrawingFixture.h"
 #include "tests/TestHome.h"
 
 #include <QTest>
@@ -45,9 +45,9 @@ class FastDrawingTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
-        DrawingStage::set("cpuFastCoreAccent", "indigo");
-        DrawingStage::set("memoryAccent", "amber");
+        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
+        DrawingFixture::set("cpuFastCoreAccent", "indigo");
+        DrawingFixture::set("memoryAccent", "amber");
     }
     void cleanup() { PixelPainter::setKeepsPictures(true); }
 
@@ -75,9 +75,9 @@ private Q_SLOTS:
         QFETCH(QString, shape);
         QFETCH(QString, labels);
         QFETCH(double, scale);
-        DrawingStage::set("meterStyle", style.toLatin1());
-        DrawingStage::set("meterShape", shape.toLatin1());
-        DrawingStage::set("meterLabelStyle", labels.toLatin1());
+        DrawingFixture::set("meterStyle", style.toLatin1());
+        DrawingFixture::set("meterShape", shape.toLatin1());
+        DrawingFixture::set("meterLabelStyle", labels.toLatin1());
         for (const QPointF& topLeft : { QPointF(0, 0), QPointF(3.3, 0), QPointF(7.15, 2.5) }) {
             for (const auto& section : allCases<MonitorSection>()) {
                 for (const int cores : { 1, 4, 12 })
@@ -89,11 +89,11 @@ private Q_SLOTS:
     void pixelsStayTheSameWhenPicturesAreUsedAgain()
     {
         // Many heights, many places within a pixel: the later drawings consist of pictures that earlier ones made.
-        DrawingStage::set("meterStyle", "bars");
+        DrawingFixture::set("meterStyle", "bars");
         auto readings = std::make_shared<FakeReadings>();
         CoreTopology::useTiers({ { QStringLiteral("Level 0"), 16 } });
         for (const char* shape : { "pill", "square" }) {
-            DrawingStage::set("meterShape", shape);
+            DrawingFixture::set("meterShape", shape);
             for (int round = 0; round < 60; ++round) {
                 readings->cores.clear();
                 for (int core = 0; core < 16; ++core)
@@ -120,7 +120,7 @@ private Q_SLOTS:
     void curvesOfAllKindsLookAsThePainterDrawsThem()
     {
         QFETCH(QList<double>, history);
-        DrawingStage::set("meterStyle", "wave");
+        DrawingFixture::set("meterStyle", "wave");
         auto readings = std::make_shared<FakeReadings>();
         readings->history = history;
         for (const double scale : { 1.0, 1.5, 2.0, 4.0 }) {
@@ -152,13 +152,13 @@ private Q_SLOTS:
         // A thread that is asked and waited for shows as a voluntary switch; so does the starting of one.
         auto readings = std::make_shared<SampleReadings>();
         for (const char* style : { "bars", "wave", "compact" }) {
-            DrawingStage::set("meterStyle", style);
-            DrawingStage::drawn(MonitorSection::cpu, readings, 2);
+            DrawingFixture::set("meterStyle", style);
+            DrawingFixture::drawn(MonitorSection::cpu, readings, 2);
             rusage before {};
             rusage after {};
             ::getrusage(RUSAGE_SELF, &before);
             for (int i = 0; i < 50; ++i)
-                DrawingStage::drawn(MonitorSection::cpu, readings, 2);
+                DrawingFixture::drawn(MonitorSection::cpu, readings, 2);
             ::getrusage(RUSAGE_SELF, &after);
             // Fewer than one in ten drawings: the system itself makes a process wait now and then.
             QVERIFY2(after.ru_nvcsw - before.ru_nvcsw < 5, style);
@@ -179,9 +179,11 @@ private:
         MonitorSection section, double scale, const QPointF& topLeft, ColourScheme scheme)
     {
         PixelPainter::setKeepsPictures(false);
-        const QImage plain = onGround(DrawingStage::drawn(section, readings, scale, scheme, topLeft), scheme);
+        const QImage plain
+            = onGround(DrawingFixture::drawn(section, readings, scale, scheme, topLeft), scheme);
         PixelPainter::setKeepsPictures(true);
-        const QImage fast = onGround(DrawingStage::drawn(section, readings, scale, scheme, topLeft), scheme);
+        const QImage fast
+            = onGround(DrawingFixture::drawn(section, readings, scale, scheme, topLeft), scheme);
         const int found = difference(plain, fast);
         if (found > 2) {
             const QString place

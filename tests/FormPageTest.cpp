@@ -33,12 +33,12 @@ void show(QWidget& page)
 }
 
 /// A page of three sections with a button and a footnote each, in a window that is too low for it.
-struct Stage {
+struct Fixture {
     QWidget window;
     FormPage* page = new FormPage(&window);
     QList<PushButton*> buttons;
 
-    Stage()
+    Fixture()
     {
         page->setGeometry(0, 0, 300, 130);
         for (const char* name : { "First", "Second", "Third" }) {
@@ -119,35 +119,35 @@ private Q_SLOTS:
 
     void theKeyboardBringsFootnotesAndHeadingsIntoView()
     {
-        Stage stage;
-        stage.buttons[0]->setFocus(Qt::TabFocusReason);
+        Fixture fixture;
+        fixture.buttons[0]->setFocus(Qt::TabFocusReason);
         for (const int next : { 1, 2 }) {
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-            QVERIFY(stage.buttons[next]->hasFocus());
-            QVERIFY(stage.shows(*stage.buttons[next]));
-            QVERIFY(stage.shows(*stage.footnote(next)));
+            QVERIFY(fixture.buttons[next]->hasFocus());
+            QVERIFY(fixture.shows(*fixture.buttons[next]));
+            QVERIFY(fixture.shows(*fixture.footnote(next)));
         }
         // The end of the page, with its margin.
-        const QScrollBar& bar = *stage.page->verticalScrollBar();
+        const QScrollBar& bar = *fixture.page->verticalScrollBar();
         QVERIFY(bar.maximum() > 0);
         QCOMPARE(bar.value(), bar.maximum());
         for (const int next : { 1, 0 }) {
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ShiftModifier);
-            QVERIFY(stage.buttons[next]->hasFocus());
-            QVERIFY(stage.shows(*stage.buttons[next]));
+            QVERIFY(fixture.buttons[next]->hasFocus());
+            QVERIFY(fixture.shows(*fixture.buttons[next]));
         }
         QCOMPARE(bar.value(), 0);
     }
 
     void whereNotAllFitsTheControlIsWhatIsSeen()
     {
-        Stage stage;
-        stage.window.resize(300, 60);
-        stage.page->resize(300, 60);
-        stage.buttons[0]->setFocus(Qt::TabFocusReason);
+        Fixture fixture;
+        fixture.window.resize(300, 60);
+        fixture.page->resize(300, 60);
+        fixture.buttons[0]->setFocus(Qt::TabFocusReason);
         for (const int next : { 1, 2 }) {
             QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
-            QVERIFY(stage.shows(*stage.buttons[next]));
+            QVERIFY(fixture.shows(*fixture.buttons[next]));
         }
     }
 

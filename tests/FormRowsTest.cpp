@@ -235,3 +235,4 @@ private Q_SLOTS:
 
 KESTRUM_TEST_MAIN(QApplication, FormRowsTest)
 #include "FormRowsTest.moc"
+#include "KestrumShared/Text/Title.h"

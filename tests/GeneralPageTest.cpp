@@ -2,12 +2,12 @@
 
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Switch.h"
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/FormHand.h"
 #include "tests/OwnProcesses.h"
 #include "tests/SettingsWindow.h"
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 #include "tests/StandIns.h"
 #include "tests/TestBundle.h"
 

@@ -13,8 +13,8 @@ class ItemGeometryTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
-        DrawingStage::turnReadoutsOff();
+        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
+        DrawingFixture::turnReadoutsOff();
         m_readings = std::make_shared<FakeReadings>();
     }
 
@@ -38,9 +38,9 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, shape);
         QFETCH(double, scale);
-        DrawingStage::set("meterShape", shape);
+        DrawingFixture::set("meterShape", shape);
         m_readings->cores.clear();
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, scale), scale);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, scale), scale);
         const double x = meterStart(MonitorSection::cpu);
         const QRectF ink = item.inked(QRectF(x - 2, 0, 60, 22));
         // Half of the line's 0.8 lies outside of the frame; a pixel is inked that is covered at all.
@@ -54,7 +54,7 @@ private Q_SLOTS:
     void frameHasItsColourAndLineWidth()
     {
         m_readings->cores.clear();
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::cpu);
         const QColor line = item.at(x, 11);
         QCOMPARE(line.alpha(), 235);
@@ -96,11 +96,11 @@ private Q_SLOTS:
         QFETCH(QByteArray, style);
         QFETCH(QByteArray, shape);
         QFETCH(double, radius);
-        DrawingStage::set("meterStyle", style);
-        DrawingStage::set("meterShape", shape);
+        DrawingFixture::set("meterStyle", style);
+        DrawingFixture::set("meterShape", shape);
         m_readings->cores.clear();
         m_readings->history.clear();
-        const ItemPixels item(DrawingStage::drawn(section, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(section, m_readings, 20), 20);
         const double x = meterStart(section);
         const double bottom = style == "compact" ? 6 : 1.5;
         // The middle of the line crosses the corner's diagonal this far from the corner.
@@ -117,8 +117,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, shape);
         QFETCH(double, scale);
-        DrawingStage::set("meterShape", shape);
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, scale), scale);
+        DrawingFixture::set("meterShape", shape);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, scale), scale);
         const double x = meterStart(MonitorSection::cpu);
         for (int core = 0; core < 4; ++core) {
             const double left = x + 2 + core * 5.9;
@@ -133,7 +133,7 @@ private Q_SLOTS:
     void idleCoreStillShowsABarOfOneAndAHalf()
     {
         m_readings->cores = { 0, -1, 0.05, std::nan("") };
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         for (int core = 0; core < 4; ++core) {
             const double left = meterStart(MonitorSection::cpu) + 2 + core * 5.9;
             const QRectF bar = item.inked(QRectF(left - 0.3, 2.5, 5.5, 18), signalColour);
@@ -155,10 +155,10 @@ private Q_SLOTS:
     {
         QFETCH(int, cores);
         QFETCH(QByteArray, labels);
-        DrawingStage::set("meterLabelStyle", labels);
+        DrawingFixture::set("meterLabelStyle", labels);
         CoreTopology::useTiers({ { QStringLiteral("Level 0"), cores } });
         m_readings->cores = QList<double>(cores, 1.0);
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::cpu);
         const double width = cores * 4.9 + cores - 1 + 4;
         QVERIFY_NEAR(item.inked(QRectF(x - 2, 0, width + 4, 22)).right(), x + width + 0.4, 0.051);
@@ -174,7 +174,7 @@ private Q_SLOTS:
     void moreCoresThanTheFrameWasMadeForStopAtItsEdge()
     {
         m_readings->cores = QList<double>(40, 1.0);
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::cpu);
         const QRectF bars = item.inked(QRectF(x, 4, 40, 14), signalColour);
         QVERIFY_NEAR(bars.right(), x + 26.6 - 2, 0.05);
@@ -183,7 +183,7 @@ private Q_SLOTS:
     void fewerCoresThanTheFrameLeaveRoom()
     {
         m_readings->cores = { 1, 1 };
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::cpu);
         QVERIFY_NEAR(item.inked(QRectF(x, 4, 40, 14), signalColour).right(), x + 2 + 5.9 + 4.9, 0.05);
     }
@@ -203,10 +203,10 @@ private Q_SLOTS:
     {
         QFETCH(int, fastCores);
         QFETCH(int, firstFast);
-        DrawingStage::set("cpuFastCoreAccent", "indigo");
+        DrawingFixture::set("cpuFastCoreAccent", "indigo");
         m_readings->cores = { 1, 1, 1, 1 };
         m_readings->fastCores = fastCores;
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         for (int core = 0; core < 4; ++core) {
             const double middle = meterStart(MonitorSection::cpu) + 2 + core * 5.9 + 2.45;
             QCOMPARE(item.at(middle, 11), core >= firstFast ? indigoColour : signalColour);
@@ -223,12 +223,12 @@ private Q_SLOTS:
     void fastCoresWithoutAnAccentOfTheirOwnHaveTheFallback()
     {
         QFETCH(QByteArray, stored);
-        DrawingStage::set("cpuAccent", "indigo");
+        DrawingFixture::set("cpuAccent", "indigo");
         if (!stored.isEmpty())
-            DrawingStage::set("cpuFastCoreAccent", stored);
+            DrawingFixture::set("cpuFastCoreAccent", stored);
         m_readings->cores = { 1, 1, 1, 1 };
         m_readings->fastCores = 2;
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         for (int core = 0; core < 4; ++core) {
             const double middle = meterStart(MonitorSection::cpu) + 2 + core * 5.9 + 2.45;
             QCOMPARE(item.at(middle, 11), core >= 2 ? signalColour : indigoColour);
@@ -239,9 +239,9 @@ private Q_SLOTS:
     {
         m_readings->cores = { 1, 1, 1, 1 };
         const double left = meterStart(MonitorSection::cpu) + 2;
-        const ItemPixels pill(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
-        DrawingStage::set("meterShape", "square");
-        const ItemPixels square(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels pill(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        DrawingFixture::set("meterShape", "square");
+        const ItemPixels square(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         for (const double y : { 3.5 + 0.3, 20 - 0.3 }) {
             QCOMPARE(pill.at(left + 0.3, y).alpha(), 0);
             QCOMPARE(square.at(left + 0.3, y), signalColour);

@@ -1,7 +1,7 @@
 #include "Kestrum/MenuBar/ItemHeader.h"
 
 #include "Kestrum/Form/Theme.h"
-#include "KestrumShared/Drawing/HeadingBlue.h"
+#include "KestrumShared/Raster/HeadingBlue.h"
 #include "Platform/Desktop/SymbolImage.h"
 #include "tests/TestHome.h"
 

@@ -1,8 +1,8 @@
 // Items beside pictures of them that were looked at and found good. Where one differs, what was drawn and where it
 // differs are left in the build folder; with KESTRUM_WRITE_PICTURES set, the stored pictures are made anew.
 
-#include "KestrumShared/Drawing/SampleReadings.h"
-#include "tests/DrawingStage.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "tests/DrawingFixture.h"
 #include "tests/TestHome.h"
 
 #include <QRawFont>
@@ -71,19 +71,20 @@ private Q_SLOTS:
         QFETCH(int, scale);
         QFETCH(QByteArray, style);
         QFETCH(QByteArray, labels);
-        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
+        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
         if (const double edition = editionOf(QGuiApplication::font()); edition != editionOfThePictures)
             QSKIP(qPrintable(QStringLiteral("the pictures are of Inter %1, and here is Inter %2")
                                  .arg(editionOfThePictures)
                                  .arg(edition)));
-        DrawingStage::set("meterStyle", style);
-        DrawingStage::set("meterLabelStyle", labels);
-        DrawingStage::set("cpuFastCoreAccent", "indigo");
-        DrawingStage::set("temperatureUnit", "celsius");
+        DrawingFixture::set("meterStyle", style);
+        DrawingFixture::set("meterLabelStyle", labels);
+        DrawingFixture::set("cpuFastCoreAccent", "indigo");
+        DrawingFixture::set("temperatureUnit", "celsius");
         const QList<CoreTier> tiers { { QStringLiteral("P"), 4 }, { QStringLiteral("E"), 4 } };
         CoreTopology::useTiers(tiers);
 
-        QImage item = DrawingStage::drawn(section, std::make_shared<SampleReadings>(tiers, 8), scale, scheme);
+        QImage item
+            = DrawingFixture::drawn(section, std::make_shared<SampleReadings>(tiers, 8), scale, scheme);
         item.setDevicePixelRatio(1);
         QImage drawn(item.size(), QImage::Format_RGB32);
         drawn.fill(scheme == ColourScheme::dark ? QColor(0x2B, 0x2C, 0x30) : QColor(Qt::white));

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/DrawingStage.h"
+#include "tests/DrawingFixture.h"
 
 #include <QColor>
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "tests/DrawingStage.h"
+#include "tests/DrawingFixture.h"
 #include "tests/TestHome.h"
 
 #include <QTest>
@@ -61,7 +61,7 @@ const Row rows[] = {
 class ItemWidthTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void init() { QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont); }
+    void init() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
     void widthsFollowTheTable_data()
     {
@@ -74,10 +74,10 @@ private Q_SLOTS:
         QFETCH(int, row);
         const Row& wanted = rows[row];
         if (wanted.key)
-            DrawingStage::set(wanted.key, wanted.value);
+            DrawingFixture::set(wanted.key, wanted.value);
         const double icon = StatusMetricView::iconSize(wanted.section).width();
         QCOMPARE(StatusMetricView::itemWidth(wanted.section), icon + wanted.withIcons);
-        DrawingStage::set("meterLabelStyle", "letters");
+        DrawingFixture::set("meterLabelStyle", "letters");
         // After its letters the sensors item shows its symbol too, which has a gap of its own.
         const double symbol = wanted.section == sensors ? 3 + icon : 0;
         QCOMPARE(StatusMetricView::itemWidth(wanted.section), 6 + symbol + wanted.withLetters);
@@ -101,7 +101,7 @@ private Q_SLOTS:
             QCOMPARE(StatusMetricView::itemWidth(section), base + (shows ? 38 : 0));
         }
         // The others have their own fall-backs.
-        DrawingStage::set("cpuReadout", "?");
+        DrawingFixture::set("cpuReadout", "?");
         QCOMPARE(StatusMetricView::cpuReadoutWidth(), 32.0);
     }
 
@@ -128,14 +128,14 @@ private Q_SLOTS:
     void labelAndGapFollowTheLabelStyle()
     {
         for (const auto& section : allCases<MonitorSection>()) {
-            DrawingStage::set("meterLabelStyle", "icons");
+            DrawingFixture::set("meterLabelStyle", "icons");
             QCOMPARE(StatusMetricView::labelWidth(section.value),
                 StatusMetricView::iconSize(section.value).width());
             QCOMPARE(StatusMetricView::meterSideGap(section.value), 5.0);
-            DrawingStage::set("meterLabelStyle", "letters");
+            DrawingFixture::set("meterLabelStyle", "letters");
             QCOMPARE(StatusMetricView::labelWidth(section.value), 6.0);
             QCOMPARE(StatusMetricView::meterSideGap(section.value), 3.0);
-            DrawingStage::set("meterLabelStyle", "Letters");
+            DrawingFixture::set("meterLabelStyle", "Letters");
             QCOMPARE(StatusMetricView::meterSideGap(section.value), 5.0);
         }
     }

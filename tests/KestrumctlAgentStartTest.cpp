@@ -1,4 +1,4 @@
-#include "tests/KestrumctlAgentStage.h"
+#include "tests/KestrumctlAgentFixture.h"
 #include "tests/OwnProcesses.h"
 #include "tests/SystemCallFilter.h"
 #include "tests/TestHome.h"
@@ -17,7 +17,7 @@ constexpr char noFilter[] = "this kernel does not let a process give up calls of
 } // namespace
 
 /// Switching the agent on from the command line.
-class KestrumctlAgentStartTest : public QObject, KestrumctlAgentStage {
+class KestrumctlAgentStartTest : public QObject, KestrumctlAgentFixture {
     Q_OBJECT
 
 private Q_SLOTS:

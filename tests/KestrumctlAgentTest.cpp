@@ -1,5 +1,5 @@
 #include "KestrumShared/Settings/SignalListener.h"
-#include "tests/KestrumctlAgentStage.h"
+#include "tests/KestrumctlAgentFixture.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
 
@@ -11,7 +11,7 @@
 
 using namespace kestrum;
 
-class KestrumctlAgentTest : public QObject, KestrumctlAgentStage {
+class KestrumctlAgentTest : public QObject, KestrumctlAgentFixture {
     Q_OBJECT
 
 private Q_SLOTS:

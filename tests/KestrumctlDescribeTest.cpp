@@ -1,4 +1,4 @@
-#include "KestrumShared/Drawing/SampleReadings.h"
+#include "KestrumShared/Items/SampleReadings.h"
 #include "tests/DescribedStrip.h"
 #include "tests/FileTree.h"
 #include "tests/TestHome.h"

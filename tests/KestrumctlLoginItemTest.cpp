@@ -1,5 +1,5 @@
 #include "tests/Kestrumctl.h"
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -18,24 +18,24 @@ private Q_SLOTS:
         QVERIFY(QFile::copy(Kestrumctl::path(), copy));
         QVERIFY(QFile::setPermissions(
             copy, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
-        m_stage = std::make_unique<LoginItemStage>();
+        m_fixture = std::make_unique<LoginItemFixture>();
         // It acts on the bundle that it is in.
-        const QString folder = m_stage->bundlePath() + QStringLiteral("/Contents/MacOS");
+        const QString folder = m_fixture->bundlePath() + QStringLiteral("/Contents/MacOS");
         QVERIFY(QDir().mkpath(folder));
         m_program = folder + QStringLiteral("/kestrumctl");
         QVERIFY(QFile::copy(copy, m_program));
     }
-    void init() { LoginItemStage::clear(); }
-    void cleanupTestCase() { m_stage.reset(); }
+    void init() { LoginItemFixture::clear(); }
+    void cleanupTestCase() { m_fixture.reset(); }
 
     void statusPrintsTheStatesName()
     {
         verify("status", "notRegistered\n");
         verify("on", "");
         verify("status", "enabled\n");
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "Hidden=true\n");
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         verify("status", "requiresApproval\n");
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "TryExec=/nowhere\n");
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "TryExec=/nowhere\n");
         verify("status", "notFound\n");
         verify("on", "");
         verify("status", "enabled\n");
@@ -53,18 +53,18 @@ private Q_SLOTS:
     void theEntryTellsTheAgentThatItIsALogin()
     {
         verify("on", "");
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("/KestrumAgent\" --login\n"));
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("/KestrumAgent\" --login\n"));
     }
 
     void switchingOnAgainKeepsForeignKeys()
     {
         verify("on", "");
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "X-Mine=1\nHidden=true\n");
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "X-Mine=1\nHidden=true\n");
         verify("on", "");
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=1\n"));
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
         verify("off", "");
         verify("on", "");
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=1\n"));
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
     }
 
     void suppressedItSaysWhy()
@@ -81,17 +81,17 @@ private Q_SLOTS:
             }
             QCOMPARE(run("status", { { variable, QStringLiteral("true") } }).code, 0);
         }
-        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+        QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
 
     void aFailureNamesTheThingAndTheReason()
     {
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         const auto result = run("on");
         QCOMPARE(result.code, 1);
         QVERIFY2(
-            result.errors.contains(QFile::encodeName(LoginItemStage::folder())), result.errors.constData());
+            result.errors.contains(QFile::encodeName(LoginItemFixture::folder())), result.errors.constData());
         QVERIFY2(result.errors.contains(qt_error_string(EACCES).toUtf8()), result.errors.constData());
     }
 
@@ -109,10 +109,10 @@ private Q_SLOTS:
 
     void aCopyWithoutAnAgentSaysSo()
     {
-        const QString away = m_stage->agentBundle() + QStringLiteral("-away");
-        QVERIFY(QFile::rename(m_stage->agentBundle(), away));
+        const QString away = m_fixture->agentBundle() + QStringLiteral("-away");
+        QVERIFY(QFile::rename(m_fixture->agentBundle(), away));
         const auto result = run("on");
-        QVERIFY(QFile::rename(away, m_stage->agentBundle()));
+        QVERIFY(QFile::rename(away, m_fixture->agentBundle()));
         QCOMPARE(result.code, 1);
         QVERIFY2(result.errors.contains("This copy of Kestrum is incomplete."), result.errors.constData());
     }
@@ -134,7 +134,7 @@ private Q_SLOTS:
         QCOMPARE(::seteuid(65534), 0);
         QCOMPARE(result.code, 1);
         QVERIFY2(result.errors.contains("No login item is registered for root."), result.errors.constData());
-        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+        QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
 
 private:
@@ -156,7 +156,7 @@ private:
         QCOMPARE(result.code, 0);
     }
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
     QString m_program;
 };
 

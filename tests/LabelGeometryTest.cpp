@@ -1,8 +1,8 @@
 // The labels and the readouts of items, measured in the drawn pixels.
 
-#include "KestrumShared/Drawing/ItemFonts.h"
-#include "KestrumShared/Drawing/ItemSprites.h"
-#include "KestrumShared/Drawing/PixelPainter.h"
+#include "KestrumShared/Items/ItemFonts.h"
+#include "KestrumShared/Items/ItemSprites.h"
+#include "KestrumShared/Raster/PixelPainter.h"
 #include "Platform/Desktop/SymbolImage.h"
 #include "tests/ItemPixels.h"
 #include "tests/TestHome.h"
@@ -24,8 +24,8 @@ class LabelGeometryTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
-        DrawingStage::turnReadoutsOff();
+        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
+        DrawingFixture::turnReadoutsOff();
         m_readings = std::make_shared<FakeReadings>();
     }
 
@@ -38,13 +38,13 @@ private Q_SLOTS:
     void lettersAreStackedAroundTheMiddle()
     {
         QFETCH(double, scale);
-        DrawingStage::set("meterLabelStyle", "letters");
+        DrawingFixture::set("meterLabelStyle", "letters");
         const ItemFonts& fonts = ItemFonts::current();
         const QFontMetricsF metrics(fonts.letters());
         QVERIFY_NEAR(fonts.letterHeight(), 6.2 * QFontMetricsF(fonts.letters()).height() / 62, 0.001);
         const double baseOfBox = metrics.descent() * ItemFonts::letterScale - fonts.letterHeight() / 2;
         const double capHeight = metrics.capHeight() * ItemFonts::letterScale;
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::memory, m_readings, scale), scale);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::memory, m_readings, scale), scale);
         // "RAM": flat letters, so that their ink is as high as capitals are.
         for (int i = 0; i < 3; ++i) {
             const double middle = 11 + (1 - i) * 5.5;
@@ -70,11 +70,11 @@ private Q_SLOTS:
     {
         QFETCH(double, scale);
         QFETCH(int, distance);
-        DrawingStage::set("meterLabelStyle", "letters");
+        DrawingFixture::set("meterLabelStyle", "letters");
         for (const QPointF& topLeft : { QPointF(0, 0), QPointF(0, 2.3) }) {
             for (const auto& section : allCases<MonitorSection>()) {
                 const QImage item
-                    = DrawingStage::drawn(section.value, m_readings, scale, ColourScheme::light, topLeft);
+                    = DrawingFixture::drawn(section.value, m_readings, scale, ColourScheme::light, topLeft);
                 const QList<int> feet = feetOfLetters(item, int(7 * scale));
                 // One row without ink at least is between two letters.
                 QCOMPARE(feet.size(), 3);
@@ -100,8 +100,8 @@ private Q_SLOTS:
     {
         QFETCH(MonitorSection, section);
         QFETCH(QString, letters);
-        DrawingStage::set("meterLabelStyle", "letters");
-        const QImage item = DrawingStage::drawn(section, m_readings, 20);
+        DrawingFixture::set("meterLabelStyle", "letters");
+        const QImage item = DrawingFixture::drawn(section, m_readings, 20);
         // The same by other means: ten times 6.2 pixels, semibold, at twice the scale.
         QImage wanted(item.size(), item.format());
         wanted.fill(Qt::transparent);
@@ -151,7 +151,7 @@ private Q_SLOTS:
                 QImage symbol = SymbolImage::image(name, 12, colour, scale);
                 symbol.setDevicePixelRatio(1);
                 // 14 points high, so it begins 4 points from the top.
-                QImage label = DrawingStage::drawn(section, m_readings, scale, scheme)
+                QImage label = DrawingFixture::drawn(section, m_readings, scale, scheme)
                                    .copy(QRect(QPoint(int(scale), int(4 * scale)), symbol.size()));
                 label.setDevicePixelRatio(1);
                 QCOMPARE(label, symbol);
@@ -179,11 +179,11 @@ private Q_SLOTS:
 
     void lettersFollowTheApplicationsFont()
     {
-        DrawingStage::set("meterLabelStyle", "letters");
+        DrawingFixture::set("meterLabelStyle", "letters");
         const QFont inter = QGuiApplication::font();
         const auto drawn = [this](bool keepsPictures) {
             PixelPainter::setKeepsPictures(keepsPictures);
-            const QImage item = DrawingStage::drawn(MonitorSection::sensors, m_readings, 4);
+            const QImage item = DrawingFixture::drawn(MonitorSection::sensors, m_readings, 4);
             PixelPainter::setKeepsPictures(true);
             return item;
         };
@@ -215,7 +215,7 @@ private Q_SLOTS:
 
     void iconIsCentred()
     {
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const QRectF icon = item.inked(QRectF(0, 0, 15, 22));
         QVERIFY_NEAR(icon.center().y(), 11, 0.06);
         QVERIFY_NEAR(
@@ -224,11 +224,11 @@ private Q_SLOTS:
 
     void sensorsWithLettersShowTheSymbolAfterThem()
     {
-        DrawingStage::set("sensorsReadout", "fan");
+        DrawingFixture::set("sensorsReadout", "fan");
         const double icon = StatusMetricView::iconSize(MonitorSection::sensors).width();
-        const ItemPixels plain(DrawingStage::drawn(MonitorSection::sensors, m_readings, 20), 20);
-        DrawingStage::set("meterLabelStyle", "letters");
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::sensors, m_readings, 20), 20);
+        const ItemPixels plain(DrawingFixture::drawn(MonitorSection::sensors, m_readings, 20), 20);
+        DrawingFixture::set("meterLabelStyle", "letters");
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::sensors, m_readings, 20), 20);
         const QRectF alone = plain.inked(QRectF(0, 0, 1 + icon, 22));
         const QRectF second = item.inked(QRectF(10, 0, icon, 22));
         QVERIFY_NEAR(second.left() - 10, alone.left() - 1, 0.051);
@@ -248,14 +248,14 @@ private Q_SLOTS:
     void readoutStandsOnItsBaseLine()
     {
         QFETCH(double, scale);
-        DrawingStage::set("storageReadout", "usage");
+        DrawingFixture::set("storageReadout", "usage");
         m_readings->storage = 0.22;
         QFont font(QStringLiteral("Inter"));
         font.setPixelSize(11);
         font.setWeight(QFont::Medium);
         const QFontMetricsF metrics(font);
         QVERIFY_NEAR(StatusMetricView::readoutLineHeight(), metrics.height(), 0.001);
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::storage, m_readings, scale), scale);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::storage, m_readings, scale), scale);
         const double x = meterStart(MonitorSection::storage) + 8 + 5;
         // The two digits have flat feet.
         const QRectF digits = item.inked(QRectF(x, 0, 13, 22), textColour);
@@ -291,9 +291,9 @@ private Q_SLOTS:
         QFETCH(MonitorSection, section);
         QFETCH(QByteArray, style);
         QFETCH(double, meter);
-        DrawingStage::set("meterStyle", style);
+        DrawingFixture::set("meterStyle", style);
         for (const char* key : { "cpuReadout", "memoryReadout", "storageReadout" })
-            DrawingStage::set(key, "usage");
+            DrawingFixture::set(key, "usage");
         // The text alone, at a known place: the font leaves a little room before a digit's ink.
         QImage alone(60 * 20, 22 * 20, QImage::Format_ARGB32_Premultiplied);
         alone.fill(Qt::transparent);
@@ -304,8 +304,8 @@ private Q_SLOTS:
         painter.end();
         const QRectF wanted = ItemPixels(alone, 20).inked(QRectF(0, 0, 60, 22), textColour);
         for (const char* labels : { "icons", "letters" }) {
-            DrawingStage::set("meterLabelStyle", labels);
-            const ItemPixels item(DrawingStage::drawn(section, m_readings, 20), 20);
+            DrawingFixture::set("meterLabelStyle", labels);
+            const ItemPixels item(DrawingFixture::drawn(section, m_readings, 20), 20);
             const double end = meterStart(section) + meter;
             const double gap = StatusMetricView::meterSideGap(section);
             const QRectF text = item.inked(QRectF(end + 0.6, 0, 40, 22), textColour);
@@ -316,11 +316,11 @@ private Q_SLOTS:
 
     void digitsDoNotJitter()
     {
-        DrawingStage::set("storageReadout", "usage");
+        DrawingFixture::set("storageReadout", "usage");
         double end = 0;
         for (const double fraction : { 0.11, 0.18, 0.40, 0.99 }) {
             m_readings->storage = fraction;
-            const ItemPixels item(DrawingStage::drawn(MonitorSection::storage, m_readings, 20), 20);
+            const ItemPixels item(DrawingFixture::drawn(MonitorSection::storage, m_readings, 20), 20);
             const double right
                 = item.inked(QRectF(meterStart(MonitorSection::storage) + 10, 0, 40, 22)).right();
             if (end > 0)
@@ -331,11 +331,11 @@ private Q_SLOTS:
 
     void labelsAreLightOnDarkGround()
     {
-        DrawingStage::set("storageReadout", "usage");
+        DrawingFixture::set("storageReadout", "usage");
         for (const char* labels : { "icons", "letters" }) {
-            DrawingStage::set("meterLabelStyle", labels);
+            DrawingFixture::set("meterLabelStyle", labels);
             const ItemPixels item(
-                DrawingStage::drawn(MonitorSection::storage, m_readings, 20, ColourScheme::dark), 20);
+                DrawingFixture::drawn(MonitorSection::storage, m_readings, 20, ColourScheme::dark), 20);
             QVERIFY(!item.inked(QRectF(0, 0, 16, 22), QColor(0xF2, 0xF2, 0xF4)).isNull());
             QVERIFY(item.inked(QRectF(0, 0, 80, 22), textColour).isNull());
         }

@@ -7,7 +7,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/FreshSettings.h"
 #include "tests/HeardEvents.h"
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QAccessible>
 #include <QApplication>
@@ -65,20 +65,20 @@ private Q_SLOTS:
     {
         QApplication::setStyle(QStringLiteral("fusion"));
         SystemAppearance::shared().setScheme(ColourScheme::light);
-        m_stage = std::make_unique<LoginItemStage>();
+        m_fixture = std::make_unique<LoginItemFixture>();
         registerFactoryDefaults();
     }
     void init()
     {
-        LoginItemStage::clear();
+        LoginItemFixture::clear();
         forgetSettings();
     }
-    void cleanupTestCase() { m_stage.reset(); }
+    void cleanupTestCase() { m_fixture.reset(); }
 
     // The first one: what is known stays known as long as the process lives.
     void untilTheStateIsKnownTheSwitchKeepsItsRoomUnseen()
     {
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         Shown shown;
         shown.window.show();
         QVERIFY(!shown.toggle->isVisible());
@@ -93,7 +93,7 @@ private Q_SLOTS:
 
     void aSecondSectionShowsTheKnownStateAtOnce()
     {
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         Shown first;
         first.show();
         QTRY_VERIFY(first.toggle->isChecked());
@@ -110,7 +110,7 @@ private Q_SLOTS:
         before.show();
         QTest::qWait(50);
         QTRY_VERIFY(!before.toggle->isChecked());
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         auto* section = new LaunchAtLoginSection;
         before.window.layout()->addWidget(section);
         QTRY_VERIFY(section->findChild<Switch*>()->isChecked());
@@ -134,8 +134,8 @@ private Q_SLOTS:
         QFETCH(const bool, isOn);
         QFETCH(const bool, needsApproval);
         if (!line.isEmpty()) {
-            QVERIFY(!m_stage->service().registerItem());
-            write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + line + '\n');
+            QVERIFY(!m_fixture->service().registerItem());
+            write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + line + '\n');
         }
         Shown shown;
         shown.show();
@@ -148,8 +148,8 @@ private Q_SLOTS:
 
     void approvalIsAskedForWithTheWayToTheSettings()
     {
-        QVERIFY(!m_stage->service().registerItem());
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "Hidden=true\n");
+        QVERIFY(!m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         Shown shown;
         shown.show();
         QTRY_VERIFY(shown.needsApproval());
@@ -160,20 +160,20 @@ private Q_SLOTS:
 
         const FileTree programs;
         const QString settings = programs.path(QStringLiteral("xfce4-session-settings"));
-        LoginItemStage::makeProgram(settings);
+        LoginItemFixture::makeProgram(settings);
         const QByteArray path = qgetenv("PATH");
         qputenv("PATH", QFile::encodeName(programs.root()) + ":/bin:/usr/bin");
         qputenv("XDG_CURRENT_DESKTOP", "Own:XFCE");
         QTest::mouseClick(shown.button, Qt::LeftButton);
         qputenv("PATH", path);
         qunsetenv("XDG_CURRENT_DESKTOP");
-        QTRY_COMPARE(contentOf(LoginItemStage::startedFile()), QFile::encodeName(settings));
+        QTRY_COMPARE(contentOf(LoginItemFixture::startedFile()), QFile::encodeName(settings));
     }
 
     void itsRowsStandBelowTheHeadingInTheirOrder()
     {
-        QVERIFY(!m_stage->service().registerItem());
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "Hidden=true\n");
+        QVERIFY(!m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         Shown shown;
         shown.show();
         QTRY_VERIFY(shown.needsApproval());
@@ -201,8 +201,8 @@ private Q_SLOTS:
         Shown shown;
         shown.show();
         QTest::qWait(50);
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         const HeardEvents ears;
         shown.toggle->click();
         QTRY_VERIFY(!shown.status().isEmpty());
@@ -225,11 +225,11 @@ private Q_SLOTS:
         QTRY_VERIFY(!shown.toggle->isChecked());
         QTest::mouseClick(shown.toggle, Qt::LeftButton);
         QVERIFY(shown.toggle->isChecked());
-        QTRY_COMPARE(m_stage->service().status(), Status::enabled);
+        QTRY_COMPARE(m_fixture->service().status(), Status::enabled);
         QTest::qWait(50);
         QVERIFY(shown.toggle->isChecked());
         QTest::keyClick(shown.toggle, Qt::Key_Space);
-        QTRY_COMPARE(m_stage->service().status(), Status::notRegistered);
+        QTRY_COMPARE(m_fixture->service().status(), Status::notRegistered);
         QTest::qWait(50);
         QVERIFY(!shown.toggle->isChecked());
     }
@@ -243,7 +243,7 @@ private Q_SLOTS:
         QAccessible::queryAccessibleInterface(shown.toggle)
             ->actionInterface()
             ->doAction(QAccessibleActionInterface::toggleAction());
-        QTRY_COMPARE(m_stage->service().status(), Status::enabled);
+        QTRY_COMPARE(m_fixture->service().status(), Status::enabled);
     }
 
     void theSwitchDoesNotSlideHere()
@@ -264,8 +264,8 @@ private Q_SLOTS:
         Shown shown;
         shown.show();
         QTest::qWait(50);
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         shown.toggle->click();
         QVERIFY(shown.toggle->isChecked());
         QTRY_COMPARE(shown.status(), QStringLiteral("Kestrum is not allowed to run in the background."));
@@ -303,7 +303,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, variable);
         QFETCH(const QString, bundle);
         QFETCH(const QString, message);
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         const Bundle before = Bundle::main();
         if (!bundle.isEmpty())
             Bundle::setMain(Bundle(bundle));
@@ -323,7 +323,7 @@ private Q_SLOTS:
         Bundle::setMain(before);
         if (!variable.isEmpty())
             qunsetenv(variable.constData());
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
     }
 
     void aBlockThatCameMeanwhileTurnsTheSwitchBack()
@@ -336,12 +336,12 @@ private Q_SLOTS:
         qunsetenv("KESTRUM_NO_LOGIN_ITEM");
         QVERIFY(!shown.toggle->isChecked());
         QVERIFY(!shown.toggle->isEnabled());
-        QVERIFY(!QFile::exists(LoginItemStage::entry()));
+        QVERIFY(!QFile::exists(LoginItemFixture::entry()));
     }
 
     void theStateIsReadAgainWhenTheWindowBecomesActive()
     {
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         Shown shown;
         shown.show();
         QTRY_VERIFY(shown.toggle->isChecked());
@@ -350,7 +350,7 @@ private Q_SLOTS:
         other.show();
         other.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&other));
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "Hidden=true\n");
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         QTest::qWait(100);
         QVERIFY(!shown.needsApproval());
         shown.window.activateWindow();
@@ -369,7 +369,7 @@ private:
         QVERIFY(QTest::qWaitForWindowActive(&shown.window));
     }
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QApplication, LaunchAtLoginSectionTest)

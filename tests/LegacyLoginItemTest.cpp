@@ -1,7 +1,7 @@
 #include "Kestrum/Agent/LoginItemManager.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/FreshSettings.h"
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -15,26 +15,26 @@ class LegacyLoginItemTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        m_stage = std::make_unique<LoginItemStage>();
+        m_fixture = std::make_unique<LoginItemFixture>();
         registerFactoryDefaults();
     }
     void init()
     {
-        LoginItemStage::clear();
+        LoginItemFixture::clear();
         forgetSettings();
         write(legacy(), "[Desktop Entry]\nType=Application\nName=Kestrum\nExec=Kestrum\n");
     }
-    void cleanupTestCase() { m_stage.reset(); }
+    void cleanupTestCase() { m_fixture.reset(); }
 
     void itIsRemovedOnceAndNeverAgain()
     {
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         LoginItemManager::unregisterLegacyMainAppOnce();
         QTRY_VERIFY(!QFile::exists(legacy()));
         QTRY_VERIFY(isDone());
         // The agent's stays.
-        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files),
-            QStringList { QFileInfo(LoginItemStage::entry()).fileName() });
+        QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files),
+            QStringList { QFileInfo(LoginItemFixture::entry()).fileName() });
         write(legacy(), "[Desktop Entry]\nmade anew by hand\n");
         LoginItemManager::unregisterLegacyMainAppOnce();
         QTest::qWait(100);
@@ -43,15 +43,15 @@ private Q_SLOTS:
 
     void withoutOneItIsDoneAsWell()
     {
-        LoginItemStage::clear();
+        LoginItemFixture::clear();
         LoginItemManager::unregisterLegacyMainAppOnce();
         QTRY_VERIFY(isDone());
-        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+        QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
 
     void oneForTheWholeSystemIsNotCovered()
     {
-        LoginItemStage::clear();
+        LoginItemFixture::clear();
         const QString system = QString::fromUtf8(qgetenv("XDG_CONFIG_DIRS")) + QStringLiteral("/autostart");
         QVERIFY(QDir().mkpath(system));
         write(system + QStringLiteral("/com.orvale.kestrum.desktop"),
@@ -78,7 +78,7 @@ private Q_SLOTS:
 
     void aFailureIsSilentAndNotTriedAgain()
     {
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         QTest::failOnWarning(QRegularExpression(QStringLiteral(".")));
         LoginItemManager::unregisterLegacyMainAppOnce();
         QTRY_VERIFY(isDone());
@@ -88,11 +88,11 @@ private Q_SLOTS:
 private:
     static QString legacy()
     {
-        return LoginItemStage::folder() + QStringLiteral("/com.orvale.kestrum.desktop");
+        return LoginItemFixture::folder() + QStringLiteral("/com.orvale.kestrum.desktop");
     }
     static bool isDone() { return Setting { Keys::didUnregisterLegacyLoginItem }.value(); }
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LegacyLoginItemTest)

@@ -1,6 +1,6 @@
 #include "Platform/LoginItem/LoginItemService.h"
 
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -14,28 +14,28 @@ class LoginItemDesktopTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_stage = std::make_unique<LoginItemStage>(); }
+    void initTestCase() { m_fixture = std::make_unique<LoginItemFixture>(); }
     void init()
     {
-        LoginItemStage::clear();
+        LoginItemFixture::clear();
         QDir(systemFolder()).removeRecursively();
         qputenv("XDG_CURRENT_DESKTOP", "ubuntu:GNOME");
     }
     void cleanupTestCase()
     {
         qunsetenv("XDG_CURRENT_DESKTOP");
-        m_stage.reset();
+        m_fixture.reset();
     }
 
     void onlyAnEntryThatStartsTheAgentIsEnabled_data()
     {
         QTest::addColumn<QByteArray>("command");
         QTest::addColumn<Status>("status");
-        const QByteArray agent = QFile::encodeName(m_stage->agentProgram());
-        const QString other = m_stage->bundlePath() + QStringLiteral("/../elsewhere/Kestrum.app");
-        LoginItemStage::makeProgram(StandIns::agentOf(other));
-        const QString link = m_stage->bundlePath() + QStringLiteral("/../link");
-        QVERIFY(QFile::link(m_stage->agentProgram(), link));
+        const QByteArray agent = QFile::encodeName(m_fixture->agentProgram());
+        const QString other = m_fixture->bundlePath() + QStringLiteral("/../elsewhere/Kestrum.app");
+        LoginItemFixture::makeProgram(StandIns::agentOf(other));
+        const QString link = m_fixture->bundlePath() + QStringLiteral("/../link");
+        QVERIFY(QFile::link(m_fixture->agentProgram(), link));
         QTest::newRow("the agent") << '"' + agent + '"' << Status::enabled;
         QTest::newRow("with an argument") << '"' + agent + "\" --argument" << Status::enabled;
         QTest::newRow("by way of a shell") << "sh -c \"sleep 5; exec " + agent + '"' << Status::enabled;
@@ -51,8 +51,8 @@ private Q_SLOTS:
     {
         QFETCH(const QByteArray, command);
         QFETCH(const Status, status);
-        write(LoginItemStage::entry(), entry("Exec=" + command + '\n'));
-        QCOMPARE(m_stage->service().status(), status);
+        write(LoginItemFixture::entry(), entry("Exec=" + command + '\n'));
+        QCOMPARE(m_fixture->service().status(), status);
     }
 
     void anEntryThatThisDesktopSkipsIsNotEnabled_data()
@@ -86,23 +86,23 @@ private Q_SLOTS:
         QFETCH(const bool, isStarted);
         QFETCH(const QByteArray, linesAfter);
         qputenv("XDG_CURRENT_DESKTOP", desktops);
-        write(LoginItemStage::entry(), entry(exec() + lines));
-        QCOMPARE(m_stage->service().status(), isStarted ? Status::enabled : Status::notFound);
+        write(LoginItemFixture::entry(), entry(exec() + lines));
+        QCOMPARE(m_fixture->service().status(), isStarted ? Status::enabled : Status::notFound);
         // Switched on, it is started here too, and elsewhere as it was.
-        (void)m_stage->service().registerItem();
-        QCOMPARE(m_stage->service().status(), Status::enabled);
-        const QByteArray after = contentOf(LoginItemStage::entry());
+        (void)m_fixture->service().registerItem();
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
+        const QByteArray after = contentOf(LoginItemFixture::entry());
         QVERIFY2(after.contains('\n' + linesAfter), after.constData());
     }
 
     void anEntryForTheWholeSystemIsSeen()
     {
         write(systemEntry(), entry(exec()));
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
         write(systemEntry(), entry("Exec=/bin/true\n"));
-        QCOMPARE(m_stage->service().status(), Status::notFound);
+        QCOMPARE(m_fixture->service().status(), Status::notFound);
         write(systemEntry(), entry(exec() + "Hidden=true\n"));
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
     }
 
     void ofSeveralTheFirstFolderCounts()
@@ -113,9 +113,9 @@ private Q_SLOTS:
         qputenv("XDG_CONFIG_DIRS", "relative::" + QFile::encodeName(first) + ':' + before);
         write(first + QStringLiteral("/autostart/com.orvale.kestrum.agent.desktop"),
             entry(exec() + "NotShowIn=GNOME;\n"));
-        const Status status = m_stage->service().status();
+        const Status status = m_fixture->service().status();
         QVERIFY(QDir(first).removeRecursively());
-        const Status next = m_stage->service().status();
+        const Status next = m_fixture->service().status();
         qputenv("XDG_CONFIG_DIRS", before);
         QCOMPARE(status, Status::notFound);
         QCOMPARE(next, Status::enabled);
@@ -124,62 +124,62 @@ private Q_SLOTS:
     void theUsersOwnEntryCountsMore()
     {
         write(systemEntry(), entry(exec()));
-        write(LoginItemStage::entry(), entry(exec() + "Hidden=true\n"));
-        QCOMPARE(m_stage->service().status(), Status::requiresApproval);
-        write(LoginItemStage::entry(), entry("Exec=/bin/true\n"));
-        QCOMPARE(m_stage->service().status(), Status::notFound);
+        write(LoginItemFixture::entry(), entry(exec() + "Hidden=true\n"));
+        QCOMPARE(m_fixture->service().status(), Status::requiresApproval);
+        write(LoginItemFixture::entry(), entry("Exec=/bin/true\n"));
+        QCOMPARE(m_fixture->service().status(), Status::notFound);
     }
 
     void anEntryForTheWholeSystemIsSwitchedOffAndOn()
     {
         write(systemEntry(), entry(exec()));
-        QVERIFY(!m_stage->service().unregister());
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("\nHidden=true\n"));
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("\nX-GNOME-Autostart-enabled=false\n"));
-        QCOMPARE(m_stage->service().unregister()->code, 6);
+        QVERIFY(!m_fixture->service().unregister());
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("\nHidden=true\n"));
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("\nX-GNOME-Autostart-enabled=false\n"));
+        QCOMPARE(m_fixture->service().unregister()->code, 6);
         // The desktop's own settings may switch it on again too.
-        const QByteArray text = contentOf(LoginItemStage::entry());
-        write(LoginItemStage::entry(),
+        const QByteArray text = contentOf(LoginItemFixture::entry());
+        write(LoginItemFixture::entry(),
             QByteArray(text).replace("Hidden=true", "Hidden=false").replace("enabled=false", "enabled=true"));
-        QCOMPARE(m_stage->service().status(), Status::enabled);
-        QVERIFY(!m_stage->service().unregister());
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
-        QVERIFY(!m_stage->service().registerItem());
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
+        QVERIFY(!m_fixture->service().unregister());
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
+        QVERIFY(!m_fixture->service().registerItem());
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
         // What the desktop's settings switch off then is theirs.
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "Hidden=true\n");
-        QCOMPARE(m_stage->service().status(), Status::requiresApproval);
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
+        QCOMPARE(m_fixture->service().status(), Status::requiresApproval);
     }
 
     void switchedOffThereTheUsersOwnKeysStay()
     {
         write(systemEntry(), entry(exec()));
-        write(LoginItemStage::entry(), entry(exec() + "X-Mine=1\n"));
-        QVERIFY(!m_stage->service().unregister());
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=1\n"));
-        QVERIFY(!m_stage->service().registerItem());
-        QCOMPARE(m_stage->service().status(), Status::enabled);
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=1\n"));
+        write(LoginItemFixture::entry(), entry(exec() + "X-Mine=1\n"));
+        QVERIFY(!m_fixture->service().unregister());
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
+        QVERIFY(!m_fixture->service().registerItem());
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
     }
 
     void onceThePackageIsGoneNothingIsLeftOfIt()
     {
         write(systemEntry(), entry(exec()));
-        QVERIFY(!m_stage->service().unregister());
+        QVERIFY(!m_fixture->service().unregister());
         QVERIFY(QFile::remove(systemEntry()));
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
-        (void)m_stage->service().unregister();
-        QVERIFY(!QFile::exists(LoginItemStage::entry()));
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
+        (void)m_fixture->service().unregister();
+        QVERIFY(!QFile::exists(LoginItemFixture::entry()));
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
     }
 
     void anEntryOfTheSystemThatStartsNothingOfOursIsLeftAlone()
     {
         write(systemEntry(), entry("Exec=/bin/true\n"));
-        QCOMPARE(m_stage->service().unregister()->code, 6);
-        QVERIFY(!QFile::exists(LoginItemStage::entry()));
+        QCOMPARE(m_fixture->service().unregister()->code, 6);
+        QVERIFY(!QFile::exists(LoginItemFixture::entry()));
     }
 
     void rootSwitchesOffNothingForOthers()
@@ -188,11 +188,11 @@ private Q_SLOTS:
             QSKIP("only root can be root");
         write(systemEntry(), entry(exec()));
         QCOMPARE(::seteuid(0), 0);
-        const auto error = m_stage->service().unregister();
+        const auto error = m_fixture->service().unregister();
         QCOMPARE(::seteuid(65534), 0);
         QVERIFY(error);
         QCOMPARE(error->code, -EPERM);
-        QVERIFY(!QFile::exists(LoginItemStage::entry()));
+        QVERIFY(!QFile::exists(LoginItemFixture::entry()));
     }
 
 private:
@@ -208,9 +208,9 @@ private:
     {
         return "[Desktop Entry]\nType=Application\nName=Kestrum\n" + lines;
     }
-    QByteArray exec() const { return "Exec=\"" + QFile::encodeName(m_stage->agentProgram()) + "\"\n"; }
+    QByteArray exec() const { return "Exec=\"" + QFile::encodeName(m_fixture->agentProgram()) + "\"\n"; }
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemDesktopTest)

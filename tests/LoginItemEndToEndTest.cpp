@@ -46,7 +46,7 @@ class LoginItemEndToEndTest : public DesktopTest {
         if (::geteuid() != 0)
             return;
         // The way to the programs and to the user's own places is opened to that user.
-        for (const QString& folder : { TestHome::root(), QFileInfo(stage().bundle()).path() })
+        for (const QString& folder : { TestHome::root(), QFileInfo(fixture().bundle()).path() })
             QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0711), 0);
         for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") }) {
             Programs::output(
@@ -57,30 +57,30 @@ class LoginItemEndToEndTest : public DesktopTest {
     void write(const char* key, const char* json) const
     {
         const QStringList words
-            = asUser({ stage().program("kestrumctl"), text("write"), text(key), text(json) });
+            = asUser({ fixture().program("kestrumctl"), text("write"), text(key), text(json) });
         Programs::output(words.first(), words.mid(1));
     }
 
     /// Opens the window on the page with the switch.
     void open(const QStringList& arguments)
     {
-        const QStringList words = asUser(QStringList(stage().program("Kestrum")) + arguments);
+        const QStringList words = asUser(QStringList(fixture().program("Kestrum")) + arguments);
         m_kestrum = Programs::started(words.first(), words.mid(1));
-        m_window = DesktopStage::windowOf(m_kestrum->processId());
+        m_window = DesktopFixture::windowOf(m_kestrum->processId());
         QVERIFY2(!m_window.isEmpty(), m_kestrum->readAllStandardError().constData());
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::activeWindow(), m_window, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), m_window, patience);
         QTest::qWait(300);
     }
 
     // Of the window, 640 wide: the switch in the first row.
-    void clickSwitch() const { DesktopStage::click({ 593, 60 }, m_window); }
+    void clickSwitch() const { DesktopFixture::click({ 593, 60 }, m_window); }
 
 private Q_SLOTS:
     void init()
     {
         write("agentEnabled", "false");
         write("settingsPane", "\"general\"");
-        stage().turnToOther();
+        fixture().turnToOther();
     }
 
     void cleanup()
@@ -118,12 +118,12 @@ private Q_SLOTS:
     void theAgentNeverWritesOne()
     {
         for (const QStringList& arguments : { QStringList(), QStringList(text("-KestrumNoLoginItem")) }) {
-            const QStringList words = asUser(QStringList(stage().agentProgram()) + arguments);
+            const QStringList words = asUser(QStringList(fixture().agentProgram()) + arguments);
             const auto agent = Programs::started(words.first(), words.mid(1));
-            QTRY_VERIFY_WITH_TIMEOUT(DesktopStage::stripWidth(0) > 0, patience);
+            QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::stripWidth(0) > 0, patience);
             QVERIFY(!QFile::exists(item()));
             Programs::end(*agent);
-            QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::stripWidth(0), 0, patience);
+            QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::stripWidth(0), 0, patience);
         }
     }
 };

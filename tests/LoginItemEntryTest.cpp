@@ -1,6 +1,6 @@
 #include "Platform/LoginItem/LoginItemService.h"
 
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 #include "tests/SystemCallFilter.h"
 
 #include <QCoreApplication>
@@ -18,19 +18,19 @@ class LoginItemEntryTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_stage = std::make_unique<LoginItemStage>(); }
-    void init() { LoginItemStage::clear(); }
-    void cleanupTestCase() { m_stage.reset(); }
+    void initTestCase() { m_fixture = std::make_unique<LoginItemFixture>(); }
+    void init() { LoginItemFixture::clear(); }
+    void cleanupTestCase() { m_fixture.reset(); }
 
     void foreignKeysCommentsAndGroupsStayWhenItIsSwitchedOnAgain()
     {
-        write(LoginItemStage::entry(), foreignEntry());
+        write(LoginItemFixture::entry(), foreignEntry());
         QCOMPARE(service().status(), Status::requiresApproval);
         QVERIFY(!service().registerItem());
         QCOMPARE(service().status(), Status::enabled);
         verifyForeign();
         // In their order, and ours where it stood.
-        const QByteArray text = contentOf(LoginItemStage::entry());
+        const QByteArray text = contentOf(LoginItemFixture::entry());
         QVERIFY(
             text.startsWith("# my own\n[Desktop Entry]\nType=Application\nName=Kestrum\nName[de]=Meins\n"));
         QVERIFY(text.indexOf("Hidden=false") < text.indexOf("X-GNOME-Autostart-Delay"));
@@ -39,15 +39,16 @@ private Q_SLOTS:
 
     void foreignKeysOutlastSwitchingOffAndOn()
     {
-        write(LoginItemStage::entry(), foreignEntry());
+        write(LoginItemFixture::entry(), foreignEntry());
         QVERIFY(!service().unregister());
         QCOMPARE(service().status(), Status::notRegistered);
-        QVERIFY(
-            QDir(LoginItemStage::folder()).entryList({ QStringLiteral("*.desktop") }, QDir::Files).isEmpty());
+        QVERIFY(QDir(LoginItemFixture::folder())
+                    .entryList({ QStringLiteral("*.desktop") }, QDir::Files)
+                    .isEmpty());
         QVERIFY(!service().registerItem());
         QCOMPARE(service().status(), Status::enabled);
         verifyForeign();
-        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 1);
+        QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files).size(), 1);
     }
 
     void whatWasSwitchedOffEarlierIsKept()
@@ -55,48 +56,48 @@ private Q_SLOTS:
         const auto mine
             = [this](int number) { return foreignEntry() + "X-Mine=" + QByteArray::number(number) + '\n'; };
         for (const int number : { 1, 2, 3 }) {
-            write(LoginItemStage::entry(), mine(number));
+            write(LoginItemFixture::entry(), mine(number));
             QVERIFY(!service().unregister());
             QCOMPARE(service().status(), Status::notRegistered);
         }
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-1")), mine(1));
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-2")), mine(2));
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off-1")), mine(1));
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off-2")), mine(2));
         // The latest comes back, and only that.
         QVERIFY(!service().registerItem());
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=3\n"));
-        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 3);
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=3\n"));
+        QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files).size(), 3);
         QVERIFY(!service().unregister());
-        QVERIFY(contentOf(LoginItemStage::entry() + QStringLiteral(".off")).contains("X-Mine=3\n"));
-        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 3);
+        QVERIFY(contentOf(LoginItemFixture::entry() + QStringLiteral(".off")).contains("X-Mine=3\n"));
+        QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files).size(), 3);
     }
 
     void aFolderUnderTheOtherNameStaysToo()
     {
-        write(LoginItemStage::entry(), foreignEntry());
-        write(LoginItemStage::entry() + QStringLiteral(".off/mine"), "x");
+        write(LoginItemFixture::entry(), foreignEntry());
+        write(LoginItemFixture::entry() + QStringLiteral(".off/mine"), "x");
         QVERIFY(!service().unregister());
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), foreignEntry());
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-1/mine")), QByteArray("x"));
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off")), foreignEntry());
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off-1/mine")), QByteArray("x"));
     }
 
     void withoutAFreeNameTheEntryStays()
     {
-        write(LoginItemStage::entry(), foreignEntry());
-        const QString off = LoginItemStage::entry() + QStringLiteral(".off");
+        write(LoginItemFixture::entry(), foreignEntry());
+        const QString off = LoginItemFixture::entry() + QStringLiteral(".off");
         write(off, "older");
         for (int number = 1; number <= 999; ++number)
             write(off + QStringLiteral("-%1").arg(number), "old");
         const auto error = service().unregister();
         QVERIFY(error);
         QCOMPARE(error->code, -EEXIST);
-        QCOMPARE(contentOf(LoginItemStage::entry()), foreignEntry());
+        QCOMPARE(contentOf(LoginItemFixture::entry()), foreignEntry());
         QCOMPARE(contentOf(off), QByteArray("older"));
     }
 
     void whereARenameCannotSpareWhatIsThereItIsKeptAllTheSame()
     {
-        write(LoginItemStage::entry() + QStringLiteral(".off"), "older");
-        write(LoginItemStage::entry(), foreignEntry());
+        write(LoginItemFixture::entry() + QStringLiteral(".off"), "older");
+        write(LoginItemFixture::entry(), foreignEntry());
         bool isRefused = false;
         // The filter binds the thread that asks for it.
         std::thread([this, &isRefused] {
@@ -106,14 +107,14 @@ private Q_SLOTS:
         if (!isRefused)
             QSKIP("the kernel does not let a system call fail here");
         QCOMPARE(service().status(), Status::notRegistered);
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), foreignEntry());
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off-1")), QByteArray("older"));
-        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 2);
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off")), foreignEntry());
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off-1")), QByteArray("older"));
+        QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files).size(), 2);
     }
 
     void whatWasPutAsideAndCannotBeAskedForIsNotPassedOver()
     {
-        write(LoginItemStage::entry(), foreignEntry());
+        write(LoginItemFixture::entry(), foreignEntry());
         QVERIFY(!service().unregister());
         bool isRefused = false;
         std::optional<LoginItemService::Error> error;
@@ -125,16 +126,16 @@ private Q_SLOTS:
             QSKIP("the kernel does not let a system call fail here");
         QVERIFY(error);
         QCOMPARE(error->code, -EIO);
-        QVERIFY2(error->text.contains(LoginItemStage::entry()), qPrintable(error->text));
-        QVERIFY(!QFile::exists(LoginItemStage::entry()));
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), foreignEntry());
+        QVERIFY2(error->text.contains(LoginItemFixture::entry()), qPrintable(error->text));
+        QVERIFY(!QFile::exists(LoginItemFixture::entry()));
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off")), foreignEntry());
     }
 
     void anEntryOfOursAloneLeavesNothingBehind()
     {
         QVERIFY(!service().registerItem());
         QVERIFY(!service().unregister());
-        QVERIFY(QDir(LoginItemStage::folder())
+        QVERIFY(QDir(LoginItemFixture::folder())
                     .entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot)
                     .isEmpty());
     }
@@ -143,10 +144,10 @@ private Q_SLOTS:
     {
         const QString kept = TestHome::root() + QStringLiteral("/dotfiles/agent.desktop");
         write(kept, foreignEntry());
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QVERIFY(QFile::link(QStringLiteral("../../dotfiles/agent.desktop"), LoginItemStage::entry()));
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QVERIFY(QFile::link(QStringLiteral("../../dotfiles/agent.desktop"), LoginItemFixture::entry()));
         QVERIFY(!service().registerItem());
-        QVERIFY(QFileInfo(LoginItemStage::entry()).isSymLink());
+        QVERIFY(QFileInfo(LoginItemFixture::entry()).isSymLink());
         QVERIFY(contentOf(kept).contains("Hidden=false"));
         QCOMPARE(service().status(), Status::enabled);
         // Switched off, the link is out of the way and the file as it was.
@@ -156,26 +157,26 @@ private Q_SLOTS:
         QCOMPARE(service().status(), Status::notRegistered);
         // And it is the same link again.
         QVERIFY(!service().registerItem());
-        QVERIFY(QFileInfo(LoginItemStage::entry()).isSymLink());
+        QVERIFY(QFileInfo(LoginItemFixture::entry()).isSymLink());
         QCOMPARE(service().status(), Status::enabled);
     }
 
     void aLinkThatLeadsNowhereIsFollowed()
     {
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
         const QString target = TestHome::root() + QStringLiteral("/new.desktop");
         QFile::remove(target);
-        QVERIFY(QFile::link(target, LoginItemStage::entry()));
+        QVERIFY(QFile::link(target, LoginItemFixture::entry()));
         QCOMPARE(service().status(), Status::notRegistered);
         QVERIFY(!service().registerItem());
-        QVERIFY(QFileInfo(LoginItemStage::entry()).isSymLink());
+        QVERIFY(QFileInfo(LoginItemFixture::entry()).isSymLink());
         QVERIFY(contentOf(target).contains("Exec="));
     }
 
     void theModeOfTheEntryStays()
     {
-        write(LoginItemStage::entry(), foreignEntry());
-        const QByteArray path = QFile::encodeName(LoginItemStage::entry());
+        write(LoginItemFixture::entry(), foreignEntry());
+        const QByteArray path = QFile::encodeName(LoginItemFixture::entry());
         QCOMPARE(::chmod(path.constData(), 0640), 0);
         QVERIFY(!service().registerItem());
         struct stat state;
@@ -195,36 +196,36 @@ private Q_SLOTS:
     void aDamagedEntryIsKeptAsideAndWhatIsSoundInItStays()
     {
         QFETCH(const QByteArray, text);
-        write(LoginItemStage::entry(), text);
+        write(LoginItemFixture::entry(), text);
         QCOMPARE(service().status(), Status::notFound);
         QVERIFY(!service().registerItem());
         QCOMPARE(service().status(), Status::enabled);
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-GNOME-Autostart-Delay=10\n"));
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".damaged-1")), text);
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-GNOME-Autostart-Delay=10\n"));
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".damaged-1")), text);
     }
 
     void aDamagedEntryIsNotDeleted()
     {
-        write(LoginItemStage::entry(), "not at all an entry");
+        write(LoginItemFixture::entry(), "not at all an entry");
         QVERIFY(!service().unregister());
         QCOMPARE(service().status(), Status::notRegistered);
         QCOMPARE(
-            contentOf(LoginItemStage::entry() + QStringLiteral(".off")), QByteArray("not at all an entry"));
+            contentOf(LoginItemFixture::entry() + QStringLiteral(".off")), QByteArray("not at all an entry"));
     }
 
     void anEmptyFileIsAnEntryWithoutAProgram()
     {
-        write(LoginItemStage::entry(), {});
+        write(LoginItemFixture::entry(), {});
         QCOMPARE(service().status(), Status::notFound);
         QVERIFY(!service().registerItem());
         QCOMPARE(service().status(), Status::enabled);
-        QCOMPARE(QDir(LoginItemStage::folder()).entryList(QDir::Files).size(), 1);
+        QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files).size(), 1);
     }
 
     void aHugeFileIsNeitherReadNorWrittenOver()
     {
         const QByteArray huge = foreignEntry() + '#' + QByteArray(2 * 1024 * 1024, 'x') + '\n';
-        write(LoginItemStage::entry(), huge);
+        write(LoginItemFixture::entry(), huge);
         QElapsedTimer timer;
         timer.start();
         QCOMPARE(service().status(), Status::notFound);
@@ -232,41 +233,41 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() < 1000);
         QVERIFY(error);
         QCOMPARE(error->code, -EFBIG);
-        QVERIFY2(error->text.contains(LoginItemStage::entry()), qPrintable(error->text));
-        QCOMPARE(contentOf(LoginItemStage::entry()), huge);
+        QVERIFY2(error->text.contains(LoginItemFixture::entry()), qPrintable(error->text));
+        QCOMPARE(contentOf(LoginItemFixture::entry()), huge);
         QVERIFY(!service().unregister());
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral(".off")), huge);
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off")), huge);
     }
 
     void aFolderInItsPlaceStays()
     {
-        write(LoginItemStage::entry() + QStringLiteral("/mine"), "x");
+        write(LoginItemFixture::entry() + QStringLiteral("/mine"), "x");
         QCOMPARE(service().status(), Status::notFound);
         const auto registered = service().registerItem();
         const auto removed = service().unregister();
         QVERIFY(registered && removed);
         QCOMPARE(registered->code, -EISDIR);
         QCOMPARE(removed->code, -EISDIR);
-        QCOMPARE(contentOf(LoginItemStage::entry() + QStringLiteral("/mine")), QByteArray("x"));
+        QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral("/mine")), QByteArray("x"));
     }
 
     void aPipeInItsPlaceMakesNobodyWait()
     {
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QCOMPARE(::mkfifo(QFile::encodeName(LoginItemStage::entry()).constData(), 0600), 0);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QCOMPARE(::mkfifo(QFile::encodeName(LoginItemFixture::entry()).constData(), 0600), 0);
         QElapsedTimer timer;
         timer.start();
         QCOMPARE(service().status(), Status::notFound);
         QVERIFY(service().registerItem());
         QVERIFY(service().unregister());
         QVERIFY(timer.elapsed() < 1000);
-        QVERIFY(QFileInfo::exists(LoginItemStage::entry()));
+        QVERIFY(QFileInfo::exists(LoginItemFixture::entry()));
     }
 
     void aFullLoopOfLinksIsAnError()
     {
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QVERIFY(QFile::link(LoginItemStage::entry(), LoginItemStage::entry()));
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QVERIFY(QFile::link(LoginItemFixture::entry(), LoginItemFixture::entry()));
         QCOMPARE(service().status(), Status::notFound);
         const auto error = service().registerItem();
         QVERIFY(error);
@@ -275,7 +276,8 @@ private Q_SLOTS:
 
     void whatAKilledWriterLeftIsSweptLater()
     {
-        const QString leftover = LoginItemStage::folder() + QStringLiteral("/.kestrum-0123456789abcdef.tmp");
+        const QString leftover
+            = LoginItemFixture::folder() + QStringLiteral("/.kestrum-0123456789abcdef.tmp");
         write(leftover, "half");
         const struct timespec longAgo[2] = { { 1'000'000, 0 }, { 1'000'000, 0 } };
         QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(leftover).constData(), longAgo, 0), 0);
@@ -284,25 +286,25 @@ private Q_SLOTS:
     }
 
 private:
-    LoginItemService service() const { return m_stage->service(); }
+    LoginItemService service() const { return m_fixture->service(); }
 
     QByteArray foreignEntry() const
     {
         return "# my own\n[Desktop Entry]\nType=Application\nName=Old\nName[de]=Meins\nExec=\""
-            + QFile::encodeName(m_stage->agentProgram())
+            + QFile::encodeName(m_fixture->agentProgram())
             + "\"\nHidden=true\nX-GNOME-Autostart-Delay=10\n# "
               "stays\nOnlyShowIn=XFCE;\n\n[X-Mine]\nExec=other\n";
     }
 
     static void verifyForeign()
     {
-        const QByteArray text = contentOf(LoginItemStage::entry());
+        const QByteArray text = contentOf(LoginItemFixture::entry());
         for (const char* line : { "# my own\n", "Name[de]=Meins\n", "X-GNOME-Autostart-Delay=10\n",
                  "# stays\n", "OnlyShowIn=XFCE;\n", "[X-Mine]\nExec=other\n" })
             QVERIFY2(text.contains(line), line);
     }
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemEntryTest)

@@ -1,7 +1,7 @@
 #include "Kestrum/Agent/LoginItemManager.h"
 
 #include "tests/FreshSettings.h"
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 #include "tests/SystemCallFilter.h"
 
 #include <QCoreApplication>
@@ -31,7 +31,7 @@ int switchOnAndEnd(int argc, char** argv, bool hangs)
 {
     const TestHome home;
     auto application = std::make_unique<QCoreApplication>(argc, argv);
-    const LoginItemStage stage;
+    const LoginItemFixture fixture;
     const int hanging = hangs ? SystemCallFilter::hanging(makeDirectory).enter() : 0;
     if (hanging < 0)
         return cannotHang;
@@ -50,7 +50,7 @@ int switchOnAndEnd(int argc, char** argv, bool hangs)
     while (hangs && SystemCallFilter::answer(hanging, EIO, released == 0 ? patience : 500))
         ++released;
     std::printf("%lld %d %s\n", static_cast<long long>(elapsed), released,
-        QFile::exists(LoginItemStage::entry()) ? "registered" : "not registered");
+        QFile::exists(LoginItemFixture::entry()) ? "registered" : "not registered");
     return 0;
 }
 
@@ -59,7 +59,7 @@ int switchOnAndLeave(int argc, char** argv)
 {
     const TestHome home;
     QCoreApplication application(argc, argv);
-    const LoginItemStage stage;
+    const LoginItemFixture fixture;
     if (SystemCallFilter::hanging(makeDirectory).enter() < 0)
         return cannotHang;
     LoginItemManager manager;

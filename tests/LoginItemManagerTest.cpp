@@ -6,7 +6,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "tests/FreshSettings.h"
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -52,13 +52,13 @@ class LoginItemManagerTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        m_stage = std::make_unique<LoginItemStage>();
+        m_fixture = std::make_unique<LoginItemFixture>();
         registerFactoryDefaults();
         qInstallMessageHandler(remember);
     }
     void init()
     {
-        LoginItemStage::clear();
+        LoginItemFixture::clear();
         forgetSettings();
         logged.clear();
         reasons.clear();
@@ -66,7 +66,7 @@ private Q_SLOTS:
     void cleanupTestCase()
     {
         qInstallMessageHandler(nullptr);
-        m_stage.reset();
+        m_fixture.reset();
     }
 
     // The first one: what is known stays known as long as the process lives.
@@ -106,9 +106,9 @@ private Q_SLOTS:
         QFETCH(const Status, status);
         QFETCH(const bool, isOn);
         QFETCH(const bool, needsApproval);
-        QVERIFY(!m_stage->service().registerItem());
-        QByteArray text = contentOf(LoginItemStage::entry());
-        write(LoginItemStage::entry(), text + change + '\n');
+        QVERIFY(!m_fixture->service().registerItem());
+        QByteArray text = contentOf(LoginItemFixture::entry());
+        write(LoginItemFixture::entry(), text + change + '\n');
         LoginItemManager manager;
         manager.refresh();
         QTRY_COMPARE(manager.status(), status);
@@ -119,7 +119,7 @@ private Q_SLOTS:
 
     void aNewManagerStartsFromWhatIsKnown()
     {
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         LoginItemManager first;
         first.refresh();
         QTRY_COMPARE(first.status(), Status::enabled);
@@ -134,7 +134,7 @@ private Q_SLOTS:
         manager.setEnabled(true);
         QCOMPARE(manager.status(), Status::enabled);
         QCOMPARE(LoginItemManager().status(), Status::enabled);
-        QTRY_COMPARE(m_stage->service().status(), Status::enabled);
+        QTRY_COMPARE(m_fixture->service().status(), Status::enabled);
         settle(manager, Status::enabled);
         QVERIFY(!manager.lastError());
         QCOMPARE(logged, QStringList());
@@ -142,12 +142,12 @@ private Q_SLOTS:
 
     void switchingOffShowsAtOnceAndRemoves()
     {
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         LoginItemManager manager;
         settle(manager, Status::enabled);
         manager.setEnabled(false);
         QCOMPARE(manager.status(), Status::notRegistered);
-        QTRY_VERIFY(!QFile::exists(LoginItemStage::entry()));
+        QTRY_VERIFY(!QFile::exists(LoginItemFixture::entry()));
         settle(manager, Status::notRegistered);
         QVERIFY(!manager.lastError());
     }
@@ -156,7 +156,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("change");
         QTest::addColumn<Status>("status");
-        QTest::newRow("enabled") << "Exec=sh -c \"exec " + QFile::encodeName(m_stage->agentProgram()) + '"'
+        QTest::newRow("enabled") << "Exec=sh -c \"exec " + QFile::encodeName(m_fixture->agentProgram()) + '"'
                                  << Status::enabled;
         QTest::newRow("requiresApproval") << QByteArray("Hidden=true") << Status::requiresApproval;
     }
@@ -165,21 +165,21 @@ private Q_SLOTS:
     {
         QFETCH(const QByteArray, change);
         QFETCH(const Status, status);
-        QVERIFY(!m_stage->service().registerItem());
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + change + "\nX-Mine=1\n");
+        QVERIFY(!m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + change + "\nX-Mine=1\n");
         LoginItemManager manager;
         settle(manager, status);
         QElapsedTimer timer;
         timer.start();
         manager.setEnabled(true);
         // Unregistered first…
-        QTRY_VERIFY(!QFile::exists(LoginItemStage::entry()));
-        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        QTRY_VERIFY(!QFile::exists(LoginItemFixture::entry()));
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
         QVERIFY2(
             timer.elapsed() >= 300 && timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
         settle(manager, Status::enabled);
-        QVERIFY(contentOf(LoginItemStage::entry()).contains("X-Mine=1\n"));
-        QVERIFY(contentOf(LoginItemStage::entry()).contains(m_stage->agentProgram().toUtf8()));
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains(m_fixture->agentProgram().toUtf8()));
         QVERIFY(!manager.lastError());
     }
 
@@ -190,7 +190,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         manager.setEnabled(true);
-        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
         QVERIFY2(timer.elapsed() < 290, qPrintable(QString::number(timer.elapsed())));
     }
 
@@ -199,8 +199,8 @@ private Q_SLOTS:
         LoginItemManager manager;
         settle(manager, Status::notRegistered);
         // Somebody else is faster.
-        QVERIFY(!m_stage->service().registerItem());
-        QCOMPARE(m_stage->service().registerItem()->code, 12);
+        QVERIFY(!m_fixture->service().registerItem());
+        QCOMPARE(m_fixture->service().registerItem()->code, 12);
         QSignalSpy readings(&manager, &LoginItemManager::refreshed);
         manager.setEnabled(true);
         QTRY_COMPARE(readings.size(), 1);
@@ -225,22 +225,22 @@ private Q_SLOTS:
         LoginItemManager manager;
         settle(manager, Status::notRegistered);
         const auto owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
-        QFile::setPermissions(m_stage->agentProgram(), owner | QFile::WriteOther);
+        QFile::setPermissions(m_fixture->agentProgram(), owner | QFile::WriteOther);
         manager.setEnabled(true);
         QTRY_VERIFY(manager.lastError());
-        QFile::setPermissions(m_stage->agentProgram(), owner);
+        QFile::setPermissions(m_fixture->agentProgram(), owner);
         const QString message = QStringLiteral("This build is not signed. Login items need a signed build.");
         QCOMPARE(*manager.lastError(), message);
         QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + message });
         QCOMPARE(reasons,
             QStringList { QStringLiteral("login item: %1: everybody may change it (mode 0702)")
-                              .arg(m_stage->agentProgram()) });
+                              .arg(m_fixture->agentProgram()) });
         // The switch goes back to the real state.
         QTRY_COMPARE(manager.status(), Status::notRegistered);
         // And the next change forgets the message at once.
         manager.setEnabled(true);
         QVERIFY(!manager.lastError());
-        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
         settle(manager, Status::enabled);
         QVERIFY(!manager.lastError());
     }
@@ -249,14 +249,14 @@ private Q_SLOTS:
     {
         LoginItemManager manager;
         settle(manager, Status::notRegistered);
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         manager.setEnabled(true);
         QTRY_VERIFY(manager.lastError());
         QCOMPARE(*manager.lastError(), QStringLiteral("Kestrum is not allowed to run in the background."));
         QCOMPARE(logged.size(), 1);
         QCOMPARE(reasons.size(), 1);
-        QVERIFY2(reasons.first().contains(LoginItemStage::folder()), qPrintable(reasons.first()));
+        QVERIFY2(reasons.first().contains(LoginItemFixture::folder()), qPrintable(reasons.first()));
         QTRY_COMPARE(manager.status(), Status::notRegistered);
     }
 
@@ -264,10 +264,10 @@ private Q_SLOTS:
     {
         LoginItemManager manager;
         settle(manager, Status::notRegistered);
-        write(LoginItemStage::folder(), "mine");
+        write(LoginItemFixture::folder(), "mine");
         manager.setEnabled(true);
         QTRY_VERIFY(manager.lastError());
-        QVERIFY(manager.lastError()->contains(LoginItemStage::folder()));
+        QVERIFY(manager.lastError()->contains(LoginItemFixture::folder()));
         QVERIFY(manager.lastError()->contains(qt_error_string(ENOTDIR)));
         QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + *manager.lastError() });
         QCOMPARE(reasons, QStringList());
@@ -277,8 +277,8 @@ private Q_SLOTS:
     {
         LoginItemManager manager;
         settle(manager, Status::notRegistered);
-        write(LoginItemStage::folder(), "mine");
-        const QString words = m_stage->service().registerItem()->text;
+        write(LoginItemFixture::folder(), "mine");
+        const QString words = m_fixture->service().registerItem()->text;
         chooseLanguageWithTextFor(words.toUtf8());
         QCOMPARE(AppLanguage::string(words), QStringLiteral("translated"));
         manager.setEnabled(true);
@@ -320,7 +320,7 @@ private Q_SLOTS:
             QTest::qWait(100);
         }
         QCOMPARE(changes.size(), 0);
-        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+        QVERIFY(!QFile::exists(LoginItemFixture::folder()));
         QCOMPARE(logged, QStringList());
         QVERIFY(!LoginItemManager::block());
     }
@@ -347,12 +347,12 @@ private Q_SLOTS:
 
     void aCopyWithoutItsAgentIsIncomplete()
     {
-        const QString away = m_stage->agentBundle() + QStringLiteral("-away");
-        QVERIFY(QFile::rename(m_stage->agentBundle(), away));
+        const QString away = m_fixture->agentBundle() + QStringLiteral("-away");
+        QVERIFY(QFile::rename(m_fixture->agentBundle(), away));
         QVERIFY(LoginItemManager::block() == Block::incomplete);
         QCOMPARE(LoginItemManager::message(Block::incomplete),
             QStringLiteral("This copy of Kestrum is incomplete."));
-        QVERIFY(QFile::rename(away, m_stage->agentBundle()));
+        QVERIFY(QFile::rename(away, m_fixture->agentBundle()));
         QVERIFY(!LoginItemManager::block());
     }
 
@@ -360,13 +360,13 @@ private Q_SLOTS:
     {
         for (const bool last : { true, false }) {
             LoginItemManager manager;
-            settle(manager, m_stage->service().status());
+            settle(manager, m_fixture->service().status());
             for (const bool isOn : { true, false, true, false, true, false })
                 manager.setEnabled(isOn == last ? last : !last);
             manager.setEnabled(last);
             QTest::qWait(1500);
-            QCOMPARE(m_stage->service().status(), last ? Status::enabled : Status::notRegistered);
-            QCOMPARE(manager.status(), m_stage->service().status());
+            QCOMPARE(m_fixture->service().status(), last ? Status::enabled : Status::notRegistered);
+            QCOMPARE(manager.status(), m_fixture->service().status());
             QVERIFY(!manager.lastError());
         }
     }
@@ -379,7 +379,7 @@ private Q_SLOTS:
             manager.setEnabled(true);
             manager.refresh();
         }
-        QTRY_VERIFY(QFile::exists(LoginItemStage::entry()));
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
         QTest::qWait(50);
     }
 
@@ -389,22 +389,22 @@ private Q_SLOTS:
             LoginItemManager manager;
             settle(manager, Status::notRegistered);
             // A file where the folder of the entries belongs.
-            QDir(LoginItemStage::folder()).removeRecursively();
-            QFile file(LoginItemStage::folder());
+            QDir(LoginItemFixture::folder()).removeRecursively();
+            QFile file(LoginItemFixture::folder());
             QVERIFY(file.open(QIODevice::WriteOnly));
             manager.setEnabled(true);
             QCOMPARE(LoginItemManager().status(), Status::enabled);
         }
         QTRY_COMPARE(LoginItemManager().status(), Status::notRegistered);
-        QVERIFY(QFile::remove(LoginItemStage::folder()));
+        QVERIFY(QFile::remove(LoginItemFixture::folder()));
     }
 
 private:
     void chooseLanguageWithTextFor(const QByteArray& key) const
     {
-        write(m_stage->bundlePath() + QStringLiteral("/Contents/Resources/fr.lproj/Localizable.strings"),
+        write(m_fixture->bundlePath() + QStringLiteral("/Contents/Resources/fr.lproj/Localizable.strings"),
             '"' + key + "\" = \"translated\";");
-        Bundle::setMain(Bundle(m_stage->bundlePath()));
+        Bundle::setMain(Bundle(m_fixture->bundlePath()));
         Setting { Keys::language }.set(QStringLiteral("fr"));
     }
 
@@ -416,7 +416,7 @@ private:
         QTRY_COMPARE(manager.status(), status);
     }
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemManagerTest)

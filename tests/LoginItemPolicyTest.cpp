@@ -1,4 +1,4 @@
-#include "KestrumShared/Machine/LoginItemPolicy.h"
+#include "KestrumShared/Agent/LoginItemPolicy.h"
 
 #include "tests/TestHome.h"
 

@@ -1,6 +1,6 @@
 #include "Platform/LoginItem/LoginItemService.h"
 
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -20,7 +20,7 @@ int codeOf(const std::optional<LoginItemService::Error>& error)
 
 QByteArray value(const QByteArray& key)
 {
-    for (const QByteArray& line : contentOf(LoginItemStage::entry()).split('\n')) {
+    for (const QByteArray& line : contentOf(LoginItemFixture::entry()).split('\n')) {
         if (line.startsWith(key + '='))
             return line.mid(key.size() + 1);
     }
@@ -34,32 +34,32 @@ class LoginItemServiceTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_stage = std::make_unique<LoginItemStage>(); }
-    void init() { LoginItemStage::clear(); }
-    void cleanupTestCase() { m_stage.reset(); }
+    void initTestCase() { m_fixture = std::make_unique<LoginItemFixture>(); }
+    void init() { LoginItemFixture::clear(); }
+    void cleanupTestCase() { m_fixture.reset(); }
 
-    void withoutAnEntryItIsNotRegistered() { QCOMPARE(m_stage->service().status(), Status::notRegistered); }
+    void withoutAnEntryItIsNotRegistered() { QCOMPARE(m_fixture->service().status(), Status::notRegistered); }
 
     void registeringWritesAnEntryThatStartsTheProgram()
     {
-        const LoginItemService service = m_stage->service();
-        QCOMPARE(service.entryPath(), LoginItemStage::entry());
+        const LoginItemService service = m_fixture->service();
+        QCOMPARE(service.entryPath(), LoginItemFixture::entry());
         QCOMPARE(codeOf(service.registerItem()), 0);
         QCOMPARE(service.status(), Status::enabled);
         QCOMPARE(value("Type"), QByteArray("Application"));
         QCOMPARE(value("Name"), QByteArray("Kestrum"));
-        QCOMPARE(value("Exec"), '"' + QFile::encodeName(m_stage->agentProgram()) + '"');
-        QCOMPARE(value("TryExec"), QFile::encodeName(m_stage->agentProgram()));
+        QCOMPARE(value("Exec"), '"' + QFile::encodeName(m_fixture->agentProgram()) + '"');
+        QCOMPARE(value("TryExec"), QFile::encodeName(m_fixture->agentProgram()));
         QCOMPARE(value("Hidden"), QByteArray("false"));
         QCOMPARE(value("X-GNOME-Autostart-enabled"), QByteArray("true"));
     }
 
     void unregisteringTakesTheEntryAway()
     {
-        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
-        QCOMPARE(codeOf(m_stage->service().unregister()), 0);
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
-        QVERIFY(QDir(LoginItemStage::folder()).isEmpty());
+        QCOMPARE(codeOf(m_fixture->service().registerItem()), 0);
+        QCOMPARE(codeOf(m_fixture->service().unregister()), 0);
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
+        QVERIFY(QDir(LoginItemFixture::folder()).isEmpty());
     }
 
     void desktopsSwitchItOffInTwoWays_data()
@@ -75,24 +75,24 @@ private Q_SLOTS:
     void desktopsSwitchItOffInTwoWays()
     {
         QFETCH(const QByteArray, lines);
-        write(LoginItemStage::entry(), plainEntry() + lines);
-        QCOMPARE(m_stage->service().status(), Status::requiresApproval);
-        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+        write(LoginItemFixture::entry(), plainEntry() + lines);
+        QCOMPARE(m_fixture->service().status(), Status::requiresApproval);
+        QCOMPARE(codeOf(m_fixture->service().registerItem()), 0);
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
         QCOMPARE(value("Hidden"), QByteArray("false"));
         QCOMPARE(value("X-GNOME-Autostart-enabled"), QByteArray("true"));
     }
 
     void anEntryWithoutEitherKeyIsEnabled()
     {
-        write(LoginItemStage::entry(), plainEntry());
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+        write(LoginItemFixture::entry(), plainEntry());
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
     }
 
     void anEntryWhoseProgramIsGoneIsNotFound_data()
     {
         QTest::addColumn<QByteArray>("lines");
-        const QByteArray there = m_stage->agentProgram().toUtf8();
+        const QByteArray there = m_fixture->agentProgram().toUtf8();
         QTest::newRow("Exec") << QByteArray("Exec=/nowhere/agent\n");
         QTest::newRow("TryExec") << "Exec=\"" + there + "\"\nTryExec=/nowhere/agent\n";
         QTest::newRow("a name that no folder holds") << QByteArray("Exec=no-such-program-of-anybody\n");
@@ -106,54 +106,54 @@ private Q_SLOTS:
     void anEntryWhoseProgramIsGoneIsNotFound()
     {
         QFETCH(const QByteArray, lines);
-        write(LoginItemStage::entry(), "[Desktop Entry]\nType=Application\nName=Kestrum\n" + lines);
-        QCOMPARE(m_stage->service().status(), Status::notFound);
-        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+        write(LoginItemFixture::entry(), "[Desktop Entry]\nType=Application\nName=Kestrum\n" + lines);
+        QCOMPARE(m_fixture->service().status(), Status::notFound);
+        QCOMPARE(codeOf(m_fixture->service().registerItem()), 0);
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
     }
 
     void aProgramOnTheSearchPathIsFound()
     {
-        write(LoginItemStage::entry(),
+        write(LoginItemFixture::entry(),
             "[Desktop Entry]\nType=Application\nName=x\nExec=sh -c \"exec "
-                + QFile::encodeName(m_stage->agentProgram()) + "\"\nTryExec=sh\n");
-        QCOMPARE(m_stage->service().status(), Status::enabled);
+                + QFile::encodeName(m_fixture->agentProgram()) + "\"\nTryExec=sh\n");
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
     }
 
     void anotherKindOfEntryStartsNothing()
     {
-        write(LoginItemStage::entry(), plainEntry().replace("Application", "Link"));
-        QCOMPARE(m_stage->service().status(), Status::notFound);
+        write(LoginItemFixture::entry(), plainEntry().replace("Application", "Link"));
+        QCOMPARE(m_fixture->service().status(), Status::notFound);
     }
 
     void registeringTwiceIsCode12AndWritesNothing()
     {
-        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
+        QCOMPARE(codeOf(m_fixture->service().registerItem()), 0);
         struct stat before;
-        QCOMPARE(::stat(QFile::encodeName(LoginItemStage::entry()).constData(), &before), 0);
-        const auto again = m_stage->service().registerItem();
+        QCOMPARE(::stat(QFile::encodeName(LoginItemFixture::entry()).constData(), &before), 0);
+        const auto again = m_fixture->service().registerItem();
         QCOMPARE(codeOf(again), 12);
-        QVERIFY2(again->text.contains(LoginItemStage::entry()), qPrintable(again->text));
+        QVERIFY2(again->text.contains(LoginItemFixture::entry()), qPrintable(again->text));
         struct stat after;
-        QCOMPARE(::stat(QFile::encodeName(LoginItemStage::entry()).constData(), &after), 0);
+        QCOMPARE(::stat(QFile::encodeName(LoginItemFixture::entry()).constData(), &after), 0);
         QCOMPARE(after.st_ino, before.st_ino);
     }
 
     void anEntryOfAnotherProgramIsReplaced()
     {
-        write(LoginItemStage::entry(), "[Desktop Entry]\nType=Application\nName=Kestrum\nExec=/bin/true\n");
-        QCOMPARE(m_stage->service().status(), Status::notFound);
-        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
-        QCOMPARE(value("Exec"), '"' + QFile::encodeName(m_stage->agentProgram()) + '"');
+        write(LoginItemFixture::entry(), "[Desktop Entry]\nType=Application\nName=Kestrum\nExec=/bin/true\n");
+        QCOMPARE(m_fixture->service().status(), Status::notFound);
+        QCOMPARE(codeOf(m_fixture->service().registerItem()), 0);
+        QCOMPARE(value("Exec"), '"' + QFile::encodeName(m_fixture->agentProgram()) + '"');
     }
 
     void withNothingToRemoveItIsCode6()
     {
-        const auto withoutFolder = m_stage->service().unregister();
+        const auto withoutFolder = m_fixture->service().unregister();
         QCOMPARE(codeOf(withoutFolder), 6);
-        QVERIFY2(withoutFolder->text.contains(LoginItemStage::entry()), qPrintable(withoutFolder->text));
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QCOMPARE(codeOf(m_stage->service().unregister()), 6);
+        QVERIFY2(withoutFolder->text.contains(LoginItemFixture::entry()), qPrintable(withoutFolder->text));
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QCOMPARE(codeOf(m_fixture->service().unregister()), 6);
     }
 
     void aProgramThatOthersMayChangeIsCode3_data()
@@ -168,14 +168,14 @@ private Q_SLOTS:
     {
         QFETCH(const int, mode);
         QFETCH(const QString, reason);
-        const QByteArray program = QFile::encodeName(m_stage->agentProgram());
+        const QByteArray program = QFile::encodeName(m_fixture->agentProgram());
         QCOMPARE(::chmod(program.constData(), mode_t(mode)), 0);
-        const auto error = m_stage->service().registerItem();
+        const auto error = m_fixture->service().registerItem();
         QCOMPARE(::chmod(program.constData(), 0700), 0);
         QCOMPARE(codeOf(error), 3);
-        QVERIFY2(error->text.contains(m_stage->agentProgram()) && error->text.contains(reason),
+        QVERIFY2(error->text.contains(m_fixture->agentProgram()) && error->text.contains(reason),
             qPrintable(error->text));
-        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+        QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
 
     void aFolderThroughWhichOthersGetInIsCode3_data()
@@ -183,8 +183,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("folder");
         QTest::addColumn<int>("mode");
         QTest::addColumn<int>("code");
-        const QString bundle = m_stage->bundlePath();
-        const QString own = QFileInfo(m_stage->agentProgram()).path();
+        const QString bundle = m_fixture->bundlePath();
+        const QString own = QFileInfo(m_fixture->agentProgram()).path();
         QTest::newRow("everybody writes into its own") << own << 0707 << 3;
         QTest::newRow("everybody writes into one above") << bundle << 0707 << 3;
         QTest::newRow("a sticky one, where all keep their own") << own << 01707 << 0;
@@ -198,7 +198,7 @@ private Q_SLOTS:
         QFETCH(const int, code);
         const QByteArray path = QFile::encodeName(folder);
         QCOMPARE(::chmod(path.constData(), mode_t(mode)), 0);
-        const auto error = m_stage->service().registerItem();
+        const auto error = m_fixture->service().registerItem();
         QCOMPARE(::chmod(path.constData(), 0700), 0);
         QCOMPARE(codeOf(error), code);
         if (error)
@@ -210,15 +210,15 @@ private Q_SLOTS:
     {
         if (::getuid() != 0)
             QSKIP("only root can give a folder to another group");
-        const QByteArray folder = QFile::encodeName(m_stage->agentBundle());
+        const QByteArray folder = QFile::encodeName(m_fixture->agentBundle());
         const auto given = [&folder](gid_t group) {
             return ::seteuid(0) == 0 && ::chown(folder.constData(), uid_t(-1), group) == 0
                 && ::chmod(folder.constData(), 0770) == 0 && ::seteuid(65534) == 0;
         };
         QVERIFY(given(100));
-        const auto foreign = m_stage->service().registerItem();
+        const auto foreign = m_fixture->service().registerItem();
         QVERIFY(given(65534));
-        const auto own = m_stage->service().registerItem();
+        const auto own = m_fixture->service().registerItem();
         QCOMPARE(codeOf(foreign), 3);
         QCOMPARE(codeOf(own), 0);
     }
@@ -229,7 +229,7 @@ private Q_SLOTS:
         const QString open = tree.path(QStringLiteral("open"));
         const QString closed = tree.path(QStringLiteral("closed"));
         for (const QString& folder : { open, closed }) {
-            LoginItemStage::makeProgram(folder + QStringLiteral("/program"));
+            LoginItemFixture::makeProgram(folder + QStringLiteral("/program"));
             const QString other = folder == open ? closed : open;
             QVERIFY(QDir().mkpath(other));
             QVERIFY(QFile::link(folder + QStringLiteral("/program"), other + QStringLiteral("/link")));
@@ -253,43 +253,43 @@ private Q_SLOTS:
 
     void aFolderThatRefusesUsIsCode11()
     {
-        QCOMPARE(codeOf(m_stage->service().registerItem()), 0);
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
-        const auto removed = m_stage->service().unregister();
+        QCOMPARE(codeOf(m_fixture->service().registerItem()), 0);
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        const auto removed = m_fixture->service().unregister();
         QCOMPARE(codeOf(removed), 11);
-        QVERIFY2(removed->text.contains(LoginItemStage::entry()), qPrintable(removed->text));
-        LoginItemStage::clear();
-        QVERIFY(QDir().mkpath(LoginItemStage::folder()));
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
-        const auto registered = m_stage->service().registerItem();
+        QVERIFY2(removed->text.contains(LoginItemFixture::entry()), qPrintable(removed->text));
+        LoginItemFixture::clear();
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        const auto registered = m_fixture->service().registerItem();
         QCOMPARE(codeOf(registered), 11);
-        QVERIFY2(registered->text.contains(LoginItemStage::folder()), qPrintable(registered->text));
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
+        QVERIFY2(registered->text.contains(LoginItemFixture::folder()), qPrintable(registered->text));
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
     }
 
     void whatTheSystemFailsWithIsToldByItsOwnNumber()
     {
         // A file where the folder should be.
-        write(LoginItemStage::folder(), "mine");
-        const auto error = m_stage->service().registerItem();
+        write(LoginItemFixture::folder(), "mine");
+        const auto error = m_fixture->service().registerItem();
         QCOMPARE(codeOf(error), -ENOTDIR);
-        QVERIFY2(error->text.contains(LoginItemStage::folder()), qPrintable(error->text));
-        QCOMPARE(contentOf(LoginItemStage::folder()), QByteArray("mine"));
-        QCOMPARE(m_stage->service().status(), Status::notRegistered);
-        QCOMPARE(codeOf(m_stage->service().unregister()), 6);
+        QVERIFY2(error->text.contains(LoginItemFixture::folder()), qPrintable(error->text));
+        QCOMPARE(contentOf(LoginItemFixture::folder()), QByteArray("mine"));
+        QCOMPARE(m_fixture->service().status(), Status::notRegistered);
+        QCOMPARE(codeOf(m_fixture->service().unregister()), 6);
     }
 
     void rootGetsNoLoginItem()
     {
         if (::getuid() != 0)
             QSKIP("only root can be root");
-        const LoginItemService service = m_stage->service();
+        const LoginItemService service = m_fixture->service();
         QCOMPARE(::seteuid(0), 0);
         const auto error = service.registerItem();
         QCOMPARE(::seteuid(65534), 0);
         QCOMPARE(codeOf(error), -EPERM);
         QVERIFY2(error->text.contains(QStringLiteral("root")), qPrintable(error->text));
-        QVERIFY(!QFile::exists(LoginItemStage::folder()));
+        QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
 
     void aConfigurationFolderThatIsNoAbsolutePathIsPassedOver()
@@ -297,9 +297,9 @@ private Q_SLOTS:
         const QByteArray before = qgetenv("XDG_CONFIG_HOME");
         for (const char* path : { "", "relative" }) {
             qputenv("XDG_CONFIG_HOME", path);
-            const QString entry = m_stage->service().entryPath();
+            const QString entry = m_fixture->service().entryPath();
             qputenv("XDG_CONFIG_HOME", before);
-            QCOMPARE(entry, LoginItemStage::entry());
+            QCOMPARE(entry, LoginItemFixture::entry());
         }
     }
 
@@ -307,10 +307,10 @@ private:
     QByteArray plainEntry() const
     {
         return "[Desktop Entry]\nType=Application\nName=Kestrum\nExec="
-            + QFile::encodeName(m_stage->agentProgram()) + '\n';
+            + QFile::encodeName(m_fixture->agentProgram()) + '\n';
     }
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemServiceTest)

@@ -1,6 +1,6 @@
 #include "Platform/LoginItem/LoginItemService.h"
 
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QCoreApplication>
 #include <QProcess>
@@ -28,10 +28,10 @@ private Q_SLOTS:
             qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/tests/AutostartReader"), m_reader));
         QVERIFY(QFile::setPermissions(
             m_reader, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
-        m_stage = std::make_unique<LoginItemStage>();
+        m_fixture = std::make_unique<LoginItemFixture>();
     }
-    void init() { LoginItemStage::clear(); }
-    void cleanupTestCase() { m_stage.reset(); }
+    void init() { LoginItemFixture::clear(); }
+    void cleanupTestCase() { m_fixture.reset(); }
 
     void aDesktopStartsTheProgramFromAnyPath_data()
     {
@@ -49,49 +49,49 @@ private Q_SLOTS:
         // The path's folder and its file alike.
         const FileTree tree;
         const QString program = tree.path(name + u'/' + name);
-        LoginItemStage::makeProgram(program);
+        LoginItemFixture::makeProgram(program);
         for (const QByteArray& argument : { QByteArray(), QByteArray("--login") }) {
-            LoginItemStage::clear();
+            LoginItemFixture::clear();
             const LoginItemService service(
                 QStringLiteral("com.orvale.kestrum.agent"), program, QStringLiteral("Kestrum"), argument);
             QVERIFY(!service.registerItem());
             QCOMPARE(service.status(), LoginItemService::Status::enabled);
-            QCOMPARE(read(LoginItemStage::entry()), 0);
+            QCOMPARE(read(LoginItemFixture::entry()), 0);
             const QByteArray started
                 = QFile::encodeName(program) + (argument.isEmpty() ? "" : ' ' + argument);
-            QTRY_COMPARE(contentOf(LoginItemStage::startedFile()), started);
+            QTRY_COMPARE(contentOf(LoginItemFixture::startedFile()), started);
         }
     }
 
     void aNameOfAnyLettersIsShownAsItIs()
     {
         for (const char* name : { "Kestrum", "back\\slash", " blank", "two\nlines", "Größe" }) {
-            LoginItemStage::clear();
-            const LoginItemService service(
-                QStringLiteral("com.orvale.kestrum.agent"), m_stage->agentProgram(), QString::fromUtf8(name));
+            LoginItemFixture::clear();
+            const LoginItemService service(QStringLiteral("com.orvale.kestrum.agent"),
+                m_fixture->agentProgram(), QString::fromUtf8(name));
             QVERIFY(!service.registerItem());
-            QCOMPARE(read(LoginItemStage::entry()), 0);
+            QCOMPARE(read(LoginItemFixture::entry()), 0);
             QCOMPARE(m_output, QByteArray(name));
         }
     }
 
     void aDesktopStartsNothingThatIsSwitchedOff()
     {
-        QVERIFY(!m_stage->service().registerItem());
-        QByteArray text = contentOf(LoginItemStage::entry());
-        write(LoginItemStage::entry(), text.replace("Hidden=false", "Hidden=true"));
-        QCOMPARE(m_stage->service().status(), LoginItemService::Status::requiresApproval);
-        QCOMPARE(read(LoginItemStage::entry()), 3);
+        QVERIFY(!m_fixture->service().registerItem());
+        QByteArray text = contentOf(LoginItemFixture::entry());
+        write(LoginItemFixture::entry(), text.replace("Hidden=false", "Hidden=true"));
+        QCOMPARE(m_fixture->service().status(), LoginItemService::Status::requiresApproval);
+        QCOMPARE(read(LoginItemFixture::entry()), 3);
     }
 
     void aDesktopRefusesWhatWeSayIsNotFound()
     {
-        QVERIFY(!m_stage->service().registerItem());
-        write(LoginItemStage::entry(), contentOf(LoginItemStage::entry()) + "words\n");
-        QCOMPARE(m_stage->service().status(), LoginItemService::Status::notFound);
-        QCOMPARE(read(LoginItemStage::entry()), 1);
-        QVERIFY(!m_stage->service().registerItem());
-        QCOMPARE(read(LoginItemStage::entry()), 0);
+        QVERIFY(!m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "words\n");
+        QCOMPARE(m_fixture->service().status(), LoginItemService::Status::notFound);
+        QCOMPARE(read(LoginItemFixture::entry()), 1);
+        QVERIFY(!m_fixture->service().registerItem());
+        QCOMPARE(read(LoginItemFixture::entry()), 0);
     }
 
     void systemdMakesAServiceOfTheEntryUnlessItIsSwitchedOff()
@@ -99,13 +99,13 @@ private Q_SLOTS:
         if (!QFile::exists(generator))
             QSKIP("this system starts no entries by systemd");
         const FileTree units;
-        QVERIFY(!m_stage->service().registerItem());
+        QVERIFY(!m_fixture->service().registerItem());
         const QByteArray unit = serviceOf(units);
-        QVERIFY2(unit.contains("\nExecStart=:\"" + QFile::encodeName(m_stage->agentProgram()) + "\"\n")
-                || unit.contains("\nExecStart=:" + QFile::encodeName(m_stage->agentProgram()) + '\n'),
+        QVERIFY2(unit.contains("\nExecStart=:\"" + QFile::encodeName(m_fixture->agentProgram()) + "\"\n")
+                || unit.contains("\nExecStart=:" + QFile::encodeName(m_fixture->agentProgram()) + '\n'),
             unit.constData());
-        QByteArray text = contentOf(LoginItemStage::entry());
-        write(LoginItemStage::entry(), text.replace("Hidden=false", "Hidden=true"));
+        QByteArray text = contentOf(LoginItemFixture::entry());
+        write(LoginItemFixture::entry(), text.replace("Hidden=false", "Hidden=true"));
         const FileTree none;
         QCOMPARE(serviceOf(none), QByteArray());
     }
@@ -142,7 +142,7 @@ private:
 
     QString m_reader;
     QByteArray m_output;
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemStartTest)

@@ -1,4 +1,4 @@
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -59,9 +59,9 @@ class LoginItemTrustTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_stage = std::make_unique<LoginItemStage>(); }
-    void init() { LoginItemStage::clear(); }
-    void cleanupTestCase() { m_stage.reset(); }
+    void initTestCase() { m_fixture = std::make_unique<LoginItemFixture>(); }
+    void init() { LoginItemFixture::clear(); }
+    void cleanupTestCase() { m_fixture.reset(); }
 
     void whoIsLetInByAnAccessListCounts_data()
     {
@@ -84,40 +84,40 @@ private Q_SLOTS:
     {
         QFETCH(const QByteArray, list);
         QFETCH(const QString, reason);
-        for (const QString& place : { m_stage->agentProgram(), m_stage->bundlePath() }) {
+        for (const QString& place : { m_fixture->agentProgram(), m_fixture->bundlePath() }) {
             const QByteArray path = QFile::encodeName(place);
             if (::setxattr(path.constData(), attribute, list.constData(), size_t(list.size()), 0) != 0)
                 QSKIP("this file system has no access lists");
-            const auto error = m_stage->service().registerItem();
+            const auto error = m_fixture->service().registerItem();
             QCOMPARE(::removexattr(path.constData(), attribute), 0);
             QCOMPARE(::chmod(path.constData(), 0700), 0);
             QCOMPARE(error ? error->text : QString(),
                 reason.isEmpty() ? QString() : place + QStringLiteral(": ") + reason);
             QCOMPARE(error ? error->code : 0, reason.isEmpty() ? 0 : 3);
-            LoginItemStage::clear();
+            LoginItemFixture::clear();
         }
     }
 
     void aListForWhatIsMadeInAFolderLetsNobodyIn()
     {
-        const QByteArray path = QFile::encodeName(m_stage->bundlePath());
+        const QByteArray path = QFile::encodeName(m_fixture->bundlePath());
         const QByteArray list = accessList({ ACL_USER, writes, somebody }, writes);
         constexpr char ofNewFiles[] = "system.posix_acl_default";
         if (::setxattr(path.constData(), ofNewFiles, list.constData(), size_t(list.size()), 0) != 0)
             QSKIP("this file system has no access lists");
-        const auto error = m_stage->service().registerItem();
+        const auto error = m_fixture->service().registerItem();
         QCOMPARE(::removexattr(path.constData(), ofNewFiles), 0);
         QVERIFY(!error);
     }
 
     void inAStickyFolderAllKeepTheirOwn()
     {
-        const QByteArray path = QFile::encodeName(m_stage->bundlePath());
+        const QByteArray path = QFile::encodeName(m_fixture->bundlePath());
         const QByteArray list = accessList({ ACL_USER, writes, somebody }, writes);
         QCOMPARE(::chmod(path.constData(), 01700), 0);
         if (::setxattr(path.constData(), attribute, list.constData(), size_t(list.size()), 0) != 0)
             QSKIP("this file system has no access lists");
-        const auto error = m_stage->service().registerItem();
+        const auto error = m_fixture->service().registerItem();
         QCOMPARE(::removexattr(path.constData(), attribute), 0);
         QCOMPARE(::chmod(path.constData(), 0700), 0);
         QVERIFY(!error);
@@ -125,37 +125,37 @@ private Q_SLOTS:
 
     void theReasonSaysWhoMayChangeWhat()
     {
-        const QByteArray program = QFile::encodeName(m_stage->agentProgram());
+        const QByteArray program = QFile::encodeName(m_fixture->agentProgram());
         QCOMPARE(::chmod(program.constData(), 0757), 0);
-        const auto error = m_stage->service().registerItem();
+        const auto error = m_fixture->service().registerItem();
         QCOMPARE(::chmod(program.constData(), 0700), 0);
         QVERIFY(error);
         QCOMPARE(
-            error->text, m_stage->agentProgram() + QStringLiteral(": everybody may change it (mode 0757)"));
+            error->text, m_fixture->agentProgram() + QStringLiteral(": everybody may change it (mode 0757)"));
     }
 
     void aFolderOfAnotherUserOrGroupIsNamedWithItsNumber()
     {
         if (::getuid() != 0)
             QSKIP("only root can give a folder to others");
-        const QByteArray folder = QFile::encodeName(m_stage->agentBundle());
+        const QByteArray folder = QFile::encodeName(m_fixture->agentBundle());
         const auto given = [&folder](uid_t user, gid_t group, mode_t mode) {
             return ::seteuid(0) == 0 && ::chown(folder.constData(), user, group) == 0
                 && ::chmod(folder.constData(), mode) == 0 && ::seteuid(65534) == 0;
         };
         QVERIFY(given(somebody, 65534, 0755));
-        const auto user = m_stage->service().registerItem();
+        const auto user = m_fixture->service().registerItem();
         QVERIFY(given(65534, 100, 0770));
-        const auto group = m_stage->service().registerItem();
+        const auto group = m_fixture->service().registerItem();
         QVERIFY(given(65534, 65534, 0700));
         QVERIFY(user && group);
-        QCOMPARE(user->text, m_stage->agentBundle() + QStringLiteral(": it belongs to user 1234"));
+        QCOMPARE(user->text, m_fixture->agentBundle() + QStringLiteral(": it belongs to user 1234"));
         QCOMPARE(
-            group->text, m_stage->agentBundle() + QStringLiteral(": group 100 may change it (mode 0770)"));
+            group->text, m_fixture->agentBundle() + QStringLiteral(": group 100 may change it (mode 0770)"));
     }
 
 private:
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemTrustTest)

@@ -2,7 +2,7 @@
 
 #include "Kestrum/Form/Row.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
-#include "KestrumShared/Machine/CoreTopology.h"
+#include "Platform/Machine/CoreTopology.h"
 #include "tests/FormHand.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestSession.h"

@@ -3,9 +3,9 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/MenuBar/MoreMark.h"
-#include "KestrumShared/Drawing/StripGround.h"
-#include "KestrumShared/Machine/CoreTopology.h"
+#include "KestrumShared/Items/StripBackground.h"
 #include "Platform/Desktop/SystemAppearance.h"
+#include "Platform/Machine/CoreTopology.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestHome.h"
 
@@ -59,7 +59,7 @@ class MenuBarPreviewTest : public QObject {
                 return false;
             const QImage image = picture().copy(place());
             const int inwards = edge == Qt::LeftEdge ? 1 : -1;
-            const QRgb plate = StripGround::plate(SystemAppearance::shared().scheme()).rgb();
+            const QRgb plate = StripBackground::plate(SystemAppearance::shared().scheme()).rgb();
             int ink = 0;
             for (int y = 0; y < image.height(); ++y) {
                 for (int x = 0; x < 16; ++x) {

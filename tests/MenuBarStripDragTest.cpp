@@ -1,5 +1,5 @@
-#include "KestrumShared/Drawing/StripGround.h"
-#include "KestrumShared/Drawing/StripLayout.h"
+#include "KestrumShared/Items/StripBackground.h"
+#include "KestrumShared/Items/StripLayout.h"
 #include "tests/PaintWatcher.h"
 #include "tests/StripWindow.h"
 #include "tests/TestHome.h"
@@ -222,7 +222,7 @@ private Q_SLOTS:
         w.drag(w.middle(storage) + 5);
         const double left = w.frame(storage).left();
         // The backdrop, on a piece of plate of its own: what it passes does not show through.
-        const QColor plate = StripGround::plate(scheme);
+        const QColor plate = StripBackground::plate(scheme);
         const QColor ground = w.pixel(left - 2, 11);
         QCOMPARE(ground.alpha(), 255);
         QVERIFY(std::abs(ground.red() - (plate.red() * 0.86 + ink.red() * 0.14)) <= 2);
@@ -253,7 +253,7 @@ private Q_SLOTS:
             QPainter painter(&image);
             for (const MonitorSection section : order) {
                 if (section == storage)
-                    StripGround::drawLifted(
+                    StripBackground::drawLifted(
                         painter, w.strip.backdropRect(*w.strip.item(storage)), ColourScheme::light);
                 const QPointF corner = w.strip.widgetRect(w.frame(section)).topLeft();
                 w.strip.item(section)->view->draw(

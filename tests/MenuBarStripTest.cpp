@@ -1,7 +1,7 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/MenuBar/MoreMark.h"
-#include "KestrumShared/Machine/CoreTopology.h"
+#include "Platform/Machine/CoreTopology.h"
 #include "tests/TestHome.h"
 
 #include <QApplication>

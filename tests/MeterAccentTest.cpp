@@ -54,7 +54,7 @@ void MeterAccentTest::everyPresetHasItsNameTitleAndColour()
     const auto accent = MeterAccent::fromRawValue(name);
     QVERIFY(accent);
     QCOMPARE(accent->rawValue(), name);
-    QCOMPARE(accent->title(), title);
+    QCOMPARE(kestrum::title(*accent), title);
     QVERIFY(!accent->isCustom());
     const QColor colour = accent->color();
     // A colour keeps 16 bits a component.
@@ -182,15 +182,16 @@ void MeterAccentTest::accentsAreEqualWhenTheirTextsAre()
 
 void MeterAccentTest::titlesAreInTheInterfaceLanguage()
 {
-    QCOMPARE(MeterAccent::custom(Qt::red).title(), QStringLiteral("Custom"));
+    QCOMPARE(title(MeterAccent::custom(Qt::red)), QStringLiteral("Custom"));
     const TestBundle bundle("{ CFBundleDevelopmentRegion = en; }", { "en", "de" });
     bundle.writeTable("de", "Custom = \"Eigene\"; Pine = \"Tanne\";");
     setSession("KESTRUM_LANGUAGE=de");
-    QCOMPARE(MeterAccent::custom(Qt::red).title(), QStringLiteral("Eigene"));
-    QCOMPARE(MeterAccent(MeterAccent::Name::pine).title(), QStringLiteral("Tanne"));
-    QCOMPARE(MeterAccent(MeterAccent::Name::blue).title(), QStringLiteral("Blue")); // has no translation here
+    QCOMPARE(title(MeterAccent::custom(Qt::red)), QStringLiteral("Eigene"));
+    QCOMPARE(title(MeterAccent(MeterAccent::Name::pine)), QStringLiteral("Tanne"));
+    QCOMPARE(title(MeterAccent(MeterAccent::Name::blue)), QStringLiteral("Blue")); // has no translation here
     setSession({});
 }
 
 KESTRUM_TEST_MAIN(QGuiApplication, MeterAccentTest)
+#include "KestrumShared/Text/Title.h"
 #include "MeterAccentTest.moc"

@@ -89,4 +89,5 @@ void MeterAppearanceTest::parsingIsExact()
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, MeterAppearanceTest)
+#include "KestrumShared/Text/Title.h"
 #include "MeterAppearanceTest.moc"

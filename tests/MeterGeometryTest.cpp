@@ -12,8 +12,8 @@ class MeterGeometryTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
-        DrawingStage::turnReadoutsOff();
+        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
+        DrawingFixture::turnReadoutsOff();
         m_readings = std::make_shared<FakeReadings>();
     }
 
@@ -38,8 +38,8 @@ private Q_SLOTS:
             m_readings->memory = section == MonitorSection::memory ? fraction : 0.33;
             m_readings->storage = section == MonitorSection::storage ? fraction : 0.77;
             for (const char* shape : { "pill", "square" }) {
-                DrawingStage::set("meterShape", shape);
-                const ItemPixels item(DrawingStage::drawn(section, m_readings, scale), scale);
+                DrawingFixture::set("meterShape", shape);
+                const ItemPixels item(DrawingFixture::drawn(section, m_readings, scale), scale);
                 const double x = meterStart(section);
                 const QRectF fill = item.inked(QRectF(x + 1, 2.5, 6, 18), signalColour);
                 QVERIFY_NEAR(fill.left(), x + 2, 1 / scale);
@@ -52,7 +52,7 @@ private Q_SLOTS:
 
     void gaugeFrameReachesFourTenthsBeyondItsWidth()
     {
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::memory, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::memory, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::memory);
         const QRectF ink = item.inked(QRectF(x - 2, 0, 12, 22));
         QVERIFY_NEAR(ink.left(), x - 0.4, 0.05);
@@ -63,38 +63,38 @@ private Q_SLOTS:
 
     void memoryMeterShowsUsageWhateverTheReadoutIs()
     {
-        DrawingStage::set("memoryReadout", "pressure");
+        DrawingFixture::set("memoryReadout", "pressure");
         m_readings->memory = 0.75;
         m_readings->pressure = 0.1;
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::memory, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::memory, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::memory);
         QVERIFY_NEAR(item.inked(QRectF(x + 1, 2.5, 6, 18), signalColour).bottom(), 3.5 + 12, 0.05);
     }
 
     void eachGaugeHasItsOwnAccent()
     {
-        DrawingStage::set("memoryAccent", "indigo");
+        DrawingFixture::set("memoryAccent", "indigo");
         const auto colour = [&](MonitorSection section) {
-            return ItemPixels(DrawingStage::drawn(section, m_readings, 20), 20)
+            return ItemPixels(DrawingFixture::drawn(section, m_readings, 20), 20)
                 .at(meterStart(section) + 4, 6);
         };
         QCOMPARE(colour(MonitorSection::memory), indigoColour);
         QCOMPARE(colour(MonitorSection::storage), signalColour);
-        DrawingStage::set("storageAccent", "custom:srgb:1.0000,0.0000,0.2000");
+        DrawingFixture::set("storageAccent", "custom:srgb:1.0000,0.0000,0.2000");
         QCOMPARE(colour(MonitorSection::storage), QColor(255, 0, 51));
-        DrawingStage::set("memoryAccent", "Indigo");
+        DrawingFixture::set("memoryAccent", "Indigo");
         QCOMPARE(colour(MonitorSection::memory), signalColour);
     }
 
     void metersOfTheProcessorHaveItsAccent()
     {
         for (const char* key : { "cpuFastCoreAccent", "memoryAccent", "storageAccent" })
-            DrawingStage::set(key, "amber");
-        DrawingStage::set("cpuAccent", "indigo");
+            DrawingFixture::set(key, "amber");
+        DrawingFixture::set("cpuAccent", "indigo");
         m_readings->history = { 1, 1 };
         for (const char* style : { "bars", "wave", "compact" }) {
-            DrawingStage::set("meterStyle", style);
-            const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+            DrawingFixture::set("meterStyle", style);
+            const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
             // Within the third bar, which is three quarters high.
             const QRectF ink
                 = item.inked(QRectF(meterStart(MonitorSection::cpu) + 14.5, 9, 3, 4), indigoColour);
@@ -105,13 +105,13 @@ private Q_SLOTS:
     void unknownChoicesAreDrawnLikeTheFirstOfTheirKind()
     {
         for (const auto& section : allCases<MonitorSection>()) {
-            const QImage first = DrawingStage::drawn(section.value, m_readings, 2);
+            const QImage first = DrawingFixture::drawn(section.value, m_readings, 2);
             for (const char* key : { "meterStyle", "meterShape", "meterLabelStyle" })
-                DrawingStage::set(key, "Wave");
-            QCOMPARE(DrawingStage::drawn(section.value, m_readings, 2), first);
+                DrawingFixture::set(key, "Wave");
+            QCOMPARE(DrawingFixture::drawn(section.value, m_readings, 2), first);
             for (const char* key : { "meterStyle", "meterShape", "meterLabelStyle" })
                 SharedSettings::store().remove(key);
-            QCOMPARE(DrawingStage::drawn(section.value, m_readings, 2), first);
+            QCOMPARE(DrawingFixture::drawn(section.value, m_readings, 2), first);
         }
     }
 
@@ -127,12 +127,12 @@ private Q_SLOTS:
     {
         QFETCH(double, usage);
         QFETCH(double, width);
-        DrawingStage::set("meterStyle", "compact");
+        DrawingFixture::set("meterStyle", "compact");
         m_readings->cpu = usage;
         for (const char* shape : { "pill", "square" }) {
-            DrawingStage::set("meterShape", shape);
+            DrawingFixture::set("meterShape", shape);
             for (const double scale : { 1.0, 2.0, 20.0 }) {
-                const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, scale), scale);
+                const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, scale), scale);
                 const double x = meterStart(MonitorSection::cpu);
                 const QRectF frame = item.inked(QRectF(x - 2, 0, 50, 22));
                 QVERIFY_NEAR(frame.left(), x - 0.4, 1 / scale);
@@ -161,20 +161,20 @@ private Q_SLOTS:
     {
         QFETCH(MonitorSection, section);
         QFETCH(QPointF, corner);
-        DrawingStage::set("meterStyle", "compact");
+        DrawingFixture::set("meterStyle", "compact");
         const QPointF place(meterStart(section) + corner.x() + 0.2, corner.y() + 0.2);
-        const ItemPixels pill(DrawingStage::drawn(section, m_readings, 20), 20);
+        const ItemPixels pill(DrawingFixture::drawn(section, m_readings, 20), 20);
         QVERIFY(pill.at(place.x(), place.y()) != signalColour);
-        DrawingStage::set("meterShape", "square");
-        const ItemPixels square(DrawingStage::drawn(section, m_readings, 20), 20);
+        DrawingFixture::set("meterShape", "square");
+        const ItemPixels square(DrawingFixture::drawn(section, m_readings, 20), 20);
         QCOMPARE(square.at(place.x(), place.y()), signalColour);
     }
 
     void waveIsClippedAtBothEnds()
     {
-        DrawingStage::set("meterStyle", "wave");
+        DrawingFixture::set("meterStyle", "wave");
         m_readings->history = { -2, 0.5, 3, 3, 0.5 };
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::cpu);
         const QRectF wave = item.inked(QRectF(x + 1, 2, 44, 19), signalColour);
         QVERIFY_NEAR(wave.bottom(), 19.5, 0.05);
@@ -186,9 +186,9 @@ private Q_SLOTS:
 
     void waveHasOneStepASampleAndIsTranslucent()
     {
-        DrawingStage::set("meterStyle", "wave");
+        DrawingFixture::set("meterStyle", "wave");
         m_readings->history = { 0, 1, 0 };
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::cpu) + 2;
         QVERIFY_NEAR(item.at(x + 21, 4).alpha(), 217, 1);
         QVERIFY_NEAR(item.at(x + 21, 4).red(), signalColour.red(), 2);
@@ -198,10 +198,10 @@ private Q_SLOTS:
 
     void waveFillsTheFrameButTwoPoints()
     {
-        DrawingStage::set("meterStyle", "wave");
+        DrawingFixture::set("meterStyle", "wave");
         m_readings->history = { 1, 1 };
         for (const double scale : { 1.0, 2.0, 20.0 }) {
-            const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, scale), scale);
+            const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, scale), scale);
             const double x = meterStart(MonitorSection::cpu);
             const QRectF wave = item.inked(QRectF(x + 1, 2, 44, 19), signalColour);
             QVERIFY_NEAR(wave.left(), x + 2, 1 / scale);
@@ -220,9 +220,9 @@ private Q_SLOTS:
     void waveNeedsTwoSamples()
     {
         QFETCH(QList<double>, history);
-        DrawingStage::set("meterStyle", "wave");
+        DrawingFixture::set("meterStyle", "wave");
         m_readings->history = history;
-        const ItemPixels item(DrawingStage::drawn(MonitorSection::cpu, m_readings, 20), 20);
+        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
         const double x = meterStart(MonitorSection::cpu);
         QVERIFY(item.inked(QRectF(x, 1.5, 46, 20), signalColour).isNull());
         QVERIFY_NEAR(item.inked(QRectF(x - 1, 0, 48, 22)).bottom(), 21.9, 0.05);

@@ -1,13 +1,13 @@
 #include "KestrumShared/Popover/MetricProgressBar.h"
 
-#include "tests/PanelStage.h"
+#include "tests/PanelFixture.h"
 #include "tests/TestHome.h"
 
 #include <QTest>
 #include <limits>
 
 using namespace kestrum;
-using namespace PanelStage;
+using namespace PanelFixture;
 
 namespace {
 
@@ -20,7 +20,7 @@ class MetricProgressBarTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont); }
+    void initTestCase() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
     void aBarIsFilledByItsShare_data()
     {

@@ -1,6 +1,6 @@
 #include "Platform/Signals/NotificationCentre.h"
 #include "Platform/Files/RuntimeDirectory.h"
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 
 #include <QCoreApplication>
 #include <QDir>

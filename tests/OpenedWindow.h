@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/DesktopStage.h"
+#include "tests/DesktopFixture.h"
 #include "tests/VirtualDisplay.h"
 
 #include <QGuiApplication>
@@ -10,15 +10,15 @@
 
 namespace kestrum {
 
-/// The settings application of a stage with its window, which a test opens, works by a mouse and watches by its pixels. Places
+/// The settings application of a fixture with its window, which a test opens, works by a mouse and watches by its pixels. Places
 /// are the window's own, which is 640 by 520. The application ends with this.
 class OpenedWindow {
 public:
     /// Returns when the window has the focus and is painted.
-    explicit OpenedWindow(const DesktopStage& stage, const QStringList& arguments = {})
-        : m_stage(stage)
-        , m_kestrum(Programs::started(stage.program("Kestrum"), arguments))
-        , m_window(DesktopStage::windowOf(m_kestrum->processId()))
+    explicit OpenedWindow(const DesktopFixture& fixture, const QStringList& arguments = {})
+        : m_fixture(fixture)
+        , m_kestrum(Programs::started(fixture.program("Kestrum"), arguments))
+        , m_window(DesktopFixture::windowOf(m_kestrum->processId()))
     {
         using Programs::patience;
         QVERIFY(!m_window.isEmpty()); // with no text: what the program says is left to be read
@@ -31,7 +31,7 @@ public:
     QProcess& application() const { return *m_kestrum; }
     qint32 pid() const { return qint32(m_kestrum->processId()); }
     const QByteArray& id() const { return m_window; }
-    bool isActive() const { return DesktopStage::activeWindow() == m_window; }
+    bool isActive() const { return DesktopFixture::activeWindow() == m_window; }
 
     void press(const char* keys) const
     {
@@ -40,9 +40,9 @@ public:
     void close() const { press("ctrl+w"); }
     bool hasEnded() const { return m_kestrum->waitForFinished(Programs::patience); }
 
-    void moveTo(QPoint place) const { DesktopStage::moveTo(place, m_window); }
-    void click(QPoint place) const { DesktopStage::click(place, m_window); }
-    void drag(QPoint from, QPoint to) const { DesktopStage::drag(from, to, m_window); }
+    void moveTo(QPoint place) const { DesktopFixture::moveTo(place, m_window); }
+    void click(QPoint place) const { DesktopFixture::click(place, m_window); }
+    void drag(QPoint from, QPoint to) const { DesktopFixture::drag(from, to, m_window); }
 
     QImage picture(const QRect& part) const { return picture(m_window, part); }
     static QImage picture(const QByteArray& window, const QRect& part)
@@ -75,7 +75,7 @@ public:
     /// The middle of a section's item in that strip.
     QPoint item(const char* section) const
     {
-        const DesktopStage::Items items = m_stage.items();
+        const DesktopFixture::Items items = m_fixture.items();
         const double left = stripRight - std::ceil(items.width);
         return { int(left + items.middles.value(QString::fromLatin1(section))), stripMiddle };
     }
@@ -85,7 +85,7 @@ private:
     static constexpr int stripRight = 640 - 16 - 30;
     static constexpr int stripMiddle = 16 + 30 + 11;
 
-    const DesktopStage& m_stage;
+    const DesktopFixture& m_fixture;
     std::unique_ptr<QProcess> m_kestrum;
     QByteArray m_window;
 };

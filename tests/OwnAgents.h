@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumShared/Machine/ProcessScan.h"
+#include "KestrumShared/Agent/ProcessScan.h"
 
 #include <QTest>
 

@@ -8,7 +8,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Desktop/SystemAppearance.h"
 #include "tests/FileContent.h"
-#include "tests/LoginItemStage.h"
+#include "tests/LoginItemFixture.h"
 #include "tests/OwnProcesses.h"
 #include "tests/SettingsWindow.h"
 #include "tests/StandIns.h"
@@ -26,7 +26,7 @@ using namespace kestrum;
 class PagePicturesTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<LoginItemStage> m_stage;
+    std::unique_ptr<LoginItemFixture> m_fixture;
     QDir m_folder { TestHome::root() + QStringLiteral("/pictures") };
 
     /// A window as somebody has it who chose nothing, its agent running.
@@ -121,28 +121,28 @@ class PagePicturesTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // As the ordinary user that the stage makes of root, whose own folders are out of reach.
-        m_stage = std::make_unique<LoginItemStage>();
+        // As the ordinary user that the fixture makes of root, whose own folders are out of reach.
+        m_fixture = std::make_unique<LoginItemFixture>();
         SettingsWindow::prepareProgram();
         const QString contents = Bundle::main().path() + QStringLiteral("/Contents/");
         if (QDir(contents).isEmpty())
             QSKIP("the ordinary user that root becomes here may not look into the folder that this was built "
                   "in");
-        QVERIFY(QDir(m_stage->bundlePath()).mkpath(QStringLiteral("Contents")));
+        QVERIFY(QDir(m_fixture->bundlePath()).mkpath(QStringLiteral("Contents")));
         for (const char* part : { "Resources", "Info.plist" })
             QVERIFY(QFile::link(contents + QLatin1StringView(part),
-                m_stage->bundlePath() + QStringLiteral("/Contents/") + QLatin1StringView(part)));
-        Bundle::setMain(Bundle(m_stage->bundlePath()));
+                m_fixture->bundlePath() + QStringLiteral("/Contents/") + QLatin1StringView(part)));
+        Bundle::setMain(Bundle(m_fixture->bundlePath()));
     }
     void init()
     {
-        LoginItemStage::clear();
+        LoginItemFixture::clear();
         SettingsWindow::prepare();
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }
     void cleanupTestCase()
     {
-        m_stage.reset();
+        m_fixture.reset();
         QDir kept(qEnvironmentVariable(
             "KESTRUM_PICTURES", qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/pictures")));
         QVERIFY(kept.removeRecursively());
@@ -191,18 +191,18 @@ private Q_SLOTS:
 
     void blocked()
     {
-        const QString away = m_stage->agentBundle() + QStringLiteral(".away");
-        QVERIFY(QFile::rename(m_stage->agentBundle(), away));
+        const QString away = m_fixture->agentBundle() + QStringLiteral(".away");
+        QVERIFY(QFile::rename(m_fixture->agentBundle(), away));
         Scene scene;
         QTRY_VERIFY(scene.shows(QStringLiteral("This copy of Kestrum is incomplete.")));
         save(scene, QStringLiteral("blocked"));
-        QVERIFY(QFile::rename(away, m_stage->agentBundle()));
+        QVERIFY(QFile::rename(away, m_fixture->agentBundle()));
     }
 
     void approvalNeeded()
     {
-        QVERIFY(!m_stage->service().registerItem());
-        QFile entry(LoginItemStage::entry());
+        QVERIFY(!m_fixture->service().registerItem());
+        QFile entry(LoginItemFixture::entry());
         QVERIFY(entry.open(QIODevice::Append) && entry.write("Hidden=true\n") > 0);
         entry.close();
         Scene scene;
@@ -212,8 +212,8 @@ private Q_SLOTS:
 
     void error()
     {
-        QDir().mkpath(LoginItemStage::folder());
-        QFile::setPermissions(LoginItemStage::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        QDir().mkpath(LoginItemFixture::folder());
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         Scene scene;
         QTRY_VERIFY(!scene.loginItem().isChecked());
         QTest::mouseClick(&scene.loginItem(), Qt::LeftButton);

@@ -3,7 +3,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Popovers/LowerRightHalf.h"
 #include "KestrumShared/Popover/CompactHeader.h"
-#include "tests/PanelStage.h"
+#include "tests/PanelFixture.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
@@ -12,7 +12,7 @@
 #include <initializer_list>
 
 using namespace kestrum;
-using namespace PanelStage;
+using namespace PanelFixture;
 
 namespace {
 
@@ -40,7 +40,7 @@ class PanelMiniatureTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont); }
+    void initTestCase() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
     void thePictureKeepsToItsSize()
     {
@@ -97,7 +97,7 @@ private Q_SLOTS:
     void theGroundIsTheOneOfThePictureAndNotTheStoredOne()
     {
         for (const char* stored : { "opaque", "translucent" }) {
-            DrawingStage::set("popoverBackground", stored);
+            DrawingFixture::set("popoverBackground", stored);
             QCOMPARE(drawn(light, opaque).at(100, 12), QColor(199, 204, 209));
             QVERIFY(drawn(light, translucent).at(100, 12) != QColor(199, 204, 209));
         }
@@ -189,7 +189,7 @@ private Q_SLOTS:
 
     void eachTextStandsOnItsLine()
     {
-        DrawingStage::set("language", "fr");
+        DrawingFixture::set("language", "fr");
         const auto picture = [](const QByteArray& table) {
             const TestBundle bundle("{ }", { "en", "fr" });
             bundle.writeTable("fr", table);

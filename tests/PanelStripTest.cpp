@@ -1,11 +1,11 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
-#include "KestrumShared/Drawing/LabelColour.h"
-#include "KestrumShared/Drawing/StripGround.h"
-#include "KestrumShared/Drawing/StripLayout.h"
+#include "KestrumShared/Items/StripBackground.h"
+#include "KestrumShared/Items/StripLayout.h"
+#include "KestrumShared/Raster/LabelColour.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/DrawingStage.h"
+#include "tests/DrawingFixture.h"
 #include "tests/PaintWatcher.h"
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
@@ -23,11 +23,11 @@ using Sections = QList<MonitorSection>;
 namespace {
 
 /// A strip on the screen, and a hand that works its mouse at places in points from its first item.
-struct Stage {
+struct Fixture {
     std::shared_ptr<FakeReadings> readings = std::make_shared<FakeReadings>();
     PanelStrip strip { readings };
 
-    Stage()
+    Fixture()
     {
         strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
         QObject::connect(
@@ -65,8 +65,8 @@ class PanelStripTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        if (!DrawingStage::prepare())
-            QFAIL(DrawingStage::noFont);
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
         SystemAppearance::shared().setScheme(ColourScheme::light);
         QTest::qWait(20); // let the notice of what was forgotten pass
     }
@@ -75,27 +75,28 @@ private Q_SLOTS:
 
     void theItemsStandInTheStoredOrderOnTheGrid()
     {
-        Stage stage;
-        QCOMPARE(stage.strip.items().sections(), (Sections { storage, sensors, memory, cpu }));
+        Fixture fixture;
+        QCOMPARE(fixture.strip.items().sections(), (Sections { storage, sensors, memory, cpu }));
         const StripLayout layout = StripLayout::current();
         for (const auto& place : layout.items)
-            QCOMPARE(stage.frame(place.section).left(), *place.x);
-        QCOMPARE(stage.strip.sizeHint(), QSize(int(std::ceil(layout.width)) + 2 * PanelStrip::sideRoom, 22));
+            QCOMPARE(fixture.frame(place.section).left(), *place.x);
+        QCOMPARE(
+            fixture.strip.sizeHint(), QSize(int(std::ceil(layout.width)) + 2 * PanelStrip::sideRoom, 22));
     }
 
     void eachItemIsDrawnAsEverywhereElse()
     {
-        Stage stage;
-        const QImage picture = stage.picture();
-        for (const MonitorSection section : stage.strip.items().sections()) {
-            const QRect place = stage.place(section);
+        Fixture fixture;
+        const QImage picture = fixture.picture();
+        for (const MonitorSection section : fixture.strip.items().sections()) {
+            const QRect place = fixture.place(section);
             QImage expected(place.width(), 22, QImage::Format_ARGB32_Premultiplied);
-            expected.fill(StripGround::plate(ColourScheme::light));
+            expected.fill(StripBackground::plate(ColourScheme::light));
             {
                 QPainter painter(&expected);
                 const double left
-                    = std::round(stage.frame(section).left() + PanelStrip::sideRoom) - place.left();
-                painter.drawImage(QPointF(left, 0), DrawingStage::drawn(section, stage.readings, 1));
+                    = std::round(fixture.frame(section).left() + PanelStrip::sideRoom) - place.left();
+                painter.drawImage(QPointF(left, 0), DrawingFixture::drawn(section, fixture.readings, 1));
             }
             // A blank edge is left out, as a fraction of a point there belongs to nobody.
             const QRect inner(0, 0, place.width() - 1, 22);
@@ -113,10 +114,10 @@ private Q_SLOTS:
     void thePlateFollowsTheDesktopsScheme()
     {
         QFETCH(const ColourScheme, scheme);
-        Stage stage;
+        Fixture fixture;
         SystemAppearance::shared().setScheme(scheme);
-        const QImage picture = stage.picture();
-        QCOMPARE(picture.pixelColor(2, 11).rgb(), StripGround::plate(scheme).rgb());
+        const QImage picture = fixture.picture();
+        QCOMPARE(picture.pixelColor(2, 11).rgb(), StripBackground::plate(scheme).rgb());
         // And so do the items on it: somewhere is a pixel of the labels' full colour.
         bool isFound = false;
         for (int x = 0; x < picture.width(); ++x) {
@@ -128,154 +129,154 @@ private Q_SLOTS:
 
     void aTranslucentStripHasRoundEnds()
     {
-        Stage stage;
-        stage.strip.setAttribute(Qt::WA_TranslucentBackground);
-        QImage image(stage.strip.size(), QImage::Format_ARGB32_Premultiplied);
+        Fixture fixture;
+        fixture.strip.setAttribute(Qt::WA_TranslucentBackground);
+        QImage image(fixture.strip.size(), QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
-        stage.strip.render(&image, {}, {}, QWidget::DrawChildren);
+        fixture.strip.render(&image, {}, {}, QWidget::DrawChildren);
         QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
         QCOMPARE(image.pixelColor(image.width() - 1, 21).alpha(), 0);
-        QCOMPARE(image.pixelColor(0, 11).rgba(), StripGround::plate(ColourScheme::light).rgba());
+        QCOMPARE(image.pixelColor(0, 11).rgba(), StripBackground::plate(ColourScheme::light).rgba());
     }
 
     // Following readings and settings
 
     void newReadingsPaintOnlyWhatLooksDifferent()
     {
-        Stage stage;
-        QVERIFY(QTest::qWaitForWindowExposed(&stage.strip));
+        Fixture fixture;
+        QVERIFY(QTest::qWaitForWindowExposed(&fixture.strip));
         QTest::qWait(50);
         PaintWatcher watcher;
-        stage.strip.installEventFilter(&watcher);
-        stage.strip.redraw();
+        fixture.strip.installEventFilter(&watcher);
+        fixture.strip.redraw();
         QVERIFY(watcher.painted.isEmpty());
-        stage.readings->memory = 0.9;
-        stage.strip.redraw(); // paints before it returns
+        fixture.readings->memory = 0.9;
+        fixture.strip.redraw(); // paints before it returns
         QVERIFY(!watcher.painted.isEmpty());
-        QVERIFY(watcher.painted.boundingRect().contains(stage.place(memory).adjusted(1, 0, -1, 0)));
+        QVERIFY(watcher.painted.boundingRect().contains(fixture.place(memory).adjusted(1, 0, -1, 0)));
         for (const MonitorSection section : { cpu, sensors, storage })
-            QVERIFY(!watcher.painted.intersects(stage.place(section)));
+            QVERIFY(!watcher.painted.intersects(fixture.place(section)));
     }
 
     void aChangedStyleChangesThePicture()
     {
-        Stage stage;
-        const QImage bars = stage.picture();
+        Fixture fixture;
+        const QImage bars = fixture.picture();
         Setting(Keys::meterStyle).set(MeterStyle::wave);
-        stage.strip.rebuild();
-        QVERIFY(stage.picture() != bars);
+        fixture.strip.rebuild();
+        QVERIFY(fixture.picture() != bars);
         Setting(Keys::meterStyle).set(MeterStyle::bars);
-        stage.strip.rebuild();
-        QCOMPARE(stage.picture(), bars);
+        fixture.strip.rebuild();
+        QCOMPARE(fixture.picture(), bars);
     }
 
     void aHiddenItemTakesNoRoom()
     {
-        Stage stage;
-        const int wide = stage.strip.sizeHint().width();
+        Fixture fixture;
+        const int wide = fixture.strip.sizeHint().width();
         Setting(Keys::showSensorsItem).set(false);
-        stage.strip.rebuild();
-        QCOMPARE(stage.strip.items().sections(), (Sections { storage, memory, cpu }));
-        QVERIFY(stage.strip.sizeHint().width() < wide);
+        fixture.strip.rebuild();
+        QCOMPARE(fixture.strip.items().sections(), (Sections { storage, memory, cpu }));
+        QVERIFY(fixture.strip.sizeHint().width() < wide);
         for (const auto* key : { &Keys::showCPUItem, &Keys::showMemoryItem, &Keys::showStorageItem })
             Setting(*key).set(false);
-        stage.strip.rebuild();
-        QVERIFY(stage.strip.isEmpty());
-        QCOMPARE(stage.strip.sizeHint(), QSize(0, 0));
-        QVERIFY(stage.strip.summary().isEmpty());
+        fixture.strip.rebuild();
+        QVERIFY(fixture.strip.isEmpty());
+        QCOMPARE(fixture.strip.sizeHint(), QSize(0, 0));
+        QVERIFY(fixture.strip.summary().isEmpty());
     }
 
     // The mouse
 
     void aDragStoresTheOrderAndTellsIt()
     {
-        Stage stage;
+        Fixture fixture;
         Ear ear(SharedSettings::name(SharedSettings::Signal::menuBarChanged));
-        stage.press(stage.middle(cpu));
-        stage.drag(-500);
-        QCOMPARE(stage.frame(cpu).left(), 0.0);
-        QCOMPARE(stage.strip.items().sections().first(), cpu);
+        fixture.press(fixture.middle(cpu));
+        fixture.drag(-500);
+        QCOMPARE(fixture.frame(cpu).left(), 0.0);
+        QCOMPARE(fixture.strip.items().sections().first(), cpu);
         QCOMPARE(storedText("menuBarOrder"), QString());
-        stage.release(-500);
+        fixture.release(-500);
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("cpu,storage,sensors,memory"));
         QTRY_COMPARE(ear.count, 1);
     }
 
     void aDragToTheRightEndsAtTheStripsEnd()
     {
-        Stage stage;
-        stage.press(stage.middle(storage));
-        stage.drag(5000);
-        QCOMPARE(stage.frame(storage).right(), stage.strip.items().size().width());
-        stage.release(5000);
+        Fixture fixture;
+        fixture.press(fixture.middle(storage));
+        fixture.drag(5000);
+        QCOMPARE(fixture.frame(storage).right(), fixture.strip.items().size().width());
+        fixture.release(5000);
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("sensors,memory,cpu,storage"));
     }
 
     void theItemStaysUnderThePointerWhereItWasGrabbed()
     {
-        Stage stage;
-        const double left = stage.frame(memory).left();
-        stage.press(left + 5);
-        stage.drag(left + 9);
-        QCOMPARE(stage.frame(memory).left(), left + 4);
-        stage.release(left + 9);
-        QCOMPARE(stage.frame(memory).left(), left);
+        Fixture fixture;
+        const double left = fixture.frame(memory).left();
+        fixture.press(left + 5);
+        fixture.drag(left + 9);
+        QCOMPARE(fixture.frame(memory).left(), left + 4);
+        fixture.release(left + 9);
+        QCOMPARE(fixture.frame(memory).left(), left);
     }
 
     void aHiddenSectionKeepsItsSlotInADrag()
     {
         Setting(Keys::showSensorsItem).set(false);
-        Stage stage;
-        stage.press(stage.middle(cpu));
-        stage.drag(-500);
-        stage.release(-500);
+        Fixture fixture;
+        fixture.press(fixture.middle(cpu));
+        fixture.drag(-500);
+        fixture.release(-500);
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("cpu,sensors,storage,memory"));
     }
 
     void aRebuildDoesNotCancelADrag()
     {
-        Stage stage;
-        stage.press(stage.middle(cpu));
-        stage.drag(30);
-        const double left = stage.frame(cpu).left();
+        Fixture fixture;
+        fixture.press(fixture.middle(cpu));
+        fixture.drag(30);
+        const double left = fixture.frame(cpu).left();
         Setting(Keys::meterShape).set(MeterShape::square);
-        stage.strip.rebuild();
-        QCOMPARE(stage.frame(cpu).left(), left);
-        stage.drag(-500);
-        stage.release(-500);
+        fixture.strip.rebuild();
+        QCOMPARE(fixture.frame(cpu).left(), left);
+        fixture.drag(-500);
+        fixture.release(-500);
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("cpu,storage,sensors,memory"));
     }
 
     void theItemUnderThePointerHasABackdrop()
     {
-        Stage stage;
-        const QImage plain = stage.picture();
-        stage.move(stage.middle(memory));
-        QCOMPARE(stage.strip.cursor().shape(), Qt::OpenHandCursor);
-        const QPoint beside(stage.place(memory).left() - 2, 11);
-        QVERIFY(stage.picture().pixelColor(beside) != plain.pixelColor(beside));
+        Fixture fixture;
+        const QImage plain = fixture.picture();
+        fixture.move(fixture.middle(memory));
+        QCOMPARE(fixture.strip.cursor().shape(), Qt::OpenHandCursor);
+        const QPoint beside(fixture.place(memory).left() - 2, 11);
+        QVERIFY(fixture.picture().pixelColor(beside) != plain.pixelColor(beside));
         QEvent leave(QEvent::Leave);
-        QApplication::sendEvent(&stage.strip, &leave);
-        QCOMPARE(stage.picture(), plain);
+        QApplication::sendEvent(&fixture.strip, &leave);
+        QCOMPARE(fixture.picture(), plain);
     }
 
     void aDoubleClickAsksForTheSettings()
     {
-        Stage stage;
-        QSignalSpy asked(&stage.strip, &PanelStrip::settingsRequested);
-        QTest::mouseDClick(&stage.strip, Qt::LeftButton, {}, stage.place(memory).center());
+        Fixture fixture;
+        QSignalSpy asked(&fixture.strip, &PanelStrip::settingsRequested);
+        QTest::mouseDClick(&fixture.strip, Qt::LeftButton, {}, fixture.place(memory).center());
         QCOMPARE(asked.count(), 1);
-        QTest::mouseDClick(&stage.strip, Qt::RightButton, {}, stage.place(memory).center());
+        QTest::mouseDClick(&fixture.strip, Qt::RightButton, {}, fixture.place(memory).center());
         QCOMPARE(asked.count(), 1);
     }
 
     void aRightClickAsksForTheMenuBelowTheStrip()
     {
-        Stage stage;
-        QSignalSpy asked(&stage.strip, &PanelStrip::menuRequested);
+        Fixture fixture;
+        QSignalSpy asked(&fixture.strip, &PanelStrip::menuRequested);
         QContextMenuEvent event(
-            QContextMenuEvent::Mouse, QPoint(30, 9), stage.strip.mapToGlobal(QPoint(30, 9)));
-        QApplication::sendEvent(&stage.strip, &event);
+            QContextMenuEvent::Mouse, QPoint(30, 9), fixture.strip.mapToGlobal(QPoint(30, 9)));
+        QApplication::sendEvent(&fixture.strip, &event);
         QCOMPARE(asked.count(), 1);
         QCOMPARE(asked.first().first().toPoint(), QPoint(30, 22));
     }
@@ -312,34 +313,35 @@ private Q_SLOTS:
     {
         QFETCH(const MonitorSection, section);
         QFETCH(const QString, readout);
-        DrawingStage::set((rawValue(section) + QLatin1StringView("Readout")).toLatin1(), readout.toLatin1());
-        Stage stage;
-        QSignalSpy asked(&stage.strip, &PanelStrip::tipRequested);
-        const QPoint at = stage.place(section).center();
-        QHelpEvent event(QEvent::ToolTip, at, stage.strip.mapToGlobal(at));
-        QApplication::sendEvent(&stage.strip, &event);
+        DrawingFixture::set(
+            (rawValue(section) + QLatin1StringView("Readout")).toLatin1(), readout.toLatin1());
+        Fixture fixture;
+        QSignalSpy asked(&fixture.strip, &PanelStrip::tipRequested);
+        const QPoint at = fixture.place(section).center();
+        QHelpEvent event(QEvent::ToolTip, at, fixture.strip.mapToGlobal(at));
+        QApplication::sendEvent(&fixture.strip, &event);
         QCOMPARE(asked.count(), 1);
         QTEST(asked.first()[1].toString(), "tip");
-        QCOMPARE(asked.first()[2].toRect(), stage.place(section));
+        QCOMPARE(asked.first()[2].toRect(), fixture.place(section));
     }
 
     void theTipSaysWhereThereIsNoSensor()
     {
         Setting(Keys::cpuReadout).set(CPUReadout::temperature);
         Setting(Keys::sensorsReadout).set(SensorsReadout::fan);
-        Stage stage;
-        stage.readings->cpuCelsius = stage.readings->fan = std::nullopt;
-        QCOMPARE(stage.strip.text(cpu), QStringLiteral("CPU — Temperature: no sensor for this"));
-        QCOMPARE(stage.strip.text(sensors), QStringLiteral("Sensors — Fan: no sensor for this"));
+        Fixture fixture;
+        fixture.readings->cpuCelsius = fixture.readings->fan = std::nullopt;
+        QCOMPARE(fixture.strip.text(cpu), QStringLiteral("CPU — Temperature: no sensor for this"));
+        QCOMPARE(fixture.strip.text(sensors), QStringLiteral("Sensors — Fan: no sensor for this"));
     }
 
     void aScreenReaderHearsWhatTheItemsSayNow()
     {
-        Stage stage;
-        QAccessibleInterface* strip = QAccessible::queryAccessibleInterface(&stage.strip);
+        Fixture fixture;
+        QAccessibleInterface* strip = QAccessible::queryAccessibleInterface(&fixture.strip);
         QCOMPARE(strip->text(QAccessible::Name), QStringLiteral("Menu bar items"));
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 50%")));
-        stage.readings->memory = 0.75;
+        fixture.readings->memory = 0.75;
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 75%")));
     }
 };

@@ -16,26 +16,27 @@ void PanelTest::startPanel()
 
 void PanelTest::startAgent(const QStringList& arguments, Wait wait)
 {
-    m_agent = Programs::started(stage().agentProgram(), arguments);
+    m_agent = Programs::started(fixture().agentProgram(), arguments);
     if (wait == Wait::forStrip)
         waitForStrip();
 }
 
 void PanelTest::waitForStrip(int top) const
 {
-    QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::stripWidth(top), stage().expectedStripWidth(), patience);
+    QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::stripWidth(top), fixture().expectedStripWidth(), patience);
 }
 
 void PanelTest::waitForNoStrip()
 {
-    QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::stripWidth(panelHeight), 0, patience);
+    QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::stripWidth(panelHeight), 0, patience);
 }
 
 QPoint PanelTest::place(const char* section) const
 {
-    const double left = VirtualDisplay::width - stage().expectedStripWidth() + DesktopStage::stripSideRoom;
-    return { int(left + stage().items().middles.value(QString::fromLatin1(section))),
-        panelHeight + DesktopStage::stripHeight / 2 };
+    const double left
+        = VirtualDisplay::width - fixture().expectedStripWidth() + DesktopFixture::stripSideRoom;
+    return { int(left + fixture().items().middles.value(QString::fromLatin1(section))),
+        panelHeight + DesktopFixture::stripHeight / 2 };
 }
 
 void PanelTest::furnish()
@@ -55,10 +56,10 @@ void PanelTest::clear()
 
 void PanelTest::init()
 {
-    DesktopStage::forgetChoices();
+    DesktopFixture::forgetChoices();
     // So seldom that nothing but a change of the settings paints during a test.
-    stage().write("refreshInterval", "60");
-    DesktopStage::moveTo({ 100, 500 });
+    fixture().write("refreshInterval", "60");
+    DesktopFixture::moveTo({ 100, 500 });
     startAgent();
 }
 

@@ -1,13 +1,13 @@
 #include "Kestrum/Form/PickerList.h"
 
-#include "tests/PickerStage.h"
+#include "tests/PickerFixture.h"
 #include "tests/TestHome.h"
 
 #include <QScreen>
 #include <QScrollBar>
 
 using namespace kestrum;
-using Stage = PickerStage;
+using Fixture = PickerFixture;
 using Theme::Colour;
 
 class PickerListTest : public QObject {
@@ -18,45 +18,45 @@ private Q_SLOTS:
 
     void inTheListTheKeyboardGoesAndEnterChooses()
     {
-        const Stage stage(3);
-        PickerList* list = stage.opened();
+        const Fixture fixture(3);
+        PickerList* list = fixture.opened();
         QTest::keyClick(list, Qt::Key_Down); // past the divider
-        QCOMPARE(stage.choices.size(), 0);
+        QCOMPARE(fixture.choices.size(), 0);
         QTest::keyClick(list, Qt::Key_Return);
-        QCOMPARE(stage.lastChoice(), 4);
-        QCOMPARE(stage.choices.size(), 1);
+        QCOMPARE(fixture.lastChoice(), 4);
+        QCOMPARE(fixture.choices.size(), 1);
         QTRY_VERIFY(!list->isVisible());
 
-        stage.opened();
+        fixture.opened();
         QTest::keyClick(list, Qt::Key_U);
         QTest::keyClick(list, Qt::Key_Enter);
-        QCOMPARE(stage.lastChoice(), 1);
+        QCOMPARE(fixture.lastChoice(), 1);
 
-        stage.opened();
+        fixture.opened();
         QTest::keyClick(list, Qt::Key_Down);
         QTest::keyClick(list, Qt::Key_Escape);
         QTRY_VERIFY(!list->isVisible());
-        QCOMPARE(stage.picker->index(), 1);
-        QCOMPARE(stage.choices.size(), 2);
+        QCOMPARE(fixture.picker->index(), 1);
+        QCOMPARE(fixture.choices.size(), 2);
     }
 
     void inTheListAClickChooses()
     {
-        const Stage stage(0);
-        PickerList* list = stage.opened();
-        QTest::mouseMove(list->viewport(), stage.entry(2).center());
+        const Fixture fixture(0);
+        PickerList* list = fixture.opened();
+        QTest::mouseMove(list->viewport(), fixture.entry(2).center());
         QTRY_COMPARE(list->currentIndex().row(), 2);
-        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, stage.entry(2).center());
-        QCOMPARE(stage.lastChoice(), 2);
+        QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, fixture.entry(2).center());
+        QCOMPARE(fixture.lastChoice(), 2);
         QTRY_VERIFY(!list->isVisible());
     }
 
     void theListStandsOnARoundedCardOfTheScheme()
     {
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const Stage stage(1);
+            const Fixture fixture(1);
             SystemAppearance::shared().setScheme(scheme);
-            PickerList* list = stage.opened();
+            PickerList* list = fixture.opened();
             QImage picture(list->window()->size(), QImage::Format_ARGB32_Premultiplied);
             picture.fill(Qt::transparent);
             list->window()->render(&picture, {}, {}, QWidget::DrawChildren);
@@ -74,7 +74,7 @@ private Q_SLOTS:
             QCOMPARE(picture.pixelColor(card.center().x(), card.top() + 3), Theme::colour(Colour::card));
             // The one at hand is filled.
             const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
-            QCOMPARE(picture.pixel(stage.entry(1).center() + QPoint(0, 10) + inset),
+            QCOMPARE(picture.pixel(fixture.entry(1).center() + QPoint(0, 10) + inset),
                 Theme::colour(Colour::selection).rgba());
         }
         SystemAppearance::shared().setScheme(ColourScheme::light);
@@ -83,27 +83,27 @@ private Q_SLOTS:
     void onlyTheOneChosenHasATick()
     {
         for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
-            const Stage stage(1, direction);
-            PickerList* list = stage.opened();
+            const Fixture fixture(1, direction);
+            PickerList* list = fixture.opened();
             QTest::keyClick(list, Qt::Key_Up);
             const QImage picture = list->window()->grab().toImage();
-            QVERIFY(stage.hasTick(picture, 1));
+            QVERIFY(fixture.hasTick(picture, 1));
             for (const int row : { 2, 3, 4, 5 })
-                QVERIFY2(!stage.hasTick(picture, row), qPrintable(QString::number(row)));
+                QVERIFY2(!fixture.hasTick(picture, row), qPrintable(QString::number(row)));
         }
     }
 
     void theListShowsPicturesTitlesAndTheDivider()
     {
         for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
-            const Stage stage(0, direction, red());
-            PickerList* list = stage.opened();
+            const Fixture fixture(0, direction, red());
+            PickerList* list = fixture.opened();
             const QImage picture = list->window()->grab().toImage();
             const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
             const QRgb ground = Theme::colour(Colour::card).rgba();
-            for (int row = 0; row < stage.picker->count(); ++row) {
+            for (int row = 0; row < fixture.picker->count(); ++row) {
                 // Without the card's own edges.
-                const QImage entry = picture.copy(stage.entry(row).translated(inset).adjusted(5, 0, -5, 0));
+                const QImage entry = picture.copy(fixture.entry(row).translated(inset).adjusted(5, 0, -5, 0));
                 const bool isDivider = row == int(titles.size());
                 const bool hasPicture = row < int(titles.size());
                 QCOMPARE(pixelsOf(entry, QColor(Qt::red).rgba()), hasPicture ? 144 : 0);
@@ -120,12 +120,12 @@ private Q_SLOTS:
 
     void theListCutsNothing()
     {
-        const Stage stage(0, Qt::LeftToRight, red());
-        PickerList* list = stage.opened();
+        const Fixture fixture(0, Qt::LeftToRight, red());
+        PickerList* list = fixture.opened();
         QVERIFY(list->window()->width() >= list->neededWidth());
         QVERIFY(list->viewport()->width() >= list->sizeHintForIndex(list->model()->index(2, 0)).width());
-        for (int row = 0; row < stage.picker->count(); ++row)
-            QVERIFY(list->viewport()->rect().contains(stage.entry(row)));
+        for (int row = 0; row < fixture.picker->count(); ++row)
+            QVERIFY(list->viewport()->rect().contains(fixture.entry(row)));
         QCOMPARE(list->verticalScrollBar()->maximum(), 0);
     }
 
@@ -133,12 +133,12 @@ private Q_SLOTS:
     {
         for (const int bottom : { 0, 1 }) {
             for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
-                Stage stage(0, direction);
-                const QRect screen = stage.window.screen()->availableGeometry();
-                stage.window.move(screen.left() + 100, bottom ? screen.bottom() - 60 : screen.top() + 200);
-                const QRect card = stage.opened()->card();
+                Fixture fixture(0, direction);
+                const QRect screen = fixture.window.screen()->availableGeometry();
+                fixture.window.move(screen.left() + 100, bottom ? screen.bottom() - 60 : screen.top() + 200);
+                const QRect card = fixture.opened()->card();
                 QVERIFY(screen.contains(card));
-                const QRect field(stage.picker->mapToGlobal(QPoint(0, 0)), stage.picker->size());
+                const QRect field(fixture.picker->mapToGlobal(QPoint(0, 0)), fixture.picker->size());
                 QCOMPARE(card.left(), field.left());
                 QCOMPARE(card.right(), field.right());
                 QVERIFY(card.top() <= field.bottom() + 1 && card.bottom() >= field.top() - 1);
@@ -149,13 +149,13 @@ private Q_SLOTS:
     void theEntryChosenLiesOnTheTitleOfTheField()
     {
         for (const int index : { 0, 1, 3, 4 }) {
-            Stage stage(index);
-            stage.window.move(stage.window.screen()->availableGeometry().center() - QPoint(200, 0));
-            const PickerList* list = stage.opened();
+            Fixture fixture(index);
+            fixture.window.move(fixture.window.screen()->availableGeometry().center() - QPoint(200, 0));
+            const PickerList* list = fixture.opened();
             const QRect entry = list->visualRect(list->currentIndex());
             const int top = list->viewport()->mapToGlobal(entry.topLeft()).y();
-            QCOMPARE(top, stage.picker->mapToGlobal(QPoint(0, 0)).y());
-            QCOMPARE(entry.height(), stage.picker->height());
+            QCOMPARE(top, fixture.picker->mapToGlobal(QPoint(0, 0)).y());
+            QCOMPARE(entry.height(), fixture.picker->height());
         }
     }
 };

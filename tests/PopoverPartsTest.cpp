@@ -4,14 +4,14 @@
 #include "KestrumShared/Popover/PanelStack.h"
 #include "KestrumShared/Popover/PanelText.h"
 #include "Platform/Desktop/SymbolImage.h"
-#include "tests/PanelStage.h"
+#include "tests/PanelFixture.h"
 #include "tests/TestHome.h"
 
 #include <QFontMetricsF>
 #include <QTest>
 
 using namespace kestrum;
-using namespace PanelStage;
+using namespace PanelFixture;
 
 namespace {
 
@@ -56,7 +56,7 @@ class PopoverPartsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont); }
+    void initTestCase() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
     void metricsHaveTheirDefaultsInEveryPanel()
     {

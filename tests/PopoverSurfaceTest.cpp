@@ -3,7 +3,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Popover/StablePopoverMaterial.h"
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "tests/PanelStage.h"
+#include "tests/PanelFixture.h"
 #include "tests/TestHome.h"
 
 #include <QGuiApplication>
@@ -12,7 +12,7 @@
 #include <initializer_list>
 
 using namespace kestrum;
-using PanelStage::in;
+using PanelFixture::in;
 
 namespace {
 

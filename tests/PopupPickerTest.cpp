@@ -2,14 +2,14 @@
 
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Row.h"
-#include "tests/PickerStage.h"
+#include "tests/PickerFixture.h"
 #include "tests/TestHome.h"
 
 #include <QAccessible>
 #include <QWheelEvent>
 
 using namespace kestrum;
-using Stage = PickerStage;
+using Fixture = PickerFixture;
 using Theme::Colour;
 
 class PopupPickerTest : public QObject {
@@ -20,69 +20,69 @@ private Q_SLOTS:
 
     void itIsAsWideAsItsLongestTitleWhateverIsChosen()
     {
-        const Stage stage;
-        const QSize size = stage.picker->size();
+        const Fixture fixture;
+        const QSize size = fixture.picker->size();
         QCOMPARE(size.height(), 26);
-        QVERIFY(size.width() > stage.picker->fontMetrics().horizontalAdvance(titles[2]) + 30);
+        QVERIFY(size.width() > fixture.picker->fontMetrics().horizontalAdvance(titles[2]) + 30);
         for (int i = -1; i < 5; ++i) {
-            stage.picker->setIndex(i);
-            QCOMPARE(stage.picker->sizeHint(), size);
+            fixture.picker->setIndex(i);
+            QCOMPARE(fixture.picker->sizeHint(), size);
         }
-        QCOMPARE(Stage(0, Qt::LeftToRight, red()).picker->width(), size.width() + 20);
+        QCOMPARE(Fixture(0, Qt::LeftToRight, red()).picker->width(), size.width() + 20);
     }
 
     void anotherFontMakesAnotherWidth()
     {
-        const Stage stage;
-        const auto wanted = [&stage] {
+        const Fixture fixture;
+        const auto wanted = [&fixture] {
             int widest = 0;
             for (const QString& title : titles)
-                widest = std::max(widest, stage.picker->fontMetrics().horizontalAdvance(title));
+                widest = std::max(widest, fixture.picker->fontMetrics().horizontalAdvance(title));
             return widest + 39;
         };
-        QVERIFY(std::abs(stage.picker->sizeHint().width() - wanted()) <= 1);
+        QVERIFY(std::abs(fixture.picker->sizeHint().width() - wanted()) <= 1);
         for (const int pixels : { 24, 9 }) {
-            QFont font = stage.picker->font();
+            QFont font = fixture.picker->font();
             font.setPixelSize(pixels);
-            stage.picker->setFont(font);
-            QVERIFY(std::abs(stage.picker->sizeHint().width() - wanted()) <= 1);
+            fixture.picker->setFont(font);
+            QVERIFY(std::abs(fixture.picker->sizeHint().width() - wanted()) <= 1);
         }
     }
 
     void thereIsNoListBeforeItIsOpened()
     {
-        const Stage stage(0, Qt::LeftToRight, red());
+        const Fixture fixture(0, Qt::LeftToRight, red());
 #if QT_VERSION < QT_VERSION_CHECK(6, 8, 0) // which makes one of its own as soon as there is a choice
-        QVERIFY(stage.picker->findChildren<QAbstractItemView*>().isEmpty());
+        QVERIFY(fixture.picker->findChildren<QAbstractItemView*>().isEmpty());
 #endif
-        QVERIFY(stage.picker->findChildren<PickerList*>().isEmpty());
-        stage.picker->showPopup();
-        QCOMPARE(stage.picker->findChildren<QAbstractItemView*>().size(), 1);
+        QVERIFY(fixture.picker->findChildren<PickerList*>().isEmpty());
+        fixture.picker->showPopup();
+        QCOMPARE(fixture.picker->findChildren<QAbstractItemView*>().size(), 1);
         // A list that is there follows another font.
-        const int before = stage.picker->view()->sizeHintForRow(0);
-        QFont font = stage.picker->font();
+        const int before = fixture.picker->view()->sizeHintForRow(0);
+        QFont font = fixture.picker->font();
         font.setPixelSize(30);
-        stage.picker->setFont(font);
-        QVERIFY(stage.picker->view()->sizeHintForRow(0) > before);
-        const auto place = [&stage](int row) {
-            return stage.picker->view()->visualRect(stage.picker->model()->index(row, 0));
+        fixture.picker->setFont(font);
+        QVERIFY(fixture.picker->view()->sizeHintForRow(0) > before);
+        const auto place = [&fixture](int row) {
+            return fixture.picker->view()->visualRect(fixture.picker->model()->index(row, 0));
         };
-        QCOMPARE(place(1).top() - place(0).top(), stage.picker->view()->sizeHintForRow(0));
-        stage.picker->hidePopup();
+        QCOMPARE(place(1).top() - place(0).top(), fixture.picker->view()->sizeHintForRow(0));
+        fixture.picker->hidePopup();
     }
 
     void withoutAChoiceTheFieldIsEmpty()
     {
-        const Stage stage(-1);
-        QCOMPARE(stage.picker->index(), -1);
-        QCOMPARE(stage.picker->currentText(), QString());
-        const QImage empty = stage.picker->grab().toImage();
+        const Fixture fixture(-1);
+        QCOMPARE(fixture.picker->index(), -1);
+        QCOMPARE(fixture.picker->currentText(), QString());
+        const QImage empty = fixture.picker->grab().toImage();
         const QRgb ground = Theme::colour(Colour::button).rgba();
-        const QRect title(6, 4, stage.picker->width() - 40, 18);
+        const QRect title(6, 4, fixture.picker->width() - 40, 18);
         QCOMPARE(pixelsOf(empty.copy(title), ground), title.width() * title.height());
-        stage.picker->setIndex(1);
+        fixture.picker->setIndex(1);
         QVERIFY(
-            pixelsOf(stage.picker->grab().toImage().copy(title), ground) < title.width() * title.height());
+            pixelsOf(fixture.picker->grab().toImage().copy(title), ground) < title.width() * title.height());
     }
 
     void entriesAddedChooseNothing()
@@ -97,48 +97,48 @@ private Q_SLOTS:
 
     void dividersAreNotCounted()
     {
-        const Stage stage(4);
-        QCOMPARE(stage.picker->currentText(), QStringLiteral("Custom"));
-        QCOMPARE(stage.picker->index(), 4);
-        stage.press(Qt::Key_Up);
-        QCOMPARE(stage.lastChoice(), 3);
-        stage.press(Qt::Key_Down);
-        QCOMPARE(stage.lastChoice(), 4);
-        stage.picker->setIndex(5);
-        QCOMPARE(stage.picker->index(), -1);
+        const Fixture fixture(4);
+        QCOMPARE(fixture.picker->currentText(), QStringLiteral("Custom"));
+        QCOMPARE(fixture.picker->index(), 4);
+        fixture.press(Qt::Key_Up);
+        QCOMPARE(fixture.lastChoice(), 3);
+        fixture.press(Qt::Key_Down);
+        QCOMPARE(fixture.lastChoice(), 4);
+        fixture.picker->setIndex(5);
+        QCOMPARE(fixture.picker->index(), -1);
     }
 
     void showingAnotherChoiceTellsNobody()
     {
-        const Stage stage;
+        const Fixture fixture;
         for (const int index : { 2, -1, 1, 7, 0 }) {
-            stage.picker->setIndex(index);
-            QCOMPARE(stage.picker->index(), index == 7 ? -1 : index);
+            fixture.picker->setIndex(index);
+            QCOMPARE(fixture.picker->index(), index == 7 ? -1 : index);
         }
-        QCOMPARE(stage.choices.size(), 0);
+        QCOMPARE(fixture.choices.size(), 0);
     }
 
     void theClosedFieldIsWorkedByTheKeyboard()
     {
-        const Stage stage(1);
-        stage.press(Qt::Key_Down);
-        QCOMPARE(stage.picker->index(), 2);
-        QCOMPARE(stage.lastChoice(), 2);
-        stage.press(Qt::Key_Up);
-        stage.press(Qt::Key_Up);
-        stage.press(Qt::Key_Up);
-        QCOMPARE(stage.lastChoice(), 0);
-        QCOMPARE(stage.choices.size(), 3);
-        stage.press(Qt::Key_P);
-        QCOMPARE(stage.lastChoice(), 3);
+        const Fixture fixture(1);
+        fixture.press(Qt::Key_Down);
+        QCOMPARE(fixture.picker->index(), 2);
+        QCOMPARE(fixture.lastChoice(), 2);
+        fixture.press(Qt::Key_Up);
+        fixture.press(Qt::Key_Up);
+        fixture.press(Qt::Key_Up);
+        QCOMPARE(fixture.lastChoice(), 0);
+        QCOMPARE(fixture.choices.size(), 3);
+        fixture.press(Qt::Key_P);
+        QCOMPARE(fixture.lastChoice(), 3);
     }
 
     void withoutAChoiceTheKeyboardBeginsAtAnEnd()
     {
-        const Stage stage(-1);
-        stage.press(Qt::Key_Down);
-        QCOMPARE(stage.lastChoice(), 0);
-        const Stage other(-1);
+        const Fixture fixture(-1);
+        fixture.press(Qt::Key_Down);
+        QCOMPARE(fixture.lastChoice(), 0);
+        const Fixture other(-1);
         other.press(Qt::Key_Up);
         QVERIFY(other.picker->index() >= -1);
         QCOMPARE(other.lastChoice(), other.picker->index());
@@ -146,14 +146,14 @@ private Q_SLOTS:
 
     void theWheelOverItIsLeftToThePage()
     {
-        const Stage stage(1);
-        const QPoint place = stage.picker->rect().center();
+        const Fixture fixture(1);
+        const QPoint place = fixture.picker->rect().center();
         for (const int turn : { -120, 120 }) {
-            QWheelEvent wheel(place, stage.picker->mapToGlobal(place), {}, { 0, turn }, Qt::NoButton, {},
+            QWheelEvent wheel(place, fixture.picker->mapToGlobal(place), {}, { 0, turn }, Qt::NoButton, {},
                 Qt::NoScrollPhase, false);
-            QApplication::sendEvent(stage.picker, &wheel);
+            QApplication::sendEvent(fixture.picker, &wheel);
             QVERIFY(!wheel.isAccepted());
-            QCOMPARE(stage.picker->index(), 1);
+            QCOMPARE(fixture.picker->index(), 1);
         }
     }
 
@@ -161,16 +161,16 @@ private Q_SLOTS:
     {
         for (const auto& [key, modifiers] : { std::pair(Qt::Key_Space, Qt::KeyboardModifiers()),
                  std::pair(Qt::Key_Down, Qt::KeyboardModifiers(Qt::AltModifier)) }) {
-            const Stage stage(1);
-            stage.press(key, modifiers);
-            QTRY_VERIFY(stage.picker->view()->isVisible());
-            QTest::keyClick(stage.picker->view(), Qt::Key_Escape);
-            QTRY_VERIFY(!stage.picker->view()->isVisible());
-            QCOMPARE(stage.choices.size(), 0);
+            const Fixture fixture(1);
+            fixture.press(key, modifiers);
+            QTRY_VERIFY(fixture.picker->view()->isVisible());
+            QTest::keyClick(fixture.picker->view(), Qt::Key_Escape);
+            QTRY_VERIFY(!fixture.picker->view()->isVisible());
+            QCOMPARE(fixture.choices.size(), 0);
         }
-        const Stage stage(1);
-        QVERIFY(stage.opened());
-        QVERIFY(stage.picker->view()->isVisible());
+        const Fixture fixture(1);
+        QVERIFY(fixture.opened());
+        QVERIFY(fixture.picker->view()->isVisible());
     }
 
     void theKeyboardsPlaceIsMarkedAgainWhenTheListHasClosed()
@@ -195,8 +195,8 @@ private Q_SLOTS:
     void aPictureStandsBeforeTheTitle()
     {
         for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
-            const Stage stage(0, direction, red());
-            const QImage field = stage.picker->grab().toImage();
+            const Fixture fixture(0, direction, red());
+            const QImage field = fixture.picker->grab().toImage();
             QCOMPARE(pixelsOf(field, QColor(Qt::red).rgba()), 144);
             const int x = direction == Qt::LeftToRight ? 12 : field.width() - 13;
             QCOMPARE(field.pixelColor(x, 13), QColor(Qt::red));
@@ -205,21 +205,21 @@ private Q_SLOTS:
 
     void theFieldFollowsTheScheme()
     {
-        const Stage stage;
+        const Fixture fixture;
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
-            QCOMPARE(stage.picker->grab().toImage().pixelColor(6, 13), Theme::colour(Colour::button));
+            QCOMPARE(fixture.picker->grab().toImage().pixelColor(6, 13), Theme::colour(Colour::button));
         }
     }
 
     void aNarrowFieldShortensItsTitle()
     {
-        const Stage stage(2);
-        QVERIFY(stage.picker->minimumSizeHint().width() < stage.picker->sizeHint().width());
-        stage.picker->resize(stage.picker->minimumSizeHint());
-        QVERIFY(!stage.picker->grab().toImage().isNull());
+        const Fixture fixture(2);
+        QVERIFY(fixture.picker->minimumSizeHint().width() < fixture.picker->sizeHint().width());
+        fixture.picker->resize(fixture.picker->minimumSizeHint());
+        QVERIFY(!fixture.picker->grab().toImage().isNull());
         // What marks it as a picker stays.
-        const QImage field = stage.picker->grab().toImage();
+        const QImage field = fixture.picker->grab().toImage();
         QVERIFY(pixelsOf(field.copy(field.width() - 20, 5, 12, 16), Theme::colour(Colour::button).rgba())
             < 12 * 16);
     }

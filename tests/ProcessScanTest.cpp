@@ -1,4 +1,4 @@
-#include "KestrumShared/Machine/ProcessScan.h"
+#include "KestrumShared/Agent/ProcessScan.h"
 #include "tests/OwnProcesses.h"
 #include "tests/StandIns.h"
 #include "tests/TestHome.h"

@@ -15,13 +15,13 @@ using Theme::Colour;
 namespace {
 
 /// What looks like a button: a button, a picker and a well.
-struct Stage {
+struct Fixture {
     PushButton* button = new PushButton(QStringLiteral("Open Login Items…"));
     PopupPicker* picker = new PopupPicker;
     ColourWell* well = new ColourWell;
     ControlWindow window { button, picker, well };
 
-    Stage()
+    Fixture()
     {
         picker->addEntry(QStringLiteral("Usage"));
         picker->setIndex(0);
@@ -47,34 +47,34 @@ private Q_SLOTS:
 
     void aButtonIsAsWideAsItsTextNeeds()
     {
-        const Stage stage;
-        const PushButton& open = *stage.button;
+        const Fixture fixture;
+        const PushButton& open = *fixture.button;
         QCOMPARE(open.sizeHint().height(), 26);
         QVERIFY(open.sizeHint().width() >= open.fontMetrics().horizontalAdvance(open.text()) + 20);
-        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(stage.button);
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(fixture.button);
         QCOMPARE(accessible->role(), QAccessible::Button);
         QCOMPARE(accessible->text(QAccessible::Name), open.text());
     }
 
     void aClickAndSpacePressIt()
     {
-        const Stage stage;
-        QSignalSpy clicks(stage.button, &PushButton::clicked);
-        QTest::mouseClick(stage.button, Qt::LeftButton);
+        const Fixture fixture;
+        QSignalSpy clicks(fixture.button, &PushButton::clicked);
+        QTest::mouseClick(fixture.button, Qt::LeftButton);
         QCOMPARE(clicks.size(), 1);
-        QTest::keyClick(stage.button, Qt::Key_Space);
+        QTest::keyClick(fixture.button, Qt::Key_Space);
         QCOMPARE(clicks.size(), 2);
     }
 
     void thePlateShowsThePointerOverIt()
     {
-        const Stage stage;
+        const Fixture fixture;
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
-            for (QWidget* control : stage.all()) {
-                QVERIFY_COLOUR(Stage::ground(*control), Stage::ground(Colour::button));
+            for (QWidget* control : fixture.all()) {
+                QVERIFY_COLOUR(Fixture::ground(*control), Fixture::ground(Colour::button));
                 control->setAttribute(Qt::WA_UnderMouse);
-                QVERIFY_COLOUR(Stage::ground(*control), Stage::ground(Colour::buttonHovered));
+                QVERIFY_COLOUR(Fixture::ground(*control), Fixture::ground(Colour::buttonHovered));
                 control->setAttribute(Qt::WA_UnderMouse, false);
             }
         }
@@ -82,26 +82,26 @@ private Q_SLOTS:
 
     void thePlateShowsThatItIsHeldDown()
     {
-        const Stage stage;
-        QVERIFY(Stage::ground(Colour::buttonPressed) != Stage::ground(Colour::buttonHovered));
+        const Fixture fixture;
+        QVERIFY(Fixture::ground(Colour::buttonPressed) != Fixture::ground(Colour::buttonHovered));
         for (QAbstractButton* button :
-            { static_cast<QAbstractButton*>(stage.button), static_cast<QAbstractButton*>(stage.well) }) {
+            { static_cast<QAbstractButton*>(fixture.button), static_cast<QAbstractButton*>(fixture.well) }) {
             button->setDown(true);
-            QVERIFY_COLOUR(Stage::ground(*button), Stage::ground(Colour::buttonPressed));
+            QVERIFY_COLOUR(Fixture::ground(*button), Fixture::ground(Colour::buttonPressed));
             button->setDown(false);
-            QVERIFY_COLOUR(Stage::ground(*button), Stage::ground(Colour::button));
+            QVERIFY_COLOUR(Fixture::ground(*button), Fixture::ground(Colour::button));
         }
         // A picker is held down for as long as its list is open.
-        stage.picker->showPopup();
-        QVERIFY_COLOUR(Stage::ground(*stage.picker), Stage::ground(Colour::buttonPressed));
-        stage.picker->hidePopup();
-        QVERIFY_COLOUR(Stage::ground(*stage.picker), Stage::ground(Colour::button));
+        fixture.picker->showPopup();
+        QVERIFY_COLOUR(Fixture::ground(*fixture.picker), Fixture::ground(Colour::buttonPressed));
+        fixture.picker->hidePopup();
+        QVERIFY_COLOUR(Fixture::ground(*fixture.picker), Fixture::ground(Colour::button));
     }
 
     void whatIsDisabledIsPaleAndShowsNoPointer()
     {
-        const Stage stage;
-        stage.well->setColour(Qt::black);
+        const Fixture fixture;
+        fixture.well->setColour(Qt::black);
         const auto darkest = [](QWidget& control) {
             const QImage image = control.grab().toImage();
             int least = 255;
@@ -111,11 +111,11 @@ private Q_SLOTS:
             }
             return least;
         };
-        for (QWidget* control : stage.all()) {
+        for (QWidget* control : fixture.all()) {
             QVERIFY(darkest(*control) < 60);
             control->setEnabled(false);
             control->setAttribute(Qt::WA_UnderMouse);
-            QVERIFY_COLOUR(Stage::ground(*control), Stage::ground(Colour::button));
+            QVERIFY_COLOUR(Fixture::ground(*control), Fixture::ground(Colour::button));
             QVERIFY(darkest(*control) > 120);
         }
     }

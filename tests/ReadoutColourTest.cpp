@@ -2,9 +2,9 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/SensorsSection.h"
-#include "KestrumShared/Drawing/LabelColour.h"
-#include "KestrumShared/Drawing/StripGround.h"
-#include "tests/DrawingStage.h"
+#include "KestrumShared/Items/StripBackground.h"
+#include "KestrumShared/Raster/LabelColour.h"
+#include "tests/DrawingFixture.h"
 #include "tests/TestHome.h"
 
 #include <QApplication>
@@ -24,7 +24,7 @@ private:
     QColor colourOf(MonitorSection section, ColourScheme scheme = ColourScheme::light) const
     {
         constexpr int scale = 20;
-        const QImage item = DrawingStage::drawn(section, m_readings, scale, scheme);
+        const QImage item = DrawingFixture::drawn(section, m_readings, scale, scheme);
         // Behind whatever stands before the readout.
         const double room = section == MonitorSection::cpu ? StatusMetricView::cpuReadoutWidth() - 4 : 30;
         const int begin = int((StatusMetricView::itemWidth(section) - room) * scale);
@@ -55,8 +55,8 @@ private:
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
-        DrawingStage::set("temperatureUnit", "celsius");
+        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
+        DrawingFixture::set("temperatureUnit", "celsius");
         m_readings = std::make_shared<FakeReadings>();
     }
 
@@ -82,7 +82,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, readout);
         QFETCH(const double, celsius);
         QFETCH(const Hue, hue);
-        DrawingStage::set("sensorsReadout", readout);
+        DrawingFixture::set("sensorsReadout", readout);
         // The other temperature is another one.
         m_readings->hottest = readout == "hottest" ? celsius : 90;
         m_readings->gpuCelsius = readout == "gpu" ? celsius : 90;
@@ -90,17 +90,17 @@ private Q_SLOTS:
             const QColor drawn = colourOf(MonitorSection::sensors, scheme);
             QCOMPARE(hueOf(drawn, scheme), hue);
             for (const QColor& plate :
-                { StripGround::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
+                { StripBackground::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
                 QVERIFY2(Theme::contrast(drawn, plate) >= 4.5, qPrintable(drawn.name()));
         }
         // What people see decides nothing: the unit is theirs.
-        DrawingStage::set("temperatureUnit", "fahrenheit");
+        DrawingFixture::set("temperatureUnit", "fahrenheit");
         QCOMPARE(hueOf(colourOf(MonitorSection::sensors), ColourScheme::light), hue);
     }
 
     void theColourFollowsTheReadingFromDrawingToDrawing()
     {
-        DrawingStage::set("sensorsReadout", "hottest");
+        DrawingFixture::set("sensorsReadout", "hottest");
         for (const auto& [celsius, hue] : QList<std::pair<double, Hue>> {
                  { 96, Hue::red }, { 86, Hue::amber }, { 66, Hue::label }, { 96, Hue::red } }) {
             m_readings->hottest = celsius;
@@ -116,17 +116,17 @@ private Q_SLOTS:
         m_readings->power = 99;
         m_readings->fan = 2000;
         for (const char* readout : { "power", "fan" }) {
-            DrawingStage::set("sensorsReadout", readout);
+            DrawingFixture::set("sensorsReadout", readout);
             QCOMPARE(colourOf(MonitorSection::sensors), labelColour(ColourScheme::light));
         }
-        DrawingStage::set("sensorsReadout", "hottest");
+        DrawingFixture::set("sensorsReadout", "hottest");
         QCOMPARE(colourOf(MonitorSection::cpu), labelColour(ColourScheme::light));
     }
 
     void theFootnoteNamesTheTemperaturesAtWhichItWarns()
     {
-        DrawingStage::set("language", "en");
-        DrawingStage::set("sensorsReadout", "hottest");
+        DrawingFixture::set("language", "en");
+        DrawingFixture::set("sensorsReadout", "hottest");
         SensorsSection section;
         QString note;
         for (const QLabel* label : section.findChildren<QLabel*>()) {

@@ -1,4 +1,4 @@
-#include "tests/DrawingStage.h"
+#include "tests/DrawingFixture.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 
@@ -24,8 +24,8 @@ class ReadoutTextTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont);
-        DrawingStage::set("temperatureUnit", "celsius");
+        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
+        DrawingFixture::set("temperatureUnit", "celsius");
     }
 
     void percentages_data()
@@ -136,7 +136,7 @@ private Q_SLOTS:
         QFETCH(MonitorSection, section);
         QFETCH(QByteArray, key);
         QFETCH(QByteArray, value);
-        DrawingStage::set(key, value);
+        DrawingFixture::set(key, value);
         FakeReadings readings;
         readings.cpu = 0.42;
         readings.memory = 0.64;
@@ -168,11 +168,11 @@ private Q_SLOTS:
         readings.cpuCelsius = readings.cpuPower = readings.gpuCelsius = readings.hottest = reading;
         readings.fan = readings.power = reading;
         for (const char* readout : { "temperature", "power" }) {
-            DrawingStage::set("cpuReadout", readout);
+            DrawingFixture::set("cpuReadout", readout);
             QVERIFY2(!StatusMetricView::cpuReadoutText(readings), readout);
         }
         for (const char* readout : { "power", "hottest", "gpu", "fan" }) {
-            DrawingStage::set("sensorsReadout", readout);
+            DrawingFixture::set("sensorsReadout", readout);
             QVERIFY2(!StatusMetricView::sensorsReadoutText(readings), readout);
         }
     }
@@ -182,19 +182,19 @@ private Q_SLOTS:
         FakeReadings readings;
         readings.power = 23.5;
         QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("24W"));
-        DrawingStage::set("cpuReadout", "power");
+        DrawingFixture::set("cpuReadout", "power");
         readings.cpuPower = 12.5;
         QCOMPARE(shown(StatusMetricView::cpuReadoutText(readings)), QStringLiteral("13W"));
         readings.power = 0.49;
         QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("0W"));
-        DrawingStage::set("sensorsReadout", "fan");
+        DrawingFixture::set("sensorsReadout", "fan");
         readings.fan = 1239.5;
         QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("1240"));
     }
 
     void temperaturesFollowTheUnit()
     {
-        DrawingStage::set("temperatureUnit", "fahrenheit");
+        DrawingFixture::set("temperatureUnit", "fahrenheit");
         QCOMPARE(shown(StatusMetricView::cpuReadoutText(FakeReadings())), QStringLiteral("118°"));
     }
 

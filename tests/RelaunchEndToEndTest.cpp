@@ -27,8 +27,8 @@ class RelaunchEndToEndTest : public SettingsAppTest {
     /// The names of the pages in an application that is started in a language.
     QImage pageNamesIn(const char* language) const
     {
-        stage().write("language", language);
-        const OpenedWindow window(stage());
+        fixture().write("language", language);
+        const OpenedWindow window(fixture());
         window.restingPreview();
         return window.picture(pageNames);
     }
@@ -42,76 +42,76 @@ private Q_SLOTS:
         open();
         QTRY_VERIFY_WITH_TIMEOUT(m_window->picture(pageNames) == english, patience);
         const qint32 old = m_window->pid();
-        stage().write("language", "\"de\"");
+        fixture().write("language", "\"de\"");
         QTest::qWait(500);
-        QCOMPARE(stage().settingsApplications(), QList<qint32> { old });
-        stage().turnToOther();
-        const qint32 next = stage().successor(old);
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { old });
+        fixture().turnToOther();
+        const qint32 next = fixture().successor(old);
         QVERIFY(next > 0);
         QCOMPARE(m_window->application().exitStatus(), QProcess::NormalExit);
         QCOMPARE(m_window->application().exitCode(), 0);
-        const QByteArray window = DesktopStage::windowOf(next);
+        const QByteArray window = DesktopFixture::windowOf(next);
         QVERIFY(!window.isEmpty());
         QTest::qWait(500);
-        QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
         // The toolkit's own texts come up in that language, and so does the window.
-        QCOMPARE(DesktopStage::toolkitLanguage(), text("de"));
-        DesktopStage::turnTo(window);
+        QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
+        DesktopFixture::turnTo(window);
         QTRY_VERIFY_WITH_TIMEOUT(OpenedWindow::picture(window, pageNames) == german, patience);
         // It was started in that language, so leaving it again is no reason for another start.
-        DesktopStage::turnTo(window);
-        stage().turnToOther();
+        DesktopFixture::turnTo(window);
+        fixture().turnToOther();
         QTest::qWait(700);
-        QCOMPARE(stage().settingsApplications(), QList<qint32> { next });
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
     }
 
     void twoChangesGiveOneRelaunch()
     {
         open();
         const qint32 old = m_window->pid();
-        stage().write("language", "\"de\"");
-        stage().write("language", "\"en\"");
-        stage().write("language", "\"de\"");
-        stage().turnToOther();
-        const qint32 next = stage().successor(old);
+        fixture().write("language", "\"de\"");
+        fixture().write("language", "\"en\"");
+        fixture().write("language", "\"de\"");
+        fixture().turnToOther();
+        const qint32 next = fixture().successor(old);
         QVERIFY(next > 0);
         // A second shell would open it once more, and it would come forward.
         QTest::qWait(1000);
-        QCOMPARE(stage().settingsApplications(), QList<qint32> { next });
-        QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
     }
 
     void switchingBackStillRelaunches()
     {
         open();
         const qint32 old = m_window->pid();
-        stage().write("language", "\"de\"");
+        fixture().write("language", "\"de\"");
         QTest::qWait(200);
-        stage().write("language", "\"en\"");
+        fixture().write("language", "\"en\"");
         QTest::qWait(200);
-        stage().turnToOther();
-        QVERIFY(stage().successor(old) > 0);
+        fixture().turnToOther();
+        QVERIFY(fixture().successor(old) > 0);
     }
 
     void aChangeWhileTheWindowIsNotActiveRelaunchesAtOnce()
     {
         open();
         const qint32 old = m_window->pid();
-        stage().turnToOther();
-        stage().write("language", "\"de\"");
-        QVERIFY(stage().successor(old) > 0);
+        fixture().turnToOther();
+        fixture().write("language", "\"de\"");
+        QVERIFY(fixture().successor(old) > 0);
         QTest::qWait(300);
-        QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
     }
 
     void savingTheSettingsInAnEditorStartsNothingAnew()
     {
         // Editors move the file away and make a new one. In between it says no language.
-        stage().write("language", "\"de\"");
-        stage().write("refreshInterval", "1");
+        fixture().write("language", "\"de\"");
+        fixture().write("refreshInterval", "1");
         open();
         const qint32 old = m_window->pid();
-        stage().turnToOther();
+        fixture().turnToOther();
         const QString path = SharedSettings::store().filePath();
         QByteArray text = contentOf(path);
         QVERIFY(text.contains("\"de\"") && text.contains("\"refreshInterval\": 1"));
@@ -129,11 +129,11 @@ private Q_SLOTS:
             QTest::qWait(30);
         }
         QTest::qWait(1000);
-        QCOMPARE(stage().settingsApplications(), QList<qint32> { old });
-        QCOMPARE(stage().read("refreshInterval"), QByteArray("20"));
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { old });
+        QCOMPARE(fixture().read("refreshInterval"), QByteArray("20"));
         // A language that is really another one is still heard of.
         write(path, text.replace("\"de\"", "\"en\""));
-        QVERIFY(stage().successor(old) > 0);
+        QVERIFY(fixture().successor(old) > 0);
     }
 
     void withoutAShellTheApplicationStaysClosedWithoutAWord()
@@ -146,30 +146,30 @@ private Q_SLOTS:
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
         kestrum->setProcessEnvironment(environment);
-        kestrum->start(stage().program("Kestrum"), {});
-        const QByteArray window = DesktopStage::windowOf(kestrum->processId());
+        kestrum->start(fixture().program("Kestrum"), {});
+        const QByteArray window = DesktopFixture::windowOf(kestrum->processId());
         QVERIFY(!window.isEmpty());
-        DesktopStage::turnTo(window);
-        stage().write("language", "\"de\"");
+        DesktopFixture::turnTo(window);
+        fixture().write("language", "\"de\"");
         QTest::qWait(500);
-        stage().turnToOther();
+        fixture().turnToOther();
         QVERIFY(kestrum->waitForFinished(patience));
         QCOMPARE(kestrum->exitStatus(), QProcess::NormalExit);
         QCOMPARE(kestrum->exitCode(), 0);
         QCOMPARE(kestrum->readAllStandardError().count("relaunch"), 0);
         QTest::qWait(1000);
-        QVERIFY(stage().settingsApplications().isEmpty());
+        QVERIFY(fixture().settingsApplications().isEmpty());
     }
 
     void aWindowThatIsClosedStaysClosed()
     {
         open();
-        stage().write("language", "\"de\"");
+        fixture().write("language", "\"de\"");
         QTest::qWait(200);
         m_window->close();
         QVERIFY(m_window->hasEnded());
         QTest::qWait(1000);
-        QVERIFY(stage().settingsApplications().isEmpty());
+        QVERIFY(fixture().settingsApplications().isEmpty());
     }
 };
 

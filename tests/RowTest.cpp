@@ -16,11 +16,11 @@ using namespace kestrum;
 namespace {
 
 /// A card on a ground, with rows in it.
-struct Stage {
+struct Fixture {
     QWidget window;
     Card* card = new Card;
 
-    explicit Stage(std::initializer_list<Row*> rows)
+    explicit Fixture(std::initializer_list<Row*> rows)
     {
         window.setPalette(Theme::palette(ColourScheme::light));
         auto* layout = new QVBoxLayout(&window);
@@ -59,8 +59,8 @@ private Q_SLOTS:
     {
         auto* toggle = new Switch;
         auto* row = new Row(QStringLiteral("Launch"), toggle);
-        Stage stage({ row });
-        stage.showAt(400);
+        Fixture fixture({ row });
+        fixture.showAt(400);
         QCOMPARE(row->height(), 40);
         QCOMPARE(row->width(), 400);
         QCOMPARE(labelOf(*row).x(), 12);
@@ -73,9 +73,9 @@ private Q_SLOTS:
     {
         auto* toggle = new Switch;
         auto* row = new Row(QStringLiteral("Launch"), toggle);
-        Stage stage({ row });
-        stage.window.setLayoutDirection(Qt::RightToLeft);
-        stage.showAt(400);
+        Fixture fixture({ row });
+        fixture.window.setLayoutDirection(Qt::RightToLeft);
+        fixture.showAt(400);
         QCOMPARE(toggle->x(), 12);
         QCOMPARE(labelOf(*row).geometry().right(), 400 - 12 - 1);
     }
@@ -84,8 +84,8 @@ private Q_SLOTS:
     {
         auto* button = new PushButton(QStringLiteral("Open"));
         auto* row = new Row(longText, button);
-        Stage stage({ row });
-        stage.showAt(340);
+        Fixture fixture({ row });
+        fixture.showAt(340);
         const QLabel& label = labelOf(*row);
         QVERIFY(label.height() >= 2 * label.fontMetrics().lineSpacing());
         QVERIFY(row->height() >= label.height() + 12);
@@ -99,8 +99,8 @@ private Q_SLOTS:
         auto* companion = new Switch;
         auto* row = new Row(longText, button);
         row->setCompanion(companion);
-        Stage stage({ row });
-        stage.showAt(340);
+        Fixture fixture({ row });
+        fixture.showAt(340);
         const QRect label = labelOf(*row).geometry();
         const int height = row->height();
         QCOMPARE(companion->geometry().right(), 340 - 12 - 1);
@@ -117,8 +117,8 @@ private Q_SLOTS:
     {
         auto* button = new PushButton(QStringLiteral("A button with a long text on it"));
         auto* row = new Row(longText, button);
-        Stage stage({ row });
-        stage.showAt(300);
+        Fixture fixture({ row });
+        fixture.showAt(300);
         QVERIFY(button->y() > labelOf(*row).geometry().bottom());
         QCOMPARE(button->geometry().right(), 300 - 12 - 1);
         QCOMPARE(labelOf(*row).width(), 300 - 24);
@@ -128,14 +128,14 @@ private Q_SLOTS:
     void aTextThatGrowsIsNotCut()
     {
         auto* row = new Row(QStringLiteral("short"));
-        Stage stage({ row });
-        stage.showAt(300);
+        Fixture fixture({ row });
+        fixture.showAt(300);
         QCOMPARE(row->height(), 40);
         row->setText(longText + longText + longText);
         QTest::qWait(20);
         QVERIFY(labelOf(*row).heightForWidth(labelOf(*row).width()) <= labelOf(*row).height());
         QVERIFY(row->height() >= labelOf(*row).height());
-        QVERIFY(stage.card->height() >= row->height());
+        QVERIFY(fixture.card->height() >= row->height());
     }
 
     void theControlIsNamedByTheText()
@@ -152,13 +152,13 @@ private Q_SLOTS:
     void inksFollowTheScheme()
     {
         auto* row = new Row(QStringLiteral("text"));
-        Stage stage({ row });
+        Fixture fixture({ row });
         const auto shown = [&] {
             const QLabel& label = labelOf(*row);
             return label.palette().color(label.foregroundRole());
         };
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            stage.window.setPalette(Theme::palette(scheme));
+            fixture.window.setPalette(Theme::palette(scheme));
             row->setInk(Row::Ink::text);
             QCOMPARE(shown(), Theme::colour(Theme::Colour::text, scheme));
             row->setInk(Row::Ink::secondary);
@@ -176,10 +176,10 @@ private Q_SLOTS:
         auto* first = new Row(QStringLiteral("1"));
         auto* second = new Row(QStringLiteral("2"));
         auto* third = new Row(QStringLiteral("3"));
-        Stage stage({ first, second, third });
-        const auto hairlines = [&stage] {
+        Fixture fixture({ first, second, third });
+        const auto hairlines = [&fixture] {
             // In a column where there is no text.
-            const QImage picture = stage.card->grab().toImage();
+            const QImage picture = fixture.card->grab().toImage();
             const int x = picture.width() - 30;
             QList<int> found;
             for (int y = 5; y < picture.height() - 5; ++y) {
@@ -188,7 +188,7 @@ private Q_SLOTS:
             }
             return found;
         };
-        stage.showAt(300);
+        fixture.showAt(300);
         QCOMPARE(hairlines(), QList<int>({ 40, 80 }));
         second->hide();
         QTest::qWait(20);

@@ -1,5 +1,5 @@
-#include "KestrumShared/Drawing/SampleReadings.h"
-#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Items/StatusMetricView.h"
 #include "tests/TestHome.h"
 
 #include <QTest>

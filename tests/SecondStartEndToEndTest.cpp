@@ -21,7 +21,7 @@ class SecondStartEndToEndTest : public SettingsAppTest {
     /// A further start, once it has ended.
     std::unique_ptr<QProcess> startAgain(const QStringList& arguments = {}) const
     {
-        auto second = Programs::started(stage().program("Kestrum"), arguments);
+        auto second = Programs::started(fixture().program("Kestrum"), arguments);
         if (!second->waitForFinished(patience))
             qWarning("a further start does not end");
         return second;
@@ -31,12 +31,12 @@ private Q_SLOTS:
     void aSecondStartRaisesTheFirstWindowAndExitsWell()
     {
         open();
-        stage().turnToOther();
+        fixture().turnToOther();
         const auto second = startAgain();
         QCOMPARE(second->exitStatus(), QProcess::NormalExit);
         QCOMPARE(second->exitCode(), 0);
         QTRY_VERIFY_WITH_TIMEOUT(m_window->isActive(), patience);
-        QCOMPARE(stage().settingsApplications(), QList<qint32> { m_window->pid() });
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { m_window->pid() });
     }
 
     void aSecondStartRaisesAMinimisedWindow()
@@ -51,7 +51,7 @@ private Q_SLOTS:
     void aSecondStartNeedsNoDisplay()
     {
         open();
-        stage().turnToOther();
+        fixture().turnToOther();
         const QByteArray display = qgetenv("DISPLAY");
         qputenv("DISPLAY", ":nowhere");
         const auto second = startAgain();
@@ -66,9 +66,9 @@ private Q_SLOTS:
             open();
             m_window->close();
             QTest::qSleep(4 * round);
-            const auto next = Programs::started(stage().program("Kestrum"), {});
+            const auto next = Programs::started(fixture().program("Kestrum"), {});
             QVERIFY(m_window->hasEnded());
-            QVERIFY2(!DesktopStage::windowOf(next->processId()).isEmpty(),
+            QVERIFY2(!DesktopFixture::windowOf(next->processId()).isEmpty(),
                 next->readAllStandardError().constData());
             Programs::end(*next);
         }
@@ -77,8 +77,8 @@ private Q_SLOTS:
     void theAgentsSignalRaisesTheWindow()
     {
         open();
-        stage().turnToOther();
-        stage().kestrumctl({ text("post"), text("openSettings") });
+        fixture().turnToOther();
+        fixture().kestrumctl({ text("post"), text("openSettings") });
         QTRY_VERIFY_WITH_TIMEOUT(m_window->isActive(), patience);
     }
 
@@ -96,8 +96,8 @@ private Q_SLOTS:
     void aRunThatOnlyLooksDisturbsNobody()
     {
         open();
-        stage().turnToOther();
-        stage().write("agentEnabled", "true");
+        fixture().turnToOther();
+        fixture().write("agentEnabled", "true");
         const QString legacy
             = QFile::decodeName(qgetenv("XDG_CONFIG_HOME")) + text("/autostart/com.orvale.kestrum.desktop");
         QVERIFY(QDir().mkpath(QFileInfo(legacy).path()));
@@ -105,7 +105,7 @@ private Q_SLOTS:
         QVERIFY(entry.open(QIODevice::WriteOnly));
         entry.close();
         // The page that reads the state of the login item itself.
-        stage().write("settingsPane", "\"general\"");
+        fixture().write("settingsPane", "\"general\"");
         const QStringList runs[]
             = { { text("--first-frame") }, { text("--pictures"), TestHome::root() + text("/pictures") } };
         for (const QStringList& run : runs) {
@@ -116,17 +116,17 @@ private Q_SLOTS:
         QVERIFY(agents().isEmpty());
         QVERIFY(!m_window->isActive());
         QVERIFY(QFile::remove(legacy));
-        stage().kestrumctl({ text("delete"), text("settingsPane") });
+        fixture().kestrumctl({ text("delete"), text("settingsPane") });
     }
 
     void theAgentInheritsNothingThatWasMeantForTheWindow()
     {
-        stage().useStandInAgent();
-        stage().write("agentEnabled", "true");
+        fixture().useStandInAgent();
+        fixture().write("agentEnabled", "true");
         qputenv("XDG_ACTIVATION_TOKEN", "token");
         qputenv("DESKTOP_STARTUP_ID", "token_TIME0");
         qputenv("KESTRUM_IN_BACKGROUND", "1");
-        const auto kestrum = Programs::started(stage().program("Kestrum"), {});
+        const auto kestrum = Programs::started(fixture().program("Kestrum"), {});
         for (const char* variable : { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "KESTRUM_IN_BACKGROUND" })
             qunsetenv(variable);
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
@@ -142,27 +142,27 @@ private Q_SLOTS:
 
     void openedInTheBackgroundTheWindowDoesNotTakeTheFocus()
     {
-        stage().kestrumctl({ text("open"), text("-g"), stage().bundle() });
-        const qint32 pid = stage().successor(0);
-        const QByteArray window = DesktopStage::windowOf(pid);
+        fixture().kestrumctl({ text("open"), text("-g"), fixture().bundle() });
+        const qint32 pid = fixture().successor(0);
+        const QByteArray window = DesktopFixture::windowOf(pid);
         QVERIFY(!window.isEmpty());
         QTest::qWait(500);
-        QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
         // A second start in the background leaves it there, an ordinary one brings it forward.
-        stage().kestrumctl({ text("open"), text("-g"), stage().bundle() });
+        fixture().kestrumctl({ text("open"), text("-g"), fixture().bundle() });
         QTest::qWait(300);
-        QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
-        stage().kestrumctl({ text("open"), stage().bundle() });
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::activeWindow(), window, patience);
-        QCOMPARE(stage().settingsApplications(), QList<qint32> { pid });
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+        fixture().kestrumctl({ text("open"), fixture().bundle() });
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { pid });
     }
 
     void openedOrdinarilyTheWindowTakesTheFocus()
     {
-        stage().kestrumctl({ text("open"), stage().bundle() });
-        const QByteArray window = DesktopStage::windowOf(stage().successor(0));
+        fixture().kestrumctl({ text("open"), fixture().bundle() });
+        const QByteArray window = DesktopFixture::windowOf(fixture().successor(0));
         QVERIFY(!window.isEmpty());
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::activeWindow(), window, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
     }
 };
 

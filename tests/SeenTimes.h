@@ -1,6 +1,6 @@
 #pragma once
 
-#include "tests/DesktopStage.h"
+#include "tests/DesktopFixture.h"
 
 #include <QElapsedTimer>
 #include <QList>
@@ -13,12 +13,12 @@ class SeenTimes {
 public:
     /// Writes a setting, and notes when `look`, a picture, becomes another.
     template <class Look>
-    void note(const DesktopStage& stage, const QString& key, const QString& json, Look look)
+    void note(const DesktopFixture& fixture, const QString& key, const QString& json, Look look)
     {
         const QImage before = look();
         QElapsedTimer clock;
         clock.start();
-        stage.kestrumctl({ QStringLiteral("write"), key, json });
+        fixture.kestrumctl({ QStringLiteral("write"), key, json });
         const double written = double(clock.nsecsElapsed()) / 1e6;
         while (look() == before && clock.elapsed() < Programs::patience) { }
         m_sinceBegin.append(double(clock.nsecsElapsed()) / 1e6);

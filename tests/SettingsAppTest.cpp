@@ -4,16 +4,16 @@ namespace kestrum {
 
 void SettingsAppTest::init()
 {
-    stage().write("agentEnabled", "false");
-    stage().write("language", "\"en\"");
-    stage().turnToOther();
+    fixture().write("agentEnabled", "false");
+    fixture().write("language", "\"en\"");
+    fixture().turnToOther();
 }
 
 void SettingsAppTest::cleanup()
 {
     m_window.reset();
-    stage().endSettingsApplications();
-    stage().endAgents();
+    fixture().endSettingsApplications();
+    fixture().endAgents();
 }
 
 } // namespace kestrum

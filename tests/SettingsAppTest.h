@@ -11,7 +11,7 @@ class SettingsAppTest : public DesktopTest {
     Q_OBJECT
 protected:
     /// Opens the settings, whose window then has the focus.
-    void open() { m_window = std::make_unique<OpenedWindow>(stage()); }
+    void open() { m_window = std::make_unique<OpenedWindow>(fixture()); }
 
     std::unique_ptr<OpenedWindow> m_window;
 

@@ -345,4 +345,5 @@ private Q_SLOTS:
 };
 
 KESTRUM_TEST_MAIN(QApplication, SettingsViewTest)
+#include "KestrumShared/Text/Title.h"
 #include "SettingsViewTest.moc"

@@ -1,5 +1,5 @@
 #include "KestrumShared/Settings/SignalListener.h"
-#include "tests/Peer.h"
+#include "tests/HelperProcess.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>
@@ -166,8 +166,9 @@ void SignalListenerTest::postOfAnotherProcessArrives()
     int calls = 0;
     SignalListener listener;
     listener.listen(Signal::updateAvailable, [&calls] { ++calls; });
-    Peer peer({ QStringLiteral("post"), SharedSettings::name(Signal::updateAvailable), QStringLiteral("1") });
-    QCOMPARE(peer.finish(), 0);
+    HelperProcess helper(
+        { QStringLiteral("post"), SharedSettings::name(Signal::updateAvailable), QStringLiteral("1") });
+    QCOMPARE(helper.finish(), 0);
     QTRY_COMPARE(calls, 1);
 }
 

@@ -1,7 +1,7 @@
 #include "Platform/Files/RuntimeDirectory.h"
 #include "Platform/Signals/NotificationCentre.h"
-#include "tests/Peer.h"
-#include "tests/SignalEar.h"
+#include "tests/HelperProcess.h"
+#include "tests/SignalRecorder.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -55,21 +55,22 @@ void SignalsBetweenTest::init()
 
 void SignalsBetweenTest::postReachesAnotherProcess()
 {
-    Peer peer({ QStringLiteral("listen"), QStringLiteral("x/y"), QStringLiteral("z") });
-    QCOMPARE(peer.line(), QByteArray("ready"));
+    HelperProcess helper({ QStringLiteral("listen"), QStringLiteral("x/y"), QStringLiteral("z") });
+    QCOMPARE(helper.line(), QByteArray("ready"));
     NotificationCentre::post(QStringLiteral("x/y"));
-    QCOMPARE(peer.line(), QByteArray("heard x/y"));
+    QCOMPARE(helper.line(), QByteArray("heard x/y"));
     NotificationCentre::post(QStringLiteral("z"));
-    QCOMPARE(peer.line(), QByteArray("heard z"));
-    QVERIFY(!peer.hasLine(100));
-    QCOMPARE(peer.finish(), 0);
+    QCOMPARE(helper.line(), QByteArray("heard z"));
+    QVERIFY(!helper.hasLine(100));
+    QCOMPARE(helper.finish(), 0);
 }
 
 void SignalsBetweenTest::postOfAnotherProcessArrivesOnce()
 {
     const Ear ear(QStringLiteral("suite.updateAvailable"));
-    Peer peer({ QStringLiteral("post"), QStringLiteral("suite.updateAvailable"), QStringLiteral("1") });
-    QCOMPARE(peer.finish(), 0);
+    HelperProcess helper(
+        { QStringLiteral("post"), QStringLiteral("suite.updateAvailable"), QStringLiteral("1") });
+    QCOMPARE(helper.finish(), 0);
     QTRY_COMPARE(ear.count, 1);
     QTest::qWait(quietTime);
     QCOMPARE(ear.count, 1);
@@ -77,7 +78,7 @@ void SignalsBetweenTest::postOfAnotherProcessArrivesOnce()
 
 void SignalsBetweenTest::stuckListenerHoldsUpNobody()
 {
-    Peer stuck({ QStringLiteral("listen"), QStringLiteral("x") });
+    HelperProcess stuck({ QStringLiteral("listen"), QStringLiteral("x") });
     QCOMPARE(stuck.line(), QByteArray("ready"));
     QCOMPARE(::kill(pid_t(stuck.pid()), SIGSTOP), 0);
     const Ear ear(QStringLiteral("x"));
@@ -96,7 +97,7 @@ void SignalsBetweenTest::processThatDiesLeavesOthersHearing()
 {
     const Ear ear(QStringLiteral("x"));
     {
-        Peer killed({ QStringLiteral("listen"), QStringLiteral("x") });
+        HelperProcess killed({ QStringLiteral("listen"), QStringLiteral("x") });
         QCOMPARE(killed.line(), QByteArray("ready"));
     }
     NotificationCentre::post(QStringLiteral("x"));
@@ -126,21 +127,21 @@ void SignalsBetweenTest::descriptorsAreNotUsedUp()
 void SignalsBetweenTest::removedDirectoryIsMadeAnew()
 {
     const Ear ear(QStringLiteral("x"));
-    Peer peer({ QStringLiteral("listen"), QStringLiteral("x") });
-    QCOMPARE(peer.line(), QByteArray("ready"));
+    HelperProcess helper({ QStringLiteral("listen"), QStringLiteral("x") });
+    QCOMPARE(helper.line(), QByteArray("ready"));
     NotificationCentre::post(QStringLiteral("x"));
-    QCOMPARE(peer.line(), QByteArray("heard x"));
+    QCOMPARE(helper.line(), QByteArray("heard x"));
     QTRY_COMPARE(ear.count, 1);
     QVERIFY(QDir(signalsDirectory()).removeRecursively());
     NotificationCentre::post(QStringLiteral("x"));
     QTRY_VERIFY(ear.count > 1);
-    QCOMPARE(peer.line(), QByteArray("heard x"));
-    QVERIFY(!peer.hasLine(100));
+    QCOMPARE(helper.line(), QByteArray("heard x"));
+    QVERIFY(!helper.hasLine(100));
     QCOMPARE(ear.count, 2);
     NotificationCentre::post(QStringLiteral("x"));
     QTRY_COMPARE(ear.count, 3);
-    QCOMPARE(peer.line(), QByteArray("heard x"));
-    QVERIFY(!peer.hasLine(100));
+    QCOMPARE(helper.line(), QByteArray("heard x"));
+    QVERIFY(!helper.hasLine(100));
 }
 
 void SignalsBetweenTest::movedDirectoryIsMadeAnew()
@@ -171,9 +172,9 @@ void SignalsBetweenTest::movedRuntimeDirectoryIsMadeAnew()
     NotificationCentre::post(QStringLiteral("x"));
     QTRY_VERIFY(ear.count > 1);
     QTest::qWait(quietTime);
-    Peer peer({ QStringLiteral("post"), QStringLiteral("x"), QStringLiteral("1") });
+    HelperProcess helper({ QStringLiteral("post"), QStringLiteral("x"), QStringLiteral("1") });
     const int before = ear.count;
-    QCOMPARE(peer.finish(), 0);
+    QCOMPARE(helper.finish(), 0);
     QTRY_COMPARE(ear.count, before + 1);
     QVERIFY(QDir(moved).removeRecursively());
 }
@@ -196,13 +197,13 @@ void SignalsBetweenTest::runtimeDirectoryThatCameAnewIsFollowed()
 
 void SignalsBetweenTest::directoryRemovedWhileOthersListenIsFound()
 {
-    Peer peer({ QStringLiteral("listen"), QStringLiteral("x") });
-    QCOMPARE(peer.line(), QByteArray("ready"));
+    HelperProcess helper({ QStringLiteral("listen"), QStringLiteral("x") });
+    QCOMPARE(helper.line(), QByteArray("ready"));
     for (int i = 0; i < 20; ++i) {
         QVERIFY(QDir(signalsDirectory()).removeRecursively());
         NotificationCentre::post(QStringLiteral("x"));
-        QCOMPARE(peer.line(), QByteArray("heard x"));
-        QVERIFY(!peer.hasLine(20));
+        QCOMPARE(helper.line(), QByteArray("heard x"));
+        QVERIFY(!helper.hasLine(20));
     }
 }
 
@@ -227,8 +228,8 @@ void SignalsBetweenTest::listenerThatCouldNotHearHearsAfterTheRepair()
     QTRY_COMPARE(ear.count, 2);
     QTest::qWait(quietTime);
     QCOMPARE(ear.count, 2);
-    Peer peer({ QStringLiteral("post"), name, QStringLiteral("1") });
-    QCOMPARE(peer.finish(), 0);
+    HelperProcess helper({ QStringLiteral("post"), name, QStringLiteral("1") });
+    QCOMPARE(helper.finish(), 0);
     QTRY_COMPARE(ear.count, 3);
 }
 
@@ -298,9 +299,9 @@ Rounds runRounds(const char* suite, int rounds, const char* way)
     const QString name = QString::fromLatin1(suite);
     Rounds result;
     {
-        Peer checker({ QStringLiteral("check"), name, page });
+        HelperProcess checker({ QStringLiteral("check"), name, page });
         if (checker.line() == "ready") {
-            Peer writer(
+            HelperProcess writer(
                 { QStringLiteral("write"), name, page, QString::number(rounds), QString::fromLatin1(way) });
             writer.line(50'000);
             result.writer = writer.finish();
@@ -344,7 +345,7 @@ void SignalsBetweenTest::floodCostsLittle()
 {
     QFETCH(const QStringList, names);
     constexpr int duration = 2000;
-    Peer listener(QStringList { QStringLiteral("count") } + names);
+    HelperProcess listener(QStringList { QStringLiteral("count") } + names);
     QCOMPARE(listener.line(), QByteArray("ready"));
     const auto usedAndHeard = [&listener] {
         listener.say("now");
@@ -352,7 +353,7 @@ void SignalsBetweenTest::floodCostsLittle()
         return std::pair(said.value(1).toLongLong(), said.value(0).toLongLong());
     };
     const auto before = usedAndHeard();
-    Peer flood(QStringList { QStringLiteral("flood"), QString::number(duration) } + names);
+    HelperProcess flood(QStringList { QStringLiteral("flood"), QString::number(duration) } + names);
     const QByteArray posted = flood.line();
     const auto after = usedAndHeard();
     const double share = double(after.first - before.first) / (duration * 1000);
@@ -365,7 +366,7 @@ void SignalsBetweenTest::floodCostsLittle()
 
 void SignalsBetweenTest::floodDoesNotHoldUpOtherSignalsForLong()
 {
-    Peer flood({ QStringLiteral("flood"), QStringLiteral("1500"), QStringLiteral("flood") });
+    HelperProcess flood({ QStringLiteral("flood"), QStringLiteral("1500"), QStringLiteral("flood") });
     const Ear busy(QStringLiteral("flood"));
     const Ear ear(QStringLiteral("x"));
     QTest::qWait(500);

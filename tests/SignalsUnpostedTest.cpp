@@ -1,7 +1,7 @@
 #include "Platform/Signals/NotificationCentre.h"
-#include "tests/Peer.h"
+#include "tests/HelperProcess.h"
 #include "tests/Programs.h"
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -78,8 +78,8 @@ void SignalsUnpostedTest::aThousandDisturbancesAreNotHeard()
     const Ear x(QStringLiteral("x"));
     const Ear y(QStringLiteral("y"));
     const Ear never(QStringLiteral("never"));
-    Peer peer({ QStringLiteral("listen"), QStringLiteral("x"), QStringLiteral("never") });
-    QCOMPARE(peer.line(), QByteArray("ready"));
+    HelperProcess helper({ QStringLiteral("listen"), QStringLiteral("x"), QStringLiteral("never") });
+    QCOMPARE(helper.line(), QByteArray("ready"));
     int posts = 0;
     for (int i = 0; i < 1000; ++i) {
         disturbances[size_t(i) % std::size(disturbances)]();
@@ -93,13 +93,13 @@ void SignalsUnpostedTest::aThousandDisturbancesAreNotHeard()
         NotificationCentre::post(QStringLiteral("x"));
         NotificationCentre::post(QStringLiteral("y"));
         QTRY_VERIFY(x.count == posts && y.count == posts);
-        QCOMPARE(peer.line(), QByteArray("heard x"));
+        QCOMPARE(helper.line(), QByteArray("heard x"));
     }
     QTest::qWait(quietTime);
     QCOMPARE(x.count, posts);
     QCOMPARE(y.count, posts);
     QCOMPARE(never.count, 0);
-    QVERIFY(!peer.hasLine(100));
+    QVERIFY(!helper.hasLine(100));
 }
 
 void SignalsUnpostedTest::aDirectoryThatComesBackAsItWasIsNotHeard()
@@ -178,22 +178,23 @@ void SignalsUnpostedTest::withoutKernelWatchesOnlyPostsAreHeard()
     const QString fresh = QStringLiteral("fresh ") + kind;
     NotificationCentre::post(QStringLiteral("x"));
     setTime(path("/x"), ::time(nullptr) + 86'400);
-    Peer peer({ QStringLiteral("starved"), kind, QStringLiteral("listen"), QStringLiteral("x"), fresh });
-    const QByteArray first = peer.line();
+    HelperProcess helper(
+        { QStringLiteral("starved"), kind, QStringLiteral("listen"), QStringLiteral("x"), fresh });
+    const QByteArray first = helper.line();
     if (first.startsWith("unsupported"))
         QSKIP("this kernel does not let us lower the limits for one process");
     QCOMPARE(first, QByteArray("ready"));
     // The directory is looked at every 2 s.
-    QVERIFY(!peer.hasLine(4500));
+    QVERIFY(!helper.hasLine(4500));
     for (const QString& name : { QStringLiteral("x"), fresh, fresh }) {
         QElapsedTimer timer;
         timer.start();
         NotificationCentre::post(name);
-        QCOMPARE(peer.line(), "heard " + name.toUtf8());
+        QCOMPARE(helper.line(), "heard " + name.toUtf8());
         QVERIFY(Programs::areSanitized || timer.elapsed() < 2500);
     }
-    QVERIFY(!peer.hasLine(2500));
-    const QByteArray said = peer.errors();
+    QVERIFY(!helper.hasLine(2500));
+    const QByteArray said = helper.errors();
     QVERIFY2(said.count('\n') == 1 && said.contains("looked at every 2 s"), said.constData());
 }
 

@@ -1,4 +1,4 @@
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 
 #include <QCoreApplication>
 #include <QDir>

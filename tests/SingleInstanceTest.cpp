@@ -1,5 +1,5 @@
 #include "Platform/Processes/SingleInstance.h"
-#include "tests/Peer.h"
+#include "tests/HelperProcess.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>
@@ -46,7 +46,7 @@ class SingleInstanceTest : public QObject {
 
     static bool anybodyAnswers()
     {
-        Peer second(instance());
+        HelperProcess second(instance());
         return second.line() == "second" && QTest::qWaitFor([&] { return second.hasEnded(); })
             && second.finish() == 0;
     }
@@ -65,7 +65,7 @@ private Q_SLOTS:
         const SingleInstance first("Kestrum");
         QVERIFY(first.isFirst());
         QVERIFY(!SingleInstance("Kestrum").isFirst());
-        Peer other(instance());
+        HelperProcess other(instance());
         QCOMPARE(other.line(), QByteArray("second"));
     }
 
@@ -86,7 +86,7 @@ private Q_SLOTS:
 
     void thePlaceIsFreeAfterAKill()
     {
-        Peer killed(instance());
+        HelperProcess killed(instance());
         QCOMPARE(killed.line(), QByteArray("first"));
         QCOMPARE(::kill(pid_t(killed.pid()), SIGKILL), 0);
         QCOMPARE(killed.finish(), -1);
@@ -112,9 +112,9 @@ private Q_SLOTS:
 
     void aSecondStartHandsItsTokenOver()
     {
-        Peer first(instance());
+        HelperProcess first(instance());
         QCOMPARE(first.line(), QByteArray("first"));
-        Peer second(instance(QStringLiteral("shell/7-host_TIME1234567")));
+        HelperProcess second(instance(QStringLiteral("shell/7-host_TIME1234567")));
         QCOMPARE(second.line(), QByteArray("second"));
         QCOMPARE(second.finish(), 0);
         QCOMPARE(first.line(), QByteArray("raise shell/7-host_TIME1234567"));
@@ -143,7 +143,7 @@ private Q_SLOTS:
         // The lock is taken before the socket is there.
         const SingleInstance first("Kestrum");
         QVERIFY(QFile::rename(path(".socket"), path(".later")));
-        Peer later(instance(QStringLiteral("token")));
+        HelperProcess later(instance(QStringLiteral("token")));
         QCOMPARE(later.line(), QByteArray("second"));
         QTest::qWait(100);
         QVERIFY(QFile::rename(path(".later"), path(".socket")));
@@ -266,13 +266,13 @@ private Q_SLOTS:
     {
         // Nothing is read, as in a process that is about to end.
         auto ending = std::make_unique<SingleInstance>("Kestrum");
-        Peer second(instance(QStringLiteral("token")));
+        HelperProcess second(instance(QStringLiteral("token")));
         QCOMPARE(second.line(), QByteArray("second"));
         QTest::qSleep(200);
         ending->giveBack();
         QCOMPARE(second.line(), QByteArray("first"));
         ending.reset();
-        Peer third(instance(QStringLiteral("next")));
+        HelperProcess third(instance(QStringLiteral("next")));
         QCOMPARE(third.line(), QByteArray("second"));
         QCOMPARE(third.finish(), 0);
         QCOMPARE(second.line(), QByteArray("raise next"));
@@ -282,7 +282,7 @@ private Q_SLOTS:
     {
         auto ending = std::make_unique<SingleInstance>("Kestrum");
         QVERIFY(QFile::remove(path(".socket")));
-        Peer second(instance());
+        HelperProcess second(instance());
         QCOMPARE(second.line(), QByteArray("second"));
         QTest::qSleep(200);
         ending.reset();
@@ -291,10 +291,10 @@ private Q_SLOTS:
 
     void aSecondStartFollowsAFirstThatIsKilledWithoutHearingIt()
     {
-        Peer first(instance());
+        HelperProcess first(instance());
         QCOMPARE(first.line(), QByteArray("first"));
         QCOMPARE(::kill(pid_t(first.pid()), SIGSTOP), 0);
-        Peer second(instance());
+        HelperProcess second(instance());
         QCOMPARE(second.line(), QByteArray("second"));
         QTest::qSleep(200);
         QCOMPARE(::kill(pid_t(first.pid()), SIGKILL), 0);
@@ -304,14 +304,14 @@ private Q_SLOTS:
     void ofTwoThatFollowOneIsFirst()
     {
         auto ending = std::make_unique<SingleInstance>("Kestrum");
-        Peer one(instance(QStringLiteral("one")));
-        Peer two(instance(QStringLiteral("two")));
+        HelperProcess one(instance(QStringLiteral("one")));
+        HelperProcess two(instance(QStringLiteral("two")));
         QCOMPARE(one.line(), QByteArray("second"));
         QCOMPARE(two.line(), QByteArray("second"));
         ending.reset();
         QTRY_VERIFY(one.hasLine(0) || two.hasLine(0));
         const bool isOne = one.hasLine(0);
-        Peer& next = isOne ? one : two;
+        HelperProcess& next = isOne ? one : two;
         QCOMPARE(next.line(), QByteArray("first"));
         QCOMPARE(next.line(), QByteArray(isOne ? "raise two" : "raise one"));
         QCOMPARE((isOne ? two : one).finish(), 0);
@@ -342,7 +342,7 @@ private Q_SLOTS:
     void childrenDoNotInheritThePlace()
     {
         auto first = std::make_unique<SingleInstance>("Kestrum");
-        Peer child({ QStringLiteral("listen"), QStringLiteral("x") });
+        HelperProcess child({ QStringLiteral("listen"), QStringLiteral("x") });
         QCOMPARE(child.line(), QByteArray("ready"));
         first.reset();
         QVERIFY(SingleInstance("Kestrum").isFirst());
@@ -385,8 +385,8 @@ private Q_SLOTS:
     {
         const QByteArray directory = qgetenv("XDG_RUNTIME_DIR");
         qunsetenv("XDG_RUNTIME_DIR");
-        Peer one(instance());
-        Peer another(instance());
+        HelperProcess one(instance());
+        HelperProcess another(instance());
         qputenv("XDG_RUNTIME_DIR", directory);
         QCOMPARE(one.line(), QByteArray("first"));
         QCOMPARE(another.line(), QByteArray("first"));

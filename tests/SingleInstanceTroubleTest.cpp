@@ -1,7 +1,7 @@
-#include "Platform/Files/WorkAllowance.h"
+#include "Platform/Files/RateLimiter.h"
 #include "Platform/Processes/InstanceName.h"
 #include "Platform/Processes/SingleInstance.h"
-#include "tests/Peer.h"
+#include "tests/HelperProcess.h"
 #include "tests/TestHome.h"
 
 #include <QCoreApplication>
@@ -36,7 +36,7 @@ bool isAnswered(int milliseconds)
 {
     QElapsedTimer clock;
     clock.start();
-    Peer second(instance());
+    HelperProcess second(instance());
     return QTest::qWaitFor([&] { return second.hasEnded(); }) && second.finish() == 0
         && second.line() == "second" && clock.elapsed() < milliseconds;
 }
@@ -86,8 +86,8 @@ private Q_SLOTS:
         const SingleInstance first("Kestrum");
         // What bringing a window forward costs.
         connect(&first, &SingleInstance::raiseRequested, this, [] {
-            const auto begin = WorkAllowance::processorTime();
-            while (WorkAllowance::processorTime() - begin < std::chrono::milliseconds(2)) { }
+            const auto begin = RateLimiter::processorTime();
+            while (RateLimiter::processorTime() - begin < std::chrono::milliseconds(2)) { }
         });
         QSignalSpy asked(&first, &SingleInstance::raiseRequested);
         const Flood flood;
@@ -95,9 +95,9 @@ private Q_SLOTS:
         constexpr int duration = 4000;
         QElapsedTimer clock;
         clock.start();
-        const auto before = WorkAllowance::processorTime();
+        const auto before = RateLimiter::processorTime();
         QTest::qWait(duration);
-        const std::chrono::duration<double, std::milli> used = WorkAllowance::processorTime() - before;
+        const std::chrono::duration<double, std::milli> used = RateLimiter::processorTime() - before;
         const double share = used.count() / double(clock.elapsed());
         qInfo("%.1f %% of a core, %d datagrams sent, %d requests", share * 100, flood.sent(),
             int(asked.count()));
@@ -118,16 +118,16 @@ private Q_SLOTS:
     void clearingTheRuntimeFolderLetsNoSecondOneIn()
     {
         QFETCH(const QString, cleared);
-        Peer first(instance());
+        HelperProcess first(instance());
         QCOMPARE(first.line(), QByteArray("first"));
         for (int times = 0; times < 2; ++times) {
             clear(cleared);
-            Peer second(instance());
+            HelperProcess second(instance());
             QCOMPARE(second.line(), QByteArray("second"));
             QCOMPARE(second.finish(), 0);
             QCOMPARE(first.line(), QByteArray("raise token"));
             // And now as ever.
-            Peer third(instance());
+            HelperProcess third(instance());
             QCOMPARE(third.line(), QByteArray("second"));
             QCOMPARE(third.finish(), 0);
             QCOMPARE(first.line(), QByteArray("raise token"));
@@ -140,7 +140,7 @@ private Q_SLOTS:
     {
         QFETCH(const QString, cleared);
         for (const bool isKilled : { true, false }) {
-            Peer first(instance());
+            HelperProcess first(instance());
             QCOMPARE(first.line(), QByteArray("first"));
             clear(cleared);
             if (isKilled) {
@@ -150,18 +150,18 @@ private Q_SLOTS:
                 first.say("give it back");
                 QCOMPARE(first.line(), QByteArray("gave back"));
             }
-            Peer next(instance());
+            HelperProcess next(instance());
             QCOMPARE(next.line(), QByteArray("first"));
         }
     }
 
     void aHolderThatHangsIsLeftInItsPlace()
     {
-        Peer first(instance());
+        HelperProcess first(instance());
         QCOMPARE(first.line(), QByteArray("first"));
         clear(folder());
         QCOMPARE(::kill(pid_t(first.pid()), SIGSTOP), 0);
-        Peer second(instance());
+        HelperProcess second(instance());
         QCOMPARE(second.line(), QByteArray("second"));
         QCOMPARE(second.finish(), 1); // it does not answer
         QCOMPARE(::kill(pid_t(first.pid()), SIGCONT), 0);

@@ -4,7 +4,7 @@
 #include "Kestrum/Window/SettingsView.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Files/FileDescriptor.h"
-#include "tests/AgentStage.h"
+#include "tests/AgentFixture.h"
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
 #include "tests/TestHome.h"
@@ -22,7 +22,7 @@ using Run = SettingsAppDelegate::Run;
 class StartUpTest : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<AgentStage> m_stage;
+    std::unique_ptr<AgentFixture> m_fixture;
 
     static KestrumApp& application() { return *static_cast<KestrumApp*>(qApp); }
 
@@ -52,11 +52,11 @@ private Q_SLOTS:
 
     void init()
     {
-        m_stage = std::make_unique<AgentStage>();
-        m_stage->installAgent();
+        m_fixture = std::make_unique<AgentFixture>();
+        m_fixture->installAgent();
     }
 
-    void cleanup() { m_stage.reset(); }
+    void cleanup() { m_fixture.reset(); }
 
     // First of all, while there has been no window.
     void whereThereIsNoWindowAfterLaunchOneIsOpened()
@@ -114,9 +114,9 @@ private Q_SLOTS:
     {
         const auto started = delegate();
         QTest::qWait(100);
-        QVERIFY(AgentStage::agents().isEmpty());
+        QVERIFY(AgentFixture::agents().isEmpty());
         started->windowWasShown();
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
     }
 
     void theAgentDoesNotWaitForEverForAWindow()
@@ -124,7 +124,7 @@ private Q_SLOTS:
         QElapsedTimer clock;
         clock.start();
         const auto started = delegate();
-        QTRY_COMPARE(AgentStage::agents().size(), 1);
+        QTRY_COMPARE(AgentFixture::agents().size(), 1);
         QVERIFY(clock.elapsed() >= 900);
         QVERIFY2(clock.elapsed() < 2000, QByteArray::number(clock.elapsed()).constData());
     }
@@ -135,15 +135,15 @@ private Q_SLOTS:
         const auto started = delegate();
         started->windowWasShown();
         QTest::qWait(300);
-        QVERIFY(AgentStage::agents().isEmpty());
-        QVERIFY(m_stage->everStarted().isEmpty());
+        QVERIFY(AgentFixture::agents().isEmpty());
+        QVERIFY(m_fixture->everStarted().isEmpty());
     }
 
     void theStepsComeInTheirOrder()
     {
         leaveLegacyItem();
         QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-        const QString agent = m_stage->installAgent();
+        const QString agent = m_fixture->installAgent();
         const QByteArray settings
             = QFile::encodeName(QFileInfo(SharedSettings::store().filePath()).fileName());
         const FileDescriptor events(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC));
@@ -158,7 +158,7 @@ private Q_SLOTS:
         const auto started = delegate();
         qsizetype agentsBeforeWindow = -1;
         connect(started.get(), &SettingsAppDelegate::reopenRequested, this,
-            [&] { agentsBeforeWindow = AgentStage::agents().size(); });
+            [&] { agentsBeforeWindow = AgentFixture::agents().size(); });
         QTRY_VERIFY(!QFile::exists(legacyItem()));
         started->windowWasShown();
         QTRY_COMPARE(agentsBeforeWindow, 1);
@@ -175,7 +175,7 @@ private Q_SLOTS:
             at += ssize_t(sizeof *event + event->len);
         }
         QCOMPARE(steps, (QByteArrayList { settings, "com.orvale.kestrum.desktop", "KestrumAgent" }));
-        m_stage->waitForAgent();
+        m_fixture->waitForAgent();
     }
 
     void theLegacyLoginItemIsRemoved()
@@ -191,7 +191,7 @@ private Q_SLOTS:
         const auto started = delegate(Run::visitor);
         started->windowWasShown();
         QTest::qWait(300);
-        QVERIFY(m_stage->everStarted().isEmpty());
+        QVERIFY(m_fixture->everStarted().isEmpty());
         QVERIFY(QFile::exists(legacyItem()));
         QVERIFY(QFile::remove(legacyItem()));
         // It tells of changes all the same.

@@ -25,7 +25,7 @@ class StarvedEndToEndTest : public DesktopTest {
 
     std::unique_ptr<QProcess> started(const QString& kind, const QString& program)
     {
-        return Programs::started(QCoreApplication::applicationDirPath() + text("/Peer"),
+        return Programs::started(QCoreApplication::applicationDirPath() + text("/HelperProcess"),
             { text("starved"), kind, text("become"), program });
     }
 
@@ -39,32 +39,32 @@ private Q_SLOTS:
     void agentAndWindowHearOnlyWhatIsPosted()
     {
         QFETCH(const QString, kind);
-        stage().write("agentEnabled", "true");
+        fixture().write("agentEnabled", "true");
         // What was posted before is nothing new.
         for (const char* signal : { "quitAgent", "openSettings", "checkForUpdates" })
-            stage().kestrumctl({ text("post"), text(signal) });
+            fixture().kestrumctl({ text("post"), text(signal) });
         QTest::qWait(50);
-        const auto agent = started(kind, stage().agentProgram());
-        const auto kestrum = started(kind, stage().program("Kestrum"));
+        const auto agent = started(kind, fixture().agentProgram());
+        const auto kestrum = started(kind, fixture().program("Kestrum"));
         if (kestrum->waitForReadyRead(100) && kestrum->readAllStandardOutput().startsWith("unsupported"))
             QSKIP("this kernel does not let us lower the limits for one process");
-        const QByteArray window = DesktopStage::windowOf(kestrum->processId());
+        const QByteArray window = DesktopFixture::windowOf(kestrum->processId());
         QVERIFY(!window.isEmpty());
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::activeWindow(), window, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
         QTRY_COMPARE_WITH_TIMEOUT(agents(), QList<qint32> { qint32(agent->processId()) }, patience);
-        stage().turnToOther();
+        fixture().turnToOther();
 
         QElapsedTimer time;
         for (time.start(); time.elapsed() < quietTime();) {
             QTest::qWait(50);
-            QCOMPARE(DesktopStage::activeWindow(), stage().otherWindow());
+            QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
             QCOMPARE(agents(), QList<qint32> { qint32(agent->processId()) });
             QCOMPARE(kestrum->state(), QProcess::Running);
         }
 
-        stage().kestrumctl({ text("post"), text("openSettings") });
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::activeWindow(), window, oneLook);
-        stage().kestrumctl({ text("post"), text("quitAgent") });
+        fixture().kestrumctl({ text("post"), text("openSettings") });
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, oneLook);
+        fixture().kestrumctl({ text("post"), text("quitAgent") });
         QTRY_COMPARE_WITH_TIMEOUT(agents(), QList<qint32>(), oneLook);
         Programs::end(*kestrum);
         Programs::end(*agent);

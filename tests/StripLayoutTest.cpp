@@ -1,6 +1,6 @@
-#include "KestrumShared/Drawing/StripLayout.h"
+#include "KestrumShared/Items/StripLayout.h"
 
-#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Items/StatusMetricView.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/TestHome.h"

@@ -18,12 +18,12 @@ using Theme::Colour;
 namespace {
 
 /// A window with a switch and a button, shown and active.
-struct Stage {
+struct Fixture {
     QWidget window;
     Switch* toggle;
     PushButton* button;
 
-    explicit Stage(Switch::Size size = Switch::Size::regular)
+    explicit Fixture(Switch::Size size = Switch::Size::regular)
         : toggle(new Switch(size, &window))
         , button(new PushButton(QStringLiteral("Open"), &window))
     {
@@ -78,156 +78,156 @@ private Q_SLOTS:
 
     void aClickAnywhereOnItAndSpaceTurnIt()
     {
-        Stage stage;
-        QSignalSpy toggles(stage.toggle, &Switch::toggled);
+        Fixture fixture;
+        QSignalSpy toggles(fixture.toggle, &Switch::toggled);
         for (const QPoint place :
             { QPoint(2, 11), QPoint(19, 11), QPoint(36, 11), QPoint(19, 2), QPoint(19, 20) })
-            QTest::mouseClick(stage.toggle, Qt::LeftButton, {}, place);
+            QTest::mouseClick(fixture.toggle, Qt::LeftButton, {}, place);
         QCOMPARE(toggles.size(), 5);
-        QVERIFY(stage.toggle->isChecked());
-        QTest::keyClick(stage.toggle, Qt::Key_Space);
-        QVERIFY(!stage.toggle->isChecked());
+        QVERIFY(fixture.toggle->isChecked());
+        QTest::keyClick(fixture.toggle, Qt::Key_Space);
+        QVERIFY(!fixture.toggle->isChecked());
     }
 
     void theKnobStandsAtTheTrailingEndWhenItIsOn()
     {
         for (const auto size : { Switch::Size::regular, Switch::Size::small }) {
-            Stage stage(size);
-            const QSize points = stage.toggle->sizeHint();
+            Fixture fixture(size);
+            const QSize points = fixture.toggle->sizeHint();
             const double leading = points.height() / 2.0;
             const double trailing = points.width() - leading;
-            stage.toggle->follow(false);
-            QVERIFY2(std::abs(stage.knob() - leading) < 0.3, qPrintable(QString::number(stage.knob())));
-            stage.toggle->follow(true);
-            QVERIFY2(std::abs(stage.knob() - trailing) < 0.3, qPrintable(QString::number(stage.knob())));
-            stage.toggle->setLayoutDirection(Qt::RightToLeft);
-            QVERIFY(std::abs(stage.knob() - leading) < 0.3);
-            stage.toggle->follow(false);
-            QVERIFY(std::abs(stage.knob() - trailing) < 0.3);
+            fixture.toggle->follow(false);
+            QVERIFY2(std::abs(fixture.knob() - leading) < 0.3, qPrintable(QString::number(fixture.knob())));
+            fixture.toggle->follow(true);
+            QVERIFY2(std::abs(fixture.knob() - trailing) < 0.3, qPrintable(QString::number(fixture.knob())));
+            fixture.toggle->setLayoutDirection(Qt::RightToLeft);
+            QVERIFY(std::abs(fixture.knob() - leading) < 0.3);
+            fixture.toggle->follow(false);
+            QVERIFY(std::abs(fixture.knob() - trailing) < 0.3);
         }
     }
 
     void theKnobSlidesAndArrives()
     {
-        Stage stage;
+        Fixture fixture;
         QElapsedTimer timer;
         timer.start();
-        stage.toggle->click();
-        QVERIFY(stage.knob() < 14);
-        QTRY_VERIFY(stage.knob() > 12 && stage.knob() < 26);
-        QTRY_VERIFY(stage.knob() > 26.5);
+        fixture.toggle->click();
+        QVERIFY(fixture.knob() < 14);
+        QTRY_VERIFY(fixture.knob() > 12 && fixture.knob() < 26);
+        QTRY_VERIFY(fixture.knob() > 26.5);
         // Not before its time, and not much after it.
         QVERIFY2(
             timer.elapsed() >= 100 && timer.elapsed() < 600, qPrintable(QString::number(timer.elapsed())));
         // Turned back on the way, it goes from where it is.
-        stage.toggle->click();
-        stage.toggle->click();
-        QVERIFY(stage.knob() > 26.5);
+        fixture.toggle->click();
+        fixture.toggle->click();
+        QVERIFY(fixture.knob() > 26.5);
     }
 
     void followingAValueIsAtOnceAndTellsNobody()
     {
-        Stage stage;
-        QSignalSpy toggles(stage.toggle, &Switch::toggled);
-        stage.toggle->follow(true);
-        QVERIFY(stage.toggle->isChecked());
-        QVERIFY(stage.knob() > 26.5);
+        Fixture fixture;
+        QSignalSpy toggles(fixture.toggle, &Switch::toggled);
+        fixture.toggle->follow(true);
+        QVERIFY(fixture.toggle->isChecked());
+        QVERIFY(fixture.knob() > 26.5);
         QCOMPARE(toggles.size(), 0);
-        stage.toggle->click();
-        stage.toggle->follow(true);
-        QVERIFY(stage.knob() > 26.5);
+        fixture.toggle->click();
+        fixture.toggle->follow(true);
+        QVERIFY(fixture.knob() > 26.5);
         QTest::qWait(60);
-        QVERIFY(stage.knob() > 26.5);
+        QVERIFY(fixture.knob() > 26.5);
     }
 
     void followingWhatItWasTurnedToLetsItSlide()
     {
-        Stage stage;
+        Fixture fixture;
         // As by a value that is bound to it.
-        connect(stage.toggle, &Switch::toggled, stage.toggle, &Switch::follow);
-        stage.toggle->click();
-        QVERIFY(stage.knob() < 14);
-        QTRY_VERIFY(stage.knob() > 26.5);
+        connect(fixture.toggle, &Switch::toggled, fixture.toggle, &Switch::follow);
+        fixture.toggle->click();
+        QVERIFY(fixture.knob() < 14);
+        QTRY_VERIFY(fixture.knob() > 26.5);
     }
 
     void onRequestItDoesNotSlide()
     {
-        Stage stage;
-        stage.toggle->setSlides(false);
-        stage.toggle->click();
-        QVERIFY(stage.knob() > 26.5);
-        stage.toggle->click();
-        QVERIFY(stage.knob() < 11.5);
+        Fixture fixture;
+        fixture.toggle->setSlides(false);
+        fixture.toggle->click();
+        QVERIFY(fixture.knob() > 26.5);
+        fixture.toggle->click();
+        QVERIFY(fixture.knob() < 11.5);
     }
 
     void itIsStillWhenNothingMoves()
     {
-        Stage stage;
-        stage.toggle->click();
-        QTRY_VERIFY(stage.knob() > 26.5);
+        Fixture fixture;
+        fixture.toggle->click();
+        QTRY_VERIFY(fixture.knob() > 26.5);
         QTest::qWait(50);
-        const auto* slide = stage.toggle->findChild<QVariantAnimation*>();
+        const auto* slide = fixture.toggle->findChild<QVariantAnimation*>();
         QVERIFY(!slide || slide->state() == QAbstractAnimation::Stopped);
     }
 
     void disabledItIsPalerAndCannotBeTurned()
     {
-        Stage stage;
-        stage.toggle->follow(true);
-        const QImage before = stage.toggle->grab().toImage();
-        stage.toggle->setEnabled(false);
-        QVERIFY(stage.toggle->grab().toImage() != before);
-        QTest::mouseClick(stage.toggle, Qt::LeftButton);
-        QTest::keyClick(stage.toggle, Qt::Key_Space);
-        QVERIFY(stage.toggle->isChecked());
+        Fixture fixture;
+        fixture.toggle->follow(true);
+        const QImage before = fixture.toggle->grab().toImage();
+        fixture.toggle->setEnabled(false);
+        QVERIFY(fixture.toggle->grab().toImage() != before);
+        QTest::mouseClick(fixture.toggle, Qt::LeftButton);
+        QTest::keyClick(fixture.toggle, Qt::Key_Space);
+        QVERIFY(fixture.toggle->isChecked());
     }
 
     void assistiveProgramsSeeACheckBoxWithNameAndState()
     {
-        Stage stage;
-        stage.toggle->setAccessibleName(QStringLiteral("Launch"));
-        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(stage.toggle);
+        Fixture fixture;
+        fixture.toggle->setAccessibleName(QStringLiteral("Launch"));
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(fixture.toggle);
         QCOMPARE(accessible->role(), QAccessible::CheckBox);
         QCOMPARE(accessible->text(QAccessible::Name), QStringLiteral("Launch"));
         QVERIFY(accessible->state().checkable && !accessible->state().checked);
-        stage.toggle->follow(true);
+        fixture.toggle->follow(true);
         QVERIFY(accessible->state().checked && !accessible->state().disabled);
         accessible->actionInterface()->doAction(QAccessibleActionInterface::toggleAction());
-        QVERIFY(!stage.toggle->isChecked());
-        stage.toggle->setEnabled(false);
+        QVERIFY(!fixture.toggle->isChecked());
+        fixture.toggle->setEnabled(false);
         QVERIFY(accessible->state().disabled);
     }
 
     void theKeyboardMarksTheControlItIsAtAndThePointerDoesNot()
     {
-        Stage stage;
-        QTest::mouseClick(stage.toggle, Qt::LeftButton);
-        QVERIFY(stage.toggle->hasFocus());
-        QVERIFY(!stage.ring());
-        QTest::keyClick(stage.toggle, Qt::Key_Tab);
-        QVERIFY(stage.button->hasFocus());
-        QVERIFY(stage.ring());
-        QCOMPARE(stage.ring()->geometry(), stage.button->geometry().adjusted(-3, -3, 3, 3));
-        QTest::keyClick(stage.button, Qt::Key_Backtab);
-        QVERIFY(stage.toggle->hasFocus());
-        QCOMPARE(stage.ring()->geometry(), stage.toggle->geometry().adjusted(-3, -3, 3, 3));
-        stage.toggle->move(30, 30);
-        QCOMPARE(stage.ring()->geometry(), stage.toggle->geometry().adjusted(-3, -3, 3, 3));
-        QTest::mouseClick(stage.toggle, Qt::LeftButton);
-        QVERIFY(!stage.ring());
+        Fixture fixture;
+        QTest::mouseClick(fixture.toggle, Qt::LeftButton);
+        QVERIFY(fixture.toggle->hasFocus());
+        QVERIFY(!fixture.ring());
+        QTest::keyClick(fixture.toggle, Qt::Key_Tab);
+        QVERIFY(fixture.button->hasFocus());
+        QVERIFY(fixture.ring());
+        QCOMPARE(fixture.ring()->geometry(), fixture.button->geometry().adjusted(-3, -3, 3, 3));
+        QTest::keyClick(fixture.button, Qt::Key_Backtab);
+        QVERIFY(fixture.toggle->hasFocus());
+        QCOMPARE(fixture.ring()->geometry(), fixture.toggle->geometry().adjusted(-3, -3, 3, 3));
+        fixture.toggle->move(30, 30);
+        QCOMPARE(fixture.ring()->geometry(), fixture.toggle->geometry().adjusted(-3, -3, 3, 3));
+        QTest::mouseClick(fixture.toggle, Qt::LeftButton);
+        QVERIFY(!fixture.ring());
     }
 
     void theMarkIsTwoWideAndOneOutside()
     {
-        Stage stage;
-        stage.toggle->setFocus();
-        stage.button->setFocus(Qt::TabFocusReason);
-        QVERIFY(stage.ring());
+        Fixture fixture;
+        fixture.toggle->setFocus();
+        fixture.button->setFocus(Qt::TabFocusReason);
+        QVERIFY(fixture.ring());
         // At a straight side.
-        const QImage picture = stage.window.grab().toImage();
+        const QImage picture = fixture.window.grab().toImage();
         const QRgb mark = Theme::colour(Colour::focusRing).rgba();
-        const int y = stage.button->geometry().center().y();
-        const int left = stage.button->geometry().left();
+        const int y = fixture.button->geometry().center().y();
+        const int left = fixture.button->geometry().left();
         QVERIFY(picture.pixel(left - 4, y) != mark);
         QCOMPARE(picture.pixel(left - 3, y), mark);
         QCOMPARE(picture.pixel(left - 2, y), mark);
@@ -236,43 +236,44 @@ private Q_SLOTS:
 
     void theMarkGoesWithItsControl()
     {
-        Stage stage;
-        stage.toggle->setFocus();
-        stage.button->setFocus(Qt::TabFocusReason);
-        QVERIFY(stage.ring());
+        Fixture fixture;
+        fixture.toggle->setFocus();
+        fixture.button->setFocus(Qt::TabFocusReason);
+        QVERIFY(fixture.ring());
         // So that the focus has nowhere to go.
-        stage.toggle->setFocusPolicy(Qt::NoFocus);
-        stage.button->hide();
-        QVERIFY(!stage.ring());
-        stage.button->show();
-        stage.button->clearFocus();
-        stage.button->setFocus(Qt::TabFocusReason);
-        QVERIFY(stage.ring());
-        delete stage.button;
+        fixture.toggle->setFocusPolicy(Qt::NoFocus);
+        fixture.button->hide();
+        QVERIFY(!fixture.ring());
+        fixture.button->show();
+        fixture.button->clearFocus();
+        fixture.button->setFocus(Qt::TabFocusReason);
+        QVERIFY(fixture.ring());
+        delete fixture.button;
         QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
-        QVERIFY(!stage.ring());
+        QVERIFY(!fixture.ring());
     }
 
     void thePointerOverItShowsOnItsTrackAlone()
     {
-        Stage stage;
+        Fixture fixture;
         // Beside the knob, and on it.
-        const auto track = [&stage] { return stage.window.grab().toImage().pixel(20 + 30, 20 + 11); };
-        const auto onKnob = [&stage] { return stage.window.grab().toImage().pixel(20 + 11, 20 + 11); };
-        const auto point = [&stage](QPoint place) { QTest::mouseMove(stage.window.windowHandle(), place); };
+        const auto track = [&fixture] { return fixture.window.grab().toImage().pixel(20 + 30, 20 + 11); };
+        const auto onKnob = [&fixture] { return fixture.window.grab().toImage().pixel(20 + 11, 20 + 11); };
+        const auto point
+            = [&fixture](QPoint place) { QTest::mouseMove(fixture.window.windowHandle(), place); };
         point({ 5, 90 });
-        QTRY_VERIFY(!stage.toggle->underMouse());
+        QTRY_VERIFY(!fixture.toggle->underMouse());
         const QRgb plain = track();
         const QRgb knob = onKnob();
         point({ 30, 30 });
         QTRY_VERIFY(track() != plain);
         QCOMPARE(onKnob(), knob);
-        stage.toggle->setEnabled(false);
+        fixture.toggle->setEnabled(false);
         const QRgb disabled = track();
         point({ 5, 90 });
-        QTRY_VERIFY(!stage.toggle->underMouse());
+        QTRY_VERIFY(!fixture.toggle->underMouse());
         QCOMPARE(track(), disabled);
-        stage.toggle->setEnabled(true);
+        fixture.toggle->setEnabled(true);
         QCOMPARE(track(), plain);
     }
 
@@ -280,11 +281,11 @@ private Q_SLOTS:
     {
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             SystemAppearance::shared().setScheme(scheme);
-            Stage stage;
-            stage.toggle->follow(true);
-            QTest::mouseMove(stage.window.windowHandle(), { 5, 90 });
-            QTRY_VERIFY(!stage.toggle->underMouse());
-            const QImage picture = stage.window.grab().toImage();
+            Fixture fixture;
+            fixture.toggle->follow(true);
+            QTest::mouseMove(fixture.window.windowHandle(), { 5, 90 });
+            QTRY_VERIFY(!fixture.toggle->underMouse());
+            const QImage picture = fixture.window.grab().toImage();
             QCOMPARE(picture.pixel(20 + 9, 20 + 11), Theme::colour(Colour::selection).rgba());
             QCOMPARE(picture.pixel(20 + 27, 20 + 11), Theme::colour(Colour::switchKnob).rgba());
         }

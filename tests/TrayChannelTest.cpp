@@ -4,7 +4,7 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/DrawingStage.h"
+#include "tests/DrawingFixture.h"
 #include "tests/Programs.h"
 #include "tests/SessionBus.h"
 #include "tests/TestHome.h"
@@ -55,8 +55,8 @@ private Q_SLOTS:
     }
     void init()
     {
-        if (!DrawingStage::prepare())
-            QFAIL(DrawingStage::noFont);
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
         qunsetenv("XDG_CURRENT_DESKTOP");
         SystemAppearance::shared().setScheme(ColourScheme::light);
         m_strip = std::make_unique<PanelStrip>(m_readings);

@@ -1,6 +1,6 @@
 #include "tests/AptScript.h"
 #include "tests/AptWorld.h"
-#include "tests/UpdateStage.h"
+#include "tests/UpdateFixture.h"
 
 using namespace kestrum;
 
@@ -17,7 +17,7 @@ QString text(const char* utf8)
 class UpdateCheckerTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void init() { UpdateStage::prepare(); }
+    void init() { UpdateFixture::prepare(); }
 
     void theWorldIsApartFromTheMachines()
     {
@@ -32,10 +32,10 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.4-27"), text("1.5-30") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        QCOMPARE(stage.check(), text("Kestrum 1.5 (30) is available."));
-        QCOMPARE(UpdateStage::offer(), text("1.5 (30)"));
-        QCOMPARE(stage.posts(), 1);
+        UpdateFixture fixture;
+        QCOMPARE(fixture.check(), text("Kestrum 1.5 (30) is available."));
+        QCOMPARE(UpdateFixture::offer(), text("1.5 (30)"));
+        QCOMPARE(fixture.posts(), 1);
     }
 
     void theSameOfferIsToldOnce()
@@ -43,14 +43,14 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.5-30") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        stage.check();
-        QCOMPARE(stage.check(), text("Kestrum 1.5 (30) is available."));
-        QCOMPARE(stage.posts(), 1);
+        UpdateFixture fixture;
+        fixture.check();
+        QCOMPARE(fixture.check(), text("Kestrum 1.5 (30) is available."));
+        QCOMPARE(fixture.posts(), 1);
         world.publish({ text("1.6-33") });
-        QCOMPARE(stage.check(), text("Kestrum 1.6 (33) is available."));
-        QCOMPARE(UpdateStage::offer(), text("1.6 (33)"));
-        QCOMPARE(stage.posts(), 2);
+        QCOMPARE(fixture.check(), text("Kestrum 1.6 (33) is available."));
+        QCOMPARE(UpdateFixture::offer(), text("1.6 (33)"));
+        QCOMPARE(fixture.posts(), 2);
     }
 
     void anUpdateEndsTheOffer()
@@ -58,13 +58,13 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.4-27"), text("1.5-30") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        stage.check();
-        QCOMPARE(stage.posts(), 1);
+        UpdateFixture fixture;
+        fixture.check();
+        QCOMPARE(fixture.posts(), 1);
         world.install(text("1.5-30"));
-        QCOMPARE(stage.check(), text("Kestrum is up to date."));
-        QCOMPARE(UpdateStage::offer(), std::nullopt);
-        QCOMPARE(stage.posts(), 2);
+        QCOMPARE(fixture.check(), text("Kestrum is up to date."));
+        QCOMPARE(UpdateFixture::offer(), std::nullopt);
+        QCOMPARE(fixture.posts(), 2);
     }
 
     void nothingIsToldWhereNothingWasOnOffer()
@@ -72,9 +72,9 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.4-27") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        QCOMPARE(stage.check(), text("Kestrum is up to date."));
-        QCOMPARE(stage.posts(), 0);
+        UpdateFixture fixture;
+        QCOMPARE(fixture.check(), text("Kestrum is up to date."));
+        QCOMPARE(fixture.posts(), 0);
     }
 
     void pinnedVersionsAreUpToDate_data()
@@ -94,11 +94,11 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.3-20"), text("1.4-27"), text("1.5-30") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        QCOMPARE(stage.check(), text("Kestrum 1.5 (30) is available."));
+        UpdateFixture fixture;
+        QCOMPARE(fixture.check(), text("Kestrum 1.5 (30) is available."));
         world.prefer(preferences);
-        QCOMPARE(stage.check(), text("Kestrum is up to date."));
-        QCOMPARE(UpdateStage::offer(), std::nullopt);
+        QCOMPARE(fixture.check(), text("Kestrum is up to date."));
+        QCOMPARE(UpdateFixture::offer(), std::nullopt);
     }
 
     void versionsAreComparedAsDebianDoes_data()
@@ -127,29 +127,29 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ published });
         world.install(installed);
-        UpdateStage stage;
-        QVERIFY(!stage.check().isEmpty());
-        QCOMPARE(UpdateStage::offer().value_or(QString()), offered);
+        UpdateFixture fixture;
+        QVERIFY(!fixture.check().isEmpty());
+        QCOMPARE(UpdateFixture::offer().value_or(QString()), offered);
     }
 
     void withoutASourceNothingIsOffered()
     {
         const QString noSource = text("No source of updates is known.");
         AptWorld world;
-        UpdateStage stage;
-        QCOMPARE(stage.check(), noSource); // APT has never heard of it
+        UpdateFixture fixture;
+        QCOMPARE(fixture.check(), noSource); // APT has never heard of it
         world.install(text("1.4-27"));
-        QCOMPARE(stage.check(), noSource); // installed by hand
+        QCOMPARE(fixture.check(), noSource); // installed by hand
         world.publish({ text("1.5-30") });
-        QCOMPARE(stage.check(), text("Kestrum 1.5 (30) is available."));
+        QCOMPARE(fixture.check(), text("Kestrum 1.5 (30) is available."));
         world.withdraw();
-        QCOMPARE(stage.check(), noSource);
-        QCOMPARE(UpdateStage::offer(), std::nullopt);
+        QCOMPARE(fixture.check(), noSource);
+        QCOMPARE(UpdateFixture::offer(), std::nullopt);
         world.publish({ text("1.5-30") });
         world.install({});
-        QCOMPARE(stage.check(), noSource); // not what is running
-        QCOMPARE(UpdateStage::offer(), std::nullopt);
-        QCOMPARE(stage.posts(), 2);
+        QCOMPARE(fixture.check(), noSource); // not what is running
+        QCOMPARE(UpdateFixture::offer(), std::nullopt);
+        QCOMPARE(fixture.posts(), 2);
     }
 
     void theReasonOfAFailureIsAptsOwn()
@@ -157,28 +157,28 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.5-30") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        stage.check();
+        UpdateFixture fixture;
+        fixture.check();
         world.setSources("no line of this kind\n");
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: .*sources.list")));
-        const QString outcome = stage.check();
+        const QString outcome = fixture.check();
         QVERIFY2(outcome.startsWith(text("The check for updates failed: ")), qPrintable(outcome));
         QVERIFY2(outcome.contains(text("sources.list")), qPrintable(outcome));
         QVERIFY2(!outcome.contains(text("E: ")), qPrintable(outcome));
         // What was on offer before is still the best that is known.
-        QCOMPARE(UpdateStage::offer(), text("1.5 (30)"));
-        QCOMPARE(stage.posts(), 1);
+        QCOMPARE(UpdateFixture::offer(), text("1.5 (30)"));
+        QCOMPARE(fixture.posts(), 1);
     }
 
     void anAnswerThatIsNotUnderstoodIsAFailure()
     {
         const AptScript script("echo '<html>'\n");
         SharedSettings::store().set(Keys::updatesAvailable.name, text("1.5 (30)"));
-        UpdateStage stage;
+        UpdateFixture fixture;
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
-        QCOMPARE(stage.check(), text("The check for updates failed: APT's answer is not understood."));
-        QCOMPARE(UpdateStage::offer(), text("1.5 (30)"));
-        QCOMPARE(stage.posts(), 0);
+        QCOMPARE(fixture.check(), text("The check for updates failed: APT's answer is not understood."));
+        QCOMPARE(UpdateFixture::offer(), text("1.5 (30)"));
+        QCOMPARE(fixture.posts(), 0);
     }
 
     void outcomesAreToldInTheInterfaceLanguage()
@@ -187,8 +187,8 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.5-30") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        QCOMPARE(stage.check(), text("Kestrum 1.5 (30) ist verfügbar."));
+        UpdateFixture fixture;
+        QCOMPARE(fixture.check(), text("Kestrum 1.5 (30) ist verfügbar."));
     }
 
     void aCheckOfItsOwnLeavesItsOfferToo()
@@ -196,12 +196,12 @@ private Q_SLOTS:
         AptWorld world;
         world.publish({ text("1.5-30") });
         world.install(text("1.4-27"));
-        UpdateStage stage;
-        stage.checker.start();
-        stage.daily().start(0);
-        QTRY_COMPARE(UpdateStage::offer(), text("1.5 (30)"));
-        QCOMPARE(stage.posts(), 1);
-        QCOMPARE(stage.outcomes.count(), 0);
+        UpdateFixture fixture;
+        fixture.checker.start();
+        fixture.daily().start(0);
+        QTRY_COMPARE(UpdateFixture::offer(), text("1.5 (30)"));
+        QCOMPARE(fixture.posts(), 1);
+        QCOMPARE(fixture.outcomes.count(), 0);
     }
 };
 

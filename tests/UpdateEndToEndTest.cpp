@@ -3,13 +3,13 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumAgent/Updates/UpdateChecker.h"
-#include "KestrumShared/Machine/ProcessScan.h"
+#include "KestrumShared/Agent/ProcessScan.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/AptWorld.h"
 #include "tests/DesktopTest.h"
 #include "tests/FreshSettings.h"
 #include "tests/OwnAgents.h"
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 
 #include <QGuiApplication>
 #include <QPixmap>

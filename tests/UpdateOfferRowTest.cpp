@@ -1,13 +1,13 @@
 #include "Kestrum/Agent/UpdateOfferRow.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/ShrinkingLabel.h"
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/AgentStage.h"
+#include "tests/AgentFixture.h"
 #include "tests/LabelLooks.h"
 #include "tests/OwnAgents.h"
 #include "tests/OwnProcesses.h"
-#include "tests/SignalEar.h"
+#include "tests/SignalRecorder.h"
 #include "tests/TestBundle.h"
 
 #include <QAccessible>
@@ -347,15 +347,15 @@ private Q_SLOTS:
 
     void installStartsTheAgentAndAsksItToCheck()
     {
-        const AgentStage stage;
-        stage.installAgent();
+        const AgentFixture fixture;
+        fixture.installAgent();
         offer(text("1.5 (30)"));
         Column column;
         column.show();
         const Ear asked(SharedSettings::suiteName() + QStringLiteral(".checkForUpdates"));
         QTest::mouseClick(column.shown<PushButton>(text("Install")), Qt::LeftButton);
         QTRY_COMPARE(asked.count, 1);
-        stage.waitForAgent();
+        fixture.waitForAgent();
         // The offer stays until the agent withdraws it, and nothing else was written.
         QCOMPARE(column.row->offer(), text("1.5 (30)"));
         QCOMPARE(SharedSettings::store().storedDictionary().keys(),
@@ -375,17 +375,17 @@ private Q_SLOTS:
 
     void installWaitsForAnAgentThatIsAboutToQuit()
     {
-        const AgentStage stage;
+        const AgentFixture fixture;
         qputenv("KESTRUM_TEST_AGENT", "1700");
-        stage.installAgent();
+        fixture.installAgent();
         Column column;
         AppLinks::launchAgentIfNeeded(0);
-        stage.waitForAgent();
+        fixture.waitForAgent();
         offer(text("1.5 (30)"));
         column.show();
         AppLinks::stopAgent();
         QTest::mouseClick(column.shown<PushButton>(text("Install")), Qt::LeftButton);
-        QTRY_COMPARE_WITH_TIMEOUT(stage.everStarted().size(), 2, 4000);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.everStarted().size(), 2, 4000);
         qunsetenv("KESTRUM_TEST_AGENT");
     }
 

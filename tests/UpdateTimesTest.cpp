@@ -1,5 +1,5 @@
 #include "tests/AptScript.h"
-#include "tests/UpdateStage.h"
+#include "tests/UpdateFixture.h"
 
 using namespace kestrum;
 
@@ -16,22 +16,22 @@ QString text(const char* utf8)
 class UpdateTimesTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void init() { UpdateStage::prepare(); }
+    void init() { UpdateFixture::prepare(); }
     void cleanup() { qunsetenv("KESTRUM_DISABLE_UPDATER"); }
 
     void whoeverAsksDuringACheckGetsOneMoreThatSeesTheNews()
     {
         const AptScript script("echo run >> \"${0%/*}/runs\"; sleep 0.2\n");
-        UpdateStage stage;
-        stage.checker.check();
+        UpdateFixture fixture;
+        fixture.checker.check();
         QTRY_COMPARE(script.written("runs"), QByteArray("run"));
-        stage.checker.check();
-        stage.checker.check();
-        QVERIFY(stage.outcomes.wait(10'000));
-        QVERIFY(!stage.outcomes.wait(400));
-        QCOMPARE(stage.outcomes.count(), 1);
+        fixture.checker.check();
+        fixture.checker.check();
+        QVERIFY(fixture.outcomes.wait(10'000));
+        QVERIFY(!fixture.outcomes.wait(400));
+        QCOMPARE(fixture.outcomes.count(), 1);
         QCOMPARE(script.written("runs"), QByteArray("run\nrun"));
-        stage.check();
+        fixture.check();
         QCOMPARE(script.written("runs"), QByteArray("run\nrun\nrun"));
     }
 
@@ -46,12 +46,12 @@ private Q_SLOTS:
             QVERIFY(canCheck.value());
         }
         qputenv("PATH", "/nothing here");
-        UpdateStage stage;
-        stage.checker.start();
+        UpdateFixture fixture;
+        fixture.checker.start();
         QVERIFY(!canCheck.value());
-        QVERIFY(!stage.daily().isActive());
+        QVERIFY(!fixture.daily().isActive());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
-        QVERIFY(stage.check().startsWith(text("The check for updates failed: ")));
+        QVERIFY(fixture.check().startsWith(text("The check for updates failed: ")));
     }
 
     void theEnvironmentSwitchesItOff()
@@ -60,16 +60,16 @@ private Q_SLOTS:
         qputenv("KESTRUM_DISABLE_UPDATER", "1");
         Setting { Keys::updaterCanCheck }.set(true);
         SharedSettings::store().set(Keys::updatesAvailable.name, text("1.5 (30)"));
-        UpdateStage stage;
-        stage.checker.start();
+        UpdateFixture fixture;
+        fixture.checker.start();
         QVERIFY(!Setting { Keys::updaterCanCheck }.value());
         QVERIFY(!SharedSettings::store().string(Keys::updatesAvailable.name)); // nobody could withdraw it
-        QVERIFY(!stage.daily().isActive());
+        QVERIFY(!fixture.daily().isActive());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
-        QCOMPARE(stage.check(), text("The check for updates failed: It is switched off."));
+        QCOMPARE(fixture.check(), text("The check for updates failed: It is switched off."));
         QCOMPARE(script.written("runs"), QByteArray());
         qputenv("KESTRUM_DISABLE_UPDATER", "0");
-        QCOMPARE(stage.check(), text("No source of updates is known."));
+        QCOMPARE(fixture.check(), text("No source of updates is known."));
     }
 
     void itChecksByItselfWhileThatIsChosen()
@@ -77,10 +77,10 @@ private Q_SLOTS:
         using namespace std::chrono_literals;
         const AptScript script(QByteArray {});
         const Setting choice { Keys::updatesCheckAutomatically };
-        UpdateStage stage;
-        QTimer& daily = stage.daily();
+        UpdateFixture fixture;
+        QTimer& daily = fixture.daily();
         QVERIFY(!daily.isActive());
-        stage.checker.start();
+        fixture.checker.start();
         QVERIFY(daily.isActive());
         QCOMPARE(daily.timerType(), Qt::VeryCoarseTimer);
         QVERIFY(daily.intervalAsDuration() >= 1min && daily.intervalAsDuration() <= 10min);
@@ -94,9 +94,9 @@ private Q_SLOTS:
     {
         const AptScript script(QByteArray {});
         Setting { Keys::updatesCheckAutomatically }.set(false);
-        UpdateStage stage;
-        stage.checker.start();
-        QVERIFY(!stage.daily().isActive());
+        UpdateFixture fixture;
+        fixture.checker.start();
+        QVERIFY(!fixture.daily().isActive());
         QVERIFY(Setting { Keys::updaterCanCheck }.value());
     }
 
@@ -104,9 +104,9 @@ private Q_SLOTS:
     {
         using namespace std::chrono_literals;
         const AptScript script("echo run >> \"${0%/*}/runs\"\n");
-        UpdateStage stage;
-        stage.checker.start();
-        QTimer& daily = stage.daily();
+        UpdateFixture fixture;
+        fixture.checker.start();
+        QTimer& daily = fixture.daily();
         QSet<qint64> intervals;
         for (int i = 1; i <= 3; ++i) {
             daily.start(0);
@@ -118,17 +118,17 @@ private Q_SLOTS:
         }
         QVERIFY(intervals.size() > 1);
         // Nobody asked for these.
-        QCOMPARE(stage.outcomes.count(), 0);
+        QCOMPARE(fixture.outcomes.count(), 0);
     }
 
     void whoAsksDuringACheckOfItsOwnIsAnswered()
     {
         const AptScript script("echo run >> \"${0%/*}/runs\"; sleep 0.2\n");
-        UpdateStage stage;
-        stage.checker.start();
-        stage.daily().start(0);
+        UpdateFixture fixture;
+        fixture.checker.start();
+        fixture.daily().start(0);
         QTRY_COMPARE(script.written("runs"), QByteArray("run"));
-        QCOMPARE(stage.check(), text("No source of updates is known."));
+        QCOMPARE(fixture.check(), text("No source of updates is known."));
         QCOMPARE(script.written("runs"), QByteArray("run\nrun"));
     }
 };

@@ -1,19 +1,19 @@
 #include "KestrumShared/Popover/ValueRow.h"
 
-#include "tests/PanelStage.h"
+#include "tests/PanelFixture.h"
 #include "tests/TestHome.h"
 
 #include <QFontMetricsF>
 #include <QTest>
 
 using namespace kestrum;
-using namespace PanelStage;
+using namespace PanelFixture;
 
 class ValueRowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { QVERIFY2(DrawingStage::prepare(), DrawingStage::noFont); }
+    void initTestCase() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
     void aRowsDotIsSevenSquareAndSixBeforeTheTitle()
     {

@@ -1,5 +1,5 @@
 #include "Platform/Files/DirectoryWatch.h"
-#include "tests/Peer.h"
+#include "tests/HelperProcess.h"
 #include "tests/TestHome.h"
 #include "tests/WatchedPlace.h"
 
@@ -119,24 +119,24 @@ void WatchResourcesTest::withoutKernelWatchesTheDirectoryIsLookedAt()
 
 void WatchResourcesTest::starved(const char* kind) const
 {
-    Peer peer({ QStringLiteral("starve"), QString::fromLatin1(kind), path("d") });
-    const QByteArray first = peer.line();
+    HelperProcess helper({ QStringLiteral("starve"), QString::fromLatin1(kind), path("d") });
+    const QByteArray first = helper.line();
     if (first.startsWith("unsupported"))
         QSKIP("this kernel does not let us lower the limits for one process");
     QCOMPARE(first, QByteArray("polled"));
     // That anything may have changed, as nobody knows; and once more.
-    QCOMPARE(peer.line(5000), QByteArray("told"));
-    QCOMPARE(peer.line(5000), QByteArray("told"));
-    peer.say("relieve");
-    QCOMPARE(peer.line(5000), QByteArray("relieved"));
-    QCOMPARE(peer.line(5000), QByteArray("told"));
+    QCOMPARE(helper.line(5000), QByteArray("told"));
+    QCOMPARE(helper.line(5000), QByteArray("told"));
+    helper.say("relieve");
+    QCOMPARE(helper.line(5000), QByteArray("relieved"));
+    QCOMPARE(helper.line(5000), QByteArray("told"));
     write("d/file");
-    QCOMPARE(peer.line(1000), QByteArray("told file"));
+    QCOMPARE(helper.line(1000), QByteArray("told file"));
     // The file's creation and its end may be two batches; but looking has ended.
-    while (peer.hasLine(2500))
-        QCOMPARE(peer.line(), QByteArray("told file"));
-    QCOMPARE(peer.finish(), 0);
-    QCOMPARE(peer.errors().count("looked at every 2 s"), 1);
+    while (helper.hasLine(2500))
+        QCOMPARE(helper.line(), QByteArray("told file"));
+    QCOMPARE(helper.finish(), 0);
+    QCOMPARE(helper.errors().count("looked at every 2 s"), 1);
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, WatchResourcesTest)

@@ -30,17 +30,17 @@ class WindowEndToEndTest : public DesktopTest {
 
     void waitForOrder(const QByteArray& json) const
     {
-        QTRY_COMPARE_WITH_TIMEOUT(stage().read("menuBarOrder"), json, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read("menuBarOrder"), json, patience);
     }
 
 private Q_SLOTS:
     void init()
     {
-        DesktopStage::forgetChoices();
+        DesktopFixture::forgetChoices();
         // This is about the window alone.
-        stage().write("agentEnabled", "false");
-        stage().turnToOther();
-        m_window = std::make_unique<OpenedWindow>(stage());
+        fixture().write("agentEnabled", "false");
+        fixture().turnToOther();
+        m_window = std::make_unique<OpenedWindow>(fixture());
         QVERIFY(!m_window->restingPreview().isNull());
     }
 
@@ -48,7 +48,7 @@ private Q_SLOTS:
 
     void aDragIsStoredAndHeardOfOnce()
     {
-        const auto listener = Programs::started(stage().program("kestrumctl"),
+        const auto listener = Programs::started(fixture().program("kestrumctl"),
             { text("listen"), text("settings"), text("--timeout"), text("20") });
         listener->setReadChannel(QProcess::StandardError);
         QVERIFY(listener->waitForReadyRead(patience));
@@ -66,7 +66,7 @@ private Q_SLOTS:
     void aHiddenSectionKeepsItsSlot()
     {
         const QImage before = m_window->preview();
-        stage().write("showSensorsItem", "false");
+        fixture().write("showSensorsItem", "false");
         QTRY_VERIFY_WITH_TIMEOUT(m_window->preview() != before, patience);
         const QPoint cpu = m_window->item("cpu");
         m_window->drag(cpu, cpu - QPoint(300, 0));
@@ -75,7 +75,7 @@ private Q_SLOTS:
 
     void theFirstClickInAnInactiveWindowStartsADrag()
     {
-        stage().turnToOther();
+        fixture().turnToOther();
         const QPoint storage = m_window->item("storage");
         m_window->drag(storage, storage + QPoint(400, 0));
         waitForOrder("\"sensors,memory,cpu,storage\"");
@@ -85,7 +85,7 @@ private Q_SLOTS:
     {
         SeenTimes times;
         for (int round = 0; round < 6; ++round) {
-            times.note(stage(), text("showMemoryItem"), round % 2 ? text("true") : text("false"),
+            times.note(fixture(), text("showMemoryItem"), round % 2 ? text("true") : text("false"),
                 [this] { return m_window->preview(); });
             QVERIFY(!m_window->restingPreview().isNull());
         }
@@ -110,15 +110,15 @@ private Q_SLOTS:
     void theChosenLanguageIsAppliedAtTheStartAndWhenItChanges()
     {
         // A change is stale only for a process that recorded what it was started with.
-        stage().write("language", "\"de\"");
-        QTRY_COMPARE_WITH_TIMEOUT(DesktopStage::toolkitLanguage(), text("de"), patience);
+        fixture().write("language", "\"de\"");
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::toolkitLanguage(), text("de"), patience);
         m_window.reset();
-        QVERIFY(QFile::remove(DesktopStage::processDomain()));
-        const auto again = Programs::started(stage().program("Kestrum"), { text("--first-frame") });
+        QVERIFY(QFile::remove(DesktopFixture::processDomain()));
+        const auto again = Programs::started(fixture().program("Kestrum"), { text("--first-frame") });
         QVERIFY(again->waitForFinished(patience));
         QCOMPARE(again->exitCode(), 0);
         QCOMPARE(again->readAllStandardOutput(), QByteArray("painted\n"));
-        QCOMPARE(DesktopStage::toolkitLanguage(), text("de"));
+        QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
     }
 
     void aHugeTableOfTextsDoesNotHoldUpTheStart_data()
@@ -134,7 +134,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, heading);
         QFETCH(const qsizetype, length);
         m_window.reset();
-        QFile table(stage().bundle() + text("/Contents/Resources/de.lproj/Localizable.strings"));
+        QFile table(fixture().bundle() + text("/Contents/Resources/de.lproj/Localizable.strings"));
         QVERIFY(table.open(QIODevice::ReadOnly));
         const QByteArray before = table.readAll();
         table.close();
@@ -150,9 +150,9 @@ private Q_SLOTS:
         };
         const auto restore = qScopeGuard([&] { write(before); });
         write(huge);
-        stage().write("language", "\"de\"");
+        fixture().write("language", "\"de\"");
         const auto start = Programs::started(
-            stage().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
         QVERIFY(start->waitForFinished(patience));
         QCOMPARE(start->readAllStandardOutput(), QByteArray("painted\n"));
     }
@@ -174,7 +174,7 @@ private Q_SLOTS:
         QFETCH(const QStringList, arguments);
         QFETCH(const QByteArray, named);
         QProcess wrong;
-        wrong.start(stage().program("Kestrum"), arguments);
+        wrong.start(fixture().program("Kestrum"), arguments);
         QVERIFY(wrong.waitForFinished(patience));
         QCOMPARE(wrong.exitStatus(), QProcess::NormalExit);
         QCOMPARE(wrong.exitCode(), 2);
@@ -186,7 +186,7 @@ private Q_SLOTS:
     void theToolkitsOptionsAreLeftToIt()
     {
         const auto run = Programs::started(
-            stage().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
         QVERIFY(run->waitForFinished(patience));
         QCOMPARE(run->exitCode(), 0);
     }
@@ -203,7 +203,7 @@ private Q_SLOTS:
     void theKeyboardChoosesPagesAndEndsTheProgram()
     {
         m_window->press("ctrl+3");
-        QTRY_COMPARE_WITH_TIMEOUT(stage().read("settingsPane"), QByteArray("\"general\""), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read("settingsPane"), QByteArray("\"general\""), patience);
         m_window->close();
         QVERIFY(m_window->hasEnded());
         QCOMPARE(m_window->application().exitStatus(), QProcess::NormalExit);

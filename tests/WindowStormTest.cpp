@@ -1,6 +1,6 @@
 #include "KestrumShared/Settings/Setting.h"
+#include "tests/HelperProcess.h"
 #include "tests/OwnProcesses.h"
-#include "tests/Peer.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestHome.h"
 
@@ -128,7 +128,7 @@ void WindowStormTest::theWindowStaysRightSmallAndSilent()
     RandomWrites writes;
     // It rests for half of the time, so that it keeps up.
     const QString rest = QString::number(1000 / writesPerSecond / 2);
-    Peer writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });
+    HelperProcess writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });
     const auto storm = [&](int duration) {
         for (int second = 0; second < duration; ++second) {
             for (int i = 0; i < writesPerSecond; ++i)

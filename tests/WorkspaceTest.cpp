@@ -1,6 +1,6 @@
 #include "Platform/Processes/Workspace.h"
 #include "tests/OwnProcesses.h"
-#include "tests/WorkspaceStage.h"
+#include "tests/WorkspaceFixture.h"
 
 #include <QCoreApplication>
 #include <algorithm>
@@ -11,7 +11,7 @@
 
 using namespace kestrum;
 
-class WorkspaceTest : public QObject, WorkspaceStage {
+class WorkspaceTest : public QObject, WorkspaceFixture {
     Q_OBJECT
 
 private Q_SLOTS:

@@ -1,8 +1,8 @@
-#include "Platform/Files/WorkAllowance.h"
+#include "Platform/Files/RateLimiter.h"
 #include "Platform/Processes/Workspace.h"
+#include "tests/HelperProcess.h"
 #include "tests/OwnProcesses.h"
-#include "tests/Peer.h"
-#include "tests/WorkspaceStage.h"
+#include "tests/WorkspaceFixture.h"
 
 #include <QAbstractEventDispatcher>
 #include <QCoreApplication>
@@ -30,18 +30,18 @@ double shareWhileOpening(const QString& path, int milliseconds)
     QObject::connect(
         &opening, &QTimer::timeout, [&file] { ::close(::open(file.constData(), O_RDONLY | O_CLOEXEC)); });
     opening.start(1);
-    const auto before = WorkAllowance::processorTime();
+    const auto before = RateLimiter::processorTime();
     QElapsedTimer timer;
     timer.start();
     QTest::qWait(milliseconds);
-    const auto cost = std::chrono::duration<double, std::nano>(WorkAllowance::processorTime() - before);
+    const auto cost = std::chrono::duration<double, std::nano>(RateLimiter::processorTime() - before);
     return cost.count() / double(timer.nsecsElapsed());
 }
 
 } // namespace
 
 /// How the workspace tells of starts and ends.
-class WorkspaceWatchTest : public QObject, WorkspaceStage {
+class WorkspaceWatchTest : public QObject, WorkspaceFixture {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -273,24 +273,25 @@ void WorkspaceWatchTest::withoutProcessDescriptorsTheEndIsLookedFor()
     install();
     const qint32 foreign = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
     const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
-    Peer peer({ QStringLiteral("workspace"), bundle(), QString::number(foreign), QString::number(other) });
-    const QByteArray first = peer.line();
+    HelperProcess helper(
+        { QStringLiteral("workspace"), bundle(), QString::number(foreign), QString::number(other) });
+    const QByteArray first = helper.line();
     if (first.startsWith("unsupported"))
         QSKIP("this kernel does not let a process give up calls of its own");
     QVERIFY(first.startsWith("opened "));
     const qint32 opened = first.mid(7).toInt();
     QVERIFY(exists(opened));
-    QCOMPARE(peer.line(), QByteArray("changed")); // the start, which needs no such descriptor
+    QCOMPARE(helper.line(), QByteArray("changed")); // the start, which needs no such descriptor
     m_standIns->end(foreign);
-    QCOMPARE(peer.line(5000), QByteArray("changed"));
+    QCOMPARE(helper.line(5000), QByteArray("changed"));
     StandIns::kill(opened);
-    QCOMPARE(peer.line(5000), QByteArray("changed"));
+    QCOMPARE(helper.line(5000), QByteArray("changed"));
     QVERIFY(!exists(opened));
-    QVERIFY(!peer.hasLine(2500));
+    QVERIFY(!helper.hasLine(2500));
     m_standIns->end(other);
-    QCOMPARE(peer.line(5000), QByteArray("changed"));
-    QCOMPARE(peer.finish(), 0);
-    QCOMPARE(peer.errors().count("looked at every 2 s"), 1);
+    QCOMPARE(helper.line(5000), QByteArray("changed"));
+    QCOMPARE(helper.finish(), 0);
+    QCOMPARE(helper.errors().count("looked at every 2 s"), 1);
 }
 
 KESTRUM_TEST_MAIN_APART(QCoreApplication, WorkspaceWatchTest)

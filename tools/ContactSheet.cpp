@@ -3,13 +3,13 @@
 //
 //     contact-sheet OUT.png
 
-#include "KestrumShared/Drawing/LabelColour.h"
-#include "KestrumShared/Drawing/SampleReadings.h"
-#include "KestrumShared/Drawing/StatusMetricView.h"
-#include "KestrumShared/Machine/CoreTopology.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Items/StatusMetricView.h"
+#include "KestrumShared/Raster/LabelColour.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
 #include "Platform/Desktop/SymbolImage.h"
+#include "Platform/Machine/CoreTopology.h"
 
 #include <QGuiApplication>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #include "Kestrum/Agent/AgentController.h"
 
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/Workspace.h"
 

@@ -1,6 +1,6 @@
 #include "Kestrum/Agent/LoginItemManager.h"
 
-#include "KestrumShared/Machine/LoginItemPolicy.h"
+#include "KestrumShared/Agent/LoginItemPolicy.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Log/Identifier.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumShared/Machine/AgentLoginItem.h"
+#include "KestrumShared/Agent/AgentLoginItem.h"
 
 #include <QObject>
 #include <QPointer>

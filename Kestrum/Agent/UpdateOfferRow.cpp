@@ -2,7 +2,7 @@
 
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/ShrinkingLabel.h"
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/BundleVersion.h"

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Kestrum/Form/Binding.h"
+#include "KestrumShared/Text/Title.h"
 
 #include <QList>
 

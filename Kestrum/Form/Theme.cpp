@@ -1,7 +1,7 @@
 #include "Kestrum/Form/Theme.h"
 
-#include "KestrumShared/Drawing/LabelColour.h"
-#include "KestrumShared/Drawing/StripGround.h"
+#include "KestrumShared/Items/StripBackground.h"
+#include "KestrumShared/Raster/LabelColour.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>
@@ -95,7 +95,7 @@ Shades shades(Theme::Colour colour)
     case Colour::scrollThumbHovered:
         return { translucent(0, 0.60), translucent(255, 0.56) };
     case Colour::previewPlate:
-        return { StripGround::plate(ColourScheme::light), StripGround::plate(ColourScheme::dark) };
+        return { StripBackground::plate(ColourScheme::light), StripBackground::plate(ColourScheme::dark) };
     }
     return {};
 }

@@ -3,7 +3,7 @@
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Rows.h"
 #include "Kestrum/Form/Theme.h"
-#include "KestrumShared/Machine/AppLinks.h"
+#include "KestrumShared/Agent/AppLinks.h"
 
 #include <QHBoxLayout>
 #include <QLabel>

@@ -5,6 +5,7 @@
 #include "Kestrum/Form/PopupPicker.h"
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/Title.h"
 #include "KestrumShared/Vocabulary/AccentSwatch.h"
 
 #include <QIconEngine>
@@ -63,7 +64,7 @@ AccentRow::AccentRow(const QString& title, const QString& subject, const Unregis
 {
     m_picker->setObjectName(QLatin1StringView(key.name));
     for (const MeterAccent& preset : MeterAccent::presets())
-        m_picker->addEntry(preset.title(),
+        m_picker->addEntry(title(preset),
             icon([preset](double scale) { return AccentSwatch::image(preset, Theme::pictureSize, scale); }));
     m_picker->addDivider();
     m_picker->addEntry(AppLanguage::string("Custom"));

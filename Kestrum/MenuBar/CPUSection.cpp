@@ -2,8 +2,8 @@
 
 #include "Kestrum/Form/Rows.h"
 #include "Kestrum/MenuBar/AccentRow.h"
-#include "KestrumShared/Machine/CoreTopology.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Machine/CoreTopology.h"
 
 namespace kestrum {
 

@@ -1,7 +1,7 @@
 #include "Kestrum/MenuBar/ItemHeader.h"
 
-#include "KestrumShared/Drawing/HeadingBlue.h"
-#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Items/StatusMetricView.h"
+#include "KestrumShared/Raster/HeadingBlue.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Desktop/SymbolImage.h"
 

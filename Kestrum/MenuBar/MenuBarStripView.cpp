@@ -2,7 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarStripAccessible.h"
-#include "KestrumShared/Drawing/StripGround.h"
+#include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
@@ -285,31 +285,31 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
         const QRectF frame = shownFrame(item);
         if (!event->region().intersects(frame.toAlignedRect().marginsAdded({ 1, 1, 1, 1 })))
             return;
-        item.view->draw(
-            painter, QPointF(StripGround::onPixel(frame.left(), device), frame.top()), scheme, device.m11());
+        item.view->draw(painter, QPointF(StripBackground::onPixel(frame.left(), device), frame.top()), scheme,
+            device.m11());
     };
     const Item* lifted = dragged() ? item(*dragged()) : nullptr;
     if (const Item* under = m_hovered && !dragged() ? item(*m_hovered) : nullptr)
-        StripGround::drawBackdrop(painter, backdropRect(*under), scheme);
+        StripBackground::drawBackdrop(painter, backdropRect(*under), scheme);
     for (const Item& item : items()) {
         if (&item != lifted)
             draw(item);
     }
     // Above its neighbours while it moves.
     if (lifted) {
-        StripGround::drawLifted(painter, backdropRect(*lifted), scheme);
+        StripBackground::drawLifted(painter, backdropRect(*lifted), scheme);
         draw(*lifted);
     }
 
     if (const auto marked = focused(); marked && hasFocus() && m_showsFocus) {
         constexpr double reach = Theme::focusRingGap + Theme::focusRingWidth / 2;
-        const QRectF ring = StripGround::onPixels(backdropRect(*item(*marked)), device)
+        const QRectF ring = StripBackground::onPixels(backdropRect(*item(*marked)), device)
                                 .adjusted(-reach, -reach, reach, reach);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setBrush(Qt::NoBrush);
         painter.setPen(QPen(Theme::colour(Theme::Colour::focusRing, scheme), Theme::focusRingWidth));
         painter.drawRoundedRect(
-            ring, StripGround::backdropRadius + reach, StripGround::backdropRadius + reach);
+            ring, StripBackground::backdropRadius + reach, StripBackground::backdropRadius + reach);
     }
 }
 

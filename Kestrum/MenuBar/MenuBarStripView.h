@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Kestrum/MenuBar/ItemSlides.h"
-#include "KestrumShared/Drawing/SampleReadings.h"
-#include "KestrumShared/Drawing/StripItems.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Items/StripItems.h"
 #include "KestrumShared/Settings/SignalListener.h"
 
 #include <QHash>

@@ -1,7 +1,7 @@
 #include "Kestrum/MenuBar/SensorsSection.h"
 
 #include "Kestrum/Form/Rows.h"
-#include "KestrumShared/Drawing/HeatColour.h"
+#include "KestrumShared/Raster/HeatColour.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
 namespace kestrum {

@@ -2,6 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/Title.h"
 #include "Platform/Desktop/SymbolImage.h"
 
 #include <QPainter>

@@ -1,9 +1,10 @@
 #include "KestrumAgent/Panel/ItemText.h"
 
-#include "KestrumShared/Drawing/StatusMetricView.h"
+#include "KestrumShared/Items/StatusMetricView.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/Title.h"
 
 namespace kestrum {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumShared/Drawing/MenuBarReadings.h"
+#include "KestrumShared/Items/MenuBarReadings.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 
 #include <QString>

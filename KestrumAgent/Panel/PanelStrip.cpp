@@ -2,7 +2,7 @@
 
 #include "KestrumAgent/Panel/ItemText.h"
 #include "KestrumAgent/Panel/PanelStripAccessible.h"
-#include "KestrumShared/Drawing/StripGround.h"
+#include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 
@@ -204,16 +204,16 @@ void PanelStrip::paintEvent(QPaintEvent* event)
     if (testAttribute(Qt::WA_TranslucentBackground)) {
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
-        painter.setBrush(StripGround::plate(scheme));
+        painter.setBrush(StripBackground::plate(scheme));
         painter.drawRoundedRect(rect(), plateRadius, plateRadius);
         painter.setRenderHint(QPainter::Antialiasing, false);
     } else {
-        painter.fillRect(event->rect(), StripGround::plate(scheme));
+        painter.fillRect(event->rect(), StripBackground::plate(scheme));
     }
 
     const std::optional<MonitorSection> dragged = m_items.dragged();
     if (const Item* item = m_hovered ? m_items.item(*m_hovered) : nullptr)
-        StripGround::drawBackdrop(painter, StripItems::ground(*item).translated(sideRoom, 0), scheme);
+        StripBackground::drawBackdrop(painter, StripItems::ground(*item).translated(sideRoom, 0), scheme);
 
     const auto draw = [&](const Item& item) {
         QImage& kept = m_pictures[size_t(item.section)];
@@ -221,7 +221,7 @@ void PanelStrip::paintEvent(QPaintEvent* event)
         if (kept.devicePixelRatio() != devicePixelRatioF())
             kept = picture(item);
         const QRectF frame = place(item);
-        painter.drawImage(QPointF(StripGround::onPixel(frame.left(), device), frame.top()), kept);
+        painter.drawImage(QPointF(StripBackground::onPixel(frame.left(), device), frame.top()), kept);
     };
     for (const Item& item : m_items.list()) {
         if (item.section != dragged)

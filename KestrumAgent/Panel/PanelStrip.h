@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumShared/Drawing/StripItems.h"
+#include "KestrumShared/Items/StripItems.h"
 
 #include <QImage>
 #include <QWidget>

@@ -1,7 +1,7 @@
 #include "KestrumAgent/Panel/TrayChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
-#include "KestrumShared/Drawing/LabelColour.h"
+#include "KestrumShared/Raster/LabelColour.h"
 #include "Platform/Desktop/SymbolImage.h"
 #include "Platform/Desktop/SystemAppearance.h"
 #include "Platform/Log/Log.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "KestrumAgent/Readings/SlowReadings.h"
-#include "KestrumShared/Drawing/MenuBarReadings.h"
+#include "KestrumShared/Items/MenuBarReadings.h"
 #include "Platform/Machine/CPULoad.h"
 #include "Platform/Machine/CPUPower.h"
 #include "Platform/Machine/MemoryPressure.h"

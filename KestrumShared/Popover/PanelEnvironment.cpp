@@ -1,7 +1,7 @@
 #include "KestrumShared/Popover/PanelEnvironment.h"
 
-#include "KestrumShared/Drawing/HeadingBlue.h"
-#include "KestrumShared/Drawing/LabelColour.h"
+#include "KestrumShared/Raster/HeadingBlue.h"
+#include "KestrumShared/Raster/LabelColour.h"
 
 #include <QGuiApplication>
 

@@ -1,8 +1,8 @@
 #include "KestrumShared/Popover/ValueRow.h"
 
-#include "KestrumShared/Drawing/MonospacedDigits.h"
 #include "KestrumShared/Popover/PanelText.h"
 #include "KestrumShared/Popover/PixelGrid.h"
+#include "KestrumShared/Raster/MonospacedDigits.h"
 
 #include <algorithm>
 

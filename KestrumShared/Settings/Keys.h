@@ -1,9 +1,9 @@
 #pragma once
 
-#include "KestrumShared/Text/AppLanguage.h"
-#include "KestrumShared/Text/Units.h"
+#include "KestrumShared/Vocabulary/LanguageChoice.h"
 #include "KestrumShared/Vocabulary/MeterAccent.h"
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
+#include "KestrumShared/Vocabulary/TemperatureChoice.h"
 
 #include <tuple>
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "KestrumShared/Vocabulary/LanguageChoice.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -10,9 +12,6 @@ namespace kestrum {
 /// The interface language: the stored choice turned into a language code, and every display text in that language.
 /// Display texts are named by their English form. The choice is read anew at each call.
 namespace AppLanguage {
-
-/// The choice that stands for "follow the session's languages".
-inline constexpr char systemChoice[] = "system";
 
 /// "KESTRUM_LANGUAGE" of the environment, else the stored choice, else "system".
 QString choice();

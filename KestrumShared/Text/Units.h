@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumShared/Vocabulary/Enumeration.h"
+#include "KestrumShared/Vocabulary/TemperatureChoice.h"
 
 #include <QString>
 
@@ -10,7 +10,6 @@ namespace kestrum {
 /// call.
 namespace Units {
 
-enum class TemperatureChoice { system, celsius, fahrenheit };
 enum class TemperatureUnit { celsius, fahrenheit };
 
 /// The stored choice; `system` when it is absent or not understood.
@@ -27,13 +26,5 @@ QString degrees(double celsius);
 QString temperature(double celsius, int fraction);
 
 } // namespace Units
-
-template <> struct Enumeration<Units::TemperatureChoice> {
-    static constexpr EnumerationCase<Units::TemperatureChoice> cases[] = {
-        { Units::TemperatureChoice::system, "system", "System" },
-        { Units::TemperatureChoice::celsius, "celsius", "Celsius" },
-        { Units::TemperatureChoice::fahrenheit, "fahrenheit", "Fahrenheit" },
-    };
-};
 
 } // namespace kestrum

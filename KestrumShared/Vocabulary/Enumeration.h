@@ -1,7 +1,5 @@
 #pragma once
 
-#include "KestrumShared/Text/AppLanguage.h"
-
 #include <QString>
 #include <optional>
 
@@ -55,12 +53,6 @@ template <StoredEnumeration E> std::optional<E> fromRawValue(QStringView text)
             return entry.value;
     }
     return std::nullopt;
-}
-
-/// The text that people see for `value`, in the interface language.
-template <StoredEnumeration E> QString title(E value)
-{
-    return AppLanguage::string(enumerationCase(value).title);
 }
 
 } // namespace kestrum

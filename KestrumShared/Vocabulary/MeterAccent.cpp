@@ -1,7 +1,7 @@
 #include "KestrumShared/Vocabulary/MeterAccent.h"
 
-#include "KestrumShared/Text/FixedText.h"
 #include "KestrumShared/Vocabulary/Enumeration.h"
+#include "KestrumShared/Vocabulary/FixedText.h"
 
 #include <QStringList>
 #include <cctype>
@@ -139,9 +139,9 @@ QString MeterAccent::rawValue() const
         + decimals(m_blue);
 }
 
-QString MeterAccent::title() const
+const char* MeterAccent::titleKey() const
 {
-    return isCustom() ? AppLanguage::string(customTitle) : kestrum::title(m_name);
+    return isCustom() ? customTitle : enumerationCase(m_name).title;
 }
 
 QColor MeterAccent::color() const

@@ -35,8 +35,8 @@ public:
 
     /// The text to store; `fromRawValue` reads it back.
     QString rawValue() const;
-    /// The text that people see, in the interface language.
-    QString title() const;
+    /// The English text (the key of its translation) that people see.
+    const char* titleKey() const;
     /// In sRGB, opaque.
     QColor color() const;
     bool isCustom() const { return m_name == Name::custom; }

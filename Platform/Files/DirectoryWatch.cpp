@@ -1,6 +1,6 @@
 #include "Platform/Files/DirectoryWatch.h"
 
-#include "Platform/Files/WatchHub.h"
+#include "Platform/Files/InotifyDispatcher.h"
 
 #include <QDir>
 #include <QFile>
@@ -29,17 +29,17 @@ DirectoryWatch::DirectoryWatch(const QString& directory, Interest interest, Hand
     m_subscription->paths = wayTo(directory);
     m_subscription->interest = interest;
     m_subscription->handler = std::move(handler);
-    WatchHub::shared().add(m_subscription);
+    InotifyDispatcher::shared().add(m_subscription);
 }
 
 DirectoryWatch::~DirectoryWatch()
 {
-    WatchHub::shared().remove(m_subscription);
+    InotifyDispatcher::shared().remove(m_subscription);
 }
 
 QByteArrayList DirectoryWatch::takePending()
 {
-    return WatchHub::shared().takePending(*m_subscription);
+    return InotifyDispatcher::shared().takePending(*m_subscription);
 }
 
 bool DirectoryWatch::isNotified() const

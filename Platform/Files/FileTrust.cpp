@@ -1,6 +1,6 @@
 #include "Platform/Files/FileTrust.h"
 
-#include "Platform/Files/FilePlace.h"
+#include "Platform/Files/FilePath.h"
 
 #include <QFile>
 #include <QtEndian>
@@ -92,10 +92,10 @@ QString wayIn(const QByteArray& place)
 
 std::optional<QString> FileTrust::wayInForOthers(const QByteArray& path)
 {
-    for (QByteArray place = path;; place = FilePlace::of(place).directory) {
+    for (QByteArray place = path;; place = FilePath::of(place).directory) {
         if (const QString reason = wayIn(place); !reason.isEmpty())
             return QFile::decodeName(place) + QStringLiteral(": ") + reason;
-        if (place == FilePlace::of(place).directory)
+        if (place == FilePath::of(place).directory)
             return std::nullopt;
     }
 }

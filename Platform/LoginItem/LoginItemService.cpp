@@ -12,8 +12,8 @@
 
 #include "Platform/LoginItem/LoginItemService.h"
 
-#include "Platform/Files/FilePlace.h"
-#include "Platform/Files/FileReplacement.h"
+#include "Platform/Files/AtomicFile.h"
+#include "Platform/Files/FilePath.h"
 #include "Platform/Files/FileTrust.h"
 #include "Platform/Log/Log.h"
 #include "Platform/LoginItem/AutostartRules.h"
@@ -72,7 +72,7 @@ Found read(int directory, const QByteArray& name, int flags)
         found.error = S_ISDIR(found.state.st_mode) ? EISDIR : EINVAL;
         return found;
     }
-    if (const auto bytes = FilePlace::bytesOf(file.get(), mostBytes))
+    if (const auto bytes = FilePath::bytesOf(file.get(), mostBytes))
         found.bytes = *bytes;
     else
         found.error = errno;
@@ -98,7 +98,7 @@ LoginItemService::LoginItemService(
 
 QString LoginItemService::entryPath() const
 {
-    return entryIn(FilePlace::configDirectory());
+    return entryIn(FilePath::configDirectory());
 }
 
 QString LoginItemService::entryIn(const QString& configDirectory) const
@@ -121,7 +121,7 @@ LoginItemService::Status LoginItemService::status() const
 
 LoginItemService::Status LoginItemService::statusForAll() const
 {
-    const QStringList directories = FilePlace::systemConfigDirectories();
+    const QStringList directories = FilePath::systemConfigDirectories();
     for (const QString& directory : directories) {
         const Found found = read(AT_FDCWD, QFile::encodeName(entryIn(directory)), 0);
         if (found.error == ENOENT)
@@ -151,13 +151,13 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
     }
 
     const QByteArray path = QFile::encodeName(entryPath());
-    const FilePlace::Place place = FilePlace::of(path);
-    if (!FilePlace::makeDirectory(place.directory))
+    const FilePath::Place place = FilePath::of(path);
+    if (!FilePath::makeDirectory(place.directory))
         return failed(place.directory, "make the directory", errno);
-    const FileDescriptor directory = FilePlace::openedDirectory(place.directory);
+    const FileDescriptor directory = FilePath::openedDirectory(place.directory);
     if (!directory.isValid())
         return failed(place.directory, "open the directory", errno);
-    FileReplacement::sweepLeftovers(directory.get());
+    AtomicFile::sweepLeftovers(directory.get());
 
     const QByteArray switchedOff = place.name + switchedOffSuffix;
     bool comesBack = false;
@@ -179,8 +179,8 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
 
 std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray& path, bool isOn) const
 {
-    const FilePlace::Place target = FilePlace::of(FilePlace::wayTo(path).constLast());
-    const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
+    const FilePath::Place target = FilePath::of(FilePath::wayTo(path).constLast());
+    const FileDescriptor directory = FilePath::openedDirectory(target.directory);
     if (!directory.isValid())
         return failed(target.directory, "open the directory", errno);
     const Found found = read(directory.get(), target.name, O_NOFOLLOW);
@@ -191,8 +191,7 @@ std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray&
     DesktopEntry entry = DesktopEntry::parsed(found.bytes);
     if (exists && entry.isDamaged() && !found.bytes.trimmed().isEmpty()) {
         QByteArray copy;
-        if (const auto failure
-            = FileReplacement::keepDamaged(directory.get(), target.name, found.bytes, &copy))
+        if (const auto failure = AtomicFile::keepDamaged(directory.get(), target.name, found.bytes, &copy))
             return failed(path, failure.step, failure.error);
         Log::warning("loginItem",
             QStringLiteral("%1 was damaged and is kept as %2")
@@ -217,7 +216,7 @@ std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray&
             QStringLiteral("%1: it is %2 already")
                 .arg(QFile::decodeName(path), QLatin1StringView(isOn ? "registered" : "switched off")) };
     const auto result
-        = FileReplacement::replace(directory.get(), target.name, text, exists ? &found.state : nullptr);
+        = AtomicFile::replace(directory.get(), target.name, text, exists ? &found.state : nullptr);
     if (result.failure)
         return failed(path, result.failure.step, result.failure.error);
     return std::nullopt;
@@ -226,10 +225,10 @@ std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray&
 std::optional<LoginItemService::Error> LoginItemService::moved(
     int directory, const QByteArray& from, const QByteArray& to) const
 {
-    const QByteArray path = FilePlace::of(QFile::encodeName(entryPath())).directory + '/' + from;
-    if (!FilePlace::renameToNew(directory, from, to))
+    const QByteArray path = FilePath::of(QFile::encodeName(entryPath())).directory + '/' + from;
+    if (!FilePath::renameToNew(directory, from, to))
         return failed(path, "rename", errno);
-    if (const auto failure = FileReplacement::syncDirectory(directory))
+    if (const auto failure = AtomicFile::syncDirectory(directory))
         return failed(path, failure.step, failure.error);
     return std::nullopt;
 }
@@ -252,7 +251,7 @@ std::optional<LoginItemService::Error> LoginItemService::setAside(int directory,
 std::optional<LoginItemService::Error> LoginItemService::unregister() const
 {
     const QByteArray path = QFile::encodeName(entryPath());
-    const FilePlace::Place place = FilePlace::of(path);
+    const FilePath::Place place = FilePath::of(path);
     const auto nothing = [this] {
         return Error { nothingThere, QStringLiteral("%1: it is not registered").arg(entryPath()) };
     };
@@ -261,15 +260,15 @@ std::optional<LoginItemService::Error> LoginItemService::unregister() const
             return nothing();
         if (::geteuid() == 0)
             return Error { notForRoot, QStringLiteral("No login item is registered for root.") };
-        if (!FilePlace::makeDirectory(place.directory))
+        if (!FilePath::makeDirectory(place.directory))
             return failed(place.directory, "make the directory", errno);
         return write(path, false);
     }
-    const FileDescriptor directory = FilePlace::openedDirectory(place.directory);
+    const FileDescriptor directory = FilePath::openedDirectory(place.directory);
     if (!directory.isValid())
         return errno == ENOENT || errno == ENOTDIR ? nothing()
                                                    : failed(place.directory, "open the directory", errno);
-    FileReplacement::sweepLeftovers(directory.get());
+    AtomicFile::sweepLeftovers(directory.get());
 
     struct stat state;
     if (::fstatat(directory.get(), place.name.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
@@ -283,7 +282,7 @@ std::optional<LoginItemService::Error> LoginItemService::unregister() const
         return setAside(directory.get(), place.name);
     if (::unlinkat(directory.get(), place.name.constData(), 0) != 0)
         return errno == ENOENT ? nothing() : failed(path, "remove", errno);
-    if (const auto failure = FileReplacement::syncDirectory(directory.get()))
+    if (const auto failure = AtomicFile::syncDirectory(directory.get()))
         return failed(path, failure.step, failure.error);
     return std::nullopt;
 }

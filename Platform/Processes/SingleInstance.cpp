@@ -215,7 +215,7 @@ void SingleInstance::listen()
 
 void SingleInstance::settleAnew()
 {
-    const auto before = WorkAllowance::processorTime();
+    const auto before = RateLimiter::processorTime();
     if (m_place.answerKnocks() && !isNameOf(m_directory->descriptor(), m_name + ".lock", m_lock.get())) {
         auto directory = std::make_unique<RuntimeDirectory>(RuntimeDirectory::shared().rootPath());
         FileDescriptor file
@@ -231,12 +231,12 @@ void SingleInstance::settleAnew()
                 QStringLiteral("the runtime directory was cleared; other starts find us there again"));
         }
     }
-    restAfter(WorkAllowance::processorTime() - before);
+    restAfter(RateLimiter::processorTime() - before);
 }
 
 void SingleInstance::receive()
 {
-    const auto before = WorkAllowance::processorTime();
+    const auto before = RateLimiter::processorTime();
     QByteArray token;
     bool isAsked = false;
     for (int i = 0; i < mostAtOnce; ++i) {
@@ -254,15 +254,15 @@ void SingleInstance::receive()
         Q_EMIT raiseRequested(token);
 
     const bool isAftermath = std::chrono::steady_clock::now() - m_lastReceived < aftermath;
-    const auto from = std::exchange(m_booked, WorkAllowance::processorTime());
+    const auto from = std::exchange(m_booked, RateLimiter::processorTime());
     m_lastReceived = std::chrono::steady_clock::now();
     restAfter(m_booked - (isAftermath ? from : before));
 }
 
-void SingleInstance::restAfter(WorkAllowance::Duration cost)
+void SingleInstance::restAfter(RateLimiter::Duration cost)
 {
     const auto owed = m_allowance.spend(cost + wakeUpCost, std::chrono::steady_clock::now());
-    if (owed == WorkAllowance::Duration::zero())
+    if (owed == RateLimiter::Duration::zero())
         return;
     // The kernel keeps what comes meanwhile, and lets its senders wait.
     const auto rest = std::chrono::ceil<std::chrono::milliseconds>(owed);

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Platform/Files/FileDescriptor.h"
+#include "Platform/Files/RateLimiter.h"
 #include "Platform/Files/RuntimeDirectory.h"
-#include "Platform/Files/WorkAllowance.h"
 #include "Platform/Processes/InstanceName.h"
 
 #include <QByteArray>
@@ -54,7 +54,7 @@ private:
     void receive();
     void settleAnew();
     /// Hears nobody for a while when a request cost more than there was left for it.
-    void restAfter(WorkAllowance::Duration cost);
+    void restAfter(RateLimiter::Duration cost);
     bool tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const;
 
     QByteArray m_name;
@@ -65,9 +65,9 @@ private:
     std::unique_ptr<RuntimeDirectory> m_directory;
     std::unique_ptr<QSocketNotifier> m_notifier;
     std::unique_ptr<QSocketNotifier> m_knocks;
-    WorkAllowance m_allowance;
-    WorkAllowance::Instant m_lastReceived;
-    WorkAllowance::Duration m_booked {}; ///< processor time up to the last request
+    RateLimiter m_allowance;
+    RateLimiter::Instant m_lastReceived;
+    RateLimiter::Duration m_booked {}; ///< processor time up to the last request
 };
 
 } // namespace kestrum

@@ -1,7 +1,7 @@
 // How starts are noticed.
 //
 // The kernel says when a program's file is opened, which is the first thing that executing it does: the process becomes
-// the program a little later. So the process table is looked at then, and some more times soon after (`StartLooks`).
+// the program a little later. So the process table is looked at then, and some more times soon after (`LaunchPoller`).
 // Looking reads links of the table and opens no program, so that no look brings about another. The folder is watched, not
 // the file: a program that is replaced by another file is followed by itself.
 
@@ -9,10 +9,10 @@
 
 #include "Platform/Files/DirectoryWatch.h"
 #include "Platform/Log/Log.h"
+#include "Platform/Processes/LaunchPoller.h"
 #include "Platform/Processes/ProcessEnds.h"
 #include "Platform/Processes/ProcessTable.h"
 #include "Platform/Processes/ProgramStart.h"
-#include "Platform/Processes/StartLooks.h"
 
 #include <QDir>
 #include <QFile>
@@ -91,7 +91,7 @@ struct Workspace::Observations {
         {
         }
         QString path;
-        StartLooks looks;
+        LaunchPoller looks;
         DirectoryWatch watch;
     };
 

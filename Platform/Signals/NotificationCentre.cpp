@@ -55,7 +55,7 @@ std::optional<QByteArray> fileNameOf(const QString& name)
 using PostTime = std::optional<qint64>;
 
 // The directory of the signals for those who post, from any thread. A `path` is relative to the directory above ours.
-class Postbox {
+class SignalWriter {
 public:
     // Why the signal could not be left where others see it; empty when it was.
     QString post(const QByteArray& path)
@@ -142,15 +142,15 @@ private:
     std::atomic<std::shared_ptr<const RuntimeDirectory>> m_root;
 };
 
-Postbox& postbox()
+SignalWriter& postbox()
 {
     // Never destroyed: other threads may still post while the process ends.
-    static auto* const box = new Postbox;
+    static auto* const box = new SignalWriter;
     return *box;
 }
 
 // The registrations of this process. Main thread only, but for `newest` and `isDeaf`.
-class Listeners {
+class SignalRegistry {
 public:
     Token add(const QByteArray& fileName, std::function<void()> handler)
     {
@@ -248,9 +248,9 @@ private:
     std::unique_ptr<DirectoryWatch> m_watch;
 };
 
-Listeners& listeners()
+SignalRegistry& signalRegistry()
 {
-    static auto* const registrations = new Listeners;
+    static auto* const registrations = new SignalRegistry;
     return *registrations;
 }
 
@@ -269,11 +269,11 @@ QString NotificationCentre::post(const QString& name)
     if (lastPath.isEmpty())
         return QStringLiteral("\"%1\" makes no name of a file").arg(Log::escaped(name));
     const QString obstacle = postbox().post(lastPath);
-    if ((!obstacle.isEmpty() || listeners().isDeaf()) && QCoreApplication::instance()) {
+    if ((!obstacle.isEmpty() || signalRegistry().isDeaf()) && QCoreApplication::instance()) {
         const QByteArray fileName = lastPath.mid(qsizetype(qstrlen(pathBelowRoot)));
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [fileName, newest = listeners().newest()] { listeners().hearWithin(fileName, newest); },
+            [fileName, newest = signalRegistry().newest()] { signalRegistry().hearWithin(fileName, newest); },
             Qt::QueuedConnection);
     }
     return obstacle;
@@ -291,7 +291,7 @@ std::optional<Token> NotificationCentre::registerDispatch(const QString& name, s
     const std::optional<QByteArray> fileName = fileNameOf(name);
     if (!fileName || !handler)
         return std::nullopt;
-    return listeners().add(*fileName, std::move(handler));
+    return signalRegistry().add(*fileName, std::move(handler));
 }
 
 std::optional<double> NotificationCentre::lastPost(const QString& name)
@@ -305,7 +305,7 @@ std::optional<double> NotificationCentre::lastPost(const QString& name)
 
 void NotificationCentre::cancel(Token token)
 {
-    listeners().remove(token);
+    signalRegistry().remove(token);
 }
 
 } // namespace kestrum

@@ -5,14 +5,14 @@
 //   3. read what is there now, and wait a moment where somebody else is in the midst of saving it; what cannot be read is
 //      never written over;
 //   4. merge, and stop when that changes nothing;
-//   5. to 7. replace the file (see FileReplacement), with the copy of a damaged one made before.
+//   5. to 7. replace the file (see AtomicFile), with the copy of a damaged one made before.
 // The lock ends with the descriptor, on every way out.
 
 #include "Platform/Store/SettingsFile.h"
 
+#include "Platform/Files/AtomicFile.h"
 #include "Platform/Files/FileDescriptor.h"
-#include "Platform/Files/FilePlace.h"
-#include "Platform/Files/FileReplacement.h"
+#include "Platform/Files/FilePath.h"
 #include "Platform/Files/Superuser.h"
 #include "Platform/Log/Log.h"
 #include "Platform/Store/SettingsLock.h"
@@ -78,7 +78,7 @@ bool isWithin(std::chrono::nanoseconds limit, const struct timespec& time)
 
 SettingsFile::Doubt doubtAbout(int file, const struct stat& state)
 {
-    if (isWithin(longestWriting, state.st_mtim) && FilePlace::isOpenForWriting(file))
+    if (isWithin(longestWriting, state.st_mtim) && FilePath::isOpenForWriting(file))
         return SettingsFile::Doubt::open;
     const bool isNew = isWithin(SettingsFile::believedAfter, state.st_mtim);
     return isNew ? SettingsFile::Doubt::passing : SettingsFile::Doubt::none;
@@ -103,11 +103,11 @@ std::optional<QByteArray> folderOfAnother(const QByteArray& path)
     const QByteArray home = QFile::encodeName(QDir::homePath());
     if (path.startsWith(home + '/') && ::stat(home.constData(), &state) == 0 && state.st_uid != ::geteuid())
         return home;
-    QByteArray folder = FilePlace::of(path).directory;
+    QByteArray folder = FilePath::of(path).directory;
     while (::stat(folder.constData(), &state) != 0) {
         if (folder == "/")
             return std::nullopt; // whatever is wrong there shows in the next step
-        folder = FilePlace::of(folder).directory;
+        folder = FilePath::of(folder).directory;
     }
     return state.st_uid != ::geteuid() ? std::optional(folder) : std::nullopt;
 }
@@ -145,7 +145,7 @@ QString SettingsFile::targetPath() const
 QStringList SettingsFile::trail() const
 {
     QStringList paths;
-    const QByteArrayList places = FilePlace::wayTo(QFile::encodeName(m_path));
+    const QByteArrayList places = FilePath::wayTo(QFile::encodeName(m_path));
     for (const QByteArray& place : places)
         paths.append(QFile::decodeName(place));
     return paths;
@@ -195,7 +195,7 @@ SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name
         if (m_owner == Owner::ourselves && reading.state.st_uid != ::geteuid())
             return refused(QStringLiteral("It belongs to another user"), Trouble::notAllowed);
 
-        const auto bytes = FilePlace::bytesOf(file.get(), SettingsText::maximumBytes);
+        const auto bytes = FilePath::bytesOf(file.get(), SettingsText::maximumBytes);
         if (!bytes)
             return failed(errno);
         struct stat after;
@@ -222,8 +222,8 @@ SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name
 
 SettingsFile::Content SettingsFile::readFirst() const
 {
-    const FilePlace::Place target = FilePlace::of(FilePlace::wayTo(QFile::encodeName(m_path)).constLast());
-    const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
+    const FilePath::Place target = FilePath::of(FilePath::wayTo(QFile::encodeName(m_path)).constLast());
+    const FileDescriptor directory = FilePath::openedDirectory(target.directory);
     const QByteArray lock = lockOf(target.name);
     const bool wasSaved = directory.isValid() && ::faccessat(directory.get(), lock.constData(), F_OK, 0) == 0;
     return directory.isValid() ? readSettled(directory.get(), target.name, wasSaved, true).content : read();
@@ -269,7 +269,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     }
 
     const QByteArray path = QFile::encodeName(m_path);
-    QByteArray targetPath = FilePlace::wayTo(path).constLast();
+    QByteArray targetPath = FilePath::wayTo(path).constLast();
     if (const auto folder = isSuperuser() ? folderOfAnother(targetPath) : std::nullopt) {
         saved.error = told("save",
             QStringLiteral("%1 belongs to another user, and root leaves nothing there")
@@ -277,17 +277,17 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         saved.trouble = Trouble::notAllowed;
         return saved;
     }
-    if (!FilePlace::makeDirectory(FilePlace::of(path).directory))
+    if (!FilePath::makeDirectory(FilePath::of(path).directory))
         return failed("make the directory", errno);
     std::optional<SettingsLock> lock;
-    for (QByteArray locked; locked != targetPath; targetPath = FilePlace::wayTo(path).constLast()) {
+    for (QByteArray locked; locked != targetPath; targetPath = FilePath::wayTo(path).constLast()) {
         locked = targetPath;
         lock.emplace(lockOf(locked));
         if (!lock->isHeld())
             return failed(errno == ENOENT ? "open the directory" : "lock", errno);
     }
-    const FilePlace::Place target = FilePlace::of(targetPath);
-    const FileDescriptor directory = FilePlace::openedDirectory(target.directory);
+    const FilePath::Place target = FilePath::of(targetPath);
+    const FileDescriptor directory = FilePath::openedDirectory(target.directory);
     if (!directory.isValid())
         return failed("open the directory", errno);
 
@@ -306,7 +306,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     const QJsonObject values = changes.appliedTo(before.content.values);
     if (values == before.content.values) {
         // A save before may have failed only in bringing this very content's directory entry to disk.
-        if (const auto failure = FileReplacement::syncDirectory(directory.get()))
+        if (const auto failure = AtomicFile::syncDirectory(directory.get()))
             return failed(failure.step, failure.error);
         saved.succeeded = true;
         return saved;
@@ -317,16 +317,15 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
 
     if (!before.content.damage.isEmpty()) {
         QByteArray copy;
-        if (const auto failure
-            = FileReplacement::keepDamaged(directory.get(), target.name, before.bytes, &copy))
+        if (const auto failure = AtomicFile::keepDamaged(directory.get(), target.name, before.bytes, &copy))
             return failed(failure.step, failure.error);
         Log::warnOnce(logArea,
             QStringLiteral("%1 was damaged and is kept as %2")
                 .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(copy))));
     }
 
-    const auto result = FileReplacement::replace(
-        directory.get(), target.name, text, before.exists() ? &before.state : nullptr);
+    const auto result
+        = AtomicFile::replace(directory.get(), target.name, text, before.exists() ? &before.state : nullptr);
     saved.changed = result.isInPlace;
     if (result.isInPlace) {
         saved.content = {};
@@ -344,9 +343,9 @@ void SettingsFile::sweepLeftovers() const
     const QStringList paths { m_path, targetPath() };
     for (const QString& path : paths) {
         const FileDescriptor directory
-            = FilePlace::openedDirectory(FilePlace::of(QFile::encodeName(path)).directory);
+            = FilePath::openedDirectory(FilePath::of(QFile::encodeName(path)).directory);
         if (directory.isValid())
-            FileReplacement::sweepLeftovers(directory.get());
+            AtomicFile::sweepLeftovers(directory.get());
     }
 }
 

@@ -8,7 +8,7 @@
 
 #include "Platform/Store/SettingsLock.h"
 
-#include "Platform/Files/FilePlace.h"
+#include "Platform/Files/FilePath.h"
 
 #include <algorithm>
 #include <chrono>
@@ -112,7 +112,7 @@ SettingsLock::SettingsLock(const QByteArray& path)
             return;
         error = lock(file.get(), LOCK_EX | LOCK_NB);
         if (error == EWOULDBLOCK)
-            error = lockByThread(file, FilePlace::of(path).directory, deadline);
+            error = lockByThread(file, FilePath::of(path).directory, deadline);
         if (error == 0)
             error = stateOf(path, file.get());
         if (error == 0)

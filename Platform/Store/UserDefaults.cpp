@@ -13,11 +13,11 @@
 
 #include "Platform/Bundle/Bundle.h"
 #include "Platform/Files/FileName.h"
-#include "Platform/Files/FilePlace.h"
+#include "Platform/Files/FilePath.h"
 #include "Platform/Log/Identifier.h"
 #include "Platform/Log/Log.h"
 #include "Platform/Store/GenerationCounter.h"
-#include "Platform/Store/LayeredValues.h"
+#include "Platform/Store/LayeredSettings.h"
 #include "Platform/Store/SettingsDoubt.h"
 #include "Platform/Store/SettingsFile.h"
 #include "Platform/Store/SettingsWatch.h"
@@ -50,7 +50,7 @@ QString fileIn(const QString& directory, const QString& name)
 QJsonObject administeredValues(const QString& name)
 {
     QJsonObject values;
-    const QStringList directories = FilePlace::systemConfigDirectories();
+    const QStringList directories = FilePath::systemConfigDirectories();
     for (const QString& directory : directories) {
         const auto content = SettingsFile(fileIn(directory, name), SettingsFile::Owner::anybody).read();
         if (!content.error.isEmpty())
@@ -69,7 +69,7 @@ struct UserDefaults::Domain {
     Domain(UserDefaults* owner, const QString& domainName)
         : defaults(owner)
         , name(domainName)
-        , file(fileIn(FilePlace::configDirectory(), domainName))
+        , file(fileIn(FilePath::configDirectory(), domainName))
         , counter(GenerationCounter::open(domainName))
         , seenGeneration(generation())
         , watch(file, [this] { scheduleObservedLook(); })
@@ -102,7 +102,7 @@ struct UserDefaults::Domain {
     const std::unique_ptr<GenerationCounter> counter;
 
     std::mutex mutex; ///< guards what follows, down to the watches
-    LayeredValues values;
+    LayeredSettings values;
     SettingsFile::Identity identity; ///< of the file that `values` came from
     bool isIdentityCertain = false;
     SettingsDoubt doubt;

@@ -1,0 +1,47 @@
+#include "KestrumShared/Items/ItemFonts.h"
+
+#include <QFontMetricsF>
+#include <QGuiApplication>
+#include <memory>
+
+namespace kestrum {
+namespace {
+
+constexpr int readoutPixels = 11;
+constexpr int enlargedLetterPixels = 62;
+
+QFont ofFamily(const QFont& base, int pixels, QFont::Weight weight)
+{
+    QFont font(base.families());
+    font.setPixelSize(pixels);
+    font.setWeight(weight);
+    return font;
+}
+
+} // namespace
+
+const ItemFonts& ItemFonts::current()
+{
+    static std::unique_ptr<const ItemFonts> fonts;
+    static int generation = 0;
+    const QFont base = QGuiApplication::font();
+    if (!fonts || fonts->m_base != base)
+        fonts.reset(new ItemFonts(base, ++generation));
+    return *fonts;
+}
+
+ItemFonts::ItemFonts(const QFont& base, int generation)
+    : m_base(base)
+    , m_readout(ofFamily(base, readoutPixels, QFont::Medium))
+    , m_letters(ofFamily(base, enlargedLetterPixels, QFont::DemiBold))
+    , m_generation(generation)
+{
+}
+
+// Worked out when asked for: it takes the font to be loaded, which only items with letters need.
+double ItemFonts::letterHeight() const
+{
+    return QFontMetricsF(m_letters).height() * letterScale;
+}
+
+} // namespace kestrum

@@ -1,0 +1,127 @@
+#include "KestrumShared/Items/StripItems.h"
+
+#include "KestrumShared/Items/StripLayout.h"
+
+#include <algorithm>
+
+namespace kestrum {
+
+namespace {
+
+constexpr double overhang = 4;
+
+double middleOf(const StripItems::Item& item)
+{
+    return item.view->frame().center().x();
+}
+
+} // namespace
+
+void StripItems::rebuild(
+    const QList<MonitorSection>& order, const std::shared_ptr<const MenuBarReadings>& readings)
+{
+    m_list.clear();
+    for (const StripLayout::Item& place : StripLayout::of(order).items) {
+        if (!place.isShown())
+            continue;
+        const QRectF frame(*place.x, 0, place.width, StatusMetricView::height);
+        m_list.append({ place.section, std::make_shared<StatusMetricView>(place.section, frame, readings) });
+    }
+    if (const Item* same = m_drag ? item(m_drag->item.section) : nullptr) {
+        same->view->moveLeftEdgeTo(m_drag->item.view->frame().left());
+        m_drag->item = *same;
+    }
+}
+
+QList<MonitorSection> StripItems::sections() const
+{
+    QList<MonitorSection> sections;
+    for (const Item& item : m_list)
+        sections.append(item.section);
+    return sections;
+}
+
+QSizeF StripItems::size() const
+{
+    StripLayout::Grid grid;
+    for (const Item& item : m_list)
+        grid.place(item.view->frame().width());
+    return { grid.width(), StatusMetricView::height };
+}
+
+int StripItems::index(MonitorSection section) const
+{
+    for (int i = 0; i < m_list.size(); ++i) {
+        if (m_list[i].section == section)
+            return i;
+    }
+    return -1;
+}
+
+const StripItems::Item* StripItems::item(MonitorSection section) const
+{
+    const int i = index(section);
+    return i < 0 ? nullptr : &m_list[i];
+}
+
+QRectF StripItems::ground(const Item& item)
+{
+    return item.view->frame().adjusted(-overhang, 0, overhang, 0);
+}
+
+const StripItems::Item* StripItems::item(const QPointF& at) const
+{
+    const auto found = std::find_if(m_list.begin(), m_list.end(), [&at](const Item& item) {
+        // Not QRectF::contains: it counts all four edges.
+        const QRectF ground = StripItems::ground(item);
+        return ground.left() <= at.x() && at.x() < ground.right() && ground.top() < at.y()
+            && at.y() <= ground.bottom();
+    });
+    return found == m_list.end() ? nullptr : &*found;
+}
+
+void StripItems::grab(const Item& item, double pointer)
+{
+    m_drag = Drag { item, pointer - item.view->frame().left() };
+}
+
+std::optional<MonitorSection> StripItems::dragged() const
+{
+    return m_drag ? std::optional(m_drag->item.section) : std::nullopt;
+}
+
+void StripItems::drag(double pointer)
+{
+    if (!m_drag)
+        return;
+    StatusMetricView& dragged = *m_drag->item.view;
+    const double left = pointer - m_drag->grabOffset;
+    dragged.moveLeftEdgeTo(std::max(0.0, std::min(left, size().width() - dragged.frame().width())));
+    const QRectF frame = dragged.frame();
+    const qsizetype count = m_list.size();
+    qsizetype i = std::max(0, index(m_drag->item.section));
+    qsizetype direction = 0;
+    bool moved = true;
+    while (moved) {
+        // An item that went one way is never due to go back. Only when the dragged one was hidden meanwhile,
+        // and the first stands in for it, could the two conditions call for each other for ever.
+        if (direction <= 0 && i >= 1 && frame.left() < middleOf(m_list[i - 1]))
+            direction = -1;
+        else if (direction >= 0 && i < count - 1 && middleOf(m_list[i + 1]) < frame.right())
+            direction = 1;
+        else
+            moved = false;
+        if (moved) {
+            m_list.swapItemsAt(i, i + direction);
+            i += direction;
+        }
+        StripLayout::Grid grid;
+        for (const Item& item : std::as_const(m_list)) {
+            const double place = grid.place(item.view->frame().width());
+            if (item.view.get() != &dragged)
+                item.view->moveLeftEdgeTo(place);
+        }
+    }
+}
+
+} // namespace kestrum

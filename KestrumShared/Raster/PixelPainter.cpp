@@ -1,0 +1,229 @@
+#include "KestrumShared/Raster/PixelPainter.h"
+
+#include "KestrumShared/Raster/FilledCurve.h"
+
+#include <QPaintEngine>
+#include <QPolygonF>
+#include <cmath>
+
+namespace kestrum {
+namespace {
+
+constexpr int grid = 64;
+// For what is drawn in few places and need not share pictures.
+constexpr int fineGrid = 1024;
+
+bool keepsPictures = true;
+
+int onGrid(double pixels)
+{
+    return int(std::floor(pixels * grid + 0.5));
+}
+
+int fine(double number)
+{
+    return int(std::floor(number * fineGrid + 0.5));
+}
+
+double fromGrid(int steps)
+{
+    return double(steps) / grid;
+}
+
+int pixelBelow(int steps)
+{
+    return steps >> 6;
+}
+
+int pixelAbove(int steps)
+{
+    return (steps + grid - 1) >> 6;
+}
+
+void drawShape(QPainter& painter, const QRectF& rect, double radius, const QColor& colour)
+{
+    if (!(radius > 0)) {
+        painter.fillRect(rect, colour);
+        return;
+    }
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(colour);
+    painter.drawRoundedRect(rect, radius, radius);
+}
+
+} // namespace
+
+bool PixelPainter::canServe(const QPainter& painter)
+{
+    const QTransform transform = painter.deviceTransform();
+    return transform.type() <= QTransform::TxScale && transform.m11() > 0
+        && qFuzzyCompare(transform.m11(), transform.m22())
+        && painter.compositionMode() == QPainter::CompositionMode_SourceOver && painter.opacity() == 1
+        && painter.paintEngine()->type() == QPaintEngine::Raster;
+}
+
+void PixelPainter::setKeepsPictures(bool keeps)
+{
+    keepsPictures = keeps;
+}
+
+PixelPainter::PixelPainter(QPainter& painter)
+    : m_painter(painter)
+    , m_points(painter.worldTransform())
+    , m_device(painter.deviceTransform())
+    , m_scale(m_device.m11())
+{
+}
+
+QRectF PixelPainter::toDevice(const QRectF& rect) const
+{
+    return QRectF(toDevice(rect.topLeft()), rect.size() * m_scale);
+}
+
+QPointF PixelPainter::toDevice(const QPointF& point) const
+{
+    return QPointF(point.x() * m_scale + m_device.dx(), point.y() * m_scale + m_device.dy());
+}
+
+void PixelPainter::begin()
+{
+    if (m_isBegun)
+        return;
+    m_isBegun = true;
+    // What the painter adds to its own transformation, by a window's place in its store or the device's pixel
+    // ratio, is taken away again.
+    m_painter.setWorldTransform(m_device.inverted() * m_points);
+}
+
+void PixelPainter::end()
+{
+    if (!m_isBegun)
+        return;
+    m_isBegun = false;
+    m_painter.setWorldTransform(m_points);
+}
+
+void PixelPainter::drawKept(SpriteKey key, const QRectF& rect, const std::function<void(QPainter&)>& draw)
+{
+    if (!keepsPictures) {
+        end();
+        draw(m_painter);
+        begin();
+        return;
+    }
+    const QRect pixels = rect.toAlignedRect();
+    key.numbers[4] = fine(rect.left() - pixels.left());
+    key.numbers[5] = fine(rect.top() - pixels.top());
+    key.numbers[6] = fine(m_scale);
+    const QImage& sprite = SpriteCache::shared().sprite(key, [&] {
+        QImage image = transparent(pixels.size());
+        QPainter painter(&image);
+        painter.setTransform(m_device * QTransform::fromTranslate(-pixels.left(), -pixels.top()));
+        painter.setRenderHints(m_painter.renderHints());
+        draw(painter);
+        return image;
+    });
+    m_painter.drawImage(QPointF(pixels.topLeft()), sprite);
+}
+
+QImage PixelPainter::transparent(const QSize& size)
+{
+    QImage image(size, QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    return image;
+}
+
+void PixelPainter::drawPart(const QImage& sprite, int x, int y, const QRect& part)
+{
+    m_painter.drawImage(QPointF(x, y), sprite, QRectF(part));
+}
+
+void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& colour)
+{
+    const int left = onGrid(rect.left());
+    const int right = onGrid(rect.right());
+    const int top = onGrid(rect.top());
+    const int bottom = onGrid(rect.bottom());
+    const int x = pixelBelow(left);
+    const int y = pixelBelow(top);
+    const int columns = pixelAbove(right) - x;
+    const int yEnd = pixelAbove(bottom);
+    const int rounding = onGrid(radius);
+    if (columns <= 0 || yEnd <= y)
+        return;
+
+    const auto inPoints = [&](int x0, int y0, int x1, int y1) {
+        return QRectF(
+            QPointF(fromGrid(x0), fromGrid(y0)) / m_scale, QPointF(fromGrid(x1), fromGrid(y1)) / m_scale);
+    };
+    if (!keepsPictures) {
+        end();
+        const QPointF origin(m_device.dx() / m_scale, m_device.dy() / m_scale);
+        drawShape(
+            m_painter, inPoints(left, top, right, bottom).translated(-origin), radius / m_scale, colour);
+        begin();
+        return;
+    }
+    const auto picture = [&](int firstRow, int rows, int upperEdge, int lowerEdge) {
+        // Drawn whole and cut afterwards: what reaches over an image's edge the engine draws with coarser curves.
+        const int row = pixelBelow(upperEdge);
+        QImage image = transparent(QSize(columns, pixelAbove(lowerEdge) - row));
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.translate(-x, -row);
+        // In points, too: the engine draws another curve for the same one in pixels.
+        painter.scale(m_scale, m_scale);
+        drawShape(painter, inPoints(left, upperEdge, right, lowerEdge), radius / m_scale, colour);
+        painter.end();
+        return image.copy(0, firstRow - row, columns, rows);
+    };
+
+    // The first row in which the upper end has its full width, and the last of which the lower end leaves that width.
+    const int cut = pixelAbove(top + rounding);
+    const int lastCut = pixelBelow(bottom - rounding);
+    const int originX = x * grid;
+    if (cut > lastCut) {
+        // Too low to be cut: kept whole.
+        const SpriteKey key { SpriteKey::Kind::column, colour.rgba(),
+            { left - originX, right - originX, top - y * grid, bottom - y * grid, rounding, 0, 0 } };
+        const QImage& whole
+            = SpriteCache::shared().sprite(key, [&] { return picture(y, yEnd - y, top, bottom); });
+        m_painter.drawImage(QPointF(x, y), whole);
+        return;
+    }
+    // Upper and lower end from two pictures: the ends differ only by their place within a pixel, so bars of all heights
+    // share them.
+    const SpriteKey topKey { SpriteKey::Kind::columnTop, colour.rgba(),
+        { left - originX, right - originX, top - y * grid, rounding, 0, 0, 0 } };
+    const QImage& upper = SpriteCache::shared().sprite(
+        topKey, [&] { return picture(y, cut - y, top, top + 3 * rounding + 3 * grid); });
+    m_painter.drawImage(QPointF(x, y), upper);
+
+    constexpr int step = 64;
+    const int rows = (yEnd - cut + step - 1) / step * step;
+    const SpriteKey key { SpriteKey::Kind::column, colour.rgba(),
+        { left - originX, right - originX, rows, yEnd * grid - bottom, rounding, 1, 0 } };
+    const QImage& lower = SpriteCache::shared().sprite(
+        key, [&] { return picture(yEnd - rows, rows, (yEnd - rows) * grid - 2 * rounding - grid, bottom); });
+    drawPart(lower, x, cut, QRect(0, rows - (yEnd - cut), columns, yEnd - cut));
+}
+
+void PixelPainter::fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour)
+{
+    if (!keepsPictures) {
+        QPolygonF outline(line);
+        outline.append(QPointF(line.last().x(), bottom));
+        outline.append(QPointF(line.first().x(), bottom));
+        m_painter.setPen(Qt::NoPen);
+        m_painter.setBrush(colour);
+        m_painter.drawPolygon(outline);
+        return;
+    }
+    static FilledCurve curve;
+    curve.make(line, bottom, colour);
+    const QRect area = curve.area();
+    if (!area.isEmpty())
+        drawPart(curve.image(), area.left(), area.top(), QRect(QPoint(0, 0), area.size()));
+}
+
+} // namespace kestrum

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumShared/Vocabulary/Enumeration.h"
+
+namespace kestrum {
+
+namespace Units {
+
+/// The stored choice of the unit in which temperatures are shown; `system` is what the region uses.
+enum class TemperatureChoice { system, celsius, fahrenheit };
+
+} // namespace Units
+
+template <> struct Enumeration<Units::TemperatureChoice> {
+    static constexpr EnumerationCase<Units::TemperatureChoice> cases[] = {
+        { Units::TemperatureChoice::system, "system", "System" },
+        { Units::TemperatureChoice::celsius, "celsius", "Celsius" },
+        { Units::TemperatureChoice::fahrenheit, "fahrenheit", "Fahrenheit" },
+    };
+};
+
+} // namespace kestrum

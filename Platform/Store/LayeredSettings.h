@@ -1,0 +1,55 @@
+#pragma once
+
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QString>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+
+namespace kestrum {
+
+/// Three layers of values, each hiding the ones below: stored, the administrator's, registered. A look-up
+/// costs some nanoseconds, a change of a layer builds the table of what is in effect anew.
+class LayeredSettings {
+public:
+    /// A value in effect, taken apart beforehand so that a typed read has nothing to do.
+    struct Entry {
+        QJsonValue value;
+        QJsonValue::Type type;
+        bool truth;
+        double number;
+        QString text;
+    };
+
+    /// What is in effect under `key` (UTF-8); null when no layer has it. Stands until a layer changes.
+    const Entry* find(std::string_view key) const
+    {
+        const auto found = m_inEffect.find(key);
+        return found == m_inEffect.end() ? nullptr : &found->second;
+    }
+
+    const QJsonObject& stored() const { return m_stored; }
+    /// All keys of all layers, each with its value in effect. Builds a new object.
+    QJsonObject inEffect() const;
+
+    /// The first two take the place of what the layer held; registered values are added to it.
+    void setStored(const QJsonObject& values);
+    void setAdministered(const QJsonObject& values);
+    void addRegistered(const QJsonObject& values);
+
+private:
+    struct Hash {
+        using is_transparent = void;
+        size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
+    };
+
+    void rebuild();
+
+    QJsonObject m_stored;
+    QJsonObject m_administered;
+    QJsonObject m_registered;
+    std::unordered_map<std::string, Entry, Hash, std::equal_to<>> m_inEffect;
+};
+
+} // namespace kestrum

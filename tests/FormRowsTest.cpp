@@ -1,6 +1,7 @@
 #include "Kestrum/Form/Rows.h"
 
 #include "Kestrum/Form/Switch.h"
+#include "KestrumShared/Text/Title.h"
 #include "tests/ControlWindow.h"
 #include "tests/FileContent.h"
 #include "tests/OwnSuite.h"
@@ -235,4 +236,3 @@ private Q_SLOTS:
 
 KESTRUM_TEST_MAIN(QApplication, FormRowsTest)
 #include "FormRowsTest.moc"
-#include "KestrumShared/Text/Title.h"

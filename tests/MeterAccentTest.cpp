@@ -1,4 +1,5 @@
 #include "KestrumShared/Vocabulary/MeterAccent.h"
+#include "KestrumShared/Text/Title.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
 #include "tests/TestSession.h"
@@ -193,5 +194,4 @@ void MeterAccentTest::titlesAreInTheInterfaceLanguage()
 }
 
 KESTRUM_TEST_MAIN(QGuiApplication, MeterAccentTest)
-#include "KestrumShared/Text/Title.h"
 #include "MeterAccentTest.moc"

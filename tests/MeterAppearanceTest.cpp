@@ -1,4 +1,5 @@
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
+#include "KestrumShared/Text/Title.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 #include "tests/TestBundle.h"
 #include "tests/TestHome.h"
@@ -89,5 +90,4 @@ void MeterAppearanceTest::parsingIsExact()
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, MeterAppearanceTest)
-#include "KestrumShared/Text/Title.h"
 #include "MeterAppearanceTest.moc"

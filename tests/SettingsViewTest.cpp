@@ -6,6 +6,7 @@
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/Popovers/PopoversPage.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/Title.h"
 #include "tests/HeardEvents.h"
 #include "tests/SettingsWindow.h"
 #include "tests/TestBundle.h"
@@ -345,5 +346,4 @@ private Q_SLOTS:
 };
 
 KESTRUM_TEST_MAIN(QApplication, SettingsViewTest)
-#include "KestrumShared/Text/Title.h"
 #include "SettingsViewTest.moc"

@@ -3,6 +3,7 @@
 #include "Kestrum/Form/ShrinkingLabel.h"
 #include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
 #include "tests/AgentFixture.h"
 #include "tests/LabelLooks.h"
 #include "tests/OwnAgents.h"

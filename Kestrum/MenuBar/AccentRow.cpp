@@ -64,7 +64,7 @@ AccentRow::AccentRow(const QString& title, const QString& subject, const Unregis
 {
     m_picker->setObjectName(QLatin1StringView(key.name));
     for (const MeterAccent& preset : MeterAccent::presets())
-        m_picker->addEntry(title(preset),
+        m_picker->addEntry(kestrum::title(preset),
             icon([preset](double scale) { return AccentSwatch::image(preset, Theme::pictureSize, scale); }));
     m_picker->addDivider();
     m_picker->addEntry(AppLanguage::string("Custom"));

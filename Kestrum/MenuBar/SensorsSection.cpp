@@ -3,6 +3,7 @@
 #include "Kestrum/Form/Rows.h"
 #include "KestrumShared/Raster/HeatColour.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/Units.h"
 
 namespace kestrum {
 

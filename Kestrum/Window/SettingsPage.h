@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumShared/Vocabulary/Enumeration.h"
+#include "KestrumShared/Text/Title.h"
 
 #include <QList>
 #include <QString>

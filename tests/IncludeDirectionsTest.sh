@@ -6,7 +6,7 @@ root=$(cd "$(dirname "$(readlink -f "$0")")/.." && pwd)
 
 tree=$(mktemp -d)
 trap 'rm -rf "$tree"' EXIT
-mkdir -p "$tree"/{Platform/{Log,Files,Store},KestrumAgent/Panel,KestrumShared/Text,Kestrum/Form,Kestrum/Window,kestrumctl}
+mkdir -p "$tree"/{Platform/{Log,Files,Store},KestrumAgent/Panel,KestrumShared/{Settings,Text},Kestrum/Form,Kestrum/Window,kestrumctl}
 
 # finds FILE LINE WORDS: the check fails on LINE in FILE and says WORDS.
 finds() {
@@ -22,7 +22,8 @@ finds() {
 finds Platform/Log/A.h '#include "KestrumShared/Text/Units.h"' 'Platform/Log may not include'
 finds Platform/Files/A.h '#include "Platform/Store/UserDefaults.h"' 'Platform/Files may not include'
 finds Platform/A.h '#include "Platform/Log/Log.h"' 'Platform has no room'
-finds KestrumShared/Text/A.cpp '#  include "Kestrum/Window/A.h"' 'KestrumShared may not include'
+finds KestrumShared/Text/A.cpp '#  include "Kestrum/Window/A.h"' 'KestrumShared/Text may not include'
+finds KestrumShared/Settings/A.h '#include "KestrumShared/Text/Units.h"' 'KestrumShared/Settings may not include'
 finds Kestrum/Form/A.h '#include "Kestrum/Window/A.h"' 'Kestrum/Form may not include'
 finds Kestrum/Window/A.h '#include "kestrumctl/Verb.h"' 'Kestrum may not include'
 finds kestrumctl/A.cpp '#include "Kestrum/Window/A.h"' 'kestrumctl may not include'
@@ -33,4 +34,4 @@ finds KestrumAgent/Panel/A.cpp '#include <unistd.h>' 'only Platform'
 echo '#include "Kestrum/Form/Card.h"' >"$tree/Kestrum/Window/A.h"
 echo '#include "Platform/Log/Log.h"' >"$tree/KestrumShared/Text/A.h"
 "$root/tools/check-includes" "$tree"
-echo "include directions: 10 kinds of wrong lines found, right ones pass"
+echo "include directions: 11 kinds of wrong lines found, right ones pass"

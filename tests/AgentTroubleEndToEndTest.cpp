@@ -42,12 +42,7 @@ private Q_SLOTS:
         row.click();
         QTest::qWait(500);
         QCOMPARE(agents(), QList<qint32> { old });
-        // One count: between two of them the old agent may go, which looks like a new one of number 0.
-        const auto hasNewAgent = [&] {
-            const QList<qint32> running = agents();
-            return running.size() == 1 && running.first() != old;
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(hasNewAgent(), patience);
+        QVERIFY(DesktopFixture::successor(fixture().agentProgram(), old) > 0);
         QTest::qWait(second + 200);
         census.end();
         QCOMPARE(agents().size(), 1);

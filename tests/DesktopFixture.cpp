@@ -195,12 +195,12 @@ QList<qint32> DesktopFixture::processes(const QString& path)
     return pids;
 }
 
-qint32 DesktopFixture::successor(qint32 old) const
+qint32 DesktopFixture::successor(const QString& program, qint32 old)
 {
     QList<qint32> pids;
     const bool isThere = QTest::qWaitFor(
         [&] {
-            pids = settingsApplications();
+            pids = processes(program);
             return pids.size() == 1 && pids.first() != old;
         },
         patience);

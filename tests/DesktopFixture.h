@@ -58,8 +58,10 @@ public:
     /// Processes of the program at `path`; not their children, which are about to become other programs.
     static QList<qint32> processes(const QString& path);
     QList<qint32> settingsApplications() const { return processes(program("Kestrum")); }
-    /// The one process of the settings application once it is another than `old`; 0 when that does not come.
-    qint32 successor(qint32 old) const;
+    /// The one process of `program` once it is another than `old`; 0 when that does not come. One count decides: between two of
+    /// them the old process may end.
+    static qint32 successor(const QString& program, qint32 old);
+    qint32 settingsApplicationAfter(qint32 old) const { return successor(program("Kestrum"), old); }
     void endSettingsApplications() const { end(program("Kestrum")); }
     void endAgents() const { end(agentProgram()); }
 

@@ -46,7 +46,7 @@ private Q_SLOTS:
         QTest::qWait(500);
         QCOMPARE(fixture().settingsApplications(), QList<qint32> { old });
         fixture().turnToOther();
-        const qint32 next = fixture().successor(old);
+        const qint32 next = fixture().settingsApplicationAfter(old);
         QVERIFY(next > 0);
         QCOMPARE(m_window->application().exitStatus(), QProcess::NormalExit);
         QCOMPARE(m_window->application().exitCode(), 0);
@@ -73,7 +73,7 @@ private Q_SLOTS:
         fixture().write("language", "\"en\"");
         fixture().write("language", "\"de\"");
         fixture().turnToOther();
-        const qint32 next = fixture().successor(old);
+        const qint32 next = fixture().settingsApplicationAfter(old);
         QVERIFY(next > 0);
         // A second shell would open it once more, and it would come forward.
         QTest::qWait(1000);
@@ -90,7 +90,7 @@ private Q_SLOTS:
         fixture().write("language", "\"en\"");
         QTest::qWait(200);
         fixture().turnToOther();
-        QVERIFY(fixture().successor(old) > 0);
+        QVERIFY(fixture().settingsApplicationAfter(old) > 0);
     }
 
     void aChangeWhileTheWindowIsNotActiveRelaunchesAtOnce()
@@ -99,7 +99,7 @@ private Q_SLOTS:
         const qint32 old = m_window->pid();
         fixture().turnToOther();
         fixture().write("language", "\"de\"");
-        QVERIFY(fixture().successor(old) > 0);
+        QVERIFY(fixture().settingsApplicationAfter(old) > 0);
         QTest::qWait(300);
         QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
     }
@@ -133,7 +133,7 @@ private Q_SLOTS:
         QCOMPARE(fixture().read("refreshInterval"), QByteArray("20"));
         // A language that is really another one is still heard of.
         write(path, text.replace("\"de\"", "\"en\""));
-        QVERIFY(fixture().successor(old) > 0);
+        QVERIFY(fixture().settingsApplicationAfter(old) > 0);
     }
 
     void withoutAShellTheApplicationStaysClosedWithoutAWord()

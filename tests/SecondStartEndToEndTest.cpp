@@ -143,7 +143,7 @@ private Q_SLOTS:
     void openedInTheBackgroundTheWindowDoesNotTakeTheFocus()
     {
         fixture().kestrumctl({ text("open"), text("-g"), fixture().bundle() });
-        const qint32 pid = fixture().successor(0);
+        const qint32 pid = fixture().settingsApplicationAfter(0);
         const QByteArray window = DesktopFixture::windowOf(pid);
         QVERIFY(!window.isEmpty());
         QTest::qWait(500);
@@ -160,7 +160,7 @@ private Q_SLOTS:
     void openedOrdinarilyTheWindowTakesTheFocus()
     {
         fixture().kestrumctl({ text("open"), fixture().bundle() });
-        const QByteArray window = DesktopFixture::windowOf(fixture().successor(0));
+        const QByteArray window = DesktopFixture::windowOf(fixture().settingsApplicationAfter(0));
         QVERIFY(!window.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
     }

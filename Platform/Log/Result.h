@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QString>
+#include <cerrno>
+#include <concepts>
+#include <utility>
+#include <variant>
+
+namespace kestrum {
+
+/// Why something could not be done. The texts are for people and logs; nothing in them is escaped.
+struct Failure {
+    QString step; ///< completes "cannot", such as "make a temporary file"; empty where the reason needs none
+    QString reason;  ///< the system's words or ours, without a line end
+    int error = 0;   ///< the `errno` that tells the kind of reason; 0 without one
+    QString subject; ///< usually a path
+
+    /// The system call of `step` failed.
+    static Failure fromErrno(const char* step, int error = errno)
+    {
+        return { QString::fromLatin1(step), qt_error_string(error), error, {} };
+    }
+
+    /// The same failure with another subject.
+    Failure about(const QString& newSubject) const { return { step, reason, error, newSubject }; }
+
+    /// "subject: cannot step: reason", without the parts that are empty.
+    QString text() const
+    {
+        return (subject.isEmpty() ? QString() : subject + QStringLiteral(": "))
+            + (step.isEmpty() ? QString() : QStringLiteral("cannot %1: ").arg(step)) + reason;
+    }
+};
+
+/// The value of a call that can fail, or its `Failure`. `Result<>` is for a call without a value. Converts to true on success.
+/// The value of a failed call and the failure of a successful one throw `std::bad_variant_access`.
+template <typename T = std::monostate> class [[nodiscard]] Result {
+public:
+    Result() requires std::same_as<T, std::monostate>
+    = default;
+    Result(T value)
+        : m_outcome(std::move(value))
+    {
+    }
+    Result(Failure failure)
+        : m_outcome(std::in_place_index<1>, std::move(failure))
+    {
+    }
+
+    explicit operator bool() const { return m_outcome.index() == 0; }
+    T& operator*() { return std::get<0>(m_outcome); }
+    const T& operator*() const { return std::get<0>(m_outcome); }
+    T* operator->() { return &**this; }
+    const T* operator->() const { return &**this; }
+
+    const Failure& failure() const { return std::get<1>(m_outcome); }
+    /// The failure's text; empty on success.
+    QString failureText() const { return *this ? QString() : failure().text(); }
+
+private:
+    std::variant<T, Failure> m_outcome;
+};
+
+} // namespace kestrum

@@ -57,6 +57,26 @@ private:
     QtMessageHandler m_previous;
 };
 
+/// Stands in for the journal.
+struct Journal {
+    static QByteArray path() { return QFile::encodeName(TestHome::root() + QStringLiteral("/journal")); }
+    Journal()
+    {
+        sockaddr_un address {};
+        address.sun_family = AF_UNIX;
+        qstrncpy(address.sun_path, path().constData(), sizeof address.sun_path);
+        isThere = ::bind(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    }
+    ~Journal()
+    {
+        ::close(socket);
+        ::unlink(path().constData());
+    }
+    Q_DISABLE_COPY_MOVE(Journal)
+    int socket = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    bool isThere = false;
+};
+
 } // namespace
 
 class LogTest : public QObject {
@@ -76,6 +96,7 @@ private Q_SLOTS:
     void journalIsKnownByDeviceAndInode();
     void journalEntryHasNativeFields();
     void journalThatIsNotThereTakesNothing();
+    void journalThatReadsNothingHoldsNobodyUp();
 };
 
 void LogTest::controlCharactersAreEscaped_data()
@@ -212,19 +233,14 @@ void LogTest::journalIsKnownByDeviceAndInode()
 
 void LogTest::journalEntryHasNativeFields()
 {
-    const QByteArray path = QFile::encodeName(TestHome::root() + QStringLiteral("/journal"));
-    sockaddr_un address {};
-    address.sun_family = AF_UNIX;
-    qstrncpy(address.sun_path, path.constData(), sizeof address.sun_path);
-    const int journal = ::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
-    QCOMPARE(::bind(journal, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
-
-    const JournalSocket socket(path.constData());
+    const Journal journal;
+    QVERIFY(journal.isThere);
+    const JournalSocket socket(Journal::path().constData());
     QVERIFY(socket.send(JournalSocket::entry(QtWarningMsg, "com.orvale.kestrum.store", "full")));
     QVERIFY(socket.send(JournalSocket::entry(QtInfoMsg, "default", "x")));
     char buffer[512];
     const auto received = [&] {
-        const ssize_t size = ::recv(journal, buffer, sizeof buffer, 0);
+        const ssize_t size = ::recv(journal.socket, buffer, sizeof buffer, 0);
         return QByteArray(buffer, qMax<qsizetype>(0, size));
     };
     QCOMPARE(received(),
@@ -232,7 +248,6 @@ void LogTest::journalEntryHasNativeFields()
             "MESSAGE=full\nPRIORITY=4\nSYSLOG_IDENTIFIER=LogTest\nQT_CATEGORY=com.orvale.kestrum.store\n"));
     QCOMPARE(
         received(), QByteArray("MESSAGE=x\nPRIORITY=6\nSYSLOG_IDENTIFIER=LogTest\nQT_CATEGORY=default\n"));
-    ::close(journal);
 }
 
 void LogTest::journalThatIsNotThereTakesNothing()
@@ -241,6 +256,20 @@ void LogTest::journalThatIsNotThereTakesNothing()
     QVERIFY(!socket.send(JournalSocket::entry(QtWarningMsg, "default", "x")));
     const QByteArray tooLong("/" + QByteArray(200, 'x'));
     QVERIFY(!JournalSocket(tooLong.constData()).send("MESSAGE=x\n"));
+}
+
+void LogTest::journalThatReadsNothingHoldsNobodyUp()
+{
+    const Journal journal;
+    QVERIFY(journal.isThere);
+    const JournalSocket socket(Journal::path().constData());
+    const QByteArray entry = JournalSocket::entry(QtInfoMsg, "default", QByteArray(4096, 'x'));
+    bool isTaken = true;
+    ::alarm(10); // ends the test where sending waits
+    for (int i = 0; i < 100'000 && isTaken; ++i)
+        isTaken = socket.send(entry);
+    ::alarm(0);
+    QVERIFY(!isTaken);
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, LogTest)

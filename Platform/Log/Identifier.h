@@ -1,11 +1,12 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QLatin1StringView>
 
 namespace kestrum {
 
-/// What the application is called wherever names of many programs meet: in the log, for the desktop, in names of files.
-/// The information dictionaries of the bundles in Resources say the same.
+/// The application's unique name: in the log, for the desktop, in file names. The information dictionaries of the bundles in
+/// Resources have the same.
 inline constexpr QLatin1StringView applicationIdentifier("com.orvale.kestrum");
 
 } // namespace kestrum

@@ -1,6 +1,6 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Log/JournalSocket.h"
 
-#include <QList>
 #include <cerrno>
 #include <cstring>
 #include <sys/socket.h>
@@ -10,40 +10,13 @@
 
 namespace kestrum {
 
-namespace {
-
-// The levels of syslog, which the journal counts in.
-char priority(QtMsgType type)
-{
-    switch (type) {
-    case QtDebugMsg:
-        return '7';
-    case QtInfoMsg:
-        return '6';
-    case QtWarningMsg:
-        return '4';
-    case QtCriticalMsg:
-        return '3';
-    case QtFatalMsg:
-        return '2';
-    }
-    return '5';
-}
-
-} // namespace
-
 bool JournalSocket::isStandardError()
 {
-    // A child may inherit the variable and have standard error redirected: only the descriptor itself tells.
-    const QList<QByteArray> parts = qgetenv("JOURNAL_STREAM").split(':');
+    // A child may inherit the variable and have standard error redirected, so the descriptor itself is compared.
     struct stat state;
-    if (parts.size() != 2 || ::fstat(STDERR_FILENO, &state) != 0)
-        return false;
-    bool deviceIsNumber = false;
-    bool inodeIsNumber = false;
-    const quint64 device = parts[0].toULongLong(&deviceIsNumber);
-    const quint64 inode = parts[1].toULongLong(&inodeIsNumber);
-    return deviceIsNumber && inodeIsNumber && device == state.st_dev && inode == state.st_ino;
+    return ::fstat(STDERR_FILENO, &state) == 0
+        && qgetenv("JOURNAL_STREAM")
+        == QByteArray::number(quint64(state.st_dev)) + ':' + QByteArray::number(quint64(state.st_ino));
 }
 
 JournalSocket::JournalSocket(const char* path)
@@ -69,9 +42,10 @@ JournalSocket::~JournalSocket()
 
 QByteArray JournalSocket::entry(QtMsgType type, const QByteArray& category, const QByteArray& message)
 {
+    // The priorities of syslog, in the order of QtMsgType.
     QByteArray text;
     text.append("MESSAGE=").append(message).append('\n');
-    text.append("PRIORITY=").append(priority(type)).append('\n');
+    text.append("PRIORITY=").append("74326"[type]).append('\n');
     text.append("SYSLOG_IDENTIFIER=").append(program_invocation_short_name).append('\n');
     text.append("QT_CATEGORY=").append(category).append('\n');
     return text;

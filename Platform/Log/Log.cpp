@@ -1,14 +1,16 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Log/Log.h"
 
 #include "Platform/Log/Identifier.h"
 #include "Platform/Log/JournalSocket.h"
 
 #include <QByteArray>
-#include <atomic>
+#include <QSet>
 #include <cstdlib>
 #include <limits>
+#include <mutex>
 #include <unistd.h>
-#include <utility>
+#include <unordered_map>
 
 namespace kestrum {
 
@@ -26,8 +28,8 @@ bool isUnsafe(char32_t character)
         || (character >= 0x2066 && character <= 0x2069);
 }
 
-// A backslash stays as it is, so that escaping twice is escaping once: a value is escaped by whoever builds
-// the message, and the whole message once more on its way out.
+// A backslash stays as it is, so that escaping twice is the same as escaping once: callers escape the values of a message,
+// and the handler escapes the whole message again.
 QByteArray escapedText(char32_t character)
 {
     if (!isUnsafe(character))
@@ -64,91 +66,23 @@ QByteArray escapedUtf8(const QString& value, qsizetype limit)
     return text;
 }
 
-// Entries are only ever added, so that any thread may look without a lock. They stay until the process ends.
-template <typename Item> class GrowingList {
-public:
-    // The first item that `matches`, else a new one; and whether it is new.
-    template <typename Matches, typename... Arguments>
-    std::pair<Item*, bool> findOrAdd(const Matches& matches, const Arguments&... arguments)
-    {
-        Node* head = m_head.load(std::memory_order_acquire);
-        if (Item* item = find(head, nullptr, matches))
-            return { item, false };
-        Node* node = new Node(arguments...);
-        for (;;) {
-            node->next = head;
-            if (m_head.compare_exchange_weak(
-                    head, node, std::memory_order_acq_rel, std::memory_order_acquire))
-                return { &node->item, true };
-            // Another thread came first, perhaps with the same item.
-            if (Item* item = find(head, node->next, matches)) {
-                delete node;
-                return { item, false };
-            }
-        }
-    }
+// In the order of QtMsgType.
+constexpr const char* levelNames[] = { "debug", "warning", "error", "fatal", "info" };
+static_assert(
+    QtDebugMsg == 0 && QtWarningMsg == 1 && QtCriticalMsg == 2 && QtFatalMsg == 3 && QtInfoMsg == 4);
 
-private:
-    struct Node {
-        template <typename... Arguments>
-        explicit Node(const Arguments&... arguments)
-            : item(arguments...)
-        {
-        }
-        Item item;
-        Node* next = nullptr;
-    };
-
-    template <typename Matches> static Item* find(Node* from, const Node* to, const Matches& matches)
-    {
-        for (Node* node = from; node != to; node = node->next) {
-            if (matches(node->item))
-                return &node->item;
-        }
-        return nullptr;
-    }
-
-    std::atomic<Node*> m_head = nullptr;
-};
-
-struct Area {
-    explicit Area(const QByteArray& areaName)
-        : name(areaName)
-        , category(name.constData())
-    {
-    }
-    Area(const Area&) = delete;
-    Area& operator=(const Area&) = delete;
-    QByteArray name; // the category keeps a pointer to it
-    QLoggingCategory category;
-};
-
-const char* levelText(QtMsgType type)
-{
-    switch (type) {
-    case QtDebugMsg:
-        return "debug";
-    case QtInfoMsg:
-        return "info";
-    case QtWarningMsg:
-        return "warning";
-    case QtCriticalMsg:
-        return "error";
-    case QtFatalMsg:
-        return "fatal";
-    }
-    return "message";
-}
+// Guards what all threads look up below. Messages are rare: one lock is enough.
+std::mutex mutex;
 
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     static const JournalSocket* const journal
         = JournalSocket::isStandardError() ? new JournalSocket : nullptr;
     const QByteArray text = escapedUtf8(message, messageLimit);
-    const QByteArray category = context.category ? QByteArray(context.category) : QByteArray("default");
+    const QByteArray category(context.category ? context.category : "default");
     if (!journal || !journal->send(JournalSocket::entry(type, category, text))) {
-        // One call, so that lines of two threads do not mix. There is nobody to tell when it fails.
-        const QByteArray line = category + ": " + levelText(type) + ": " + text + '\n';
+        // One call, so that lines of two threads do not mix. A failure cannot be reported anywhere.
+        const QByteArray line = category + ": " + levelNames[type] + ": " + text + '\n';
         [[maybe_unused]] const ssize_t written
             = ::write(STDERR_FILENO, line.constData(), size_t(line.size()));
     }
@@ -160,10 +94,12 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 
 const QLoggingCategory& Log::category(const char* area)
 {
-    static auto* const areas = new GrowingList<Area>;
+    // Never destroyed, since messages come until the process ends. A category points into the name that is its key.
+    static auto* const categories = new std::unordered_map<QByteArray, QLoggingCategory>;
     const QByteArray name
         = QByteArray(applicationIdentifier.data(), applicationIdentifier.size()) + '.' + area;
-    return areas->findOrAdd([&name](const Area& known) { return known.name == name; }, name).first->category;
+    const std::scoped_lock lock(mutex);
+    return categories->try_emplace(name, name.constData()).first->second;
 }
 
 QString Log::escaped(const QString& value)
@@ -193,9 +129,14 @@ void Log::info(const char* area, const QString& message)
 
 void Log::warnOnce(const char* area, const QString& message)
 {
-    static auto* const told = new GrowingList<QString>;
-    if (told->findOrAdd([&message](const QString& known) { return known == message; }, message).second)
-        warning(area, message);
+    static auto* const logged = new QSet<QString>;
+    {
+        const std::scoped_lock lock(mutex);
+        const qsizetype before = logged->size();
+        if (logged->insert(message); logged->size() == before)
+            return;
+    }
+    warning(area, message);
 }
 
 void Log::install()

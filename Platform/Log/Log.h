@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QLoggingCategory>
@@ -6,7 +7,7 @@
 namespace kestrum {
 
 /// The program's log: one Qt logging category per area, named "com.orvale.kestrum.<area>". Messages go to
-/// standard error, and with native fields to the journal where standard error is the journal.
+/// standard error. Where standard error is the journal, they go there as entries with fields.
 namespace Log {
 
 /// The category of `area` ("store", "signals", …). Created on first use, lives until the process ends.
@@ -15,7 +16,7 @@ const QLoggingCategory& category(const char* area);
 /// `value` made safe for one log line: control characters are escaped, so that a path cannot forge a
 /// line, and the text is cut at 256 UTF-8 bytes.
 QString escaped(const QString& value);
-/// The same without a limit, for what a program prints line by line.
+/// The same without a limit, for output that is printed line by line.
 QString escapedWhole(const QString& value);
 
 /// One line each in the category of `area`; line ends in `message` are escaped. Any thread.

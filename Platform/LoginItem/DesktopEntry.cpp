@@ -1,12 +1,16 @@
-// A desktop entry has two layers of quoting. The lower one is that of all its texts: a backslash, and blanks and line ends
-// where they would be lost, are written with a backslash. The upper one is that of command lines: a program's path is put
+// SPDX-License-Identifier: MIT
+// Not GLib's key files: they refuse an entry with one damaged line, which is salvaged here, and rewrite lines that others wrote
+// (blanks around values, line ends, repeated groups), which stay here byte for byte.
+//
+// A desktop entry has two layers of quoting. The lower one applies to all values: a backslash, and blanks and line ends
+// that would be lost, are written with a backslash. The upper one applies to command lines: a program's path is put
 // in double quotes, within which four characters take a backslash, and each percent sign is doubled. A command line is quoted
-// by the upper rule first and then written by the lower one, so that a backslash in a path becomes four.
+// by the upper rule first and then by the lower one, so that a backslash in a path becomes four.
 
 #include "Platform/LoginItem/DesktopEntry.h"
 
 #include <algorithm>
-#include <utility>
+#include <glib.h>
 
 namespace kestrum {
 
@@ -14,14 +18,21 @@ namespace {
 
 constexpr QByteArrayView mainGroup("Desktop Entry");
 constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
+// The letters that follow a backslash in a value, and the characters that they stand for.
+constexpr QByteArrayView codes("sntr\\");
+constexpr QByteArrayView meanings(" \n\t\r\\");
+
+bool isBlank(const QByteArray& line)
+{
+    return line.trimmed().isEmpty();
+}
 
 bool isBlankOrComment(const QByteArray& line)
 {
-    const QByteArray text = line.trimmed();
-    return text.isEmpty() || text.startsWith('#');
+    return isBlank(line) || line.trimmed().startsWith('#');
 }
 
-/// The group that the line begins; nothing when it is no such line.
+/// The name in a line that begins a group; nothing for any other line.
 std::optional<QByteArray> groupOf(const QByteArray& line)
 {
     const QByteArray text = line.trimmed();
@@ -38,31 +49,34 @@ bool isKey(const QByteArray& key)
     const qsizetype locale = key.indexOf('[');
     if (locale < 0)
         return !key.isEmpty() && !key.contains(']');
-    return locale > 0 && key.endsWith(']') && key.size() > locale + 2 && key.lastIndexOf('[') == locale
-        && key.indexOf(']') == key.size() - 1;
+    return locale > 0 && key.endsWith(']') && key.size() > locale + 2 && key.count('[') == 1
+        && key.count(']') == 1;
 }
 
-/// The key that the line gives a value to; empty when it is no such line.
+/// The key in a line that gives a key its value; empty for any other line.
 QByteArray keyOf(const QByteArray& line)
 {
-    if (isBlankOrComment(line))
-        return {};
-    const qsizetype sign = line.indexOf('=');
+    const qsizetype sign = isBlankOrComment(line) ? -1 : line.indexOf('=');
     const QByteArray key = sign < 0 ? QByteArray() : line.left(sign).trimmed();
     return isKey(key) ? key : QByteArray();
 }
 
-} // namespace
-
-bool DesktopEntry::Group::isMain() const
+/// `word` as it reaches the program: "%%" is one percent sign, and any other code stands for files, of which there are none.
+QByteArray withoutFieldCodes(QByteArrayView word)
 {
-    return name == mainGroup;
+    QByteArray text;
+    for (qsizetype i = 0; i < word.size(); ++i) {
+        if (word[i] != '%' || (++i < word.size() && word[i] == '%'))
+            text += word[i];
+    }
+    return text;
 }
+
+} // namespace
 
 DesktopEntry DesktopEntry::parsed(const QByteArray& text)
 {
     DesktopEntry entry;
-    entry.m_groups.append(Group {});
     QByteArray sound = text;
     if (sound.startsWith(byteOrderMark)) {
         sound.remove(0, byteOrderMark.size());
@@ -70,99 +84,84 @@ DesktopEntry DesktopEntry::parsed(const QByteArray& text)
     }
     if (sound.endsWith('\n'))
         sound.chop(1);
+    bool isInGroup = false;
+    bool isMain = false;
     const QByteArrayList lines = sound.isEmpty() ? QByteArrayList() : sound.split('\n');
     for (const QByteArray& line : lines) {
-        const bool isInGroup = entry.m_groups.size() > 1;
-        if (line.contains('\0'))
+        const auto group = groupOf(line);
+        if (line.contains('\0')) {
             entry.m_isDamaged = true;
-        else if (const auto group = groupOf(line))
-            entry.m_groups.append(Group { *group, {} });
-        else if (isBlankOrComment(line) || (isInGroup && !keyOf(line).isEmpty()))
-            entry.m_groups.last().lines.append(line);
-        else
+        } else if (group) {
+            isInGroup = true;
+            isMain = *group == mainGroup;
+            entry.m_lines.append({ '[' + *group + ']', {}, true, isMain });
+        } else if (isBlankOrComment(line) || (isInGroup && !keyOf(line).isEmpty())) {
+            entry.m_lines.append({ line, keyOf(line), false, isMain });
+        } else {
             entry.m_isDamaged = true;
+        }
     }
     // The main group has to be the first one.
-    const auto firstGroup = entry.m_groups.begin() + 1;
-    const auto main
-        = std::find_if(firstGroup, entry.m_groups.end(), [](const Group& g) { return g.isMain(); });
-    if (main != firstGroup && main != entry.m_groups.end())
-        std::rotate(firstGroup, main, main + 1);
-    if (main != firstGroup)
+    const auto end = entry.m_lines.end();
+    const auto isHeader = [](const Line& line) { return line.isHeader; };
+    const auto first = std::find_if(entry.m_lines.begin(), end, isHeader);
+    const auto main = std::find_if(first, end, [](const Line& line) { return line.isHeader && line.isMain; });
+    if (main != first)
         entry.m_isDamaged = true;
+    if (main != end)
+        std::rotate(first, main, std::find_if(main + 1, end, isHeader));
     return entry;
 }
 
 bool DesktopEntry::holdsOnly(std::span<const char* const> keys) const
 {
-    return std::all_of(m_groups.begin(), m_groups.end(), [keys](const Group& group) {
-        return (group.name.isEmpty() || group.isMain())
-            && std::all_of(group.lines.begin(), group.lines.end(), [keys](const QByteArray& line) {
-                   return line.trimmed().isEmpty()
-                       || std::find(keys.begin(), keys.end(), keyOf(line)) != keys.end();
-               });
+    return std::all_of(m_lines.begin(), m_lines.end(), [keys](const Line& line) {
+        return line.isHeader
+            ? line.isMain
+            : isBlank(line.text) || std::find(keys.begin(), keys.end(), line.key) != keys.end();
     });
 }
 
 std::optional<QByteArray> DesktopEntry::value(QByteArrayView key) const
 {
-    std::optional<QByteArray> value;
-    for (const Group& group : m_groups) {
-        for (const QByteArray& line : group.lines) {
-            if (group.isMain() && keyOf(line) == key)
-                value = line.mid(line.indexOf('=') + 1).trimmed();
-        }
-    }
-    return value;
+    const auto found = std::find_if(
+        m_lines.rbegin(), m_lines.rend(), [key](const Line& line) { return line.isMain && line.key == key; });
+    if (found == m_lines.rend())
+        return std::nullopt;
+    return found->text.mid(found->text.indexOf('=') + 1).trimmed();
 }
 
 void DesktopEntry::set(const QByteArray& key, const QByteArray& value)
 {
-    if (m_groups.isEmpty())
-        m_groups.append(Group {});
-    if (m_groups.size() < 2 || !m_groups[1].isMain())
-        m_groups.insert(1, Group { mainGroup.toByteArray(), {} });
-    const QByteArray changed = key + '=' + value;
-    bool isSet = false;
-    for (Group& group : m_groups) {
-        if (!group.isMain())
-            continue;
-        for (qsizetype i = 0; i < group.lines.size();) {
-            if (keyOf(group.lines[i]) != key)
-                ++i;
-            else if (std::exchange(isSet, true))
-                group.lines.remove(i);
-            else
-                group.lines[i++] = changed;
-        }
-    }
-    if (isSet)
+    const Line changed { key + '=' + value, key, false, true };
+    const auto isOld = [&key](const Line& line) { return line.isMain && line.key == key; };
+    const auto old = std::find_if(m_lines.begin(), m_lines.end(), isOld);
+    if (old != m_lines.end()) {
+        *old = changed;
+        m_lines.erase(std::remove_if(old + 1, m_lines.end(), isOld), m_lines.end());
         return;
+    }
+    auto place = std::find_if(m_lines.begin(), m_lines.end(), [](const Line& line) { return line.isHeader; });
+    if (place == m_lines.end() || !place->isMain)
+        place = m_lines.insert(place, { '[' + mainGroup.toByteArray() + ']', {}, true, true });
     // Above the blank lines that set the next group apart.
-    QByteArrayList& lines = m_groups[1].lines;
-    qsizetype end = lines.size();
-    while (end > 0 && lines[end - 1].trimmed().isEmpty())
-        --end;
-    lines.insert(end, changed);
+    for (auto line = place + 1; line != m_lines.end() && !line->isHeader; ++line) {
+        if (!isBlank(line->text))
+            place = line;
+    }
+    m_lines.insert(place + 1, changed);
 }
 
 void DesktopEntry::remove(QByteArrayView key)
 {
-    for (Group& group : m_groups) {
-        if (group.isMain())
-            group.lines.removeIf([key](const QByteArray& line) { return keyOf(line) == key; });
-    }
+    m_lines.removeIf([key](const Line& line) { return line.isMain && line.key == key; });
 }
 
 QByteArray DesktopEntry::text() const
 {
     QByteArray text;
-    for (const Group& group : m_groups) {
-        if (!group.name.isEmpty())
-            text += '[' + group.name + "]\n";
-        for (const QByteArray& line : group.lines)
-            text += line + '\n';
-    }
+    for (const Line& line : m_lines)
+        text += line.text + '\n';
     return text;
 }
 
@@ -170,25 +169,12 @@ QByteArray DesktopEntry::escaped(const QByteArray& text)
 {
     QByteArray value;
     for (qsizetype i = 0; i < text.size(); ++i) {
-        switch (text[i]) {
-        case '\\':
-            value += "\\\\";
-            break;
-        case '\n':
-            value += "\\n";
-            break;
-        case '\r':
-            value += "\\r";
-            break;
-        case '\t':
-            value += "\\t";
-            break;
-        case ' ':
-            value += i == 0 || i + 1 == text.size() ? "\\s" : " ";
-            break;
-        default:
+        const bool isInside = i > 0 && i + 1 < text.size();
+        const qsizetype code = text[i] == ' ' && isInside ? -1 : meanings.indexOf(text[i]);
+        if (code < 0)
             value += text[i];
-        }
+        else
+            (value += '\\') += codes[code];
     }
     return value;
 }
@@ -201,8 +187,6 @@ QByteArray DesktopEntry::unescaped(const QByteArray& value)
             text += value[i];
             continue;
         }
-        constexpr QByteArrayView codes("sntr\\");
-        constexpr QByteArrayView meanings(" \n\t\r\\");
         const qsizetype code = codes.indexOf(value[++i]);
         if (code >= 0)
             text += meanings[code];
@@ -215,8 +199,7 @@ QByteArray DesktopEntry::unescaped(const QByteArray& value)
 QByteArray DesktopEntry::command(const QByteArray& program, const QByteArray& argument)
 {
     QByteArray quoted("\"");
-    // GLib looks for the program before it makes one of two percent signs, and so never finds it. A shell that starts what it
-    // is given is found.
+    // GLib looks for the program before it reads "%%" as "%", and so does not find it. It finds a shell, which starts its argument.
     if (program.contains('%'))
         quoted = "/bin/sh -c \"exec \\\"\\$0\\\" \\\"\\$@\\\"\" \"";
     for (const char character : program) {
@@ -234,43 +217,15 @@ QByteArray DesktopEntry::command(const QByteArray& program, const QByteArray& ar
 
 QByteArrayList DesktopEntry::wordsOf(const QByteArray& command)
 {
-    // As a shell takes words apart, which is what readers of desktop entries do.
-    const QByteArray line = unescaped(command).trimmed();
+    int count = 0;
+    char** parsed = nullptr;
+    if (!::g_shell_parse_argv(unescaped(command).constData(), &count, &parsed, nullptr))
+        return {};
     QByteArrayList words;
-    QByteArray word;
-    bool isInWord = false;
-    char quote = '\0';
-    for (qsizetype i = 0; i < line.size(); ++i) {
-        const char character = line[i];
-        const bool isLast = i + 1 == line.size();
-        if (quote == '\0' && (character == ' ' || character == '\t' || character == '\n')) {
-            if (std::exchange(isInWord, false))
-                words.append(std::exchange(word, {}));
-            continue;
-        }
-        isInWord = true;
-        if (character == quote) {
-            quote = '\0';
-        } else if (quote == '\0' && (character == '"' || character == '\'')) {
-            quote = character;
-        } else if (character == '\\' && quote != '\'') {
-            if (isLast)
-                return {};
-            if (quote == '"' && !QByteArrayView("\"`$\\").contains(line[i + 1]))
-                word += character;
-            word += line[++i];
-        } else if (character == '%') {
-            // Two are one; with anything else it stands for files, of which there are none.
-            if (!isLast && line[++i] == '%')
-                word += '%';
-        } else {
-            word += character;
-        }
-    }
-    if (isInWord)
-        words.append(word);
-    const bool isUnderstood = quote == '\0' && !words.isEmpty() && !words.first().isEmpty();
-    return isUnderstood ? words : QByteArrayList();
+    for (int i = 0; i < count; ++i)
+        words.append(withoutFieldCodes(parsed[i]));
+    ::g_strfreev(parsed);
+    return words.value(0).isEmpty() ? QByteArrayList() : words;
 }
 
 } // namespace kestrum

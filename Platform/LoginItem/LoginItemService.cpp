@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // The entry belongs to several: to us, to the desktop's settings, which switch it off in it, and to its user, who may have
 // put a delay into it or linked it to a place where it is kept under version control. So only our own keys are changed, a
 // linked file is changed where it is, and an entry that holds more than ours is not deleted when it is switched off but renamed,

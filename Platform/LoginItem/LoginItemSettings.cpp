@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/LoginItem/LoginItemService.h"
 
 #include <QFileInfo>

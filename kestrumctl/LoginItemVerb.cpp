@@ -35,9 +35,9 @@ ExitCode runLoginItem(const CommandLine& line)
     const LoginItemService service = AgentLoginItem::service();
     if (word == words[0])
         return Console::print(name(service.status()) + '\n');
-    const auto error = word == words[1] ? service.registerItem() : service.unregister();
-    if (error && !AgentLoginItem::isHarmless(*error))
-        return Console::failed(error->text);
+    const auto changed = word == words[1] ? service.registerItem() : service.unregister();
+    if (!changed && !AgentLoginItem::isHarmless(changed.failure()))
+        return Console::failed(changed.failureText());
     return ExitCode::done;
 }
 

@@ -78,7 +78,7 @@ private Q_SLOTS:
     // The first one: what is known stays known as long as the process lives.
     void untilTheStateIsKnownTheSwitchKeepsItsRoomUnseen()
     {
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         Shown shown;
         shown.window.show();
         QVERIFY(!shown.toggle->isVisible());
@@ -93,7 +93,7 @@ private Q_SLOTS:
 
     void aSecondSectionShowsTheKnownStateAtOnce()
     {
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         Shown first;
         first.show();
         QTRY_VERIFY(first.toggle->isChecked());
@@ -110,7 +110,7 @@ private Q_SLOTS:
         before.show();
         QTest::qWait(50);
         QTRY_VERIFY(!before.toggle->isChecked());
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         auto* section = new LaunchAtLoginSection;
         before.window.layout()->addWidget(section);
         QTRY_VERIFY(section->findChild<Switch*>()->isChecked());
@@ -134,7 +134,7 @@ private Q_SLOTS:
         QFETCH(const bool, isOn);
         QFETCH(const bool, needsApproval);
         if (!line.isEmpty()) {
-            QVERIFY(!m_fixture->service().registerItem());
+            QVERIFY(m_fixture->service().registerItem());
             write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + line + '\n');
         }
         Shown shown;
@@ -148,7 +148,7 @@ private Q_SLOTS:
 
     void approvalIsAskedForWithTheWayToTheSettings()
     {
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         Shown shown;
         shown.show();
@@ -172,7 +172,7 @@ private Q_SLOTS:
 
     void itsRowsStandBelowTheHeadingInTheirOrder()
     {
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         Shown shown;
         shown.show();
@@ -303,7 +303,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, variable);
         QFETCH(const QString, bundle);
         QFETCH(const QString, message);
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         const Bundle before = Bundle::main();
         if (!bundle.isEmpty())
             Bundle::setMain(Bundle(bundle));
@@ -341,7 +341,7 @@ private Q_SLOTS:
 
     void theStateIsReadAgainWhenTheWindowBecomesActive()
     {
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         Shown shown;
         shown.show();
         QTRY_VERIFY(shown.toggle->isChecked());

@@ -12,10 +12,10 @@ using Status = LoginItemService::Status;
 
 namespace {
 
-/// 0 for success, else the error's code.
-int codeOf(const std::optional<LoginItemService::Error>& error)
+/// 0 for success, else the failure's code.
+int codeOf(const Result<>& result)
 {
-    return error ? error->code : 0;
+    return result ? 0 : result.failure().error;
 }
 
 QByteArray value(const QByteArray& key)
@@ -133,7 +133,7 @@ private Q_SLOTS:
         QCOMPARE(::stat(QFile::encodeName(LoginItemFixture::entry()).constData(), &before), 0);
         const auto again = m_fixture->service().registerItem();
         QCOMPARE(codeOf(again), 12);
-        QVERIFY2(again->text.contains(LoginItemFixture::entry()), qPrintable(again->text));
+        QVERIFY2(again.failureText().contains(LoginItemFixture::entry()), qPrintable(again.failureText()));
         struct stat after;
         QCOMPARE(::stat(QFile::encodeName(LoginItemFixture::entry()).constData(), &after), 0);
         QCOMPARE(after.st_ino, before.st_ino);
@@ -151,7 +151,8 @@ private Q_SLOTS:
     {
         const auto withoutFolder = m_fixture->service().unregister();
         QCOMPARE(codeOf(withoutFolder), 6);
-        QVERIFY2(withoutFolder->text.contains(LoginItemFixture::entry()), qPrintable(withoutFolder->text));
+        QVERIFY2(withoutFolder.failureText().contains(LoginItemFixture::entry()),
+            qPrintable(withoutFolder.failureText()));
         QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
         QCOMPARE(codeOf(m_fixture->service().unregister()), 6);
     }
@@ -170,11 +171,12 @@ private Q_SLOTS:
         QFETCH(const QString, reason);
         const QByteArray program = QFile::encodeName(m_fixture->agentProgram());
         QCOMPARE(::chmod(program.constData(), mode_t(mode)), 0);
-        const auto error = m_fixture->service().registerItem();
+        const auto result = m_fixture->service().registerItem();
         QCOMPARE(::chmod(program.constData(), 0700), 0);
-        QCOMPARE(codeOf(error), 3);
-        QVERIFY2(error->text.contains(m_fixture->agentProgram()) && error->text.contains(reason),
-            qPrintable(error->text));
+        QCOMPARE(codeOf(result), 3);
+        QVERIFY2(
+            result.failureText().contains(m_fixture->agentProgram()) && result.failureText().contains(reason),
+            qPrintable(result.failureText()));
         QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
 
@@ -198,12 +200,13 @@ private Q_SLOTS:
         QFETCH(const int, code);
         const QByteArray path = QFile::encodeName(folder);
         QCOMPARE(::chmod(path.constData(), mode_t(mode)), 0);
-        const auto error = m_fixture->service().registerItem();
+        const auto result = m_fixture->service().registerItem();
         QCOMPARE(::chmod(path.constData(), 0700), 0);
-        QCOMPARE(codeOf(error), code);
-        if (error)
-            QVERIFY2(error->text.startsWith(folder + QStringLiteral(": everybody may change it (mode 0707)")),
-                qPrintable(error->text));
+        QCOMPARE(codeOf(result), code);
+        if (!result)
+            QVERIFY2(result.failureText().startsWith(
+                         folder + QStringLiteral(": everybody may change it (mode 0707)")),
+                qPrintable(result.failureText()));
     }
 
     void aFolderThatAForeignGroupWritesIntoIsCode3()
@@ -257,13 +260,15 @@ private Q_SLOTS:
         QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         const auto removed = m_fixture->service().unregister();
         QCOMPARE(codeOf(removed), 11);
-        QVERIFY2(removed->text.contains(LoginItemFixture::entry()), qPrintable(removed->text));
+        QVERIFY2(
+            removed.failureText().contains(LoginItemFixture::entry()), qPrintable(removed.failureText()));
         LoginItemFixture::clear();
         QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
         QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         const auto registered = m_fixture->service().registerItem();
         QCOMPARE(codeOf(registered), 11);
-        QVERIFY2(registered->text.contains(LoginItemFixture::folder()), qPrintable(registered->text));
+        QVERIFY2(registered.failureText().contains(LoginItemFixture::folder()),
+            qPrintable(registered.failureText()));
         QCOMPARE(m_fixture->service().status(), Status::notRegistered);
     }
 
@@ -271,9 +276,9 @@ private Q_SLOTS:
     {
         // A file where the folder should be.
         write(LoginItemFixture::folder(), "mine");
-        const auto error = m_fixture->service().registerItem();
-        QCOMPARE(codeOf(error), -ENOTDIR);
-        QVERIFY2(error->text.contains(LoginItemFixture::folder()), qPrintable(error->text));
+        const auto result = m_fixture->service().registerItem();
+        QCOMPARE(codeOf(result), -ENOTDIR);
+        QVERIFY2(result.failureText().contains(LoginItemFixture::folder()), qPrintable(result.failureText()));
         QCOMPARE(contentOf(LoginItemFixture::folder()), QByteArray("mine"));
         QCOMPARE(m_fixture->service().status(), Status::notRegistered);
         QCOMPARE(codeOf(m_fixture->service().unregister()), 6);
@@ -285,10 +290,10 @@ private Q_SLOTS:
             QSKIP("only root can be root");
         const LoginItemService service = m_fixture->service();
         QCOMPARE(::seteuid(0), 0);
-        const auto error = service.registerItem();
+        const auto result = service.registerItem();
         QCOMPARE(::seteuid(65534), 0);
-        QCOMPARE(codeOf(error), -EPERM);
-        QVERIFY2(error->text.contains(QStringLiteral("root")), qPrintable(error->text));
+        QCOMPARE(codeOf(result), -EPERM);
+        QVERIFY2(result.failureText().contains(QStringLiteral("root")), qPrintable(result.failureText()));
         QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
 

@@ -201,7 +201,7 @@ private Q_SLOTS:
 
     void approvalNeeded()
     {
-        QVERIFY(!m_fixture->service().registerItem());
+        QVERIFY(m_fixture->service().registerItem());
         QFile entry(LoginItemFixture::entry());
         QVERIFY(entry.open(QIODevice::Append) && entry.write("Hidden=true\n") > 0);
         entry.close();

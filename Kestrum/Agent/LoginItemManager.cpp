@@ -10,14 +10,13 @@
 #include <QPointer>
 #include <QThread>
 #include <QThreadPool>
-#include <atomic>
 #include <chrono>
+#include <mutex>
 
 namespace kestrum {
 
 namespace {
 
-using Error = std::optional<LoginItemService::Error>;
 using Status = LoginItemService::Status;
 
 constexpr char logArea[] = "loginItem";
@@ -31,23 +30,23 @@ std::optional<Status>& lastKnownStatus()
     return status;
 }
 
-/// Taken by whoever deals with the application object: by the worker while it hands over a result, and for good by the end of
-/// an application that a change outlasts.
-std::atomic_flag applicationIsTaken;
+/// Guards the application object, to which the worker posts its results, and whether it is still there for them.
+std::mutex applicationMutex;
+bool isApplicationGone = false;
 
 QThreadPool& worker();
 
-/// At the end of the application: changes that were asked for are made, though nobody hears of their outcome any more. One that
+/// At the end of the application: requested changes are made, though nobody learns their outcome any more. One that
 /// hangs, as on a network mount whose server is gone, is left behind in the kernel with its thread, which ends with the process.
-/// Should it come back before that it finds nothing to do and the application out of its reach; its own copy of the service
-/// and the pool, which is never destroyed, are all that it needs.
+/// If it returns before that, it posts nothing. It needs only its own copy of the service, and the pool, which is never
+/// destroyed.
 void endWorker()
 {
     if (worker().waitForDone(int(patienceAtTheEnd.count())))
         return;
     worker().clear();
-    while (applicationIsTaken.test_and_set())
-        QThread::yieldCurrentThread();
+    const std::scoped_lock lock(applicationMutex);
+    isApplicationGone = true;
 }
 
 /// A single thread, so that of two quick changes the later one is what remains.
@@ -67,31 +66,30 @@ template <class Work, class Done> void run(Work work, Done done)
 {
     worker().start([work = std::move(work), done = std::move(done)] {
         const auto result = work();
-        if (applicationIsTaken.test_and_set())
-            return;
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(), [done, result] { done(result); }, Qt::QueuedConnection);
-        applicationIsTaken.clear();
+        const std::scoped_lock lock(applicationMutex);
+        if (!isApplicationGone)
+            QMetaObject::invokeMethod(
+                QCoreApplication::instance(), [done, result] { done(result); }, Qt::QueuedConnection);
     });
 }
 
-Error change(const LoginItemService& service, bool enabled, bool wasOn)
+Result<> change(const LoginItemService& service, bool enabled, bool wasOn)
 {
     if (!enabled)
         return service.unregister();
     if (wasOn) {
         // One that waits for approval, or is of another copy of ours, gives way to a fresh one.
-        service.unregister();
+        (void)service.unregister();
         QThread::msleep(pauseBeforeRegisteringAgain.count());
     }
     return service.registerItem();
 }
 
-std::optional<QString> message(const Error& error)
+std::optional<QString> message(const Result<>& result)
 {
-    if (!error || AgentLoginItem::isHarmless(*error))
+    if (result || AgentLoginItem::isHarmless(result.failure()))
         return std::nullopt;
-    switch (error->code) {
+    switch (result.failure().error) {
     case LoginItemService::notTrusted:
         return AppLanguage::string("This build is not signed. Login items need a signed build.");
     case LoginItemService::refused:
@@ -99,7 +97,7 @@ std::optional<QString> message(const Error& error)
     case LoginItemService::notForRoot:
         return AppLanguage::string("No login item is registered for root.");
     default:
-        return error->text; // in the system's own words
+        return result.failureText(); // in the system's own words
     }
 }
 
@@ -172,14 +170,14 @@ void LoginItemManager::setEnabled(bool enabled)
     setStatus(enabled ? Status::enabled : Status::notRegistered);
     Q_EMIT changed();
     run([service = AgentLoginItem::service(), enabled, wasOn] { return change(service, enabled, wasOn); },
-        [self = QPointer(this)](const Error& error) {
-            const auto message = kestrum::message(error);
+        [self = QPointer(this)](const Result<>& result) {
+            const auto message = kestrum::message(result);
             if (message) {
                 const QString line = QStringLiteral("login item: %1");
                 Log::error(logArea, line.arg(*message));
                 // The sentence for people does not name the place and the reason.
-                if (*message != error->text)
-                    Log::warning(logArea, line.arg(error->text));
+                if (const QString reason = result.failureText(); *message != reason)
+                    Log::warning(logArea, line.arg(reason));
             }
             if (self)
                 self->finish(message);
@@ -203,7 +201,7 @@ void LoginItemManager::unregisterLegacyMainAppOnce()
         return;
     const LoginItemService legacy(applicationIdentifier, {}, {});
     run([legacy] { return legacy.unregister(); },
-        [](const Error&) { Setting(Keys::didUnregisterLegacyLoginItem).set(true); });
+        [](const Result<>&) { Setting(Keys::didUnregisterLegacyLoginItem).set(true); });
 }
 
 } // namespace kestrum

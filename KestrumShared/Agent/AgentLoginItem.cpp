@@ -37,9 +37,9 @@ const char* AgentLoginItem::message(Block block)
     return "";
 }
 
-bool AgentLoginItem::isHarmless(const LoginItemService::Error& error)
+bool AgentLoginItem::isHarmless(const Failure& failure)
 {
-    return error.code == LoginItemService::nothingThere || error.code == LoginItemService::alreadyThere;
+    return failure.error == LoginItemService::nothingThere || failure.error == LoginItemService::alreadyThere;
 }
 
 } // namespace kestrum

@@ -23,8 +23,8 @@ std::optional<Block> block();
 /// The sentence for people; to be translated.
 const char* message(Block block);
 
-/// Whether an error leaves what was asked for: nothing had to be removed, or the item was there already.
-bool isHarmless(const LoginItemService::Error& error);
+/// Whether the result is the requested one all the same: nothing had to be removed, or the item was there already.
+bool isHarmless(const Failure& failure);
 
 } // namespace AgentLoginItem
 } // namespace kestrum

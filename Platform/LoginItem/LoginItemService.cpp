@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// The entry belongs to several: to us, to the desktop's settings, which switch it off in it, and to its user, who may have
-// put a delay into it or linked it to a place where it is kept under version control. So only our own keys are changed, a
-// linked file is changed where it is, and an entry that holds more than ours is not deleted when it is switched off but renamed,
-// to a name that no desktop reads, from which it comes back when it is switched on again. Nothing is ever renamed over something.
+// Three parties write the entry: we, the desktop's settings, which switch it off in it, and its user, who may have added a
+// delay or linked it to a file under version control. So only our own keys are changed, and a linked file is changed where it
+// is. An entry that holds more than ours is not deleted when it is switched off, but renamed to a name that no desktop reads.
+// It comes back from there when it is switched on again. No renaming replaces a file.
 //
-// Desktops switch an entry off in two ways, of which each reads only one or both: "Hidden" and, older, GNOME's key. Both are
-// read, and both are written.
+// Desktops switch an entry off by "Hidden" or, older, by GNOME's key, and some read only one of them. Both are read, and both
+// are written.
 //
-// An entry of the same name for the whole system is started as long as the user has none. So where there is one, the item is
-// switched off by an entry of the user's that is switched off, and that bears a mark of ours: without it the item would count as
-// switched off by the desktop's own settings.
+// An entry for the whole system is started while the user has none of the same name. Where there is one, the item is
+// switched off by an entry of the user's that is switched off. That entry bears a mark of ours: without it the item would
+// count as switched off by the desktop's own settings.
 
 #include "Platform/LoginItem/LoginItemService.h"
 
@@ -43,18 +43,22 @@ constexpr char switchedOffSuffix[] = ".off";
 constexpr int mostSetAside = 999;
 constexpr qsizetype mostBytes = 1024 * 1024;
 
-LoginItemService::Error failed(const QByteArray& path, const char* step, int error)
+Failure failed(const QByteArray& path, const char* step, int error)
 {
+    Failure failure = Failure::fromErrno(step, error).about(QFile::decodeName(path));
     const bool isRefused = error == EACCES || error == EPERM || error == EROFS;
-    // The system's own numbers are turned negative: some of them are the same as codes of ours.
-    return { isRefused ? LoginItemService::refused : -error,
-        QStringLiteral("%1: cannot %2: %3")
-            .arg(QFile::decodeName(path), QLatin1StringView(step), qt_error_string(error)) };
+    failure.error = isRefused ? LoginItemService::refused : -error;
+    return failure;
 }
 
-/// What stands in the place of the entry.
+Failure rootRefused()
+{
+    return { {}, QStringLiteral("No login item is registered for root."), LoginItemService::notForRoot, {} };
+}
+
+/// The file of an entry.
 struct Found {
-    int error = 0; ///< ENOENT when there is nothing; another when it cannot be read
+    int error = 0; ///< ENOENT when there is none; any other when it cannot be read
     QByteArray bytes;
     struct stat state = {};
 };
@@ -62,7 +66,7 @@ struct Found {
 Found read(int directory, const QByteArray& name, int flags)
 {
     Found found;
-    // Not blocking: there may be a pipe.
+    // Not blocking: it may be a pipe.
     const FileDescriptor file(
         ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
     if (!file.isValid() || ::fstat(file.get(), &found.state) != 0) {
@@ -80,7 +84,7 @@ Found read(int directory, const QByteArray& name, int flags)
     return found;
 }
 
-/// Switched off by `unregister`, and not by the desktop's own settings.
+/// Whether `unregister` switched it off, and not the desktop's own settings.
 bool isOffByUs(const DesktopEntry& entry)
 {
     return AutostartRules::isOff(entry) && entry.value(offByUsKey) == "true";
@@ -128,7 +132,7 @@ LoginItemService::Status LoginItemService::statusForAll() const
         if (found.error == ENOENT)
             continue;
         const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
-        // Hidden there, it is as if there were none.
+        // An entry that is hidden there counts as none.
         if (found.error == 0 && AutostartRules::isOff(entry))
             return Status::notRegistered;
         const bool isOurs = found.error == 0 && AutostartRules::starts(entry, QFile::encodeName(m_program));
@@ -137,18 +141,18 @@ LoginItemService::Status LoginItemService::statusForAll() const
     return Status::notRegistered;
 }
 
-std::optional<LoginItemService::Error> LoginItemService::registerItem() const
+Result<> LoginItemService::registerItem() const
 {
-    // Root has no desktop that would start anything, and a file of root's in a user's folder would be in that user's way.
+    // Root has no desktop that would start anything, and the user could not change a file of root's in the user's folder.
     if (::geteuid() == 0)
-        return Error { notForRoot, QStringLiteral("No login item is registered for root.") };
+        return rootRefused();
     const QByteArray program = QFile::encodeName(m_program);
     if (!AutostartRules::isProgram(program))
-        return Error { notTrusted, QStringLiteral("%1: it cannot be run").arg(m_program) };
-    // By links, too, others could get in at either end.
+        return Failure { {}, QStringLiteral("it cannot be run"), notTrusted, m_program };
+    // Of a link, both the link and its target must be safe from others.
     for (const QByteArray& path : { program, QFile::encodeName(QFileInfo(m_program).canonicalFilePath()) }) {
         if (const auto wayIn = FileTrust::wayInForOthers(path))
-            return Error { notTrusted, *wayIn };
+            return Failure { {}, *wayIn, notTrusted, {} };
     }
 
     const QByteArray path = QFile::encodeName(entryPath());
@@ -165,20 +169,20 @@ std::optional<LoginItemService::Error> LoginItemService::registerItem() const
     for (const QByteArray& name : { place.name, switchedOff }) {
         struct stat state;
         const bool isThere = ::fstatat(directory.get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
-        // What cannot be asked for may be there: a new entry in its place would be without what its user wrote.
+        // Another error does not mean that there is none, and a new entry would lose the lines that its user wrote.
         if (!isThere && errno != ENOENT)
             return failed(place.directory + '/' + name, "look at it", errno);
         comesBack = isThere && name == switchedOff;
         if (isThere)
             break;
     }
-    const auto error = write(place.directory + '/' + (comesBack ? switchedOff : place.name), true);
-    if (!comesBack || (error && error->code != alreadyThere))
-        return error;
+    const auto written = write(place.directory + '/' + (comesBack ? switchedOff : place.name), true);
+    if (!comesBack || (!written && written.failure().error != alreadyThere))
+        return written;
     return moved(directory.get(), switchedOff, place.name);
 }
 
-std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray& path, bool isOn) const
+Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
 {
     const FilePath::Place target = FilePath::of(FilePath::wayTo(path).constLast());
     const FileDescriptor directory = FilePath::openedDirectory(target.directory);
@@ -213,54 +217,53 @@ std::optional<LoginItemService::Error> LoginItemService::write(const QByteArray&
     }
     const QByteArray text = entry.text();
     if (exists && text == found.bytes)
-        return Error { alreadyThere,
-            QStringLiteral("%1: it is %2 already")
-                .arg(QFile::decodeName(path), QLatin1StringView(isOn ? "registered" : "switched off")) };
+        return Failure { {},
+            isOn ? QStringLiteral("it is registered already") : QStringLiteral("it is switched off already"),
+            alreadyThere, QFile::decodeName(path) };
     const auto result
         = AtomicFile::replace(directory.get(), target.name, text, exists ? &found.state : nullptr);
     if (result.failure)
         return failed(path, result.failure.step, result.failure.error);
-    return std::nullopt;
+    return {};
 }
 
-std::optional<LoginItemService::Error> LoginItemService::moved(
-    int directory, const QByteArray& from, const QByteArray& to) const
+Result<> LoginItemService::moved(int directory, const QByteArray& from, const QByteArray& to) const
 {
     const QByteArray path = FilePath::of(QFile::encodeName(entryPath())).directory + '/' + from;
     if (!FilePath::renameToNew(directory, from, to))
         return failed(path, "rename", errno);
     if (const auto failure = AtomicFile::syncDirectory(directory))
         return failed(path, failure.step, failure.error);
-    return std::nullopt;
+    return {};
 }
 
-std::optional<LoginItemService::Error> LoginItemService::setAside(int directory, const QByteArray& name) const
+Result<> LoginItemService::setAside(int directory, const QByteArray& name) const
 {
     const QByteArray switchedOff = name + switchedOffSuffix;
-    // One that was switched off earlier makes room, so that the latest is the one that comes back.
+    // An older one makes room, so that the latest is the one that comes back.
     for (int number = 1; number <= mostSetAside; ++number) {
-        const auto error = moved(directory, name, switchedOff);
-        if (!error || error->code != -EEXIST)
-            return error;
+        const auto latest = moved(directory, name, switchedOff);
+        if (latest || latest.failure().error != -EEXIST)
+            return latest;
         const auto older = moved(directory, switchedOff, switchedOff + '-' + QByteArray::number(number));
-        if (older && older->code != -EEXIST)
+        if (!older && older.failure().error != -EEXIST)
             return older;
     }
     return moved(directory, name, switchedOff);
 }
 
-std::optional<LoginItemService::Error> LoginItemService::unregister() const
+Result<> LoginItemService::unregister() const
 {
     const QByteArray path = QFile::encodeName(entryPath());
     const FilePath::Place place = FilePath::of(path);
     const auto nothing = [this] {
-        return Error { nothingThere, QStringLiteral("%1: it is not registered").arg(entryPath()) };
+        return Failure { {}, QStringLiteral("it is not registered"), nothingThere, entryPath() };
     };
     if (statusForAll() == Status::enabled) {
         if (status() == Status::notRegistered)
             return nothing();
         if (::geteuid() == 0)
-            return Error { notForRoot, QStringLiteral("No login item is registered for root.") };
+            return rootRefused();
         if (!FilePath::makeDirectory(place.directory))
             return failed(place.directory, "make the directory", errno);
         return write(path, false);
@@ -285,7 +288,7 @@ std::optional<LoginItemService::Error> LoginItemService::unregister() const
         return errno == ENOENT ? nothing() : failed(path, "remove", errno);
     if (const auto failure = AtomicFile::syncDirectory(directory.get()))
         return failed(path, failure.step, failure.error);
-    return std::nullopt;
+    return {};
 }
 
 } // namespace kestrum

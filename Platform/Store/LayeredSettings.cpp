@@ -1,6 +1,7 @@
 #include "Platform/Store/LayeredSettings.h"
 
 #include <initializer_list>
+#include <utility>
 
 namespace kestrum {
 
@@ -22,10 +23,22 @@ QJsonObject LayeredSettings::inEffect() const
     return values;
 }
 
-void LayeredSettings::setStored(const QJsonObject& values)
+QStringList LayeredSettings::setStored(const QJsonObject& values)
 {
+    const Table before = std::exchange(m_inEffect, {});
     m_stored = values;
     rebuild();
+    QStringList changed;
+    for (const auto& [key, entry] : m_inEffect) {
+        const auto was = before.find(key);
+        if (was == before.end() || was->second.value != entry.value)
+            changed.append(QString::fromStdString(key));
+    }
+    for (const auto& [key, entry] : before) {
+        if (!m_inEffect.contains(key))
+            changed.append(QString::fromStdString(key));
+    }
+    return changed;
 }
 
 void LayeredSettings::setAdministered(const QJsonObject& values)

@@ -3,6 +3,7 @@
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QString>
+#include <QStringList>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -33,8 +34,9 @@ public:
     /// All keys of all layers, each with its value in effect. Builds a new object.
     QJsonObject inEffect() const;
 
-    /// The first two take the place of what the layer held; registered values are added to it.
-    void setStored(const QJsonObject& values);
+    /// The first two replace what the layer held; registered values are added to it. `setStored` gives the keys whose value
+    /// in effect changed by it, in no order.
+    QStringList setStored(const QJsonObject& values);
     void setAdministered(const QJsonObject& values);
     void addRegistered(const QJsonObject& values);
 
@@ -44,12 +46,14 @@ private:
         size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
     };
 
+    using Table = std::unordered_map<std::string, Entry, Hash, std::equal_to<>>;
+
     void rebuild();
 
     QJsonObject m_stored;
     QJsonObject m_administered;
     QJsonObject m_registered;
-    std::unordered_map<std::string, Entry, Hash, std::equal_to<>> m_inEffect;
+    Table m_inEffect;
 };
 
 } // namespace kestrum

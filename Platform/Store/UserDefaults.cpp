@@ -1,13 +1,11 @@
-// What is read comes from a snapshot in memory. Whether it still holds is told
-//   - by a counter that all processes share: a writer adds one after its file stands, so a counter that has
-//     not moved since before we looked means that no save has ended since. Without a counter every read asks
-//     the file system;
-//   - by a watch of the directories, from the first observer of `changed` on. Only this finds what people edit
-//     by hand, as editors move no counter. It looks at the file whatever the counter says.
-// A file that is not the one we know is read again, and only other values make a notice; so the watch that
-// reports our own save finds nothing new. One mutex guards all but the watches, which belong to the main
-// thread. It is not held during a save: a snapshot that another thread's save has overtaken is found out by
-// the next look, since each save remembers the counter as it was before it began.
+// Reads are answered from a snapshot in memory. Two things tell that it may be out of date:
+//   - A counter that all processes share. A writer advances it when its file stands, so an unchanged counter means that no save
+//     has ended since our last look. Without a counter every read asks the file system.
+//   - A watch of the directories, from the first observer of `changed` on. Only the watch finds edits by hand, as editors
+//     advance no counter. It looks at the file whatever the counter says.
+// Another file than the known one is read again, and only other values make a notice: our own save makes no second one.
+// One mutex guards everything but the watches, which belong to the main thread. It is not held during a save. If another thread
+// saves meanwhile, the next look finds that out, since each save remembers the counter from before it began.
 
 #include "Platform/Store/UserDefaults.h"
 
@@ -23,11 +21,11 @@
 #include "Platform/Store/SettingsWatch.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QMetaMethod>
 #include <QThread>
 #include <QTimer>
 #include <mutex>
+#include <set>
 
 namespace kestrum {
 
@@ -87,12 +85,22 @@ struct UserDefaults::Domain {
             look();
     }
 
+    /// The value in effect, taken from `part`, when it is of `type`.
+    template <class T>
+    std::optional<T> read(std::string_view key, QJsonValue::Type type, T LayeredSettings::Entry::*part)
+    {
+        const std::scoped_lock lock(mutex);
+        refresh();
+        const auto* entry = values.find(key);
+        return entry && entry->type == type ? std::optional(entry->*part) : std::nullopt;
+    }
+
     void look();
     void adopt(const SettingsFile::Content& content);
     bool save(const SettingsFile::Changes& changes);
-    void scheduleNotice();
+    void scheduleNotice(const QStringList& keys);
 
-    void startObserving();
+    void lookAround();
     void scheduleObservedLook();
     void scheduleSecondLook();
 
@@ -114,6 +122,7 @@ struct UserDefaults::Domain {
     bool isDurabilityOwed = false; ///< the last save has replaced the file, but failed to make that last
     bool isObserved = false;
     bool isNoticeScheduled = false;
+    std::set<QString> changedKeys; ///< since the last notice
     bool isSecondLookScheduled = false;
 
     // Of the main thread only.
@@ -148,21 +157,22 @@ void UserDefaults::Domain::adopt(const SettingsFile::Content& content)
     doubt.settle(content);
     if (content.values == values.stored())
         return;
-    values.setStored(content.values);
-    scheduleNotice();
+    scheduleNotice(values.setStored(content.values));
 }
 
-void UserDefaults::Domain::scheduleNotice()
+void UserDefaults::Domain::scheduleNotice(const QStringList& keys)
 {
-    if (!isObserved || isNoticeScheduled)
+    if (!isObserved)
         return;
-    isNoticeScheduled = true;
+    changedKeys.insert(keys.begin(), keys.end());
+    if (std::exchange(isNoticeScheduled, true))
+        return;
     const auto tell = [this] {
-        {
-            const std::scoped_lock lock(mutex);
-            isNoticeScheduled = false;
-        }
-        Q_EMIT defaults->changed();
+        std::unique_lock lock(mutex);
+        isNoticeScheduled = false;
+        const auto told = std::exchange(changedKeys, {});
+        lock.unlock();
+        Q_EMIT defaults->changed(QStringList(told.begin(), told.end()));
     };
     QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
 }
@@ -208,27 +218,20 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     return true;
 }
 
-void UserDefaults::Domain::startObserving()
+void UserDefaults::Domain::lookAround()
 {
+    isLookScheduled = false;
     watch.follow();
     const std::scoped_lock lock(mutex);
     look();
 }
 
-/// One look for all that is heard in a turn, and not within a watch's handler, as the look may end that
-/// watch.
+/// One look for all that is heard in a turn. Not within a watch's handler, as the look may end that watch.
 void UserDefaults::Domain::scheduleObservedLook()
 {
-    if (isLookScheduled)
-        return;
-    isLookScheduled = true;
-    const auto lookAround = [this] {
-        isLookScheduled = false;
-        watch.follow();
-        const std::scoped_lock lock(mutex);
-        look();
-    };
-    QMetaObject::invokeMethod(defaults, lookAround, Qt::QueuedConnection);
+    if (!std::exchange(isLookScheduled, true))
+        QMetaObject::invokeMethod(
+            defaults, [this] { lookAround(); }, Qt::QueuedConnection);
 }
 
 /// Nothing happens when a doubt has lasted long enough, so nobody would tell.
@@ -295,32 +298,17 @@ QJsonValue UserDefaults::object(std::string_view key) const
 
 std::optional<QString> UserDefaults::string(std::string_view key) const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    const auto* entry = m_domain->values.find(key);
-    if (!entry || entry->type != QJsonValue::String)
-        return std::nullopt;
-    return entry->text;
+    return m_domain->read(key, QJsonValue::String, &LayeredSettings::Entry::text);
 }
 
 std::optional<bool> UserDefaults::boolean(std::string_view key) const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    const auto* entry = m_domain->values.find(key);
-    if (!entry || entry->type != QJsonValue::Bool)
-        return std::nullopt;
-    return entry->truth;
+    return m_domain->read(key, QJsonValue::Bool, &LayeredSettings::Entry::truth);
 }
 
 std::optional<double> UserDefaults::number(std::string_view key) const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    const auto* entry = m_domain->values.find(key);
-    if (!entry || entry->type != QJsonValue::Double)
-        return std::nullopt;
-    return entry->number;
+    return m_domain->read(key, QJsonValue::Double, &LayeredSettings::Entry::number);
 }
 
 QJsonObject UserDefaults::dictionary() const
@@ -371,6 +359,22 @@ SettingsFile::Trouble UserDefaults::lastTrouble() const
     return m_domain->saveError.isEmpty() ? m_domain->readTrouble : m_domain->saveTrouble;
 }
 
+void UserDefaults::observe(const QStringList& keys, QObject* owner, std::function<void()> function) const
+{
+    connect(this, &UserDefaults::changed, owner,
+        [keys, function = std::move(function)](const QStringList& changedKeys) {
+            for (const QString& key : keys) {
+                if (changedKeys.contains(key))
+                    return function();
+            }
+        });
+}
+
+void UserDefaults::synchronize()
+{
+    m_domain->lookAround();
+}
+
 void UserDefaults::sweepLeftovers()
 {
     m_domain->file.sweepLeftovers();
@@ -386,10 +390,10 @@ void UserDefaults::connectNotify(const QMetaMethod& signal)
             return;
     }
     if (QCoreApplication::instance() && QThread::currentThread() == thread())
-        m_domain->startObserving();
+        m_domain->lookAround();
     else
         QMetaObject::invokeMethod(
-            this, [this] { m_domain->startObserving(); }, Qt::QueuedConnection);
+            this, [this] { m_domain->lookAround(); }, Qt::QueuedConnection);
 }
 
 } // namespace kestrum

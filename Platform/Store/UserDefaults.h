@@ -6,6 +6,8 @@
 #include <QJsonValue>
 #include <QObject>
 #include <QString>
+#include <QStringList>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -62,13 +64,20 @@ public:
     /// The kind of reason that it has; none where it is empty.
     SettingsFile::Trouble lastTrouble() const;
 
+    /// Calls `function` after each notice that names one of `keys`, until `owner` is destroyed.
+    void observe(const QStringList& keys, QObject* owner, std::function<void()> function) const;
+    /// Reads the file if it is another one by now, whatever the counter and the watches say. Notices follow as always.
+    void synchronize();
+
     /// Removes what killed writers left behind; meant for after start-up.
     void sweepLeftovers();
 
 Q_SIGNALS:
-    /// Stored values changed, by this process or another. Sent from the event loop of the main thread, so
-    /// that several writes of one turn are told once. Observation begins with the first connection.
-    void changed();
+    /// Stored values changed, by this process or another. `keys` are those whose value in effect changed since the last
+    /// notice, in alphabetical order: also one that has its old value again, and none where other layers hide or equal what
+    /// changed. Sent from the event loop of the main thread, so that several writes of one turn are one notice.
+    /// Observation begins with the first connection.
+    void changed(const QStringList& keys);
     /// A save failed, and the first one after such a failure succeeded. Sent likewise from the event loop.
     void saveFailed(const QString& reason);
     void saveSucceeded();

@@ -5,6 +5,7 @@
 
 #include "tests/OwnSuite.h"
 
+#include <QByteArrayList>
 #include <QDir>
 #include <QTest>
 #include <fcntl.h>
@@ -23,9 +24,13 @@ protected:
         explicit Observed(const QString& suite)
             : store(UserDefaults::withSuiteName(suite))
         {
-            QObject::connect(store.get(), &UserDefaults::changed, [this] { ++notices; });
+            QObject::connect(store.get(), &UserDefaults::changed, [this](const QStringList& changed) {
+                ++notices;
+                keys.append(changed.join(u',').toUtf8());
+            });
         }
         int notices = 0;
+        QByteArrayList keys; ///< of each of these
         std::unique_ptr<UserDefaults> store;
     };
 

@@ -28,6 +28,16 @@ private Q_SLOTS:
     void changeBeforeTheFirstObserverIsNotTold();
     void changeThatWasNotReadYetIsToldToTheFirstObserver();
     void objectMayEndWithANoticeOnItsWay();
+    void ownWriteNamesItsKey();
+    void removedKeyIsNamed();
+    void allKeysOfATurnAreNamedOnceAndInOrder();
+    void keyThatHasItsOldValueAgainIsNamed();
+    void saveOfSomebodyElseNamesAllItsKeys();
+    void keyWhoseValueInEffectStaysIsNotNamed();
+    void registeringDefaultsTellsNobody();
+    void keysThatFallBackInADamagedFileAreNamed();
+    void observerHearsOfItsOwnKeysOnlyAndUntilItEnds();
+    void synchronizingFindsAChangeThatNobodyTold();
 
 private:
     static std::unique_ptr<UserDefaults> s_early;
@@ -199,6 +209,146 @@ void UserDefaultsNoticeTest::objectMayEndWithANoticeOnItsWay()
     }
     QTest::qWait(quietTime);
     QCOMPARE(notices, 0);
+}
+
+void UserDefaultsNoticeTest::ownWriteNamesItsKey()
+{
+    Observed observed(m_suite);
+    QVERIFY(observed.store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 } }, {}));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a,b" }, longestDelay);
+    observed.keys.clear();
+    QVERIFY(observed.store->set("b", 2));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "b" }, longestDelay);
+}
+
+void UserDefaultsNoticeTest::removedKeyIsNamed()
+{
+    Observed observed(m_suite);
+    observed.store->registerDefaults({ { QStringLiteral("a"), 1 } });
+    QVERIFY(observed.store->apply(
+        { { QStringLiteral("a"), 2 }, { QStringLiteral("b"), 2 }, { QStringLiteral("c"), 2 } }, {}));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+    observed.keys.clear();
+    // One that falls back to its default, and one that has none.
+    QVERIFY(observed.store->apply({}, { QStringLiteral("a"), QStringLiteral("b") }));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a,b" }, longestDelay);
+}
+
+void UserDefaultsNoticeTest::allKeysOfATurnAreNamedOnceAndInOrder()
+{
+    Observed observed(m_suite);
+    for (const char* key : { "b", "c", "a", "b" })
+        QVERIFY(observed.store->set(key, observed.store->number(key).value_or(0) + 1));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a,b,c" }, longestDelay);
+}
+
+// Somebody may have read the value in between.
+void UserDefaultsNoticeTest::keyThatHasItsOldValueAgainIsNamed()
+{
+    Observed observed(m_suite);
+    QVERIFY(observed.store->set("a", 1));
+    QVERIFY(observed.store->remove("a"));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a" }, longestDelay);
+}
+
+void UserDefaultsNoticeTest::saveOfSomebodyElseNamesAllItsKeys()
+{
+    Observed observed(m_suite);
+    QVERIFY(observed.store->apply(
+        { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 }, { QStringLiteral("c"), 1 } }, {}));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+    observed.keys.clear();
+    // Removed, the same, another, and new.
+    replace(path(), R"({ "b": 1, "c": 2, "d": 1 })");
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a,c,d" }, longestDelay);
+}
+
+void UserDefaultsNoticeTest::keyWhoseValueInEffectStaysIsNotNamed()
+{
+    const QString administered = TestHome::root() + QStringLiteral("/xdg/kestrum");
+    QVERIFY(QDir().mkpath(administered));
+    write(administered + u'/' + m_suite + QStringLiteral(".json"), R"({ "b": 2 })");
+    Observed observed(m_suite);
+    observed.store->registerDefaults({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 } });
+    const auto store = [&](int a, int b) {
+        observed.keys.clear();
+        QVERIFY(observed.store->apply({ { QStringLiteral("a"), a }, { QStringLiteral("b"), b } }, {}));
+    };
+    // What is stored changed all the same: that is told, without a name.
+    store(1, 2);
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "" }, longestDelay);
+    store(1, 1);
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "b" }, longestDelay);
+    observed.keys.clear();
+    QVERIFY(observed.store->apply({}, { QStringLiteral("a"), QStringLiteral("b") }));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "b" }, longestDelay);
+}
+
+void UserDefaultsNoticeTest::registeringDefaultsTellsNobody()
+{
+    Observed observed(m_suite);
+    observed.store->registerDefaults({ { QStringLiteral("a"), 1 } });
+    QTest::qWait(quietTime);
+    QCOMPARE(observed.notices, 0);
+    QVERIFY(observed.store->set("b", 1));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "b" }, longestDelay);
+}
+
+void UserDefaultsNoticeTest::keysThatFallBackInADamagedFileAreNamed()
+{
+    Observed observed(m_suite);
+    observed.store->registerDefaults({ { QStringLiteral("b"), 2 }, { QStringLiteral("c"), 3 } });
+    QVERIFY(observed.store->apply(
+        { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 }, { QStringLiteral("c"), 3 } }, {}));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+    observed.keys.clear();
+    // Of a half file what stands whole is kept; `c` falls back to what it was.
+    write(path(), R"({ "a": 1, "b": )");
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "b" }, longestDelay);
+    QCOMPARE(observed.store->number("b"), 2.0);
+    observed.keys.clear();
+    write(path(), "nothing of it");
+    QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a" }, longestDelay);
+}
+
+void UserDefaultsNoticeTest::observerHearsOfItsOwnKeysOnlyAndUntilItEnds()
+{
+    Observed observed(m_suite);
+    int heard = 0;
+    auto owner = std::make_unique<QObject>();
+    observed.store->observe({ QStringLiteral("a"), QStringLiteral("b") }, owner.get(), [&] { ++heard; });
+    const auto tell = [&](const std::vector<const char*>& keys) {
+        const int before = observed.notices;
+        for (const char* key : keys)
+            QVERIFY(observed.store->set(key, before + 1));
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, before + 1, longestDelay);
+    };
+    tell({ "c", "d" });
+    QCOMPARE(heard, 0);
+    tell({ "b", "c" });
+    QCOMPARE(heard, 1);
+    tell({ "a", "b" });
+    QCOMPARE(heard, 2);
+    owner.reset();
+    tell({ "a" });
+    QCOMPARE(heard, 2);
+}
+
+// By another name of the file, in a folder that nobody watches.
+void UserDefaultsNoticeTest::synchronizingFindsAChangeThatNobodyTold()
+{
+    Observed observed(m_suite);
+    QVERIFY(observed.store->set("a", 1));
+    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+    const QString elsewhere = TestHome::root() + QStringLiteral("/elsewhere.json");
+    QCOMPARE(::link(QFile::encodeName(path()).constData(), QFile::encodeName(elsewhere).constData()), 0);
+    write(elsewhere, textOf(2));
+    QTest::qWait(quietTime);
+    QCOMPARE(observed.notices, 1);
+    observed.store->synchronize();
+    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
+    QCOMPARE(observed.keys.last(), "a");
+    QCOMPARE(observed.store->number("a"), 2.0);
 }
 
 int main(int argc, char** argv)

@@ -154,7 +154,7 @@ private Q_SLOTS:
     void theFootnoteOfTheMenuBarPageIsSeenWhenTheKeyboardComesToItsLastControl()
     {
         SettingsWindow w;
-        auto* page = qobject_cast<FormPage*>(w.view.pageWidget());
+        auto* page = w.view.pageWidget();
         auto* last = page->findChild<PopupPicker*>(QStringLiteral("sensorsReadout"));
         last->previousInFocusChain()->setFocus(Qt::TabFocusReason);
         while (!last->hasFocus())

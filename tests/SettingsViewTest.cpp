@@ -143,7 +143,8 @@ private Q_SLOTS:
     {
         QStringList pages;
         for (const auto& page : allCases<SettingsPage>())
-            pages.append(rawValue(page.value) + u' ' + title(page.value) + u' ' + symbol(page.value));
+            pages.append(
+                rawValue(page.value) + u' ' + title(page.value) + u' ' + QLatin1StringView(page.symbol));
         QCOMPARE(pages,
             QStringList({ QStringLiteral("menuBar Menu Bar menubar.rectangle"),
                 QStringLiteral("popovers Popovers macwindow"),

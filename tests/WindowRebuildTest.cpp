@@ -16,10 +16,7 @@ using namespace kestrum;
 class WindowRebuildTest : public QObject {
     Q_OBJECT
 
-    static QScrollBar& bar(SettingsWindow& w)
-    {
-        return *qobject_cast<FormPage*>(w.view.pageWidget())->verticalScrollBar();
-    }
+    static QScrollBar& bar(SettingsWindow& w) { return *w.view.pageWidget()->verticalScrollBar(); }
     static QRect placeOf(SettingsWindow& w, const QWidget& part)
     {
         return { part.mapTo(&w.view, QPoint(0, 0)), part.size() };

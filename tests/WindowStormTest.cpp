@@ -80,9 +80,10 @@ private:
             for (const char* text : texts)
                 values.append(QLatin1StringView(text));
         };
-        if (key == QLatin1StringView(Keys::settingsPane.name))
-            add({ "menuBar", "popovers", "general" });
-        else if (key == QLatin1StringView(Keys::language.name))
+        if (key == QLatin1StringView(Keys::settingsPane.name)) {
+            for (const auto& page : allCases<SettingsPage>())
+                add({ page.rawValue });
+        } else if (key == QLatin1StringView(Keys::language.name))
             add({ "en", "de", "ar", "ja" });
         else if (key == QLatin1StringView(Keys::menuBarOrder.name))
             add({ "cpu,memory,storage,sensors", "sensors,cpu", "cpu,cpu,nonsense" });

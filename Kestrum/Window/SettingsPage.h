@@ -1,49 +1,43 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Text/Title.h"
-
-#include <QList>
-#include <QString>
+#include "Kestrum/General/GeneralPage.h"
+#include "Kestrum/MenuBar/MenuBarPage.h"
+#include "Kestrum/Popovers/PopoversPage.h"
+#include "KestrumShared/Vocabulary/Enumeration.h"
 
 namespace kestrum {
 
-/// The pages of the settings window. The raw value is what is stored as the pane last shown.
+/// The pages of the settings window. The raw value is stored as the page last shown.
 enum class SettingsPage { menuBar, popovers, general };
 
+/// Headings of the sidebar, in English. Neighbours in the table with the same heading stand under it together.
+namespace SettingsPageGroup {
+inline constexpr char interface[] = "Interface";
+inline constexpr char application[] = "Application";
+} // namespace SettingsPageGroup
+
+/// Everything that the window knows of a page.
+struct SettingsPageCase : EnumerationCase<SettingsPage> {
+    const char* symbol;  ///< beside the title in the sidebar
+    const char* group;   ///< one of `SettingsPageGroup`
+    FormPage* (*make)(); ///< the page's widget, which the caller owns
+};
+
+template <class Page> FormPage* makePage()
+{
+    return new Page;
+}
+
 template <> struct Enumeration<SettingsPage> {
-    static constexpr EnumerationCase<SettingsPage> cases[] = {
-        { SettingsPage::menuBar, "menuBar", "Menu Bar" },
-        { SettingsPage::popovers, "popovers", "Popovers" },
-        { SettingsPage::general, "general", "General" },
+    static constexpr SettingsPageCase cases[] = {
+        { { SettingsPage::menuBar, "menuBar", "Menu Bar" }, "menubar.rectangle", SettingsPageGroup::interface,
+            makePage<MenuBarPage> },
+        { { SettingsPage::popovers, "popovers", "Popovers" }, "macwindow", SettingsPageGroup::interface,
+            makePage<PopoversPage> },
+        { { SettingsPage::general, "general", "General" }, "gearshape", SettingsPageGroup::application,
+            makePage<GeneralPage> },
     };
 };
-
-/// Name of the symbol beside a page's title.
-inline QString symbol(SettingsPage page)
-{
-    switch (page) {
-    case SettingsPage::menuBar:
-        return QStringLiteral("menubar.rectangle");
-    case SettingsPage::popovers:
-        return QStringLiteral("macwindow");
-    case SettingsPage::general:
-        return QStringLiteral("gearshape");
-    }
-    return {};
-}
-
-/// Pages that stand under one heading in the sidebar.
-struct SettingsPageGroup {
-    QString title; ///< in the interface language
-    QList<SettingsPage> pages;
-};
-
-inline QList<SettingsPageGroup> settingsPageGroups()
-{
-    return {
-        { AppLanguage::string("Interface"), { SettingsPage::menuBar, SettingsPage::popovers } },
-        { AppLanguage::string("Application"), { SettingsPage::general } },
-    };
-}
 
 } // namespace kestrum

@@ -3,11 +3,7 @@
 #include "Kestrum/Agent/AgentRow.h"
 #include "Kestrum/Agent/UpdateOfferRow.h"
 #include "Kestrum/Form/AccessibleGroup.h"
-#include "Kestrum/Form/FormPage.h"
 #include "Kestrum/Form/Theme.h"
-#include "Kestrum/General/GeneralPage.h"
-#include "Kestrum/MenuBar/MenuBarPage.h"
-#include "Kestrum/Popovers/PopoversPage.h"
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "Kestrum/Window/SaveNotice.h"
 #include "Kestrum/Window/Sidebar.h"
@@ -21,7 +17,6 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QResizeEvent>
-#include <QScrollArea>
 #include <QScrollBar>
 #include <QShortcut>
 #include <QVBoxLayout>
@@ -33,19 +28,6 @@ namespace {
 constexpr int minimumSidebarWidth = 204;
 constexpr int maximumSidebarWidth = 320;
 constexpr QSize minimumWindow { 640, 480 };
-
-QWidget* makePage(SettingsPage page)
-{
-    switch (page) {
-    case SettingsPage::menuBar:
-        return new MenuBarPage;
-    case SettingsPage::popovers:
-        return new PopoversPage;
-    case SettingsPage::general:
-        return new GeneralPage;
-    }
-    return new FormPage;
-}
 
 /// All that can have the keyboard in `content`, but for windows of its own. The order is the same in every language.
 QWidgetList keyboardPlaces(const QWidget& content)
@@ -151,7 +133,9 @@ void SettingsView::addShortcut(const QKeySequence& keys, const std::function<voi
 
 SettingsPage SettingsView::storedPage()
 {
-    return fromRawValue<SettingsPage>(Setting { Keys::settingsPane }.value()).value_or(SettingsPage::menuBar);
+    // A text that names no page reads as the default.
+    return fromRawValue<SettingsPage>(Setting { Keys::settingsPane }.value())
+        .value_or(*fromRawValue<SettingsPage>(factoryDefault(Keys::settingsPane)));
 }
 
 SettingsPage SettingsView::page() const
@@ -175,7 +159,7 @@ void SettingsView::showPage(SettingsPage page)
     if (m_pageWidget && m_pageWidget->isAncestorOf(focusWidget()))
         m_sidebar->setFocus();
     delete m_pageWidget;
-    m_pageWidget = makePage(page);
+    m_pageWidget = enumerationCase(page).make();
     m_pageColumn->addWidget(m_pageWidget, 1);
     // Now; the layout would wait for the event loop, and a frame without a page could come before.
     m_pageWidget->show();
@@ -183,11 +167,8 @@ void SettingsView::showPage(SettingsPage page)
 
 int SettingsView::pageHeight() const
 {
-    const auto* scrolled = qobject_cast<QScrollArea*>(m_pageWidget);
-    if (!scrolled)
-        return 0;
-    const QLayout& column = *scrolled->widget()->layout();
-    return m_pageWidget->y() + column.totalHeightForWidth(scrolled->viewport()->width());
+    const QLayout& column = *m_pageWidget->widget()->layout();
+    return m_pageWidget->y() + column.totalHeightForWidth(m_pageWidget->viewport()->width());
 }
 
 void SettingsView::rebuild()
@@ -229,8 +210,7 @@ SettingsView::Whereabouts SettingsView::whereabouts() const
         return place;
     place.columns = m_split->sizes();
     place.focus = keyboardPlaces(*m_split).indexOf(focusWidget());
-    if (const auto* page = qobject_cast<QScrollArea*>(m_pageWidget))
-        place.scrolled = page->verticalScrollBar()->value();
+    place.scrolled = m_pageWidget->verticalScrollBar()->value();
     return place;
 }
 
@@ -246,8 +226,7 @@ void SettingsView::returnTo(const Whereabouts& place)
         focused->setFocus(
             testAttribute(Qt::WA_KeyboardFocusChange) ? Qt::TabFocusReason : Qt::OtherFocusReason);
     }
-    if (const auto* page = qobject_cast<QScrollArea*>(m_pageWidget))
-        page->verticalScrollBar()->setValue(place.scrolled);
+    m_pageWidget->verticalScrollBar()->setValue(place.scrolled);
 }
 
 bool SettingsView::event(QEvent* event)

@@ -23,7 +23,7 @@ class SettingsView final : public QWidget {
 public:
     explicit SettingsView(QWidget* parent = nullptr);
 
-    /// The page stored; the menu bar's where something else is stored.
+    /// The page stored; the key's default where the stored text names no page.
     static SettingsPage storedPage();
 
     SettingsPage page() const;
@@ -33,7 +33,7 @@ public:
     void showPage(SettingsPage page);
 
     /// The page shown, owned by this view; it goes when another page is selected.
-    QWidget* pageWidget() const { return m_pageWidget; }
+    FormPage* pageWidget() const { return m_pageWidget; }
     /// As high as the window has to be to show the whole of the page, at its present width.
     int pageHeight() const;
 
@@ -55,9 +55,9 @@ private:
     Sidebar* m_sidebar = nullptr;
     SaveNotice* m_notice = nullptr;
     QVBoxLayout* m_pageColumn = nullptr;
-    QWidget* m_pageWidget = nullptr;
-    QFont m_font; ///< that the content was built with
-    SettingsPage m_shownPage = SettingsPage::menuBar;
+    FormPage* m_pageWidget = nullptr;
+    QFont m_font;                ///< that the content was built with
+    SettingsPage m_shownPage {}; ///< of `m_pageWidget`, while there is one
 };
 
 } // namespace kestrum

@@ -2,7 +2,6 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Text/AppLanguage.h"
-#include "KestrumShared/Text/Title.h"
 #include "Platform/Desktop/SymbolImage.h"
 
 #include <QPainter>
@@ -12,6 +11,7 @@
 #include <QTextLayout>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace kestrum {
 
@@ -153,7 +153,8 @@ private:
 
         const auto page = index.data(pageRole).value<SettingsPage>();
         const double scale = painter.deviceTransform().m11();
-        const QImage symbol = SymbolImage::image(kestrum::symbol(page), symbolPoints, ink, scale);
+        const QImage symbol
+            = SymbolImage::image(QLatin1StringView(enumerationCase(page).symbol), symbolPoints, ink, scale);
         const QSizeF size = symbol.deviceIndependentSize();
         painter.drawImage(
             QPointF(qRound((symbolPlace.left() + (symbolBox - size.width()) / 2) * scale) / scale,
@@ -171,16 +172,17 @@ Sidebar::Sidebar(QWidget* parent)
     : QListView(parent)
 {
     auto* model = new QStandardItemModel(this);
-    for (const SettingsPageGroup& group : settingsPageGroups()) {
-        auto* heading = new QStandardItem(group.title);
-        heading->setFlags(Qt::NoItemFlags);
-        model->appendRow(heading);
-        for (const SettingsPage page : group.pages) {
-            auto* row = new QStandardItem(title(page));
-            row->setData(QVariant::fromValue(page), pageRole);
-            row->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
-            model->appendRow(row);
+    const char* group = nullptr;
+    for (const auto& page : allCases<SettingsPage>()) {
+        if (std::exchange(group, page.group) != page.group) {
+            auto* heading = new QStandardItem(AppLanguage::string(page.group));
+            heading->setFlags(Qt::NoItemFlags);
+            model->appendRow(heading);
         }
+        auto* row = new QStandardItem(AppLanguage::string(page.title));
+        row->setData(QVariant::fromValue(page.value), pageRole);
+        row->setFlags(Qt::ItemIsEnabled | Qt::ItemIsSelectable);
+        model->appendRow(row);
     }
     setModel(model);
     setItemDelegate(new SidebarDelegate(this));
@@ -193,7 +195,6 @@ Sidebar::Sidebar(QWidget* parent)
     viewport()->setAutoFillBackground(false);
     // The row under the pointer is shown.
     viewport()->setAttribute(Qt::WA_Hover);
-    setPage(SettingsPage::menuBar);
 }
 
 QModelIndex Sidebar::index(SettingsPage page) const

@@ -13,6 +13,7 @@ class Sidebar final : public QListView {
 public:
     explicit Sidebar(QWidget* parent = nullptr);
 
+    /// The page selected; the first one until there is one.
     SettingsPage page() const;
     /// Selects `page`; `pageSelected` is not sent.
     void setPage(SettingsPage page);

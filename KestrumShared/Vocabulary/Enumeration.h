@@ -2,6 +2,7 @@
 
 #include <QString>
 #include <optional>
+#include <string_view>
 
 namespace kestrum {
 
@@ -14,7 +15,7 @@ template <class E> struct EnumerationCase {
 };
 
 /// The only list of an enumeration's cases, in the order in which pickers show them. Specialised per enumeration with a
-/// `static constexpr EnumerationCase<E> cases[]`.
+/// `static constexpr EnumerationCase<E> cases[]`, or with cases of a type derived from that, which know more.
 template <class E> struct Enumeration;
 
 template <class E>
@@ -23,20 +24,44 @@ concept StoredEnumeration = requires
     Enumeration<E>::cases[0].rawValue;
 };
 
+/// Whether `value` is an enumerator. Compilers write the value of an enumeration by its name, and by a number in
+/// parentheses where it has none.
+template <auto value> constexpr bool isEnumerator()
+{
+    constexpr std::string_view text = __PRETTY_FUNCTION__;
+    return text[text.rfind('=') + 2] != '(';
+}
+
+/// Whether the table of `E` has exactly one case for each enumerator, in the order of their declaration. A table may say that the
+/// last enumerators have none: `static constexpr int withoutCase`.
+template <StoredEnumeration E> constexpr bool hasAllCases()
+{
+    int next = 0;
+    for (const auto& entry : Enumeration<E>::cases) {
+        if (entry.value != E(next++))
+            return false;
+    }
+    if constexpr (requires { Enumeration<E>::withoutCase; })
+        return !isEnumerator<E(std::size(Enumeration<E>::cases) + Enumeration<E>::withoutCase)>();
+    else
+        return !isEnumerator<E(std::size(Enumeration<E>::cases))>();
+}
+
 /// All cases in their declared order.
 template <StoredEnumeration E> constexpr const auto& allCases()
 {
+    static_assert(hasAllCases<E>(), "an enumerator lacks its case, or stands elsewhere in the table");
     return Enumeration<E>::cases;
 }
 
 /// The table's entry for `value`; the first one for a number that is no case.
-template <StoredEnumeration E> constexpr const EnumerationCase<E>& enumerationCase(E value)
+template <StoredEnumeration E> constexpr const auto& enumerationCase(E value)
 {
-    for (const auto& entry : Enumeration<E>::cases) {
+    for (const auto& entry : allCases<E>()) {
         if (entry.value == value)
             return entry;
     }
-    return Enumeration<E>::cases[0];
+    return allCases<E>()[0];
 }
 
 /// The text stored for `value`.
@@ -48,7 +73,7 @@ template <StoredEnumeration E> QString rawValue(E value)
 /// The case whose stored text is exactly `text`; nothing for any other text.
 template <StoredEnumeration E> std::optional<E> fromRawValue(QStringView text)
 {
-    for (const auto& entry : Enumeration<E>::cases) {
+    for (const auto& entry : allCases<E>()) {
         if (text == QLatin1StringView(entry.rawValue))
             return entry.value;
     }

@@ -23,6 +23,7 @@ template <> struct Enumeration<MeterAccent::Name> {
         { Name::amber, "amber", "Amber" },
         { Name::graphite, "graphite", "Graphite" },
     };
+    static constexpr int withoutCase = 1; // a custom colour is stored by its components
 };
 
 namespace {

@@ -64,6 +64,9 @@ void Agent::start(std::optional<double> launched)
     store.registerDefaults(SharedSettings::factoryDefaults());
     MeterSettings::migrateAccents();
 
+    // Before anything is adopted, so that no change falls in between.
+    store.observe(
+        MeterSettings::itemKeys() + Keys::names(Keys::refreshInterval), this, [this] { adoptSettings(); });
     adoptLanguage();
     m_sampler->adoptSettings();
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
@@ -73,8 +76,8 @@ void Agent::start(std::optional<double> launched)
     connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
     m_channel = PanelChannel::make(*m_strip, m_menu);
 
-    connect(&store, &UserDefaults::changed, this, &Agent::adoptSettings);
-    m_signals.listen(Signal::settings, [this] { adoptSettings(); });
+    // Only a reason to look: the change may be known already, or of settings that the agent has no use for.
+    m_signals.listen(Signal::settings, [&store] { store.synchronize(); });
     m_signals.listen(Signal::quitAgent, [this] { leave(QStringLiteral("it was asked to quit")); });
     // Where signals cannot pass, this alone tells. An agent that somebody started though it is switched off stays.
     Setting(Keys::agentEnabled).observe(this, [this](bool isEnabled) {

@@ -11,20 +11,16 @@ namespace kestrum {
 
 namespace {
 
-// A line for every key whose value is another one in `now`; keys are in alphabetical order.
-QByteArray changes(const QJsonObject& before, const QJsonObject& now)
+// A line for each of `keys` whose value in `now` is not the one that was printed `last`, which it then is. The value may have
+// been printed with an earlier notice.
+QByteArray changes(const QStringList& keys, const QJsonObject& now, QJsonObject& last)
 {
-    QStringList keys = before.keys();
-    for (const QString& key : now.keys()) {
-        if (!before.contains(key))
-            keys.append(key);
-    }
-    keys.sort();
     QByteArray lines;
     for (const QString& key : keys) {
         const QJsonValue value = now.value(key);
-        if (value == before.value(key))
+        if (value == last.value(key))
             continue;
+        last.insert(key, value); // absent: removed
         // Any text can be a key, also one that ends a line.
         lines += Log::escapedWhole(key).toUtf8() + '\t'
             + (value.isUndefined() ? QByteArray("absent") : JsonText::compact(value)) + '\n';
@@ -40,10 +36,8 @@ ExitCode runWatch(const CommandLine&)
         &stop, &StopRequest::requested, QCoreApplication::instance(), [] { QCoreApplication::exit(0); });
 
     QJsonObject last;
-    QObject::connect(&store, &UserDefaults::changed, &stop, [&store, &last] {
-        const QJsonObject now = store.dictionary();
-        const QByteArray lines = changes(last, now);
-        last = now;
+    QObject::connect(&store, &UserDefaults::changed, &stop, [&store, &last](const QStringList& keys) {
+        const QByteArray lines = changes(keys, store.dictionary(), last);
         if (lines.isEmpty())
             return;
         const ExitCode code = Console::print(lines);

@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
+#include <unistd.h>
 
 using namespace kestrum;
 
@@ -143,8 +144,20 @@ private Q_SLOTS:
     {
         QTest::qWait(quietTime); // the start wrote settings, whose notice comes by another way
         QSignalSpy rebuilt(m_agent->strip(), &PanelStrip::rebuilt);
+        // Nobody watches the folder in which the file is written to by another name of it.
+        const QByteArray file = QFile::encodeName(SharedSettings::store().filePath());
+        const FileTree tree;
+        const QString elsewhere = tree.path(QStringLiteral("settings.json"));
+        QCOMPARE(::link(file.constData(), QFile::encodeName(elsewhere).constData()), 0);
+        tree.write(QStringLiteral("settings.json"), R"({ "meterStyle": "wave" })");
+        QTest::qWait(quietTime);
+        QCOMPARE(rebuilt.count(), 0);
         SharedSettings::post(Signal::settings);
         QTRY_COMPARE(rebuilt.count(), 1);
+        // Told once more, of nothing else.
+        SharedSettings::post(Signal::settings);
+        QTest::qWait(quietTime);
+        QCOMPARE(rebuilt.count(), 1);
     }
 
     void itAdoptsTheEarlierVersionsAccent()

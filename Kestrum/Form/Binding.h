@@ -12,6 +12,7 @@ namespace kestrum {
 template <class T> struct Binding {
     Binding(const Setting<T>& setting) // NOLINT: a setting is a binding
         : name(QString::fromLatin1(setting.key()))
+        , keys { name }
         , store(&setting.store())
         , shown([setting]() -> std::optional<T> {
             // A text that is none of the values is nobody's choice; it stays until somebody chooses. A value of another type
@@ -26,23 +27,27 @@ template <class T> struct Binding {
     {
     }
 
-    Binding(const Setting<T>& setting, std::function<std::optional<T>()> shownValue)
+    /// `shownValue` reads `fallback` too, where the setting itself is absent.
+    Binding(
+        const Setting<T>& setting, std::function<std::optional<T>()> shownValue, const Key<bool>& fallback)
         : Binding(setting)
     {
         shown = std::move(shownValue);
+        keys += Keys::names(fallback);
     }
 
     QString name;                            ///< the key; the control's object name
-    UserDefaults* store;                     ///< whose changes the control follows; outlives it
+    QStringList keys;                        ///< that decide what is shown
+    UserDefaults* store;                     ///< holds them; outlives the control
     std::function<std::optional<T>()> shown; ///< nothing: no choice is shown
     std::function<void(const T&)> choose;
 };
 
-/// Calls `show` now and whenever a value of `store` changed, until `owner` is destroyed.
-template <class Function> void follow(const UserDefaults& store, QObject* owner, Function show)
+/// Calls `show` now and whenever what `binding` shows may have changed, until `owner` is destroyed.
+template <class T, class Function> void follow(const Binding<T>& binding, QObject* owner, Function show)
 {
+    binding.store->observe(binding.keys, owner, show);
     show();
-    QObject::connect(&store, &UserDefaults::changed, owner, std::move(show));
 }
 
 } // namespace kestrum

@@ -37,7 +37,7 @@ void bind(Control* control, const Binding<T>& binding, const QList<Choice<T>>& c
         control->setIndex(index);
     };
     control->setObjectName(binding.name);
-    follow(*binding.store, control, show);
+    follow(binding, control, show);
     QObject::connect(control, &Control::chosen, control, [binding, choices, show](int index) {
         binding.choose(choices[index].value);
         show(); // also what could not be saved

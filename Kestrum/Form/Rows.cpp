@@ -9,7 +9,7 @@ Row* Form::toggle(const char* title, const Binding<bool>& binding)
     auto* control = new Switch;
     control->setObjectName(binding.name);
     const auto show = [control, binding] { control->follow(binding.shown().value_or(false)); };
-    follow(*binding.store, control, show);
+    follow(binding, control, show);
     // Not `clicked`, which assistive programs do not bring about.
     QObject::connect(control, &Switch::toggled, control, [binding, show](bool isOn) {
         binding.choose(isOn);

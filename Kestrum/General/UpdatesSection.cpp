@@ -37,8 +37,7 @@ QWidget* versionAndButton()
     QObject::connect(check, &PushButton::clicked, check,
         [] { SharedSettings::post(SharedSettings::Signal::checkForUpdates); });
     // Until the agent has said that it can.
-    follow(SharedSettings::store(), check,
-        [check, canCheck = Setting { Keys::updaterCanCheck }] { check->setEnabled(canCheck.value()); });
+    Setting { Keys::updaterCanCheck }.follow(check, [check](bool canCheck) { check->setEnabled(canCheck); });
 
     auto* both = new QWidget;
     auto* layout = new QHBoxLayout(both);

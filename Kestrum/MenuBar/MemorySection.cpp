@@ -10,8 +10,9 @@ namespace kestrum {
 MemorySection::MemorySection()
     : ItemSection(MonitorSection::memory, "Memory")
 {
-    add(Form::picker<MemoryReadout>(
-        "Readout", { Setting { Keys::memoryReadout, MemoryReadout::usage }, MeterSettings::memoryReadout }));
+    add(Form::picker<MemoryReadout>("Readout",
+        { Setting { Keys::memoryReadout, MemoryReadout::usage }, MeterSettings::memoryReadout,
+            Keys::showMemoryPercent }));
     add(new AccentRow(AppLanguage::string("Colour"), AppLanguage::string("Memory"), Keys::memoryAccent));
 }
 

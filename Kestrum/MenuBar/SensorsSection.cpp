@@ -11,8 +11,7 @@ SensorsSection::SensorsSection()
     : ItemSection(MonitorSection::sensors, "Sensors")
 {
     add(Form::picker<SensorsReadout>("Readout", Setting { Keys::sensorsReadout }));
-    // The unit may be another one at any time.
-    follow(SharedSettings::store(), this, [this] {
+    Setting { Keys::temperatureUnit }.follow(this, [this](Units::TemperatureChoice) {
         setFootnote(AppLanguage::string("The readout turns amber at %@ and red at %@.",
             { Units::temperature(HeatColour::amberFrom, 0), Units::temperature(HeatColour::redFrom, 0) }));
     });

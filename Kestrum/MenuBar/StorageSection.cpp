@@ -11,7 +11,8 @@ StorageSection::StorageSection()
     : ItemSection(MonitorSection::storage, "Disk")
 {
     add(Form::picker<StorageReadout>("Readout",
-        { Setting { Keys::storageReadout, StorageReadout::usage }, MeterSettings::storageReadout }));
+        { Setting { Keys::storageReadout, StorageReadout::usage }, MeterSettings::storageReadout,
+            Keys::showMemoryPercent }));
     add(new AccentRow(AppLanguage::string("Colour"), AppLanguage::string("Disk"), Keys::storageAccent));
 }
 

@@ -80,7 +80,8 @@ PopoversPage::PopoversPage(QWidget* parent)
             for (ChoiceTile* tile : row->tiles())
                 tile->update();
         };
-        connect(&SharedSettings::store(), &UserDefaults::changed, row, redraw);
+        SharedSettings::store().observe(
+            Keys::names(Keys::popoverAppearance, Keys::popoverBackground), row, redraw);
         connect(&SystemAppearance::shared(), &SystemAppearance::changed, row, redraw);
     }
 }

@@ -76,9 +76,8 @@ void UpdateChecker::start()
         publish(std::nullopt);
         return;
     }
-    const Setting choice { Keys::updatesCheckAutomatically };
-    choice.observe(this, [this](bool checksAutomatically) { followChoice(checksAutomatically); });
-    followChoice(choice.value());
+    Setting { Keys::updatesCheckAutomatically }.follow(
+        this, [this](bool checksAutomatically) { followChoice(checksAutomatically); });
 }
 
 void UpdateChecker::followChoice(bool checksAutomatically)

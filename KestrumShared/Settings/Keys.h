@@ -5,6 +5,8 @@
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
 #include "KestrumShared/Vocabulary/TemperatureChoice.h"
 
+#include <QString>
+#include <QStringList>
 #include <tuple>
 
 namespace kestrum {
@@ -73,6 +75,12 @@ inline constexpr UnregisteredKey<MeterAccent> memoryAccent { "memoryAccent" };
 inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
 /// Version text of an update that the agent found; written by the agent only.
 inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
+
+/// The names of catalogued keys, as `UserDefaults::observe` takes them.
+template <class... K> QStringList names(const K&... keys)
+{
+    return { QString::fromLatin1(keys.name)... };
+}
 
 /// All keys above, for whoever walks them. A key that is left out here has no factory default in any store.
 inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInterval, showCPUItem,

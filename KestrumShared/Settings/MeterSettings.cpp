@@ -125,6 +125,15 @@ QJsonObject MeterSettings::missingAccents()
     return missing;
 }
 
+QStringList MeterSettings::itemKeys()
+{
+    using namespace Keys;
+    return names(showCPUItem, showMemoryItem, showStorageItem, showSensorsItem, menuBarOrder, cpuReadout,
+        sensorsReadout, Keys::memoryReadout, Keys::storageReadout, showMemoryPercent, meterStyle, meterShape,
+        meterLabelStyle, cpuAccent, cpuFastCoreAccent, memoryAccent, storageAccent, temperatureUnit,
+        language);
+}
+
 bool MeterSettings::migrateAccents()
 {
     const QJsonObject missing = missingAccents();

@@ -55,5 +55,8 @@ QJsonObject missingAccents();
 /// save failed.
 bool migrateAccents();
 
+/// The keys that decide which items stand in a strip, in which order, and what they show.
+QStringList itemKeys();
+
 } // namespace MeterSettings
 } // namespace kestrum

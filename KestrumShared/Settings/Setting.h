@@ -7,6 +7,7 @@
 #include <QJsonValue>
 #include <QString>
 #include <optional>
+#include <utility>
 
 namespace kestrum {
 
@@ -89,17 +90,22 @@ public:
     /// Stores `value`; an equal stored value is not written again. False when the save failed.
     bool set(const T& value) const { return m_store->set(m_key, SettingCoding<T>::stored(value)); }
 
-    /// Calls `function(value)` each time the value has become another, until `owner` is destroyed.
+    /// Calls `function(value)` each time the value has become another than it is now, until `owner` is destroyed. A notice of an
+    /// earlier change, which may still be on its way, is none of these.
     template <class Function> void observe(QObject* owner, Function function) const
     {
-        QObject::connect(m_store, &UserDefaults::changed, owner,
+        m_store->observe({ QString::fromLatin1(m_key) }, owner,
             [setting = *this, last = value(), function = std::move(function)]() mutable {
-                T now = setting.value();
-                if (now == last)
-                    return;
-                last = now;
-                function(now);
+                if (const T before = std::exchange(last, setting.value()); last != before)
+                    function(last);
             });
+    }
+
+    /// The same, and calls `function` now.
+    template <class Function> void follow(QObject* owner, Function function) const
+    {
+        observe(owner, function);
+        function(value());
     }
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Agent/LoginItemManager.h"
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Pictures.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Agent.h"
 
 #include "KestrumAgent/Panel/PanelChannel.h"

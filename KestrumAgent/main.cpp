@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Agent.h"
 #include "KestrumShared/Agent/AgentLoginItem.h"
 #include "KestrumShared/Agent/AppLinks.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/SingleInstance.h"

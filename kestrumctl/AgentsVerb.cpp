@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Agent/AppLinks.h"
 #include "Platform/Log/Log.h"
 #include "kestrumctl/Verb.h"

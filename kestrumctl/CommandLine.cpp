@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/CommandLine.h"
 
 #include "kestrumctl/NearestNames.h"

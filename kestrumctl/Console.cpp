@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/Console.h"
 
 #include "Platform/Log/Log.h"

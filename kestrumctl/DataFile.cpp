@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/DataFile.h"
 
 #include "Platform/Files/AtomicFile.h"

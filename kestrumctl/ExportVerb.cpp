@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Store/SettingsText.h"
 #include "kestrumctl/DataFile.h"
 #include "kestrumctl/KeyCatalogue.h"

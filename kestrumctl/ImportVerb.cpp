@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Log/Log.h"
 #include "Platform/Store/SettingsText.h"
 #include "kestrumctl/DataFile.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/JsonText.h"
 
 #include "Platform/Log/Log.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/KeyCatalogue.h"
 
 #include "KestrumShared/Settings/Keys.h"

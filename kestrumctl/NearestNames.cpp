@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/NearestNames.h"
 
 #include "Platform/Log/Log.h"

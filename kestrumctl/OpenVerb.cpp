@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/WindowActivation.h"
 #include "Platform/Processes/Workspace.h"
 #include "kestrumctl/Verb.h"

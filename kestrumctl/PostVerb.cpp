@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Signals/NotificationCentre.h"
 #include "kestrumctl/SignalNames.h"
 #include "kestrumctl/Verb.h"

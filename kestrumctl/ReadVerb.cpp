@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Store/SettingsText.h"
 #include "kestrumctl/JsonText.h"
 #include "kestrumctl/KeyCatalogue.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/SampleReadings.h"
 #include "KestrumShared/Items/StatusMetricView.h"
 #include "KestrumShared/Items/StripLayout.h"

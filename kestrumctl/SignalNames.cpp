@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/SignalNames.h"
 
 #include "Platform/Signals/NotificationCentre.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/Verb.h"
 
 #include "kestrumctl/KeyCatalogue.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Log/Log.h"
 #include "Platform/Processes/StopRequest.h"
 #include "kestrumctl/JsonText.h"

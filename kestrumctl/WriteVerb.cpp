@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "kestrumctl/JsonText.h"
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/Verb.h"

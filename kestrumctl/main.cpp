@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "Platform/Desktop/ToolkitStart.h"
 #include "Platform/Log/Log.h"

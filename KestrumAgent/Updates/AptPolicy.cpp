@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // An answer looks like this, the versions in descending order, each above its sources:
 //
 //     kestrum:

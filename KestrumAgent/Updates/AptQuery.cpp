@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Updates/AptQuery.h"
 
 #include "KestrumShared/Text/AppLanguage.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Updates/UpdateChecker.h"
 
 #include "KestrumAgent/Updates/AptPolicy.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Updates/UpdateNotice.h"
 
 #include "KestrumAgent/Updates/UpdateChecker.h"

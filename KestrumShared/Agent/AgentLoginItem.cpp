@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Agent/AgentLoginItem.h"
 
 #include "KestrumShared/Agent/AppLinks.h"

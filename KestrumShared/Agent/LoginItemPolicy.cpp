@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Agent/LoginItemPolicy.h"
 
 #include <QCoreApplication>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Agent/ProcessScan.h"
 
 namespace kestrum {

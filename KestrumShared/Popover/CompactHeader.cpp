@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/CompactHeader.h"
 
 #include "KestrumShared/Popover/PanelText.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/DenseSection.h"
 
 #include "KestrumShared/Popover/PanelStack.h"

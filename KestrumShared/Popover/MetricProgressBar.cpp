@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/MetricProgressBar.h"
 
 #include "KestrumShared/Popover/PixelGrid.h"

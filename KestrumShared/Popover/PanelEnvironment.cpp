@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PanelEnvironment.h"
 
 #include "KestrumShared/Raster/HeadingBlue.h"

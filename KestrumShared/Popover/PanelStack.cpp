@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PanelStack.h"
 
 namespace kestrum {

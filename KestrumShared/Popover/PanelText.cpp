@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PanelText.h"
 
 #include <QFontMetricsF>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PixelGrid.h"
 
 #include <QTransform>

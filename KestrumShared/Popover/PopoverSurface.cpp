@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PopoverSurface.h"
 
 #include "KestrumShared/Popover/StablePopoverMaterial.h"

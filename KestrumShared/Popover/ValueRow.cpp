@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/ValueRow.h"
 
 #include "KestrumShared/Popover/PanelText.h"

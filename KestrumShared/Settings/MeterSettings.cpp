@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Settings/MeterSettings.h"
 
 #include "KestrumShared/Settings/Setting.h"

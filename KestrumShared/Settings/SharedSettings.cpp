@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Settings/SharedSettings.h"
 
 #include "KestrumShared/Settings/Keys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Settings/SignalListener.h"
 
 #include <utility>

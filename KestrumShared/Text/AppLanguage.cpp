@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Text/AppLanguage.h"
 
 #include "KestrumShared/Settings/Setting.h"

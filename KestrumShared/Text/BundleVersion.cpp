@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Text/BundleVersion.h"
 
 #include "KestrumShared/Text/UpdateOffer.h"

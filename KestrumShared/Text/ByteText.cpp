@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Text/ByteText.h"
 
 #include "KestrumShared/Text/AppLanguage.h"

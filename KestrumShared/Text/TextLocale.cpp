@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Text/TextLocale.h"
 
 #include "Platform/Desktop/ToolkitTexts.h"

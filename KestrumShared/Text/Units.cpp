@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Text/Units.h"
 
 #include "KestrumShared/Settings/Setting.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Text/UpdateOffer.h"
 
 #include <algorithm>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Vocabulary/AccentSwatch.h"
 
 #include <QHash>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Vocabulary/MeterAccent.h"
 
 #include "KestrumShared/Vocabulary/Enumeration.h"

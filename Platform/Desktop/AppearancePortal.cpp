@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/AppearancePortal.h"
 
 #include "Platform/Desktop/DesktopBus.h"
@@ -33,7 +34,7 @@ QString text(const char16_t* characters)
     return QString::fromUtf16(characters);
 }
 
-// `Read` of the portal answers a variant within a variant, its signal and newer calls a single one.
+// `Read` returns a variant within a variant, the portal's signal and newer calls a single one.
 QVariant unwrapped(QVariant value)
 {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>())
@@ -64,7 +65,7 @@ std::optional<bool> truthOf(const QVariant& value)
     return value.metaType() == QMetaType::fromType<bool>() ? std::optional(value.toBool()) : std::nullopt;
 }
 
-// Three sRGB components; out of 0…1 when the desktop has no accent.
+// Three sRGB components, outside of 0…1 when the desktop has no accent.
 std::optional<QColor> accentOf(const QVariant& value)
 {
     if (value.metaType() != QMetaType::fromType<QDBusArgument>())
@@ -103,8 +104,8 @@ void AppearancePortal::start(const QString& address)
 
 void AppearancePortal::follow()
 {
-    // From any sender: naming the service would make Qt wait for the bus to tell who owns it. The signal only makes us
-    // look at a colour.
+    // From any sender: if the service were named, Qt would wait for the bus to tell its owner. The signal only makes us
+    // read a colour.
     DesktopBus::follow(portalConnection(), { {}, text(path), text(interface) },
         QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     for (const char16_t* key : { schemeKey, accentKey, motionKey })
@@ -121,7 +122,7 @@ void AppearancePortal::ask(const char16_t* group, const char16_t* key)
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key = text(key), watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        // An error is an answer: there is no portal, or it does not know the key.
+        // An error counts as an answer: there is no portal, or it does not know the key.
         if (!reply.isError())
             adopt(key, reply.value().variant());
     });

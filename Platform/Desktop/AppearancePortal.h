@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Desktop/SystemAppearance.h"
@@ -11,21 +12,21 @@ class QDBusVariant;
 
 namespace kestrum {
 
-/// What the desktop portal ("org.freedesktop.portal.Settings") tells of the desktop's colours and motion. Nothing here waits for
-/// another process on the main thread: the bus is joined on a worker, the portal is asked without waiting, and may stay
-/// silent for ever. Main thread only.
+/// The desktop's colours and motion from the portal ("org.freedesktop.portal.Settings"). Nothing here waits for another
+/// process on the main thread: the bus is joined on a worker, and the portal, which may never answer, is asked without
+/// waiting. Main thread only.
 class AppearancePortal : public QObject {
     Q_OBJECT
 public:
     explicit AppearancePortal(QObject* parent = nullptr);
 
-    /// Joins the bus at `address`, asks, and follows what changes. Does nothing when it is empty.
+    /// Joins the bus at `address`, asks, and follows changes. Does nothing when `address` is empty.
     void start(const QString& address);
 
-    /// Nothing while the desktop has told none, or tells that it has no preference.
+    /// Nothing until the desktop has answered, and when it has no preference.
     std::optional<ColourScheme> scheme() const { return m_scheme; }
     std::optional<QColor> accent() const { return m_accent; }
-    /// Whether the desktop asks for less motion; it may tell so in a way of its own.
+    /// Whether the desktop asks for less motion, by the portal's key or by its own.
     bool reducesMotion() const { return m_reducesMotion.value_or(!m_animates.value_or(true)); }
 
 Q_SIGNALS:
@@ -42,7 +43,7 @@ private:
     std::optional<ColourScheme> m_scheme;
     std::optional<QColor> m_accent;
     std::optional<bool> m_reducesMotion;
-    std::optional<bool> m_animates; ///< GNOME's own, from before there was one for all desktops
+    std::optional<bool> m_animates; ///< GNOME's own key, older than the portal's
 };
 
 } // namespace kestrum

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/DesktopBus.h"
 
 #include "Platform/Files/RuntimeDirectory.h"
@@ -21,10 +22,10 @@ namespace kestrum {
 namespace {
 
 constexpr char addressVariable[] = "DBUS_SESSION_BUS_ADDRESS";
-// No kind of address that the bus library knows: it fails at once, and looks no further.
+// An unknown kind of address: the bus library fails at once and tries no other.
 constexpr QLatin1StringView noBus("disabled:");
 
-/// Of the addresses that were named, those of a bus that runs.
+/// The first of the named addresses at which a bus runs.
 QString runningOf(const QString& named)
 {
     QStringList running;
@@ -35,7 +36,7 @@ QString runningOf(const QString& named)
     return running.join(u';');
 }
 
-/// The bus's usual place.
+/// The bus's usual socket.
 QString socketAddress()
 {
     const RuntimeDirectory directory(qEnvironmentVariable("XDG_RUNTIME_DIR"));
@@ -43,7 +44,7 @@ QString socketAddress()
     if (!directory.isValid() || ::fstatat(directory.rootDescriptor(), "bus", &info, AT_SYMLINK_NOFOLLOW) != 0
         || !S_ISSOCK(info.st_mode) || info.st_uid != ::geteuid())
         return {};
-    // Signs are written as in addresses of the web, and this one too.
+    // Such an address is percent-encoded, and so is this one.
     return QStringLiteral("unix:path=")
         + QString::fromLatin1(
             QFile::encodeName(directory.rootPath() + QStringLiteral("/bus")).toPercentEncoding("/", "~"));
@@ -53,7 +54,7 @@ QString socketAddress()
 
 QString DesktopBus::address()
 {
-    // A bus may have come since we, or who started us, said that there is none.
+    // A bus may have started since we, or the program that started us, set that there is none.
     const QString named = qEnvironmentVariable(addressVariable);
     return named.isEmpty() || named == noBus ? socketAddress() : runningOf(named);
 }
@@ -79,7 +80,8 @@ void DesktopBus::join(
 bool DesktopBus::follow(
     const QString& connection, const Source& source, const QString& name, QObject* receiver, const char* slot)
 {
-    // The library refuses slots with a type that it has not met yet, and it meets this one only where something else sends it.
+    // The library refuses slots with a type that it does not know yet, and it learns this one only where something else
+    // sends it.
     qRegisterMetaType<QDBusVariant>();
     const bool isFollowed = QDBusConnection(connection)
                                 .connect(source.service, source.path, source.interface, name, receiver, slot);

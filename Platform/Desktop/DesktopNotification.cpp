@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/DesktopNotification.h"
 
 #include "Platform/Desktop/DesktopBus.h"
@@ -21,7 +22,7 @@ constexpr int asLongAsTheDesktopLikes = -1;
 
 const QString& notificationService()
 {
-    // The interface is called like the service.
+    // The interface has the service's name.
     static const QString name = QStringLiteral("org.freedesktop.Notifications");
     return name;
 }
@@ -65,7 +66,7 @@ void DesktopNotification::show(const Content& content)
     m_content = content;
     if (m_isJoining)
         return;
-    // Kept from one to the next: some desktops take away what was shown by a program that has left the bus.
+    // The connection stays open between notifications: some desktops remove those of a program that has left the bus.
     if (QDBusConnection(notificationConnection()).isConnected())
         askWhatIsShown();
     else
@@ -88,8 +89,8 @@ void DesktopNotification::join()
             tellThatNothingIsShown(QStringLiteral("the session bus does not answer"));
             return;
         }
-        // From any sender, as naming the service would make Qt wait for the bus. What comes of a forged one is what the button is
-        // there for.
+        // From any sender: if the service were named, Qt would wait for the bus. A forged signal can do no more than the
+        // button.
         const DesktopBus::Source source { {}, notificationPath(), notificationService() };
         DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActionInvoked"), this,
             SLOT(actionInvoked(uint, QString)));
@@ -99,7 +100,7 @@ void DesktopNotification::join()
     });
 }
 
-/// Not every desktop shows buttons, and some read what stands below the heading as markup.
+/// Not every desktop shows buttons, and some read the text below the heading as markup.
 void DesktopNotification::askWhatIsShown()
 {
     auto* watcher = new QDBusPendingCallWatcher(
@@ -121,7 +122,7 @@ void DesktopNotification::send(bool hasButtons, bool readsMarkup)
     const bool hasButton = hasButtons && !m_content.button.isEmpty();
     const QString text
         = hasButton || m_content.button.isEmpty() ? m_content.text : m_content.textWithoutButton;
-    // A click beside the button means the same.
+    // A click beside the button counts as one on it.
     const QStringList actions = hasButton ? QStringList { QStringLiteral("default"), m_content.button,
         QStringLiteral("button"), m_content.button }
                                           : QStringList();

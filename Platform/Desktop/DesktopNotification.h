@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -8,28 +9,28 @@ class QDBusMessage;
 
 namespace kestrum {
 
-/// A sentence that the desktop shows to whoever sits before it ("org.freedesktop.Notifications"). Nobody is waited for. Main
-/// thread only; one of them a process.
+/// A notification that the desktop shows ("org.freedesktop.Notifications"). Nothing waits for an answer. Main thread only;
+/// one per process.
 class DesktopNotification final : public QObject {
     Q_OBJECT
 public:
-    /// All of it is plain text; what is empty is left out.
+    /// All of it is plain text; empty parts are left out.
     struct Content {
         QString heading;
         QString text; ///< below it
         QString button;
-        QString textWithoutButton; ///< in place of `text`, where the desktop shows no buttons
+        QString textWithoutButton; ///< in place of `text` where the desktop shows no buttons
     };
 
     explicit DesktopNotification(QObject* parent = nullptr);
     ~DesktopNotification() override;
 
-    /// Shows `content` in place of what this showed before. Where the desktop has no session bus, or nobody who shows
-    /// notifications, nothing is shown, and a line in the log says so.
+    /// Shows `content` in place of the last content. Where the desktop has no session bus or no notifications, nothing is
+    /// shown, and a line in the log says so.
     void show(const Content& content);
 
 Q_SIGNALS:
-    /// Somebody pressed the button. The token is the desktop's for what is opened then, and may be empty.
+    /// The button was pressed. The token is the desktop's for the window that is opened then, and may be empty.
     void pressed(const QByteArray& activationToken);
 
 private Q_SLOTS:
@@ -42,8 +43,8 @@ private:
     void send(bool hasButtons, bool readsMarkup);
 
     Content m_content;
-    quint32 m_shown = 0; ///< the desktop's number for what is shown; 0 for nothing
-    QByteArray m_token;  ///< for the button that is pressed next
+    quint32 m_shown = 0; ///< the desktop's number of the shown notification; 0 for none
+    QByteArray m_token;  ///< for the next press of the button
     bool m_isJoining = false;
 };
 

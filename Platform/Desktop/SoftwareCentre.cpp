@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/SoftwareCentre.h"
 
 #include "Platform/Desktop/DesktopBus.h"
@@ -32,7 +33,7 @@ QString packageKit()
     return QStringLiteral("org.freedesktop.PackageKit");
 }
 
-/// Whether some installed program opens addresses of the kind "appstream:", as the lists say that desktops keep of that.
+/// Whether an installed program opens "appstream:" addresses, according to the desktops' lists of such programs.
 bool isAddressOpened()
 {
     const QStringList lists
@@ -47,7 +48,7 @@ bool isAddressOpened()
                 continue;
             const QByteArrayList programs = line.mid(line.indexOf('=') + 1).trimmed().split(';');
             for (const QByteArray& program : programs) {
-                // A list may be older than what is installed.
+                // A list may be older than the installed programs.
                 if (!program.isEmpty()
                     && !QStandardPaths::locate(
                         QStandardPaths::ApplicationsLocation, QFile::decodeName(program))
@@ -59,7 +60,7 @@ bool isAddressOpened()
     return false;
 }
 
-/// Whether software centres know of the component, which they do by a file of its package.
+/// Whether software centres know the component, which a file of its package tells them.
 bool isDescribed(const QString& component)
 {
     return !QStandardPaths::locate(
@@ -74,7 +75,7 @@ QString opener()
 
 QByteArrayList environmentWith(const QByteArray& token)
 {
-    // Of two of one name, the first is found.
+    // Of two with one name, the first is used.
     QByteArrayList result;
     const QMap<QString, QString> added = WindowActivation::environment(token);
     for (auto one = added.cbegin(); one != added.cend(); ++one)
@@ -128,7 +129,7 @@ void SoftwareCentre::settle(Way way, const std::function<void()>& looked)
     looked();
 }
 
-/// Whether the service runs, or would be started when it is asked for something.
+/// Whether the service runs, or would be started by a call.
 void SoftwareCentre::askBus(const std::function<void()>& looked)
 {
     const auto ask = [this](const char* method, std::function<void(bool)> answered) {
@@ -184,14 +185,14 @@ void SoftwareCentre::askPackageKit()
     QDBusMessage call
         = QDBusMessage::createMethodCall(packageKit(), QStringLiteral("/org/freedesktop/PackageKit"),
             packageKit() + QStringLiteral(".Modify2"), QStringLiteral("InstallPackageNames"));
-    // With all the questions that the service usually asks.
+    // With all the dialogs that the service usually shows.
     call << QStringList(m_package) << QString() << m_component << QVariantMap();
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(busConnection()).asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<> reply = *watcher;
-        // It answers when people are done with it, and has told them itself what went wrong. Only the bus's own errors say that there
-        // is nobody to ask, but for the one that there is no answer yet.
+        // It answers when the user is done, and has reported its own errors to the user. Only an error of the bus means
+        // that there is no service, except that no answer has come yet.
         const bool isOfBus
             = reply.error().name().startsWith(QLatin1StringView("org.freedesktop.DBus.Error."));
         if (reply.isError() && isOfBus && reply.error().type() != QDBusError::NoReply)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Processes/ProcessEnds.h"
@@ -8,22 +9,22 @@
 
 namespace kestrum {
 
-/// The desktop's own program for installing and updating software, opened at one package. Most desktops' open addresses of the
-/// kind "appstream:"; where none does, the service that the session's PackageKit gives to programs is asked. Nobody is waited for.
-/// Main thread only.
+/// The desktop's own program for installing software, opened at one package. Most desktops' programs open "appstream:"
+/// addresses; where none does, the PackageKit service of the session is asked. Nothing waits for an answer. Main thread
+/// only.
 class SoftwareCentre final : public QObject {
     Q_OBJECT
 public:
-    /// `component` is the AppStream id of what the Debian package `package` installs.
+    /// `component` is the AppStream id of the contents of the Debian package `package`.
     SoftwareCentre(const QString& component, const QString& package, QObject* parent = nullptr);
     ~SoftwareCentre() override;
 
-    /// Looks what this desktop has, which may change while we run, and calls `looked`, perhaps at once.
+    /// Finds out what this desktop has, which may change while we run, and calls `looked`, perhaps at once.
     void look(const std::function<void()>& looked);
-    /// Whether the last look has found something to open.
+    /// Whether the last search found a program or service.
     bool isThere() const { return m_way != Way::none; }
 
-    /// Opens what was found, with the token that the desktop gave for it, which may be empty. `failed` follows when that cannot be.
+    /// Opens it, with the desktop's activation token, which may be empty. `failed` follows when that fails.
     void open(const QByteArray& activationToken);
 
 Q_SIGNALS:
@@ -41,7 +42,7 @@ private:
     QString m_component;
     QString m_package;
     Way m_way = Way::none;
-    ProcessEnds m_ends; ///< of what was started, which has to be waited for
+    ProcessEnds m_ends; ///< of the started programs, whose exit status has to be collected
 };
 
 } // namespace kestrum

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/StatusIcons.h"
 
 #include "Platform/Desktop/DesktopBus.h"
@@ -51,7 +52,8 @@ StatusIcons::~StatusIcons()
 void StatusIcons::follow()
 {
     QDBusConnection bus(iconsConnection());
-    // From any sender: naming the service would make Qt wait for the bus to tell who owns it. They only make us ask.
+    // From any sender: if the service were named, Qt would wait for the bus to tell its owner. The signals only make us
+    // ask.
     const bool isFollowed = bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus"),
                                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
                                 QStringList(listService()), QString(), this, SLOT(ask()))
@@ -69,13 +71,13 @@ void StatusIcons::ask()
     QDBusMessage call = QDBusMessage::createMethodCall(
         listService(), listPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     call << listService() << QStringLiteral("IsStatusNotifierHostRegistered");
-    // Nobody is started for the question.
+    // The question starts no service.
     call.setAutoStartService(false);
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(iconsConnection()).asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        // An error is an answer: there is no list now.
+        // An error counts as an answer: there is no list now.
         if (!reply.isError() && reply.value().variant().toBool())
             Q_EMIT shown();
     });
@@ -84,7 +86,7 @@ void StatusIcons::ask()
 bool StatusIcons::areOnBlack()
 {
     const QStringList names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower().split(u':');
-    // Its form with the panels of old follows the scheme.
+    // GNOME's classic mode, with panels, follows the scheme.
     return names.contains(QLatin1StringView("gnome")) && !names.contains(QLatin1StringView("gnome-classic"));
 }
 

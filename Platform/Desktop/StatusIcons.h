@@ -1,23 +1,24 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
 
 namespace kestrum {
 
-/// The desktop's status icons, by the session bus: a service there keeps a list of them, and panels that show them put
-/// themselves down in it. Main thread only.
+/// The desktop's status icons: a service on the session bus keeps a list of them, in which the panels that show them
+/// register. Main thread only.
 class StatusIcons final : public QObject {
     Q_OBJECT
 public:
-    /// Asks, and listens for what comes later. Where there is no bus, nothing comes.
+    /// Asks, and follows changes. Without a bus nothing happens.
     explicit StatusIcons(QObject* parent = nullptr);
     ~StatusIcons() override;
 
-    /// Whether the bar that shows them is black on this desktop, whatever colour scheme its windows have.
+    /// Whether the bar with the icons is black on this desktop, whatever the colour scheme of its windows.
     static bool areOnBlack();
 
 Q_SIGNALS:
-    /// There is somebody who shows them; also told when they come back.
+    /// A panel shows status icons; also emitted when it comes back.
     void shown();
 
 private Q_SLOTS:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/SymbolImage.h"
 
 #include <QFile>
@@ -9,9 +10,8 @@
 namespace kestrum {
 namespace {
 
-// All symbols are drawn on a field 14 units high, of which a unit is a point at this point size: a text of 12
-// points has a line about that high, and an even height stands on whole pixels when it is centred on the 22
-// points of an item.
+// All symbols are drawn on a field 14 units high. At this point size a unit is a point: a line of text of 12 points is
+// about that high, and an even height lies on whole pixels when it is centred on the 22 points of an item.
 constexpr double unitPointSize = 12;
 
 std::unique_ptr<QSvgRenderer> symbol(const QString& name)
@@ -22,14 +22,14 @@ std::unique_ptr<QSvgRenderer> symbol(const QString& name)
     auto renderer = std::make_unique<QSvgRenderer>(path);
     if (!renderer->isValid())
         return nullptr;
-    // Rounded sizes are not exactly in proportion.
+    // Rounding changes the proportions a little.
     renderer->setAspectRatioMode(Qt::KeepAspectRatio);
     return renderer;
 }
 
 QSizeF sizeOf(const QSvgRenderer& symbol, double pointSize)
 {
-    // Half points, so that an edge stands on a pixel at scale 2.
+    // Half points, so that an edge lies on a pixel at scale 2.
     const auto halves = [&](double units) { return std::round(units * pointSize / unitPointSize * 2) / 2; };
     const QSizeF field = symbol.viewBoxF().size();
     return QSizeF(halves(field.width()), halves(field.height()));

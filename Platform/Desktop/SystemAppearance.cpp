@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/SystemAppearance.h"
 
 #include "Platform/Desktop/AppearancePortal.h"
@@ -12,7 +13,7 @@
 namespace kestrum {
 namespace {
 
-// After the first frame, with which nothing of this may compete.
+// After the first frame, which must not wait for any of this.
 constexpr std::chrono::milliseconds delayBeforeAsking { 100 };
 
 ColourScheme schemeOf(const QPalette& palette)
@@ -59,7 +60,8 @@ void SystemAppearance::adopt()
         become(m_portal->scheme().value_or(schemeOf(QGuiApplication::palette())), m_portal->accent());
 }
 
-// An application that dresses itself after this changes its palette, which leads here again: only a difference is told.
+// An application that restyles itself on this changes its palette, which leads here again: so only a difference is
+// notified.
 void SystemAppearance::become(ColourScheme scheme, const std::optional<QColor>& accent)
 {
     if (scheme == m_scheme && accent == m_accent)

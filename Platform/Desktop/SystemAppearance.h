@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QColor>
@@ -10,8 +11,8 @@ enum class ColourScheme { light, dark };
 
 class AppearancePortal;
 
-/// The desktop's light or dark scheme and its accent colour. Starts from the application's palette, so that nothing
-/// waits at start-up; the desktop portal's answer, when it comes, is told by `changed`. One per process, main thread.
+/// The desktop's light or dark scheme and its accent colour. It starts from the application's palette, so that nothing
+/// waits at start-up; `changed` follows when the desktop portal answers. One per process, main thread.
 class SystemAppearance : public QObject {
     Q_OBJECT
 public:
@@ -19,19 +20,19 @@ public:
 
     ColourScheme scheme() const { return m_scheme; }
 
-    /// Nothing where the desktop names none.
+    /// Nothing where the desktop has none.
     const std::optional<QColor>& accent() const { return m_accent; }
 
-    /// Whether things that move should rather stand still.
+    /// Whether animations are to be left out.
     bool reducesMotion() const;
 
-    /// Fixes scheme and accent, for pictures and tests; nothing follows the desktop from then on.
+    /// Fixes scheme and accent, for pictures and tests; the desktop is not followed from then on.
     void setScheme(ColourScheme scheme, const std::optional<QColor>& accent = std::nullopt);
-    /// Fixes whether things stand still, for tests.
+    /// Fixes whether animations are left out, for tests.
     void setReducesMotion(bool reduces) { m_reducesMotion = reduces; }
 
 Q_SIGNALS:
-    /// Scheme or accent is another one now.
+    /// Scheme or accent has changed.
     void changed();
 
 private:

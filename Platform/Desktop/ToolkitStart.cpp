@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/ToolkitStart.h"
 
 #include "Platform/Desktop/DesktopBus.h"
@@ -14,7 +15,7 @@ constexpr char runtimeVariable[] = "XDG_RUNTIME_DIR";
 
 QtMessageHandler formerHandler = nullptr;
 
-// What is amiss with the runtime directory we say ourselves, and only where something of ours needs it.
+// We report problems of the runtime directory ourselves, and only where a feature of ours needs it.
 void passOn(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     if (formerHandler && !message.startsWith(QLatin1StringView("QStandardPaths: ")))
@@ -40,13 +41,14 @@ ToolkitStart::Nowhere::~Nowhere()
 }
 
 ToolkitStart::ToolkitStart()
-    // Where the toolkit makes a runtime directory when it does not like the session's.
+    // Where the toolkit makes a runtime directory when it rejects the session's.
     : m_temporaryDirectory("TMPDIR")
 {
     DesktopBus::nameToToolkit();
-    // The toolkit's own listener to the desktop's fonts begins with the application object, and is refused without this type.
+    // The toolkit's own listener to the desktop's fonts starts with the application object, and is refused without this
+    // type.
     qRegisterMetaType<QDBusVariant>();
-    // One that is not there it would make where it is named. Any other stays named, as the display may be in it.
+    // The toolkit would create a missing one. Any other stays named, as the display's socket may be in it.
     struct stat info { };
     const QByteArray named = qgetenv(runtimeVariable);
     if (!named.isEmpty() && ::stat(named.constData(), &info) != 0)

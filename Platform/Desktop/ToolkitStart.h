@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -5,9 +6,9 @@
 
 namespace kestrum {
 
-/// What the toolkit finds of the session while the application object is made: made right before that, destroyed right after it.
-/// Where the session has no bus, or no runtime directory of ours alone, the toolkit would make one of its own, the directory in a
-/// place that all share, and leave it behind. That there is no bus stays in our environment, for what we start.
+/// Guards the making of the application object: made right before it, destroyed right after it. Where the session has no
+/// bus, or no private runtime directory, the toolkit would make one of its own (the directory in a shared place) and leave
+/// it behind. That there is no bus stays in our environment, for the programs that we start.
 class ToolkitStart {
 public:
     ToolkitStart();
@@ -16,7 +17,7 @@ public:
     ToolkitStart& operator=(const ToolkitStart&) = delete;
 
 private:
-    /// A variable of the environment that leads nowhere as long as this lives.
+    /// A variable of the environment that leads nowhere while this lives.
     class Nowhere {
     public:
         explicit Nowhere(const char* variable);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/ToolkitTexts.h"
 
 #include "Platform/Store/GlobalDomain.h"
@@ -25,7 +26,7 @@ void ToolkitTexts::install()
 {
     const QString language = wantedLanguage();
     QLocale::setDefault(locale(language));
-    // It ends with the application object.
+    // It lives as long as the application object.
     static QPointer<QTranslator> installed;
     delete installed;
     auto* translator = new QTranslator(QCoreApplication::instance());

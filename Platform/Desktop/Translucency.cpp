@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/Translucency.h"
 
 #include "Platform/Desktop/XcbReply.h"
@@ -11,14 +12,14 @@ namespace kestrum {
 
 namespace {
 
-// Held by whoever mixes the windows of the first screen, and hardly any server has a second one in this sense.
+// Owned by the compositing manager of the first screen; hardly any server has a second screen in this sense.
 constexpr std::string_view mixersSelection = "_NET_WM_CM_S0";
 
 } // namespace
 
 bool isTranslucencyShown()
 {
-    // Others than this one have an interface for X11 too, but no connection.
+    // Other platforms have an interface for X11 too, but no connection.
     if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
         return true;
     xcb_connection_t* server = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();

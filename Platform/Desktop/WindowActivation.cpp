@@ -1,7 +1,8 @@
-// On X11 the window manager is asked by a message, and told when the user asked for the window, which it compares with
-// what they did since. The toolkit would send the time of the last event that it saw, long past in a window that nobody
-// works in. A request that stems from people themselves counts as one of a panel's. On Wayland the toolkit has
-// the protocol and looks for the token in the environment.
+// SPDX-License-Identifier: MIT
+// On X11 the request to the window manager carries the time of the user's act, which it compares with the time of the
+// user's last act. The toolkit would send the time of the last event that it saw, which is long past in a window that is
+// not in use. The request is sent as a panel's, which counts as the user's own. On Wayland the toolkit has the protocol and
+// looks for the token in the environment.
 
 #include "Platform/Desktop/WindowActivation.h"
 
@@ -45,7 +46,7 @@ QByteArray WindowActivation::tokenOf(quint32 time)
 {
     if (time == 0 || QGuiApplication::platformName() != QLatin1StringView("xcb"))
         return {};
-    // Of all that such a name says, only the time matters here: nobody is told of a start that is under way.
+    // Only the time of this name matters here: no start-up notification is sent.
     return "kestrum-" + QByteArray::number(QCoreApplication::applicationPid()) + "_TIME"
         + QByteArray::number(time);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Desktop/X11Struts.h"
 
 #include "Platform/Desktop/XcbReply.h"
@@ -34,14 +35,14 @@ xcb_get_property_cookie_t ask(xcb_connection_t* connection, quint32 window, quin
     return xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, mostNumbers);
 }
 
-/// Anybody can write any number; displays have no more pixels than this.
+/// Any program can write any number; displays have no more pixels than this.
 int coordinate(qint32 number)
 {
     return std::clamp(number, 0, 0x7fff);
 }
 
-/// The four depths, in the order left, right, top, bottom, and where there are more numbers, first and last pixel along each
-/// edge. A newer property that names no range, and the older one, mean all of the edge.
+/// The four depths in the order left, right, top, bottom and, where there are more numbers, first and last pixel along each
+/// edge. A newer property without a range, and the older one, mean the whole edge.
 void append(QList<X11Struts::Strut>& struts, const QList<qint32>& numbers, QSize display)
 {
     constexpr std::array edges { Qt::LeftEdge, Qt::RightEdge, Qt::TopEdge, Qt::BottomEdge };
@@ -96,7 +97,7 @@ QRect X11Struts::rest(const QRect& screen, const QList<Strut>& struts)
 X11Struts::X11Struts(const QWindow& window)
 {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    // Qt's platform without a display has the interface too, and nothing behind it.
+    // Qt's platform without a display has the interface too, with nothing behind it.
     if (!x11 || !x11->connection())
         return;
     m_connection = x11->connection();
@@ -119,12 +120,12 @@ X11Struts::~X11Struts() = default;
 
 QRect X11Struts::available(const QScreen& screen)
 {
-    // Of a single screen the toolkit's word is right, and holds also what the window manager keeps.
+    // Of a single screen the toolkit's value is right, and contains the window manager's own reservations.
     const QRect toolkits
         = screen.virtualSiblings().size() > 1 ? screen.geometry() : screen.availableGeometry();
     if (!m_connection)
         return toolkits;
-    // The toolkit counts a screen's upper left corner in pixels and all else in points.
+    // The toolkit gives a screen's upper left corner in pixels and everything else in points.
     const double scale = screen.devicePixelRatio();
     const QRect geometry = screen.geometry();
     const QRect pixels(geometry.topLeft(), (QSizeF(geometry.size()) * scale).toSize());
@@ -147,7 +148,7 @@ QList<X11Struts::Strut> X11Struts::struts()
         xcb_get_property_cookie_t partial;
         xcb_get_property_cookie_t whole;
     };
-    // All questions go out before the first answer is waited for.
+    // All requests are sent before the first answer is awaited.
     QList<Asked> asked;
     for (const quint32 window : topWindows())
         asked.append(
@@ -163,7 +164,7 @@ QList<X11Struts::Strut> X11Struts::struts()
         panels.insert(question.window);
         if (m_panels.contains(question.window))
             continue;
-        // Not every window manager tells of a change that leaves the display's rectangle as it was.
+        // Not every window manager notifies of a change that leaves the display's rectangle as it was.
         const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
         const auto request
             = xcb_change_window_attributes_checked(m_connection, question.window, XCB_CW_EVENT_MASK, &mask);
@@ -180,7 +181,7 @@ QList<quint32> X11Struts::topWindows() const
         result.append(quint32(client));
     if (!result.isEmpty())
         return result;
-    // There is no window manager that keeps a list: all that are shown.
+    // No window manager keeps a list: all shown windows.
     const XcbReply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_root), nullptr));
     if (!tree)
@@ -199,7 +200,7 @@ QList<quint32> X11Struts::topWindows() const
     return result;
 }
 
-/// What the desktop itself says of each screen, where its own panel is no window; `screen` where it says nothing of it.
+/// The desktop's own value for each screen, where its panel is no window; `screen` where it has none.
 QRect X11Struts::desktopsWord(const QRect& screen)
 {
     m_desktopsWorkAreas = atom("_GTK_WORKAREAS_D" + QByteArray::number(numbersOfRoot(m_desktop).value(0)));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QAbstractNativeEventFilter>
@@ -13,32 +14,32 @@ struct xcb_connection_t;
 
 namespace kestrum {
 
-/// What panels keep for themselves along the edges of an X server's screens. The toolkit knows a rectangle for all screens
-/// together, and of several screens it takes either nothing away or what a panel of another screen keeps. Where there is no X
-/// server, the toolkit's word holds.
+/// The room that panels reserve along the edges of an X server's screens. The toolkit knows one rectangle for all screens
+/// together. Of several screens it subtracts either nothing or the panel of another screen. Where there is no X server, the
+/// toolkit's value holds.
 class X11Struts final : public QObject, QAbstractNativeEventFilter {
     Q_OBJECT
 public:
-    /// Room that is kept along an edge of the whole display, in pixels of the device. It may be an inner screen's: then it reaches
-    /// from the edge of the display through the screens before that one.
+    /// Room that is reserved along an edge of the whole display, in pixels of the device. It may belong to an inner screen:
+    /// then it reaches from the edge of the display through the screens before that one.
     struct Strut {
         Qt::Edge edge;
         QRect room;
     };
 
-    /// What the struts leave of a screen, all in pixels of the device. A strut that takes the whole depth of the screen is meant
-    /// for one behind it, and one that reaches in by a single pixel for one beside it.
+    /// The part of a screen that struts leave free, in pixels of the device. A strut that takes the whole depth of the
+    /// screen is meant for a screen behind it, and one that reaches in by a single pixel for a screen beside it.
     static QRect rest(const QRect& screen, const QList<Strut>& struts);
 
-    /// Of the server that shows `window`, which is created if it is not there yet.
+    /// For the server that shows `window`, which is created if necessary.
     explicit X11Struts(const QWindow& window);
     ~X11Struts() override;
 
-    /// What panels leave free of the screen, in the toolkit's units. Asks the server and waits for its answer.
+    /// The part of the screen that panels leave free, in the toolkit's units. Asks the server and waits for its answer.
     QRect available(const QScreen& screen);
 
 Q_SIGNALS:
-    /// Something of this may be different now. Told 50 ms after it happens, once for all that happens in that time.
+    /// The free part of a screen may have changed. Emitted 50 ms after a change, once for all changes within that time.
     void changed();
 
 private:
@@ -51,13 +52,13 @@ private:
 
     xcb_connection_t* m_connection = nullptr;
     quint32 m_root = 0;
-    // Names of properties.
+    // Atoms of properties.
     quint32 m_strut = 0;
     quint32 m_partialStrut = 0;
     quint32 m_clients = 0;
     quint32 m_workArea = 0;
     quint32 m_desktop = 0;
-    quint32 m_desktopsWorkAreas = 0; ///< that of the desktop that was shown last
+    quint32 m_desktopsWorkAreas = 0; ///< of the last current desktop
     QSet<quint32> m_panels;          ///< whose properties are followed
     QTimer m_pause;
 };

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -8,21 +9,20 @@ struct xcb_connection_t;
 
 namespace kestrum {
 
-/// A window of ours on an X server, and what Qt has no word for there. Requests are sent by the next `flush`, or with the
-/// toolkit's own.
+/// A window of ours on an X server, and what Qt has no function for there. Requests are sent by the next `flush`, or with
+/// the toolkit's own.
 class X11Window {
 public:
-    /// Creates the window if it is not there yet. Nothing where the display is no X server.
+    /// Creates the window if necessary. Nothing where the display is no X server.
     static std::optional<X11Window> of(const QWindow& window);
 
-    /// Whether there is a window manager that could be asked.
+    /// Whether a window manager runs that could be asked.
     bool isManaged() const;
-    /// Asks it for the focus, as people themselves do, who last did something at the server's `time`.
+    /// Asks it for the focus on behalf of the user, who last did something at the server's `time`.
     void askForFocus(quint32 time) const;
-    /// Tells whoever shows that a program is being started that it has come.
+    /// Ends the start-up notification that desktops show while a program is being started.
     void tellThatStartEnded(const QByteArray& token) const;
-    /// Has the window, while it is hidden, stand on all virtual desktops when it is shown; window managers forget it with every
-    /// hiding.
+    /// Puts the hidden window on all virtual desktops for when it is shown; window managers forget that with every hiding.
     void standOnAllDesktops() const;
     void flush() const;
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <cstdlib>
@@ -9,7 +10,7 @@ struct XcbReplyRelease {
     void operator()(void* reply) const { std::free(reply); }
 };
 
-/// An answer of an X server, as the functions of xcb that wait for one give it: theirs who asked, and empty when there is none.
+/// An answer of an X server, from the functions of xcb that wait for one; the caller owns it. Empty when there is none.
 template <class Reply> using XcbReply = std::unique_ptr<Reply, XcbReplyRelease>;
 
 } // namespace kestrum

@@ -33,7 +33,7 @@ QByteArrayList parts(const QByteArray& text, char separator)
     return list;
 }
 
-/// The names of this desktop, the most particular one first.
+/// The names of this desktop, the most specific one first.
 QByteArrayList desktopsHere()
 {
     return parts(qgetenv("XDG_CURRENT_DESKTOP"), ':');
@@ -59,14 +59,15 @@ bool isShownHere(const DesktopEntry& entry)
     return !only || here.isEmpty();
 }
 
-/// What the program's path ends with in every copy of its bundle; the whole path of one without a bundle.
+/// The end of the program's path that is the same in every copy of its bundle; the whole path of a program without a
+/// bundle.
 QByteArray placeInBundle(const QByteArray& program)
 {
     const qsizetype inside = program.lastIndexOf(".app/Contents/");
     return inside < 0 ? program : program.mid(program.lastIndexOf('/', inside));
 }
 
-/// The file that a command's first word leads to.
+/// The file that a command's first word names, links followed.
 QByteArray fileOf(const QByteArray& word)
 {
     const QString name = QFile::decodeName(word);

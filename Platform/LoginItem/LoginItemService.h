@@ -40,8 +40,8 @@ public:
     /// the whole system, the user gets an entry that is switched off instead.
     Result<> unregister() const;
 
-    /// Opens the desktop's own settings of what starts at login or, where it has none, the folder of the entries. False when
-    /// neither can be shown.
+    /// Opens the desktop's own settings of what starts at login or, where it has none, the folder of the entries. False
+    /// when neither can be shown. The name is that of the button that calls it.
     bool openSystemSettingsLoginItems() const;
 
     /// The path of the entry's file, which need not exist.

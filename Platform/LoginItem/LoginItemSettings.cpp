@@ -41,7 +41,7 @@ bool start(const char* name, const QStringList& arguments)
 
 bool LoginItemService::openSystemSettingsLoginItems() const
 {
-    // More than one name, the most particular one first.
+    // The variable lists the most specific name first.
     const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
     for (const QString& desktop : desktops) {
         for (const SettingsProgram& known : programs) {
@@ -52,7 +52,7 @@ bool LoginItemService::openSystemSettingsLoginItems() const
                 return true;
         }
     }
-    // Where the desktop has no such settings, the folder shows the entries.
+    // A desktop without such settings shows the folder of the entries.
     return start("xdg-open", { QFileInfo(entryPath()).path() });
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/Bell.h"
 
 #include <sys/eventfd.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/FileDescriptor.h"
@@ -8,15 +9,15 @@
 
 namespace kestrum {
 
-/// Lets other threads tell the main thread that there is something to fetch. Rings that come together are one. It costs nobody
-/// anything until it rings. Main thread only, but for the ropes.
+/// Wakes the main thread from other threads. Several rings before it wakes count as one. Idle, it costs nothing. Main
+/// thread only, except for the ropes.
 class Bell final : public QObject {
     Q_OBJECT
 public:
     explicit Bell(QObject* parent = nullptr);
 
-    /// Rings when it is called, from any thread, and also when the bell is gone by then, which nobody hears. Empty where the
-    /// kernel has no descriptor left.
+    /// A function that rings, callable from any thread, also after the bell is gone. Empty where the kernel has no
+    /// descriptor left.
     std::function<void()> rope() const;
 
 Q_SIGNALS:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/CPULoad.h"
 
 #include "Platform/Machine/KernelText.h"
@@ -5,12 +6,12 @@
 #include <algorithm>
 #include <numeric>
 
-// A line is "cpuN user nice system idle iowait irq softirq steal guest guest_nice", in hundredths of a second since the
-// start. The two last are contained in user and nice already and are passed over. Waiting for a disk is idle time: another
-// process could run. Time that a hypervisor gave to others is load: there was work to do.
+// A line is "cpuN user nice system idle iowait irq softirq steal guest guest_nice", in hundredths of a second since boot.
+// The last two are contained in user and nice and are skipped. Waiting for a disk is idle time: another process could run.
+// Time that a hypervisor gave to others is load: there was work to do.
 //
-// Cores come and go, and a counter may go backwards (that of waiting is known for it, and a core that comes back begins
-// anew): each core is compared with itself only, each counter alone, and a step back counts as none.
+// Cores come and go, and a counter may go backwards: the one of waiting is known for it, and a core that comes back starts
+// again. So each core is compared only with itself and each counter alone, and a step back counts as none.
 
 namespace kestrum {
 namespace {
@@ -19,7 +20,7 @@ constexpr std::size_t idleCounter = 3;
 constexpr std::size_t waitingCounter = 4;
 // The kernel itself can be built for 8192.
 constexpr int maximumNumber = 65535;
-// In hundredths of a second a core: what is shorter says nothing about a load.
+// In hundredths of a second a core: a shorter time says nothing about a load.
 constexpr quint64 shortestTime = 4;
 
 struct Spent {
@@ -31,7 +32,7 @@ struct Spent {
 template <std::size_t size>
 Spent spentBetween(const std::array<quint64, size>& before, const std::array<quint64, size>& now)
 {
-    // More than a century of hundredths of seconds is junk, and sums of less cannot overflow.
+    // More than a century of hundredths of seconds is junk; sums of smaller values cannot overflow.
     static constexpr quint64 longest = quint64(1) << 40;
     Spent spent;
     for (std::size_t i = 0; i < size; ++i) {
@@ -107,7 +108,7 @@ void CPULoad::pause()
     m_history.clear();
 }
 
-// The cores' lines stand together, after that of their sum.
+// The cores' lines follow the line of their sum.
 void CPULoad::parse(std::string_view content)
 {
     m_now.clear();
@@ -130,13 +131,13 @@ void CPULoad::parse(std::string_view content)
             counter = *value;
             ++known;
         }
-        // Very old kernels have no more than the first four.
+        // Very old kernels have only the first four.
         if (known > idleCounter)
             m_now.push_back(core);
     }
 }
 
-// The kernel's levels are asked for again whenever the cores are others than before.
+// The levels are read again whenever the set of cores changes.
 void CPULoad::arrange()
 {
     const QList<QList<int>> levels = m_kernel.levelProcessors();

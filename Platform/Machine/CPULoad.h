@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Machine/KernelFile.h"
@@ -9,24 +10,24 @@
 
 namespace kestrum {
 
-/// Load of the processor, from the kernel's counters of time in "/proc/stat": a load is what was spent between two
-/// samples, so the first sample gives none.
+/// Load of the processor, from the time counters in "/proc/stat": a load is measured between two samples, so the first
+/// sample gives none.
 class CPULoad {
 public:
     static constexpr int historyLength = 36;
 
     explicit CPULoad(const QString& root = {});
 
-    /// Takes a sample. Samples that follow each other faster than the counters count leave the loads as they are.
+    /// Takes a sample. Samples closer together than the counters' resolution leave the loads as they are.
     void sample();
 
-    /// Forgets the counters and the history, for when samples are not taken for a while: the next sample is a first one.
+    /// Forgets the counters and the history, for a pause in sampling: the next sample is a first one.
     void pause();
 
     double total() const { return m_total; }
-    /// One load a core that is switched on, slowest level first, in the order of the kernel's numbers within a level.
+    /// One load a core that is online, slowest level first, in the order of the kernel's numbers within a level.
     const QList<double>& cores() const { return m_cores; }
-    /// How many of the last `cores` belong to the fastest level; 0 when all cores are alike.
+    /// The number of the last `cores` that belong to the fastest level; 0 when all cores are alike.
     int performanceCount() const { return m_performanceCount; }
     /// Total loads of the last `historyLength` samples, oldest first.
     const QList<double>& history() const { return m_history; }

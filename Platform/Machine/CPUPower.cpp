@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/CPUPower.h"
 
 #include "Platform/Machine/KernelText.h"
@@ -7,7 +8,7 @@
 namespace kestrum {
 namespace {
 
-// No package takes as much: a counter that was set back, not one that came round.
+// No package takes this much: the counter was reset and did not wrap around.
 constexpr double largestPackageWatts = 5000;
 
 } // namespace
@@ -57,8 +58,8 @@ std::optional<qint64> CPUPower::Package::spent()
     return *before >= *last ? *before - *last : *before - *last + range;
 }
 
-// "intel-rapl:0" is a package (AMD's are named so too) and "intel-rapl:0:1" a part of it; "intel-rapl-mmio:0" is the same
-// package once more, and "psys" the whole machine as its maker wired it, or not.
+// "intel-rapl:0" is a package (also of AMD) and "intel-rapl:0:1" a part of it; "intel-rapl-mmio:0" is the same package once
+// more, and "psys" is the whole machine, where its maker wired it.
 void CPUPower::findPackages()
 {
     for (const QString& name : QDir(m_folder).entryList({ QStringLiteral("intel-rapl:*") }, QDir::Dirs)) {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Machine/KernelFile.h"
@@ -8,19 +9,19 @@
 
 namespace kestrum {
 
-/// Power of the processor, from the energy counters of its packages in "/sys/class/powercap". Kernels since 5.10 let only
-/// the administrator read them.
+/// Power of the processor, from the energy counters of its packages in "/sys/class/powercap". Since kernel 5.10 only root
+/// can read them.
 class CPUPower {
 public:
     using Clock = std::chrono::steady_clock;
 
     explicit CPUPower(const QString& root = {});
 
-    /// Mean power in watts since the call before, all packages together; nothing at first, and when a package cannot be
-    /// read. Times are given for tests.
+    /// Mean power in watts since the last call, all packages together; nothing at the first call, and when a package cannot
+    /// be read. Tests give the time.
     std::optional<double> read(Clock::time_point now = Clock::now());
 
-    /// Forgets the counters, for when nobody reads for a while: they would have come round unseen.
+    /// Forgets the counters, for a pause in reading: they could wrap around unnoticed.
     void pause();
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/CoreTopology.h"
 
 namespace kestrum {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Machine/KernelValues.h"
@@ -19,14 +20,14 @@ namespace CoreTopology {
 /// This machine's tiers, fastest first, found once per process. Empty when all cores are alike.
 const QList<CoreTier>& tiers();
 
-/// Logical cores of all tiers, or the active processors when there are no tiers.
+/// The number of logical cores of all tiers, or of online processors when there are no tiers.
 int totalCores();
 
 /// The same for any machine.
 QList<CoreTier> tiers(const KernelValues& kernel);
 int totalCores(const QList<CoreTier>& tiers, const KernelValues& kernel);
 
-/// Makes `tiers` this machine's from now on, so that another machine's items can be drawn here.
+/// Replaces this machine's tiers, so that another machine's items can be drawn here.
 void useTiers(const QList<CoreTier>& tiers);
 
 } // namespace CoreTopology

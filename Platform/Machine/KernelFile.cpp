@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/KernelFile.h"
 
 #include "Platform/Machine/KernelText.h"
@@ -18,13 +19,13 @@ std::optional<std::string_view> KernelFile::read()
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened())
             return content;
-        // The device is gone; another may stand in its place.
+        // The device is gone; another one may get its path.
         m_descriptor.close();
     } else if (m_passOver > 0) {
         --m_passOver;
         return std::nullopt;
     }
-    // Not blocking: a pipe in a file's place would wait for its writer.
+    // Not blocking: a pipe at the path would wait for its writer.
     m_descriptor = FileDescriptor(::open(m_path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened()) {
@@ -49,7 +50,7 @@ std::optional<std::string_view> KernelFile::readOpened()
         if (count < 0)
             return std::nullopt;
         size += std::size_t(count);
-        // The kernel makes such a text in one piece: less than there was room for is all.
+        // The kernel returns such a text in one piece: less than the room for it is all of it.
         if (std::size_t(count) < room || m_buffer.size() >= maximumBytes)
             return std::string_view(m_buffer.data(), size);
         m_buffer.resize(m_buffer.size() * 2);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/FileDescriptor.h"
@@ -10,12 +11,12 @@
 
 namespace kestrum {
 
-/// A file of "/proc" or "/sys", kept open and read anew from its beginning each time: that costs one system call. What
-/// cannot be read is tried again after pauses that grow up to `longestPause` reads, as devices come and rights change.
+/// A file of "/proc" or "/sys" that stays open and is read from its beginning each time: that costs one system call. After
+/// a failure it is tried again after pauses that grow up to `longestPause` reads, as devices come and rights change.
 class KernelFile {
 public:
     static constexpr int longestPause = 32;
-    /// More than any file that is read this way has.
+    /// Larger than any file that is read this way.
     static constexpr std::size_t maximumBytes = std::size_t(1) << 20;
 
     explicit KernelFile(const QString& path);
@@ -23,7 +24,7 @@ public:
     /// The content up to `maximumBytes`, valid until the next read; nothing when it cannot be read.
     std::optional<std::string_view> read();
 
-    /// The same as one whole number, with or without a sign; nothing when it is not just that.
+    /// The content as one whole number, with or without a sign; nothing when it is anything else.
     std::optional<qint64> readNumber();
 
 private:
@@ -32,8 +33,8 @@ private:
     QByteArray m_path;
     FileDescriptor m_descriptor;
     std::vector<char> m_buffer;
-    int m_pause = 0;    ///< reads to be passed over after the next failure
-    int m_passOver = 0; ///< reads still to be passed over
+    int m_pause = 0;    ///< reads to skip after the next failure
+    int m_passOver = 0; ///< reads still to skip
 };
 
 } // namespace kestrum

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <charconv>
@@ -7,10 +8,10 @@
 
 namespace kestrum {
 
-/// Taking apart the texts of "/proc" and "/sys", which are lines of words, without copying them.
+/// Parses the texts of "/proc" and "/sys", which are lines of words, without copying them.
 namespace KernelText {
 
-/// The text up to `separator` or to the end; it and the separator are taken off `rest`.
+/// The text up to `separator` or to the end; both are removed from `rest`.
 inline std::string_view takeUpTo(char separator, std::string_view& rest)
 {
     const std::size_t end = rest.find(separator);
@@ -24,7 +25,7 @@ inline std::string_view takeLine(std::string_view& rest)
     return takeUpTo('\n', rest);
 }
 
-/// The next word between blanks, empty at the end; it is taken off `rest`.
+/// The next word between blanks, empty at the end; it is removed from `rest`.
 inline std::string_view takeWord(std::string_view& rest)
 {
     const std::size_t begin = rest.find_first_not_of(" \t");
@@ -40,7 +41,7 @@ inline std::string_view trimmed(std::string_view text)
     return text.substr(begin, text.find_last_not_of(" \t\n") - begin + 1);
 }
 
-/// The number that `text` is, as a whole; nothing when it is anything else or does not fit.
+/// All of `text` as a number; nothing when it is anything else or does not fit.
 template <class Number> std::optional<Number> wholeNumber(std::string_view text)
 {
     Number number = 0;

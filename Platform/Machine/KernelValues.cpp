@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/KernelValues.h"
 
 #include <QDir>
@@ -10,20 +11,20 @@
 #include <unistd.h>
 #include <vector>
 
-// Levels are found in two places. Processors with unlike cores by design say which cores are of which kind
-// ("cpu_core", "cpu_atom"); others give every core a capacity, and cores of one capacity make a level. A
-// machine whose cores are all alike has neither, or one group only: then there are no levels. Cores that are
-// switched off are not counted, and a level without any core switched on does not exist.
+// Levels are found in two places. Processors with different kinds of cores by design say which cores are of which kind
+// ("cpu_core", "cpu_atom"). Others give every core a capacity, and cores of one capacity form a level. A machine whose
+// cores are all alike has neither, or a single group: then there are no levels. Cores that are offline are not counted, and
+// a level without an online core does not exist.
 
 namespace kestrum {
 namespace {
 
-// The kernel itself can be built for 8192; a number beyond that many times over is not one of its.
+// The kernel can be built for 8192; a number far beyond that is not one of its.
 constexpr int maximumCpu = 65535;
 
 std::optional<QByteArray> content(const QString& path)
 {
-    // A page is all that such a file has; long lists of processors may come in several.
+    // Such a file has at most a page; long lists of processors may come in several.
     static constexpr qint64 maximumBytes = qint64(64) * 1024;
     if (!QFileInfo(path).isFile())
         return std::nullopt;
@@ -72,7 +73,7 @@ int count(const Cpus& cpus)
     return int(std::count(cpus.begin(), cpus.end(), true));
 }
 
-// Without knowing which processors are switched on, all of them count.
+// Where the list of online processors is unknown, all of them count.
 bool isActive(int cpu, const std::optional<Cpus>& online)
 {
     return !online || (size_t(cpu) < online->size() && (*online)[size_t(cpu)]);
@@ -110,7 +111,7 @@ QList<KernelValues::Level> KernelValues::levels() const
 
     if (result.isEmpty()) {
         std::map<int, QList<int>, std::greater<>> cpusByCapacity;
-        // Names are looked at here: a pattern for them would bring regular expressions into every start.
+        // Compared by hand: a pattern would bring regular expressions into every start.
         static constexpr QLatin1StringView prefix("cpu");
         for (const QString& name : QDir(cpuFolder).entryList(QDir::Dirs)) {
             if (!name.startsWith(prefix))
@@ -129,7 +130,7 @@ QList<KernelValues::Level> KernelValues::levels() const
 
     if (result.size() < 2)
         return {};
-    // What lies between the two ends has no name of its own.
+    // The levels between the two ends have no name of their own.
     result.first().name = "Performance";
     result.last().name = "Efficiency";
     return result;

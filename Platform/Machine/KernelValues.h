@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -7,24 +8,24 @@
 
 namespace kestrum {
 
-/// Facts about the processor by name, answered from /sys. Known names: "hw.nperflevels",
-/// "hw.perflevelN.logicalcpu", "hw.perflevelN.name", level 0 being the fastest. An ordinary machine, whose
-/// cores are all alike, has none of them.
+/// Facts about the processor, read from /sys. Known names: "hw.nperflevels", "hw.perflevelN.logicalcpu",
+/// "hw.perflevelN.name", level 0 being the fastest; callers and tests look values up by these fixed names. A machine whose
+/// cores are all alike has none of them.
 class KernelValues {
 public:
-    /// `root` is put before every path, so that a copied tree can stand for a machine.
+    /// `root` is prepended to every path, so that a copied tree can stand for a machine.
     explicit KernelValues(const QString& root = {});
 
-    /// Nothing for an unknown name, for a text value, and where the machine does not tell.
+    /// Nothing for an unknown name, for a text value, and where the machine does not say.
     std::optional<qint64> integer(const QByteArray& name) const;
     /// The raw bytes of a text value, without a terminating zero.
     std::optional<QByteArray> text(const QByteArray& name) const;
 
-    /// The kernel's numbers of the processors of each level that are switched on, level 0 first; none for a level whose list
-    /// cannot be read.
+    /// The kernel's numbers of the online processors of each level, level 0 first; none for a level whose list cannot be
+    /// read.
     QList<QList<int>> levelProcessors() const;
 
-    /// Processors that are switched on, at least 1.
+    /// The number of online processors, at least 1.
     int activeProcessorCount() const;
 
 private:

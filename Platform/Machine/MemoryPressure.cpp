@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/MemoryPressure.h"
 
 #include "Platform/Machine/KernelText.h"

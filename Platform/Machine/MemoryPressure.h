@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Machine/KernelFile.h"
@@ -6,7 +7,7 @@
 
 namespace kestrum {
 
-/// How much of the time work stood still for want of memory, from "/proc/pressure/memory".
+/// The share of time in which work waited for memory, from "/proc/pressure/memory".
 class MemoryPressure {
 public:
     explicit MemoryPressure(const QString& root = {});

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/MemoryUse.h"
 
 #include "Platform/Machine/KernelText.h"
@@ -23,7 +24,7 @@ enum Amount {
 constexpr std::string_view names[amountCount] = { "MemTotal:", "MemAvailable:", "MemFree:", "Buffers:",
     "Cached:", "SReclaimable:", "Shmem:", "SwapTotal:", "SwapFree:" };
 
-// In KiB. Sums of a few amounts have to fit, and an amount in bytes.
+// In KiB. Sums of a few amounts must fit, and an amount in bytes.
 constexpr quint64 largestAmount = std::numeric_limits<quint64>::max() / 1024 / 8;
 
 struct Amounts {
@@ -51,7 +52,7 @@ Amounts parsed(std::string_view content)
     return amounts;
 }
 
-// Kernels before 3.14 do not say what is available: free memory, and what is cached and not shared.
+// Kernels before 3.14 do not report available memory: it is free memory, and cached memory that is not shared.
 std::optional<quint64> availableOf(const Amounts& amounts)
 {
     if (amounts.values[available] || !amounts.values[free])

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Machine/KernelFile.h"
@@ -9,10 +10,10 @@ class MemoryUse {
 public:
     explicit MemoryUse(const QString& root = {});
 
-    /// Reads anew; what cannot be read leaves the values as they are.
+    /// Reads the values again. A value that cannot be read stays as it is.
     void sample();
 
-    /// The share of the memory that could not be given to a program without taking it from another, 0…1.
+    /// The share of memory that is not available to a new program, 0…1.
     double used() const { return m_used; }
     quint64 swapUsed() const { return m_swapUsed; } ///< bytes
 

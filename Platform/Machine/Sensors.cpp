@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/Sensors.h"
 
 #include "Platform/Machine/KernelFile.h"
@@ -13,9 +14,9 @@
 #include <sensors/sensors.h>
 #include <unistd.h>
 
-// Which sensor is which is told by its chip and its label, as the numbers of the kernel's "hwmonN" change with each start and
-// whenever a driver comes or goes. The library finds chips only when it is opened: it is opened anew when another device
-// stands behind any of these numbers.
+// A sensor is identified by its chip and label, since the numbers of the kernel's "hwmonN" change with each start and
+// whenever a driver comes or goes. The library finds chips only when it is opened, so it is opened again when another
+// device is behind any of these numbers.
 
 namespace kestrum {
 namespace {
@@ -23,13 +24,13 @@ namespace {
 constexpr int worstRank = 3;
 constexpr const char* deviceFolder = "/sys/class/hwmon";
 
-// Inputs that nothing is wired to answer -128, 127 or worse.
+// Unconnected inputs answer -128, 127 or worse.
 bool isPlausibleTemperature(double celsius)
 {
     return celsius > -60 && celsius < 126;
 }
 
-// A fan that is being started can answer 65535.
+// A starting fan can answer 65535.
 bool isPlausibleSpeed(double rpm)
 {
     return rpm >= 0 && rpm < 30000;
@@ -39,12 +40,12 @@ int cpuRank(std::string_view chip, std::string_view label)
 {
     if (chip == "coretemp")
         return label.starts_with("Package") ? 1 : 2;
-    // The "control" value can lie 27 degrees above the die's. Where the kernel gives no die, it knows of no difference.
+    // The "control" value can be 27 degrees above the die's. Where the kernel gives no die, it knows of no difference.
     if (chip == "k10temp" || chip == "zenpower")
         return label == "Tdie" ? 1 : label == "Tctl" || label.starts_with("temp") ? 2 : worstRank;
     if (chip == "k8temp" || chip == "via_cputemp" || (chip.starts_with("cpu") && chip.ends_with("thermal")))
         return 1;
-    // What a mainboard or a laptop calls so; "CPUTIN" is an input that many boards leave open.
+    // The name on mainboards and laptops; "CPUTIN" is an input that many boards leave open.
     return label == "CPU" || label.starts_with("CPU ") ? worstRank : 0;
 }
 
@@ -139,7 +140,7 @@ void Sensors::adoptChips()
     close();
     m_chips = std::move(chips);
     m_isOpen = true;
-    // Without a configuration of our own: the system's, or none.
+    // Without a configuration of ours: the system's, or none.
     if (::sensors_init(nullptr) != 0)
         return;
     int place = 0;
@@ -170,7 +171,7 @@ void Sensors::adopt(const sensors_chip_name& chip)
             const std::string_view label = text ? text.get() : "";
             input.cpu = cpuRank(name, label);
             input.gpu = gpuRank(name, label);
-            // Asking a disk for its temperature keeps it from spinning down.
+            // Reading a disk's temperature keeps it from spinning down.
             input.isQuiet = name == "drivetemp";
         }
         (isFan ? m_fans : m_temperatures).push_back(input);
@@ -185,7 +186,7 @@ std::optional<double> Sensors::temperature(const Input& input)
     return celsius && isPlausibleTemperature(*celsius) ? celsius : std::nullopt;
 }
 
-// The highest of those that stand best for the whole; the next best only where these cannot be read.
+// The highest of the sensors that best represent the whole; the next best only where these cannot be read.
 std::optional<double> Sensors::best(Rank Input::*rank)
 {
     std::optional<double> highest;
@@ -198,12 +199,12 @@ std::optional<double> Sensors::best(Rank Input::*rank)
     return highest;
 }
 
-// A sleeping graphics card would be woken by being asked, with its fan, for half a second and several watts.
+// Reading a sleeping graphics card would wake it, with its fan, for half a second and several watts.
 bool Sensors::isAsleep(const sensors_chip_name& chip)
 {
     if (chip.bus.type != SENSORS_BUS_TYPE_PCI || !chip.path)
         return false;
-    // With old drivers the library's path is the device's own.
+    // Old drivers make the library's path the device's own.
     QString path = QFile::decodeName(chip.path);
     if (!path.endsWith(QStringLiteral("/device")))
         path += QStringLiteral("/device");

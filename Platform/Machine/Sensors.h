@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -9,8 +10,8 @@ struct sensors_chip_name;
 
 namespace kestrum {
 
-/// Temperatures and fans as libsensors knows them, with what its configuration says about names and corrections. Reading
-/// one takes up to milliseconds: for a worker. The library is one of a kind in a process, and so is this.
+/// Temperatures and fans from libsensors, with the names and corrections of its configuration. A reading takes up to
+/// milliseconds, so it belongs on a worker. The library has one state per process, so this is a singleton.
 class Sensors {
 public:
     struct Wanted {
@@ -23,23 +24,23 @@ public:
     };
     struct Values {
         std::optional<double> cpu;     ///< °C
-        std::optional<double> gpu;     ///< °C, of the hottest that is awake
+        std::optional<double> gpu;     ///< °C, of the hottest card that is awake
         std::optional<double> hottest; ///< °C
-        std::optional<double> fan;     ///< revolutions a minute of the fastest; 0 is a fan that stands still
+        std::optional<double> fan;     ///< revolutions a minute of the fastest fan; 0 when it stands still
     };
 
-    /// Lives until the process ends, as a worker may be waiting for a device at that time.
+    /// Lives until the process ends, since a worker may still be waiting for a device then.
     static Sensors& ofThisMachine();
 
-    /// Reads what is wanted and nothing else; what cannot be read is absent. Devices that sleep are left asleep. Any
-    /// thread; who comes while another reads gets nothing.
+    /// Reads only the wanted values; one that cannot be read is absent. Sleeping devices stay asleep. Any thread; a call
+    /// during another thread's reading gives nothing.
     Values read(const Wanted& wanted);
 
 private:
     Sensors() = default;
     Values readAlone(const Wanted& wanted);
 
-    /// How well a temperature stands for a whole processor; 0 is not at all.
+    /// How well a sensor represents a whole processor; 0 is not at all.
     using Rank = int;
     struct Input {
         const sensors_chip_name* chip;
@@ -47,7 +48,7 @@ private:
         int fault; ///< negative when there is none
         Rank cpu;
         Rank gpu;
-        bool isQuiet; ///< not to be read for the sake of the hottest
+        bool isQuiet; ///< not read for the hottest temperature
     };
     void adoptChips();
     void adopt(const sensors_chip_name& chip);
@@ -57,7 +58,7 @@ private:
     void close();
 
     std::atomic_flag m_isBusy;
-    QByteArray m_chips; ///< which devices the library was opened for
+    QByteArray m_chips; ///< the devices for which the library was opened
     bool m_isOpen = false;
     std::vector<Input> m_temperatures;
     std::vector<Input> m_fans;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/StorageUse.h"
 
 #include <QFile>
@@ -17,7 +18,7 @@ std::optional<StorageUse::Room> StorageUse::read() const
     struct statvfs volume { };
     if (m_ask(m_path.constData(), &volume) != 0)
         return std::nullopt;
-    // As `df` counts: what is kept for the administrator is neither used nor available.
+    // As `df` counts: space reserved for root is neither used nor available.
     const double used = double(volume.f_blocks) - double(std::min(volume.f_bfree, volume.f_blocks));
     const double all = used + double(volume.f_bavail);
     if (all <= 0)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -8,21 +9,21 @@
 
 namespace kestrum {
 
-/// Room on a volume. Asking can take for ever when the volume hangs: for a worker only.
+/// Space on a volume. On a volume that hangs the call never returns, so it belongs on a worker.
 class StorageUse {
 public:
     struct Room {
         double used = 0;      ///< 0…1
-        qint64 available = 0; ///< bytes that an ordinary user can still fill
+        qint64 available = 0; ///< bytes that an ordinary user can still use
         bool operator==(const Room&) const = default;
     };
-    /// The system's question; tests ask volumes that hang.
+    /// The system call; tests replace it by one that hangs.
     using Ask = std::function<int(const char*, struct statvfs*)>;
 
     /// The start-up volume, below `root`.
     explicit StorageUse(const QString& root = {}, Ask ask = ::statvfs);
 
-    /// Nothing when the volume does not answer, or has no size.
+    /// Nothing when the volume does not answer or has no size.
     std::optional<Room> read() const;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Machine/SystemPower.h"
 
 #include "Platform/Machine/KernelText.h"
@@ -8,7 +9,7 @@
 namespace kestrum {
 namespace {
 
-// More than any adapter gives: junk of a firmware.
+// More than any adapter gives: a firmware's junk.
 constexpr double largestSystemWatts = 10000;
 
 std::string_view word(KernelFile& file)
@@ -46,7 +47,7 @@ std::optional<double> SystemPower::read()
         }
     }
     const double watts = isDischarging ? drawn : delivered - charged;
-    // A machine that runs takes some power: 0 is a firmware that does not know.
+    // A running machine takes some power: 0 means that the firmware does not know.
     if ((isDischarging && !isMeasured) || watts <= 0)
         return std::nullopt;
     return watts;
@@ -61,7 +62,7 @@ SystemPower::Supply::Supply(const QString& folder, bool battery)
 {
 }
 
-// In µW, µA and µV. Some drivers give what leaves a battery a negative sign.
+// In µW, µA and µV. Some drivers report the output of a battery with a negative sign.
 std::optional<double> SystemPower::Supply::watts()
 {
     std::optional<double> result;
@@ -74,8 +75,8 @@ std::optional<double> SystemPower::Supply::watts()
     return result && *result <= largestSystemWatts ? result : std::nullopt;
 }
 
-// Anew whenever other supplies are there than before. The batteries of mice and headsets are not the machine's. What a USB
-// port says about current is what was agreed upon, not what flows.
+// Looked up again whenever the supplies change. The batteries of mice and headsets are not the machine's. The current that
+// a USB port reports is the negotiated one, not the actual one.
 void SystemPower::findSupplies()
 {
     const QStringList names = QDir(m_folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Machine/KernelFile.h"
@@ -8,14 +9,14 @@
 
 namespace kestrum {
 
-/// Power of the whole machine, as batteries and other supplies in "/sys/class/power_supply" measure it. A firmware may take
-/// its time to answer: for a worker.
+/// Power of the whole machine, as measured by batteries and other supplies in "/sys/class/power_supply". Firmware may
+/// answer slowly, so it belongs on a worker.
 class SystemPower {
 public:
     explicit SystemPower(const QString& root = {});
 
-    /// Watts: what the discharging batteries give together, else what the mains adapters that measure it give, less what
-    /// goes into the batteries. Nothing where nobody measures.
+    /// In watts: the sum of the discharging batteries, else the sum of the mains adapters that measure it, less the power
+    /// that charges batteries. Nothing where nothing measures it.
     std::optional<double> read();
 
 private:

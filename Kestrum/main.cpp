@@ -33,12 +33,13 @@ struct Options {
     QString pictures;
     bool endsAtFirstFrame = false;
 
-    /// A run that only looks, beside whatever runs.
+    /// A run that only shows the window, beside any instance that runs.
     bool isVisit() const { return endsAtFirstFrame || !pictures.isEmpty(); }
 };
 
-/// The options, or the exit code of a call that has been answered. Arguments with one dash are the toolkit's, and what
-/// stands behind one may belong to it.
+/// Reads the options; gives the exit code of a call that is answered already. Arguments with one dash belong to the
+/// toolkit, and so may the word behind one. QCommandLineParser cannot tell one dash from two, and so cannot refuse
+/// "--platform" and leave "-platform" to the toolkit.
 std::optional<int> read(int argc, char** argv, Options& options)
 {
     using kestrum::LoginItemPolicy::suppressingArgument;
@@ -71,11 +72,11 @@ std::optional<int> read(int argc, char** argv, Options& options)
     return std::nullopt;
 }
 
-/// The exit code of a start that has brought the one before forward, or could not. None where this process is to open the
-/// window: there was no other, or it was about to end.
+/// Brings the running instance forward. The exit code for that; nothing where this process is to open the window, because
+/// no other runs or the other was exiting.
 std::optional<int> giveWay(kestrum::SingleInstance& instance)
 {
-    // The token stays where it is for a window of our own.
+    // The token stays in the environment for a window of our own.
     if (!instance.isFirst() && !instance.raiseFirst(kestrum::WindowActivation::token())) {
         std::fputs("Kestrum: it runs already, but does not answer\n", stderr);
         return 1;
@@ -93,7 +94,7 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // Before anything else, so that a further start costs nothing and changes nothing.
+    // Before anything else, so that a second start costs and changes nothing.
     std::optional<SingleInstance> instance;
     if (!options.isVisit()) {
         instance.emplace("Kestrum");
@@ -115,12 +116,12 @@ int main(int argc, char** argv)
     if (instance) {
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
-        // What is still to be brought to its end can take a while, in which somebody may want the window again.
+        // Finishing the last changes can take a while, in which the user may want the window again.
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &*instance, &SingleInstance::giveBack);
     }
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
         if (!options.pictures.isEmpty()) {
-            // Pages show from their first moment what is known of the login item.
+            // Pages show the login item's state from their first moment.
             auto* loginItem = new LoginItemManager(&application);
             QObject::connect(loginItem, &LoginItemManager::refreshed, &application, [&] {
                 QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);
@@ -128,7 +129,7 @@ int main(int argc, char** argv)
             loginItem->refresh();
         } else if (options.endsAtFirstFrame) {
             std::puts("painted");
-            std::fflush(stdout); // whoever measures is not to wait for our end
+            std::fflush(stdout); // a measuring program must not have to wait for our exit
             QCoreApplication::exit(0);
         }
     });

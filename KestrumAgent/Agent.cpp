@@ -29,10 +29,10 @@ using SharedSettings::Signal;
 
 namespace {
 
-/// What starts of processes are rounded down to, in seconds.
+/// The resolution of processes' start times, in seconds.
 constexpr double startTimeStep = 0.01;
 
-/// The settings application's bundle, which the agent's is inside of: "Contents/Library/LoginItems/KestrumAgent.app".
+/// The settings application's bundle, which contains the agent's: "Contents/Library/LoginItems/KestrumAgent.app".
 QString outerBundle()
 {
     return QDir::cleanPath(Bundle::main().path() + QStringLiteral("/../../../.."));
@@ -46,17 +46,17 @@ Agent::Agent(QObject* parent)
     , m_updates(new UpdateChecker(this))
     , m_updateNotice(new UpdateNotice(this))
 {
-    // Whoever asked in the settings window has no eye on the menu.
-    connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::tell);
+    // A user who asked in the settings window does not see the menu.
+    connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
     m_menu.installEventFilter(this);
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
-    // What the toolkit knows of, such as the end of the session.
+    // Reasons that the toolkit knows, such as the end of the session.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
         [this] { logEnd(QStringLiteral("the desktop or the toolkit wants it to")); });
     fillMenu();
 }
 
-// The channel goes before the strip that it shows.
+// The channel is destroyed before the strip that it shows.
 Agent::~Agent() = default;
 
 void Agent::start(std::optional<double> launched)
@@ -80,7 +80,8 @@ void Agent::start(std::optional<double> launched)
     // Only a reason to look: the change may be known already, or of settings that the agent has no use for.
     m_signals.listen(Signal::settings, [&store] { store.synchronize(); });
     m_signals.listen(Signal::quitAgent, [this] { leave(QStringLiteral("it was asked to quit")); });
-    // Where signals cannot pass, this alone tells. An agent that somebody started though it is switched off stays.
+    // Where signals cannot pass between programs, only the settings say it. An agent that was started by hand while
+    // switched off stays.
     Setting(Keys::agentEnabled).observe(this, [this](bool isEnabled) {
         if (!isEnabled)
             leave(QStringLiteral("it was switched off in the settings"));
@@ -93,16 +94,17 @@ void Agent::start(std::optional<double> launched)
 
 void Agent::doWhatWasAskedSince(double launched)
 {
-    // What a clock left that was ahead then is no word of now: it would be one to every agent until that time has come.
+    // A time in the future comes from a clock that was ahead. It is ignored: it would count for every agent until that time
+    // has come.
     const auto wasAskedSince = [](Signal signal, double time) {
         const auto asked = NotificationCentre::lastPost(SharedSettings::name(signal));
         const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
         return asked >= time && *asked <= now.count();
     };
-    // Starts are known to 10 ms. One who asked just before would be answered by mistake, which does no harm here...
+    // Start times are known to 10 ms. Answering a request from just before the start does no harm here...
     if (wasAskedSince(Signal::checkForUpdates, launched))
         m_updates->check();
-    // ...but would here, where it was the agent before that was asked to quit.
+    // ...but would here, where the request to quit was meant for the agent before.
     if (wasAskedSince(Signal::quitAgent, launched + startTimeStep))
         QTimer::singleShot(0, this, [this] { leave(QStringLiteral("it was asked to quit as it began")); });
 }
@@ -113,14 +115,14 @@ void Agent::leave(const QString& reason)
     QCoreApplication::quit();
 }
 
-/// One end may have several reasons, of which the first is the cause.
+/// An exit may have several reasons, of which the first is the cause.
 void Agent::logEnd(const QString& reason)
 {
     if (!std::exchange(m_isLeaving, true))
         Log::info("agent", QStringLiteral("the agent ends: %1").arg(reason));
 }
 
-/// Texts of ours are looked up when they are shown. The toolkit keeps its own, and mirrors what is shown.
+/// Our own texts are looked up when they are shown. The toolkit caches its own, and mirrors the shown widgets.
 void Agent::adoptLanguage()
 {
     const QString code = AppLanguage::code();
@@ -138,7 +140,7 @@ void Agent::adoptSettings()
     m_strip->rebuild();
 }
 
-/// Looks on: whatever asks for the settings follows from what was done to the menu or to the strip last.
+/// Only observes: a request for the settings follows from the last event of the menu or the strip.
 bool Agent::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->isInputEvent())
@@ -157,8 +159,8 @@ void Agent::openSettings()
 {
     Workspace::OpenConfiguration configuration;
     SharedSettings::post(Signal::openSettings);
-    // Also where it runs, since it may be about to end, or may be a run without a window: a further start brings the window
-    // forward or becomes the first, and whether there is one could have changed before it has begun.
+    // Also where it runs: it may be about to exit, or may be a run without a window. A second start brings the window
+    // forward or becomes the first, and which of the two can change before it has begun.
     configuration.createsNewApplicationInstance = true;
     configuration.environment = WindowActivation::environment(activationToken());
     Workspace::shared().openApplication(outerBundle(), configuration, [](const Workspace::Opened& opened) {
@@ -180,7 +182,7 @@ void Agent::fillMenu()
     m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff);
 }
 
-/// Somebody who quits the agent wants it to stay away: the switch in the settings shows that it is off, and opening the
+/// A user who quits the agent wants it to stay away: the switch in the settings shows that it is off, and opening the
 /// settings does not bring it back.
 void Agent::switchOff()
 {

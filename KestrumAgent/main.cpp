@@ -27,7 +27,8 @@ constexpr char usage[]
       "  --version  print the version and exit\n"
       "  --login    the desktop starts it at login: where the agent is switched off, it ends at once\n";
 
-/// The exit code of a call that has been answered. Arguments with one dash are the toolkit's.
+/// Reads the options; gives the exit code of a call that is answered already. Arguments with one dash belong to the
+/// toolkit. QCommandLineParser cannot tell one dash from two.
 std::optional<int> answer(int argc, char** argv, bool& isLogin)
 {
     for (int i = 1; i < argc; ++i) {
@@ -60,36 +61,36 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // Whoever quit the agent wants it to stay away, also from the next session. Needs no display.
+    // A user who quit the agent wants it to stay away, also in the next session. Needs no display.
     if (isLogin && !Setting(Keys::agentEnabled).value()) {
         Log::info(
             "agent", QStringLiteral("the agent ends: it is switched off, and only the login started it"));
         return 0;
     }
-    // Before the application object, whose threads would otherwise take the signals in their own way.
+    // Before the application object, whose threads would otherwise take the signals by their default action.
     StopRequest::holdBack();
-    // Lets a widget be a Wayland surface that we give its role ourselves.
+    // Allows a widget to be a Wayland surface whose role we set ourselves.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
 
-    // Pictures go to an X server by the connection: with shared memory each tick would wait for the server, which wakes
-    // this process twice more. Nobody whom we start is to inherit it.
+    // Sends pictures to an X server over the connection: with shared memory each tick would wait for the server, which
+    // wakes this process twice more. Removed below, so that programs that we start do not inherit it.
     qputenv("QT_XCB_NO_MITSHM", "1");
 
     std::optional<ToolkitStart> start(std::in_place);
     QApplication application(argc, argv);
     start.reset();
     qunsetenv("QT_XCB_NO_MITSHM");
-    // Who started us, and when, is nothing that a settings application started from here later may pass for. The toolkit has
-    // taken by now what it needs of it.
+    // A settings application that is started from here later must not pass for the user's start of the agent. The toolkit
+    // has read the token by now.
     WindowActivation::takeToken();
     QApplication::setApplicationName(AppLinks::agentIdentifier());
     QApplication::setApplicationDisplayName(QStringLiteral("Kestrum"));
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     QApplication::setDesktopFileName(applicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
-    // Nor may a lock of the toolkit's: desktops' themes hold one while a status icon is shown, and release it with the last item.
+    // Nor when the toolkit's quit lock is released: desktops' themes hold one while a status icon is shown.
     QApplication::setQuitLockEnabled(false);
-    // Qt's own style, which paints from the palette alone, as in the settings application.
+    // Qt's own style, which uses only the palette, as in the settings application.
     QApplication::setStyle(QStringLiteral("fusion"));
 
     const StopRequest stop;

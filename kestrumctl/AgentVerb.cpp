@@ -16,13 +16,13 @@ namespace kestrum {
 namespace {
 
 constexpr std::chrono::seconds patience { 5 };
-// An agent that is only just starting does not listen yet.
+// A starting agent does not listen yet.
 constexpr std::chrono::milliseconds askingInterval { 500 };
-// One that cannot run, for want of a display or a library, has ended by then.
+// An agent that cannot run, for want of a display or a library, has exited by then.
 constexpr std::chrono::milliseconds trialTime { 500 };
 // Loading may take longer on a busy machine. An agent that has not begun by then hangs, but runs.
 constexpr std::chrono::milliseconds longestTrial { 5000 };
-// One that still runs then was not about to quit.
+// An agent that still runs then was not about to quit.
 constexpr std::chrono::milliseconds quittingTime = AppLinks::checkDelay * AppLinks::retries;
 
 void leave(ExitCode code)
@@ -38,8 +38,8 @@ QList<qint32> agentPids()
     return pids;
 }
 
-// From the wish for an agent until one is known to run. Whatever the workspace tells is a reason to look, and at the end of
-// each stretch of waiting is a last look, for what was not told.
+// Starts an agent and waits until it is known to run. Looks at the process table whenever the workspace notifies, and at
+// the end of each wait, for a change that it missed.
 class AgentStart {
 public:
     ExitCode run()
@@ -59,7 +59,7 @@ public:
     }
 
 private:
-    /// Of the agent that runs. Nothing: none was found, or all is known.
+    /// What we are waiting for the running agent to do. Nothing: none was found, or the outcome is known.
     enum class Awaited { nothing, itsEnd, itsStay };
 
     void wait(Awaited awaited, std::chrono::milliseconds time)
@@ -90,8 +90,8 @@ private:
         }
     }
 
-    /// Whether an agent has taken its place, which it does when it has all that it needs. Where that cannot be known, the time
-    /// of a trial has to do.
+    /// Whether an agent holds its lock, which it takes once it has everything that it needs. Where that is unknown, the
+    /// trial time decides.
     static bool hasBegun() { return SingleInstance::isTaken(AppLinks::agentInstanceName).value_or(true); }
 
     void open()
@@ -138,7 +138,7 @@ ExitCode stop()
             numbers.append(QString::number(pid));
         if (numbers.isEmpty())
             return leave(ExitCode::done);
-        // Most agents end without, since the choice is stored.
+        // Most agents quit without it, since the choice is stored.
         const QString obstacle = SignalNames::obstacle();
         leave(Console::failed(QStringLiteral("the agent was asked to quit and still runs (pid %1)%2")
                                   .arg(numbers.join(QStringLiteral(", ")),

@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-// Local time with its distance from UTC, which is written out when it is none, too.
+// Local time with its offset from UTC, also where that is zero.
 QString timeText(const std::optional<double>& time)
 {
     if (!time)

@@ -9,18 +9,19 @@
 
 namespace kestrum {
 
-/// An option that a verb knows, with its dashes.
+/// An option of a verb, with its dashes.
 struct Option {
     const char* name;
     bool takesValue = false;
 };
 
-/// The words after a verb, told apart into options and arguments. "--name value" and "--name=value" are the
-/// same; "--" ends the options. A dash before anything but a letter or a dash begins no option, so that
-/// negative numbers and "-" (a standard stream) are arguments. "--help" is known to every verb.
+/// The words after a verb, separated into options and arguments. "--name value" and "--name=value" are the same; "--" ends
+/// the options. A dash before anything but a letter or a dash begins no option, so that negative numbers and "-" (a
+/// standard stream) are arguments: QCommandLineParser refuses "-1", and its errors name an option without its dashes. Every
+/// verb has "--help".
 class CommandLine {
 public:
-    /// Nothing when a word is not understood; `error` then names it.
+    /// Nothing when a word is not understood; `error` then names the word.
     static std::optional<CommandLine> parsed(
         const QStringList& words, std::span<const Option> options, QString* error);
 

@@ -10,8 +10,8 @@ namespace kestrum {
 
 namespace {
 
-// One line, whatever the names and paths in it hold.
-void tell(const QString& line)
+// One line, even if a name or a path in it has a line end.
+void printError(const QString& line)
 {
     std::fprintf(stderr, "kestrumctl: %s\n", Log::escapedWhole(line).toUtf8().constData());
 }
@@ -33,13 +33,13 @@ void Console::note(const char* line)
 
 ExitCode Console::failed(const QString& reason)
 {
-    tell(reason);
+    printError(reason);
     return ExitCode::failed;
 }
 
 ExitCode Console::wrongUse(const QString& reason)
 {
-    tell(reason);
+    printError(reason);
     return ExitCode::wrongUse;
 }
 

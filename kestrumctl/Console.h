@@ -6,21 +6,20 @@
 
 namespace kestrum {
 
-/// What the program tells the shell that started it.
+/// The program's exit codes.
 enum class ExitCode { done = 0, failed = 1, wrongUse = 2 };
 
-/// The program's two streams: results go to standard output, everything said to a person to standard error.
+/// The program's two streams: results go to standard output, messages for people to standard error.
 namespace Console {
 
-/// Writes `text` to standard output and lets it go at once, so that a reader of a pipe waits for nothing.
-/// `failed`, with the reason told, when it could not be written whole.
+/// Writes `text` to standard output and flushes it, so that the reader of a pipe need not wait. When it could not be
+/// written whole, prints the reason and gives `failed`.
 ExitCode print(const QByteArray& text);
 
-/// A line for whoever follows the program's state, such as "listening".
+/// Prints a line about the program's state, such as "listening".
 void note(const char* line);
 
-/// Tell why something was not done, or what was wrong in how the program was called; each gives the exit code
-/// to return.
+/// Print why something failed, or why the call was wrong; each gives the exit code to return.
 ExitCode failed(const QString& reason);
 ExitCode wrongUse(const QString& reason);
 

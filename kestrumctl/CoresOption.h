@@ -7,13 +7,13 @@
 
 namespace kestrum {
 
-/// "--cores N[,N…]", by which describe and render act as on another machine.
+/// "--cores N[,N…]", with which describe and render act as on another machine.
 namespace CoresOption {
 
 inline constexpr Option option { "--cores", true };
 
-/// Makes the core counts that are given, fastest first, this machine's tiers. False, with the reason in
-/// `error`, when they are no such list; true also when the option is not given.
+/// Makes the given core counts, fastest first, this machine's tiers. True also when the option is not given; false, with
+/// the reason in `error`, when its value is no such list.
 bool apply(const CommandLine& line, QString* error);
 
 } // namespace CoresOption

@@ -35,7 +35,7 @@ std::optional<QByteArray> DataFile::read(const QString& path, qint64 maximumByte
         return std::nullopt;
     }
     QByteArray content;
-    // A pipe gives what is there at the moment: read until it ends.
+    // A read from a pipe gives only the bytes that are there: read until it ends.
     while (content.size() <= maximumBytes) {
         const QByteArray piece = file.read(maximumBytes + 1 - content.size());
         if (piece.isEmpty())

@@ -14,8 +14,8 @@ namespace DataFile {
 /// `maximumBytes`.
 std::optional<QByteArray> read(const QString& path, qint64 maximumBytes, QString* error);
 
-/// Makes `content` the file's content: a regular file is replaced whole, with the mode that it had, or left as
-/// it was; a new one is for its user alone; anything else, such as a pipe, is written to. False, with the reason in `error`, when that failed.
+/// Replaces the file's content. A regular file is replaced whole and keeps its mode, or stays as it was; a new one is for
+/// its user alone; anything else, such as a pipe, is written to. False, with the reason in `error`, on failure.
 bool write(const QString& path, const QByteArray& content, QString* error);
 
 } // namespace DataFile

@@ -12,7 +12,7 @@ ExitCode runExport(const CommandLine& line)
 {
     const UserDefaults& store = KeyCatalogue::openedStore();
     const QJsonObject values = store.storedDictionary();
-    // A file that cannot be read must not be kept as an empty one.
+    // A file that cannot be read must not be exported as an empty one.
     if (!store.lastError().isEmpty())
         return Console::failed(store.lastError());
     QString error;

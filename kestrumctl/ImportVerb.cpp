@@ -11,7 +11,7 @@ namespace {
 
 constexpr Option importOptions[] = { { "--force" } };
 
-// Keys that are not in the catalogue may come from another version: they are kept as they are.
+// Keys outside the catalogue may come from another version: they are stored as they are.
 bool areStorable(const QJsonObject& values)
 {
     bool storable = true;
@@ -37,7 +37,7 @@ ExitCode runImport(const CommandLine& line)
     const auto content = DataFile::read(path, SettingsText::maximumBytes, &error);
     if (!content)
         return Console::failed(error);
-    // For the store an empty file is a fresh one; here it is a lost one.
+    // The store takes an empty file for a new one; here its content was lost.
     if (content->trimmed().isEmpty())
         return refused(QStringLiteral("it is empty"));
     const SettingsText::Parsed parsed = SettingsText::parsed(*content);

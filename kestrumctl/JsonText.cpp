@@ -12,7 +12,7 @@ namespace kestrum {
 
 namespace {
 
-// Qt reads and writes lists and objects only: a list of one value carries every other kind.
+// Qt reads and writes lists and objects only, so any other value is put into a list.
 constexpr char opening = '[';
 constexpr char closing = ']';
 
@@ -45,7 +45,7 @@ std::optional<QJsonValue> JsonText::parsed(const QString& text, QString* error)
         return std::nullopt;
     }
     const QJsonValue value = list.first();
-    // The store's own limits decide, so that whatever is accepted here can be read back.
+    // The store's own limits apply, so that every accepted value can be read back.
     const auto readBack
         = SettingsText::parsed(SettingsText::serialised({ { QStringLiteral("value"), value } }));
     if (!readBack.damage.isEmpty()) {

@@ -10,7 +10,7 @@
 
 namespace kestrum {
 
-/// What kind of value a key takes.
+/// The type of a key's value.
 enum class KeyType { truth, number, text };
 
 struct CatalogueKey {
@@ -18,7 +18,7 @@ struct CatalogueKey {
     KeyType type;
 };
 
-/// The settings' keys as the program's users name them.
+/// The settings' keys for the program's users.
 namespace KeyCatalogue {
 
 /// Every catalogued key, those with a factory default first.
@@ -27,17 +27,16 @@ const QList<CatalogueKey>& keys();
 /// "true or false", "a number", "a text".
 const char* description(KeyType type);
 
-/// Why `value` cannot be stored under `key`: the key is not in the catalogue, or takes another type. Nothing
-/// when it can; a text that no reader understands is no reason, since readers fall back by themselves.
+/// Why `value` cannot be stored under `key`: the key is not in the catalogue, or has another type. Nothing when it can. An
+/// unknown text is accepted, since readers fall back to the default.
 std::optional<QString> refusal(const QString& key, const QJsonValue& value);
 
 bool contains(const QString& key);
 
-/// The sentence about a key that is neither in the catalogue nor in effect in `store`; nothing when it is one
-/// or the other.
+/// The error for a key that is neither in the catalogue nor in effect in `store`; nothing when it is either.
 std::optional<QString> unknownKey(const QString& key, const UserDefaults& store);
 
-/// The shared settings with the factory defaults below them, so that they read as in the application.
+/// The shared settings with the factory defaults registered, so that they read as in the application.
 UserDefaults& openedStore();
 
 } // namespace KeyCatalogue

@@ -67,7 +67,7 @@ ExitCode runListen(const CommandLine& line)
     SignalListener listener;
     for (const SharedSettings::Signal signal : *heard) {
         listener.listen(signal, [&deliveries, signal, most = limits->deliveries] {
-            // Several deliveries may be on their way when the last one wanted arrives.
+            // Further deliveries may follow the last requested one.
             if (most > 0 && deliveries == most)
                 return;
             ++deliveries;

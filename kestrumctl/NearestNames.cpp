@@ -12,9 +12,9 @@ namespace kestrum {
 namespace {
 
 constexpr qsizetype mostShown = 3;
-// As many names as can still be read at a glance.
+// More names cannot be read at a glance.
 constexpr qsizetype fewNames = 16;
-// A longer word is nobody's misspelling, and the comparison's cost grows with its length.
+// A longer word is no misspelling, and comparing costs more with its length.
 constexpr qsizetype longestCompared = 64;
 
 QString quoted(const QString& name)
@@ -39,8 +39,8 @@ int NearestNames::distance(const QString& word, const QString& other)
 {
     const QString a = word.toCaseFolded();
     const QString b = other.toCaseFolded();
-    // Three rows of the table of distances between all beginnings of both words; the oldest is there for
-    // exchanged neighbours.
+    // Three rows of the table of distances between all beginnings of both words; the oldest is needed for exchanged
+    // neighbours.
     QList<int> beforeLast;
     QList<int> last;
     QList<int> row;

@@ -6,19 +6,19 @@
 
 namespace kestrum {
 
-/// What somebody may have meant by a name that does not exist.
+/// Suggestions for a name that does not exist.
 namespace NearestNames {
 
-/// How many letters have to be inserted, removed, replaced or exchanged with their neighbour to make one word
-/// of the other; upper and lower case are the same letter.
+/// The number of letters to insert, remove, replace or exchange with their neighbour to make one word of the other; upper
+/// and lower case are the same letter.
 int distance(const QString& word, const QString& other);
 
-/// At most three of `names` that are likely meant by `word`, nearest first: those that few changes away, then
-/// those that contain it.
+/// At most three of `names` that were probably meant by `word`, nearest first: those that are few changes away, then those
+/// that contain it.
 QStringList of(const QString& word, const QStringList& names);
 
-/// A sentence that says that there is no such name and what may be meant: the nearest ones, or all of them
-/// where none is near and they are few. `kind` says what is named, such as "key".
+/// A sentence that there is no such name, with suggestions: the nearest names, or all of them where none is near and they
+/// are few. `kind` is the kind of name, such as "key".
 QString unknown(const char* kind, const QString& word, const QStringList& names);
 
 } // namespace NearestNames

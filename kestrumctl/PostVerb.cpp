@@ -15,7 +15,7 @@ ExitCode runPost(const CommandLine& line)
         return Console::wrongUse(error);
     error = SignalNames::obstacle();
     if (error.isEmpty())
-        error = SignalNames::told(NotificationCentre::post(SharedSettings::name(posted->first())));
+        error = SignalNames::sentence(NotificationCentre::post(SharedSettings::name(posted->first())));
     return error.isEmpty() ? ExitCode::done : Console::failed(error);
 }
 

@@ -25,7 +25,7 @@ constexpr Option renderOptions[]
     = { { "-o", true }, { "--scale", true }, { "--appearance", true }, CoresOption::option };
 
 constexpr double largestScale = 16;
-// Qt's painter draws nothing beyond 32767 pixels: wider pictures are put together of pieces.
+// Qt's painter draws nothing beyond 32767 pixels, so wider pictures are composed of pieces.
 constexpr int pieceWidth = 16384;
 
 const QLatin1StringView wholeStrip("strip");
@@ -37,7 +37,7 @@ struct Picture {
     ColourScheme scheme = ColourScheme::light;
 };
 
-// A size that is whole but for the last digits of its floating-point sum is not rounded up.
+// A size that differs from a whole number only by floating-point error is not rounded up.
 int pixels(double points, double scale)
 {
     constexpr double noise = 1e-6;
@@ -74,7 +74,7 @@ QImage drawn(const Picture& picture)
     return image;
 }
 
-// What is to be drawn, by name; nothing, with the reason in `error`, when the name is none.
+// Adds the item, or all of them, by name; false, with the reason in `error`, for an unknown name.
 bool addItems(Picture& picture, const QString& name, const std::shared_ptr<const MenuBarReadings>& readings,
     QString* error)
 {
@@ -137,7 +137,7 @@ ExitCode runRender(const CommandLine& line)
     if (!readOptions(picture, line, &error))
         return Console::wrongUse(error);
     UserDefaults& store = KeyCatalogue::openedStore();
-    // The accents that the programs will store at their first start: this one looks, and stores nothing.
+    // The accents that the programs will store at their first start; nothing is stored here.
     store.registerDefaults(MeterSettings::missingAccents());
     const auto readings = std::make_shared<SampleReadings>();
     if (!addItems(picture, line.arguments().first(), readings, &error))

@@ -26,10 +26,10 @@ std::optional<QList<SharedSettings::Signal>> SignalNames::parsed(const QStringLi
 
 QString SignalNames::obstacle()
 {
-    return told(NotificationCentre::obstacle());
+    return sentence(NotificationCentre::obstacle());
 }
 
-QString SignalNames::told(const QString& obstacle)
+QString SignalNames::sentence(const QString& obstacle)
 {
     return obstacle.isEmpty() ? QString() : QStringLiteral("no signal passes between programs: ") + obstacle;
 }

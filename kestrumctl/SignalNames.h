@@ -10,18 +10,17 @@
 
 namespace kestrum {
 
-/// Signals as the program's users name them: by the name alone, without the suite's.
+/// Signals by the names that the program's users see, without the suite's.
 namespace SignalNames {
 
-/// The signals named in `words`, each once, in their order. Nothing, with the reason in `error`, when a word
-/// names none.
+/// The signals in `words`, each once, in their order. Nothing, with the reason in `error`, when a word is no signal.
 std::optional<QList<SharedSettings::Signal>> parsed(const QStringList& words, QString* error);
 
-/// Why signals cannot pass between processes at present; empty when they can.
+/// The sentence about why signals cannot pass between processes at present; empty when they can.
 QString obstacle();
 
-/// The sentence for an `obstacle` that has been met; empty for none.
-QString told(const QString& obstacle);
+/// The sentence about an `obstacle` of `NotificationCentre`; empty for none.
+QString sentence(const QString& obstacle);
 
 } // namespace SignalNames
 } // namespace kestrum

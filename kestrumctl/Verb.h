@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// One thing that the program does. Each stands in a file of its own, with its usage text beside its code.
+/// A command of the program. Each is in a file of its own, with its usage text beside its code.
 struct Verb {
     const char* name;
     const char* parameters; ///< as the usage line shows them
@@ -21,7 +21,7 @@ struct Verb {
     bool listsKeys; ///< the usage text ends with the catalogue of keys
     bool draws;     ///< needs fonts, and so an application with a platform for drawing
     ExitCode (*run)(const CommandLine&);
-    bool needsSuite = true; ///< has to do with settings or signals
+    bool needsSuite = true; ///< works on settings or signals
 };
 
 extern const Verb readVerb;
@@ -39,7 +39,7 @@ extern const Verb loginItemVerb;
 extern const Verb describeVerb;
 extern const Verb renderVerb;
 
-/// All verbs, in the order in which the help lists them.
+/// All verbs, in the order of the help.
 std::span<const Verb* const> allVerbs();
 
 /// The verb named `name`; null when there is none.

@@ -12,8 +12,8 @@ namespace kestrum {
 
 namespace {
 
-// A line for each of `keys` whose value in `now` is not the one that was printed `last`, which it then is. The value may have
-// been printed with an earlier notice.
+// A line for each of `keys` whose value in `now` is not the one in `last`, which is brought up to date. An earlier notice may
+// have printed the value already.
 QByteArray changes(const QStringList& keys, const QJsonObject& now, QJsonObject& last)
 {
     QByteArray lines;
@@ -22,7 +22,7 @@ QByteArray changes(const QStringList& keys, const QJsonObject& now, QJsonObject&
         if (value == last.value(key))
             continue;
         last.insert(key, value); // absent: removed
-        // Any text can be a key, also one that ends a line.
+        // A key can be any text, also one with a line end.
         lines += Log::escapedWhole(key).toUtf8() + '\t'
             + (value.isUndefined() ? QByteArray("absent") : JsonText::compact(value)) + '\n';
     }
@@ -45,7 +45,7 @@ ExitCode runWatch(const CommandLine&)
         if (code != ExitCode::done)
             QCoreApplication::exit(static_cast<int>(code));
     });
-    // Only now, so that no change falls between the first look and the first notice.
+    // Read only now, so that no change is lost between the first look and the first notice.
     last = store.dictionary();
     Console::note("watching");
     return static_cast<ExitCode>(QCoreApplication::exec());

@@ -21,7 +21,7 @@ QStringList verbNames()
     return names;
 }
 
-// Items are drawn into images: no display is needed for that, and none is opened unless the user asks for it.
+// Items are drawn into images: that needs no display, and none is opened unless the user asks for it.
 std::unique_ptr<QCoreApplication> makeApplication(const Verb& verb, int& argc, char** argv)
 {
     if (!verb.draws)
@@ -53,10 +53,10 @@ ExitCode run(const Verb& verb, const QStringList& words, char** argv)
                 .arg(count < verb.fewestArguments ? QStringLiteral("few") : QStringLiteral("many"),
                     *verb.parameters ? QLatin1StringView(verb.parameters) : QLatin1StringView("none")));
     }
-    // In another suite's place there would be nobody to meet.
+    // In the place of another suite, no other program would read the settings or hear the signals.
     if (const QString refusal = verb.needsSuite ? SharedSettings::refusal() : QString(); !refusal.isEmpty())
         return Console::failed(refusal);
-    // Only the program's name is for Qt: it would take words such as "-platform" out of the verb's own.
+    // Qt gets only the program's name: it would take words such as "-platform" from the verb.
     int argc = 1;
     const auto application = makeApplication(verb, argc, argv);
     return verb.run(*line);

@@ -11,8 +11,8 @@
 //      *** 1.4-27 100
 //             100 /var/lib/dpkg/status
 //
-// The order spares us from comparing versions: what stands above is newer. Only repositories' indexes end in "Packages";
-// the other kind of source is the list of what is installed.
+// The order makes comparing versions unnecessary: the upper one is newer. Only the indexes of repositories end in
+// "Packages"; the other kind of source is the list of installed packages.
 
 #include "KestrumAgent/Updates/AptPolicy.h"
 
@@ -30,7 +30,7 @@ QRegularExpression exactly(const char* pattern)
     return QRegularExpression(QRegularExpression::anchoredPattern(QLatin1StringView(pattern)));
 }
 
-/// The version that a line of the form "  LABEL: VERSION" names, empty for "(none)". Nothing for another line.
+/// The version in a line of the form "  LABEL: VERSION", empty for "(none)". Nothing for any other line.
 std::optional<QString> labelled(const QString& line, const char* label)
 {
     static const auto form = exactly(R"(  (\w+): (\(none\)|[0-9A-Za-z.+~:-]{1,128}))");

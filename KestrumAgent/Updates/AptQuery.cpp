@@ -16,7 +16,7 @@ constexpr qsizetype longestAnswer = 256 * 1024;
 constexpr qsizetype longestComplaint = 4 * 1024;
 constexpr int longestReason = 200;
 
-/// The first error among the lines that APT writes, without its mark; warnings and notices are none.
+/// The first error in APT's output, without its mark; warnings and notices are not errors.
 QString firstError(const QByteArray& text)
 {
     for (const QByteArray& line : text.split('\n')) {
@@ -38,7 +38,7 @@ AptQuery::AptQuery(const QString& package, std::chrono::milliseconds timeLimit, 
     connect(&m_process, &QProcess::readyReadStandardOutput, this, &AptQuery::collect);
     connect(&m_process, &QProcess::readyReadStandardError, this, &AptQuery::collect);
     connect(&m_process, &QProcess::finished, this, &AptQuery::conclude);
-    // A start that failed is told while `start` still runs; every other error ends in `finished`.
+    // A failed start is reported while `start` still runs; every other error ends in `finished`.
     connect(
         &m_process, &QProcess::errorOccurred, this,
         [this](QProcess::ProcessError error) {

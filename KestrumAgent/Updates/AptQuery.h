@@ -10,24 +10,24 @@
 
 namespace kestrum {
 
-/// One question to APT: which versions of a package it knows. It is answered from what is on this machine, by a process
-/// that needs neither rights nor the network and is ended when it takes too long or says too much.
+/// One question to APT: which versions of a package it knows. It is answered from this machine's lists, by a process that
+/// needs neither rights nor the network and is killed when it takes too long or prints too much.
 class AptQuery final : public QObject {
     Q_OBJECT
 public:
     AptQuery(const QString& package, std::chrono::milliseconds timeLimit, QObject* parent = nullptr);
     ~AptQuery() override;
 
-    /// The path of the program that is asked; empty when this machine has none.
+    /// The path of the program; empty when this machine has none.
     static QString program();
 
-    /// Asks. One of the signals follows, from the event loop. Called once.
+    /// Starts the program. One of the signals follows, from the event loop. Called once.
     void start();
 
 Q_SIGNALS:
     /// The text of "apt-cache policy", in the C locale.
     void answered(const QByteArray& text);
-    /// `reason` is for people: what APT complains of, or in the interface language why there is no answer.
+    /// `reason` is for people: APT's own complaint, or in the interface language why there is no answer.
     void failed(const QString& reason);
 
 private:

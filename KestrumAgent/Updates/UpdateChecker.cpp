@@ -17,9 +17,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char logArea[] = "updates";
-constexpr auto timeLimit = 30s; // of an answer that takes some hundredths
+constexpr auto timeLimit = 30s; // of an answer that usually takes some hundredths
 
-// Not all machines at once, and not while a session starts.
+// So that not all machines check at once, and none while a session starts.
 constexpr std::chrono::seconds firstCheck[] { 1min, 10min };
 constexpr std::chrono::seconds nextCheck[] { 23h, 25h };
 
@@ -34,7 +34,7 @@ bool isSwitchedOff()
     return !KESTRUM_UPDATER || qEnvironmentVariable("KESTRUM_DISABLE_UPDATER") == u'1';
 }
 
-/// Leaves `version` as what is on offer, or nothing, and tells the window when that is news.
+/// Stores `version` as the offer, or none, and notifies the window of a change.
 void publish(const std::optional<QString>& version)
 {
     UserDefaults& store = SharedSettings::store();
@@ -73,7 +73,7 @@ void UpdateChecker::start()
     if (said.value() != canCheck)
         said.set(canCheck);
     if (!canCheck) {
-        // What an earlier agent found, nobody could take back any more.
+        // Otherwise nothing could withdraw the offer of an earlier agent.
         publish(std::nullopt);
         return;
     }
@@ -118,7 +118,7 @@ void UpdateChecker::adopt(const QByteArray& answer)
         fail(AppLanguage::string("APT's answer is not understood."));
         return;
     }
-    // A program that APT did not install is not updated by it either.
+    // APT does not update a program that it did not install.
     if (policy->installed.isEmpty() || !policy->hasSource) {
         Log::info(logArea,
             QStringLiteral("no source of updates: %1")
@@ -141,7 +141,7 @@ void UpdateChecker::adopt(const QByteArray& answer)
 
 void UpdateChecker::fail(const QString& reason)
 {
-    // What was on offer before is still the best that is known.
+    // The earlier offer is still the best that is known.
     Log::warning(logArea, QStringLiteral("the check failed: %1").arg(Log::escaped(reason)));
     end(AppLanguage::string("The check for updates failed: %1").arg(reason));
 }
@@ -152,7 +152,7 @@ void UpdateChecker::end(const QString& outcome, bool isOnOffer)
         m_query->deleteLater();
         m_query = nullptr;
     }
-    // APT may have been read before that changed for which the second check was asked.
+    // APT may have been read before the change for which the second check was requested.
     if (std::exchange(m_isAskedAgain, false)) {
         begin();
         return;

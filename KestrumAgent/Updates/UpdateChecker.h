@@ -10,29 +10,28 @@ namespace kestrum {
 
 class AptQuery;
 
-/// Looks for newer versions of Kestrum among those that the system's package manager knows, and leaves what it finds in the
-/// shared settings. Nothing is downloaded or installed. Whoever must not have this leaves it out of the build
-/// (KESTRUM_UPDATER) or sets KESTRUM_DISABLE_UPDATER=1 in the environment.
+/// Looks for newer versions of Kestrum in the system's package manager, and stores an offer in the shared settings. It
+/// downloads and installs nothing. A build without it is configured by KESTRUM_UPDATER; KESTRUM_DISABLE_UPDATER=1 in the
+/// environment disables it.
 class UpdateChecker final : public QObject {
     Q_OBJECT
 public:
     explicit UpdateChecker(QObject* parent = nullptr);
     ~UpdateChecker() override;
 
-    /// The Debian package that this program comes in.
+    /// The Debian package of this program.
     static QString packageName();
 
-    /// Says in the settings whether checks are possible, and checks by itself once a day while that is chosen there.
-    /// Called once.
+    /// Stores whether checks are possible, and checks once a day while the settings say so. Called once.
     void start();
 
-    /// Checks now, or once more as soon as the check that runs already has ended; `finished` tells the last outcome.
+    /// Checks now, or once more as soon as the running check has ended; `finished` carries the last outcome.
     void check();
 
 Q_SIGNALS:
-    /// A check that was asked for ended so, as a sentence in the interface language: up to date, a new version, no source
-    /// of updates, or why it failed. `isOnOffer` says whether it is a new version. Sent from the event loop; not for the checks
-    /// that nobody asked for.
+    /// The outcome of a requested check, as a sentence in the interface language: up to date, a new version, no source of
+    /// updates, or why it failed. `isOnOffer` says whether it is a new version. Emitted from the event loop, and not for
+    /// the daily checks.
     void finished(const QString& outcome, bool isOnOffer);
 
 private:

@@ -17,7 +17,7 @@ UpdateNotice::UpdateNotice(QObject* parent)
     });
 }
 
-void UpdateNotice::tell(const QString& outcome, bool isOnOffer)
+void UpdateNotice::notify(const QString& outcome, bool isOnOffer)
 {
     m_outcome = outcome;
     m_isOnOffer = isOnOffer;
@@ -29,7 +29,7 @@ void UpdateNotice::tell(const QString& outcome, bool isOnOffer)
 
 void UpdateNotice::show()
 {
-    // Another check may have ended while the desktop was asked.
+    // Another check may have ended while the desktop was being asked.
     if (!m_isOnOffer)
         return;
     if (m_centre.isThere())

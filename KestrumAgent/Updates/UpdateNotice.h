@@ -12,18 +12,19 @@
 
 namespace kestrum {
 
-/// Tells whoever asked for a check for updates how it ended, by a notification of the desktop's and in the agent's menu, and brings
-/// them to an update: to the desktop's software centre or, where there is none, by the command to type. Nothing is installed by us.
+/// Shows the outcome of a requested check for updates, by a notification of the desktop and in the agent's menu. It leads
+/// the user to an update: to the desktop's software centre or, where there is none, by the command to type. It installs
+/// nothing.
 class UpdateNotice final : public QObject {
     Q_OBJECT
 public:
     explicit UpdateNotice(QObject* parent = nullptr);
 
-    /// `outcome` is a sentence in the interface language. `isOnOffer`: a newer version can be installed.
-    void tell(const QString& outcome, bool isOnOffer);
+    /// Shows `outcome`, a sentence in the interface language. `isOnOffer`: a newer version can be installed.
+    void notify(const QString& outcome, bool isOnOffer);
 
-    /// Adds what was told last to a menu; nothing when nothing was. `token` gives what the desktop lets a click in the menu open
-    /// a window by.
+    /// Adds the last outcome, if there is one, to a menu. `token` gives the desktop's token for the window that a click in
+    /// the menu opens.
     void addTo(QMenu& menu, const std::function<QByteArray()>& token);
 
 private:

@@ -18,7 +18,7 @@ LoginItemService service();
 /// Why the login item cannot be used.
 enum class Block { suppressed, translocated, incomplete };
 
-/// Found out anew at each call, from the process's environment and arguments and from the disk.
+/// Checked at each call, by the process's environment and arguments and by the disk.
 std::optional<Block> block();
 
 /// The sentence for people; to be translated.

@@ -22,7 +22,7 @@ constexpr QLatin1StringView agentPath(ProcessScan::agentPathSuffix, sizeof Proce
 constexpr const char* agentVariables[] = { "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING",
     "KESTRUM_DISABLE_UPDATER", "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_LANGUAGE" };
 
-// What `agentPath` begins with: the bundle's name.
+// The length of the first part of `agentPath`, the bundle's name.
 qsizetype bundleNameLength()
 {
     return agentPath.indexOf(u'/', 1);
@@ -78,7 +78,7 @@ bool AppLinks::isAgentRunning()
 
 std::optional<Bundle> AppLinks::runningAgentBundle(const QList<ProcessScan::Entry>& agents)
 {
-    // The first of the smallest, so the scan's order decides among equals.
+    // Of equal start times, the first in the scan's order.
     const auto first = std::min_element(agents.begin(), agents.end(),
         [](const auto& one, const auto& other) { return startOrNever(one) < startOrNever(other); });
     if (first == agents.end() || !first->path.endsWith(agentPath))
@@ -100,7 +100,7 @@ QMap<QString, QString> AppLinks::testEnvironment()
 void AppLinks::launchAgentIfNeeded(int retriesLeft)
 {
     if (isAgentRunning()) {
-        // The one that was seen may be gone by now.
+        // The agent may have exited since.
         const QList<ProcessScan::Entry> agents = agentProcesses();
         Log::info(category,
             QStringLiteral("agent already running (pid %1); retries left %2")

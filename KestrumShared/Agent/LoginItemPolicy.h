@@ -7,19 +7,21 @@
 
 namespace kestrum {
 
-/// When the login item is left alone.
+/// Decides when the login item is left alone.
 namespace LoginItemPolicy {
 
-/// The launch argument that says so.
+/// The launch argument that leaves it alone.
 inline constexpr char suppressingArgument[] = "-KestrumNoLoginItem";
 
-/// Whether an environment and launch arguments say that no login item is to be touched, as tests and special builds do.
+/// Whether an environment and launch arguments forbid touching the login item, as tests and special builds do.
+/// "XCTestConfigurationFilePath" is set by a test runner; the name is the runner's.
 bool isSuppressed(const QMap<QString, QString>& environment, const QStringList& arguments);
 
-/// The same of this process.
+/// The same for this process.
 bool isSuppressedHere();
 
-/// Whether a bundle lies in a place that it will not be in after the next start.
+/// Whether a bundle runs from a temporary place, where it will not be at the next start. The name is that of the folder
+/// that it looks for, "AppTranslocation".
 bool isTranslocated(const QString& path);
 
 } // namespace LoginItemPolicy

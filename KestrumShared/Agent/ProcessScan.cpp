@@ -5,7 +5,7 @@ namespace kestrum {
 
 namespace {
 
-// Tested as bytes: the suffix is plain ASCII, which no decoding makes or swallows, and only what is kept is decoded.
+// Compared as bytes: the suffix is ASCII, which decoding does not change, so only the matches are decoded.
 bool isAgent(QByteArrayView path)
 {
     return path.endsWith(QByteArrayView(ProcessScan::agentPathSuffix));

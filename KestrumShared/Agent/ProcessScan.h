@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// Whether the agent runs, from the kernel's own table: every agent process counts, wherever its bundle lies and even
-/// while it is quitting. Keeps nothing between calls. Main thread only.
+/// The running agents, from the kernel's process table: every agent process counts, in any bundle and also while it is
+/// quitting. Caches nothing between calls. Main thread only.
 namespace ProcessScan {
 
 struct Entry {
@@ -21,7 +21,7 @@ struct Entry {
     bool operator==(const Entry&) const = default;
 };
 
-/// What the path of an agent's executable ends with.
+/// The end of the path of an agent's executable.
 inline constexpr char agentPathSuffix[] = "/KestrumAgent.app/Contents/MacOS/KestrumAgent";
 
 /// All agents, in the order in which the kernel lists processes.

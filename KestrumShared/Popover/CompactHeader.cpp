@@ -32,7 +32,7 @@ void CompactHeader::draw(QPainter& painter, const QRectF& rect, const PanelEnvir
         QRectF place = environment.fromLeading(content, 0, symbol.width());
         place.setTop(place.center().y() - symbol.height() / 2);
         place.setHeight(symbol.height());
-        // As many pixels as it is drawn on, at the place of whole ones.
+        // Drawn with as many pixels as it covers, aligned to whole ones.
         const double scale = painter.deviceTransform().m11();
         const QImage image = SymbolImage::image(icon, symbolSize, environment.headerColour(), scale);
         const QPointF corner = PixelGrid::aligned(place, painter).topLeft();

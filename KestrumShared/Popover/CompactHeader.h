@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// The first line of a panel: a symbol and what the panel is about.
+/// The first line of a panel: a symbol and a title.
 struct CompactHeader {
     QString title;
     QString icon; ///< name of a symbol; an unknown one draws nothing

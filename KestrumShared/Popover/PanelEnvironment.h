@@ -10,9 +10,10 @@
 
 namespace kestrum {
 
-/// What the parts of a panel take from their surroundings. Whoever draws a panel sets it once for all of its parts.
+/// Colours and fonts for the parts of a panel, set once for all of its parts.
 struct PanelEnvironment {
-    /// The system's font, `size` points high. It is never hinted, so that a panel drawn small is a true picture of the large one.
+    /// The system's font, `size` points high. It is never hinted, so that a small drawing of a panel has the proportions of
+    /// a large one.
     static QFont systemFont(int size, QFont::Weight weight = QFont::Normal);
 
     ColourScheme scheme = ColourScheme::light;

@@ -10,7 +10,7 @@
 
 namespace kestrum {
 
-/// What a part of a panel can do: say its height, and draw itself into a rectangle of that height and any width. Sizes are
+/// The interface of a panel's part: its height, and drawing it into a rectangle of that height and any width. Sizes are
 /// points. It may leave the painter's pen, brush and font changed, and nothing else.
 template <class T>
 concept DrawnPart

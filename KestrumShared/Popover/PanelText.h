@@ -8,14 +8,14 @@
 
 namespace kestrum {
 
-/// One line of text at the leading edge of the room that it gets; what does not fit ends with an ellipsis.
+/// One line of text at the leading edge of its rectangle; text that does not fit ends with an ellipsis.
 struct PanelText {
     QString text;
     QFont font;
     QColor colour;
 
     double height(const PanelEnvironment& environment) const;
-    /// Stands in the middle of a higher rectangle.
+    /// Centred in a higher rectangle.
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
 };
 

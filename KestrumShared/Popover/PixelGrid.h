@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// The pixels of whatever a painter draws on, however it is scaled.
+/// The pixel grid of a painter's device, at any scale.
 namespace PixelGrid {
 
 /// `rect` with its edges moved to the nearest pixels, and at least one pixel wide and high.

@@ -9,11 +9,11 @@
 
 namespace kestrum {
 
-/// The ground of a popover, opaque or translucent.
+/// The background of a popover, opaque or translucent.
 struct PopoverSurface {
-    /// Nothing for the one stored in the settings, which is read at each drawing.
+    /// Nothing for the stored setting, which is read at each drawing.
     std::optional<PopoverBackground> background = std::nullopt;
-    /// Whether what lies below belongs to the same window.
+    /// Whether the content behind it belongs to the same window.
     bool blendsWithinWindow = false;
 
     /// Fills `rect`, with rounded corners.

@@ -7,11 +7,11 @@
 
 namespace kestrum {
 
-/// The translucent ground of a popover: a tint, light or dark by the panel's scheme, through which shines what was drawn before. It
-/// is the same whether or not its window is active.
+/// The translucent background of a popover: a tint, light or dark by the panel's scheme, over the content behind it.
+/// "Stable": it looks the same whether or not its window is active.
 ///
-/// No Linux desktop lends programs a blurred picture of what lies behind their windows. What shines through a popover is sharp, of
-/// any colour, and disturbs its texts; so a material that does not blend within a window of ours lets through much less.
+/// No Linux desktop gives programs a blurred picture of the content behind their windows. The content stays sharp, has any
+/// colour, and disturbs the texts; so a material that does not blend within a window of ours lets through much less.
 struct StablePopoverMaterial {
     bool blendsWithinWindow = false;
 

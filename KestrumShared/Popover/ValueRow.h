@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// A line of a panel: a title, and at the trailing edge its value. Both have the font of the environment. Where there is little room
+/// A line of a panel: a title, and its value at the trailing edge. Both have the font of the environment. In a narrow panel
 /// the title is cut, never the value.
 struct ValueRow {
     QString title;

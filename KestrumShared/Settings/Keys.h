@@ -12,7 +12,7 @@
 
 namespace kestrum {
 
-/// How a type stands in the catalogue: texts have to be literals there.
+/// The type of a default in the catalogue: texts have to be literals there.
 template <class T> struct KeyDefault {
     using Type = T;
 };
@@ -20,21 +20,21 @@ template <> struct KeyDefault<QString> {
     using Type = const char*;
 };
 
-/// A key with a factory default, which every read of a key that nobody wrote gives.
+/// A key with a factory default, the value of every read while nobody has stored one.
 template <class T> struct Key {
     using Value = T;
     const char* name;
     typename KeyDefault<T>::Type factoryDefault;
 };
 
-/// A key whose absence is a state of its own: it has no factory default.
+/// A key whose absence has a meaning of its own: it has no factory default.
 template <class T> struct UnregisteredKey {
     using Value = T;
     const char* name;
 };
 
-/// The catalogue of all settings: the only place where a key's spelling, type and default stand. Names, types and
-/// defaults are a contract with the agent.
+/// The catalogue of all settings: the only place of a key's spelling, type and default. All three are a contract with the
+/// agent.
 namespace Keys {
 
 inline constexpr Key<bool> agentEnabled { "agentEnabled", true };
@@ -47,7 +47,7 @@ inline constexpr Key<bool> showStorageItem { "showStorageItem", true };
 inline constexpr Key<bool> showSensorsItem { "showSensorsItem", true };
 inline constexpr Key<CPUReadout> cpuReadout { "cpuReadout", CPUReadout::temperature };
 inline constexpr Key<SensorsReadout> sensorsReadout { "sensorsReadout", SensorsReadout::power };
-/// Of an earlier version: decides what `memoryReadout` and `storageReadout` are until they are chosen.
+/// From an earlier version: decides what `memoryReadout` and `storageReadout` are until they are chosen.
 inline constexpr Key<bool> showMemoryPercent { "showMemoryPercent", true };
 inline constexpr Key<MeterStyle> meterStyle { "meterStyle", MeterStyle::bars };
 inline constexpr Key<MeterShape> meterShape { "meterShape", MeterShape::pill };
@@ -56,7 +56,7 @@ inline constexpr Key<QString> language { "language", AppLanguage::systemChoice }
 inline constexpr Key<Units::TemperatureChoice> temperatureUnit { "temperatureUnit",
     Units::TemperatureChoice::system };
 inline constexpr Key<MeterLabelStyle> meterLabelStyle { "meterLabelStyle", MeterLabelStyle::icons };
-/// Of an earlier version: one accent for all items, and one for the performance cores.
+/// From an earlier version: one accent for all items, and one for the performance cores.
 inline constexpr Key<MeterAccent> accentChoice { "accentChoice", MeterAccent::Name::signal };
 inline constexpr Key<MeterAccent> performanceCoreAccent { "performanceCoreAccent",
     MeterAccent::Name::indigo };
@@ -83,7 +83,7 @@ template <class... K> QStringList names(const K&... keys)
     return { QString::fromLatin1(keys.name)... };
 }
 
-/// All keys above, for whoever walks them. A key that is left out here has no factory default in any store.
+/// All keys above, for iteration. A key that is missing here has no factory default in any store.
 inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInterval, showCPUItem,
     showMemoryItem, showStorageItem, showSensorsItem, cpuReadout, sensorsReadout, showMemoryPercent,
     meterStyle, meterShape, menuBarOrder, language, temperatureUnit, meterLabelStyle, accentChoice,

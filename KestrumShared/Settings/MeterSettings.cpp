@@ -56,8 +56,8 @@ QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection>& visible
             result.append(visible[next++]);
     }
     result.append(visible.mid(next));
-    // Completed in the order of the cases, unlike an order text: a section that is missing here was neither stored nor
-    // shown, so there is no place of its own to keep.
+    // Missing sections are added in the order of the cases, unlike in an order text: such a section was neither stored nor
+    // shown, so it has no slot to preserve.
     for (const auto& entry : allCases<MonitorSection>())
         appendMissing(result, entry.value);
     return result;

@@ -11,16 +11,16 @@
 
 namespace kestrum {
 
-/// The rules of the shared settings that are more than a single key.
+/// The rules that concern more than a single key.
 namespace MeterSettings {
 
-/// Completes an order that lacks sections. Not the same as the factory value of `Keys::menuBarOrder`, which is what
-/// a fresh store reads.
+/// The order of sections that an order text lacks. It differs from the factory value of `Keys::menuBarOrder`, which a fresh
+/// store reads.
 inline constexpr MonitorSection defaultMenuBarOrder[]
     = { MonitorSection::sensors, MonitorSection::storage, MonitorSection::memory, MonitorSection::cpu };
 
-/// The sections named in `text`, separated by ",", followed by those that it lacks. Unknown and repeated names are
-/// passed over; the result holds each section exactly once.
+/// The sections in `text`, separated by ",", followed by the missing ones. Unknown and repeated names are skipped; the
+/// result has each section exactly once.
 QList<MonitorSection> order(QStringView text);
 
 /// The stored order, completed.
@@ -41,19 +41,19 @@ const Key<bool>& visibilityKey(MonitorSection section);
 /// Whether a section's item is shown: anything but a stored false.
 bool isShown(MonitorSection section);
 
-/// The readouts whose keys have no factory default: the stored one, else what the setting of an earlier version
-/// says.
+/// The readouts whose keys have no factory default: the stored one, else the one that follows from the setting of an
+/// earlier version.
 MemoryReadout memoryReadout();
 StorageReadout storageReadout();
 
 /// The accent under `key`, `MeterAccent::fallback` when it is absent or not understood.
 MeterAccent accent(const UnregisteredKey<MeterAccent>& key);
 
-/// For every accent key that holds nothing the accent of the earlier version's global keys, as it is to be stored.
+/// For every unset accent key, the accent of the earlier version's global keys, as it is to be stored.
 QJsonObject missingAccents();
 
-/// Stores those; the global keys stay. Run at every start, after the factory defaults are registered. False when the
-/// save failed.
+/// Stores them; the global keys stay. Run at every start, after the factory defaults are registered. False when the save
+/// failed.
 bool migrateAccents();
 
 /// The keys that decide which items stand in a strip, in which order, and what they show.

@@ -12,8 +12,8 @@
 
 namespace kestrum {
 
-/// How a value of type T is stored: `stored` makes the JSON value, `read` gives the value under a key, or nothing when it
-/// is absent, of another type, or a text that is not understood.
+/// The stored form of a type T: `stored` makes the JSON value; `read` gives the value of a key, or nothing when it is
+/// absent, of another type, or a text that is not understood.
 template <class T> struct SettingCoding;
 
 template <> struct SettingCoding<bool> {
@@ -64,16 +64,16 @@ template <class T> T factoryDefault(const Key<T>& key)
         return key.factoryDefault;
 }
 
-/// One setting of a store, by key. A small value that can be copied freely; the store outlives it.
+/// One setting of a store, by key. Small and freely copied; the store must outlive it.
 template <class T> class Setting {
 public:
-    /// A catalogued key, in the shared store unless told otherwise; what is not understood reads as its default.
+    /// A catalogued key, by default in the shared store; a value that is not understood reads as its default.
     explicit Setting(const Key<T>& key, UserDefaults& store = SharedSettings::store())
         : Setting(key.name, kestrum::factoryDefault(key), store)
     {
     }
 
-    /// A key without a factory default; `fallback` is what absence and whatever is not understood read as.
+    /// A key without a factory default; `fallback` is the value when it is absent or not understood.
     Setting(const UnregisteredKey<T>& key, T fallback, UserDefaults& store = SharedSettings::store())
         : Setting(key.name, std::move(fallback), store)
     {
@@ -82,7 +82,7 @@ public:
     const char* key() const { return m_key; }
     UserDefaults& store() const { return *m_store; }
 
-    /// The value in effect, else the default or fallback that the setting was made with.
+    /// The value in effect, else the setting's default or fallback.
     T value() const { return SettingCoding<T>::read(*m_store, m_key).value_or(m_fallback); }
 
     /// The value in effect, nothing when it is absent or not understood.

@@ -9,30 +9,29 @@
 
 namespace kestrum {
 
-/// The settings that the application and the agent share, and the signals by which they tell each other to look.
+/// The settings that the application and the agent share, and the signals between them.
 namespace SharedSettings {
 
-/// "KESTRUM_SETTINGS_SUITE" of the environment as it stands, else the application group's name. Fixed at the first
-/// call.
+/// "KESTRUM_SETTINGS_SUITE" of the environment, unchanged, else the application group's name. Fixed at the first call.
 const QString& suiteName();
 
 /// The domain named `suiteName`; the process's own domain when that name is refused. Lives until the process ends.
 UserDefaults& store();
 
-/// Why `store` is not the domain named `suiteName`, in a sentence that names the variable; empty when it is. For programs: who
-/// only reads and writes settings is not told.
+/// Why `store` is not the domain named `suiteName`, in a sentence that names the variable; empty when it is. For programs
+/// to print: reads and writes themselves do not report it.
 QString refusal();
 
 /// The 23 factory defaults, to be registered at start-up.
 const QJsonObject& factoryDefaults();
 
-/// What the programs tell each other. A case's name is the last part of the signal's full name.
+/// The signals between the programs. A case's name is the last part of the signal's full name.
 enum class Signal { settings, quitAgent, openSettings, checkForUpdates, updateAvailable, menuBarChanged };
 
 /// The signal's full name: the suite name, a full stop and the case's name.
 QString name(Signal signal);
 
-/// Tells every process that listens. Never fails, never blocks; any thread.
+/// Notifies every process that listens. Never fails, never blocks; any thread.
 void post(Signal signal);
 
 } // namespace SharedSettings

@@ -17,8 +17,8 @@ public:
     SignalListener(const SignalListener&) = delete;
     SignalListener& operator=(const SignalListener&) = delete;
 
-    /// Runs `handler` on the main thread after each post of `signal`. A registration that fails is passed over in
-    /// silence; `handler` then never runs.
+    /// Runs `handler` on the main thread after each post of `signal`. A failed registration is ignored; `handler` then
+    /// never runs.
     void listen(SharedSettings::Signal signal, std::function<void()> handler);
 
     /// The live registrations, in the order in which they were made.

@@ -35,9 +35,9 @@ QString developmentLanguage()
     return Bundle::main().developmentLocalization().value_or(QStringLiteral("en"));
 }
 
-// The one of `shipped` that a reader of `wanted` gets without comparing, which is what most people get: the very language, or
-// that language without the region as long as it is shipped in that one form and both are written in the same script. Empty
-// otherwise. Comparing takes tables of all the world's languages into every start.
+// The one of `shipped` that needs no matching, which is the usual case: the very language, or that language without the
+// region if it is shipped in only that form and both have the same script. Empty otherwise. Matching brings tables of all
+// the world's languages into every start.
 QString plainMatch(const QStringList& shipped, const QString& wanted)
 {
     if (shipped.contains(wanted))
@@ -55,7 +55,7 @@ QString plainMatch(const QStringList& shipped, const QString& wanted)
     return language;
 }
 
-// The one of `shipped` that serves a reader of `wanted` best; empty when none comes close.
+// The best match for `wanted` in `shipped`; empty when none is close.
 QString bestMatch(const QStringList& shipped, const QStringList& wanted)
 {
     if (const QString plain = plainMatch(shipped, wanted.constFirst()); !plain.isEmpty())
@@ -72,12 +72,12 @@ QString bestMatch(const QStringList& shipped, const QStringList& wanted)
     icu::Locale::RangeIterator<std::vector<icu::Locale>::const_iterator> iterator(
         desired.cbegin(), desired.cend());
     const auto result = matcher.getBestMatchResult(iterator, status);
-    // The index says whether there was a match at all; the locale would be the first one shipped where there was none.
+    // The index says whether there was a match; the locale alone would be the first one of the list where there was none.
     return U_SUCCESS(status) ? shipped.value(result.getSupportedIndex()) : QString();
 }
 
-// Matching takes long enough to be felt by a page full of texts, and depends on nothing but its two
-// arguments: the last result is kept with them.
+// Matching is slow enough to be felt on a page full of texts, and depends only on its two arguments: the last result is
+// cached with them.
 QString preferred(const QStringList& shipped, const QStringList& wanted)
 {
     struct Match {
@@ -91,7 +91,7 @@ QString preferred(const QStringList& shipped, const QStringList& wanted)
     return last.code;
 }
 
-// The language's name for itself, its words with a capital each: "Deutsch", "Norsk Bokmål", "日本語".
+// The language's own name, each word with a capital: "Deutsch", "Norsk Bokmål", "日本語".
 QString ownName(const QString& code)
 {
     const icu::Locale locale = TextLocale::ofLanguage(code);
@@ -99,7 +99,7 @@ QString ownName(const QString& code)
     UChar language[256];
     uloc_getDisplayLanguage(
         locale.getName(), locale.getName(), language, int32_t(std::size(language)), &status);
-    // The warning says that the name would be the code again, or in the session's language.
+    // The warning means that the name is only the code, or in the session's language.
     if (status == U_USING_DEFAULT_WARNING)
         return code;
     // "简体中文" rather than "中文（简体）".
@@ -107,7 +107,7 @@ QString ownName(const QString& code)
         icu::LocaleDisplayNames::createInstance(locale, ULDN_DIALECT_NAMES));
     icu::UnicodeString name;
     names->localeDisplayName(locale, name);
-    // Capitals that a name has inside ("isiZulu") are its own.
+    // Capitals inside a name ("isiZulu") stay.
     name.toTitle(nullptr, locale, U_TITLECASE_NO_LOWERCASE);
     return TextLocale::fromUnicode(name);
 }
@@ -165,7 +165,7 @@ QString AppLanguage::string(const char* key, const QStringList& values)
         if (place < 0)
             break;
         text.replace(place, placeholder.size(), value);
-        place += value.size(); // a value that has the placeholder in it is shown as it is
+        place += value.size(); // a placeholder within a value stays as it is
     }
     return text;
 }

@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace BundleVersion {
 
-/// Version and build of `bundle` as people read it, such as "0.2.3 (41)"; "?" stands for what it does not tell.
+/// Version and build of `bundle` for display, such as "0.2.3 (41)"; "?" stands for a missing part.
 QString text(const Bundle& bundle = Bundle::main());
 
 } // namespace BundleVersion

@@ -17,8 +17,8 @@ struct Unit {
     int decimals;
 };
 
-// The larger the unit, the more a decimal is worth: tenths of a kilobyte interest nobody, hundredths of a
-// gigabyte are ten megabytes.
+// The larger the unit, the more a decimal is worth: tenths of a kilobyte do not matter, hundredths of a gigabyte are ten
+// megabytes.
 constexpr Unit units[] = {
     { icu::MeasureUnit::getByte, 0 },
     { icu::MeasureUnit::getKilobyte, 0 },
@@ -63,8 +63,7 @@ QString ByteText::Style::format(qint64 bytes) const
         shown = rounded(double(bytes) / unitBytes, units[unit].decimals);
     }
 
-    // Symbols from kilobytes on; bytes have no symbol that everybody knows, so their name is written out:
-    // "512 bytes".
+    // Symbols from kilobytes on; bytes have no well-known symbol, so their name is written out: "512 bytes".
     const auto settings = icu::number::NumberFormatter::with()
                               .unit(units[unit].measure())
                               .unitWidth(unit == 0 ? UNUM_UNIT_WIDTH_FULL_NAME : UNUM_UNIT_WIDTH_SHORT)

@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// Byte counts as people read them.
+/// Byte counts for display.
 namespace ByteText {
 
 enum class Counting {
@@ -28,7 +28,7 @@ private:
     QString m_region;
 };
 
-/// The style of the present interface language and region.
+/// The style for the present interface language and region.
 Style style(Counting counting);
 
 } // namespace ByteText

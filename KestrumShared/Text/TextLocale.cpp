@@ -16,8 +16,8 @@ namespace {
 
 using icu::DecimalFormatSymbols;
 
-// The digits are those that the toolkit writes in that language and region: editions of the library differ about Arabic outside of
-// its own regions, and short texts are made without the library.
+// The digits are the toolkit's for that language and region: versions of the library differ about Arabic outside of its own
+// regions, and short texts are made without the library.
 icu::Locale withToolkitsDigits(icu::Locale locale, const QString& language, const QString& region)
 {
     const QString zero = ToolkitTexts::locale(language, region).zeroDigit();
@@ -40,8 +40,9 @@ icu::Locale textLocale(const QString& language, const QString& region)
     return withToolkitsDigits(U_SUCCESS(status) ? withRegion : locale, language, region);
 }
 
-// The locale that most people of `region` use. Where the library does not know their language, as Samoan, it would silently take
-// the process's default, which has nothing to do with the region: then another locale of the region, or else the neutral one.
+// The locale of most people in `region`. Where the library does not know their language, such as Samoan, it would silently
+// take the process's default, which has nothing to do with the region: then it is another locale of the region, or else the
+// neutral one.
 icu::Locale localeUsedIn(const QByteArray& region)
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -59,7 +60,7 @@ icu::Locale localeUsedIn(const QByteArray& region)
     return icu::Locale::getRoot();
 }
 
-// That locale, writing digits in the way of `digits`: separators have to fit the digits that they stand between.
+// That locale with the digits of `digits`: separators must fit the digits between which they stand.
 icu::Locale regionsOwnLocale(const QString& region, const icu::Locale& digits)
 {
     icu::Locale locale = localeUsedIn(region.toLatin1());
@@ -89,9 +90,8 @@ icu::number::LocalizedNumberFormatter TextLocale::formatter(
 
     UErrorCode status = U_ZERO_ERROR;
     DecimalFormatSymbols symbols(locale, status);
-    // Where the language is at home in the region, it is known how it separates numbers there: French in
-    // Switzerland does it in another way than German. For all other pairs (German in the USA) the separators
-    // would be the language's.
+    // Where the language is spoken in the region, its separators there are known: French in Switzerland separates in
+    // another way than German. For all other pairs (German in the USA) the separators would be the language's.
     const icu::Locale known = symbols.getLocale(ULOC_VALID_LOCALE, status);
     if (U_SUCCESS(status) && region != QLatin1StringView(known.getCountry())) {
         const DecimalFormatSymbols regional(regionsOwnLocale(region, locale), status);

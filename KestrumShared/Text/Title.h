@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// The text that people see for `value`, in the interface language.
+/// The display text of `value`, in the interface language.
 template <StoredEnumeration E> QString title(E value)
 {
     return AppLanguage::string(enumerationCase(value).title);

@@ -14,13 +14,13 @@
 namespace kestrum {
 namespace {
 
-// What the library of locales says, too, as a test finds for all regions; to ask it would bring its tables into every start.
+// ICU gives the same, as a test checks for all regions; asking it would bring its tables into every start.
 bool measuresInFahrenheit(const QString& region)
 {
     return region == QLatin1StringView("US") || region == QLatin1StringView("LR");
 }
 
-// Below a thousand, and no sign: nothing but digits.
+// Below a thousand and without a sign: only digits.
 bool isOfDigitsOnly(double value, int fraction)
 {
     return fraction <= 0 && value >= 0 && value < 1000 && value == std::trunc(value);
@@ -62,9 +62,9 @@ QString Units::temperature(double celsius, int fraction)
 {
     static constexpr int maximumFraction = 20;
     const bool isFahrenheit = temperatureUnit() == TemperatureUnit::fahrenheit;
-    // The tables of all the world's numbers and units are a tenth of the window's memory, and the page that it opens with has
-    // whole degrees only. Our translations have the words for these; a test compares the two. Canada alone sets units in
-    // another way than others of the same language.
+    // ICU's tables of numbers and units take a tenth of the window's memory, and the first page has whole degrees only. Our
+    // translations have the words for these; a test compares the two. Canada alone writes units in another way than other
+    // regions of its languages.
     const QString region = GlobalDomain::numberRegion();
     const double value = shown(celsius);
     if (isOfDigitsOnly(value, fraction) && region != QLatin1StringView("CA")) {
@@ -80,7 +80,7 @@ QString Units::temperature(double celsius, int fraction)
               .precision(icu::number::Precision::fixedFraction(std::clamp(fraction, 0, maximumFraction)))
               .sign(UNUM_SIGN_NEGATIVE);
     UErrorCode status = U_ZERO_ERROR;
-    // No line ends between a number and its unit, nor within that, as in Polish.
+    // No line breaks between a number and its unit, nor within the unit, as in Polish.
     return TextLocale::fromUnicode(TextLocale::formatter(AppLanguage::code(), region, settings)
                                        .formatDouble(value, status)
                                        .toString(status))

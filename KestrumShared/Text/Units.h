@@ -7,8 +7,7 @@
 
 namespace kestrum {
 
-/// Readings, kept in degrees Celsius, as the texts that people see. Choice, language and region are looked up at each
-/// call.
+/// Temperatures, which are in degrees Celsius, as display texts. Choice, language and region are looked up at each call.
 namespace Units {
 
 enum class TemperatureUnit { celsius, fahrenheit };
@@ -16,7 +15,7 @@ enum class TemperatureUnit { celsius, fahrenheit };
 /// The stored choice; `system` when it is absent or not understood.
 TemperatureChoice temperatureChoice();
 
-/// The unit to show: the choice, or for `system` what is usual in the user's region.
+/// The unit for display: the choice or, for `system`, the usual one in the user's region.
 TemperatureUnit temperatureUnit();
 
 /// The compact text of the menu-bar items, such as "65°": the value in the shown unit, rounded with halves away

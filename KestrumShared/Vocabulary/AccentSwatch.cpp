@@ -10,7 +10,7 @@
 namespace kestrum {
 namespace {
 
-// A quarter, once laid over: the painter cuts opacities to 256ths and loses one of them.
+// A quarter, once it is painted over the fill: the painter cuts opacities to 256ths and loses one of them.
 constexpr double edgeOpacity = 65.0 / 256;
 
 QString decimalText(double number)
@@ -29,9 +29,9 @@ QImage AccentSwatch::image(const MeterAccent& accent, double size, double scale)
     QString key = cacheKey(accent, size);
     if (scale != 1)
         key += QStringLiteral("@%1x").arg(decimalText(scale));
-    const auto kept = swatches.constFind(key);
-    if (kept != swatches.constEnd())
-        return *kept;
+    const auto cached = swatches.constFind(key);
+    if (cached != swatches.constEnd())
+        return *cached;
     return *swatches.insert(key, drawn(accent, size, scale));
 }
 
@@ -49,7 +49,8 @@ QImage AccentSwatch::drawn(const MeterAccent& accent, double size, double scale)
         painter.setPen(edge);
         painter.drawRoundedRect(QRectF(0.5, 0.5, size - 1, size - 1), 3, 3);
     };
-    // The edge is drawn opaque and laid over: drawn translucent, the painter would wake other threads for it and wait for them.
+    // The edge is drawn opaque and then painted over the fill: a translucent drawing would wake other threads and wait for
+    // them.
     QImage edge = empty;
     {
         QPainter painter(&edge);

@@ -10,14 +10,14 @@ namespace kestrum {
 /// Small pictures of accents for pickers.
 namespace AccentSwatch {
 
-/// A square of `size` × `size` points filled with the accent, with a thin darker edge; drawn at `scale` pixels a
-/// point and kept for the life of the process. Null when `size` or `scale` is not above 0. Main thread only.
+/// A square of `size` × `size` points filled with the accent, with a thin darker edge, drawn at `scale` pixels a point.
+/// Cached until the process ends. Null when `size` or `scale` is not above 0. Main thread only.
 QImage image(const MeterAccent& accent, double size, double scale = 1);
 
-/// The same, drawn anew and not kept: for colours that somebody moves through, of which there is no end.
+/// The same, drawn at each call and not cached: for the countless colours that a user moves through in a picker.
 QImage drawn(const MeterAccent& accent, double size, double scale = 1);
 
-/// Under which key a swatch is kept, such as "indigo@14.0".
+/// The cache key of a swatch, such as "indigo@14.0".
 QString cacheKey(const MeterAccent& accent, double size);
 
 } // namespace AccentSwatch

@@ -7,16 +7,16 @@
 
 namespace kestrum {
 
-/// One case of a stored enumeration: its value, the text that is stored for it, and the English text (the key of its
-/// translation) that people see. A case that is never shown by a title of its own has a null title.
+/// One case of a stored enumeration: its value, its stored text, and its English display text, which is the key of its
+/// translation. A case that is never displayed by itself has a null title.
 template <class E> struct EnumerationCase {
     E value;
     const char* rawValue;
     const char* title;
 };
 
-/// The only list of an enumeration's cases, in the order in which pickers show them. Specialised per enumeration with a
-/// `static constexpr EnumerationCase<E> cases[]`, or with cases of a type derived from that, which know more.
+/// The only list of an enumeration's cases, in the order of pickers. Specialised per enumeration with a `static constexpr
+/// EnumerationCase<E> cases[]`, or with cases of a derived type that holds more.
 template <class E> struct Enumeration;
 
 template <class E>

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// `number` with so many `decimals`, as C's "%f" writes it whatever the language: what lies exactly between two texts, as 0.25
-/// with one decimal, takes the even digit. `QString::number` rounds it up.
+/// `number` with `decimals` decimals, as C's "%f" writes it in any language: halves, such as 0.25 with one decimal, take
+/// the even digit. `QString::number` rounds them up.
 inline QString fixedText(double number, int decimals)
 {
     char text[512]; // the largest number has 309 digits

@@ -66,7 +66,7 @@ double clamped(double component)
     return component <= 0 ? 0 : (component > 1 ? 1 : component);
 }
 
-/// A number as programs write it, whatever the session's language; one too large is infinite. Nothing for everything else.
+/// A number in C's form, whatever the session's language; one too large is infinite. Nothing for everything else.
 std::optional<double> parsedNumber(QStringView text)
 {
     static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
@@ -107,7 +107,7 @@ std::optional<MeterAccent> MeterAccent::fromRawValue(QStringView text)
     if (!text.startsWith(customPrefix))
         return std::nullopt;
 
-    // A piece that is no number is passed over, so that a stray word between three good numbers does no harm.
+    // A piece that is no number is skipped, so that a stray word between three good numbers does no harm.
     QList<double> numbers;
     for (const QStringView piece : text.mid(customPrefix.size()).split(QLatin1Char(','))) {
         if (const auto number = parsedNumber(piece))

@@ -15,7 +15,7 @@ class MeterAccent {
 public:
     enum class Name { signal, blue, indigo, purple, teal, pine, amber, graphite, custom };
 
-    /// The accent that stands in for every text that is not understood.
+    /// The accent for every text that is not understood.
     static constexpr Name fallback = Name::signal;
 
     constexpr MeterAccent() = default;
@@ -24,8 +24,8 @@ public:
     {
     }
 
-    /// The custom accent of a colour that a person picked: converted to sRGB, clamped and rounded to four decimals,
-    /// so that what is stored and what is in memory agree. A colour that has no sRGB form gives `signal`.
+    /// The custom accent of a picked colour: converted to sRGB, clamped and rounded to four decimals, so that the stored
+    /// and the current value are equal. A colour without an sRGB form gives `signal`.
     static MeterAccent custom(const QColor& colour);
 
     /// The accent stored as `text`; nothing when it is not understood. Components outside of 0…1 are clamped.
@@ -36,7 +36,7 @@ public:
 
     /// The text to store; `fromRawValue` reads it back.
     QString rawValue() const;
-    /// The English text (the key of its translation) that people see.
+    /// The English display text, which is the key of its translation.
     const char* titleKey() const;
     /// In sRGB, opaque.
     QColor color() const;

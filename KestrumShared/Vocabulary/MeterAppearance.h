@@ -9,14 +9,14 @@ namespace kestrum {
 enum class MeterStyle { bars, wave, compact };
 /// Outline of the meters of all items.
 enum class MeterShape { pill, square };
-/// What labels an item.
+/// The label of an item.
 enum class MeterLabelStyle { icons, letters };
 /// The text beside each item's meter. Every `off` is stored as "off" and shown as "None".
 enum class CPUReadout { off, usage, temperature, power };
 enum class MemoryReadout { off, usage, pressure, swap };
 enum class StorageReadout { off, usage, free };
 enum class SensorsReadout { off, power, hottest, gpu, fan };
-/// Colour scheme and ground of the popovers.
+/// Colour scheme and background of the popovers.
 enum class PopoverAppearance { light, dark, system };
 enum class PopoverBackground { translucent, opaque };
 

@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// The four things that a menu-bar item can show. The raw value is the section's key in stored orders.
+/// The four subjects of menu-bar items. The raw value is the section's key in stored orders.
 enum class MonitorSection { cpu, memory, storage, sensors };
 
 template <> struct Enumeration<MonitorSection> {

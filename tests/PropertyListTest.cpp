@@ -70,9 +70,8 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, content);
         QFETCH(QString, text);
-        QString error;
-        const auto list = PropertyList::parsed(content, &error);
-        QVERIFY2(list, qPrintable(error));
+        const auto list = PropertyList::parsed(content);
+        QVERIFY2(list, qPrintable(list.failureText()));
         QCOMPARE(list->type(), Type::text);
         QCOMPARE(list->text().value(), text);
     }
@@ -209,12 +208,11 @@ private Q_SLOTS:
     {
         QFETCH(QByteArray, content);
         QFETCH(QString, error);
-        QString actual;
         QElapsedTimer timer;
         timer.start();
-        QVERIFY(!PropertyList::parsed(content, &actual));
+        const auto list = PropertyList::parsed(content);
         QVERIFY(timer.elapsed() < 1000);
-        QCOMPARE(actual, error);
+        QCOMPARE(list.failureText(), error);
     }
 
     void aTextMayBeAsLongAsAPageOfThem()
@@ -272,14 +270,12 @@ private Q_SLOTS:
                 if (text.isEmpty())
                     text = "x";
             }
-            QString error;
-            if (const auto list = PropertyList::parsed(text, &error)) {
+            if (const auto list = PropertyList::parsed(text)) {
                 ++read;
                 QVERIFY(walked(*list) > 0);
-                QVERIFY(error.isEmpty());
             } else {
                 ++refused;
-                QVERIFY2(error.startsWith(QLatin1StringView("line ")), text.constData());
+                QVERIFY2(list.failureText().startsWith(QLatin1StringView("line ")), text.constData());
             }
         }
         QVERIFY(read > 500);
@@ -290,9 +286,8 @@ private Q_SLOTS:
     {
         const FileTree tree;
         tree.write(QStringLiteral("a.plist"), "{ a = b; }");
-        QString error;
-        const auto list = PropertyList::fromFile(tree.path(QStringLiteral("a.plist")), &error);
-        QVERIFY2(list, qPrintable(error));
+        const auto list = PropertyList::fromFile(tree.path(QStringLiteral("a.plist")));
+        QVERIFY2(list, qPrintable(list.failureText()));
         QCOMPARE(list->value(QStringLiteral("a"))->text(), QStringLiteral("b"));
     }
 
@@ -301,20 +296,16 @@ private Q_SLOTS:
         const FileTree tree;
         const QString fifo = tree.path(QStringLiteral("fifo"));
         QCOMPARE(::mkfifo(fifo.toUtf8().constData(), 0600), 0);
-        for (const QString& path : { tree.path(QStringLiteral("absent")), tree.root(), fifo }) {
-            QString error;
-            QVERIFY(!PropertyList::fromFile(path, &error));
-            QCOMPARE(error, QStringLiteral("no such file"));
-        }
+        for (const QString& path : { tree.path(QStringLiteral("absent")), tree.root(), fifo })
+            QCOMPARE(PropertyList::fromFile(path).failureText(), QStringLiteral("no such file"));
     }
 
     void tooLargeAFileIsRefused()
     {
         const FileTree tree;
         tree.write(QStringLiteral("large"), QByteArray(PropertyList::maximumBytes + 1, ' '));
-        QString error;
-        QVERIFY(!PropertyList::fromFile(tree.path(QStringLiteral("large")), &error));
-        QCOMPARE(error, QStringLiteral("larger than 1048576 bytes"));
+        QCOMPARE(PropertyList::fromFile(tree.path(QStringLiteral("large"))).failureText(),
+            QStringLiteral("larger than 1048576 bytes"));
     }
 
     void aTextHasNoMembers()

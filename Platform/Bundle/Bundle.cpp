@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Bundle/Bundle.h"
 
 #include "Platform/Log/Log.h"
@@ -10,7 +11,7 @@ namespace kestrum {
 struct Bundle::Content {
     QString path;
     std::optional<PropertyList> info;
-    // Read when first asked for.
+    // Read on first use.
     std::optional<QStringList> localizations;
     QHash<QString, QHash<QString, QString>> tables;
 };
@@ -21,15 +22,16 @@ std::optional<PropertyList> readIfThere(const QString& path)
 {
     if (!QFileInfo::exists(path))
         return std::nullopt;
-    QString error;
-    const auto list = PropertyList::fromFile(path, &error);
-    if (!list)
-        Log::warning("bundle", QStringLiteral("%1 cannot be read: %2").arg(Log::escaped(path), error));
-    return list;
+    const auto list = PropertyList::fromFile(path);
+    if (list)
+        return *list;
+    Log::warning(
+        "bundle", QStringLiteral("%1 cannot be read: %2").arg(Log::escaped(path), list.failureText()));
+    return std::nullopt;
 }
 
-// The executable is asked of the kernel, so that a link to it ("bin/kestrum") leads into the bundle, and so
-// that no application object is needed. A bundle inside a bundle is found by its own executable.
+// The kernel gives the executable's path. So a link such as "bin/kestrum" leads into the bundle, and no application object is
+// needed. A bundle inside a bundle is found by its own executable.
 Bundle bundleOfExecutable()
 {
     QDir folder = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).dir();
@@ -104,7 +106,7 @@ QStringList Bundle::localizations() const
     auto& localizations = m_content->localizations;
     if (!localizations) {
         static constexpr QLatin1StringView suffix(".lproj");
-        // Without a pattern for names, which would bring regular expressions into every start.
+        // Without a name filter, which would load regular expressions at every start.
         QStringList names;
         for (const QString& name : QDir(resourcePath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
             if (name.endsWith(suffix))
@@ -121,7 +123,7 @@ QString Bundle::localizedString(const QString& key, const QString& localization)
     auto table = m_content->tables.constFind(localization);
     if (table == m_content->tables.constEnd()) {
         QHash<QString, QString> texts;
-        // Only a folder's name: one with a slash in it would lead out of the bundle.
+        // Checked against the list, because a name with a slash could lead out of the bundle.
         if (localizations().contains(localization)) {
             const auto list = readIfThere(
                 QStringLiteral("%1/%2.lproj/Localizable.strings").arg(resourcePath(), localization));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Bundle/PropertyList.h"
 
 #include <QFile>
@@ -6,9 +7,8 @@
 
 namespace kestrum {
 
-// One pass over the decoded text, one function a form. The only recursion is that of a container into its
-// members, and it is capped. After the first mistake every function returns at once: a list that was read
-// halfway is of no use to anybody.
+// Reads the decoded text in one pass, with one function per form. Only containers recurse, up to a limit. After the first error
+// every function returns at once, because half a list is useless.
 class PropertyListParser {
 public:
     explicit PropertyListParser(const QString& text)
@@ -16,22 +16,19 @@ public:
     {
     }
 
-    std::optional<PropertyList> document()
+    Result<PropertyList> document()
     {
         PropertyList result = topLevel();
         skipBlanks();
         if (!failed() && !atEnd())
             failUnexpected();
         if (failed())
-            return std::nullopt;
+            return Failure::withReason(m_error);
         return result;
     }
 
-    QString error() const { return m_error; }
-
 private:
-    // A strings table has no braces: it shows itself by the "=" behind its first text, and a blank file is an
-    // empty one.
+    // A strings table has no braces. The "=" after its first text identifies it. A blank file is an empty table.
     PropertyList topLevel()
     {
         skipBlanks();
@@ -74,8 +71,7 @@ private:
         return result;
     }
 
-    // Reads "key = value;" up to and with `closing`, or up to the end where there is none. The last ";" may
-    // be missing.
+    // Reads "key = value;" up to and including `closing`, or up to the end if `closing` is zero. The last ";" may be missing.
     void members(PropertyList& dictionary, char16_t closing)
     {
         for (;;) {
@@ -90,7 +86,7 @@ private:
             skipBlanks();
             if (failed())
                 return;
-            // Of a key that stands twice the last value counts.
+            // The last value of a repeated key counts.
             dictionary.m_dictionary.insert(key, member);
             if (takeEnd(closing) || !take(u';'))
                 return;
@@ -121,8 +117,8 @@ private:
 
     QString text() { return here() == u'"' ? quotedText() : word(); }
 
-    // A slash inside a word belongs to it, so that paths need no quotes. (A comment that touches the end of a
-    // word therefore is a mistake, and told as one, instead of silently cutting an address in two.)
+    // A slash is part of a word, so paths need no quotes. So a comment directly after a word is an error; otherwise it would
+    // silently cut an address in two.
     QString word()
     {
         const qsizetype start = m_position;
@@ -231,7 +227,7 @@ private:
         return here() == u'/' && m_position + 1 < m_text.size() && m_text.at(m_position + 1) == QChar(second);
     }
 
-    // Whether the container ends here, or nothing more can be read; passes over its closing character.
+    // Whether the container ends here, or nothing more can be read. Skips the closing character.
     bool takeEnd(char16_t closing)
     {
         skipBlanks();
@@ -281,7 +277,7 @@ private:
 
     bool failed() const { return !m_error.isEmpty(); }
     bool atEnd() const { return m_position >= m_text.size(); }
-    // The end reads as a zero, which no form accepts.
+    // At the end, zero, which no form accepts.
     char16_t here() const { return atEnd() ? u'\0' : m_text.at(m_position).unicode(); }
 
     static bool isWordCharacter(char16_t c)
@@ -305,13 +301,6 @@ private:
 
 namespace {
 
-std::optional<PropertyList> refused(QString* error, const QString& why)
-{
-    if (error)
-        *error = why;
-    return std::nullopt;
-}
-
 // The first line that is not UTF-8.
 qsizetype badLine(const QByteArray& content)
 {
@@ -329,33 +318,28 @@ qsizetype badLine(const QByteArray& content)
 
 } // namespace
 
-std::optional<PropertyList> PropertyList::parsed(const QByteArray& content, QString* error)
+Result<PropertyList> PropertyList::parsed(const QByteArray& content)
 {
     if (content.size() > maximumBytes)
-        return refused(error, QStringLiteral("larger than %1 bytes").arg(maximumBytes));
+        return Failure::withReason(QStringLiteral("larger than %1 bytes").arg(maximumBytes));
 
-    // A byte order mark is dropped by the decoder.
+    // The decoder drops a byte order mark.
     QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
     const QString text = decode(content);
     if (decode.hasError())
-        return refused(error, QStringLiteral("line %1: not UTF-8").arg(badLine(content)));
-
-    PropertyListParser parser(text);
-    const auto result = parser.document();
-    if (!result)
-        return refused(error, parser.error());
-    return result;
+        return Failure::withReason(QStringLiteral("line %1: not UTF-8").arg(badLine(content)));
+    return PropertyListParser(text).document();
 }
 
-std::optional<PropertyList> PropertyList::fromFile(const QString& path, QString* error)
+Result<PropertyList> PropertyList::fromFile(const QString& path)
 {
-    // Anything but a file (a pipe, say) could keep us waiting for ever.
+    // Anything else, such as a pipe, could block for ever.
     if (!QFileInfo(path).isFile())
-        return refused(error, QStringLiteral("no such file"));
+        return Failure::withReason(QStringLiteral("no such file"));
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return refused(error, file.errorString());
-    return parsed(file.read(maximumBytes + 1), error);
+        return Failure::withReason(file.errorString());
+    return parsed(file.read(maximumBytes + 1));
 }
 
 std::optional<QString> PropertyList::text() const

@@ -117,7 +117,7 @@ int main(int argc, char** argv)
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
         // Finishing the last changes can take a while, in which the user may want the window again.
-        QObject::connect(&application, &QCoreApplication::aboutToQuit, &*instance, &SingleInstance::giveBack);
+        QObject::connect(&application, &QCoreApplication::aboutToQuit, &*instance, &SingleInstance::release);
     }
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
         if (!options.pictures.isEmpty()) {

@@ -13,9 +13,9 @@ namespace {
 
 const QLatin1StringView standardStream("-");
 
-QString reason(const char* what, const QString& path, const QString& why)
+Failure failed(const char* step, const QString& path, const QString& reason)
 {
-    return QStringLiteral("cannot %1 \"%2\": %3").arg(QLatin1StringView(what), Log::escaped(path), why);
+    return { QStringLiteral("%1 \"%2\"").arg(QLatin1StringView(step), Log::escaped(path)), reason, 0, {} };
 }
 
 bool writeThrough(QFile& file, const QByteArray& content)
@@ -25,15 +25,13 @@ bool writeThrough(QFile& file, const QByteArray& content)
 
 } // namespace
 
-std::optional<QByteArray> DataFile::read(const QString& path, qint64 maximumBytes, QString* error)
+Result<QByteArray> DataFile::read(const QString& path, qint64 maximumBytes)
 {
     QFile file(path);
     const bool isOpen
         = path == standardStream ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
-    if (!isOpen) {
-        *error = reason("read", path, file.errorString());
-        return std::nullopt;
-    }
+    if (!isOpen)
+        return failed("read", path, file.errorString());
     QByteArray content;
     // A read from a pipe gives only the bytes that are there: read until it ends.
     while (content.size() <= maximumBytes) {
@@ -42,31 +40,27 @@ std::optional<QByteArray> DataFile::read(const QString& path, qint64 maximumByte
             break;
         content += piece;
     }
-    if (file.error() != QFileDevice::NoError) {
-        *error = reason("read", path, file.errorString());
-        return std::nullopt;
-    }
-    if (content.size() > maximumBytes) {
-        *error = QStringLiteral("\"%1\" is larger than %2 bytes").arg(Log::escaped(path)).arg(maximumBytes);
-        return std::nullopt;
-    }
+    if (file.error() != QFileDevice::NoError)
+        return failed("read", path, file.errorString());
+    if (content.size() > maximumBytes)
+        return Failure::withReason(
+            QStringLiteral("\"%1\" is larger than %2 bytes").arg(Log::escaped(path)).arg(maximumBytes));
     return content;
 }
 
-bool DataFile::write(const QString& path, const QByteArray& content, QString* error)
+Result<> DataFile::write(const QString& path, const QByteArray& content)
 {
     const bool isStream = path == standardStream;
-    const auto replaced = isStream ? std::nullopt : AtomicFile::replaceFile(QFile::encodeName(path), content);
-    if (replaced && *replaced)
-        *error = reason("write", path, qt_error_string(replaced->error));
-    if (replaced)
-        return !*replaced;
+    const auto replaced = isStream ? false : AtomicFile::replaceFile(QFile::encodeName(path), content);
+    if (!replaced)
+        return failed("write", path, replaced.failure().reason);
+    if (*replaced)
+        return {};
     QFile file(path);
     const bool isOpen = isStream ? file.open(stdout, QIODevice::WriteOnly) : file.open(QIODevice::WriteOnly);
     if (isOpen && writeThrough(file, content))
-        return true;
-    *error = reason("write", path, file.errorString());
-    return false;
+        return {};
+    return failed("write", path, file.errorString());
 }
 
 } // namespace kestrum

@@ -15,10 +15,8 @@ ExitCode runExport(const CommandLine& line)
     // A file that cannot be read must not be exported as an empty one.
     if (!store.lastError().isEmpty())
         return Console::failed(store.lastError());
-    QString error;
-    if (!DataFile::write(line.arguments().first(), SettingsText::serialised(values), &error))
-        return Console::failed(error);
-    return ExitCode::done;
+    const auto written = DataFile::write(line.arguments().first(), SettingsText::serialised(values));
+    return written ? ExitCode::done : Console::failed(written.failureText());
 }
 
 } // namespace

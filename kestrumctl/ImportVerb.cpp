@@ -33,10 +33,9 @@ ExitCode runImport(const CommandLine& line)
         return Console::failed(
             QStringLiteral("nothing imported from \"%1\": %2").arg(Log::escaped(path), reason));
     };
-    QString error;
-    const auto content = DataFile::read(path, SettingsText::maximumBytes, &error);
+    const auto content = DataFile::read(path, SettingsText::maximumBytes);
     if (!content)
-        return Console::failed(error);
+        return Console::failed(content.failureText());
     // The store takes an empty file for a new one; here its content was lost.
     if (content->trimmed().isEmpty())
         return refused(QStringLiteral("it is empty"));

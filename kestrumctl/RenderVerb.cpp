@@ -150,9 +150,8 @@ ExitCode runRender(const CommandLine& line)
     QBuffer buffer(&png);
     if (image.isNull() || !buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
         return Console::failed(QStringLiteral("the picture is too large"));
-    if (!DataFile::write(*path, png, &error))
-        return Console::failed(error);
-    return ExitCode::done;
+    const auto written = DataFile::write(*path, png);
+    return written ? ExitCode::done : Console::failed(written.failureText());
 }
 
 } // namespace

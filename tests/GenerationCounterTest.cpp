@@ -37,7 +37,7 @@ private:
     }
     static QString fileOf(const QString& name)
     {
-        return RuntimeDirectory::shared().path() + u'/' + name + QStringLiteral(".generation");
+        return RuntimeDirectory::shared()->path() + u'/' + name + QStringLiteral(".generation");
     }
 };
 

@@ -284,7 +284,7 @@ int runInstance(const QByteArray& name, const QByteArray& token)
     QObject::connect(&instance, &SingleInstance::raiseRequested, &instance,
         [](const QByteArray& requested) { say(("raise " + requested).trimmed()); });
     return runUntilInputEnds([&instance] {
-        instance.giveBack();
+        instance.release();
         say("gave back");
     });
 }

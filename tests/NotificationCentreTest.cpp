@@ -46,7 +46,7 @@ private Q_SLOTS:
 void NotificationCentreTest::init()
 {
     QTest::qWait(quietTime); // what the test before left under way
-    QVERIFY(RuntimeDirectory::shared().isValid());
+    QVERIFY(RuntimeDirectory::shared());
 }
 
 void NotificationCentreTest::postReachesItsPostersOwnListeners()

@@ -22,28 +22,28 @@ void RateLimiterTest::burstWithinTheSavingsIsNotSlowed()
     const RateLimiter::Instant start {};
     RateLimiter allowance(8ms, start);
     for (int i = 0; i < 8; ++i)
-        QVERIFY(allowance.spend(1ms, start) == 0ns);
+        QVERIFY(allowance.charge(1ms, start) == 0ns);
 }
 
 void RateLimiterTest::overdrawingAsksForAPause()
 {
     const RateLimiter::Instant start {};
     RateLimiter little(8ms, start);
-    QVERIFY(little.spend(8ms + 1us, start) == RateLimiter::shortestPause);
+    QVERIFY(little.charge(8ms + 1us, start) == RateLimiter::shortestPause);
     RateLimiter more(8ms, start);
-    QVERIFY(more.spend(9ms, start) == 30ms);
+    QVERIFY(more.charge(9ms, start) == 30ms);
     RateLimiter much(8ms, start);
-    QVERIFY(much.spend(1s, start) == RateLimiter::longestPause);
+    QVERIFY(much.charge(1s, start) == RateLimiter::longestPause);
 }
 
 void RateLimiterTest::quietTimeFillsTheSavingsButNoFurther()
 {
     const RateLimiter::Instant start {};
     RateLimiter allowance(8ms, start);
-    QVERIFY(allowance.spend(8ms, start) == 0ns);
-    QVERIFY(allowance.spend(8ms, start + 240ms) == 0ns);
-    QVERIFY(allowance.spend(8ms, start + 10h) == 0ns);
-    QVERIFY(allowance.spend(1us, start + 10h) > 0ns);
+    QVERIFY(allowance.charge(8ms, start) == 0ns);
+    QVERIFY(allowance.charge(8ms, start + 240ms) == 0ns);
+    QVERIFY(allowance.charge(8ms, start + 10h) == 0ns);
+    QVERIFY(allowance.charge(1us, start + 10h) > 0ns);
 }
 
 void RateLimiterTest::steadyFloodCostsNoMoreThanItsShare()
@@ -54,7 +54,7 @@ void RateLimiterTest::steadyFloodCostsNoMoreThanItsShare()
     while (now.time_since_epoch() < 20s) {
         worked += 30us;
         now += 30us;
-        now += allowance.spend(30us, now);
+        now += allowance.charge(30us, now);
     }
     QVERIFY2(worked < 20s / 20, qPrintable(QString::number(worked.count())));
     QVERIFY(worked > 20s / 40);
@@ -64,17 +64,17 @@ void RateLimiterTest::singleDearWorkIsForgivenAfterOnePause()
 {
     const RateLimiter::Instant start {};
     RateLimiter allowance(8ms, start);
-    const auto pause = allowance.spend(1s, start);
-    QVERIFY(allowance.spend(0ns, start + pause) == 0ns);
+    const auto pause = allowance.charge(1s, start);
+    QVERIFY(allowance.charge(0ns, start + pause) == 0ns);
 }
 
 void RateLimiterTest::refillingIsLikeAQuietTime()
 {
     const RateLimiter::Instant start {};
     RateLimiter allowance(8ms, start);
-    QVERIFY(allowance.spend(9ms, start) > 0ns);
+    QVERIFY(allowance.charge(9ms, start) > 0ns);
     allowance.refill();
-    QVERIFY(allowance.spend(8ms, start) == 0ns);
+    QVERIFY(allowance.charge(8ms, start) == 0ns);
 }
 
 QTEST_APPLESS_MAIN(RateLimiterTest)

@@ -59,54 +59,51 @@ mode_t RuntimeDirectoryTest::modeOf(const QString& path)
 
 void RuntimeDirectoryTest::directoryIsMadeForUsAlone()
 {
-    const RuntimeDirectory directory(m_root);
-    QVERIFY2(directory.isValid(), qPrintable(directory.reason()));
-    QVERIFY(directory.reason().isEmpty());
-    QCOMPARE(directory.path(), m_root + QStringLiteral("/kestrum"));
-    QCOMPARE(modeOf(directory.path()), mode_t(0700));
+    const auto directory = RuntimeDirectory::open(m_root);
+    QVERIFY2(directory, qPrintable(directory.failureText()));
+    QCOMPARE(directory->path(), m_root + QStringLiteral("/kestrum"));
+    QCOMPARE(modeOf(directory->path()), mode_t(0700));
     struct stat byPath { };
     struct stat byDescriptor { };
-    QCOMPARE(::stat(QFile::encodeName(directory.path()).constData(), &byPath), 0);
-    QCOMPARE(::fstat(directory.descriptor(), &byDescriptor), 0);
+    QCOMPARE(::stat(QFile::encodeName(directory->path()).constData(), &byPath), 0);
+    QCOMPARE(::fstat(directory->descriptor(), &byDescriptor), 0);
     QCOMPARE(byDescriptor.st_ino, byPath.st_ino);
 }
 
 void RuntimeDirectoryTest::modeDoesNotDependOnTheUmask()
 {
     const mode_t saved = ::umask(0);
-    const RuntimeDirectory directory(m_root);
-    const int sub = directory.openSubdirectory("sub");
+    const auto directory = RuntimeDirectory::open(m_root);
+    const auto sub = directory->openSubdirectory("sub");
     ::umask(saved);
-    QVERIFY(sub >= 0);
-    ::close(sub);
-    QCOMPARE(modeOf(directory.path()), mode_t(0700));
-    QCOMPARE(modeOf(directory.path() + QStringLiteral("/sub")), mode_t(0700));
+    QVERIFY(sub);
+    QCOMPARE(modeOf(directory->path()), mode_t(0700));
+    QCOMPARE(modeOf(directory->path() + QStringLiteral("/sub")), mode_t(0700));
 }
 
 void RuntimeDirectoryTest::existingDirectoryIsTaken()
 {
-    QVERIFY(RuntimeDirectory(m_root).isValid());
+    QVERIFY(RuntimeDirectory::open(m_root));
     QFile file(m_root + QStringLiteral("/kestrum/kept"));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(RuntimeDirectory(m_root + QStringLiteral("/.//")).isValid());
+    QVERIFY(RuntimeDirectory::open(m_root + QStringLiteral("/.//")));
     QVERIFY(file.exists());
 }
 
 void RuntimeDirectoryTest::emptyOrRelativeRootIsRefused()
 {
-    QVERIFY(!RuntimeDirectory(QString()).isValid());
+    QVERIFY(!RuntimeDirectory::open(QString()));
     QVERIFY(QDir::setCurrent(m_place->path()));
-    const RuntimeDirectory relative(QStringLiteral("run"));
+    const auto relative = RuntimeDirectory::open(QStringLiteral("run"));
     QVERIFY(QDir::setCurrent(QStringLiteral("/")));
-    QVERIFY(!relative.isValid());
-    QVERIFY(relative.reason().contains(QStringLiteral("absolute")));
-    QCOMPARE(relative.descriptor(), -1);
+    QVERIFY(!relative);
+    QVERIFY(relative.failureText().contains(QStringLiteral("absolute")));
 }
 
 void RuntimeDirectoryTest::absentRootIsRefused()
 {
     const QString absent = m_place->filePath(QStringLiteral("absent"));
-    QVERIFY(!RuntimeDirectory(absent).isValid());
+    QVERIFY(!RuntimeDirectory::open(absent));
     QVERIFY(!QFile::exists(absent));
 }
 
@@ -114,7 +111,7 @@ void RuntimeDirectoryTest::fileAsRootIsRefused()
 {
     QFile file(m_place->filePath(QStringLiteral("file")));
     QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(!RuntimeDirectory(file.fileName()).isValid());
+    QVERIFY(!RuntimeDirectory::open(file.fileName()));
 }
 
 void RuntimeDirectoryTest::rootThatOthersMayEnterIsRefused_data()
@@ -128,20 +125,20 @@ void RuntimeDirectoryTest::rootThatOthersMayEnterIsRefused()
 {
     QFETCH(const int, mode);
     QCOMPARE(::chmod(rootName().constData(), mode_t(mode)), 0);
-    const RuntimeDirectory directory(m_root);
-    QVERIFY(!directory.isValid());
-    QVERIFY(directory.reason().contains(QString::number(mode, 8)));
+    const auto directory = RuntimeDirectory::open(m_root);
+    QVERIFY(!directory);
+    QVERIFY(directory.failureText().contains(QString::number(mode, 8)));
 }
 
 void RuntimeDirectoryTest::rootOfAnotherUserIsRefused()
 {
     if (::geteuid() == 0) {
         QCOMPARE(::chown(rootName().constData(), 65534, 65534), 0);
-        const RuntimeDirectory directory(m_root);
-        QVERIFY(!directory.isValid());
-        QVERIFY(directory.reason().contains(QStringLiteral("another user")));
+        const auto directory = RuntimeDirectory::open(m_root);
+        QVERIFY(!directory);
+        QVERIFY(directory.failureText().contains(QStringLiteral("another user")));
     } else {
-        QVERIFY(!RuntimeDirectory(QStringLiteral("/root")).isValid());
+        QVERIFY(!RuntimeDirectory::open(QStringLiteral("/root")));
     }
 }
 
@@ -158,7 +155,7 @@ void RuntimeDirectoryTest::linkedRootIsRefused()
     QFETCH(const QString, tail);
     const QString link = m_place->filePath(QStringLiteral("link"));
     QVERIFY(QFile::link(m_root, link));
-    QVERIFY(!RuntimeDirectory(link + tail).isValid());
+    QVERIFY(!RuntimeDirectory::open(link + tail));
     QVERIFY(!QFile::exists(m_root + QStringLiteral("/kestrum")));
 }
 
@@ -167,34 +164,30 @@ void RuntimeDirectoryTest::linkInPlaceOfTheDirectoryIsRefused()
     const QString elsewhere = m_place->filePath(QStringLiteral("elsewhere"));
     QCOMPARE(::mkdir(QFile::encodeName(elsewhere).constData(), 0700), 0);
     QVERIFY(QFile::link(elsewhere, m_root + QStringLiteral("/kestrum")));
-    QVERIFY(!RuntimeDirectory(m_root).isValid());
+    QVERIFY(!RuntimeDirectory::open(m_root));
 }
 
 void RuntimeDirectoryTest::directoryThatOthersMayEnterIsRefused()
 {
-    QVERIFY(RuntimeDirectory(m_root).isValid());
+    QVERIFY(RuntimeDirectory::open(m_root));
     QCOMPARE(::chmod(QFile::encodeName(m_root + QStringLiteral("/kestrum")).constData(), 0711), 0);
-    const RuntimeDirectory directory(m_root);
-    QVERIFY(!directory.isValid());
-    QCOMPARE(directory.rootDescriptor(), -1);
+    const auto directory = RuntimeDirectory::open(m_root);
+    QVERIFY(!directory);
 }
 
 void RuntimeDirectoryTest::subdirectoryIsCheckedLikewise()
 {
-    const RuntimeDirectory directory(m_root);
-    const int made = directory.openSubdirectory("made");
-    QVERIFY(made >= 0);
-    ::close(made);
-    QCOMPARE(modeOf(directory.path() + QStringLiteral("/made")), mode_t(0700));
+    const auto directory = RuntimeDirectory::open(m_root);
+    QVERIFY(directory->openSubdirectory("made"));
+    QCOMPARE(modeOf(directory->path() + QStringLiteral("/made")), mode_t(0700));
 
-    QCOMPARE(::mkdirat(directory.descriptor(), "open", 0700), 0);
-    QCOMPARE(::fchmodat(directory.descriptor(), "open", 0755, 0), 0);
-    QCOMPARE(directory.openSubdirectory("open"), -1);
-    QCOMPARE(::symlinkat("made", directory.descriptor(), "linked"), 0);
-    QCOMPARE(directory.openSubdirectory("linked"), -1);
-    QCOMPARE(::mkfifoat(directory.descriptor(), "fifo", 0600), 0);
-    QCOMPARE(directory.openSubdirectory("fifo"), -1);
-    QCOMPARE(RuntimeDirectory(QString()).openSubdirectory("made"), -1);
+    QCOMPARE(::mkdirat(directory->descriptor(), "open", 0700), 0);
+    QCOMPARE(::fchmodat(directory->descriptor(), "open", 0755, 0), 0);
+    QVERIFY(!directory->openSubdirectory("open"));
+    QCOMPARE(::symlinkat("made", directory->descriptor(), "linked"), 0);
+    QVERIFY(!directory->openSubdirectory("linked"));
+    QCOMPARE(::mkfifoat(directory->descriptor(), "fifo", 0600), 0);
+    QVERIFY(!directory->openSubdirectory("fifo"));
 }
 
 void RuntimeDirectoryTest::refusalLeavesNothingBehind()
@@ -202,7 +195,7 @@ void RuntimeDirectoryTest::refusalLeavesNothingBehind()
     QCOMPARE(::chmod(rootName().constData(), 0755), 0);
     const int before = ::dup(STDIN_FILENO);
     ::close(before);
-    QVERIFY(!RuntimeDirectory(m_root).isValid());
+    QVERIFY(!RuntimeDirectory::open(m_root));
     const int after = ::dup(STDIN_FILENO);
     ::close(after);
     QCOMPARE(after, before);
@@ -211,23 +204,22 @@ void RuntimeDirectoryTest::refusalLeavesNothingBehind()
 
 void RuntimeDirectoryTest::reasonCannotForgeALogLine()
 {
-    QVERIFY(!RuntimeDirectory(QStringLiteral("/no\nwhere")).reason().contains(u'\n'));
-    QVERIFY(!RuntimeDirectory(QStringLiteral("no\nwhere")).reason().contains(u'\n'));
+    QVERIFY(!RuntimeDirectory::open(QStringLiteral("/no\nwhere")).failureText().contains(u'\n'));
+    QVERIFY(!RuntimeDirectory::open(QStringLiteral("no\nwhere")).failureText().contains(u'\n'));
 }
 
 void RuntimeDirectoryTest::descriptorsAreNotInherited()
 {
-    const RuntimeDirectory directory(m_root);
-    const int sub = directory.openSubdirectory("sub");
-    for (const int descriptor : { directory.descriptor(), directory.rootDescriptor(), sub })
+    const auto directory = RuntimeDirectory::open(m_root);
+    const auto sub = directory->openSubdirectory("sub");
+    for (const int descriptor : { directory->descriptor(), directory->rootDescriptor(), sub->get() })
         QCOMPARE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-    ::close(sub);
 }
 
 void RuntimeDirectoryTest::sharedDirectoryIsTheEnvironmentsOne()
 {
-    QVERIFY(RuntimeDirectory::shared().isValid());
-    QCOMPARE(RuntimeDirectory::shared().rootPath(), TestHome::runtimeDirectory());
+    QVERIFY(RuntimeDirectory::shared());
+    QCOMPARE(RuntimeDirectory::shared()->rootPath(), TestHome::runtimeDirectory());
     QCOMPARE(&RuntimeDirectory::shared(), &RuntimeDirectory::shared());
 }
 

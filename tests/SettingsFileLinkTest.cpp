@@ -19,7 +19,7 @@ private Q_SLOTS:
     void linkIsKeptAndItsTargetReplaced();
     void danglingLinkGetsItsTarget();
     void linkInACircleIsRefused();
-    void trailNamesEveryLink();
+    void linkChainNamesEveryLink();
     void linksToOneFileHaveOneLock();
     void linkThatIsRetargetedMeanwhileIsFollowed();
 
@@ -36,11 +36,11 @@ void SettingsFileLinkTest::linkIsKeptAndItsTargetReplaced()
     QVERIFY(QFile::link(path("dotfiles/kestrum/real.json"), path("dotfiles/link.json")));
     const SettingsFile file(path());
     QCOMPARE(file.targetPath(), path("dotfiles/kestrum/real.json"));
-    QVERIFY(file.save(someChange).succeeded);
+    QVERIFY(file.save(someChange));
     QVERIFY(QFileInfo(path()).isSymLink());
     QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
     QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
-    QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read().values.size(), 2);
+    QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read()->values.size(), 2);
     QVERIFY(QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers of the file find it
     QVERIFY(!QFile::exists(path("suite.json.lock")));
 }
@@ -50,18 +50,19 @@ void SettingsFileLinkTest::danglingLinkGetsItsTarget()
     QVERIFY(QDir().mkpath(path("elsewhere")));
     QVERIFY(QFile::link(QStringLiteral("elsewhere/new.json"), path()));
     const SettingsFile file(path());
-    QCOMPARE(file.read().error, QString());
-    QCOMPARE(file.read().identity.size, off_t(-1));
-    QVERIFY(file.save(someChange).succeeded);
+    QCOMPARE(file.read().failureText(), QString());
+    QCOMPARE(file.read()->identity.size, off_t(-1));
+    QVERIFY(file.save(someChange));
     QVERIFY(QFileInfo(path()).isSymLink());
-    QCOMPARE(SettingsFile(path("elsewhere/new.json")).read().values, someChange.values);
+    QCOMPARE(SettingsFile(path("elsewhere/new.json")).read()->values, someChange.values);
 
     // A folder that is not there (not mounted?) is not made, and the reason is told.
     QVERIFY(QFile::remove(path()));
     QVERIFY(QFile::link(path("missing/new.json"), path()));
     const auto saved = file.save(someChange);
-    QVERIFY(!saved.succeeded);
-    QVERIFY2(saved.error.contains(QStringLiteral("No such file")), qUtf8Printable(saved.error));
+    QVERIFY(!saved);
+    QVERIFY2(
+        saved.failureText().contains(QStringLiteral("No such file")), qUtf8Printable(saved.failureText()));
     QVERIFY(!QFile::exists(path("missing")));
 }
 
@@ -69,17 +70,18 @@ void SettingsFileLinkTest::linkInACircleIsRefused()
 {
     QVERIFY(QFile::link(path("other.json"), path()));
     QVERIFY(QFile::link(path(), path("other.json")));
-    QVERIFY(!SettingsFile(path()).read().error.isEmpty());
+    QVERIFY(!SettingsFile(path()).read().failureText().isEmpty());
     const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY(!saved.succeeded);
+    QVERIFY(!saved);
     QVERIFY(QFileInfo(path()).isSymLink());
 }
 
-void SettingsFileLinkTest::trailNamesEveryLink()
+void SettingsFileLinkTest::linkChainNamesEveryLink()
 {
     QVERIFY(QFile::link(QStringLiteral("one.json"), path()));
     QVERIFY(QFile::link(path("two/real.json"), path("one.json")));
-    QCOMPARE(SettingsFile(path()).trail(), (QStringList { path(), path("one.json"), path("two/real.json") }));
+    QCOMPARE(
+        SettingsFile(path()).linkChain(), (QStringList { path(), path("one.json"), path("two/real.json") }));
 }
 
 SettingsFile::Saved SettingsFileLinkTest::savedBeside(const std::function<void()>& meanwhile)
@@ -87,7 +89,7 @@ SettingsFile::Saved SettingsFileLinkTest::savedBeside(const std::function<void()
     const int holder
         = ::open(QFile::encodeName(path("one.json.lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
     ::flock(holder, LOCK_EX);
-    SettingsFile::Saved saved;
+    SettingsFile::Saved saved = Failure();
     const std::unique_ptr<QThread> writer(
         QThread::create([&] { saved = SettingsFile(path()).save(someChange); }));
     writer->start();
@@ -106,8 +108,8 @@ void SettingsFileLinkTest::linksToOneFileHaveOneLock()
     QByteArray before;
     const auto saved = savedBeside([&] { before = contentOf(path("one.json")); });
     QCOMPARE(before, QByteArray("{}"));
-    QVERIFY2(saved.succeeded, qUtf8Printable(saved.error));
-    QCOMPARE(SettingsFile(path("one.json")).read().values, someChange.values);
+    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
+    QCOMPARE(SettingsFile(path("one.json")).read()->values, someChange.values);
 }
 
 void SettingsFileLinkTest::linkThatIsRetargetedMeanwhileIsFollowed()
@@ -120,9 +122,9 @@ void SettingsFileLinkTest::linkThatIsRetargetedMeanwhileIsFollowed()
         QCOMPARE(
             ::rename(QFile::encodeName(path("new")).constData(), QFile::encodeName(path()).constData()), 0);
     });
-    QVERIFY2(saved.succeeded, qUtf8Printable(saved.error));
+    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
     QCOMPARE(contentOf(path("one.json")), QByteArray("{}"));
-    QCOMPARE(SettingsFile(path("two.json")).read().values, someChange.values);
+    QCOMPARE(SettingsFile(path("two.json")).read()->values, someChange.values);
     QVERIFY(QFile::exists(path("two.json.lock")));
 }
 

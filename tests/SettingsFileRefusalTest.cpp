@@ -45,11 +45,11 @@ void SettingsFileRefusalTest::whatIsNoFileIsRefusedWithoutWaiting()
     QCOMPARE(isPipe ? ::mkfifo(name.constData(), 0600) : ::mkdir(name.constData(), 0700), 0);
     QElapsedTimer timer;
     timer.start();
-    const QString error = SettingsFile(path()).read().error;
+    const QString error = SettingsFile(path()).read().failureText();
     QVERIFY2(error.contains(path()) && error.contains(QStringLiteral("read")), qUtf8Printable(error));
     const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY(!saved.succeeded && !saved.changed);
-    QCOMPARE(saved.error, error);
+    QVERIFY(!saved && !saved.changed);
+    QCOMPARE(saved.failureText(), error);
     QVERIFY(timer.elapsed() < 1000);
     QCOMPARE(stateOf(path()).st_mode & S_IFMT, mode_t(isPipe ? S_IFIFO : S_IFDIR));
 }
@@ -59,17 +59,18 @@ void SettingsFileRefusalTest::fileOfAnotherUserIsRefused()
     if (::geteuid() != 0) {
         QVERIFY(SettingsFile(QStringLiteral("/etc/passwd"))
                     .read()
-                    .error.contains(QStringLiteral("another user")));
+                    .failureText()
+                    .contains(QStringLiteral("another user")));
         return;
     }
     write(path(), "{\"b\": 2}");
     QCOMPARE(::chown(QFile::encodeName(path()).constData(), 12345, gid_t(-1)), 0);
-    QVERIFY(SettingsFile(path()).read().error.contains(QStringLiteral("another user")));
+    QVERIFY(SettingsFile(path()).read().failureText().contains(QStringLiteral("another user")));
     const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY(!saved.succeeded);
-    QVERIFY(saved.error.contains(QStringLiteral("another user")));
+    QVERIFY(!saved);
+    QVERIFY(saved.failureText().contains(QStringLiteral("another user")));
     QCOMPARE(contentOf(path()), QByteArray("{\"b\": 2}"));
-    QCOMPARE(SettingsFile(path(), SettingsFile::Owner::anybody).read().values.size(), 1);
+    QCOMPARE(SettingsFile(path(), SettingsFile::Owner::anybody).read()->values.size(), 1);
 }
 
 void SettingsFileRefusalTest::rootLeavesNothingInTheFolderOfAnother_data()
@@ -108,12 +109,12 @@ void SettingsFileRefusalTest::rootLeavesNothingInTheFolderOfAnother()
     const SettingsFile file(home + QStringLiteral("/.config/kestrum/suite.json"));
     const auto saved = file.save(someChange);
     qputenv("HOME", ownHome);
-    QVERIFY(saved.trouble == SettingsFile::Trouble::notAllowed);
-    QVERIFY(!saved.succeeded && !saved.changed);
-    QVERIFY2(saved.error.startsWith(file.path())
-            && saved.error.contains(
+    QVERIFY(SettingsFile::troubleOf(saved.failure()) == SettingsFile::Trouble::notAllowed);
+    QVERIFY(!saved && !saved.changed);
+    QVERIFY2(saved.failureText().startsWith(file.path())
+            && saved.failureText().contains(
                 path(qUtf8Printable(theirs)) + QStringLiteral(" belongs to another user")),
-        qUtf8Printable(saved.error));
+        qUtf8Printable(saved.failureText()));
     QCOMPARE(entries(), before);
 }
 
@@ -121,27 +122,27 @@ void SettingsFileRefusalTest::tooLargeFileIsRefused()
 {
     const QByteArray large = "{\"a\": \"" + QByteArray(SettingsText::maximumBytes, 'x') + "\"}";
     write(path(), large);
-    QVERIFY(SettingsFile(path()).read().error.contains(QStringLiteral("too large")));
-    QVERIFY(!SettingsFile(path()).save(someChange).succeeded);
+    QVERIFY(SettingsFile(path()).read().failureText().contains(QStringLiteral("too large")));
+    QVERIFY(!SettingsFile(path()).save(someChange));
     QCOMPARE(contentOf(path()), large);
 }
 
 void SettingsFileRefusalTest::saveThatWouldBeTooLargeIsRefused()
 {
-    QVERIFY(SettingsFile(path()).save(someChange).succeeded);
+    QVERIFY(SettingsFile(path()).save(someChange));
     const QByteArray before = contentOf(path());
     const QString huge(qsizetype(SettingsText::maximumBytes), u'x');
     const auto saved = SettingsFile(path()).save({ { { QStringLiteral("b"), huge } }, {} });
-    QVERIFY(!saved.succeeded);
-    QVERIFY(saved.error.contains(QStringLiteral("too large")));
+    QVERIFY(!saved);
+    QVERIFY(saved.failureText().contains(QStringLiteral("too large")));
     QCOMPARE(contentOf(path()), before);
 }
 
 void SettingsFileRefusalTest::valueThatNoTextCanHoldIsRefused()
 {
     const auto saved = SettingsFile(path()).save({ { { QStringLiteral("b"), qQNaN() } }, {} });
-    QVERIFY(!saved.succeeded);
-    QVERIFY(saved.error.contains(QStringLiteral("b has")));
+    QVERIFY(!saved);
+    QVERIFY(saved.failureText().contains(QStringLiteral("b has")));
     QVERIFY(!QFile::exists(path()));
 }
 
@@ -159,40 +160,42 @@ void SettingsFileRefusalTest::readOnlyDirectoryIsToldAndChangesNothing()
         QCOMPARE(::chmod(QFile::encodeName(m_directory).constData(), 0500), 0);
         const auto saved = SettingsFile(path()).save(someChange);
         QCOMPARE(::chmod(QFile::encodeName(m_directory).constData(), 0700), 0);
-        QVERIFY(!saved.succeeded);
+        QVERIFY(!saved);
         QVERIFY(!saved.changed);
-        QVERIFY2(saved.error.contains(path()) && saved.error.contains(QStringLiteral("Permission denied")),
-            qUtf8Printable(saved.error));
-        QVERIFY2(saved.error.contains(hasLock ? QStringLiteral("temporary file") : QStringLiteral("lock")),
-            qUtf8Printable(saved.error));
+        QVERIFY2(saved.failureText().contains(path())
+                && saved.failureText().contains(QStringLiteral("Permission denied")),
+            qUtf8Printable(saved.failureText()));
+        QVERIFY2(
+            saved.failureText().contains(hasLock ? QStringLiteral("temporary file") : QStringLiteral("lock")),
+            qUtf8Printable(saved.failureText()));
         QCOMPARE(contentOf(path()), QByteArray("{\"b\": 2}"));
     }
 }
 
 void SettingsFileRefusalTest::heldLockIsToldAfterTwoSeconds()
 {
-    QVERIFY(SettingsFile(path()).save(someChange).succeeded);
+    QVERIFY(SettingsFile(path()).save(someChange));
     const int holder = ::open(QFile::encodeName(path("suite.json.lock")).constData(), O_RDWR | O_CLOEXEC);
     QCOMPARE(::flock(holder, LOCK_EX), 0);
     QElapsedTimer timer;
     timer.start();
     const auto saved = SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} });
     const qint64 waited = timer.elapsed();
-    QVERIFY(!saved.succeeded);
-    QVERIFY2(saved.error.contains(QStringLiteral("lock")), qUtf8Printable(saved.error));
+    QVERIFY(!saved);
+    QVERIFY2(saved.failureText().contains(QStringLiteral("lock")), qUtf8Printable(saved.failureText()));
     QVERIFY2(waited >= 1900 && waited < 5000, QByteArray::number(waited).constData());
-    QCOMPARE(SettingsFile(path()).read().values, someChange.values); // reading needs no lock
+    QCOMPARE(SettingsFile(path()).read()->values, someChange.values); // reading needs no lock
     ::close(holder);
-    QVERIFY(SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} }).succeeded);
+    QVERIFY(SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} }));
 }
 
 void SettingsFileRefusalTest::lockOfARemovedDirectoryIsNotTaken()
 {
     // A writer that waits on the lock in a directory which is then deleted and made anew.
-    QVERIFY(SettingsFile(path("d/suite.json")).save(someChange).succeeded);
+    QVERIFY(SettingsFile(path("d/suite.json")).save(someChange));
     const int holder = ::open(QFile::encodeName(path("d/suite.json.lock")).constData(), O_RDWR | O_CLOEXEC);
     QCOMPARE(::flock(holder, LOCK_EX), 0);
-    SettingsFile::Saved saved;
+    SettingsFile::Saved saved = Failure();
     const std::unique_ptr<QThread> writer(QThread::create([&] {
         saved = SettingsFile(path("d/suite.json")).save({ { { QStringLiteral("b"), 2 } }, {} });
     }));
@@ -209,8 +212,8 @@ void SettingsFileRefusalTest::lockOfARemovedDirectoryIsNotTaken()
     ::close(second);
     QVERIFY(writer->wait(5000));
     QVERIFY(!wroteUnlocked);
-    QVERIFY2(saved.succeeded, qUtf8Printable(saved.error));
-    QCOMPARE(SettingsFile(path("d/suite.json")).read().values.size(), 1);
+    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
+    QCOMPARE(SettingsFile(path("d/suite.json")).read()->values.size(), 1);
 }
 
 KESTRUM_TEST_MAIN(QCoreApplication, SettingsFileRefusalTest)

@@ -50,7 +50,7 @@ private Q_SLOTS:
 void SignalsBetweenTest::init()
 {
     QTest::qWait(quietTime); // what the test before left under way
-    QVERIFY(RuntimeDirectory::shared().isValid());
+    QVERIFY(RuntimeDirectory::shared());
 }
 
 void SignalsBetweenTest::postReachesAnotherProcess()

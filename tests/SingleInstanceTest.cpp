@@ -249,12 +249,12 @@ private Q_SLOTS:
     void aPlaceThatIsGivenBackIsFreeForTheNext()
     {
         SingleInstance ending("Kestrum");
-        ending.giveBack();
+        ending.release();
         QVERIFY(!ending.isFirst());
         const SingleInstance next("Kestrum");
         QVERIFY(next.isFirst());
         // What is its own by now is not taken from it, and requests are for it alone.
-        ending.giveBack();
+        ending.release();
         QSignalSpy old(&ending, &SingleInstance::raiseRequested);
         QSignalSpy asked(&next, &SingleInstance::raiseRequested);
         QVERIFY(anybodyAnswers());
@@ -269,7 +269,7 @@ private Q_SLOTS:
         HelperProcess second(instance(QStringLiteral("token")));
         QCOMPARE(second.line(), QByteArray("second"));
         QTest::qSleep(200);
-        ending->giveBack();
+        ending->release();
         QCOMPARE(second.line(), QByteArray("first"));
         ending.reset();
         HelperProcess third(instance(QStringLiteral("next")));

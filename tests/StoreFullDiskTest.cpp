@@ -128,55 +128,58 @@ void StoreFullDiskTest::fullDiskKeepsTheOldFileAndIsTold()
     QFETCH(const int, size);
     QFETCH(const int, freePages);
     const SettingsFile file(path());
-    QVERIFY(file.save(payload(size, 0)).succeeded);
+    QVERIFY(file.save(payload(size, 0)));
     const QByteArray before = content();
     const bool fits = (before.size() + 4095) / 4096 <= freePages;
     fillUpTo(quint64(freePages));
 
     const auto saved = file.save(payload(size, 1));
-    QCOMPARE(saved.succeeded, fits);
+    QCOMPARE(bool(saved), fits);
     if (!fits) {
         QCOMPARE(content(), before);
-        QVERIFY2(saved.error.contains(path()) && saved.error.contains(QStringLiteral("No space left")),
-            qUtf8Printable(saved.error));
-        QCOMPARE(saved.trouble, SettingsFile::Trouble::diskFull);
+        QVERIFY2(saved.failureText().contains(path())
+                && saved.failureText().contains(QStringLiteral("No space left")),
+            qUtf8Printable(saved.failureText()));
+        QCOMPARE(SettingsFile::troubleOf(saved.failure()), SettingsFile::Trouble::diskFull);
         QCOMPARE(QDir(QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum"))
                      .entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden),
             QStringList());
         QVERIFY(QFile::remove(QString::fromLatin1(mountPoint) + QStringLiteral("/ballast")));
-        QVERIFY(file.save(payload(size, 1)).succeeded);
+        QVERIFY(file.save(payload(size, 1)));
     }
-    QCOMPARE(file.read().values, payload(size, 1).values);
+    QCOMPARE(file.read()->values, payload(size, 1).values);
 }
 
 void StoreFullDiskTest::noInodeLeftKeepsTheOldFileAndIsTold()
 {
     const SettingsFile file(path());
-    QVERIFY(file.save(payload(100, 0)).succeeded);
+    QVERIFY(file.save(payload(100, 0)));
     const QByteArray before = content();
     // As many inodes as there are: the root, the directory, the file and its lock.
     QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=4"), 0);
     const auto saved = file.save(payload(100, 1));
-    QVERIFY(!saved.succeeded);
-    QVERIFY2(
-        saved.error.contains(QStringLiteral("temporary file: No space left")), qUtf8Printable(saved.error));
+    QVERIFY(!saved);
+    QVERIFY2(saved.failureText().contains(QStringLiteral("temporary file: No space left")),
+        qUtf8Printable(saved.failureText()));
     QCOMPARE(content(), before);
     const auto first = SettingsFile(path() + QStringLiteral(".other")).save(payload(100, 0));
-    QVERIFY(!first.succeeded);
-    QVERIFY2(first.error.contains(QStringLiteral("lock: No space left")), qUtf8Printable(first.error));
+    QVERIFY(!first);
+    QVERIFY2(first.failureText().contains(QStringLiteral("lock: No space left")),
+        qUtf8Printable(first.failureText()));
     QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=100"), 0);
-    QVERIFY(file.save(payload(100, 1)).succeeded);
+    QVERIFY(file.save(payload(100, 1)));
 }
 
 void StoreFullDiskTest::readOnlyFileSystemIsTold()
 {
     const SettingsFile file(path());
-    QVERIFY(file.save(payload(100, 0)).succeeded);
+    QVERIFY(file.save(payload(100, 0)));
     QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT | MS_RDONLY, "size=64k"), 0);
     const auto saved = file.save(payload(100, 1));
-    QVERIFY(!saved.succeeded);
-    QVERIFY2(saved.error.contains(QStringLiteral("Read-only file system")), qUtf8Printable(saved.error));
-    QCOMPARE(file.read().values, payload(100, 0).values);
+    QVERIFY(!saved);
+    QVERIFY2(saved.failureText().contains(QStringLiteral("Read-only file system")),
+        qUtf8Printable(saved.failureText()));
+    QCOMPARE(file.read()->values, payload(100, 0).values);
 }
 
 int main(int argc, char** argv)

@@ -178,10 +178,10 @@ void StoreProcessesTest::twoWritersOfDifferentKeysLoseNothing()
         || m_players[1]->process.state() != QProcess::NotRunning) {
         for (int i = 0; i < 50; ++i, ++reads) {
             const auto content = file.read();
-            QCOMPARE(content.error, QString());
-            QCOMPARE(content.damage, QString());
-            QVERIFY(!wasThere || content.identity.size > 0);
-            wasThere = content.identity.size > 0;
+            QCOMPARE(content.failureText(), QString());
+            QCOMPARE(content->damage, QString());
+            QVERIFY(!wasThere || content->identity.size > 0);
+            wasThere = content->identity.size > 0;
         }
         for (const auto& player : m_players) {
             player->process.readAllStandardOutput();
@@ -250,12 +250,12 @@ void StoreProcessesTest::killedWriterLeavesOldOrNewAndNoLock()
         mostSaves = qMax(mostSaves, told);
 
         const auto content = SettingsFile(store->filePath()).read();
-        QCOMPARE(content.damage, QString());
-        QCOMPARE(content.error, QString());
+        QCOMPARE(content->damage, QString());
+        QCOMPARE(content.failureText(), QString());
         // What was told is there; one more may be, that was not told any more.
         int last = 0;
         for (int i = 0; i < keysPerWriter; ++i)
-            last = qMax(last, content.values.value(QString::fromStdString(keyName(writer, i))).toInt());
+            last = qMax(last, content->values.value(QString::fromStdString(keyName(writer, i))).toInt());
         QVERIFY2(last == told || last == told + 1,
             (QByteArray::number(last) + ' ' + QByteArray::number(told)).constData());
         QElapsedTimer timer;
@@ -263,7 +263,7 @@ void StoreProcessesTest::killedWriterLeavesOldOrNewAndNoLock()
         QVERIFY2(store->set("mine", round), qUtf8Printable(store->lastError()));
         QVERIFY(timer.elapsed() < 1500); // the lock's own limit is 2 s
         QCOMPARE(store->number("mine"), double(round));
-        QVERIFY(store->apply({}, content.values.keys().filter(QString::fromLatin1(writer + '.'))));
+        QVERIFY(store->apply({}, content->values.keys().filter(QString::fromLatin1(writer + '.'))));
     }
     QVERIFY(mostSaves > 1);
 
@@ -295,7 +295,7 @@ void StoreProcessesTest::observerConvergesOnWhatAnotherProcessWrites()
     start("writer", 300);
     QTRY_VERIFY_WITH_TIMEOUT(m_players[0]->process.state() == QProcess::NotRunning, 30'000);
     finish();
-    QTRY_COMPARE_WITH_TIMEOUT(heard, SettingsFile(store->filePath()).read().values, 1000);
+    QTRY_COMPARE_WITH_TIMEOUT(heard, SettingsFile(store->filePath()).read()->values, 1000);
     QCOMPARE(heard.size(), keysPerWriter);
     QVERIFY(notices >= 1 && notices <= 300); // not more than there were changes
 }

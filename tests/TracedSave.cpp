@@ -184,10 +184,10 @@ QString TracedSave::flaw(const QByteArray& before, const Outcome& outcome, const
 {
     const QByteArray after = content();
     const auto file = SettingsFile(path()).read();
-    const bool isNew = file.damage.isEmpty() && file.values.value(u"a") == QJsonValue(2);
+    const bool isNew = file->damage.isEmpty() && file->values.value(u"a") == QJsonValue(2);
     if (!isNew && after != before)
         return QStringLiteral("neither old nor new: ") + QString::fromUtf8(after);
-    if (isNew && (file.values.value(u"b") == QJsonValue(true)) != before.contains("\"b\""))
+    if (isNew && (file->values.value(u"b") == QJsonValue(true)) != before.contains("\"b\""))
         return QStringLiteral("a key that was not changed is another one");
     if (isNew && before.contains("NaN") && !QFile::exists(path() + QStringLiteral(".damaged-1")))
         return QStringLiteral("the damaged file was not kept");
@@ -209,11 +209,11 @@ QString TracedSave::flaw(const QByteArray& before, const Outcome& outcome, const
     QElapsedTimer timer;
     timer.start();
     const auto retried = SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} });
-    if (!retried.succeeded)
-        return QStringLiteral("the next save fails: ") + retried.error;
+    if (!retried)
+        return QStringLiteral("the next save fails: ") + retried.failureText();
     if (timer.elapsed() >= 1500) // the lock's own limit is 2 s
         return QStringLiteral("the next save waits");
-    return SettingsFile(path()).read().values.value(u"a") == QJsonValue(2)
+    return SettingsFile(path()).read()->values.value(u"a") == QJsonValue(2)
         ? QString()
         : QStringLiteral("not saved again");
 }

@@ -68,7 +68,7 @@ private:
     /// What the file itself says.
     QString storedLanguage() const
     {
-        return SettingsFile(path()).read().values.value(u"language").toString();
+        return SettingsFile(path()).read()->values.value(u"language").toString();
     }
 };
 
@@ -285,12 +285,12 @@ void UserDefaultsEditorTest::saveBetweenTheStepsLosesNothing()
         const auto content = SettingsFile(path()).read();
         const auto values = [&] {
             return QByteArray::number(at) + ": "
-                + QJsonDocument(content.values).toJson(QJsonDocument::Compact);
+                + QJsonDocument(content->values).toJson(QJsonDocument::Compact);
         };
         // An editor that has not moved the file away yet writes over what is saved before, as it always did.
-        QVERIFY2(content.damage.isEmpty() && content.values.contains(u"others"), values().constData());
-        QVERIFY2(content.values.value(u"language") == QLatin1StringView(language)
-                || content.values.value(u"ours") == double(at),
+        QVERIFY2(content->damage.isEmpty() && content->values.contains(u"others"), values().constData());
+        QVERIFY2(content->values.value(u"language") == QLatin1StringView(language)
+                || content->values.value(u"ours") == double(at),
             values().constData());
         QFile::remove(path() + u'~');
         write(path(), textIn(language));

@@ -39,15 +39,15 @@ QString runningOf(const QString& named)
 /// The bus's usual socket.
 QString socketAddress()
 {
-    const RuntimeDirectory directory(qEnvironmentVariable("XDG_RUNTIME_DIR"));
+    const auto directory = RuntimeDirectory::open(qEnvironmentVariable("XDG_RUNTIME_DIR"));
     struct stat info { };
-    if (!directory.isValid() || ::fstatat(directory.rootDescriptor(), "bus", &info, AT_SYMLINK_NOFOLLOW) != 0
+    if (!directory || ::fstatat(directory->rootDescriptor(), "bus", &info, AT_SYMLINK_NOFOLLOW) != 0
         || !S_ISSOCK(info.st_mode) || info.st_uid != ::geteuid())
         return {};
     // Such an address is percent-encoded, and so is this one.
     return QStringLiteral("unix:path=")
         + QString::fromLatin1(
-            QFile::encodeName(directory.rootPath() + QStringLiteral("/bus")).toPercentEncoding("/", "~"));
+            QFile::encodeName(directory->rootPath() + QStringLiteral("/bus")).toPercentEncoding("/", "~"));
 }
 
 } // namespace

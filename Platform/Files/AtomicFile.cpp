@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Files/AtomicFile.h"
 
 #include "Platform/Files/FileDescriptor.h"
@@ -13,9 +14,7 @@ namespace kestrum {
 
 namespace {
 
-using AtomicFile::Failure;
-
-// The name does not depend on the file's, which may be as long as a name can be.
+// The name does not contain the file's name, which may already have the greatest length.
 constexpr char temporaryPrefix[] = ".kestrum-";
 constexpr char temporarySuffix[] = ".tmp";
 constexpr qsizetype temporaryDigits = 16;
@@ -37,11 +36,6 @@ bool isTemporaryName(const QByteArray& name)
         [](char digit) { return (digit >= '0' && digit <= '9') || (digit >= 'a' && digit <= 'f'); });
 }
 
-Failure failed(const char* step)
-{
-    return { step, errno };
-}
-
 bool writeAll(int file, QByteArrayView bytes)
 {
     while (!bytes.isEmpty()) {
@@ -58,8 +52,8 @@ bool writeAll(int file, QByteArrayView bytes)
     return true;
 }
 
-/// The same mode and group as before. Where the group cannot be given, nobody of another one gets in instead.
-bool takeOver(int file, const struct stat& existing)
+/// Copies mode and group of `existing`. If the group cannot be set, the new file's group gets no rights.
+bool copyPermissions(int file, const struct stat& existing)
 {
     struct stat made;
     if (::fstat(file, &made) != 0)
@@ -73,10 +67,9 @@ bool takeOver(int file, const struct stat& existing)
     return mode == (made.st_mode & 0777) || ::fchmod(file, mode) == 0;
 }
 
-/// The kernel stamps files with the time of its last tick, some milliseconds old. Two saves in one tick, with
-/// the inode of the one before used again, would look the same; so each save gets the exact time. Where that
-/// is not possible the kernel's stamp has to do.
-void stampExactly(int file)
+/// The kernel's time stamps are those of its last tick, some milliseconds old. Two saves in one tick would look the same if the
+/// second one reuses the inode. So each save gets the exact time. If that fails, the kernel's stamp stays.
+void setExactTime(int file)
 {
     struct timespec times[2];
     ::clock_gettime(CLOCK_REALTIME, &times[0]);
@@ -84,27 +77,28 @@ void stampExactly(int file)
     (void)::futimens(file, times);
 }
 
-Failure fill(FileDescriptor& file, QByteArrayView bytes, const struct stat* existing, struct stat* state)
+Result<struct stat> fill(FileDescriptor& file, QByteArrayView bytes, const struct stat* existing)
 {
-    if (existing && !takeOver(file.get(), *existing))
-        return failed("keep the permissions");
+    if (existing && !copyPermissions(file.get(), *existing))
+        return Failure::fromErrno("keep the permissions");
     if (!writeAll(file.get(), bytes))
-        return failed("write");
-    stampExactly(file.get());
+        return Failure::fromErrno("write");
+    setExactTime(file.get());
     if (::fsync(file.get()) != 0)
-        return failed("bring to disk");
-    if (::fstat(file.get(), state) != 0 || !file.close())
-        return failed("close");
-    return {};
+        return Failure::fromErrno("bring to disk");
+    struct stat state;
+    if (::fstat(file.get(), &state) != 0 || !file.close())
+        return Failure::fromErrno("close");
+    return state;
 }
 
-FileDescriptor openedNew(int directory, const QByteArray& name)
+FileDescriptor makeFile(int directory, const QByteArray& name)
 {
     constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC;
     return FileDescriptor(::openat(directory, name.constData(), flags, 0600));
 }
 
-bool holds(int directory, const QByteArray& name, QByteArrayView bytes)
+bool hasContent(int directory, const QByteArray& name, QByteArrayView bytes)
 {
     FileDescriptor file(
         ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
@@ -127,65 +121,62 @@ bool holds(int directory, const QByteArray& name, QByteArrayView bytes)
 
 } // namespace
 
-Failure AtomicFile::syncDirectory(int directory)
+Result<> AtomicFile::syncDirectory(int directory)
 {
-    // Some file systems cannot, and say so; they need no more than the rename.
+    // Some file systems answer EINVAL. They need no more than the rename.
     if (::fsync(directory) != 0 && errno != EINVAL)
-        return failed("bring the directory to disk");
+        return Failure::fromErrno("bring the directory to disk");
     return {};
 }
 
-AtomicFile::Result AtomicFile::replace(
+Result<struct stat> AtomicFile::replace(
     int directory, const QByteArray& name, QByteArrayView bytes, const struct stat* existing)
 {
-    Result result;
     const QByteArray temporary = temporaryName();
-    FileDescriptor file = openedNew(directory, temporary);
-    if (!file.isValid()) {
-        result.failure = failed("make a temporary file");
-        return result;
-    }
-    result.failure = fill(file, bytes, existing, &result.state);
-    if (!result.failure && ::renameat(directory, temporary.constData(), directory, name.constData()) != 0)
-        result.failure = failed("replace");
-    if (result.failure) {
+    FileDescriptor file = makeFile(directory, temporary);
+    if (!file.isValid())
+        return Failure::fromErrno("make a temporary file");
+    auto state = fill(file, bytes, existing);
+    if (state && ::renameat(directory, temporary.constData(), directory, name.constData()) != 0)
+        state = Failure::fromErrno("replace");
+    if (!state) {
         ::unlinkat(directory, temporary.constData(), 0);
-        return result;
+        return state;
     }
-
-    result.isInPlace = true;
-    // The rename has changed the inode's ctime. If somebody has replaced the file since, what was known
-    // before the rename stays, which equals nothing that is on disk.
+    // The rename has changed the inode's ctime. If somebody has replaced the file since, the state from before the rename is
+    // given, which matches no file on disk.
     struct stat now;
-    if (::fstatat(directory, name.constData(), &now, AT_SYMLINK_NOFOLLOW) == 0
-        && now.st_dev == result.state.st_dev && now.st_ino == result.state.st_ino
-        && now.st_size == result.state.st_size && now.st_mtim.tv_sec == result.state.st_mtim.tv_sec
-        && now.st_mtim.tv_nsec == result.state.st_mtim.tv_nsec)
-        result.state = now;
-    result.failure = syncDirectory(directory);
-    return result;
+    if (::fstatat(directory, name.constData(), &now, AT_SYMLINK_NOFOLLOW) == 0 && now.st_dev == state->st_dev
+        && now.st_ino == state->st_ino && now.st_size == state->st_size
+        && now.st_mtim.tv_sec == state->st_mtim.tv_sec && now.st_mtim.tv_nsec == state->st_mtim.tv_nsec)
+        return now;
+    return state;
 }
 
-std::optional<Failure> AtomicFile::replaceFile(const QByteArray& path, QByteArrayView bytes)
+Result<bool> AtomicFile::replaceFile(const QByteArray& path, QByteArrayView bytes)
 {
     struct stat state;
     const bool exists = ::stat(path.constData(), &state) == 0;
-    // Only what is certain not to be there has nothing that must be kept.
+    // Only ENOENT says for certain that there is nothing to keep.
     if (!exists && errno != ENOENT)
-        return failed("look at it");
+        return Failure::fromErrno("look at it");
     if (exists && !S_ISREG(state.st_mode))
-        return std::nullopt;
-    // Replacing it takes no right to write to it.
+        return false;
+    // A replacement would not need the permission to write to the file.
     if (exists && ::faccessat(AT_FDCWD, path.constData(), W_OK, AT_EACCESS) != 0)
-        return failed("write");
-    const FilePath::Place target = FilePath::of(FilePath::wayTo(path).constLast());
-    const FileDescriptor directory = FilePath::openedDirectory(target.directory);
-    if (!directory.isValid())
-        return failed("open the directory");
-    return replace(directory.get(), target.name, bytes, exists ? &state : nullptr).failure;
+        return Failure::fromErrno("write");
+    const FilePath::Parts target = FilePath::split(FilePath::linkChain(path).constLast());
+    const auto directory = FilePath::openDirectory(target.directory);
+    if (!directory)
+        return directory.failure();
+    if (const auto made = replace(directory->get(), target.name, bytes, exists ? &state : nullptr); !made)
+        return made.failure();
+    if (const auto synced = syncDirectory(directory->get()); !synced)
+        return synced.failure();
+    return true;
 }
 
-Failure AtomicFile::keepDamaged(int directory, const QByteArray& name, QByteArrayView bytes, QByteArray* copy)
+Result<QByteArray> AtomicFile::copyDamaged(int directory, const QByteArray& name, QByteArrayView bytes)
 {
     static constexpr char step[] = "keep a copy of the damaged file";
     constexpr int lastNumber = 999;
@@ -194,34 +185,35 @@ Failure AtomicFile::keepDamaged(int directory, const QByteArray& name, QByteArra
     int number = 1;
     struct stat state;
     for (; ::fstatat(directory, numbered(number).constData(), &state, AT_SYMLINK_NOFOLLOW) == 0; ++number) {
-        *copy = numbered(number);
-        if (holds(directory, *copy, bytes))
-            return {};
+        if (hasContent(directory, numbered(number), bytes))
+            return numbered(number);
         if (number == lastNumber)
-            return { step, EEXIST };
+            return Failure::fromErrno(step, EEXIST);
     }
     if (errno != ENOENT)
-        return failed(step);
+        return Failure::fromErrno(step);
 
-    // It gets its name when it is whole: an interrupted copy would pass for what the file once held.
+    // The copy gets its name when it is whole: an interrupted copy would look like the file's former content.
     const QByteArray temporary = temporaryName();
-    FileDescriptor file = openedNew(directory, temporary);
+    FileDescriptor file = makeFile(directory, temporary);
     if (!file.isValid())
-        return failed(step);
-    Failure failure = fill(file, bytes, nullptr, &state);
-    if (!failure) {
-        *copy = numbered(number);
-        if (FilePath::renameToNew(directory, temporary, *copy))
-            return syncDirectory(directory);
-        failure = failed(step);
+        return Failure::fromErrno(step);
+    if (const auto filled = fill(file, bytes, nullptr); !filled) {
+        ::unlinkat(directory, temporary.constData(), 0);
+        return filled.failure();
     }
-    ::unlinkat(directory, temporary.constData(), 0);
-    return failure;
+    if (const auto renamed = FilePath::renameToNew(directory, temporary, numbered(number)); !renamed) {
+        ::unlinkat(directory, temporary.constData(), 0);
+        return Failure::fromErrno(step, renamed.failure().error);
+    }
+    if (const auto synced = syncDirectory(directory); !synced)
+        return synced.failure();
+    return numbered(number);
 }
 
 void AtomicFile::sweepLeftovers(int directory)
 {
-    // The listing needs a descriptor that it may close.
+    // The listing closes its descriptor.
     const int listed = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (listed < 0)
         return;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Files/DirectoryWatch.h"
 
 #include "Platform/Files/InotifyDispatcher.h"
@@ -10,7 +11,8 @@ namespace kestrum {
 
 namespace {
 
-QByteArrayList wayTo(const QString& directory)
+// The root, each directory below it, and `directory` itself.
+QByteArrayList ancestors(const QString& directory)
 {
     const QByteArray path = QFile::encodeName(QDir::cleanPath(QDir::current().absoluteFilePath(directory)));
     QByteArrayList paths { "/" };
@@ -26,7 +28,7 @@ QByteArrayList wayTo(const QString& directory)
 DirectoryWatch::DirectoryWatch(const QString& directory, Interest interest, Handler handler)
     : m_subscription(std::make_shared<Subscription>())
 {
-    m_subscription->paths = wayTo(directory);
+    m_subscription->paths = ancestors(directory);
     m_subscription->interest = interest;
     m_subscription->handler = std::move(handler);
     InotifyDispatcher::shared().add(m_subscription);

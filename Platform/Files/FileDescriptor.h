@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <cerrno>
@@ -6,7 +7,7 @@
 
 namespace kestrum {
 
-/// Owns a file descriptor of the kernel; -1 is none.
+/// Owns a file descriptor; -1 is none. Its destructor leaves `errno` as it is.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
@@ -26,19 +27,18 @@ public:
     ~FileDescriptor()
     {
         const int error = errno;
-        close();
+        (void)close();
         errno = error;
     }
 
     bool isValid() const { return m_descriptor >= 0; }
     int get() const { return m_descriptor; }
 
-    /// Closes now. False, with the reason in `errno`, when the kernel reports what went wrong with earlier
-    /// writes.
-    bool close()
+    /// Closes now. False, with the reason in `errno`, if the kernel reports that earlier writes failed.
+    [[nodiscard]] bool close()
     {
         const int descriptor = std::exchange(m_descriptor, -1);
-        // An interrupted close has closed all the same.
+        // An interrupted close has closed the descriptor.
         return descriptor < 0 || ::close(descriptor) == 0 || errno == EINTR;
     }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Files/FileName.h"
 
 namespace kestrum {
@@ -6,11 +7,10 @@ namespace {
 
 constexpr qsizetype maximumLength = 255;
 
-// Room for the longest thing that is ever put behind a name: the lock's ".lock", or the number of a damaged copy
-// (".damaged-999"). Temporary files have names of their own.
-constexpr qsizetype decorationLength = 16;
+// Enough for the longest suffix of a companion file, ".damaged-999". Temporary files have other names.
+constexpr qsizetype companionLength = 16;
 
-bool staysAsItIs(char character)
+bool isPlain(char character)
 {
     return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z')
         || (character >= '0' && character <= '9') || character == '-' || character == '_' || character == '.';
@@ -25,10 +25,10 @@ std::optional<QByteArray> FileName::encoded(const QString& text, QByteArrayView 
 
     constexpr char digits[] = "0123456789ABCDEF";
     QByteArray name;
-    const QByteArray plain = text.toUtf8();
-    for (const char character : plain) {
-        const bool isHiding = character == '.' && name.isEmpty();
-        if (staysAsItIs(character) && !isHiding) {
+    const QByteArray bytes = text.toUtf8();
+    for (const char character : bytes) {
+        const bool isLeadingDot = character == '.' && name.isEmpty();
+        if (isPlain(character) && !isLeadingDot) {
             name += character;
             continue;
         }
@@ -38,7 +38,7 @@ std::optional<QByteArray> FileName::encoded(const QString& text, QByteArrayView 
         name += digits[byte & 0xF];
     }
     name += suffix;
-    if (name.size() > maximumLength - (room == Room::none ? 0 : decorationLength))
+    if (name.size() > maximumLength - (room == Room::none ? 0 : companionLength))
         return std::nullopt;
     return name;
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -6,15 +7,14 @@
 
 namespace kestrum {
 
-/// Makes a file name of any text, such as a suite name that came from the environment.
+/// Turns any text, such as a suite name from the environment, into a file name.
 namespace FileName {
 
-/// What is still to be put behind a name: lock and damaged copies stand beside their file.
+/// Whether a name needs room for suffixes of companion files: the lock, or a damaged copy.
 enum class Room { forCompanions, none };
 
-/// `text` percent-encoded so that it is one plain path component: letters, digits, "-", "_" and "." stay,
-/// a leading "." does not. Nothing when `text` is empty or the encoded name, with `suffix` and `room`, is longer than a
-/// file name may be (255 bytes).
+/// `text` percent-encoded into one path component: letters, digits, "-", "_" and "." stay, a leading "." does not. Nothing if
+/// `text` is empty or the name with `suffix` and `room` is longer than 255 bytes.
 std::optional<QByteArray> encoded(
     const QString& text, QByteArrayView suffix = {}, Room room = Room::forCompanions);
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Files/FilePath.h"
 
 #include "Platform/Files/AtomicFile.h"
@@ -28,7 +29,7 @@ QStringList FilePath::systemConfigDirectories()
     return list;
 }
 
-FilePath::Place FilePath::of(const QByteArray& path)
+FilePath::Parts FilePath::split(const QByteArray& path)
 {
     const qsizetype slash = path.lastIndexOf('/');
     if (slash < 0)
@@ -36,75 +37,82 @@ FilePath::Place FilePath::of(const QByteArray& path)
     return { slash == 0 ? QByteArrayLiteral("/") : path.left(slash), path.mid(slash + 1) };
 }
 
-QByteArrayList FilePath::wayTo(const QByteArray& path)
+QByteArrayList FilePath::linkChain(const QByteArray& path)
 {
     constexpr qsizetype mostLinks = 40;
-    QByteArrayList places;
-    QByteArrayList ahead = path.split('/');
-    QByteArray reached; // "" is the root
+    QByteArrayList chain;
+    QByteArrayList remaining = path.split('/');
+    QByteArray resolved; // "" is the root
     if (!path.startsWith('/'))
-        ahead = QFile::encodeName(QDir::currentPath()).split('/') + ahead;
-    char link[PATH_MAX];
-    while (!ahead.isEmpty()) {
-        const QByteArray name = ahead.takeFirst();
+        remaining = QFile::encodeName(QDir::currentPath()).split('/') + remaining;
+    char target[PATH_MAX];
+    while (!remaining.isEmpty()) {
+        const QByteArray name = remaining.takeFirst();
         if (name.isEmpty() || name == ".")
             continue;
         if (name == "..") {
-            reached.truncate(qMax<qsizetype>(reached.lastIndexOf('/'), 0));
+            resolved.truncate(qMax<qsizetype>(resolved.lastIndexOf('/'), 0));
             continue;
         }
-        const QByteArray place = reached + '/' + name;
+        const QByteArray next = resolved + '/' + name;
         const ssize_t length
-            = places.size() < mostLinks ? ::readlink(place.constData(), link, sizeof link) : 0;
+            = chain.size() < mostLinks ? ::readlink(next.constData(), target, sizeof target) : 0;
         if (length <= 0) {
-            reached = place;
+            resolved = next;
             continue;
         }
-        places.append(place);
-        const QByteArray target(link, length);
-        if (target.startsWith('/'))
-            reached.clear();
-        ahead = target.split('/') + ahead;
+        chain.append(next);
+        if (target[0] == '/')
+            resolved.clear();
+        remaining = QByteArray(target, length).split('/') + remaining;
     }
-    places.append(reached);
-    return places;
+    chain.append(resolved);
+    return chain;
 }
 
-FileDescriptor FilePath::openedDirectory(const QByteArray& path)
+Result<FileDescriptor> FilePath::openDirectory(const QByteArray& path)
 {
-    return FileDescriptor(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    FileDescriptor directory(::open(path.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!directory.isValid())
+        return Failure::fromErrno("open the directory");
+    return directory;
 }
 
-bool FilePath::makeDirectory(const QByteArray& path)
+Result<> FilePath::makeDirectory(const QByteArray& path)
 {
-    if (::mkdir(path.constData(), 0700) != 0) {
-        if (errno == EEXIST)
-            return true; // what is no directory is told by whoever uses it
-        if (errno != ENOENT || of(path).directory == path)
-            return false;
-        if (!makeDirectory(of(path).directory) || (::mkdir(path.constData(), 0700) != 0 && errno != EEXIST))
-            return false;
+    static constexpr char step[] = "make the directory";
+    const QByteArray parent = split(path).directory;
+    int made = ::mkdir(path.constData(), 0700);
+    if (made != 0 && errno == EEXIST)
+        return {};
+    if (made != 0 && errno == ENOENT && parent != path) {
+        if (auto parents = makeDirectory(parent); !parents)
+            return parents;
+        made = ::mkdir(path.constData(), 0700);
     }
-    const FileDescriptor parent = openedDirectory(of(path).directory);
-    return parent.isValid() && !AtomicFile::syncDirectory(parent.get());
+    if (made != 0 && errno != EEXIST)
+        return Failure::fromErrno(step);
+    const auto opened = openDirectory(parent);
+    const auto synced = opened ? AtomicFile::syncDirectory(opened->get()) : opened.failure();
+    return synced ? synced : Failure::fromErrno(step, synced.failure().error);
 }
 
-bool FilePath::renameToNew(int directory, const QByteArray& from, const QByteArray& to)
+Result<> FilePath::renameToNew(int directory, const QByteArray& from, const QByteArray& to)
 {
     if (::renameat2(directory, from.constData(), directory, to.constData(), RENAME_NOREPLACE) == 0)
-        return true;
-    if (errno != EINVAL && errno != ENOSYS)
-        return false;
-    // Network file systems cannot. With a second name there is a moment in which the entry has both, but never one in which it
-    // is lost.
-    return ::linkat(directory, from.constData(), directory, to.constData(), 0) == 0
-        && ::unlinkat(directory, from.constData(), 0) == 0;
+        return {};
+    // Network file systems have no such call. With a hard link the entry has both names for a moment, but it is never lost.
+    const bool hasNoCall = errno == EINVAL || errno == ENOSYS;
+    if (hasNoCall && ::linkat(directory, from.constData(), directory, to.constData(), 0) == 0
+        && ::unlinkat(directory, from.constData(), 0) == 0)
+        return {};
+    return Failure::fromErrno("rename");
 }
 
 bool FilePath::isOpenForWriting(int file)
 {
-    // A lease for reading is given on files only that nobody has open for writing. Who is about to do so waits for the moment in
-    // which we have it, and we are sent a signal: one that is ignored, instead of the usual, which ends a process.
+    // The kernel grants a read lease only if nobody has the file open for writing. A writer that opens it while we hold the
+    // lease makes the kernel send us a signal. The default signal would end the process; SIGURG is ignored.
     ::fcntl(file, F_SETSIG, SIGURG);
     if (::fcntl(file, F_SETLEASE, F_RDLCK) != 0)
         return errno == EAGAIN;
@@ -112,7 +120,7 @@ bool FilePath::isOpenForWriting(int file)
     return false;
 }
 
-std::optional<QByteArray> FilePath::bytesOf(int file, qsizetype most)
+Result<QByteArray> FilePath::readAll(int file, qsizetype most)
 {
     constexpr qsizetype step = 16 * 1024;
     QByteArray bytes;
@@ -124,10 +132,9 @@ std::optional<QByteArray> FilePath::bytesOf(int file, qsizetype most)
         if (count == 0)
             return bytes;
         if (count < 0 && errno != EINTR)
-            return std::nullopt;
+            return Failure::fromErrno("read");
     }
-    errno = EFBIG;
-    return std::nullopt;
+    return Failure::fromErrno("read", EFBIG);
 }
 
 } // namespace kestrum

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Files/FileTrust.h"
 
 #include "Platform/Files/FilePath.h"
@@ -16,18 +17,18 @@ namespace kestrum {
 namespace {
 
 constexpr char accessListAttribute[] = "system.posix_acl_access";
-// As many entries as anybody has use for. A list with more cannot be read, and so is not trusted.
+// Far more entries than anybody needs. A longer list cannot be read and therefore is not trusted.
 constexpr qsizetype mostBytes
     = sizeof(posix_acl_xattr_header) + 1024 * qsizetype(sizeof(posix_acl_xattr_entry));
 
-/// The access list of the file: empty where it has none or the file system knows of none, nothing when it cannot be read.
-std::optional<QByteArray> accessList(const QByteArray& path)
+/// The file's access list; empty if it has none or the file system does not support any.
+Result<QByteArray> accessList(const QByteArray& path)
 {
     QByteArray list(mostBytes, Qt::Uninitialized);
     const ssize_t size = ::getxattr(path.constData(), accessListAttribute, list.data(), size_t(list.size()));
-    if (size < 0)
-        return errno == ENODATA || errno == EOPNOTSUPP ? std::optional(QByteArray()) : std::nullopt;
-    list.truncate(size);
+    if (size < 0 && errno != ENODATA && errno != EOPNOTSUPP)
+        return Failure::fromErrno("read");
+    list.truncate(std::max<ssize_t>(0, size));
     return list;
 }
 
@@ -36,16 +37,16 @@ QString mode(const struct stat& state)
     return QStringLiteral("(mode %1)").arg(state.st_mode & 07777, 4, 8, QLatin1Char('0'));
 }
 
-/// A group of the owner's own, as many systems give each user one, bears the owner's number.
+/// Many systems give each user a group with the user's number.
 bool isOwnGroup(gid_t group, const struct stat& state)
 {
     return group == state.st_uid;
 }
 
-/// Whom an access list lets write besides the owner and everybody; empty when that is nobody.
+/// Whom the access list lets write, apart from the owner and everybody; empty if nobody.
 QString writerOf(const QByteArray& list, const struct stat& state)
 {
-    // With an access list the mode shows its mask where the group's rights stand otherwise.
+    // With an access list, the group bits of the mode are the list's mask.
     if ((state.st_mode & S_IWGRP) == 0)
         return {};
     posix_acl_xattr_entry entry;
@@ -65,7 +66,7 @@ QString writerOf(const QByteArray& list, const struct stat& state)
     return {};
 }
 
-/// Why the place is not ours and root's alone; empty when it is.
+/// Why others than us and root can change the place; empty if they cannot.
 QString wayIn(const QByteArray& place)
 {
     struct stat state;
@@ -73,14 +74,14 @@ QString wayIn(const QByteArray& place)
         return QStringLiteral("who may change it is not known: %1").arg(qt_error_string(errno));
     if (state.st_uid != 0 && state.st_uid != ::geteuid())
         return QStringLiteral("it belongs to user %1").arg(state.st_uid);
-    // In a sticky folder everybody may make entries, but change only their own.
+    // In a sticky directory everybody may make entries but change only their own.
     if (S_ISDIR(state.st_mode) && (state.st_mode & S_ISVTX) != 0)
         return {};
     if ((state.st_mode & S_IWOTH) != 0)
         return QStringLiteral("everybody may change it %1").arg(mode(state));
     const auto list = accessList(place);
     if (!list)
-        return QStringLiteral("its access list cannot be read: %1").arg(qt_error_string(errno));
+        return QStringLiteral("its access list cannot be read: %1").arg(list.failure().reason);
     if (!list->isEmpty())
         return writerOf(*list, state);
     if ((state.st_mode & S_IWGRP) != 0 && !isOwnGroup(state.st_gid, state))
@@ -92,10 +93,10 @@ QString wayIn(const QByteArray& place)
 
 std::optional<QString> FileTrust::wayInForOthers(const QByteArray& path)
 {
-    for (QByteArray place = path;; place = FilePath::of(place).directory) {
+    for (QByteArray place = path;; place = FilePath::split(place).directory) {
         if (const QString reason = wayIn(place); !reason.isEmpty())
             return QFile::decodeName(place) + QStringLiteral(": ") + reason;
-        if (place == FilePath::of(place).directory)
+        if (place == FilePath::split(place).directory)
             return std::nullopt;
     }
 }

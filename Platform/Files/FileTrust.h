@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -9,9 +10,9 @@ namespace kestrum {
 /// Who may change a file.
 namespace FileTrust {
 
-/// The way in which somebody else than we and root could change the file at `path`, or put something else in its place by way of
-/// a folder above: one line that names the place, who it is and why. Nothing when nobody can. What cannot be found out counts
-/// as a way in. Links are followed, and their own folders not looked at.
+/// How somebody other than us and root can change the file at `path`, or replace it by changing a directory above: one line that
+/// names the place, the user or group, and the reason. Nothing if nobody can. Unreadable permissions count as a way in. Links
+/// are followed; the directories that contain the links are not checked.
 std::optional<QString> wayInForOthers(const QByteArray& path);
 
 } // namespace FileTrust

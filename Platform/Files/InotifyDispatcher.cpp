@@ -1,7 +1,6 @@
-// How events are read and told; how directories come to be watched stands in InotifyDispatcherWatches.cpp.
-//
-// Events are first collected for all subscriptions and then told, so that handlers may make and destroy
-// watches.
+// SPDX-License-Identifier: MIT
+// Reads and delivers events; InotifyDispatcherWatches.cpp adds the watches. Events are first read for all subscriptions and then
+// delivered, so handlers may make and destroy watches.
 
 #include "Platform/Files/InotifyDispatcher.h"
 
@@ -18,21 +17,20 @@ namespace {
 
 constexpr quint32 lostMask = IN_MOVE_SELF | IN_DELETE_SELF | IN_UNMOUNT | IN_IGNORED;
 
-constexpr std::chrono::seconds lookInterval { 2 };
-// A kernel queue of the usual length is read out in about this many rounds; more means that somebody is
-// faster than we.
-constexpr int roundsAtMost = 32;
-// Being woken costs about this much in the kernel and the event loop, where we do not see it.
+constexpr std::chrono::seconds pollInterval { 2 };
+// A kernel queue of the usual length is read in about this many rounds. More means that somebody writes faster than we read.
+constexpr int mostRounds = 32;
+// A wake-up costs about this much in the kernel and the event loop, where we cannot measure it.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
-constexpr std::chrono::milliseconds savedForEvents { 10 };
-// Whoever waits for our answer has sent the next event by then, and who does not wait has had a turn of the processor.
+constexpr std::chrono::milliseconds eventBurst { 10 };
+// Long enough for a peer that waits for us to send its one event, so that later silence means no flood.
 constexpr std::chrono::milliseconds probeTime { 4 };
 
 } // namespace
 
 QByteArray DirectoryWatch::Subscription::takeNext()
 {
-    if (std::exchange(everything, false)) {
+    if (std::exchange(isAnything, false)) {
         names.clear();
         knownNames.clear();
         return {};
@@ -44,7 +42,7 @@ QByteArray DirectoryWatch::Subscription::takeNext()
 
 QByteArrayList DirectoryWatch::Subscription::takeAll()
 {
-    if (everything)
+    if (isAnything)
         return { takeNext() };
     knownNames.clear();
     return std::exchange(names, {});
@@ -52,16 +50,16 @@ QByteArrayList DirectoryWatch::Subscription::takeAll()
 
 InotifyDispatcher& InotifyDispatcher::shared()
 {
-    // Never destroyed: watches that live until the process ends may outlast the application object.
-    static auto* const hub = new InotifyDispatcher;
-    return *hub;
+    // Never destroyed: watches may outlive the application object.
+    static auto* const dispatcher = new InotifyDispatcher;
+    return *dispatcher;
 }
 
 InotifyDispatcher::InotifyDispatcher()
-    : m_allowance(savedForEvents, std::chrono::steady_clock::now())
+    : m_limiter(eventBurst, std::chrono::steady_clock::now())
 {
-    m_lookTimer.setInterval(lookInterval);
-    connect(&m_lookTimer, &QTimer::timeout, this, &InotifyDispatcher::look);
+    m_pollTimer.setInterval(pollInterval);
+    connect(&m_pollTimer, &QTimer::timeout, this, &InotifyDispatcher::poll);
 }
 
 bool InotifyDispatcher::open()
@@ -72,14 +70,14 @@ bool InotifyDispatcher::open()
     if (m_descriptor < 0)
         return false;
     m_notifier = std::make_unique<QSocketNotifier>(m_descriptor, QSocketNotifier::Read);
-    connect(m_notifier.get(), &QSocketNotifier::activated, this, &InotifyDispatcher::answer);
+    connect(m_notifier.get(), &QSocketNotifier::activated, this, &InotifyDispatcher::handleEvents);
     return true;
 }
 
 void InotifyDispatcher::add(const std::shared_ptr<Subscription>& subscription)
 {
-    // What happened so far belongs to those who listen already.
-    collect();
+    // Earlier events concern only the earlier subscriptions.
+    readEvents();
     m_subscriptions.push_back(subscription);
     addWatches(*subscription);
     if (!m_ready.empty())
@@ -95,42 +93,42 @@ void InotifyDispatcher::remove(const std::shared_ptr<Subscription>& subscription
 
 QByteArrayList InotifyDispatcher::takePending(Subscription& subscription)
 {
-    collect();
+    readEvents();
     const QByteArrayList pending = subscription.takeAll();
     if (!m_ready.empty())
         deliverLater();
     return pending;
 }
 
-void InotifyDispatcher::answer()
+void InotifyDispatcher::handleEvents()
 {
     const auto before = RateLimiter::processorTime();
-    collect();
+    readEvents();
     deliver();
-    const auto pause = m_allowance.spend(
+    const auto pause = m_limiter.charge(
         RateLimiter::processorTime() - before + wakeUpCost, std::chrono::steady_clock::now());
     if (pause == RateLimiter::Duration::zero())
         return;
-    m_notifier->setEnabled(false); // the kernel keeps, and where it can merges, what comes meanwhile
+    m_notifier->setEnabled(false); // meanwhile the kernel queues events, and merges equal ones
     QTimer::singleShot(probeTime, this, [this, pause] { probe(pause); });
 }
 
-// Two programs that answer each other without a rest look like a flood. But who waits for us sends one event and then
-// falls silent, while a flood goes on though nobody listens.
+// Two programs that answer each other without a pause look like a flood. But a peer that waits for us sends one event and then
+// nothing, while a flood continues although nobody reads. So events are read once, and then a flood has unread events again.
 void InotifyDispatcher::probe(RateLimiter::Duration pause)
 {
     const auto before = RateLimiter::processorTime();
-    collect();
+    readEvents();
     const auto cost = RateLimiter::processorTime() - before;
     QTimer::singleShot(probeTime, this, [this, pause, cost] {
-        // After a flood, one silence may only mean that the machine was too busy for its sender.
-        const bool wasFlood = std::exchange(m_isFlood, isBacklogged());
+        // After a flood, one silence is not enough: the machine may have been too busy for the sender.
+        const bool wasFlood = std::exchange(m_isFlood, hasUnread());
         if (!m_isFlood && !wasFlood) {
-            m_allowance.refill();
+            m_limiter.refill();
             resume();
             return;
         }
-        m_allowance.spend(cost, std::chrono::steady_clock::now());
+        (void)m_limiter.charge(cost, std::chrono::steady_clock::now());
         QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(pause), this, [this] { resume(); });
     });
 }
@@ -138,41 +136,40 @@ void InotifyDispatcher::probe(RateLimiter::Duration pause)
 void InotifyDispatcher::resume()
 {
     m_notifier->setEnabled(true);
-    answer();
+    handleEvents();
 }
 
-// Whether anything has happened that was not collected.
-bool InotifyDispatcher::isBacklogged() const
+bool InotifyDispatcher::hasUnread() const
 {
     int bytes = 0;
     return ::ioctl(m_descriptor, FIONREAD, &bytes) == 0 && bytes > 0;
 }
 
-void InotifyDispatcher::collect()
+void InotifyDispatcher::readEvents()
 {
     if (m_descriptor < 0)
         return;
     constexpr size_t largestEvent = sizeof(inotify_event) + NAME_MAX + 1;
     alignas(inotify_event) static char buffer[size_t(64) * 1024]; // one thread, never re-entered
-    for (int round = 0; round < roundsAtMost; ++round) {
+    for (int round = 0; round < mostRounds; ++round) {
         const ssize_t size = ::read(m_descriptor, buffer, sizeof buffer);
         for (const char* at = buffer; size > 0 && at < buffer + size;) {
             const auto& event = *reinterpret_cast<const inotify_event*>(at);
-            note(event);
+            record(event);
             at += sizeof event + event.len;
         }
         if (size < 0 || size_t(size) + largestEvent <= sizeof buffer)
-            break; // there was room for one more, so there was none
+            break; // the largest event would have fitted, so the queue is empty
     }
     for (const auto& subscription : m_subscriptions) {
         if (subscription->isLost) {
             addWatches(*subscription);
-            markEverything(*subscription);
+            markAnything(*subscription);
         }
     }
 }
 
-void InotifyDispatcher::note(const inotify_event& event)
+void InotifyDispatcher::record(const inotify_event& event)
 {
     if ((event.mask & IN_Q_OVERFLOW) != 0) {
         for (const auto& subscription : m_subscriptions)
@@ -181,18 +178,18 @@ void InotifyDispatcher::note(const inotify_event& event)
     }
     const auto found = m_watches.find(event.wd);
     if (found == m_watches.end())
-        return; // given back before the event was read
+        return; // removed before the event was read
     const auto name = QByteArray::fromRawData(event.name, event.len > 0 ? qstrlen(event.name) : 0);
     for (const Use& use : found->second.uses) {
         Subscription& subscription = *use.subscription;
         if ((event.mask & lostMask) != 0) {
             subscription.isLost = true;
         } else if ((event.mask & use.mask) == 0) {
-            continue; // of interest to another use only
+            continue; // concerns another use only
         } else if (!use.child.isEmpty()) {
             subscription.isLost |= name == use.child;
         } else if (name.isEmpty()) {
-            // The directory's own mode or times; that somebody lists it changes nothing.
+            // The directory's own mode or times changed. Listing it (IN_OPEN) changes nothing.
             subscription.isLost |= (event.mask & IN_OPEN) == 0;
         } else if (!subscription.knownNames.contains(name)) {
             const QByteArray copy(name.constData(), name.size());
@@ -214,20 +211,19 @@ void InotifyDispatcher::markReady(Subscription& subscription)
     m_ready.push_back(*found);
 }
 
-void InotifyDispatcher::markEverything(Subscription& subscription)
+void InotifyDispatcher::markAnything(Subscription& subscription)
 {
-    subscription.everything = true;
+    subscription.isAnything = true;
     markReady(subscription);
 }
 
-// Tells each subscription what was pending when the delivery began; what handlers bring about is told in the
-// next turn.
+// Notifies each subscription of the changes that were pending at the start. Changes by handlers are delivered in the next turn.
 void InotifyDispatcher::deliver()
 {
     const auto ready = std::exchange(m_ready, {});
     for (const auto& subscription : ready) {
         subscription->isReady = false;
-        qsizetype count = subscription->everything ? 1 : subscription->names.size();
+        qsizetype count = subscription->isAnything ? 1 : subscription->names.size();
         for (; count > 0 && subscription->isAlive && subscription->hasPending(); --count)
             subscription->handler(subscription->takeNext());
         if (subscription->isAlive && subscription->hasPending())
@@ -242,8 +238,8 @@ void InotifyDispatcher::deliverLater()
     QMetaObject::invokeMethod(this, &InotifyDispatcher::deliver, Qt::QueuedConnection);
 }
 
-// Without the kernel's help anything may have changed at any time.
-void InotifyDispatcher::look()
+// Without kernel watches anything may have changed.
+void InotifyDispatcher::poll()
 {
     bool anyPolled = false;
     for (const auto& subscription : m_subscriptions) {
@@ -251,10 +247,10 @@ void InotifyDispatcher::look()
             continue;
         addWatches(*subscription);
         anyPolled |= subscription->isPolled;
-        markEverything(*subscription);
+        markAnything(*subscription);
     }
     if (!anyPolled)
-        m_lookTimer.stop();
+        m_pollTimer.stop();
     deliver();
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/DirectoryWatch.h"
@@ -16,29 +17,28 @@ struct inotify_event;
 
 namespace kestrum {
 
-/// What stands behind a `DirectoryWatch`: whom to tell, the directories to follow, and what is still to be
-/// told.
+/// The state of a `DirectoryWatch`: its handler, the directories to watch, and the changes that are not delivered yet.
 struct DirectoryWatch::Subscription {
     QByteArrayList paths; ///< the root, every directory on the way, the directory itself
     Interest interest;
     Handler handler;
 
-    std::vector<int> links; ///< the kernel watches that serve it
+    std::vector<int> watches; ///< the kernel watches that serve it
     bool isAlive = true;
     bool isPolled = false;
-    bool isLost = false;  ///< the way to the directory has to be looked up again
-    bool isReady = false; ///< stands in the list of those to be told
-    bool everything = false;
-    QByteArrayList names; ///< told one by one, in this order
+    bool isLost = false;     ///< the path changed, so the watches must be added again
+    bool isReady = false;    ///< is in the dispatcher's list of subscriptions to notify
+    bool isAnything = false; ///< anything may have changed
+    QByteArrayList names;    ///< delivered one by one, in this order
     QSet<QByteArray> knownNames;
 
-    bool hasPending() const { return everything || !names.isEmpty(); }
+    bool hasPending() const { return isAnything || !names.isEmpty(); }
     QByteArray takeNext();
     QByteArrayList takeAll();
 };
 
-/// The process's one inotify instance: which kernel watch serves which subscriptions, and the delivery of
-/// events. Main thread only; lives until the process ends.
+/// The process's one inotify instance: maps kernel watches to subscriptions and delivers events. Main thread only; lives until the
+/// process ends.
 class InotifyDispatcher : public QObject {
 public:
     using Subscription = DirectoryWatch::Subscription;
@@ -48,14 +48,14 @@ public:
     void add(const std::shared_ptr<Subscription>& subscription);
     void remove(const std::shared_ptr<Subscription>& subscription);
 
-    /// Everything that happened so far and was not told yet. It will not be told any more.
+    /// Takes the changes that are not delivered yet.
     QByteArrayList takePending(Subscription& subscription);
 
 private:
     struct Use {
         Subscription* subscription;
         quint32 mask;
-        QByteArray child; ///< the entry that leads on to the directory; empty for the directory itself
+        QByteArray child; ///< the next entry on the path; empty for the watched directory itself
     };
     struct KernelWatch {
         quint32 mask = 0;
@@ -66,34 +66,34 @@ private:
         QByteArray path;
         Use use;
     };
-    enum class AddedWatches { done, changed, refused };
+    enum class Outcome { done, changed, refused };
 
     InotifyDispatcher();
 
     bool open();
     void addWatches(Subscription& subscription);
-    AddedWatches tryToAddWatches(Subscription& subscription);
+    Outcome tryToAddWatches(Subscription& subscription);
     void replaceLinks(Subscription& subscription, const std::vector<Link>& links);
-    void narrow(const Link& link);
-    void forget(int watch);
+    void narrowMask(const Link& link);
+    void removeIfUnused(int watch);
 
-    void answer();
+    void handleEvents();
     void probe(RateLimiter::Duration pause);
     void resume();
-    bool isBacklogged() const;
-    void collect();
-    void note(const inotify_event& event);
+    bool hasUnread() const;
+    void readEvents();
+    void record(const inotify_event& event);
     void markReady(Subscription& subscription);
-    void markEverything(Subscription& subscription);
+    void markAnything(Subscription& subscription);
     void deliver();
     void deliverLater();
-    void look();
+    void poll();
 
     int m_descriptor = -1;
     std::unique_ptr<QSocketNotifier> m_notifier;
-    QTimer m_lookTimer;
-    RateLimiter m_allowance;
-    bool m_isFlood = false; ///< what the last probe found
+    QTimer m_pollTimer;
+    RateLimiter m_limiter;
+    bool m_isFlood = false; ///< result of the last probe
     std::unordered_map<int, KernelWatch> m_watches;
     std::vector<std::shared_ptr<Subscription>> m_subscriptions;
     std::vector<std::shared_ptr<Subscription>> m_ready;

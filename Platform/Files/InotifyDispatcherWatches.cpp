@@ -1,12 +1,11 @@
-// How a directory is followed.
+// SPDX-License-Identifier: MIT
+// How a path is watched.
 //
-// The kernel watches inodes, we follow a path. So a subscription watches not only its directory but the way
-// to it: the directory (or, while it is absent, its nearest existing ancestor) and the parent of that for
-// their entries, because a directory that any process holds open dies without a word of its own; the
-// ancestors further up only for being moved away, which is silent otherwise. Whatever breaks the way marks
-// the subscription as lost: it is armed anew from the root down, and its handler is told that anything may
-// have changed. A watch is always set before the check that relies on it, so there is no moment at which a
-// change is seen by neither.
+// The kernel watches inodes, but a subscription is about a path. So it also watches the ancestors of its directory. The directory,
+// or its nearest existing ancestor, and the parent of that are watched for changes of entries: the kernel does not report the removal of a
+// directory that a process has open. Ancestors further up are watched only for being moved. A change of the path marks the
+// subscription as lost. Then all watches are added again from the root down, and the handler is called for "anything". A
+// watch is always added before the check that relies on it, so no change is missed in between.
 
 #include "Platform/Files/InotifyDispatcher.h"
 #include "Platform/Log/Log.h"
@@ -20,10 +19,10 @@ namespace kestrum {
 
 namespace {
 
-constexpr quint32 wayMask
+constexpr quint32 pathMask
     = IN_MOVE_SELF | IN_DELETE_SELF | IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO;
-constexpr quint32 contentMask = wayMask | IN_CLOSE_WRITE;
-constexpr int armingsAtMost = 16;
+constexpr quint32 contentMask = pathMask | IN_CLOSE_WRITE;
+constexpr int mostAttempts = 16;
 
 quint32 maskOf(DirectoryWatch::Interest interest)
 {
@@ -51,14 +50,14 @@ QByteArray lastComponent(const QByteArray& path)
 
 } // namespace
 
-// Sets the watches of the subscription, or has it looked at where the kernel refuses.
+// Adds the watches of the subscription, or polls it if the kernel refuses.
 void InotifyDispatcher::addWatches(Subscription& subscription)
 {
     subscription.isLost = false;
-    AddedWatches arming = open() ? AddedWatches::changed : AddedWatches::refused;
-    for (int i = 0; i < armingsAtMost && arming == AddedWatches::changed; ++i)
-        arming = tryToAddWatches(subscription);
-    subscription.isPolled = arming != AddedWatches::done;
+    Outcome outcome = open() ? Outcome::changed : Outcome::refused;
+    for (int i = 0; i < mostAttempts && outcome == Outcome::changed; ++i)
+        outcome = tryToAddWatches(subscription);
+    subscription.isPolled = outcome != Outcome::done;
     if (!subscription.isPolled)
         return;
     const QString reason = qt_error_string(errno);
@@ -67,11 +66,11 @@ void InotifyDispatcher::addWatches(Subscription& subscription)
         QStringLiteral(
             "Directories are looked at every 2 s, because the kernel does not watch them for us: %1")
             .arg(reason));
-    if (!m_lookTimer.isActive())
-        m_lookTimer.start();
+    if (!m_pollTimer.isActive())
+        m_pollTimer.start();
 }
 
-InotifyDispatcher::AddedWatches InotifyDispatcher::tryToAddWatches(Subscription& subscription)
+InotifyDispatcher::Outcome InotifyDispatcher::tryToAddWatches(Subscription& subscription)
 {
     const QByteArrayList& paths = subscription.paths;
     const qsizetype last = paths.size() - 1;
@@ -80,14 +79,14 @@ InotifyDispatcher::AddedWatches InotifyDispatcher::tryToAddWatches(Subscription&
         --deepest;
 
     std::vector<Link> links;
-    AddedWatches arming = AddedWatches::done;
-    // From the root down: once an ancestor is watched, what is put in the place of its child is noticed.
-    for (qsizetype i = 0; i <= deepest && arming == AddedWatches::done; ++i) {
-        quint32 mask = i + 1 < deepest ? IN_MOVE_SELF : wayMask;
+    Outcome outcome = Outcome::done;
+    // From the root down: once an ancestor is watched, a replacement of its child is noticed.
+    for (qsizetype i = 0; i <= deepest && outcome == Outcome::done; ++i) {
+        quint32 mask = i + 1 < deepest ? IN_MOVE_SELF : pathMask;
         if (i == last)
             mask = maskOf(subscription.interest);
         if (i == 0 && mask == IN_MOVE_SELF)
-            continue; // the root stays where it is
+            continue; // the root cannot be moved
         const int watch
             = ::inotify_add_watch(m_descriptor, paths[i].constData(), mask | IN_ONLYDIR | IN_MASK_ADD);
         if (watch >= 0) {
@@ -95,22 +94,22 @@ InotifyDispatcher::AddedWatches InotifyDispatcher::tryToAddWatches(Subscription&
             const QByteArray child = i < last ? lastComponent(paths[i + 1]) : QByteArray();
             links.push_back({ watch, paths[i], { &subscription, mask, child } });
         } else if (errno == ENOENT || errno == ENOTDIR) {
-            arming = AddedWatches::changed;
+            outcome = Outcome::changed;
         } else if (errno != EACCES || i == deepest) {
-            arming = AddedWatches::refused;
-        } // else: an ancestor that we may pass but not read is not watched
+            outcome = Outcome::refused;
+        } // else: an ancestor that we may enter but not read is not watched
     }
-    if (arming == AddedWatches::done && deepest < last && isDirectory(paths[deepest + 1]))
-        arming = AddedWatches::changed;
+    if (outcome == Outcome::done && deepest < last && isDirectory(paths[deepest + 1]))
+        outcome = Outcome::changed;
     const int error = errno;
     replaceLinks(subscription, links);
     errno = error;
-    return arming;
+    return outcome;
 }
 
 void InotifyDispatcher::replaceLinks(Subscription& subscription, const std::vector<Link>& links)
 {
-    const std::vector<int> old = std::exchange(subscription.links, {});
+    const std::vector<int> old = std::exchange(subscription.watches, {});
     for (const int watch : old) {
         if (const auto found = m_watches.find(watch); found != m_watches.end())
             std::erase_if(found->second.uses,
@@ -118,16 +117,16 @@ void InotifyDispatcher::replaceLinks(Subscription& subscription, const std::vect
     }
     for (const Link& link : links) {
         m_watches[link.watch].uses.push_back(link.use);
-        subscription.links.push_back(link.watch);
+        subscription.watches.push_back(link.watch);
     }
     for (const int watch : old)
-        forget(watch);
+        removeIfUnused(watch);
     for (const Link& link : links)
-        narrow(link);
+        narrowMask(link);
 }
 
-// An ancestor that was the nearest existing one is of less interest once its child is there.
-void InotifyDispatcher::narrow(const Link& link)
+// An ancestor that was the nearest existing one needs fewer events once its child exists.
+void InotifyDispatcher::narrowMask(const Link& link)
 {
     KernelWatch& watch = m_watches[link.watch];
     quint32 wanted = 0;
@@ -138,11 +137,11 @@ void InotifyDispatcher::narrow(const Link& link)
     if (::inotify_add_watch(m_descriptor, link.path.constData(), wanted | IN_ONLYDIR) == link.watch)
         watch.mask = wanted;
     else
-        link.use.subscription->isLost = true; // something else has come in its place
+        link.use.subscription->isLost = true; // the path leads to another directory now
 }
 
-// Gives a kernel watch back when nobody uses it.
-void InotifyDispatcher::forget(int watch)
+// Removes a kernel watch that no subscription uses.
+void InotifyDispatcher::removeIfUnused(int watch)
 {
     const auto found = m_watches.find(watch);
     if (found == m_watches.end() || !found->second.uses.empty())

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <algorithm>
@@ -6,15 +7,14 @@
 
 namespace kestrum {
 
-/// How much of a core answering events may take: a small share of the time that passes, with something saved
-/// up for bursts. Whoever overdraws it is told how long to pause, so that a flood of events costs its sender
-/// more than us.
+/// Limits the share of a core that handling events may take. The budget grows with time, up to a maximum for bursts. If it is
+/// overdrawn, the caller must pause. So a flood of events costs its sender more than us.
 class RateLimiter {
 public:
     using Duration = std::chrono::nanoseconds;
     using Instant = std::chrono::steady_clock::time_point;
 
-    /// What this thread has spent so far. The difference of two is a cost to book.
+    /// The processor time of this thread so far. A cost is the difference of two.
     static Duration processorTime()
     {
         timespec time {};
@@ -22,39 +22,37 @@ public:
         return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
     }
 
-    /// Begins with `savedAtMost` saved up, which is also the most that a quiet time gives back.
-    RateLimiter(Duration savedAtMost, Instant now)
-        : m_savedAtMost(savedAtMost)
-        , m_saved(savedAtMost)
+    /// `burst` is the budget at the start and its maximum.
+    RateLimiter(Duration burst, Instant now)
+        : m_burst(burst)
+        , m_budget(burst)
         , m_last(now)
     {
     }
 
-    /// Books `cost` of processor time that was spent up to `now`. Returns how long to rest; zero as long as
-    /// there is something left.
-    Duration spend(Duration cost, Instant now)
+    /// Subtracts `cost`, the processor time that was used up to `now`. Returns how long to pause; zero while budget is left.
+    [[nodiscard]] Duration charge(Duration cost, Instant now)
     {
-        m_saved = std::min(m_savedAtMost, m_saved + (now - m_last) / restPerWork) - cost;
+        m_budget = std::min(m_burst, m_budget + (now - m_last) / restPerWork) - cost;
         m_last = now;
-        if (m_saved >= Duration::zero())
+        if (m_budget >= Duration::zero())
             return Duration::zero();
-        const Duration pause = std::clamp(-m_saved * restPerWork, shortestPause, longestPause);
-        // What one long pause does not pay back is forgiven: a single dear handler must not slow later
-        // signals.
-        m_saved = std::max(m_saved, -longestPause / restPerWork);
+        const Duration pause = std::clamp(-m_budget * restPerWork, shortestPause, longestPause);
+        // A debt beyond one long pause is forgiven: one expensive handler must not delay later signals.
+        m_budget = std::max(m_budget, -longestPause / restPerWork);
         return pause;
     }
 
-    /// As if a quiet time had passed.
-    void refill() { m_saved = m_savedAtMost; }
+    /// Restores the whole budget.
+    void refill() { m_budget = m_burst; }
 
     static constexpr int restPerWork = 30; ///< a little more than 3 % of a core
     static constexpr Duration shortestPause = std::chrono::milliseconds(20);
     static constexpr Duration longestPause = std::chrono::milliseconds(200);
 
 private:
-    Duration m_savedAtMost;
-    Duration m_saved;
+    Duration m_burst;
+    Duration m_budget;
     Instant m_last;
 };
 

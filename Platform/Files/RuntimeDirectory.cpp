@@ -1,103 +1,88 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Files/RuntimeDirectory.h"
 
 #include "Platform/Log/Log.h"
 
 #include <QDir>
 #include <QFile>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
-#include <utility>
 
 namespace kestrum {
 
 namespace {
 
-constexpr const char* ownName = "kestrum";
+constexpr char ownName[] = "kestrum";
 
-// Opens `name` below `parent` and checks the opened directory itself, so that nothing can be put in its place
-// between the check and the use. Returns -1 and a reason when it is not ours alone.
-int openPrivate(int parent, const QByteArray& name, QString* reason)
+// Opens `name` below `parent`. The opened directory itself is checked, so that nobody can replace it between check and use.
+Result<FileDescriptor> openPrivate(int parent, const QByteArray& name)
 {
-    const int descriptor
-        = ::openat(parent, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK);
-    if (descriptor < 0) {
-        *reason = errno == ENOTDIR || errno == ELOOP ? QStringLiteral("it is not a directory")
-                                                     : qt_error_string(errno);
-        return -1;
-    }
+    FileDescriptor directory(
+        ::openat(parent, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK));
     struct stat state;
-    if (::fstat(descriptor, &state) != 0)
-        *reason = qt_error_string(errno);
-    else if (state.st_uid != ::geteuid())
-        *reason = QStringLiteral("it belongs to another user");
-    else if ((state.st_mode & (S_IRWXG | S_IRWXO)) != 0)
-        *reason = QStringLiteral("others may enter it (mode %1)")
-                      .arg(state.st_mode & 07777, 4, 8, QLatin1Char('0'));
-    else
-        return descriptor;
-    ::close(descriptor);
-    return -1;
+    if (!directory.isValid() && (errno == ENOTDIR || errno == ELOOP))
+        return Failure::withReason(QStringLiteral("it is not a directory"));
+    if (!directory.isValid() || ::fstat(directory.get(), &state) != 0)
+        return Failure::withReason(qt_error_string(errno));
+    if (state.st_uid != ::geteuid())
+        return Failure::withReason(QStringLiteral("it belongs to another user"));
+    if ((state.st_mode & (S_IRWXG | S_IRWXO)) != 0)
+        return Failure::withReason(QStringLiteral("others may enter it (mode %1)")
+                                       .arg(state.st_mode & 07777, 4, 8, QLatin1Char('0')));
+    return directory;
 }
 
-int makePrivate(int parent, const QByteArray& name, QString* reason)
+Result<FileDescriptor> makePrivate(int parent, const QByteArray& name)
 {
-    if (::mkdirat(parent, name.constData(), S_IRWXU) != 0 && errno != EEXIST) {
-        *reason = qt_error_string(errno);
-        return -1;
-    }
-    return openPrivate(parent, name, reason);
+    if (::mkdirat(parent, name.constData(), S_IRWXU) != 0 && errno != EEXIST)
+        return Failure::withReason(qt_error_string(errno));
+    return openPrivate(parent, name);
 }
 
 } // namespace
 
-const RuntimeDirectory& RuntimeDirectory::shared()
+const Result<RuntimeDirectory>& RuntimeDirectory::shared()
 {
-    // Never closed: signals may still be posted while the process's other statics are destroyed.
-    static const auto* const directory = new RuntimeDirectory(QFile::decodeName(qgetenv("XDG_RUNTIME_DIR")));
+    // Never destroyed: signals can be posted while other statics of the process are destroyed.
+    static const auto* const directory
+        = new Result<RuntimeDirectory>(open(QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"))));
     return *directory;
 }
 
-RuntimeDirectory::RuntimeDirectory(const QString& root)
+Result<RuntimeDirectory> RuntimeDirectory::reopen()
 {
-    if (root.isEmpty()) {
-        m_reason = QStringLiteral("XDG_RUNTIME_DIR is not set");
-        return;
-    }
-    if (!QDir::isAbsolutePath(root)) {
-        m_reason = QStringLiteral("XDG_RUNTIME_DIR is not an absolute path: %1").arg(Log::escaped(root));
-        return;
-    }
+    return shared() ? open(shared()->rootPath()) : shared().failure();
+}
+
+Result<RuntimeDirectory> RuntimeDirectory::open(const QString& root)
+{
+    if (root.isEmpty())
+        return Failure::withReason(QStringLiteral("XDG_RUNTIME_DIR is not set"));
+    if (!QDir::isAbsolutePath(root))
+        return Failure::withReason(
+            QStringLiteral("XDG_RUNTIME_DIR is not an absolute path: %1").arg(Log::escaped(root)));
+    RuntimeDirectory opened;
     // A final "/" or "/." would make the kernel follow a symbolic link in spite of O_NOFOLLOW.
-    m_rootPath = QDir::cleanPath(root);
-    m_path = m_rootPath + QLatin1Char('/') + QLatin1String(ownName);
-
-    QString reason;
-    m_rootDescriptor = openPrivate(AT_FDCWD, QFile::encodeName(m_rootPath), &reason);
-    if (m_rootDescriptor < 0) {
-        m_reason = Log::escaped(m_rootPath) + QStringLiteral(": ") + reason;
-        return;
-    }
-    m_descriptor = makePrivate(m_rootDescriptor, ownName, &reason);
-    if (m_descriptor < 0) {
-        m_reason = Log::escaped(m_path) + QStringLiteral(": ") + reason;
-        ::close(std::exchange(m_rootDescriptor, -1));
-    }
+    opened.m_rootPath = QDir::cleanPath(root);
+    auto parent = openPrivate(AT_FDCWD, QFile::encodeName(opened.m_rootPath));
+    if (!parent)
+        return parent.failure().about(Log::escaped(opened.m_rootPath));
+    auto directory = makePrivate(parent->get(), ownName);
+    if (!directory)
+        return directory.failure().about(Log::escaped(opened.path()));
+    opened.m_root = std::move(*parent);
+    opened.m_directory = std::move(*directory);
+    return opened;
 }
 
-RuntimeDirectory::~RuntimeDirectory()
+QString RuntimeDirectory::path() const
 {
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-    if (m_rootDescriptor >= 0)
-        ::close(m_rootDescriptor);
+    return m_rootPath + QLatin1Char('/') + QLatin1StringView(ownName);
 }
 
-int RuntimeDirectory::openSubdirectory(const char* name) const
+Result<FileDescriptor> RuntimeDirectory::openSubdirectory(const char* name) const
 {
-    QString reason;
-    return isValid() ? makePrivate(m_descriptor, name, &reason) : -1;
+    return makePrivate(m_directory.get(), name);
 }
 
 } // namespace kestrum

@@ -1,46 +1,43 @@
+// SPDX-License-Identifier: MIT
 #pragma once
+
+#include "Platform/Files/FileDescriptor.h"
+#include "Platform/Log/Result.h"
 
 #include <QByteArray>
 #include <QString>
 
 namespace kestrum {
 
-/// The private directory "$XDG_RUNTIME_DIR/kestrum", where processes of one user meet. It is used only when
-/// $XDG_RUNTIME_DIR is an absolute path to a directory of ours that nobody else may enter; there is no
-/// fall-back in a shared place.
+/// The private directory "$XDG_RUNTIME_DIR/kestrum", where processes of one user meet. $XDG_RUNTIME_DIR must be an absolute path
+/// to a directory that belongs to us and that nobody else may enter. There is no fall-back to a shared directory.
 class RuntimeDirectory {
 public:
     /// The process's runtime directory, opened on first use.
-    static const RuntimeDirectory& shared();
+    static const Result<RuntimeDirectory>& shared();
 
-    /// Opens (and creates, 0700) "kestrum" below `root`. Check with `isValid`.
-    explicit RuntimeDirectory(const QString& root);
-    ~RuntimeDirectory();
-    RuntimeDirectory(const RuntimeDirectory&) = delete;
-    RuntimeDirectory& operator=(const RuntimeDirectory&) = delete;
+    /// Opens the process's runtime directory again, because the first one may have been moved or removed.
+    static Result<RuntimeDirectory> reopen();
 
-    bool isValid() const { return m_descriptor >= 0; }
-    /// Why the directory is not valid; empty when it is.
-    QString reason() const { return m_reason; }
-    /// Descriptor for calls relative to the directory; owned by this object, -1 when not valid.
-    int descriptor() const { return m_descriptor; }
-    QString path() const { return m_path; }
+    /// Opens "kestrum" below `root` and creates it if needed, with mode 0700. The failure's text is safe for one log line.
+    static Result<RuntimeDirectory> open(const QString& root);
 
-    /// The directory above, for names that begin with "kestrum/": they still lead to the right place when
-    /// "kestrum" was moved or removed and made anew. Owned by this object, -1 when not valid.
-    int rootDescriptor() const { return m_rootDescriptor; }
+    /// For calls relative to the directory; owned by this object.
+    int descriptor() const { return m_directory.get(); }
+    QString path() const;
+
+    /// The directory above, for names that begin with "kestrum/": these stay right when "kestrum" is moved, or removed and made
+    /// again. Owned by this object.
+    int rootDescriptor() const { return m_root.get(); }
     QString rootPath() const { return m_rootPath; }
 
-    /// Opens the sub-directory `name` (created 0700), checked like the directory itself. Returns a descriptor
-    /// that the caller owns, or -1.
-    int openSubdirectory(const char* name) const;
+    /// Opens the sub-directory `name`, creates it if needed (0700), and checks it like the directory itself.
+    Result<FileDescriptor> openSubdirectory(const char* name) const;
 
 private:
     QString m_rootPath;
-    QString m_path;
-    QString m_reason;
-    int m_rootDescriptor = -1;
-    int m_descriptor = -1;
+    FileDescriptor m_root;
+    FileDescriptor m_directory;
 };
 
 } // namespace kestrum

@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <unistd.h>
 
 namespace kestrum {
 
-/// Whether this process runs as root, whose choices and agent are not those of whoever is logged in.
+/// Whether this process runs as root. Root's settings and agent are not those of the user who is logged in.
 inline bool isSuperuser()
 {
     return ::geteuid() == 0;

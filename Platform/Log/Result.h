@@ -22,6 +22,9 @@ struct Failure {
         return { QString::fromLatin1(step), qt_error_string(error), error, {} };
     }
 
+    /// A failure without a step.
+    static Failure withReason(const QString& reason) { return { {}, reason, 0, {} }; }
+
     /// The same failure with another subject.
     Failure about(const QString& newSubject) const { return { step, reason, error, newSubject }; }
 
@@ -37,29 +40,29 @@ struct Failure {
 /// The value of a failed call and the failure of a successful one throw `std::bad_variant_access`.
 template <typename T = std::monostate> class [[nodiscard]] Result {
 public:
-    Result() requires std::same_as<T, std::monostate>
-    = default;
+    Result() requires std::same_as<T, std::monostate> : m_outcome(std::in_place_index<1>) { }
     Result(T value)
-        : m_outcome(std::move(value))
+        : m_outcome(std::in_place_index<1>, std::move(value))
     {
     }
     Result(Failure failure)
-        : m_outcome(std::in_place_index<1>, std::move(failure))
+        : m_outcome(std::in_place_index<0>, std::move(failure))
     {
     }
 
-    explicit operator bool() const { return m_outcome.index() == 0; }
-    T& operator*() { return std::get<0>(m_outcome); }
-    const T& operator*() const { return std::get<0>(m_outcome); }
+    explicit operator bool() const { return m_outcome.index() == 1; }
+    T& operator*() { return std::get<1>(m_outcome); }
+    const T& operator*() const { return std::get<1>(m_outcome); }
     T* operator->() { return &**this; }
     const T* operator->() const { return &**this; }
 
-    const Failure& failure() const { return std::get<1>(m_outcome); }
+    const Failure& failure() const { return std::get<0>(m_outcome); }
     /// The failure's text; empty on success.
     QString failureText() const { return *this ? QString() : failure().text(); }
 
 private:
-    std::variant<T, Failure> m_outcome;
+    std::variant<Failure, T>
+        m_outcome; // in this order, T may be a type of an enclosing class that is not complete
 };
 
 } // namespace kestrum

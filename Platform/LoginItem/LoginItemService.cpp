@@ -43,12 +43,17 @@ constexpr char switchedOffSuffix[] = ".off";
 constexpr int mostSetAside = 999;
 constexpr qsizetype mostBytes = 1024 * 1024;
 
+Failure failed(const QByteArray& path, const Failure& failure)
+{
+    const int error = failure.error;
+    const bool isRefused = error == EACCES || error == EPERM || error == EROFS;
+    return { failure.step, failure.reason, isRefused ? LoginItemService::refused : -error,
+        QFile::decodeName(path) };
+}
+
 Failure failed(const QByteArray& path, const char* step, int error)
 {
-    Failure failure = Failure::fromErrno(step, error).about(QFile::decodeName(path));
-    const bool isRefused = error == EACCES || error == EPERM || error == EROFS;
-    failure.error = isRefused ? LoginItemService::refused : -error;
-    return failure;
+    return failed(path, Failure::fromErrno(step, error));
 }
 
 Failure rootRefused()
@@ -77,10 +82,10 @@ Found read(int directory, const QByteArray& name, int flags)
         found.error = S_ISDIR(found.state.st_mode) ? EISDIR : EINVAL;
         return found;
     }
-    if (const auto bytes = FilePath::bytesOf(file.get(), mostBytes))
+    if (const auto bytes = FilePath::readAll(file.get(), mostBytes))
         found.bytes = *bytes;
     else
-        found.error = errno;
+        found.error = bytes.failure().error;
     return found;
 }
 
@@ -156,19 +161,19 @@ Result<> LoginItemService::registerItem() const
     }
 
     const QByteArray path = QFile::encodeName(entryPath());
-    const FilePath::Place place = FilePath::of(path);
-    if (!FilePath::makeDirectory(place.directory))
-        return failed(place.directory, "make the directory", errno);
-    const FileDescriptor directory = FilePath::openedDirectory(place.directory);
-    if (!directory.isValid())
-        return failed(place.directory, "open the directory", errno);
-    AtomicFile::sweepLeftovers(directory.get());
+    const FilePath::Parts place = FilePath::split(path);
+    if (const auto made = FilePath::makeDirectory(place.directory); !made)
+        return failed(place.directory, made.failure());
+    const auto directory = FilePath::openDirectory(place.directory);
+    if (!directory)
+        return failed(place.directory, directory.failure());
+    AtomicFile::sweepLeftovers(directory->get());
 
     const QByteArray switchedOff = place.name + switchedOffSuffix;
     bool comesBack = false;
     for (const QByteArray& name : { place.name, switchedOff }) {
         struct stat state;
-        const bool isThere = ::fstatat(directory.get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
+        const bool isThere = ::fstatat(directory->get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
         // Another error does not mean that there is none, and a new entry would lose the lines that its user wrote.
         if (!isThere && errno != ENOENT)
             return failed(place.directory + '/' + name, "look at it", errno);
@@ -179,28 +184,28 @@ Result<> LoginItemService::registerItem() const
     const auto written = write(place.directory + '/' + (comesBack ? switchedOff : place.name), true);
     if (!comesBack || (!written && written.failure().error != alreadyThere))
         return written;
-    return moved(directory.get(), switchedOff, place.name);
+    return moved(directory->get(), switchedOff, place.name);
 }
 
 Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
 {
-    const FilePath::Place target = FilePath::of(FilePath::wayTo(path).constLast());
-    const FileDescriptor directory = FilePath::openedDirectory(target.directory);
-    if (!directory.isValid())
-        return failed(target.directory, "open the directory", errno);
-    const Found found = read(directory.get(), target.name, O_NOFOLLOW);
+    const FilePath::Parts target = FilePath::split(FilePath::linkChain(path).constLast());
+    const auto directory = FilePath::openDirectory(target.directory);
+    if (!directory)
+        return failed(target.directory, directory.failure());
+    const Found found = read(directory->get(), target.name, O_NOFOLLOW);
     const bool exists = found.error == 0;
     if (!exists && found.error != ENOENT)
         return failed(path, "read", found.error);
 
     DesktopEntry entry = DesktopEntry::parsed(found.bytes);
     if (exists && entry.isDamaged() && !found.bytes.trimmed().isEmpty()) {
-        QByteArray copy;
-        if (const auto failure = AtomicFile::keepDamaged(directory.get(), target.name, found.bytes, &copy))
-            return failed(path, failure.step, failure.error);
+        const auto copy = AtomicFile::copyDamaged(directory->get(), target.name, found.bytes);
+        if (!copy)
+            return failed(path, copy.failure());
         Log::warning("loginItem",
             QStringLiteral("%1 was damaged and is kept as %2")
-                .arg(Log::escaped(QFile::decodeName(path)), Log::escaped(QFile::decodeName(copy))));
+                .arg(Log::escaped(QFile::decodeName(path)), Log::escaped(QFile::decodeName(*copy))));
     }
     const QByteArray program = QFile::encodeName(m_program);
     entry.set(typeKey, "Application");
@@ -220,20 +225,22 @@ Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
         return Failure { {},
             isOn ? QStringLiteral("it is registered already") : QStringLiteral("it is switched off already"),
             alreadyThere, QFile::decodeName(path) };
-    const auto result
-        = AtomicFile::replace(directory.get(), target.name, text, exists ? &found.state : nullptr);
-    if (result.failure)
-        return failed(path, result.failure.step, result.failure.error);
+    const auto replaced
+        = AtomicFile::replace(directory->get(), target.name, text, exists ? &found.state : nullptr);
+    if (!replaced)
+        return failed(path, replaced.failure());
+    if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced)
+        return failed(path, synced.failure());
     return {};
 }
 
 Result<> LoginItemService::moved(int directory, const QByteArray& from, const QByteArray& to) const
 {
-    const QByteArray path = FilePath::of(QFile::encodeName(entryPath())).directory + '/' + from;
-    if (!FilePath::renameToNew(directory, from, to))
-        return failed(path, "rename", errno);
-    if (const auto failure = AtomicFile::syncDirectory(directory))
-        return failed(path, failure.step, failure.error);
+    const QByteArray path = FilePath::split(QFile::encodeName(entryPath())).directory + '/' + from;
+    if (const auto renamed = FilePath::renameToNew(directory, from, to); !renamed)
+        return failed(path, renamed.failure());
+    if (const auto synced = AtomicFile::syncDirectory(directory); !synced)
+        return failed(path, synced.failure());
     return {};
 }
 
@@ -255,7 +262,7 @@ Result<> LoginItemService::setAside(int directory, const QByteArray& name) const
 Result<> LoginItemService::unregister() const
 {
     const QByteArray path = QFile::encodeName(entryPath());
-    const FilePath::Place place = FilePath::of(path);
+    const FilePath::Parts place = FilePath::split(path);
     const auto nothing = [this] {
         return Failure { {}, QStringLiteral("it is not registered"), nothingThere, entryPath() };
     };
@@ -264,30 +271,31 @@ Result<> LoginItemService::unregister() const
             return nothing();
         if (::geteuid() == 0)
             return rootRefused();
-        if (!FilePath::makeDirectory(place.directory))
-            return failed(place.directory, "make the directory", errno);
+        if (const auto made = FilePath::makeDirectory(place.directory); !made)
+            return failed(place.directory, made.failure());
         return write(path, false);
     }
-    const FileDescriptor directory = FilePath::openedDirectory(place.directory);
-    if (!directory.isValid())
-        return errno == ENOENT || errno == ENOTDIR ? nothing()
-                                                   : failed(place.directory, "open the directory", errno);
-    AtomicFile::sweepLeftovers(directory.get());
+    const auto directory = FilePath::openDirectory(place.directory);
+    if (!directory) {
+        const int error = directory.failure().error;
+        return error == ENOENT || error == ENOTDIR ? nothing() : failed(place.directory, directory.failure());
+    }
+    AtomicFile::sweepLeftovers(directory->get());
 
     struct stat state;
-    if (::fstatat(directory.get(), place.name.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
+    if (::fstatat(directory->get(), place.name.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
         return errno == ENOENT ? nothing() : failed(path, "look at it", errno);
     if (!S_ISREG(state.st_mode) && !S_ISLNK(state.st_mode))
         return failed(path, "remove", S_ISDIR(state.st_mode) ? EISDIR : EINVAL);
 
-    const Found found = read(directory.get(), place.name, O_NOFOLLOW);
+    const Found found = read(directory->get(), place.name, O_NOFOLLOW);
     const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
     if (found.error != 0 || entry.isDamaged() || !entry.holdsOnly(ownKeys))
-        return setAside(directory.get(), place.name);
-    if (::unlinkat(directory.get(), place.name.constData(), 0) != 0)
+        return setAside(directory->get(), place.name);
+    if (::unlinkat(directory->get(), place.name.constData(), 0) != 0)
         return errno == ENOENT ? nothing() : failed(path, "remove", errno);
-    if (const auto failure = AtomicFile::syncDirectory(directory.get()))
-        return failed(path, failure.step, failure.error);
+    if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced)
+        return failed(path, synced.failure());
     return {};
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Processes/InstanceName.h"
 
 #include "Platform/Files/RuntimeDirectory.h"
@@ -13,11 +14,11 @@ namespace kestrum {
 
 namespace {
 
-// The holder may go between two calls.
+// The holder may end between two calls.
 constexpr int mostAttempts = 3;
 constexpr int mostAnswersAtOnce = 64;
 
-/// Whoever is at the other end; for who listens, who began to.
+/// Whether the process at the other end has our user. For a listening socket, that is the process that called `listen`.
 bool isPeerOurs(int socket)
 {
     ucred peer {};
@@ -29,9 +30,10 @@ bool isPeerOurs(int socket)
 
 QByteArray InstanceName::addressOf(const QByteArray& name)
 {
-    // The directory above the one that may be cleared stands for the session: it stays for as long as that does.
+    // $XDG_RUNTIME_DIR identifies the session: it exists as long as the session, unlike the directories in it.
     struct stat state { };
-    ::fstat(RuntimeDirectory::shared().rootDescriptor(), &state);
+    if (const auto& directory = RuntimeDirectory::shared())
+        ::fstat(directory->rootDescriptor(), &state);
     return '\0' + QByteArray(applicationIdentifier.data(), applicationIdentifier.size()) + '/'
         + QByteArray::number(quint64(state.st_dev), 16) + '-' + QByteArray::number(quint64(state.st_ino), 16)
         + '/' + name;
@@ -46,11 +48,11 @@ InstanceName::Holder InstanceName::take(const QByteArray& name)
         return Holder::noneOfOurs;
     std::copy(path.begin(), path.end(), static_cast<char*>(address.sun_path));
     const auto size = socklen_t(offsetof(sockaddr_un, sun_path) + size_t(path.size()));
-    const auto made
+    const auto makeSocket
         = [] { return FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); };
 
     for (int attempt = 0; attempt < mostAttempts; ++attempt) {
-        FileDescriptor own = made();
+        FileDescriptor own = makeSocket();
         if (::bind(own.get(), reinterpret_cast<const sockaddr*>(&address), size) == 0
             && ::listen(own.get(), SOMAXCONN) == 0) {
             m_socket = std::move(own);
@@ -58,7 +60,7 @@ InstanceName::Holder InstanceName::take(const QByteArray& name)
         }
         if (errno != EADDRINUSE)
             break;
-        const FileDescriptor knock = made();
+        const FileDescriptor knock = makeSocket();
         if (::connect(knock.get(), reinterpret_cast<const sockaddr*>(&address), size) == 0)
             return isPeerOurs(knock.get()) ? Holder::anotherOfOurs : Holder::noneOfOurs;
     }

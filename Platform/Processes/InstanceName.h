@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/FileDescriptor.h"
@@ -6,25 +7,25 @@
 
 namespace kestrum {
 
-/// A name that one process of a user's session has at a time. It is the kernel's, in no folder that somebody could clear, and it
-/// goes with its process, however that ends. Whoever wants a name that is taken knocks at its holder.
+/// A name that one process of a user's session holds at a time: an abstract socket address. It is in no directory that could be
+/// cleared, and the kernel releases it when the process ends. A process that wants a held name connects to the holder ("knocks").
 ///
-/// Anybody on the machine may take such a name. So it keeps out processes of our own only: of whom else has it, or does not say
-/// who he is, `take` tells that it is none of ours.
+/// Any user of the machine can take such a name. So it excludes only processes of the same user: `take` reports all others, and
+/// holders that cannot be identified, as `noneOfOurs`.
 class InstanceName {
 public:
     enum class Holder { thisProcess, anotherOfOurs, noneOfOurs };
 
-    /// Takes the name where it is free. Holds it until `release` or the end of this object.
+    /// Takes the name if it is free. Holds it until `release` or the end of this object.
     Holder take(const QByteArray& name);
     void release() { m_socket = FileDescriptor(); }
 
-    /// Readable when somebody knocks; -1 while the name is not held. Owned by this object.
+    /// Readable when another process knocks; -1 while the name is not held. Owned by this object.
     int descriptor() const { return m_socket.get(); }
-    /// Answers those who knocked up to now; true when any of them is ours.
-    bool answerKnocks() const;
+    /// Accepts and closes the waiting connections. True if any is from a process of our user.
+    [[nodiscard]] bool answerKnocks() const;
 
-    /// The address of the socket that stands for the name.
+    /// The socket's address for the name.
     static QByteArray addressOf(const QByteArray& name);
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/RateLimiter.h"
@@ -7,27 +8,26 @@
 
 namespace kestrum {
 
-/// The looks by which a program is found that is about to start: some right after its file was opened, and one half a
-/// second later. Main thread only.
+/// Polls for a program that is about to start: some times right after its file was opened, and once half a second later. Main
+/// thread only.
 class LaunchPoller {
 public:
-    /// `look` is called from the event loop.
-    explicit LaunchPoller(std::function<void()> look);
+    /// `poll` is called from the event loop.
+    explicit LaunchPoller(std::function<void()> poll);
     Q_DISABLE_COPY_MOVE(LaunchPoller)
 
-    /// The file was opened. Looks that are still to come are those after this opening from now on. However often that
-    /// happens, looking takes no more of a core than answering events may (`RateLimiter`), and the last opening is
-    /// followed by all looks.
-    void begin();
+    /// Restarts the series of polls: the file was opened. However often this happens, polling takes no more of a core than
+    /// `RateLimiter` allows, and the last opening is followed by the whole series.
+    void restart();
 
 private:
-    void proceed();
+    void pollOnce();
     void waitFor(std::chrono::milliseconds pause);
 
-    std::function<void()> m_look;
+    std::function<void()> m_poll;
     QTimer m_timer;
-    RateLimiter m_allowance;
-    RateLimiter::Instant m_restsUntil;
+    RateLimiter m_limiter;
+    RateLimiter::Instant m_pausedUntil;
     qsizetype m_next = 0;
 };
 

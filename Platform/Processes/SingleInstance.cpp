@@ -1,19 +1,18 @@
-// The place is a kernel lock on "<name>.lock"; whoever has it owns "<name>.socket" beside it and hears there of further
-// starts. Both lie in the private runtime directory and are reached through its checked descriptor, so that nobody
-// else can put something in their place. A socket that a killed process left behind is removed by the next that has the
-// lock, and by nobody else.
+// SPDX-License-Identifier: MIT
+// The first process holds a kernel lock on "<name>.lock" and owns "<name>.socket" beside it, where it receives requests of further
+// starts. Both are in the private runtime directory and are opened by its checked descriptor, so nobody else can replace them. A
+// socket that a killed process left is removed by the next holder of the lock, and by nobody else.
 //
-// A process that ends has the place for a while yet and does not listen any more. So whoever asks waits until the kernel says
-// that the request has been taken out of the socket, and then looks whether the place is still what it was: the socket's name
-// goes before the socket does, and with it what nobody has read. A request that is lost in that way is none, and the second
-// start becomes the first.
+// A process that is exiting still holds the lock but reads no requests. So a requester waits until the kernel says that its request
+// was taken out of the socket, and then checks whether socket and lock are still there: the socket's name is removed before the
+// socket and its unread requests. If they are gone, the request was lost, and the requester takes over the lock.
 //
-// Whoever clears the runtime directory takes the lock's file away, and with it what others could see of the lock. So the first one
-// also holds a name that is in no folder (`InstanceName`). Who gets the lock and not the name is not the first, and has knocked
-// by asking: then the first one settles in the directory anew, where it can be told.
+// If the runtime directory is cleared, other processes cannot see the lock any more. So the first process also holds an
+// `InstanceName`, which is in no directory. A process that gets the lock but not the name is not the first. Its attempt to take the
+// name is a knock, by which the first process learns that it must make lock and socket again.
 //
-// The lock belongs to the open file, as flock's does, but it can be asked after without being taken: a look by
-// `isTaken` never makes a program that starts at the same moment believe that it is the second.
+// The lock is one of open files, like flock's, but it can be queried without being taken. So `isTaken` never makes a program that
+// starts at the same moment believe that it is the second.
 
 #include "Platform/Processes/SingleInstance.h"
 
@@ -37,13 +36,13 @@ namespace {
 
 constexpr int patience = 1000; // ms
 constexpr int pause = 20;
-constexpr int pauseOfReader = 1; // it reads at once as a rule
+constexpr int readerPause = 1; // the first process usually reads at once
 // More than the kernel queues at one socket, so that a flood of requests is one request.
 constexpr int mostAtOnce = 1024;
-// Coming forward goes on after the request: windows are painted, and the desktop answers.
+// Coming forward continues after the request: windows are painted, and the desktop answers.
 constexpr std::chrono::seconds aftermath { 1 };
-constexpr std::chrono::milliseconds savedForRequests { 20 };
-// Being woken costs about this much in the kernel and the event loop, where we do not see it.
+constexpr std::chrono::milliseconds requestBurst { 20 };
+// A wake-up costs about this much in the kernel and the event loop, where we cannot measure it.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
 
 bool isOurs(int descriptor, mode_t kind)
@@ -68,7 +67,7 @@ struct flock wholeFile()
     return lock;
 }
 
-// An address in a directory that is known by a descriptor, which sockets have no call for.
+// Sockets have no call that takes a directory's descriptor, so `path` leads through "/proc/self/fd".
 sockaddr_un addressOf(const QByteArray& path)
 {
     sockaddr_un address {};
@@ -81,11 +80,11 @@ sockaddr_un addressOf(const QByteArray& path)
 bool lock(const FileDescriptor& file)
 {
     struct flock lock = wholeFile();
-    // Where there are no locks every process is the first.
+    // On a file system without locks, every process is the first.
     return ::fcntl(file.get(), F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
 }
 
-/// Whether `name` is still the name of the file that is open.
+/// Whether `name` is still the name of the open file.
 bool isNameOf(int directory, const QByteArray& name, int descriptor)
 {
     struct stat open;
@@ -102,7 +101,7 @@ bool isLocked(int directory, const QByteArray& name)
     return file.isValid() && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-/// Whether anything that was sent by `socket` has not been read, nor has gone with its reader.
+/// Whether anything sent by `socket` is unread and its reader still exists.
 bool hasUnread(int socket)
 {
     int unread = 0;
@@ -119,7 +118,7 @@ FileDescriptor makeSocket(int flags = 0)
     return FileDescriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | flags, 0));
 }
 
-/// Sending waits until then for room. Without a limit it would wait for ever.
+/// Limits how long sending waits for room. Without a limit it could wait for ever.
 void limitSending(int socket, const QDeadlineTimer& deadline)
 {
     const qint64 milliseconds = std::max<qint64>(deadline.remainingTime(), 1);
@@ -138,23 +137,24 @@ bool isToken(QByteArrayView text)
 SingleInstance::SingleInstance(const QByteArray& name, QObject* parent)
     : QObject(parent)
     , m_name(name)
-    , m_allowance(savedForRequests, std::chrono::steady_clock::now())
+    , m_limiter(requestBurst, std::chrono::steady_clock::now())
 {
     take();
 }
 
 SingleInstance::~SingleInstance()
 {
-    giveBack();
+    release();
 }
 
 void SingleInstance::take()
 {
     m_isFirst = true;
-    // Opened anew: it may have been cleared since.
-    m_directory = std::make_unique<RuntimeDirectory>(RuntimeDirectory::shared().rootPath());
-    if (!m_directory->isValid())
+    m_directory.reset();
+    auto directory = RuntimeDirectory::reopen();
+    if (!directory)
         return;
+    m_directory = std::move(*directory);
     m_lock = openLock(m_directory->descriptor(), m_name, O_CREAT);
     if (!m_lock.isValid()) {
         Log::warnOnce("instance",
@@ -162,23 +162,23 @@ void SingleInstance::take()
                 .arg(Log::escaped(m_directory->path()), QString::fromUtf8(m_name)));
         return;
     }
-    m_isFirst = lock(m_lock) && m_place.take(m_name) != InstanceName::Holder::anotherOfOurs;
+    m_isFirst = lock(m_lock) && m_instanceName.take(m_name) != InstanceName::Holder::anotherOfOurs;
     if (m_isFirst)
         openSocket();
     else
         m_lock = FileDescriptor();
 }
 
-void SingleInstance::giveBack()
+void SingleInstance::release()
 {
     m_notifier.reset();
     m_knocks.reset();
-    // While the lock is held, so that it is ours that goes.
+    // While the lock is held: later, the name could belong to another process's socket.
     if (m_socket.isValid())
         ::unlinkat(m_directory->descriptor(), (m_name + ".socket").constData(), 0);
     m_socket = FileDescriptor();
     m_lock = FileDescriptor();
-    m_place.release();
+    m_instanceName.release();
     m_isFirst = false;
 }
 
@@ -197,7 +197,7 @@ void SingleInstance::openSocket()
         return;
     }
     m_socket = std::move(socket);
-    // There may be no event loop yet that could watch the socket.
+    // There may be no event loop yet.
     QMetaObject::invokeMethod(this, &SingleInstance::listen, Qt::QueuedConnection);
 }
 
@@ -207,22 +207,23 @@ void SingleInstance::listen()
         return;
     m_notifier = std::make_unique<QSocketNotifier>(m_socket.get(), QSocketNotifier::Read);
     connect(m_notifier.get(), &QSocketNotifier::activated, this, &SingleInstance::receive);
-    if (m_knocks || m_place.descriptor() < 0)
+    if (m_knocks || m_instanceName.descriptor() < 0)
         return;
-    m_knocks = std::make_unique<QSocketNotifier>(m_place.descriptor(), QSocketNotifier::Read);
-    connect(m_knocks.get(), &QSocketNotifier::activated, this, &SingleInstance::settleAnew);
+    m_knocks = std::make_unique<QSocketNotifier>(m_instanceName.descriptor(), QSocketNotifier::Read);
+    connect(m_knocks.get(), &QSocketNotifier::activated, this, &SingleInstance::restoreFiles);
 }
 
-void SingleInstance::settleAnew()
+void SingleInstance::restoreFiles()
 {
     const auto before = RateLimiter::processorTime();
-    if (m_place.answerKnocks() && !isNameOf(m_directory->descriptor(), m_name + ".lock", m_lock.get())) {
-        auto directory = std::make_unique<RuntimeDirectory>(RuntimeDirectory::shared().rootPath());
+    if (m_instanceName.answerKnocks()
+        && !isNameOf(m_directory->descriptor(), m_name + ".lock", m_lock.get())) {
+        auto directory = RuntimeDirectory::reopen();
         FileDescriptor file
-            = directory->isValid() ? openLock(directory->descriptor(), m_name, O_CREAT) : FileDescriptor();
-        // Whoever knocked holds the lock for a moment, and knocks again.
+            = directory ? openLock(directory->descriptor(), m_name, O_CREAT) : FileDescriptor();
+        // The process that knocked may hold the lock for a moment. It will knock again.
         if (file.isValid() && lock(file)) {
-            m_directory = std::move(directory);
+            m_directory = std::move(*directory);
             m_lock = std::move(file);
             m_notifier.reset();
             m_socket = FileDescriptor();
@@ -231,7 +232,7 @@ void SingleInstance::settleAnew()
                 QStringLiteral("the runtime directory was cleared; other starts find us there again"));
         }
     }
-    restAfter(RateLimiter::processorTime() - before);
+    pauseAfter(RateLimiter::processorTime() - before);
 }
 
 void SingleInstance::receive()
@@ -241,7 +242,7 @@ void SingleInstance::receive()
     bool isAsked = false;
     for (int i = 0; i < mostAtOnce; ++i) {
         std::array<char, maximumTokenLength> buffer;
-        // The length that was sent, which may be more than was kept. Descriptors that came along are dropped by the kernel.
+        // The length that was sent, which may exceed the buffer. The kernel drops descriptors that are sent along.
         const ssize_t length = ::recv(m_socket.get(), buffer.data(), buffer.size(), MSG_TRUNC);
         if (length < 0)
             break;
@@ -254,30 +255,30 @@ void SingleInstance::receive()
         Q_EMIT raiseRequested(token);
 
     const bool isAftermath = std::chrono::steady_clock::now() - m_lastReceived < aftermath;
-    const auto from = std::exchange(m_booked, RateLimiter::processorTime());
+    const auto from = std::exchange(m_charged, RateLimiter::processorTime());
     m_lastReceived = std::chrono::steady_clock::now();
-    restAfter(m_booked - (isAftermath ? from : before));
+    pauseAfter(m_charged - (isAftermath ? from : before));
 }
 
-void SingleInstance::restAfter(RateLimiter::Duration cost)
+void SingleInstance::pauseAfter(RateLimiter::Duration cost)
 {
-    const auto owed = m_allowance.spend(cost + wakeUpCost, std::chrono::steady_clock::now());
-    if (owed == RateLimiter::Duration::zero())
+    const auto pause = m_limiter.charge(cost + wakeUpCost, std::chrono::steady_clock::now());
+    if (pause == RateLimiter::Duration::zero())
         return;
-    // The kernel keeps what comes meanwhile, and lets its senders wait.
-    const auto rest = std::chrono::ceil<std::chrono::milliseconds>(owed);
+    // Meanwhile the kernel queues requests, and makes senders wait.
     for (QSocketNotifier* notifier : { m_notifier.get(), m_knocks.get() }) {
         if (!notifier)
             continue;
         notifier->setEnabled(false);
-        QTimer::singleShot(rest, notifier, [notifier] { notifier->setEnabled(true); });
+        QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(pause), notifier,
+            [notifier] { notifier->setEnabled(true); });
     }
 }
 
 bool SingleInstance::raiseFirst(const QByteArray& activationToken)
 {
     const QDeadlineTimer deadline(patience);
-    while (!tell(isToken(activationToken) ? activationToken : QByteArray(), deadline)) {
+    while (!sendRequest(isToken(activationToken) ? activationToken : QByteArray(), deadline)) {
         take();
         if (m_isFirst)
             return true;
@@ -288,9 +289,9 @@ bool SingleInstance::raiseFirst(const QByteArray& activationToken)
     return true;
 }
 
-bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const
+bool SingleInstance::sendRequest(const QByteArray& activationToken, const QDeadlineTimer& deadline) const
 {
-    if (!m_directory->isValid())
+    if (!m_directory)
         return false;
     const QByteArray fileName = m_name + ".socket";
     const FileDescriptor file(
@@ -302,7 +303,7 @@ bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTime
     const sockaddr_un address = addressOf(pathOf(file.get()));
     const ssize_t sent = ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()),
         MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    // Full of requests that nobody has read yet: the first start is busy, and what it will do then is what we ask for.
+    // The socket is full of unread requests: the first process is busy, and will do what we ask for.
     if (sent < 0 && errno == EAGAIN)
         return isNameOf(m_directory->descriptor(), fileName, file.get())
             && isLocked(m_directory->descriptor(), m_name);
@@ -310,8 +311,8 @@ bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTime
         return false;
     while (hasUnread(socket.get())) {
         if (deadline.hasExpired())
-            return true; // It is busy, but there.
-        QThread::msleep(pauseOfReader);
+            return true; // it is busy but exists
+        QThread::msleep(readerPause);
     }
     return isNameOf(m_directory->descriptor(), fileName, file.get())
         && isLocked(m_directory->descriptor(), m_name);
@@ -319,10 +320,8 @@ bool SingleInstance::tell(const QByteArray& activationToken, const QDeadlineTime
 
 std::optional<bool> SingleInstance::isTaken(const QByteArray& name)
 {
-    const RuntimeDirectory& directory = RuntimeDirectory::shared();
-    if (!directory.isValid())
-        return std::nullopt;
-    return isLocked(directory.descriptor(), name);
+    const auto& directory = RuntimeDirectory::shared();
+    return directory ? std::optional(isLocked(directory->descriptor(), name)) : std::nullopt;
 }
 
 } // namespace kestrum

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/FileDescriptor.h"
@@ -14,37 +15,36 @@
 
 namespace kestrum {
 
-/// Holds a program's place as the only one of its name that the user runs. Processes meet in the private runtime
-/// directory; where there is none, every process is the first. That it is cleared meanwhile lets no second one in. The kernel gives the place back when the process ends,
-/// however it ends. May be made before the application object, so that a second start needs no display.
+/// Makes a program the only one of its name that the user runs. Processes meet in the private runtime directory; without one, every
+/// process is the first. The lock survives when the directory is cleared. The kernel releases it when the process ends, however it
+/// ends. May be made before the application object, so that a second start needs no display.
 class SingleInstance : public QObject {
     Q_OBJECT
 public:
-    /// What is longer, or not printable ASCII, is no token: the request then counts as one without.
+    /// A longer token, or one that is not printable ASCII, is dropped; the request is still made.
     static constexpr qsizetype maximumTokenLength = 1024;
 
     /// `name` is a plain file name, such as "Kestrum".
     explicit SingleInstance(const QByteArray& name, QObject* parent = nullptr);
     ~SingleInstance() override;
 
-    /// Whether any process has the place of that name; nothing where processes cannot meet.
+    /// Whether any process holds the lock of that name; nothing if processes cannot meet.
     static std::optional<bool> isTaken(const QByteArray& name);
 
-    /// Whether this process has the place.
+    /// Whether this process holds the lock.
     bool isFirst() const { return m_isFirst; }
 
-    /// Asks the process that has the place to come forward, with the activation token that the desktop gave us for that.
-    /// When that one ends instead of listening, this process takes the place, and `isFirst` says so. Waits up to a second for
-    /// one that has only just begun or is about to end. False when it could neither be told nor followed.
-    bool raiseFirst(const QByteArray& activationToken);
+    /// Asks the first process to come forward, with the activation token that the desktop gave us. If that process ends instead,
+    /// this process takes over the lock and `isFirst` becomes true. Waits up to a second for a process that is starting or
+    /// ending. False if the request could not be delivered and the lock could not be taken.
+    [[nodiscard]] bool raiseFirst(const QByteArray& activationToken);
 
-    /// Lets the next start be the first, for a process that comes forward no more. What nobody has heard yet is left for
-    /// those who asked, who then take the place.
-    void giveBack();
+    /// Releases the lock, for a process that is ending. Processes whose requests are unread then take it over.
+    void release();
 
 Q_SIGNALS:
-    /// Another start of the program wants this one to come forward; told once for several at once, and however many there are,
-    /// no more often than costs a small share of a core. The token may be empty.
+    /// Another start of the program asks this one to come forward. Emitted once for several requests at once, and rarely enough to
+    /// cost only a small share of a core. The token may be empty.
     void raiseRequested(const QByteArray& activationToken);
 
 private:
@@ -52,22 +52,22 @@ private:
     void openSocket();
     void listen();
     void receive();
-    void settleAnew();
-    /// Hears nobody for a while when a request cost more than there was left for it.
-    void restAfter(RateLimiter::Duration cost);
-    bool tell(const QByteArray& activationToken, const QDeadlineTimer& deadline) const;
+    void restoreFiles();
+    /// Reads no requests for a while if `cost` overdraws the limiter.
+    void pauseAfter(RateLimiter::Duration cost);
+    bool sendRequest(const QByteArray& activationToken, const QDeadlineTimer& deadline) const;
 
     QByteArray m_name;
     bool m_isFirst = false;
     FileDescriptor m_lock;
     FileDescriptor m_socket;
-    InstanceName m_place;
-    std::unique_ptr<RuntimeDirectory> m_directory;
+    InstanceName m_instanceName;
+    std::optional<RuntimeDirectory> m_directory;
     std::unique_ptr<QSocketNotifier> m_notifier;
     std::unique_ptr<QSocketNotifier> m_knocks;
-    RateLimiter m_allowance;
+    RateLimiter m_limiter;
     RateLimiter::Instant m_lastReceived;
-    RateLimiter::Duration m_booked {}; ///< processor time up to the last request
+    RateLimiter::Duration m_charged {}; ///< processor time up to the last request
 };
 
 } // namespace kestrum

@@ -1,14 +1,15 @@
-// A signal is the time stamp of a file. Every name has an empty file in a private directory of the user; to
-// post is to set its times (or to create it, the first time), to listen is to watch the directory. No daemon
-// is needed, the kernel merges what nobody has read yet, and a listener that is stuck holds up nobody.
+// SPDX-License-Identifier: MIT
+// A signal is the time stamp of a file. Every name has an empty file in a private directory of the user. A post sets the file's
+// times, or creates the file. A listener watches the directory. This needs no daemon, the kernel merges events that are not read
+// yet, and a listener that hangs blocks nobody.
 //
-// One post must be one event, or listeners would be told twice: a file is created by an open for reading,
-// whose close is of no interest to the watch.
+// One post must be one event, or listeners would be notified twice. So a file is created by an open for reading: the watch
+// ignores its close.
 //
-// An event is only a reason to look, for the kernel also tells of what is no post: a mode that was changed, a file that was
-// removed, a queue that ran over. A registration remembers the time that it saw last, and hears of another one only. So a
-// post sets the exact time: the kernel's own is that of its last tick, and two posts may fall into one. Times are compared
-// for inequality, since clocks are set back.
+// An event only means that something may have been posted. The kernel also reports changed modes, removed files and queue
+// overflows. So each registration stores the last time that it has seen, and is notified only of another one. The kernel's own
+// time is that of its last tick, in which two posts may fall. So a post sets the exact time. Times are compared for inequality,
+// because clocks are set back.
 
 #include "Platform/Signals/NotificationCentre.h"
 
@@ -28,7 +29,6 @@
 #include <map>
 #include <memory>
 #include <sys/stat.h>
-#include <unistd.h>
 #include <utility>
 
 namespace kestrum {
@@ -40,42 +40,38 @@ using NotificationCentre::Token;
 constexpr const char* signalsName = "signals";
 constexpr const char* pathBelowRoot = "kestrum/signals/";
 
-void sayThatSignalsStayWithin(const QString& reason)
+void warnLocalOnly(const Failure& failure)
 {
-    Log::warnOnce("signals", QStringLiteral("Signals stay within this program: %1").arg(reason));
+    Log::warnOnce("signals", QStringLiteral("Signals stay within this program: %1").arg(failure.text()));
 }
 
-// A signal's name is longer than its suite's, whose files need room for companions. So each suite that can be has signals.
+// A signal's name is longer than its suite's name, and signals have no companion files. So every valid suite has valid signals.
 std::optional<QByteArray> fileNameOf(const QString& name)
 {
     return FileName::encoded(name, {}, FileName::Room::none);
 }
 
-// When a signal was posted last, in nanoseconds since 1970; nothing when it never was.
+// When a signal was last posted, in nanoseconds since 1970; nothing if never.
 using PostTime = std::optional<qint64>;
+using SharedDirectory = std::shared_ptr<const RuntimeDirectory>;
 
-// The directory of the signals for those who post, from any thread. A `path` is relative to the directory above ours.
+// Posts signals and reads their times. Any thread. A `path` is relative to the directory above ours.
 class SignalWriter {
 public:
-    // Why the signal could not be left where others see it; empty when it was.
-    QString post(const QByteArray& path)
+    // Fails if other processes cannot see the signal.
+    Result<> post(const QByteArray& path)
     {
-        if (const auto known = m_root.load(); known && touch(known->rootDescriptor(), path))
+        if (const auto known = m_root.load(); known && touch(*known, path))
             return {};
-        // The first time, or the directory went away and has to be found or made again.
-        QString obstacle;
-        if (const auto opened = open(&obstacle)) {
-            if (touch(opened->rootDescriptor(), path))
-                return {};
-            const QString reason = qt_error_string(errno);
-            obstacle = QStringLiteral("%1/%2: %3")
-                           .arg(Log::escaped(opened->path()), QLatin1String(signalsName), reason);
-        }
-        sayThatSignalsStayWithin(obstacle);
-        return obstacle;
+        // The first post, or the directory went away and must be found or made again.
+        const auto root = open();
+        const Result<> posted = root ? touch(**root, path) : root.failure();
+        if (!posted)
+            warnLocalOnly(posted.failure());
+        return posted;
     }
 
-    // By the directory that was opened last, which the kernel's watch is of.
+    // Reads from the directory that was opened last, which is the one that is watched.
     PostTime lastPost(const QByteArray& path) const
     {
         const auto known = m_root.load();
@@ -85,35 +81,27 @@ public:
         return qint64(state.st_mtim.tv_sec) * 1'000'000'000 + state.st_mtim.tv_nsec;
     }
 
-    // Makes sure that the directory is there; null, with the reason in `obstacle`, when it cannot be.
-    std::shared_ptr<const RuntimeDirectory> open(QString* obstacle)
+    // Makes sure that the directory exists.
+    Result<SharedDirectory> open()
     {
-        QString reason = RuntimeDirectory::shared().reason();
-        if (reason.isEmpty()) {
-            const auto opened
-                = std::make_shared<const RuntimeDirectory>(RuntimeDirectory::shared().rootPath());
-            const int descriptor = opened->openSubdirectory(signalsName);
-            if (descriptor >= 0) {
-                ::close(descriptor);
-                m_root.store(opened);
-                return opened;
-            }
-            reason = opened->isValid() ? QStringLiteral("%1/%2 is not a directory of ours alone")
-                                             .arg(Log::escaped(opened->path()), QLatin1String(signalsName))
-                                       : opened->reason();
-        }
-        *obstacle = reason;
-        return nullptr;
+        auto opened = RuntimeDirectory::reopen();
+        if (!opened)
+            return opened.failure();
+        if (!opened->openSubdirectory(signalsName))
+            return Failure::withReason(QStringLiteral("%1/%2 is not a directory of ours alone")
+                                           .arg(Log::escaped(opened->path()), QLatin1String(signalsName)));
+        const auto root = std::make_shared<const RuntimeDirectory>(std::move(*opened));
+        m_root.store(root);
+        return root;
     }
 
-    // As `open`, with the reason said once.
-    std::shared_ptr<const RuntimeDirectory> openOrSay()
+    // As `open`; null, with one line in the log, if it fails.
+    SharedDirectory openOrWarn()
     {
-        QString obstacle;
-        auto opened = open(&obstacle);
-        if (!opened)
-            sayThatSignalsStayWithin(obstacle);
-        return opened;
+        const auto root = open();
+        if (!root)
+            warnLocalOnly(root.failure());
+        return root ? *root : nullptr;
     }
 
 private:
@@ -125,41 +113,41 @@ private:
         return ::utimensat(root, path.constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
     }
 
-    static bool touch(int root, const QByteArray& path)
+    static Result<> touch(const RuntimeDirectory& directory, const QByteArray& path)
     {
+        const int root = directory.rootDescriptor();
         if (setTimes(root, path))
-            return true;
-        const int descriptor = ::openat(
-            root, path.constData(), O_RDONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR);
-        if (descriptor >= 0) {
-            ::close(descriptor);
-            return true;
-        }
-        // Another poster came first.
-        return errno == EEXIST && setTimes(root, path);
+            return {};
+        const FileDescriptor made(::openat(
+            root, path.constData(), O_RDONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
+        // EEXIST: another process has made it meanwhile.
+        if (made.isValid() || (errno == EEXIST && setTimes(root, path)))
+            return {};
+        return Failure::withReason(qt_error_string(errno))
+            .about(Log::escaped(directory.path()) + u'/' + QLatin1String(signalsName));
     }
 
-    std::atomic<std::shared_ptr<const RuntimeDirectory>> m_root;
+    std::atomic<SharedDirectory> m_root;
 };
 
-SignalWriter& postbox()
+SignalWriter& signalWriter()
 {
-    // Never destroyed: other threads may still post while the process ends.
-    static auto* const box = new SignalWriter;
-    return *box;
+    // Never destroyed: other threads can post while the process ends.
+    static auto* const writer = new SignalWriter;
+    return *writer;
 }
 
-// The registrations of this process. Main thread only, but for `newest` and `isDeaf`.
+// The registrations of this process. Main thread only, except `newest` and `isUnwatched`.
 class SignalRegistry {
 public:
     Token add(const QByteArray& fileName, std::function<void()> handler)
     {
         if (!m_watch)
-            listen();
+            startWatch();
         const Token token = ++m_newest;
-        // What was posted so far is seen, and so is told to the earlier ones only.
+        // Earlier posts count as seen: only earlier registrations are notified of them.
         m_registrations.emplace(token,
-            Registration { fileName, postbox().lastPost(pathBelowRoot + fileName),
+            Registration { fileName, signalWriter().lastPost(pathBelowRoot + fileName),
                 std::make_shared<const std::function<void()>>(std::move(handler)) });
         return token;
     }
@@ -169,67 +157,68 @@ public:
         m_registrations.erase(token);
         if (m_registrations.empty()) {
             m_watch.reset();
-            m_isDeaf = false;
+            m_isUnwatched = false;
         }
     }
 
-    // Whether there are registrations that the kernel tells nothing. Any thread.
-    bool isDeaf() const { return m_isDeaf; }
+    // Whether there are registrations but no watch, because the directory could not be opened. Any thread.
+    bool isUnwatched() const { return m_isUnwatched; }
 
-    // The last token given out: a post concerns no later ones. Any thread.
+    // The last token. A post concerns no later registrations. Any thread.
     Token newest() const { return m_newest; }
 
-    // A post that others cannot see, or that we cannot. Concerns the registrations up to `newest`.
-    void hearWithin(const QByteArray& fileName, Token newest)
+    // Delivers a post of this process that cannot be written, or cannot be watched, to the registrations up to `newest`.
+    void deliverLocally(const QByteArray& fileName, Token newest)
     {
         deliver(newest, [&fileName](const Registration& one) { return one.fileName == fileName; });
-        // The directory that could not be opened when the first registration was made may be there by now.
-        if (m_isDeaf && !m_registrations.empty())
-            listen();
+        // The directory may have come since the first registration.
+        if (m_isUnwatched && !m_registrations.empty())
+            startWatch();
     }
 
 private:
     struct Registration {
         QByteArray fileName;
-        PostTime seen; // kept where the file is gone, as it may come back as it was
-        std::shared_ptr<const std::function<void()>> handler; // lives on while it runs
+        PostTime lastSeen; // stays if the file is removed, because it may come back unchanged
+        std::shared_ptr<const std::function<void()>>
+            handler; // shared, so that it can remove itself while it runs
     };
 
-    void listen()
+    void startWatch()
     {
-        const auto root = postbox().openOrSay();
-        m_isDeaf = !root;
+        const auto root = signalWriter().openOrWarn();
+        m_isUnwatched = !root;
         if (!root)
             return;
         m_watch
             = std::make_unique<DirectoryWatch>(root->path() + QLatin1Char('/') + QLatin1String(signalsName),
-                DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { hear(entry); });
-        // Of those who were deaf.
+                DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { handleChange(entry); });
+        // For registrations that had no watch before.
         for (auto& [token, registration] : m_registrations)
-            registration.seen = postbox().lastPost(pathBelowRoot + registration.fileName);
+            registration.lastSeen = signalWriter().lastPost(pathBelowRoot + registration.fileName);
     }
 
-    void hear(const QByteArray& entry)
+    void handleChange(const QByteArray& entry)
     {
         QByteArrayList names { entry };
         names += m_watch->takePending();
         const bool isAnything = names.contains(QByteArray());
-        // The directory may be another one. It is made where it is missing, so that the next post is an event of its own again.
-        if (isAnything && !postbox().openOrSay())
+        // The directory may be another one. If it is missing it is made, so that the next post is an event again.
+        if (isAnything && !signalWriter().openOrWarn())
             return;
-        QHash<QByteArray, PostTime> times; // one look for all registrations of a name
+        QHash<QByteArray, PostTime> times; // read once for all registrations of a name
         deliver(m_newest, [&](Registration& one) {
             if (!isAnything && !names.contains(one.fileName))
                 return false;
             auto time = times.constFind(one.fileName);
             if (time == times.constEnd())
-                time = times.insert(one.fileName, postbox().lastPost(pathBelowRoot + one.fileName));
-            return *time && std::exchange(one.seen, *time) != *time;
+                time = times.insert(one.fileName, signalWriter().lastPost(pathBelowRoot + one.fileName));
+            return *time && std::exchange(one.lastSeen, *time) != *time;
         });
     }
 
-    // Runs the handlers that a post `concerns` among the registrations up to `newest`, in the order of registration. A
-    // handler may end any registration, its own too, or begin new ones.
+    // Runs the handlers of the registrations up to `newest` that a post `concerns`, in the order of registration. A handler may
+    // remove any registration, also its own, and add new ones.
     template <class Concerns> void deliver(Token newest, Concerns concerns)
     {
         for (auto at = m_registrations.begin(); at != m_registrations.end() && at->first <= newest;) {
@@ -244,21 +233,21 @@ private:
 
     std::map<Token, Registration> m_registrations;
     std::atomic<Token> m_newest = 0;
-    std::atomic<bool> m_isDeaf = false;
+    std::atomic<bool> m_isUnwatched = false;
     std::unique_ptr<DirectoryWatch> m_watch;
 };
 
 SignalRegistry& signalRegistry()
 {
-    static auto* const registrations = new SignalRegistry;
-    return *registrations;
+    static auto* const registry = new SignalRegistry;
+    return *registry;
 }
 
 } // namespace
 
 QString NotificationCentre::post(const QString& name)
 {
-    // A program posts the same few names again and again, so the last one's path is kept.
+    // A program posts the same few names again and again, so the last path is cached.
     thread_local QString lastName;
     thread_local QByteArray lastPath;
     if (name != lastName || lastPath.isEmpty()) {
@@ -268,22 +257,22 @@ QString NotificationCentre::post(const QString& name)
     }
     if (lastPath.isEmpty())
         return QStringLiteral("\"%1\" makes no name of a file").arg(Log::escaped(name));
-    const QString obstacle = postbox().post(lastPath);
-    if ((!obstacle.isEmpty() || signalRegistry().isDeaf()) && QCoreApplication::instance()) {
+    const Result<> posted = signalWriter().post(lastPath);
+    if ((!posted || signalRegistry().isUnwatched()) && QCoreApplication::instance()) {
         const QByteArray fileName = lastPath.mid(qsizetype(qstrlen(pathBelowRoot)));
         QMetaObject::invokeMethod(
             QCoreApplication::instance(),
-            [fileName, newest = signalRegistry().newest()] { signalRegistry().hearWithin(fileName, newest); },
+            [fileName, newest = signalRegistry().newest()] {
+                signalRegistry().deliverLocally(fileName, newest);
+            },
             Qt::QueuedConnection);
     }
-    return obstacle;
+    return posted.failureText();
 }
 
 QString NotificationCentre::obstacle()
 {
-    QString reason;
-    postbox().open(&reason);
-    return reason;
+    return signalWriter().open().failureText();
 }
 
 std::optional<Token> NotificationCentre::registerDispatch(const QString& name, std::function<void()> handler)
@@ -297,9 +286,9 @@ std::optional<Token> NotificationCentre::registerDispatch(const QString& name, s
 std::optional<double> NotificationCentre::lastPost(const QString& name)
 {
     const std::optional<QByteArray> fileName = fileNameOf(name);
-    if (!fileName || !postbox().openOrSay())
+    if (!fileName || !signalWriter().openOrWarn())
         return std::nullopt;
-    const PostTime time = postbox().lastPost(pathBelowRoot + *fileName);
+    const PostTime time = signalWriter().lastPost(pathBelowRoot + *fileName);
     return time ? std::optional(double(*time) / 1e9) : std::nullopt;
 }
 

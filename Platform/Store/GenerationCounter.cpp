@@ -1,6 +1,7 @@
-// Reading a page of memory whose file has been cut off ends the process by SIGBUS, and nothing that could be asked before says
-// so without a system call, or for longer than a moment. So that signal is taken: the file gets its page again, and the program
-// goes on with the instruction that failed. A signal for another reason has the effect that it would have had without us.
+// SPDX-License-Identifier: MIT
+// If somebody truncates the file of a mapped page, the next access ends the process by SIGBUS. A check before each access would need
+// a system call, and would hold only for a moment. So the signal is handled: the file gets its page again, and the program repeats
+// the instruction. A SIGBUS for another reason has its usual effect.
 
 #include "Platform/Store/GenerationCounter.h"
 
@@ -29,9 +30,8 @@ size_t pageSize()
     return size;
 }
 
-// Touching a page that has no memory behind it (a file that is too short, a full tmpfs) is the fault described above, so the page
-// is really allocated before it is mapped.
-bool hasPage(int file)
+// Allocates the page before it is mapped: access to a page without memory (a short file, a full tmpfs) raises SIGBUS.
+bool allocatePage(int file)
 {
     return ::posix_fallocate(file, 0, off_t(pageSize())) == 0;
 }
@@ -45,7 +45,7 @@ bool isPrivateFile(int file)
 
 } // namespace
 
-/// The counters whose pages are mapped, and what is done at the signal: only what a handler of signals may do.
+/// The mapped counters, and the signal handler, which makes only async-signal-safe calls.
 struct GenerationCounter::Repair {
     static inline std::array<std::atomic<GenerationCounter*>, 64> counters;
     static inline struct sigaction previous;
@@ -61,7 +61,7 @@ struct GenerationCounter::Repair {
         }();
     }
 
-    /// Puts `now` in a place where `before` stands; false when there is none.
+    /// Replaces an entry `before` by `now`. False if there is no such entry.
     static bool exchange(GenerationCounter* before, GenerationCounter* now)
     {
         return std::any_of(counters.begin(), counters.end(), [=](auto& counter) {
@@ -76,12 +76,12 @@ struct GenerationCounter::Repair {
         const bool isFault = info->si_code > 0;
         for (auto& entry : counters) {
             const auto* counter = entry.load();
-            if (isFault && counter && counter->holds(info->si_addr) && counter->mend()) {
+            if (isFault && counter && counter->holds(info->si_addr) && counter->restorePage()) {
                 errno = error;
                 return;
             }
         }
-        // A fault comes again by itself.
+        // A fault is raised again by its instruction.
         ::sigaction(signal, &previous, nullptr);
         if (!isFault)
             ::raise(signal);
@@ -94,23 +94,22 @@ bool GenerationCounter::holds(const void* address) const
     return address >= page && address < page + pageSize();
 }
 
-bool GenerationCounter::mend() const
+bool GenerationCounter::restorePage() const
 {
-    if (hasPage(m_file.get())) {
-        begin();
+    if (allocatePage(m_file.get())) {
+        initialize();
         return true;
     }
     constexpr int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
     if (::mmap(m_page, pageSize(), PROT_READ | PROT_WRITE, flags, -1, 0) == MAP_FAILED)
         return false;
-    begin();
+    initialize();
     m_page->isOwn = 1;
     return true;
 }
 
-/// A page of memory is 0 at first, and that may be what a reader saw last. The time since the machine's start, in ns, is a number
-/// that no counter can have had before.
-void GenerationCounter::begin() const
+/// A new page is 0, which a reader may have seen before. No counter can have had the time since boot in ns.
+void GenerationCounter::initialize() const
 {
     struct timespec now { };
     ::clock_gettime(CLOCK_BOOTTIME, &now);
@@ -122,13 +121,13 @@ void GenerationCounter::begin() const
 
 std::unique_ptr<GenerationCounter> GenerationCounter::open(const QString& name)
 {
-    const RuntimeDirectory& directory = RuntimeDirectory::shared();
+    const auto& directory = RuntimeDirectory::shared();
     const std::optional<QByteArray> fileName = FileName::encoded(name, suffix);
-    if (!directory.isValid() || !fileName)
+    if (!directory || !fileName)
         return nullptr;
-    FileDescriptor file(::openat(directory.descriptor(), fileName->constData(),
+    FileDescriptor file(::openat(directory->descriptor(), fileName->constData(),
         O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR));
-    if (!file.isValid() || !isPrivateFile(file.get()) || !hasPage(file.get()))
+    if (!file.isValid() || !isPrivateFile(file.get()) || !allocatePage(file.get()))
         return nullptr;
     void* page = ::mmap(nullptr, pageSize(), PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     if (page == MAP_FAILED)
@@ -136,7 +135,7 @@ std::unique_ptr<GenerationCounter> GenerationCounter::open(const QString& name)
     std::unique_ptr<GenerationCounter> counter(
         new GenerationCounter(static_cast<Page*>(page), std::move(file)));
     Repair::install();
-    counter->begin();
+    counter->initialize();
     return Repair::exchange(nullptr, counter.get()) ? std::move(counter) : nullptr;
 }
 

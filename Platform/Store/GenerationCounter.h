@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/FileDescriptor.h"
@@ -8,13 +9,12 @@
 
 namespace kestrum {
 
-/// A number that all processes of a user share under a name, kept in a memory-mapped page of the runtime
-/// directory. A writer of shared data adds one after each change; a reader that sees the same number as at
-/// its last look knows, without a system call, that nothing changed. When somebody cuts the page's file off, it is
-/// made anew, and begins at a number that it never had.
+/// A number that all processes of a user share under a name, in a memory-mapped page of the runtime directory. A writer of shared
+/// data adds one after each change. A reader that sees the same number as before knows, without a system call, that nothing
+/// changed. If the page's file is truncated, the page is made again with a number that it never had.
 class GenerationCounter {
 public:
-    /// Null when there is no runtime directory or the page cannot be mapped.
+    /// Null if there is no runtime directory or the page cannot be mapped.
     static std::unique_ptr<GenerationCounter> open(const QString& name);
     ~GenerationCounter();
     GenerationCounter(const GenerationCounter&) = delete;
@@ -23,8 +23,7 @@ public:
     quint64 value() const { return __atomic_load_n(&m_page->value, __ATOMIC_ACQUIRE); }
     void advance() { __atomic_add_fetch(&m_page->value, 1, __ATOMIC_ACQ_REL); }
 
-    /// False from the moment on at which the page was cut off and could not be made anew: then the number tells nothing of
-    /// other processes any more.
+    /// False after the page was lost and could not be made again. Then the number says nothing of other processes.
     bool isShared() const { return __atomic_load_n(&m_page->isOwn, __ATOMIC_ACQUIRE) == 0; }
 
 private:
@@ -40,10 +39,10 @@ private:
     {
     }
 
-    void begin() const;
+    void initialize() const;
     bool holds(const void* address) const;
-    /// Gives the page memory again; false when not even that of our own can be had.
-    bool mend() const;
+    /// Gives the page memory again, private memory if the file has none. False if both fail.
+    bool restorePage() const;
 
     Page* m_page;
     FileDescriptor m_file;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Store/GlobalDomain.h"
 
 #include <QByteArray>
@@ -5,8 +6,8 @@
 #include <algorithm>
 #include <initializer_list>
 
-// Locale names are "language[_REGION][.encoding][@modifier]", such as "sr_RS.UTF-8@latin". They come from the
-// environment, so they may be anything; what is not understood is passed over.
+// Locale names are "language[_REGION][.encoding][@modifier]", such as "sr_RS.UTF-8@latin". They come from the environment and may be
+// anything; invalid ones are skipped.
 
 namespace kestrum {
 namespace {
@@ -17,7 +18,7 @@ struct LocaleName {
     QByteArray region;
 };
 
-// Far more than anybody reads; keeps a hostile variable cheap.
+// Far more than anybody reads. Limits the cost of a hostile variable.
 constexpr int maximumLanguages = 32;
 
 bool consistsOf(const QByteArray& text, bool (*accepts)(char))
@@ -78,7 +79,7 @@ LocaleName parsed(const QByteArray& name)
     if (!isLanguage(parts.constFirst()))
         return {};
     result.language = parts.takeFirst().toLower();
-    // Not in the C library's names, but in those that people write: "zh_Hans_CN".
+    // The C library's names have no script, but people write "zh_Hans_CN".
     if (!parts.isEmpty() && isScript(parts.constFirst())) {
         const QByteArray script = parts.takeFirst().toLower();
         result.script = script.left(1).toUpper() + script.mid(1);
@@ -95,7 +96,7 @@ bool namesNoLanguage(const QByteArray& name)
     return base.isEmpty() || base == "C" || base == "POSIX";
 }
 
-// The first of `variables` that is set to anything.
+// The value of the first of `variables` that is not empty.
 QByteArray firstSet(std::initializer_list<const char*> variables)
 {
     for (const char* variable : variables) {
@@ -116,7 +117,7 @@ QStringList codesOf(const QByteArray& list)
     for (const QByteArray& name : list.split(':')) {
         if (name.isEmpty())
             continue;
-        // In the list "C" means: no translation rather than one of those that follow.
+        // "C" ends the list: the user prefers no translation to the languages after it.
         if (namesNoLanguage(name) || result.size() == maximumLanguages)
             break;
         const LocaleName locale = parsed(name);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Store/LayeredSettings.h"
 
 #include <initializer_list>
@@ -59,7 +60,7 @@ void LayeredSettings::rebuild()
     for (const QJsonObject* layer : { &m_stored, &m_administered, &m_registered }) {
         for (auto member = layer->begin(); member != layer->end(); ++member) {
             const QJsonValue value = member.value();
-            // The first layer that has the key keeps it.
+            // Leaves the entry of a higher layer as it is.
             m_inEffect.try_emplace(member.key().toStdString(),
                 Entry { value, value.type(), value.toBool(), value.toDouble(), value.toString() });
         }

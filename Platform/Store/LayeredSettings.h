@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QJsonObject>
@@ -10,11 +11,11 @@
 
 namespace kestrum {
 
-/// Three layers of values, each hiding the ones below: stored, the administrator's, registered. A look-up
-/// costs some nanoseconds, a change of a layer builds the table of what is in effect anew.
+/// Three layers of values, each hiding the ones below: stored, the administrator's, registered. A look-up takes some nanoseconds. A
+/// change of a layer rebuilds the table of effective values.
 class LayeredSettings {
 public:
-    /// A value in effect, taken apart beforehand so that a typed read has nothing to do.
+    /// An effective value, with its typed forms cached.
     struct Entry {
         QJsonValue value;
         QJsonValue::Type type;
@@ -23,7 +24,7 @@ public:
         QString text;
     };
 
-    /// What is in effect under `key` (UTF-8); null when no layer has it. Stands until a layer changes.
+    /// The effective value of `key` (UTF-8); null if no layer has it. Valid until a layer changes.
     const Entry* find(std::string_view key) const
     {
         const auto found = m_inEffect.find(key);
@@ -31,11 +32,11 @@ public:
     }
 
     const QJsonObject& stored() const { return m_stored; }
-    /// All keys of all layers, each with its value in effect. Builds a new object.
+    /// All keys of all layers, each with its effective value. Builds a new object.
     QJsonObject inEffect() const;
 
-    /// The first two replace what the layer held; registered values are added to it. `setStored` gives the keys whose value
-    /// in effect changed by it, in no order.
+    /// The first two replace a layer; the last one adds to a layer. `setStored` gives the keys whose effective value changed, in
+    /// no order.
     QStringList setStored(const QJsonObject& values);
     void setAdministered(const QJsonObject& values);
     void addRegistered(const QJsonObject& values);

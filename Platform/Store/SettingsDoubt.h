@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Store/SettingsFile.h"
@@ -6,16 +7,16 @@
 
 namespace kestrum {
 
-/// What a reader who keeps the values of a settings file believes of what becomes of it. Programs that save the file in several
-/// steps leave it away, blank or half written for a moment; what was known before stands meanwhile.
+/// Decides whether a reader that holds values of a settings file accepts a new state of the file. Programs that save in several
+/// steps leave the file absent, blank or half written for a moment. Meanwhile the old values count.
 class SettingsDoubt {
 public:
     bool isOpen() const { return m_isOpen; }
 
-    /// Whether `content` is not to be believed yet. It is in the end, if it stays: then this has to be asked again.
-    bool concerns(const SettingsFile::Content& content);
+    /// Whether `content` must not be accepted yet. Ask again later: it is accepted if it stays.
+    bool concerns(const Result<SettingsFile::Content>& content);
 
-    /// `content` is what is known now.
+    /// `content` was accepted.
     void settle(const SettingsFile::Content& content);
 
 private:

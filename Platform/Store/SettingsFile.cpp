@@ -1,12 +1,13 @@
-// How a save goes, and why nothing is lost whatever happens in between:
-//   1. follow the symbolic links, for people keep their settings files elsewhere and link them;
-//   2. take the lock beside the file itself, which every link to it leads to, so that nobody else's save falls between
-//      our reading and our writing; and look whether the links still lead there;
-//   3. read what is there now, and wait a moment where somebody else is in the midst of saving it; what cannot be read is
-//      never written over;
-//   4. merge, and stop when that changes nothing;
-//   5. to 7. replace the file (see AtomicFile), with the copy of a damaged one made before.
-// The lock ends with the descriptor, on every way out.
+// SPDX-License-Identifier: MIT
+// The steps of a save. No step loses settings, wherever it is interrupted:
+//   1. Follow the symbolic links: people keep their settings files elsewhere and link them.
+//   2. Lock beside the file itself, so that all links to it lead to one lock. Then check whether the links still lead there.
+//   3. Read the file. If another program is saving it, wait a moment. An unreadable file is never replaced.
+//   4. Merge the changes.
+//   5. Copy a damaged file.
+//   6. Replace the file, unless the merge changed nothing (see AtomicFile).
+//   7. Flush the directory.
+// The lock ends with its descriptor, on every return.
 
 #include "Platform/Store/SettingsFile.h"
 
@@ -41,30 +42,12 @@ SettingsFile::Identity identityOf(const struct stat& state)
         nanoseconds(state.st_ctim) };
 }
 
-SettingsFile::Trouble troubleOf(int error)
-{
-    using Trouble = SettingsFile::Trouble;
-    switch (error) {
-    case ENOSPC:
-    case EDQUOT:
-        return Trouble::diskFull;
-    case EACCES:
-    case EPERM:
-    case EROFS:
-        return Trouble::notAllowed;
-    case ETIMEDOUT:
-        return Trouble::busy;
-    default:
-        return Trouble::other;
-    }
-}
-
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-// A file may be written once more within the tick of its last time stamp. Ticks are 10 ms at most.
+// A second write within the same tick leaves the time stamp as it is. Ticks are 10 ms at most.
 constexpr std::chrono::nanoseconds twoTicks = 20ms;
-// File systems of the network may say of any file that it is open, so that counts only for so long after a write.
+// Network file systems may report any file as open, so this counts only for some time after a write.
 constexpr std::chrono::nanoseconds longestWriting = 10s;
 constexpr Clock::duration longestWaitForWriter = 1s;
 constexpr Clock::duration pauseBetweenReadings = 5ms;
@@ -95,21 +78,20 @@ QByteArray lockOf(const QByteArray& path)
     return path + ".lock";
 }
 
-/// The folder because of which root has no business there: what root leaves in a user's home, its user can neither read nor
-/// remove. Nothing when there is none.
-std::optional<QByteArray> folderOfAnother(const QByteArray& path)
+/// A directory on the way to `path` that belongs to another user. Files of root's in it could not be read by that user.
+std::optional<QByteArray> foreignDirectory(const QByteArray& path)
 {
     struct stat state;
     const QByteArray home = QFile::encodeName(QDir::homePath());
     if (path.startsWith(home + '/') && ::stat(home.constData(), &state) == 0 && state.st_uid != ::geteuid())
         return home;
-    QByteArray folder = FilePath::of(path).directory;
-    while (::stat(folder.constData(), &state) != 0) {
-        if (folder == "/")
-            return std::nullopt; // whatever is wrong there shows in the next step
-        folder = FilePath::of(folder).directory;
+    QByteArray directory = FilePath::split(path).directory;
+    while (::stat(directory.constData(), &state) != 0) {
+        if (directory == "/")
+            return std::nullopt; // the next step fails and says why
+        directory = FilePath::split(directory).directory;
     }
-    return state.st_uid != ::geteuid() ? std::optional(folder) : std::nullopt;
+    return state.st_uid != ::geteuid() ? std::optional(directory) : std::nullopt;
 }
 
 } // namespace
@@ -137,18 +119,35 @@ SettingsFile::SettingsFile(const QString& path, Owner owner)
 {
 }
 
-QString SettingsFile::targetPath() const
+SettingsFile::Trouble SettingsFile::troubleOf(const Failure& failure)
 {
-    return trail().constLast();
+    switch (failure.error) {
+    case ENOSPC:
+    case EDQUOT:
+        return Trouble::diskFull;
+    case EACCES:
+    case EPERM:
+    case EROFS:
+        return Trouble::notAllowed;
+    case ETIMEDOUT:
+        return Trouble::busy;
+    default:
+        return Trouble::other;
+    }
 }
 
-QStringList SettingsFile::trail() const
+QString SettingsFile::targetPath() const
 {
-    QStringList paths;
-    const QByteArrayList places = FilePath::wayTo(QFile::encodeName(m_path));
-    for (const QByteArray& place : places)
-        paths.append(QFile::decodeName(place));
-    return paths;
+    return linkChain().constLast();
+}
+
+QStringList SettingsFile::linkChain() const
+{
+    QStringList chain;
+    const QByteArrayList paths = FilePath::linkChain(QFile::encodeName(m_path));
+    for (const QByteArray& path : paths)
+        chain.append(QFile::decodeName(path));
+    return chain;
 }
 
 SettingsFile::Identity SettingsFile::identity() const
@@ -159,88 +158,89 @@ SettingsFile::Identity SettingsFile::identity() const
     return identityOf(state);
 }
 
-SettingsFile::Content SettingsFile::read() const
+Result<SettingsFile::Content> SettingsFile::read() const
 {
-    return readAt(AT_FDCWD, QFile::encodeName(m_path), 0).content;
+    const auto reading = readAt(AT_FDCWD, QFile::encodeName(m_path), 0);
+    return reading ? Result(reading->content) : reading.failure();
 }
 
-QString SettingsFile::told(const char* step, const QString& reason) const
-{
-    return QStringLiteral("%1: cannot %2: %3").arg(m_path, QString::fromLatin1(step), reason);
-}
-
-SettingsFile::Reading SettingsFile::readAt(int directory, const QByteArray& name, int flags) const
+Result<SettingsFile::Reading> SettingsFile::readAt(int directory, const QByteArray& name, int flags) const
 {
     constexpr int attempts = 5;
-    Reading reading;
-    const auto refused = [&](const QString& reason, Trouble trouble = Trouble::other) {
-        reading.content.error = told("read", reason);
-        reading.content.trouble = trouble;
-        return reading;
+    const auto refused = [this](const QString& reason, int error = 0) {
+        return Failure { QStringLiteral("read"), reason, error, m_path };
     };
-    const auto failed = [&refused](int error) { return refused(qt_error_string(error), troubleOf(error)); };
+    const auto failed = [this](int error = errno) { return Failure::fromErrno("read", error).about(m_path); };
     for (int attempt = 0; attempt < attempts; ++attempt) {
-        reading = {};
-        // Not blocking: there may be a pipe.
+        Reading reading;
+        Content& content = reading.content;
+        // Non-blocking: it may be a pipe.
         FileDescriptor file(
             ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
-        if (!file.isValid())
-            return errno == ENOENT ? reading : failed(errno);
-        if (::fstat(file.get(), &reading.state) != 0)
-            return failed(errno);
-        reading.content.identity = identityOf(reading.state);
+        if (!file.isValid() && errno == ENOENT)
+            return reading;
+        if (!file.isValid() || ::fstat(file.get(), &reading.state) != 0)
+            return failed();
+        content.identity = identityOf(reading.state);
+        if (S_ISDIR(reading.state.st_mode))
+            return failed(EISDIR);
         if (!S_ISREG(reading.state.st_mode))
-            return refused(S_ISDIR(reading.state.st_mode) ? qt_error_string(EISDIR)
-                                                          : QStringLiteral("Not a regular file"));
+            return refused(QStringLiteral("Not a regular file"));
         if (m_owner == Owner::ourselves && reading.state.st_uid != ::geteuid())
-            return refused(QStringLiteral("It belongs to another user"), Trouble::notAllowed);
+            return refused(QStringLiteral("It belongs to another user"), EPERM);
 
-        const auto bytes = FilePath::bytesOf(file.get(), SettingsText::maximumBytes);
+        const auto bytes = FilePath::readAll(file.get(), SettingsText::maximumBytes);
         if (!bytes)
-            return failed(errno);
+            return bytes.failure().about(m_path);
         struct stat after;
         if (::fstat(file.get(), &after) != 0)
-            return failed(errno);
-        if (identityOf(after) != reading.content.identity)
+            return failed();
+        if (identityOf(after) != content.identity)
             continue;
 
-        SettingsText::Parsed parsed = SettingsText::parsed(*bytes);
+        const SettingsText::Parsed parsed = SettingsText::parsed(*bytes);
         reading.bytes = *bytes;
-        reading.content.values = parsed.values;
-        reading.content.damage = parsed.damage;
-        reading.content.isFresh = isWithin(twoTicks, reading.state.st_ctim);
+        content.values = parsed.values;
+        content.damage = parsed.damage;
+        content.isFresh = isWithin(twoTicks, reading.state.st_ctim);
         const bool isWhole = parsed.damage.isEmpty() && !bytes->trimmed().isEmpty();
         if (!isWhole && m_owner == Owner::ourselves)
-            reading.content.doubt = doubtAbout(file.get(), reading.state);
-        if (!parsed.damage.isEmpty() && reading.content.doubt != Doubt::open)
+            content.doubt = doubtAbout(file.get(), reading.state);
+        if (!parsed.damage.isEmpty() && content.doubt != Doubt::open)
             Log::warnOnce(
                 logArea, QStringLiteral("%1 is damaged: %2").arg(Log::escaped(m_path), parsed.damage));
         return reading;
     }
-    return refused(QStringLiteral("It is being written all the time"), Trouble::busy);
+    return refused(QStringLiteral("It is being written all the time"), ETIMEDOUT);
 }
 
-SettingsFile::Content SettingsFile::readFirst() const
+Result<SettingsFile::Content> SettingsFile::readFirst() const
 {
-    const FilePath::Place target = FilePath::of(FilePath::wayTo(QFile::encodeName(m_path)).constLast());
-    const FileDescriptor directory = FilePath::openedDirectory(target.directory);
+    const FilePath::Parts target
+        = FilePath::split(FilePath::linkChain(QFile::encodeName(m_path)).constLast());
+    const auto directory = FilePath::openDirectory(target.directory);
+    if (!directory)
+        return read();
     const QByteArray lock = lockOf(target.name);
-    const bool wasSaved = directory.isValid() && ::faccessat(directory.get(), lock.constData(), F_OK, 0) == 0;
-    return directory.isValid() ? readSettled(directory.get(), target.name, wasSaved, true).content : read();
+    const bool wasSaved = ::faccessat(directory->get(), lock.constData(), F_OK, 0) == 0;
+    const auto reading = readSettled(directory->get(), target.name, wasSaved, true);
+    return reading ? Result(reading->content) : reading.failure();
 }
 
-/// Reads until there is no doubt, or waiting has not removed it. A file that `wasSaved` at some time is waited for when its
-/// directory has changed just now; one that is not whole unless it `mayBeHalf`, except where it is open.
-SettingsFile::Reading SettingsFile::readSettled(
+/// Reads until no program seems to be saving the file, or until the wait has taken long enough. A file that is absent is waited
+/// for if it `wasSaved` before and its directory has just changed. A blank or damaged file is waited for while it is open, and
+/// unless it `mayBeHalf` also while it is new.
+Result<SettingsFile::Reading> SettingsFile::readSettled(
     int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const
 {
     const auto start = Clock::now();
     for (;;) {
-        Reading reading = readAt(directory, name, O_NOFOLLOW);
-        const bool isAway = reading.content.error.isEmpty() && !reading.exists();
-        const bool isOpen = reading.content.doubt == Doubt::open;
-        const bool isPassing = (isAway && wasSaved && hasChangedJustNow(directory))
-            || (reading.content.doubt == Doubt::passing && !mayBeHalf);
+        auto reading = readAt(directory, name, O_NOFOLLOW);
+        if (!reading)
+            return reading;
+        const bool isOpen = reading->content.doubt == Doubt::open;
+        const bool isPassing = (!reading->exists() && wasSaved && hasChangedJustNow(directory))
+            || (reading->content.doubt == Doubt::passing && !mayBeHalf);
         const Clock::duration patience = isOpen ? longestWaitForWriter
             : isPassing                         ? Clock::duration(believedAfter)
                                                 : Clock::duration(0);
@@ -252,100 +252,80 @@ SettingsFile::Reading SettingsFile::readSettled(
 
 SettingsFile::Saved SettingsFile::save(const Changes& changes) const
 {
-    Saved saved;
-    const auto failed = [&](const char* step, int error) {
-        saved.error = told(step, qt_error_string(error));
-        saved.trouble = troubleOf(error);
-        return saved;
+    const auto refused = [this](const char* step, const QString& reason, int error = 0) {
+        return Failure { QString::fromLatin1(step), reason, error, m_path };
     };
-
     for (auto change = changes.values.begin(); change != changes.values.end(); ++change) {
-        if (!SettingsText::isStorable(change.value())) {
-            saved.error
-                = told(logArea, QStringLiteral("%1 has a value that no text can hold").arg(change.key()));
-            saved.trouble = Trouble::other;
-            return saved;
-        }
+        if (!SettingsText::isStorable(change.value()))
+            return refused("store", QStringLiteral("%1 has a value that no text can hold").arg(change.key()));
     }
 
     const QByteArray path = QFile::encodeName(m_path);
-    QByteArray targetPath = FilePath::wayTo(path).constLast();
-    if (const auto folder = isSuperuser() ? folderOfAnother(targetPath) : std::nullopt) {
-        saved.error = told("save",
+    QByteArray targetPath = FilePath::linkChain(path).constLast();
+    if (const auto directory = isSuperuser() ? foreignDirectory(targetPath) : std::nullopt)
+        return refused("save",
             QStringLiteral("%1 belongs to another user, and root leaves nothing there")
-                .arg(QFile::decodeName(*folder)));
-        saved.trouble = Trouble::notAllowed;
-        return saved;
-    }
-    if (!FilePath::makeDirectory(FilePath::of(path).directory))
-        return failed("make the directory", errno);
+                .arg(QFile::decodeName(*directory)),
+            EPERM);
+    if (const auto made = FilePath::makeDirectory(FilePath::split(path).directory); !made)
+        return made.failure().about(m_path);
     std::optional<SettingsLock> lock;
-    for (QByteArray locked; locked != targetPath; targetPath = FilePath::wayTo(path).constLast()) {
+    for (QByteArray locked; locked != targetPath; targetPath = FilePath::linkChain(path).constLast()) {
         locked = targetPath;
-        lock.emplace(lockOf(locked));
-        if (!lock->isHeld())
-            return failed(errno == ENOENT ? "open the directory" : "lock", errno);
+        lock.reset();
+        auto acquired = SettingsLock::acquire(lockOf(locked));
+        if (!acquired)
+            return acquired.failure().about(m_path);
+        lock = std::move(*acquired);
     }
-    const FilePath::Place target = FilePath::of(targetPath);
-    const FileDescriptor directory = FilePath::openedDirectory(target.directory);
-    if (!directory.isValid())
-        return failed("open the directory", errno);
+    const FilePath::Parts target = FilePath::split(targetPath);
+    const auto directory = FilePath::openDirectory(target.directory);
+    if (!directory)
+        return directory.failure().about(m_path);
 
-    // Who is saving the file takes no lock, and would go on in a file that has no name any more.
-    const Reading before = readSettled(directory.get(), target.name, !lock->isNew(), false);
-    saved.content = before.content;
-    saved.error = before.content.error;
-    saved.trouble = before.content.trouble;
-    if (before.content.doubt == Doubt::open) {
-        saved.error = told("save", QStringLiteral("another program is writing it"));
-        saved.trouble = Trouble::busy;
-    }
-    if (!saved.error.isEmpty())
-        return saved;
+    // Other programs take no lock. A program that still has the file open would go on writing to the replaced file.
+    const auto before = readSettled(directory->get(), target.name, !lock->isNew(), false);
+    if (!before)
+        return before.failure();
+    if (before->content.doubt == Doubt::open)
+        return refused("save", QStringLiteral("another program is writing it"), ETIMEDOUT);
 
-    const QJsonObject values = changes.appliedTo(before.content.values);
-    if (values == before.content.values) {
-        // A save before may have failed only in bringing this very content's directory entry to disk.
-        if (const auto failure = AtomicFile::syncDirectory(directory.get()))
-            return failed(failure.step, failure.error);
-        saved.succeeded = true;
-        return saved;
+    Saved saved = before->content;
+    const QJsonObject values = changes.appliedTo(before->content.values);
+    if (values != before->content.values) {
+        const QByteArray text = SettingsText::rewritten(before->bytes, values);
+        if (text.size() > SettingsText::maximumBytes)
+            return Failure::fromErrno("write", EFBIG).about(m_path);
+        if (!before->content.damage.isEmpty()) {
+            const auto copy = AtomicFile::copyDamaged(directory->get(), target.name, before->bytes);
+            if (!copy)
+                return copy.failure().about(m_path);
+            Log::warnOnce(logArea,
+                QStringLiteral("%1 was damaged and is kept as %2")
+                    .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(*copy))));
+        }
+        const auto state = AtomicFile::replace(
+            directory->get(), target.name, text, before->exists() ? &before->state : nullptr);
+        if (!state)
+            return state.failure().about(m_path);
+        saved = Content { values, identityOf(*state), {} };
+        saved.changed = true;
     }
-    const QByteArray text = SettingsText::rewritten(before.bytes, values);
-    if (text.size() > SettingsText::maximumBytes)
-        return failed("write", EFBIG);
-
-    if (!before.content.damage.isEmpty()) {
-        QByteArray copy;
-        if (const auto failure = AtomicFile::keepDamaged(directory.get(), target.name, before.bytes, &copy))
-            return failed(failure.step, failure.error);
-        Log::warnOnce(logArea,
-            QStringLiteral("%1 was damaged and is kept as %2")
-                .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(copy))));
+    // Also without a change: the last save of this very content may have failed in this step.
+    if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced) {
+        Saved failed = synced.failure().about(m_path);
+        failed.changed = saved.changed;
+        return failed;
     }
-
-    const auto result
-        = AtomicFile::replace(directory.get(), target.name, text, before.exists() ? &before.state : nullptr);
-    saved.changed = result.isInPlace;
-    if (result.isInPlace) {
-        saved.content = {};
-        saved.content.values = values;
-        saved.content.identity = identityOf(result.state);
-    }
-    if (result.failure)
-        return failed(result.failure.step, result.failure.error);
-    saved.succeeded = true;
     return saved;
 }
 
 void SettingsFile::sweepLeftovers() const
 {
-    const QStringList paths { m_path, targetPath() };
-    for (const QString& path : paths) {
-        const FileDescriptor directory
-            = FilePath::openedDirectory(FilePath::of(QFile::encodeName(path)).directory);
-        if (directory.isValid())
-            AtomicFile::sweepLeftovers(directory.get());
+    for (const QString& path : { m_path, targetPath() }) {
+        if (const auto directory
+            = FilePath::openDirectory(FilePath::split(QFile::encodeName(path)).directory))
+            AtomicFile::sweepLeftovers(directory->get());
     }
 }
 

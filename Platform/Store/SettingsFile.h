@@ -1,4 +1,7 @@
+// SPDX-License-Identifier: MIT
 #pragma once
+
+#include "Platform/Log/Result.h"
 
 #include <QByteArray>
 #include <QJsonObject>
@@ -9,14 +12,13 @@
 
 namespace kestrum {
 
-/// One settings file on disk: read whole, saved so that after any interruption it is the old or the new file.
-/// Knows nothing of defaults, notices or typed values. Functions may be called from any thread.
+/// One settings file on disk: read whole, and saved so that after any interruption the old or the new file is there. Any thread.
 class SettingsFile {
 public:
-    /// Where it logs, and whoever logs what it told.
+    /// Log category, also for callers that report our failures.
     static constexpr char logArea[] = "store";
 
-    /// What tells one state of the file from another. Compared for equality only, never ordered by time.
+    /// Identifies one state of the file. Compared for equality only, never ordered by time.
     struct Identity {
         dev_t device = 0;
         ino_t inode = 0;
@@ -26,19 +28,20 @@ public:
         bool operator==(const Identity&) const = default;
     };
 
-    /// What kind of reason an error has, as far as people can do something about it.
+    /// The kind of a failure, as far as people can do something about it.
     enum class Trouble {
         none,
         diskFull,
         notAllowed, ///< to read or write the file or its folder
-        busy,       ///< another program keeps the file to itself
+        busy,       ///< another program is using the file
         other,
     };
+    static Trouble troubleOf(const Failure& failure);
 
-    /// How long a file that is away or not whole must stay so until that is believed: editors save in several steps.
+    /// A file must be absent, blank or damaged for this long before that counts: editors save in several steps.
     static constexpr std::chrono::milliseconds believedAfter { 200 };
 
-    /// What speaks for a state of the file between two steps of a program that is saving it.
+    /// Whether a program may be in the middle of saving the file.
     enum class Doubt {
         none,
         passing, ///< blank or damaged, and written less than `believedAfter` ago
@@ -48,13 +51,9 @@ public:
     struct Content {
         QJsonObject values;
         Identity identity;
-        /// Why the file could not be read at all (not: "it is absent" or "it is damaged"); empty otherwise.
-        QString error;
-        Trouble trouble = Trouble::none;
         /// What is wrong with the file's text; `values` is then what could be salvaged.
         QString damage;
-        /// The file was written so shortly before it was read that a further write may leave `identity` as it
-        /// is.
+        /// The file was written just before it was read: another write may leave `identity` unchanged.
         bool isFresh = false;
         Doubt doubt = Doubt::none;
         bool isSound() const { return identity.size >= 0 && damage.isEmpty() && doubt == Doubt::none; }
@@ -67,14 +66,12 @@ public:
         QJsonObject appliedTo(const QJsonObject& before) const;
     };
 
-    struct Saved {
-        bool succeeded = false;
-        /// The file is another one now: false when all changes were already in it and nothing was written.
-        /// True together with a failure when the new file stands, but may not outlast a power cut.
+    /// The file after the save, or why it failed.
+    struct Saved : Result<Content> {
+        using Result::Result;
+        /// The file was replaced. False if it held all changes already. True with a failure if the new file is in place but may
+        /// not survive a power cut.
         bool changed = false;
-        QString error; ///< names the file, the step and the reason
-        Trouble trouble = Trouble::none;
-        Content content; ///< the file after the save; on failure what was read, if anything
     };
 
     enum class Owner {
@@ -85,22 +82,23 @@ public:
     explicit SettingsFile(const QString& path, Owner owner = Owner::ourselves);
 
     QString path() const { return m_path; }
-    /// The file itself: `path` with its symbolic links followed; a dangling link gives where it points.
+    /// `path` with its symbolic links followed; for a dangling link, where it points.
     QString targetPath() const;
-    /// Every symbolic link on the way, folders' too, and the file itself: where a change may come from.
-    QStringList trail() const;
+    /// Every symbolic link on the way, those of directories included, and the file itself. A change of any of them can change
+    /// what is read.
+    QStringList linkChain() const;
 
     /// The present state, by one `stat`; an absent file has size -1.
     Identity identity() const;
-    /// Reads what is there. Never waits, whatever stands there. A damaged file is told in the log.
-    Content read() const;
-    /// As `read`, for one who has not seen the file before: waits a moment for one that is between two steps of being saved, or
-    /// was there just now. Does not wait for one that is just not whole.
-    Content readFirst() const;
+    /// Reads the file without waiting. An absent file is empty. Damage is logged. Fails if the file cannot be read.
+    Result<Content> read() const;
+    /// As `read`, for the first time: waits a moment if a program has the file open for saving, or has just removed it. Does not
+    /// wait because the file is blank or damaged.
+    Result<Content> readFirst() const;
 
-    /// Merges `changes` into what is on disk now and saves durably, under a lock that all writers share.
-    /// Waits for the lock as long as others get further (see `SettingsLock`). A damaged file is copied before it is written over; one that cannot be
-    /// read is left alone. Root saves nothing in the home or folder of another user.
+    /// Merges `changes` into the file on disk and saves durably, under a lock that all writers share. Waits for the lock as long
+    /// as other writers make progress (see `SettingsLock`). A damaged file is copied before it is replaced; an unreadable one is
+    /// left alone. Root saves nothing in the home or directory of another user.
     Saved save(const Changes& changes) const;
 
     /// Removes temporary files that a killed writer left more than an hour ago.
@@ -108,9 +106,8 @@ public:
 
 private:
     struct Reading;
-    Reading readAt(int directory, const QByteArray& name, int flags) const;
-    Reading readSettled(int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const;
-    QString told(const char* step, const QString& reason) const;
+    Result<Reading> readAt(int directory, const QByteArray& name, int flags) const;
+    Result<Reading> readSettled(int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const;
 
     QString m_path;
     Owner m_owner;

@@ -1,10 +1,10 @@
-// Why the kernel does the waiting: who looks again and again finds the lock free only by chance, and where a flush takes
-// milliseconds, ten such writers starve one another. In the kernel those who wait are a queue, and the next one goes on as soon
-// as the lock is free.
+// SPDX-License-Identifier: MIT
+// Why the kernel waits and we do not poll: a poller finds the lock free only by chance. Where a flush takes milliseconds, ten
+// pollers starve one another. The kernel keeps a queue and wakes the next writer at once.
 //
-// The kernel knows no limit for that wait, so a thread waits for us where the lock is not free at once. When it takes too long the
-// thread is left behind: it gives the lock back as soon as it gets it. The other kinds of locks of the kernel are no way out: those
-// of processes end with any `close` of the file, and a limit by a signal would need a handler of the whole process's.
+// The kernel's wait has no limit. So if the lock is not free at once, a thread waits for it. After the limit we leave the thread
+// alone; it releases the lock as soon as it gets it. Other kinds of locks do not help: locks of processes end with any `close` of
+// the file, and a limit by a signal needs a handler for the whole process.
 
 #include "Platform/Store/SettingsLock.h"
 
@@ -30,9 +30,9 @@ using Clock = std::chrono::steady_clock;
 constexpr Clock::duration longestStandstill = 2s;
 constexpr Clock::duration longestWait = 10s;
 
-/// The directory may have been deleted and made again while we waited: then we hold the lock of a file that
-/// nobody else will ever see. 0 when it is still there, ESTALE when it is not, else the `errno` for which that is not known.
-int stateOf(const QByteArray& path, int descriptor)
+/// 0 if `path` still names the open file, ESTALE if not, else an `errno`. The directory may have been deleted and made again while
+/// we waited. Then nobody else can see the file that we have locked.
+int checkName(const QByteArray& path, int descriptor)
 {
     struct stat held;
     struct stat there;
@@ -43,9 +43,9 @@ int stateOf(const QByteArray& path, int descriptor)
     return held.st_dev == there.st_dev && held.st_ino == there.st_ino ? 0 : ESTALE;
 }
 
-FileDescriptor opened(const QByteArray& path, bool* isNew)
+FileDescriptor openLock(const QByteArray& path, bool* isNew)
 {
-    // Not blocking, in case that somebody put a pipe there.
+    // Non-blocking, because somebody may have put a pipe there.
     constexpr int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
     FileDescriptor file(::open(path.constData(), flags));
     *isNew = !file.isValid() && errno == ENOENT;
@@ -62,8 +62,8 @@ int lock(int file, int operation)
     return 0;
 }
 
-/// Every save puts a file into the directory, which changes its time.
-struct timespec lastStepIn(const QByteArray& directory)
+/// Every save adds a file to the directory, which changes the directory's time.
+struct timespec lastChange(const QByteArray& directory)
 {
     struct stat state;
     return ::stat(directory.constData(), &state) == 0 ? state.st_mtim : timespec {};
@@ -74,10 +74,10 @@ bool areEqual(const timespec& one, const timespec& other)
     return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
 }
 
-/// 0 or an `errno`; on 0 the lock belongs to `file`, otherwise that is none any more.
+/// 0 or an `errno`. On 0 `file` holds the lock; otherwise `file` is invalid.
 int lockByThread(FileDescriptor& file, const QByteArray& directory, Clock::time_point deadline)
 {
-    // Shared, so that whoever of the two comes last closes it.
+    // Shared: the last of the two threads closes it.
     const auto shared = std::make_shared<FileDescriptor>(std::move(file));
     std::packaged_task<int()> task([shared] { return lock(shared->get(), LOCK_EX); });
     std::future<int> outcome = task.get_future();
@@ -86,12 +86,12 @@ int lockByThread(FileDescriptor& file, const QByteArray& directory, Clock::time_
     } catch (const std::system_error& error) {
         return error.code().value();
     }
-    for (auto lastStep = lastStepIn(directory);;) {
+    for (auto last = lastChange(directory);;) {
         const auto limit = std::min(Clock::now() + longestStandstill, deadline);
         if (outcome.wait_until(limit) == std::future_status::ready)
             break;
-        const auto step = lastStepIn(directory);
-        if (Clock::now() >= deadline || areEqual(step, std::exchange(lastStep, step)))
+        const auto now = lastChange(directory);
+        if (Clock::now() >= deadline || areEqual(now, std::exchange(last, now)))
             return ETIMEDOUT;
     }
     const int error = outcome.get();
@@ -100,25 +100,31 @@ int lockByThread(FileDescriptor& file, const QByteArray& directory, Clock::time_
     return error;
 }
 
+Failure failed(int error)
+{
+    return Failure::fromErrno(error == ENOENT ? "open the directory" : "lock", error);
+}
+
 } // namespace
 
-SettingsLock::SettingsLock(const QByteArray& path)
+Result<SettingsLock> SettingsLock::acquire(const QByteArray& path)
 {
     const auto deadline = Clock::now() + longestWait;
     int error = 0;
     do {
-        FileDescriptor file = opened(path, &m_isNew);
-        if (!file.isValid())
-            return;
-        error = lock(file.get(), LOCK_EX | LOCK_NB);
+        SettingsLock held;
+        held.m_file = openLock(path, &held.m_isNew);
+        if (!held.m_file.isValid())
+            return failed(errno);
+        error = lock(held.m_file.get(), LOCK_EX | LOCK_NB);
         if (error == EWOULDBLOCK)
-            error = lockByThread(file, FilePath::of(path).directory, deadline);
+            error = lockByThread(held.m_file, FilePath::split(path).directory, deadline);
         if (error == 0)
-            error = stateOf(path, file.get());
+            error = checkName(path, held.m_file.get());
         if (error == 0)
-            m_descriptor = std::move(file);
+            return held;
     } while (error == ESTALE && Clock::now() < deadline);
-    errno = error;
+    return failed(error);
 }
 
 } // namespace kestrum

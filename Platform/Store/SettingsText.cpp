@@ -1,21 +1,22 @@
-// A sound text is read by Qt's parser as a whole. Of a damaged one, MemberScanner finds where each top-level
-// member begins and ends, and the same parser reads each of them by itself. The scanner therefore only has to
-// know strings and brackets, and what it gets wrong is refused by the parser. It goes forward only, so its
-// time is linear.
+// SPDX-License-Identifier: MIT
+// Qt's parser reads a sound text as a whole. In a damaged text, MemberScanner finds the begin and end of each top-level member, and
+// Qt's parser reads each one by itself. So the scanner needs to know only strings and brackets; the parser refuses its mistakes. It
+// never goes back, so its time is linear.
 
 #include "Platform/Store/SettingsText.h"
+
+#include "Platform/Log/Result.h"
 
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <cmath>
-#include <optional>
 
 namespace kestrum {
 
 namespace {
 
-/// The byte order mark that `text` begins with; empty without one.
+/// The byte order mark of `text`; empty without one.
 QByteArrayView markOf(const QByteArray& text)
 {
     static constexpr QByteArrayView mark("\xEF\xBB\xBF");
@@ -44,7 +45,7 @@ public:
     {
     }
 
-    /// The text of the next member, `"key": value`, that stands whole; null after the last one.
+    /// The text of the next whole member, `"key": value`; null after the last one.
     QByteArray next()
     {
         if (!m_isInside) {
@@ -62,7 +63,7 @@ public:
                     break;
                 skipLine();
             } else if (isOpening(current())) {
-                // Not a member of ours: what stands in it must not be taken for one.
+                // Not a member of the domain, and neither are the members in it.
                 if (!skipGroup())
                     break;
             } else if (isBlank(current()) || current() == ',' || isClosing(current())) {
@@ -74,7 +75,7 @@ public:
         return {};
     }
 
-    /// Of the member that was given last.
+    /// Key and value of the last member.
     QByteArray keyText() const { return m_text.mid(m_keyStart, m_keyEnd - m_keyStart); }
     QByteArray valueText() const { return m_text.mid(m_valueStart, m_position - m_valueStart); }
 
@@ -115,8 +116,7 @@ private:
         return skipWord();
     }
 
-    /// A text has no line end in it: one that has lost its closing quote ends there, and what follows is
-    /// sound.
+    /// JSON strings contain no line end. So a string without a closing quote ends there, and the next line may be sound.
     bool skipString()
     {
         for (++m_position; !isAtEnd() && current() != '\n'; ++m_position) {
@@ -131,8 +131,7 @@ private:
         return false;
     }
 
-    /// An object or list that is never closed may reach to the end of the text, so nothing behind it can be
-    /// told to be a member of the domain.
+    /// An object or list that is never closed may reach to the end of the text. So nothing after it is taken for a member.
     bool skipGroup()
     {
         int depth = 0;
@@ -152,8 +151,7 @@ private:
         return false;
     }
 
-    /// A number or one of the three words. At the very end of the text it may be the beginning of a longer
-    /// one.
+    /// A number, or true, false or null. At the end of the text it may be incomplete.
     bool skipWord()
     {
         while (!isAtEnd() && !isBlank(current()) && current() != ',' && !isClosing(current()))
@@ -193,45 +191,39 @@ int depthOf(const QByteArray& text)
     return deepest;
 }
 
-/// Nothing, and why in `damage`, when `text` is not one sound object.
-std::optional<QJsonObject> object(const QByteArray& text, QString* damage)
+/// Fails if `text` is not one sound object.
+Result<QJsonObject> object(const QByteArray& text)
 {
-    if (depthOf(text) > SettingsText::maximumDepth) {
-        *damage = QStringLiteral("nested deeper than %1").arg(SettingsText::maximumDepth);
-        return std::nullopt;
-    }
+    if (depthOf(text) > SettingsText::maximumDepth)
+        return Failure::withReason(QStringLiteral("nested deeper than %1").arg(SettingsText::maximumDepth));
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(text, &error);
-    if (error.error != QJsonParseError::NoError) {
-        *damage = QStringLiteral("%1 at byte %2").arg(error.errorString()).arg(error.offset);
-        return std::nullopt;
-    }
-    if (!document.isObject()) {
-        *damage = QStringLiteral("not an object");
-        return std::nullopt;
-    }
+    if (error.error != QJsonParseError::NoError)
+        return Failure::withReason(
+            QStringLiteral("%1 at byte %2").arg(error.errorString()).arg(error.offset));
+    if (!document.isObject())
+        return Failure::withReason(QStringLiteral("not an object"));
     return document.object();
 }
 
-/// Members are put into one text again and read at once: adding them one by one to an object that keeps its
-/// keys in order takes quadratic time.
+/// Joins the sound members into one text and parses that: inserting them one by one into a sorted object takes quadratic time.
 QJsonObject salvaged(const QByteArray& text)
 {
-    QString ignored;
     QByteArray sound("{");
     MemberScanner scanner(text);
     for (QByteArray member = scanner.next(); !member.isNull(); member = scanner.next()) {
-        if (!object('{' + member + '}', &ignored))
+        if (!object('{' + member + '}'))
             continue;
         if (sound.size() > 1)
             sound += ',';
         sound += member;
     }
     sound += '}';
-    return object(sound, &ignored).value_or(QJsonObject());
+    const auto values = object(sound);
+    return values ? *values : QJsonObject();
 }
 
-/// One member as it stands in a domain, without the line's end.
+/// One member as `serialised` writes it, without the line end.
 QByteArray memberLine(const QString& key, const QJsonValue& value)
 {
     static constexpr QByteArrayView opening("{\n");
@@ -240,14 +232,13 @@ QByteArray memberLine(const QString& key, const QJsonValue& value)
     return text.mid(opening.size(), text.size() - opening.size() - closing.size());
 }
 
-/// The lines of those members of `text` that mean what `values` says. Of a key that stands twice the last counts.
-QHash<QString, QByteArray> keptLines(const QByteArray& text, const QJsonObject& values)
+/// The lines of those members of `text` that have the same value in `values`. The last one of a repeated key counts.
+QHash<QString, QByteArray> unchangedLines(const QByteArray& text, const QJsonObject& values)
 {
     QHash<QString, QByteArray> lines;
-    QString ignored;
     MemberScanner scanner(text);
     for (QByteArray member = scanner.next(); !member.isNull(); member = scanner.next()) {
-        const auto parsed = object('{' + member + '}', &ignored);
+        const auto parsed = object('{' + member + '}');
         if (!parsed || parsed->size() != 1)
             continue;
         const auto it = parsed->begin();
@@ -294,12 +285,8 @@ SettingsText::Parsed SettingsText::parsed(const QByteArray& text)
     if (content.trimmed().isEmpty())
         return {};
 
-    Parsed result;
-    if (const auto values = object(content, &result.damage))
-        result.values = *values;
-    else
-        result.values = salvaged(content);
-    return result;
+    const auto values = object(content);
+    return { values ? *values : salvaged(content), values.failureText() };
 }
 
 QByteArray SettingsText::serialised(const QJsonObject& values)
@@ -309,12 +296,12 @@ QByteArray SettingsText::serialised(const QJsonObject& values)
 
 QByteArray SettingsText::rewritten(const QByteArray& before, const QJsonObject& values)
 {
-    const auto kept = keptLines(before, values);
+    const auto unchanged = unchangedLines(before, values);
     QByteArray text = markOf(before).toByteArray() + '{';
     for (auto value = values.begin(); value != values.end(); ++value) {
-        const auto line = kept.constFind(value.key());
+        const auto line = unchanged.constFind(value.key());
         text += value == values.begin() ? "\n" : ",\n";
-        text += line == kept.constEnd() ? memberLine(value.key(), value.value()) : *line;
+        text += line == unchanged.constEnd() ? memberLine(value.key(), value.value()) : *line;
     }
     return text + "\n}\n";
 }

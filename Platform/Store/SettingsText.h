@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -6,34 +7,32 @@
 
 namespace kestrum {
 
-/// The text form of a settings domain: one JSON object, a key a line, keys in order, so that people can keep
-/// it under version control and edit it by hand.
+/// The text of a settings domain: one JSON object with a key per line, sorted, so that people can edit it and keep it under version
+/// control.
 namespace SettingsText {
 
 constexpr qint64 maximumBytes = 1024 * 1024;
-/// How deep objects and lists may stand in each other; the domain itself is the first.
+/// The greatest nesting of objects and lists; the domain itself is level 1.
 constexpr int maximumDepth = 32;
 
 struct Parsed {
     QJsonObject values;
-    /// What is wrong with the text; empty for a sound one. `values` then holds what could be salvaged.
+    /// What is wrong with the text; empty if it is sound. `values` then holds what could be salvaged.
     QString damage;
 };
 
-/// Reads `text` (UTF-8). A blank text is an empty domain. Of a damaged text every top-level member that
-/// stands whole is kept. Of a key that stands twice the last value counts. A text that is too large gives
-/// nothing.
+/// Reads `text` (UTF-8). A blank text is an empty domain. From a damaged text, every whole top-level member is salvaged. The last
+/// value of a repeated key counts. A text that is too large gives no values.
 Parsed parsed(const QByteArray& text);
 
-/// Writes `values`, indented and with a line end at the end; reading the result gives the same values when
-/// `isStorable`.
+/// Writes `values`, indented, with a final line end. Reading the result gives the same values if they are `isStorable`.
 QByteArray serialised(const QJsonObject& values);
 
-/// As `serialised`, with the text of every value that stands in `before` already and is the same: another program may mean
-/// more by it than we can hold, such as a number of twenty digits. A byte order mark stays, too.
+/// As `serialised`, but unchanged values keep their text from `before`: it may say more than we can hold, such as a number of
+/// twenty digits. A byte order mark stays, too.
 QByteArray rewritten(const QByteArray& before, const QJsonObject& values);
 
-/// Whether a text can hold `value` as a member of a domain: numbers are finite, and it is not too deep.
+/// Whether `value` can be stored in a domain: numbers are finite, and the nesting is not too deep.
 bool isStorable(const QJsonValue& value);
 
 } // namespace SettingsText

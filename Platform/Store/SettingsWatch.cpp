@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Store/SettingsWatch.h"
 
 #include <QFile>
@@ -15,24 +16,24 @@ SettingsWatch::SettingsWatch(const SettingsFile& file, std::function<void()> cha
 
 void SettingsWatch::follow()
 {
-    const QStringList trail = m_file.trail();
-    if (trail == m_trail)
+    const QStringList linkChain = m_file.linkChain();
+    if (linkChain == m_linkChain)
         return;
-    m_trail = trail;
+    m_linkChain = linkChain;
 
     QMap<QString, QByteArrayList> entries;
-    for (const QString& path : trail) {
-        const QFileInfo place(path);
-        entries[place.path()].append(QFile::encodeName(place.fileName()));
+    for (const QString& path : linkChain) {
+        const QFileInfo info(path);
+        entries[info.path()].append(QFile::encodeName(info.fileName()));
     }
     m_watches.clear();
     for (auto entry = entries.begin(); entry != entries.end(); ++entry) {
-        const auto heard = [this, names = entry.value()](const QByteArray& changedName) {
+        const auto notify = [this, names = entry.value()](const QByteArray& changedName) {
             if (changedName.isEmpty() || names.contains(changedName))
                 m_changed();
         };
         m_watches.push_back(
-            std::make_unique<DirectoryWatch>(entry.key(), DirectoryWatch::Interest::content, heard));
+            std::make_unique<DirectoryWatch>(entry.key(), DirectoryWatch::Interest::content, notify));
     }
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/DirectoryWatch.h"
@@ -10,20 +11,20 @@
 
 namespace kestrum {
 
-/// Hears of everything that may change what is read from a settings file: of the file, and of every symbolic link that leads to
-/// it. Main thread only.
+/// Watches a settings file and every symbolic link that leads to it. Main thread only.
 class SettingsWatch {
 public:
-    /// Both begin with `follow`. `changed` may call `follow` only after it has returned, as that may end the watch that tells.
+    /// Watches from the first `follow` on. `changed` must not call `follow` before it returns: that can destroy the watch that
+    /// is calling.
     SettingsWatch(const SettingsFile& file, std::function<void()> changed);
 
-    /// Takes the way on which the file is now. To be called after each change, before the file is read.
+    /// Follows the links anew. To be called after each change, before the file is read.
     void follow();
 
 private:
     const SettingsFile& m_file;
     std::function<void()> m_changed;
-    QStringList m_trail;
+    QStringList m_linkChain;
     std::vector<std::unique_ptr<DirectoryWatch>> m_watches;
 };
 

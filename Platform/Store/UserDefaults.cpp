@@ -51,9 +51,11 @@ QJsonObject administeredValues(const QString& name)
     const QStringList directories = FilePath::systemConfigDirectories();
     for (const QString& directory : directories) {
         const auto content = SettingsFile(fileIn(directory, name), SettingsFile::Owner::anybody).read();
-        if (!content.error.isEmpty())
-            Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));
-        for (auto value = content.values.begin(); value != content.values.end(); ++value) {
+        if (!content) {
+            Log::warnOnce(SettingsFile::logArea, Log::escaped(content.failureText()));
+            continue;
+        }
+        for (auto value = content->values.begin(); value != content->values.end(); ++value) {
             if (!values.contains(value.key())) // an earlier directory counts more
                 values.insert(value.key(), value.value());
         }
@@ -96,7 +98,7 @@ struct UserDefaults::Domain {
     }
 
     void look();
-    void adopt(const SettingsFile::Content& content);
+    void adopt(const Result<SettingsFile::Content>& content);
     bool save(const SettingsFile::Changes& changes);
     void scheduleNotice(const QStringList& keys);
 
@@ -115,10 +117,8 @@ struct UserDefaults::Domain {
     bool isIdentityCertain = false;
     SettingsDoubt doubt;
     quint64 seenGeneration = 0; ///< the counter as it was before the last look
-    QString readError;
-    QString saveError;
-    SettingsFile::Trouble readTrouble = SettingsFile::Trouble::none;
-    SettingsFile::Trouble saveTrouble = SettingsFile::Trouble::none;
+    std::optional<Failure> readFailure;
+    std::optional<Failure> saveFailure;
     bool isDurabilityOwed = false; ///< the last save has replaced the file, but failed to make that last
     bool isObserved = false;
     bool isNoticeScheduled = false;
@@ -133,7 +133,7 @@ struct UserDefaults::Domain {
 void UserDefaults::Domain::look()
 {
     const quint64 now = generation(); // before the file: a save that ends in between is looked for again
-    if (doubt.isOpen() || !isIdentityCertain || !readError.isEmpty() || file.identity() != identity) {
+    if (doubt.isOpen() || !isIdentityCertain || readFailure || file.identity() != identity) {
         const auto content = file.read();
         if (doubt.concerns(content))
             scheduleSecondLook();
@@ -144,20 +144,20 @@ void UserDefaults::Domain::look()
 }
 
 /// What cannot be read leaves the values as they were.
-void UserDefaults::Domain::adopt(const SettingsFile::Content& content)
+void UserDefaults::Domain::adopt(const Result<SettingsFile::Content>& content)
 {
-    readError = content.error;
-    readTrouble = content.trouble;
-    if (!content.error.isEmpty()) {
-        Log::warnOnce(SettingsFile::logArea, Log::escaped(content.error));
+    if (!content) {
+        readFailure = content.failure();
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(content.failureText()));
         return;
     }
-    identity = content.identity;
-    isIdentityCertain = !content.isFresh;
-    doubt.settle(content);
-    if (content.values == values.stored())
+    readFailure.reset();
+    identity = content->identity;
+    isIdentityCertain = !content->isFresh;
+    doubt.settle(*content);
+    if (content->values == values.stored())
         return;
-    scheduleNotice(values.setStored(content.values));
+    scheduleNotice(values.setStored(content->values));
 }
 
 void UserDefaults::Domain::scheduleNotice(const QStringList& keys)
@@ -182,7 +182,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     {
         const std::scoped_lock lock(mutex);
         look();
-        const bool isKnown = readError.isEmpty() && !isDurabilityOwed && !doubt.isOpen();
+        const bool isKnown = !readFailure && !isDurabilityOwed && !doubt.isOpen();
         if (isKnown && changes.appliedTo(values.stored()) == values.stored())
             return true;
     }
@@ -193,24 +193,22 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
         counter->advance();
 
     const std::scoped_lock lock(mutex);
-    isDurabilityOwed = !saved.succeeded && (saved.changed || isDurabilityOwed);
-    if (!saved.succeeded) {
-        saveError = saved.error;
-        saveTrouble = saved.trouble;
-        Log::warnOnce(SettingsFile::logArea, Log::escaped(saveError));
-        const auto tell = [this, reason = saveError] { Q_EMIT defaults->saveFailed(reason); };
+    isDurabilityOwed = !saved && (saved.changed || isDurabilityOwed);
+    if (!saved) {
+        saveFailure = saved.failure();
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(saved.failureText()));
+        const auto tell = [this, reason = saved.failureText()] { Q_EMIT defaults->saveFailed(reason); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveFailed)))
             QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
         return false;
     }
 
-    adopt(saved.content);
+    adopt(saved);
     // Only our own step since: then nobody else's save can have been overlooked.
     const quint64 expected = before + (saved.changed ? 1 : 0);
     seenGeneration = generation() == expected ? expected : before;
-    if (!saveError.isEmpty()) {
-        saveError.clear();
-        saveTrouble = SettingsFile::Trouble::none;
+    if (saveFailure) {
+        saveFailure.reset();
         const auto tell = [this] { Q_EMIT defaults->saveSucceeded(); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveSucceeded)))
             QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
@@ -350,13 +348,15 @@ bool UserDefaults::apply(const QJsonObject& values, const QStringList& removedKe
 QString UserDefaults::lastError() const
 {
     const std::scoped_lock lock(m_domain->mutex);
-    return m_domain->saveError.isEmpty() ? m_domain->readError : m_domain->saveError;
+    const auto& failure = m_domain->saveFailure ? m_domain->saveFailure : m_domain->readFailure;
+    return failure ? failure->text() : QString();
 }
 
 SettingsFile::Trouble UserDefaults::lastTrouble() const
 {
     const std::scoped_lock lock(m_domain->mutex);
-    return m_domain->saveError.isEmpty() ? m_domain->readTrouble : m_domain->saveTrouble;
+    const auto& failure = m_domain->saveFailure ? m_domain->saveFailure : m_domain->readFailure;
+    return failure ? SettingsFile::troubleOf(*failure) : SettingsFile::Trouble::none;
 }
 
 void UserDefaults::observe(const QStringList& keys, QObject* owner, std::function<void()> function) const

@@ -30,8 +30,7 @@ Relaunch::Actions Relaunch::Actions::real()
         [](const QString& command) {
             // Nobody waits for it: it ends after us. Without it the application stays closed, and is there again when somebody
             // opens it: nothing that anybody could do better after reading of it.
-            QString error;
-            ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) }, std::nullopt, &error);
+            (void)ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) });
         },
         [] { QCoreApplication::quit(); },
     };

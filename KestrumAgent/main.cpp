@@ -68,7 +68,7 @@ int main(int argc, char** argv)
         return 0;
     }
     // Before the application object, whose threads would otherwise take the signals by their default action.
-    StopRequest::holdBack();
+    StopRequest::block();
     // Allows a widget to be a Wayland surface whose role we set ourselves.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
 

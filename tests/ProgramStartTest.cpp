@@ -58,8 +58,8 @@ private:
 QStringList ProgramStartTest::streamsOfStarted()
 {
     static const QByteArray program = QFile::encodeName(m_standIns.install(QStringLiteral("program")));
-    QString error;
-    m_pid = ProgramStart::start(program, {}, std::nullopt, &error).value_or(0);
+    const auto started = ProgramStart::start(program, {});
+    m_pid = started ? *started : 0;
     QStringList result;
     for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
         result.append(QFile::symLinkTarget(QStringLiteral("/proc/%1/fd/%2").arg(m_pid).arg(stream)));

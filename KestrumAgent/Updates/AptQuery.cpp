@@ -68,7 +68,7 @@ void AptQuery::start()
     environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C"));
     m_process.setProcessEnvironment(environment);
     m_process.setStandardInputFile(QProcess::nullDevice());
-    ProgramStart::handOnNothing(m_process);
+    ProgramStart::isolate(m_process);
     m_limit.start();
     // Without a path the start fails, and says so.
     const QString found = program();

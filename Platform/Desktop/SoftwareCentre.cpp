@@ -171,13 +171,12 @@ void SoftwareCentre::open(const QByteArray& activationToken)
 
 void SoftwareCentre::openAddress(const QByteArray& activationToken)
 {
-    QString error;
     const auto pid = ProgramStart::start(QFile::encodeName(opener()),
-        { "appstream://" + m_component.toUtf8() }, environmentWith(activationToken), &error);
+        { "appstream://" + m_component.toUtf8() }, environmentWith(activationToken));
     if (pid)
         m_ends.follow(*pid, ProcessEnds::Kind::child);
     else
-        fail(error);
+        fail(pid.failure().reason);
 }
 
 void SoftwareCentre::askPackageKit()

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Processes/ProcessEnds.h"
 
 #include "Platform/Log/Log.h"
@@ -14,10 +15,10 @@ namespace kestrum {
 
 namespace {
 
-constexpr std::chrono::seconds endsLookInterval { 2 };
+constexpr std::chrono::seconds endsPollInterval { 2 };
 
-// Readable once the process has ended. The C library of the day has no function for it.
-FileDescriptor descriptorOf(qint32 pid)
+// Readable once the process has ended. The C library of Debian 12 has no function for it.
+FileDescriptor openProcess(qint32 pid)
 {
     return FileDescriptor(int(::syscall(SYS_pidfd_open, pid, 0)));
 }
@@ -36,8 +37,8 @@ bool isRunning(qint32 pid, ProcessEnds::Kind kind)
 
 ProcessEnds::ProcessEnds()
 {
-    m_lookTimer.setInterval(endsLookInterval);
-    connect(&m_lookTimer, &QTimer::timeout, this, &ProcessEnds::look);
+    m_pollTimer.setInterval(endsPollInterval);
+    connect(&m_pollTimer, &QTimer::timeout, this, &ProcessEnds::poll);
 }
 
 void ProcessEnds::follow(qint32 pid, Kind kind)
@@ -51,7 +52,7 @@ void ProcessEnds::follow(qint32 pid, Kind kind)
 
 void ProcessEnds::tryToNotify(qint32 pid, Process& process)
 {
-    process.descriptor = descriptorOf(pid);
+    process.descriptor = openProcess(pid);
     if (process.descriptor.isValid()) {
         process.notifier = std::make_unique<QSocketNotifier>(process.descriptor.get(), QSocketNotifier::Read);
         connect(process.notifier.get(), &QSocketNotifier::activated, this, [this, pid] { end(pid); });
@@ -63,14 +64,14 @@ void ProcessEnds::tryToNotify(qint32 pid, Process& process)
             QStringLiteral(
                 "Processes are looked at every 2 s, because the kernel does not tell us of their end: %1")
                 .arg(qt_error_string(errno)));
-        m_lookTimer.start();
+        m_pollTimer.start();
     }
 }
 
-void ProcessEnds::look()
+void ProcessEnds::poll()
 {
     QList<qint32> gone;
-    bool anyLookedAt = false;
+    bool anyPolled = false;
     for (auto& [pid, process] : m_processes) {
         if (process.notifier)
             continue;
@@ -78,10 +79,10 @@ void ProcessEnds::look()
             gone.append(pid);
         else
             tryToNotify(pid, process);
-        anyLookedAt |= !process.notifier;
+        anyPolled |= !process.notifier;
     }
-    if (!anyLookedAt)
-        m_lookTimer.stop();
+    if (!anyPolled)
+        m_pollTimer.stop();
     for (const qint32 pid : gone)
         end(pid);
 }
@@ -93,7 +94,7 @@ void ProcessEnds::end(qint32 pid)
         return;
     if (found->second.kind == Kind::child)
         ::waitpid(pid, nullptr, WNOHANG);
-    // It is what calls us.
+    // The notifier may be calling us.
     if (QSocketNotifier* notifier = found->second.notifier.release()) {
         notifier->setEnabled(false);
         notifier->deleteLater();

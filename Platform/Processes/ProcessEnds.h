@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Files/FileDescriptor.h"
@@ -10,19 +11,19 @@
 
 namespace kestrum {
 
-/// Tells when processes end, which the kernel lets us know at once. Where it does not, or has no descriptor left, they are
-/// looked at every 2 s, with one log line. Main thread only.
+/// Notifies when processes end, at once by the kernel. If the kernel cannot, or has no descriptor left, processes are polled every
+/// 2 s, with one log line. Main thread only.
 class ProcessEnds : public QObject {
     Q_OBJECT
 public:
     enum class Kind {
-        child,   ///< of ours, to be waited for, so that nothing of it stays behind
-        foreign, ///< somebody else's, or a child that somebody else waits for
+        child,   ///< ours; waited for, so that no zombie stays
+        foreign, ///< not ours, or somebody else waits for it
     };
 
     ProcessEnds();
 
-    /// From now on the end of `pid` is told, once, from the event loop; also when it has ended already.
+    /// `ended` is emitted once from the event loop when `pid` ends, also if it has ended already.
     void follow(qint32 pid, Kind kind);
 
 Q_SIGNALS:
@@ -32,15 +33,15 @@ private:
     struct Process {
         Kind kind;
         FileDescriptor descriptor;
-        std::unique_ptr<QSocketNotifier> notifier; ///< none: the process is looked at
+        std::unique_ptr<QSocketNotifier> notifier; ///< null: the process is polled
     };
 
     void tryToNotify(qint32 pid, Process& process);
-    void look();
+    void poll();
     void end(qint32 pid);
 
     std::unordered_map<qint32, Process> m_processes;
-    QTimer m_lookTimer;
+    QTimer m_pollTimer;
 };
 
 } // namespace kestrum

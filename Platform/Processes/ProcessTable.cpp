@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Processes/ProcessTable.h"
 
 #include "Platform/Files/FileDescriptor.h"
@@ -19,10 +20,10 @@ namespace kestrum {
 namespace {
 
 constexpr size_t listingSize = size_t(32) * 1024;
-constexpr size_t pathSize = 4096; // the kernel gives no longer one, its mark included
+constexpr size_t pathSize = 4096; // the kernel's maximum, with its mark
 constexpr char programLink[] = "/exe";
 
-// Zero for what is no process, such as "self" and "meminfo".
+// Zero for entries that are not processes, such as "self" and "meminfo".
 qint32 pidOf(const char* name)
 {
     qint64 number = 0;
@@ -31,8 +32,7 @@ qint32 pidOf(const char* name)
     return *name == '\0' && number <= std::numeric_limits<qint32>::max() ? qint32(number) : 0;
 }
 
-// Whether the running program has exactly this name. Asked of the file system by identity, since an old file can go on
-// under other names than the one by which it was started.
+// Whether `path` names the running program's file. Compared by inode, because a replaced file may have other names.
 bool isNameOf(const char* path, int table, const char* link)
 {
     struct stat named;
@@ -41,8 +41,8 @@ bool isNameOf(const char* path, int table, const char* link)
         && named.st_dev == running.st_dev && named.st_ino == running.st_ino;
 }
 
-// A program whose file was removed or replaced is marked, and a program's own name may end like the mark. `path` ends
-// with a zero.
+// The kernel marks the path of a removed or replaced file. But a program's own name may also end like the mark. `path` must be
+// zero-terminated.
 QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
 {
     static constexpr QByteArrayView mark = " (deleted)";
@@ -51,7 +51,7 @@ QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
     return path;
 }
 
-// The beginning of a file of the table: all of one that is about a process.
+// The first 4096 bytes of a file of the table, which is more than a process's "stat" has.
 QByteArray content(const QByteArray& path)
 {
     QByteArray text(4096, Qt::Uninitialized);
@@ -68,8 +68,8 @@ double seconds(clockid_t clock)
     return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
-// "btime" of the kernel is cut to whole seconds. The difference of the clocks is not, and is constant as long as nobody
-// sets them. Between the two looks we may have been interrupted, so the quickest of a few counts.
+// The kernel's "btime" has whole seconds. The difference of the clocks is exact, and constant while nobody sets them. We may be
+// interrupted between the two readings, so the quickest of three counts.
 double runningKernelsBootTime()
 {
     double best = 0;
@@ -83,7 +83,7 @@ double runningKernelsBootTime()
             best = now - (before + after) / 2;
         }
     }
-    // Two tables are to say the same of one process.
+    // Rounded, so that two tables give the same start time for one process.
     return double(qRound64(best * 1000)) / 1000;
 }
 
@@ -92,7 +92,7 @@ std::optional<double> bootTime(const QByteArray& root)
     struct statfs system { };
     if (::statfs(root.constData(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC)
         return runningKernelsBootTime();
-    // Behind the lines of the processors, which may be many.
+    // The line comes after those of the processors, of which there may be many.
     QFile file(QFile::decodeName(root + "/stat"));
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
@@ -142,7 +142,7 @@ void ProcessTable::forEach(const std::function<void(qint32 pid, QByteArrayView p
 
 std::optional<double> ProcessTable::startTime(qint32 pid) const
 {
-    // The process's own name comes second, in parentheses, and may hold anything: what follows the last one counts.
+    // The second field is the process's name in parentheses. It may contain parentheses itself, so the last one ends it.
     static constexpr qsizetype fieldsBefore = 2;
     static constexpr qsizetype startField = 22;
     const QByteArray text = content(m_root + '/' + QByteArray::number(pid) + "/stat");

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QByteArray>
@@ -8,21 +9,20 @@
 
 namespace kestrum {
 
-/// The kernel's table of running processes, read anew at each call. Made for one look: all its start times count from the
-/// start of the machine as it was when the first of them was asked for, so that they can be compared. Main thread only.
+/// The kernel's table of running processes, read at each call. Make one for each comparison of start times: all of them use the
+/// boot time that was measured for the first one. Main thread only.
 class ProcessTable {
 public:
-    /// `root` is where the process file system is; tests bring trees of their own.
+    /// `root` is where the process file system is mounted; tests pass their own trees.
     explicit ProcessTable(const QString& root = QStringLiteral("/proc"));
 
-    /// Calls `visit` for each process, in the kernel's listing order, with the path of its executable as bytes up to
-    /// 4096, valid during the call. A program whose file was removed or replaced while it runs has its old path, without
-    /// the kernel's mark, also when the old file goes on under another name. Processes whose path cannot be read (gone, a kernel thread, somebody else's) are passed over; a table
-    /// that cannot be read is empty.
+    /// Calls `visit` for each process, in the kernel's order, with the path of its executable: up to 4096 bytes, valid during the
+    /// call. If the file was removed or replaced since the start, the path is the old one without the kernel's mark, even if the
+    /// old file has another hard link. Processes without a readable path (ended, kernel threads, other users') are skipped. An unreadable table is empty.
     void forEach(const std::function<void(qint32 pid, QByteArrayView path)>& visit) const;
 
-    /// When the process started, in seconds since 1970, to 10 ms; nothing when the kernel does not say. In a tree that
-    /// is not the kernel's own, to the second that its "stat" says the machine was started in.
+    /// When the process started, in seconds since 1970, to 10 ms; nothing if it cannot be read. In a tree that is not the kernel's
+    /// own, relative to the boot time in its "stat", which has whole seconds.
     std::optional<double> startTime(qint32 pid) const;
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Processes/ProgramStart.h"
 
 #include <algorithm>
@@ -12,30 +13,30 @@ namespace kestrum {
 
 namespace {
 
-constexpr int firstDescriptorOfOurs = STDERR_FILENO + 1;
+constexpr int firstOwnDescriptor = STDERR_FILENO + 1;
 constexpr long mostDescriptors = 65536;
 
-// What of ours the new program cannot write to, or is not to. One that is closed, or would be by starting a program, must
-// not stay so: the first file that the program opens would get its number, and then the program's output.
-bool isWithheld(int output)
+// Whether stdout or stderr must be replaced by /dev/null. A closed descriptor must not stay closed: the program's next open()
+// would reuse its number, and the program would write its output to that file.
+bool needsReplacement(int output)
 {
     struct stat state;
     const int flags = ::fcntl(output, F_GETFD);
     return flags < 0 || (flags & FD_CLOEXEC) != 0 || ::fstat(output, &state) != 0 || S_ISFIFO(state.st_mode);
 }
 
-// What the new process does before it becomes the program.
+// The setup of the new process before it executes the program.
 class Preparation {
 public:
     Preparation()
     {
         ::posix_spawn_file_actions_init(&m_actions);
-        openNothing(STDIN_FILENO, O_RDONLY);
+        openNull(STDIN_FILENO, O_RDONLY);
         for (const int output : { STDOUT_FILENO, STDERR_FILENO }) {
-            if (isWithheld(output))
-                openNothing(output, O_WRONLY);
+            if (needsReplacement(output))
+                openNull(output, O_WRONLY);
         }
-        note(::posix_spawn_file_actions_addclosefrom_np(&m_actions, firstDescriptorOfOurs));
+        note(::posix_spawn_file_actions_addclosefrom_np(&m_actions, firstOwnDescriptor));
         note(::posix_spawn_file_actions_addchdir_np(&m_actions, "/"));
 
         ::posix_spawnattr_init(&m_attributes);
@@ -61,7 +62,7 @@ public:
     }
 
 private:
-    void openNothing(int descriptor, int flags)
+    void openNull(int descriptor, int flags)
     {
         note(::posix_spawn_file_actions_addopen(&m_actions, descriptor, "/dev/null", flags, 0));
     }
@@ -76,7 +77,7 @@ private:
     int m_error = 0;
 };
 
-// A list as system calls take it; the texts stay with their owner.
+// A null-terminated list for system calls. The texts stay with their owner.
 std::vector<char*> pointers(QByteArrayList& texts)
 {
     std::vector<char*> result;
@@ -86,14 +87,14 @@ std::vector<char*> pointers(QByteArrayList& texts)
     return result;
 }
 
-// Between the new process and its program: only calls that are allowed there.
-void forgetWhatIsOurs()
+// Runs between fork and exec: only async-signal-safe calls.
+void resetProcess()
 {
-    // Marked, not closed: by one of them the toolkit hears that the program could not be executed.
-    if (::close_range(firstDescriptorOfOurs, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
-        // A kernel before 5.11. A limit in the millions would keep us busy for long.
+    // Marked, not closed: QProcess needs one of them to report a failed exec.
+    if (::close_range(firstOwnDescriptor, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
+        // A kernel before 5.11. A limit in the millions would take too long.
         const long end = std::min(::sysconf(_SC_OPEN_MAX), mostDescriptors);
-        for (int descriptor = firstDescriptorOfOurs; descriptor < end; ++descriptor)
+        for (int descriptor = firstOwnDescriptor; descriptor < end; ++descriptor)
             ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);
     }
     for (int number = 1; number < NSIG; ++number)
@@ -105,13 +106,13 @@ void forgetWhatIsOurs()
 
 } // namespace
 
-void ProgramStart::handOnNothing(QProcess& process)
+void ProgramStart::isolate(QProcess& process)
 {
-    process.setChildProcessModifier(forgetWhatIsOurs);
+    process.setChildProcessModifier(resetProcess);
 }
 
-std::optional<qint32> ProgramStart::start(const QByteArray& program, const QByteArrayList& arguments,
-    const std::optional<QByteArrayList>& environment, QString* error)
+Result<qint32> ProgramStart::start(const QByteArray& program, const QByteArrayList& arguments,
+    const std::optional<QByteArrayList>& environment)
 {
     QByteArrayList words = QByteArrayList { program } + arguments;
     QByteArrayList given = environment.value_or(QByteArrayList());
@@ -119,10 +120,9 @@ std::optional<qint32> ProgramStart::start(const QByteArray& program, const QByte
     pid_t pid = 0;
     const int result = Preparation().spawn(
         &pid, program.constData(), pointers(words).data(), environment ? variables.data() : environ);
-    if (result == 0)
-        return pid;
-    *error = qt_error_string(result);
-    return std::nullopt;
+    if (result != 0)
+        return Failure::fromErrno("start", result);
+    return pid;
 }
 
 } // namespace kestrum

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Platform/Processes/StopRequest.h"
 
 #include <QSocketNotifier>
@@ -20,7 +21,7 @@ sigset_t stoppingSignals()
 
 } // namespace
 
-void StopRequest::holdBack()
+void StopRequest::block()
 {
     const sigset_t stopping = stoppingSignals();
     ::pthread_sigmask(SIG_BLOCK, &stopping, nullptr);
@@ -30,7 +31,7 @@ StopRequest::StopRequest()
 {
     const sigset_t stopping = stoppingSignals();
     m_descriptor = ::signalfd(-1, &stopping, SFD_NONBLOCK | SFD_CLOEXEC);
-    // Without a descriptor the signals keep their own effect, which stops the program too.
+    // Without a descriptor, the signals' default effect stops the program.
     if (m_descriptor < 0) {
         ::pthread_sigmask(SIG_UNBLOCK, &stopping, nullptr);
         return;

@@ -1,9 +1,9 @@
+// SPDX-License-Identifier: MIT
 // How starts are noticed.
 //
-// The kernel says when a program's file is opened, which is the first thing that executing it does: the process becomes
-// the program a little later. So the process table is looked at then, and some more times soon after (`LaunchPoller`).
-// Looking reads links of the table and opens no program, so that no look brings about another. The folder is watched, not
-// the file: a program that is replaced by another file is followed by itself.
+// The kernel notifies us when a program's file is opened, the first step of executing it. The process becomes the program a little
+// later. So the process table is polled then, and some more times soon after (`LaunchPoller`). A poll reads links of the table and
+// opens no program, so it causes no further poll. The directory is watched, not the file, so a replaced program is still watched.
 
 #include "Platform/Processes/Workspace.h"
 
@@ -37,13 +37,13 @@ QString programOf(const QString& bundlePath)
     return path + QStringLiteral("/Contents/MacOS/") + name;
 }
 
-// The processes of the program at `path`. The kernel knows them by a path without links.
+// The processes of the program at `path`. The process table shows paths without links.
 QList<qint32> processesOf(const QString& path)
 {
     const QFileInfo program(path);
-    const QString folder = QFileInfo(program.path()).canonicalFilePath();
+    const QString directory = QFileInfo(program.path()).canonicalFilePath();
     const QString canonical
-        = program.exists() ? program.canonicalFilePath() : folder + u'/' + program.fileName();
+        = program.exists() ? program.canonicalFilePath() : directory + u'/' + program.fileName();
     QList<qint32> pids;
     ProcessTable().forEach(
         [&pids, name = QFile::encodeName(canonical)](qint32 pid, QByteArrayView executable) {
@@ -53,7 +53,7 @@ QList<qint32> processesOf(const QString& path)
     return pids;
 }
 
-// Our own variables, except for those that let a program take the focus where it is not to, and `added`.
+// Our own variables and the configuration's. Without activation, the tokens that would let the program take the focus are left out.
 QByteArrayList environmentFor(const Workspace::OpenConfiguration& configuration)
 {
     QSet<QByteArray> replaced;
@@ -79,19 +79,19 @@ struct Workspace::Observations {
     struct Program {
         Program(Observations& observations, const QString& programPath)
             : path(programPath)
-            , looks([this, &observations] {
-                if (observations.look(path))
+            , poller([this, &observations] {
+                if (observations.poll(path))
                     Q_EMIT observations.workspace.runningApplicationsChanged();
             })
             , watch(QFileInfo(path).path(), DirectoryWatch::Interest::opened,
                   [this, name = QFile::encodeName(QFileInfo(path).fileName())](const QByteArray& entry) {
                       if (entry.isEmpty() || entry == name)
-                          looks.begin();
+                          poller.restart();
                   })
         {
         }
         QString path;
-        LaunchPoller looks;
+        LaunchPoller poller;
         DirectoryWatch watch;
     };
 
@@ -111,8 +111,8 @@ struct Workspace::Observations {
         ends.follow(pid, ProcessEnds::Kind::foreign);
     }
 
-    // Whether the program has processes that were not known.
-    bool look(const QString& program)
+    // Follows all processes of the program. Whether there are new ones.
+    bool poll(const QString& program)
     {
         bool anyNew = false;
         const QList<qint32> pids = processesOf(program);
@@ -129,9 +129,9 @@ struct Workspace::Observations {
             if (known->path == program)
                 return;
         }
-        // The watch comes first, so that no start falls between it and the look.
+        // The watch comes first, so that no start falls between it and the poll.
         programs.push_back(std::make_unique<Program>(*this, program));
-        look(program);
+        poll(program);
     }
 
     Opened open(const QString& bundlePath, const OpenConfiguration& configuration)
@@ -144,27 +144,25 @@ struct Workspace::Observations {
             if (const QList<qint32> pids = processesOf(program); !pids.isEmpty())
                 return { pids.first(), {} };
         }
-        QString reason;
-        const auto pid
-            = ProgramStart::start(QFile::encodeName(program), {}, environmentFor(configuration), &reason);
+        const auto pid = ProgramStart::start(QFile::encodeName(program), {}, environmentFor(configuration));
         if (!pid)
             return { std::nullopt,
-                QStringLiteral("%1 cannot be started: %2").arg(Log::escaped(program), reason) };
+                QStringLiteral("%1 cannot be started: %2").arg(Log::escaped(program), pid.failure().reason) };
         children.insert(*pid);
         ends.follow(*pid, ProcessEnds::Kind::child);
-        return { pid, {} };
+        return { *pid, {} };
     }
 
     Workspace& workspace;
     ProcessEnds ends;
     QSet<qint32> observed;
-    QSet<qint32> children; ///< also those that end before any look has found them
+    QSet<qint32> children; ///< also those that end before any poll has found them
     std::vector<std::unique_ptr<Program>> programs;
 };
 
 Workspace& Workspace::shared()
 {
-    // Never destroyed: what it started may end after the application object.
+    // Never destroyed: its children may end after the application object.
     static auto* const workspace = new Workspace;
     return *workspace;
 }

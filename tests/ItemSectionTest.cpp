@@ -1,5 +1,3 @@
-#include "Kestrum/MenuBar/ItemSection.h"
-
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/MenuBarPageWindow.h"

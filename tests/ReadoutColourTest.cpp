@@ -1,7 +1,7 @@
 // The colours of readouts, measured in the drawn pixels.
 
 #include "Kestrum/Form/Theme.h"
-#include "Kestrum/MenuBar/SensorsSection.h"
+#include "Kestrum/MenuBar/MenuBarPage.h"
 #include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Raster/LabelColour.h"
 #include "tests/DrawingFixture.h"
@@ -127,9 +127,9 @@ private Q_SLOTS:
     {
         DrawingFixture::set("language", "en");
         DrawingFixture::set("sensorsReadout", "hottest");
-        SensorsSection section;
+        const MenuBarPage page;
         QString note;
-        for (const QLabel* label : section.findChildren<QLabel*>()) {
+        for (const QLabel* label : page.findChildren<QLabel*>()) {
             if (label->text().contains(QStringLiteral("amber")))
                 note = label->text();
         }

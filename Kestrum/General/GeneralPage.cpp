@@ -1,16 +1,32 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/General/GeneralPage.h"
 
 #include "Kestrum/Agent/LaunchAtLoginSection.h"
+#include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Rows.h"
-#include "Kestrum/General/LanguageSection.h"
-#include "Kestrum/General/UnitsSection.h"
-#include "Kestrum/General/UpdatesSection.h"
+#include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Agent/AppLinks.h"
+
+#include <QHBoxLayout>
+#include <QLabel>
 
 namespace kestrum {
 
 namespace {
 
-/// In seconds. Any other number may be stored by hand; the agent goes by it and no choice is shown.
+constexpr int versionGap = 12; ///< between the version and the button
+
+/// Each language has its own name, so that everybody finds theirs, whatever language the window has now.
+QList<Choice<QString>> languages()
+{
+    QList<Choice<QString>> choices { { QLatin1StringView(AppLanguage::systemChoice),
+        AppLanguage::string("System") } };
+    for (const auto& [code, name] : AppLanguage::available())
+        choices.append({ code, name });
+    return choices;
+}
+
+/// In seconds. Any other number may be stored by hand: the agent uses it, and the picker shows no choice.
 QList<Choice<double>> intervals()
 {
     return {
@@ -20,17 +36,54 @@ QList<Choice<double>> intervals()
     };
 }
 
+/// Version and build of the running agent, which may belong to another copy, else of this bundle. The build is always shown:
+/// reports of faults need it.
+QString versionText()
+{
+    const Bundle bundle = AppLinks::runningAgentBundle().value_or(Bundle::main());
+    const auto text
+        = [&bundle](const QString& key) { return bundle.infoText(key).value_or(QStringLiteral("—")); };
+    return text(QStringLiteral("CFBundleShortVersionString")) + QStringLiteral(" (")
+        + text(QStringLiteral("CFBundleVersion")) + u')';
+}
+
+/// The version, and the button that asks the agent to check for updates.
+QWidget* versionAndButton()
+{
+    auto* version = new QLabel(versionText());
+    version->setFont(Theme::font(Theme::TextStyle::body));
+    version->setForegroundRole(QPalette::PlaceholderText);
+    version->setTextFormat(Qt::PlainText);
+
+    auto* check = new PushButton(AppLanguage::string("Check Now"));
+    QObject::connect(check, &PushButton::clicked, check,
+        [] { SharedSettings::post(SharedSettings::Signal::checkForUpdates); });
+    // Disabled until the agent reports that it can check.
+    Setting { Keys::updaterCanCheck }.follow(check, [check](bool canCheck) { check->setEnabled(canCheck); });
+
+    auto* both = new QWidget;
+    auto* layout = new QHBoxLayout(both);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(versionGap);
+    layout->addWidget(version);
+    layout->addWidget(check);
+    return both;
+}
+
 } // namespace
 
 GeneralPage::GeneralPage(QWidget* parent)
     : FormPage(parent)
 {
     add(new LaunchAtLoginSection);
-    add(new LanguageSection);
-    add(new UnitsSection);
+    add(new Card({ Form::picker<QString>("Language", Setting { Keys::language }, languages()) }));
+    add(new Card("Units",
+        { Form::picker<Units::TemperatureChoice>("Temperature", Setting { Keys::temperatureUnit }) }));
     add(new Card("Sampling",
         { Form::picker<double>("Refresh interval", Setting { Keys::refreshInterval }, intervals()) }));
-    add(new UpdatesSection);
+    add(new Card("Updates",
+        { Form::toggle("Check automatically", Setting { Keys::updatesCheckAutomatically }),
+            new Row(AppLanguage::string("Version"), versionAndButton()) }));
 }
 
 } // namespace kestrum

@@ -1,13 +1,88 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/MenuBarPage.h"
 
 #include "Kestrum/Form/Rows.h"
-#include "Kestrum/MenuBar/CPUSection.h"
-#include "Kestrum/MenuBar/MemorySection.h"
+#include "Kestrum/MenuBar/AccentRow.h"
+#include "Kestrum/MenuBar/ItemHeader.h"
 #include "Kestrum/MenuBar/MenuBarPreview.h"
-#include "Kestrum/MenuBar/SensorsSection.h"
-#include "Kestrum/MenuBar/StorageSection.h"
+#include "KestrumShared/Raster/HeatColour.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Text/Units.h"
+#include "Platform/Machine/CoreTopology.h"
 
 namespace kestrum {
+
+namespace {
+
+Row* accentRow(const QString& item, const UnregisteredKey<MeterAccent>& key)
+{
+    return new AccentRow(AppLanguage::string("Colour"), item, key);
+}
+
+void addCPURows(Card& card, const QString& item)
+{
+    // One key for all items: it is edited here only.
+    card.add(Form::segmented<MeterStyle>("Meter", Setting { Keys::meterStyle }));
+    card.add(Form::picker<CPUReadout>("Readout", Setting { Keys::cpuReadout }));
+    card.add(accentRow(item, Keys::cpuAccent));
+    // The bars of fast cores have a colour of their own where there are slower cores too.
+    const QList<CoreTier>& tiers = CoreTopology::tiers();
+    if (tiers.size() >= 2) {
+        const QString title = AppLanguage::string("%@ cores", { AppLanguage::string(tiers.first().name) });
+        card.add(new AccentRow(title, title, Keys::cpuFastCoreAccent));
+    }
+}
+
+void addMemoryRows(Card& card, const QString& item)
+{
+    card.add(Form::picker<MemoryReadout>("Readout",
+        { Setting { Keys::memoryReadout, MemoryReadout::usage }, MeterSettings::memoryReadout,
+            Keys::showMemoryPercent }));
+    card.add(accentRow(item, Keys::memoryAccent));
+}
+
+void addStorageRows(Card& card, const QString& item)
+{
+    card.add(Form::picker<StorageReadout>("Readout",
+        { Setting { Keys::storageReadout, StorageReadout::usage }, MeterSettings::storageReadout,
+            Keys::showMemoryPercent }));
+    card.add(accentRow(item, Keys::storageAccent));
+}
+
+void addSensorsRows(Card& card, const QString&)
+{
+    card.add(Form::picker<SensorsReadout>("Readout", Setting { Keys::sensorsReadout }));
+    Setting { Keys::temperatureUnit }.follow(&card, [&card](Units::TemperatureChoice) {
+        card.setFootnote(AppLanguage::string("The readout turns amber at %@ and red at %@.",
+            { Units::temperature(HeatColour::amberFrom, 0), Units::temperature(HeatColour::redFrom, 0) }));
+    });
+}
+
+/// What the page has for each item, in the order of the page.
+struct ItemSection {
+    MonitorSection section;
+    const char* title;
+    void (*addRows)(Card& card, const QString& item); ///< `item`: the title in the interface language
+};
+
+constexpr ItemSection itemSections[] = {
+    { MonitorSection::cpu, "CPU", addCPURows },
+    { MonitorSection::memory, "Memory", addMemoryRows },
+    { MonitorSection::storage, "Disk", addStorageRows },
+    { MonitorSection::sensors, "Sensors", addSensorsRows },
+};
+static_assert(std::size(itemSections) == std::size(allCases<MonitorSection>()), "an item lacks its section");
+
+Card* makeCard(const ItemSection& item)
+{
+    auto* card = new Card;
+    card->setHeader(new ItemHeader(item.section, item.title));
+    card->add(Form::toggle("Show in menu bar", Setting { MeterSettings::visibilityKey(item.section) }));
+    item.addRows(*card, AppLanguage::string(item.title));
+    return card;
+}
+
+} // namespace
 
 MenuBarPage::MenuBarPage(QWidget* parent)
     : FormPage(parent)
@@ -19,10 +94,8 @@ MenuBarPage::MenuBarPage(QWidget* parent)
     add(new Card("All Items",
         { Form::segmented<MeterShape>("Bar shape", Setting { Keys::meterShape }),
             Form::segmented<MeterLabelStyle>("Item labels", Setting { Keys::meterLabelStyle }) }));
-    add(new CPUSection);
-    add(new MemorySection);
-    add(new StorageSection);
-    add(new SensorsSection);
+    for (const ItemSection& item : itemSections)
+        add(makeCard(item));
 }
 
 } // namespace kestrum

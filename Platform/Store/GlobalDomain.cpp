@@ -139,8 +139,8 @@ QStringList codesOf(const QByteArray& list)
 QStringList GlobalDomain::languages()
 {
     const QByteArray messages = firstSet({ "LC_ALL", "LC_MESSAGES", "LANG" });
-    // Whoever sets the plain locale asks for untranslated texts, as scripts and build machines do; a LANGUAGE
-    // that is left over from the desktop must not overrule that.
+    // Scripts and build machines set the plain locale to get untranslated texts. A LANGUAGE left over from the desktop must not
+    // override that.
     if (namesNoLanguage(messages))
         return {};
 

@@ -1,11 +1,12 @@
-// Reads are answered from a snapshot in memory. Two things tell that it may be out of date:
-//   - A counter that all processes share. A writer advances it when its file stands, so an unchanged counter means that no save
-//     has ended since our last look. Without a counter every read asks the file system.
-//   - A watch of the directories, from the first observer of `changed` on. Only the watch finds edits by hand, as editors
-//     advance no counter. It looks at the file whatever the counter says.
-// Another file than the known one is read again, and only other values make a notice: our own save makes no second one.
-// One mutex guards everything but the watches, which belong to the main thread. It is not held during a save. If another thread
-// saves meanwhile, the next look finds that out, since each save remembers the counter from before it began.
+// SPDX-License-Identifier: MIT
+// Reads are answered from a snapshot in memory. It is checked against the file after
+//   - a change of the counter that all processes share. A writer advances it after replacing the file, so an unchanged counter means
+//     that no save has ended since our last check. Without a counter every read asks the file system.
+//   - a change in a watched directory, from the first observer of `changed` on. Only the watch notices edits by hand, because editors
+//     advance no counter.
+// A changed file is read again. Only changed values emit `changed`, so our own save does not emit it twice. One mutex guards everything
+// but the watches, which belong to the main thread. It is not held during a save. If another thread saves meanwhile, the next
+// check finds that, because each save stores the counter from before it began.
 
 #include "Platform/Store/UserDefaults.h"
 
@@ -56,7 +57,7 @@ QJsonObject administeredValues(const QString& name)
             continue;
         }
         for (auto value = content->values.begin(); value != content->values.end(); ++value) {
-            if (!values.contains(value.key())) // an earlier directory counts more
+            if (!values.contains(value.key())) // the first directory wins
                 values.insert(value.key(), value.value());
         }
     }
@@ -72,7 +73,7 @@ struct UserDefaults::Domain {
         , file(fileIn(FilePath::configDirectory(), domainName))
         , counter(GenerationCounter::open(domainName))
         , seenGeneration(generation())
-        , watch(file, [this] { scheduleObservedLook(); })
+        , watch(file, [this] { scheduleCheck(); })
     {
         values.setAdministered(administeredValues(name));
         adopt(file.readFirst());
@@ -80,14 +81,14 @@ struct UserDefaults::Domain {
 
     quint64 generation() const { return counter ? counter->value() : 0; }
 
-    /// Brings the snapshot up to date.
+    /// Updates the snapshot if it may be out of date.
     void refresh()
     {
         if (doubt.isOpen() || !counter || counter->value() != seenGeneration || !counter->isShared())
-            look();
+            check();
     }
 
-    /// The value in effect, taken from `part`, when it is of `type`.
+    /// `part` of the effective value if that is of `type`.
     template <class T>
     std::optional<T> read(std::string_view key, QJsonValue::Type type, T LayeredSettings::Entry::*part)
     {
@@ -97,53 +98,53 @@ struct UserDefaults::Domain {
         return entry && entry->type == type ? std::optional(entry->*part) : std::nullopt;
     }
 
-    void look();
+    void check();
     void adopt(const Result<SettingsFile::Content>& content);
     bool save(const SettingsFile::Changes& changes);
     void scheduleNotice(const QStringList& keys);
 
-    void lookAround();
-    void scheduleObservedLook();
-    void scheduleSecondLook();
+    void checkAndFollow();
+    void scheduleCheck();
+    void scheduleLaterCheck();
 
     UserDefaults* const defaults;
     const QString name;
     const SettingsFile file;
     const std::unique_ptr<GenerationCounter> counter;
 
-    std::mutex mutex; ///< guards what follows, down to the watches
+    std::mutex mutex; ///< guards the members below, down to the watch
     LayeredSettings values;
     SettingsFile::Identity identity; ///< of the file that `values` came from
     bool isIdentityCertain = false;
     SettingsDoubt doubt;
-    quint64 seenGeneration = 0; ///< the counter as it was before the last look
+    quint64 seenGeneration = 0; ///< the counter before the last check
     std::optional<Failure> readFailure;
     std::optional<Failure> saveFailure;
-    bool isDurabilityOwed = false; ///< the last save has replaced the file, but failed to make that last
+    bool isUnsynced = false; ///< the last save replaced the file but failed to flush the directory
     bool isObserved = false;
     bool isNoticeScheduled = false;
     std::set<QString> changedKeys; ///< since the last notice
-    bool isSecondLookScheduled = false;
+    bool isLaterCheckScheduled = false;
 
     // Of the main thread only.
     SettingsWatch watch;
-    bool isLookScheduled = false;
+    bool isCheckScheduled = false;
 };
 
-void UserDefaults::Domain::look()
+void UserDefaults::Domain::check()
 {
-    const quint64 now = generation(); // before the file: a save that ends in between is looked for again
+    const quint64 now = generation(); // read before the file, so that a save in between causes another check
     if (doubt.isOpen() || !isIdentityCertain || readFailure || file.identity() != identity) {
         const auto content = file.read();
         if (doubt.concerns(content))
-            scheduleSecondLook();
+            scheduleLaterCheck();
         else
             adopt(content);
     }
     seenGeneration = now;
 }
 
-/// What cannot be read leaves the values as they were.
+/// An unreadable file leaves the values as they were.
 void UserDefaults::Domain::adopt(const Result<SettingsFile::Content>& content)
 {
     if (!content) {
@@ -167,22 +168,22 @@ void UserDefaults::Domain::scheduleNotice(const QStringList& keys)
     changedKeys.insert(keys.begin(), keys.end());
     if (std::exchange(isNoticeScheduled, true))
         return;
-    const auto tell = [this] {
+    const auto notify = [this] {
         std::unique_lock lock(mutex);
         isNoticeScheduled = false;
-        const auto told = std::exchange(changedKeys, {});
+        const auto names = std::exchange(changedKeys, {});
         lock.unlock();
-        Q_EMIT defaults->changed(QStringList(told.begin(), told.end()));
+        Q_EMIT defaults->changed(QStringList(names.begin(), names.end()));
     };
-    QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(defaults, notify, Qt::QueuedConnection);
 }
 
 bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
 {
     {
         const std::scoped_lock lock(mutex);
-        look();
-        const bool isKnown = !readFailure && !isDurabilityOwed && !doubt.isOpen();
+        check();
+        const bool isKnown = !readFailure && !isUnsynced && !doubt.isOpen();
         if (isKnown && changes.appliedTo(values.stored()) == values.stored())
             return true;
     }
@@ -193,60 +194,60 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
         counter->advance();
 
     const std::scoped_lock lock(mutex);
-    isDurabilityOwed = !saved && (saved.changed || isDurabilityOwed);
+    isUnsynced = !saved && (saved.changed || isUnsynced);
     if (!saved) {
         saveFailure = saved.failure();
         Log::warnOnce(SettingsFile::logArea, Log::escaped(saved.failureText()));
-        const auto tell = [this, reason = saved.failureText()] { Q_EMIT defaults->saveFailed(reason); };
+        const auto notify = [this, reason = saved.failureText()] { Q_EMIT defaults->saveFailed(reason); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveFailed)))
-            QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(defaults, notify, Qt::QueuedConnection);
         return false;
     }
 
     adopt(saved);
-    // Only our own step since: then nobody else's save can have been overlooked.
+    // If the counter has moved by our own save only, no other save was missed.
     const quint64 expected = before + (saved.changed ? 1 : 0);
     seenGeneration = generation() == expected ? expected : before;
     if (saveFailure) {
         saveFailure.reset();
-        const auto tell = [this] { Q_EMIT defaults->saveSucceeded(); };
+        const auto notify = [this] { Q_EMIT defaults->saveSucceeded(); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveSucceeded)))
-            QMetaObject::invokeMethod(defaults, tell, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(defaults, notify, Qt::QueuedConnection);
     }
     return true;
 }
 
-void UserDefaults::Domain::lookAround()
+void UserDefaults::Domain::checkAndFollow()
 {
-    isLookScheduled = false;
+    isCheckScheduled = false;
     watch.follow();
     const std::scoped_lock lock(mutex);
-    look();
+    check();
 }
 
-/// One look for all that is heard in a turn. Not within a watch's handler, as the look may end that watch.
-void UserDefaults::Domain::scheduleObservedLook()
+/// One check for all events of a turn. Not within a watch's handler, because the check can destroy that watch.
+void UserDefaults::Domain::scheduleCheck()
 {
-    if (!std::exchange(isLookScheduled, true))
+    if (!std::exchange(isCheckScheduled, true))
         QMetaObject::invokeMethod(
-            defaults, [this] { lookAround(); }, Qt::QueuedConnection);
+            defaults, [this] { checkAndFollow(); }, Qt::QueuedConnection);
 }
 
-/// Nothing happens when a doubt has lasted long enough, so nobody would tell.
-void UserDefaults::Domain::scheduleSecondLook()
+/// There is no event when a doubt has lasted long enough, so a timer is needed.
+void UserDefaults::Domain::scheduleLaterCheck()
 {
-    if (!isObserved || isSecondLookScheduled)
+    if (!isObserved || isLaterCheckScheduled)
         return;
-    isSecondLookScheduled = true;
-    const auto lookAgain = [this] {
+    isLaterCheckScheduled = true;
+    const auto checkAgain = [this] {
         {
             const std::scoped_lock lock(mutex);
-            isSecondLookScheduled = false;
+            isLaterCheckScheduled = false;
         }
-        scheduleObservedLook();
+        scheduleCheck();
     };
-    const auto wait = [this, lookAgain] {
-        QTimer::singleShot(SettingsFile::believedAfter, Qt::PreciseTimer, defaults, lookAgain);
+    const auto wait = [this, checkAgain] {
+        QTimer::singleShot(SettingsFile::believedAfter, Qt::PreciseTimer, defaults, checkAgain);
     };
     QMetaObject::invokeMethod(defaults, wait, Qt::QueuedConnection);
 }
@@ -254,7 +255,7 @@ void UserDefaults::Domain::scheduleSecondLook()
 UserDefaults::UserDefaults(const QString& name)
     : m_domain(std::make_unique<Domain>(this, name))
 {
-    // Without an application object yet, the thread that we are made in becomes the main thread.
+    // Without an application object, the creating thread becomes the main thread.
     const auto* application = QCoreApplication::instance();
     if (application && application->thread() != thread())
         moveToThread(application->thread());
@@ -264,7 +265,7 @@ UserDefaults::~UserDefaults() = default;
 
 UserDefaults& UserDefaults::standard()
 {
-    // Never destroyed: others may still read it while the process ends.
+    // Never destroyed: it may be read while the process ends.
     static auto* const defaults = new UserDefaults(standardName());
     return *defaults;
 }
@@ -372,7 +373,7 @@ void UserDefaults::observe(const QStringList& keys, QObject* owner, std::functio
 
 void UserDefaults::synchronize()
 {
-    m_domain->lookAround();
+    m_domain->checkAndFollow();
 }
 
 void UserDefaults::sweepLeftovers()
@@ -390,10 +391,10 @@ void UserDefaults::connectNotify(const QMetaMethod& signal)
             return;
     }
     if (QCoreApplication::instance() && QThread::currentThread() == thread())
-        m_domain->lookAround();
+        m_domain->checkAndFollow();
     else
         QMetaObject::invokeMethod(
-            this, [this] { m_domain->lookAround(); }, Qt::QueuedConnection);
+            this, [this] { m_domain->checkAndFollow(); }, Qt::QueuedConnection);
 }
 
 } // namespace kestrum

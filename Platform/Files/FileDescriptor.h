@@ -27,7 +27,7 @@ public:
     ~FileDescriptor()
     {
         const int error = errno;
-        (void)close();
+        close();
         errno = error;
     }
 
@@ -35,7 +35,7 @@ public:
     int get() const { return m_descriptor; }
 
     /// Closes now. False, with the reason in `errno`, if the kernel reports that earlier writes failed.
-    [[nodiscard]] bool close()
+    bool close()
     {
         const int descriptor = std::exchange(m_descriptor, -1);
         // An interrupted close has closed the descriptor.

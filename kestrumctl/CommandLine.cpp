@@ -36,8 +36,7 @@ QString unknownOption(const QString& name, std::span<const Option> options)
 
 } // namespace
 
-std::optional<CommandLine> CommandLine::parsed(
-    const QStringList& words, std::span<const Option> options, QString* error)
+Result<CommandLine> CommandLine::parsed(const QStringList& words, std::span<const Option> options)
 {
     CommandLine line;
     bool optionsEnded = false;
@@ -54,20 +53,15 @@ std::optional<CommandLine> CommandLine::parsed(
         const qsizetype equals = word.indexOf(QLatin1Char('='));
         const QString name = word.left(equals);
         const Option* option = find(name, options);
-        if (!option) {
-            *error = unknownOption(name, options);
-            return std::nullopt;
-        }
+        if (!option)
+            return Failure { {}, unknownOption(name, options), 0, {} };
         QString value = equals < 0 ? QString() : word.mid(equals + 1);
         if (option->takesValue && equals < 0) {
-            if (++i == words.size()) {
-                *error = QStringLiteral("option %1 needs a value").arg(name);
-                return std::nullopt;
-            }
+            if (++i == words.size())
+                return Failure { {}, QStringLiteral("option %1 needs a value").arg(name), 0, {} };
             value = words[i];
         } else if (!option->takesValue && equals >= 0) {
-            *error = QStringLiteral("option %1 takes no value").arg(name);
-            return std::nullopt;
+            return Failure { {}, QStringLiteral("option %1 takes no value").arg(name), 0, {} };
         }
         line.m_options.insert(name, value);
     }

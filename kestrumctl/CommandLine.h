@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Log/Result.h"
+
 #include <QHash>
 #include <QString>
 #include <QStringList>
@@ -21,9 +23,8 @@ struct Option {
 /// verb has "--help".
 class CommandLine {
 public:
-    /// Nothing when a word is not understood; `error` then names the word.
-    static std::optional<CommandLine> parsed(
-        const QStringList& words, std::span<const Option> options, QString* error);
+    /// A failure names the word that is not understood.
+    static Result<CommandLine> parsed(const QStringList& words, std::span<const Option> options);
 
     const QStringList& arguments() const { return m_arguments; }
     bool has(const char* option) const { return m_options.contains(QLatin1StringView(option)); }

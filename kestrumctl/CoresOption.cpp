@@ -22,28 +22,28 @@ QString tierName(qsizetype index, qsizetype count)
 
 } // namespace
 
-bool CoresOption::apply(const CommandLine& line, QString* error)
+Result<> CoresOption::apply(const CommandLine& line)
 {
     const auto text = line.value(option.name);
     if (!text)
-        return true;
+        return {};
     const QStringList counts = text->split(QLatin1Char(','));
     QList<CoreTier> tiers;
     for (const QString& count : counts) {
         bool isNumber = false;
         const int cores = count.toInt(&isNumber);
-        if (!isNumber || cores < 1 || cores > mostCores || counts.size() > mostTiers) {
-            *error = QStringLiteral(
-                "--cores takes one to %1 numbers from 1 to %2, separated by commas, not \"%3\"")
-                         .arg(mostTiers)
-                         .arg(mostCores)
-                         .arg(Log::escaped(*text));
-            return false;
-        }
+        if (!isNumber || cores < 1 || cores > mostCores || counts.size() > mostTiers)
+            return Failure { {},
+                QStringLiteral(
+                    "--cores takes one to %1 numbers from 1 to %2, separated by commas, not \"%3\"")
+                    .arg(mostTiers)
+                    .arg(mostCores)
+                    .arg(Log::escaped(*text)),
+                0, {} };
         tiers.append({ tierName(tiers.size(), counts.size()), cores });
     }
     CoreTopology::useTiers(tiers);
-    return true;
+    return {};
 }
 
 } // namespace kestrum

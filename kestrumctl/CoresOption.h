@@ -3,8 +3,6 @@
 
 #include "kestrumctl/CommandLine.h"
 
-#include <QString>
-
 namespace kestrum {
 
 /// "--cores N[,N…]", with which describe and render act as on another machine.
@@ -12,9 +10,8 @@ namespace CoresOption {
 
 inline constexpr Option option { "--cores", true };
 
-/// Makes the given core counts, fastest first, this machine's tiers. True also when the option is not given; false, with
-/// the reason in `error`, when its value is no such list.
-bool apply(const CommandLine& line, QString* error);
+/// Makes the given core counts, fastest first, this machine's tiers. Fails when the option's value is no such list.
+Result<> apply(const CommandLine& line);
 
 } // namespace CoresOption
 } // namespace kestrum

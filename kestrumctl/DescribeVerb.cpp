@@ -35,9 +35,8 @@ QByteArray described(const StripLayout::Item& item, const MenuBarReadings& readi
 
 ExitCode runDescribe(const CommandLine& line)
 {
-    QString error;
-    if (!CoresOption::apply(line, &error))
-        return Console::wrongUse(error);
+    if (const auto applied = CoresOption::apply(line); !applied)
+        return Console::wrongUse(applied.failureText());
     KeyCatalogue::openedStore();
     const SampleReadings readings;
     const StripLayout layout = StripLayout::current();

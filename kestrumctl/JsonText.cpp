@@ -31,7 +31,7 @@ QString JsonText::shortened(const QJsonValue& value)
     return text.size() <= longest ? text : text.left(longest) + QStringLiteral("…");
 }
 
-std::optional<QJsonValue> JsonText::parsed(const QString& text, QString* error)
+Result<QJsonValue> JsonText::parsed(const QString& text)
 {
     QJsonParseError problem;
     const QJsonArray list = QJsonDocument::fromJson(opening + text.toUtf8() + closing, &problem).array();
@@ -39,19 +39,18 @@ std::optional<QJsonValue> JsonText::parsed(const QString& text, QString* error)
         const QString reason = problem.error == QJsonParseError::NoError
             ? QStringLiteral("it holds %1 values instead of one").arg(list.size())
             : problem.errorString();
-        *error = QStringLiteral(
-            "\"%1\" is no JSON value: %2 (a text stands in double quotes, inside the shell's own)")
-                     .arg(Log::escaped(text), reason);
-        return std::nullopt;
+        return Failure { {},
+            QStringLiteral(
+                "\"%1\" is no JSON value: %2 (a text stands in double quotes, inside the shell's own)")
+                .arg(Log::escaped(text), reason),
+            0, {} };
     }
     const QJsonValue value = list.first();
     // The store's own limits apply, so that every accepted value can be read back.
     const auto readBack
         = SettingsText::parsed(SettingsText::serialised({ { QStringLiteral("value"), value } }));
-    if (!readBack.damage.isEmpty()) {
-        *error = QStringLiteral("the value cannot be a setting: ") + readBack.damage;
-        return std::nullopt;
-    }
+    if (!readBack.damage.isEmpty())
+        return Failure { {}, QStringLiteral("the value cannot be a setting: ") + readBack.damage, 0, {} };
     return value;
 }
 

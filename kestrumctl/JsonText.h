@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Log/Result.h"
+
 #include <QByteArray>
 #include <QJsonValue>
 #include <QString>
-#include <optional>
 
 namespace kestrum {
 
@@ -17,8 +18,8 @@ QByteArray compact(const QJsonValue& value);
 /// As `compact`, cut to the length of a message.
 QString shortened(const QJsonValue& value);
 
-/// The one value in `text`; nothing, with the reason in `error`, when it is no JSON or nested deeper than settings may be.
-std::optional<QJsonValue> parsed(const QString& text, QString* error);
+/// The one value in `text`. Fails when it is no JSON or nested deeper than settings may be.
+Result<QJsonValue> parsed(const QString& text);
 
 } // namespace JsonText
 } // namespace kestrum

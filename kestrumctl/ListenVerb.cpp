@@ -22,25 +22,24 @@ struct Limits {
     int milliseconds = 0; ///< 0: no limit
 };
 
-std::optional<Limits> limitsOf(const CommandLine& line, QString* error)
+Result<Limits> limitsOf(const CommandLine& line)
 {
     Limits limits;
     bool isNumber = true;
     if (const auto text = line.value("--count")) {
         limits.deliveries = text->toInt(&isNumber);
-        if (!isNumber || limits.deliveries < 1) {
-            *error
-                = QStringLiteral("--count takes a whole number above 0, not \"%1\"").arg(Log::escaped(*text));
-            return std::nullopt;
-        }
+        if (!isNumber || limits.deliveries < 1)
+            return Failure { {},
+                QStringLiteral("--count takes a whole number above 0, not \"%1\"").arg(Log::escaped(*text)),
+                0, {} };
     }
     if (const auto text = line.value("--timeout")) {
         const double seconds = text->toDouble(&isNumber);
-        if (!isNumber || !(seconds > 0 && seconds <= longestTimeout)) {
-            *error = QStringLiteral("--timeout takes seconds above 0 and up to 1000000, not \"%1\"")
-                         .arg(Log::escaped(*text));
-            return std::nullopt;
-        }
+        if (!isNumber || !(seconds > 0 && seconds <= longestTimeout))
+            return Failure { {},
+                QStringLiteral("--timeout takes seconds above 0 and up to 1000000, not \"%1\"")
+                    .arg(Log::escaped(*text)),
+                0, {} };
         limits.milliseconds = qMax(1, qRound(seconds * 1000));
     }
     return limits;
@@ -48,16 +47,14 @@ std::optional<Limits> limitsOf(const CommandLine& line, QString* error)
 
 ExitCode runListen(const CommandLine& line)
 {
-    QString error;
-    const auto heard = SignalNames::parsed(line.arguments(), &error);
+    const auto heard = SignalNames::parsed(line.arguments());
     if (!heard)
-        return Console::wrongUse(error);
-    const auto limits = limitsOf(line, &error);
+        return Console::wrongUse(heard.failureText());
+    const auto limits = limitsOf(line);
     if (!limits)
-        return Console::wrongUse(error);
-    error = SignalNames::obstacle();
-    if (!error.isEmpty())
-        return Console::failed(error);
+        return Console::wrongUse(limits.failureText());
+    if (const QString obstacle = SignalNames::obstacle(); !obstacle.isEmpty())
+        return Console::failed(obstacle);
 
     const StopRequest stop;
     QObject::connect(

@@ -9,11 +9,10 @@ namespace {
 
 ExitCode runPost(const CommandLine& line)
 {
-    QString error;
-    const auto posted = SignalNames::parsed(line.arguments(), &error);
+    const auto posted = SignalNames::parsed(line.arguments());
     if (!posted)
-        return Console::wrongUse(error);
-    error = SignalNames::obstacle();
+        return Console::wrongUse(posted.failureText());
+    QString error = SignalNames::obstacle();
     if (error.isEmpty())
         error = SignalNames::sentence(NotificationCentre::post(SharedSettings::name(posted->first())));
     return error.isEmpty() ? ExitCode::done : Console::failed(error);

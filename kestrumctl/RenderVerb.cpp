@@ -74,9 +74,9 @@ QImage drawn(const Picture& picture)
     return image;
 }
 
-// Adds the item, or all of them, by name; false, with the reason in `error`, for an unknown name.
-bool addItems(Picture& picture, const QString& name, const std::shared_ptr<const MenuBarReadings>& readings,
-    QString* error)
+// Adds the item, or all of them, by name.
+Result<> addItems(
+    Picture& picture, const QString& name, const std::shared_ptr<const MenuBarReadings>& readings)
 {
     const auto add = [&picture, &readings](MonitorSection section, double x, double width) {
         picture.items.append(
@@ -89,42 +89,39 @@ bool addItems(Picture& picture, const QString& name, const std::shared_ptr<const
             if (item.isShown())
                 add(item.section, *item.x, item.width);
         }
-        return true;
+        return {};
     }
     if (const auto section = fromRawValue<MonitorSection>(name)) {
         picture.width = StatusMetricView::itemWidth(*section);
         add(*section, 0, picture.width);
-        return true;
+        return {};
     }
     QStringList names;
     for (const auto& entry : allCases<MonitorSection>())
         names.append(QLatin1StringView(entry.rawValue));
     names.append(wholeStrip);
-    *error = NearestNames::unknown("section", name, names);
-    return false;
+    return Failure { {}, NearestNames::unknown("section", name, names), 0, {} };
 }
 
-bool readOptions(Picture& picture, const CommandLine& line, QString* error)
+Result<> readOptions(Picture& picture, const CommandLine& line)
 {
     if (const auto text = line.value("--scale")) {
         bool isNumber = false;
         picture.scale = text->toDouble(&isNumber);
-        if (!isNumber || !(picture.scale > 0 && picture.scale <= largestScale)) {
-            *error = QStringLiteral("--scale takes a number above 0 and up to %1, not \"%2\"")
-                         .arg(largestScale)
-                         .arg(Log::escaped(*text));
-            return false;
-        }
+        if (!isNumber || !(picture.scale > 0 && picture.scale <= largestScale))
+            return Failure { {},
+                QStringLiteral("--scale takes a number above 0 and up to %1, not \"%2\"")
+                    .arg(largestScale)
+                    .arg(Log::escaped(*text)),
+                0, {} };
     }
     if (const auto text = line.value("--appearance")) {
         const QStringList names { QStringLiteral("light"), QStringLiteral("dark") };
-        if (!names.contains(*text)) {
-            *error = NearestNames::unknown("appearance", *text, names);
-            return false;
-        }
+        if (!names.contains(*text))
+            return Failure { {}, NearestNames::unknown("appearance", *text, names), 0, {} };
         picture.scheme = *text == names.last() ? ColourScheme::dark : ColourScheme::light;
     }
-    return CoresOption::apply(line, error);
+    return CoresOption::apply(line);
 }
 
 ExitCode runRender(const CommandLine& line)
@@ -133,15 +130,14 @@ ExitCode runRender(const CommandLine& line)
     if (!path || path->isEmpty())
         return Console::wrongUse(QStringLiteral("render: a file for the picture is missing (-o FILE.png)"));
     Picture picture;
-    QString error;
-    if (!readOptions(picture, line, &error))
-        return Console::wrongUse(error);
+    if (const auto read = readOptions(picture, line); !read)
+        return Console::wrongUse(read.failureText());
     UserDefaults& store = KeyCatalogue::openedStore();
     // The accents that the programs will store at their first start; nothing is stored here.
     store.registerDefaults(MeterSettings::missingAccents());
     const auto readings = std::make_shared<SampleReadings>();
-    if (!addItems(picture, line.arguments().first(), readings, &error))
-        return Console::wrongUse(error);
+    if (const auto added = addItems(picture, line.arguments().first(), readings); !added)
+        return Console::wrongUse(added.failureText());
     if (picture.items.isEmpty())
         return Console::failed(QStringLiteral("there is nothing to draw: all items are hidden"));
 

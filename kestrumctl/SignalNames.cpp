@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-std::optional<QList<SharedSettings::Signal>> SignalNames::parsed(const QStringList& words, QString* error)
+Result<QList<SharedSettings::Signal>> SignalNames::parsed(const QStringList& words)
 {
     QList<SharedSettings::Signal> result;
     for (const QString& word : words) {
@@ -15,8 +15,7 @@ std::optional<QList<SharedSettings::Signal>> SignalNames::parsed(const QStringLi
             QStringList names;
             for (const auto& entry : allCases<SharedSettings::Signal>())
                 names.append(QLatin1StringView(entry.rawValue));
-            *error = NearestNames::unknown("signal", word, names);
-            return std::nullopt;
+            return Failure { {}, NearestNames::unknown("signal", word, names), 0, {} };
         }
         if (!result.contains(*signal))
             result.append(*signal);

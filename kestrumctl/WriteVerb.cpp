@@ -12,10 +12,9 @@ constexpr Option writeOptions[] = { { "--force" } };
 ExitCode runWrite(const CommandLine& line)
 {
     const QString& key = line.arguments()[0];
-    QString error;
-    const auto value = JsonText::parsed(line.arguments()[1], &error);
+    const auto value = JsonText::parsed(line.arguments()[1]);
     if (!value)
-        return Console::wrongUse(error);
+        return Console::wrongUse(value.failureText());
     if (!line.has("--force")) {
         if (const auto reason = KeyCatalogue::refusal(key, *value))
             return Console::wrongUse(*reason + QStringLiteral(" (--force stores it all the same)"));

@@ -40,10 +40,9 @@ ExitCode wrongCall(const Verb& verb, const QString& reason)
 
 ExitCode run(const Verb& verb, const QStringList& words, char** argv)
 {
-    QString error;
-    const auto line = CommandLine::parsed(words, verb.options, &error);
+    const auto line = CommandLine::parsed(words, verb.options);
     if (!line)
-        return wrongCall(verb, error);
+        return wrongCall(verb, line.failureText());
     if (line->has("--help"))
         return Console::print(usage(verb));
     const qsizetype count = line->arguments().size();

@@ -3,7 +3,10 @@
 
 #include "KestrumAgent/Agent.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/Bundle/Bundle.h"
 #include "tests/FreshSettings.h"
 #include "tests/Kestrumctl.h"
 #include "tests/PaintWatcher.h"
@@ -11,6 +14,7 @@
 #include "tests/SignalRecorder.h"
 
 #include <QApplication>
+#include <QJsonArray>
 #include <QSignalSpy>
 #include <fcntl.h>
 #include <unistd.h>
@@ -19,6 +23,39 @@ using namespace kestrum;
 
 using Programs::patience;
 using SharedSettings::Signal;
+
+namespace {
+
+/// Values of a key's type; the factory default is one of several.
+template <class T> QJsonArray values()
+{
+    if constexpr (std::is_same_v<T, bool>) {
+        return { true, false };
+    } else if constexpr (std::is_same_v<T, double>) {
+        return { 2, 30 };
+    } else if constexpr (std::is_same_v<T, QString>) {
+        return { QStringLiteral("cpu,memory,storage,sensors"), QStringLiteral("general"),
+            QStringLiteral("ar"), QStringLiteral("9.9") };
+    } else if constexpr (std::is_same_v<T, MeterAccent>) {
+        return { QStringLiteral("amber"), QStringLiteral("teal") };
+    } else {
+        QJsonArray all;
+        for (const auto& entry : allCases<T>())
+            all.append(rawValue(entry.value));
+        return all;
+    }
+}
+
+/// A strip as it is drawn with the present settings.
+QImage look()
+{
+    PanelStrip strip(std::make_shared<SampleReadings>());
+    strip.resize(strip.sizeHint());
+    strip.show();
+    return strip.grab().toImage();
+}
+
+} // namespace
 
 class AgentAdoptionTest : public QObject {
     Q_OBJECT
@@ -31,8 +68,8 @@ class AgentAdoptionTest : public QObject {
     void write(const char* key, const char* json) const
     {
         const int before = m_announcements.count;
-        QCOMPARE(
-            Kestrumctl::run({ QStringLiteral("write"), QLatin1StringView(key), QLatin1StringView(json) }).code,
+        QCOMPARE(Kestrumctl::run({ QStringLiteral("write"), QLatin1StringView(key), QLatin1StringView(json) })
+                     .code,
             0);
         QTRY_VERIFY_WITH_TIMEOUT(m_announcements.count > before, patience);
         QTest::qWait(quietTime); // what else comes of it
@@ -61,7 +98,8 @@ private Q_SLOTS:
         QVERIFY(m_agent->strip()->isVisible());
 
         m_window = Programs::started(
-            qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app/Contents/MacOS/Kestrum"), {});
+            qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app/Contents/MacOS/Kestrum"),
+            {});
         // It is open when it announces what changes.
         double interval = 3600;
         QTRY_VERIFY_WITH_TIMEOUT(
@@ -100,6 +138,34 @@ private Q_SLOTS:
         write("meterStyle", "\"bars\"");
         QCOMPARE(adopted.count(), 2);
         QCOMPARE(drawn.count(), 2);
+    }
+
+    void whatChangesTheItemsIsWhatTheAgentAdopts()
+    {
+        const Bundle before = Bundle::main();
+        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
+        const QImage usual = look();
+        QStringList found;
+        const auto tryKey = [&](const auto& key) {
+            bool changes = false;
+            for (const QJsonValue& value : values<typename std::decay_t<decltype(key)>::Value>()) {
+                QVERIFY(SharedSettings::store().set(key.name, value));
+                changes = changes || look() != usual;
+            }
+            QVERIFY(SharedSettings::store().remove(key.name));
+            if (changes)
+                found += Keys::names(key);
+        };
+        std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::registered);
+        std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::unregistered);
+        Bundle::setMain(before);
+        // This machine may have cores of one kind only; and the language is that of what is said of an item, not drawn.
+        found += Keys::names(Keys::cpuFastCoreAccent, Keys::language);
+        found.removeDuplicates();
+        QStringList adopted = MeterSettings::itemKeys();
+        adopted.sort();
+        found.sort();
+        QCOMPARE(found.join(u' '), adopted.join(u' '));
     }
 };
 

@@ -199,7 +199,9 @@ private Q_SLOTS:
         Form::segmented<MeterStyle>("Meter", style)->setParent(page.get());
         Form::picker<MeterStyle>("Meter", style)->setParent(page.get());
         QCOMPARE(looks, 3);
-        QVERIFY(m_other->set("meterStyle", QStringLiteral("compact")));
+        QVERIFY(m_other->apply({ { QStringLiteral("meterStyle"), QStringLiteral("compact") },
+                                   { QStringLiteral("showCPUItem"), false } },
+            {}));
         QTRY_COMPARE(looks, 6);
         page.reset();
         int notices = 0;
@@ -207,6 +209,28 @@ private Q_SLOTS:
         QVERIFY(m_other->set("meterStyle", QStringLiteral("bars")));
         QTRY_VERIFY(notices > 0);
         QCOMPARE(looks, 6);
+    }
+
+    void aRowLooksOnlyWhenWhatItShowsMayHaveChanged()
+    {
+        int looks = 0;
+        const Binding<MeterStyle> style(
+            setting(Keys::meterStyle),
+            [&looks] {
+                ++looks;
+                return std::optional(MeterStyle::wave);
+            },
+            Keys::names(Keys::showMemoryPercent));
+        const std::unique_ptr<Row> row(Form::picker<MeterStyle>("Meter", style));
+        int notices = 0;
+        connect(m_store.get(), &UserDefaults::changed, row.get(), [&notices] { ++notices; });
+        QVERIFY(m_other->set("settingsPane", QStringLiteral("general")));
+        QTRY_COMPARE(notices, 1);
+        QCOMPARE(looks, 1);
+        QVERIFY(m_other->set("showMemoryPercent", false));
+        QTRY_COMPARE(looks, 2);
+        QVERIFY(m_other->set("meterStyle", QStringLiteral("compact")));
+        QTRY_COMPARE(looks, 3);
     }
 
     void aBindingCanShowSomethingElseThanIsStored()

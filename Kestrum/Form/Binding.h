@@ -27,13 +27,13 @@ template <class T> struct Binding {
     {
     }
 
-    /// `shownValue` reads `fallback` too, where the setting itself is absent.
-    Binding(
-        const Setting<T>& setting, std::function<std::optional<T>()> shownValue, const Key<bool>& fallback)
+    /// `moreKeys`: those that `shownValue` reads beside the setting's own.
+    Binding(const Setting<T>& setting, std::function<std::optional<T>()> shownValue,
+        const QStringList& moreKeys = {})
         : Binding(setting)
     {
         shown = std::move(shownValue);
-        keys += Keys::names(fallback);
+        keys += moreKeys;
     }
 
     QString name;                            ///< the key; the control's object name

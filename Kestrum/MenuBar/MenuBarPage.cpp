@@ -37,7 +37,7 @@ void addMemoryRows(Card& card, const QString& item)
 {
     card.add(Form::picker<MemoryReadout>("Readout",
         { Setting { Keys::memoryReadout, MemoryReadout::usage }, MeterSettings::memoryReadout,
-            Keys::showMemoryPercent }));
+            Keys::names(Keys::showMemoryPercent) }));
     card.add(accentRow(item, Keys::memoryAccent));
 }
 
@@ -45,7 +45,7 @@ void addStorageRows(Card& card, const QString& item)
 {
     card.add(Form::picker<StorageReadout>("Readout",
         { Setting { Keys::storageReadout, StorageReadout::usage }, MeterSettings::storageReadout,
-            Keys::showMemoryPercent }));
+            Keys::names(Keys::showMemoryPercent) }));
     card.add(accentRow(item, Keys::storageAccent));
 }
 

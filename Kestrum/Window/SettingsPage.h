@@ -4,7 +4,7 @@
 #include "Kestrum/General/GeneralPage.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
 #include "Kestrum/Popovers/PopoversPage.h"
-#include "KestrumShared/Vocabulary/Enumeration.h"
+#include "KestrumShared/Text/Title.h"
 
 namespace kestrum {
 

@@ -22,8 +22,8 @@ public:
     explicit SettingsAppDelegate(
         Run run = Run::ordinary, Relaunch::Actions actions = Relaunch::Actions::real());
 
-    /// The first part of the start-up sequence, before there is a window. Called once. The second part follows by itself
-    /// where `windowWasShown` does not come.
+    /// The first part of the start-up sequence, before there is a window. Named for its moment: the process is launched, nothing
+    /// is shown. Called once. The second part follows by itself where `windowWasShown` does not come.
     void applicationDidFinishLaunching();
 
     /// The rest, which can wait until the window has been seen: called after its first frame.

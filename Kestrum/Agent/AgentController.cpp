@@ -31,6 +31,7 @@ AgentController::AgentController(QObject* parent)
     m_afterStop.setSingleShot(true);
     m_afterStop.setInterval(lookAfterStop);
     connect(&m_afterStop, &QTimer::timeout, this, &AgentController::refresh);
+    // Qt on X11 does not notice when the application is left for less than 0.4 s.
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive)
             refresh();

@@ -8,8 +8,8 @@
 
 namespace kestrum {
 
-/// The strip as a layer surface at the trailing end of a Wayland screen's top edge. Menus and tool tips of Qt's cannot
-/// open beside such a surface; they stand in surfaces of their own.
+/// The strip as a layer surface at the trailing end of a Wayland screen's top edge. A popup of Qt's beside such a
+/// surface is a protocol error, which ends the process. So menus and tool tips have surfaces of their own.
 class LayerChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:

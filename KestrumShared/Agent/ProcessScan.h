@@ -10,7 +10,7 @@
 namespace kestrum {
 
 /// The running agents, from the kernel's process table: every agent process counts, in any bundle and also while it is
-/// quitting. Caches nothing between calls. Main thread only.
+/// quitting. Caches nothing between calls: a known process can become another program, and ids are reused. Main thread only.
 namespace ProcessScan {
 
 struct Entry {

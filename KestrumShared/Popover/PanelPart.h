@@ -11,7 +11,8 @@
 namespace kestrum {
 
 /// The interface of a panel's part: its height, and drawing it into a rectangle of that height and any width. Sizes are
-/// points. It may leave the painter's pen, brush and font changed, and nothing else.
+/// points. It may leave the painter's pen, brush and font changed, and nothing else. Parts are no widgets, so that miniatures and
+/// popovers can draw the same ones.
 template <class T>
 concept DrawnPart
     = requires(const T& part, QPainter& painter, const QRectF& rect, const PanelEnvironment& environment)

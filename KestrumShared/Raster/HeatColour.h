@@ -4,10 +4,10 @@
 
 namespace kestrum {
 
-/// How the readout of the sensors' item warns where it is a temperature.
+/// How the readout of the sensors' item warns where it is a temperature. All other texts of items have the labels' colour.
 namespace HeatColour {
 
-/// From so many degrees Celsius on it has another colour.
+/// From so many degrees Celsius on it has another colour. The page's footnote shows these numbers too.
 inline constexpr double amberFrom = 85;
 inline constexpr double redFrom = 95;
 

@@ -22,7 +22,7 @@ UserDefaults& store();
 /// to print: reads and writes themselves do not report it.
 QString refusal();
 
-/// The 23 factory defaults, to be registered at start-up.
+/// The factory defaults, to be registered at start-up.
 const QJsonObject& factoryDefaults();
 
 /// The signals between the programs. A case's name is the last part of the signal's full name.

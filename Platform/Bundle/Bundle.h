@@ -12,7 +12,8 @@
 namespace kestrum {
 
 /// A directory with a fixed layout, "Name.app/Contents/{Info.plist,MacOS,Resources}", that holds a program and its resources. A value;
-/// copies share what was read.
+/// copies share what was read. The names of the layout are fixed: agents of other copies and versions are found by their path, and
+/// "kestrumctl open" starts any bundle by them.
 class Bundle {
 public:
     /// The bundle of the running executable. For a program outside of any bundle it is empty: the executable's directory as path,

@@ -86,7 +86,7 @@ void StatusIcons::ask()
 bool StatusIcons::areOnBlack()
 {
     const QStringList names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower().split(u':');
-    // GNOME's classic mode, with panels, follows the scheme.
+    // GNOME's bar is always black. Its classic mode, with panels, follows the scheme.
     return names.contains(QLatin1StringView("gnome")) && !names.contains(QLatin1StringView("gnome-classic"));
 }
 

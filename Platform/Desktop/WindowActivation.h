@@ -14,7 +14,8 @@ namespace kestrum {
 /// already.
 namespace WindowActivation {
 
-/// Set in the environment of a program that is to open its window without taking the focus.
+/// Set in the environment of a program that is to open its window without taking the focus. Window managers on X11 comply; on
+/// Wayland the desktop alone decides about a new window.
 inline constexpr char backgroundVariable[] = "KESTRUM_IN_BACKGROUND";
 
 /// The token that this process was started with, empty when there is none. Once the application object is made, the toolkit

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+// Not QSaveFile: it ignores a failed flush and reports success on a full disk.
+
 #include "Platform/Files/AtomicFile.h"
 
 #include "Platform/Files/FileDescriptor.h"

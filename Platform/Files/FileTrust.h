@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// Who may change a file.
+/// Who may change a file. A program that starts at every login must be the one that its user put there.
 namespace FileTrust {
 
 /// How somebody other than us and root can change the file at `path`, or replace it by changing a directory above: one line that

@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: MIT
 // How a path is watched.
 //
-// The kernel watches inodes, but a subscription is about a path. So it also watches the ancestors of its directory. The directory,
-// or its nearest existing ancestor, and the parent of that are watched for changes of entries: the kernel does not report the removal of a
-// directory that a process has open. Ancestors further up are watched only for being moved. A change of the path marks the
-// subscription as lost. Then all watches are added again from the root down, and the handler is called for "anything". A
-// watch is always added before the check that relies on it, so no change is missed in between.
+// The kernel watches inodes, but a subscription is about a path. A watch of the file would end with the first save that replaces
+// the file. A watch of its directory alone would miss that the directory is replaced. So the ancestors are watched too. The
+// directory, or its nearest existing ancestor, and the parent of that are watched for changes of entries: the kernel does not
+// report the removal of a directory that a process has open. Ancestors further up are watched only for being moved. A change of
+// the path marks the subscription as lost. Then all watches are added again from the root down, and the handler is called for
+// "anything". A watch is always added before the check that relies on it, so no change is missed in between.
 
 #include "Platform/Files/InotifyDispatcher.h"
 #include "Platform/Log/Log.h"

@@ -2,10 +2,11 @@
 // Not GLib's key files: they refuse an entry with one damaged line, which is salvaged here, and rewrite lines that others wrote
 // (blanks around values, line ends, repeated groups), which stay here byte for byte.
 //
-// A desktop entry has two layers of quoting. The lower one applies to all values: a backslash, and blanks and line ends
-// that would be lost, are written with a backslash. The upper one applies to command lines: a program's path is put
-// in double quotes, within which four characters take a backslash, and each percent sign is doubled. A command line is quoted
-// by the upper rule first and then by the lower one, so that a backslash in a path becomes four.
+// A desktop entry has two layers of quoting. The lower one applies to all values: a backslash, and blanks and line ends that
+// would be lost, are written with a backslash. The upper one applies to command lines: a program's path is put in double quotes,
+// within which four characters take a backslash, and each percent sign is doubled. A command line is quoted by the upper rule
+// first and then by the lower one, so that a backslash in a path becomes four. The standard says so and GLib reads it so;
+// systemd's generator reads backslashes in a path differently.
 
 #include "Platform/LoginItem/DesktopEntry.h"
 

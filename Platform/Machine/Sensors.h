@@ -12,6 +12,7 @@ namespace kestrum {
 
 /// Temperatures and fans from libsensors, with the names and corrections of its configuration. A reading takes up to
 /// milliseconds, so it belongs on a worker. The library has one state per process, so this is a singleton.
+/// It reads "/sys" only: its tests run under umockdev.
 class Sensors {
 public:
     struct Wanted {

@@ -8,7 +8,8 @@
 namespace kestrum {
 
 /// A name that one process of a user's session holds at a time: an abstract socket address. It is in no directory that could be
-/// cleared, and the kernel releases it when the process ends. A process that wants a held name connects to the holder ("knocks").
+/// cleared or that machines share, and the kernel releases it when the process ends. A process that wants a held name connects to
+/// the holder ("knocks").
 ///
 /// Any user of the machine can take such a name. So it excludes only processes of the same user: `take` reports all others, and
 /// holders that cannot be identified, as `noneOfOurs`.

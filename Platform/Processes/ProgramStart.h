@@ -17,7 +17,7 @@ namespace ProgramStart {
 
 /// The program's first word is its own path, then come `arguments`. `environment` holds "NAME=value" entries; ours is used if it
 /// is not given. Gives the id of the new process, a child that the caller must wait for. When it returns, the process table
-/// already shows the program.
+/// already shows the program, so that a second request right behind finds it and starts none.
 Result<qint32> start(const QByteArray& program, const QByteArrayList& arguments,
     const std::optional<QByteArrayList>& environment = std::nullopt);
 

@@ -7,9 +7,9 @@
 // ignores its close.
 //
 // An event only means that something may have been posted. The kernel also reports changed modes, removed files and queue
-// overflows. So each registration stores the last time that it has seen, and is notified only of another one. The kernel's own
-// time is that of its last tick, in which two posts may fall. So a post sets the exact time. Times are compared for inequality,
-// because clocks are set back.
+// overflows, which must not end the agent or bring the window forward. So each registration stores the last time that it has
+// seen, and is notified only of another one. The kernel's own time is that of its last tick, in which two posts may fall. So a
+// post sets the exact time. Times are compared for inequality, because clocks are set back.
 
 #include "Platform/Signals/NotificationCentre.h"
 

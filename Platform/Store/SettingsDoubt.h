@@ -8,7 +8,8 @@
 namespace kestrum {
 
 /// Decides whether a reader that holds values of a settings file accepts a new state of the file. Programs that save in several
-/// steps leave the file absent, blank or half written for a moment. Meanwhile the old values count.
+/// steps leave the file absent, blank or half written for a moment. Meanwhile the old values count:
+/// the defaults would include another language.
 class SettingsDoubt {
 public:
     bool isOpen() const { return m_isOpen; }

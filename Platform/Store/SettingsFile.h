@@ -28,7 +28,8 @@ public:
         bool operator==(const Identity&) const = default;
     };
 
-    /// The kind of a failure, as far as people can do something about it.
+    /// The kind of a failure, as far as people can do something about it. The window shows the kind, which is
+    /// translated; the log and a tool tip show the file and the system's own words.
     enum class Trouble {
         none,
         diskFull,

@@ -3,8 +3,8 @@
 
 #include "KestrumShared/Items/SampleReadings.h"
 #include "KestrumShared/Raster/PixelPainter.h"
-#include "tests/DrawingFixture.h"
-#include "tests/TestHome.h"
+#include "tests/Support/DrawingFixture.h"
+#include "tests/Support/TestHome.h"
 
 #include <benchmark/benchmark.h>
 #include <cstdio>

@@ -11,8 +11,8 @@
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/FreshSettings.h"
-#include "tests/TestHome.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -8,8 +8,8 @@
 
 #include "KestrumShared/Agent/ProcessScan.h"
 #include "Platform/Processes/Workspace.h"
-#include "tests/OwnProcesses.h"
-#include "tests/StandIns.h"
+#include "tests/Support/OwnProcesses.h"
+#include "tests/Support/StandIns.h"
 
 #include <QCoreApplication>
 #include <QEventLoop>

@@ -1,0 +1,173 @@
+// How often the agent adopts its settings when another process stores some, with the settings window open, which announces
+// every change by a signal: the agent hears of one change in two ways.
+
+#include "KestrumAgent/Agent.h"
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Bundle/Bundle.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/Kestrumctl.h"
+#include "tests/Support/PaintWatcher.h"
+#include "tests/Support/Programs.h"
+#include "tests/Support/SignalRecorder.h"
+
+#include <QApplication>
+#include <QJsonArray>
+#include <QSignalSpy>
+#include <fcntl.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+using Programs::patience;
+using SharedSettings::Signal;
+
+namespace {
+
+/// Values of a key's type; the factory default is one of several.
+template <class T> QJsonArray values()
+{
+    if constexpr (std::is_same_v<T, bool>) {
+        return { true, false };
+    } else if constexpr (std::is_same_v<T, double>) {
+        return { 2, 30 };
+    } else if constexpr (std::is_same_v<T, QString>) {
+        return { QStringLiteral("cpu,memory,storage,sensors"), QStringLiteral("general"),
+            QStringLiteral("ar"), QStringLiteral("9.9") };
+    } else if constexpr (std::is_same_v<T, MeterAccent>) {
+        return { QStringLiteral("amber"), QStringLiteral("teal") };
+    } else {
+        QJsonArray all;
+        for (const auto& entry : allCases<T>())
+            all.append(rawValue(entry.value));
+        return all;
+    }
+}
+
+/// A strip as it is drawn with the present settings.
+QImage look()
+{
+    PanelStrip strip(std::make_shared<SampleReadings>());
+    strip.resize(strip.sizeHint());
+    strip.show();
+    return strip.grab().toImage();
+}
+
+} // namespace
+
+class AgentAdoptionTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<Agent> m_agent;
+    std::unique_ptr<QProcess> m_window;
+    Ear m_announcements { SharedSettings::name(Signal::settings) };
+
+    /// By a process of its own, which the settings window announces.
+    void write(const char* key, const char* json) const
+    {
+        const int before = m_announcements.count;
+        QCOMPARE(Kestrumctl::run({ QStringLiteral("write"), QLatin1StringView(key), QLatin1StringView(json) })
+                     .code,
+            0);
+        QTRY_VERIFY_WITH_TIMEOUT(m_announcements.count > before, patience);
+        QTest::qWait(quietTime); // what else comes of it
+    }
+
+    /// Until slow readings are there, too: from then on nothing is drawn but for a change of settings.
+    void waitForRest() const
+    {
+        const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn);
+        constexpr int rest = 500;
+        for (qsizetype last = -1, tries = 0; last != drawn.count() && tries < patience / rest; ++tries) {
+            last = drawn.count();
+            QTest::qWait(rest);
+        }
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        registerFactoryDefaults();
+        // No samples meanwhile; and the window starts no agent of its own.
+        Setting(Keys::refreshInterval).set(3600);
+        Setting(Keys::agentEnabled).set(false);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+        QVERIFY(m_agent->strip()->isVisible());
+
+        m_window = Programs::started(
+            qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app/Contents/MacOS/Kestrum"),
+            {});
+        // It is open when it announces what changes.
+        double interval = 3600;
+        QTRY_VERIFY_WITH_TIMEOUT(
+            Setting(Keys::refreshInterval).set(++interval) && m_announcements.count > 0, patience);
+        waitForRest();
+    }
+    void cleanupTestCase()
+    {
+        Programs::end(*m_window);
+        m_agent.reset();
+    }
+
+    void anotherPageOfTheWindowIsNothingToTheAgent()
+    {
+        const QSignalSpy adopted(m_agent->strip(), &PanelStrip::rebuilt);
+        const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn);
+        PaintWatcher screen;
+        m_agent->strip()->installEventFilter(&screen);
+        write("settingsPane", "\"general\"");
+        write("settingsPane", "\"popovers\"");
+        QCOMPARE(adopted.count(), 0);
+        QCOMPARE(drawn.count(), 0);
+        QVERIFY(screen.painted.isEmpty());
+    }
+
+    void anotherLookIsAdoptedOnceAndDrawnOnce()
+    {
+        const QSignalSpy adopted(m_agent->strip(), &PanelStrip::rebuilt);
+        const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn); // once for each drawing of all items
+        PaintWatcher screen;
+        m_agent->strip()->installEventFilter(&screen);
+        write("meterStyle", "\"wave\"");
+        QCOMPARE(adopted.count(), 1);
+        QCOMPARE(drawn.count(), 1);
+        QVERIFY(!screen.painted.isEmpty());
+        write("meterStyle", "\"bars\"");
+        QCOMPARE(adopted.count(), 2);
+        QCOMPARE(drawn.count(), 2);
+    }
+
+    void whatChangesTheItemsIsWhatTheAgentAdopts()
+    {
+        const Bundle before = Bundle::main();
+        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
+        const QImage usual = look();
+        QStringList found;
+        const auto tryKey = [&](const auto& key) {
+            bool changes = false;
+            for (const QJsonValue& value : values<typename std::decay_t<decltype(key)>::Value>()) {
+                QVERIFY(SharedSettings::store().set(key.name, value));
+                changes = changes || look() != usual;
+            }
+            QVERIFY(SharedSettings::store().remove(key.name));
+            if (changes)
+                found += Keys::names(key);
+        };
+        std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::registered);
+        std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::unregistered);
+        Bundle::setMain(before);
+        // This machine may have cores of one kind only; and the language is that of what is said of an item, not drawn.
+        found += Keys::names(Keys::cpuFastCoreAccent, Keys::language);
+        found.removeDuplicates();
+        QStringList adopted = MeterSettings::itemKeys();
+        adopted.sort();
+        found.sort();
+        QCOMPARE(found.join(u' '), adopted.join(u' '));
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, AgentAdoptionTest)
+#include "AgentAdoptionTest.moc"

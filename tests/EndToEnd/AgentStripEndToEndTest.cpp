@@ -1,0 +1,256 @@
+// The agent's items on the screen: where they stand below a real panel, how soon they show what is chosen, and how they are dragged
+// by a real mouse.
+
+#include "tests/Support/OpenedWindow.h"
+#include "tests/Support/PanelTest.h"
+#include "tests/Support/SeenTimes.h"
+
+#include <QElapsedTimer>
+#include <cmath>
+
+using namespace kestrum;
+
+using Programs::patience;
+
+namespace {
+
+constexpr int stripHeight = DesktopFixture::stripHeight;
+const QColor plate(222, 222, 222);
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+bool hasHue(const QImage& image, const QColor& hue)
+{
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            const QColor pixel = image.pixelColor(x, y);
+            if (std::abs(pixel.red() - hue.red()) < 8 && std::abs(pixel.green() - hue.green()) < 8
+                && std::abs(pixel.blue() - hue.blue()) < 8)
+                return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+class AgentStripEndToEndTest : public PanelTest {
+    Q_OBJECT
+
+    /// The trailing end of the room right below the panel.
+    static QImage corner()
+    {
+        return DesktopFixture::picture({ VirtualDisplay::width - 400, panelHeight, 400, stripHeight });
+    }
+
+    static QByteArray shownStrip()
+    {
+        return VirtualDisplay::xdotool(
+            { text("search"), text("--onlyvisible"), text("--name"), text("^Kestrum$") });
+    }
+
+    void showItems(bool isShown) const
+    {
+        for (const char* key : { "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" })
+            fixture().write(key, isShown ? "true" : "false");
+    }
+
+    /// Moves an item to the strip's trailing end.
+    void dragToTheEnd(const char* section) const
+    {
+        const QPoint from = place(section);
+        DesktopFixture::drag(from, { VirtualDisplay::width - 2, from.y() });
+    }
+
+private Q_SLOTS:
+    void theStripStandsBelowThePanel()
+    {
+        const QImage shown = corner();
+        if (const QString folder = qEnvironmentVariable("KESTRUM_TEST_PICTURES"); !folder.isEmpty())
+            QGuiApplication::primaryScreen()->grabWindow(0).save(folder + text("/agent.png"));
+        QVERIFY(DesktopFixture::stripWidth(panelHeight) > 200);
+        QCOMPARE(shown.pixelColor(shown.width() - 2, 11), plate);
+        // Items are drawn on it: more than the plate and its labels.
+        QVERIFY(hasHue(shown, QColor(69, 184, 153)));
+        // And above and below is none of it.
+        const QImage around = DesktopFixture::picture(
+            { VirtualDisplay::width - 400, 0, 400, panelHeight + stripHeight + 20 });
+        for (int y : { panelHeight - 1, panelHeight + stripHeight })
+            QVERIFY(around.pixelColor(around.width() - 40, y) != plate);
+    }
+
+    void valuesChangeWithTime()
+    {
+        fixture().write("refreshInterval", "0.2");
+        const QImage before = corner();
+        // An idle machine may look the same for long.
+        QElapsedTimer busy;
+        busy.start();
+        while (busy.elapsed() < 1500) { }
+        QTRY_VERIFY_WITH_TIMEOUT(corner() != before, patience);
+    }
+
+    void itIsADockOnEveryDesktopAlsoWhenItWasHidden()
+    {
+        for (int round = 0; round < 2; ++round) {
+            const QByteArray window = shownStrip();
+            QVERIFY(!window.isEmpty());
+            const QByteArray properties = Programs::output(
+                text("xprop"), { text("-id"), QString::fromLatin1(window), text("_NET_WM_WINDOW_TYPE") });
+            QVERIFY2(properties.contains("_NET_WM_WINDOW_TYPE_DOCK"), properties.constData());
+            VirtualDisplay::xdotool({ text("set_desktop"), text("1") });
+            QTest::qWait(200);
+            const int width = DesktopFixture::stripWidth(panelHeight);
+            VirtualDisplay::xdotool({ text("set_desktop"), text("0") });
+            QCOMPARE(width, fixture().expectedStripWidth());
+
+            showItems(false);
+            waitForNoStrip();
+            showItems(true);
+            waitForStrip();
+        }
+    }
+
+    void atNoScaleIsItCutByTheScreensEdge_data()
+    {
+        QTest::addColumn<QByteArray>("scale");
+        QTest::addColumn<QByteArray>("visibleKey");
+        // Whole and odd widths, on a screen that is a whole number of points wide and on one that is not.
+        for (const char* scale : { "1.25", "1.5", "2.5" }) {
+            for (const char* key : { "", "showMemoryItem" })
+                QTest::addRow("%s %s", scale, key) << QByteArray(scale) << QByteArray(key);
+        }
+    }
+    void atNoScaleIsItCutByTheScreensEdge()
+    {
+        QFETCH(const QByteArray, scale);
+        QFETCH(const QByteArray, visibleKey);
+        Programs::end(agent());
+        if (!visibleKey.isEmpty()) {
+            showItems(false);
+            fixture().write(visibleKey, "true");
+        }
+        qputenv("QT_SCALE_FACTOR", scale);
+        const auto scaled = Programs::started(fixture().agentProgram(), {});
+        qunsetenv("QT_SCALE_FACTOR");
+
+        QByteArray window;
+        QTRY_VERIFY_WITH_TIMEOUT(!(window = shownStrip()).isEmpty(), patience);
+        QMap<QByteArray, int> geometry;
+        for (const QByteArray& line : VirtualDisplay::xdotool(
+                 { text("getwindowgeometry"), text("--shell"), QString::fromLatin1(window) })
+                                          .split('\n'))
+            geometry.insert(line.split('=').first(), line.split('=').last().toInt());
+        const int end = geometry["X"] + geometry["WIDTH"];
+        // Less than two points from the edge, and all of it before that.
+        QVERIFY2(end <= VirtualDisplay::width && end > VirtualDisplay::width - 2 * scale.toDouble(),
+            QByteArray::number(end).constData());
+        QCOMPARE_GE(geometry["WIDTH"], std::floor(fixture().expectedStripWidth() * scale.toDouble()));
+        QCOMPARE_GE(geometry["HEIGHT"], std::floor(stripHeight * scale.toDouble()));
+        Programs::end(*scaled);
+    }
+
+    void itMovesWhenThePanelGoesAndComes()
+    {
+        Programs::end(panel());
+        waitForStrip(0);
+        startPanel();
+        waitForStrip();
+    }
+
+    void inALanguageFromTheRightItStandsAtTheOtherEnd()
+    {
+        const auto isPlateAt = [](int x) {
+            return DesktopFixture::picture({ x, panelHeight + stripHeight / 2, 1, 1 }).pixelColor(0, 0)
+                == plate;
+        };
+        fixture().write("language", "\"ar\"");
+        waitForNoStrip();
+        const int width = fixture().expectedStripWidth();
+        QVERIFY(isPlateAt(0));
+        QVERIFY(isPlateAt(width - 1));
+        QVERIFY(!isPlateAt(width));
+        fixture().write("language", "\"en\"");
+        waitForStrip();
+        QVERIFY(!isPlateAt(width - 1));
+    }
+
+    void aSettingWrittenInAShellIsSeenWithin100Milliseconds_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("json");
+        QTest::addColumn<QString>("back");
+        const auto row = [](const char* key, const char* json, const char* back) {
+            QTest::newRow(key) << QString::fromLatin1(key) << QString::fromLatin1(json)
+                               << QString::fromLatin1(back);
+        };
+        row("meterStyle", "\"wave\"", "\"bars\"");
+        row("showCPUItem", "false", "true");
+        row("cpuAccent", "\"amber\"", "\"signal\"");
+        row("menuBarOrder", "\"cpu,memory,sensors,storage\"", "\"storage,sensors,memory,cpu\"");
+    }
+    void aSettingWrittenInAShellIsSeenWithin100Milliseconds()
+    {
+        QFETCH(const QString, key);
+        QFETCH(const QString, json);
+        QFETCH(const QString, back);
+        SeenTimes times;
+        // With the sanitizers it is only tried whether it is seen.
+        constexpr int rounds = Programs::areSanitized ? 2 : 6;
+        for (int round = 0; round < rounds; ++round) {
+            QTest::qWait(100); // let the change before come to rest
+            times.note(fixture(), key, round % 2 ? back : json, corner);
+        }
+        qInfo("%s: %s", qPrintable(key), qPrintable(times.report()));
+        // How long a command takes to start is the machine's affair.
+        QVERIFY(Programs::areSanitized || times.afterEnd() < 100);
+    }
+
+    void aHiddenItemTakesNoRoomAndNoItemNoSurface()
+    {
+        fixture().write("showMemoryItem", "false");
+        waitForStrip();
+        showItems(false);
+        waitForNoStrip();
+        fixture().write("showCPUItem", "true");
+        waitForStrip();
+    }
+
+    void aDragIsStoredAndTold()
+    {
+        const auto listener = Programs::started(fixture().program("kestrumctl"),
+            { text("listen"), text("menuBarChanged"), text("--timeout"), text("20") });
+        listener->setReadChannel(QProcess::StandardError);
+        QVERIFY(listener->waitForReadyRead(patience));
+        dragToTheEnd("storage");
+        QTRY_COMPARE_WITH_TIMEOUT(
+            fixture().read("menuBarOrder"), QByteArray("\"sensors,memory,cpu,storage\""), patience);
+        listener->setReadChannel(QProcess::StandardOutput);
+        if (!listener->bytesAvailable())
+            QVERIFY(listener->waitForReadyRead(patience));
+        QVERIFY(listener->readAllStandardOutput().contains("menuBarChanged"));
+        Programs::end(*listener);
+    }
+
+    void aDragAtThePanelShowsInTheOpenWindow()
+    {
+        const OpenedWindow window(fixture());
+        const QImage before = window.restingPreview();
+        QVERIFY(!before.isNull());
+        dragToTheEnd("storage");
+        QTRY_VERIFY_WITH_TIMEOUT(window.preview() != before, patience);
+        const QImage after = window.restingPreview();
+        // It is the picture of that very order, wherever that comes from.
+        fixture().write("menuBarOrder", "\"storage,sensors,memory,cpu\"");
+        QTRY_VERIFY_WITH_TIMEOUT(window.preview() == before, patience);
+        fixture().write("menuBarOrder", "\"sensors,memory,cpu,storage\"");
+        QTRY_VERIFY_WITH_TIMEOUT(window.preview() == after, patience);
+        Programs::end(window.application());
+    }
+};
+
+KESTRUM_TEST_MAIN_ON_DISPLAY(AgentStripEndToEndTest)
+#include "AgentStripEndToEndTest.moc"

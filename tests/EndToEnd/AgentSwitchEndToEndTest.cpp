@@ -1,0 +1,166 @@
+// The switch at the sidebar's foot and the built agent, which it starts and stops.
+
+#include "tests/Support/AgentSwitch.h"
+#include "tests/Support/DesktopTest.h"
+
+#include <QElapsedTimer>
+#include <csignal>
+
+using namespace kestrum;
+
+namespace {
+
+using Programs::patience;
+
+constexpr int second = AgentSwitch::second;
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+} // namespace
+
+class AgentSwitchEndToEndTest : public DesktopTest {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        qunsetenv("KESTRUM_TEST_AGENT");
+        fixture().write("agentEnabled", "false");
+        fixture().useBuiltAgent();
+        fixture().turnToOther();
+        QVERIFY(agents().isEmpty());
+    }
+
+    void theSwitchStartsTheAgentAndStopsIt()
+    {
+        AgentSwitch row(fixture());
+        QVERIFY(!row.isOn());
+        const qint32 agent = row.switchOn();
+        QVERIFY(agent > 0);
+        QVERIFY(row.isOn());
+        QCOMPARE(fixture().read("agentEnabled"), QByteArray("true"));
+        row.click();
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(agents().isEmpty(), patience);
+        QTest::qWait(second + 200);
+        QVERIFY(!row.isOn());
+        QCOMPARE(fixture().read("agentEnabled"), QByteArray("false"));
+    }
+
+    void theItemsComeAndGoAndThePreviewStaysAsItIs()
+    {
+        AgentSwitch row(fixture());
+        const QImage preview = row.restingPreview();
+        QVERIFY(!preview.isNull());
+        // There is no panel: the strip stands at the very top.
+        const QRect place(VirtualDisplay::width - 400, 0, 400, DesktopFixture::stripHeight);
+        const QImage empty = DesktopFixture::picture(place);
+        QVERIFY(row.switchOn() > 0);
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::stripWidth(0), fixture().expectedStripWidth(), patience);
+        QVERIFY(row.restingPreview() == preview);
+        row.click();
+        QTRY_VERIFY_WITH_TIMEOUT(agents().isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::picture(place) == empty, patience);
+        QVERIFY(row.restingPreview() == preview);
+    }
+
+    void theAgentIsStartedWithTheApplicationWhenItIsSwitchedOn()
+    {
+        fixture().write("agentEnabled", "true");
+        AgentSwitch row(fixture());
+        QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
+    }
+
+    void theAgentIsNotStartedWhenItIsSwitchedOff()
+    {
+        AgentSwitch row(fixture());
+        QTest::qWait(second + 300);
+        QVERIFY(agents().isEmpty());
+        QVERIFY(!row.isOn());
+    }
+
+    void theAgentOutlivesTheWindow()
+    {
+        AgentSwitch row(fixture());
+        const qint32 agent = row.switchOn();
+        QVERIFY(agent > 0);
+        row.close();
+        QVERIFY(row.hasEnded());
+        QTest::qWait(300);
+        QCOMPARE(agents(), QList<qint32> { agent });
+    }
+
+    void anAgentThatIsKilledIsOffWithinASecond()
+    {
+        AgentSwitch row(fixture());
+        const qint32 agent = row.switchOn();
+        QVERIFY(agent > 0);
+        QElapsedTimer clock;
+        clock.start();
+        ::kill(agent, SIGKILL);
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
+        QVERIFY2(Programs::areSanitized || clock.elapsed() < second,
+            QByteArray::number(clock.elapsed()).constData());
+    }
+
+    void anAgentThatIsStartedByHandIsOnWithinASecond()
+    {
+        AgentSwitch row(fixture());
+        QElapsedTimer clock;
+        clock.start();
+        const auto byHand = Programs::started(fixture().agentProgram(), {});
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
+        QVERIFY2(Programs::areSanitized || clock.elapsed() < second,
+            QByteArray::number(clock.elapsed()).constData());
+        Programs::end(*byHand);
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
+    }
+
+    void anAgentOfAnotherCopyIsOnAtTheNextLook()
+    {
+        AgentSwitch row(fixture());
+        const FileTree elsewhere;
+        const QString copy = elsewhere.path(text("KestrumAgent.app/Contents/MacOS/KestrumAgent"));
+        QVERIFY(QDir().mkpath(QFileInfo(copy).path()));
+        QVERIFY(QFile::copy(fixture().agentProgram(), copy));
+        const auto byHand = Programs::started(copy, {});
+        row.leaveAndComeBack();
+        QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
+        Programs::end(*byHand);
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
+    }
+
+    void aMissingBundleTurnsTheRowBackToOff()
+    {
+        fixture().removeAgent();
+        AgentSwitch row(fixture());
+        row.click();
+        // What was chosen stays chosen; that nothing came of it shows without another occasion.
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read("agentEnabled"), QByteArray("true"), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
+    }
+
+    void offAndOnWithinThreeSecondsEndsWithOneNewAgent()
+    {
+        AgentSwitch row(fixture());
+        const qint32 old = row.switchOn();
+        QVERIFY(old > 0);
+        ProcessCounter census(fixture().agentProgram());
+        row.click();
+        QTest::qWait(100);
+        row.click();
+        QVERIFY(DesktopFixture::successor(fixture().agentProgram(), old) > 0);
+        QTest::qWait(second + 200);
+        census.end();
+        QCOMPARE(agents().size(), 1);
+        QVERIFY(row.isOn());
+        QCOMPARE(census.most(), 1);
+    }
+};
+
+KESTRUM_TEST_MAIN_ON_DISPLAY(AgentSwitchEndToEndTest)
+#include "AgentSwitchEndToEndTest.moc"

@@ -1,0 +1,318 @@
+// The built agent on Wayland desktops without a screen: one that has layers (sway), where the strip is watched on
+// pictures, and one that has none (cage). As sway refuses root, compositors and agents run as an ordinary user.
+
+#include "tests/Support/Programs.h"
+#include "tests/Support/TestHome.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTest>
+#include <cmath>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+using Programs::patience;
+
+namespace {
+
+constexpr uid_t nobody = 65534;
+constexpr int stripHeight = 22;
+/// Of the strip's plate, beside its items.
+constexpr int sideRoom = 8;
+const QColor plate(222, 222, 222);
+
+/// The words of a command that makes it run as an ordinary user.
+QStringList asUser(const QStringList& command)
+{
+    if (::geteuid() != 0)
+        return command;
+    return QStringList { QStringLiteral("setpriv"), QStringLiteral("--reuid=65534"),
+        QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups") }
+    + command;
+}
+
+std::unique_ptr<QProcess> startedAsUser(const QStringList& command)
+{
+    const QStringList words = asUser(command);
+    return Programs::started(words.first(), words.mid(1));
+}
+
+QByteArray outputAsUser(const QStringList& command)
+{
+    const QStringList words = asUser(command);
+    return Programs::output(words.first(), words.mid(1));
+}
+
+QString place(const char* relative)
+{
+    return TestHome::root() + u'/' + QString::fromLatin1(relative);
+}
+
+QString agentProgram()
+{
+    return place("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent");
+}
+
+QByteArray kestrumctl(const QStringList& arguments)
+{
+    return outputAsUser(QStringList(place("Kestrum.app/Contents/MacOS/kestrumctl")) + arguments);
+}
+
+void write(const char* key, const char* json)
+{
+    kestrumctl({ QStringLiteral("write"), QString::fromLatin1(key), QString::fromLatin1(json) });
+}
+
+/// The only socket that a compositor has made by now; empty when there is none.
+QString waylandSocket()
+{
+    const QStringList sockets = QDir(TestHome::runtimeDirectory())
+                                    .entryList({ QStringLiteral("wayland-*") }, QDir::System | QDir::Files)
+                                    .filter(QRegularExpression(QStringLiteral("^wayland-[0-9]+$")));
+    return sockets.isEmpty() ? QString() : sockets.first();
+}
+
+QImage screen()
+{
+    const QString file = TestHome::runtimeDirectory() + QStringLiteral("/screen.png");
+    outputAsUser({ QStringLiteral("grim"), file });
+    return QImage(file);
+}
+
+/// The rectangle that the strip's plate takes on a picture of the screen.
+QRect plateOn(const QImage& picture)
+{
+    QRect found;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            if (picture.pixelColor(x, y) == plate)
+                found |= QRect(x, y, 1, 1);
+        }
+    }
+    return found;
+}
+
+/// How wide the strip is to be with the present settings.
+int expectedWidth()
+{
+    const QJsonObject strip = QJsonDocument::fromJson(kestrumctl({ QStringLiteral("describe") })).object();
+    return int(std::ceil(strip[QLatin1StringView("width")].toDouble())) + 2 * sideRoom;
+}
+
+} // namespace
+
+class AgentWaylandTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QProcess> m_compositor;
+    std::unique_ptr<QProcess> m_agent;
+
+    void startCompositor(const QStringList& command)
+    {
+        m_compositor = startedAsUser(command);
+        QTRY_VERIFY_WITH_TIMEOUT(!waylandSocket().isEmpty(), patience);
+        qputenv("WAYLAND_DISPLAY", waylandSocket().toUtf8());
+    }
+
+    void startOnSway()
+    {
+        startCompositor({ QStringLiteral("sway"), QStringLiteral("-c"), place("sway.conf") });
+        QTRY_VERIFY_WITH_TIMEOUT(screen().width() == 1000, patience);
+        m_agent = startedAsUser({ agentProgram() });
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+    }
+
+    static QByteArray swaymsg(const char* message)
+    {
+        const QStringList sockets
+            = QDir(TestHome::runtimeDirectory()).entryList({ QStringLiteral("sway-ipc.*") }, QDir::System);
+        return outputAsUser({ QStringLiteral("swaymsg"), QStringLiteral("-s"),
+            TestHome::runtimeDirectory() + u'/' + sockets.value(0), QString::fromLatin1(message) });
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // Qt loses a few bytes in the library that speaks Wayland and unloads it, and nobody can tell any more whose they are.
+        qputenv("ASAN_OPTIONS", "detect_leaks=0");
+        // The way to the programs is not open to everybody: they are taken to where it is.
+        const QString built = qEnvironmentVariable("KESTRUM_BUILD") + u'/';
+        for (const char* program : { "Kestrum.app/Contents/MacOS/kestrumctl",
+                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent" }) {
+            QVERIFY(QDir().mkpath(QFileInfo(place(program)).path()));
+            QVERIFY(QFile::copy(built + QString::fromLatin1(program), place(program)));
+        }
+        // With their texts.
+        for (const char* part : { "Kestrum.app/Contents/Resources", "Kestrum.app/Contents/Info.plist",
+                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Resources",
+                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Info.plist" })
+            Programs::output(QStringLiteral("cp"),
+                { QStringLiteral("-r"), built + QString::fromLatin1(part), place(part) });
+        QVERIFY(QFile::copy(built + QStringLiteral("tests/StandInTray"), place("StandInTray")));
+        QFile configuration(place("sway.conf"));
+        QVERIFY(configuration.open(QIODevice::WriteOnly));
+        configuration.write("output * resolution 1000x400 bg #204060 solid_color\n"
+                            "bar {\n  position top\n}\n");
+        configuration.close();
+        if (::geteuid() == 0) {
+            QCOMPARE(::chmod(QFile::encodeName(TestHome::root()).constData(), 0711), 0);
+            for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") })
+                QCOMPARE(::chown(folder.constData(), nobody, nobody), 0);
+        }
+    }
+
+    void init()
+    {
+        QDir(TestHome::configDirectory()).removeRecursively();
+        // So seldom that nothing but a change of the settings paints during a test.
+        write("refreshInterval", "60");
+    }
+
+    void cleanup()
+    {
+        if (m_agent)
+            Programs::end(*m_agent);
+        if (m_compositor) {
+            // What ends cage is the end of the program that it shows.
+            m_compositor->closeWriteChannel();
+            if (m_compositor->processId() && !m_compositor->waitForFinished(500))
+                Programs::end(*m_compositor);
+        }
+        m_agent.reset();
+        m_compositor.reset();
+        QTRY_VERIFY_WITH_TIMEOUT(waylandSocket().isEmpty(), patience);
+    }
+
+    void theStripIsALayerAtTheTrailingEndBelowTheBar()
+    {
+        startOnSway();
+        const QImage picture = screen();
+        if (const QString folder = qEnvironmentVariable("KESTRUM_TEST_PICTURES"); !folder.isEmpty())
+            picture.save(folder + QStringLiteral("/agent-wayland.png"));
+        const QRect strip = plateOn(picture);
+        QCOMPARE(strip.height(), stripHeight);
+        QCOMPARE(strip.right(), picture.width() - 1);
+        // Right below it the desktop, right above it the bar, which is not of the desktop's colour.
+        const QColor desktop(0x20, 0x40, 0x60);
+        QCOMPARE(picture.pixelColor(strip.center().x(), strip.bottom() + 1), desktop);
+        QVERIFY(strip.top() > 0);
+        QVERIFY(picture.pixelColor(strip.center().x(), strip.top() - 1) != desktop);
+        // Its ends are round: the desktop is seen at the corner.
+        QCOMPARE(picture.pixelColor(strip.left(), strip.bottom()), desktop);
+    }
+
+    void itFollowsTheSettings()
+    {
+        startOnSway();
+        write("showMemoryItem", "false");
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+        const QImage bars = screen();
+        write("meterStyle", "\"wave\"");
+        QTRY_VERIFY_WITH_TIMEOUT(screen() != bars, patience);
+        for (const char* key : { "showCPUItem", "showStorageItem", "showSensorsItem" })
+            write(key, "false");
+        QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
+        write("showCPUItem", "true");
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+    }
+
+    void inALanguageFromTheRightItStandsAtTheOtherEnd()
+    {
+        startOnSway();
+        const QRect before = plateOn(screen());
+        write("language", "\"ar\"");
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).left(), 0, patience);
+        QCOMPARE(plateOn(screen()).size(), before.size());
+        write("language", "\"en\"");
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()), before, patience);
+    }
+
+    void itComesBackWithTheScreen()
+    {
+        startOnSway();
+        QVERIFY(!swaymsg("output HEADLESS-1 disable").isEmpty());
+        QTest::qWait(500);
+        QCOMPARE(m_agent->state(), QProcess::Running);
+        QVERIFY(!swaymsg("output HEADLESS-1 enable").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+    }
+
+    void itEndsWhenAsked()
+    {
+        startOnSway();
+        m_agent->terminate();
+        QVERIFY(m_agent->waitForFinished(patience));
+        QCOMPARE(m_agent->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(m_agent->exitCode(), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
+    }
+
+    void withoutLayersItIsAStatusIconOnceThereIsAPlaceForThem()
+    {
+        const QString bus
+            = QStringLiteral("unix:path=") + TestHome::runtimeDirectory() + QStringLiteral("/bus");
+        const auto daemon = startedAsUser({ QStringLiteral("dbus-daemon"), QStringLiteral("--session"),
+            QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
+            QStringLiteral("--address=") + bus });
+        QVERIFY(daemon->waitForReadyRead(patience));
+        qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toUtf8());
+        qputenv("XDG_CURRENT_DESKTOP", "GNOME");
+        startCompositor({ QStringLiteral("cage"), QStringLiteral("--"), QStringLiteral("cat") });
+        m_agent = startedAsUser({ agentProgram() });
+        m_agent->setReadChannel(QProcess::StandardError);
+        QVERIFY(m_agent->waitForReadyRead(patience));
+        QVERIFY(m_agent->readAllStandardError().contains("neither a place"));
+        const auto tray = startedAsUser({ place("StandInTray") });
+        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        QVERIFY(tray->waitForReadyRead(patience));
+        QCOMPARE(tray->readLine(), QByteArray("light\n"));
+        for (const char* key : { "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" })
+            write(key, "false");
+        QVERIFY(tray->waitForReadyRead(patience));
+        QCOMPARE(tray->readLine(), QByteArray("gone\n"));
+        QTest::qWait(500);
+        QCOMPARE(m_agent->state(), QProcess::Running);
+        Programs::end(*tray);
+        Programs::end(*daemon);
+    }
+
+    void withoutLayersItSaysSoOnceAndRuns()
+    {
+        startCompositor({ QStringLiteral("cage"), QStringLiteral("--"), QStringLiteral("cat") });
+        m_agent = startedAsUser({ agentProgram() });
+        m_agent->setReadChannel(QProcess::StandardError);
+        QVERIFY(m_agent->waitForReadyRead(patience));
+        QTest::qWait(1000);
+        QCOMPARE(m_agent->state(), QProcess::Running);
+        const QByteArray said = m_agent->readAllStandardError();
+        QCOMPARE(said.count('\n'), 1);
+        QVERIFY2(said.contains("no place") || said.contains("neither a place"), said.constData());
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(AgentWaylandTest)(int argc, char** argv)
+{
+    const TestHome home;
+    for (const char* variable :
+        { "DISPLAY", "WAYLAND_DISPLAY", "DBUS_SESSION_BUS_ADDRESS", "QT_SCALE_FACTOR" })
+        qunsetenv(variable);
+    qputenv("WLR_BACKENDS", "headless");
+    qputenv("WLR_RENDERER", "pixman");
+    qputenv("WLR_LIBINPUT_NO_DEVICES", "1");
+    qputenv("QT_QPA_PLATFORM", "wayland");
+    QCoreApplication application(argc, argv);
+    AgentWaylandTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "AgentWaylandTest.moc"

@@ -1,0 +1,132 @@
+// The switch "Launch Kestrum at login" of the built program, which an ordinary user works: root gets no login item.
+
+#include "tests/Support/DesktopTest.h"
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+using Programs::patience;
+
+namespace {
+
+constexpr uid_t nobody = 65534;
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+} // namespace
+
+class LoginItemEndToEndTest : public DesktopTest {
+    Q_OBJECT
+
+    std::unique_ptr<QProcess> m_kestrum;
+    QByteArray m_window;
+
+    static QString autostart(const char* entry)
+    {
+        return QFile::decodeName(qgetenv("XDG_CONFIG_HOME")) + text("/autostart/") + text(entry);
+    }
+    static QString item() { return autostart("com.orvale.kestrum.agent.desktop"); }
+    static QString legacyItem() { return autostart("com.orvale.kestrum.desktop"); }
+
+    static QStringList asUser(const QStringList& command)
+    {
+        return ::geteuid() != 0 ? command
+                                : QStringList { text("setpriv"), text("--reuid=65534"), text("--regid=65534"),
+                                      text("--clear-groups") }
+                + command;
+    }
+
+    void furnish() override
+    {
+        if (::geteuid() != 0)
+            return;
+        // The way to the programs and to the user's own places is opened to that user.
+        for (const QString& folder : { TestHome::root(), QFileInfo(fixture().bundle()).path() })
+            QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0711), 0);
+        for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") }) {
+            Programs::output(
+                text("chown"), { text("-R"), QString::number(nobody), QFile::decodeName(folder) });
+        }
+    }
+
+    void write(const char* key, const char* json) const
+    {
+        const QStringList words
+            = asUser({ fixture().program("kestrumctl"), text("write"), text(key), text(json) });
+        Programs::output(words.first(), words.mid(1));
+    }
+
+    /// Opens the window on the page with the switch.
+    void open(const QStringList& arguments)
+    {
+        const QStringList words = asUser(QStringList(fixture().program("Kestrum")) + arguments);
+        m_kestrum = Programs::started(words.first(), words.mid(1));
+        m_window = DesktopFixture::windowOf(m_kestrum->processId());
+        QVERIFY2(!m_window.isEmpty(), m_kestrum->readAllStandardError().constData());
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), m_window, patience);
+        QTest::qWait(300);
+    }
+
+    // Of the window, 640 wide: the switch in the first row.
+    void clickSwitch() const { DesktopFixture::click({ 593, 60 }, m_window); }
+
+private Q_SLOTS:
+    void init()
+    {
+        write("agentEnabled", "false");
+        write("settingsPane", "\"general\"");
+        fixture().turnToOther();
+    }
+
+    void cleanup()
+    {
+        if (m_kestrum)
+            Programs::end(*m_kestrum);
+        m_kestrum.reset();
+        QFile::remove(item());
+        QFile::remove(legacyItem());
+    }
+
+    void theSwitchWritesTheEntryAndTakesItAway()
+    {
+        open({});
+        clickSwitch();
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(item()), patience);
+        clickSwitch();
+        QTRY_VERIFY_WITH_TIMEOUT(!QFile::exists(item()), patience);
+    }
+
+    void startedWithTheArgumentNothingIsTouched()
+    {
+        write("didUnregisterLegacyLoginItem", "false");
+        QVERIFY(QDir().mkpath(QFileInfo(legacyItem()).path()));
+        QFile legacy(legacyItem());
+        QVERIFY(legacy.open(QIODevice::WriteOnly));
+        legacy.close();
+        open({ text("-KestrumNoLoginItem") });
+        clickSwitch();
+        QTest::qWait(1000);
+        QVERIFY(!QFile::exists(item()));
+        QVERIFY(QFile::exists(legacyItem()));
+    }
+
+    void theAgentNeverWritesOne()
+    {
+        for (const QStringList& arguments : { QStringList(), QStringList(text("-KestrumNoLoginItem")) }) {
+            const QStringList words = asUser(QStringList(fixture().agentProgram()) + arguments);
+            const auto agent = Programs::started(words.first(), words.mid(1));
+            QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::stripWidth(0) > 0, patience);
+            QVERIFY(!QFile::exists(item()));
+            Programs::end(*agent);
+            QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::stripWidth(0), 0, patience);
+        }
+    }
+};
+
+KESTRUM_TEST_MAIN_ON_DISPLAY(LoginItemEndToEndTest)
+#include "LoginItemEndToEndTest.moc"

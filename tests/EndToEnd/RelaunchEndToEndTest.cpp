@@ -1,0 +1,177 @@
+// The settings application started anew by itself, in another language.
+
+#include "KestrumShared/Settings/SharedSettings.h"
+#include "tests/Support/FileContent.h"
+#include "tests/Support/SettingsAppTest.h"
+#include "tests/Support/SystemCallFilter.h"
+
+using namespace kestrum;
+
+using Programs::patience;
+
+namespace {
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+/// The part of the window where the names of the pages stand.
+constexpr QRect pageNames(10, 20, 180, 160);
+
+} // namespace
+
+class RelaunchEndToEndTest : public SettingsAppTest {
+    Q_OBJECT
+
+    /// The names of the pages in an application that is started in a language.
+    QImage pageNamesIn(const char* language) const
+    {
+        fixture().write("language", language);
+        const OpenedWindow window(fixture());
+        window.restingPreview();
+        return window.picture(pageNames);
+    }
+
+private Q_SLOTS:
+    void anotherLanguageRelaunchesOnceWhenTheWindowIsLeft()
+    {
+        const QImage german = pageNamesIn("\"de\"");
+        const QImage english = pageNamesIn("\"en\"");
+        QVERIFY(german != english);
+        open();
+        QTRY_VERIFY_WITH_TIMEOUT(m_window->picture(pageNames) == english, patience);
+        const qint32 old = m_window->pid();
+        fixture().write("language", "\"de\"");
+        QTest::qWait(500);
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { old });
+        fixture().turnToOther();
+        const qint32 next = fixture().settingsApplicationAfter(old);
+        QVERIFY(next > 0);
+        QCOMPARE(m_window->application().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(m_window->application().exitCode(), 0);
+        const QByteArray window = DesktopFixture::windowOf(next);
+        QVERIFY(!window.isEmpty());
+        QTest::qWait(500);
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+        // The toolkit's own texts come up in that language, and so does the window.
+        QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
+        DesktopFixture::turnTo(window);
+        QTRY_VERIFY_WITH_TIMEOUT(OpenedWindow::picture(window, pageNames) == german, patience);
+        // It was started in that language, so leaving it again is no reason for another start.
+        DesktopFixture::turnTo(window);
+        fixture().turnToOther();
+        QTest::qWait(700);
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
+    }
+
+    void twoChangesGiveOneRelaunch()
+    {
+        open();
+        const qint32 old = m_window->pid();
+        fixture().write("language", "\"de\"");
+        fixture().write("language", "\"en\"");
+        fixture().write("language", "\"de\"");
+        fixture().turnToOther();
+        const qint32 next = fixture().settingsApplicationAfter(old);
+        QVERIFY(next > 0);
+        // A second shell would open it once more, and it would come forward.
+        QTest::qWait(1000);
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+    }
+
+    void switchingBackStillRelaunches()
+    {
+        open();
+        const qint32 old = m_window->pid();
+        fixture().write("language", "\"de\"");
+        QTest::qWait(200);
+        fixture().write("language", "\"en\"");
+        QTest::qWait(200);
+        fixture().turnToOther();
+        QVERIFY(fixture().settingsApplicationAfter(old) > 0);
+    }
+
+    void aChangeWhileTheWindowIsNotActiveRelaunchesAtOnce()
+    {
+        open();
+        const qint32 old = m_window->pid();
+        fixture().turnToOther();
+        fixture().write("language", "\"de\"");
+        QVERIFY(fixture().settingsApplicationAfter(old) > 0);
+        QTest::qWait(300);
+        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+    }
+
+    void savingTheSettingsInAnEditorStartsNothingAnew()
+    {
+        // Editors move the file away and make a new one. In between it says no language.
+        fixture().write("language", "\"de\"");
+        fixture().write("refreshInterval", "1");
+        open();
+        const qint32 old = m_window->pid();
+        fixture().turnToOther();
+        const QString path = SharedSettings::store().filePath();
+        QByteArray text = contentOf(path);
+        QVERIFY(text.contains("\"de\"") && text.contains("\"refreshInterval\": 1"));
+        for (int i = 2; i <= 20; ++i) {
+            text.replace("\"refreshInterval\": " + QByteArray::number(i - 1),
+                "\"refreshInterval\": " + QByteArray::number(i));
+            QVERIFY(QFile::rename(path, path + u'~'));
+            QTest::qWait(30);
+            QFile made(path);
+            QVERIFY(made.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+            QTest::qWait(30);
+            QCOMPARE(made.write(text), text.size());
+            made.close();
+            QVERIFY(QFile::remove(path + u'~'));
+            QTest::qWait(30);
+        }
+        QTest::qWait(1000);
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { old });
+        QCOMPARE(fixture().read("refreshInterval"), QByteArray("20"));
+        // A language that is really another one is still heard of.
+        write(path, text.replace("\"de\"", "\"en\""));
+        QVERIFY(fixture().settingsApplicationAfter(old) > 0);
+    }
+
+    void withoutAShellTheApplicationStaysClosedWithoutAWord()
+    {
+        // From its start on the kernel refuses it every new process.
+        const auto kestrum = std::make_unique<QProcess>();
+        kestrum->setChildProcessModifier(
+            [filter = SystemCallFilter::withoutNewProcesses()] { filter.enter(); });
+        // What looks for leaks at the end would be one.
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
+        kestrum->setProcessEnvironment(environment);
+        kestrum->start(fixture().program("Kestrum"), {});
+        const QByteArray window = DesktopFixture::windowOf(kestrum->processId());
+        QVERIFY(!window.isEmpty());
+        DesktopFixture::turnTo(window);
+        fixture().write("language", "\"de\"");
+        QTest::qWait(500);
+        fixture().turnToOther();
+        QVERIFY(kestrum->waitForFinished(patience));
+        QCOMPARE(kestrum->exitStatus(), QProcess::NormalExit);
+        QCOMPARE(kestrum->exitCode(), 0);
+        QCOMPARE(kestrum->readAllStandardError().count("relaunch"), 0);
+        QTest::qWait(1000);
+        QVERIFY(fixture().settingsApplications().isEmpty());
+    }
+
+    void aWindowThatIsClosedStaysClosed()
+    {
+        open();
+        fixture().write("language", "\"de\"");
+        QTest::qWait(200);
+        m_window->close();
+        QVERIFY(m_window->hasEnded());
+        QTest::qWait(1000);
+        QVERIFY(fixture().settingsApplications().isEmpty());
+    }
+};
+
+KESTRUM_TEST_MAIN_ON_DISPLAY(RelaunchEndToEndTest)
+#include "RelaunchEndToEndTest.moc"

@@ -1,0 +1,215 @@
+// The built program on a display of its own, worked by real mouse and keyboard events and watched from outside, as a
+// person and the agent would.
+
+#include "Platform/Bundle/PropertyList.h"
+#include "Platform/Files/Superuser.h"
+#include "tests/Support/DesktopTest.h"
+#include "tests/Support/OpenedWindow.h"
+#include "tests/Support/SeenTimes.h"
+
+#include <QCursor>
+#include <QScopeGuard>
+
+using namespace kestrum;
+
+using Programs::patience;
+
+namespace {
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+} // namespace
+
+class WindowEndToEndTest : public DesktopTest {
+    Q_OBJECT
+
+    std::unique_ptr<OpenedWindow> m_window;
+
+    void waitForOrder(const QByteArray& json) const
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read("menuBarOrder"), json, patience);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        DesktopFixture::forgetChoices();
+        // This is about the window alone.
+        fixture().write("agentEnabled", "false");
+        fixture().turnToOther();
+        m_window = std::make_unique<OpenedWindow>(fixture());
+        QVERIFY(!m_window->restingPreview().isNull());
+    }
+
+    void cleanup() { m_window.reset(); }
+
+    void aDragIsStoredAndHeardOfOnce()
+    {
+        const auto listener = Programs::started(fixture().program("kestrumctl"),
+            { text("listen"), text("settings"), text("--timeout"), text("20") });
+        listener->setReadChannel(QProcess::StandardError);
+        QVERIFY(listener->waitForReadyRead(patience));
+        QCOMPARE(listener->readAllStandardError().trimmed(), QByteArray("listening"));
+        const QPoint cpu = m_window->item("cpu");
+        m_window->drag(cpu, cpu - QPoint(300, 0));
+        waitForOrder("\"cpu,storage,sensors,memory\"");
+        QTest::qWait(500);
+        const QList<QByteArray> lines = listener->readAllStandardOutput().trimmed().split('\n');
+        Programs::end(*listener);
+        QCOMPARE(lines.size(), 1);
+        QVERIFY2(lines.first().contains("settings"), lines.first().constData());
+    }
+
+    void aHiddenSectionKeepsItsSlot()
+    {
+        const QImage before = m_window->preview();
+        fixture().write("showSensorsItem", "false");
+        QTRY_VERIFY_WITH_TIMEOUT(m_window->preview() != before, patience);
+        const QPoint cpu = m_window->item("cpu");
+        m_window->drag(cpu, cpu - QPoint(300, 0));
+        waitForOrder("\"cpu,sensors,storage,memory\"");
+    }
+
+    void theFirstClickInAnInactiveWindowStartsADrag()
+    {
+        fixture().turnToOther();
+        const QPoint storage = m_window->item("storage");
+        m_window->drag(storage, storage + QPoint(400, 0));
+        waitForOrder("\"sensors,memory,cpu,storage\"");
+    }
+
+    void aSettingWrittenInAShellIsSeenWithin100Milliseconds()
+    {
+        SeenTimes times;
+        for (int round = 0; round < 6; ++round) {
+            times.note(fixture(), text("showMemoryItem"), round % 2 ? text("true") : text("false"),
+                [this] { return m_window->preview(); });
+            QVERIFY(!m_window->restingPreview().isNull());
+        }
+        qInfo("%s", qPrintable(times.report()));
+        QVERIFY(Programs::areSanitized || times.afterBegin() < 100);
+    }
+
+    void theWindowOpensInTheMiddleOfTheScreen()
+    {
+        const QList<QByteArray> geometry = VirtualDisplay::xdotool(
+            { text("getwindowgeometry"), text("--shell"), QString::fromLatin1(m_window->id()) })
+                                               .split('\n');
+        QVERIFY(geometry.contains("WIDTH=640"));
+        QVERIFY(geometry.contains("HEIGHT=520"));
+        m_window->moveTo({ 320, 260 });
+        const QPoint off = QCursor::pos() - QGuiApplication::primaryScreen()->availableGeometry().center();
+        // The title bar goes on top of it.
+        QVERIFY2(std::abs(off.x()) <= 4 && off.y() >= -4 && off.y() <= 30,
+            qPrintable(text("%1,%2").arg(off.x()).arg(off.y())));
+    }
+
+    void theChosenLanguageIsAppliedAtTheStartAndWhenItChanges()
+    {
+        // A change is stale only for a process that recorded what it was started with.
+        fixture().write("language", "\"de\"");
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::toolkitLanguage(), text("de"), patience);
+        m_window.reset();
+        QVERIFY(QFile::remove(DesktopFixture::processDomain()));
+        const auto again = Programs::started(fixture().program("Kestrum"), { text("--first-frame") });
+        QVERIFY(again->waitForFinished(patience));
+        QCOMPARE(again->exitCode(), 0);
+        QCOMPARE(again->readAllStandardOutput(), QByteArray("painted\n"));
+        QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
+    }
+
+    void aHugeTableOfTextsDoesNotHoldUpTheStart_data()
+    {
+        QTest::addColumn<QByteArray>("heading");
+        QTest::addColumn<qsizetype>("length");
+        // All that a table may be, in one text; it has no place at which a line could end.
+        QTest::newRow("one text") << QByteArray("Menu Bar") << qsizetype(900'000);
+        QTest::newRow("all texts as long as they may be") << QByteArray() << PropertyList::maximumTextLength;
+    }
+    void aHugeTableOfTextsDoesNotHoldUpTheStart()
+    {
+        QFETCH(const QByteArray, heading);
+        QFETCH(const qsizetype, length);
+        m_window.reset();
+        QFile table(fixture().bundle() + text("/Contents/Resources/de.lproj/Localizable.strings"));
+        QVERIFY(table.open(QIODevice::ReadOnly));
+        const QByteArray before = table.readAll();
+        table.close();
+        QByteArray huge;
+        for (const QString& key : PropertyList::parsed(before)->keys()) {
+            if (heading.isEmpty() || key == QString::fromUtf8(heading))
+                huge += "\"" + key.toUtf8() + "\" = \"" + QByteArray(length, 'W') + "\";\n";
+        }
+        const auto write = [&table](const QByteArray& content) {
+            QVERIFY(table.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            QCOMPARE(table.write(content), content.size());
+            table.close();
+        };
+        const auto restore = qScopeGuard([&] { write(before); });
+        write(huge);
+        fixture().write("language", "\"de\"");
+        const auto start = Programs::started(
+            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+        QVERIFY(start->waitForFinished(patience));
+        QCOMPARE(start->readAllStandardOutput(), QByteArray("painted\n"));
+    }
+
+    void argumentsThatMeanNothingAreNamed_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<QByteArray>("named");
+        QTest::newRow("a file") << QStringList { text("file.txt") } << QByteArray("file.txt");
+        QTest::newRow("an address") << QStringList { text("kestrum://page") } << QByteArray("kestrum://page");
+        QTest::newRow("a second word")
+            << QStringList { text("-KestrumNoLoginItem"), text("word") } << QByteArray("word");
+        QTest::newRow("behind a value")
+            << QStringList { text("-platform"), text("offscreen"), text("word") } << QByteArray("word");
+        QTest::newRow("an option") << QStringList { text("--wrong") } << QByteArray("--wrong");
+    }
+    void argumentsThatMeanNothingAreNamed()
+    {
+        QFETCH(const QStringList, arguments);
+        QFETCH(const QByteArray, named);
+        QProcess wrong;
+        wrong.start(fixture().program("Kestrum"), arguments);
+        QVERIFY(wrong.waitForFinished(patience));
+        QCOMPARE(wrong.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(wrong.exitCode(), 2);
+        const QByteArray said = wrong.readAllStandardError();
+        QVERIFY2(said.split('\n').first().contains(named), said.constData());
+        QVERIFY2(said.contains("Usage: Kestrum"), said.constData());
+    }
+
+    void theToolkitsOptionsAreLeftToIt()
+    {
+        const auto run = Programs::started(
+            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+        QVERIFY(run->waitForFinished(patience));
+        QCOMPARE(run->exitCode(), 0);
+    }
+
+    void asRootItSaysSoOnce()
+    {
+        m_window->close();
+        QVERIFY(m_window->hasEnded());
+        const QByteArray said = m_window->application().readAllStandardError();
+        QCOMPARE(said.count("running as root"), isSuperuser() ? 1 : 0);
+        QCOMPARE(said.count('\n'), isSuperuser() ? 1 : 0);
+    }
+
+    void theKeyboardChoosesPagesAndEndsTheProgram()
+    {
+        m_window->press("ctrl+3");
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read("settingsPane"), QByteArray("\"general\""), patience);
+        m_window->close();
+        QVERIFY(m_window->hasEnded());
+        QCOMPARE(m_window->application().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(m_window->application().exitCode(), 0);
+    }
+};
+
+KESTRUM_TEST_MAIN_ON_DISPLAY(WindowEndToEndTest)
+#include "WindowEndToEndTest.moc"

@@ -1,0 +1,244 @@
+#include "Kestrum/Popovers/ChoiceTile.h"
+
+#include "Platform/Desktop/SystemAppearance.h"
+#include "tests/Support/ControlWindow.h"
+#include "tests/Support/HeardEvents.h"
+#include "tests/Support/PanelPixels.h"
+#include "tests/Support/TestHome.h"
+#include "tests/Support/TileWindow.h"
+
+#include <QAccessible>
+#include <QSignalSpy>
+
+using namespace kestrum;
+
+namespace {
+
+const QString light = QStringLiteral("Light");
+
+} // namespace
+
+class ChoiceTileTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { ControlWindow::prepareProgram(); }
+
+    void theTitleStandsSixBelowThePicture()
+    {
+        const TileWindow w({ light });
+        QFont font = Theme::font(Theme::TextStyle::caption);
+        font.setWeight(QFont::DemiBold);
+        QCOMPARE(w.tile(0).sizeHint().height(), 74 + 6 + QFontMetrics(font).height());
+        QCOMPARE(w.tile(0).sizeHint().width(), 112);
+    }
+
+    void aTileIsAsWideAsItsTitleAndNotWiderWhenSelected()
+    {
+        const QString title = QStringLiteral("A title that is wider than the picture");
+        TileWindow w({ title });
+        ChoiceTile& tile = w.tile(0);
+        QFont font = Theme::font(Theme::TextStyle::caption);
+        font.setWeight(QFont::DemiBold);
+        const QSize size = tile.sizeHint();
+        QVERIFY(size.width() >= QFontMetrics(font).horizontalAdvance(title));
+        tile.setSelected(true);
+        QCOMPARE(tile.sizeHint(), size);
+        // The picture stays in the middle.
+        const QImage image = w.picture(tile);
+        int left = 0;
+        while (image.pixelColor(left, 37) == QColor(Qt::white))
+            ++left;
+        QCOMPARE(left, (size.width() - 112) / 2);
+    }
+
+    void thePictureIsCutToARoundedFrame()
+    {
+        TileWindow w({ light });
+        const QImage image = w.picture(w.tile(0), 2);
+        // A corner of radius 9 leaves 2.6 points on the way to the middle, 5.3 pixels.
+        for (const QPoint& corner : { QPoint(4, 4), QPoint(219, 4), QPoint(4, 143), QPoint(219, 143) })
+            QCOMPARE(image.pixelColor(corner), QColor(Qt::white));
+        for (const QPoint& edge : { QPoint(6, 6), QPoint(217, 6), QPoint(6, 141), QPoint(217, 141) })
+            QVERIFY(image.pixelColor(edge).green() < 60);
+        QCOMPARE(image.pixelColor(9, 9), QColor(Qt::red));
+        QCOMPARE(image.pixelColor(112, 74), QColor(Qt::red));
+        QCOMPARE(image.pixelColor(18, 3), QColor(Qt::red));
+        // Nothing of it in the gap below, nor behind the title.
+        for (int x = 0; x < image.width(); ++x)
+            QCOMPARE(image.pixelColor(x, 150), QColor(Qt::white));
+    }
+
+    void theBorderTellsWhetherItIsSelected()
+    {
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            SystemAppearance::shared().setScheme(scheme);
+            TileWindow w({ light });
+            ChoiceTile& tile = w.tile(0);
+            const QColor faint
+                = scheme == ColourScheme::dark ? QColor(242, 242, 244, 31) : QColor(29, 29, 31, 31);
+            const QImage plain = w.picture(tile, 2);
+            for (const int x : { 0, 1, 222, 223 })
+                QVERIFY_COLOUR(plain.pixelColor(x, 74), laidOver(faint, Qt::red));
+            QCOMPARE(plain.pixelColor(2, 74), QColor(Qt::red));
+            QVERIFY_COLOUR(plain.pixelColor(112, 147), laidOver(faint, Qt::red));
+
+            tile.setSelected(true);
+            const QImage selected = w.picture(tile, 2);
+            const QColor accent = Theme::colour(Theme::Colour::selection);
+            for (const int x : { 0, 5, 218, 223 })
+                QVERIFY_COLOUR(selected.pixelColor(x, 74), accent);
+            QCOMPARE(selected.pixelColor(6, 74), QColor(Qt::red));
+            QCOMPARE(selected.pixelColor(217, 74), QColor(Qt::red));
+            QVERIFY_COLOUR(selected.pixelColor(112, 142), accent);
+            QCOMPARE(selected.pixelColor(112, 141), QColor(Qt::red));
+            QCOMPARE(selected.pixelColor(1, 1), QColor(Qt::white));
+        }
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
+    void thePointerOverItShowsOnItsPictureAlone()
+    {
+        TileWindow w({ light });
+        ChoiceTile& tile = w.tile(0);
+        const auto middle = [&] { return w.picture(tile, 2).pixelColor(112, 74); };
+        const auto point = [&](QPoint place) {
+            QTest::mouseMove(tile.window()->windowHandle(), tile.mapTo(tile.window(), place));
+        };
+        point({ 50, -5 });
+        QTRY_VERIFY(!tile.underMouse());
+        const QColor plain = middle();
+        const QImage before = w.picture(tile, 2);
+        point({ 50, 30 });
+        QTRY_VERIFY(middle() != plain);
+        QCOMPARE(w.picture(tile, 2).copy(0, 160, 224, 40), before.copy(0, 160, 224, 40));
+        // One that is selected has its mark already.
+        tile.setSelected(true);
+        const QImage hovered = w.picture(tile, 2);
+        point({ 50, -5 });
+        QTRY_VERIFY(!tile.underMouse());
+        QCOMPARE(w.picture(tile, 2), hovered);
+    }
+
+    void theTitleTellsWhetherItIsSelected()
+    {
+        TileWindow w({ QStringLiteral("HHHHHHHH") });
+        ChoiceTile& tile = w.tile(0);
+        const auto pixels = [&] {
+            return PanelPixels(tile.size(),
+                [&](QPainter& painter) { painter.drawImage(QPointF(0, 0), w.picture(tile, 2)); });
+        };
+        const QRectF room(0, 80, 112, 40);
+        const PanelPixels plain = pixels();
+        tile.setSelected(true);
+        const PanelPixels selected = pixels();
+        const QColor primary = Theme::colour(Theme::Colour::text);
+        const QColor secondary = Theme::colour(Theme::Colour::secondaryText);
+        QVERIFY(plain.drawn(room, primary).isNull());
+        QVERIFY(!plain.drawn(room, secondary).isNull());
+        QVERIFY(!selected.drawn(room, primary).isNull());
+        // Semibold is wider, and both stand in the middle.
+        QVERIFY(selected.drawn(room).width() > plain.drawn(room).width() + 1);
+        QVERIFY(std::abs(plain.drawn(room).center().x() - 56) <= 1);
+        QVERIFY(std::abs(selected.drawn(room).center().x() - 56) <= 1);
+    }
+
+    void aClickAnywhereInItsRectangleChooses()
+    {
+        TileWindow w({ light });
+        ChoiceTile& tile = w.tile(0);
+        QSignalSpy clicks(&tile, &ChoiceTile::clicked);
+        const QRect rect = tile.rect();
+        int expected = 0;
+        for (const QPoint& place : { rect.topLeft(), rect.topRight(), rect.bottomLeft(), rect.bottomRight(),
+                 rect.center(), QPoint(3, 77) }) {
+            QTest::mouseClick(&tile, Qt::LeftButton, {}, place);
+            QCOMPARE(clicks.size(), ++expected);
+        }
+        QTest::mouseClick(&tile, Qt::RightButton);
+        QTest::mousePress(&tile, Qt::LeftButton);
+        QTest::mouseRelease(&tile, Qt::LeftButton, {}, QPoint(-30, 10));
+        QCOMPARE(clicks.size(), expected);
+    }
+
+    void spaceAndEnterChoose()
+    {
+        TileWindow w({ light });
+        ChoiceTile& tile = w.tile(0);
+        QSignalSpy clicks(&tile, &ChoiceTile::clicked);
+        tile.setFocus();
+        QTest::keyClick(&tile, Qt::Key_Space);
+        QCOMPARE(clicks.size(), 1);
+        QTest::keyClick(&tile, Qt::Key_Return);
+        QCOMPARE(clicks.size(), 2);
+        QTest::keyClick(&tile, Qt::Key_Enter);
+        QCOMPARE(clicks.size(), 3);
+        QTest::keyClick(&tile, Qt::Key_A);
+        QCOMPARE(clicks.size(), 3);
+    }
+
+    void itDoesNotSelectItself()
+    {
+        TileWindow w({ light });
+        w.tile(0).click();
+        QVERIFY(!w.tile(0).isSelected());
+    }
+
+    void assistiveProgramsSeeAButtonThatIsSelected()
+    {
+        TileWindow w({ light });
+        ChoiceTile& tile = w.tile(0);
+        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&tile);
+        QCOMPARE(accessible->role(), QAccessible::Button);
+        QCOMPARE(accessible->text(QAccessible::Name), light);
+        QVERIFY(accessible->state().selectable && accessible->state().focusable);
+        QVERIFY(!accessible->state().selected && !accessible->state().checked);
+        tile.setSelected(true);
+        QVERIFY(accessible->state().selected && accessible->state().checked);
+
+        QSignalSpy clicks(&tile, &ChoiceTile::clicked);
+        QAccessibleActionInterface* actions = accessible->actionInterface();
+        QVERIFY(actions->actionNames().contains(QAccessibleActionInterface::pressAction()));
+        actions->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(clicks.size(), 1);
+        actions->doAction(QAccessibleActionInterface::setFocusAction());
+        QVERIFY(tile.hasFocus());
+        QVERIFY(accessible->state().focused);
+    }
+
+    void assistiveProgramsAreToldOfEachChangeAndOfNothingElse()
+    {
+        TileWindow w({ light, QStringLiteral("Dark") });
+        const HeardEvents ears;
+        const auto told = [&w](int tile) {
+            const auto events = HeardEvents::taken(QAccessible::StateChanged);
+            return events.size() == 1 && events[0].object == &w.tile(tile) && events[0].changed.selected
+                && events[0].changed.checked;
+        };
+        w.tile(1).setSelected(true);
+        QVERIFY(told(1));
+        w.tile(1).setSelected(true);
+        QCOMPARE(HeardEvents::taken(QAccessible::StateChanged).size(), 0);
+        w.tile(1).setSelected(false);
+        QVERIFY(told(1));
+        w.tile(0).setSelected(false);
+        QCOMPARE(HeardEvents::taken(QAccessible::StateChanged).size(), 0);
+    }
+
+    void theKeyboardMarksItAndThePointerDoesNot()
+    {
+        TileWindow w({ light, QStringLiteral("Dark") });
+        QTest::mouseClick(&w.tile(0), Qt::LeftButton);
+        QVERIFY(!w.ring());
+        w.tile(0).setFocus();
+        QTest::keyClick(&w.tile(0), Qt::Key_Tab);
+        QVERIFY(w.tile(1).hasFocus());
+        QVERIFY(w.ring());
+        QVERIFY(w.ring()->geometry().contains(w.tile(1).geometry()));
+        // The row leaves room for the mark.
+        QVERIFY(w.row.rect().contains(w.ring()->geometry()));
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, ChoiceTileTest)
+#include "ChoiceTileTest.moc"

@@ -1,0 +1,330 @@
+#include "Kestrum/General/GeneralPage.h"
+
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/Form/Switch.h"
+#include "KestrumShared/Agent/AppLinks.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/FormHand.h"
+#include "tests/Support/OwnProcesses.h"
+#include "tests/Support/SettingsWindow.h"
+#include "tests/Support/SignalRecorder.h"
+#include "tests/Support/StandIns.h"
+#include "tests/Support/TestBundle.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QLabel>
+
+using namespace kestrum;
+
+namespace {
+
+struct Shown {
+    GeneralPage page;
+
+    Shown()
+    {
+        page.resize(436, 800);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+        QTest::qWait(20);
+    }
+
+    /// What is seen of a kind, from top to bottom and then from left to right.
+    template <class Part> QList<Part*> seen() const
+    {
+        QList<Part*> parts;
+        for (Part* part : page.findChildren<Part*>()) {
+            if (part->isVisible())
+                parts.append(part);
+        }
+        const auto place = [this](const Part* part) {
+            const QPoint middle = part->mapTo(&page, part->rect().center());
+            return std::pair(middle.y(), middle.x());
+        };
+        std::sort(parts.begin(), parts.end(), [&](Part* a, Part* b) { return place(a) < place(b); });
+        return parts;
+    }
+    PopupPicker& picker(const QString& key) const { return *page.findChild<PopupPicker*>(key); }
+    Switch& checksAutomatically() const
+    {
+        return *page.findChild<Switch*>(QStringLiteral("updatesCheckAutomatically"));
+    }
+    PushButton& checkNow() const
+    {
+        for (auto* button : page.findChildren<PushButton*>()) {
+            if (button->text() == QStringLiteral("Check Now"))
+                return *button;
+        }
+        qFatal("there is no such button");
+    }
+    const QLabel& version() const { return *checkNow().parentWidget()->findChild<QLabel*>(); }
+};
+
+QJsonValue stored(const QString& key)
+{
+    return SharedSettings::store().storedDictionary().value(key);
+}
+
+} // namespace
+
+class GeneralPageTest : public QObject {
+    Q_OBJECT
+
+    std::optional<TestBundle> m_bundle;
+
+    /// From now on the running program tells this of itself.
+    void run(const QByteArray& info)
+    {
+        m_bundle.reset(); // puts back what was before it, so it goes first
+        m_bundle.emplace(info, QList<QByteArray> { "en", "fr", "de" });
+    }
+
+    /// Key, title, position of the default, what is shown of each choice, and what is stored for it.
+    static void pickers()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<int>("initial");
+        QTest::addColumn<QString>("shown");
+        QTest::addColumn<QJsonArray>("values");
+        const auto row = [](const char* key, const char* title, const char* shown, const char* values) {
+            QTest::newRow(key) << QString::fromUtf8(key) << QString::fromUtf8(title) << 0
+                               << QString::fromUtf8(shown) << QJsonDocument::fromJson(values).array();
+        };
+        row("language", "Language", "System, Deutsch, English, Français",
+            R"([ "system", "de", "en", "fr" ])");
+        row("temperatureUnit", "Temperature", "System, Celsius, Fahrenheit",
+            R"([ "system", "celsius", "fahrenheit" ])");
+        row("refreshInterval", "Refresh interval", "Every Second, Every 2 Seconds, Every 5 Seconds",
+            "[ 1.0, 2.0, 5.0 ]");
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        SettingsWindow::prepareProgram();
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
+    }
+    void init()
+    {
+        SettingsWindow::prepare();
+        run("{ CFBundleShortVersionString = \"1.4\"; CFBundleVersion = \"27\"; }");
+    }
+    void cleanup() { m_bundle.reset(); }
+
+    void sectionsAndRowsStandInTheirOrder()
+    {
+        const Shown shown;
+        QStringList headings;
+        for (const Card* card : shown.seen<Card>())
+            headings.append(card->accessibleName());
+        QCOMPARE(headings.join(u'|'), QStringLiteral("Startup||Units|Sampling|Updates"));
+        // With the headings, and without any footnote.
+        QStringList texts;
+        for (const QLabel* label : shown.seen<QLabel>())
+            texts.append(label->text());
+        QCOMPARE(texts,
+            QStringList({ QStringLiteral("Startup"), QStringLiteral("Launch Kestrum at login"),
+                QStringLiteral("Login items are disabled in this build."), QStringLiteral("Language"),
+                QStringLiteral("Units"), QStringLiteral("Temperature"), QStringLiteral("Sampling"),
+                QStringLiteral("Refresh interval"), QStringLiteral("Updates"),
+                QStringLiteral("Check automatically"), QStringLiteral("Version"),
+                QStringLiteral("1.4 (27)") }));
+        QStringList controls;
+        for (const Switch* control : shown.seen<Switch>())
+            controls.append(control->accessibleName());
+        for (const PopupPicker* control : shown.seen<PopupPicker>())
+            controls.append(control->accessibleName());
+        QCOMPARE(controls.join(u'|'),
+            QStringLiteral(
+                "Launch Kestrum at login|Check automatically|Language|Temperature|Refresh interval"));
+        QCOMPARE(shown.seen<PushButton>(), QList { &shown.checkNow() });
+    }
+
+    void pickersShowTheirChoicesAndTheDefault_data() { pickers(); }
+    void pickersShowTheirChoicesAndTheDefault()
+    {
+        QFETCH(QString, key);
+        QFETCH(QString, shown);
+        const Shown page;
+        const PopupPicker& picker = page.picker(key);
+        QCOMPARE(FormHand::titles(picker).join(QStringLiteral(", ")), shown);
+        QTEST(picker.index(), "initial");
+        QTEST(picker.accessibleName(), "title");
+        QVERIFY(SharedSettings::store().storedDictionary().isEmpty());
+    }
+
+    void pickersStoreWhatIsChosen_data() { pickers(); }
+    void pickersStoreWhatIsChosen()
+    {
+        QFETCH(QString, key);
+        QFETCH(QJsonArray, values);
+        const Shown page;
+        for (int i = int(values.size()) - 1; i >= 0; --i) {
+            FormHand::choose(page.picker(key), i);
+            // A number as a number, not as a text of it.
+            QCOMPARE(stored(key), values.at(i));
+            QCOMPARE(page.picker(key).index(), i);
+        }
+        QCOMPARE(SharedSettings::store().storedDictionary().keys(), QStringList { key });
+    }
+
+    void pickersFollowWhatOthersStore_data() { pickers(); }
+    void pickersFollowWhatOthersStore()
+    {
+        QFETCH(QString, key);
+        QFETCH(QJsonArray, values);
+        const Shown page;
+        for (int i = int(values.size()) - 1; i >= 0; --i) {
+            FormHand::storeElsewhere(key.toLatin1().constData(), values.at(i));
+            QTRY_COMPARE(page.picker(key).index(), i);
+        }
+    }
+
+    void anotherValueShowsNoChoiceAndStays_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QJsonValue>("value");
+        QTest::newRow("language") << QStringLiteral("language") << QJsonValue(QStringLiteral("tlh"));
+        QTest::newRow("unit") << QStringLiteral("temperatureUnit") << QJsonValue(QStringLiteral("kelvin"));
+        QTest::newRow("interval") << QStringLiteral("refreshInterval") << QJsonValue(3);
+        QTest::newRow("nearly") << QStringLiteral("refreshInterval") << QJsonValue(2.5);
+        QTest::newRow("none") << QStringLiteral("refreshInterval") << QJsonValue(0);
+        QTest::newRow("negative") << QStringLiteral("refreshInterval") << QJsonValue(-1);
+    }
+    void anotherValueShowsNoChoiceAndStays()
+    {
+        QFETCH(QString, key);
+        QFETCH(QJsonValue, value);
+        const Shown page;
+        QCOMPARE(page.picker(key).index(), 0);
+        FormHand::storeElsewhere(key.toLatin1().constData(), value);
+        QTRY_COMPARE(page.picker(key).index(), -1);
+        QCOMPARE(page.picker(key).currentText(), QString());
+        QCOMPARE(stored(key), value);
+        QCOMPARE(Shown().picker(key).index(), -1);
+    }
+
+    void choosingALanguageBuildsTheWindowAnewOnThisPage()
+    {
+        SettingsWindow w;
+        w.view.selectPage(SettingsPage::general);
+        QVERIFY(qobject_cast<GeneralPage*>(w.view.pageWidget()));
+        auto* before = w.view.findChild<PopupPicker*>(QStringLiteral("language"));
+        m_bundle->writeTable("de", "General = \"Allgemein\"; System = \"Systemsprache\";");
+        FormHand::choose(*before, 1);
+        QCOMPARE(storedText("language"), QStringLiteral("de"));
+        QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Allgemein"));
+        QVERIFY(qobject_cast<GeneralPage*>(w.view.pageWidget()));
+        const auto& after = *w.view.findChild<PopupPicker*>(QStringLiteral("language"));
+        QCOMPARE(after.currentText(), QStringLiteral("Deutsch"));
+        // Languages keep their own names.
+        QCOMPARE(
+            FormHand::titles(after).join(u','), QStringLiteral("Systemsprache,Deutsch,English,Français"));
+    }
+
+    void theSwitchForChecksIsOnUntilItIsTurnedOff()
+    {
+        const Shown page;
+        QVERIFY(page.checksAutomatically().isChecked());
+        QTest::mouseClick(&page.checksAutomatically(), Qt::LeftButton);
+        QCOMPARE(stored(QStringLiteral("updatesCheckAutomatically")), QJsonValue(false));
+        FormHand::storeElsewhere("updatesCheckAutomatically", true);
+        QTRY_VERIFY(page.checksAutomatically().isChecked());
+        FormHand::storeElsewhere("updatesCheckAutomatically", false);
+        QTRY_VERIFY(!page.checksAutomatically().isChecked());
+        QTest::keyClick(&page.checksAutomatically(), Qt::Key_Space);
+        QCOMPARE(stored(QStringLiteral("updatesCheckAutomatically")), QJsonValue(true));
+    }
+
+    void theVersionIsThatOfTheBundle_data()
+    {
+        QTest::addColumn<QByteArray>("info");
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char* name, const char* info, const char* text) {
+            QTest::newRow(name) << QByteArray(info) << QString::fromUtf8(text);
+        };
+        row("both", "CFBundleShortVersionString = 1.4; CFBundleVersion = 27;", "1.4 (27)");
+        row("equal", "CFBundleShortVersionString = 27; CFBundleVersion = 27;", "27 (27)");
+        row("no build", "CFBundleShortVersionString = 1.4;", "1.4 (—)");
+        row("no version", "CFBundleVersion = 27;", "— (27)");
+        row("neither", "CFBundleName = Kestrum;", "— (—)");
+        row("no texts", "CFBundleShortVersionString = ( 1.4 ); CFBundleVersion = { a = 27; };", "— (—)");
+        row("place markers are no format", "CFBundleShortVersionString = \"%2\"; CFBundleVersion = \"%1\";",
+            "%2 (%1)");
+    }
+    void theVersionIsThatOfTheBundle()
+    {
+        QFETCH(QByteArray, info);
+        run(info);
+        const Shown page;
+        QTEST(page.version().text(), "text");
+    }
+
+    void theVersionIsThatOfTheAgentThatRuns()
+    {
+        StandIns standIns;
+        const QString agent = standIns.install(StandIns::agentOf(QStringLiteral("Other.app")));
+        standIns.tree().write(
+            StandIns::agentBundleOf(QStringLiteral("Other.app")) + QStringLiteral("/Contents/Info.plist"),
+            "{ CFBundleShortVersionString = \"1.5\"; CFBundleVersion = \"30\"; }");
+        const qint32 pid = standIns.start(agent).pid;
+        QTRY_VERIFY(AppLinks::isAgentRunning());
+        QCOMPARE(Shown().version().text(), QStringLiteral("1.5 (30)"));
+        standIns.end(pid);
+        QCOMPARE(Shown().version().text(), QStringLiteral("1.4 (27)"));
+    }
+
+    void versionAndButtonStandTwelveApart()
+    {
+        const Shown page;
+        const QRect version = page.version().geometry();
+        const QRect button = page.checkNow().geometry();
+        QCOMPARE(button.left() - version.right() - 1, 12);
+        QVERIFY(std::abs(button.center().y() - version.center().y()) <= 1);
+        QCOMPARE(page.checkNow().parentWidget()->width(), button.right() + 1);
+    }
+
+    void theButtonWaitsForTheAgentsWord()
+    {
+        const Shown page;
+        QVERIFY(!page.checkNow().isEnabled());
+        FormHand::storeElsewhere("updaterCanCheck", true);
+        QTRY_VERIFY(page.checkNow().isEnabled());
+        FormHand::storeElsewhere("updaterCanCheck", false);
+        QTRY_VERIFY(!page.checkNow().isEnabled());
+        FormHand::storeElsewhere("updaterCanCheck", true);
+        QTRY_VERIFY(page.checkNow().isEnabled());
+        FormHand::storeElsewhere("updaterCanCheck", QJsonValue(QStringLiteral("perhaps")));
+        QTRY_VERIFY(!page.checkNow().isEnabled());
+    }
+
+    void theButtonAsksForACheckAndDoesNothingElse()
+    {
+        using Signal = SharedSettings::Signal;
+        SharedSettings::store().set("updaterCanCheck", true);
+        const QJsonObject before = SharedSettings::store().storedDictionary();
+        const Shown page;
+        const Ear asked(SharedSettings::suiteName() + QStringLiteral(".checkForUpdates"));
+        const Ear settings(SharedSettings::name(Signal::settings));
+        const Ear quit(SharedSettings::name(Signal::quitAgent));
+        const Ear available(SharedSettings::name(Signal::updateAvailable));
+        QTest::mouseClick(&page.checkNow(), Qt::LeftButton);
+        QTRY_COMPARE(asked.count, 1);
+        QTest::keyClick(&page.checkNow(), Qt::Key_Space);
+        QTRY_COMPARE(asked.count, 2);
+        QTest::qWait(quietTime);
+        QCOMPARE(settings.count + quit.count + available.count, 0);
+        QCOMPARE(SharedSettings::store().storedDictionary(), before);
+        // What is disabled asks for nothing.
+        FormHand::storeElsewhere("updaterCanCheck", false);
+        QTRY_VERIFY(!page.checkNow().isEnabled());
+        QTest::mouseClick(&page.checkNow(), Qt::LeftButton);
+        QTest::qWait(quietTime);
+        QCOMPARE(asked.count, 2);
+    }
+};
+
+KESTRUM_TEST_MAIN_APART(QApplication, GeneralPageTest)
+#include "GeneralPageTest.moc"

@@ -1,0 +1,242 @@
+#include "Kestrum/Form/PopupPicker.h"
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/Form/Row.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Machine/CoreTopology.h"
+#include "tests/Support/LayoutFaults.h"
+#include "tests/Support/SettingsWindow.h"
+#include "tests/Support/StringsTable.h"
+#include "tests/Support/TestBundle.h"
+#include "tests/Support/TestHome.h"
+
+#include <QHBoxLayout>
+#include <QRegularExpression>
+#include <cmath>
+
+using namespace kestrum;
+
+/// The window at its smallest in all languages, and in one that nobody speaks and that is longer than all of them.
+class LabelFitTest : public QObject {
+    Q_OBJECT
+
+    static constexpr char pseudoCode[] = "en-XA";
+
+    static QStringList keys()
+    {
+        return StringsTable(qEnvironmentVariable("KESTRUM_SOURCE")
+            + QStringLiteral("/Resources/de.lproj/Localizable.strings"))
+            .keys;
+    }
+
+    /// The text with accents, which none of ours has, and longer by two fifths: by words where it has several.
+    static QString pseudo(QString text)
+    {
+        const qsizetype more = qsizetype(std::ceil(0.4 * double(text.size())));
+        const QString filling
+            = text.contains(u' ') ? QStringLiteral(" wîth möré wörds thån") : QStringLiteral("föråwhîlé");
+        const QString plain = QStringLiteral("AEIOUaeiou");
+        const QString accented = QStringLiteral("ÅÉÎÖÛåéîöû");
+        for (QChar& letter : text) {
+            if (const qsizetype i = plain.indexOf(letter); i >= 0)
+                letter = accented[i];
+        }
+        QString end = filling.repeated(int(more / filling.size()) + 1).left(more);
+        if (end.endsWith(u' '))
+            end.back() = u'ö';
+        return text + end;
+    }
+
+    static QByteArray pseudoTable()
+    {
+        QString table;
+        for (const QString& key : keys())
+            table += QStringLiteral("\"%1\" = \"%2\";\n").arg(key, pseudo(key));
+        return table.toUtf8();
+    }
+
+    /// The smallest window with a page shown, all rows that a page can have, and an update on offer.
+    static void show(SettingsWindow& w, SettingsPage page)
+    {
+        w.view.resize(w.view.minimumSize());
+        w.view.showPage(page);
+        QTest::qWait(20);
+        QCOMPARE(w.view.size(), QSize(640, 480));
+        QCOMPARE(w.sidebarWidth(), 204);
+    }
+
+    /// All that people read or hear of a window, but for what is the same in every language.
+    static QSet<QString> texts(const SettingsWindow& w)
+    {
+        QSet<QString> result;
+        for (const QWidget* part : w.view.findChildren<QWidget*>()) {
+            result += { part->accessibleName(), part->accessibleDescription(), part->toolTip() };
+            if (const auto* label = qobject_cast<const QLabel*>(part))
+                result += label->text();
+            else if (const auto* button = qobject_cast<const QAbstractButton*>(part))
+                result += button->text();
+            else if (const auto* picker = qobject_cast<const QComboBox*>(part)) {
+                for (int i = 0; i < picker->count(); ++i)
+                    result += picker->itemText(i);
+            } else if (const auto* list = qobject_cast<const Sidebar*>(part)) {
+                for (int row = 0; row < list->model()->rowCount(); ++row)
+                    result += list->model()->index(row, 0).data().toString();
+            }
+        }
+        result -= { QString(), QStringLiteral("Kestrum") };
+        for (const auto& [code, name] : AppLanguage::available())
+            result -= name;
+        return result;
+    }
+
+    static void eachLanguage()
+    {
+        QTest::addColumn<QString>("code");
+        for (const QString& code : Bundle::main().localizations())
+            QTest::newRow(qPrintable(code)) << code;
+        QTest::newRow("longer by two fifths") << QString::fromUtf8(pseudoCode);
+    }
+
+    std::optional<TestBundle> m_pseudo;
+
+    void speak(const QString& code)
+    {
+        if (code == QLatin1StringView(pseudoCode)) {
+            m_pseudo.emplace("{ CFBundleShortVersionString = \"1.4\"; CFBundleVersion = \"27\"; }",
+                QList<QByteArray> { "en", pseudoCode });
+            m_pseudo->writeTable(pseudoCode, pseudoTable());
+        }
+        qputenv("KESTRUM_LANGUAGE", code.toUtf8());
+        QCOMPARE(AppLanguage::code(), code);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        SettingsWindow::prepareProgram();
+        // With the row that only some machines have.
+        CoreTopology::useTiers({ { QStringLiteral("Performance"), 4 }, { QStringLiteral("Efficiency"), 4 } });
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
+    }
+    void init()
+    {
+        SettingsWindow::prepare();
+        auto& store = SharedSettings::store();
+        store.set(Keys::updatesAvailable.name, QStringLiteral("99.0 (9999)"));
+        for (const char* accent : { "cpuAccent", "cpuFastCoreAccent", "memoryAccent", "storageAccent" })
+            store.set(accent, QStringLiteral("custom:srgb:0.5000,0.2500,0.7500"));
+    }
+    void cleanup()
+    {
+        m_pseudo.reset();
+        qunsetenv("KESTRUM_LANGUAGE");
+    }
+
+    void faultsAreFound()
+    {
+        QWidget window;
+        window.resize(200, 200);
+        auto* cut = new QLabel(QStringLiteral("A text that is far too long"), &window);
+        cut->setGeometry(0, 0, 50, 20);
+        auto* wrapped = new QLabel(QStringLiteral("A text that needs several lines"), &window);
+        wrapped->setWordWrap(true);
+        wrapped->setGeometry(0, 100, 100, 20);
+        auto* over = new QWidget(&window);
+        over->setGeometry(40, 10, 60, 20);
+        auto* out = new QWidget(&window);
+        out->setGeometry(150, 150, 51, 10);
+        window.show();
+        QStringList found;
+        for (const QString& fault : LayoutFaults::of(window))
+            found.append(fault.section(QStringLiteral(" at "), 1).section(u'"', 0, 0).trimmed());
+        QCOMPARE(found.join(u'|'),
+            QStringLiteral("0,0 50x20 is cut|0,100 100x20 is cut|40,10 60x20 overlaps QLabel|"
+                           "150,150 51x10 reaches out of QWidget"));
+    }
+
+    void nothingIsCutInTheSmallestWindow_data() { eachLanguage(); }
+    void nothingIsCutInTheSmallestWindow()
+    {
+        QFETCH(QString, code);
+        speak(code);
+        // The offer's title stays on its line, and may lose its end to a tool tip.
+        if (m_pseudo)
+            SharedSettings::store().remove(Keys::updatesAvailable.name);
+        SettingsWindow w;
+        for (const auto& page : allCases<SettingsPage>()) {
+            show(w, page.value);
+            const QStringList faults = LayoutFaults::of(w.view);
+            QVERIFY2(faults.isEmpty(), qPrintable(rawValue(page.value) + u' ' + faults.join(u'\n')));
+        }
+    }
+
+    void everySentenceFitsARow_data() { eachLanguage(); }
+    void everySentenceFitsARow()
+    {
+        QFETCH(QString, code);
+        speak(code);
+        for (const QString& key : keys()) {
+            for (const bool hasControl : { false, true }) {
+                Row row(AppLanguage::string(key),
+                    hasControl ? new PushButton(AppLanguage::string("Open Login Items…")) : nullptr);
+                row.resize(403, row.heightForWidth(403)); // a card's in the smallest window
+                row.show();
+                QCOMPARE(LayoutFaults::of(row).join(u'\n'), QString());
+            }
+        }
+    }
+
+    void everyChoiceFitsItsPicker_data() { eachLanguage(); }
+    void everyChoiceFitsItsPicker()
+    {
+        QFETCH(QString, code);
+        speak(code);
+        for (const QString& key : keys()) {
+            PopupPicker picker;
+            picker.addEntry(AppLanguage::string(key));
+            // What the title adds to the picture of the picker.
+            const auto titleInk = [&picker](int width) {
+                picker.resize(width, picker.sizeHint().height());
+                double sum = 0;
+                for (const int index : { -1, 0 }) {
+                    picker.setIndex(index);
+                    const QImage image = picker.grab().toImage().convertToFormat(QImage::Format_Grayscale8);
+                    for (int y = 0; y < image.height(); ++y) {
+                        for (int x = 0; x < image.width(); ++x)
+                            sum += (index < 0 ? 1 : -1) * double(*(image.constScanLine(y) + x));
+                    }
+                }
+                return sum;
+            };
+            const int width = picker.sizeHint().width();
+            QVERIFY2(titleInk(width) > 0.97 * titleInk(width + 200), qPrintable(picker.itemText(0)));
+        }
+    }
+
+    void everyTextOfTheWindowIsLookedUp()
+    {
+        speak(QString::fromUtf8(pseudoCode));
+        static const QRegularExpression number(QStringLiteral("^[0-9.]+ \\([0-9]+\\)$|^#[0-9a-f]{6}$"));
+        SettingsWindow w;
+        for (const auto& page : allCases<SettingsPage>()) {
+            show(w, page.value);
+            for (const QString& text : texts(w)) {
+                const bool isOurs = text.contains(QRegularExpression(QStringLiteral("[ÅÉÎÖÛåéîöû]")));
+                QVERIFY2(isOurs || number.match(text).hasMatch(), qPrintable(text));
+            }
+        }
+    }
+
+    void arabicMirrorsTheWindow()
+    {
+        speak(QStringLiteral("ar"));
+        SettingsWindow w;
+        show(w, SettingsPage::general);
+        QVERIFY(w.sidebar().mapTo(&w.view, QPoint()).x() > w.view.pageWidget()->geometry().x());
+        const auto* label = w.view.pageWidget()->findChild<Row*>()->findChild<QLabel*>();
+        QVERIFY(label->geometry().center().x() > label->buddy()->geometry().center().x());
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, LabelFitTest)
+#include "LabelFitTest.moc"

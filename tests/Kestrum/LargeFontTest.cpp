@@ -1,0 +1,133 @@
+// The size of the desktop's font, as a desktop tells it to the toolkit: by the settings of one whose theme the toolkit has built in.
+// It reads them when a program starts, and when it hears that colours were changed there.
+
+#include "Kestrum/Form/Theme.h"
+#include "tests/Support/LayoutFaults.h"
+#include "tests/Support/Programs.h"
+#include "tests/Support/SessionBus.h"
+#include "tests/Support/SettingsWindow.h"
+#include "tests/Support/TestHome.h"
+#include "tests/Support/VirtualDisplay.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
+#include <QLabel>
+#include <cstdio>
+
+using namespace kestrum;
+
+namespace {
+
+void tellFont(int points)
+{
+    const QString folder = QFile::decodeName(qgetenv("XDG_CONFIG_HOME"));
+    QVERIFY(QDir().mkpath(folder));
+    QFile settings(folder + QStringLiteral("/kdeglobals"));
+    QVERIFY(settings.open(QIODevice::WriteOnly));
+    const QByteArray font = "DejaVu Sans," + QByteArray::number(points) + ",-1,5,50,0,0,0,0,0";
+    QVERIFY(settings.write("[General]\nfont=" + font + "\n") > 0);
+}
+
+} // namespace
+
+class LargeFontTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { SettingsWindow::prepareProgram(); }
+    void init() { SettingsWindow::prepare(); }
+    void cleanup() { qunsetenv("KESTRUM_LANGUAGE"); }
+
+    void textsFollowTheDesktopsFontFromOneToOneAndAHalfTimes_data()
+    {
+        QTest::addColumn<int>("desktops");
+        QTest::addColumn<double>("body");
+        QTest::addColumn<double>("footnote");
+        QTest::newRow("small") << 7 << 9.75 << 8.25;
+        QTest::newRow("ordinary") << 10 << 10.0 << 10.0 * 11 / 13;
+        QTest::newRow("large") << 13 << 13.0 << 11.0;
+        QTest::newRow("huge") << 30 << 14.625 << 12.375;
+    }
+
+    void textsFollowTheDesktopsFontFromOneToOneAndAHalfTimes()
+    {
+        QFETCH(int, desktops);
+        tellFont(desktops);
+        const QByteArray said = Programs::output(
+            QCoreApplication::applicationFilePath(), TestRunner::again({ QStringLiteral("--say") }));
+        const QList<QByteArray> sizes = said.simplified().split(' ');
+        QCOMPARE(sizes.size(), 2);
+        QTEST(sizes[0].toDouble(), "body");
+        QTEST(sizes[1].toDouble(), "footnote");
+    }
+
+    // This program itself has the largest texts that there are.
+    void nothingIsCutWithTheLargestTexts_data()
+    {
+        QTest::addColumn<QByteArray>("language");
+        for (const char* code : { "en", "de", "ar", "pl", "ja" })
+            QTest::newRow(code) << QByteArray(code);
+    }
+
+    void nothingIsCutWithTheLargestTexts()
+    {
+        QCOMPARE(Theme::font(Theme::TextStyle::body).pointSizeF(), 14.625);
+        QFETCH(QByteArray, language);
+        qputenv("KESTRUM_LANGUAGE", language);
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
+        SettingsView view; // not active: there is no window manager
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        for (const auto& page : allCases<SettingsPage>()) {
+            view.resize(view.minimumSize());
+            view.showPage(page.value);
+            QTest::qWait(20);
+            QCOMPARE(view.size(), QSize(640, 480));
+            const QStringList faults = LayoutFaults::of(view);
+            QVERIFY2(faults.isEmpty(), qPrintable(rawValue(page.value) + u' ' + faults.join(u'\n')));
+        }
+    }
+
+    // Last, as this program keeps it.
+    void anotherFontIsFollowedAtOnce()
+    {
+        SettingsView view;
+        view.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&view));
+        const auto size = [&view] { return view.findChild<QLabel*>()->font().pointSizeF(); };
+        const double large = size();
+        tellFont(10);
+        QDBusMessage change = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/portal/desktop"),
+            QStringLiteral("org.freedesktop.portal.Settings"), QStringLiteral("SettingChanged"));
+        change << QStringLiteral("org.kde.kdeglobals.General") << QStringLiteral("ColorScheme")
+               << QVariant::fromValue(QDBusVariant(QStringLiteral("Another")));
+        QVERIFY(QDBusConnection::sessionBus().send(change));
+        QTRY_VERIFY(size() < large);
+        QCOMPARE(Theme::font(Theme::TextStyle::body).pointSizeF(), 10.0);
+        QCOMPARE(QApplication::font().pointSizeF(), 10.0);
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(LargeFontTest)(int argc, char** argv)
+{
+    qputenv("XDG_CURRENT_DESKTOP", "KDE");
+    qputenv("KDE_SESSION_VERSION", "5");
+    if (argc == 2 && qstrcmp(argv[1], "--say") == 0) {
+        const QApplication application(argc, argv);
+        std::printf("%.12f %.12f\n", Theme::font(Theme::TextStyle::body).pointSizeF(),
+            Theme::font(Theme::TextStyle::footnote).pointSizeF());
+        return 0;
+    }
+    const TestHome home;
+    const VirtualDisplay display;
+    const SessionBus bus;
+    if (!display.isUp() || !bus.isUp())
+        return 1;
+    qRegisterMetaType<QDBusVariant>(); // or the toolkit could not listen
+    tellFont(30);
+    QApplication application(argc, argv);
+    LargeFontTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+#include "LargeFontTest.moc"

@@ -1,0 +1,376 @@
+#include "Kestrum/Agent/LaunchAtLoginSection.h"
+
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/Form/Row.h"
+#include "Kestrum/Form/Switch.h"
+#include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/HeardEvents.h"
+#include "tests/Support/LoginItemFixture.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QTest>
+#include <QVBoxLayout>
+
+using namespace kestrum;
+using Status = LoginItemService::Status;
+
+namespace {
+
+/// The section in a window.
+struct Shown {
+    QWidget window;
+    LaunchAtLoginSection* section = new LaunchAtLoginSection;
+    QList<Row*> rows = section->findChildren<Row*>();
+    Switch* toggle = section->findChild<Switch*>();
+    PushButton* button = section->findChild<PushButton*>();
+
+    Shown()
+    {
+        window.setPalette(Theme::palette(ColourScheme::light));
+        auto* layout = new QVBoxLayout(&window);
+        layout->addWidget(section);
+        layout->addStretch(1);
+        window.resize(420, 300);
+    }
+    void show()
+    {
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+    bool needsApproval() const { return !rows[1]->isHidden(); }
+    QString status() const { return rows[2]->isHidden() ? QString() : rows[2]->text(); }
+    QColor statusColour() const
+    {
+        const auto* label = rows[2]->findChild<QLabel*>();
+        return label->palette().color(label->foregroundRole());
+    }
+};
+
+QColor shade(Theme::Colour colour)
+{
+    return Theme::colour(colour, ColourScheme::light);
+}
+
+} // namespace
+
+class LaunchAtLoginSectionTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QApplication::setStyle(QStringLiteral("fusion"));
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        m_fixture = std::make_unique<LoginItemFixture>();
+        registerFactoryDefaults();
+    }
+    void init()
+    {
+        LoginItemFixture::clear();
+        forgetSettings();
+    }
+    void cleanupTestCase() { m_fixture.reset(); }
+
+    // The first one: what is known stays known as long as the process lives.
+    void untilTheStateIsKnownTheSwitchKeepsItsRoomUnseen()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        Shown shown;
+        shown.window.show();
+        QVERIFY(!shown.toggle->isVisible());
+        QCOMPARE(shown.rows[0]->text(), QStringLiteral("Launch Kestrum at login"));
+        const QSize size = shown.rows[0]->size();
+        QTRY_VERIFY(shown.toggle->isVisible());
+        QVERIFY(shown.toggle->isChecked() && shown.toggle->isEnabled());
+        QCOMPARE(shown.rows[0]->size(), size);
+        QCOMPARE(shown.status(), QString());
+        QVERIFY(!shown.needsApproval());
+    }
+
+    void aSecondSectionShowsTheKnownStateAtOnce()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        Shown first;
+        first.show();
+        QTRY_VERIFY(first.toggle->isChecked());
+        Shown second;
+        second.window.show();
+        QVERIFY(second.toggle->isVisible());
+        QVERIFY(second.toggle->isChecked());
+    }
+
+    void aSectionThatComesIntoAnActiveWindowReadsTheState()
+    {
+        // As when its page is chosen.
+        Shown before;
+        before.show();
+        QTest::qWait(50);
+        QTRY_VERIFY(!before.toggle->isChecked());
+        QVERIFY(m_fixture->service().registerItem());
+        auto* section = new LaunchAtLoginSection;
+        before.window.layout()->addWidget(section);
+        QTRY_VERIFY(section->findChild<Switch*>()->isChecked());
+        QVERIFY(!before.toggle->isChecked());
+    }
+
+    void eachStateIsShown_data()
+    {
+        QTest::addColumn<QByteArray>("line");
+        QTest::addColumn<bool>("isOn");
+        QTest::addColumn<bool>("needsApproval");
+        QTest::newRow("notRegistered") << QByteArray() << false << false;
+        QTest::newRow("enabled") << QByteArray("X-Mine=1") << true << false;
+        QTest::newRow("requiresApproval") << QByteArray("Hidden=true") << true << true;
+        QTest::newRow("notFound") << QByteArray("TryExec=/nowhere") << false << false;
+    }
+
+    void eachStateIsShown()
+    {
+        QFETCH(const QByteArray, line);
+        QFETCH(const bool, isOn);
+        QFETCH(const bool, needsApproval);
+        if (!line.isEmpty()) {
+            QVERIFY(m_fixture->service().registerItem());
+            write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + line + '\n');
+        }
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        QTRY_COMPARE(shown.toggle->isChecked(), isOn);
+        QTRY_COMPARE(shown.needsApproval(), needsApproval);
+        QVERIFY(shown.toggle->isEnabled() && shown.toggle->isVisible());
+        QCOMPARE(shown.status(), QString());
+    }
+
+    void approvalIsAskedForWithTheWayToTheSettings()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
+        Shown shown;
+        shown.show();
+        QTRY_VERIFY(shown.needsApproval());
+        QCOMPARE(shown.rows[1]->text(), QStringLiteral("Turned off under Allow in the Background."));
+        QCOMPARE(shown.button->text(), QStringLiteral("Open Login Items…"));
+        const auto* label = shown.rows[1]->findChild<QLabel*>();
+        QCOMPARE(label->palette().color(label->foregroundRole()), shade(Theme::Colour::secondaryText));
+
+        const FileTree programs;
+        const QString settings = programs.path(QStringLiteral("xfce4-session-settings"));
+        LoginItemFixture::makeProgram(settings);
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(programs.root()) + ":/bin:/usr/bin");
+        qputenv("XDG_CURRENT_DESKTOP", "Own:XFCE");
+        QTest::mouseClick(shown.button, Qt::LeftButton);
+        qputenv("PATH", path);
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        QTRY_COMPARE(contentOf(LoginItemFixture::startedFile()), QFile::encodeName(settings));
+    }
+
+    void itsRowsStandBelowTheHeadingInTheirOrder()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
+        Shown shown;
+        shown.show();
+        QTRY_VERIFY(shown.needsApproval());
+        // With a block all three of them are there.
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
+        reactivate(shown);
+        QTRY_COMPARE(shown.status(), QStringLiteral("Login items are disabled in this build."));
+        qunsetenv("KESTRUM_NO_LOGIN_ITEM");
+        QVERIFY(shown.needsApproval());
+        QTest::qWait(20);
+        QMap<int, QString> texts;
+        for (const QLabel* label : shown.section->findChildren<QLabel*>()) {
+            if (label->isVisible())
+                texts.insert(label->mapTo(shown.section, QPoint()).y(), label->text());
+        }
+        QCOMPARE(texts.values(),
+            QStringList({ QStringLiteral("Startup"), QStringLiteral("Launch Kestrum at login"),
+                QStringLiteral("Turned off under Allow in the Background."),
+                QStringLiteral("Login items are disabled in this build.") }));
+        QCOMPARE(shown.section->accessibleName(), QStringLiteral("Startup"));
+    }
+
+    void assistiveProgramsAreToldOfAnErrorOnce()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        const HeardEvents ears;
+        shown.toggle->click();
+        QTRY_VERIFY(!shown.status().isEmpty());
+        QTRY_VERIFY(!shown.toggle->isChecked());
+        const auto alerts = HeardEvents::taken(QAccessible::Alert);
+        QCOMPARE(alerts.size(), 1);
+        QCOMPARE(alerts[0].object, shown.rows[2]);
+        // Coming back to the window is no news.
+        reactivate(shown);
+        QTest::qWait(50);
+        QVERIFY(!shown.status().isEmpty());
+        QCOMPARE(HeardEvents::taken(QAccessible::Alert).size(), 0);
+    }
+
+    void turningTheSwitchRegistersAndRemoves()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        QTRY_VERIFY(!shown.toggle->isChecked());
+        QTest::mouseClick(shown.toggle, Qt::LeftButton);
+        QVERIFY(shown.toggle->isChecked());
+        QTRY_COMPARE(m_fixture->service().status(), Status::enabled);
+        QTest::qWait(50);
+        QVERIFY(shown.toggle->isChecked());
+        QTest::keyClick(shown.toggle, Qt::Key_Space);
+        QTRY_COMPARE(m_fixture->service().status(), Status::notRegistered);
+        QTest::qWait(50);
+        QVERIFY(!shown.toggle->isChecked());
+    }
+
+    void assistiveProgramsTurnItToo()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        QTRY_VERIFY(!shown.toggle->isChecked());
+        QAccessible::queryAccessibleInterface(shown.toggle)
+            ->actionInterface()
+            ->doAction(QAccessibleActionInterface::toggleAction());
+        QTRY_COMPARE(m_fixture->service().status(), Status::enabled);
+    }
+
+    void theSwitchDoesNotSlideHere()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        const QImage off = shown.toggle->grab().toImage();
+        shown.toggle->click();
+        const QImage on = shown.toggle->grab().toImage();
+        QVERIFY(on != off);
+        QTest::qWait(200);
+        QCOMPARE(shown.toggle->grab().toImage(), on);
+    }
+
+    void anErrorIsShownInRedAndTheSwitchGoesBack()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        shown.toggle->click();
+        QVERIFY(shown.toggle->isChecked());
+        QTRY_COMPARE(shown.status(), QStringLiteral("Kestrum is not allowed to run in the background."));
+        QCOMPARE(shown.statusColour(), shade(Theme::Colour::error));
+        QTRY_VERIFY(!shown.toggle->isChecked());
+        // A block's message takes the place of the error's.
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
+        reactivate(shown);
+        QTRY_COMPARE(shown.status(), QStringLiteral("Login items are disabled in this build."));
+        QCOMPARE(shown.statusColour(), shade(Theme::Colour::secondaryText));
+        qunsetenv("KESTRUM_NO_LOGIN_ITEM");
+        reactivate(shown);
+        QTRY_COMPARE(shown.status(), QStringLiteral("Kestrum is not allowed to run in the background."));
+        QCOMPARE(shown.statusColour(), shade(Theme::Colour::error));
+    }
+
+    void eachBlockDisablesTheSwitchAndSaysWhy_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::addColumn<QString>("bundle");
+        QTest::addColumn<QString>("message");
+        const QString suppressed = QStringLiteral("Login items are disabled in this build.");
+        for (const char* variable :
+            { "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_UI_TESTING", "XCTestConfigurationFilePath" })
+            QTest::newRow(variable) << QByteArray(variable) << QString() << suppressed;
+        QTest::newRow("translocated, and without its agent")
+            << QByteArray() << QStringLiteral("/AppTranslocation/1/Kestrum.app")
+            << QStringLiteral("Move Kestrum to your Applications folder first.");
+        QTest::newRow("incomplete") << QByteArray() << QStringLiteral("/nowhere/Kestrum.app")
+                                    << QStringLiteral("This copy of Kestrum is incomplete.");
+    }
+
+    void eachBlockDisablesTheSwitchAndSaysWhy()
+    {
+        QFETCH(const QByteArray, variable);
+        QFETCH(const QString, bundle);
+        QFETCH(const QString, message);
+        QVERIFY(m_fixture->service().registerItem());
+        const Bundle before = Bundle::main();
+        if (!bundle.isEmpty())
+            Bundle::setMain(Bundle(bundle));
+        if (!variable.isEmpty())
+            qputenv(variable.constData(), "1");
+        {
+            Shown shown;
+            shown.show();
+            QVERIFY(!shown.toggle->isEnabled());
+            QCOMPARE(shown.status(), message);
+            QCOMPARE(shown.statusColour(), shade(Theme::Colour::secondaryText));
+            // It shows what is, all the same.
+            QTRY_VERIFY(shown.toggle->isChecked());
+            QTest::mouseClick(shown.toggle, Qt::LeftButton);
+            QVERIFY(shown.toggle->isChecked());
+        }
+        Bundle::setMain(before);
+        if (!variable.isEmpty())
+            qunsetenv(variable.constData());
+        QCOMPARE(m_fixture->service().status(), Status::enabled);
+    }
+
+    void aBlockThatCameMeanwhileTurnsTheSwitchBack()
+    {
+        Shown shown;
+        shown.show();
+        QTest::qWait(50);
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
+        shown.toggle->click();
+        qunsetenv("KESTRUM_NO_LOGIN_ITEM");
+        QVERIFY(!shown.toggle->isChecked());
+        QVERIFY(!shown.toggle->isEnabled());
+        QVERIFY(!QFile::exists(LoginItemFixture::entry()));
+    }
+
+    void theStateIsReadAgainWhenTheWindowBecomesActive()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        Shown shown;
+        shown.show();
+        QTRY_VERIFY(shown.toggle->isChecked());
+        // Meanwhile, in the desktop's settings.
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
+        QTest::qWait(100);
+        QVERIFY(!shown.needsApproval());
+        shown.window.activateWindow();
+        QTRY_VERIFY(shown.needsApproval());
+        QVERIFY(shown.toggle->isChecked());
+    }
+
+private:
+    static void reactivate(Shown& shown)
+    {
+        QWidget other;
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        shown.window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&shown.window));
+    }
+
+    std::unique_ptr<LoginItemFixture> m_fixture;
+};
+
+KESTRUM_TEST_MAIN(QApplication, LaunchAtLoginSectionTest)
+#include "LaunchAtLoginSectionTest.moc"

@@ -1,0 +1,423 @@
+// Longer than other files: what one manager finds out all others of the process know, and these tests are the life of one process,
+// from when nothing is known.
+
+#include "Kestrum/Agent/LoginItemManager.h"
+
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/LoginItemFixture.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace kestrum;
+using Status = LoginItemService::Status;
+using Block = LoginItemManager::Block;
+
+namespace {
+
+QStringList logged;
+QStringList reasons; // for whoever looks into the log
+
+void remember(QtMsgType type, const QMessageLogContext& context, const QString& message)
+{
+    if (qstrcmp(context.category, "com.orvale.kestrum.loginItem") != 0)
+        return;
+    if (type == QtCriticalMsg)
+        logged.append(message);
+    if (type == QtWarningMsg)
+        reasons.append(message);
+}
+
+/// A variable of the environment for as long as this lives.
+struct Variable {
+    const char* name;
+    Variable(const char* variable, const char* value)
+        : name(variable)
+    {
+        qputenv(name, value);
+    }
+    ~Variable() { qunsetenv(name); }
+    Q_DISABLE_COPY_MOVE(Variable)
+};
+
+} // namespace
+
+class LoginItemManagerTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_fixture = std::make_unique<LoginItemFixture>();
+        registerFactoryDefaults();
+        qInstallMessageHandler(remember);
+    }
+    void init()
+    {
+        LoginItemFixture::clear();
+        forgetSettings();
+        logged.clear();
+        reasons.clear();
+    }
+    void cleanupTestCase()
+    {
+        qInstallMessageHandler(nullptr);
+        m_fixture.reset();
+    }
+
+    // The first one: what is known stays known as long as the process lives.
+    void atFirstNothingIsKnown()
+    {
+        LoginItemManager manager;
+        QVERIFY(!LoginItemManager::isKnown());
+        QCOMPARE(manager.status(), Status::notRegistered);
+        QVERIFY(!manager.lastError());
+        QVERIFY(!manager.isOn());
+        QVERIFY(!manager.needsApproval());
+        QSignalSpy changes(&manager, &LoginItemManager::changed);
+        manager.refresh();
+        // Read elsewhere, and told from the event loop.
+        QVERIFY(!LoginItemManager::isKnown());
+        // That it is known now is news, though the state is the same.
+        QTRY_COMPARE(changes.size(), 1);
+        QVERIFY(LoginItemManager::isKnown());
+        QCOMPARE(manager.status(), Status::notRegistered);
+    }
+
+    void refreshReadsTheRealState_data()
+    {
+        QTest::addColumn<QByteArray>("change");
+        QTest::addColumn<Status>("status");
+        QTest::addColumn<bool>("isOn");
+        QTest::addColumn<bool>("needsApproval");
+        QTest::newRow("enabled") << QByteArray("Hidden=false") << Status::enabled << true << false;
+        QTest::newRow("requiresApproval")
+            << QByteArray("Hidden=true") << Status::requiresApproval << true << true;
+        QTest::newRow("notFound") << QByteArray("TryExec=/nowhere") << Status::notFound << false << false;
+    }
+
+    void refreshReadsTheRealState()
+    {
+        QFETCH(const QByteArray, change);
+        QFETCH(const Status, status);
+        QFETCH(const bool, isOn);
+        QFETCH(const bool, needsApproval);
+        QVERIFY(m_fixture->service().registerItem());
+        QByteArray text = contentOf(LoginItemFixture::entry());
+        write(LoginItemFixture::entry(), text + change + '\n');
+        LoginItemManager manager;
+        manager.refresh();
+        QTRY_COMPARE(manager.status(), status);
+        QCOMPARE(manager.isOn(), isOn);
+        QCOMPARE(manager.needsApproval(), needsApproval);
+        QVERIFY(!manager.lastError());
+    }
+
+    void aNewManagerStartsFromWhatIsKnown()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        LoginItemManager first;
+        first.refresh();
+        QTRY_COMPARE(first.status(), Status::enabled);
+        const LoginItemManager second;
+        QCOMPARE(second.status(), Status::enabled);
+    }
+
+    void switchingOnShowsAtOnceAndRegisters()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        manager.setEnabled(true);
+        QCOMPARE(manager.status(), Status::enabled);
+        QCOMPARE(LoginItemManager().status(), Status::enabled);
+        QTRY_COMPARE(m_fixture->service().status(), Status::enabled);
+        settle(manager, Status::enabled);
+        QVERIFY(!manager.lastError());
+        QCOMPARE(logged, QStringList());
+    }
+
+    void switchingOffShowsAtOnceAndRemoves()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        LoginItemManager manager;
+        settle(manager, Status::enabled);
+        manager.setEnabled(false);
+        QCOMPARE(manager.status(), Status::notRegistered);
+        QTRY_VERIFY(!QFile::exists(LoginItemFixture::entry()));
+        settle(manager, Status::notRegistered);
+        QVERIFY(!manager.lastError());
+    }
+
+    void oneThatIsOnIsReplacedAfterAPause_data()
+    {
+        QTest::addColumn<QByteArray>("change");
+        QTest::addColumn<Status>("status");
+        QTest::newRow("enabled") << "Exec=sh -c \"exec " + QFile::encodeName(m_fixture->agentProgram()) + '"'
+                                 << Status::enabled;
+        QTest::newRow("requiresApproval") << QByteArray("Hidden=true") << Status::requiresApproval;
+    }
+
+    void oneThatIsOnIsReplacedAfterAPause()
+    {
+        QFETCH(const QByteArray, change);
+        QFETCH(const Status, status);
+        QVERIFY(m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + change + "\nX-Mine=1\n");
+        LoginItemManager manager;
+        settle(manager, status);
+        QElapsedTimer timer;
+        timer.start();
+        manager.setEnabled(true);
+        // Unregistered first…
+        QTRY_VERIFY(!QFile::exists(LoginItemFixture::entry()));
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
+        QVERIFY2(
+            timer.elapsed() >= 300 && timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        settle(manager, Status::enabled);
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
+        QVERIFY(contentOf(LoginItemFixture::entry()).contains(m_fixture->agentProgram().toUtf8()));
+        QVERIFY(!manager.lastError());
+    }
+
+    void oneThatIsOffIsRegisteredWithoutAPause()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        QElapsedTimer timer;
+        timer.start();
+        manager.setEnabled(true);
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
+        QVERIFY2(timer.elapsed() < 290, qPrintable(QString::number(timer.elapsed())));
+    }
+
+    void refusedWithCode12ThereIsNoMessage()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        // Somebody else is faster.
+        QVERIFY(m_fixture->service().registerItem());
+        QCOMPARE(m_fixture->service().registerItem().failure().error, 12);
+        QSignalSpy readings(&manager, &LoginItemManager::refreshed);
+        manager.setEnabled(true);
+        QTRY_COMPARE(readings.size(), 1);
+        QCOMPARE(manager.status(), Status::enabled);
+        QVERIFY(!manager.lastError());
+        QCOMPARE(logged, QStringList());
+    }
+
+    void withNothingToRemoveThereIsNoMessage()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        manager.setEnabled(false);
+        QTest::qWait(100);
+        QVERIFY(!manager.lastError());
+        QCOMPARE(manager.status(), Status::notRegistered);
+        QCOMPARE(logged, QStringList());
+    }
+
+    void aProgramThatOthersMayChangeNeedsASignature()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        const auto owner = QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner;
+        QFile::setPermissions(m_fixture->agentProgram(), owner | QFile::WriteOther);
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QFile::setPermissions(m_fixture->agentProgram(), owner);
+        const QString message = QStringLiteral("This build is not signed. Login items need a signed build.");
+        QCOMPARE(*manager.lastError(), message);
+        QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + message });
+        QCOMPARE(reasons,
+            QStringList { QStringLiteral("login item: %1: everybody may change it (mode 0702)")
+                              .arg(m_fixture->agentProgram()) });
+        // The switch goes back to the real state.
+        QTRY_COMPARE(manager.status(), Status::notRegistered);
+        // And the next change forgets the message at once.
+        manager.setEnabled(true);
+        QVERIFY(!manager.lastError());
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
+        settle(manager, Status::enabled);
+        QVERIFY(!manager.lastError());
+    }
+
+    void aFolderThatRefusesUsIsNotAllowed()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QCOMPARE(*manager.lastError(), QStringLiteral("Kestrum is not allowed to run in the background."));
+        QCOMPARE(logged.size(), 1);
+        QCOMPARE(reasons.size(), 1);
+        QVERIFY2(reasons.first().contains(LoginItemFixture::folder()), qPrintable(reasons.first()));
+        QTRY_COMPARE(manager.status(), Status::notRegistered);
+    }
+
+    void anyOtherFailureIsToldInTheSystemsWords()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        write(LoginItemFixture::folder(), "mine");
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QVERIFY(manager.lastError()->contains(LoginItemFixture::folder()));
+        QVERIFY(manager.lastError()->contains(qt_error_string(ENOTDIR)));
+        QCOMPARE(logged, QStringList { QStringLiteral("login item: ") + *manager.lastError() });
+        QCOMPARE(reasons, QStringList());
+    }
+
+    void theSystemsWordsAreNoKeyOfATranslation()
+    {
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        write(LoginItemFixture::folder(), "mine");
+        const QString words = m_fixture->service().registerItem().failureText();
+        chooseLanguageWithTextFor(words.toUtf8());
+        QCOMPARE(AppLanguage::string(words), QStringLiteral("translated"));
+        manager.setEnabled(true);
+        QTRY_VERIFY(manager.lastError());
+        QCOMPARE(*manager.lastError(), words);
+    }
+
+    void messagesAreInTheInterfaceLanguage()
+    {
+        for (const Block block : { Block::suppressed, Block::translocated, Block::incomplete }) {
+            chooseLanguageWithTextFor(AgentLoginItem::message(block));
+            QCOMPARE(LoginItemManager::message(block), QStringLiteral("translated"));
+        }
+    }
+
+    void aBlockKeepsTheServiceUntouched_data()
+    {
+        QTest::addColumn<QByteArray>("variable");
+        QTest::addColumn<QByteArray>("value");
+        QTest::newRow("no login item") << QByteArray("KESTRUM_NO_LOGIN_ITEM") << QByteArray("1");
+        QTest::newRow("interface test") << QByteArray("KESTRUM_UI_TESTING") << QByteArray("1");
+        QTest::newRow("unit test") << QByteArray("XCTestConfigurationFilePath") << QByteArray("");
+    }
+
+    void aBlockKeepsTheServiceUntouched()
+    {
+        QFETCH(const QByteArray, variable);
+        QFETCH(const QByteArray, value);
+        LoginItemManager manager;
+        settle(manager, Status::notRegistered);
+        QSignalSpy changes(&manager, &LoginItemManager::changed);
+        QVERIFY(!LoginItemManager::block());
+        {
+            const Variable set(variable.constData(), value.constData());
+            QVERIFY(LoginItemManager::block() == Block::suppressed);
+            QCOMPARE(LoginItemManager::message(Block::suppressed),
+                QStringLiteral("Login items are disabled in this build."));
+            manager.setEnabled(true);
+            QTest::qWait(100);
+        }
+        QCOMPARE(changes.size(), 0);
+        QVERIFY(!QFile::exists(LoginItemFixture::folder()));
+        QCOMPARE(logged, QStringList());
+        QVERIFY(!LoginItemManager::block());
+    }
+
+    void trueDoesNotSuppress()
+    {
+        const Variable set("KESTRUM_NO_LOGIN_ITEM", "true");
+        QVERIFY(!LoginItemManager::block());
+    }
+
+    void aTranslocatedCopyIsToldEvenWithoutItsAgent()
+    {
+        const Bundle before = Bundle::main();
+        Bundle::setMain(Bundle(QStringLiteral("/private/AppTranslocation/1/Kestrum.app")));
+        QVERIFY(LoginItemManager::block() == Block::translocated);
+        QCOMPARE(LoginItemManager::message(Block::translocated),
+            QStringLiteral("Move Kestrum to your Applications folder first."));
+        {
+            const Variable set("KESTRUM_UI_TESTING", "1");
+            QVERIFY(LoginItemManager::block() == Block::suppressed);
+        }
+        Bundle::setMain(before);
+    }
+
+    void aCopyWithoutItsAgentIsIncomplete()
+    {
+        const QString away = m_fixture->agentBundle() + QStringLiteral("-away");
+        QVERIFY(QFile::rename(m_fixture->agentBundle(), away));
+        QVERIFY(LoginItemManager::block() == Block::incomplete);
+        QCOMPARE(LoginItemManager::message(Block::incomplete),
+            QStringLiteral("This copy of Kestrum is incomplete."));
+        QVERIFY(QFile::rename(away, m_fixture->agentBundle()));
+        QVERIFY(!LoginItemManager::block());
+    }
+
+    void ofQuickChangesTheLastOneRemains()
+    {
+        for (const bool last : { true, false }) {
+            LoginItemManager manager;
+            settle(manager, m_fixture->service().status());
+            for (const bool isOn : { true, false, true, false, true, false })
+                manager.setEnabled(isOn == last ? last : !last);
+            manager.setEnabled(last);
+            QTest::qWait(1500);
+            QCOMPARE(m_fixture->service().status(), last ? Status::enabled : Status::notRegistered);
+            QCOMPARE(manager.status(), m_fixture->service().status());
+            QVERIFY(!manager.lastError());
+        }
+    }
+
+    void aManagerMayGoWhileItsChangeIsMade()
+    {
+        {
+            LoginItemManager manager;
+            settle(manager, Status::notRegistered);
+            manager.setEnabled(true);
+            manager.refresh();
+        }
+        QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
+        QTest::qWait(50);
+    }
+
+    void whatWasShownForAChangeThatFailedIsPutRightWithoutItsManager()
+    {
+        {
+            LoginItemManager manager;
+            settle(manager, Status::notRegistered);
+            // A file where the folder of the entries belongs.
+            QDir(LoginItemFixture::folder()).removeRecursively();
+            QFile file(LoginItemFixture::folder());
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            manager.setEnabled(true);
+            QCOMPARE(LoginItemManager().status(), Status::enabled);
+        }
+        QTRY_COMPARE(LoginItemManager().status(), Status::notRegistered);
+        QVERIFY(QFile::remove(LoginItemFixture::folder()));
+    }
+
+private:
+    void chooseLanguageWithTextFor(const QByteArray& key) const
+    {
+        write(m_fixture->bundlePath() + QStringLiteral("/Contents/Resources/fr.lproj/Localizable.strings"),
+            '"' + key + "\" = \"translated\";");
+        Bundle::setMain(Bundle(m_fixture->bundlePath()));
+        Setting { Keys::language }.set(QStringLiteral("fr"));
+    }
+
+    /// Waits until the manager has read that state.
+    static void settle(LoginItemManager& manager, Status status)
+    {
+        manager.refresh();
+        QTest::qWait(30);
+        QTRY_COMPARE(manager.status(), status);
+    }
+
+    std::unique_ptr<LoginItemFixture> m_fixture;
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, LoginItemManagerTest)
+#include "LoginItemManagerTest.moc"

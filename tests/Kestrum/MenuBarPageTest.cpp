@@ -1,0 +1,203 @@
+#include "Kestrum/MenuBar/MenuBarPage.h"
+
+#include "Kestrum/Form/Switch.h"
+#include "Kestrum/MenuBar/ItemHeader.h"
+#include "Kestrum/MenuBar/MenuBarPreview.h"
+#include "Kestrum/MenuBar/MenuBarStrip.h"
+#include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/MenuBarPageWindow.h"
+#include "tests/Support/TestHome.h"
+
+using namespace kestrum;
+
+class MenuBarPageTest : public QObject {
+    Q_OBJECT
+
+    using Page = MenuBarPageWindow;
+
+private Q_SLOTS:
+    void initTestCase() { SettingsWindow::prepareProgram(); }
+    void init() { Page::prepare(); }
+
+    void theSectionsStandInOrder()
+    {
+        const Page shown;
+        QStringList headings;
+        for (int place = 0; place < shown.sections().size(); ++place)
+            headings.append(shown.heading(place));
+        QCOMPARE(headings,
+            QStringList({ QString(), QStringLiteral("All Items"), QStringLiteral("CPU"),
+                QStringLiteral("Memory"), QStringLiteral("Disk"), QStringLiteral("Sensors") }));
+        QVERIFY(shown.section(Page::preview).isAncestorOf(shown.page.preview()));
+        QVERIFY(shown.labels(Page::preview).isEmpty());
+    }
+
+    void theRowsOfEachSectionStandInOrder_data()
+    {
+        QTest::addColumn<int>("place");
+        QTest::addColumn<QStringList>("rows");
+        const QString show = QStringLiteral("Show in menu bar");
+        const QString readout = QStringLiteral("Readout");
+        const QString colour = QStringLiteral("Colour");
+        const auto row = [](const char* name, int place, const QStringList& rows) {
+            QTest::newRow(name) << place << rows;
+        };
+        row("all items", Page::allItems, { QStringLiteral("Bar shape"), QStringLiteral("Item labels") });
+        row("CPU", Page::cpu, { show, QStringLiteral("Meter"), readout, colour });
+        row("memory", Page::memory, { show, readout, colour });
+        row("disk", Page::disk, { show, readout, colour });
+        row("sensors", Page::sensors, { show, readout });
+    }
+
+    void theRowsOfEachSectionStandInOrder()
+    {
+        QFETCH(int, place);
+        const Page shown;
+        const Card& card = shown.section(place);
+        QTEST(shown.labels(place), "rows");
+        // Only the items have a symbol.
+        QCOMPARE(card.findChildren<ItemHeader*>().size(), place > Page::allItems ? 1 : 0);
+        // Assistive programs say to which section a row belongs.
+        QCOMPARE(card.accessibleName(), shown.heading(place));
+        for (const auto* row : card.findChildren<Row*>()) {
+            const auto* label = row->findChild<QLabel*>();
+            QVERIFY(label->buddy());
+            QCOMPARE(label->buddy()->accessibleName(), row->text());
+        }
+    }
+
+    void eachItemHasItsOwnSymbol()
+    {
+        const Page shown;
+        const auto symbol = [](ItemHeader& header) { return header.grab(QRect(0, 0, 24, 24)).toImage(); };
+        const std::pair<int, MonitorSection> items[]
+            = { { Page::cpu, MonitorSection::cpu }, { Page::memory, MonitorSection::memory },
+                  { Page::disk, MonitorSection::storage }, { Page::sensors, MonitorSection::sensors } };
+        for (const auto& [place, section] : items) {
+            auto& header = *shown.section(place).findChild<ItemHeader*>();
+            ItemHeader expected(section, "");
+            expected.setContentsMargins(header.contentsMargins());
+            expected.setParent(header.parentWidget());
+            expected.resize(header.size());
+            QCOMPARE(symbol(header), symbol(expected));
+        }
+    }
+
+    void thePreviewStandsOnItsOwnPlateOnly()
+    {
+        const Page shown;
+        Card& section = shown.section(Page::preview);
+        QImage picture(section.size(), QImage::Format_ARGB32_Premultiplied);
+        picture.fill(Qt::transparent);
+        section.render(&picture, {}, {}, QWidget::DrawChildren);
+        // Outside of the plate's corner, inside of what a card's would be.
+        QVERIFY(picture.pixelColor(3, 3).alpha() < 60);
+        QCOMPARE(picture.pixelColor(14, 1).alpha(), 255);
+    }
+
+    void thePreviewFollowsTheControls()
+    {
+        const Page shown;
+        const MenuBarStripView& strip = *shown.page.preview()->strip()->view();
+        const auto sections = [&strip] {
+            QList<MonitorSection> shownOnes;
+            for (const auto& item : strip.items())
+                shownOnes.append(item.section);
+            return shownOnes;
+        };
+        using enum MonitorSection;
+        QCOMPARE(sections(), QList({ storage, sensors, memory, cpu }));
+        shown.section(Page::memory).findChild<Switch*>()->click();
+        QTRY_COMPARE(sections(), QList({ storage, sensors, cpu }));
+        FormHand::storeElsewhere("menuBarOrder", QStringLiteral("cpu,memory,storage,sensors"));
+        QTRY_COMPARE(sections(), QList({ cpu, storage, sensors }));
+    }
+
+    void everyTextIsInTheInterfaceLanguage()
+    {
+        Setting { Keys::language }.set(QStringLiteral("de"));
+        Page::useFasterCores();
+        const Page shown;
+        QStringList texts;
+        for (int place = 0; place < shown.sections().size(); ++place)
+            texts += QStringList(shown.heading(place)) + shown.labels(place);
+        const auto german = [](const char* text) {
+            const QString translated = AppLanguage::string(text);
+            return translated == QLatin1StringView(text) ? QStringLiteral("no translation") : translated;
+        };
+        const QString show = german("Show in menu bar");
+        const QString readout = german("Readout");
+        const QString colour = german("Colour");
+        QCOMPARE(texts.join(u'|'),
+            QStringList(
+                { QString(), german("All Items"), german("Bar shape"), german("Item labels"),
+                    QStringLiteral("CPU"), show, german("Meter"), readout, colour,
+                    german("%@ cores").replace(QStringLiteral("%@"), AppLanguage::string("Performance")),
+                    german("Memory"), show, readout, colour, german("Disk"), show, readout, colour,
+                    german("Sensors"), show, readout })
+                .join(u'|'));
+        QCOMPARE(shown.picker(QStringLiteral("cpuReadout")).titles().first(), german("None"));
+        QCOMPARE(shown.picker(QStringLiteral("cpuAccent")).titles().last(), german("Custom"));
+        const QString note = withPlainBlanks(shown.footnote(Page::sensors));
+        const QStringList parts
+            = german("The readout turns amber at %@ and red at %@.").split(QStringLiteral("%@"));
+        QCOMPARE(note, parts[0] + QStringLiteral("85 °C") + parts[1] + QStringLiteral("95 °C") + parts[2]);
+    }
+
+    void hidingAnItemLeavesTheRestToBeEdited()
+    {
+        for (const char* key : { "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" })
+            SharedSettings::store().set(key, false);
+        SharedSettings::store().set("agentEnabled", false);
+        const Page shown;
+        for (const auto* widget : shown.page.findChildren<QWidget*>())
+            QVERIFY(widget->isEnabled());
+        shown.picker(QStringLiteral("sensorsReadout")).choose(4);
+        QCOMPARE(storedText("sensorsReadout"), QStringLiteral("fan"));
+    }
+
+    void theKeyboardReachesAllInReadingOrder_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::newRow("forwards") << int(Qt::Key_Tab);
+        QTest::newRow("backwards") << int(Qt::Key_Backtab);
+    }
+
+    void theKeyboardReachesAllInReadingOrder()
+    {
+        QFETCH(int, key);
+        Page::useFasterCores();
+        SharedSettings::store().set("cpuAccent", QStringLiteral("custom:srgb:1,0,0"));
+        SettingsWindow w;
+        w.view.resize(640, 480);
+        const auto* page = qobject_cast<MenuBarPage*>(w.view.pageWidget());
+        w.sidebar().setFocus();
+        QList<QPoint> places;
+        for (int i = 0; i < 60; ++i) {
+            QTest::keyClick(w.view.focusWidget(), Qt::Key(key));
+            const QWidget* control = w.view.focusWidget();
+            if (control == &w.sidebar())
+                break;
+            if (!page->isAncestorOf(control))
+                continue;
+            places.append(control->mapTo(page->widget(), QPoint()));
+            // It is brought into view, whatever was in view before.
+            const QRect seen(control->mapTo(page->viewport(), QPoint()), control->size());
+            QVERIFY2(page->viewport()->rect().contains(seen), qPrintable(control->objectName()));
+        }
+        QVERIFY(w.sidebar().hasFocus());
+        // The strip, eleven pickers, four switches and a well.
+        QCOMPARE(places.size(), 17);
+        if (key == Qt::Key_Backtab)
+            std::reverse(places.begin(), places.end());
+        // Below the one before, or in the same row behind it.
+        for (qsizetype i = 1; i < places.size(); ++i) {
+            const QPoint step = places[i] - places[i - 1];
+            QVERIFY(step.y() > 20 || (std::abs(step.y()) < 8 && step.x() > 0));
+        }
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, MenuBarPageTest)
+#include "MenuBarPageTest.moc"

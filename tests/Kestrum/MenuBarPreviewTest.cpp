@@ -1,0 +1,270 @@
+#include "Kestrum/MenuBar/MenuBarPreview.h"
+#include "Kestrum/MenuBar/MenuBarPage.h"
+#include "Kestrum/MenuBar/MenuBarStrip.h"
+#include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "Kestrum/MenuBar/MoreMark.h"
+#include "KestrumShared/Items/StripBackground.h"
+#include "Platform/Desktop/SystemAppearance.h"
+#include "Platform/Machine/CoreTopology.h"
+#include "tests/Support/SettingsWindow.h"
+#include "tests/Support/TestHome.h"
+
+#include <QImage>
+#include <QScrollBar>
+#include <QWheelEvent>
+
+using namespace kestrum;
+
+class MenuBarPreviewTest : public QObject {
+    Q_OBJECT
+
+    static QImage picture(QWidget& widget)
+    {
+        QImage image(widget.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        widget.render(&image, {}, {}, QWidget::DrawChildren);
+        return image;
+    }
+
+    static void useThreads(int threads)
+    {
+        CoreTopology::useTiers({ { QStringLiteral("Performance"), threads / 2 },
+            { QStringLiteral("Efficiency"), threads - threads / 2 } });
+    }
+
+    static void rowsOfThreads(std::initializer_list<int> counts)
+    {
+        QTest::addColumn<int>("threads");
+        QTest::addColumn<QByteArray>("labels");
+        for (const int threads : counts) {
+            for (const char* labels : { "icons", "letters" })
+                QTest::addRow("%d %s", threads, labels) << threads << QByteArray(labels);
+        }
+    }
+
+    /// The window as it opens for who chose nothing, and its preview.
+    struct Shown {
+        SettingsWindow window;
+        MenuBarPreview& preview = *window.view.findChild<MenuBarPreview*>();
+        MenuBarStrip& strip = *preview.strip();
+
+        QImage picture() const { return preview.grab().toImage(); }
+        /// The strip's place on the plate.
+        QRect place() const { return QRect(strip.mapTo(&preview, QPoint(0, 0)), strip.size()); }
+        /// Whether an end of the strip fades into the plate, with a sign on it.
+        bool fadesAt(Qt::Edge edge) const
+        {
+            const int outermost = edge == Qt::LeftEdge ? 0 : strip.width() - 1;
+            if (!qobject_cast<MoreMark*>(strip.childAt(outermost, strip.height() / 2)))
+                return false;
+            const QImage image = picture().copy(place());
+            const int inwards = edge == Qt::LeftEdge ? 1 : -1;
+            const QRgb plate = StripBackground::plate(SystemAppearance::shared().scheme()).rgb();
+            int ink = 0;
+            for (int y = 0; y < image.height(); ++y) {
+                for (int x = 0; x < 16; ++x) {
+                    const bool isInked = image.pixel(outermost + x * inwards, y) != plate;
+                    if (isInked && (x < 3 || x > 13))
+                        return false;
+                    ink += isInked;
+                }
+            }
+            return ink > 8 && ink < 60;
+        }
+    };
+
+    static bool turnWheel(QWidget& widget, QPoint angle, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
+    {
+        const QPointF at = widget.rect().center();
+        QWheelEvent event(
+            at, widget.mapToGlobal(at), {}, angle, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+        return QApplication::sendEvent(&widget, &event) && event.isAccepted();
+    }
+
+private Q_SLOTS:
+    void initTestCase() { SettingsWindow::prepareProgram(); }
+    void init()
+    {
+        SettingsWindow::prepare();
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        useThreads(4);
+    }
+
+    void thePlateFollowsTheScheme_data()
+    {
+        QTest::addColumn<ColourScheme>("scheme");
+        QTest::addColumn<QColor>("plate");
+        QTest::newRow("light") << ColourScheme::light << QColor::fromRgbF(0.87F, 0.87F, 0.87F);
+        QTest::newRow("dark") << ColourScheme::dark << QColor(0x3A3B3F);
+    }
+
+    void thePlateFollowsTheScheme()
+    {
+        QFETCH(ColourScheme, scheme);
+        QFETCH(QColor, plate);
+        SystemAppearance::shared().setScheme(scheme);
+        MenuBarPreview preview;
+        preview.resize(600, preview.sizeHint().height());
+        const QImage image = picture(preview);
+        QCOMPARE(image.pixelColor(40, 8).rgba(), plate.rgba());
+        QCOMPARE(image.pixelColor(0, image.height() / 2).rgba(), plate.rgba());
+    }
+
+    void theCornersAreFourteenRound()
+    {
+        MenuBarPreview preview;
+        preview.resize(600, preview.sizeHint().height());
+        const QImage image = picture(preview);
+        QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
+        // On the diagonal the curve begins at 14 less 14/√2, which is 4.1.
+        QVERIFY(image.pixelColor(3, 3).alpha() < 40);
+        QVERIFY(image.pixelColor(4, 4).alpha() > 120);
+        QVERIFY(image.pixelColor(10, 0).alpha() < 255);
+        QCOMPARE(image.pixelColor(14, 0).alpha(), 255);
+        QCOMPARE(image.pixelColor(599, 81).alpha(), 0);
+    }
+
+    void theItemsStandAtTheTrailingEndThirtyFromTheEdges_data()
+    {
+        QTest::addColumn<Qt::LayoutDirection>("direction");
+        QTest::newRow("left to right") << Qt::LeftToRight;
+        QTest::newRow("right to left") << Qt::RightToLeft;
+    }
+
+    void theItemsStandAtTheTrailingEndThirtyFromTheEdges()
+    {
+        QFETCH(Qt::LayoutDirection, direction);
+        MenuBarPreview preview;
+        preview.setLayoutDirection(direction);
+        preview.resize(600, preview.sizeHint().height());
+        QCOMPARE(preview.height(), 22 + 2 * 30);
+        picture(preview); // lays it out
+        const MenuBarStripView& view = *preview.strip()->view();
+        const QRectF row = view.widgetRect(QRectF(QPointF(0, 0), view.intrinsicContentSize()));
+        const QRectF place = row.translated(view.mapTo(&preview, QPoint(0, 0)));
+        QCOMPARE(place.top(), 30.0);
+        QCOMPARE(place.bottom(), preview.height() - 30.0);
+        if (direction == Qt::LeftToRight)
+            QVERIFY(std::abs(place.right() - 570) < 1);
+        else
+            QCOMPARE(place.left(), 30.0);
+        // The order of the items is the menu bar's, whatever the direction of writing.
+        QCOMPARE(view.items().first().section, MonitorSection::storage);
+    }
+
+    void theStripOfAnOrdinaryMachineIsWholeInTheWindowAsItOpens_data() { rowsOfThreads({ 2, 8, 14, 16 }); }
+    void theStripOfAnOrdinaryMachineIsWholeInTheWindowAsItOpens()
+    {
+        QFETCH(int, threads);
+        QFETCH(QByteArray, labels);
+        useThreads(threads);
+        SharedSettings::store().set("meterLabelStyle", QString::fromLatin1(labels));
+        const Shown shown;
+        QCOMPARE(shown.strip.size(), shown.strip.view()->sizeHint());
+        QVERIFY(shown.preview.rect().contains(shown.place()));
+        QVERIFY(!shown.fadesAt(Qt::LeftEdge) && !shown.fadesAt(Qt::RightEdge));
+        // It keeps from the trailing edge as far as there is room, and never as near as the corner.
+        const int fromEdge = shown.preview.width() - 1 - shown.place().right();
+        const int room = (shown.preview.width() - shown.strip.width()) / 2;
+        QCOMPARE(fromEdge, std::min(room, 30 - MenuBarStripView::room.width()));
+    }
+
+    void aStripThatIsCutFadesWhereThereIsMore_data() { rowsOfThreads({ 32, 64 }); }
+    void aStripThatIsCutFadesWhereThereIsMore()
+    {
+        QFETCH(int, threads);
+        QFETCH(QByteArray, labels);
+        useThreads(threads);
+        SharedSettings::store().set("meterLabelStyle", QString::fromLatin1(labels));
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+            SystemAppearance::shared().setScheme(scheme);
+            const Shown shown;
+            MenuBarStrip& strip = shown.strip;
+            const int furthest = strip.view()->width() - strip.width();
+            QVERIFY(furthest > 0);
+            // All of the plate but its edge is used then.
+            QCOMPARE(shown.preview.width() - strip.width(), 2);
+            QCOMPARE(strip.offset(), furthest);
+            QVERIFY(shown.fadesAt(Qt::LeftEdge));
+            QVERIFY(!shown.fadesAt(Qt::RightEdge));
+            turnWheel(strip, { 20, 0 });
+            QVERIFY(strip.offset() > 0 && strip.offset() < furthest);
+            QVERIFY(shown.fadesAt(Qt::LeftEdge));
+            QVERIFY(shown.fadesAt(Qt::RightEdge));
+            turnWheel(strip, { 12000, 0 });
+            QCOMPARE(strip.offset(), 0);
+            QVERIFY(!shown.fadesAt(Qt::LeftEdge));
+            QVERIFY(shown.fadesAt(Qt::RightEdge));
+        }
+    }
+
+    void aClickOnTheSignScrollsToTheEnd()
+    {
+        useThreads(64);
+        const Shown shown;
+        const QRect place = shown.place();
+        const auto click = [&](int x) {
+            const QPoint at(x, place.center().y());
+            QWidget* under = shown.preview.childAt(at);
+            QTest::mouseClick(under, Qt::LeftButton, {}, under->mapFrom(&shown.preview, at));
+        };
+        const int furthest = shown.strip.offset();
+        click(place.left() + 6);
+        QVERIFY(shown.strip.offset() < furthest);
+        for (int i = 0; i < 5 && shown.strip.offset() > 0; ++i)
+            click(place.left() + 6);
+        QCOMPARE(shown.strip.offset(), 0);
+        for (int i = 0; i < 5; ++i)
+            click(place.right() - 6);
+        QCOMPARE(shown.strip.offset(), furthest);
+    }
+
+    void thePageKeepsTheWheel()
+    {
+        useThreads(32);
+        const Shown shown;
+        const QScrollBar& bar = *shown.window.view.findChild<MenuBarPage*>()->verticalScrollBar();
+        // As a mouse does it: only then does what is not taken go on to the page.
+        const auto turn = [&](QPoint angle, Qt::KeyboardModifiers modifiers) {
+            MenuBarStripView& view = *shown.strip.view();
+            const QPointF at = view.rect().center();
+            QWheelEvent event(
+                at, view.mapToGlobal(at), {}, angle, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+            QSpontaneKeyEvent::setSpontaneous(&event);
+            qApp->notify(&view, &event);
+        };
+        const int offset = shown.strip.offset();
+        turn({ 0, -120 }, Qt::NoModifier);
+        QCOMPARE(shown.strip.offset(), offset);
+        QVERIFY(bar.value() > 0);
+        turn({ 0, 120 }, Qt::NoModifier);
+        QCOMPARE(bar.value(), 0);
+        turn({ 0, 120 }, Qt::ShiftModifier);
+        QVERIFY(shown.strip.offset() < offset);
+        QCOMPARE(bar.value(), 0);
+    }
+
+    void theItemThatTheKeyboardIsAtIsClearOfTheFades()
+    {
+        useThreads(32);
+        const Shown shown;
+        MenuBarStripView& view = *shown.strip.view();
+        view.setFocus(Qt::TabFocusReason);
+        const QRect clear = shown.strip.rect().adjusted(20, 0, -20, 0);
+        for (const int key :
+            { 0, int(Qt::Key_Left), int(Qt::Key_Right), int(Qt::Key_Right), int(Qt::Key_Right) }) {
+            if (key)
+                QTest::keyClick(&view, Qt::Key(key));
+            const QRect item = view.backdropRect(*view.item(*view.focused())).toAlignedRect();
+            const QRect place(view.mapToParent(item.topLeft()), item.size());
+            // At an end of the strip nothing fades.
+            const bool isFirst = view.focused() == view.items().first().section;
+            const bool isLast = view.focused() == view.items().last().section;
+            QVERIFY(isFirst ? place.left() >= 0 : place.left() >= clear.left());
+            QVERIFY(isLast ? place.right() <= shown.strip.rect().right() : place.right() <= clear.right());
+        }
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, MenuBarPreviewTest)
+#include "MenuBarPreviewTest.moc"

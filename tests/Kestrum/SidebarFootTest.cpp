@@ -1,0 +1,116 @@
+#include "Kestrum/Agent/AgentController.h"
+#include "Kestrum/Agent/AgentRow.h"
+#include "Kestrum/Agent/UpdateOfferRow.h"
+#include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/SettingsWindow.h"
+#include "tests/Support/TestHome.h"
+
+#include <QLabel>
+
+using namespace kestrum;
+
+class SidebarFootTest : public QObject {
+    Q_OBJECT
+
+    /// Where a part of the window is, in the window.
+    static QRect place(const SettingsWindow& w, const QWidget* part)
+    {
+        return QRect(part->mapTo(&w.view, QPoint()), part->size());
+    }
+
+    /// As if the agent had found a newer version.
+    static void offer()
+    {
+        SharedSettings::store().set(Keys::updatesAvailable.name, QStringLiteral("99.0 (9999)"));
+        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+    }
+
+private Q_SLOTS:
+    void initTestCase() { SettingsWindow::prepareProgram(); }
+    void init() { SettingsWindow::prepare(); }
+
+    void listDividerOfferAndAgentStandOnEachOther()
+    {
+        SettingsWindow w;
+        offer();
+        auto* offerRow = w.view.findChild<UpdateOfferRow*>();
+        QTRY_VERIFY(offerRow->height() > 0);
+        QTest::qWait(10);
+        const QRect list = place(w, &w.sidebar());
+        const QRect update = place(w, offerRow);
+        const QRect agent = place(w, w.view.findChild<AgentRow*>());
+        QCOMPARE(list.top(), 0);
+        // The offer begins with its own divider, and that is the only one.
+        QCOMPARE(update.top(), list.bottom() + 1);
+        const QImage picture = w.view.grab().toImage();
+        const QColor ground = picture.pixelColor(3, list.bottom());
+        QList<int> lines;
+        for (int y = list.bottom(); y < agent.bottom(); ++y) {
+            if (picture.pixelColor(3, y) != ground)
+                lines.append(y);
+        }
+        QCOMPARE(lines, QList<int> { update.top() });
+        QCOMPARE(agent.top(), update.bottom() + 1);
+        QCOMPARE(agent.bottom() + 1, 520);
+        QCOMPARE(agent.height(), 52);
+        for (const QRect& part : { list, update, agent }) {
+            QCOMPARE(part.left(), 0);
+            QCOMPARE(part.width(), 204);
+        }
+    }
+
+    void withoutAnOfferTheDividerIsRightAboveTheAgent()
+    {
+        SettingsWindow w;
+        const QRect list = place(w, &w.sidebar());
+        QCOMPARE(place(w, w.view.findChild<AgentRow*>()).top(), list.bottom() + 1 + 1);
+        const QImage picture = w.view.grab().toImage();
+        const QColor ground = picture.pixelColor(100, list.bottom());
+        QVERIFY(picture.pixelColor(100, list.bottom() + 1) != ground);
+        QCOMPARE(picture.pixelColor(0, list.bottom() + 1), picture.pixelColor(203, list.bottom() + 1));
+        QCOMPARE(picture.pixelColor(100, list.bottom() + 2), ground);
+    }
+
+    void theDividerComesBackWhenTheOfferGoes()
+    {
+        SettingsWindow w;
+        offer();
+        auto* offerRow = w.view.findChild<UpdateOfferRow*>();
+        QTRY_VERIFY(offerRow->height() > 0);
+        SharedSettings::store().remove(Keys::updatesAvailable.name);
+        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+        QTRY_COMPARE(offerRow->height(), 0);
+        QTRY_COMPARE(place(w, w.view.findChild<AgentRow*>()).top(), place(w, &w.sidebar()).bottom() + 1 + 1);
+    }
+
+    void theFootStaysWhenTheWindowGrows()
+    {
+        SettingsWindow w;
+        w.view.resize(900, 700);
+        QTest::qWait(10);
+        QCOMPARE(place(w, w.view.findChild<AgentRow*>()).bottom() + 1, 700);
+    }
+
+    void anotherLanguageKeepsTheOneController()
+    {
+        SettingsWindow w;
+        const auto before = w.view.findChildren<AgentController*>();
+        QCOMPARE(before.size(), 1);
+        Setting { Keys::language }.set(QStringLiteral("de"));
+        QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menüleiste"));
+        QCOMPARE(w.view.findChildren<AgentController*>(), before);
+        const auto rows = w.view.findChildren<AgentRow*>();
+        QCOMPARE(rows.size(), 1);
+        const auto labels = rows.first()->findChildren<QLabel*>();
+        QCOMPARE(labels.first()->text(), QStringLiteral("Kestrum"));
+        // The new row follows it.
+        Q_EMIT before.first()->isRunningChanged(true);
+        QCOMPARE(labels.last()->text(), QStringLiteral("Ein"));
+        Q_EMIT before.first()->isRunningChanged(false);
+        QCOMPARE(labels.last()->text(), QStringLiteral("Aus"));
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, SidebarFootTest)
+#include "SidebarFootTest.moc"

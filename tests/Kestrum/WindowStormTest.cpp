@@ -1,0 +1,185 @@
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/HelperProcess.h"
+#include "tests/Support/OwnProcesses.h"
+#include "tests/Support/SettingsWindow.h"
+#include "tests/Support/TestHome.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRandomGenerator>
+#include <fstream>
+#include <unistd.h>
+
+using namespace kestrum;
+
+namespace {
+
+constexpr int writesPerSecond = 50;
+constexpr double mebibyte = 1024.0 * 1024.0;
+
+/// As long as the environment says: a short time in the usual run, and ten minutes when somebody wants to know, who then
+/// also lets a test take so long by QTEST_FUNCTION_TIMEOUT.
+int seconds()
+{
+    bool isNumber = false;
+    const int wanted = qEnvironmentVariableIntValue("KESTRUM_STORM_SECONDS", &isNumber);
+    return isNumber ? wanted : 10;
+}
+
+double residentMebibytes()
+{
+    std::ifstream file("/proc/self/statm");
+    long whole = 0;
+    long resident = 0;
+    file >> whole >> resident;
+    return double(resident) * double(::sysconf(_SC_PAGESIZE)) / mebibyte;
+}
+
+QStringList messages;
+
+void keepMessage(QtMsgType, const QMessageLogContext&, const QString& message)
+{
+    messages.append(message);
+}
+
+/// What is written: for each key values that it has, others of its type, and others of any type.
+class RandomWrites {
+public:
+    QByteArray line()
+    {
+        const QString key = keys()[m_random.bounded(keys().size())];
+        const QJsonArray values = this->values(key);
+        const int choice = m_random.bounded(int(values.size()) + 1);
+        if (choice == int(values.size()))
+            return key.toUtf8();
+        return key.toUtf8() + ' '
+            + QJsonDocument(QJsonArray { values[choice] }).toJson(QJsonDocument::Compact);
+    }
+
+    static const QStringList& keys()
+    {
+        static const QStringList all = [] {
+            QStringList names;
+            const auto add
+                = [&names](const auto&... key) { (names.append(QLatin1StringView(key.name)), ...); };
+            std::apply(add, Keys::registered);
+            std::apply(add, Keys::unregistered);
+            return names;
+        }();
+        return all;
+    }
+
+private:
+    static QJsonArray values(const QString& key)
+    {
+        QJsonArray values { true, false, 0, 2, 5.0, -1, 1e300, QString(), QStringLiteral("off"),
+            QStringLiteral("usage"), QStringLiteral("Off"), QStringLiteral("system"),
+            QStringLiteral("nonsense"), QStringLiteral("custom:srgb:0.2000,0.4000,0.9000"),
+            QStringLiteral("custom:srgb:x"), QJsonArray { 1, 2 }, QJsonValue(QJsonValue::Null) };
+        const auto add = [&values](std::initializer_list<const char*> texts) {
+            for (const char* text : texts)
+                values.append(QLatin1StringView(text));
+        };
+        if (key == QLatin1StringView(Keys::settingsPane.name)) {
+            for (const auto& page : allCases<SettingsPage>())
+                add({ page.rawValue });
+        } else if (key == QLatin1StringView(Keys::language.name))
+            add({ "en", "de", "ar", "ja" });
+        else if (key == QLatin1StringView(Keys::menuBarOrder.name))
+            add({ "cpu,memory,storage,sensors", "sensors,cpu", "cpu,cpu,nonsense" });
+        else if (key.endsWith(QLatin1String("Accent")) || key == QLatin1StringView(Keys::accentChoice.name))
+            add({ "indigo", "amber", "teal", "custom" });
+        else
+            add({ "bars", "wave", "compact", "pill", "square", "icons", "letters", "temperature", "power",
+                "hottest", "light", "dark", "opaque", "celsius", "fahrenheit", "9.9 (999999)" });
+        return values;
+    }
+
+    QRandomGenerator m_random { 20 };
+};
+
+} // namespace
+
+/// A window that stays open while another program writes whatever it likes.
+class WindowStormTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { SettingsWindow::prepareProgram(); }
+    void init() { SettingsWindow::prepare(); }
+    void theWindowStaysRightSmallAndSilent();
+
+private:
+    static void handleFor(int milliseconds) { QTest::qWait(milliseconds); }
+    static QImage picture(SettingsView& view, SettingsPage page)
+    {
+        view.showPage(page);
+        view.setFocus();
+        // Where it marks nothing.
+        QTest::mouseMove(view.findChild<Sidebar*>());
+        handleFor(200); // whatever slides has arrived
+        return view.grab().toImage();
+    }
+};
+
+void WindowStormTest::theWindowStaysRightSmallAndSilent()
+{
+    SettingsWindow window;
+    const QtMessageHandler usual = qInstallMessageHandler(keepMessage);
+    RandomWrites writes;
+    // It rests for half of the time, so that it keeps up.
+    const QString rest = QString::number(1000 / writesPerSecond / 2);
+    HelperProcess writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });
+    const auto storm = [&](int duration) {
+        for (int second = 0; second < duration; ++second) {
+            for (int i = 0; i < writesPerSecond; ++i)
+                writer.say(writes.line());
+            handleFor(1000);
+        }
+    };
+    // First everything that is made once: pages, languages, fonts, swatches.
+    storm(seconds() / 2);
+    const double before = residentMebibytes();
+    storm(seconds() - seconds() / 2);
+    const double after = residentMebibytes();
+
+    // The last word is this test's, so that the writer has come to its end.
+    writer.say("settingsPane [\"general\"]");
+    writer.say("theStormIsOver [true]");
+    QTRY_VERIFY_WITH_TIMEOUT(
+        SharedSettings::store().storedDictionary().contains(QStringLiteral("theStormIsOver")), 30'000);
+    QTRY_COMPARE(window.view.page(), SettingsPage::general);
+    // What the agent leaves is looked at when the agent says so.
+    SharedSettings::post(SharedSettings::Signal::updateAvailable);
+    handleFor(200);
+    qInstallMessageHandler(usual);
+
+    messages.sort();
+    qInfo("%.1f MiB more, %d lines in the log", after - before, int(messages.size()));
+    QCOMPARE(messages.removeDuplicates(), 0);
+#ifndef __SANITIZE_ADDRESS__ // which keeps what was given back
+    QVERIFY2(after - before < 4, qPrintable(QString::number(after - before)));
+#endif
+
+    // What it shows is what a window shows that is opened now.
+    SettingsWindow fresh;
+    fresh.view.setFocus();
+    for (const auto& page : allCases<SettingsPage>()) {
+        window.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window.view));
+        const QImage shown = picture(window.view, page.value);
+        fresh.view.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&fresh.view));
+        const QImage expected = picture(fresh.view, page.value);
+        if (shown != expected) {
+            const QString kept = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/storm-%1.png");
+            shown.save(kept.arg(QStringLiteral("shown")));
+            expected.save(kept.arg(QStringLiteral("expected")));
+        }
+        QVERIFY2(shown == expected, page.rawValue);
+    }
+}
+
+// Agents of others would switch the row of one window on and not of the other.
+KESTRUM_TEST_MAIN_APART(QApplication, WindowStormTest)
+#include "WindowStormTest.moc"

@@ -1,0 +1,350 @@
+#include "KestrumAgent/Agent.h"
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Bundle/Bundle.h"
+#include "Platform/Processes/SingleInstance.h"
+#include "tests/Support/FileTree.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/SignalRecorder.h"
+#include "tests/Support/TestHome.h"
+
+#include <QApplication>
+#include <QDateTime>
+#include <QSignalSpy>
+#include <QTimer>
+#include <ctime>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+using SharedSettings::Signal;
+
+namespace {
+
+/// A main bundle with tables of texts, as long as this lives.
+class OtherBundle {
+public:
+    OtherBundle() { Bundle::setMain(Bundle(m_tree.root())); }
+    ~OtherBundle() { Bundle::setMain(m_before); }
+    Q_DISABLE_COPY_MOVE(OtherBundle)
+
+    void write(const char* language, const char* table) const
+    {
+        m_tree.write(QStringLiteral("Contents/Resources/%1.lproj/Localizable.strings")
+                         .arg(QLatin1StringView(language)),
+            table);
+    }
+
+private:
+    FileTree m_tree;
+    Bundle m_before = Bundle::main();
+};
+
+} // namespace
+
+/// The agent within the test's process: what it hears, what it says, and what it shows.
+class AgentTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<Agent> m_agent;
+
+    /// Runs the application until something quits it, with what that is; -1 when nothing does.
+    template <class Function> static int runWith(Function function)
+    {
+        QTimer::singleShot(0, qApp, function);
+        QTimer unstoppable;
+        QObject::connect(&unstoppable, &QTimer::timeout, qApp, [] { QCoreApplication::exit(-1); });
+        unstoppable.start(5000);
+        return QApplication::exec();
+    }
+
+    QAction* entry(const QString& text)
+    {
+        Q_EMIT m_agent->menu().aboutToShow();
+        for (QAction* action : m_agent->menu().actions()) {
+            if (action->text() == text)
+                return action;
+        }
+        return nullptr;
+    }
+
+    static void show(bool isShown)
+    {
+        for (const auto* key :
+            { &Keys::showCPUItem, &Keys::showMemoryItem, &Keys::showStorageItem, &Keys::showSensorsItem })
+            Setting(*key).set(isShown);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        forgetSettings();
+        QTest::qWait(20); // let the notice of it pass
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+    }
+    void cleanup() { m_agent.reset(); }
+
+    // Signals
+
+    void itQuitsWhenAskedTo()
+    {
+        QCOMPARE(runWith([] { SharedSettings::post(Signal::quitAgent); }), 0);
+    }
+
+    void itQuitsWhenThatWasAskedWhileItWasLoaded()
+    {
+        const auto now = [] { return double(QDateTime::currentMSecsSinceEpoch()) / 1000; };
+        SharedSettings::post(Signal::quitAgent);
+        QTest::qWait(50);
+        m_agent.reset();
+        const double launched = now();
+        // What an agent before was asked is not for this one.
+        m_agent = std::make_unique<Agent>();
+        m_agent->start(launched);
+        QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
+
+        m_agent.reset();
+        SharedSettings::post(Signal::quitAgent);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start(launched);
+        QCOMPARE(runWith([] {}), 0);
+    }
+
+    void aRequestOfAClockThatWasAheadIsNotSinceTheStart()
+    {
+        m_agent.reset();
+        SharedSettings::post(Signal::quitAgent);
+        const QString file = signalsDirectory() + u'/' + SharedSettings::name(Signal::quitAgent);
+        const struct timespec tomorrow[2]
+            = { { ::time(nullptr) + 86'400, 0 }, { ::time(nullptr) + 86'400, 0 } };
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file).constData(), tomorrow, 0), 0);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start(double(::time(nullptr)) - 1);
+        QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
+        // Now it is asked in earnest, though the file's time becomes an earlier one.
+        QCOMPARE(runWith([] { SharedSettings::post(Signal::quitAgent); }), 0);
+    }
+
+    void otherSignalsDoNotEndIt()
+    {
+        const int code = runWith([] {
+            for (const Signal signal :
+                { Signal::settings, Signal::openSettings, Signal::menuBarChanged, Signal::updateAvailable })
+                SharedSettings::post(signal);
+            QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
+        });
+        QCOMPARE(code, 7);
+    }
+
+    void itLooksAtTheSettingsAgainWhenTold()
+    {
+        QTest::qWait(quietTime); // the start wrote settings, whose notice comes by another way
+        QSignalSpy rebuilt(m_agent->strip(), &PanelStrip::rebuilt);
+        // Nobody watches the folder in which the file is written to by another name of it.
+        const QByteArray file = QFile::encodeName(SharedSettings::store().filePath());
+        const FileTree tree;
+        const QString elsewhere = tree.path(QStringLiteral("settings.json"));
+        QCOMPARE(::link(file.constData(), QFile::encodeName(elsewhere).constData()), 0);
+        tree.write(QStringLiteral("settings.json"), R"({ "meterStyle": "wave" })");
+        QTest::qWait(quietTime);
+        QCOMPARE(rebuilt.count(), 0);
+        SharedSettings::post(Signal::settings);
+        QTRY_COMPARE(rebuilt.count(), 1);
+        // Told once more, of nothing else.
+        SharedSettings::post(Signal::settings);
+        QTest::qWait(quietTime);
+        QCOMPARE(rebuilt.count(), 1);
+    }
+
+    void itAdoptsTheEarlierVersionsAccent()
+    {
+        m_agent.reset();
+        forgetSettings();
+        SharedSettings::store().set("accentChoice", QStringLiteral("amber"));
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+        QCOMPARE(storedText("cpuAccent"), QStringLiteral("amber"));
+    }
+
+    // What it shows
+
+    void theItemsAreOnTheScreen()
+    {
+        QVERIFY(m_agent->strip()->isVisible());
+        QVERIFY(m_agent->strip()->isWindow());
+        QCOMPARE(m_agent->strip()->size(), m_agent->strip()->sizeHint());
+        const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
+        QCOMPARE(m_agent->strip()->geometry().topRight(), free.topRight());
+    }
+
+    void withNothingShownThereIsNoWindow()
+    {
+        show(false);
+        QTRY_VERIFY(!m_agent->strip()->isVisible());
+        show(true);
+        QTRY_VERIFY(m_agent->strip()->isVisible());
+        QCOMPARE(m_agent->strip()->size(), m_agent->strip()->sizeHint());
+    }
+
+    void aNarrowerStripStaysAtTheTrailingEnd()
+    {
+        const int right = m_agent->strip()->geometry().right();
+        const int width = m_agent->strip()->width();
+        Setting(Keys::showMemoryItem).set(false);
+        QTRY_VERIFY(m_agent->strip()->width() < width);
+        QCOMPARE(m_agent->strip()->geometry().right(), right);
+    }
+
+    void itRunsAlsoWhereTheAgentIsSwitchedOff()
+    {
+        m_agent.reset();
+        Setting(Keys::agentEnabled).set(false);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+        QVERIFY(m_agent->strip()->isVisible());
+        // Other settings are no reason to go.
+        const int code = runWith([] {
+            Setting(Keys::showMemoryItem).set(false);
+            QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
+        });
+        QCOMPARE(code, 7);
+    }
+
+    void itEndsWhenItIsSwitchedOffInTheSettings()
+    {
+        // Without any signal.
+        QCOMPARE(runWith([] { Setting(Keys::agentEnabled).set(false); }), 0);
+    }
+
+    void startedWhileSwitchedOffItEndsWhenItIsSwitchedOnAndOff()
+    {
+        m_agent.reset();
+        Setting(Keys::agentEnabled).set(false);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+        const int code = runWith([] {
+            Setting(Keys::agentEnabled).set(true);
+            QTimer::singleShot(200, qApp, [] { Setting(Keys::agentEnabled).set(false); });
+        });
+        QCOMPARE(code, 0);
+    }
+
+    // Its menu
+
+    void quittingItSwitchesItOff()
+    {
+        QAction* quit = entry(QStringLiteral("Quit Kestrum"));
+        QVERIFY(quit);
+        QCOMPARE(runWith([quit] { quit->trigger(); }), 0);
+        QCOMPARE(Setting(Keys::agentEnabled).value(), false);
+    }
+
+    void theMenuSpeaksTheLanguageOfTheMoment()
+    {
+        const OtherBundle bundle;
+        bundle.write("en", "");
+        bundle.write("de", "\"Quit Kestrum\" = \"Ende\";");
+        QVERIFY(entry(QStringLiteral("Quit Kestrum")));
+        Setting(Keys::language).set(QStringLiteral("de"));
+        QVERIFY(entry(QStringLiteral("Ende")));
+    }
+
+    void aLanguageFromTheRightMirrorsIt_data()
+    {
+        QTest::addColumn<bool>("fromTheStart");
+        QTest::newRow("from the start") << true;
+        QTest::newRow("while it runs") << false;
+    }
+    void aLanguageFromTheRightMirrorsIt()
+    {
+        QFETCH(const bool, fromTheStart);
+        const OtherBundle bundle;
+        bundle.write("en", "");
+        bundle.write("ar", "\"Quit Kestrum\" = \"إنهاء\";");
+        const auto cancel = [] { return QCoreApplication::translate("QPlatformTheme", "Cancel"); };
+        const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
+        const auto sections = m_agent->strip()->items().sections();
+        if (fromTheStart)
+            m_agent.reset();
+        Setting(Keys::language).set(QStringLiteral("ar"));
+        if (fromTheStart) {
+            m_agent = std::make_unique<Agent>();
+            m_agent->start();
+        }
+        const PanelStrip& strip = *m_agent->strip();
+        QTRY_COMPARE(strip.geometry().topLeft(), free.topLeft());
+        QCOMPARE(cancel(), QStringLiteral("ألغِ"));
+        // The order of the items is the menu bar's, whatever the direction of writing.
+        QCOMPARE(strip.items().sections(), sections);
+        QMenu& menu = m_agent->menu();
+        QCOMPARE(menu.layoutDirection(), Qt::RightToLeft);
+        const QPoint at(strip.width() - 10, strip.height());
+        Q_EMIT m_agent->strip()->menuRequested(at);
+        QVERIFY(menu.isVisible());
+        QCOMPARE(menu.geometry().topRight(), strip.mapToGlobal(at));
+        menu.close();
+
+        Setting(Keys::language).set(QStringLiteral("en"));
+        QTRY_COMPARE(strip.geometry().topRight(), free.topRight());
+        QCOMPARE(cancel(), QStringLiteral("Cancel"));
+        QCOMPARE(menu.layoutDirection(), Qt::LeftToRight);
+    }
+
+    void updatesAreInTheMenuWhereTheyCanBeLookedFor()
+    {
+        SharedSettings::store().set(Keys::updaterCanCheck.name, true);
+        QVERIFY(entry(QStringLiteral("Check for Updates…")));
+        SharedSettings::store().set(Keys::updaterCanCheck.name, false);
+        QVERIFY(!entry(QStringLiteral("Check for Updates…")));
+    }
+
+    // The settings application
+
+    void theSettingsAreAskedToComeForward_data()
+    {
+        QTest::addColumn<bool>("fromMenu");
+        QTest::newRow("from the menu") << true;
+        QTest::newRow("by a double click") << false;
+    }
+    void theSettingsAreAskedToComeForward()
+    {
+        QFETCH(const bool, fromMenu);
+        Ear ear(SharedSettings::name(Signal::openSettings));
+        if (fromMenu)
+            entry(QStringLiteral("Settings…"))->trigger();
+        else
+            Q_EMIT m_agent->strip()->settingsRequested();
+        QTRY_COMPARE(ear.count, 1);
+    }
+
+    void theSettingsAreStartedWhetherOrNotTheyRun()
+    {
+        // One that runs may be about to end. A start beside another opens no second window.
+        FileTree tree;
+        const QString program = QStringLiteral("Kestrum.app/Contents/MacOS/Kestrum");
+        tree.write(program, "#!/bin/sh\necho started >>\"$0.log\"\n");
+        QVERIFY(QFile::setPermissions(
+            tree.path(program), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        const QString agent = QStringLiteral("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app");
+        tree.write(agent + QStringLiteral("/Contents/Info.plist"), "{ }");
+        const Bundle before = Bundle::main();
+        Bundle::setMain(Bundle(tree.path(agent)));
+        const QString log = tree.path(program) + QStringLiteral(".log");
+        {
+            const SingleInstance running("Kestrum");
+            m_agent->openSettings();
+            QTRY_VERIFY(QFile::exists(log));
+            QVERIFY(QFile::remove(log));
+        }
+        m_agent->openSettings();
+        QTRY_VERIFY(QFile::exists(log));
+        Bundle::setMain(before);
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, AgentTest)
+#include "AgentTest.moc"

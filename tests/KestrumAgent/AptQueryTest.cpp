@@ -1,0 +1,179 @@
+#include "KestrumAgent/Updates/AptQuery.h"
+#include "tests/Support/AptScript.h"
+#include "tests/Support/AptWorld.h"
+#include "tests/Support/TestHome.h"
+
+#include <QSignalSpy>
+#include <csignal>
+#include <unistd.h>
+
+using namespace kestrum;
+
+namespace {
+
+QString text(const char* utf8)
+{
+    return QString::fromUtf8(utf8);
+}
+
+/// A question and what comes of it.
+struct Asking {
+    AptQuery query;
+    QSignalSpy answers { &query, &AptQuery::answered };
+    QSignalSpy failures { &query, &AptQuery::failed };
+
+    explicit Asking(std::chrono::milliseconds timeLimit = std::chrono::seconds(20))
+        : query(text("kestrum"), timeLimit)
+    {
+    }
+    void ask()
+    {
+        query.start();
+        QVERIFY(answers.isEmpty() && failures.isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(answers.count() + failures.count(), 1, 20'000);
+    }
+};
+
+} // namespace
+
+class AptQueryTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void aptIsAskedInTheCLocaleWithoutAShell()
+    {
+        qputenv("LC_ALL", "de_DE.UTF-8");
+        const AptScript script("cd \"${0%/*}\"; echo \"$#:$*\" > arguments; echo \"$LC_ALL\" > locale;"
+                               " cat > input; echo answer\n");
+        Asking asking;
+        asking.ask();
+        qunsetenv("LC_ALL");
+        QCOMPARE(asking.answers.count(), 1); // it ended: there was nothing to read
+        QCOMPARE(asking.answers.first().first().toByteArray(), QByteArray("answer\n"));
+        QCOMPARE(script.written("arguments"), QByteArray("2:policy kestrum"));
+        QCOMPARE(script.written("locale"), QByteArray("C"));
+    }
+
+    void noDescriptorOfOursIsHandedOn()
+    {
+        // Not closed by itself when a program begins, and out of the way of the shell's own.
+        constexpr int inherited = 200;
+        QCOMPARE(::dup2(STDERR_FILENO, inherited), inherited);
+        const AptScript script("ls /proc/$$/fd\n");
+        Asking asking;
+        asking.ask();
+        ::close(inherited);
+        QCOMPARE(asking.answers.count(), 1);
+        const QByteArray answer = asking.answers.first().first().toByteArray();
+        for (const QByteArray& descriptor : answer.trimmed().split('\n'))
+            QVERIFY2(descriptor.toInt() < inherited, descriptor.constData());
+    }
+
+    void noSignalStaysHeldBack()
+    {
+        // As in the agent, whose event loop reads these two.
+        sigset_t held;
+        sigset_t before;
+        sigemptyset(&held);
+        sigaddset(&held, SIGINT);
+        sigaddset(&held, SIGTERM);
+        QCOMPARE(::pthread_sigmask(SIG_BLOCK, &held, &before), 0);
+        // No shell: some let all signals through by themselves.
+        const AptScript script(
+            "BEGIN { while ((getline line < \"/proc/self/status\") > 0) if (line ~ /^SigBlk/) print line }\n",
+            "/usr/bin/awk -f");
+        Asking asking;
+        asking.ask();
+        QCOMPARE(::pthread_sigmask(SIG_SETMASK, &before, nullptr), 0);
+        QCOMPARE(asking.answers.count(), 1);
+        QCOMPARE(asking.answers.first().first().toByteArray(), QByteArray("SigBlk:\t0000000000000000\n"));
+    }
+
+    void theAnswerIsAptsOwn()
+    {
+        AptWorld world;
+        world.publish({ text("1.5-30") });
+        world.install(text("1.4-27"));
+        Asking asking;
+        asking.ask();
+        QCOMPARE(asking.answers.count(), 1);
+        const QByteArray answer = asking.answers.first().first().toByteArray();
+        QVERIFY(!answer.isEmpty());
+        QCOMPARE(answer.trimmed(), AptWorld::policy());
+    }
+
+    void failuresAreTold_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("too much") << QByteArray("exec yes kestrum\n")
+                                  << text("APT's answer is not understood.");
+        QTest::newRow("too slow") << QByteArray("exec sleep 50\n") << text("APT took too long.");
+        QTest::newRow("too slow, but talking")
+            << QByteArray("while sleep 0.1; do echo kestrum; done\n") << text("APT took too long.");
+        QTest::newRow("no word") << QByteArray("exit 100\n") << text("APT gave no answer.");
+        QTest::newRow("an answer that is no success")
+            << QByteArray("echo kestrum:; exit 100\n") << text("APT gave no answer.");
+        QTest::newRow("killed") << QByteArray("kill -9 $$\n") << text("APT gave no answer.");
+        QTest::newRow("complaint") << QByteArray("echo 'W: first' >&2; echo 'E: second' >&2; exit 100\n")
+                                   << text("second");
+        QTest::newRow("endless complaint")
+            << QByteArray("echo 'E: first' >&2; yes >&2 & sleep 0.1; kill $!; exit 100\n") << text("first");
+        QTest::newRow("long complaint")
+            << QByteArray("echo \"E: $(yes | head -c 1000 | tr -d '\\n')\" >&2; exit 100\n")
+            << QString(200, u'y');
+    }
+    void failuresAreTold()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(QString, reason);
+        const AptScript apt("echo $$ > \"${0%/*}/pid\"\n" + script);
+        const bool isSlow = QByteArray(QTest::currentDataTag()).startsWith("too slow");
+        Asking asking(std::chrono::milliseconds(isSlow ? 300 : 20'000));
+        QElapsedTimer clock;
+        clock.start();
+        asking.ask();
+        QVERIFY(clock.elapsed() < 10'000);
+        QCOMPARE(asking.failures.count(), 1);
+        QCOMPARE(asking.failures.first().first().toString(), reason);
+        const int pid = apt.written("pid").toInt();
+        QVERIFY(pid > 0);
+        QVERIFY(::kill(pid, 0) != 0);
+        QTest::qWait(50);
+        QCOMPARE(asking.answers.count() + asking.failures.count(), 1);
+    }
+
+    void aWarningIsNoFailure()
+    {
+        const AptScript script("echo 'W: the lists are old' >&2\n");
+        Asking asking;
+        asking.ask();
+        QCOMPARE(asking.answers.count(), 1);
+        QCOMPARE(asking.answers.first().first().toByteArray(), QByteArray());
+    }
+
+    void aMissingProgramIsAFailure()
+    {
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", "/nothing here");
+        QVERIFY(AptQuery::program().isEmpty());
+        Asking asking;
+        asking.ask();
+        qputenv("PATH", path);
+        QCOMPARE(asking.failures.count(), 1);
+        QVERIFY(!asking.failures.first().first().toString().isEmpty());
+    }
+
+    void theProcessEndsWithTheQuestion()
+    {
+        const AptScript script("echo $$ > \"${0%/*}/pid\"; exec sleep 50\n");
+        {
+            Asking asking;
+            asking.query.start();
+            QTRY_VERIFY(!script.written("pid").isEmpty());
+        }
+        QVERIFY(::kill(script.written("pid").toInt(), 0) != 0);
+    }
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, AptQueryTest)
+#include "AptQueryTest.moc"

@@ -1,0 +1,167 @@
+// The status icon, among the icons of a desktop that is a process of its own.
+
+#include "KestrumAgent/Panel/TrayChannel.h"
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/DrawingFixture.h"
+#include "tests/Support/Programs.h"
+#include "tests/Support/SessionBus.h"
+#include "tests/Support/TestHome.h"
+#include "tests/Support/VirtualDisplay.h"
+
+#include <QApplication>
+#include <QProcess>
+#include <QTest>
+
+using namespace kestrum;
+
+using Programs::patience;
+
+class TrayChannelTest : public QObject {
+    Q_OBJECT
+
+    std::shared_ptr<FakeReadings> m_readings = std::make_shared<FakeReadings>();
+    std::unique_ptr<PanelStrip> m_strip;
+    std::unique_ptr<QMenu> m_menu;
+    std::unique_ptr<TrayChannel> m_channel;
+    std::unique_ptr<QProcess> m_desktop;
+
+    void startDesktop(const QStringList& arguments = {})
+    {
+        m_desktop = Programs::started(
+            QCoreApplication::applicationDirPath() + QStringLiteral("/StandInTray"), arguments);
+    }
+    void endDesktop()
+    {
+        if (m_desktop)
+            Programs::end(*m_desktop);
+        m_desktop.reset();
+    }
+    void startChannel() { m_channel = std::make_unique<TrayChannel>(*m_strip, *m_menu); }
+
+    /// The next line of the desktop; events are handled meanwhile.
+    QByteArray said() const
+    {
+        const bool isSaid = QTest::qWaitFor([this] { return m_desktop->canReadLine(); }, patience);
+        return isSaid ? m_desktop->readLine().trimmed() : QByteArray();
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // What is said where there is no place, which is not looked at here.
+        qputenv("QT_LOGGING_RULES", "*.info=false");
+    }
+    void init()
+    {
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        m_strip = std::make_unique<PanelStrip>(m_readings);
+        m_menu = std::make_unique<QMenu>();
+    }
+    void cleanup()
+    {
+        m_channel.reset();
+        endDesktop();
+        m_menu.reset();
+        m_strip.reset();
+    }
+
+    // First, as the toolkit asks whether there are status icons once a process.
+    void aPlaceThatComesLateIsNoticed()
+    {
+        startChannel();
+        QTest::qWait(3000);
+        startDesktop();
+        QCOMPARE(said(), QByteArray("dark"));
+    }
+
+    void aPlaceThatWasThereIsTakenSoon()
+    {
+        startDesktop();
+        QTest::qWait(300);
+        startChannel();
+        QCOMPARE(said(), QByteArray("dark"));
+    }
+
+    void aPlaceThatGoesAndReturnsHasTheIconAgain()
+    {
+        startDesktop();
+        startChannel();
+        QCOMPARE(said(), QByteArray("dark"));
+        for (int round = 0; round < 2; ++round) {
+            endDesktop();
+            QTest::qWait(200);
+            startDesktop();
+            QCOMPARE(said(), QByteArray("dark"));
+        }
+    }
+
+    void aListOfIconsWithoutAPanelIsNoPlaceYet()
+    {
+        startDesktop({ QStringLiteral("1500") });
+        startChannel();
+        QTest::qWait(1000);
+        QVERIFY(!m_desktop->canReadLine());
+        QCOMPARE(said(), QByteArray("dark"));
+    }
+
+    void theIconGoesWithTheItemsAndComesBack()
+    {
+        startDesktop();
+        startChannel();
+        QCOMPARE(said(), QByteArray("dark"));
+        for (const auto& section : allCases<MonitorSection>())
+            Setting(MeterSettings::visibilityKey(section.value)).set(false);
+        m_strip->rebuild();
+        QCOMPARE(said(), QByteArray("gone"));
+        Setting(Keys::showCPUItem).set(true);
+        m_strip->rebuild();
+        QCOMPARE(said(), QByteArray("dark"));
+    }
+
+    void itIsReadableOnTheBar_data()
+    {
+        QTest::addColumn<QByteArray>("desktop");
+        QTest::addColumn<ColourScheme>("scheme");
+        QTest::addColumn<QByteArray>("icon");
+        const QByteArray light = "light";
+        const QByteArray dark = "dark";
+        // The bar is black there, whatever the windows are.
+        for (const char* desktop : { "GNOME", "ubuntu:GNOME", "pop:GNOME", "gnome" }) {
+            QTest::addRow("%s, light", desktop) << QByteArray(desktop) << ColourScheme::light << light;
+            QTest::addRow("%s, dark", desktop) << QByteArray(desktop) << ColourScheme::dark << light;
+        }
+        for (const char* desktop : { "KDE", "GNOME-Classic:GNOME", "GNOMEish", "" }) {
+            QTest::addRow("%s, light", desktop) << QByteArray(desktop) << ColourScheme::light << dark;
+            QTest::addRow("%s, dark", desktop) << QByteArray(desktop) << ColourScheme::dark << light;
+        }
+    }
+    void itIsReadableOnTheBar()
+    {
+        QFETCH(const QByteArray, desktop);
+        QFETCH(const ColourScheme, scheme);
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
+        SystemAppearance::shared().setScheme(scheme);
+        startDesktop();
+        startChannel();
+        QTEST(said(), "icon");
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(TrayChannelTest)(int argc, char** argv)
+{
+    const TestHome home;
+    const VirtualDisplay display;
+    const SessionBus bus;
+    if (!display.isUp() || !bus.isUp())
+        return 1;
+    QApplication application(argc, argv);
+    TrayChannelTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "TrayChannelTest.moc"

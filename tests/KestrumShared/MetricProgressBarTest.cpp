@@ -1,0 +1,122 @@
+#include "KestrumShared/Popover/MetricProgressBar.h"
+
+#include "tests/Support/PanelFixture.h"
+#include "tests/Support/TestHome.h"
+
+#include <QTest>
+#include <limits>
+
+using namespace kestrum;
+using namespace PanelFixture;
+
+namespace {
+
+const QColor blueDark = QColor::fromRgbF(0.25F, 0.62F, 0.96F);
+const QColor blueLight = QColor::fromRgbF(0.12F, 0.52F, 0.88F);
+
+} // namespace
+
+class MetricProgressBarTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
+
+    void aBarIsFilledByItsShare_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<double>("width");
+        QTest::newRow("none") << 0.0 << 0.0;
+        QTest::newRow("part") << 0.31 << 62.0;
+        QTest::newRow("half") << 0.5 << 100.0;
+        QTest::newRow("all") << 1.0 << 200.0;
+        QTest::newRow("more than all") << 1.7 << 200.0;
+        QTest::newRow("endless") << std::numeric_limits<double>::infinity() << 200.0;
+        QTest::newRow("negative") << -0.4 << 0.0;
+        QTest::newRow("no number") << std::numeric_limits<double>::quiet_NaN() << 0.0;
+    }
+
+    void aBarIsFilledByItsShare()
+    {
+        QFETCH(double, value);
+        QFETCH(double, width);
+        for (const ColourScheme scheme : { light, dark }) {
+            // There is room around the bar for what it must not draw.
+            const PanelPixels pixels(
+                { 240, 20 },
+                [&](QPainter& painter) {
+                    MetricProgressBar { value }.draw(painter, QRectF(20, 6, 200, 8), in(scheme));
+                },
+                QColor(200, 200, 200));
+            QCOMPARE(pixels.drawn(everywhere), QRectF(20, 6, 200, 8));
+            const QRectF fill = pixels.drawn(everywhere, scheme == dark ? blueDark : blueLight);
+            QCOMPARE(fill.width(), width);
+            if (width > 0)
+                QCOMPARE(fill, QRectF(20, 6, width, 8));
+        }
+    }
+
+    void aBarIsFilledFromItsLeadingEnd()
+    {
+        const PanelPixels pixels = drawn(MetricProgressBar { 0.25 }, in(light, Qt::RightToLeft));
+        QCOMPARE(pixels.drawn(everywhere, blueLight), QRectF(150, 0, 50, 8));
+    }
+
+    void aBarHasItsTracksColour()
+    {
+        const QColor track = QColor::fromRgbF(0.45F, 0.46F, 0.48F, 0.45F);
+        QVERIFY_COLOUR(drawn(MetricProgressBar {}, in(light)).at(100, 4), laidOver(track, Qt::white));
+        const PanelPixels onGrey(
+            { 20, 8 },
+            [](QPainter& painter) { MetricProgressBar {}.draw(painter, QRectF(0, 0, 20, 8), in(dark)); },
+            QColor(200, 200, 200));
+        QVERIFY_COLOUR(onGrey.at(10, 4), QColor(140, 140, 140));
+    }
+
+    void aBarTakesAnotherFill()
+    {
+        const PanelPixels pixels = drawn(MetricProgressBar { 0.5, QColor(Qt::red) }, in(light));
+        QCOMPARE(pixels.at(50, 4), QColor(Qt::red));
+        QVERIFY(pixels.drawn(everywhere, blueLight).isNull());
+    }
+
+    void theCornersOfTrackAndFillAreRoundedByTwo()
+    {
+        // On the diagonal an edge of radius 2 begins at 0.59; one of 1 would at 0.29, one of 3 at 0.88.
+        const PanelPixels pixels(
+            { 40, 8 },
+            [](QPainter& painter) {
+                MetricProgressBar { 0.5, QColor(Qt::red) }.draw(painter, QRectF(0, 0, 40, 8), in(dark));
+            },
+            Qt::white, 20);
+        const QColor track(178, 178, 178);
+        for (const double y : { 0.0, 1.0 }) {
+            const auto at = [&](double x, double inset) { return pixels.at(x, y == 0 ? inset : 8 - inset); };
+            QCOMPARE(at(0.45, 0.45), QColor(Qt::white));
+            QCOMPARE(at(0.75, 0.75), QColor(Qt::red));
+            QCOMPARE(at(20 - 0.75, 0.75), QColor(Qt::red));
+            QVERIFY_COLOUR(at(20 - 0.45, 0.45), track);
+            QVERIFY_COLOUR(at(40 - 0.75, 0.75), track);
+            QCOMPARE(at(40 - 0.45, 0.45), QColor(Qt::white));
+        }
+    }
+
+    void aBarStandsOnPixelsAtHalfItsSize()
+    {
+        for (const double scale : { 1.0, 2.0 }) {
+            const PanelPixels pixels(
+                { 100, 20 },
+                [](QPainter& painter) {
+                    painter.scale(0.5, 0.5);
+                    MetricProgressBar { 1 }.draw(painter, QRectF(3.1, 9.3, 100, 8), in(light));
+                },
+                Qt::white, scale);
+            const QRectF all = pixels.drawn(everywhere);
+            QVERIFY_NEAR(all.top(), 4.65, 0.5 / scale);
+            QCOMPARE(pixels.drawn(everywhere, blueLight), all);
+        }
+    }
+};
+
+KESTRUM_TEST_MAIN(QGuiApplication, MetricProgressBarTest)
+#include "MetricProgressBarTest.moc"

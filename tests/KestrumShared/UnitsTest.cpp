@@ -1,0 +1,369 @@
+#include "KestrumShared/Text/Units.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Text/AppLanguage.h"
+#include "KestrumShared/Text/TextLocale.h"
+#include "Platform/Bundle/Bundle.h"
+#include "tests/Support/TestBundle.h"
+#include "tests/Support/TestHome.h"
+#include "tests/Support/TestSession.h"
+
+#include <QSet>
+#include <limits>
+#include <unicode/uloc.h>
+#include <unicode/ulocdata.h>
+#include <utility>
+
+using namespace kestrum;
+
+namespace {
+
+void choose(const char* unit)
+{
+    QVERIFY(SharedSettings::store().set(Keys::temperatureUnit.name, QString::fromLatin1(unit)));
+}
+
+/// The library's locale of the process, for as long as this lives.
+class DefaultLocale {
+public:
+    explicit DefaultLocale(const char* name) { set(icu::Locale(name)); }
+    ~DefaultLocale() { set(m_before); }
+    Q_DISABLE_COPY_MOVE(DefaultLocale)
+
+private:
+    static void set(const icu::Locale& locale)
+    {
+        UErrorCode status = U_ZERO_ERROR;
+        icu::Locale::setDefault(locale, status);
+        QVERIFY(U_SUCCESS(status));
+    }
+    const icu::Locale m_before = icu::Locale::getDefault();
+};
+
+} // namespace
+
+class UnitsTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void init()
+    {
+        setSession("LANG=C.UTF-8");
+        SharedSettings::store().remove(Keys::temperatureUnit.name);
+    }
+
+    void choiceIsMatchedExactly_data()
+    {
+        QTest::addColumn<QJsonValue>("stored");
+        QTest::addColumn<Units::TemperatureChoice>("choice");
+        QTest::newRow("celsius") << QJsonValue(QStringLiteral("celsius"))
+                                 << Units::TemperatureChoice::celsius;
+        QTest::newRow("fahrenheit") << QJsonValue(QStringLiteral("fahrenheit"))
+                                    << Units::TemperatureChoice::fahrenheit;
+        QTest::newRow("system") << QJsonValue(QStringLiteral("system")) << Units::TemperatureChoice::system;
+        QTest::newRow("capital") << QJsonValue(QStringLiteral("Celsius")) << Units::TemperatureChoice::system;
+        QTest::newRow("blank") << QJsonValue(QStringLiteral("fahrenheit "))
+                               << Units::TemperatureChoice::system;
+        QTest::newRow("empty") << QJsonValue(QString()) << Units::TemperatureChoice::system;
+        QTest::newRow("number") << QJsonValue(1) << Units::TemperatureChoice::system;
+    }
+    void choiceIsMatchedExactly()
+    {
+        QFETCH(QJsonValue, stored);
+        QFETCH(Units::TemperatureChoice, choice);
+        QVERIFY(SharedSettings::store().set(Keys::temperatureUnit.name, stored));
+        QCOMPARE(Units::temperatureChoice(), choice);
+    }
+
+    void absentChoiceIsSystem() { QCOMPARE(Units::temperatureChoice(), Units::TemperatureChoice::system); }
+
+    void unknownChoiceBehavesAsSystem()
+    {
+        choose("Celsius");
+        setSession("LANG=en_US.UTF-8");
+        QCOMPARE(Units::degrees(0), QStringLiteral("32°"));
+        choose("celsius");
+        QCOMPARE(Units::degrees(0), QStringLiteral("0°"));
+    }
+
+    void unitOfTheSystem_data()
+    {
+        QTest::addColumn<QByteArray>("session");
+        QTest::addColumn<QString>("zeroDegrees");
+        const auto row = [](const char* session, const char* text) {
+            QTest::newRow(*session ? session : "nothing") << QByteArray(session) << QString::fromUtf8(text);
+        };
+        row("LANG=en_US.UTF-8", "32°");
+        row("LANG=es_US", "32°");
+        row("LANG=de_DE.UTF-8", "0°");
+        row("LANG=en_GB.UTF-8", "0°");
+        row("LANG=ja_JP", "0°");
+        row("LANG=de_DE LC_MEASUREMENT=en_US", "32°");
+        row("LANG=en_US LC_MEASUREMENT=de_DE", "0°");
+        row("LANG=en_US LC_NUMERIC=de_DE", "32°");
+        row("LANG=en", "0°");
+        row("LANG=C.UTF-8", "0°");
+        row("LANG=en_ZZ", "0°");
+        row("", "0°");
+    }
+    void unitOfTheSystem()
+    {
+        QFETCH(QByteArray, session);
+        QFETCH(QString, zeroDegrees);
+        setSession(session);
+        QCOMPARE(Units::degrees(0), zeroDegrees);
+        choose("celsius");
+        QCOMPARE(Units::temperatureUnit(), Units::TemperatureUnit::celsius);
+        choose("fahrenheit");
+        QCOMPARE(Units::temperatureUnit(), Units::TemperatureUnit::fahrenheit);
+    }
+
+    void degreesAreWholeNumbers_data()
+    {
+        QTest::addColumn<double>("celsius");
+        QTest::addColumn<QString>("inCelsius");
+        QTest::addColumn<QString>("inFahrenheit");
+        const auto row = [](double celsius, const char* inCelsius, const char* inFahrenheit) {
+            QTest::newRow(qPrintable(QString::number(celsius)))
+                << celsius << QString::fromUtf8(inCelsius) << QString::fromUtf8(inFahrenheit);
+        };
+        row(64.6, "65°", "148°");
+        row(0, "0°", "32°");
+        row(-0.0, "0°", "32°");
+        row(-0.4, "0°", "31°");
+        row(-0.5, "-1°", "31°");
+        row(0.5, "1°", "33°");
+        row(1.5, "2°", "35°");
+        row(2.5, "3°", "37°");
+        row(-2.5, "-3°", "28°");  // 27.5 in Fahrenheit
+        row(12.5, "13°", "55°");  // 54.5 in Fahrenheit
+        row(-18.0, "-18°", "0°"); // -0.4 in Fahrenheit
+        row(0.49999999999999994, "0°", "33°");
+        row(-40, "-40°", "-40°");
+        row(1234567.0, "1234567°", "2222253°");
+    }
+    void degreesAreWholeNumbers()
+    {
+        QFETCH(double, celsius);
+        QFETCH(QString, inCelsius);
+        QFETCH(QString, inFahrenheit);
+        choose("celsius");
+        QCOMPARE(Units::degrees(celsius), inCelsius);
+        choose("fahrenheit");
+        QCOMPARE(Units::degrees(celsius), inFahrenheit);
+    }
+
+    void degreesAreThePlainDigitsInAnyLanguage()
+    {
+        const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "ar" });
+        setSession("KESTRUM_LANGUAGE=ar LANG=ar_EG.UTF-8");
+        QCOMPARE(Units::degrees(-1234.6), QStringLiteral("-1235°"));
+    }
+
+    void fullTextByLanguageAndRegion_data()
+    {
+        QTest::addColumn<QByteArray>("session");
+        QTest::addColumn<QString>("celsius");
+        QTest::addColumn<QString>("fahrenheit");
+        const auto row = [](const char* session, const char* celsius, const char* fahrenheit) {
+            QTest::newRow(session) << QByteArray(session) << QString::fromUtf8(celsius)
+                                   << QString::fromUtf8(fahrenheit);
+        };
+        // Words, digits and unit symbols of the language; separators of the region.
+        row("KESTRUM_LANGUAGE=en LANG=en_US", "1,021.3°C", "1,870.3°F");
+        row("KESTRUM_LANGUAGE=de LANG=en_US", "1,021.3 °C", "1,870.3 °F");
+        row("KESTRUM_LANGUAGE=de LANG=de_DE", "1.021,3 °C", "1.870,3 °F");
+        row("KESTRUM_LANGUAGE=en LANG=de_DE", "1.021,3°C", "1.870,3°F");
+        row("KESTRUM_LANGUAGE=fr LANG=fr_FR", "1 021,3 °C", "1 870,3 °F");
+        row("KESTRUM_LANGUAGE=en LANG=fr_FR", "1 021,3°C", "1 870,3°F");
+        row("KESTRUM_LANGUAGE=ar LANG=ar_EG", "١٬٠٢١٫٣°م", "١٬٨٧٠٫٣°ف");
+        // The Arabic separators stand between Arabic digits only.
+        row("KESTRUM_LANGUAGE=en LANG=ar_EG", "1,021.3°C", "1,870.3°F");
+        row("KESTRUM_LANGUAGE=ja LANG=ja_JP", "1,021.3°C", "1,870.3°F");
+        row("KESTRUM_LANGUAGE=de LANG=de_CH", "1’021.3 °C", "1’870.3 °F");
+        // French in Switzerland separates in its own way, Japanese there as most people of the country do.
+        row("KESTRUM_LANGUAGE=fr LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
+        row("KESTRUM_LANGUAGE=ja LANG=de_CH", "1’021.3°C", "1’870.3°F");
+        // The region takes the place of the code's own, whose form may be that of a folder's name.
+        row("KESTRUM_LANGUAGE=fr-CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
+        row("KESTRUM_LANGUAGE=fr_CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
+        // Without a region, the language's own.
+        row("KESTRUM_LANGUAGE=en LANG=C", "1,021.3°C", "1,870.3°F");
+        row("KESTRUM_LANGUAGE=de LANG=C", "1.021,3 °C", "1.870,3 °F");
+        row("KESTRUM_LANGUAGE=fr_CA LANG=C", "1 021,3 °C", "1 870,3 °F");
+        row("KESTRUM_LANGUAGE=de LANG=en_ZZ", "1,021.3 °C", "1,870.3 °F");
+        // The region of numbers, not that of texts or measurement.
+        row("KESTRUM_LANGUAGE=de LANG=de_DE LC_NUMERIC=en_US LC_MEASUREMENT=de_DE", "1,021.3 °C",
+            "1,870.3 °F");
+    }
+    void fullTextByLanguageAndRegion()
+    {
+        QFETCH(QByteArray, session);
+        QFETCH(QString, celsius);
+        QFETCH(QString, fahrenheit);
+        const TestBundle bundle(
+            "CFBundleDevelopmentRegion = en;", { "en", "de", "fr", "fr-CA", "fr_CA", "ar", "ja" });
+        setSession(session);
+        choose("celsius");
+        QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), celsius);
+        choose("fahrenheit");
+        QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), fahrenheit);
+    }
+
+    void germanInTheUSAShowsFahrenheitWithAPoint()
+    {
+        const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de" });
+        setSession("KESTRUM_LANGUAGE=de LANG=en_US.UTF-8");
+        choose("system");
+        QCOMPARE(withPlainBlanks(Units::temperature(21.25, 1)), QStringLiteral("70.2 °F"));
+    }
+
+    void separatorsAreThoseOfTheRegion_data()
+    {
+        QTest::addColumn<QString>("celsius");
+        const auto rows = [](const char* regions, const char* celsius) {
+            for (const QByteArray& region : QByteArray(regions).split(' '))
+                QTest::newRow(region.constData()) << QString::fromUtf8(celsius);
+        };
+        // As written there, or by the state that the territory belongs to.
+        rows("US GB IE IN JP CN KR MX NZ PK", "1,021.3 °C");
+        rows("DE NL IT ES GR TR BR AR DK ID", "1.021,3 °C");
+        rows("FR SE FI PL CZ UA RU NO ZA AT", "1 021,3 °C");
+        rows("CH LI", "1’021.3 °C");
+        // Most people there speak a language that the formatters' library does not know, but another one that it does.
+        rows("AS DJ LS MV PG PW TK TV VU WS", "1,021.3 °C");
+        rows("BQ CW PY", "1.021,3 °C");
+        // Nobody is at home there.
+        rows("AQ BV GS HM", "1,021.3 °C");
+    }
+    void separatorsAreThoseOfTheRegion()
+    {
+        QFETCH(QString, celsius);
+        const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de" });
+        setSession(QByteArray("KESTRUM_LANGUAGE=de LANG=en_") + QTest::currentDataTag());
+        choose("celsius");
+        // What the library takes for a locale that it does not know is no matter.
+        for (const char* processDefault : { "en_US", "de_DE" }) {
+            const DefaultLocale set(processDefault);
+            QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), celsius);
+        }
+    }
+
+    void noRegionTakesSeparatorsFromTheProcess()
+    {
+        const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de" });
+        choose("celsius");
+        int regions = 0;
+        for (const char* const* region = uloc_getISOCountries(); *region; ++region, ++regions) {
+            setSession("KESTRUM_LANGUAGE=de LANG=en_" + QByteArray(*region));
+            QStringList texts;
+            for (const char* processDefault : { "en_US", "de_DE", "fr_FR" }) {
+                const DefaultLocale set(processDefault);
+                texts.append(Units::temperature(1021.28, 1));
+            }
+            texts.removeDuplicates();
+            QVERIFY2(texts.size() == 1, qPrintable(QLatin1StringView(*region) + texts.join(u'|')));
+        }
+        QVERIFY(regions > 200);
+    }
+
+    void decimalsAreAsManyAsAskedFor()
+    {
+        setSession("LANG=en_US");
+        choose("celsius");
+        QCOMPARE(Units::temperature(21, 0), QStringLiteral("21°C"));
+        QCOMPARE(Units::temperature(21, 2), QStringLiteral("21.00°C"));
+        QCOMPARE(Units::temperature(21.256, 2), QStringLiteral("21.26°C"));
+        QCOMPARE(Units::temperature(21.6, -1), QStringLiteral("22°C"));
+        QVERIFY(
+            Units::temperature(21, std::numeric_limits<int>::max()).startsWith(QLatin1StringView("21.000")));
+    }
+
+    void everyRegionMeasuresAsTheFormattersLibrarySays()
+    {
+        choose("system");
+        int inFahrenheit = 0;
+        for (const char* const* region = uloc_getISOCountries(); *region; ++region) {
+            setSession("LANG=en_" + QByteArray(*region) + ".UTF-8");
+            UErrorCode status = U_ZERO_ERROR;
+            const auto system
+                = ulocdata_getMeasurementSystem(("und_" + QByteArray(*region)).constData(), &status);
+            QVERIFY(U_SUCCESS(status));
+            const bool isFahrenheit = Units::temperatureUnit() == Units::TemperatureUnit::fahrenheit;
+            QVERIFY2(isFahrenheit == (system == UMS_US), *region);
+            inFahrenheit += isFahrenheit ? 1 : 0;
+        }
+        QVERIFY(inFahrenheit > 0);
+    }
+
+    void wholeDegreesAreWrittenAsByTheFormattersLibrary_data()
+    {
+        QTest::addColumn<QString>("language");
+        Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
+        const QStringList languages = AppLanguage::shipped();
+        QVERIFY(languages.size() >= 12);
+        for (const QString& language : languages)
+            QTest::newRow(qPrintable(language)) << language;
+    }
+    void wholeDegreesAreWrittenAsByTheFormattersLibrary()
+    {
+        QFETCH(QString, language);
+        using icu::MeasureUnit;
+        const auto asByTheLibrary
+            = [&language](double value, const QByteArray& region, const MeasureUnit& unit) {
+                  UErrorCode status = U_ZERO_ERROR;
+                  return TextLocale::fromUnicode(
+                      TextLocale::formatter(language, QString::fromLatin1(region),
+                          icu::number::NumberFormatter::with().unit(unit).unitWidth(UNUM_UNIT_WIDTH_SHORT))
+                          .formatDouble(value, status)
+                          .toString(status))
+                      .replace(u' ', QChar::Nbsp);
+              };
+        // All others are written as in no region.
+        QSet<QByteArray> regions { "", "US", "DE" };
+        const QByteArray itself = TextLocale::ofLanguage(language).getLanguage();
+        int32_t count = 0;
+        const icu::Locale* all = icu::Locale::getAvailableLocales(count);
+        for (int32_t i = 0; i < count; ++i) {
+            if (itself == all[i].getLanguage())
+                regions.insert(all[i].getCountry());
+        }
+        for (const QByteArray& region : std::as_const(regions)) {
+            const QByteArray session = region.isEmpty() ? QByteArray("C.UTF-8") : "en_" + region + ".UTF-8";
+            setSession("KESTRUM_LANGUAGE=" + language.toLatin1() + " LANG=" + session);
+            for (const int degrees : { 0, 1, 2, 5, 11, 85, 999, 1200 }) {
+                choose("celsius");
+                QCOMPARE(Units::temperature(degrees, 0),
+                    asByTheLibrary(degrees, region, MeasureUnit::getCelsius()));
+                if (degrees % 5 != 0)
+                    continue; // nothing but a whole number in both units
+                choose("fahrenheit");
+                QCOMPARE(Units::temperature(degrees, 0),
+                    asByTheLibrary(degrees * 9.0 / 5 + 32, region, MeasureUnit::getFahrenheit()));
+            }
+        }
+    }
+
+    void aTemperatureIsNeverBrokenIntoLines_data() { wholeDegreesAreWrittenAsByTheFormattersLibrary_data(); }
+    void aTemperatureIsNeverBrokenIntoLines()
+    {
+        QFETCH(QString, language);
+        setSession("KESTRUM_LANGUAGE=" + language.toLatin1() + " LANG=C.UTF-8");
+        for (const char* unit : { "celsius", "fahrenheit" }) {
+            choose(unit);
+            for (const int fraction : { 0, 1 }) {
+                const QString text = Units::temperature(95, fraction);
+                QVERIFY2(!text.contains(u' '), qPrintable(text));
+            }
+        }
+    }
+
+    void zeroHasNoSign()
+    {
+        setSession("LANG=en_US");
+        choose("celsius");
+        QCOMPARE(Units::temperature(-0.04, 1), QStringLiteral("0.0°C"));
+        QCOMPARE(Units::temperature(-0.06, 1), QStringLiteral("-0.1°C"));
+    }
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, UnitsTest)
+#include "UnitsTest.moc"

@@ -1,0 +1,83 @@
+// The desktop's scheme and accent as they change, told by a portal in a process of its own. Nothing in this process but the
+// program's own code has to do with D-Bus, as in the programs where no accessibility bus runs.
+
+#include "Platform/Desktop/DesktopBus.h"
+#include "Platform/Desktop/SystemAppearance.h"
+#include "tests/Support/PortalProcess.h"
+#include "tests/Support/SessionBus.h"
+#include "tests/Support/TestHome.h"
+
+#include <QDBusConnection>
+#include <QGuiApplication>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <algorithm>
+
+using namespace kestrum;
+
+namespace {
+
+// What is promised is within half a second; a change that is not heard of at all is not waited for much longer.
+constexpr int limit = 5000; // ms
+
+} // namespace
+
+class AppearanceFollowTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    // First: the other one would make up for a type that is missing here.
+    void tenChangesOfSchemeAndAccentAreHeardWithinHalfASecond()
+    {
+        const SessionBus bus;
+        QVERIFY(bus.isUp());
+        PortalProcess portal;
+        QVERIFY(portal.isUp());
+        SystemAppearance& appearance = SystemAppearance::shared();
+        // It has been asked, and so has been joined: what follows is told by the signal alone.
+        QVERIFY(portal.change("scheme 1"));
+        QTRY_COMPARE_WITH_TIMEOUT(appearance.scheme(), ColourScheme::dark, limit);
+        QVERIFY(portal.change("scheme 2"));
+
+        QSignalSpy changes(&appearance, &SystemAppearance::changed);
+        QTRY_COMPARE_WITH_TIMEOUT(appearance.scheme(), ColourScheme::light, limit);
+        qint64 longest = 0;
+        for (const QByteArray& change : PortalProcess::tenChanges()) {
+            const auto before = changes.size();
+            QElapsedTimer clock;
+            clock.start();
+            QVERIFY(portal.change(change));
+            QTRY_COMPARE_WITH_TIMEOUT(changes.size(), before + 1, limit);
+            longest = std::max(longest, clock.elapsed());
+        }
+        qInfo("the slowest of ten changes was heard of after %lld ms", longest);
+        QVERIFY(Programs::areSanitized || longest < 500);
+        QCOMPARE(appearance.scheme(), ColourScheme::light);
+        QCOMPARE(appearance.accent()->rgb(), QColor::fromRgbF(0.1F, 0.2F, 0.9F).rgb());
+    }
+
+    void aSignalThatCannotBeFollowedIsSaid()
+    {
+        const SessionBus bus;
+        QVERIFY(bus.isUp());
+        const QString connection = QStringLiteral("test");
+        QVERIFY(QDBusConnection::connectToBus(bus.address(), connection).isConnected());
+        const DesktopBus::Source source { {}, QStringLiteral("/path"), QStringLiteral("org.example.Thing") };
+        QTest::ignoreMessage(
+            QtWarningMsg, QRegularExpression(QStringLiteral("org.example.Thing.Changed cannot be followed")));
+        QVERIFY(!DesktopBus::follow(
+            connection, source, QStringLiteral("Changed"), this, SLOT(noSlotOfThisName(QString))));
+        QDBusConnection::disconnectFromBus(connection);
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(AppearanceFollowTest)(int argc, char** argv)
+{
+    const TestHome home;
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    QGuiApplication application(argc, argv);
+    AppearanceFollowTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "AppearanceFollowTest.moc"

@@ -1,0 +1,149 @@
+#include "Platform/LoginItem/LoginItemService.h"
+
+#include "tests/Support/LoginItemFixture.h"
+
+#include <QCoreApplication>
+#include <QProcess>
+#include <QTest>
+#include <unistd.h>
+
+using namespace kestrum;
+
+namespace {
+
+const QString generator = QStringLiteral("/usr/lib/systemd/user-generators/systemd-xdg-autostart-generator");
+
+} // namespace
+
+/// What desktops make of the entry: they start the program, from whatever path.
+class LoginItemStartTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // An ordinary user may not get into the folder that the reader was built in.
+        m_reader = TestHome::root() + QStringLiteral("/reader");
+        QVERIFY(QFile::copy(
+            qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/tests/AutostartReader"), m_reader));
+        QVERIFY(QFile::setPermissions(
+            m_reader, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
+        m_fixture = std::make_unique<LoginItemFixture>();
+    }
+    void init() { LoginItemFixture::clear(); }
+    void cleanupTestCase() { m_fixture.reset(); }
+
+    void aDesktopStartsTheProgramFromAnyPath_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name : { "plain", "with a space", " leading space", "trailing ", "\"quoted\"",
+                 "it's", "$HOME", "$(id)", "`id`", "back\\slash", "\\n", "\\\\", "100%", "%f", "%%u",
+                 "a;b&c|d", "#comment", "a=b", "~", "*?[x]", "<in>out", "tab\there", "two\nlines", "Größe",
+                 "-dash", "!history", "all \"'`$\\%=;& of them" })
+            QTest::newRow(name) << QString::fromUtf8(name);
+    }
+
+    void aDesktopStartsTheProgramFromAnyPath()
+    {
+        QFETCH(const QString, name);
+        // The path's folder and its file alike.
+        const FileTree tree;
+        const QString program = tree.path(name + u'/' + name);
+        LoginItemFixture::makeProgram(program);
+        for (const QByteArray& argument : { QByteArray(), QByteArray("--login") }) {
+            LoginItemFixture::clear();
+            const LoginItemService service(
+                QStringLiteral("com.orvale.kestrum.agent"), program, QStringLiteral("Kestrum"), argument);
+            QVERIFY(service.registerItem());
+            QCOMPARE(service.status(), LoginItemService::Status::enabled);
+            QCOMPARE(read(LoginItemFixture::entry()), 0);
+            const QByteArray started
+                = QFile::encodeName(program) + (argument.isEmpty() ? "" : ' ' + argument);
+            QTRY_COMPARE(contentOf(LoginItemFixture::startedFile()), started);
+        }
+    }
+
+    void aNameOfAnyLettersIsShownAsItIs()
+    {
+        for (const char* name : { "Kestrum", "back\\slash", " blank", "two\nlines", "Größe" }) {
+            LoginItemFixture::clear();
+            const LoginItemService service(QStringLiteral("com.orvale.kestrum.agent"),
+                m_fixture->agentProgram(), QString::fromUtf8(name));
+            QVERIFY(service.registerItem());
+            QCOMPARE(read(LoginItemFixture::entry()), 0);
+            QCOMPARE(m_output, QByteArray(name));
+        }
+    }
+
+    void aDesktopStartsNothingThatIsSwitchedOff()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        QByteArray text = contentOf(LoginItemFixture::entry());
+        write(LoginItemFixture::entry(), text.replace("Hidden=false", "Hidden=true"));
+        QCOMPARE(m_fixture->service().status(), LoginItemService::Status::requiresApproval);
+        QCOMPARE(read(LoginItemFixture::entry()), 3);
+    }
+
+    void aDesktopRefusesWhatWeSayIsNotFound()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "words\n");
+        QCOMPARE(m_fixture->service().status(), LoginItemService::Status::notFound);
+        QCOMPARE(read(LoginItemFixture::entry()), 1);
+        QVERIFY(m_fixture->service().registerItem());
+        QCOMPARE(read(LoginItemFixture::entry()), 0);
+    }
+
+    void systemdMakesAServiceOfTheEntryUnlessItIsSwitchedOff()
+    {
+        if (!QFile::exists(generator))
+            QSKIP("this system starts no entries by systemd");
+        const FileTree units;
+        QVERIFY(m_fixture->service().registerItem());
+        const QByteArray unit = serviceOf(units);
+        QVERIFY2(unit.contains("\nExecStart=:\"" + QFile::encodeName(m_fixture->agentProgram()) + "\"\n")
+                || unit.contains("\nExecStart=:" + QFile::encodeName(m_fixture->agentProgram()) + '\n'),
+            unit.constData());
+        QByteArray text = contentOf(LoginItemFixture::entry());
+        write(LoginItemFixture::entry(), text.replace("Hidden=false", "Hidden=true"));
+        const FileTree none;
+        QCOMPARE(serviceOf(none), QByteArray());
+    }
+
+private:
+    int read(const QString& entry)
+    {
+        QProcess process;
+        process.start(m_reader, { entry });
+        if (!process.waitForFinished(10'000))
+            process.kill();
+        m_output = process.readAllStandardOutput();
+        return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+    }
+
+    /// The text of the unit that systemd makes of our entry, among those of the system's; empty when it makes none.
+    static QByteArray serviceOf(const FileTree& units)
+    {
+        QProcess process;
+        // Wholly that user's: it looks into no folder that is named by somebody else's environment.
+        process.setChildProcessModifier([] {
+            const gid_t group = ::getegid();
+            const uid_t user = ::geteuid();
+            if (::setresgid(group, group, group) != 0 || ::setresuid(user, user, user) != 0)
+                ::_exit(1);
+        });
+        process.start(generator, { units.root() });
+        process.waitForFinished(10'000);
+        const QStringList names
+            = QDir(units.root())
+                  .entryList({ QStringLiteral("app-com.orvale.kestrum.agent*.service") }, QDir::Files);
+        return names.isEmpty() ? QByteArray() : contentOf(units.path(names.first()));
+    }
+
+    QString m_reader;
+    QByteArray m_output;
+    std::unique_ptr<LoginItemFixture> m_fixture;
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, LoginItemStartTest)
+#include "LoginItemStartTest.moc"

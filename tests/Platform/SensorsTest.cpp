@@ -1,0 +1,180 @@
+#include "tests/Support/FileContent.h"
+#include "tests/Support/TestHome.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+using namespace kestrum;
+
+namespace {
+
+/// The program that reads sensors, on a machine of tests/machines. libsensors knows no other place than "/sys", so that
+/// umockdev has to put another there. Killed, by its own id, when it is destroyed.
+class Machine {
+public:
+    explicit Machine(const char* name)
+    {
+        // The sanitizers want to be first in a program, and here umockdev is.
+        auto environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(
+            QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0:detect_leaks=0"));
+        m_process.setProcessEnvironment(environment);
+        m_process.start(QStringLiteral("umockdev-run"),
+            { QStringLiteral("--device"),
+                qEnvironmentVariable("KESTRUM_SOURCE")
+                    + QStringLiteral("/tests/machines/%1.umockdev").arg(QLatin1StringView(name)),
+                QStringLiteral("--"),
+                qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/tests/SensorsProgram") });
+        m_folder = QString::fromUtf8(line());
+    }
+    ~Machine()
+    {
+        m_process.closeWriteChannel();
+        if (!m_process.waitForFinished(5000)) {
+            m_process.kill();
+            m_process.waitForFinished(5000);
+        }
+    }
+    Machine(const Machine&) = delete;
+    Machine& operator=(const Machine&) = delete;
+
+    /// Values in the order CPU, GPU, hottest, fan; "-" for what is absent.
+    QByteArray read(const QByteArray& wanted)
+    {
+        m_process.write(wanted + '\n');
+        return line();
+    }
+
+    void write(const char* path, const QByteArray& content) const
+    {
+        QFile file(m_folder + u'/' + QLatin1StringView(path));
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        QCOMPARE(file.write(content), content.size());
+    }
+    void remove(const char* path) const { QVERIFY(QFile::remove(m_folder + u'/' + QLatin1StringView(path))); }
+    void rename(const char* path, const char* newPath) const
+    {
+        QVERIFY(QFile::rename(
+            m_folder + u'/' + QLatin1StringView(path), m_folder + u'/' + QLatin1StringView(newPath)));
+    }
+    void link(const char* path, const char* target) const
+    {
+        QVERIFY(QFile::link(QLatin1StringView(target), m_folder + u'/' + QLatin1StringView(path)));
+    }
+
+private:
+    QByteArray line()
+    {
+        while (!m_process.canReadLine()) {
+            if (!m_process.waitForReadyRead(20'000))
+                return "no answer: " + m_process.readAllStandardError();
+        }
+        return m_process.readLine().trimmed();
+    }
+
+    QProcess m_process;
+    QString m_folder;
+};
+
+constexpr const char* everything = "cpu gpu hottest fan";
+
+} // namespace
+
+class SensorsTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void machines_data()
+    {
+        QTest::addColumn<QByteArray>("values");
+        // The package counts, not the hottest core; the sleeping card is passed over, and a fan that is being started.
+        QTest::newRow("laptop-with-graphics") << QByteArray("55 - 61 2700");
+        // Of an AMD processor, the die; of the card, its edge; inputs that nothing is wired to are none.
+        QTest::newRow("amd-desktop") << QByteArray("47.5 52 88 1340");
+        QTest::newRow("small-board") << QByteArray("52.582 - 52.582 -");
+        QTest::newRow("server") << QByteArray("64 - 71 9800");
+        QTest::newRow("virtual") << QByteArray("- - - -");
+        QTest::newRow("hostile") << QByteArray("- - - -");
+    }
+    void machines()
+    {
+        QFETCH(QByteArray, values);
+        Machine machine(QTest::currentDataTag());
+        QCOMPARE(machine.read(everything), values);
+        QCOMPARE(machine.read(everything), values);
+    }
+
+    void onlyWhatIsWantedIsGiven()
+    {
+        Machine machine("amd-desktop");
+        QCOMPARE(machine.read("cpu"), QByteArray("47.5 - - -"));
+        QCOMPARE(machine.read("gpu"), QByteArray("- 52 - -"));
+        QCOMPARE(machine.read("hottest"), QByteArray("- - 88 -"));
+        QCOMPARE(machine.read("fan"), QByteArray("- - - 1340"));
+        QCOMPARE(machine.read(""), QByteArray("- - - -"));
+    }
+
+    void aCardIsReadOnceItIsAwake()
+    {
+        Machine machine("laptop-with-graphics");
+        QCOMPARE(machine.read(everything), QByteArray("55 - 61 2700"));
+        const char* state = "sys/devices/pci0000:00/0000:00:01.0/0000:01:00.0/power/runtime_status";
+        machine.write(state, "active\n");
+        QCOMPARE(machine.read(everything), QByteArray("55 99 99 4800"));
+        machine.write(state, "suspending\n");
+        QCOMPARE(machine.read(everything), QByteArray("55 - 61 2700"));
+    }
+
+    void withoutADieTheControlValueStandsForIt()
+    {
+        Machine machine("amd-desktop");
+        const char* folder = "sys/devices/pci0000:00/0000:00:18.3/hwmon/hwmon1";
+        machine.remove(QByteArray(folder).append("/temp2_input").constData());
+        QCOMPARE(machine.read("cpu"), QByteArray("74.5 - - -"));
+    }
+
+    void aSensorIsKnownByItsChipWhateverItsNumber()
+    {
+        Machine machine("laptop-with-graphics");
+        QCOMPARE(machine.read("cpu"), QByteArray("55 - - -"));
+        // The driver came anew, and another has its number now.
+        const char* base = "sys/devices/platform/coretemp.0/hwmon";
+        machine.remove("sys/class/hwmon/hwmon3");
+        machine.remove("sys/class/hwmon/hwmon5");
+        machine.rename(
+            QByteArray(base).append("/hwmon3").constData(), QByteArray(base).append("/hwmon9").constData());
+        machine.link("sys/class/hwmon/hwmon9", "../../devices/platform/coretemp.0/hwmon/hwmon9");
+        machine.link("sys/class/hwmon/hwmon3", "../../devices/platform/thinkpad_hwmon/hwmon/hwmon5");
+        QCOMPARE(machine.read(everything), QByteArray("55 - 61 2700"));
+    }
+
+    void aSensorThatGoesIsAbsentAndComesBack()
+    {
+        Machine machine("small-board");
+        const char* input = "sys/devices/virtual/thermal/thermal_zone0/hwmon0/temp1_input";
+        QCOMPARE(machine.read(everything), QByteArray("52.582 - 52.582 -"));
+        machine.remove(input);
+        QCOMPARE(machine.read(everything), QByteArray("- - - -"));
+        machine.write(input, "40000\n");
+        QCOMPARE(machine.read(everything), QByteArray("40 - 40 -"));
+    }
+
+    void aFanThatStandsStillTurnsAtZero()
+    {
+        Machine machine("amd-desktop");
+        machine.write("sys/devices/platform/nct6775.656/hwmon/hwmon2/fan1_input", "0\n");
+        machine.write("sys/devices/pci0000:00/0000:03:00.0/hwmon/hwmon4/fan1_input", "0\n");
+        QCOMPARE(machine.read("fan"), QByteArray("- - - 0"));
+    }
+
+    void aSensorThatSaysItIsFaultyIsNotBelieved()
+    {
+        Machine machine("server");
+        machine.write("sys/devices/platform/coretemp.1/hwmon/hwmon1/temp1_fault", "1\n");
+        QCOMPARE(machine.read(everything), QByteArray("58 - 71 9800"));
+    }
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, SensorsTest)
+#include "SensorsTest.moc"

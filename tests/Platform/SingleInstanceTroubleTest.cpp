@@ -1,0 +1,219 @@
+#include "Platform/Files/RateLimiter.h"
+#include "Platform/Processes/InstanceName.h"
+#include "Platform/Processes/SingleInstance.h"
+#include "tests/Support/HelperProcess.h"
+#include "tests/Support/TestHome.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QSignalSpy>
+#include <QTest>
+#include <atomic>
+#include <csignal>
+#include <cstddef>
+#include <sys/socket.h>
+#include <sys/syscall.h>
+#include <sys/un.h>
+#include <thread>
+
+using namespace kestrum;
+
+namespace {
+
+QString folder()
+{
+    return TestHome::runtimeDirectory() + QStringLiteral("/kestrum");
+}
+
+QStringList instance()
+{
+    return { QStringLiteral("instance"), QStringLiteral("Kestrum"), QStringLiteral("token") };
+}
+
+/// A second start tells the first one, and ends well, within so many milliseconds.
+bool isAnswered(int milliseconds)
+{
+    QElapsedTimer clock;
+    clock.start();
+    HelperProcess second(instance());
+    return QTest::qWaitFor([&] { return second.hasEnded(); }) && second.finish() == 0
+        && second.line() == "second" && clock.elapsed() < milliseconds;
+}
+
+/// Sends datagrams to the first one's socket without a pause for as long as this lives.
+class Flood {
+public:
+    Flood()
+        : m_sender([this] {
+            sockaddr_un address {};
+            address.sun_family = AF_UNIX;
+            const QByteArray name = QFile::encodeName(folder() + QStringLiteral("/Kestrum.socket"));
+            std::copy(name.begin(), name.end(), static_cast<char*>(address.sun_path));
+            const FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+            while (!m_isOver) {
+                const ssize_t sent = ::sendto(socket.get(), "flood", 5, MSG_NOSIGNAL,
+                    reinterpret_cast<const sockaddr*>(&address), sizeof address);
+                m_sent += sent == 5 ? 1 : 0;
+            }
+        })
+    {
+    }
+    ~Flood()
+    {
+        m_isOver = true;
+        m_sender.join();
+    }
+    Q_DISABLE_COPY_MOVE(Flood)
+
+    int sent() const { return m_sent; }
+
+private:
+    std::atomic<bool> m_isOver = false;
+    std::atomic<int> m_sent = 0;
+    std::thread m_sender;
+};
+
+} // namespace
+
+/// A first start that others make trouble for.
+class SingleInstanceTroubleTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void aFloodCostsLittleAndRealRequestsAreAnswered()
+    {
+        const SingleInstance first("Kestrum");
+        // What bringing a window forward costs.
+        connect(&first, &SingleInstance::raiseRequested, this, [] {
+            const auto begin = RateLimiter::processorTime();
+            while (RateLimiter::processorTime() - begin < std::chrono::milliseconds(2)) { }
+        });
+        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
+        const Flood flood;
+        QTest::qWait(500); // what is saved up for bursts
+        constexpr int duration = 4000;
+        QElapsedTimer clock;
+        clock.start();
+        const auto before = RateLimiter::processorTime();
+        QTest::qWait(duration);
+        const std::chrono::duration<double, std::milli> used = RateLimiter::processorTime() - before;
+        const double share = used.count() / double(clock.elapsed());
+        qInfo("%.1f %% of a core, %d datagrams sent, %d requests", share * 100, flood.sent(),
+            int(asked.count()));
+        QVERIFY(flood.sent() > 100);
+        QVERIFY2(share < 0.05, QByteArray::number(share).constData());
+        for (int i = 0; i < 5; ++i)
+            QVERIFY(isAnswered(3000));
+    }
+
+    void clearingTheRuntimeFolderLetsNoSecondOneIn_data()
+    {
+        QTest::addColumn<QString>("cleared");
+        QTest::newRow("the files") << folder() + QStringLiteral("/*");
+        QTest::newRow("the folder") << folder();
+        QTest::newRow("all of the runtime directory") << TestHome::runtimeDirectory() + QStringLiteral("/*");
+    }
+
+    void clearingTheRuntimeFolderLetsNoSecondOneIn()
+    {
+        QFETCH(const QString, cleared);
+        HelperProcess first(instance());
+        QCOMPARE(first.line(), QByteArray("first"));
+        for (int times = 0; times < 2; ++times) {
+            clear(cleared);
+            HelperProcess second(instance());
+            QCOMPARE(second.line(), QByteArray("second"));
+            QCOMPARE(second.finish(), 0);
+            QCOMPARE(first.line(), QByteArray("raise token"));
+            // And now as ever.
+            HelperProcess third(instance());
+            QCOMPARE(third.line(), QByteArray("second"));
+            QCOMPARE(third.finish(), 0);
+            QCOMPARE(first.line(), QByteArray("raise token"));
+        }
+    }
+
+    void thePlaceIsFreeOnceItsHolderHasEnded_data() { clearingTheRuntimeFolderLetsNoSecondOneIn_data(); }
+
+    void thePlaceIsFreeOnceItsHolderHasEnded()
+    {
+        QFETCH(const QString, cleared);
+        for (const bool isKilled : { true, false }) {
+            HelperProcess first(instance());
+            QCOMPARE(first.line(), QByteArray("first"));
+            clear(cleared);
+            if (isKilled) {
+                QCOMPARE(::kill(pid_t(first.pid()), SIGKILL), 0);
+                QCOMPARE(first.finish(), -1);
+            } else {
+                first.say("give it back");
+                QCOMPARE(first.line(), QByteArray("gave back"));
+            }
+            HelperProcess next(instance());
+            QCOMPARE(next.line(), QByteArray("first"));
+        }
+    }
+
+    void aHolderThatHangsIsLeftInItsPlace()
+    {
+        HelperProcess first(instance());
+        QCOMPARE(first.line(), QByteArray("first"));
+        clear(folder());
+        QCOMPARE(::kill(pid_t(first.pid()), SIGSTOP), 0);
+        HelperProcess second(instance());
+        QCOMPARE(second.line(), QByteArray("second"));
+        QCOMPARE(second.finish(), 1); // it does not answer
+        QCOMPARE(::kill(pid_t(first.pid()), SIGCONT), 0);
+        QVERIFY(isAnswered(3000));
+    }
+
+    void anotherUserCannotHoldThePlace_data()
+    {
+        QTest::addColumn<bool>("isAnswering");
+        QTest::newRow("that answers") << true;
+        QTest::newRow("that does not") << false;
+    }
+
+    void anotherUserCannotHoldThePlace()
+    {
+        QFETCH(const bool, isAnswering);
+        if (::getuid() != 0)
+            QSKIP("only root can be another user");
+        const QByteArray address = InstanceName::addressOf("Kestrum");
+        std::atomic<int> socket = -1;
+        // The identity is that of the thread alone: the library's call would change that of all.
+        std::thread([&] {
+            sockaddr_un place {};
+            place.sun_family = AF_UNIX;
+            std::copy(address.begin(), address.end(), static_cast<char*>(place.sun_path));
+            socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+            const auto size = socklen_t(offsetof(sockaddr_un, sun_path) + size_t(address.size()));
+            if (::syscall(SYS_setresuid, -1, 65534, -1) != 0
+                || ::bind(socket, reinterpret_cast<const sockaddr*>(&place), size) != 0
+                || (isAnswering && ::listen(socket, 1) != 0))
+                socket = -1;
+        }).join();
+        QVERIFY(socket >= 0);
+        const FileDescriptor held(socket);
+        {
+            const SingleInstance first("Kestrum");
+            QVERIFY(first.isFirst());
+            // The lock in the folder goes on to tell.
+            QVERIFY(!SingleInstance("Kestrum").isFirst());
+            QVERIFY(isAnswered(3000));
+        }
+    }
+
+private:
+    /// As the shell understands it.
+    static void clear(const QString& pattern)
+    {
+        QCOMPARE(QProcess::execute(QStringLiteral("/bin/sh"),
+                     { QStringLiteral("-c"), QStringLiteral("rm -rf ") + pattern }),
+            0);
+    }
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, SingleInstanceTroubleTest)
+#include "SingleInstanceTroubleTest.moc"

@@ -1,0 +1,194 @@
+// A file system that is really full: 64 KiB of memory, mounted in a name space of our own before the test begins. What is
+// simulated elsewhere, a call that says ENOSPC, leaves out what counts here: calls that say nothing.
+
+#include "Platform/Store/SettingsFile.h"
+#include "tests/Support/TestHome.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+using namespace kestrum;
+
+namespace {
+
+constexpr char mountPoint[] = "/mnt";
+
+bool writeWhole(const char* path, const QByteArray& text)
+{
+    QFile file(QString::fromLatin1(path));
+    return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+}
+
+/// A mount name space of our own, within a user name space for somebody who is not root. Needs a process of one thread.
+bool enterNameSpace()
+{
+    const uid_t user = ::geteuid();
+    const gid_t group = ::getegid();
+    if (::unshare(CLONE_NEWNS | (user == 0 ? 0 : CLONE_NEWUSER)) != 0)
+        return false;
+    if (user != 0
+        && (!writeWhole("/proc/self/setgroups", "deny")
+            || !writeWhole("/proc/self/uid_map", "0 " + QByteArray::number(user) + " 1\n")
+            || !writeWhole("/proc/self/gid_map", "0 " + QByteArray::number(group) + " 1\n")))
+        return false;
+    return ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+}
+
+} // namespace
+
+class StoreFullDiskTest : public QObject {
+    Q_OBJECT
+
+public:
+    static bool s_hasNameSpace;
+
+private Q_SLOTS:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void fullDiskKeepsTheOldFileAndIsTold_data();
+    void fullDiskKeepsTheOldFileAndIsTold();
+    void noInodeLeftKeepsTheOldFileAndIsTold();
+    void readOnlyFileSystemIsTold();
+
+private:
+    QString path() const { return QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum/suite.json"); }
+    QByteArray content() const;
+    static void fillUpTo(quint64 freePages);
+    static SettingsFile::Changes payload(int size, int version)
+    {
+        return { { { QStringLiteral("a"), QString(size, QChar(u'a' + version)) },
+                     { QStringLiteral("v"), version } },
+            {} };
+    }
+
+    bool m_isMounted = false;
+};
+
+bool StoreFullDiskTest::s_hasNameSpace = false;
+
+void StoreFullDiskTest::initTestCase()
+{
+    if (!s_hasNameSpace)
+        QSKIP("the kernel gives this user no mount name space of their own");
+}
+
+void StoreFullDiskTest::init()
+{
+    m_isMounted = ::mount("kestrum", mountPoint, "tmpfs", 0, "size=64k,mode=0700") == 0;
+    QVERIFY2(m_isMounted, qUtf8Printable(qt_error_string(errno)));
+}
+
+void StoreFullDiskTest::cleanup()
+{
+    if (m_isMounted)
+        QCOMPARE(::umount2(mountPoint, MNT_DETACH), 0);
+}
+
+QByteArray StoreFullDiskTest::content() const
+{
+    QFile file(path());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
+}
+
+void StoreFullDiskTest::fillUpTo(quint64 freePages)
+{
+    struct statvfs state = {};
+    QCOMPARE(::statvfs(mountPoint, &state), 0);
+    QVERIFY(state.f_bfree >= freePages);
+    const QByteArray name = mountPoint + QByteArray("/ballast");
+    const int file = ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    const QByteArray page(qsizetype(state.f_bsize), 'x');
+    for (quint64 i = freePages; i < state.f_bfree; ++i)
+        QCOMPARE(::write(file, page.constData(), size_t(page.size())), ssize_t(page.size()));
+    ::close(file);
+    QCOMPARE(::statvfs(mountPoint, &state), 0);
+    QCOMPARE(state.f_bfree, freePages);
+}
+
+void StoreFullDiskTest::fullDiskKeepsTheOldFileAndIsTold_data()
+{
+    QTest::addColumn<int>("size");
+    QTest::addColumn<int>("freePages");
+    for (const int freePages : { 0, 1, 2 }) {
+        for (const int size : { 100, 1000, 4000, 4050, 4096, 5000, 8000, 8150, 9000, 12'000, 16'000, 24'000 })
+            QTest::addRow("%d bytes, %d pages free", size, freePages) << size << freePages;
+    }
+}
+
+void StoreFullDiskTest::fullDiskKeepsTheOldFileAndIsTold()
+{
+    QFETCH(const int, size);
+    QFETCH(const int, freePages);
+    const SettingsFile file(path());
+    QVERIFY(file.save(payload(size, 0)));
+    const QByteArray before = content();
+    const bool fits = (before.size() + 4095) / 4096 <= freePages;
+    fillUpTo(quint64(freePages));
+
+    const auto saved = file.save(payload(size, 1));
+    QCOMPARE(bool(saved), fits);
+    if (!fits) {
+        QCOMPARE(content(), before);
+        QVERIFY2(saved.failureText().contains(path())
+                && saved.failureText().contains(QStringLiteral("No space left")),
+            qUtf8Printable(saved.failureText()));
+        QCOMPARE(SettingsFile::troubleOf(saved.failure()), SettingsFile::Trouble::diskFull);
+        QCOMPARE(QDir(QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum"))
+                     .entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden),
+            QStringList());
+        QVERIFY(QFile::remove(QString::fromLatin1(mountPoint) + QStringLiteral("/ballast")));
+        QVERIFY(file.save(payload(size, 1)));
+    }
+    QCOMPARE(file.read()->values, payload(size, 1).values);
+}
+
+void StoreFullDiskTest::noInodeLeftKeepsTheOldFileAndIsTold()
+{
+    const SettingsFile file(path());
+    QVERIFY(file.save(payload(100, 0)));
+    const QByteArray before = content();
+    // As many inodes as there are: the root, the directory, the file and its lock.
+    QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=4"), 0);
+    const auto saved = file.save(payload(100, 1));
+    QVERIFY(!saved);
+    QVERIFY2(saved.failureText().contains(QStringLiteral("temporary file: No space left")),
+        qUtf8Printable(saved.failureText()));
+    QCOMPARE(content(), before);
+    const auto first = SettingsFile(path() + QStringLiteral(".other")).save(payload(100, 0));
+    QVERIFY(!first);
+    QVERIFY2(first.failureText().contains(QStringLiteral("lock: No space left")),
+        qUtf8Printable(first.failureText()));
+    QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=100"), 0);
+    QVERIFY(file.save(payload(100, 1)));
+}
+
+void StoreFullDiskTest::readOnlyFileSystemIsTold()
+{
+    const SettingsFile file(path());
+    QVERIFY(file.save(payload(100, 0)));
+    QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT | MS_RDONLY, "size=64k"), 0);
+    const auto saved = file.save(payload(100, 1));
+    QVERIFY(!saved);
+    QVERIFY2(saved.failureText().contains(QStringLiteral("Read-only file system")),
+        qUtf8Printable(saved.failureText()));
+    QCOMPARE(file.read()->values, payload(100, 0).values);
+}
+
+KESTRUM_TEST_MAIN_OF(StoreFullDiskTest)(int argc, char** argv)
+{
+    StoreFullDiskTest::s_hasNameSpace = enterNameSpace();
+    const TestHome home;
+    const QCoreApplication application(argc, argv);
+    StoreFullDiskTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "StoreFullDiskTest.moc"

@@ -1,0 +1,198 @@
+// What the window manager and whoever shows that a program is being started are told, on a real X server. The test is both
+// of them.
+
+#include "Platform/Desktop/WindowActivation.h"
+#include "tests/Support/DesktopTest.h"
+
+#include <QAbstractNativeEventFilter>
+#include <QGuiApplication>
+#include <QRasterWindow>
+#include <QTest>
+#include <qguiapplication_platform.h>
+#include <xcb/xcb.h>
+
+using namespace kestrum;
+
+namespace {
+
+xcb_connection_t* server()
+{
+    return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+}
+
+xcb_window_t root()
+{
+    return xcb_setup_roots_iterator(xcb_get_setup(server())).data->root;
+}
+
+xcb_atom_t atom(const QByteArray& name)
+{
+    auto* reply = xcb_intern_atom_reply(
+        server(), xcb_intern_atom(server(), 0, uint16_t(name.size()), name.constData()), nullptr);
+    const xcb_atom_t result = reply->atom;
+    std::free(reply);
+    return result;
+}
+
+/// The messages that arrive at the root window.
+class Messages final : public QAbstractNativeEventFilter {
+public:
+    QList<xcb_client_message_event_t> focusRequests;
+    QByteArray startUp; ///< of the launches' messages, put together
+
+    bool nativeEventFilter(const QByteArray&, void* event, qintptr*) override
+    {
+        const auto* message = static_cast<const xcb_client_message_event_t*>(event);
+        if ((message->response_type & 0x7F) != XCB_CLIENT_MESSAGE)
+            return false;
+        if (message->type == m_activeWindow)
+            focusRequests.append(*message);
+        if (message->type == m_begin || message->type == m_further) {
+            if (message->type == m_begin)
+                startUp.clear();
+            startUp.append(reinterpret_cast<const char*>(message->data.data8), sizeof message->data.data8);
+        }
+        return false;
+    }
+
+private:
+    xcb_atom_t m_activeWindow = atom("_NET_ACTIVE_WINDOW");
+    xcb_atom_t m_begin = atom("_NET_STARTUP_INFO_BEGIN");
+    xcb_atom_t m_further = atom("_NET_STARTUP_INFO");
+};
+
+} // namespace
+
+class WindowActivationTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<Messages> m_messages;
+
+    /// Whether there is a window manager, as programs see it.
+    static void setManaged(bool isManaged)
+    {
+        const xcb_window_t window = root();
+        if (isManaged)
+            xcb_change_property(server(), XCB_PROP_MODE_REPLACE, root(), atom("_NET_SUPPORTING_WM_CHECK"),
+                XCB_ATOM_WINDOW, 32, 1, &window);
+        else
+            xcb_delete_property(server(), root(), atom("_NET_SUPPORTING_WM_CHECK"));
+        xcb_flush(server());
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        const uint32_t mask = XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_change_window_attributes(server(), root(), XCB_CW_EVENT_MASK, &mask);
+        setManaged(true);
+        m_messages = std::make_unique<Messages>();
+        QCoreApplication::instance()->installNativeEventFilter(m_messages.get());
+    }
+
+    void cleanup() { m_messages.reset(); }
+
+    void theTokenOfAClickSaysItsTime()
+    {
+        const QByteArray token = WindowActivation::tokenOf(4711);
+        QCOMPARE(WindowActivation::time(token), 4711U);
+        const QMap<QString, QString> environment { { QStringLiteral("DESKTOP_STARTUP_ID"),
+            QString::fromLatin1(token) } };
+        QCOMPARE(WindowActivation::environment(token), environment);
+        // Nobody has clicked.
+        QCOMPARE(WindowActivation::tokenOf(0), QByteArray());
+        QVERIFY(WindowActivation::environment({}).isEmpty());
+    }
+
+    void theWindowManagerIsToldWhenThePersonAsked()
+    {
+        QRasterWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        m_messages->focusRequests.clear();
+        WindowActivation::bringForward(window, "shell/7-host_TIME123456789");
+        QTRY_COMPARE(m_messages->focusRequests.size(), 1);
+        const xcb_client_message_event_t request = m_messages->focusRequests.first();
+        QCOMPARE(request.window, xcb_window_t(window.winId()));
+        QCOMPARE(request.format, uint8_t(32));
+        QCOMPARE(request.data.data32[0], 2U);
+        QCOMPARE(request.data.data32[1], 123456789U);
+    }
+
+    void withoutATokenNoTimeIsTold()
+    {
+        QRasterWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        WindowActivation::bringForward(window, {});
+        QTRY_COMPARE(m_messages->focusRequests.size(), 1);
+        QCOMPARE(m_messages->focusRequests.first().data.data32[0], 2U);
+        QCOMPARE(m_messages->focusRequests.first().data.data32[1], 0U);
+        QTest::qWait(50);
+        QCOMPARE(m_messages->startUp, QByteArray());
+    }
+
+    void whoShowsTheStartIsToldItsEnd()
+    {
+        QRasterWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        WindowActivation::bringForward(window, "a/token\\of\"more-than-twenty-bytes_TIME7");
+        QTRY_VERIFY(m_messages->startUp.contains('\0'));
+        QCOMPARE(m_messages->startUp.left(m_messages->startUp.indexOf('\0')),
+            QByteArray("remove: ID=\"a/token\\\\of\\\"more-than-twenty-bytes_TIME7\""));
+    }
+
+    void withoutAWindowManagerTheWindowTakesTheFocusItself()
+    {
+        setManaged(false);
+        QRasterWindow other;
+        QRasterWindow window;
+        window.show();
+        other.show();
+        other.requestActivate();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        WindowActivation::bringForward(window, {});
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        QCOMPARE(m_messages->focusRequests.size(), 0);
+    }
+
+    void aTokensTimeIsAtItsEnd_data()
+    {
+        QTest::addColumn<QByteArray>("token");
+        QTest::addColumn<quint32>("time");
+        QTest::newRow("usual") << QByteArray("a/b/1-2-host_TIME42") << 42U;
+        QTest::newRow("last") << QByteArray("a_TIME1_TIME42") << 42U;
+        QTest::newRow("greatest") << QByteArray("_TIME4294967295") << 4294967295U;
+        QTest::newRow("too great") << QByteArray("_TIME4294967296") << 0U;
+        QTest::newRow("no number") << QByteArray("a_TIMEx") << 0U;
+        QTest::newRow("negative") << QByteArray("a_TIME-1") << 0U;
+        QTest::newRow("none") << QByteArray("5f2e0c1a-42") << 0U;
+        QTest::newRow("empty") << QByteArray() << 0U;
+    }
+
+    void aTokensTimeIsAtItsEnd()
+    {
+        QFETCH(QByteArray, token);
+        QFETCH(quint32, time);
+        QCOMPARE(WindowActivation::time(token), time);
+    }
+
+    void whatIsTakenIsGoneFromTheEnvironment()
+    {
+        qputenv("XDG_ACTIVATION_TOKEN", "new");
+        qputenv("DESKTOP_STARTUP_ID", "old_TIME1");
+        QCOMPARE(WindowActivation::takeToken(), QByteArray("new"));
+        QVERIFY(!qEnvironmentVariableIsSet("XDG_ACTIVATION_TOKEN"));
+        QVERIFY(!qEnvironmentVariableIsSet("DESKTOP_STARTUP_ID"));
+        QCOMPARE(WindowActivation::takeToken(), QByteArray());
+        qputenv("DESKTOP_STARTUP_ID", "old_TIME1");
+        QCOMPARE(WindowActivation::takeToken(), QByteArray("old_TIME1"));
+        qputenv(WindowActivation::backgroundVariable, "1");
+        QVERIFY(WindowActivation::takeIsInBackground());
+        QVERIFY(!WindowActivation::takeIsInBackground());
+    }
+};
+
+KESTRUM_TEST_MAIN_ON_DISPLAY(WindowActivationTest)
+#include "WindowActivationTest.moc"

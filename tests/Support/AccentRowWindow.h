@@ -1,0 +1,46 @@
+#pragma once
+
+#include "Kestrum/Form/ColourWell.h"
+#include "Kestrum/Form/PushButton.h"
+#include "Kestrum/MenuBar/AccentRow.h"
+#include "tests/Support/FormHand.h"
+#include "tests/Support/SettingsWindow.h"
+
+#include <QVBoxLayout>
+
+namespace kestrum {
+
+/// A row of an accent, the memory's, in an active window.
+struct AccentRowWindow {
+    static constexpr int customIndex = 8; ///< of the picker's last entry
+    QWidget window;
+    AccentRow* row = new AccentRow(QStringLiteral("Colour"), QStringLiteral("Memory"), Keys::memoryAccent);
+    PopupPicker* picker = row->findChild<PopupPicker*>();
+    ColourWell* well = row->findChild<ColourWell*>();
+
+    explicit AccentRowWindow(Qt::LayoutDirection direction = Qt::LeftToRight)
+    {
+        window.setLayoutDirection(direction);
+        auto* layout = new QVBoxLayout(&window);
+        layout->setContentsMargins(0, 0, 0, 0);
+        layout->addWidget(row);
+        layout->addWidget(new PushButton(QStringLiteral("The next control")));
+        layout->addStretch(1);
+        window.resize(400, 100);
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+    }
+
+    /// As if the colour dialog told of a movement.
+    void move(const QColor& colour) const { Q_EMIT well->picked(colour); }
+
+    static QString stored() { return storedText("memoryAccent"); }
+    static void store(const char* accent)
+    {
+        SharedSettings::store().set("memoryAccent", QString::fromLatin1(accent));
+        QTest::qWait(20); // let the notice of it pass
+    }
+};
+
+} // namespace kestrum

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "tests/Support/AccessWindow.h"
+#include "tests/Support/DesktopTest.h"
+
+namespace kestrum {
+
+/// A test of the built settings application as people have it who use a keyboard, and a screen reader or the like. Nothing is chosen
+/// yet, and the agent is off, when a window is opened.
+class AccessTest : public DesktopTest {
+protected:
+    static QString text(const char* utf8) { return QString::fromUtf8(utf8); }
+
+    void furnish() override { m_tree = std::make_unique<AccessTree>(); }
+    void clear() override
+    {
+        m_window.reset();
+        m_tree.reset();
+    }
+
+    /// Opens a new window on the page of that stored name, in a language. In vain where `isOpen` says no.
+    void open(const char* pane, const char* language = "en")
+    {
+        m_window.reset();
+        DesktopFixture::forgetChoices();
+        fixture().write("agentEnabled", "false");
+        writeText("settingsPane", pane);
+        writeText("language", language);
+        fixture().turnToOther();
+        m_window = std::make_unique<AccessWindow>(fixture(), *m_tree);
+    }
+    /// From another process, as all that is written and read here.
+    void writeText(const char* key, const QByteArray& value) const
+    {
+        fixture().write(key, ('"' + value + '"').constData());
+    }
+    void waitForStored(const char* key, const QByteArray& json) const
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().read(key), json, Programs::patience);
+    }
+    /// Opens the page of the button "Check Now" and has it pressed; fails where the signal is not heard in another process.
+    template <class Press> void pressCheckNow(const Press& press)
+    {
+        open("general");
+        QVERIFY(isOpen());
+        fixture().write("updaterCanCheck", "true");
+        const QString name = text("Updates/push button Check Now");
+        QTRY_VERIFY_WITH_TIMEOUT(window().control(name).isFound(), Programs::patience);
+        const auto listener = Programs::started(fixture().program("kestrumctl"),
+            { text("listen"), text("checkForUpdates"), text("--count"), text("1"), text("--timeout"),
+                text("20") });
+        listener->setReadChannel(QProcess::StandardError);
+        QVERIFY(listener->waitForReadyRead(Programs::patience));
+        press(name);
+        QVERIFY(listener->waitForFinished(Programs::patience));
+        QVERIFY(listener->readAllStandardOutput().contains("checkForUpdates"));
+    }
+    bool isOpen() const { return m_tree->isUp() && m_window && m_window->isUp(); }
+    AccessWindow& window() const { return *m_window; }
+
+private:
+    std::unique_ptr<AccessTree> m_tree;
+    std::unique_ptr<AccessWindow> m_window;
+};
+
+} // namespace kestrum

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "KestrumShared/Items/StatusMetricView.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/Kestrumctl.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QTest>
+#include <cmath>
+
+namespace kestrum {
+
+using Kestrumctl::words;
+
+/// The strip as the built program describes it; empty when it fails.
+inline QJsonObject described(const char* options = "")
+{
+    const auto result = Kestrumctl::run(words("describe") + words(options));
+    return result.code == 0 ? QJsonDocument::fromJson(result.output).object() : QJsonObject();
+}
+
+/// What a described strip says of one item; empty when it does not name it.
+inline QJsonObject item(const QJsonObject& strip, MonitorSection section)
+{
+    for (const QJsonValue& value : strip.value(QStringLiteral("items")).toArray()) {
+        if (value[QStringLiteral("section")].toString() == rawValue(section))
+            return value.toObject();
+    }
+    return {};
+}
+
+/// A number of a description; not a number when there is none.
+inline double number(const QJsonObject& object, const char* name)
+{
+    return object.value(QLatin1StringView(name)).toDouble(std::nan(""));
+}
+
+template <class K, class V> void set(const K& key, const V& value)
+{
+    QVERIFY(Setting(key).set(value));
+}
+
+} // namespace kestrum

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "Platform/Machine/KernelValues.h"
+#include "tests/Support/FileTree.h"
+
+namespace kestrum {
+
+/// A "/sys" that stands for a machine, to which a test adds what else it needs of the machine.
+class FakeMachine {
+public:
+    /// A machine with `cpus` processors, all switched on and all alike.
+    explicit FakeMachine(int cpus)
+        : FakeMachine(cpus, "0-" + QByteArray::number(cpus - 1) + '\n')
+    {
+    }
+
+    FakeMachine(int cpus, const QByteArray& online)
+    {
+        writeOnline(online);
+        for (int cpu = 0; cpu < cpus; ++cpu)
+            m_tree.write(cpuFile(cpu, "topology/core_id"), QByteArray::number(cpu) + '\n');
+        // Folders beside those of the processors that begin with their name, too.
+        m_tree.write(QStringLiteral("sys/devices/system/cpu/cpufreq/boost"), "1\n");
+        m_tree.write(QStringLiteral("sys/devices/system/cpu/cpuidle/cpu_capacity"), "77\n");
+    }
+
+    void writeOnline(const QByteArray& list) const
+    {
+        m_tree.write(QStringLiteral("sys/devices/system/cpu/online"), list);
+    }
+
+    /// Processors of one kind ("cpu_core"), as the kernel lists them.
+    void writeKind(const char* kind, const QByteArray& list) const
+    {
+        m_tree.write(QStringLiteral("sys/devices/%1/cpus").arg(QLatin1StringView(kind)), list);
+    }
+
+    void writeCapacities(int firstCpu, int count, const QByteArray& capacity) const
+    {
+        for (int cpu = firstCpu; cpu < firstCpu + count; ++cpu)
+            m_tree.write(cpuFile(cpu, "cpu_capacity"), capacity);
+    }
+
+    void write(const QString& relative, const QByteArray& content) const { m_tree.write(relative, content); }
+
+    QString root() const { return m_tree.root(); }
+    KernelValues kernel() const { return KernelValues(root()); }
+
+private:
+    static QString cpuFile(int cpu, const char* name)
+    {
+        return QStringLiteral("sys/devices/system/cpu/cpu%1/%2").arg(cpu).arg(QLatin1StringView(name));
+    }
+
+    FileTree m_tree;
+};
+
+} // namespace kestrum

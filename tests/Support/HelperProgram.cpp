@@ -1,0 +1,348 @@
+// The other process of the tests. It ends when its standard input does, or when its work is done.
+//
+//   listen NAME…               "ready", then "heard NAME" for each delivery
+//   count NAME…                "ready"; for each line read: deliveries and used processor time in µs so far
+//   post NAME TIMES            posts, then ends
+//   flood MILLISECONDS NAME…   posts the names in turn without a pause; "posted TIMES", then ends
+//   write SUITE PAGE ROUNDS right|wrong
+//                              for each round n: stores n, notes it in the file PAGE, posts, and waits for the check;
+//                              "wrong" posts before it stores. "wrote ROUNDS", then ends
+//   store SUITE MILLISECONDS   for each line read, "KEY" or "KEY [VALUE]" with the value as JSON: removes or stores it, then
+//                              waits so long; "stored TIMES" at the end of its input
+//   check SUITE PAGE           "ready"; at each delivery reads the suite: it must hold no less than PAGE said before.
+//                              "checked TIMES violations TIMES" at the end of its input
+//   instance NAME [TOKEN]
+//                              "first", then "raise TOKEN" for each request; a second start says "second", asks the first to
+//                              come forward and ends, with 1 when it could not be told, or goes on as "first" when that
+//                              one ended; a line read gives the place back ("gave back")
+//   starve descriptors|instances|watches DIRECTORY
+//                              watches DIRECTORY with nothing of that kind left: "polled" or "notified", "told NAME" for
+//                              each event; a line read lifts the limit ("relieved"); "unsupported REASON" where the
+//                              system gives no such limit
+//   starved instances|watches VERB…
+//                              does VERB where nothing of that kind is left; "unsupported REASON" as above
+//   become PROGRAM ARGUMENT…   goes on as another program
+//   workspace BUNDLE PID…      without the kernel's descriptors of processes: opens and observes BUNDLE and the processes;
+//                              "opened PID", then "changed" each time that is told; "unsupported REASON" where a
+//                              process cannot give up a call
+
+#include "Platform/Files/DirectoryWatch.h"
+#include "Platform/Processes/SingleInstance.h"
+#include "Platform/Processes/Workspace.h"
+#include "Platform/Signals/NotificationCentre.h"
+#include "Platform/Store/UserDefaults.h"
+#include "tests/Support/SystemCallFilter.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSocketNotifier>
+#include <QThread>
+#include <atomic>
+#include <cstdio>
+#include <fcntl.h>
+#include <functional>
+#include <sched.h>
+#include <sys/mman.h>
+#include <sys/resource.h>
+#include <unistd.h>
+#include <vector>
+
+using namespace kestrum;
+
+namespace {
+
+constexpr int roundPatience = 2'000'000; // µs
+
+void say(const QByteArray& line)
+{
+    std::fputs(line.constData(), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
+// Runs until standard input ends, and `onLine` for each piece of it before.
+int runUntilInputEnds(const std::function<void()>& onLine = {})
+{
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QObject::connect(&input, &QSocketNotifier::activated, &input, [&onLine] {
+        char buffer[256];
+        if (::read(STDIN_FILENO, buffer, sizeof buffer) <= 0)
+            QCoreApplication::quit();
+        else if (onLine)
+            onLine();
+    });
+    return QCoreApplication::exec();
+}
+
+int listen(const QStringList& names)
+{
+    for (const QString& name : names)
+        NotificationCentre::registerDispatch(name, [name] { say("heard " + name.toUtf8()); });
+    say("ready");
+    return runUntilInputEnds();
+}
+
+int count(const QStringList& names)
+{
+    qint64 deliveries = 0;
+    for (const QString& name : names)
+        NotificationCentre::registerDispatch(name, [&deliveries] { ++deliveries; });
+    say("ready");
+    return runUntilInputEnds([&deliveries] {
+        rusage usage {};
+        ::getrusage(RUSAGE_SELF, &usage);
+        const qint64 used = qint64(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1'000'000
+            + usage.ru_utime.tv_usec + usage.ru_stime.tv_usec;
+        say(QByteArray::number(deliveries) + ' ' + QByteArray::number(used));
+    });
+}
+
+int post(const QString& name, int times)
+{
+    for (int i = 0; i < times; ++i)
+        NotificationCentre::post(name);
+    return 0;
+}
+
+int flood(int milliseconds, const QStringList& names)
+{
+    QElapsedTimer timer;
+    timer.start();
+    qint64 posts = 0;
+    while (timer.elapsed() < milliseconds) {
+        for (const QString& name : names)
+            NotificationCentre::post(name);
+        posts += names.size();
+    }
+    say("posted " + QByteArray::number(posts));
+    return 0;
+}
+
+// What writer and checker tell each other besides: the last round stored, and the last round checked.
+struct Page {
+    std::atomic<quint64> stored;
+    std::atomic<quint64> checked;
+};
+
+Page* mappedPage(const QString& path)
+{
+    const int descriptor = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    if (descriptor < 0 || ::ftruncate(descriptor, sizeof(Page)) != 0)
+        return nullptr;
+    void* page = ::mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
+    ::close(descriptor);
+    return page == MAP_FAILED ? nullptr : static_cast<Page*>(page);
+}
+
+int write(const QString& suite, const QString& path, quint64 rounds, bool isRightWay)
+{
+    const auto defaults = UserDefaults::withSuiteName(suite);
+    Page* page = mappedPage(path);
+    if (!defaults || !page)
+        return 1;
+    for (quint64 round = 1; round <= rounds; ++round) {
+        const auto store = [&] { return defaults->set("round", double(round)); };
+        if (isRightWay && !store())
+            return 1;
+        page->stored.store(round);
+        NotificationCentre::post(suite);
+        if (!isRightWay) {
+            QThread::usleep(200);
+            if (!store())
+                return 1;
+        }
+        // The checker need not be woken for every round, but has to come round to the last.
+        for (int waited = 0; page->checked.load() < round; waited += 5) {
+            if (waited > roundPatience)
+                return 2;
+            QThread::usleep(5);
+        }
+    }
+    say("wrote " + QByteArray::number(rounds));
+    return 0;
+}
+
+int check(const QString& suite, const QString& path)
+{
+    const auto defaults = UserDefaults::withSuiteName(suite);
+    Page* page = mappedPage(path);
+    if (!defaults || !page)
+        return 1;
+    qint64 checks = 0;
+    qint64 violations = 0;
+    NotificationCentre::registerDispatch(suite, [&] {
+        const quint64 stored = page->stored.load();
+        const auto read = quint64(defaults->number("round").value_or(0));
+        ++checks;
+        violations += read < stored ? 1 : 0;
+        page->checked.store(stored);
+    });
+    say("ready");
+    const int result = runUntilInputEnds();
+    say("checked " + QByteArray::number(checks) + " violations " + QByteArray::number(violations));
+    return result;
+}
+
+int store(const QString& suite, int pause)
+{
+    const auto defaults = UserDefaults::withSuiteName(suite);
+    qint64 times = 0;
+    QFile input;
+    if (!defaults || !input.open(STDIN_FILENO, QIODevice::ReadOnly))
+        return 1;
+    for (QByteArray line = input.readLine(); !line.isEmpty(); line = input.readLine()) {
+        const qsizetype blank = line.indexOf(' ');
+        const QByteArray key = line.left(blank < 0 ? line.size() : blank).trimmed();
+        if (blank < 0)
+            defaults->remove(key.toStdString());
+        else
+            defaults->set(key.toStdString(), QJsonDocument::fromJson(line.mid(blank)).array().first());
+        ++times;
+        QThread::msleep(unsigned(pause));
+    }
+    say("stored " + QByteArray::number(times));
+    return 0;
+}
+
+bool writeFile(const char* path, const QByteArray& text)
+{
+    QFile file(QString::fromLatin1(path));
+    return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
+}
+
+// A name space of users has limits of its own, so nobody else is starved with us.
+bool limit(const QString& kind, int most)
+{
+    const QByteArray path = "/proc/sys/user/max_inotify_" + kind.toLatin1();
+    return writeFile(path.constData(), QByteArray::number(most));
+}
+
+// Why the limits of a name space of our own cannot be made tight; empty when they are.
+const char* starveOf(const QString& kind)
+{
+    const QByteArray user = QByteArray::number(::geteuid());
+    if (::unshare(CLONE_NEWUSER) != 0)
+        return "no user name spaces";
+    writeFile("/proc/self/uid_map", user + ' ' + user + " 1");
+    return limit(kind, 0) ? "" : "no limits of a name space's own";
+}
+
+int starve(const QString& kind, const QString& directory)
+{
+    rlimit whole {};
+    ::getrlimit(RLIMIT_NOFILE, &whole);
+    std::function<void()> relieve;
+    if (kind == QLatin1String("descriptors")) {
+        const int free = ::dup(STDIN_FILENO);
+        ::close(free);
+        const rlimit tight { rlim_t(free), whole.rlim_max };
+        ::setrlimit(RLIMIT_NOFILE, &tight);
+        relieve = [whole] { ::setrlimit(RLIMIT_NOFILE, &whole); };
+    } else {
+        if (const char* reason = starveOf(kind); *reason) {
+            say(QByteArray("unsupported ") + reason);
+            return 0;
+        }
+        relieve = [kind] { limit(kind, 1000); };
+    }
+    const auto tell = [](const QByteArray& entry) { say(("told " + entry).trimmed()); };
+    const DirectoryWatch watch(directory, DirectoryWatch::Interest::content, tell);
+    const DirectoryWatch second(directory, DirectoryWatch::Interest::content, [](const QByteArray&) {});
+    say(watch.isNotified() ? "notified" : "polled");
+    return runUntilInputEnds([&relieve, &watch] {
+        relieve();
+        say(watch.isNotified() ? "notified" : "relieved");
+    });
+}
+
+int become(const QStringList& command)
+{
+    std::vector<QByteArray> words;
+    std::vector<char*> pointers;
+    words.reserve(size_t(command.size()));
+    for (const QString& word : command)
+        pointers.push_back(words.emplace_back(QFile::encodeName(word)).data());
+    pointers.push_back(nullptr);
+    ::execv(pointers.front(), pointers.data());
+    return 1;
+}
+
+int runInstance(const QByteArray& name, const QByteArray& token)
+{
+    SingleInstance instance(name);
+    if (!instance.isFirst()) {
+        say("second");
+        if (!instance.raiseFirst(token))
+            return 1;
+        if (!instance.isFirst())
+            return 0;
+    }
+    say("first");
+    QObject::connect(&instance, &SingleInstance::raiseRequested, &instance,
+        [](const QByteArray& requested) { say(("raise " + requested).trimmed()); });
+    return runUntilInputEnds([&instance] {
+        instance.release();
+        say("gave back");
+    });
+}
+
+int workspace(const QString& bundle, const QStringList& pids)
+{
+    if (SystemCallFilter::withoutProcessDescriptors().enter() != 0) {
+        say("unsupported no filters of calls");
+        return 0;
+    }
+    QList<qint32> processes;
+    for (const QString& pid : pids)
+        processes.append(pid.toInt());
+    Workspace& shared = Workspace::shared();
+    shared.observe(bundle, processes);
+    QObject::connect(&shared, &Workspace::runningApplicationsChanged, qApp, [] { say("changed"); });
+    shared.openApplication(bundle, {}, [](const Workspace::Opened& opened) {
+        say("opened " + QByteArray::number(opened.pid.value_or(0)) + opened.error.toUtf8());
+    });
+    return runUntilInputEnds();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    const QCoreApplication application(argc, argv);
+    QStringList arguments = QCoreApplication::arguments().mid(1);
+    if (arguments.value(0) == QLatin1String("starved")) {
+        if (const char* reason = starveOf(arguments.value(1)); *reason) {
+            say(QByteArray("unsupported ") + reason);
+            return 0;
+        }
+        arguments = arguments.mid(2);
+    }
+    const QString verb = arguments.value(0);
+    if (verb == QLatin1String("listen"))
+        return listen(arguments.mid(1));
+    if (verb == QLatin1String("count"))
+        return count(arguments.mid(1));
+    if (verb == QLatin1String("post"))
+        return post(arguments.value(1), arguments.value(2).toInt());
+    if (verb == QLatin1String("flood"))
+        return flood(arguments.value(1).toInt(), arguments.mid(2));
+    if (verb == QLatin1String("write"))
+        return write(arguments.value(1), arguments.value(2), arguments.value(3).toULongLong(),
+            arguments.value(4) == QLatin1String("right"));
+    if (verb == QLatin1String("store"))
+        return store(arguments.value(1), arguments.value(2).toInt());
+    if (verb == QLatin1String("check"))
+        return check(arguments.value(1), arguments.value(2));
+    if (verb == QLatin1String("instance"))
+        return runInstance(arguments.value(1).toUtf8(), arguments.value(2).toUtf8());
+    if (verb == QLatin1String("starve"))
+        return starve(arguments.value(1), arguments.value(2));
+    if (verb == QLatin1String("become"))
+        return become(arguments.mid(1));
+    if (verb == QLatin1String("workspace"))
+        return workspace(arguments.value(1), arguments.mid(2));
+    return 2;
+}

@@ -1,0 +1,103 @@
+#pragma once
+
+#include "KestrumShared/Agent/AppLinks.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/OwnAgents.h"
+#include "tests/Support/StandIns.h"
+
+#include <QElapsedTimer>
+#include <QTest>
+#include <memory>
+#include <utility>
+
+namespace kestrum {
+
+/// A test with a main bundle that has a stand-in for the agent in it, and the log's lines about the agent.
+class LaunchFixture : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        skipAmongAgentsOfOthers();
+        registerFactoryDefaults();
+        log().other = qInstallMessageHandler(noteMessage);
+    }
+    void cleanupTestCase() { qInstallMessageHandler(log().other); }
+
+    void init()
+    {
+        forgetSettings();
+        m_standIns = std::make_unique<StandIns>();
+        m_standIns->install(agentPlace);
+        Bundle::setMain(Bundle(m_standIns->path(QStringLiteral("Kestrum.app"))));
+        log().lines.clear();
+        log().sinceBegin.start();
+    }
+
+    void cleanup()
+    {
+        // Chains that still run end at their next check.
+        Setting(Keys::agentEnabled).set(false);
+        for (const qint32 pid : runningPids())
+            StandIns::kill(pid);
+        QTRY_VERIFY(!AppLinks::isAgentRunning());
+        m_standIns.reset();
+        QTest::qWait(600);
+        QVERIFY(!AppLinks::isAgentRunning());
+        Bundle::setMain(m_mainBefore);
+    }
+
+protected:
+    struct Line {
+        QtMsgType type;
+        QString text;
+        qint64 at; ///< ms since the test began
+    };
+
+    static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
+
+    static QList<qint32> runningPids()
+    {
+        QList<qint32> pids;
+        for (const auto& agent : AppLinks::agentProcesses())
+            pids.append(agent.pid);
+        return pids;
+    }
+
+    /// What was logged under "links" since the test began.
+    static const QList<Line>& lines() { return log().lines; }
+    static QStringList texts()
+    {
+        QStringList result;
+        for (const Line& line : lines())
+            result.append(line.text);
+        return result;
+    }
+
+    std::unique_ptr<StandIns> m_standIns;
+
+private:
+    struct Log {
+        QList<Line> lines;
+        QElapsedTimer sinceBegin;
+        QtMessageHandler other = nullptr;
+    };
+    static Log& log()
+    {
+        static Log log;
+        return log;
+    }
+    static void noteMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
+    {
+        if (qstrcmp(context.category, "com.orvale.kestrum.links") == 0)
+            log().lines.append({ type, message, log().sinceBegin.elapsed() });
+        else
+            log().other(type, context, message);
+    }
+
+    Bundle m_mainBefore = Bundle::main();
+};
+
+} // namespace kestrum

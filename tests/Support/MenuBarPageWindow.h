@@ -1,0 +1,106 @@
+#pragma once
+
+#include "Kestrum/Form/Row.h"
+#include "Kestrum/MenuBar/MenuBarPage.h"
+#include "Platform/Machine/CoreTopology.h"
+#include "tests/Support/FormHand.h"
+#include "tests/Support/SettingsWindow.h"
+#include "tests/Support/TestSession.h"
+
+#include <QLabel>
+#include <QLayout>
+
+namespace kestrum {
+
+/// The Menu Bar page in a window of its own, and what stands on it.
+struct MenuBarPageWindow {
+    MenuBarPage page;
+
+    /// What every test begins with: nothing stored, no region and cores that are all alike.
+    static void prepare()
+    {
+        setSession("LANG=C.UTF-8");
+        SettingsWindow::prepare();
+        CoreTopology::useTiers({});
+    }
+
+    /// Cores of two kinds, as on a machine that has eight fast ones.
+    static void useFasterCores()
+    {
+        CoreTopology::useTiers({ { QStringLiteral("Performance"), 8 }, { QStringLiteral("Efficiency"), 4 } });
+    }
+
+    MenuBarPageWindow()
+    {
+        page.resize(436, 480);
+        page.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&page));
+    }
+
+    /// In the order in which they stand on the page.
+    QList<Card*> sections() const
+    {
+        QList<Card*> sections;
+        const QLayout* column = page.widget()->layout();
+        for (int i = 0; i < column->count(); ++i) {
+            if (auto* card = qobject_cast<Card*>(column->itemAt(i)->widget()))
+                sections.append(card);
+        }
+        return sections;
+    }
+    enum Place { preview, allItems, cpu, memory, disk, sensors };
+    Card& section(int place) const { return *sections().at(place); }
+
+    /// The texts beside a section's rows, from top to bottom.
+    QStringList labels(int place) const
+    {
+        const Card& card = section(place);
+        QList<Row*> rows = card.findChildren<Row*>();
+        std::sort(rows.begin(), rows.end(),
+            [&](Row* a, Row* b) { return a->mapTo(&card, QPoint()).y() < b->mapTo(&card, QPoint()).y(); });
+        QStringList labels;
+        for (const Row* row : rows)
+            labels.append(row->text());
+        return labels;
+    }
+
+    /// Of what is above a section's plate, and of what is below it.
+    QString heading(int place) const
+    {
+        const QLayout* layout = section(place).layout();
+        QString text;
+        for (int i = 0; i < layout->count() - 1; ++i) {
+            const auto* label = qobject_cast<QLabel*>(layout->itemAt(i)->widget());
+            if (label && !label->isHidden())
+                text += label->text();
+        }
+        return text;
+    }
+    QString footnote(int place) const
+    {
+        const QLayout* layout = section(place).layout();
+        const auto* label = qobject_cast<QLabel*>(layout->itemAt(layout->count() - 1)->widget());
+        return label->isHidden() ? QString() : label->text();
+    }
+
+    /// A picker of either kind.
+    struct Picker {
+        int index() const { return segmented ? segmented->index() : popup->index(); }
+        QStringList titles() const
+        {
+            return segmented ? FormHand::titles(*segmented) : FormHand::titles(*popup);
+        }
+        void choose(int index) const
+        {
+            segmented ? FormHand::choose(*segmented, index) : FormHand::choose(*popup, index);
+        }
+        SegmentedPicker* segmented;
+        PopupPicker* popup;
+    };
+    Picker picker(const QString& key) const
+    {
+        return { page.findChild<SegmentedPicker*>(key), page.findChild<PopupPicker*>(key) };
+    }
+};
+
+} // namespace kestrum

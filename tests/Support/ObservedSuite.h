@@ -1,0 +1,56 @@
+#pragma once
+
+// The event loop of these tests turns only while they wait, so whatever is written between two waits belongs to
+// one turn.
+
+#include "tests/Support/OwnSuite.h"
+
+#include <QByteArrayList>
+#include <QDir>
+#include <QTest>
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace kestrum {
+
+/// A suite of its own for each test, an observer of it, and a hand that edits its file.
+class ObservedSuite : protected OwnSuite {
+protected:
+    // Long enough for a watch to report what it has, as nothing marks the end of reports that should not come.
+    static constexpr int quietTime = 60;
+    static constexpr int longestDelay = 1000;
+
+    struct Observed {
+        explicit Observed(const QString& suite)
+            : store(UserDefaults::withSuiteName(suite))
+        {
+            QObject::connect(store.get(), &UserDefaults::changed, [this](const QStringList& changed) {
+                ++notices;
+                keys.append(changed.join(u',').toUtf8());
+            });
+        }
+        int notices = 0;
+        QByteArrayList keys; ///< of each of these
+        std::unique_ptr<UserDefaults> store;
+    };
+
+    /// In place; the folder must be there.
+    static void write(const QString& path, const QByteArray& content)
+    {
+        const int file
+            = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        QVERIFY(file >= 0);
+        QCOMPARE(::write(file, content.constData(), size_t(content.size())), ssize_t(content.size()));
+        ::close(file);
+    }
+    /// By another file that takes its place.
+    static void replace(const QString& path, const QByteArray& content)
+    {
+        write(path + u'~', content);
+        QCOMPARE(
+            ::rename(QFile::encodeName(path + u'~').constData(), QFile::encodeName(path).constData()), 0);
+    }
+    static QByteArray textOf(int value) { return "{\n    \"a\": " + QByteArray::number(value) + "\n}\n"; }
+};
+
+} // namespace kestrum

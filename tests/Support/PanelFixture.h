@@ -1,0 +1,37 @@
+#pragma once
+
+#include "KestrumShared/Popover/PanelEnvironment.h"
+#include "tests/Support/DrawingFixture.h"
+#include "tests/Support/PanelPixels.h"
+
+namespace kestrum {
+
+/// What tests of a panel's parts draw them with.
+namespace PanelFixture {
+
+/// A panel with texts of 10 points.
+inline PanelEnvironment in(ColourScheme scheme, Qt::LayoutDirection direction = Qt::LeftToRight)
+{
+    PanelEnvironment environment;
+    environment.scheme = scheme;
+    environment.direction = direction;
+    environment.font = PanelEnvironment::systemFont(10);
+    return environment;
+}
+inline constexpr ColourScheme light = ColourScheme::light;
+inline constexpr ColourScheme dark = ColourScheme::dark;
+/// The part, `width` points wide, on white; on black in the dark scheme.
+template <class Part>
+PanelPixels drawn(const Part& part, const PanelEnvironment& environment, double width = 200)
+{
+    const QRectF rect(0, 0, width, part.height(environment));
+    return PanelPixels(
+        rect.size(), [&](QPainter& painter) { part.draw(painter, rect, environment); },
+        environment.scheme == ColourScheme::dark ? Qt::black : Qt::white);
+}
+
+/// All of a picture.
+inline const QRectF everywhere(0, 0, 10000, 10000);
+
+} // namespace PanelFixture
+} // namespace kestrum

@@ -1,0 +1,117 @@
+#pragma once
+
+#include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Desktop/SystemAppearance.h"
+#include "tests/Support/FreshSettings.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QTest>
+#include <cmath>
+#include <optional>
+
+namespace kestrum {
+
+/// A strip in a window of its own, and a hand that works its mouse at exact places, given in strip coordinates.
+struct StripWindow {
+    using Sections = QList<MonitorSection>;
+
+    QWidget window;
+    MenuBarStripView strip { &window };
+
+    /// What every test begins with: nothing stored, and a light panel.
+    static void prepare()
+    {
+        forgetSettings();
+        QTest::qWait(20); // let the notice of it pass
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
+    StripWindow()
+    {
+        window.resize(600, 80);
+        strip.setGeometry(QRect(QPoint(20, 20), strip.sizeHint()));
+        QObject::connect(
+            &strip, &MenuBarStripView::rebuilt, &strip, [this] { strip.resize(strip.sizeHint()); });
+    }
+
+    void show()
+    {
+        window.show();
+        window.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        strip.clearFocus();
+    }
+
+    QPointF at(double x, double y = 11) const
+    {
+        const double top = MenuBarStripView::room.height() + StatusMetricView::height;
+        return { x + MenuBarStripView::room.width(), top - y };
+    }
+
+    void send(QEvent::Type type, const QPointF& point, Qt::MouseButton button, Qt::MouseButtons held)
+    {
+        QMouseEvent event(type, point, strip.mapToGlobal(point), button, held, Qt::NoModifier);
+        QApplication::sendEvent(&strip, &event);
+    }
+    void move(double x, double y = 11) { send(QEvent::MouseMove, at(x, y), Qt::NoButton, Qt::NoButton); }
+    void press(double x, double y = 11)
+    {
+        send(QEvent::MouseButtonPress, at(x, y), Qt::LeftButton, Qt::LeftButton);
+    }
+    void drag(double x) { send(QEvent::MouseMove, at(x), Qt::NoButton, Qt::LeftButton); }
+    void release(double x) { send(QEvent::MouseButtonRelease, at(x), Qt::LeftButton, Qt::NoButton); }
+    void leave()
+    {
+        QEvent event(QEvent::Leave);
+        QApplication::sendEvent(&strip, &event);
+    }
+
+    QRectF frame(MonitorSection section) const { return strip.item(section)->view->frame(); }
+    double middle(MonitorSection section) const { return frame(section).center().x(); }
+
+    /// Where an item is drawn, which is beside its place while it slides.
+    double shownLeft(MonitorSection section) const
+    {
+        return strip.backdropRect(*strip.item(section)).left() + 4 - MenuBarStripView::room.width();
+    }
+
+    Sections sections() const
+    {
+        Sections sections;
+        for (const auto& item : strip.items())
+            sections.append(item.section);
+        return sections;
+    }
+
+    /// Whether all items, or all but one, stand 8 points apart from 0 on.
+    bool standsOnGrid(std::optional<MonitorSection> but = std::nullopt) const
+    {
+        double x = 0;
+        for (const auto& item : strip.items()) {
+            if (item.section != but && std::abs(item.view->frame().left() - x) > 1e-9)
+                return false;
+            x += item.view->frame().width() + 8;
+        }
+        return true;
+    }
+
+    QImage picture(double scale = 1)
+    {
+        QImage image((QSizeF(strip.size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+        image.setDevicePixelRatio(scale);
+        image.fill(Qt::transparent);
+        strip.render(&image, {}, {}, QWidget::DrawChildren);
+        return image;
+    }
+
+    QColor pixel(double x, double y)
+    {
+        const QPointF place = at(x, y);
+        return picture().pixelColor(int(std::floor(place.x())), int(std::floor(place.y())));
+    }
+};
+
+} // namespace kestrum

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "Platform/Bundle/Bundle.h"
+#include "tests/Support/FileTree.h"
+
+namespace kestrum {
+
+/// A bundle in a temporary folder, which is the main bundle for as long as this lives.
+class TestBundle {
+public:
+    /// `info` is the information dictionary, `localizations` the languages that get a folder. Each folder's table
+    /// translates "Memory" into the language's code.
+    TestBundle(const QByteArray& info, const QList<QByteArray>& localizations)
+        : m_before(Bundle::main())
+    {
+        m_tree.write(QStringLiteral("Contents/Info.plist"), info);
+        for (const QByteArray& code : localizations)
+            writeTable(code, "Memory = \"" + code + "\";");
+        Bundle::setMain(Bundle(m_tree.root()));
+    }
+    ~TestBundle() { Bundle::setMain(m_before); }
+    Q_DISABLE_COPY_MOVE(TestBundle)
+
+    void writeTable(const QByteArray& code, const QByteArray& table) const
+    {
+        m_tree.write(folder(code) + QStringLiteral("/Localizable.strings"), table);
+    }
+
+    void removeFolder(const QByteArray& code) const
+    {
+        QVERIFY(QDir(m_tree.path(folder(code))).removeRecursively());
+    }
+
+private:
+    static QString folder(const QByteArray& code)
+    {
+        return QStringLiteral("Contents/Resources/%1.lproj").arg(QString::fromUtf8(code));
+    }
+
+    Bundle m_before;
+    FileTree m_tree;
+};
+
+} // namespace kestrum

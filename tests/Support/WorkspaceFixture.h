@@ -1,0 +1,79 @@
+#pragma once
+
+#include "Platform/Processes/Workspace.h"
+#include "tests/Support/StandIns.h"
+#include "tests/Support/TestHome.h"
+
+#include <QFile>
+#include <QSet>
+#include <QTest>
+#include <memory>
+#include <optional>
+
+namespace kestrum {
+
+/// A bundle "Stand In.app" of a test, and what the workspace started of it.
+class WorkspaceFixture {
+protected:
+    static void prepareStage()
+    {
+        // A bundle that was removed is still observed, by the next folders above it: those are to be ours alone.
+        const QString folder = TestHome::root() + QStringLiteral("/trees/of/tests");
+        QVERIFY(QDir().mkpath(folder));
+        qputenv("TMPDIR", QFile::encodeName(folder));
+    }
+
+    void setStage()
+    {
+        m_standIns = std::make_unique<StandIns>();
+        m_opened.clear();
+    }
+
+    void clearStage()
+    {
+        for (const qint32 pid : std::as_const(m_opened)) {
+            if (exists(pid))
+                StandIns::kill(pid);
+            QTRY_VERIFY(!exists(pid));
+        }
+        m_standIns.reset();
+        QTest::qWait(20); // what was told of this test is not for the next
+    }
+
+    QString bundle() const { return m_standIns->path(QStringLiteral("Stand In.app")); }
+    QString install() const
+    {
+        return m_standIns->install(QStringLiteral("Stand In.app/Contents/MacOS/Stand In"));
+    }
+
+    Workspace::Opened open(const Workspace::OpenConfiguration& configuration = {})
+    {
+        std::optional<Workspace::Opened> result;
+        Workspace::shared().openApplication(
+            bundle(), configuration, [&result](const Workspace::Opened& opened) { result = opened; });
+        if (!QTest::qWaitFor([&result] { return result.has_value(); }))
+            return {};
+        if (result->pid)
+            m_opened.insert(*result->pid);
+        return *result;
+    }
+
+    static QByteArray content(const QString& path)
+    {
+        QFile file(path);
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+    static QString procPath(qint32 pid, const char* name)
+    {
+        return QStringLiteral("/proc/%1/%2").arg(pid).arg(QLatin1StringView(name));
+    }
+
+    /// Whether anything of a process is left.
+    static bool exists(qint32 pid) { return QFile::exists(procPath(pid, "stat")); }
+
+    std::unique_ptr<StandIns> m_standIns;
+    QSet<qint32> m_opened;
+};
+
+} // namespace kestrum

@@ -1,11 +1,14 @@
 // What an item costs to draw, in images like those of the agent. The yardstick of the same run is the least that any
 // item could be: one picture of its size and one text.
 
+#include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Items/SampleReadings.h"
+#include "KestrumShared/Items/StripLayout.h"
 #include "KestrumShared/Raster/PixelPainter.h"
 #include "tests/Support/DrawingFixture.h"
 #include "tests/Support/TestHome.h"
 
+#include <QApplication>
 #include <benchmark/benchmark.h>
 #include <cstdio>
 #include <sys/resource.h>
@@ -82,6 +85,32 @@ void draw(benchmark::State& state, const Subject& subject, double scale, bool ke
     PixelPainter::setKeepsPictures(true);
 }
 
+// Where all items stand, with the widths that their settings give them.
+void measure(benchmark::State& state)
+{
+    fixture(subjects[0], 1);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(StripLayout::current().width);
+}
+
+// What the agent's strip does with the readings of a tick, all of which are others than before.
+void tick(benchmark::State& state)
+{
+    fixture(subjects[0], 1);
+    const auto readings = std::make_shared<FakeReadings>();
+    PanelStrip strip(readings);
+    strip.setFixedSize(strip.sizeHint());
+    strip.show();
+    unsigned turn = 0;
+    for (auto _ : state) {
+        const double load = double((turn++ * 2654435761U) >> 8) / (1U << 24);
+        readings->memory = readings->storage = load;
+        readings->power = readings->cpuCelsius = 100 * load;
+        readings->cores = { load, 1 - load, load / 2, 1 - load / 2 };
+        strip.redraw();
+    }
+}
+
 void yardstick(benchmark::State& state, double scale)
 {
     QImage image = fixture(subjects[0], scale);
@@ -107,10 +136,12 @@ int main(int argc, char** argv)
 {
     TestHome home;
     qputenv("QT_QPA_PLATFORM", "offscreen");
-    QGuiApplication application(argc, argv);
+    QApplication application(argc, argv);
     if (!DrawingFixture::prepare())
         std::fputs("the font Inter (package fonts-inter) is missing: figures are for another font\n", stderr);
     benchmark::Initialize(&argc, argv);
+    add("strip measured", 1, "", measure);
+    add("the agent's strip, new readings", 1, "", tick);
     for (const double scale : { 1.0, 2.0 }) {
         add("yardstick", scale, "", [=](benchmark::State& state) { yardstick(state, scale); });
         for (const Subject& subject : subjects)

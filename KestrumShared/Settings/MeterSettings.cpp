@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Settings/MeterSettings.h"
 
-#include "KestrumShared/Settings/Setting.h"
-
 namespace kestrum {
 
 namespace {
@@ -11,18 +9,6 @@ void appendMissing(QList<MonitorSection>& order, MonitorSection section)
 {
     if (!order.contains(section))
         order.append(section);
-}
-
-// Only a stored truth value counts; anything else under the key reads as "no".
-bool legacyShowsPercent()
-{
-    return SharedSettings::store().boolean(Keys::showMemoryPercent.name).value_or(false);
-}
-
-template <class Readout> Readout readout(const UnregisteredKey<Readout>& key)
-{
-    const auto stored = SettingCoding<Readout>::read(SharedSettings::store(), key.name);
-    return stored.value_or(legacyShowsPercent() ? Readout::usage : Readout::off);
 }
 
 } // namespace
@@ -39,9 +25,9 @@ QList<MonitorSection> MeterSettings::order(QStringView text)
     return result;
 }
 
-QList<MonitorSection> MeterSettings::storedOrder()
+QList<MonitorSection> MeterSettings::storedOrder(const SettingsSnapshot& settings)
 {
-    return order(SharedSettings::store().string(Keys::menuBarOrder.name).value_or(QString()));
+    return order(settings.string(Keys::menuBarOrder.name).value_or(QString()));
 }
 
 QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection>& visible,
@@ -65,58 +51,46 @@ QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection>& visible
 
 bool MeterSettings::setMenuBarOrder(const QList<MonitorSection>& visible)
 {
+    const SettingsSnapshot settings = SharedSettings::store().snapshot();
+    const auto isShownNow = [&settings](MonitorSection section) { return isShown(section, settings); };
     QStringList keys;
-    for (const MonitorSection section : merged(visible, storedOrder(), isShown))
+    for (const MonitorSection section : merged(visible, storedOrder(settings), isShownNow))
         keys.append(rawValue(section));
     return Setting(Keys::menuBarOrder).set(keys.join(QLatin1Char(',')));
 }
 
-const Key<bool>& MeterSettings::visibilityKey(MonitorSection section)
+bool MeterSettings::isShown(MonitorSection section, const SettingsSnapshot& settings)
 {
-    switch (section) {
-    case MonitorSection::cpu:
-        return Keys::showCPUItem;
-    case MonitorSection::memory:
-        return Keys::showMemoryItem;
-    case MonitorSection::storage:
-        return Keys::showStorageItem;
-    case MonitorSection::sensors:
-        break;
-    }
-    return Keys::showSensorsItem;
-}
-
-bool MeterSettings::isShown(MonitorSection section)
-{
-    return SharedSettings::store().boolean(visibilityKey(section).name).value_or(true);
+    return settings.boolean(visibilityKey(section).name).value_or(true);
 }
 
 MemoryReadout MeterSettings::memoryReadout()
 {
-    return readout(Keys::memoryReadout);
+    return readout(Keys::memoryReadout, SharedSettings::store().snapshot());
 }
 
 StorageReadout MeterSettings::storageReadout()
 {
-    return readout(Keys::storageReadout);
+    return readout(Keys::storageReadout, SharedSettings::store().snapshot());
 }
 
-MeterAccent MeterSettings::accent(const UnregisteredKey<MeterAccent>& key)
+MeterAccent MeterSettings::accent(const UnregisteredKey<MeterAccent>& key, const SettingsSnapshot& settings)
 {
-    return Setting(key, MeterAccent(MeterAccent::fallback)).value();
+    return SettingCoding<MeterAccent>::read(settings, key.name).value_or(MeterAccent::fallback);
 }
 
 QJsonObject MeterSettings::missingAccents()
 {
-    const UserDefaults& store = SharedSettings::store();
-    const auto read
-        = [&store](const Key<MeterAccent>& key) { return SettingCoding<MeterAccent>::read(store, key.name); };
+    const SettingsSnapshot settings = SharedSettings::store().snapshot();
+    const auto read = [&settings](const Key<MeterAccent>& key) {
+        return SettingCoding<MeterAccent>::read(settings, key.name);
+    };
     const MeterAccent base = read(Keys::accentChoice).value_or(MeterAccent::fallback);
     const MeterAccent fastCore = read(Keys::performanceCoreAccent).value_or(base);
 
     QJsonObject missing;
     const auto add = [&](const UnregisteredKey<MeterAccent>& key, const MeterAccent& accent) {
-        if (store.object(key.name).isUndefined())
+        if (settings.object(key.name).isUndefined())
             missing.insert(QLatin1StringView(key.name), accent.rawValue());
     };
     add(Keys::cpuAccent, base);

@@ -12,45 +12,39 @@
 
 namespace kestrum {
 
-/// The stored form of a type T: `stored` makes the JSON value; `read` gives the value of a key, or nothing when it is
-/// absent, of another type, or a text that is not understood.
+/// The stored form of a type T: `stored` makes the JSON value; `read` gives the value of a key of a store or of a snapshot, or
+/// nothing when it is absent, of another type, or a text that is not understood.
 template <class T> struct SettingCoding;
 
 template <> struct SettingCoding<bool> {
     static QJsonValue stored(bool value) { return value; }
-    static std::optional<bool> read(const UserDefaults& store, const char* key) { return store.boolean(key); }
+    static std::optional<bool> read(const auto& source, const char* key) { return source.boolean(key); }
 };
 
 template <> struct SettingCoding<double> {
     static QJsonValue stored(double value) { return value; }
-    static std::optional<double> read(const UserDefaults& store, const char* key)
-    {
-        return store.number(key);
-    }
+    static std::optional<double> read(const auto& source, const char* key) { return source.number(key); }
 };
 
 template <> struct SettingCoding<QString> {
     static QJsonValue stored(const QString& value) { return value; }
-    static std::optional<QString> read(const UserDefaults& store, const char* key)
-    {
-        return store.string(key);
-    }
+    static std::optional<QString> read(const auto& source, const char* key) { return source.string(key); }
 };
 
 template <> struct SettingCoding<MeterAccent> {
     static QJsonValue stored(const MeterAccent& value) { return value.rawValue(); }
-    static std::optional<MeterAccent> read(const UserDefaults& store, const char* key)
+    static std::optional<MeterAccent> read(const auto& source, const char* key)
     {
-        const auto text = store.string(key);
+        const auto text = source.string(key);
         return text ? MeterAccent::fromRawValue(*text) : std::nullopt;
     }
 };
 
 template <StoredEnumeration E> struct SettingCoding<E> {
     static QJsonValue stored(E value) { return rawValue(value); }
-    static std::optional<E> read(const UserDefaults& store, const char* key)
+    static std::optional<E> read(const auto& source, const char* key)
     {
-        const auto text = store.string(key);
+        const auto text = source.string(key);
         return text ? fromRawValue<E>(*text) : std::nullopt;
     }
 };
@@ -62,6 +56,12 @@ template <class T> T factoryDefault(const Key<T>& key)
         return QString::fromUtf8(key.factoryDefault);
     else
         return key.factoryDefault;
+}
+
+/// The value of a catalogued key in `settings`; a value that is not understood reads as its default.
+template <class T> T valueIn(const SettingsSnapshot& settings, const Key<T>& key)
+{
+    return SettingCoding<T>::read(settings, key.name).value_or(factoryDefault(key));
 }
 
 /// One setting of a store, by key. Small and freely copied; the store must outlive it.

@@ -26,17 +26,16 @@ QJsonObject LayeredSettings::inEffect() const
 
 QStringList LayeredSettings::setStored(const QJsonObject& values)
 {
-    const Table before = std::exchange(m_inEffect, {});
+    const SettingsSnapshot before = m_inEffect;
     m_stored = values;
     rebuild();
     QStringList changed;
-    for (const auto& [key, entry] : m_inEffect) {
-        const auto was = before.find(key);
-        if (was == before.end() || was->second.value != entry.value)
+    for (const auto& [key, entry] : m_inEffect.table()) {
+        if (before.object(key) != entry.value)
             changed.append(QString::fromStdString(key));
     }
-    for (const auto& [key, entry] : before) {
-        if (!m_inEffect.contains(key))
+    for (const auto& [key, entry] : before.table()) {
+        if (!m_inEffect.table().contains(key))
             changed.append(QString::fromStdString(key));
     }
     return changed;
@@ -56,15 +55,17 @@ void LayeredSettings::addRegistered(const QJsonObject& values)
 
 void LayeredSettings::rebuild()
 {
-    m_inEffect.clear();
+    SettingsSnapshot::Table table;
     for (const QJsonObject* layer : { &m_stored, &m_administered, &m_registered }) {
         for (auto member = layer->begin(); member != layer->end(); ++member) {
             const QJsonValue value = member.value();
             // Leaves the entry of a higher layer as it is.
-            m_inEffect.try_emplace(member.key().toStdString(),
-                Entry { value, value.type(), value.toBool(), value.toDouble(), value.toString() });
+            table.try_emplace(member.key().toStdString(),
+                SettingsSnapshot::Entry {
+                    value, value.type(), value.toBool(), value.toDouble(), value.toString() });
         }
     }
+    m_inEffect = SettingsSnapshot(std::move(table));
 }
 
 } // namespace kestrum

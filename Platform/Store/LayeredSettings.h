@@ -1,13 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Store/SettingsSnapshot.h"
+
 #include <QJsonObject>
-#include <QJsonValue>
-#include <QString>
 #include <QStringList>
-#include <string>
-#include <string_view>
-#include <unordered_map>
 
 namespace kestrum {
 
@@ -15,21 +12,8 @@ namespace kestrum {
 /// change of a layer rebuilds the table of effective values.
 class LayeredSettings {
 public:
-    /// An effective value, with its typed forms cached.
-    struct Entry {
-        QJsonValue value;
-        QJsonValue::Type type;
-        bool truth;
-        double number;
-        QString text;
-    };
-
-    /// The effective value of `key` (UTF-8); null if no layer has it. Valid until a layer changes.
-    const Entry* find(std::string_view key) const
-    {
-        const auto found = m_inEffect.find(key);
-        return found == m_inEffect.end() ? nullptr : &found->second;
-    }
+    /// The effective values now. The reference is valid until a layer changes, a copy for good.
+    const SettingsSnapshot& snapshot() const { return m_inEffect; }
 
     const QJsonObject& stored() const { return m_stored; }
     /// All keys of all layers, each with its effective value. Builds a new object.
@@ -42,19 +26,12 @@ public:
     void addRegistered(const QJsonObject& values);
 
 private:
-    struct Hash {
-        using is_transparent = void;
-        size_t operator()(std::string_view key) const { return std::hash<std::string_view>()(key); }
-    };
-
-    using Table = std::unordered_map<std::string, Entry, Hash, std::equal_to<>>;
-
     void rebuild();
 
     QJsonObject m_stored;
     QJsonObject m_administered;
     QJsonObject m_registered;
-    Table m_inEffect;
+    SettingsSnapshot m_inEffect;
 };
 
 } // namespace kestrum

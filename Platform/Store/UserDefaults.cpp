@@ -88,16 +88,6 @@ struct UserDefaults::Domain {
             check();
     }
 
-    /// `part` of the effective value if that is of `type`.
-    template <class T>
-    std::optional<T> read(std::string_view key, QJsonValue::Type type, T LayeredSettings::Entry::*part)
-    {
-        const std::scoped_lock lock(mutex);
-        refresh();
-        const auto* entry = values.find(key);
-        return entry && entry->type == type ? std::optional(entry->*part) : std::nullopt;
-    }
-
     void check();
     void adopt(const Result<SettingsFile::Content>& content);
     bool save(const SettingsFile::Changes& changes);
@@ -287,27 +277,39 @@ QString UserDefaults::filePath() const
     return m_domain->file.path();
 }
 
+SettingsSnapshot UserDefaults::snapshot() const
+{
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    return m_domain->values.snapshot();
+}
+
 QJsonValue UserDefaults::object(std::string_view key) const
 {
     const std::scoped_lock lock(m_domain->mutex);
     m_domain->refresh();
-    const auto* entry = m_domain->values.find(key);
-    return entry ? entry->value : QJsonValue(QJsonValue::Undefined);
+    return m_domain->values.snapshot().object(key);
 }
 
 std::optional<QString> UserDefaults::string(std::string_view key) const
 {
-    return m_domain->read(key, QJsonValue::String, &LayeredSettings::Entry::text);
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    return m_domain->values.snapshot().string(key);
 }
 
 std::optional<bool> UserDefaults::boolean(std::string_view key) const
 {
-    return m_domain->read(key, QJsonValue::Bool, &LayeredSettings::Entry::truth);
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    return m_domain->values.snapshot().boolean(key);
 }
 
 std::optional<double> UserDefaults::number(std::string_view key) const
 {
-    return m_domain->read(key, QJsonValue::Double, &LayeredSettings::Entry::number);
+    const std::scoped_lock lock(m_domain->mutex);
+    m_domain->refresh();
+    return m_domain->values.snapshot().number(key);
 }
 
 QJsonObject UserDefaults::dictionary() const

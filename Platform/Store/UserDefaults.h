@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Platform/Store/SettingsFile.h"
+#include "Platform/Store/SettingsSnapshot.h"
 
 #include <QJsonObject>
 #include <QJsonValue>
@@ -37,6 +38,8 @@ public:
     QString name() const;
     QString filePath() const;
 
+    /// All effective values at this moment, for reading several of them at the cost of one look-up.
+    SettingsSnapshot snapshot() const;
     /// The effective value; `QJsonValue::Undefined` if no layer has the key.
     QJsonValue object(std::string_view key) const;
     /// The effective value if it is a text, a truth value or a number; else nothing.

@@ -21,6 +21,7 @@ private Q_SLOTS:
     void standardDomainHasOneNameAndOneObject();
     void fileStandsInTheConfigurationDirectory();
     void typedReadsTellOtherTypesAsNothing();
+    void aSnapshotHoldsAllLayersAndNeverChanges();
     void equalValueIsNotWrittenAgain();
     void severalChangesMakeOneSave();
     void undefinedRemovesAndNullStays();
@@ -90,6 +91,21 @@ void UserDefaultsTest::typedReadsTellOtherTypesAsNothing()
     QCOMPARE(store->object("null"), QJsonValue(QJsonValue::Null));
     QCOMPARE(store->object("list"), QJsonValue(QJsonArray { 1 }));
     QCOMPARE(store->object("truth"), QJsonValue(true));
+}
+
+void UserDefaultsTest::aSnapshotHoldsAllLayersAndNeverChanges()
+{
+    const auto store = opened();
+    store->registerDefaults({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), true } });
+    QVERIFY(store->set("a", QStringLiteral("x")));
+    const SettingsSnapshot before = store->snapshot();
+    QVERIFY(opened()->set("a", QStringLiteral("y")));
+    QCOMPARE(store->snapshot().string("a"), QStringLiteral("y"));
+    QCOMPARE(before.string("a"), QStringLiteral("x"));
+    QCOMPARE(before.boolean("b"), true);
+    QVERIFY(!before.number("a"));
+    QVERIFY(before.object("c").isUndefined());
+    QVERIFY(SettingsSnapshot().object("a").isUndefined());
 }
 
 void UserDefaultsTest::equalValueIsNotWrittenAgain()

@@ -1,6 +1,6 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 
-#include "KestrumAgent/Panel/ItemText.h"
+#include "KestrumShared/Items/ItemText.h"
 #include "KestrumAgent/Panel/PanelStripAccessible.h"
 #include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Settings/MeterSettings.h"

@@ -1,7 +1,5 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Readings/Sampler.h"
-
-#include "KestrumShared/Settings/MeterSettings.h"
-#include "KestrumShared/Settings/Setting.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,11 +7,11 @@
 namespace kestrum {
 namespace {
 
-QList<MonitorSection> shownSections()
+QList<MonitorSection> shownSections(const SettingsSnapshot& settings)
 {
     QList<MonitorSection> shown;
     for (const auto& entry : allCases<MonitorSection>()) {
-        if (MeterSettings::isShown(entry.value))
+        if (MeterSettings::isShown(entry.value, settings))
             shown.append(entry.value);
     }
     return shown;
@@ -36,8 +34,9 @@ Sampler::Sampler(QObject* parent, const QString& root)
 
 void Sampler::adoptSettings()
 {
-    const WantedReadings wanted = WantedReadings::of(shownSections());
-    const auto interval = Sampler::interval(Setting(Keys::refreshInterval).value());
+    const Appearance appearance = Appearance::current();
+    const WantedReadings wanted = WantedReadings::of(shownSections(appearance.settings), appearance);
+    const auto interval = Sampler::interval(appearance.value(Keys::refreshInterval));
     const bool isAnother = wanted != std::exchange(m_wanted, wanted);
     const bool isOtherInterval = interval != std::exchange(m_interval, interval);
     if (wanted == WantedReadings()) {

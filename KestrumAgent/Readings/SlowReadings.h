@@ -1,6 +1,6 @@
 #pragma once
 
-#include "KestrumAgent/Readings/WantedReadings.h"
+#include "KestrumShared/Items/WantedReadings.h"
 #include "KestrumAgent/Readings/Worker.h"
 #include "Platform/Machine/Sensors.h"
 #include "Platform/Machine/StorageUse.h"

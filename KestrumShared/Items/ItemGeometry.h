@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <algorithm>
@@ -23,6 +24,7 @@ inline constexpr double tallMeterHeight = 20;
 /// Of the wave and the compact meter.
 inline constexpr double fixedMeterWidth = 46;
 inline constexpr double compactMeterHeight = 10;
+inline constexpr double compactMeterBottom = 6; // in the middle of the item
 inline constexpr double compactInset = 1.5;
 inline constexpr double waveInset = 2;
 

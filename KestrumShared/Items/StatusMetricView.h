@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KestrumShared/Items/Appearance.h"
 #include "KestrumShared/Items/MenuBarReadings.h"
-#include "KestrumShared/Vocabulary/MonitorSection.h"
 #include "Platform/Desktop/SystemAppearance.h"
 
 #include <QPainter>
@@ -13,10 +14,12 @@
 
 namespace kestrum {
 
-/// One menu-bar item: a label, for most sections a meter, and a text readout, 22 points high. What it looks
-/// like is read from the shared settings at every drawing and measuring. It is not a widget: item widths and
-/// positions are fractions of a point, and the agent draws the same item into images. It never takes part in
-/// hit testing: the strip that holds it handles the mouse. Main thread only.
+/// One menu-bar item, 22 points high: a label, for most sections a meter, and a text. Its section's facts stand in
+/// `SectionItem`. It is not a widget: widths and positions of items are fractions of a point, and the agent draws the same item
+/// into images. It never takes part in hit testing: the strip that holds it handles the mouse.
+///
+/// What depends on the settings takes them as they are now, unless it is given the appearance that a whole strip is drawn with.
+/// Main thread only.
 class StatusMetricView {
 public:
     static constexpr double height = 22;
@@ -31,17 +34,18 @@ public:
 
     /// Draws the item with its top left corner at `topLeft`; nothing when the readings are gone. `scale` is
     /// pixels a point, 0 when unknown.
-    void draw(QPainter& painter, const QPointF& topLeft, ColourScheme scheme, double scale) const;
+    void draw(QPainter& painter, const QPointF& topLeft, ColourScheme scheme, double scale,
+        const Appearance& appearance = Appearance::current()) const;
 
-    /// The item's width in points with the present settings.
-    static double itemWidth(MonitorSection section);
+    /// The item's width in points. It does not follow the readings.
+    static double itemWidth(MonitorSection section, const Appearance& appearance = Appearance::current());
     /// The symbol of the section's icon label, and its size in points; 13 × 13 where there is no drawing of
     /// it.
     static QString symbolName(MonitorSection section);
     static QSizeF iconSize(MonitorSection section);
     static QSizeF symbolSize(const QString& name);
     /// Room kept for the label, and the gap on each side of a meter, both in points.
-    static double labelWidth(MonitorSection section);
+    static double labelWidth(MonitorSection section, const Appearance& appearance = Appearance::current());
     static double meterSideGap(MonitorSection section);
     /// Room kept for the CPU readout, gap included.
     static double cpuReadoutWidth();
@@ -54,15 +58,28 @@ public:
     static std::optional<QString> bytesText(std::optional<quint64> bytes);
     static std::optional<QString> bytesText(std::optional<qint64> bytes);
 
-    /// A section's readout; nothing when it is off or its reading is absent.
-    static std::optional<QString> cpuReadoutText(const MenuBarReadings& readings);
-    static std::optional<QString> memoryReadoutText(const MenuBarReadings& readings);
-    static std::optional<QString> storageReadoutText(const MenuBarReadings& readings);
-    static std::optional<QString> sensorsReadoutText(const MenuBarReadings& readings);
-    static std::optional<QString> readoutText(MonitorSection section, const MenuBarReadings& readings);
+    /// As `bytesText` for a count that is given as a number.
+    static QString gibibytesText(double bytes);
 
-    /// The temperature in degrees Celsius that the sensors' readout is; nothing when it is something else, or absent.
-    static std::optional<double> sensorsTemperature(const MenuBarReadings& readings);
+    /// A section's readout; nothing when it is off or its reading is absent.
+    static std::optional<QString> cpuReadoutText(const MenuBarReadings& readings)
+    {
+        return readoutText(MonitorSection::cpu, readings);
+    }
+    static std::optional<QString> memoryReadoutText(const MenuBarReadings& readings)
+    {
+        return readoutText(MonitorSection::memory, readings);
+    }
+    static std::optional<QString> storageReadoutText(const MenuBarReadings& readings)
+    {
+        return readoutText(MonitorSection::storage, readings);
+    }
+    static std::optional<QString> sensorsReadoutText(const MenuBarReadings& readings)
+    {
+        return readoutText(MonitorSection::sensors, readings);
+    }
+    static std::optional<QString> readoutText(MonitorSection section, const MenuBarReadings& readings,
+        const Appearance& appearance = Appearance::current());
 
     /// The section's name as a screen reader says it, in the interface language.
     static QString description(MonitorSection section);

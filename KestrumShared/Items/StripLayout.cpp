@@ -1,7 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/StripLayout.h"
 
 #include "KestrumShared/Items/StatusMetricView.h"
-#include "KestrumShared/Settings/MeterSettings.h"
 
 #include <algorithm>
 
@@ -25,18 +25,18 @@ double StripLayout::Grid::width() const
     return std::max(m_next - spacing, 0.0);
 }
 
-StripLayout StripLayout::current()
+StripLayout StripLayout::current(const Appearance& appearance)
 {
-    return of(MeterSettings::storedOrder());
+    return of(MeterSettings::storedOrder(appearance.settings), appearance);
 }
 
-StripLayout StripLayout::of(const QList<MonitorSection>& order)
+StripLayout StripLayout::of(const QList<MonitorSection>& order, const Appearance& appearance)
 {
     StripLayout layout;
     Grid grid;
     for (const MonitorSection section : order) {
-        Item item { section, std::nullopt, StatusMetricView::itemWidth(section) };
-        if (MeterSettings::isShown(section))
+        Item item { section, std::nullopt, StatusMetricView::itemWidth(section, appearance) };
+        if (MeterSettings::isShown(section, appearance.settings))
             item.x = grid.place(item.width);
         layout.items.append(item);
     }

@@ -1,13 +1,14 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Vocabulary/MonitorSection.h"
+#include "KestrumShared/Items/Appearance.h"
 
 #include <QList>
 #include <optional>
 
 namespace kestrum {
 
-/// Where the items of the strip stand, in points from its left edge, with the present settings.
+/// Where the items of the strip stand, in points from its left edge.
 struct StripLayout {
     struct Item {
         MonitorSection section;
@@ -33,9 +34,10 @@ struct StripLayout {
     double width = 0;  ///< of the whole strip; 0 when nothing is shown
 
     /// In the stored order.
-    static StripLayout current();
-    /// The same for any order.
-    static StripLayout of(const QList<MonitorSection>& order);
+    static StripLayout current(const Appearance& appearance = Appearance::current());
+    /// In any other order.
+    static StripLayout of(
+        const QList<MonitorSection>& order, const Appearance& appearance = Appearance::current());
 };
 
 } // namespace kestrum

@@ -26,9 +26,9 @@ bool isOfDigitsOnly(double value, int fraction)
     return fraction <= 0 && value >= 0 && value < 1000 && value == std::trunc(value);
 }
 
-double shown(double celsius)
+double shown(double celsius, Units::TemperatureUnit unit)
 {
-    return Units::temperatureUnit() == Units::TemperatureUnit::fahrenheit ? celsius * 9 / 5 + 32 : celsius;
+    return unit == Units::TemperatureUnit::fahrenheit ? celsius * 9 / 5 + 32 : celsius;
 }
 
 } // namespace
@@ -40,7 +40,12 @@ Units::TemperatureChoice Units::temperatureChoice()
 
 Units::TemperatureUnit Units::temperatureUnit()
 {
-    switch (temperatureChoice()) {
+    return temperatureUnit(temperatureChoice());
+}
+
+Units::TemperatureUnit Units::temperatureUnit(TemperatureChoice choice)
+{
+    switch (choice) {
     case TemperatureChoice::celsius:
         return TemperatureUnit::celsius;
     case TemperatureChoice::fahrenheit:
@@ -54,19 +59,25 @@ Units::TemperatureUnit Units::temperatureUnit()
 
 QString Units::degrees(double celsius)
 {
+    return degrees(celsius, temperatureUnit());
+}
+
+QString Units::degrees(double celsius, TemperatureUnit unit)
+{
     // A whole number has no negative zero: -0.4 is "0°".
-    return QString::number(std::llround(shown(celsius))) + QChar(u'°');
+    return QString::number(std::llround(shown(celsius, unit))) + QChar(u'°');
 }
 
 QString Units::temperature(double celsius, int fraction)
 {
     static constexpr int maximumFraction = 20;
-    const bool isFahrenheit = temperatureUnit() == TemperatureUnit::fahrenheit;
+    const TemperatureUnit shownUnit = temperatureUnit();
+    const bool isFahrenheit = shownUnit == TemperatureUnit::fahrenheit;
     // ICU's tables of numbers and units take a tenth of the window's memory, and the first page has whole degrees only. Our
     // translations have the words for these; a test compares the two. Canada alone writes units in another way than other
     // regions of its languages.
     const QString region = GlobalDomain::numberRegion();
-    const double value = shown(celsius);
+    const double value = shown(celsius, shownUnit);
     if (isOfDigitsOnly(value, fraction) && region != QLatin1StringView("CA")) {
         const QString digits = ToolkitTexts::locale(AppLanguage::code()).toString(int(value));
         return isFahrenheit ? AppLanguage::string("%@°F", { digits })

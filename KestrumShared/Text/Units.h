@@ -17,10 +17,12 @@ TemperatureChoice temperatureChoice();
 
 /// The unit for display: the choice or, for `system`, the usual one in the user's region.
 TemperatureUnit temperatureUnit();
+TemperatureUnit temperatureUnit(TemperatureChoice choice);
 
 /// The compact text of the menu-bar items, such as "65°": the value in the shown unit, rounded with halves away
 /// from zero, without a unit letter. `celsius` must be finite, and small enough for a 64-bit integer.
 QString degrees(double celsius);
+QString degrees(double celsius, TemperatureUnit unit);
 
 /// The full text with unit symbol and exactly `fraction` decimals, such as "21.3°C".
 QString temperature(double celsius, int fraction);

@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/WantedReadings.h"
+#include "KestrumShared/Items/WantedReadings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/TestHome.h"

@@ -1,13 +1,12 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Vocabulary/MonitorSection.h"
+#include "KestrumShared/Items/Appearance.h"
 #include "Platform/Machine/Sensors.h"
-
-#include <QList>
 
 namespace kestrum {
 
-/// Which readings the shown items draw: one truth value a source.
+/// Which readings the shown items draw: one truth value for each source.
 struct WantedReadings {
     bool cpuLoad = false;
     bool cpuPower = false;
@@ -17,8 +16,9 @@ struct WantedReadings {
     bool systemPower = false;
     Sensors::Wanted sensors;
 
-    /// What items of `sections` need, with the readouts that are chosen now.
-    static WantedReadings of(const QList<MonitorSection>& sections);
+    /// What the items of `sections` draw with the readouts of `appearance`.
+    static WantedReadings of(
+        const QList<MonitorSection>& sections, const Appearance& appearance = Appearance::current());
 
     bool operator==(const WantedReadings&) const = default;
 };

@@ -11,13 +11,13 @@
 
 namespace kestrum {
 
-/// A directory with a fixed layout, "Name.app/Contents/{Info.plist,MacOS,Resources}", that holds a program and its resources. A value;
-/// copies share what was read. The names of the layout are fixed: agents of other copies and versions are found by their path, and
-/// "kestrumctl open" starts any bundle by them.
+/// A directory with a fixed layout, "Name.app/Contents/{Info.plist,MacOS,Resources}", that holds a program and its resources. A
+/// value; copies share what was read. The names of the layout are fixed: agents of other copies and versions are found by their
+/// path, and "kestrumctl open" starts any bundle by them.
 class Bundle {
 public:
-    /// The bundle of the running executable. For a program outside of any bundle it is empty: the executable's directory as path,
-    /// no information, no resources.
+    /// The bundle of the running executable. For a program outside of any bundle it is empty: the executable's directory as
+    /// path, no information, no resources.
     static const Bundle& main();
     /// Replaces `main`, for programs outside of a bundle that act on one.
     static void setMain(const Bundle& bundle);

@@ -12,8 +12,8 @@
 namespace kestrum {
 
 /// A property list in its classic text form: texts ("a", or a bare word), lists ( a, b ), dictionaries { a = b; }, and strings
-/// tables, which are dictionaries without braces. "Info.plist" and "Localizable.strings" have this form. Comments are /* … */ and
-/// // ….
+/// tables, which are dictionaries without braces. "Info.plist" and "Localizable.strings" have this form. Comments are /* … */
+/// and // ….
 class PropertyList {
 public:
     static constexpr qsizetype maximumBytes = 1024 * 1024;
@@ -23,8 +23,8 @@ public:
 
     enum class Type { text, list, dictionary };
 
-    /// Reads a file's whole content (UTF-8). Fails, with the line, if it is malformed, too large, nested too deep or has too long a
-    /// text.
+    /// Reads a file's whole content (UTF-8). Fails, with the line, if it is malformed, too large, nested too deep or has too
+    /// long a text.
     static Result<PropertyList> parsed(const QByteArray& content);
     static Result<PropertyList> fromFile(const QString& path);
 

@@ -13,8 +13,8 @@ namespace kestrum {
 /// given by descriptor, names have no slash.
 namespace AtomicFile {
 
-/// Replaces `name` by a file that holds `bytes`, and gives the new file's state. The file gets mode and group of `existing`, 0600
-/// without one. The new content survives a power cut only after `syncDirectory`.
+/// Replaces `name` by a file that holds `bytes`, and gives the new file's state. The file gets mode and group of `existing`,
+/// 0600 without one. The new content survives a power cut only after `syncDirectory`.
 Result<struct stat> replace(
     int directory, const QByteArray& name, QByteArrayView bytes, const struct stat* existing);
 

@@ -9,9 +9,10 @@
 
 namespace kestrum {
 
-/// Watches the entries of one directory until it is destroyed. All watches of a process share one inotify instance. The directory
-/// may be absent, removed, renamed or made again: its nearest existing ancestor is watched meanwhile. If the kernel has no
-/// instance or watch left, the directory is polled every 2 s, with one log line. Main thread only, with an application object.
+/// Watches the entries of one directory until it is destroyed. All watches of a process share one inotify instance. The
+/// directory may be absent, removed, renamed or made again: its nearest existing ancestor is watched meanwhile. If the kernel
+/// has no instance or watch left, the directory is polled every 2 s, with one log line. Main thread only, with an application
+/// object.
 class DirectoryWatch {
 public:
     enum class Interest {

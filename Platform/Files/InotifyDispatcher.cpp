@@ -100,8 +100,8 @@ QByteArrayList InotifyDispatcher::takePending(Subscription& subscription)
     return pending;
 }
 
-// Limited, because a flood of events must not take more than 5 % of a core. Measured on a busy machine with optimised code: 2 to 3 %
-// with the limit, 8 to 9 % without.
+// Limited, because a flood of events must not take more than 5 % of a core. Measured on a busy machine with optimised code: 2
+// to 3 % with the limit, 8 to 9 % without.
 void InotifyDispatcher::handleEvents()
 {
     const auto before = RateLimiter::processorTime();

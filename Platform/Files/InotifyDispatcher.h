@@ -37,8 +37,8 @@ struct DirectoryWatch::Subscription {
     QByteArrayList takeAll();
 };
 
-/// The process's one inotify instance: maps kernel watches to subscriptions and delivers events. Main thread only; lives until the
-/// process ends.
+/// The process's one inotify instance: maps kernel watches to subscriptions and delivers events. Main thread only; lives until
+/// the process ends.
 class InotifyDispatcher : public QObject {
 public:
     using Subscription = DirectoryWatch::Subscription;

@@ -11,8 +11,8 @@
 
 namespace kestrum {
 
-/// Notifies when processes end, at once by the kernel. If the kernel cannot, or has no descriptor left, processes are polled every
-/// 2 s, with one log line. Main thread only.
+/// Notifies when processes end, at once by the kernel. If the kernel cannot, or has no descriptor left, processes are polled
+/// every 2 s, with one log line. Main thread only.
 class ProcessEnds : public QObject {
     Q_OBJECT
 public:

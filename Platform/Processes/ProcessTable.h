@@ -16,13 +16,14 @@ public:
     /// `root` is where the process file system is mounted; tests pass their own trees.
     explicit ProcessTable(const QString& root = QStringLiteral("/proc"));
 
-    /// Calls `visit` for each process, in the kernel's order, with the path of its executable: up to 4096 bytes, valid during the
-    /// call. If the file was removed or replaced since the start, the path is the old one without the kernel's mark, even if the
-    /// old file has another hard link. Processes without a readable path (ended, kernel threads, other users') are skipped. An unreadable table is empty.
+    /// Calls `visit` for each process, in the kernel's order, with the path of its executable: up to 4096 bytes, valid during
+    /// the call. If the file was removed or replaced since the start, the path is the old one without the kernel's mark, even
+    /// if the old file has another hard link. Processes without a readable path (ended, kernel threads, other users') are
+    /// skipped. An unreadable table is empty.
     void forEach(const std::function<void(qint32 pid, QByteArrayView path)>& visit) const;
 
-    /// When the process started, in seconds since 1970, to 10 ms; nothing if it cannot be read. In a tree that is not the kernel's
-    /// own, relative to the boot time in its "stat", which has whole seconds.
+    /// When the process started, in seconds since 1970, to 10 ms; nothing if it cannot be read. In a tree that is not the
+    /// kernel's own, relative to the boot time in its "stat", which has whole seconds.
     std::optional<double> startTime(qint32 pid) const;
 
 private:

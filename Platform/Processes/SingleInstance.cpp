@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
-// The first process holds a kernel lock on "<name>.lock" and owns "<name>.socket" beside it, where it receives requests of further
-// starts. Both are in the private runtime directory and are opened by its checked descriptor, so nobody else can replace them. A
-// socket that a killed process left is removed by the next holder of the lock, and by nobody else.
+// The first process holds a kernel lock on "<name>.lock" and owns "<name>.socket" beside it, where it receives requests of
+// further starts. Both are in the private runtime directory and are opened by its checked descriptor, so nobody else can
+// replace them. A socket that a killed process left is removed by the next holder of the lock, and by nobody else.
 //
-// A process that is exiting still holds the lock but reads no requests. So a requester waits until the kernel says that its request
-// was taken out of the socket, and then checks whether socket and lock are still there: the socket's name is removed before the
-// socket and its unread requests. If they are gone, the request was lost, and the requester takes over the lock.
+// A process that is exiting still holds the lock but reads no requests. So a requester waits until the kernel says that its
+// request was taken out of the socket, and then checks whether socket and lock are still there: the socket's name is removed
+// before the socket and its unread requests. If they are gone, the request was lost, and the requester takes over the lock.
 //
 // If the runtime directory is cleared, other processes cannot see the lock any more. So the first process also holds an
-// `InstanceName`, which is in no directory. A process that gets the lock but not the name is not the first. Its attempt to take the
-// name is a knock, by which the first process learns that it must make lock and socket again.
+// `InstanceName`, which is in no directory. A process that gets the lock but not the name is not the first. Its attempt to take
+// the name is a knock, by which the first process learns that it must make lock and socket again.
 //
-// The lock is one of open files, like flock's, but it can be queried without being taken. So `isTaken` never makes a program that
-// starts at the same moment believe that it is the second.
+// The lock is one of open files, like flock's, but it can be queried without being taken. So `isTaken` never makes a program
+// that starts at the same moment believe that it is the second.
 
 #include "Platform/Processes/SingleInstance.h"
 

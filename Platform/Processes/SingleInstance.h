@@ -15,9 +15,9 @@
 
 namespace kestrum {
 
-/// Makes a program the only one of its name that the user runs. Processes meet in the private runtime directory; without one, every
-/// process is the first. The lock survives when the directory is cleared. The kernel releases it when the process ends, however it
-/// ends. May be made before the application object, so that a second start needs no display.
+/// Makes a program the only one of its name that the user runs. Processes meet in the private runtime directory; without one,
+/// every process is the first. The lock survives when the directory is cleared. The kernel releases it when the process ends,
+/// however it ends. May be made before the application object, so that a second start needs no display.
 class SingleInstance : public QObject {
     Q_OBJECT
 public:
@@ -43,8 +43,8 @@ public:
     void release();
 
 Q_SIGNALS:
-    /// Another start of the program asks this one to come forward. Emitted once for several requests at once, and rarely enough to
-    /// cost only a small share of a core. The token may be empty.
+    /// Another start of the program asks this one to come forward. Emitted once for several requests at once, and rarely enough
+    /// to cost only a small share of a core. The token may be empty.
     void raiseRequested(const QByteArray& activationToken);
 
 private:

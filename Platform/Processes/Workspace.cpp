@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 // How starts are noticed.
 //
-// The kernel notifies us when a program's file is opened, the first step of executing it. The process becomes the program a little
-// later. So the process table is polled then, and some more times soon after (`LaunchPoller`). A poll reads links of the table and
-// opens no program, so it causes no further poll. The directory is watched, not the file, so a replaced program is still watched.
+// The kernel notifies us when a program's file is opened, the first step of executing it. The process becomes the program a
+// little later. So the process table is polled then, and some more times soon after (`LaunchPoller`). A poll reads links of the
+// table and opens no program, so it causes no further poll. The directory is watched, not the file, so a replaced program is
+// still watched.
 
 #include "Platform/Processes/Workspace.h"
 
@@ -53,7 +54,8 @@ QList<qint32> processesOf(const QString& path)
     return pids;
 }
 
-// Our own variables and the configuration's. Without activation, the tokens that would let the program take the focus are left out.
+// Our own variables and the configuration's. Without activation, the tokens that would let the program take the focus are left
+// out.
 QByteArrayList environmentFor(const Workspace::OpenConfiguration& configuration)
 {
     QSet<QByteArray> replaced;

@@ -39,8 +39,9 @@ public:
     void openApplication(const QString& bundlePath, const OpenConfiguration& configuration,
         std::function<void(const Opened&)> completion);
 
-    /// From now on `runningApplicationsChanged` is emitted when the program of the bundle at `bundlePath` starts, and when any of
-    /// its processes ends, or any of `pids`. The bundle may be absent at first, or be replaced. A second call only adds `pids`.
+    /// From now on `runningApplicationsChanged` is emitted when the program of the bundle at `bundlePath` starts, and when any
+    /// of its processes ends, or any of `pids`. The bundle may be absent at first, or be replaced. A second call only adds
+    /// `pids`.
     void observe(const QString& bundlePath, const QList<qint32>& pids = {});
 
 Q_SIGNALS:

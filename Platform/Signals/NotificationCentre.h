@@ -9,8 +9,8 @@
 namespace kestrum {
 
 /// Named signals without content for all processes of the same user, the poster included. Several posts in quick succession may
-/// arrive as one: a delivery means "read again" and must not be counted. Only posts are delivered, whatever happens to the signals'
-/// directory. Without a private runtime directory, signals stay within the process, with one log line.
+/// arrive as one: a delivery means "read again" and must not be counted. Only posts are delivered, whatever happens to the
+/// signals' directory. Without a private runtime directory, signals stay within the process, with one log line.
 namespace NotificationCentre {
 
 using Token = qint32;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// If somebody truncates the file of a mapped page, the next access ends the process by SIGBUS. A check before each access would need
-// a system call, and would hold only for a moment. So the signal is handled: the file gets its page again, and the program repeats
-// the instruction. A SIGBUS for another reason has its usual effect.
+// If somebody truncates the file of a mapped page, the next access ends the process by SIGBUS. A check before each access would
+// need a system call, and would hold only for a moment. So the signal is handled: the file gets its page again, and the program
+// repeats the instruction. A SIGBUS for another reason has its usual effect.
 
 #include "Platform/Store/GenerationCounter.h"
 

@@ -9,9 +9,9 @@
 
 namespace kestrum {
 
-/// A number that all processes of a user share under a name, in a memory-mapped page of the runtime directory. A writer of shared
-/// data adds one after each change. A reader that sees the same number as before knows, without a system call, that nothing
-/// changed. If the page's file is truncated, the page is made again with a number that it never had.
+/// A number that all processes of a user share under a name, in a memory-mapped page of the runtime directory. A writer of
+/// shared data adds one after each change. A reader that sees the same number as before knows, without a system call, that
+/// nothing changed. If the page's file is truncated, the page is made again with a number that it never had.
 class GenerationCounter {
 public:
     /// Null if there is no runtime directory or the page cannot be mapped.

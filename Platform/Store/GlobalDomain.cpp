@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <initializer_list>
 
-// Locale names are "language[_REGION][.encoding][@modifier]", such as "sr_RS.UTF-8@latin". They come from the environment and may be
-// anything; invalid ones are skipped.
+// Locale names are "language[_REGION][.encoding][@modifier]", such as "sr_RS.UTF-8@latin". They come from the environment and
+// may be anything; invalid ones are skipped.
 
 namespace kestrum {
 namespace {

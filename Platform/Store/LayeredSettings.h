@@ -8,8 +8,8 @@
 
 namespace kestrum {
 
-/// Three layers of values, each hiding the ones below: stored, the administrator's, registered. A look-up takes some nanoseconds. A
-/// change of a layer rebuilds the table of effective values.
+/// Three layers of values, each hiding the ones below: stored, the administrator's, registered. A look-up takes some
+/// nanoseconds. A change of a layer rebuilds the table of effective values.
 class LayeredSettings {
 public:
     /// The effective values now. The reference is valid until a layer changes, a copy for good.

@@ -2,9 +2,9 @@
 // Why the kernel waits and we do not poll: a poller finds the lock free only by chance. Where a flush takes milliseconds, ten
 // pollers starve one another. The kernel keeps a queue and wakes the next writer at once.
 //
-// The kernel's wait has no limit. So if the lock is not free at once, a thread waits for it. After the limit we leave the thread
-// alone; it releases the lock as soon as it gets it. Other kinds of locks do not help: locks of processes end with any `close` of
-// the file, and a limit by a signal needs a handler for the whole process.
+// The kernel's wait has no limit. So if the lock is not free at once, a thread waits for it. After the limit we leave the
+// thread alone; it releases the lock as soon as it gets it. Other kinds of locks do not help: locks of processes end with any
+// `close` of the file, and a limit by a signal needs a handler for the whole process.
 
 #include "Platform/Store/SettingsLock.h"
 
@@ -30,8 +30,8 @@ using Clock = std::chrono::steady_clock;
 constexpr Clock::duration longestStandstill = 2s;
 constexpr Clock::duration longestWait = 10s;
 
-/// 0 if `path` still names the open file, ESTALE if not, else an `errno`. The directory may have been deleted and made again while
-/// we waited. Then nobody else can see the file that we have locked.
+/// 0 if `path` still names the open file, ESTALE if not, else an `errno`. The directory may have been deleted and made again
+/// while we waited. Then nobody else can see the file that we have locked.
 int checkName(const QByteArray& path, int descriptor)
 {
     struct stat held;

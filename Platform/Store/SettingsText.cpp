@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Qt's parser reads a sound text as a whole. In a damaged text, MemberScanner finds the begin and end of each top-level member, and
-// Qt's parser reads each one by itself. So the scanner needs to know only strings and brackets; the parser refuses its mistakes. It
-// never goes back, so its time is linear.
+// Qt's parser reads a sound text as a whole. In a damaged text, MemberScanner finds the begin and end of each top-level member,
+// and Qt's parser reads each one by itself. So the scanner needs to know only strings and brackets; the parser refuses its
+// mistakes. It never goes back, so its time is linear.
 
 #include "Platform/Store/SettingsText.h"
 

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// The text of a settings domain: one JSON object with a key per line, sorted, so that people can edit it and keep it under version
-/// control.
+/// The text of a settings domain: one JSON object with a key per line, sorted, so that people can edit it and keep it under
+/// version control.
 namespace SettingsText {
 
 constexpr qint64 maximumBytes = 1024 * 1024;
@@ -21,8 +21,8 @@ struct Parsed {
     QString damage;
 };
 
-/// Reads `text` (UTF-8). A blank text is an empty domain. From a damaged text, every whole top-level member is salvaged. The last
-/// value of a repeated key counts. A text that is too large gives no values.
+/// Reads `text` (UTF-8). A blank text is an empty domain. From a damaged text, every whole top-level member is salvaged. The
+/// last value of a repeated key counts. A text that is too large gives no values.
 Parsed parsed(const QByteArray& text);
 
 /// Writes `values`, indented, with a final line end. Reading the result gives the same values if they are `isStorable`.

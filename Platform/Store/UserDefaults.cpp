@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
 // Reads are answered from a snapshot in memory. It is checked against the file after
-//   - a change of the counter that all processes share. A writer advances it after replacing the file, so an unchanged counter means
-//     that no save has ended since our last check. Without a counter every read asks the file system.
-//   - a change in a watched directory, from the first observer of `changed` on. Only the watch notices edits by hand, because editors
-//     advance no counter.
-// A changed file is read again. Only changed values emit `changed`, so our own save does not emit it twice. One mutex guards everything
-// but the watches, which belong to the main thread. It is not held during a save. If another thread saves meanwhile, the next
-// check finds that, because each save stores the counter from before it began.
+//   - a change of the counter that all processes share. A writer advances it after replacing the file, so an unchanged counter
+//     means that no save has ended since our last check. Without a counter every read asks the file system.
+//   - a change in a watched directory, from the first observer of `changed` on. Only the watch notices edits by hand, because
+//     editors advance no counter.
+// A changed file is read again. Only changed values emit `changed`, so our own save does not emit it twice. One mutex guards
+// everything but the watches, which belong to the main thread. It is not held during a save. If another thread saves meanwhile,
+// the next check finds that, because each save stores the counter from before it began.
 
 #include "Platform/Store/UserDefaults.h"
 

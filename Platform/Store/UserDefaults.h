@@ -18,11 +18,11 @@ namespace kestrum {
 
 /// A named settings domain: one JSON file in "$XDG_CONFIG_HOME/kestrum", shared by all processes that open it.
 ///
-/// A key is looked up in the stored values, then in the administrator's ("$XDG_CONFIG_DIRS/kestrum", read when the domain is opened),
-/// then in the registered defaults of this process. Values are JSON values. Typed reads give nothing for an absent value and for
-/// one of another type; `object` distinguishes these. Reads see every save that any process has finished, and need no system call
-/// while nothing was saved. Writes are on disk when they return. Reads and writes: any thread. Registration, observation and
-/// signals: main thread.
+/// A key is looked up in the stored values, then in the administrator's ("$XDG_CONFIG_DIRS/kestrum", read when the domain is
+/// opened), then in the registered defaults of this process. Values are JSON values. Typed reads give nothing for an absent
+/// value and for one of another type; `object` distinguishes these. Reads see every save that any process has finished, and
+/// need no system call while nothing was saved. Writes are on disk when they return. Reads and writes: any thread.
+/// Registration, observation and signals: main thread.
 class UserDefaults : public QObject {
     Q_OBJECT
 public:
@@ -54,9 +54,9 @@ public:
     /// Adds `defaults` to the lowest layer. They are never saved.
     void registerDefaults(const QJsonObject& defaults);
 
-    /// Stores, removes, or does several of both in one save. An equal stored value is not written again and notifies nobody. False
-    /// if the save failed; `lastError` gives the reason. Then nothing changed, unless only the last step failed: the values are
-    /// effective but may not survive a power cut.
+    /// Stores, removes, or does several of both in one save. An equal stored value is not written again and notifies nobody.
+    /// False if the save failed; `lastError` gives the reason. Then nothing changed, unless only the last step failed: the
+    /// values are effective but may not survive a power cut.
     bool set(std::string_view key, const QJsonValue& value);
     bool remove(std::string_view key);
     bool apply(const QJsonObject& values, const QStringList& removedKeys);
@@ -75,9 +75,10 @@ public:
     void sweepLeftovers();
 
 Q_SIGNALS:
-    /// Stored values changed, by this process or another. `keys` are those whose effective value changed since the last emission, in
-    /// alphabetical order. A key that changed back is included. `keys` is empty if other layers hide or equal the changes. Emitted
-    /// from the event loop of the main thread, once for several writes in one turn. Observation begins with the first connection.
+    /// Stored values changed, by this process or another. `keys` are those whose effective value changed since the last
+    /// emission, in alphabetical order. A key that changed back is included. `keys` is empty if other layers hide or equal the
+    /// changes. Emitted from the event loop of the main thread, once for several writes in one turn. Observation begins with
+    /// the first connection.
     void changed(const QStringList& keys);
     /// A save failed; the first save after a failure succeeded. Emitted from the event loop.
     void saveFailed(const QString& reason);

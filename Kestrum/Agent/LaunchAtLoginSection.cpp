@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Agent/LaunchAtLoginSection.h"
 
 #include "Kestrum/Form/PushButton.h"
@@ -16,7 +17,7 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
 {
     setHeading(AppLanguage::string("Startup"));
     m_switch->setObjectName(QStringLiteral("launchAtLogin"));
-    // Its changes are often corrected a moment later.
+    // No animation: its state is often corrected a moment later.
     m_switch->setSlides(false);
     add(new Row(AppLanguage::string("Launch Kestrum at login"), m_switch));
 
@@ -27,10 +28,10 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
     m_status = new Row({});
     add(m_status);
 
-    // Not `clicked`, which assistive programs do not bring about.
+    // Not `clicked`: assistive programs do not trigger that.
     connect(m_switch, &Switch::toggled, this, [this](bool isOn) {
         m_manager.setEnabled(isOn);
-        // Also when nothing was done, because there is a block by now.
+        // Needed also when nothing was changed because a block has come up.
         showState();
     });
     connect(
@@ -46,10 +47,10 @@ void LaunchAtLoginSection::showState()
     m_switch->setEnabled(!block);
     m_switch->follow(m_manager.isOn());
     m_approval->setVisible(m_manager.needsApproval());
-    tell(block ? LoginItemManager::message(*block) : m_manager.lastError().value_or(QString()), !block);
+    setMessage(block ? LoginItemManager::message(*block) : m_manager.lastError().value_or(QString()), !block);
 }
 
-void LaunchAtLoginSection::tell(const QString& text, bool isError)
+void LaunchAtLoginSection::setMessage(const QString& text, bool isError)
 {
     const bool isNews = text != m_status->text() && !text.isEmpty();
     m_status->setText(text);
@@ -71,7 +72,7 @@ void LaunchAtLoginSection::showEvent(QShowEvent* event)
 
 bool LaunchAtLoginSection::event(QEvent* event)
 {
-    // For instance because the user comes back from the desktop's settings.
+    // The user may come back from the desktop's settings.
     if (event->type() == QEvent::WindowActivate) {
         showState();
         m_manager.refresh();

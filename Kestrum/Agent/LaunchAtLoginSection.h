@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Agent/LoginItemManager.h"
@@ -8,7 +9,8 @@ namespace kestrum {
 class Row;
 class Switch;
 
-/// The section "Startup": the switch for launch at login, why it cannot be used, and the way to the desktop's own settings.
+/// The section "Startup": the switch for launch at login, the reason when it cannot be used, and a button for the desktop's own
+/// settings.
 class LaunchAtLoginSection final : public Card {
     Q_OBJECT
 public:
@@ -20,7 +22,7 @@ protected:
 
 private:
     void showState();
-    void tell(const QString& text, bool isError);
+    void setMessage(const QString& text, bool isError);
 
     LoginItemManager m_manager;
     Switch* m_switch;

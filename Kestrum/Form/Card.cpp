@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/Card.h"
 
 #include "Kestrum/Form/AccessibleGroup.h"
@@ -12,7 +13,7 @@
 
 namespace kestrum {
 
-/// The ground of a card's contents and the hairlines between them.
+/// The background of a card's contents and the hairlines between them.
 class Card::Plate final : public QWidget {
 public:
     Plate(Ground ground, QWidget* parent)
@@ -70,7 +71,7 @@ Card::Card(Ground ground, QWidget* parent)
     layout->addWidget(m_heading);
     layout->addWidget(m_plate);
     layout->addWidget(m_footnote);
-    m_heading->lower(); // children are heard in their order: the heading before what it is about
+    m_heading->lower(); // screen readers read children in their order: the heading must come first
 }
 
 Card::Card(const char* heading, std::initializer_list<QWidget*> contents)
@@ -101,10 +102,10 @@ void Card::setFootnote(const QString& text)
 
 void Card::setHeader(WrappedLabel* header)
 {
-    m_header = header;
+    delete std::exchange(m_heading, header);
     header->setContentsMargins(0, 0, 0, Theme::headingGap);
     static_cast<QVBoxLayout*>(layout())->insertWidget(0, header);
-    header->lower(); // as the heading
+    header->lower(); // as in the constructor
     setAccessibleName(header->text());
     alignTexts();
 }
@@ -116,12 +117,10 @@ void Card::add(QWidget* content)
 
 void Card::alignTexts()
 {
-    // With the page, not each by its own letters: names such as "CPU" are the same in every language.
+    // By the direction of the page, not of each text: names such as "CPU" have Latin letters in every language.
     const Qt::Alignment side = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
-    for (WrappedLabel* label : { m_heading, m_header, m_footnote }) {
-        if (label)
-            label->setAlignment(side | Qt::AlignVCenter | Qt::AlignAbsolute);
-    }
+    for (WrappedLabel* label : { m_heading, m_footnote })
+        label->setAlignment(side | Qt::AlignVCenter | Qt::AlignAbsolute);
 }
 
 void Card::changeEvent(QEvent* event)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QList>
@@ -8,15 +9,15 @@ namespace kestrum {
 
 class WrappedLabel;
 
-/// One section of a page: contents one below the other on a rounded card, with hairlines between them, under
-/// an optional heading and above an optional footnote. The page places it and limits its width. To assistive programs it is a
-/// group with the heading's name.
+/// One section of a page: a rounded card with contents below each other and hairlines between them, an optional heading above
+/// and an optional footnote below. The page places it and limits its width. For assistive programs it is a group with the
+/// heading as its name.
 class Card : public QWidget {
     Q_OBJECT
 public:
     enum class Ground {
         filled,
-        none, ///< for a content that brings a plate of its own
+        none, ///< for a content that draws its own background
     };
 
     explicit Card(Ground ground = Ground::filled, QWidget* parent = nullptr);
@@ -24,10 +25,10 @@ public:
     Card(const char* heading, std::initializer_list<QWidget*> contents);
     explicit Card(std::initializer_list<QWidget*> contents);
 
-    /// Texts as they are shown; an empty one takes no room.
+    /// Texts as they are shown. An empty text takes no space.
     void setHeading(const QString& text);
     void setFootnote(const QString& text);
-    /// Another heading in place of a text, such as one with a symbol; the card owns it.
+    /// Replaces the heading by a label of another kind, such as one with a symbol; the card owns it.
     void setHeader(WrappedLabel* header);
 
     /// Puts `content` below what is there; the card owns it.
@@ -42,7 +43,6 @@ private:
 
     Plate* m_plate;
     WrappedLabel* m_heading;
-    WrappedLabel* m_header = nullptr;
     WrappedLabel* m_footnote;
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/Row.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -17,7 +18,7 @@ constexpr int gap = 12;      ///< between text and control
 constexpr int gapAbove = 6;  ///< of a control below its text
 constexpr int companionGap = 8;
 
-/// As large as the control likes to be, or, where that is too wide, what it makes of `room`.
+/// The control's preferred size, or where that is too wide its size at the width `room`.
 QSize fitted(const QWidget& control, int room)
 {
     QSize size = control.sizeHint();
@@ -31,7 +32,7 @@ QSize fitted(const QWidget& control, int room)
 
 } // namespace
 
-struct Row::Places {
+struct Row::Layout {
     QRect label;
     QRect control;
     QRect companion;
@@ -82,37 +83,37 @@ int Row::companionRoom() const
     return m_companion ? companionGap + m_companion->sizeHint().width() : 0;
 }
 
-Row::Places Row::places(int width) const
+Row::Layout Row::layoutFor(int width) const
 {
     const int room = width - 2 * Theme::rowInset;
     const QSize own = m_control ? fitted(*m_control, room - companionRoom()) : QSize(0, 0);
     const QSize control = own + QSize(companionRoom(), 0);
     const int beside = m_control ? room - control.width() - gap : room;
-    // The label without wrapping, or at least with room for its words and a third of the row.
+    // The label on one line, or at least a third of the row and the width of its longest word.
     const int wanted
         = std::min(m_label->sizeHint().width(), std::max(room / 3, m_label->minimumSizeHint().width()));
     const bool isBelow = m_control && beside < wanted;
     const int labelWidth = std::max(0, isBelow ? room : beside);
     const int labelHeight = m_label->heightForWidth(labelWidth);
 
-    Places places;
-    places.height = isBelow
+    Layout layout;
+    layout.height = isBelow
         ? 2 * leastRoom + labelHeight + gapAbove + control.height()
         : std::max({ leastHeight, labelHeight + 2 * leastRoom, control.height() + 2 * leastRoom - 4 });
-    const auto centred = [&places](int height) { return (places.height - height) / 2; };
-    places.label
+    const auto centred = [&layout](int height) { return (layout.height - height) / 2; };
+    layout.label
         = QRect(Theme::rowInset, isBelow ? leastRoom : centred(labelHeight), labelWidth, labelHeight);
     const int top = isBelow ? leastRoom + labelHeight + gapAbove : centred(control.height());
     int end = width - Theme::rowInset;
     if (m_companion && !m_companion->isHidden()) {
         const QSize size = m_companion->sizeHint();
-        places.companion
+        layout.companion
             = QRect(QPoint(end - size.width(), top + (control.height() - size.height()) / 2), size);
         end -= companionGap + size.width();
     }
     if (m_control)
-        places.control = QRect(QPoint(end - own.width(), top), own);
-    return places;
+        layout.control = QRect(QPoint(end - own.width(), top), own);
+    return layout;
 }
 
 QSize Row::sizeHint() const
@@ -130,7 +131,7 @@ QSize Row::minimumSizeHint() const
 
 int Row::heightForWidth(int width) const
 {
-    return places(width).height;
+    return layoutFor(width).height;
 }
 
 void Row::resizeEvent(QResizeEvent*)
@@ -140,12 +141,12 @@ void Row::resizeEvent(QResizeEvent*)
 
 void Row::layOut()
 {
-    const Places places = this->places(width());
-    m_label->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.label));
+    const Layout layout = layoutFor(width());
+    m_label->setGeometry(QStyle::visualRect(layoutDirection(), rect(), layout.label));
     if (m_control)
-        m_control->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.control));
+        m_control->setGeometry(QStyle::visualRect(layoutDirection(), rect(), layout.control));
     if (m_companion)
-        m_companion->setGeometry(QStyle::visualRect(layoutDirection(), rect(), places.companion));
+        m_companion->setGeometry(QStyle::visualRect(layoutDirection(), rect(), layout.companion));
 }
 
 void Row::changeEvent(QEvent* event)

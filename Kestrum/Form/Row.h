@@ -1,20 +1,21 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/WrappedLabel.h"
 
 namespace kestrum {
 
-/// A row of a card: a text at the leading edge and at the trailing edge the control that it names, if there is one. A long text
-/// wraps beside the control; where little room is left for it the control moves below.
+/// A row of a card: a text at the leading edge and, if there is one, the control that it names at the trailing edge. A long text
+/// wraps beside the control. Where that leaves too little width, the control is below the text.
 class Row : public QWidget {
     Q_OBJECT
 public:
-    /// The row owns `control`, whose accessible name becomes `text` unless it has one or shows a text of its own.
+    /// The row owns `control`. The accessible name of the control becomes `text`, unless it has one or is a button with a text.
     explicit Row(const QString& text, QWidget* control = nullptr, QWidget* parent = nullptr);
 
     enum class Ink { text, secondary, error };
 
-    /// Puts a second control behind the first; the row owns it. It may come and go: room for it is kept, so that the row never
+    /// Adds a second control behind the first; the row owns it. It may be hidden: its space stays reserved, so that the row never
     /// changes its height.
     void setCompanion(QWidget* companion);
 
@@ -33,10 +34,11 @@ protected:
     bool event(QEvent* event) override;
 
 private:
-    struct Places;
-    /// The width that is kept for the second control.
+    struct Layout;
+    /// The width reserved for the second control.
     int companionRoom() const;
-    Places places(int width) const;
+    /// For that width, as if texts were written from the left.
+    Layout layoutFor(int width) const;
     void layOut();
 
     WrappedLabel* m_label;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/SegmentedPicker.h"
 
 #include "Kestrum/Form/AccessibleGroup.h"
@@ -18,9 +19,9 @@ namespace {
 
 constexpr int segmentPadding = 14; ///< beside the text
 constexpr double plateRadius = 7;
-constexpr int chipInset = 2; ///< between the plate's edge and the segment that stands out of it
+constexpr int chipInset = 2; ///< between the plate's edge and the raised segment
 constexpr double chipRadius = 5;
-constexpr double chipRise = 1; ///< how much of its shade is seen below it
+constexpr double chipRise = 1; ///< visible height of the shade below it
 
 QFont plainFont()
 {
@@ -50,7 +51,7 @@ public:
     QSize sizeHint() const override { return m_size; }
     QSize minimumSizeHint() const override { return m_size; }
 
-    /// As large as the text in either weight, so that nothing moves when another is chosen.
+    /// Large enough for the text in both weights, so that nothing moves when another segment is chosen.
     void adoptFont()
     {
         const QSize plain = QFontMetrics(plainFont()).size(Qt::TextShowMnemonic, text());
@@ -70,7 +71,7 @@ protected:
         const QRectF chip = QRectF(rect()).adjusted(chipInset, chipInset, -chipInset, -chipInset);
         painter.setPen(Qt::NoPen);
         if (isChecked()) {
-            // The edge of a plate of the same form behind it, a little lower.
+            // A plate of the same form behind it, a little lower, of which only the edge is seen.
             painter.setBrush(Theme::colour(Colour::segmentShade));
             painter.drawRoundedRect(chip.adjusted(0, chipRise, 0, 0), chipRadius, chipRadius);
             painter.setBrush(Theme::colour(Colour::chosenSegment));
@@ -159,7 +160,7 @@ void SegmentedPicker::setIndex(int index)
         segment->setChecked(m_group->id(segment) == index);
     m_group->setExclusive(true);
     placeTabStop();
-    // The arrows go on from what is chosen.
+    // Arrow keys go on from the chosen segment.
     if (Segment* now = segment(index); now && isAncestorOf(window()->focusWidget()) && !now->hasFocus())
         now->setFocus(
             window()->testAttribute(Qt::WA_KeyboardFocusChange) ? Qt::TabFocusReason : Qt::OtherFocusReason);
@@ -178,16 +179,16 @@ void SegmentedPicker::step(Segment* from, int direction)
     if (!next)
         return;
     next->setChecked(true);
-    // What could not be chosen is not where the keyboard is.
+    // If the save failed, the old segment is chosen again and keeps the focus.
     if (Segment* now = segment(index()))
         now->setFocus(Qt::TabFocusReason);
 }
 
-QList<QRect> SegmentedPicker::places(int width) const
+QList<QRect> SegmentedPicker::layoutFor(int width) const
 {
-    QList<QRect> places;
+    QList<QRect> segments;
     QPoint next(0, 0);
-    // In one row they share what is left over.
+    // In one row they share the surplus width.
     int rest = std::max(0, width - ownWidth());
     int following = int(m_group->buttons().size());
     for (const QAbstractButton* segment : m_group->buttons()) {
@@ -198,10 +199,10 @@ QList<QRect> SegmentedPicker::places(int width) const
         if (next.x() > 0 && next.x() + size.width() > width)
             next = { 0, next.y() + size.height() };
         size.setWidth(std::min(size.width(), std::max(width, 0)));
-        places.append(QRect(next, size));
+        segments.append(QRect(next, size));
         next.rx() += size.width();
     }
-    return places;
+    return segments;
 }
 
 int SegmentedPicker::ownWidth() const
@@ -233,13 +234,13 @@ QSize SegmentedPicker::minimumSizeHint() const
 
 int SegmentedPicker::heightForWidth(int width) const
 {
-    const QList<QRect> all = places(width);
+    const QList<QRect> all = layoutFor(width);
     return all.isEmpty() ? Theme::controlHeight() : all.last().bottom() + 1;
 }
 
 void SegmentedPicker::layOut()
 {
-    const QList<QRect> all = places(width());
+    const QList<QRect> all = layoutFor(width());
     for (int i = 0; i < all.size(); ++i)
         segment(i)->setGeometry(QStyle::visualRect(layoutDirection(), rect(), all[i]));
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QWidget>
@@ -6,25 +7,25 @@ class QButtonGroup;
 
 namespace kestrum {
 
-/// A few choices side by side, one of them chosen or none. To assistive programs it is a group of radio buttons; the arrow keys
-/// choose, and the keyboard enters at the one chosen. As wide as its texts, or as the pickers that it shares a width with; where its
-/// texts are wider than there is room, it stands in rows.
+/// A few choices side by side, one of them chosen or none. For assistive programs it is a group of radio buttons. Arrow keys choose,
+/// and Tab enters at the chosen one. It is as wide as its texts, or as the pickers that share a width with it. Where its texts are
+/// too wide, the segments are in several rows.
 class SegmentedPicker final : public QWidget {
     Q_OBJECT
 public:
     explicit SegmentedPicker(QWidget* parent = nullptr);
 
-    /// Puts a choice at the trailing end; `title` is what people see.
+    /// Adds a choice at the trailing end; `title` as it is shown.
     void addSegment(const QString& title);
 
-    /// The position of the one chosen, −1 for none.
+    /// The position of the chosen segment, −1 for none.
     int index() const;
-    /// Shows another choice without telling; −1 or a position that does not exist shows none.
+    /// Shows another choice without emitting `chosen`. −1 or a position that does not exist shows none.
     void setIndex(int index);
 
-    /// What its own texts need.
+    /// The width that its own texts need.
     int ownWidth() const;
-    /// Makes it as wide as others where there is the room; a width below its own changes nothing.
+    /// Makes it as wide as other pickers where there is enough space. A width below its own changes nothing.
     void setSharedWidth(int width);
 
     QSize sizeHint() const override;
@@ -33,7 +34,7 @@ public:
     int heightForWidth(int width) const override;
 
 Q_SIGNALS:
-    /// The user chose the segment at `index`; not told for the one that is chosen already.
+    /// The user chose another segment, the one at `index`.
     void chosen(int index);
 
 protected:
@@ -45,12 +46,12 @@ private:
     class Segment;
 
     Segment* segment(int index) const;
-    /// Where the segments stand in a picker of that width, written from the left.
-    QList<QRect> places(int width) const;
+    /// The segments in a picker of that width, as if texts were written from the left.
+    QList<QRect> layoutFor(int width) const;
     void layOut();
-    /// Lets the keyboard come to one segment only.
+    /// Lets Tab reach one segment only.
     void placeTabStop();
-    /// Chooses the neighbour in reading order and takes the keyboard there.
+    /// Chooses the neighbour in reading order and moves the focus there.
     void step(Segment* from, int direction);
 
     QButtonGroup* m_group;

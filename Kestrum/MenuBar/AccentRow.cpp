@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/AccentRow.h"
 
 #include "Kestrum/Form/Binding.h"
@@ -22,7 +23,7 @@ constexpr auto pauseTime = 100ms;
 
 using Swatch = std::function<QImage(double scale)>;
 
-/// Draws the swatch when it is to be seen: of the many in a list that is rarely opened, one is, and sharp at every scale.
+/// Draws the swatch only when it is shown, because most of them are in a list that is rarely opened. Sharp at every scale.
 class SwatchEngine final : public QIconEngine {
 public:
     explicit SwatchEngine(Swatch swatch)
@@ -57,9 +58,15 @@ QIcon icon(const Swatch& swatch)
 } // namespace
 
 AccentRow::AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key)
-    : Row(title, new PopupPicker)
+    : AccentRow(title, subject, key, new PopupPicker)
+{
+}
+
+AccentRow::AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key,
+    PopupPicker* picker)
+    : Row(title, picker)
     , m_stored(key, MeterAccent::fallback)
-    , m_picker(findChild<PopupPicker*>())
+    , m_picker(picker)
     , m_well(new ColourWell)
 {
     m_picker->setObjectName(QLatin1StringView(key.name));
@@ -105,7 +112,7 @@ void AccentRow::showAccent()
                      : QIcon());
     }
     m_picker->setIndex(int(isCustom ? presets.size() : presets.indexOf(accent)));
-    // The focus must not be lost with the well.
+    // The well is about to be hidden: the focus must not be lost with it.
     if (!isCustom && window()->focusWidget() == m_well)
         m_picker->setFocus();
     m_well->setColour(accent.color());
@@ -114,7 +121,7 @@ void AccentRow::showAccent()
 
 void AccentRow::choose(int index)
 {
-    // "Custom" begins with the colour that is shown.
+    // "Custom" starts from the current colour.
     const auto& presets = MeterAccent::presets();
     store(index < presets.size() ? presets[index] : MeterAccent::custom(accent().color()));
 }
@@ -131,7 +138,7 @@ void AccentRow::store(const MeterAccent& accent)
     m_pause.stop();
     m_draft.reset();
     m_stored.set(accent);
-    showAccent(); // also what could not be saved
+    showAccent(); // the stored one, if the save failed
 }
 
 } // namespace kestrum

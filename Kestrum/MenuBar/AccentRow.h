@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/Row.h"
@@ -10,18 +11,20 @@ namespace kestrum {
 class ColourWell;
 class PopupPicker;
 
-/// One accent: a picker of the named colours and "Custom", and for a custom colour a well to choose it with. While somebody moves
-/// about in the well the colour is a draft, which is shown like a stored one; it is stored when it has stood still for a moment,
-/// or when the row goes.
+/// One accent: a picker of the named colours and "Custom", and a colour well while the colour is a custom one. While the user drags
+/// in the well, the colour is a draft, which is shown like a stored one. It is stored after a short pause, or when the row is
+/// destroyed.
 class AccentRow final : public Row {
     Q_OBJECT
 public:
-    /// `title` and `subject`, which is what has the colour, are as people see them. What is stored under `key` and is no accent
-    /// shows as `MeterAccent::fallback`.
+    /// `title` names the row, `subject` the thing that has the colour; both as they are shown. A stored value that is no accent
+    /// is shown as `MeterAccent::fallback`.
     AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key);
     ~AccentRow() override;
 
 private:
+    AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key,
+        PopupPicker* picker);
     MeterAccent accent() const;
     void showAccent();
     void choose(int index);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Popovers/ChoiceTile.h"
 
 #include "Kestrum/Form/FocusRing.h"
@@ -27,7 +28,7 @@ QFont titleFont(bool isSelected)
     return font;
 }
 
-/// What is to be drawn around a picture, within its edges.
+/// The pen of a picture's border, which lies within its edges.
 QPen border(bool isSelected)
 {
     if (isSelected)
@@ -47,7 +48,7 @@ ChoiceTile::ChoiceTile(const QString& title, Picture picture, QWidget* parent)
     setText(title);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
-    // The pointer over it is shown.
+    // Repaint when the pointer enters or leaves.
     setAttribute(Qt::WA_Hover);
 }
 
@@ -57,10 +58,10 @@ void ChoiceTile::setSelected(bool isSelected)
         return;
     m_isSelected = isSelected;
     update();
-    ChoiceTileAccessible::tellSelection(this);
+    ChoiceTileAccessible::notifySelection(this);
 }
 
-// As wide as the title of a tile that is selected, so that none moves when the choice does.
+// With room for the title of a selected tile, which is wider: no tile moves when the choice changes.
 QSize ChoiceTile::sizeHint() const
 {
     const QFontMetrics title(titleFont(true));
@@ -102,7 +103,7 @@ void ChoiceTile::keyPressEvent(QKeyEvent* event)
         click();
         return;
     }
-    // The arrow keys are the row's.
+    // The row handles the arrow keys.
     if (event->key() == Qt::Key_Space)
         QAbstractButton::keyPressEvent(event);
     else

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QAbstractButton>
@@ -5,12 +6,12 @@
 
 namespace kestrum {
 
-/// A choice that is shown by a picture, with its title below. A click anywhere in its rectangle, Space and Enter choose it:
-/// `clicked` tells, also when it is the one chosen. It does not select itself; whoever follows the choice does.
+/// A choice with a picture and a title below it. A click anywhere in its rectangle, Space and Enter emit `clicked`, also when it
+/// is selected already. It does not select itself: the owner does, when the value has changed.
 class ChoiceTile final : public QAbstractButton {
     Q_OBJECT
 public:
-    /// Draws the picture with its top left corner at a place of the painter; it is cut to its size.
+    /// Draws the picture with its top left corner at `topLeft`. The tile clips it to the size of pictures.
     using Picture = std::function<void(QPainter& painter, const QPointF& topLeft)>;
 
     /// `title` as people see it.

@@ -1,6 +1,7 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Popovers/ChoiceTileAccessible.h"
 
-#include "Kestrum/Popovers/ChoiceTileRow.h"
+#include "Kestrum/Popovers/ChoiceTile.h"
 
 namespace kestrum {
 
@@ -8,19 +9,15 @@ void ChoiceTileAccessible::install()
 {
     static const bool isInstalled = [] {
         QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
-            if (auto* tile = qobject_cast<ChoiceTile*>(object))
-                return new ChoiceTileAccessible(tile);
-            // The name that a plain widget has is that of nothing in particular.
-            if (auto* row = qobject_cast<ChoiceTileRow*>(object))
-                return new QAccessibleWidget(row, QAccessible::Grouping);
-            return nullptr;
+            auto* tile = qobject_cast<ChoiceTile*>(object);
+            return tile ? new ChoiceTileAccessible(tile) : nullptr;
         });
         return true;
     }();
     Q_UNUSED(isInstalled)
 }
 
-void ChoiceTileAccessible::tellSelection(ChoiceTile* tile)
+void ChoiceTileAccessible::notifySelection(ChoiceTile* tile)
 {
     QAccessible::State changed;
     changed.selected = true;
@@ -49,7 +46,7 @@ QAccessible::State ChoiceTileAccessible::state() const
     QAccessible::State state = QAccessibleWidget::state();
     state.selectable = true;
     state.selected = tile()->isSelected();
-    // Screen readers say of a button that it is on, but seldom that it is selected.
+    // Screen readers announce a checked button, but seldom a selected one.
     state.checkable = true;
     state.checked = tile()->isSelected();
     state.pressed = tile()->isDown();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QAccessibleWidget>
@@ -6,13 +7,13 @@ namespace kestrum {
 
 class ChoiceTile;
 
-/// A tile as assistive programs meet it: a button that can be pressed, and that is selected or not.
+/// A tile for assistive programs: a button that can be pressed and is selected or not.
 class ChoiceTileAccessible final : public QAccessibleWidget {
 public:
-    /// Makes this the interface of every tile, and each row of tiles a group; further calls change nothing.
+    /// Makes this the interface of every tile. Further calls change nothing.
     static void install();
-    /// Says that `tile` was selected, or is not any more.
-    static void tellSelection(ChoiceTile* tile);
+    /// Reports that the selection of `tile` has changed.
+    static void notifySelection(ChoiceTile* tile);
 
     explicit ChoiceTileAccessible(ChoiceTile* tile);
 

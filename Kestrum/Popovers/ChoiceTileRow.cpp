@@ -1,7 +1,8 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Popovers/ChoiceTileRow.h"
 
+#include "Kestrum/Form/AccessibleGroup.h"
 #include "Kestrum/Form/Theme.h"
-#include "Kestrum/Popovers/ChoiceTileAccessible.h"
 
 #include <QEvent>
 #include <QKeyEvent>
@@ -20,7 +21,7 @@ constexpr int lineGap = 12; ///< between lines of tiles
 
 } // namespace
 
-struct ChoiceTileRow::Places {
+struct ChoiceTileRow::Layout {
     QRect label;
     QList<QRect> tiles;
     int height;
@@ -30,7 +31,7 @@ ChoiceTileRow::ChoiceTileRow(const QString& text, QWidget* parent)
     : QWidget(parent)
     , m_label(new WrappedLabel(Theme::TextStyle::body, text, this))
 {
-    ChoiceTileAccessible::install();
+    groupForAssistance<ChoiceTileRow>();
     setAccessibleName(text);
     QSizePolicy policy(QSizePolicy::Preferred, QSizePolicy::Minimum);
     policy.setHeightForWidth(true);
@@ -83,27 +84,27 @@ bool ChoiceTileRow::fitsBeside(int width) const
     return wanted <= width && (!m_other || m_other->fitsBeside(width));
 }
 
-ChoiceTileRow::Places ChoiceTileRow::places(int width) const
+ChoiceTileRow::Layout ChoiceTileRow::layoutFor(int width) const
 {
-    Places places;
+    Layout layout;
     if (fitsBeside(width)) {
         int x = width - Theme::rowInset - tilesWidth();
         int lowest = 0;
         for (const ChoiceTile* tile : m_tiles) {
-            places.tiles.append(QRect(QPoint(x, room), tile->sizeHint()));
-            lowest = std::max(lowest, places.tiles.last().bottom() + 1);
+            layout.tiles.append(QRect(QPoint(x, room), tile->sizeHint()));
+            lowest = std::max(lowest, layout.tiles.last().bottom() + 1);
             x += tile->sizeHint().width() + tileGap;
         }
-        places.height = lowest + room;
-        places.label = QRect(QPoint(Theme::rowInset, room), m_label->sizeHint());
-        places.label.moveTop((places.height - places.label.height()) / 2);
-        return places;
+        layout.height = lowest + room;
+        layout.label = QRect(QPoint(Theme::rowInset, room), m_label->sizeHint());
+        layout.label.moveTop((layout.height - layout.label.height()) / 2);
+        return layout;
     }
 
     const int labelWidth = std::max(0, width - 2 * Theme::rowInset);
-    places.label = QRect(Theme::rowInset, room, labelWidth, m_label->heightForWidth(labelWidth));
+    layout.label = QRect(Theme::rowInset, room, labelWidth, m_label->heightForWidth(labelWidth));
     int x = Theme::rowInset;
-    int top = places.label.bottom() + 1 + labelGapBelow;
+    int top = layout.label.bottom() + 1 + labelGapBelow;
     int lowest = top;
     for (const ChoiceTile* tile : m_tiles) {
         const QSize size = tile->sizeHint();
@@ -111,12 +112,12 @@ ChoiceTileRow::Places ChoiceTileRow::places(int width) const
             x = Theme::rowInset;
             top = lowest + lineGap;
         }
-        places.tiles.append(QRect(QPoint(x, top), size));
+        layout.tiles.append(QRect(QPoint(x, top), size));
         lowest = std::max(lowest, top + size.height());
         x += size.width() + tileGap;
     }
-    places.height = lowest + room;
-    return places;
+    layout.height = lowest + room;
+    return layout;
 }
 
 QSize ChoiceTileRow::sizeHint() const
@@ -133,7 +134,7 @@ QSize ChoiceTileRow::minimumSizeHint() const
 
 int ChoiceTileRow::heightForWidth(int width) const
 {
-    return places(width).height;
+    return layoutFor(width).height;
 }
 
 void ChoiceTileRow::resizeEvent(QResizeEvent*)
@@ -150,13 +151,13 @@ void ChoiceTileRow::changeEvent(QEvent* event)
 
 void ChoiceTileRow::layOut()
 {
-    const Places places = this->places(width());
+    const Layout layout = layoutFor(width());
     const auto place = [this](QWidget* widget, const QRect& rect) {
         widget->setGeometry(QStyle::visualRect(layoutDirection(), this->rect(), rect));
     };
-    place(m_label, places.label);
+    place(m_label, layout.label);
     for (int i = 0; i < m_tiles.size(); ++i)
-        place(m_tiles[i], places.tiles[i]);
+        place(m_tiles[i], layout.tiles[i]);
 }
 
 void ChoiceTileRow::keyPressEvent(QKeyEvent* event)

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/WrappedLabel.h"
@@ -8,8 +9,8 @@
 
 namespace kestrum {
 
-/// A row of a card whose choices are tiles: a text at the leading edge and the tiles at the trailing one. Where both do not fit the
-/// tiles stand below the text, in as many lines as they need. To assistive programs it is a group named by the text.
+/// A row of a card whose choices are tiles: a text at the leading edge and the tiles at the trailing one. Where both do not fit,
+/// the tiles are below the text, in as many lines as they need. For assistive programs it is a group with the text as its name.
 class ChoiceTileRow final : public QWidget {
     Q_OBJECT
 public:
@@ -20,12 +21,12 @@ public:
     void addTile(const QString& title, ChoiceTile::Picture picture);
     const QList<ChoiceTile*>& tiles() const { return m_tiles; }
 
-    /// Puts the tiles below the text wherever `other`, which outlives the row, has to do so too.
+    /// Puts the tiles below the text also where only `other` lacks the width. `other` outlives the row.
     void alignWith(const ChoiceTileRow& other) { m_other = &other; }
 
-    /// The position of the tile selected, −1 for none.
+    /// The position of the selected tile, −1 for none.
     int index() const;
-    /// Selects another one without telling; −1 or a position that does not exist selects none.
+    /// Selects another tile without emitting `chosen`. −1 or a position that does not exist selects none.
     void setIndex(int index);
 
     QSize sizeHint() const override;
@@ -34,7 +35,7 @@ public:
     int heightForWidth(int width) const override;
 
 Q_SIGNALS:
-    /// The user chose the tile at `index`; also told for the one that is selected.
+    /// The user chose the tile at `index`, which may be selected already.
     void chosen(int index);
 
 protected:
@@ -43,8 +44,9 @@ protected:
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
-    struct Places;
-    Places places(int width) const;
+    struct Layout;
+    /// For that width, as if texts were written from the left.
+    Layout layoutFor(int width) const;
     bool fitsBeside(int width) const;
     int tilesWidth() const;
     int widestTile() const;

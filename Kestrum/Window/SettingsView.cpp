@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Window/SettingsView.h"
 
 #include "Kestrum/Agent/AgentRow.h"
@@ -29,19 +30,20 @@ constexpr int minimumSidebarWidth = 204;
 constexpr int maximumSidebarWidth = 320;
 constexpr QSize minimumWindow { 640, 480 };
 
-/// All that can have the keyboard in `content`, but for windows of its own. The order is the same in every language.
-QWidgetList keyboardPlaces(const QWidget& content)
+/// All widgets of `content` that can have the focus, without those in windows of their own. Their order is the same in every
+/// language.
+QWidgetList focusTargets(const QWidget& content)
 {
-    QWidgetList places;
+    QWidgetList targets;
     for (QWidget* part : content.findChildren<QWidget*>()) {
         if (part->focusPolicy() != Qt::NoFocus && part->window() == content.window())
-            places.append(part);
+            targets.append(part);
     }
-    return places;
+    return targets;
 }
 
-/// The line between the pages and the sidebar's foot. An offer brings a line of its own, and the two would look like a thick
-/// one: it makes room for that.
+/// The line between the pages and the sidebar's foot. An offer has its own line, and two lines would look like a thick one: this
+/// one takes no space while there is an offer.
 class SidebarDivider final : public QWidget {
 public:
     explicit SidebarDivider(UpdateOfferRow* offer)
@@ -63,7 +65,7 @@ private:
     }
 };
 
-/// The window's first column and its ground: the pages, and at its foot what concerns the agent.
+/// The window's first column and its background: the list of pages, and the agent's rows at the foot.
 class SidebarColumn final : public QWidget {
 public:
     SidebarColumn(Sidebar* sidebar, AgentController& agent)
@@ -93,7 +95,7 @@ private:
 
 struct SettingsView::Whereabouts {
     QList<int> columns { minimumSidebarWidth, minimumWindow.width() };
-    qsizetype focus = -1; ///< among the places of the keyboard
+    qsizetype focus = -1; ///< index among `focusTargets`
     int scrolled = 0;
 };
 
@@ -110,25 +112,20 @@ SettingsView::SettingsView(QWidget* parent)
     rebuild();
 
     UserDefaults& store = SharedSettings::store();
-    const auto tell = [this] { m_notice->look(); };
-    connect(&store, &UserDefaults::saveFailed, this, tell);
-    connect(&store, &UserDefaults::saveSucceeded, this, tell);
-    // A file that could not be read may have been mended.
-    connect(&store, &UserDefaults::changed, this, tell);
+    const auto showNotice = [this] { m_notice->look(); };
+    connect(&store, &UserDefaults::saveFailed, this, showNotice);
+    connect(&store, &UserDefaults::saveSucceeded, this, showNotice);
+    // A file that could not be read may be readable now.
+    connect(&store, &UserDefaults::changed, this, showNotice);
     Setting { Keys::language }.observe(this, [this](const QString&) { rebuild(); });
     Setting { Keys::settingsPane }.observe(this, [this](const QString&) { showPage(storedPage()); });
 
     int number = 0;
     for (const auto& entry : allCases<SettingsPage>())
-        addShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + number++)),
-            [this, page = entry.value] { selectPage(page); });
-    addShortcut(QKeySequence(Qt::CTRL | Qt::Key_W), [this] { close(); });
-    addShortcut(QKeySequence(Qt::CTRL | Qt::Key_Q), [] { QApplication::closeAllWindows(); });
-}
-
-void SettingsView::addShortcut(const QKeySequence& keys, const std::function<void()>& action)
-{
-    connect(new QShortcut(keys, this), &QShortcut::activated, this, action);
+        new QShortcut(
+            Qt::CTRL | Qt::Key(Qt::Key_1 + number++), this, [this, page = entry.value] { selectPage(page); });
+    new QShortcut(Qt::CTRL | Qt::Key_W, this, [this] { close(); });
+    new QShortcut(Qt::CTRL | Qt::Key_Q, this, [] { QApplication::closeAllWindows(); });
 }
 
 SettingsPage SettingsView::storedPage()
@@ -155,13 +152,13 @@ void SettingsView::showPage(SettingsPage page)
         return;
     m_shownPage = page;
     m_sidebar->setPage(page);
-    // The keyboard must not be lost with the control that had it.
+    // The focus must not be lost with the control that has it.
     if (m_pageWidget && m_pageWidget->isAncestorOf(focusWidget()))
         m_sidebar->setFocus();
     delete m_pageWidget;
     m_pageWidget = enumerationCase(page).make();
     m_pageColumn->addWidget(m_pageWidget, 1);
-    // Now; the layout would wait for the event loop, and a frame without a page could come before.
+    // At once: the layout waits for the event loop, and a frame without a page could be painted first.
     m_pageWidget->show();
 }
 
@@ -192,7 +189,7 @@ void SettingsView::rebuild()
     m_pageColumn->addWidget(m_notice);
     m_split->addWidget(new SidebarColumn(m_sidebar, m_agent));
     m_split->addWidget(page);
-    m_split->widget(0)->lower(); // children are heard in their order, which the splitter turns round
+    m_split->widget(0)->lower(); // screen readers read children in their order, which the splitter reverses
     m_split->setStretchFactor(1, 1);
     m_split->setSizes(place.columns);
     layout()->addWidget(m_split);
@@ -209,20 +206,20 @@ SettingsView::Whereabouts SettingsView::whereabouts() const
     if (!m_split)
         return place;
     place.columns = m_split->sizes();
-    place.focus = keyboardPlaces(*m_split).indexOf(focusWidget());
+    place.focus = focusTargets(*m_split).indexOf(focusWidget());
     place.scrolled = m_pageWidget->verticalScrollBar()->value();
     return place;
 }
 
 void SettingsView::returnTo(const Whereabouts& place)
 {
-    // Now, or how far the page can be scrolled would not be known before the next frame.
+    // At once: otherwise the scroll range is unknown until the next frame.
     if (isVisible()) {
         m_split->show();
         layout()->activate();
     }
     if (place.focus >= 0 || !focusWidget()) {
-        QWidget* focused = keyboardPlaces(*m_split).value(place.focus, m_sidebar);
+        QWidget* focused = focusTargets(*m_split).value(place.focus, m_sidebar);
         focused->setFocus(
             testAttribute(Qt::WA_KeyboardFocusChange) ? Qt::TabFocusReason : Qt::OtherFocusReason);
     }

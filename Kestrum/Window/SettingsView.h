@@ -1,10 +1,10 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Agent/AgentController.h"
 #include "Kestrum/Window/SettingsPage.h"
 
 #include <QWidget>
-#include <functional>
 
 class QVBoxLayout;
 
@@ -14,10 +14,9 @@ class SaveNotice;
 class Sidebar;
 class SplitView;
 
-/// The settings window's content: the sidebar of pages and beside it the page selected. The page is
-/// remembered in the shared settings and followed there, so the window opens where it was left. When the
-/// interface language is chosen anew, or the desktop's font is another one, all content is built again, on the same page, scrolled as
-/// it was and with the keyboard at the same control.
+/// The settings window's content: the sidebar and beside it the selected page. The page is stored in the shared settings, so the
+/// window opens on the last page, and follows changes there. When the interface language or the desktop's font changes, the
+/// content is rebuilt: page, scroll position and focus stay.
 class SettingsView final : public QWidget {
     Q_OBJECT
 public:
@@ -32,9 +31,9 @@ public:
     /// Shows `page` until another one is stored.
     void showPage(SettingsPage page);
 
-    /// The page shown, owned by this view; it goes when another page is selected.
+    /// The shown page, owned by this view; deleted when another page is selected.
     FormPage* pageWidget() const { return m_pageWidget; }
-    /// As high as the window has to be to show the whole of the page, at its present width.
+    /// The window height that shows the whole page at its present width.
     int pageHeight() const;
 
 protected:
@@ -42,21 +41,20 @@ protected:
 
 private:
     void rebuild();
-    /// Where people are in the content: what rebuilding it is not to change.
+    /// The state of the content that survives a rebuild.
     struct Whereabouts;
     Whereabouts whereabouts() const;
     void returnTo(const Whereabouts& place);
     void adoptFont();
     void adoptScheme();
-    void addShortcut(const QKeySequence& keys, const std::function<void()>& action);
 
-    AgentController m_agent { this }; ///< the same whenever the content is built again
+    AgentController m_agent { this }; ///< stays when the content is rebuilt
     SplitView* m_split = nullptr;
     Sidebar* m_sidebar = nullptr;
     SaveNotice* m_notice = nullptr;
     QVBoxLayout* m_pageColumn = nullptr;
     FormPage* m_pageWidget = nullptr;
-    QFont m_font;                ///< that the content was built with
+    QFont m_font;                ///< the content was built with it
     SettingsPage m_shownPage {}; ///< of `m_pageWidget`, while there is one
 };
 

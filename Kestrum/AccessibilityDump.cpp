@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/AccessibilityDump.h"
 
 #include <QAccessible>

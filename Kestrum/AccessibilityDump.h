@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QString>
@@ -6,11 +7,12 @@ class QAccessibleInterface;
 
 namespace kestrum {
 
-/// What the window tells assistive programs, as a text to be looked at.
+/// The window's accessibility tree as a text.
 namespace AccessibilityDump {
 
-/// A line for `from` and each thing shown below it, indented by how deep it stands: its role, its name, its value or description,
-/// and its states. What only holds others together and has no name is left out, its contents are not.
+/// A line for `from` and each visible interface below it, indented by depth: role, name, value or description, and states. Those
+/// that have no name and cannot get the focus are left out, but not their children. The tree is that of this process; how it is
+/// seen through the accessibility bus is not shown here.
 QString text(QAccessibleInterface& from);
 
 } // namespace AccessibilityDump

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/KestrumApp.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -17,8 +18,8 @@ namespace {
 
 constexpr QSize defaultSize { 640, 520 };
 
-/// The application as assistive programs list it: by its name. The toolkit would give them the identifier that windows and files of
-/// the application go by.
+/// The application for assistive programs, with its display name. Qt would give them the identifier that also names our windows
+/// and files.
 class AccessibleApplication final : public QAccessibleApplication {
 public:
     static void install()
@@ -49,8 +50,7 @@ KestrumApp::KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run)
     setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     setDesktopFileName(applicationIdentifier);
     ToolkitTexts::install();
-    // Qt's own style, which paints from the palette alone: desktops' styles bring grounds and borders of
-    // their own.
+    // Qt's own style paints from the palette only. Styles of desktops have their own backgrounds and borders.
     setStyle(QStringLiteral("fusion"));
 }
 
@@ -81,10 +81,10 @@ bool KestrumApp::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == m_window.get() && event->type() == QEvent::Paint) {
         m_window->removeEventFilter(this);
-        // The frame goes out when this event has been dealt with.
+        // The frame is shown after this event has been handled.
         QTimer::singleShot(0, this, [this] {
             m_delegate.windowWasShown();
-            // What the toolkit has not used itself for its first window.
+            // Qt has not used the token for its first window.
             if (const QByteArray token = std::exchange(m_activationToken, {}); !token.isEmpty())
                 SettingsAppDelegate::bringForward(token);
             Q_EMIT windowShown();

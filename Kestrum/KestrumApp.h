@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/SettingsAppDelegate.h"
@@ -32,7 +33,7 @@ private:
 
     SettingsAppDelegate m_delegate;
     std::unique_ptr<SettingsView> m_window;
-    QByteArray m_activationToken; ///< what the program was started with
+    QByteArray m_activationToken; ///< given to the program at its start
     bool m_isInBackground;
 };
 

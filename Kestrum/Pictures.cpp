@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Pictures.h"
 
 #include "Kestrum/AccessibilityDump.h"
@@ -50,12 +51,12 @@ bool Pictures::save(SettingsView& window, const QString& directory)
     folder.mkpath(QStringLiteral("."));
     const SettingsPage shown = window.page();
     const QSize size = window.size();
-    // As people see it, whether or not there is a window manager to give it the focus.
+    // Looks active, also without a window manager that gives it the focus.
     QApplication::setActiveWindow(&window);
     bool isSaved = true;
     for (const auto& page : allCases<SettingsPage>()) {
         window.showPage(page.value);
-        // Nothing that would have to be scrolled to.
+        // The whole page without scrolling.
         window.resize(size.width(), std::max(size.height(), window.pageHeight()));
         const QString tree = QLatin1StringView(page.rawValue) + QStringLiteral(".tree.txt");
         isSaved &= saveTree(window, folder.filePath(tree));

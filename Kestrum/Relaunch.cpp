@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Relaunch.h"
 
 #include "Platform/Bundle/Bundle.h"
@@ -14,7 +15,7 @@ namespace kestrum {
 
 namespace {
 
-/// Closing the last window makes the application inactive too, and is its end.
+/// Closing the last window makes the application inactive too, but must not relaunch it.
 bool isAnyWindowOpen()
 {
     const QWindowList windows = QGuiApplication::topLevelWindows();
@@ -28,8 +29,8 @@ Relaunch::Actions Relaunch::Actions::real()
 {
     return {
         [](const QString& command) {
-            // Nobody waits for it: it ends after us. Without it the application stays closed, and is there again when somebody
-            // opens it: nothing that anybody could do better after reading of it.
+            // Not awaited: it ends after us. A failure is not reported: the application then stays closed until the user opens
+            // it, and a message would not help.
             (void)ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) });
         },
         [] { QCoreApplication::quit(); },
@@ -51,8 +52,7 @@ QString Relaunch::command(qint64 pid, const QString& bundlePath)
 
 bool Relaunch::canCarry(const QString& bundlePath)
 {
-    // What a shell still reads between double quotes, a line end, which would make two lines of one, and what stands for bytes
-    // that are no text.
+    // Characters with a meaning between double quotes, the line end, and the replacement for bytes that are not UTF-8.
     static const QString unsafe = QStringLiteral("\"$`\\\n") + QChar(QChar::ReplacementCharacter);
     return std::none_of(
         bundlePath.begin(), bundlePath.end(), [](QChar character) { return unsafe.contains(character); });
@@ -61,7 +61,7 @@ bool Relaunch::canCarry(const QString& bundlePath)
 void Relaunch::whenInactive()
 {
     if (const QString path = Bundle::main().path(); !canCarry(path)) {
-        // Ending without being able to come back would serve nobody, and the window itself shows the new language already.
+        // Better no relaunch than an application that stays closed. The window shows the new language already.
         Log::warnOnce("application",
             QStringLiteral(
                 "%1 is not started anew in the new language: a shell would read more than a path in that")
@@ -86,7 +86,7 @@ void Relaunch::stateChanged(Qt::ApplicationState state)
 
 void Relaunch::relaunch()
 {
-    // Quitting takes a while, in which the settings and the focus may change again.
+    // While the application quits, the settings and the focus may change again.
     if (std::exchange(m_isDone, true))
         return;
     m_actions.startShell(command(QCoreApplication::applicationPid(), Bundle::main().path()));

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
@@ -6,14 +7,14 @@
 
 namespace kestrum {
 
-/// Ends the application and has it started anew, once nobody works in it: a window that is built cannot change the toolkit's
-/// language. Never more than once a process.
+/// Restarts the application once it is not active: the language of the toolkit's texts cannot be changed while it runs. At most once
+/// a process.
 class Relaunch final : public QObject {
     Q_OBJECT
 public:
-    /// What a relaunch does to the world outside.
+    /// The effects of a relaunch outside of this object; replaced in tests.
     struct Actions {
-        /// Gives the shell a command that outlives us.
+        /// Starts a shell with a command that outlives this process.
         std::function<void(const QString& command)> startShell;
         std::function<void()> quit;
 
@@ -22,14 +23,14 @@ public:
 
     explicit Relaunch(Actions actions = Actions::real(), QObject* parent = nullptr);
 
-    /// Relaunches at once where the application is not active, else as soon as people turn to another. Once asked for it
-    /// is not given up. From a place that the command cannot carry there is no relaunch, and the log says so once.
+    /// Relaunches at once if the application is not active, else as soon as the user switches to another. A pending relaunch is never
+    /// cancelled. If the bundle's path cannot be part of the command there is no relaunch, and the log says so once.
     void whenInactive();
 
-    /// What the shell is to do: wait for the end of process `pid`, then open the bundle without giving it the focus. The
-    /// path stands between double quotes as it is.
+    /// The command for the shell: wait for the end of process `pid`, then open the bundle in the background. The path is put between
+    /// double quotes without escaping.
     static QString command(qint64 pid, const QString& bundlePath);
-    /// Whether that text leads to the bundle at `bundlePath`, and the shell reads nothing else out of it.
+    /// Whether `bundlePath` between double quotes has no special meaning to the shell.
     static bool canCarry(const QString& bundlePath);
 
 private:

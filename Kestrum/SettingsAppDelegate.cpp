@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/SettingsAppDelegate.h"
 
 #include "Kestrum/Agent/LoginItemManager.h"
@@ -18,7 +19,7 @@ namespace kestrum {
 
 namespace {
 
-// A window may come up behind others or not at all; the agent must not wait for that.
+// A window can open behind others, without a frame, or not at all. The agent must not wait for it.
 constexpr std::chrono::seconds longestWaitForWindow { 1 };
 
 } // namespace
@@ -39,7 +40,7 @@ void SettingsAppDelegate::applicationDidFinishLaunching()
     MeterSettings::migrateAccents();
     if (m_run == Run::ordinary)
         LoginItemManager::unregisterLegacyMainAppOnce();
-    // The store outlives us, and forgets us when we go.
+    // The store outlives this object; the connection ends with it.
     connect(&store, &UserDefaults::changed, this, &SettingsAppDelegate::storeChanged);
     m_signals.listen(SharedSettings::Signal::openSettings, [] { bringForward({}); });
     m_rest.start();
@@ -81,8 +82,7 @@ void SettingsAppDelegate::presentWindowIfMissing()
 
 void SettingsAppDelegate::keepOutOfSession()
 {
-    // Only sessions of the older kind restore windows. Windows in tabs of one frame, which some window managers offer, cannot be
-    // refused.
+    // Only X11 session management restores windows. Window managers that put windows into tabs cannot be asked not to.
     connect(
         qGuiApp, &QGuiApplication::saveStateRequest, this,
         [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Relaunch.h"
@@ -10,31 +11,30 @@ class QWindow;
 
 namespace kestrum {
 
-/// What the application does beside its window: it prepares the shared settings, starts the agent, tells it of every change,
-/// brings the window forward when asked to, and starts the application anew in another language.
+/// The tasks of the application besides its window: prepares the shared settings, starts the agent, notifies it of every change,
+/// brings the window forward on request, and relaunches the application in another language.
 class SettingsAppDelegate final : public QObject {
     Q_OBJECT
 public:
-    /// `visitor`: a run that only looks, such as one that makes pictures. It starts no agent and leaves the user's login
-    /// items alone.
+    /// `visitor`: a run without side effects, such as one that saves pictures. It starts no agent and changes no login items.
     enum class Run { ordinary, visitor };
 
     explicit SettingsAppDelegate(
         Run run = Run::ordinary, Relaunch::Actions actions = Relaunch::Actions::real());
 
     /// The first part of the start-up sequence, before there is a window. Named for its moment: the process is launched, nothing
-    /// is shown. Called once. The second part follows by itself where `windowWasShown` does not come.
+    /// is shown. Called once. The second part runs after a second if `windowWasShown` is not called.
     void applicationDidFinishLaunching();
 
-    /// The rest, which can wait until the window has been seen: called after its first frame.
+    /// The second part, which can wait for the window: called after its first frame.
     void windowWasShown();
 
-    /// Brings the first window that can be the main one forward; does nothing where there is none. `activationToken` is
-    /// what the desktop gave whoever asks, and may be empty.
+    /// Brings the first window forward that can be the main one; does nothing if there is none. `activationToken` is the token that
+    /// the desktop gave the requester, and may be empty.
     static void bringForward(const QByteArray& activationToken);
 
 Q_SIGNALS:
-    /// There is no main window although there should be one: it is to be opened.
+    /// The main window is missing and has to be opened.
     void reopenRequested();
 
 private:

@@ -33,13 +33,13 @@ struct Options {
     QString pictures;
     bool endsAtFirstFrame = false;
 
-    /// A run that only shows the window, beside any instance that runs.
+    /// A run without side effects, also while the application runs.
     bool isVisit() const { return endsAtFirstFrame || !pictures.isEmpty(); }
 };
 
-/// Reads the options; gives the exit code of a call that is answered already. Arguments with one dash belong to the
-/// toolkit, and so may the word behind one. QCommandLineParser cannot tell one dash from two, and so cannot refuse
-/// "--platform" and leave "-platform" to the toolkit.
+/// Fills `options`, or returns an exit code if the program is done. Arguments with one dash are Qt's, and the argument behind
+/// one may be its value. QCommandLineParser cannot tell one dash from two, and so cannot refuse "--platform" and leave
+/// "-platform" to Qt.
 std::optional<int> read(int argc, char** argv, Options& options)
 {
     using kestrum::LoginItemPolicy::suppressingArgument;
@@ -72,11 +72,11 @@ std::optional<int> read(int argc, char** argv, Options& options)
     return std::nullopt;
 }
 
-/// Brings the running instance forward. The exit code for that; nothing where this process is to open the window, because
-/// no other runs or the other was exiting.
+/// Brings the window of an earlier start forward and returns the exit code of this one. Nothing if this process has to open the
+/// window: there was no other, or it was ending.
 std::optional<int> giveWay(kestrum::SingleInstance& instance)
 {
-    // The token stays in the environment for a window of our own.
+    // `token` does not take the token: our own window may need it.
     if (!instance.isFirst() && !instance.raiseFirst(kestrum::WindowActivation::token())) {
         std::fputs("Kestrum: it runs already, but does not answer\n", stderr);
         return 1;
@@ -94,7 +94,7 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // Before anything else, so that a second start costs and changes nothing.
+    // First of all, so that a second start is cheap and changes nothing.
     std::optional<SingleInstance> instance;
     if (!options.isVisit()) {
         instance.emplace("Kestrum");
@@ -105,7 +105,7 @@ int main(int argc, char** argv)
         Log::warning("application",
             QStringLiteral(
                 "running as root: the settings and the agent are root's own, and are not started at login"));
-    // Before the application object, so that the toolkit's own texts come up in the chosen language too.
+    // Before the application object, so that Qt's own texts are in the chosen language too.
     AppLanguage::recordLaunchedCode();
     AppLanguage::applyChoiceToProcessDefaults();
 
@@ -116,12 +116,12 @@ int main(int argc, char** argv)
     if (instance) {
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
-        // Finishing the last changes can take a while, in which the user may want the window again.
+        // Quitting can take a while, and the user may want the window again meanwhile.
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &*instance, &SingleInstance::release);
     }
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
         if (!options.pictures.isEmpty()) {
-            // Pages show the login item's state from their first moment.
+            // Pages show the login item from their first frame, so its state has to be read before.
             auto* loginItem = new LoginItemManager(&application);
             QObject::connect(loginItem, &LoginItemManager::refreshed, &application, [&] {
                 QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);
@@ -129,7 +129,7 @@ int main(int argc, char** argv)
             loginItem->refresh();
         } else if (options.endsAtFirstFrame) {
             std::puts("painted");
-            std::fflush(stdout); // a measuring program must not have to wait for our exit
+            std::fflush(stdout); // at once, for programs that measure the time
             QCoreApplication::exit(0);
         }
     });

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Agent/AgentController.h"
 
 #include "KestrumShared/Agent/AppLinks.h"
@@ -11,9 +12,9 @@ namespace kestrum {
 
 namespace {
 
-// A program that was just started or ended may not yet be in the process table, or still be.
+// The process table can lag: a program that has just started may be missing, one that has just ended may be there.
 constexpr std::chrono::seconds secondLook { 1 };
-// As long as a start waits for an agent that was asked to quit: one that is still there then has not heard.
+// A start waits as long for an agent that was asked to quit. If it still runs then, it has ignored the request.
 constexpr auto lookAfterStop = AppLinks::checkDelay * AppLinks::retries;
 
 } // namespace
@@ -26,7 +27,7 @@ AgentController::AgentController(QObject* parent)
         refresh();
         QTimer::singleShot(secondLook, Qt::PreciseTimer, this, &AgentController::refresh);
     });
-    // We hear of our own agent's coming and going alone: neither a start that fails nor an agent that stays changes anything.
+    // `runningApplicationsChanged` reports neither a failed start nor an agent that ignores its quit request.
     connect(&Workspace::shared(), &Workspace::openFailed, this, &AgentController::refresh);
     m_afterStop.setSingleShot(true);
     m_afterStop.setInterval(lookAfterStop);
@@ -40,7 +41,7 @@ AgentController::AgentController(QObject* parent)
 
 bool AgentController::look()
 {
-    // Our own agent's starts and ends are told of; of copies in other places the end, once they were seen.
+    // Workspace reports starts and ends of our own agent. Of agents elsewhere it reports the end, if it knows their pids.
     QList<qint32> pids;
     for (const ProcessScan::Entry& agent : ProcessScan::agents())
         pids.append(agent.pid);

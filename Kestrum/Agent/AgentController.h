@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QObject>
@@ -5,9 +6,9 @@
 
 namespace kestrum {
 
-/// The window's knowledge of whether the agent runs, and the one place where people switch it. It never polls: it looks
-/// when it is made, when programs come and go (at once and a second later), when a start fails, some seconds after a stop, and
-/// when the application becomes active.
+/// Knows whether the agent runs, and is the only place that switches it. It never polls: it looks when it is created, when programs
+/// start or end (at once and a second later), when a start fails, some seconds after a stop, and when the application becomes
+/// active.
 class AgentController final : public QObject {
     Q_OBJECT
 public:
@@ -18,11 +19,11 @@ public:
     /// Looks whether an agent runs.
     void refresh();
 
-    /// Stores the choice and starts the agent or asks it to quit. `isRunning` says so at once; the next look corrects it.
+    /// Stores the choice and starts the agent or asks it to quit. `isRunning` becomes the choice at once; the next look corrects it.
     void setEnabled(bool enabled);
 
 Q_SIGNALS:
-    /// Told after every look, also when nothing changed.
+    /// Emitted after every look, also when nothing changed.
     void isRunningChanged(bool isRunning);
 
 private:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Agent/AgentRow.h"
 
 #include "Kestrum/Agent/AgentController.h"
@@ -49,16 +50,16 @@ AgentRow::AgentRow(AgentController& controller, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(padding, 0, padding, 0);
     layout->setSpacing(0);
-    // The picture is painted by the row: it is an ornament, which assistive programs need not come across.
+    // The row paints the picture itself: an ornament needs no widget that assistive programs would find.
     layout->addSpacing(pictureSize + spacing);
     layout->addLayout(texts, 1);
-    // Between them stands a space of its own, which keeps its distance on both sides also where it has no width left.
+    // Spacing on both sides of an empty middle, which may have no width.
     layout->addSpacing(2 * spacing);
     layout->addWidget(m_switch);
 
     showState(controller.isRunning());
     connect(&controller, &AgentController::isRunningChanged, this, &AgentRow::showState);
-    // Not `clicked`, which assistive programs do not bring about.
+    // Not `clicked`: assistive programs do not trigger that.
     connect(m_switch, &Switch::toggled, &controller, &AgentController::setEnabled);
 }
 
@@ -72,7 +73,7 @@ QRectF AgentRow::pictureRect() const
 {
     const QRect place(padding, 0, pictureSize, pictureSize);
     const double middle = (rowHeight - pictureSize) / 2.0;
-    // On a whole pixel, so that its edges stay sharp.
+    // On a whole pixel, for sharp edges.
     const double scale = devicePixelRatioF();
     return QRectF(QStyle::visualRect(layoutDirection(), rect(), place))
         .translated(0, qRound((middle - pictureRise) * scale) / scale);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QSvgRenderer>
@@ -9,14 +10,14 @@ class AgentController;
 class ShrinkingLabel;
 class Switch;
 
-/// The row at the sidebar's foot that names the agent, says whether it is on, and switches it.
+/// The row at the sidebar's foot with the agent's name, its state and its switch.
 class AgentRow final : public QWidget {
     Q_OBJECT
 public:
     /// `controller` outlives the row.
     explicit AgentRow(AgentController& controller, QWidget* parent = nullptr);
 
-    /// Where the picture is, in the row.
+    /// The rectangle of the picture, in the row.
     QRectF pictureRect() const;
 
 protected:

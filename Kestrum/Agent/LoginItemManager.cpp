@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Agent/LoginItemManager.h"
 
 #include "KestrumShared/Agent/LoginItemPolicy.h"
@@ -23,23 +24,22 @@ constexpr char logArea[] = "loginItem";
 constexpr std::chrono::milliseconds pauseBeforeRegisteringAgain { 300 };
 constexpr std::chrono::milliseconds patienceAtTheEnd { 2000 };
 
-/// What any manager of this process read or set last.
+/// The state that a manager of this process read or set last.
 std::optional<Status>& lastKnownStatus()
 {
     static std::optional<Status> status;
     return status;
 }
 
-/// Guards the application object, to which the worker posts its results, and whether it is still there for them.
+/// Guards the application object, to which the worker posts its results, and whether it still exists.
 std::mutex applicationMutex;
 bool isApplicationGone = false;
 
 QThreadPool& worker();
 
-/// At the end of the application: requested changes are made, though nobody learns their outcome any more. One that
-/// hangs, as on a network mount whose server is gone, is left behind in the kernel with its thread, which ends with the process.
-/// If it returns before that, it posts nothing. It needs only its own copy of the service, and the pool, which is never
-/// destroyed.
+/// Finishes the requested changes at the end of the application. A change that hangs, for example on a network mount without its
+/// server, is abandoned together with its thread, which ends with the process. If the worker returns late, it posts nothing and
+/// touches only its own copy of the service and the pool, which is never destroyed.
 void endWorker()
 {
     if (worker().waitForDone(int(patienceAtTheEnd.count())))
@@ -49,7 +49,7 @@ void endWorker()
     isApplicationGone = true;
 }
 
-/// A single thread, so that of two quick changes the later one is what remains.
+/// A single thread, so that the later one of two quick changes wins.
 QThreadPool& worker()
 {
     static QThreadPool* const pool = [] {
@@ -78,7 +78,7 @@ Result<> change(const LoginItemService& service, bool enabled, bool wasOn)
     if (!enabled)
         return service.unregister();
     if (wasOn) {
-        // One that waits for approval, or is of another copy of ours, gives way to a fresh one.
+        // An entry that waits for approval, or that belongs to another copy of Kestrum, is replaced.
         (void)service.unregister();
         QThread::msleep(pauseBeforeRegisteringAgain.count());
     }
@@ -175,7 +175,7 @@ void LoginItemManager::setEnabled(bool enabled)
             if (message) {
                 const QString line = QStringLiteral("login item: %1");
                 Log::error(logArea, line.arg(*message));
-                // The sentence for people does not name the place and the reason.
+                // The message for the user names neither the file nor the reason.
                 if (const QString reason = result.failureText(); *message != reason)
                     Log::warning(logArea, line.arg(reason));
             }

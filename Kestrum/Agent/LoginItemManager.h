@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "KestrumShared/Agent/AgentLoginItem.h"
@@ -9,19 +10,19 @@
 
 namespace kestrum {
 
-/// Reads and changes whether the agent is started at login, and turns what goes wrong into sentences for people. The disk
-/// is touched on another thread, one change after the other; everything here belongs to the main thread.
+/// Reads and changes whether the agent is started at login, and translates errors into messages for the user. The disk is accessed
+/// on another thread, one change after the other. Use it on the main thread only.
 class LoginItemManager final : public QObject {
     Q_OBJECT
 public:
     using Status = LoginItemService::Status;
     using Block = AgentLoginItem::Block;
 
-    /// Starts from what any manager of this process knew last.
+    /// Begins with the last state that any manager of this process knew.
     explicit LoginItemManager(QObject* parent = nullptr);
 
     Status status() const { return m_status; }
-    /// What the last change failed with, in the interface language; nothing when it did not.
+    /// The error of the last change in the interface language; empty if it succeeded.
     const std::optional<QString>& lastError() const { return m_lastError; }
 
     bool isOn() const;
@@ -29,28 +30,27 @@ public:
     /// Whether the state was read or set by any manager of this process.
     static bool isKnown();
 
-    /// Found out anew at each call.
+    /// The reason why it cannot be switched now, if any; checked at each call.
     static std::optional<Block> block();
     static QString message(Block block);
 
-    /// Reads the real state; `changed` tells when it is another.
+    /// Reads the real state; emits `changed` if it differs.
     void refresh();
-    /// Switches the login item; the state is shown at once and corrected when the change has been made. Does nothing while
-    /// there is a block.
+    /// Switches the login item. The state changes at once and is corrected after the change. Does nothing while there is a block.
     void setEnabled(bool enabled);
 
-    /// Removes, once for all, the login item that earlier versions made for the settings application itself.
+    /// Removes, once only, the login item that earlier versions made for the settings application itself.
     static void unregisterLegacyMainAppOnce();
 
 Q_SIGNALS:
-    /// Of the state or of the error; also when the state has become known.
+    /// The state or the error has changed, or the state has become known.
     void changed();
-    /// The state was read, whether or not it was news.
+    /// The state was read, whether or not it differs.
     void refreshed();
 
 private:
     void setStatus(Status status);
-    /// Reads the real state for all managers to come, and for `asker` if that is still there then.
+    /// Reads the real state, for later managers and for `asker` if that still exists afterwards.
     static void read(const QPointer<LoginItemManager>& asker);
     void finish(const std::optional<QString>& message);
 

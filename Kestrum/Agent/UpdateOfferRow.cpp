@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Agent/UpdateOfferRow.h"
 
 #include "Kestrum/Form/PushButton.h"
@@ -62,7 +63,7 @@ UpdateOfferRow::UpdateOfferRow(QWidget* parent)
     , m_content(new QWidget(this))
 {
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    // A widget with an empty layout takes no room, but it is shown, and so told when the window appears.
+    // A widget with an empty layout takes no space, but gets its show event when the window appears.
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_content);
@@ -78,7 +79,7 @@ UpdateOfferRow::UpdateOfferRow(QWidget* parent)
 QWidget* UpdateOfferRow::makeStrip()
 {
     auto* strip = new QWidget;
-    // Higher only where the desktop's fonts are too large for it.
+    // Higher if the desktop's fonts are too large for it.
     strip->setMinimumHeight(stripHeight);
     strip->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 
@@ -118,10 +119,10 @@ void UpdateOfferRow::read()
 void UpdateOfferRow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    // A window that comes back from its icon was never gone.
+    // Not when a minimised window is restored.
     if (event->spontaneous())
         return;
-    // Ears first: what is announced while we look is heard.
+    // Listen first, so that no signal is missed while we read.
     if (m_signals.tokens().isEmpty())
         m_signals.listen(SharedSettings::Signal::updateAvailable, [this] { read(); });
     read();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "KestrumShared/Settings/SignalListener.h"
@@ -9,17 +10,17 @@ namespace kestrum {
 
 class ShrinkingLabel;
 
-/// The row above the agent's that offers an update which the agent found; it takes no room while there is none. It is to
-/// be left visible all the same: it looks when it appears, and from then on whenever the agent tells.
+/// The row above the agent's row: offers an update that the agent has found. Without an offer it takes no space, but must stay
+/// visible: it reads the offer when it is shown, and then at each signal of the agent.
 class UpdateOfferRow final : public QWidget {
     Q_OBJECT
 public:
     explicit UpdateOfferRow(QWidget* parent = nullptr);
 
-    /// The version on offer, nothing when there is none.
+    /// The version on offer, if any.
     const std::optional<QString>& offer() const { return m_offer; }
 
-    /// Looks anew at what the agent left in the shared settings.
+    /// Reads the offer from the shared settings again.
     void read();
 
 protected:

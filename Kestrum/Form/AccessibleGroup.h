@@ -1,12 +1,13 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QAccessibleWidget>
 
 namespace kestrum {
 
-/// Makes every widget of a class a group to assistive programs, which they would pass over otherwise: what stands in it is heard
-/// with the name of the widget. Another role than that of a group may be given. Called before such a widget is told about, so
-/// first thing in its constructor; further calls change nothing.
+/// Makes every widget of a class a group for assistive programs, which ignore plain widgets: its contents are read together with
+/// its name. A role other than that of a group can be given. Must be called before such a widget is first reported to them, so
+/// first in its constructor. Further calls change nothing.
 template <class Widget, QAccessible::Role role = QAccessible::Grouping> void groupForAssistance()
 {
     static const bool isInstalled = [] {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "KestrumShared/Settings/Setting.h"
@@ -7,15 +8,15 @@
 
 namespace kestrum {
 
-/// One stored value as a control shows and changes it. A setting is one by itself; what takes more than a key to read or
-/// write gives functions of its own.
+/// How a control shows and changes one stored value. A setting converts to a binding; a value that takes more than one key to
+/// read has a function of its own.
 template <class T> struct Binding {
     Binding(const Setting<T>& setting) // NOLINT: a setting is a binding
         : name(QString::fromLatin1(setting.key()))
         , keys { name }
         , store(&setting.store())
         , shown([setting]() -> std::optional<T> {
-            // A text that is none of the values is nobody's choice; it stays until somebody chooses. A value of another type
+            // A stored text that is no valid value shows no choice, and stays until the user chooses. A value of another type
             // reads as the default.
             if constexpr (!std::is_arithmetic_v<T>) {
                 if (!setting.recognised() && setting.store().string(setting.key()))
@@ -37,9 +38,9 @@ template <class T> struct Binding {
     }
 
     QString name;                            ///< the key; the control's object name
-    QStringList keys;                        ///< that decide what is shown
-    UserDefaults* store;                     ///< holds them; outlives the control
-    std::function<std::optional<T>()> shown; ///< nothing: no choice is shown
+    QStringList keys;                        ///< of all values that decide what is shown
+    UserDefaults* store;                     ///< whose changes the control follows; outlives it
+    std::function<std::optional<T>()> shown; ///< empty: no choice is shown
     std::function<void(const T&)> choose;
 };
 

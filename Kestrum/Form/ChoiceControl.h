@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/Binding.h"
@@ -7,7 +8,7 @@
 
 namespace kestrum {
 
-/// One entry of a picker: the value that it stands for and what people see of it.
+/// One entry of a picker: its value and its title.
 template <class T> struct Choice {
     T value;
     QString title; ///< in the interface language
@@ -22,8 +23,8 @@ template <StoredEnumeration E> QList<Choice<E>> choices()
     return all;
 }
 
-/// Joins a picker to a value: what is stored is shown, what is chosen is stored. `control` has the functions
-/// `setIndex(int)`, −1 for no choice, and the signal `chosen(int)`, which only people bring about.
+/// Connects a picker to a value in both directions. `control` has the function `setIndex(int)`, −1 for no choice, and the signal
+/// `chosen(int)`, which only the user triggers.
 template <class Control, class T>
 void bind(Control* control, const Binding<T>& binding, const QList<Choice<T>>& choices)
 {
@@ -40,7 +41,7 @@ void bind(Control* control, const Binding<T>& binding, const QList<Choice<T>>& c
     follow(binding, control, show);
     QObject::connect(control, &Control::chosen, control, [binding, choices, show](int index) {
         binding.choose(choices[index].value);
-        show(); // also what could not be saved
+        show(); // the stored value, if the save failed
     });
 }
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/ColourWell.h"
 
 #include "Kestrum/Form/FocusRing.h"
@@ -19,8 +20,8 @@ constexpr int plateInset = 4; ///< between the plate's edge and the colour
 constexpr double colourRadius = 3;
 constexpr int dialogGap = 8; ///< between the window and the dialog beside it
 
-/// Takes the marks of access keys out of the texts of `dialog` that are written in letters that join. A mark within a word parts
-/// them, which the room for the word is not made for.
+/// Removes access keys from the texts of `dialog` in scripts whose letters join. The underline of an access key separates the
+/// letters, and the word becomes wider than its space.
 void joinLetters(const QColorDialog& dialog)
 {
     const auto joined = [](QString text) {
@@ -34,7 +35,7 @@ void joinLetters(const QColorDialog& dialog)
         button->setText(joined(button->text()));
 }
 
-/// As the dialog has it: opaque, and each component a byte.
+/// The colour in the dialog's precision: opaque, one byte a component.
 QColor asInDialog(const QColor& colour)
 {
     return QColor(colour.rgb());
@@ -63,7 +64,7 @@ void ColourWell::become(const QColor& colour)
 void ColourWell::setColour(const QColor& colour)
 {
     become(colour);
-    // Where it comes back as the dialog has it, give or take what a byte cannot hold, the dialog stays as it is: people may be
+    // Often this is the dialog's own colour on its way back, equal but for rounding. The dialog must not change then: the user may be
     // dragging in it.
     if (!m_dialog || asInDialog(m_dialog->currentColor()) == asInDialog(colour))
         return;
@@ -72,7 +73,7 @@ void ColourWell::setColour(const QColor& colour)
 
 void ColourWell::take(const QColor& colour)
 {
-    // The dialog also tells what it was given.
+    // The dialog also reports the colours that it was given.
     if (asInDialog(colour) == asInDialog(m_colour))
         return;
     become(asInDialog(colour));
@@ -84,7 +85,7 @@ void ColourWell::openDialog()
     if (!m_dialog) {
         m_dialog = new QColorDialog(asInDialog(m_colour), this);
         m_dialog->setAttribute(Qt::WA_DeleteOnClose);
-        // Colours and font of the window, now and when they change.
+        // It follows the colours and the font of the window.
         m_dialog->setAttribute(Qt::WA_WindowPropagation);
         m_dialog->setOptions(QColorDialog::DontUseNativeDialog | QColorDialog::NoButtons);
         m_dialog->setWindowTitle(m_dialogTitle);
@@ -102,13 +103,13 @@ void ColourWell::placeDialog() const
 {
     const QRect screen = this->screen()->availableGeometry();
     const QRect frame = window()->frameGeometry();
-    // It will have a frame like ours.
+    // Its frame will be as large as that of this window.
     const QSize size = m_dialog->sizeHint() + frame.size() - window()->size();
     const int atRight = frame.right() + 1 + dialogGap;
     const int atLeft = frame.left() - dialogGap - size.width();
     const int rightRoom = screen.right() + 1 - (atRight + size.width());
     const int leftRoom = atLeft - screen.left();
-    // Where the window's text ends, or else where more of the window stays free.
+    // At the trailing side if it fits there, else at the other, else at the side with more space.
     const bool isRightFirst = !isRightToLeft();
     const bool fitsFirst = (isRightFirst ? rightRoom : leftRoom) >= 0;
     const bool isAtRight = fitsFirst ? isRightFirst : rightRoom > leftRoom;
@@ -122,7 +123,7 @@ void ColourWell::placeDialog() const
 void ColourWell::hideEvent(QHideEvent* event)
 {
     QAbstractButton::hideEvent(event);
-    // Not where the window was only minimised.
+    // Not when the window is only minimised.
     if (!event->spontaneous() && m_dialog)
         m_dialog->close();
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QAbstractButton>
@@ -8,27 +9,27 @@ class QColorDialog;
 
 namespace kestrum {
 
-/// A plate of one colour; a click opens the colour dialog beside the window, which stays usable, wherever the desktop lets programs
-/// place their windows and the screen has the room. Each movement in the dialog is told at once. Colours are opaque. To assistive
-/// programs it is a button, whose name the owner sets and whose description is the colour as "#rrggbb". The dialog goes when the
-/// well is hidden or destroyed.
+/// A plate of one colour. A click opens a colour dialog that is not modal, beside the window if the desktop lets programs place
+/// their windows and the screen has the space. Each change in the dialog is reported at once. Colours are opaque. For assistive
+/// programs it is a button; the owner sets its name, and its description is the colour as "#rrggbb". The dialog is closed when
+/// the well is hidden or destroyed.
 class ColourWell final : public QAbstractButton {
     Q_OBJECT
 public:
     explicit ColourWell(QWidget* parent = nullptr);
 
     QColor colour() const { return m_colour; }
-    /// Shows another colour, in an open dialog too, without telling. Its alpha is passed over.
+    /// Shows another colour, in an open dialog too, without emitting `picked`. Its alpha is ignored.
     void setColour(const QColor& colour);
 
-    /// Names what has the colour, for the dialog's title bar.
+    /// The text of the dialog's title bar; it names the thing that has the colour.
     void setDialogTitle(const QString& title) { m_dialogTitle = title; }
 
     QSize sizeHint() const override { return { 44, 24 }; }
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 Q_SIGNALS:
-    /// The user moved to another colour.
+    /// The user picked another colour, or moved over it.
     void picked(const QColor& colour);
 
 protected:

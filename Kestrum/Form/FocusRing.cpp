@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/FocusRing.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -16,7 +17,7 @@ QRect placeOf(const QWidget& control, const QWidget* room)
     return place.adjusted(-reach, -reach, reach, reach);
 }
 
-/// Where nothing of the mark is cut off: several controls can share a widget that is just as large as they are.
+/// The nearest widget that does not clip the ring: a parent can be exactly as large as its controls.
 QWidget* roomAround(const QWidget& control)
 {
     QWidget* room = control.parentWidget();
@@ -32,7 +33,7 @@ void FocusRing::mark(QWidget& control, double radius, const QFocusEvent& event)
     const Qt::FocusReason reason = event.reason();
     const bool isByKeyboard = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::ShortcutFocusReason;
-    // A window that is active again, or whose list was closed, has its focus where it was, and the mark with it.
+    // The focus returns to a control when its window becomes active again or its list closes: so does the ring.
     const bool isBack = (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason)
         && control.window()->testAttribute(Qt::WA_KeyboardFocusChange);
     if (!control.isWindow() && (isByKeyboard || isBack))

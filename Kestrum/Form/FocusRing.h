@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QFocusEvent>
@@ -6,13 +7,14 @@
 
 namespace kestrum {
 
-/// The mark around the control that the keyboard is at. It reaches beyond the control and so lies in the next widget around it
-/// that has the room; it goes when the control loses the focus or is clicked.
+/// The ring around the control that got the focus by the keyboard. It reaches beyond the control, so its parent is the nearest
+/// ancestor that has the space. It is deleted when the control loses the focus or is clicked.
+/// QFocusFrame would need a style of our own to leave a tight parent and to keep our distance, and stays after both of these.
 class FocusRing final : public QWidget {
     Q_OBJECT
 public:
-    /// To be called when `control` gets the focus: marks it when the keyboard brought the focus there. `radius` is that of
-    /// the control's corners.
+    /// To be called when `control` gets the focus. Shows a ring if the keyboard moved the focus. `radius` is that of the control's
+    /// corners.
     static void mark(QWidget& control, double radius, const QFocusEvent& event);
 
 protected:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/FormPage.h"
 
 #include "Kestrum/Form/PageScrollBar.h"
@@ -13,8 +14,8 @@ namespace kestrum {
 
 namespace {
 
-/// Where texts wrap, the height follows the width. The least height, that of the texts at their narrowest, would have a page that
-/// fits scroll by a few points.
+/// Texts wrap, so the height depends on the width. The minimum height, which is that of the texts at their narrowest, would make a
+/// page scroll that fits.
 class Column final : public QWidget {
 public:
     QSize minimumSizeHint() const override
@@ -35,7 +36,7 @@ template <class Picker> void shareWidth(const QWidget& page)
         picker->setSharedWidth(widest);
 }
 
-/// Where the keyboard comes to in `part`, in its order.
+/// The widgets in `part` that Tab reaches, in its order.
 QList<const QWidget*> tabStops(const QWidget& part)
 {
     QList<const QWidget*> stops;
@@ -54,19 +55,19 @@ FormPage::FormPage(QWidget* parent)
     setFrameShape(NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWidgetResizable(true);
-    // The page itself takes no keyboard focus, its controls do.
+    // Only its controls take the focus.
     setFocusPolicy(Qt::NoFocus);
     auto* column = new Column;
     auto* layout = new QVBoxLayout(column);
     layout->setSpacing(Theme::sectionGap);
     layout->addStretch(1);
     setWidget(column);
-    // The window's ground shows through.
+    // The window's background shows through.
     viewport()->setAutoFillBackground(false);
     column->setAutoFillBackground(false);
     new PageScrollBar(*this);
     layOut();
-    // The base class sees to a focus that moves within the page; it may also come from outside, to a control that is not in view.
+    // The base class scrolls for a focus that moves within the page. It can also come from outside, to a control out of view.
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
         if (now && widget()->isAncestorOf(now) && now->window()->testAttribute(Qt::WA_KeyboardFocusChange))
             bringIntoView(*now);
@@ -105,7 +106,7 @@ void FormPage::bringIntoView(const QWidget& control)
     takeIn(tabStops(*widget()), widget()->rect());
     if (wanted.height() > viewport()->height())
         wanted = own;
-    // To the edge behind the last pixel, not to the pixel.
+    // The edge below the last pixel, not the pixel itself.
     ensureVisible(wanted.center().x(), wanted.bottom() + 1, 0, 0);
     ensureVisible(wanted.center().x(), wanted.top(), 0, 0);
 }

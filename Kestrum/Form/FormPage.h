@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/Card.h"
@@ -6,14 +7,14 @@
 
 namespace kestrum {
 
-/// A page of the window: its sections in one column that scrolls, as wide as the page less its margins and
-/// never wider than a card may be, centred on a wide window. Its pickers of a kind are all as wide as the widest of them.
+/// A page of the window: its sections in one column that scrolls. The column is as wide as the page without its margins, at most
+/// as wide as a card may be, and centred in a wide window. Pickers of a kind are as wide as the widest of them.
 class FormPage : public QScrollArea {
     Q_OBJECT
 public:
     explicit FormPage(QWidget* parent = nullptr);
 
-    /// The margin at each side of a page that is so wide.
+    /// The margin at each side of a page of that width.
     static int margin(int pageWidth);
 
     /// Puts `section` below the others; the page owns it.
@@ -24,7 +25,7 @@ protected:
 
 private:
     void layOut();
-    /// Scrolls to `control`, which the keyboard has come to, and to what is read before the first and after the last one of a section.
+    /// Scrolls to `control`. The first control of a section brings the section's top into view too, the last one its end.
     void bringIntoView(const QWidget& control);
 };
 

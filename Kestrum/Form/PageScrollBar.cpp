@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/PageScrollBar.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -15,7 +16,7 @@ namespace {
 
 constexpr int barWidth = 12;
 constexpr int thumbWidth = 6;
-constexpr int endGap = 3; ///< above and below the way of the thumb
+constexpr int endGap = 3; ///< above and below the thumb's track
 constexpr int leastThumb = 28;
 
 } // namespace

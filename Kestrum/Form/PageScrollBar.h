@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QWidget>
@@ -8,15 +9,15 @@ class QScrollBar;
 
 namespace kestrum {
 
-/// The mark of where a page is scrolled to. It lies in the page's margin, so that nothing moves when it comes or goes; it is
-/// there only while there is more than the page shows. A drag of it scrolls, and so does a click beside it, by a page.
+/// A page's scroll bar. It lies in the page's margin, so that nothing moves when it appears, and is visible only while the page can
+/// be scrolled. Dragging its thumb scrolls; a click beside the thumb scrolls by a page.
 class PageScrollBar final : public QWidget {
     Q_OBJECT
 public:
-    /// Belongs to `area`, whose own vertical bar it stands for.
+    /// `area` owns it. It replaces the vertical bar of `area`, which stays hidden.
     explicit PageScrollBar(QScrollArea& area);
 
-    /// Where the part that can be dragged is, in this widget.
+    /// The part that can be dragged, in this widget.
     QRect thumb() const;
 
 protected:
@@ -31,7 +32,7 @@ private:
 
     QScrollArea& m_area;
     QScrollBar& m_bar;
-    std::optional<int> m_grabbed; ///< how far below its top the thumb is held
+    std::optional<int> m_grabbed; ///< distance from the thumb's top to the pointer that holds it
 };
 
 } // namespace kestrum

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/PickerList.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -22,12 +23,12 @@ constexpr double cardRadius = 8;
 constexpr int cardInset = 5; ///< between the card's edge and the entries
 constexpr double entryRadius = 5;
 constexpr int tickRoom = 24;       ///< before pictures and titles
-constexpr int trailingPadding = 5; ///< so that a list needs no more than its field
+constexpr int trailingPadding = 5; ///< small, so that a list is no wider than its field
 constexpr int shadowReach = 14;
 constexpr int shadowFall = 4;           ///< how much lower than the card it lies
-constexpr double shadowOpacity = 0.014; ///< of each of its layers, of which there is one a point
+constexpr double shadowOpacity = 0.014; ///< of one layer; there is a layer for each point of reach
 
-/// Draws the entries and the dividers.
+/// Draws entries and dividers.
 class EntryDelegate final : public QStyledItemDelegate {
 public:
     explicit EntryDelegate(const QComboBox& picker, QObject* parent)
@@ -118,13 +119,13 @@ PickerList::PickerList(const QComboBox& picker)
     setFrameShape(NoFrame);
     setItemDelegate(new EntryDelegate(picker, this));
     setViewportMargins(0, cardInset, 0, cardInset);
-    // The card shows through.
+    // The card is painted by the window below.
     viewport()->setAutoFillBackground(false);
 }
 
 void PickerList::dressWindow()
 {
-    // The picker's machinery has put a frame around the list.
+    // QComboBox puts a frame around the list.
     static_cast<QFrame*>(window())->setFrameStyle(QFrame::NoFrame);
     window()->setWindowFlags(Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
     window()->setAttribute(Qt::WA_TranslucentBackground);
@@ -142,8 +143,8 @@ QRect PickerList::card() const
     return window()->geometry().adjusted(reach, reach, -reach, -reach);
 }
 
-/// The machinery knows neither of the card's insets nor of the shadow. Nothing here asks where entries are: they are laid out when
-/// the window is shown.
+/// QComboBox knows neither the card's insets nor the shadow. The positions of entries cannot be used here: they are laid out when the
+/// window is shown.
 void PickerList::place()
 {
     QWidget& list = *window();
@@ -151,7 +152,7 @@ void PickerList::place()
     const QMargins shadow(reach, reach, reach, reach);
     list.layout()->setContentsMargins(shadow);
     int wanted = 2 * cardInset;
-    int above = cardInset; // the entry chosen
+    int above = cardInset; // height above the chosen entry
     for (int row = 0; row < model()->rowCount(); ++row) {
         wanted += sizeHintForRow(row);
         above += row < currentIndex().row() ? sizeHintForRow(row) : 0;
@@ -163,7 +164,7 @@ void PickerList::place()
         card.moveRight(field.right());
     list.setGeometry(card.marginsAdded(shadow));
     list.layout()->activate();
-    // What styles leave above and below the list.
+    // Styles leave space above and below the list.
     card.setHeight(card.height() + wanted - height());
     card.moveTop(field.top() - above - (y() - reach));
 
@@ -179,8 +180,8 @@ void PickerList::place()
 void PickerList::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
 {
     QListView::selectionChanged(selected, deselected);
-    // Keys and the pointer make an entry the current one right after they selected it. Assistive programs do not, and mean that it
-    // is chosen, for which the picker has no other way than a key.
+    // After keys and the pointer have selected an entry, it becomes the current one. Assistive programs only select, and mean that the
+    // entry is chosen; a key press is the only way to choose it.
     const auto chooseIfOnlySelected = [this] {
         const QModelIndexList entries = selectedIndexes();
         if (!isVisible() || entries.size() != 1 || entries.first() == currentIndex())
@@ -198,7 +199,7 @@ bool PickerList::eventFilter(QObject* watched, QEvent* event)
     if (watched != window())
         return QListView::eventFilter(watched, event);
     if (event->type() == QEvent::Show && !event->spontaneous()) {
-        // Asked at each opening: a program that mixes windows can come and go.
+        // Asked at each opening: a compositor can start and end at any time.
         m_isTranslucent = isTranslucencyShown();
         place();
     } else if (event->type() == QEvent::Paint) {
@@ -213,7 +214,7 @@ void PickerList::paintCard() const
     QPainter painter(window());
     const QRectF card(this->card().translated(-window()->pos()));
     if (!m_isTranslucent) {
-        // What is left out of the corners would be black. Nothing is below to mix the border with.
+        // Without translucency rounded corners would be black, and the border has nothing below it to mix with.
         painter.fillRect(card, Theme::colour(Theme::Colour::card));
         painter.setPen(Theme::colour(Theme::Colour::listBorder));
         painter.drawRect(card.adjusted(0, 0, -1, -1));

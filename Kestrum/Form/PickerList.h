@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QListView>
@@ -6,19 +7,19 @@ class QComboBox;
 
 namespace kestrum {
 
-/// The list that opens from a picker: entries on a card, a tick before the one chosen, the one under the pointer or the keyboard
-/// filled. The card lies over the picker's field, just as wide and with the entry chosen on the title that it stands for, as far as
-/// the screen allows. Where the desktop shows what lies behind a window, the card is rounded and has a shadow. The picker's own
-/// machinery fills and closes the list.
+/// The list that opens from a picker: entries on a card, a tick before the chosen one, the one under the pointer or at the keyboard
+/// filled. The card is as wide as the picker's field and lies over it, with the chosen entry exactly on the field's title, as far as
+/// the screen allows. If the desktop supports translucent windows, the card is rounded and has a shadow. QComboBox fills and
+/// closes the list.
 class PickerList final : public QListView {
     Q_OBJECT
 public:
     explicit PickerList(const QComboBox& picker);
 
-    /// Dresses the window that the picker has put the list in; to be called before it is first shown.
+    /// Sets up the window that QComboBox has put the list in. To be called before it is first shown.
     void dressWindow();
 
-    /// The width of the card that the widest entry needs.
+    /// The width of a card that fits the widest entry.
     int neededWidth() const;
 
     /// The card, on the screen.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/PopupPicker.h"
 
 #include "Kestrum/Form/FocusRing.h"
@@ -16,14 +17,14 @@ namespace kestrum {
 
 namespace {
 
-constexpr int positionRole = Qt::UserRole; ///< of a choice among the choices; a divider has none
+constexpr int positionRole = Qt::UserRole; ///< index of a choice among the choices; dividers have none
 
 constexpr int leadingPadding = 12; ///< before the picture or the title
 constexpr int markGap = 10;        ///< between the title and the mark
 constexpr int markWidth = 7;
 constexpr int markPadding = 10; ///< after the mark
 
-/// One arrow head up and one down: there is more to choose than is seen.
+/// One arrow head up and one down: a list opens.
 void paintMark(QPainter& painter, const QPointF& middle)
 {
     constexpr double half = markWidth / 2.0;
@@ -54,7 +55,7 @@ void PopupPicker::addEntry(const QString& title, const QIcon& picture)
         position += itemData(row, positionRole).isValid() ? 1 : 0;
     const int shown = currentIndex();
     addItem(picture, title, position);
-    setCurrentIndex(shown); // the first entry would choose itself
+    setCurrentIndex(shown); // QComboBox makes the first entry the current one
     m_longestTitleWidth = std::max(m_longestTitleWidth, widthOf(title));
     updateGeometry();
 }
@@ -115,10 +116,10 @@ void PopupPicker::showPopup()
 {
     auto* list = qobject_cast<PickerList*>(view());
     if (!list) {
-        // Not before it is needed: every list is a window.
+        // Made when first needed: every list is a window.
         list = new PickerList(*this);
         setView(list);
-        // Newer Qts do so only when the choice changes.
+        // Newer versions of Qt set it only when the choice changes.
         list->setCurrentIndex(model()->index(currentIndex(), modelColumn()));
         list->setAccessibleName(accessibleName());
         list->dressWindow();
@@ -175,7 +176,7 @@ void PopupPicker::changeEvent(QEvent* event)
         QComboBox::changeEvent(event);
         return;
     }
-    // Kept from the base class, which would hand the font on to the list, and make one for that; ours asks the picker for its font.
+    // Not passed on: QComboBox would create its list just to set the font. Our list asks the picker for its font.
     m_longestTitleWidth = 0;
     for (int row = 0; row < count(); ++row)
         m_longestTitleWidth = std::max(m_longestTitleWidth, widthOf(itemText(row)));

@@ -1,30 +1,31 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QComboBox>
 
 namespace kestrum {
 
-/// The choice made, and all choices in a list that opens over it, the one made with a tick. As wide as its longest title, so
-/// that nothing moves when another is chosen, or as the pickers that it shares a width with. Turning the wheel over it scrolls the
-/// page.
+/// Shows the chosen entry; all choices are in a list that opens over it, with a tick before the chosen one. It is as wide as its
+/// longest title, so that nothing moves when another is chosen, or as the pickers that share a width with it. The mouse wheel over
+/// it scrolls the page.
 class PopupPicker final : public QComboBox {
     Q_OBJECT
 public:
     explicit PopupPicker(QWidget* parent = nullptr);
 
-    /// Puts a choice at the end, with a small picture before its title where there is one.
+    /// Adds a choice at the end, with an optional small picture before its title.
     void addEntry(const QString& title, const QIcon& picture = {});
-    /// A line below the choices so far; not a choice and not counted as one.
+    /// Adds a line below the choices so far. It does not count as a choice.
     void addDivider();
 
-    /// The position of the choice made among the choices, −1 for none.
+    /// The position of the chosen entry among the choices, −1 for none.
     int index() const;
-    /// Shows another choice without telling; −1 or a position that does not exist shows none.
+    /// Shows another choice without emitting `chosen`. −1 or a position that does not exist shows none.
     void setIndex(int index);
 
-    /// What its own titles need.
+    /// The width that its own titles need.
     int ownWidth() const;
-    /// Makes it as wide as others where there is the room; a width below its own changes nothing.
+    /// Makes it as wide as other pickers where there is enough space. A width below its own changes nothing.
     void setSharedWidth(int width);
 
     QSize sizeHint() const override;
@@ -33,7 +34,7 @@ public:
     void hidePopup() override;
 
 Q_SIGNALS:
-    /// The user chose the entry at `index`; also told for the one that is chosen already.
+    /// The user chose the entry at `index`, which may be chosen already.
     void chosen(int index);
 
 protected:
@@ -44,11 +45,11 @@ protected:
 
 private:
     int widthOf(const QString& title) const;
-    /// Of the field with a title as wide as `titleWidth`.
+    /// The width of the field with a title of that width.
     int widthWith(int titleWidth) const;
 
     int m_sharedWidth = 0;
-    int m_longestTitleWidth = 0; ///< kept, as shaping texts is what layouts spend most on
+    int m_longestTitleWidth = 0; ///< cached: shaping texts is the most expensive part of a layout
     bool m_isOpen = false;
 };
 

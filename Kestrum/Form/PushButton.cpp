@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/PushButton.h"
 
 #include "Kestrum/Form/FocusRing.h"
@@ -20,7 +21,7 @@ PushButton::PushButton(const QString& text, QWidget* parent)
     setFont(Theme::font(Theme::TextStyle::body));
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAutoDefault(false);
-    // The pointer over it is shown.
+    // Repaint when the pointer enters or leaves.
     setAttribute(Qt::WA_Hover);
 }
 
@@ -35,7 +36,7 @@ void PushButton::paintPlate(QPainter& painter, const QWidget& control, bool isPr
     using Theme::Colour;
     const QRect place = control.rect();
     painter.setRenderHint(QPainter::Antialiasing);
-    // Nearly all of them stand on cards.
+    // Nearly all buttons are on cards.
     painter.setPen(Theme::edgeColour(Colour::button, Colour::card, Colour::buttonBorder));
     painter.setBrush(Theme::colour(Colour::button));
     painter.drawRoundedRect(QRectF(place).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);

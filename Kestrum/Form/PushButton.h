@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QPushButton>
@@ -14,8 +15,8 @@ public:
     QSize minimumSizeHint() const override { return sizeHint(); }
 
     static constexpr double radius = 6; ///< of the plate's corners
-    /// The ground of a button, for whatever else looks like one: as large as `control` and in its state. What is painted on a
-    /// disabled control is pale from then on.
+    /// Paints the background of a button, also for other controls that look like one: as large as `control` and in its state. For a
+    /// disabled control the painter's opacity is reduced afterwards.
     static void paintPlate(QPainter& painter, const QWidget& control, bool isPressed);
 
 protected:

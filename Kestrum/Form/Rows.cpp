@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/Rows.h"
 
 #include "Kestrum/Form/Switch.h"
@@ -10,10 +11,10 @@ Row* Form::toggle(const char* title, const Binding<bool>& binding)
     control->setObjectName(binding.name);
     const auto show = [control, binding] { control->follow(binding.shown().value_or(false)); };
     follow(binding, control, show);
-    // Not `clicked`, which assistive programs do not bring about.
+    // Not `clicked`: assistive programs do not trigger that.
     QObject::connect(control, &Switch::toggled, control, [binding, show](bool isOn) {
         binding.choose(isOn);
-        show(); // also what could not be saved
+        show(); // the stored value, if the save failed
     });
     return new Row(AppLanguage::string(title), control);
 }

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/ChoiceControl.h"
@@ -7,14 +8,14 @@
 
 namespace kestrum {
 
-/// Rows of a page, each bound to one value: the control shows what is stored, also when another process stores it, and
-/// stores what is chosen. Titles are English; people see them in the interface language. The caller owns the row.
+/// Rows of a page, each bound to one value. The control shows the stored value, also when another process changes it, and stores the
+/// user's choice. Titles are English and are shown in the interface language. The caller owns the row.
 namespace Form {
 
 /// A switch.
 Row* toggle(const char* title, const Binding<bool>& binding);
 
-/// All choices side by side.
+/// A picker with all choices side by side.
 template <class T>
 Row* segmented(
     const char* title, const Binding<T>& binding, const QList<Choice<T>>& choices = kestrum::choices<T>())
@@ -26,7 +27,7 @@ Row* segmented(
     return new Row(AppLanguage::string(title), control);
 }
 
-/// The choice made, and the others in a list that opens.
+/// A picker whose choices are in a list that opens.
 template <class T>
 Row* picker(
     const char* title, const Binding<T>& binding, const QList<Choice<T>>& choices = kestrum::choices<T>())

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/ShrinkingLabel.h"
 
 #include <QHelpEvent>
@@ -47,7 +48,7 @@ QFont ShrinkingLabel::shownFont() const
     const double room = contentsRect().width();
     const auto width = [this](const QFont& font) { return QFontMetricsF(font).horizontalAdvance(text()); };
     QFont shown = font();
-    // Widths are only nearly in proportion to sizes.
+    // Text widths are only roughly proportional to font sizes.
     double factor = std::clamp(room / std::max(width(shown), 1.0), smallestFactor, 1.0);
     shown.setPointSizeF(font().pointSizeF() * factor);
     while (width(shown) > room && factor > smallestFactor) {
@@ -88,7 +89,7 @@ bool ShrinkingLabel::event(QEvent* event)
 void ShrinkingLabel::resizeEvent(QResizeEvent* event)
 {
     QLabel::resizeEvent(event);
-    // The height that it wants depends on the width.
+    // The preferred height depends on the width.
     if (m_mayWrap && event->size().width() != event->oldSize().width())
         updateGeometry();
 }

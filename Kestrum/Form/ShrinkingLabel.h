@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/Theme.h"
@@ -6,17 +7,17 @@
 
 namespace kestrum {
 
-/// A text on one line, or on two where that is allowed and spares it from shrinking. Where it is too long for its room it shrinks,
-/// down to 0.8 of its size, and only then loses its end, which a tool tip then tells. Its height stays that of the full size.
+/// A text on one line, or on two if that is allowed and avoids shrinking. A text that is too long shrinks, down to 0.8 of its size.
+/// If that is not enough, its end is elided and a tool tip shows the whole text. Its height stays that of the full size.
 class ShrinkingLabel final : public QLabel {
     Q_OBJECT
 public:
     ShrinkingLabel(Theme::TextStyle style, Theme::Colour colour, QWidget* parent = nullptr);
 
-    /// Lets it stand on two lines.
+    /// Allows two lines.
     void setMayWrap(bool mayWrap);
 
-    /// What there is room for now, and in which font.
+    /// The text as it is shown now, perhaps elided, and its font.
     QString shownText() const;
     QFont shownFont() const;
 
@@ -29,7 +30,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// Whether it is too long for one line and fits on two as it is, without breaking a word.
+    /// Whether it is too long for one line but fits on two at full size, without breaking a word.
     bool isWrapped() const;
 
     bool m_mayWrap = false;

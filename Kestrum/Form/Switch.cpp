@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/Switch.h"
 
 #include "Kestrum/Form/FocusRing.h"
@@ -11,9 +12,9 @@ namespace {
 
 constexpr int slideMilliseconds = 120;
 constexpr double knobInset = 2;              ///< between the knob and the track's edge
-constexpr double disabledKnobOpacity = 0.75; ///< the knob is not to take on the track's colour
+constexpr double disabledKnobOpacity = 0.75; ///< enough to hide the track's colour
 
-/// `first` turned into `second` by a share from 0 to 1.
+/// A mix of both colours: `share` 0 is `first`, 1 is `second`.
 QColor mixed(const QColor& first, const QColor& second, double share)
 {
     const auto part = [share](float from, float to) { return from + (to - from) * float(share); };
@@ -28,7 +29,7 @@ Switch::Switch(Size size, QWidget* parent)
     , m_size(size)
 {
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-    // The pointer over it is shown.
+    // Repaint when the pointer enters or leaves.
     setAttribute(Qt::WA_Hover);
     m_slide.setDuration(slideMilliseconds);
     m_slide.setEasingCurve(QEasingCurve::InOutQuad);
@@ -44,7 +45,7 @@ QSize Switch::sizeHint() const
 
 void Switch::follow(bool isOn)
 {
-    // Also what whoever turned it brought about: the knob is on its way there.
+    // Our own click already animates to this state.
     if (isOn == isChecked())
         return;
     {
@@ -93,7 +94,7 @@ void Switch::paintEvent(QPaintEvent*)
         painter.drawRoundedRect(track, radius, radius);
     }
 
-    // Neither the pale track nor the white knob on it would be seen well enough without an outline.
+    // Without an outline the pale track and the white knob would be hard to see.
     QColor outline = Theme::colour(Colour::switchOutline);
     outline.setAlphaF(float(1 - m_position));
     painter.setBrush(Qt::NoBrush);

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QCheckBox>
@@ -5,8 +6,8 @@
 
 namespace kestrum {
 
-/// A switch: a round knob in a track, at the trailing end when it is on. To assistive programs it is a check box, whose name
-/// the owner sets. Space and a click turn it; `toggled` tells. Its text is not shown.
+/// A switch: a round knob in a track, at the trailing end when it is on. For assistive programs it is a check box; the owner sets its
+/// name. Space and a click emit `toggled`. Its text is not shown.
 class Switch final : public QCheckBox {
     Q_OBJECT
 public:
@@ -17,11 +18,10 @@ public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 
-    /// Shows the state at once, without sliding and without telling: for following a value. One that it shows already leaves
-    /// a slide alone.
+    /// Shows a stored state at once, without animation and without `toggled`. A running animation to the same state goes on.
     void follow(bool isOn);
 
-    /// Whether the knob slides when the switch is turned, as it does at first.
+    /// Whether the knob is animated when the user toggles the switch; yes by default.
     void setSlides(bool slides) { m_slides = slides; }
 
 protected:

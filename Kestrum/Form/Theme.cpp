@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/Theme.h"
 
 #include "KestrumShared/Items/StripBackground.h"
@@ -127,7 +128,7 @@ QColor deepened(const QColor& colour)
         colour.redF() * smallStep, colour.greenF() * smallStep, colour.blueF() * smallStep);
 }
 
-/// A little darker, or in the dark scheme lighter.
+/// A little darker in the light scheme, a little lighter in the dark one.
 QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
 {
     constexpr float light = 1 - smallStep;
@@ -137,8 +138,8 @@ QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
         : QColor::fromRgbF(darker.redF() + light, darker.greenF() + light, darker.blueF() + light);
 }
 
-/// `accent` itself, or as far from the middle as it takes to be seen on the preview's plate, which of all grounds is the nearest
-/// to the middle.
+/// `accent`, moved as little as necessary to be visible on the preview's plate. Of all our backgrounds that one is nearest to a
+/// medium grey, so the accent is visible on the others too.
 QColor setOff(QColor accent, ColourScheme scheme)
 {
     const QColor ground = Theme::colour(Theme::Colour::previewPlate, scheme);
@@ -147,7 +148,7 @@ QColor setOff(QColor accent, ColourScheme scheme)
     return accent;
 }
 
-/// The same for what is written on it, and for the white knob of a switch.
+/// `accent`, moved as little as necessary for texts and the white knob of a switch to be visible on it.
 QColor readable(QColor accent, ColourScheme scheme)
 {
     const QColor ink = Theme::colour(Theme::Colour::onSelection, scheme);
@@ -172,7 +173,7 @@ QColor Theme::colour(Colour colour, ColourScheme scheme)
     const QColor plain = scheme == ColourScheme::dark ? both.dark : both.light;
     if (colour != Colour::accent && colour != Colour::selection && colour != Colour::focusRing)
         return plain;
-    // Any colour can be a desktop's accent, also one that would not be seen on our grounds.
+    // A desktop's accent can be any colour, also one that is hardly visible on our backgrounds.
     const auto& named = SystemAppearance::shared().accent();
     const QColor accent = named ? setOff(*named, scheme) : plain;
     return colour == Colour::accent ? accent : readable(setOff(accent, scheme), scheme);
@@ -200,7 +201,7 @@ double Theme::contrast(const QColor& text, const QColor& ground)
 QPalette Theme::palette(ColourScheme scheme)
 {
     const auto of = [scheme](Colour colour) { return Theme::colour(colour, scheme); };
-    // Fusion draws its bevels from shades that it derives from the button's ground.
+    // Fusion derives the shades of its bevels from the button's colour.
     QPalette palette(of(Colour::card), of(Colour::window));
     for (const auto role :
         { QPalette::WindowText, QPalette::Text, QPalette::ButtonText, QPalette::ToolTipText })
@@ -221,11 +222,11 @@ namespace {
 
 constexpr int bodySize = 13; ///< points of the layout
 
-/// A point of the layout is a pixel at 96 dots an inch; a font sized in points follows a desktop that scales its texts.
+/// Layout points are pixels at 96 dpi. Font sizes are set in points, which follow the text scale of the desktop.
 constexpr double fontPoints = 72.0 / 96.0;
 
-/// How much larger than ours a desktop's texts are, as far as we follow them: smaller ones would be hard to read, and much larger
-/// ones leave no room.
+/// The scale of the desktop's texts relative to ours. Limited: smaller texts would be hard to read, and much larger ones would not
+/// fit.
 double textScale(const QFont& desktops)
 {
     constexpr double largest = 1.5;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Platform/Desktop/SystemAppearance.h"
@@ -8,8 +9,8 @@
 
 namespace kestrum {
 
-/// The window's look: every colour, size and text style that more than one widget needs, stated once. Sizes
-/// are in points of the layout, which the desktop's scale turns into pixels.
+/// The window's look: all colours, sizes and text styles that more than one widget needs. Sizes are in layout points; the desktop's
+/// scale converts them to pixels.
 namespace Theme {
 
 enum class Colour {
@@ -20,19 +21,19 @@ enum class Colour {
     separator,
     text,
     secondaryText,
-    sidebarSecondaryText, ///< dark enough for the sidebar's ground
+    sidebarSecondaryText, ///< dark enough for the sidebar's background
     accent,               ///< the desktop's, else our own
-    selection, ///< the accent as it shows: of what is selected, switched on or where the keyboard is; readable below `onSelection`
-    focusRing, ///< the same
+    selection,   ///< the accent behind selected and switched-on things; `onSelection` is readable on it
+    focusRing,   ///< the same colour
     onSelection, ///< white on the deep accents of the light scheme, dark on the light ones of the dark scheme
-    inactiveSelection, ///< ground of what is selected in a window that is not active
-    rowHovered,        ///< laid over what has no plate of its own, under the pointer
+    inactiveSelection, ///< behind a selected row in an inactive window
+    rowHovered,        ///< laid over a row under the pointer
     error,
-    offer, ///< the green of good news
+    offer, ///< green: an update is available
     switchOff,
     switchKnob,
     switchOutline, ///< around the track and the knob of a switch that is off
-    switchHovered, ///< laid over the track under the pointer: dark, or a white knob would not be seen on what is on
+    switchHovered, ///< laid over the track under the pointer; dark, so that the white knob stays visible
     switchPressed,
     button,
     buttonBorder,
@@ -41,27 +42,27 @@ enum class Colour {
     segmentTrack,  ///< below the segments of a picker
     chosenSegment,
     segmentShade, ///< the edge below a chosen segment, which lifts it off the track
-    outline,      ///< around a colour, which its ground alone would not show
-    listBorder,   ///< around a list that has opened
+    outline,      ///< around a colour that may equal its background
+    listBorder,   ///< around an open list
     scrollThumb,
     scrollThumbHovered,
     previewPlate,
 };
 
-/// The colour in the scheme that the desktop has now, or in a given one.
+/// The colour in the present scheme of the desktop, or in a given one.
 QColor colour(Colour colour);
 QColor colour(Colour colour, ColourScheme scheme);
 
-/// The opaque colour that a translucent one makes on `ground`. For tall shapes, of many rows of pixels: the painter fills what is
-/// translucent with the help of other threads, and waits for them longer than the drawing takes.
+/// The opaque colour that a translucent one gives on `ground`. For tall shapes: QPainter fills translucent areas of many rows with
+/// the help of other threads, and waiting for these takes longer than the drawing.
 QColor colourOn(Colour ground, Colour colour);
-/// The same for an edge, half of which lies on what it encloses and half on what is outside.
+/// The same for an edge that covers the inside and the outside by half a pixel each.
 QColor edgeColour(Colour inside, Colour outside, Colour edge);
 
-/// The contrast of two colours, 1 to 21; what is translucent is laid over the other first.
+/// The contrast ratio of two colours, 1 to 21. A translucent `text` is first laid over `ground`.
 double contrast(const QColor& text, const QColor& ground);
 
-/// What a window of ours and everything in it is painted with.
+/// The palette of our windows.
 QPalette palette(ColourScheme scheme);
 
 enum class TextStyle {
@@ -69,15 +70,15 @@ enum class TextStyle {
     heading,
     sidebarHeading,
     footnote,
-    callout, ///< names what a row of the sidebar's foot is about, in bold
-    caption, ///< the line below it
+    callout, ///< the bold first line of a row at the sidebar's foot
+    caption, ///< the second line there
 };
 
-/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale, and the size of its font where that
-/// is larger than ours, up to one and a half times.
+/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale and font size, if these are larger
+/// than ours, up to one and a half times.
 QFont font(TextStyle style);
 
-/// How high a control is that is pressed or opened: enough for its line of text, which may be of any height.
+/// The height of buttons and pickers whose text is `textHeight` high.
 int controlHeight(int textHeight = 0);
 
 inline constexpr int pageMargin = 20;

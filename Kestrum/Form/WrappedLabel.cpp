@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Form/WrappedLabel.h"
 
 namespace kestrum {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/Theme.h"
@@ -8,8 +9,8 @@
 
 namespace kestrum {
 
-/// A text of the page that goes on in a new line where it is out of room. Layouts ask for its height many times over, and
-/// shaping a text is what they spend most on: the last answer is kept.
+/// A text of the page that wraps. Layouts ask for its height many times, and shaping a text is their most expensive part: the last
+/// height is cached.
 class WrappedLabel : public QLabel {
 public:
     explicit WrappedLabel(Theme::TextStyle style, const QString& text = {}, QWidget* parent = nullptr);
@@ -17,7 +18,7 @@ public:
     int heightForWidth(int width) const override;
 
 private:
-    /// What the height depends on, of all that our labels change.
+    /// The cache key: all properties of our labels that the height depends on.
     struct Question {
         QString text;
         QFont font;

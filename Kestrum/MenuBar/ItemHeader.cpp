@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/ItemHeader.h"
 
 #include "KestrumShared/Items/StatusMetricView.h"
@@ -13,7 +14,7 @@ namespace kestrum {
 namespace {
 
 constexpr int symbolBox = 20;
-constexpr int symbolPoints = 14; // the widest of them just fits into the box
+constexpr int symbolPoints = 14; // the widest symbol just fits into the box
 constexpr int symbolGap = 5;
 
 } // namespace

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/WrappedLabel.h"
@@ -5,11 +6,11 @@
 
 namespace kestrum {
 
-/// The heading of one item's section: the item's symbol in blue and a title. To assistive programs it is the title alone.
+/// The heading of one item's section: the item's symbol in blue and a title. For assistive programs it is the title only.
 class ItemHeader final : public WrappedLabel {
     Q_OBJECT
 public:
-    /// `title` is English; people see it in the interface language.
+    /// `title` is English and is shown in the interface language.
     ItemHeader(MonitorSection section, const char* title);
 
 protected:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/FormPage.h"
@@ -6,7 +7,7 @@ namespace kestrum {
 
 class MenuBarPreview;
 
-/// Which menu-bar items there are, in which order, and how they look.
+/// The page that chooses which menu-bar items are shown, their order and their look.
 class MenuBarPage final : public FormPage {
     Q_OBJECT
 public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/MenuBarPreview.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -17,10 +18,10 @@ constexpr int innerPadding = 14;
 constexpr int outerPadding = 16;
 constexpr double plateRadius = 14;
 
-/// Around the widget that holds the items, which is larger than they are.
+/// Around the strip, which is larger than the items in it.
 constexpr QSize margin
     = QSize(innerPadding + outerPadding, innerPadding + outerPadding) - MenuBarStripView::room;
-/// At its sides where it is too wide. What it keeps around its items is enough for the plate's corners.
+/// At the sides of a strip that is too wide. The strip's own space around its items is enough for the plate's corners.
 constexpr int leastMargin = 1;
 
 } // namespace
@@ -61,7 +62,7 @@ void MenuBarPreview::resizeEvent(QResizeEvent* event)
 
 bool MenuBarPreview::event(QEvent* event)
 {
-    // The strip has another size to ask for.
+    // The strip's size hint has changed.
     if (event->type() == QEvent::LayoutRequest) {
         updateGeometry();
         place();

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QWidget>
@@ -6,8 +7,8 @@ namespace kestrum {
 
 class MenuBarStrip;
 
-/// A piece of menu bar as a plate on the page, light or dark as the desktop is, with the items at its
-/// trailing end. Where they are too wide they take of the plate's own margin.
+/// A piece of menu bar on the page: a plate in the desktop's colour scheme with the items at its trailing end. Items that are too
+/// wide extend into the plate's margin.
 class MenuBarPreview final : public QWidget {
     Q_OBJECT
 public:

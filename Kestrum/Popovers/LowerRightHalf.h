@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QPainterPath>
@@ -5,8 +6,7 @@
 
 namespace kestrum {
 
-/// The half of a rectangle below its diagonal from the top right to the bottom left corner, also where texts are written from the
-/// right.
+/// The half of a rectangle below its diagonal from the top right to the bottom left corner, in both directions of writing.
 struct LowerRightHalf {
     static QPainterPath path(const QRectF& rect)
     {

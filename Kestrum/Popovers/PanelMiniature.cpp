@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Popovers/PanelMiniature.h"
 
 #include "KestrumShared/Popover/CompactHeader.h"
@@ -18,17 +19,17 @@ namespace {
 constexpr double panelWidth = 300;
 constexpr double panelRadius = 12;
 constexpr double panelScale = 0.5;
-constexpr double panelRest = 60; ///< height of what a popover has below the sample, out of the picture
+constexpr double panelRest = 60;         ///< height of a popover below the sample, outside of the picture
 constexpr QPointF panelOffset { 10, 9 }; ///< from the picture's top leading corner
 constexpr int fontSize = 10;
 constexpr double headerPadding = 12;
-// Tighter than in a popover, so that the rows that fit into the picture are not cut by its edge.
+// Tighter than in a popover, so that the edge of the picture cuts no row.
 constexpr PanelMetrics metrics { .sectionPadding = 7, .rowSpacing = 4 };
 
 constexpr qint64 mebibyte = 1 << 20;
 constexpr double pressure = 0.31;
 
-/// The desktop's picture, from its top leading to its bottom trailing corner.
+/// The desktop's wallpaper, from the top leading to the bottom trailing corner.
 QLinearGradient desktop(ColourScheme scheme, const QRectF& rect, Qt::LayoutDirection direction)
 {
     const bool isFromRight = direction == Qt::RightToLeft;
@@ -41,7 +42,7 @@ QLinearGradient desktop(ColourScheme scheme, const QRectF& rect, Qt::LayoutDirec
     return gradient;
 }
 
-/// The header of the sample, with the share of memory in use in the room that a header leaves.
+/// The header of the sample, with the share of used memory at its trailing end.
 struct SampleHeader {
     CompactHeader header;
     ValueRow share;
@@ -54,7 +55,7 @@ struct SampleHeader {
     }
 };
 
-/// The rows have keys of the colours that stand for them in the memory panel.
+/// The coloured keys of the rows are those of the memory panel.
 PanelStack samplePanel()
 {
     const auto amounts = ByteText::style(ByteText::Counting::memory);
@@ -92,7 +93,7 @@ void PanelMiniature::draw(QPainter& painter, const QPointF& topLeft, Qt::LayoutD
     painter.setClipRect(rect, Qt::IntersectClip);
     painter.fillRect(rect, desktop(scheme, rect, direction));
 
-    // From here on the panel's own points, whose origin is its top leading corner.
+    // From here on in the panel's own points, with the origin in its top leading corner.
     const bool isFromRight = direction == Qt::RightToLeft;
     painter.translate(isFromRight ? rect.right() - panelOffset.x() : rect.left() + panelOffset.x(),
         rect.top() + panelOffset.y());

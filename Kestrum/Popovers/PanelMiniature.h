@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
@@ -8,16 +9,15 @@
 
 namespace kestrum {
 
-/// A small picture of a popover over a desktop: the top leading part of the memory panel at half its size, made of the parts of real
-/// popovers. What it shows is fixed; only its texts follow the interface language.
+/// A small picture of a popover over a desktop: the top leading part of the memory panel at half its size, drawn with the parts of
+/// real popovers. Its values are fixed; its texts follow the interface language.
 struct PanelMiniature {
     static constexpr QSizeF size { 112, 74 };
 
     ColourScheme scheme;
     PopoverBackground background;
 
-    /// Draws with the top left corner of the picture at `topLeft`, mirrored where texts are written from the right. The painter's state
-    /// is left as it was.
+    /// Draws with the top left corner of the picture at `topLeft`, mirrored for texts from right to left. Restores the painter's state.
     void draw(QPainter& painter, const QPointF& topLeft, Qt::LayoutDirection direction) const;
 };
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Popovers/PopoversPage.h"
 
 #include "Kestrum/Form/ChoiceControl.h"
@@ -20,7 +21,7 @@ void drawMiniature(
     PanelMiniature { scheme, background }.draw(painter, topLeft, QGuiApplication::layoutDirection());
 }
 
-/// Draws what popovers look like with `appearance` and the ground that is stored.
+/// Draws a popover with `appearance` and the stored background.
 void drawAppearance(QPainter& painter, const QPointF& topLeft, PopoverAppearance appearance)
 {
     const PopoverBackground background = Setting { Keys::popoverBackground }.value();
@@ -74,7 +75,7 @@ PopoversPage::PopoversPage(QWidget* parent)
     soon->setInk(Row::Ink::secondary);
     add(new Card("Themes", { soon }));
 
-    // Each choice shows in the pictures of the other, and the window's scheme in some of both.
+    // Each row's pictures show the choice of the other row too, and some of them the window's scheme.
     for (ChoiceTileRow* row : { appearance, background }) {
         const auto redraw = [row] {
             for (ChoiceTile* tile : row->tiles())

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Form/FormPage.h"
@@ -5,13 +6,13 @@
 
 namespace kestrum {
 
-/// How the agent's popovers look: their colour scheme and their ground, each chosen by pictures of a popover.
+/// The page for the look of the agent's popovers: colour scheme and background, each chosen by pictures of a popover.
 class PopoversPage final : public FormPage {
     Q_OBJECT
 public:
     explicit PopoversPage(QWidget* parent = nullptr);
 
-    /// The scheme in which the pictures of grounds are drawn: the one chosen for popovers, else the window's own.
+    /// The colour scheme of the background pictures: the one chosen for popovers, else the window's own.
     static ColourScheme previewScheme();
 };
 

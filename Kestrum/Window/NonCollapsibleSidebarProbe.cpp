@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 
 #include <QSplitter>

@@ -1,13 +1,13 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QWidget>
 
 namespace kestrum {
 
-/// An invisible widget that, put anywhere into a split view's first column, keeps that column from being
-/// collapsed: by dragging the divider or by making the window small. It looks for the split view once, on the
-/// next turn of the event loop, when it has found its place in the window; where there is none, nothing
-/// happens.
+/// An invisible widget that prevents the first column of a split view from being collapsed, by dragging the divider or by making the
+/// window small. It is a descendant of that column. It looks for the split view once, on the next turn of the event loop, when
+/// it is in the window. Without a split view it does nothing.
 class NonCollapsibleSidebarProbe final : public QWidget {
     Q_OBJECT
 public:

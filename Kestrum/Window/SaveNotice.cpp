@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Window/SaveNotice.h"
 
 #include "Kestrum/Form/FormPage.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QWidget>
@@ -7,15 +8,15 @@ namespace kestrum {
 class UserDefaults;
 class WrappedLabel;
 
-/// A line above the page that says why settings are not being saved, in the interface language; a tool tip has the particulars. It
-/// wraps where the page is too narrow for it. Hidden while all is well.
+/// A line above the page that says why settings cannot be saved, in the interface language; a tool tip has the details. It wraps.
+/// Hidden while saving works.
 class SaveNotice final : public QWidget {
     Q_OBJECT
 public:
     /// `store` outlives it.
     explicit SaveNotice(const UserDefaults& store, QWidget* parent = nullptr);
 
-    /// Shows how `store` fares now.
+    /// Shows or hides the notice for the present state of `store`.
     void look();
 
 protected:

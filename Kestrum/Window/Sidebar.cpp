@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Window/Sidebar.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -17,8 +18,7 @@ namespace kestrum {
 
 namespace {
 
-// Only page rows have it.
-constexpr int pageRole = Qt::UserRole;
+constexpr int pageRole = Qt::UserRole; ///< the page of a row; headings have none
 
 constexpr int rowHeight = 30;
 constexpr int rowGap = 2;
@@ -26,20 +26,20 @@ constexpr int rowInset = 8;
 constexpr int rowPadding = 10;
 constexpr double rowRadius = 7;
 constexpr int symbolBox = 16;
-constexpr int symbolPoints = 14; // the widest of them fills the box
+constexpr int symbolPoints = 14; // the widest symbol fills the box
 constexpr int symbolGap = 8;
-constexpr int rowRoom = 6; ///< above and below a title that makes its row higher
+constexpr int rowRoom = 6; ///< above and below a title of several lines
 constexpr int headingHeight = 26;
 constexpr int headingRoom = 4;
 constexpr int headingGap = 8; ///< above each heading
 
-/// A text on as many lines as it needs; a word that is too long for a line is broken. Nothing of it is left out.
+/// A text on as many lines as it needs. A word that is too long for a line is broken; nothing is elided.
 class WrappedText {
 public:
     WrappedText(const QString& text, const QFont& font, double width, Qt::LayoutDirection direction)
         : m_layout(text, font)
     {
-        // The layout itself takes "leading" for the left.
+        // QTextLayout takes "leading" for the left side.
         QTextOption option(QStyle::visualAlignment(direction, Qt::AlignLeading));
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         option.setTextDirection(direction);
@@ -54,7 +54,7 @@ public:
     }
 
     int height() const { return int(std::ceil(m_height)); }
-    /// In the middle of `place`, which is as wide as the text was made for.
+    /// Vertically centred in `place`, whose width must be that of the constructor.
     void draw(QPainter& painter, const QRect& place) const
     {
         const int above = (place.height() - height()) / 2;
@@ -66,7 +66,7 @@ private:
     double m_height = 0;
 };
 
-/// Draws headings and page rows, each as high as its text makes it.
+/// Draws headings and page rows; their heights depend on their texts.
 class SidebarDelegate final : public QStyledItemDelegate {
 public:
     using QStyledItemDelegate::QStyledItemDelegate;
@@ -102,7 +102,7 @@ private:
             double(std::max(place.width(), 1)), option.direction };
     }
 
-    // Where things stand where one writes from the left.
+    // Rectangles as if texts were written from the left.
     static QRect headingRect(const QRect& item)
     {
         return item.adjusted(rowInset + rowPadding, headingGap, -rowInset - rowPadding, 0);
@@ -123,7 +123,7 @@ private:
     static void paintRow(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
     {
         const bool isSelected = option.state.testFlag(QStyle::State_Selected);
-        // Not the option's own state, which also asks for the keyboard focus.
+        // Not the state in `option`, which also requires the focus.
         const bool isActive = option.widget && option.widget->isActiveWindow();
         const QRect row = rowRect(option.rect);
         painter.setRenderHint(QPainter::Antialiasing);
@@ -191,9 +191,9 @@ Sidebar::Sidebar(QWidget* parent)
     setEditTriggers(NoEditTriggers);
     setSelectionMode(SingleSelection);
     setAccessibleName(AppLanguage::string("Pages"));
-    // The sidebar's ground shows through.
+    // The sidebar's background shows through.
     viewport()->setAutoFillBackground(false);
-    // The row under the pointer is shown.
+    // Repaint rows when the pointer enters or leaves.
     viewport()->setAttribute(Qt::WA_Hover);
 }
 
@@ -222,7 +222,7 @@ void Sidebar::setPage(SettingsPage page)
 void Sidebar::currentChanged(const QModelIndex& current, const QModelIndex& previous)
 {
     QListView::currentChanged(current, previous);
-    // The focus ring reaches beyond the rows that the base class repaints.
+    // The focus ring is larger than the rows that the base class repaints.
     viewport()->update();
     if (current.isValid())
         Q_EMIT pageSelected(page());
@@ -231,7 +231,7 @@ void Sidebar::currentChanged(const QModelIndex& current, const QModelIndex& prev
 void Sidebar::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
 {
     QListView::selectionChanged(selected, deselected);
-    // Assistive programs select a row and leave the current one where it is.
+    // Assistive programs select a row without making it the current one.
     if (!selected.isEmpty())
         setCurrentIndex(selected.indexes().first());
 }
@@ -239,7 +239,7 @@ void Sidebar::selectionChanged(const QItemSelection& selected, const QItemSelect
 void Sidebar::resizeEvent(QResizeEvent* event)
 {
     QListView::resizeEvent(event);
-    // The height of a row depends on the width, which the base class does not know of.
+    // The base class does not know that the height of a row depends on the width.
     if (event->size().width() != event->oldSize().width())
         doItemsLayout();
 }
@@ -247,7 +247,7 @@ void Sidebar::resizeEvent(QResizeEvent* event)
 QItemSelectionModel::SelectionFlags Sidebar::selectionCommand(
     const QModelIndex& index, const QEvent* event) const
 {
-    // One page is always selected. The base class takes the selection away where Ctrl is held.
+    // One page is always selected, but the base class deselects while Ctrl is held.
     const auto command = QListView::selectionCommand(index, event);
     return !index.isValid() || command.testFlag(QItemSelectionModel::Deselect) ? QItemSelectionModel::NoUpdate
                                                                                : command;
@@ -255,7 +255,7 @@ QItemSelectionModel::SelectionFlags Sidebar::selectionCommand(
 
 QModelIndex Sidebar::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
-    // The first row is a heading, where the base class would stay.
+    // The first row is a heading, and the base class would not move.
     if (action == MoveHome || action == MovePageUp)
         return index(allCases<SettingsPage>()[0].value);
     return QListView::moveCursor(action, modifiers);

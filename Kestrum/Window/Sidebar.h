@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/Window/SettingsPage.h"
@@ -6,8 +7,7 @@
 
 namespace kestrum {
 
-/// The pages of the window in their groups, one of them selected. Headings cannot be selected and are passed
-/// over by the arrow keys. Texts that are too long for the width wrap.
+/// The list of pages in their groups, one page selected. Headings cannot be selected, and arrow keys skip them. Long texts wrap.
 class Sidebar final : public QListView {
     Q_OBJECT
 public:
@@ -15,7 +15,7 @@ public:
 
     /// The page selected; the first one until there is one.
     SettingsPage page() const;
-    /// Selects `page`; `pageSelected` is not sent.
+    /// Selects `page` without emitting `pageSelected`.
     void setPage(SettingsPage page);
 
 Q_SIGNALS:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/Window/SplitView.h"
 
 #include "Kestrum/Form/Theme.h"
@@ -16,7 +17,7 @@ private:
     void paintEvent(QPaintEvent*) override
     {
         QPainter painter(this);
-        // A handle one point wide takes the pointer on a wider strip, of which only the middle is the line.
+        // A handle of one point accepts the pointer on a wider strip; only the contents are the line.
         painter.fillRect(contentsRect(), Theme::colourOn(Theme::Colour::window, Theme::Colour::separator));
     }
 };

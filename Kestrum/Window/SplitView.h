@@ -1,10 +1,11 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include <QSplitter>
 
 namespace kestrum {
 
-/// Two columns side by side with one hairline between them, which can be dragged.
+/// Two columns side by side with a hairline between them that can be dragged.
 class SplitView final : public QSplitter {
     Q_OBJECT
 public:

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/ItemSlides.h"
 
 #include "Platform/Desktop/SystemAppearance.h"

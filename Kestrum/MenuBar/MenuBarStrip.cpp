@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"

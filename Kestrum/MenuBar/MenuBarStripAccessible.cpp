@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/MenuBarStripAccessible.h"
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"

@@ -1,9 +1,9 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarStripAccessible.h"
 #include "KestrumShared/Items/StripBackground.h"
-#include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
 #include <QHelpEvent>
@@ -13,7 +13,6 @@
 #include <QPainter>
 #include <QToolTip>
 #include <algorithm>
-#include <cmath>
 
 namespace kestrum {
 
@@ -26,14 +25,17 @@ constexpr QMargins ringMargins { 4, 4, 4, 4 };
 
 MenuBarStripView::MenuBarStripView(QWidget* parent)
     : QWidget(parent)
-    , m_readings(std::make_shared<SampleReadings>())
+    , m_scene(std::make_shared<SampleReadings>(), room)
 {
-    // Before the name, which is told to assistive programs at once, by whatever speaks for the strip then.
+    // Before the name: assistive programs are notified of that at once, by the interface that the strip has then.
     MenuBarStripAccessible::install();
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessibleName(AppLanguage::string("Menu bar items"));
+    m_scene.setOffset([this](MonitorSection section) { return m_slides.offset(section); });
+    connect(&m_scene, &StripScene::changed, this,
+        [this](const QRectF& area) { update(area.toAlignedRect().marginsAdded(ringMargins)); });
     connect(&m_slides, &ItemSlides::moved, this, qOverload<>(&QWidget::update));
     rebuild();
     connect(&SharedSettings::store(), &UserDefaults::changed, this, qOverload<>(&MenuBarStripView::rebuild));
@@ -42,27 +44,17 @@ MenuBarStripView::MenuBarStripView(QWidget* parent)
 
 void MenuBarStripView::rebuild()
 {
-    rebuild(MeterSettings::storedOrder());
+    const Appearance appearance = Appearance::current();
+    rebuild(MeterSettings::storedOrder(appearance.settings), appearance);
 }
 
-void MenuBarStripView::rebuild(const QList<MonitorSection>& order)
+void MenuBarStripView::rebuild(const QList<MonitorSection>& order, const Appearance& appearance)
 {
-    m_items.rebuild(order, m_readings);
-    tellScreenReader();
+    m_scene.rebuild(order, appearance);
+    describe(appearance);
     updateGeometry();
     update();
     Q_EMIT rebuilt();
-}
-
-QSize MenuBarStripView::sizeHint() const
-{
-    const QSizeF content = intrinsicContentSize();
-    return QSize(int(std::ceil(content.width())), int(content.height())) + 2 * room;
-}
-
-QString MenuBarStripView::readoutText(MonitorSection section) const
-{
-    return StatusMetricView::readoutText(section, *m_readings).value_or(QString());
 }
 
 QString MenuBarStripView::moveHint()
@@ -70,34 +62,12 @@ QString MenuBarStripView::moveHint()
     return AppLanguage::string("Drag to move, or press Alt with an arrow key.");
 }
 
-QPointF MenuBarStripView::stripPoint(const QPointF& widgetPoint) const
-{
-    return { widgetPoint.x() - room.width(), room.height() + StatusMetricView::height - widgetPoint.y() };
-}
-
-QRectF MenuBarStripView::widgetRect(const QRectF& stripRect) const
-{
-    return { stripRect.left() + room.width(), room.height() + StatusMetricView::height - stripRect.bottom(),
-        stripRect.width(), stripRect.height() };
-}
-
-QRectF MenuBarStripView::backdropRect(const Item& item) const
-{
-    return widgetRect(StripItems::ground(item)).translated(m_slides.offset(item.section), 0);
-}
-
-/// Where an item is drawn, in widget coordinates.
-QRectF MenuBarStripView::shownFrame(const Item& item) const
-{
-    return widgetRect(item.view->frame()).translated(m_slides.offset(item.section), 0);
-}
-
-/// The left edges of all of these.
+/// The left edges of all items as they are drawn.
 QHash<MonitorSection, double> MenuBarStripView::shownLefts() const
 {
     QHash<MonitorSection, double> lefts;
     for (const Item& item : items())
-        lefts.insert(item.section, shownFrame(item).left());
+        lefts.insert(item.section, m_scene.frame(item).left());
     return lefts;
 }
 
@@ -105,58 +75,48 @@ QHash<MonitorSection, double> MenuBarStripView::shownLefts() const
 void MenuBarStripView::slideFrom(const QHash<MonitorSection, double>& lefts)
 {
     for (const Item& item : items()) {
-        const double left = shownFrame(item).left();
+        const double left = m_scene.frame(item).left();
         const double before = lefts.value(item.section, left);
         if (isVisible() && before != left && item.section != dragged())
             m_slides.begin(item.section, before - widgetRect(item.view->frame()).left());
     }
 }
 
-void MenuBarStripView::setHovered(std::optional<MonitorSection> section)
+void MenuBarStripView::redrawFocused()
 {
-    if (section == m_hovered)
-        return;
-    redraw(m_hovered);
-    m_hovered = section;
-    redraw(m_hovered);
-}
-
-void MenuBarStripView::redraw(std::optional<MonitorSection> section)
-{
-    const Item* changed = section ? item(*section) : nullptr;
-    if (changed)
-        update(backdropRect(*changed).toAlignedRect().marginsAdded(ringMargins));
+    if (const auto marked = focused())
+        update(backdropRect(*item(*marked)).toAlignedRect().marginsAdded(ringMargins));
 }
 
 void MenuBarStripView::mouseMoveEvent(QMouseEvent* event)
 {
-    if (dragged()) {
-        drag(event->position());
-        return;
-    }
+    drag(event->position());
     // A window in the background does not react to a pointer that passes over it.
-    const Item* under = isActiveWindow() ? item(stripPoint(event->position())) : nullptr;
-    setHovered(under ? std::optional(under->section) : std::nullopt);
-    setCursor(under ? Qt::OpenHandCursor : Qt::ArrowCursor);
+    if (isActiveWindow())
+        m_scene.hover(event->position());
+    else
+        m_scene.leave();
+    setCursor(m_scene.cursor());
+}
+
+void MenuBarStripView::leaveItems()
+{
+    m_scene.leave();
+    setCursor(m_scene.cursor());
 }
 
 void MenuBarStripView::leaveEvent(QEvent*)
 {
-    if (dragged())
-        return;
-    setHovered(std::nullopt);
-    setCursor(Qt::ArrowCursor);
+    leaveItems();
 }
 
 bool MenuBarStripView::event(QEvent* event)
 {
-    if (event->type() == QEvent::WindowDeactivate && !dragged()) {
-        setHovered(std::nullopt);
-        setCursor(Qt::ArrowCursor);
-    }
+    if (event->type() == QEvent::WindowDeactivate)
+        leaveItems();
     if (event->type() == QEvent::ToolTip) {
         const auto* help = static_cast<QHelpEvent*>(event);
-        const Item* under = dragged() ? nullptr : item(stripPoint(help->pos()));
+        const Item* under = m_scene.resting(help->pos());
         const QRect place = under ? backdropRect(*under).toAlignedRect() : QRect();
         QToolTip::showText(help->globalPos(), under ? moveHint() : QString(), this, place);
         return true;
@@ -166,18 +126,15 @@ bool MenuBarStripView::event(QEvent* event)
 
 void MenuBarStripView::mousePressEvent(QMouseEvent* event)
 {
-    const QPointF point = stripPoint(event->position());
-    const Item* grabbed = event->button() == Qt::LeftButton && !dragged() ? item(point) : nullptr;
+    const Item* grabbed = m_scene.grab(*event);
     if (!grabbed)
         return;
     if (m_showsFocus) {
         m_showsFocus = false;
-        redraw(focused());
+        redrawFocused();
     }
     m_slides.begin(grabbed->section, 0);
-    m_items.grab(*grabbed, point.x());
-    setHovered(grabbed->section);
-    setCursor(Qt::ClosedHandCursor);
+    setCursor(m_scene.cursor());
 }
 
 void MenuBarStripView::drag(const QPointF& widgetPoint)
@@ -185,30 +142,25 @@ void MenuBarStripView::drag(const QPointF& widgetPoint)
     if (!dragged())
         return;
     const QHash<MonitorSection, double> before = shownLefts();
-    redraw(dragged());
-    m_items.drag(stripPoint(widgetPoint).x());
-    redraw(dragged());
+    m_scene.drag(widgetPoint);
     slideFrom(before);
     Q_EMIT dragMoved(widgetPoint);
 }
 
 void MenuBarStripView::mouseReleaseEvent(QMouseEvent* event)
 {
-    if (!dragged() || event->button() != Qt::LeftButton)
+    const QHash<MonitorSection, double> before = shownLefts();
+    if (!m_scene.drop(*event))
         return;
-    m_items.drop();
-    setCursor(Qt::OpenHandCursor);
-    store();
+    setCursor(m_scene.cursor());
+    adoptStored(before);
 }
 
-/// Makes the present order of the visible items the stored one. Where the save failed the stored order comes
-/// back.
-void MenuBarStripView::store()
+/// Shows the stored order, which is the one before where a save failed. Items slide from `lefts`.
+void MenuBarStripView::adoptStored(const QHash<MonitorSection, double>& lefts)
 {
-    const QHash<MonitorSection, double> before = shownLefts();
-    MeterSettings::setMenuBarOrder(m_items.sections());
     rebuild();
-    slideFrom(before);
+    slideFrom(lefts);
 }
 
 std::optional<MonitorSection> MenuBarStripView::focused() const
@@ -222,24 +174,25 @@ void MenuBarStripView::focusItem(int index)
 {
     if (items().isEmpty())
         return;
-    redraw(focused());
+    redrawFocused();
     m_focused = items()[std::clamp(index, 0, int(items().size()) - 1)].section;
     m_showsFocus = true;
-    redraw(m_focused);
+    redrawFocused();
     Q_EMIT itemFocused(widgetRect(StripItems::ground(*item(*m_focused))));
     MenuBarStripAccessible::tellFocus(this);
 }
 
 void MenuBarStripView::moveFocusedItem(int step)
 {
-    const int from = m_items.index(*focused());
+    const int from = m_scene.items().index(*focused());
     const int to = from + step;
     if (to >= 0 && to < items().size()) {
         m_focused = items()[from].section;
-        m_items.swap(from, to);
-        store();
+        const QHash<MonitorSection, double> before = shownLefts();
+        m_scene.move(from, to);
+        adoptStored(before);
     }
-    focusItem(m_items.index(*focused()));
+    focusItem(m_scene.items().index(*focused()));
 }
 
 void MenuBarStripView::keyPressEvent(QKeyEvent* event)
@@ -255,7 +208,7 @@ void MenuBarStripView::keyPressEvent(QKeyEvent* event)
     if (modifiers == Qt::AltModifier)
         moveFocusedItem(step);
     else
-        focusItem(m_items.index(*focused()) + step);
+        focusItem(m_scene.items().index(*focused()) + step);
 }
 
 void MenuBarStripView::focusInEvent(QFocusEvent* event)
@@ -263,7 +216,7 @@ void MenuBarStripView::focusInEvent(QFocusEvent* event)
     const Qt::FocusReason reason = event->reason();
     if (reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::ShortcutFocusReason) {
-        focusItem(focused() ? m_items.index(*focused()) : 0);
+        focusItem(focused() ? m_scene.items().index(*focused()) : 0);
     } else if (reason == Qt::MouseFocusReason) {
         m_showsFocus = false;
     }
@@ -281,25 +234,13 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
     const ColourScheme scheme = SystemAppearance::shared().scheme();
     const QTransform device = painter.deviceTransform();
 
-    const auto draw = [&](const Item& item) {
-        const QRectF frame = shownFrame(item);
-        if (!event->region().intersects(frame.toAlignedRect().marginsAdded({ 1, 1, 1, 1 })))
-            return;
-        item.view->draw(painter, QPointF(StripBackground::onPixel(frame.left(), device), frame.top()), scheme,
-            device.m11());
-    };
-    const Item* lifted = dragged() ? item(*dragged()) : nullptr;
-    if (const Item* under = m_hovered && !dragged() ? item(*m_hovered) : nullptr)
-        StripBackground::drawBackdrop(painter, backdropRect(*under), scheme);
-    for (const Item& item : items()) {
-        if (&item != lifted)
-            draw(item);
-    }
-    // Above its neighbours while it moves.
-    if (lifted) {
-        StripBackground::drawLifted(painter, backdropRect(*lifted), scheme);
-        draw(*lifted);
-    }
+    const Appearance appearance = Appearance::current();
+    m_scene.paint(
+        painter, scheme, StripScene::DragLook::lifted, [&](const Item& item, const QPointF& topLeft) {
+            const QRect area = m_scene.frame(item).toAlignedRect().marginsAdded({ 1, 1, 1, 1 });
+            if (event->region().intersects(area))
+                item.view->draw(painter, topLeft, scheme, device.m11(), appearance);
+        });
 
     if (const auto marked = focused(); marked && hasFocus() && m_showsFocus) {
         constexpr double reach = Theme::focusRingGap + Theme::focusRingWidth / 2;
@@ -313,12 +254,13 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
     }
 }
 
-void MenuBarStripView::tellScreenReader()
+/// To a screen reader.
+void MenuBarStripView::describe(const Appearance& appearance)
 {
     QStringList texts;
     for (const Item& item : items()) {
-        texts.append(
-            (StatusMetricView::description(item.section) + u' ' + readoutText(item.section)).trimmed());
+        const QString readout = m_scene.readoutText(item.section, appearance);
+        texts.append((StatusMetricView::description(item.section) + u' ' + readout).trimmed());
     }
     const QString description = texts.join(QStringLiteral(", "));
     if (description != accessibleDescription())

@@ -1,14 +1,14 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "Kestrum/MenuBar/ItemSlides.h"
 #include "KestrumShared/Items/SampleReadings.h"
-#include "KestrumShared/Items/StripItems.h"
+#include "KestrumShared/Items/StripScene.h"
 #include "KestrumShared/Settings/SignalListener.h"
 
 #include <QHash>
 #include <QList>
 #include <QWidget>
-#include <memory>
 #include <optional>
 
 namespace kestrum {
@@ -24,42 +24,42 @@ namespace kestrum {
 class MenuBarStripView final : public QWidget {
     Q_OBJECT
 public:
-    using Item = StripItems::Item;
+    using Item = StripScene::Item;
 
     /// What the widget is larger than the row of items, on each side.
     static constexpr QSize room { 7, 3 };
 
     explicit MenuBarStripView(QWidget* parent = nullptr);
 
-    /// Builds the items anew from the settings. A drag in progress goes on with the new item of its section.
+    /// Builds the items anew from the settings. A drag in progress goes on.
     void rebuild();
-    /// The same for an order other than the stored one.
-    void rebuild(const QList<MonitorSection>& order);
+    /// In an order other than the stored one.
+    void rebuild(const QList<MonitorSection>& order, const Appearance& appearance = Appearance::current());
 
     /// Size of the row of items, without `room`.
-    QSizeF intrinsicContentSize() const { return m_items.size(); }
-    QSize sizeHint() const override;
+    QSizeF intrinsicContentSize() const { return m_scene.items().size(); }
+    QSize sizeHint() const override { return m_scene.size(); }
     QSize minimumSizeHint() const override { return sizeHint(); }
 
     /// The visible items, left to right.
-    const QList<Item>& items() const { return m_items.list(); }
-    const Item* item(MonitorSection section) const { return m_items.item(section); }
+    const QList<Item>& items() const { return m_scene.items().list(); }
+    const Item* item(MonitorSection section) const { return m_scene.items().item(section); }
     /// The item at a point in strip coordinates, null when there is none.
-    const Item* item(const QPointF& at) const { return m_items.item(at); }
+    const Item* item(const QPointF& at) const { return m_scene.items().item(at); }
 
     /// What the item says beside its meter; empty when it says nothing.
-    QString readoutText(MonitorSection section) const;
+    QString readoutText(MonitorSection section) const { return m_scene.readoutText(section); }
 
     /// How people move an item, in the interface language.
     static QString moveHint();
 
-    QPointF stripPoint(const QPointF& widgetPoint) const;
-    QRectF widgetRect(const QRectF& stripRect) const;
+    QPointF stripPoint(const QPointF& widgetPoint) const { return m_scene.stripPoint(widgetPoint); }
+    QRectF widgetRect(const QRectF& stripRect) const { return m_scene.widgetRect(stripRect); }
     /// Where an item and its backdrop are drawn, in widget coordinates.
-    QRectF backdropRect(const Item& item) const;
+    QRectF backdropRect(const Item& item) const { return m_scene.ground(item); }
 
-    std::optional<MonitorSection> hovered() const { return m_hovered; }
-    std::optional<MonitorSection> dragged() const { return m_items.dragged(); }
+    std::optional<MonitorSection> hovered() const { return m_scene.hovered(); }
+    std::optional<MonitorSection> dragged() const { return m_scene.dragged(); }
     /// The item that the arrow keys are at while the strip has the keyboard focus.
     std::optional<MonitorSection> focused() const;
 
@@ -84,22 +84,19 @@ protected:
     void focusOutEvent(QFocusEvent* event) override;
 
 private:
-    QRectF shownFrame(const Item& item) const;
     QHash<MonitorSection, double> shownLefts() const;
     void slideFrom(const QHash<MonitorSection, double>& lefts);
-    void setHovered(std::optional<MonitorSection> section);
-    void redraw(std::optional<MonitorSection> section);
-    void store();
+    void leaveItems();
+    void redrawFocused();
+    void adoptStored(const QHash<MonitorSection, double>& lefts);
     void focusItem(int index);
     void moveFocusedItem(int step);
-    void tellScreenReader();
+    void describe(const Appearance& appearance);
 
-    StripItems m_items;
+    StripScene m_scene;
     ItemSlides m_slides;
-    std::optional<MonitorSection> m_hovered;
     std::optional<MonitorSection> m_focused;
     bool m_showsFocus = false;
-    std::shared_ptr<const SampleReadings> m_readings;
     SignalListener m_barListener;
 };
 

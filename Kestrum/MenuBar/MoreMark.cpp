@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/MoreMark.h"
 
 #include "Kestrum/Form/Theme.h"

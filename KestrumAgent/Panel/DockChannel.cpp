@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/DockChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"

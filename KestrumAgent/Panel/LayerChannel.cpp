@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/LayerChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/LayerSurface.h"
 
 #include <QGuiApplication>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/PanelChannel.h"
 
 #include "KestrumAgent/Panel/DockChannel.h"

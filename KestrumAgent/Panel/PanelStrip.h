@@ -1,12 +1,11 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Items/StripItems.h"
+#include "KestrumShared/Items/StripScene.h"
 
-#include <QImage>
 #include <QWidget>
 #include <array>
 #include <memory>
-#include <optional>
 
 namespace kestrum {
 
@@ -14,12 +13,12 @@ namespace kestrum {
 /// like. It knows nothing of how it comes to stand there: a `PanelChannel` sees to that, and to everything that opens
 /// beside it.
 ///
-/// Items can be dragged to another place; the new order is stored and told by `menuBarChanged`. Each item is kept as a
-/// picture, so that new readings paint only what looks different from before.
+/// Items can be dragged to another place; the new order is stored and announced by `menuBarChanged`. A picture of each item is
+/// cached, so that new readings paint only what looks different from before.
 class PanelStrip final : public QWidget {
     Q_OBJECT
 public:
-    using Item = StripItems::Item;
+    using Item = StripScene::Item;
 
     /// Of the plate, to the left and to the right of the items.
     static constexpr int sideRoom = 8;
@@ -33,16 +32,16 @@ public:
     void redraw();
 
     /// Whether no item is shown.
-    bool isEmpty() const { return m_items.list().isEmpty(); }
-    const StripItems& items() const { return m_items; }
+    bool isEmpty() const { return items().list().isEmpty(); }
+    const StripItems& items() const { return m_scene.items(); }
     QSize sizeHint() const override;
 
     /// An item's frame in the widget.
-    QRectF place(const Item& item) const;
-    /// What an item tells in words, by `itemText`.
-    QString text(MonitorSection section) const;
+    QRectF place(const Item& item) const { return m_scene.frame(item); }
+    /// What an item says in words, by `itemText`.
+    QString text(MonitorSection section) const { return m_scene.text(section); }
     /// The texts of all items, one a line.
-    QString summary() const;
+    QString summary() const { return m_scene.summary(); }
 
 Q_SIGNALS:
     /// The items, and with them perhaps the size, are others.
@@ -68,14 +67,11 @@ protected:
     bool event(QEvent* event) override;
 
 private:
-    QPointF stripPoint(const QPointF& widgetPoint) const;
-    QImage picture(const Item& item) const;
-    void setHovered(std::optional<MonitorSection> section);
+    void redrawBy(const Appearance& appearance);
+    QRegion renewPictures(const Appearance& appearance);
 
-    StripItems m_items;
+    StripScene m_scene;
     std::array<QImage, std::size(Enumeration<MonitorSection>::cases)> m_pictures;
-    std::optional<MonitorSection> m_hovered;
-    std::shared_ptr<const MenuBarReadings> m_readings;
 };
 
 } // namespace kestrum

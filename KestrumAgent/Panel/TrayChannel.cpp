@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/TrayChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"

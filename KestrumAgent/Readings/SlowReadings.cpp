@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Readings/SlowReadings.h"
 
 #include "Platform/Log/Log.h"

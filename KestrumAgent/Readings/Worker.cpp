@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumAgent/Readings/Worker.h"
 
 #include <atomic>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/ItemSprites.h"
 
 #include "KestrumShared/Raster/LabelColour.h"

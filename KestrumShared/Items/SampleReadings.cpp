@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/SampleReadings.h"
 
 #include <algorithm>

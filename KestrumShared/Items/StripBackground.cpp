@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/StripBackground.h"
 
 #include "KestrumShared/Raster/LabelColour.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/StripItems.h"
 
 #include "KestrumShared/Items/StripLayout.h"
@@ -17,11 +18,11 @@ double middleOf(const StripItems::Item& item)
 
 } // namespace
 
-void StripItems::rebuild(
-    const QList<MonitorSection>& order, const std::shared_ptr<const MenuBarReadings>& readings)
+void StripItems::rebuild(const QList<MonitorSection>& order,
+    const std::shared_ptr<const MenuBarReadings>& readings, const Appearance& appearance)
 {
     m_list.clear();
-    for (const StripLayout::Item& place : StripLayout::of(order).items) {
+    for (const StripLayout::Item& place : StripLayout::of(order, appearance).items) {
         if (!place.isShown())
             continue;
         const QRectF frame(*place.x, 0, place.width, StatusMetricView::height);

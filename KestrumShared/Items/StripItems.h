@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #pragma once
 
 #include "KestrumShared/Items/StatusMetricView.h"
@@ -19,7 +20,8 @@ public:
 
     /// Makes the visible ones of `order` anew, each on its place of the grid. The readings are held weakly. A drag in
     /// progress goes on with the new item of its section.
-    void rebuild(const QList<MonitorSection>& order, const std::shared_ptr<const MenuBarReadings>& readings);
+    void rebuild(const QList<MonitorSection>& order, const std::shared_ptr<const MenuBarReadings>& readings,
+        const Appearance& appearance = Appearance::current());
 
     const QList<Item>& list() const { return m_list; }
     QList<MonitorSection> sections() const;

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Raster/Canvas.h"
 
 #include <QFontMetricsF>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // How much of a pixel lies below the line is computed exactly, as an area. The line is cut at the pixels' vertical
 // edges; within a column each piece of it is straight and has its pixels, counted from the bottom upwards, in three
 // zones: fully below, crossed, fully above. Only the crossed ones need a computation. A piece covers each pixel for its

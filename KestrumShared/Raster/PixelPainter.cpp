@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Raster/PixelPainter.h"
 
 #include "KestrumShared/Raster/FilledCurve.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "KestrumShared/Raster/SpriteCache.h"
 
 #include <utility>

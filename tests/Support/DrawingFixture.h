@@ -13,7 +13,7 @@
 namespace kestrum {
 
 /// Readings that a test sets one by one.
-struct FakeReadings final : MenuBarReadings {
+struct FakeReadings : MenuBarReadings {
     double cpu = 0.5;
     QList<double> cores { 0.25, 0.5, 0.75, 1.0 };
     int fastCores = 0;

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumShared/Items/StripScene.h"
+
+#include "KestrumShared/Items/ItemText.h"
+#include "KestrumShared/Items/StripBackground.h"
+
+#include <QStringList>
+#include <cmath>
+
+namespace kestrum {
+
+StripScene::StripScene(std::shared_ptr<const MenuBarReadings> readings, QSize room)
+    : m_readings(std::move(readings))
+    , m_room(room)
+{
+}
+
+void StripScene::rebuild(const Appearance& appearance)
+{
+    rebuild(MeterSettings::storedOrder(appearance.settings), appearance);
+}
+
+void StripScene::rebuild(const QList<MonitorSection>& order, const Appearance& appearance)
+{
+    m_items.rebuild(order, m_readings, appearance);
+}
+
+QSize StripScene::size() const
+{
+    const QSizeF items = m_items.size();
+    return QSize(int(std::ceil(items.width())), int(items.height())) + 2 * m_room;
+}
+
+QPointF StripScene::stripPoint(const QPointF& point) const
+{
+    return { point.x() - m_room.width(), m_room.height() + StatusMetricView::height - point.y() };
+}
+
+QRectF StripScene::widgetRect(const QRectF& stripRect) const
+{
+    return { stripRect.left() + m_room.width(),
+        m_room.height() + StatusMetricView::height - stripRect.bottom(), stripRect.width(),
+        stripRect.height() };
+}
+
+QRectF StripScene::frame(const Item& item) const
+{
+    return widgetRect(item.view->frame()).translated(m_offset ? m_offset(item.section) : 0, 0);
+}
+
+QRectF StripScene::ground(const Item& item) const
+{
+    return widgetRect(StripItems::ground(item)).translated(m_offset ? m_offset(item.section) : 0, 0);
+}
+
+Qt::CursorShape StripScene::cursor() const
+{
+    return dragged() ? Qt::ClosedHandCursor : m_hovered ? Qt::OpenHandCursor : Qt::ArrowCursor;
+}
+
+const StripScene::Item* StripScene::resting(const QPointF& point) const
+{
+    return dragged() ? nullptr : m_items.item(stripPoint(point));
+}
+
+void StripScene::setHovered(std::optional<MonitorSection> section)
+{
+    if (section == m_hovered)
+        return;
+    repaint(m_hovered);
+    m_hovered = section;
+    repaint(m_hovered);
+}
+
+void StripScene::repaint(std::optional<MonitorSection> section)
+{
+    if (const Item* item = section ? m_items.item(*section) : nullptr)
+        Q_EMIT changed(ground(*item));
+}
+
+void StripScene::hover(const QPointF& point)
+{
+    if (dragged())
+        return;
+    const Item* under = resting(point);
+    setHovered(under ? std::optional(under->section) : std::nullopt);
+}
+
+void StripScene::leave()
+{
+    if (!dragged())
+        setHovered(std::nullopt);
+}
+
+const StripScene::Item* StripScene::grab(const QMouseEvent& press)
+{
+    const Item* item = press.button() == Qt::LeftButton ? resting(press.position()) : nullptr;
+    if (item) {
+        m_items.grab(*item, stripPoint(press.position()).x());
+        setHovered(item->section);
+    }
+    return item;
+}
+
+void StripScene::drag(const QPointF& point)
+{
+    QHash<MonitorSection, double> before;
+    for (const Item& item : m_items.list())
+        before.insert(item.section, item.view->frame().left());
+    repaint(dragged());
+    m_items.drag(stripPoint(point).x());
+    for (const Item& item : m_items.list()) {
+        const double moved = item.view->frame().left() - before[item.section];
+        if (moved != 0)
+            Q_EMIT changed(ground(item) | ground(item).translated(-moved, 0));
+    }
+}
+
+bool StripScene::drop(const QMouseEvent& release)
+{
+    if (!dragged() || release.button() != Qt::LeftButton)
+        return false;
+    m_items.drop();
+    MeterSettings::setMenuBarOrder(m_items.sections());
+    return true;
+}
+
+void StripScene::move(int from, int to)
+{
+    m_items.swap(from, to);
+    MeterSettings::setMenuBarOrder(m_items.sections());
+}
+
+void StripScene::paint(QPainter& painter, ColourScheme scheme, DragLook look,
+    const std::function<void(const Item&, const QPointF&)>& drawItem) const
+{
+    const auto shown = [this](std::optional<MonitorSection> section) {
+        return section ? m_items.item(*section) : nullptr;
+    };
+    const auto draw = [&, device = painter.deviceTransform()](const Item& item) {
+        const QPointF corner = frame(item).topLeft();
+        drawItem(item, QPointF(StripBackground::onPixel(corner.x(), device), corner.y()));
+    };
+    const Item* lifted = shown(dragged());
+    const Item* hovered = look == DragLook::lifted && dragged() ? nullptr : shown(m_hovered);
+    if (hovered)
+        StripBackground::drawBackdrop(painter, ground(*hovered), scheme);
+    for (const Item& each : m_items.list()) {
+        if (&each != lifted)
+            draw(each);
+    }
+    if (!lifted)
+        return;
+    if (look == DragLook::lifted)
+        StripBackground::drawLifted(painter, ground(*lifted), scheme);
+    draw(*lifted);
+}
+
+QImage StripScene::picture(const Item& item, ColourScheme scheme, double scale, const Appearance& appearance)
+{
+    const QSizeF size = item.view->frame().size() + QSizeF(spareWidth, 0);
+    QImage image(int(std::ceil(size.width() * scale)), int(std::ceil(size.height() * scale)),
+        QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    item.view->draw(painter, QPointF(0, 0), scheme, scale, appearance);
+    return image;
+}
+
+QString StripScene::readoutText(MonitorSection section, const Appearance& appearance) const
+{
+    return StatusMetricView::readoutText(section, *m_readings, appearance).value_or(QString());
+}
+
+QString StripScene::text(MonitorSection section, const Appearance& appearance) const
+{
+    return itemText(section, *m_readings, appearance);
+}
+
+QString StripScene::summary() const
+{
+    const Appearance appearance = Appearance::current();
+    QStringList lines;
+    for (const Item& item : m_items.list())
+        lines.append(text(item.section, appearance));
+    return lines.join(u'\n');
+}
+
+} // namespace kestrum

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Items/WantedReadings.h"
 #include "KestrumAgent/Readings/Worker.h"
+#include "KestrumShared/Items/WantedReadings.h"
 #include "Platform/Machine/Sensors.h"
 #include "Platform/Machine/StorageUse.h"
 #include "Platform/Machine/SystemPower.h"

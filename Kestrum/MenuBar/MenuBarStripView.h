@@ -13,8 +13,8 @@
 
 namespace kestrum {
 
-/// The row of menu-bar items as the agent shows it, drawn from sample readings, in which people put the items
-/// in order: by dragging one sideways, or with Alt and the arrow keys. The new order is stored when an item
+/// The row of menu-bar items as the agent shows it, drawn from sample readings, in which the user
+/// orders the items: by dragging one sideways, or with Alt and the arrow keys. The new order is stored when an item
 /// is dropped; every change of the shared settings and the agent's `menuBarChanged` build the row anew. Items slide to
 /// their new places: their frames are the places, and where they are drawn is beside those for a moment.
 ///
@@ -31,7 +31,7 @@ public:
 
     explicit MenuBarStripView(QWidget* parent = nullptr);
 
-    /// Builds the items anew from the settings. A drag in progress goes on.
+    /// Builds the items anew from the settings. A drag in progress continues.
     void rebuild();
     /// In an order other than the stored one.
     void rebuild(const QList<MonitorSection>& order, const Appearance& appearance = Appearance::current());

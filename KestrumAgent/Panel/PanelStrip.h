@@ -9,9 +9,8 @@
 
 namespace kestrum {
 
-/// The items at the panel, on a plate of their own that makes them readable on whatever the panel or the desktop looks
-/// like. It knows nothing of how it comes to stand there: a `PanelChannel` sees to that, and to everything that opens
-/// beside it.
+/// The items at the panel, on a plate of their own, so that they are readable whatever the panel or the desktop looks like. A
+/// `PanelChannel` places it and opens menus and tips beside it.
 ///
 /// Items can be dragged to another place; the new order is stored and announced by `menuBarChanged`. A picture of each item is
 /// cached, so that new readings paint only what looks different from before.
@@ -26,7 +25,7 @@ public:
 
     explicit PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget* parent = nullptr);
 
-    /// Builds the items anew from the settings. A drag in progress goes on with the new item of its section.
+    /// Builds the items anew from the settings. A drag in progress continues.
     void rebuild();
     /// Paints, before it returns, every item that new readings make look different.
     void redraw();

@@ -39,7 +39,7 @@ ItemFonts::ItemFonts(const QFont& base, int generation)
 {
 }
 
-// Worked out when asked for: it takes the font to be loaded, which only items with letters need.
+// Computed on demand: measuring loads the font, which only items with letters need.
 double ItemFonts::letterHeight() const
 {
     return QFontMetricsF(m_letters).height() * letterScale;

@@ -10,19 +10,19 @@ namespace kestrum {
 /// The two fonts of menu-bar items, of the application's font family. Main thread only.
 class ItemFonts {
 public:
-    /// Made at first use and whenever the application's font has become another.
+    /// Created at first use, and again whenever the application's font changes.
     static const ItemFonts& current();
 
     /// 11 pixels, medium.
     const MonospacedDigits& readout() const { return m_readout; }
 
-    /// The semibold font of the letters, larger than they are: Qt knows whole pixel sizes only. It is to be
-    /// drawn, and its measures are to be taken, at `letterScale`, which makes it 6.2 pixels.
+    /// The semibold font of the letters, enlarged, since Qt has whole pixel sizes only. Draw and measure it at `letterScale`, which
+    /// makes it 6.2 pixels.
     const QFont& letters() const { return m_letters; }
     static constexpr double letterScale = 0.1;
     double letterHeight() const;
 
-    /// Another number for each font of the application, for what is kept of texts.
+    /// Changes whenever the application's font does; part of cache keys.
     int generation() const { return m_generation; }
 
 private:

@@ -5,14 +5,14 @@
 
 namespace kestrum {
 
-/// Measures of a menu-bar item in points, from its bottom left corner. Drawing and widths both stand on them.
+/// Measures of a menu-bar item in points, from its bottom left corner. Drawing and measuring both use them.
 namespace ItemGeometry {
 
 /// Left of the label, and again at the far end of an item.
 inline constexpr double margin = 1;
 
 inline constexpr double symbolPointSize = 12;
-/// What takes the place of a symbol that there is no drawing of.
+/// The room for a symbol that has no drawing.
 inline constexpr double missingSymbolSide = 13;
 inline constexpr double lettersWidth = 6;
 inline constexpr double letterDistance = 5.5;

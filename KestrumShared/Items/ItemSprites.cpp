@@ -29,9 +29,9 @@ QImage ItemSprites::symbol(const QString& name, double pointSize, ColourScheme s
 {
     static QHash<SymbolKey, QImage> renderedSymbols;
     const SymbolKey key { name, pointSize, scheme, scale };
-    const auto kept = renderedSymbols.constFind(key);
-    if (kept != renderedSymbols.constEnd())
-        return *kept;
+    const auto cached = renderedSymbols.constFind(key);
+    if (cached != renderedSymbols.constEnd())
+        return *cached;
     return *renderedSymbols.insert(key, SymbolImage::image(name, pointSize, labelColour(scheme), scale));
 }
 

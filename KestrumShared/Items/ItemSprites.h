@@ -8,8 +8,7 @@
 
 namespace kestrum {
 
-/// Parts of menu-bar items that look the same at every drawing, kept as images for the life of the process.
-/// Main thread only.
+/// Parts of menu-bar items that look the same at every drawing, cached as images until the process ends. Main thread only.
 namespace ItemSprites {
 
 /// The symbol in the label colour of `scheme`; a null image when there is no drawing of it.

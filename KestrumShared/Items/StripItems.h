@@ -18,8 +18,8 @@ public:
         std::shared_ptr<StatusMetricView> view;
     };
 
-    /// Makes the visible ones of `order` anew, each on its place of the grid. The readings are held weakly. A drag in
-    /// progress goes on with the new item of its section.
+    /// Replaces all items by those of `order` that are visible, each at its place on the grid. The readings are held weakly. A drag
+    /// in progress continues with the new item of its section.
     void rebuild(const QList<MonitorSection>& order, const std::shared_ptr<const MenuBarReadings>& readings,
         const Appearance& appearance = Appearance::current());
 
@@ -32,7 +32,7 @@ public:
     int index(MonitorSection section) const;
     const Item* item(MonitorSection section) const;
 
-    /// The item's frame with what belongs to it at its left and right.
+    /// The item's frame, widened to the left and to the right by the reach of its backdrop.
     static QRectF ground(const Item& item);
     /// The first item whose ground contains the point. The left edge belongs to it, the right one does not;
     /// nor does the bottom one, as pixels count from the top. Null when there is none.
@@ -42,10 +42,10 @@ public:
 
     /// Begins to drag `item`, grabbed where the pointer is.
     void grab(const Item& item, double pointer);
-    /// Nothing while no item is being dragged.
+    /// The section of the dragged item; nothing without a drag.
     std::optional<MonitorSection> dragged() const;
-    /// Takes the dragged item to where the pointer is, or as near as the strip allows; neighbours whose middle it has passed
-    /// change places with it, and all others stand on the grid. Without a drag, nothing happens.
+    /// Moves the dragged item to the pointer, or as near as the strip allows. Neighbours whose middle it has passed swap places
+    /// with it; all others stand on the grid. Does nothing without a drag.
     void drag(double pointer);
     /// Ends the drag. The item stays where it is until the next `rebuild`.
     void drop() { m_drag.reset(); }

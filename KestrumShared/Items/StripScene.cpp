@@ -4,6 +4,7 @@
 #include "KestrumShared/Items/ItemText.h"
 #include "KestrumShared/Items/StripBackground.h"
 
+#include <QHash>
 #include <QStringList>
 #include <cmath>
 

@@ -21,7 +21,7 @@ public:
     /// `room` is what the widget is larger than the row of items on each side.
     StripScene(std::shared_ptr<const MenuBarReadings> readings, QSize room);
 
-    /// Builds the items anew, in the stored order or in any other. A drag in progress goes on.
+    /// Builds the items anew, in the stored order or in any other. A drag in progress continues.
     void rebuild(const Appearance& appearance);
     void rebuild(const QList<MonitorSection>& order, const Appearance& appearance);
 
@@ -35,7 +35,7 @@ public:
 
     /// How far to the right of its place each item is drawn; nothing when not set.
     void setOffset(std::function<double(MonitorSection)> offset) { m_offset = std::move(offset); }
-    /// Where an item is drawn, without and with what belongs to it at its sides.
+    /// Where an item is drawn, and where its backdrop is.
     QRectF frame(const Item& item) const;
     QRectF ground(const Item& item) const;
 

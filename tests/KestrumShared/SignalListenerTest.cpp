@@ -1,5 +1,6 @@
 #include "KestrumShared/Settings/SignalListener.h"
 #include "tests/Support/HelperProcess.h"
+#include "tests/Support/QuietTime.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
@@ -8,10 +9,6 @@
 
 using namespace kestrum;
 using SharedSettings::Signal;
-
-namespace {
-constexpr int quietTime = 60;
-}
 
 class SignalListenerTest : public QObject {
     Q_OBJECT

@@ -37,7 +37,7 @@ void DirectoryFollowTest::init()
 
 void DirectoryFollowTest::absentDirectoryIsFoundWhenItIsMade()
 {
-    Ear ear(path("later"));
+    WatchRecorder ear(path("later"));
     QVERIFY(ear.watch->isNotified());
     write("other");
     QTest::qWait(quietTime);
@@ -49,7 +49,7 @@ void DirectoryFollowTest::absentDirectoryIsFoundWhenItIsMade()
 
 void DirectoryFollowTest::directoryMadeTogetherWithItsParentsIsFound()
 {
-    Ear ear(path("a/b/c/e"));
+    WatchRecorder ear(path("a/b/c/e"));
     QVERIFY(QDir().mkpath(path("a/b/c/e")));
     write("a/b/c/e/early");
     QTRY_VERIFY(ear.heard("") || ear.heard("early"));
@@ -58,7 +58,7 @@ void DirectoryFollowTest::directoryMadeTogetherWithItsParentsIsFound()
 
 void DirectoryFollowTest::removedDirectoryIsFollowedToTheNew()
 {
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     QVERIFY(QDir().rmdir(path("d")));
     QTRY_VERIFY(ear.heard(""));
     ear.told.clear();
@@ -78,7 +78,7 @@ void DirectoryFollowTest::directoryThatSomebodyHoldsOpenIsFollowedToo()
     // The kernel says of a directory that it is gone only when the last holder has let it go.
     const int holder = ::open(encoded("d").constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     QVERIFY(holder >= 0);
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     QVERIFY(QDir().rmdir(path("d")));
     makeDirectory("d");
     QTRY_VERIFY(ear.heard(""));
@@ -88,7 +88,7 @@ void DirectoryFollowTest::directoryThatSomebodyHoldsOpenIsFollowedToo()
 
 void DirectoryFollowTest::renamedDirectoryIsLeft()
 {
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     rename("d", "old");
     QTRY_VERIFY(ear.heard(""));
     QTest::qWait(quietTime);
@@ -103,7 +103,7 @@ void DirectoryFollowTest::renamedDirectoryIsLeft()
 
 void DirectoryFollowTest::directoryReplacedInOneStepIsFollowed()
 {
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     makeDirectory("new");
     rename("new", "d");
     QTRY_VERIFY(ear.heard(""));
@@ -113,7 +113,7 @@ void DirectoryFollowTest::directoryReplacedInOneStepIsFollowed()
 void DirectoryFollowTest::movedAncestorIsNoticed()
 {
     QVERIFY(QDir().mkpath(path("a/b/c/e")));
-    Ear ear(path("a/b/c/e"));
+    WatchRecorder ear(path("a/b/c/e"));
     rename("a", "old");
     QTRY_VERIFY(ear.heard(""));
     QVERIFY(QDir().mkpath(path("a/b/c/e")));
@@ -128,7 +128,7 @@ void DirectoryFollowTest::exchangedAncestorIsNoticed()
 {
     QVERIFY(QDir().mkpath(path("a/b/c")));
     QVERIFY(QDir().mkpath(path("x/b/c")));
-    Ear ear(path("a/b/c"));
+    WatchRecorder ear(path("a/b/c"));
     QCOMPARE(
         ::renameat2(AT_FDCWD, encoded("a").constData(), AT_FDCWD, encoded("x").constData(), RENAME_EXCHANGE),
         0);
@@ -139,7 +139,7 @@ void DirectoryFollowTest::exchangedAncestorIsNoticed()
 void DirectoryFollowTest::deletedAndRecreatedHundredTimesIsNeverLost()
 {
     makeDirectory("d/e");
-    Ear ear(path("d/e"));
+    WatchRecorder ear(path("d/e"));
     for (int i = 0; i < 100; ++i) {
         QVERIFY(QDir(path("d")).removeRecursively());
         if (i % 3 == 0)
@@ -159,7 +159,7 @@ void DirectoryFollowTest::linkedDirectoryIsFollowedAndSoIsItsNewTarget()
 {
     makeDirectory("other");
     QVERIFY(QFile::link(path("d"), path("link")));
-    Ear ear(path("link"));
+    WatchRecorder ear(path("link"));
     write("d/file");
     QTRY_VERIFY(ear.heard("file"));
     QVERIFY(QFile::link(path("other"), path("newlink")));
@@ -171,7 +171,7 @@ void DirectoryFollowTest::linkedDirectoryIsFollowedAndSoIsItsNewTarget()
 void DirectoryFollowTest::fileInPlaceOfTheDirectoryIsWaitedOut()
 {
     write("place");
-    Ear ear(path("place"));
+    WatchRecorder ear(path("place"));
     QVERIFY(ear.watch->isNotified());
     QVERIFY(QFile::remove(path("place")));
     makeDirectory("place");
@@ -184,7 +184,7 @@ void DirectoryFollowTest::ancestorThatMayBePassedButNotReadIsNoHindrance()
     QVERIFY(QDir().mkpath(path("closed/a/b")));
     const OrdinaryUser user({ m_place->path(), path("closed"), path("closed/a"), path("closed/a/b") });
     QCOMPARE(::chmod(encoded("closed").constData(), 0111), 0);
-    Ear ear(path("closed/a/b"));
+    WatchRecorder ear(path("closed/a/b"));
     QVERIFY(ear.watch->isNotified());
     write("closed/a/b/file");
     QTRY_VERIFY(ear.heard("file"));

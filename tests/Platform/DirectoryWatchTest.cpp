@@ -44,7 +44,7 @@ void DirectoryWatchTest::writtenCreatedMovedAndRemovedEntriesAreTold()
     write("d/gone");
     write("d/out");
     write("in");
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     QVERIFY(ear.watch->isNotified());
     const auto expect = [&ear](const char* name) {
         QTRY_COMPARE(ear.told, QByteArrayList { name });
@@ -67,7 +67,7 @@ void DirectoryWatchTest::writtenCreatedMovedAndRemovedEntriesAreTold()
 void DirectoryWatchTest::writingIsToldWhenTheFileIsClosed()
 {
     write("d/file");
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     {
         QFile file(path("d/file"));
         QVERIFY(file.open(QIODevice::Append | QIODevice::Unbuffered));
@@ -81,8 +81,8 @@ void DirectoryWatchTest::writingIsToldWhenTheFileIsClosed()
 void DirectoryWatchTest::timesAreToldToWhomTheyInterest()
 {
     write("d/file");
-    Ear content(path("d"));
-    Ear touched(path("d"), DirectoryWatch::Interest::touched);
+    WatchRecorder content(path("d"));
+    WatchRecorder touched(path("d"), DirectoryWatch::Interest::touched);
     touch("d/file");
     QTRY_COMPARE(touched.told, QByteArrayList { "file" });
     QTest::qWait(quietTime);
@@ -92,8 +92,8 @@ void DirectoryWatchTest::timesAreToldToWhomTheyInterest()
 void DirectoryWatchTest::openingIsToldToWhomItInterests()
 {
     write("d/file");
-    Ear content(path("d"));
-    Ear opened(path("d"), DirectoryWatch::Interest::opened);
+    WatchRecorder content(path("d"));
+    WatchRecorder opened(path("d"), DirectoryWatch::Interest::opened);
     QFile file(path("d/file"));
     QVERIFY(file.open(QIODevice::ReadOnly));
     QTRY_COMPARE(opened.told, QByteArrayList { "file" });
@@ -107,7 +107,7 @@ void DirectoryWatchTest::openingIsToldToWhomItInterests()
 void DirectoryWatchTest::listingTheDirectoryIsNoOpening()
 {
     write("d/file");
-    Ear opened(path("d"), DirectoryWatch::Interest::opened);
+    WatchRecorder opened(path("d"), DirectoryWatch::Interest::opened);
     QCOMPARE(QDir(path("d")).entryList(QDir::Files).size(), 1);
     QTest::qWait(quietTime);
     QCOMPARE(opened.told, QByteArrayList());
@@ -117,7 +117,7 @@ void DirectoryWatchTest::nameIsToldOncePerBatch()
 {
     write("d/a");
     write("d/b");
-    Ear ear(path("d"), DirectoryWatch::Interest::touched);
+    WatchRecorder ear(path("d"), DirectoryWatch::Interest::touched);
     for (int i = 0; i < 100; ++i) {
         touch("d/b");
         touch("d/a");
@@ -129,9 +129,9 @@ void DirectoryWatchTest::nameIsToldOncePerBatch()
 
 void DirectoryWatchTest::whatWasBeforeTheWatchIsNotTold()
 {
-    Ear early(path("d"));
+    WatchRecorder early(path("d"));
     write("d/before");
-    Ear late(path("d"));
+    WatchRecorder late(path("d"));
     QTRY_COMPARE(early.told, QByteArrayList { "before" }); // though nothing more happens
     write("d/after");
     QTRY_VERIFY(late.heard("after"));
@@ -141,9 +141,9 @@ void DirectoryWatchTest::whatWasBeforeTheWatchIsNotTold()
 
 void DirectoryWatchTest::allWatchesOfADirectoryHear()
 {
-    Ear first(path("d"));
-    Ear second(path("d"), DirectoryWatch::Interest::touched);
-    Ear third(path("d"));
+    WatchRecorder first(path("d"));
+    WatchRecorder second(path("d"), DirectoryWatch::Interest::touched);
+    WatchRecorder third(path("d"));
     second.watch.reset();
     write("d/file");
     QTRY_VERIFY(first.heard("file") && third.heard("file"));
@@ -152,7 +152,7 @@ void DirectoryWatchTest::allWatchesOfADirectoryHear()
 
 void DirectoryWatchTest::neighboursAreNotTold()
 {
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     write("neighbour");
     makeDirectory("d2");
     write("d2/file");
@@ -162,7 +162,7 @@ void DirectoryWatchTest::neighboursAreNotTold()
 
 void DirectoryWatchTest::directoryWithAFinalSlashOrDotsIsTheSame()
 {
-    Ear ear(path("d") + QStringLiteral("/../d/./"));
+    WatchRecorder ear(path("d") + QStringLiteral("/../d/./"));
     write("d/file");
     QTRY_VERIFY(ear.heard("file"));
 }
@@ -177,8 +177,8 @@ void DirectoryWatchTest::overflowTellsThatAnythingMayHaveChanged()
     write("d/a");
     write("d/b");
     makeDirectory("quiet");
-    Ear ear(path("d"), DirectoryWatch::Interest::touched);
-    Ear other(path("quiet"));
+    WatchRecorder ear(path("d"), DirectoryWatch::Interest::touched);
+    WatchRecorder other(path("quiet"));
     // Two names in turn, as the kernel merges equal neighbours.
     for (int i = 0; i <= queued / 2; ++i) {
         touch("d/a");
@@ -208,14 +208,14 @@ void DirectoryWatchTest::handlerMayDestroyItsOwnWatch()
 
 void DirectoryWatchTest::handlerMayDestroyAnotherWatch()
 {
-    std::unique_ptr<Ear> victim;
+    std::unique_ptr<WatchRecorder> victim;
     int calls = 0;
     const auto kill = [&victim, &calls](const QByteArray&) {
         victim.reset();
         ++calls;
     };
     const DirectoryWatch before(path("d"), DirectoryWatch::Interest::content, kill);
-    victim = std::make_unique<Ear>(path("d"));
+    victim = std::make_unique<WatchRecorder>(path("d"));
     const DirectoryWatch after(path("d"), DirectoryWatch::Interest::content, kill);
     write("d/a");
     QTRY_COMPARE(calls, 2);
@@ -224,11 +224,11 @@ void DirectoryWatchTest::handlerMayDestroyAnotherWatch()
 
 void DirectoryWatchTest::handlerMayMakeAWatch()
 {
-    std::unique_ptr<Ear> made;
+    std::unique_ptr<WatchRecorder> made;
     const DirectoryWatch maker(
         path("d"), DirectoryWatch::Interest::content, [this, &made](const QByteArray&) {
             if (!made)
-                made = std::make_unique<Ear>(path("d"));
+                made = std::make_unique<WatchRecorder>(path("d"));
         });
     write("d/a");
     QTRY_VERIFY(made);
@@ -240,7 +240,7 @@ void DirectoryWatchTest::handlerMayMakeAWatch()
 
 void DirectoryWatchTest::takenNamesAreNotTold()
 {
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     write("d/a");
     write("d/b");
     QCOMPARE(ear.watch->takePending(), (QByteArrayList { "a", "b" }));
@@ -253,8 +253,8 @@ void DirectoryWatchTest::takenNamesAreNotTold()
 
 void DirectoryWatchTest::takingNamesLeavesThoseOfOthers()
 {
-    Ear taker(path("d"));
-    Ear other(path("d"));
+    WatchRecorder taker(path("d"));
+    WatchRecorder other(path("d"));
     write("d/a");
     QCOMPARE(taker.watch->takePending(), QByteArrayList { "a" });
     QTRY_COMPARE(other.told, QByteArrayList { "a" });

@@ -245,9 +245,9 @@ void LogTest::journalEntryHasNativeFields()
     };
     QCOMPARE(received(),
         QByteArray(
-            "MESSAGE=full\nPRIORITY=4\nSYSLOG_IDENTIFIER=LogTest\nQT_CATEGORY=com.orvale.kestrum.store\n"));
+            "MESSAGE=full\nPRIORITY=4\nSYSLOG_IDENTIFIER=PlatformTests\nQT_CATEGORY=com.orvale.kestrum.store\n"));
     QCOMPARE(
-        received(), QByteArray("MESSAGE=x\nPRIORITY=6\nSYSLOG_IDENTIFIER=LogTest\nQT_CATEGORY=default\n"));
+        received(), QByteArray("MESSAGE=x\nPRIORITY=6\nSYSLOG_IDENTIFIER=PlatformTests\nQT_CATEGORY=default\n"));
 }
 
 void LogTest::journalThatIsNotThereTakesNothing()

@@ -60,8 +60,8 @@ void WatchResourcesTest::noKernelWatchIsLeftBehind()
 {
     const qsizetype before = kernelWatches().size();
     {
-        Ear ear(path("d"));
-        Ear absent(path("not/yet/there"));
+        WatchRecorder ear(path("d"));
+        WatchRecorder absent(path("not/yet/there"));
         QVERIFY(kernelWatches().size() > before);
         QVERIFY(QDir().mkpath(path("not/yet/there")));
         QTRY_VERIFY(absent.heard(""));
@@ -72,7 +72,7 @@ void WatchResourcesTest::noKernelWatchIsLeftBehind()
 void WatchResourcesTest::farAncestorsAreWatchedForMovesOnly()
 {
     // What happens in /tmp or in the home is no reason to wake up.
-    Ear ear(path("a/b"));
+    WatchRecorder ear(path("a/b"));
     QVERIFY(QDir().mkpath(path("a/b")));
     QTRY_VERIFY(ear.heard(""));
     qsizetype noisy = 0;
@@ -85,7 +85,7 @@ void WatchResourcesTest::farAncestorsAreWatchedForMovesOnly()
 
 void WatchResourcesTest::instanceIsNotInherited()
 {
-    Ear ear(path("d"));
+    WatchRecorder ear(path("d"));
     int instances = 0;
     const QStringList descriptors = QDir(QStringLiteral("/proc/self/fd"))
                                         .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);

@@ -19,7 +19,7 @@ using namespace kestrum;
 
 namespace {
 
-constexpr int quietTime = 600; // ms; longer than the last look after an event
+constexpr int quietWatchTime = 600; // ms; longer than the last look after an event
 
 // Opens a file each millisecond, while the events go on. Gives the share of a core that this thread took.
 double shareWhileOpening(const QString& path, int milliseconds)
@@ -76,7 +76,7 @@ void WorkspaceWatchTest::startIsTold()
     const qint32 pid = m_standIns->start(program).pid;
     QVERIFY(changes.wait(1000));
     QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 1);
     m_standIns->end(pid);
     QVERIFY(changes.wait(1000));
@@ -107,14 +107,14 @@ void WorkspaceWatchTest::endOfARunningProgramIsTold()
     const qint32 pid = m_standIns->start(install()).pid;
     Workspace::shared().observe(bundle());
     QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 0);
     QElapsedTimer timer;
     timer.start();
     StandIns::kill(pid);
     QVERIFY(changes.wait(1000));
     QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 1);
     m_standIns->end(pid);
 }
@@ -139,7 +139,7 @@ void WorkspaceWatchTest::endOfOtherProcessesIsTold()
     Workspace::shared().observe(bundle(), { one });
     QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
     m_standIns->end(other);
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 0);
     m_standIns->end(one);
     QTRY_COMPARE(changes.size(), 1);
@@ -162,7 +162,7 @@ void WorkspaceWatchTest::stopWithoutAnEndIsNotTold()
     QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
     ::kill(pid, SIGSTOP);
     ::kill(pid, SIGCONT);
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 0);
     m_standIns->end(pid);
 }
@@ -172,11 +172,11 @@ void WorkspaceWatchTest::otherProgramsAndReadersTellNothing()
     const QString program = install();
     const QString neighbour = m_standIns->install(QStringLiteral("Stand In.app/Contents/MacOS/neighbour"));
     Workspace::shared().observe(bundle());
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
     m_standIns->start(neighbour);
     QVERIFY(!content(program).isEmpty());
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 0);
 }
 
@@ -220,7 +220,7 @@ void WorkspaceWatchTest::observingIsIdle()
 {
     m_standIns->start(install());
     Workspace::shared().observe(bundle());
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     int turns = 0;
     QObject owner;
     connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &owner,
@@ -238,10 +238,10 @@ void WorkspaceWatchTest::observingTwiceTellsOnce()
     Workspace::shared().observe(bundle());
     QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
     const qint32 pid = m_standIns->start(program).pid;
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 1);
     m_standIns->end(pid);
-    QTest::qWait(quietTime);
+    QTest::qWait(quietWatchTime);
     QCOMPARE(changes.size(), 2);
 }
 

@@ -4,6 +4,7 @@
 // one turn.
 
 #include "tests/Support/OwnSuite.h"
+#include "tests/Support/QuietTime.h"
 
 #include <QByteArrayList>
 #include <QDir>
@@ -16,8 +17,6 @@ namespace kestrum {
 /// A suite of its own for each test, an observer of it, and a hand that edits its file.
 class ObservedSuite : protected OwnSuite {
 protected:
-    // Long enough for a watch to report what it has, as nothing marks the end of reports that should not come.
-    static constexpr int quietTime = 60;
     static constexpr int longestDelay = 1000;
 
     struct Observed {

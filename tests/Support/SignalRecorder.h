@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Signals/NotificationCentre.h"
+#include "tests/Support/QuietTime.h"
 #include "tests/Support/TestHome.h"
 
 #include <QString>
@@ -10,9 +11,6 @@
 #include <optional>
 
 namespace kestrum {
-
-/// Long enough, in milliseconds, for what is under way to arrive.
-constexpr int quietTime = 60;
 
 /// Where the signals' files are.
 inline QString signalsDirectory()

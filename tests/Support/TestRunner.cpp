@@ -33,8 +33,3 @@ QStringList TestRunner::again(const QStringList& arguments)
 }
 
 } // namespace kestrum
-
-int main(int argc, char** argv)
-{
-    return kestrum::TestRunner::run(argc, argv);
-}

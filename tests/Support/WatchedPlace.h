@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Files/DirectoryWatch.h"
+#include "tests/Support/QuietTime.h"
 
 #include <QDir>
 #include <QFile>
@@ -12,12 +13,9 @@
 
 namespace kestrum {
 
-/// Long enough, in milliseconds, for what is under way to arrive.
-constexpr int quietTime = 50;
-
 /// A watch, and what it told.
-struct Ear {
-    explicit Ear(
+struct WatchRecorder {
+    explicit WatchRecorder(
         const QString& directory, DirectoryWatch::Interest interest = DirectoryWatch::Interest::content)
         : watch(std::make_unique<DirectoryWatch>(
             directory, interest, [this](const QByteArray& entry) { told.append(entry); }))
@@ -50,7 +48,7 @@ protected:
         QCOMPARE(::rename(encoded(from).constData(), encoded(to).constData()), 0);
     }
     // Whether the watch, whatever it went through, hears of an entry of the directory that is there now.
-    void verifyHears(Ear& ear, const char* directory) const
+    void verifyHears(WatchRecorder& ear, const char* directory) const
     {
         QTest::qWait(quietTime);
         ear.told.clear();

@@ -1,0 +1,7 @@
+// SPDX-License-Identifier: MIT
+#include "tests/Support/TestRunner.h"
+
+int main(int argc, char** argv)
+{
+    return kestrum::TestRunner::run(argc, argv);
+}

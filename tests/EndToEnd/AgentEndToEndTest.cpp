@@ -2,6 +2,7 @@
 
 #include "tests/Support/AptScript.h"
 #include "tests/Support/PanelTest.h"
+#include "tests/Support/Text.h"
 
 #include <QProcessEnvironment>
 #include <QRegularExpression>
@@ -10,15 +11,6 @@
 using namespace kestrum;
 
 using Programs::patience;
-
-namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
 
 class AgentEndToEndTest : public PanelTest {
     Q_OBJECT

@@ -2,6 +2,7 @@
 // for free.
 
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/Text.h"
 
 #include <QRect>
 
@@ -14,11 +15,6 @@ namespace {
 constexpr int leftWidth = 600; ///< of the left screen; the right one has the rest
 constexpr int thickness = 30;  ///< of a panel
 constexpr int height = DesktopFixture::stripHeight;
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 /// Makes two screens of the display.
 void arrange(const char* leftName, const char* rightName)

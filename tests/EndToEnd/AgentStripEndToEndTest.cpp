@@ -4,6 +4,7 @@
 #include "tests/Support/OpenedWindow.h"
 #include "tests/Support/PanelTest.h"
 #include "tests/Support/SeenTimes.h"
+#include "tests/Support/Text.h"
 
 #include <QElapsedTimer>
 #include <cmath>
@@ -16,11 +17,6 @@ namespace {
 
 constexpr int stripHeight = DesktopFixture::stripHeight;
 const QColor plate(222, 222, 222);
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 bool hasHue(const QImage& image, const QColor& hue)
 {

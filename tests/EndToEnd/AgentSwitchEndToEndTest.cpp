@@ -2,6 +2,7 @@
 
 #include "tests/Support/AgentSwitch.h"
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/Text.h"
 
 #include <QElapsedTimer>
 #include <csignal>
@@ -13,11 +14,6 @@ namespace {
 using Programs::patience;
 
 constexpr int second = AgentSwitch::second;
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 } // namespace
 

@@ -2,6 +2,7 @@
 // without, and nothing is made in its place.
 
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/Text.h"
 
 #include <QSet>
 #include <QStandardPaths>
@@ -17,11 +18,6 @@ using namespace kestrum;
 using Programs::patience;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 /// A socket that somebody listens at, who says nothing.
 class Listener {

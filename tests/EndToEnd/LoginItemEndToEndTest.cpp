@@ -1,6 +1,7 @@
 // The switch "Launch Kestrum at login" of the built program, which an ordinary user works: root gets no login item.
 
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/Text.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -11,12 +12,7 @@ using Programs::patience;
 
 namespace {
 
-constexpr uid_t nobody = 65534;
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
+constexpr uid_t ordinaryUser = 65534;
 
 } // namespace
 
@@ -50,7 +46,7 @@ class LoginItemEndToEndTest : public DesktopTest {
             QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0711), 0);
         for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") }) {
             Programs::output(
-                text("chown"), { text("-R"), QString::number(nobody), QFile::decodeName(folder) });
+                text("chown"), { text("-R"), QString::number(ordinaryUser), QFile::decodeName(folder) });
         }
     }
 

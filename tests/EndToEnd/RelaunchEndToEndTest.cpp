@@ -4,17 +4,13 @@
 #include "tests/Support/FileContent.h"
 #include "tests/Support/SettingsAppTest.h"
 #include "tests/Support/SystemCallFilter.h"
+#include "tests/Support/Text.h"
 
 using namespace kestrum;
 
 using Programs::patience;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 /// The part of the window where the names of the pages stand.
 constexpr QRect pageNames(10, 20, 180, 160);

@@ -1,19 +1,11 @@
 // The settings application started again by people, who want its window.
 
 #include "tests/Support/SettingsAppTest.h"
+#include "tests/Support/Text.h"
 
 using namespace kestrum;
 
 using Programs::patience;
-
-namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
 
 class SecondStartEndToEndTest : public SettingsAppTest {
     Q_OBJECT

@@ -1,6 +1,7 @@
 // The built programs where another program has used up what the kernel gives a user for watching folders.
 
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/Text.h"
 
 #include <QElapsedTimer>
 
@@ -12,11 +13,6 @@ namespace {
 
 /// What is told is known within this time, in ms: every 2 s there is a look.
 constexpr int oneLook = Programs::areSanitized ? patience : 2500;
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 } // namespace
 

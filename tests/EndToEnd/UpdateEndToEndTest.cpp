@@ -10,6 +10,7 @@
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/OwnAgents.h"
 #include "tests/Support/SignalRecorder.h"
+#include "tests/Support/Text.h"
 
 #include <QGuiApplication>
 #include <QPixmap>
@@ -21,11 +22,6 @@ using namespace kestrum;
 using Programs::patience;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 std::optional<QString> offer()
 {

@@ -6,6 +6,7 @@
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/OpenedWindow.h"
 #include "tests/Support/SeenTimes.h"
+#include "tests/Support/Text.h"
 
 #include <QCursor>
 #include <QScopeGuard>
@@ -13,15 +14,6 @@
 using namespace kestrum;
 
 using Programs::patience;
-
-namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
 
 class WindowEndToEndTest : public DesktopTest {
     Q_OBJECT

@@ -10,6 +10,7 @@
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/TestBundle.h"
+#include "tests/Support/Text.h"
 
 #include <QAccessible>
 #include <QLabel>
@@ -67,11 +68,6 @@ struct Column {
 void offer(const QString& version)
 {
     SharedSettings::store().set(Keys::updatesAvailable.name, version);
-}
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
 }
 
 } // namespace

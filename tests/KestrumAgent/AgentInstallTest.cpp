@@ -7,6 +7,7 @@
 #include "tests/Support/NotificationService.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QApplication>
 #include <QTest>
@@ -19,11 +20,6 @@ using SharedSettings::Signal;
 namespace {
 
 const QString packageKitConnection = QStringLiteral("package-kit");
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 } // namespace
 

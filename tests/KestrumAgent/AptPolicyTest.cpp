@@ -1,16 +1,12 @@
 #include "KestrumAgent/Updates/AptPolicy.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QTest>
 
 using namespace kestrum;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 std::optional<AptPolicy> read(const QByteArray& answer)
 {

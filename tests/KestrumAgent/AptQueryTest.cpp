@@ -2,6 +2,7 @@
 #include "tests/Support/AptScript.h"
 #include "tests/Support/AptWorld.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QSignalSpy>
 #include <csignal>
@@ -10,11 +11,6 @@
 using namespace kestrum;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 /// A question and what comes of it.
 struct Asking {

@@ -1,17 +1,9 @@
 #include "tests/Support/AptScript.h"
 #include "tests/Support/AptWorld.h"
+#include "tests/Support/Text.h"
 #include "tests/Support/UpdateFixture.h"
 
 using namespace kestrum;
-
-namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
 
 /// What a check finds, in an APT world of the test's own.
 class UpdateCheckerTest : public QObject {

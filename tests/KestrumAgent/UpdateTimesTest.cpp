@@ -1,16 +1,8 @@
 #include "tests/Support/AptScript.h"
+#include "tests/Support/Text.h"
 #include "tests/Support/UpdateFixture.h"
 
 using namespace kestrum;
-
-namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
-
-} // namespace
 
 /// When checks are made, and when not.
 class UpdateTimesTest : public QObject {

@@ -1,5 +1,6 @@
 #include "KestrumShared/Text/UpdateOffer.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QTest>
 #include <limits>
@@ -7,11 +8,6 @@
 using namespace kestrum;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 constexpr qint64 none = -1'000'000;
 

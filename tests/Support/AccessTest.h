@@ -2,6 +2,7 @@
 
 #include "tests/Support/AccessWindow.h"
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/Text.h"
 
 namespace kestrum {
 
@@ -9,8 +10,6 @@ namespace kestrum {
 /// yet, and the agent is off, when a window is opened.
 class AccessTest : public DesktopTest {
 protected:
-    static QString text(const char* utf8) { return QString::fromUtf8(utf8); }
-
     void furnish() override { m_tree = std::make_unique<AccessTree>(); }
     void clear() override
     {

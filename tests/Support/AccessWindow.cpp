@@ -1,5 +1,6 @@
 #include "tests/Support/AccessWindow.h"
 
+#include "tests/Support/Text.h"
 #include "tests/Support/VirtualDisplay.h"
 
 #include <algorithm>
@@ -13,11 +14,6 @@ namespace {
 
 constexpr int mostStops = 60;
 constexpr int sameLine = 8; ///< so far apart the middles of controls on one line may be
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 bool isIn(quint64 states, State state)
 {

@@ -14,12 +14,10 @@
 
 namespace kestrum {
 
-using Kestrumctl::words;
-
 /// The strip as the built program describes it; empty when it fails.
 inline QJsonObject described(const char* options = "")
 {
-    const auto result = Kestrumctl::run(words("describe") + words(options));
+    const auto result = ctl(words("describe") + words(options));
     return result.code == 0 ? QJsonDocument::fromJson(result.output).object() : QJsonObject();
 }
 

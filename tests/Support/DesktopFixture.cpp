@@ -2,6 +2,7 @@
 
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 #include "tests/Support/VirtualDisplay.h"
 
 #include <QCoreApplication>
@@ -20,11 +21,6 @@ namespace kestrum {
 using Programs::patience;
 
 namespace {
-
-QString text(const char* utf8)
-{
-    return QString::fromUtf8(utf8);
-}
 
 /// As `VirtualDisplay::xdotool`, where it is no fault that there is no answer.
 QByteArray asked(const QStringList& arguments)

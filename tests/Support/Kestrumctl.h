@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tests/Support/TestHome.h"
+
 #include <QByteArray>
 #include <QByteArrayList>
 #include <QProcess>
@@ -54,4 +56,27 @@ private:
 };
 
 } // namespace Kestrumctl
+
+using Kestrumctl::words;
+
+/// The program run to its end, with arguments or with the words of a line.
+inline Kestrumctl::Result ctl(const QStringList& arguments, const Kestrumctl::Variables& variables = {})
+{
+    return Kestrumctl::run(arguments, {}, variables);
+}
+inline Kestrumctl::Result ctl(const QStringList& arguments, const QByteArray& input)
+{
+    return Kestrumctl::run(arguments, input);
+}
+inline Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {})
+{
+    return Kestrumctl::run(words(line), {}, variables);
+}
+
+/// The file of the settings that all programs share.
+inline QString suitePath()
+{
+    return TestHome::configDirectory() + QStringLiteral("/T4K9ZR2MXB.com.orvale.kestrum.json");
+}
+
 } // namespace kestrum

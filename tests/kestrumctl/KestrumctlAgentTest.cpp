@@ -19,170 +19,156 @@ private Q_SLOTS:
     void init() { setStage(); }
     void cleanup() { clearStage(); }
 
-    void agentsAreListedWithPidStartAndPath();
-    void startTimeIsLocalWithItsOffset();
-    void everyAgentHasALine();
-    void aPathForgesNoLine();
-    void withoutAnAgentTheListFails();
+    void agentsAreListedWithPidStartAndPath()
+    {
+        const QString program = m_standIns->path(agentPlace);
+        const auto process = m_standIns->start(program);
+        const auto result = ctl("agents");
+        QCOMPARE(result.code, 0);
+        QCOMPARE(result.errors, QByteArray());
+        QVERIFY(result.output.endsWith('\n'));
+        const QStringList fields = QString::fromUtf8(result.output.chopped(1)).split(u'\t');
+        QCOMPARE(fields.size(), 3);
+        QCOMPARE(fields[0], QString::number(process.pid));
+        const auto started = double(QDateTime::fromString(fields[1], Qt::ISODate).toSecsSinceEpoch());
+        QVERIFY(started > process.notBefore - 1.02 && started < process.notAfter + 0.01);
+        QCOMPARE(fields[2], program);
+    }
 
-    void stopAsksTheAgentAndWaitsForItsEnd();
-    void stopWaitsForEveryAgent();
-    void stopAsksAgainWhoDidNotHear();
-    void stopStoresTheChoice();
-    void stopWithoutAnAgentIsDone();
-    void anAgentThatDoesNotQuitIsAFailureThatNamesIt();
-    void withoutAMeetingPlaceStopFailsWithTheReason();
+    void startTimeIsLocalWithItsOffset()
+    {
+        m_standIns->start(m_standIns->path(agentPlace));
+        const auto offsetIn = [this](const char* zone) {
+            const auto result = ctl("agents", { { QStringLiteral("TZ"), QString::fromLatin1(zone) } });
+            static const QRegularExpression form(
+                QStringLiteral("\\t(\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d)([+-]\\d\\d:\\d\\d)\\t"));
+            return form.match(QString::fromUtf8(result.output)).captured(2);
+        };
+        QCOMPARE(offsetIn("UTC"), QStringLiteral("+00:00"));
+        QCOMPARE(offsetIn("XYZ-5:30"), QStringLiteral("+05:30"));
+        QCOMPARE(offsetIn("XYZ+8"), QStringLiteral("-08:00"));
+    }
+
+    void everyAgentHasALine()
+    {
+        m_standIns->start(m_standIns->path(agentPlace));
+        const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("AppTranslocation/d")));
+        m_standIns->start(copy);
+        m_standIns->start(copy);
+        m_standIns->start(m_standIns->install(QStringLiteral("no/KestrumAgent")));
+        const auto result = ctl("agents");
+        QByteArrayList listed;
+        for (const QByteArray& line : result.output.chopped(1).split('\n'))
+            listed.append(line.left(line.indexOf('\t')));
+        QByteArrayList expected;
+        for (const qint32 pid : runningPids())
+            expected.append(QByteArray::number(pid));
+        QCOMPARE(listed.size(), 3);
+        QCOMPARE(listed, expected);
+    }
+
+    void aPathForgesNoLine()
+    {
+        m_standIns->start(m_standIns->install(StandIns::agentIn(QStringLiteral("a\n1\tb"))));
+        const auto result = ctl("agents");
+        QCOMPARE(result.output.count('\n'), 1);
+        QCOMPARE(result.output.count('\t'), 2);
+        QVERIFY(result.output.contains("/a\\n1\\tb/KestrumAgent.app/"));
+    }
+
+    void withoutAnAgentTheListFails()
+    {
+        const auto result = ctl("agents");
+        QCOMPARE(result.code, 1);
+        QCOMPARE(result.output, QByteArray());
+        QCOMPARE(result.errors, QByteArray());
+    }
+
+    void stopAsksTheAgentAndWaitsForItsEnd()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        SignalListener agent;
+        agent.listen(SharedSettings::Signal::quitAgent,
+            [this, pid] { QTimer::singleShot(300, this, [this, pid] { m_standIns->end(pid); }); });
+        const auto result = ctl("agent stop");
+        QCOMPARE(result.errors, QByteArray());
+        QCOMPARE(result.output, QByteArray());
+        QCOMPARE(result.code, 0);
+        QVERIFY(runningPids().isEmpty());
+    }
+
+    void stopWaitsForEveryAgent()
+    {
+        const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("copy")));
+        const qint32 one = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        const qint32 other = m_standIns->start(copy).pid;
+        SignalListener agents;
+        agents.listen(SharedSettings::Signal::quitAgent, [this, one, other] {
+            m_standIns->end(one);
+            QTimer::singleShot(700, this, [this, other] { m_standIns->end(other); });
+        });
+        QElapsedTimer timer;
+        timer.start();
+        QCOMPARE(ctl("agent stop").code, 0);
+        QVERIFY(runningPids().isEmpty());
+        QVERIFY(timer.elapsed() >= 700);
+    }
+
+    void stopAsksAgainWhoDidNotHear()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        SignalListener agent;
+        int asked = 0;
+        agent.listen(SharedSettings::Signal::quitAgent, [this, pid, &asked] {
+            if (++asked == 3)
+                m_standIns->end(pid);
+        });
+        QCOMPARE(ctl("agent stop").code, 0);
+        QCOMPARE(asked, 3);
+    }
+
+    void stopStoresTheChoice()
+    {
+        QCOMPARE(ctl("agent stop").code, 0);
+        QCOMPARE(storedChoice(), false);
+        QVERIFY(!Setting(Keys::agentEnabled).value());
+    }
+
+    void stopWithoutAnAgentIsDone()
+    {
+        int asked = 0;
+        SignalListener agent;
+        agent.listen(SharedSettings::Signal::quitAgent, [&asked] { ++asked; });
+        const auto result = ctl("agent stop");
+        QCOMPARE(result.code, 0);
+        QCOMPARE(result.output + result.errors, QByteArray());
+        QTest::qWait(50);
+        QCOMPARE(asked, 0);
+    }
+
+    void anAgentThatDoesNotQuitIsAFailureThatNamesIt()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        QElapsedTimer timer;
+        timer.start();
+        const auto result = ctl("agent stop");
+        QCOMPARE(result.code, 1);
+        QCOMPARE(result.errors,
+            "kestrumctl: the agent was asked to quit and still runs (pid " + QByteArray::number(pid) + ")\n");
+        QVERIFY(timer.elapsed() > 4500 && timer.elapsed() < 8000);
+        // Asked, never forced.
+        QCOMPARE(runningPids(), QList<qint32> { pid });
+    }
+
+    void withoutAMeetingPlaceStopFailsWithTheReason()
+    {
+        m_standIns->start(m_standIns->path(agentPlace));
+        const auto result
+            = ctl("agent stop", { { QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("/nowhere") } });
+        QCOMPARE(result.code, 1);
+        QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
+    }
 };
-
-void KestrumctlAgentTest::agentsAreListedWithPidStartAndPath()
-{
-    const QString program = m_standIns->path(agentPlace);
-    const auto process = m_standIns->start(program);
-    const auto result = ctl("agents");
-    QCOMPARE(result.code, 0);
-    QCOMPARE(result.errors, QByteArray());
-    QVERIFY(result.output.endsWith('\n'));
-    const QStringList fields = QString::fromUtf8(result.output.chopped(1)).split(u'\t');
-    QCOMPARE(fields.size(), 3);
-    QCOMPARE(fields[0], QString::number(process.pid));
-    const auto started = double(QDateTime::fromString(fields[1], Qt::ISODate).toSecsSinceEpoch());
-    QVERIFY(started > process.notBefore - 1.02 && started < process.notAfter + 0.01);
-    QCOMPARE(fields[2], program);
-}
-
-void KestrumctlAgentTest::startTimeIsLocalWithItsOffset()
-{
-    m_standIns->start(m_standIns->path(agentPlace));
-    const auto offsetIn = [this](const char* zone) {
-        const auto result = ctl("agents", { { QStringLiteral("TZ"), QString::fromLatin1(zone) } });
-        static const QRegularExpression form(
-            QStringLiteral("\\t(\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d)([+-]\\d\\d:\\d\\d)\\t"));
-        return form.match(QString::fromUtf8(result.output)).captured(2);
-    };
-    QCOMPARE(offsetIn("UTC"), QStringLiteral("+00:00"));
-    QCOMPARE(offsetIn("XYZ-5:30"), QStringLiteral("+05:30"));
-    QCOMPARE(offsetIn("XYZ+8"), QStringLiteral("-08:00"));
-}
-
-void KestrumctlAgentTest::everyAgentHasALine()
-{
-    m_standIns->start(m_standIns->path(agentPlace));
-    const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("AppTranslocation/d")));
-    m_standIns->start(copy);
-    m_standIns->start(copy);
-    m_standIns->start(m_standIns->install(QStringLiteral("no/KestrumAgent")));
-    const auto result = ctl("agents");
-    QByteArrayList listed;
-    for (const QByteArray& line : result.output.chopped(1).split('\n'))
-        listed.append(line.left(line.indexOf('\t')));
-    QByteArrayList expected;
-    for (const qint32 pid : runningPids())
-        expected.append(QByteArray::number(pid));
-    QCOMPARE(listed.size(), 3);
-    QCOMPARE(listed, expected);
-}
-
-void KestrumctlAgentTest::aPathForgesNoLine()
-{
-    m_standIns->start(m_standIns->install(StandIns::agentIn(QStringLiteral("a\n1\tb"))));
-    const auto result = ctl("agents");
-    QCOMPARE(result.output.count('\n'), 1);
-    QCOMPARE(result.output.count('\t'), 2);
-    QVERIFY(result.output.contains("/a\\n1\\tb/KestrumAgent.app/"));
-}
-
-void KestrumctlAgentTest::withoutAnAgentTheListFails()
-{
-    const auto result = ctl("agents");
-    QCOMPARE(result.code, 1);
-    QCOMPARE(result.output, QByteArray());
-    QCOMPARE(result.errors, QByteArray());
-}
-
-void KestrumctlAgentTest::stopAsksTheAgentAndWaitsForItsEnd()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    SignalListener agent;
-    agent.listen(SharedSettings::Signal::quitAgent,
-        [this, pid] { QTimer::singleShot(300, this, [this, pid] { m_standIns->end(pid); }); });
-    const auto result = ctl("agent stop");
-    QCOMPARE(result.errors, QByteArray());
-    QCOMPARE(result.output, QByteArray());
-    QCOMPARE(result.code, 0);
-    QVERIFY(runningPids().isEmpty());
-}
-
-void KestrumctlAgentTest::stopWaitsForEveryAgent()
-{
-    const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("copy")));
-    const qint32 one = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    const qint32 other = m_standIns->start(copy).pid;
-    SignalListener agents;
-    agents.listen(SharedSettings::Signal::quitAgent, [this, one, other] {
-        m_standIns->end(one);
-        QTimer::singleShot(700, this, [this, other] { m_standIns->end(other); });
-    });
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(ctl("agent stop").code, 0);
-    QVERIFY(runningPids().isEmpty());
-    QVERIFY(timer.elapsed() >= 700);
-}
-
-void KestrumctlAgentTest::stopAsksAgainWhoDidNotHear()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    SignalListener agent;
-    int asked = 0;
-    agent.listen(SharedSettings::Signal::quitAgent, [this, pid, &asked] {
-        if (++asked == 3)
-            m_standIns->end(pid);
-    });
-    QCOMPARE(ctl("agent stop").code, 0);
-    QCOMPARE(asked, 3);
-}
-
-void KestrumctlAgentTest::stopStoresTheChoice()
-{
-    QCOMPARE(ctl("agent stop").code, 0);
-    QCOMPARE(storedChoice(), false);
-    QVERIFY(!Setting(Keys::agentEnabled).value());
-}
-
-void KestrumctlAgentTest::stopWithoutAnAgentIsDone()
-{
-    int asked = 0;
-    SignalListener agent;
-    agent.listen(SharedSettings::Signal::quitAgent, [&asked] { ++asked; });
-    const auto result = ctl("agent stop");
-    QCOMPARE(result.code, 0);
-    QCOMPARE(result.output + result.errors, QByteArray());
-    QTest::qWait(50);
-    QCOMPARE(asked, 0);
-}
-
-void KestrumctlAgentTest::anAgentThatDoesNotQuitIsAFailureThatNamesIt()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    QElapsedTimer timer;
-    timer.start();
-    const auto result = ctl("agent stop");
-    QCOMPARE(result.code, 1);
-    QCOMPARE(result.errors,
-        "kestrumctl: the agent was asked to quit and still runs (pid " + QByteArray::number(pid) + ")\n");
-    QVERIFY(timer.elapsed() > 4500 && timer.elapsed() < 8000);
-    // Asked, never forced.
-    QCOMPARE(runningPids(), QList<qint32> { pid });
-}
-
-void KestrumctlAgentTest::withoutAMeetingPlaceStopFailsWithTheReason()
-{
-    m_standIns->start(m_standIns->path(agentPlace));
-    const auto result
-        = ctl("agent stop", { { QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("/nowhere") } });
-    QCOMPARE(result.code, 1);
-    QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
-}
 
 KESTRUM_TEST_MAIN_APART(QCoreApplication, KestrumctlAgentTest)
 #include "KestrumctlAgentTest.moc"

@@ -12,14 +12,7 @@ using namespace kestrum;
 
 namespace {
 
-using Kestrumctl::words;
-
 using Signal = SharedSettings::Signal;
-
-Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {})
-{
-    return Kestrumctl::run(words(line), {}, variables);
-}
 
 } // namespace
 
@@ -27,216 +20,199 @@ class KestrumctlSignalsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void aPostReachesAListener();
-    void aLineIsPrintedForEachDelivery();
-    void onlyTheNamedSignalsAreHeard();
-    void aSignalNamedTwiceIsHeardOnce();
-    void theCountEndsItWell();
-    void theTimeoutBeforeTheCountIsAFailure();
-    void theTimeoutWithoutACountIsNone();
-    void interruptAndTerminateEndItWell_data();
-    void interruptAndTerminateEndItWell();
-    void everySignalIsPostedUnderItsName();
-    void anotherSuitesSignalsAreNotHeard();
-    void aWriteIsNoSignal();
-    void theSuiteWithTheLongestNameHasSignals_data();
-    void theSuiteWithTheLongestNameHasSignals();
-    void withoutAMeetingPlaceBothFailWithTheReason();
-    void aPostThatCannotBeLeftFailsWithTheReason();
-};
-
-void KestrumctlSignalsTest::aPostReachesAListener()
-{
-    Kestrumctl::Running listening(words("listen settings"), "listening");
-    QVERIFY(listening.isReady());
-    const auto posted = ctl("post settings");
-    QCOMPARE(posted.code, 0);
-    QCOMPARE(posted.output, QByteArray());
-    QCOMPARE(posted.errors, QByteArray());
-    QCOMPARE(listening.lines(1), (QByteArrayList { "settings" }));
-}
-
-void KestrumctlSignalsTest::aLineIsPrintedForEachDelivery()
-{
-    Kestrumctl::Running listening(words("listen menuBarChanged"), "listening");
-    for (int post = 1; post <= 5; ++post) {
-        QCOMPARE(ctl("post menuBarChanged").code, 0);
-        QCOMPARE(listening.lines(post), QByteArrayList(post, "menuBarChanged"));
+    void aPostReachesAListener()
+    {
+        Kestrumctl::Running listening(words("listen settings"), "listening");
+        QVERIFY(listening.isReady());
+        const auto posted = ctl("post settings");
+        QCOMPARE(posted.code, 0);
+        QCOMPARE(posted.output, QByteArray());
+        QCOMPARE(posted.errors, QByteArray());
+        QCOMPARE(listening.lines(1), (QByteArrayList { "settings" }));
     }
-    listening.signal(SIGTERM);
-    QCOMPARE(listening.ended().output, QByteArray("menuBarChanged\n").repeated(5));
-}
 
-void KestrumctlSignalsTest::onlyTheNamedSignalsAreHeard()
-{
-    Kestrumctl::Running listening(words("listen openSettings updateAvailable"), "listening");
-    QCOMPARE(ctl("post settings").code, 0);
-    QCOMPARE(ctl("post quitAgent").code, 0);
-    QCOMPARE(ctl("post updateAvailable").code, 0);
-    QCOMPARE(listening.lines(1), (QByteArrayList { "updateAvailable" }));
-    QCOMPARE(ctl("post openSettings").code, 0);
-    QCOMPARE(listening.lines(2), (QByteArrayList { "updateAvailable", "openSettings" }));
-    listening.signal(SIGINT);
-    QCOMPARE(listening.ended().output, QByteArray("updateAvailable\nopenSettings\n"));
-}
-
-void KestrumctlSignalsTest::aSignalNamedTwiceIsHeardOnce()
-{
-    Kestrumctl::Running listening(words("listen settings settings --count 3 --timeout 0.5"), "listening");
-    QCOMPARE(ctl("post settings").code, 0);
-    const auto end = listening.ended();
-    QCOMPARE(end.output, QByteArray("settings\n"));
-    QCOMPARE(end.code, 1);
-}
-
-void KestrumctlSignalsTest::theCountEndsItWell()
-{
-    Kestrumctl::Running listening(words("listen settings quitAgent --count 2 --timeout=15"), "listening");
-    QCOMPARE(ctl("post settings").code, 0);
-    QCOMPARE(listening.lines(1).size(), 1);
-    QCOMPARE(ctl("post quitAgent").code, 0);
-    const auto end = listening.ended();
-    QCOMPARE(end.code, 0);
-    QCOMPARE(end.output, QByteArray("settings\nquitAgent\n"));
-    QCOMPARE(end.errors, QByteArray("listening\n"));
-}
-
-void KestrumctlSignalsTest::theTimeoutBeforeTheCountIsAFailure()
-{
-    QElapsedTimer timer;
-    timer.start();
-    const auto result = ctl("listen settings --count 1 --timeout 0.3");
-    QCOMPARE(result.code, 1);
-    QCOMPARE(result.output, QByteArray());
-    QVERIFY(timer.elapsed() >= 300);
-}
-
-void KestrumctlSignalsTest::theTimeoutWithoutACountIsNone()
-{
-    const auto result = ctl("listen settings --timeout 0.1");
-    QCOMPARE(result.code, 0);
-    QCOMPARE(result.output, QByteArray());
-}
-
-void KestrumctlSignalsTest::interruptAndTerminateEndItWell_data()
-{
-    QTest::addColumn<int>("number");
-    QTest::newRow("SIGINT") << SIGINT;
-    QTest::newRow("SIGTERM") << SIGTERM;
-}
-
-void KestrumctlSignalsTest::interruptAndTerminateEndItWell()
-{
-    QFETCH(const int, number);
-    Kestrumctl::Running listening(words("listen settings --count 1"), "listening");
-    QVERIFY(listening.isReady());
-    listening.signal(number);
-    QCOMPARE(listening.ended().code, 0);
-}
-
-void KestrumctlSignalsTest::everySignalIsPostedUnderItsName()
-{
-    for (const auto& entry : allCases<Signal>()) {
-        int deliveries = 0;
-        SignalListener listener;
-        listener.listen(entry.value, [&deliveries] { ++deliveries; });
-        QCOMPARE(Kestrumctl::run({ QStringLiteral("post"), QString::fromUtf8(entry.rawValue) }).code, 0);
-        QTRY_COMPARE(deliveries, 1);
+    void aLineIsPrintedForEachDelivery()
+    {
+        Kestrumctl::Running listening(words("listen menuBarChanged"), "listening");
+        for (int post = 1; post <= 5; ++post) {
+            QCOMPARE(ctl("post menuBarChanged").code, 0);
+            QCOMPARE(listening.lines(post), QByteArrayList(post, "menuBarChanged"));
+        }
+        listening.signal(SIGTERM);
+        QCOMPARE(listening.ended().output, QByteArray("menuBarChanged\n").repeated(5));
     }
-}
 
-void KestrumctlSignalsTest::anotherSuitesSignalsAreNotHeard()
-{
-    Kestrumctl::Running listening(words("listen settings"), "listening");
-    QCOMPARE(
-        ctl("post settings", { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), QStringLiteral("test.suite") } })
-            .code,
-        0);
-    QCOMPARE(ctl("post settings").code, 0);
-    QCOMPARE(listening.lines(1).size(), 1);
-    listening.signal(SIGTERM);
-    QCOMPARE(listening.ended().output, QByteArray("settings\n"));
-}
+    void onlyTheNamedSignalsAreHeard()
+    {
+        Kestrumctl::Running listening(words("listen openSettings updateAvailable"), "listening");
+        QCOMPARE(ctl("post settings").code, 0);
+        QCOMPARE(ctl("post quitAgent").code, 0);
+        QCOMPARE(ctl("post updateAvailable").code, 0);
+        QCOMPARE(listening.lines(1), (QByteArrayList { "updateAvailable" }));
+        QCOMPARE(ctl("post openSettings").code, 0);
+        QCOMPARE(listening.lines(2), (QByteArrayList { "updateAvailable", "openSettings" }));
+        listening.signal(SIGINT);
+        QCOMPARE(listening.ended().output, QByteArray("updateAvailable\nopenSettings\n"));
+    }
 
-void KestrumctlSignalsTest::aWriteIsNoSignal()
-{
-    // Only the application's delegate announces changes; whoever writes the suite does not.
-    Kestrumctl::Running listening(
-        words("listen settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged"),
-        "listening");
-    QVERIFY(listening.isReady());
-    QCOMPARE(ctl("write showMemoryItem false").code, 0);
-    QCOMPARE(ctl("delete showMemoryItem").code, 0);
-    QCOMPARE(Kestrumctl::run(words("import -"), "{\"meterStyle\": \"wave\"}").code, 0);
-    // A signal that was posted before this one would have been heard before it.
-    QCOMPARE(ctl("post menuBarChanged").code, 0);
-    QCOMPARE(listening.lines(1), (QByteArrayList { "menuBarChanged" }));
-    QTest::qWait(100);
-    listening.signal(SIGTERM);
-    QCOMPARE(listening.ended().output, QByteArray("menuBarChanged\n"));
-}
+    void aSignalNamedTwiceIsHeardOnce()
+    {
+        Kestrumctl::Running listening(words("listen settings settings --count 3 --timeout 0.5"), "listening");
+        QCOMPARE(ctl("post settings").code, 0);
+        const auto end = listening.ended();
+        QCOMPARE(end.output, QByteArray("settings\n"));
+        QCOMPARE(end.code, 1);
+    }
 
-void KestrumctlSignalsTest::theSuiteWithTheLongestNameHasSignals_data()
-{
-    QTest::addColumn<QString>("suite");
-    QTest::newRow("of letters") << QString(234, u'x');
-    QTest::newRow("of what a file's name spells by three") << QString(78, u'/');
-}
+    void theCountEndsItWell()
+    {
+        Kestrumctl::Running listening(words("listen settings quitAgent --count 2 --timeout=15"), "listening");
+        QCOMPARE(ctl("post settings").code, 0);
+        QCOMPARE(listening.lines(1).size(), 1);
+        QCOMPARE(ctl("post quitAgent").code, 0);
+        const auto end = listening.ended();
+        QCOMPARE(end.code, 0);
+        QCOMPARE(end.output, QByteArray("settings\nquitAgent\n"));
+        QCOMPARE(end.errors, QByteArray("listening\n"));
+    }
 
-void KestrumctlSignalsTest::theSuiteWithTheLongestNameHasSignals()
-{
-    QFETCH(const QString, suite);
-    const Kestrumctl::Variables variables { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), suite } };
-    QCOMPARE(ctl("write showCPUItem true", variables).errors, QByteArray());
-    qputenv("KESTRUM_SETTINGS_SUITE", suite.toUtf8());
-    Kestrumctl::Running listening(words("listen checkForUpdates updateAvailable settings"), "listening");
-    qunsetenv("KESTRUM_SETTINGS_SUITE");
-    QVERIFY(listening.isReady());
-    for (const char* signal : { "checkForUpdates", "updateAvailable", "settings" })
-        QCOMPARE(ctl((QByteArray("post ") + signal).constData(), variables).errors, QByteArray());
-    QCOMPARE(listening.lines(3).size(), 3);
-}
-
-void KestrumctlSignalsTest::withoutAMeetingPlaceBothFailWithTheReason()
-{
-    const QString open = TestHome::root() + QStringLiteral("/open to all");
-    QVERIFY(QDir().mkpath(open));
-    QVERIFY(QFile::setPermissions(open,
-        QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::WriteOther
-            | QFile::ExeOther));
-    const Kestrumctl::Variables place { { QStringLiteral("XDG_RUNTIME_DIR"), open } };
-    for (const char* call : { "post settings", "listen settings --timeout 5" }) {
-        const auto result = ctl(call, place);
+    void theTimeoutBeforeTheCountIsAFailure()
+    {
+        QElapsedTimer timer;
+        timer.start();
+        const auto result = ctl("listen settings --count 1 --timeout 0.3");
         QCOMPARE(result.code, 1);
         QCOMPARE(result.output, QByteArray());
-        QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
-        QVERIFY2(result.errors.contains("open to all"), result.errors.constData());
+        QVERIFY(timer.elapsed() >= 300);
     }
-}
 
-void KestrumctlSignalsTest::aPostThatCannotBeLeftFailsWithTheReason()
-{
-    // A place for signals that is none, within a runtime directory that is sound.
-    const QString signalsPlace = TestHome::runtimeDirectory() + QStringLiteral("/kestrum/signals");
-    const auto verifyFailure = [] {
-        for (const char* call : { "post settings", "listen settings --timeout 5" }) {
-            const auto result = ctl(call);
-            QCOMPARE(result.code, 1);
-            QVERIFY2(result.errors.contains("no signal passes between programs")
-                    && result.errors.contains("/kestrum/signals") && result.errors.count('\n') == 1,
-                result.errors.constData());
+    void theTimeoutWithoutACountIsNone()
+    {
+        const auto result = ctl("listen settings --timeout 0.1");
+        QCOMPARE(result.code, 0);
+        QCOMPARE(result.output, QByteArray());
+    }
+
+    void interruptAndTerminateEndItWell_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::newRow("SIGINT") << SIGINT;
+        QTest::newRow("SIGTERM") << SIGTERM;
+    }
+
+    void interruptAndTerminateEndItWell()
+    {
+        QFETCH(const int, number);
+        Kestrumctl::Running listening(words("listen settings --count 1"), "listening");
+        QVERIFY(listening.isReady());
+        listening.signal(number);
+        QCOMPARE(listening.ended().code, 0);
+    }
+
+    void everySignalIsPostedUnderItsName()
+    {
+        for (const auto& entry : allCases<Signal>()) {
+            int deliveries = 0;
+            SignalListener listener;
+            listener.listen(entry.value, [&deliveries] { ++deliveries; });
+            QCOMPARE(ctl({ QStringLiteral("post"), QString::fromUtf8(entry.rawValue) }).code, 0);
+            QTRY_COMPARE(deliveries, 1);
         }
-    };
-    QCOMPARE(ctl("post settings").code, 0);
-    QVERIFY(QDir(signalsPlace).removeRecursively());
-    QVERIFY(QFile(signalsPlace).open(QIODevice::WriteOnly));
-    verifyFailure();
-    QVERIFY(QFile::remove(signalsPlace));
-    QVERIFY(QFile::link(TestHome::root(), signalsPlace));
-    verifyFailure();
-    QVERIFY(QFile::remove(signalsPlace));
-    QCOMPARE(ctl("post settings").code, 0);
-}
+    }
+
+    void anotherSuitesSignalsAreNotHeard()
+    {
+        Kestrumctl::Running listening(words("listen settings"), "listening");
+        QCOMPARE(ctl("post settings",
+                     { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), QStringLiteral("test.suite") } })
+                     .code,
+            0);
+        QCOMPARE(ctl("post settings").code, 0);
+        QCOMPARE(listening.lines(1).size(), 1);
+        listening.signal(SIGTERM);
+        QCOMPARE(listening.ended().output, QByteArray("settings\n"));
+    }
+
+    void aWriteIsNoSignal()
+    {
+        // Only the application's delegate announces changes; whoever writes the suite does not.
+        Kestrumctl::Running listening(
+            words("listen settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged"),
+            "listening");
+        QVERIFY(listening.isReady());
+        QCOMPARE(ctl("write showMemoryItem false").code, 0);
+        QCOMPARE(ctl("delete showMemoryItem").code, 0);
+        QCOMPARE(Kestrumctl::run(words("import -"), "{\"meterStyle\": \"wave\"}").code, 0);
+        // A signal that was posted before this one would have been heard before it.
+        QCOMPARE(ctl("post menuBarChanged").code, 0);
+        QCOMPARE(listening.lines(1), (QByteArrayList { "menuBarChanged" }));
+        QTest::qWait(100);
+        listening.signal(SIGTERM);
+        QCOMPARE(listening.ended().output, QByteArray("menuBarChanged\n"));
+    }
+
+    void theSuiteWithTheLongestNameHasSignals_data()
+    {
+        QTest::addColumn<QString>("suite");
+        QTest::newRow("of letters") << QString(234, u'x');
+        QTest::newRow("of what a file's name spells by three") << QString(78, u'/');
+    }
+
+    void theSuiteWithTheLongestNameHasSignals()
+    {
+        QFETCH(const QString, suite);
+        const Kestrumctl::Variables variables { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), suite } };
+        QCOMPARE(ctl("write showCPUItem true", variables).errors, QByteArray());
+        qputenv("KESTRUM_SETTINGS_SUITE", suite.toUtf8());
+        Kestrumctl::Running listening(words("listen checkForUpdates updateAvailable settings"), "listening");
+        qunsetenv("KESTRUM_SETTINGS_SUITE");
+        QVERIFY(listening.isReady());
+        for (const char* signal : { "checkForUpdates", "updateAvailable", "settings" })
+            QCOMPARE(ctl((QByteArray("post ") + signal).constData(), variables).errors, QByteArray());
+        QCOMPARE(listening.lines(3).size(), 3);
+    }
+
+    void withoutAMeetingPlaceBothFailWithTheReason()
+    {
+        const QString open = TestHome::root() + QStringLiteral("/open to all");
+        QVERIFY(QDir().mkpath(open));
+        QVERIFY(QFile::setPermissions(open,
+            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::WriteOther
+                | QFile::ExeOther));
+        const Kestrumctl::Variables place { { QStringLiteral("XDG_RUNTIME_DIR"), open } };
+        for (const char* call : { "post settings", "listen settings --timeout 5" }) {
+            const auto result = ctl(call, place);
+            QCOMPARE(result.code, 1);
+            QCOMPARE(result.output, QByteArray());
+            QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
+            QVERIFY2(result.errors.contains("open to all"), result.errors.constData());
+        }
+    }
+
+    void aPostThatCannotBeLeftFailsWithTheReason()
+    {
+        // A place for signals that is none, within a runtime directory that is sound.
+        const QString signalsPlace = TestHome::runtimeDirectory() + QStringLiteral("/kestrum/signals");
+        const auto verifyFailure = [] {
+            for (const char* call : { "post settings", "listen settings --timeout 5" }) {
+                const auto result = ctl(call);
+                QCOMPARE(result.code, 1);
+                QVERIFY2(result.errors.contains("no signal passes between programs")
+                        && result.errors.contains("/kestrum/signals") && result.errors.count('\n') == 1,
+                    result.errors.constData());
+            }
+        };
+        QCOMPARE(ctl("post settings").code, 0);
+        QVERIFY(QDir(signalsPlace).removeRecursively());
+        QVERIFY(QFile(signalsPlace).open(QIODevice::WriteOnly));
+        verifyFailure();
+        QVERIFY(QFile::remove(signalsPlace));
+        QVERIFY(QFile::link(TestHome::root(), signalsPlace));
+        verifyFailure();
+        QVERIFY(QFile::remove(signalsPlace));
+        QCOMPARE(ctl("post settings").code, 0);
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, KestrumctlSignalsTest)
 #include "KestrumctlSignalsTest.moc"

@@ -10,8 +10,6 @@ using namespace kestrum;
 
 namespace {
 
-using Kestrumctl::words;
-
 const QStringList verbs { QStringLiteral("read"), QStringLiteral("write"), QStringLiteral("delete"),
     QStringLiteral("watch"), QStringLiteral("export"), QStringLiteral("import"), QStringLiteral("post"),
     QStringLiteral("listen"), QStringLiteral("agents"), QStringLiteral("agent"), QStringLiteral("describe"),
@@ -23,189 +21,177 @@ class KestrumctlUsageTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void helpListsEveryVerbWithItsPurpose();
-    void everyVerbTellsItsOwnUsage();
-    void versionIsThatOfTheProject();
-    void usageOfSettingsVerbsListsEveryKeyWithItsType();
-    void usageOfPostListsEverySignal();
-    void aWrongCallIsToldByName_data();
-    void aWrongCallIsToldByName();
-    void namesAreEscapedInMessages();
-    void noDisplayIsNeeded();
-    void runsAsALinkFromElsewhere();
-    void aFullOutputIsAFailure();
-};
-
-void KestrumctlUsageTest::helpListsEveryVerbWithItsPurpose()
-{
-    const auto help = Kestrumctl::run({ QStringLiteral("--help") });
-    QCOMPARE(help.code, 0);
-    QCOMPARE(help.errors, QByteArray());
-    QVERIFY(help.output.startsWith("Usage: kestrumctl VERB"));
-    for (const QString& verb : verbs) {
-        const QByteArray line = "\n  " + verb.toUtf8().leftJustified(10);
-        QVERIFY2(help.output.contains(line), qPrintable(verb));
-    }
-}
-
-void KestrumctlUsageTest::everyVerbTellsItsOwnUsage()
-{
-    for (const QString& verb : verbs) {
-        const auto help = Kestrumctl::run({ verb, QStringLiteral("--help") });
+    void helpListsEveryVerbWithItsPurpose()
+    {
+        const auto help = ctl({ QStringLiteral("--help") });
         QCOMPARE(help.code, 0);
         QCOMPARE(help.errors, QByteArray());
-        QVERIFY2(help.output.startsWith("Usage: kestrumctl " + verb.toUtf8()), help.output.constData());
-        QVERIFY(help.output.endsWith(".\n") || help.output.count('\n') > 5);
+        QVERIFY(help.output.startsWith("Usage: kestrumctl VERB"));
+        for (const QString& verb : verbs) {
+            const QByteArray line = "\n  " + verb.toUtf8().leftJustified(10);
+            QVERIFY2(help.output.contains(line), qPrintable(verb));
+        }
     }
-}
 
-void KestrumctlUsageTest::versionIsThatOfTheProject()
-{
-    const auto version = Kestrumctl::run({ QStringLiteral("--version") });
-    QCOMPARE(version.code, 0);
-    QCOMPARE(version.output, QByteArray("kestrumctl " KESTRUM_VERSION "\n"));
-}
+    void everyVerbTellsItsOwnUsage()
+    {
+        for (const QString& verb : verbs) {
+            const auto help = Kestrumctl::run({ verb, QStringLiteral("--help") });
+            QCOMPARE(help.code, 0);
+            QCOMPARE(help.errors, QByteArray());
+            QVERIFY2(help.output.startsWith("Usage: kestrumctl " + verb.toUtf8()), help.output.constData());
+            QVERIFY(help.output.endsWith(".\n") || help.output.count('\n') > 5);
+        }
+    }
 
-void KestrumctlUsageTest::usageOfSettingsVerbsListsEveryKeyWithItsType()
-{
-    const QByteArray help = Kestrumctl::run(words("write --help")).output;
-    QCOMPARE(Kestrumctl::run(words("read --help")).output.mid(help.size() - 200).isEmpty(), false);
-    const auto line = [](const char* key, const char* type) {
-        return "\n  " + QByteArray(key).leftJustified(30) + type + '\n';
-    };
-    for (const QString& key : SharedSettings::factoryDefaults().keys())
-        QVERIFY2(help.contains("\n  " + key.toUtf8() + ' '), qPrintable(key));
-    QVERIFY(help.contains(line(Keys::showCPUItem.name, "true or false")));
-    QVERIFY(help.contains(line(Keys::refreshInterval.name, "a number")));
-    QVERIFY(help.contains(line(Keys::meterStyle.name, "a text")));
-    QVERIFY(help.contains(line(Keys::updatesAvailable.name, "a text")));
-    QCOMPARE(help.mid(help.indexOf("\nKeys:\n")).count('\n'), 2 + 30);
-}
+    void versionIsThatOfTheProject()
+    {
+        const auto version = ctl({ QStringLiteral("--version") });
+        QCOMPARE(version.code, 0);
+        QCOMPARE(version.output, QByteArray("kestrumctl " KESTRUM_VERSION "\n"));
+    }
 
-void KestrumctlUsageTest::usageOfPostListsEverySignal()
-{
-    const QByteArray help = Kestrumctl::run(words("post --help")).output;
-    for (const auto& entry : allCases<SharedSettings::Signal>())
-        QVERIFY2(help.contains(QByteArray("\n  ") + entry.rawValue + ' '), entry.rawValue);
-}
+    void usageOfSettingsVerbsListsEveryKeyWithItsType()
+    {
+        const QByteArray help = ctl("write --help").output;
+        QCOMPARE(ctl("read --help").output.mid(help.size() - 200).isEmpty(), false);
+        const auto line = [](const char* key, const char* type) {
+            return "\n  " + QByteArray(key).leftJustified(30) + type + '\n';
+        };
+        for (const QString& key : SharedSettings::factoryDefaults().keys())
+            QVERIFY2(help.contains("\n  " + key.toUtf8() + ' '), qPrintable(key));
+        QVERIFY(help.contains(line(Keys::showCPUItem.name, "true or false")));
+        QVERIFY(help.contains(line(Keys::refreshInterval.name, "a number")));
+        QVERIFY(help.contains(line(Keys::meterStyle.name, "a text")));
+        QVERIFY(help.contains(line(Keys::updatesAvailable.name, "a text")));
+        QCOMPARE(help.mid(help.indexOf("\nKeys:\n")).count('\n'), 2 + 30);
+    }
 
-void KestrumctlUsageTest::aWrongCallIsToldByName_data()
-{
-    QTest::addColumn<QString>("call");
-    QTest::addColumn<QByteArray>("named");
-    const auto row = [](const char* call, const char* named) {
-        QTest::newRow(*call ? call : "nothing") << QString::fromUtf8(call) << QByteArray(named);
-    };
-    row("", "a verb is missing");
-    row("raed", "there is no verb \"raed\"; did you mean \"read\"");
-    row("xyzzy", "\"describe\"");
-    row("READ", "did you mean \"read\"");
-    row("read --sotred", "there is no option \"--sotred\"; did you mean \"--stored\"");
-    row("read a b", "too many arguments");
-    row("read --stored=yes", "--stored takes no value");
-    row("read meterstyle", "there is no key \"meterstyle\"; did you mean \"meterStyle\"");
-    row("read meterStlye", "did you mean \"meterStyle\"");
-    row("write", "too few arguments; it takes KEY JSON");
-    row("write meterStyle", "too few arguments");
-    row("write shwCPUItem true", "did you mean \"showCPUItem\"");
-    row("delete", "too few arguments");
-    row("delete meterShap", "did you mean \"meterShape\"");
-    row("watch all", "too many arguments; it takes none");
-    row("export", "too few arguments");
-    row("import", "too few arguments");
-    row("post", "too few arguments");
-    row("post setings", "there is no signal \"setings\"; did you mean \"settings\"");
-    row("post Settings", "did you mean \"settings\"");
-    row("post settings quitAgent", "too many arguments");
-    row("listen", "too few arguments");
-    row("listen settings menubarchanged", "did you mean \"menuBarChanged\"");
-    row("listen settings --count", "--count needs a value");
-    row("listen settings --count 0", "--count takes a whole number above 0, not \"0\"");
-    row("listen settings --count -1", "not \"-1\"");
-    row("listen settings --count many", "not \"many\"");
-    row("listen settings --timeout 0", "--timeout takes seconds above 0");
-    row("listen settings --timeout nan", "not \"nan\"");
-    row("listen settings --timeout inf", "not \"inf\"");
-    row("agents all", "too many arguments; it takes none");
-    row("agent", "too few arguments; it takes start|stop");
-    row("agent strat", "there is no action \"strat\"; did you mean \"start\"");
-    row("agent start stop", "too many arguments");
-    row("describe cpu", "too many arguments");
-    row("describe --cores 0", "not \"0\"");
-    row("describe --cores 1025", "from 1 to 1024");
-    row("describe --cores 8,", "not \"8,\"");
-    row("describe --cores eight", "not \"eight\"");
-    row("render cpu", "-o FILE.png");
-    row("render -o x.png", "too few arguments");
-    row("render memry -o x.png", "there is no section \"memry\"; did you mean \"memory\"");
-    row("render strp -o x.png", "did you mean \"strip\"");
-    row("render cpu -o x.png --scale 0", "--scale takes a number above 0 and up to 16, not \"0\"");
-    row("render cpu -o x.png --scale -1", "not \"-1\"");
-    row("render cpu -o x.png --scale 16.1", "not \"16.1\"");
-    row("render cpu -o x.png --scale nan", "not \"nan\"");
-    row("render cpu -o x.png --appearance drak", "did you mean \"dark\"");
-    row("render cpu -o x.png --cores 4,2000", "not \"4,2000\"");
-}
+    void usageOfPostListsEverySignal()
+    {
+        const QByteArray help = ctl("post --help").output;
+        for (const auto& entry : allCases<SharedSettings::Signal>())
+            QVERIFY2(help.contains(QByteArray("\n  ") + entry.rawValue + ' '), entry.rawValue);
+    }
 
-void KestrumctlUsageTest::aWrongCallIsToldByName()
-{
-    QFETCH(const QString, call);
-    QFETCH(const QByteArray, named);
-    const auto result = Kestrumctl::run(call.split(QLatin1Char(' '), Qt::SkipEmptyParts));
-    QCOMPARE(result.code, 2);
-    QCOMPARE(result.output, QByteArray());
-    QVERIFY2(result.errors.contains(named), result.errors.constData());
-    QVERIFY(!QFile::exists(QStringLiteral("x.png")));
-    QVERIFY(!QFile::exists(TestHome::configDirectory()));
-}
+    void aWrongCallIsToldByName_data()
+    {
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<QByteArray>("named");
+        const auto row = [](const char* call, const char* named) {
+            QTest::newRow(*call ? call : "nothing") << QString::fromUtf8(call) << QByteArray(named);
+        };
+        row("", "a verb is missing");
+        row("raed", "there is no verb \"raed\"; did you mean \"read\"");
+        row("xyzzy", "\"describe\"");
+        row("READ", "did you mean \"read\"");
+        row("read --sotred", "there is no option \"--sotred\"; did you mean \"--stored\"");
+        row("read a b", "too many arguments");
+        row("read --stored=yes", "--stored takes no value");
+        row("read meterstyle", "there is no key \"meterstyle\"; did you mean \"meterStyle\"");
+        row("read meterStlye", "did you mean \"meterStyle\"");
+        row("write", "too few arguments; it takes KEY JSON");
+        row("write meterStyle", "too few arguments");
+        row("write shwCPUItem true", "did you mean \"showCPUItem\"");
+        row("delete", "too few arguments");
+        row("delete meterShap", "did you mean \"meterShape\"");
+        row("watch all", "too many arguments; it takes none");
+        row("export", "too few arguments");
+        row("import", "too few arguments");
+        row("post", "too few arguments");
+        row("post setings", "there is no signal \"setings\"; did you mean \"settings\"");
+        row("post Settings", "did you mean \"settings\"");
+        row("post settings quitAgent", "too many arguments");
+        row("listen", "too few arguments");
+        row("listen settings menubarchanged", "did you mean \"menuBarChanged\"");
+        row("listen settings --count", "--count needs a value");
+        row("listen settings --count 0", "--count takes a whole number above 0, not \"0\"");
+        row("listen settings --count -1", "not \"-1\"");
+        row("listen settings --count many", "not \"many\"");
+        row("listen settings --timeout 0", "--timeout takes seconds above 0");
+        row("listen settings --timeout nan", "not \"nan\"");
+        row("listen settings --timeout inf", "not \"inf\"");
+        row("agents all", "too many arguments; it takes none");
+        row("agent", "too few arguments; it takes start|stop");
+        row("agent strat", "there is no action \"strat\"; did you mean \"start\"");
+        row("agent start stop", "too many arguments");
+        row("describe cpu", "too many arguments");
+        row("describe --cores 0", "not \"0\"");
+        row("describe --cores 1025", "from 1 to 1024");
+        row("describe --cores 8,", "not \"8,\"");
+        row("describe --cores eight", "not \"eight\"");
+        row("render cpu", "-o FILE.png");
+        row("render -o x.png", "too few arguments");
+        row("render memry -o x.png", "there is no section \"memry\"; did you mean \"memory\"");
+        row("render strp -o x.png", "did you mean \"strip\"");
+        row("render cpu -o x.png --scale 0", "--scale takes a number above 0 and up to 16, not \"0\"");
+        row("render cpu -o x.png --scale -1", "not \"-1\"");
+        row("render cpu -o x.png --scale 16.1", "not \"16.1\"");
+        row("render cpu -o x.png --scale nan", "not \"nan\"");
+        row("render cpu -o x.png --appearance drak", "did you mean \"dark\"");
+        row("render cpu -o x.png --cores 4,2000", "not \"4,2000\"");
+    }
 
-void KestrumctlUsageTest::namesAreEscapedInMessages()
-{
-    const QString forged = QStringLiteral("1\nkestrumctl: forged");
-    const QList<QStringList> lines { { QStringLiteral("read"), forged },
-        { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--count"), forged },
-        { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--timeout"), forged },
-        { QStringLiteral("render"), QStringLiteral("cpu"), QStringLiteral("-o"), QStringLiteral("x.png"),
-            QStringLiteral("--scale"), forged } };
-    for (const QStringList& line : lines) {
-        const auto result = Kestrumctl::run(line);
+    void aWrongCallIsToldByName()
+    {
+        QFETCH(const QString, call);
+        QFETCH(const QByteArray, named);
+        const auto result = Kestrumctl::run(call.split(QLatin1Char(' '), Qt::SkipEmptyParts));
         QCOMPARE(result.code, 2);
-        QCOMPARE(result.errors.count('\n'), 1);
+        QCOMPARE(result.output, QByteArray());
+        QVERIFY2(result.errors.contains(named), result.errors.constData());
+        QVERIFY(!QFile::exists(QStringLiteral("x.png")));
+        QVERIFY(!QFile::exists(TestHome::configDirectory()));
     }
-}
 
-void KestrumctlUsageTest::noDisplayIsNeeded()
-{
-    const auto result = Kestrumctl::run(words("describe"), {},
-        { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen") },
-            { QStringLiteral("DISPLAY"), {} }, { QStringLiteral("WAYLAND_DISPLAY"), {} } });
-    QCOMPARE(result.code, 0);
-    // Not even a platform for drawing is loaded by the other verbs: a name that no platform has disturbs none.
-    const auto read = Kestrumctl::run(
-        words("read meterStyle"), {}, { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("nonesuch") } });
-    QCOMPARE(read.code, 0);
-    QCOMPARE(read.errors, QByteArray());
-}
+    void namesAreEscapedInMessages()
+    {
+        const QString forged = QStringLiteral("1\nkestrumctl: forged");
+        const QList<QStringList> lines { { QStringLiteral("read"), forged },
+            { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--count"), forged },
+            { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--timeout"), forged },
+            { QStringLiteral("render"), QStringLiteral("cpu"), QStringLiteral("-o"), QStringLiteral("x.png"),
+                QStringLiteral("--scale"), forged } };
+        for (const QStringList& line : lines) {
+            const auto result = Kestrumctl::run(line);
+            QCOMPARE(result.code, 2);
+            QCOMPARE(result.errors.count('\n'), 1);
+        }
+    }
 
-void KestrumctlUsageTest::runsAsALinkFromElsewhere()
-{
-    const QString link = TestHome::root() + QStringLiteral("/kestrumctl");
-    QVERIFY(QFile::link(Kestrumctl::path(), link));
-    QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, link).output, QByteArray("\"bars\"\n"));
-    // The build folder's own link.
-    const QString built = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/kestrumctl");
-    QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, built).output, QByteArray("\"bars\"\n"));
-}
+    void noDisplayIsNeeded()
+    {
+        const auto result = Kestrumctl::run(words("describe"), {},
+            { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen") },
+                { QStringLiteral("DISPLAY"), {} }, { QStringLiteral("WAYLAND_DISPLAY"), {} } });
+        QCOMPARE(result.code, 0);
+        // Not even a platform for drawing is loaded by the other verbs: a name that no platform has disturbs none.
+        const auto read = Kestrumctl::run(words("read meterStyle"), {},
+            { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("nonesuch") } });
+        QCOMPARE(read.code, 0);
+        QCOMPARE(read.errors, QByteArray());
+    }
 
-void KestrumctlUsageTest::aFullOutputIsAFailure()
-{
-    const auto result = Kestrumctl::run(
-        { QStringLiteral("-c"), QStringLiteral("\"$0\" read > /dev/full"), Kestrumctl::path() }, {}, {},
-        QStringLiteral("/bin/sh"));
-    QCOMPARE(result.code, 1);
-    QVERIFY2(result.errors.contains("cannot write to standard output: No space left on device"),
-        result.errors.constData());
-}
+    void runsAsALinkFromElsewhere()
+    {
+        const QString link = TestHome::root() + QStringLiteral("/kestrumctl");
+        QVERIFY(QFile::link(Kestrumctl::path(), link));
+        QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, link).output, QByteArray("\"bars\"\n"));
+        // The build folder's own link.
+        const QString built = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/kestrumctl");
+        QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, built).output, QByteArray("\"bars\"\n"));
+    }
+
+    void aFullOutputIsAFailure()
+    {
+        const auto result = Kestrumctl::run(
+            { QStringLiteral("-c"), QStringLiteral("\"$0\" read > /dev/full"), Kestrumctl::path() }, {}, {},
+            QStringLiteral("/bin/sh"));
+        QCOMPARE(result.code, 1);
+        QVERIFY2(result.errors.contains("cannot write to standard output: No space left on device"),
+            result.errors.constData());
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, KestrumctlUsageTest)
 #include "KestrumctlUsageTest.moc"

@@ -20,7 +20,7 @@ const QString& portalConnection()
 }
 
 constexpr char16_t service[] = u"org.freedesktop.portal.Desktop";
-constexpr char16_t path[] = u"/org/freedesktop/portal/desktop";
+constexpr char16_t portalPath[] = u"/org/freedesktop/portal/desktop";
 constexpr char16_t interface[] = u"org.freedesktop.portal.Settings";
 constexpr char16_t appearanceGroup[] = u"org.freedesktop.appearance";
 constexpr char16_t schemeKey[] = u"color-scheme";
@@ -106,7 +106,7 @@ void AppearancePortal::follow()
 {
     // From any sender: if the service were named, Qt would wait for the bus to tell its owner. The signal only makes us
     // read a colour.
-    DesktopBus::follow(portalConnection(), { {}, text(path), text(interface) },
+    DesktopBus::follow(portalConnection(), { {}, text(portalPath), text(interface) },
         QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     for (const char16_t* key : { schemeKey, accentKey, motionKey })
         ask(appearanceGroup, key);
@@ -116,7 +116,7 @@ void AppearancePortal::follow()
 void AppearancePortal::ask(const char16_t* group, const char16_t* key)
 {
     QDBusMessage call
-        = QDBusMessage::createMethodCall(text(service), text(path), text(interface), QStringLiteral("Read"));
+        = QDBusMessage::createMethodCall(text(service), text(portalPath), text(interface), QStringLiteral("Read"));
     call << text(group) << text(key);
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(portalConnection()).asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key = text(key), watcher] {

@@ -8,8 +8,6 @@
 #include <memory>
 
 using namespace kestrum;
-using Shown = AccentRowWindow;
-
 namespace {
 
 constexpr int pauseTime = 100;                 ///< in milliseconds, from the last movement to the save
@@ -33,6 +31,7 @@ QWidget* openDialog(ColourWell& well)
 /// What comes of moving about in the colour dialog.
 class AccentDragTest : public QObject {
     Q_OBJECT
+    using Shown = AccentRowWindow;
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }

@@ -9,10 +9,9 @@
 #include <QLabel>
 
 using namespace kestrum;
-using Shown = AccentRowWindow;
-
 class AccentRowTest : public QObject {
     Q_OBJECT
+    using Shown = AccentRowWindow;
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }

@@ -24,11 +24,11 @@ constexpr char redPicture[] = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox
                               "<rect width=\"20\" height=\"10\" fill=\"#f00\"/></svg>";
 
 /// The row in a sidebar of the usual width.
-struct Shown {
+struct AgentRowWindow {
     AgentController controller;
     AgentRow row { controller };
 
-    explicit Shown(int width = 204)
+    explicit AgentRowWindow(int width = 204)
     {
         row.resize(width, row.height());
         row.show();
@@ -62,6 +62,7 @@ QRect redPart(const QImage& image)
 
 class AgentRowTest : public QObject {
     Q_OBJECT
+    using Shown = AgentRowWindow;
 
     std::unique_ptr<AgentFixture> m_fixture;
 

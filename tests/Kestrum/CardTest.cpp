@@ -14,11 +14,11 @@ using Theme::Colour;
 namespace {
 
 /// A card as wide as its window.
-struct Fixture {
+struct CardFixture {
     Card* card;
     ControlWindow window;
 
-    explicit Fixture(Card* shown, Qt::LayoutDirection direction = Qt::LeftToRight)
+    explicit CardFixture(Card* shown, Qt::LayoutDirection direction = Qt::LeftToRight)
         : card(shown)
         , window({}, direction)
     {
@@ -72,6 +72,7 @@ QWidget* content(int height)
 
 class CardTest : public QObject {
     Q_OBJECT
+    using Fixture = CardFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

@@ -7,11 +7,10 @@
 #include <QTranslator>
 
 using namespace kestrum;
-using Fixture = ColourWellFixture;
-
 /// Where the colour dialog opens, and how it is written.
 class ColourDialogTest : public QObject {
     Q_OBJECT
+    using Fixture = ColourWellFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

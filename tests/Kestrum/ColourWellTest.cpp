@@ -13,10 +13,9 @@
 using namespace kestrum;
 using Theme::Colour;
 
-using Fixture = ColourWellFixture;
-
 class ColourWellTest : public QObject {
     Q_OBJECT
+    using Fixture = ColourWellFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

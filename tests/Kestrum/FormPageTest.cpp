@@ -33,12 +33,12 @@ void show(QWidget& page)
 }
 
 /// A page of three sections with a button and a footnote each, in a window that is too low for it.
-struct Fixture {
+struct FormPageFixture {
     QWidget window;
     FormPage* page = new FormPage(&window);
     QList<PushButton*> buttons;
 
-    Fixture()
+    FormPageFixture()
     {
         page->setGeometry(0, 0, 300, 130);
         for (const char* name : { "First", "Second", "Third" }) {
@@ -74,6 +74,7 @@ struct Fixture {
 
 class FormPageTest : public QObject {
     Q_OBJECT
+    using Fixture = FormPageFixture;
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }

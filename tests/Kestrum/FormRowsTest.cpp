@@ -13,7 +13,7 @@ using namespace kestrum;
 
 namespace {
 
-QList<Choice<double>> seconds()
+QList<Choice<double>> intervals()
 {
     return { { 1, QStringLiteral("One") }, { 2, QStringLiteral("Two") }, { 5, QStringLiteral("Five") } };
 }
@@ -38,7 +38,7 @@ private:
             , segments(Form::segmented<MeterStyle>("Meter", test.setting(Keys::meterStyle)))
             , popup(Form::picker<CPUReadout>("Readout", test.setting(Keys::cpuReadout)))
             , interval(
-                  Form::picker<double>("Refresh interval", test.setting(Keys::refreshInterval), seconds()))
+                  Form::picker<double>("Refresh interval", test.setting(Keys::refreshInterval), intervals()))
         {
         }
         Switch& theSwitch() const { return *toggle->findChild<Switch*>(); }

@@ -19,10 +19,10 @@ using namespace kestrum;
 
 namespace {
 
-struct Shown {
+struct GeneralPageWindow {
     GeneralPage page;
 
-    Shown()
+    GeneralPageWindow()
     {
         page.resize(436, 800);
         page.show();
@@ -70,6 +70,7 @@ QJsonValue stored(const QString& key)
 
 class GeneralPageTest : public QObject {
     Q_OBJECT
+    using Shown = GeneralPageWindow;
 
     std::optional<TestBundle> m_bundle;
 

@@ -20,14 +20,14 @@ using Status = LoginItemService::Status;
 namespace {
 
 /// The section in a window.
-struct Shown {
+struct LaunchAtLoginSectionWindow {
     QWidget window;
     LaunchAtLoginSection* section = new LaunchAtLoginSection;
     QList<Row*> rows = section->findChildren<Row*>();
     Switch* toggle = section->findChild<Switch*>();
     PushButton* button = section->findChild<PushButton*>();
 
-    Shown()
+    LaunchAtLoginSectionWindow()
     {
         window.setPalette(Theme::palette(ColourScheme::light));
         auto* layout = new QVBoxLayout(&window);
@@ -59,6 +59,7 @@ QColor shade(Theme::Colour colour)
 
 class LaunchAtLoginSectionTest : public QObject {
     Q_OBJECT
+    using Shown = LaunchAtLoginSectionWindow;
 
 private Q_SLOTS:
     void initTestCase()

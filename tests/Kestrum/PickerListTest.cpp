@@ -7,11 +7,11 @@
 #include <QScrollBar>
 
 using namespace kestrum;
-using Fixture = PickerFixture;
 using Theme::Colour;
 
 class PickerListTest : public QObject {
     Q_OBJECT
+    using Fixture = PickerFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

@@ -26,13 +26,13 @@ void store(const char* key, const char* text)
 }
 
 /// The page in a window as wide as the smallest settings window leaves it.
-struct Shown {
+struct PopoversPageWindow {
     PopoversPage page;
     QList<ChoiceTileRow*> rows = page.findChildren<ChoiceTileRow*>();
     const ChoiceTileRow& appearance = *rows[0];
     const ChoiceTileRow& background = *rows[1];
 
-    Shown()
+    PopoversPageWindow()
     {
         page.resize(436, 480);
         page.show();
@@ -47,7 +47,7 @@ struct Shown {
     }
 };
 
-QStringList titles(const ChoiceTileRow& row)
+QStringList tileTitles(const ChoiceTileRow& row)
 {
     QStringList titles;
     for (const ChoiceTile* tile : row.tiles())
@@ -59,6 +59,7 @@ QStringList titles(const ChoiceTileRow& row)
 
 class PopoversPageTest : public QObject {
     Q_OBJECT
+    using Shown = PopoversPageWindow;
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
@@ -73,10 +74,10 @@ private Q_SLOTS:
         const Shown shown;
         QCOMPARE(shown.rows.size(), 2);
         QCOMPARE(shown.appearance.findChild<QLabel*>()->text(), QStringLiteral("Appearance"));
-        QCOMPARE(titles(shown.appearance),
+        QCOMPARE(tileTitles(shown.appearance),
             QStringList({ QStringLiteral("Light"), QStringLiteral("Dark"), QStringLiteral("System") }));
         QCOMPARE(shown.background.findChild<QLabel*>()->text(), QStringLiteral("Background"));
-        QCOMPARE(titles(shown.background),
+        QCOMPARE(tileTitles(shown.background),
             QStringList({ QStringLiteral("Translucent"), QStringLiteral("Opaque") }));
 
         const QList<Card*> cards = shown.page.findChildren<Card*>();

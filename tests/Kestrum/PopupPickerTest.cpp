@@ -9,11 +9,11 @@
 #include <QWheelEvent>
 
 using namespace kestrum;
-using Fixture = PickerFixture;
 using Theme::Colour;
 
 class PopupPickerTest : public QObject {
     Q_OBJECT
+    using Fixture = PickerFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

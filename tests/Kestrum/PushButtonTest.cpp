@@ -15,13 +15,13 @@ using Theme::Colour;
 namespace {
 
 /// What looks like a button: a button, a picker and a well.
-struct Fixture {
+struct PushButtonFixture {
     PushButton* button = new PushButton(QStringLiteral("Open Login Items…"));
     PopupPicker* picker = new PopupPicker;
     ColourWell* well = new ColourWell;
     ControlWindow window { button, picker, well };
 
-    Fixture()
+    PushButtonFixture()
     {
         picker->addEntry(QStringLiteral("Usage"));
         picker->setIndex(0);
@@ -41,6 +41,7 @@ struct Fixture {
 
 class PushButtonTest : public QObject {
     Q_OBJECT
+    using Fixture = PushButtonFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

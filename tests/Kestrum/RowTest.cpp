@@ -16,11 +16,11 @@ using namespace kestrum;
 namespace {
 
 /// A card on a ground, with rows in it.
-struct Fixture {
+struct RowFixture {
     QWidget window;
     Card* card = new Card;
 
-    explicit Fixture(std::initializer_list<Row*> rows)
+    explicit RowFixture(std::initializer_list<Row*> rows)
     {
         window.setPalette(Theme::palette(ColourScheme::light));
         auto* layout = new QVBoxLayout(&window);
@@ -51,6 +51,7 @@ const QString longText
 
 class RowTest : public QObject {
     Q_OBJECT
+    using Fixture = RowFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

@@ -15,7 +15,7 @@ using Theme::Colour;
 
 namespace {
 
-const QStringList titles { QStringLiteral("Bars"), QStringLiteral("Wave"), QStringLiteral("Compact") };
+const QStringList segmentTitles { QStringLiteral("Bars"), QStringLiteral("Wave"), QStringLiteral("Compact") };
 
 SegmentedPicker* pickerOf(const QStringList& segments, int index)
 {
@@ -27,15 +27,15 @@ SegmentedPicker* pickerOf(const QStringList& segments, int index)
 }
 
 /// A picker between two buttons.
-struct Fixture {
+struct SegmentedPickerFixture {
     PushButton* before = new PushButton(QStringLiteral("Before"));
     SegmentedPicker* picker;
     PushButton* after = new PushButton(QStringLiteral("After"));
     QSignalSpy choices;
     ControlWindow window;
 
-    explicit Fixture(int index = 0, Qt::LayoutDirection direction = Qt::LeftToRight)
-        : picker(pickerOf(titles, index))
+    explicit SegmentedPickerFixture(int index = 0, Qt::LayoutDirection direction = Qt::LeftToRight)
+        : picker(pickerOf(segmentTitles, index))
         , choices(picker, &SegmentedPicker::chosen)
         , window({ before, picker, after }, direction)
     {
@@ -54,6 +54,7 @@ struct Fixture {
 
 class SegmentedPickerTest : public QObject {
     Q_OBJECT
+    using Fixture = SegmentedPickerFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }
@@ -64,11 +65,11 @@ private Q_SLOTS:
         QCOMPARE(fixture.picker->sizeHint().height(), 26);
         QCOMPARE(fixture.picker->size(), fixture.picker->sizeHint());
         int end = 0;
-        for (int i = 0; i < titles.size(); ++i) {
+        for (int i = 0; i < segmentTitles.size(); ++i) {
             const QRect place = fixture.segment(i)->geometry();
             QCOMPARE(place.left(), end);
             QCOMPARE(place.height(), 26);
-            QVERIFY(place.width() >= fixture.window.fontMetrics().horizontalAdvance(titles[i]) + 20);
+            QVERIFY(place.width() >= fixture.window.fontMetrics().horizontalAdvance(segmentTitles[i]) + 20);
             end = place.right() + 1;
         }
         QCOMPARE(end, fixture.picker->width());
@@ -212,13 +213,13 @@ private Q_SLOTS:
     {
         const Fixture fixture(0);
         QList<QRect> before;
-        for (int i = 0; i < titles.size(); ++i)
+        for (int i = 0; i < segmentTitles.size(); ++i)
             before.append(fixture.segment(i)->geometry());
         const QSize size = fixture.picker->sizeHint();
         for (const int index : { 2, -1, 1 }) {
             fixture.picker->setIndex(index);
             QCOMPARE(fixture.picker->sizeHint(), size);
-            for (int i = 0; i < titles.size(); ++i)
+            for (int i = 0; i < segmentTitles.size(); ++i)
                 QCOMPARE(fixture.segment(i)->geometry(), before[i]);
         }
     }
@@ -272,7 +273,7 @@ private Q_SLOTS:
         for (int i = 0; i < 3; ++i) {
             QAccessibleInterface* segment = group->child(i);
             QCOMPARE(segment->role(), QAccessible::RadioButton);
-            QCOMPARE(segment->text(QAccessible::Name), titles[i]);
+            QCOMPARE(segment->text(QAccessible::Name), segmentTitles[i]);
             QVERIFY(segment->state().checkable && segment->state().focusable);
             QCOMPARE(bool(segment->state().checked), i == 1);
         }

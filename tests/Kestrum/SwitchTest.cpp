@@ -18,12 +18,12 @@ using Theme::Colour;
 namespace {
 
 /// A window with a switch and a button, shown and active.
-struct Fixture {
+struct SwitchFixture {
     QWidget window;
     Switch* toggle;
     PushButton* button;
 
-    explicit Fixture(Switch::Size size = Switch::Size::regular)
+    explicit SwitchFixture(Switch::Size size = Switch::Size::regular)
         : toggle(new Switch(size, &window))
         , button(new PushButton(QStringLiteral("Open"), &window))
     {
@@ -66,6 +66,7 @@ struct Fixture {
 
 class SwitchTest : public QObject {
     Q_OBJECT
+    using Fixture = SwitchFixture;
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }

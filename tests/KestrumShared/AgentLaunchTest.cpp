@@ -11,7 +11,7 @@ using namespace kestrum;
 namespace {
 
 constexpr int chainTime = 3000; // ms from the first check of a chain to its last
-constexpr int tolerance = 300;
+constexpr int checkTolerance = 300;
 
 QString running(qint32 pid, int retriesLeft)
 {
@@ -100,7 +100,7 @@ void AgentLaunchTest::agentThatStaysUpIsLookedAtSevenTimes()
     QCOMPARE(texts(), expected);
     for (int check = 0; check < 7; ++check) {
         QCOMPARE(lines()[check].type, QtInfoMsg);
-        QVERIFY(qAbs(lines()[check].at - lines()[0].at - check * 500) < tolerance);
+        QVERIFY(qAbs(lines()[check].at - lines()[0].at - check * 500) < checkTolerance);
     }
     QCOMPARE(runningPids(), QList<qint32> { pid });
 }
@@ -117,7 +117,7 @@ void AgentLaunchTest::agentThatQuitsIsReplacedAtTheNextCheck()
         (QStringList { running(pid, 6), running(pid, 5), running(pid, 4),
             QStringLiteral("starting the agent at ") + AppLinks::embeddedAgentURL(),
             QStringLiteral("agent started, pid %1").arg(runningPids()[0]) }));
-    QVERIFY(qAbs(lines()[3].at - 1500) < tolerance);
+    QVERIFY(qAbs(lines()[3].at - 1500) < checkTolerance);
 }
 
 void AgentLaunchTest::switchedOffDuringTheChainEndsItWithoutAWord()

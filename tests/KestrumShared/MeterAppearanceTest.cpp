@@ -24,13 +24,13 @@ namespace {
 
 template <class E> QString table()
 {
-    QStringList rows;
+    QStringList entries;
     for (const auto& entry : allCases<E>()) {
         if (fromRawValue<E>(rawValue(entry.value)) != entry.value)
             return QStringLiteral("a case does not read back");
-        rows.append(rawValue(entry.value) + u'=' + title(entry.value));
+        entries.append(rawValue(entry.value) + u'=' + title(entry.value));
     }
-    return rows.join(u' ');
+    return entries.join(u' ');
 }
 
 } // namespace

@@ -8,27 +8,27 @@ namespace {
 
 const QString name = QStringLiteral("org.freedesktop.Notifications");
 const QString path = QStringLiteral("/org/freedesktop/Notifications");
-const QString connectionName = QStringLiteral("notifications");
+const QString ownConnection = QStringLiteral("notifications");
 
 void send(const char* signal, const QVariantList& arguments)
 {
     QDBusMessage message = QDBusMessage::createSignal(path, name, QString::fromLatin1(signal));
     message.setArguments(arguments);
-    QDBusConnection(connectionName).send(message);
+    QDBusConnection(ownConnection).send(message);
 }
 
 } // namespace
 
 bool NotificationService::join(const QString& address)
 {
-    QDBusConnection connection = QDBusConnection::connectToBus(address, connectionName);
+    QDBusConnection connection = QDBusConnection::connectToBus(address, ownConnection);
     return connection.registerObject(path, this, QDBusConnection::ExportAllSlots)
         && connection.registerService(name);
 }
 
 void NotificationService::leave()
 {
-    QDBusConnection::disconnectFromBus(connectionName);
+    QDBusConnection::disconnectFromBus(ownConnection);
 }
 
 void NotificationService::press(uint number, const QString& action, const QString& token)

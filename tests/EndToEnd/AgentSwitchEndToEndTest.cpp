@@ -13,8 +13,6 @@ namespace {
 
 using Programs::patience;
 
-constexpr int second = AgentSwitch::second;
-
 } // namespace
 
 class AgentSwitchEndToEndTest : public DesktopTest {
@@ -41,7 +39,7 @@ private Q_SLOTS:
         row.click();
         QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
         QTRY_VERIFY_WITH_TIMEOUT(agents().isEmpty(), patience);
-        QTest::qWait(second + 200);
+        QTest::qWait(AgentSwitch::second + 200);
         QVERIFY(!row.isOn());
         QCOMPARE(fixture().read("agentEnabled"), QByteArray("false"));
     }
@@ -74,7 +72,7 @@ private Q_SLOTS:
     void theAgentIsNotStartedWhenItIsSwitchedOff()
     {
         AgentSwitch row(fixture());
-        QTest::qWait(second + 300);
+        QTest::qWait(AgentSwitch::second + 300);
         QVERIFY(agents().isEmpty());
         QVERIFY(!row.isOn());
     }
@@ -99,7 +97,7 @@ private Q_SLOTS:
         clock.start();
         ::kill(agent, SIGKILL);
         QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), patience);
-        QVERIFY2(Programs::areSanitized || clock.elapsed() < second,
+        QVERIFY2(Programs::areSanitized || clock.elapsed() < AgentSwitch::second,
             QByteArray::number(clock.elapsed()).constData());
     }
 
@@ -110,7 +108,7 @@ private Q_SLOTS:
         clock.start();
         const auto byHand = Programs::started(fixture().agentProgram(), {});
         QTRY_VERIFY_WITH_TIMEOUT(row.isOn(), patience);
-        QVERIFY2(Programs::areSanitized || clock.elapsed() < second,
+        QVERIFY2(Programs::areSanitized || clock.elapsed() < AgentSwitch::second,
             QByteArray::number(clock.elapsed()).constData());
         Programs::end(*byHand);
         QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
@@ -150,7 +148,7 @@ private Q_SLOTS:
         QTest::qWait(100);
         row.click();
         QVERIFY(DesktopFixture::successor(fixture().agentProgram(), old) > 0);
-        QTest::qWait(second + 200);
+        QTest::qWait(AgentSwitch::second + 200);
         census.end();
         QCOMPARE(agents().size(), 1);
         QVERIFY(row.isOn());

@@ -13,8 +13,6 @@ namespace {
 
 using Programs::patience;
 
-constexpr int second = AgentSwitch::second;
-
 } // namespace
 
 class AgentTroubleEndToEndTest : public DesktopTest {
@@ -43,7 +41,7 @@ private Q_SLOTS:
         QTest::qWait(500);
         QCOMPARE(agents(), QList<qint32> { old });
         QVERIFY(DesktopFixture::successor(fixture().agentProgram(), old) > 0);
-        QTest::qWait(second + 200);
+        QTest::qWait(AgentSwitch::second + 200);
         census.end();
         QCOMPARE(agents().size(), 1);
         QVERIFY(row.isOn());
@@ -68,7 +66,7 @@ private Q_SLOTS:
         const auto byHand = Programs::started(fixture().agentProgram(), {});
         fixture().write("agentEnabled", "true");
         AgentSwitch row(fixture());
-        QTest::qWait(4 * second);
+        QTest::qWait(4 * AgentSwitch::second);
         QCOMPARE(agents().size(), 1);
         Programs::end(row.application());
         QList<QByteArray> lines = row.application().readAllStandardError().split('\n');
@@ -98,19 +96,19 @@ private Q_SLOTS:
             clicks += times;
         }
         // Whatever was begun comes to its end. Then the last choice is what is stored, what runs and what is shown.
-        QTest::qWait(4 * second);
+        QTest::qWait(4 * AgentSwitch::second);
         const bool isWanted = fixture().read("agentEnabled") == "true";
         qInfo("at rest: stored %d, %d agents, row %d", isWanted, int(agents().size()), row.isOn());
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), isWanted ? 1 : 0, patience);
         QTRY_COMPARE_WITH_TIMEOUT(row.isOn(), isWanted, patience);
-        QTest::qWait(second + 200);
+        QTest::qWait(AgentSwitch::second + 200);
         QCOMPARE(agents().size(), isWanted ? 1 : 0);
         QCOMPARE(row.isOn(), isWanted);
         QCOMPARE(fixture().read("agentEnabled"), QByteArray(isWanted ? "true" : "false"));
         if (!isWanted)
             row.click();
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
-        QTest::qWait(second + 200);
+        QTest::qWait(AgentSwitch::second + 200);
         census.end();
         qInfo("counted %d times", census.counts());
         QCOMPARE(agents().size(), 1);

@@ -2,19 +2,56 @@
 
 #include "tests/Support/Programs.h"
 
+#include <QDir>
 #include <csignal>
+#include <fcntl.h>
+#include <sys/file.h>
 #include <sys/prctl.h>
+#include <unistd.h>
 
 namespace kestrum {
 
+namespace {
+
+// A display's number and the file whose lock keeps it. Left to itself, an X server in a process table of its own takes the number of
+// a server outside of it for free.
+struct Place {
+    int number = 100;
+    int file = -1;
+};
+
+Place takePlace()
+{
+    Place place;
+    for (; place.number < 200; ++place.number) {
+        const QString path = QStringLiteral("%1/kestrum-display-%2-%3.lock")
+                                 .arg(QDir::tempPath())
+                                 .arg(::getuid())
+                                 .arg(place.number);
+        place.file = ::open(QFile::encodeName(path).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        if (place.file >= 0 && ::flock(place.file, LOCK_EX | LOCK_NB) == 0)
+            break;
+        ::close(place.file);
+    }
+    return place;
+}
+
+} // namespace
+
 VirtualDisplay::VirtualDisplay()
 {
+    const Place place = takePlace();
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    m_server.setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
+    m_server.setChildProcessModifier([place] {
+        ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+        ::fcntl(place.file, F_SETFD, 0); // the lock is the server's
+    });
     m_server.start(QStringLiteral("Xvfb"),
-        { QStringLiteral("-displayfd"), QStringLiteral("1"), QStringLiteral("-noreset"),
-            QStringLiteral("-nolisten"), QStringLiteral("tcp"), QStringLiteral("-screen"),
-            QStringLiteral("0"), QStringLiteral("%1x%2x24").arg(width).arg(height) });
+        { QStringLiteral(":%1").arg(place.number), QStringLiteral("-displayfd"), QStringLiteral("1"),
+            QStringLiteral("-noreset"), QStringLiteral("-nolisten"), QStringLiteral("tcp"),
+            QStringLiteral("-screen"), QStringLiteral("0"),
+            QStringLiteral("%1x%2x24").arg(width).arg(height) });
+    ::close(place.file);
     QByteArray display;
     while (!display.endsWith('\n') && m_server.waitForReadyRead(Programs::patience))
         display += m_server.readAllStandardOutput();

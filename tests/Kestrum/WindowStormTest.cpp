@@ -107,10 +107,70 @@ class WindowStormTest : public QObject {
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
     void init() { SettingsWindow::prepare(); }
-    void theWindowStaysRightSmallAndSilent();
+
+    void theWindowStaysRightSmallAndSilent()
+    {
+        SettingsWindow window;
+        const QtMessageHandler usual = qInstallMessageHandler(keepMessage);
+        RandomWrites writes;
+        // It rests for half of the time, so that it keeps up.
+        const QString rest = QString::number(1000 / writesPerSecond / 2);
+        HelperProcess writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });
+        const auto storm = [&](int duration) {
+            for (int second = 0; second < duration; ++second) {
+                for (int i = 0; i < writesPerSecond; ++i)
+                    writer.say(writes.line());
+                handleFor(1000);
+            }
+        };
+        // First everything that is made once: pages, languages, fonts, swatches.
+        storm(seconds() / 2);
+        const double before = residentMebibytes();
+        storm(seconds() - seconds() / 2);
+        const double after = residentMebibytes();
+
+        // The last word is this test's, so that the writer has come to its end.
+        writer.say("settingsPane [\"general\"]");
+        writer.say("theStormIsOver [true]");
+        QTRY_VERIFY_WITH_TIMEOUT(
+            SharedSettings::store().storedDictionary().contains(QStringLiteral("theStormIsOver")), 30'000);
+        QTRY_COMPARE(window.view.page(), SettingsPage::general);
+        // What the agent leaves is looked at when the agent says so.
+        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+        handleFor(200);
+        qInstallMessageHandler(usual);
+
+        messages.sort();
+        qInfo("%.1f MiB more, %d lines in the log", after - before, int(messages.size()));
+        QCOMPARE(messages.removeDuplicates(), 0);
+#ifndef __SANITIZE_ADDRESS__ // which keeps what was given back
+        QVERIFY2(after - before < 4, qPrintable(QString::number(after - before)));
+#endif
+
+        // What it shows is what a window shows that is opened now.
+        SettingsWindow fresh;
+        fresh.view.setFocus();
+        for (const auto& page : allCases<SettingsPage>()) {
+            window.view.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&window.view));
+            const QImage shown = picture(window.view, page.value);
+            fresh.view.activateWindow();
+            QVERIFY(QTest::qWaitForWindowActive(&fresh.view));
+            const QImage expected = picture(fresh.view, page.value);
+            if (shown != expected) {
+                const QString kept = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/storm-%1.png");
+                shown.save(kept.arg(QStringLiteral("shown")));
+                expected.save(kept.arg(QStringLiteral("expected")));
+            }
+            QVERIFY2(shown == expected, page.rawValue);
+        }
+    }
 
 private:
-    static void handleFor(int milliseconds) { QTest::qWait(milliseconds); }
+    static void handleFor(int milliseconds)
+    {
+        QTest::qWait(milliseconds);
+    }
     static QImage picture(SettingsView& view, SettingsPage page)
     {
         view.showPage(page);
@@ -121,64 +181,6 @@ private:
         return view.grab().toImage();
     }
 };
-
-void WindowStormTest::theWindowStaysRightSmallAndSilent()
-{
-    SettingsWindow window;
-    const QtMessageHandler usual = qInstallMessageHandler(keepMessage);
-    RandomWrites writes;
-    // It rests for half of the time, so that it keeps up.
-    const QString rest = QString::number(1000 / writesPerSecond / 2);
-    HelperProcess writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });
-    const auto storm = [&](int duration) {
-        for (int second = 0; second < duration; ++second) {
-            for (int i = 0; i < writesPerSecond; ++i)
-                writer.say(writes.line());
-            handleFor(1000);
-        }
-    };
-    // First everything that is made once: pages, languages, fonts, swatches.
-    storm(seconds() / 2);
-    const double before = residentMebibytes();
-    storm(seconds() - seconds() / 2);
-    const double after = residentMebibytes();
-
-    // The last word is this test's, so that the writer has come to its end.
-    writer.say("settingsPane [\"general\"]");
-    writer.say("theStormIsOver [true]");
-    QTRY_VERIFY_WITH_TIMEOUT(
-        SharedSettings::store().storedDictionary().contains(QStringLiteral("theStormIsOver")), 30'000);
-    QTRY_COMPARE(window.view.page(), SettingsPage::general);
-    // What the agent leaves is looked at when the agent says so.
-    SharedSettings::post(SharedSettings::Signal::updateAvailable);
-    handleFor(200);
-    qInstallMessageHandler(usual);
-
-    messages.sort();
-    qInfo("%.1f MiB more, %d lines in the log", after - before, int(messages.size()));
-    QCOMPARE(messages.removeDuplicates(), 0);
-#ifndef __SANITIZE_ADDRESS__ // which keeps what was given back
-    QVERIFY2(after - before < 4, qPrintable(QString::number(after - before)));
-#endif
-
-    // What it shows is what a window shows that is opened now.
-    SettingsWindow fresh;
-    fresh.view.setFocus();
-    for (const auto& page : allCases<SettingsPage>()) {
-        window.view.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&window.view));
-        const QImage shown = picture(window.view, page.value);
-        fresh.view.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&fresh.view));
-        const QImage expected = picture(fresh.view, page.value);
-        if (shown != expected) {
-            const QString kept = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/storm-%1.png");
-            shown.save(kept.arg(QStringLiteral("shown")));
-            expected.save(kept.arg(QStringLiteral("expected")));
-        }
-        QVERIFY2(shown == expected, page.rawValue);
-    }
-}
 
 // Agents of others would switch the row of one window on and not of the other.
 KESTRUM_TEST_MAIN_APART(QApplication, WindowStormTest)

@@ -25,183 +25,168 @@ class AgentLaunchTest : public LaunchFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void absentAgentIsStarted();
-    void startDoesNotTakeTheFocus();
-    void missingAgentIsAnErrorInTheLog();
-    void brokenAgentIsNotTriedAgain();
-    void agentThatStaysUpIsLookedAtSevenTimes();
-    void agentThatQuitsIsReplacedAtTheNextCheck();
-    void switchedOffDuringTheChainEndsItWithoutAWord();
-    void switchedOffByAnotherProgramEndsTheChainToo();
-    void firstCheckDoesNotAskTheSwitch();
-    void withoutRetriesThereIsOneLook();
-    void negativeRetriesAreNone();
-    void anyAgentCounts();
-    void twoChainsAtOnceStartOneAgent();
-    void stopAndLaunchRestartTheAgent();
-};
-
-void AgentLaunchTest::absentAgentIsStarted()
-{
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QTRY_COMPARE(lines().size(), 2);
-    QCOMPARE(runningPids().size(), 1);
-    QCOMPARE(texts(),
-        (QStringList { QStringLiteral("starting the agent at ") + AppLinks::embeddedAgentURL(),
-            QStringLiteral("agent started, pid %1").arg(runningPids()[0]) }));
-    QCOMPARE(lines()[0].type, QtInfoMsg);
-    QCOMPARE(lines()[1].type, QtInfoMsg);
-    QTest::qWait(700);
-    QCOMPARE(lines().size(), 2);
-}
-
-void AgentLaunchTest::startDoesNotTakeTheFocus()
-{
-    qputenv("XDG_ACTIVATION_TOKEN", "token");
-    AppLinks::launchAgentIfNeeded(0);
-    qunsetenv("XDG_ACTIVATION_TOKEN");
-    QTRY_COMPARE(lines().size(), 2);
-    QVERIFY(!StandIns::environmentOf(runningPids().value(0)).contains("XDG_ACTIVATION_TOKEN=token"));
-}
-
-void AgentLaunchTest::missingAgentIsAnErrorInTheLog()
-{
-    Bundle::setMain(Bundle(m_standIns->path(QStringLiteral("Elsewhere.app"))));
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QTRY_COMPARE(lines().size(), 2);
-    QCOMPARE(texts()[1],
-        QStringLiteral("could not start the agent: there is no application at %1")
-            .arg(AppLinks::embeddedAgentURL()));
-    QCOMPARE(lines()[1].type, QtCriticalMsg);
-}
-
-void AgentLaunchTest::brokenAgentIsNotTriedAgain()
-{
-    m_standIns->tree().write(agentPlace, QByteArray());
-    QVERIFY(QFile::setPermissions(m_standIns->path(agentPlace), QFile::ReadOwner));
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QTRY_COMPARE(lines().size(), 2);
-    QVERIFY(texts()[1].startsWith(QStringLiteral("could not start the agent: ")));
-    QVERIFY(texts()[1].endsWith(QStringLiteral(": Permission denied")));
-    QTest::qWait(1200);
-    QCOMPARE(lines().size(), 2);
-    QVERIFY(!AppLinks::isAgentRunning());
-}
-
-void AgentLaunchTest::agentThatStaysUpIsLookedAtSevenTimes()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QCOMPARE(lines().size(), 1); // the first at once
-    QTest::qWait(chainTime + 800);
-    QStringList expected;
-    for (int retriesLeft = 6; retriesLeft >= 0; --retriesLeft)
-        expected.append(running(pid, retriesLeft));
-    QCOMPARE(texts(), expected);
-    for (int check = 0; check < 7; ++check) {
-        QCOMPARE(lines()[check].type, QtInfoMsg);
-        QVERIFY(qAbs(lines()[check].at - lines()[0].at - check * 500) < checkTolerance);
+    void absentAgentIsStarted()
+    {
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QTRY_COMPARE(lines().size(), 2);
+        QCOMPARE(runningPids().size(), 1);
+        QCOMPARE(texts(),
+            (QStringList { QStringLiteral("starting the agent at ") + AppLinks::embeddedAgentURL(),
+                QStringLiteral("agent started, pid %1").arg(runningPids()[0]) }));
+        QCOMPARE(lines()[0].type, QtInfoMsg);
+        QCOMPARE(lines()[1].type, QtInfoMsg);
+        QTest::qWait(700);
+        QCOMPARE(lines().size(), 2);
     }
-    QCOMPARE(runningPids(), QList<qint32> { pid });
-}
 
-void AgentLaunchTest::agentThatQuitsIsReplacedAtTheNextCheck()
-{
-    // Ends by itself after 1.2 s, so the check at 1.5 s finds none.
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "1200").pid;
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QTest::qWait(chainTime + 800);
-    QCOMPARE(runningPids().size(), 1);
-    QVERIFY(runningPids()[0] != pid);
-    QCOMPARE(texts(),
-        (QStringList { running(pid, 6), running(pid, 5), running(pid, 4),
-            QStringLiteral("starting the agent at ") + AppLinks::embeddedAgentURL(),
-            QStringLiteral("agent started, pid %1").arg(runningPids()[0]) }));
-    QVERIFY(qAbs(lines()[3].at - 1500) < checkTolerance);
-}
+    void startDoesNotTakeTheFocus()
+    {
+        qputenv("XDG_ACTIVATION_TOKEN", "token");
+        AppLinks::launchAgentIfNeeded(0);
+        qunsetenv("XDG_ACTIVATION_TOKEN");
+        QTRY_COMPARE(lines().size(), 2);
+        QVERIFY(!StandIns::environmentOf(runningPids().value(0)).contains("XDG_ACTIVATION_TOKEN=token"));
+    }
 
-void AgentLaunchTest::switchedOffDuringTheChainEndsItWithoutAWord()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QTest::qWait(700);
-    QCOMPARE(lines().size(), 2);
-    QVERIFY(Setting(Keys::agentEnabled).set(false));
-    m_standIns->end(pid);
-    QTest::qWait(chainTime);
-    QCOMPARE(texts(), (QStringList { running(pid, 6), running(pid, 5) }));
-    QVERIFY(!AppLinks::isAgentRunning());
-}
+    void missingAgentIsAnErrorInTheLog()
+    {
+        Bundle::setMain(Bundle(m_standIns->path(QStringLiteral("Elsewhere.app"))));
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QTRY_COMPARE(lines().size(), 2);
+        QCOMPARE(texts()[1],
+            QStringLiteral("could not start the agent: there is no application at %1")
+                .arg(AppLinks::embeddedAgentURL()));
+        QCOMPARE(lines()[1].type, QtCriticalMsg);
+    }
 
-void AgentLaunchTest::switchedOffByAnotherProgramEndsTheChainToo()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    const auto other = UserDefaults::withSuiteName(SharedSettings::suiteName());
-    QVERIFY(other->set(Keys::agentEnabled.name, false));
-    m_standIns->end(pid);
-    QTest::qWait(1200);
-    QCOMPARE(texts(), (QStringList { running(pid, 6) }));
-    QVERIFY(!AppLinks::isAgentRunning());
-}
+    void brokenAgentIsNotTriedAgain()
+    {
+        m_standIns->tree().write(agentPlace, QByteArray());
+        QVERIFY(QFile::setPermissions(m_standIns->path(agentPlace), QFile::ReadOwner));
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QTRY_COMPARE(lines().size(), 2);
+        QVERIFY(texts()[1].startsWith(QStringLiteral("could not start the agent: ")));
+        QVERIFY(texts()[1].endsWith(QStringLiteral(": Permission denied")));
+        QTest::qWait(1200);
+        QCOMPARE(lines().size(), 2);
+        QVERIFY(!AppLinks::isAgentRunning());
+    }
 
-void AgentLaunchTest::firstCheckDoesNotAskTheSwitch()
-{
-    QVERIFY(Setting(Keys::agentEnabled).set(false));
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QCOMPARE(runningPids().size(), 1);
-}
+    void agentThatStaysUpIsLookedAtSevenTimes()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QCOMPARE(lines().size(), 1); // the first at once
+        QTest::qWait(chainTime + 800);
+        QStringList expected;
+        for (int retriesLeft = 6; retriesLeft >= 0; --retriesLeft)
+            expected.append(running(pid, retriesLeft));
+        QCOMPARE(texts(), expected);
+        for (int check = 0; check < 7; ++check) {
+            QCOMPARE(lines()[check].type, QtInfoMsg);
+            QVERIFY(qAbs(lines()[check].at - lines()[0].at - check * 500) < checkTolerance);
+        }
+        QCOMPARE(runningPids(), QList<qint32> { pid });
+    }
 
-void AgentLaunchTest::withoutRetriesThereIsOneLook()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    AppLinks::launchAgentIfNeeded(0);
-    QTest::qWait(1200);
-    QCOMPARE(texts(), (QStringList { running(pid, 0) }));
-}
+    void agentThatQuitsIsReplacedAtTheNextCheck()
+    {
+        // Ends by itself after 1.2 s, so the check at 1.5 s finds none.
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "1200").pid;
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QTest::qWait(chainTime + 800);
+        QCOMPARE(runningPids().size(), 1);
+        QVERIFY(runningPids()[0] != pid);
+        QCOMPARE(texts(),
+            (QStringList { running(pid, 6), running(pid, 5), running(pid, 4),
+                QStringLiteral("starting the agent at ") + AppLinks::embeddedAgentURL(),
+                QStringLiteral("agent started, pid %1").arg(runningPids()[0]) }));
+        QVERIFY(qAbs(lines()[3].at - 1500) < checkTolerance);
+    }
 
-void AgentLaunchTest::negativeRetriesAreNone()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    AppLinks::launchAgentIfNeeded(-3);
-    QTest::qWait(700);
-    QCOMPARE(texts(), (QStringList { running(pid, -3) }));
-}
+    void switchedOffDuringTheChainEndsItWithoutAWord()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QTest::qWait(700);
+        QCOMPARE(lines().size(), 2);
+        QVERIFY(Setting(Keys::agentEnabled).set(false));
+        m_standIns->end(pid);
+        QTest::qWait(chainTime);
+        QCOMPARE(texts(), (QStringList { running(pid, 6), running(pid, 5) }));
+        QVERIFY(!AppLinks::isAgentRunning());
+    }
 
-void AgentLaunchTest::anyAgentCounts()
-{
-    const QString other = m_standIns->install(StandIns::agentIn(QStringLiteral("AppTranslocation/d")));
-    const qint32 pid = m_standIns->start(other).pid;
-    AppLinks::launchAgentIfNeeded(0);
-    QCOMPARE(texts(), (QStringList { running(pid, 0) }));
-    QCOMPARE(runningPids(), QList<qint32> { pid });
-}
+    void switchedOffByAnotherProgramEndsTheChainToo()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        const auto other = UserDefaults::withSuiteName(SharedSettings::suiteName());
+        QVERIFY(other->set(Keys::agentEnabled.name, false));
+        m_standIns->end(pid);
+        QTest::qWait(1200);
+        QCOMPARE(texts(), (QStringList { running(pid, 6) }));
+        QVERIFY(!AppLinks::isAgentRunning());
+    }
 
-void AgentLaunchTest::twoChainsAtOnceStartOneAgent()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "700").pid;
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QTest::qWait(chainTime + 800);
-    QCOMPARE(texts().count(running(pid, 6)), 2);
-    QCOMPARE(texts().filter(QStringLiteral("starting the agent at ")).size(), 1);
-    QCOMPARE(runningPids().size(), 1);
-    // The other chain goes on to look at the new one.
-    QCOMPARE(texts().count(running(runningPids()[0], 0)), 1);
-}
+    void firstCheckDoesNotAskTheSwitch()
+    {
+        QVERIFY(Setting(Keys::agentEnabled).set(false));
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QCOMPARE(runningPids().size(), 1);
+    }
 
-void AgentLaunchTest::stopAndLaunchRestartTheAgent()
-{
-    const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
-    SignalListener agent;
-    agent.listen(SharedSettings::Signal::quitAgent, [this, pid] { m_standIns->end(pid); });
-    AppLinks::stopAgent();
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QCOMPARE(texts(), (QStringList { running(pid, 6) }));
-    QTRY_COMPARE(lines().size(), 3);
-    QCOMPARE(runningPids().size(), 1);
-    QVERIFY(runningPids()[0] != pid);
-}
+    void withoutRetriesThereIsOneLook()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        AppLinks::launchAgentIfNeeded(0);
+        QTest::qWait(1200);
+        QCOMPARE(texts(), (QStringList { running(pid, 0) }));
+    }
+
+    void negativeRetriesAreNone()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        AppLinks::launchAgentIfNeeded(-3);
+        QTest::qWait(700);
+        QCOMPARE(texts(), (QStringList { running(pid, -3) }));
+    }
+
+    void anyAgentCounts()
+    {
+        const QString other = m_standIns->install(StandIns::agentIn(QStringLiteral("AppTranslocation/d")));
+        const qint32 pid = m_standIns->start(other).pid;
+        AppLinks::launchAgentIfNeeded(0);
+        QCOMPARE(texts(), (QStringList { running(pid, 0) }));
+        QCOMPARE(runningPids(), QList<qint32> { pid });
+    }
+
+    void twoChainsAtOnceStartOneAgent()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "700").pid;
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QTest::qWait(chainTime + 800);
+        QCOMPARE(texts().count(running(pid, 6)), 2);
+        QCOMPARE(texts().filter(QStringLiteral("starting the agent at ")).size(), 1);
+        QCOMPARE(runningPids().size(), 1);
+        // The other chain goes on to look at the new one.
+        QCOMPARE(texts().count(running(runningPids()[0], 0)), 1);
+    }
+
+    void stopAndLaunchRestartTheAgent()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        SignalListener agent;
+        agent.listen(SharedSettings::Signal::quitAgent, [this, pid] { m_standIns->end(pid); });
+        AppLinks::stopAgent();
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        QCOMPARE(texts(), (QStringList { running(pid, 6) }));
+        QTRY_COMPARE(lines().size(), 3);
+        QCOMPARE(runningPids().size(), 1);
+        QVERIFY(runningPids()[0] != pid);
+    }
+};
 
 KESTRUM_TEST_MAIN_APART(QCoreApplication, AgentLaunchTest)
 #include "AgentLaunchTest.moc"

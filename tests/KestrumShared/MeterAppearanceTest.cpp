@@ -10,16 +10,6 @@
 
 using namespace kestrum;
 
-class MeterAppearanceTest : public QObject {
-    Q_OBJECT
-private Q_SLOTS:
-    void everyCaseHasItsTextAndTitle_data();
-    void everyCaseHasItsTextAndTitle();
-    void titlesAreInTheInterfaceLanguage();
-    void sectionsStandInTheirOrder();
-    void parsingIsExact();
-};
-
 namespace {
 
 template <class E> QString table()
@@ -35,59 +25,64 @@ template <class E> QString table()
 
 } // namespace
 
-void MeterAppearanceTest::everyCaseHasItsTextAndTitle_data()
-{
-    QTest::addColumn<QString>("found");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("MeterStyle") << table<MeterStyle>() << "bars=Bars wave=Wave compact=Compact";
-    QTest::newRow("MeterShape") << table<MeterShape>() << "pill=Pill square=Square";
-    QTest::newRow("MeterLabelStyle") << table<MeterLabelStyle>() << "icons=Icons letters=Letters";
-    QTest::newRow("CPUReadout") << table<CPUReadout>()
-                                << "off=None usage=Usage temperature=Temperature power=Power";
-    QTest::newRow("MemoryReadout") << table<MemoryReadout>()
-                                   << "off=None usage=Usage pressure=Pressure swap=Swap";
-    QTest::newRow("StorageReadout") << table<StorageReadout>() << "off=None usage=Usage free=Free";
-    QTest::newRow("SensorsReadout") << table<SensorsReadout>()
-                                    << "off=None power=Power hottest=Hottest gpu=GPU fan=Fan";
-    QTest::newRow("PopoverAppearance") << table<PopoverAppearance>() << "light=Light dark=Dark system=System";
-    QTest::newRow("PopoverBackground")
-        << table<PopoverBackground>() << "translucent=Translucent opaque=Opaque";
-}
+class MeterAppearanceTest : public QObject {
+    Q_OBJECT
+private Q_SLOTS:
+    void everyCaseHasItsTextAndTitle_data()
+    {
+        QTest::addColumn<QString>("found");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("MeterStyle") << table<MeterStyle>() << "bars=Bars wave=Wave compact=Compact";
+        QTest::newRow("MeterShape") << table<MeterShape>() << "pill=Pill square=Square";
+        QTest::newRow("MeterLabelStyle") << table<MeterLabelStyle>() << "icons=Icons letters=Letters";
+        QTest::newRow("CPUReadout") << table<CPUReadout>()
+                                    << "off=None usage=Usage temperature=Temperature power=Power";
+        QTest::newRow("MemoryReadout")
+            << table<MemoryReadout>() << "off=None usage=Usage pressure=Pressure swap=Swap";
+        QTest::newRow("StorageReadout") << table<StorageReadout>() << "off=None usage=Usage free=Free";
+        QTest::newRow("SensorsReadout")
+            << table<SensorsReadout>() << "off=None power=Power hottest=Hottest gpu=GPU fan=Fan";
+        QTest::newRow("PopoverAppearance")
+            << table<PopoverAppearance>() << "light=Light dark=Dark system=System";
+        QTest::newRow("PopoverBackground")
+            << table<PopoverBackground>() << "translucent=Translucent opaque=Opaque";
+    }
 
-void MeterAppearanceTest::everyCaseHasItsTextAndTitle()
-{
-    QFETCH(QString, found);
-    QFETCH(QString, expected);
-    QCOMPARE(found, expected);
-}
+    void everyCaseHasItsTextAndTitle()
+    {
+        QFETCH(QString, found);
+        QFETCH(QString, expected);
+        QCOMPARE(found, expected);
+    }
 
-void MeterAppearanceTest::titlesAreInTheInterfaceLanguage()
-{
-    const TestBundle bundle("{ CFBundleDevelopmentRegion = en; }", { "en", "de" });
-    bundle.writeTable("de", "None = \"Keine\"; Square = \"Eckig\";");
-    setSession("KESTRUM_LANGUAGE=de");
-    QCOMPARE(title(MeterShape::square), QStringLiteral("Eckig"));
-    QCOMPARE(table<StorageReadout>(), QStringLiteral("off=Keine usage=Usage free=Free"));
-    setSession({});
-}
+    void titlesAreInTheInterfaceLanguage()
+    {
+        const TestBundle bundle("{ CFBundleDevelopmentRegion = en; }", { "en", "de" });
+        bundle.writeTable("de", "None = \"Keine\"; Square = \"Eckig\";");
+        setSession("KESTRUM_LANGUAGE=de");
+        QCOMPARE(title(MeterShape::square), QStringLiteral("Eckig"));
+        QCOMPARE(table<StorageReadout>(), QStringLiteral("off=Keine usage=Usage free=Free"));
+        setSession({});
+    }
 
-void MeterAppearanceTest::sectionsStandInTheirOrder()
-{
-    QStringList keys;
-    for (const auto& entry : allCases<MonitorSection>())
-        keys.append(rawValue(entry.value));
-    QCOMPARE(keys, QStringLiteral("cpu memory storage sensors").split(u' '));
-}
+    void sectionsStandInTheirOrder()
+    {
+        QStringList keys;
+        for (const auto& entry : allCases<MonitorSection>())
+            keys.append(rawValue(entry.value));
+        QCOMPARE(keys, QStringLiteral("cpu memory storage sensors").split(u' '));
+    }
 
-void MeterAppearanceTest::parsingIsExact()
-{
-    QVERIFY(!fromRawValue<MeterStyle>(u"Bars"));
-    QVERIFY(!fromRawValue<MeterStyle>(u"bars "));
-    QVERIFY(!fromRawValue<MeterStyle>(u""));
-    QVERIFY(!fromRawValue<CPUReadout>(u"None"));
-    QVERIFY(!fromRawValue<MonitorSection>(u"CPU"));
-    QCOMPARE(fromRawValue<SensorsReadout>(u"gpu"), SensorsReadout::gpu);
-}
+    void parsingIsExact()
+    {
+        QVERIFY(!fromRawValue<MeterStyle>(u"Bars"));
+        QVERIFY(!fromRawValue<MeterStyle>(u"bars "));
+        QVERIFY(!fromRawValue<MeterStyle>(u""));
+        QVERIFY(!fromRawValue<CPUReadout>(u"None"));
+        QVERIFY(!fromRawValue<MonitorSection>(u"CPU"));
+        QCOMPARE(fromRawValue<SensorsReadout>(u"gpu"), SensorsReadout::gpu);
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, MeterAppearanceTest)
 #include "MeterAppearanceTest.moc"

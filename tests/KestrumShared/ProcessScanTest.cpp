@@ -71,234 +71,220 @@ class ProcessScanTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-
-    void withoutAnAgentTheResultIsEmpty();
-    void agentIsFoundWithItsStartTimeAndPath();
-    void translocatedAndSecondCopiesAreFound();
-    void programElsewhereIsNotFound_data();
-    void programElsewhereIsNotFound();
-    void unreadableStartTimeIsAbsent();
-    void entriesComeInTheKernelsListingOrder();
-    void entriesAreEqualWhenAllFieldsAre();
-    void invalidTextIsReplaced();
-    void tableThatCannotBeReadMeansNoAgent();
-    void replacedAgentIsStillTheAgent();
-    void stoppedAgentCountsAndEndedOneDoesNot();
-    void scanOpensNoProgram();
-    void findsExactlyTheAgentsAmong3000Processes();
-};
-
-void ProcessScanTest::init()
-{
-    if (!ProcessScan::agents().isEmpty())
-        QSKIP("an agent of somebody else runs, and this kernel does not let us have a process table of our "
-              "own");
-}
-
-void ProcessScanTest::withoutAnAgentTheResultIsEmpty()
-{
-    StandIns standIns;
-    standIns.start(standIns.install(QStringLiteral("program")));
-    QVERIFY(ProcessScan::agents().isEmpty());
-}
-
-void ProcessScanTest::agentIsFoundWithItsStartTimeAndPath()
-{
-    StandIns standIns;
-    const QString program = standIns.install(StandIns::agentOf(QStringLiteral("Kestrum.app")));
-    const auto process = standIns.start(program);
-    const auto agents = ProcessScan::agents();
-    QCOMPARE(agents.size(), 1);
-    QCOMPARE(agents[0].pid, process.pid);
-    QCOMPARE(agents[0].path, program);
-    QVERIFY(agents[0].started.has_value());
-    QVERIFY(*agents[0].started > process.notBefore - tick - rounding);
-    QVERIFY(*agents[0].started < process.notAfter + rounding);
-    standIns.end(process.pid);
-    QVERIFY(ProcessScan::agents().isEmpty());
-}
-
-void ProcessScanTest::translocatedAndSecondCopiesAreFound()
-{
-    StandIns standIns;
-    QStringList paths;
-    for (const char* place : { "Kestrum.app/Contents/Library/LoginItems",
-             "AppTranslocation/1F2E/d/Kestrum.app/Contents/x", "another copy", "ümlaut/日本" }) {
-        const QString program = standIns.install(StandIns::agentIn(QString::fromUtf8(place)));
-        QVERIFY(standIns.start(program).pid > 0);
-        paths.append(program);
+    void init()
+    {
+        if (!ProcessScan::agents().isEmpty())
+            QSKIP(
+                "an agent of somebody else runs, and this kernel does not let us have a process table of our "
+                "own");
     }
-    QStringList found;
-    for (const auto& entry : ProcessScan::agents())
-        found.append(entry.path);
-    found.sort();
-    paths.sort();
-    QCOMPARE(found, paths);
-}
 
-void ProcessScanTest::programElsewhereIsNotFound_data()
-{
-    QTest::addColumn<QString>("relative");
-    for (const char* place : { "KestrumAgent", "MacOS/KestrumAgent", "Other.app/Contents/MacOS/KestrumAgent",
-             "xKestrumAgent.app/Contents/MacOS/KestrumAgent", "kestrumagent.app/Contents/MacOS/KestrumAgent",
-             "KestrumAgent.app/Contents/MacOS/kestrumagent", "KestrumAgent.app/Contents/MacOS/KestrumAgent2",
-             "KestrumAgent.app/Contents/MacOS/KestrumAgent/KestrumAgent",
-             "KestrumAgent.app/Contents/KestrumAgent",
-             "KestrumAgent.app/Contents/MacOS/KestrumAgent (deleted)" })
-        QTest::newRow(place) << QString::fromUtf8(place);
-}
+    void withoutAnAgentTheResultIsEmpty()
+    {
+        StandIns standIns;
+        standIns.start(standIns.install(QStringLiteral("program")));
+        QVERIFY(ProcessScan::agents().isEmpty());
+    }
 
-void ProcessScanTest::programElsewhereIsNotFound()
-{
-    QFETCH(const QString, relative);
-    StandIns standIns;
-    QVERIFY(standIns.start(standIns.install(relative)).pid > 0);
-    QVERIFY(ProcessScan::agents().isEmpty());
-}
-
-void ProcessScanTest::unreadableStartTimeIsAbsent()
-{
-    const TableTree table;
-    table.add(5, agent);
-    const auto agents = table.agents();
-    QCOMPARE(agents, (QList<ProcessScan::Entry> { { 5, std::nullopt, agent } }));
-}
-
-void ProcessScanTest::entriesComeInTheKernelsListingOrder()
-{
-    const TableTree table;
-    int ticks = 500;
-    for (const int pid : { 30, 10, 4000, 20, 5 })
-        table.add(pid, agent, QByteArray::number(ticks = (ticks * 7) % 1000 + 1));
-    const QList<qint32> listed = numbersIn(table.root());
-    const auto agents = table.agents();
-    QCOMPARE(agents.size(), 5);
-    QCOMPARE(pidsOf(agents), listed);
-    QVERIFY(!std::is_sorted(listed.begin(), listed.end()));
-    QVERIFY(!std::is_sorted(agents.begin(), agents.end(),
-        [](const auto& one, const auto& other) { return one.started < other.started; }));
-}
-
-void ProcessScanTest::entriesAreEqualWhenAllFieldsAre()
-{
-    const ProcessScan::Entry entry { 1, 2.0, agent };
-    QVERIFY(entry == (ProcessScan::Entry { 1, 2.0, agent }));
-    QVERIFY(entry != (ProcessScan::Entry { 2, 2.0, agent }));
-    QVERIFY(entry != (ProcessScan::Entry { 1, 2.5, agent }));
-    QVERIFY(entry != (ProcessScan::Entry { 1, std::nullopt, agent }));
-    QVERIFY(entry != (ProcessScan::Entry { 1, 2.0, agent + u'x' }));
-}
-
-void ProcessScanTest::invalidTextIsReplaced()
-{
-    // Names are bytes: the file system takes what no decoding makes text of.
-    StandIns standIns;
-    const QByteArray folder = QFile::encodeName(standIns.path(QStringLiteral("x"))) + "\xe2\x82";
-    QCOMPARE(::symlink("good", folder.constData()), 0); // a place that is surely not there yet
-    QCOMPARE(::unlink(folder.constData()), 0);
-    standIns.install(StandIns::agentIn(QStringLiteral("good")));
-    QCOMPARE(
-        ::rename(QFile::encodeName(standIns.path(QStringLiteral("good"))).constData(), folder.constData()),
-        0);
-    QVERIFY(standIns.start(folder + StandIns::agentIn({}).toUtf8()).pid > 0);
-    const auto agents = ProcessScan::agents();
-    QCOMPARE(agents.size(), 1);
-    const QString start = standIns.path(QStringLiteral("x"));
-    QVERIFY(agents[0].path.startsWith(start + QChar(QChar::ReplacementCharacter)));
-    QVERIFY(agents[0].path.endsWith(StandIns::agentIn({})));
-    QCOMPARE(
-        ::rename(folder.constData(), QFile::encodeName(standIns.path(QStringLiteral("good"))).constData()),
-        0);
-}
-
-void ProcessScanTest::tableThatCannotBeReadMeansNoAgent()
-{
-    QVERIFY(ProcessScan::agents(ProcessTable(QStringLiteral("/nowhere"))).isEmpty());
-}
-
-void ProcessScanTest::replacedAgentIsStillTheAgent()
-{
-    StandIns standIns;
-    const QString place = StandIns::agentIn(QStringLiteral("Kestrum.app"));
-    const QString program = standIns.install(place);
-    const qint32 pid = standIns.start(program).pid;
-    standIns.install(place);
-    const auto agents = ProcessScan::agents();
-    QCOMPARE(pidsOf(agents), QList<qint32> { pid });
-    QCOMPARE(agents[0].path, program);
-}
-
-void ProcessScanTest::stoppedAgentCountsAndEndedOneDoesNot()
-{
-    StandIns standIns;
-    const qint32 pid = standIns.start(standIns.install(StandIns::agentIn(QStringLiteral("a")))).pid;
-    QCOMPARE(::kill(pid, SIGSTOP), 0);
-    QCOMPARE(pidsOf(ProcessScan::agents()), QList<qint32> { pid });
-    StandIns::kill(pid);
-    QTRY_VERIFY(ProcessScan::agents().isEmpty());
-}
-
-void ProcessScanTest::scanOpensNoProgram()
-{
-    StandIns standIns;
-    const QString program = standIns.install(StandIns::agentIn(QStringLiteral("a")));
-    const qint32 pid = standIns.start(program).pid;
-    const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    QVERIFY(
-        ::inotify_add_watch(watch, QFile::encodeName(QFileInfo(program).path()).constData(), IN_OPEN) >= 0);
-    char buffer[4096];
-    QCOMPARE(pidsOf(ProcessScan::agents()), QList<qint32> { pid });
-    QVERIFY(::read(watch, buffer, sizeof buffer) < 0);
-    standIns.start(program);
-    QVERIFY(::read(watch, buffer, sizeof buffer) > 0);
-    ::close(watch);
-}
-
-void ProcessScanTest::findsExactlyTheAgentsAmong3000Processes()
-{
-    constexpr int processes = 3000;
-    rlimit limit {};
-    ::getrlimit(RLIMIT_NPROC, &limit);
-    if (limit.rlim_cur < processes + 500)
-        QSKIP("this user may not have so many processes");
-
-    StandIns standIns;
-    QStringList agentPrograms;
-    for (const char* place : { "Kestrum.app/Contents/Library/LoginItems", "AppTranslocation/d", "copy" })
-        agentPrograms.append(standIns.install(StandIns::agentIn(QString::fromUtf8(place))));
-    QStringList otherPrograms;
-    for (const char* place : { "plain", "KestrumAgent", "Other.app/Contents/MacOS/KestrumAgent",
-             "KestrumAgent.app/Contents/MacOS/KestrumAgentx" })
-        otherPrograms.append(standIns.install(QString::fromUtf8(place)));
-
-    QHash<qint32, std::pair<QString, StandIns::Process>> started;
-    for (int i = 0; i < processes; ++i) {
-        const bool isAgent = i % 100 == 7;
-        const QString& program = isAgent ? agentPrograms[i / 100 % 3] : otherPrograms[i % 4];
+    void agentIsFoundWithItsStartTimeAndPath()
+    {
+        StandIns standIns;
+        const QString program = standIns.install(StandIns::agentOf(QStringLiteral("Kestrum.app")));
         const auto process = standIns.start(program);
-        QVERIFY(process.pid > 0);
-        if (isAgent)
-            started.insert(process.pid, { program, process });
+        const auto agents = ProcessScan::agents();
+        QCOMPARE(agents.size(), 1);
+        QCOMPARE(agents[0].pid, process.pid);
+        QCOMPARE(agents[0].path, program);
+        QVERIFY(agents[0].started.has_value());
+        QVERIFY(*agents[0].started > process.notBefore - tick - rounding);
+        QVERIFY(*agents[0].started < process.notAfter + rounding);
+        standIns.end(process.pid);
+        QVERIFY(ProcessScan::agents().isEmpty());
     }
 
-    QElapsedTimer timer;
-    timer.start();
-    const auto agents = ProcessScan::agents();
-    qInfo("%d agents found in %.2f ms", int(agents.size()), double(timer.nsecsElapsed()) / 1e6);
-
-    QCOMPARE(agents.size(), processes / 100);
-    QList<qint32> listed = numbersIn("/proc");
-    listed.removeIf([&started](qint32 pid) { return !started.contains(pid); });
-    QCOMPARE(pidsOf(agents), listed);
-    for (const auto& found : agents) {
-        const auto& [program, process] = started[found.pid];
-        QCOMPARE(found.path, program);
-        QVERIFY(found.started.has_value());
-        QVERIFY(*found.started > process.notBefore - tick - rounding);
-        QVERIFY(*found.started < process.notAfter + rounding);
+    void translocatedAndSecondCopiesAreFound()
+    {
+        StandIns standIns;
+        QStringList paths;
+        for (const char* place : { "Kestrum.app/Contents/Library/LoginItems",
+                 "AppTranslocation/1F2E/d/Kestrum.app/Contents/x", "another copy", "ümlaut/日本" }) {
+            const QString program = standIns.install(StandIns::agentIn(QString::fromUtf8(place)));
+            QVERIFY(standIns.start(program).pid > 0);
+            paths.append(program);
+        }
+        QStringList found;
+        for (const auto& entry : ProcessScan::agents())
+            found.append(entry.path);
+        found.sort();
+        paths.sort();
+        QCOMPARE(found, paths);
     }
-}
+
+    void programElsewhereIsNotFound_data()
+    {
+        QTest::addColumn<QString>("relative");
+        for (const char* place : { "KestrumAgent", "MacOS/KestrumAgent",
+                 "Other.app/Contents/MacOS/KestrumAgent", "xKestrumAgent.app/Contents/MacOS/KestrumAgent",
+                 "kestrumagent.app/Contents/MacOS/KestrumAgent",
+                 "KestrumAgent.app/Contents/MacOS/kestrumagent",
+                 "KestrumAgent.app/Contents/MacOS/KestrumAgent2",
+                 "KestrumAgent.app/Contents/MacOS/KestrumAgent/KestrumAgent",
+                 "KestrumAgent.app/Contents/KestrumAgent",
+                 "KestrumAgent.app/Contents/MacOS/KestrumAgent (deleted)" })
+            QTest::newRow(place) << QString::fromUtf8(place);
+    }
+
+    void programElsewhereIsNotFound()
+    {
+        QFETCH(const QString, relative);
+        StandIns standIns;
+        QVERIFY(standIns.start(standIns.install(relative)).pid > 0);
+        QVERIFY(ProcessScan::agents().isEmpty());
+    }
+
+    void unreadableStartTimeIsAbsent()
+    {
+        const TableTree table;
+        table.add(5, agent);
+        const auto agents = table.agents();
+        QCOMPARE(agents, (QList<ProcessScan::Entry> { { 5, std::nullopt, agent } }));
+    }
+
+    void entriesComeInTheKernelsListingOrder()
+    {
+        const TableTree table;
+        int ticks = 500;
+        for (const int pid : { 30, 10, 4000, 20, 5 })
+            table.add(pid, agent, QByteArray::number(ticks = (ticks * 7) % 1000 + 1));
+        const QList<qint32> listed = numbersIn(table.root());
+        const auto agents = table.agents();
+        QCOMPARE(agents.size(), 5);
+        QCOMPARE(pidsOf(agents), listed);
+        QVERIFY(!std::is_sorted(listed.begin(), listed.end()));
+        QVERIFY(!std::is_sorted(agents.begin(), agents.end(),
+            [](const auto& one, const auto& other) { return one.started < other.started; }));
+    }
+
+    void entriesAreEqualWhenAllFieldsAre()
+    {
+        const ProcessScan::Entry entry { 1, 2.0, agent };
+        QVERIFY(entry == (ProcessScan::Entry { 1, 2.0, agent }));
+        QVERIFY(entry != (ProcessScan::Entry { 2, 2.0, agent }));
+        QVERIFY(entry != (ProcessScan::Entry { 1, 2.5, agent }));
+        QVERIFY(entry != (ProcessScan::Entry { 1, std::nullopt, agent }));
+        QVERIFY(entry != (ProcessScan::Entry { 1, 2.0, agent + u'x' }));
+    }
+
+    void invalidTextIsReplaced()
+    {
+        // Names are bytes: the file system takes what no decoding makes text of.
+        StandIns standIns;
+        const QByteArray folder = QFile::encodeName(standIns.path(QStringLiteral("x"))) + "\xe2\x82";
+        QCOMPARE(::symlink("good", folder.constData()), 0); // a place that is surely not there yet
+        QCOMPARE(::unlink(folder.constData()), 0);
+        standIns.install(StandIns::agentIn(QStringLiteral("good")));
+        QCOMPARE(::rename(QFile::encodeName(standIns.path(QStringLiteral("good"))).constData(),
+                     folder.constData()),
+            0);
+        QVERIFY(standIns.start(folder + StandIns::agentIn({}).toUtf8()).pid > 0);
+        const auto agents = ProcessScan::agents();
+        QCOMPARE(agents.size(), 1);
+        const QString start = standIns.path(QStringLiteral("x"));
+        QVERIFY(agents[0].path.startsWith(start + QChar(QChar::ReplacementCharacter)));
+        QVERIFY(agents[0].path.endsWith(StandIns::agentIn({})));
+        QCOMPARE(::rename(folder.constData(),
+                     QFile::encodeName(standIns.path(QStringLiteral("good"))).constData()),
+            0);
+    }
+
+    void tableThatCannotBeReadMeansNoAgent()
+    {
+        QVERIFY(ProcessScan::agents(ProcessTable(QStringLiteral("/nowhere"))).isEmpty());
+    }
+
+    void replacedAgentIsStillTheAgent()
+    {
+        StandIns standIns;
+        const QString place = StandIns::agentIn(QStringLiteral("Kestrum.app"));
+        const QString program = standIns.install(place);
+        const qint32 pid = standIns.start(program).pid;
+        standIns.install(place);
+        const auto agents = ProcessScan::agents();
+        QCOMPARE(pidsOf(agents), QList<qint32> { pid });
+        QCOMPARE(agents[0].path, program);
+    }
+
+    void stoppedAgentCountsAndEndedOneDoesNot()
+    {
+        StandIns standIns;
+        const qint32 pid = standIns.start(standIns.install(StandIns::agentIn(QStringLiteral("a")))).pid;
+        QCOMPARE(::kill(pid, SIGSTOP), 0);
+        QCOMPARE(pidsOf(ProcessScan::agents()), QList<qint32> { pid });
+        StandIns::kill(pid);
+        QTRY_VERIFY(ProcessScan::agents().isEmpty());
+    }
+
+    void scanOpensNoProgram()
+    {
+        StandIns standIns;
+        const QString program = standIns.install(StandIns::agentIn(QStringLiteral("a")));
+        const qint32 pid = standIns.start(program).pid;
+        const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+        QVERIFY(::inotify_add_watch(watch, QFile::encodeName(QFileInfo(program).path()).constData(), IN_OPEN)
+            >= 0);
+        char buffer[4096];
+        QCOMPARE(pidsOf(ProcessScan::agents()), QList<qint32> { pid });
+        QVERIFY(::read(watch, buffer, sizeof buffer) < 0);
+        standIns.start(program);
+        QVERIFY(::read(watch, buffer, sizeof buffer) > 0);
+        ::close(watch);
+    }
+
+    void findsExactlyTheAgentsAmong3000Processes()
+    {
+        constexpr int processes = 3000;
+        rlimit limit {};
+        ::getrlimit(RLIMIT_NPROC, &limit);
+        if (limit.rlim_cur < processes + 500)
+            QSKIP("this user may not have so many processes");
+
+        StandIns standIns;
+        QStringList agentPrograms;
+        for (const char* place : { "Kestrum.app/Contents/Library/LoginItems", "AppTranslocation/d", "copy" })
+            agentPrograms.append(standIns.install(StandIns::agentIn(QString::fromUtf8(place))));
+        QStringList otherPrograms;
+        for (const char* place : { "plain", "KestrumAgent", "Other.app/Contents/MacOS/KestrumAgent",
+                 "KestrumAgent.app/Contents/MacOS/KestrumAgentx" })
+            otherPrograms.append(standIns.install(QString::fromUtf8(place)));
+
+        QHash<qint32, std::pair<QString, StandIns::Process>> started;
+        for (int i = 0; i < processes; ++i) {
+            const bool isAgent = i % 100 == 7;
+            const QString& program = isAgent ? agentPrograms[i / 100 % 3] : otherPrograms[i % 4];
+            const auto process = standIns.start(program);
+            QVERIFY(process.pid > 0);
+            if (isAgent)
+                started.insert(process.pid, { program, process });
+        }
+
+        QElapsedTimer timer;
+        timer.start();
+        const auto agents = ProcessScan::agents();
+        qInfo("%d agents found in %.2f ms", int(agents.size()), double(timer.nsecsElapsed()) / 1e6);
+
+        QCOMPARE(agents.size(), processes / 100);
+        QList<qint32> listed = numbersIn("/proc");
+        listed.removeIf([&started](qint32 pid) { return !started.contains(pid); });
+        QCOMPARE(pidsOf(agents), listed);
+        for (const auto& found : agents) {
+            const auto& [program, process] = started[found.pid];
+            QCOMPARE(found.path, program);
+            QVERIFY(found.started.has_value());
+            QVERIFY(*found.started > process.notBefore - tick - rounding);
+            QVERIFY(*found.started < process.notAfter + rounding);
+        }
+    }
+};
 
 KESTRUM_TEST_MAIN_APART(QCoreApplication, ProcessScanTest)
 #include "ProcessScanTest.moc"

@@ -14,160 +14,145 @@ class SignalListenerTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void twoListenersForOneSignalBothRunTheirHandlers();
-    void destructionCancelsAllRegistrationsFromFirstToLast();
-    void listenerWithoutRegistrationsHasNoTokens();
-    void listenerWhoseRegistrationsFailedHasNoTokens();
-    void postOfTheSameProcessReachesItsOwnListeners();
-    void signalNamesAreExactAndCaseSensitive();
-    void registrationsOfOneSignalAreIndependent();
-    void tokensStandInTheOrderOfListening();
-    void handlerLivesUntilTheListenerEnds();
-    void listenerMayBeDestroyedByItsHandler();
-    void postOfAnotherProcessArrives();
-};
-
-void SignalListenerTest::twoListenersForOneSignalBothRunTheirHandlers()
-{
-    int first = 0;
-    int second = 0;
-    SignalListener one;
-    SignalListener two;
-    one.listen(Signal::menuBarChanged, [&first] { ++first; });
-    two.listen(Signal::menuBarChanged, [&second] { ++second; });
-    SharedSettings::post(Signal::menuBarChanged);
-    QTRY_VERIFY(first == 1 && second == 1);
-}
-
-void SignalListenerTest::destructionCancelsAllRegistrationsFromFirstToLast()
-{
-    // What a handler holds is let go when its registration is cancelled, so the holders tell the order.
-    QList<int> cancelled;
-    int calls = 0;
-    struct Holder {
-        ~Holder() { list->append(number); }
-        QList<int>* list;
-        int number;
-    };
-    auto listener = std::make_unique<SignalListener>();
-    const Signal heard[] = { Signal::updateAvailable, Signal::openSettings, Signal::updateAvailable };
-    for (int i = 0; i < 3; ++i)
-        listener->listen(
-            heard[i], [&calls, holder = std::shared_ptr<Holder>(new Holder { &cancelled, i })] { ++calls; });
-    QCOMPARE(listener->tokens().size(), 3);
-    QVERIFY(cancelled.isEmpty());
-    listener.reset();
-    QCOMPARE(cancelled, (QList<int> { 0, 1, 2 }));
-    SharedSettings::post(Signal::updateAvailable);
-    SharedSettings::post(Signal::openSettings);
-    QTest::qWait(quietTime);
-    QCOMPARE(calls, 0);
-}
-
-void SignalListenerTest::listenerWithoutRegistrationsHasNoTokens()
-{
-    QVERIFY(SignalListener().tokens().isEmpty());
-}
-
-void SignalListenerTest::listenerWhoseRegistrationsFailedHasNoTokens()
-{
-    // In silence, and other registrations are not touched when such a listener ends.
-    QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
-    int calls = 0;
-    SignalListener witness;
-    witness.listen(Signal::openSettings, [&calls] { ++calls; });
+    void twoListenersForOneSignalBothRunTheirHandlers()
     {
-        SignalListener listener;
-        listener.listen(Signal::openSettings, {});
-        listener.listen(Signal::settings, {});
-        QVERIFY(listener.tokens().isEmpty());
+        int first = 0;
+        int second = 0;
+        SignalListener one;
+        SignalListener two;
+        one.listen(Signal::menuBarChanged, [&first] { ++first; });
+        two.listen(Signal::menuBarChanged, [&second] { ++second; });
+        SharedSettings::post(Signal::menuBarChanged);
+        QTRY_VERIFY(first == 1 && second == 1);
     }
-    SharedSettings::post(Signal::openSettings);
-    QTRY_COMPARE(calls, 1);
-}
 
-void SignalListenerTest::postOfTheSameProcessReachesItsOwnListeners()
-{
-    int calls = 0;
-    SignalListener listener;
-    listener.listen(Signal::openSettings, [&calls] { ++calls; });
-    SharedSettings::post(Signal::openSettings);
-    QCOMPARE(calls, 0);
-    QTRY_COMPARE(calls, 1);
-}
-
-void SignalListenerTest::signalNamesAreExactAndCaseSensitive()
-{
-    int calls = 0;
-    SignalListener listener;
-    listener.listen(Signal::settings, [&calls] { ++calls; });
-    NotificationCentre::post(SharedSettings::suiteName() + QStringLiteral(".Settings"));
-    NotificationCentre::post(SharedSettings::suiteName() + QStringLiteral(".settings2"));
-    NotificationCentre::post(QStringLiteral("other.settings"));
-    QTest::qWait(quietTime);
-    QCOMPARE(calls, 0);
-    NotificationCentre::post(SharedSettings::suiteName() + QStringLiteral(".settings"));
-    QTRY_COMPARE(calls, 1);
-}
-
-void SignalListenerTest::registrationsOfOneSignalAreIndependent()
-{
-    int first = 0;
-    int second = 0;
-    SignalListener listener;
-    listener.listen(Signal::settings, [&first] { ++first; });
-    listener.listen(Signal::settings, [&second] { ++second; });
-    QVERIFY(listener.tokens()[0] != listener.tokens()[1]);
-    SharedSettings::post(Signal::settings);
-    QTRY_VERIFY(first == 1 && second == 1);
-}
-
-void SignalListenerTest::tokensStandInTheOrderOfListening()
-{
-    SignalListener listener;
-    for (const Signal signal :
-        { Signal::quitAgent, Signal::settings, Signal::quitAgent, Signal::openSettings })
-        listener.listen(signal, [] {});
-    QCOMPARE(listener.tokens().size(), 4);
-    QVERIFY(std::is_sorted(listener.tokens().begin(), listener.tokens().end()));
-}
-
-void SignalListenerTest::handlerLivesUntilTheListenerEnds()
-{
-    const auto held = std::make_shared<int>(0);
+    void destructionCancelsAllRegistrationsFromFirstToLast()
     {
-        SignalListener listener;
-        listener.listen(Signal::settings, [held] {});
-        QCOMPARE(held.use_count(), 2);
-    }
-    QCOMPARE(held.use_count(), 1);
-}
-
-void SignalListenerTest::listenerMayBeDestroyedByItsHandler()
-{
-    int calls = 0;
-    auto listener = std::make_unique<SignalListener>();
-    listener->listen(Signal::quitAgent, [&listener, &calls] {
-        ++calls;
+        // What a handler holds is let go when its registration is cancelled, so the holders tell the order.
+        QList<int> cancelled;
+        int calls = 0;
+        struct Holder {
+            ~Holder() { list->append(number); }
+            QList<int>* list;
+            int number;
+        };
+        auto listener = std::make_unique<SignalListener>();
+        const Signal heard[] = { Signal::updateAvailable, Signal::openSettings, Signal::updateAvailable };
+        for (int i = 0; i < 3; ++i)
+            listener->listen(heard[i],
+                [&calls, holder = std::shared_ptr<Holder>(new Holder { &cancelled, i })] { ++calls; });
+        QCOMPARE(listener->tokens().size(), 3);
+        QVERIFY(cancelled.isEmpty());
         listener.reset();
-    });
-    listener->listen(Signal::quitAgent, [&calls] { ++calls; });
-    SharedSettings::post(Signal::quitAgent);
-    QTRY_VERIFY(!listener);
-    QTest::qWait(quietTime);
-    QCOMPARE(calls, 1);
-}
+        QCOMPARE(cancelled, (QList<int> { 0, 1, 2 }));
+        SharedSettings::post(Signal::updateAvailable);
+        SharedSettings::post(Signal::openSettings);
+        QTest::qWait(quietTime);
+        QCOMPARE(calls, 0);
+    }
 
-void SignalListenerTest::postOfAnotherProcessArrives()
-{
-    int calls = 0;
-    SignalListener listener;
-    listener.listen(Signal::updateAvailable, [&calls] { ++calls; });
-    HelperProcess helper(
-        { QStringLiteral("post"), SharedSettings::name(Signal::updateAvailable), QStringLiteral("1") });
-    QCOMPARE(helper.finish(), 0);
-    QTRY_COMPARE(calls, 1);
-}
+    void listenerWithoutRegistrationsHasNoTokens() { QVERIFY(SignalListener().tokens().isEmpty()); }
+
+    void listenerWhoseRegistrationsFailedHasNoTokens()
+    {
+        // In silence, and other registrations are not touched when such a listener ends.
+        QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
+        int calls = 0;
+        SignalListener witness;
+        witness.listen(Signal::openSettings, [&calls] { ++calls; });
+        {
+            SignalListener listener;
+            listener.listen(Signal::openSettings, {});
+            listener.listen(Signal::settings, {});
+            QVERIFY(listener.tokens().isEmpty());
+        }
+        SharedSettings::post(Signal::openSettings);
+        QTRY_COMPARE(calls, 1);
+    }
+
+    void postOfTheSameProcessReachesItsOwnListeners()
+    {
+        int calls = 0;
+        SignalListener listener;
+        listener.listen(Signal::openSettings, [&calls] { ++calls; });
+        SharedSettings::post(Signal::openSettings);
+        QCOMPARE(calls, 0);
+        QTRY_COMPARE(calls, 1);
+    }
+
+    void signalNamesAreExactAndCaseSensitive()
+    {
+        int calls = 0;
+        SignalListener listener;
+        listener.listen(Signal::settings, [&calls] { ++calls; });
+        NotificationCentre::post(SharedSettings::suiteName() + QStringLiteral(".Settings"));
+        NotificationCentre::post(SharedSettings::suiteName() + QStringLiteral(".settings2"));
+        NotificationCentre::post(QStringLiteral("other.settings"));
+        QTest::qWait(quietTime);
+        QCOMPARE(calls, 0);
+        NotificationCentre::post(SharedSettings::suiteName() + QStringLiteral(".settings"));
+        QTRY_COMPARE(calls, 1);
+    }
+
+    void registrationsOfOneSignalAreIndependent()
+    {
+        int first = 0;
+        int second = 0;
+        SignalListener listener;
+        listener.listen(Signal::settings, [&first] { ++first; });
+        listener.listen(Signal::settings, [&second] { ++second; });
+        QVERIFY(listener.tokens()[0] != listener.tokens()[1]);
+        SharedSettings::post(Signal::settings);
+        QTRY_VERIFY(first == 1 && second == 1);
+    }
+
+    void tokensStandInTheOrderOfListening()
+    {
+        SignalListener listener;
+        for (const Signal signal :
+            { Signal::quitAgent, Signal::settings, Signal::quitAgent, Signal::openSettings })
+            listener.listen(signal, [] {});
+        QCOMPARE(listener.tokens().size(), 4);
+        QVERIFY(std::is_sorted(listener.tokens().begin(), listener.tokens().end()));
+    }
+
+    void handlerLivesUntilTheListenerEnds()
+    {
+        const auto held = std::make_shared<int>(0);
+        {
+            SignalListener listener;
+            listener.listen(Signal::settings, [held] {});
+            QCOMPARE(held.use_count(), 2);
+        }
+        QCOMPARE(held.use_count(), 1);
+    }
+
+    void listenerMayBeDestroyedByItsHandler()
+    {
+        int calls = 0;
+        auto listener = std::make_unique<SignalListener>();
+        listener->listen(Signal::quitAgent, [&listener, &calls] {
+            ++calls;
+            listener.reset();
+        });
+        listener->listen(Signal::quitAgent, [&calls] { ++calls; });
+        SharedSettings::post(Signal::quitAgent);
+        QTRY_VERIFY(!listener);
+        QTest::qWait(quietTime);
+        QCOMPARE(calls, 1);
+    }
+
+    void postOfAnotherProcessArrives()
+    {
+        int calls = 0;
+        SignalListener listener;
+        listener.listen(Signal::updateAvailable, [&calls] { ++calls; });
+        HelperProcess helper(
+            { QStringLiteral("post"), SharedSettings::name(Signal::updateAvailable), QStringLiteral("1") });
+        QCOMPARE(helper.finish(), 0);
+        QTRY_COMPARE(calls, 1);
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, SignalListenerTest)
 #include "SignalListenerTest.moc"

@@ -28,80 +28,70 @@ class StripLayoutTest : public QObject {
 
 private Q_SLOTS:
     void initTestCase() { SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults()); }
-    void init();
-    void itemsStandEightPointsApartInTheStoredOrder();
-    void aHiddenItemTakesNoRoomButKeepsItsPlace();
-    void aHiddenItemAtTheEndLeavesNoGap();
-    void withoutShownItemsTheStripHasNoWidth();
-    void anEmptyOrderGivesAnEmptyStrip();
-    void widthsFollowTheSettings();
-};
 
-void StripLayoutTest::init()
-{
-    SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
-}
+    void init() { SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys()); }
 
-void StripLayoutTest::itemsStandEightPointsApartInTheStoredOrder()
-{
-    QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("memory,cpu")));
-    const StripLayout layout = StripLayout::current();
-    QCOMPARE(sections(layout),
-        (QList {
-            MonitorSection::memory, MonitorSection::cpu, MonitorSection::sensors, MonitorSection::storage }));
-    double x = 0;
-    for (const StripLayout::Item& item : layout.items) {
-        QVERIFY(item.isShown());
-        QCOMPARE(*item.x, x);
-        QCOMPARE(item.width, StatusMetricView::itemWidth(item.section));
-        x += item.width + 8;
+    void itemsStandEightPointsApartInTheStoredOrder()
+    {
+        QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("memory,cpu")));
+        const StripLayout layout = StripLayout::current();
+        QCOMPARE(sections(layout),
+            (QList { MonitorSection::memory, MonitorSection::cpu, MonitorSection::sensors,
+                MonitorSection::storage }));
+        double x = 0;
+        for (const StripLayout::Item& item : layout.items) {
+            QVERIFY(item.isShown());
+            QCOMPARE(*item.x, x);
+            QCOMPARE(item.width, StatusMetricView::itemWidth(item.section));
+            x += item.width + 8;
+        }
+        QCOMPARE(layout.width, x - 8);
     }
-    QCOMPARE(layout.width, x - 8);
-}
 
-void StripLayoutTest::aHiddenItemTakesNoRoomButKeepsItsPlace()
-{
-    QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("cpu,memory,storage,sensors")));
-    QVERIFY(Setting(Keys::showMemoryItem).set(false));
-    const StripLayout layout = StripLayout::current();
-    QCOMPARE(layout.items[1].section, MonitorSection::memory);
-    QVERIFY(!layout.items[1].isShown());
-    QCOMPARE(layout.items[1].width, StatusMetricView::itemWidth(MonitorSection::memory));
-    QCOMPARE(*layout.items[2].x, layout.items[0].width + 8);
-    QCOMPARE(layout.width, layout.items[0].width + 8 + layout.items[2].width + 8 + layout.items[3].width);
-}
+    void aHiddenItemTakesNoRoomButKeepsItsPlace()
+    {
+        QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("cpu,memory,storage,sensors")));
+        QVERIFY(Setting(Keys::showMemoryItem).set(false));
+        const StripLayout layout = StripLayout::current();
+        QCOMPARE(layout.items[1].section, MonitorSection::memory);
+        QVERIFY(!layout.items[1].isShown());
+        QCOMPARE(layout.items[1].width, StatusMetricView::itemWidth(MonitorSection::memory));
+        QCOMPARE(*layout.items[2].x, layout.items[0].width + 8);
+        QCOMPARE(layout.width, layout.items[0].width + 8 + layout.items[2].width + 8 + layout.items[3].width);
+    }
 
-void StripLayoutTest::aHiddenItemAtTheEndLeavesNoGap()
-{
-    QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("cpu,memory,storage,sensors")));
-    for (const auto& key : { Keys::showMemoryItem, Keys::showStorageItem, Keys::showSensorsItem })
-        QVERIFY(Setting(key).set(false));
-    QCOMPARE(StripLayout::current().width, StatusMetricView::itemWidth(MonitorSection::cpu));
-}
+    void aHiddenItemAtTheEndLeavesNoGap()
+    {
+        QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("cpu,memory,storage,sensors")));
+        for (const auto& key : { Keys::showMemoryItem, Keys::showStorageItem, Keys::showSensorsItem })
+            QVERIFY(Setting(key).set(false));
+        QCOMPARE(StripLayout::current().width, StatusMetricView::itemWidth(MonitorSection::cpu));
+    }
 
-void StripLayoutTest::withoutShownItemsTheStripHasNoWidth()
-{
-    for (const auto& entry : allCases<MonitorSection>())
-        QVERIFY(Setting(MeterSettings::visibilityKey(entry.value)).set(false));
-    const StripLayout layout = StripLayout::current();
-    QCOMPARE(layout.items.size(), 4);
-    QCOMPARE(layout.width, 0.0);
-}
+    void withoutShownItemsTheStripHasNoWidth()
+    {
+        for (const auto& entry : allCases<MonitorSection>())
+            QVERIFY(Setting(MeterSettings::visibilityKey(entry.value)).set(false));
+        const StripLayout layout = StripLayout::current();
+        QCOMPARE(layout.items.size(), 4);
+        QCOMPARE(layout.width, 0.0);
+    }
 
-void StripLayoutTest::anEmptyOrderGivesAnEmptyStrip()
-{
-    const StripLayout layout = StripLayout::of({});
-    QVERIFY(layout.items.isEmpty());
-    QCOMPARE(layout.width, 0.0);
-}
+    void anEmptyOrderGivesAnEmptyStrip()
+    {
+        const StripLayout layout = StripLayout::of({});
+        QVERIFY(layout.items.isEmpty());
+        QCOMPARE(layout.width, 0.0);
+    }
 
-void StripLayoutTest::widthsFollowTheSettings()
-{
-    const double before = StripLayout::current().width;
-    QVERIFY(Setting(Keys::sensorsReadout).set(SensorsReadout::off));
-    QCOMPARE(
-        before - StripLayout::current().width, 33 + StatusMetricView::meterSideGap(MonitorSection::sensors));
-}
+    void widthsFollowTheSettings()
+    {
+        const double before = StripLayout::current().width;
+        QVERIFY(Setting(Keys::sensorsReadout).set(SensorsReadout::off));
+        QCOMPARE(before - StripLayout::current().width,
+            33 + StatusMetricView::meterSideGap(MonitorSection::sensors));
+    }
+};
 
 KESTRUM_TEST_MAIN(QGuiApplication, StripLayoutTest)
 #include "StripLayoutTest.moc"

@@ -14,182 +14,168 @@ class DirectoryFollowTest : public QObject, WatchedPlace {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void absentDirectoryIsFoundWhenItIsMade();
-    void directoryMadeTogetherWithItsParentsIsFound();
-    void removedDirectoryIsFollowedToTheNew();
-    void directoryThatSomebodyHoldsOpenIsFollowedToo();
-    void renamedDirectoryIsLeft();
-    void directoryReplacedInOneStepIsFollowed();
-    void movedAncestorIsNoticed();
-    void exchangedAncestorIsNoticed();
-    void deletedAndRecreatedHundredTimesIsNeverLost();
-    void linkedDirectoryIsFollowedAndSoIsItsNewTarget();
-    void fileInPlaceOfTheDirectoryIsWaitedOut();
-    void ancestorThatMayBePassedButNotReadIsNoHindrance();
-};
-
-void DirectoryFollowTest::init()
-{
-    m_place = std::make_unique<QTemporaryDir>();
-    makeDirectory("d");
-}
-
-void DirectoryFollowTest::absentDirectoryIsFoundWhenItIsMade()
-{
-    WatchRecorder ear(path("later"));
-    QVERIFY(ear.watch->isNotified());
-    write("other");
-    QTest::qWait(quietTime);
-    QVERIFY(ear.told.isEmpty());
-    makeDirectory("later");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "later");
-}
-
-void DirectoryFollowTest::directoryMadeTogetherWithItsParentsIsFound()
-{
-    WatchRecorder ear(path("a/b/c/e"));
-    QVERIFY(QDir().mkpath(path("a/b/c/e")));
-    write("a/b/c/e/early");
-    QTRY_VERIFY(ear.heard("") || ear.heard("early"));
-    verifyHears(ear, "a/b/c/e");
-}
-
-void DirectoryFollowTest::removedDirectoryIsFollowedToTheNew()
-{
-    WatchRecorder ear(path("d"));
-    QVERIFY(QDir().rmdir(path("d")));
-    QTRY_VERIFY(ear.heard(""));
-    ear.told.clear();
-    makeDirectory("d");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "d");
-
-    // Both in one turn.
-    QVERIFY(QDir(path("d")).removeRecursively());
-    makeDirectory("d");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "d");
-}
-
-void DirectoryFollowTest::directoryThatSomebodyHoldsOpenIsFollowedToo()
-{
-    // The kernel says of a directory that it is gone only when the last holder has let it go.
-    const int holder = ::open(encoded("d").constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    QVERIFY(holder >= 0);
-    WatchRecorder ear(path("d"));
-    QVERIFY(QDir().rmdir(path("d")));
-    makeDirectory("d");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "d");
-    ::close(holder);
-}
-
-void DirectoryFollowTest::renamedDirectoryIsLeft()
-{
-    WatchRecorder ear(path("d"));
-    rename("d", "old");
-    QTRY_VERIFY(ear.heard(""));
-    QTest::qWait(quietTime);
-    ear.told.clear();
-    write("old/file");
-    QTest::qWait(quietTime);
-    QVERIFY(ear.told.isEmpty());
-    makeDirectory("d");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "d");
-}
-
-void DirectoryFollowTest::directoryReplacedInOneStepIsFollowed()
-{
-    WatchRecorder ear(path("d"));
-    makeDirectory("new");
-    rename("new", "d");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "d");
-}
-
-void DirectoryFollowTest::movedAncestorIsNoticed()
-{
-    QVERIFY(QDir().mkpath(path("a/b/c/e")));
-    WatchRecorder ear(path("a/b/c/e"));
-    rename("a", "old");
-    QTRY_VERIFY(ear.heard(""));
-    QVERIFY(QDir().mkpath(path("a/b/c/e")));
-    verifyHears(ear, "a/b/c/e");
-    rename("a/b", "a/old");
-    QTRY_VERIFY(ear.heard(""));
-    QVERIFY(QDir().mkpath(path("a/b/c/e")));
-    verifyHears(ear, "a/b/c/e");
-}
-
-void DirectoryFollowTest::exchangedAncestorIsNoticed()
-{
-    QVERIFY(QDir().mkpath(path("a/b/c")));
-    QVERIFY(QDir().mkpath(path("x/b/c")));
-    WatchRecorder ear(path("a/b/c"));
-    QCOMPARE(
-        ::renameat2(AT_FDCWD, encoded("a").constData(), AT_FDCWD, encoded("x").constData(), RENAME_EXCHANGE),
-        0);
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "a/b/c");
-}
-
-void DirectoryFollowTest::deletedAndRecreatedHundredTimesIsNeverLost()
-{
-    makeDirectory("d/e");
-    WatchRecorder ear(path("d/e"));
-    for (int i = 0; i < 100; ++i) {
-        QVERIFY(QDir(path("d")).removeRecursively());
-        if (i % 3 == 0)
-            QCoreApplication::processEvents();
+    void init()
+    {
+        m_place = std::make_unique<QTemporaryDir>();
         makeDirectory("d");
-        if (i % 2 == 0)
-            QCoreApplication::processEvents();
-        makeDirectory("d/e");
-        write("d/e/file");
-        QTRY_VERIFY_WITH_TIMEOUT(ear.heard("") || ear.heard("file"), 1000);
-        ear.told.clear();
     }
-    verifyHears(ear, "d/e");
-}
 
-void DirectoryFollowTest::linkedDirectoryIsFollowedAndSoIsItsNewTarget()
-{
-    makeDirectory("other");
-    QVERIFY(QFile::link(path("d"), path("link")));
-    WatchRecorder ear(path("link"));
-    write("d/file");
-    QTRY_VERIFY(ear.heard("file"));
-    QVERIFY(QFile::link(path("other"), path("newlink")));
-    rename("newlink", "link");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "other");
-}
+    void absentDirectoryIsFoundWhenItIsMade()
+    {
+        WatchRecorder ear(path("later"));
+        QVERIFY(ear.watch->isNotified());
+        write("other");
+        QTest::qWait(quietTime);
+        QVERIFY(ear.told.isEmpty());
+        makeDirectory("later");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "later");
+    }
 
-void DirectoryFollowTest::fileInPlaceOfTheDirectoryIsWaitedOut()
-{
-    write("place");
-    WatchRecorder ear(path("place"));
-    QVERIFY(ear.watch->isNotified());
-    QVERIFY(QFile::remove(path("place")));
-    makeDirectory("place");
-    QTRY_VERIFY(ear.heard(""));
-    verifyHears(ear, "place");
-}
+    void directoryMadeTogetherWithItsParentsIsFound()
+    {
+        WatchRecorder ear(path("a/b/c/e"));
+        QVERIFY(QDir().mkpath(path("a/b/c/e")));
+        write("a/b/c/e/early");
+        QTRY_VERIFY(ear.heard("") || ear.heard("early"));
+        verifyHears(ear, "a/b/c/e");
+    }
 
-void DirectoryFollowTest::ancestorThatMayBePassedButNotReadIsNoHindrance()
-{
-    QVERIFY(QDir().mkpath(path("closed/a/b")));
-    const OrdinaryUser user({ m_place->path(), path("closed"), path("closed/a"), path("closed/a/b") });
-    QCOMPARE(::chmod(encoded("closed").constData(), 0111), 0);
-    WatchRecorder ear(path("closed/a/b"));
-    QVERIFY(ear.watch->isNotified());
-    write("closed/a/b/file");
-    QTRY_VERIFY(ear.heard("file"));
-    QCOMPARE(::chmod(encoded("closed").constData(), 0700), 0);
-}
+    void removedDirectoryIsFollowedToTheNew()
+    {
+        WatchRecorder ear(path("d"));
+        QVERIFY(QDir().rmdir(path("d")));
+        QTRY_VERIFY(ear.heard(""));
+        ear.told.clear();
+        makeDirectory("d");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "d");
+
+        // Both in one turn.
+        QVERIFY(QDir(path("d")).removeRecursively());
+        makeDirectory("d");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "d");
+    }
+
+    void directoryThatSomebodyHoldsOpenIsFollowedToo()
+    {
+        // The kernel says of a directory that it is gone only when the last holder has let it go.
+        const int holder = ::open(encoded("d").constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        QVERIFY(holder >= 0);
+        WatchRecorder ear(path("d"));
+        QVERIFY(QDir().rmdir(path("d")));
+        makeDirectory("d");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "d");
+        ::close(holder);
+    }
+
+    void renamedDirectoryIsLeft()
+    {
+        WatchRecorder ear(path("d"));
+        rename("d", "old");
+        QTRY_VERIFY(ear.heard(""));
+        QTest::qWait(quietTime);
+        ear.told.clear();
+        write("old/file");
+        QTest::qWait(quietTime);
+        QVERIFY(ear.told.isEmpty());
+        makeDirectory("d");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "d");
+    }
+
+    void directoryReplacedInOneStepIsFollowed()
+    {
+        WatchRecorder ear(path("d"));
+        makeDirectory("new");
+        rename("new", "d");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "d");
+    }
+
+    void movedAncestorIsNoticed()
+    {
+        QVERIFY(QDir().mkpath(path("a/b/c/e")));
+        WatchRecorder ear(path("a/b/c/e"));
+        rename("a", "old");
+        QTRY_VERIFY(ear.heard(""));
+        QVERIFY(QDir().mkpath(path("a/b/c/e")));
+        verifyHears(ear, "a/b/c/e");
+        rename("a/b", "a/old");
+        QTRY_VERIFY(ear.heard(""));
+        QVERIFY(QDir().mkpath(path("a/b/c/e")));
+        verifyHears(ear, "a/b/c/e");
+    }
+
+    void exchangedAncestorIsNoticed()
+    {
+        QVERIFY(QDir().mkpath(path("a/b/c")));
+        QVERIFY(QDir().mkpath(path("x/b/c")));
+        WatchRecorder ear(path("a/b/c"));
+        QCOMPARE(::renameat2(
+                     AT_FDCWD, encoded("a").constData(), AT_FDCWD, encoded("x").constData(), RENAME_EXCHANGE),
+            0);
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "a/b/c");
+    }
+
+    void deletedAndRecreatedHundredTimesIsNeverLost()
+    {
+        makeDirectory("d/e");
+        WatchRecorder ear(path("d/e"));
+        for (int i = 0; i < 100; ++i) {
+            QVERIFY(QDir(path("d")).removeRecursively());
+            if (i % 3 == 0)
+                QCoreApplication::processEvents();
+            makeDirectory("d");
+            if (i % 2 == 0)
+                QCoreApplication::processEvents();
+            makeDirectory("d/e");
+            write("d/e/file");
+            QTRY_VERIFY_WITH_TIMEOUT(ear.heard("") || ear.heard("file"), 1000);
+            ear.told.clear();
+        }
+        verifyHears(ear, "d/e");
+    }
+
+    void linkedDirectoryIsFollowedAndSoIsItsNewTarget()
+    {
+        makeDirectory("other");
+        QVERIFY(QFile::link(path("d"), path("link")));
+        WatchRecorder ear(path("link"));
+        write("d/file");
+        QTRY_VERIFY(ear.heard("file"));
+        QVERIFY(QFile::link(path("other"), path("newlink")));
+        rename("newlink", "link");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "other");
+    }
+
+    void fileInPlaceOfTheDirectoryIsWaitedOut()
+    {
+        write("place");
+        WatchRecorder ear(path("place"));
+        QVERIFY(ear.watch->isNotified());
+        QVERIFY(QFile::remove(path("place")));
+        makeDirectory("place");
+        QTRY_VERIFY(ear.heard(""));
+        verifyHears(ear, "place");
+    }
+
+    void ancestorThatMayBePassedButNotReadIsNoHindrance()
+    {
+        QVERIFY(QDir().mkpath(path("closed/a/b")));
+        const OrdinaryUser user({ m_place->path(), path("closed"), path("closed/a"), path("closed/a/b") });
+        QCOMPARE(::chmod(encoded("closed").constData(), 0111), 0);
+        WatchRecorder ear(path("closed/a/b"));
+        QVERIFY(ear.watch->isNotified());
+        write("closed/a/b/file");
+        QTRY_VERIFY(ear.heard("file"));
+        QCOMPARE(::chmod(encoded("closed").constData(), 0700), 0);
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, DirectoryFollowTest)
 #include "DirectoryFollowTest.moc"

@@ -11,254 +11,234 @@ class DirectoryWatchTest : public QObject, WatchedPlace {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-
-    void writtenCreatedMovedAndRemovedEntriesAreTold();
-    void writingIsToldWhenTheFileIsClosed();
-    void timesAreToldToWhomTheyInterest();
-    void openingIsToldToWhomItInterests();
-    void listingTheDirectoryIsNoOpening();
-    void nameIsToldOncePerBatch();
-    void whatWasBeforeTheWatchIsNotTold();
-    void allWatchesOfADirectoryHear();
-    void neighboursAreNotTold();
-    void directoryWithAFinalSlashOrDotsIsTheSame();
-
-    void overflowTellsThatAnythingMayHaveChanged();
-    void handlerMayDestroyItsOwnWatch();
-    void handlerMayDestroyAnotherWatch();
-    void handlerMayMakeAWatch();
-    void takenNamesAreNotTold();
-    void takingNamesLeavesThoseOfOthers();
-};
-
-void DirectoryWatchTest::init()
-{
-    m_place = std::make_unique<QTemporaryDir>();
-    makeDirectory("d");
-}
-
-void DirectoryWatchTest::writtenCreatedMovedAndRemovedEntriesAreTold()
-{
-    write("d/written");
-    write("d/gone");
-    write("d/out");
-    write("in");
-    WatchRecorder ear(path("d"));
-    QVERIFY(ear.watch->isNotified());
-    const auto expect = [&ear](const char* name) {
-        QTRY_COMPARE(ear.told, QByteArrayList { name });
-        ear.told.clear();
-    };
-    write("d/written");
-    expect("written");
-    write("d/created");
-    expect("created");
-    QVERIFY(QFile::remove(path("d/gone")));
-    expect("gone");
-    rename("d/out", "outside");
-    expect("out");
-    rename("in", "d/in");
-    expect("in");
-    makeDirectory("d/directory");
-    expect("directory");
-}
-
-void DirectoryWatchTest::writingIsToldWhenTheFileIsClosed()
-{
-    write("d/file");
-    WatchRecorder ear(path("d"));
+    void init()
     {
+        m_place = std::make_unique<QTemporaryDir>();
+        makeDirectory("d");
+    }
+
+    void writtenCreatedMovedAndRemovedEntriesAreTold()
+    {
+        write("d/written");
+        write("d/gone");
+        write("d/out");
+        write("in");
+        WatchRecorder ear(path("d"));
+        QVERIFY(ear.watch->isNotified());
+        const auto expect = [&ear](const char* name) {
+            QTRY_COMPARE(ear.told, QByteArrayList { name });
+            ear.told.clear();
+        };
+        write("d/written");
+        expect("written");
+        write("d/created");
+        expect("created");
+        QVERIFY(QFile::remove(path("d/gone")));
+        expect("gone");
+        rename("d/out", "outside");
+        expect("out");
+        rename("in", "d/in");
+        expect("in");
+        makeDirectory("d/directory");
+        expect("directory");
+    }
+
+    void writingIsToldWhenTheFileIsClosed()
+    {
+        write("d/file");
+        WatchRecorder ear(path("d"));
+        {
+            QFile file(path("d/file"));
+            QVERIFY(file.open(QIODevice::Append | QIODevice::Unbuffered));
+            QCOMPARE(file.write("more"), 4);
+            QTest::qWait(quietTime);
+            QVERIFY(ear.told.isEmpty());
+        }
+        QTRY_COMPARE(ear.told, QByteArrayList { "file" });
+    }
+
+    void timesAreToldToWhomTheyInterest()
+    {
+        write("d/file");
+        WatchRecorder content(path("d"));
+        WatchRecorder touched(path("d"), DirectoryWatch::Interest::touched);
+        touch("d/file");
+        QTRY_COMPARE(touched.told, QByteArrayList { "file" });
+        QTest::qWait(quietTime);
+        QVERIFY(content.told.isEmpty());
+    }
+
+    void openingIsToldToWhomItInterests()
+    {
+        write("d/file");
+        WatchRecorder content(path("d"));
+        WatchRecorder opened(path("d"), DirectoryWatch::Interest::opened);
         QFile file(path("d/file"));
-        QVERIFY(file.open(QIODevice::Append | QIODevice::Unbuffered));
-        QCOMPARE(file.write("more"), 4);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QTRY_COMPARE(opened.told, QByteArrayList { "file" });
+        QTest::qWait(quietTime);
+        QVERIFY(content.told.isEmpty());
+        opened.told.clear();
+        write("d/other");
+        QTRY_VERIFY(opened.heard("other"));
+    }
+
+    void listingTheDirectoryIsNoOpening()
+    {
+        write("d/file");
+        WatchRecorder opened(path("d"), DirectoryWatch::Interest::opened);
+        QCOMPARE(QDir(path("d")).entryList(QDir::Files).size(), 1);
+        QTest::qWait(quietTime);
+        QCOMPARE(opened.told, QByteArrayList());
+    }
+
+    void nameIsToldOncePerBatch()
+    {
+        write("d/a");
+        write("d/b");
+        WatchRecorder ear(path("d"), DirectoryWatch::Interest::touched);
+        for (int i = 0; i < 100; ++i) {
+            touch("d/b");
+            touch("d/a");
+        }
+        QTRY_VERIFY(!ear.told.isEmpty());
+        QTest::qWait(quietTime);
+        QCOMPARE(ear.told, (QByteArrayList { "b", "a" }));
+    }
+
+    void whatWasBeforeTheWatchIsNotTold()
+    {
+        WatchRecorder early(path("d"));
+        write("d/before");
+        WatchRecorder late(path("d"));
+        QTRY_COMPARE(early.told, QByteArrayList { "before" }); // though nothing more happens
+        write("d/after");
+        QTRY_VERIFY(late.heard("after"));
+        QCOMPARE(late.told, QByteArrayList { "after" });
+        QTRY_COMPARE(early.told, (QByteArrayList { "before", "after" }));
+    }
+
+    void allWatchesOfADirectoryHear()
+    {
+        WatchRecorder first(path("d"));
+        WatchRecorder second(path("d"), DirectoryWatch::Interest::touched);
+        WatchRecorder third(path("d"));
+        second.watch.reset();
+        write("d/file");
+        QTRY_VERIFY(first.heard("file") && third.heard("file"));
+        QVERIFY(second.told.isEmpty());
+    }
+
+    void neighboursAreNotTold()
+    {
+        WatchRecorder ear(path("d"));
+        write("neighbour");
+        makeDirectory("d2");
+        write("d2/file");
         QTest::qWait(quietTime);
         QVERIFY(ear.told.isEmpty());
     }
-    QTRY_COMPARE(ear.told, QByteArrayList { "file" });
-}
 
-void DirectoryWatchTest::timesAreToldToWhomTheyInterest()
-{
-    write("d/file");
-    WatchRecorder content(path("d"));
-    WatchRecorder touched(path("d"), DirectoryWatch::Interest::touched);
-    touch("d/file");
-    QTRY_COMPARE(touched.told, QByteArrayList { "file" });
-    QTest::qWait(quietTime);
-    QVERIFY(content.told.isEmpty());
-}
-
-void DirectoryWatchTest::openingIsToldToWhomItInterests()
-{
-    write("d/file");
-    WatchRecorder content(path("d"));
-    WatchRecorder opened(path("d"), DirectoryWatch::Interest::opened);
-    QFile file(path("d/file"));
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    QTRY_COMPARE(opened.told, QByteArrayList { "file" });
-    QTest::qWait(quietTime);
-    QVERIFY(content.told.isEmpty());
-    opened.told.clear();
-    write("d/other");
-    QTRY_VERIFY(opened.heard("other"));
-}
-
-void DirectoryWatchTest::listingTheDirectoryIsNoOpening()
-{
-    write("d/file");
-    WatchRecorder opened(path("d"), DirectoryWatch::Interest::opened);
-    QCOMPARE(QDir(path("d")).entryList(QDir::Files).size(), 1);
-    QTest::qWait(quietTime);
-    QCOMPARE(opened.told, QByteArrayList());
-}
-
-void DirectoryWatchTest::nameIsToldOncePerBatch()
-{
-    write("d/a");
-    write("d/b");
-    WatchRecorder ear(path("d"), DirectoryWatch::Interest::touched);
-    for (int i = 0; i < 100; ++i) {
-        touch("d/b");
-        touch("d/a");
+    void directoryWithAFinalSlashOrDotsIsTheSame()
+    {
+        WatchRecorder ear(path("d") + QStringLiteral("/../d/./"));
+        write("d/file");
+        QTRY_VERIFY(ear.heard("file"));
     }
-    QTRY_VERIFY(!ear.told.isEmpty());
-    QTest::qWait(quietTime);
-    QCOMPARE(ear.told, (QByteArrayList { "b", "a" }));
-}
 
-void DirectoryWatchTest::whatWasBeforeTheWatchIsNotTold()
-{
-    WatchRecorder early(path("d"));
-    write("d/before");
-    WatchRecorder late(path("d"));
-    QTRY_COMPARE(early.told, QByteArrayList { "before" }); // though nothing more happens
-    write("d/after");
-    QTRY_VERIFY(late.heard("after"));
-    QCOMPARE(late.told, QByteArrayList { "after" });
-    QTRY_COMPARE(early.told, (QByteArrayList { "before", "after" }));
-}
-
-void DirectoryWatchTest::allWatchesOfADirectoryHear()
-{
-    WatchRecorder first(path("d"));
-    WatchRecorder second(path("d"), DirectoryWatch::Interest::touched);
-    WatchRecorder third(path("d"));
-    second.watch.reset();
-    write("d/file");
-    QTRY_VERIFY(first.heard("file") && third.heard("file"));
-    QVERIFY(second.told.isEmpty());
-}
-
-void DirectoryWatchTest::neighboursAreNotTold()
-{
-    WatchRecorder ear(path("d"));
-    write("neighbour");
-    makeDirectory("d2");
-    write("d2/file");
-    QTest::qWait(quietTime);
-    QVERIFY(ear.told.isEmpty());
-}
-
-void DirectoryWatchTest::directoryWithAFinalSlashOrDotsIsTheSame()
-{
-    WatchRecorder ear(path("d") + QStringLiteral("/../d/./"));
-    write("d/file");
-    QTRY_VERIFY(ear.heard("file"));
-}
-
-void DirectoryWatchTest::overflowTellsThatAnythingMayHaveChanged()
-{
-    QFile limit(QStringLiteral("/proc/sys/fs/inotify/max_queued_events"));
-    QVERIFY(limit.open(QIODevice::ReadOnly));
-    const int queued = limit.readAll().trimmed().toInt();
-    if (queued > 1'000'000)
-        QSKIP("this system's queue is too long to be filled in a test");
-    write("d/a");
-    write("d/b");
-    makeDirectory("quiet");
-    WatchRecorder ear(path("d"), DirectoryWatch::Interest::touched);
-    WatchRecorder other(path("quiet"));
-    // Two names in turn, as the kernel merges equal neighbours.
-    for (int i = 0; i <= queued / 2; ++i) {
-        touch("d/a");
-        touch("d/b");
+    void overflowTellsThatAnythingMayHaveChanged()
+    {
+        QFile limit(QStringLiteral("/proc/sys/fs/inotify/max_queued_events"));
+        QVERIFY(limit.open(QIODevice::ReadOnly));
+        const int queued = limit.readAll().trimmed().toInt();
+        if (queued > 1'000'000)
+            QSKIP("this system's queue is too long to be filled in a test");
+        write("d/a");
+        write("d/b");
+        makeDirectory("quiet");
+        WatchRecorder ear(path("d"), DirectoryWatch::Interest::touched);
+        WatchRecorder other(path("quiet"));
+        // Two names in turn, as the kernel merges equal neighbours.
+        for (int i = 0; i <= queued / 2; ++i) {
+            touch("d/a");
+            touch("d/b");
+        }
+        QTRY_VERIFY(ear.heard("") && other.heard(""));
+        QVERIFY(!ear.heard("a")); // "anything" stands for all names of its batch
+        verifyHears(ear, "d");
+        verifyHears(other, "quiet");
     }
-    QTRY_VERIFY(ear.heard("") && other.heard(""));
-    QVERIFY(!ear.heard("a")); // "anything" stands for all names of its batch
-    verifyHears(ear, "d");
-    verifyHears(other, "quiet");
-}
 
-void DirectoryWatchTest::handlerMayDestroyItsOwnWatch()
-{
-    int calls = 0;
-    std::unique_ptr<DirectoryWatch> watch;
-    watch = std::make_unique<DirectoryWatch>(
-        path("d"), DirectoryWatch::Interest::content, [&watch, &calls](const QByteArray&) {
-            watch.reset();
+    void handlerMayDestroyItsOwnWatch()
+    {
+        int calls = 0;
+        std::unique_ptr<DirectoryWatch> watch;
+        watch = std::make_unique<DirectoryWatch>(
+            path("d"), DirectoryWatch::Interest::content, [&watch, &calls](const QByteArray&) {
+                watch.reset();
+                ++calls;
+            });
+        write("d/a");
+        write("d/b");
+        QTRY_VERIFY(!watch);
+        QTest::qWait(quietTime);
+        QCOMPARE(calls, 1);
+    }
+
+    void handlerMayDestroyAnotherWatch()
+    {
+        std::unique_ptr<WatchRecorder> victim;
+        int calls = 0;
+        const auto kill = [&victim, &calls](const QByteArray&) {
+            victim.reset();
             ++calls;
-        });
-    write("d/a");
-    write("d/b");
-    QTRY_VERIFY(!watch);
-    QTest::qWait(quietTime);
-    QCOMPARE(calls, 1);
-}
+        };
+        const DirectoryWatch before(path("d"), DirectoryWatch::Interest::content, kill);
+        victim = std::make_unique<WatchRecorder>(path("d"));
+        const DirectoryWatch after(path("d"), DirectoryWatch::Interest::content, kill);
+        write("d/a");
+        QTRY_COMPARE(calls, 2);
+        QVERIFY(!victim);
+    }
 
-void DirectoryWatchTest::handlerMayDestroyAnotherWatch()
-{
-    std::unique_ptr<WatchRecorder> victim;
-    int calls = 0;
-    const auto kill = [&victim, &calls](const QByteArray&) {
-        victim.reset();
-        ++calls;
-    };
-    const DirectoryWatch before(path("d"), DirectoryWatch::Interest::content, kill);
-    victim = std::make_unique<WatchRecorder>(path("d"));
-    const DirectoryWatch after(path("d"), DirectoryWatch::Interest::content, kill);
-    write("d/a");
-    QTRY_COMPARE(calls, 2);
-    QVERIFY(!victim);
-}
+    void handlerMayMakeAWatch()
+    {
+        std::unique_ptr<WatchRecorder> made;
+        const DirectoryWatch maker(
+            path("d"), DirectoryWatch::Interest::content, [this, &made](const QByteArray&) {
+                if (!made)
+                    made = std::make_unique<WatchRecorder>(path("d"));
+            });
+        write("d/a");
+        QTRY_VERIFY(made);
+        QVERIFY(made->told.isEmpty());
+        write("d/b");
+        QTRY_VERIFY(made->heard("b"));
+        QVERIFY(!made->heard("a"));
+    }
 
-void DirectoryWatchTest::handlerMayMakeAWatch()
-{
-    std::unique_ptr<WatchRecorder> made;
-    const DirectoryWatch maker(
-        path("d"), DirectoryWatch::Interest::content, [this, &made](const QByteArray&) {
-            if (!made)
-                made = std::make_unique<WatchRecorder>(path("d"));
-        });
-    write("d/a");
-    QTRY_VERIFY(made);
-    QVERIFY(made->told.isEmpty());
-    write("d/b");
-    QTRY_VERIFY(made->heard("b"));
-    QVERIFY(!made->heard("a"));
-}
+    void takenNamesAreNotTold()
+    {
+        WatchRecorder ear(path("d"));
+        write("d/a");
+        write("d/b");
+        QCOMPARE(ear.watch->takePending(), (QByteArrayList { "a", "b" }));
+        QCOMPARE(ear.watch->takePending(), QByteArrayList());
+        QTest::qWait(quietTime);
+        QVERIFY(ear.told.isEmpty());
+        QVERIFY(QDir(path("d")).removeRecursively());
+        QCOMPARE(ear.watch->takePending(), QByteArrayList { QByteArray() });
+    }
 
-void DirectoryWatchTest::takenNamesAreNotTold()
-{
-    WatchRecorder ear(path("d"));
-    write("d/a");
-    write("d/b");
-    QCOMPARE(ear.watch->takePending(), (QByteArrayList { "a", "b" }));
-    QCOMPARE(ear.watch->takePending(), QByteArrayList());
-    QTest::qWait(quietTime);
-    QVERIFY(ear.told.isEmpty());
-    QVERIFY(QDir(path("d")).removeRecursively());
-    QCOMPARE(ear.watch->takePending(), QByteArrayList { QByteArray() });
-}
-
-void DirectoryWatchTest::takingNamesLeavesThoseOfOthers()
-{
-    WatchRecorder taker(path("d"));
-    WatchRecorder other(path("d"));
-    write("d/a");
-    QCOMPARE(taker.watch->takePending(), QByteArrayList { "a" });
-    QTRY_COMPARE(other.told, QByteArrayList { "a" });
-}
+    void takingNamesLeavesThoseOfOthers()
+    {
+        WatchRecorder taker(path("d"));
+        WatchRecorder other(path("d"));
+        write("d/a");
+        QCOMPARE(taker.watch->takePending(), QByteArrayList { "a" });
+        QTRY_COMPARE(other.told, QByteArrayList { "a" });
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, DirectoryWatchTest)
 #include "DirectoryWatchTest.moc"

@@ -26,129 +26,116 @@ class LaunchPollerTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        m_cost = {};
+        m_poller = std::make_unique<LaunchPoller>([this] {
+            work(m_cost);
+            m_at.append(m_clock.elapsed());
+        });
+        m_at.clear();
+        m_clock.start();
+    }
 
-    void nothingIsPolledWithoutAnOpening();
-    void pollsComeSoonAndOnceMoreLate();
-    void laterOpeningRestartsTheSeries();
-    void manyOpeningsAtOnceAreOne();
-    void stormOfOpeningsMakesFewPolls();
-    void stormIsFollowedByTheWholeSeries();
-    void expensivePollsAreMadeAllTheSame();
-    void quietTimeMakesPollsPromptAgain();
+    void nothingIsPolledWithoutAnOpening()
+    {
+        QTest::qWait(allTime);
+        QCOMPARE(m_at, QList<qint64>());
+    }
+
+    void pollsComeSoonAndOnceMoreLate()
+    {
+        m_poller->restart();
+        QCOMPARE(m_at.size(), 0); // from the event loop
+        QTest::qWait(allTime);
+        QCOMPARE(m_at.size(), 5);
+        const int expected[] = { 0, 1, 5, 50, 500 };
+        for (int i = 0; i < 5; ++i)
+            QVERIFY2(m_at[i] >= expected[i] - 1 && m_at[i] < expected[i] + tolerance,
+                qPrintable(QStringLiteral("poll %1 after %2 ms").arg(i).arg(m_at[i])));
+    }
+
+    void laterOpeningRestartsTheSeries()
+    {
+        m_poller->restart();
+        QTest::qWait(200);
+        QCOMPARE(m_at.size(), 4);
+        const qint64 later = m_clock.elapsed();
+        m_poller->restart();
+        QTest::qWait(allTime);
+        QCOMPARE(m_at.size(), 9);
+        QVERIFY(m_at[4] - later < tolerance);
+        QVERIFY(m_at[8] - later >= 499);
+    }
+
+    void manyOpeningsAtOnceAreOne()
+    {
+        for (int i = 0; i < 1000; ++i)
+            m_poller->restart();
+        QTest::qWait(allTime);
+        QCOMPARE(m_at.size(), 5);
+    }
+
+    void stormOfOpeningsMakesFewPolls()
+    {
+        m_cost = 1ms;
+        storm(2000);
+        // A burst of 20, and three in a hundred milliseconds.
+        QVERIFY2(m_at.size() <= 100, qPrintable(QString::number(m_at.size())));
+        QVERIFY2(m_at.size() >= 20, qPrintable(QString::number(m_at.size())));
+        // Never without any for long.
+        for (qsizetype i = 1; i < m_at.size(); ++i)
+            QVERIFY2(m_at[i] - m_at[i - 1] < 300, qPrintable(QString::number(m_at[i] - m_at[i - 1])));
+    }
+
+    void stormIsFollowedByTheWholeSeries()
+    {
+        m_cost = 1ms;
+        storm(500);
+        const qint64 last = m_clock.elapsed();
+        m_poller->restart();
+        const auto before = m_at.size();
+        QTest::qWait(1500);
+        QCOMPARE(m_at.size(), before + 5);
+        QVERIFY(m_at.last() - last >= 499);
+    }
+
+    void expensivePollsAreMadeAllTheSame()
+    {
+        m_cost = 30ms;
+        m_poller->restart();
+        QTRY_COMPARE(m_at.size(), 5);
+        QVERIFY(m_at[1] - m_at[0] >= 100);
+    }
+
+    void quietTimeMakesPollsPromptAgain()
+    {
+        // The burst pays for two of these. Without budget, the pause after one is 200 ms.
+        m_cost = 10ms;
+        storm(500);
+        QTest::qWait(2500); // the last polls, and time for the budget to recover
+        m_at.clear();
+        m_poller->restart();
+        QTRY_VERIFY(m_at.size() >= 2);
+        QVERIFY2(m_at[1] - m_at[0] < 150, qPrintable(QString::number(m_at[1] - m_at[0])));
+    }
 
 private:
     /// Opens each millisecond for so long.
-    void storm(int milliseconds);
+    void storm(int milliseconds)
+    {
+        QTimer opening;
+        opening.setTimerType(Qt::PreciseTimer);
+        connect(&opening, &QTimer::timeout, this, [this] { m_poller->restart(); });
+        opening.start(1);
+        QTest::qWait(milliseconds);
+    }
 
     std::unique_ptr<LaunchPoller> m_poller;
     RateLimiter::Duration m_cost {};
     QElapsedTimer m_clock;
     QList<qint64> m_at; ///< ms since the test began
 };
-
-void LaunchPollerTest::init()
-{
-    m_cost = {};
-    m_poller = std::make_unique<LaunchPoller>([this] {
-        work(m_cost);
-        m_at.append(m_clock.elapsed());
-    });
-    m_at.clear();
-    m_clock.start();
-}
-
-void LaunchPollerTest::storm(int milliseconds)
-{
-    QTimer opening;
-    opening.setTimerType(Qt::PreciseTimer);
-    connect(&opening, &QTimer::timeout, this, [this] { m_poller->restart(); });
-    opening.start(1);
-    QTest::qWait(milliseconds);
-}
-
-void LaunchPollerTest::nothingIsPolledWithoutAnOpening()
-{
-    QTest::qWait(allTime);
-    QCOMPARE(m_at, QList<qint64>());
-}
-
-void LaunchPollerTest::pollsComeSoonAndOnceMoreLate()
-{
-    m_poller->restart();
-    QCOMPARE(m_at.size(), 0); // from the event loop
-    QTest::qWait(allTime);
-    QCOMPARE(m_at.size(), 5);
-    const int expected[] = { 0, 1, 5, 50, 500 };
-    for (int i = 0; i < 5; ++i)
-        QVERIFY2(m_at[i] >= expected[i] - 1 && m_at[i] < expected[i] + tolerance,
-            qPrintable(QStringLiteral("poll %1 after %2 ms").arg(i).arg(m_at[i])));
-}
-
-void LaunchPollerTest::laterOpeningRestartsTheSeries()
-{
-    m_poller->restart();
-    QTest::qWait(200);
-    QCOMPARE(m_at.size(), 4);
-    const qint64 later = m_clock.elapsed();
-    m_poller->restart();
-    QTest::qWait(allTime);
-    QCOMPARE(m_at.size(), 9);
-    QVERIFY(m_at[4] - later < tolerance);
-    QVERIFY(m_at[8] - later >= 499);
-}
-
-void LaunchPollerTest::manyOpeningsAtOnceAreOne()
-{
-    for (int i = 0; i < 1000; ++i)
-        m_poller->restart();
-    QTest::qWait(allTime);
-    QCOMPARE(m_at.size(), 5);
-}
-
-void LaunchPollerTest::stormOfOpeningsMakesFewPolls()
-{
-    m_cost = 1ms;
-    storm(2000);
-    // A burst of 20, and three in a hundred milliseconds.
-    QVERIFY2(m_at.size() <= 100, qPrintable(QString::number(m_at.size())));
-    QVERIFY2(m_at.size() >= 20, qPrintable(QString::number(m_at.size())));
-    // Never without any for long.
-    for (qsizetype i = 1; i < m_at.size(); ++i)
-        QVERIFY2(m_at[i] - m_at[i - 1] < 300, qPrintable(QString::number(m_at[i] - m_at[i - 1])));
-}
-
-void LaunchPollerTest::stormIsFollowedByTheWholeSeries()
-{
-    m_cost = 1ms;
-    storm(500);
-    const qint64 last = m_clock.elapsed();
-    m_poller->restart();
-    const auto before = m_at.size();
-    QTest::qWait(1500);
-    QCOMPARE(m_at.size(), before + 5);
-    QVERIFY(m_at.last() - last >= 499);
-}
-
-void LaunchPollerTest::expensivePollsAreMadeAllTheSame()
-{
-    m_cost = 30ms;
-    m_poller->restart();
-    QTRY_COMPARE(m_at.size(), 5);
-    QVERIFY(m_at[1] - m_at[0] >= 100);
-}
-
-void LaunchPollerTest::quietTimeMakesPollsPromptAgain()
-{
-    // The burst pays for two of these. Without budget, the pause after one is 200 ms.
-    m_cost = 10ms;
-    storm(500);
-    QTest::qWait(2500); // the last polls, and time for the budget to recover
-    m_at.clear();
-    m_poller->restart();
-    QTRY_VERIFY(m_at.size() >= 2);
-    QVERIFY2(m_at[1] - m_at[0] < 150, qPrintable(QString::number(m_at[1] - m_at[0])));
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, LaunchPollerTest)
 #include "LaunchPollerTest.moc"

@@ -83,194 +83,181 @@ class LogTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void controlCharactersAreEscaped_data();
-    void controlCharactersAreEscaped();
-    void escapingTwiceIsEscapingOnce();
-    void valueIsCutAt256BytesOnACharacterBoundary();
-    void escapeIsNeverCutInTheMiddle();
-    void categoryIsNamedAfterItsArea();
-    void areaHasOneCategoryFromAllThreads();
-    void warningIsGivenOnce();
-    void messageIsOneLineWithItsCategory();
-    void lineEndInAMessageForgesNoLine();
-    void journalIsKnownByDeviceAndInode();
-    void journalEntryHasNativeFields();
-    void journalThatIsNotThereTakesNothing();
-    void journalThatReadsNothingHoldsNobodyUp();
+    void controlCharactersAreEscaped_data()
+    {
+        QTest::addColumn<QString>("value");
+        QTest::addColumn<QString>("escaped");
+        const auto row = [](const char* name, const QString& value, const char* escaped) {
+            QTest::newRow(name) << value << QString::fromUtf8(escaped);
+        };
+        row("plain", QStringLiteral("/home/a b"), "/home/a b");
+        row("line end", QStringLiteral("a\nb"), "a\\nb");
+        row("carriage return and tab", QStringLiteral("\r\t"), "\\r\\t");
+        row("zero", QString(QChar(u'\0')), "\\x00");
+        row("escape", QString(QChar(0x1b)) + QStringLiteral("[2J"), "\\x1b[2J");
+        row("delete", QString(QChar(0x7f)), "\\x7f");
+        row("C1", QString(QChar(0x9b)) + QString(QChar(0x85)), "\\x9b\\x85");
+        row("line and paragraph separator", QString(QChar(0x2028)) + QString(QChar(0x2029)),
+            "\\u2028\\u2029");
+        row("direction marks", QString(QChar(0x202e)) + QString(QChar(0x2066)) + QString(QChar(0x061c)),
+            "\\u202e\\u2066\\u061c");
+        row("umlaut and beyond the first plane", QStringLiteral(u"\u00e4\U0001F600"), "ä😀");
+        row("half a pair", QString(QChar(0xd800)) + QStringLiteral("x"), "\uFFFDx");
+    }
+
+    void controlCharactersAreEscaped()
+    {
+        QFETCH(const QString, value);
+        QTEST(Log::escaped(value), "escaped");
+    }
+
+    void escapingTwiceIsEscapingOnce()
+    {
+        const QString value = QStringLiteral("a\n\\n\u2028b");
+        QCOMPARE(Log::escaped(Log::escaped(value)), Log::escaped(value));
+    }
+
+    void valueIsCutAt256BytesOnACharacterBoundary()
+    {
+        QCOMPARE(Log::escaped(QString(256, u'x')), QString(256, u'x'));
+        QCOMPARE(Log::escaped(QString(257, u'x')), QString(256, u'x'));
+        // 85 × 3 bytes are 255, and another does not fit.
+        QCOMPARE(Log::escaped(QString(100, u'\u20ac')), QString(85, u'\u20ac'));
+        const QString faces = QStringLiteral(u"\U0001F600").repeated(100);
+        QCOMPARE(Log::escaped(faces), faces.left(2 * 64));
+    }
+
+    void escapeIsNeverCutInTheMiddle()
+    {
+        QCOMPARE(Log::escaped(QString(253, u'x') + QChar(0x1b)), QString(253, u'x'));
+        QCOMPARE(
+            Log::escaped(QString(252, u'x') + QChar(0x1b)), QString(252, u'x') + QStringLiteral("\\x1b"));
+    }
+
+    void categoryIsNamedAfterItsArea()
+    {
+        QCOMPARE(QByteArray(Log::category("links").categoryName()), QByteArray("com.orvale.kestrum.links"));
+        QVERIFY(Log::category("links").isWarningEnabled());
+        QCOMPARE(&Log::category("links"), &Log::category(QByteArray("links").constData()));
+        QVERIFY(&Log::category("links") != &Log::category("loginItem"));
+    }
+
+    void areaHasOneCategoryFromAllThreads()
+    {
+        constexpr int threads = 4;
+        constexpr int areas = 50;
+        QList<const QLoggingCategory*> found[threads];
+        std::vector<std::unique_ptr<QThread>> running;
+        for (auto& list : found) {
+            running.emplace_back(QThread::create([&list] {
+                for (int i = 0; i < areas; ++i)
+                    list.append(&Log::category(("area" + QByteArray::number(i)).constData()));
+            }));
+            running.back()->start();
+        }
+        for (const auto& thread : running)
+            QVERIFY(thread->wait(10'000));
+        for (const auto& list : found)
+            QCOMPARE(list, found[0]);
+    }
+
+    void warningIsGivenOnce()
+    {
+        const StandardError output;
+        {
+            const InstalledLog log;
+            Log::warnOnce("test", QStringLiteral("first"));
+            Log::warnOnce("test", QStringLiteral("first"));
+            Log::warnOnce("test", QStringLiteral("second"));
+        }
+        QCOMPARE(output.text().count("first"), 1);
+        QCOMPARE(output.text().count("second"), 1);
+    }
+
+    void messageIsOneLineWithItsCategory()
+    {
+        const StandardError output;
+        {
+            const InstalledLog log;
+            Log::warning("links", QStringLiteral("no \"agent\""));
+            Log::info("links", QStringLiteral("starting"));
+        }
+        QCOMPARE(output.text(),
+            QByteArray("com.orvale.kestrum.links: warning: no \"agent\"\n"
+                       "com.orvale.kestrum.links: info: starting\n"));
+    }
+
+    void lineEndInAMessageForgesNoLine()
+    {
+        const StandardError output;
+        {
+            const InstalledLog log;
+            qWarning("of Qt\nforged");
+        }
+        QCOMPARE(output.text(), QByteArray("default: warning: of Qt\\nforged\n"));
+    }
+
+    void journalIsKnownByDeviceAndInode()
+    {
+        struct stat state { };
+        QCOMPARE(::fstat(STDERR_FILENO, &state), 0);
+        const QByteArray device = QByteArray::number(quint64(state.st_dev));
+        const QByteArray inode = QByteArray::number(quint64(state.st_ino));
+        const auto isJournal = [](const QByteArray& stream) {
+            qputenv("JOURNAL_STREAM", stream);
+            const bool result = JournalSocket::isStandardError();
+            qunsetenv("JOURNAL_STREAM");
+            return result;
+        };
+        QVERIFY(isJournal(device + ':' + inode));
+        QVERIFY(!isJournal(device + ':' + inode + '1'));
+        QVERIFY(!isJournal('1' + device + ':' + inode));
+        QVERIFY(!isJournal(device));
+        QVERIFY(!isJournal("x:y"));
+        QVERIFY(!JournalSocket::isStandardError());
+    }
+
+    void journalEntryHasNativeFields()
+    {
+        const Journal journal;
+        QVERIFY(journal.isThere);
+        const JournalSocket socket(Journal::path().constData());
+        QVERIFY(socket.send(JournalSocket::entry(QtWarningMsg, "com.orvale.kestrum.store", "full")));
+        QVERIFY(socket.send(JournalSocket::entry(QtInfoMsg, "default", "x")));
+        char buffer[512];
+        const auto received = [&] {
+            const ssize_t size = ::recv(journal.socket, buffer, sizeof buffer, 0);
+            return QByteArray(buffer, qMax<qsizetype>(0, size));
+        };
+        QCOMPARE(received(),
+            QByteArray("MESSAGE=full\nPRIORITY=4\nSYSLOG_IDENTIFIER=PlatformTests\nQT_CATEGORY=com.orvale."
+                       "kestrum.store\n"));
+        QCOMPARE(received(),
+            QByteArray("MESSAGE=x\nPRIORITY=6\nSYSLOG_IDENTIFIER=PlatformTests\nQT_CATEGORY=default\n"));
+    }
+
+    void journalThatIsNotThereTakesNothing()
+    {
+        const JournalSocket socket("/nowhere/socket");
+        QVERIFY(!socket.send(JournalSocket::entry(QtWarningMsg, "default", "x")));
+        const QByteArray tooLong("/" + QByteArray(200, 'x'));
+        QVERIFY(!JournalSocket(tooLong.constData()).send("MESSAGE=x\n"));
+    }
+
+    void journalThatReadsNothingHoldsNobodyUp()
+    {
+        const Journal journal;
+        QVERIFY(journal.isThere);
+        const JournalSocket socket(Journal::path().constData());
+        const QByteArray entry = JournalSocket::entry(QtInfoMsg, "default", QByteArray(4096, 'x'));
+        bool isTaken = true;
+        ::alarm(10); // ends the test where sending waits
+        for (int i = 0; i < 100'000 && isTaken; ++i)
+            isTaken = socket.send(entry);
+        ::alarm(0);
+        QVERIFY(!isTaken);
+    }
 };
-
-void LogTest::controlCharactersAreEscaped_data()
-{
-    QTest::addColumn<QString>("value");
-    QTest::addColumn<QString>("escaped");
-    const auto row = [](const char* name, const QString& value, const char* escaped) {
-        QTest::newRow(name) << value << QString::fromUtf8(escaped);
-    };
-    row("plain", QStringLiteral("/home/a b"), "/home/a b");
-    row("line end", QStringLiteral("a\nb"), "a\\nb");
-    row("carriage return and tab", QStringLiteral("\r\t"), "\\r\\t");
-    row("zero", QString(QChar(u'\0')), "\\x00");
-    row("escape", QString(QChar(0x1b)) + QStringLiteral("[2J"), "\\x1b[2J");
-    row("delete", QString(QChar(0x7f)), "\\x7f");
-    row("C1", QString(QChar(0x9b)) + QString(QChar(0x85)), "\\x9b\\x85");
-    row("line and paragraph separator", QString(QChar(0x2028)) + QString(QChar(0x2029)), "\\u2028\\u2029");
-    row("direction marks", QString(QChar(0x202e)) + QString(QChar(0x2066)) + QString(QChar(0x061c)),
-        "\\u202e\\u2066\\u061c");
-    row("umlaut and beyond the first plane", QStringLiteral(u"\u00e4\U0001F600"), "ä😀");
-    row("half a pair", QString(QChar(0xd800)) + QStringLiteral("x"), "\uFFFDx");
-}
-
-void LogTest::controlCharactersAreEscaped()
-{
-    QFETCH(const QString, value);
-    QTEST(Log::escaped(value), "escaped");
-}
-
-void LogTest::escapingTwiceIsEscapingOnce()
-{
-    const QString value = QStringLiteral("a\n\\n\u2028b");
-    QCOMPARE(Log::escaped(Log::escaped(value)), Log::escaped(value));
-}
-
-void LogTest::valueIsCutAt256BytesOnACharacterBoundary()
-{
-    QCOMPARE(Log::escaped(QString(256, u'x')), QString(256, u'x'));
-    QCOMPARE(Log::escaped(QString(257, u'x')), QString(256, u'x'));
-    // 85 × 3 bytes are 255, and another does not fit.
-    QCOMPARE(Log::escaped(QString(100, u'\u20ac')), QString(85, u'\u20ac'));
-    const QString faces = QStringLiteral(u"\U0001F600").repeated(100);
-    QCOMPARE(Log::escaped(faces), faces.left(2 * 64));
-}
-
-void LogTest::escapeIsNeverCutInTheMiddle()
-{
-    QCOMPARE(Log::escaped(QString(253, u'x') + QChar(0x1b)), QString(253, u'x'));
-    QCOMPARE(Log::escaped(QString(252, u'x') + QChar(0x1b)), QString(252, u'x') + QStringLiteral("\\x1b"));
-}
-
-void LogTest::categoryIsNamedAfterItsArea()
-{
-    QCOMPARE(QByteArray(Log::category("links").categoryName()), QByteArray("com.orvale.kestrum.links"));
-    QVERIFY(Log::category("links").isWarningEnabled());
-    QCOMPARE(&Log::category("links"), &Log::category(QByteArray("links").constData()));
-    QVERIFY(&Log::category("links") != &Log::category("loginItem"));
-}
-
-void LogTest::areaHasOneCategoryFromAllThreads()
-{
-    constexpr int threads = 4;
-    constexpr int areas = 50;
-    QList<const QLoggingCategory*> found[threads];
-    std::vector<std::unique_ptr<QThread>> running;
-    for (auto& list : found) {
-        running.emplace_back(QThread::create([&list] {
-            for (int i = 0; i < areas; ++i)
-                list.append(&Log::category(("area" + QByteArray::number(i)).constData()));
-        }));
-        running.back()->start();
-    }
-    for (const auto& thread : running)
-        QVERIFY(thread->wait(10'000));
-    for (const auto& list : found)
-        QCOMPARE(list, found[0]);
-}
-
-void LogTest::warningIsGivenOnce()
-{
-    const StandardError output;
-    {
-        const InstalledLog log;
-        Log::warnOnce("test", QStringLiteral("first"));
-        Log::warnOnce("test", QStringLiteral("first"));
-        Log::warnOnce("test", QStringLiteral("second"));
-    }
-    QCOMPARE(output.text().count("first"), 1);
-    QCOMPARE(output.text().count("second"), 1);
-}
-
-void LogTest::messageIsOneLineWithItsCategory()
-{
-    const StandardError output;
-    {
-        const InstalledLog log;
-        Log::warning("links", QStringLiteral("no \"agent\""));
-        Log::info("links", QStringLiteral("starting"));
-    }
-    QCOMPARE(output.text(),
-        QByteArray("com.orvale.kestrum.links: warning: no \"agent\"\n"
-                   "com.orvale.kestrum.links: info: starting\n"));
-}
-
-void LogTest::lineEndInAMessageForgesNoLine()
-{
-    const StandardError output;
-    {
-        const InstalledLog log;
-        qWarning("of Qt\nforged");
-    }
-    QCOMPARE(output.text(), QByteArray("default: warning: of Qt\\nforged\n"));
-}
-
-void LogTest::journalIsKnownByDeviceAndInode()
-{
-    struct stat state { };
-    QCOMPARE(::fstat(STDERR_FILENO, &state), 0);
-    const QByteArray device = QByteArray::number(quint64(state.st_dev));
-    const QByteArray inode = QByteArray::number(quint64(state.st_ino));
-    const auto isJournal = [](const QByteArray& stream) {
-        qputenv("JOURNAL_STREAM", stream);
-        const bool result = JournalSocket::isStandardError();
-        qunsetenv("JOURNAL_STREAM");
-        return result;
-    };
-    QVERIFY(isJournal(device + ':' + inode));
-    QVERIFY(!isJournal(device + ':' + inode + '1'));
-    QVERIFY(!isJournal('1' + device + ':' + inode));
-    QVERIFY(!isJournal(device));
-    QVERIFY(!isJournal("x:y"));
-    QVERIFY(!JournalSocket::isStandardError());
-}
-
-void LogTest::journalEntryHasNativeFields()
-{
-    const Journal journal;
-    QVERIFY(journal.isThere);
-    const JournalSocket socket(Journal::path().constData());
-    QVERIFY(socket.send(JournalSocket::entry(QtWarningMsg, "com.orvale.kestrum.store", "full")));
-    QVERIFY(socket.send(JournalSocket::entry(QtInfoMsg, "default", "x")));
-    char buffer[512];
-    const auto received = [&] {
-        const ssize_t size = ::recv(journal.socket, buffer, sizeof buffer, 0);
-        return QByteArray(buffer, qMax<qsizetype>(0, size));
-    };
-    QCOMPARE(received(),
-        QByteArray(
-            "MESSAGE=full\nPRIORITY=4\nSYSLOG_IDENTIFIER=PlatformTests\nQT_CATEGORY=com.orvale.kestrum.store\n"));
-    QCOMPARE(
-        received(), QByteArray("MESSAGE=x\nPRIORITY=6\nSYSLOG_IDENTIFIER=PlatformTests\nQT_CATEGORY=default\n"));
-}
-
-void LogTest::journalThatIsNotThereTakesNothing()
-{
-    const JournalSocket socket("/nowhere/socket");
-    QVERIFY(!socket.send(JournalSocket::entry(QtWarningMsg, "default", "x")));
-    const QByteArray tooLong("/" + QByteArray(200, 'x'));
-    QVERIFY(!JournalSocket(tooLong.constData()).send("MESSAGE=x\n"));
-}
-
-void LogTest::journalThatReadsNothingHoldsNobodyUp()
-{
-    const Journal journal;
-    QVERIFY(journal.isThere);
-    const JournalSocket socket(Journal::path().constData());
-    const QByteArray entry = JournalSocket::entry(QtInfoMsg, "default", QByteArray(4096, 'x'));
-    bool isTaken = true;
-    ::alarm(10); // ends the test where sending waits
-    for (int i = 0; i < 100'000 && isTaken; ++i)
-        isTaken = socket.send(entry);
-    ::alarm(0);
-    QVERIFY(!isTaken);
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, LogTest)
 #include "LogTest.moc"

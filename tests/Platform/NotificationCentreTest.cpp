@@ -16,310 +16,285 @@ class NotificationCentreTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        QTest::qWait(quietTime); // what the test before left under way
+        QVERIFY(RuntimeDirectory::shared());
+    }
 
-    void postReachesItsPostersOwnListeners();
-    void twoRegistrationsOfANameBothHear();
-    void namesAreExact_data();
-    void namesAreExact();
-    void anyTextIsAName_data();
-    void anyTextIsAName();
-    void textThatMakesNoFileNameIsNoName();
-    void missingHandlerIsNoRegistration();
-    void tokensIncrease();
-    void handlerRunsOnTheMainThread();
-    void postsFromManyThreadsArrive();
-    void postsInQuickSuccessionAreOneDelivery();
-    void everyPostIsOneDelivery();
+    void postReachesItsPostersOwnListeners()
+    {
+        const Ear ear(QStringLiteral("suite.settings"));
+        QVERIFY(ear.token);
+        NotificationCentre::post(QStringLiteral("suite.settings"));
+        QCOMPARE(ear.count, 0); // not within the post
+        QTRY_COMPARE(ear.count, 1);
+        QTest::qWait(quietTime);
+        QCOMPARE(ear.count, 1);
+    }
 
-    void handlersRunInTheOrderOfRegistration();
-    void cancelledHandlerDoesNotRunForAnEarlierPost();
-    void handlerCancelledInTheBatchDoesNotRun();
-    void handlerMayCancelItself();
-    void handlerMayRegister();
-    void postBeforeTheRegistrationIsNotDelivered();
-    void registrationLeavesEarlierPostsToTheOthers();
-    void cancellingWhatIsNotThereDoesNothing();
-    void withoutListenersNothingIsWatched();
-};
+    void twoRegistrationsOfANameBothHear()
+    {
+        const Ear one(QStringLiteral("suite.settings"));
+        const Ear two(QStringLiteral("suite.settings"));
+        const Ear other(QStringLiteral("suite.quitAgent"));
+        NotificationCentre::post(QStringLiteral("suite.settings"));
+        QTRY_VERIFY(one.count == 1 && two.count == 1);
+        QCOMPARE(other.count, 0);
+    }
 
-void NotificationCentreTest::init()
-{
-    QTest::qWait(quietTime); // what the test before left under way
-    QVERIFY(RuntimeDirectory::shared());
-}
+    void namesAreExact_data()
+    {
+        QTest::addColumn<QString>("posted");
+        for (const char* name : { "suite.Settings", "Suite.settings", "suite.settings ", "suite.setting",
+                 "suite.settings.", "suite.settings/", "settings", "suite%2Esettings" })
+            QTest::newRow(name) << QString::fromLatin1(name);
+    }
 
-void NotificationCentreTest::postReachesItsPostersOwnListeners()
-{
-    const Ear ear(QStringLiteral("suite.settings"));
-    QVERIFY(ear.token);
-    NotificationCentre::post(QStringLiteral("suite.settings"));
-    QCOMPARE(ear.count, 0); // not within the post
-    QTRY_COMPARE(ear.count, 1);
-    QTest::qWait(quietTime);
-    QCOMPARE(ear.count, 1);
-}
+    void namesAreExact()
+    {
+        QFETCH(const QString, posted);
+        const Ear ear(QStringLiteral("suite.settings"));
+        const Ear exact(posted);
+        NotificationCentre::post(posted);
+        QTRY_COMPARE(exact.count, 1);
+        QTest::qWait(quietTime);
+        QCOMPARE(ear.count, 0);
+        NotificationCentre::post(QStringLiteral("suite.settings"));
+        QTRY_COMPARE(ear.count, 1);
+        QCOMPARE(exact.count, 1);
+    }
 
-void NotificationCentreTest::twoRegistrationsOfANameBothHear()
-{
-    const Ear one(QStringLiteral("suite.settings"));
-    const Ear two(QStringLiteral("suite.settings"));
-    const Ear other(QStringLiteral("suite.quitAgent"));
-    NotificationCentre::post(QStringLiteral("suite.settings"));
-    QTRY_VERIFY(one.count == 1 && two.count == 1);
-    QCOMPARE(other.count, 0);
-}
+    void anyTextIsAName_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("slashes") << QStringLiteral("a/b/../c");
+        QTest::newRow("parent") << QStringLiteral("..");
+        QTest::newRow("absolute") << QStringLiteral("/etc/passwd");
+        QTest::newRow("blanks and line ends") << QStringLiteral(" \n\t");
+        QTest::newRow("umlauts") << QStringLiteral(u"\u00e4\u20ac\U0001F600");
+        QTest::newRow("percent") << QStringLiteral("100%");
+        QTest::newRow("long") << QString(220, u'x');
+    }
 
-void NotificationCentreTest::namesAreExact_data()
-{
-    QTest::addColumn<QString>("posted");
-    for (const char* name : { "suite.Settings", "Suite.settings", "suite.settings ", "suite.setting",
-             "suite.settings.", "suite.settings/", "settings", "suite%2Esettings" })
-        QTest::newRow(name) << QString::fromLatin1(name);
-}
-
-void NotificationCentreTest::namesAreExact()
-{
-    QFETCH(const QString, posted);
-    const Ear ear(QStringLiteral("suite.settings"));
-    const Ear exact(posted);
-    NotificationCentre::post(posted);
-    QTRY_COMPARE(exact.count, 1);
-    QTest::qWait(quietTime);
-    QCOMPARE(ear.count, 0);
-    NotificationCentre::post(QStringLiteral("suite.settings"));
-    QTRY_COMPARE(ear.count, 1);
-    QCOMPARE(exact.count, 1);
-}
-
-void NotificationCentreTest::anyTextIsAName_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::newRow("slashes") << QStringLiteral("a/b/../c");
-    QTest::newRow("parent") << QStringLiteral("..");
-    QTest::newRow("absolute") << QStringLiteral("/etc/passwd");
-    QTest::newRow("blanks and line ends") << QStringLiteral(" \n\t");
-    QTest::newRow("umlauts") << QStringLiteral(u"\u00e4\u20ac\U0001F600");
-    QTest::newRow("percent") << QStringLiteral("100%");
-    QTest::newRow("long") << QString(220, u'x');
-}
-
-void NotificationCentreTest::anyTextIsAName()
-{
-    QFETCH(const QString, name);
-    const Ear ear(name);
-    QVERIFY(ear.token);
-    NotificationCentre::post(name);
-    QTRY_COMPARE(ear.count, 1);
-    const QStringList outside = QDir(TestHome::runtimeDirectory() + QStringLiteral("/kestrum"))
-                                    .entryList(QDir::Files | QDir::Hidden);
-    QCOMPARE(outside, QStringList());
-}
-
-void NotificationCentreTest::textThatMakesNoFileNameIsNoName()
-{
-    for (const QString& name : { QString(), QString(256, u'x'), QString(100, u'/') }) {
+    void anyTextIsAName()
+    {
+        QFETCH(const QString, name);
         const Ear ear(name);
-        QVERIFY(!ear.token);
+        QVERIFY(ear.token);
         NotificationCentre::post(name);
+        QTRY_COMPARE(ear.count, 1);
+        const QStringList outside = QDir(TestHome::runtimeDirectory() + QStringLiteral("/kestrum"))
+                                        .entryList(QDir::Files | QDir::Hidden);
+        QCOMPARE(outside, QStringList());
     }
-    QTest::qWait(quietTime);
-}
 
-void NotificationCentreTest::missingHandlerIsNoRegistration()
-{
-    QVERIFY(!NotificationCentre::registerDispatch(QStringLiteral("x"), {}));
-}
-
-void NotificationCentreTest::tokensIncrease()
-{
-    const Ear first(QStringLiteral("x"));
-    const auto between = NotificationCentre::registerDispatch(QStringLiteral("x"), [] {});
-    NotificationCentre::cancel(*between);
-    const Ear last(QStringLiteral("x"));
-    QVERIFY(*first.token < *between);
-    QVERIFY(*between < *last.token);
-}
-
-void NotificationCentreTest::handlerRunsOnTheMainThread()
-{
-    const Ear ear(QStringLiteral("x"));
-    postFromAnotherThread(QStringLiteral("x"));
-    QTRY_COMPARE(ear.thread, QCoreApplication::instance()->thread());
-}
-
-void NotificationCentreTest::postsFromManyThreadsArrive()
-{
-    constexpr int threads = 4;
-    const auto name = [](int i) { return QStringLiteral("thread%1").arg(i); };
-    std::vector<std::unique_ptr<Ear>> ears;
-    std::vector<std::unique_ptr<QThread>> posters;
-    for (int i = 0; i < threads; ++i) {
-        ears.push_back(std::make_unique<Ear>(name(i)));
-        posters.emplace_back(QThread::create([i, &name] {
-            for (int n = 0; n < 500; ++n)
-                NotificationCentre::post(name(i));
-        }));
-    }
-    // Each of them may be the first to find that the directory has to be made.
-    QVERIFY(QDir(signalsDirectory()).removeRecursively());
-    for (const auto& poster : posters)
-        poster->start();
-    for (const auto& poster : posters)
-        QVERIFY(poster->wait(20'000));
-    for (const auto& ear : ears)
-        QTRY_VERIFY(ear->count > 0);
-}
-
-void NotificationCentreTest::postsInQuickSuccessionAreOneDelivery()
-{
-    const Ear ear(QStringLiteral("x"));
-    for (int i = 0; i < 1000; ++i)
-        NotificationCentre::post(QStringLiteral("x"));
-    QTRY_VERIFY(ear.count > 0);
-    QTest::qWait(quietTime);
-    QCOMPARE(ear.count, 1);
-}
-
-void NotificationCentreTest::everyPostIsOneDelivery()
-{
-    // Also the first of its name, which is the making of a file.
-    const Ear ear(QStringLiteral("new"));
-    for (int i = 1; i <= 5; ++i) {
-        NotificationCentre::post(QStringLiteral("new"));
-        QTRY_COMPARE(ear.count, i);
-        QTest::qWait(5);
-        QCOMPARE(ear.count, i);
-    }
-}
-
-void NotificationCentreTest::handlersRunInTheOrderOfRegistration()
-{
-    QList<int> order;
-    QList<NotificationCentre::Token> tokens;
-    const char* names[] = { "b", "a", "b", "c", "a" };
-    for (int i = 0; i < 5; ++i)
-        tokens << *NotificationCentre::registerDispatch(
-            QString::fromLatin1(names[i]), [&order, i] { order << i; });
-    for (const char* name : { "c", "a", "b" })
-        NotificationCentre::post(QString::fromLatin1(name));
-    QTRY_COMPARE(order, (QList<int> { 0, 1, 2, 3, 4 }));
-    for (const NotificationCentre::Token token : tokens)
-        NotificationCentre::cancel(token);
-}
-
-void NotificationCentreTest::cancelledHandlerDoesNotRunForAnEarlierPost()
-{
-    const Ear witness(QStringLiteral("x"));
-    int calls = 0;
-    const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
-    NotificationCentre::post(QStringLiteral("x"));
-    NotificationCentre::cancel(*token);
-    QTRY_COMPARE(witness.count, 1);
-    QCOMPARE(calls, 0);
-}
-
-void NotificationCentreTest::handlerCancelledInTheBatchDoesNotRun()
-{
-    std::unique_ptr<Ear> victim;
-    int calls = 0;
-    const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&] {
-        ++calls;
-        victim.reset();
-    });
-    victim = std::make_unique<Ear>(QStringLiteral("x"));
-    const Ear witness(QStringLiteral("x"));
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(witness.count, 1);
-    QCOMPARE(calls, 1);
-    QVERIFY(!victim);
-    NotificationCentre::cancel(*token);
-}
-
-void NotificationCentreTest::handlerMayCancelItself()
-{
-    int calls = 0;
-    std::optional<NotificationCentre::Token> token;
-    const QByteArray kept("what the handler holds lives while it runs");
-    QByteArray seen;
-    token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&token, &calls, &seen, copy = kept] {
-        NotificationCentre::cancel(*token); // the last one: the watch goes too
-        ++calls;
-        seen = copy;
-    });
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(calls, 1);
-    QCOMPARE(seen, kept);
-    NotificationCentre::post(QStringLiteral("x"));
-    QTest::qWait(quietTime);
-    QCOMPARE(calls, 1);
-}
-
-void NotificationCentreTest::handlerMayRegister()
-{
-    std::unique_ptr<Ear> made;
-    const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&made] {
-        if (!made)
-            made = std::make_unique<Ear>(QStringLiteral("x"));
-    });
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_VERIFY(made);
-    QTest::qWait(quietTime);
-    QCOMPARE(made->count, 0);
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(made->count, 1);
-    NotificationCentre::cancel(*token);
-}
-
-void NotificationCentreTest::postBeforeTheRegistrationIsNotDelivered()
-{
-    NotificationCentre::post(QStringLiteral("x"));
-    const Ear first(QStringLiteral("x"));
-    QTest::qWait(quietTime);
-    QCOMPARE(first.count, 0);
-}
-
-void NotificationCentreTest::registrationLeavesEarlierPostsToTheOthers()
-{
-    const Ear early(QStringLiteral("x"));
-    NotificationCentre::post(QStringLiteral("x"));
-    const Ear late(QStringLiteral("x"));
-    QCOMPARE(early.count, 0); // not within the registration
-    QTRY_COMPARE(early.count, 1);
-    QTest::qWait(quietTime);
-    QCOMPARE(late.count, 0);
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_VERIFY(early.count == 2 && late.count == 1);
-}
-
-void NotificationCentreTest::cancellingWhatIsNotThereDoesNothing()
-{
-    const Ear ear(QStringLiteral("x"));
-    NotificationCentre::cancel(-1);
-    NotificationCentre::cancel(*ear.token + 1);
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(ear.count, 1);
-}
-
-void NotificationCentreTest::withoutListenersNothingIsWatched()
-{
-    // A program that listens no longer is not woken by what others post.
-    const auto watches = [] {
-        int count = 0;
-        const QDir descriptors(QStringLiteral("/proc/self/fdinfo"));
-        for (const QString& descriptor : descriptors.entryList(QDir::Files)) {
-            QFile file(descriptors.filePath(descriptor));
-            if (file.open(QIODevice::ReadOnly))
-                count += int(file.readAll().count("inotify wd:"));
+    void textThatMakesNoFileNameIsNoName()
+    {
+        for (const QString& name : { QString(), QString(256, u'x'), QString(100, u'/') }) {
+            const Ear ear(name);
+            QVERIFY(!ear.token);
+            NotificationCentre::post(name);
         }
-        return count;
-    };
+        QTest::qWait(quietTime);
+    }
+
+    void missingHandlerIsNoRegistration()
+    {
+        QVERIFY(!NotificationCentre::registerDispatch(QStringLiteral("x"), {}));
+    }
+
+    void tokensIncrease()
+    {
+        const Ear first(QStringLiteral("x"));
+        const auto between = NotificationCentre::registerDispatch(QStringLiteral("x"), [] {});
+        NotificationCentre::cancel(*between);
+        const Ear last(QStringLiteral("x"));
+        QVERIFY(*first.token < *between);
+        QVERIFY(*between < *last.token);
+    }
+
+    void handlerRunsOnTheMainThread()
     {
         const Ear ear(QStringLiteral("x"));
-        QVERIFY(watches() > 0);
+        postFromAnotherThread(QStringLiteral("x"));
+        QTRY_COMPARE(ear.thread, QCoreApplication::instance()->thread());
     }
-    QCOMPARE(watches(), 0);
-}
+
+    void postsFromManyThreadsArrive()
+    {
+        constexpr int threads = 4;
+        const auto name = [](int i) { return QStringLiteral("thread%1").arg(i); };
+        std::vector<std::unique_ptr<Ear>> ears;
+        std::vector<std::unique_ptr<QThread>> posters;
+        for (int i = 0; i < threads; ++i) {
+            ears.push_back(std::make_unique<Ear>(name(i)));
+            posters.emplace_back(QThread::create([i, &name] {
+                for (int n = 0; n < 500; ++n)
+                    NotificationCentre::post(name(i));
+            }));
+        }
+        // Each of them may be the first to find that the directory has to be made.
+        QVERIFY(QDir(signalsDirectory()).removeRecursively());
+        for (const auto& poster : posters)
+            poster->start();
+        for (const auto& poster : posters)
+            QVERIFY(poster->wait(20'000));
+        for (const auto& ear : ears)
+            QTRY_VERIFY(ear->count > 0);
+    }
+
+    void postsInQuickSuccessionAreOneDelivery()
+    {
+        const Ear ear(QStringLiteral("x"));
+        for (int i = 0; i < 1000; ++i)
+            NotificationCentre::post(QStringLiteral("x"));
+        QTRY_VERIFY(ear.count > 0);
+        QTest::qWait(quietTime);
+        QCOMPARE(ear.count, 1);
+    }
+
+    void everyPostIsOneDelivery()
+    {
+        // Also the first of its name, which is the making of a file.
+        const Ear ear(QStringLiteral("new"));
+        for (int i = 1; i <= 5; ++i) {
+            NotificationCentre::post(QStringLiteral("new"));
+            QTRY_COMPARE(ear.count, i);
+            QTest::qWait(5);
+            QCOMPARE(ear.count, i);
+        }
+    }
+
+    void handlersRunInTheOrderOfRegistration()
+    {
+        QList<int> order;
+        QList<NotificationCentre::Token> tokens;
+        const char* names[] = { "b", "a", "b", "c", "a" };
+        for (int i = 0; i < 5; ++i)
+            tokens << *NotificationCentre::registerDispatch(
+                QString::fromLatin1(names[i]), [&order, i] { order << i; });
+        for (const char* name : { "c", "a", "b" })
+            NotificationCentre::post(QString::fromLatin1(name));
+        QTRY_COMPARE(order, (QList<int> { 0, 1, 2, 3, 4 }));
+        for (const NotificationCentre::Token token : tokens)
+            NotificationCentre::cancel(token);
+    }
+
+    void cancelledHandlerDoesNotRunForAnEarlierPost()
+    {
+        const Ear witness(QStringLiteral("x"));
+        int calls = 0;
+        const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
+        NotificationCentre::post(QStringLiteral("x"));
+        NotificationCentre::cancel(*token);
+        QTRY_COMPARE(witness.count, 1);
+        QCOMPARE(calls, 0);
+    }
+
+    void handlerCancelledInTheBatchDoesNotRun()
+    {
+        std::unique_ptr<Ear> victim;
+        int calls = 0;
+        const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&] {
+            ++calls;
+            victim.reset();
+        });
+        victim = std::make_unique<Ear>(QStringLiteral("x"));
+        const Ear witness(QStringLiteral("x"));
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(witness.count, 1);
+        QCOMPARE(calls, 1);
+        QVERIFY(!victim);
+        NotificationCentre::cancel(*token);
+    }
+
+    void handlerMayCancelItself()
+    {
+        int calls = 0;
+        std::optional<NotificationCentre::Token> token;
+        const QByteArray kept("what the handler holds lives while it runs");
+        QByteArray seen;
+        token
+            = NotificationCentre::registerDispatch(QStringLiteral("x"), [&token, &calls, &seen, copy = kept] {
+                  NotificationCentre::cancel(*token); // the last one: the watch goes too
+                  ++calls;
+                  seen = copy;
+              });
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(calls, 1);
+        QCOMPARE(seen, kept);
+        NotificationCentre::post(QStringLiteral("x"));
+        QTest::qWait(quietTime);
+        QCOMPARE(calls, 1);
+    }
+
+    void handlerMayRegister()
+    {
+        std::unique_ptr<Ear> made;
+        const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&made] {
+            if (!made)
+                made = std::make_unique<Ear>(QStringLiteral("x"));
+        });
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_VERIFY(made);
+        QTest::qWait(quietTime);
+        QCOMPARE(made->count, 0);
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(made->count, 1);
+        NotificationCentre::cancel(*token);
+    }
+
+    void postBeforeTheRegistrationIsNotDelivered()
+    {
+        NotificationCentre::post(QStringLiteral("x"));
+        const Ear first(QStringLiteral("x"));
+        QTest::qWait(quietTime);
+        QCOMPARE(first.count, 0);
+    }
+
+    void registrationLeavesEarlierPostsToTheOthers()
+    {
+        const Ear early(QStringLiteral("x"));
+        NotificationCentre::post(QStringLiteral("x"));
+        const Ear late(QStringLiteral("x"));
+        QCOMPARE(early.count, 0); // not within the registration
+        QTRY_COMPARE(early.count, 1);
+        QTest::qWait(quietTime);
+        QCOMPARE(late.count, 0);
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_VERIFY(early.count == 2 && late.count == 1);
+    }
+
+    void cancellingWhatIsNotThereDoesNothing()
+    {
+        const Ear ear(QStringLiteral("x"));
+        NotificationCentre::cancel(-1);
+        NotificationCentre::cancel(*ear.token + 1);
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(ear.count, 1);
+    }
+
+    void withoutListenersNothingIsWatched()
+    {
+        // A program that listens no longer is not woken by what others post.
+        const auto watches = [] {
+            int count = 0;
+            const QDir descriptors(QStringLiteral("/proc/self/fdinfo"));
+            for (const QString& descriptor : descriptors.entryList(QDir::Files)) {
+                QFile file(descriptors.filePath(descriptor));
+                if (file.open(QIODevice::ReadOnly))
+                    count += int(file.readAll().count("inotify wd:"));
+            }
+            return count;
+        };
+        {
+            const Ear ear(QStringLiteral("x"));
+            QVERIFY(watches() > 0);
+        }
+        QCOMPARE(watches(), 0);
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, NotificationCentreTest)
 #include "NotificationCentreTest.moc"

@@ -38,102 +38,93 @@ class ProgramStartTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void cleanup();
+    void cleanup()
+    {
+        if (m_pid <= 0)
+            return;
+        StandIns::kill(m_pid);
+        ::waitpid(std::exchange(m_pid, 0), nullptr, 0);
+    }
 
-    void outputThatIsClosedGoesNowhere_data();
-    void outputThatIsClosedGoesNowhere();
+    void outputThatIsClosedGoesNowhere_data()
+    {
+        QTest::addColumn<int>("output");
+        QTest::newRow("output") << STDOUT_FILENO;
+        QTest::newRow("errors") << STDERR_FILENO;
+    }
+
+    void outputThatIsClosedGoesNowhere()
+    {
+        QFETCH(const int, output);
+        QStringList streams;
+        {
+            const ChangedOutput changed(output);
+            ::close(output);
+            streams = streamsOfStarted();
+        }
+        QCOMPARE(streams[output], QStringLiteral("/dev/null"));
+    }
+
     void outputThatIsToBeClosedGoesNowhere_data() { outputThatIsClosedGoesNowhere_data(); }
-    void outputThatIsToBeClosedGoesNowhere();
-    void inputThatIsClosedIsEmpty();
-    void nothingElseOfOursIsOpenInTheProgram();
+
+    void outputThatIsToBeClosedGoesNowhere()
+    {
+        // What a program without outputs opens gets their numbers.
+        QFETCH(const int, output);
+        QStringList streams;
+        {
+            const ChangedOutput changed(output);
+            const int file = ::open(QFile::encodeName(m_standIns.path(QStringLiteral("file"))).constData(),
+                O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+            ::dup3(file, output, O_CLOEXEC);
+            ::close(file);
+            streams = streamsOfStarted();
+        }
+        QCOMPARE(streams[output], QStringLiteral("/dev/null"));
+    }
+
+    void inputThatIsClosedIsEmpty()
+    {
+        QStringList streams;
+        {
+            const ChangedOutput changed(STDIN_FILENO);
+            ::close(STDIN_FILENO);
+            streams = streamsOfStarted();
+        }
+        QCOMPARE(streams[STDIN_FILENO], QStringLiteral("/dev/null"));
+    }
+
+    void nothingElseOfOursIsOpenInTheProgram()
+    {
+        // Libraries open files too, and not all of them say that their children are not to have them.
+        const int ours = ::open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open)
+        QVERIFY(ours > STDERR_FILENO);
+        const int moved = ::dup2(ours, 200); // beyond what is closed one by one
+        streamsOfStarted();
+        ::close(moved);
+        ::close(ours);
+        QStringList open = QDir(QStringLiteral("/proc/%1/fd").arg(m_pid))
+                               .entryList(QDir::Files | QDir::System | QDir::Dirs | QDir::NoDotAndDotDot);
+        open.sort();
+        QCOMPARE(open, (QStringList { QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2") }));
+    }
 
 private:
     /// Starts the stand-in, and gives where its three streams lead.
-    QStringList streamsOfStarted();
+    QStringList streamsOfStarted()
+    {
+        static const QByteArray program = QFile::encodeName(m_standIns.install(QStringLiteral("program")));
+        const auto started = ProgramStart::start(program, {});
+        m_pid = started ? *started : 0;
+        QStringList result;
+        for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
+            result.append(QFile::symLinkTarget(QStringLiteral("/proc/%1/fd/%2").arg(m_pid).arg(stream)));
+        return result;
+    }
 
     StandIns m_standIns;
     qint32 m_pid = 0;
 };
-
-QStringList ProgramStartTest::streamsOfStarted()
-{
-    static const QByteArray program = QFile::encodeName(m_standIns.install(QStringLiteral("program")));
-    const auto started = ProgramStart::start(program, {});
-    m_pid = started ? *started : 0;
-    QStringList result;
-    for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream)
-        result.append(QFile::symLinkTarget(QStringLiteral("/proc/%1/fd/%2").arg(m_pid).arg(stream)));
-    return result;
-}
-
-void ProgramStartTest::cleanup()
-{
-    if (m_pid <= 0)
-        return;
-    StandIns::kill(m_pid);
-    ::waitpid(std::exchange(m_pid, 0), nullptr, 0);
-}
-
-void ProgramStartTest::outputThatIsClosedGoesNowhere_data()
-{
-    QTest::addColumn<int>("output");
-    QTest::newRow("output") << STDOUT_FILENO;
-    QTest::newRow("errors") << STDERR_FILENO;
-}
-
-void ProgramStartTest::outputThatIsClosedGoesNowhere()
-{
-    QFETCH(const int, output);
-    QStringList streams;
-    {
-        const ChangedOutput changed(output);
-        ::close(output);
-        streams = streamsOfStarted();
-    }
-    QCOMPARE(streams[output], QStringLiteral("/dev/null"));
-}
-
-void ProgramStartTest::outputThatIsToBeClosedGoesNowhere()
-{
-    // What a program without outputs opens gets their numbers.
-    QFETCH(const int, output);
-    QStringList streams;
-    {
-        const ChangedOutput changed(output);
-        const int file = ::open(QFile::encodeName(m_standIns.path(QStringLiteral("file"))).constData(),
-            O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-        ::dup3(file, output, O_CLOEXEC);
-        ::close(file);
-        streams = streamsOfStarted();
-    }
-    QCOMPARE(streams[output], QStringLiteral("/dev/null"));
-}
-
-void ProgramStartTest::inputThatIsClosedIsEmpty()
-{
-    QStringList streams;
-    {
-        const ChangedOutput changed(STDIN_FILENO);
-        ::close(STDIN_FILENO);
-        streams = streamsOfStarted();
-    }
-    QCOMPARE(streams[STDIN_FILENO], QStringLiteral("/dev/null"));
-}
-
-void ProgramStartTest::nothingElseOfOursIsOpenInTheProgram()
-{
-    // Libraries open files too, and not all of them say that their children are not to have them.
-    const int ours = ::open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open)
-    QVERIFY(ours > STDERR_FILENO);
-    const int moved = ::dup2(ours, 200); // beyond what is closed one by one
-    streamsOfStarted();
-    ::close(moved);
-    ::close(ours);
-    QStringList open = QDir(QStringLiteral("/proc/%1/fd").arg(m_pid))
-                           .entryList(QDir::Files | QDir::System | QDir::Dirs | QDir::NoDotAndDotDot);
-    open.sort();
-    QCOMPARE(open, (QStringList { QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2") }));
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, ProgramStartTest)
 #include "ProgramStartTest.moc"

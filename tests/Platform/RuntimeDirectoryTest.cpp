@@ -16,212 +16,191 @@ class RuntimeDirectoryTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void directoryIsMadeForUsAlone();
-    void modeDoesNotDependOnTheUmask();
-    void existingDirectoryIsTaken();
-    void emptyOrRelativeRootIsRefused();
-    void absentRootIsRefused();
-    void fileAsRootIsRefused();
-    void rootThatOthersMayEnterIsRefused_data();
-    void rootThatOthersMayEnterIsRefused();
-    void rootOfAnotherUserIsRefused();
-    void linkedRootIsRefused_data();
-    void linkedRootIsRefused();
-    void linkInPlaceOfTheDirectoryIsRefused();
-    void directoryThatOthersMayEnterIsRefused();
-    void subdirectoryIsCheckedLikewise();
-    void refusalLeavesNothingBehind();
-    void reasonCannotForgeALogLine();
-    void descriptorsAreNotInherited();
-    void sharedDirectoryIsTheEnvironmentsOne();
+    void init()
+    {
+        m_place = std::make_unique<QTemporaryDir>();
+        m_root = m_place->filePath(QStringLiteral("run"));
+        QCOMPARE(::mkdir(rootName().constData(), 0700), 0);
+    }
+
+    void directoryIsMadeForUsAlone()
+    {
+        const auto directory = RuntimeDirectory::open(m_root);
+        QVERIFY2(directory, qPrintable(directory.failureText()));
+        QCOMPARE(directory->path(), m_root + QStringLiteral("/kestrum"));
+        QCOMPARE(modeOf(directory->path()), mode_t(0700));
+        struct stat byPath { };
+        struct stat byDescriptor { };
+        QCOMPARE(::stat(QFile::encodeName(directory->path()).constData(), &byPath), 0);
+        QCOMPARE(::fstat(directory->descriptor(), &byDescriptor), 0);
+        QCOMPARE(byDescriptor.st_ino, byPath.st_ino);
+    }
+
+    void modeDoesNotDependOnTheUmask()
+    {
+        const mode_t saved = ::umask(0);
+        const auto directory = RuntimeDirectory::open(m_root);
+        const auto sub = directory->openSubdirectory("sub");
+        ::umask(saved);
+        QVERIFY(sub);
+        QCOMPARE(modeOf(directory->path()), mode_t(0700));
+        QCOMPARE(modeOf(directory->path() + QStringLiteral("/sub")), mode_t(0700));
+    }
+
+    void existingDirectoryIsTaken()
+    {
+        QVERIFY(RuntimeDirectory::open(m_root));
+        QFile file(m_root + QStringLiteral("/kestrum/kept"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(RuntimeDirectory::open(m_root + QStringLiteral("/.//")));
+        QVERIFY(file.exists());
+    }
+
+    void emptyOrRelativeRootIsRefused()
+    {
+        QVERIFY(!RuntimeDirectory::open(QString()));
+        QVERIFY(QDir::setCurrent(m_place->path()));
+        const auto relative = RuntimeDirectory::open(QStringLiteral("run"));
+        QVERIFY(QDir::setCurrent(QStringLiteral("/")));
+        QVERIFY(!relative);
+        QVERIFY(relative.failureText().contains(QStringLiteral("absolute")));
+    }
+
+    void absentRootIsRefused()
+    {
+        const QString absent = m_place->filePath(QStringLiteral("absent"));
+        QVERIFY(!RuntimeDirectory::open(absent));
+        QVERIFY(!QFile::exists(absent));
+    }
+
+    void fileAsRootIsRefused()
+    {
+        QFile file(m_place->filePath(QStringLiteral("file")));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(!RuntimeDirectory::open(file.fileName()));
+    }
+
+    void rootThatOthersMayEnterIsRefused_data()
+    {
+        QTest::addColumn<int>("mode");
+        for (const int mode : { 0710, 0701, 0770, 0755, 0750, 0702, 0777, 01777 })
+            QTest::addRow("%o", unsigned(mode)) << mode;
+    }
+
+    void rootThatOthersMayEnterIsRefused()
+    {
+        QFETCH(const int, mode);
+        QCOMPARE(::chmod(rootName().constData(), mode_t(mode)), 0);
+        const auto directory = RuntimeDirectory::open(m_root);
+        QVERIFY(!directory);
+        QVERIFY(directory.failureText().contains(QString::number(mode, 8)));
+    }
+
+    void rootOfAnotherUserIsRefused()
+    {
+        if (::geteuid() == 0) {
+            QCOMPARE(::chown(rootName().constData(), 65534, 65534), 0);
+            const auto directory = RuntimeDirectory::open(m_root);
+            QVERIFY(!directory);
+            QVERIFY(directory.failureText().contains(QStringLiteral("another user")));
+        } else {
+            QVERIFY(!RuntimeDirectory::open(QStringLiteral("/root")));
+        }
+    }
+
+    void linkedRootIsRefused_data()
+    {
+        QTest::addColumn<QString>("tail");
+        QTest::newRow("as it is") << QString();
+        QTest::newRow("with a final slash") << QStringLiteral("/");
+        QTest::newRow("with a final dot") << QStringLiteral("/.");
+    }
+
+    void linkedRootIsRefused()
+    {
+        QFETCH(const QString, tail);
+        const QString link = m_place->filePath(QStringLiteral("link"));
+        QVERIFY(QFile::link(m_root, link));
+        QVERIFY(!RuntimeDirectory::open(link + tail));
+        QVERIFY(!QFile::exists(m_root + QStringLiteral("/kestrum")));
+    }
+
+    void linkInPlaceOfTheDirectoryIsRefused()
+    {
+        const QString elsewhere = m_place->filePath(QStringLiteral("elsewhere"));
+        QCOMPARE(::mkdir(QFile::encodeName(elsewhere).constData(), 0700), 0);
+        QVERIFY(QFile::link(elsewhere, m_root + QStringLiteral("/kestrum")));
+        QVERIFY(!RuntimeDirectory::open(m_root));
+    }
+
+    void directoryThatOthersMayEnterIsRefused()
+    {
+        QVERIFY(RuntimeDirectory::open(m_root));
+        QCOMPARE(::chmod(QFile::encodeName(m_root + QStringLiteral("/kestrum")).constData(), 0711), 0);
+        const auto directory = RuntimeDirectory::open(m_root);
+        QVERIFY(!directory);
+    }
+
+    void subdirectoryIsCheckedLikewise()
+    {
+        const auto directory = RuntimeDirectory::open(m_root);
+        QVERIFY(directory->openSubdirectory("made"));
+        QCOMPARE(modeOf(directory->path() + QStringLiteral("/made")), mode_t(0700));
+
+        QCOMPARE(::mkdirat(directory->descriptor(), "open", 0700), 0);
+        QCOMPARE(::fchmodat(directory->descriptor(), "open", 0755, 0), 0);
+        QVERIFY(!directory->openSubdirectory("open"));
+        QCOMPARE(::symlinkat("made", directory->descriptor(), "linked"), 0);
+        QVERIFY(!directory->openSubdirectory("linked"));
+        QCOMPARE(::mkfifoat(directory->descriptor(), "fifo", 0600), 0);
+        QVERIFY(!directory->openSubdirectory("fifo"));
+    }
+
+    void refusalLeavesNothingBehind()
+    {
+        QCOMPARE(::chmod(rootName().constData(), 0755), 0);
+        const int before = ::dup(STDIN_FILENO);
+        ::close(before);
+        QVERIFY(!RuntimeDirectory::open(m_root));
+        const int after = ::dup(STDIN_FILENO);
+        ::close(after);
+        QCOMPARE(after, before);
+        QVERIFY(!QFile::exists(m_root + QStringLiteral("/kestrum")));
+    }
+
+    void reasonCannotForgeALogLine()
+    {
+        QVERIFY(!RuntimeDirectory::open(QStringLiteral("/no\nwhere")).failureText().contains(u'\n'));
+        QVERIFY(!RuntimeDirectory::open(QStringLiteral("no\nwhere")).failureText().contains(u'\n'));
+    }
+
+    void descriptorsAreNotInherited()
+    {
+        const auto directory = RuntimeDirectory::open(m_root);
+        const auto sub = directory->openSubdirectory("sub");
+        for (const int descriptor : { directory->descriptor(), directory->rootDescriptor(), sub->get() })
+            QCOMPARE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+    }
+
+    void sharedDirectoryIsTheEnvironmentsOne()
+    {
+        QVERIFY(RuntimeDirectory::shared());
+        QCOMPARE(RuntimeDirectory::shared()->rootPath(), TestHome::runtimeDirectory());
+        QCOMPARE(&RuntimeDirectory::shared(), &RuntimeDirectory::shared());
+    }
 
 private:
     QByteArray rootName() const { return QFile::encodeName(m_root); }
-    static mode_t modeOf(const QString& path);
+
+    static mode_t modeOf(const QString& path)
+    {
+        struct stat state { };
+        return ::lstat(QFile::encodeName(path).constData(), &state) == 0 ? state.st_mode & 07777 : 0;
+    }
 
     std::unique_ptr<QTemporaryDir> m_place;
     QString m_root;
 };
-
-void RuntimeDirectoryTest::init()
-{
-    m_place = std::make_unique<QTemporaryDir>();
-    m_root = m_place->filePath(QStringLiteral("run"));
-    QCOMPARE(::mkdir(rootName().constData(), 0700), 0);
-}
-
-mode_t RuntimeDirectoryTest::modeOf(const QString& path)
-{
-    struct stat state { };
-    return ::lstat(QFile::encodeName(path).constData(), &state) == 0 ? state.st_mode & 07777 : 0;
-}
-
-void RuntimeDirectoryTest::directoryIsMadeForUsAlone()
-{
-    const auto directory = RuntimeDirectory::open(m_root);
-    QVERIFY2(directory, qPrintable(directory.failureText()));
-    QCOMPARE(directory->path(), m_root + QStringLiteral("/kestrum"));
-    QCOMPARE(modeOf(directory->path()), mode_t(0700));
-    struct stat byPath { };
-    struct stat byDescriptor { };
-    QCOMPARE(::stat(QFile::encodeName(directory->path()).constData(), &byPath), 0);
-    QCOMPARE(::fstat(directory->descriptor(), &byDescriptor), 0);
-    QCOMPARE(byDescriptor.st_ino, byPath.st_ino);
-}
-
-void RuntimeDirectoryTest::modeDoesNotDependOnTheUmask()
-{
-    const mode_t saved = ::umask(0);
-    const auto directory = RuntimeDirectory::open(m_root);
-    const auto sub = directory->openSubdirectory("sub");
-    ::umask(saved);
-    QVERIFY(sub);
-    QCOMPARE(modeOf(directory->path()), mode_t(0700));
-    QCOMPARE(modeOf(directory->path() + QStringLiteral("/sub")), mode_t(0700));
-}
-
-void RuntimeDirectoryTest::existingDirectoryIsTaken()
-{
-    QVERIFY(RuntimeDirectory::open(m_root));
-    QFile file(m_root + QStringLiteral("/kestrum/kept"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(RuntimeDirectory::open(m_root + QStringLiteral("/.//")));
-    QVERIFY(file.exists());
-}
-
-void RuntimeDirectoryTest::emptyOrRelativeRootIsRefused()
-{
-    QVERIFY(!RuntimeDirectory::open(QString()));
-    QVERIFY(QDir::setCurrent(m_place->path()));
-    const auto relative = RuntimeDirectory::open(QStringLiteral("run"));
-    QVERIFY(QDir::setCurrent(QStringLiteral("/")));
-    QVERIFY(!relative);
-    QVERIFY(relative.failureText().contains(QStringLiteral("absolute")));
-}
-
-void RuntimeDirectoryTest::absentRootIsRefused()
-{
-    const QString absent = m_place->filePath(QStringLiteral("absent"));
-    QVERIFY(!RuntimeDirectory::open(absent));
-    QVERIFY(!QFile::exists(absent));
-}
-
-void RuntimeDirectoryTest::fileAsRootIsRefused()
-{
-    QFile file(m_place->filePath(QStringLiteral("file")));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QVERIFY(!RuntimeDirectory::open(file.fileName()));
-}
-
-void RuntimeDirectoryTest::rootThatOthersMayEnterIsRefused_data()
-{
-    QTest::addColumn<int>("mode");
-    for (const int mode : { 0710, 0701, 0770, 0755, 0750, 0702, 0777, 01777 })
-        QTest::addRow("%o", unsigned(mode)) << mode;
-}
-
-void RuntimeDirectoryTest::rootThatOthersMayEnterIsRefused()
-{
-    QFETCH(const int, mode);
-    QCOMPARE(::chmod(rootName().constData(), mode_t(mode)), 0);
-    const auto directory = RuntimeDirectory::open(m_root);
-    QVERIFY(!directory);
-    QVERIFY(directory.failureText().contains(QString::number(mode, 8)));
-}
-
-void RuntimeDirectoryTest::rootOfAnotherUserIsRefused()
-{
-    if (::geteuid() == 0) {
-        QCOMPARE(::chown(rootName().constData(), 65534, 65534), 0);
-        const auto directory = RuntimeDirectory::open(m_root);
-        QVERIFY(!directory);
-        QVERIFY(directory.failureText().contains(QStringLiteral("another user")));
-    } else {
-        QVERIFY(!RuntimeDirectory::open(QStringLiteral("/root")));
-    }
-}
-
-void RuntimeDirectoryTest::linkedRootIsRefused_data()
-{
-    QTest::addColumn<QString>("tail");
-    QTest::newRow("as it is") << QString();
-    QTest::newRow("with a final slash") << QStringLiteral("/");
-    QTest::newRow("with a final dot") << QStringLiteral("/.");
-}
-
-void RuntimeDirectoryTest::linkedRootIsRefused()
-{
-    QFETCH(const QString, tail);
-    const QString link = m_place->filePath(QStringLiteral("link"));
-    QVERIFY(QFile::link(m_root, link));
-    QVERIFY(!RuntimeDirectory::open(link + tail));
-    QVERIFY(!QFile::exists(m_root + QStringLiteral("/kestrum")));
-}
-
-void RuntimeDirectoryTest::linkInPlaceOfTheDirectoryIsRefused()
-{
-    const QString elsewhere = m_place->filePath(QStringLiteral("elsewhere"));
-    QCOMPARE(::mkdir(QFile::encodeName(elsewhere).constData(), 0700), 0);
-    QVERIFY(QFile::link(elsewhere, m_root + QStringLiteral("/kestrum")));
-    QVERIFY(!RuntimeDirectory::open(m_root));
-}
-
-void RuntimeDirectoryTest::directoryThatOthersMayEnterIsRefused()
-{
-    QVERIFY(RuntimeDirectory::open(m_root));
-    QCOMPARE(::chmod(QFile::encodeName(m_root + QStringLiteral("/kestrum")).constData(), 0711), 0);
-    const auto directory = RuntimeDirectory::open(m_root);
-    QVERIFY(!directory);
-}
-
-void RuntimeDirectoryTest::subdirectoryIsCheckedLikewise()
-{
-    const auto directory = RuntimeDirectory::open(m_root);
-    QVERIFY(directory->openSubdirectory("made"));
-    QCOMPARE(modeOf(directory->path() + QStringLiteral("/made")), mode_t(0700));
-
-    QCOMPARE(::mkdirat(directory->descriptor(), "open", 0700), 0);
-    QCOMPARE(::fchmodat(directory->descriptor(), "open", 0755, 0), 0);
-    QVERIFY(!directory->openSubdirectory("open"));
-    QCOMPARE(::symlinkat("made", directory->descriptor(), "linked"), 0);
-    QVERIFY(!directory->openSubdirectory("linked"));
-    QCOMPARE(::mkfifoat(directory->descriptor(), "fifo", 0600), 0);
-    QVERIFY(!directory->openSubdirectory("fifo"));
-}
-
-void RuntimeDirectoryTest::refusalLeavesNothingBehind()
-{
-    QCOMPARE(::chmod(rootName().constData(), 0755), 0);
-    const int before = ::dup(STDIN_FILENO);
-    ::close(before);
-    QVERIFY(!RuntimeDirectory::open(m_root));
-    const int after = ::dup(STDIN_FILENO);
-    ::close(after);
-    QCOMPARE(after, before);
-    QVERIFY(!QFile::exists(m_root + QStringLiteral("/kestrum")));
-}
-
-void RuntimeDirectoryTest::reasonCannotForgeALogLine()
-{
-    QVERIFY(!RuntimeDirectory::open(QStringLiteral("/no\nwhere")).failureText().contains(u'\n'));
-    QVERIFY(!RuntimeDirectory::open(QStringLiteral("no\nwhere")).failureText().contains(u'\n'));
-}
-
-void RuntimeDirectoryTest::descriptorsAreNotInherited()
-{
-    const auto directory = RuntimeDirectory::open(m_root);
-    const auto sub = directory->openSubdirectory("sub");
-    for (const int descriptor : { directory->descriptor(), directory->rootDescriptor(), sub->get() })
-        QCOMPARE(::fcntl(descriptor, F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
-}
-
-void RuntimeDirectoryTest::sharedDirectoryIsTheEnvironmentsOne()
-{
-    QVERIFY(RuntimeDirectory::shared());
-    QCOMPARE(RuntimeDirectory::shared()->rootPath(), TestHome::runtimeDirectory());
-    QCOMPARE(&RuntimeDirectory::shared(), &RuntimeDirectory::shared());
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, RuntimeDirectoryTest)
 #include "RuntimeDirectoryTest.moc"

@@ -16,117 +16,111 @@ class SettingsFileLinkTest : public QObject, SettingsFolder {
 
 private Q_SLOTS:
     void init() { makeFolder(); }
-    void linkIsKeptAndItsTargetReplaced();
-    void danglingLinkGetsItsTarget();
-    void linkInACircleIsRefused();
-    void linkChainNamesEveryLink();
-    void linksToOneFileHaveOneLock();
-    void linkThatIsRetargetedMeanwhileIsFollowed();
+
+    void linkIsKeptAndItsTargetReplaced()
+    {
+        QVERIFY(QDir().mkpath(path("dotfiles/kestrum")));
+        write(path("dotfiles/kestrum/real.json"), "{\"b\": 2}");
+        QVERIFY(QFile::link(QStringLiteral("dotfiles/link.json"), path()));
+        QVERIFY(QFile::link(path("dotfiles/kestrum/real.json"), path("dotfiles/link.json")));
+        const SettingsFile file(path());
+        QCOMPARE(file.targetPath(), path("dotfiles/kestrum/real.json"));
+        QVERIFY(file.save(someChange));
+        QVERIFY(QFileInfo(path()).isSymLink());
+        QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
+        QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
+        QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read()->values.size(), 2);
+        QVERIFY(
+            QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers of the file find it
+        QVERIFY(!QFile::exists(path("suite.json.lock")));
+    }
+
+    void danglingLinkGetsItsTarget()
+    {
+        QVERIFY(QDir().mkpath(path("elsewhere")));
+        QVERIFY(QFile::link(QStringLiteral("elsewhere/new.json"), path()));
+        const SettingsFile file(path());
+        QCOMPARE(file.read().failureText(), QString());
+        QCOMPARE(file.read()->identity.size, off_t(-1));
+        QVERIFY(file.save(someChange));
+        QVERIFY(QFileInfo(path()).isSymLink());
+        QCOMPARE(SettingsFile(path("elsewhere/new.json")).read()->values, someChange.values);
+
+        // A folder that is not there (not mounted?) is not made, and the reason is told.
+        QVERIFY(QFile::remove(path()));
+        QVERIFY(QFile::link(path("missing/new.json"), path()));
+        const auto saved = file.save(someChange);
+        QVERIFY(!saved);
+        QVERIFY2(saved.failureText().contains(QStringLiteral("No such file")),
+            qUtf8Printable(saved.failureText()));
+        QVERIFY(!QFile::exists(path("missing")));
+    }
+
+    void linkInACircleIsRefused()
+    {
+        QVERIFY(QFile::link(path("other.json"), path()));
+        QVERIFY(QFile::link(path(), path("other.json")));
+        QVERIFY(!SettingsFile(path()).read().failureText().isEmpty());
+        const auto saved = SettingsFile(path()).save(someChange);
+        QVERIFY(!saved);
+        QVERIFY(QFileInfo(path()).isSymLink());
+    }
+
+    void linkChainNamesEveryLink()
+    {
+        QVERIFY(QFile::link(QStringLiteral("one.json"), path()));
+        QVERIFY(QFile::link(path("two/real.json"), path("one.json")));
+        QCOMPARE(SettingsFile(path()).linkChain(),
+            (QStringList { path(), path("one.json"), path("two/real.json") }));
+    }
+
+    void linksToOneFileHaveOneLock()
+    {
+        write(path("one.json"), "{}");
+        QVERIFY(QFile::link(path("one.json"), path()));
+        QByteArray before;
+        const auto saved = savedBeside([&] { before = contentOf(path("one.json")); });
+        QCOMPARE(before, QByteArray("{}"));
+        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
+        QCOMPARE(SettingsFile(path("one.json")).read()->values, someChange.values);
+    }
+
+    void linkThatIsRetargetedMeanwhileIsFollowed()
+    {
+        write(path("one.json"), "{}");
+        write(path("two.json"), "{}");
+        QVERIFY(QFile::link(path("one.json"), path()));
+        const auto saved = savedBeside([&] {
+            QVERIFY(QFile::link(path("two.json"), path("new")));
+            QCOMPARE(
+                ::rename(QFile::encodeName(path("new")).constData(), QFile::encodeName(path()).constData()),
+                0);
+        });
+        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
+        QCOMPARE(contentOf(path("one.json")), QByteArray("{}"));
+        QCOMPARE(SettingsFile(path("two.json")).read()->values, someChange.values);
+        QVERIFY(QFile::exists(path("two.json.lock")));
+    }
 
 private:
     /// Saves by a link while somebody holds the lock beside "one.json", during which `meanwhile` is done.
-    SettingsFile::Saved savedBeside(const std::function<void()>& meanwhile);
+    SettingsFile::Saved savedBeside(const std::function<void()>& meanwhile)
+    {
+        const int holder = ::open(
+            QFile::encodeName(path("one.json.lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+        ::flock(holder, LOCK_EX);
+        SettingsFile::Saved saved = Failure();
+        const std::unique_ptr<QThread> writer(
+            QThread::create([&] { saved = SettingsFile(path()).save(someChange); }));
+        writer->start();
+        QTest::qSleep(100);
+        meanwhile();
+        ::close(holder);
+        if (!writer->wait(5000))
+            qFatal("the save goes on");
+        return saved;
+    }
 };
-
-void SettingsFileLinkTest::linkIsKeptAndItsTargetReplaced()
-{
-    QVERIFY(QDir().mkpath(path("dotfiles/kestrum")));
-    write(path("dotfiles/kestrum/real.json"), "{\"b\": 2}");
-    QVERIFY(QFile::link(QStringLiteral("dotfiles/link.json"), path()));
-    QVERIFY(QFile::link(path("dotfiles/kestrum/real.json"), path("dotfiles/link.json")));
-    const SettingsFile file(path());
-    QCOMPARE(file.targetPath(), path("dotfiles/kestrum/real.json"));
-    QVERIFY(file.save(someChange));
-    QVERIFY(QFileInfo(path()).isSymLink());
-    QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
-    QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
-    QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read()->values.size(), 2);
-    QVERIFY(QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers of the file find it
-    QVERIFY(!QFile::exists(path("suite.json.lock")));
-}
-
-void SettingsFileLinkTest::danglingLinkGetsItsTarget()
-{
-    QVERIFY(QDir().mkpath(path("elsewhere")));
-    QVERIFY(QFile::link(QStringLiteral("elsewhere/new.json"), path()));
-    const SettingsFile file(path());
-    QCOMPARE(file.read().failureText(), QString());
-    QCOMPARE(file.read()->identity.size, off_t(-1));
-    QVERIFY(file.save(someChange));
-    QVERIFY(QFileInfo(path()).isSymLink());
-    QCOMPARE(SettingsFile(path("elsewhere/new.json")).read()->values, someChange.values);
-
-    // A folder that is not there (not mounted?) is not made, and the reason is told.
-    QVERIFY(QFile::remove(path()));
-    QVERIFY(QFile::link(path("missing/new.json"), path()));
-    const auto saved = file.save(someChange);
-    QVERIFY(!saved);
-    QVERIFY2(
-        saved.failureText().contains(QStringLiteral("No such file")), qUtf8Printable(saved.failureText()));
-    QVERIFY(!QFile::exists(path("missing")));
-}
-
-void SettingsFileLinkTest::linkInACircleIsRefused()
-{
-    QVERIFY(QFile::link(path("other.json"), path()));
-    QVERIFY(QFile::link(path(), path("other.json")));
-    QVERIFY(!SettingsFile(path()).read().failureText().isEmpty());
-    const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY(!saved);
-    QVERIFY(QFileInfo(path()).isSymLink());
-}
-
-void SettingsFileLinkTest::linkChainNamesEveryLink()
-{
-    QVERIFY(QFile::link(QStringLiteral("one.json"), path()));
-    QVERIFY(QFile::link(path("two/real.json"), path("one.json")));
-    QCOMPARE(
-        SettingsFile(path()).linkChain(), (QStringList { path(), path("one.json"), path("two/real.json") }));
-}
-
-SettingsFile::Saved SettingsFileLinkTest::savedBeside(const std::function<void()>& meanwhile)
-{
-    const int holder
-        = ::open(QFile::encodeName(path("one.json.lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    ::flock(holder, LOCK_EX);
-    SettingsFile::Saved saved = Failure();
-    const std::unique_ptr<QThread> writer(
-        QThread::create([&] { saved = SettingsFile(path()).save(someChange); }));
-    writer->start();
-    QTest::qSleep(100);
-    meanwhile();
-    ::close(holder);
-    if (!writer->wait(5000))
-        qFatal("the save goes on");
-    return saved;
-}
-
-void SettingsFileLinkTest::linksToOneFileHaveOneLock()
-{
-    write(path("one.json"), "{}");
-    QVERIFY(QFile::link(path("one.json"), path()));
-    QByteArray before;
-    const auto saved = savedBeside([&] { before = contentOf(path("one.json")); });
-    QCOMPARE(before, QByteArray("{}"));
-    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
-    QCOMPARE(SettingsFile(path("one.json")).read()->values, someChange.values);
-}
-
-void SettingsFileLinkTest::linkThatIsRetargetedMeanwhileIsFollowed()
-{
-    write(path("one.json"), "{}");
-    write(path("two.json"), "{}");
-    QVERIFY(QFile::link(path("one.json"), path()));
-    const auto saved = savedBeside([&] {
-        QVERIFY(QFile::link(path("two.json"), path("new")));
-        QCOMPARE(
-            ::rename(QFile::encodeName(path("new")).constData(), QFile::encodeName(path()).constData()), 0);
-    });
-    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
-    QCOMPARE(contentOf(path("one.json")), QByteArray("{}"));
-    QCOMPARE(SettingsFile(path("two.json")).read()->values, someChange.values);
-    QVERIFY(QFile::exists(path("two.json.lock")));
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, SettingsFileLinkTest)
 #include "SettingsFileLinkTest.moc"

@@ -14,245 +14,232 @@ class SettingsFileTest : public QObject, SettingsFolder {
 
 private Q_SLOTS:
     void init() { makeFolder(); }
-    void firstSaveMakesPrivateDirectoriesAndFile();
-    void saveKeepsWhatItDoesNotChange();
-    void valuesOfOthersKeepTheirText_data();
-    void valuesOfOthersKeepTheirText();
-    void saveOfEqualValuesTouchesNothing();
-    void removedKeysAreGone();
-    void everySaveHasAnIdentityOfItsOwn();
-    void savedIdentityIsTheOneOnDisk();
-    void modeIsKept();
-    void groupIsKept();
-    void damagedFileIsCopiedBeforeItIsWrittenOver();
-    void identicalDamagedCopyIsNotMadeAgain();
-    void readingADamagedFileChangesNothing();
-    void blankFileIsAnEmptyDomain();
-    void leftoversAreSweptAfterAnHour();
-};
 
-void SettingsFileTest::firstSaveMakesPrivateDirectoriesAndFile()
-{
-    const SettingsFile file(path("deep/er/suite.json"));
-    QCOMPARE(file.read()->identity.size, off_t(-1));
-    QCOMPARE(file.read().failureText(), QString());
-    const mode_t mask = ::umask(0);
-    const auto saved = file.save(someChange);
-    ::umask(mask);
-    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
-    QVERIFY(saved.changed);
-    QCOMPARE(contentOf(file.path()), QByteArray("{\n    \"a\": 1\n}\n"));
-    QCOMPARE(stateOf(path("deep")).st_mode, mode_t(S_IFDIR | 0700));
-    QCOMPARE(stateOf(path("deep/er")).st_mode, mode_t(S_IFDIR | 0700));
-    QCOMPARE(stateOf(file.path()).st_mode, mode_t(S_IFREG | 0600));
-    QCOMPARE(stateOf(path("deep/er/suite.json.lock")).st_mode, mode_t(S_IFREG | 0600));
-    QCOMPARE(QDir(path("deep/er")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-        (QStringList { QStringLiteral("suite.json"), QStringLiteral("suite.json.lock") }));
-}
-
-void SettingsFileTest::saveKeepsWhatItDoesNotChange()
-{
-    write(path(), "{\"unknown\": [1, {\"x\": null}], \"real\": 0.5, \"whole\": 12345678901, \"a\": \"old\"}");
-    QVERIFY(SettingsFile(path()).save(someChange));
-    QCOMPARE(contentOf(path()),
-        QByteArray("{\n    \"a\": 1,\n    \"real\": 0.5,\n    \"unknown\": [1, {\"x\": null}],\n    "
-                   "\"whole\": 12345678901\n}\n"));
-}
-
-void SettingsFileTest::valuesOfOthersKeepTheirText_data()
-{
-    QTest::addColumn<QByteArray>("before");
-    QTest::addColumn<QByteArray>("after");
-    const auto row = [](const char* name, const QByteArray& before, const QByteArray& after) {
-        QTest::newRow(name) << before << after;
-    };
-    row("number beyond a double", "{\"n\": 12345678901234567890}",
-        "{\n    \"a\": 1,\n    \"n\": 12345678901234567890\n}\n");
-    row("long decimal", "{\"n\":3.14159265358979323846264338327950288, \"m\": -0.10e+02}",
-        "{\n    \"a\": 1,\n    \"m\": -0.10e+02,\n    \"n\": 3.14159265358979323846264338327950288\n}\n");
-    row("inside a list", "{\"n\": [ 18446744073709551615,\n1.10 ]}",
-        "{\n    \"a\": 1,\n    \"n\": [ 18446744073709551615,\n1.10 ]\n}\n");
-    row("escapes", R"({"\u00fc \/" : "\u00fc\/\ud800", "empty" : {} })",
-        "{\n    \"a\": 1,\n    \"empty\": {},\n    \"\\u00fc \\/\": \"\\u00fc\\/\\ud800\"\n}\n");
-    row("byte order mark", "\xEF\xBB\xBF{\"n\": 1.0}", "\xEF\xBB\xBF{\n    \"a\": 1,\n    \"n\": 1.0\n}\n");
-    row("byte order mark alone", "\xEF\xBB\xBF", "\xEF\xBB\xBF{\n    \"a\": 1\n}\n");
-    row("the changed key itself", "{\"a\": 12345678901234567890, \"n\": 1.50}",
-        "{\n    \"a\": 1,\n    \"n\": 1.50\n}\n");
-    row("of a key that stands twice the last", "{\"n\": 1.0, \"n\": 2.0, \"a\": 3, \"a\": 4}",
-        "{\n    \"a\": 1,\n    \"n\": 2.0\n}\n");
-    row("what is salvaged", "{\"n\": 12345678901234567890, \"bad\": NaN, \"m\": 1.0}",
-        "{\n    \"a\": 1,\n    \"m\": 1.0,\n    \"n\": 12345678901234567890\n}\n");
-    row("line end in a text", "{\"n\": \"x\ny\", \"m\": 1.0}", "");
-}
-
-void SettingsFileTest::valuesOfOthersKeepTheirText()
-{
-    QFETCH(const QByteArray, before);
-    QFETCH(const QByteArray, after);
-    write(path(), before);
-    const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
-    if (!after.isEmpty())
-        QCOMPARE(contentOf(path()), after);
-    QCOMPARE(SettingsFile(path()).read()->values, saved->values);
-}
-
-void SettingsFileTest::saveOfEqualValuesTouchesNothing()
-{
-    write(path(), "{\"a\": 1}"); // not laid out as we do: must stay as it is
-    const auto before = SettingsFile(path()).identity();
-    const auto saved
-        = SettingsFile(path()).save({ { { QStringLiteral("a"), 1 } }, { QStringLiteral("absent") } });
-    QVERIFY(saved);
-    QVERIFY(!saved.changed);
-    QVERIFY(SettingsFile(path()).identity() == before);
-    QVERIFY(saved->identity == before);
-}
-
-void SettingsFileTest::removedKeysAreGone()
-{
-    write(path(), "{\"a\": 1, \"b\": 2}");
-    const auto saved = SettingsFile(path()).save({ {}, { QStringLiteral("a") } });
-    QVERIFY(saved && saved.changed);
-    QCOMPARE(saved->values, (QJsonObject { { QStringLiteral("b"), 2 } }));
-    QCOMPARE(SettingsFile(path()).read()->values, saved->values);
-}
-
-void SettingsFileTest::everySaveHasAnIdentityOfItsOwn()
-{
-    // Equal sizes, many within one tick of the kernel's clock, and inodes that come back.
-    const SettingsFile file(path());
-    QSet<QByteArray> identities;
-    for (int i = 0; i < 500; ++i) {
-        QVERIFY(file.save({ { { QStringLiteral("a"), 100 + i % 2 } }, {} }));
-        const auto identity = file.identity();
-        // Without the time of change, which the clock's ticks make the same for several saves.
-        identities.insert(
-            QByteArray::number(qulonglong(identity.inode)) + ':' + QByteArray::number(identity.modifiedNs));
+    void firstSaveMakesPrivateDirectoriesAndFile()
+    {
+        const SettingsFile file(path("deep/er/suite.json"));
+        QCOMPARE(file.read()->identity.size, off_t(-1));
+        QCOMPARE(file.read().failureText(), QString());
+        const mode_t mask = ::umask(0);
+        const auto saved = file.save(someChange);
+        ::umask(mask);
+        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
+        QVERIFY(saved.changed);
+        QCOMPARE(contentOf(file.path()), QByteArray("{\n    \"a\": 1\n}\n"));
+        QCOMPARE(stateOf(path("deep")).st_mode, mode_t(S_IFDIR | 0700));
+        QCOMPARE(stateOf(path("deep/er")).st_mode, mode_t(S_IFDIR | 0700));
+        QCOMPARE(stateOf(file.path()).st_mode, mode_t(S_IFREG | 0600));
+        QCOMPARE(stateOf(path("deep/er/suite.json.lock")).st_mode, mode_t(S_IFREG | 0600));
+        QCOMPARE(QDir(path("deep/er")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
+            (QStringList { QStringLiteral("suite.json"), QStringLiteral("suite.json.lock") }));
     }
-    QCOMPARE(identities.size(), 500);
-}
 
-void SettingsFileTest::savedIdentityIsTheOneOnDisk()
-{
-    const SettingsFile file(path());
-    for (int i = 0; i < 20; ++i) {
-        const auto saved = file.save({ { { QStringLiteral("a"), i } }, {} });
-        QVERIFY(saved->identity == file.identity());
-    }
-}
-
-void SettingsFileTest::modeIsKept()
-{
-    for (const mode_t mode : { 0644, 0640, 0600, 0400 }) {
-        write(path(), "{}");
-        QCOMPARE(::chmod(QFile::encodeName(path()).constData(), mode), 0);
+    void saveKeepsWhatItDoesNotChange()
+    {
+        write(path(),
+            "{\"unknown\": [1, {\"x\": null}], \"real\": 0.5, \"whole\": 12345678901, \"a\": \"old\"}");
         QVERIFY(SettingsFile(path()).save(someChange));
-        QCOMPARE(stateOf(path()).st_mode & 07777, mode);
-        QVERIFY(QFile::remove(path()));
+        QCOMPARE(contentOf(path()),
+            QByteArray("{\n    \"a\": 1,\n    \"real\": 0.5,\n    \"unknown\": [1, {\"x\": null}],\n    "
+                       "\"whole\": 12345678901\n}\n"));
     }
-}
 
-void SettingsFileTest::groupIsKept()
-{
-    if (::geteuid() != 0)
-        QSKIP("only root can give a file to a group that it is not in");
-    write(path(), "{}");
-    QCOMPARE(::chown(QFile::encodeName(path()).constData(), uid_t(-1), 12345), 0);
-    QCOMPARE(::chmod(QFile::encodeName(path()).constData(), 0640), 0);
-    QVERIFY(SettingsFile(path()).save(someChange));
-    QCOMPARE(stateOf(path()).st_gid, gid_t(12345));
-    QCOMPARE(stateOf(path()).st_mode & 07777, mode_t(0640));
-
-    // Who may not give the group lets nobody of another group in.
-    QVERIFY(QFile::remove(path("suite.json.lock")));
-    const OrdinaryUser user({ m_directory, path() }, 12345);
-    QVERIFY(SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} }));
-    QVERIFY(stateOf(path()).st_gid != gid_t(12345));
-    QCOMPARE(stateOf(path()).st_mode & 07777, mode_t(0600));
-}
-
-void SettingsFileTest::damagedFileIsCopiedBeforeItIsWrittenOver()
-{
-    const QByteArray damaged("{\"good\": true, \"bad\": NaN}");
-    write(path(), damaged);
-    write(path("suite.json.damaged-1"), "an older one");
-    const auto saved = SettingsFile(path()).save(someChange);
-    QVERIFY2(saved, qUtf8Printable(saved.failureText()));
-    QCOMPARE(contentOf(path("suite.json.damaged-1")), QByteArray("an older one"));
-    QCOMPARE(contentOf(path("suite.json.damaged-2")), damaged);
-    QCOMPARE(stateOf(path("suite.json.damaged-2")).st_mode & 07777, mode_t(0600));
-    QCOMPARE(SettingsFile(path()).read()->values,
-        (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("good"), true } }));
-    QCOMPARE(SettingsFile(path()).read()->damage, QString());
-}
-
-void SettingsFileTest::identicalDamagedCopyIsNotMadeAgain()
-{
-    for (int i = 0; i < 3; ++i) {
-        write(path(), QByteArray(1000, '\0'));
-        QVERIFY(SettingsFile(path()).save(someChange));
-    }
-    QVERIFY(QFile::exists(path("suite.json.damaged-1")));
-    QVERIFY(!QFile::exists(path("suite.json.damaged-2")));
-}
-
-void SettingsFileTest::readingADamagedFileChangesNothing()
-{
-    write(path(), "{\"good\": true, ");
-    const auto before = SettingsFile(path()).identity();
-    const auto content = SettingsFile(path()).read();
-    QVERIFY(!content->damage.isEmpty());
-    QCOMPARE(content->values.size(), 1);
-    // Nor does a save that changes nothing.
-    QVERIFY(SettingsFile(path()).save({ content->values, {} }));
-    QVERIFY(SettingsFile(path()).identity() == before);
-    QVERIFY(!QFile::exists(path("suite.json.damaged-1")));
-}
-
-void SettingsFileTest::blankFileIsAnEmptyDomain()
-{
-    write(path(), "\n");
-    const auto content = SettingsFile(path()).read();
-    QCOMPARE(content->damage, QString());
-    QCOMPARE(content->values.size(), 0);
-    QVERIFY(SettingsFile(path()).save(someChange));
-    QVERIFY(!QFile::exists(path("suite.json.damaged-1")));
-}
-
-void SettingsFileTest::leftoversAreSweptAfterAnHour()
-{
-    QVERIFY(QDir().mkpath(path("elsewhere")));
-    QVERIFY(QFile::link(path("elsewhere/real.json"), path()));
-    QVERIFY(SettingsFile(path()).save(someChange));
-    struct Case {
-        const char* name;
-        int age;
-        bool isSwept;
-    };
-    const Case cases[] = {
-        { ".kestrum-0123456789abcdef.tmp", 3700, true },
-        { "elsewhere/.kestrum-fedcba9876543210.tmp", 3700, true },
-        { ".kestrum-0000000000000001.tmp", 3500, false }, // may be in use
-        { ".kestrum-notes.tmp", 3700, false },            // not ours
-        { ".kestrum-0123456789abcdeX.tmp", 3700, false },
-        { "x.kestrum-0123456789abcdef.tmp", 3700, false },
-        { "suite.json.damaged-1", 3700, false },
-    };
-    for (const Case& entry : cases) {
-        write(path(entry.name), "x");
-        const time_t then = ::time(nullptr) - entry.age;
-        const struct timespec times[] {
-            { then, 0 }, { then, 0 }
+    void valuesOfOthersKeepTheirText_data()
+    {
+        QTest::addColumn<QByteArray>("before");
+        QTest::addColumn<QByteArray>("after");
+        const auto row = [](const char* name, const QByteArray& before, const QByteArray& after) {
+            QTest::newRow(name) << before << after;
         };
-        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path(entry.name)).constData(), times, 0), 0);
+        row("number beyond a double", "{\"n\": 12345678901234567890}",
+            "{\n    \"a\": 1,\n    \"n\": 12345678901234567890\n}\n");
+        row("long decimal", "{\"n\":3.14159265358979323846264338327950288, \"m\": -0.10e+02}",
+            "{\n    \"a\": 1,\n    \"m\": -0.10e+02,\n    \"n\": 3.14159265358979323846264338327950288\n}\n");
+        row("inside a list", "{\"n\": [ 18446744073709551615,\n1.10 ]}",
+            "{\n    \"a\": 1,\n    \"n\": [ 18446744073709551615,\n1.10 ]\n}\n");
+        row("escapes", R"({"\u00fc \/" : "\u00fc\/\ud800", "empty" : {} })",
+            "{\n    \"a\": 1,\n    \"empty\": {},\n    \"\\u00fc \\/\": \"\\u00fc\\/\\ud800\"\n}\n");
+        row("byte order mark", "\xEF\xBB\xBF{\"n\": 1.0}",
+            "\xEF\xBB\xBF{\n    \"a\": 1,\n    \"n\": 1.0\n}\n");
+        row("byte order mark alone", "\xEF\xBB\xBF", "\xEF\xBB\xBF{\n    \"a\": 1\n}\n");
+        row("the changed key itself", "{\"a\": 12345678901234567890, \"n\": 1.50}",
+            "{\n    \"a\": 1,\n    \"n\": 1.50\n}\n");
+        row("of a key that stands twice the last", "{\"n\": 1.0, \"n\": 2.0, \"a\": 3, \"a\": 4}",
+            "{\n    \"a\": 1,\n    \"n\": 2.0\n}\n");
+        row("what is salvaged", "{\"n\": 12345678901234567890, \"bad\": NaN, \"m\": 1.0}",
+            "{\n    \"a\": 1,\n    \"m\": 1.0,\n    \"n\": 12345678901234567890\n}\n");
+        row("line end in a text", "{\"n\": \"x\ny\", \"m\": 1.0}", "");
     }
-    SettingsFile(path()).sweepLeftovers();
-    for (const Case& entry : cases)
-        QVERIFY2(QFile::exists(path(entry.name)) != entry.isSwept, entry.name);
-    QVERIFY(QFile::exists(path()));
-    QVERIFY(QFile::exists(path("elsewhere/real.json.lock")));
-}
+
+    void valuesOfOthersKeepTheirText()
+    {
+        QFETCH(const QByteArray, before);
+        QFETCH(const QByteArray, after);
+        write(path(), before);
+        const auto saved = SettingsFile(path()).save(someChange);
+        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
+        if (!after.isEmpty())
+            QCOMPARE(contentOf(path()), after);
+        QCOMPARE(SettingsFile(path()).read()->values, saved->values);
+    }
+
+    void saveOfEqualValuesTouchesNothing()
+    {
+        write(path(), "{\"a\": 1}"); // not laid out as we do: must stay as it is
+        const auto before = SettingsFile(path()).identity();
+        const auto saved
+            = SettingsFile(path()).save({ { { QStringLiteral("a"), 1 } }, { QStringLiteral("absent") } });
+        QVERIFY(saved);
+        QVERIFY(!saved.changed);
+        QVERIFY(SettingsFile(path()).identity() == before);
+        QVERIFY(saved->identity == before);
+    }
+
+    void removedKeysAreGone()
+    {
+        write(path(), "{\"a\": 1, \"b\": 2}");
+        const auto saved = SettingsFile(path()).save({ {}, { QStringLiteral("a") } });
+        QVERIFY(saved && saved.changed);
+        QCOMPARE(saved->values, (QJsonObject { { QStringLiteral("b"), 2 } }));
+        QCOMPARE(SettingsFile(path()).read()->values, saved->values);
+    }
+
+    void everySaveHasAnIdentityOfItsOwn()
+    {
+        // Equal sizes, many within one tick of the kernel's clock, and inodes that come back.
+        const SettingsFile file(path());
+        QSet<QByteArray> identities;
+        for (int i = 0; i < 500; ++i) {
+            QVERIFY(file.save({ { { QStringLiteral("a"), 100 + i % 2 } }, {} }));
+            const auto identity = file.identity();
+            // Without the time of change, which the clock's ticks make the same for several saves.
+            identities.insert(QByteArray::number(qulonglong(identity.inode)) + ':'
+                + QByteArray::number(identity.modifiedNs));
+        }
+        QCOMPARE(identities.size(), 500);
+    }
+
+    void savedIdentityIsTheOneOnDisk()
+    {
+        const SettingsFile file(path());
+        for (int i = 0; i < 20; ++i) {
+            const auto saved = file.save({ { { QStringLiteral("a"), i } }, {} });
+            QVERIFY(saved->identity == file.identity());
+        }
+    }
+
+    void modeIsKept()
+    {
+        for (const mode_t mode : { 0644, 0640, 0600, 0400 }) {
+            write(path(), "{}");
+            QCOMPARE(::chmod(QFile::encodeName(path()).constData(), mode), 0);
+            QVERIFY(SettingsFile(path()).save(someChange));
+            QCOMPARE(stateOf(path()).st_mode & 07777, mode);
+            QVERIFY(QFile::remove(path()));
+        }
+    }
+
+    void groupIsKept()
+    {
+        if (::geteuid() != 0)
+            QSKIP("only root can give a file to a group that it is not in");
+        write(path(), "{}");
+        QCOMPARE(::chown(QFile::encodeName(path()).constData(), uid_t(-1), 12345), 0);
+        QCOMPARE(::chmod(QFile::encodeName(path()).constData(), 0640), 0);
+        QVERIFY(SettingsFile(path()).save(someChange));
+        QCOMPARE(stateOf(path()).st_gid, gid_t(12345));
+        QCOMPARE(stateOf(path()).st_mode & 07777, mode_t(0640));
+
+        // Who may not give the group lets nobody of another group in.
+        QVERIFY(QFile::remove(path("suite.json.lock")));
+        const OrdinaryUser user({ m_directory, path() }, 12345);
+        QVERIFY(SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} }));
+        QVERIFY(stateOf(path()).st_gid != gid_t(12345));
+        QCOMPARE(stateOf(path()).st_mode & 07777, mode_t(0600));
+    }
+
+    void damagedFileIsCopiedBeforeItIsWrittenOver()
+    {
+        const QByteArray damaged("{\"good\": true, \"bad\": NaN}");
+        write(path(), damaged);
+        write(path("suite.json.damaged-1"), "an older one");
+        const auto saved = SettingsFile(path()).save(someChange);
+        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
+        QCOMPARE(contentOf(path("suite.json.damaged-1")), QByteArray("an older one"));
+        QCOMPARE(contentOf(path("suite.json.damaged-2")), damaged);
+        QCOMPARE(stateOf(path("suite.json.damaged-2")).st_mode & 07777, mode_t(0600));
+        QCOMPARE(SettingsFile(path()).read()->values,
+            (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("good"), true } }));
+        QCOMPARE(SettingsFile(path()).read()->damage, QString());
+    }
+
+    void identicalDamagedCopyIsNotMadeAgain()
+    {
+        for (int i = 0; i < 3; ++i) {
+            write(path(), QByteArray(1000, '\0'));
+            QVERIFY(SettingsFile(path()).save(someChange));
+        }
+        QVERIFY(QFile::exists(path("suite.json.damaged-1")));
+        QVERIFY(!QFile::exists(path("suite.json.damaged-2")));
+    }
+
+    void readingADamagedFileChangesNothing()
+    {
+        write(path(), "{\"good\": true, ");
+        const auto before = SettingsFile(path()).identity();
+        const auto content = SettingsFile(path()).read();
+        QVERIFY(!content->damage.isEmpty());
+        QCOMPARE(content->values.size(), 1);
+        // Nor does a save that changes nothing.
+        QVERIFY(SettingsFile(path()).save({ content->values, {} }));
+        QVERIFY(SettingsFile(path()).identity() == before);
+        QVERIFY(!QFile::exists(path("suite.json.damaged-1")));
+    }
+
+    void blankFileIsAnEmptyDomain()
+    {
+        write(path(), "\n");
+        const auto content = SettingsFile(path()).read();
+        QCOMPARE(content->damage, QString());
+        QCOMPARE(content->values.size(), 0);
+        QVERIFY(SettingsFile(path()).save(someChange));
+        QVERIFY(!QFile::exists(path("suite.json.damaged-1")));
+    }
+
+    void leftoversAreSweptAfterAnHour()
+    {
+        QVERIFY(QDir().mkpath(path("elsewhere")));
+        QVERIFY(QFile::link(path("elsewhere/real.json"), path()));
+        QVERIFY(SettingsFile(path()).save(someChange));
+        struct Case {
+            const char* name;
+            int age;
+            bool isSwept;
+        };
+        const Case cases[] = {
+            { ".kestrum-0123456789abcdef.tmp", 3700, true },
+            { "elsewhere/.kestrum-fedcba9876543210.tmp", 3700, true },
+            { ".kestrum-0000000000000001.tmp", 3500, false }, // may be in use
+            { ".kestrum-notes.tmp", 3700, false },            // not ours
+            { ".kestrum-0123456789abcdeX.tmp", 3700, false },
+            { "x.kestrum-0123456789abcdef.tmp", 3700, false },
+            { "suite.json.damaged-1", 3700, false },
+        };
+        for (const Case& entry : cases) {
+            write(path(entry.name), "x");
+            const time_t then = ::time(nullptr) - entry.age;
+            const struct timespec times[] {
+                { then, 0 }, { then, 0 }
+            };
+            QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path(entry.name)).constData(), times, 0), 0);
+        }
+        SettingsFile(path()).sweepLeftovers();
+        for (const Case& entry : cases)
+            QVERIFY2(QFile::exists(path(entry.name)) != entry.isSwept, entry.name);
+        QVERIFY(QFile::exists(path()));
+        QVERIFY(QFile::exists(path("elsewhere/real.json.lock")));
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, SettingsFileTest)
 #include "SettingsFileTest.moc"

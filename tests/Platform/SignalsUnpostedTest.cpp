@@ -22,15 +22,151 @@ class SignalsUnpostedTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
+    void init()
+    {
+        QTest::qWait(quietTime); // what the test before left under way
+    }
 
-    void aThousandDisturbancesAreNotHeard();
-    void aDirectoryThatComesBackAsItWasIsNotHeard();
-    void aPostIntoADirectoryThatIsAwayIsHeardWhenItComesBack();
-    void aPostByAClockThatWasSetBackIsHeard();
-    void whereTheDirectoryCannotBeMadeNothingIsHeard();
-    void withoutKernelWatchesOnlyPostsAreHeard_data();
-    void withoutKernelWatchesOnlyPostsAreHeard();
+    void aThousandDisturbancesAreNotHeard()
+    {
+        const QByteArray away = besidePath("away");
+        const QByteArray whole = besidePath("kestrum");
+        const std::function<void()> disturbances[] = {
+            [] { ::utimensat(AT_FDCWD, path().constData(), nullptr, 0); },
+            [] { ::chmod(path().constData(), 0755), ::chmod(path().constData(), 0700); },
+            [] { ::chmod(path("/x").constData(), 0400), ::chmod(path("/x").constData(), 0600); },
+            [] { ::unlink(path("/x").constData()); },
+            [] { ::link(path("/y").constData(), path("/z").constData()), ::unlink(path("/z").constData()); },
+            [] { QDir(signalsDirectory()).removeRecursively(); },
+            [&] { ::rename(path().constData(), away.constData()), moveBack(away, path()); },
+            [&] { ::rename(whole.constData(), away.constData()), moveBack(away, whole); },
+            [] { (void)QDir(signalsDirectory()).entryList(); },
+            [] { ::close(::open(path("/y").constData(), O_RDONLY | O_CLOEXEC)); },
+            [] { NotificationCentre::post(QStringLiteral("of no interest")); },
+        };
+        const Ear x(QStringLiteral("x"));
+        const Ear y(QStringLiteral("y"));
+        const Ear never(QStringLiteral("never"));
+        HelperProcess helper({ QStringLiteral("listen"), QStringLiteral("x"), QStringLiteral("never") });
+        QCOMPARE(helper.line(), QByteArray("ready"));
+        int posts = 0;
+        for (int i = 0; i < 1000; ++i) {
+            disturbances[size_t(i) % std::size(disturbances)]();
+            QTest::qWait(i % 3);
+            if (i % 50 != 0)
+                continue;
+            // Now and then there is a post.
+            QTest::qWait(quietTime);
+            QVERIFY2(
+                x.count == posts && y.count == posts && never.count == 0, qPrintable(QString::number(i)));
+            ++posts;
+            NotificationCentre::post(QStringLiteral("x"));
+            NotificationCentre::post(QStringLiteral("y"));
+            QTRY_VERIFY(x.count == posts && y.count == posts);
+            QCOMPARE(helper.line(), QByteArray("heard x"));
+        }
+        QTest::qWait(quietTime);
+        QCOMPARE(x.count, posts);
+        QCOMPARE(y.count, posts);
+        QCOMPARE(never.count, 0);
+        QVERIFY(!helper.hasLine(100));
+    }
+
+    void aDirectoryThatComesBackAsItWasIsNotHeard()
+    {
+        NotificationCentre::post(QStringLiteral("x"));
+        const Ear ear(QStringLiteral("x"));
+        const QByteArray away = besidePath("away");
+        QCOMPARE(::rename(path().constData(), away.constData()), 0);
+        QTest::qWait(quietTime);
+        moveBack(away, path());
+        QTest::qWait(quietTime);
+        QCOMPARE(ear.count, 0);
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(ear.count, 1);
+    }
+
+    void aPostIntoADirectoryThatIsAwayIsHeardWhenItComesBack()
+    {
+        const Ear ear(QStringLiteral("made while away"));
+        const QByteArray away = besidePath("away");
+        QCOMPARE(::rename(path().constData(), away.constData()), 0);
+        QTest::qWait(quietTime);
+        QFile file(QFile::decodeName(away + "/made%20while%20away"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        moveBack(away, path());
+        QTRY_COMPARE(ear.count, 1);
+    }
+
+    void aPostByAClockThatWasSetBackIsHeard()
+    {
+        NotificationCentre::post(QStringLiteral("x"));
+        setTime(path("/x"), ::time(nullptr) + 86'400);
+        const Ear ear(QStringLiteral("x"));
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(ear.count, 1);
+        setTime(path("/x"), 1'000'000);
+        QTRY_COMPARE(ear.count, 2);
+    }
+
+    void whereTheDirectoryCannotBeMadeNothingIsHeard()
+    {
+        const Ear ear(QStringLiteral("x"));
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(ear.count, 1);
+        QVERIFY(QDir(signalsDirectory()).removeRecursively());
+        const int file = ::open(path().constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+        if (file < 0) { // a listener was faster
+            QVERIFY(QDir(signalsDirectory()).removeRecursively());
+            QVERIFY(QFile(signalsDirectory()).open(QIODevice::WriteOnly));
+        } else {
+            ::close(file);
+        }
+        for (int i = 0; i < 20; ++i) {
+            ::utimensat(AT_FDCWD, path().constData(), nullptr, 0);
+            QTest::qWait(5);
+        }
+        QCOMPARE(ear.count, 1);
+        QVERIFY(QFile::remove(signalsDirectory()));
+        QTest::qWait(quietTime);
+        QCOMPARE(ear.count, 1);
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(ear.count, 2);
+    }
+
+    void withoutKernelWatchesOnlyPostsAreHeard_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("instances") << QStringLiteral("instances");
+        QTest::newRow("watches") << QStringLiteral("watches");
+    }
+
+    void withoutKernelWatchesOnlyPostsAreHeard()
+    {
+        QFETCH(const QString, kind);
+        const QString fresh = QStringLiteral("fresh ") + kind;
+        NotificationCentre::post(QStringLiteral("x"));
+        setTime(path("/x"), ::time(nullptr) + 86'400);
+        HelperProcess helper(
+            { QStringLiteral("starved"), kind, QStringLiteral("listen"), QStringLiteral("x"), fresh });
+        const QByteArray first = helper.line();
+        if (first.startsWith("unsupported"))
+            QSKIP("this kernel does not let us lower the limits for one process");
+        QCOMPARE(first, QByteArray("ready"));
+        // The directory is looked at every 2 s.
+        QVERIFY(!helper.hasLine(4500));
+        for (const QString& name : { QStringLiteral("x"), fresh, fresh }) {
+            QElapsedTimer timer;
+            timer.start();
+            NotificationCentre::post(name);
+            QCOMPARE(helper.line(), "heard " + name.toUtf8());
+            QVERIFY(Programs::areSanitized || timer.elapsed() < 2500);
+        }
+        QVERIFY(!helper.hasLine(2500));
+        const QByteArray said = helper.errors();
+        QVERIFY2(said.count('\n') == 1 && said.contains("looked at every 2 s"), said.constData());
+    }
 
 private:
     static QByteArray path(const char* below = "") { return QFile::encodeName(signalsDirectory()) + below; }
@@ -52,151 +188,6 @@ private:
         }));
     }
 };
-
-void SignalsUnpostedTest::init()
-{
-    QTest::qWait(quietTime); // what the test before left under way
-}
-
-void SignalsUnpostedTest::aThousandDisturbancesAreNotHeard()
-{
-    const QByteArray away = besidePath("away");
-    const QByteArray whole = besidePath("kestrum");
-    const std::function<void()> disturbances[] = {
-        [] { ::utimensat(AT_FDCWD, path().constData(), nullptr, 0); },
-        [] { ::chmod(path().constData(), 0755), ::chmod(path().constData(), 0700); },
-        [] { ::chmod(path("/x").constData(), 0400), ::chmod(path("/x").constData(), 0600); },
-        [] { ::unlink(path("/x").constData()); },
-        [] { ::link(path("/y").constData(), path("/z").constData()), ::unlink(path("/z").constData()); },
-        [] { QDir(signalsDirectory()).removeRecursively(); },
-        [&] { ::rename(path().constData(), away.constData()), moveBack(away, path()); },
-        [&] { ::rename(whole.constData(), away.constData()), moveBack(away, whole); },
-        [] { (void)QDir(signalsDirectory()).entryList(); },
-        [] { ::close(::open(path("/y").constData(), O_RDONLY | O_CLOEXEC)); },
-        [] { NotificationCentre::post(QStringLiteral("of no interest")); },
-    };
-    const Ear x(QStringLiteral("x"));
-    const Ear y(QStringLiteral("y"));
-    const Ear never(QStringLiteral("never"));
-    HelperProcess helper({ QStringLiteral("listen"), QStringLiteral("x"), QStringLiteral("never") });
-    QCOMPARE(helper.line(), QByteArray("ready"));
-    int posts = 0;
-    for (int i = 0; i < 1000; ++i) {
-        disturbances[size_t(i) % std::size(disturbances)]();
-        QTest::qWait(i % 3);
-        if (i % 50 != 0)
-            continue;
-        // Now and then there is a post.
-        QTest::qWait(quietTime);
-        QVERIFY2(x.count == posts && y.count == posts && never.count == 0, qPrintable(QString::number(i)));
-        ++posts;
-        NotificationCentre::post(QStringLiteral("x"));
-        NotificationCentre::post(QStringLiteral("y"));
-        QTRY_VERIFY(x.count == posts && y.count == posts);
-        QCOMPARE(helper.line(), QByteArray("heard x"));
-    }
-    QTest::qWait(quietTime);
-    QCOMPARE(x.count, posts);
-    QCOMPARE(y.count, posts);
-    QCOMPARE(never.count, 0);
-    QVERIFY(!helper.hasLine(100));
-}
-
-void SignalsUnpostedTest::aDirectoryThatComesBackAsItWasIsNotHeard()
-{
-    NotificationCentre::post(QStringLiteral("x"));
-    const Ear ear(QStringLiteral("x"));
-    const QByteArray away = besidePath("away");
-    QCOMPARE(::rename(path().constData(), away.constData()), 0);
-    QTest::qWait(quietTime);
-    moveBack(away, path());
-    QTest::qWait(quietTime);
-    QCOMPARE(ear.count, 0);
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(ear.count, 1);
-}
-
-void SignalsUnpostedTest::aPostIntoADirectoryThatIsAwayIsHeardWhenItComesBack()
-{
-    const Ear ear(QStringLiteral("made while away"));
-    const QByteArray away = besidePath("away");
-    QCOMPARE(::rename(path().constData(), away.constData()), 0);
-    QTest::qWait(quietTime);
-    QFile file(QFile::decodeName(away + "/made%20while%20away"));
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.close();
-    moveBack(away, path());
-    QTRY_COMPARE(ear.count, 1);
-}
-
-void SignalsUnpostedTest::aPostByAClockThatWasSetBackIsHeard()
-{
-    NotificationCentre::post(QStringLiteral("x"));
-    setTime(path("/x"), ::time(nullptr) + 86'400);
-    const Ear ear(QStringLiteral("x"));
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(ear.count, 1);
-    setTime(path("/x"), 1'000'000);
-    QTRY_COMPARE(ear.count, 2);
-}
-
-void SignalsUnpostedTest::whereTheDirectoryCannotBeMadeNothingIsHeard()
-{
-    const Ear ear(QStringLiteral("x"));
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(ear.count, 1);
-    QVERIFY(QDir(signalsDirectory()).removeRecursively());
-    const int file = ::open(path().constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-    if (file < 0) { // a listener was faster
-        QVERIFY(QDir(signalsDirectory()).removeRecursively());
-        QVERIFY(QFile(signalsDirectory()).open(QIODevice::WriteOnly));
-    } else {
-        ::close(file);
-    }
-    for (int i = 0; i < 20; ++i) {
-        ::utimensat(AT_FDCWD, path().constData(), nullptr, 0);
-        QTest::qWait(5);
-    }
-    QCOMPARE(ear.count, 1);
-    QVERIFY(QFile::remove(signalsDirectory()));
-    QTest::qWait(quietTime);
-    QCOMPARE(ear.count, 1);
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(ear.count, 2);
-}
-
-void SignalsUnpostedTest::withoutKernelWatchesOnlyPostsAreHeard_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::newRow("instances") << QStringLiteral("instances");
-    QTest::newRow("watches") << QStringLiteral("watches");
-}
-
-void SignalsUnpostedTest::withoutKernelWatchesOnlyPostsAreHeard()
-{
-    QFETCH(const QString, kind);
-    const QString fresh = QStringLiteral("fresh ") + kind;
-    NotificationCentre::post(QStringLiteral("x"));
-    setTime(path("/x"), ::time(nullptr) + 86'400);
-    HelperProcess helper(
-        { QStringLiteral("starved"), kind, QStringLiteral("listen"), QStringLiteral("x"), fresh });
-    const QByteArray first = helper.line();
-    if (first.startsWith("unsupported"))
-        QSKIP("this kernel does not let us lower the limits for one process");
-    QCOMPARE(first, QByteArray("ready"));
-    // The directory is looked at every 2 s.
-    QVERIFY(!helper.hasLine(4500));
-    for (const QString& name : { QStringLiteral("x"), fresh, fresh }) {
-        QElapsedTimer timer;
-        timer.start();
-        NotificationCentre::post(name);
-        QCOMPARE(helper.line(), "heard " + name.toUtf8());
-        QVERIFY(Programs::areSanitized || timer.elapsed() < 2500);
-    }
-    QVERIFY(!helper.hasLine(2500));
-    const QByteArray said = helper.errors();
-    QVERIFY2(said.count('\n') == 1 && said.contains("looked at every 2 s"), said.constData());
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, SignalsUnpostedTest)
 #include "SignalsUnpostedTest.moc"

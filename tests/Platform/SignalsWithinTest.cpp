@@ -7,87 +7,81 @@
 
 using namespace kestrum;
 
-/// Signals of a program that has no private runtime directory.
-class SignalsWithinTest : public QObject {
-    Q_OBJECT
-
-private Q_SLOTS:
-    void signalsStayWithinTheProgramAndTheLogSaysSoOnce();
-    void listenersHearInTheOrderOfRegistration();
-    void postBeforeTheRegistrationIsNotDelivered();
-    void cancelledHandlerDoesNotRun();
-    void postsOfOtherThreadsArriveOnTheMainThread();
-    void nothingIsWritten();
-};
-
 namespace {
 int warnings = 0; // NOLINT: a message handler has no other place for it
 QtMessageHandler previous = nullptr;
 } // namespace
 
-void SignalsWithinTest::signalsStayWithinTheProgramAndTheLogSaysSoOnce()
-{
-    previous = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& context, const QString& text) {
-        if (QByteArray(context.category) == "com.orvale.kestrum.signals"
-            && text.contains(QStringLiteral("stay within this program")))
-            ++warnings;
-    });
-    int calls = 0;
-    const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
-    QVERIFY(token);
-    NotificationCentre::post(QStringLiteral("x"));
-    QCOMPARE(calls, 0);
-    QTRY_COMPARE(calls, 1);
-    NotificationCentre::post(QStringLiteral("X"));
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(calls, 2);
-    NotificationCentre::cancel(*token);
-    qInstallMessageHandler(previous);
-    QCOMPARE(warnings, 1);
-}
+/// Signals of a program that has no private runtime directory.
+class SignalsWithinTest : public QObject {
+    Q_OBJECT
 
-void SignalsWithinTest::listenersHearInTheOrderOfRegistration()
-{
-    QList<int> order;
-    QList<NotificationCentre::Token> tokens;
-    for (int i = 0; i < 3; ++i)
-        tokens << *NotificationCentre::registerDispatch(QStringLiteral("x"), [&order, i] { order << i; });
-    NotificationCentre::post(QStringLiteral("x"));
-    QTRY_COMPARE(order, (QList<int> { 0, 1, 2 }));
-    for (const NotificationCentre::Token token : tokens)
-        NotificationCentre::cancel(token);
-}
+private Q_SLOTS:
+    void signalsStayWithinTheProgramAndTheLogSaysSoOnce()
+    {
+        previous
+            = qInstallMessageHandler([](QtMsgType, const QMessageLogContext& context, const QString& text) {
+                  if (QByteArray(context.category) == "com.orvale.kestrum.signals"
+                      && text.contains(QStringLiteral("stay within this program")))
+                      ++warnings;
+              });
+        int calls = 0;
+        const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
+        QVERIFY(token);
+        NotificationCentre::post(QStringLiteral("x"));
+        QCOMPARE(calls, 0);
+        QTRY_COMPARE(calls, 1);
+        NotificationCentre::post(QStringLiteral("X"));
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(calls, 2);
+        NotificationCentre::cancel(*token);
+        qInstallMessageHandler(previous);
+        QCOMPARE(warnings, 1);
+    }
 
-void SignalsWithinTest::postBeforeTheRegistrationIsNotDelivered()
-{
-    NotificationCentre::post(QStringLiteral("x"));
-    const Ear ear(QStringLiteral("x"));
-    QTest::qWait(20);
-    QCOMPARE(ear.count, 0);
-}
+    void listenersHearInTheOrderOfRegistration()
+    {
+        QList<int> order;
+        QList<NotificationCentre::Token> tokens;
+        for (int i = 0; i < 3; ++i)
+            tokens << *NotificationCentre::registerDispatch(QStringLiteral("x"), [&order, i] { order << i; });
+        NotificationCentre::post(QStringLiteral("x"));
+        QTRY_COMPARE(order, (QList<int> { 0, 1, 2 }));
+        for (const NotificationCentre::Token token : tokens)
+            NotificationCentre::cancel(token);
+    }
 
-void SignalsWithinTest::cancelledHandlerDoesNotRun()
-{
-    int calls = 0;
-    const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
-    NotificationCentre::post(QStringLiteral("x"));
-    NotificationCentre::cancel(*token);
-    QTest::qWait(20);
-    QCOMPARE(calls, 0);
-}
+    void postBeforeTheRegistrationIsNotDelivered()
+    {
+        NotificationCentre::post(QStringLiteral("x"));
+        const Ear ear(QStringLiteral("x"));
+        QTest::qWait(20);
+        QCOMPARE(ear.count, 0);
+    }
 
-void SignalsWithinTest::postsOfOtherThreadsArriveOnTheMainThread()
-{
-    const Ear ear(QStringLiteral("x"));
-    postFromAnotherThread(QStringLiteral("x"));
-    QTRY_COMPARE(ear.thread, QCoreApplication::instance()->thread());
-}
+    void cancelledHandlerDoesNotRun()
+    {
+        int calls = 0;
+        const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
+        NotificationCentre::post(QStringLiteral("x"));
+        NotificationCentre::cancel(*token);
+        QTest::qWait(20);
+        QCOMPARE(calls, 0);
+    }
 
-void SignalsWithinTest::nothingIsWritten()
-{
-    QVERIFY(
-        QDir(TestHome::runtimeDirectory()).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
-}
+    void postsOfOtherThreadsArriveOnTheMainThread()
+    {
+        const Ear ear(QStringLiteral("x"));
+        postFromAnotherThread(QStringLiteral("x"));
+        QTRY_COMPARE(ear.thread, QCoreApplication::instance()->thread());
+    }
+
+    void nothingIsWritten()
+    {
+        QVERIFY(QDir(TestHome::runtimeDirectory())
+                    .isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+    }
+};
 
 KESTRUM_TEST_MAIN_OF(SignalsWithinTest)(int argc, char** argv)
 {

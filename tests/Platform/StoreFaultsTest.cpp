@@ -15,194 +15,191 @@ class StoreFaultsTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void typedReadMakesNoSystemCall();
+    void initTestCase()
+    {
+        const QString obstacle = TracedSave::obstacle();
+        if (!obstacle.isEmpty())
+            QSKIP(qUtf8Printable(obstacle));
+    }
+
+    void typedReadMakesNoSystemCall()
+    {
+        TracedSave::prepare(R"({"text": "x", "truth": true})");
+        const auto outcome = TracedSave::run("read");
+        QCOMPARE(outcome.exitCode, 0);
+        QCOMPARE(outcome.calls.size(), 0);
+    }
+
     void failedCallLeavesOldOrNewAndIsTold_data() { TracedSave::addStates(); }
-    void failedCallLeavesOldOrNewAndIsTold();
-    void namedStepsAreInTheError_data();
-    void namedStepsAreInTheError();
-    void failedDirectorySyncIsMadeUpFor();
-    void failedCloseFailsTheSave();
-    void copyOfADamagedFileIsOnDiskBeforeTheFileIsReplaced();
-    void entryOfANewDirectoryIsBroughtToDisk();
-    void noDescriptorIsLeftToChildren_data() { TracedSave::addStates(); }
-    void noDescriptorIsLeftToChildren();
-};
 
-void StoreFaultsTest::initTestCase()
-{
-    const QString obstacle = TracedSave::obstacle();
-    if (!obstacle.isEmpty())
-        QSKIP(qUtf8Printable(obstacle));
-}
-
-void StoreFaultsTest::typedReadMakesNoSystemCall()
-{
-    TracedSave::prepare(R"({"text": "x", "truth": true})");
-    const auto outcome = TracedSave::run("read");
-    QCOMPARE(outcome.exitCode, 0);
-    QCOMPARE(outcome.calls.size(), 0);
-}
-
-void StoreFaultsTest::failedCallLeavesOldOrNewAndIsTold()
-{
-    QFETCH(const QByteArray, before);
-    TracedSave::prepare(before);
-    const auto sound = TracedSave::run("save");
-    QCOMPARE(sound.exitCode, 0);
-    QVERIFY(sound.calls.size() > 15);
-    int failures = 0;
-    int round = 0;
-    QByteArray last;
-    qsizetype tried = 0;
-    for (const auto& call : sound.calls) {
-        // Every folder of a path is asked whether it is a link: one after another, in the same way.
-        if (call.name == "readlink" && std::exchange(last, call.name) == call.name)
-            continue;
-        last = call.name;
-        ++tried;
-        for (const char* once : { "", "+" }) {
-#ifdef __SANITIZE_ADDRESS__
-            // The sanitizers look at memory by writing to pipes, and end the process when they cannot.
-            if (call.name == "write" && *once)
+    void failedCallLeavesOldOrNewAndIsTold()
+    {
+        QFETCH(const QByteArray, before);
+        TracedSave::prepare(before);
+        const auto sound = TracedSave::run("save");
+        QCOMPARE(sound.exitCode, 0);
+        QVERIFY(sound.calls.size() > 15);
+        int failures = 0;
+        int round = 0;
+        QByteArray last;
+        qsizetype tried = 0;
+        for (const auto& call : sound.calls) {
+            // Every folder of a path is asked whether it is a link: one after another, in the same way.
+            if (call.name == "readlink" && std::exchange(last, call.name) == call.name)
                 continue;
+            last = call.name;
+            ++tried;
+            for (const char* once : { "", "+" }) {
+#ifdef __SANITIZE_ADDRESS__
+                // The sanitizers look at memory by writing to pipes, and end the process when they cannot.
+                if (call.name == "write" && *once)
+                    continue;
 #endif
-            const char* const errors[] = { "EIO", "ENOSPC", "EACCES", "EMFILE", "EROFS", "EDQUOT", "ENOMEM" };
-            const char* const error = errors[round++ % std::size(errors)];
-            const QByteArray injection
-                = call.name + ":error=" + error + ":when=" + QByteArray::number(call.number) + once;
-            TracedSave::prepare(before);
-            const auto outcome = TracedSave::run("save", injection);
-            failures += outcome.exitCode == TracedSave::reportedFailure ? 1 : 0;
-            QVERIFY2(outcome.exitCode == 0 || outcome.exitCode == TracedSave::reportedFailure,
-                injection.constData());
-            if (outcome.exitCode == TracedSave::reportedFailure)
-                QVERIFY2(TracedSave::leftovers().isEmpty(), injection.constData());
-            const QString flaw = TracedSave::flaw(before, outcome, injection);
-            QVERIFY2(flaw.isEmpty(), qUtf8Printable(QString::fromLatin1(injection) + u' ' + flaw));
+                const char* const errors[]
+                    = { "EIO", "ENOSPC", "EACCES", "EMFILE", "EROFS", "EDQUOT", "ENOMEM" };
+                const char* const error = errors[round++ % std::size(errors)];
+                const QByteArray injection
+                    = call.name + ":error=" + error + ":when=" + QByteArray::number(call.number) + once;
+                TracedSave::prepare(before);
+                const auto outcome = TracedSave::run("save", injection);
+                failures += outcome.exitCode == TracedSave::reportedFailure ? 1 : 0;
+                QVERIFY2(outcome.exitCode == 0 || outcome.exitCode == TracedSave::reportedFailure,
+                    injection.constData());
+                if (outcome.exitCode == TracedSave::reportedFailure)
+                    QVERIFY2(TracedSave::leftovers().isEmpty(), injection.constData());
+                const QString flaw = TracedSave::flaw(before, outcome, injection);
+                QVERIFY2(flaw.isEmpty(), qUtf8Printable(QString::fromLatin1(injection) + u' ' + flaw));
+            }
         }
+        // Most calls are needed; without the one or the other, such as the exact time stamp, a save still holds.
+        QVERIFY2(failures > tried, QByteArray::number(failures).constData());
     }
-    // Most calls are needed; without the one or the other, such as the exact time stamp, a save still holds.
-    QVERIFY2(failures > tried, QByteArray::number(failures).constData());
-}
 
-void StoreFaultsTest::namedStepsAreInTheError_data()
-{
-    QTest::addColumn<QByteArray>("call");
-    QTest::addColumn<QString>("error");
-    const auto row = [](const char* name, const QByteArray& call, const char* error) {
-        QTest::newRow(name) << call << QString::fromLatin1(error);
-    };
-    row("lock", "flock:error=ENOLCK", "cannot lock: No locks available");
-    row("write", "write:error=ENOSPC", "cannot write: No space left on device");
-    row("sync", "fsync:error=EIO", "cannot bring to disk: Input/output error");
-    row("mode", "fchmod:error=EPERM", "cannot keep the permissions: Operation not permitted");
-    row("rename", "renameat:error=EXDEV", "cannot replace: Invalid cross-device link");
-}
-
-void StoreFaultsTest::namedStepsAreInTheError()
-{
-    const QByteArray before("{\"a\": 1, \"b\": true}");
-    TracedSave::prepare(before);
-    const auto sound = TracedSave::run("save");
-    QFETCH(QByteArray, call);
-    // The first of its name within the save.
-    const QByteArray name = call.left(call.indexOf(':'));
-    const auto found = std::find_if(
-        sound.calls.begin(), sound.calls.end(), [&](const TracedSave::Call& it) { return it.name == name; });
-    QVERIFY(found != sound.calls.end());
-    call += ":when=" + QByteArray::number(found->number);
-    TracedSave::prepare(before);
-    const auto outcome = TracedSave::run("save", call);
-    QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
-    QCOMPARE(TracedSave::content(), before);
-    QFETCH(const QString, error);
-    QCOMPARE(outcome.error, TracedSave::path() + QStringLiteral(": ") + error);
-}
-
-void StoreFaultsTest::failedDirectorySyncIsMadeUpFor()
-{
-    // The new file stands, but the save has to be told as failed; and saving the very same again must not
-    // be taken for done before the directory is on disk.
-    const QByteArray before("{\"a\": 1, \"b\": true}");
-    TracedSave::prepare(before);
-    const auto sound = TracedSave::run("save");
-    QList<int> syncs;
-    for (const TracedSave::Call& call : sound.calls) {
-        if (call.name == "fsync")
-            syncs.append(call.number);
+    void namedStepsAreInTheError_data()
+    {
+        QTest::addColumn<QByteArray>("call");
+        QTest::addColumn<QString>("error");
+        const auto row = [](const char* name, const QByteArray& call, const char* error) {
+            QTest::newRow(name) << call << QString::fromLatin1(error);
+        };
+        row("lock", "flock:error=ENOLCK", "cannot lock: No locks available");
+        row("write", "write:error=ENOSPC", "cannot write: No space left on device");
+        row("sync", "fsync:error=EIO", "cannot bring to disk: Input/output error");
+        row("mode", "fchmod:error=EPERM", "cannot keep the permissions: Operation not permitted");
+        row("rename", "renameat:error=EXDEV", "cannot replace: Invalid cross-device link");
     }
-    QCOMPARE(syncs.size(), 2); // the file, then its directory
-    TracedSave::prepare(before);
-    const QByteArray injection = "fsync:error=EIO:when=" + QByteArray::number(syncs.constLast()) + '+';
-    const auto outcome = TracedSave::run("save-twice", injection);
-    QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
-    QVERIFY2(outcome.error.contains(QStringLiteral("directory")), qUtf8Printable(outcome.error));
-}
 
-void StoreFaultsTest::failedCloseFailsTheSave()
-{
-    // Network file systems tell of a write that failed when the file is closed, and never again.
-    const QByteArray before("{\"a\": 1, \"b\": true}");
-    TracedSave::prepare(before);
-    const auto sound = TracedSave::run("save");
-    const auto isNamed
-        = [](const char* name) { return [name](const TracedSave::Call& call) { return call.name == name; }; };
-    const auto flush = std::find_if(sound.calls.begin(), sound.calls.end(), isNamed("fsync"));
-    const auto close = std::find_if(flush, sound.calls.end(), isNamed("close"));
-    QVERIFY(close != sound.calls.end());
-    QVERIFY2(close->line.contains(".kestrum-"), close->line.constData());
-    TracedSave::prepare(before);
-    const auto outcome = TracedSave::run("save", "close:error=EIO:when=" + QByteArray::number(close->number));
-    QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
-    QCOMPARE(outcome.error, TracedSave::path() + QStringLiteral(": cannot close: Input/output error"));
-    QCOMPARE(TracedSave::content(), before);
-    QVERIFY(TracedSave::leftovers().isEmpty());
-}
+    void namedStepsAreInTheError()
+    {
+        const QByteArray before("{\"a\": 1, \"b\": true}");
+        TracedSave::prepare(before);
+        const auto sound = TracedSave::run("save");
+        QFETCH(QByteArray, call);
+        // The first of its name within the save.
+        const QByteArray name = call.left(call.indexOf(':'));
+        const auto found = std::find_if(sound.calls.begin(), sound.calls.end(),
+            [&](const TracedSave::Call& it) { return it.name == name; });
+        QVERIFY(found != sound.calls.end());
+        call += ":when=" + QByteArray::number(found->number);
+        TracedSave::prepare(before);
+        const auto outcome = TracedSave::run("save", call);
+        QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
+        QCOMPARE(TracedSave::content(), before);
+        QFETCH(const QString, error);
+        QCOMPARE(outcome.error, TracedSave::path() + QStringLiteral(": ") + error);
+    }
 
-void StoreFaultsTest::copyOfADamagedFileIsOnDiskBeforeTheFileIsReplaced()
-{
-    TracedSave::prepare("{\"a\": 1, \"b\": true, \"n\": NaN}");
-    const auto outcome = TracedSave::run("save");
-    QCOMPARE(outcome.exitCode, 0);
-    QCOMPARE(outcome.flushed(), (QByteArrayList { "temporary", "kestrum", "temporary", "kestrum" }));
-    const auto indexOf = [&outcome](const char* name, const char* words) {
-        const auto found = std::find_if(outcome.calls.begin(), outcome.calls.end(),
-            [=](const TracedSave::Call& call) { return call.name == name && call.line.contains(words); });
-        return found - outcome.calls.begin();
-    };
-    const auto kept = indexOf("renameat2", ".damaged-1\"");
-    QVERIFY(indexOf("fsync", ".kestrum-") < kept); // its content before it has its name
-    QVERIFY(kept < indexOf("fsync", "/kestrum>")); // and its name
-    QVERIFY(indexOf("fsync", "/kestrum>") < indexOf("renameat", "suite.json\""));
-}
-
-void StoreFaultsTest::entryOfANewDirectoryIsBroughtToDisk()
-{
-    TracedSave::prepare({});
-    QVERIFY(QFileInfo(TestHome::configDirectory()).dir().removeRecursively());
-    const auto outcome = TracedSave::run("save");
-    QCOMPARE(outcome.exitCode, 0);
-    const QByteArray home = QFile::encodeName(TestHome::root()).split('/').constLast();
-    QCOMPARE(outcome.flushed(), (QByteArrayList { home, ".config", "temporary", "kestrum" }));
-}
-
-void StoreFaultsTest::noDescriptorIsLeftToChildren()
-{
-    QFETCH(const QByteArray, before);
-    TracedSave::prepare(before);
-    const auto outcome = TracedSave::run("save");
-    QCOMPARE(outcome.exitCode, 0);
-    int opened = 0;
-    for (const auto& call : outcome.calls) {
-        if (call.name == "openat" && call.line.contains(TestHome::root().toUtf8())) {
-            ++opened;
-            QVERIFY2(call.line.contains("O_CLOEXEC"), call.line.constData());
+    void failedDirectorySyncIsMadeUpFor()
+    {
+        // The new file stands, but the save has to be told as failed; and saving the very same again must not
+        // be taken for done before the directory is on disk.
+        const QByteArray before("{\"a\": 1, \"b\": true}");
+        TracedSave::prepare(before);
+        const auto sound = TracedSave::run("save");
+        QList<int> syncs;
+        for (const TracedSave::Call& call : sound.calls) {
+            if (call.name == "fsync")
+                syncs.append(call.number);
         }
+        QCOMPARE(syncs.size(), 2); // the file, then its directory
+        TracedSave::prepare(before);
+        const QByteArray injection = "fsync:error=EIO:when=" + QByteArray::number(syncs.constLast()) + '+';
+        const auto outcome = TracedSave::run("save-twice", injection);
+        QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
+        QVERIFY2(outcome.error.contains(QStringLiteral("directory")), qUtf8Printable(outcome.error));
     }
-    QVERIFY2(
-        opened >= 4, QByteArray::number(opened).constData()); // folder, lock, what is there, the new file
-}
+
+    void failedCloseFailsTheSave()
+    {
+        // Network file systems tell of a write that failed when the file is closed, and never again.
+        const QByteArray before("{\"a\": 1, \"b\": true}");
+        TracedSave::prepare(before);
+        const auto sound = TracedSave::run("save");
+        const auto isNamed = [](const char* name) {
+            return [name](const TracedSave::Call& call) { return call.name == name; };
+        };
+        const auto flush = std::find_if(sound.calls.begin(), sound.calls.end(), isNamed("fsync"));
+        const auto close = std::find_if(flush, sound.calls.end(), isNamed("close"));
+        QVERIFY(close != sound.calls.end());
+        QVERIFY2(close->line.contains(".kestrum-"), close->line.constData());
+        TracedSave::prepare(before);
+        const auto outcome
+            = TracedSave::run("save", "close:error=EIO:when=" + QByteArray::number(close->number));
+        QCOMPARE(outcome.exitCode, TracedSave::reportedFailure);
+        QCOMPARE(outcome.error, TracedSave::path() + QStringLiteral(": cannot close: Input/output error"));
+        QCOMPARE(TracedSave::content(), before);
+        QVERIFY(TracedSave::leftovers().isEmpty());
+    }
+
+    void copyOfADamagedFileIsOnDiskBeforeTheFileIsReplaced()
+    {
+        TracedSave::prepare("{\"a\": 1, \"b\": true, \"n\": NaN}");
+        const auto outcome = TracedSave::run("save");
+        QCOMPARE(outcome.exitCode, 0);
+        QCOMPARE(outcome.flushed(), (QByteArrayList { "temporary", "kestrum", "temporary", "kestrum" }));
+        const auto indexOf = [&outcome](const char* name, const char* words) {
+            const auto found = std::find_if(outcome.calls.begin(), outcome.calls.end(),
+                [=](const TracedSave::Call& call) { return call.name == name && call.line.contains(words); });
+            return found - outcome.calls.begin();
+        };
+        const auto kept = indexOf("renameat2", ".damaged-1\"");
+        QVERIFY(indexOf("fsync", ".kestrum-") < kept); // its content before it has its name
+        QVERIFY(kept < indexOf("fsync", "/kestrum>")); // and its name
+        QVERIFY(indexOf("fsync", "/kestrum>") < indexOf("renameat", "suite.json\""));
+    }
+
+    void entryOfANewDirectoryIsBroughtToDisk()
+    {
+        TracedSave::prepare({});
+        QVERIFY(QFileInfo(TestHome::configDirectory()).dir().removeRecursively());
+        const auto outcome = TracedSave::run("save");
+        QCOMPARE(outcome.exitCode, 0);
+        const QByteArray home = QFile::encodeName(TestHome::root()).split('/').constLast();
+        QCOMPARE(outcome.flushed(), (QByteArrayList { home, ".config", "temporary", "kestrum" }));
+    }
+
+    void noDescriptorIsLeftToChildren_data()
+    {
+        TracedSave::addStates();
+    }
+
+    void noDescriptorIsLeftToChildren()
+    {
+        QFETCH(const QByteArray, before);
+        TracedSave::prepare(before);
+        const auto outcome = TracedSave::run("save");
+        QCOMPARE(outcome.exitCode, 0);
+        int opened = 0;
+        for (const auto& call : outcome.calls) {
+            if (call.name == "openat" && call.line.contains(TestHome::root().toUtf8())) {
+                ++opened;
+                QVERIFY2(call.line.contains("O_CLOEXEC"), call.line.constData());
+            }
+        }
+        QVERIFY2(
+            opened >= 4, QByteArray::number(opened).constData()); // folder, lock, what is there, the new file
+    }
+};
 
 KESTRUM_TEST_MAIN_OF(StoreFaultsTest)(int argc, char** argv)
 {

@@ -12,36 +12,34 @@ class StoreKillTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase();
-    void endAtAnyCallLeavesOldOrNewAndNoLock_data() { TracedSave::addStates(); }
-    void endAtAnyCallLeavesOldOrNewAndNoLock();
-};
-
-void StoreKillTest::initTestCase()
-{
-    const QString obstacle = TracedSave::obstacle();
-    if (!obstacle.isEmpty())
-        QSKIP(qUtf8Printable(obstacle));
-}
-
-void StoreKillTest::endAtAnyCallLeavesOldOrNewAndNoLock()
-{
-    QFETCH(const QByteArray, before);
-    TracedSave::prepare(before);
-    const auto sound = TracedSave::run("save");
-    QVERIFY(sound.calls.size() > 15);
-    for (const auto& call : sound.calls) {
-        const QByteArray injection = call.name + ":signal=KILL:when=" + QByteArray::number(call.number);
-        TracedSave::prepare(before);
-        const auto outcome = TracedSave::run("save", injection);
-        // The sanitizers' own reads of the process's memory map are not always as many: then nobody was killed.
-        if (call.name == "read" && outcome.exitCode == 0)
-            continue;
-        QVERIFY2(outcome.exitCode == -1, injection.constData());
-        const QString flaw = TracedSave::flaw(before, outcome, injection);
-        QVERIFY2(flaw.isEmpty(), qUtf8Printable(QString::fromLatin1(injection) + u' ' + flaw));
+    void initTestCase()
+    {
+        const QString obstacle = TracedSave::obstacle();
+        if (!obstacle.isEmpty())
+            QSKIP(qUtf8Printable(obstacle));
     }
-}
+
+    void endAtAnyCallLeavesOldOrNewAndNoLock_data() { TracedSave::addStates(); }
+
+    void endAtAnyCallLeavesOldOrNewAndNoLock()
+    {
+        QFETCH(const QByteArray, before);
+        TracedSave::prepare(before);
+        const auto sound = TracedSave::run("save");
+        QVERIFY(sound.calls.size() > 15);
+        for (const auto& call : sound.calls) {
+            const QByteArray injection = call.name + ":signal=KILL:when=" + QByteArray::number(call.number);
+            TracedSave::prepare(before);
+            const auto outcome = TracedSave::run("save", injection);
+            // The sanitizers' own reads of the process's memory map are not always as many: then nobody was killed.
+            if (call.name == "read" && outcome.exitCode == 0)
+                continue;
+            QVERIFY2(outcome.exitCode == -1, injection.constData());
+            const QString flaw = TracedSave::flaw(before, outcome, injection);
+            QVERIFY2(flaw.isEmpty(), qUtf8Printable(QString::fromLatin1(injection) + u' ' + flaw));
+        }
+    }
+};
 
 KESTRUM_TEST_MAIN_OF(StoreKillTest)(int argc, char** argv)
 {

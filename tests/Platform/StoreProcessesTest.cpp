@@ -124,15 +124,170 @@ class StoreProcessesTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void twoWritersOfDifferentKeysLoseNothing();
-    void tenWritersGetTheirTurns();
-    void tenWritersGetTheirTurnsOnASlowDisk_data();
-    void tenWritersGetTheirTurnsOnASlowDisk();
-    void killedWriterLeavesOldOrNewAndNoLock();
-    void observerConvergesOnWhatAnotherProcessWrites();
-    void otherProcessReadsEverySave_data();
-    void otherProcessReadsEverySave();
+    void init()
+    {
+        m_suite = QStringLiteral("suite.%1").arg(++m_number);
+        m_players.clear();
+    }
+
+    void twoWritersOfDifferentKeysLoseNothing()
+    {
+        constexpr int saves = 2000;
+        const auto store = UserDefaults::withSuiteName(m_suite);
+        const SettingsFile file(store->filePath());
+        start("one", saves);
+        start("two", saves);
+        bool wasThere = false;
+        int reads = 0;
+        // A reader has to find a sound file at any moment.
+        while (m_players[0]->process.state() != QProcess::NotRunning
+            || m_players[1]->process.state() != QProcess::NotRunning) {
+            for (int i = 0; i < 50; ++i, ++reads) {
+                const auto content = file.read();
+                QCOMPARE(content.failureText(), QString());
+                QCOMPARE(content->damage, QString());
+                QVERIFY(!wasThere || content->identity.size > 0);
+                wasThere = content->identity.size > 0;
+            }
+            for (const auto& player : m_players) {
+                player->process.readAllStandardOutput();
+                player->process.waitForFinished(1);
+            }
+        }
+        finish();
+        QVERIFY(reads > 100);
+        QCOMPARE(store->storedDictionary().size(), 2 * keysPerWriter);
+        for (int i = saves - keysPerWriter + 1; i <= saves; ++i) {
+            QCOMPARE(store->number(keyName("one", i % keysPerWriter)), double(i));
+            QCOMPARE(store->number(keyName("two", i % keysPerWriter)), double(i));
+        }
+    }
+
+    void tenWritersGetTheirTurns()
+    {
+        constexpr int saves = 50;
+        for (char writer = 'a'; writer < 'k'; ++writer)
+            start(QByteArray(1, writer), saves);
+        finish(); // none ran into the limit of the lock
+        const auto store = UserDefaults::withSuiteName(m_suite);
+        for (char writer = 'a'; writer < 'k'; ++writer)
+            QCOMPARE(store->number(keyName(QByteArray(1, writer), saves % keysPerWriter)), double(saves));
+    }
+
+    void tenWritersGetTheirTurnsOnASlowDisk_data()
+    {
+        QTest::addColumn<int>("delay");
+        QTest::addColumn<int>("saves");
+        // Nobody holds the lock for longer than two flushes. With the slowest disk a turn of all writers takes longer than the
+        // lock is waited for while nobody gets further.
+        QTest::newRow("2 ms more a flush") << 2000 << 100;
+        QTest::newRow("15 ms more") << 15'000 << 20;
+        QTest::newRow("150 ms more") << 150'000 << 3;
+    }
+
+    void tenWritersGetTheirTurnsOnASlowDisk()
+    {
+        QFETCH(const int, delay);
+        QFETCH(const int, saves);
+        qputenv(slowFlush, QByteArray::number(delay));
+        for (char writer = 'a'; writer < 'k'; ++writer)
+            start(QByteArray(1, writer), saves);
+        qunsetenv(slowFlush);
+        finish();
+        const auto store = UserDefaults::withSuiteName(m_suite);
+        for (char writer = 'a'; writer < 'k'; ++writer)
+            QCOMPARE(store->number(keyName(QByteArray(1, writer), saves % keysPerWriter)), double(saves));
+    }
+
+    void killedWriterLeavesOldOrNewAndNoLock()
+    {
+        const auto store = UserDefaults::withSuiteName(m_suite);
+        QVERIFY(store->set("mine", 0));
+        int mostSaves = 0;
+        for (int round = 1; round <= 40; ++round) {
+            const QByteArray writer = "w" + QByteArray::number(round);
+            m_players.clear();
+            Player* player = start(writer, 1'000'000);
+            QVERIFY(player->process.waitForReadyRead(10'000)); // its first save is done
+            QTest::qSleep(int(QRandomGenerator::global()->bounded(12)));
+            player->process.kill();
+            QVERIFY(player->process.waitForFinished(5000));
+            const int told = player->lastNumber();
+            mostSaves = qMax(mostSaves, told);
+
+            const auto content = SettingsFile(store->filePath()).read();
+            QCOMPARE(content->damage, QString());
+            QCOMPARE(content.failureText(), QString());
+            // What was told is there; one more may be, that was not told any more.
+            int last = 0;
+            for (int i = 0; i < keysPerWriter; ++i)
+                last = qMax(last, content->values.value(QString::fromStdString(keyName(writer, i))).toInt());
+            QVERIFY2(last == told || last == told + 1,
+                (QByteArray::number(last) + ' ' + QByteArray::number(told)).constData());
+            QElapsedTimer timer;
+            timer.start();
+            QVERIFY2(store->set("mine", round), qUtf8Printable(store->lastError()));
+            QVERIFY(timer.elapsed() < 1500); // the lock's own limit is 2 s
+            QCOMPARE(store->number("mine"), double(round));
+            QVERIFY(store->apply({}, content->values.keys().filter(QString::fromLatin1(writer + '.'))));
+        }
+        QVERIFY(mostSaves > 1);
+
+        // What the killed ones left goes away, an hour later.
+        const QDir directory(TestHome::configDirectory());
+        const auto leftovers = [&directory] {
+            return directory.entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden);
+        };
+        const QStringList left = leftovers();
+        for (const QString& name : left) {
+            const struct timespec times[] {
+                { 1000, 0 }, { 1000, 0 }
+            };
+            QCOMPARE(
+                ::utimensat(AT_FDCWD, QFile::encodeName(directory.filePath(name)).constData(), times, 0), 0);
+        }
+        store->sweepLeftovers();
+        QVERIFY(leftovers().isEmpty());
+    }
+
+    void observerConvergesOnWhatAnotherProcessWrites()
+    {
+        const auto store = UserDefaults::withSuiteName(m_suite);
+        int notices = 0;
+        QJsonObject heard;
+        connect(store.get(), &UserDefaults::changed, this, [&] {
+            heard = store->storedDictionary();
+            ++notices;
+        });
+        start("writer", 300);
+        QTRY_VERIFY_WITH_TIMEOUT(m_players[0]->process.state() == QProcess::NotRunning, 30'000);
+        finish();
+        QTRY_COMPARE_WITH_TIMEOUT(heard, SettingsFile(store->filePath()).read()->values, 1000);
+        QCOMPARE(heard.size(), keysPerWriter);
+        QVERIFY(notices >= 1 && notices <= 300); // not more than there were changes
+    }
+
+    void otherProcessReadsEverySave_data()
+    {
+        QTest::addColumn<bool>("hasRuntimeDirectory");
+        QTest::newRow("by the counter") << true;
+        QTest::newRow("without a runtime directory, by looking") << false;
+    }
+
+    void otherProcessReadsEverySave()
+    {
+        QFETCH(const bool, hasRuntimeDirectory);
+        const auto store = UserDefaults::withSuiteName(m_suite);
+        Player reader({ QStringLiteral("read"), m_suite }, hasRuntimeDirectory);
+        QCOMPARE(reader.ask(), 0.0);
+        for (int i = 100; i < 400; ++i) {
+            QVERIFY(store->set("a", i));
+            QCOMPARE(reader.ask(), double(i));
+        }
+        reader.process.closeWriteChannel();
+        QVERIFY(reader.process.waitForFinished(5000));
+        QCOMPARE(reader.process.exitCode(), 0);
+    }
 
 private:
     Player* start(const QByteArray& writer, int count)
@@ -141,186 +296,21 @@ private:
             QStringLiteral("write"), m_suite, QString::fromLatin1(writer), QString::number(count) }));
         return m_players.back().get();
     }
-    void finish();
+
+    void finish()
+    {
+        for (const auto& player : m_players) {
+            if (player->process.state() != QProcess::NotRunning)
+                QVERIFY(player->process.waitForFinished(30'000));
+            QVERIFY2(player->process.exitStatus() == QProcess::NormalExit && player->process.exitCode() == 0,
+                player->process.readAllStandardError().constData());
+        }
+    }
 
     QString m_suite;
     int m_number = 0;
     std::vector<std::unique_ptr<Player>> m_players;
 };
-
-void StoreProcessesTest::init()
-{
-    m_suite = QStringLiteral("suite.%1").arg(++m_number);
-    m_players.clear();
-}
-
-void StoreProcessesTest::finish()
-{
-    for (const auto& player : m_players) {
-        if (player->process.state() != QProcess::NotRunning)
-            QVERIFY(player->process.waitForFinished(30'000));
-        QVERIFY2(player->process.exitStatus() == QProcess::NormalExit && player->process.exitCode() == 0,
-            player->process.readAllStandardError().constData());
-    }
-}
-
-void StoreProcessesTest::twoWritersOfDifferentKeysLoseNothing()
-{
-    constexpr int saves = 2000;
-    const auto store = UserDefaults::withSuiteName(m_suite);
-    const SettingsFile file(store->filePath());
-    start("one", saves);
-    start("two", saves);
-    bool wasThere = false;
-    int reads = 0;
-    // A reader has to find a sound file at any moment.
-    while (m_players[0]->process.state() != QProcess::NotRunning
-        || m_players[1]->process.state() != QProcess::NotRunning) {
-        for (int i = 0; i < 50; ++i, ++reads) {
-            const auto content = file.read();
-            QCOMPARE(content.failureText(), QString());
-            QCOMPARE(content->damage, QString());
-            QVERIFY(!wasThere || content->identity.size > 0);
-            wasThere = content->identity.size > 0;
-        }
-        for (const auto& player : m_players) {
-            player->process.readAllStandardOutput();
-            player->process.waitForFinished(1);
-        }
-    }
-    finish();
-    QVERIFY(reads > 100);
-    QCOMPARE(store->storedDictionary().size(), 2 * keysPerWriter);
-    for (int i = saves - keysPerWriter + 1; i <= saves; ++i) {
-        QCOMPARE(store->number(keyName("one", i % keysPerWriter)), double(i));
-        QCOMPARE(store->number(keyName("two", i % keysPerWriter)), double(i));
-    }
-}
-
-void StoreProcessesTest::tenWritersGetTheirTurns()
-{
-    constexpr int saves = 50;
-    for (char writer = 'a'; writer < 'k'; ++writer)
-        start(QByteArray(1, writer), saves);
-    finish(); // none ran into the limit of the lock
-    const auto store = UserDefaults::withSuiteName(m_suite);
-    for (char writer = 'a'; writer < 'k'; ++writer)
-        QCOMPARE(store->number(keyName(QByteArray(1, writer), saves % keysPerWriter)), double(saves));
-}
-
-void StoreProcessesTest::tenWritersGetTheirTurnsOnASlowDisk_data()
-{
-    QTest::addColumn<int>("delay");
-    QTest::addColumn<int>("saves");
-    // Nobody holds the lock for longer than two flushes. With the slowest disk a turn of all writers takes longer than the
-    // lock is waited for while nobody gets further.
-    QTest::newRow("2 ms more a flush") << 2000 << 100;
-    QTest::newRow("15 ms more") << 15'000 << 20;
-    QTest::newRow("150 ms more") << 150'000 << 3;
-}
-
-void StoreProcessesTest::tenWritersGetTheirTurnsOnASlowDisk()
-{
-    QFETCH(const int, delay);
-    QFETCH(const int, saves);
-    qputenv(slowFlush, QByteArray::number(delay));
-    for (char writer = 'a'; writer < 'k'; ++writer)
-        start(QByteArray(1, writer), saves);
-    qunsetenv(slowFlush);
-    finish();
-    const auto store = UserDefaults::withSuiteName(m_suite);
-    for (char writer = 'a'; writer < 'k'; ++writer)
-        QCOMPARE(store->number(keyName(QByteArray(1, writer), saves % keysPerWriter)), double(saves));
-}
-
-void StoreProcessesTest::killedWriterLeavesOldOrNewAndNoLock()
-{
-    const auto store = UserDefaults::withSuiteName(m_suite);
-    QVERIFY(store->set("mine", 0));
-    int mostSaves = 0;
-    for (int round = 1; round <= 40; ++round) {
-        const QByteArray writer = "w" + QByteArray::number(round);
-        m_players.clear();
-        Player* player = start(writer, 1'000'000);
-        QVERIFY(player->process.waitForReadyRead(10'000)); // its first save is done
-        QTest::qSleep(int(QRandomGenerator::global()->bounded(12)));
-        player->process.kill();
-        QVERIFY(player->process.waitForFinished(5000));
-        const int told = player->lastNumber();
-        mostSaves = qMax(mostSaves, told);
-
-        const auto content = SettingsFile(store->filePath()).read();
-        QCOMPARE(content->damage, QString());
-        QCOMPARE(content.failureText(), QString());
-        // What was told is there; one more may be, that was not told any more.
-        int last = 0;
-        for (int i = 0; i < keysPerWriter; ++i)
-            last = qMax(last, content->values.value(QString::fromStdString(keyName(writer, i))).toInt());
-        QVERIFY2(last == told || last == told + 1,
-            (QByteArray::number(last) + ' ' + QByteArray::number(told)).constData());
-        QElapsedTimer timer;
-        timer.start();
-        QVERIFY2(store->set("mine", round), qUtf8Printable(store->lastError()));
-        QVERIFY(timer.elapsed() < 1500); // the lock's own limit is 2 s
-        QCOMPARE(store->number("mine"), double(round));
-        QVERIFY(store->apply({}, content->values.keys().filter(QString::fromLatin1(writer + '.'))));
-    }
-    QVERIFY(mostSaves > 1);
-
-    // What the killed ones left goes away, an hour later.
-    const QDir directory(TestHome::configDirectory());
-    const auto leftovers = [&directory] {
-        return directory.entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden);
-    };
-    const QStringList left = leftovers();
-    for (const QString& name : left) {
-        const struct timespec times[] {
-            { 1000, 0 }, { 1000, 0 }
-        };
-        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(directory.filePath(name)).constData(), times, 0), 0);
-    }
-    store->sweepLeftovers();
-    QVERIFY(leftovers().isEmpty());
-}
-
-void StoreProcessesTest::observerConvergesOnWhatAnotherProcessWrites()
-{
-    const auto store = UserDefaults::withSuiteName(m_suite);
-    int notices = 0;
-    QJsonObject heard;
-    connect(store.get(), &UserDefaults::changed, this, [&] {
-        heard = store->storedDictionary();
-        ++notices;
-    });
-    start("writer", 300);
-    QTRY_VERIFY_WITH_TIMEOUT(m_players[0]->process.state() == QProcess::NotRunning, 30'000);
-    finish();
-    QTRY_COMPARE_WITH_TIMEOUT(heard, SettingsFile(store->filePath()).read()->values, 1000);
-    QCOMPARE(heard.size(), keysPerWriter);
-    QVERIFY(notices >= 1 && notices <= 300); // not more than there were changes
-}
-
-void StoreProcessesTest::otherProcessReadsEverySave_data()
-{
-    QTest::addColumn<bool>("hasRuntimeDirectory");
-    QTest::newRow("by the counter") << true;
-    QTest::newRow("without a runtime directory, by looking") << false;
-}
-
-void StoreProcessesTest::otherProcessReadsEverySave()
-{
-    QFETCH(const bool, hasRuntimeDirectory);
-    const auto store = UserDefaults::withSuiteName(m_suite);
-    Player reader({ QStringLiteral("read"), m_suite }, hasRuntimeDirectory);
-    QCOMPARE(reader.ask(), 0.0);
-    for (int i = 100; i < 400; ++i) {
-        QVERIFY(store->set("a", i));
-        QCOMPARE(reader.ask(), double(i));
-    }
-    reader.process.closeWriteChannel();
-    QVERIFY(reader.process.waitForFinished(5000));
-    QCOMPARE(reader.process.exitCode(), 0);
-}
 
 KESTRUM_TEST_MAIN_OF(StoreProcessesTest)(int argc, char** argv)
 {

@@ -14,234 +14,226 @@ class UserDefaultsEditTest : public QObject, ObservedSuite {
 
 private Q_SLOTS:
     void init() { nextSuite(); }
-    void equalContentWrittenBySomebodyElseTellsNobody();
-    void editsByHandAreSeen_data();
-    void editsByHandAreSeen();
-    void linkedFileIsFollowed();
-    void linkedFolderIsFollowedWhenItsTargetIsMadeAnew_data();
-    void linkedFolderIsFollowedWhenItsTargetIsMadeAnew();
-    void equalSizedEditsInPlaceInARowAreSeen();
-    void damagedEditKeepsTheGoodKeys();
-    void checkoutOfAnotherVersionIsSeen();
-};
 
-void UserDefaultsEditTest::equalContentWrittenBySomebodyElseTellsNobody()
-{
-    Observed observed(m_suite);
-    QVERIFY(observed.store->set("a", 1));
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
-    write(path(), "{\"a\":1}"); // laid out otherwise
-    QTest::qWait(quietTime);
-    replace(path(), textOf(1));
-    QTest::qWait(quietTime);
-    QCOMPARE(observed.notices, 1);
-    // And the watch still hears.
-    replace(path(), textOf(2));
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
-}
-
-void UserDefaultsEditTest::editsByHandAreSeen_data()
-{
-    QTest::addColumn<std::function<void(const QString& path, const QByteArray& content)>>("edit");
-    using Edit = std::function<void(const QString&, const QByteArray&)>;
-    QTest::newRow("in place") << Edit(write);
-    QTest::newRow("replaced, as editors do") << Edit(replace);
-    QTest::newRow("old one moved away, new one written, as other editors do")
-        << Edit([](const QString& path, const QByteArray& content) {
-               QFile::remove(path + u'~');
-               QVERIFY(QFile::rename(path, path + u'~'));
-               write(path, content);
-           });
-    QTest::newRow("deleted and made again") << Edit([](const QString& path, const QByteArray& content) {
-        QVERIFY(QFile::remove(path));
-        write(path, content);
-    });
-    QTest::newRow("directory deleted and made again")
-        << Edit([](const QString& path, const QByteArray& content) {
-               QVERIFY(QDir(TestHome::configDirectory()).removeRecursively());
-               QTest::qWait(quietTime / 3);
-               QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-               write(path, content);
-           });
-    QTest::newRow("parent deleted and made again")
-        << Edit([](const QString& path, const QByteArray& content) {
-               QVERIFY(QFileInfo(TestHome::configDirectory()).dir().removeRecursively());
-               QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-               write(path, content);
-           });
-    QTest::newRow("directory swapped") << Edit([](const QString& path, const QByteArray& content) {
-        const QString aside = TestHome::configDirectory() + QStringLiteral(".new");
-        QDir(aside + u'~').removeRecursively();
-        QVERIFY(QDir().mkpath(aside));
-        write(aside + u'/' + QFileInfo(path).fileName(), content);
-        QVERIFY(QDir().rename(TestHome::configDirectory(), aside + u'~'));
-        QVERIFY(QDir().rename(aside, TestHome::configDirectory()));
-    });
-    QTest::newRow("removed") << Edit(
-        [](const QString& path, const QByteArray&) { QVERIFY(QFile::remove(path)); });
-}
-
-void UserDefaultsEditTest::editsByHandAreSeen()
-{
-    using Edit = std::function<void(const QString&, const QByteArray&)>;
-    QFETCH(const Edit, edit);
-    QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-    Observed observed(m_suite);
-    for (int i = 1; i <= 10; ++i) {
-        QVERIFY(observed.store->set("a", -i));
-        QTRY_VERIFY_WITH_TIMEOUT(observed.notices > 0, longestDelay);
-        QTest::qWait(5);
-        observed.notices = 0;
-        QElapsedTimer timer;
-        timer.start();
-        edit(path(), textOf(i));
-        const bool isGone = !QFile::exists(path());
-        QTRY_VERIFY_WITH_TIMEOUT(observed.notices > 0, longestDelay);
-        QTRY_COMPARE_WITH_TIMEOUT(
-            observed.store->number("a").value_or(0), double(isGone ? 0 : i), longestDelay);
-        QVERIFY(timer.elapsed() < longestDelay);
+    void equalContentWrittenBySomebodyElseTellsNobody()
+    {
+        Observed observed(m_suite);
+        QVERIFY(observed.store->set("a", 1));
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+        write(path(), "{\"a\":1}"); // laid out otherwise
+        QTest::qWait(quietTime);
+        replace(path(), textOf(1));
+        QTest::qWait(quietTime);
+        QCOMPARE(observed.notices, 1);
+        // And the watch still hears.
+        replace(path(), textOf(2));
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
     }
-}
 
-void UserDefaultsEditTest::linkedFileIsFollowed()
-{
-    const QString one = TestHome::root() + QStringLiteral("/dotfiles/one");
-    const QString two = TestHome::root() + QStringLiteral("/dotfiles/two");
-    QVERIFY(QDir().mkpath(one) && QDir().mkpath(two) && QDir().mkpath(TestHome::configDirectory()));
-    write(one + QStringLiteral("/real.json"), textOf(1));
-    write(two + QStringLiteral("/real.json"), textOf(2));
-    QVERIFY(QFile::link(one + QStringLiteral("/real.json"), path()));
-    Observed observed(m_suite);
-    QCOMPARE(observed.store->number("a"), 1.0);
+    void editsByHandAreSeen_data()
+    {
+        QTest::addColumn<std::function<void(const QString& path, const QByteArray& content)>>("edit");
+        using Edit = std::function<void(const QString&, const QByteArray&)>;
+        QTest::newRow("in place") << Edit(write);
+        QTest::newRow("replaced, as editors do") << Edit(replace);
+        QTest::newRow("old one moved away, new one written, as other editors do")
+            << Edit([](const QString& path, const QByteArray& content) {
+                   QFile::remove(path + u'~');
+                   QVERIFY(QFile::rename(path, path + u'~'));
+                   write(path, content);
+               });
+        QTest::newRow("deleted and made again") << Edit([](const QString& path, const QByteArray& content) {
+            QVERIFY(QFile::remove(path));
+            write(path, content);
+        });
+        QTest::newRow("directory deleted and made again")
+            << Edit([](const QString& path, const QByteArray& content) {
+                   QVERIFY(QDir(TestHome::configDirectory()).removeRecursively());
+                   QTest::qWait(quietTime / 3);
+                   QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+                   write(path, content);
+               });
+        QTest::newRow("parent deleted and made again")
+            << Edit([](const QString& path, const QByteArray& content) {
+                   QVERIFY(QFileInfo(TestHome::configDirectory()).dir().removeRecursively());
+                   QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+                   write(path, content);
+               });
+        QTest::newRow("directory swapped") << Edit([](const QString& path, const QByteArray& content) {
+            const QString aside = TestHome::configDirectory() + QStringLiteral(".new");
+            QDir(aside + u'~').removeRecursively();
+            QVERIFY(QDir().mkpath(aside));
+            write(aside + u'/' + QFileInfo(path).fileName(), content);
+            QVERIFY(QDir().rename(TestHome::configDirectory(), aside + u'~'));
+            QVERIFY(QDir().rename(aside, TestHome::configDirectory()));
+        });
+        QTest::newRow("removed") << Edit(
+            [](const QString& path, const QByteArray&) { QVERIFY(QFile::remove(path)); });
+    }
 
-    int notices = 0;
-    const auto expect = [&](int value) {
-        ++notices; // not within the macro, which looks again and again
-        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, notices, longestDelay);
-        QCOMPARE(observed.store->number("a"), double(value));
-    };
-    write(one + QStringLiteral("/real.json"), textOf(3));
-    expect(3);
-    replace(one + QStringLiteral("/real.json"), textOf(4));
-    expect(4);
-    // Retargeted, as a link is replaced without a gap.
-    QVERIFY(QFile::link(two + QStringLiteral("/real.json"), path() + u'~'));
-    QCOMPARE(
-        ::rename(QFile::encodeName(path() + u'~').constData(), QFile::encodeName(path()).constData()), 0);
-    expect(2);
-    write(two + QStringLiteral("/real.json"), textOf(5));
-    expect(5);
-    // The target that is no longer ours is nothing to us.
-    write(one + QStringLiteral("/real.json"), textOf(6));
-    QTest::qWait(quietTime);
-    QCOMPARE(observed.notices, notices);
-    // Our own save goes to the target and is told once.
-    QVERIFY(observed.store->set("a", 7));
-    expect(7);
-    QTest::qWait(quietTime);
-    QCOMPARE(observed.notices, notices);
-    QVERIFY(QFileInfo(path()).isSymLink());
-}
-
-void UserDefaultsEditTest::linkedFolderIsFollowedWhenItsTargetIsMadeAnew_data()
-{
-    QTest::addColumn<QString>("link");
-    QTest::newRow("the folder itself") << TestHome::configDirectory();
-    QTest::newRow("the folder above") << QFileInfo(TestHome::configDirectory()).path();
-}
-
-void UserDefaultsEditTest::linkedFolderIsFollowedWhenItsTargetIsMadeAnew()
-{
-    QFETCH(const QString, link);
-    const QString target = TestHome::root() + QStringLiteral("/elsewhere/%1").arg(m_suite);
-    const auto edit = [this](int value) {
+    void editsByHandAreSeen()
+    {
+        using Edit = std::function<void(const QString&, const QByteArray&)>;
+        QFETCH(const Edit, edit);
         QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-        write(path(), textOf(value));
-    };
-    QDir(TestHome::configDirectory()).removeRecursively();
-    QDir(link).removeRecursively();
-    QVERIFY(QDir().mkpath(target));
-    QVERIFY(QFile::link(target, link));
-    edit(0);
-    Observed observed(m_suite);
-    QCOMPARE(observed.store->number("a"), 0.0);
-    for (int i = 1; i <= 5; ++i) {
-        QVERIFY(QDir(target).removeRecursively());
-        QTest::qWait(quietTime / 3);
+        Observed observed(m_suite);
+        for (int i = 1; i <= 10; ++i) {
+            QVERIFY(observed.store->set("a", -i));
+            QTRY_VERIFY_WITH_TIMEOUT(observed.notices > 0, longestDelay);
+            QTest::qWait(5);
+            observed.notices = 0;
+            QElapsedTimer timer;
+            timer.start();
+            edit(path(), textOf(i));
+            const bool isGone = !QFile::exists(path());
+            QTRY_VERIFY_WITH_TIMEOUT(observed.notices > 0, longestDelay);
+            QTRY_COMPARE_WITH_TIMEOUT(
+                observed.store->number("a").value_or(0), double(isGone ? 0 : i), longestDelay);
+            QVERIFY(timer.elapsed() < longestDelay);
+        }
+    }
+
+    void linkedFileIsFollowed()
+    {
+        const QString one = TestHome::root() + QStringLiteral("/dotfiles/one");
+        const QString two = TestHome::root() + QStringLiteral("/dotfiles/two");
+        QVERIFY(QDir().mkpath(one) && QDir().mkpath(two) && QDir().mkpath(TestHome::configDirectory()));
+        write(one + QStringLiteral("/real.json"), textOf(1));
+        write(two + QStringLiteral("/real.json"), textOf(2));
+        QVERIFY(QFile::link(one + QStringLiteral("/real.json"), path()));
+        Observed observed(m_suite);
+        QCOMPARE(observed.store->number("a"), 1.0);
+
+        int notices = 0;
+        const auto expect = [&](int value) {
+            ++notices; // not within the macro, which looks again and again
+            QTRY_COMPARE_WITH_TIMEOUT(observed.notices, notices, longestDelay);
+            QCOMPARE(observed.store->number("a"), double(value));
+        };
+        write(one + QStringLiteral("/real.json"), textOf(3));
+        expect(3);
+        replace(one + QStringLiteral("/real.json"), textOf(4));
+        expect(4);
+        // Retargeted, as a link is replaced without a gap.
+        QVERIFY(QFile::link(two + QStringLiteral("/real.json"), path() + u'~'));
+        QCOMPARE(
+            ::rename(QFile::encodeName(path() + u'~').constData(), QFile::encodeName(path()).constData()), 0);
+        expect(2);
+        write(two + QStringLiteral("/real.json"), textOf(5));
+        expect(5);
+        // The target that is no longer ours is nothing to us.
+        write(one + QStringLiteral("/real.json"), textOf(6));
+        QTest::qWait(quietTime);
+        QCOMPARE(observed.notices, notices);
+        // Our own save goes to the target and is told once.
+        QVERIFY(observed.store->set("a", 7));
+        expect(7);
+        QTest::qWait(quietTime);
+        QCOMPARE(observed.notices, notices);
+        QVERIFY(QFileInfo(path()).isSymLink());
+    }
+
+    void linkedFolderIsFollowedWhenItsTargetIsMadeAnew_data()
+    {
+        QTest::addColumn<QString>("link");
+        QTest::newRow("the folder itself") << TestHome::configDirectory();
+        QTest::newRow("the folder above") << QFileInfo(TestHome::configDirectory()).path();
+    }
+
+    void linkedFolderIsFollowedWhenItsTargetIsMadeAnew()
+    {
+        QFETCH(const QString, link);
+        const QString target = TestHome::root() + QStringLiteral("/elsewhere/%1").arg(m_suite);
+        const auto edit = [this](int value) {
+            QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+            write(path(), textOf(value));
+        };
+        QDir(TestHome::configDirectory()).removeRecursively();
+        QDir(link).removeRecursively();
         QVERIFY(QDir().mkpath(target));
-        edit(i);
-        QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), double(i), longestDelay);
-        // And what is saved there afterwards is heard.
-        edit(10 * i);
-        QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 10.0 * i, longestDelay);
+        QVERIFY(QFile::link(target, link));
+        edit(0);
+        Observed observed(m_suite);
+        QCOMPARE(observed.store->number("a"), 0.0);
+        for (int i = 1; i <= 5; ++i) {
+            QVERIFY(QDir(target).removeRecursively());
+            QTest::qWait(quietTime / 3);
+            QVERIFY(QDir().mkpath(target));
+            edit(i);
+            QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), double(i), longestDelay);
+            // And what is saved there afterwards is heard.
+            edit(10 * i);
+            QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 10.0 * i, longestDelay);
+        }
+        // The link leads elsewhere.
+        const QString other = target + QStringLiteral(".other");
+        QVERIFY(QDir().mkpath(other));
+        QVERIFY(QFile::link(other, link + u'~'));
+        QCOMPARE(
+            ::rename(QFile::encodeName(link + u'~').constData(), QFile::encodeName(link).constData()), 0);
+        edit(100);
+        QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 100.0, longestDelay);
+        QVERIFY(QFile::remove(link));
+        QVERIFY(QDir().mkpath(link));
     }
-    // The link leads elsewhere.
-    const QString other = target + QStringLiteral(".other");
-    QVERIFY(QDir().mkpath(other));
-    QVERIFY(QFile::link(other, link + u'~'));
-    QCOMPARE(::rename(QFile::encodeName(link + u'~').constData(), QFile::encodeName(link).constData()), 0);
-    edit(100);
-    QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 100.0, longestDelay);
-    QVERIFY(QFile::remove(link));
-    QVERIFY(QDir().mkpath(link));
-}
 
-void UserDefaultsEditTest::equalSizedEditsInPlaceInARowAreSeen()
-{
-    // Same inode, same size, and often the same tick of the kernel's clock.
-    QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-    write(path(), textOf(100));
-    Observed observed(m_suite);
-    for (int i = 101; i < 400; ++i) {
-        const int file = ::open(QFile::encodeName(path()).constData(), O_WRONLY | O_CLOEXEC);
-        const QByteArray text = textOf(i);
-        QCOMPARE(::write(file, text.constData(), size_t(text.size())), ssize_t(text.size()));
-        ::close(file);
-        QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a"), double(i), longestDelay);
+    void equalSizedEditsInPlaceInARowAreSeen()
+    {
+        // Same inode, same size, and often the same tick of the kernel's clock.
+        QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+        write(path(), textOf(100));
+        Observed observed(m_suite);
+        for (int i = 101; i < 400; ++i) {
+            const int file = ::open(QFile::encodeName(path()).constData(), O_WRONLY | O_CLOEXEC);
+            const QByteArray text = textOf(i);
+            QCOMPARE(::write(file, text.constData(), size_t(text.size())), ssize_t(text.size()));
+            ::close(file);
+            QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a"), double(i), longestDelay);
+        }
     }
-}
 
-void UserDefaultsEditTest::damagedEditKeepsTheGoodKeys()
-{
-    Observed observed(m_suite);
-    QVERIFY(observed.store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 } }, {}));
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
-    write(path(), "{\n\"a\": 2,\n\"b\": tru\n}");
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
-    QCOMPARE(observed.store->number("a"), 2.0);
-    QCOMPARE(observed.store->object("b"), QJsonValue(QJsonValue::Undefined));
-}
+    void damagedEditKeepsTheGoodKeys()
+    {
+        Observed observed(m_suite);
+        QVERIFY(observed.store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 } }, {}));
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+        write(path(), "{\n\"a\": 2,\n\"b\": tru\n}");
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
+        QCOMPARE(observed.store->number("a"), 2.0);
+        QCOMPARE(observed.store->object("b"), QJsonValue(QJsonValue::Undefined));
+    }
 
-void UserDefaultsEditTest::checkoutOfAnotherVersionIsSeen()
-{
-    if (QStandardPaths::findExecutable(QStringLiteral("git")).isEmpty())
-        QSKIP("git is not installed");
-    const QString directory = TestHome::configDirectory();
-    QVERIFY(QDir().mkpath(directory));
-    const auto git = [&](const QStringList& arguments) {
-        QProcess process;
-        process.setWorkingDirectory(directory);
-        process.start(QStringLiteral("git"),
-            QStringList { QStringLiteral("-c"), QStringLiteral("user.name=x"), QStringLiteral("-c"),
-                QStringLiteral("user.email=x@example.org") }
-                + arguments);
-        return process.waitForFinished(10'000) && process.exitCode() == 0;
-    };
-    QVERIFY(git({ QStringLiteral("init"), QStringLiteral("-q") }));
-    for (int version = 1; version <= 2; ++version) {
-        write(path(), textOf(version));
-        QVERIFY(git({ QStringLiteral("add"), path() }));
-        QVERIFY(git({ QStringLiteral("commit"), QStringLiteral("-qm"), QStringLiteral("x") }));
-        QVERIFY(git({ QStringLiteral("tag"), QStringLiteral("v%1").arg(version) }));
+    void checkoutOfAnotherVersionIsSeen()
+    {
+        if (QStandardPaths::findExecutable(QStringLiteral("git")).isEmpty())
+            QSKIP("git is not installed");
+        const QString directory = TestHome::configDirectory();
+        QVERIFY(QDir().mkpath(directory));
+        const auto git = [&](const QStringList& arguments) {
+            QProcess process;
+            process.setWorkingDirectory(directory);
+            process.start(QStringLiteral("git"),
+                QStringList { QStringLiteral("-c"), QStringLiteral("user.name=x"), QStringLiteral("-c"),
+                    QStringLiteral("user.email=x@example.org") }
+                    + arguments);
+            return process.waitForFinished(10'000) && process.exitCode() == 0;
+        };
+        QVERIFY(git({ QStringLiteral("init"), QStringLiteral("-q") }));
+        for (int version = 1; version <= 2; ++version) {
+            write(path(), textOf(version));
+            QVERIFY(git({ QStringLiteral("add"), path() }));
+            QVERIFY(git({ QStringLiteral("commit"), QStringLiteral("-qm"), QStringLiteral("x") }));
+            QVERIFY(git({ QStringLiteral("tag"), QStringLiteral("v%1").arg(version) }));
+        }
+        Observed observed(m_suite);
+        for (int i = 0; i < 6; ++i) {
+            const int version = 1 + i % 2;
+            QVERIFY(git(
+                { QStringLiteral("checkout"), QStringLiteral("-q"), QStringLiteral("v%1").arg(version) }));
+            QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a"), double(version), longestDelay);
+        }
     }
-    Observed observed(m_suite);
-    for (int i = 0; i < 6; ++i) {
-        const int version = 1 + i % 2;
-        QVERIFY(
-            git({ QStringLiteral("checkout"), QStringLiteral("-q"), QStringLiteral("v%1").arg(version) }));
-        QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a"), double(version), longestDelay);
-    }
-}
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, UserDefaultsEditTest)
 #include "UserDefaultsEditTest.moc"

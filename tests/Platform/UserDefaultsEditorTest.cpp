@@ -21,24 +21,223 @@ class UserDefaultsEditorTest : public QObject, ObservedSuite {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void savingInStepsShowsOnlyOldAndNew_data();
-    void savingInStepsShowsOnlyOldAndNew();
-    void fileThatStaysAwayIsBelievedGone();
-    void fileThatStaysBlankIsBelieved();
-    void halfWrittenFileIsNotReadBeforeItIsClosed();
-    void saveBetweenTheStepsLosesNothing_data();
-    void saveBetweenTheStepsLosesNothing();
-    void saveIntoAHalfWrittenFileIsRefused();
-    void storeThatIsOpenedBetweenTheStepsReadsTheFile_data();
-    void storeThatIsOpenedBetweenTheStepsReadsTheFile();
-    void nobodyWaitsForAFileThatIsNotMissing();
+    void init()
+    {
+        nextSuite();
+        const auto store = opened();
+        QVERIFY(store->set("language", QStringLiteral("de")));
+        write(path(), textIn("de"));
+    }
+
+    void savingInStepsShowsOnlyOldAndNew_data() { addWays(Gaps::all); }
+
+    void savingInStepsShowsOnlyOldAndNew()
+    {
+        Observed observed(m_suite);
+        observed.store->registerDefaults({ { QStringLiteral("language"), QStringLiteral("system") } });
+        // Without an observer only the counter says that there is something to look at.
+        const auto reader = opened();
+        const auto counter = GenerationCounter::open(m_suite);
+        QSet<QString> seen;
+        const auto read = [&] {
+            counter->advance();
+            seen.insert(reader->string("language").value_or(QStringLiteral("absent")));
+            seen.insert(observed.store->string("language").value_or(QStringLiteral("absent")));
+        };
+        connect(observed.store.get(), &UserDefaults::changed, observed.store.get(),
+            [&] { seen.insert(observed.store->string("language").value_or(QString())); });
+        QTimer often;
+        connect(&often, &QTimer::timeout, observed.store.get(), read);
+        const QStringList languages { QStringLiteral("de"), QStringLiteral("fr"), QStringLiteral("pl") };
+        for (int round = 1; round <= 2; ++round) {
+            seen.clear();
+            // Once with reads between the steps, and once with what the watch brings about alone.
+            if (round == 2)
+                often.start(3);
+            for (const Step& step : stepsTo(qUtf8Printable(languages[round]))) {
+                step();
+                QTest::qWait(pause);
+            }
+            QTRY_COMPARE_WITH_TIMEOUT(observed.store->string("language"), languages[round], longestDelay);
+            often.stop();
+            read();
+            QCOMPARE(reader->string("language"), languages[round]);
+            seen.remove(languages[round]);
+            seen.remove(languages[round - 1]);
+            QVERIFY2(seen.isEmpty(), qUtf8Printable(seen.values().join(u',')));
+        }
+    }
+
+    void fileThatStaysAwayIsBelievedGone()
+    {
+        Observed observed(m_suite);
+        observed.store->registerDefaults({ { QStringLiteral("language"), QStringLiteral("system") } });
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(QFile::remove(path()));
+        QTest::qWait(believedAfter / 2);
+        const auto meanwhile = observed.store->string("language");
+        const int notices = observed.notices;
+        if (timer.elapsed() < believedAfter) { // on a machine that is not too busy to ask in time
+            QCOMPARE(meanwhile, QStringLiteral("de"));
+            QCOMPARE(notices, 0);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+        QVERIFY(timer.elapsed() >= believedAfter);
+        QCOMPARE(observed.store->string("language"), QStringLiteral("system"));
+        // What nobody observes is found, too.
+        QCOMPARE(opened()->string("language"), std::nullopt);
+    }
+
+    void fileThatStaysBlankIsBelieved()
+    {
+        Observed observed(m_suite);
+        write(path(), " \n");
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+        QVERIFY(observed.store->storedDictionary().isEmpty());
+    }
+
+    void halfWrittenFileIsNotReadBeforeItIsClosed()
+    {
+        Observed observed(m_suite);
+        const QByteArray text = textIn("fr");
+        const int file = openedFor(QFile::encodeName(path()), O_TRUNC);
+        put(file, text.left(text.size() / 2));
+        // Long enough for the one who believes that it stays so.
+        QTest::qWait(3 * believedAfter);
+        QCOMPARE(observed.notices, 0);
+        QCOMPARE(observed.store->string("language"), QStringLiteral("de"));
+        put(file, text.mid(text.size() / 2));
+        ::close(file);
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
+        QCOMPARE(observed.store->string("language"), QStringLiteral("fr"));
+
+        // One that is closed is damaged.
+        write(path(), text.left(text.size() - 3));
+        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
+    }
+
+    void saveBetweenTheStepsLosesNothing_data() { addWays(Gaps::inTheFolder); }
+
+    void saveBetweenTheStepsLosesNothing()
+    {
+        const qsizetype count = qsizetype(stepsTo("fr").size());
+        for (qsizetype at = 0; at < count; ++at) {
+            const char* const language = at % 2 == 0 ? "fr" : "de";
+            const Steps steps = stepsTo(language);
+            const auto store = opened();
+            for (qsizetype i = 0; i <= at; ++i)
+                steps[size_t(i)]();
+            const auto editor = goesOnBehind(steps, at);
+            const bool isSaved = store->set("ours", double(at));
+            QVERIFY(editor->wait(5000));
+            QVERIFY2(isSaved, qUtf8Printable(store->lastError()));
+            const auto content = SettingsFile(path()).read();
+            const auto values = [&] {
+                return QByteArray::number(at) + ": "
+                    + QJsonDocument(content->values).toJson(QJsonDocument::Compact);
+            };
+            // An editor that has not moved the file away yet writes over what is saved before, as it always did.
+            QVERIFY2(content->damage.isEmpty() && content->values.contains(u"others"), values().constData());
+            QVERIFY2(content->values.value(u"language") == QLatin1StringView(language)
+                    || content->values.value(u"ours") == double(at),
+                values().constData());
+            QFile::remove(path() + u'~');
+            write(path(), textIn(language));
+            QTest::qWait(1);
+        }
+    }
+
+    void saveIntoAHalfWrittenFileIsRefused()
+    {
+        const auto store = opened();
+        const QByteArray text = textIn("fr");
+        const int file = openedFor(QFile::encodeName(path()), O_TRUNC);
+        put(file, text.left(text.size() / 2));
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(!store->set("ours", 1));
+        QVERIFY(timer.elapsed() < 3000);
+        QVERIFY2(store->lastError().contains(QStringLiteral("another program is writing it")),
+            qUtf8Printable(store->lastError()));
+        QCOMPARE(contentOf(path()), text.left(text.size() / 2));
+        put(file, text.mid(text.size() / 2));
+        ::close(file);
+        QVERIFY2(store->set("ours", 1), qUtf8Printable(store->lastError()));
+        QCOMPARE(storedLanguage(), QStringLiteral("fr"));
+        QCOMPARE(store->number("ours"), 1.0);
+        QVERIFY(!QFile::exists(path() + QStringLiteral(".damaged-1")));
+    }
+
+    void storeThatIsOpenedBetweenTheStepsReadsTheFile_data() { addWays(Gaps::withAnOpenFile); }
+
+    void storeThatIsOpenedBetweenTheStepsReadsTheFile()
+    {
+        QFETCH(const Way, way);
+        const qsizetype count = qsizetype(stepsTo("fr").size());
+        for (qsizetype at = 0; at < count; ++at) {
+            const char* const language = at % 2 == 0 ? "fr" : "de";
+            const Steps steps = stepsTo(language);
+            for (qsizetype i = 0; i <= at; ++i)
+                steps[size_t(i)]();
+            const auto editor = goesOnBehind(steps, at);
+            const auto read = opened()->string("language").value_or(QStringLiteral("absent"));
+            QVERIFY(editor->wait(5000));
+            QVERIFY2(read == QStringLiteral("de") || read == QStringLiteral("fr"),
+                (QByteArray::number(at) + ": " + read.toUtf8()).constData());
+        }
+    }
+
+    void nobodyWaitsForAFileThatIsNotMissing()
+    {
+        const auto timeOfOpening = [this] {
+            QElapsedTimer timer;
+            timer.start();
+            const auto store = opened();
+            return timer.elapsed();
+        };
+        const auto fastest = [&timeOfOpening] {
+            return std::min({ timeOfOpening(), timeOfOpening(), timeOfOpening() });
+        };
+        QVERIFY(fastest() < believedAfter / 2);
+        // It has been gone for some time.
+        QVERIFY(QFile::remove(path()));
+        const struct timespec times[] {
+            { 1000, 0 }, { 1000, 0 }
+        };
+        QCOMPARE(
+            ::utimensat(AT_FDCWD, QFile::encodeName(TestHome::configDirectory()).constData(), times, 0), 0);
+        QVERIFY(fastest() < believedAfter / 2);
+        // Nobody has ever saved it.
+        nextSuite();
+        QVERIFY(fastest() < believedAfter / 2);
+        QElapsedTimer timer;
+        timer.start();
+        QVERIFY(opened()->set("a", 1));
+        QVERIFY(timer.elapsed() < believedAfter / 2);
+        // It is there, whatever it holds.
+        for (const char* text : { "{\"a\": ", "", "{}" }) {
+            write(path(), text);
+            QVERIFY(fastest() < believedAfter / 2);
+        }
+    }
 
 private:
     using Step = std::function<void()>;
     using Steps = std::vector<Step>;
     /// Takes the steps behind the one at `at` on a thread of its own. The steps have to outlive it.
-    static std::unique_ptr<QThread> goesOnBehind(const Steps& steps, qsizetype at);
+    static std::unique_ptr<QThread> goesOnBehind(const Steps& steps, qsizetype at)
+    {
+        std::unique_ptr<QThread> editor(QThread::create([&steps, at] {
+            for (size_t i = size_t(at) + 1; i < steps.size(); ++i) {
+                QThread::msleep(pause / 2);
+                steps[i]();
+            }
+        }));
+        editor->start();
+        return editor;
+    }
+
     using Way = std::function<Steps(const QByteArray& path, const QByteArray& text)>;
 
     static constexpr int pause = 40;
@@ -46,7 +245,89 @@ private:
 
     /// What of a way somebody can tell from a whole file, or from none, who has not seen the file before.
     enum class Gaps { all, inTheFolder, withAnOpenFile };
-    static void addWays(Gaps gaps);
+
+    static void addWays(Gaps gaps)
+    {
+        QTest::addColumn<Way>("way");
+        const auto row = [](const char* name, const Way& way) { QTest::newRow(name) << way; };
+        // What a step leaves to a later one.
+        static int file = -1;
+        static const auto writeHalves = [](const QByteArray& text) {
+            return Steps { [=] { put(file, text.left(text.size() / 2)); },
+                [=] { put(file, text.mid(text.size() / 2)); }, [] { ::fsync(file); }, [] { ::close(file); } };
+        };
+        static const auto joined = [](std::initializer_list<Steps> parts) {
+            Steps all;
+            for (const Steps& part : parts)
+                all.insert(all.end(), part.begin(), part.end());
+            return all;
+        };
+        static const auto renamed = [](const QByteArray& from, const QByteArray& to) {
+            return Steps { [=] { QCOMPARE(::rename(from.constData(), to.constData()), 0); } };
+        };
+        static const auto removed = [](const QByteArray& path) {
+            return Steps { [=] { QCOMPARE(::unlink(path.constData()), 0); } };
+        };
+        static const auto openedStep = [](const QByteArray& path, int flags) {
+            return Steps { [=] {
+                file = openedFor(path, flags);
+                QVERIFY(file >= 0);
+            } };
+        };
+
+        row("moved away, made anew, old one removed", [](const QByteArray& path, const QByteArray& text) {
+            return joined({ renamed(path, path + '~'), openedStep(path, O_CREAT | O_TRUNC), writeHalves(text),
+                removed(path + '~') });
+        });
+        row("emptied and written", [](const QByteArray& path, const QByteArray& text) {
+            return joined({ openedStep(path, O_TRUNC), writeHalves(text) });
+        });
+        row("written over and cut", [](const QByteArray& path, const QByteArray& text) {
+            return joined({ openedStep(path, 0),
+                Steps { [=] { put(file, text.left(text.size() / 2)); },
+                    [=] { put(file, text.mid(text.size() / 2)); },
+                    [=] { QCOMPARE(::ftruncate(file, text.size()), 0); }, [] { ::close(file); } } });
+        });
+        row("removed and made anew", [](const QByteArray& path, const QByteArray& text) {
+            return joined({ removed(path), openedStep(path, O_CREAT | O_EXCL), writeHalves(text) });
+        });
+        row("removed, new one moved in", [](const QByteArray& path, const QByteArray& text) {
+            return joined({ openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text), removed(path),
+                renamed(path + ".new", path) });
+        });
+        row("moved away, new one linked in", [](const QByteArray& path, const QByteArray& text) {
+            return joined(
+                { openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text), renamed(path, path + '~'),
+                    Steps { [=] { QCOMPARE(::link((path + ".new").constData(), path.constData()), 0); } },
+                    removed(path + ".new"), removed(path + '~') });
+        });
+        row("replaced in one step", [](const QByteArray& path, const QByteArray& text) {
+            return joined({ openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text),
+                renamed(path + ".new", path) });
+        });
+        if (gaps == Gaps::withAnOpenFile)
+            return;
+        row("emptied, closed, written", [](const QByteArray& path, const QByteArray& text) {
+            return joined({ openedStep(path, O_TRUNC), Steps { [] { ::close(file); } },
+                openedStep(path, O_APPEND), writeHalves(text) });
+        });
+        row("written piece by piece, closed in between", [](const QByteArray& path, const QByteArray& text) {
+            const Steps close { [] { ::close(file); } };
+            return joined({ openedStep(path, O_TRUNC), Steps { [=] { put(file, text.left(10)); } }, close,
+                openedStep(path, O_APPEND), Steps { [=] { put(file, text.mid(10)); } }, close });
+        });
+        if (gaps == Gaps::inTheFolder)
+            return;
+        row("folder moved away, another one moved in", [](const QByteArray& path, const QByteArray& text) {
+            const QByteArray folder = path.left(path.lastIndexOf('/'));
+            const QByteArray name = path.mid(path.lastIndexOf('/'));
+            return joined({ Steps { [=] { QCOMPARE(::mkdir((folder + ".new").constData(), 0700), 0); } },
+                openedStep(folder + ".new" + name, O_CREAT), writeHalves(text),
+                renamed(folder, folder + ".old"), renamed(folder + ".new", folder),
+                Steps { [=] { QVERIFY(QDir(QFile::decodeName(folder + ".old")).removeRecursively()); } } });
+        });
+    }
+
     static QByteArray textIn(const char* language)
     {
         return QByteArray("{\n    \"language\": \"") + language
@@ -71,308 +352,6 @@ private:
         return SettingsFile(path()).read()->values.value(u"language").toString();
     }
 };
-
-void UserDefaultsEditorTest::init()
-{
-    nextSuite();
-    const auto store = opened();
-    QVERIFY(store->set("language", QStringLiteral("de")));
-    write(path(), textIn("de"));
-}
-
-void UserDefaultsEditorTest::addWays(Gaps gaps)
-{
-    QTest::addColumn<Way>("way");
-    const auto row = [](const char* name, const Way& way) { QTest::newRow(name) << way; };
-    // What a step leaves to a later one.
-    static int file = -1;
-    static const auto writeHalves = [](const QByteArray& text) {
-        return Steps { [=] { put(file, text.left(text.size() / 2)); },
-            [=] { put(file, text.mid(text.size() / 2)); }, [] { ::fsync(file); }, [] { ::close(file); } };
-    };
-    static const auto joined = [](std::initializer_list<Steps> parts) {
-        Steps all;
-        for (const Steps& part : parts)
-            all.insert(all.end(), part.begin(), part.end());
-        return all;
-    };
-    static const auto renamed = [](const QByteArray& from, const QByteArray& to) {
-        return Steps { [=] { QCOMPARE(::rename(from.constData(), to.constData()), 0); } };
-    };
-    static const auto removed
-        = [](const QByteArray& path) { return Steps { [=] { QCOMPARE(::unlink(path.constData()), 0); } }; };
-    static const auto openedStep = [](const QByteArray& path, int flags) {
-        return Steps { [=] {
-            file = openedFor(path, flags);
-            QVERIFY(file >= 0);
-        } };
-    };
-
-    row("moved away, made anew, old one removed", [](const QByteArray& path, const QByteArray& text) {
-        return joined({ renamed(path, path + '~'), openedStep(path, O_CREAT | O_TRUNC), writeHalves(text),
-            removed(path + '~') });
-    });
-    row("emptied and written", [](const QByteArray& path, const QByteArray& text) {
-        return joined({ openedStep(path, O_TRUNC), writeHalves(text) });
-    });
-    row("written over and cut", [](const QByteArray& path, const QByteArray& text) {
-        return joined({ openedStep(path, 0),
-            Steps { [=] { put(file, text.left(text.size() / 2)); },
-                [=] { put(file, text.mid(text.size() / 2)); },
-                [=] { QCOMPARE(::ftruncate(file, text.size()), 0); }, [] { ::close(file); } } });
-    });
-    row("removed and made anew", [](const QByteArray& path, const QByteArray& text) {
-        return joined({ removed(path), openedStep(path, O_CREAT | O_EXCL), writeHalves(text) });
-    });
-    row("removed, new one moved in", [](const QByteArray& path, const QByteArray& text) {
-        return joined({ openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text), removed(path),
-            renamed(path + ".new", path) });
-    });
-    row("moved away, new one linked in", [](const QByteArray& path, const QByteArray& text) {
-        return joined(
-            { openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text), renamed(path, path + '~'),
-                Steps { [=] { QCOMPARE(::link((path + ".new").constData(), path.constData()), 0); } },
-                removed(path + ".new"), removed(path + '~') });
-    });
-    row("replaced in one step", [](const QByteArray& path, const QByteArray& text) {
-        return joined({ openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text),
-            renamed(path + ".new", path) });
-    });
-    if (gaps == Gaps::withAnOpenFile)
-        return;
-    row("emptied, closed, written", [](const QByteArray& path, const QByteArray& text) {
-        return joined({ openedStep(path, O_TRUNC), Steps { [] { ::close(file); } },
-            openedStep(path, O_APPEND), writeHalves(text) });
-    });
-    row("written piece by piece, closed in between", [](const QByteArray& path, const QByteArray& text) {
-        const Steps close { [] { ::close(file); } };
-        return joined({ openedStep(path, O_TRUNC), Steps { [=] { put(file, text.left(10)); } }, close,
-            openedStep(path, O_APPEND), Steps { [=] { put(file, text.mid(10)); } }, close });
-    });
-    if (gaps == Gaps::inTheFolder)
-        return;
-    row("folder moved away, another one moved in", [](const QByteArray& path, const QByteArray& text) {
-        const QByteArray folder = path.left(path.lastIndexOf('/'));
-        const QByteArray name = path.mid(path.lastIndexOf('/'));
-        return joined({ Steps { [=] { QCOMPARE(::mkdir((folder + ".new").constData(), 0700), 0); } },
-            openedStep(folder + ".new" + name, O_CREAT), writeHalves(text), renamed(folder, folder + ".old"),
-            renamed(folder + ".new", folder),
-            Steps { [=] { QVERIFY(QDir(QFile::decodeName(folder + ".old")).removeRecursively()); } } });
-    });
-}
-
-void UserDefaultsEditorTest::savingInStepsShowsOnlyOldAndNew_data()
-{
-    addWays(Gaps::all);
-}
-
-void UserDefaultsEditorTest::savingInStepsShowsOnlyOldAndNew()
-{
-    Observed observed(m_suite);
-    observed.store->registerDefaults({ { QStringLiteral("language"), QStringLiteral("system") } });
-    // Without an observer only the counter says that there is something to look at.
-    const auto reader = opened();
-    const auto counter = GenerationCounter::open(m_suite);
-    QSet<QString> seen;
-    const auto read = [&] {
-        counter->advance();
-        seen.insert(reader->string("language").value_or(QStringLiteral("absent")));
-        seen.insert(observed.store->string("language").value_or(QStringLiteral("absent")));
-    };
-    connect(observed.store.get(), &UserDefaults::changed, observed.store.get(),
-        [&] { seen.insert(observed.store->string("language").value_or(QString())); });
-    QTimer often;
-    connect(&often, &QTimer::timeout, observed.store.get(), read);
-    const QStringList languages { QStringLiteral("de"), QStringLiteral("fr"), QStringLiteral("pl") };
-    for (int round = 1; round <= 2; ++round) {
-        seen.clear();
-        // Once with reads between the steps, and once with what the watch brings about alone.
-        if (round == 2)
-            often.start(3);
-        for (const Step& step : stepsTo(qUtf8Printable(languages[round]))) {
-            step();
-            QTest::qWait(pause);
-        }
-        QTRY_COMPARE_WITH_TIMEOUT(observed.store->string("language"), languages[round], longestDelay);
-        often.stop();
-        read();
-        QCOMPARE(reader->string("language"), languages[round]);
-        seen.remove(languages[round]);
-        seen.remove(languages[round - 1]);
-        QVERIFY2(seen.isEmpty(), qUtf8Printable(seen.values().join(u',')));
-    }
-}
-
-void UserDefaultsEditorTest::fileThatStaysAwayIsBelievedGone()
-{
-    Observed observed(m_suite);
-    observed.store->registerDefaults({ { QStringLiteral("language"), QStringLiteral("system") } });
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(QFile::remove(path()));
-    QTest::qWait(believedAfter / 2);
-    const auto meanwhile = observed.store->string("language");
-    const int notices = observed.notices;
-    if (timer.elapsed() < believedAfter) { // on a machine that is not too busy to ask in time
-        QCOMPARE(meanwhile, QStringLiteral("de"));
-        QCOMPARE(notices, 0);
-    }
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
-    QVERIFY(timer.elapsed() >= believedAfter);
-    QCOMPARE(observed.store->string("language"), QStringLiteral("system"));
-    // What nobody observes is found, too.
-    QCOMPARE(opened()->string("language"), std::nullopt);
-}
-
-void UserDefaultsEditorTest::fileThatStaysBlankIsBelieved()
-{
-    Observed observed(m_suite);
-    write(path(), " \n");
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
-    QVERIFY(observed.store->storedDictionary().isEmpty());
-}
-
-void UserDefaultsEditorTest::halfWrittenFileIsNotReadBeforeItIsClosed()
-{
-    Observed observed(m_suite);
-    const QByteArray text = textIn("fr");
-    const int file = openedFor(QFile::encodeName(path()), O_TRUNC);
-    put(file, text.left(text.size() / 2));
-    // Long enough for the one who believes that it stays so.
-    QTest::qWait(3 * believedAfter);
-    QCOMPARE(observed.notices, 0);
-    QCOMPARE(observed.store->string("language"), QStringLiteral("de"));
-    put(file, text.mid(text.size() / 2));
-    ::close(file);
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
-    QCOMPARE(observed.store->string("language"), QStringLiteral("fr"));
-
-    // One that is closed is damaged.
-    write(path(), text.left(text.size() - 3));
-    QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
-}
-
-void UserDefaultsEditorTest::saveBetweenTheStepsLosesNothing_data()
-{
-    addWays(Gaps::inTheFolder);
-}
-
-std::unique_ptr<QThread> UserDefaultsEditorTest::goesOnBehind(const Steps& steps, qsizetype at)
-{
-    std::unique_ptr<QThread> editor(QThread::create([&steps, at] {
-        for (size_t i = size_t(at) + 1; i < steps.size(); ++i) {
-            QThread::msleep(pause / 2);
-            steps[i]();
-        }
-    }));
-    editor->start();
-    return editor;
-}
-
-void UserDefaultsEditorTest::saveBetweenTheStepsLosesNothing()
-{
-    const qsizetype count = qsizetype(stepsTo("fr").size());
-    for (qsizetype at = 0; at < count; ++at) {
-        const char* const language = at % 2 == 0 ? "fr" : "de";
-        const Steps steps = stepsTo(language);
-        const auto store = opened();
-        for (qsizetype i = 0; i <= at; ++i)
-            steps[size_t(i)]();
-        const auto editor = goesOnBehind(steps, at);
-        const bool isSaved = store->set("ours", double(at));
-        QVERIFY(editor->wait(5000));
-        QVERIFY2(isSaved, qUtf8Printable(store->lastError()));
-        const auto content = SettingsFile(path()).read();
-        const auto values = [&] {
-            return QByteArray::number(at) + ": "
-                + QJsonDocument(content->values).toJson(QJsonDocument::Compact);
-        };
-        // An editor that has not moved the file away yet writes over what is saved before, as it always did.
-        QVERIFY2(content->damage.isEmpty() && content->values.contains(u"others"), values().constData());
-        QVERIFY2(content->values.value(u"language") == QLatin1StringView(language)
-                || content->values.value(u"ours") == double(at),
-            values().constData());
-        QFile::remove(path() + u'~');
-        write(path(), textIn(language));
-        QTest::qWait(1);
-    }
-}
-
-void UserDefaultsEditorTest::saveIntoAHalfWrittenFileIsRefused()
-{
-    const auto store = opened();
-    const QByteArray text = textIn("fr");
-    const int file = openedFor(QFile::encodeName(path()), O_TRUNC);
-    put(file, text.left(text.size() / 2));
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(!store->set("ours", 1));
-    QVERIFY(timer.elapsed() < 3000);
-    QVERIFY2(store->lastError().contains(QStringLiteral("another program is writing it")),
-        qUtf8Printable(store->lastError()));
-    QCOMPARE(contentOf(path()), text.left(text.size() / 2));
-    put(file, text.mid(text.size() / 2));
-    ::close(file);
-    QVERIFY2(store->set("ours", 1), qUtf8Printable(store->lastError()));
-    QCOMPARE(storedLanguage(), QStringLiteral("fr"));
-    QCOMPARE(store->number("ours"), 1.0);
-    QVERIFY(!QFile::exists(path() + QStringLiteral(".damaged-1")));
-}
-
-void UserDefaultsEditorTest::storeThatIsOpenedBetweenTheStepsReadsTheFile_data()
-{
-    addWays(Gaps::withAnOpenFile);
-}
-
-void UserDefaultsEditorTest::storeThatIsOpenedBetweenTheStepsReadsTheFile()
-{
-    QFETCH(const Way, way);
-    const qsizetype count = qsizetype(stepsTo("fr").size());
-    for (qsizetype at = 0; at < count; ++at) {
-        const char* const language = at % 2 == 0 ? "fr" : "de";
-        const Steps steps = stepsTo(language);
-        for (qsizetype i = 0; i <= at; ++i)
-            steps[size_t(i)]();
-        const auto editor = goesOnBehind(steps, at);
-        const auto read = opened()->string("language").value_or(QStringLiteral("absent"));
-        QVERIFY(editor->wait(5000));
-        QVERIFY2(read == QStringLiteral("de") || read == QStringLiteral("fr"),
-            (QByteArray::number(at) + ": " + read.toUtf8()).constData());
-    }
-}
-
-void UserDefaultsEditorTest::nobodyWaitsForAFileThatIsNotMissing()
-{
-    const auto timeOfOpening = [this] {
-        QElapsedTimer timer;
-        timer.start();
-        const auto store = opened();
-        return timer.elapsed();
-    };
-    const auto fastest = [&timeOfOpening] {
-        return std::min({ timeOfOpening(), timeOfOpening(), timeOfOpening() });
-    };
-    QVERIFY(fastest() < believedAfter / 2);
-    // It has been gone for some time.
-    QVERIFY(QFile::remove(path()));
-    const struct timespec times[] {
-        { 1000, 0 }, { 1000, 0 }
-    };
-    QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(TestHome::configDirectory()).constData(), times, 0), 0);
-    QVERIFY(fastest() < believedAfter / 2);
-    // Nobody has ever saved it.
-    nextSuite();
-    QVERIFY(fastest() < believedAfter / 2);
-    QElapsedTimer timer;
-    timer.start();
-    QVERIFY(opened()->set("a", 1));
-    QVERIFY(timer.elapsed() < believedAfter / 2);
-    // It is there, whatever it holds.
-    for (const char* text : { "{\"a\": ", "", "{}" }) {
-        write(path(), text);
-        QVERIFY(fastest() < believedAfter / 2);
-    }
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, UserDefaultsEditorTest)
 #include "UserDefaultsEditorTest.moc"

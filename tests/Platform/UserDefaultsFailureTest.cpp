@@ -14,97 +14,93 @@ class UserDefaultsFailureTest : public QObject, OwnSuite {
 
 private Q_SLOTS:
     void init() { nextSuite(); }
-    void failedSaveChangesNothingAndIsTold();
-    void equalWriteAfterAFailureIsNoSave();
-    void fileThatCannotBeReadLeavesTheDefaults();
-    void damagedFileIsSalvagedAndKept();
-};
 
-void UserDefaultsFailureTest::failedSaveChangesNothingAndIsTold()
-{
-    const auto store = opened();
-    QStringList failures;
-    int successes = 0;
-    connect(store.get(), &UserDefaults::saveFailed, this,
-        [&](const QString& reason) { failures.append(reason); });
-    connect(store.get(), &UserDefaults::saveSucceeded, this, [&] { ++successes; });
-    QVERIFY(store->set("a", 1));
+    void failedSaveChangesNothingAndIsTold()
     {
-        const OrdinaryUser user({ TestHome::configDirectory(), path(), path() + QStringLiteral(".lock"),
-            TestHome::root() + QStringLiteral("/.config") });
-        QCOMPARE(::chmod(QFile::encodeName(TestHome::configDirectory()).constData(), 0500), 0);
-        QVERIFY(!store->set("a", 2));
-        QVERIFY(!store->apply({}, { QStringLiteral("a") }));
-        QVERIFY(failures.isEmpty()); // told from the event loop, not in the midst of the writer
-        QCOMPARE(store->number("a"), 1.0);
-        QVERIFY(store->lastError().contains(QStringLiteral("Permission denied")));
-        QVERIFY(store->lastError().contains(path()));
-        QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::notAllowed);
-        QCOMPARE(::chmod(QFile::encodeName(TestHome::configDirectory()).constData(), 0700), 0);
-        QTRY_COMPARE(failures.size(), 2);
-        QCOMPARE(failures.constFirst(), store->lastError());
-        QCOMPARE(successes, 0);
+        const auto store = opened();
+        QStringList failures;
+        int successes = 0;
+        connect(store.get(), &UserDefaults::saveFailed, this,
+            [&](const QString& reason) { failures.append(reason); });
+        connect(store.get(), &UserDefaults::saveSucceeded, this, [&] { ++successes; });
+        QVERIFY(store->set("a", 1));
+        {
+            const OrdinaryUser user({ TestHome::configDirectory(), path(), path() + QStringLiteral(".lock"),
+                TestHome::root() + QStringLiteral("/.config") });
+            QCOMPARE(::chmod(QFile::encodeName(TestHome::configDirectory()).constData(), 0500), 0);
+            QVERIFY(!store->set("a", 2));
+            QVERIFY(!store->apply({}, { QStringLiteral("a") }));
+            QVERIFY(failures.isEmpty()); // told from the event loop, not in the midst of the writer
+            QCOMPARE(store->number("a"), 1.0);
+            QVERIFY(store->lastError().contains(QStringLiteral("Permission denied")));
+            QVERIFY(store->lastError().contains(path()));
+            QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::notAllowed);
+            QCOMPARE(::chmod(QFile::encodeName(TestHome::configDirectory()).constData(), 0700), 0);
+            QTRY_COMPARE(failures.size(), 2);
+            QCOMPARE(failures.constFirst(), store->lastError());
+            QCOMPARE(successes, 0);
+            QVERIFY(store->set("a", 2));
+            QCOMPARE(store->lastError(), QString());
+            QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::none);
+            QTRY_COMPARE(successes, 1);
+            QVERIFY(store->set("a", 3));
+            QTest::qWait(20);
+            QCOMPARE(successes, 1); // only after a failure
+        }
+        if (::geteuid() == 0) {
+            for (const QString& file :
+                { TestHome::configDirectory(), TestHome::root() + QStringLiteral("/.config") })
+                QCOMPARE(::chown(QFile::encodeName(file).constData(), 0, 0), 0);
+        }
+    }
+
+    void equalWriteAfterAFailureIsNoSave()
+    {
+        const auto store = opened();
+        QVERIFY(store->set("a", 1));
+        QVERIFY(!store->set("a", qQNaN()));
+        const QString error = store->lastError();
+        QVERIFY(!error.isEmpty());
+        QVERIFY(store->set("a", 1)); // a control that goes back to what is stored does not hide the message
+        QCOMPARE(store->lastError(), error);
         QVERIFY(store->set("a", 2));
         QCOMPARE(store->lastError(), QString());
-        QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::none);
-        QTRY_COMPARE(successes, 1);
-        QVERIFY(store->set("a", 3));
-        QTest::qWait(20);
-        QCOMPARE(successes, 1); // only after a failure
     }
-    if (::geteuid() == 0) {
-        for (const QString& file :
-            { TestHome::configDirectory(), TestHome::root() + QStringLiteral("/.config") })
-            QCOMPARE(::chown(QFile::encodeName(file).constData(), 0, 0), 0);
+
+    void fileThatCannotBeReadLeavesTheDefaults()
+    {
+        QVERIFY(QDir().mkpath(path()));
+        const auto store = opened();
+        store->registerDefaults({ { QStringLiteral("a"), 1 } });
+        QCOMPARE(store->number("a"), 1.0);
+        QVERIFY(store->lastError().contains(path()));
+        QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::other);
+        QVERIFY(!store->set("a", 2));
+        QCOMPARE(store->number("a"), 1.0);
+        QVERIFY(QDir().rmdir(path()));
+        QVERIFY(store->set("a", 2));
+        QCOMPARE(store->number("a"), 2.0);
+        QCOMPARE(store->lastError(), QString());
+
+        // A file that becomes unreadable later leaves what was known.
+        QVERIFY(QFile::remove(path()));
+        QVERIFY(QDir().mkpath(path()));
+        QVERIFY(!store->set("b", 1));
+        QCOMPARE(store->number("a"), 2.0);
     }
-}
 
-void UserDefaultsFailureTest::equalWriteAfterAFailureIsNoSave()
-{
-    const auto store = opened();
-    QVERIFY(store->set("a", 1));
-    QVERIFY(!store->set("a", qQNaN()));
-    const QString error = store->lastError();
-    QVERIFY(!error.isEmpty());
-    QVERIFY(store->set("a", 1)); // a control that goes back to what is stored does not hide the message
-    QCOMPARE(store->lastError(), error);
-    QVERIFY(store->set("a", 2));
-    QCOMPARE(store->lastError(), QString());
-}
-
-void UserDefaultsFailureTest::fileThatCannotBeReadLeavesTheDefaults()
-{
-    QVERIFY(QDir().mkpath(path()));
-    const auto store = opened();
-    store->registerDefaults({ { QStringLiteral("a"), 1 } });
-    QCOMPARE(store->number("a"), 1.0);
-    QVERIFY(store->lastError().contains(path()));
-    QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::other);
-    QVERIFY(!store->set("a", 2));
-    QCOMPARE(store->number("a"), 1.0);
-    QVERIFY(QDir().rmdir(path()));
-    QVERIFY(store->set("a", 2));
-    QCOMPARE(store->number("a"), 2.0);
-    QCOMPARE(store->lastError(), QString());
-
-    // A file that becomes unreadable later leaves what was known.
-    QVERIFY(QFile::remove(path()));
-    QVERIFY(QDir().mkpath(path()));
-    QVERIFY(!store->set("b", 1));
-    QCOMPARE(store->number("a"), 2.0);
-}
-
-void UserDefaultsFailureTest::damagedFileIsSalvagedAndKept()
-{
-    const QByteArray damaged("{\"good\": true,\n\"bad\": ");
-    write(path(), damaged);
-    const auto store = opened();
-    QCOMPARE(store->boolean("good"), true);
-    QCOMPARE(contentOf(path()), damaged);
-    QVERIFY(store->set("a", 1));
-    QCOMPARE(contentOf(path() + QStringLiteral(".damaged-1")), damaged);
-    QCOMPARE(opened()->storedDictionary().size(), 2);
-}
+    void damagedFileIsSalvagedAndKept()
+    {
+        const QByteArray damaged("{\"good\": true,\n\"bad\": ");
+        write(path(), damaged);
+        const auto store = opened();
+        QCOMPARE(store->boolean("good"), true);
+        QCOMPARE(contentOf(path()), damaged);
+        QVERIFY(store->set("a", 1));
+        QCOMPARE(contentOf(path() + QStringLiteral(".damaged-1")), damaged);
+        QCOMPARE(opened()->storedDictionary().size(), 2);
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, UserDefaultsFailureTest)
 #include "UserDefaultsFailureTest.moc"

@@ -14,104 +14,99 @@ class UserDefaultsLayersTest : public QObject, OwnSuite {
 
 private Q_SLOTS:
     void init() { nextSuite(); }
-    void storedHidesAdministeredHidesRegistered();
-    void earlierAdministeredDirectoriesCountMore();
-    void administeredFilesMayBelongToAnybodyAndBeDamaged();
-    void registeredDefaultsAreNeverSaved();
-    void valueEqualToTheRegisteredDefaultIsStored();
-    void removedKeyFallsBackToItsDefault();
+
+    void storedHidesAdministeredHidesRegistered()
+    {
+        write(TestHome::root() + QStringLiteral("/xdg/kestrum/") + m_suite + QStringLiteral(".json"),
+            R"({"a": 2, "b": 2})");
+        write(path(), R"({"a": 3})");
+        const auto store = opened();
+        store->registerDefaults(
+            { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 }, { QStringLiteral("c"), 1 } });
+        QCOMPARE(store->number("a"), 3.0);
+        QCOMPARE(store->number("b"), 2.0);
+        QCOMPARE(store->number("c"), 1.0);
+        QCOMPARE(store->dictionary(),
+            (QJsonObject {
+                { QStringLiteral("a"), 3 }, { QStringLiteral("b"), 2 }, { QStringLiteral("c"), 1 } }));
+        QCOMPARE(store->storedDictionary(), (QJsonObject { { QStringLiteral("a"), 3 } }));
+        // A stored value of the wrong type hides what is below it: it reads as nothing.
+        QVERIFY(store->set("b", QStringLiteral("text")));
+        QVERIFY(!store->number("b"));
+        // Registering again adds and replaces.
+        store->registerDefaults({ { QStringLiteral("c"), 5 }, { QStringLiteral("d"), 5 } });
+        QCOMPARE(store->number("c"), 5.0);
+        QCOMPARE(store->number("d"), 5.0);
+        QCOMPARE(store->number("a"), 3.0);
+    }
+
+    void earlierAdministeredDirectoriesCountMore()
+    {
+        const QString root = TestHome::root();
+        const QString name = QStringLiteral("/kestrum/") + m_suite + QStringLiteral(".json");
+        write(root + QStringLiteral("/first") + name, R"({"a": "first"})");
+        write(root + QStringLiteral("/second") + name, R"({"a": "second", "b": "second"})");
+        write(root + QStringLiteral("/relative") + name, R"({"a": "relative", "c": "relative"})");
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(root));
+        qputenv("XDG_CONFIG_DIRS",
+            QFile::encodeName(QStringLiteral("relative:%1/first::%1/missing:%1/second").arg(root)));
+        const auto store = opened();
+        QCOMPARE(store->string("a"), QStringLiteral("first"));
+        QCOMPARE(store->string("b"), QStringLiteral("second"));
+        QVERIFY(!store->string("c"));
+        QVERIFY(QDir::setCurrent(before));
+        QVERIFY(store->storedDictionary().isEmpty());
+        // They are read when the domain is opened.
+        write(root + QStringLiteral("/first") + name, R"({"a": "later"})");
+        QVERIFY(store->set("z", 1));
+        QCOMPARE(store->string("a"), QStringLiteral("first"));
+        QCOMPARE(opened()->string("a"), QStringLiteral("later"));
+    }
+
+    void administeredFilesMayBelongToAnybodyAndBeDamaged()
+    {
+        const QString file
+            = TestHome::root() + QStringLiteral("/xdg/kestrum/") + m_suite + QStringLiteral(".json");
+        write(file, R"({"a": true, "n": NaN})");
+        if (::geteuid() == 0)
+            QCOMPARE(::chown(QFile::encodeName(file).constData(), 12345, 12345), 0);
+        QCOMPARE(opened()->boolean("a"), true);
+        QVERIFY(QFile::remove(file));
+        QCOMPARE(::mkfifo(QFile::encodeName(file).constData(), 0600), 0);
+        QVERIFY(!opened()->boolean("a")); // and does not wait for the pipe
+        QCOMPARE(opened()->lastError(), QString());
+    }
+
+    void registeredDefaultsAreNeverSaved()
+    {
+        const auto store = opened();
+        store->registerDefaults({ { QStringLiteral("default"), 1 } });
+        QVERIFY(!QFile::exists(path()));
+        QVERIFY(store->set("own", 2));
+        QCOMPARE(QJsonDocument::fromJson(contentOf(path())).object(),
+            (QJsonObject { { QStringLiteral("own"), 2 } }));
+    }
+
+    void valueEqualToTheRegisteredDefaultIsStored()
+    {
+        const auto store = opened();
+        store->registerDefaults({ { QStringLiteral("a"), true } });
+        QVERIFY(store->set("a", true));
+        QCOMPARE(store->storedDictionary(), (QJsonObject { { QStringLiteral("a"), true } }));
+        QCOMPARE(opened()->boolean("a"), true);
+    }
+
+    void removedKeyFallsBackToItsDefault()
+    {
+        const auto store = opened();
+        store->registerDefaults({ { QStringLiteral("a"), 1 } });
+        QVERIFY(store->set("a", 2));
+        QVERIFY(store->remove("a"));
+        QCOMPARE(store->number("a"), 1.0);
+        QVERIFY(store->storedDictionary().isEmpty());
+    }
 };
-
-void UserDefaultsLayersTest::storedHidesAdministeredHidesRegistered()
-{
-    write(TestHome::root() + QStringLiteral("/xdg/kestrum/") + m_suite + QStringLiteral(".json"),
-        R"({"a": 2, "b": 2})");
-    write(path(), R"({"a": 3})");
-    const auto store = opened();
-    store->registerDefaults(
-        { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 }, { QStringLiteral("c"), 1 } });
-    QCOMPARE(store->number("a"), 3.0);
-    QCOMPARE(store->number("b"), 2.0);
-    QCOMPARE(store->number("c"), 1.0);
-    QCOMPARE(store->dictionary(),
-        (QJsonObject { { QStringLiteral("a"), 3 }, { QStringLiteral("b"), 2 }, { QStringLiteral("c"), 1 } }));
-    QCOMPARE(store->storedDictionary(), (QJsonObject { { QStringLiteral("a"), 3 } }));
-    // A stored value of the wrong type hides what is below it: it reads as nothing.
-    QVERIFY(store->set("b", QStringLiteral("text")));
-    QVERIFY(!store->number("b"));
-    // Registering again adds and replaces.
-    store->registerDefaults({ { QStringLiteral("c"), 5 }, { QStringLiteral("d"), 5 } });
-    QCOMPARE(store->number("c"), 5.0);
-    QCOMPARE(store->number("d"), 5.0);
-    QCOMPARE(store->number("a"), 3.0);
-}
-
-void UserDefaultsLayersTest::earlierAdministeredDirectoriesCountMore()
-{
-    const QString root = TestHome::root();
-    const QString name = QStringLiteral("/kestrum/") + m_suite + QStringLiteral(".json");
-    write(root + QStringLiteral("/first") + name, R"({"a": "first"})");
-    write(root + QStringLiteral("/second") + name, R"({"a": "second", "b": "second"})");
-    write(root + QStringLiteral("/relative") + name, R"({"a": "relative", "c": "relative"})");
-    const QString before = QDir::currentPath();
-    QVERIFY(QDir::setCurrent(root));
-    qputenv("XDG_CONFIG_DIRS",
-        QFile::encodeName(QStringLiteral("relative:%1/first::%1/missing:%1/second").arg(root)));
-    const auto store = opened();
-    QCOMPARE(store->string("a"), QStringLiteral("first"));
-    QCOMPARE(store->string("b"), QStringLiteral("second"));
-    QVERIFY(!store->string("c"));
-    QVERIFY(QDir::setCurrent(before));
-    QVERIFY(store->storedDictionary().isEmpty());
-    // They are read when the domain is opened.
-    write(root + QStringLiteral("/first") + name, R"({"a": "later"})");
-    QVERIFY(store->set("z", 1));
-    QCOMPARE(store->string("a"), QStringLiteral("first"));
-    QCOMPARE(opened()->string("a"), QStringLiteral("later"));
-}
-
-void UserDefaultsLayersTest::administeredFilesMayBelongToAnybodyAndBeDamaged()
-{
-    const QString file
-        = TestHome::root() + QStringLiteral("/xdg/kestrum/") + m_suite + QStringLiteral(".json");
-    write(file, R"({"a": true, "n": NaN})");
-    if (::geteuid() == 0)
-        QCOMPARE(::chown(QFile::encodeName(file).constData(), 12345, 12345), 0);
-    QCOMPARE(opened()->boolean("a"), true);
-    QVERIFY(QFile::remove(file));
-    QCOMPARE(::mkfifo(QFile::encodeName(file).constData(), 0600), 0);
-    QVERIFY(!opened()->boolean("a")); // and does not wait for the pipe
-    QCOMPARE(opened()->lastError(), QString());
-}
-
-void UserDefaultsLayersTest::registeredDefaultsAreNeverSaved()
-{
-    const auto store = opened();
-    store->registerDefaults({ { QStringLiteral("default"), 1 } });
-    QVERIFY(!QFile::exists(path()));
-    QVERIFY(store->set("own", 2));
-    QCOMPARE(
-        QJsonDocument::fromJson(contentOf(path())).object(), (QJsonObject { { QStringLiteral("own"), 2 } }));
-}
-
-void UserDefaultsLayersTest::valueEqualToTheRegisteredDefaultIsStored()
-{
-    const auto store = opened();
-    store->registerDefaults({ { QStringLiteral("a"), true } });
-    QVERIFY(store->set("a", true));
-    QCOMPARE(store->storedDictionary(), (QJsonObject { { QStringLiteral("a"), true } }));
-    QCOMPARE(opened()->boolean("a"), true);
-}
-
-void UserDefaultsLayersTest::removedKeyFallsBackToItsDefault()
-{
-    const auto store = opened();
-    store->registerDefaults({ { QStringLiteral("a"), 1 } });
-    QVERIFY(store->set("a", 2));
-    QVERIFY(store->remove("a"));
-    QCOMPARE(store->number("a"), 1.0);
-    QVERIFY(store->storedDictionary().isEmpty());
-}
 
 KESTRUM_TEST_MAIN(QCoreApplication, UserDefaultsLayersTest)
 #include "UserDefaultsLayersTest.moc"

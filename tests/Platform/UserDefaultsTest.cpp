@@ -17,237 +17,224 @@ class UserDefaultsTest : public QObject, OwnSuite {
 
 private Q_SLOTS:
     void init() { nextSuite(); }
-    void suiteIsRefusedWhenNoFileCanBeMadeOfIt();
-    void standardDomainHasOneNameAndOneObject();
-    void fileStandsInTheConfigurationDirectory();
-    void typedReadsTellOtherTypesAsNothing();
-    void aSnapshotHoldsAllLayersAndNeverChanges();
-    void equalValueIsNotWrittenAgain();
-    void severalChangesMakeOneSave();
-    void undefinedRemovesAndNullStays();
-    void keysAndTextsMayBeAnyUnicode();
-    void anotherObjectSeesASaveAtItsNextRead();
-    void equalSizedSavesInARowAreAllSeen();
-    void counterThatIsCutOffHidesNoSave();
-    void handEditIsNotWrittenOverByAnEqualWrite();
-    void leftoversAreSwept();
-    void threadsReadWhileOthersWrite();
-};
 
-void UserDefaultsTest::suiteIsRefusedWhenNoFileCanBeMadeOfIt()
-{
-    QVERIFY(!UserDefaults::withSuiteName(QString()));
-    QVERIFY(!UserDefaults::withSuiteName(QString(300, u'x')));
-    QVERIFY(!UserDefaults::withSuiteName(UserDefaults::standard().name()));
-    QVERIFY(UserDefaults::withSuiteName(QStringLiteral("x")));
-}
+    void suiteIsRefusedWhenNoFileCanBeMadeOfIt()
+    {
+        QVERIFY(!UserDefaults::withSuiteName(QString()));
+        QVERIFY(!UserDefaults::withSuiteName(QString(300, u'x')));
+        QVERIFY(!UserDefaults::withSuiteName(UserDefaults::standard().name()));
+        QVERIFY(UserDefaults::withSuiteName(QStringLiteral("x")));
+    }
 
-void UserDefaultsTest::standardDomainHasOneNameAndOneObject()
-{
-    QCOMPARE(UserDefaults::standard().name(), QStringLiteral("com.orvale.kestrum")); // we are in no bundle
-    QCOMPARE(&UserDefaults::standard(), &UserDefaults::standard());
-    QVERIFY(UserDefaults::standard().set("language", QStringLiteral("de")));
-    QVERIFY(QFile::exists(TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json")));
-}
+    void standardDomainHasOneNameAndOneObject()
+    {
+        QCOMPARE(
+            UserDefaults::standard().name(), QStringLiteral("com.orvale.kestrum")); // we are in no bundle
+        QCOMPARE(&UserDefaults::standard(), &UserDefaults::standard());
+        QVERIFY(UserDefaults::standard().set("language", QStringLiteral("de")));
+        QVERIFY(QFile::exists(TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json")));
+    }
 
-void UserDefaultsTest::fileStandsInTheConfigurationDirectory()
-{
-    QCOMPARE(opened()->filePath(), path());
-    QCOMPARE(UserDefaults::withSuiteName(QStringLiteral("../a b/"))->filePath(),
-        TestHome::configDirectory() + QStringLiteral("/%2E.%2Fa%20b%2F.json"));
+    void fileStandsInTheConfigurationDirectory()
+    {
+        QCOMPARE(opened()->filePath(), path());
+        QCOMPARE(UserDefaults::withSuiteName(QStringLiteral("../a b/"))->filePath(),
+            TestHome::configDirectory() + QStringLiteral("/%2E.%2Fa%20b%2F.json"));
 
-    const QByteArray directory = qgetenv("XDG_CONFIG_HOME");
-    const QString fallBack
-        = TestHome::root() + QStringLiteral("/.config/kestrum/") + m_suite + QStringLiteral(".json");
-    qputenv("XDG_CONFIG_HOME", "relative/is/ignored");
-    QCOMPARE(opened()->filePath(), fallBack);
-    qunsetenv("XDG_CONFIG_HOME");
-    QCOMPARE(opened()->filePath(), fallBack);
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(TestHome::root() + QStringLiteral("/other")));
-    QCOMPARE(opened()->filePath(),
-        TestHome::root() + QStringLiteral("/other/kestrum/") + m_suite + QStringLiteral(".json"));
-    qputenv("XDG_CONFIG_HOME", directory);
-}
+        const QByteArray directory = qgetenv("XDG_CONFIG_HOME");
+        const QString fallBack
+            = TestHome::root() + QStringLiteral("/.config/kestrum/") + m_suite + QStringLiteral(".json");
+        qputenv("XDG_CONFIG_HOME", "relative/is/ignored");
+        QCOMPARE(opened()->filePath(), fallBack);
+        qunsetenv("XDG_CONFIG_HOME");
+        QCOMPARE(opened()->filePath(), fallBack);
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(TestHome::root() + QStringLiteral("/other")));
+        QCOMPARE(opened()->filePath(),
+            TestHome::root() + QStringLiteral("/other/kestrum/") + m_suite + QStringLiteral(".json"));
+        qputenv("XDG_CONFIG_HOME", directory);
+    }
 
-void UserDefaultsTest::typedReadsTellOtherTypesAsNothing()
-{
-    write(path(),
-        R"({"text": "1", "truth": true, "number": 1, "half": 0.5, "null": null, "list": [1], "empty": ""})");
-    const auto store = opened();
-    QCOMPARE(store->string("text"), QStringLiteral("1"));
-    QCOMPARE(store->string("empty"), QString());
-    QVERIFY(store->string("empty").has_value());
-    QCOMPARE(store->boolean("truth"), true);
-    QCOMPARE(store->number("number"), 1.0);
-    QCOMPARE(store->number("half"), 0.5);
-    for (const char* key : { "truth", "number", "null", "list", "absent", "" })
-        QVERIFY2(!store->string(key), key);
-    for (const char* key : { "text", "number", "null", "list", "absent", "" })
-        QVERIFY2(!store->boolean(key), key);
-    for (const char* key : { "text", "truth", "null", "list", "absent", "" })
-        QVERIFY2(!store->number(key), key);
-    // The untyped read tells a wrong type from absence.
-    QCOMPARE(store->object("absent"), QJsonValue(QJsonValue::Undefined));
-    QCOMPARE(store->object("null"), QJsonValue(QJsonValue::Null));
-    QCOMPARE(store->object("list"), QJsonValue(QJsonArray { 1 }));
-    QCOMPARE(store->object("truth"), QJsonValue(true));
-}
+    void typedReadsTellOtherTypesAsNothing()
+    {
+        write(path(),
+            R"({"text": "1", "truth": true, "number": 1, "half": 0.5, "null": null, "list": [1], "empty": ""})");
+        const auto store = opened();
+        QCOMPARE(store->string("text"), QStringLiteral("1"));
+        QCOMPARE(store->string("empty"), QString());
+        QVERIFY(store->string("empty").has_value());
+        QCOMPARE(store->boolean("truth"), true);
+        QCOMPARE(store->number("number"), 1.0);
+        QCOMPARE(store->number("half"), 0.5);
+        for (const char* key : { "truth", "number", "null", "list", "absent", "" })
+            QVERIFY2(!store->string(key), key);
+        for (const char* key : { "text", "number", "null", "list", "absent", "" })
+            QVERIFY2(!store->boolean(key), key);
+        for (const char* key : { "text", "truth", "null", "list", "absent", "" })
+            QVERIFY2(!store->number(key), key);
+        // The untyped read tells a wrong type from absence.
+        QCOMPARE(store->object("absent"), QJsonValue(QJsonValue::Undefined));
+        QCOMPARE(store->object("null"), QJsonValue(QJsonValue::Null));
+        QCOMPARE(store->object("list"), QJsonValue(QJsonArray { 1 }));
+        QCOMPARE(store->object("truth"), QJsonValue(true));
+    }
 
-void UserDefaultsTest::aSnapshotHoldsAllLayersAndNeverChanges()
-{
-    const auto store = opened();
-    store->registerDefaults({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), true } });
-    QVERIFY(store->set("a", QStringLiteral("x")));
-    const SettingsSnapshot before = store->snapshot();
-    QVERIFY(opened()->set("a", QStringLiteral("y")));
-    QCOMPARE(store->snapshot().string("a"), QStringLiteral("y"));
-    QCOMPARE(before.string("a"), QStringLiteral("x"));
-    QCOMPARE(before.boolean("b"), true);
-    QVERIFY(!before.number("a"));
-    QVERIFY(before.object("c").isUndefined());
-    QVERIFY(SettingsSnapshot().object("a").isUndefined());
-}
-
-void UserDefaultsTest::equalValueIsNotWrittenAgain()
-{
-    const auto store = opened();
-    QVERIFY(store->set("a", QStringLiteral("x")));
-    struct stat before = {};
-    QCOMPARE(::stat(QFile::encodeName(path()).constData(), &before), 0);
-    for (int i = 0; i < 3; ++i) { // an even number of replacements could bring the inode back
+    void aSnapshotHoldsAllLayersAndNeverChanges()
+    {
+        const auto store = opened();
+        store->registerDefaults({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), true } });
         QVERIFY(store->set("a", QStringLiteral("x")));
-        QVERIFY(store->remove("absent"));
-        struct stat after = {};
-        QCOMPARE(::stat(QFile::encodeName(path()).constData(), &after), 0);
-        QCOMPARE(after.st_ino, before.st_ino);
-        QCOMPARE(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
-        QCOMPARE(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+        const SettingsSnapshot before = store->snapshot();
+        QVERIFY(opened()->set("a", QStringLiteral("y")));
+        QCOMPARE(store->snapshot().string("a"), QStringLiteral("y"));
+        QCOMPARE(before.string("a"), QStringLiteral("x"));
+        QCOMPARE(before.boolean("b"), true);
+        QVERIFY(!before.number("a"));
+        QVERIFY(before.object("c").isUndefined());
+        QVERIFY(SettingsSnapshot().object("a").isUndefined());
     }
-}
 
-void UserDefaultsTest::severalChangesMakeOneSave()
-{
-    const auto store = opened();
-    QVERIFY(store->set("old", 1));
-    QVERIFY(
-        store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }, { QStringLiteral("old") }));
-    QCOMPARE(opened()->storedDictionary(),
-        (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
-}
-
-void UserDefaultsTest::undefinedRemovesAndNullStays()
-{
-    const auto store = opened();
-    QVERIFY(store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }, {}));
-    QVERIFY(store->set("a", QJsonValue::Undefined));
-    QVERIFY(store->set("b", QJsonValue::Null));
-    QCOMPARE(opened()->storedDictionary(), (QJsonObject { { QStringLiteral("b"), QJsonValue::Null } }));
-}
-
-void UserDefaultsTest::keysAndTextsMayBeAnyUnicode()
-{
-    const auto store = opened();
-    const QString text = QStringLiteral(u"\U0001F600 \u00e4\"\\\n\t");
-    QVERIFY(store->set("schl\xC3\xBCssel", text));
-    QCOMPARE(opened()->string("schl\xC3\xBCssel"), text);
-}
-
-void UserDefaultsTest::anotherObjectSeesASaveAtItsNextRead()
-{
-    const auto one = opened();
-    const auto other = opened();
-    QVERIFY(!other->boolean("a"));
-    for (int i = 0; i < 50; ++i) {
-        QVERIFY((i % 2 ? one : other)->set("a", i));
-        QCOMPARE(one->number("a"), double(i));
-        QCOMPARE(other->number("a"), double(i));
+    void equalValueIsNotWrittenAgain()
+    {
+        const auto store = opened();
+        QVERIFY(store->set("a", QStringLiteral("x")));
+        struct stat before = {};
+        QCOMPARE(::stat(QFile::encodeName(path()).constData(), &before), 0);
+        for (int i = 0; i < 3; ++i) { // an even number of replacements could bring the inode back
+            QVERIFY(store->set("a", QStringLiteral("x")));
+            QVERIFY(store->remove("absent"));
+            struct stat after = {};
+            QCOMPARE(::stat(QFile::encodeName(path()).constData(), &after), 0);
+            QCOMPARE(after.st_ino, before.st_ino);
+            QCOMPARE(after.st_ctim.tv_nsec, before.st_ctim.tv_nsec);
+            QCOMPARE(after.st_mtim.tv_nsec, before.st_mtim.tv_nsec);
+        }
     }
-}
 
-void UserDefaultsTest::equalSizedSavesInARowAreAllSeen()
-{
-    const auto writer = opened();
-    const auto reader = opened();
-    for (int i = 100; i < 600; ++i) {
-        QVERIFY(writer->set("a", i));
-        QCOMPARE(reader->number("a"), double(i));
+    void severalChangesMakeOneSave()
+    {
+        const auto store = opened();
+        QVERIFY(store->set("old", 1));
+        QVERIFY(store->apply(
+            { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }, { QStringLiteral("old") }));
+        QCOMPARE(opened()->storedDictionary(),
+            (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
     }
-}
 
-void UserDefaultsTest::counterThatIsCutOffHidesNoSave()
-{
-    // A tool that clears the runtime directory's files, for one. To touch a page of memory without a file kills a process.
-    const auto writer = opened();
-    const auto reader = opened();
-    const QByteArray counter = QFile::encodeName(
-        TestHome::runtimeDirectory() + QStringLiteral("/kestrum/%1.generation").arg(m_suite));
-    for (int i = 1; i <= 20; ++i) {
-        QVERIFY(writer->set("a", i));
-        if (i % 2 == 0)
+    void undefinedRemovesAndNullStays()
+    {
+        const auto store = opened();
+        QVERIFY(store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }, {}));
+        QVERIFY(store->set("a", QJsonValue::Undefined));
+        QVERIFY(store->set("b", QJsonValue::Null));
+        QCOMPARE(opened()->storedDictionary(), (QJsonObject { { QStringLiteral("b"), QJsonValue::Null } }));
+    }
+
+    void keysAndTextsMayBeAnyUnicode()
+    {
+        const auto store = opened();
+        const QString text = QStringLiteral(u"\U0001F600 \u00e4\"\\\n\t");
+        QVERIFY(store->set("schl\xC3\xBCssel", text));
+        QCOMPARE(opened()->string("schl\xC3\xBCssel"), text);
+    }
+
+    void anotherObjectSeesASaveAtItsNextRead()
+    {
+        const auto one = opened();
+        const auto other = opened();
+        QVERIFY(!other->boolean("a"));
+        for (int i = 0; i < 50; ++i) {
+            QVERIFY((i % 2 ? one : other)->set("a", i));
+            QCOMPARE(one->number("a"), double(i));
+            QCOMPARE(other->number("a"), double(i));
+        }
+    }
+
+    void equalSizedSavesInARowAreAllSeen()
+    {
+        const auto writer = opened();
+        const auto reader = opened();
+        for (int i = 100; i < 600; ++i) {
+            QVERIFY(writer->set("a", i));
             QCOMPARE(reader->number("a"), double(i));
-        QCOMPARE(::truncate(counter.constData(), 0), 0);
-        QCOMPARE(reader->number("a"), double(i));
+        }
     }
-}
 
-void UserDefaultsTest::handEditIsNotWrittenOverByAnEqualWrite()
-{
-    const auto store = opened();
-    QVERIFY(store->set("a", 1));
-    write(path(), R"({"a": 7, "b": 2})");
-    QVERIFY(store->set("a", 1)); // equal to what we know, not to what is there
-    QCOMPARE(opened()->storedDictionary(),
-        (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
-    QCOMPARE(store->number("b"), 2.0);
-}
+    void counterThatIsCutOffHidesNoSave()
+    {
+        // A tool that clears the runtime directory's files, for one. To touch a page of memory without a file kills a process.
+        const auto writer = opened();
+        const auto reader = opened();
+        const QByteArray counter = QFile::encodeName(
+            TestHome::runtimeDirectory() + QStringLiteral("/kestrum/%1.generation").arg(m_suite));
+        for (int i = 1; i <= 20; ++i) {
+            QVERIFY(writer->set("a", i));
+            if (i % 2 == 0)
+                QCOMPARE(reader->number("a"), double(i));
+            QCOMPARE(::truncate(counter.constData(), 0), 0);
+            QCOMPARE(reader->number("a"), double(i));
+        }
+    }
 
-void UserDefaultsTest::leftoversAreSwept()
-{
-    const QString leftover = TestHome::configDirectory() + QStringLiteral("/.kestrum-0123456789abcdef.tmp");
-    write(leftover, "x");
-    const struct timespec times[] {
-        { 1000, 0 }, { 1000, 0 }
-    };
-    QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(leftover).constData(), times, 0), 0);
-    opened()->sweepLeftovers();
-    QVERIFY(!QFile::exists(leftover));
-}
+    void handEditIsNotWrittenOverByAnEqualWrite()
+    {
+        const auto store = opened();
+        QVERIFY(store->set("a", 1));
+        write(path(), R"({"a": 7, "b": 2})");
+        QVERIFY(store->set("a", 1)); // equal to what we know, not to what is there
+        QCOMPARE(opened()->storedDictionary(),
+            (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
+        QCOMPARE(store->number("b"), 2.0);
+    }
 
-void UserDefaultsTest::threadsReadWhileOthersWrite()
-{
-    const auto store = opened();
-    QVERIFY(store->apply({ { QStringLiteral("a"), 0 }, { QStringLiteral("b"), 0 } }, {}));
-    std::atomic<bool> isOver = false;
-    std::atomic<int> mistakes = 0;
-    std::vector<std::unique_ptr<QThread>> threads;
-    threads.reserve(3);
-    for (int i = 0; i < 2; ++i) {
+    void leftoversAreSwept()
+    {
+        const QString leftover
+            = TestHome::configDirectory() + QStringLiteral("/.kestrum-0123456789abcdef.tmp");
+        write(leftover, "x");
+        const struct timespec times[] {
+            { 1000, 0 }, { 1000, 0 }
+        };
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(leftover).constData(), times, 0), 0);
+        opened()->sweepLeftovers();
+        QVERIFY(!QFile::exists(leftover));
+    }
+
+    void threadsReadWhileOthersWrite()
+    {
+        const auto store = opened();
+        QVERIFY(store->apply({ { QStringLiteral("a"), 0 }, { QStringLiteral("b"), 0 } }, {}));
+        std::atomic<bool> isOver = false;
+        std::atomic<int> mistakes = 0;
+        std::vector<std::unique_ptr<QThread>> threads;
+        threads.reserve(3);
+        for (int i = 0; i < 2; ++i) {
+            threads.emplace_back(QThread::create([&] {
+                double last = 0;
+                while (!isOver) {
+                    const double a = store->number("a").value_or(-1);
+                    const QJsonObject both = store->storedDictionary();
+                    if (a < last || both.value(u"a") != both.value(u"b"))
+                        ++mistakes;
+                    last = a;
+                }
+            }));
+        }
         threads.emplace_back(QThread::create([&] {
-            double last = 0;
-            while (!isOver) {
-                const double a = store->number("a").value_or(-1);
-                const QJsonObject both = store->storedDictionary();
-                if (a < last || both.value(u"a") != both.value(u"b"))
-                    ++mistakes;
-                last = a;
-            }
+            for (int i = 1; i <= 100; ++i)
+                mistakes += store->set("c", i) && store->number("c") == i ? 0 : 1;
         }));
-    }
-    threads.emplace_back(QThread::create([&] {
+        for (const auto& thread : threads)
+            thread->start();
         for (int i = 1; i <= 100; ++i)
-            mistakes += store->set("c", i) && store->number("c") == i ? 0 : 1;
-    }));
-    for (const auto& thread : threads)
-        thread->start();
-    for (int i = 1; i <= 100; ++i)
-        QVERIFY(store->apply({ { QStringLiteral("a"), i }, { QStringLiteral("b"), i } }, {}));
-    isOver = true;
-    for (const auto& thread : threads)
-        QVERIFY(thread->wait(20'000));
-    QCOMPARE(mistakes, 0);
-    QCOMPARE(store->number("c"), 100.0);
-    QCOMPARE(opened()->storedDictionary(), store->storedDictionary());
-}
+            QVERIFY(store->apply({ { QStringLiteral("a"), i }, { QStringLiteral("b"), i } }, {}));
+        isOver = true;
+        for (const auto& thread : threads)
+            QVERIFY(thread->wait(20'000));
+        QCOMPARE(mistakes, 0);
+        QCOMPARE(store->number("c"), 100.0);
+        QCOMPARE(opened()->storedDictionary(), store->storedDictionary());
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, UserDefaultsTest)
 #include "UserDefaultsTest.moc"

@@ -38,106 +38,97 @@ class WatchResourcesTest : public QObject, WatchedPlace {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init();
-    void noKernelWatchIsLeftBehind();
-    void farAncestorsAreWatchedForMovesOnly();
-    void instanceIsNotInherited();
-    void withoutDescriptorsTheDirectoryIsLookedAt();
-    void withoutInstancesTheDirectoryIsLookedAt();
-    void withoutKernelWatchesTheDirectoryIsLookedAt();
+    void init()
+    {
+        m_place = std::make_unique<QTemporaryDir>();
+        makeDirectory("d");
+    }
 
-private:
-    void starved(const char* kind) const;
-};
+    void noKernelWatchIsLeftBehind()
+    {
+        const qsizetype before = kernelWatches().size();
+        {
+            WatchRecorder ear(path("d"));
+            WatchRecorder absent(path("not/yet/there"));
+            QVERIFY(kernelWatches().size() > before);
+            QVERIFY(QDir().mkpath(path("not/yet/there")));
+            QTRY_VERIFY(absent.heard(""));
+        }
+        QCOMPARE(kernelWatches().size(), before);
+    }
 
-void WatchResourcesTest::init()
-{
-    m_place = std::make_unique<QTemporaryDir>();
-    makeDirectory("d");
-}
+    void farAncestorsAreWatchedForMovesOnly()
+    {
+        // What happens in /tmp or in the home is no reason to wake up.
+        WatchRecorder ear(path("a/b"));
+        QVERIFY(QDir().mkpath(path("a/b")));
+        QTRY_VERIFY(ear.heard(""));
+        qsizetype noisy = 0;
+        const QList<quint32> masks = kernelWatches();
+        for (const quint32 mask : masks)
+            noisy += (mask & IN_CREATE) != 0 ? 1 : 0;
+        QCOMPARE(noisy, 2); // the directory and its parent
+        QVERIFY(masks.size() > noisy);
+    }
 
-void WatchResourcesTest::noKernelWatchIsLeftBehind()
-{
-    const qsizetype before = kernelWatches().size();
+    void instanceIsNotInherited()
     {
         WatchRecorder ear(path("d"));
-        WatchRecorder absent(path("not/yet/there"));
-        QVERIFY(kernelWatches().size() > before);
-        QVERIFY(QDir().mkpath(path("not/yet/there")));
-        QTRY_VERIFY(absent.heard(""));
-    }
-    QCOMPARE(kernelWatches().size(), before);
-}
-
-void WatchResourcesTest::farAncestorsAreWatchedForMovesOnly()
-{
-    // What happens in /tmp or in the home is no reason to wake up.
-    WatchRecorder ear(path("a/b"));
-    QVERIFY(QDir().mkpath(path("a/b")));
-    QTRY_VERIFY(ear.heard(""));
-    qsizetype noisy = 0;
-    const QList<quint32> masks = kernelWatches();
-    for (const quint32 mask : masks)
-        noisy += (mask & IN_CREATE) != 0 ? 1 : 0;
-    QCOMPARE(noisy, 2); // the directory and its parent
-    QVERIFY(masks.size() > noisy);
-}
-
-void WatchResourcesTest::instanceIsNotInherited()
-{
-    WatchRecorder ear(path("d"));
-    int instances = 0;
-    const QStringList descriptors = QDir(QStringLiteral("/proc/self/fd"))
-                                        .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
-    for (const QString& descriptor : descriptors) {
-        if (QFile::symLinkTarget(QStringLiteral("/proc/self/fd/") + descriptor)
-                .contains(QStringLiteral("inotify"))) {
-            ++instances;
-            QCOMPARE(::fcntl(descriptor.toInt(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+        int instances = 0;
+        const QStringList descriptors
+            = QDir(QStringLiteral("/proc/self/fd"))
+                  .entryList(QDir::AllEntries | QDir::System | QDir::NoDotAndDotDot);
+        for (const QString& descriptor : descriptors) {
+            if (QFile::symLinkTarget(QStringLiteral("/proc/self/fd/") + descriptor)
+                    .contains(QStringLiteral("inotify"))) {
+                ++instances;
+                QCOMPARE(::fcntl(descriptor.toInt(), F_GETFD) & FD_CLOEXEC, FD_CLOEXEC);
+            }
         }
+        QCOMPARE(instances, 1);
     }
-    QCOMPARE(instances, 1);
-}
 
-void WatchResourcesTest::withoutDescriptorsTheDirectoryIsLookedAt()
-{
+    void withoutDescriptorsTheDirectoryIsLookedAt()
+    {
 #ifdef __SANITIZE_ADDRESS__
-    QSKIP("the sanitizer needs descriptors of its own and takes their lack for a fault");
+        QSKIP("the sanitizer needs descriptors of its own and takes their lack for a fault");
 #endif
-    starved("descriptors");
-}
+        starved("descriptors");
+    }
 
-void WatchResourcesTest::withoutInstancesTheDirectoryIsLookedAt()
-{
-    starved("instances");
-}
+    void withoutInstancesTheDirectoryIsLookedAt()
+    {
+        starved("instances");
+    }
 
-void WatchResourcesTest::withoutKernelWatchesTheDirectoryIsLookedAt()
-{
-    starved("watches");
-}
+    void withoutKernelWatchesTheDirectoryIsLookedAt()
+    {
+        starved("watches");
+    }
 
-void WatchResourcesTest::starved(const char* kind) const
-{
-    HelperProcess helper({ QStringLiteral("starve"), QString::fromLatin1(kind), path("d") });
-    const QByteArray first = helper.line();
-    if (first.startsWith("unsupported"))
-        QSKIP("this kernel does not let us lower the limits for one process");
-    QCOMPARE(first, QByteArray("polled"));
-    // That anything may have changed, as nobody knows; and once more.
-    QCOMPARE(helper.line(5000), QByteArray("told"));
-    QCOMPARE(helper.line(5000), QByteArray("told"));
-    helper.say("relieve");
-    QCOMPARE(helper.line(5000), QByteArray("relieved"));
-    QCOMPARE(helper.line(5000), QByteArray("told"));
-    write("d/file");
-    QCOMPARE(helper.line(1000), QByteArray("told file"));
-    // The file's creation and its end may be two batches; but looking has ended.
-    while (helper.hasLine(2500))
-        QCOMPARE(helper.line(), QByteArray("told file"));
-    QCOMPARE(helper.finish(), 0);
-    QCOMPARE(helper.errors().count("looked at every 2 s"), 1);
-}
+private:
+    void starved(const char* kind) const
+    {
+        HelperProcess helper({ QStringLiteral("starve"), QString::fromLatin1(kind), path("d") });
+        const QByteArray first = helper.line();
+        if (first.startsWith("unsupported"))
+            QSKIP("this kernel does not let us lower the limits for one process");
+        QCOMPARE(first, QByteArray("polled"));
+        // That anything may have changed, as nobody knows; and once more.
+        QCOMPARE(helper.line(5000), QByteArray("told"));
+        QCOMPARE(helper.line(5000), QByteArray("told"));
+        helper.say("relieve");
+        QCOMPARE(helper.line(5000), QByteArray("relieved"));
+        QCOMPARE(helper.line(5000), QByteArray("told"));
+        write("d/file");
+        QCOMPARE(helper.line(1000), QByteArray("told file"));
+        // The file's creation and its end may be two batches; but looking has ended.
+        while (helper.hasLine(2500))
+            QCOMPARE(helper.line(), QByteArray("told file"));
+        QCOMPARE(helper.finish(), 0);
+        QCOMPARE(helper.errors().count("looked at every 2 s"), 1);
+    }
+};
 
 KESTRUM_TEST_MAIN(QCoreApplication, WatchResourcesTest)
 #include "WatchResourcesTest.moc"

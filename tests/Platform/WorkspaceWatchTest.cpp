@@ -49,250 +49,237 @@ private Q_SLOTS:
     void init() { setStage(); }
     void cleanup() { clearStage(); }
 
-    void startIsTold();
-    void everyStartOfAnotherProcessIsTold();
-    void endOfARunningProgramIsTold();
-    void endOfALaterProgramIsTold();
-    void endOfOtherProcessesIsTold();
-    void endThatHasBeenIsTold();
-    void stopWithoutAnEndIsNotTold();
-    void otherProgramsAndReadersTellNothing();
-    void replacedProgramIsFollowed();
-    void bundleThatComesLaterIsFollowed();
-    void observingIsIdle();
-    void observingTwiceTellsOnce();
-    void floodOfOpeningsCostsLittle();
-    void startAfterAFloodIsTold();
-    void withoutProcessDescriptorsTheEndIsLookedFor();
-};
-
-void WorkspaceWatchTest::startIsTold()
-{
-    const QString program = install();
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    QElapsedTimer timer;
-    timer.start();
-    const qint32 pid = m_standIns->start(program).pid;
-    QVERIFY(changes.wait(1000));
-    QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 1);
-    m_standIns->end(pid);
-    QVERIFY(changes.wait(1000));
-}
-
-void WorkspaceWatchTest::everyStartOfAnotherProcessIsTold()
-{
-    // Somebody else starts it, at the same time as we look.
-    const QString program = install();
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    int told = 0;
-    for (int round = 0; round < 50; ++round) {
-        QProcess shell;
-        shell.start(
-            QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QStringLiteral("exec \"$0\""), program });
-        ++told;
-        QTRY_COMPARE_WITH_TIMEOUT(changes.size(), told, 2000);
-        shell.kill();
-        ++told;
-        QTRY_COMPARE_WITH_TIMEOUT(changes.size(), told, 2000);
-        QTRY_COMPARE(shell.state(), QProcess::NotRunning);
-    }
-}
-
-void WorkspaceWatchTest::endOfARunningProgramIsTold()
-{
-    const qint32 pid = m_standIns->start(install()).pid;
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 0);
-    QElapsedTimer timer;
-    timer.start();
-    StandIns::kill(pid);
-    QVERIFY(changes.wait(1000));
-    QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 1);
-    m_standIns->end(pid);
-}
-
-void WorkspaceWatchTest::endOfALaterProgramIsTold()
-{
-    install();
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    const auto opened = open();
-    QTRY_COMPARE(changes.size(), 1);
-    StandIns::kill(*opened.pid);
-    QTRY_COMPARE(changes.size(), 2);
-    // When it is told, nothing of the process is left.
-    QVERIFY(!exists(*opened.pid));
-}
-
-void WorkspaceWatchTest::endOfOtherProcessesIsTold()
-{
-    const qint32 one = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
-    const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
-    Workspace::shared().observe(bundle(), { one });
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    m_standIns->end(other);
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 0);
-    m_standIns->end(one);
-    QTRY_COMPARE(changes.size(), 1);
-}
-
-void WorkspaceWatchTest::endThatHasBeenIsTold()
-{
-    const qint32 pid = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
-    m_standIns->end(pid);
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    Workspace::shared().observe(bundle(), { pid });
-    QCOMPARE(changes.size(), 0); // not before the event loop is back
-    QTRY_COMPARE(changes.size(), 1);
-}
-
-void WorkspaceWatchTest::stopWithoutAnEndIsNotTold()
-{
-    const qint32 pid = m_standIns->start(install()).pid;
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    ::kill(pid, SIGSTOP);
-    ::kill(pid, SIGCONT);
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 0);
-    m_standIns->end(pid);
-}
-
-void WorkspaceWatchTest::otherProgramsAndReadersTellNothing()
-{
-    const QString program = install();
-    const QString neighbour = m_standIns->install(QStringLiteral("Stand In.app/Contents/MacOS/neighbour"));
-    Workspace::shared().observe(bundle());
-    QTest::qWait(quietWatchTime);
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    m_standIns->start(neighbour);
-    QVERIFY(!content(program).isEmpty());
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 0);
-}
-
-void WorkspaceWatchTest::replacedProgramIsFollowed()
-{
-    install();
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    int told = 0;
-    for (int round = 0; round < 3; ++round) {
-        // In another file and then in its place, as packages are installed.
-        const QString program = m_standIns->install(QStringLiteral("new"));
-        const QString place = bundle() + QStringLiteral("/Contents/MacOS/Stand In");
-        QCOMPARE(::rename(QFile::encodeName(program).constData(), QFile::encodeName(place).constData()), 0);
-        const qint32 pid = m_standIns->start(place).pid;
-        ++told;
-        QTRY_COMPARE(changes.size(), told);
+    void startIsTold()
+    {
+        const QString program = install();
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        QElapsedTimer timer;
+        timer.start();
+        const qint32 pid = m_standIns->start(program).pid;
+        QVERIFY(changes.wait(1000));
+        QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 1);
         m_standIns->end(pid);
-        ++told;
-        QTRY_COMPARE(changes.size(), told);
+        QVERIFY(changes.wait(1000));
     }
-}
 
-void WorkspaceWatchTest::bundleThatComesLaterIsFollowed()
-{
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    int told = 0;
-    for (int round = 0; round < 2; ++round) {
+    void everyStartOfAnotherProcessIsTold()
+    {
+        // Somebody else starts it, at the same time as we look.
+        const QString program = install();
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        int told = 0;
+        for (int round = 0; round < 50; ++round) {
+            QProcess shell;
+            shell.start(
+                QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QStringLiteral("exec \"$0\""), program });
+            ++told;
+            QTRY_COMPARE_WITH_TIMEOUT(changes.size(), told, 2000);
+            shell.kill();
+            ++told;
+            QTRY_COMPARE_WITH_TIMEOUT(changes.size(), told, 2000);
+            QTRY_COMPARE(shell.state(), QProcess::NotRunning);
+        }
+    }
+
+    void endOfARunningProgramIsTold()
+    {
         const qint32 pid = m_standIns->start(install()).pid;
-        ++told;
-        QTRY_COMPARE(changes.size(), told);
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 0);
+        QElapsedTimer timer;
+        timer.start();
+        StandIns::kill(pid);
+        QVERIFY(changes.wait(1000));
+        QVERIFY2(timer.elapsed() < 100, qPrintable(QString::number(timer.elapsed())));
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 1);
         m_standIns->end(pid);
-        ++told;
-        QTRY_COMPARE(changes.size(), told);
-        QVERIFY(QDir(bundle()).removeRecursively());
     }
-}
 
-void WorkspaceWatchTest::observingIsIdle()
-{
-    m_standIns->start(install());
-    Workspace::shared().observe(bundle());
-    QTest::qWait(quietWatchTime);
-    int turns = 0;
-    QObject owner;
-    connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &owner,
-        [&turns] { ++turns; });
-    QEventLoop loop;
-    QTimer::singleShot(2500, &loop, &QEventLoop::quit);
-    loop.exec();
-    QVERIFY2(turns <= 3, qPrintable(QString::number(turns)));
-}
+    void endOfALaterProgramIsTold()
+    {
+        install();
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        const auto opened = open();
+        QTRY_COMPARE(changes.size(), 1);
+        StandIns::kill(*opened.pid);
+        QTRY_COMPARE(changes.size(), 2);
+        // When it is told, nothing of the process is left.
+        QVERIFY(!exists(*opened.pid));
+    }
 
-void WorkspaceWatchTest::observingTwiceTellsOnce()
-{
-    const QString program = install();
-    Workspace::shared().observe(bundle());
-    Workspace::shared().observe(bundle());
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    const qint32 pid = m_standIns->start(program).pid;
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 1);
-    m_standIns->end(pid);
-    QTest::qWait(quietWatchTime);
-    QCOMPARE(changes.size(), 2);
-}
+    void endOfOtherProcessesIsTold()
+    {
+        const qint32 one = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
+        const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
+        Workspace::shared().observe(bundle(), { one });
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        m_standIns->end(other);
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 0);
+        m_standIns->end(one);
+        QTRY_COMPARE(changes.size(), 1);
+    }
 
-void WorkspaceWatchTest::floodOfOpeningsCostsLittle()
-{
-    // Many processes make a look dear.
-    const QString other = m_standIns->install(QStringLiteral("other"));
-    for (int i = 0; i < 500; ++i)
-        m_standIns->start(other);
-    const double unobserved = shareWhileOpening(install(), 1000);
-    Workspace::shared().observe(bundle());
-    const double observed = shareWhileOpening(bundle() + QStringLiteral("/Contents/MacOS/Stand In"), 2000);
-    QVERIFY2(observed < unobserved + 0.2,
-        qPrintable(QStringLiteral("%1 of a core, and %2 without us").arg(observed).arg(unobserved)));
-}
+    void endThatHasBeenIsTold()
+    {
+        const qint32 pid = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
+        m_standIns->end(pid);
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        Workspace::shared().observe(bundle(), { pid });
+        QCOMPARE(changes.size(), 0); // not before the event loop is back
+        QTRY_COMPARE(changes.size(), 1);
+    }
 
-void WorkspaceWatchTest::startAfterAFloodIsTold()
-{
-    const QString program = install();
-    Workspace::shared().observe(bundle());
-    shareWhileOpening(program, 500);
-    QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
-    m_standIns->start(program);
-    QVERIFY(changes.wait(1000));
-}
+    void stopWithoutAnEndIsNotTold()
+    {
+        const qint32 pid = m_standIns->start(install()).pid;
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        ::kill(pid, SIGSTOP);
+        ::kill(pid, SIGCONT);
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 0);
+        m_standIns->end(pid);
+    }
 
-void WorkspaceWatchTest::withoutProcessDescriptorsTheEndIsLookedFor()
-{
-    install();
-    const qint32 foreign = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
-    const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
-    HelperProcess helper(
-        { QStringLiteral("workspace"), bundle(), QString::number(foreign), QString::number(other) });
-    const QByteArray first = helper.line();
-    if (first.startsWith("unsupported"))
-        QSKIP("this kernel does not let a process give up calls of its own");
-    QVERIFY(first.startsWith("opened "));
-    const qint32 opened = first.mid(7).toInt();
-    QVERIFY(exists(opened));
-    QCOMPARE(helper.line(), QByteArray("changed")); // the start, which needs no such descriptor
-    m_standIns->end(foreign);
-    QCOMPARE(helper.line(5000), QByteArray("changed"));
-    StandIns::kill(opened);
-    QCOMPARE(helper.line(5000), QByteArray("changed"));
-    QVERIFY(!exists(opened));
-    QVERIFY(!helper.hasLine(2500));
-    m_standIns->end(other);
-    QCOMPARE(helper.line(5000), QByteArray("changed"));
-    QCOMPARE(helper.finish(), 0);
-    QCOMPARE(helper.errors().count("looked at every 2 s"), 1);
-}
+    void otherProgramsAndReadersTellNothing()
+    {
+        const QString program = install();
+        const QString neighbour
+            = m_standIns->install(QStringLiteral("Stand In.app/Contents/MacOS/neighbour"));
+        Workspace::shared().observe(bundle());
+        QTest::qWait(quietWatchTime);
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        m_standIns->start(neighbour);
+        QVERIFY(!content(program).isEmpty());
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 0);
+    }
+
+    void replacedProgramIsFollowed()
+    {
+        install();
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        int told = 0;
+        for (int round = 0; round < 3; ++round) {
+            // In another file and then in its place, as packages are installed.
+            const QString program = m_standIns->install(QStringLiteral("new"));
+            const QString place = bundle() + QStringLiteral("/Contents/MacOS/Stand In");
+            QCOMPARE(
+                ::rename(QFile::encodeName(program).constData(), QFile::encodeName(place).constData()), 0);
+            const qint32 pid = m_standIns->start(place).pid;
+            ++told;
+            QTRY_COMPARE(changes.size(), told);
+            m_standIns->end(pid);
+            ++told;
+            QTRY_COMPARE(changes.size(), told);
+        }
+    }
+
+    void bundleThatComesLaterIsFollowed()
+    {
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        int told = 0;
+        for (int round = 0; round < 2; ++round) {
+            const qint32 pid = m_standIns->start(install()).pid;
+            ++told;
+            QTRY_COMPARE(changes.size(), told);
+            m_standIns->end(pid);
+            ++told;
+            QTRY_COMPARE(changes.size(), told);
+            QVERIFY(QDir(bundle()).removeRecursively());
+        }
+    }
+
+    void observingIsIdle()
+    {
+        m_standIns->start(install());
+        Workspace::shared().observe(bundle());
+        QTest::qWait(quietWatchTime);
+        int turns = 0;
+        QObject owner;
+        connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &owner,
+            [&turns] { ++turns; });
+        QEventLoop loop;
+        QTimer::singleShot(2500, &loop, &QEventLoop::quit);
+        loop.exec();
+        QVERIFY2(turns <= 3, qPrintable(QString::number(turns)));
+    }
+
+    void observingTwiceTellsOnce()
+    {
+        const QString program = install();
+        Workspace::shared().observe(bundle());
+        Workspace::shared().observe(bundle());
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        const qint32 pid = m_standIns->start(program).pid;
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 1);
+        m_standIns->end(pid);
+        QTest::qWait(quietWatchTime);
+        QCOMPARE(changes.size(), 2);
+    }
+
+    void floodOfOpeningsCostsLittle()
+    {
+        // Many processes make a look dear.
+        const QString other = m_standIns->install(QStringLiteral("other"));
+        for (int i = 0; i < 500; ++i)
+            m_standIns->start(other);
+        const double unobserved = shareWhileOpening(install(), 1000);
+        Workspace::shared().observe(bundle());
+        const double observed
+            = shareWhileOpening(bundle() + QStringLiteral("/Contents/MacOS/Stand In"), 2000);
+        QVERIFY2(observed < unobserved + 0.2,
+            qPrintable(QStringLiteral("%1 of a core, and %2 without us").arg(observed).arg(unobserved)));
+    }
+
+    void startAfterAFloodIsTold()
+    {
+        const QString program = install();
+        Workspace::shared().observe(bundle());
+        shareWhileOpening(program, 500);
+        QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
+        m_standIns->start(program);
+        QVERIFY(changes.wait(1000));
+    }
+
+    void withoutProcessDescriptorsTheEndIsLookedFor()
+    {
+        install();
+        const qint32 foreign = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
+        const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
+        HelperProcess helper(
+            { QStringLiteral("workspace"), bundle(), QString::number(foreign), QString::number(other) });
+        const QByteArray first = helper.line();
+        if (first.startsWith("unsupported"))
+            QSKIP("this kernel does not let a process give up calls of its own");
+        QVERIFY(first.startsWith("opened "));
+        const qint32 opened = first.mid(7).toInt();
+        QVERIFY(exists(opened));
+        QCOMPARE(helper.line(), QByteArray("changed")); // the start, which needs no such descriptor
+        m_standIns->end(foreign);
+        QCOMPARE(helper.line(5000), QByteArray("changed"));
+        StandIns::kill(opened);
+        QCOMPARE(helper.line(5000), QByteArray("changed"));
+        QVERIFY(!exists(opened));
+        QVERIFY(!helper.hasLine(2500));
+        m_standIns->end(other);
+        QCOMPARE(helper.line(5000), QByteArray("changed"));
+        QCOMPARE(helper.finish(), 0);
+        QCOMPARE(helper.errors().count("looked at every 2 s"), 1);
+    }
+};
 
 KESTRUM_TEST_MAIN_APART(QCoreApplication, WorkspaceWatchTest)
 #include "WorkspaceWatchTest.moc"

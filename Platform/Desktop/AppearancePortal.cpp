@@ -115,8 +115,8 @@ void AppearancePortal::follow()
 
 void AppearancePortal::ask(const char16_t* group, const char16_t* key)
 {
-    QDBusMessage call
-        = QDBusMessage::createMethodCall(text(service), text(portalPath), text(interface), QStringLiteral("Read"));
+    QDBusMessage call = QDBusMessage::createMethodCall(
+        text(service), text(portalPath), text(interface), QStringLiteral("Read"));
     call << text(group) << text(key);
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(portalConnection()).asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key = text(key), watcher] {

@@ -9,15 +9,15 @@
 
 namespace kestrum {
 
-/// Wakes the main thread from other threads. Several rings before it wakes count as one. Idle, it costs nothing. Main
-/// thread only, except for the ropes.
+/// Wakes the main thread from other threads. Several rings before the main thread wakes count as one. An idle bell
+/// costs nothing. Main thread only, except for the functions that `rope` returns.
 class Bell final : public QObject {
     Q_OBJECT
 public:
     explicit Bell(QObject* parent = nullptr);
 
-    /// A function that rings, callable from any thread, also after the bell is gone. Empty where the kernel has no
-    /// descriptor left.
+    /// Returns a function that rings the bell. Any thread may call this function, even after the bell is destroyed. The
+    /// function is empty if the kernel gave the bell no file descriptor.
     std::function<void()> rope() const;
 
 Q_SIGNALS:

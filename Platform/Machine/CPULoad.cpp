@@ -6,21 +6,22 @@
 #include <algorithm>
 #include <numeric>
 
-// A line is "cpuN user nice system idle iowait irq softirq steal guest guest_nice", in hundredths of a second since boot.
-// The last two are contained in user and nice and are skipped. Waiting for a disk is idle time: another process could run.
-// Time that a hypervisor gave to others is load: there was work to do.
+// A line of "/proc/stat" is "cpuN user nice system idle iowait irq softirq steal guest guest_nice". The values are
+// hundredths of a second since boot. User and nice already contain the last two values, so these two are skipped. Time of
+// waiting for a disk (iowait) counts as idle, because another process could run. Time that a hypervisor gave to other
+// machines (steal) counts as busy, because there was work to do.
 //
-// Cores come and go, and a counter may go backwards: the one of waiting is known for it, and a core that comes back starts
-// again. So each core is compared only with itself and each counter alone, and a step back counts as none.
+// Cores come and go, and a counter may go backwards: iowait is known for that, and the counters of a core that comes back
+// start again. So each core is compared only with itself, each counter is compared alone, and a step back counts as zero.
 
 namespace kestrum {
 namespace {
 
 constexpr std::size_t idleCounter = 3;
 constexpr std::size_t waitingCounter = 4;
-// The kernel itself can be built for 8192.
+// The largest accepted number of a core. The kernel itself can be built for 8192 cores.
 constexpr int maximumNumber = 65535;
-// In hundredths of a second a core: a shorter time says nothing about a load.
+// Hundredths of a second per core. A load over a shorter time would mean nothing.
 constexpr quint64 shortestTime = 4;
 
 struct Spent {
@@ -32,7 +33,7 @@ struct Spent {
 template <std::size_t size>
 Spent spentBetween(const std::array<quint64, size>& before, const std::array<quint64, size>& now)
 {
-    // More than a century of hundredths of seconds is junk; sums of smaller values cannot overflow.
+    // Hundredths of a second, more than 300 years. Longer times are wrong and are cut, so that the sums cannot overflow.
     static constexpr quint64 longest = quint64(1) << 40;
     Spent spent;
     for (std::size_t i = 0; i < size; ++i) {
@@ -108,7 +109,7 @@ void CPULoad::pause()
     m_history.clear();
 }
 
-// The cores' lines follow the line of their sum.
+// The first line, "cpu", holds the sum of all cores and is skipped. The lines of the cores follow.
 void CPULoad::parse(std::string_view content)
 {
     m_now.clear();
@@ -131,13 +132,13 @@ void CPULoad::parse(std::string_view content)
             counter = *value;
             ++known;
         }
-        // Very old kernels have only the first four.
+        // Very old kernels report only the first four counters.
         if (known > idleCounter)
             m_now.push_back(core);
     }
 }
 
-// The levels are read again whenever the set of cores changes.
+// Sorts the cores by level. Called whenever the set of cores changes; the levels are read again each time.
 void CPULoad::arrange()
 {
     const QList<QList<int>> levels = m_kernel.levelProcessors();

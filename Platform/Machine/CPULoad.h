@@ -10,24 +10,25 @@
 
 namespace kestrum {
 
-/// Load of the processor, from the time counters in "/proc/stat": a load is measured between two samples, so the first
-/// sample gives none.
+/// The load of the processor, from the time counters in "/proc/stat". A load is measured between two samples, so the
+/// first sample gives no load.
 class CPULoad {
 public:
     static constexpr int historyLength = 36;
 
     explicit CPULoad(const QString& root = {});
 
-    /// Takes a sample. Samples closer together than the counters' resolution leave the loads as they are.
+    /// Takes a sample. A sample too soon after the last one does not change the loads.
     void sample();
 
-    /// Forgets the counters and the history, for a pause in sampling: the next sample is a first one.
+    /// Forgets the counters and the history before a pause in sampling. The next sample is then a first one.
     void pause();
 
     double total() const { return m_total; }
-    /// One load a core that is online, slowest level first, in the order of the kernel's numbers within a level.
+    /// One load per online core, 0…1. The slowest level comes first; the cores of one level are in the order of the
+    /// kernel's numbers.
     const QList<double>& cores() const { return m_cores; }
-    /// The number of the last `cores` that belong to the fastest level; 0 when all cores are alike.
+    /// How many cores at the end of `cores` belong to the fastest level; 0 when all cores are alike.
     int performanceCount() const { return m_performanceCount; }
     /// Total loads of the last `historyLength` samples, oldest first.
     const QList<double>& history() const { return m_history; }
@@ -43,9 +44,9 @@ private:
 
     KernelFile m_file;
     KernelValues m_kernel;
-    std::vector<Core> m_base; ///< in the order of their numbers, as of the last sample that counted
+    std::vector<Core> m_base; ///< the cores of the last sample used, in the order of their numbers
     std::vector<Core> m_now;
-    std::vector<std::size_t> m_order; ///< places in `m_base`, in the order of `m_cores`
+    std::vector<std::size_t> m_order; ///< indices into `m_base`, in the order of `m_cores`
     int m_performanceCount = 0;
     double m_total = 0;
     QList<double> m_cores;

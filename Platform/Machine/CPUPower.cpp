@@ -8,7 +8,7 @@
 namespace kestrum {
 namespace {
 
-// No package takes this much: the counter was reset and did not wrap around.
+// No package uses more power. A higher value means that the counter was reset and did not wrap around.
 constexpr double largestPackageWatts = 5000;
 
 } // namespace
@@ -58,8 +58,9 @@ std::optional<qint64> CPUPower::Package::spent()
     return *before >= *last ? *before - *last : *before - *last + range;
 }
 
-// "intel-rapl:0" is a package (also of AMD) and "intel-rapl:0:1" a part of it; "intel-rapl-mmio:0" is the same package once
-// more, and "psys" is the whole machine, where its maker wired it.
+// "intel-rapl:0" is a package, also of AMD, and "intel-rapl:0:1" is a part of the package. "intel-rapl-mmio:0" is the same
+// package once more. An entry with the name "psys" measures the whole machine, where the manufacturer connected it. So only
+// the names that begin with "package-" count.
 void CPUPower::findPackages()
 {
     for (const QString& name : QDir(m_folder).entryList({ QStringLiteral("intel-rapl:*") }, QDir::Dirs)) {

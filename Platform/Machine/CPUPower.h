@@ -9,19 +9,19 @@
 
 namespace kestrum {
 
-/// Power of the processor, from the energy counters of its packages in "/sys/class/powercap". Since kernel 5.10 only root
-/// can read them.
+/// The power of the processor, from the energy counters of its packages in "/sys/class/powercap". Since kernel 5.10 only
+/// root can read these counters.
 class CPUPower {
 public:
     using Clock = std::chrono::steady_clock;
 
     explicit CPUPower(const QString& root = {});
 
-    /// Mean power in watts since the last call, all packages together; nothing at the first call, and when a package cannot
-    /// be read. Tests give the time.
+    /// Mean power of all packages together since the last call, in watts. Nothing at the first call, and nothing when a
+    /// package cannot be read. Only tests pass `now`.
     std::optional<double> read(Clock::time_point now = Clock::now());
 
-    /// Forgets the counters, for a pause in reading: they could wrap around unnoticed.
+    /// Forgets the counters before a pause in reading, because a counter could wrap around unnoticed in the pause.
     void pause();
 
 private:
@@ -36,7 +36,7 @@ private:
     QString m_folder;
     std::vector<Package> m_packages;
     Clock::time_point m_before;
-    int m_passOver = 0; ///< reads until packages are looked for again
+    int m_passOver = 0; ///< calls of `read` until the next search for packages
 };
 
 } // namespace kestrum

@@ -10,7 +10,7 @@ namespace kestrum {
 
 /// Cores of one performance level.
 struct CoreTier {
-    QString name;  ///< as the kernel names it, or "Level N"
+    QString name;  ///< "Performance" for the fastest tier, "Efficiency" for the slowest one, else "Level N"
     int count = 0; ///< logical processors
     bool operator==(const CoreTier&) const = default;
 };
@@ -23,7 +23,7 @@ const QList<CoreTier>& tiers();
 /// The number of logical cores of all tiers, or of online processors when there are no tiers.
 int totalCores();
 
-/// The same for any machine.
+/// The same for the machine that `kernel` describes.
 QList<CoreTier> tiers(const KernelValues& kernel);
 int totalCores(const QList<CoreTier>& tiers, const KernelValues& kernel);
 

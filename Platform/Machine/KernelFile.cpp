@@ -19,13 +19,13 @@ std::optional<std::string_view> KernelFile::read()
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened())
             return content;
-        // The device is gone; another one may get its path.
+        // The device is gone. Another device may get the same path.
         m_descriptor.close();
     } else if (m_passOver > 0) {
         --m_passOver;
         return std::nullopt;
     }
-    // Not blocking: a pipe at the path would wait for its writer.
+    // O_NONBLOCK, because opening a pipe at this path would wait for a writer.
     m_descriptor = FileDescriptor(::open(m_path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened()) {
@@ -50,7 +50,7 @@ std::optional<std::string_view> KernelFile::readOpened()
         if (count < 0)
             return std::nullopt;
         size += std::size_t(count);
-        // The kernel returns such a text in one piece: less than the room for it is all of it.
+        // The kernel returns such a text in one piece. So a read that does not fill the buffer has reached the end.
         if (std::size_t(count) < room || m_buffer.size() >= maximumBytes)
             return std::string_view(m_buffer.data(), size);
         m_buffer.resize(m_buffer.size() * 2);

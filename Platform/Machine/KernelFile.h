@@ -11,8 +11,9 @@
 
 namespace kestrum {
 
-/// A file of "/proc" or "/sys" that stays open and is read from its beginning each time: that costs one system call. After
-/// a failure it is tried again after pauses that grow up to `longestPause` reads, as devices come and rights change.
+/// A file of "/proc" or "/sys". The file stays open, and each read starts at the beginning of the file, which costs one
+/// system call. After a failure, the next calls of `read` return nothing without trying; their number grows with each
+/// failure, up to `longestPause`. Then the file is opened again, because devices appear and permissions change.
 class KernelFile {
 public:
     static constexpr int longestPause = 32;
@@ -21,10 +22,11 @@ public:
 
     explicit KernelFile(const QString& path);
 
-    /// The content up to `maximumBytes`, valid until the next read; nothing when it cannot be read.
+    /// The content up to `maximumBytes`, valid until the next read; nothing when the file cannot be read.
     std::optional<std::string_view> read();
 
-    /// The content as one whole number, with or without a sign; nothing when it is anything else.
+    /// The content as one whole number, which may have a minus sign. Nothing when the content is anything else or
+    /// cannot be read.
     std::optional<qint64> readNumber();
 
 private:
@@ -33,7 +35,7 @@ private:
     QByteArray m_path;
     FileDescriptor m_descriptor;
     std::vector<char> m_buffer;
-    int m_pause = 0;    ///< reads to skip after the next failure
+    int m_pause = 0;    ///< reads skipped after the last failure; 0 without one
     int m_passOver = 0; ///< reads still to skip
 };
 

@@ -11,7 +11,7 @@ namespace kestrum {
 /// Parses the texts of "/proc" and "/sys", which are lines of words, without copying them.
 namespace KernelText {
 
-/// The text up to `separator` or to the end; both are removed from `rest`.
+/// Returns the text up to `separator` or to the end, and removes the text and the separator from `rest`.
 inline std::string_view takeUpTo(char separator, std::string_view& rest)
 {
     const std::size_t end = rest.find(separator);
@@ -25,7 +25,7 @@ inline std::string_view takeLine(std::string_view& rest)
     return takeUpTo('\n', rest);
 }
 
-/// The next word between blanks, empty at the end; it is removed from `rest`.
+/// Returns the next word between blanks and removes the word from `rest`. The word is empty at the end.
 inline std::string_view takeWord(std::string_view& rest)
 {
     const std::size_t begin = rest.find_first_not_of(" \t");
@@ -41,7 +41,7 @@ inline std::string_view trimmed(std::string_view text)
     return text.substr(begin, text.find_last_not_of(" \t\n") - begin + 1);
 }
 
-/// All of `text` as a number; nothing when it is anything else or does not fit.
+/// All of `text` as a number; nothing when `text` is not a number or the number does not fit the type.
 template <class Number> std::optional<Number> wholeNumber(std::string_view text)
 {
     Number number = 0;

@@ -11,20 +11,20 @@
 #include <unistd.h>
 #include <vector>
 
-// Levels are found in two places. Processors with different kinds of cores by design say which cores are of which kind
-// ("cpu_core", "cpu_atom"). Others give every core a capacity, and cores of one capacity form a level. A machine whose
-// cores are all alike has neither, or a single group: then there are no levels. Cores that are offline are not counted, and
-// a level without an online core does not exist.
+// The kernel reports levels in two ways. For processors with different kinds of cores, it lists the cores of each kind
+// ("cpu_core", "cpu_atom"). For other processors it reports a capacity for every core, and the cores of one capacity form a
+// level. For a machine whose cores are all alike it reports neither, or only one group: then there are no levels. Offline
+// cores are not counted, and a level without an online core does not exist.
 
 namespace kestrum {
 namespace {
 
-// The kernel can be built for 8192; a number far beyond that is not one of its.
+// The largest accepted number of a processor. The kernel can be built for 8192 processors.
 constexpr int maximumCpu = 65535;
 
 std::optional<QByteArray> content(const QString& path)
 {
-    // Such a file has at most a page; long lists of processors may come in several.
+    // Such a file usually has at most one memory page, but a long list of processors may need several pages.
     static constexpr qint64 maximumBytes = qint64(64) * 1024;
     if (!QFileInfo(path).isFile())
         return std::nullopt;
@@ -36,7 +36,7 @@ std::optional<QByteArray> content(const QString& path)
 
 std::optional<int> wholeNumber(const QByteArray& text, int maximum)
 {
-    // `toInt` would take a sign and blanks, which the kernel never writes.
+    // `toInt` would accept a sign and blanks, which the kernel never writes.
     const bool onlyDigits = !text.isEmpty()
         && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
     bool fits = false;
@@ -48,7 +48,8 @@ std::optional<int> wholeNumber(const QByteArray& text, int maximum)
 
 using Cpus = std::vector<bool>;
 
-// The kernel's form of a set of processors, "0-3,8,10-11"; an empty text is the empty set.
+// Parses the kernel's form of a set of processors, "0-3,8,10-11". An empty text is the empty set; any other text gives
+// nothing.
 std::optional<Cpus> cpuList(const std::optional<QByteArray>& text)
 {
     if (!text)
@@ -73,7 +74,7 @@ int count(const Cpus& cpus)
     return int(std::count(cpus.begin(), cpus.end(), true));
 }
 
-// Where the list of online processors is unknown, all of them count.
+// If the list of online processors is unknown, every processor counts as online.
 bool isActive(int cpu, const std::optional<Cpus>& online)
 {
     return !online || (size_t(cpu) < online->size() && (*online)[size_t(cpu)]);
@@ -111,7 +112,7 @@ QList<KernelValues::Level> KernelValues::levels() const
 
     if (result.isEmpty()) {
         std::map<int, QList<int>, std::greater<>> cpusByCapacity;
-        // Compared by hand: a pattern would bring regular expressions into every start.
+        // The names are compared here, because a pattern for `entryList` would need regular expressions at every start.
         static constexpr QLatin1StringView prefix("cpu");
         for (const QString& name : QDir(cpuFolder).entryList(QDir::Dirs)) {
             if (!name.startsWith(prefix))
@@ -130,7 +131,7 @@ QList<KernelValues::Level> KernelValues::levels() const
 
     if (result.size() < 2)
         return {};
-    // The levels between the two ends have no name of their own.
+    // The levels between the first and the last one have no name.
     result.first().name = "Performance";
     result.last().name = "Efficiency";
     return result;

@@ -8,21 +8,21 @@
 
 namespace kestrum {
 
-/// Facts about the processor, read from /sys. Known names: "hw.nperflevels", "hw.perflevelN.logicalcpu",
-/// "hw.perflevelN.name", level 0 being the fastest; callers and tests look values up by these fixed names. A machine whose
-/// cores are all alike has none of them.
+/// Facts about the processor, read from "/sys". Callers look them up by fixed names: "hw.nperflevels",
+/// "hw.perflevelN.logicalcpu" and "hw.perflevelN.name". Level 0 is the fastest. On a machine whose cores are all alike,
+/// none of these names has a value.
 class KernelValues {
 public:
     /// `root` is prepended to every path, so that a copied tree can stand for a machine.
     explicit KernelValues(const QString& root = {});
 
-    /// Nothing for an unknown name, for a text value, and where the machine does not say.
+    /// Nothing for an unknown name, for the name of a text value, and where the kernel does not report the value.
     std::optional<qint64> integer(const QByteArray& name) const;
     /// The raw bytes of a text value, without a terminating zero.
     std::optional<QByteArray> text(const QByteArray& name) const;
 
-    /// The kernel's numbers of the online processors of each level, level 0 first; none for a level whose list cannot be
-    /// read.
+    /// The kernel's numbers of the online processors, one list per level, level 0 first. The list of a level is empty
+    /// when the kernel's list cannot be read.
     QList<QList<int>> levelProcessors() const;
 
     /// The number of online processors, at least 1.

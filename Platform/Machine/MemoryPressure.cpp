@@ -12,7 +12,8 @@ MemoryPressure::MemoryPressure(const QString& root)
 {
 }
 
-// "some avg10=1.53 avg60=0.87 avg300=0.21 total=1234567", then the same for "full"; in percent, two decimals.
+// The line is "some avg10=1.53 avg60=0.87 avg300=0.21 total=1234567"; the line "full" has the same form. The averages
+// are in percent, with two decimals.
 std::optional<double> MemoryPressure::read()
 {
     static constexpr std::string_view label = "avg10=";

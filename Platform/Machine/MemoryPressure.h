@@ -7,12 +7,13 @@
 
 namespace kestrum {
 
-/// The share of time in which work waited for memory, from "/proc/pressure/memory".
+/// The share of time in which tasks waited for memory, from "/proc/pressure/memory".
 class MemoryPressure {
 public:
     explicit MemoryPressure(const QString& root = {});
 
-    /// The share of the last ten seconds in which some task waited for memory, 0…1; nothing where the kernel does not say.
+    /// The share of the last ten seconds in which some task waited for memory, 0…1; nothing where the kernel does not
+    /// report it.
     std::optional<double> read();
 
 private:

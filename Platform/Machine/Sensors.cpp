@@ -14,9 +14,9 @@
 #include <sensors/sensors.h>
 #include <unistd.h>
 
-// A sensor is identified by its chip and label, since the numbers of the kernel's "hwmonN" change with each start and
-// whenever a driver comes or goes. The library finds chips only when it is opened, so it is opened again when another
-// device is behind any of these numbers.
+// A sensor is identified by its chip and label, because the numbers N of the kernel's "hwmonN" change with each boot
+// and whenever a driver is loaded or unloaded. The library finds chips only when it is opened. So it is opened again
+// when the list of "hwmonN" or the device of one of them has changed.
 
 namespace kestrum {
 namespace {
@@ -24,13 +24,13 @@ namespace {
 constexpr int worstRank = 3;
 constexpr const char* deviceFolder = "/sys/class/hwmon";
 
-// Unconnected inputs answer -128, 127 or worse.
+// Unconnected inputs report -128, 127 or worse values.
 bool isPlausibleTemperature(double celsius)
 {
     return celsius > -60 && celsius < 126;
 }
 
-// A starting fan can answer 65535.
+// A fan that is starting can report 65535.
 bool isPlausibleSpeed(double rpm)
 {
     return rpm >= 0 && rpm < 30000;
@@ -40,12 +40,14 @@ int cpuRank(std::string_view chip, std::string_view label)
 {
     if (chip == "coretemp")
         return label.starts_with("Package") ? 1 : 2;
-    // The "control" value can be 27 degrees above the die's. Where the kernel gives no die, it knows of no difference.
+    // "Tctl", the control value, can be 27 degrees above "Tdie", the temperature of the die. Where the kernel reports
+    // no "Tdie", it knows of no difference between the two.
     if (chip == "k10temp" || chip == "zenpower")
         return label == "Tdie" ? 1 : label == "Tctl" || label.starts_with("temp") ? 2 : worstRank;
     if (chip == "k8temp" || chip == "via_cputemp" || (chip.starts_with("cpu") && chip.ends_with("thermal")))
         return 1;
-    // The name on mainboards and laptops; "CPUTIN" is an input that many boards leave open.
+    // Mainboards and laptops use the label "CPU". "CPUTIN" does not count, because many boards leave that input
+    // unconnected.
     return label == "CPU" || label.starts_with("CPU ") ? worstRank : 0;
 }
 
@@ -58,7 +60,7 @@ int gpuRank(std::string_view chip, std::string_view label)
     return label == "edge" || label == "pkg" || label == "temp1" ? 1 : 2;
 }
 
-// The devices behind the numbers.
+// One line per "hwmonN": the name and the target of its link, which is the device.
 QByteArray presentChips()
 {
     QByteArray result;
@@ -140,7 +142,7 @@ void Sensors::adoptChips()
     close();
     m_chips = std::move(chips);
     m_isOpen = true;
-    // Without a configuration of ours: the system's, or none.
+    // Without a file from us, the library uses the system's configuration, or none.
     if (::sensors_init(nullptr) != 0)
         return;
     int place = 0;
@@ -171,7 +173,7 @@ void Sensors::adopt(const sensors_chip_name& chip)
             const std::string_view label = text ? text.get() : "";
             input.cpu = cpuRank(name, label);
             input.gpu = gpuRank(name, label);
-            // Reading a disk's temperature keeps it from spinning down.
+            // Reading the temperature of a disk keeps the disk from spinning down.
             input.isQuiet = name == "drivetemp";
         }
         (isFan ? m_fans : m_temperatures).push_back(input);
@@ -186,7 +188,8 @@ std::optional<double> Sensors::temperature(const Input& input)
     return celsius && isPlausibleTemperature(*celsius) ? celsius : std::nullopt;
 }
 
-// The highest of the sensors that best represent the whole; the next best only where these cannot be read.
+// The highest temperature of the sensors with the best rank, in °C. Sensors of the next rank are read only if no sensor
+// of the better ranks can be read.
 std::optional<double> Sensors::best(Rank Input::*rank)
 {
     std::optional<double> highest;
@@ -199,12 +202,13 @@ std::optional<double> Sensors::best(Rank Input::*rank)
     return highest;
 }
 
-// Reading a sleeping graphics card would wake it, with its fan, for half a second and several watts.
+// Whether the device is suspended. Reading a suspended graphics card would wake the card and its fan; waking takes half
+// a second and several watts.
 bool Sensors::isAsleep(const sensors_chip_name& chip)
 {
     if (chip.bus.type != SENSORS_BUS_TYPE_PCI || !chip.path)
         return false;
-    // Old drivers make the library's path the device's own.
+    // With old drivers, the library's path is already the path of the device.
     QString path = QFile::decodeName(chip.path);
     if (!path.endsWith(QStringLiteral("/device")))
         path += QStringLiteral("/device");

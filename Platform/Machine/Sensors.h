@@ -10,9 +10,9 @@ struct sensors_chip_name;
 
 namespace kestrum {
 
-/// Temperatures and fans from libsensors, with the names and corrections of its configuration. A reading takes up to
-/// milliseconds, so it belongs on a worker. The library has one state per process, so this is a singleton.
-/// It reads "/sys" only: its tests run under umockdev.
+/// Temperatures and fan speeds from libsensors, with the labels and corrections of the library's configuration. A
+/// reading can take milliseconds, so call `read` on a worker thread. The library has one state per process, so this
+/// class is a singleton. The library reads "/sys" only, so the tests run under umockdev.
 class Sensors {
 public:
     struct Wanted {
@@ -27,26 +27,26 @@ public:
         std::optional<double> cpu;     ///< °C
         std::optional<double> gpu;     ///< °C, of the hottest card that is awake
         std::optional<double> hottest; ///< °C
-        std::optional<double> fan;     ///< revolutions a minute of the fastest fan; 0 when it stands still
+        std::optional<double> fan;     ///< revolutions per minute of the fastest fan; 0 when no fan turns
     };
 
-    /// Lives until the process ends, since a worker may still be waiting for a device then.
+    /// The only object. It lives until the process ends, because a worker may still be waiting for a device then.
     static Sensors& ofThisMachine();
 
-    /// Reads only the wanted values; one that cannot be read is absent. Sleeping devices stay asleep. Any thread; a call
-    /// during another thread's reading gives nothing.
+    /// Reads only the wanted values. A value that cannot be read is absent. Suspended devices are not woken. Any thread;
+    /// a call while another thread is reading returns no values.
     Values read(const Wanted& wanted);
 
 private:
     Sensors() = default;
     Values readAlone(const Wanted& wanted);
 
-    /// How well a sensor represents a whole processor; 0 is not at all.
+    /// How well a sensor represents a whole processor: 1 is best, larger numbers are worse, and 0 is not at all.
     using Rank = int;
     struct Input {
         const sensors_chip_name* chip;
         int value;
-        int fault; ///< negative when there is none
+        int fault; ///< the number of the fault flag; negative when there is none
         Rank cpu;
         Rank gpu;
         bool isQuiet; ///< not read for the hottest temperature
@@ -59,7 +59,7 @@ private:
     void close();
 
     std::atomic_flag m_isBusy;
-    QByteArray m_chips; ///< the devices for which the library was opened
+    QByteArray m_chips; ///< the devices that were present when the library was opened
     bool m_isOpen = false;
     std::vector<Input> m_temperatures;
     std::vector<Input> m_fans;

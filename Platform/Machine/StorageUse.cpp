@@ -18,7 +18,7 @@ std::optional<StorageUse::Room> StorageUse::read() const
     struct statvfs volume { };
     if (m_ask(m_path.constData(), &volume) != 0)
         return std::nullopt;
-    // As `df` counts: space reserved for root is neither used nor available.
+    // This is how `df` counts: space that is reserved for root is neither used nor available.
     const double used = double(volume.f_blocks) - double(std::min(volume.f_bfree, volume.f_blocks));
     const double all = used + double(volume.f_bavail);
     if (all <= 0)

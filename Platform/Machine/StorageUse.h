@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// Space on a volume. On a volume that hangs the call never returns, so it belongs on a worker.
+/// The space on a volume. `read` never returns if the volume hangs, so call it on a worker thread.
 class StorageUse {
 public:
     struct Room {
@@ -17,10 +17,10 @@ public:
         qint64 available = 0; ///< bytes that an ordinary user can still use
         bool operator==(const Room&) const = default;
     };
-    /// The system call; tests replace it by one that hangs.
+    /// The system call. Tests replace it by a function that hangs.
     using Ask = std::function<int(const char*, struct statvfs*)>;
 
-    /// The start-up volume, below `root`.
+    /// The volume of the directory `root`, or of "/" without `root`.
     explicit StorageUse(const QString& root = {}, Ask ask = ::statvfs);
 
     /// Nothing when the volume does not answer or has no size.

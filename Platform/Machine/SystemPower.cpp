@@ -9,7 +9,7 @@
 namespace kestrum {
 namespace {
 
-// More than any adapter gives: a firmware's junk.
+// No adapter delivers more. A larger value is an error of the firmware.
 constexpr double largestSystemWatts = 10000;
 
 std::string_view word(KernelFile& file)
@@ -47,7 +47,7 @@ std::optional<double> SystemPower::read()
         }
     }
     const double watts = isDischarging ? drawn : delivered - charged;
-    // A running machine takes some power: 0 means that the firmware does not know.
+    // A running machine uses some power. 0 means that the firmware does not know the power.
     if ((isDischarging && !isMeasured) || watts <= 0)
         return std::nullopt;
     return watts;
@@ -62,7 +62,8 @@ SystemPower::Supply::Supply(const QString& folder, bool battery)
 {
 }
 
-// In µW, µA and µV. Some drivers report the output of a battery with a negative sign.
+// The power in watts; nothing if the supply reports none. The kernel's values are in µW, µA and µV. Some drivers report
+// the output of a battery with a negative sign.
 std::optional<double> SystemPower::Supply::watts()
 {
     std::optional<double> result;
@@ -75,8 +76,8 @@ std::optional<double> SystemPower::Supply::watts()
     return result && *result <= largestSystemWatts ? result : std::nullopt;
 }
 
-// Looked up again whenever the supplies change. The batteries of mice and headsets are not the machine's. The current that
-// a USB port reports is the negotiated one, not the actual one.
+// Builds the list again whenever the supplies change. The batteries of mice and headsets (scope "Device") do not supply
+// the machine. USB supplies are left out, because they report the negotiated current and not the actual current.
 void SystemPower::findSupplies()
 {
     const QStringList names = QDir(m_folder).entryList(QDir::Dirs | QDir::NoDotAndDotDot);

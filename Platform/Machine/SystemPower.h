@@ -9,14 +9,15 @@
 
 namespace kestrum {
 
-/// Power of the whole machine, as measured by batteries and other supplies in "/sys/class/power_supply". Firmware may
-/// answer slowly, so it belongs on a worker.
+/// The power of the whole machine, as batteries and other supplies in "/sys/class/power_supply" measure it. Firmware may
+/// answer slowly, so call `read` on a worker thread.
 class SystemPower {
 public:
     explicit SystemPower(const QString& root = {});
 
-    /// In watts: the sum of the discharging batteries, else the sum of the mains adapters that measure it, less the power
-    /// that charges batteries. Nothing where nothing measures it.
+    /// The power in watts. While a battery discharges, the power is the sum over the discharging batteries. Otherwise it
+    /// is the sum over the mains adapters that measure their power, minus the power that charges batteries. Nothing if no
+    /// supply measures the power.
     std::optional<double> read();
 
 private:

@@ -34,7 +34,8 @@ QString text(const char16_t* characters)
     return QString::fromUtf16(characters);
 }
 
-// `Read` returns a variant within a variant, the portal's signal and newer calls a single one.
+// Removes every layer of variants. `Read` returns a variant within a variant; the portal's signal and newer calls give
+// a single variant.
 QVariant unwrapped(QVariant value)
 {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>())
@@ -65,7 +66,7 @@ std::optional<bool> truthOf(const QVariant& value)
     return value.metaType() == QMetaType::fromType<bool>() ? std::optional(value.toBool()) : std::nullopt;
 }
 
-// Three sRGB components, outside of 0…1 when the desktop has no accent.
+// The value is three sRGB components. If the desktop has no accent, they are outside of 0…1 and the result is nothing.
 std::optional<QColor> accentOf(const QVariant& value)
 {
     if (value.metaType() != QMetaType::fromType<QDBusArgument>())
@@ -104,8 +105,8 @@ void AppearancePortal::start(const QString& address)
 
 void AppearancePortal::follow()
 {
-    // From any sender: if the service were named, Qt would wait for the bus to tell its owner. The signal only makes us
-    // read a colour.
+    // The sender is left empty, because Qt would otherwise wait until the bus reports the owner of the service. A
+    // forged signal can change only colours and motion.
     DesktopBus::follow(portalConnection(), { {}, text(portalPath), text(interface) },
         QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QString, QString, QDBusVariant)));
     for (const char16_t* key : { schemeKey, accentKey, motionKey })
@@ -122,7 +123,7 @@ void AppearancePortal::ask(const char16_t* group, const char16_t* key)
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key = text(key), watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        // An error counts as an answer: there is no portal, or it does not know the key.
+        // An error is an answer too: there is no portal, or the portal does not know the key.
         if (!reply.isError())
             adopt(key, reply.value().variant());
     });

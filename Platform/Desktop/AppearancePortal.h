@@ -12,21 +12,22 @@ class QDBusVariant;
 
 namespace kestrum {
 
-/// The desktop's colours and motion from the portal ("org.freedesktop.portal.Settings"). Nothing here waits for another
-/// process on the main thread: the bus is joined on a worker, and the portal, which may never answer, is asked without
-/// waiting. Main thread only.
+/// The desktop's colours and its wish for less motion, from the portal ("org.freedesktop.portal.Settings"). The main
+/// thread never waits for another process here: a worker joins the bus, and the calls to the portal, which may never
+/// answer, are asynchronous. Main thread only.
 class AppearancePortal : public QObject {
     Q_OBJECT
 public:
     explicit AppearancePortal(QObject* parent = nullptr);
 
-    /// Joins the bus at `address`, asks, and follows changes. Does nothing when `address` is empty.
+    /// Joins the bus at `address`, asks for the settings and follows their changes. Does nothing when `address` is
+    /// empty.
     void start(const QString& address);
 
-    /// Nothing until the desktop has answered, and when it has no preference.
+    /// Nothing until the desktop has answered, and nothing when the desktop has no preference.
     std::optional<ColourScheme> scheme() const { return m_scheme; }
     std::optional<QColor> accent() const { return m_accent; }
-    /// Whether the desktop asks for less motion, by the portal's key or by its own.
+    /// Whether the desktop asks for less motion. The portal's key has precedence over GNOME's own key.
     bool reducesMotion() const { return m_reducesMotion.value_or(!m_animates.value_or(true)); }
 
 Q_SIGNALS:
@@ -43,7 +44,7 @@ private:
     std::optional<ColourScheme> m_scheme;
     std::optional<QColor> m_accent;
     std::optional<bool> m_reducesMotion;
-    std::optional<bool> m_animates; ///< GNOME's own key, older than the portal's
+    std::optional<bool> m_animates; ///< GNOME's own key, which is older than the portal's key
 };
 
 } // namespace kestrum

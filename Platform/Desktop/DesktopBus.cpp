@@ -22,10 +22,10 @@ namespace kestrum {
 namespace {
 
 constexpr char addressVariable[] = "DBUS_SESSION_BUS_ADDRESS";
-// An unknown kind of address: the bus library fails at once and tries no other.
+// An address of an unknown kind. With this address the bus library fails at once and tries no other address.
 constexpr QLatin1StringView noBus("disabled:");
 
-/// The first of the named addresses at which a bus runs.
+/// The addresses in `named`, without those that would start a bus and those that mean "no bus".
 QString runningOf(const QString& named)
 {
     QStringList running;
@@ -36,7 +36,7 @@ QString runningOf(const QString& named)
     return running.join(u';');
 }
 
-/// The bus's usual socket.
+/// The address of the bus's usual socket; empty when there is no such socket of ours.
 QString socketAddress()
 {
     const auto directory = RuntimeDirectory::open(qEnvironmentVariable("XDG_RUNTIME_DIR"));
@@ -44,7 +44,7 @@ QString socketAddress()
     if (!directory || ::fstatat(directory->rootDescriptor(), "bus", &info, AT_SYMLINK_NOFOLLOW) != 0
         || !S_ISSOCK(info.st_mode) || info.st_uid != ::geteuid())
         return {};
-    // Such an address is percent-encoded, and so is this one.
+    // The path in such an address is percent-encoded.
     return QStringLiteral("unix:path=")
         + QString::fromLatin1(
             QFile::encodeName(directory->rootPath() + QStringLiteral("/bus")).toPercentEncoding("/", "~"));
@@ -54,7 +54,7 @@ QString socketAddress()
 
 QString DesktopBus::address()
 {
-    // A bus may have started since we, or the program that started us, set that there is none.
+    // A bus may have started after we, or the program that started us, set the variable to "no bus".
     const QString named = qEnvironmentVariable(addressVariable);
     return named.isEmpty() || named == noBus ? socketAddress() : runningOf(named);
 }
@@ -80,8 +80,8 @@ void DesktopBus::join(
 bool DesktopBus::follow(
     const QString& connection, const Source& source, const QString& name, QObject* receiver, const char* slot)
 {
-    // The library refuses slots with a type that it does not know yet, and it learns this one only where something else
-    // sends it.
+    // The library refuses slots with a parameter type that is not registered yet. It registers this type itself only
+    // when something else sends a value of the type.
     qRegisterMetaType<QDBusVariant>();
     const bool isFollowed = QDBusConnection(connection)
                                 .connect(source.service, source.path, source.interface, name, receiver, slot);

@@ -7,30 +7,32 @@
 
 namespace kestrum {
 
-/// The session bus, by which the desktop's services are reached.
+/// The session bus, which connects us to the desktop's services.
 namespace DesktopBus {
 
-/// The address of the running bus; empty when there is none, or when asking for it would start one. Where the environment
-/// names none, it is the socket in the private runtime directory; a directory that others may enter has none.
+/// The address of the running bus; empty when there is no bus, or when the known addresses would start one. If the
+/// environment names no bus, the result is the bus's socket in the private runtime directory. A directory that other users
+/// may enter is not used.
 QString address();
 
-/// Sets `address`, or that there is no bus, in our environment: otherwise the toolkit and the programs that we start would
-/// start a bus and leave it behind. Before the application object is made.
+/// Sets the bus's environment variable to `address`, or to a value that means "no bus". Otherwise the toolkit and the
+/// programs that we start would start a bus and leave it running. Call this before the application object is created.
 void nameToToolkit();
 
-/// Joins the bus at `address` on a worker, since a bus may not answer at once. `QDBusConnection` then knows it by the name
-/// that is given. `joined` is called on the main thread, with whether it worked, unless `context` is gone by then.
+/// Joins the bus at `address` on a worker, because a bus may not answer at once. `name` is the name of the new
+/// `QDBusConnection`. Then `joined` is called on the main thread: with true on success, else with false. It is not called
+/// if `context` has been destroyed by then.
 void join(const QString& address, const QString& name, QObject* context, std::function<void(bool)> joined);
 
-/// The origin of signals of the bus; an empty `service` is any.
+/// The origin of signals on the bus. An empty `service` stands for any service.
 struct Source {
     QString service;
     QString path;
     QString interface;
 };
 
-/// Connects `slot` of `receiver`, as SLOT() gives it, to the signal `name` on the joined bus `connection`. False, with a
-/// line in the log, when the bus library refuses.
+/// Connects the signal `name` on the joined bus `connection` to the slot of `receiver` that SLOT() gave as `slot`. Returns
+/// false, with a line in the log, when the bus library refuses the connection.
 bool follow(const QString& connection, const Source& source, const QString& name, QObject* receiver,
     const char* slot);
 

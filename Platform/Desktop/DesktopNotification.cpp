@@ -17,12 +17,12 @@ namespace kestrum {
 
 namespace {
 
-constexpr int timeLimit = 10'000; // ms, of an answer
+constexpr int timeLimit = 10'000; // ms, for an answer
 constexpr int asLongAsTheDesktopLikes = -1;
 
 const QString& notificationService()
 {
-    // The interface has the service's name.
+    // The interface has the same name as the service.
     static const QString name = QStringLiteral("org.freedesktop.Notifications");
     return name;
 }
@@ -66,7 +66,7 @@ void DesktopNotification::show(const Content& content)
     m_content = content;
     if (m_isJoining)
         return;
-    // The connection stays open between notifications: some desktops remove those of a program that has left the bus.
+    // The connection stays open, because some desktops remove the notifications of a program that has left the bus.
     if (QDBusConnection(notificationConnection()).isConnected())
         askWhatIsShown();
     else
@@ -89,8 +89,8 @@ void DesktopNotification::join()
             tellThatNothingIsShown(QStringLiteral("the session bus does not answer"));
             return;
         }
-        // From any sender: if the service were named, Qt would wait for the bus. A forged signal can do no more than the
-        // button.
+        // The sender is left empty, because Qt would otherwise wait for the bus. A forged signal can do no more than a
+        // press of the button.
         const DesktopBus::Source source { {}, notificationPath(), notificationService() };
         DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActionInvoked"), this,
             SLOT(actionInvoked(uint, QString)));
@@ -100,7 +100,8 @@ void DesktopNotification::join()
     });
 }
 
-/// Not every desktop shows buttons, and some read the text below the heading as markup.
+/// Asks for the desktop's capabilities, then sends the content. Not every desktop shows buttons, and some desktops read
+/// the text below the heading as markup.
 void DesktopNotification::askWhatIsShown()
 {
     auto* watcher = new QDBusPendingCallWatcher(
@@ -122,7 +123,7 @@ void DesktopNotification::send(bool hasButtons, bool readsMarkup)
     const bool hasButton = hasButtons && !m_content.button.isEmpty();
     const QString text
         = hasButton || m_content.button.isEmpty() ? m_content.text : m_content.textWithoutButton;
-    // A click beside the button counts as one on it.
+    // A click beside the button counts as a press of the button.
     const QStringList actions = hasButton ? QStringList { QStringLiteral("default"), m_content.button,
         QStringLiteral("button"), m_content.button }
                                           : QStringList();

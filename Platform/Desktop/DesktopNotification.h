@@ -9,15 +9,15 @@ class QDBusMessage;
 
 namespace kestrum {
 
-/// A notification that the desktop shows ("org.freedesktop.Notifications"). Nothing waits for an answer. Main thread only;
-/// one per process.
+/// A notification that the desktop shows ("org.freedesktop.Notifications"). All calls are asynchronous. Main thread only;
+/// one object per process.
 class DesktopNotification final : public QObject {
     Q_OBJECT
 public:
-    /// All of it is plain text; empty parts are left out.
+    /// The parts of a notification, all in plain text. Empty parts are left out.
     struct Content {
         QString heading;
-        QString text; ///< below it
+        QString text; ///< below the heading
         QString button;
         QString textWithoutButton; ///< in place of `text` where the desktop shows no buttons
     };
@@ -30,7 +30,8 @@ public:
     void show(const Content& content);
 
 Q_SIGNALS:
-    /// The button was pressed. The token is the desktop's for the window that is opened then, and may be empty.
+    /// The button was pressed. `activationToken` is the desktop's token for the window that we open then; it may be
+    /// empty.
     void pressed(const QByteArray& activationToken);
 
 private Q_SLOTS:
@@ -44,7 +45,7 @@ private:
 
     Content m_content;
     quint32 m_shown = 0; ///< the desktop's number of the shown notification; 0 for none
-    QByteArray m_token;  ///< for the next press of the button
+    QByteArray m_token;  ///< the activation token for the next press of the button
     bool m_isJoining = false;
 };
 

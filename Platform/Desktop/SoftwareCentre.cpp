@@ -20,7 +20,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr int busTimeLimit = 2000; // ms, of the bus itself
+constexpr int busTimeLimit = 2000; // ms, for an answer of the bus itself
 constexpr qsizetype longestList = 4 * 1024 * 1024;
 
 QString busConnection()
@@ -33,7 +33,7 @@ QString packageKit()
     return QStringLiteral("org.freedesktop.PackageKit");
 }
 
-/// Whether an installed program opens "appstream:" addresses, according to the desktops' lists of such programs.
+/// Whether an installed program opens "appstream:" addresses, according to the desktops' lists of programs.
 bool isAddressOpened()
 {
     const QStringList lists
@@ -48,7 +48,7 @@ bool isAddressOpened()
                 continue;
             const QByteArrayList programs = line.mid(line.indexOf('=') + 1).trimmed().split(';');
             for (const QByteArray& program : programs) {
-                // A list may be older than the installed programs.
+                // The list may be out of date and name a program that is not installed.
                 if (!program.isEmpty()
                     && !QStandardPaths::locate(
                         QStandardPaths::ApplicationsLocation, QFile::decodeName(program))
@@ -60,7 +60,7 @@ bool isAddressOpened()
     return false;
 }
 
-/// Whether software centres know the component, which a file of its package tells them.
+/// Whether software centres know the component. They know it when its package has installed the file that describes it.
 bool isDescribed(const QString& component)
 {
     return !QStandardPaths::locate(
@@ -75,7 +75,7 @@ QString opener()
 
 QByteArrayList environmentWith(const QByteArray& token)
 {
-    // Of two with one name, the first is used.
+    // If two variables have the same name, the first one is used.
     QByteArrayList result;
     const QMap<QString, QString> added = WindowActivation::environment(token);
     for (auto one = added.cbegin(); one != added.cend(); ++one)
@@ -129,7 +129,7 @@ void SoftwareCentre::settle(Way way, const std::function<void()>& looked)
     looked();
 }
 
-/// Whether the service runs, or would be started by a call.
+/// Asks the bus whether the service runs, or whether a call would start it.
 void SoftwareCentre::askBus(const std::function<void()>& looked)
 {
     const auto ask = [this](const char* method, std::function<void(bool)> answered) {
@@ -184,14 +184,14 @@ void SoftwareCentre::askPackageKit()
     QDBusMessage call
         = QDBusMessage::createMethodCall(packageKit(), QStringLiteral("/org/freedesktop/PackageKit"),
             packageKit() + QStringLiteral(".Modify2"), QStringLiteral("InstallPackageNames"));
-    // With all the dialogs that the service usually shows.
+    // The empty second argument stands for all the dialogs that the service usually shows.
     call << QStringList(m_package) << QString() << m_component << QVariantMap();
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(busConnection()).asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<> reply = *watcher;
-        // It answers when the user is done, and has reported its own errors to the user. Only an error of the bus means
-        // that there is no service, except that no answer has come yet.
+        // The service answers when the user is done, and reports its own errors to the user. Only an error of the bus
+        // means that there is no service. The exception is NoReply: no answer has come yet.
         const bool isOfBus
             = reply.error().name().startsWith(QLatin1StringView("org.freedesktop.DBus.Error."));
         if (reply.isError() && isOfBus && reply.error().type() != QDBusError::NoReply)

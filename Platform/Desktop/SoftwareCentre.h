@@ -9,9 +9,9 @@
 
 namespace kestrum {
 
-/// The desktop's own program for installing software, opened at one package. Most desktops' programs open "appstream:"
-/// addresses; where none does, the PackageKit service of the session is asked. Nothing waits for an answer. Main thread
-/// only.
+/// Opens the desktop's own program for installing software at one package. Most of these programs open "appstream:"
+/// addresses. If no installed program opens them, the PackageKit service of the session is asked. All calls are
+/// asynchronous. Main thread only.
 class SoftwareCentre final : public QObject {
     Q_OBJECT
 public:
@@ -19,12 +19,13 @@ public:
     SoftwareCentre(const QString& component, const QString& package, QObject* parent = nullptr);
     ~SoftwareCentre() override;
 
-    /// Finds out what this desktop has, which may change while we run, and calls `looked`, perhaps at once.
+    /// Searches for a program or service on this desktop, then calls `looked`, perhaps before `look` returns. The
+    /// result can change while we run.
     void look(const std::function<void()>& looked);
     /// Whether the last search found a program or service.
     bool isThere() const { return m_way != Way::none; }
 
-    /// Opens it, with the desktop's activation token, which may be empty. `failed` follows when that fails.
+    /// Opens the program with the desktop's activation token, which may be empty. `failed` is emitted if opening fails.
     void open(const QByteArray& activationToken);
 
 Q_SIGNALS:
@@ -42,7 +43,7 @@ private:
     QString m_component;
     QString m_package;
     Way m_way = Way::none;
-    ProcessEnds m_ends; ///< of the started programs, whose exit status has to be collected
+    ProcessEnds m_ends; ///< collects the exit status of the started programs
 };
 
 } // namespace kestrum

@@ -52,8 +52,8 @@ StatusIcons::~StatusIcons()
 void StatusIcons::follow()
 {
     QDBusConnection bus(iconsConnection());
-    // From any sender: if the service were named, Qt would wait for the bus to tell its owner. The signals only make us
-    // ask.
+    // The sender is left empty, because Qt would otherwise wait until the bus reports the owner of the service. The
+    // signals only make us ask again.
     const bool isFollowed = bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus"),
                                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
                                 QStringList(listService()), QString(), this, SLOT(ask()))
@@ -71,13 +71,13 @@ void StatusIcons::ask()
     QDBusMessage call = QDBusMessage::createMethodCall(
         listService(), listPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     call << listService() << QStringLiteral("IsStatusNotifierHostRegistered");
-    // The question starts no service.
+    // The call must not start the service.
     call.setAutoStartService(false);
     auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(iconsConnection()).asyncCall(call), this);
     connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
         watcher->deleteLater();
         const QDBusPendingReply<QDBusVariant> reply = *watcher;
-        // An error counts as an answer: there is no list now.
+        // An error is an answer too: no service holds a list now.
         if (!reply.isError() && reply.value().variant().toBool())
             Q_EMIT shown();
     });
@@ -86,7 +86,7 @@ void StatusIcons::ask()
 bool StatusIcons::areOnBlack()
 {
     const QStringList names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower().split(u':');
-    // GNOME's bar is always black. Its classic mode, with panels, follows the scheme.
+    // GNOME's bar is always black. The panels of GNOME's classic mode follow the colour scheme.
     return names.contains(QLatin1StringView("gnome")) && !names.contains(QLatin1StringView("gnome-classic"));
 }
 

@@ -5,20 +5,20 @@
 
 namespace kestrum {
 
-/// The desktop's status icons: a service on the session bus keeps a list of them, in which the panels that show them
-/// register. Main thread only.
+/// The desktop's status icons. A service on the session bus holds the list of the icons, and the panels that show the
+/// icons register with this service. Main thread only.
 class StatusIcons final : public QObject {
     Q_OBJECT
 public:
-    /// Asks, and follows changes. Without a bus nothing happens.
+    /// Asks whether a panel shows status icons, and follows changes. Without a bus nothing happens.
     explicit StatusIcons(QObject* parent = nullptr);
     ~StatusIcons() override;
 
-    /// Whether the bar with the icons is black on this desktop, whatever the colour scheme of its windows.
+    /// Whether this desktop's bar with the icons is black even when the colour scheme of the windows is light.
     static bool areOnBlack();
 
 Q_SIGNALS:
-    /// A panel shows status icons; also emitted when it comes back.
+    /// A panel shows status icons. Also emitted when such a panel comes back.
     void shown();
 
 private Q_SLOTS:

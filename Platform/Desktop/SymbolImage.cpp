@@ -10,8 +10,9 @@
 namespace kestrum {
 namespace {
 
-// All symbols are drawn on a field 14 units high. At this point size a unit is a point: a line of text of 12 points is
-// about that high, and an even height lies on whole pixels when it is centred on the 22 points of an item.
+// At this point size one unit of a symbol is one point. All symbols are drawn on a field 14 units high. A line of
+// 12-point text is about 14 points high, and an even height lies on whole pixels when it is centred in the 22 points of
+// an item.
 constexpr double unitPointSize = 12;
 
 std::unique_ptr<QSvgRenderer> symbol(const QString& name)
@@ -22,14 +23,14 @@ std::unique_ptr<QSvgRenderer> symbol(const QString& name)
     auto renderer = std::make_unique<QSvgRenderer>(path);
     if (!renderer->isValid())
         return nullptr;
-    // Rounding changes the proportions a little.
+    // Rounding changes the proportions of the size a little, and the drawing must not be stretched.
     renderer->setAspectRatioMode(Qt::KeepAspectRatio);
     return renderer;
 }
 
 QSizeF sizeOf(const QSvgRenderer& symbol, double pointSize)
 {
-    // Half points, so that an edge lies on a pixel at scale 2.
+    // Rounded to half points, so that an edge lies on a whole pixel at scale 2.
     const auto halves = [&](double units) { return std::round(units * pointSize / unitPointSize * 2) / 2; };
     const QSizeF field = symbol.viewBoxF().size();
     return QSizeF(halves(field.width()), halves(field.height()));

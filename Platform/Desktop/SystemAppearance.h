@@ -11,8 +11,9 @@ enum class ColourScheme { light, dark };
 
 class AppearancePortal;
 
-/// The desktop's light or dark scheme and its accent colour. It starts from the application's palette, so that nothing
-/// waits at start-up; `changed` follows when the desktop portal answers. One per process, main thread.
+/// The desktop's light or dark scheme and its accent colour. The first values come from the application's palette, so
+/// that nothing waits at start-up. `changed` follows when the desktop portal answers. One per process, main thread
+/// only.
 class SystemAppearance : public QObject {
     Q_OBJECT
 public:
@@ -20,19 +21,19 @@ public:
 
     ColourScheme scheme() const { return m_scheme; }
 
-    /// Nothing where the desktop has none.
+    /// Nothing where the desktop has no accent colour.
     const std::optional<QColor>& accent() const { return m_accent; }
 
-    /// Whether animations are to be left out.
+    /// Whether animations should be left out.
     bool reducesMotion() const;
 
-    /// Fixes scheme and accent, for pictures and tests; the desktop is not followed from then on.
+    /// Fixes the scheme and the accent, for pictures and tests. Later changes of the desktop are ignored.
     void setScheme(ColourScheme scheme, const std::optional<QColor>& accent = std::nullopt);
-    /// Fixes whether animations are left out, for tests.
+    /// Fixes the value of `reducesMotion`, for tests.
     void setReducesMotion(bool reduces) { m_reducesMotion = reduces; }
 
 Q_SIGNALS:
-    /// Scheme or accent has changed.
+    /// The scheme or the accent has changed.
     void changed();
 
 private:

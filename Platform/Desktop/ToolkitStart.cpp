@@ -15,7 +15,8 @@ constexpr char runtimeVariable[] = "XDG_RUNTIME_DIR";
 
 QtMessageHandler formerHandler = nullptr;
 
-// We report problems of the runtime directory ourselves, and only where a feature of ours needs it.
+// Drops the toolkit's messages about the runtime directory. We report its problems ourselves, and only when one of our
+// features needs the directory.
 void passOn(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     if (formerHandler && !message.startsWith(QLatin1StringView("QStandardPaths: ")))
@@ -29,7 +30,7 @@ ToolkitStart::Nowhere::Nowhere(const char* variable)
 {
     if (qEnvironmentVariableIsSet(variable))
         m_before = qgetenv(variable);
-    qputenv(variable, "/dev/null"); // nothing can be made below it
+    qputenv(variable, "/dev/null"); // nothing can be created below this path
 }
 
 ToolkitStart::Nowhere::~Nowhere()
@@ -41,14 +42,15 @@ ToolkitStart::Nowhere::~Nowhere()
 }
 
 ToolkitStart::ToolkitStart()
-    // Where the toolkit makes a runtime directory when it rejects the session's.
+    // The toolkit creates a runtime directory below "TMPDIR" when it rejects the session's runtime directory.
     : m_temporaryDirectory("TMPDIR")
 {
     DesktopBus::nameToToolkit();
-    // The toolkit's own listener to the desktop's fonts starts with the application object, and is refused without this
-    // type.
+    // The toolkit's own listener for changes of the desktop's fonts starts with the application object. The bus library
+    // refuses this listener unless the type is registered.
     qRegisterMetaType<QDBusVariant>();
-    // The toolkit would create a missing one. Any other stays named, as the display's socket may be in it.
+    // The toolkit would create a missing runtime directory. An existing directory stays in the variable, because the
+    // display's socket may be in it.
     struct stat info { };
     const QByteArray named = qgetenv(runtimeVariable);
     if (!named.isEmpty() && ::stat(named.constData(), &info) != 0)

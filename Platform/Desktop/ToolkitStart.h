@@ -6,9 +6,10 @@
 
 namespace kestrum {
 
-/// Guards the making of the application object: made right before it, destroyed right after it. Where the session has no
-/// bus, or no private runtime directory, the toolkit would make one of its own (the directory in a shared place) and leave
-/// it behind. That there is no bus stays in our environment, for the programs that we start.
+/// Protects the creation of the application object: create this object right before, and destroy it right after that
+/// creation. If the session has no bus or no private runtime directory, the toolkit would start a bus or create a
+/// directory in a shared place, and leave it behind. The value that means "no bus" stays in our environment, for the
+/// programs that we start.
 class ToolkitStart {
 public:
     ToolkitStart();
@@ -17,7 +18,7 @@ public:
     ToolkitStart& operator=(const ToolkitStart&) = delete;
 
 private:
-    /// A variable of the environment that leads nowhere while this lives.
+    /// Sets an environment variable to a path that cannot be used, and restores the old value when destroyed.
     class Nowhere {
     public:
         explicit Nowhere(const char* variable);
@@ -27,7 +28,7 @@ private:
 
     private:
         const char* m_variable;
-        std::optional<QByteArray> m_before; ///< nothing where it was not set
+        std::optional<QByteArray> m_before; ///< the old value; nothing if the variable was not set
     };
 
     Nowhere m_temporaryDirectory;

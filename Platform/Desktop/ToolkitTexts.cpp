@@ -26,11 +26,11 @@ void ToolkitTexts::install()
 {
     const QString language = wantedLanguage();
     QLocale::setDefault(locale(language));
-    // It lives as long as the application object.
+    // The application object owns the translator.
     static QPointer<QTranslator> installed;
     delete installed;
     auto* translator = new QTranslator(QCoreApplication::instance());
-    // Without the session's region: Brazilian Portuguese in Switzerland would find no translation.
+    // The session's region is not used here: with it, Brazilian Portuguese in Switzerland would find no translation.
     if (translator->load(QLocale(language), QStringLiteral("qtbase"), QStringLiteral("_"),
             QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
         QCoreApplication::installTranslator(translator);
@@ -50,7 +50,7 @@ QLocale ToolkitTexts::locale(const QString& code, const QString& region)
     const QLocale language(code);
     if (region.isEmpty())
         return language;
-    // A language's code may name a region of its own, as that of Brazilian Portuguese does.
+    // The region replaces the region in the language's code, which a code such as that of Brazilian Portuguese has.
     return QLocale(language.language(), language.script(), QLocale::codeToTerritory(region));
 }
 

@@ -12,14 +12,14 @@ namespace kestrum {
 
 namespace {
 
-// Owned by the compositing manager of the first screen; hardly any server has a second screen in this sense.
+// The compositing manager of the first X screen owns this selection. Hardly any server has a second X screen.
 constexpr std::string_view mixersSelection = "_NET_WM_CM_S0";
 
 } // namespace
 
 bool isTranslucencyShown()
 {
-    // Other platforms have an interface for X11 too, but no connection.
+    // Other platforms offer an interface for X11 too, but without a connection.
     if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
         return true;
     xcb_connection_t* server = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();

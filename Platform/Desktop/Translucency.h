@@ -3,8 +3,9 @@
 
 namespace kestrum {
 
-/// Whether a translucent window shows what is behind it. On X11 only while a compositing manager runs, which can come and
-/// go; without one it would be black. Asks the X server, so not for every frame. Needs an application object.
+/// Whether a translucent window shows the windows behind it. On X11 the window does so only while a compositing manager
+/// runs, and would otherwise be black; a compositing manager can start and end at any time. The call waits for the X
+/// server, so do not call it for every frame. Needs an application object.
 bool isTranslucencyShown();
 
 } // namespace kestrum

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// On X11 the request to the window manager carries the time of the user's act, which it compares with the time of the
-// user's last act. The toolkit would send the time of the last event that it saw, which is long past in a window that is
-// not in use. The request is sent as a panel's, which counts as the user's own. On Wayland the toolkit has the protocol and
-// looks for the token in the environment.
+// On X11 the request to the window manager contains the time of the user's click or key press. The window manager compares
+// this time with the time of the user's last action. The toolkit would send the time of the last event that it received,
+// which is too old in a window that is not in use. We send the request as a panel would; window managers treat such a
+// request as the user's own. On Wayland the toolkit implements the protocol and reads the token from the environment.
 
 #include "Platform/Desktop/WindowActivation.h"
 
@@ -46,7 +46,7 @@ QByteArray WindowActivation::tokenOf(quint32 time)
 {
     if (time == 0 || QGuiApplication::platformName() != QLatin1StringView("xcb"))
         return {};
-    // Only the time of this name matters here: no start-up notification is sent.
+    // Only the time in this token matters, because no start-up notification is sent.
     return "kestrum-" + QByteArray::number(QCoreApplication::applicationPid()) + "_TIME"
         + QByteArray::number(time);
 }

@@ -9,35 +9,38 @@ class QWindow;
 
 namespace kestrum {
 
-/// Brings a window forward with the desktop's permission. No desktop lets a program push a window in front of the user's
-/// work. It gives a token to the program that the user starts, and that program can hand the token to one that runs
-/// already.
+/// Brings a window to the front with the desktop's permission. No desktop allows a program to put a window in front of the
+/// user's work. The desktop gives a token to the program that the user starts, and this program can pass the token to a
+/// program that is already running.
 namespace WindowActivation {
 
-/// Set in the environment of a program that is to open its window without taking the focus. Window managers on X11 comply; on
-/// Wayland the desktop alone decides about a new window.
+/// If this environment variable is set, the started program should open its window without taking the focus. Window managers
+/// on X11 comply; on Wayland only the desktop decides about a new window.
 inline constexpr char backgroundVariable[] = "KESTRUM_IN_BACKGROUND";
 
-/// The token that this process was started with, empty when there is none. Once the application object is made, the toolkit
-/// has removed the tokens that it uses itself.
+/// The token that this process was started with; empty when there is none. When the application object is created, the
+/// toolkit removes the tokens that it uses itself.
 QByteArray token();
-/// The same, removed from the environment, so that programs that we start do not pass for the user's choice.
+/// Returns the same token and removes it from the environment. Otherwise the programs that we start would seem to be the
+/// user's choice.
 QByteArray takeToken();
 
-/// A token for a program that the user starts by a click or a key in our window at the X server's `time`, in milliseconds,
-/// where the desktop made none. Empty where the display is no X server, and for 0.
+/// A token for a program that the user starts from our window, for the case that the desktop made no token. `time` is the X
+/// server's time of the click or key press, in milliseconds. The token is empty if the display is not an X server, and for
+/// time 0.
 QByteArray tokenOf(quint32 time);
 
-/// The environment for a program that is started with `token`; nothing for an empty one.
+/// The variables to add to the environment of a program that is started with `token`; none for an empty token.
 QMap<QString, QString> environment(const QByteArray& token);
 
-/// Whether this process is to open without taking the focus; removed from the environment likewise.
+/// Whether this process should open its window without taking the focus. Removes `backgroundVariable` from the environment.
 bool takeIsInBackground();
 
 /// Shows `window`, raises it and gives it the focus, as far as the desktop permits. `token` may be empty.
 void bringForward(QWindow& window, const QByteArray& token);
 
-/// The server's time in `token`, which ends with "_TIME" and a number; 0 when it has none.
+/// The X server's time in `token`, which is the number after "_TIME" at the end of the token; 0 when there is no such
+/// number.
 quint32 time(const QByteArray& token);
 
 } // namespace WindowActivation

@@ -18,7 +18,7 @@ namespace kestrum {
 namespace {
 
 constexpr std::chrono::milliseconds delayOfNotice { 50 };
-constexpr uint32_t mostNumbers = 4096; ///< of a property that is read
+constexpr uint32_t mostNumbers = 4096; ///< the most numbers that are read of one property
 
 /// The numbers of a property; none where the window has no such property, or is gone.
 QList<qint32> numbersOf(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
@@ -35,14 +35,15 @@ xcb_get_property_cookie_t ask(xcb_connection_t* connection, quint32 window, quin
     return xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, mostNumbers);
 }
 
-/// Any program can write any number; displays have no more pixels than this.
+/// Cuts `number` to the range of a display's coordinates, because any program can write any number.
 int coordinate(qint32 number)
 {
     return std::clamp(number, 0, 0x7fff);
 }
 
-/// The four depths in the order left, right, top, bottom and, where there are more numbers, first and last pixel along each
-/// edge. A newer property without a range, and the older one, mean the whole edge.
+/// Appends the struts in `numbers`. The first four numbers are the depths at the left, right, top and bottom edge. If there
+/// are more numbers, they are the first and the last pixel along each edge. Without such a range, a strut takes the whole
+/// edge.
 void append(QList<X11Struts::Strut>& struts, const QList<qint32>& numbers, QSize display)
 {
     constexpr std::array edges { Qt::LeftEdge, Qt::RightEdge, Qt::TopEdge, Qt::BottomEdge };
@@ -97,7 +98,7 @@ QRect X11Struts::rest(const QRect& screen, const QList<Strut>& struts)
 X11Struts::X11Struts(const QWindow& window)
 {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    // Qt's platform without a display has the interface too, with nothing behind it.
+    // Qt's platform without a display offers this interface too, but without a connection.
     if (!x11 || !x11->connection())
         return;
     m_connection = x11->connection();
@@ -120,7 +121,7 @@ X11Struts::~X11Struts() = default;
 
 QRect X11Struts::available(const QScreen& screen)
 {
-    // Of a single screen the toolkit's value is right, and contains the window manager's own reservations.
+    // For a single screen the toolkit's value is right, and includes the space that the window manager itself reserves.
     const QRect toolkits
         = screen.virtualSiblings().size() > 1 ? screen.geometry() : screen.availableGeometry();
     if (!m_connection)
@@ -164,11 +165,12 @@ QList<X11Struts::Strut> X11Struts::struts()
         panels.insert(question.window);
         if (m_panels.contains(question.window))
             continue;
-        // Not every window manager notifies of a change that leaves the display's rectangle as it was.
+        // We ask for the panel's property events, because some window managers report no change while the free rectangle of
+        // the whole display stays the same.
         const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
         const auto request
             = xcb_change_window_attributes_checked(m_connection, question.window, XCB_CW_EVENT_MASK, &mask);
-        xcb_discard_reply(m_connection, request.sequence); // it may be gone by now
+        xcb_discard_reply(m_connection, request.sequence); // the window may be gone by now
     }
     m_panels = panels;
     return result;
@@ -181,7 +183,7 @@ QList<quint32> X11Struts::topWindows() const
         result.append(quint32(client));
     if (!result.isEmpty())
         return result;
-    // No window manager keeps a list: all shown windows.
+    // No window manager provides a list of windows, so the result is all shown windows.
     const XcbReply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_root), nullptr));
     if (!tree)
@@ -200,7 +202,8 @@ QList<quint32> X11Struts::topWindows() const
     return result;
 }
 
-/// The desktop's own value for each screen, where its panel is no window; `screen` where it has none.
+/// The part of `screen` that is free according to the desktop, for desktops whose panel is not a window. Returns `screen`
+/// when the desktop gives no value.
 QRect X11Struts::desktopsWord(const QRect& screen)
 {
     m_desktopsWorkAreas = atom("_GTK_WORKAREAS_D" + QByteArray::number(numbersOfRoot(m_desktop).value(0)));

@@ -14,28 +14,30 @@ struct xcb_connection_t;
 
 namespace kestrum {
 
-/// The room that panels reserve along the edges of an X server's screens. The toolkit knows one rectangle for all screens
-/// together. Of several screens it subtracts either nothing or the panel of another screen. Where there is no X server, the
-/// toolkit's value holds.
+/// The space that panels reserve along the edges of an X server's screens. The toolkit knows only one rectangle for all
+/// screens together. With several screens, the toolkit subtracts either nothing or the panel of another screen. Without an
+/// X server, the toolkit's value is used.
 class X11Struts final : public QObject, QAbstractNativeEventFilter {
     Q_OBJECT
 public:
-    /// Room that is reserved along an edge of the whole display, in pixels of the device. It may belong to an inner screen:
-    /// then it reaches from the edge of the display through the screens before that one.
+    /// Space that is reserved along an edge of the whole display, in device pixels. The panel may be on an inner screen.
+    /// Then the space also covers the screens between the panel and the edge of the display.
     struct Strut {
         Qt::Edge edge;
         QRect room;
     };
 
-    /// The part of a screen that struts leave free, in pixels of the device. A strut that takes the whole depth of the
-    /// screen is meant for a screen behind it, and one that reaches in by a single pixel for a screen beside it.
+    /// The part of `screen` that `struts` leave free, in device pixels. A strut that takes the whole depth of the screen
+    /// is ignored, because it belongs to a screen further inside. A strut that covers only one pixel along its edge is
+    /// ignored too, because it belongs to a screen beside this one.
     static QRect rest(const QRect& screen, const QList<Strut>& struts);
 
-    /// For the server that shows `window`, which is created if necessary.
+    /// Uses the X server that shows `window`. The native window is created if necessary.
     explicit X11Struts(const QWindow& window);
     ~X11Struts() override;
 
-    /// The part of the screen that panels leave free, in the toolkit's units. Asks the server and waits for its answer.
+    /// The part of the screen that panels leave free, in the toolkit's units. The call asks the server and waits for the
+    /// answer.
     QRect available(const QScreen& screen);
 
 Q_SIGNALS:
@@ -58,8 +60,8 @@ private:
     quint32 m_clients = 0;
     quint32 m_workArea = 0;
     quint32 m_desktop = 0;
-    quint32 m_desktopsWorkAreas = 0; ///< of the last current desktop
-    QSet<quint32> m_panels;          ///< whose properties are followed
+    quint32 m_desktopsWorkAreas = 0; ///< of the current desktop at the last request
+    QSet<quint32> m_panels;          ///< the windows whose properties are followed
     QTimer m_pause;
 };
 

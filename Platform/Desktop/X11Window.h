@@ -9,20 +9,21 @@ struct xcb_connection_t;
 
 namespace kestrum {
 
-/// A window of ours on an X server, and what Qt has no function for there. Requests are sent by the next `flush`, or with
-/// the toolkit's own.
+/// One of our windows on an X server, with the requests that Qt has no function for. The requests are sent by the next
+/// `flush`, or together with the toolkit's own requests.
 class X11Window {
 public:
-    /// Creates the window if necessary. Nothing where the display is no X server.
+    /// Creates the native window if necessary. Nothing where the display is not an X server.
     static std::optional<X11Window> of(const QWindow& window);
 
-    /// Whether a window manager runs that could be asked.
+    /// Whether a window manager runs that accepts such requests.
     bool isManaged() const;
-    /// Asks it for the focus on behalf of the user, who last did something at the server's `time`.
+    /// Asks the window manager for the focus on behalf of the user, whose last action was at the server's `time`.
     void askForFocus(quint32 time) const;
-    /// Ends the start-up notification that desktops show while a program is being started.
+    /// Ends the start-up notification of `token`, which desktops show while a program is starting.
     void tellThatStartEnded(const QByteArray& token) const;
-    /// Puts the hidden window on all virtual desktops for when it is shown; window managers forget that with every hiding.
+    /// Makes the hidden window appear on all virtual desktops when it is shown. Window managers forget this setting each
+    /// time the window is hidden.
     void standOnAllDesktops() const;
     void flush() const;
 

@@ -10,7 +10,8 @@ struct XcbReplyRelease {
     void operator()(void* reply) const { std::free(reply); }
 };
 
-/// An answer of an X server, from the functions of xcb that wait for one; the caller owns it. Empty when there is none.
+/// A reply of an X server, from the functions of xcb that wait for a reply. The caller owns the reply. Null when there
+/// is none.
 template <class Reply> using XcbReply = std::unique_ptr<Reply, XcbReplyRelease>;
 
 } // namespace kestrum

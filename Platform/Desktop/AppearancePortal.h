@@ -20,8 +20,7 @@ class AppearancePortal : public QObject {
 public:
     explicit AppearancePortal(QObject* parent = nullptr);
 
-    /// Joins the bus at `address`, asks for the settings and follows their changes. Does nothing when `address` is
-    /// empty.
+    /// Joins the bus at `address`, asks for the settings and follows their changes. Does nothing when `address` is empty.
     void start(const QString& address);
 
     /// Nothing until the desktop has answered, and nothing when the desktop has no preference.

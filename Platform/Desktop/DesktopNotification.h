@@ -30,8 +30,7 @@ public:
     void show(const Content& content);
 
 Q_SIGNALS:
-    /// The button was pressed. `activationToken` is the desktop's token for the window that we open then; it may be
-    /// empty.
+    /// The button was pressed. `activationToken` is the desktop's token for the window that we open then; it may be empty.
     void pressed(const QByteArray& activationToken);
 
 private Q_SLOTS:

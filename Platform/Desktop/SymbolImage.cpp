@@ -10,9 +10,8 @@
 namespace kestrum {
 namespace {
 
-// At this point size one unit of a symbol is one point. All symbols are drawn on a field 14 units high. A line of
-// 12-point text is about 14 points high, and an even height lies on whole pixels when it is centred in the 22 points of
-// an item.
+// At this point size one unit of a symbol is one point. All symbols are drawn on a field 14 units high. A line of 12-point
+// text is about 14 points high, and an even height lies on whole pixels when it is centred in the 22 points of an item.
 constexpr double unitPointSize = 12;
 
 std::unique_ptr<QSvgRenderer> symbol(const QString& name)

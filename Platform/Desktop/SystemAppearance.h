@@ -11,9 +11,8 @@ enum class ColourScheme { light, dark };
 
 class AppearancePortal;
 
-/// The desktop's light or dark scheme and its accent colour. The first values come from the application's palette, so
-/// that nothing waits at start-up. `changed` follows when the desktop portal answers. One per process, main thread
-/// only.
+/// The desktop's light or dark scheme and its accent colour. The first values come from the application's palette, so that
+/// nothing waits at start-up. `changed` follows when the desktop portal answers. One per process, main thread only.
 class SystemAppearance : public QObject {
     Q_OBJECT
 public:

@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// The application's unique name: in the log, for the desktop, in file names. The information dictionaries of the bundles in
-/// Resources have the same.
+/// The application's unique name, used in the log, for the desktop and in file names. The information dictionaries of the
+/// bundles in Resources contain the same name.
 inline constexpr QLatin1StringView applicationIdentifier("com.orvale.kestrum");
 
 } // namespace kestrum

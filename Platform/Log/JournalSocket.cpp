@@ -12,7 +12,8 @@ namespace kestrum {
 
 bool JournalSocket::isStandardError()
 {
-    // A child may inherit the variable and have standard error redirected, so the descriptor itself is compared.
+    // A child process may inherit the variable and have its standard error redirected. So the variable is compared with
+    // the descriptor itself.
     struct stat state;
     return ::fstat(STDERR_FILENO, &state) == 0
         && qgetenv("JOURNAL_STREAM")
@@ -42,7 +43,7 @@ JournalSocket::~JournalSocket()
 
 QByteArray JournalSocket::entry(QtMsgType type, const QByteArray& category, const QByteArray& message)
 {
-    // The priorities of syslog, in the order of QtMsgType.
+    // "74326" holds the priorities of syslog in the order of QtMsgType.
     QByteArray text;
     text.append("MESSAGE=").append(message).append('\n');
     text.append("PRIORITY=").append("74326"[type]).append('\n');

@@ -17,10 +17,10 @@ namespace kestrum {
 namespace {
 
 constexpr qsizetype valueLimit = 256;
-// Far below a datagram's limit and far above any message of ours.
+// In bytes, far below the limit of a datagram and far above the length of our messages.
 constexpr qsizetype messageLimit = 4096;
 
-// Characters that end a line, move the cursor, or turn the direction of what follows.
+// Whether `character` can end a line, move the cursor, or change the direction of the text after it.
 bool isUnsafe(char32_t character)
 {
     return character < 0x20 || (character >= 0x7F && character < 0xA0) || character == 0x061C
@@ -28,8 +28,8 @@ bool isUnsafe(char32_t character)
         || (character >= 0x2066 && character <= 0x2069);
 }
 
-// A backslash stays as it is, so that escaping twice is the same as escaping once: callers escape the values of a message,
-// and the handler escapes the whole message again.
+// A backslash is not escaped, so that escaping twice gives the same text as escaping once. Callers escape the values of a
+// message, and the handler escapes the whole message again.
 QByteArray escapedText(char32_t character)
 {
     if (!isUnsafe(character))
@@ -71,7 +71,7 @@ constexpr const char* levelNames[] = { "debug", "warning", "error", "fatal", "in
 static_assert(
     QtDebugMsg == 0 && QtWarningMsg == 1 && QtCriticalMsg == 2 && QtFatalMsg == 3 && QtInfoMsg == 4);
 
-// Guards what all threads look up below. Messages are rare: one lock is enough.
+// Protects the static containers below. Messages are rare, so one lock is enough.
 std::mutex mutex;
 
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
@@ -81,7 +81,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
     const QByteArray text = escapedUtf8(message, messageLimit);
     const QByteArray category(context.category ? context.category : "default");
     if (!journal || !journal->send(JournalSocket::entry(type, category, text))) {
-        // One call, so that lines of two threads do not mix. A failure cannot be reported anywhere.
+        // One call of `write`, so that the lines of two threads do not mix. A failure cannot be reported anywhere.
         const QByteArray line = category + ": " + levelNames[type] + ": " + text + '\n';
         [[maybe_unused]] const ssize_t written
             = ::write(STDERR_FILENO, line.constData(), size_t(line.size()));
@@ -94,7 +94,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 
 const QLoggingCategory& Log::category(const char* area)
 {
-    // Never destroyed, since messages come until the process ends. A category points into the name that is its key.
+    // Never destroyed, because messages may come until the process ends. A category points to the bytes of its name,
+    // which the map's key holds.
     static auto* const categories = new std::unordered_map<QByteArray, QLoggingCategory>;
     const QByteArray name
         = QByteArray(applicationIdentifier.data(), applicationIdentifier.size()) + '.' + area;

@@ -6,11 +6,11 @@
 
 namespace kestrum {
 
-/// The program's log: one Qt logging category per area, named "com.orvale.kestrum.<area>". Messages go to
-/// standard error. Where standard error is the journal, they go there as entries with fields.
+/// The program's log: one Qt logging category per area, named "com.orvale.kestrum.<area>". Messages go to standard
+/// error. If standard error is the journal, messages are sent to the journal as entries with fields.
 namespace Log {
 
-/// The category of `area` ("store", "signals", …). Created on first use, lives until the process ends.
+/// The category of `area` ("store", "signals", …). The category is created on first use and lives until the process ends.
 const QLoggingCategory& category(const char* area);
 
 /// `value` made safe for one log line: control characters are escaped, so that a path cannot forge a
@@ -19,15 +19,15 @@ QString escaped(const QString& value);
 /// The same without a limit, for output that is printed line by line.
 QString escapedWhole(const QString& value);
 
-/// One line each in the category of `area`; line ends in `message` are escaped. Any thread.
+/// Each of these functions logs one line in the category of `area`. Line ends in `message` are escaped. Any thread.
 void error(const char* area, const QString& message);
 void warning(const char* area, const QString& message);
 void info(const char* area, const QString& message);
 
-/// Logs `message` as a warning the first time it is given and never again in this process.
+/// Logs `message` as a warning, but the same message only once per process.
 void warnOnce(const char* area, const QString& message);
 
-/// Sends Qt's messages through this log's format. Called once, first thing in `main`.
+/// Makes Qt's messages use this log's format. Called once, at the start of `main`.
 void install();
 
 } // namespace Log

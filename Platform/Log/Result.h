@@ -11,12 +11,12 @@ namespace kestrum {
 
 /// Why something could not be done. The texts are for people and logs; nothing in them is escaped.
 struct Failure {
-    QString step; ///< completes "cannot", such as "make a temporary file"; empty where the reason needs none
-    QString reason;  ///< the system's words or ours, without a line end
-    int error = 0;   ///< the `errno` that tells the kind of reason; 0 without one
+    QString step; ///< completes "cannot", such as "make a temporary file"; empty if the reason needs no step
+    QString reason;  ///< the system's message or our own text, without a line end
+    int error = 0;   ///< usually an `errno`; 0 if there is no number
     QString subject; ///< usually a path
 
-    /// The system call of `step` failed.
+    /// A failure of the system call in `step`.
     static Failure fromErrno(const char* step, int error = errno)
     {
         return { QString::fromLatin1(step), qt_error_string(error), error, {} };
@@ -36,8 +36,8 @@ struct Failure {
     }
 };
 
-/// The value of a call that can fail, or its `Failure`. `Result<>` is for a call without a value. Converts to true on success.
-/// The value of a failed call and the failure of a successful one throw `std::bad_variant_access`.
+/// The value of a call that can fail, or its `Failure`. `Result<>` is for a call without a value. A result converts to true on
+/// success. Reading the value after a failure, or the failure after a success, throws `std::bad_variant_access`.
 template <typename T = std::monostate> class [[nodiscard]] Result {
 public:
     Result() requires std::same_as<T, std::monostate> : m_outcome(std::in_place_index<1>) { }
@@ -62,7 +62,7 @@ public:
 
 private:
     std::variant<Failure, T>
-        m_outcome; // in this order, T may be a type of an enclosing class that is not complete
+        m_outcome; // with `Failure` first, T may be a type of an enclosing class that is not complete
 };
 
 } // namespace kestrum

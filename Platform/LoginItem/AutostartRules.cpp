@@ -67,7 +67,7 @@ QByteArray placeInBundle(const QByteArray& program)
     return inside < 0 ? program : program.mid(program.lastIndexOf('/', inside));
 }
 
-/// The file that a command's first word names, links followed.
+/// The path of the file that `word`, the first word of a command, names. Links are resolved.
 QByteArray fileOf(const QByteArray& word)
 {
     const QString name = QFile::decodeName(word);

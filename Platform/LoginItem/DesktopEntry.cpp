@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Not GLib's key files: they refuse an entry with one damaged line, which is salvaged here, and rewrite lines that others wrote
-// (blanks around values, line ends, repeated groups), which stay here byte for byte.
+// GLib's parser for key files is not used. It refuses an entry with one damaged line, but we save the other lines. It rewrites
+// lines that others wrote (blanks around values, line ends, repeated groups), but we leave these lines unchanged.
 //
-// A desktop entry has two layers of quoting. The lower one applies to all values: a backslash, and blanks and line ends that
-// would be lost, are written with a backslash. The upper one applies to command lines: a program's path is put in double quotes,
-// within which four characters take a backslash, and each percent sign is doubled. A command line is quoted by the upper rule
-// first and then by the lower one, so that a backslash in a path becomes four. The standard says so and GLib reads it so;
+// A desktop entry has two layers of quoting. The value layer applies to all values: a backslash, and blanks and line ends that
+// would be lost, are written with a backslash. The command layer applies to command lines: the path of a program is put in double
+// quotes, four characters within the quotes get a backslash, and each percent sign is doubled. The command layer is applied first
+// and the value layer second, so one backslash in a path becomes four. The standard says so, and GLib reads entries this way;
 // systemd's generator reads backslashes in a path differently.
 
 #include "Platform/LoginItem/DesktopEntry.h"
@@ -33,7 +33,7 @@ bool isBlankOrComment(const QByteArray& line)
     return isBlank(line) || line.trimmed().startsWith('#');
 }
 
-/// The name in a line that begins a group; nothing for any other line.
+/// The name of the group that `line` begins; nothing for any other line.
 std::optional<QByteArray> groupOf(const QByteArray& line)
 {
     const QByteArray text = line.trimmed();
@@ -62,7 +62,8 @@ QByteArray keyOf(const QByteArray& line)
     return isKey(key) ? key : QByteArray();
 }
 
-/// `word` as it reaches the program: "%%" is one percent sign, and any other code stands for files, of which there are none.
+/// `word` as the program receives it: "%%" becomes one percent sign. Other codes are removed, because they stand for files and
+/// there are no files.
 QByteArray withoutFieldCodes(QByteArrayView word)
 {
     QByteArray text;
@@ -102,7 +103,7 @@ DesktopEntry DesktopEntry::parsed(const QByteArray& text)
             entry.m_isDamaged = true;
         }
     }
-    // The main group has to be the first one.
+    // The main group must be the first group. If it is a later group, it is moved to the front.
     const auto end = entry.m_lines.end();
     const auto isHeader = [](const Line& line) { return line.isHeader; };
     const auto first = std::find_if(entry.m_lines.begin(), end, isHeader);
@@ -145,7 +146,7 @@ void DesktopEntry::set(const QByteArray& key, const QByteArray& value)
     auto place = std::find_if(m_lines.begin(), m_lines.end(), [](const Line& line) { return line.isHeader; });
     if (place == m_lines.end() || !place->isMain)
         place = m_lines.insert(place, { '[' + mainGroup.toByteArray() + ']', {}, true, true });
-    // Above the blank lines that set the next group apart.
+    // The new line goes above the blank lines that separate the next group.
     for (auto line = place + 1; line != m_lines.end() && !line->isHeader; ++line) {
         if (!isBlank(line->text))
             place = line;
@@ -200,7 +201,8 @@ QByteArray DesktopEntry::unescaped(const QByteArray& value)
 QByteArray DesktopEntry::command(const QByteArray& program, const QByteArray& argument)
 {
     QByteArray quoted("\"");
-    // GLib looks for the program before it reads "%%" as "%", and so does not find it. It finds a shell, which starts its argument.
+    // GLib searches for the program before it replaces "%%" by "%", so it does not find such a path. It does find a shell, and the
+    // shell starts the program.
     if (program.contains('%'))
         quoted = "/bin/sh -c \"exec \\\"\\$0\\\" \\\"\\$@\\\"\" \"";
     for (const char character : program) {

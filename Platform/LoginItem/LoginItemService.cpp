@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Three parties write the entry: we, the desktop's settings, which switch it off in it, and its user, who may have added a
-// delay or linked it to a file under version control. So only our own keys are changed, and a linked file is changed where it
-// is. An entry that holds more than ours is not deleted when it is switched off, but renamed to a name that no desktop reads.
-// It comes back from there when it is switched on again. No renaming replaces a file.
+// Three parties write the entry: we, the desktop's settings, which switch the entry off, and the user, who may have added a
+// delay or linked the entry to a file under version control. So we change only our own keys. If the entry is a link, we
+// change the linked file. If an entry holds more than our keys, switching it off renames the file to a name that no desktop
+// reads, instead of deleting it. Switching it on again renames the file back. Renaming never replaces a file.
 //
-// Desktops switch an entry off by "Hidden" or, older, by GNOME's key, and some read only one of them. Both are read, and both
-// are written.
+// Desktops switch an entry off by "Hidden" or by GNOME's older key, and some desktops read only one of the two keys. So we
+// read and write both keys.
 //
-// An entry for the whole system is started while the user has none of the same name. Where there is one, the item is
-// switched off by an entry of the user's that is switched off. That entry bears a mark of ours: without it the item would
-// count as switched off by the desktop's own settings.
+// The entry for the whole system is used while the user has no entry of the same name. To switch off the entry for the
+// whole system, we write a user's entry that is switched off. This entry has a mark of ours: without the mark, the item
+// would count as switched off by the desktop's own settings.
 
 #include "Platform/LoginItem/LoginItemService.h"
 
@@ -61,9 +61,9 @@ Failure rootRefused()
     return { {}, QStringLiteral("No login item is registered for root."), LoginItemService::notForRoot, {} };
 }
 
-/// The file of an entry.
+/// The content of an entry's file.
 struct Found {
-    int error = 0; ///< ENOENT when there is none; any other when it cannot be read
+    int error = 0; ///< 0 on success, ENOENT without a file, else the `errno` of reading
     QByteArray bytes;
     struct stat state = {};
 };
@@ -71,7 +71,7 @@ struct Found {
 Found read(int directory, const QByteArray& name, int flags)
 {
     Found found;
-    // Not blocking: it may be a pipe.
+    // O_NONBLOCK, because the file may be a pipe.
     const FileDescriptor file(
         ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
     if (!file.isValid() || ::fstat(file.get(), &found.state) != 0) {
@@ -89,7 +89,7 @@ Found read(int directory, const QByteArray& name, int flags)
     return found;
 }
 
-/// Whether `unregister` switched it off, and not the desktop's own settings.
+/// Whether `unregister` switched the entry off, and not the desktop's own settings.
 bool isOffByUs(const DesktopEntry& entry)
 {
     return AutostartRules::isOff(entry) && entry.value(offByUsKey) == "true";
@@ -137,7 +137,7 @@ LoginItemService::Status LoginItemService::statusForAll() const
         if (found.error == ENOENT)
             continue;
         const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
-        // An entry that is hidden there counts as none.
+        // An entry for the whole system that is switched off counts as no entry.
         if (found.error == 0 && AutostartRules::isOff(entry))
             return Status::notRegistered;
         const bool isOurs = found.error == 0 && AutostartRules::starts(entry, QFile::encodeName(m_program));
@@ -148,13 +148,14 @@ LoginItemService::Status LoginItemService::statusForAll() const
 
 Result<> LoginItemService::registerItem() const
 {
-    // Root has no desktop that would start anything, and the user could not change a file of root's in the user's folder.
+    // Root has no desktop that would start the program. In another user's folder, that user could not change a file that
+    // root owns.
     if (::geteuid() == 0)
         return rootRefused();
     const QByteArray program = QFile::encodeName(m_program);
     if (!AutostartRules::isProgram(program))
         return Failure { {}, QStringLiteral("it cannot be run"), notTrusted, m_program };
-    // Of a link, both the link and its target must be safe from others.
+    // If the program is a link, other users must not be able to change the link or its target.
     for (const QByteArray& path : { program, QFile::encodeName(QFileInfo(m_program).canonicalFilePath()) }) {
         if (const auto wayIn = FileTrust::wayInForOthers(path))
             return Failure { {}, *wayIn, notTrusted, {} };
@@ -174,7 +175,8 @@ Result<> LoginItemService::registerItem() const
     for (const QByteArray& name : { place.name, switchedOff }) {
         struct stat state;
         const bool isThere = ::fstatat(directory->get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
-        // Another error does not mean that there is none, and a new entry would lose the lines that its user wrote.
+        // Only ENOENT means that there is no file. After any other error, a new entry could lose the lines that the user
+        // wrote.
         if (!isThere && errno != ENOENT)
             return failed(place.directory + '/' + name, "look at it", errno);
         comesBack = isThere && name == switchedOff;
@@ -247,7 +249,7 @@ Result<> LoginItemService::moved(int directory, const QByteArray& from, const QB
 Result<> LoginItemService::setAside(int directory, const QByteArray& name) const
 {
     const QByteArray switchedOff = name + switchedOffSuffix;
-    // An older one makes room, so that the latest is the one that comes back.
+    // A file that was renamed earlier gets a number, so that `registerItem` finds the latest file.
     for (int number = 1; number <= mostSetAside; ++number) {
         const auto latest = moved(directory, name, switchedOff);
         if (latest || latest.failure().error != -EEXIST)

@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// A program that the desktop starts at login: an entry "<identifier>.desktop" in the user's autostart folder or, where the user
-/// has none, in one for the whole system. Every call reads or writes the disk; any thread.
+/// A program that the desktop starts at login. Its entry is "<identifier>.desktop" in the user's autostart folder or, if the user
+/// has no such entry, in an autostart folder for the whole system. Every call reads or writes the disk. Any thread.
 class LoginItemService {
 public:
     enum class Status {
@@ -20,28 +20,30 @@ public:
         notFound,         ///< there is an entry, but this desktop does not start the program from it
     };
 
-    /// The `error` of a `Failure` here. Any other is an `errno` with its sign turned, since some have the number of one of these.
+    /// The values of `Failure::error` in this class. Any other value is a negative `errno`, because some `errno` have the same
+    /// number as one of these values.
     static constexpr int notTrusted
-        = 3; ///< the program or a folder above it may be changed by others, or it cannot be run
-    static constexpr int nothingThere = 6;  ///< there is nothing to remove
-    static constexpr int refused = 11;      ///< the autostart folder refuses us
-    static constexpr int alreadyThere = 12; ///< it is registered as it should be
+        = 3; ///< others may change the program or a folder above it, or the program cannot be run
+    static constexpr int nothingThere = 6; ///< there is nothing to remove
+    static constexpr int refused = 11; ///< no permission for the autostart folder, or a read-only file system
+    static constexpr int alreadyThere = 12; ///< already registered, or already switched off
     static constexpr int notForRoot = -EPERM;
 
-    /// The entry starts `program`, an absolute path, with `argument`, a word of letters and dashes or nothing. `name` is how
-    /// desktops list it.
+    /// The entry starts `program`, an absolute path, with `argument`, which is a word of letters and dashes or empty. Desktops
+    /// show `name` in their lists.
     LoginItemService(const QString& identifier, const QString& program, const QString& name,
         const QByteArray& argument = {});
 
     Status status() const;
-    /// Writes the entry, or switches an existing one on again. Whatever others wrote into it stays. Root is refused.
+    /// Writes the entry, or switches an existing entry on again. Lines that others wrote into the entry do not change. Fails for
+    /// root.
     Result<> registerItem() const;
-    /// Removes the entry. One that holds more than ours is renamed, for `registerItem` to find. Where there is an entry for
-    /// the whole system, the user gets an entry that is switched off instead.
+    /// Removes the entry. If the entry holds more than our keys, it is renamed instead, and `registerItem` can rename it back. If
+    /// there is an entry for the whole system, the user gets an entry that is switched off.
     Result<> unregister() const;
 
-    /// Opens the desktop's own settings of what starts at login or, where it has none, the folder of the entries. False
-    /// when neither can be shown. The name is that of the button that calls it.
+    /// Opens the desktop's own settings for programs that start at login or, if the desktop has none, the folder of the entries.
+    /// Returns false when neither can be opened. The function is named after the button that calls it.
     bool openSystemSettingsLoginItems() const;
 
     /// The path of the entry's file, which need not exist.

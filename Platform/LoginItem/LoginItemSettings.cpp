@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-/// A program that shows what a desktop starts at login. The name is one of those in "XDG_CURRENT_DESKTOP".
+/// A program that shows the programs that a desktop starts at login. `desktop` is a name from "XDG_CURRENT_DESKTOP".
 struct SettingsProgram {
     const char* desktop;
     const char* program;

@@ -1,15 +1,15 @@
-// SPDX-License-Identifier: MIT
-// A signal is the time stamp of a file. Every name has an empty file in a private directory of the user. A post sets the file's
-// times, or creates the file. A listener watches the directory. This needs no daemon, the kernel merges events that are not read
-// yet, and a listener that hangs blocks nobody.
+// SPDX-License-Identifier: MIT A signal is the time stamp of a file. Every name has an empty file in a private directory of
+// the user. A post sets the file's times, or creates the file. A listener watches the directory. This needs no daemon, the
+// kernel merges events that are not read yet, and a listener that hangs does not block other processes.
 //
-// One post must be one event, or listeners would be notified twice. So a file is created by an open for reading: the watch
-// ignores its close.
+// One post must cause one event, or listeners would be notified twice. So a new file is opened only for reading: the watch
+// ignores the close of such a file.
 //
-// An event only means that something may have been posted. The kernel also reports changed modes, removed files and queue
-// overflows, which must not end the agent or bring the window forward. So each registration stores the last time that it has
-// seen, and is notified only of another one. The kernel's own time is that of its last tick, in which two posts may fall. So a
-// post sets the exact time. Times are compared for inequality, because clocks are set back.
+// An event means only that a signal may have been posted. The kernel also reports changed modes, removed files and queue
+// overflows, which must not end the agent or bring the window forward. So each registration stores the last time stamp that it
+// has seen, and is notified only of a different time stamp. The kernel's own time stamps are those of its timer ticks, and two
+// posts may come in one tick. So a post sets the exact time. Time stamps are compared for inequality, because clocks can be set
+// back.
 
 #include "Platform/Signals/NotificationCentre.h"
 
@@ -45,7 +45,8 @@ void warnLocalOnly(const Failure& failure)
     Log::warnOnce("signals", QStringLiteral("Signals stay within this program: %1").arg(failure.text()));
 }
 
-// A signal's name is longer than its suite's name, and signals have no companion files. So every valid suite has valid signals.
+// The file name of a signal. A signal's name is longer than its suite's name, but needs no room for companion files. So every
+// valid suite has valid signals.
 std::optional<QByteArray> fileNameOf(const QString& name)
 {
     return FileName::encoded(name, {}, FileName::Room::none);
@@ -55,7 +56,7 @@ std::optional<QByteArray> fileNameOf(const QString& name)
 using PostTime = std::optional<qint64>;
 using SharedDirectory = std::shared_ptr<const RuntimeDirectory>;
 
-// Posts signals and reads their times. Any thread. A `path` is relative to the directory above ours.
+// Posts signals and reads their times. Any thread. A `path` is relative to the parent of our directory.
 class SignalWriter {
 public:
     // Fails if other processes cannot see the signal.
@@ -63,7 +64,7 @@ public:
     {
         if (const auto known = m_root.load(); known && touch(*known, path))
             return {};
-        // The first post, or the directory went away and must be found or made again.
+        // This is the first post, or the directory is gone and must be found or created again.
         const auto root = open();
         const Result<> posted = root ? touch(**root, path) : root.failure();
         if (!posted)
@@ -71,7 +72,7 @@ public:
         return posted;
     }
 
-    // Reads from the directory that was opened last, which is the one that is watched.
+    // Reads from the directory that was opened last, which is also the watched directory.
     PostTime lastPost(const QByteArray& path) const
     {
         const auto known = m_root.load();
@@ -95,7 +96,7 @@ public:
         return root;
     }
 
-    // As `open`; null, with one line in the log, if it fails.
+    // Calls `open`. Returns null, with one line in the log, if `open` fails.
     SharedDirectory openOrWarn()
     {
         const auto root = open();
@@ -120,7 +121,7 @@ private:
             return {};
         const FileDescriptor made(::openat(
             root, path.constData(), O_RDONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-        // EEXIST: another process has made it meanwhile.
+        // EEXIST: another process has created the file meanwhile.
         if (made.isValid() || (errno == EEXIST && setTimes(root, path)))
             return {};
         return Failure::withReason(qt_error_string(errno))
@@ -145,7 +146,7 @@ public:
         if (!m_watch)
             startWatch();
         const Token token = ++m_newest;
-        // Earlier posts count as seen: only earlier registrations are notified of them.
+        // Earlier posts count as seen, because only earlier registrations are notified of these posts.
         m_registrations.emplace(token,
             Registration { fileName, signalWriter().lastPost(pathBelowRoot + fileName),
                 std::make_shared<const std::function<void()>>(std::move(handler)) });
@@ -164,14 +165,14 @@ public:
     // Whether there are registrations but no watch, because the directory could not be opened. Any thread.
     bool isUnwatched() const { return m_isUnwatched; }
 
-    // The last token. A post concerns no later registrations. Any thread.
+    // The token of the newest registration. A post is not delivered to later registrations. Any thread.
     Token newest() const { return m_newest; }
 
-    // Delivers a post of this process that cannot be written, or cannot be watched, to the registrations up to `newest`.
+    // Delivers a post of this process to the registrations up to `newest`, when the post could not be written or is not watched.
     void deliverLocally(const QByteArray& fileName, Token newest)
     {
         deliver(newest, [&fileName](const Registration& one) { return one.fileName == fileName; });
-        // The directory may have come since the first registration.
+        // The directory may have been created since the first registration.
         if (m_isUnwatched && !m_registrations.empty())
             startWatch();
     }
@@ -179,9 +180,9 @@ public:
 private:
     struct Registration {
         QByteArray fileName;
-        PostTime lastSeen; // stays if the file is removed, because it may come back unchanged
+        PostTime lastSeen; // not reset if the file is removed, because the file may come back unchanged
         std::shared_ptr<const std::function<void()>>
-            handler; // shared, so that it can remove itself while it runs
+            handler; // shared, so that the handler can remove its registration while it runs
     };
 
     void startWatch()
@@ -193,7 +194,7 @@ private:
         m_watch
             = std::make_unique<DirectoryWatch>(root->path() + QLatin1Char('/') + QLatin1String(signalsName),
                 DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { handleChange(entry); });
-        // For registrations that had no watch before.
+        // Earlier posts count as seen for the registrations that had no watch before.
         for (auto& [token, registration] : m_registrations)
             registration.lastSeen = signalWriter().lastPost(pathBelowRoot + registration.fileName);
     }
@@ -203,7 +204,7 @@ private:
         QByteArrayList names { entry };
         names += m_watch->takePending();
         const bool isAnything = names.contains(QByteArray());
-        // The directory may be another one. If it is missing it is made, so that the next post is an event again.
+        // The directory may have been replaced. A missing directory is created, so that the next post causes an event again.
         if (isAnything && !signalWriter().openOrWarn())
             return;
         QHash<QByteArray, PostTime> times; // read once for all registrations of a name
@@ -217,8 +218,8 @@ private:
         });
     }
 
-    // Runs the handlers of the registrations up to `newest` that a post `concerns`, in the order of registration. A handler may
-    // remove any registration, also its own, and add new ones.
+    // Runs the handlers of the registrations up to `newest` for which `concerns` returns true, in the order of registration. A
+    // handler may remove any registration, also its own, and add new registrations.
     template <class Concerns> void deliver(Token newest, Concerns concerns)
     {
         for (auto at = m_registrations.begin(); at != m_registrations.end() && at->first <= newest;) {

@@ -20,7 +20,7 @@ namespace {
 constexpr std::chrono::milliseconds delayOfNotice { 50 };
 constexpr uint32_t mostNumbers = 4096; ///< the most numbers that are read of one property
 
-/// The numbers of a property; none where the window has no such property, or is gone.
+/// The numbers of a property; none if the window has no such property or no longer exists.
 QList<qint32> numbersOf(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
 {
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));

@@ -28,8 +28,8 @@ public:
     };
 
     /// The part of `screen` that `struts` leave free, in device pixels. A strut that takes the whole depth of the screen
-    /// is ignored, because it belongs to a screen further inside. A strut that covers only one pixel along its edge is
-    /// ignored too, because it belongs to a screen beside this one.
+    /// is ignored, because it belongs to a screen further inside. A strut that meets the screen with a single pixel of its
+    /// length is ignored too, because it belongs to a screen beside this one.
     static QRect rest(const QRect& screen, const QList<Strut>& struts);
 
     /// Uses the X server that shows `window`. The native window is created if necessary.

@@ -201,8 +201,8 @@ QByteArray DesktopEntry::unescaped(const QByteArray& value)
 QByteArray DesktopEntry::command(const QByteArray& program, const QByteArray& argument)
 {
     QByteArray quoted("\"");
-    // GLib searches for the program before it replaces "%%" by "%", so it does not find such a path. It does find a shell, and the
-    // shell starts the program.
+    // GLib searches for the program before it replaces "%%" by "%", so it does not find a path with a percent sign. It does find a
+    // shell, and the shell starts the program.
     if (program.contains('%'))
         quoted = "/bin/sh -c \"exec \\\"\\$0\\\" \\\"\\$@\\\"\" \"";
     for (const char character : program) {

@@ -148,8 +148,8 @@ LoginItemService::Status LoginItemService::statusForAll() const
 
 Result<> LoginItemService::registerItem() const
 {
-    // Root has no desktop that would start the program. In another user's folder, that user could not change a file that
-    // root owns.
+    // Root has no desktop that would start the program, and a user could not change a file that root owns in the user's
+    // folder.
     if (::geteuid() == 0)
         return rootRefused();
     const QByteArray program = QFile::encodeName(m_program);

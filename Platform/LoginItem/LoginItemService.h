@@ -20,8 +20,8 @@ public:
         notFound,         ///< there is an entry, but this desktop does not start the program from it
     };
 
-    /// The values of `Failure::error` in this class. Any other value is a negative `errno`, because some `errno` have the same
-    /// number as one of these values.
+    /// The values of `Failure::error` in this class. Any other value is a negative `errno`, because some positive `errno` equal
+    /// one of these values.
     static constexpr int notTrusted
         = 3; ///< others may change the program or a folder above it, or the program cannot be run
     static constexpr int nothingThere = 6; ///< there is nothing to remove

@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-/// A program that shows the programs that a desktop starts at login. `desktop` is a name from "XDG_CURRENT_DESKTOP".
+/// A settings program for what a desktop starts at login. `desktop` is a name from "XDG_CURRENT_DESKTOP".
 struct SettingsProgram {
     const char* desktop;
     const char* program;

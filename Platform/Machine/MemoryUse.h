@@ -10,7 +10,7 @@ class MemoryUse {
 public:
     explicit MemoryUse(const QString& root = {});
 
-    /// Reads the values again. A value that cannot be read stays as it is.
+    /// Reads the values again. A value that cannot be read does not change.
     void sample();
 
     /// The share of memory that is not available to a new program, 0…1.

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// If somebody truncates the file of a mapped page, the next access ends the process by SIGBUS. A check before each access would
-// need a system call, and would hold only for a moment. So the signal is handled: the file gets its page again, and the program
-// repeats the instruction. A SIGBUS for another reason has its usual effect.
+// If another program truncates the file of a mapped page, the next access raises SIGBUS, which would end the process. A check
+// before each access would need a system call, and the file could be truncated right after the check. So a signal handler
+// allocates the page again, and the program repeats the instruction. A SIGBUS with another cause has its usual effect.
 
 #include "Platform/Store/GenerationCounter.h"
 
@@ -30,7 +30,7 @@ size_t pageSize()
     return size;
 }
 
-// Allocates the page before it is mapped: access to a page without memory (a short file, a full tmpfs) raises SIGBUS.
+// Allocates the file's page: access to a mapped page without memory (a short file, a full tmpfs) raises SIGBUS.
 bool allocatePage(int file)
 {
     return ::posix_fallocate(file, 0, off_t(pageSize())) == 0;
@@ -61,7 +61,7 @@ struct GenerationCounter::Repair {
         }();
     }
 
-    /// Replaces an entry `before` by `now`. False if there is no such entry.
+    /// Replaces one table entry that equals `before` by `now`. False if no entry equals `before`.
     static bool exchange(GenerationCounter* before, GenerationCounter* now)
     {
         return std::any_of(counters.begin(), counters.end(), [=](auto& counter) {
@@ -81,7 +81,7 @@ struct GenerationCounter::Repair {
                 return;
             }
         }
-        // A fault is raised again by its instruction.
+        // A fault is raised again when its instruction is repeated. A signal that was sent must be raised here.
         ::sigaction(signal, &previous, nullptr);
         if (!isFault)
             ::raise(signal);
@@ -108,7 +108,8 @@ bool GenerationCounter::restorePage() const
     return true;
 }
 
-/// A new page is 0, which a reader may have seen before. No counter can have had the time since boot in ns.
+/// A new page holds 0, which a reader may have seen before. So the counter starts at the time since boot in ns, a value that no
+/// earlier counter can have reached.
 void GenerationCounter::initialize() const
 {
     struct timespec now { };

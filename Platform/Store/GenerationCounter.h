@@ -9,12 +9,12 @@
 
 namespace kestrum {
 
-/// A number that all processes of a user share under a name, in a memory-mapped page of the runtime directory. A writer of
-/// shared data adds one after each change. A reader that sees the same number as before knows, without a system call, that
-/// nothing changed. If the page's file is truncated, the page is made again with a number that it never had.
+/// A named number that all processes of a user share, in a memory-mapped file of the runtime directory. A writer of shared data
+/// adds one after each change. If a reader sees the same number as before, nothing has changed; this check needs no system
+/// call. If the file is truncated, the counter starts again with a number that it never had.
 class GenerationCounter {
 public:
-    /// Null if there is no runtime directory or the page cannot be mapped.
+    /// Null if there is no runtime directory, `name` makes no file name, the page cannot be mapped, or 64 counters are open.
     static std::unique_ptr<GenerationCounter> open(const QString& name);
     ~GenerationCounter();
     GenerationCounter(const GenerationCounter&) = delete;
@@ -23,7 +23,7 @@ public:
     quint64 value() const { return __atomic_load_n(&m_page->value, __ATOMIC_ACQUIRE); }
     void advance() { __atomic_add_fetch(&m_page->value, 1, __ATOMIC_ACQ_REL); }
 
-    /// False after the page was lost and could not be made again. Then the number says nothing of other processes.
+    /// False after the page was lost and the file could not be extended again. Then the number shows no changes by others.
     bool isShared() const { return __atomic_load_n(&m_page->isOwn, __ATOMIC_ACQUIRE) == 0; }
 
 private:
@@ -41,7 +41,7 @@ private:
 
     void initialize() const;
     bool holds(const void* address) const;
-    /// Gives the page memory again, private memory if the file has none. False if both fail.
+    /// Gives the page new memory: from the file or, if that fails, private memory. False if both attempts fail.
     bool restorePage() const;
 
     Page* m_page;

@@ -6,8 +6,8 @@
 #include <algorithm>
 #include <initializer_list>
 
-// Locale names are "language[_REGION][.encoding][@modifier]", such as "sr_RS.UTF-8@latin". They come from the environment and
-// may be anything; invalid ones are skipped.
+// Locale names are "language[_REGION][.encoding][@modifier]", such as "sr_RS.UTF-8@latin". The names come from the environment
+// and may be invalid. Invalid names are skipped.
 
 namespace kestrum {
 namespace {
@@ -18,7 +18,7 @@ struct LocaleName {
     QByteArray region;
 };
 
-// Far more than anybody reads. Limits the cost of a hostile variable.
+// More languages than any user lists. The limit bounds the work for a hostile variable.
 constexpr int maximumLanguages = 32;
 
 bool consistsOf(const QByteArray& text, bool (*accepts)(char))
@@ -79,7 +79,7 @@ LocaleName parsed(const QByteArray& name)
     if (!isLanguage(parts.constFirst()))
         return {};
     result.language = parts.takeFirst().toLower();
-    // The C library's names have no script, but people write "zh_Hans_CN".
+    // Locale names of the C library contain no script, but users write "zh_Hans_CN".
     if (!parts.isEmpty() && isScript(parts.constFirst())) {
         const QByteArray script = parts.takeFirst().toLower();
         result.script = script.left(1).toUpper() + script.mid(1);
@@ -89,14 +89,14 @@ LocaleName parsed(const QByteArray& name)
     return result;
 }
 
-// "C.UTF-8" is "C" with an encoding, and newer C libraries treat the two alike.
+// "C.UTF-8" is "C" with an encoding, and newer C libraries treat both names alike.
 bool namesNoLanguage(const QByteArray& name)
 {
     const QByteArray base = upTo(name, '.');
     return base.isEmpty() || base == "C" || base == "POSIX";
 }
 
-// The value of the first of `variables` that is not empty.
+// The value of the first variable that is not empty; empty if all are empty.
 QByteArray firstSet(std::initializer_list<const char*> variables)
 {
     for (const char* variable : variables) {
@@ -139,13 +139,13 @@ QStringList codesOf(const QByteArray& list)
 QStringList GlobalDomain::languages()
 {
     const QByteArray messages = firstSet({ "LC_ALL", "LC_MESSAGES", "LANG" });
-    // Scripts and build machines set the plain locale to get untranslated texts. A LANGUAGE left over from the desktop must not
-    // override that.
+    // Scripts and build machines set the "C" locale to get untranslated texts. A LANGUAGE variable that the desktop has set
+    // must not override this choice.
     if (namesNoLanguage(messages))
         return {};
 
     const QByteArray list = qgetenv("LANGUAGE") + ':' + messages;
-    // Asked for with every display text, and nearly always the same.
+    // This function is called for every displayed text, and the list rarely changes. So the last result is cached.
     struct Reading {
         QByteArray list;
         QStringList codes;

@@ -59,7 +59,7 @@ void LayeredSettings::rebuild()
     for (const QJsonObject* layer : { &m_stored, &m_administered, &m_registered }) {
         for (auto member = layer->begin(); member != layer->end(); ++member) {
             const QJsonValue value = member.value();
-            // Leaves the entry of a higher layer as it is.
+            // Inserts nothing if a higher layer has the key.
             table.try_emplace(member.key().toStdString(),
                 SettingsSnapshot::Entry {
                     value, value.type(), value.toBool(), value.toDouble(), value.toString() });

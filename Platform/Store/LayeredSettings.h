@@ -8,19 +8,19 @@
 
 namespace kestrum {
 
-/// Three layers of values, each hiding the ones below: stored, the administrator's, registered. A look-up takes some
-/// nanoseconds. A change of a layer rebuilds the table of effective values.
+/// Three layers of values, from top to bottom: stored, administrator's, registered. A value hides the same key's values in
+/// lower layers. A look-up takes some nanoseconds. A change of a layer rebuilds the table of effective values.
 class LayeredSettings {
 public:
-    /// The effective values now. The reference is valid until a layer changes, a copy for good.
+    /// The current effective values. The reference is valid until a layer changes; a copy is valid for ever.
     const SettingsSnapshot& snapshot() const { return m_inEffect; }
 
     const QJsonObject& stored() const { return m_stored; }
     /// All keys of all layers, each with its effective value. Builds a new object.
     QJsonObject inEffect() const;
 
-    /// The first two replace a layer; the last one adds to a layer. `setStored` gives the keys whose effective value changed, in
-    /// no order.
+    /// `setStored` and `setAdministered` replace a layer; `addRegistered` adds to a layer. `setStored` returns the keys whose
+    /// effective value changed, in no particular order.
     QStringList setStored(const QJsonObject& values);
     void setAdministered(const QJsonObject& values);
     void addRegistered(const QJsonObject& values);

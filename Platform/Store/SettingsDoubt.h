@@ -7,17 +7,17 @@
 
 namespace kestrum {
 
-/// Decides whether a reader that holds values of a settings file accepts a new state of the file. Programs that save in several
-/// steps leave the file absent, blank or half written for a moment. Meanwhile the old values count:
-/// the defaults would include another language.
+/// Decides whether a reader that holds values of a settings file accepts a new state of the file. If a program saves in several
+/// steps, the file is absent, blank or half written for a moment. Until it is whole, the old values stay in effect: with the
+/// defaults, even the language could change.
 class SettingsDoubt {
 public:
     bool isOpen() const { return m_isOpen; }
 
-    /// Whether `content` must not be accepted yet. Ask again later: it is accepted if it stays.
+    /// True if `content` must not be accepted yet. Then call this function again later: a state that lasts is accepted.
     bool concerns(const Result<SettingsFile::Content>& content);
 
-    /// `content` was accepted.
+    /// To be called after `content` was accepted.
     void settle(const SettingsFile::Content& content);
 
 private:

@@ -1,13 +1,13 @@
 // SPDX-License-Identifier: MIT
-// The steps of a save. No step loses settings, wherever it is interrupted:
-//   1. Follow the symbolic links: people keep their settings files elsewhere and link them.
-//   2. Lock beside the file itself, so that all links to it lead to one lock. Then check whether the links still lead there.
+// The steps of a save. An interruption of any step loses no settings:
+//   1. Follow the symbolic links: some users store their settings files elsewhere and link to them.
+//   2. Take the lock beside the link's target, so that all links to one file use one lock. Then check the links again.
 //   3. Read the file. If another program is saving it, wait a moment. An unreadable file is never replaced.
 //   4. Merge the changes.
-//   5. Copy a damaged file.
+//   5. If the file is damaged, copy it.
 //   6. Replace the file, unless the merge changed nothing (see AtomicFile).
 //   7. Flush the directory.
-// The lock ends with its descriptor, on every return.
+// Every return closes the lock's descriptor and so releases the lock.
 
 #include "Platform/Store/SettingsFile.h"
 
@@ -45,9 +45,9 @@ SettingsFile::Identity identityOf(const struct stat& state)
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
 
-// A second write within the same tick leaves the time stamp as it is. Ticks are 10 ms at most.
+// A second write within one tick of the kernel's clock does not change the time stamp. A tick is 10 ms at most.
 constexpr std::chrono::nanoseconds twoTicks = 20ms;
-// Network file systems may report any file as open, so this counts only for some time after a write.
+// Network file systems may report any file as open, so an open file counts only for this time after a write.
 constexpr std::chrono::nanoseconds longestWriting = 10s;
 constexpr Clock::duration longestWaitForWriter = 1s;
 constexpr Clock::duration pauseBetweenReadings = 5ms;
@@ -78,7 +78,8 @@ QByteArray lockOf(const QByteArray& path)
     return path + ".lock";
 }
 
-/// A directory on the way to `path` that belongs to another user. Files of root's in it could not be read by that user.
+/// The home that contains `path`, or the nearest existing directory above `path`, if it belongs to another user. That user
+/// could not read the files that root creates there. Nothing if we own the directories.
 std::optional<QByteArray> foreignDirectory(const QByteArray& path)
 {
     struct stat state;
@@ -174,7 +175,7 @@ Result<SettingsFile::Reading> SettingsFile::readAt(int directory, const QByteArr
     for (int attempt = 0; attempt < attempts; ++attempt) {
         Reading reading;
         Content& content = reading.content;
-        // Non-blocking: it may be a pipe.
+        // Non-blocking, because the file may be a pipe.
         FileDescriptor file(
             ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
         if (!file.isValid() && errno == ENOENT)
@@ -227,9 +228,9 @@ Result<SettingsFile::Content> SettingsFile::readFirst() const
     return reading ? Result(reading->content) : reading.failure();
 }
 
-/// Reads until no program seems to be saving the file, or until the wait has taken long enough. A file that is absent is waited
-/// for if it `wasSaved` before and its directory has just changed. A blank or damaged file is waited for while it is open, and
-/// unless it `mayBeHalf` also while it is new.
+/// Repeats reading until no program seems to be saving the file, for at most 1 s. Waits for an absent file if `wasSaved` is
+/// true and the directory has just changed. Waits for a blank or damaged file while a program has it open for writing. Unless
+/// `mayBeHalf` is true, also waits while a blank or damaged file is new.
 Result<SettingsFile::Reading> SettingsFile::readSettled(
     int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const
 {
@@ -283,7 +284,8 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     if (!directory)
         return directory.failure().about(m_path);
 
-    // Other programs take no lock. A program that still has the file open would go on writing to the replaced file.
+    // Other programs take no lock. If we replaced a file that another program has open, that program would continue to write to
+    // the old file.
     const auto before = readSettled(directory->get(), target.name, !lock->isNew(), false);
     if (!before)
         return before.failure();
@@ -311,7 +313,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         saved = Content { values, identityOf(*state), {} };
         saved.changed = true;
     }
-    // Also without a change: the last save of this very content may have failed in this step.
+    // Also needed without a change: an earlier save of the same content may have failed in this step.
     if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced) {
         Saved failed = synced.failure().about(m_path);
         failed.changed = saved.changed;

@@ -12,10 +12,10 @@
 
 namespace kestrum {
 
-/// One settings file on disk: read whole, and saved so that after any interruption the old or the new file is there. Any thread.
+/// One settings file on disk. After an interrupted save, either the old or the new file is there, complete. Any thread.
 class SettingsFile {
 public:
-    /// Log category, also for callers that report our failures.
+    /// Log category of this class, and of callers that log its failures.
     static constexpr char logArea[] = "store";
 
     /// Identifies one state of the file. Compared for equality only, never ordered by time.
@@ -28,8 +28,8 @@ public:
         bool operator==(const Identity&) const = default;
     };
 
-    /// The kind of a failure, as far as people can do something about it. The window shows the kind, which is
-    /// translated; the log and a tool tip show the file and the system's own words.
+    /// The kind of a failure, by what the user can do about it. The window shows a translated text for the kind. The log and a
+    /// tool tip show the file and the system's error message.
     enum class Trouble {
         none,
         diskFull,
@@ -39,7 +39,7 @@ public:
     };
     static Trouble troubleOf(const Failure& failure);
 
-    /// A file must be absent, blank or damaged for this long before that counts: editors save in several steps.
+    /// An absent, blank or damaged file is accepted only after this time: editors save in several steps.
     static constexpr std::chrono::milliseconds believedAfter { 200 };
 
     /// Whether a program may be in the middle of saving the file.
@@ -52,9 +52,9 @@ public:
     struct Content {
         QJsonObject values;
         Identity identity;
-        /// What is wrong with the file's text; `values` is then what could be salvaged.
+        /// What is wrong with the file's text; empty if nothing is. `values` of a damaged text are what could be salvaged.
         QString damage;
-        /// The file was written just before it was read: another write may leave `identity` unchanged.
+        /// The file changed less than 20 ms before it was read: another write may leave `identity` unchanged.
         bool isFresh = false;
         Doubt doubt = Doubt::none;
         bool isSound() const { return identity.size >= 0 && damage.isEmpty() && doubt == Doubt::none; }
@@ -67,11 +67,11 @@ public:
         QJsonObject appliedTo(const QJsonObject& before) const;
     };
 
-    /// The file after the save, or why it failed.
+    /// The file's content after the save, or the failure.
     struct Saved : Result<Content> {
         using Result::Result;
-        /// The file was replaced. False if it held all changes already. True with a failure if the new file is in place but may
-        /// not survive a power cut.
+        /// Whether the file was replaced; false if it contained all changes already. True together with a failure means that
+        /// the new file is in place but may not survive a power cut.
         bool changed = false;
     };
 
@@ -83,26 +83,26 @@ public:
     explicit SettingsFile(const QString& path, Owner owner = Owner::ourselves);
 
     QString path() const { return m_path; }
-    /// `path` with its symbolic links followed; for a dangling link, where it points.
+    /// `path` with its symbolic links resolved. For a dangling link, the path that the link names.
     QString targetPath() const;
-    /// Every symbolic link on the way, those of directories included, and the file itself. A change of any of them can change
-    /// what is read.
+    /// Every symbolic link on the path, including links to directories, and the file itself. A change of any entry can change
+    /// which file is read.
     QStringList linkChain() const;
 
-    /// The present state, by one `stat`; an absent file has size -1.
+    /// The current state, from one `stat` call; an absent file has size -1.
     Identity identity() const;
-    /// Reads the file without waiting. An absent file is empty. Damage is logged. Fails if the file cannot be read.
+    /// Reads the file without waiting. An absent file gives no values. Damage is logged. Fails if the file cannot be read.
     Result<Content> read() const;
-    /// As `read`, for the first time: waits a moment if a program has the file open for saving, or has just removed it. Does not
-    /// wait because the file is blank or damaged.
+    /// Like `read`, for the first reading. Waits a moment if the file was just removed, or if it is blank or damaged and a
+    /// program has it open for writing. Does not wait only because the file is blank or damaged.
     Result<Content> readFirst() const;
 
-    /// Merges `changes` into the file on disk and saves durably, under a lock that all writers share. Waits for the lock as long
-    /// as other writers make progress (see `SettingsLock`). A damaged file is copied before it is replaced; an unreadable one is
-    /// left alone. Root saves nothing in the home or directory of another user.
+    /// Merges `changes` into the file on disk and syncs it to disk, under a lock that all our processes share. Waits for the
+    /// lock as long as other writers make progress (see `SettingsLock`). A damaged file is copied before it is replaced. An
+    /// unreadable file is not replaced. Root saves nothing in another user's home or directory.
     Saved save(const Changes& changes) const;
 
-    /// Removes temporary files that a killed writer left more than an hour ago.
+    /// Removes temporary files of killed writers that are more than an hour old.
     void sweepLeftovers() const;
 
 private:

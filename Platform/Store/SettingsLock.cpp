@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Why the kernel waits and we do not poll: a poller finds the lock free only by chance. Where a flush takes milliseconds, ten
-// pollers starve one another. The kernel keeps a queue and wakes the next writer at once.
+// Why we wait in the kernel and do not poll: a polling process finds the lock free only by chance. If a flush takes
+// milliseconds, ten polling processes starve each other. The kernel has a queue and wakes the next writer at once.
 //
-// The kernel's wait has no limit. So if the lock is not free at once, a thread waits for it. After the limit we leave the
-// thread alone; it releases the lock as soon as it gets it. Other kinds of locks do not help: locks of processes end with any
-// `close` of the file, and a limit by a signal needs a handler for the whole process.
+// The kernel's wait has no time limit. So if the lock is not free at once, a second thread waits for it. After our time limit
+// we abandon this thread; it releases the lock as soon as it gets the lock. Other methods are worse: a lock that belongs to the
+// process ends with any `close` of the file, and a time limit by a signal needs a signal handler for the whole process.
 
 #include "Platform/Store/SettingsLock.h"
 
@@ -30,8 +30,8 @@ using Clock = std::chrono::steady_clock;
 constexpr Clock::duration longestStandstill = 2s;
 constexpr Clock::duration longestWait = 10s;
 
-/// 0 if `path` still names the open file, ESTALE if not, else an `errno`. The directory may have been deleted and made again
-/// while we waited. Then nobody else can see the file that we have locked.
+/// 0 if `path` still names the open file, ESTALE if it does not, another `errno` if the check fails. While we waited, the
+/// directory may have been deleted and created again. Then other processes cannot find the file that we have locked.
 int checkName(const QByteArray& path, int descriptor)
 {
     struct stat held;
@@ -45,7 +45,7 @@ int checkName(const QByteArray& path, int descriptor)
 
 FileDescriptor openLock(const QByteArray& path, bool* isNew)
 {
-    // Non-blocking, because somebody may have put a pipe there.
+    // Non-blocking, because the path may name a pipe.
     constexpr int flags = O_RDWR | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY;
     FileDescriptor file(::open(path.constData(), flags));
     *isNew = !file.isValid() && errno == ENOENT;
@@ -62,7 +62,7 @@ int lock(int file, int operation)
     return 0;
 }
 
-/// Every save adds a file to the directory, which changes the directory's time.
+/// The directory's modification time. Every save adds a file to the directory and so changes this time.
 struct timespec lastChange(const QByteArray& directory)
 {
     struct stat state;
@@ -77,7 +77,7 @@ bool areEqual(const timespec& one, const timespec& other)
 /// 0 or an `errno`. On 0 `file` holds the lock; otherwise `file` is invalid.
 int lockByThread(FileDescriptor& file, const QByteArray& directory, Clock::time_point deadline)
 {
-    // Shared: the last of the two threads closes it.
+    // Both threads share the descriptor. It is closed when the last thread releases it.
     const auto shared = std::make_shared<FileDescriptor>(std::move(file));
     std::packaged_task<int()> task([shared] { return lock(shared->get(), LOCK_EX); });
     std::future<int> outcome = task.get_future();

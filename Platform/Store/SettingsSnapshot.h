@@ -11,11 +11,11 @@
 
 namespace kestrum {
 
-/// All values that are in effect in a domain at one moment. It never changes, so no save can
-/// come between two reads of it. Cheap to copy; any thread.
+/// All effective values of a domain at one moment. A snapshot never changes, so several reads of it are consistent. Cheap to
+/// copy; any thread.
 class SettingsSnapshot {
 public:
-    /// A value taken apart beforehand, so that a typed read has nothing to do.
+    /// A value that is converted in advance, so that typed reads need no conversion.
     struct Entry {
         QJsonValue value;
         QJsonValue::Type type;
@@ -44,7 +44,7 @@ public:
         return entry ? entry->value : QJsonValue(QJsonValue::Undefined);
     }
 
-    /// The value when it is a text / a truth value / a number, else nothing.
+    /// The value if it is a text, a truth value or a number; else nothing.
     std::optional<QString> string(std::string_view key) const
     {
         return read(key, QJsonValue::String, &Entry::text);

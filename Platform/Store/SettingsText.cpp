@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Qt's parser reads a sound text as a whole. In a damaged text, MemberScanner finds the begin and end of each top-level member,
-// and Qt's parser reads each one by itself. So the scanner needs to know only strings and brackets; the parser refuses its
-// mistakes. It never goes back, so its time is linear.
+// Qt's parser reads a sound text as a whole. In a damaged text, MemberScanner finds the start and end of each top-level member,
+// and Qt's parser reads each member separately. So the scanner only needs to recognise strings and brackets: the parser refuses
+// a member that is not sound. The scanner never goes back, so its time is linear.
 
 #include "Platform/Store/SettingsText.h"
 
@@ -63,7 +63,8 @@ public:
                     break;
                 skipLine();
             } else if (isOpening(current())) {
-                // Not a member of the domain, and neither are the members in it.
+                // An object or list without a key is not a member of the domain. Its own members are not either. So all of it
+                // is skipped.
                 if (!skipGroup())
                     break;
             } else if (isBlank(current()) || current() == ',' || isClosing(current())) {
@@ -75,7 +76,7 @@ public:
         return {};
     }
 
-    /// Key and value of the last member.
+    /// Key and value of the member that `next` returned last.
     QByteArray keyText() const { return m_text.mid(m_keyStart, m_keyEnd - m_keyStart); }
     QByteArray valueText() const { return m_text.mid(m_valueStart, m_position - m_valueStart); }
 
@@ -116,7 +117,8 @@ private:
         return skipWord();
     }
 
-    /// JSON strings contain no line end. So a string without a closing quote ends there, and the next line may be sound.
+    /// Skips a string; false if it has no closing quote. Such a string ends at the line end, because JSON strings contain no
+    /// line end. The next line may be sound.
     bool skipString()
     {
         for (++m_position; !isAtEnd() && current() != '\n'; ++m_position) {
@@ -131,7 +133,7 @@ private:
         return false;
     }
 
-    /// An object or list that is never closed may reach to the end of the text. So nothing after it is taken for a member.
+    /// Skips an object or list; false if it is never closed. Then it may reach to the end of the text, so `next` stops there.
     bool skipGroup()
     {
         int depth = 0;
@@ -151,7 +153,7 @@ private:
         return false;
     }
 
-    /// A number, or true, false or null. At the end of the text it may be incomplete.
+    /// Skips a number, true, false or null. False at the end of the text, where the word may be incomplete.
     bool skipWord()
     {
         while (!isAtEnd() && !isBlank(current()) && current() != ',' && !isClosing(current()))
@@ -191,7 +193,7 @@ int depthOf(const QByteArray& text)
     return deepest;
 }
 
-/// Fails if `text` is not one sound object.
+/// The object in `text`. Fails if `text` is not exactly one sound object.
 Result<QJsonObject> object(const QByteArray& text)
 {
     if (depthOf(text) > SettingsText::maximumDepth)
@@ -206,7 +208,8 @@ Result<QJsonObject> object(const QByteArray& text)
     return document.object();
 }
 
-/// Joins the sound members into one text and parses that: inserting them one by one into a sorted object takes quadratic time.
+/// The sound members of a damaged text. They are joined into one text and parsed together: inserting members one by one into a
+/// sorted object takes quadratic time.
 QJsonObject salvaged(const QByteArray& text)
 {
     QByteArray sound("{");
@@ -232,7 +235,7 @@ QByteArray memberLine(const QString& key, const QJsonValue& value)
     return text.mid(opening.size(), text.size() - opening.size() - closing.size());
 }
 
-/// The lines of those members of `text` that have the same value in `values`. The last one of a repeated key counts.
+/// The lines of the members in `text` whose value is the same in `values`. The last value of a repeated key counts.
 QHash<QString, QByteArray> unchangedLines(const QByteArray& text, const QJsonObject& values)
 {
     QHash<QString, QByteArray> lines;

@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// The text of a settings domain: one JSON object with a key per line, sorted, so that people can edit it and keep it under
+/// The text of a settings domain: one JSON object with one key per line, sorted, so that users can edit it and keep it under
 /// version control.
 namespace SettingsText {
 
@@ -28,8 +28,8 @@ Parsed parsed(const QByteArray& text);
 /// Writes `values`, indented, with a final line end. Reading the result gives the same values if they are `isStorable`.
 QByteArray serialised(const QJsonObject& values);
 
-/// As `serialised`, but unchanged values keep their text from `before`: it may say more than we can hold, such as a number of
-/// twenty digits. A byte order mark stays, too.
+/// Like `serialised`, but unchanged values have the same text as in `before`. That text may be more precise than the parsed
+/// value, such as a number of twenty digits. A byte order mark is preserved, too.
 QByteArray rewritten(const QByteArray& before, const QJsonObject& values);
 
 /// Whether `value` can be stored in a domain: numbers are finite, and the nesting is not too deep.

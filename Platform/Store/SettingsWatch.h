@@ -14,11 +14,11 @@ namespace kestrum {
 /// Watches a settings file and every symbolic link that leads to it. Main thread only.
 class SettingsWatch {
 public:
-    /// Watches from the first `follow` on. `changed` must not call `follow` before it returns: that can destroy the watch that
-    /// is calling.
+    /// The first `follow` starts the watch. `changed` must not call `follow` directly, because `follow` can destroy the watch
+    /// that is calling `changed`.
     SettingsWatch(const SettingsFile& file, std::function<void()> changed);
 
-    /// Follows the links anew. To be called after each change, before the file is read.
+    /// Finds the symbolic links again and watches them. To be called after each change, before the file is read.
     void follow();
 
 private:

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
-// Reads are answered from a snapshot in memory. It is checked against the file after
-//   - a change of the counter that all processes share. A writer advances it after replacing the file, so an unchanged counter
-//     means that no save has ended since our last check. Without a counter every read asks the file system.
-//   - a change in a watched directory, from the first observer of `changed` on. Only the watch notices edits by hand, because
-//     editors advance no counter.
-// A changed file is read again. Only changed values emit `changed`, so our own save does not emit it twice. One mutex guards
-// everything but the watches, which belong to the main thread. It is not held during a save. If another thread saves meanwhile,
-// the next check finds that, because each save stores the counter from before it began.
+// Reads use a snapshot in memory. The snapshot is compared with the file after
+//   - a change of the counter that all processes share. A writer advances the counter after it replaced the file. So an
+//     unchanged counter means that no save has ended since our last check. Without a counter, every read checks the file.
+//   - a change in a watched directory. The watch starts with the first observer of `changed`. Only the watch notices changes by
+//     an editor, because editors do not advance the counter.
+// A changed file is read again. `changed` is emitted only for changed values, so our own save does not emit it twice. One mutex
+// guards everything except the watches, which only the main thread uses. The mutex is not locked while the file is saved. If
+// another process or thread saves at the same time, the counter has an unexpected value. Then the old value is recorded, so
+// that the next read checks the file.
 
 #include "Platform/Store/UserDefaults.h"
 
@@ -116,7 +117,7 @@ struct UserDefaults::Domain {
     std::set<QString> changedKeys; ///< since the last notice
     bool isLaterCheckScheduled = false;
 
-    // Of the main thread only.
+    // Only the main thread uses the following members.
     SettingsWatch watch;
     bool isCheckScheduled = false;
 };
@@ -134,7 +135,7 @@ void UserDefaults::Domain::check()
     seenGeneration = now;
 }
 
-/// An unreadable file leaves the values as they were.
+/// Takes the values from `content`. If the file could not be read, the values stay unchanged.
 void UserDefaults::Domain::adopt(const Result<SettingsFile::Content>& content)
 {
     if (!content) {
@@ -195,7 +196,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     }
 
     adopt(saved);
-    // If the counter has moved by our own save only, no other save was missed.
+    // If only our own save has advanced the counter, no other save was missed.
     const quint64 expected = before + (saved.changed ? 1 : 0);
     seenGeneration = generation() == expected ? expected : before;
     if (saveFailure) {
@@ -215,7 +216,8 @@ void UserDefaults::Domain::checkAndFollow()
     check();
 }
 
-/// One check for all events of a turn. Not within a watch's handler, because the check can destroy that watch.
+/// Schedules one check for all events of a turn. The check must not run inside a watch's handler, because it can destroy that
+/// watch.
 void UserDefaults::Domain::scheduleCheck()
 {
     if (!std::exchange(isCheckScheduled, true))
@@ -223,7 +225,7 @@ void UserDefaults::Domain::scheduleCheck()
             defaults, [this] { checkAndFollow(); }, Qt::QueuedConnection);
 }
 
-/// There is no event when a doubt has lasted long enough, so a timer is needed.
+/// No file event occurs when a doubtful state has lasted long enough, so a timer starts the check.
 void UserDefaults::Domain::scheduleLaterCheck()
 {
     if (!isObserved || isLaterCheckScheduled)
@@ -255,7 +257,7 @@ UserDefaults::~UserDefaults() = default;
 
 UserDefaults& UserDefaults::standard()
 {
-    // Never destroyed: it may be read while the process ends.
+    // Never destroyed: settings may be read while the process ends.
     static auto* const defaults = new UserDefaults(standardName());
     return *defaults;
 }

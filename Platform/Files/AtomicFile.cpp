@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Not QSaveFile: it ignores a failed flush and reports success on a full disk.
+// QSaveFile is not used, because it ignores a failed flush and reports success on a full disk.
 
 #include "Platform/Files/AtomicFile.h"
 
@@ -16,7 +16,7 @@ namespace kestrum {
 
 namespace {
 
-// The name does not contain the file's name, which may already have the greatest length.
+// A temporary name does not contain the file's name, which may already have the maximum length.
 constexpr char temporaryPrefix[] = ".kestrum-";
 constexpr char temporarySuffix[] = ".tmp";
 constexpr qsizetype temporaryDigits = 16;
@@ -54,7 +54,7 @@ bool writeAll(int file, QByteArrayView bytes)
     return true;
 }
 
-/// Copies mode and group of `existing`. If the group cannot be set, the new file's group gets no rights.
+/// Gives `file` the mode and group of `existing`. If the group cannot be set, the new file's group gets no rights.
 bool copyPermissions(int file, const struct stat& existing)
 {
     struct stat made;
@@ -69,8 +69,9 @@ bool copyPermissions(int file, const struct stat& existing)
     return mode == (made.st_mode & 0777) || ::fchmod(file, mode) == 0;
 }
 
-/// The kernel's time stamps are those of its last tick, some milliseconds old. Two saves in one tick would look the same if the
-/// second one reuses the inode. So each save gets the exact time. If that fails, the kernel's stamp stays.
+/// The kernel's time stamps give the time of its last tick, some milliseconds ago. Two saves in one tick would have equal
+/// stamps, and would look the same if the second one reuses the inode. So the exact time is set. If that fails, the file has
+/// the kernel's stamp.
 void setExactTime(int file)
 {
     struct timespec times[2];
@@ -125,7 +126,7 @@ bool hasContent(int directory, const QByteArray& name, QByteArrayView bytes)
 
 Result<> AtomicFile::syncDirectory(int directory)
 {
-    // Some file systems answer EINVAL. They need no more than the rename.
+    // Some file systems cannot sync a directory and return EINVAL. There, the rename is enough.
     if (::fsync(directory) != 0 && errno != EINVAL)
         return Failure::fromErrno("bring the directory to disk");
     return {};
@@ -145,8 +146,8 @@ Result<struct stat> AtomicFile::replace(
         ::unlinkat(directory, temporary.constData(), 0);
         return state;
     }
-    // The rename has changed the inode's ctime. If somebody has replaced the file since, the state from before the rename is
-    // given, which matches no file on disk.
+    // The rename has changed the inode's ctime, so the state is read again. If another program has replaced the file since, the
+    // state from before the rename is returned. It matches no file on disk.
     struct stat now;
     if (::fstatat(directory, name.constData(), &now, AT_SYMLINK_NOFOLLOW) == 0 && now.st_dev == state->st_dev
         && now.st_ino == state->st_ino && now.st_size == state->st_size
@@ -159,12 +160,12 @@ Result<bool> AtomicFile::replaceFile(const QByteArray& path, QByteArrayView byte
 {
     struct stat state;
     const bool exists = ::stat(path.constData(), &state) == 0;
-    // Only ENOENT says for certain that there is nothing to keep.
+    // Only ENOENT proves that there is no file to preserve.
     if (!exists && errno != ENOENT)
         return Failure::fromErrno("look at it");
     if (exists && !S_ISREG(state.st_mode))
         return false;
-    // A replacement would not need the permission to write to the file.
+    // A rename would also replace a file that we may not write to.
     if (exists && ::faccessat(AT_FDCWD, path.constData(), W_OK, AT_EACCESS) != 0)
         return Failure::fromErrno("write");
     const FilePath::Parts target = FilePath::split(FilePath::linkChain(path).constLast());
@@ -195,7 +196,7 @@ Result<QByteArray> AtomicFile::copyDamaged(int directory, const QByteArray& name
     if (errno != ENOENT)
         return Failure::fromErrno(step);
 
-    // The copy gets its name when it is whole: an interrupted copy would look like the file's former content.
+    // The copy gets its final name only when it is complete: a partial copy would look like the whole former content.
     const QByteArray temporary = temporaryName();
     FileDescriptor file = makeFile(directory, temporary);
     if (!file.isValid())
@@ -215,7 +216,7 @@ Result<QByteArray> AtomicFile::copyDamaged(int directory, const QByteArray& name
 
 void AtomicFile::sweepLeftovers(int directory)
 {
-    // The listing closes its descriptor.
+    // `closedir` closes this descriptor.
     const int listed = ::openat(directory, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (listed < 0)
         return;

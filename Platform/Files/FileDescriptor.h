@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// Owns a file descriptor; -1 is none. Its destructor leaves `errno` as it is.
+/// Owns a file descriptor; -1 means none. The destructor preserves `errno`.
 class FileDescriptor {
 public:
     FileDescriptor() = default;
@@ -38,7 +38,7 @@ public:
     bool close()
     {
         const int descriptor = std::exchange(m_descriptor, -1);
-        // An interrupted close has closed the descriptor.
+        // The descriptor is closed even if `close` was interrupted.
         return descriptor < 0 || ::close(descriptor) == 0 || errno == EINTR;
     }
 

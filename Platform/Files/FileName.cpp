@@ -7,7 +7,7 @@ namespace {
 
 constexpr qsizetype maximumLength = 255;
 
-// Enough for the longest suffix of a companion file, ".damaged-999". Temporary files have other names.
+// Enough for the longest suffix of a companion file, ".damaged-999". The names of temporary files do not contain this name.
 constexpr qsizetype companionLength = 16;
 
 bool isPlain(char character)

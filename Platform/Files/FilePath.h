@@ -11,7 +11,7 @@
 
 namespace kestrum {
 
-/// Where a user's file is, and the symbolic links and directories on the way to it. Paths are in the kernel's encoding.
+/// Configuration directories, and operations on paths and files. A path in a `QByteArray` has the kernel's encoding.
 namespace FilePath {
 
 struct Parts {
@@ -28,21 +28,22 @@ QStringList systemConfigDirectories();
 /// The directory and the name of `path`.
 Parts split(const QByteArray& path);
 
-/// Every symbolic link on the way to `path`, those of directories included, in the order in which the kernel follows them and
-/// up to its limit. The last entry is the file itself. No entry has a link in its directory. Parts that do not exist are taken
-/// as they are written.
+/// Every symbolic link on the way to `path`, including links to directories, in the order in which the kernel follows them. 40
+/// links at most, the kernel's limit. The last entry is the file itself. The directory part of each entry contains no link.
+/// Components that do not exist are copied unchanged.
 QByteArrayList linkChain(const QByteArray& path);
 
 Result<FileDescriptor> openDirectory(const QByteArray& path);
 
-/// Makes `path` and its missing parents with mode 0700, and flushes each new entry to disk. An existing entry is a success,
-/// even if it is not a directory: opening it will tell.
+/// Creates `path` and its missing parents with mode 0700, and flushes each new entry to disk. Succeeds if `path` exists, even
+/// if it is not a directory: opening the directory will then fail.
 Result<> makeDirectory(const QByteArray& path);
 
 /// Renames an entry of `directory` in one step. Fails with EEXIST if `to` exists.
 Result<> renameToNew(int directory, const QByteArray& from, const QByteArray& to);
 
-/// Whether any process has `file` open for writing. `file` must be open for reading only. False if the file system cannot tell.
+/// Whether any process has `file` open for writing. `file` must be open for reading only. Also false if the file system does
+/// not support the check.
 bool isOpenForWriting(int file);
 
 /// Reads `file` to its end. Fails with EFBIG if it holds more than `most` bytes.

@@ -17,11 +17,11 @@ namespace kestrum {
 namespace {
 
 constexpr char accessListAttribute[] = "system.posix_acl_access";
-// Far more entries than anybody needs. A longer list cannot be read and therefore is not trusted.
+// Room for far more entries than usual. A longer list cannot be read and is therefore not trusted.
 constexpr qsizetype mostBytes
     = sizeof(posix_acl_xattr_header) + 1024 * qsizetype(sizeof(posix_acl_xattr_entry));
 
-/// The file's access list; empty if it has none or the file system does not support any.
+/// The file's access list; empty if the file has no list or the file system does not support lists.
 Result<QByteArray> accessList(const QByteArray& path)
 {
     QByteArray list(mostBytes, Qt::Uninitialized);
@@ -37,13 +37,14 @@ QString mode(const struct stat& state)
     return QStringLiteral("(mode %1)").arg(state.st_mode & 07777, 4, 8, QLatin1Char('0'));
 }
 
-/// Many systems give each user a group with the user's number.
+/// Whether `group` is the own group of the file's owner: many systems give each user a group with the user's number.
 bool isOwnGroup(gid_t group, const struct stat& state)
 {
     return group == state.st_uid;
 }
 
-/// Whom the access list lets write, apart from the owner and everybody; empty if nobody.
+/// The reason, with the user or group, if the access list allows another user or another user's group to write; else empty. The
+/// rights of the owner and of everybody are checked elsewhere.
 QString writerOf(const QByteArray& list, const struct stat& state)
 {
     // With an access list, the group bits of the mode are the list's mask.
@@ -66,7 +67,7 @@ QString writerOf(const QByteArray& list, const struct stat& state)
     return {};
 }
 
-/// Why others than us and root can change the place; empty if they cannot.
+/// The reason why users other than us and root can change the file or directory `place`; empty if they cannot.
 QString wayIn(const QByteArray& place)
 {
     struct stat state;
@@ -74,7 +75,7 @@ QString wayIn(const QByteArray& place)
         return QStringLiteral("who may change it is not known: %1").arg(qt_error_string(errno));
     if (state.st_uid != 0 && state.st_uid != ::geteuid())
         return QStringLiteral("it belongs to user %1").arg(state.st_uid);
-    // In a sticky directory everybody may make entries but change only their own.
+    // In a sticky directory, every user may create entries but change only his own.
     if (S_ISDIR(state.st_mode) && (state.st_mode & S_ISVTX) != 0)
         return {};
     if ((state.st_mode & S_IWOTH) != 0)

@@ -7,12 +7,12 @@
 
 namespace kestrum {
 
-/// Who may change a file. A program that starts at every login must be the one that its user put there.
+/// Checks who can change a file. No other user must be able to replace a program that starts at every login.
 namespace FileTrust {
 
-/// How somebody other than us and root can change the file at `path`, or replace it by changing a directory above: one line that
-/// names the place, the user or group, and the reason. Nothing if nobody can. Unreadable permissions count as a way in. Links
-/// are followed; the directories that contain the links are not checked.
+/// Whether a user other than us and root can change the file at `path`, or replace it by changing a directory in `path`. If so,
+/// one line with the place and the reason; else nothing. Unreadable permissions count as such a risk. Links are followed, but
+/// the directories that contain a link's target are not checked unless they are in `path`.
 std::optional<QString> wayInForOthers(const QByteArray& path);
 
 } // namespace FileTrust

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Reads and delivers events; InotifyDispatcherWatches.cpp adds the watches. Events are first read for all subscriptions and then
-// delivered, so handlers may make and destroy watches.
+// Reads and delivers events; InotifyDispatcherWatches.cpp adds the watches. Events of all subscriptions are read first and
+// delivered afterwards, so handlers may create and destroy watches.
 
 #include "Platform/Files/InotifyDispatcher.h"
 
@@ -18,12 +18,12 @@ namespace {
 constexpr quint32 lostMask = IN_MOVE_SELF | IN_DELETE_SELF | IN_UNMOUNT | IN_IGNORED;
 
 constexpr std::chrono::seconds pollInterval { 2 };
-// A kernel queue of the usual length is read in about this many rounds. More means that somebody writes faster than we read.
+// About this many rounds read a full kernel queue of the usual length. More rounds mean that events arrive faster than we read.
 constexpr int mostRounds = 32;
-// A wake-up costs about this much in the kernel and the event loop, where we cannot measure it.
+// Estimated cost of a wake-up in the kernel and the event loop, where we cannot measure it.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
 constexpr std::chrono::milliseconds eventBurst { 10 };
-// Long enough for a peer that waits for us to send its one event, so that later silence means no flood.
+// A program that waits for our answer sends its one event within this time. If no event follows, there is no flood.
 constexpr std::chrono::milliseconds probeTime { 4 };
 
 } // namespace
@@ -100,8 +100,8 @@ QByteArrayList InotifyDispatcher::takePending(Subscription& subscription)
     return pending;
 }
 
-// Limited, because a flood of events must not take more than 5 % of a core. Measured on a busy machine with optimised code: 2
-// to 3 % with the limit, 8 to 9 % without.
+// The processor time is limited, because a flood of events must not take more than 5 % of a core. Measured on a busy machine
+// with optimised code: 2 to 3 % with the limit, 8 to 9 % without it.
 void InotifyDispatcher::handleEvents()
 {
     const auto before = RateLimiter::processorTime();
@@ -115,15 +115,16 @@ void InotifyDispatcher::handleEvents()
     QTimer::singleShot(probeTime, this, [this, pause] { probe(pause); });
 }
 
-// Two programs that answer each other without a pause look like a flood. But a peer that waits for us sends one event and then
-// nothing, while a flood continues although nobody reads. So events are read once, and then a flood has unread events again.
+// Distinguishes a flood from two programs that answer each other without a pause. A program that waits for our answer sends one
+// event and then nothing. A flood continues although we read nothing. So events are read once: if there are unread events some
+// time later, there is a flood.
 void InotifyDispatcher::probe(RateLimiter::Duration pause)
 {
     const auto before = RateLimiter::processorTime();
     readEvents();
     const auto cost = RateLimiter::processorTime() - before;
     QTimer::singleShot(probeTime, this, [this, pause, cost] {
-        // After a flood, one silence is not enough: the machine may have been too busy for the sender.
+        // After a flood, one probe without events is not enough: the machine may have been too busy to run the sender.
         const bool wasFlood = std::exchange(m_isFlood, hasUnread());
         if (!m_isFlood && !wasFlood) {
             m_limiter.refill();
@@ -191,7 +192,7 @@ void InotifyDispatcher::record(const inotify_event& event)
         } else if (!use.child.isEmpty()) {
             subscription.isLost |= name == use.child;
         } else if (name.isEmpty()) {
-            // The directory's own mode or times changed. Listing it (IN_OPEN) changes nothing.
+            // The directory's own mode or times changed, or the directory was listed (IN_OPEN), which changes nothing.
             subscription.isLost |= (event.mask & IN_OPEN) == 0;
         } else if (!subscription.knownNames.contains(name)) {
             const QByteArray copy(name.constData(), name.size());
@@ -219,7 +220,8 @@ void InotifyDispatcher::markAnything(Subscription& subscription)
     markReady(subscription);
 }
 
-// Notifies each subscription of the changes that were pending at the start. Changes by handlers are delivered in the next turn.
+// Notifies each subscription of the changes that were pending at the start. Changes that the handlers cause are delivered in
+// the next turn.
 void InotifyDispatcher::deliver()
 {
     const auto ready = std::exchange(m_ready, {});
@@ -240,7 +242,7 @@ void InotifyDispatcher::deliverLater()
     QMetaObject::invokeMethod(this, &InotifyDispatcher::deliver, Qt::QueuedConnection);
 }
 
-// Without kernel watches anything may have changed.
+// Tries again to add kernel watches, and notifies all polled subscriptions: anything may have changed.
 void InotifyDispatcher::poll()
 {
     bool anyPolled = false;

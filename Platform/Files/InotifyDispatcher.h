@@ -23,7 +23,7 @@ struct DirectoryWatch::Subscription {
     Interest interest;
     Handler handler;
 
-    std::vector<int> watches; ///< the kernel watches that serve it
+    std::vector<int> watches; ///< the kernel watches of this subscription
     bool isAlive = true;
     bool isPolled = false;
     bool isLost = false;     ///< the path changed, so the watches must be added again
@@ -48,7 +48,7 @@ public:
     void add(const std::shared_ptr<Subscription>& subscription);
     void remove(const std::shared_ptr<Subscription>& subscription);
 
-    /// Takes the changes that are not delivered yet.
+    /// Returns and removes the changes that are not delivered yet.
     QByteArrayList takePending(Subscription& subscription);
 
 private:

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 // How a path is watched.
 //
-// The kernel watches inodes, but a subscription is about a path. A watch of the file would end with the first save that replaces
-// the file. A watch of its directory alone would miss that the directory is replaced. So the ancestors are watched too. The
-// directory, or its nearest existing ancestor, and the parent of that are watched for changes of entries: the kernel does not
-// report the removal of a directory that a process has open. Ancestors further up are watched only for being moved. A change of
-// the path marks the subscription as lost. Then all watches are added again from the root down, and the handler is called for
-// "anything". A watch is always added before the check that relies on it, so no change is missed in between.
+// The kernel watches inodes, but a subscription watches a path. A watch of the file would end when a save replaces the file. A
+// watch of the file's directory alone would not notice that the directory is replaced. So the ancestors are watched too. The
+// directory (or its nearest existing ancestor) and the parent of that are watched for changes of entries. The parent is needed
+// because the kernel does not report the removal of a directory that a process has open. A watch of a higher ancestor reports
+// only that this ancestor was moved. A change of the path marks the subscription as lost. Then all watches are added again from
+// the root down, and the handler gets an empty name. A watch is always added before the check that relies on it, so no change
+// in between is missed.
 
 #include "Platform/Files/InotifyDispatcher.h"
 #include "Platform/Log/Log.h"
@@ -126,7 +127,7 @@ void InotifyDispatcher::replaceLinks(Subscription& subscription, const std::vect
         narrowMask(link);
 }
 
-// An ancestor that was the nearest existing one needs fewer events once its child exists.
+// Stops events that no subscription needs any more: an ancestor needs fewer events once its child exists.
 void InotifyDispatcher::narrowMask(const Link& link)
 {
     KernelWatch& watch = m_watches[link.watch];

@@ -7,14 +7,14 @@
 
 namespace kestrum {
 
-/// Limits the share of a core that handling events may take. The budget grows with time, up to a maximum for bursts. If it is
-/// overdrawn, the caller must pause. So a flood of events costs its sender more than us.
+/// Limits the share of a processor core that event handling may take. The budget of processor time grows steadily, up to a
+/// maximum for bursts. If the budget is overdrawn, the caller must pause. So a flood of events costs its sender more than us.
 class RateLimiter {
 public:
     using Duration = std::chrono::nanoseconds;
     using Instant = std::chrono::steady_clock::time_point;
 
-    /// The processor time of this thread so far. A cost is the difference of two.
+    /// The processor time that this thread has used so far. The difference of two such times is a cost.
     static Duration processorTime()
     {
         timespec time {};
@@ -38,7 +38,7 @@ public:
         if (m_budget >= Duration::zero())
             return Duration::zero();
         const Duration pause = std::clamp(-m_budget * restPerWork, shortestPause, longestPause);
-        // A debt beyond one long pause is forgiven: one expensive handler must not delay later signals.
+        // The debt is limited to one long pause, so that one expensive handler does not delay later signals.
         m_budget = std::max(m_budget, -longestPause / restPerWork);
         return pause;
     }

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char ownName[] = "kestrum";
 
-// Opens `name` below `parent`. The opened directory itself is checked, so that nobody can replace it between check and use.
+// Opens `name` below `parent`. Checks the opened directory, not its path, so that no one can replace it between check and use.
 Result<FileDescriptor> openPrivate(int parent, const QByteArray& name)
 {
     FileDescriptor directory(

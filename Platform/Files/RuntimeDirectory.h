@@ -9,8 +9,9 @@
 
 namespace kestrum {
 
-/// The private directory "$XDG_RUNTIME_DIR/kestrum", where processes of one user meet. $XDG_RUNTIME_DIR must be an absolute path
-/// to a directory that belongs to us and that nobody else may enter. There is no fall-back to a shared directory.
+/// The private directory "$XDG_RUNTIME_DIR/kestrum", where processes of one user find each other. $XDG_RUNTIME_DIR must be an
+/// absolute path to a directory that belongs to us and that no other user may enter. There is no fall-back to a shared
+/// directory.
 class RuntimeDirectory {
 public:
     /// The process's runtime directory, opened on first use.
@@ -22,12 +23,12 @@ public:
     /// Opens "kestrum" below `root` and creates it if needed, with mode 0700. The failure's text is safe for one log line.
     static Result<RuntimeDirectory> open(const QString& root);
 
-    /// For calls relative to the directory; owned by this object.
+    /// The directory's descriptor, for calls such as `openat`. Owned by this object.
     int descriptor() const { return m_directory.get(); }
     QString path() const;
 
-    /// The directory above, for names that begin with "kestrum/": these stay right when "kestrum" is moved, or removed and made
-    /// again. Owned by this object.
+    /// The descriptor of $XDG_RUNTIME_DIR, for names that begin with "kestrum/". Such names stay valid when "kestrum" is moved,
+    /// or removed and created again. Owned by this object.
     int rootDescriptor() const { return m_root.get(); }
     QString rootPath() const { return m_rootPath; }
 

@@ -29,9 +29,9 @@ public:
 private:
     struct Page {
         quint64 value;
-        quint64 isOwn; ///< stays 0 in the file
+        quint64 isOwn; ///< 1 in private memory; 0 in the file
     };
-    struct Repair; // known to the implementation only
+    struct Repair; // defined in the .cpp file
 
     GenerationCounter(Page* page, FileDescriptor file)
         : m_page(page)

@@ -89,7 +89,7 @@ std::optional<QByteArray> foreignDirectory(const QByteArray& path)
     QByteArray directory = FilePath::split(path).directory;
     while (::stat(directory.constData(), &state) != 0) {
         if (directory == "/")
-            return std::nullopt; // the next step fails and says why
+            return std::nullopt; // the next step fails with the reason
         directory = FilePath::split(directory).directory;
     }
     return state.st_uid != ::geteuid() ? std::optional(directory) : std::nullopt;

@@ -33,7 +33,7 @@ public:
     enum class Trouble {
         none,
         diskFull,
-        notAllowed, ///< to read or write the file or its folder
+        notAllowed, ///< no permission for the file or its folder
         busy,       ///< another program is using the file
         other,
     };
@@ -46,7 +46,7 @@ public:
     enum class Doubt {
         none,
         passing, ///< blank or damaged, and written less than `believedAfter` ago
-        open,    ///< blank or damaged, and a program that wrote to it some seconds ago has it open
+        open,    ///< blank or damaged, written less than 10 s ago, and open for writing
     };
 
     struct Content {
@@ -76,7 +76,7 @@ public:
     };
 
     enum class Owner {
-        ourselves, ///< a file of somebody else is refused
+        ourselves, ///< a file of another user is refused
         anybody,
     };
 

@@ -108,7 +108,7 @@ struct UserDefaults::Domain {
     SettingsFile::Identity identity; ///< of the file that `values` came from
     bool isIdentityCertain = false;
     SettingsDoubt doubt;
-    quint64 seenGeneration = 0; ///< the counter before the last check
+    quint64 seenGeneration = 0; ///< the counter's value before the last check
     std::optional<Failure> readFailure;
     std::optional<Failure> saveFailure;
     bool isUnsynced = false; ///< the last save replaced the file but failed to flush the directory

@@ -30,8 +30,8 @@ std::optional<PropertyList> readIfThere(const QString& path)
     return std::nullopt;
 }
 
-// The kernel gives the executable's path. So a link such as "bin/kestrum" leads into the bundle, and no application object is
-// needed. A bundle inside a bundle is found by its own executable.
+// The kernel gives the executable's real path. So a link such as "bin/kestrum" leads into the bundle, and no application object
+// is needed. A bundle inside a bundle is found by its own executable.
 Bundle bundleOfExecutable()
 {
     QDir folder = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).dir();
@@ -106,7 +106,7 @@ QStringList Bundle::localizations() const
     auto& localizations = m_content->localizations;
     if (!localizations) {
         static constexpr QLatin1StringView suffix(".lproj");
-        // Without a name filter, which would load regular expressions at every start.
+        // No name filter is used, because it would load Qt's regular expressions at every start.
         QStringList names;
         for (const QString& name : QDir(resourcePath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
             if (name.endsWith(suffix))
@@ -123,7 +123,7 @@ QString Bundle::localizedString(const QString& key, const QString& localization)
     auto table = m_content->tables.constFind(localization);
     if (table == m_content->tables.constEnd()) {
         QHash<QString, QString> texts;
-        // Checked against the list, because a name with a slash could lead out of the bundle.
+        // The name must be in the list: a name with a slash could lead out of the bundle.
         if (localizations().contains(localization)) {
             const auto list = readIfThere(
                 QStringLiteral("%1/%2.lproj/Localizable.strings").arg(resourcePath(), localization));

@@ -11,15 +11,15 @@
 
 namespace kestrum {
 
-/// A directory with a fixed layout, "Name.app/Contents/{Info.plist,MacOS,Resources}", that holds a program and its resources. A
-/// value; copies share what was read. The names of the layout are fixed: agents of other copies and versions are found by their
-/// path, and "kestrumctl open" starts any bundle by them.
+/// A directory with a fixed layout, "Name.app/Contents/{Info.plist,MacOS,Resources}", that holds a program and its resources.
+/// Copies of a `Bundle` share what was read. The names in the layout must not change: agents of other copies and versions are
+/// found by their path, and "kestrumctl open" finds the program of any bundle by these names.
 class Bundle {
 public:
-    /// The bundle of the running executable. For a program outside of any bundle it is empty: the executable's directory as
-    /// path, no information, no resources.
+    /// The bundle of the running executable. For a program outside of any bundle, the bundle is empty: its path is the
+    /// executable's directory, and it has no information and no resources.
     static const Bundle& main();
-    /// Replaces `main`, for programs outside of a bundle that act on one.
+    /// Replaces `main`. For programs that are outside of a bundle but work on one.
     static void setMain(const Bundle& bundle);
 
     /// The bundle at `path` (its ".app" directory). Check with `exists`.
@@ -29,13 +29,13 @@ public:
     QString path() const;
     QString resourcePath() const; ///< ".../Contents/Resources"
 
-    /// A text of the information dictionary; nothing if it is missing or not a text.
+    /// The text of `key` in "Info.plist"; nothing if the key is missing or its value is not a text.
     std::optional<QString> infoText(const QString& key) const;
     /// "CFBundleIdentifier"; empty if there is none.
     QString identifier() const;
     /// "CFBundleDevelopmentRegion"; nothing if the bundle names none.
     std::optional<QString> developmentLocalization() const;
-    /// Names of the "*.lproj" directories, in alphabetical order, with "Base".
+    /// Names of the "*.lproj" directories without ".lproj", in alphabetical order, including "Base".
     QStringList localizations() const;
 
     /// The text of `key` in "<localization>.lproj/Localizable.strings"; `key` itself if the directory, the table or the key is

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-// Reads the decoded text in one pass, with one function per form. Only containers recurse, up to a limit. After the first error
-// every function returns at once, because half a list is useless.
+// Parses the decoded text in one pass, with one function per syntax element. Only containers recurse, up to a limit. After the
+// first error, every function returns at once, because an incomplete list is useless.
 class PropertyListParser {
 public:
     explicit PropertyListParser(const QString& text)
@@ -117,8 +117,8 @@ private:
 
     QString text() { return here() == u'"' ? quotedText() : word(); }
 
-    // A slash is part of a word, so paths need no quotes. So a comment directly after a word is an error; otherwise it would
-    // silently cut an address in two.
+    // A slash is part of a word, so paths need no quotes. So no comment can start directly after a word: the "//" in an address
+    // would otherwise silently cut the address in two.
     QString word()
     {
         const qsizetype start = m_position;
@@ -227,7 +227,7 @@ private:
         return here() == u'/' && m_position + 1 < m_text.size() && m_text.at(m_position + 1) == QChar(second);
     }
 
-    // Whether the container ends here, or nothing more can be read. Skips the closing character.
+    // Whether the container ends here; also true after an error. Skips blanks and the closing character.
     bool takeEnd(char16_t closing)
     {
         skipBlanks();
@@ -277,7 +277,7 @@ private:
 
     bool failed() const { return !m_error.isEmpty(); }
     bool atEnd() const { return m_position >= m_text.size(); }
-    // At the end, zero, which no form accepts.
+    // The current character; zero at the end, which is never a valid character.
     char16_t here() const { return atEnd() ? u'\0' : m_text.at(m_position).unicode(); }
 
     static bool isWordCharacter(char16_t c)
@@ -301,7 +301,7 @@ private:
 
 namespace {
 
-// The first line that is not UTF-8.
+// The number of the first line that is not UTF-8.
 qsizetype badLine(const QByteArray& content)
 {
     qsizetype number = 0;
@@ -333,7 +333,7 @@ Result<PropertyList> PropertyList::parsed(const QByteArray& content)
 
 Result<PropertyList> PropertyList::fromFile(const QString& path)
 {
-    // Anything else, such as a pipe, could block for ever.
+    // Opening anything else, such as a pipe, could block for ever.
     if (!QFileInfo(path).isFile())
         return Failure::withReason(QStringLiteral("no such file"));
     QFile file(path);

@@ -18,13 +18,13 @@ class PropertyList {
 public:
     static constexpr qsizetype maximumBytes = 1024 * 1024;
     static constexpr int maximumDepth = 32;
-    /// No text for people is longer, and the toolkit's time to break a text into lines is quadratic.
+    /// No displayed text is longer, and the toolkit needs quadratic time to break a text into lines.
     static constexpr qsizetype maximumTextLength = 1024;
 
     enum class Type { text, list, dictionary };
 
-    /// Reads a file's whole content (UTF-8). Fails, with the line, if it is malformed, too large, nested too deep or has too
-    /// long a text.
+    /// Reads a file's whole content (UTF-8). Fails if the content is too large, or, with the line number, if it is malformed,
+    /// nested too deep or has too long a text.
     static Result<PropertyList> parsed(const QByteArray& content);
     static Result<PropertyList> fromFile(const QString& path);
 

@@ -7,17 +7,17 @@
 
 namespace kestrum {
 
-/// A name that one process of a user's session holds at a time: an abstract socket address. It is in no directory that could be
-/// cleared or that machines share, and the kernel releases it when the process ends. A process that wants a held name connects to
-/// the holder ("knocks").
+/// A name that only one process of a user's session can hold at a time: an abstract socket address. The name is in no
+/// directory, so it cannot be deleted, and machines do not share it. The kernel releases the name when the process ends. A
+/// process that wants a held name connects to the holder ("knocks").
 ///
-/// Any user of the machine can take such a name. So it excludes only processes of the same user: `take` reports all others, and
-/// holders that cannot be identified, as `noneOfOurs`.
+/// Any user of the machine can take such a name. So a held name excludes only processes of the same user. `take` reports
+/// holders of other users, and unidentified holders, as `noneOfOurs`.
 class InstanceName {
 public:
     enum class Holder { thisProcess, anotherOfOurs, noneOfOurs };
 
-    /// Takes the name if it is free. Holds it until `release` or the end of this object.
+    /// Takes the name if it is free. The name is held until `release` or the destruction of this object.
     Holder take(const QByteArray& name);
     void release() { m_socket = FileDescriptor(); }
 
@@ -26,7 +26,7 @@ public:
     /// Accepts and closes the waiting connections. True if any is from a process of our user.
     [[nodiscard]] bool answerKnocks() const;
 
-    /// The socket's address for the name.
+    /// The abstract socket address for `name`.
     static QByteArray addressOf(const QByteArray& name);
 
 private:

@@ -8,16 +8,16 @@
 
 namespace kestrum {
 
-/// Polls for a program that is about to start: some times right after its file was opened, and once half a second later. Main
-/// thread only.
+/// Polls for a program that is about to start: several times right after its file was opened, and once half a second later.
+/// Main thread only.
 class LaunchPoller {
 public:
     /// `poll` is called from the event loop.
     explicit LaunchPoller(std::function<void()> poll);
     Q_DISABLE_COPY_MOVE(LaunchPoller)
 
-    /// Restarts the series of polls: the file was opened. However often this happens, polling takes no more of a core than
-    /// `RateLimiter` allows, and the last opening is followed by the whole series.
+    /// Restarts the series of polls. To be called when the program's file was opened. Even with many calls, polling takes no
+    /// more of a core than `RateLimiter` allows, and the whole series follows the last call.
     void restart();
 
 private:

@@ -11,19 +11,19 @@
 
 namespace kestrum {
 
-/// Notifies when processes end, at once by the kernel. If the kernel cannot, or has no descriptor left, processes are polled
-/// every 2 s, with one log line. Main thread only.
+/// Notifies when processes end. The kernel reports each end at once. If the kernel cannot, or no descriptor is left, the
+/// processes are polled every 2 s, which is logged once. Main thread only.
 class ProcessEnds : public QObject {
     Q_OBJECT
 public:
     enum class Kind {
-        child,   ///< ours; waited for, so that no zombie stays
-        foreign, ///< not ours, or somebody else waits for it
+        child,   ///< our child; we wait for it, so that no zombie remains
+        foreign, ///< not our child, or other code waits for it
     };
 
     ProcessEnds();
 
-    /// `ended` is emitted once from the event loop when `pid` ends, also if it has ended already.
+    /// Emits `ended` once, from the event loop, when `pid` ends or if it has ended already.
     void follow(qint32 pid, Kind kind);
 
 Q_SIGNALS:

@@ -20,10 +20,10 @@ namespace kestrum {
 namespace {
 
 constexpr size_t listingSize = size_t(32) * 1024;
-constexpr size_t pathSize = 4096; // the kernel's maximum, with its mark
+constexpr size_t pathSize = 4096; // the kernel's maximum, including " (deleted)"
 constexpr char programLink[] = "/exe";
 
-// Zero for entries that are not processes, such as "self" and "meminfo".
+// The process id that `name` stands for; zero for other entries, such as "self" and "meminfo".
 qint32 pidOf(const char* name)
 {
     qint64 number = 0;
@@ -32,7 +32,7 @@ qint32 pidOf(const char* name)
     return *name == '\0' && number <= std::numeric_limits<qint32>::max() ? qint32(number) : 0;
 }
 
-// Whether `path` names the running program's file. Compared by inode, because a replaced file may have other names.
+// Whether `path` names the running program's file. Compares inodes, because a replaced file may have other names.
 bool isNameOf(const char* path, int table, const char* link)
 {
     struct stat named;
@@ -41,8 +41,8 @@ bool isNameOf(const char* path, int table, const char* link)
         && named.st_dev == running.st_dev && named.st_ino == running.st_ino;
 }
 
-// The kernel marks the path of a removed or replaced file. But a program's own name may also end like the mark. `path` must be
-// zero-terminated.
+// `path` without the mark that the kernel adds to the path of a removed or replaced file. The real name of a program may also
+// end like the mark. `path` must be zero-terminated.
 QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
 {
     static constexpr QByteArrayView mark = " (deleted)";
@@ -51,7 +51,7 @@ QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
     return path;
 }
 
-// The first 4096 bytes of a file of the table, which is more than a process's "stat" has.
+// The first 4096 bytes of a file of the table; a process's "stat" is shorter. Empty if the file cannot be read.
 QByteArray content(const QByteArray& path)
 {
     QByteArray text(4096, Qt::Uninitialized);
@@ -68,8 +68,8 @@ double seconds(clockid_t clock)
     return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
-// The kernel's "btime" has whole seconds. The difference of the clocks is exact, and constant while nobody sets them. We may be
-// interrupted between the two readings, so the quickest of three counts.
+// The kernel's "btime" has whole seconds. The difference of the two clocks is exact, and constant unless the time is set. We
+// may be interrupted between the readings, so the quickest of three attempts counts.
 double runningKernelsBootTime()
 {
     double best = 0;
@@ -92,7 +92,7 @@ std::optional<double> bootTime(const QByteArray& root)
     struct statfs system { };
     if (::statfs(root.constData(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC)
         return runningKernelsBootTime();
-    // The line comes after those of the processors, of which there may be many.
+    // The "btime" line comes after the lines of the processors, which can be many.
     QFile file(QFile::decodeName(root + "/stat"));
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;
@@ -142,7 +142,7 @@ void ProcessTable::forEach(const std::function<void(qint32 pid, QByteArrayView p
 
 std::optional<double> ProcessTable::startTime(qint32 pid) const
 {
-    // The second field is the process's name in parentheses. It may contain parentheses itself, so the last one ends it.
+    // The second field is the process's name in parentheses. The name may contain parentheses, so the last ")" ends it.
     static constexpr qsizetype fieldsBefore = 2;
     static constexpr qsizetype startField = 22;
     const QByteArray text = content(m_root + '/' + QByteArray::number(pid) + "/stat");

@@ -77,7 +77,7 @@ private:
     int m_error = 0;
 };
 
-// A null-terminated list for system calls. The texts stay with their owner.
+// A null-terminated list for system calls. The pointers are valid as long as `texts` is unchanged.
 std::vector<char*> pointers(QByteArrayList& texts)
 {
     std::vector<char*> result;
@@ -90,9 +90,9 @@ std::vector<char*> pointers(QByteArrayList& texts)
 // Runs between fork and exec: only async-signal-safe calls.
 void resetProcess()
 {
-    // Marked, not closed: QProcess needs one of them to report a failed exec.
+    // Descriptors are marked for closing on exec, not closed now: QProcess needs one of them to report a failed exec.
     if (::close_range(firstOwnDescriptor, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
-        // A kernel before 5.11. A limit in the millions would take too long.
+        // The kernel is older than 5.11. The loop is limited, because millions of descriptors would take too long.
         const long end = std::min(::sysconf(_SC_OPEN_MAX), mostDescriptors);
         for (int descriptor = firstOwnDescriptor; descriptor < end; ++descriptor)
             ::fcntl(descriptor, F_SETFD, FD_CLOEXEC);

@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: MIT
-// The first process holds a kernel lock on "<name>.lock" and owns "<name>.socket" beside it, where it receives requests of
-// further starts. Both are in the private runtime directory and are opened by its checked descriptor, so nobody else can
-// replace them. A socket that a killed process left is removed by the next holder of the lock, and by nobody else.
+// The first process holds a kernel lock on "<name>.lock", and receives requests of later starts at "<name>.socket". Both files
+// are in the private runtime directory and are opened through its checked descriptor, so no other user can replace them. If a
+// killed process left a socket, only the next holder of the lock removes it.
 //
-// A process that is exiting still holds the lock but reads no requests. So a requester waits until the kernel says that its
-// request was taken out of the socket, and then checks whether socket and lock are still there: the socket's name is removed
-// before the socket and its unread requests. If they are gone, the request was lost, and the requester takes over the lock.
+// A process that is exiting still holds the lock but reads no requests. So a requester waits until the kernel reports that the
+// request is no longer in the socket. Then it checks whether the socket's name and the lock still exist: an exiting process
+// removes the name before it closes the socket with its unread requests. If name or lock is gone, the request was lost, and the
+// requester takes over the lock.
 //
 // If the runtime directory is cleared, other processes cannot see the lock any more. So the first process also holds an
 // `InstanceName`, which is in no directory. A process that gets the lock but not the name is not the first. Its attempt to take
-// the name is a knock, by which the first process learns that it must make lock and socket again.
+// the name is a knock. The first process notices the knock and creates lock and socket again.
 //
-// The lock is one of open files, like flock's, but it can be queried without being taken. So `isTaken` never makes a program
-// that starts at the same moment believe that it is the second.
+// The lock belongs to the open file, like a lock of `flock`, but can be queried without taking it. So if a program starts while
+// another one calls `isTaken`, it does not find the lock taken by the query.
 
 #include "Platform/Processes/SingleInstance.h"
 
@@ -37,12 +38,13 @@ namespace {
 constexpr int patience = 1000; // ms
 constexpr int pause = 20;
 constexpr int readerPause = 1; // the first process usually reads at once
-// More than the kernel queues at one socket, so that a flood of requests is one request.
+// More requests than the kernel queues at one socket, so that all queued requests become one.
 constexpr int mostAtOnce = 1024;
-// Coming forward continues after the request: windows are painted, and the desktop answers.
+// A request causes work after its delivery: windows are painted, and the desktop answers. The processor time between two
+// requests within this time is charged, too.
 constexpr std::chrono::seconds aftermath { 1 };
 constexpr std::chrono::milliseconds requestBurst { 20 };
-// A wake-up costs about this much in the kernel and the event loop, where we cannot measure it.
+// Estimated cost of a wake-up in the kernel and the event loop, where we cannot measure it.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
 
 bool isOurs(int descriptor, mode_t kind)
@@ -118,7 +120,7 @@ FileDescriptor makeSocket(int flags = 0)
     return FileDescriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | flags, 0));
 }
 
-/// Limits how long sending waits for room. Without a limit it could wait for ever.
+/// Limits how long sending waits for space in the queue. Without a limit, it could wait for ever.
 void limitSending(int socket, const QDeadlineTimer& deadline)
 {
     const qint64 milliseconds = std::max<qint64>(deadline.remainingTime(), 1);
@@ -173,7 +175,7 @@ void SingleInstance::release()
 {
     m_notifier.reset();
     m_knocks.reset();
-    // While the lock is held: later, the name could belong to another process's socket.
+    // The name is removed while the lock is held: later, it could belong to another process's socket.
     if (m_socket.isValid())
         ::unlinkat(m_directory->descriptor(), (m_name + ".socket").constData(), 0);
     m_socket = FileDescriptor();
@@ -242,7 +244,7 @@ void SingleInstance::receive()
     bool isAsked = false;
     for (int i = 0; i < mostAtOnce; ++i) {
         std::array<char, maximumTokenLength> buffer;
-        // The length that was sent, which may exceed the buffer. The kernel drops descriptors that are sent along.
+        // `length` is the sent length, which may exceed the buffer. The kernel drops descriptors that come with a request.
         const ssize_t length = ::recv(m_socket.get(), buffer.data(), buffer.size(), MSG_TRUNC);
         if (length < 0)
             break;
@@ -265,7 +267,7 @@ void SingleInstance::pauseAfter(RateLimiter::Duration cost)
     const auto pause = m_limiter.charge(cost + wakeUpCost, std::chrono::steady_clock::now());
     if (pause == RateLimiter::Duration::zero())
         return;
-    // Meanwhile the kernel queues requests, and makes senders wait.
+    // During the pause, the kernel queues requests and makes senders wait.
     for (QSocketNotifier* notifier : { m_notifier.get(), m_knocks.get() }) {
         if (!notifier)
             continue;
@@ -303,7 +305,7 @@ bool SingleInstance::sendRequest(const QByteArray& activationToken, const QDeadl
     const sockaddr_un address = addressOf(pathOf(file.get()));
     const ssize_t sent = ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()),
         MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    // The socket is full of unread requests: the first process is busy, and will do what we ask for.
+    // The socket's queue is full of unread requests. The first process is busy, and will do the same for them.
     if (sent < 0 && errno == EAGAIN)
         return isNameOf(m_directory->descriptor(), fileName, file.get())
             && isLocked(m_directory->descriptor(), m_name);
@@ -311,7 +313,7 @@ bool SingleInstance::sendRequest(const QByteArray& activationToken, const QDeadl
         return false;
     while (hasUnread(socket.get())) {
         if (deadline.hasExpired())
-            return true; // it is busy but exists
+            return true; // the first process is busy but exists
         QThread::msleep(readerPause);
     }
     return isNameOf(m_directory->descriptor(), fileName, file.get())

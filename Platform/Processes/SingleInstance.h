@@ -15,20 +15,21 @@
 
 namespace kestrum {
 
-/// Makes a program the only one of its name that the user runs. Processes meet in the private runtime directory; without one,
-/// every process is the first. The lock survives when the directory is cleared. The kernel releases it when the process ends,
-/// however it ends. May be made before the application object, so that a second start needs no display.
+/// Allows a user to run only one process of a program: the first process holds a lock. Processes find each other in the private
+/// runtime directory; without it, every process is the first. The lock stays effective if the directory is cleared. The kernel
+/// releases the lock when the process ends, even by a crash. May be created before the application object, so that a second
+/// start needs no display.
 class SingleInstance : public QObject {
     Q_OBJECT
 public:
-    /// A longer token, or one that is not printable ASCII, is dropped; the request is still made.
+    /// In bytes. A longer token, or one that is not printable ASCII, is dropped; the request is still sent.
     static constexpr qsizetype maximumTokenLength = 1024;
 
     /// `name` is a plain file name, such as "Kestrum".
     explicit SingleInstance(const QByteArray& name, QObject* parent = nullptr);
     ~SingleInstance() override;
 
-    /// Whether any process holds the lock of that name; nothing if processes cannot meet.
+    /// Whether any process holds the lock of that name; nothing if there is no runtime directory.
     static std::optional<bool> isTaken(const QByteArray& name);
 
     /// Whether this process holds the lock.
@@ -39,12 +40,13 @@ public:
     /// ending. False if the request could not be delivered and the lock could not be taken.
     [[nodiscard]] bool raiseFirst(const QByteArray& activationToken);
 
-    /// Releases the lock, for a process that is ending. Processes whose requests are unread then take it over.
+    /// Releases the lock. To be called when this process is about to end. A process whose request is unread then takes the
+    /// lock.
     void release();
 
 Q_SIGNALS:
-    /// Another start of the program asks this one to come forward. Emitted once for several requests at once, and rarely enough
-    /// to cost only a small share of a core. The token may be empty.
+    /// Another process of the program asks this one to come forward. Emitted once for several requests at once, and rarely
+    /// enough to use only a small share of a core. The token may be empty.
     void raiseRequested(const QByteArray& activationToken);
 
 private:

@@ -5,13 +5,14 @@
 
 namespace kestrum {
 
-/// Turns SIGINT and SIGTERM into a Qt signal, so that a program can end by returning from its event loop. The signals have no
-/// other effect while it exists. One per process, made before any second thread; if that is impossible, call `block` first.
+/// Turns SIGINT and SIGTERM into a Qt signal, so that a program can end by returning from its event loop. While this object
+/// exists, the two signals have no other effect. Create one per process, before any second thread; if that is impossible, call
+/// `block` first.
 class StopRequest : public QObject {
     Q_OBJECT
 public:
-    /// Blocks the signals, in this thread and later ones, until there is a `StopRequest`. For programs whose application object
-    /// starts threads: it must exist before the `StopRequest`.
+    /// Blocks the signals, in this thread and in threads that it starts, until there is a `StopRequest`. For programs whose
+    /// application object starts threads: this object must exist before the `StopRequest`.
     static void block();
 
     StopRequest();

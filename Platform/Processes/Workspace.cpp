@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// How starts are noticed.
+// How the start of a program is noticed.
 //
-// The kernel notifies us when a program's file is opened, the first step of executing it. The process becomes the program a
-// little later. So the process table is polled then, and some more times soon after (`LaunchPoller`). A poll reads links of the
-// table and opens no program, so it causes no further poll. The directory is watched, not the file, so a replaced program is
-// still watched.
+// The kernel notifies us when the program's file is opened, which is the first step of executing it. The process table shows
+// the program a little later. So the table is polled at once, and several times soon after (`LaunchPoller`). A poll reads links
+// of the table and opens no program file, so it causes no further poll. The file's directory is watched, not the file, so a
+// replaced program is still watched.
 
 #include "Platform/Processes/Workspace.h"
 
@@ -38,7 +38,7 @@ QString programOf(const QString& bundlePath)
     return path + QStringLiteral("/Contents/MacOS/") + name;
 }
 
-// The processes of the program at `path`. The process table shows paths without links.
+// The processes of the program at `path`. The process table shows paths with all links resolved.
 QList<qint32> processesOf(const QString& path)
 {
     const QFileInfo program(path);
@@ -54,8 +54,8 @@ QList<qint32> processesOf(const QString& path)
     return pids;
 }
 
-// Our own variables and the configuration's. Without activation, the tokens that would let the program take the focus are left
-// out.
+// Our environment variables, and those of the configuration, which replace ours. Without activation, the tokens that would
+// allow the program to take the focus are removed.
 QByteArrayList environmentFor(const Workspace::OpenConfiguration& configuration)
 {
     QSet<QByteArray> replaced;
@@ -113,7 +113,7 @@ struct Workspace::Observations {
         ends.follow(pid, ProcessEnds::Kind::foreign);
     }
 
-    // Follows all processes of the program. Whether there are new ones.
+    // Follows all processes of the program. True if any of them is new.
     bool poll(const QString& program)
     {
         bool anyNew = false;
@@ -158,7 +158,7 @@ struct Workspace::Observations {
     Workspace& workspace;
     ProcessEnds ends;
     QSet<qint32> observed;
-    QSet<qint32> children; ///< also those that end before any poll has found them
+    QSet<qint32> children; ///< started by us, including those that end before a poll finds them
     std::vector<std::unique_ptr<Program>> programs;
 };
 

@@ -21,11 +21,11 @@ public:
         bool activates = true; ///< false: the program must not take the focus
         bool addsToRecentItems
             = true; ///< without effect: the desktop's list of recent items holds documents only
-        /// False: if the bundle's program is running, that process is the result and none is started.
+        /// False: if the bundle's program is running, that process is the result and no new one is started.
         bool createsNewApplicationInstance = false;
         /// Whether a copy of the program elsewhere may be the result. Without effect: no copies are searched for.
         bool allowsRunningApplicationSubstitution = true;
-        QMap<QString, QString> environment; ///< added to the session's
+        QMap<QString, QString> environment; ///< added to our own variables
     };
 
     /// The process, or the reason why there is none. Both are absent if neither is known.
@@ -34,14 +34,14 @@ public:
         QString error; ///< one line that names the bundle or program
     };
 
-    /// Starts the program "Contents/MacOS/<bundle's name>" of the bundle at `bundlePath`, detached as `ProgramStart` does it.
+    /// Starts the program "Contents/MacOS/<bundle's name>" of the bundle at `bundlePath`, detached (see `ProgramStart`).
     /// `completion` is called on the main thread from the event loop.
     void openApplication(const QString& bundlePath, const OpenConfiguration& configuration,
         std::function<void(const Opened&)> completion);
 
-    /// From now on `runningApplicationsChanged` is emitted when the program of the bundle at `bundlePath` starts, and when any
-    /// of its processes ends, or any of `pids`. The bundle may be absent at first, or be replaced. A second call only adds
-    /// `pids`.
+    /// After this call, `runningApplicationsChanged` is emitted when the program of the bundle at `bundlePath` starts, and when
+    /// one of its processes or one of `pids` ends. The bundle may be absent at first, or be replaced. A second call for the
+    /// same bundle only adds `pids`.
     void observe(const QString& bundlePath, const QList<qint32>& pids = {});
 
 Q_SIGNALS:

@@ -16,13 +16,13 @@ namespace kestrum {
 namespace {
 
 constexpr std::chrono::seconds patience { 5 };
-// A starting agent does not listen yet.
+// The request is repeated, because a starting agent does not listen yet.
 constexpr std::chrono::milliseconds askingInterval { 500 };
-// An agent that cannot run, for want of a display or a library, has exited by then.
+// An agent that cannot run, because a display or a library is missing, has exited after this time.
 constexpr std::chrono::milliseconds trialTime { 500 };
-// Loading may take longer on a busy machine. An agent that has not begun by then hangs, but runs.
+// Loading may take longer on a busy machine. An agent without its lock after this time hangs, but counts as running.
 constexpr std::chrono::milliseconds longestTrial { 5000 };
-// An agent that still runs then was not about to quit.
+// An agent that still runs after this time was not about to quit.
 constexpr std::chrono::milliseconds quittingTime = AppLinks::checkDelay * AppLinks::retries;
 
 void leave(ExitCode code)
@@ -38,8 +38,8 @@ QList<qint32> agentPids()
     return pids;
 }
 
-// Starts an agent and waits until it is known to run. Looks at the process table whenever the workspace notifies, and at
-// the end of each wait, for a change that it missed.
+// Starts an agent and waits until it certainly runs. Checks the process table whenever the workspace notifies, and at the end
+// of each wait, because a notification may be missing.
 class AgentStart {
 public:
     ExitCode run()
@@ -59,7 +59,7 @@ public:
     }
 
 private:
-    /// What we are waiting for the running agent to do. Nothing: none was found, or the outcome is known.
+    /// What we wait for: the end of the running agent, or that it stays. `nothing`: no agent was found, or the result is known.
     enum class Awaited { nothing, itsEnd, itsStay };
 
     void wait(Awaited awaited, std::chrono::milliseconds time)
@@ -90,8 +90,8 @@ private:
         }
     }
 
-    /// Whether an agent holds its lock, which it takes once it has everything that it needs. Where that is unknown, the
-    /// trial time decides.
+    /// Whether an agent holds its lock. An agent takes the lock when it has everything that it needs. True if the lock cannot
+    /// be checked: then the trial time decides.
     static bool hasBegun() { return SingleInstance::isTaken(AppLinks::agentInstanceName).value_or(true); }
 
     void open()
@@ -138,7 +138,7 @@ ExitCode stop()
             numbers.append(QString::number(pid));
         if (numbers.isEmpty())
             return leave(ExitCode::done);
-        // Most agents quit without it, since the choice is stored.
+        // Most agents also quit without the signal, because the choice is stored.
         const QString obstacle = SignalNames::obstacle();
         leave(Console::failed(QStringLiteral("the agent was asked to quit and still runs (pid %1)%2")
                                   .arg(numbers.join(QStringLiteral(", ")),
@@ -154,7 +154,7 @@ ExitCode runAgent(const CommandLine& line)
     if (!actions.contains(action))
         return Console::wrongUse(NearestNames::unknown("action", action, actions));
     const bool isStart = action == actions.first();
-    // As the window's switch does, so that the choice outlives this agent.
+    // Stores the choice as the window's switch does, so that it also applies to later agents.
     const UserDefaults& store = KeyCatalogue::openedStore();
     if (!Setting(Keys::agentEnabled).set(isStart))
         return Console::failed(store.lastError());

@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-// Local time with its offset from UTC, also where that is zero.
+// Local time with its offset from UTC, even if the offset is zero.
 QString timeText(const std::optional<double>& time)
 {
     if (!time)

@@ -17,10 +17,10 @@ struct Option {
     bool takesValue = false;
 };
 
-/// The words after a verb, separated into options and arguments. "--name value" and "--name=value" are the same; "--" ends
-/// the options. A dash before anything but a letter or a dash begins no option, so that negative numbers and "-" (a
-/// standard stream) are arguments: QCommandLineParser refuses "-1", and its errors name an option without its dashes. Every
-/// verb has "--help".
+/// The words after a verb, separated into options and arguments. "--name value" and "--name=value" are the same; "--" ends the
+/// options. An option begins with a dash and then a letter or another dash. So negative numbers and "-" (a standard stream) are
+/// arguments. QCommandLineParser is not used: it refuses "-1", and its errors name an option without its dashes. Every verb has
+/// "--help".
 class CommandLine {
 public:
     /// A failure names the word that is not understood.
@@ -28,7 +28,7 @@ public:
 
     const QStringList& arguments() const { return m_arguments; }
     bool has(const char* option) const { return m_options.contains(QLatin1StringView(option)); }
-    /// The option's value, the last one when it is given several times; nothing when it is not given.
+    /// The option's value, the last one if the option is given several times; nothing if it is not given.
     std::optional<QString> value(const char* option) const;
 
 private:

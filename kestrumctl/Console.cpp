@@ -10,7 +10,7 @@ namespace kestrum {
 
 namespace {
 
-// One line, even if a name or a path in it has a line end.
+// Prints one line, even if a name or a path in `line` contains a line end.
 void printError(const QString& line)
 {
     std::fprintf(stderr, "kestrumctl: %s\n", Log::escapedWhole(line).toUtf8().constData());

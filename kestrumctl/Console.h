@@ -9,17 +9,17 @@ namespace kestrum {
 /// The program's exit codes.
 enum class ExitCode { done = 0, failed = 1, wrongUse = 2 };
 
-/// The program's two streams: results go to standard output, messages for people to standard error.
+/// The program's output: results go to standard output, messages to the user go to standard error.
 namespace Console {
 
-/// Writes `text` to standard output and flushes it, so that the reader of a pipe need not wait. When it could not be
-/// written whole, prints the reason and gives `failed`.
+/// Writes `text` to standard output and flushes it, so that the reader of a pipe gets the text at once. If not all of `text`
+/// can be written, prints the reason and returns `failed`.
 ExitCode print(const QByteArray& text);
 
-/// Prints a line about the program's state, such as "listening".
+/// Prints a line about the program's state, such as "listening", to standard error.
 void note(const char* line);
 
-/// Print why something failed, or why the call was wrong; each gives the exit code to return.
+/// `failed` prints why an action failed, `wrongUse` why the command line is wrong. Each returns the exit code of its name.
 ExitCode failed(const QString& reason);
 ExitCode wrongUse(const QString& reason);
 

@@ -5,12 +5,13 @@
 
 namespace kestrum {
 
-/// "--cores N[,N…]", with which describe and render act as on another machine.
+/// The option "--cores N[,N…]". With it, describe and render work as on another machine.
 namespace CoresOption {
 
 inline constexpr Option option { "--cores", true };
 
-/// Makes the given core counts, fastest first, this machine's tiers. Fails when the option's value is no such list.
+/// Uses the given core counts, fastest first, as this machine's tiers. Does nothing if the option is not given. Fails if its
+/// value is not such a list.
 Result<> apply(const CommandLine& line);
 
 } // namespace CoresOption

@@ -14,8 +14,8 @@ namespace DataFile {
 /// The file's content. Fails if it cannot be read or has more than `maximumBytes`.
 Result<QByteArray> read(const QString& path, qint64 maximumBytes);
 
-/// Replaces the file's content. A regular file is replaced whole and keeps its mode, or stays as it was; a new one is for
-/// its user alone; anything else, such as a pipe, is written to.
+/// Replaces the file's content. A regular file is replaced in one step by a file of the same mode; an interruption leaves the
+/// old or the new one. A new file gets mode 0600. Anything else, such as a pipe, is opened and written to.
 Result<> write(const QString& path, const QByteArray& content);
 
 } // namespace DataFile

@@ -18,7 +18,7 @@ template <class T> QJsonValue valueOrNull(const std::optional<T>& value)
     return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
 }
 
-// Written member by member, since Qt's objects sort their members.
+// Objects are written member by member, because QJsonObject sorts its members.
 QByteArray member(const char* name, const QJsonValue& value)
 {
     return QByteArray("\"") + name + "\": " + JsonText::compact(value);

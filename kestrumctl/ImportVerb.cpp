@@ -36,7 +36,7 @@ ExitCode runImport(const CommandLine& line)
     const auto content = DataFile::read(path, SettingsText::maximumBytes);
     if (!content)
         return Console::failed(content.failureText());
-    // The store takes an empty file for a new one; here its content was lost.
+    // The store accepts an empty file as a new one. An empty file for import has lost its content.
     if (content->trimmed().isEmpty())
         return refused(QStringLiteral("it is empty"));
     const SettingsText::Parsed parsed = SettingsText::parsed(*content);

@@ -12,13 +12,13 @@ namespace kestrum {
 /// Any JSON value as text, scalars included.
 namespace JsonText {
 
-/// In one line, without spaces.
+/// `value` in one line, without spaces.
 QByteArray compact(const QJsonValue& value);
 
-/// As `compact`, cut to the length of a message.
+/// Like `compact`, but cut to 60 characters, for messages.
 QString shortened(const QJsonValue& value);
 
-/// The one value in `text`. Fails when it is no JSON or nested deeper than settings may be.
+/// The one JSON value in `text`. Fails if there is not exactly one, or if it is nested deeper than settings may be.
 Result<QJsonValue> parsed(const QString& text);
 
 } // namespace JsonText

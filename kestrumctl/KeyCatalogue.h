@@ -18,25 +18,25 @@ struct CatalogueKey {
     KeyType type;
 };
 
-/// The settings' keys for the program's users.
+/// The catalogue of all settings' keys, for commands that users give.
 namespace KeyCatalogue {
 
-/// Every catalogued key, those with a factory default first.
+/// All keys of the catalogue, first those with a factory default.
 const QList<CatalogueKey>& keys();
 
-/// "true or false", "a number", "a text".
+/// The type's name in messages: "true or false", "a number" or "a text".
 const char* description(KeyType type);
 
-/// Why `value` cannot be stored under `key`: the key is not in the catalogue, or has another type. Nothing when it can. An
-/// unknown text is accepted, since readers fall back to the default.
+/// The reason why `value` cannot be stored under `key`: the key is not in the catalogue, or takes another type. Nothing if it
+/// can be stored. An unknown text is accepted, because readers then use the default.
 std::optional<QString> refusal(const QString& key, const QJsonValue& value);
 
 bool contains(const QString& key);
 
-/// The error for a key that is neither in the catalogue nor in effect in `store`; nothing when it is either.
+/// The error message if `key` is not in the catalogue and has no effective value in `store`; else nothing.
 std::optional<QString> unknownKey(const QString& key, const UserDefaults& store);
 
-/// The shared settings with the factory defaults registered, so that they read as in the application.
+/// The shared settings. The factory defaults are registered, so that reads give the same values as in the application.
 UserDefaults& openedStore();
 
 } // namespace KeyCatalogue

@@ -14,7 +14,7 @@ namespace {
 constexpr qsizetype mostShown = 3;
 // More names cannot be read at a glance.
 constexpr qsizetype fewNames = 16;
-// A longer word is no misspelling, and comparing costs more with its length.
+// A longer word is not a misspelled name, and a comparison costs more with longer words.
 constexpr qsizetype longestCompared = 64;
 
 QString quoted(const QString& name)
@@ -39,8 +39,7 @@ int NearestNames::distance(const QString& word, const QString& other)
 {
     const QString a = word.toCaseFolded();
     const QString b = other.toCaseFolded();
-    // Three rows of the table of distances between all beginnings of both words; the oldest is needed for exchanged
-    // neighbours.
+    // Three rows of the table of distances between all prefixes of both words. The oldest row is needed for swapped neighbours.
     QList<int> beforeLast;
     QList<int> last;
     QList<int> row;
@@ -63,7 +62,7 @@ QStringList NearestNames::of(const QString& word, const QStringList& names)
 {
     if (word.isEmpty() || word.size() > longestCompared)
         return {};
-    // One change in three letters, and two in a short word.
+    // One change for every three letters, but at least two changes.
     const int mostChanges = std::max(2, int(word.size()) / 3);
     QList<std::pair<int, QString>> near;
     for (const QString& name : names) {

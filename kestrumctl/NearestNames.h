@@ -9,16 +9,16 @@ namespace kestrum {
 /// Suggestions for a name that does not exist.
 namespace NearestNames {
 
-/// The number of letters to insert, remove, replace or exchange with their neighbour to make one word of the other; upper
-/// and lower case are the same letter.
+/// The number of changes that turn one word into the other. A change inserts, removes or replaces a letter, or swaps two
+/// neighbours. Upper and lower case are the same letter.
 int distance(const QString& word, const QString& other);
 
-/// At most three of `names` that were probably meant by `word`, nearest first: those that are few changes away, then those
-/// that contain it.
+/// At most three of `names` that the user probably meant by `word`, nearest first: names that differ by few changes, then names
+/// that contain `word`.
 QStringList of(const QString& word, const QStringList& names);
 
-/// A sentence that there is no such name, with suggestions: the nearest names, or all of them where none is near and they
-/// are few. `kind` is the kind of name, such as "key".
+/// The message that there is no name `word`, with suggestions: the nearest names, or all names if none is near and there are
+/// few. `kind` is the kind of name, such as "key".
 QString unknown(const char* kind, const QString& word, const QStringList& names);
 
 } // namespace NearestNames

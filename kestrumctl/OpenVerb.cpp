@@ -16,14 +16,14 @@ ExitCode runOpen(const CommandLine& line)
 {
     Workspace::OpenConfiguration configuration;
     configuration.activates = !line.has("-g");
-    // To bring a program forward it is started also where it runs already: the second start brings the first forward.
+    // A program that already runs is started again: its second process brings the first one forward.
     configuration.createsNewApplicationInstance = configuration.activates;
     if (!configuration.activates)
         configuration.environment.insert(
             QLatin1StringView(WindowActivation::backgroundVariable), QStringLiteral("1"));
 
     ExitCode code = ExitCode::done;
-    // The program starts in another folder than ours.
+    // The program starts in another directory, so the path must be absolute.
     const QString bundle = QFileInfo(line.arguments().first()).absoluteFilePath();
     Workspace::shared().openApplication(bundle, configuration, [&code](const Workspace::Opened& opened) {
         if (!opened.pid)

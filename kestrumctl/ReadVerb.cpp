@@ -15,7 +15,7 @@ ExitCode runRead(const CommandLine& line)
     const UserDefaults& store = KeyCatalogue::openedStore();
     const bool onlyStored = line.has("--stored");
     const QJsonObject values = onlyStored ? store.storedDictionary() : store.dictionary();
-    // A file that cannot be read must not pass for an empty one; the values in effect hold without it.
+    // An unreadable file must not look like an empty one. The values in effect are valid even without the file.
     if (onlyStored && !store.lastError().isEmpty())
         return Console::failed(store.lastError());
     if (line.arguments().isEmpty())

@@ -37,7 +37,7 @@ struct Picture {
     ColourScheme scheme = ColourScheme::light;
 };
 
-// A size that differs from a whole number only by floating-point error is not rounded up.
+// The size in pixels, rounded up. A floating-point error above a whole number is ignored.
 int pixels(double points, double scale)
 {
     constexpr double noise = 1e-6;
@@ -74,7 +74,7 @@ QImage drawn(const Picture& picture)
     return image;
 }
 
-// Adds the item, or all of them, by name.
+// Adds the item `name`, or all shown items for "strip".
 Result<> addItems(
     Picture& picture, const QString& name, const std::shared_ptr<const MenuBarReadings>& readings)
 {
@@ -133,7 +133,7 @@ ExitCode runRender(const CommandLine& line)
     if (const auto read = readOptions(picture, line); !read)
         return Console::wrongUse(read.failureText());
     UserDefaults& store = KeyCatalogue::openedStore();
-    // The accents that the programs will store at their first start; nothing is stored here.
+    // The programs will store these accents at their first start. Nothing is stored here.
     store.registerDefaults(MeterSettings::missingAccents());
     const auto readings = std::make_shared<SampleReadings>();
     if (const auto added = addItems(picture, line.arguments().first(), readings); !added)

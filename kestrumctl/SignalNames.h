@@ -10,16 +10,16 @@
 
 namespace kestrum {
 
-/// Signals by the names that the program's users see, without the suite's.
+/// Signals by the names that users see, without the suite's name.
 namespace SignalNames {
 
-/// The signals in `words`, each once, in their order. A failure names the word that is no signal.
+/// The signals that `words` name, each once, in the same order. A failure gives the word that names no signal.
 Result<QList<SharedSettings::Signal>> parsed(const QStringList& words);
 
-/// The sentence about why signals cannot pass between processes at present; empty when they can.
+/// A sentence with the reason why signals cannot be sent between processes now; empty if they can.
 QString obstacle();
 
-/// The sentence about an `obstacle` of `NotificationCentre`; empty for none.
+/// A sentence about an `obstacle` that `NotificationCentre` returned; empty if `obstacle` is empty.
 QString sentence(const QString& obstacle);
 
 } // namespace SignalNames

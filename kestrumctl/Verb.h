@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// A command of the program. Each is in a file of its own, with its usage text beside its code.
+/// A command of the program. Each verb has its own file, with its usage text beside its code.
 struct Verb {
     const char* name;
     const char* parameters; ///< as the usage line shows them
@@ -19,7 +19,7 @@ struct Verb {
     qsizetype fewestArguments;
     qsizetype mostArguments;
     bool listsKeys; ///< the usage text ends with the catalogue of keys
-    bool draws;     ///< needs fonts, and so an application with a platform for drawing
+    bool draws;     ///< needs fonts, and therefore a QGuiApplication
     ExitCode (*run)(const CommandLine&);
     bool needsSuite = true; ///< works on settings or signals
 };

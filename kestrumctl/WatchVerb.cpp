@@ -12,8 +12,8 @@ namespace kestrum {
 
 namespace {
 
-// A line for each of `keys` whose value in `now` is not the one in `last`, which is brought up to date. An earlier notice may
-// have printed the value already.
+// A line for each of `keys` whose value in `now` differs from the one in `last`. Updates `last`. A value that is equal was
+// already printed after an earlier signal.
 QByteArray changes(const QStringList& keys, const QJsonObject& now, QJsonObject& last)
 {
     QByteArray lines;
@@ -21,8 +21,8 @@ QByteArray changes(const QStringList& keys, const QJsonObject& now, QJsonObject&
         const QJsonValue value = now.value(key);
         if (value == last.value(key))
             continue;
-        last.insert(key, value); // absent: removed
-        // A key can be any text, also one with a line end.
+        last.insert(key, value); // an absent value removes the key
+        // A key can be any text and may contain a line end.
         lines += Log::escapedWhole(key).toUtf8() + '\t'
             + (value.isUndefined() ? QByteArray("absent") : JsonText::compact(value)) + '\n';
     }
@@ -45,7 +45,7 @@ ExitCode runWatch(const CommandLine&)
         if (code != ExitCode::done)
             QCoreApplication::exit(static_cast<int>(code));
     });
-    // Read only now, so that no change is lost between the first look and the first notice.
+    // Read after the connection, so that no change between this read and the first signal is lost.
     last = store.dictionary();
     Console::note("watching");
     return static_cast<ExitCode>(QCoreApplication::exec());

@@ -21,7 +21,7 @@ QStringList verbNames()
     return names;
 }
 
-// Items are drawn into images: that needs no display, and none is opened unless the user asks for it.
+// Items are drawn into images, which needs no display. So none is opened unless QT_QPA_PLATFORM is set.
 std::unique_ptr<QCoreApplication> makeApplication(const Verb& verb, int& argc, char** argv)
 {
     if (!verb.draws)
@@ -52,10 +52,10 @@ ExitCode run(const Verb& verb, const QStringList& words, char** argv)
                 .arg(count < verb.fewestArguments ? QStringLiteral("few") : QStringLiteral("many"),
                     *verb.parameters ? QLatin1StringView(verb.parameters) : QLatin1StringView("none")));
     }
-    // In the place of another suite, no other program would read the settings or hear the signals.
+    // A replacement for a refused suite would be useless: no other program would read its settings or hear its signals.
     if (const QString refusal = verb.needsSuite ? SharedSettings::refusal() : QString(); !refusal.isEmpty())
         return Console::failed(refusal);
-    // Qt gets only the program's name: it would take words such as "-platform" from the verb.
+    // Qt gets only the program's name: otherwise Qt would use words such as "-platform", which belong to the verb.
     int argc = 1;
     const auto application = makeApplication(verb, argc, argv);
     return verb.run(*line);

@@ -41,8 +41,8 @@ bool isNameOf(const char* path, int table, const char* link)
         && named.st_dev == running.st_dev && named.st_ino == running.st_ino;
 }
 
-// `path` without the mark that the kernel adds to the path of a removed or replaced file. The real name of a program may also
-// end like the mark. `path` must be zero-terminated.
+// `path` without the mark that the kernel adds to the path of a removed or replaced file. A program whose real name ends like
+// the mark keeps its name. `path` must be zero-terminated.
 QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
 {
     static constexpr QByteArrayView mark = " (deleted)";

@@ -12,7 +12,7 @@ class StopRequest : public QObject {
     Q_OBJECT
 public:
     /// Blocks the signals, in this thread and in threads that it starts, until there is a `StopRequest`. For programs whose
-    /// application object starts threads: this object must exist before the `StopRequest`.
+    /// application object starts threads: the application object must exist before the `StopRequest`.
     static void block();
 
     StopRequest();

@@ -21,7 +21,7 @@ QStringList verbNames()
     return names;
 }
 
-// Items are drawn into images, which needs no display. So none is opened unless QT_QPA_PLATFORM is set.
+// Items are drawn into images, which needs no display. So no display is opened unless QT_QPA_PLATFORM is set.
 std::unique_ptr<QCoreApplication> makeApplication(const Verb& verb, int& argc, char** argv)
 {
     if (!verb.draws)
@@ -52,7 +52,7 @@ ExitCode run(const Verb& verb, const QStringList& words, char** argv)
                 .arg(count < verb.fewestArguments ? QStringLiteral("few") : QStringLiteral("many"),
                     *verb.parameters ? QLatin1StringView(verb.parameters) : QLatin1StringView("none")));
     }
-    // A replacement for a refused suite would be useless: no other program would read its settings or hear its signals.
+    // A refused suite would be replaced by another one, whose settings and signals no other program would notice.
     if (const QString refusal = verb.needsSuite ? SharedSettings::refusal() : QString(); !refusal.isEmpty())
         return Console::failed(refusal);
     // Qt gets only the program's name: otherwise Qt would use words such as "-platform", which belong to the verb.

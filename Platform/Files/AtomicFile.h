@@ -19,7 +19,7 @@ Result<struct stat> replace(
     int directory, const QByteArray& name, QByteArrayView bytes, const struct stat* existing);
 
 /// Replaces or creates the file at `path`, and syncs its directory. Symbolic links are followed. Fails if we may not write to
-/// an existing file. Does nothing and returns false if `path` names something else than a regular file, such as a pipe.
+/// an existing file. Does nothing and returns false if `path` names something other than a regular file, such as a pipe.
 Result<bool> replaceFile(const QByteArray& path, QByteArrayView bytes);
 
 /// Flushes the entries of `directory` to disk.

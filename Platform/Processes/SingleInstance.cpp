@@ -305,7 +305,7 @@ bool SingleInstance::sendRequest(const QByteArray& activationToken, const QDeadl
     const sockaddr_un address = addressOf(pathOf(file.get()));
     const ssize_t sent = ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()),
         MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    // The socket's queue is full of unread requests. The first process is busy, and will do the same for them.
+    // The socket's queue is full of unread requests. The first process is busy, and will come forward for these.
     if (sent < 0 && errno == EAGAIN)
         return isNameOf(m_directory->descriptor(), fileName, file.get())
             && isLocked(m_directory->descriptor(), m_name);

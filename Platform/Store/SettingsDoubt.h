@@ -8,8 +8,8 @@
 namespace kestrum {
 
 /// Decides whether a reader that holds values of a settings file accepts a new state of the file. If a program saves in several
-/// steps, the file is absent, blank or half written for a moment. Until it is whole, the old values stay in effect: with the
-/// defaults, even the language could change.
+/// steps, the file is absent, blank or half written for a moment. Until the file is whole, the old values stay in effect: with
+/// the defaults, even the language could change.
 class SettingsDoubt {
 public:
     bool isOpen() const { return m_isOpen; }

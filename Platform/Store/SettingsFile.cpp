@@ -47,7 +47,7 @@ using Clock = std::chrono::steady_clock;
 
 // A second write within one tick of the kernel's clock does not change the time stamp. A tick is 10 ms at most.
 constexpr std::chrono::nanoseconds twoTicks = 20ms;
-// Network file systems may report any file as open, so an open file counts only for this time after a write.
+// Network file systems may report any file as open, so a file counts as open only for this time after a write.
 constexpr std::chrono::nanoseconds longestWriting = 10s;
 constexpr Clock::duration longestWaitForWriter = 1s;
 constexpr Clock::duration pauseBetweenReadings = 5ms;

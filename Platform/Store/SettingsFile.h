@@ -97,8 +97,8 @@ public:
     /// program has it open for writing. Does not wait only because the file is blank or damaged.
     Result<Content> readFirst() const;
 
-    /// Merges `changes` into the file on disk and syncs it to disk, under a lock that all our processes share. Waits for the
-    /// lock as long as other writers make progress (see `SettingsLock`). A damaged file is copied before it is replaced. An
+    /// Merges `changes` into the file and syncs the file to disk, under a lock that all our processes share. Waits for the lock
+    /// as long as other writers make progress (see `SettingsLock`). A damaged file is copied before it is replaced. An
     /// unreadable file is not replaced. Root saves nothing in another user's home or directory.
     Saved save(const Changes& changes) const;
 

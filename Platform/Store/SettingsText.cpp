@@ -63,8 +63,8 @@ public:
                     break;
                 skipLine();
             } else if (isOpening(current())) {
-                // An object or list without a key is not a member of the domain. Its own members are not either. So all of it
-                // is skipped.
+                // An object or list without a key is not a member of the domain. The members inside are not either. So the
+                // whole object or list is skipped.
                 if (!skipGroup())
                     break;
             } else if (isBlank(current()) || current() == ',' || isClosing(current())) {

@@ -32,7 +32,8 @@ namespace {
 /// The resolution of processes' start times, in seconds.
 constexpr double startTimeStep = 0.01;
 
-/// The settings application's bundle, which contains the agent's: "Contents/Library/LoginItems/KestrumAgent.app".
+/// The path of the settings application's bundle. The agent's bundle lies in it, at
+/// "Contents/Library/LoginItems/KestrumAgent.app".
 QString outerBundle()
 {
     return QDir::cleanPath(Bundle::main().path() + QStringLiteral("/../../../.."));
@@ -46,17 +47,17 @@ Agent::Agent(QObject* parent)
     , m_updates(new UpdateChecker(this))
     , m_updateNotice(new UpdateNotice(this))
 {
-    // A user who asked in the settings window does not see the menu.
+    // A notification, because a user who requested the check in the settings window does not see the menu.
     connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
     m_menu.installEventFilter(this);
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
-    // Reasons that the toolkit knows, such as the end of the session.
+    // Logs an exit that the toolkit causes, for example at the end of the session.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
         [this] { logEnd(QStringLiteral("the desktop or the toolkit wants it to")); });
     fillMenu();
 }
 
-// The channel is destroyed before the strip that it shows.
+// The order of the members destroys the channel before the strip that the channel shows.
 Agent::~Agent() = default;
 
 void Agent::start(std::optional<double> launched)
@@ -65,7 +66,7 @@ void Agent::start(std::optional<double> launched)
     store.registerDefaults(SharedSettings::factoryDefaults());
     MeterSettings::migrateAccents();
 
-    // Before anything is adopted, so that no change falls in between.
+    // The observer is registered before the settings are read for the first time, so that no change is missed.
     store.observe(
         MeterSettings::itemKeys() + Keys::names(Keys::refreshInterval), this, [this] { adoptSettings(); });
     adoptLanguage();
@@ -77,11 +78,12 @@ void Agent::start(std::optional<double> launched)
     connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
     m_channel = PanelChannel::make(*m_strip, m_menu);
 
-    // Only a reason to look: the change may be known already, or of settings that the agent has no use for.
+    // The signal does not say which settings changed. It may announce a change that is known already, or one of settings
+    // that the agent does not use.
     m_signals.listen(Signal::settings, [&store] { store.synchronize(); });
     m_signals.listen(Signal::quitAgent, [this] { leave(QStringLiteral("it was asked to quit")); });
-    // Where signals cannot pass between programs, only the settings say it. An agent that was started by hand while
-    // switched off stays.
+    // Where signals cannot pass between programs, only this setting says that the agent was switched off. An agent that was
+    // started by hand while it was switched off keeps running: only a change of the setting ends it.
     Setting(Keys::agentEnabled).observe(this, [this](bool isEnabled) {
         if (!isEnabled)
             leave(QStringLiteral("it was switched off in the settings"));
@@ -94,17 +96,18 @@ void Agent::start(std::optional<double> launched)
 
 void Agent::doWhatWasAskedSince(double launched)
 {
-    // A time in the future comes from a clock that was ahead. It is ignored: it would count for every agent until that time
-    // has come.
+    // A post time in the future comes from a clock that was wrong. It is ignored: otherwise every agent would obey the
+    // request until that time is reached.
     const auto wasAskedSince = [](Signal signal, double time) {
         const auto asked = NotificationCentre::lastPost(SharedSettings::name(signal));
         const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
         return asked >= time && *asked <= now.count();
     };
-    // Start times are known to 10 ms. Answering a request from just before the start does no harm here...
+    // Start times have a resolution of 10 ms, so a request may be from just before the start. An unnecessary check does no
+    // harm...
     if (wasAskedSince(Signal::checkForUpdates, launched))
         m_updates->check();
-    // ...but would here, where the request to quit was meant for the agent before.
+    // ...but an unnecessary exit would: the request to quit was meant for the previous agent.
     if (wasAskedSince(Signal::quitAgent, launched + startTimeStep))
         QTimer::singleShot(0, this, [this] { leave(QStringLiteral("it was asked to quit as it began")); });
 }
@@ -115,14 +118,15 @@ void Agent::leave(const QString& reason)
     QCoreApplication::quit();
 }
 
-/// An exit may have several reasons, of which the first is the cause.
+/// Logs only the first reason: the first one is the cause of the exit.
 void Agent::logEnd(const QString& reason)
 {
     if (!std::exchange(m_isLeaving, true))
         Log::info("agent", QStringLiteral("the agent ends: %1").arg(reason));
 }
 
-/// Our own texts are looked up when they are shown. The toolkit caches its own, and mirrors the shown widgets.
+/// The program's own texts are looked up each time they are shown. Qt caches its texts and mirrors the visible widgets, so
+/// both are updated here.
 void Agent::adoptLanguage()
 {
     const QString code = AppLanguage::code();
@@ -140,7 +144,7 @@ void Agent::adoptSettings()
     m_strip->rebuild();
 }
 
-/// Only observes: a request for the settings follows from the last event of the menu or the strip.
+/// Filters nothing: it stores the time of the last input event, which may be followed by a request to open the settings.
 bool Agent::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->isInputEvent())
@@ -150,7 +154,7 @@ bool Agent::eventFilter(QObject* watched, QEvent* event)
 
 QByteArray Agent::activationToken() const
 {
-    // A click on a status icon comes with a token, which the toolkit leaves in our environment.
+    // After a click on a status icon, Qt puts the desktop's activation token into the environment.
     const QByteArray token = WindowActivation::takeToken();
     return token.isEmpty() ? WindowActivation::tokenOf(m_lastAct) : token;
 }
@@ -159,8 +163,9 @@ void Agent::openSettings()
 {
     Workspace::OpenConfiguration configuration;
     SharedSettings::post(Signal::openSettings);
-    // Also where it runs: it may be about to exit, or may be a run without a window. A second start brings the window
-    // forward or becomes the first, and which of the two can change before it has begun.
+    // A second process is started even if the application runs already: the first one may be about to exit, or may have no
+    // window. The second process decides when it starts: it brings the first one's window forward, or becomes the
+    // application itself.
     configuration.createsNewApplicationInstance = true;
     configuration.environment = WindowActivation::environment(activationToken());
     Workspace::shared().openApplication(outerBundle(), configuration, [](const Workspace::Opened& opened) {
@@ -182,8 +187,8 @@ void Agent::fillMenu()
     m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff);
 }
 
-/// A user who quits the agent wants it to stay away: the switch in the settings shows that it is off, and opening the
-/// settings does not bring it back.
+/// A user who quits the agent does not want it back. So the setting is changed too: the settings window shows the agent as
+/// switched off, and does not start it when it is opened.
 void Agent::switchOff()
 {
     Setting(Keys::agentEnabled).set(false);

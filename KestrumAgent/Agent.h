@@ -16,28 +16,30 @@ class Sampler;
 class UpdateChecker;
 class UpdateNotice;
 
-/// The window-less agent: it shows the items at the panel with live readings, follows the shared settings, and answers the
-/// signals of the settings application. It runs until it is asked to quit or switched off, whatever started it.
+/// The agent, which has no ordinary window. It shows the items at the panel with live readings, follows the shared settings,
+/// and handles the signals of the settings application. It runs until it is asked to quit or is switched off, no matter what
+/// started it.
 class Agent final : public QObject {
     Q_OBJECT
 public:
     explicit Agent(QObject* parent = nullptr);
     ~Agent() override;
 
-    /// Registers the defaults and starts to listen and to show. Requests that were posted since `launched`, in seconds
-    /// since 1970, are carried out too: nothing listened while the program was being loaded. Called once.
+    /// Registers the defaults, starts to listen for signals, and shows the items. Also carries out requests that were posted
+    /// since `launched`, in seconds since 1970: nothing listened while the program was loading. Must be called once only.
     void start(std::optional<double> launched = std::nullopt);
 
-    /// Ends the program; the log gets the reason, which it does for every end.
+    /// Ends the program and logs `reason`, if this is the first reason to end.
     void leave(const QString& reason);
 
-    /// Starts the settings application, which comes forward if it runs already: a second start opens no second window. It
-    /// is given the time of the click or key, so that the desktop lets it take the focus.
+    /// Starts the settings application, or brings its window forward if it runs already: a second start opens no second
+    /// window. The application gets a token with the time of the last click or key, so that the desktop lets it take the
+    /// focus.
     void openSettings();
 
     /// The items at the panel; null before `start`.
     PanelStrip* strip() const { return m_strip.get(); }
-    /// The menu of a right click on them. Its entries are made when it is about to be shown.
+    /// The menu that a right click on the items opens. Its entries are created when it is about to be shown.
     QMenu& menu() { return m_menu; }
 
 private:
@@ -56,8 +58,8 @@ private:
     UpdateChecker* m_updates;
     UpdateNotice* m_updateNotice;
     bool m_isLeaving = false;
-    quint32 m_lastAct = 0; ///< time of the last click or key, by the display's clock
-    QString m_language;    ///< of the toolkit's texts and the direction of writing
+    quint32 m_lastAct = 0; ///< time of the last input event, by the display's clock
+    QString m_language;    ///< language of Qt's texts and of the layout direction
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;
 };

@@ -27,8 +27,8 @@ constexpr char usage[]
       "  --version  print the version and exit\n"
       "  --login    the desktop starts it at login: where the agent is switched off, it ends at once\n";
 
-/// Reads the options; gives the exit code of a call that is answered already. Arguments with one dash belong to the
-/// toolkit. QCommandLineParser cannot tell one dash from two.
+/// Reads the options. Returns the exit code if an option is handled here or is unknown; nothing if the agent should start.
+/// Arguments with one dash are options of Qt, so QCommandLineParser, which accepts one dash and two alike, cannot be used.
 std::optional<int> answer(int argc, char** argv, bool& isLogin)
 {
     for (int i = 1; i < argc; ++i) {
@@ -61,36 +61,39 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // A user who quit the agent wants it to stay away, also in the next session. Needs no display.
+    // A user who quit the agent does not want it back in the next session. This check comes first because it needs no
+    // display.
     if (isLogin && !Setting(Keys::agentEnabled).value()) {
         Log::info(
             "agent", QStringLiteral("the agent ends: it is switched off, and only the login started it"));
         return 0;
     }
-    // Before the application object, whose threads would otherwise take the signals by their default action.
+    // Blocked before the application object is created: its threads would otherwise handle the signals by their default
+    // action.
     StopRequest::block();
-    // Allows a widget to be a Wayland surface whose role we set ourselves.
+    // With this variable, a widget can be a Wayland surface whose role this program sets itself.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
 
-    // Sends pictures to an X server over the connection: with shared memory each tick would wait for the server, which
-    // wakes this process twice more. Removed below, so that programs that we start do not inherit it.
+    // Pictures are sent to an X server over the connection: with shared memory, this process would wait for the server at
+    // each tick and wake twice more. The variable is removed below, so that programs started by the agent do not inherit it.
     qputenv("QT_XCB_NO_MITSHM", "1");
 
     std::optional<ToolkitStart> start(std::in_place);
     QApplication application(argc, argv);
     start.reset();
     qunsetenv("QT_XCB_NO_MITSHM");
-    // A settings application that is started from here later must not pass for the user's start of the agent. The toolkit
-    // has read the token by now.
+    // Removed from the environment, since Qt has read it by now: a settings application that the agent starts later must not
+    // use the token of the agent's own start.
     WindowActivation::takeToken();
     QApplication::setApplicationName(AppLinks::agentIdentifier());
     QApplication::setApplicationDisplayName(QStringLiteral("Kestrum"));
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     QApplication::setDesktopFileName(applicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
-    // Nor when the toolkit's quit lock is released: desktops' themes hold one while a status icon is shown.
+    // The agent must not quit either when Qt's last quit lock is released: some desktop themes hold one while a status icon
+    // is shown.
     QApplication::setQuitLockEnabled(false);
-    // Qt's own style, which uses only the palette, as in the settings application.
+    // Qt's own style uses only the palette. The settings application has the same style.
     QApplication::setStyle(QStringLiteral("fusion"));
 
     const StopRequest stop;

@@ -20,7 +20,8 @@ double fraction(double number)
     return number - std::floor(number);
 }
 
-/// The toolkit rounds a window's place and its width to pixels each by itself. Two halves would be a pixel too much.
+/// `size`, one point wider where its width would end at half a pixel. Qt rounds a window's position and its width to pixels
+/// separately, and two halves that are rounded up would be one pixel too much.
 QSize withoutHalfPixels(QSize size, double scale)
 {
     if (fraction(size.width() * scale) == 0.5)
@@ -28,7 +29,8 @@ QSize withoutHalfPixels(QSize size, double scale)
     return size;
 }
 
-/// Where the part of the screen ends that `free` is. The toolkit counts a last point that is only partly on the screen.
+/// The x coordinate after the last point of `free` that is completely on the screen. Qt also counts a last point that is
+/// only partly on the screen.
 int endOnScreen(const QRect& free, const QScreen& screen)
 {
     const int end = free.right() + 1;
@@ -44,7 +46,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     m_strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     m_strip.setAttribute(Qt::WA_ShowWithoutActivating);
     m_strip.winId();
-    // Qt hears of the type only when there is a window to give it to.
+    // Qt passes the window type on only if the window exists already.
     m_strip.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
     m_struts = std::make_unique<X11Struts>(*m_strip.windowHandle());
     connect(m_struts.get(), &X11Struts::changed, this, &DockChannel::fit);
@@ -61,7 +63,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
 
 void DockChannel::showMenu(QPoint at)
 {
-    // It opens in the direction of reading. How wide it will be is known when it has its entries.
+    // The menu opens in the reading direction. Its width is known only after it has got its entries.
     Q_EMIT m_menu.aboutToShow();
     const int leftwards = m_menu.isRightToLeft() ? m_menu.sizeHint().width() - 1 : 0;
     m_menu.popup(m_strip.mapToGlobal(at) - QPoint(leftwards, 0));
@@ -86,18 +88,19 @@ void DockChannel::fit()
     const QRect free = m_struts->available(*screen);
     const bool isMirrored = QGuiApplication::layoutDirection() == Qt::RightToLeft;
     const int left = isMirrored ? free.left() : endOnScreen(free, *screen) - size.width();
-    // The toolkit asks for steps of whole points, which the window manager then rounds the size down to: one step is
-    // as large as all of it. Before the size, which the window manager holds against the steps that it knows.
+    // Qt asks the window manager for size steps of one point, and the window manager then rounds the size down to a step.
+    // With one step as large as the whole window, nothing is rounded. The step comes before the size, which the window
+    // manager compares with the step that it knows.
     m_strip.setSizeIncrement(size);
     m_strip.setFixedSize(size);
     m_strip.move(left, free.top());
-    // Cut to shape and not translucent: without a compositing manager nothing would shine through.
+    // The rounded corners are cut out by a mask: translucency has no effect without a compositing manager.
     QPainterPath plate;
     plate.addRoundedRect(QRectF(QPointF(0, 0), size), PanelStrip::plateRadius, PanelStrip::plateRadius);
     m_strip.setMask(QRegion(plate.toFillPolygon().toPolygon()));
     if (m_strip.isVisible())
         return;
-    // Not every window manager takes it from the type.
+    // Not every window manager shows a dock window on all desktops because of its type.
     if (const auto window = X11Window::of(*m_strip.windowHandle()))
         window->standOnAllDesktops();
     m_strip.show();

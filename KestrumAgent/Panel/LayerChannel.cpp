@@ -21,7 +21,7 @@ Qt::Edge trailingEdge()
     return QGuiApplication::layoutDirection() == Qt::RightToLeft ? Qt::LeftEdge : Qt::RightEdge;
 }
 
-/// Qt makes one up while the desktop has none; that one has no name.
+/// Whether the desktop has a screen. While it has none, Qt provides a placeholder screen without a name.
 bool isScreenThere()
 {
     const QScreen* screen = QGuiApplication::primaryScreen();
@@ -42,7 +42,8 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_again, &QTimer::timeout, this, &LayerChannel::fit);
     connect(&m_surface, &LayerSurface::closed, &m_again, qOverload<>(&QTimer::start));
     connect(qGuiApp, &QGuiApplication::screenAdded, &m_again, qOverload<>(&QTimer::start));
-    // Some desktops neither close a surface whose screen goes nor show it again when there is a screen, as sway 1.10.
+    // Some desktops, such as sway 1.10, do not close a surface whose screen is removed, and do not show it when a screen is
+    // added.
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
         if (m_strip.screen() != gone)
             return;
@@ -90,7 +91,7 @@ void LayerChannel::showTip(const QString& text, const QRect& item)
         return;
     m_tip.setText(text);
     const int top = m_strip.height() + tipDistance;
-    // From the trailing edge, as far as the item is.
+    // The margins place the tip below the item, at the same distance from the trailing edge as the item.
     const QMargins margins(item.left(), top, m_strip.width() - item.right() - 1, 0);
     m_tipSurface.show(
         { LayerSurface::Layer::overlay, Qt::TopEdge | trailingEdge(), margins, false }, m_tip.sizeHint());
@@ -101,7 +102,7 @@ void LayerChannel::showMenu(QPoint at)
     m_tipSurface.hide();
     m_sheetSurface.hide();
     Q_EMIT m_menu.aboutToShow();
-    // The menu's entries, in a menu that is part of the sheet and no window.
+    // The sheet gets a menu of its own with the same entries. That menu is a child widget of the sheet, not a window.
     m_onSheet = std::make_unique<QMenu>(&m_sheet);
     m_onSheet->setWindowFlags(Qt::Widget);
     m_onSheet->addActions(m_menu.actions());
@@ -111,13 +112,13 @@ void LayerChannel::showMenu(QPoint at)
     m_sheetSurface.show({ LayerSurface::Layer::overlay, allEdges, {}, true }, QSize(0, 0));
 }
 
-/// The sheet has got its size: now it is known where on it the strip is.
+/// Places and shows the menu. Called once the sheet has its size, from which the position of the strip follows.
 void LayerChannel::placeMenu()
 {
     const QSize size = m_onSheet->sizeHint();
     const int stripLeft = trailingEdge() == Qt::RightEdge ? m_sheet.width() - m_strip.width() : 0;
     const QPoint farthest(m_sheet.width() - size.width(), m_sheet.height() - size.height());
-    // It opens in the direction of reading.
+    // The menu opens in the reading direction.
     const int leftwards = m_onSheet->isRightToLeft() ? size.width() - 1 : 0;
     const QPoint wanted = m_menuPlace + QPoint(stripLeft - leftwards, 0);
     m_onSheet->setGeometry(QRect(QPoint(std::max(0, std::min(wanted.x(), farthest.x())),

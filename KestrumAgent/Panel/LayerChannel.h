@@ -9,12 +9,12 @@
 
 namespace kestrum {
 
-/// The strip as a layer surface at the trailing end of a Wayland screen's top edge. A popup of Qt's beside such a
-/// surface is a protocol error, which ends the process. So menus and tool tips have surfaces of their own.
+/// Shows the strip as a layer surface at the trailing end of a Wayland screen's top edge. A Qt popup next to such a surface
+/// is a protocol error, which ends the process, so the menu and the tool tips have layer surfaces of their own.
 class LayerChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
-    /// Only where `LayerSurface::isSupported`.
+    /// Use it only if `LayerSurface::isSupported()` is true.
     LayerChannel(PanelStrip& strip, QMenu& menu);
     ~LayerChannel() override;
 
@@ -31,7 +31,8 @@ private:
     QTimer m_again;
     QLabel m_tip;
     LayerSurface m_tipSurface;
-    // A click beside the menu reaches nobody who could close it: it lies on a sheet over all that panels leave free.
+    // The menu lies on this sheet, which covers the whole area that panels leave free. Without the sheet, a click next to
+    // the menu would go to another program and could not close the menu.
     QWidget m_sheet;
     LayerSurface m_sheetSurface;
     std::unique_ptr<QMenu> m_onSheet;

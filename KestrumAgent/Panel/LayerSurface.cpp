@@ -27,13 +27,13 @@ wl_surface* surfaceOf(QWidget& widget)
         "surface", widget.windowHandle()));
 }
 
-/// The desktop's layers; null where it has none.
+/// The compositor's layer shell; null if the compositor has none.
 zwlr_layer_shell_v1* found()
 {
     wl_display* const connection = display();
     if (!connection)
         return nullptr;
-    // A queue of our own, so that waiting for the answer runs no handler of Qt's.
+    // A separate event queue: waiting for the answer must not run event handlers of Qt's.
     wl_event_queue* const queue = wl_display_create_queue(connection);
     auto* const asking = static_cast<wl_display*>(wl_proxy_create_wrapper(connection));
     wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(asking), queue);
@@ -52,7 +52,7 @@ zwlr_layer_shell_v1* found()
     wl_registry_add_listener(registry, &listener, static_cast<void*>(&bound));
     wl_display_roundtrip_queue(connection, queue);
     auto* const shell = static_cast<zwlr_layer_shell_v1*>(bound);
-    // What comes later is handled where Qt handles its own events.
+    // Later events are handled in the queue that handles Qt's own events.
     if (shell)
         wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(shell), nullptr);
     wl_registry_destroy(registry);
@@ -102,7 +102,7 @@ void LayerSurface::show(const Place& place, QSize size)
     }
     m_widget.resize(size.expandedTo({ 1, 1 }));
     m_widget.winId();
-    // Nothing may be painted before the desktop has told the size.
+    // The widget must not be painted before the compositor has set the surface's size.
     m_widget.setUpdatesEnabled(false);
     m_widget.show();
     wl_surface* const surface = surfaceOf(m_widget);

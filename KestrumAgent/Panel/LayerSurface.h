@@ -11,9 +11,9 @@ struct zwlr_layer_surface_v1;
 
 namespace kestrum {
 
-/// A widget as a surface in one of the layers of a Wayland desktop, which Qt knows nothing of. The widget is made a window
-/// without a role of Qt's, and is given the layer's role; it can be painted when the desktop has told its size. There are
-/// no places on a screen: a surface holds on to edges of what panels leave free, with margins.
+/// A widget that is shown as a Wayland layer surface, a role that Qt does not support. The widget is made a window without a
+/// Qt role and gets the layer role instead; it is painted only after the compositor has set its size. A layer surface has no
+/// coordinates on the screen: it is anchored to edges of the area that panels leave free, with margins.
 class LayerSurface final : public QObject {
     Q_OBJECT
 public:
@@ -21,7 +21,8 @@ public:
 
     struct Place {
         Layer layer = Layer::panel;
-        /// Edges to hold on to. A size of 0 in a direction whose two edges are held is all there is.
+        /// The edges to which the surface is anchored. If two opposite edges are anchored, a size of 0 in that direction
+        /// fills the area.
         Qt::Edges edges;
         QMargins margins;
         /// Whether the surface takes the keyboard for itself as long as it is shown.
@@ -30,25 +31,25 @@ public:
         bool operator==(const Place&) const = default;
     };
 
-    /// Whether this desktop has layers. Asks it at the first call.
+    /// Whether this desktop has layers. The first call asks the compositor; later calls return the same answer.
     static bool isSupported();
 
-    /// The widget outlives the surface, and is shown and hidden by it alone.
+    /// `widget` must outlive this object, and must be shown and hidden only by this object.
     explicit LayerSurface(QWidget& widget);
     ~LayerSurface() override;
 
-    /// Whether the desktop has told the size of the surface that is shown.
+    /// Whether the surface is shown and the compositor has set its size.
     bool isConfigured() const { return m_isConfigured; }
-    /// Asks for the surface at `place`, or, where it is shown already, for another size and place in its layer.
+    /// Shows the surface at `place`. A surface that is shown already gets the new size and place; its layer does not change.
     void show(const Place& place, QSize size);
     void hide();
 
-    /// Called by the protocol's events.
+    /// Handlers of the protocol's events.
     void configure(uint32_t serial, QSize size);
     void close();
 
 Q_SIGNALS:
-    /// The desktop took the surface away, as it does when a screen goes. It is hidden now.
+    /// The compositor closed the surface, for example because its screen was removed. The widget is hidden already.
     void closed();
 
 private:

@@ -14,7 +14,7 @@ namespace kestrum {
 
 std::unique_ptr<PanelChannel> PanelChannel::make(PanelStrip& strip, QMenu& menu)
 {
-    // A Wayland desktop puts ordinary windows where it likes.
+    // A `DockChannel` needs to place its window, which a Wayland desktop does not allow to ordinary windows.
     if (!QGuiApplication::platformName().startsWith(QLatin1StringView("wayland")))
         return std::make_unique<DockChannel>(strip, menu);
 #ifdef KESTRUM_LAYER_SHELL

@@ -8,15 +8,15 @@ namespace kestrum {
 
 class PanelStrip;
 
-/// One of the ways in which a desktop lets a program stand at its panel. It shows the strip, in the strip's own size,
-/// while the strip has items, and nothing at all while it has none; it opens the menu and the tool tips beside it.
+/// One way of showing the strip at the desktop's panel. A channel shows the strip in the strip's own size while the strip
+/// has items, and hides it while it has none. It also opens the menu and the tool tips next to the strip.
 class PanelChannel {
 public:
     virtual ~PanelChannel() = default;
     PanelChannel(const PanelChannel&) = delete;
     PanelChannel& operator=(const PanelChannel&) = delete;
 
-    /// The best way that this desktop has. Strip and menu outlive the channel.
+    /// The best channel that this desktop supports. Strip and menu must outlive the channel.
     static std::unique_ptr<PanelChannel> make(PanelStrip& strip, QMenu& menu);
 
 protected:

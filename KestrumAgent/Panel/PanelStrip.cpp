@@ -22,7 +22,7 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
     setWindowTitle(QStringLiteral("Kestrum"));
     setMouseTracking(true);
     setFocusPolicy(Qt::NoFocus);
-    // Its window never has the keyboard focus.
+    // By default Qt shows tool tips only in the active window, and this window never has the keyboard focus.
     setAttribute(Qt::WA_AlwaysShowToolTips);
     PanelStripAccessible::install();
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, [this] {
@@ -37,7 +37,7 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
 
 void PanelStrip::rebuild()
 {
-    // One for measuring and drawing: a save in between cannot give items that do not fit their places.
+    // Measuring and drawing use the same appearance: if the settings change in between, the items still fit their places.
     const Appearance appearance = Appearance::current();
     const QList<MonitorSection> before = items().sections();
     const QSizeF sizeBefore = items().size();
@@ -58,12 +58,12 @@ void PanelStrip::redrawBy(const Appearance& appearance)
     Q_EMIT redrawn();
     if (!isVisible())
         return;
-    // At once, and not by `update`: that would wake the process a second time for each sample.
+    // Painted immediately: `update` would wake the process a second time for each sample.
     if (const QRegion changed = renewPictures(appearance); !changed.isEmpty())
         repaint(changed);
 }
 
-/// Draws all items anew. What looks different from before.
+/// Draws the pictures of all items again. Returns the area of the items whose picture has changed.
 QRegion PanelStrip::renewPictures(const Appearance& appearance)
 {
     QRegion changed;
@@ -104,7 +104,7 @@ void PanelStrip::mouseReleaseEvent(QMouseEvent* event)
         return;
     setCursor(m_scene.cursor());
     SharedSettings::post(SharedSettings::Signal::menuBarChanged);
-    // Back to the grid; where the save failed, to the stored order.
+    // The dropped item moves to its place on the grid. If the save failed, all items return to the stored order.
     rebuild();
     update();
 }
@@ -158,7 +158,7 @@ void PanelStrip::paintEvent(QPaintEvent* event)
         painter.fillRect(event->rect(), StripBackground::plate(scheme));
     }
 
-    // The strip may have come to a screen of another scale.
+    // The strip may have been moved to a screen of another scale.
     const bool isOtherScale
         = std::any_of(items().list().begin(), items().list().end(), [this](const Item& item) {
               return m_pictures[size_t(item.section)].devicePixelRatio() != devicePixelRatioF();

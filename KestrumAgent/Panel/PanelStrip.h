@@ -9,25 +9,25 @@
 
 namespace kestrum {
 
-/// The items at the panel, on a plate of their own, so that they are readable whatever the panel or the desktop looks like. A
-/// `PanelChannel` places it and opens menus and tips beside it.
+/// The items at the panel. They stand on a plate, so that they can be read on any panel or desktop background. A
+/// `PanelChannel` places the strip and opens the menu and the tool tips next to it.
 ///
-/// Items can be dragged to another place; the new order is stored and announced by `menuBarChanged`. A picture of each item is
-/// cached, so that new readings paint only what looks different from before.
+/// The user can drag items to another place; the new order is stored and announced by `menuBarChanged`. The picture of each
+/// item is cached, so that only items that look different are painted after new readings.
 class PanelStrip final : public QWidget {
     Q_OBJECT
 public:
     using Item = StripScene::Item;
 
-    /// Of the plate, to the left and to the right of the items.
+    /// How far the plate extends to the left and to the right of the items, in points.
     static constexpr int sideRoom = 8;
     static constexpr double plateRadius = 6;
 
     explicit PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget* parent = nullptr);
 
-    /// Builds the items anew from the settings. A drag in progress continues.
+    /// Creates the items again from the settings. A drag in progress continues.
     void rebuild();
-    /// Paints, before it returns, every item that new readings make look different.
+    /// Draws the items again, and repaints every item that looks different before it returns. Paints nothing while hidden.
     void redraw();
 
     /// Whether no item is shown.
@@ -37,20 +37,20 @@ public:
 
     /// An item's frame in the widget.
     QRectF place(const Item& item) const { return m_scene.frame(item); }
-    /// What an item says in words, by `itemText`.
+    /// The item's text, from `itemText`.
     QString text(MonitorSection section) const { return m_scene.text(section); }
     /// The texts of all items, one a line.
     QString summary() const { return m_scene.summary(); }
 
 Q_SIGNALS:
-    /// The items, and with them perhaps the size, are others.
+    /// The items were created again; the size of the strip may have changed.
     void rebuilt();
-    /// There are new readings, whether or not the strip is visible.
+    /// The items have new readings. Emitted whether or not the strip is visible.
     void redrawn();
     void settingsRequested();
-    /// A right click; the place, in the widget, is where a menu should open.
+    /// The user has right-clicked. `at`, in the widget's coordinates, is where the menu should open.
     void menuRequested(QPoint at);
-    /// The pointer rests on an item, at that place of the widget; an empty text when it rests on none.
+    /// The pointer rests at `at`, in the widget's coordinates. `text` is empty if there is no item at that point.
     void tipRequested(QPoint at, QString text, QRect item);
     void pointerLeft();
 

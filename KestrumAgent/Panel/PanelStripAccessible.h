@@ -7,10 +7,10 @@ namespace kestrum {
 
 class PanelStrip;
 
-/// The strip as a screen reader meets it: its name, and what its items say at the moment of asking.
+/// What a screen reader reads for the strip: its name, and the present texts of its items.
 class PanelStripAccessible final : public QAccessibleWidget {
 public:
-    /// Makes this the interface of every strip; further calls change nothing.
+    /// Makes this class the accessible interface of every strip. Further calls change nothing.
     static void install();
 
     explicit PanelStripAccessible(PanelStrip* strip);

@@ -16,10 +16,10 @@ namespace kestrum {
 
 namespace {
 
-// When a session starts, the place for status icons may come a little later than we.
+// At the start of a session, the panel with the status icons may appear a little later than this program.
 constexpr std::chrono::seconds delayBeforeTelling { 2 };
 
-/// The symbol in the middle of a square.
+/// The symbol, centred in a transparent square of `size` pixels.
 QPixmap picture(const QString& symbol, int size, const QColor& colour)
 {
     const QSizeF natural = SymbolImage::size(symbol, size);
@@ -51,8 +51,8 @@ void TrayChannel::tellWhereThereAreNone()
 
 void TrayChannel::begin()
 {
-    // Where the place went and came back, Qt puts the icon there again. It asks once a process whether there is a place: so it
-    // is not asked before there is.
+    // If the panel disappears and returns, Qt adds the icon again. Qt checks only once a process whether there is a panel
+    // for icons, so the icon must not be created before there is one.
     if (m_icon)
         return;
     Log::info("agent",

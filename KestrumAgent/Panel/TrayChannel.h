@@ -9,9 +9,8 @@
 
 namespace kestrum {
 
-/// One icon among the desktop's status icons, with the readouts in its tool tip: for desktops that let no program stand
-/// at their panel in a form of its own. The strip is never shown. Where there are no status icons either, nothing is, until
-/// there are.
+/// Shows one status icon, with the readouts in its tool tip, on desktops that let no program show anything else at their
+/// panel. The strip itself is never shown. If the desktop has no status icons either, the channel waits until it has.
 class TrayChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:

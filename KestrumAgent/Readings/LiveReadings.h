@@ -10,17 +10,19 @@
 
 namespace kestrum {
 
-/// The machine's own readings. What cannot be read is absent, or 0 where a reading must have a value. Main thread only.
+/// The readings of this machine. A value that cannot be read is absent, or 0 if its type has no absent value. Main thread
+/// only.
 class LiveReadings final : public MenuBarReadings {
 public:
-    /// `root` stands before "/proc" and "/sys": trees of files are other machines. Only the real one has sensors.
+    /// `root` is put before "/proc" and "/sys", so that tests can use a directory tree instead of this machine. Sensors are
+    /// read only if `root` is empty.
     explicit LiveReadings(const QString& root = {});
 
-    /// Reads what is wanted; everything else keeps its last value. What a worker reads appears at the next sample, or by
-    /// `collect`, for which the worker's `done` says when it is time: it is called on another thread, and may be empty.
+    /// Reads the wanted values; all others stay as they are. Values that a worker reads appear at the next `sample` or
+    /// `collect`. The worker calls `done` on its own thread as soon as they are ready; `done` may be empty.
     void sample(const WantedReadings& wanted, std::function<void()> done = {});
     void collect() { m_slow.collect(); }
-    /// The same for what the items of `sections` show.
+    /// Reads the values that the items of `sections` show.
     void sample(const QList<MonitorSection>& sections);
 
     double cpuUsage() const override { return m_cpuLoad.total(); }
@@ -34,8 +36,8 @@ public:
     std::optional<double> fastestFanRPM() const override { return m_slow.sensors().fan; }
     std::optional<double> systemWatts() const override { return m_slow.systemWatts(); }
     double memoryUsage() const override { return m_memory.used(); }
-    /// The share of time lost for want of memory. Kernels that do not measure it: the share of memory in use, which is what
-    /// can become pressure.
+    /// The share of time in which processes waited for memory. On kernels that do not measure it: the share of memory in
+    /// use.
     double memoryPressure() const override { return m_memoryPressure.value_or(m_memory.used()); }
     quint64 swapUsed() const override { return m_memory.swapUsed(); }
     double storageUsage() const override { return m_slow.storage().used; }

@@ -23,7 +23,7 @@ Sampler::Sampler(QObject* parent, const QString& root)
     : QObject(parent)
     , m_readings(std::make_shared<LiveReadings>(root))
 {
-    // Fires together with other programs' timers where there are any near.
+    // A coarse timer can fire together with timers of other programs, which saves wake-ups.
     m_timer.setTimerType(Qt::CoarseTimer);
     connect(&m_timer, &QTimer::timeout, this, &Sampler::sample);
     connect(&m_bell, &Bell::rung, this, [this] {
@@ -42,7 +42,7 @@ void Sampler::adoptSettings()
     if (wanted == WantedReadings()) {
         m_timer.stop();
         if (isAnother)
-            m_readings->sample(wanted); // reads nothing: what was counted up to now gets old
+            m_readings->sample(wanted); // reads nothing, but pauses the readings that compare two samples
     } else if (isAnother) {
         sample();
         m_timer.start(std::min(secondSample, interval));

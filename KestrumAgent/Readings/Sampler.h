@@ -11,39 +11,40 @@
 
 namespace kestrum {
 
-/// Reads the machine at the chosen interval, only what a shown item needs, and not at all while none is shown: then there
-/// is no timer and no worker.
+/// Samples the readings at the chosen interval, and only those that a visible item needs. While no item is visible, it uses
+/// neither a timer nor a worker.
 class Sampler final : public QObject {
     Q_OBJECT
 public:
-    /// More often than this nothing is read, whatever is chosen.
+    /// The lower limit of the interval, whatever the setting says.
     static constexpr std::chrono::milliseconds shortestInterval { 100 };
-    /// From a first sample to the next: a load is a difference, and a worker's results are taken at the next sample.
+    /// The time from the first sample to the second. It is short because a load needs two samples, and a worker's results
+    /// are collected at the next sample.
     static constexpr std::chrono::milliseconds secondSample { 200 };
-    /// From this interval on, what a worker reads is shown when it is there, for which the main thread wakes once more; at
-    /// shorter ones at the next sample.
+    /// From this interval on, the main thread wakes once more to show a worker's results as soon as they are ready. At
+    /// shorter intervals, they are shown at the next sample.
     static constexpr std::chrono::seconds longInterval { 5 };
 
-    /// `root` as for `LiveReadings`.
+    /// For `root`, see `LiveReadings`.
     explicit Sampler(QObject* parent = nullptr, const QString& root = {});
 
     std::shared_ptr<const MenuBarReadings> readings() const { return m_readings; }
 
-    /// Takes the interval and the shown items from the shared settings; samples at once, and once more shortly after, when
-    /// other readings are needed than before.
+    /// Reads the interval and the visible items from the shared settings. If other readings are needed than before, samples
+    /// immediately and again shortly after.
     void adoptSettings();
 
-    /// The interval for a chosen number of seconds: at least `shortestInterval`, at most a day, and the factory default for
-    /// what is not a positive number.
+    /// The interval for a chosen number of seconds: at least `shortestInterval`, at most a day. A number that is not
+    /// positive and finite gives the factory default.
     static std::chrono::milliseconds interval(double seconds);
 
-    /// Whether it reads from time to time.
+    /// Whether the timer is active.
     bool isRunning() const { return m_timer.isActive(); }
 
 Q_SIGNALS:
     /// There are new readings.
     void sampled();
-    /// At long intervals: what a worker has read for the sample before is there too.
+    /// The worker's results for the last sample are available too. Emitted only at intervals from `longInterval` on.
     void completed();
 
 private:

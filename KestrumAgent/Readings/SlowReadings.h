@@ -16,34 +16,35 @@
 
 namespace kestrum {
 
-/// The readings that can take their time: a worker reads them, and the main thread never waits for it. What one tick asks
-/// for is taken at the next, so that a worker's end wakes nobody, unless it is asked to.
+/// The readings that can take long. A worker reads them, and the main thread never waits for the worker. The results of one
+/// sample are collected at the next, so the end of a worker's job wakes no other thread, except by `done`.
 class SlowReadings {
 public:
     using Clock = std::chrono::steady_clock;
-    /// How long a device may stay without an answer until its last value counts as unknown.
+    /// If the devices do not answer for this long, their last values count as unknown.
     static constexpr std::chrono::seconds longestAnswer { 10 };
 
     using ReadSensors = std::function<Sensors::Values(const Sensors::Wanted&)>;
 
-    /// Sensors are this machine's or none, as libsensors knows no other; tests bring volumes and sensors that hang.
+    /// Sensors are read only if `root` is empty, because libsensors knows only this machine. Tests pass functions that hang.
     explicit SlowReadings(const QString& root = {}, StorageUse::Ask askStorage = ::statvfs);
     SlowReadings(const QString& root, StorageUse::Ask askStorage, ReadSensors readSensors);
 
-    /// Takes over what a worker has finished since. The time is given for tests.
+    /// Takes over the results that the workers have finished. `now` is a parameter for tests.
     void collect(Clock::time_point now = Clock::now());
 
-    /// Sets a worker to read what is wanted, except for what another is still at. It calls `done`, which may be empty, when it
-    /// has read all of it, on its thread and perhaps when nobody waits for it any more.
+    /// Lets an idle worker read the wanted values, except for those that another worker is still reading. The worker calls
+    /// `done`, which may be empty, on its own thread when it has read all of them, even if `collect` has not waited for the
+    /// results.
     void begin(const WantedReadings& wanted, std::function<void()> done = {});
 
     const Sensors::Values& sensors() const { return m_sensors; }
     const std::optional<double>& systemWatts() const { return m_systemWatts; }
-    /// The last answer, however old.
+    /// The last answer, no matter how old it is.
     const StorageUse::Room& storage() const { return m_storage; }
 
 private:
-    /// What a worker and the main thread share: the result belongs to the worker until `isDone`.
+    /// Data that a worker and the main thread share. Until `isDone`, only the worker uses `result`.
     template <class Result> struct Run {
         Result result;
         Clock::time_point begin = Clock::now();
@@ -68,7 +69,7 @@ private:
     Sensors::Values m_sensors;
     std::optional<double> m_systemWatts;
     StorageUse::Room m_storage;
-    /// One for all, and one more for the case that the volume hangs.
+    /// Usually one worker reads everything. The second one is used when the first one hangs on the volume.
     std::array<Worker, 2> m_workers;
 };
 

@@ -14,9 +14,9 @@ constexpr std::chrono::milliseconds patienceAtTheEnd { 200 };
 
 } // namespace
 
-/// `job` belongs to whoever may act: to the thread from its being woken until it is idle.
+/// The thread owns `job` from the time at which it is woken until `isIdle` is true; the starter owns it otherwise.
 struct Worker::Channel {
-    std::counting_semaphore<2> wake { 0 }; ///< a job and the end at most
+    std::counting_semaphore<2> wake { 0 }; ///< at most two: one for a job and one for the end
     std::binary_semaphore ended { 0 };
     std::atomic<bool> isIdle = true;
     std::atomic<bool> ends = false;
@@ -58,7 +58,7 @@ void Worker::serve(const std::shared_ptr<Channel>& channel)
 {
     for (;;) {
         channel->wake.acquire();
-        // The end may be announced beside a job: then the job comes first, and leaves nothing behind.
+        // If a job and the end are both waiting, the job runs first.
         if (!channel->isIdle.load(std::memory_order_relaxed)) {
             channel->job();
             channel->job = nullptr;

@@ -6,21 +6,21 @@
 
 namespace kestrum {
 
-/// A thread for work that may hang. It sleeps between two jobs and wakes once for each: no lock is held while it is woken,
-/// and its end of a job wakes nobody.
+/// A thread for work that may hang. It sleeps between jobs and wakes once for each job: the starter holds no lock while it
+/// wakes the thread, and the end of a job wakes no other thread.
 class Worker {
 public:
     Worker() = default;
-    /// A job that is under way is waited for a moment, and one that hangs is left behind with its thread.
+    /// Waits a moment for a running job. A job that hangs is left running in its thread.
     ~Worker();
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    /// Whether it has nothing to do.
+    /// Whether no job is running.
     bool isIdle() const;
 
-    /// Lets the thread, which the first job makes, run `job`. Only for an idle worker. What the job holds has to outlive
-    /// everybody else. False when there can be no thread.
+    /// Runs `job` on the thread, which the first call creates. Only for an idle worker. Data that the job uses must stay
+    /// valid even after the worker is destroyed. False if no thread can be created.
     bool start(std::function<void()> job);
 
 private:

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// An answer looks like this, the versions in descending order, each above its sources:
+// APT's output looks like this. The versions are in descending order; below each version are its sources:
 //
 //     kestrum:
 //       Installed: 1.4-27
@@ -11,8 +11,8 @@
 //      *** 1.4-27 100
 //             100 /var/lib/dpkg/status
 //
-// The order makes comparing versions unnecessary: the upper one is newer. Only the indexes of repositories end in
-// "Packages"; the other kind of source is the list of installed packages.
+// Because of this order, versions need not be compared: the upper one is newer. The line of a repository ends in "Packages";
+// the other kind of source, dpkg's status file, is the list of installed packages.
 
 #include "KestrumAgent/Updates/AptPolicy.h"
 
@@ -30,7 +30,7 @@ QRegularExpression exactly(const char* pattern)
     return QRegularExpression(QRegularExpression::anchoredPattern(QLatin1StringView(pattern)));
 }
 
-/// The version in a line of the form "  LABEL: VERSION", empty for "(none)". Nothing for any other line.
+/// The version in a line of the form "  LABEL: VERSION"; empty if the version is "(none)". Nothing for any other line.
 std::optional<QString> labelled(const QString& line, const char* label)
 {
     static const auto form = exactly(R"(  (\w+): (\(none\)|[0-9A-Za-z.+~:-]{1,128}))");

@@ -11,12 +11,13 @@ namespace kestrum {
 
 namespace {
 
-// An answer has a few hundred bytes.
+// Limits of the output, in bytes. A usual answer has a few hundred.
 constexpr qsizetype longestAnswer = 256 * 1024;
 constexpr qsizetype longestComplaint = 4 * 1024;
 constexpr int longestReason = 200;
 
-/// The first error in APT's output, without its mark; warnings and notices are not errors.
+/// The first error message in APT's output, without the mark "E: "; empty if there is none. Warnings and notices are no
+/// errors.
 QString firstError(const QByteArray& text)
 {
     for (const QByteArray& line : text.split('\n')) {
@@ -38,7 +39,7 @@ AptQuery::AptQuery(const QString& package, std::chrono::milliseconds timeLimit, 
     connect(&m_process, &QProcess::readyReadStandardOutput, this, &AptQuery::collect);
     connect(&m_process, &QProcess::readyReadStandardError, this, &AptQuery::collect);
     connect(&m_process, &QProcess::finished, this, &AptQuery::conclude);
-    // A failed start is reported while `start` still runs; every other error ends in `finished`.
+    // Queued, because a failed start is reported while `start` still runs. After every other error, `finished` is emitted.
     connect(
         &m_process, &QProcess::errorOccurred, this,
         [this](QProcess::ProcessError error) {
@@ -70,7 +71,7 @@ void AptQuery::start()
     m_process.setStandardInputFile(QProcess::nullDevice());
     ProgramStart::isolate(m_process);
     m_limit.start();
-    // Without a path the start fails, and says so.
+    // If `program` finds no path, the start by name fails too, and `failed` is emitted with the reason.
     const QString found = program();
     m_process.start(found.isEmpty() ? QStringLiteral("apt-cache") : found,
         { QStringLiteral("policy"), m_package }, QIODevice::ReadOnly);

@@ -10,24 +10,24 @@
 
 namespace kestrum {
 
-/// One question to APT: which versions of a package it knows. It is answered from this machine's lists, by a process that
-/// needs neither rights nor the network and is killed when it takes too long or prints too much.
+/// Asks APT which versions of a package it knows. The process reads this machine's package lists only: it needs no
+/// privileges and no network. It is killed if it takes too long or prints too much.
 class AptQuery final : public QObject {
     Q_OBJECT
 public:
     AptQuery(const QString& package, std::chrono::milliseconds timeLimit, QObject* parent = nullptr);
     ~AptQuery() override;
 
-    /// The path of the program; empty when this machine has none.
+    /// The path of "apt-cache"; empty if this machine has none.
     static QString program();
 
-    /// Starts the program. One of the signals follows, from the event loop. Called once.
+    /// Starts "apt-cache". One of the signals follows, from the event loop. Must be called once only.
     void start();
 
 Q_SIGNALS:
-    /// The text of "apt-cache policy", in the C locale.
+    /// `text` is the output of "apt-cache policy", in the C locale.
     void answered(const QByteArray& text);
-    /// `reason` is for people: APT's own complaint, or in the interface language why there is no answer.
+    /// `reason` is for display: APT's own error message, or a text in the interface language.
     void failed(const QString& reason);
 
 private:

@@ -17,9 +17,9 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char logArea[] = "updates";
-constexpr auto timeLimit = 30s; // of an answer that usually takes some hundredths
+constexpr auto timeLimit = 30s; // for an answer that usually takes some hundredths of a second
 
-// So that not all machines check at once, and none while a session starts.
+// Random times between these limits: not all machines check at the same time, and none checks while a session starts.
 constexpr std::chrono::seconds firstCheck[] { 1min, 10min };
 constexpr std::chrono::seconds nextCheck[] { 23h, 25h };
 
@@ -34,7 +34,7 @@ bool isSwitchedOff()
     return !KESTRUM_UPDATER || qEnvironmentVariable("KESTRUM_DISABLE_UPDATER") == u'1';
 }
 
-/// Stores `version` as the offer, or none, and notifies the window of a change.
+/// Stores `version` as the offer, or removes the offer. Notifies the settings window of a change.
 void publish(const std::optional<QString>& version)
 {
     UserDefaults& store = SharedSettings::store();
@@ -73,7 +73,7 @@ void UpdateChecker::start()
     if (said.value() != canCheck)
         said.set(canCheck);
     if (!canCheck) {
-        // Otherwise nothing could withdraw the offer of an earlier agent.
+        // An earlier agent may have stored an offer, which no later check could remove.
         publish(std::nullopt);
         return;
     }
@@ -118,7 +118,7 @@ void UpdateChecker::adopt(const QByteArray& answer)
         fail(AppLanguage::string("APT's answer is not understood."));
         return;
     }
-    // APT does not update a program that it did not install.
+    // APT updates only programs that it has installed.
     if (policy->installed.isEmpty() || !policy->hasSource) {
         Log::info(logArea,
             QStringLiteral("no source of updates: %1")
@@ -141,7 +141,7 @@ void UpdateChecker::adopt(const QByteArray& answer)
 
 void UpdateChecker::fail(const QString& reason)
 {
-    // The earlier offer is still the best that is known.
+    // The stored offer is not changed: it is still the latest known result.
     Log::warning(logArea, QStringLiteral("the check failed: %1").arg(Log::escaped(reason)));
     end(AppLanguage::string("The check for updates failed: %1").arg(reason));
 }
@@ -152,7 +152,7 @@ void UpdateChecker::end(const QString& outcome, bool isOnOffer)
         m_query->deleteLater();
         m_query = nullptr;
     }
-    // APT may have been read before the change for which the second check was requested.
+    // The check that has ended may have read APT's lists before the change for which the second check was requested.
     if (std::exchange(m_isAskedAgain, false)) {
         begin();
         return;

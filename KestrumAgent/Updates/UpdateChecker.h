@@ -10,28 +10,28 @@ namespace kestrum {
 
 class AptQuery;
 
-/// Looks for newer versions of Kestrum in the system's package manager, and stores an offer in the shared settings. It
-/// downloads and installs nothing. A build without it is configured by KESTRUM_UPDATER; KESTRUM_DISABLE_UPDATER=1 in the
-/// environment disables it.
+/// Checks whether the system's package manager has a newer version of Kestrum, and stores that version in the shared
+/// settings. It downloads and installs nothing. The build option KESTRUM_UPDATER=OFF removes the checks;
+/// KESTRUM_DISABLE_UPDATER=1 in the environment disables them.
 class UpdateChecker final : public QObject {
     Q_OBJECT
 public:
     explicit UpdateChecker(QObject* parent = nullptr);
     ~UpdateChecker() override;
 
-    /// The Debian package of this program.
+    /// The name of this program's Debian package.
     static QString packageName();
 
-    /// Stores whether checks are possible, and checks once a day while the settings say so. Called once.
+    /// Stores whether checks are possible. Checks once a day while the settings ask for that. Must be called once only.
     void start();
 
-    /// Checks now, or once more as soon as the running check has ended; `finished` carries the last outcome.
+    /// Checks now. If a check is running, checks once more after it; `finished` then has the outcome of the last check.
     void check();
 
 Q_SIGNALS:
     /// The outcome of a requested check, as a sentence in the interface language: up to date, a new version, no source of
-    /// updates, or why it failed. `isOnOffer` says whether it is a new version. Emitted from the event loop, and not for
-    /// the daily checks.
+    /// updates, or why the check failed. `isOnOffer` is true for a new version. Emitted from the event loop, but not for the
+    /// daily checks.
     void finished(const QString& outcome, bool isOnOffer);
 
 private:
@@ -42,9 +42,9 @@ private:
     void end(const QString& outcome, bool isOnOffer = false);
 
     QTimer m_daily;
-    AptQuery* m_query = nullptr; ///< while a check runs
+    AptQuery* m_query = nullptr; ///< null while no check runs
     bool m_isAskedFor = false;
-    bool m_isAskedAgain = false; ///< while a check runs
+    bool m_isAskedAgain = false; ///< a check was requested while another one was running
 };
 
 } // namespace kestrum

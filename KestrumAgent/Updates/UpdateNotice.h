@@ -12,19 +12,18 @@
 
 namespace kestrum {
 
-/// Shows the outcome of a requested check for updates, by a notification of the desktop and in the agent's menu. It leads
-/// the user to an update: to the desktop's software centre or, where there is none, by the command to type. It installs
-/// nothing.
+/// Shows the outcome of a requested check for updates, in a desktop notification and in the agent's menu. For an update, it
+/// offers to open the desktop's software centre or, if there is none, shows the command to type. It installs nothing.
 class UpdateNotice final : public QObject {
     Q_OBJECT
 public:
     explicit UpdateNotice(QObject* parent = nullptr);
 
-    /// Shows `outcome`, a sentence in the interface language. `isOnOffer`: a newer version can be installed.
+    /// Shows `outcome`, a sentence in the interface language. `isOnOffer` is true if a newer version can be installed.
     void notify(const QString& outcome, bool isOnOffer);
 
-    /// Adds the last outcome, if there is one, to a menu. `token` gives the desktop's token for the window that a click in
-    /// the menu opens.
+    /// Adds the last outcome, if there is one, to `menu`. `token` returns the desktop's activation token, for the window
+    /// that a click on the entry opens.
     void addTo(QMenu& menu, const std::function<QByteArray()>& token);
 
 private:

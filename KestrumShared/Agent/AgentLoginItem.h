@@ -10,7 +10,7 @@ namespace kestrum {
 /// The login item by which the desktop starts the agent of the main bundle.
 namespace AgentLoginItem {
 
-/// Tells the agent that the desktop started it at login, and not a person.
+/// The argument that the desktop passes to the agent when it starts the agent at login.
 inline constexpr char argument[] = "--login";
 
 LoginItemService service();
@@ -18,13 +18,14 @@ LoginItemService service();
 /// Why the login item cannot be used.
 enum class Block { suppressed, translocated, incomplete };
 
-/// Checked at each call, by the process's environment and arguments and by the disk.
+/// Why the login item cannot be used at present; nothing if it can. Each call checks the process's environment and
+/// arguments, the path of the main bundle, and whether the agent's bundle exists on the disk.
 std::optional<Block> block();
 
-/// The sentence for people; to be translated.
+/// The reason as an English sentence for display, which is the key of its translation.
 const char* message(Block block);
 
-/// Whether the result is the requested one all the same: nothing had to be removed, or the item was there already.
+/// Whether the requested state is reached in spite of the failure: the item was removed or registered already.
 bool isHarmless(const Failure& failure);
 
 } // namespace AgentLoginItem

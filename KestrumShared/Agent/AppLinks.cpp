@@ -16,7 +16,7 @@ namespace {
 
 constexpr char category[] = "links";
 constexpr QLatin1StringView agentFolder("/Contents/Library/LoginItems");
-// With its length: under the sanitizers the compiler does not measure a named text in a constant.
+// The length is given explicitly: with sanitizers, the compiler cannot compute it in a constant expression.
 constexpr QLatin1StringView agentPath(ProcessScan::agentPathSuffix, sizeof ProcessScan::agentPathSuffix - 1);
 
 constexpr const char* agentVariables[] = { "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING",
@@ -78,7 +78,7 @@ bool AppLinks::isAgentRunning()
 
 std::optional<Bundle> AppLinks::runningAgentBundle(const QList<ProcessScan::Entry>& agents)
 {
-    // Of equal start times, the first in the scan's order.
+    // If start times are equal, the first agent in the scan's order counts.
     const auto first = std::min_element(agents.begin(), agents.end(),
         [](const auto& one, const auto& other) { return startOrNever(one) < startOrNever(other); });
     if (first == agents.end() || !first->path.endsWith(agentPath))
@@ -100,7 +100,7 @@ QMap<QString, QString> AppLinks::testEnvironment()
 void AppLinks::launchAgentIfNeeded(int retriesLeft)
 {
     if (isAgentRunning()) {
-        // The agent may have exited since.
+        // The agent may have exited since the check, so the list may be empty.
         const QList<ProcessScan::Entry> agents = agentProcesses();
         Log::info(category,
             QStringLiteral("agent already running (pid %1); retries left %2")

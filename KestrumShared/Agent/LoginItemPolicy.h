@@ -7,21 +7,21 @@
 
 namespace kestrum {
 
-/// Decides when the login item is left alone.
+/// Decides when the login item must not be changed.
 namespace LoginItemPolicy {
 
-/// The launch argument that leaves it alone.
+/// The launch argument that forbids changes of the login item.
 inline constexpr char suppressingArgument[] = "-KestrumNoLoginItem";
 
-/// Whether an environment and launch arguments forbid touching the login item, as tests and special builds do.
-/// "XCTestConfigurationFilePath" is set by a test runner; the name is the runner's.
+/// Whether an environment or launch arguments forbid changes of the login item, as in tests and special builds.
+/// "XCTestConfigurationFilePath" is a variable that a test runner sets.
 bool isSuppressed(const QMap<QString, QString>& environment, const QStringList& arguments);
 
-/// The same for this process.
+/// The same for this process's environment and arguments.
 bool isSuppressedHere();
 
-/// Whether a bundle runs from a temporary place, where it will not be at the next start. The name is that of the folder
-/// that it looks for, "AppTranslocation".
+/// Whether `path` is a temporary place, where the bundle will not be at the next start: a path with a folder
+/// "AppTranslocation".
 bool isTranslocated(const QString& path);
 
 } // namespace LoginItemPolicy

@@ -5,7 +5,7 @@ namespace kestrum {
 
 namespace {
 
-// Compared as bytes: the suffix is ASCII, which decoding does not change, so only the matches are decoded.
+// Compares bytes: the suffix is ASCII, so only matching paths have to be decoded.
 bool isAgent(QByteArrayView path)
 {
     return path.endsWith(QByteArrayView(ProcessScan::agentPathSuffix));

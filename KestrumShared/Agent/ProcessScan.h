@@ -9,19 +9,19 @@
 
 namespace kestrum {
 
-/// The running agents, from the kernel's process table: every agent process counts, in any bundle and also while it is
-/// quitting. Caches nothing between calls: a known process can become another program, and ids are reused. Main thread only.
+/// Finds the running agents in the kernel's process table. Every agent process counts, from any bundle, also while it is
+/// quitting. Nothing is cached between calls: a process can become another program, and ids are reused. Main thread only.
 namespace ProcessScan {
 
 struct Entry {
     qint32 pid = 0;
-    std::optional<double> started; ///< seconds since 1970; nothing when the kernel does not say
+    std::optional<double> started; ///< seconds since 1970; nothing if the kernel does not give it
     QString path;                  ///< of the executable
 
     bool operator==(const Entry&) const = default;
 };
 
-/// The end of the path of an agent's executable.
+/// How the path of every agent's executable ends.
 inline constexpr char agentPathSuffix[] = "/KestrumAgent.app/Contents/MacOS/KestrumAgent";
 
 /// All agents, in the order in which the kernel lists processes.

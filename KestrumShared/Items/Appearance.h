@@ -7,10 +7,11 @@
 
 namespace kestrum {
 
-/// Everything that a drawing of items asks of the settings, as it was at one moment. A drawing or measuring reads it once and
-/// passes it down: a save in between cannot give a picture with two styles. Never kept from one drawing to the next.
+/// The settings on which the look of items depends, as they were at one moment. A drawing or measurement creates one and
+/// passes it on, so that a change of the settings in between cannot give a picture with two styles. Never reuse it for the
+/// next drawing.
 struct Appearance {
-    /// The settings as they are now. Looks the store up once.
+    /// A snapshot of the shared settings as they are now.
     static Appearance current() { return Appearance(SharedSettings::store().snapshot()); }
 
     explicit Appearance(SettingsSnapshot values)
@@ -20,7 +21,7 @@ struct Appearance {
     {
     }
 
-    /// What only one section asks for, by its key.
+    /// The value of a key that only one section uses.
     template <class T> T value(const Key<T>& key) const { return valueIn(settings, key); }
     template <class Readout> Readout readout(const UnregisteredKey<Readout>& key) const
     {
@@ -36,7 +37,7 @@ struct Appearance {
 
     SettingsSnapshot settings;
     MeterShape shape;
-    bool hasLetters; ///< rather than icons
+    bool hasLetters; ///< letters as labels, not icons
 };
 
 } // namespace kestrum

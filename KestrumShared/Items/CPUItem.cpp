@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The CPU's item.
+// The menu-bar item of the CPU.
 
 #include "KestrumShared/Items/ItemGeometry.h"
 #include "KestrumShared/Items/SectionItem.h"
@@ -14,13 +14,13 @@ namespace {
 
 using namespace ItemGeometry;
 
-// Concentric with the outermost bars, whose ends are half as wide as a bar.
+// The corners are concentric with those of the outermost bars, whose radius is half a bar's width.
 void strokeTallFrame(ItemDrawing& drawing, const QRectF& frame)
 {
     drawing.strokeFrame(frame, 1.5, std::min(frame.height() / 2, barInset + barWidth / 2));
 }
 
-// The first bars that fit: the readings may know more cores than the frame was made for.
+// Draws only the bars that fit: the readings may have more cores than the frame was made for.
 void drawBars(ItemDrawing& drawing, const QRectF& frame)
 {
     strokeTallFrame(drawing, frame);

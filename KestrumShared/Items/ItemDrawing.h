@@ -8,8 +8,7 @@
 
 namespace kestrum {
 
-/// One drawing of one item: what it draws on, what it shows, and the shapes that all items are made of. Everything here outlives
-/// it.
+/// The context for one drawing of an item, with the shapes that all items use. The referenced objects must outlive it.
 struct ItemDrawing {
     Canvas& canvas;
     const MenuBarReadings& readings;
@@ -17,24 +16,24 @@ struct ItemDrawing {
     ColourScheme scheme;
     double scale; ///< pixels per point
 
-    /// The frame of a meter, with its corner radius for either shape.
+    /// Draws the frame of a meter. The two radii are those of the two meter shapes.
     void strokeFrame(const QRectF& rect, double squareRadius, double pillRadius);
-    /// A part of a meter that tells a value; a pill has round ends.
+    /// Fills the part of a meter that shows a value, with round ends if the meter shape is a pill.
     void fill(const QRectF& rect, const QColor& colour);
-    /// A narrow meter that fills from the bottom.
+    /// Draws a narrow meter that is filled from the bottom. `fraction` is 0…1.
     void gauge(const QRectF& frame, double fraction, const UnregisteredKey<MeterAccent>& accent);
-    /// A section's symbol; nothing where there is no drawing of it.
+    /// Draws a section's symbol; draws nothing if the symbol has no picture.
     void symbol(MonitorSection section, const QPointF& bottomLeft);
 };
 
-/// The meter of an item with the settings of one moment: its room in points, and how it is drawn into that. An item
-/// without a meter has an empty one.
+/// The meter of an item: its size and vertical position in points, and the function that draws it. `draw` is null for an
+/// item without a meter.
 struct ItemMeter {
     double width = 0;
     double bottom = 0;
     double height = 0;
     void (*draw)(ItemDrawing& drawing, const QRectF& frame) = nullptr;
-    double overhang = 0; ///< room kept beside it
+    double overhang = 0; ///< extra width that is reserved to the right of the meter
 };
 
 } // namespace kestrum

@@ -39,7 +39,7 @@ ItemFonts::ItemFonts(const QFont& base, int generation)
 {
 }
 
-// Computed on demand: measuring loads the font, which only items with letters need.
+// Computed only when needed: measuring loads the font, which only items with letters use.
 double ItemFonts::letterHeight() const
 {
     return QFontMetricsF(m_letters).height() * letterScale;

@@ -7,22 +7,22 @@
 
 namespace kestrum {
 
-/// The two fonts of menu-bar items, of the application's font family. Main thread only.
+/// The two fonts of menu-bar items, from the application's font family. Main thread only.
 class ItemFonts {
 public:
     /// Created at first use, and again whenever the application's font changes.
     static const ItemFonts& current();
 
-    /// 11 pixels, medium.
+    /// The font of the readouts: 11 pixels, medium weight.
     const MonospacedDigits& readout() const { return m_readout; }
 
-    /// The semibold font of the letters, enlarged, since Qt has whole pixel sizes only. Draw and measure it at `letterScale`, which
-    /// makes it 6.2 pixels.
+    /// The semibold font of the letters, ten times as large as they are shown, because Qt has whole pixel sizes only. Draw
+    /// and measure it scaled by `letterScale`, which gives 6.2 pixels.
     const QFont& letters() const { return m_letters; }
     static constexpr double letterScale = 0.1;
     double letterHeight() const;
 
-    /// Changes whenever the application's font does; part of cache keys.
+    /// A number that changes whenever the application's font does. It is part of cache keys.
     int generation() const { return m_generation; }
 
 private:

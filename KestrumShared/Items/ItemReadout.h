@@ -10,21 +10,21 @@
 
 namespace kestrum {
 
-/// One of the values that an item can show in words: what it is called, how it is written, and where it comes from. An item
-/// without a readout has an empty one.
+/// A value that an item can show as text: its title, its format, and its source. `kind` is null for an item without a
+/// readout.
 struct ItemReadout {
-    /// How values of a kind are written, and the room in points that is kept for them, without the gap before it. Room does
-    /// not follow the value: an item does not change its width while it counts.
+    /// How values of a kind are formatted, and the width in points that is reserved for them, without the gap before it. The
+    /// width does not depend on the value, so an item's width does not change with its readings.
     struct Kind {
         double room;
-        /// Nothing for a value that is as good as absent.
+        /// Formats `value` for the item; nothing if the value counts as absent.
         std::optional<QString> (*text)(double value, const Appearance& appearance);
-        /// How it is said where there is room for a unit; null: as it is written.
+        /// Makes a longer text with the unit for other places; null if the text needs no change.
         QString (*said)(const QString& text);
     };
     static const Kind percent, degrees, watts, bytes, revolutions;
 
-    /// A reading as a value; absent where the machine has none.
+    /// Calls the function `reading`; the result is absent if the machine has no such reading.
     template <auto reading> static std::optional<double> value(const MenuBarReadings& readings)
     {
         return (readings.*reading)();
@@ -33,13 +33,13 @@ struct ItemReadout {
     const char* title = nullptr; ///< in English
     const Kind* kind = nullptr;
     std::optional<double> (*read)(const MenuBarReadings&) = nullptr;
-    /// Marks the source that it needs.
+    /// Marks the source of the reading as wanted.
     void (*want)(WantedReadings&) = nullptr;
-    /// Whether it is a temperature whose colour warns.
+    /// Whether the value is a temperature that is shown in a warning colour when it is high.
     bool warns = false;
 
     double room() const { return kind ? kind->room : 0; }
-    /// Nothing when there is no readout, or its reading is absent.
+    /// The text for the item; nothing if there is no readout or the reading is absent.
     std::optional<QString> text(const MenuBarReadings& readings, const Appearance& appearance) const;
 };
 

@@ -8,10 +8,10 @@
 
 namespace kestrum {
 
-/// Parts of menu-bar items that look the same at every drawing, cached as images until the process ends. Main thread only.
+/// Parts of menu-bar items that always look the same, cached as images until the process ends. Main thread only.
 namespace ItemSprites {
 
-/// The symbol in the label colour of `scheme`; a null image when there is no drawing of it.
+/// The symbol in the label colour of `scheme`, at `scale` pixels per point; a null image if the symbol has no picture.
 QImage symbol(const QString& name, double pointSize, ColourScheme scheme, double scale);
 
 } // namespace ItemSprites

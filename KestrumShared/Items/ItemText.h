@@ -8,9 +8,9 @@
 
 namespace kestrum {
 
-/// What an item says in words, in the interface language: its name, what is measured, and the value, as in "Memory — Usage: 64%".
-/// Where the reading is absent it says that there is no sensor. An item without a readout says what its meter shows, and only its
-/// name where it has no meter.
+/// An item as text in the interface language: its name, the title of the readout, and the value, as in "Memory — Usage:
+/// 64%". If the reading is absent, the text says that there is no sensor. For an item without a readout, the text describes
+/// the meter; it is only the name if there is no meter either.
 QString itemText(MonitorSection section, const MenuBarReadings& readings,
     const Appearance& appearance = Appearance::current());
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The memory's item.
+// The menu-bar item of the memory.
 
 #include "KestrumShared/Items/ItemGeometry.h"
 #include "KestrumShared/Items/SectionItem.h"
@@ -11,7 +11,7 @@ namespace {
 
 using namespace ItemGeometry;
 
-// Whatever the readout shows, the meter shows the share in use.
+// The meter shows the share of memory in use, no matter which readout is chosen.
 ItemMeter memoryMeter(const Appearance&)
 {
     return { gaugeWidth, tallMeterBottom, tallMeterHeight,

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// Everything that a menu-bar item draws. Fractions are 0…1; an absent value means that the machine has no such sensor or
-/// that it was not read yet, and is never shown as zero. Items hold their readings weakly.
+/// The readings that menu-bar items show. Fractions are 0…1. An absent value means that the machine has no such sensor or
+/// that the value was not read yet; it is never shown as zero. Items hold weak pointers to their readings.
 class MenuBarReadings {
 public:
     virtual ~MenuBarReadings() = default;

@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// Believable fixed readings for previews; only the cores follow the machine.
+/// Fixed, plausible readings for previews. Only the number of cores is that of the machine.
 class SampleReadings final : public MenuBarReadings {
 public:
     /// For this machine.

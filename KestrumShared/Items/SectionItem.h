@@ -6,18 +6,18 @@
 
 namespace kestrum {
 
-/// The facts about one section's item: a row of the table of sections. Each row has a file of its own. Members without a
-/// default value: a row that forgets a fact does not compile.
+/// All properties of one section's item. Each of the four objects has a file of its own. The members have no default values,
+/// so that an object with a missing member does not compile.
 struct SectionItem {
     QLatin1StringView letters;
     QStringView symbol;
-    /// What the symbol says, in the interface language.
+    /// The section's name as a screen reader says it, in the interface language.
     QString (*description)();
-    /// As the settings call the section, in the interface language.
+    /// The section's name in the settings, in the interface language.
     QString (*name)();
     ItemMeter (*meter)(const Appearance&);
     ItemReadout (*readout)(const Appearance&);
-    /// The value that the meter shows, which is said where no readout is chosen; empty for an item without a meter.
+    /// The value that the meter shows. Texts use it if no readout is chosen. Empty for an item without a meter.
     ItemReadout shownByMeter;
 
     static const SectionItem cpu, memory, storage, sensors;
@@ -34,7 +34,7 @@ struct SectionItem {
         case MonitorSection::sensors:
             return sensors;
         }
-        return cpu; // for a number that is no section
+        return cpu; // for a number that is not an enumerator
     }
 };
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The sensors' item.
+// The menu-bar item of the sensors.
 
 #include "KestrumShared/Items/SectionItem.h"
 #include "KestrumShared/Items/StatusMetricView.h"
@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-// No meter. After the letters, in its place, stands the symbol.
+// The item has no meter. If the label is letters, the symbol is drawn in the meter's place.
 ItemMeter sensorsMeter(const Appearance& appearance)
 {
     if (!appearance.hasLetters)

@@ -31,7 +31,7 @@ void drawLabel(ItemDrawing& drawing, MonitorSection section)
     const ItemFonts& fonts = ItemFonts::current();
     const QColor colour = labelColour(drawing.scheme);
     const SpriteKey key { SpriteKey::Kind::letters, colour.rgba(), { int(section), fonts.generation() } };
-    // Wider than the room that is kept for them: the widest letters of some fonts are.
+    // The column is wider than the label's room, because the widest letters of some fonts are.
     const QRectF column(0, 0, 3 * lettersWidth, StatusMetricView::height);
     drawing.canvas.drawKept(key, column, [&](Canvas& canvas) {
         canvas.drawColumn(QPointF(margin, middle - fonts.letterHeight() / 2),
@@ -155,8 +155,7 @@ std::optional<QString> StatusMetricView::bytesText(std::optional<qint64> bytes)
 QString StatusMetricView::gibibytesText(double bytes)
 {
     const double gibibytes = bytes / 1073741824;
-    // One decimal up to where it would print as 10.0, the next unit from where a fourth digit would be
-    // needed.
+    // One decimal while that does not print 10.0. Tebibytes from where gibibytes would need a fourth digit.
     if (gibibytes >= 999.5)
         return fixedText(gibibytes / 1024, 1) + QLatin1Char('T');
     return fixedText(gibibytes, gibibytes >= 9.95 ? 0 : 1) + QLatin1Char('G');

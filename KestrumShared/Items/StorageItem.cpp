@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The start-up volume's item.
+// The menu-bar item of the start-up volume.
 
 #include "KestrumShared/Items/ItemGeometry.h"
 #include "KestrumShared/Items/SectionItem.h"
@@ -48,7 +48,7 @@ constinit const SectionItem SectionItem::storage {
     .letters = QLatin1StringView("SSD"),
     .symbol = u"internaldrive",
     .description = [] { return AppLanguage::string("SSD"); },
-    // Not what its symbol says.
+    // The settings use another name than `description`.
     .name = [] { return AppLanguage::string("Disk"); },
     .meter = storageMeter,
     .readout = storageReadout,

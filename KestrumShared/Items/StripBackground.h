@@ -10,22 +10,22 @@
 
 namespace kestrum {
 
-/// What is drawn below the items of a strip: the plate, which looks like a panel, and the backdrop of the item under the
+/// The backgrounds of a strip: the plate, which looks like a panel, and the backdrop, which marks the item under the
 /// pointer.
 namespace StripBackground {
 
 QColor plate(ColourScheme scheme);
 QColor backdrop(ColourScheme scheme);
 
-/// `x` rounded to the edge of a device pixel, so that what is drawn there is as sharp as at 0.
+/// `x` moved to the nearest edge of a device pixel, so that a drawing there is as sharp as at 0.
 double onPixel(double x, const QTransform& device);
-/// `rect` with its left and right edges on pixels.
+/// `rect` with its left and right edges moved to edges of pixels.
 QRectF onPixels(QRectF rect, const QTransform& device);
 
 /// Draws the backdrop of an item whose widened frame is `ground`.
 void drawBackdrop(QPainter& painter, const QRectF& ground, ColourScheme scheme);
-/// Draws that of an item that is lifted off: below the backdrop a piece of the plate, around it a shadow that reaches 2 points to
-/// the sides and 3 downwards.
+/// Draws the background of an item that is being dragged: a shadow, a piece of the plate, and the backdrop. The shadow
+/// reaches 2 points to the sides and 3 downwards.
 void drawLifted(QPainter& painter, const QRectF& ground, ColourScheme scheme);
 
 /// Corner radius of a backdrop, in points.

@@ -73,7 +73,7 @@ QRectF StripItems::ground(const Item& item)
 const StripItems::Item* StripItems::item(const QPointF& at) const
 {
     const auto found = std::find_if(m_list.begin(), m_list.end(), [&at](const Item& item) {
-        // Not QRectF::contains: it counts all four edges.
+        // QRectF::contains cannot be used: for it, all four edges belong to the rectangle.
         const QRectF ground = StripItems::ground(item);
         return ground.left() <= at.x() && at.x() < ground.right() && ground.top() < at.y()
             && at.y() <= ground.bottom();
@@ -104,8 +104,8 @@ void StripItems::drag(double pointer)
     qsizetype direction = 0;
     bool moved = true;
     while (moved) {
-        // An item that went one way is never due to go back. Only when the dragged one was hidden meanwhile,
-        // and the first stands in for it, could the two conditions call for each other for ever.
+        // The direction never changes within a call. If the dragged item is hidden by now, the first item is used in its
+        // place; then both conditions could become true in turn, and the loop would not end.
         if (direction <= 0 && i >= 1 && frame.left() < middleOf(m_list[i - 1]))
             direction = -1;
         else if (direction >= 0 && i < count - 1 && middleOf(m_list[i + 1]) < frame.right())

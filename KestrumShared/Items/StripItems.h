@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// The items of a strip, left to right, the one that is being dragged, and the rules by which they stand and make room
-/// for it. All coordinates are points from the bottom left of the strip.
+/// The items of a strip, left to right, and the item that is being dragged. Computes where the items stand, and how they
+/// make room for the dragged item. All coordinates are points from the bottom left of the strip.
 class StripItems {
 public:
     struct Item {
@@ -18,34 +18,34 @@ public:
         std::shared_ptr<StatusMetricView> view;
     };
 
-    /// Replaces all items by those of `order` that are visible, each at its place on the grid. The readings are held weakly. A drag
-    /// in progress continues with the new item of its section.
+    /// Replaces all items by new ones: the visible sections of `order`, each at its place on the grid. The items hold weak
+    /// pointers to the readings. A drag in progress continues with the new item of its section.
     void rebuild(const QList<MonitorSection>& order, const std::shared_ptr<const MenuBarReadings>& readings,
         const Appearance& appearance = Appearance::current());
 
     const QList<Item>& list() const { return m_list; }
     QList<MonitorSection> sections() const;
-    /// Of all items and the gaps between them.
+    /// The size of all items and the gaps between them, in points.
     QSizeF size() const;
 
-    /// -1 and null for a section that is not shown.
+    /// The index of a section's item, and the item; -1 and null if the section is not shown.
     int index(MonitorSection section) const;
     const Item* item(MonitorSection section) const;
 
-    /// The item's frame, widened to the left and to the right by the reach of its backdrop.
+    /// The area of an item's backdrop: the item's frame, widened to the left and to the right.
     static QRectF ground(const Item& item);
-    /// The first item whose ground contains the point. The left edge belongs to it, the right one does not;
-    /// nor does the bottom one, as pixels count from the top. Null when there is none.
+    /// The first item whose ground contains the point; null if there is none. The left and top edges belong to a ground. The
+    /// right and bottom edges do not, because pixels count from the top left.
     const Item* item(const QPointF& at) const;
 
     void swap(int first, int second) { m_list.swapItemsAt(first, second); }
 
-    /// Begins to drag `item`, grabbed where the pointer is.
+    /// Begins to drag `item`. `pointer` is the x coordinate at which the pointer grabs it.
     void grab(const Item& item, double pointer);
     /// The section of the dragged item; nothing without a drag.
     std::optional<MonitorSection> dragged() const;
-    /// Moves the dragged item to the pointer, or as near as the strip allows. Neighbours whose middle it has passed swap places
-    /// with it; all others stand on the grid. Does nothing without a drag.
+    /// Moves the dragged item to the pointer, but not out of the strip. The dragged item changes places with each neighbour
+    /// whose middle it has passed; all other items stand on the grid. Does nothing without a drag.
     void drag(double pointer);
     /// Ends the drag. The item stays where it is until the next `rebuild`.
     void drop() { m_drag.reset(); }
@@ -53,7 +53,7 @@ public:
 private:
     struct Drag {
         Item item;
-        double grabOffset; ///< pointer less the item's left edge at the time of the grab
+        double grabOffset; ///< distance from the item's left edge to the pointer at the start of the drag
     };
 
     QList<Item> m_list;

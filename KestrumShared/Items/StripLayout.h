@@ -8,22 +8,22 @@
 
 namespace kestrum {
 
-/// Where the items of the strip stand, in points from its left edge.
+/// The positions of the items in the strip, in points from its left edge.
 struct StripLayout {
     struct Item {
         MonitorSection section;
-        std::optional<double> x; ///< nothing for a hidden item, which takes no room
-        double width;            ///< of a hidden item: what it would take
+        std::optional<double> x; ///< left edge; nothing for a hidden item, which takes no room
+        double width;            ///< for a hidden item: the width that it would have
 
         bool isShown() const { return x.has_value(); }
     };
 
-    /// The rule by which items stand: from the left edge, with a gap between two neighbours.
+    /// Computes the items' positions one after the other: from the left edge, with a gap between two items.
     class Grid {
     public:
-        /// The left edge of the next item, which is so wide.
+        /// The left edge of the next item, whose width is `itemWidth`.
         double place(double itemWidth);
-        /// Of all items so far.
+        /// The total width of all items so far.
         double width() const;
 
     private:
@@ -31,11 +31,11 @@ struct StripLayout {
     };
 
     QList<Item> items; ///< every section of the stored order, hidden ones included
-    double width = 0;  ///< of the whole strip; 0 when nothing is shown
+    double width = 0;  ///< width of the whole strip; 0 when no item is shown
 
-    /// In the stored order.
+    /// The layout of the items in the stored order.
     static StripLayout current(const Appearance& appearance = Appearance::current());
-    /// In any other order.
+    /// The layout of the items in the given order.
     static StripLayout of(
         const QList<MonitorSection>& order, const Appearance& appearance = Appearance::current());
 };

@@ -10,32 +10,32 @@
 
 namespace kestrum {
 
-/// A strip as both programs show it: its items, what the pointer does to them, and what is painted where. A widget shows it,
-/// hands on what happens to it, and decides when it is built anew. All points and rectangles are in the widget's coordinates:
-/// points from the top left, with some room around the row of items.
+/// A strip as both programs show it: its items, its reactions to the pointer, and its painting. A widget shows the scene,
+/// passes its mouse events on, and decides when the items are created again. All points and rectangles are in the widget's
+/// coordinates: points from the top left, with a margin around the row of items.
 class StripScene final : public QObject {
     Q_OBJECT
 public:
     using Item = StripItems::Item;
 
-    /// `room` is what the widget is larger than the row of items on each side.
+    /// `room` is the margin around the row of items: its width is left and right of the row, its height above and below.
     StripScene(std::shared_ptr<const MenuBarReadings> readings, QSize room);
 
-    /// Builds the items anew, in the stored order or in any other. A drag in progress continues.
+    /// Creates the items again, in the stored order or in the given one. A drag in progress continues.
     void rebuild(const Appearance& appearance);
     void rebuild(const QList<MonitorSection>& order, const Appearance& appearance);
 
     const StripItems& items() const { return m_items; }
-    /// Of the whole widget.
+    /// The size of the whole widget.
     QSize size() const;
 
-    /// From the widget's coordinates to those of `StripItems`, and back.
+    /// Convert the widget's coordinates to those of `StripItems`, and back.
     QPointF stripPoint(const QPointF& point) const;
     QRectF widgetRect(const QRectF& stripRect) const;
 
-    /// How far to the right of its place each item is drawn; nothing when not set.
+    /// Sets a function that gives how far to the right of its position each item is drawn. Without it, there is no offset.
     void setOffset(std::function<double(MonitorSection)> offset) { m_offset = std::move(offset); }
-    /// Where an item is drawn, and where its backdrop is.
+    /// The frame in which an item is drawn, and the area of its backdrop.
     QRectF frame(const Item& item) const;
     QRectF ground(const Item& item) const;
 
@@ -43,39 +43,39 @@ public:
     std::optional<MonitorSection> dragged() const { return m_items.dragged(); }
     Qt::CursorShape cursor() const;
 
-    /// The item at a place while none is being dragged, else null.
+    /// The item at `point`; null if there is none or an item is being dragged.
     const Item* resting(const QPointF& point) const;
-    /// The pointer moves without a button, or leaves. Nothing happens during a drag.
+    /// Handle a pointer that moves without a button, or leaves. Both do nothing during a drag.
     void hover(const QPointF& point);
     void leave();
-    /// A press of the left button on an item begins a drag; the item, or null.
+    /// Begins a drag if the left button is pressed on an item. Returns that item, or null.
     const Item* grab(const QMouseEvent& press);
     void drag(const QPointF& point);
-    /// Its release ends the drag and stores the order. False for any other.
+    /// Ends the drag and stores the order when the left button is released. False without a drag, or for another button.
     bool drop(const QMouseEvent& release);
-    /// Moves an item to the place of another, by their indices, and stores the order.
+    /// Swaps the items at two indices, and stores the order.
     void move(int from, int to);
 
-    /// What lies below an item that is being dragged: its backdrop alone, or a piece of the plate, which lifts it off.
+    /// The background of an item that is being dragged: only its backdrop, or also a piece of the plate with a shadow.
     enum class DragLook { backdrop, lifted };
-    /// Paints backdrops, and the items by `drawItem`, which gets the place of an item's top left corner. The dragged one lies
-    /// above its neighbours.
+    /// Paints the backdrops, and calls `drawItem` with each item and the position of its top left corner. The dragged item
+    /// is painted last, above its neighbours.
     void paint(QPainter& painter, ColourScheme scheme, DragLook look,
         const std::function<void(const Item&, const QPointF&)>& drawItem) const;
 
-    /// What an item may draw beyond its frame's right edge, in points.
+    /// How far an item may draw beyond its frame's right edge, in points.
     static constexpr int spareWidth = 2;
-    /// An item as a picture, `spareWidth` wider than its frame. `scale` is pixels per point.
+    /// A picture of an item, `spareWidth` wider than its frame. `scale` is pixels per point.
     static QImage picture(const Item& item, ColourScheme scheme, double scale, const Appearance& appearance);
 
-    /// What an item says beside its meter; empty when it says nothing.
+    /// The text beside an item's meter; empty when there is none.
     QString readoutText(MonitorSection section, const Appearance& appearance = Appearance::current()) const;
-    /// What an item says in words, by `itemText`; and what all of them say, one a line.
+    /// An item's text from `itemText`; and the texts of all items, one per line.
     QString text(MonitorSection section, const Appearance& appearance = Appearance::current()) const;
     QString summary() const;
 
 Q_SIGNALS:
-    /// An item looks different there. A dragged one may reach a little further.
+    /// Items in `area` look different. The shadow of a dragged item may reach a little further.
     void changed(const QRectF& area);
 
 private:

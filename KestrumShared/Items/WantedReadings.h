@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// Which readings the shown items draw: one truth value for each source.
+/// The sources whose readings the visible items show.
 struct WantedReadings {
     bool cpuLoad = false;
     bool cpuPower = false;
@@ -16,7 +16,7 @@ struct WantedReadings {
     bool systemPower = false;
     Sensors::Wanted sensors;
 
-    /// What the items of `sections` draw with the readouts of `appearance`.
+    /// The sources of the items of `sections`, with the readouts that `appearance` has for them.
     static WantedReadings of(
         const QList<MonitorSection>& sections, const Appearance& appearance = Appearance::current());
 

@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// A block of a panel: parts one below the other, under a title if there is one.
+/// A block of a panel: parts one below the other, and an optional title above them.
 struct DenseSection {
     std::optional<QString> title = std::nullopt;
     QList<PanelPart> content = {};

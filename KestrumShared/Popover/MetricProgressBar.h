@@ -10,8 +10,9 @@ namespace kestrum {
 
 /// A thin bar that is filled from its leading end.
 struct MetricProgressBar {
-    double value = 0; ///< share of the bar that is filled; above 1 all of it, below 0 and no number none
-    std::optional<QColor> fillColour = std::nullopt; ///< nothing for the panel's own
+    double value
+        = 0; ///< filled share of the bar; a value above 1 fills all of it, a negative value or NaN nothing
+    std::optional<QColor> fillColour = std::nullopt; ///< nothing for the default colour
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;

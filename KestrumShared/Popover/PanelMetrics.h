@@ -3,7 +3,7 @@
 
 namespace kestrum {
 
-/// The spacing of a panel, in points, the same for all of its parts.
+/// The measures of a panel in points, the same for all of its parts.
 struct PanelMetrics {
     double usageGraphHeight = 70;
     double loadGraphHeight = 72;

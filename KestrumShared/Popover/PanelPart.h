@@ -10,9 +10,9 @@
 
 namespace kestrum {
 
-/// The interface of a panel's part: its height, and drawing it into a rectangle of that height and any width. Sizes are
-/// points. It may leave the painter's pen, brush and font changed, and nothing else. Parts are no widgets, so that miniatures and
-/// popovers can draw the same ones.
+/// The interface of a panel's part. `height` gives its height, and `draw` draws it into a rectangle of that height and any
+/// width, all in points. `draw` may change only the pen, brush and font of the painter. Parts are not widgets, because
+/// miniatures and popovers draw the same parts.
 template <class T>
 concept DrawnPart
     = requires(const T& part, QPainter& painter, const QRectF& rect, const PanelEnvironment& environment)
@@ -23,7 +23,7 @@ concept DrawnPart
     part.draw(painter, rect, environment);
 };
 
-/// Any part of a panel, held by value. Parts do not change, so copies share it.
+/// Holds any part of a panel. Copies share the part, which never changes.
 class PanelPart {
 public:
     template <DrawnPart T>

@@ -15,7 +15,7 @@ struct PanelText {
     QColor colour;
 
     double height(const PanelEnvironment& environment) const;
-    /// Centred in a higher rectangle.
+    /// Draws the text, vertically centred if `rect` is higher than the text.
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
 };
 

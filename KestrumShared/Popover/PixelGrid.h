@@ -9,7 +9,7 @@ namespace kestrum {
 /// The pixel grid of a painter's device, at any scale.
 namespace PixelGrid {
 
-/// `rect` with its edges moved to the nearest pixels, and at least one pixel wide and high.
+/// `rect` with its edges moved to the nearest pixel edges; at least one pixel wide and high.
 QRectF aligned(const QRectF& rect, const QPainter& painter);
 
 } // namespace PixelGrid

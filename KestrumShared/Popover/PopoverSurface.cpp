@@ -13,7 +13,7 @@ QColor opaqueGround(ColourScheme scheme)
                                         : QColor::fromRgbF(0.78F, 0.80F, 0.82F);
 }
 
-constexpr float shade = 0.07F; ///< of black over the translucent material
+constexpr float shade = 0.07F; ///< opacity of the black layer over the translucent material
 
 } // namespace
 

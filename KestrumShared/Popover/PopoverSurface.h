@@ -11,12 +11,11 @@ namespace kestrum {
 
 /// The background of a popover, opaque or translucent.
 struct PopoverSurface {
-    /// Nothing for the stored setting, which is read at each drawing.
+    /// If nothing, the stored setting is used; it is read at each drawing.
     std::optional<PopoverBackground> background = std::nullopt;
-    /// Whether the content behind it belongs to the same window.
+    /// Whether the content behind the popover belongs to the same window.
     bool blendsWithinWindow = false;
 
-    /// Fills `rect`, with rounded corners.
     void draw(QPainter& painter, const QRectF& rect, double cornerRadius,
         const PanelEnvironment& environment) const;
 };

@@ -9,12 +9,13 @@
 
 namespace kestrum {
 
-/// A line of a panel: a title, and its value at the trailing edge. Both have the font of the environment. In a narrow panel
-/// the title is cut, never the value.
+/// A row of a panel: a title at the leading edge and a value at the trailing edge, both in the font of the environment. In a
+/// narrow panel, the title is shortened, never the value.
 struct ValueRow {
     QString title;
     QString value;
-    std::optional<QColor> colour = std::nullopt; ///< of a dot before the title, the key of a graph
+    std::optional<QColor> colour
+        = std::nullopt; ///< colour of a dot before the title, which is the key of a graph
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;

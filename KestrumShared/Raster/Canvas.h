@@ -18,12 +18,12 @@
 
 namespace kestrum {
 
-/// A painter for a drawing whose origin is at the bottom left, y upwards: the only place of the drawing that turns
-/// coordinates over. Sizes are points. Borrows the painter, whose state it leaves as it found it. On pixels it draws
-/// the shapes of meters by `PixelPainter`, with the same look.
+/// A painter for a drawing whose origin is at the bottom left, with y upwards. Only this class converts to the painter's
+/// coordinates. Sizes are points. It uses the given painter and restores its state at the end. On devices with pixels,
+/// `PixelPainter` draws the shapes of meters, with the same look.
 class Canvas {
 public:
-    /// A drawing of `size` points whose top left corner stands at `topLeft` of the painter's coordinates.
+    /// Begins a drawing of `size` points whose top left corner is at `topLeft` in the painter's coordinates.
     Canvas(QPainter& painter, const QPointF& topLeft, const QSizeF& size);
     ~Canvas();
     Canvas(const Canvas&) = delete;
@@ -31,23 +31,25 @@ public:
 
     QRectF bounds() const { return QRectF(QPointF(0, 0), m_size); }
 
-    /// Rectangles are given by their bottom left corner and size.
+    /// A rectangle's x and y are its bottom left corner.
     void fillRect(const QRectF& rect, const QColor& colour);
     void fillRoundedRect(const QRectF& rect, double radius, const QColor& colour);
     void strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour);
-    /// What lies between a line that runs from left to right and the height `bottom`, which is nowhere above the line.
+    /// Fills the area between `line`, which runs from left to right, and the height `bottom`, which is not above any point
+    /// of `line`.
     void fillBelow(const QPolygonF& line, double bottom, const QColor& colour);
-    /// Single letters, the first on top, around the line box that has its bottom left corner at `origin`. Their base lines
-    /// are as many whole pixels apart as come nearest to `distance`. `shrink` makes the font's size, which is whole pixels
-    /// in Qt, any size.
+    /// Draws single letters below each other, the first on top, centred vertically around a line box with its bottom left
+    /// corner at `origin`. The distance of their base lines is `distance`, rounded to whole pixels. `shrink` scales the
+    /// font, because Qt's font sizes are whole pixels.
     void drawColumn(const QPointF& origin, QLatin1StringView letters, double distance, const QFont& font,
         const QColor& colour, double shrink);
-    /// The text's line box has its bottom left corner at `origin`.
+    /// Draws `text` in a line box with its bottom left corner at `origin`.
     void drawText(
         const QPointF& origin, const QString& text, const MonospacedDigits& font, const QColor& colour);
-    /// The image, of its own size in points, with its bottom left corner at `origin`.
+    /// Draws the image, in its own size in points, with its bottom left corner at `origin`.
     void drawImage(const QPointF& origin, const QImage& image);
-    /// What `draw` draws within `rect`; the same drawing may be kept as a picture under `key`.
+    /// Calls `draw`, which draws within `rect`. The result may be cached as a picture under `key` and used instead of the
+    /// next call.
     void drawKept(const SpriteKey& key, const QRectF& rect, const std::function<void(Canvas&)>& draw);
 
 private:

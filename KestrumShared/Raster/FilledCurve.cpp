@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// How much of a pixel lies below the line is computed exactly, as an area. The line is cut at the pixels' vertical
-// edges; within a column each piece of it is straight and has its pixels, counted from the bottom upwards, in three
-// zones: fully below, crossed, fully above. Only the crossed ones need a computation. A piece covers each pixel for its
-// own share of the column's width, and the shares of a column's pieces add up.
+// The coverage of a pixel is its area below the line, computed exactly. The line is cut at the vertical edges of the pixels,
+// so that it consists of straight pieces within each column of pixels. The pixels of a column are in three zones, from the
+// bottom upwards: completely below the line, crossed by it, completely above it. Only crossed pixels need a computation.
+// Each piece covers pixels for its own share of the column's width, and the shares of a column's pieces are added.
 
 #include "KestrumShared/Raster/FilledCurve.h"
 
@@ -12,14 +12,14 @@
 namespace kestrum {
 namespace {
 
-// The painter places outlines on 64ths of a pixel; so does this, to look the same.
+// Rounds to 64ths of a pixel, as the painter does with outlines, to get the same look.
 double snapped(double pixels)
 {
     return std::floor(pixels * 64 + 0.5) / 64;
 }
 
-// The area below a line over a stretch of it in which it rises from far below a pixel's lower edge to `height` above
-// it at a slope of 1, within that pixel and of width 1.
+// The area within a pixel row, which is 1 high, below a line that rises with slope 1 from below the row to `height` above
+// the row's lower edge. The width of the area is not limited to one pixel.
 double risenArea(double height)
 {
     if (height <= 0)
@@ -27,7 +27,8 @@ double risenArea(double height)
     return height < 1 ? height * height / 2 : height - 0.5;
 }
 
-// The share of a pixel below a line that crosses it from `low` to `high`, counted from the pixel's lower edge.
+// The average share of a pixel's height below a straight line from the height `low` to the height `high`. Both heights are
+// measured from the pixel's lower edge.
 double shareBelow(double low, double high)
 {
     if (high - low < 1e-6)
@@ -81,7 +82,9 @@ void FilledCurve::make(const QList<QPointF>& line, double bottom, const QColor& 
         writeColumn(column, coverColumn(column, segment), floorY - snapped(bottom));
 }
 
-// Leaves in `m_steps[row]` by how much more of that row's pixel is covered than of the one's above it.
+// Computes the coverage of the pixel column whose left edge is `left`. Adds to `m_steps[row]` the coverage of the pixel in
+// that row, less the coverage of the pixel above. The search begins at `segment`, which is moved past segments that end
+// before the column.
 FilledCurve::Column FilledCurve::coverColumn(double left, std::size_t& segment)
 {
     Column column { m_area.height(), 0, 0 };
@@ -138,7 +141,7 @@ void FilledCurve::writeColumn(int x, const Column& column, double floorGap)
     const QRgb solid = pixel(column.width);
     for (; row >= 0; --row, next += pitch)
         *next = solid;
-    // The bottom may lie within the lowest row.
+    // The lower edge of the area may be inside the lowest row.
     const double lowest = column.solidRows > 0 ? column.width : coverage;
     *(next - pitch) = pixel(lowest - column.width * floorGap);
 }

@@ -11,15 +11,15 @@
 
 namespace kestrum {
 
-/// The area below a line, as a picture with smooth edges, computed on the spot: the painter needs five times as long
-/// for it, and other threads' help when the colour is translucent. Keeps its memory for the next curve.
+/// The area below a line, as a picture with smooth edges. The painter needs five times as long for such an area, and help
+/// from other threads if the colour is translucent. The memory is used again for the next curve.
 class FilledCurve {
 public:
-    /// Makes the picture of what lies between `line`, which runs from left to right, and `bottom`, which is nowhere
-    /// above the line; in pixels, y downwards.
+    /// Makes the picture of the area between `line`, which runs from left to right, and `bottom`, which is not above any
+    /// point of `line`. Coordinates are pixels, y downwards.
     void make(const QList<QPointF>& line, double bottom, const QColor& colour);
 
-    /// Which pixels the picture covers; they are the upper left part of `image`, which is larger at times.
+    /// The device pixels that the picture covers. The picture is the upper left part of `image`, which may be larger.
     QRect area() const { return m_area; }
     const QImage& image() const { return m_image; }
 
@@ -29,9 +29,9 @@ private:
         double height;
     };
     struct Column {
-        int solidRows; ///< so many from the bottom are covered over the column's whole width
-        int rows;      ///< all above these are not covered
-        double width;  ///< covered part of the column's width
+        int solidRows; ///< number of rows, from the bottom, that are covered over all of `width`
+        int rows;      ///< number of rows, from the bottom, that are covered at all
+        double width;  ///< the share of the column's width that the line spans
     };
     void setColour(const QColor& colour);
     QRgb pixel(double coverage) const;
@@ -41,9 +41,9 @@ private:
     QRect m_area;
     QImage m_image;
     QRgb m_colour = 0;
-    std::array<QRgb, 256> m_pixels {}; ///< the colour at each coverage
-    std::vector<Point> m_line;         ///< heights are counted from the lower edge of the area
-    std::vector<double> m_steps;       ///< see coverColumn
+    std::array<QRgb, 256> m_pixels {}; ///< the colour for each coverage of 0…255
+    std::vector<Point> m_line;         ///< heights are measured from the lower edge of the area
+    std::vector<double> m_steps;       ///< see `coverColumn`
 };
 
 } // namespace kestrum

@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// The blue of the symbols that stand before headings.
+/// The blue of symbols and titles in headings.
 inline QColor headingBlue(ColourScheme scheme)
 {
     return scheme == ColourScheme::dark ? QColor::fromRgbF(0.39F, 0.70F, 1.0F)

@@ -5,15 +5,16 @@
 
 namespace kestrum {
 
-/// How the readout of the sensors' item warns where it is a temperature. All other texts of items have the labels' colour.
+/// The warning colours of temperatures in the readout of the sensors' item. All other texts of items have the label colour.
 namespace HeatColour {
 
-/// From so many degrees Celsius on it has another colour. The page's footnote shows these numbers too.
+/// The lowest temperatures with a warning colour, in degrees Celsius. The footnote of the settings page shows these numbers
+/// too.
 inline constexpr double amberFrom = 85;
 inline constexpr double redFrom = 95;
 
-/// The colour of a temperature in degrees Celsius; the labels' below all warnings. As texts on the strip's plate need
-/// to be: deep on the light one, pale on the dark one.
+/// The colour of a temperature in degrees Celsius; the label colour below the warnings. To be readable on the strip's plate,
+/// the warning colours are dark on the light plate and pale on the dark one.
 inline QColor of(double celsius, ColourScheme scheme)
 {
     const bool isDark = scheme == ColourScheme::dark;

@@ -10,15 +10,15 @@
 
 namespace kestrum {
 
-/// Texts whose digits all take the room of the widest one, so that a number that counts does not jitter:
-/// Qt 6.4 cannot ask a font for its tabular figures. For short texts of numbers and units; one with letters that are
-/// written from the right is left to Qt as it is.
+/// Draws texts in which all digits are as wide as the widest one, so that a changing number does not move. Qt 6.4 cannot
+/// select a font's tabular digits. For short texts of numbers and units. Qt itself draws a text that has right-to-left
+/// letters or characters that the font lacks, without equal widths.
 class MonospacedDigits {
 public:
     explicit MonospacedDigits(const QFont& font);
 
     const QFont& font() const { return m_font; }
-    /// Measures of a line and of a text, in the units that `draw` draws in.
+    /// Measures of a line and of a text, in the units in which `draw` draws.
     double lineHeight() const { return m_ascent + m_descent; }
     double descent() const { return m_descent; }
     double width(const QString& text) const;
@@ -28,8 +28,8 @@ public:
 
 private:
     struct Glyph {
-        quint32 index;  ///< 0 when Qt is to draw the text that has it
-        double offset;  ///< from the left end of its cell
+        quint32 index;  ///< 0 if Qt has to draw every text with this character
+        double offset;  ///< distance of the glyph from the left end of its cell
         double advance; ///< width of the cell
     };
     const Glyph& glyph(QChar character) const;

@@ -11,7 +11,7 @@ namespace kestrum {
 namespace {
 
 constexpr int grid = 64;
-// For what is drawn in few places and need not share pictures.
+// For drawings that appear in few places, so that they need not share pictures.
 constexpr int fineGrid = 1024;
 
 bool keepsPictures = true;
@@ -91,8 +91,8 @@ void PixelPainter::begin()
     if (m_isBegun)
         return;
     m_isBegun = true;
-    // What the painter adds to its own transformation, by a window's place in its store or the device's pixel
-    // ratio, is taken away again.
+    // Cancels what the painter adds to its world transformation: the window's position in its backing store, or the device's
+    // pixel ratio.
     m_painter.setWorldTransform(m_device.inverted() * m_points);
 }
 
@@ -166,25 +166,27 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
         return;
     }
     const auto picture = [&](int firstRow, int rows, int upperEdge, int lowerEdge) {
-        // Drawn whole and cut afterwards: what reaches over an image's edge the engine draws with coarser curves.
+        // The end is drawn completely and cut afterwards: the engine draws shapes that reach over an image's edge with
+        // coarser curves.
         const int row = pixelBelow(upperEdge);
         QImage image = transparent(QSize(columns, pixelAbove(lowerEdge) - row));
         QPainter painter(&image);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.translate(-x, -row);
-        // In points, too: the engine draws another curve for the same one in pixels.
+        // Drawn in points, as without a cache: in pixels, the engine would draw slightly different curves.
         painter.scale(m_scale, m_scale);
         drawShape(painter, inPoints(left, upperEdge, right, lowerEdge), radius / m_scale, colour);
         painter.end();
         return image.copy(0, firstRow - row, columns, rows);
     };
 
-    // The first row in which the upper end has its full width, and the last of which the lower end leaves that width.
+    // `cut` is the first row below the rounded upper end; `lastCut` is the row in which the rounding of the lower end
+    // begins.
     const int cut = pixelAbove(top + rounding);
     const int lastCut = pixelBelow(bottom - rounding);
     const int originX = x * grid;
     if (cut > lastCut) {
-        // Too low to be cut: kept whole.
+        // The bar is too low to be cut, so it is cached as a whole.
         const SpriteKey key { SpriteKey::Kind::column, colour.rgba(),
             { left - originX, right - originX, top - y * grid, bottom - y * grid, rounding, 0, 0 } };
         const QImage& whole
@@ -192,8 +194,8 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
         m_painter.drawImage(QPointF(x, y), whole);
         return;
     }
-    // Upper and lower end from two pictures: the ends differ only by their place within a pixel, so bars of all heights
-    // share them.
+    // The bar consists of two pictures, with the upper and the lower end. The ends depend only on their position within a
+    // pixel, so that bars of all heights share the pictures.
     const SpriteKey topKey { SpriteKey::Kind::columnTop, colour.rgba(),
         { left - originX, right - originX, top - y * grid, rounding, 0, 0, 0 } };
     const QImage& upper = SpriteCache::shared().sprite(

@@ -13,40 +13,41 @@
 
 namespace kestrum {
 
-/// Draws the shapes of meters in the pixels of the painter's device, several times faster than the painter does and
-/// with the same look. All coordinates are device pixels, y downwards. Borrows the painter, which is to be used by
-/// nobody else between `begin` and `end`.
+/// Draws the shapes of meters in the pixels of the painter's device, several times faster than the painter and with the same
+/// look. All coordinates are device pixels, y downwards. Between `begin` and `end`, nothing else may use the painter.
 ///
-/// Two things are slow in the raster engine: making an anti-aliased outline, and filling it with a translucent colour,
-/// for which it even wakes other threads. So shapes that come again are kept as pictures, and the filled curve, which
-/// never comes again, is computed here. The engine places outlines on 64ths of a pixel; kept pictures stand on
-/// the same grid, so the pixels stay the same and their number has a bound.
+/// Two things are slow in Qt's raster engine: making an anti-aliased outline, and filling it with a translucent colour, for
+/// which the engine even wakes other threads. So repeated shapes are cached as pictures. The filled curve, which never
+/// repeats, is computed here. The engine places outlines on 64ths of a pixel. The cached pictures use the same grid, so that
+/// the pixels are the same as the engine's and the number of pictures is limited.
 class PixelPainter {
 public:
-    /// Whether the painter draws pixels, upright, in one scale, and with plain blending: all else is left to it.
+    /// Whether this class can be used: the painter's engine must be the raster engine, and its coordinates must not be
+    /// rotated or mirrored, with one scale for both directions. Composition mode and opacity must be the defaults.
     static bool canServe(const QPainter& painter);
 
-    /// False lets the painter itself draw the same shapes, so that look and speed can be compared.
+    /// False turns the cache off: the painter itself then draws the shapes, so that look and speed can be compared.
     static void setKeepsPictures(bool keeps);
 
     explicit PixelPainter(QPainter& painter);
 
-    /// From points of the painter to device pixels.
+    /// Convert the painter's points to device pixels.
     QRectF toDevice(const QRectF& rect) const;
     QPointF toDevice(const QPointF& point) const;
     double scale() const { return m_scale; }
 
-    /// Makes the painter's coordinates device pixels, and points again.
+    /// `begin` changes the painter's coordinates to device pixels, `end` changes them back to points.
     void begin();
     void end();
 
-    /// An upright bar with round ends of `radius`, 0 for a plain rectangle; at least as high as its ends.
+    /// Draws an upright bar with round ends of the given radius, 0 for a plain rectangle. The bar must be at least as high
+    /// as its ends.
     void fillColumn(const QRectF& rect, double radius, const QColor& colour);
-    /// What lies between a line that runs from left to right and `bottom`, which is nowhere above the line.
+    /// Fills the area between `line`, which runs from left to right, and `bottom`, which is not above any point of `line`.
     void fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour);
 
-    /// What `draw(QPainter &)` draws within `rect`, kept under `key`, to which scale and place within a pixel are added. The painter
-    /// that it gets draws in points, like the one that is borrowed.
+    /// Draws the picture that is cached under `key`, within `rect`. If there is none, `draw` draws it, with a painter whose
+    /// coordinates are points. The scale and the position within a pixel are added to `key`.
     void drawKept(SpriteKey key, const QRectF& rect, const std::function<void(QPainter&)>& draw);
 
 private:

@@ -6,10 +6,10 @@
 namespace kestrum {
 namespace {
 
-// Enough for all bars of a large machine in two colours and for the frames of all items; less than a tenth of
-// what the agent may take.
+// Enough for all bars of a machine with many cores in two colours and for the frames of all items. It is less than a tenth
+// of the memory that the agent may use.
 constexpr qsizetype limitInBytes = qsizetype(2) << 20;
-// What a small image costs beside its pixels.
+// The memory that an image takes in addition to its pixels.
 constexpr qsizetype overheadInBytes = 256;
 
 } // namespace
@@ -27,7 +27,7 @@ SpriteCache& SpriteCache::shared()
 
 const QImage& SpriteCache::keep(const SpriteKey& key, QImage image)
 {
-    // The cache may refuse it as too large, or drop it with the next one.
+    // A copy, because the cache may reject an image that is too large, or delete it when the next one is inserted.
     m_latest = std::move(image);
     m_images.insert(key, new QImage(m_latest), m_latest.sizeInBytes() + overheadInBytes);
     return m_latest;

@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// What a kept picture shows: a kind, and the numbers that decide about its pixels.
+/// The key of a cached picture: a kind, a colour, and all numbers on which its pixels depend.
 struct SpriteKey {
     enum class Kind : quint8 { column, columnTop, frame, letters };
     Kind kind;
@@ -23,13 +23,13 @@ struct SpriteKey {
     }
 };
 
-/// Pictures of drawn parts that come again and again. Bounded: what was not used for longest goes. Main thread
-/// only.
+/// A cache of pictures of parts that are drawn repeatedly. Its size is limited: the least recently used pictures are
+/// deleted. Main thread only.
 class SpriteCache {
 public:
     static SpriteCache& shared();
 
-    /// The picture kept under `key`, first made by `make()` when there is none. Valid until the next call.
+    /// The picture cached under `key`; `make()` creates it if there is none. Valid until the next call.
     template <class Make> const QImage& sprite(const SpriteKey& key, Make make)
     {
         if (const QImage* kept = m_images.object(key))

@@ -13,7 +13,7 @@
 
 namespace kestrum {
 
-/// The type of a default in the catalogue: texts have to be literals there.
+/// The type of a default value in the catalogue. Texts are stored as literals, so that all keys can be constants.
 template <class T> struct KeyDefault {
     using Type = T;
 };
@@ -21,21 +21,21 @@ template <> struct KeyDefault<QString> {
     using Type = const char*;
 };
 
-/// A key with a factory default, the value of every read while nobody has stored one.
+/// A key with a factory default, which is the value of every read until another value is stored.
 template <class T> struct Key {
     using Value = T;
     const char* name;
     typename KeyDefault<T>::Type factoryDefault;
 };
 
-/// A key whose absence has a meaning of its own: it has no factory default.
+/// A key without a factory default, because its absence has a meaning of its own.
 template <class T> struct UnregisteredKey {
     using Value = T;
     const char* name;
 };
 
-/// The catalogue of all settings: the only place of a key's spelling, type and default. All three are a contract with the
-/// agent.
+/// The catalogue of all settings. Name, type and default of each key are defined only here, and the agent depends on all
+/// three.
 namespace Keys {
 
 inline constexpr Key<bool> agentEnabled { "agentEnabled", true };
@@ -48,7 +48,7 @@ inline constexpr Key<bool> showStorageItem { "showStorageItem", true };
 inline constexpr Key<bool> showSensorsItem { "showSensorsItem", true };
 inline constexpr Key<CPUReadout> cpuReadout { "cpuReadout", CPUReadout::temperature };
 inline constexpr Key<SensorsReadout> sensorsReadout { "sensorsReadout", SensorsReadout::power };
-/// From an earlier version: decides what `memoryReadout` and `storageReadout` are until they are chosen.
+/// From an earlier version. Gives the values of `memoryReadout` and `storageReadout` until these are stored.
 inline constexpr Key<bool> showMemoryPercent { "showMemoryPercent", true };
 inline constexpr Key<MeterStyle> meterStyle { "meterStyle", MeterStyle::bars };
 inline constexpr Key<MeterShape> meterShape { "meterShape", MeterShape::pill };
@@ -78,7 +78,7 @@ inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
 /// Version text of an update that the agent found; written by the agent only.
 inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
 
-/// The names of catalogued keys, as `UserDefaults::observe` takes them.
+/// The names of keys, in the form that `UserDefaults::observe` takes.
 template <class... K> QStringList names(const K&... keys)
 {
     return { QString::fromLatin1(keys.name)... };
@@ -97,10 +97,10 @@ constexpr const Key<bool>& visibility(MonitorSection section)
     case MonitorSection::sensors:
         return showSensorsItem;
     }
-    return showCPUItem; // for a number that is no section
+    return showCPUItem; // for a number that is not an enumerator
 }
 
-/// All keys above, for iteration. A key that is missing here has no factory default in any store.
+/// All keys with a factory default, for iteration. The default of a key that is missing here is not registered.
 inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInterval, showCPUItem,
     showMemoryItem, showStorageItem, showSensorsItem, cpuReadout, sensorsReadout, showMemoryPercent,
     meterStyle, meterShape, menuBarOrder, language, temperatureUnit, meterLabelStyle, accentChoice,

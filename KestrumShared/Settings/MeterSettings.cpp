@@ -42,8 +42,8 @@ QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection>& visible
             result.append(visible[next++]);
     }
     result.append(visible.mid(next));
-    // Missing sections are added in the order of the cases, unlike in an order text: such a section was neither stored nor
-    // shown, so it has no slot to preserve.
+    // Missing sections are added in the order of the enumerators, not of `defaultMenuBarOrder`: such a section was neither
+    // stored nor visible, so it has no slot to keep.
     for (const auto& entry : allCases<MonitorSection>())
         appendMissing(result, entry.value);
     return result;

@@ -12,11 +12,11 @@
 
 namespace kestrum {
 
-/// The rules that concern more than a single key. They read the shared store as it is now, or the given snapshot.
+/// Rules for settings that depend on more than one key. They read the shared store as it is now, or the given snapshot.
 namespace MeterSettings {
 
-/// The order of sections that an order text lacks. It differs from the factory value of `Keys::menuBarOrder`, which a fresh
-/// store reads.
+/// The order in which `order` adds missing sections. It differs from the factory default of `Keys::menuBarOrder`, which is
+/// the order in a new store.
 inline constexpr MonitorSection defaultMenuBarOrder[]
     = { MonitorSection::sensors, MonitorSection::storage, MonitorSection::memory, MonitorSection::cpu };
 static_assert(std::size(defaultMenuBarOrder) == std::size(Enumeration<MonitorSection>::cases));
@@ -25,7 +25,7 @@ static_assert(std::size(defaultMenuBarOrder) == std::size(Enumeration<MonitorSec
 /// result has each section exactly once.
 QList<MonitorSection> order(QStringView text);
 
-/// The stored order, completed.
+/// The stored order; missing sections are added as by `order`.
 QList<MonitorSection> storedOrder(const SettingsSnapshot& settings = SharedSettings::store().snapshot());
 
 /// `stored` with its shown sections replaced, slot by slot, by `visible`; hidden sections keep their slots.
@@ -33,8 +33,8 @@ QList<MonitorSection> storedOrder(const SettingsSnapshot& settings = SharedSetti
 QList<MonitorSection> merged(const QList<MonitorSection>& visible, const QList<MonitorSection>& stored,
     const std::function<bool(MonitorSection)>& isShown);
 
-/// Merges the visible sections in their new order into the stored order and stores that. False when the save
-/// failed.
+/// Merges `visible`, the visible sections in their new order, into the stored order, and stores the result. False when the
+/// save failed.
 bool setMenuBarOrder(const QList<MonitorSection>& visible);
 
 /// The key that shows or hides a section's item.
@@ -43,15 +43,15 @@ inline const Key<bool>& visibilityKey(MonitorSection section)
     return Keys::visibility(section);
 }
 
-/// Whether a section's item is shown: anything but a stored false.
+/// Whether a section's item is shown: true unless the stored value is false.
 bool isShown(MonitorSection section, const SettingsSnapshot& settings = SharedSettings::store().snapshot());
 
-/// The readouts whose keys have no factory default: the stored one, else the one that follows from the setting of an
-/// earlier version.
+/// A readout whose key has no factory default: the stored value, else the value that follows from a setting of an earlier
+/// version.
 template <class Readout>
 Readout readout(const UnregisteredKey<Readout>& key, const SettingsSnapshot& settings)
 {
-    // Only a stored truth value counts; anything else reads as "no".
+    // Only a boolean counts; any other value reads as false.
     const bool showedPercent = settings.boolean(Keys::showMemoryPercent.name).value_or(false);
     return SettingCoding<Readout>::read(settings, key.name)
         .value_or(showedPercent ? Readout::usage : Readout::off);
@@ -59,18 +59,18 @@ Readout readout(const UnregisteredKey<Readout>& key, const SettingsSnapshot& set
 MemoryReadout memoryReadout();
 StorageReadout storageReadout();
 
-/// The accent under `key`, `MeterAccent::fallback` when it is absent or not understood.
+/// The accent stored under `key`; `MeterAccent::fallback` when it is absent or not understood.
 MeterAccent accent(const UnregisteredKey<MeterAccent>& key,
     const SettingsSnapshot& settings = SharedSettings::store().snapshot());
 
-/// For every unset accent key, the accent of the earlier version's global keys, as it is to be stored.
+/// For every accent key that is not stored, the accent from the global keys of an earlier version, in its stored form.
 QJsonObject missingAccents();
 
-/// Stores them; the global keys stay. Run at every start, after the factory defaults are registered. False when the save
-/// failed.
+/// Stores the `missingAccents`; the global keys stay. Called at every start, after the factory defaults are registered.
+/// False when the save failed.
 bool migrateAccents();
 
-/// The keys that decide which items stand in a strip, in which order, and what they show.
+/// The keys that determine which items a strip has, their order, and their look.
 QStringList itemKeys();
 
 } // namespace MeterSettings

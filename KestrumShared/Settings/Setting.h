@@ -12,8 +12,8 @@
 
 namespace kestrum {
 
-/// The stored form of a type T: `stored` makes the JSON value; `read` gives the value of a key of a store or of a snapshot, or
-/// nothing when it is absent, of another type, or a text that is not understood.
+/// How values of type T are stored. `stored` gives the JSON value. `read` gives the value of a key in a store or snapshot,
+/// or nothing if it is absent, has another type, or is a text that is not understood.
 template <class T> struct SettingCoding;
 
 template <> struct SettingCoding<bool> {
@@ -64,10 +64,11 @@ template <class T> T valueIn(const SettingsSnapshot& settings, const Key<T>& key
     return SettingCoding<T>::read(settings, key.name).value_or(factoryDefault(key));
 }
 
-/// One setting of a store, by key. Small and freely copied; the store must outlive it.
+/// One setting of a store. It is small and can be copied freely; the store must outlive it.
 template <class T> class Setting {
 public:
-    /// A catalogued key, by default in the shared store; a value that is not understood reads as its default.
+    /// A key with a factory default, which is the value when the stored one is not understood. The store is the shared one
+    /// by default.
     explicit Setting(const Key<T>& key, UserDefaults& store = SharedSettings::store())
         : Setting(key.name, kestrum::factoryDefault(key), store)
     {
@@ -82,17 +83,17 @@ public:
     const char* key() const { return m_key; }
     UserDefaults& store() const { return *m_store; }
 
-    /// The value in effect, else the setting's default or fallback.
+    /// The value in effect; the default or fallback when it is absent or not understood.
     T value() const { return SettingCoding<T>::read(*m_store, m_key).value_or(m_fallback); }
 
-    /// The value in effect, nothing when it is absent or not understood.
+    /// The value in effect; nothing when it is absent or not understood.
     std::optional<T> recognised() const { return SettingCoding<T>::read(*m_store, m_key); }
 
-    /// Stores `value`; an equal stored value is not written again. False when the save failed.
+    /// Stores `value`; does not write if an equal value is stored. False when the save failed.
     bool set(const T& value) const { return m_store->set(m_key, SettingCoding<T>::stored(value)); }
 
-    /// Calls `function(value)` each time the value has become another than it is now, until `owner` is destroyed. A notice of an
-    /// earlier change, which may still be on its way, is none of these.
+    /// Calls `function(value)` each time the value differs from the last known one, until `owner` is destroyed. The first
+    /// known value is the present one, so a late notification of an earlier change does nothing.
     template <class Function> void observe(QObject* owner, Function function) const
     {
         m_store->observe({ QString::fromLatin1(m_key) }, owner,
@@ -102,7 +103,7 @@ public:
             });
     }
 
-    /// The same, and calls `function` now.
+    /// Like `observe`, and also calls `function` immediately.
     template <class Function> void follow(QObject* owner, Function function) const
     {
         observe(owner, function);

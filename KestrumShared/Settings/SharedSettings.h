@@ -12,14 +12,15 @@ namespace kestrum {
 /// The settings that the application and the agent share, and the signals between them.
 namespace SharedSettings {
 
-/// "KESTRUM_SETTINGS_SUITE" of the environment, unchanged, else the application group's name. Fixed at the first call.
+/// The name of the settings' domain: the environment variable "KESTRUM_SETTINGS_SUITE", unchanged, else the application
+/// group's name. Fixed at the first call.
 const QString& suiteName();
 
-/// The domain named `suiteName`; the process's own domain when that name is refused. Lives until the process ends.
+/// The domain named `suiteName`; the process's own domain if that name is not valid. Lives until the process ends.
 UserDefaults& store();
 
-/// Why `store` is not the domain named `suiteName`, in a sentence that names the variable; empty when it is. For programs
-/// to print: reads and writes themselves do not report it.
+/// Why `store` is not the domain named `suiteName`, as a sentence that names the variable; empty if it is that domain.
+/// Programs should print it, because reads and writes do not report it.
 QString refusal();
 
 /// The factory defaults, to be registered at start-up.
@@ -31,7 +32,7 @@ enum class Signal { settings, quitAgent, openSettings, checkForUpdates, updateAv
 /// The signal's full name: the suite name, a full stop and the case's name.
 QString name(Signal signal);
 
-/// Notifies every process that listens. Never fails, never blocks; any thread.
+/// Notifies every process that listens to the signal. Never fails, never blocks; any thread.
 void post(Signal signal);
 
 } // namespace SharedSettings

@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// Owns registrations for signals and ends them, in order, when it is destroyed. Main thread only.
+/// Owns registrations for signals, and cancels them in order when it is destroyed. Main thread only.
 class SignalListener {
 public:
     SignalListener() = default;
@@ -21,7 +21,7 @@ public:
     /// never runs.
     void listen(SharedSettings::Signal signal, std::function<void()> handler);
 
-    /// The live registrations, in the order in which they were made.
+    /// The active registrations, in the order in which they were made.
     const QList<NotificationCentre::Token>& tokens() const { return m_tokens; }
 
 private:

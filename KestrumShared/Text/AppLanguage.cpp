@@ -35,9 +35,9 @@ QString developmentLanguage()
     return Bundle::main().developmentLocalization().value_or(QStringLiteral("en"));
 }
 
-// The one of `shipped` that needs no matching, which is the usual case: the very language, or that language without the
-// region if it is shipped in only that form and both have the same script. Empty otherwise. Matching brings tables of all
-// the world's languages into every start.
+// The code in `shipped` that fits `wanted` without ICU's matching, which is the usual case; empty if there is none. It is
+// `wanted` itself, or its language without the region if `shipped` has no other form of that language and both have the same
+// script. ICU's matching loads tables of all languages, which would slow every start down.
 QString plainMatch(const QStringList& shipped, const QString& wanted)
 {
     if (shipped.contains(wanted))
@@ -72,12 +72,12 @@ QString bestMatch(const QStringList& shipped, const QStringList& wanted)
     icu::Locale::RangeIterator<std::vector<icu::Locale>::const_iterator> iterator(
         desired.cbegin(), desired.cend());
     const auto result = matcher.getBestMatchResult(iterator, status);
-    // The index says whether there was a match; the locale alone would be the first one of the list where there was none.
+    // Only the index shows whether there was a match: without a match, the result's locale is the first one of the list.
     return U_SUCCESS(status) ? shipped.value(result.getSupportedIndex()) : QString();
 }
 
-// Matching is slow enough to be felt on a page full of texts, and depends only on its two arguments: the last result is
-// cached with them.
+// Matching is too slow for a page with many texts. It depends only on the two arguments, so the last result is cached with
+// them.
 QString preferred(const QStringList& shipped, const QStringList& wanted)
 {
     struct Match {
@@ -91,7 +91,7 @@ QString preferred(const QStringList& shipped, const QStringList& wanted)
     return last.code;
 }
 
-// The language's own name, each word with a capital: "Deutsch", "Norsk Bokmål", "日本語".
+// The language's name in that language, each word with a capital: "Deutsch", "Norsk Bokmål", "日本語".
 QString ownName(const QString& code)
 {
     const icu::Locale locale = TextLocale::ofLanguage(code);
@@ -99,15 +99,15 @@ QString ownName(const QString& code)
     UChar language[256];
     uloc_getDisplayLanguage(
         locale.getName(), locale.getName(), language, int32_t(std::size(language)), &status);
-    // The warning means that the name is only the code, or in the session's language.
+    // The warning means that ICU has no own name: the result is only the code, or a name in the session's language.
     if (status == U_USING_DEFAULT_WARNING)
         return code;
-    // "简体中文" rather than "中文（简体）".
+    // Dialect names give "简体中文" instead of "中文（简体）".
     const std::unique_ptr<icu::LocaleDisplayNames> names(
         icu::LocaleDisplayNames::createInstance(locale, ULDN_DIALECT_NAMES));
     icu::UnicodeString name;
     names->localeDisplayName(locale, name);
-    // Capitals inside a name ("isiZulu") stay.
+    // Capitals inside a name ("isiZulu") are not changed.
     name.toTitle(nullptr, locale, U_TITLECASE_NO_LOWERCASE);
     return TextLocale::fromUnicode(name);
 }
@@ -165,7 +165,7 @@ QString AppLanguage::string(const char* key, const QStringList& values)
         if (place < 0)
             break;
         text.replace(place, placeholder.size(), value);
-        place += value.size(); // a placeholder within a value stays as it is
+        place += value.size(); // a placeholder within a value is not replaced
     }
     return text;
 }

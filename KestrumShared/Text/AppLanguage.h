@@ -10,37 +10,38 @@
 
 namespace kestrum {
 
-/// The interface language: the stored choice as a language code, and every display text in that language. The key of a
-/// display text is its English form. The choice is read at each call.
+/// The interface language: the user's choice, and every display text in the language in effect. The key of a display text is
+/// its English form. Each call reads the choice again.
 namespace AppLanguage {
 
-/// "KESTRUM_LANGUAGE" of the environment, else the stored choice, else "system".
+/// The user's choice: the environment variable "KESTRUM_LANGUAGE", else the stored choice, else "system".
 QString choice();
 
 /// The code of the language in effect, such as "de".
 QString code();
 
-/// The code that was in effect when the process started; empty until `main` records it.
+/// The code that was in effect when the process started; empty before `recordLaunchedCode`, which `main` calls.
 QString launchedCode();
 void recordLaunchedCode();
 
-/// The text `key` in the language in effect; `key` itself where it has no translation.
+/// The translation of `key` in the language in effect; `key` itself if there is none.
 QString string(const char* key);
 QString string(const QString& key);
-/// The same with each "%@" replaced by the next of `values`, which are texts for display.
+/// The translation of `key`, in which each "%@" is replaced by the next of `values`.
 QString string(const char* key, const QStringList& values);
 
-/// The languages of the main bundle, its development language first.
+/// The language codes of the main bundle, its development language first.
 QStringList shipped();
 
-/// The session's languages, most preferred first; "en" when it has none.
+/// The session's languages, most preferred first; "en" if the session has none.
 QStringList systemLanguages();
 
 /// Code and own name ("de", "Deutsch") of every shipped language, sorted by name.
 QList<std::pair<QString, QString>> available();
 
-/// Writes the choice into the process's own "AppleLanguages", the languages that it wants the platform's texts in; removes
-/// that key when the choice is to follow the session. The key stands in users' files, so its name stays.
+/// Stores the chosen language as the first of "AppleLanguages" in the process's own settings, which decides the language of
+/// the toolkit's texts. Removes that key if the choice follows the session. Users' files contain the key, so its name cannot
+/// change.
 void applyChoiceToProcessDefaults();
 
 /// Whether the language in effect differs from the one at the start of the process.

@@ -17,8 +17,7 @@ struct Unit {
     int decimals;
 };
 
-// The larger the unit, the more a decimal is worth: tenths of a kilobyte do not matter, hundredths of a gigabyte are ten
-// megabytes.
+// Larger units have more decimals: tenths of a kilobyte do not matter, but a hundredth of a gigabyte is ten megabytes.
 constexpr Unit units[] = {
     { icu::MeasureUnit::getByte, 0 },
     { icu::MeasureUnit::getKilobyte, 0 },
@@ -28,7 +27,7 @@ constexpr Unit units[] = {
     { icu::MeasureUnit::getPetabyte, 2 },
 };
 
-// Halves to the even neighbour, as in all formatted numbers.
+// Rounds halves to the even neighbour, as all formatted numbers are rounded.
 double rounded(double value, int decimals)
 {
     const double scale = std::pow(10.0, decimals);
@@ -55,15 +54,15 @@ QString ByteText::Style::format(qint64 bytes) const
     double unitBytes = 1;
     auto shown = double(bytes);
     size_t unit = 0;
-    // The rounded value decides: 999,999 bytes are "1 MB", never "1000 kB". A negative count (what a volume
-    // has less than before) mirrors the positive one.
+    // The rounded value selects the unit: 999,999 bytes are "1 MB", never "1000 kB". A negative count (how much less a
+    // volume has than before) is formatted like the positive one.
     while (std::abs(shown) >= base && unit + 1 < std::size(units)) {
         ++unit;
         unitBytes *= base;
         shown = rounded(double(bytes) / unitBytes, units[unit].decimals);
     }
 
-    // Symbols from kilobytes on; bytes have no well-known symbol, so their name is written out: "512 bytes".
+    // Kilobytes and larger units are shown as symbols. Bytes have no well-known symbol, so their name is used: "512 bytes".
     const auto settings = icu::number::NumberFormatter::with()
                               .unit(units[unit].measure())
                               .unitWidth(unit == 0 ? UNUM_UNIT_WIDTH_FULL_NAME : UNUM_UNIT_WIDTH_SHORT)

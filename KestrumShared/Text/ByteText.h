@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// Byte counts for display.
+/// Formats byte counts for display.
 namespace ByteText {
 
 enum class Counting {
@@ -13,11 +13,11 @@ enum class Counting {
     memory, ///< 1 kB is 1024 bytes
 };
 
-/// A byte-count formatter with the language and region in effect when it was made.
+/// A byte-count formatter. Its language and region are those in effect when it was created.
 class Style {
 public:
-    /// `bytes` in the largest unit that leaves at least 1, from bytes to petabytes: bytes and kilobytes without
-    /// decimals, megabytes with at most one, larger units with at most two. Zero is a number, not a word.
+    /// `bytes` in the largest unit in which the value is at least 1, from bytes to petabytes: bytes and kilobytes without
+    /// decimals, megabytes with at most one, larger units with at most two. Zero is shown as a number, not as a word.
     QString format(qint64 bytes) const;
 
 private:

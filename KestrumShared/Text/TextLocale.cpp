@@ -16,8 +16,8 @@ namespace {
 
 using icu::DecimalFormatSymbols;
 
-// The digits are the toolkit's for that language and region: versions of the library differ about Arabic outside of its own
-// regions, and short texts are made without the library.
+// `locale` with the digits that Qt uses for that language and region. Versions of ICU use different digits for Arabic
+// outside its own regions, and short texts are formatted without ICU, so both must use the same digits.
 icu::Locale withToolkitsDigits(icu::Locale locale, const QString& language, const QString& region)
 {
     const QString zero = ToolkitTexts::locale(language, region).zeroDigit();
@@ -40,8 +40,8 @@ icu::Locale textLocale(const QString& language, const QString& region)
     return withToolkitsDigits(U_SUCCESS(status) ? withRegion : locale, language, region);
 }
 
-// The locale of most people in `region`. Where the library does not know their language, such as Samoan, it would silently
-// take the process's default, which has nothing to do with the region: then it is another locale of the region, or else the
+// The locale of most people in `region`. If ICU does not know their language, such as Samoan, it would silently use the
+// process's default locale, which has nothing to do with the region. In this case: another locale of the region, else the
 // neutral one.
 icu::Locale localeUsedIn(const QByteArray& region)
 {
@@ -60,7 +60,7 @@ icu::Locale localeUsedIn(const QByteArray& region)
     return icu::Locale::getRoot();
 }
 
-// That locale with the digits of `digits`: separators must fit the digits between which they stand.
+// `localeUsedIn(region)` with the digits of the locale `digits`, because separators must fit the digits.
 icu::Locale regionsOwnLocale(const QString& region, const icu::Locale& digits)
 {
     icu::Locale locale = localeUsedIn(region.toLatin1());
@@ -90,8 +90,9 @@ icu::number::LocalizedNumberFormatter TextLocale::formatter(
 
     UErrorCode status = U_ZERO_ERROR;
     DecimalFormatSymbols symbols(locale, status);
-    // Where the language is spoken in the region, its separators there are known: French in Switzerland separates in
-    // another way than German. For all other pairs (German in the USA) the separators would be the language's.
+    // If the language is spoken in the region, ICU knows the separators of both: French in Switzerland has other separators
+    // than German there. For all other pairs, such as German in the USA, ICU would use the language's separators, so they
+    // are replaced by the region's.
     const icu::Locale known = symbols.getLocale(ULOC_VALID_LOCALE, status);
     if (U_SUCCESS(status) && region != QLatin1StringView(known.getCountry())) {
         const DecimalFormatSymbols regional(regionsOwnLocale(region, locale), status);

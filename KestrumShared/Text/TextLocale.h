@@ -7,18 +7,17 @@
 
 namespace kestrum {
 
-/// The locale of all displayed numbers: words, digits and unit symbols follow the interface language, decimal and grouping
-/// separators the user's region.
+/// The locale of all displayed numbers. Words, digits and unit symbols follow the interface language; decimal and grouping
+/// separators follow the user's region.
 namespace TextLocale {
 
-/// The locale of a language code in either spelling, "pt-BR" or "pt_BR"; the neutral locale when `code` is not understood.
+/// The locale of a language code, written as "pt-BR" or "pt_BR"; the neutral locale when `code` is not understood.
 icu::Locale ofLanguage(const QString& code);
 
-/// A number formatter for `language` (a code such as "de") and `region` (such as "US", may be empty).
+/// A number formatter for `language` (a code such as "de") and `region` (such as "US"; may be empty).
 icu::number::LocalizedNumberFormatter formatter(
     const QString& language, const QString& region, const icu::number::UnlocalizedNumberFormatter& settings);
 
-/// `text` as Qt's type.
 QString fromUnicode(const icu::UnicodeString& text);
 
 } // namespace TextLocale

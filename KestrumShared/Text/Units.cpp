@@ -14,13 +14,13 @@
 namespace kestrum {
 namespace {
 
-// ICU gives the same, as a test checks for all regions; asking it would bring its tables into every start.
+// ICU gives the same result for all regions, as a test checks. Asking ICU would load its tables at every start.
 bool measuresInFahrenheit(const QString& region)
 {
     return region == QLatin1StringView("US") || region == QLatin1StringView("LR");
 }
 
-// Below a thousand and without a sign: only digits.
+// Whether the formatted value has only digits: it is whole, not negative, and below a thousand.
 bool isOfDigitsOnly(double value, int fraction)
 {
     return fraction <= 0 && value >= 0 && value < 1000 && value == std::trunc(value);
@@ -64,7 +64,7 @@ QString Units::degrees(double celsius)
 
 QString Units::degrees(double celsius, TemperatureUnit unit)
 {
-    // A whole number has no negative zero: -0.4 is "0°".
+    // The integer has no negative zero: -0.4 is "0°".
     return QString::number(std::llround(shown(celsius, unit))) + QChar(u'°');
 }
 
@@ -73,9 +73,9 @@ QString Units::temperature(double celsius, int fraction)
     static constexpr int maximumFraction = 20;
     const TemperatureUnit shownUnit = temperatureUnit();
     const bool isFahrenheit = shownUnit == TemperatureUnit::fahrenheit;
-    // ICU's tables of numbers and units take a tenth of the window's memory, and the first page has whole degrees only. Our
-    // translations have the words for these; a test compares the two. Canada alone writes units in another way than other
-    // regions of its languages.
+    // ICU's tables of numbers and units take a tenth of the window's memory, and the first page shows whole degrees only.
+    // For these, the program's own translations contain the unit; a test compares them with ICU. Canada is the only region
+    // that writes units in another way than other regions of its languages.
     const QString region = GlobalDomain::numberRegion();
     const double value = shown(celsius, shownUnit);
     if (isOfDigitsOnly(value, fraction) && region != QLatin1StringView("CA")) {
@@ -91,7 +91,7 @@ QString Units::temperature(double celsius, int fraction)
               .precision(icu::number::Precision::fixedFraction(std::clamp(fraction, 0, maximumFraction)))
               .sign(UNUM_SIGN_NEGATIVE);
     UErrorCode status = U_ZERO_ERROR;
-    // No line breaks between a number and its unit, nor within the unit, as in Polish.
+    // Non-breaking spaces: no line break between a number and its unit, nor within a unit, as in Polish.
     return TextLocale::fromUnicode(TextLocale::formatter(AppLanguage::code(), region, settings)
                                        .formatDouble(value, status)
                                        .toString(status))

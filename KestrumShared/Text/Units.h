@@ -7,7 +7,8 @@
 
 namespace kestrum {
 
-/// Temperatures, which are in degrees Celsius, as display texts. Choice, language and region are looked up at each call.
+/// Display texts of temperatures, which are given in degrees Celsius. Each call reads the choice, the language and the
+/// region again.
 namespace Units {
 
 enum class TemperatureUnit { celsius, fahrenheit };
@@ -15,12 +16,12 @@ enum class TemperatureUnit { celsius, fahrenheit };
 /// The stored choice; `system` when it is absent or not understood.
 TemperatureChoice temperatureChoice();
 
-/// The unit for display: the choice or, for `system`, the usual one in the user's region.
+/// The unit for display: the chosen one or, for `system`, the usual one in the user's region.
 TemperatureUnit temperatureUnit();
 TemperatureUnit temperatureUnit(TemperatureChoice choice);
 
-/// The compact text of the menu-bar items, such as "65°": the value in the shown unit, rounded with halves away
-/// from zero, without a unit letter. `celsius` must be finite, and small enough for a 64-bit integer.
+/// The short text of the menu-bar items, such as "65°": the value in the displayed unit, rounded with halves away from zero,
+/// without a unit letter. `celsius` must be finite, and small enough for a 64-bit integer.
 QString degrees(double celsius);
 QString degrees(double celsius, TemperatureUnit unit);
 

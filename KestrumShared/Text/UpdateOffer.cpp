@@ -17,7 +17,7 @@ std::optional<qint64> UpdateOffer::buildNumber(const QString& text)
     if (open < 0 || close < open)
         return std::nullopt;
     const QString number = text.mid(open + 1, close - open - 1).trimmed();
-    // The conversion alone would accept other scripts' digits.
+    // `toLongLong` alone would also accept digits of other scripts.
     const bool isSigned = number.startsWith(u'+') || number.startsWith(u'-');
     const bool isWhole = std::all_of(number.begin() + (isSigned ? 1 : 0), number.end(),
         [](QChar character) { return character >= u'0' && character <= u'9'; });

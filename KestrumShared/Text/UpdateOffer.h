@@ -12,12 +12,13 @@ namespace UpdateOffer {
 /// `version` alone when it equals `build`, else "version (build)".
 QString name(const QString& version, const QString& build);
 
-/// The whole number between the last "(" and the last ")", white space around it allowed; nothing when there is none or it
-/// does not fit.
+/// The integer between the last "(" and the last ")", with optional white space around it; nothing when there is none or it
+/// does not fit 64 bits.
 std::optional<qint64> buildNumber(const QString& text);
 
-/// `offered` if it is worth offering to users of `running`: by build number where both texts have one, so that an old offer
-/// ends with the update; else where the texts differ. Nothing stays nothing.
+/// `offered` if it is worth offering to users of `running`; nothing if it is not, or if nothing is offered. If both texts
+/// have a build number, the offered one must be larger, so that an old offer ends with the update. Otherwise the texts must
+/// differ.
 std::optional<QString> standing(const std::optional<QString>& offered, const QString& running);
 
 } // namespace UpdateOffer

@@ -10,7 +10,7 @@
 namespace kestrum {
 namespace {
 
-// A quarter, once it is painted over the fill: the painter cuts opacities to 256ths and loses one of them.
+// Gives an opacity of a quarter: the painter cuts opacities to 256ths and loses one of them.
 constexpr double edgeOpacity = 65.0 / 256;
 
 QString decimalText(double number)
@@ -49,8 +49,8 @@ QImage AccentSwatch::drawn(const MeterAccent& accent, double size, double scale)
         painter.setPen(edge);
         painter.drawRoundedRect(QRectF(0.5, 0.5, size - 1, size - 1), 3, 3);
     };
-    // The edge is drawn opaque and then painted over the fill: a translucent drawing would wake other threads and wait for
-    // them.
+    // The edge is drawn opaque into an image, which is then painted over the fill with some opacity: drawing a translucent
+    // edge would wake other threads and wait for them.
     QImage edge = empty;
     {
         QPainter painter(&edge);

@@ -8,15 +8,15 @@
 namespace kestrum {
 
 /// One case of a stored enumeration: its value, its stored text, and its English display text, which is the key of its
-/// translation. A case that is never displayed by itself has a null title.
+/// translation. The title is null if the case is never displayed by itself.
 template <class E> struct EnumerationCase {
     E value;
     const char* rawValue;
     const char* title;
 };
 
-/// The only list of an enumeration's cases, in the order of pickers. Specialised per enumeration with a `static constexpr
-/// EnumerationCase<E> cases[]`, or with cases of a derived type that holds more.
+/// The table of an enumeration's cases, in the order of pickers. Each enumeration has a specialisation with a `static
+/// constexpr EnumerationCase<E> cases[]`, or with cases of a derived type that has more members.
 template <class E> struct Enumeration;
 
 template <class E>
@@ -25,16 +25,16 @@ concept StoredEnumeration = requires
     Enumeration<E>::cases[0].rawValue;
 };
 
-/// Whether `value` is an enumerator. Compilers write the value of an enumeration by its name, and by a number in
-/// parentheses where it has none.
+/// Whether `value` is an enumerator. In `__PRETTY_FUNCTION__`, compilers write an enumerator as its name, and any other
+/// value as a number after a type in parentheses.
 template <auto value> constexpr bool isEnumerator()
 {
     constexpr std::string_view text = __PRETTY_FUNCTION__;
     return text[text.rfind('=') + 2] != '(';
 }
 
-/// Whether the table of `E` has exactly one case for each enumerator, in the order of their declaration. A table may say that the
-/// last enumerators have none: `static constexpr int withoutCase`.
+/// Whether the table of `E` has exactly one case for each enumerator, in the order of their declaration. If the last
+/// enumerators have no case, the table gives their number: `static constexpr int withoutCase`.
 template <StoredEnumeration E> constexpr bool hasAllCases()
 {
     int next = 0;
@@ -55,7 +55,7 @@ template <StoredEnumeration E> constexpr const auto& allCases()
     return Enumeration<E>::cases;
 }
 
-/// The table's entry for `value`; the first one for a number that is no case.
+/// The table's entry for `value`; the first entry if `value` has none.
 template <StoredEnumeration E> constexpr const auto& enumerationCase(E value)
 {
     for (const auto& entry : allCases<E>()) {

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// `number` with `decimals` decimals, as C's "%f" writes it in any language: halves, such as 0.25 with one decimal, take
-/// the even digit. `QString::number` rounds them up.
+/// `number` with `decimals` decimals, like C's "%f" in the C locale. Halves, such as 0.25 with one decimal, are rounded to
+/// the even digit; `QString::number` rounds them up.
 inline QString fixedText(double number, int decimals)
 {
     char text[512]; // the largest number has 309 digits

@@ -24,7 +24,7 @@ template <> struct Enumeration<MeterAccent::Name> {
         { Name::amber, "amber", "Amber" },
         { Name::graphite, "graphite", "Graphite" },
     };
-    static constexpr int withoutCase = 1; // a custom colour is stored by its components
+    static constexpr int withoutCase = 1; // `custom` has no case: a custom colour is stored as its components
 };
 
 namespace {
@@ -60,13 +60,13 @@ constexpr Components components(MeterAccent::Name name)
     return { 0.27, 0.72, 0.60 };
 }
 
-// Written so that -0 becomes 0.
+// The comparison `<=` turns -0 into 0.
 double clamped(double component)
 {
     return component <= 0 ? 0 : (component > 1 ? 1 : component);
 }
 
-/// A number in C's form, whatever the session's language; one too large is infinite. Nothing for everything else.
+/// The number in `text`, in the format of the C locale; a number that is too large is infinite. Nothing for any other text.
 std::optional<double> parsedNumber(QStringView text)
 {
     static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
@@ -92,7 +92,8 @@ QString decimals(double component)
 
 MeterAccent MeterAccent::custom(const QColor& colour)
 {
-    // Extended RGB keeps components outside of 0…1, which `clamped` then cuts; other models convert to plain RGB.
+    // Extended RGB may have components outside of 0…1, which `clamped` limits; other colour models are converted to plain
+    // RGB.
     const QColor rgb = colour.spec() == QColor::ExtendedRgb ? colour : colour.convertTo(QColor::Rgb);
     if (!colour.isValid() || !rgb.isValid())
         return MeterAccent(Name::signal);
@@ -107,7 +108,7 @@ std::optional<MeterAccent> MeterAccent::fromRawValue(QStringView text)
     if (!text.startsWith(customPrefix))
         return std::nullopt;
 
-    // A piece that is no number is skipped, so that a stray word between three good numbers does no harm.
+    // A piece that is not a number is skipped, so that an extra word between three valid numbers does no harm.
     QList<double> numbers;
     for (const QStringView piece : text.mid(customPrefix.size()).split(QLatin1Char(','))) {
         if (const auto number = parsedNumber(piece))

@@ -8,14 +8,13 @@
 
 namespace kestrum {
 
-/// The colour of a meter: one of eight named colours, or a custom one that carries its sRGB components. Stored as
-/// the name, or as "custom:srgb:" and three numbers with four decimals. Two accents are equal when their stored
-/// texts are.
+/// The colour of a meter: one of eight named colours, or a custom one with sRGB components. The stored text is the name, or
+/// "custom:srgb:" and three numbers with four decimals. Two accents are equal when their stored texts are.
 class MeterAccent {
 public:
     enum class Name { signal, blue, indigo, purple, teal, pine, amber, graphite, custom };
 
-    /// The accent for every text that is not understood.
+    /// The accent for a stored text that is not understood.
     static constexpr Name fallback = Name::signal;
 
     constexpr MeterAccent() = default;
@@ -24,21 +23,21 @@ public:
     {
     }
 
-    /// The custom accent of a picked colour: converted to sRGB, clamped and rounded to four decimals, so that the stored
-    /// and the current value are equal. A colour without an sRGB form gives `signal`.
+    /// The custom accent of a picked colour, converted to sRGB. Its components are clamped and rounded to four decimals, so
+    /// that the stored value equals the current one. A colour without an sRGB form gives `signal`.
     static MeterAccent custom(const QColor& colour);
 
-    /// The accent stored as `text`; nothing when it is not understood. Components outside of 0…1 are clamped.
+    /// The accent whose stored form is `text`; nothing when it is not understood. Components outside of 0…1 are clamped.
     static std::optional<MeterAccent> fromRawValue(QStringView text);
 
     /// The eight named accents in the order of the pickers.
     static const QList<MeterAccent>& presets();
 
-    /// The text to store; `fromRawValue` reads it back.
+    /// The text to store, which `fromRawValue` can read.
     QString rawValue() const;
     /// The English display text, which is the key of its translation.
     const char* titleKey() const;
-    /// In sRGB, opaque.
+    /// The opaque colour, in sRGB.
     QColor color() const;
     bool isCustom() const { return m_name == Name::custom; }
 
@@ -54,7 +53,7 @@ private:
     }
 
     Name m_name = fallback;
-    // Of a custom accent only.
+    // The components of a custom accent; unused otherwise.
     double m_red = 0;
     double m_green = 0;
     double m_blue = 0;

@@ -11,7 +11,7 @@ enum class MeterStyle { bars, wave, compact };
 enum class MeterShape { pill, square };
 /// The label of an item.
 enum class MeterLabelStyle { icons, letters };
-/// The text beside each item's meter. Every `off` is stored as "off" and shown as "None".
+/// The value that each item shows as text. Every `off` is stored as "off" and displayed as "None".
 enum class CPUReadout { off, usage, temperature, power };
 enum class MemoryReadout { off, usage, pressure, swap };
 enum class StorageReadout { off, usage, free };

@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// The four subjects of menu-bar items. The raw value is the section's key in stored orders.
+/// The four sections, each with a menu-bar item of its own. The raw value is the section's name in stored orders.
 enum class MonitorSection { cpu, memory, storage, sensors };
 
 template <> struct Enumeration<MonitorSection> {

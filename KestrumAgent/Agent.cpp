@@ -47,7 +47,8 @@ Agent::Agent(QObject* parent)
     , m_updates(new UpdateChecker(this))
     , m_updateNotice(new UpdateNotice(this))
 {
-    // A notification, because a user who requested the check in the settings window does not see the menu.
+    // The outcome is shown as a notification, because a user who requested the check in the settings window does not see the
+    // menu.
     connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
     m_menu.installEventFilter(this);
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
@@ -78,8 +79,8 @@ void Agent::start(std::optional<double> launched)
     connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
     m_channel = PanelChannel::make(*m_strip, m_menu);
 
-    // The signal does not say which settings changed. It may announce a change that is known already, or one of settings
-    // that the agent does not use.
+    // The signal does not say which settings changed, so the store is read again. The change may be known already, or
+    // concern settings that the agent does not use.
     m_signals.listen(Signal::settings, [&store] { store.synchronize(); });
     m_signals.listen(Signal::quitAgent, [this] { leave(QStringLiteral("it was asked to quit")); });
     // Where signals cannot pass between programs, only this setting says that the agent was switched off. An agent that was
@@ -107,7 +108,7 @@ void Agent::doWhatWasAskedSince(double launched)
     // harm...
     if (wasAskedSince(Signal::checkForUpdates, launched))
         m_updates->check();
-    // ...but an unnecessary exit would: the request to quit was meant for the previous agent.
+    // ...but an unnecessary exit would: such a request to quit was meant for the previous agent.
     if (wasAskedSince(Signal::quitAgent, launched + startTimeStep))
         QTimer::singleShot(0, this, [this] { leave(QStringLiteral("it was asked to quit as it began")); });
 }

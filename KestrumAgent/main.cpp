@@ -90,8 +90,8 @@ int main(int argc, char** argv)
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     QApplication::setDesktopFileName(applicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
-    // The agent must not quit either when Qt's last quit lock is released: some desktop themes hold one while a status icon
-    // is shown.
+    // Qt must not end the agent when its last quit lock is released, either: some desktop themes hold such a lock while a
+    // status icon is shown.
     QApplication::setQuitLockEnabled(false);
     // Qt's own style uses only the palette. The settings application has the same style.
     QApplication::setStyle(QStringLiteral("fusion"));

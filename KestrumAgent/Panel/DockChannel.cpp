@@ -89,8 +89,8 @@ void DockChannel::fit()
     const bool isMirrored = QGuiApplication::layoutDirection() == Qt::RightToLeft;
     const int left = isMirrored ? free.left() : endOnScreen(free, *screen) - size.width();
     // Qt asks the window manager for size steps of one point, and the window manager then rounds the size down to a step.
-    // With one step as large as the whole window, nothing is rounded. The step comes before the size, which the window
-    // manager compares with the step that it knows.
+    // With one step as large as the whole window, nothing is rounded. The step is set before the size, because the window
+    // manager compares a new size with the step that it knows.
     m_strip.setSizeIncrement(size);
     m_strip.setFixedSize(size);
     m_strip.move(left, free.top());
@@ -100,7 +100,7 @@ void DockChannel::fit()
     m_strip.setMask(QRegion(plate.toFillPolygon().toPolygon()));
     if (m_strip.isVisible())
         return;
-    // Not every window manager shows a dock window on all desktops because of its type.
+    // Not every window manager shows windows of the dock type on all desktops, so this is requested explicitly.
     if (const auto window = X11Window::of(*m_strip.windowHandle()))
         window->standOnAllDesktops();
     m_strip.show();

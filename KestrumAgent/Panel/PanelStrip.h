@@ -39,7 +39,7 @@ public:
     QRectF place(const Item& item) const { return m_scene.frame(item); }
     /// The item's text, from `itemText`.
     QString text(MonitorSection section) const { return m_scene.text(section); }
-    /// The texts of all items, one a line.
+    /// The texts of all items, one per line.
     QString summary() const { return m_scene.summary(); }
 
 Q_SIGNALS:

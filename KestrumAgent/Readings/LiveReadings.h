@@ -36,8 +36,8 @@ public:
     std::optional<double> fastestFanRPM() const override { return m_slow.sensors().fan; }
     std::optional<double> systemWatts() const override { return m_slow.systemWatts(); }
     double memoryUsage() const override { return m_memory.used(); }
-    /// The share of time in which processes waited for memory. On kernels that do not measure it: the share of memory in
-    /// use.
+    /// The share of time in which processes waited for memory. If the kernel does not measure it, this is the share of
+    /// memory in use.
     double memoryPressure() const override { return m_memoryPressure.value_or(m_memory.used()); }
     quint64 swapUsed() const override { return m_memory.swapUsed(); }
     double storageUsage() const override { return m_slow.storage().used; }

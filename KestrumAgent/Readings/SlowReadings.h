@@ -17,7 +17,7 @@
 namespace kestrum {
 
 /// The readings that can take long. A worker reads them, and the main thread never waits for the worker. The results of one
-/// sample are collected at the next, so the end of a worker's job wakes no other thread, except by `done`.
+/// sample are collected at the next, so the end of a worker's job wakes no other thread, unless `done` does.
 class SlowReadings {
 public:
     using Clock = std::chrono::steady_clock;
@@ -33,9 +33,8 @@ public:
     /// Takes over the results that the workers have finished. `now` is a parameter for tests.
     void collect(Clock::time_point now = Clock::now());
 
-    /// Lets an idle worker read the wanted values, except for those that another worker is still reading. The worker calls
-    /// `done`, which may be empty, on its own thread when it has read all of them, even if `collect` has not waited for the
-    /// results.
+    /// Lets an idle worker read the wanted values, except for those that another worker is still reading. When all are read,
+    /// the worker calls `done`, which may be empty, on its own thread, possibly after this object is destroyed.
     void begin(const WantedReadings& wanted, std::function<void()> done = {});
 
     const Sensors::Values& sensors() const { return m_sensors; }

@@ -11,7 +11,7 @@
 //      *** 1.4-27 100
 //             100 /var/lib/dpkg/status
 //
-// Because of this order, versions need not be compared: the upper one is newer. The line of a repository ends in "Packages";
+// Because of the descending order, versions need not be compared: the upper one is newer. The line of a repository ends in "Packages";
 // the other kind of source, dpkg's status file, is the list of installed packages.
 
 #include "KestrumAgent/Updates/AptPolicy.h"

@@ -73,7 +73,7 @@ void UpdateChecker::start()
     if (said.value() != canCheck)
         said.set(canCheck);
     if (!canCheck) {
-        // An earlier agent may have stored an offer, which no later check could remove.
+        // Removes an offer that an earlier agent may have stored: no check will run that could remove it.
         publish(std::nullopt);
         return;
     }

@@ -11,8 +11,8 @@ namespace kestrum {
 class AptQuery;
 
 /// Checks whether the system's package manager has a newer version of Kestrum, and stores that version in the shared
-/// settings. It downloads and installs nothing. The build option KESTRUM_UPDATER=OFF removes the checks;
-/// KESTRUM_DISABLE_UPDATER=1 in the environment disables them.
+/// settings. It downloads and installs nothing. The build option KESTRUM_UPDATER=OFF and the environment variable
+/// KESTRUM_DISABLE_UPDATER=1 disable the checks.
 class UpdateChecker final : public QObject {
     Q_OBJECT
 public:

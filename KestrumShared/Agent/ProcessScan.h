@@ -16,7 +16,7 @@ namespace ProcessScan {
 struct Entry {
     qint32 pid = 0;
     std::optional<double> started; ///< seconds since 1970; nothing if the kernel does not give it
-    QString path;                  ///< of the executable
+    QString path;                  ///< path of the executable
 
     bool operator==(const Entry&) const = default;
 };

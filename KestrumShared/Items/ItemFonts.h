@@ -10,7 +10,7 @@ namespace kestrum {
 /// The two fonts of menu-bar items, from the application's font family. Main thread only.
 class ItemFonts {
 public:
-    /// Created at first use, and again whenever the application's font changes.
+    /// The fonts are created at first use, and again whenever the application's font changes.
     static const ItemFonts& current();
 
     /// The font of the readouts: 11 pixels, medium weight.

@@ -9,9 +9,9 @@ namespace kestrum {
 /// Fixed, plausible readings for previews. Only the number of cores is that of the machine.
 class SampleReadings final : public MenuBarReadings {
 public:
-    /// For this machine.
+    /// Makes readings for this machine.
     SampleReadings();
-    /// For a machine of `totalCores` cores in `tiers`, fastest first.
+    /// Makes readings for a machine of `totalCores` cores in `tiers`, fastest first.
     SampleReadings(const QList<CoreTier>& tiers, int totalCores);
 
     double cpuUsage() const override { return 0.42; }

@@ -155,7 +155,7 @@ std::optional<QString> StatusMetricView::bytesText(std::optional<qint64> bytes)
 QString StatusMetricView::gibibytesText(double bytes)
 {
     const double gibibytes = bytes / 1073741824;
-    // One decimal while that does not print 10.0. Tebibytes from where gibibytes would need a fourth digit.
+    // One decimal is shown up to 9.9. Tebibytes are shown where gibibytes would need four digits.
     if (gibibytes >= 999.5)
         return fixedText(gibibytes / 1024, 1) + QLatin1Char('T');
     return fixedText(gibibytes, gibibytes >= 9.95 ? 0 : 1) + QLatin1Char('G');

@@ -34,8 +34,8 @@ public:
 
     /// The area of an item's backdrop: the item's frame, widened to the left and to the right.
     static QRectF ground(const Item& item);
-    /// The first item whose ground contains the point; null if there is none. The left and top edges belong to a ground. The
-    /// right and bottom edges do not, because pixels count from the top left.
+    /// The first item whose ground contains the point; null if there is none. A ground includes its left and top edges, but
+    /// not its right and bottom edges, because pixels count from the top left.
     const Item* item(const QPointF& at) const;
 
     void swap(int first, int second) { m_list.swapItemsAt(first, second); }

@@ -27,7 +27,7 @@ concept DrawnPart
 class PanelPart {
 public:
     template <DrawnPart T>
-    requires(!std::same_as<T, PanelPart>) PanelPart(T part) // NOLINT: every part is one
+    requires(!std::same_as<T, PanelPart>) PanelPart(T part) // NOLINT: any part converts implicitly
         : m_part(std::make_shared<const Held<T>>(std::move(part)))
     {
     }

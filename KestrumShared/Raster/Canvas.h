@@ -48,8 +48,8 @@ public:
         const QPointF& origin, const QString& text, const MonospacedDigits& font, const QColor& colour);
     /// Draws the image, in its own size in points, with its bottom left corner at `origin`.
     void drawImage(const QPointF& origin, const QImage& image);
-    /// Calls `draw`, which draws within `rect`. The result may be cached as a picture under `key` and used instead of the
-    /// next call.
+    /// Calls `draw`, which draws within `rect`. The result may be cached under `key`; later calls with this key then draw
+    /// the cached picture.
     void drawKept(const SpriteKey& key, const QRectF& rect, const std::function<void(Canvas&)>& draw);
 
 private:

@@ -11,7 +11,7 @@ namespace kestrum {
 namespace {
 
 constexpr int grid = 64;
-// For drawings that appear in few places, so that they need not share pictures.
+// A finer grid, for drawings that appear in few places and so need not share pictures.
 constexpr int fineGrid = 1024;
 
 bool keepsPictures = true;

@@ -27,7 +27,8 @@ SpriteCache& SpriteCache::shared()
 
 const QImage& SpriteCache::keep(const SpriteKey& key, QImage image)
 {
-    // A copy, because the cache may reject an image that is too large, or delete it when the next one is inserted.
+    // A copy is returned, because the cache may reject an image that is too large, or delete it when the next one is
+    // inserted.
     m_latest = std::move(image);
     m_images.insert(key, new QImage(m_latest), m_latest.sizeInBytes() + overheadInBytes);
     return m_latest;

@@ -16,8 +16,8 @@ namespace {
 
 using icu::DecimalFormatSymbols;
 
-// `locale` with the digits that Qt uses for that language and region. Versions of ICU use different digits for Arabic
-// outside its own regions, and short texts are formatted without ICU, so both must use the same digits.
+// `locale` with the digits that Qt uses for that language and region. Versions of ICU differ in the digits of Arabic outside
+// its own regions, and short texts are formatted without ICU. With Qt's digits, all texts agree.
 icu::Locale withToolkitsDigits(icu::Locale locale, const QString& language, const QString& region)
 {
     const QString zero = ToolkitTexts::locale(language, region).zeroDigit();
@@ -41,7 +41,7 @@ icu::Locale textLocale(const QString& language, const QString& region)
 }
 
 // The locale of most people in `region`. If ICU does not know their language, such as Samoan, it would silently use the
-// process's default locale, which has nothing to do with the region. In this case: another locale of the region, else the
+// process's default locale, which has nothing to do with the region. Then this gives another locale of the region, else the
 // neutral one.
 icu::Locale localeUsedIn(const QByteArray& region)
 {

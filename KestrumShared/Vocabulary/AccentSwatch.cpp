@@ -10,7 +10,7 @@
 namespace kestrum {
 namespace {
 
-// Gives an opacity of a quarter: the painter cuts opacities to 256ths and loses one of them.
+// The result is an opacity of a quarter: the painter truncates opacities to multiples of 1/256 and loses one of these.
 constexpr double edgeOpacity = 65.0 / 256;
 
 QString decimalText(double number)

@@ -11,8 +11,8 @@
 //      *** 1.4-27 100
 //             100 /var/lib/dpkg/status
 //
-// Because of the descending order, versions need not be compared: the upper one is newer. The line of a repository ends in "Packages";
-// the other kind of source, dpkg's status file, is the list of installed packages.
+// Because of the descending order, versions need not be compared: the upper one is newer. The line of a repository ends in
+// "Packages"; the other kind of source, dpkg's status file, is the list of installed packages.
 
 #include "KestrumAgent/Updates/AptPolicy.h"
 

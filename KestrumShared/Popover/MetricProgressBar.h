@@ -10,8 +10,7 @@ namespace kestrum {
 
 /// A thin bar that is filled from its leading end.
 struct MetricProgressBar {
-    double value
-        = 0; ///< filled share of the bar; a value above 1 fills all of it, a negative value or NaN nothing
+    double value = 0; ///< filled share: above 1 fills all of the bar, below 0 and NaN nothing
     std::optional<QColor> fillColour = std::nullopt; ///< nothing for the default colour
 
     double height(const PanelEnvironment& environment) const;

@@ -14,8 +14,7 @@ namespace kestrum {
 struct ValueRow {
     QString title;
     QString value;
-    std::optional<QColor> colour
-        = std::nullopt; ///< colour of a dot before the title, which is the key of a graph
+    std::optional<QColor> colour = std::nullopt; ///< colour of a dot before the title, a graph's key
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;

@@ -7,12 +7,12 @@ class QAccessibleInterface;
 
 namespace kestrum {
 
-/// The window's accessibility tree as a text.
+/// The window's accessibility tree as text.
 namespace AccessibilityDump {
 
-/// A line for `from` and each visible interface below it, indented by depth: role, name, value or description, and states. Those
-/// that have no name and cannot get the focus are left out, but not their children. The tree is that of this process; how it is
-/// seen through the accessibility bus is not shown here.
+/// One line for `from` and for each visible interface below it, indented by depth: role, name, value or description, and states.
+/// An interface without a name that cannot get the focus has no line, but its children have. The text shows the tree of this
+/// process, not what arrives over the accessibility bus.
 QString text(QAccessibleInterface& from);
 
 } // namespace AccessibilityDump

@@ -12,9 +12,11 @@ namespace kestrum {
 
 namespace {
 
-// The process table can lag: a program that has just started may be missing, one that has just ended may be there.
+// The process table can lag behind: a program that has just started may be missing, and a program that has just ended may still
+// be listed.
 constexpr std::chrono::seconds secondLook { 1 };
-// A start waits as long for an agent that was asked to quit. If it still runs then, it has ignored the request.
+// A start of the agent waits this long for an agent that was asked to quit. An agent that still runs then has ignored the
+// request.
 constexpr auto lookAfterStop = AppLinks::checkDelay * AppLinks::retries;
 
 } // namespace
@@ -32,7 +34,7 @@ AgentController::AgentController(QObject* parent)
     m_afterStop.setSingleShot(true);
     m_afterStop.setInterval(lookAfterStop);
     connect(&m_afterStop, &QTimer::timeout, this, &AgentController::refresh);
-    // Qt on X11 does not notice when the application is left for less than 0.4 s.
+    // On X11 Qt reports no change when the application is inactive for less than 0.4 s.
     connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, [this](Qt::ApplicationState state) {
         if (state == Qt::ApplicationActive)
             refresh();
@@ -41,7 +43,8 @@ AgentController::AgentController(QObject* parent)
 
 bool AgentController::look()
 {
-    // Workspace reports starts and ends of our own agent. Of agents elsewhere it reports the end, if it knows their pids.
+    // `Workspace` reports the start and the end of this bundle's agent. For any other agent it reports the end if it has the
+    // pid.
     QList<qint32> pids;
     for (const ProcessScan::Entry& agent : ProcessScan::agents())
         pids.append(agent.pid);

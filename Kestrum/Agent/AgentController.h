@@ -6,9 +6,9 @@
 
 namespace kestrum {
 
-/// Knows whether the agent runs, and is the only place that switches it. It never polls: it looks when it is created, when programs
-/// start or end (at once and a second later), when a start fails, some seconds after a stop, and when the application becomes
-/// active.
+/// Knows whether the agent runs, and switches the agent on and off for the whole window. It never polls. It checks at its
+/// creation, when programs start or end (at once and a second later), when a start fails, some seconds after a stop, and when
+/// the application becomes active.
 class AgentController final : public QObject {
     Q_OBJECT
 public:
@@ -16,14 +16,15 @@ public:
 
     bool isRunning() const { return m_isRunning; }
 
-    /// Looks whether an agent runs.
+    /// Checks whether an agent runs.
     void refresh();
 
-    /// Stores the choice and starts the agent or asks it to quit. `isRunning` becomes the choice at once; the next look corrects it.
+    /// Stores the choice and starts the agent or asks it to quit. `isRunning` returns the choice at once; the next check
+    /// corrects that.
     void setEnabled(bool enabled);
 
 Q_SIGNALS:
-    /// Emitted after every look, also when nothing changed.
+    /// Emitted after every check and by `setEnabled`, also when nothing changed.
     void isRunningChanged(bool isRunning);
 
 private:

@@ -21,7 +21,7 @@ constexpr int padding = 10;
 constexpr int spacing = 8;
 constexpr int textSpacing = 1;
 constexpr int pictureSize = 35;
-constexpr int pictureRise = 2; ///< above the middle
+constexpr int pictureRise = 2; ///< how far the picture is above the row's middle
 
 } // namespace
 
@@ -50,16 +50,16 @@ AgentRow::AgentRow(AgentController& controller, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(padding, 0, padding, 0);
     layout->setSpacing(0);
-    // The row paints the picture itself: an ornament needs no widget that assistive programs would find.
+    // The row paints the picture itself: the picture is only decoration, and assistive programs would find a widget for it.
     layout->addSpacing(pictureSize + spacing);
     layout->addLayout(texts, 1);
-    // Spacing on both sides of an empty middle, which may have no width.
+    // One spacing on each side of an empty middle, which may have no width.
     layout->addSpacing(2 * spacing);
     layout->addWidget(m_switch);
 
     showState(controller.isRunning());
     connect(&controller, &AgentController::isRunningChanged, this, &AgentRow::showState);
-    // Not `clicked`: assistive programs do not trigger that.
+    // Not `clicked`: assistive programs do not trigger that signal.
     connect(m_switch, &Switch::toggled, &controller, &AgentController::setEnabled);
 }
 
@@ -73,7 +73,7 @@ QRectF AgentRow::pictureRect() const
 {
     const QRect place(padding, 0, pictureSize, pictureSize);
     const double middle = (rowHeight - pictureSize) / 2.0;
-    // On a whole pixel, for sharp edges.
+    // The picture is on a whole pixel, so that its edges are sharp.
     const double scale = devicePixelRatioF();
     return QRectF(QStyle::visualRect(layoutDirection(), rect(), place))
         .translated(0, qRound((middle - pictureRise) * scale) / scale);

@@ -17,7 +17,7 @@ public:
     /// `controller` outlives the row.
     explicit AgentRow(AgentController& controller, QWidget* parent = nullptr);
 
-    /// The rectangle of the picture, in the row.
+    /// The picture's rectangle in the row's coordinates.
     QRectF pictureRect() const;
 
 protected:

@@ -17,7 +17,7 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
 {
     setHeading(AppLanguage::string("Startup"));
     m_switch->setObjectName(QStringLiteral("launchAtLogin"));
-    // No animation: its state is often corrected a moment later.
+    // No animation: the shown state is often corrected a moment later.
     m_switch->setSlides(false);
     add(new Row(AppLanguage::string("Launch Kestrum at login"), m_switch));
 
@@ -28,10 +28,10 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
     m_status = new Row({});
     add(m_status);
 
-    // Not `clicked`: assistive programs do not trigger that.
+    // Not `clicked`: assistive programs do not trigger that signal.
     connect(m_switch, &Switch::toggled, this, [this](bool isOn) {
         m_manager.setEnabled(isOn);
-        // Needed also when nothing was changed because a block has come up.
+        // Needed also if `setEnabled` did nothing because of a new block: the switch must go back.
         showState();
     });
     connect(

@@ -31,15 +31,15 @@ std::optional<Status>& lastKnownStatus()
     return status;
 }
 
-/// Guards the application object, to which the worker posts its results, and whether it still exists.
+/// Guards `isApplicationGone`, and the application object while the worker posts a result to it.
 std::mutex applicationMutex;
 bool isApplicationGone = false;
 
 QThreadPool& worker();
 
-/// Finishes the requested changes at the end of the application. A change that hangs, for example on a network mount without its
-/// server, is abandoned together with its thread, which ends with the process. If the worker returns late, it posts nothing and
-/// touches only its own copy of the service and the pool, which is never destroyed.
+/// Waits for the requested changes when the application ends. A change that hangs, for example on a network mount whose server
+/// is gone, is abandoned, and its thread ends with the process. If the worker returns after that, it posts nothing. It uses only
+/// its own copy of the service and the pool, and the pool is never destroyed.
 void endWorker()
 {
     if (worker().waitForDone(int(patienceAtTheEnd.count())))
@@ -49,7 +49,7 @@ void endWorker()
     isApplicationGone = true;
 }
 
-/// A single thread, so that the later one of two quick changes wins.
+/// A pool with a single thread, which makes the changes in their order: of two quick changes, the later one wins.
 QThreadPool& worker()
 {
     static QThreadPool* const pool = [] {
@@ -78,7 +78,7 @@ Result<> change(const LoginItemService& service, bool enabled, bool wasOn)
     if (!enabled)
         return service.unregister();
     if (wasOn) {
-        // An entry that waits for approval, or that belongs to another copy of Kestrum, is replaced.
+        // Unregister first: this replaces an entry that waits for approval or that belongs to another copy of Kestrum.
         (void)service.unregister();
         QThread::msleep(pauseBeforeRegisteringAgain.count());
     }
@@ -175,7 +175,7 @@ void LoginItemManager::setEnabled(bool enabled)
             if (message) {
                 const QString line = QStringLiteral("login item: %1");
                 Log::error(logArea, line.arg(*message));
-                // The message for the user names neither the file nor the reason.
+                // A translated message names neither the file nor the reason, so log the original text too.
                 if (const QString reason = result.failureText(); *message != reason)
                     Log::warning(logArea, line.arg(reason));
             }

@@ -18,7 +18,7 @@ public:
     using Status = LoginItemService::Status;
     using Block = AgentLoginItem::Block;
 
-    /// Begins with the last state that any manager of this process knew.
+    /// Starts with the state that any manager of this process read or set last.
     explicit LoginItemManager(QObject* parent = nullptr);
 
     Status status() const { return m_status; }
@@ -27,16 +27,17 @@ public:
 
     bool isOn() const;
     bool needsApproval() const;
-    /// Whether the state was read or set by any manager of this process.
+    /// Whether any manager of this process has read or set the state.
     static bool isKnown();
 
-    /// The reason why it cannot be switched now, if any; checked at each call.
+    /// The reason why the login item cannot be switched now, if there is one; determined at each call.
     static std::optional<Block> block();
     static QString message(Block block);
 
     /// Reads the real state; emits `changed` if it differs.
     void refresh();
-    /// Switches the login item. The state changes at once and is corrected after the change. Does nothing while there is a block.
+    /// Switches the login item. `status` returns the choice at once; after the change the real state is read. Does nothing while
+    /// there is a block.
     void setEnabled(bool enabled);
 
     /// Removes, once only, the login item that earlier versions made for the settings application itself.
@@ -45,12 +46,12 @@ public:
 Q_SIGNALS:
     /// The state or the error has changed, or the state has become known.
     void changed();
-    /// The state was read, whether or not it differs.
+    /// The state was read. Emitted also if the state is the same as before.
     void refreshed();
 
 private:
     void setStatus(Status status);
-    /// Reads the real state, for later managers and for `asker` if that still exists afterwards.
+    /// Reads the real state and stores it for later managers. If `asker` still exists then, it gets the state too.
     static void read(const QPointer<LoginItemManager>& asker);
     void finish(const std::optional<QString>& message);
 

@@ -20,10 +20,10 @@ namespace kestrum {
 namespace {
 
 constexpr int stripHeight = 52;
-constexpr int stripPadding = 10; // at the sides
+constexpr int stripPadding = 10; // left and right of the contents
 constexpr int itemGap = 6;       // small: the sidebar is narrow
 constexpr int lineGap = 1;
-constexpr double symbolPoints = 13; // as the body text
+constexpr double symbolPoints = 13; // the size of body text
 
 class Divider final : public QWidget {
 public:
@@ -63,7 +63,7 @@ UpdateOfferRow::UpdateOfferRow(QWidget* parent)
     , m_content(new QWidget(this))
 {
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
-    // A widget with an empty layout takes no space, but gets its show event when the window appears.
+    // While the content is hidden, the layout is empty: this widget then takes no space, but still gets its show event.
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addWidget(m_content);
@@ -79,7 +79,7 @@ UpdateOfferRow::UpdateOfferRow(QWidget* parent)
 QWidget* UpdateOfferRow::makeStrip()
 {
     auto* strip = new QWidget;
-    // Higher if the desktop's fonts are too large for it.
+    // Only a minimum: with large desktop fonts the strip is higher.
     strip->setMinimumHeight(stripHeight);
     strip->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 
@@ -119,7 +119,7 @@ void UpdateOfferRow::read()
 void UpdateOfferRow::showEvent(QShowEvent* event)
 {
     QWidget::showEvent(event);
-    // Not when a minimised window is restored.
+    // A spontaneous event comes from a minimised window that is restored.
     if (event->spontaneous())
         return;
     // Listen first, so that no signal is missed while we read.

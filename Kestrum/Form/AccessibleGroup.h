@@ -5,9 +5,9 @@
 
 namespace kestrum {
 
-/// Makes every widget of a class a group for assistive programs, which ignore plain widgets: its contents are read together with
-/// its name. A role other than that of a group can be given. Must be called before such a widget is first reported to them, so
-/// first in its constructor. Further calls change nothing.
+/// Makes every widget of a class a group for assistive programs: they ignore plain widgets, but read a group's name together
+/// with its contents. `role` may be a role other than group. Call this first in the constructor of the class, because it must
+/// run before assistive programs get such a widget. Further calls change nothing.
 template <class Widget, QAccessible::Role role = QAccessible::Grouping> void groupForAssistance()
 {
     static const bool isInstalled = [] {

@@ -8,16 +8,16 @@
 
 namespace kestrum {
 
-/// How a control shows and changes one stored value. A setting converts to a binding; a value that takes more than one key to
-/// read has a function of its own.
+/// How a control shows and changes one stored value. A setting converts to a binding. A value that depends on several keys needs
+/// a function that reads it.
 template <class T> struct Binding {
     Binding(const Setting<T>& setting) // NOLINT: a setting is a binding
         : name(QString::fromLatin1(setting.key()))
         , keys { name }
         , store(&setting.store())
         , shown([setting]() -> std::optional<T> {
-            // A stored text that is no valid value shows no choice, and stays until the user chooses. A value of another type
-            // reads as the default.
+            // For a stored text that is not a valid value, no choice is shown, and the text stays stored until the user chooses.
+            // A value of another type is read as the default.
             if constexpr (!std::is_arithmetic_v<T>) {
                 if (!setting.recognised() && setting.store().string(setting.key()))
                     return std::nullopt;
@@ -28,7 +28,7 @@ template <class T> struct Binding {
     {
     }
 
-    /// `moreKeys`: those that `shownValue` reads beside the setting's own.
+    /// `moreKeys`: the keys that `shownValue` reads in addition to the setting's own key.
     Binding(const Setting<T>& setting, std::function<std::optional<T>()> shownValue,
         const QStringList& moreKeys = {})
         : Binding(setting)
@@ -38,9 +38,9 @@ template <class T> struct Binding {
     }
 
     QString name;                            ///< the key; the control's object name
-    QStringList keys;                        ///< of all values that decide what is shown
-    UserDefaults* store;                     ///< whose changes the control follows; outlives it
-    std::function<std::optional<T>()> shown; ///< empty: no choice is shown
+    QStringList keys;                        ///< the keys of all values that decide what is shown
+    UserDefaults* store;                     ///< the control follows its changes; outlives the control
+    std::function<std::optional<T>()> shown; ///< the value to show; none if no choice is shown
     std::function<void(const T&)> choose;
 };
 

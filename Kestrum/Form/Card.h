@@ -17,21 +17,21 @@ class Card : public QWidget {
 public:
     enum class Ground {
         filled,
-        none, ///< for a content that draws its own background
+        none, ///< for contents that draw their own background
     };
 
     explicit Card(Ground ground = Ground::filled, QWidget* parent = nullptr);
-    /// A filled card with a heading, an English text, and contents.
+    /// A filled card with contents and a heading. `heading` is an English text.
     Card(const char* heading, std::initializer_list<QWidget*> contents);
     explicit Card(std::initializer_list<QWidget*> contents);
 
-    /// Texts as they are shown. An empty text takes no space.
+    /// These functions take the text as it is shown. An empty text takes no space.
     void setHeading(const QString& text);
     void setFootnote(const QString& text);
-    /// Replaces the heading by a label of another kind, such as one with a symbol; the card owns it.
+    /// Replaces the heading with a label of another kind, such as one with a symbol; the card owns the label.
     void setHeader(WrappedLabel* header);
 
-    /// Puts `content` below what is there; the card owns it.
+    /// Adds `content` below the present contents; the card owns it.
     void add(QWidget* content);
 
 protected:

@@ -14,7 +14,7 @@ template <class T> struct Choice {
     QString title; ///< in the interface language
 };
 
-/// All cases of an enumeration in their order, by their titles.
+/// All cases of an enumeration in their order, with their titles.
 template <StoredEnumeration E> QList<Choice<E>> choices()
 {
     QList<Choice<E>> all;
@@ -23,8 +23,8 @@ template <StoredEnumeration E> QList<Choice<E>> choices()
     return all;
 }
 
-/// Connects a picker to a value in both directions. `control` has the function `setIndex(int)`, −1 for no choice, and the signal
-/// `chosen(int)`, which only the user triggers.
+/// Connects a picker to a value in both directions. `control` has the function `setIndex(int)`, with −1 for no choice, and the
+/// signal `chosen(int)`, which is emitted only for choices of the user.
 template <class Control, class T>
 void bind(Control* control, const Binding<T>& binding, const QList<Choice<T>>& choices)
 {
@@ -41,7 +41,7 @@ void bind(Control* control, const Binding<T>& binding, const QList<Choice<T>>& c
     follow(binding, control, show);
     QObject::connect(control, &Control::chosen, control, [binding, choices, show](int index) {
         binding.choose(choices[index].value);
-        show(); // the stored value, if the save failed
+        show(); // shows the stored value again if the save failed
     });
 }
 

@@ -35,7 +35,7 @@ void joinLetters(const QColorDialog& dialog)
         button->setText(joined(button->text()));
 }
 
-/// The colour in the dialog's precision: opaque, one byte a component.
+/// The colour in the dialog's precision: opaque, one byte per component.
 QColor asInDialog(const QColor& colour)
 {
     return QColor(colour.rgb());
@@ -64,8 +64,8 @@ void ColourWell::become(const QColor& colour)
 void ColourWell::setColour(const QColor& colour)
 {
     become(colour);
-    // Often this is the dialog's own colour on its way back, equal but for rounding. The dialog must not change then: the user may be
-    // dragging in it.
+    // Often `colour` is the dialog's own colour, which the owner passes back here, equal except for rounding. The dialog must
+    // not change then, because the user may be dragging in it.
     if (!m_dialog || asInDialog(m_dialog->currentColor()) == asInDialog(colour))
         return;
     m_dialog->setCurrentColor(asInDialog(colour));
@@ -73,7 +73,7 @@ void ColourWell::setColour(const QColor& colour)
 
 void ColourWell::take(const QColor& colour)
 {
-    // The dialog also reports the colours that it was given.
+    // The dialog also reports colours that `setColour` has set.
     if (asInDialog(colour) == asInDialog(m_colour))
         return;
     become(asInDialog(colour));
@@ -85,7 +85,7 @@ void ColourWell::openDialog()
     if (!m_dialog) {
         m_dialog = new QColorDialog(asInDialog(m_colour), this);
         m_dialog->setAttribute(Qt::WA_DeleteOnClose);
-        // It follows the colours and the font of the window.
+        // The dialog takes over the colours and the font of the window.
         m_dialog->setAttribute(Qt::WA_WindowPropagation);
         m_dialog->setOptions(QColorDialog::DontUseNativeDialog | QColorDialog::NoButtons);
         m_dialog->setWindowTitle(m_dialogTitle);
@@ -103,13 +103,14 @@ void ColourWell::placeDialog() const
 {
     const QRect screen = this->screen()->availableGeometry();
     const QRect frame = window()->frameGeometry();
-    // Its frame will be as large as that of this window.
+    // The dialog's frame will be as wide as the frame of this window.
     const QSize size = m_dialog->sizeHint() + frame.size() - window()->size();
     const int atRight = frame.right() + 1 + dialogGap;
     const int atLeft = frame.left() - dialogGap - size.width();
     const int rightRoom = screen.right() + 1 - (atRight + size.width());
     const int leftRoom = atLeft - screen.left();
-    // At the trailing side if it fits there, else at the other, else at the side with more space.
+    // The dialog is at the trailing side if it fits there, else at the leading side if it fits there, else at the side with more
+    // space.
     const bool isRightFirst = !isRightToLeft();
     const bool fitsFirst = (isRightFirst ? rightRoom : leftRoom) >= 0;
     const bool isAtRight = fitsFirst ? isRightFirst : rightRoom > leftRoom;
@@ -123,7 +124,7 @@ void ColourWell::placeDialog() const
 void ColourWell::hideEvent(QHideEvent* event)
 {
     QAbstractButton::hideEvent(event);
-    // Not when the window is only minimised.
+    // The event is spontaneous when the window is only minimised.
     if (!event->spontaneous() && m_dialog)
         m_dialog->close();
 }

@@ -9,27 +9,27 @@ class QColorDialog;
 
 namespace kestrum {
 
-/// A plate of one colour. A click opens a colour dialog that is not modal, beside the window if the desktop lets programs place
-/// their windows and the screen has the space. Each change in the dialog is reported at once. Colours are opaque. For assistive
-/// programs it is a button; the owner sets its name, and its description is the colour as "#rrggbb". The dialog is closed when
-/// the well is hidden or destroyed.
+/// A plate of one colour. A click opens a colour dialog that is not modal. The dialog is beside the window if the desktop lets
+/// programs place their windows and the screen has the space. Each change in the dialog is reported at once. Colours are opaque.
+/// For assistive programs the well is a button: the owner sets its name, and its description is the colour as "#rrggbb". The
+/// dialog is closed when the well is hidden or destroyed.
 class ColourWell final : public QAbstractButton {
     Q_OBJECT
 public:
     explicit ColourWell(QWidget* parent = nullptr);
 
     QColor colour() const { return m_colour; }
-    /// Shows another colour, in an open dialog too, without emitting `picked`. Its alpha is ignored.
+    /// Shows another colour, in an open dialog too, without emitting `picked`. The alpha of `colour` is ignored.
     void setColour(const QColor& colour);
 
-    /// The text of the dialog's title bar; it names the thing that has the colour.
+    /// Sets the text of the dialog's title bar, which names the thing that has the colour.
     void setDialogTitle(const QString& title) { m_dialogTitle = title; }
 
     QSize sizeHint() const override { return { 44, 24 }; }
     QSize minimumSizeHint() const override { return sizeHint(); }
 
 Q_SIGNALS:
-    /// The user picked another colour, or moved over it.
+    /// The user picked another colour or is dragging over it.
     void picked(const QColor& colour);
 
 protected:

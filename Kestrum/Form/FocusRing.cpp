@@ -17,7 +17,7 @@ QRect placeOf(const QWidget& control, const QWidget* room)
     return place.adjusted(-reach, -reach, reach, reach);
 }
 
-/// The nearest widget that does not clip the ring: a parent can be exactly as large as its controls.
+/// The nearest ancestor that does not clip the ring, else the window. The direct parent can be exactly as large as the control.
 QWidget* roomAround(const QWidget& control)
 {
     QWidget* room = control.parentWidget();
@@ -33,7 +33,7 @@ void FocusRing::mark(QWidget& control, double radius, const QFocusEvent& event)
     const Qt::FocusReason reason = event.reason();
     const bool isByKeyboard = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::ShortcutFocusReason;
-    // The focus returns to a control when its window becomes active again or its list closes: so does the ring.
+    // A control gets the focus back when its window becomes active again or its list closes. The ring then comes back too.
     const bool isBack = (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason)
         && control.window()->testAttribute(Qt::WA_KeyboardFocusChange);
     if (!control.isWindow() && (isByKeyboard || isBack))

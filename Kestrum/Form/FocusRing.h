@@ -7,14 +7,15 @@
 
 namespace kestrum {
 
-/// The ring around the control that got the focus by the keyboard. It reaches beyond the control, so its parent is the nearest
-/// ancestor that has the space. It is deleted when the control loses the focus or is clicked.
-/// QFocusFrame would need a style of our own to leave a tight parent and to keep our distance, and stays after both of these.
+/// The ring around the control that got the focus by the keyboard. The ring reaches beyond the control, so its parent is the
+/// nearest ancestor that has the space. The ring is deleted when the control loses the focus or is clicked.
+/// QFocusFrame does not fit here: it needs a style of our own to leave a tight parent and to have our distance, and it stays
+/// visible when the control loses the focus or is clicked.
 class FocusRing final : public QWidget {
     Q_OBJECT
 public:
-    /// To be called when `control` gets the focus. Shows a ring if the keyboard moved the focus. `radius` is that of the control's
-    /// corners.
+    /// Call this when `control` gets the focus. Shows a ring if the keyboard moved the focus. `radius` is the radius of the
+    /// control's corners.
     static void mark(QWidget& control, double radius, const QFocusEvent& event);
 
 protected:

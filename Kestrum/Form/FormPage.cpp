@@ -14,8 +14,8 @@ namespace kestrum {
 
 namespace {
 
-/// Texts wrap, so the height depends on the width. The minimum height, which is that of the texts at their narrowest, would make a
-/// page scroll that fits.
+/// The column of sections. Texts wrap, so the column's height depends on its width. The layout's minimum height is the height at
+/// the narrowest width. With that minimum, a page that fits would scroll, so the column has no minimum height.
 class Column final : public QWidget {
 public:
     QSize minimumSizeHint() const override
@@ -25,7 +25,7 @@ public:
     }
 };
 
-/// Makes all pickers of a kind on `page` as wide as the widest.
+/// Makes all pickers of type `Picker` on `page` as wide as the widest of them.
 template <class Picker> void shareWidth(const QWidget& page)
 {
     const auto pickers = page.findChildren<Picker*>();
@@ -36,7 +36,7 @@ template <class Picker> void shareWidth(const QWidget& page)
         picker->setSharedWidth(widest);
 }
 
-/// The widgets in `part` that Tab reaches, in its order.
+/// The widgets in `part` that Tab reaches, in tab order.
 QList<const QWidget*> tabStops(const QWidget& part)
 {
     QList<const QWidget*> stops;
@@ -55,7 +55,7 @@ FormPage::FormPage(QWidget* parent)
     setFrameShape(NoFrame);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setWidgetResizable(true);
-    // Only its controls take the focus.
+    // Only the controls on the page take the focus.
     setFocusPolicy(Qt::NoFocus);
     auto* column = new Column;
     auto* layout = new QVBoxLayout(column);
@@ -67,7 +67,8 @@ FormPage::FormPage(QWidget* parent)
     column->setAutoFillBackground(false);
     new PageScrollBar(*this);
     layOut();
-    // The base class scrolls for a focus that moves within the page. It can also come from outside, to a control out of view.
+    // The base class scrolls when the focus moves within the page. The focus can also come from outside the page to a control
+    // out of view.
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
         if (now && widget()->isAncestorOf(now) && now->window()->testAttribute(Qt::WA_KeyboardFocusChange))
             bringIntoView(*now);
@@ -106,7 +107,7 @@ void FormPage::bringIntoView(const QWidget& control)
     takeIn(tabStops(*widget()), widget()->rect());
     if (wanted.height() > viewport()->height())
         wanted = own;
-    // The edge below the last pixel, not the pixel itself.
+    // `bottom()` is the last pixel; the edge is below it.
     ensureVisible(wanted.center().x(), wanted.bottom() + 1, 0, 0);
     ensureVisible(wanted.center().x(), wanted.top(), 0, 0);
 }

@@ -7,17 +7,18 @@
 
 namespace kestrum {
 
-/// A page of the window: its sections in one column that scrolls. The column is as wide as the page without its margins, at most
-/// as wide as a card may be, and centred in a wide window. Pickers of a kind are as wide as the widest of them.
+/// A page of the window: its sections in one column that scrolls. The column is as wide as the page without its margins, but at
+/// most as wide as a card may be; in a wide window the column is centred. All pickers of one kind are as wide as the widest of
+/// them.
 class FormPage : public QScrollArea {
     Q_OBJECT
 public:
     explicit FormPage(QWidget* parent = nullptr);
 
-    /// The margin at each side of a page of that width.
+    /// The margin at each side of a page that is `pageWidth` wide.
     static int margin(int pageWidth);
 
-    /// Puts `section` below the others; the page owns it.
+    /// Adds `section` below the others; the page owns it.
     void add(Card* section);
 
 protected:
@@ -25,7 +26,8 @@ protected:
 
 private:
     void layOut();
-    /// Scrolls to `control`. The first control of a section brings the section's top into view too, the last one its end.
+    /// Scrolls to `control`. For the first control of a section the section's top comes into view too, for the last control its
+    /// bottom.
     void bringIntoView(const QWidget& control);
 };
 

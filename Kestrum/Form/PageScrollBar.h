@@ -9,15 +9,15 @@ class QScrollBar;
 
 namespace kestrum {
 
-/// A page's scroll bar. It lies in the page's margin, so that nothing moves when it appears, and is visible only while the page can
-/// be scrolled. Dragging its thumb scrolls; a click beside the thumb scrolls by a page.
+/// A page's scroll bar. It lies in the page's margin, so nothing moves when the bar appears. It is visible only while the page
+/// can be scrolled. A drag of its thumb scrolls; a click beside the thumb scrolls by a page.
 class PageScrollBar final : public QWidget {
     Q_OBJECT
 public:
-    /// `area` owns it. It replaces the vertical bar of `area`, which stays hidden.
+    /// `area` owns the new bar. The new bar replaces the vertical bar of `area`, which stays hidden.
     explicit PageScrollBar(QScrollArea& area);
 
-    /// The part that can be dragged, in this widget.
+    /// The rectangle of the part that can be dragged, in this widget's coordinates.
     QRect thumb() const;
 
 protected:
@@ -32,7 +32,7 @@ private:
 
     QScrollArea& m_area;
     QScrollBar& m_bar;
-    std::optional<int> m_grabbed; ///< distance from the thumb's top to the pointer that holds it
+    std::optional<int> m_grabbed; ///< distance from the thumb's top to the pointer during a drag
 };
 
 } // namespace kestrum

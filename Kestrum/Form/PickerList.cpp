@@ -25,8 +25,8 @@ constexpr double entryRadius = 5;
 constexpr int tickRoom = 24;       ///< before pictures and titles
 constexpr int trailingPadding = 5; ///< small, so that a list is no wider than its field
 constexpr int shadowReach = 14;
-constexpr int shadowFall = 4;           ///< how much lower than the card it lies
-constexpr double shadowOpacity = 0.014; ///< of one layer; there is a layer for each point of reach
+constexpr int shadowFall = 4;           ///< how far the shadow is below the card
+constexpr double shadowOpacity = 0.014; ///< of one layer; the shadow has one layer per point of `shadowReach`
 
 /// Draws entries and dividers.
 class EntryDelegate final : public QStyledItemDelegate {
@@ -143,8 +143,8 @@ QRect PickerList::card() const
     return window()->geometry().adjusted(reach, reach, -reach, -reach);
 }
 
-/// QComboBox knows neither the card's insets nor the shadow. The positions of entries cannot be used here: they are laid out when the
-/// window is shown.
+/// Places the window, because QComboBox knows neither the card's insets nor the shadow. The entries have no positions yet: they
+/// are laid out when the window is shown.
 void PickerList::place()
 {
     QWidget& list = *window();
@@ -180,8 +180,8 @@ void PickerList::place()
 void PickerList::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
 {
     QListView::selectionChanged(selected, deselected);
-    // After keys and the pointer have selected an entry, it becomes the current one. Assistive programs only select, and mean that the
-    // entry is chosen; a key press is the only way to choose it.
+    // When keys or the pointer select an entry, that entry also becomes the current one. Assistive programs only select an
+    // entry, but want to choose it. QListView and QComboBox choose an entry only at a key press, so send one.
     const auto chooseIfOnlySelected = [this] {
         const QModelIndexList entries = selectedIndexes();
         if (!isVisible() || entries.size() != 1 || entries.first() == currentIndex())
@@ -199,7 +199,7 @@ bool PickerList::eventFilter(QObject* watched, QEvent* event)
     if (watched != window())
         return QListView::eventFilter(watched, event);
     if (event->type() == QEvent::Show && !event->spontaneous()) {
-        // Asked at each opening: a compositor can start and end at any time.
+        // Checked at each opening: a compositor can start and end at any time.
         m_isTranslucent = isTranslucencyShown();
         place();
     } else if (event->type() == QEvent::Paint) {
@@ -214,7 +214,7 @@ void PickerList::paintCard() const
     QPainter painter(window());
     const QRectF card(this->card().translated(-window()->pos()));
     if (!m_isTranslucent) {
-        // Without translucency rounded corners would be black, and the border has nothing below it to mix with.
+        // Without translucency, rounded corners would be black. The border is drawn over the card's colour.
         painter.fillRect(card, Theme::colour(Theme::Colour::card));
         painter.setPen(Theme::colour(Theme::Colour::listBorder));
         painter.drawRect(card.adjusted(0, 0, -1, -1));

@@ -24,12 +24,12 @@ constexpr int markGap = 10;        ///< between the title and the mark
 constexpr int markWidth = 7;
 constexpr int markPadding = 10; ///< after the mark
 
-/// One arrow head up and one down: a list opens.
+/// One arrow head up and one down, the sign that a list opens.
 void paintMark(QPainter& painter, const QPointF& middle)
 {
     constexpr double half = markWidth / 2.0;
     constexpr double rise = 3.5;
-    constexpr double away = 2; ///< from the middle to where the heads begin
+    constexpr double away = 2; ///< from the middle to the start of each head
     for (const int side : { -1, 1 }) {
         painter.drawPolyline(QPolygonF { { middle + QPointF(-half, side * away),
             middle + QPointF(0, side * (away + rise)), middle + QPointF(half, side * away) } });
@@ -116,10 +116,10 @@ void PopupPicker::showPopup()
 {
     auto* list = qobject_cast<PickerList*>(view());
     if (!list) {
-        // Made when first needed: every list is a window.
+        // The list is created when it is first needed, because every list is a window.
         list = new PickerList(*this);
         setView(list);
-        // Newer versions of Qt set it only when the choice changes.
+        // Newer versions of Qt set the list's current entry only when the choice changes.
         list->setCurrentIndex(model()->index(currentIndex(), modelColumn()));
         list->setAccessibleName(accessibleName());
         list->dressWindow();
@@ -176,7 +176,7 @@ void PopupPicker::changeEvent(QEvent* event)
         QComboBox::changeEvent(event);
         return;
     }
-    // Not passed on: QComboBox would create its list just to set the font. Our list asks the picker for its font.
+    // QComboBox does not get this event: it would create its list just to set the font. Our list uses the picker's font.
     m_longestTitleWidth = 0;
     for (int row = 0; row < count(); ++row)
         m_longestTitleWidth = std::max(m_longestTitleWidth, widthOf(itemText(row)));

@@ -5,9 +5,9 @@
 
 namespace kestrum {
 
-/// Shows the chosen entry; all choices are in a list that opens over it, with a tick before the chosen one. It is as wide as its
-/// longest title, so that nothing moves when another is chosen, or as the pickers that share a width with it. The mouse wheel over
-/// it scrolls the page.
+/// A picker that shows the chosen entry. All choices are in a list that opens over the picker, with a tick before the chosen
+/// one. The picker is as wide as its longest title needs, so nothing moves when another entry is chosen, or as wide as the
+/// pickers that share a width with it. The mouse wheel scrolls the page even over the picker.
 class PopupPicker final : public QComboBox {
     Q_OBJECT
 public:
@@ -23,9 +23,9 @@ public:
     /// Shows another choice without emitting `chosen`. −1 or a position that does not exist shows none.
     void setIndex(int index);
 
-    /// The width that its own titles need.
+    /// The width that the picker's own titles need.
     int ownWidth() const;
-    /// Makes it as wide as other pickers where there is enough space. A width below its own changes nothing.
+    /// Makes the picker as wide as other pickers where there is enough space. A width below `ownWidth` changes nothing.
     void setSharedWidth(int width);
 
     QSize sizeHint() const override;
@@ -45,7 +45,7 @@ protected:
 
 private:
     int widthOf(const QString& title) const;
-    /// The width of the field with a title of that width.
+    /// The width of a field whose title is `titleWidth` wide.
     int widthWith(int titleWidth) const;
 
     int m_sharedWidth = 0;

@@ -36,7 +36,7 @@ void PushButton::paintPlate(QPainter& painter, const QWidget& control, bool isPr
     using Theme::Colour;
     const QRect place = control.rect();
     painter.setRenderHint(QPainter::Antialiasing);
-    // Nearly all buttons are on cards.
+    // The border's colour fits a card as background: nearly all buttons are on cards.
     painter.setPen(Theme::edgeColour(Colour::button, Colour::card, Colour::buttonBorder));
     painter.setBrush(Theme::colour(Colour::button));
     painter.drawRoundedRect(QRectF(place).adjusted(0.5, 0.5, -0.5, -0.5), radius, radius);

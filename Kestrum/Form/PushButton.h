@@ -15,8 +15,8 @@ public:
     QSize minimumSizeHint() const override { return sizeHint(); }
 
     static constexpr double radius = 6; ///< of the plate's corners
-    /// Paints the background of a button, also for other controls that look like one: as large as `control` and in its state. For a
-    /// disabled control the painter's opacity is reduced afterwards.
+    /// Paints a button's background, also for other controls that look like a button. The background has the size of `control`
+    /// and shows its state. For a disabled control the painter's opacity stays reduced after the call.
     static void paintPlate(QPainter& painter, const QWidget& control, bool isPressed);
 
 protected:

@@ -13,12 +13,13 @@ namespace kestrum {
 namespace {
 
 constexpr int leastHeight = 40;
-constexpr int leastRoom = 9; ///< above and below what the row holds, the hairline between rows included
+constexpr int leastRoom = 9; ///< above and below the row's contents, including the hairline between rows
 constexpr int gap = 12;      ///< between text and control
-constexpr int gapAbove = 6;  ///< of a control below its text
+constexpr int gapAbove = 6;  ///< between a text and the control below it
 constexpr int companionGap = 8;
 
-/// The control's preferred size, or where that is too wide its size at the width `room`.
+/// The control's preferred size. If that is wider than `room`, the size at the width `room` or at the minimum width if that is
+/// larger.
 QSize fitted(const QWidget& control, int room)
 {
     QSize size = control.sizeHint();
@@ -89,7 +90,8 @@ Row::Layout Row::layoutFor(int width) const
     const QSize own = m_control ? fitted(*m_control, room - companionRoom()) : QSize(0, 0);
     const QSize control = own + QSize(companionRoom(), 0);
     const int beside = m_control ? room - control.width() - gap : room;
-    // The label on one line, or at least a third of the row and the width of its longest word.
+    // The least width of a label beside a control: the text on one line or, if less, the larger of a third of the row and the
+    // longest word.
     const int wanted
         = std::min(m_label->sizeHint().width(), std::max(room / 3, m_label->minimumSizeHint().width()));
     const bool isBelow = m_control && beside < wanted;

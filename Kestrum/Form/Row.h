@@ -10,13 +10,14 @@ namespace kestrum {
 class Row : public QWidget {
     Q_OBJECT
 public:
-    /// The row owns `control`. The accessible name of the control becomes `text`, unless it has one or is a button with a text.
+    /// The row owns `control`. The accessible name of the control becomes `text`, unless the control has a name or is a button
+    /// with a text.
     explicit Row(const QString& text, QWidget* control = nullptr, QWidget* parent = nullptr);
 
     enum class Ink { text, secondary, error };
 
-    /// Adds a second control behind the first; the row owns it. It may be hidden: its space stays reserved, so that the row never
-    /// changes its height.
+    /// Adds a second control after the first; the row owns it. The second control may be hidden: its space stays reserved, so
+    /// the row's height never changes.
     void setCompanion(QWidget* companion);
 
     void setText(const QString& text);
@@ -37,7 +38,7 @@ private:
     struct Layout;
     /// The width reserved for the second control.
     int companionRoom() const;
-    /// For that width, as if texts were written from the left.
+    /// The layout of a row that is `width` wide, for left-to-right text.
     Layout layoutFor(int width) const;
     void layOut();
 

@@ -11,10 +11,10 @@ Row* Form::toggle(const char* title, const Binding<bool>& binding)
     control->setObjectName(binding.name);
     const auto show = [control, binding] { control->follow(binding.shown().value_or(false)); };
     follow(binding, control, show);
-    // Not `clicked`: assistive programs do not trigger that.
+    // Not `clicked`: assistive programs do not trigger that signal.
     QObject::connect(control, &Switch::toggled, control, [binding, show](bool isOn) {
         binding.choose(isOn);
-        show(); // the stored value, if the save failed
+        show(); // shows the stored value again if the save failed
     });
     return new Row(AppLanguage::string(title), control);
 }

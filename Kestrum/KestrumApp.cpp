@@ -18,8 +18,7 @@ namespace {
 
 constexpr QSize defaultSize { 640, 520 };
 
-/// The application for assistive programs, with its display name. Qt would give them the identifier that also names our windows
-/// and files.
+/// Gives assistive programs the application's display name. Qt alone would give them the identifier of our windows and files.
 class AccessibleApplication final : public QAccessibleApplication {
 public:
     static void install()
@@ -50,7 +49,7 @@ KestrumApp::KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run)
     setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     setDesktopFileName(applicationIdentifier);
     ToolkitTexts::install();
-    // Qt's own style paints from the palette only. Styles of desktops have their own backgrounds and borders.
+    // The Fusion style paints with the palette's colours only. The styles of desktops have their own backgrounds and borders.
     setStyle(QStringLiteral("fusion"));
 }
 
@@ -84,7 +83,7 @@ bool KestrumApp::eventFilter(QObject* watched, QEvent* event)
         // The frame is shown after this event has been handled.
         QTimer::singleShot(0, this, [this] {
             m_delegate.windowWasShown();
-            // Qt has not used the token for its first window.
+            // Qt has not used the activation token for its first window.
             if (const QByteArray token = std::exchange(m_activationToken, {}); !token.isEmpty())
                 SettingsAppDelegate::bringForward(token);
             Q_EMIT windowShown();

@@ -10,8 +10,8 @@ namespace kestrum {
 
 class SettingsView;
 
-/// The application object of the settings application: its delegate and its one window. Closing the window
-/// ends it.
+/// The application object of the settings application, with its delegate and its one window. The application ends when the
+/// window is closed.
 class KestrumApp final : public QApplication {
     Q_OBJECT
 public:

@@ -51,12 +51,12 @@ bool Pictures::save(SettingsView& window, const QString& directory)
     folder.mkpath(QStringLiteral("."));
     const SettingsPage shown = window.page();
     const QSize size = window.size();
-    // Looks active, also without a window manager that gives it the focus.
+    // Makes the window look active, also without a window manager that gives it the focus.
     QApplication::setActiveWindow(&window);
     bool isSaved = true;
     for (const auto& page : allCases<SettingsPage>()) {
         window.showPage(page.value);
-        // The whole page without scrolling.
+        // Shows the whole page without scrolling.
         window.resize(size.width(), std::max(size.height(), window.pageHeight()));
         const QString tree = QLatin1StringView(page.rawValue) + QStringLiteral(".tree.txt");
         isSaved &= saveTree(window, folder.filePath(tree));

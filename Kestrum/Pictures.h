@@ -10,9 +10,10 @@ class SettingsView;
 /// Pictures of the window, for use without a display.
 namespace Pictures {
 
-/// Saves every page of `window` in light and dark at scale 1 and 2 into `directory`, which is created if missing: as
-/// "menuBar-light@2x.png" and so on. "menuBar.tree.txt" beside them is the page's `AccessibilityDump`. Shows the pages in turn and
-/// returns to the page shown before. False, with a line on standard error, if a file cannot be written.
+/// Saves pictures of every page of `window` into `directory`: in the light and the dark scheme, at scale 1 and 2, with names
+/// such as "menuBar-light@2x.png". "menuBar.tree.txt" beside them is the page's `AccessibilityDump`. Creates `directory` if it
+/// is missing. Shows the pages in turn, then the page shown before. Returns false, with a line on standard error, if a file
+/// cannot be written.
 bool save(SettingsView& window, const QString& directory);
 
 } // namespace Pictures

@@ -15,7 +15,7 @@ namespace kestrum {
 
 namespace {
 
-/// Closing the last window makes the application inactive too, but must not relaunch it.
+/// Whether a window is open. Closing the last window makes the application inactive too, but must not relaunch it.
 bool isAnyWindowOpen()
 {
     const QWindowList windows = QGuiApplication::topLevelWindows();
@@ -29,8 +29,8 @@ Relaunch::Actions Relaunch::Actions::real()
 {
     return {
         [](const QString& command) {
-            // Not awaited: it ends after us. A failure is not reported: the application then stays closed until the user opens
-            // it, and a message would not help.
+            // We do not wait for the shell, because it ends after us. We do not report a failure either: the application then
+            // stays closed until the user opens it, and a message would not help.
             (void)ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) });
         },
         [] { QCoreApplication::quit(); },
@@ -52,7 +52,7 @@ QString Relaunch::command(qint64 pid, const QString& bundlePath)
 
 bool Relaunch::canCarry(const QString& bundlePath)
 {
-    // Characters with a meaning between double quotes, the line end, and the replacement for bytes that are not UTF-8.
+    // Characters with a special meaning between double quotes, the line end, and the replacement for bytes that are not UTF-8.
     static const QString unsafe = QStringLiteral("\"$`\\\n") + QChar(QChar::ReplacementCharacter);
     return std::none_of(
         bundlePath.begin(), bundlePath.end(), [](QChar character) { return unsafe.contains(character); });
@@ -61,7 +61,7 @@ bool Relaunch::canCarry(const QString& bundlePath)
 void Relaunch::whenInactive()
 {
     if (const QString path = Bundle::main().path(); !canCarry(path)) {
-        // Better no relaunch than an application that stays closed. The window shows the new language already.
+        // No relaunch is better than an application that stays closed. The window already shows the new language.
         Log::warnOnce("application",
             QStringLiteral(
                 "%1 is not started anew in the new language: a shell would read more than a path in that")
@@ -86,7 +86,7 @@ void Relaunch::stateChanged(Qt::ApplicationState state)
 
 void Relaunch::relaunch()
 {
-    // While the application quits, the settings and the focus may change again.
+    // Relaunch only once: while the application quits, the settings and the focus may change again.
     if (std::exchange(m_isDone, true))
         return;
     m_actions.startShell(command(QCoreApplication::applicationPid(), Bundle::main().path()));

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// Restarts the application once it is not active: the language of the toolkit's texts cannot be changed while it runs. At most once
-/// a process.
+/// Restarts the application when it is no longer active, because the language of the toolkit's texts cannot be changed while the
+/// application runs. There is at most one restart per process.
 class Relaunch final : public QObject {
     Q_OBJECT
 public:
@@ -23,8 +23,9 @@ public:
 
     explicit Relaunch(Actions actions = Actions::real(), QObject* parent = nullptr);
 
-    /// Relaunches at once if the application is not active, else as soon as the user switches to another. A pending relaunch is never
-    /// cancelled. If the bundle's path cannot be part of the command there is no relaunch, and the log says so once.
+    /// Relaunches at once if the application is not active, else as soon as the user switches to another application. A pending
+    /// relaunch is never cancelled. If the bundle's path cannot be part of the command, there is no relaunch, and the log says
+    /// so once.
     void whenInactive();
 
     /// The command for the shell: wait for the end of process `pid`, then open the bundle in the background. The path is put between

@@ -19,7 +19,7 @@ namespace kestrum {
 
 namespace {
 
-// A window can open behind others, without a frame, or not at all. The agent must not wait for it.
+// A window that opens behind others may never be painted, and a window may not open at all. The agent must not wait for it.
 constexpr std::chrono::seconds longestWaitForWindow { 1 };
 
 } // namespace
@@ -40,7 +40,7 @@ void SettingsAppDelegate::applicationDidFinishLaunching()
     MeterSettings::migrateAccents();
     if (m_run == Run::ordinary)
         LoginItemManager::unregisterLegacyMainAppOnce();
-    // The store outlives this object; the connection ends with it.
+    // The store outlives this object; the connection ends with this object.
     connect(&store, &UserDefaults::changed, this, &SettingsAppDelegate::storeChanged);
     m_signals.listen(SharedSettings::Signal::openSettings, [] { bringForward({}); });
     m_rest.start();
@@ -82,7 +82,8 @@ void SettingsAppDelegate::presentWindowIfMissing()
 
 void SettingsAppDelegate::keepOutOfSession()
 {
-    // Only X11 session management restores windows. Window managers that put windows into tabs cannot be asked not to.
+    // Only X11 session management restores windows. There is no request that prevents window managers from putting windows into
+    // tabs.
     connect(
         qGuiApp, &QGuiApplication::saveStateRequest, this,
         [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },

@@ -22,15 +22,15 @@ public:
     explicit SettingsAppDelegate(
         Run run = Run::ordinary, Relaunch::Actions actions = Relaunch::Actions::real());
 
-    /// The first part of the start-up sequence, before there is a window. Named for its moment: the process is launched, nothing
-    /// is shown. Called once. The second part runs after a second if `windowWasShown` is not called.
+    /// The first part of the start-up sequence: the process is launched, but there is no window yet. Called once. If
+    /// `windowWasShown` is not called within a second, the second part runs then.
     void applicationDidFinishLaunching();
 
-    /// The second part, which can wait for the window: called after its first frame.
+    /// The second part of the start-up sequence, which can wait for the window: called after the window's first frame.
     void windowWasShown();
 
-    /// Brings the first window forward that can be the main one; does nothing if there is none. `activationToken` is the token that
-    /// the desktop gave the requester, and may be empty.
+    /// Brings the first visible main window forward; does nothing if there is none. `activationToken` is the token that the
+    /// desktop gave the requester, and may be empty.
     static void bringForward(const QByteArray& activationToken);
 
 Q_SIGNALS:

@@ -33,13 +33,13 @@ struct Options {
     QString pictures;
     bool endsAtFirstFrame = false;
 
-    /// A run without side effects, also while the application runs.
+    /// Whether this run has no side effects. Such a run is possible even while the application runs.
     bool isVisit() const { return endsAtFirstFrame || !pictures.isEmpty(); }
 };
 
-/// Fills `options`, or returns an exit code if the program is done. Arguments with one dash are Qt's, and the argument behind
-/// one may be its value. QCommandLineParser cannot tell one dash from two, and so cannot refuse "--platform" and leave
-/// "-platform" to Qt.
+/// Reads the arguments into `options`; returns an exit code if the program has nothing else to do. Arguments with one dash
+/// belong to Qt, and the argument after one may be its value. QCommandLineParser treats one dash like two, so it cannot refuse
+/// "--platform" and pass "-platform" to Qt.
 std::optional<int> read(int argc, char** argv, Options& options)
 {
     using kestrum::LoginItemPolicy::suppressingArgument;
@@ -72,11 +72,11 @@ std::optional<int> read(int argc, char** argv, Options& options)
     return std::nullopt;
 }
 
-/// Brings the window of an earlier start forward and returns the exit code of this one. Nothing if this process has to open the
-/// window: there was no other, or it was ending.
+/// If the application runs already, brings its window forward and returns the exit code of this process. Returns nothing if this
+/// process has to open the window: no other process runs, or the other one was ending.
 std::optional<int> giveWay(kestrum::SingleInstance& instance)
 {
-    // `token` does not take the token: our own window may need it.
+    // `token` does not remove the token from the environment, because our own window may need it.
     if (!instance.isFirst() && !instance.raiseFirst(kestrum::WindowActivation::token())) {
         std::fputs("Kestrum: it runs already, but does not answer\n", stderr);
         return 1;
@@ -94,7 +94,7 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // First of all, so that a second start is cheap and changes nothing.
+    // This comes first, so that a second start is cheap and changes nothing.
     std::optional<SingleInstance> instance;
     if (!options.isVisit()) {
         instance.emplace("Kestrum");
@@ -105,7 +105,7 @@ int main(int argc, char** argv)
         Log::warning("application",
             QStringLiteral(
                 "running as root: the settings and the agent are root's own, and are not started at login"));
-    // Before the application object, so that Qt's own texts are in the chosen language too.
+    // Set the language before the application object exists, so that Qt's own texts are in it too.
     AppLanguage::recordLaunchedCode();
     AppLanguage::applyChoiceToProcessDefaults();
 
@@ -116,12 +116,12 @@ int main(int argc, char** argv)
     if (instance) {
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
-        // Quitting can take a while, and the user may want the window again meanwhile.
+        // Quitting can take a while, and meanwhile the user may want the window again, so release the lock early.
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &*instance, &SingleInstance::release);
     }
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {
         if (!options.pictures.isEmpty()) {
-            // Pages show the login item from their first frame, so its state has to be read before.
+            // Pages show the login item from their first frame, so its state must be read before the pictures are saved.
             auto* loginItem = new LoginItemManager(&application);
             QObject::connect(loginItem, &LoginItemManager::refreshed, &application, [&] {
                 QCoreApplication::exit(Pictures::save(*application.window(), options.pictures) ? 0 : 1);

@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// Knows whether the agent runs, and switches the agent on and off for the whole window. It never polls. It checks at its
-/// creation, when programs start or end (at once and a second later), when a start fails, some seconds after a stop, and when
+/// Knows whether the agent runs. In this application only this class switches the agent on and off. It never polls: it checks at
+/// its creation, when programs start or end (at once and a second later), when a start fails, some seconds after a stop, and when
 /// the application becomes active.
 class AgentController final : public QObject {
     Q_OBJECT

@@ -180,8 +180,8 @@ void PickerList::place()
 void PickerList::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
 {
     QListView::selectionChanged(selected, deselected);
-    // When keys or the pointer select an entry, that entry also becomes the current one. Assistive programs only select an
-    // entry, but want to choose it. QListView and QComboBox choose an entry only at a key press, so send one.
+    // When keys or the pointer select an entry, it becomes the current one after this. Assistive programs only select an entry,
+    // but want to choose it. Only a key press sent to the list chooses an entry.
     const auto chooseIfOnlySelected = [this] {
         const QModelIndexList entries = selectedIndexes();
         if (!isVisible() || entries.size() != 1 || entries.first() == currentIndex())

@@ -21,7 +21,7 @@ constexpr int segmentPadding = 14; ///< beside the text
 constexpr double plateRadius = 7;
 constexpr int chipInset = 2; ///< between the plate's edge and the raised segment
 constexpr double chipRadius = 5;
-constexpr double chipRise = 1; ///< visible height of the shade below it
+constexpr double chipRise = 1; ///< visible height of the shade below the raised segment
 
 QFont plainFont()
 {
@@ -51,7 +51,7 @@ public:
     QSize sizeHint() const override { return m_size; }
     QSize minimumSizeHint() const override { return m_size; }
 
-    /// Large enough for the text in both weights, so that nothing moves when another segment is chosen.
+    /// Large enough for the text in both font weights, so that nothing moves when another segment is chosen.
     void adoptFont()
     {
         const QSize plain = QFontMetrics(plainFont()).size(Qt::TextShowMnemonic, text());
@@ -71,7 +71,8 @@ protected:
         const QRectF chip = QRectF(rect()).adjusted(chipInset, chipInset, -chipInset, -chipInset);
         painter.setPen(Qt::NoPen);
         if (isChecked()) {
-            // A plate of the same form behind it, a little lower, of which only the edge is seen.
+            // The shade: a plate of the same shape behind the segment and a little lower, so that only its lower edge is
+            // visible.
             painter.setBrush(Theme::colour(Colour::segmentShade));
             painter.drawRoundedRect(chip.adjusted(0, chipRise, 0, 0), chipRadius, chipRadius);
             painter.setBrush(Theme::colour(Colour::chosenSegment));
@@ -160,7 +161,7 @@ void SegmentedPicker::setIndex(int index)
         segment->setChecked(m_group->id(segment) == index);
     m_group->setExclusive(true);
     placeTabStop();
-    // Arrow keys go on from the chosen segment.
+    // Move the focus to the chosen segment, because the arrow keys start at the focus.
     if (Segment* now = segment(index); now && isAncestorOf(window()->focusWidget()) && !now->hasFocus())
         now->setFocus(
             window()->testAttribute(Qt::WA_KeyboardFocusChange) ? Qt::TabFocusReason : Qt::OtherFocusReason);
@@ -188,7 +189,7 @@ QList<QRect> SegmentedPicker::layoutFor(int width) const
 {
     QList<QRect> segments;
     QPoint next(0, 0);
-    // In one row they share the surplus width.
+    // In a single row the segments share the surplus width.
     int rest = std::max(0, width - ownWidth());
     int following = int(m_group->buttons().size());
     for (const QAbstractButton* segment : m_group->buttons()) {

@@ -7,15 +7,15 @@ class QButtonGroup;
 
 namespace kestrum {
 
-/// A few choices side by side, one of them chosen or none. For assistive programs it is a group of radio buttons. Arrow keys choose,
-/// and Tab enters at the chosen one. It is as wide as its texts, or as the pickers that share a width with it. Where its texts are
-/// too wide, the segments are in several rows.
+/// A few choices side by side; one or none of them is chosen. For assistive programs the picker is a group of radio buttons.
+/// Arrow keys choose another segment, and Tab moves the focus to the chosen one. The picker is as wide as its texts need, or as
+/// the pickers that share a width with it. Segments that do not fit in one row are in several rows.
 class SegmentedPicker final : public QWidget {
     Q_OBJECT
 public:
     explicit SegmentedPicker(QWidget* parent = nullptr);
 
-    /// Adds a choice at the trailing end; `title` as it is shown.
+    /// Adds a choice at the trailing end. `title` is shown as it is.
     void addSegment(const QString& title);
 
     /// The position of the chosen segment, −1 for none.
@@ -23,9 +23,9 @@ public:
     /// Shows another choice without emitting `chosen`. −1 or a position that does not exist shows none.
     void setIndex(int index);
 
-    /// The width that its own texts need.
+    /// The width that the picker's own texts need.
     int ownWidth() const;
-    /// Makes it as wide as other pickers where there is enough space. A width below its own changes nothing.
+    /// Makes the picker as wide as other pickers where there is enough space. A width below `ownWidth` changes nothing.
     void setSharedWidth(int width);
 
     QSize sizeHint() const override;
@@ -34,7 +34,7 @@ public:
     int heightForWidth(int width) const override;
 
 Q_SIGNALS:
-    /// The user chose another segment, the one at `index`.
+    /// The user chose another segment, which is at `index`.
     void chosen(int index);
 
 protected:
@@ -46,12 +46,12 @@ private:
     class Segment;
 
     Segment* segment(int index) const;
-    /// The segments in a picker of that width, as if texts were written from the left.
+    /// The rectangles of the segments in a picker that is `width` wide, for left-to-right text.
     QList<QRect> layoutFor(int width) const;
     void layOut();
     /// Lets Tab reach one segment only.
     void placeTabStop();
-    /// Chooses the neighbour in reading order and moves the focus there.
+    /// Chooses the segment after or before `from` in reading order and moves the focus there.
     void step(Segment* from, int direction);
 
     QButtonGroup* m_group;

@@ -7,8 +7,9 @@
 
 namespace kestrum {
 
-/// A text on one line, or on two if that is allowed and avoids shrinking. A text that is too long shrinks, down to 0.8 of its size.
-/// If that is not enough, its end is elided and a tool tip shows the whole text. Its height stays that of the full size.
+/// A text on one line, or on two if that is allowed and avoids shrinking. A text that is too long shrinks, down to 0.8 of its
+/// size. If that is not enough, the text is elided at its end and a tool tip shows the whole text. The label always has the
+/// height of the full text size.
 class ShrinkingLabel final : public QLabel {
     Q_OBJECT
 public:
@@ -30,7 +31,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    /// Whether it is too long for one line but fits on two at full size, without breaking a word.
+    /// Whether the text is too long for one line but fits on two at full size, without breaking a word.
     bool isWrapped() const;
 
     bool m_mayWrap = false;

@@ -14,7 +14,7 @@ constexpr int slideMilliseconds = 120;
 constexpr double knobInset = 2;              ///< between the knob and the track's edge
 constexpr double disabledKnobOpacity = 0.75; ///< enough to hide the track's colour
 
-/// A mix of both colours: `share` 0 is `first`, 1 is `second`.
+/// A mix of two colours: a `share` of 0 gives `first`, 1 gives `second`.
 QColor mixed(const QColor& first, const QColor& second, double share)
 {
     const auto part = [share](float from, float to) { return from + (to - from) * float(share); };
@@ -45,7 +45,7 @@ QSize Switch::sizeHint() const
 
 void Switch::follow(bool isOn)
 {
-    // Our own click already animates to this state.
+    // After a click, the switch already has this state, and its animation goes on.
     if (isOn == isChecked())
         return;
     {

@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// A switch: a round knob in a track, at the trailing end when it is on. For assistive programs it is a check box; the owner sets its
-/// name. Space and a click emit `toggled`. Its text is not shown.
+/// A switch: a round knob in a track. The knob is at the trailing end when the switch is on. For assistive programs the switch
+/// is a check box; the owner sets its name. Space and a click emit `toggled`. The text of the check box is not shown.
 class Switch final : public QCheckBox {
     Q_OBJECT
 public:

@@ -128,7 +128,7 @@ QColor deepened(const QColor& colour)
         colour.redF() * smallStep, colour.greenF() * smallStep, colour.blueF() * smallStep);
 }
 
-/// A little darker in the light scheme, a little lighter in the dark one.
+/// `colour`, a little darker in the light scheme and a little lighter in the dark scheme.
 QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
 {
     constexpr float light = 1 - smallStep;
@@ -138,8 +138,8 @@ QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
         : QColor::fromRgbF(darker.redF() + light, darker.greenF() + light, darker.blueF() + light);
 }
 
-/// `accent`, moved as little as necessary to be visible on the preview's plate. Of all our backgrounds that one is nearest to a
-/// medium grey, so the accent is visible on the others too.
+/// `accent`, changed as little as necessary to be visible on the preview's plate. Among our backgrounds the plate is nearest to
+/// a medium grey, so the accent is visible on the others too.
 QColor setOff(QColor accent, ColourScheme scheme)
 {
     const QColor ground = Theme::colour(Theme::Colour::previewPlate, scheme);
@@ -148,7 +148,7 @@ QColor setOff(QColor accent, ColourScheme scheme)
     return accent;
 }
 
-/// `accent`, moved as little as necessary for texts and the white knob of a switch to be visible on it.
+/// `accent`, changed as little as necessary so that texts and the white knob of a switch are visible on it.
 QColor readable(QColor accent, ColourScheme scheme)
 {
     const QColor ink = Theme::colour(Theme::Colour::onSelection, scheme);
@@ -220,13 +220,14 @@ QPalette Theme::palette(ColourScheme scheme)
 
 namespace {
 
-constexpr int bodySize = 13; ///< points of the layout
+constexpr int bodySize = 13; ///< in layout points
 
-/// Layout points are pixels at 96 dpi. Font sizes are set in points, which follow the text scale of the desktop.
+/// Font points per layout point. Layout points are pixels at 96 dpi. Fonts get their size in points, because these follow the
+/// text scale of the desktop.
 constexpr double fontPoints = 72.0 / 96.0;
 
-/// The scale of the desktop's texts relative to ours. Limited: smaller texts would be hard to read, and much larger ones would not
-/// fit.
+/// The factor from our text sizes to those of the desktop, from 1 to 1.5: smaller texts would be hard to read, and larger texts
+/// would not fit.
 double textScale(const QFont& desktops)
 {
     constexpr double largest = 1.5;
@@ -240,7 +241,7 @@ double textScale(const QFont& desktops)
 QFont Theme::font(TextStyle style)
 {
     struct Shape {
-        int size; ///< points of the layout
+        int size; ///< in layout points
         QFont::Weight weight;
     };
     const auto shape = [style]() -> Shape {

@@ -22,10 +22,10 @@ enum class Colour {
     text,
     secondaryText,
     sidebarSecondaryText, ///< dark enough for the sidebar's background
-    accent,               ///< the desktop's, else our own
+    accent,               ///< the desktop's accent, or our own if the desktop has none
     selection,   ///< the accent behind selected and switched-on things; `onSelection` is readable on it
-    focusRing,   ///< the same colour
-    onSelection, ///< white on the deep accents of the light scheme, dark on the light ones of the dark scheme
+    focusRing,   ///< the same colour as `selection`
+    onSelection, ///< text on `selection`: white on the deep accents of the light scheme, dark on the light accents of the dark one
     inactiveSelection, ///< behind a selected row in an inactive window
     rowHovered,        ///< laid over a row under the pointer
     error,
@@ -49,14 +49,14 @@ enum class Colour {
     previewPlate,
 };
 
-/// The colour in the present scheme of the desktop, or in a given one.
+/// The colour in the desktop's present scheme or in `scheme`.
 QColor colour(Colour colour);
 QColor colour(Colour colour, ColourScheme scheme);
 
-/// The opaque colour that a translucent one gives on `ground`. For tall shapes: QPainter fills translucent areas of many rows with
-/// the help of other threads, and waiting for these takes longer than the drawing.
+/// The opaque colour that results from the translucent `colour` over `ground`. For tall shapes: QPainter fills tall translucent
+/// areas with the help of other threads, and waiting for those threads takes longer than the drawing.
 QColor colourOn(Colour ground, Colour colour);
-/// The same for an edge that covers the inside and the outside by half a pixel each.
+/// The opaque colour of an edge line that covers half a pixel of `inside` and half a pixel of `outside`.
 QColor edgeColour(Colour inside, Colour outside, Colour edge);
 
 /// The contrast ratio of two colours, 1 to 21. A translucent `text` is first laid over `ground`.
@@ -71,11 +71,11 @@ enum class TextStyle {
     sidebarHeading,
     footnote,
     callout, ///< the bold first line of a row at the sidebar's foot
-    caption, ///< the second line there
+    caption, ///< the second line of that row
 };
 
-/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale and font size, if these are larger
-/// than ours, up to one and a half times.
+/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale and font size if these are larger
+/// than ours, up to 1.5 times our sizes.
 QFont font(TextStyle style);
 
 /// The height of buttons and pickers whose text is `textHeight` high.
@@ -83,7 +83,7 @@ int controlHeight(int textHeight = 0);
 
 inline constexpr int pageMargin = 20;
 inline constexpr int narrowPageMargin = 16;
-inline constexpr int narrowPageWidth = 460; ///< below it the narrow margin holds
+inline constexpr int narrowPageWidth = 460; ///< pages below this width have the narrow margin
 inline constexpr int maximumCardWidth = 620;
 inline constexpr double cardRadius = 10;
 inline constexpr int sectionGap = 20;
@@ -91,7 +91,7 @@ inline constexpr int headingGap = 8;
 inline constexpr int footnoteGap = 6;
 inline constexpr int rowInset = 12;    ///< of rows and of the separators between them
 inline constexpr int pictureSize = 12; ///< of a picture before a title
-inline constexpr int pictureGap = 8;   ///< between the two
+inline constexpr int pictureGap = 8;   ///< between a picture and its title
 inline constexpr double disabledOpacity = 0.45;
 inline constexpr double focusRingWidth = 2;
 inline constexpr double focusRingGap = 1;

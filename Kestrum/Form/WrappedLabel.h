@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// A text of the page that wraps. Layouts ask for its height many times, and shaping a text is their most expensive part: the last
-/// height is cached.
+/// A text of a page that wraps. Layouts request its height many times, and shaping a text is the most expensive part of a
+/// layout, so the last height is cached.
 class WrappedLabel : public QLabel {
 public:
     explicit WrappedLabel(Theme::TextStyle style, const QString& text = {}, QWidget* parent = nullptr);

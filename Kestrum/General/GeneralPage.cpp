@@ -16,7 +16,7 @@ namespace {
 
 constexpr int versionGap = 12; ///< between the version and the button
 
-/// Each language has its own name, so that everybody finds theirs, whatever language the window has now.
+/// Each language is listed by its own name, so users find their language in any interface language.
 QList<Choice<QString>> languages()
 {
     QList<Choice<QString>> choices { { QLatin1StringView(AppLanguage::systemChoice),
@@ -26,7 +26,7 @@ QList<Choice<QString>> languages()
     return choices;
 }
 
-/// In seconds. Any other number may be stored by hand: the agent uses it, and the picker shows no choice.
+/// The update intervals, in seconds. A user may store another number by hand: the agent uses it, and the picker shows no choice.
 QList<Choice<double>> intervals()
 {
     return {
@@ -36,8 +36,8 @@ QList<Choice<double>> intervals()
     };
 }
 
-/// Version and build of the running agent, which may belong to another copy, else of this bundle. The build is always shown:
-/// reports of faults need it.
+/// Version and build of the running agent, which may belong to another copy of Kestrum, or of this bundle if no agent runs. The
+/// build is always shown, because bug reports need it.
 QString versionText()
 {
     const Bundle bundle = AppLinks::runningAgentBundle().value_or(Bundle::main());

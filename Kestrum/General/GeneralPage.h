@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// The choices that concern the whole application.
+/// The page with the settings of the whole application.
 class GeneralPage final : public FormPage {
     Q_OBJECT
 public:

@@ -23,7 +23,8 @@ constexpr auto pauseTime = 100ms;
 
 using Swatch = std::function<QImage(double scale)>;
 
-/// Draws the swatch only when it is shown, because most of them are in a list that is rarely opened. Sharp at every scale.
+/// Draws a swatch only when the icon is shown, because most swatches are in a list that is rarely opened. The swatch is sharp at
+/// every scale.
 class SwatchEngine final : public QIconEngine {
 public:
     explicit SwatchEngine(Swatch swatch)
@@ -112,7 +113,7 @@ void AccentRow::showAccent()
                      : QIcon());
     }
     m_picker->setIndex(int(isCustom ? presets.size() : presets.indexOf(accent)));
-    // The well is about to be hidden: the focus must not be lost with it.
+    // The well is hidden below: without this, the focus would be lost.
     if (!isCustom && window()->focusWidget() == m_well)
         m_picker->setFocus();
     m_well->setColour(accent.color());
@@ -138,7 +139,7 @@ void AccentRow::store(const MeterAccent& accent)
     m_pause.stop();
     m_draft.reset();
     m_stored.set(accent);
-    showAccent(); // the stored one, if the save failed
+    showAccent(); // shows the stored accent again if the save failed
 }
 
 } // namespace kestrum

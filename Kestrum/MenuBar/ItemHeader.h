@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// The heading of one item's section: the item's symbol in blue and a title. For assistive programs it is the title only.
+/// The heading of one item's section: the item's symbol in blue and a title. Assistive programs get only the title.
 class ItemHeader final : public WrappedLabel {
     Q_OBJECT
 public:

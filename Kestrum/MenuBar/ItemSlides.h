@@ -9,20 +9,21 @@
 
 namespace kestrum {
 
-/// Lets items of a strip slide to their places: they stand there already, and are drawn beside them for a moment.
+/// Animates the items of a strip on the way to their places. An item's frame is at its place from the start; only the drawing
+/// slides.
 class ItemSlides final : public QObject {
     Q_OBJECT
 public:
     ItemSlides();
 
-    /// Lets an item come from `offset` points to the right of its place. Where the desktop asks for less motion it is there
-    /// at once, and so it is for 0.
+    /// Slides an item to its place from `offset` points to the right of it. If the desktop asks for less motion or `offset` is
+    /// 0, the item is at its place at once.
     void begin(MonitorSection section, double offset);
-    /// How far to the right of its place an item is now, in points.
+    /// How far to the right of its place an item is drawn now, in points.
     double offset(MonitorSection section) const;
 
 Q_SIGNALS:
-    /// An item is drawn elsewhere now.
+    /// An item is now drawn at another position.
     void moved();
 
 private:

@@ -21,11 +21,11 @@ Row* accentRow(const QString& item, const UnregisteredKey<MeterAccent>& key)
 
 void addCPURows(Card& card, const QString& item)
 {
-    // One key for all items: it is edited here only.
+    // The meter style is one key for all items. It is edited only here.
     card.add(Form::segmented<MeterStyle>("Meter", Setting { Keys::meterStyle }));
     card.add(Form::picker<CPUReadout>("Readout", Setting { Keys::cpuReadout }));
     card.add(accentRow(item, Keys::cpuAccent));
-    // The bars of fast cores have a colour of their own where there are slower cores too.
+    // If there are slower cores too, the bars of the fast cores have a colour of their own.
     const QList<CoreTier>& tiers = CoreTopology::tiers();
     if (tiers.size() >= 2) {
         const QString title = AppLanguage::string("%@ cores", { AppLanguage::string(tiers.first().name) });
@@ -58,7 +58,7 @@ void addSensorsRows(Card& card, const QString&)
     });
 }
 
-/// What the page has for each item, in the order of the page.
+/// The page's section for each item, in the order of the page.
 struct ItemSection {
     MonitorSection section;
     const char* title;

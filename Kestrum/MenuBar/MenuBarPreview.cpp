@@ -18,10 +18,11 @@ constexpr int innerPadding = 14;
 constexpr int outerPadding = 16;
 constexpr double plateRadius = 14;
 
-/// Around the strip, which is larger than the items in it.
+/// The margin around the strip widget, which already has `room` around its items.
 constexpr QSize margin
     = QSize(innerPadding + outerPadding, innerPadding + outerPadding) - MenuBarStripView::room;
-/// At the sides of a strip that is too wide. The strip's own space around its items is enough for the plate's corners.
+/// The margin at the sides of a strip that is too wide. The strip's own space around its items is enough for the plate's
+/// corners.
 constexpr int leastMargin = 1;
 
 } // namespace
@@ -62,7 +63,7 @@ void MenuBarPreview::resizeEvent(QResizeEvent* event)
 
 bool MenuBarPreview::event(QEvent* event)
 {
-    // The strip's size hint has changed.
+    // A layout request reports that the strip's size hint has changed.
     if (event->type() == QEvent::LayoutRequest) {
         updateGeometry();
         place();

@@ -13,7 +13,8 @@ namespace kestrum {
 
 namespace {
 
-/// So near to an end of what is in view a drag begins to scroll, and so fast.
+/// During a drag, the strip scrolls while the pointer is less than `edge` points from an end of the visible part: by
+/// `dragScrollStep` points every `dragScrollInterval` milliseconds.
 constexpr int edge = 20;
 constexpr int dragScrollStep = 6;
 constexpr int dragScrollInterval = 16;
@@ -61,7 +62,7 @@ int MenuBarStrip::furthestOffset() const
 
 void MenuBarStrip::place()
 {
-    // Where all is in view there is nothing to remember.
+    // While the whole strip is in view, an earlier scroll position is forgotten.
     m_wasScrolled = m_wasScrolled && furthestOffset() > 0;
     if (!m_wasScrolled)
         m_offset = layoutDirection() == Qt::RightToLeft ? 0 : furthestOffset();
@@ -80,7 +81,7 @@ void MenuBarStrip::scrollTo(int offset)
     place();
 }
 
-/// By what is in view between the marks.
+/// Scrolls by the width that is visible between the marks. A `direction` of −1 is left, 1 is right.
 void MenuBarStrip::scrollOn(int direction)
 {
     scrollTo(m_offset + direction * std::max(edge, width() - 2 * MoreMark::extent));
@@ -110,7 +111,8 @@ void MenuBarStrip::wheelEvent(QWheelEvent* event)
     const bool isSmooth = !event->pixelDelta().isNull();
     const QPoint delta = isSmooth ? event->pixelDelta() : event->angleDelta() / 2;
     const bool isSideways = std::abs(delta.x()) > std::abs(delta.y());
-    // Up and down is the page's. What is meant for the strip stays here also at its ends.
+    // Vertical turns of the wheel scroll the page. Turns that are meant for the strip never scroll the page, even at the strip's
+    // ends.
     const bool isOurs
         = (isSideways || event->modifiers().testFlag(Qt::ShiftModifier)) && furthestOffset() > 0;
     event->setAccepted(isOurs);
@@ -141,7 +143,7 @@ void MenuBarStrip::timerEvent(QTimerEvent* event)
         return;
     }
     scrollTo(wanted);
-    // The strip moved under a pointer at rest.
+    // The strip has moved under a pointer that did not move.
     m_view->drag(m_view->mapFromParent(m_pointer.toPoint()));
 }
 

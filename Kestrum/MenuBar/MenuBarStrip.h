@@ -10,9 +10,9 @@ namespace kestrum {
 class MenuBarStripView;
 class MoreMark;
 
-/// Places the strip of items in a layout. As wide as the strip where there is room; where there is not, the
-/// strip scrolls sideways: its trailing end is in view at first, and marks show at which end there is more. They, the
-/// keyboard and a wheel that is turned sideways or with Shift scroll it, and it follows a drag at its edges.
+/// Places the strip of items in a layout. The widget is as wide as the strip if there is enough space. If not, the strip scrolls
+/// sideways: its trailing end is in view at first, and marks show at which end there are more items. The strip scrolls by a
+/// click on a mark, by the keyboard, by a wheel that is turned sideways or with Shift, and by a drag to its edges.
 class MenuBarStrip final : public QWidget {
     Q_OBJECT
 public:
@@ -45,7 +45,7 @@ private:
     int m_offset = 0;
     bool m_wasScrolled = false;
     QBasicTimer m_dragScroll;
-    // Of a drag at an edge: where the pointer rests, in our coordinates.
+    // During a drag: the position of the pointer in this widget's coordinates.
     QPointF m_pointer;
 };
 

@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// One section's item. Invalid while the section is hidden.
+/// The entry of one section's item. It is invalid while the section is hidden.
 class MenuBarStripAccessible::Entry final : public QAccessibleInterface {
 public:
     Entry(MenuBarStripView* strip, MonitorSection section)
@@ -36,7 +36,7 @@ public:
         const QString readout = m_strip->readoutText(m_section);
         if (kind == QAccessible::Value)
             return readout;
-        // The readout too: assistive programs get a list's values by no other way.
+        // The description includes the readout, because assistive programs cannot get the value of a list entry in another way.
         if (kind == QAccessible::Description)
             return readout.isEmpty() ? MenuBarStripView::moveHint()
                                      : readout + QStringLiteral(". ") + MenuBarStripView::moveHint();

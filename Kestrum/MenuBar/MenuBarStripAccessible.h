@@ -7,13 +7,13 @@ namespace kestrum {
 
 class MenuBarStripView;
 
-/// The strip as a screen reader meets it: a list with one entry an item, in the order shown, each with its
-/// name and readout, and with what to do to move it.
+/// The strip for screen readers: a list with one entry per item, in the order shown. Each entry has the item's name, its readout
+/// and a hint how to move it.
 class MenuBarStripAccessible final : public QAccessibleWidget {
 public:
     /// Makes this the interface of every strip; further calls change nothing.
     static void install();
-    /// Says that the item focused in `strip` has the keyboard.
+    /// Reports that the focused item of `strip` has the keyboard focus.
     static void tellFocus(MenuBarStripView* strip);
 
     explicit MenuBarStripAccessible(MenuBarStripView* strip);
@@ -30,7 +30,7 @@ private:
 
     MenuBarStripView* strip() const;
 
-    // One an section, kept while the strip lives: items come and go with every rebuild, their ids must not.
+    // One id per section for the life of the strip: a rebuild replaces items, but their ids must stay the same.
     QList<QAccessible::Id> m_entries;
 };
 

@@ -18,7 +18,7 @@ namespace kestrum {
 
 namespace {
 
-/// What a focus ring reaches beyond a backdrop, and a pixel that it may share.
+/// How far a focus ring reaches beyond a backdrop, plus one pixel that the ring may partly cover.
 constexpr QMargins ringMargins { 4, 4, 4, 4 };
 
 } // namespace
@@ -27,7 +27,7 @@ MenuBarStripView::MenuBarStripView(QWidget* parent)
     : QWidget(parent)
     , m_scene(std::make_shared<SampleReadings>(), room)
 {
-    // Before the name: assistive programs are notified of that at once, by the interface that the strip has then.
+    // Before the name is set, because that notifies assistive programs at once, by the interface that the strip then has.
     MenuBarStripAccessible::install();
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
@@ -71,7 +71,8 @@ QHash<MonitorSection, double> MenuBarStripView::shownLefts() const
     return lefts;
 }
 
-/// Items that were drawn elsewhere slide from there to where they stand now; one that is being dragged does not.
+/// Slides each item to its place from its entry in `lefts`, where it was drawn before. An item that is being dragged does not
+/// slide.
 void MenuBarStripView::slideFrom(const QHash<MonitorSection, double>& lefts)
 {
     for (const Item& item : items()) {
@@ -156,7 +157,7 @@ void MenuBarStripView::mouseReleaseEvent(QMouseEvent* event)
     adoptStored(before);
 }
 
-/// Shows the stored order, which is the one before where a save failed. Items slide from `lefts`.
+/// Shows the stored order, which is the previous one if a save failed. Items slide from `lefts`.
 void MenuBarStripView::adoptStored(const QHash<MonitorSection, double>& lefts)
 {
     rebuild();
@@ -254,7 +255,7 @@ void MenuBarStripView::paintEvent(QPaintEvent* event)
     }
 }
 
-/// To a screen reader.
+/// Sets the description for screen readers: the names and readouts of all items.
 void MenuBarStripView::describe(const Appearance& appearance)
 {
     QStringList texts;

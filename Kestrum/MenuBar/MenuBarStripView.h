@@ -13,27 +13,27 @@
 
 namespace kestrum {
 
-/// The row of menu-bar items as the agent shows it, drawn from sample readings, in which the user
-/// orders the items: by dragging one sideways, or with Alt and the arrow keys. The new order is stored when an item
-/// is dropped; every change of the shared settings and the agent's `menuBarChanged` build the row anew. Items slide to
-/// their new places: their frames are the places, and where they are drawn is beside those for a moment.
+/// The row of menu-bar items as the agent shows it, drawn from sample readings. The user orders the items here: by dragging an
+/// item sideways, or with Alt and the arrow keys. The new order is stored when an item is dropped or moved by a key. Every
+/// change of the shared settings and the agent's signal `menuBarChanged` rebuild the row. Items slide to their new places: an
+/// item's frame is its new place, and only the drawing slides.
 ///
-/// Two systems of coordinates meet here. Items have frames in *strip* coordinates: points, fractional, origin
-/// at the bottom left of the first item. Qt has *widget* coordinates from the top left, and the widget is
-/// larger than the row by `room` on each side, so that a backdrop and a focus ring are never cut.
+/// There are two coordinate systems. The frames of items are in *strip* coordinates: fractional points, with the origin at the
+/// bottom left of the first item. Qt uses *widget* coordinates from the top left. The widget is larger than the row by `room` on
+/// each side, so that backdrops and focus rings are never clipped.
 class MenuBarStripView final : public QWidget {
     Q_OBJECT
 public:
     using Item = StripScene::Item;
 
-    /// What the widget is larger than the row of items, on each side.
+    /// The widget's space around the row of items, on each side.
     static constexpr QSize room { 7, 3 };
 
     explicit MenuBarStripView(QWidget* parent = nullptr);
 
     /// Builds the items anew from the settings. A drag in progress continues.
     void rebuild();
-    /// In an order other than the stored one.
+    /// Builds the items in `order`, which may differ from the stored order.
     void rebuild(const QList<MonitorSection>& order, const Appearance& appearance = Appearance::current());
 
     /// Size of the row of items, without `room`.
@@ -47,10 +47,10 @@ public:
     /// The item at a point in strip coordinates, null when there is none.
     const Item* item(const QPointF& at) const { return m_scene.items().item(at); }
 
-    /// What the item says beside its meter; empty when it says nothing.
+    /// The text that the item shows beside its meter; empty if the item shows none.
     QString readoutText(MonitorSection section) const { return m_scene.readoutText(section); }
 
-    /// How people move an item, in the interface language.
+    /// A hint how to move an item, in the interface language.
     static QString moveHint();
 
     QPointF stripPoint(const QPointF& widgetPoint) const { return m_scene.stripPoint(widgetPoint); }
@@ -60,16 +60,16 @@ public:
 
     std::optional<MonitorSection> hovered() const { return m_scene.hovered(); }
     std::optional<MonitorSection> dragged() const { return m_scene.dragged(); }
-    /// The item that the arrow keys are at while the strip has the keyboard focus.
+    /// The item that keys act on while the strip has the keyboard focus; none if the strip is empty.
     std::optional<MonitorSection> focused() const;
 
-    /// Takes the item being dragged to where the pointer is. Without a drag, nothing happens.
+    /// Moves the dragged item to the pointer. Does nothing if no item is being dragged.
     void drag(const QPointF& widgetPoint);
 
 Q_SIGNALS:
     void rebuilt();
     void dragMoved(QPointF widgetPoint);
-    /// An item that should be in view, widget coordinates.
+    /// An item got the focus and should be in view; `rect` is in widget coordinates.
     void itemFocused(QRectF rect);
 
 protected:

@@ -11,10 +11,10 @@ namespace kestrum {
 
 namespace {
 
-/// Up to here nothing shines through, so that the chevron stands on the plate alone.
+/// The mark is opaque up to this distance from the edge, so that no item is visible behind the chevron.
 constexpr double opaqueWidth = 16;
 constexpr double chevronMiddle = 8;
-constexpr double chevronReach = 2; // to either side of its middle; twice that upwards and downwards
+constexpr double chevronReach = 2; // half the chevron's width and a quarter of its height
 constexpr double chevronLine = 1.75;
 
 } // namespace

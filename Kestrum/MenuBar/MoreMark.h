@@ -5,15 +5,15 @@
 
 namespace kestrum {
 
-/// Lies over an end of the strip beyond which there is more: the items fade into the plate there, and a click on the
-/// chevron scrolls on. For the pointer only; the keyboard brings its item into view by itself.
+/// A mark over an end of the strip beyond which there are more items. The items fade into the plate there, and a click on the
+/// mark scrolls on. The mark is for the pointer only: with the keyboard, the focused item is scrolled into view.
 class MoreMark final : public QWidget {
     Q_OBJECT
 public:
-    /// How far it reaches from the edge.
+    /// The width of the mark, in points.
     static constexpr int extent = 28;
 
-    /// For the left or the right edge.
+    /// `edge` is the left or the right edge.
     explicit MoreMark(Qt::Edge edge, QWidget* parent);
 
 Q_SIGNALS:

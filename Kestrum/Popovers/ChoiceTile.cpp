@@ -28,7 +28,7 @@ QFont titleFont(bool isSelected)
     return font;
 }
 
-/// The pen of a picture's border, which lies within its edges.
+/// The pen of a picture's border. The border lies inside the picture's edges.
 QPen border(bool isSelected)
 {
     if (isSelected)
@@ -61,7 +61,7 @@ void ChoiceTile::setSelected(bool isSelected)
     ChoiceTileAccessible::notifySelection(this);
 }
 
-// With room for the title of a selected tile, which is wider: no tile moves when the choice changes.
+// Includes the space for the title of a selected tile, which is wider: no tile moves when the choice changes.
 QSize ChoiceTile::sizeHint() const
 {
     const QFontMetrics title(titleFont(true));

@@ -6,15 +6,15 @@
 
 namespace kestrum {
 
-/// A choice with a picture and a title below it. A click anywhere in its rectangle, Space and Enter emit `clicked`, also when it
-/// is selected already. It does not select itself: the owner does, when the value has changed.
+/// A choice with a picture and a title below it. A click anywhere in the tile, Space and Enter emit `clicked`, also when the
+/// tile is selected already. A tile does not select itself: the owner selects it when the value has changed.
 class ChoiceTile final : public QAbstractButton {
     Q_OBJECT
 public:
     /// Draws the picture with its top left corner at `topLeft`. The tile clips it to the size of pictures.
     using Picture = std::function<void(QPainter& painter, const QPointF& topLeft)>;
 
-    /// `title` as people see it.
+    /// `title` is shown as it is.
     ChoiceTile(const QString& title, Picture picture, QWidget* parent = nullptr);
 
     bool isSelected() const { return m_isSelected; }

@@ -13,8 +13,8 @@ namespace kestrum {
 
 namespace {
 
-constexpr int room = 12;         ///< above and below what the row holds
-constexpr int labelGap = 12;     ///< between text and tiles, side by side
+constexpr int room = 12;         ///< above and below the row's contents
+constexpr int labelGap = 12;     ///< between the text and tiles beside it
 constexpr int labelGapBelow = 8; ///< between the text and tiles below it
 constexpr int tileGap = 20;
 constexpr int lineGap = 12; ///< between lines of tiles

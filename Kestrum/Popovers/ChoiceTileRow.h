@@ -9,19 +9,20 @@
 
 namespace kestrum {
 
-/// A row of a card whose choices are tiles: a text at the leading edge and the tiles at the trailing one. Where both do not fit,
-/// the tiles are below the text, in as many lines as they need. For assistive programs it is a group with the text as its name.
+/// A row of a card whose choices are tiles: a text at the leading edge and the tiles at the trailing edge. If they do not fit
+/// side by side, the tiles are below the text, on as many lines as they need. For assistive programs the row is a group with the
+/// text as its name.
 class ChoiceTileRow final : public QWidget {
     Q_OBJECT
 public:
-    /// `text` as people see it.
+    /// `text` is shown as it is.
     explicit ChoiceTileRow(const QString& text, QWidget* parent = nullptr);
 
     /// Puts a tile at the trailing end; the row owns it.
     void addTile(const QString& title, ChoiceTile::Picture picture);
     const QList<ChoiceTile*>& tiles() const { return m_tiles; }
 
-    /// Puts the tiles below the text also where only `other` lacks the width. `other` outlives the row.
+    /// Puts the tiles below the text also if only `other` is too narrow for tiles beside its text. `other` outlives the row.
     void alignWith(const ChoiceTileRow& other) { m_other = &other; }
 
     /// The position of the selected tile, −1 for none.
@@ -45,7 +46,7 @@ protected:
 
 private:
     struct Layout;
-    /// For that width, as if texts were written from the left.
+    /// The layout of a row that is `width` wide, for left-to-right text.
     Layout layoutFor(int width) const;
     bool fitsBeside(int width) const;
     int tilesWidth() const;

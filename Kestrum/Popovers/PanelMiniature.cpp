@@ -19,7 +19,7 @@ namespace {
 constexpr double panelWidth = 300;
 constexpr double panelRadius = 12;
 constexpr double panelScale = 0.5;
-constexpr double panelRest = 60;         ///< height of a popover below the sample, outside of the picture
+constexpr double panelRest = 60; ///< height of the popover's part below the sample, outside of the picture
 constexpr QPointF panelOffset { 10, 9 }; ///< from the picture's top leading corner
 constexpr int fontSize = 10;
 constexpr double headerPadding = 12;
@@ -29,7 +29,7 @@ constexpr PanelMetrics metrics { .sectionPadding = 7, .rowSpacing = 4 };
 constexpr qint64 mebibyte = 1 << 20;
 constexpr double pressure = 0.31;
 
-/// The desktop's wallpaper, from the top leading to the bottom trailing corner.
+/// The gradient of the desktop's wallpaper, from the top leading to the bottom trailing corner.
 QLinearGradient desktop(ColourScheme scheme, const QRectF& rect, Qt::LayoutDirection direction)
 {
     const bool isFromRight = direction == Qt::RightToLeft;
@@ -55,7 +55,7 @@ struct SampleHeader {
     }
 };
 
-/// The coloured keys of the rows are those of the memory panel.
+/// The contents of the sample. The rows have the coloured keys of the memory panel.
 PanelStack samplePanel()
 {
     const auto amounts = ByteText::style(ByteText::Counting::memory);
@@ -93,7 +93,7 @@ void PanelMiniature::draw(QPainter& painter, const QPointF& topLeft, Qt::LayoutD
     painter.setClipRect(rect, Qt::IntersectClip);
     painter.fillRect(rect, desktop(scheme, rect, direction));
 
-    // From here on in the panel's own points, with the origin in its top leading corner.
+    // From here on, coordinates are in the panel's own points, with the origin at its top leading corner.
     const bool isFromRight = direction == Qt::RightToLeft;
     painter.translate(isFromRight ? rect.right() - panelOffset.x() : rect.left() + panelOffset.x(),
         rect.top() + panelOffset.y());

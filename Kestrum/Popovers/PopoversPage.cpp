@@ -75,7 +75,7 @@ PopoversPage::PopoversPage(QWidget* parent)
     soon->setInk(Row::Ink::secondary);
     add(new Card("Themes", { soon }));
 
-    // Each row's pictures show the choice of the other row too, and some of them the window's scheme.
+    // The pictures of each row also depend on the choice in the other row, and some of them on the window's scheme.
     for (ChoiceTileRow* row : { appearance, background }) {
         const auto redraw = [row] {
             for (ChoiceTile* tile : row->tiles())

@@ -12,7 +12,7 @@ class PopoversPage final : public FormPage {
 public:
     explicit PopoversPage(QWidget* parent = nullptr);
 
-    /// The colour scheme of the background pictures: the one chosen for popovers, else the window's own.
+    /// The colour scheme of the background pictures: the scheme chosen for popovers, or the window's own if none is chosen.
     static ColourScheme previewScheme();
 };
 

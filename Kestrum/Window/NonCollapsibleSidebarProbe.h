@@ -5,9 +5,9 @@
 
 namespace kestrum {
 
-/// An invisible widget that prevents the first column of a split view from being collapsed, by dragging the divider or by making the
-/// window small. It is a descendant of that column. It looks for the split view once, on the next turn of the event loop, when
-/// it is in the window. Without a split view it does nothing.
+/// An invisible widget that prevents the first column of a split view from collapsing when the divider is dragged or the window
+/// is made small. The widget must be a descendant of that column. It searches for the split view once, on the next turn of the
+/// event loop, when it is in the window. Without a split view it does nothing.
 class NonCollapsibleSidebarProbe final : public QWidget {
     Q_OBJECT
 public:

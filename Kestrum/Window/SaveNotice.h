@@ -8,12 +8,12 @@ namespace kestrum {
 class UserDefaults;
 class WrappedLabel;
 
-/// A line above the page that says why settings cannot be saved, in the interface language; a tool tip has the details. It wraps.
-/// Hidden while saving works.
+/// A text above the page that says why settings cannot be saved, in the interface language. The text wraps, and a tool tip has
+/// the details. The notice is hidden while saving works.
 class SaveNotice final : public QWidget {
     Q_OBJECT
 public:
-    /// `store` outlives it.
+    /// `store` outlives the notice.
     explicit SaveNotice(const UserDefaults& store, QWidget* parent = nullptr);
 
     /// Shows or hides the notice for the present state of `store`.

@@ -8,10 +8,10 @@
 
 namespace kestrum {
 
-/// The pages of the settings window. The raw value is stored as the page last shown.
+/// The pages of the settings window. The raw value of the last shown page is stored.
 enum class SettingsPage { menuBar, popovers, general };
 
-/// Headings of the sidebar, in English. Neighbours in the table with the same heading stand under it together.
+/// Headings of the sidebar, in English. Pages with the same heading that are neighbours in the table share one heading.
 namespace SettingsPageGroup {
 inline constexpr char interface[] = "Interface";
 inline constexpr char application[] = "Application";

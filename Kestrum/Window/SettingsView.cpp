@@ -30,7 +30,7 @@ constexpr int minimumSidebarWidth = 204;
 constexpr int maximumSidebarWidth = 320;
 constexpr QSize minimumWindow { 640, 480 };
 
-/// All widgets of `content` that can have the focus, without those in windows of their own. Their order is the same in every
+/// All widgets of `content` that can have the focus, except widgets in separate windows. The order is the same in every
 /// language.
 QWidgetList focusTargets(const QWidget& content)
 {
@@ -42,8 +42,8 @@ QWidgetList focusTargets(const QWidget& content)
     return targets;
 }
 
-/// The line between the pages and the sidebar's foot. An offer has its own line, and two lines would look like a thick one: this
-/// one takes no space while there is an offer.
+/// The line between the pages and the sidebar's foot. An offer has its own line, and two lines would look like one thick line,
+/// so this line takes no space while there is an offer.
 class SidebarDivider final : public QWidget {
 public:
     explicit SidebarDivider(UpdateOfferRow* offer)
@@ -95,7 +95,7 @@ private:
 
 struct SettingsView::Whereabouts {
     QList<int> columns { minimumSidebarWidth, minimumWindow.width() };
-    qsizetype focus = -1; ///< index among `focusTargets`
+    qsizetype focus = -1; ///< index in `focusTargets`, −1 for none
     int scrolled = 0;
 };
 
@@ -130,7 +130,7 @@ SettingsView::SettingsView(QWidget* parent)
 
 SettingsPage SettingsView::storedPage()
 {
-    // A text that names no page reads as the default.
+    // A stored text that names no page is read as the default.
     return fromRawValue<SettingsPage>(Setting { Keys::settingsPane }.value())
         .value_or(*fromRawValue<SettingsPage>(factoryDefault(Keys::settingsPane)));
 }
@@ -152,13 +152,13 @@ void SettingsView::showPage(SettingsPage page)
         return;
     m_shownPage = page;
     m_sidebar->setPage(page);
-    // The focus must not be lost with the control that has it.
+    // If the focus is on the old page, move it first: it would be lost with the old page.
     if (m_pageWidget && m_pageWidget->isAncestorOf(focusWidget()))
         m_sidebar->setFocus();
     delete m_pageWidget;
     m_pageWidget = enumerationCase(page).make();
     m_pageColumn->addWidget(m_pageWidget, 1);
-    // At once: the layout waits for the event loop, and a frame without a page could be painted first.
+    // Show the page at once: the layout waits for the event loop, and a frame without a page could be painted first.
     m_pageWidget->show();
 }
 
@@ -213,7 +213,7 @@ SettingsView::Whereabouts SettingsView::whereabouts() const
 
 void SettingsView::returnTo(const Whereabouts& place)
 {
-    // At once: otherwise the scroll range is unknown until the next frame.
+    // Lay out at once: otherwise the scroll range is unknown until the next frame.
     if (isVisible()) {
         m_split->show();
         layout()->activate();

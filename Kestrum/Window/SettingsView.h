@@ -14,15 +14,15 @@ class SaveNotice;
 class Sidebar;
 class SplitView;
 
-/// The settings window's content: the sidebar and beside it the selected page. The page is stored in the shared settings, so the
-/// window opens on the last page, and follows changes there. When the interface language or the desktop's font changes, the
-/// content is rebuilt: page, scroll position and focus stay.
+/// The settings window's content: the sidebar and beside it the selected page. The page is stored in the shared settings: the
+/// window opens on the last page, and follows changes of the stored page. When the interface language or the desktop's font
+/// changes, the content is rebuilt, and page, scroll position and focus stay the same.
 class SettingsView final : public QWidget {
     Q_OBJECT
 public:
     explicit SettingsView(QWidget* parent = nullptr);
 
-    /// The page stored; the key's default where the stored text names no page.
+    /// The stored page; the key's default if the stored text names no page.
     static SettingsPage storedPage();
 
     SettingsPage page() const;
@@ -54,8 +54,8 @@ private:
     SaveNotice* m_notice = nullptr;
     QVBoxLayout* m_pageColumn = nullptr;
     FormPage* m_pageWidget = nullptr;
-    QFont m_font;                ///< the content was built with it
-    SettingsPage m_shownPage {}; ///< of `m_pageWidget`, while there is one
+    QFont m_font;                ///< the font with which the content was built
+    SettingsPage m_shownPage {}; ///< the page of `m_pageWidget`, if that exists
 };
 
 } // namespace kestrum

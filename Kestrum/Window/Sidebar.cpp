@@ -39,7 +39,7 @@ public:
     WrappedText(const QString& text, const QFont& font, double width, Qt::LayoutDirection direction)
         : m_layout(text, font)
     {
-        // QTextLayout takes "leading" for the left side.
+        // QTextLayout treats "leading" as the left side.
         QTextOption option(QStyle::visualAlignment(direction, Qt::AlignLeading));
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         option.setTextDirection(direction);
@@ -54,7 +54,7 @@ public:
     }
 
     int height() const { return int(std::ceil(m_height)); }
-    /// Vertically centred in `place`, whose width must be that of the constructor.
+    /// Draws the text vertically centred in `place`, which must have the width that the constructor got.
     void draw(QPainter& painter, const QRect& place) const
     {
         const int above = (place.height() - height()) / 2;
@@ -102,7 +102,7 @@ private:
             double(std::max(place.width(), 1)), option.direction };
     }
 
-    // Rectangles as if texts were written from the left.
+    // The rectangles are for left-to-right text.
     static QRect headingRect(const QRect& item)
     {
         return item.adjusted(rowInset + rowPadding, headingGap, -rowInset - rowPadding, 0);
@@ -123,7 +123,7 @@ private:
     static void paintRow(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
     {
         const bool isSelected = option.state.testFlag(QStyle::State_Selected);
-        // Not the state in `option`, which also requires the focus.
+        // The state in `option` also requires the focus, so it cannot be used.
         const bool isActive = option.widget && option.widget->isActiveWindow();
         const QRect row = rowRect(option.rect);
         painter.setRenderHint(QPainter::Antialiasing);
@@ -231,7 +231,7 @@ void Sidebar::currentChanged(const QModelIndex& current, const QModelIndex& prev
 void Sidebar::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
 {
     QListView::selectionChanged(selected, deselected);
-    // Assistive programs select a row without making it the current one.
+    // Assistive programs select a row but do not make it the current one.
     if (!selected.isEmpty())
         setCurrentIndex(selected.indexes().first());
 }
@@ -255,7 +255,7 @@ QItemSelectionModel::SelectionFlags Sidebar::selectionCommand(
 
 QModelIndex Sidebar::moveCursor(CursorAction action, Qt::KeyboardModifiers modifiers)
 {
-    // The first row is a heading, and the base class would not move.
+    // The first row is a heading, so the base class would not move.
     if (action == MoveHome || action == MovePageUp)
         return index(allCases<SettingsPage>()[0].value);
     return QListView::moveCursor(action, modifiers);

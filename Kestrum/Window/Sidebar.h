@@ -13,7 +13,7 @@ class Sidebar final : public QListView {
 public:
     explicit Sidebar(QWidget* parent = nullptr);
 
-    /// The page selected; the first one until there is one.
+    /// The selected page; the first page if none was selected yet.
     SettingsPage page() const;
     /// Selects `page` without emitting `pageSelected`.
     void setPage(SettingsPage page);

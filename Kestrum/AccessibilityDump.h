@@ -11,7 +11,7 @@ namespace kestrum {
 namespace AccessibilityDump {
 
 /// One line for `from` and for each visible interface below it, indented by depth: role, name, value or description, and states.
-/// An interface without a name that cannot get the focus has no line, but its children have. The text shows the tree of this
+/// An interface that has no name and cannot get the focus has no line, but its children have lines. The text shows the tree of this
 /// process, not what arrives over the accessibility bus.
 QString text(QAccessibleInterface& from);
 

@@ -43,8 +43,7 @@ AgentController::AgentController(QObject* parent)
 
 bool AgentController::look()
 {
-    // `Workspace` reports the start and the end of this bundle's agent. For any other agent it reports the end if it has the
-    // pid.
+    // `Workspace` reports the start and the end of this bundle's agent. For another agent it reports the end if it has the pid.
     QList<qint32> pids;
     for (const ProcessScan::Entry& agent : ProcessScan::agents())
         pids.append(agent.pid);

@@ -19,8 +19,8 @@ public:
     /// Checks whether an agent runs.
     void refresh();
 
-    /// Stores the choice and starts the agent or asks it to quit. `isRunning` returns the choice at once; the next check
-    /// corrects that.
+    /// Stores the choice and starts the agent or asks it to quit. `isRunning` returns the choice at once; the next
+    /// check corrects a wrong value.
     void setEnabled(bool enabled);
 
 Q_SIGNALS:

@@ -50,10 +50,10 @@ AgentRow::AgentRow(AgentController& controller, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(padding, 0, padding, 0);
     layout->setSpacing(0);
-    // The row paints the picture itself: the picture is only decoration, and assistive programs would find a widget for it.
+    // The row paints the picture itself. Assistive programs would find a widget, but the picture is only decoration.
     layout->addSpacing(pictureSize + spacing);
     layout->addLayout(texts, 1);
-    // One spacing on each side of an empty middle, which may have no width.
+    // Twice the spacing, as if there were an empty item between the texts and the switch.
     layout->addSpacing(2 * spacing);
     layout->addWidget(m_switch);
 

@@ -72,7 +72,7 @@ void LaunchAtLoginSection::showEvent(QShowEvent* event)
 
 bool LaunchAtLoginSection::event(QEvent* event)
 {
-    // The user may come back from the desktop's settings.
+    // The user may come back from the desktop's settings, where the login item may have changed.
     if (event->type() == QEvent::WindowActivate) {
         showState();
         m_manager.refresh();

@@ -38,8 +38,8 @@ bool isApplicationGone = false;
 QThreadPool& worker();
 
 /// Waits for the requested changes when the application ends. A change that hangs, for example on a network mount whose server
-/// is gone, is abandoned, and its thread ends with the process. If the worker returns after that, it posts nothing. It uses only
-/// its own copy of the service and the pool, and the pool is never destroyed.
+/// is gone, is abandoned, and its thread ends with the process. A worker that returns after that posts nothing. It uses only its
+/// own copy of the service and the pool, and the pool is never destroyed.
 void endWorker()
 {
     if (worker().waitForDone(int(patienceAtTheEnd.count())))

@@ -10,7 +10,7 @@ namespace kestrum {
 
 class ShrinkingLabel;
 
-/// The row above the agent's row, which offers an update that the agent has found. Without an offer the row takes no space. The
+/// The row above the agent's row. It offers an update that the agent has found. Without an offer the row takes no space. The
 /// owner must not hide the row, because the row reads the offer when it is shown, and again at each signal of the agent.
 class UpdateOfferRow final : public QWidget {
     Q_OBJECT

@@ -44,7 +44,7 @@ template <class T> struct Binding {
     std::function<void(const T&)> choose;
 };
 
-/// Calls `show` now and whenever what `binding` shows may have changed, until `owner` is destroyed.
+/// Calls `show` now and whenever the value of `binding` may have changed, until `owner` is destroyed.
 template <class T, class Function> void follow(const Binding<T>& binding, QObject* owner, Function show)
 {
     binding.store->observe(binding.keys, owner, show);

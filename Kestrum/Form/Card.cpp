@@ -105,7 +105,7 @@ void Card::setHeader(WrappedLabel* header)
     delete std::exchange(m_heading, header);
     header->setContentsMargins(0, 0, 0, Theme::headingGap);
     static_cast<QVBoxLayout*>(layout())->insertWidget(0, header);
-    header->lower(); // as in the constructor
+    header->lower(); // the heading must come first, as in the constructor
     setAccessibleName(header->text());
     alignTexts();
 }

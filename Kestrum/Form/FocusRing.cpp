@@ -33,7 +33,8 @@ void FocusRing::mark(QWidget& control, double radius, const QFocusEvent& event)
     const Qt::FocusReason reason = event.reason();
     const bool isByKeyboard = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::ShortcutFocusReason;
-    // A control gets the focus back when its window becomes active again or its list closes. The ring then comes back too.
+    // A control gets the focus back when its window becomes active again or its list closes. The ring then comes
+    // back too, if the keyboard was in use.
     const bool isBack = (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason)
         && control.window()->testAttribute(Qt::WA_KeyboardFocusChange);
     if (!control.isWindow() && (isByKeyboard || isBack))

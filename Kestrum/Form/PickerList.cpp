@@ -181,7 +181,7 @@ void PickerList::selectionChanged(const QItemSelection& selected, const QItemSel
 {
     QListView::selectionChanged(selected, deselected);
     // When keys or the pointer select an entry, it becomes the current one after this. Assistive programs only select an entry,
-    // but want to choose it. Only a key press sent to the list chooses an entry.
+    // but want to choose it. The list gets a key press, the only way to choose it.
     const auto chooseIfOnlySelected = [this] {
         const QModelIndexList entries = selectedIndexes();
         if (!isVisible() || entries.size() != 1 || entries.first() == currentIndex())

@@ -18,8 +18,7 @@ constexpr int gap = 12;      ///< between text and control
 constexpr int gapAbove = 6;  ///< between a text and the control below it
 constexpr int companionGap = 8;
 
-/// The control's preferred size. If that is wider than `room`, the size at the width `room` or at the minimum width if that is
-/// larger.
+/// The control's preferred size. A size wider than `room` is reduced to the width `room`, but not below the minimum width.
 QSize fitted(const QWidget& control, int room)
 {
     QSize size = control.sizeHint();

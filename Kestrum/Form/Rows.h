@@ -8,8 +8,8 @@
 
 namespace kestrum {
 
-/// Rows of a page, each bound to one value. The control shows the stored value, also when another process changes it, and stores the
-/// user's choice. Titles are English and are shown in the interface language. The caller owns the row.
+/// Rows of a page, each bound to one value. The control shows the stored value, also after a change by another process, and stores
+/// the user's choice. Titles are English and are shown in the interface language. The caller owns the row.
 namespace Form {
 
 /// A switch.

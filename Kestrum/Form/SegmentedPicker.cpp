@@ -71,8 +71,7 @@ protected:
         const QRectF chip = QRectF(rect()).adjusted(chipInset, chipInset, -chipInset, -chipInset);
         painter.setPen(Qt::NoPen);
         if (isChecked()) {
-            // The shade: a plate of the same shape behind the segment and a little lower, so that only its lower edge is
-            // visible.
+            // The shade: a plate of the same shape behind the segment, a little lower: only its lower edge is visible.
             painter.setBrush(Theme::colour(Colour::segmentShade));
             painter.drawRoundedRect(chip.adjusted(0, chipRise, 0, 0), chipRadius, chipRadius);
             painter.setBrush(Theme::colour(Colour::chosenSegment));

@@ -26,7 +26,7 @@ QList<Choice<QString>> languages()
     return choices;
 }
 
-/// The update intervals, in seconds. A user may store another number by hand: the agent uses it, and the picker shows no choice.
+/// The refresh intervals, in seconds. Users may store another number by hand: the agent uses it, and the picker shows no choice.
 QList<Choice<double>> intervals()
 {
     return {

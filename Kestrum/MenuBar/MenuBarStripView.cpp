@@ -71,8 +71,7 @@ QHash<MonitorSection, double> MenuBarStripView::shownLefts() const
     return lefts;
 }
 
-/// Slides each item to its place from its entry in `lefts`, where it was drawn before. An item that is being dragged does not
-/// slide.
+/// Slides each item to its place from its left edge in `lefts`, where it was drawn before. A dragged item does not slide.
 void MenuBarStripView::slideFrom(const QHash<MonitorSection, double>& lefts)
 {
     for (const Item& item : items()) {

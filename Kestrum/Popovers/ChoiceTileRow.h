@@ -22,7 +22,7 @@ public:
     void addTile(const QString& title, ChoiceTile::Picture picture);
     const QList<ChoiceTile*>& tiles() const { return m_tiles; }
 
-    /// Puts the tiles below the text also if only `other` is too narrow for tiles beside its text. `other` outlives the row.
+    /// Puts the tiles below the text also when `other` has to put its tiles there. `other` outlives the row.
     void alignWith(const ChoiceTileRow& other) { m_other = &other; }
 
     /// The position of the selected tile, −1 for none.

@@ -29,7 +29,7 @@ constexpr PanelMetrics metrics { .sectionPadding = 7, .rowSpacing = 4 };
 constexpr qint64 mebibyte = 1 << 20;
 constexpr double pressure = 0.31;
 
-/// The gradient of the desktop's wallpaper, from the top leading to the bottom trailing corner.
+/// The wallpaper of the drawn desktop: a gradient from the top leading to the bottom trailing corner.
 QLinearGradient desktop(ColourScheme scheme, const QRectF& rect, Qt::LayoutDirection direction)
 {
     const bool isFromRight = direction == Qt::RightToLeft;

@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// The list of pages in their groups, one page selected. Headings cannot be selected, and arrow keys skip them. Long texts wrap.
+/// The list of pages in their groups. One page is selected. Headings cannot be selected, and arrow keys skip them. Long texts wrap.
 class Sidebar final : public QListView {
     Q_OBJECT
 public:

@@ -17,7 +17,7 @@ private:
     void paintEvent(QPaintEvent*) override
     {
         QPainter painter(this);
-        // A handle one point wide accepts the pointer on a wider strip; the line is only its contents rectangle.
+        // A handle of one point accepts the pointer on a wider strip. Only its contents rectangle is the line.
         painter.fillRect(contentsRect(), Theme::colourOn(Theme::Colour::window, Theme::Colour::separator));
     }
 };

@@ -11,7 +11,7 @@ namespace {
 
 constexpr char describeMain[] = "--describe-main-bundle";
 
-// What the child of a test finds, a line each.
+// Runs in a child process. Prints the main bundle's path, whether it exists, and its identifier, one per line.
 int printMainBundle()
 {
     const Bundle& bundle = Bundle::main();
@@ -183,7 +183,7 @@ private Q_SLOTS:
         tree.write(
             QStringLiteral("Contents/Resources/de.lproj/Localizable.strings"), "\"a\" = \"b\";\n\"c\" = ;");
         const Bundle bundle(tree.root());
-        // Told once, not for every text of a page.
+        // The warning comes once, not for every text.
         QTest::ignoreMessage(
             QtWarningMsg, QRegularExpression(QStringLiteral("Localizable.strings cannot be read: line 2")));
         QTest::failOnWarning(QRegularExpression(QStringLiteral("cannot be read")));

@@ -124,7 +124,7 @@ private Q_SLOTS:
         load.sample();
         write({ { 0, { .user = 150, .idle = 150 } }, { 1, { .user = 70000, .idle = 1 } } });
         load.sample();
-        // It was not looked at before: no load yet, and none of its past in the total.
+        // The second core has no earlier sample, so its load is 0 and the total leaves it out.
         QCOMPARE(load.cores(), QList<double>({ 0.5, 0.0 }));
         QCOMPARE(load.total(), 0.5);
         write({ { 0, { .user = 200, .idle = 200 } }, { 1, { .user = 70010, .idle = 91 } } });
@@ -140,7 +140,7 @@ private Q_SLOTS:
         write({ { 0, { .user = 150, .idle = 5050, .waiting = 100 } } });
         load.sample();
         QCOMPARE(load.cores(), QList<double>({ 0.5 }));
-        // And from there it is counted on.
+        // The next sample is measured from the lower value.
         write({ { 0, { .user = 150, .idle = 5050, .waiting = 200 } } });
         load.sample();
         QCOMPARE(load.cores(), QList<double>({ 0.0 }));
@@ -160,7 +160,7 @@ private Q_SLOTS:
         load.sample();
         QCOMPARE(load.cores(), QList<double>({ 0.5, 0.5 }));
         QCOMPARE(load.history().size(), 1);
-        // What these samples saw is not lost for the next that counts.
+        // The next sample that counts includes the ticks of the samples that were too early.
         cores[0].user += 8;
         cores[1].idle += 10;
         write(cores);
@@ -193,7 +193,7 @@ private Q_SLOTS:
         write(coresAfter(1, { 10 }));
         load.sample();
         load.pause();
-        // An hour of work that nobody looked at is no recent load.
+        // The load of the hour without samples does not get into the history.
         write(coresAfter(3600, { 100 }));
         load.sample();
         QVERIFY(load.history().isEmpty());
@@ -253,7 +253,7 @@ private Q_SLOTS:
         CPULoad load(m_tree->root());
         load.sample();
         QCOMPARE(load.cores().size(), cores);
-        // And what comes after it is read.
+        // Later samples are read as usual.
         write(coresAfter(0, { 10 }));
         load.sample();
         write(coresAfter(1, { 10 }));

@@ -73,7 +73,7 @@ private Q_SLOTS:
         writeZone("intel-rapl:0", "package-0", "200000000000");
         CPUPower power(m_tree->root());
         power.read(m_start);
-        // As after a suspend: it would have taken 62 kW to come round.
+        // The counter restarts, as after a suspend. An overflow within a second would need 62 kW.
         writeEnergy("intel-rapl:0", "5000000");
         QCOMPARE(power.read(m_start + 1s), std::nullopt);
         writeEnergy("intel-rapl:0", "15000000");

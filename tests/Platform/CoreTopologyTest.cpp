@@ -59,7 +59,7 @@ private Q_SLOTS:
 
     void theIndexInANameIsTheLevelsOwn()
     {
-        // The first level has no count, so that the second is the first in the list.
+        // The first level has no count and is left out, so the second level is the first in the list.
         const FakeMachine machine = hybridMachine();
         machine.writeKind("cpu_core", "junk\n");
         machine.writeKind("cpu_lowpower", "0-1\n");

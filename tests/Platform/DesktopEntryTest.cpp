@@ -126,7 +126,7 @@ private Q_SLOTS:
             QByteArray path("/");
             for (int i = random.bounded(12); i > 0; --i)
                 path += letters[random.bounded(int(letters.size()))];
-            // A percent sign takes a detour by a shell.
+            // A path with a percent sign is started by a shell.
             const QByteArray program = path.contains('%') ? QByteArray("/bin/sh") : path;
             QCOMPARE(DesktopEntry::wordsOf(DesktopEntry::command(path)).value(0, "none"), program);
         }
@@ -171,7 +171,7 @@ private Q_SLOTS:
             DesktopEntry entry = DesktopEntry::parsed(text);
             (void)DesktopEntry::wordsOf(entry.value("Exec").value_or(text));
             entry.set("Exec", "x");
-            // What was written is sound and holds what was set.
+            // The written text parses again and holds the new value.
             const DesktopEntry again = DesktopEntry::parsed(entry.text());
             QVERIFY2(!again.isDamaged(), text.toPercentEncoding().constData());
             QCOMPARE(again.value("Exec").value_or("absent"), QByteArray("x"));

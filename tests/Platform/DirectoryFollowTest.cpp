@@ -9,7 +9,7 @@
 
 using namespace kestrum;
 
-/// A watch's directory that comes, goes, moves and is replaced.
+/// Watches whose directory is created, removed, renamed or replaced.
 class DirectoryFollowTest : public QObject, WatchedPlace {
     Q_OBJECT
 
@@ -51,7 +51,7 @@ private Q_SLOTS:
         QTRY_VERIFY(ear.heard(""));
         verifyHears(ear, "d");
 
-        // Both in one turn.
+        // Removed and created again within one turn of the event loop.
         QVERIFY(QDir(path("d")).removeRecursively());
         makeDirectory("d");
         QTRY_VERIFY(ear.heard(""));
@@ -60,7 +60,7 @@ private Q_SLOTS:
 
     void directoryThatSomebodyHoldsOpenIsFollowedToo()
     {
-        // The kernel says of a directory that it is gone only when the last holder has let it go.
+        // The kernel reports that a directory is deleted only after its last descriptor is closed.
         const int holder = ::open(encoded("d").constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
         QVERIFY(holder >= 0);
         WatchRecorder ear(path("d"));

@@ -111,7 +111,7 @@ private Q_SLOTS:
         WatchRecorder early(path("d"));
         write("d/before");
         WatchRecorder late(path("d"));
-        QTRY_COMPARE(early.told, QByteArrayList { "before" }); // though nothing more happens
+        QTRY_COMPARE(early.told, QByteArrayList { "before" }); // without any further event
         write("d/after");
         QTRY_VERIFY(late.heard("after"));
         QCOMPARE(late.told, QByteArrayList { "after" });
@@ -158,13 +158,13 @@ private Q_SLOTS:
         makeDirectory("quiet");
         WatchRecorder ear(path("d"), DirectoryWatch::Interest::touched);
         WatchRecorder other(path("quiet"));
-        // Two names in turn, as the kernel merges equal neighbours.
+        // Two names alternate, because the kernel merges two equal events in a row.
         for (int i = 0; i <= queued / 2; ++i) {
             touch("d/a");
             touch("d/b");
         }
         QTRY_VERIFY(ear.heard("") && other.heard(""));
-        QVERIFY(!ear.heard("a")); // "anything" stands for all names of its batch
+        QVERIFY(!ear.heard("a")); // the empty name replaces all names of its batch
         verifyHears(ear, "d");
         verifyHears(other, "quiet");
     }

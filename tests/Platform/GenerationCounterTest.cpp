@@ -153,7 +153,7 @@ private Q_SLOTS:
             one->advance();
             QVERIFY(other->value() > cut + 1);
             QVERIFY(one->isShared() && other->isShared());
-            // Somebody who opens it finds the file cut off and no page of it in memory.
+            // A new counter opens the file while it is cut off and has no page in memory.
             cutOff("cut");
             QVERIFY(GenerationCounter::open(QStringLiteral("cut")));
             QVERIFY(other->value() > cut + 2);
@@ -164,7 +164,7 @@ private Q_SLOTS:
     {
         const auto counter = GenerationCounter::open(QStringLiteral("lost"));
         QVERIFY(counter && counter->isShared());
-        // No byte of a file may be written, as on a full disk.
+        // With this limit no file can grow, as on a full disk.
         rlimit whole {};
         ::getrlimit(RLIMIT_FSIZE, &whole);
         const rlimit none { 0, whole.rlim_max };

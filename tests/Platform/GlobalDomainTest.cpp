@@ -34,19 +34,19 @@ private Q_SLOTS:
         row("LANG=es_419", "es-419");
         row("LANG=EN_us", "en-US");
 
-        // Which variable counts.
+        // Which variable decides.
         row("LC_ALL=fr_FR LC_MESSAGES=it_IT LANG=de_DE", "fr-FR");
         row("LC_MESSAGES=it_IT LANG=de_DE", "it-IT");
         row("LC_ALL= LC_MESSAGES= LANG=de_DE", "de-DE");
         row("LC_NUMERIC=fr_FR LC_MEASUREMENT=fr_FR", "");
 
-        // The list comes before the locale, and nothing comes twice.
+        // The list comes before the locale, and no language is listed twice.
         row("LANGUAGE=fr:en_GB LANG=de_DE.UTF-8", "fr,en-GB,de-DE");
         row("LANGUAGE=de_DE:en:de_DE LANG=de_DE.UTF-8", "de-DE,en");
         row("LANGUAGE= LANG=de_DE.UTF-8", "de-DE");
         row("LANGUAGE=::fr:: LANG=de_DE", "fr,de-DE");
 
-        // The plain locale wants untranslated texts, whatever the list says.
+        // The C locale means untranslated texts, even if LANGUAGE is set.
         row("LANGUAGE=fr", "");
         row("LANGUAGE=fr LANG=C", "");
         row("LANGUAGE=fr LANG=POSIX", "");
@@ -56,7 +56,7 @@ private Q_SLOTS:
         row("LANGUAGE=fr:C:it LANG=de_DE", "fr");
         row("LANGUAGE=C LANG=de_DE", "");
 
-        // Junk.
+        // Invalid values.
         row("LANG=x", "");
         row("LANG=german", "");
         row("LANG=../../etc/passwd", "");

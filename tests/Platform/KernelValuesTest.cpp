@@ -8,7 +8,8 @@ using namespace kestrum;
 
 namespace {
 
-// "Performance 16, Efficiency 16": all that the kernel says about levels; "?" stands for what is absent.
+// Names and thread counts of all levels, as in "Performance 16, Efficiency 16". "?" stands for an absent value, and "none"
+// is returned if the number of levels is absent.
 QString described(const KernelValues& kernel)
 {
     QStringList result;
@@ -29,7 +30,7 @@ class KernelValuesTest : public QObject {
 private Q_SLOTS:
     void hybridProcessorHasALevelPerKind()
     {
-        // Eight fast cores of two threads each, sixteen slow ones.
+        // Eight fast cores of two threads each, and sixteen slow cores of one thread.
         const FakeMachine machine(32);
         machine.writeKind("cpu_core", "0-15\n");
         machine.writeKind("cpu_atom", "16-31\n");
@@ -56,7 +57,7 @@ private Q_SLOTS:
 
     void fastestCapacityComesFirst()
     {
-        // As numbers: "1024" is more than "446".
+        // Capacities are compared as numbers: 1024 is more than 446.
         const FakeMachine machine(8);
         machine.writeCapacities(0, 4, "250\n");
         machine.writeCapacities(4, 3, "981\n");
@@ -115,7 +116,7 @@ private Q_SLOTS:
         listed.writeKind("cpu_atom", "4-7\n");
         QCOMPARE(described(listed.kernel()), QStringLiteral("none"));
 
-        // The kernel then prints an empty list.
+        // For a level without online processors, the kernel prints an empty list.
         listed.writeKind("cpu_atom", "\n");
         QCOMPARE(described(listed.kernel()), QStringLiteral("none"));
 

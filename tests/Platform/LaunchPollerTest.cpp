@@ -11,8 +11,8 @@ using namespace std::chrono_literals;
 
 namespace {
 
-constexpr int allTime = 700; // ms; longer than the series after an opening
-constexpr int tolerance = 100;
+constexpr int allTime = 700;   // ms; longer than the series of polls that restart() begins
+constexpr int tolerance = 100; // ms
 
 void work(RateLimiter::Duration cost)
 {
@@ -46,7 +46,7 @@ private Q_SLOTS:
     void pollsComeSoonAndOnceMoreLate()
     {
         m_poller->restart();
-        QCOMPARE(m_at.size(), 0); // from the event loop
+        QCOMPARE(m_at.size(), 0); // polls run from the event loop only
         QTest::qWait(allTime);
         QCOMPARE(m_at.size(), 5);
         const int expected[] = { 0, 1, 5, 50, 500 };
@@ -80,10 +80,10 @@ private Q_SLOTS:
     {
         m_cost = 1ms;
         storm(2000);
-        // A burst of 20, and three in a hundred milliseconds.
+        // The budget allows a burst of 20 polls and then three per 100 ms.
         QVERIFY2(m_at.size() <= 100, qPrintable(QString::number(m_at.size())));
         QVERIFY2(m_at.size() >= 20, qPrintable(QString::number(m_at.size())));
-        // Never without any for long.
+        // There is no long gap between two polls.
         for (qsizetype i = 1; i < m_at.size(); ++i)
             QVERIFY2(m_at[i] - m_at[i - 1] < 300, qPrintable(QString::number(m_at[i] - m_at[i - 1])));
     }
@@ -110,10 +110,10 @@ private Q_SLOTS:
 
     void quietTimeMakesPollsPromptAgain()
     {
-        // The burst pays for two of these. Without budget, the pause after one is 200 ms.
+        // A full budget covers two polls of this cost. Without budget, the pause after each poll is 200 ms.
         m_cost = 10ms;
         storm(500);
-        QTest::qWait(2500); // the last polls, and time for the budget to recover
+        QTest::qWait(2500); // for the last polls, and until the budget has recovered
         m_at.clear();
         m_poller->restart();
         QTRY_VERIFY(m_at.size() >= 2);
@@ -121,7 +121,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Opens each millisecond for so long.
+    /// Calls restart() every millisecond for the given time.
     void storm(int milliseconds)
     {
         QTimer opening;

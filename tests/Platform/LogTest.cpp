@@ -16,7 +16,7 @@ using namespace kestrum;
 
 namespace {
 
-/// What goes to standard error while it lives.
+/// Captures standard error for as long as the object lives.
 class StandardError {
 public:
     StandardError()
@@ -43,7 +43,7 @@ private:
     int m_file;
 };
 
-/// Sends messages through the log's own handler while it lives.
+/// Installs the log's own message handler for as long as the object lives.
 class InstalledLog {
 public:
     InstalledLog()
@@ -57,7 +57,7 @@ private:
     QtMessageHandler m_previous;
 };
 
-/// Stands in for the journal.
+/// A socket that stands in for the journal's.
 struct Journal {
     static QByteArray path() { return QFile::encodeName(TestHome::root() + QStringLiteral("/journal")); }
     Journal()
@@ -121,7 +121,7 @@ private Q_SLOTS:
     {
         QCOMPARE(Log::escaped(QString(256, u'x')), QString(256, u'x'));
         QCOMPARE(Log::escaped(QString(257, u'x')), QString(256, u'x'));
-        // 85 × 3 bytes are 255, and another does not fit.
+        // 85 letters of 3 bytes take 255 bytes, and one more does not fit.
         QCOMPARE(Log::escaped(QString(100, u'\u20ac')), QString(85, u'\u20ac'));
         const QString faces = QStringLiteral(u"\U0001F600").repeated(100);
         QCOMPARE(Log::escaped(faces), faces.left(2 * 64));
@@ -251,7 +251,7 @@ private Q_SLOTS:
         const JournalSocket socket(Journal::path().constData());
         const QByteArray entry = JournalSocket::entry(QtInfoMsg, "default", QByteArray(4096, 'x'));
         bool isTaken = true;
-        ::alarm(10); // ends the test where sending waits
+        ::alarm(10); // ends the test if send() blocks
         for (int i = 0; i < 100'000 && isTaken; ++i)
             isTaken = socket.send(entry);
         ::alarm(0);

@@ -9,7 +9,7 @@
 using namespace kestrum;
 using Status = LoginItemService::Status;
 
-/// What the desktop starts in the end: by whose entry, on which desktop, and of which program.
+/// Which entry decides on which desktop, and which program the desktop starts.
 class LoginItemDesktopTest : public QObject {
     Q_OBJECT
 
@@ -88,7 +88,7 @@ private Q_SLOTS:
         qputenv("XDG_CURRENT_DESKTOP", desktops);
         write(LoginItemFixture::entry(), entry(exec() + lines));
         QCOMPARE(m_fixture->service().status(), isStarted ? Status::enabled : Status::notFound);
-        // Switched on, it is started here too, and elsewhere as it was.
+        // Registering makes this desktop start the item; for other desktops the entry stays as it was.
         (void)m_fixture->service().registerItem();
         QCOMPARE(m_fixture->service().status(), Status::enabled);
         const QByteArray after = contentOf(LoginItemFixture::entry());
@@ -138,7 +138,7 @@ private Q_SLOTS:
         QVERIFY(contentOf(LoginItemFixture::entry()).contains("\nHidden=true\n"));
         QVERIFY(contentOf(LoginItemFixture::entry()).contains("\nX-GNOME-Autostart-enabled=false\n"));
         QCOMPARE(m_fixture->service().unregister().failure().error, 6);
-        // The desktop's own settings may switch it on again too.
+        // The desktop's own settings can switch the item on again, too.
         const QByteArray text = contentOf(LoginItemFixture::entry());
         write(LoginItemFixture::entry(),
             QByteArray(text).replace("Hidden=true", "Hidden=false").replace("enabled=false", "enabled=true"));
@@ -147,7 +147,7 @@ private Q_SLOTS:
         QCOMPARE(m_fixture->service().status(), Status::notRegistered);
         QVERIFY(m_fixture->service().registerItem());
         QCOMPARE(m_fixture->service().status(), Status::enabled);
-        // What the desktop's settings switch off then is theirs.
+        // After that, an item that the desktop's settings switch off needs the user's approval.
         write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         QCOMPARE(m_fixture->service().status(), Status::requiresApproval);
     }

@@ -13,7 +13,7 @@
 using namespace kestrum;
 using Status = LoginItemService::Status;
 
-/// What others have in the entry, and what else may stand in its place.
+/// Entries with keys, comments or groups of other programs, and files of other kinds in the entry's place.
 class LoginItemEntryTest : public QObject {
     Q_OBJECT
 
@@ -29,7 +29,7 @@ private Q_SLOTS:
         QVERIFY(service().registerItem());
         QCOMPARE(service().status(), Status::enabled);
         verifyForeign();
-        // In their order, and ours where it stood.
+        // All lines keep their order, and the program's own key keeps its place.
         const QByteArray text = contentOf(LoginItemFixture::entry());
         QVERIFY(
             text.startsWith("# my own\n[Desktop Entry]\nType=Application\nName=Kestrum\nName[de]=Meins\n"));
@@ -62,7 +62,7 @@ private Q_SLOTS:
         }
         QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off-1")), mine(1));
         QCOMPARE(contentOf(LoginItemFixture::entry() + QStringLiteral(".off-2")), mine(2));
-        // The latest comes back, and only that.
+        // Only the newest of the entries that were put aside comes back.
         QVERIFY(service().registerItem());
         QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=3\n"));
         QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files).size(), 3);
@@ -99,7 +99,7 @@ private Q_SLOTS:
         write(LoginItemFixture::entry() + QStringLiteral(".off"), "older");
         write(LoginItemFixture::entry(), foreignEntry());
         bool isRefused = false;
-        // The filter binds the thread that asks for it.
+        // The filter applies to the calling thread only, so it gets a thread of its own.
         std::thread([this, &isRefused] {
             isRefused = SystemCallFilter::failing({ SYS_renameat2 }, EINVAL).enter() == 0;
             (void)service().unregister();
@@ -150,12 +150,12 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(LoginItemFixture::entry()).isSymLink());
         QVERIFY(contentOf(kept).contains("Hidden=false"));
         QCOMPARE(service().status(), Status::enabled);
-        // Switched off, the link is out of the way and the file as it was.
+        // Unregistering moves the link away and does not change the file.
         const QByteArray text = contentOf(kept);
         QVERIFY(service().unregister());
         QCOMPARE(contentOf(kept), text);
         QCOMPARE(service().status(), Status::notRegistered);
-        // And it is the same link again.
+        // Registering again brings the link back.
         QVERIFY(service().registerItem());
         QVERIFY(QFileInfo(LoginItemFixture::entry()).isSymLink());
         QCOMPARE(service().status(), Status::enabled);

@@ -12,7 +12,7 @@ using Status = LoginItemService::Status;
 
 namespace {
 
-/// 0 for success, else the failure's code.
+/// 0 for success, otherwise the failure's code.
 int codeOf(const Result<>& result)
 {
     return result ? 0 : result.failure().error;
@@ -274,7 +274,7 @@ private Q_SLOTS:
 
     void whatTheSystemFailsWithIsToldByItsOwnNumber()
     {
-        // A file where the folder should be.
+        // A file stands in the folder's place.
         write(LoginItemFixture::folder(), "mine");
         const auto result = m_fixture->service().registerItem();
         QCOMPARE(codeOf(result), -ENOTDIR);

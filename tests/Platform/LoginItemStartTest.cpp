@@ -15,14 +15,14 @@ const QString generator = QStringLiteral("/usr/lib/systemd/user-generators/syste
 
 } // namespace
 
-/// What desktops make of the entry: they start the program, from whatever path.
+/// How desktops read the entry: they start the program, whatever its path contains.
 class LoginItemStartTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase()
     {
-        // An ordinary user may not get into the folder that the reader was built in.
+        // An ordinary user may not have access to the build folder, so the test runs a copy of the reader.
         m_reader = TestHome::root() + QStringLiteral("/reader");
         QVERIFY(QFile::copy(
             qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/tests/AutostartReader"), m_reader));
@@ -46,7 +46,7 @@ private Q_SLOTS:
     void aDesktopStartsTheProgramFromAnyPath()
     {
         QFETCH(const QString, name);
-        // The path's folder and its file alike.
+        // The folder and the file both have this name.
         const FileTree tree;
         const QString program = tree.path(name + u'/' + name);
         LoginItemFixture::makeProgram(program);
@@ -121,11 +121,12 @@ private:
         return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    /// The text of the unit that systemd makes of our entry, among those of the system's; empty when it makes none.
+    /// Runs systemd's generator with the output folder `units`. Returns the unit that it makes from the program's entry; empty
+    /// if it makes none.
     static QByteArray serviceOf(const FileTree& units)
     {
         QProcess process;
-        // Wholly that user's: it looks into no folder that is named by somebody else's environment.
+        // The generator ignores the environment's folders if its real and effective user differ, so all its ids are set.
         process.setChildProcessModifier([] {
             const gid_t group = ::getegid();
             const uid_t user = ::geteuid();

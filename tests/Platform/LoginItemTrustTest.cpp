@@ -25,7 +25,8 @@ struct Entry {
     quint32 id;
 };
 
-/// An access list as the kernel takes it: the owner may do all, others nothing, and so may `entry`, as far as `mask` lets it.
+/// An access list in the kernel's binary form. The owner has all rights, others have none. `entry` has its own permissions,
+/// limited by `mask`.
 QByteArray accessList(const Entry& entry, quint16 mask)
 {
     const bool isUser = entry.tag == ACL_USER;
@@ -54,7 +55,7 @@ QByteArray accessList(const Entry& entry, quint16 mask)
 
 } // namespace
 
-/// What is started at every login may be changed by nobody but its user and root: not by way of an access list either.
+/// Only the user and root may be able to change a program that is started at every login. Access lists count, too.
 class LoginItemTrustTest : public QObject {
     Q_OBJECT
 

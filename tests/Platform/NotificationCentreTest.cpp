@@ -18,7 +18,7 @@ class NotificationCentreTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QTest::qWait(quietTime); // what the test before left under way
+        QTest::qWait(quietTime); // for events of the test before
         QVERIFY(RuntimeDirectory::shared());
     }
 
@@ -27,7 +27,7 @@ private Q_SLOTS:
         const Ear ear(QStringLiteral("suite.settings"));
         QVERIFY(ear.token);
         NotificationCentre::post(QStringLiteral("suite.settings"));
-        QCOMPARE(ear.count, 0); // not within the post
+        QCOMPARE(ear.count, 0); // post() does not call handlers itself
         QTRY_COMPARE(ear.count, 1);
         QTest::qWait(quietTime);
         QCOMPARE(ear.count, 1);
@@ -134,7 +134,7 @@ private Q_SLOTS:
                     NotificationCentre::post(name(i));
             }));
         }
-        // Each of them may be the first to find that the directory has to be made.
+        // Any of the threads may be the first to find the directory missing, and creates it.
         QVERIFY(QDir(signalsDirectory()).removeRecursively());
         for (const auto& poster : posters)
             poster->start();
@@ -156,7 +156,7 @@ private Q_SLOTS:
 
     void everyPostIsOneDelivery()
     {
-        // Also the first of its name, which is the making of a file.
+        // This is true of the first post of a name, too, which creates the signal's file.
         const Ear ear(QStringLiteral("new"));
         for (int i = 1; i <= 5; ++i) {
             NotificationCentre::post(QStringLiteral("new"));
@@ -217,7 +217,7 @@ private Q_SLOTS:
         QByteArray seen;
         token
             = NotificationCentre::registerDispatch(QStringLiteral("x"), [&token, &calls, &seen, copy = kept] {
-                  NotificationCentre::cancel(*token); // the last one: the watch goes too
+                  NotificationCentre::cancel(*token); // the last registration, so the watch ends, too
                   ++calls;
                   seen = copy;
               });
@@ -258,7 +258,7 @@ private Q_SLOTS:
         const Ear early(QStringLiteral("x"));
         NotificationCentre::post(QStringLiteral("x"));
         const Ear late(QStringLiteral("x"));
-        QCOMPARE(early.count, 0); // not within the registration
+        QCOMPARE(early.count, 0); // registering does not call handlers itself
         QTRY_COMPARE(early.count, 1);
         QTest::qWait(quietTime);
         QCOMPARE(late.count, 0);
@@ -277,7 +277,7 @@ private Q_SLOTS:
 
     void withoutListenersNothingIsWatched()
     {
-        // A program that listens no longer is not woken by what others post.
+        // A program without listeners must not be woken by posts of other programs.
         const auto watches = [] {
             int count = 0;
             const QDir descriptors(QStringLiteral("/proc/self/fdinfo"));

@@ -13,8 +13,8 @@ using namespace kestrum;
 
 namespace {
 
-constexpr double tick = 0.01; // seconds; what the kernel's start times are cut to
-constexpr double rounding = 0.001;
+constexpr double tick = 0.01;      // seconds; the kernel rounds start times down to this
+constexpr double rounding = 0.001; // seconds
 
 using Table = QList<std::pair<qint32, QByteArray>>;
 
@@ -52,7 +52,7 @@ void giveAnotherName(const QString& file, const QString& name)
     QCOMPARE(::link(QFile::encodeName(file).constData(), QFile::encodeName(name).constData()), 0);
 }
 
-// The fields from the third to the twenty-second of a process's "stat".
+// The fields 3 to 22 of a process's "stat" file. The last one is the start time, `ticks`.
 QByteArray fieldsUpToStart(const QByteArray& ticks)
 {
     QByteArray fields = "S";
@@ -193,7 +193,7 @@ private Q_SLOTS:
 
     void replacedProgramKeepsItsPathWhileTheFileHasAnotherName()
     {
-        // As when files are kept by links before an update.
+        // As when hard links keep the old files before an update.
         StandIns standIns;
         const QString program = standIns.install(QStringLiteral("program"));
         const qint32 before = standIns.start(program).pid;
@@ -259,7 +259,7 @@ private Q_SLOTS:
                 qPrintable(QStringLiteral("%1 s before, %2 s after")
                                .arg(*started - process.notBefore, 0, 'f', 4)
                                .arg(*started - process.notAfter, 0, 'f', 4)));
-            QTest::qSleep(7); // to come by all parts of a second
+            QTest::qSleep(7); // so that the starts fall on different parts of a second
         }
     }
 
@@ -309,7 +309,7 @@ private Q_SLOTS:
         tree.write(QStringLiteral("stat"), "btime 1000\n");
         const ProcessTable table(tree.root());
         QCOMPARE(table.startTime(7), std::optional(1001.0));
-        // As when somebody sets the clock meanwhile.
+        // The boot time changes, as when the clock is set.
         tree.write(QStringLiteral("stat"), "btime 5000\n");
         QCOMPARE(table.startTime(8), std::optional(1002.0));
         QCOMPARE(ProcessTable(tree.root()).startTime(8), std::optional(5002.0));

@@ -12,7 +12,7 @@ using namespace kestrum;
 
 namespace {
 
-/// Another state of one of our outputs, for as long as this lives.
+/// Lets a test change one of this process's standard streams. The destructor restores the stream.
 class ChangedOutput {
 public:
     explicit ChangedOutput(int output)
@@ -69,7 +69,7 @@ private Q_SLOTS:
 
     void outputThatIsToBeClosedGoesNowhere()
     {
-        // What a program without outputs opens gets their numbers.
+        // A file that a program without standard streams opens gets the number of a standard stream.
         QFETCH(const int, output);
         QStringList streams;
         {
@@ -96,10 +96,10 @@ private Q_SLOTS:
 
     void nothingElseOfOursIsOpenInTheProgram()
     {
-        // Libraries open files too, and not all of them say that their children are not to have them.
+        // Libraries open files, too, and not all of them set O_CLOEXEC.
         const int ours = ::open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open)
         QVERIFY(ours > STDERR_FILENO);
-        const int moved = ::dup2(ours, 200); // beyond what is closed one by one
+        const int moved = ::dup2(ours, 200); // above the descriptors that are closed one by one
         streamsOfStarted();
         ::close(moved);
         ::close(ours);
@@ -110,7 +110,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Starts the stand-in, and gives where its three streams lead.
+    /// Starts the stand-in and returns the targets of its three standard streams.
     QStringList streamsOfStarted()
     {
         static const QByteArray program = QFile::encodeName(m_standIns.install(QStringLiteral("program")));

@@ -29,7 +29,7 @@ QByteArray nested(int depth, const char* open, const char* close)
     return QByteArray(open).repeated(depth) + QByteArray(close).repeated(depth);
 }
 
-// Looks at every value: what was read must be whole.
+// Visits every value of all levels and returns their number. Each key must have a value.
 int walked(const PropertyList& list)
 {
     int count = 1;
@@ -140,7 +140,7 @@ private Q_SLOTS:
     {
         QCOMPARE(memberOf("a = http://b/c;\n", "a"), QStringLiteral("http://b/c"));
         QCOMPARE(memberOf("a = /b/c; // d", "a"), QStringLiteral("/b/c"));
-        // Not cut silently, but refused.
+        // The text is refused, not silently cut.
         QVERIFY(!PropertyList::parsed("a = b// c\n;"));
     }
 
@@ -227,7 +227,7 @@ private Q_SLOTS:
     {
         QVERIFY(PropertyList::parsed(nested(PropertyList::maximumDepth, "(", ")")));
         QVERIFY(PropertyList::parsed(QByteArray("{a=").repeated(32) + "b" + QByteArray("}").repeated(32)));
-        // Siblings do not add up.
+        // Containers side by side do not add to the depth.
         QVERIFY(PropertyList::parsed('(' + QByteArray("((a),(b)),").repeated(1000) + ')'));
     }
 
@@ -241,8 +241,7 @@ private Q_SLOTS:
         QCOMPARE(list->list().size(), (PropertyList::maximumBytes - 2) / 2);
     }
 
-    // Every text that comes of cutting and changing a sound one either is read whole or refused with a
-    // reason.
+    // A valid text that was cut or changed at random is either read completely or refused with a reason.
     void damagedTextNeverHarms()
     {
         const QByteArray sound

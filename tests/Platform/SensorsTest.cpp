@@ -10,13 +10,13 @@ using namespace kestrum;
 
 namespace {
 
-/// The program that reads sensors, on a machine of tests/machines. libsensors knows no other place than "/sys", so that
-/// umockdev has to put another there. Killed, by its own id, when it is destroyed.
+/// The program that reads sensors, run on a recorded machine of tests/machines. libsensors reads only "/sys", so umockdev
+/// replaces that folder for the program. The destructor ends the program, and kills it if it does not end within 5 s.
 class Machine {
 public:
     explicit Machine(const char* name)
     {
-        // The sanitizers want to be first in a program, and here umockdev is.
+        // AddressSanitizer requires to be loaded first, but here umockdev's library is.
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(
             QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0:detect_leaks=0"));
@@ -40,7 +40,7 @@ public:
     Machine(const Machine&) = delete;
     Machine& operator=(const Machine&) = delete;
 
-    /// Values in the order CPU, GPU, hottest, fan; "-" for what is absent.
+    /// Returns the values in the order CPU, GPU, hottest, fan, with "-" for each absent value.
     QByteArray read(const QByteArray& wanted)
     {
         m_process.write(wanted + '\n');
@@ -88,9 +88,9 @@ private Q_SLOTS:
     void machines_data()
     {
         QTest::addColumn<QByteArray>("values");
-        // The package counts, not the hottest core; the sleeping card is passed over, and a fan that is being started.
+        // The CPU's value is the package's, not the hottest core's. A sleeping card and a fan that is starting are skipped.
         QTest::newRow("laptop-with-graphics") << QByteArray("55 - 61 2700");
-        // Of an AMD processor, the die; of the card, its edge; inputs that nothing is wired to are none.
+        // An AMD processor is measured at its die, and a card at its edge. Unconnected inputs are ignored.
         QTest::newRow("amd-desktop") << QByteArray("47.5 52 88 1340");
         QTest::newRow("small-board") << QByteArray("52.582 - 52.582 -");
         QTest::newRow("server") << QByteArray("64 - 71 9800");
@@ -138,7 +138,7 @@ private Q_SLOTS:
     {
         Machine machine("laptop-with-graphics");
         QCOMPARE(machine.read("cpu"), QByteArray("55 - - -"));
-        // The driver came anew, and another has its number now.
+        // The driver was loaded again with another number, and its old number belongs to another chip now.
         const char* base = "sys/devices/platform/coretemp.0/hwmon";
         machine.remove("sys/class/hwmon/hwmon3");
         machine.remove("sys/class/hwmon/hwmon5");

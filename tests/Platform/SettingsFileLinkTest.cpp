@@ -30,8 +30,8 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
         QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
         QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read()->values.size(), 2);
-        QVERIFY(
-            QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers of the file find it
+        QVERIFY(QFile::exists(path(
+            "dotfiles/kestrum/real.json.lock"))); // beside the target, where all writers look for the lock
         QVERIFY(!QFile::exists(path("suite.json.lock")));
     }
 
@@ -46,7 +46,7 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(path()).isSymLink());
         QCOMPARE(SettingsFile(path("elsewhere/new.json")).read()->values, someChange.values);
 
-        // A folder that is not there (not mounted?) is not made, and the reason is told.
+        // A missing folder of the target may just not be mounted. A save does not create it, and reports the reason.
         QVERIFY(QFile::remove(path()));
         QVERIFY(QFile::link(path("missing/new.json"), path()));
         const auto saved = file.save(someChange);
@@ -103,7 +103,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Saves by a link while somebody holds the lock beside "one.json", during which `meanwhile` is done.
+    /// Starts a save through the link while the lock of "one.json" is held, calls `meanwhile`, and then releases the lock.
     SettingsFile::Saved savedBeside(const std::function<void()>& meanwhile)
     {
         const int holder = ::open(

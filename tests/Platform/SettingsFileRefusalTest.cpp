@@ -12,7 +12,7 @@
 
 using namespace kestrum;
 
-/// What is not read or not saved, and locks that others hold.
+/// Files that are refused by a read or a save, and locks that another process holds.
 class SettingsFileRefusalTest : public QObject, SettingsFolder {
     Q_OBJECT
 
@@ -179,7 +179,7 @@ private Q_SLOTS:
 
     void lockOfARemovedDirectoryIsNotTaken()
     {
-        // A writer that waits on the lock in a directory which is then deleted and made anew.
+        // While a writer waits for the lock, the directory of the lock is deleted and created again.
         QVERIFY(SettingsFile(path("d/suite.json")).save(someChange));
         const int holder
             = ::open(QFile::encodeName(path("d/suite.json.lock")).constData(), O_RDWR | O_CLOEXEC);

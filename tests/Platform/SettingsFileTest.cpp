@@ -85,7 +85,7 @@ private Q_SLOTS:
 
     void saveOfEqualValuesTouchesNothing()
     {
-        write(path(), "{\"a\": 1}"); // not laid out as we do: must stay as it is
+        write(path(), "{\"a\": 1}"); // not the program's own layout; must not be rewritten
         const auto before = SettingsFile(path()).identity();
         const auto saved
             = SettingsFile(path()).save({ { { QStringLiteral("a"), 1 } }, { QStringLiteral("absent") } });
@@ -106,13 +106,13 @@ private Q_SLOTS:
 
     void everySaveHasAnIdentityOfItsOwn()
     {
-        // Equal sizes, many within one tick of the kernel's clock, and inodes that come back.
+        // The files have equal sizes, reused inodes, and often the same tick of the kernel's clock.
         const SettingsFile file(path());
         QSet<QByteArray> identities;
         for (int i = 0; i < 500; ++i) {
             QVERIFY(file.save({ { { QStringLiteral("a"), 100 + i % 2 } }, {} }));
             const auto identity = file.identity();
-            // Without the time of change, which the clock's ticks make the same for several saves.
+            // The change time is left out: it is the same for several saves within one clock tick.
             identities.insert(QByteArray::number(qulonglong(identity.inode)) + ':'
                 + QByteArray::number(identity.modifiedNs));
         }
@@ -150,7 +150,7 @@ private Q_SLOTS:
         QCOMPARE(stateOf(path()).st_gid, gid_t(12345));
         QCOMPARE(stateOf(path()).st_mode & 07777, mode_t(0640));
 
-        // Who may not give the group lets nobody of another group in.
+        // If the user may not set the file's group, the group of the new file gets no rights.
         QVERIFY(QFile::remove(path("suite.json.lock")));
         const OrdinaryUser user({ m_directory, path() }, 12345);
         QVERIFY(SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} }));
@@ -190,7 +190,7 @@ private Q_SLOTS:
         const auto content = SettingsFile(path()).read();
         QVERIFY(!content->damage.isEmpty());
         QCOMPARE(content->values.size(), 1);
-        // Nor does a save that changes nothing.
+        // A save of equal values does not change the file either.
         QVERIFY(SettingsFile(path()).save({ content->values, {} }));
         QVERIFY(SettingsFile(path()).identity() == before);
         QVERIFY(!QFile::exists(path("suite.json.damaged-1")));
@@ -220,7 +220,7 @@ private Q_SLOTS:
             { ".kestrum-0123456789abcdef.tmp", 3700, true },
             { "elsewhere/.kestrum-fedcba9876543210.tmp", 3700, true },
             { ".kestrum-0000000000000001.tmp", 3500, false }, // may be in use
-            { ".kestrum-notes.tmp", 3700, false },            // not ours
+            { ".kestrum-notes.tmp", 3700, false },            // not made by the program
             { ".kestrum-0123456789abcdeX.tmp", 3700, false },
             { "x.kestrum-0123456789abcdef.tmp", 3700, false },
             { "suite.json.damaged-1", 3700, false },

@@ -13,7 +13,7 @@ namespace {
 
 QByteArray nested(int depth)
 {
-    // The domain itself is the first level.
+    // The outer object is the first level.
     return "{\"before\": 1, \"deep\": " + QByteArray(depth - 1, '[') + QByteArray(depth - 1, ']')
         + ", \"after\": 2}";
 }
@@ -118,7 +118,7 @@ void SettingsTextTest::damagedTextsAreSalvagedAndNamed()
     QCOMPARE(parsed.values.keys().join(u','), keys);
     if (keys == QStringLiteral("a,b"))
         QCOMPARE(parsed.values, (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
-    // What was salvaged is sound from then on.
+    // The salvaged values can be written and read again.
     QCOMPARE(SettingsText::parsed(SettingsText::serialised(parsed.values)).values, parsed.values);
 }
 
@@ -135,7 +135,7 @@ void SettingsTextTest::everyCutOfATextKeepsTheWholeMembers()
         QVERIFY(!parsed.damage.isEmpty());
         for (auto value = parsed.values.begin(); value != parsed.values.end(); ++value)
             QCOMPARE(value.value(), values.value(value.key()));
-        QVERIFY(parsed.values.size() >= most); // more text never gives less
+        QVERIFY(parsed.values.size() >= most); // a longer text never gives fewer values
         most = parsed.values.size();
     }
     QCOMPARE(most, values.size());
@@ -226,7 +226,7 @@ void SettingsTextTest::hostileTextsTakeLinearTime()
         QElapsedTimer timer;
         timer.start();
         QVERIFY(!SettingsText::parsed(text).damage.isEmpty());
-        QVERIFY2(timer.elapsed() < 2000, text.left(20).constData()); // quadratic: minutes
+        QVERIFY2(timer.elapsed() < 2000, text.left(20).constData()); // would take minutes in quadratic time
     }
 }
 

@@ -24,10 +24,10 @@ struct Rounds {
     qint64 violations = -1;
 };
 
-// Two processes beside this one: a writer and a reader of one suite.
+// Runs two child processes: a writer and a reader of one suite.
 Rounds runRounds(const char* suite, int rounds, const char* way)
 {
-    // In memory where there is such a file system: the order is the question, not the disk.
+    // The files are in memory if possible: the test is about the order of events, not about the disk.
     const QByteArray home = qgetenv("XDG_CONFIG_HOME");
     QTemporaryDir memory(QStringLiteral("/dev/shm/kestrum-XXXXXX"));
     if (memory.isValid())
@@ -54,14 +54,14 @@ Rounds runRounds(const char* suite, int rounds, const char* way)
 
 } // namespace
 
-/// Signals between processes, and what becomes of them when the directory that carries them does not stay.
+/// Signals between processes, also when the signals' directory is removed or replaced.
 class SignalsBetweenTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        QTest::qWait(quietTime); // what the test before left under way
+        QTest::qWait(quietTime); // for events of the test before
         QVERIFY(RuntimeDirectory::shared());
     }
 
@@ -96,7 +96,7 @@ private Q_SLOTS:
         const Ear ear(QStringLiteral("x"));
         QElapsedTimer timer;
         timer.start();
-        // More than its kernel queue takes.
+        // More events than fit into the stopped listener's kernel queue.
         for (int i = 0; i < 20'000; ++i)
             NotificationCentre::post(i % 2 == 0 ? QStringLiteral("x") : QStringLiteral("y"));
         QVERIFY(timer.elapsed() < 5000);
@@ -221,7 +221,7 @@ private Q_SLOTS:
 
     void listenerMakesTheDirectoryAnewByItself()
     {
-        // Otherwise the next post would have to make it, and could be heard twice.
+        // If only the next post created the directory, that post could be delivered twice.
         const Ear ear(QStringLiteral("x"));
         QVERIFY(QDir(signalsDirectory()).removeRecursively());
         QTRY_VERIFY(QDir(signalsDirectory()).exists());
@@ -234,7 +234,7 @@ private Q_SLOTS:
         QVERIFY(QFile(signalsDirectory()).open(QIODevice::WriteOnly)); // a file in the directory's place
         const Ear ear(name);
         NotificationCentre::post(name);
-        QTRY_COMPARE(ear.count, 1); // within the process
+        QTRY_COMPARE(ear.count, 1); // delivery within this process still works
         QVERIFY(QFile::remove(signalsDirectory()));
         NotificationCentre::post(name);
         QTRY_COMPARE(ear.count, 2);
@@ -261,11 +261,11 @@ private Q_SLOTS:
 
     void signalFileOfAnyKindIsNotFollowed()
     {
-        // Whatever stands in place of a signal's file, a post leaves what it points to alone.
+        // If a link stands in place of a signal's file, a post does not change the link's target.
         const QString target = TestHome::root() + QStringLiteral("/target");
         const Ear ear(QStringLiteral("link"));
         QVERIFY(QFile::link(target, signalsDirectory() + QStringLiteral("/link")));
-        QTRY_COMPARE(ear.count, 1); // it appeared
+        QTRY_COMPARE(ear.count, 1); // a new entry counts as a post
         NotificationCentre::post(QStringLiteral("link"));
         QTRY_COMPARE(ear.count, 2);
         QVERIFY(!QFile::exists(target));
@@ -303,7 +303,7 @@ private Q_SLOTS:
 
     void wrongOrderOfWritingAndPostingIsFoundOut()
     {
-        // The check above is worth something only if it can fail.
+        // Proves that the check of the test above can fail.
         const Rounds result = runRounds("wrong", 100, "wrong");
         QVERIFY2(result.violations > 0, qPrintable(QString::number(result.violations)));
     }
@@ -335,7 +335,7 @@ private Q_SLOTS:
         qInfo("%s; the listener heard %lld and used %.1f %% of a core", posted.constData(),
             static_cast<long long>(after.second - before.second), share * 100);
         QVERIFY(after.second > before.second);
-        // 5 % is the aim of an optimised build; without the limit it is a third of a core and more.
+        // The aim for an optimised build is 5 %. Without the rate limit, the listener would use a third of a core or more.
         QVERIFY(share < 0.15);
     }
 

@@ -16,15 +16,15 @@
 
 using namespace kestrum;
 
-/// What nobody posted is not heard, whatever becomes of the signals' directory and of the kernel's watches; and what is posted
-/// meanwhile is.
+/// Changes of the signals' directory and lost kernel watches must not call a handler without a post. Real posts are still
+/// delivered meanwhile.
 class SignalsUnpostedTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
     void init()
     {
-        QTest::qWait(quietTime); // what the test before left under way
+        QTest::qWait(quietTime); // for events of the test before
     }
 
     void aThousandDisturbancesAreNotHeard()
@@ -55,7 +55,7 @@ private Q_SLOTS:
             QTest::qWait(i % 3);
             if (i % 50 != 0)
                 continue;
-            // Now and then there is a post.
+            // Every 50 rounds there is a real post.
             QTest::qWait(quietTime);
             QVERIFY2(
                 x.count == posts && y.count == posts && never.count == 0, qPrintable(QString::number(i)));
@@ -117,7 +117,7 @@ private Q_SLOTS:
         QTRY_COMPARE(ear.count, 1);
         QVERIFY(QDir(signalsDirectory()).removeRecursively());
         const int file = ::open(path().constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-        if (file < 0) { // a listener was faster
+        if (file < 0) { // a listener has created the directory again
             QVERIFY(QDir(signalsDirectory()).removeRecursively());
             QVERIFY(QFile(signalsDirectory()).open(QIODevice::WriteOnly));
         } else {
@@ -154,7 +154,7 @@ private Q_SLOTS:
         if (first.startsWith("unsupported"))
             QSKIP("this kernel does not let us lower the limits for one process");
         QCOMPARE(first, QByteArray("ready"));
-        // The directory is looked at every 2 s.
+        // The directory is polled every 2 s.
         QVERIFY(!helper.hasLine(4500));
         for (const QString& name : { QStringLiteral("x"), fresh, fresh }) {
             QElapsedTimer timer;
@@ -179,7 +179,7 @@ private:
         const struct timespec times[2] = { { time, 0 }, { time, 0 } };
         QCOMPARE(::utimensat(AT_FDCWD, file.constData(), times, 0), 0);
     }
-    /// Puts `away` back to where listeners may have made a new one meanwhile.
+    /// Moves the directory `away` back to `place`. Removes a directory that listeners have created there meanwhile.
     static void moveBack(const QByteArray& away, const QByteArray& place)
     {
         QVERIFY(QTest::qWaitFor([&] {

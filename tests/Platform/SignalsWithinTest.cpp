@@ -8,7 +8,7 @@
 using namespace kestrum;
 
 namespace {
-int warnings = 0; // NOLINT: a message handler has no other place for it
+int warnings = 0; // NOLINT: a message handler can only count in a global
 QtMessageHandler previous = nullptr;
 } // namespace
 
@@ -86,7 +86,7 @@ private Q_SLOTS:
 KESTRUM_TEST_MAIN_OF(SignalsWithinTest)(int argc, char** argv)
 {
     const TestHome home;
-    // A directory that others may enter is none.
+    // A directory that other users can enter is not used as runtime directory.
     ::chmod(qgetenv("XDG_RUNTIME_DIR").constData(), 0755);
     const QCoreApplication application(argc, argv);
     SignalsWithinTest test;

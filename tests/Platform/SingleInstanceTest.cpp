@@ -31,7 +31,7 @@ class SingleInstanceTest : public QObject {
         return { QStringLiteral("instance"), QStringLiteral("Kestrum"), token };
     }
 
-    /// What any program of the user may send. False when the socket takes no more.
+    /// Sends any datagram to the socket, as every program of the user can. False if the socket's queue is full.
     static bool send(const QByteArray& datagram)
     {
         sockaddr_un address {};
@@ -140,7 +140,7 @@ private Q_SLOTS:
 
     void aFirstThatHasNotBegunToListenIsWaitedFor()
     {
-        // The lock is taken before the socket is there.
+        // The first start has the lock but no socket yet.
         const SingleInstance first("Kestrum");
         QVERIFY(QFile::rename(path(".socket"), path(".later")));
         HelperProcess later(instance(QStringLiteral("token")));
@@ -253,7 +253,7 @@ private Q_SLOTS:
         QVERIFY(!ending.isFirst());
         const SingleInstance next("Kestrum");
         QVERIFY(next.isFirst());
-        // What is its own by now is not taken from it, and requests are for it alone.
+        // A second release() of the old instance does not affect the new one. Only the new one gets requests.
         ending.release();
         QSignalSpy old(&ending, &SingleInstance::raiseRequested);
         QSignalSpy asked(&next, &SingleInstance::raiseRequested);
@@ -264,7 +264,7 @@ private Q_SLOTS:
 
     void aSecondStartFollowsAFirstThatEndsWithoutHearingIt()
     {
-        // Nothing is read, as in a process that is about to end.
+        // The first start reads no request, as when the process is about to end.
         auto ending = std::make_unique<SingleInstance>("Kestrum");
         HelperProcess second(instance(QStringLiteral("token")));
         QCOMPARE(second.line(), QByteArray("second"));
@@ -321,7 +321,7 @@ private Q_SLOTS:
     {
         SingleInstance first("Kestrum");
         SingleInstance second("Kestrum");
-        QVERIFY(second.raiseFirst("token")); // it has no chance to read meanwhile
+        QVERIFY(second.raiseFirst("token")); // the first cannot read the request meanwhile
         QVERIFY(!second.isFirst());
         QVERIFY(first.isFirst());
     }
@@ -350,7 +350,7 @@ private Q_SLOTS:
 
     void aLinkIsNotFollowed()
     {
-        // The directory is made by the first use.
+        // The first use creates the directory.
         QVERIFY(SingleInstance("Kestrum").isFirst());
         QVERIFY(QFile::remove(path(".lock")));
         const QString elsewhere = TestHome::root() + QStringLiteral("/elsewhere");

@@ -31,7 +31,7 @@ QStringList instance()
     return { QStringLiteral("instance"), QStringLiteral("Kestrum"), QStringLiteral("token") };
 }
 
-/// A second start tells the first one, and ends well, within so many milliseconds.
+/// Whether a second start reaches the first one and exits with 0 within the given time.
 bool isAnswered(int milliseconds)
 {
     QElapsedTimer clock;
@@ -41,7 +41,7 @@ bool isAnswered(int milliseconds)
         && second.line() == "second" && clock.elapsed() < milliseconds;
 }
 
-/// Sends datagrams to the first one's socket without a pause for as long as this lives.
+/// Sends datagrams to the first start's socket without a pause for as long as the object lives.
 class Flood {
 public:
     Flood()
@@ -76,7 +76,7 @@ private:
 
 } // namespace
 
-/// A first start that others make trouble for.
+/// A first start that other programs disturb.
 class SingleInstanceTroubleTest : public QObject {
     Q_OBJECT
 
@@ -84,14 +84,14 @@ private Q_SLOTS:
     void aFloodCostsLittleAndRealRequestsAreAnswered()
     {
         const SingleInstance first("Kestrum");
-        // What bringing a window forward costs.
+        // Uses as much processor time as raising a window.
         connect(&first, &SingleInstance::raiseRequested, this, [] {
             const auto begin = RateLimiter::processorTime();
             while (RateLimiter::processorTime() - begin < std::chrono::milliseconds(2)) { }
         });
         QSignalSpy asked(&first, &SingleInstance::raiseRequested);
         const Flood flood;
-        QTest::qWait(500); // what is saved up for bursts
+        QTest::qWait(500); // until the budget for bursts is used up
         constexpr int duration = 4000;
         QElapsedTimer clock;
         clock.start();
@@ -126,7 +126,7 @@ private Q_SLOTS:
             QCOMPARE(second.line(), QByteArray("second"));
             QCOMPARE(second.finish(), 0);
             QCOMPARE(first.line(), QByteArray("raise token"));
-            // And now as ever.
+            // A third start works in the same way.
             HelperProcess third(instance());
             QCOMPARE(third.line(), QByteArray("second"));
             QCOMPARE(third.finish(), 0);
@@ -163,7 +163,7 @@ private Q_SLOTS:
         QCOMPARE(::kill(pid_t(first.pid()), SIGSTOP), 0);
         HelperProcess second(instance());
         QCOMPARE(second.line(), QByteArray("second"));
-        QCOMPARE(second.finish(), 1); // it does not answer
+        QCOMPARE(second.finish(), 1); // the stopped process does not answer
         QCOMPARE(::kill(pid_t(first.pid()), SIGCONT), 0);
         QVERIFY(isAnswered(3000));
     }
@@ -182,7 +182,7 @@ private Q_SLOTS:
             QSKIP("only root can be another user");
         const QByteArray address = InstanceName::addressOf("Kestrum");
         std::atomic<int> socket = -1;
-        // The identity is that of the thread alone: the library's call would change that of all.
+        // The system call changes the user of this thread only; the C library's function would change it for all threads.
         std::thread([&] {
             sockaddr_un place {};
             place.sun_family = AF_UNIX;
@@ -199,14 +199,14 @@ private Q_SLOTS:
         {
             const SingleInstance first("Kestrum");
             QVERIFY(first.isFirst());
-            // The lock in the folder goes on to tell.
+            // The lock in the folder still shows that the place is taken.
             QVERIFY(!SingleInstance("Kestrum").isFirst());
             QVERIFY(isAnswered(3000));
         }
     }
 
 private:
-    /// As the shell understands it.
+    /// Removes all paths that match the shell pattern.
     static void clear(const QString& pattern)
     {
         QCOMPARE(QProcess::execute(QStringLiteral("/bin/sh"),

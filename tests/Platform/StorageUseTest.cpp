@@ -13,7 +13,7 @@ StorageUse::Ask volume(fsblkcnt_t blocks, fsblkcnt_t free, fsblkcnt_t available)
 {
     return [=](const char*, struct statvfs* answer) {
         answer->f_frsize = 4096;
-        answer->f_bsize = 1 << 20; // a hint for programs, no unit
+        answer->f_bsize = 1 << 20; // the preferred I/O size, not the unit of the counts
         answer->f_blocks = blocks;
         answer->f_bfree = free;
         answer->f_bavail = available;
@@ -42,7 +42,7 @@ private Q_SLOTS:
 
     void oddAnswersAreShares()
     {
-        // More free than there is, and more available than a number of bytes can say.
+        // More free blocks than the volume has, and more available bytes than fit into the type.
         QCOMPARE(StorageUse({}, volume(1000, 2000, 500)).read(), StorageUse::Room({ 0.0, 2'048'000 }));
         const auto room = StorageUse({}, volume(~0UL, ~0UL, ~0UL)).read();
         QVERIFY(room);

@@ -44,14 +44,14 @@ private Q_SLOTS:
         QByteArray last;
         qsizetype tried = 0;
         for (const auto& call : sound.calls) {
-            // Every folder of a path is asked whether it is a link: one after another, in the same way.
+            // Of several readlink calls in a row, one for each folder of a path, only the first is tried.
             if (call.name == "readlink" && std::exchange(last, call.name) == call.name)
                 continue;
             last = call.name;
             ++tried;
             for (const char* once : { "", "+" }) {
 #ifdef __SANITIZE_ADDRESS__
-                // The sanitizers look at memory by writing to pipes, and end the process when they cannot.
+                // The sanitizers check memory by writing to pipes, and end the process if that fails.
                 if (call.name == "write" && *once)
                     continue;
 #endif
@@ -71,7 +71,7 @@ private Q_SLOTS:
                 QVERIFY2(flaw.isEmpty(), qUtf8Printable(QString::fromLatin1(injection) + u' ' + flaw));
             }
         }
-        // Most calls are needed; without the one or the other, such as the exact time stamp, a save still holds.
+        // Most failed calls fail the save. A few calls are not required, such as the one that sets the exact time stamp.
         QVERIFY2(failures > tried, QByteArray::number(failures).constData());
     }
 
@@ -95,7 +95,7 @@ private Q_SLOTS:
         TracedSave::prepare(before);
         const auto sound = TracedSave::run("save");
         QFETCH(QByteArray, call);
-        // The first of its name within the save.
+        // The save's first call of this name.
         const QByteArray name = call.left(call.indexOf(':'));
         const auto found = std::find_if(sound.calls.begin(), sound.calls.end(),
             [&](const TracedSave::Call& it) { return it.name == name; });
@@ -111,8 +111,8 @@ private Q_SLOTS:
 
     void failedDirectorySyncIsMadeUpFor()
     {
-        // The new file stands, but the save has to be told as failed; and saving the very same again must not
-        // be taken for done before the directory is on disk.
+        // The new file is in place, but the save must be reported as failed. A second save of the same values must
+        // not succeed before the directory is on disk.
         const QByteArray before("{\"a\": 1, \"b\": true}");
         TracedSave::prepare(before);
         const auto sound = TracedSave::run("save");
@@ -131,7 +131,7 @@ private Q_SLOTS:
 
     void failedCloseFailsTheSave()
     {
-        // Network file systems tell of a write that failed when the file is closed, and never again.
+        // Network file systems may report a failed write only when the file is closed.
         const QByteArray before("{\"a\": 1, \"b\": true}");
         TracedSave::prepare(before);
         const auto sound = TracedSave::run("save");
@@ -163,8 +163,8 @@ private Q_SLOTS:
             return found - outcome.calls.begin();
         };
         const auto kept = indexOf("renameat2", ".damaged-1\"");
-        QVERIFY(indexOf("fsync", ".kestrum-") < kept); // its content before it has its name
-        QVERIFY(kept < indexOf("fsync", "/kestrum>")); // and its name
+        QVERIFY(indexOf("fsync", ".kestrum-") < kept); // the content is on disk before the rename
+        QVERIFY(kept < indexOf("fsync", "/kestrum>")); // the new name is brought to disk, too
         QVERIFY(indexOf("fsync", "/kestrum>") < indexOf("renameat", "suite.json\""));
     }
 
@@ -196,8 +196,7 @@ private Q_SLOTS:
                 QVERIFY2(call.line.contains("O_CLOEXEC"), call.line.constData());
             }
         }
-        QVERIFY2(
-            opened >= 4, QByteArray::number(opened).constData()); // folder, lock, what is there, the new file
+        QVERIFY2(opened >= 4, QByteArray::number(opened).constData()); // folder, lock, old file, new file
     }
 };
 

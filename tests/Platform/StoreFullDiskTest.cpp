@@ -1,5 +1,5 @@
-// A file system that is really full: 64 KiB of memory, mounted in a name space of our own before the test begins. What is
-// simulated elsewhere, a call that says ENOSPC, leaves out what counts here: calls that say nothing.
+// Saves on a file system that is really full: 64 KiB of memory, mounted in a private mount namespace before the test begins.
+// Other tests let a call fail with ENOSPC. A really full disk also shows calls that report no error.
 
 #include "Platform/Store/SettingsFile.h"
 #include "tests/Support/TestHome.h"
@@ -26,7 +26,8 @@ bool writeWhole(const char* path, const QByteArray& text)
     return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
 }
 
-/// A mount name space of our own, within a user name space for somebody who is not root. Needs a process of one thread.
+/// Moves the process into a private mount namespace; without root rights, also into a user namespace. The process must have
+/// only one thread. False on failure.
 bool enterNameSpace()
 {
     const uid_t user = ::geteuid();
@@ -155,7 +156,7 @@ void StoreFullDiskTest::noInodeLeftKeepsTheOldFileAndIsTold()
     const SettingsFile file(path());
     QVERIFY(file.save(payload(100, 0)));
     const QByteArray before = content();
-    // As many inodes as there are: the root, the directory, the file and its lock.
+    // The limit is the number of inodes in use: the root, the directory, the file and its lock.
     QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=4"), 0);
     const auto saved = file.save(payload(100, 1));
     QVERIFY(!saved);

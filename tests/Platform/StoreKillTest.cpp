@@ -1,4 +1,4 @@
-// What happens when the process ends at a system call of a save.
+// What happens when the process is killed at a system call of a save.
 
 #include "tests/Support/TestHome.h"
 #include "tests/Support/TracedSave.h"
@@ -31,7 +31,7 @@ private Q_SLOTS:
             const QByteArray injection = call.name + ":signal=KILL:when=" + QByteArray::number(call.number);
             TracedSave::prepare(before);
             const auto outcome = TracedSave::run("save", injection);
-            // The sanitizers' own reads of the process's memory map are not always as many: then nobody was killed.
+            // The number of the sanitizers' own reads varies. If it was too low, the process was not killed.
             if (call.name == "read" && outcome.exitCode == 0)
                 continue;
             QVERIFY2(outcome.exitCode == -1, injection.constData());

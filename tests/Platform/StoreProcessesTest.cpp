@@ -1,4 +1,4 @@
-// True processes against one suite: this program again, with the name of a part to play.
+// Real processes that use one suite. Each runs this program again, with the name of its part as argument.
 
 #include "Platform/Store/SettingsFile.h"
 #include "Platform/Store/UserDefaults.h"
@@ -24,8 +24,8 @@ namespace {
 
 constexpr int keysPerWriter = 20;
 
-/// How much longer than by itself a flush takes in this process, in microseconds. The memory that these tests save to needs no
-/// flush at all, and writers who hold the lock for a moment only never keep each other waiting for long.
+/// The environment variable with the delay of each fsync() in this process, in microseconds. The tests save to memory, where
+/// fsync() takes no time and writers would never wait long for the lock.
 constexpr char slowFlush[] = "KESTRUM_TEST_SLOW_FLUSH";
 
 std::string keyName(const QByteArray& writer, int number)
@@ -33,8 +33,8 @@ std::string keyName(const QByteArray& writer, int number)
     return (writer + '.' + QByteArray::number(number)).toStdString();
 }
 
-/// Saves 1, 2, 3 … under keys in turn. Before each save it looks whether what it saved there before is still
-/// there, and after each it prints the number.
+/// Saves 1, 2, 3 … under `keysPerWriter` keys in turn. Before each save, checks that the key still has the writer's last
+/// value; after each save, prints the number. Returns the exit code, 0 on success.
 int write(const QString& suite, const QByteArray& writer, int count)
 {
     const auto store = UserDefaults::withSuiteName(suite);
@@ -55,7 +55,7 @@ int write(const QString& suite, const QByteArray& writer, int count)
     return 0;
 }
 
-/// Answers each line of its input with the number under "a".
+/// For each line on standard input, prints the number stored under "a".
 int read(const QString& suite)
 {
     const auto store = UserDefaults::withSuiteName(suite);
@@ -86,7 +86,7 @@ public:
         }
     }
 
-    /// The last number that it printed, 0 before the first.
+    /// The last number that the process printed; 0 before the first.
     int lastNumber()
     {
         m_output += process.readAllStandardOutput();
@@ -111,7 +111,7 @@ private:
 
 } // namespace
 
-/// In the place of the C library's, for all that is linked into this program.
+/// Replaces the C library's fsync() in this program.
 extern "C" int fsync(int file)
 {
     static const int delay = qEnvironmentVariableIntValue(slowFlush);
@@ -139,7 +139,7 @@ private Q_SLOTS:
         start("two", saves);
         bool wasThere = false;
         int reads = 0;
-        // A reader has to find a sound file at any moment.
+        // A reader must find a valid file at any moment.
         while (m_players[0]->process.state() != QProcess::NotRunning
             || m_players[1]->process.state() != QProcess::NotRunning) {
             for (int i = 0; i < 50; ++i, ++reads) {
@@ -168,7 +168,7 @@ private Q_SLOTS:
         constexpr int saves = 50;
         for (char writer = 'a'; writer < 'k'; ++writer)
             start(QByteArray(1, writer), saves);
-        finish(); // none ran into the limit of the lock
+        finish(); // no writer had to give up waiting for the lock
         const auto store = UserDefaults::withSuiteName(m_suite);
         for (char writer = 'a'; writer < 'k'; ++writer)
             QCOMPARE(store->number(keyName(QByteArray(1, writer), saves % keysPerWriter)), double(saves));
@@ -178,8 +178,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("delay");
         QTest::addColumn<int>("saves");
-        // Nobody holds the lock for longer than two flushes. With the slowest disk a turn of all writers takes longer than the
-        // lock is waited for while nobody gets further.
+        // No writer holds the lock for longer than two flushes. On the slowest disk, one turn of all writers takes longer than
+        // a writer waits for a lock that does not move on.
         QTest::newRow("2 ms more a flush") << 2000 << 100;
         QTest::newRow("15 ms more") << 15'000 << 20;
         QTest::newRow("150 ms more") << 150'000 << 3;
@@ -208,7 +208,7 @@ private Q_SLOTS:
             const QByteArray writer = "w" + QByteArray::number(round);
             m_players.clear();
             Player* player = start(writer, 1'000'000);
-            QVERIFY(player->process.waitForReadyRead(10'000)); // its first save is done
+            QVERIFY(player->process.waitForReadyRead(10'000)); // until the first save is done
             QTest::qSleep(int(QRandomGenerator::global()->bounded(12)));
             player->process.kill();
             QVERIFY(player->process.waitForFinished(5000));
@@ -218,7 +218,7 @@ private Q_SLOTS:
             const auto content = SettingsFile(store->filePath()).read();
             QCOMPARE(content->damage, QString());
             QCOMPARE(content.failureText(), QString());
-            // What was told is there; one more may be, that was not told any more.
+            // All saves that were printed are in the file. One more may be there that was not printed yet.
             int last = 0;
             for (int i = 0; i < keysPerWriter; ++i)
                 last = qMax(last, content->values.value(QString::fromStdString(keyName(writer, i))).toInt());
@@ -233,7 +233,7 @@ private Q_SLOTS:
         }
         QVERIFY(mostSaves > 1);
 
-        // What the killed ones left goes away, an hour later.
+        // Temporary files of the killed writers are removed when they are an hour old.
         const QDir directory(TestHome::configDirectory());
         const auto leftovers = [&directory] {
             return directory.entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden);
@@ -264,7 +264,7 @@ private Q_SLOTS:
         finish();
         QTRY_COMPARE_WITH_TIMEOUT(heard, SettingsFile(store->filePath()).read()->values, 1000);
         QCOMPARE(heard.size(), keysPerWriter);
-        QVERIFY(notices >= 1 && notices <= 300); // not more than there were changes
+        QVERIFY(notices >= 1 && notices <= 300); // not more notices than changes
     }
 
     void otherProcessReadsEverySave_data()
@@ -320,7 +320,7 @@ KESTRUM_TEST_MAIN_OF(StoreProcessesTest)(int argc, char** argv)
     if (part == "read" && argc == 3)
         return read(QString::fromUtf8(argv[2]));
     const TestHome home;
-    // Thousands of saves would take minutes on a slow disk, and writers meet more often without one.
+    // Files in memory: on a slow disk, thousands of saves would take minutes, and writers would collide less often.
     const QTemporaryDir memory(QStringLiteral("/dev/shm/kestrum-XXXXXX"));
     if (memory.isValid())
         qputenv("XDG_CONFIG_HOME", QFile::encodeName(memory.path()));

@@ -45,7 +45,7 @@ private Q_SLOTS:
         for (const double scale : { 1.0, 2.0 }) {
             const QImage image = SymbolImage::image(name, 12, Qt::black, scale);
             QCOMPARE(image.size(), (size * scale).toSize());
-            // Nothing is cut, and little is wasted.
+            // The symbol is not cut off and fills most of the image.
             const QRect ink = inked(image);
             QVERIFY(ink.left() > 0 && ink.right() < image.width() - 1);
             QVERIFY(ink.top() > 0 && ink.bottom() < image.height() - 1);
@@ -53,7 +53,7 @@ private Q_SLOTS:
         }
     }
 
-    // They stand below one another, in one size and colour.
+    // The sidebar shows these symbols in one column, with the same size and colour.
     void theSymbolsOfTheSidebarAreToldApart()
     {
         const auto inkOf = [](const char* name) {
@@ -104,7 +104,7 @@ private Q_SLOTS:
         const QColor colour(0xF2, 0x30, 0x44);
         const QImage image = SymbolImage::image(QStringLiteral("menubar.rectangle"), 12, colour, 4);
         QCOMPARE(image.devicePixelRatio(), 4.0);
-        // Within the filled bar.
+        // A place within the symbol's filled bar.
         QCOMPARE(image.pixelColor(32, 16), colour);
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x) {

@@ -1,5 +1,5 @@
-// A bus of the test's own, and on it a portal that this program plays itself, as Debian's does: `Read` answers a variant
-// in a variant and knows no accent colour unless told.
+// The test starts a bus of its own and plays the portal itself. It answers like Debian's portal: `Read` returns a variant
+// within a variant, and there is no accent colour until a test sets one.
 
 #include "Platform/Desktop/AppearancePortal.h"
 #include "Platform/Desktop/DesktopBus.h"
@@ -128,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(DesktopBus::address(), QString());
         qputenv("DBUS_SESSION_BUS_ADDRESS", "autolaunch:");
         QCOMPARE(DesktopBus::address(), QString());
-        // Something else of that name in the runtime directory is no bus.
+        // A folder with the socket's name in the runtime directory is not taken for a bus.
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         QVERIFY(QDir(TestHome::runtimeDirectory()).mkdir(QStringLiteral("bus")));
         QCOMPARE(DesktopBus::address(), QString());
@@ -151,7 +151,7 @@ private Q_SLOTS:
         const QString found = DesktopBus::address();
         QCOMPARE(::chmod(directory.constData(), 0700), 0);
         QCOMPARE(found, QString());
-        // One that is named is taken: that was somebody's choice.
+        // An address in the environment is used without this check, because somebody chose it.
         qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/elsewhere");
         QCOMPARE(DesktopBus::address(), QStringLiteral("unix:path=/elsewhere"));
     }
@@ -164,7 +164,8 @@ private Q_SLOTS:
 
     void theToolkitIsToldThatThereIsNoBus()
     {
-        QFile::remove(TestHome::runtimeDirectory() + QStringLiteral("/bus")); // of a daemon that is gone
+        QFile::remove(
+            TestHome::runtimeDirectory() + QStringLiteral("/bus")); // left by a daemon that has ended
         DesktopBus::nameToToolkit();
         QCOMPARE(qgetenv("DBUS_SESSION_BUS_ADDRESS"), QByteArray("disabled:"));
         QCOMPARE(DesktopBus::address(), QString());
@@ -222,7 +223,7 @@ private Q_SLOTS:
         QTRY_COMPARE(portal.scheme(), std::optional(ColourScheme::dark));
         m_portal.change(accentKey, QVariant::fromValue(AccentComponents { 0, 0, 1 }), bus);
         QTRY_VERIFY(portal.accent());
-        // No preference, no accent, and nonsense.
+        // No preference, no accent, and an invalid value.
         m_portal.change(schemeKey, QVariant(0U), bus);
         QTRY_VERIFY(!portal.scheme());
         m_portal.change(accentKey, QVariant::fromValue(AccentComponents { -1, -1, -1 }), bus);
@@ -242,7 +243,7 @@ private Q_SLOTS:
         portal.start(DesktopBus::address());
         QTRY_VERIFY(portal.reducesMotion());
         const QDBusConnection bus(QStringLiteral("portal"));
-        // The way of all desktops goes before that of one.
+        // The setting that all desktops share has priority over the setting of a single desktop.
         const QString motionKey = QStringLiteral("reduced-motion");
         m_portal.change(motionKey, QVariant(0U), bus);
         QTRY_VERIFY(!portal.reducesMotion());
@@ -281,13 +282,13 @@ private Q_SLOTS:
         QGuiApplication::setPalette(paletteOf(Qt::black, Qt::white));
         QTRY_COMPARE(appearance.scheme(), ColourScheme::dark);
 
-        // The portal is asked a moment after the start, and has no opinion yet.
+        // The portal is asked shortly after the start. It has no preference yet.
         QTRY_VERIFY(m_portal.asked > 0);
         QCOMPARE(appearance.scheme(), ColourScheme::dark);
         m_portal.change(schemeKey, QVariant(2U), QDBusConnection(QStringLiteral("portal")));
         QTRY_COMPARE(appearance.scheme(), ColourScheme::light);
 
-        // A fixed scheme stays.
+        // A scheme that setScheme() has fixed does not change.
         appearance.setScheme(ColourScheme::light);
         m_portal.change(schemeKey, QVariant(1U), QDBusConnection(QStringLiteral("portal")));
         QGuiApplication::setPalette(paletteOf(Qt::darkBlue, Qt::white));

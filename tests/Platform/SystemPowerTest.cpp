@@ -34,7 +34,7 @@ private Q_SLOTS:
             { { "type", "Battery" }, { "status", "Discharging" }, { "current_now", "1500000" },
                 { "voltage_now", "12000000" } });
         QCOMPARE(read(), std::optional(18.0));
-        // What leaves a battery is negative with some drivers.
+        // Some drivers report the current of a discharging battery as negative.
         write("BAT0", { { "current_now", "-2000000" } });
         QCOMPARE(read(), std::optional(24.0));
     }
@@ -60,7 +60,7 @@ private Q_SLOTS:
         write("AC", { { "type", "Mains" }, { "online", "1" } });
         write("BAT0", { { "type", "Battery" }, { "status", "Charging" }, { "power_now", "30000000" } });
         QCOMPARE(read(), std::nullopt);
-        // An adapter that measures tells what is left for the system.
+        // If the adapter measures its power, the system uses that power less the battery's.
         write("AC", { { "power_now", "52000000" } });
         QCOMPARE(read(), std::optional(22.0));
     }

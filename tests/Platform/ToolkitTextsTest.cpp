@@ -69,7 +69,7 @@ private Q_SLOTS:
     void theToolkitSpeaksEveryLanguageThatWeShip()
     {
         QFETCH(QString, code);
-        // A region where most of them are not at home.
+        // Most of these languages are not spoken in this region.
         qputenv("LC_ALL", "en_CH.UTF-8");
         UserDefaults::standard().set("AppleLanguages", QJsonArray { code });
         ToolkitTexts::install();

@@ -1,4 +1,4 @@
-// Whether windows are mixed is asked of a real X server. The test is the program that mixes them.
+// Whether a compositor runs, asked of a real X server. The test itself plays the compositor.
 
 #include "Platform/Desktop/Translucency.h"
 #include "tests/Support/DesktopTest.h"

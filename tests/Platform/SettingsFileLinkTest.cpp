@@ -30,8 +30,8 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
         QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
         QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read()->values.size(), 2);
-        QVERIFY(QFile::exists(path(
-            "dotfiles/kestrum/real.json.lock"))); // beside the target, where all writers look for the lock
+        QVERIFY(
+            QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers look for the lock
         QVERIFY(!QFile::exists(path("suite.json.lock")));
     }
 

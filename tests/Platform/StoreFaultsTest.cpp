@@ -196,7 +196,8 @@ private Q_SLOTS:
                 QVERIFY2(call.line.contains("O_CLOEXEC"), call.line.constData());
             }
         }
-        QVERIFY2(opened >= 4, QByteArray::number(opened).constData()); // folder, lock, old file, new file
+        QVERIFY2(
+            opened >= 4, QByteArray::number(opened).constData()); // the folder, lock, old file and new file
     }
 };
 

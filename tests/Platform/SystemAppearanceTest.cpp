@@ -164,8 +164,7 @@ private Q_SLOTS:
 
     void theToolkitIsToldThatThereIsNoBus()
     {
-        QFile::remove(
-            TestHome::runtimeDirectory() + QStringLiteral("/bus")); // left by a daemon that has ended
+        QFile::remove(TestHome::runtimeDirectory() + QStringLiteral("/bus")); // an ended daemon's socket
         DesktopBus::nameToToolkit();
         QCOMPARE(qgetenv("DBUS_SESSION_BUS_ADDRESS"), QByteArray("disabled:"));
         QCOMPARE(DesktopBus::address(), QString());

@@ -8,7 +8,7 @@
 
 using namespace kestrum;
 
-/// What an observer hears of edits of the file by hand and by other programs.
+/// Notices that observers get when a user or another program edits the file.
 class UserDefaultsEditTest : public QObject, ObservedSuite {
     Q_OBJECT
 
@@ -20,12 +20,12 @@ private Q_SLOTS:
         Observed observed(m_suite);
         QVERIFY(observed.store->set("a", 1));
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
-        write(path(), "{\"a\":1}"); // laid out otherwise
+        write(path(), "{\"a\":1}"); // another layout
         QTest::qWait(quietTime);
         replace(path(), textOf(1));
         QTest::qWait(quietTime);
         QCOMPARE(observed.notices, 1);
-        // And the watch still hears.
+        // The watch still reports changes.
         replace(path(), textOf(2));
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
     }
@@ -106,7 +106,7 @@ private Q_SLOTS:
 
         int notices = 0;
         const auto expect = [&](int value) {
-            ++notices; // not within the macro, which looks again and again
+            ++notices; // not inside the macro, which evaluates its arguments many times
             QTRY_COMPARE_WITH_TIMEOUT(observed.notices, notices, longestDelay);
             QCOMPARE(observed.store->number("a"), double(value));
         };
@@ -114,18 +114,18 @@ private Q_SLOTS:
         expect(3);
         replace(one + QStringLiteral("/real.json"), textOf(4));
         expect(4);
-        // Retargeted, as a link is replaced without a gap.
+        // The link gets another target in one step, without a moment when there is no link.
         QVERIFY(QFile::link(two + QStringLiteral("/real.json"), path() + u'~'));
         QCOMPARE(
             ::rename(QFile::encodeName(path() + u'~').constData(), QFile::encodeName(path()).constData()), 0);
         expect(2);
         write(two + QStringLiteral("/real.json"), textOf(5));
         expect(5);
-        // The target that is no longer ours is nothing to us.
+        // Changes of the old target are ignored.
         write(one + QStringLiteral("/real.json"), textOf(6));
         QTest::qWait(quietTime);
         QCOMPARE(observed.notices, notices);
-        // Our own save goes to the target and is told once.
+        // A save of this store goes to the target and gives one notice.
         QVERIFY(observed.store->set("a", 7));
         expect(7);
         QTest::qWait(quietTime);
@@ -161,11 +161,11 @@ private Q_SLOTS:
             QVERIFY(QDir().mkpath(target));
             edit(i);
             QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), double(i), longestDelay);
-            // And what is saved there afterwards is heard.
+            // Later saves in the new folder are noticed, too.
             edit(10 * i);
             QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 10.0 * i, longestDelay);
         }
-        // The link leads elsewhere.
+        // The link gets another target.
         const QString other = target + QStringLiteral(".other");
         QVERIFY(QDir().mkpath(other));
         QVERIFY(QFile::link(other, link + u'~'));
@@ -179,7 +179,7 @@ private Q_SLOTS:
 
     void equalSizedEditsInPlaceInARowAreSeen()
     {
-        // Same inode, same size, and often the same tick of the kernel's clock.
+        // All edits have the same inode and size, and often the same tick of the kernel's clock.
         QVERIFY(QDir().mkpath(TestHome::configDirectory()));
         write(path(), textOf(100));
         Observed observed(m_suite);

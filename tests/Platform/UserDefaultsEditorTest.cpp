@@ -15,8 +15,8 @@
 
 using namespace kestrum;
 
-/// Programs that save the file in several steps, between which it is away or half there. The steps are those that editors take,
-/// with longer pauses than theirs.
+/// Programs that save the file in several steps. Between the steps the file is missing or incomplete. The steps are those of
+/// real editors, with longer pauses.
 class UserDefaultsEditorTest : public QObject, ObservedSuite {
     Q_OBJECT
 
@@ -35,7 +35,7 @@ private Q_SLOTS:
     {
         Observed observed(m_suite);
         observed.store->registerDefaults({ { QStringLiteral("language"), QStringLiteral("system") } });
-        // Without an observer only the counter says that there is something to look at.
+        // A store without observers reads the file again only if the counter has changed.
         const auto reader = opened();
         const auto counter = GenerationCounter::open(m_suite);
         QSet<QString> seen;
@@ -51,7 +51,7 @@ private Q_SLOTS:
         const QStringList languages { QStringLiteral("de"), QStringLiteral("fr"), QStringLiteral("pl") };
         for (int round = 1; round <= 2; ++round) {
             seen.clear();
-            // Once with reads between the steps, and once with what the watch brings about alone.
+            // In the first round only the watch reads the file, in the second a timer reads between the steps, too.
             if (round == 2)
                 often.start(3);
             for (const Step& step : stepsTo(qUtf8Printable(languages[round]))) {
@@ -78,14 +78,14 @@ private Q_SLOTS:
         QTest::qWait(believedAfter / 2);
         const auto meanwhile = observed.store->string("language");
         const int notices = observed.notices;
-        if (timer.elapsed() < believedAfter) { // on a machine that is not too busy to ask in time
+        if (timer.elapsed() < believedAfter) { // only if the machine was fast enough
             QCOMPARE(meanwhile, QStringLiteral("de"));
             QCOMPARE(notices, 0);
         }
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
         QVERIFY(timer.elapsed() >= believedAfter);
         QCOMPARE(observed.store->string("language"), QStringLiteral("system"));
-        // What nobody observes is found, too.
+        // A store without observers finds the change, too.
         QCOMPARE(opened()->string("language"), std::nullopt);
     }
 
@@ -103,7 +103,7 @@ private Q_SLOTS:
         const QByteArray text = textIn("fr");
         const int file = openedFor(QFile::encodeName(path()), O_TRUNC);
         put(file, text.left(text.size() / 2));
-        // Long enough for the one who believes that it stays so.
+        // Longer than the time after which a missing or blank file is believed.
         QTest::qWait(3 * believedAfter);
         QCOMPARE(observed.notices, 0);
         QCOMPARE(observed.store->string("language"), QStringLiteral("de"));
@@ -112,7 +112,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
         QCOMPARE(observed.store->string("language"), QStringLiteral("fr"));
 
-        // One that is closed is damaged.
+        // An incomplete file that is closed counts as damaged.
         write(path(), text.left(text.size() - 3));
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
     }
@@ -137,7 +137,7 @@ private Q_SLOTS:
                 return QByteArray::number(at) + ": "
                     + QJsonDocument(content->values).toJson(QJsonDocument::Compact);
             };
-            // An editor that has not moved the file away yet writes over what is saved before, as it always did.
+            // If the editor has not moved the file away before the save, it may overwrite the saved value.
             QVERIFY2(content->damage.isEmpty() && content->values.contains(u"others"), values().constData());
             QVERIFY2(content->values.value(u"language") == QLatin1StringView(language)
                     || content->values.value(u"ours") == double(at),
@@ -200,7 +200,7 @@ private Q_SLOTS:
             return std::min({ timeOfOpening(), timeOfOpening(), timeOfOpening() });
         };
         QVERIFY(fastest() < believedAfter / 2);
-        // It has been gone for some time.
+        // The file was removed some time ago.
         QVERIFY(QFile::remove(path()));
         const struct timespec times[] {
             { 1000, 0 }, { 1000, 0 }
@@ -208,14 +208,14 @@ private Q_SLOTS:
         QCOMPARE(
             ::utimensat(AT_FDCWD, QFile::encodeName(TestHome::configDirectory()).constData(), times, 0), 0);
         QVERIFY(fastest() < believedAfter / 2);
-        // Nobody has ever saved it.
+        // The file was never saved.
         nextSuite();
         QVERIFY(fastest() < believedAfter / 2);
         QElapsedTimer timer;
         timer.start();
         QVERIFY(opened()->set("a", 1));
         QVERIFY(timer.elapsed() < believedAfter / 2);
-        // It is there, whatever it holds.
+        // The file exists, with any content.
         for (const char* text : { "{\"a\": ", "", "{}" }) {
             write(path(), text);
             QVERIFY(fastest() < believedAfter / 2);
@@ -225,7 +225,7 @@ private Q_SLOTS:
 private:
     using Step = std::function<void()>;
     using Steps = std::vector<Step>;
-    /// Takes the steps behind the one at `at` on a thread of its own. The steps have to outlive it.
+    /// Runs the steps after the one at index `at` on a new thread. `steps` must outlive the thread.
     static std::unique_ptr<QThread> goesOnBehind(const Steps& steps, qsizetype at)
     {
         std::unique_ptr<QThread> editor(QThread::create([&steps, at] {
@@ -240,17 +240,18 @@ private:
 
     using Way = std::function<Steps(const QByteArray& path, const QByteArray& text)>;
 
-    static constexpr int pause = 40;
-    static constexpr int believedAfter = 200;
+    static constexpr int pause = 40;          // ms
+    static constexpr int believedAfter = 200; // ms until a missing or blank file is believed
 
-    /// What of a way somebody can tell from a whole file, or from none, who has not seen the file before.
+    /// Which ways of saving a test uses: all of them, those that do not replace the file's folder, or of the latter those that
+    /// never close an incomplete file.
     enum class Gaps { all, inTheFolder, withAnOpenFile };
 
     static void addWays(Gaps gaps)
     {
         QTest::addColumn<Way>("way");
         const auto row = [](const char* name, const Way& way) { QTest::newRow(name) << way; };
-        // What a step leaves to a later one.
+        // The descriptor that one step opens and later steps use.
         static int file = -1;
         static const auto writeHalves = [](const QByteArray& text) {
             return Steps { [=] { put(file, text.left(text.size() / 2)); },
@@ -346,7 +347,7 @@ private:
         QFETCH(const Way, way);
         return way(QFile::encodeName(path()), textIn(language));
     }
-    /// What the file itself says.
+    /// The language that is stored in the file.
     QString storedLanguage() const
     {
         return SettingsFile(path()).read()->values.value(u"language").toString();

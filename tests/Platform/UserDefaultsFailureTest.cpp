@@ -30,7 +30,7 @@ private Q_SLOTS:
             QCOMPARE(::chmod(QFile::encodeName(TestHome::configDirectory()).constData(), 0500), 0);
             QVERIFY(!store->set("a", 2));
             QVERIFY(!store->apply({}, { QStringLiteral("a") }));
-            QVERIFY(failures.isEmpty()); // told from the event loop, not in the midst of the writer
+            QVERIFY(failures.isEmpty()); // reported from the event loop, not during the save
             QCOMPARE(store->number("a"), 1.0);
             QVERIFY(store->lastError().contains(QStringLiteral("Permission denied")));
             QVERIFY(store->lastError().contains(path()));
@@ -45,7 +45,7 @@ private Q_SLOTS:
             QTRY_COMPARE(successes, 1);
             QVERIFY(store->set("a", 3));
             QTest::qWait(20);
-            QCOMPARE(successes, 1); // only after a failure
+            QCOMPARE(successes, 1); // reported only after a failure
         }
         if (::geteuid() == 0) {
             for (const QString& file :
@@ -61,7 +61,7 @@ private Q_SLOTS:
         QVERIFY(!store->set("a", qQNaN()));
         const QString error = store->lastError();
         QVERIFY(!error.isEmpty());
-        QVERIFY(store->set("a", 1)); // a control that goes back to what is stored does not hide the message
+        QVERIFY(store->set("a", 1)); // setting the stored value again does not clear the message
         QCOMPARE(store->lastError(), error);
         QVERIFY(store->set("a", 2));
         QCOMPARE(store->lastError(), QString());
@@ -82,7 +82,7 @@ private Q_SLOTS:
         QCOMPARE(store->number("a"), 2.0);
         QCOMPARE(store->lastError(), QString());
 
-        // A file that becomes unreadable later leaves what was known.
+        // If the file becomes unreadable later, the store keeps its last values.
         QVERIFY(QFile::remove(path()));
         QVERIFY(QDir().mkpath(path()));
         QVERIFY(!store->set("b", 1));

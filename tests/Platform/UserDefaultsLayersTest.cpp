@@ -30,7 +30,7 @@ private Q_SLOTS:
             (QJsonObject {
                 { QStringLiteral("a"), 3 }, { QStringLiteral("b"), 2 }, { QStringLiteral("c"), 1 } }));
         QCOMPARE(store->storedDictionary(), (QJsonObject { { QStringLiteral("a"), 3 } }));
-        // A stored value of the wrong type hides what is below it: it reads as nothing.
+        // A stored value of the wrong type hides the values of the lower layers, so the typed read returns nothing.
         QVERIFY(store->set("b", QStringLiteral("text")));
         QVERIFY(!store->number("b"));
         // Registering again adds and replaces.
@@ -57,7 +57,7 @@ private Q_SLOTS:
         QVERIFY(!store->string("c"));
         QVERIFY(QDir::setCurrent(before));
         QVERIFY(store->storedDictionary().isEmpty());
-        // They are read when the domain is opened.
+        // The administrator's files are read only when the store is opened.
         write(root + QStringLiteral("/first") + name, R"({"a": "later"})");
         QVERIFY(store->set("z", 1));
         QCOMPARE(store->string("a"), QStringLiteral("first"));
@@ -74,7 +74,7 @@ private Q_SLOTS:
         QCOMPARE(opened()->boolean("a"), true);
         QVERIFY(QFile::remove(file));
         QCOMPARE(::mkfifo(QFile::encodeName(file).constData(), 0600), 0);
-        QVERIFY(!opened()->boolean("a")); // and does not wait for the pipe
+        QVERIFY(!opened()->boolean("a")); // opening must not block on the pipe
         QCOMPARE(opened()->lastError(), QString());
     }
 

@@ -9,7 +9,7 @@ class UserDefaultsNoticeTest : public QObject, ObservedSuite {
     Q_OBJECT
 
 public:
-    /// Made before the application object, with a change and an observer before it as well.
+    /// Creates a store, saves a value, connects an observer and saves again, all before the application object exists.
     static void prepareEarlyStore();
 
 private Q_SLOTS:
@@ -84,7 +84,7 @@ void UserDefaultsNoticeTest::ownSaveIsNotToldAgainByTheWatch()
     Observed observed(m_suite);
     for (int i = 1; i <= 10; ++i) {
         QVERIFY(observed.store->set("a", i));
-        QTest::qWait(quietTime); // the watch has its say in these
+        QTest::qWait(quietTime); // long enough for the watch to report the save
         QCOMPARE(observed.notices, i);
     }
 }
@@ -169,7 +169,7 @@ void UserDefaultsNoticeTest::storeMadeOnAnotherThreadBelongsToTheMainThread()
     QVERIFY(maker->wait(5000));
     QCOMPARE(store->thread(), QThread::currentThread());
     QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-    QTest::qWait(quietTime); // the observation begins with a turn of the event loop
+    QTest::qWait(quietTime); // observing begins in the event loop
     write(path(), textOf(1));
     QTRY_COMPARE_WITH_TIMEOUT(teller, QThread::currentThread(), longestDelay);
     QCOMPARE(store->number("a"), 1.0);
@@ -185,7 +185,7 @@ void UserDefaultsNoticeTest::changeBeforeTheFirstObserverIsNotTold()
     QCOMPARE(notices, 0);
 }
 
-// Whoever has read the old value must not be left with it.
+// The reader of the old value must learn about the new one.
 void UserDefaultsNoticeTest::changeThatWasNotReadYetIsToldToTheFirstObserver()
 {
     const auto store = UserDefaults::withSuiteName(m_suite);
@@ -229,7 +229,7 @@ void UserDefaultsNoticeTest::removedKeyIsNamed()
         { { QStringLiteral("a"), 2 }, { QStringLiteral("b"), 2 }, { QStringLiteral("c"), 2 } }, {}));
     QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
     observed.keys.clear();
-    // One that falls back to its default, and one that has none.
+    // "a" falls back to its default, and "b" has no default.
     QVERIFY(observed.store->apply({}, { QStringLiteral("a"), QStringLiteral("b") }));
     QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a,b" }, longestDelay);
 }
@@ -242,7 +242,7 @@ void UserDefaultsNoticeTest::allKeysOfATurnAreNamedOnceAndInOrder()
     QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a,b,c" }, longestDelay);
 }
 
-// Somebody may have read the value in between.
+// An observer may have read the value in between.
 void UserDefaultsNoticeTest::keyThatHasItsOldValueAgainIsNamed()
 {
     Observed observed(m_suite);
@@ -258,7 +258,7 @@ void UserDefaultsNoticeTest::saveOfSomebodyElseNamesAllItsKeys()
         { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 }, { QStringLiteral("c"), 1 } }, {}));
     QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
     observed.keys.clear();
-    // Removed, the same, another, and new.
+    // "a" is removed, "b" stays equal, "c" changes and "d" is new.
     replace(path(), R"({ "b": 1, "c": 2, "d": 1 })");
     QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "a,c,d" }, longestDelay);
 }
@@ -274,7 +274,7 @@ void UserDefaultsNoticeTest::keyWhoseValueInEffectStaysIsNotNamed()
         observed.keys.clear();
         QVERIFY(observed.store->apply({ { QStringLiteral("a"), a }, { QStringLiteral("b"), b } }, {}));
     };
-    // What is stored changed all the same: that is told, without a name.
+    // The stored values change, but no value in effect does: the notice names no key.
     store(1, 2);
     QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "" }, longestDelay);
     store(1, 1);
@@ -302,7 +302,7 @@ void UserDefaultsNoticeTest::keysThatFallBackInADamagedFileAreNamed()
         { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 }, { QStringLiteral("c"), 3 } }, {}));
     QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
     observed.keys.clear();
-    // Of a half file what stands whole is kept; `c` falls back to what it was.
+    // The complete members of a cut-off file are used. The default of `c` equals its old value, so `c` is not named.
     write(path(), R"({ "a": 1, "b": )");
     QTRY_COMPARE_WITH_TIMEOUT(observed.keys, QByteArrayList { "b" }, longestDelay);
     QCOMPARE(observed.store->number("b"), 2.0);
@@ -334,7 +334,7 @@ void UserDefaultsNoticeTest::observerHearsOfItsOwnKeysOnlyAndUntilItEnds()
     QCOMPARE(heard, 2);
 }
 
-// By another name of the file, in a folder that nobody watches.
+// The file is changed through a hard link in a folder without a watch.
 void UserDefaultsNoticeTest::synchronizingFindsAChangeThatNobodyTold()
 {
     Observed observed(m_suite);

@@ -29,7 +29,7 @@ private Q_SLOTS:
     void standardDomainHasOneNameAndOneObject()
     {
         QCOMPARE(
-            UserDefaults::standard().name(), QStringLiteral("com.orvale.kestrum")); // we are in no bundle
+            UserDefaults::standard().name(), QStringLiteral("com.orvale.kestrum")); // the test has no bundle
         QCOMPARE(&UserDefaults::standard(), &UserDefaults::standard());
         QVERIFY(UserDefaults::standard().set("language", QStringLiteral("de")));
         QVERIFY(QFile::exists(TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json")));
@@ -71,7 +71,7 @@ private Q_SLOTS:
             QVERIFY2(!store->boolean(key), key);
         for (const char* key : { "text", "truth", "null", "list", "absent", "" })
             QVERIFY2(!store->number(key), key);
-        // The untyped read tells a wrong type from absence.
+        // The untyped read distinguishes a wrong type from an absent value.
         QCOMPARE(store->object("absent"), QJsonValue(QJsonValue::Undefined));
         QCOMPARE(store->object("null"), QJsonValue(QJsonValue::Null));
         QCOMPARE(store->object("list"), QJsonValue(QJsonArray { 1 }));
@@ -99,7 +99,7 @@ private Q_SLOTS:
         QVERIFY(store->set("a", QStringLiteral("x")));
         struct stat before = {};
         QCOMPARE(::stat(QFile::encodeName(path()).constData(), &before), 0);
-        for (int i = 0; i < 3; ++i) { // an even number of replacements could bring the inode back
+        for (int i = 0; i < 3; ++i) { // after an even number of replacements, the inode could be the same
             QVERIFY(store->set("a", QStringLiteral("x")));
             QVERIFY(store->remove("absent"));
             struct stat after = {};
@@ -161,7 +161,7 @@ private Q_SLOTS:
 
     void counterThatIsCutOffHidesNoSave()
     {
-        // A tool that clears the runtime directory's files, for one. To touch a page of memory without a file kills a process.
+        // For example, a cleanup tool truncates the file. Access to a mapped page beyond the file's end would kill the process.
         const auto writer = opened();
         const auto reader = opened();
         const QByteArray counter = QFile::encodeName(
@@ -180,7 +180,7 @@ private Q_SLOTS:
         const auto store = opened();
         QVERIFY(store->set("a", 1));
         write(path(), R"({"a": 7, "b": 2})");
-        QVERIFY(store->set("a", 1)); // equal to what we know, not to what is there
+        QVERIFY(store->set("a", 1)); // equal to the cached value, not to the file's
         QCOMPARE(opened()->storedDictionary(),
             (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
         QCOMPARE(store->number("b"), 2.0);

@@ -11,7 +11,7 @@ using namespace kestrum;
 
 namespace {
 
-/// The masks of all kernel watches of this process, by what /proc says of its descriptors.
+/// The event masks of all kernel watches of this process, read from /proc/self/fdinfo.
 QList<quint32> kernelWatches()
 {
     QList<quint32> masks;
@@ -33,7 +33,7 @@ QList<quint32> kernelWatches()
 
 } // namespace
 
-/// What watches take of the kernel, and what they do when it has nothing left.
+/// The kernel resources that watches use, and how watches work when the kernel has none left.
 class WatchResourcesTest : public QObject, WatchedPlace {
     Q_OBJECT
 
@@ -59,7 +59,7 @@ private Q_SLOTS:
 
     void farAncestorsAreWatchedForMovesOnly()
     {
-        // What happens in /tmp or in the home is no reason to wake up.
+        // Events in a far ancestor, such as /tmp or the home folder, must not wake the process.
         WatchRecorder ear(path("a/b"));
         QVERIFY(QDir().mkpath(path("a/b")));
         QTRY_VERIFY(ear.heard(""));
@@ -114,7 +114,7 @@ private:
         if (first.startsWith("unsupported"))
             QSKIP("this kernel does not let us lower the limits for one process");
         QCOMPARE(first, QByteArray("polled"));
-        // That anything may have changed, as nobody knows; and once more.
+        // Each poll reports that anything may have changed.
         QCOMPARE(helper.line(5000), QByteArray("told"));
         QCOMPARE(helper.line(5000), QByteArray("told"));
         helper.say("relieve");
@@ -122,7 +122,7 @@ private:
         QCOMPARE(helper.line(5000), QByteArray("told"));
         write("d/file");
         QCOMPARE(helper.line(1000), QByteArray("told file"));
-        // The file's creation and its end may be two batches; but looking has ended.
+        // The events of creating and closing the file may come in two batches. There are no polls any more.
         while (helper.hasLine(2500))
             QCOMPARE(helper.line(), QByteArray("told file"));
         QCOMPARE(helper.finish(), 0);

@@ -1,5 +1,5 @@
-// What the window manager and whoever shows that a program is being started are told, on a real X server. The test is both
-// of them.
+// The messages to the window manager and to the desktop's display of program starts, on a real X server. The test receives
+// the messages in place of both.
 
 #include "Platform/Desktop/WindowActivation.h"
 #include "tests/Support/DesktopTest.h"
@@ -38,7 +38,7 @@ xcb_atom_t atom(const QByteArray& name)
 class Messages final : public QAbstractNativeEventFilter {
 public:
     QList<xcb_client_message_event_t> focusRequests;
-    QByteArray startUp; ///< of the launches' messages, put together
+    QByteArray startUp; ///< text of the last start-up message, joined from its parts
 
     bool nativeEventFilter(const QByteArray&, void* event, qintptr*) override
     {
@@ -68,7 +68,7 @@ class WindowActivationTest : public QObject {
 
     std::unique_ptr<Messages> m_messages;
 
-    /// Whether there is a window manager, as programs see it.
+    /// Makes programs see a window manager, or none.
     static void setManaged(bool isManaged)
     {
         const xcb_window_t window = root();
@@ -99,7 +99,7 @@ private Q_SLOTS:
         const QMap<QString, QString> environment { { QStringLiteral("DESKTOP_STARTUP_ID"),
             QString::fromLatin1(token) } };
         QCOMPARE(WindowActivation::environment(token), environment);
-        // Nobody has clicked.
+        // Time 0 means that there was no click.
         QCOMPARE(WindowActivation::tokenOf(0), QByteArray());
         QVERIFY(WindowActivation::environment({}).isEmpty());
     }

@@ -79,7 +79,7 @@ private Q_SLOTS:
     void programHasNoDescriptorOfOurs()
     {
         install();
-        const int high = ::fcntl(STDIN_FILENO, F_DUPFD, 200); // without the mark that closes it by itself
+        const int high = ::fcntl(STDIN_FILENO, F_DUPFD, 200); // without O_CLOEXEC
         QVERIFY(high >= 200);
         const auto opened = open();
         ::close(high);
@@ -106,7 +106,7 @@ private Q_SLOTS:
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
         QCOMPARE(status(*opened.pid, "SigBlk"), QByteArray("0000000000000000"));
         QCOMPARE(status(*opened.pid, "SigCgt"), QByteArray("0000000000000000"));
-        // The C library hides two signals of its own, 32 and 33, from programs, and lets them be ignored in the beginning.
+        // The C library reserves the signals 32 and 33 and does not let programs change them, so they may be ignored.
         QCOMPARE(status(*opened.pid, "SigIgn").toULongLong(nullptr, 16) & ~0x180000000ULL, 0ULL);
     }
 
@@ -240,7 +240,7 @@ private Q_SLOTS:
     }
 
 private:
-    // A line of the process's "status".
+    // The value of one line of the process's "status" file; empty if there is no such line.
     static QByteArray status(qint32 pid, const char* name)
     {
         for (const QByteArray& line : content(procPath(pid, "status")).split('\n')) {

@@ -19,9 +19,9 @@ using namespace kestrum;
 
 namespace {
 
-constexpr int quietWatchTime = 600; // ms; longer than the last look after an event
+constexpr int quietWatchTime = 600; // ms; longer than the time until the last check after an event
 
-// Opens a file each millisecond, while the events go on. Gives the share of a core that this thread took.
+// Opens a file every millisecond while the event loop runs. Returns the share of a core that this thread used.
 double shareWhileOpening(const QString& path, int milliseconds)
 {
     const QByteArray file = QFile::encodeName(path);
@@ -40,7 +40,7 @@ double shareWhileOpening(const QString& path, int milliseconds)
 
 } // namespace
 
-/// How the workspace tells of starts and ends.
+/// How the workspace reports that programs start and end.
 class WorkspaceWatchTest : public QObject, WorkspaceFixture {
     Q_OBJECT
 
@@ -67,7 +67,7 @@ private Q_SLOTS:
 
     void everyStartOfAnotherProcessIsTold()
     {
-        // Somebody else starts it, at the same time as we look.
+        // Another process starts the program, maybe while the workspace is checking.
         const QString program = install();
         Workspace::shared().observe(bundle());
         QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
@@ -111,7 +111,7 @@ private Q_SLOTS:
         QTRY_COMPARE(changes.size(), 1);
         StandIns::kill(*opened.pid);
         QTRY_COMPARE(changes.size(), 2);
-        // When it is told, nothing of the process is left.
+        // When the end is reported, the process does not exist any more.
         QVERIFY(!exists(*opened.pid));
     }
 
@@ -134,7 +134,7 @@ private Q_SLOTS:
         m_standIns->end(pid);
         QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
         Workspace::shared().observe(bundle(), { pid });
-        QCOMPARE(changes.size(), 0); // not before the event loop is back
+        QCOMPARE(changes.size(), 0); // reported from the event loop only
         QTRY_COMPARE(changes.size(), 1);
     }
 
@@ -171,7 +171,7 @@ private Q_SLOTS:
         QSignalSpy changes(&Workspace::shared(), &Workspace::runningApplicationsChanged);
         int told = 0;
         for (int round = 0; round < 3; ++round) {
-            // In another file and then in its place, as packages are installed.
+            // The new program is written to another file and renamed, as package managers do.
             const QString program = m_standIns->install(QStringLiteral("new"));
             const QString place = bundle() + QStringLiteral("/Contents/MacOS/Stand In");
             QCOMPARE(
@@ -232,7 +232,7 @@ private Q_SLOTS:
 
     void floodOfOpeningsCostsLittle()
     {
-        // Many processes make a look dear.
+        // Many processes make each check expensive.
         const QString other = m_standIns->install(QStringLiteral("other"));
         for (int i = 0; i < 500; ++i)
             m_standIns->start(other);
@@ -267,7 +267,7 @@ private Q_SLOTS:
         QVERIFY(first.startsWith("opened "));
         const qint32 opened = first.mid(7).toInt();
         QVERIFY(exists(opened));
-        QCOMPARE(helper.line(), QByteArray("changed")); // the start, which needs no such descriptor
+        QCOMPARE(helper.line(), QByteArray("changed")); // the start; reporting it needs no process descriptor
         m_standIns->end(foreign);
         QCOMPARE(helper.line(5000), QByteArray("changed"));
         StandIns::kill(opened);

@@ -9,7 +9,7 @@ using namespace kestrum;
 
 namespace {
 
-// Two screens side by side, and one below the left of them.
+// Two screens side by side, and one below the left one.
 const QRect left(0, 0, 1280, 800);
 const QRect right(1280, 0, 1920, 1080);
 const QRect below(0, 800, 1280, 1024);
@@ -90,7 +90,7 @@ private Q_SLOTS:
         panel.show();
         QVERIFY(QTest::qWaitForWindowExposed(&panel));
         QCOMPARE(struts.available(screen), all.adjusted(0, 30, 0, 0));
-        // The newer property comes before the older one; a range that is none means all of the edge.
+        // The newer property has priority over the older one. An empty range means the whole edge.
         set(panel, "_NET_WM_STRUT_PARTIAL", "0,0,0,44,0,0,0,0,0,0,0,0");
         QCOMPARE(struts.available(screen), all.adjusted(0, 0, 0, -44));
     }
@@ -104,7 +104,7 @@ private Q_SLOTS:
         set(panel, "_NET_WM_STRUT", "0,0,30,0");
         X11Struts struts(panel);
         struts.available(*QGuiApplication::primaryScreen());
-        QTest::qWait(200); // until what was before has been told
+        QTest::qWait(200); // until earlier changes have been reported
         const QSignalSpy changed(&struts, &X11Struts::changed);
         set(panel, "WM_NAME", "7");
         QTest::qWait(200);

@@ -58,8 +58,8 @@ private Q_SLOTS:
         const QColor accent = MeterAccent(MeterAccent::Name::blue).color();
         const QImage image = AccentSwatch::image(MeterAccent::Name::blue, 14, 10);
         QCOMPARE(image.pixelColor(70, 70).rgb(), accent.rgb());
-        // The edge is one point wide and stands on the outline, half a point within the picture: its inner half lies on
-        // the accent, its outer half on nothing.
+        // The edge is one point wide and centred on the outline, half a point inside the picture. The inner half of the
+        // edge covers the accent; the outer half has nothing behind it.
         const QColor inner = image.pixelColor(7, 70);
         QCOMPARE(inner.alpha(), 255);
         QVERIFY(std::abs(inner.red() - 0.75 * accent.red()) <= 2);
@@ -92,8 +92,8 @@ private Q_SLOTS:
     {
         const QImage image = AccentSwatch::image(MeterAccent::Name::blue, 14, 10);
         QCOMPARE(image.pixelColor(3, 3).alpha(), 0);
-        // A radius of three around (3.5, 3.5): on the diagonal the edge begins at 1.03 and the accent at 1.38. A
-        // radius of two would begin at 0.73, one of four at 1.32.
+        // The corner has radius 3 around (3.5, 3.5). On the diagonal, the edge begins at 1.03 and the accent at 1.38.
+        // With radius 2 the edge would begin at 0.73, with radius 4 at 1.32.
         QCOMPARE(image.pixelColor(8, 8).alpha(), 0);
         QVERIFY(std::abs(image.pixelColor(12, 12).alpha() - 64) <= 1);
         QCOMPARE(image.pixelColor(22, 22).alpha(), 255);

@@ -10,8 +10,8 @@ using namespace kestrum;
 
 namespace {
 
-constexpr int chainTime = 3000; // ms from the first check of a chain to its last
-constexpr int checkTolerance = 300;
+constexpr int chainTime = 3000;     // ms from the first check of a chain to its last
+constexpr int checkTolerance = 300; // ms
 
 QString running(qint32 pid, int retriesLeft)
 {
@@ -76,7 +76,7 @@ private Q_SLOTS:
     {
         const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
         AppLinks::launchAgentIfNeeded(AppLinks::retries);
-        QCOMPARE(lines().size(), 1); // the first at once
+        QCOMPARE(lines().size(), 1); // the first check is immediate
         QTest::qWait(chainTime + 800);
         QStringList expected;
         for (int retriesLeft = 6; retriesLeft >= 0; --retriesLeft)
@@ -91,7 +91,7 @@ private Q_SLOTS:
 
     void agentThatQuitsIsReplacedAtTheNextCheck()
     {
-        // Ends by itself after 1.2 s, so the check at 1.5 s finds none.
+        // The agent ends by itself after 1.2 s, so the check at 1.5 s finds no agent.
         const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "1200").pid;
         AppLinks::launchAgentIfNeeded(AppLinks::retries);
         QTest::qWait(chainTime + 800);
@@ -170,7 +170,7 @@ private Q_SLOTS:
         QCOMPARE(texts().count(running(pid, 6)), 2);
         QCOMPARE(texts().filter(QStringLiteral("starting the agent at ")).size(), 1);
         QCOMPARE(runningPids().size(), 1);
-        // The other chain goes on to look at the new one.
+        // The other chain of checks continues and finds the new agent.
         QCOMPARE(texts().count(running(runningPids()[0], 0)), 1);
     }
 

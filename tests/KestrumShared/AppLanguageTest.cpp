@@ -17,7 +17,7 @@ void choose(const char* language)
     QVERIFY(Setting { Keys::language }.set(QString::fromLatin1(language)));
 }
 
-// The codes, or the process's own language list, in one text.
+// The codes as one text, with commas between them.
 QString listed(const QStringList& codes)
 {
     return codes.join(u',');
@@ -41,7 +41,7 @@ private Q_SLOTS:
         SharedSettings::store().remove(Keys::language.name);
     }
 
-    // Comes first: a launch code that was recorded stays for the life of the process.
+    // This test must run first: a recorded launch code stays until the process ends.
     void withoutALaunchCodeTheProcessIsNotStale()
     {
         const TestBundle bundle(english, { "en", "de" });
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QCOMPARE(AppLanguage::choice(), QStringLiteral("system"));
         setSession("LANG=de_DE.UTF-8");
         QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
-        // A value that is no text reads as none.
+        // A stored value that is not a text counts as absent.
         QVERIFY(SharedSettings::store().set(Keys::language.name, 3));
         QCOMPARE(AppLanguage::choice(), QStringLiteral("system"));
     }
@@ -110,7 +110,7 @@ private Q_SLOTS:
             = [](const char* text, const QStringList& values) { return AppLanguage::string(text, values); };
         QCOMPARE(
             shown("%@ and %@.", { QStringLiteral("a"), QStringLiteral("b") }), QStringLiteral("a and b."));
-        // A value is shown as it is.
+        // A placeholder within a value is not replaced.
         QCOMPARE(
             shown("%@ and %@.", { QStringLiteral("%@"), QStringLiteral("b") }), QStringLiteral("%@ and b."));
         QCOMPARE(shown("%@ and %@.", { QStringLiteral("a") }), QStringLiteral("a and %@."));
@@ -128,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), QStringLiteral("absent"));
-        // Nor is a close relative of a shipped language shipped.
+        // A variant of a shipped language is not shipped either.
         choose("en-GB");
         QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
     }
@@ -141,7 +141,7 @@ private Q_SLOTS:
         choose("de");
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), QStringLiteral("de,fr,en"));
-        // Only what equals the choice is taken out.
+        // Only the code that equals the choice is removed from the rest of the list.
         setSession("LANGUAGE=de_AT LANG=de_DE");
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), QStringLiteral("de,de-AT,de-DE"));
@@ -164,7 +164,7 @@ private Q_SLOTS:
         choose("de");
         AppLanguage::applyChoiceToProcessDefaults();
         QVERIFY(!SharedSettings::store().storedDictionary().contains(QLatin1StringView("AppleLanguages")));
-        // Nor do they hide the session's from the next look.
+        // The stored list does not replace the session's languages when they are read again.
         setSession("LANG=fr_FR");
         QCOMPARE(listed(AppLanguage::systemLanguages()), QStringLiteral("fr-FR"));
     }
@@ -189,13 +189,13 @@ private Q_SLOTS:
         row("LANG=zh_CN", "zh-Hans");
         row("LANG=zh_SG", "zh-Hans");
         row("LANG=en_GB", "en");
-        // The first of the list that is shipped.
+        // The first language of the list that is shipped.
         row("LANGUAGE=ja:fr:de LANG=en_US", "fr");
         row("LANGUAGE=de:fr LANG=en_US", "de");
         row("LANGUAGE=ja LANG=de_DE", "de");
-        // Also where it is only a relative of what is shipped, and a later one is shipped itself.
+        // A variant of a shipped language counts, even if a later language is shipped exactly.
         row("LANGUAGE=pt_PT:fr LANG=en_US", "pt-BR");
-        // Nothing comes close.
+        // No shipped language is close.
         row("LANG=ja_JP", "en");
         row("LANGUAGE=ja:ko LANG=th_TH", "en");
 
@@ -229,7 +229,7 @@ private Q_SLOTS:
         const TestBundle bundle(info, localizations);
         setSession(session);
         QCOMPARE(AppLanguage::code(), code);
-        // And again, by the kept match.
+        // The second call uses the cached match.
         QCOMPARE(AppLanguage::code(), code);
     }
 
@@ -276,7 +276,7 @@ private Q_SLOTS:
 
     void theDevelopmentLanguageNeedsNoTable()
     {
-        // Though there is one, which says something else.
+        // There is a table with other texts, but it is not used.
         const TestBundle bundle(english, { "en", "de" });
         choose("en");
         QCOMPARE(AppLanguage::string("Memory"), QStringLiteral("Memory"));
@@ -324,7 +324,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, code);
         QFETCH(QString, name);
         const TestBundle bundle(english, { code });
-        // Whatever the session speaks.
+        // The session's language makes no difference.
         setSession("LANG=de_DE.UTF-8");
         const QPair<QString, QString> expected { QString::fromUtf8(code), name };
         QVERIFY2(AppLanguage::available().contains(expected),
@@ -333,7 +333,7 @@ private Q_SLOTS:
 
     void languagesAreSortedByName()
     {
-        // By code this is de en es fr ja; "Č" comes after all plain letters.
+        // Sorted by code, the list would begin with cs. "Č" comes after all ASCII letters.
         const TestBundle bundle(english, { "cs", "de", "es", "fr", "ja", "xx", "yy" });
         QStringList names;
         for (const auto& [code, name] : AppLanguage::available())
@@ -344,7 +344,7 @@ private Q_SLOTS:
 
     void equalNamesKeepTheirOrder()
     {
-        // One language under many spellings, too many for a sort that keeps the order by chance.
+        // Many spellings of two languages, so that an unstable sort does not keep the order by chance.
         QList<QByteArray> spellings;
         for (const QByteArray& code : QList<QByteArray> { "de", "deu", "fr", "fra" }) {
             for (int capitals = 0; capitals < 1 << code.size(); ++capitals) {
@@ -381,7 +381,7 @@ private Q_SLOTS:
         AppLanguage::recordLaunchedCode();
         QCOMPARE(AppLanguage::launchedCode(), QStringLiteral("de"));
         QVERIFY(!AppLanguage::processIsStale());
-        // Another choice, the same language.
+        // The choice is different, but the language in effect is the same.
         choose("de");
         QVERIFY(!AppLanguage::processIsStale());
         choose("en");

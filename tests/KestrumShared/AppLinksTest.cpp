@@ -48,7 +48,7 @@ private Q_SLOTS:
             qputenv(name, QByteArray("value of ") + name);
             expected.insert(QLatin1StringView(name), QStringLiteral("value of ") + QLatin1StringView(name));
         }
-        // Set to nothing is set.
+        // A variable with an empty value counts as set.
         qputenv("KESTRUM_UI_TESTING", "");
         expected[QStringLiteral("KESTRUM_UI_TESTING")] = QString();
         qputenv("KESTRUM_OTHER", "other");
@@ -67,7 +67,7 @@ private Q_SLOTS:
         QCOMPARE(runningPids().size(), 1);
         QByteArrayList ours = StandIns::environmentOf(runningPids()[0]);
         ours.removeIf([](const QByteArray& variable) { return !variable.startsWith("KESTRUM_"); });
-        // The build's own are the tests', not the agent's.
+        // These two variables belong to the test run.
         ours.removeIf([](const QByteArray& variable) {
             return variable.startsWith("KESTRUM_BUILD=") || variable.startsWith("KESTRUM_SOURCE=");
         });
@@ -82,7 +82,7 @@ private Q_SLOTS:
         agent.listen(SharedSettings::Signal::quitAgent, [&asked] { ++asked; });
         AppLinks::stopAgent();
         QTRY_COMPARE(asked, 1);
-        // Asked, and nothing else.
+        // The agent is only asked once; it is not killed.
         QTest::qWait(300);
         QCOMPARE(asked, 1);
         QCOMPARE(runningPids(), QList<qint32> { pid });

@@ -28,7 +28,7 @@ private Q_SLOTS:
             { 1400, "1 kB" },
             { 1600, "2 kB" },
             { 999'499, "999 kB" },
-            // What rounds up to a thousand goes to the next unit.
+            // Counts that round up to 1,000 are shown in the next unit.
             { 999'500, "1 MB" },
             { 999'999, "1 MB" },
             { 1'000'000, "1 MB" },

@@ -10,7 +10,7 @@ using namespace kestrum;
 
 namespace {
 
-// 20 × 10 points of which one is ten pixels, so that a tenth of a point is a pixel.
+// Pixels per point. The sheet has 20 × 10 points.
 constexpr double scale = 10;
 
 QImage sheet()
@@ -21,7 +21,7 @@ QImage sheet()
     return image;
 }
 
-// What is covered, in points from the lower left corner: `top` is the lower edge.
+// The area that is drawn on, in points from the lower left corner. The rectangle's `top` is the area's lower edge.
 QRectF inked(const QImage& image)
 {
     QRect ink;
@@ -126,7 +126,7 @@ private Q_SLOTS:
             canvas.fillRoundedRect(QRectF(0, 0, 4, 1), 0.5, Qt::red);
         }
         painter.end();
-        // The canvas' lower edge lies 1 + 3 + 4 below the image's upper one.
+        // The canvas's lower edge is 1 + 3 + 4 points below the image's upper edge.
         QCOMPARE(inked(image), QRectF(7, 2, 4, 1));
     }
 

@@ -11,7 +11,7 @@ using namespace kestrum;
 
 namespace {
 
-// The largest difference of any channel of any pixel.
+// The largest difference in any channel of any pixel, 0 to 255; 255 if the sizes differ.
 int difference(const QImage& one, const QImage& other)
 {
     int largest = one.size() == other.size() ? 0 : 255;
@@ -39,7 +39,7 @@ QImage onGround(const QImage& item, ColourScheme scheme)
 
 } // namespace
 
-// What is drawn fast has to look like what the painter draws by itself.
+// Fast drawing must give the same pixels as plain drawing with the painter.
 class FastDrawingTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -88,7 +88,7 @@ private Q_SLOTS:
 
     void pixelsStayTheSameWhenPicturesAreUsedAgain()
     {
-        // Many heights, many places within a pixel: the later drawings consist of pictures that earlier ones made.
+        // Many bar heights and fractions of a pixel: later rounds draw with cached pictures of earlier rounds.
         DrawingFixture::set("meterStyle", "bars");
         auto readings = std::make_shared<FakeReadings>();
         CoreTopology::useTiers({ { QStringLiteral("Level 0"), 16 } });
@@ -149,7 +149,7 @@ private Q_SLOTS:
 
     void noOtherThreadIsWoken()
     {
-        // A thread that is asked and waited for shows as a voluntary switch; so does the starting of one.
+        // Waiting for another thread, or starting one, counts as a voluntary context switch.
         auto readings = std::make_shared<SampleReadings>();
         for (const char* style : { "bars", "wave", "compact" }) {
             DrawingFixture::set("meterStyle", style);
@@ -160,7 +160,7 @@ private Q_SLOTS:
             for (int i = 0; i < 50; ++i)
                 DrawingFixture::drawn(MonitorSection::cpu, readings, 2);
             ::getrusage(RUSAGE_SELF, &after);
-            // Fewer than one in ten drawings: the system itself makes a process wait now and then.
+            // Fewer than one switch in ten drawings, because the system makes a process wait now and then.
             QVERIFY2(after.ru_nvcsw - before.ru_nvcsw < 5, style);
         }
     }

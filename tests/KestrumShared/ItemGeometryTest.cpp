@@ -1,5 +1,5 @@
-// Where the parts of an item stand, measured in the drawn pixels: at scale 1 and 2 as people see them, and at scale 20,
-// where a pixel is a twentieth of a point and an edge can be found to that.
+// The positions of an item's parts, measured in the drawn pixels: at the usual scales 1 and 2, and at scale 20, where an edge
+// can be measured to a twentieth of a point.
 
 #include "tests/Support/ItemPixels.h"
 #include "tests/Support/TestHome.h"
@@ -43,7 +43,7 @@ private Q_SLOTS:
         const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, scale), scale);
         const double x = meterStart(MonitorSection::cpu);
         const QRectF ink = item.inked(QRectF(x - 2, 0, 60, 22));
-        // Half of the line's 0.8 lies outside of the frame; a pixel is inked that is covered at all.
+        // Half of the line's width of 0.8 is outside the frame. A partly covered pixel counts as inked.
         const double pixel = 1 / scale;
         QVERIFY_NEAR(ink.left(), x - 0.4, pixel);
         QVERIFY_NEAR(ink.right(), x + 26.6 + 0.4, pixel);
@@ -103,7 +103,7 @@ private Q_SLOTS:
         const ItemPixels item(DrawingFixture::drawn(section, m_readings, 20), 20);
         const double x = meterStart(section);
         const double bottom = style == "compact" ? 6 : 1.5;
-        // The middle of the line crosses the corner's diagonal this far from the corner.
+        // The middle of the line crosses the diagonal at this distance from both edges.
         const double inset = radius * (1 - std::sqrt(0.5));
         QVERIFY(item.at(x + inset, bottom + inset).alpha() > 200);
         const double outside = (radius + 0.4) * std::sqrt(0.5) + 0.1;
@@ -145,7 +145,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("cores");
         QTest::addColumn<QByteArray>("labels");
-        // With 9, 13 and 40 the sums of fractions end a trifle beyond the frame's inner edge, 40 behind letters only.
+        // With 9, 13 and 40 cores, rounding errors put the last bar slightly beyond the frame's inner edge; with 40 cores only
+        // when letters are shown.
         for (const int cores : { 1, 2, 3, 7, 8, 9, 12, 13, 16, 40, 64 }) {
             for (const char* labels : { "icons", "letters" })
                 QTest::addRow("%d %s", cores, labels) << cores << QByteArray(labels);
@@ -165,7 +166,7 @@ private Q_SLOTS:
         int bars = 0;
         for (int core = 0; core < cores; ++core) {
             bars += item.at(x + 2 + core * 5.9 + 2.45, 11) == signalColour;
-            // What lies between it and the next one, or the frame, is free.
+            // The gap to the next bar or to the frame is empty.
             QCOMPARE(item.at(x + 2 + core * 5.9 + 4.9 + 0.5, 11).alpha(), 0);
         }
         QCOMPARE(bars, cores);

@@ -1,5 +1,5 @@
-// Items beside pictures of them that were looked at and found good. Where one differs, what was drawn and where it
-// differs are left in the build folder; with KESTRUM_WRITE_PICTURES set, the stored pictures are made anew.
+// Compares drawn items with stored pictures that a person has checked. If an item differs, the test saves the drawn picture
+// and the differing pixels in the build folder. With KESTRUM_WRITE_PICTURES set, it replaces the stored pictures first.
 
 #include "KestrumShared/Items/SampleReadings.h"
 #include "tests/Support/DrawingFixture.h"
@@ -13,10 +13,10 @@ using namespace kestrum;
 
 namespace {
 
-// Of 255, in any channel of any pixel: other versions of the font engine round in other ways.
+// The largest accepted difference in a colour channel of a pixel, 0 to 255. Versions of the font engine round differently.
 constexpr int tolerance = 8;
 
-// Some letters have other shapes since the fourth.
+// The version of the Inter font in the pictures. Since version 4, some letters have other shapes.
 constexpr double editionOfThePictures = 3.019;
 
 double editionOf(const QFont& font)

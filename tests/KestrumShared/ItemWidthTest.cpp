@@ -12,7 +12,7 @@ struct Row {
     MonitorSection section;
     const char* key; ///< set to `value`, unless null
     const char* value;
-    double withIcons; ///< beside the icon's width
+    double withIcons; ///< item's width without the icon's width
     double withLetters;
 };
 
@@ -22,7 +22,8 @@ constexpr MonitorSection memory = MonitorSection::memory;
 constexpr MonitorSection storage = MonitorSection::storage;
 constexpr MonitorSection sensors = MonitorSection::sensors;
 
-// L + 1 + G + meter + readout + 1 without L, which is added by the test: side gap 5 with icons, 3 with letters.
+// Label + 1 + side gap + meter + readout + 1, in points. The test adds the label's width. The gap is 5 with icons, 3 with
+// letters.
 const Row rows[] = {
     { "bars and a temperature, the factory's", cpu, nullptr, nullptr, 1 + 5 + bars4 + 32 + 1,
         1 + 3 + bars4 + 30 + 1 },
@@ -78,7 +79,7 @@ private Q_SLOTS:
         const double icon = StatusMetricView::iconSize(wanted.section).width();
         QCOMPARE(StatusMetricView::itemWidth(wanted.section), icon + wanted.withIcons);
         DrawingFixture::set("meterLabelStyle", "letters");
-        // After its letters the sensors item shows its symbol too, which has a gap of its own.
+        // The sensors item also shows its symbol after the letters, with a gap of its own.
         const double symbol = wanted.section == sensors ? 3 + icon : 0;
         QCOMPARE(StatusMetricView::itemWidth(wanted.section), 6 + symbol + wanted.withLetters);
     }
@@ -100,7 +101,7 @@ private Q_SLOTS:
             const double base = StatusMetricView::iconSize(section).width() + 1 + 5 + 8.4 + 1;
             QCOMPARE(StatusMetricView::itemWidth(section), base + (shows ? 38 : 0));
         }
-        // The others have their own fall-backs.
+        // The CPU's readout does not depend on the old switch.
         DrawingFixture::set("cpuReadout", "?");
         QCOMPARE(StatusMetricView::cpuReadoutWidth(), 32.0);
     }
@@ -177,7 +178,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, text);
         QFETCH(double, room);
-        // The margin of the item's end may be used, too.
+        // The text may also use the margin of 1 at the item's end.
         QFont font = QGuiApplication::font();
         font.setPixelSize(11);
         font.setWeight(QFont::Medium);

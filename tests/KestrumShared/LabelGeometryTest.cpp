@@ -45,7 +45,7 @@ private Q_SLOTS:
         const double baseOfBox = metrics.descent() * ItemFonts::letterScale - fonts.letterHeight() / 2;
         const double capHeight = metrics.capHeight() * ItemFonts::letterScale;
         const ItemPixels item(DrawingFixture::drawn(MonitorSection::memory, m_readings, scale), scale);
-        // "RAM": flat letters, so that their ink is as high as capitals are.
+        // The letters of "RAM" are flat, so each is exactly as high as a capital letter.
         for (int i = 0; i < 3; ++i) {
             const double middle = 11 + (1 - i) * 5.5;
             const QRectF letter = item.inked(QRectF(1, middle - 2.7, 6, 5.2), textColour);
@@ -76,9 +76,9 @@ private Q_SLOTS:
                 const QImage item
                     = DrawingFixture::drawn(section.value, m_readings, scale, ColourScheme::light, topLeft);
                 const QList<int> feet = feetOfLetters(item, int(7 * scale));
-                // One row without ink at least is between two letters.
+                // At least one row without ink separates two letters.
                 QCOMPARE(feet.size(), 3);
-                // These three letters are flat; others reach a trifle below the line that they stand on.
+                // These three letters are flat. Others reach slightly below the baseline.
                 if (section.value == MonitorSection::memory) {
                     QCOMPARE(feet[1] - feet[0], distance);
                     QCOMPARE(feet[2] - feet[1], distance);
@@ -102,7 +102,7 @@ private Q_SLOTS:
         QFETCH(QString, letters);
         DrawingFixture::set("meterLabelStyle", "letters");
         const QImage item = DrawingFixture::drawn(section, m_readings, 20);
-        // The same by other means: ten times 6.2 pixels, semibold, at twice the scale.
+        // The same letters drawn in another way: 62 pixels high (ten times 6.2), semibold, at scale 2.
         QImage wanted(item.size(), item.format());
         wanted.fill(Qt::transparent);
         QPainter painter(&wanted);
@@ -150,7 +150,7 @@ private Q_SLOTS:
                 const QColor colour = scheme == ColourScheme::dark ? QColor(0xF2, 0xF2, 0xF4) : textColour;
                 QImage symbol = SymbolImage::image(name, 12, colour, scale);
                 symbol.setDevicePixelRatio(1);
-                // 14 points high, so it begins 4 points from the top.
+                // The symbol is 14 points high, so it begins 4 points below the item's top.
                 QImage label = DrawingFixture::drawn(section, m_readings, scale, scheme)
                                    .copy(QRect(QPoint(int(scale), int(4 * scale)), symbol.size()));
                 label.setDevicePixelRatio(1);
@@ -164,7 +164,7 @@ private Q_SLOTS:
         const auto symbol = [](const char* name, ColourScheme scheme, double points, double scale) {
             return ItemSprites::symbol(QString::fromLatin1(name), points, scheme, scale).cacheKey();
         };
-        // Every one a picture of its own.
+        // Each combination has its own picture, and the second round gets the same pictures.
         QSet<qint64> pictures;
         for (int round = 0; round < 2; ++round) {
             for (const char* name : { "cpu", "sensor" }) {
@@ -234,7 +234,7 @@ private Q_SLOTS:
         QVERIFY_NEAR(second.left() - 10, alone.left() - 1, 0.051);
         QVERIFY_NEAR(second.width(), alone.width(), 0.051);
         QVERIFY(!item.inked(QRectF(0, 0, 8, 22)).isNull());
-        // The text begins a gap behind each.
+        // In both items, the text begins one gap after the symbol.
         QVERIFY_NEAR(item.inked(QRectF(10 + icon, 0, 40, 22)).left() - (10 + icon + 3),
             plain.inked(QRectF(1 + icon, 0, 40, 22)).left() - (1 + icon + 5), 0.051);
     }
@@ -257,7 +257,7 @@ private Q_SLOTS:
         QVERIFY_NEAR(StatusMetricView::readoutLineHeight(), metrics.height(), 0.001);
         const ItemPixels item(DrawingFixture::drawn(MonitorSection::storage, m_readings, scale), scale);
         const double x = meterStart(MonitorSection::storage) + 8 + 5;
-        // The two digits have flat feet.
+        // Both digits are flat at the bottom.
         const QRectF digits = item.inked(QRectF(x, 0, 13, 22), textColour);
         QVERIFY_NEAR(digits.top(), 11 - metrics.height() / 2 + metrics.descent(), 0.6 / scale + 0.06);
         QVERIFY_NEAR(digits.height(), metrics.capHeight(), 1.2 / scale + 0.1);
@@ -294,7 +294,7 @@ private Q_SLOTS:
         DrawingFixture::set("meterStyle", style);
         for (const char* key : { "cpuReadout", "memoryReadout", "storageReadout" })
             DrawingFixture::set(key, "usage");
-        // The text alone, at a known place: the font leaves a little room before a digit's ink.
+        // The text alone at a known place, to measure the small space that the font leaves before a digit's ink.
         QImage alone(60 * 20, 22 * 20, QImage::Format_ARGB32_Premultiplied);
         alone.fill(Qt::transparent);
         QPainter painter(&alone);
@@ -342,7 +342,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// The lowest row of each run of rows that have ink in the first columns, from the top.
+    /// The lowest row of each group of adjacent rows that have ink in the first `columns` columns, from top to bottom.
     static QList<int> feetOfLetters(const QImage& item, int columns)
     {
         QList<int> feet;

@@ -42,7 +42,7 @@ private Q_SLOTS:
         QCOMPARE(kestrum::title(*accent), title);
         QVERIFY(!accent->isCustom());
         const QColor colour = accent->color();
-        // A colour keeps 16 bits a component.
+        // A QColor has 16 bits per component.
         const double step = 1.0 / 65535;
         QVERIFY(qAbs(double(colour.redF()) - red) <= step);
         QVERIFY(qAbs(double(colour.greenF()) - green) <= step);
@@ -120,10 +120,10 @@ private Q_SLOTS:
     {
         QTest::addColumn<QColor>("colour");
         QTest::addColumn<QString>("text");
-        // A component above 1 or below 0 makes an extended colour.
+        // A component above 1 or below 0 makes the QColor an extended one.
         QTest::newRow("out of range")
             << QColor::fromRgbF(1.5f, -0.5f, 0.25f) << "custom:srgb:1.0000,0.0000,0.2500";
-        // Of an extended colour these are exact halves of a ten-thousandth.
+        // In an extended QColor, these components are exact halves of a ten-thousandth.
         QTest::newRow("halves go up")
             << QColor::fromRgbF(1.5f, 0.03125f, 0.09375f) << "custom:srgb:1.0000,0.0313,0.0938";
         QTest::newRow("8 bits") << QColor(1, 128, 254) << "custom:srgb:0.0039,0.5020,0.9961";
@@ -147,7 +147,7 @@ private Q_SLOTS:
             QVERIFY(read);
             QVERIFY(*read == picked);
             QCOMPARE(read->color(), picked.color());
-            // The colour that is read back gives the same text when it is picked again.
+            // Picking the colour that was read back gives the same text.
             QCOMPARE(MeterAccent::custom(read->color()).rawValue(), picked.rawValue());
         }
     }

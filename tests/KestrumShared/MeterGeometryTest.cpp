@@ -57,7 +57,7 @@ private Q_SLOTS:
         const QRectF ink = item.inked(QRectF(x - 2, 0, 12, 22));
         QVERIFY_NEAR(ink.left(), x - 0.4, 0.05);
         QVERIFY_NEAR(ink.right(), x + 8.4, 0.05);
-        // Then comes the margin, and that is all of the item.
+        // After the meter there is only the item's margin of 1.
         QVERIFY_NEAR(StatusMetricView::itemWidth(MonitorSection::memory), ink.right() + 1, 0.05);
     }
 
@@ -95,7 +95,7 @@ private Q_SLOTS:
         for (const char* style : { "bars", "wave", "compact" }) {
             DrawingFixture::set("meterStyle", style);
             const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
-            // Within the third bar, which is three quarters high.
+            // A place inside the third bar, which has three quarters of the full height.
             const QRectF ink
                 = item.inked(QRectF(meterStart(MonitorSection::cpu) + 14.5, 9, 3, 4), indigoColour);
             QVERIFY2(ink.width() > 2.9 && ink.height() > 3.9, style);
@@ -152,7 +152,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<MonitorSection>("section");
         QTest::addColumn<QPointF>("corner");
-        // Of the fill's lower left corner, how far from where the meter begins and how high.
+        // The fill's lower left corner: x from the meter's start, y from the item's lower edge.
         QTest::newRow("compact") << MonitorSection::cpu << QPointF(1.5, 7.5);
         QTest::newRow("memory") << MonitorSection::memory << QPointF(2, 3.5);
         QTest::newRow("storage") << MonitorSection::storage << QPointF(2, 3.5);
@@ -180,7 +180,7 @@ private Q_SLOTS:
         QVERIFY_NEAR(wave.bottom(), 19.5, 0.05);
         QVERIFY_NEAR(wave.top(), 3.5, 0.05);
         QVERIFY_NEAR(wave.right(), x + 44, 0.05);
-        // From the third sample to the fourth it is full.
+        // From the third to the fourth sample, the wave has its full height.
         QVERIFY_NEAR(item.at(x + 2 + 26, 19.3).alpha(), 217, 1);
     }
 

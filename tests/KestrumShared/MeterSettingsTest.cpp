@@ -83,7 +83,7 @@ private Q_SLOTS:
         QCOMPARE(text(MeterSettings::order(u"")), QStringLiteral("sensors,storage,memory,cpu"));
     }
 
-    // It was written, so the factory order does not come back in its place.
+    // A stored order of the wrong type is still stored, so the factory order does not replace it.
     void orderThatIsNoTextReadsAsEmpty()
     {
         QVERIFY(store().set("menuBarOrder", 3));
@@ -272,7 +272,7 @@ private Q_SLOTS:
         if (!value.isUndefined())
             QVERIFY(store().set("cpuAccent", value));
         QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), accent);
-        QCOMPARE(store().object("cpuAccent"), value); // reading mends nothing
+        QCOMPARE(store().object("cpuAccent"), value); // reading does not repair the value
     }
 
     void migrationSpreadsTheGlobalAccent()
@@ -339,7 +339,7 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(store().filePath()).fileTime(QFile::FileModificationTime), modified);
     }
 
-    // The one who observes the store tells the others; a signal from here too would make them look twice.
+    // The store's observer posts the signal to the other programs. A second signal would make them read the settings twice.
     void writersPostNoSignal()
     {
         int heard = 0;

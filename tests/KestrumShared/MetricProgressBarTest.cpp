@@ -41,7 +41,7 @@ private Q_SLOTS:
         QFETCH(double, value);
         QFETCH(double, width);
         for (const ColourScheme scheme : { light, dark }) {
-            // There is room around the bar for what it must not draw.
+            // The picture is larger than the bar, to find drawing outside of the bar.
             const PanelPixels pixels(
                 { 240, 20 },
                 [&](QPainter& painter) {
@@ -82,7 +82,7 @@ private Q_SLOTS:
 
     void theCornersOfTrackAndFillAreRoundedByTwo()
     {
-        // On the diagonal an edge of radius 2 begins at 0.59; one of 1 would at 0.29, one of 3 at 0.88.
+        // On the diagonal, a corner of radius 2 begins at 0.59; with radius 1 it would be 0.29, with radius 3 0.88.
         const PanelPixels pixels(
             { 40, 8 },
             [](QPainter& painter) {

@@ -18,7 +18,7 @@ namespace {
 const QColor headerDark = QColor::fromRgbF(0.39F, 0.70F, 1.0F);
 const QColor headerLight = QColor::fromRgbF(0.05F, 0.38F, 0.72F);
 
-/// A part that fills its room, for what holds others.
+/// A part that fills its rectangle, to test parts that contain other parts.
 struct Block {
     double points;
     QColor colour;
@@ -29,7 +29,7 @@ struct Block {
     }
 };
 
-/// Whether a picture has at `place` exactly this text and no other, whatever its weight or size.
+/// Whether the pixels of `picture` at `place` are exactly those of `text`.
 bool hasText(const PanelPixels& picture, const QRectF& place, const PanelText& text, ColourScheme scheme)
 {
     const PanelPixels expected(
@@ -40,7 +40,7 @@ bool hasText(const PanelPixels& picture, const QRectF& place, const PanelText& t
     return picture.image().copy(pixels) == expected.image().copy(pixels);
 }
 
-/// Set by hand, whatever parts ask of their environment.
+/// A semibold font that is made without the environment, which the parts use. `size` is in pixels.
 QFont semibold(int size)
 {
     QFont font(QGuiApplication::font().families());
@@ -86,7 +86,7 @@ private Q_SLOTS:
         const QRectF ink = pixels.drawn(everywhere);
         QVERIFY(ink.top() >= 12 && ink.bottom() <= 26);
         QVERIFY(ink.left() >= 12);
-        // Symbol and title stand around the middle.
+        // The symbol and the title are centred vertically.
         QVERIFY_NEAR(pixels.drawn(QRectF(0, 0, 26, 38)).center().y(), 19.0, 1.0);
         QVERIFY_NEAR(pixels.drawn(QRectF(30, 0, 170, 38)).center().y(), 19.5, 1.5);
     }
@@ -231,7 +231,7 @@ private Q_SLOTS:
     {
         for (const ColourScheme scheme : { light, dark }) {
             const QColor ground(scheme == light ? Qt::white : Qt::black);
-            // At the second place both of its edges are nearest to the same pixel's.
+            // At the second place, both edges of the divider round to the same pixel boundary.
             for (const auto& [y, row] : { std::pair(8.6, 4), std::pair(9.0, 5) }) {
                 const PanelPixels pixels(
                     { 20, 20 },
@@ -256,7 +256,7 @@ private Q_SLOTS:
 
     void aTextIsWrittenInThePanelsDirection()
     {
-        // What belongs to no direction stands where the sentence ends.
+        // The full stop has no direction of its own, so the panel's direction puts it at the end of the sentence.
         const PanelText text { QStringLiteral("HH."), semibold(20), Qt::black };
         for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
             const PanelPixels pixels = drawn(text, in(light, direction));

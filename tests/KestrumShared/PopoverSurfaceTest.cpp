@@ -156,7 +156,7 @@ private Q_SLOTS:
             const QColor surface = colourOver(Qt::white, scheme, { PopoverBackground::opaque });
             QVERIFY(Theme::contrast(in(scheme).textColour(), surface) >= 4.5);
             QVERIFY(Theme::contrast(in(scheme).secondaryTextColour(), surface) >= 4.5);
-            // Semibold capitals and a symbol, which take less than texts do.
+            // The header has semibold capitals and a symbol, which need less contrast than texts.
             QVERIFY(Theme::contrast(in(scheme).headerColour(), surface) >= 3);
         }
     }

@@ -17,8 +17,8 @@ using namespace kestrum;
 
 namespace {
 
-constexpr double tick = 0.01; // seconds; what the kernel's start times are cut to
-constexpr double rounding = 0.001;
+constexpr double tick = 0.01;      // seconds; the kernel rounds start times down to this
+constexpr double rounding = 0.001; // seconds
 
 QList<qint32> pidsOf(const QList<ProcessScan::Entry>& entries)
 {
@@ -28,7 +28,7 @@ QList<qint32> pidsOf(const QList<ProcessScan::Entry>& entries)
     return pids;
 }
 
-// The numbers among the names in a folder, in the order in which the kernel lists them.
+// The names in a folder that are numbers, in the order in which the kernel lists them.
 QList<qint32> numbersIn(const QByteArray& folder)
 {
     QList<qint32> numbers;
@@ -42,7 +42,7 @@ QList<qint32> numbersIn(const QByteArray& folder)
     return numbers;
 }
 
-// A process table of files.
+// A process table made of files in a temporary folder.
 class TableTree {
 public:
     TableTree() { m_tree.write(QStringLiteral("stat"), "btime 1000\n"); }
@@ -177,10 +177,10 @@ private Q_SLOTS:
 
     void invalidTextIsReplaced()
     {
-        // Names are bytes: the file system takes what no decoding makes text of.
+        // File names are bytes, which need not be valid UTF-8.
         StandIns standIns;
         const QByteArray folder = QFile::encodeName(standIns.path(QStringLiteral("x"))) + "\xe2\x82";
-        QCOMPARE(::symlink("good", folder.constData()), 0); // a place that is surely not there yet
+        QCOMPARE(::symlink("good", folder.constData()), 0); // fails if the name is already in use
         QCOMPARE(::unlink(folder.constData()), 0);
         standIns.install(StandIns::agentIn(QStringLiteral("good")));
         QCOMPARE(::rename(QFile::encodeName(standIns.path(QStringLiteral("good"))).constData(),

@@ -20,12 +20,12 @@ public:
     Q_ENUM(Hue)
 
 private:
-    /// The one colour of a drawn readout; an invalid one when there are several.
+    /// The only opaque colour of a drawn readout; an invalid colour if there is none or more than one.
     QColor colourOf(MonitorSection section, ColourScheme scheme = ColourScheme::light) const
     {
         constexpr int scale = 20;
         const QImage item = DrawingFixture::drawn(section, m_readings, scale, scheme);
-        // Behind whatever stands before the readout.
+        // The search begins after all parts before the readout.
         const double room = section == MonitorSection::cpu ? StatusMetricView::cpuReadoutWidth() - 4 : 30;
         const int begin = int((StatusMetricView::itemWidth(section) - room) * scale);
         QColor found;
@@ -83,7 +83,7 @@ private Q_SLOTS:
         QFETCH(const double, celsius);
         QFETCH(const Hue, hue);
         DrawingFixture::set("sensorsReadout", readout);
-        // The other temperature is another one.
+        // The temperature that is not shown has another value.
         m_readings->hottest = readout == "hottest" ? celsius : 90;
         m_readings->gpuCelsius = readout == "gpu" ? celsius : 90;
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
@@ -93,7 +93,7 @@ private Q_SLOTS:
                 { StripBackground::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
                 QVERIFY2(Theme::contrast(drawn, plate) >= 4.5, qPrintable(drawn.name()));
         }
-        // What people see decides nothing: the unit is theirs.
+        // The unit of the shown number makes no difference to the colour.
         DrawingFixture::set("temperatureUnit", "fahrenheit");
         QCOMPARE(hueOf(colourOf(MonitorSection::sensors), ColourScheme::light), hue);
     }

@@ -57,7 +57,7 @@ private Q_SLOTS:
         QTest::newRow("nothing") << qint64(0) << QStringLiteral("0.0G");
         QTest::newRow("sample swap") << qint64(1288490189) << QStringLiteral("1.2G");
         QTest::newRow("sample storage") << qint64(442381631488) << QStringLiteral("412G");
-        // Halves that a count can have exactly go to the even digit, as C's own formatting has them.
+        // Counts that are exact halves round to the even digit, as in C's printf().
         QTest::newRow("1.25 GiB") << qint64(1.25 * gibibyte) << QStringLiteral("1.2G");
         QTest::newRow("1.75 GiB") << qint64(1.75 * gibibyte) << QStringLiteral("1.8G");
         QTest::newRow("10.5 GiB") << qint64(10.5 * gibibyte) << QStringLiteral("10G");

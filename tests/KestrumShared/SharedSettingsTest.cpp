@@ -8,9 +8,10 @@
 
 using namespace kestrum;
 
-// Names and defaults are a contract with the agent, so they stand here a second time, as a stranger would write them down.
+// Names and defaults are a contract with the agent, so the tests repeat them as literals.
 
-// What a fresh process with this environment says, as the names are fixed at the first use.
+// Runs a new process, because the names are fixed at the first use. Returns the lines that it prints; `complaints` receives
+// its standard error.
 static QStringList namesInAProcess(const QString& suite, bool isSet, QByteArray* complaints = nullptr)
 {
     QProcess child;
@@ -139,10 +140,10 @@ private Q_SLOTS:
 
     void namesAndStoreAreFixedAtTheFirstUse()
     {
-        // The process changes its own environment after the first four lines and says the same again.
+        // After the first four lines, the process changes its own environment and prints the same names again.
         const QStringList names = namesInAProcess(QStringLiteral("test.suite"), true);
         QCOMPARE(names.value(0), QStringLiteral("test.suite"));
-        QCOMPARE(names.size(), 9); // the last line has an end
+        QCOMPARE(names.size(), 9); // with an empty text after the last line's end
         QCOMPARE(names.mid(4, 4), names.mid(0, 4));
     }
 

@@ -28,7 +28,7 @@ private Q_SLOTS:
 
     void destructionCancelsAllRegistrationsFromFirstToLast()
     {
-        // What a handler holds is let go when its registration is cancelled, so the holders tell the order.
+        // Cancelling a registration destroys its handler's captures, so the holders record the order.
         QList<int> cancelled;
         int calls = 0;
         struct Holder {
@@ -55,7 +55,7 @@ private Q_SLOTS:
 
     void listenerWhoseRegistrationsFailedHasNoTokens()
     {
-        // In silence, and other registrations are not touched when such a listener ends.
+        // There is no warning, and the end of such a listener does not affect other registrations.
         QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
         int calls = 0;
         SignalListener witness;

@@ -9,7 +9,7 @@
 
 using namespace kestrum;
 
-/// The tables of translations beside the sources that use them.
+/// Compares the translation tables with the sources that use them.
 class TranslationTablesTest : public QObject {
     Q_OBJECT
 
@@ -41,11 +41,11 @@ class TranslationTablesTest : public QObject {
     {
         QSet<QString> result = SourceTexts(source(QStringLiteral("Kestrum"))).display();
         result.unite(SourceTexts(source(QStringLiteral("KestrumShared"))).display());
-        // Its other texts are those of the kernel's files.
+        // The agent's other texts are from the kernel's files.
         result.unite(SourceTexts(source(QStringLiteral("KestrumAgent"))).lookedUp());
         // The program's name, which is the same in all languages.
         result.subtract({ QStringLiteral("Kestrum"), QStringLiteral("Kestrum ") });
-        // What the operating system's folder hands up to be shown.
+        // Display texts that come from the Platform folder.
         const QSet<QString> fromPlatform { QStringLiteral("Performance"), QStringLiteral("Efficiency") };
         if (SourceTexts(source(QStringLiteral("Platform"))).all().contains(fromPlatform))
             result.unite(fromPlatform);
@@ -69,7 +69,7 @@ class TranslationTablesTest : public QObject {
         return list.join(QStringLiteral(" | "));
     }
 
-    /// What is the same word in English and in the language.
+    /// The texts whose translation equals the English text.
     static QSet<QString> sameAsEnglish(const QString& code)
     {
         static const std::map<QString, QString> words {
@@ -97,7 +97,7 @@ class TranslationTablesTest : public QObject {
         return { list.begin(), list.end() };
     }
 
-    /// One row a translation.
+    /// Adds one row per translation.
     static void eachTranslation()
     {
         QTest::addColumn<QString>("code");
@@ -121,7 +121,7 @@ private Q_SLOTS:
     void sourcesAreRead()
     {
         const QSet<QString> texts = used();
-        // Looked up, in a row, as a heading, in a table of an enumeration, for a name of its own, from below.
+        // Each kind of use: looked up, in a row, as a heading, in an enumeration's table, as a separate name, from Platform.
         for (const char* text : { "Off", "Refresh interval", "Sampling", "Graphite", "Custom", "Efficiency",
                  "APT's answer is not understood.", "Kestrum %1 is available.",
                  "Move Kestrum to your Applications folder first." })
@@ -141,7 +141,7 @@ private Q_SLOTS:
         for (const QString& key : keys)
             repeated.removeOne(key);
         QCOMPARE(repeated.join(u'|'), QString());
-        // The program reads the same.
+        // The program's own reader finds the same keys.
         const auto list = PropertyList::fromFile(tablePath(code));
         QVERIFY(list);
         const QStringList read = list->keys();
@@ -183,7 +183,7 @@ private Q_SLOTS:
         QFETCH(QString, code);
         StringsTable table(tablePath(code));
         QString colour = table.values[QStringLiteral("Amber")];
-        // Only Ukrainian bends it within the sentence.
+        // Only in Ukrainian does the word have another ending within the sentence.
         if (code == QLatin1StringView("uk"))
             colour.chop(2);
         const QString sentence = table.values[QStringLiteral("The readout turns amber at %@ and red at %@.")];

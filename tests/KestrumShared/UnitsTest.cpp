@@ -22,7 +22,7 @@ void choose(const char* unit)
     QVERIFY(SharedSettings::store().set(Keys::temperatureUnit.name, QString::fromLatin1(unit)));
 }
 
-/// The library's locale of the process, for as long as this lives.
+/// Sets ICU's default locale of the process for as long as the object lives.
 class DefaultLocale {
 public:
     explicit DefaultLocale(const char* name) { set(icu::Locale(name)); }
@@ -167,7 +167,7 @@ private Q_SLOTS:
             QTest::newRow(session) << QByteArray(session) << QString::fromUtf8(celsius)
                                    << QString::fromUtf8(fahrenheit);
         };
-        // Words, digits and unit symbols of the language; separators of the region.
+        // The language decides words, digits and unit symbols; the region decides the separators.
         row("KESTRUM_LANGUAGE=en LANG=en_US", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=de LANG=en_US", "1,021.3 °C", "1,870.3 °F");
         row("KESTRUM_LANGUAGE=de LANG=de_DE", "1.021,3 °C", "1.870,3 °F");
@@ -175,22 +175,22 @@ private Q_SLOTS:
         row("KESTRUM_LANGUAGE=fr LANG=fr_FR", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=en LANG=fr_FR", "1 021,3°C", "1 870,3°F");
         row("KESTRUM_LANGUAGE=ar LANG=ar_EG", "١٬٠٢١٫٣°م", "١٬٨٧٠٫٣°ف");
-        // The Arabic separators stand between Arabic digits only.
+        // Arabic separators are used only between Arabic digits.
         row("KESTRUM_LANGUAGE=en LANG=ar_EG", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=ja LANG=ja_JP", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=de LANG=de_CH", "1’021.3 °C", "1’870.3 °F");
-        // French in Switzerland separates in its own way, Japanese there as most people of the country do.
+        // In Switzerland, French has its own separators. Japanese there uses those of the country's main language.
         row("KESTRUM_LANGUAGE=fr LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=ja LANG=de_CH", "1’021.3°C", "1’870.3°F");
-        // The region takes the place of the code's own, whose form may be that of a folder's name.
+        // The session's region replaces the region in the language code. The code may have an underscore, as a folder's name.
         row("KESTRUM_LANGUAGE=fr-CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=fr_CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
-        // Without a region, the language's own.
+        // Without a region, the separators are the language's own.
         row("KESTRUM_LANGUAGE=en LANG=C", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=de LANG=C", "1.021,3 °C", "1.870,3 °F");
         row("KESTRUM_LANGUAGE=fr_CA LANG=C", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=de LANG=en_ZZ", "1,021.3 °C", "1,870.3 °F");
-        // The region of numbers, not that of texts or measurement.
+        // LC_NUMERIC decides the region, not LANG or LC_MEASUREMENT.
         row("KESTRUM_LANGUAGE=de LANG=de_DE LC_NUMERIC=en_US LC_MEASUREMENT=de_DE", "1,021.3 °C",
             "1,870.3 °F");
     }
@@ -223,15 +223,15 @@ private Q_SLOTS:
             for (const QByteArray& region : QByteArray(regions).split(' '))
                 QTest::newRow(region.constData()) << QString::fromUtf8(celsius);
         };
-        // As written there, or by the state that the territory belongs to.
+        // The separators of the region, or of the state that the territory belongs to.
         rows("US GB IE IN JP CN KR MX NZ PK", "1,021.3 °C");
         rows("DE NL IT ES GR TR BR AR DK ID", "1.021,3 °C");
         rows("FR SE FI PL CZ UA RU NO ZA AT", "1 021,3 °C");
         rows("CH LI", "1’021.3 °C");
-        // Most people there speak a language that the formatters' library does not know, but another one that it does.
+        // ICU does not know the main language of these regions, but it knows another language that is spoken there.
         rows("AS DJ LS MV PG PW TK TV VU WS", "1,021.3 °C");
         rows("BQ CW PY", "1.021,3 °C");
-        // Nobody is at home there.
+        // Regions without permanent inhabitants.
         rows("AQ BV GS HM", "1,021.3 °C");
     }
     void separatorsAreThoseOfTheRegion()
@@ -240,7 +240,7 @@ private Q_SLOTS:
         const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de" });
         setSession(QByteArray("KESTRUM_LANGUAGE=de LANG=en_") + QTest::currentDataTag());
         choose("celsius");
-        // What the library takes for a locale that it does not know is no matter.
+        // ICU's default locale, which ICU uses for unknown locales, must make no difference.
         for (const char* processDefault : { "en_US", "de_DE" }) {
             const DefaultLocale set(processDefault);
             QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), celsius);
@@ -317,7 +317,7 @@ private Q_SLOTS:
                           .toString(status))
                       .replace(u' ', QChar::Nbsp);
               };
-        // All others are written as in no region.
+        // Other regions give the same texts as no region.
         QSet<QByteArray> regions { "", "US", "DE" };
         const QByteArray itself = TextLocale::ofLanguage(language).getLanguage();
         int32_t count = 0;
@@ -334,7 +334,7 @@ private Q_SLOTS:
                 QCOMPARE(Units::temperature(degrees, 0),
                     asByTheLibrary(degrees, region, MeasureUnit::getCelsius()));
                 if (degrees % 5 != 0)
-                    continue; // nothing but a whole number in both units
+                    continue; // not a whole number in Fahrenheit
                 choose("fahrenheit");
                 QCOMPARE(Units::temperature(degrees, 0),
                     asByTheLibrary(degrees * 9.0 / 5 + 32, region, MeasureUnit::getFahrenheit()));

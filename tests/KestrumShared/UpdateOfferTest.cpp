@@ -36,7 +36,7 @@ private Q_SLOTS:
         row("1.5 (beta) (30)", 30);
         row("1.5 (30) (beta)", none);
         row("1.5 ((30)", 30);
-        row("1.5 (30))", none); // what lies between the last of each is "30)"
+        row("1.5 (30))", none); // the text between the last "(" and the last ")" is "30)"
         row("1.5", none);
         row("", none);
         row("1.5 (30", none);

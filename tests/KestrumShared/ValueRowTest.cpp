@@ -34,7 +34,7 @@ private Q_SLOTS:
         const PanelPixels pixels(
             { 7, 7 }, [&](QPainter& painter) { row.draw(painter, QRectF(0, 0, 7, 7), in(light)); }, Qt::white,
             20);
-        // On the diagonal an edge of radius 1 begins at 0.29; one of 2 would at 0.59.
+        // On the diagonal, a corner of radius 1 begins at 0.29; with radius 2 it would be 0.59.
         for (const double x : { 0.0, 1.0 }) {
             for (const double y : { 0.0, 1.0 }) {
                 const auto at = [&](double inset) {
@@ -86,7 +86,7 @@ private Q_SLOTS:
 
     void digitsOfValuesAreAllAsWide()
     {
-        // Inter's "1" is narrower than its "8" where digits have their own widths.
+        // Without digits of equal width, Inter's "1" is narrower than its "8".
         const QFontMetricsF metrics(in(light).font);
         QVERIFY(
             metrics.horizontalAdvance(QLatin1Char('8')) > metrics.horizontalAdvance(QLatin1Char('1')) + 1);
@@ -130,7 +130,7 @@ private Q_SLOTS:
 
     void aValueWithLettersFromTheRightIsSetByTheirRules()
     {
-        // Joined, these letters are narrower than each by itself.
+        // The joined forms of these letters are narrower than the separate forms.
         const QString value = QStringLiteral("غيغابايت");
         const PanelEnvironment environment = in(light, Qt::RightToLeft);
         const QRectF ink = drawn(ValueRow { QString(), value }, environment).drawn(everywhere);

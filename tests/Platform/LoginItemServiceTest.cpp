@@ -29,7 +29,7 @@ QByteArray value(const QByteArray& key)
 
 } // namespace
 
-/// The four states and the errors.
+/// The four states of a login item, and the errors.
 class LoginItemServiceTest : public QObject {
     Q_OBJECT
 

@@ -10,7 +10,7 @@
 
 using namespace kestrum;
 
-/// A settings file that is a symbolic link, as dotfiles folders make them.
+/// A settings file that is a symbolic link, for example into a folder of dotfiles.
 class SettingsFileLinkTest : public QObject, SettingsFolder {
     Q_OBJECT
 

@@ -33,7 +33,7 @@ private Q_SLOTS:
         // A stored value of the wrong type hides the values of the lower layers, so the typed read returns nothing.
         QVERIFY(store->set("b", QStringLiteral("text")));
         QVERIFY(!store->number("b"));
-        // Registering again adds and replaces.
+        // Registering again adds defaults and replaces earlier ones.
         store->registerDefaults({ { QStringLiteral("c"), 5 }, { QStringLiteral("d"), 5 } });
         QCOMPARE(store->number("c"), 5.0);
         QCOMPARE(store->number("d"), 5.0);

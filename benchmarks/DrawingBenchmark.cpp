@@ -1,5 +1,5 @@
-// What an item costs to draw, in images like those of the agent. The yardstick of the same run is the least that any
-// item could be: one picture of its size and one text.
+// The cost of drawing an item, in images like the agent's. Each run also measures the least work that any item needs: one
+// picture of its size and one text.
 
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Items/SampleReadings.h"
@@ -55,7 +55,8 @@ QImage fixture(const Subject& subject, double scale)
     return image;
 }
 
-// `voluntary switches` of all threads per drawing: what another thread is woken for shows there.
+// The counter "switches" has the voluntary context switches of all threads for each drawing: it shows whether drawing wakes
+// other threads.
 void draw(benchmark::State& state, const Subject& subject, double scale, bool keepsPictures, bool counts)
 {
     QImage image = fixture(subject, scale);
@@ -70,7 +71,7 @@ void draw(benchmark::State& state, const Subject& subject, double scale, bool ke
     ::getrusage(RUSAGE_SELF, &before);
     for (auto _ : state) {
         if (counts) {
-            // Other loads at every drawing, as a busy machine shows them.
+            // Each drawing has other loads, as on a busy machine.
             counting->cores.resize(subject.cores);
             for (double& core : counting->cores)
                 core = double((turn++ * 2654435761U) >> 8) / (1U << 24);
@@ -85,7 +86,7 @@ void draw(benchmark::State& state, const Subject& subject, double scale, bool ke
     PixelPainter::setKeepsPictures(true);
 }
 
-// Where all items stand, with the widths that their settings give them.
+// Computes the places of all items, with the widths that their settings give.
 void measure(benchmark::State& state)
 {
     fixture(subjects[0], 1);
@@ -93,7 +94,7 @@ void measure(benchmark::State& state)
         benchmark::DoNotOptimize(StripLayout::current().width);
 }
 
-// What the agent's strip does with the readings of a tick, all of which are others than before.
+// The work of the agent's strip for one tick, when all readings have changed.
 void tick(benchmark::State& state)
 {
     fixture(subjects[0], 1);

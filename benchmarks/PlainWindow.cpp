@@ -1,5 +1,5 @@
-// A plain program of the toolkit, to be measured beside ours: a window of the same size with nothing in it, or, called with
-// "form", with the toolkit's own controls. It says "painted" and ends at its first frame, unless it is called with "stay".
+// A plain program of the toolkit for comparison: a window of the same size, empty or, with the argument "form", with the
+// toolkit's own controls. It prints "painted" and ends at its first frame, unless its argument is "stay".
 
 #include <QApplication>
 #include <QCheckBox>
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int formRows = 20; // about as many as a page of ours has
+constexpr int formRows = 20; // about as many as a page of the settings has
 
 class PlainWindow final : public QWidget {
 public:

@@ -1,12 +1,12 @@
-// What a tick of the agent costs beside bare reads of the same files, and what a second of it costs the machine.
+// The cost of an agent's tick compared with bare reads of the same files, and the load of a second of sampling.
 //
-//   bare/…      the system calls alone, with a kept descriptor and one buffer
+//   bare/…      the system calls alone, with an open descriptor and one buffer
 //   reader/…    one reader
 //   tick/…      a sample of what the items need: "fast" without any worker, "factory" with the factory's four items, where a
-//               worker reads volume and supplies beside
+//               worker also reads the volume and the power supplies
 //   second/…    ten seconds of sampling at 1 Hz: processor time and wake-ups of the whole process for each tick
 //
-// Sensors cost what their devices take; a machine without any measures nothing here.
+// Sensors take the time of their devices. A machine without sensors measures nothing here.
 
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumShared/Settings/MeterSettings.h"
@@ -124,7 +124,7 @@ void sampleForAWhile(benchmark::State& state, bool isShown)
         state.counters["ticks"] = ticks;
         state.counters["cpu_us_a_tick"]
             = (processorMicroseconds(after) - processorMicroseconds(before)) / divisor;
-        // One of them is the end of the ten seconds.
+        // One of the wake-ups is the end of the ten seconds.
         state.counters["wakeups_a_tick"] = double(after.ru_nvcsw - before.ru_nvcsw - 1) / divisor;
     }
 }

@@ -1,10 +1,10 @@
-// Finding the agents among so many processes of this benchmark's making, and hearing of them.
+// Finds the agents among a number of processes that this benchmark starts, and measures how soon changes are reported.
 //
-//   scan/bare     the least a program can do: list the table, read each process's link, compare its end
-//   scan/agents   ours, with the start time of each agent
+//   scan/bare     the least work: list the processes, read the link of each one's program, compare the link's end
+//   scan/agents   our scan, with the start time of each agent
 //   scan/pgrep    the system's own tool
-//   told/started  from before an agent is started until the workspace has told of it
-//   told/gone     from before it is killed until the workspace has told of it
+//   told/started  the time from an agent's start until the workspace reports it
+//   told/gone     the time from an agent's kill until the workspace reports it
 
 #include "KestrumShared/Agent/ProcessScan.h"
 #include "Platform/Processes/Workspace.h"
@@ -34,14 +34,14 @@ constexpr int agentCount = 5;
 constexpr char lifeTime[] = "280000"; // ms
 constexpr int tellingRounds = 200;
 constexpr int patience = 2000; // ms
-// More often would be a flood, which is answered more slowly.
+// The least time in ms between two changes: more frequent ones are answered more slowly.
 constexpr int rest = 20;
 
 using Clock = std::chrono::steady_clock;
 
 class World {
 public:
-    // All processes live until the end: sizes only grow.
+    // The processes live until the benchmark's end, so sizes can only grow.
     static StandIns& ofSize(qint64 size)
     {
         static StandIns standIns;
@@ -76,7 +76,7 @@ int bareCount()
     return agents;
 }
 
-// Each iteration is one look at all processes; `look` gives how many agents it found.
+// Each iteration scans all processes once. `look` gives the number of agents found.
 template <typename Look> void scan(benchmark::State& state, Look look)
 {
     World::ofSize(state.range(0));
@@ -116,7 +116,7 @@ int pgrepCount()
     return isStarted && size > 0 ? std::atoi(text) : -1;
 }
 
-// From `cause` until the workspace has told; negative when it did not.
+// The time from the call of `cause` until the workspace reports the change; negative when it does not.
 double tellingTime(const std::function<void()>& cause)
 {
     QEventLoop loop;

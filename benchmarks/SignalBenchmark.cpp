@@ -1,10 +1,10 @@
-// Signals between processes, beside the same done with bare system calls.
+// Signals between processes, compared with the same work done by bare system calls.
 //
-//   post/…        one post, with so many processes listening that do nothing but count
-//   latency/…     from the post to the handler in another process; the poster rests in between, as people do
+//   post/…        one post to a number of listening processes that only count
+//   latency/…     from the post to the handler in another process; the poster rests between two posts, as people do
 //   setToRead/…   from the beginning of a set in one process until the handler of another has read the value
 //
-// The other processes are this program with a role as its first argument. They tell by a shared page.
+// The other processes are this program with a role as its first argument. They report by a shared page of memory.
 
 #include "Platform/Signals/NotificationCentre.h"
 #include "Platform/Store/UserDefaults.h"
@@ -36,7 +36,7 @@ using namespace kestrum;
 namespace {
 
 constexpr int latencyRounds = 1000;
-constexpr useconds_t rest = 5000; // µs between two rounds: more often would be a flood, which is slowed down
+constexpr useconds_t rest = 5000;          // µs between two rounds: more frequent posts are slowed down
 constexpr qint64 patience = 1'000'000'000; // ns until a delivery counts as lost
 
 struct Page {
@@ -70,7 +70,7 @@ Page* mappedPage(const QByteArray& path)
     return static_cast<Page*>(page);
 }
 
-// The least that a listener can be.
+// The simplest possible listener.
 int listenBare(Page* page, const QByteArray& directory)
 {
     const int descriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
@@ -103,7 +103,7 @@ int readOnSignal(Page* page)
     return QCoreApplication::exec();
 }
 
-/// A place of its own for one benchmark, and the other processes in it. They are killed with it.
+/// A folder of its own for one benchmark, and the benchmark's other processes, which the destructor kills.
 class World {
 public:
     World(const char* role, int count, const QString& settingsPlace = QStringLiteral("/tmp"))
@@ -171,7 +171,7 @@ void postByCentre(benchmark::State& state)
         NotificationCentre::post(signalName());
 }
 
-// Runs `send` again and again and measures how long until the other process has heard.
+// Calls `send` in each iteration, and measures the time until the other process has received the signal.
 void measure(benchmark::State& state, const World& world, const std::function<void()>& send)
 {
     std::vector<qint64> times;
@@ -236,7 +236,7 @@ void registerAll()
     timed(benchmark::RegisterBenchmark("latency/bare", latencyBare));
     timed(benchmark::RegisterBenchmark("latency/centre", latencyByCentre));
     timed(benchmark::RegisterBenchmark("setToRead/disk", setToRead, QStringLiteral("/tmp")));
-    // No disk, no waiting for it: what is left is ours.
+    // In memory there is no wait for a disk: the result is our own share.
     timed(benchmark::RegisterBenchmark("setToRead/memory", setToRead, QStringLiteral("/dev/shm")));
 }
 

@@ -1,10 +1,10 @@
-// The program beside plain ones of the toolkit, as whole processes on one virtual display: how soon the first frame is there,
-// the memory that the window holds, and how often it wakes while nobody touches it.
+// Compares the program with plain ones of the toolkit, as whole processes on one virtual display: the time to the first
+// frame, the memory of the window, and the number of wake-ups while it is idle.
 // StartBenchmark KESTRUM KESTRUMCTL PEER [IDLE_SECONDS]
 //
-// An empty window loads no font, which takes others a third of their time; so there is one with a form in it too. This program
-// itself has nothing of the toolkit, nor does anything else that has run beside what is measured: pages of libraries that several
-// processes have in memory would count for a part only.
+// An empty window loads no font, which takes others a third of their time. So there is a plain window with a form, too.
+// Neither this program nor any other process beside the measured one uses the toolkit: memory pages of libraries that several
+// processes share would count only in part.
 
 #include <algorithm>
 #include <chrono>
@@ -29,18 +29,18 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr int rounds = 41;
-constexpr int longestWait = 20000; ///< in milliseconds, for what a program prints
-constexpr auto settlingTime = 3s;  ///< after which a window has done all that follows its start
+constexpr int longestWait = 20000; ///< in ms, for the first output of a program
+constexpr auto settlingTime = 3s;  ///< by then a window has finished the work that follows its start
 
 [[noreturn]] void fail(const std::string& what)
 {
     throw std::runtime_error(what);
 }
 
-/// A program that runs; it is ended with this object.
+/// A running program; the destructor ends it.
 class Program {
 public:
-    /// What it prints is ours to read; `outputTo` is the descriptor that it prints on.
+    /// Starts the program. `line` reads what it writes to the descriptor `outputTo`.
     explicit Program(const std::vector<std::string>& call, int outputTo = STDOUT_FILENO)
     {
         int ends[2];
@@ -74,7 +74,7 @@ public:
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
 
-    /// The first thing that it prints, usually a line.
+    /// The program's first output, usually a line.
     std::string line() const
     {
         pollfd wait { m_output, POLLIN, 0 };
@@ -84,7 +84,7 @@ public:
             fail(m_name + " says nothing");
         return { text, std::size_t(count) };
     }
-    /// Waits for it to end by itself.
+    /// Waits until the program ends by itself; fails if its exit code is not 0.
     void end()
     {
         int status = 0;
@@ -93,7 +93,7 @@ public:
         m_id = -1;
     }
 
-    /// Fails where the program has ended.
+    /// The program's memory (PSS); fails if the program has ended.
     double mebibytes() const
     {
         const double kibibytes = sumOf(folder() / "smaps_rollup", "Pss:");
@@ -101,7 +101,7 @@ public:
             fail(m_name + " has ended");
         return kibibytes / 1024;
     }
-    /// How often its threads went to sleep so far, which is as often as they woke.
+    /// How often the program's threads have gone to sleep so far. That is also the number of their wake-ups.
     double wakeUps() const
     {
         double sum = 0;
@@ -112,7 +112,7 @@ public:
 
 private:
     fs::path folder() const { return fs::path("/proc") / std::to_string(m_id); }
-    /// The numbers behind `name` in a file of lines "name: number".
+    /// The sum of the numbers after `name` in a file of lines "name: number".
     static double sumOf(const fs::path& path, const std::string& name)
     {
         std::ifstream file(path);
@@ -194,7 +194,7 @@ void measureIdle(const std::string& kestrum, const std::string& peer, int second
     std::printf("Kestrum, wake-ups         %8.0f in %d s (goal 0)\n", ours.wakeUps, seconds);
 }
 
-/// A home of our own, in which no agent is started beside the window.
+/// A temporary home, in which the window starts no agent.
 class Home {
 public:
     Home()
@@ -222,7 +222,7 @@ void measure(const std::string& kestrum, const std::string& kestrumctl, const st
 {
     const Home home;
     Program({ kestrumctl, "write", "agentEnabled", "false" }).end();
-    // Without its reset, which would cost every run.
+    // With `-noreset`, since a reset after each run would take time.
     const Program server(
         { "Xvfb", "-displayfd", "3", "-noreset", "-nolisten", "tcp", "-screen", "0", "1000x800x24" }, 3);
     const std::string display = server.line();

@@ -1,6 +1,6 @@
-// What a read, a load and a durable save of settings cost, each beside the least that it can be: the save beside the bare system calls that any durable
-// replacement of a file needs, on the same file system and with the same bytes. KESTRUM_BENCHMARK_DIRECTORY names
-// a folder on the disk to measure; the temporary folder otherwise.
+// The cost of a read, a load and a durable save of settings, each compared with the least possible work. A save is compared
+// with the bare system calls that any durable replacement of a file needs, on the same file system and with the same bytes.
+// KESTRUM_BENCHMARK_DIRECTORY names a folder on the disk to measure; the default is the temporary folder.
 
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "Platform/Store/SettingsFile.h"
@@ -61,7 +61,7 @@ void readAbsent(benchmark::State& state)
 }
 BENCHMARK(readAbsent);
 
-// The least that a read of a value that others may change can be: a look at a counter, and a look-up.
+// The least work for a read of a value that others may change: a check of a counter, and a lookup.
 void readBare(benchmark::State& state)
 {
     static std::atomic<quint64> generation = 0;
@@ -83,7 +83,7 @@ void load(benchmark::State& state)
 }
 BENCHMARK(load);
 
-// The toolkit's reader and parser alone.
+// Only the toolkit's reader and parser.
 void loadBare(benchmark::State& state)
 {
     const QString path = store().filePath();
@@ -96,7 +96,7 @@ void loadBare(benchmark::State& state)
 }
 BENCHMARK(loadBare);
 
-/// One round of both, so that whatever else the disk does meets both alike.
+/// One save of each kind, in turn, so that other load on the disk affects both equally.
 class SaveRound {
 public:
     SaveRound()

@@ -1,5 +1,5 @@
-// How fast the strip is built anew, beside making as many plain objects, and how long a click on a page takes until the page is
-// painted: WindowBenchmark KESTRUM, where KESTRUM is the program in its bundle.
+// How fast the strip is rebuilt, compared with making as many plain objects, and the time from a click on a page until the
+// page is painted. The call is WindowBenchmark KESTRUM, where KESTRUM is the program in its bundle.
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/Window/SettingsView.h"
@@ -24,7 +24,7 @@ namespace {
 constexpr int rebuilds = 2000;
 constexpr int pageClicks = 100;
 
-/// The value that `share` of the values, from 0 to 1, do not exceed.
+/// The value that the given share (0 to 1) of the values do not exceed.
 double quantile(std::vector<double> values, double share)
 {
     std::sort(values.begin(), values.end());
@@ -63,7 +63,7 @@ void measureRebuild()
         "as many empty QWidgets    %8.1f us   ratio %.2f\n", median(plain), median(built) / median(plain));
 }
 
-/// From the choice of a page in the window until its pixels are there.
+/// Measures the time from the choice of a page in the window until its pixels are there.
 void measurePages()
 {
     SettingsView view;

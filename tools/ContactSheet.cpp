@@ -67,7 +67,7 @@ template <class E> QJsonObject choice(const char* key, E value)
     return { { QString::fromLatin1(key), rawValue(value) } };
 }
 
-// An item of a row, and what is chosen for it before it is drawn.
+// An item of a row, and the settings that are stored before it is drawn.
 struct Entry {
     MonitorSection section;
     QJsonObject choice;
@@ -81,7 +81,7 @@ template <class Readout> QList<Entry> everyReadout(MonitorSection section, const
     return entries;
 }
 
-// One column of the sheet: a ground, a scheme and a scale, on which rows are drawn from the top downwards.
+// A column of the sheet, with a ground, a scheme and a scale. Rows are drawn from the top downwards.
 class Column {
 public:
     Column(QPainter& painter, double scale, ColourScheme scheme)
@@ -114,7 +114,7 @@ public:
                 m_y += rowHeight;
                 x = captionWidth;
             }
-            // The room that the item keeps.
+            // Shows the room that the item takes.
             QColor room = m_ink;
             room.setAlpha(12);
             m_painter.fillRect(QRectF(x, m_y, width, StatusMetricView::height), room);
@@ -161,7 +161,7 @@ private:
     int m_y = margin;
 };
 
-// Every section in each of its readouts. The meter style is the CPU item's alone; shape and labels are everybody's.
+// Every section in each of its readouts. Only the CPU item has the meter styles; shape and labels apply to all items.
 void drawReadouts(Column& column)
 {
     for (const auto& style : allCases<MeterStyle>()) {
@@ -228,7 +228,7 @@ int measuredHeight()
 
 int main(int argc, char** argv)
 {
-    // Nothing of the person's own settings is read or written.
+    // The person's own settings are neither read nor written.
     QTemporaryDir home;
     qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
     qputenv("KESTRUM_SETTINGS_SUITE", "contact-sheet");
@@ -242,7 +242,7 @@ int main(int argc, char** argv)
     }
     QGuiApplication::setFont(QFont(QStringLiteral("Inter")));
 
-    // The columns of scale 1 are enlarged without smoothing, so that their pixels can be judged beside the others.
+    // Columns at scale 1 are enlarged without smoothing, so that people can compare their pixels with the others.
     const int height = measuredHeight();
     QImage sheet(columnWidth * 2 * 4, height * 2, QImage::Format_RGB32);
     QPainter painter(&sheet);

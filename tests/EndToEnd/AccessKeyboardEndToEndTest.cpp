@@ -1,4 +1,4 @@
-// The built program by keyboard alone: every page, and on it every control, in the order in which one reads.
+// The built program by keyboard alone: on every page, Tab reaches every control in reading order.
 
 #include "tests/Support/AccessTest.h"
 
@@ -18,7 +18,7 @@ class AccessKeyboardEndToEndTest : public AccessTest {
         return names;
     }
 
-    /// All places where the keyboard comes by with `key`, from where it is until it is there again.
+    /// The names of all stops that `key` reaches, starting at the current one, until the focus is back there.
     QStringList round(const char* key) const
     {
         const AccessWindow::Stop first = window().focus();
@@ -85,16 +85,16 @@ private Q_SLOTS:
         QFETCH(const int, least);
         open(pane.constData(), language.constData());
         QVERIFY(isOpen());
-        if (pane == "menuBar") // with a colour well
+        if (pane == "menuBar") // this page has a colour well
             writeText("cpuAccent", "custom:srgb:0.2000,0.4000,0.6000");
         if (pane == "general")
             fixture().write("updaterCanCheck", "true");
-        // Until the window has followed.
+        // Waits until the window shows the change.
         QTRY_VERIFY_WITH_TIMEOUT(window().readingOrder().size() >= least, patience);
         QStringList order = names(window().readingOrder());
         QCOMPARE(QSet<QString>(order.cbegin(), order.cend()).size(), order.size());
         QCOMPARE(round("Tab"), order);
-        // Back at the first, and from there the other way round.
+        // The last stop is the first one; from there the order is reversed.
         std::reverse(std::next(order.begin()), order.end());
         QCOMPARE(round("shift+Tab"), order);
     }

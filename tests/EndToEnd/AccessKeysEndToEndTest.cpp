@@ -1,5 +1,5 @@
-// Each kind of control of the built program, worked by real keys: what is stored follows, and so does what a screen reader
-// is told; and where another process writes, the open window follows.
+// Each kind of control of the built program, used by real keys: the stored value and the accessibility tree follow. When
+// another process writes a setting, the open window follows.
 
 #include "tests/Support/AccessTest.h"
 
@@ -161,7 +161,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(control.has(State::checked), patience);
         waitForStored("agentEnabled", "true");
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
-        // It ends for a reason of its own.
+        // The agent ends without a change of the setting.
         fixture().endAgents();
         QTRY_VERIFY_WITH_TIMEOUT(!control.has(State::checked), patience);
         QTRY_VERIFY_WITH_TIMEOUT(window().frame().find(text("label"), text("Off")).isFound(), patience);

@@ -1,4 +1,4 @@
-// The built program's window as a screen reader finds it: what is there has a name, a role and a state.
+// The accessibility tree of the built program's window: every element has a name, a role and a state.
 
 #include "tests/Support/AccessTest.h"
 
@@ -40,7 +40,7 @@ class AccessTreeEndToEndTest : public AccessTest {
             QCOMPARE(control.label(), label.at.name());
     }
 
-    /// With all that comes and goes.
+    /// Opens the window with all elements that are shown only sometimes.
     void openFull()
     {
         QFETCH(const QByteArray, pane);
@@ -81,7 +81,7 @@ private Q_SLOTS:
         QTest::addColumn<int>("leastControls");
         QTest::addColumn<int>("leastRows");
         QTest::newRow("menuBar") << QByteArray("menuBar") << 27 << 14;
-        QTest::newRow("popovers") << QByteArray("popovers") << 11 << 0; // tiles are named one by one
+        QTest::newRow("popovers") << QByteArray("popovers") << 11 << 0; // each tile has its own name
         QTest::newRow("general") << QByteArray("general") << 10 << 6;
     }
     void everyControlHasANameARoleAndItsStates()
@@ -91,11 +91,11 @@ private Q_SLOTS:
         int rows = 0;
         for (const Accessible& at : window().shown()) {
             const Shown one { at, at.role(), at.states() };
-            // Not the headings between the sidebar's rows.
+            // Headings between the sidebar's rows are no controls.
             if (one.has(State::focusable) || (one.role != text("list item") && !at.actions().isEmpty())) {
                 ++controls;
                 checkControl(one);
-                // What only holds others together, and what is only looked at.
+                // A control is neither a mere container nor a plain text.
                 QVERIFY2(!one.isOneOf({ "filler", "panel", "label" }), one.details().constData());
             } else if (one.role == text("label")) {
                 rows += at.labelled().isFound() ? 1 : 0;

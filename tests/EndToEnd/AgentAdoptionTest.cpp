@@ -1,5 +1,5 @@
-// How often the agent adopts its settings when another process stores some, with the settings window open, which announces
-// every change by a signal: the agent hears of one change in two ways.
+// How often the agent adopts its settings when another process stores some while the settings window is open. The window
+// announces every change by a signal, so the agent gets two notices of one change.
 
 #include "KestrumAgent/Agent.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
@@ -26,7 +26,7 @@ using SharedSettings::Signal;
 
 namespace {
 
-/// Values of a key's type; the factory default is one of several.
+/// Values of a key's type; one of them is the factory default.
 template <class T> QJsonArray values()
 {
     if constexpr (std::is_same_v<T, bool>) {
@@ -46,7 +46,7 @@ template <class T> QJsonArray values()
     }
 }
 
-/// A strip as it is drawn with the present settings.
+/// The picture of a strip with the current settings.
 QImage look()
 {
     PanelStrip strip(std::make_shared<SampleReadings>());
@@ -64,7 +64,7 @@ class AgentAdoptionTest : public QObject {
     std::unique_ptr<QProcess> m_window;
     Ear m_announcements { SharedSettings::name(Signal::settings) };
 
-    /// By a process of its own, which the settings window announces.
+    /// Stores a value by another process, and waits for the window's announcement.
     void write(const char* key, const char* json) const
     {
         const int before = m_announcements.count;
@@ -72,10 +72,10 @@ class AgentAdoptionTest : public QObject {
                      .code,
             0);
         QTRY_VERIFY_WITH_TIMEOUT(m_announcements.count > before, patience);
-        QTest::qWait(quietTime); // what else comes of it
+        QTest::qWait(quietTime); // until later effects have arrived
     }
 
-    /// Until slow readings are there, too: from then on nothing is drawn but for a change of settings.
+    /// Waits until the slow readings have been drawn. After that, only a change of settings causes a drawing.
     void waitForRest() const
     {
         const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn);
@@ -90,7 +90,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         registerFactoryDefaults();
-        // No samples meanwhile; and the window starts no agent of its own.
+        // The interval is too long for further samples, and the window starts no agent of its own.
         Setting(Keys::refreshInterval).set(3600);
         Setting(Keys::agentEnabled).set(false);
         m_agent = std::make_unique<Agent>();
@@ -100,7 +100,7 @@ private Q_SLOTS:
         m_window = Programs::started(
             qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app/Contents/MacOS/Kestrum"),
             {});
-        // It is open when it announces what changes.
+        // The window announces a change once it is open.
         double interval = 3600;
         QTRY_VERIFY_WITH_TIMEOUT(
             Setting(Keys::refreshInterval).set(++interval) && m_announcements.count > 0, patience);
@@ -159,7 +159,8 @@ private Q_SLOTS:
         std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::registered);
         std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::unregistered);
         Bundle::setMain(before);
-        // This machine may have cores of one kind only; and the language is that of what is said of an item, not drawn.
+        // The last two keys change no picture here: cores may be of one kind only, and the language only changes an item's
+        // description.
         found += Keys::names(Keys::cpuFastCoreAccent, Keys::language);
         found.removeDuplicates();
         QStringList adopted = MeterSettings::itemKeys();

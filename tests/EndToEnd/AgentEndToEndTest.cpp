@@ -15,7 +15,7 @@ using Programs::patience;
 class AgentEndToEndTest : public PanelTest {
     Q_OBJECT
 
-    /// The last line that it wrote.
+    /// The last line that the agent wrote.
     QByteArray lastWords() const { return agent().readAllStandardError().trimmed().split('\n').last(); }
 
 private Q_SLOTS:
@@ -34,7 +34,7 @@ private Q_SLOTS:
 
     void itOpensTheSettingsAlsoBesideARunWithoutAWindow()
     {
-        // A run that only looks, which is kept from coming to its end.
+        // A run that only saves pictures. It is stopped, so that it stays running.
         QProcess looking;
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(text("QT_QPA_PLATFORM"), text("offscreen"));
@@ -63,7 +63,7 @@ private Q_SLOTS:
         const QByteArray window = DesktopFixture::windowOf(opened.first());
         QVERIFY(!window.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
-        // It was told of the click by which somebody asked for it, at the server's time.
+        // The application got a startup token for the click, with the X server's time.
         QFile variables(text("/proc/%1/environ").arg(opened.first()));
         QVERIFY(variables.open(QIODevice::ReadOnly));
         static const QRegularExpression token(text("DESKTOP_STARTUP_ID=\\S+_TIME[1-9]\\d*$"));
@@ -180,7 +180,7 @@ private Q_SLOTS:
     void whatItStartsInheritsNothingOfItsOwn()
     {
         Programs::end(agent());
-        // A program that it starts: the one that tells versions.
+        // "apt-cache" stands for any program that the agent starts.
         const AptScript apt("env >\"${0%/*}/environment\"\n");
         qputenv("XDG_ACTIVATION_TOKEN", "token");
         qputenv("DESKTOP_STARTUP_ID", "token_TIME1");
@@ -191,7 +191,7 @@ private Q_SLOTS:
             QSKIP("this agent was built without updates, and starts nobody");
         fixture().kestrumctl({ text("post"), text("checkForUpdates") });
         QTRY_VERIFY_WITH_TIMEOUT(
-            apt.written("environment").contains("DISPLAY="), patience); // what is ours, it does inherit
+            apt.written("environment").contains("DISPLAY="), patience); // other variables are inherited
         for (const char* own : { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "QT_XCB_NO_MITSHM" })
             QVERIFY2(!apt.written("environment").contains(own), own);
     }

@@ -1,5 +1,5 @@
-// The built agent on a desktop with two screens and real panels, of which the toolkit tells nothing: it takes each of several screens
-// for free.
+// The built agent on a desktop with two screens and real panels. The toolkit does not report the panels: with several screens
+// it takes each whole screen as available.
 
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/Text.h"
@@ -12,11 +12,11 @@ using Programs::patience;
 
 namespace {
 
-constexpr int leftWidth = 600; ///< of the left screen; the right one has the rest
+constexpr int leftWidth = 600; ///< of the left screen; the right one takes the rest
 constexpr int thickness = 30;  ///< of a panel
 constexpr int height = DesktopFixture::stripHeight;
 
-/// Makes two screens of the display.
+/// Divides the display into two screens.
 void arrange(const char* leftName, const char* rightName)
 {
     const auto set = [](const char* name, int left, int width, const char* output) {
@@ -27,13 +27,13 @@ void arrange(const char* leftName, const char* rightName)
     for (const char* name : { "left", "right" }) {
         QProcess forgetting;
         forgetting.start(text("xrandr"), { text("--delmonitor"), text(name) });
-        forgetting.waitForFinished(patience); // fails where there is none
+        forgetting.waitForFinished(patience); // fails when there are none
     }
     set(leftName, 0, leftWidth, "screen");
     set(rightName, leftWidth, VirtualDisplay::width - leftWidth, "none");
 }
 
-/// Where the strip is shown; empty when it is not.
+/// The strip's rectangle on the screen, empty when it is not shown.
 QRect strip()
 {
     QProcess asking;
@@ -55,7 +55,7 @@ class AgentScreensEndToEndTest : public DesktopTest {
     std::unique_ptr<QProcess> m_panel;
     std::unique_ptr<QProcess> m_agent;
 
-    /// A panel on a screen, 1 for the left one, at an edge of it.
+    /// Starts a panel at an edge of a screen (1 is the left screen).
     void startPanel(int screen, const char* place)
     {
         const QString file = TestHome::root() + text("/tint2rc");
@@ -77,7 +77,7 @@ class AgentScreensEndToEndTest : public DesktopTest {
 
     void startAgent() { m_agent = Programs::started(fixture().agentProgram(), {}); }
 
-    /// The strip's place when its upper right corner is right of all pixels before `right`, and below all before `top`.
+    /// The strip's rectangle when its right edge is at x = `right` and its upper edge at y = `top`.
     QRect cornered(int right, int top) const
     {
         const int width = fixture().expectedStripWidth();
@@ -89,7 +89,7 @@ private Q_SLOTS:
     {
         DesktopFixture::forgetChoices();
         fixture().write("refreshInterval", "60");
-        // The left screen is too small for the items of a machine with many cores in another style.
+        // In another style, the items of a machine with many cores do not fit the left screen.
         fixture().write("meterStyle", "\"compact\"");
         arrange("*left", "right");
     }
@@ -181,7 +181,7 @@ KESTRUM_TEST_MAIN_OF(AgentScreensEndToEndTest)(int argc, char** argv)
     const VirtualDisplay display;
     if (!display.isUp())
         return 1;
-    // Before there is a window manager, which does not hear of screens that come later.
+    // The window manager is not running yet: it does not notice screens that are added later.
     arrange("*left", "right");
     QGuiApplication application(argc, argv);
     AgentScreensEndToEndTest test;

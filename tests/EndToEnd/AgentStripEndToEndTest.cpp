@@ -1,5 +1,5 @@
-// The agent's items on the screen: where they stand below a real panel, how soon they show what is chosen, and how they are dragged
-// by a real mouse.
+// The agent's items on the screen: their place below a real panel, how soon they show a changed setting, and dragging by a
+// real mouse.
 
 #include "tests/Support/OpenedWindow.h"
 #include "tests/Support/PanelTest.h"
@@ -36,7 +36,7 @@ bool hasHue(const QImage& image, const QColor& hue)
 class AgentStripEndToEndTest : public PanelTest {
     Q_OBJECT
 
-    /// The trailing end of the room right below the panel.
+    /// A picture of the trailing end of the area right below the panel.
     static QImage corner()
     {
         return DesktopFixture::picture({ VirtualDisplay::width - 400, panelHeight, 400, stripHeight });
@@ -69,9 +69,9 @@ private Q_SLOTS:
             QGuiApplication::primaryScreen()->grabWindow(0).save(folder + text("/agent.png"));
         QVERIFY(DesktopFixture::stripWidth(panelHeight) > 200);
         QCOMPARE(shown.pixelColor(shown.width() - 2, 11), plate);
-        // Items are drawn on it: more than the plate and its labels.
+        // Items are drawn on the strip, not only the plate and labels.
         QVERIFY(hasHue(shown, QColor(69, 184, 153)));
-        // And above and below is none of it.
+        // Nothing of the strip is above or below.
         const QImage around = DesktopFixture::picture(
             { VirtualDisplay::width - 400, 0, 400, panelHeight + stripHeight + 20 });
         for (int y : { panelHeight - 1, panelHeight + stripHeight })
@@ -82,7 +82,7 @@ private Q_SLOTS:
     {
         fixture().write("refreshInterval", "0.2");
         const QImage before = corner();
-        // An idle machine may look the same for long.
+        // On an idle machine, the picture may stay the same for long.
         QElapsedTimer busy;
         busy.start();
         while (busy.elapsed() < 1500) { }
@@ -114,7 +114,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("scale");
         QTest::addColumn<QByteArray>("visibleKey");
-        // Whole and odd widths, on a screen that is a whole number of points wide and on one that is not.
+        // Scales at which the screen's width is or is not a whole number of points.
         for (const char* scale : { "1.25", "1.5", "2.5" }) {
             for (const char* key : { "", "showMemoryItem" })
                 QTest::addRow("%s %s", scale, key) << QByteArray(scale) << QByteArray(key);
@@ -141,7 +141,7 @@ private Q_SLOTS:
                                           .split('\n'))
             geometry.insert(line.split('=').first(), line.split('=').last().toInt());
         const int end = geometry["X"] + geometry["WIDTH"];
-        // Less than two points from the edge, and all of it before that.
+        // The strip ends less than two points before the screen's edge, and not beyond it.
         QVERIFY2(end <= VirtualDisplay::width && end > VirtualDisplay::width - 2 * scale.toDouble(),
             QByteArray::number(end).constData());
         QCOMPARE_GE(geometry["WIDTH"], std::floor(fixture().expectedStripWidth() * scale.toDouble()));
@@ -194,14 +194,14 @@ private Q_SLOTS:
         QFETCH(const QString, json);
         QFETCH(const QString, back);
         SeenTimes times;
-        // With the sanitizers it is only tried whether it is seen.
+        // With the sanitizers, the test checks only that the change becomes visible.
         constexpr int rounds = Programs::areSanitized ? 2 : 6;
         for (int round = 0; round < rounds; ++round) {
-            QTest::qWait(100); // let the change before come to rest
+            QTest::qWait(100); // until the earlier change is drawn
             times.note(fixture(), key, round % 2 ? back : json, corner);
         }
         qInfo("%s: %s", qPrintable(key), qPrintable(times.report()));
-        // How long a command takes to start is the machine's affair.
+        // The time that a command takes to start does not count.
         QVERIFY(Programs::areSanitized || times.afterEnd() < 100);
     }
 
@@ -239,7 +239,7 @@ private Q_SLOTS:
         dragToTheEnd("storage");
         QTRY_VERIFY_WITH_TIMEOUT(window.preview() != before, patience);
         const QImage after = window.restingPreview();
-        // It is the picture of that very order, wherever that comes from.
+        // The same order gives the same picture, whichever program stored it.
         fixture().write("menuBarOrder", "\"storage,sensors,memory,cpu\"");
         QTRY_VERIFY_WITH_TIMEOUT(window.preview() == before, patience);
         fixture().write("menuBarOrder", "\"sensors,memory,cpu,storage\"");

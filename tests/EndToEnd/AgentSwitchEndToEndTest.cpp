@@ -1,4 +1,4 @@
-// The switch at the sidebar's foot and the built agent, which it starts and stops.
+// The switch at the sidebar's foot starts and stops the built agent.
 
 #include "tests/Support/AgentSwitch.h"
 #include "tests/Support/DesktopTest.h"
@@ -49,7 +49,7 @@ private Q_SLOTS:
         AgentSwitch row(fixture());
         const QImage preview = row.restingPreview();
         QVERIFY(!preview.isNull());
-        // There is no panel: the strip stands at the very top.
+        // There is no panel, so the strip is at the top of the screen.
         const QRect place(VirtualDisplay::width - 400, 0, 400, DesktopFixture::stripHeight);
         const QImage empty = DesktopFixture::picture(place);
         QVERIFY(row.switchOn() > 0);
@@ -133,7 +133,7 @@ private Q_SLOTS:
         fixture().removeAgent();
         AgentSwitch row(fixture());
         row.click();
-        // What was chosen stays chosen; that nothing came of it shows without another occasion.
+        // The stored choice stays "on"; the row shows at once that no agent runs.
         QTRY_COMPARE_WITH_TIMEOUT(fixture().read("agentEnabled"), QByteArray("true"), patience);
         QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
     }

@@ -1,5 +1,5 @@
-// The switch at the sidebar's foot where things do not go smoothly: agents that take their time or stay, and people who
-// cannot make up their minds.
+// The switch at the sidebar's foot in difficult cases: agents that end slowly or do not end, and people who change their mind
+// repeatedly.
 
 #include "tests/Support/AgentSwitch.h"
 #include "tests/Support/DesktopTest.h"
@@ -95,7 +95,7 @@ private Q_SLOTS:
             QTest::qWait(random.bounded(4) == 0 ? random.bounded(400) : 0);
             clicks += times;
         }
-        // Whatever was begun comes to its end. Then the last choice is what is stored, what runs and what is shown.
+        // After all started changes have ended, the last choice is stored, in effect and shown.
         QTest::qWait(4 * AgentSwitch::second);
         const bool isWanted = fixture().read("agentEnabled") == "true";
         qInfo("at rest: stored %d, %d agents, row %d", isWanted, int(agents().size()), row.isOn());

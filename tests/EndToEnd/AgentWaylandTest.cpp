@@ -1,5 +1,5 @@
-// The built agent on Wayland desktops without a screen: one that has layers (sway), where the strip is watched on
-// pictures, and one that has none (cage). As sway refuses root, compositors and agents run as an ordinary user.
+// The built agent on Wayland desktops without a screen: sway has layers, and the tests check the strip on pictures there;
+// cage has none. Since sway refuses root, compositors and agents run as an ordinary user.
 
 #include "tests/Support/Programs.h"
 #include "tests/Support/TestHome.h"
@@ -26,11 +26,11 @@ namespace {
 
 constexpr uid_t nobody = 65534;
 constexpr int stripHeight = 22;
-/// Of the strip's plate, beside its items.
+/// The width of the strip's plate on either side of its items.
 constexpr int sideRoom = 8;
 const QColor plate(222, 222, 222);
 
-/// The words of a command that makes it run as an ordinary user.
+/// Wraps a command so that it runs as an ordinary user.
 QStringList asUser(const QStringList& command)
 {
     if (::geteuid() != 0)
@@ -72,7 +72,7 @@ void write(const char* key, const char* json)
     kestrumctl({ QStringLiteral("write"), QString::fromLatin1(key), QString::fromLatin1(json) });
 }
 
-/// The only socket that a compositor has made by now; empty when there is none.
+/// The name of the compositor's socket, empty while there is none.
 QString waylandSocket()
 {
     const QStringList sockets = QDir(TestHome::runtimeDirectory())
@@ -101,7 +101,7 @@ QRect plateOn(const QImage& picture)
     return found;
 }
 
-/// How wide the strip is to be with the present settings.
+/// The strip's expected width with the current settings.
 int expectedWidth()
 {
     const QJsonObject strip = QJsonDocument::fromJson(kestrumctl({ QStringLiteral("describe") })).object();
@@ -142,16 +142,16 @@ class AgentWaylandTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // Qt loses a few bytes in the library that speaks Wayland and unloads it, and nobody can tell any more whose they are.
+        // Qt leaks a few bytes in the Wayland library and unloads it, so the leak report could not name that library.
         qputenv("ASAN_OPTIONS", "detect_leaks=0");
-        // The way to the programs is not open to everybody: they are taken to where it is.
+        // An ordinary user may have no access to the build folder, so the programs are copied.
         const QString built = qEnvironmentVariable("KESTRUM_BUILD") + u'/';
         for (const char* program : { "Kestrum.app/Contents/MacOS/kestrumctl",
                  "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent" }) {
             QVERIFY(QDir().mkpath(QFileInfo(place(program)).path()));
             QVERIFY(QFile::copy(built + QString::fromLatin1(program), place(program)));
         }
-        // With their texts.
+        // The translations and property lists are copied, too.
         for (const char* part : { "Kestrum.app/Contents/Resources", "Kestrum.app/Contents/Info.plist",
                  "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Resources",
                  "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Info.plist" })
@@ -173,7 +173,7 @@ private Q_SLOTS:
     void init()
     {
         QDir(TestHome::configDirectory()).removeRecursively();
-        // So seldom that nothing but a change of the settings paints during a test.
+        // The interval is so long that only a change of the settings repaints during a test.
         write("refreshInterval", "60");
     }
 
@@ -182,7 +182,7 @@ private Q_SLOTS:
         if (m_agent)
             Programs::end(*m_agent);
         if (m_compositor) {
-            // What ends cage is the end of the program that it shows.
+            // cage ends when the program that it shows ends.
             m_compositor->closeWriteChannel();
             if (m_compositor->processId() && !m_compositor->waitForFinished(500))
                 Programs::end(*m_compositor);
@@ -201,12 +201,12 @@ private Q_SLOTS:
         const QRect strip = plateOn(picture);
         QCOMPARE(strip.height(), stripHeight);
         QCOMPARE(strip.right(), picture.width() - 1);
-        // Right below it the desktop, right above it the bar, which is not of the desktop's colour.
+        // The desktop is right below the strip. Right above it is the bar, which has another colour.
         const QColor desktop(0x20, 0x40, 0x60);
         QCOMPARE(picture.pixelColor(strip.center().x(), strip.bottom() + 1), desktop);
         QVERIFY(strip.top() > 0);
         QVERIFY(picture.pixelColor(strip.center().x(), strip.top() - 1) != desktop);
-        // Its ends are round: the desktop is seen at the corner.
+        // The strip's ends are round: its corner shows the desktop.
         QCOMPARE(picture.pixelColor(strip.left(), strip.bottom()), desktop);
     }
 

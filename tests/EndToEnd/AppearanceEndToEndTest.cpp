@@ -1,5 +1,6 @@
-// The built programs on a desktop whose scheme and accent change, told by a portal in a process of its own. There is a session
-// bus, and nobody on it starts the accessibility bus, whose code would tell the toolkit of types that the programs' own has to.
+// The built programs on a desktop that changes its scheme and accent. A portal in another process announces the changes. The
+// session bus does not start the accessibility bus, whose code would register D-Bus types that the programs must register
+// themselves.
 
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/OpenedWindow.h"
@@ -21,21 +22,21 @@ class AppearanceEndToEndTest : public DesktopTest {
     std::unique_ptr<OpenedWindow> m_window;
     std::unique_ptr<QProcess> m_agent;
 
-    // What is promised is within half a second; a change that is not heard of at all is not waited for much longer.
+    // A change is promised within half a second. This limit only ends the wait for a change that never comes.
     static constexpr int limit = 5000; // ms
 
     static bool isDark(const QColor& colour) { return colour.lightness() < 128; }
 
-    /// A corner of the strip's plate, beside its items.
+    /// The colour at a corner of the strip's plate, beside its items.
     static QColor plate()
     {
         return DesktopFixture::picture({ VirtualDisplay::width - DesktopFixture::stripSideRoom / 2, 3, 1, 1 })
             .pixelColor(0, 0);
     }
     QColor sidebar() const { return m_window->colour({ 2, 300 }); }
-    /// The row of the page that is open, beside its text.
+    /// The colour of the selected row in the sidebar, beside its text.
     QColor selection() const { return m_window->colour({ 160, 80 }); }
-    /// The panel's ground in the miniature for the ground that is chosen, which follows the window's scheme.
+    /// The ground of the panel in the selected background's miniature, which follows the window's scheme.
     QColor miniature() const { return m_window->colour({ 450, 252 }); }
 
 private Q_SLOTS:
@@ -67,7 +68,7 @@ private Q_SLOTS:
     {
         QTRY_VERIFY_WITH_TIMEOUT(plate().lightness() > 200, patience);
         QVERIFY(miniature().lightness() > 150);
-        // Until both have joined the bus, which they do a little after their first frames.
+        // Both programs join the bus shortly after their first frames.
         QVERIFY(m_portal->change("scheme 1"));
         QTRY_VERIFY_WITH_TIMEOUT(isDark(sidebar()) && isDark(plate()), limit);
         QVERIFY(m_portal->change("scheme 2"));

@@ -1,5 +1,5 @@
-// The built programs in sessions that lack what a desktop usually has, a session bus or a private runtime directory: they do
-// without, and nothing is made in its place.
+// The built programs in sessions without a session bus or a private runtime directory, which a desktop usually has. The
+// programs work without these and create no replacement.
 
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/Text.h"
@@ -19,7 +19,7 @@ using Programs::patience;
 
 namespace {
 
-/// A socket that somebody listens at, who says nothing.
+/// A socket that accepts connections and never answers.
 class Listener {
 public:
     explicit Listener(const QByteArray& path)
@@ -35,7 +35,7 @@ public:
     ~Listener() { ::close(m_socket); }
     Q_DISABLE_COPY_MOVE(Listener)
 
-    /// How many have called since it was asked last. They are turned away.
+    /// The number of connections since the last call. All of them are closed.
     int callers() const
     {
         int count = 0;
@@ -59,7 +59,7 @@ class BareSessionEndToEndTest : public DesktopTest {
     QByteArray m_runtimeDirectory;
     QByteArray m_bus;
 
-    /// Those that our programs started, which have our home from them.
+    /// The bus processes of our programs, recognized by the test's home in their environment.
     static QSet<int> busProcesses()
     {
         const QByteArray home = '\0' + ("HOME=" + qgetenv("HOME")) + '\0';
@@ -75,7 +75,7 @@ class BareSessionEndToEndTest : public DesktopTest {
         return pids;
     }
 
-    /// The settings with their window, until the agent that they start has put its strip up.
+    /// Starts the settings application, and waits until its window and the strip of the agent that it starts are shown.
     std::unique_ptr<QProcess> startBoth() const
     {
         auto kestrum = Programs::started(fixture().program("Kestrum"), {});
@@ -83,7 +83,7 @@ class BareSessionEndToEndTest : public DesktopTest {
         const auto isUp = [&] { return agents().size() == 1 && DesktopFixture::stripWidth(0) > 0; };
         if (DesktopFixture::windowOf(kestrum->processId()).isEmpty() || !QTest::qWaitFor(isUp, patience))
             qWarning("the programs do not come up: %s", kestrum->readAllStandardError().constData());
-        // What they do a little after their first frames.
+        // Both programs do more shortly after their first frames.
         QTest::qWait(1000);
         return kestrum;
     }
@@ -122,13 +122,13 @@ private Q_SLOTS:
     void noBusIsStartedWhereThereIsNone()
     {
         QFETCH(const QByteArray, named);
-        // The program by which the bus library starts one.
+        // The bus library starts a session bus by this program.
         QVERIFY(!QStandardPaths::findExecutable(text("dbus-launch")).isEmpty());
         if (!named.isEmpty())
             qputenv("DBUS_SESSION_BUS_ADDRESS", named);
         const QSet<int> before = busProcesses();
         const auto kestrum = startBoth();
-        // The tool opens a display where it is told to.
+        // The tool opens the display if the environment asks for it.
         QVERIFY(fixture().kestrumctl({ text("describe") }).contains("items"));
         const QSet<int> started = busProcesses() - before;
         for (const int pid : started)
@@ -158,7 +158,7 @@ private Q_SLOTS:
     void noRuntimeDirectoryIsMade()
     {
         QFETCH(const QByteArray, named);
-        // Where programs make what they find no place for.
+        // The temporary folder, where programs put files that have no other place.
         const FileTree shared;
         QCOMPARE(::mkdir(QFile::encodeName(shared.path(text("open"))).constData(), 0755), 0);
         qputenv("TMPDIR", QFile::encodeName(shared.root()));
@@ -169,7 +169,7 @@ private Q_SLOTS:
         const auto kestrum = startBoth();
         QCOMPARE(QDir(shared.root()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
             QStringList(text("open")));
-        // What they start finds the session as it is.
+        // A started program has the session's environment unchanged.
         QVERIFY(agentsEnvironment().contains(QByteArray(1, '\0') + "TMPDIR=" + qgetenv("TMPDIR") + '\0'));
         const QByteArray variable = QByteArray(1, '\0') + "XDG_RUNTIME_DIR=";
         if (named.isEmpty())

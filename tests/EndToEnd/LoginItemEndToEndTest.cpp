@@ -1,4 +1,4 @@
-// The switch "Launch Kestrum at login" of the built program, which an ordinary user works: root gets no login item.
+// The switch "Launch Kestrum at login" of the built program, used by an ordinary user, since root gets no login item.
 
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/Text.h"
@@ -41,7 +41,7 @@ class LoginItemEndToEndTest : public DesktopTest {
     {
         if (::geteuid() != 0)
             return;
-        // The way to the programs and to the user's own places is opened to that user.
+        // Gives that user access to the programs and to the user's own folders.
         for (const QString& folder : { TestHome::root(), QFileInfo(fixture().bundle()).path() })
             QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0711), 0);
         for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") }) {
@@ -68,7 +68,7 @@ class LoginItemEndToEndTest : public DesktopTest {
         QTest::qWait(300);
     }
 
-    // Of the window, 640 wide: the switch in the first row.
+    // Clicks the switch in the page's first row. The place is in the window, which is 640 wide.
     void clickSwitch() const { DesktopFixture::click({ 593, 60 }, m_window); }
 
 private Q_SLOTS:

@@ -1,4 +1,4 @@
-// The settings application started anew by itself, in another language.
+// The settings application relaunches itself in another language.
 
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "tests/Support/FileContent.h"
@@ -12,7 +12,7 @@ using Programs::patience;
 
 namespace {
 
-/// The part of the window where the names of the pages stand.
+/// The part of the window with the names of the pages.
 constexpr QRect pageNames(10, 20, 180, 160);
 
 } // namespace
@@ -20,7 +20,7 @@ constexpr QRect pageNames(10, 20, 180, 160);
 class RelaunchEndToEndTest : public SettingsAppTest {
     Q_OBJECT
 
-    /// The names of the pages in an application that is started in a language.
+    /// A picture of the page names in an application that starts in `language`.
     QImage pageNamesIn(const char* language) const
     {
         fixture().write("language", language);
@@ -50,11 +50,11 @@ private Q_SLOTS:
         QVERIFY(!window.isEmpty());
         QTest::qWait(500);
         QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
-        // The toolkit's own texts come up in that language, and so does the window.
+        // Both the toolkit's own texts and the window are in the new language.
         QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
         DesktopFixture::turnTo(window);
         QTRY_VERIFY_WITH_TIMEOUT(OpenedWindow::picture(window, pageNames) == german, patience);
-        // It was started in that language, so leaving it again is no reason for another start.
+        // The new process started in that language, so losing the focus causes no further relaunch.
         DesktopFixture::turnTo(window);
         fixture().turnToOther();
         QTest::qWait(700);
@@ -71,7 +71,7 @@ private Q_SLOTS:
         fixture().turnToOther();
         const qint32 next = fixture().settingsApplicationAfter(old);
         QVERIFY(next > 0);
-        // A second shell would open it once more, and it would come forward.
+        // A second shell would open the application again, which would bring it to the front.
         QTest::qWait(1000);
         QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
         QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
@@ -102,7 +102,7 @@ private Q_SLOTS:
 
     void savingTheSettingsInAnEditorStartsNothingAnew()
     {
-        // Editors move the file away and make a new one. In between it says no language.
+        // Editors move the file away and make a new one. In between, no language is stored.
         fixture().write("language", "\"de\"");
         fixture().write("refreshInterval", "1");
         open();
@@ -127,18 +127,18 @@ private Q_SLOTS:
         QTest::qWait(1000);
         QCOMPARE(fixture().settingsApplications(), QList<qint32> { old });
         QCOMPARE(fixture().read("refreshInterval"), QByteArray("20"));
-        // A language that is really another one is still heard of.
+        // A change to another language still takes effect.
         write(path, text.replace("\"de\"", "\"en\""));
         QVERIFY(fixture().settingsApplicationAfter(old) > 0);
     }
 
     void withoutAShellTheApplicationStaysClosedWithoutAWord()
     {
-        // From its start on the kernel refuses it every new process.
+        // The kernel refuses every new process of this one, from its start on.
         const auto kestrum = std::make_unique<QProcess>();
         kestrum->setChildProcessModifier(
             [filter = SystemCallFilter::withoutNewProcesses()] { filter.enter(); });
-        // What looks for leaks at the end would be one.
+        // The leak check at the end would start a process.
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
         environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
         kestrum->setProcessEnvironment(environment);

@@ -1,4 +1,4 @@
-// The settings application started again by people, who want its window.
+// People start the settings application a second time and expect its window.
 
 #include "tests/Support/SettingsAppTest.h"
 #include "tests/Support/Text.h"
@@ -10,7 +10,7 @@ using Programs::patience;
 class SecondStartEndToEndTest : public SettingsAppTest {
     Q_OBJECT
 
-    /// A further start, once it has ended.
+    /// Starts the application once more, and waits for the end of that process.
     std::unique_ptr<QProcess> startAgain(const QStringList& arguments = {}) const
     {
         auto second = Programs::started(fixture().program("Kestrum"), arguments);
@@ -77,7 +77,7 @@ private Q_SLOTS:
     void anApplicationThatDoesNotAnswerIsSaid()
     {
         open();
-        // It holds the place, and nobody can tell it anything.
+        // The first process still holds the name, but cannot be reached without its socket.
         QVERIFY(QFile::remove(TestHome::runtimeDirectory() + text("/kestrum/Kestrum.socket")));
         const auto second = startAgain();
         QCOMPARE(second->exitStatus(), QProcess::NormalExit);
@@ -96,7 +96,7 @@ private Q_SLOTS:
         QFile entry(legacy);
         QVERIFY(entry.open(QIODevice::WriteOnly));
         entry.close();
-        // The page that reads the state of the login item itself.
+        // This page reads the state of the login item when it is shown.
         fixture().write("settingsPane", "\"general\"");
         const QStringList runs[]
             = { { text("--first-frame") }, { text("--pictures"), TestHome::root() + text("/pictures") } };
@@ -140,7 +140,7 @@ private Q_SLOTS:
         QVERIFY(!window.isEmpty());
         QTest::qWait(500);
         QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
-        // A second start in the background leaves it there, an ordinary one brings it forward.
+        // A second start in the background leaves the window there; an ordinary one raises it.
         fixture().kestrumctl({ text("open"), text("-g"), fixture().bundle() });
         QTest::qWait(300);
         QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());

@@ -1,4 +1,4 @@
-// The built programs where another program has used up what the kernel gives a user for watching folders.
+// The built programs after another program has used up the user's limits for watching folders.
 
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/Text.h"
@@ -11,7 +11,7 @@ using Programs::patience;
 
 namespace {
 
-/// What is told is known within this time, in ms: every 2 s there is a look.
+/// The time in ms until a change is noticed: the programs then check every 2 s.
 constexpr int oneLook = Programs::areSanitized ? patience : 2500;
 
 } // namespace
@@ -36,7 +36,7 @@ private Q_SLOTS:
     {
         QFETCH(const QString, kind);
         fixture().write("agentEnabled", "true");
-        // What was posted before is nothing new.
+        // Signals that were posted earlier have no effect.
         for (const char* signal : { "quitAgent", "openSettings", "checkForUpdates" })
             fixture().kestrumctl({ text("post"), text(signal) });
         QTest::qWait(50);
@@ -71,7 +71,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// In which nothing is to happen, in ms; some looks long, or as long as somebody who tries it by hand says.
+    /// The time in ms in which nothing may happen: several checks, or KESTRUM_STARVED_SECONDS for a run by hand.
     static int quietTime()
     {
         const int seconds = qEnvironmentVariableIntValue("KESTRUM_STARVED_SECONDS");

@@ -1,5 +1,5 @@
-// An update's whole way: APT knows of it, the agent finds it, the open window offers it, "Install" brings the agent to it,
-// and once it is installed nothing is offered any more. All with a copy of the built bundle, whose version the test writes.
+// The whole way of an update: APT lists it, the agent finds it, the open window offers it, and "Install" makes the agent show
+// it. Once it is installed, no offer is left. The test sets the version of a copy of the built bundle.
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumAgent/Updates/UpdateChecker.h"
@@ -38,11 +38,11 @@ class UpdateEndToEndTest : public QObject {
     std::unique_ptr<QProcess> m_kestrum;
     QByteArray m_window;
 
-    // All places are the window's own.
+    // All places are in the window's coordinates.
     static constexpr int sidebarWidth = 204;
     static constexpr int buttonMiddle = sidebarWidth - 10 - 30;
 
-    /// The middle of the green symbol in the sidebar's lower half; nothing when no update is offered.
+    /// The middle of the green symbol in the sidebar's lower half; nothing without an offer.
     std::optional<QPoint> symbol() const
     {
         const QImage sidebar = QGuiApplication::primaryScreen()
@@ -77,7 +77,7 @@ class UpdateEndToEndTest : public QObject {
                        .split('\n')
                        .first();
         QVERIFY(!m_window.isEmpty());
-        // Until its sidebar is painted.
+        // Waits until its sidebar is painted.
         QTRY_COMPARE_WITH_TIMEOUT(QGuiApplication::primaryScreen()
                                       ->grabWindow(m_window.toULongLong(), 2, 300, 1, 1)
                                       .toImage()
@@ -98,7 +98,7 @@ class UpdateEndToEndTest : public QObject {
             QString::number(place.x()), QString::number(place.y()), text("click"), text("1") });
     }
 
-    /// What the agent does on its own once a day.
+    /// Makes a check, as the agent does once a day.
     static void check()
     {
         UpdateChecker checker;
@@ -122,7 +122,7 @@ private Q_SLOTS:
     {
         forgetSettings();
         registerFactoryDefaults();
-        // Nobody starts the agent but the button.
+        // Only the button may start the agent.
         Setting { Keys::agentEnabled }.set(false);
         setVersion("1.4", "27");
         m_world->install(text("1.4-27"));
@@ -158,7 +158,7 @@ private Q_SLOTS:
         QCOMPARE(ProcessScan::agents().first().path,
             m_tree.path(text(
                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent")));
-        // The agent that runs is asked again, and no second one is started.
+        // The running agent gets the request again; no second agent starts.
         click({ buttonMiddle, symbol()->y() });
         QTRY_COMPARE_WITH_TIMEOUT(ear.count, 2, patience);
         QTest::qWait(600);
@@ -172,7 +172,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(symbol(), patience);
         click({ buttonMiddle, symbol()->y() });
         QTRY_COMPARE_WITH_TIMEOUT(ProcessScan::agents().size(), 1, patience);
-        QTRY_VERIFY_WITH_TIMEOUT(Setting { Keys::updaterCanCheck }.value(), patience); // it is ready
+        QTRY_VERIFY_WITH_TIMEOUT(Setting { Keys::updaterCanCheck }.value(), patience); // the agent is ready
         m_world->install(text("1.5-30"));
         SharedSettings::post(SharedSettings::Signal::checkForUpdates);
         QTRY_COMPARE_WITH_TIMEOUT(offer(), std::nullopt, patience);
@@ -185,7 +185,7 @@ private Q_SLOTS:
         openWindow();
         QTRY_VERIFY_WITH_TIMEOUT(symbol(), patience);
         closeWindow();
-        // No agent runs that could withdraw it.
+        // No agent runs, so nothing withdraws the stored offer.
         m_world->install(text("1.5-30"));
         setVersion("1.5", "30");
         openWindow();
@@ -195,7 +195,7 @@ private Q_SLOTS:
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
         QTest::qWait(4 * quietTime);
         QVERIFY(!symbol());
-        // The row is there: the next update shows.
+        // The row still works: it shows the next update.
         SharedSettings::store().set(Keys::updatesAvailable.name, text("1.6 (33)"));
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
         QTRY_VERIFY_WITH_TIMEOUT(symbol(), Programs::withinASecond);

@@ -1,5 +1,5 @@
-// The built program on a display of its own, worked by real mouse and keyboard events and watched from outside, as a
-// person and the agent would.
+// The built program on a display of its own, used by real mouse and keyboard events. The test checks its pixels and settings
+// from outside.
 
 #include "Platform/Bundle/PropertyList.h"
 #include "Platform/Files/Superuser.h"
@@ -29,7 +29,7 @@ private Q_SLOTS:
     void init()
     {
         DesktopFixture::forgetChoices();
-        // This is about the window alone.
+        // The agent stays off: these tests concern only the window.
         fixture().write("agentEnabled", "false");
         fixture().turnToOther();
         m_window = std::make_unique<OpenedWindow>(fixture());
@@ -94,14 +94,14 @@ private Q_SLOTS:
         QVERIFY(geometry.contains("HEIGHT=520"));
         m_window->moveTo({ 320, 260 });
         const QPoint off = QCursor::pos() - QGuiApplication::primaryScreen()->availableGeometry().center();
-        // The title bar goes on top of it.
+        // The window manager centres the window with its title bar, which is above.
         QVERIFY2(std::abs(off.x()) <= 4 && off.y() >= -4 && off.y() <= 30,
             qPrintable(text("%1,%2").arg(off.x()).arg(off.y())));
     }
 
     void theChosenLanguageIsAppliedAtTheStartAndWhenItChanges()
     {
-        // A change is stale only for a process that recorded what it was started with.
+        // Only a process that recorded the language at its start can find it stale.
         fixture().write("language", "\"de\"");
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::toolkitLanguage(), text("de"), patience);
         m_window.reset();
@@ -117,7 +117,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("heading");
         QTest::addColumn<qsizetype>("length");
-        // All that a table may be, in one text; it has no place at which a line could end.
+        // One text as large as a table may be, without a place for a line break.
         QTest::newRow("one text") << QByteArray("Menu Bar") << qsizetype(900'000);
         QTest::newRow("all texts as long as they may be") << QByteArray() << PropertyList::maximumTextLength;
     }

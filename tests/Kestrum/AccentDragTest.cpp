@@ -10,15 +10,15 @@
 using namespace kestrum;
 namespace {
 
-constexpr int pauseTime = 100;                 ///< in milliseconds, from the last movement to the save
-constexpr int afterPause = 2 * pauseTime + 50; ///< time enough for a save that should not come
+constexpr int pauseTime = 100;                 ///< in ms, from the last movement to the save
+constexpr int afterPause = 2 * pauseTime + 50; ///< in ms: by then a draft would have been saved
 
 QString customText(const QColor& colour)
 {
     return MeterAccent::custom(colour).rawValue();
 }
 
-/// Clicks on the well; the field of hues of the dialog that opens.
+/// Clicks on the well. Gives the hue field of the dialog that opens, or null when no dialog opens.
 QWidget* openDialog(ColourWell& well)
 {
     QTest::mouseClick(&well, Qt::LeftButton);
@@ -28,7 +28,7 @@ QWidget* openDialog(ColourWell& well)
 
 } // namespace
 
-/// What comes of moving about in the colour dialog.
+/// What happens while people drag in the colour dialog.
 class AccentDragTest : public QObject {
     Q_OBJECT
     using Shown = AccentRowWindow;
@@ -45,13 +45,13 @@ private Q_SLOTS:
         QSignalSpy saves(other.get(), &UserDefaults::changed);
         QWidget* field = openDialog(*shown.well);
         QVERIFY(field);
-        // Two seconds long, with pauses shorter than the one that counts.
+        // The drag takes two seconds. Its pauses are too short for a save.
         QTest::mousePress(field, Qt::LeftButton, {}, { 20, 60 });
         for (int i = 0; i < 40; ++i) {
             const QColor before = shown.well->colour();
             ColourDialogHand::drag(field, { 24 + 4 * i, 60 + i });
             QVERIFY(shown.well->colour().rgb() != before.rgb());
-            // At once in the picker too.
+            // The picker's swatch follows at once, too.
             const QImage swatch
                 = shown.picker->itemIcon(Shown::customIndex + 1).pixmap(QSize(12, 12), 1).toImage();
             QCOMPARE(swatch.pixelColor(6, 6).rgb(), shown.well->colour().rgb());
@@ -74,7 +74,7 @@ private Q_SLOTS:
         const Shown shown;
         shown.move(Qt::green);
         QTest::qWait(pauseTime / 2);
-        // However late timers are, these come in their order.
+        // Precise timers in one thread fire in the order of their due times, even when they are late.
         QStringList seen;
         const auto look = [&](int after) {
             QTimer::singleShot(after, Qt::PreciseTimer, shown.row, [&seen] { seen.append(Shown::stored()); });
@@ -97,7 +97,7 @@ private Q_SLOTS:
         QVERIFY(shown.well->isVisible());
         QCOMPARE(shown.well->colour().rgb(), QColor(Qt::red).rgb());
         QTRY_COMPARE(Shown::stored(), customText(Qt::red));
-        // From then on the store is followed again.
+        // Now that the draft is stored, the row follows the store again.
         FormHand::storeElsewhere("memoryAccent", QStringLiteral("blue"));
         QTRY_COMPARE(shown.picker->index(), 1);
         QVERIFY(!shown.well->isVisible());
@@ -108,7 +108,7 @@ private Q_SLOTS:
         Shown::store("custom:srgb:0.1000,0.2000,0.3000");
         const Shown shown;
         shown.move(Qt::red);
-        Q_EMIT shown.picker->chosen(4); // at once: its list would take as long as the pause
+        Q_EMIT shown.picker->chosen(4); // at once: opening the list would take as long as the pause
         QCOMPARE(Shown::stored(), QStringLiteral("teal"));
         QTest::qWait(afterPause);
         QCOMPARE(Shown::stored(), QStringLiteral("teal"));
@@ -126,7 +126,7 @@ private Q_SLOTS:
         Shown::store("pine");
         QTest::qWait(afterPause);
         QCOMPARE(Shown::stored(), QStringLiteral("pine"));
-        // Of all keys, only the row's own.
+        // Only the row's own key is stored.
         QCOMPARE(
             SharedSettings::store().storedDictionary().keys(), QStringList(QStringLiteral("memoryAccent")));
     }
@@ -156,7 +156,7 @@ private Q_SLOTS:
         QWidget* field = openDialog(*well);
         QVERIFY(field);
         const QPointer<QColorDialog> dialog = well->findChild<QColorDialog*>();
-        // At black the hues are all alike; what people pick first is how bright it is to be.
+        // At black all hues look alike, so people would set the brightness first.
         Q_EMIT dialog->currentColorChanged(Qt::green);
         QTest::mousePress(field, Qt::LeftButton, {}, { 30, 30 });
         ColourDialogHand::drag(field, { 50, 40 });
@@ -171,7 +171,7 @@ private Q_SLOTS:
         QTRY_VERIFY(!well);
         QVERIFY(!dialog);
         QCOMPARE(storedText("cpuAccent"), last);
-        // From here on nothing comes any more.
+        // After this, nothing more may be stored.
         SharedSettings::store().set("cpuAccent", QStringLiteral("pine"));
         QTest::qWait(afterPause);
         QCOMPARE(storedText("cpuAccent"), QStringLiteral("pine"));
@@ -183,7 +183,7 @@ private Q_SLOTS:
     {
         Shown::store("custom:srgb:0.1000,0.2000,0.3000");
         const Shown shown;
-        // A directory where the settings file should be: it can be neither read nor replaced, not even by root.
+        // A directory in place of the settings file: even root can neither read nor replace it.
         const QString path = SharedSettings::store().filePath();
         QFile::remove(path);
         QVERIFY(QDir().mkpath(path + QStringLiteral("/occupied")));

@@ -85,7 +85,7 @@ private Q_SLOTS:
             return SharedSettings::store().storedDictionary().value(QLatin1StringView("memoryAccent"));
         };
         QCOMPARE(inFile(), value);
-        // "Custom" begins with the fallback's colour.
+        // The custom colour starts as the fallback's colour.
         FormHand::choose(*shown.picker, Shown::customIndex);
         QCOMPARE(Shown::stored(), QStringLiteral("custom:srgb:0.2700,0.7200,0.6000"));
     }
@@ -100,7 +100,7 @@ private Q_SLOTS:
         QVERIFY(shown.well->isVisible());
         QCOMPARE(shown.well->colour().rgb(), MeterAccent(MeterAccent::Name::teal).color().rgb());
         QCOMPARE(shown.picker->index(), Shown::customIndex);
-        // Its entry shows the colour, as those of the presets do.
+        // The entry "Custom" shows the colour, as the preset entries do.
         const QImage swatch
             = shown.picker->itemIcon(Shown::customIndex + 1).pixmap(QSize(12, 12), 2).toImage();
         QCOMPARE(swatch.pixelColor(12, 12).rgb(), shown.well->colour().rgb());
@@ -162,7 +162,7 @@ private Q_SLOTS:
         QTest::addColumn<Qt::LayoutDirection>("direction");
         QTest::newRow("wide") << 400 << Qt::LeftToRight;
         QTest::newRow("right to left") << 400 << Qt::RightToLeft;
-        // From here on there is room for the picker beside its title, and soon for the well too.
+        // From this width on, the picker fits beside its title, and soon the well fits too.
         for (int width = 220; width < 320; width += 20)
             QTest::addRow("%d wide", width) << width << Qt::LeftToRight;
     }

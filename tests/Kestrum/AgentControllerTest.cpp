@@ -20,7 +20,7 @@ class AgentControllerTest : public QObject {
 
     std::unique_ptr<AgentFixture> m_fixture;
 
-    /// What one change of the running programs tells.
+    /// Simulates the signal for one change of the running programs.
     static void tellOfAChange() { Q_EMIT Workspace::shared().runningApplicationsChanged(); }
 
 private Q_SLOTS:
@@ -39,7 +39,7 @@ private Q_SLOTS:
     void cleanup()
     {
         m_fixture.reset();
-        QTest::qWait(200); // what the end of the agents brings about
+        QTest::qWait(200); // until the effects of the agents' end have arrived
     }
 
     void itKnowsFromTheBeginningWhetherAnAgentRuns()
@@ -106,7 +106,7 @@ private Q_SLOTS:
         QSignalSpy looks(&controller, &AgentController::isRunningChanged);
         tellOfFocus(&window);
         QTRY_COMPARE(looks.count(), 1);
-        // Not when it is left.
+        // Losing the focus triggers no check.
         tellOfFocus(nullptr);
         QTest::qWait(50);
         QCOMPARE(looks.count(), 1);
@@ -234,7 +234,7 @@ private Q_SLOTS:
         QTRY_VERIFY(AgentFixture::agents().isEmpty());
         controller.setEnabled(true);
         QTRY_COMPARE(AgentFixture::agents().size(), 1);
-        QTest::qWait(1500); // what the end and the start brought about
+        QTest::qWait(1500); // until the effects of the stop and the start have arrived
         QSignalSpy looks(&controller, &AgentController::isRunningChanged);
         QTest::qWait(2500);
         QCOMPARE(looks.count(), 0);

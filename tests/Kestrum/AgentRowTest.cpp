@@ -19,7 +19,7 @@ using namespace kestrum;
 
 namespace {
 
-/// A picture that is red all over, twice as wide as it is high.
+/// A red picture, twice as wide as high.
 constexpr char redPicture[] = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 20 10\">"
                               "<rect width=\"20\" height=\"10\" fill=\"#f00\"/></svg>";
 
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QVERIFY(std::abs(control.center().y() - 26) <= 1);
         QCOMPARE(shown.row.pictureRect().size(), QSizeF(35, 35));
         QCOMPARE(shown.row.pictureRect().left(), 10.0);
-        // Two above the middle, on a whole pixel.
+        // The picture's centre is 2 above the row's middle, and the picture starts on a whole pixel.
         QCOMPARE(shown.row.pictureRect().top(), 7.0);
         const auto labels = shown.labels();
         QCOMPARE(labels.size(), 2);
@@ -94,7 +94,7 @@ private Q_SLOTS:
             QCOMPARE(label->geometry().right() + 1, control.left() - 16);
         }
         QCOMPARE(labels[1]->geometry().top() - labels[0]->geometry().bottom() - 1, 1);
-        // The two together stand in the middle.
+        // The two labels together are centred vertically.
         const int middle = labels[0]->geometry().top() + labels[1]->geometry().bottom() + 1;
         QVERIFY2(std::abs(middle - 52) <= 1, QByteArray::number(middle).constData());
     }
@@ -131,14 +131,14 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         shown.control().click();
-        // Its looks are on the way after its state.
+        // The state changes at once; the picture follows by an animation.
         QVERIFY(shown.control().isChecked());
         const QImage first = shown.control().grab().toImage();
         QVERIFY2(first == off || timer.elapsed() > 60, qPrintable(QString::number(timer.elapsed())));
         QTest::qWait(300);
         const QImage on = shown.control().grab().toImage();
         QVERIFY(on != off);
-        // What the row learns by itself is shown at once.
+        // A change that does not come from a click is shown at once.
         shown.controller.setEnabled(false);
         QCOMPARE(shown.control().grab().toImage(), off);
     }
@@ -239,7 +239,7 @@ private Q_SLOTS:
     {
         m_fixture->writeResource(QStringLiteral("SidebarSignal.svg"), redPicture);
         Shown shown;
-        // As wide as its frame, and no higher than its own shape makes it.
+        // The picture is as wide as its frame, and keeps its aspect ratio.
         const QRect red = redPart(shown.picture());
         QCOMPARE(red.left(), 10);
         QCOMPARE(red.width(), 35);

@@ -35,7 +35,7 @@ struct CardFixture {
         }
         return nullptr;
     }
-    /// What a line of the label's text takes by itself.
+    /// The height that a plain label needs for the same text.
     static int textHeight(const QLabel& label)
     {
         QLabel plain(label.text());
@@ -43,13 +43,13 @@ struct CardFixture {
         plain.setWordWrap(true);
         return plain.heightForWidth(label.width());
     }
-    /// The lines between the contents, by their distance from the card's top, in a column that has no text.
+    /// The y positions of the lines between the contents, from the card's top, measured in a column without text.
     QList<int> hairlines() const
     {
         const QImage picture = card->grab().toImage();
         const QColor ground = Theme::colour(Colour::card);
         QList<int> lines;
-        // One at the very top would lie on the card's edge.
+        // A line at the very top would lie on the card's edge.
         if (picture.pixel(picture.width() - 40, 0)
             != picture.pixel(picture.width() - 40, picture.height() - 1))
             lines.append(0);
@@ -203,7 +203,7 @@ private Q_SLOTS:
             SystemAppearance::shared().setScheme(scheme);
             const QImage picture = fixture.card->grab().toImage();
             QCOMPARE(picture.pixelColor(50, 20), Theme::colour(Colour::card));
-            QCOMPARE(picture.pixelColor(0, 0), Theme::colour(Colour::window)); // rounded
+            QCOMPARE(picture.pixelColor(0, 0), Theme::colour(Colour::window)); // the corner is rounded
         }
     }
 

@@ -42,7 +42,7 @@ private Q_SLOTS:
 
     void whereBothDoNotFitTheTilesStandBelow()
     {
-        // As wide as the rows of the smallest window.
+        // 404 is the width of the rows in the smallest window.
         const TileWindow w(three, 404);
         for (int i = 0; i < 3; ++i)
             QCOMPARE(w.tile(i).geometry().topLeft(), QPoint(12 + i * 132, w.tile(0).y()));

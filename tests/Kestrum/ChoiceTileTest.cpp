@@ -56,7 +56,7 @@ private Q_SLOTS:
     {
         TileWindow w({ light });
         const QImage image = w.picture(w.tile(0), 2);
-        // A corner of radius 9 leaves 2.6 points on the way to the middle, 5.3 pixels.
+        // On the diagonal, a corner of radius 9 leaves 2.6 points empty, which is 5.3 pixels.
         for (const QPoint& corner : { QPoint(4, 4), QPoint(219, 4), QPoint(4, 143), QPoint(219, 143) })
             QCOMPARE(image.pixelColor(corner), QColor(Qt::white));
         for (const QPoint& edge : { QPoint(6, 6), QPoint(217, 6), QPoint(6, 141), QPoint(217, 141) })
@@ -64,7 +64,7 @@ private Q_SLOTS:
         QCOMPARE(image.pixelColor(9, 9), QColor(Qt::red));
         QCOMPARE(image.pixelColor(112, 74), QColor(Qt::red));
         QCOMPARE(image.pixelColor(18, 3), QColor(Qt::red));
-        // Nothing of it in the gap below, nor behind the title.
+        // The picture reaches neither into the gap below nor behind the title.
         for (int x = 0; x < image.width(); ++x)
             QCOMPARE(image.pixelColor(x, 150), QColor(Qt::white));
     }
@@ -112,7 +112,7 @@ private Q_SLOTS:
         point({ 50, 30 });
         QTRY_VERIFY(middle() != plain);
         QCOMPARE(w.picture(tile, 2).copy(0, 160, 224, 40), before.copy(0, 160, 224, 40));
-        // One that is selected has its mark already.
+        // A selected tile has its mark already, so hovering changes nothing.
         tile.setSelected(true);
         const QImage hovered = w.picture(tile, 2);
         point({ 50, -5 });
@@ -137,7 +137,7 @@ private Q_SLOTS:
         QVERIFY(plain.drawn(room, primary).isNull());
         QVERIFY(!plain.drawn(room, secondary).isNull());
         QVERIFY(!selected.drawn(room, primary).isNull());
-        // Semibold is wider, and both stand in the middle.
+        // Semibold text is wider; both texts are centred.
         QVERIFY(selected.drawn(room).width() > plain.drawn(room).width() + 1);
         QVERIFY(std::abs(plain.drawn(room).center().x() - 56) <= 1);
         QVERIFY(std::abs(selected.drawn(room).center().x() - 56) <= 1);

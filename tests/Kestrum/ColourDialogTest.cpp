@@ -7,7 +7,7 @@
 #include <QTranslator>
 
 using namespace kestrum;
-/// Where the colour dialog opens, and how it is written.
+/// Where the colour dialog opens, and how its texts are laid out.
 class ColourDialogTest : public QObject {
     Q_OBJECT
     using Fixture = ColourWellFixture;
@@ -56,7 +56,7 @@ private Q_SLOTS:
         QCOMPARE(dialog.left(), screen.left());
     }
 
-    // In letters that join, of which a mark of an access key makes other ones.
+    // Arabic letters join, and the marker of an access key changes their shapes.
     void nothingIsCutInTheDialogInArabic()
     {
         QTranslator arabic;

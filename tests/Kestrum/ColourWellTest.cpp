@@ -93,7 +93,7 @@ private Q_SLOTS:
         QVERIFY(!dialog->testOption(QColorDialog::ShowAlphaChannel));
         QCOMPARE(dialog->windowTitle(), QStringLiteral("CPU colour"));
         QCOMPARE(dialog->parentWidget()->window(), &fixture.window);
-        // The window takes clicks while it is open.
+        // The window accepts clicks while the dialog is open.
         QTest::mouseClick(fixture.well, Qt::LeftButton);
         QCOMPARE(fixture.well->findChildren<QColorDialog*>().size(), 1);
         QCOMPARE(fixture.dialog(), dialog);
@@ -113,7 +113,7 @@ private Q_SLOTS:
         QCOMPARE(fixture.lastPick(), fixture.well->colour());
         QCOMPARE(fixture.lastPick().rgb(), fixture.dialog()->currentColor().rgb());
         QCOMPARE(fixture.lastPick().alpha(), 255);
-        // The same place again is no movement.
+        // A click at the same place is no movement.
         QTest::mouseClick(field, Qt::LeftButton, {}, { 120, 30 });
         QCOMPARE(fixture.picks.size(), 4);
     }
@@ -129,7 +129,7 @@ private Q_SLOTS:
             QCOMPARE(dialog->currentColor().alpha(), 255);
             QCOMPARE(fixture.picks.size(), 0);
         }
-        // What is finer than the dialog's bytes stays with the well.
+        // The well keeps a colour that is finer than the dialog's 8 bits per component.
         const QColor fine = QColor::fromRgbF(0.5011F, 0.2513F, 0.7507F);
         fixture.well->setColour(fine);
         QCOMPARE(fixture.well->colour(), fine);
@@ -138,14 +138,14 @@ private Q_SLOTS:
 
     void whatComesBackRoundedDoesNotMoveTheDialog()
     {
-        // Almost black: a byte each for red, green and blue says little of the hue that people are at.
+        // Almost black: 8-bit red, green and blue hardly determine the hue that people have chosen.
         const QColor dark = QColor::fromHsv(10, 200, 6);
         QList<QList<int>> ways;
         for (const bool isFollowing : { false, true }) {
             const Fixture fixture;
             fixture.well->setColour(dark);
             const QPointer<QColorDialog> dialog = fixture.opened();
-            // As a store does that keeps four decimals.
+            // Rounds to four decimals, like the store.
             connect(fixture.well, &ColourWell::picked, fixture.well, [&](const QColor& colour) {
                 const auto rounded = [](float part) { return float(std::round(part * 10000) / 10000); };
                 if (isFollowing)
@@ -265,7 +265,7 @@ private Q_SLOTS:
 
     void theKeyboardsPlaceIsMarkedWhole()
     {
-        // On a page that leaves no room around it.
+        // On a page that has no room around the well.
         auto* tight = new QWidget;
         auto* well = new ColourWell(tight);
         tight->setFixedSize(well->sizeHint());

@@ -24,7 +24,7 @@ template <class Picker> QSet<int> widths(const QWidget& page)
     return widths;
 }
 
-/// Shows `page` as it is in a window that is 640 wide.
+/// Shows `page` at its size in a window that is 640 wide.
 void show(QWidget& page)
 {
     page.resize(436, 480);
@@ -32,7 +32,7 @@ void show(QWidget& page)
     QVERIFY(QTest::qWaitForWindowExposed(&page));
 }
 
-/// A page of three sections with a button and a footnote each, in a window that is too low for it.
+/// A page of three sections with a button and a footnote each, in a window that is too low for the page.
 struct FormPageFixture {
     QWidget window;
     FormPage* page = new FormPage(&window);
@@ -91,7 +91,7 @@ private Q_SLOTS:
         GeneralPage general;
         show(general);
         QCOMPARE(widths<PopupPicker>(general).size(), 1);
-        // As wide as the widest of them needs, and no wider.
+        // Each segment is as wide as the widest one needs, and no wider.
         int widest = 0;
         for (const auto* picker : general.findChildren<PopupPicker*>())
             widest = std::max(widest, picker->ownWidth());
@@ -109,7 +109,7 @@ private Q_SLOTS:
             for (const auto* segment : segments) {
                 QCOMPARE(segment->x(), end);
                 end = segment->geometry().right() + 1;
-                // Each got the same.
+                // All segments got the same extra width.
                 const int more = segment->width() - segment->sizeHint().width();
                 QVERIFY(surplus < 0 || std::abs(more - surplus) <= 1);
                 surplus = more;
@@ -128,7 +128,7 @@ private Q_SLOTS:
             QVERIFY(fixture.shows(*fixture.buttons[next]));
             QVERIFY(fixture.shows(*fixture.footnote(next)));
         }
-        // The end of the page, with its margin.
+        // Scrolled to its end, the page shows its lower margin.
         const QScrollBar& bar = *fixture.page->verticalScrollBar();
         QVERIFY(bar.maximum() > 0);
         QCOMPARE(bar.value(), bar.maximum());

@@ -20,7 +20,8 @@ QList<Choice<double>> intervals()
 
 } // namespace
 
-/// Rows bound to a suite of their own, whose file another store of the same suite writes too, as another process would.
+/// Rows that are bound to a suite of their own. Another store of the same suite stands for another process that writes the
+/// same file.
 class FormRowsTest : public QObject, OwnSuite {
     Q_OBJECT
 
@@ -50,7 +51,7 @@ private:
         {
             theSegments().findChildren<QAbstractButton*>()[index]->click();
         }
-        /// As the keyboard does with a closed list.
+        /// Chooses by a key, as the keyboard does in a closed list.
         static void choose(PopupPicker& picker, int key) { QTest::keyClick(&picker, Qt::Key(key)); }
     };
 
@@ -141,7 +142,7 @@ private Q_SLOTS:
         QVERIFY(m_other->apply(strange, {}));
         const QByteArray file = contentOf(path());
         const Rows rows(*this);
-        QVERIFY(rows.theSwitch().isChecked()); // a flag is on or off: everybody reads its default
+        QVERIFY(rows.theSwitch().isChecked()); // a value that is no flag counts as the default
         QCOMPARE(rows.theSegments().index(), -1);
         QCOMPARE(rows.thePopup().index(), -1);
         QCOMPARE(rows.theInterval().index(), -1);
@@ -161,13 +162,13 @@ private Q_SLOTS:
         const Rows rows(*this);
         QVERIFY(m_other->set("meterStyle", QStringLiteral("pie")));
         QTRY_COMPARE(rows.theSegments().index(), -1);
-        QVERIFY(m_other->set("meterStyle", 7)); // of no text's kind: as if absent
+        QVERIFY(m_other->set("meterStyle", 7)); // no text: as if the key were absent
         QTRY_COMPARE(rows.theSegments().index(), 0);
     }
 
     void whatCannotBeSavedGoesBack()
     {
-        // What stands in the file's place is not written over.
+        // A directory in the file's place makes every save fail.
         QVERIFY(QDir().mkpath(path()));
         const Rows rows(*this);
         QTest::mouseClick(&rows.theSwitch(), Qt::LeftButton);

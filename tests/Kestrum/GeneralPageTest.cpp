@@ -30,7 +30,7 @@ struct GeneralPageWindow {
         QTest::qWait(20);
     }
 
-    /// What is seen of a kind, from top to bottom and then from left to right.
+    /// The visible widgets of a type, from top to bottom, then from left to right.
     template <class Part> QList<Part*> seen() const
     {
         QList<Part*> parts;
@@ -74,14 +74,14 @@ class GeneralPageTest : public QObject {
 
     std::optional<TestBundle> m_bundle;
 
-    /// From now on the running program tells this of itself.
+    /// From now on the main bundle has the property list `info`.
     void run(const QByteArray& info)
     {
-        m_bundle.reset(); // puts back what was before it, so it goes first
+        m_bundle.reset(); // its destructor restores the earlier main bundle, so it goes first
         m_bundle.emplace(info, QList<QByteArray> { "en", "fr", "de" });
     }
 
-    /// Key, title, position of the default, what is shown of each choice, and what is stored for it.
+    /// Rows: key, title, position of the default, the texts shown, and the values stored.
     static void pickers()
     {
         QTest::addColumn<QString>("key");
@@ -121,7 +121,7 @@ private Q_SLOTS:
         for (const Card* card : shown.seen<Card>())
             headings.append(card->accessibleName());
         QCOMPARE(headings.join(u'|'), QStringLiteral("Startup||Units|Sampling|Updates"));
-        // With the headings, and without any footnote.
+        // The texts include the headings. There is no footnote.
         QStringList texts;
         for (const QLabel* label : shown.seen<QLabel>())
             texts.append(label->text());
@@ -164,7 +164,7 @@ private Q_SLOTS:
         const Shown page;
         for (int i = int(values.size()) - 1; i >= 0; --i) {
             FormHand::choose(page.picker(key), i);
-            // A number as a number, not as a text of it.
+            // A number is stored as a number, not as text.
             QCOMPARE(stored(key), values.at(i));
             QCOMPARE(page.picker(key).index(), i);
         }
@@ -220,7 +220,7 @@ private Q_SLOTS:
         QVERIFY(qobject_cast<GeneralPage*>(w.view.pageWidget()));
         const auto& after = *w.view.findChild<PopupPicker*>(QStringLiteral("language"));
         QCOMPARE(after.currentText(), QStringLiteral("Deutsch"));
-        // Languages keep their own names.
+        // Each language's name is written in that language.
         QCOMPARE(
             FormHand::titles(after).join(u','), QStringLiteral("Systemsprache,Deutsch,English,Français"));
     }
@@ -318,7 +318,7 @@ private Q_SLOTS:
         QTest::qWait(quietTime);
         QCOMPARE(settings.count + quit.count + available.count, 0);
         QCOMPARE(SharedSettings::store().storedDictionary(), before);
-        // What is disabled asks for nothing.
+        // A disabled button posts no request.
         FormHand::storeElsewhere("updaterCanCheck", false);
         QTRY_VERIFY(!page.checkNow().isEnabled());
         QTest::mouseClick(&page.checkNow(), Qt::LeftButton);

@@ -17,7 +17,7 @@ namespace {
 
 constexpr int symbolBox = 20;
 
-/// The header on the window's ground.
+/// The header on the window's background.
 QImage picture(ItemHeader& header, int scale = 1)
 {
     header.resize(header.sizeHint() + QSize(40, 0));
@@ -28,7 +28,7 @@ QImage picture(ItemHeader& header, int scale = 1)
     return image;
 }
 
-/// The symbol alone, on the same ground.
+/// The symbol alone, on the same background.
 QImage symbol(const QString& name, const QColor& colour, int scale)
 {
     const QImage plain = SymbolImage::image(name, 14, colour, scale);
@@ -36,7 +36,7 @@ QImage symbol(const QString& name, const QColor& colour, int scale)
     image.setDevicePixelRatio(scale);
     image.fill(Theme::colour(Theme::Colour::window));
     QPainter(&image).drawImage(0, 0, plain);
-    // Its ink only: what is empty of its field may reach beyond the header.
+    // Cropped to the symbol's ink: its empty margins may reach beyond the header.
     return image.copy(QRegion(QBitmap::fromImage(plain.createAlphaMask())).boundingRect());
 }
 
@@ -105,7 +105,7 @@ private Q_SLOTS:
             header.setLayoutDirection(direction);
             header.setFixedWidth(200);
             const QImage image = picture(header);
-            QList<int> columns; // from the leading edge
+            QList<int> columns; // x positions, from the leading edge
             for (int x = 0; x < image.width(); ++x) {
                 for (int y = 0; y < image.height(); ++y) {
                     if (image.pixelColor(x, y) != Theme::colour(Theme::Colour::window)) {

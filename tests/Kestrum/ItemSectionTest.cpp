@@ -10,7 +10,7 @@ class ItemSectionTest : public QObject {
 
     using Page = MenuBarPageWindow;
 
-    /// Keys and the sections whose controls edit them.
+    /// Rows: a key, and the section whose control edits the key.
     static void keys(std::initializer_list<std::pair<const char*, int>> places)
     {
         QTest::addColumn<int>("place");
@@ -81,7 +81,7 @@ private Q_SLOTS:
         QTest::newRow("three") << QStringList { QStringLiteral("Level 0"), QStringLiteral("Level 1"),
             QStringLiteral("Level 2") }
                                << QStringLiteral("Level 0 cores");
-        // A name is shown as it is.
+        // The name is shown unchanged.
         QTest::newRow("an odd name") << QStringList { QStringLiteral("%@"), QStringLiteral("b") }
                                      << QStringLiteral("%@ cores");
     }
@@ -117,7 +117,7 @@ private Q_SLOTS:
         QTRY_COMPARE(text(), QStringLiteral("The readout turns amber at 185°F and red at 203°F."));
         FormHand::storeElsewhere("temperatureUnit", QStringLiteral("celsius"));
         QTRY_COMPARE(text(), QStringLiteral("The readout turns amber at 85°C and red at 95°C."));
-        // What is unknown goes by the region.
+        // An unknown value means the unit of the region.
         setSession("LANG=en_US.UTF-8");
         FormHand::storeElsewhere("temperatureUnit", QStringLiteral("Celsius"));
         QTRY_COMPARE(text(), QStringLiteral("The readout turns amber at 185°F and red at 203°F."));

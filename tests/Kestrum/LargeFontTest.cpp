@@ -1,5 +1,5 @@
-// The size of the desktop's font, as a desktop tells it to the toolkit: by the settings of one whose theme the toolkit has built in.
-// It reads them when a program starts, and when it hears that colours were changed there.
+// The size of the desktop's font, which the toolkit reads from the settings of a desktop whose theme is built into the
+// toolkit: at a program's start, and when a change of colours is announced.
 
 #include "Kestrum/Form/Theme.h"
 #include "tests/Support/LayoutFaults.h"
@@ -62,7 +62,7 @@ private Q_SLOTS:
         QTEST(sizes[1].toDouble(), "footnote");
     }
 
-    // This program itself has the largest texts that there are.
+    // This test program itself runs with the largest font size.
     void nothingIsCutWithTheLargestTexts_data()
     {
         QTest::addColumn<QByteArray>("language");
@@ -89,7 +89,7 @@ private Q_SLOTS:
         }
     }
 
-    // Last, as this program keeps it.
+    // This test is the last one, because the program keeps the new font.
     void anotherFontIsFollowedAtOnce()
     {
         SettingsView view;
@@ -124,7 +124,7 @@ KESTRUM_TEST_MAIN_OF(LargeFontTest)(int argc, char** argv)
     const SessionBus bus;
     if (!display.isUp() || !bus.isUp())
         return 1;
-    qRegisterMetaType<QDBusVariant>(); // or the toolkit could not listen
+    qRegisterMetaType<QDBusVariant>(); // without this type, the toolkit could not receive the signal
     tellFont(30);
     QApplication application(argc, argv);
     LargeFontTest test;

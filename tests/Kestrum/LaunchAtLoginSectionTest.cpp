@@ -76,7 +76,7 @@ private Q_SLOTS:
     }
     void cleanupTestCase() { m_fixture.reset(); }
 
-    // The first one: what is known stays known as long as the process lives.
+    // This test is the first one: once known, the state stays known until the process ends.
     void untilTheStateIsKnownTheSwitchKeepsItsRoomUnseen()
     {
         QVERIFY(m_fixture->service().registerItem());
@@ -106,7 +106,7 @@ private Q_SLOTS:
 
     void aSectionThatComesIntoAnActiveWindowReadsTheState()
     {
-        // As when its page is chosen.
+        // A section appears in the active window when its page is chosen.
         Shown before;
         before.show();
         QTest::qWait(50);
@@ -178,7 +178,7 @@ private Q_SLOTS:
         Shown shown;
         shown.show();
         QTRY_VERIFY(shown.needsApproval());
-        // With a block all three of them are there.
+        // With a block, all three rows are visible.
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
         reactivate(shown);
         QTRY_COMPARE(shown.status(), QStringLiteral("Login items are disabled in this build."));
@@ -211,7 +211,7 @@ private Q_SLOTS:
         const auto alerts = HeardEvents::taken(QAccessible::Alert);
         QCOMPARE(alerts.size(), 1);
         QCOMPARE(alerts[0].object, shown.rows[2]);
-        // Coming back to the window is no news.
+        // A window that becomes active again announces no error a second time.
         reactivate(shown);
         QTest::qWait(50);
         QVERIFY(!shown.status().isEmpty());
@@ -272,7 +272,7 @@ private Q_SLOTS:
         QTRY_COMPARE(shown.status(), QStringLiteral("Kestrum is not allowed to run in the background."));
         QCOMPARE(shown.statusColour(), shade(Theme::Colour::error));
         QTRY_VERIFY(!shown.toggle->isChecked());
-        // A block's message takes the place of the error's.
+        // The message of a block replaces the message of the error.
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
         reactivate(shown);
         QTRY_COMPARE(shown.status(), QStringLiteral("Login items are disabled in this build."));
@@ -316,7 +316,7 @@ private Q_SLOTS:
             QVERIFY(!shown.toggle->isEnabled());
             QCOMPARE(shown.status(), message);
             QCOMPARE(shown.statusColour(), shade(Theme::Colour::secondaryText));
-            // It shows what is, all the same.
+            // The disabled switch still shows the real state.
             QTRY_VERIFY(shown.toggle->isChecked());
             QTest::mouseClick(shown.toggle, Qt::LeftButton);
             QVERIFY(shown.toggle->isChecked());
@@ -346,7 +346,7 @@ private Q_SLOTS:
         Shown shown;
         shown.show();
         QTRY_VERIFY(shown.toggle->isChecked());
-        // Meanwhile, in the desktop's settings.
+        // People switch the login item off in the desktop's settings.
         QWidget other;
         other.show();
         other.activateWindow();

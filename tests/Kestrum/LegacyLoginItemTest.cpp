@@ -8,7 +8,7 @@
 
 using namespace kestrum;
 
-/// The login item of the settings application itself, which earlier versions made.
+/// The login item that earlier versions made for the settings application itself.
 class LegacyLoginItemTest : public QObject {
     Q_OBJECT
 
@@ -32,7 +32,7 @@ private Q_SLOTS:
         LoginItemManager::unregisterLegacyMainAppOnce();
         QTRY_VERIFY(!QFile::exists(legacy()));
         QTRY_VERIFY(isDone());
-        // The agent's stays.
+        // The agent's login item stays.
         QCOMPARE(QDir(LoginItemFixture::folder()).entryList(QDir::Files),
             QStringList { QFileInfo(LoginItemFixture::entry()).fileName() });
         write(legacy(), "[Desktop Entry]\nmade anew by hand\n");

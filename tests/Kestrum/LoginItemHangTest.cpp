@@ -24,9 +24,9 @@ const QList<int> makeDirectory { SYS_mkdir, SYS_mkdirat };
 const QList<int> makeDirectory { SYS_mkdirat };
 #endif
 
-/// A program that switches the login item on twice, so that the second time it is made anew after a pause, and ends meanwhile.
-/// Where the making of the folder hangs, it comes back when the application object has gone. Prints how many milliseconds
-/// that took to go, how many calls came back after it, and what there is in the end.
+/// A program that switches the login item on twice and then ends. The second change waits for a pause before the item is made
+/// anew. If `hangs`, the mkdir call hangs and returns only after the application object is destroyed. The program prints how
+/// many milliseconds the destruction took, how many calls returned after it, and whether the login item exists at the end.
 int switchOnAndEnd(int argc, char** argv, bool hangs)
 {
     const TestHome home;
@@ -54,7 +54,7 @@ int switchOnAndEnd(int argc, char** argv, bool hangs)
     return 0;
 }
 
-/// One that ends while the call hangs.
+/// A program that ends while the call hangs.
 int switchOnAndLeave(int argc, char** argv)
 {
     const TestHome home;
@@ -70,7 +70,7 @@ int switchOnAndLeave(int argc, char** argv)
 
 } // namespace
 
-/// The end of the application while the login item is being changed.
+/// The application ends while the login item is being changed.
 class LoginItemHangTest : public QObject {
     Q_OBJECT
 
@@ -125,7 +125,7 @@ private Q_SLOTS:
         QCOMPARE(outcome.errors, QByteArray());
         const qint64 end = outcome.words.value(0).toLongLong();
         QVERIFY2(end >= 1900 && end < 5000, qPrintable(QString::number(end)));
-        // And what waited behind it was not begun.
+        // The change that waited behind the hanging one was not started.
         QCOMPARE(outcome.words.value(1), QByteArray("1"));
     }
 };

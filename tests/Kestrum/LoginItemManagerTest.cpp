@@ -1,5 +1,5 @@
-// Longer than other files: what one manager finds out all others of the process know, and these tests are the life of one process,
-// from when nothing is known.
+// Longer than other files: all managers of a process share what one of them has read, and these tests cover the life of one
+// process, starting when nothing is known yet.
 
 #include "Kestrum/Agent/LoginItemManager.h"
 
@@ -20,7 +20,7 @@ using Block = LoginItemManager::Block;
 namespace {
 
 QStringList logged;
-QStringList reasons; // for whoever looks into the log
+QStringList reasons; // for the log
 
 void remember(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
@@ -32,7 +32,7 @@ void remember(QtMsgType type, const QMessageLogContext& context, const QString& 
         reasons.append(message);
 }
 
-/// A variable of the environment for as long as this lives.
+/// An environment variable that is set for as long as this object lives.
 struct Variable {
     const char* name;
     Variable(const char* variable, const char* value)
@@ -69,7 +69,7 @@ private Q_SLOTS:
         m_fixture.reset();
     }
 
-    // The first one: what is known stays known as long as the process lives.
+    // This test is the first one: once known, the state stays known until the process ends.
     void atFirstNothingIsKnown()
     {
         LoginItemManager manager;
@@ -80,9 +80,9 @@ private Q_SLOTS:
         QVERIFY(!manager.needsApproval());
         QSignalSpy changes(&manager, &LoginItemManager::changed);
         manager.refresh();
-        // Read elsewhere, and told from the event loop.
+        // The state is read on another thread, and the result comes by the event loop.
         QVERIFY(!LoginItemManager::isKnown());
-        // That it is known now is news, though the state is the same.
+        // That the state is now known counts as a change, although its value is the same.
         QTRY_COMPARE(changes.size(), 1);
         QVERIFY(LoginItemManager::isKnown());
         QCOMPARE(manager.status(), Status::notRegistered);
@@ -172,7 +172,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         manager.setEnabled(true);
-        // Unregistered first…
+        // The item is unregistered first.
         QTRY_VERIFY(!QFile::exists(LoginItemFixture::entry()));
         QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
         QVERIFY2(
@@ -198,7 +198,7 @@ private Q_SLOTS:
     {
         LoginItemManager manager;
         settle(manager, Status::notRegistered);
-        // Somebody else is faster.
+        // Another process registers the item earlier.
         QVERIFY(m_fixture->service().registerItem());
         QCOMPARE(m_fixture->service().registerItem().failure().error, 12);
         QSignalSpy readings(&manager, &LoginItemManager::refreshed);
@@ -237,7 +237,7 @@ private Q_SLOTS:
                               .arg(m_fixture->agentProgram()) });
         // The switch goes back to the real state.
         QTRY_COMPARE(manager.status(), Status::notRegistered);
-        // And the next change forgets the message at once.
+        // The next change clears the message at once.
         manager.setEnabled(true);
         QVERIFY(!manager.lastError());
         QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
@@ -388,7 +388,7 @@ private Q_SLOTS:
         {
             LoginItemManager manager;
             settle(manager, Status::notRegistered);
-            // A file where the folder of the entries belongs.
+            // A file is in place of the entries' folder.
             QDir(LoginItemFixture::folder()).removeRecursively();
             QFile file(LoginItemFixture::folder());
             QVERIFY(file.open(QIODevice::WriteOnly));
@@ -408,7 +408,7 @@ private:
         Setting { Keys::language }.set(QStringLiteral("fr"));
     }
 
-    /// Waits until the manager has read that state.
+    /// Waits until the manager has read the state `status`.
     static void settle(LoginItemManager& manager, Status status)
     {
         manager.refresh();

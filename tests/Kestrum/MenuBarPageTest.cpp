@@ -56,9 +56,9 @@ private Q_SLOTS:
         const Page shown;
         const Card& card = shown.section(place);
         QTEST(shown.labels(place), "rows");
-        // Only the items have a symbol.
+        // Only the sections of items have a symbol in their headers.
         QCOMPARE(card.findChildren<ItemHeader*>().size(), place > Page::allItems ? 1 : 0);
-        // Assistive programs say to which section a row belongs.
+        // Screen readers use this name to say which section a row belongs to.
         QCOMPARE(card.accessibleName(), shown.heading(place));
         for (const auto* row : card.findChildren<Row*>()) {
             const auto* label = row->findChild<QLabel*>();
@@ -91,7 +91,7 @@ private Q_SLOTS:
         QImage picture(section.size(), QImage::Format_ARGB32_Premultiplied);
         picture.fill(Qt::transparent);
         section.render(&picture, {}, {}, QWidget::DrawChildren);
-        // Outside of the plate's corner, inside of what a card's would be.
+        // The place is outside of the plate's rounded corner, but a card's corner would contain it.
         QVERIFY(picture.pixelColor(3, 3).alpha() < 60);
         QCOMPARE(picture.pixelColor(14, 1).alpha(), 255);
     }
@@ -182,16 +182,16 @@ private Q_SLOTS:
             if (!page->isAncestorOf(control))
                 continue;
             places.append(control->mapTo(page->widget(), QPoint()));
-            // It is brought into view, whatever was in view before.
+            // The page scrolls the focused control into view.
             const QRect seen(control->mapTo(page->viewport(), QPoint()), control->size());
             QVERIFY2(page->viewport()->rect().contains(seen), qPrintable(control->objectName()));
         }
         QVERIFY(w.sidebar().hasFocus());
-        // The strip, eleven pickers, four switches and a well.
+        // The controls are the strip, eleven pickers, four switches and a well.
         QCOMPARE(places.size(), 17);
         if (key == Qt::Key_Backtab)
             std::reverse(places.begin(), places.end());
-        // Below the one before, or in the same row behind it.
+        // Each control is below the one before, or behind it in the same row.
         for (qsizetype i = 1; i < places.size(); ++i) {
             const QPoint step = places[i] - places[i - 1];
             QVERIFY(step.y() > 20 || (std::abs(step.y()) < 8 && step.x() > 0));

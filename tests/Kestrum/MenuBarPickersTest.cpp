@@ -13,7 +13,7 @@ class MenuBarPickersTest : public QObject {
 
     enum Kind { segmented, popup };
 
-    /// Key, position of the default, and all choices as "stored=Shown".
+    /// Rows: key, position of the default, and all choices as "stored=Shown".
     static void pickers()
     {
         QTest::addColumn<QString>("key");
@@ -50,7 +50,7 @@ private Q_SLOTS:
         QCOMPARE(picker.titles(), titles);
         QTEST(int(picker.segmented ? segmented : popup), "kind");
         QTEST(picker.index(), "initial");
-        // Showing stores nothing.
+        // Showing the page stores nothing.
         QVERIFY(storedText(qPrintable(key)).isEmpty());
     }
 
@@ -61,7 +61,7 @@ private Q_SLOTS:
         QFETCH(QStringList, choices);
         const Page shown;
         const auto picker = shown.picker(key);
-        // Not the one first that is shown.
+        // The choice that is shown at first is not the first one to be chosen.
         for (int index = int(choices.size()) - 1; index >= 0; --index) {
             picker.choose(index);
             QCOMPARE(storedText(qPrintable(key)), choices[index].section(u'=', 0, 0));
@@ -88,15 +88,15 @@ private Q_SLOTS:
     {
         QFETCH(QString, key);
         QFETCH(QStringList, choices);
-        // These two have the setting of an earlier version to go by.
+        // These two pickers fall back to a setting of an earlier version.
         const bool goesByPercent = key == u"memoryReadout" || key == u"storageReadout";
-        const QString nonsense = choices.first().section(u'=', 1); // a title is not what is stored
+        const QString nonsense = choices.first().section(u'=', 1); // the title is no stored value
         SharedSettings::store().set(key.toStdString(), nonsense);
         const Page shown;
         const auto picker = shown.picker(key);
         QCOMPARE(picker.index(), goesByPercent ? 1 : -1);
         QCOMPARE(storedText(qPrintable(key)), nonsense);
-        // While the page is open too.
+        // The open page follows, too.
         FormHand::storeElsewhere(qPrintable(key), choices.last().section(u'=', 0, 0));
         QTRY_COMPARE(picker.index(), int(choices.size()) - 1);
         FormHand::storeElsewhere(qPrintable(key), nonsense);
@@ -138,7 +138,7 @@ private Q_SLOTS:
         FormHand::storeElsewhere(Keys::showMemoryPercent.name, index == 0);
         QTRY_COMPARE(picker.index(), 1 - index);
         QCOMPARE(storedText(qPrintable(key)), QStringLiteral("nonsense"));
-        // From here on it has no say.
+        // From here on, the earlier version's setting has no effect.
         picker.choose(2);
         FormHand::storeElsewhere(Keys::showMemoryPercent.name, index != 0);
         QTest::qWait(20);

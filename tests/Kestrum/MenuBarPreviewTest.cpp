@@ -42,7 +42,7 @@ class MenuBarPreviewTest : public QObject {
         }
     }
 
-    /// The window as it opens for who chose nothing, and its preview.
+    /// The window with the default settings, and its preview.
     struct Shown {
         SettingsWindow window;
         MenuBarPreview& preview = *window.view.findChild<MenuBarPreview*>();
@@ -51,7 +51,7 @@ class MenuBarPreviewTest : public QObject {
         QImage picture() const { return preview.grab().toImage(); }
         /// The strip's place on the plate.
         QRect place() const { return QRect(strip.mapTo(&preview, QPoint(0, 0)), strip.size()); }
-        /// Whether an end of the strip fades into the plate, with a sign on it.
+        /// Whether an end of the strip fades into the plate and has an arrow there.
         bool fadesAt(Qt::Edge edge) const
         {
             const int outermost = edge == Qt::LeftEdge ? 0 : strip.width() - 1;
@@ -116,7 +116,7 @@ private Q_SLOTS:
         preview.resize(600, preview.sizeHint().height());
         const QImage image = picture(preview);
         QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
-        // On the diagonal the curve begins at 14 less 14/√2, which is 4.1.
+        // On the diagonal, the curve begins at 14 − 14/√2 = 4.1.
         QVERIFY(image.pixelColor(3, 3).alpha() < 40);
         QVERIFY(image.pixelColor(4, 4).alpha() > 120);
         QVERIFY(image.pixelColor(10, 0).alpha() < 255);
@@ -138,7 +138,7 @@ private Q_SLOTS:
         preview.setLayoutDirection(direction);
         preview.resize(600, preview.sizeHint().height());
         QCOMPARE(preview.height(), 22 + 2 * 30);
-        picture(preview); // lays it out
+        picture(preview); // triggers the layout
         const MenuBarStripView& view = *preview.strip()->view();
         const QRectF row = view.widgetRect(QRectF(QPointF(0, 0), view.intrinsicContentSize()));
         const QRectF place = row.translated(view.mapTo(&preview, QPoint(0, 0)));
@@ -148,7 +148,7 @@ private Q_SLOTS:
             QVERIFY(std::abs(place.right() - 570) < 1);
         else
             QCOMPARE(place.left(), 30.0);
-        // The order of the items is the menu bar's, whatever the direction of writing.
+        // The items have the menu bar's order in both writing directions.
         QCOMPARE(view.items().first().section, MonitorSection::storage);
     }
 
@@ -163,7 +163,7 @@ private Q_SLOTS:
         QCOMPARE(shown.strip.size(), shown.strip.view()->sizeHint());
         QVERIFY(shown.preview.rect().contains(shown.place()));
         QVERIFY(!shown.fadesAt(Qt::LeftEdge) && !shown.fadesAt(Qt::RightEdge));
-        // It keeps from the trailing edge as far as there is room, and never as near as the corner.
+        // The strip has its full distance from the trailing edge, or is centred where the room is smaller.
         const int fromEdge = shown.preview.width() - 1 - shown.place().right();
         const int room = (shown.preview.width() - shown.strip.width()) / 2;
         QCOMPARE(fromEdge, std::min(room, 30 - MenuBarStripView::room.width()));
@@ -182,7 +182,7 @@ private Q_SLOTS:
             MenuBarStrip& strip = shown.strip;
             const int furthest = strip.view()->width() - strip.width();
             QVERIFY(furthest > 0);
-            // All of the plate but its edge is used then.
+            // Then the strip takes the whole plate except for its edge.
             QCOMPARE(shown.preview.width() - strip.width(), 2);
             QCOMPARE(strip.offset(), furthest);
             QVERIFY(shown.fadesAt(Qt::LeftEdge));
@@ -224,7 +224,7 @@ private Q_SLOTS:
         useThreads(32);
         const Shown shown;
         const QScrollBar& bar = *shown.window.view.findChild<MenuBarPage*>()->verticalScrollBar();
-        // As a mouse does it: only then does what is not taken go on to the page.
+        // The event is sent as from a mouse: only then does an unaccepted event reach the page.
         const auto turn = [&](QPoint angle, Qt::KeyboardModifiers modifiers) {
             MenuBarStripView& view = *shown.strip.view();
             const QPointF at = view.rect().center();
@@ -257,7 +257,7 @@ private Q_SLOTS:
                 QTest::keyClick(&view, Qt::Key(key));
             const QRect item = view.backdropRect(*view.item(*view.focused())).toAlignedRect();
             const QRect place(view.mapToParent(item.topLeft()), item.size());
-            // At an end of the strip nothing fades.
+            // At an end of the strip there is no fade.
             const bool isFirst = view.focused() == view.items().first().section;
             const bool isLast = view.focused() == view.items().last().section;
             QVERIFY(isFirst ? place.left() >= 0 : place.left() >= clear.left());

@@ -7,7 +7,7 @@ using namespace kestrum;
 
 using enum MonitorSection;
 
-/// The strip for those who work it without a pointer: by the keyboard, and with a screen reader.
+/// The strip without a pointer: by the keyboard, and with a screen reader.
 class MenuBarStripAccessTest : public QObject {
     Q_OBJECT
 
@@ -25,7 +25,7 @@ private Q_SLOTS:
         w.strip.setFocus(Qt::TabFocusReason);
         QCOMPARE(w.strip.focused(), storage);
         QVERIFY(w.picture() != plain);
-        // The ring is 1 beside the backdrop's ground and 2 wide.
+        // The ring starts 1 outside of the item's backdrop and is 2 wide.
         QCOMPARE(w.pixel(-4.5, 11).alpha(), 0);
         QCOMPARE(w.pixel(-5.5, 11).alpha(), 255);
         QCOMPARE(w.pixel(-6.5, 11).alpha(), 255);
@@ -106,7 +106,7 @@ private Q_SLOTS:
         StripWindow w;
         QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&w.strip);
         const QString hint = QStringLiteral("Drag to move, or press Alt with an arrow key.");
-        // Behind the readout, which assistive programs get by no other way.
+        // The hint follows the readout, which assistive programs can get only from this text.
         QCOMPARE(list->child(0)->text(QAccessible::Description), QStringLiteral("58%. ") + hint);
         SharedSettings::store().set("storageReadout", QStringLiteral("off"));
         QTRY_COMPARE(list->child(0)->text(QAccessible::Value), QString());

@@ -124,7 +124,7 @@ private Q_SLOTS:
         StripItems items;
         items.rebuild({ storage, sensors, memory, cpu }, std::make_shared<SampleReadings>());
         StatusMetricView& dragged = *items.item(sensors)->view;
-        // As after a rebuild with other widths: both neighbours' middles lie beyond the dragged item's edges.
+        // As after a rebuild with other widths: the middles of both neighbours lie beyond the dragged item's edges.
         items.item(storage)->view->moveLeftEdgeTo(500);
         items.item(memory)->view->moveLeftEdgeTo(-500);
         items.grab(*items.item(sensors), dragged.frame().left());
@@ -221,13 +221,13 @@ private Q_SLOTS:
         w.press(w.middle(storage));
         w.drag(w.middle(storage) + 5);
         const double left = w.frame(storage).left();
-        // The backdrop, on a piece of plate of its own: what it passes does not show through.
+        // The backdrop is drawn on an opaque piece of the plate, so items behind it do not show through.
         const QColor plate = StripBackground::plate(scheme);
         const QColor ground = w.pixel(left - 2, 11);
         QCOMPARE(ground.alpha(), 255);
         QVERIFY(std::abs(ground.red() - (plate.red() * 0.86 + ink.red() * 0.14)) <= 2);
         QVERIFY(std::abs(ground.blue() - (plate.blue() * 0.86 + ink.blue() * 0.14)) <= 2);
-        // Its shadow, more below than above.
+        // The shadow is stronger below than above.
         const auto shadow = [&](double x, double y) {
             const QColor pixel = w.pixel(x, y);
             return pixel.value() < 10 ? pixel.alpha() : 0;
@@ -242,7 +242,7 @@ private Q_SLOTS:
     {
         StripWindow w;
         w.show();
-        // The dragged storage item, which comes first in order, over the sensors item.
+        // The dragged storage item is the first in order. It is over the sensors item.
         const double grabbed = w.middle(storage);
         w.press(grabbed);
         w.drag(grabbed + w.frame(sensors).width() / 2);
@@ -277,7 +277,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         w.drag(grabbed - w.frame(memory).width());
-        // Its place is another one at once; what people see is on its way there.
+        // The item's place changes at once; the drawn item slides there.
         const double place = w.frame(memory).left();
         QVERIFY(place - before > 50);
         QVERIFY(w.shownLeft(memory) - before < 10);
@@ -287,7 +287,7 @@ private Q_SLOTS:
         QVERIFY2(
             timer.elapsed() >= 100 && timer.elapsed() < 600, qPrintable(QString::number(timer.elapsed())));
         QVERIFY(w.picture() != atOnce);
-        // Turned back on the way, it goes from where it is.
+        // An item that is sent back while it slides starts from where it is drawn.
         w.drag(grabbed);
         QTRY_VERIFY(w.shownLeft(memory) < place - 10);
         const double turned = w.shownLeft(memory);

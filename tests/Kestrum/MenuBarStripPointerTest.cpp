@@ -8,7 +8,7 @@ using namespace kestrum;
 
 using enum MonitorSection;
 
-/// What the strip finds under the pointer, and shows there.
+/// Which item the strip finds under the pointer, and what it shows there.
 class MenuBarStripPointerTest : public QObject {
     Q_OBJECT
 
@@ -44,7 +44,7 @@ private Q_SLOTS:
         QVERIFY(!w.strip.item(QPointF(x, 22.01)));
         QVERIFY(w.strip.item(QPointF(x, 0.01)));
         QVERIFY(!w.strip.item(QPointF(x, 0)));
-        // The same in the widget's own rows of pixels: 22 of them.
+        // The same in the widget's own coordinates, which have 22 rows of pixels.
         QVERIFY(w.strip.item(w.strip.stripPoint({ w.at(x).x(), 3 })));
         QVERIFY(!w.strip.item(w.strip.stripPoint({ w.at(x).x(), 2.99 })));
         QVERIFY(w.strip.item(w.strip.stripPoint({ w.at(x).x(), 24.99 })));
@@ -70,7 +70,7 @@ private Q_SLOTS:
         StripWindow w;
         w.show();
         const auto rest = [&w](double x, double y = 11) {
-            // One that is hidden stays for a moment.
+            // A hidden tool tip stays on the screen for a moment.
             QToolTip::hideText();
             if (!QTest::qWaitFor([] { return QToolTip::text().isEmpty(); }))
                 return QStringLiteral("the one before");
@@ -82,7 +82,7 @@ private Q_SLOTS:
         const QString hint = QStringLiteral("Drag to move, or press Alt with an arrow key.");
         QCOMPARE(rest(w.middle(sensors)), hint);
         QCOMPARE(rest(w.middle(cpu)), hint);
-        // None beside the items, and none for who is dragging already.
+        // There is no tool tip beside the items, and none during a drag.
         QCOMPARE(rest(w.middle(sensors), 24), QString());
         rest(w.middle(cpu));
         w.press(w.middle(cpu));
@@ -140,7 +140,7 @@ private Q_SLOTS:
         QCOMPARE(w.pixel(-4.5, 11).alpha(), 0);
         QVERIFY(w.pixel(-3.5, 11).alpha() > 30);
         QCOMPARE(w.pixel(w.frame(storage).right() + 5, 11).alpha(), 0);
-        // Six points round: the very corner is empty, and the edge full where the curve ends.
+        // The corner radius is 6: the very corner is empty, and the edge is opaque where the curve ends.
         QVERIFY(w.pixel(-3.5, 21.5).alpha() <= 2);
         QVERIFY(w.pixel(2.5, 21.5).alpha() >= 34);
         w.leave();

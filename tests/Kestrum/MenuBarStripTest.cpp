@@ -12,7 +12,7 @@
 
 using namespace kestrum;
 
-/// The strip in a row that is too narrow for it, or wide enough.
+/// The strip in a row that is too narrow or wide enough.
 class MenuBarStripTest : public QObject {
     Q_OBJECT
 
@@ -86,7 +86,7 @@ private Q_SLOTS:
         Row row(200, Qt::RightToLeft);
         QCOMPARE(row.strip->offset(), 0);
         QCOMPARE(row.strip->x(), 0);
-        // The rest is to the right of it.
+        // The hidden rest is to the right.
         QVERIFY(!qobject_cast<MoreMark*>(row.strip->childAt(1, 10)));
         QVERIFY(qobject_cast<MoreMark*>(row.strip->childAt(row.strip->width() - 2, 10)));
     }
@@ -113,7 +113,7 @@ private Q_SLOTS:
             row.turnWheel(backwards, modifiers);
         QCOMPARE(row.strip->offset(), 0);
         QCOMPARE(row.strip->view()->x(), 0);
-        // At an end too: the page would jump otherwise.
+        // At an end, too, the strip takes the event: otherwise the page would scroll.
         QVERIFY(row.turnWheel(backwards, modifiers));
     }
 
@@ -162,7 +162,7 @@ private Q_SLOTS:
     void aStripThatWasAllInViewShowsItsTrailingEndWhenItGetsNarrow()
     {
         Row row(2000);
-        // The keyboard's mark brings its item into view, which changes nothing here.
+        // The focused item is scrolled into view; here it already is.
         row.strip->view()->setFocus(Qt::TabFocusReason);
         for (int i = 0; i < 3; ++i)
             QTest::keyClick(row.strip->view(), Qt::Key_Right);

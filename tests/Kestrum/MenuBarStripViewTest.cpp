@@ -146,7 +146,7 @@ private Q_SLOTS:
             const double top = frame.top();
             item.view->draw(painter, QPointF(0, top), ColourScheme::light, scale);
             painter.end();
-            // Whole columns of the item, which must be the same ones shifted by whole pixels.
+            // Whole columns of the item: a move by whole pixels must shift them unchanged.
             const int width = int(frame.width() * scale) - 1;
             const int left = qRound(frame.left() * scale);
             QCOMPARE(strip.copy(left, 0, width, strip.height()), alone.copy(0, 0, width, strip.height()));

@@ -1,6 +1,6 @@
-// Pictures of every page, in both schemes and at two scales, in a language of each direction of writing, and of the states
-// that people seldom see: to be looked at; and what assistive programs are told of each page, as text. They are saved into "pictures" in the build
-// directory, or into KESTRUM_PICTURES.
+// Pictures of every page for people to look at: in both schemes, at two scales, in a language of each writing direction, and
+// in rare states. Texts list what each page shows to assistive programs. Everything is saved in the directory
+// KESTRUM_PICTURES, or else in "pictures" in the build directory.
 
 #include "Kestrum/Form/ColourWell.h"
 #include "Kestrum/Form/Switch.h"
@@ -29,7 +29,7 @@ class PagePicturesTest : public QObject {
     std::unique_ptr<LoginItemFixture> m_fixture;
     QDir m_folder { TestHome::root() + QStringLiteral("/pictures") };
 
-    /// A window as somebody has it who chose nothing, its agent running.
+    /// A window with the default settings, with an agent that runs unless `withAgent` is false.
     struct Scene {
         StandIns standIns;
         QProcess agent;
@@ -40,7 +40,8 @@ class PagePicturesTest : public QObject {
             if (withAgent) {
                 standIns.tree().write(QStringLiteral("Kestrum.app/KestrumAgent.app/Contents/Info.plist"),
                     contentOf(Bundle::main().path() + QStringLiteral("/Contents/Info.plist")));
-                // Wholly the ordinary user's, or that user may not see what it runs.
+                // All user and group ids become the ordinary user's; otherwise that user may not see which program the
+                // process runs.
                 agent.setChildProcessModifier([] {
                     ::setresgid(::getegid(), ::getegid(), ::getegid());
                     ::setresuid(::geteuid(), ::geteuid(), ::geteuid());
@@ -51,7 +52,7 @@ class PagePicturesTest : public QObject {
             window = std::make_unique<SettingsWindow>();
             QVERIFY(shows(withAgent ? QStringLiteral("On") : QStringLiteral("Off"))
                 || Setting { Keys::language }.value() != QLatin1String("system"));
-            // Until what is known of the login item is shown.
+            // Waits until the state of the login item is known and its switch is shown.
             view().showPage(SettingsPage::general);
             QTRY_VERIFY(loginItem().isVisible());
         }
@@ -63,7 +64,7 @@ class PagePicturesTest : public QObject {
         Q_DISABLE_COPY_MOVE(Scene)
         Switch& loginItem() { return *view().findChild<Switch*>(QStringLiteral("launchAtLogin")); }
         SettingsView& view() { return window->view; }
-        /// A text that people see in the window.
+        /// Whether the window shows a visible text.
         bool shows(const QString& text)
         {
             for (const QLabel* label : view().findChildren<QLabel*>()) {
@@ -76,7 +77,7 @@ class PagePicturesTest : public QObject {
 
     QString folder(const QString& name) const { return m_folder.filePath(name); }
 
-    /// Saves the window's pages and looks whether the pictures are there and are more than one colour.
+    /// Saves pictures of the window's pages, and checks that each exists and has more than one colour.
     void save(Scene& scene, const QString& name) const
     {
         QVERIFY(Pictures::save(scene.view(), folder(name)));
@@ -121,7 +122,7 @@ class PagePicturesTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // As the ordinary user that the fixture makes of root, whose own folders are out of reach.
+        // The fixture makes root an ordinary user. Root's own folders are out of reach for that user.
         m_fixture = std::make_unique<LoginItemFixture>();
         SettingsWindow::prepareProgram();
         const QString contents = Bundle::main().path() + QStringLiteral("/Contents/");
@@ -219,8 +220,8 @@ private Q_SLOTS:
         QTest::mouseClick(&scene.loginItem(), Qt::LeftButton);
         QTRY_VERIFY(scene.shows(QStringLiteral("Kestrum is not allowed to run in the background.")));
         QTRY_VERIFY(!scene.loginItem().isChecked());
-        QTest::qWait(200); // until its knob has arrived
-        // Of this page as it stands: another page would forget the error.
+        QTest::qWait(200); // until the switch's knob has stopped
+        // The page is not changed here: another page would clear the error.
         inBothSchemes([&](const QString& scheme) {
             saveWidget(scene.view(), QStringLiteral("error/general-") + scheme);
         });

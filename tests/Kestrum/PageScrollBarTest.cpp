@@ -12,7 +12,7 @@ using namespace kestrum;
 
 namespace {
 
-/// A page of so many rows.
+/// A page with `rows` rows.
 struct Page {
     FormPage page;
     Card* card = new Card;
@@ -49,7 +49,7 @@ private Q_SLOTS:
         page.addRows(20);
         QTRY_VERIFY(page.bar().isVisible());
         QCOMPARE(page.card->width(), width);
-        // In the margin, beside the cards.
+        // The bar is in the margin, beside the cards.
         const int card = page.card->mapTo(&page.page, QPoint(width, 0)).x();
         QVERIFY(page.bar().x() >= card);
         QCOMPARE(page.bar().geometry().right(), page.page.width() - 1);
@@ -64,7 +64,7 @@ private Q_SLOTS:
             const QString text = QStringLiteral("several ").repeated(words).trimmed();
             page.card->add(new Row(text, new PushButton(QStringLiteral("Button"))));
             page.card->setFootnote(text);
-            QTest::qWait(1); // until the new row is seen
+            QTest::qWait(1); // until the new row is laid out
             const int height = page.page.widget()->heightForWidth(436);
             page.page.resize(436, height);
             QTest::qWait(1);

@@ -30,7 +30,7 @@ PanelPixels drawn(ColourScheme scheme, PopoverBackground background,
         Qt::white, scale);
 }
 
-/// Where the sample leaves the panel's ground free: its paddings, and beside the title.
+/// The parts of the sample panel without any content: its paddings, and the room beside the title.
 const std::initializer_list<QRectF> grounds { { 11, 17, 4, 10 }, { 11, 30, 4, 43 }, { 17, 10, 94, 3 },
     { 85, 10, 26, 17 } };
 
@@ -87,7 +87,7 @@ private Q_SLOTS:
         const PanelPixels pixels = drawn(dark, opaque);
         const QColor panel(31, 33, 36);
         QCOMPARE(pixels.drawn(everywhere, panel), QRectF(10, 9, 102, 65));
-        // Its corner is rounded by 12, drawn at half its size; the others lie outside.
+        // The panel's corner has radius 12, drawn at half size. Its other corners are outside of the picture.
         QVERIFY(!PanelPixels::isNear(pixels.at(11, 10), panel, 30));
         QCOMPARE(pixels.at(12, 11), panel);
         QCOMPARE(pixels.at(111.5, 9), panel);
@@ -136,15 +136,15 @@ private Q_SLOTS:
 
     void thePanelIsDrawnAtHalfItsSize()
     {
-        // Twelve points within a panel 300 wide: the bar begins at 6 and is 138 long.
+        // The panel is 300 wide with a padding of 12. At half size the bar begins at 6 and is 138 long.
         for (const double scale : { 1.0, 2.0 }) {
             const QRectF fill
                 = drawn(light, opaque, Qt::LeftToRight, scale).drawn(everywhere, QColor(31, 133, 224));
-            // The dot of the first row has the same colour and stands below.
+            // `fill` also covers the first row's dot, which has the bar's colour and is below the bar.
             QCOMPARE(fill.left(), 16.0);
             QVERIFY_NEAR(fill.right(), 16 + 0.31 * 138, 1 / scale);
         }
-        // The divider below the header, 38 high.
+        // The divider is below the header, which is 38 high, 19 at half size.
         const PanelPixels pixels = drawn(dark, opaque);
         QVERIFY_COLOUR(pixels.at(100, 28), laidOver(in(dark).dividerColour(), QColor(31, 33, 36)));
         QCOMPARE(pixels.at(100, 27.5), QColor(31, 33, 36));
@@ -161,7 +161,7 @@ private Q_SLOTS:
             QCOMPARE(bar.height(), 4.0);
             for (double y = 30; y < 60; y += 1 / scale) {
                 const QColor pixel = pixels.at(30, y);
-                // Beside the caption and the rows nothing is in between.
+                // Around the bar, each pixel has either the fill's colour or the ground's.
                 if (y > bar.top() - 2 && y < bar.bottom())
                     QVERIFY(PanelPixels::isNear(pixel, fill) || PanelPixels::isNear(pixel, ground));
             }
@@ -207,7 +207,7 @@ private Q_SLOTS:
                 }
             }
             QVERIFY2(!changed.isEmpty() && changed.top() > above, text);
-            QVERIFY2(changed.height() <= 16, text); // twice as many pixels as points
+            QVERIFY2(changed.height() <= 16, text); // in pixels, at 2 pixels a point
             above = changed.bottom();
         }
         forgetSettings();
@@ -219,7 +219,7 @@ private Q_SLOTS:
             const QColor tint = in(scheme).headerColour();
             const QColor ground = drawn(scheme, opaque).at(100, 12);
             const PanelPixels pixels = drawn(scheme, opaque);
-            // Its lines are thinner than a pixel: of each there is a share of the tint.
+            // The lines are thinner than a pixel, so each pixel has only a part of the tint.
             int tinted = 0;
             for (double y = 10; y < 27; y += 0.5) {
                 for (double x = 16; x < 23; x += 0.5) {
@@ -249,7 +249,7 @@ private Q_SLOTS:
         QCOMPARE(tops.size(), 3);
         QCOMPARE(tops[2] - tops[1], tops[1] - tops[0]);
         QVERIFY(colours[0] != colours[1] && colours[1] != colours[2] && colours[2] != colours[0]);
-        // Above the border of a tile that is selected.
+        // Only the part above the border of a selected tile counts.
         QVERIFY(pixels.drawn(QRectF(20, tops[2], 40, 10), in(dark).secondaryTextColour()).bottom() <= 71);
     }
 

@@ -60,7 +60,7 @@ private Q_SLOTS:
             QImage picture(list->window()->size(), QImage::Format_ARGB32_Premultiplied);
             picture.fill(Qt::transparent);
             list->window()->render(&picture, {}, {}, QWidget::DrawChildren);
-            // Within its shadow, which is darkest at the card and gone at the window's edge.
+            // The window includes the shadow, which is darkest at the card and fades out towards the window's edge.
             const QRect card = list->card().translated(-list->window()->pos());
             QVERIFY(picture.rect().adjusted(8, 8, -8, -8).contains(card));
             QCOMPARE(picture.pixelColor(0, 0).alpha(), 0);
@@ -72,7 +72,7 @@ private Q_SLOTS:
             QVERIFY(alpha(5) > 0 && alpha(5) < alpha(1));
             QVERIFY(alpha(picture.height() - 1 - card.bottom()) <= 4);
             QCOMPARE(picture.pixelColor(card.center().x(), card.top() + 3), Theme::colour(Colour::card));
-            // The one at hand is filled.
+            // The current entry is filled.
             const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
             QCOMPARE(picture.pixel(fixture.entry(1).center() + QPoint(0, 10) + inset),
                 Theme::colour(Colour::selection).rgba());
@@ -102,7 +102,7 @@ private Q_SLOTS:
             const QPoint inset = list->viewport()->mapTo(list->window(), QPoint(0, 0));
             const QRgb ground = Theme::colour(Colour::card).rgba();
             for (int row = 0; row < fixture.picker->count(); ++row) {
-                // Without the card's own edges.
+                // The card's own edges are left out.
                 const QImage entry = picture.copy(fixture.entry(row).translated(inset).adjusted(5, 0, -5, 0));
                 const bool isDivider = row == int(titles.size());
                 const bool hasPicture = row < int(titles.size());

@@ -25,7 +25,7 @@ void store(const char* key, const char* text)
     SharedSettings::store().set(key, QString::fromUtf8(text));
 }
 
-/// The page in a window as wide as the smallest settings window leaves it.
+/// The page in a window, as wide as in the smallest settings window.
 struct PopoversPageWindow {
     PopoversPage page;
     QList<ChoiceTileRow*> rows = page.findChildren<ChoiceTileRow*>();
@@ -40,7 +40,7 @@ struct PopoversPageWindow {
         QVERIFY(QTest::qWaitForWindowActive(&page));
     }
 
-    /// In the picture of a tile, where the panel of an opaque sample has its own colour.
+    /// The panel's colour in the picture of a tile with an opaque sample.
     static QColor panel(const ChoiceTileRow& row, int index, const QPoint& place = { 100, 12 })
     {
         return row.tiles()[index]->grab().toImage().pixelColor(place);
@@ -88,7 +88,7 @@ private Q_SLOTS:
             if (label->isVisible())
                 texts.append(label->text());
         }
-        // No heading.
+        // The card has no heading of its own.
         QCOMPARE(texts, QStringList({ QStringLiteral("Appearance"), QStringLiteral("Background") }));
         texts.clear();
         for (const QLabel* label : cards[1]->findChildren<QLabel*>()) {
@@ -139,7 +139,7 @@ private Q_SLOTS:
         const Shown shown;
         QTEST(shown.appearance.index(), "appearanceIndex");
         QTEST(shown.background.index(), "backgroundIndex");
-        // Looking changes nothing.
+        // Showing the page stores nothing.
         const QJsonObject stored = SharedSettings::store().storedDictionary();
         QCOMPARE(stored.value(QLatin1StringView("popoverAppearance")), appearance);
         QCOMPARE(stored.value(QLatin1StringView("popoverBackground")), background);
@@ -166,13 +166,13 @@ private Q_SLOTS:
         QFETCH(int, row);
         QFETCH(int, tile);
         QFETCH(QByteArray, key);
-        // From a text that is none of the choices.
+        // The row starts from a stored text that is no choice.
         store(key, "nonsense");
         const Shown shown;
         QTest::mouseClick(shown.rows[row]->tiles()[tile], Qt::LeftButton);
         QTEST(storedText(key), "text");
         QCOMPARE(shown.rows[row]->index(), tile);
-        // The other choice is untouched.
+        // The other key is still not stored.
         QCOMPARE(SharedSettings::store().storedDictionary().size(), 1);
     }
 
@@ -227,7 +227,7 @@ private Q_SLOTS:
         QCOMPARE(Shown::panel(shown.appearance, 2, { 13, 55 }), opaqueLight);
         QCOMPARE(Shown::panel(shown.appearance, 2, { 106, 25 }), opaqueDark);
         QCOMPARE(Shown::panel(shown.appearance, 2, { 100, 68 }), opaqueDark);
-        // Just beside the diagonal, at a place without texts.
+        // The place is just beside the diagonal and has no text.
         QCOMPARE(Shown::panel(shown.appearance, 2, { 95, 9 }), opaqueLight);
         QCOMPARE(Shown::panel(shown.appearance, 2, { 99, 12 }), opaqueDark);
     }
@@ -314,14 +314,14 @@ private Q_SLOTS:
                     QRect(tile->mapTo(page->viewport(), QPoint(0, 0)), tile->size())));
             }
         }
-        // One below the other, in both rows.
+        // In both rows the tiles are one below the other.
         QCOMPARE(rows[0]->tiles()[1]->x(), rows[1]->tiles()[1]->x());
     }
 
     void arrowsBringTheTileIntoViewThatTheyMoveTo()
     {
         Shown shown;
-        // So narrow that the tiles stand in two lines, and so low that only one of them is in view.
+        // The window is so narrow that the tiles take two lines, and so low that only one line is visible.
         shown.page.resize(319, 180);
         QTest::qWait(20);
         const QList<ChoiceTile*> tiles = shown.appearance.tiles();

@@ -52,13 +52,13 @@ private Q_SLOTS:
     void thereIsNoListBeforeItIsOpened()
     {
         const Fixture fixture(0, Qt::LeftToRight, red());
-#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0) // which makes one of its own as soon as there is a choice
+#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0) // newer versions make a view of their own with the first choice
         QVERIFY(fixture.picker->findChildren<QAbstractItemView*>().isEmpty());
 #endif
         QVERIFY(fixture.picker->findChildren<PickerList*>().isEmpty());
         fixture.picker->showPopup();
         QCOMPARE(fixture.picker->findChildren<QAbstractItemView*>().size(), 1);
-        // A list that is there follows another font.
+        // A list that exists already follows the new font.
         const int before = fixture.picker->view()->sizeHintForRow(0);
         QFont font = fixture.picker->font();
         font.setPixelSize(30);
@@ -218,7 +218,7 @@ private Q_SLOTS:
         QVERIFY(fixture.picker->minimumSizeHint().width() < fixture.picker->sizeHint().width());
         fixture.picker->resize(fixture.picker->minimumSizeHint());
         QVERIFY(!fixture.picker->grab().toImage().isNull());
-        // What marks it as a picker stays.
+        // The arrows that mark a picker stay.
         const QImage field = fixture.picker->grab().toImage();
         QVERIFY(pixelsOf(field.copy(field.width() - 20, 5, 12, 16), Theme::colour(Colour::button).rgba())
             < 12 * 16);
@@ -232,7 +232,7 @@ private Q_SLOTS:
         QAccessibleInterface* box = QAccessible::queryAccessibleInterface(picker);
         QCOMPARE(box->role(), QAccessible::ComboBox);
         QCOMPARE(box->text(QAccessible::Value), titles[1]);
-        // The toolkit names a combo box by its value; readers find its name by its label.
+        // The toolkit uses a combo box's value as its name; screen readers take its name from its label.
         QCOMPARE(picker->accessibleName(), QStringLiteral("Readout"));
         const auto labels = box->relations(QAccessible::Label);
         QCOMPARE(labels.size(), 1);

@@ -14,7 +14,7 @@ using Theme::Colour;
 
 namespace {
 
-/// What looks like a button: a button, a picker and a well.
+/// The three kinds of control that look like a button: a button, a picker and a well.
 struct PushButtonFixture {
     PushButton* button = new PushButton(QStringLiteral("Open Login Items…"));
     PopupPicker* picker = new PopupPicker;
@@ -28,7 +28,7 @@ struct PushButtonFixture {
     }
     QList<QWidget*> all() const { return { button, picker, well }; }
 
-    /// Of the plate, before all that stands on it.
+    /// The colour of the control's plate, before its text or picture.
     static QColor ground(QWidget& control) { return control.grab().toImage().pixelColor(2, 12); }
     static QColor ground(Colour state)
     {
@@ -92,7 +92,7 @@ private Q_SLOTS:
             button->setDown(false);
             QVERIFY_COLOUR(Fixture::ground(*button), Fixture::ground(Colour::button));
         }
-        // A picker is held down for as long as its list is open.
+        // A picker looks pressed as long as its list is open.
         fixture.picker->showPopup();
         QVERIFY_COLOUR(Fixture::ground(*fixture.picker), Fixture::ground(Colour::buttonPressed));
         fixture.picker->hidePopup();

@@ -37,11 +37,11 @@ class RelaunchTest : public QObject {
         Q_DISABLE_COPY_MOVE(Window)
 
         void activate() { setFocus(&main); }
-        /// People turn to another program's window.
+        /// Moves the focus to another program's window.
         static void deactivate() { setFocus(nullptr); }
 
     private:
-        // As the platform tells it.
+        // Reports the focus change as the platform does.
         static void setFocus(QWindow* window)
         {
             tellOfFocus(window);
@@ -49,7 +49,7 @@ class RelaunchTest : public QObject {
         }
     };
 
-    /// A bundle whose opener leaves its arguments, one a line, in the file "report" beside the bundle.
+    /// Makes a bundle whose opener writes its arguments, one on each line, to the file "report" beside the bundle.
     static void installOpener(const FileTree& tree, const QString& bundle)
     {
         const QString opener = bundle + QStringLiteral("/Contents/MacOS/kestrumctl");
@@ -123,7 +123,7 @@ private Q_SLOTS:
 
     void nothingFollowsARelaunch()
     {
-        // The application takes a while to end: it may be asked again, left again and come back to.
+        // The application takes a while to end. Meanwhile it may get more requests and change its focus.
         m_relaunch->whenInactive();
         m_relaunch->whenInactive();
         Window window;
@@ -139,7 +139,7 @@ private Q_SLOTS:
     {
         Window window;
         m_relaunch->whenInactive();
-        // As a widget's window does when it is closed.
+        // Closing a widget's window hides it before the focus leaves.
         window.main.hide();
         window.deactivate();
         QCOMPARE(m_commands.size(), 0);
@@ -188,7 +188,7 @@ private Q_SLOTS:
                   if (type == QtWarningMsg)
                       warnings.append(text);
               });
-        // Not active, which would be an occasion, and then left, which would be another.
+        // First the application is inactive, then it becomes inactive: each is an occasion for a relaunch.
         m_relaunch->whenInactive();
         {
             Window window;
@@ -225,7 +225,7 @@ private Q_SLOTS:
         const QString report = tree.path(QStringLiteral("report"));
         QFile kept(tree.path(QStringLiteral("kept")));
         QVERIFY(kept.open(QIODevice::WriteOnly));
-        // Not closed by itself when a program begins.
+        // dup() does not set the close-on-exec flag.
         const int inherited = ::dup(kept.handle());
         QVERIFY(inherited > 2);
         Relaunch::Actions::real().startShell(
@@ -237,7 +237,7 @@ private Q_SLOTS:
         const QByteArrayList lines = content(report).trimmed().split('\n');
         QCOMPARE(lines.size(), 3);
         QCOMPARE(lines[1], lines[0]);
-        // From 10 on they are the shell's own, for the streams that it redirects.
+        // Descriptors from 10 on are the shell's own copies of the streams that it redirects.
         for (const QByteArray& descriptor : lines[2].split(' '))
             QVERIFY2(descriptor.toInt() <= 2 || descriptor.toInt() >= 10, lines[2].constData());
     }

@@ -15,7 +15,7 @@ using namespace kestrum;
 
 namespace {
 
-/// A card on a ground, with rows in it.
+/// A window with a card that contains rows.
 struct RowFixture {
     QWidget window;
     Card* card = new Card;
@@ -179,7 +179,7 @@ private Q_SLOTS:
         auto* third = new Row(QStringLiteral("3"));
         Fixture fixture({ first, second, third });
         const auto hairlines = [&fixture] {
-            // In a column where there is no text.
+            // Measured in a column without text.
             const QImage picture = fixture.card->grab().toImage();
             const int x = picture.width() - 30;
             QList<int> found;

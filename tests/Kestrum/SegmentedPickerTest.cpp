@@ -198,10 +198,10 @@ private Q_SLOTS:
         ring = fixture.window.ring();
         QVERIFY(ring);
         QCOMPARE(ring->geometry(), ControlWindow::around(*fixture.segment(1), *ring));
-        // It stays where the control is when the page moves it.
+        // The focus ring follows the control when the page moves it.
         fixture.picker->move(fixture.picker->pos() + QPoint(15, 10));
         QCOMPARE(ring->geometry(), ControlWindow::around(*fixture.segment(1), *ring));
-        // And goes on with the keyboard.
+        // Hiding the control moves the focus, and the ring follows.
         fixture.picker->hide();
         QVERIFY(fixture.after->hasFocus());
         ring = fixture.window.ring();
@@ -231,7 +231,7 @@ private Q_SLOTS:
             SystemAppearance::shared().setScheme(scheme);
             const auto colour = [](Colour of) { return Theme::colour(of).rgba(); };
             const int middle = 13;
-            // No outline: the plate reaches to its edges, and below it stands its shade.
+            // There is no outline: the plate's colour reaches its edges, and its shade is below.
             for (const QPoint place : { QPoint(2, middle), QPoint(6, middle), QPoint(20, 2), QPoint(20, 22) })
                 QCOMPARE(fixture.pixel(0, place), colour(Colour::chosenSegment));
             QCOMPARE(fixture.pixel(0, { 20, 23 }), colour(Colour::segmentShade));

@@ -24,7 +24,7 @@ class SettingsAppDelegateTest : public QObject {
     int m_settings = 0;
     QStringList m_relaunches;
 
-    /// As another program would write it.
+    /// Writes the settings file as another program would.
     static void writeFromOutside(const QByteArray& text)
     {
         const QString path = SharedSettings::store().filePath();
@@ -41,12 +41,12 @@ private Q_SLOTS:
         QSignalSpy stored(&SharedSettings::store(), &UserDefaults::changed);
         SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
         Setting { Keys::agentEnabled }.set(false);
-        // Or another thread would store that some time later.
+        // Otherwise another thread would store this key some time later.
         Setting { Keys::didUnregisterLegacyLoginItem }.set(true);
         m_delegate = std::make_unique<SettingsAppDelegate>(SettingsAppDelegate::Run::ordinary,
             Relaunch::Actions { [this](const QString& command) { m_relaunches.append(command); }, [] {} });
         m_delegate->applicationDidFinishLaunching();
-        QTRY_COMPARE(stored.count(), 1); // what start-up stored is announced before somebody listens
+        QTRY_COMPARE(stored.count(), 1); // the start-up's changes must come before the listener
         m_listener = std::make_unique<SignalListener>();
         m_listener->listen(SharedSettings::Signal::settings, [this] { ++m_settings; });
         m_settings = 0;
@@ -116,7 +116,7 @@ private Q_SLOTS:
 
     void aStaleLanguageIsAppliedToTheProcess()
     {
-        // This program is in no bundle, so its languages are borrowed from the built one.
+        // This test program is in no bundle, so it uses the languages of the built bundle.
         Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
         AppLanguage::recordLaunchedCode();
         QCOMPARE(AppLanguage::launchedCode(), QStringLiteral("en"));
@@ -125,7 +125,7 @@ private Q_SLOTS:
         QCOMPARE(UserDefaults::standard().object("AppleLanguages").toArray().first().toString(),
             QStringLiteral("de"));
         QCOMPARE(m_relaunches.size(), 1);
-        // No longer stale, so what stands in the process's own preferences is left alone.
+        // The language is no longer stale, so the process's own preferences stay as they are.
         Setting { Keys::language }.set(QStringLiteral("en"));
         QTRY_COMPARE(m_settings, 2);
         QCOMPARE(UserDefaults::standard().object("AppleLanguages").toArray().first().toString(),

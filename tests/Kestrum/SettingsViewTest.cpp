@@ -22,8 +22,8 @@ using namespace kestrum;
 
 namespace {
 
-/// While it lives there is a directory where the settings file should be, which can be neither read nor replaced, not even by root;
-/// a save has failed of it. At its end one succeeds.
+/// While this object lives, a directory is in place of the settings file. Even root can neither read nor replace it. The
+/// constructor makes one save fail. The destructor makes one succeed.
 class UnwritableSettings {
 public:
     UnwritableSettings()
@@ -71,13 +71,13 @@ private Q_SLOTS:
         QVERIFY(qobject_cast<MenuBarPage*>(w.view.pageWidget()));
         QCOMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menu Bar"));
         QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()));
-        // It stays as it is until a page is selected.
+        // The stored value stays as it is until a page is selected.
         QCOMPARE(SharedSettings::store().storedDictionary().value(QLatin1StringView("settingsPane")), stored);
         QTest::keyClick(&w.view, Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(storedText("settingsPane"), QStringLiteral("menuBar"));
     }
 
-    // Not required of the popovers' page, whose pictures have gradients and translucent grounds.
+    // The popovers' page is left out: its pictures have gradients and translucent grounds.
     void paintingAPageWakesNoOtherThread_data()
     {
         QTest::addColumn<SettingsPage>("page");
@@ -90,9 +90,9 @@ private Q_SLOTS:
         SettingsWindow w;
         w.view.showPage(page);
         QImage image(w.view.size(), QImage::Format_RGB32);
-        // A thread that is asked and waited for shows as a voluntary switch of the one that waits.
+        // A thread that waits for another thread makes a voluntary context switch.
         const auto waits = [](const std::function<void()>& paint) {
-            paint(); // what is kept is made
+            paint(); // fills the caches
             rusage before {};
             rusage after {};
             ::getrusage(RUSAGE_THREAD, &before);
@@ -110,7 +110,7 @@ private Q_SLOTS:
         if (waits(paintTranslucent) < 10)
             QSKIP(
                 "this build of the toolkit paints without other threads, or the system does not count waits");
-        // Fewer than one in ten paintings: the system itself makes a thread wait now and then.
+        // Fewer than one wait in ten paintings: the system itself makes a thread wait now and then.
         const auto found = waits([&w, &image] { w.view.render(&image); });
         QVERIFY2(found < 5, qPrintable(QString::number(found)));
     }
@@ -158,7 +158,7 @@ private Q_SLOTS:
         QCOMPARE(page->findChildren<MenuBarPreview*>().size(), 1);
         Card* first = page->findChildren<Card*>().first();
         QVERIFY(first->isAncestorOf(page->findChild<MenuBarPreview*>()));
-        // Neither heading nor footnote.
+        // The first section has neither a heading nor a footnote.
         for (const QLabel* label : first->findChildren<QLabel*>())
             QVERIFY(!label->isVisible());
         QCOMPARE(first->size(), page->findChild<MenuBarPreview*>()->size());
@@ -253,7 +253,7 @@ private Q_SLOTS:
         SettingsWindow w;
         QCOMPARE(w.view.locale().language(), QLocale::English);
         QCOMPARE(w.view.locale().territory(), QLocale::Switzerland);
-        // Also where the language's code names a region of its own.
+        // The region of the session stays, even where the language's code names another region.
         const TestBundle bundle("{ }", { "en", "pt-BR" });
         Setting { Keys::language }.set(QStringLiteral("pt-BR"));
         QTRY_COMPARE(w.view.locale().language(), QLocale::Portuguese);
@@ -313,7 +313,7 @@ private Q_SLOTS:
         const UnwritableSettings unwritable;
         SettingsWindow w;
         QTEST(w.notice().accessibleName(), "text");
-        // On as many lines as it takes, also where the page is at its narrowest.
+        // The notice wraps to as many lines as it needs, even where the page is narrowest.
         const auto* label = w.notice().findChild<QLabel*>();
         QTEST(label->text(), "text");
         w.dragDividerTo(320);
@@ -333,7 +333,7 @@ private Q_SLOTS:
         QTRY_VERIFY(w.notice().isVisible());
         const auto alerts = HeardEvents::taken(QAccessible::Alert);
         QVERIFY(!alerts.isEmpty() && alerts[0].object == &w.notice());
-        // What has the file's name and the system's own words is for those who ask.
+        // The file's name and the system's own error text are in the accessible description.
         QCOMPARE(w.notice().accessibleDescription(), SharedSettings::store().lastError());
         QCOMPARE(w.notice().toolTip(), SharedSettings::store().lastError());
         QVERIFY(!w.notice().accessibleName().contains(u'/'));

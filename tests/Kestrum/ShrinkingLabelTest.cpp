@@ -89,7 +89,7 @@ private Q_SLOTS:
             return false;
         };
         QVERIFY(hasInk(0, line.height()) && hasInk(line.height(), 2 * line.height()));
-        // Where two lines would not do either, it shrinks on one.
+        // Where two lines would not be enough either, the text shrinks on one line.
         label.resize(line.width() / 3, line.height());
         QVERIFY(label.shownFont().pointSizeF() < label.font().pointSizeF());
         QCOMPARE(label.sizeHint(), line);

@@ -13,13 +13,13 @@ using namespace kestrum;
 class SidebarFootTest : public QObject {
     Q_OBJECT
 
-    /// Where a part of the window is, in the window.
+    /// The rectangle of a part, in the window's coordinates.
     static QRect place(const SettingsWindow& w, const QWidget* part)
     {
         return QRect(part->mapTo(&w.view, QPoint()), part->size());
     }
 
-    /// As if the agent had found a newer version.
+    /// Offers an update, as the agent does when it has found a newer version.
     static void offer()
     {
         SharedSettings::store().set(Keys::updatesAvailable.name, QStringLiteral("99.0 (9999)"));
@@ -41,7 +41,7 @@ private Q_SLOTS:
         const QRect update = place(w, offerRow);
         const QRect agent = place(w, w.view.findChild<AgentRow*>());
         QCOMPARE(list.top(), 0);
-        // The offer begins with its own divider, and that is the only one.
+        // The offer starts with the only divider of the foot.
         QCOMPARE(update.top(), list.bottom() + 1);
         const QImage picture = w.view.grab().toImage();
         const QColor ground = picture.pixelColor(3, list.bottom());
@@ -104,7 +104,7 @@ private Q_SLOTS:
         QCOMPARE(rows.size(), 1);
         const auto labels = rows.first()->findChildren<QLabel*>();
         QCOMPARE(labels.first()->text(), QStringLiteral("Kestrum"));
-        // The new row follows it.
+        // The new row follows the controller.
         Q_EMIT before.first()->isRunningChanged(true);
         QCOMPARE(labels.last()->text(), QStringLiteral("Ein"));
         Q_EMIT before.first()->isRunningChanged(false);

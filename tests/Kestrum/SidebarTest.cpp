@@ -14,11 +14,11 @@
 
 using namespace kestrum;
 
-/// The window's first column: the list of pages, its limits and its looks.
+/// The window's first column: the list of pages, its width limits and its appearance.
 class SidebarTest : public QObject {
     Q_OBJECT
 
-    /// How much of the list's picture is ink: the darker it is against the ground, the more.
+    /// The amount of ink in the list's picture: the sum of all contrasts to the background.
     static double ink(Sidebar& list)
     {
         const QImage picture = list.viewport()->grab().toImage().convertToFormat(QImage::Format_Grayscale8);
@@ -30,11 +30,11 @@ class SidebarTest : public QObject {
         return sum;
     }
 
-    /// That the list shows as much at the least width as where there is room for everything on one line.
+    /// Checks that at the least width the list shows as much as where everything fits on one line.
     static void verifyWhole()
     {
         Sidebar list;
-        // On white, without a plate behind any row.
+        // The list is white and has no plate behind any row.
         list.setPalette(QPalette(Qt::white));
         list.viewport()->setAutoFillBackground(true);
         list.viewport()->setPalette(QPalette(Qt::white, Qt::white));
@@ -77,7 +77,7 @@ private Q_SLOTS:
             QStringLiteral("gearshape") };
         const int rows[] = { 1, 2, 4 };
         for (int i = 0; i < 3; ++i) {
-            // While another page is selected, so that it stands on the sidebar's own ground.
+            // Another page is selected, so that this row has the sidebar's own background.
             w.view.selectPage(i == 0 ? SettingsPage::general : SettingsPage::menuBar);
             const QRect row = w.sidebar().visualRect(w.sidebar().model()->index(rows[i], 0));
             QImage expected(24, 24, QImage::Format_RGB32);
@@ -85,7 +85,7 @@ private Q_SLOTS:
             const QImage symbol = SymbolImage::image(names[i], 14, Theme::colour(Theme::Colour::text), 1);
             QPainter(&expected).drawImage(
                 qRound((24 - symbol.width()) / 2.0), qRound((24 - symbol.height()) / 2.0), symbol);
-            // In the middle of the row, which is 8 from the edges and 2 from the one below.
+            // The symbol is centred vertically in the row's plate, which is 8 from the edges and 2 from the row below.
             const QPoint middle(row.left() + 8 + 10 + 8, row.adjusted(0, 0, 0, -2).center().y() + 1);
             const QPoint corner = w.sidebar().viewport()->mapTo(&w.view, middle - QPoint(12, 12));
             const QImage shown = w.view.grab(QRect(corner, QSize(24, 24))).toImage();
@@ -140,7 +140,7 @@ private Q_SLOTS:
             QTest::keyClick(&w.sidebar(), Qt::Key_Space, held);
             QVERIFY(isSelected());
         }
-        // Below the last row.
+        // A click below the last row.
         QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, Qt::ControlModifier,
             w.sidebar().viewport()->rect().bottomLeft() - QPoint(-20, 4));
         QVERIFY(isSelected());
@@ -158,7 +158,7 @@ private Q_SLOTS:
         QVERIFY2(std::abs(w.sidebarWidth() - 250) < 4, qPrintable(QString::number(w.sidebarWidth())));
         w.dragDividerTo(700);
         QCOMPARE(w.sidebarWidth(), 320);
-        // Dragged to the very edge, where a collapsible column would vanish.
+        // A collapsible column would vanish when dragged to the very edge.
         w.dragDividerTo(0);
         QCOMPARE(w.sidebarWidth(), 204);
     }
@@ -203,7 +203,7 @@ private Q_SLOTS:
         QVERIFY(w.sidebar().mapTo(&w.view, QPoint(0, 0)).x()
             < w.view.pageWidget()->mapTo(&w.view, QPoint(0, 0)).x());
         const auto columnOfSymbol = [&w] {
-            // The first column that differs from the row's plain ground, from the leading end.
+            // The first column, from the leading end, that differs from the row's plain background.
             const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
             const QImage picture = w.sidebar().viewport()->grab(row).toImage();
             const QRgb ground = Theme::colour(Theme::Colour::selection).rgba();
@@ -223,9 +223,9 @@ private Q_SLOTS:
         QTRY_VERIFY(w.sidebar().mapTo(&w.view, QPoint(0, 0)).x()
             > w.view.pageWidget()->mapTo(&w.view, QPoint(0, 0)).x());
         QVERIFY(w.sidebar().isRightToLeft());
-        // Once the new row has been painted, and but for rounding.
+        // Waits until the new row has been painted. The columns may differ by rounding.
         QTRY_VERIFY(std::abs(columnOfSymbol() - column) <= 1);
-        // The text stands beside the symbol, and nothing at the trailing end of the row.
+        // The text is beside the symbol, and the row's trailing end is empty.
         const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
         const QImage end
             = w.sidebar().viewport()->grab(row.adjusted(20, 8, -row.width() * 2 / 3, -8)).toImage();
@@ -241,7 +241,8 @@ private Q_SLOTS:
         SettingsWindow w;
         const auto isMarked = [&w] {
             const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
-            // The ring is 1 beside the row, which is 8 from the edge, and 2 wide.
+            // The selected row's plate is 8 from the edge. The ring starts 1 outside of it and is 2 wide, so x = 6 is in the
+            // ring.
             const QImage picture = w.sidebar().viewport()->grab().toImage();
             return picture.pixel(6, row.center().y()) == Theme::colour(Theme::Colour::focusRing).rgba();
         };
@@ -302,7 +303,7 @@ private Q_SLOTS:
         QVERIFY(height() < narrow);
         w.dragDividerTo(204);
         QCOMPARE(height(), narrow);
-        // The rows below make room.
+        // The rows below move down: no rows overlap.
         QCOMPARE(w.sidebar().visualRect(w.sidebar().model()->index(2, 0)).top(),
             w.sidebar().visualRect(w.sidebar().model()->index(1, 0)).bottom() + 1);
     }
@@ -321,7 +322,7 @@ private Q_SLOTS:
         QTest::qWait(30);
         QTest::keyClick(&w.sidebar(), Qt::Key_Up);
         QTest::qWait(30);
-        // The ring reaches 3 beyond the row, the gap to the next row is only 2.
+        // The ring reaches 3 beyond the row, although the gap to the next row is only 2.
         for (const int y : { before.top() - 3, before.bottom() + 1 })
             QVERIFY(watcher.painted.contains(QPoint(before.center().x(), y)));
     }
@@ -342,7 +343,7 @@ private Q_SLOTS:
         point(rowOf(2).center());
         QTRY_VERIFY(ground(rowOf(2)) != plain);
         QCOMPARE(ground(rowOf(4)), plain);
-        // The selected one has its own ground, and a heading is no row.
+        // Hovering changes neither the selected row, which has its own background, nor a heading, which is no row.
         point(rowOf(1).center());
         QTRY_COMPARE(ground(rowOf(2)), plain);
         QCOMPARE(ground(rowOf(1)), Theme::colour(Theme::Colour::selection).rgba());
@@ -374,7 +375,7 @@ private Q_SLOTS:
             = w.sidebar().viewport()->mapTo(&w.view, QPoint(row.right() - 14, row.center().y()));
         const QColor selection = Theme::colour(Theme::Colour::selection);
         QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
-        // Also while something else in the window has the keyboard.
+        // The same holds while another control in the window has the focus.
         w.sidebar().clearFocus();
         QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
         QWidget other;

@@ -1,4 +1,4 @@
-// What the application does at its start beside its settings, which SettingsAppDelegateTest is about.
+// What the application does at its start, except for its settings (see SettingsAppDelegateTest).
 
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Window/SettingsView.h"
@@ -34,7 +34,7 @@ class StartUpTest : public QObject {
         return result;
     }
 
-    /// The login item of an earlier version.
+    /// The path of the login item that an earlier version made.
     static QString legacyItem()
     {
         return QFile::decodeName(qgetenv("XDG_CONFIG_HOME"))
@@ -58,7 +58,7 @@ private Q_SLOTS:
 
     void cleanup() { m_fixture.reset(); }
 
-    // First of all, while there has been no window.
+    // This test is the first one, before any window exists.
     void whereThereIsNoWindowAfterLaunchOneIsOpened()
     {
         application().launch();
@@ -70,7 +70,7 @@ private Q_SLOTS:
         QCOMPARE(application().window()->objectName(), QStringLiteral("main"));
         QCOMPARE(application().window()->size(), QSize(640, 520));
         QCOMPARE(application().window()->minimumSize(), QSize(640, 480));
-        // Closing it is the application's end.
+        // Closing the window quits the application.
         QVERIFY(QGuiApplication::quitOnLastWindowClosed());
         application().window()->hide();
     }
@@ -80,7 +80,7 @@ private Q_SLOTS:
         const auto started = delegate();
         QSignalSpy asked(started.get(), &SettingsAppDelegate::reopenRequested);
         started->windowWasShown();
-        // Not before the launch has returned.
+        // The request comes only after the launch has returned.
         QCOMPARE(asked.count(), 0);
         QTRY_COMPARE(asked.count(), 1);
         started->windowWasShown();
@@ -163,7 +163,7 @@ private Q_SLOTS:
         started->windowWasShown();
         QTRY_COMPARE(agentsBeforeWindow, 1);
 
-        // The accents, the login item, the agent: each for the first time.
+        // First-time steps: the accents, the login item, the agent.
         QByteArrayList steps;
         alignas(inotify_event) char buffer[4096];
         const ssize_t length = ::read(events.get(), buffer, sizeof buffer);
@@ -194,7 +194,7 @@ private Q_SLOTS:
         QVERIFY(m_fixture->everStarted().isEmpty());
         QVERIFY(QFile::exists(legacyItem()));
         QVERIFY(QFile::remove(legacyItem()));
-        // It tells of changes all the same.
+        // The delegate still announces changes.
         QCOMPARE(SharedSettings::store().string(Keys::settingsPane.name), QStringLiteral("menuBar"));
     }
 

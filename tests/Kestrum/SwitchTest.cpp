@@ -35,7 +35,7 @@ struct SwitchFixture {
         QVERIFY(QTest::qWaitForWindowActive(&window));
     }
 
-    /// The middle of the knob, in points from the switch's left edge: the middle of what is white.
+    /// The x position of the knob's middle, in points from the switch's left edge, found by its white pixels.
     double knob() const
     {
         QImage picture(toggle->size() * 4, QImage::Format_ARGB32_Premultiplied);
@@ -117,10 +117,10 @@ private Q_SLOTS:
         QVERIFY(fixture.knob() < 14);
         QTRY_VERIFY(fixture.knob() > 12 && fixture.knob() < 26);
         QTRY_VERIFY(fixture.knob() > 26.5);
-        // Not before its time, and not much after it.
+        // The animation takes its full time, and not much longer.
         QVERIFY2(
             timer.elapsed() >= 100 && timer.elapsed() < 600, qPrintable(QString::number(timer.elapsed())));
-        // Turned back on the way, it goes from where it is.
+        // Toggled during the animation, the knob starts from where it is.
         fixture.toggle->click();
         fixture.toggle->click();
         QVERIFY(fixture.knob() > 26.5);
@@ -144,7 +144,7 @@ private Q_SLOTS:
     void followingWhatItWasTurnedToLetsItSlide()
     {
         Fixture fixture;
-        // As by a value that is bound to it.
+        // Follows a bound value.
         connect(fixture.toggle, &Switch::toggled, fixture.toggle, &Switch::follow);
         fixture.toggle->click();
         QVERIFY(fixture.knob() < 14);
@@ -224,7 +224,7 @@ private Q_SLOTS:
         fixture.toggle->setFocus();
         fixture.button->setFocus(Qt::TabFocusReason);
         QVERIFY(fixture.ring());
-        // At a straight side.
+        // Measured at a straight side.
         const QImage picture = fixture.window.grab().toImage();
         const QRgb mark = Theme::colour(Colour::focusRing).rgba();
         const int y = fixture.button->geometry().center().y();
@@ -241,7 +241,7 @@ private Q_SLOTS:
         fixture.toggle->setFocus();
         fixture.button->setFocus(Qt::TabFocusReason);
         QVERIFY(fixture.ring());
-        // So that the focus has nowhere to go.
+        // Then the focus has nowhere else to go.
         fixture.toggle->setFocusPolicy(Qt::NoFocus);
         fixture.button->hide();
         QVERIFY(!fixture.ring());
@@ -257,7 +257,7 @@ private Q_SLOTS:
     void thePointerOverItShowsOnItsTrackAlone()
     {
         Fixture fixture;
-        // Beside the knob, and on it.
+        // The samples are beside the knob and on it.
         const auto track = [&fixture] { return fixture.window.grab().toImage().pixel(20 + 30, 20 + 11); };
         const auto onKnob = [&fixture] { return fixture.window.grab().toImage().pixel(20 + 11, 20 + 11); };
         const auto point

@@ -13,7 +13,7 @@ using Theme::Colour;
 class ThemeTest : public QObject {
     Q_OBJECT
 
-    /// What a translucent colour makes of its ground.
+    /// The colour that results from a translucent colour over `ground`.
     static QColor laidOver(Colour over, Colour ground, ColourScheme scheme)
     {
         QImage picture(1, 1, QImage::Format_RGB32);
@@ -27,7 +27,7 @@ private Q_SLOTS:
     {
         QCOMPARE(Theme::contrast(Qt::white, Qt::black), 21.0);
         QCOMPARE(Theme::contrast(Qt::red, Qt::red), 1.0);
-        // A known pair: the lightest grey that is still readable on white.
+        // A known pair: the lightest grey with a contrast of 4.5 on white.
         QVERIFY(std::abs(Theme::contrast(QColor(0x767676), Qt::white) - 4.54) < 0.01);
         QCOMPARE(Theme::contrast(QColor(0, 0, 0, 0), Qt::white), 1.0);
     }
@@ -145,7 +145,7 @@ private Q_SLOTS:
         }
     }
 
-    // By its plate alone, or by the edge that lifts it off, which neither it nor the track may swallow.
+    // Either the plate has enough contrast to the track, or the plate's shade has enough contrast to both.
     void theChosenSegmentStandsOutOfItsTrack()
     {
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
@@ -154,7 +154,7 @@ private Q_SLOTS:
             const QColor shade = Theme::colour(Colour::segmentShade, scheme);
             const double edge = std::min(Theme::contrast(shade, track), Theme::contrast(shade, chip));
             QVERIFY(std::max(Theme::contrast(chip, track), edge) >= 3);
-            // It rises: it is the lighter of the two, and the track is seen on its card.
+            // The plate is lighter than the track, and the track is visible on its card.
             QVERIFY(chip.lightnessF() > track.lightnessF());
             QVERIFY(Theme::contrast(track, Theme::colour(Colour::card, scheme)) >= 1.2);
         }
@@ -188,7 +188,7 @@ private Q_SLOTS:
     {
         SystemAppearance::shared().setScheme(ColourScheme::dark);
         QVERIFY(Theme::colour(Colour::onSelection).lightnessF() < 0.2F);
-        // So the accent needs hardly any deepening, or none.
+        // A light accent therefore needs hardly any darkening for the selection, or none.
         QVERIFY(Theme::contrast(Theme::colour(Colour::selection), Theme::colour(Colour::accent)) < 1.1);
         SystemAppearance::shared().setScheme(ColourScheme::light);
         QVERIFY(Theme::colour(Colour::onSelection).lightnessF() > 0.8F);

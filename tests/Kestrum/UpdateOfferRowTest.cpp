@@ -22,7 +22,7 @@ using namespace kestrum;
 
 namespace {
 
-/// A column of the sidebar with the row at its foot, between others.
+/// A column like the sidebar's, with the row at its foot between other widgets.
 struct Column {
     QWidget widget;
     QWidget* above = new QWidget;
@@ -77,10 +77,10 @@ class UpdateOfferRowTest : public QObject {
 
     std::unique_ptr<TestBundle> m_bundle;
 
-    /// From now on the running program is of this version.
+    /// From now on the running program has this version.
     void run(const QByteArray& version)
     {
-        m_bundle.reset(); // puts back what was before it, so it goes first
+        m_bundle.reset(); // its destructor restores the earlier main bundle, so it goes first
         m_bundle = std::make_unique<TestBundle>(version, QList<QByteArray> { "en" });
     }
 
@@ -153,7 +153,7 @@ private Q_SLOTS:
         Column column;
         column.show();
         QVERIFY(column.isEmpty());
-        // It is not for us to clear away what the agent left.
+        // The row never removes the offer that the agent stored.
         QCOMPARE(storedText(Keys::updatesAvailable.name), text("1.5 (30)"));
     }
 
@@ -176,7 +176,7 @@ private Q_SLOTS:
         QVERIFY(column.isEmpty());
         offer(text("1.5 (30)"));
         QTest::qWait(quietTime);
-        QVERIFY(column.isEmpty()); // it is the signal that counts
+        QVERIFY(column.isEmpty()); // the row reads the offer only when the signal comes
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
         QTRY_VERIFY_WITH_TIMEOUT(column.shown<ShrinkingLabel>(text("1.5 (30)")), 1000);
         offer(text("1.6 (31)"));
@@ -208,7 +208,7 @@ private Q_SLOTS:
         QTest::qWait(quietTime);
         QCOMPARE(column.row->offer(), std::nullopt);
         column.show();
-        // And further while it is hidden: its ears live as long as it does.
+        // The row's listeners live as long as the row, so a hidden row still follows.
         column.widget.hide();
         offer(text("1.6 (31)"));
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
@@ -239,7 +239,7 @@ private Q_SLOTS:
         auto* title = column.shown<ShrinkingLabel>(text("Update available"));
         QVERIFY(title);
         QVERIFY(!column.shown<ShrinkingLabel>(version));
-        // In the middle of the 52 points below the divider.
+        // The title is centred vertically in the 52 points below the divider.
         QVERIFY(std::abs(column.place(title).center().y() - (1 + 26)) <= 1);
     }
 
@@ -324,7 +324,7 @@ private Q_SLOTS:
         const auto* version = column.shown<ShrinkingLabel>(text("1.5 (30)"));
         QVERIFY(version->height() >= version->sizeHint().height());
         QVERIFY(column.place(version).top() > column.place(title).bottom());
-        // The button is never what gives way.
+        // The button keeps its width; the texts shrink.
         const auto* button = column.shown<PushButton>(AppLanguage::string("Install"));
         QCOMPARE(button->width(), button->sizeHint().width());
         QCOMPARE(column.row->height(), 1 + 52);
@@ -353,7 +353,7 @@ private Q_SLOTS:
         QTest::mouseClick(column.shown<PushButton>(text("Install")), Qt::LeftButton);
         QTRY_COMPARE(asked.count, 1);
         fixture.waitForAgent();
-        // The offer stays until the agent withdraws it, and nothing else was written.
+        // The offer stays until the agent withdraws it, and the row has written nothing.
         QCOMPARE(column.row->offer(), text("1.5 (30)"));
         QCOMPARE(SharedSettings::store().storedDictionary().keys(),
             QStringList { text(Keys::updatesAvailable.name) });

@@ -1,4 +1,4 @@
-// What stays as it is when the whole content of the window is built anew.
+// What stays the same when the whole content of the window is built anew.
 
 #include "Kestrum/Form/FormPage.h"
 #include "Kestrum/Form/PopupPicker.h"
@@ -21,7 +21,7 @@ class WindowRebuildTest : public QObject {
     {
         return { part.mapTo(&w.view, QPoint(0, 0)), part.size() };
     }
-    /// Chooses German, as another program does, and waits for the window to be built anew.
+    /// Stores German as the language, as another program does, and waits for the rebuild.
     static void chooseGerman(SettingsWindow& w)
     {
         Setting { Keys::language }.set(QStringLiteral("de"));
@@ -49,7 +49,7 @@ private Q_SLOTS:
         const int scrolled = bar(w).value();
         chooseGerman(w);
         QCOMPARE(bar(w).value(), scrolled);
-        QTest::qWait(50); // nor does what is laid out later move it
+        QTest::qWait(50); // a later layout must not move it either
         QCOMPARE(bar(w).value(), scrolled);
     }
 
@@ -75,7 +75,7 @@ private Q_SLOTS:
         chooseGerman(w);
         auto* after = w.view.findChild<QWidget*>(name);
         QVERIFY(after && after->hasFocus());
-        // And where people saw it.
+        // The row is at the same height on the screen as before.
         QTRY_VERIFY(std::abs(placeOf(w, *after).y() - y) <= 2);
     }
 
@@ -91,7 +91,7 @@ private Q_SLOTS:
         QVERIFY(w.view.findChild<MenuBarStripView*>()->hasFocus());
     }
 
-    // Its list is a window of its own, with places for the keyboard that the new picker has not.
+    // The list is a window with focus widgets of its own, which the new picker does not have.
     void theLanguageChosenFromItsListLeavesTheKeyboardAtThePicker()
     {
         SettingsWindow w;
@@ -106,7 +106,7 @@ private Q_SLOTS:
         QTest::keyClick(picker->view(), Qt::Key_Return);
         QTRY_COMPARE(w.view.locale().language(), QLocale::German);
         auto* after = w.view.findChild<PopupPicker*>(QStringLiteral("language"));
-        // This platform leaves no window active behind a list that closes.
+        // This platform makes no window active after a list has closed.
         QCOMPARE(w.view.focusWidget(), after);
         QCOMPARE(after->currentText(), QStringLiteral("Deutsch"));
     }

@@ -17,8 +17,7 @@ namespace {
 constexpr int writesPerSecond = 50;
 constexpr double mebibyte = 1024.0 * 1024.0;
 
-/// As long as the environment says: a short time in the usual run, and ten minutes when somebody wants to know, who then
-/// also lets a test take so long by QTEST_FUNCTION_TIMEOUT.
+/// The duration of the storm: KESTRUM_STORM_SECONDS, or else 10 s. A long storm also needs a larger QTEST_FUNCTION_TIMEOUT.
 int seconds()
 {
     bool isNumber = false;
@@ -42,7 +41,8 @@ void keepMessage(QtMsgType, const QMessageLogContext&, const QString& message)
     messages.append(message);
 }
 
-/// What is written: for each key values that it has, others of its type, and others of any type.
+/// Random lines "key [value]" for the writing process. The value is one of the key's own, another of its type, or one of any
+/// type. A line without a value removes the key.
 class RandomWrites {
 public:
     QByteArray line()
@@ -100,7 +100,7 @@ private:
 
 } // namespace
 
-/// A window that stays open while another program writes whatever it likes.
+/// A window that stays open while another process writes random settings.
 class WindowStormTest : public QObject {
     Q_OBJECT
 
@@ -113,7 +113,7 @@ private Q_SLOTS:
         SettingsWindow window;
         const QtMessageHandler usual = qInstallMessageHandler(keepMessage);
         RandomWrites writes;
-        // It rests for half of the time, so that it keeps up.
+        // The writer rests for half of the time, so it can keep up.
         const QString rest = QString::number(1000 / writesPerSecond / 2);
         HelperProcess writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });
         const auto storm = [&](int duration) {
@@ -123,19 +123,19 @@ private Q_SLOTS:
                 handleFor(1000);
             }
         };
-        // First everything that is made once: pages, languages, fonts, swatches.
+        // The first half makes everything that is made only once: pages, languages, fonts, swatches.
         storm(seconds() / 2);
         const double before = residentMebibytes();
         storm(seconds() - seconds() / 2);
         const double after = residentMebibytes();
 
-        // The last word is this test's, so that the writer has come to its end.
+        // The last lines are this test's own; they show when the writer has finished.
         writer.say("settingsPane [\"general\"]");
         writer.say("theStormIsOver [true]");
         QTRY_VERIFY_WITH_TIMEOUT(
             SharedSettings::store().storedDictionary().contains(QStringLiteral("theStormIsOver")), 30'000);
         QTRY_COMPARE(window.view.page(), SettingsPage::general);
-        // What the agent leaves is looked at when the agent says so.
+        // The window reads what the agent stores only when the agent posts the signal.
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
         handleFor(200);
         qInstallMessageHandler(usual);
@@ -143,11 +143,11 @@ private Q_SLOTS:
         messages.sort();
         qInfo("%.1f MiB more, %d lines in the log", after - before, int(messages.size()));
         QCOMPARE(messages.removeDuplicates(), 0);
-#ifndef __SANITIZE_ADDRESS__ // which keeps what was given back
+#ifndef __SANITIZE_ADDRESS__ // the sanitizer keeps freed memory
         QVERIFY2(after - before < 4, qPrintable(QString::number(after - before)));
 #endif
 
-        // What it shows is what a window shows that is opened now.
+        // The open window shows the same as a window that is opened now.
         SettingsWindow fresh;
         fresh.view.setFocus();
         for (const auto& page : allCases<SettingsPage>()) {
@@ -175,13 +175,13 @@ private:
     {
         view.showPage(page);
         view.setFocus();
-        // Where it marks nothing.
+        // The pointer is moved to a place where hovering marks nothing.
         QTest::mouseMove(view.findChild<Sidebar*>());
-        handleFor(200); // whatever slides has arrived
+        handleFor(200); // until all animations have finished
         return view.grab().toImage();
     }
 };
 
-// Agents of others would switch the row of one window on and not of the other.
+// An agent of another test would change the row of one window and not of the other.
 KESTRUM_TEST_MAIN_APART(QApplication, WindowStormTest)
 #include "WindowStormTest.moc"

@@ -9,7 +9,7 @@ namespace {
 const QString longText = QStringLiteral(
     "The readout turns amber at 85 degrees and red at 95 degrees, in the unit that was chosen.");
 
-/// What the toolkit makes of the same text, worked out anew.
+/// The height that the toolkit computes for the same text in a new label.
 int plainHeight(const QLabel& label, int width)
 {
     QLabel plain(label.text());

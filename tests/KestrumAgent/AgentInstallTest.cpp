@@ -1,5 +1,5 @@
-// How somebody who asked for updates comes from the news of one to its installation: by a button that opens the desktop's software
-// centre, or by the command to type. The desktop's services are played by this program, on a bus of the test's own.
+// People who asked for updates hear of a new version and install it: by a button that opens the desktop's software centre, or
+// by a command to type. This test plays the desktop's services on a session bus of its own.
 
 #include "KestrumAgent/Agent.h"
 #include "tests/Support/AptScript.h"
@@ -23,7 +23,7 @@ const QString packageKitConnection = QStringLiteral("package-kit");
 
 } // namespace
 
-/// The session's service for installing software.
+/// Plays the session's service for installing software.
 class PackageKit : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.PackageKit.Modify2")
@@ -66,7 +66,7 @@ class AgentInstallTest : public QObject {
         QVERIFY(m_notifications.join(m_bus->address()));
     }
 
-    /// What a package of a software centre installs, and what opens an address on a desktop.
+    /// The files that a software centre's package installs, and an "xdg-open" that records its arguments.
     void installCentre(const QByteArray& list = "centre.desktop") const
     {
         m_desktop->write(text("share/applications/mimeinfo.cache"),
@@ -116,7 +116,7 @@ private Q_SLOTS:
     void init()
     {
         forgetSettings();
-        QTest::qWait(20); // let the notice of it pass
+        QTest::qWait(20); // until its change notice has passed
         m_notifications.shown.clear();
         m_notifications.capabilities = { text("actions"), text("body"), text("body-markup") };
         m_packageKit.asked.clear();
@@ -163,8 +163,8 @@ private Q_SLOTS:
         QCOMPARE(m_notifications.shown.first().heading, m_news);
         QCOMPARE(m_notifications.shown.first().text, QString());
         QCOMPARE(m_notifications.shown.first().actions, m_button);
-        QTest::qWait(100); // its number comes back
-        // Those of others' notifications are not ours.
+        QTest::qWait(100); // until the reply with the notification's number is here
+        // A button of another program's notification does nothing.
         NotificationService::press(7, action);
         QTest::qWait(200);
         QCOMPARE(opened(), QByteArray());
@@ -214,7 +214,7 @@ private Q_SLOTS:
         askForUpdates();
         QTRY_COMPARE(m_notifications.shown.size(), 1);
         QCOMPARE(m_notifications.shown.first().actions, m_button);
-        QTest::qWait(100); // its number comes back
+        QTest::qWait(100); // until the reply with the notification's number is here
         NotificationService::press(41, text("button"));
         QTRY_COMPARE(m_packageKit.asked, (QStringList { text("kestrum"), text("com.orvale.kestrum") }));
         QTest::qWait(200);
@@ -227,7 +227,7 @@ private Q_SLOTS:
         startPackageKit(false);
         askForUpdates();
         QTRY_COMPARE(m_notifications.shown.size(), 1);
-        QTest::qWait(100); // its number comes back
+        QTest::qWait(100); // until the reply with the notification's number is here
         NotificationService::press(41, text("button"));
         QTRY_COMPARE(m_notifications.shown.size(), 2);
         QCOMPARE(m_notifications.shown.last().replaced, 41U);

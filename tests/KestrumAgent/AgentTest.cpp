@@ -24,7 +24,7 @@ using SharedSettings::Signal;
 
 namespace {
 
-/// A main bundle with tables of texts, as long as this lives.
+/// A main bundle with translation tables, for as long as this object lives.
 class OtherBundle {
 public:
     OtherBundle() { Bundle::setMain(Bundle(m_tree.root())); }
@@ -45,13 +45,13 @@ private:
 
 } // namespace
 
-/// The agent within the test's process: what it hears, what it says, and what it shows.
+/// The agent within the test's process: the signals it receives and posts, and its user interface.
 class AgentTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<Agent> m_agent;
 
-    /// Runs the application until something quits it, with what that is; -1 when nothing does.
+    /// Runs `function` and the event loop until something quits the application. Gives the exit code, -1 after 5 s.
     template <class Function> static int runWith(Function function)
     {
         QTimer::singleShot(0, qApp, function);
@@ -82,7 +82,7 @@ private Q_SLOTS:
     void init()
     {
         forgetSettings();
-        QTest::qWait(20); // let the notice of it pass
+        QTest::qWait(20); // until its change notice has passed
         m_agent = std::make_unique<Agent>();
         m_agent->start();
     }
@@ -102,7 +102,7 @@ private Q_SLOTS:
         QTest::qWait(50);
         m_agent.reset();
         const double launched = now();
-        // What an agent before was asked is not for this one.
+        // A request to an earlier agent is not meant for this one.
         m_agent = std::make_unique<Agent>();
         m_agent->start(launched);
         QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
@@ -125,7 +125,7 @@ private Q_SLOTS:
         m_agent = std::make_unique<Agent>();
         m_agent->start(double(::time(nullptr)) - 1);
         QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
-        // Now it is asked in earnest, though the file's time becomes an earlier one.
+        // A new request ends the agent, although the signal's file gets an earlier time.
         QCOMPARE(runWith([] { SharedSettings::post(Signal::quitAgent); }), 0);
     }
 
@@ -142,9 +142,9 @@ private Q_SLOTS:
 
     void itLooksAtTheSettingsAgainWhenTold()
     {
-        QTest::qWait(quietTime); // the start wrote settings, whose notice comes by another way
+        QTest::qWait(quietTime); // the start wrote settings, whose notice comes separately
         QSignalSpy rebuilt(m_agent->strip(), &PanelStrip::rebuilt);
-        // Nobody watches the folder in which the file is written to by another name of it.
+        // The file is changed by a hard link in a folder that is not watched, so no notice comes.
         const QByteArray file = QFile::encodeName(SharedSettings::store().filePath());
         const FileTree tree;
         const QString elsewhere = tree.path(QStringLiteral("settings.json"));
@@ -154,7 +154,7 @@ private Q_SLOTS:
         QCOMPARE(rebuilt.count(), 0);
         SharedSettings::post(Signal::settings);
         QTRY_COMPARE(rebuilt.count(), 1);
-        // Told once more, of nothing else.
+        // A second signal without any change rebuilds nothing.
         SharedSettings::post(Signal::settings);
         QTest::qWait(quietTime);
         QCOMPARE(rebuilt.count(), 1);
@@ -170,7 +170,7 @@ private Q_SLOTS:
         QCOMPARE(storedText("cpuAccent"), QStringLiteral("amber"));
     }
 
-    // What it shows
+    // User interface
 
     void theItemsAreOnTheScreen()
     {
@@ -206,7 +206,7 @@ private Q_SLOTS:
         m_agent = std::make_unique<Agent>();
         m_agent->start();
         QVERIFY(m_agent->strip()->isVisible());
-        // Other settings are no reason to go.
+        // A change of other settings does not end the agent.
         const int code = runWith([] {
             Setting(Keys::showMemoryItem).set(false);
             QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
@@ -216,7 +216,7 @@ private Q_SLOTS:
 
     void itEndsWhenItIsSwitchedOffInTheSettings()
     {
-        // Without any signal.
+        // No signal is posted.
         QCOMPARE(runWith([] { Setting(Keys::agentEnabled).set(false); }), 0);
     }
 
@@ -233,7 +233,7 @@ private Q_SLOTS:
         QCOMPARE(code, 0);
     }
 
-    // Its menu
+    // Menu
 
     void quittingItSwitchesItOff()
     {
@@ -278,7 +278,7 @@ private Q_SLOTS:
         const PanelStrip& strip = *m_agent->strip();
         QTRY_COMPARE(strip.geometry().topLeft(), free.topLeft());
         QCOMPARE(cancel(), QStringLiteral("ألغِ"));
-        // The order of the items is the menu bar's, whatever the direction of writing.
+        // The items have the menu bar's order in both writing directions.
         QCOMPARE(strip.items().sections(), sections);
         QMenu& menu = m_agent->menu();
         QCOMPARE(menu.layoutDirection(), Qt::RightToLeft);
@@ -323,7 +323,8 @@ private Q_SLOTS:
 
     void theSettingsAreStartedWhetherOrNotTheyRun()
     {
-        // One that runs may be about to end. A start beside another opens no second window.
+        // The agent starts the application even if one runs, since that one may be about to end. A second start opens no
+        // second window.
         FileTree tree;
         const QString program = QStringLiteral("Kestrum.app/Contents/MacOS/Kestrum");
         tree.write(program, "#!/bin/sh\necho started >>\"$0.log\"\n");

@@ -1,5 +1,5 @@
-// Checks for updates that somebody asked the agent for, and how they hear of the outcome: the desktop's service that shows
-// notifications is played by this program, on a bus of the test's own.
+// Checks for updates that people asked the agent for, and how they learn the outcome. This test plays the desktop's
+// notification service on a session bus of its own.
 
 #include "KestrumAgent/Agent.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -51,7 +51,7 @@ class AgentUpdatesTest : public QObject {
         m_agent->start(launched);
     }
 
-    /// What the menu says of the last check.
+    /// Whether the menu shows this outcome of the last check.
     bool menuTells(const QString& outcome)
     {
         Q_EMIT m_agent->menu().aboutToShow();
@@ -66,7 +66,7 @@ private Q_SLOTS:
     void init()
     {
         forgetSettings();
-        QTest::qWait(20); // let the notice of it pass
+        QTest::qWait(20); // until its change notice has passed
         m_notifications.shown.clear();
         m_apt = std::make_unique<AptScript>("echo asked >>\"${0%/*}/asked\"\n"
                                             "cat <<-END\n"
@@ -106,13 +106,13 @@ private Q_SLOTS:
         startAgent();
         SharedSettings::post(Signal::checkForUpdates);
         QTRY_COMPARE(m_notifications.shown.size(), 1);
-        QTest::qWait(100); // its number comes back
+        QTest::qWait(100); // until the reply with the notification's number is here
         m_apt.reset();
         m_apt = std::make_unique<AptScript>("echo 'E: <b>no</b>' >&2\nexit 100\n");
         SharedSettings::post(Signal::checkForUpdates);
         QTRY_COMPARE(m_notifications.shown.size(), 2);
         QCOMPARE(m_notifications.shown.last().replaced, 41U);
-        // As it is: only the text below the heading may be markup.
+        // The heading is plain text: only the body below it may contain markup.
         QCOMPARE(m_notifications.shown.last().heading, m_failed);
         QCOMPARE(m_notifications.shown.last().text, QString());
     }
@@ -128,7 +128,7 @@ private Q_SLOTS:
         startService();
         SharedSettings::post(Signal::checkForUpdates);
         QTRY_COMPARE(m_notifications.shown.size(), 2);
-        QCOMPARE(m_notifications.shown.last().replaced, 0U); // another bus, another numbering
+        QCOMPARE(m_notifications.shown.last().replaced, 0U); // the new bus numbers notifications anew
     }
 
     void withoutTheServiceTheMenuTells_data()

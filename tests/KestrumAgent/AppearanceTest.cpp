@@ -18,7 +18,7 @@ pthread_mutex_t* lastLocked = nullptr;
 pthread_mutex_t* watched = nullptr;
 int locks = 0;
 
-/// How often `function` looks the store up. Each look-up takes the store's lock, which only this thread does here.
+/// How often `function` locks the store's mutex, once for each look-up. Only this thread locks the mutex here.
 template <class Function> int lookUps(Function function)
 {
     SharedSettings::store().boolean("any");
@@ -29,7 +29,7 @@ template <class Function> int lookUps(Function function)
     return locks;
 }
 
-/// Readings that do something at a moment in the middle of a drawing.
+/// Readings that run a function in the middle of a drawing.
 struct InterruptingReadings : FakeReadings {
     std::function<void()> interrupt = [] {};
     double storageUsage() const override
@@ -52,7 +52,7 @@ void saveAnotherStyle()
 
 } // namespace
 
-/// Stands before the C library's, for the code of this program.
+/// Overrides the C library's function in this program, to count locks.
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
 {
     static const auto real
@@ -62,7 +62,7 @@ extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     return real(mutex);
 }
 
-/// The settings as a drawing of a whole strip meets them.
+/// A drawing of a whole strip sees one state of the settings.
 class AppearanceTest : public QObject {
     Q_OBJECT
 

@@ -13,7 +13,7 @@ std::optional<AptPolicy> read(const QByteArray& answer)
     return AptPolicy::read(answer, text("kestrum"));
 }
 
-// What APT wrote on Debian 12.
+// A line that APT wrote on Debian 12.
 constexpr char repository[] = "        500 http://deb.example.org/debian bookworm/main amd64 Packages\n";
 constexpr char dpkg[] = "        100 /var/lib/dpkg/status\n";
 
@@ -78,7 +78,7 @@ private Q_SLOTS:
                     + "         -1 http://deb.example.org/debian sid/main amd64 Packages\n"
                     + " *** 1.4-27 500\n" + repository + dpkg),
             "1.4-27", "1.4-27", false, true);
-        // A hold is dpkg's affair: the candidate is the same, and whoever holds the package decides.
+        // A held package has the same candidate: dpkg handles the hold, and the administrator decides.
         row("held", newer(), "1.4-27", "1.5-30", true, true);
         row("several sources",
             answer("1.4-27", "1.5-30",
@@ -170,7 +170,7 @@ private Q_SLOTS:
         const auto took = clock.elapsed();
         QVERIFY(policy && policy->isCandidateNewer);
         QVERIFY2(took < 1000, qPrintable(QString::number(took)));
-        // One line without an end.
+        // One very long line without a line end.
         QVERIFY(!read(answer("1.4-27", QByteArray(4'000'000, '1').constData(), {})));
     }
 

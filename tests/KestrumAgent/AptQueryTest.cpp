@@ -12,7 +12,7 @@ using namespace kestrum;
 
 namespace {
 
-/// A question and what comes of it.
+/// A query and the signals of its answers.
 struct Asking {
     AptQuery query;
     QSignalSpy answers { &query, &AptQuery::answered };
@@ -43,7 +43,7 @@ private Q_SLOTS:
         Asking asking;
         asking.ask();
         qunsetenv("LC_ALL");
-        QCOMPARE(asking.answers.count(), 1); // it ended: there was nothing to read
+        QCOMPARE(asking.answers.count(), 1); // the script ended, so its standard input was empty
         QCOMPARE(asking.answers.first().first().toByteArray(), QByteArray("answer\n"));
         QCOMPARE(script.written("arguments"), QByteArray("2:policy kestrum"));
         QCOMPARE(script.written("locale"), QByteArray("C"));
@@ -51,7 +51,7 @@ private Q_SLOTS:
 
     void noDescriptorOfOursIsHandedOn()
     {
-        // Not closed by itself when a program begins, and out of the way of the shell's own.
+        // dup2() does not set the close-on-exec flag. 200 is beyond the shell's own descriptors.
         constexpr int inherited = 200;
         QCOMPARE(::dup2(STDERR_FILENO, inherited), inherited);
         const AptScript script("ls /proc/$$/fd\n");
@@ -66,14 +66,14 @@ private Q_SLOTS:
 
     void noSignalStaysHeldBack()
     {
-        // As in the agent, whose event loop reads these two.
+        // The agent blocks these two signals because its event loop reads them.
         sigset_t held;
         sigset_t before;
         sigemptyset(&held);
         sigaddset(&held, SIGINT);
         sigaddset(&held, SIGTERM);
         QCOMPARE(::pthread_sigmask(SIG_BLOCK, &held, &before), 0);
-        // No shell: some let all signals through by themselves.
+        // The script runs in awk: some shells unblock all signals themselves.
         const AptScript script(
             "BEGIN { while ((getline line < \"/proc/self/status\") > 0) if (line ~ /^SigBlk/) print line }\n",
             "/usr/bin/awk -f");

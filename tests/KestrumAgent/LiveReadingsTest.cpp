@@ -11,7 +11,7 @@ using namespace kestrum;
 
 namespace {
 
-/// A machine whose cores are busy for so many hundredths of each second; time goes on by `pass`.
+/// A machine whose cores are busy for the given hundredths of each second. `pass` advances its time.
 class Machine {
 public:
     explicit Machine(const QList<quint64>& busy)
@@ -42,7 +42,7 @@ WantedReadings everything()
     return wanted;
 }
 
-/// Samples until the workers' results of the state of the machine are in.
+/// Takes two samples, and waits for the workers' results.
 void sampleTwice(Machine& machine, LiveReadings& readings)
 {
     readings.sample(everything());
@@ -106,7 +106,7 @@ private Q_SLOTS:
         QCOMPARE(readings.swapUsed(), quint64(500) * 1024);
         QVERIFY(readings.storageUsage() > 0);
         QVERIFY(readings.availableStorage() > 0);
-        // No battery, and counters of energy for the administrator only.
+        // There is no battery, and only the administrator may read the energy counters.
         QCOMPARE(readings.cpuWatts(), std::nullopt);
         QCOMPARE(readings.systemWatts(), std::nullopt);
     }
@@ -129,7 +129,7 @@ private Q_SLOTS:
         QCOMPARE(readings.coreUsages(), QList<double>({ 0.1, 0.2, 0.3, 0.4, 0.9, 0.8 }));
         QCOMPARE(readings.performanceCoreCount(), 2);
         QCOMPARE(readings.systemWatts().value_or(-1), 13.8);
-        // One joule in what the wait really took.
+        // The counter rose by one joule during the wait.
         QVERIFY(readings.cpuWatts());
         QVERIFY(*readings.cpuWatts() > 0 && *readings.cpuWatts() <= 20);
 
@@ -143,7 +143,7 @@ private Q_SLOTS:
         Machine machine({ 10, 10, 10, 10, 70, 70 });
         machine.files.writeCapacities(0, 4, "446\n");
         machine.files.writeCapacities(4, 2, "1024\n");
-        // Its kernel is old, and does not measure pressure: memory in use stands for it.
+        // The kernel is too old to measure pressure, so memory in use is shown instead.
         machine.write(
             "proc/meminfo", "MemTotal: 4000 kB\nMemFree: 500 kB\nBuffers: 100 kB\nCached: 400 kB\n");
         LiveReadings readings(machine.files.root());
@@ -195,7 +195,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT((readings.sample(everything()), readings.availableStorage() > 0), 5000);
     }
 
-    // Whatever the files hold, shares stay shares, and nothing crashes.
+    // Whatever the files contain, shares stay between 0 and 1, and nothing crashes.
     void randomBytesInAnyFile()
     {
         Machine machine({ 10, 20, 30, 40 });
@@ -218,7 +218,7 @@ private Q_SLOTS:
         for (int round = 0; round < 500; ++round) {
             const auto& [path, valid] = files[random.bounded(int(files.size()))];
             machine.write(path, spoilt(valid, random));
-            // What cannot be read pauses: a reader of its own sees each spoilt file.
+            // A reader pauses after a read error, so each spoilt file gets a new reader.
             LiveReadings readings(machine.files.root());
             readings.sample(everything());
             machine.write(path, spoilt(valid, random));

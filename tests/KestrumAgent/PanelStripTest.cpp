@@ -22,7 +22,7 @@ using Sections = QList<MonitorSection>;
 
 namespace {
 
-/// A strip on the screen, and a hand that works its mouse at places in points from its first item.
+/// A strip on the screen. Mouse actions take places in points from the strip's first item.
 struct Fixture {
     std::shared_ptr<FakeReadings> readings = std::make_shared<FakeReadings>();
     PanelStrip strip { readings };
@@ -58,7 +58,7 @@ struct Fixture {
 
 } // namespace
 
-/// The items at the panel: what they look like, and how they are worked.
+/// The items at the panel: their appearance and their mouse actions.
 class PanelStripTest : public QObject {
     Q_OBJECT
 
@@ -68,10 +68,10 @@ private Q_SLOTS:
         if (!DrawingFixture::prepare())
             QFAIL(DrawingFixture::noFont);
         SystemAppearance::shared().setScheme(ColourScheme::light);
-        QTest::qWait(20); // let the notice of what was forgotten pass
+        QTest::qWait(20); // until the notice of the removed settings has passed
     }
 
-    // What it looks like
+    // Appearance
 
     void theItemsStandInTheStoredOrderOnTheGrid()
     {
@@ -98,7 +98,7 @@ private Q_SLOTS:
                     = std::round(fixture.frame(section).left() + PanelStrip::sideRoom) - place.left();
                 painter.drawImage(QPointF(left, 0), DrawingFixture::drawn(section, fixture.readings, 1));
             }
-            // A blank edge is left out, as a fraction of a point there belongs to nobody.
+            // The right edge is left out: its last pixel may be covered only in part.
             const QRect inner(0, 0, place.width() - 1, 22);
             QCOMPARE(picture.copy(inner.translated(place.topLeft())).convertToFormat(QImage::Format_RGB32),
                 expected.copy(inner).convertToFormat(QImage::Format_RGB32));
@@ -118,7 +118,7 @@ private Q_SLOTS:
         SystemAppearance::shared().setScheme(scheme);
         const QImage picture = fixture.picture();
         QCOMPARE(picture.pixelColor(2, 11).rgb(), StripBackground::plate(scheme).rgb());
-        // And so do the items on it: somewhere is a pixel of the labels' full colour.
+        // The items follow the scheme, too: some pixel has the labels' full colour.
         bool isFound = false;
         for (int x = 0; x < picture.width(); ++x) {
             for (int y = 0; y < picture.height(); ++y)
@@ -281,7 +281,7 @@ private Q_SLOTS:
         QCOMPARE(asked.first().first().toPoint(), QPoint(30, 22));
     }
 
-    // In words
+    // Descriptions
 
     void theTipSaysWhatIsMeasured_data()
     {
@@ -303,7 +303,7 @@ private Q_SLOTS:
         row(sensors, "hottest", "Sensors — Hottest: 52°");
         // The item has no room for the unit.
         row(sensors, "fan", "Sensors — Fan: 1240 rpm");
-        // The meter shows the share in use all the same.
+        // The meter still shows the share in use.
         row(cpu, "off", "CPU — Usage: 50%");
         row(memory, "off", "Memory — Usage: 50%");
         row(storage, "off", "Disk — Usage: 50%");

@@ -22,7 +22,7 @@ void show(const QList<MonitorSection>& sections)
         Setting(MeterSettings::visibilityKey(entry.value)).set(sections.contains(entry.value));
 }
 
-/// How often the threads of this process went to sleep since they began, by their ids.
+/// How often each thread of this process has gone to sleep since its start, by thread id.
 QMap<QString, qint64> sleeps()
 {
     QMap<QString, qint64> result;
@@ -39,7 +39,7 @@ QMap<QString, qint64> sleeps()
     return result;
 }
 
-/// Handles events for so long, with nothing else that wakes this thread.
+/// Runs the event loop for `time`. Nothing else wakes this thread.
 void rest(std::chrono::milliseconds time)
 {
     QEventLoop loop;
@@ -56,7 +56,7 @@ private Q_SLOTS:
     void init()
     {
         forgetSettings();
-        // The sensors of this machine are no part of the tests.
+        // The tests must not depend on this machine's sensors.
         Setting(Keys::cpuReadout).set(CPUReadout::usage);
     }
 
@@ -79,7 +79,7 @@ private Q_SLOTS:
         QVERIFY(sampler.readings()->memoryUsage() > 0);
         QVERIFY(sampler.readings()->cpuHistory().isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 2, 5000);
-        // By then there is a difference of counters, and a worker's answer.
+        // By now there are two values of each counter, and a worker's answer.
         QCOMPARE(sampler.readings()->cpuHistory().size(), 1);
         QVERIFY(sampler.readings()->availableStorage() > 0);
         rest(500ms);
@@ -92,7 +92,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("isShown");
         QTest::newRow("5 s") << 5.0 << true;
         QTest::newRow("60 s") << 60.0 << true;
-        // One wake-up a tick is more there than the seconds until the next.
+        // Below 5 s the answer waits for the next tick, which saves a wake-up for each tick.
         QTest::newRow("less") << 4.9 << false;
     }
     void atLongIntervalsAWorkersAnswerIsShownWhenItIsThere()
@@ -114,7 +114,7 @@ private Q_SLOTS:
         const QSignalSpy sampled(&sampler, &Sampler::sampled);
         const QSignalSpy completed(&sampler, &Sampler::completed);
         sampler.adoptSettings();
-        QThread::msleep(100); // without events: the worker reads, and the second sample has not come
+        QThread::msleep(100); // no events: the worker reads, and the second sample has not come yet
         discharge("9000000\n");
         QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 2, 5000);
         if (isShown)
@@ -133,7 +133,7 @@ private Q_SLOTS:
         const QSignalSpy sampled(&sampler, &Sampler::sampled);
         sampler.adoptSettings();
         rest(2200ms);
-        // At 0, 0.2, 0.45, 0.7 …, each up to a twentieth early or late.
+        // Samples are due at 0, 0.2, 0.45, 0.7 … s; timers may be 5 % early or late.
         QVERIFY2(sampled.count() >= 7 && sampled.count() <= 11, qPrintable(QString::number(sampled.count())));
     }
 
@@ -252,12 +252,12 @@ private Q_SLOTS:
         sampler.adoptSettings();
         QVERIFY(sampler.isRunning());
         QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 3, 5000);
-        // The second sample comes after a fifth of a second, the third a second later.
+        // The second sample comes 0.2 s after the first one, the third one 1 s later.
         rest(300ms);
         QCOMPARE(sampled.count(), 3);
     }
 
-    // The worker's end wakes nobody, and it sleeps until the next tick.
+    // A worker's answer wakes no other thread, and the worker sleeps until the next tick.
     void aTickWakesEachThreadOnceAtMost()
     {
         Setting(Keys::refreshInterval).set(0.1);
@@ -273,7 +273,7 @@ private Q_SLOTS:
         QVERIFY(ticks >= 10);
         for (auto thread = after.begin(); thread != after.end(); ++thread) {
             const qint64 wakeUps = thread.value() - before.value(thread.key(), 0);
-            // One or two are not ours: the end of the rest, a page that was not there.
+            // A few wake-ups have other causes, such as the end of the wait and page faults.
             QVERIFY2(wakeUps <= ticks + 4,
                 qPrintable(
                     QStringLiteral("thread %1: %2 in %3 ticks").arg(thread.key()).arg(wakeUps).arg(ticks)));

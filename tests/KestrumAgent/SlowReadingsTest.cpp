@@ -19,7 +19,7 @@ WantedReadings storageAndPower()
     return wanted;
 }
 
-/// A volume that answers only when it is told to. What a worker uses of it outlives the test.
+/// A volume that answers only after a call of `answer`. A worker shares its state, which may outlive the test.
 class HangingVolume {
 public:
     StorageUse::Ask ask() const
@@ -109,7 +109,7 @@ private Q_SLOTS:
         QCOMPARE(readings.storage(), StorageUse::Room({ 0.75, 25 * 4096 }));
         QTRY_COMPARE_WITH_TIMEOUT(volume.asked(), 2, 5000);
         QCOMPARE(volume.mostAsking(), 1);
-        // The log says it once.
+        // The warning is logged once.
         QTest::ignoreMessage(
             QtWarningMsg, QRegularExpression(QStringLiteral("start-up volume does not answer")));
         for (int i = 0; i < 3; ++i)
@@ -140,7 +140,7 @@ private Q_SLOTS:
 
     void aVolumeThatFailsKeepsItsLastAnswer()
     {
-        // The worker may still be asking when the test is over.
+        // Shared, because the worker may still read the volume after the test.
         struct Volume {
             std::atomic<bool> fails = false;
             std::atomic<int> asked = 0;
@@ -186,7 +186,7 @@ private Q_SLOTS:
         readings.begin(wanted);
         QTRY_COMPARE_WITH_TIMEOUT((readings.collect(), readings.sensors().cpu), std::optional(50.0), 5000);
         QCOMPARE(readings.sensors().fan, std::optional(1200.0));
-        // What was not asked for is not taken.
+        // A value that was not requested stays absent.
         QCOMPARE(readings.sensors().gpu, std::nullopt);
         QTRY_VERIFY_WITH_TIMEOUT((readings.collect(), readings.storage().available > 0), 5000);
 
@@ -197,7 +197,7 @@ private Q_SLOTS:
         readings.collect(now + SlowReadings::longestAnswer + std::chrono::seconds(1));
         QCOMPARE(readings.sensors().cpu, std::nullopt);
         QCOMPARE(readings.sensors().fan, std::nullopt);
-        // The volume was to be asked after the sensors: it keeps its answer, and is not accused of anything.
+        // The worker had not reached the volume yet: its last answer stays, and no warning is logged about it.
         QVERIFY(readings.storage().used > 0);
 
         answers->release();

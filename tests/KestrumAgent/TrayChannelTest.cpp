@@ -1,4 +1,4 @@
-// The status icon, among the icons of a desktop that is a process of its own.
+// The status icon among the icons of a desktop, which is another process.
 
 #include "KestrumAgent/Panel/TrayChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
@@ -40,7 +40,7 @@ class TrayChannelTest : public QObject {
     }
     void startChannel() { m_channel = std::make_unique<TrayChannel>(*m_strip, *m_menu); }
 
-    /// The next line of the desktop; events are handled meanwhile.
+    /// The next line that the desktop process prints, empty after `patience`. Events are handled meanwhile.
     QByteArray said() const
     {
         const bool isSaid = QTest::qWaitFor([this] { return m_desktop->canReadLine(); }, patience);
@@ -50,7 +50,7 @@ class TrayChannelTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // What is said where there is no place, which is not looked at here.
+        // Hides the log line about a missing icon area, which is not tested here.
         qputenv("QT_LOGGING_RULES", "*.info=false");
     }
     void init()
@@ -70,7 +70,7 @@ private Q_SLOTS:
         m_strip.reset();
     }
 
-    // First, as the toolkit asks whether there are status icons once a process.
+    // This test is the first one: the toolkit checks only once for each process whether status icons are supported.
     void aPlaceThatComesLateIsNoticed()
     {
         startChannel();
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("icon");
         const QByteArray light = "light";
         const QByteArray dark = "dark";
-        // The bar is black there, whatever the windows are.
+        // These desktops have a black bar, whatever the scheme of the windows is.
         for (const char* desktop : { "GNOME", "ubuntu:GNOME", "pop:GNOME", "gnome" }) {
             QTest::addRow("%s, light", desktop) << QByteArray(desktop) << ColourScheme::light << light;
             QTest::addRow("%s, dark", desktop) << QByteArray(desktop) << ColourScheme::dark << light;

@@ -5,7 +5,7 @@
 
 using namespace kestrum;
 
-/// What a check finds, in an APT world of the test's own.
+/// The outcomes of a check, with an APT of the test's own.
 class UpdateCheckerTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -129,9 +129,9 @@ private Q_SLOTS:
         const QString noSource = text("No source of updates is known.");
         AptWorld world;
         UpdateFixture fixture;
-        QCOMPARE(fixture.check(), noSource); // APT has never heard of it
+        QCOMPARE(fixture.check(), noSource); // APT does not know the package
         world.install(text("1.4-27"));
-        QCOMPARE(fixture.check(), noSource); // installed by hand
+        QCOMPARE(fixture.check(), noSource); // installed, but in no repository
         world.publish({ text("1.5-30") });
         QCOMPARE(fixture.check(), text("Kestrum 1.5 (30) is available."));
         world.withdraw();
@@ -139,7 +139,7 @@ private Q_SLOTS:
         QCOMPARE(UpdateFixture::offer(), std::nullopt);
         world.publish({ text("1.5-30") });
         world.install({});
-        QCOMPARE(fixture.check(), noSource); // not what is running
+        QCOMPARE(fixture.check(), noSource); // the package is not installed
         QCOMPARE(UpdateFixture::offer(), std::nullopt);
         QCOMPARE(fixture.posts(), 2);
     }
@@ -157,7 +157,7 @@ private Q_SLOTS:
         QVERIFY2(outcome.startsWith(text("The check for updates failed: ")), qPrintable(outcome));
         QVERIFY2(outcome.contains(text("sources.list")), qPrintable(outcome));
         QVERIFY2(!outcome.contains(text("E: ")), qPrintable(outcome));
-        // What was on offer before is still the best that is known.
+        // The earlier offer is still the newest known version.
         QCOMPARE(UpdateFixture::offer(), text("1.5 (30)"));
         QCOMPARE(fixture.posts(), 1);
     }

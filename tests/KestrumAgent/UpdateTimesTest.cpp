@@ -4,7 +4,7 @@
 
 using namespace kestrum;
 
-/// When checks are made, and when not.
+/// The times of automatic checks.
 class UpdateTimesTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -55,7 +55,7 @@ private Q_SLOTS:
         UpdateFixture fixture;
         fixture.checker.start();
         QVERIFY(!Setting { Keys::updaterCanCheck }.value());
-        QVERIFY(!SharedSettings::store().string(Keys::updatesAvailable.name)); // nobody could withdraw it
+        QVERIFY(!SharedSettings::store().string(Keys::updatesAvailable.name)); // no check withdraws it
         QVERIFY(!fixture.daily().isActive());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
         QCOMPARE(fixture.check(), text("The check for updates failed: It is switched off."));
@@ -109,7 +109,7 @@ private Q_SLOTS:
             QTest::qWait(quietTime);
         }
         QVERIFY(intervals.size() > 1);
-        // Nobody asked for these.
+        // No person asked for these checks, so no outcome is reported.
         QCOMPARE(fixture.outcomes.count(), 0);
     }
 

@@ -10,9 +10,9 @@
 
 namespace kestrum {
 
-/// A row of an accent, the memory's, in an active window.
+/// The accent row of the memory item in an active window.
 struct AccentRowWindow {
-    static constexpr int customIndex = 8; ///< of the picker's last entry
+    static constexpr int customIndex = 8; ///< index of the picker's last entry
     QWidget window;
     AccentRow* row = new AccentRow(QStringLiteral("Colour"), QStringLiteral("Memory"), Keys::memoryAccent);
     PopupPicker* picker = row->findChild<PopupPicker*>();
@@ -32,14 +32,14 @@ struct AccentRowWindow {
         QVERIFY(QTest::qWaitForWindowActive(&window));
     }
 
-    /// As if the colour dialog told of a movement.
+    /// Simulates a movement in the colour dialog.
     void move(const QColor& colour) const { Q_EMIT well->picked(colour); }
 
     static QString stored() { return storedText("memoryAccent"); }
     static void store(const char* accent)
     {
         SharedSettings::store().set("memoryAccent", QString::fromLatin1(accent));
-        QTest::qWait(20); // let the notice of it pass
+        QTest::qWait(20); // until its change notice has passed
     }
 };
 

@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// A test of the built settings application as people have it who use a keyboard, and a screen reader or the like. Nothing is chosen
-/// yet, and the agent is off, when a window is opened.
+/// A test of the built settings application for people who use a keyboard and assistive programs such as a screen reader.
+/// When a window is opened, no choice is stored and the agent is off.
 class AccessTest : public DesktopTest {
 protected:
     void furnish() override { m_tree = std::make_unique<AccessTree>(); }
@@ -17,7 +17,7 @@ protected:
         m_tree.reset();
     }
 
-    /// Opens a new window on the page of that stored name, in a language. In vain where `isOpen` says no.
+    /// Opens a new window on the page with that stored name, in a language. `isOpen` gives false if that failed.
     void open(const char* pane, const char* language = "en")
     {
         m_window.reset();
@@ -28,7 +28,7 @@ protected:
         fixture().turnToOther();
         m_window = std::make_unique<AccessWindow>(fixture(), *m_tree);
     }
-    /// From another process, as all that is written and read here.
+    /// Stores a value by another process, as this class does for all reads and writes.
     void writeText(const char* key, const QByteArray& value) const
     {
         fixture().write(key, ('"' + value + '"').constData());
@@ -37,7 +37,8 @@ protected:
     {
         QTRY_COMPARE_WITH_TIMEOUT(fixture().read(key), json, Programs::patience);
     }
-    /// Opens the page of the button "Check Now" and has it pressed; fails where the signal is not heard in another process.
+    /// Opens the page of the button "Check Now" and calls `press` with it. Fails when another process does not get the
+    /// signal.
     template <class Press> void pressCheckNow(const Press& press)
     {
         open("general");

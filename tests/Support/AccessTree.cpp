@@ -1,5 +1,5 @@
-// The protocol of assistive programs is spoken on a bus of its own, whose address a service on the session bus tells.
-// There, a registry knows the programs; each of them answers for what it shows.
+// The accessibility protocol uses a bus of its own, whose address a service on the session bus gives. A registry on that bus
+// lists the programs. Each program answers for its own elements.
 
 #include "tests/Support/AccessTree.h"
 
@@ -18,7 +18,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr int timeLimit = 3000; // ms, of one call
+constexpr int timeLimit = 3000; // ms, for one call
 // Relations
 constexpr quint32 isLabelOf = 1;
 constexpr quint32 isLabelledBy = 2;
@@ -267,7 +267,7 @@ QString Accessible::outline(int depth) const
 
 AccessTree::AccessTree()
 {
-    // Otherwise programs show themselves only where the desktop says that somebody looks.
+    // Otherwise programs join the accessibility bus only when the desktop reports that an assistive program runs.
     qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
     if (!m_session.isUp())
         return;

@@ -10,11 +10,11 @@
 
 namespace kestrum {
 
-/// One thing that a program shows to assistive programs, asked anew at every call. Calls take three seconds at most; what is
-/// gone, or was never found, answers with nothing.
+/// An element that a program shows to assistive programs. Every call asks the program anew, for at most three seconds. Calls
+/// give empty values for an element that is gone or was never found.
 class Accessible {
 public:
-    /// The numbers are those of the protocol.
+    /// With the protocol's numbers.
     enum class State {
         checked = 4,
         collapsed = 5,
@@ -35,59 +35,59 @@ public:
     Accessible() = default;
     Accessible(QString service, QString path);
 
-    /// Whether this was found at all.
+    /// Whether the element was found at all.
     bool isFound() const { return !m_path.isEmpty(); }
 
-    /// In English, as "check box", "push button", "combo box", "slider", "list item", "label".
+    /// In English, such as "check box", "push button", "combo box", "slider", "list item", "label".
     QString role() const;
     QString name() const;
     QString description() const;
-    /// One bit for each, where its number says.
+    /// A bit for each state; `State` gives the bits' numbers.
     quint64 states() const;
     bool has(State state) const { return (states() >> int(state) & 1) != 0; }
-    /// Of sliders and the like.
+    /// The value of a slider or another control with a number.
     std::optional<double> value() const;
     bool setValue(double value) const;
     QString text() const;
-    /// On the screen.
+    /// In screen coordinates.
     QRect place() const;
 
     QList<Accessible> children() const;
-    /// The first below this, in reading order, with that role and name; the name may be left open. Names are not unique: a
-    /// control and its label share theirs, so the role is always given.
+    /// The first element below this one, in reading order, with that role and, if given, that name. Names are not unique: a
+    /// control and its label have the same one, so the role is always needed.
     Accessible find(const QString& role, const std::optional<QString>& name = std::nullopt) const;
-    /// Everything below this with that role, in reading order.
+    /// All elements below this one with that role, in reading order.
     QList<Accessible> findAll(const QString& role) const;
-    /// The text that names this to people: its label's, or else its own name.
+    /// The text by which people know this element: its label's name, or else its own name.
     QString label() const;
-    /// What this is the label of. A combo box is found so, as its own name is its current text.
+    /// The element that this one labels. A combo box must be found this way, as its own name is its current text.
     Accessible labelled() const;
 
-    /// "Press", "Toggle", "SetFocus", "ShowMenu" and the like.
+    /// The names of the actions, such as "Press", "Toggle", "SetFocus", "ShowMenu".
     QStringList actions() const;
-    /// Does one of them. False where it is not there.
+    /// Does the action with that name. False when there is none.
     bool act(const QString& action) const;
     bool focus() const;
 
-    /// The id of the process that shows this.
+    /// The id of the process that shows this element.
     qint64 process() const;
 
-    /// This and everything below, one indented line each: for looking at, and beside a test that fails.
+    /// This element and everything below it, an indented line for each: for people, and for the message of a failed test.
     QString outline(int depth = 0) const;
 
     bool operator==(const Accessible&) const = default;
 
 private:
-    /// What stands in the relation of that number to this.
+    /// The first element to which this one has the relation with that number.
     Accessible related(quint32 number) const;
 
     QString m_service;
     QString m_path;
 };
 
-/// Looks at other programs as a screen reader does, on a session bus and an accessibility bus of the test's own. Programs that
-/// are started while this lives show themselves there, if they are on an X display. Made after the test's home and its
-/// `VirtualDisplay`; this test's own process had better not be asked about, since it answers only from its event loop.
+/// Reads other programs' accessibility trees as a screen reader does, on a session bus and an accessibility bus of the test's
+/// own. Programs on an X display join these buses if they are started while this object lives. Make it after the test's home
+/// and its `VirtualDisplay`. Do not ask the test's own process: it answers only from its event loop.
 class AccessTree {
 public:
     AccessTree();
@@ -97,7 +97,7 @@ public:
     /// False, with a warning, when one of the buses did not start.
     bool isUp() const { return m_isUp; }
 
-    /// The program that runs as process `pid`, waited for during ten seconds at most.
+    /// The program with process id `pid`. Waits for it for ten seconds at most.
     Accessible application(qint64 pid) const;
 
 private:

@@ -13,14 +13,14 @@ using Programs::patience;
 namespace {
 
 constexpr int mostStops = 60;
-constexpr int sameLine = 8; ///< so far apart the middles of controls on one line may be
+constexpr int sameLine = 8; ///< how far apart the middles of controls on one line may be
 
 bool isIn(quint64 states, State state)
 {
     return (states >> int(state) & 1) != 0;
 }
 
-/// What is shown below `above`, in the tree's order. The entries of a closed picker are not.
+/// Appends all shown elements below `above`, in the tree's order, without the entries of a closed picker.
 void collect(const Accessible& above, QList<Accessible>& all)
 {
     const QList<Accessible> below = above.children();
@@ -70,7 +70,7 @@ bool AccessWindow::look(const Accessible& above, QStringList groups, const Judge
     const QList<Accessible> below = above.children();
     for (const Accessible& child : below) {
         const quint64 states = child.states();
-        // Texts have nothing in them.
+        // Elements below a text are skipped.
         if (!isIn(states, State::showing) || isIn(states, State::readOnly))
             continue;
         const bool isFocusable = isIn(states, State::focusable);
@@ -101,7 +101,7 @@ QList<AccessWindow::Stop> AccessWindow::readingOrder() const
     }
     if (columns.size() != 2)
         return {};
-    // The first column is the narrow one.
+    // The sidebar is the narrower column. In left-to-right layouts it is on the left.
     const bool isFromRight = (columns[0].width() < columns[1].width()) == (columns[0].x() > columns[1].x());
     const auto isEarlier = [isFromRight](const QRect& a, const QRect& b) {
         return isFromRight ? a.center().x() > b.center().x() : a.center().x() < b.center().x();
@@ -141,7 +141,7 @@ AccessWindow::Stop AccessWindow::focus() const
 {
     Stop stop;
     look(m_frame, {}, [&stop](const Found& one) {
-        // The toolkit calls the current row of every list focused, whether or not the list is.
+        // In the toolkit, the current row of every list is focused, even when its list is not.
         if (one.role == text("list item") || !isIn(one.states, State::focused))
             return false;
         stop = { one.control, called(one), one.control.place() };

@@ -7,18 +7,19 @@
 
 namespace kestrum {
 
-/// The settings application of a fixture with its window, worked by keys alone and seen through its accessibility tree. It ends
-/// with this.
+/// The settings application of a fixture with its window, used by keys alone and read through its accessibility tree. The
+/// destructor ends the application.
 class AccessWindow {
 public:
-    /// A place where the keyboard can stop, and how one would call it: "CPU/combo box Readout", with the groups around it.
+    /// A place where the keyboard focus can stop. Its name has the role and the groups around it, as in "CPU/combo box
+    /// Readout".
     struct Stop {
         Accessible control;
         QString name;
         QRect place;
     };
 
-    /// Returns when the window has the focus and shows itself to assistive programs.
+    /// Returns when the window has the focus and is in the accessibility tree.
     AccessWindow(const DesktopFixture& fixture, const AccessTree& tree);
     ~AccessWindow() { Programs::end(*m_kestrum); }
     Q_DISABLE_COPY_MOVE(AccessWindow)
@@ -27,24 +28,24 @@ public:
     const Accessible& application() const { return m_application; }
     const Accessible& frame() const { return m_frame; }
 
-    /// Real keys, as "ctrl+2" or "Tab".
+    /// Sends real key events, such as "ctrl+2" or "Tab".
     static void press(const char* keys);
 
-    /// Everything that is shown in the window and what is in it, in the tree's order.
+    /// All elements that are shown in the window, in the tree's order.
     QList<Accessible> shown() const;
-    /// Every place where Tab has to stop, in the order in which one reads: column by column, line by line, along the line. A group
-    /// of segments is one place, namely the chosen one, and so is a list.
+    /// All places where Tab has to stop, in reading order: by columns, then lines, then along the line. A group of segments
+    /// is one place, namely its chosen segment, and a list is also one place.
     QList<Stop> readingOrder() const;
-    /// Where the keyboard is, or nothing.
+    /// The stop that has the keyboard focus, or an empty one.
     Stop focus() const;
-    /// The same, once it is another than `last`.
+    /// Waits until the focus is at another stop than `last`, and gives that stop.
     Stop focusAfter(const Stop& last) const;
-    /// Presses Tab until the keyboard is at the stop of that name. Not found where Tab does not come by.
+    /// Presses Tab until the stop with that name has the focus. The result is not found when Tab never reaches it.
     Accessible tabTo(const QString& name) const;
-    /// The control of that name as in `Stop`, wherever the keyboard is.
+    /// The control with that name (see `Stop`), with or without the focus.
     Accessible control(const QString& name) const;
 
-    /// The page's row at the side.
+    /// The page's row in the sidebar.
     Accessible row(const char* page) const;
 
 private:
@@ -55,7 +56,7 @@ private:
         quint64 states;
     };
     using Judge = std::function<bool(const Found&)>;
-    /// Goes through what can have the focus below `above`, in the tree's order, until a judge has enough.
+    /// Visits the elements below `above` that can have the focus, in the tree's order, until `isEnough` gives true.
     static bool look(const Accessible& above, QStringList groups, const Judge& isEnough);
     static QString called(const Found& found);
 

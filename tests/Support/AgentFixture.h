@@ -14,9 +14,9 @@
 
 namespace kestrum {
 
-/// A bundle of the application in a temporary folder, which is the main bundle, with a program in it that can stand for the
-/// agent (tests/Support/StandInAgentProgram.cpp). Agents that still run at the end are killed, by their ids: for tests among
-/// processes of their own only.
+/// A main bundle of the application in a temporary folder, with a program that can stand for the agent
+/// (tests/Support/StandInAgentProgram.cpp). The end kills agents that still run, by their ids. Only for tests with a process
+/// table of their own.
 class AgentFixture {
 public:
     AgentFixture()
@@ -30,7 +30,7 @@ public:
     ~AgentFixture() { endAgents(); }
     Q_DISABLE_COPY_MOVE(AgentFixture)
 
-    /// Puts the program into the application's bundle, or into that of another copy. Gives its path.
+    /// Installs the program in the application's bundle, or in another copy of it. Gives the program's path.
     QString installAgent(const QString& application = QStringLiteral("Kestrum.app")) const
     {
         const QString program = m_tree.path(StandIns::agentOf(application));
@@ -44,7 +44,7 @@ public:
         m_tree.write(QStringLiteral("Kestrum.app/Contents/Resources/") + name, content);
     }
 
-    /// What a person who starts the program in a shell does.
+    /// Starts the program as a person in a shell would.
     static qint64 startByHand(const QString& program)
     {
         qint64 pid = 0;
@@ -60,7 +60,7 @@ public:
         return pids;
     }
 
-    /// The agents that were ever started and began to listen, in that order.
+    /// The process ids of all agents that have ever begun to listen, in that order.
     QList<qint32> everStarted() const
     {
         QFile file(reportPath());
@@ -72,14 +72,14 @@ public:
         return pids;
     }
 
-    /// Until one agent runs and hears signals.
+    /// Waits until one agent runs and receives signals.
     void waitForAgent(qsizetype started = 1) const
     {
         QTRY_COMPARE(everStarted().size(), started);
         QCOMPARE(agents().size(), 1);
     }
 
-    /// Only those of this fixture: where a test has no process table of its own, there may be others.
+    /// Ends only this fixture's agents: without a process table of its own, a test sees other agents.
     void endAgents() const
     {
         const auto own = [this] {

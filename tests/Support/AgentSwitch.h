@@ -8,13 +8,13 @@
 
 namespace kestrum {
 
-/// The switch at the sidebar's foot in an open window of the settings application, worked by a mouse and watched by its
-/// pixels. Ends the application, and agents that run, when it goes.
+/// The switch at the sidebar's foot in an open window of the settings application, used by a mouse and checked by its pixels.
+/// The destructor ends the application and the agents.
 class AgentSwitch : public OpenedWindow {
 public:
     static constexpr int second = 1000; // ms
 
-    /// Opens the application of the fixture, whose window then has the focus.
+    /// Opens the fixture's application, and waits until its window has the focus.
     explicit AgentSwitch(DesktopFixture& fixture)
         : OpenedWindow(fixture)
         , m_fixture(fixture)
@@ -29,7 +29,7 @@ public:
 
     void click() const { OpenedWindow::click(middle); }
 
-    /// So many clicks with so many milliseconds between them, quicker than a process a click could.
+    /// Clicks `times` times with `pause` milliseconds between: faster than with one process for each click.
     void click(int times, int pause) const
     {
         VirtualDisplay::xdotool({ QStringLiteral("click"), QStringLiteral("--repeat"), QString::number(times),
@@ -44,7 +44,7 @@ public:
 
     QList<qint32> agents() const { return DesktopFixture::processes(m_fixture.agentProgram()); }
 
-    /// Switches on, and waits until one agent runs and hears signals. Gives its id, 0 when none came.
+    /// Switches on, and waits until one agent runs and receives signals. Gives its id, or 0 on failure.
     qint32 switchOn() const
     {
         click();
@@ -54,26 +54,26 @@ public:
         return isThere ? agents().value(0) : 0;
     }
 
-    /// An occasion for the row to look.
+    /// Leaves the window and returns to it, which makes the row check the agent.
     void leaveAndComeBack()
     {
         m_fixture.turnToOther();
-        // The toolkit takes a window that gets the focus back sooner for one that never lost it.
+        // If the focus returns earlier, the toolkit behaves as if the window had never lost it.
         QTest::qWait(600);
         DesktopFixture::turnTo(id());
     }
 
 private:
-    // In the window, 640 by 520, whose sidebar is 204 wide: the switch is 30 by 18 and 10 from the sidebar's edge, in the
-    // middle of the row of 52 at the foot.
+    // Places in the window, which is 640 by 520 with a sidebar of 204. The switch is 30 by 18, 10 from the sidebar's edge,
+    // and vertically centred in the row of 52 at the foot.
     static constexpr QPoint middle { 204 - 10 - 15, 520 - 26 };
-    // Where the track is seen when it is on, and the knob when it is off.
+    // Shows the track when the switch is on, and the knob when it is off.
     static constexpr QPoint leadingHalf { 204 - 10 - 30 + 8, 520 - 26 };
 
     DesktopFixture& m_fixture;
 };
 
-/// The most processes of a program that there ever were at once, for as long as this lives.
+/// The largest number of processes of a program at one time, counted for as long as this object lives.
 class ProcessCounter {
 public:
     explicit ProcessCounter(const QString& program)

@@ -4,8 +4,8 @@
 
 namespace kestrum {
 
-/// A script that stands first on the path as "apt-cache" for as long as this lives: an APT that misbehaves as no real
-/// one does for a test. Its own folder is "${0%/*}".
+/// A script that is the first "apt-cache" on the path for as long as this object lives. It misbehaves in ways that a real APT
+/// does not when a test needs it. "${0%/*}" is the script's own folder.
 class AptScript {
 public:
     explicit AptScript(const QByteArray& script, const QByteArray& interpreter = "/bin/sh")
@@ -20,7 +20,7 @@ public:
     ~AptScript() { qputenv("PATH", m_path); }
     Q_DISABLE_COPY_MOVE(AptScript)
 
-    /// What the script wrote into the file `name` of its folder.
+    /// The content of the file `name` in the script's folder.
     QByteArray written(const char* name) const
     {
         QFile file(m_tree.path(QString::fromLatin1(name)));

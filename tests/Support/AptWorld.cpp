@@ -24,7 +24,7 @@ AptWorld::AptWorld()
             "var/lib/apt/lists/partial", "var/cache/apt/archives/partial", "var/log/apt", "repository" })
         QVERIFY(QDir().mkpath(m_tree.path(QString::fromLatin1(directory))));
     const QByteArray root = m_tree.root().toUtf8();
-    // No caches: they would not notice a file that is written anew within a second and as long as before.
+    // APT must not cache lists: it would miss a list that is rewritten within a second with the same size.
     m_tree.write(QStringLiteral("apt.conf"),
         "Dir \"" + root + "/\";\nDir::State::status \"" + root
             + "/var/lib/dpkg/status\";\n"

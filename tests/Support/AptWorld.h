@@ -7,30 +7,30 @@
 
 namespace kestrum {
 
-/// An APT of its own for as long as this lives: own lists, own repository in a folder, own record of what is installed.
-/// Every APT that this process starts finds it by the environment; the machine's own is not touched.
+/// A private APT for as long as this object lives, with its own lists, repository folder and record of installed packages.
+/// The environment makes every APT that this process starts use it. The machine's own APT is not touched.
 class AptWorld {
 public:
     AptWorld();
     ~AptWorld();
     Q_DISABLE_COPY_MOVE(AptWorld)
 
-    /// Makes the repository hold packages of `kestrum` in these versions, and nothing else, and has APT read it.
+    /// Makes the repository hold exactly these versions of the package `kestrum`, and updates APT's lists.
     void publish(const QStringList& versions);
-    /// Takes the repository away.
+    /// Removes the repository.
     void withdraw();
 
-    /// Records `kestrum` as installed in this version, as dpkg would; an empty one as not installed.
+    /// Records this version of `kestrum` as installed, as dpkg would. An empty version means not installed.
     void install(const QString& version);
 
-    /// APT's preferences, and its list of sources.
+    /// Writes APT's preferences or its list of sources.
     void prefer(const QByteArray& preferences);
     void setSources(const QByteArray& sources);
 
     QString root() const { return m_tree.root(); }
-    /// Where the APT of this process reads and writes: settings, lists, caches, logs, what is installed.
+    /// The places that this process's APT reads and writes: settings, lists, caches, logs, installed packages.
     static QByteArrayList places();
-    /// What "apt-cache policy kestrum" says.
+    /// The output of "apt-cache policy kestrum".
     static QByteArray policy();
 
 private:

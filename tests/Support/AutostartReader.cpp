@@ -1,5 +1,5 @@
-// A desktop's own reader of autostart entries: starts what the entry at the given path names, as GNOME's session and others
-// do that stand on GLib. Exit code 1 when GLib refuses the entry, 3 when it is switched off.
+// Reads an autostart entry as GLib desktops such as GNOME do: starts the program of the entry at the given path. The exit
+// code is 1 when GLib refuses the entry, and 3 when the entry is switched off.
 
 #include <cstdio>
 #include <gio/gdesktopappinfo.h>

@@ -7,14 +7,14 @@
 
 namespace kestrum {
 
-/// Works the toolkit's colour dialog as people do.
+/// Uses the toolkit's colour dialog as people do.
 namespace ColourDialogHand {
 
-/// The part of the dialog that is the field of hues: what a drag in it moves is told as people's own. Null where there is none.
+/// The dialog's hue field. A drag in it counts as a person's choice. Null when there is none.
 inline QWidget* field(const QColorDialog& dialog)
 {
     for (auto* part : dialog.findChildren<QWidget*>()) {
-        // Since Qt 6.5 within a name space.
+        // Since Qt 6.5 the class is in a namespace.
         if (QByteArrayView(part->metaObject()->className()).endsWith("QColorPicker"))
             return part;
     }

@@ -10,8 +10,8 @@
 
 namespace kestrum {
 
-/// A window with controls one below the other, each at its own size, shown and active. It follows the scheme as the settings
-/// window does.
+/// An active window with controls one below the other, each at its own size. It follows the colour scheme like the settings
+/// window.
 struct ControlWindow : QWidget {
     static constexpr int margin = 20;
 
@@ -32,7 +32,7 @@ struct ControlWindow : QWidget {
         QVERIFY(QTest::qWaitForWindowActive(this));
     }
 
-    /// What the program does before it shows a window.
+    /// Prepares the program for its windows.
     static void prepareProgram()
     {
         QApplication::setStyle(QStringLiteral("fusion"));
@@ -40,7 +40,7 @@ struct ControlWindow : QWidget {
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }
 
-    /// The mark of the keyboard's place; null when there is none.
+    /// The visible focus ring; null when there is none.
     FocusRing* ring() const
     {
         for (auto* ring : findChildren<FocusRing*>()) {
@@ -49,7 +49,7 @@ struct ControlWindow : QWidget {
         }
         return nullptr;
     }
-    /// Where the mark should be around `control`, in its own parent.
+    /// The expected rectangle of the focus ring around `control`, in the coordinates of the ring's parent.
     static QRect around(const QWidget& control, const FocusRing& ring)
     {
         return QRect(control.mapTo(ring.parentWidget(), QPoint(0, 0)), control.size()).adjusted(-3, -3, 3, 3);

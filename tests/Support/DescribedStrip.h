@@ -14,14 +14,14 @@
 
 namespace kestrum {
 
-/// The strip as the built program describes it; empty when it fails.
+/// The strip's description by the built program; empty when the program fails.
 inline QJsonObject described(const char* options = "")
 {
     const auto result = ctl(words("describe") + words(options));
     return result.code == 0 ? QJsonDocument::fromJson(result.output).object() : QJsonObject();
 }
 
-/// What a described strip says of one item; empty when it does not name it.
+/// The entry of one item in a strip's description; empty when there is none.
 inline QJsonObject item(const QJsonObject& strip, MonitorSection section)
 {
     for (const QJsonValue& value : strip.value(QStringLiteral("items")).toArray()) {
@@ -31,7 +31,7 @@ inline QJsonObject item(const QJsonObject& strip, MonitorSection section)
     return {};
 }
 
-/// A number of a description; not a number when there is none.
+/// The number called `name` in a description; NaN when there is none.
 inline double number(const QJsonObject& object, const char* name)
 {
     return object.value(QLatin1StringView(name)).toDouble(std::nan(""));

@@ -22,7 +22,7 @@ using Programs::patience;
 
 namespace {
 
-/// As `VirtualDisplay::xdotool`, where it is no fault that there is no answer.
+/// Like `VirtualDisplay::xdotool`, for commands that may fail.
 QByteArray asked(const QStringList& arguments)
 {
     QProcess process;
@@ -31,9 +31,10 @@ QByteArray asked(const QStringList& arguments)
     return process.readAllStandardOutput().trimmed();
 }
 
-constexpr int startPatience = 10'000; ///< for what usually takes a tenth of a second
+constexpr int startPatience = 10'000; ///< in ms, for what usually takes a tenth of a second
 
-/// Whether the window manager has begun its work: it keeps a list of windows then. What is shown before is not taken care of.
+/// Whether the window manager is ready: only then does the root window have a list of windows. It ignores windows shown
+/// earlier.
 bool isManaged()
 {
     return QTest::qWaitFor(
@@ -44,7 +45,7 @@ bool isManaged()
         startPatience);
 }
 
-/// A window manager that has only just begun may lose a request to show a window: it is asked again.
+/// A window manager may lose a request to show a window right after its start, so the request is repeated.
 bool isShown(QWindow& window)
 {
     for (int attempt = 0; attempt < 10; ++attempt) {

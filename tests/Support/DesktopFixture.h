@@ -9,9 +9,9 @@
 
 namespace kestrum {
 
-/// A virtual display's desktop: a window manager, a window of somebody else's program, and a copy of the built bundle that is
-/// opened there. Made after the application object, among processes of its own; what runs of the bundle at the end is
-/// killed, by ids.
+/// The desktop of a virtual display: a window manager, a window of another program, and a copy of the built bundle, whose
+/// programs are opened there. Make it after the application object, in a process table of the test's own. The destructor
+/// kills the bundle's settings applications and agents by their ids.
 class DesktopFixture {
 public:
     DesktopFixture();
@@ -24,7 +24,7 @@ public:
     QString program(const char* name) const;
     QString agentProgram() const;
 
-    /// Whether the agent of the bundle is that which was built, or one that does as KESTRUM_TEST_AGENT says
+    /// Installs the agent of the bundle: the built one, or a stand-in that behaves as KESTRUM_TEST_AGENT says
     /// (tests/Support/StandInAgentProgram.cpp).
     void useBuiltAgent() const;
     void useStandInAgent() const;
@@ -33,54 +33,54 @@ public:
     QByteArray kestrumctl(const QStringList& arguments) const;
     void write(const char* key, const char* json) const;
     QByteArray read(const char* key) const;
-    /// Forgets every choice: all keys have their defaults again.
+    /// Removes all stored settings: all keys have their defaults again.
     static void forgetChoices();
 
-    /// The settings application's settings for itself, and the language in them that the toolkit's own texts are asked for.
+    /// The file of the settings application's own preferences, and the language in it for the toolkit's own texts.
     static QString processDomain();
     static QString toolkitLanguage();
 
-    /// The items as they stand in a strip with the present settings, in points from its leading edge.
+    /// The items of a strip with the current settings, in points from the strip's leading edge.
     struct Items {
-        double width = 0; ///< of all together
+        double width = 0; ///< of all items together
         QMap<QString, double> middles;
     };
     Items items() const;
 
-    /// The agent's strip at the screen's trailing end: its height, the room on either side of its items, and how wide what is
-    /// seen of it is when its upper edge is at `top`.
+    /// The agent's strip at the screen's trailing end: its height, the room on either side of its items, and the width that
+    /// is visible when the strip's upper edge is at `top`.
     static constexpr int stripHeight = 22;
     static constexpr int stripSideRoom = 8;
     static int stripWidth(int top);
-    /// How wide it is to be with the present settings, 0 with no items.
+    /// The expected width of the strip with the current settings; 0 without any items.
     int expectedStripWidth() const;
 
-    /// Processes of the program at `path`; not their children, which are about to become other programs.
+    /// The processes of the program at `path`, without their children that are about to start other programs.
     static QList<qint32> processes(const QString& path);
     QList<qint32> settingsApplications() const { return processes(program("Kestrum")); }
-    /// The one process of `program` once it is another than `old`; 0 when that does not come. One count decides: between two of
-    /// them the old process may end.
+    /// The only process of `program` after `old` has ended; 0 if that takes too long. One scan must show both facts: between
+    /// two scans the old process may end.
     static qint32 successor(const QString& program, qint32 old);
     qint32 settingsApplicationAfter(qint32 old) const { return successor(program("Kestrum"), old); }
     void endSettingsApplications() const { end(program("Kestrum")); }
     void endAgents() const { end(agentProgram()); }
 
-    /// The visible main window of a process, once it is there and painted; empty when it does not come.
+    /// Waits until a process has a visible, painted main window, and gives it; empty if that takes too long.
     static QByteArray windowOf(qint64 pid);
     /// The window that has the focus.
     static QByteArray activeWindow();
 
-    /// Somebody else's window.
+    /// The window of another program.
     QByteArray otherWindow() const { return QByteArray::number(m_other.winId()); }
-    /// People turn to it, or from it to `window`.
+    /// Moves the focus to that window, or to `window`.
     void turnToOther();
     static void turnTo(const QByteArray& window);
 
-    /// The mouse. Places are those of `window`, whose upper left corner is 0,0, or of the screen.
+    /// Mouse actions. Places are in `window` from its upper left corner, or on the screen when `window` is empty.
     static void moveTo(QPoint place, const QByteArray& window = {});
     static void click(QPoint place, const QByteArray& window = {});
     static void drag(QPoint from, QPoint to, const QByteArray& window = {});
-    /// What is seen on the screen.
+    /// A picture of a part of the screen.
     static QImage picture(const QRect& part);
 
 private:

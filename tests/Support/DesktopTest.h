@@ -10,14 +10,14 @@
 
 namespace kestrum {
 
-/// A test of the built programs on a desktop of their own, which stands from the first test to the last.
+/// A test of the built programs on a desktop of their own, which exists from the first test to the last.
 class DesktopTest : public QObject {
     Q_OBJECT
 protected:
     DesktopFixture& fixture() const { return *m_fixture; }
     QList<qint32> agents() const { return DesktopFixture::processes(m_fixture->agentProgram()); }
 
-    /// What else stands on the desktop, put up after the fixture and taken away before it.
+    /// Starts further programs on the desktop after the fixture; `clear` ends them before it.
     virtual void furnish() { }
     virtual void clear() { }
 

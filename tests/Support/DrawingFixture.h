@@ -41,17 +41,17 @@ struct FakeReadings : MenuBarReadings {
     qint64 availableStorage() const override { return freeBytes; }
 };
 
-/// How far from the item's left edge its meter begins, in points.
+/// The distance of the meter from its item's left edge, in points.
 inline double meterStart(MonitorSection section)
 {
     return 1 + StatusMetricView::labelWidth(section) + StatusMetricView::meterSideGap(section);
 }
 
-/// What drawing depends on, the same for every test on every machine: font, settings, cores.
+/// Gives drawing the same font, settings and cores in every test and on every machine.
 namespace DrawingFixture {
 
-/// Fresh settings with their factory defaults, the font Inter, four cores of one kind. False when the font is
-/// not installed (Debian's package fonts-inter): nothing drawn could be compared then.
+/// Sets factory defaults, the font Inter and four cores of one kind. False when the font is missing (Debian's package
+/// fonts-inter): pictures could not be compared then.
 inline bool prepare()
 {
     forgetSettings();
@@ -62,7 +62,7 @@ inline bool prepare()
     return QFontInfo(font).family() == QLatin1StringView("Inter");
 }
 
-/// Why `prepare` gave false.
+/// The message for when `prepare` gives false.
 constexpr const char* noFont = "the font Inter (package fonts-inter) is missing";
 
 inline void set(const char* key, const char* value)
@@ -76,7 +76,7 @@ inline void turnReadoutsOff()
         set(key, "off");
 }
 
-/// The item at `topLeft` points of an image that is otherwise empty, with two points to spare.
+/// An image with the item at `topLeft` points and a margin of two points, otherwise empty.
 inline QImage drawn(MonitorSection section, std::shared_ptr<const MenuBarReadings> readings, double scale,
     ColourScheme scheme = ColourScheme::light, const QPointF& topLeft = QPointF(0, 0))
 {
@@ -95,7 +95,7 @@ inline QImage drawn(MonitorSection section, std::shared_ptr<const MenuBarReading
 } // namespace DrawingFixture
 } // namespace kestrum
 
-/// `actual` is within `tolerance` of `expected`.
+/// Checks that `actual` differs from `expected` by at most `tolerance`.
 #define QVERIFY_NEAR(actual, expected, tolerance)                                                            \
     QVERIFY2(std::abs((actual) - (expected)) <= (tolerance),                                                 \
         qPrintable(QStringLiteral("%1 instead of %2").arg(actual).arg(expected)))

@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// A "/sys" that stands for a machine, to which a test adds what else it needs of the machine.
+/// A "/sys" that stands for a machine. Tests add further files.
 class FakeMachine {
 public:
     /// A machine with `cpus` processors, all switched on and all alike.
@@ -19,7 +19,7 @@ public:
         writeOnline(online);
         for (int cpu = 0; cpu < cpus; ++cpu)
             m_tree.write(cpuFile(cpu, "topology/core_id"), QByteArray::number(cpu) + '\n');
-        // Folders beside those of the processors that begin with their name, too.
+        // Folders that are no processors, but whose names start like theirs.
         m_tree.write(QStringLiteral("sys/devices/system/cpu/cpufreq/boost"), "1\n");
         m_tree.write(QStringLiteral("sys/devices/system/cpu/cpuidle/cpu_capacity"), "77\n");
     }
@@ -29,7 +29,7 @@ public:
         m_tree.write(QStringLiteral("sys/devices/system/cpu/online"), list);
     }
 
-    /// Processors of one kind ("cpu_core"), as the kernel lists them.
+    /// Writes the list of the processors of one kind (such as "cpu_core"), as the kernel does.
     void writeKind(const char* kind, const QByteArray& list) const
     {
         m_tree.write(QStringLiteral("sys/devices/%1/cpus").arg(QLatin1StringView(kind)), list);

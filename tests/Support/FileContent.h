@@ -7,14 +7,14 @@
 
 namespace kestrum {
 
-/// What the file holds. A file that cannot be read gives words that say so and equal no content of a test.
+/// The content of a file. For a file that cannot be read: an error text that equals no expected content.
 inline QByteArray contentOf(const QString& path)
 {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
 }
 
-/// Writes a file, and makes the folders on the way to it.
+/// Writes a file, and makes the folders above it.
 inline void write(const QString& path, const QByteArray& content)
 {
     QVERIFY(QDir().mkpath(QFileInfo(path).path()));

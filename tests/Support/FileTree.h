@@ -8,14 +8,13 @@
 
 namespace kestrum {
 
-/// A temporary folder of files, by which a test builds the machine or the bundle that it needs. Removed at
-/// the end.
+/// A temporary folder in which a test builds a machine's files or a bundle. The destructor removes it.
 class FileTree {
 public:
     QString root() const { return m_directory.path(); }
     QString path(const QString& relative) const { return m_directory.filePath(relative); }
 
-    /// Writes a file, and the folders on the way to it.
+    /// Writes a file, and makes the folders above it.
     void write(const QString& relative, const QByteArray& content) const
     {
         const QString target = path(relative);

@@ -10,7 +10,7 @@
 
 namespace kestrum {
 
-/// Works the controls of a page as people do, and reads what they show.
+/// Uses the controls of a page as people do, and reads what they show.
 namespace FormHand {
 
 inline QStringList titles(const SegmentedPicker& picker)
@@ -21,7 +21,7 @@ inline QStringList titles(const SegmentedPicker& picker)
     return titles;
 }
 
-/// Of the choices; a divider shows as "-".
+/// The titles of a picker's entries, "-" for a divider.
 inline QStringList titles(const PopupPicker& picker)
 {
     QStringList titles;
@@ -38,7 +38,7 @@ inline void choose(SegmentedPicker& picker, int index)
     picker.findChildren<QAbstractButton*>().at(index)->click();
 }
 
-/// From its list, by the keyboard.
+/// Chooses an entry from the picker's list by the keyboard.
 inline void choose(PopupPicker& picker, int index)
 {
     picker.showPopup();
@@ -48,7 +48,7 @@ inline void choose(PopupPicker& picker, int index)
     QTest::keyClick(picker.view(), Qt::Key_Return);
 }
 
-/// Stores a value as another program does, which has opened the suite for itself.
+/// Stores a value as another program does, by opening the suite anew.
 inline void storeElsewhere(const char* key, const QJsonValue& value)
 {
     QVERIFY(UserDefaults::withSuiteName(SharedSettings::suiteName())->set(key, value));

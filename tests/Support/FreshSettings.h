@@ -6,19 +6,19 @@
 
 namespace kestrum {
 
-/// Makes the factory defaults known to the settings suite, as every program does at its start.
+/// Registers the factory defaults in the settings suite, as every program does at its start.
 inline void registerFactoryDefaults()
 {
     SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults());
 }
 
-/// Removes all that is stored in the suite, which the test before may have left.
+/// Removes all values that an earlier test has stored in the suite.
 inline void forgetSettings()
 {
     SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
 }
 
-/// The text that is stored for a key, whatever its default; empty when there is none.
+/// The text that is stored for a key, without its default; empty when there is none.
 inline QString storedText(const char* key)
 {
     return SharedSettings::store().storedDictionary().value(QLatin1StringView(key)).toString();

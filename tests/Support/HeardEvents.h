@@ -8,13 +8,14 @@
 
 namespace kestrum {
 
-/// Hears, as long as it lives, what assistive programs are told: the toolkit is made to believe that there is one. One at a time.
+/// Records the events for assistive programs as long as it lives: the toolkit behaves as if one were running. One object at a
+/// time.
 class HeardEvents {
 public:
     struct Event {
         QAccessible::Event type;
         const QObject* object;
-        QAccessible::State changed; ///< of changes of state
+        QAccessible::State changed; ///< for changes of state
     };
 
     HeardEvents()
@@ -30,7 +31,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(HeardEvents)
 
-    /// What was told of that kind since the last call, in its order.
+    /// The events of that type since the last call, in order.
     static QList<Event> taken(QAccessible::Event type)
     {
         QList<Event> events;

@@ -1,29 +1,29 @@
-// The other process of the tests. It ends when its standard input does, or when its work is done.
+// The other process of the tests. It ends when its standard input ends, or when its work is done.
 //
 //   listen NAME…               "ready", then "heard NAME" for each delivery
 //   count NAME…                "ready"; for each line read: deliveries and used processor time in µs so far
 //   post NAME TIMES            posts, then ends
 //   flood MILLISECONDS NAME…   posts the names in turn without a pause; "posted TIMES", then ends
 //   write SUITE PAGE ROUNDS right|wrong
-//                              for each round n: stores n, notes it in the file PAGE, posts, and waits for the check;
+//                              for each round n: stores n, writes n to the file PAGE, posts, and waits for the check;
 //                              "wrong" posts before it stores. "wrote ROUNDS", then ends
 //   store SUITE MILLISECONDS   for each line read, "KEY" or "KEY [VALUE]" with the value as JSON: removes or stores it, then
 //                              waits so long; "stored TIMES" at the end of its input
-//   check SUITE PAGE           "ready"; at each delivery reads the suite: it must hold no less than PAGE said before.
+//   check SUITE PAGE           "ready"; at each delivery reads the suite: its number must be at least the one in PAGE.
 //                              "checked TIMES violations TIMES" at the end of its input
 //   instance NAME [TOKEN]
 //                              "first", then "raise TOKEN" for each request; a second start says "second", asks the first to
-//                              come forward and ends, with 1 when it could not be told, or goes on as "first" when that
+//                              come forward and ends, with 1 when that one does not answer, or goes on as "first" when that
 //                              one ended; a line read gives the place back ("gave back")
 //   starve descriptors|instances|watches DIRECTORY
-//                              watches DIRECTORY with nothing of that kind left: "polled" or "notified", "told NAME" for
+//                              watches DIRECTORY when nothing of that kind is left: "polled" or "notified", "told NAME" for
 //                              each event; a line read lifts the limit ("relieved"); "unsupported REASON" where the
 //                              system gives no such limit
 //   starved instances|watches VERB…
 //                              does VERB where nothing of that kind is left; "unsupported REASON" as above
 //   become PROGRAM ARGUMENT…   goes on as another program
 //   workspace BUNDLE PID…      without the kernel's descriptors of processes: opens and observes BUNDLE and the processes;
-//                              "opened PID", then "changed" each time that is told; "unsupported REASON" where a
+//                              "opened PID", then "changed" at each notice; "unsupported REASON" where a
 //                              process cannot give up a call
 
 #include "Platform/Files/DirectoryWatch.h"
@@ -63,7 +63,7 @@ void say(const QByteArray& line)
     std::fflush(stdout);
 }
 
-// Runs until standard input ends, and `onLine` for each piece of it before.
+// Calls `onLine` for each piece of standard input, until it ends.
 int runUntilInputEnds(const std::function<void()>& onLine = {})
 {
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
@@ -121,7 +121,7 @@ int flood(int milliseconds, const QStringList& names)
     return 0;
 }
 
-// What writer and checker tell each other besides: the last round stored, and the last round checked.
+// Shared by writer and checker: the last round stored, and the last round checked.
 struct Page {
     std::atomic<quint64> stored;
     std::atomic<quint64> checked;
@@ -154,7 +154,7 @@ int write(const QString& suite, const QString& path, quint64 rounds, bool isRigh
             if (!store())
                 return 1;
         }
-        // The checker need not be woken for every round, but has to come round to the last.
+        // The checker need not see every round, but must reach the last one.
         for (int waited = 0; page->checked.load() < round; waited += 5) {
             if (waited > roundPatience)
                 return 2;
@@ -213,14 +213,14 @@ bool writeFile(const char* path, const QByteArray& text)
     return file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) && file.write(text) == text.size();
 }
 
-// A name space of users has limits of its own, so nobody else is starved with us.
+// A user namespace has limits of its own, so no other process is affected.
 bool limit(const QString& kind, int most)
 {
     const QByteArray path = "/proc/sys/user/max_inotify_" + kind.toLatin1();
     return writeFile(path.constData(), QByteArray::number(most));
 }
 
-// Why the limits of a name space of our own cannot be made tight; empty when they are.
+// Enters a user namespace and sets its limit of that kind to 0. Gives why that is impossible; empty on success.
 const char* starveOf(const QString& kind)
 {
     const QByteArray user = QByteArray::number(::geteuid());

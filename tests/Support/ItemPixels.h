@@ -7,11 +7,11 @@
 
 namespace kestrum {
 
-/// Accents as they are drawn.
+/// Two accents as they are drawn.
 inline const QColor signalColour(69, 184, 153);
 inline const QColor indigoColour(107, 107, 242);
 
-/// The pixels of a drawn item by places in points, counted from the bottom left like the item's own.
+/// The pixels of a drawn item by places in points, from the item's bottom left corner.
 class ItemPixels {
 public:
     ItemPixels(QImage image, double scale)
@@ -20,11 +20,11 @@ public:
     {
     }
 
-    /// The pixel that holds the place.
+    /// The colour of the pixel that contains the place.
     QColor at(double x, double y) const { return m_image.pixelColor(int(std::floor(x * m_scale)), row(y)); }
 
-    /// The smallest rectangle around all pixels of `area` that are covered to at least a tenth and whose middle lies in it; when `colour` is given, around
-    /// those of that hue only. Null when there is none. `top` is the lower edge, as in the item.
+    /// The smallest rectangle around all pixels with at least a tenth of coverage whose middle lies in `area`; with `colour`,
+    /// around those of that colour only. Null when there are none. `top` is the lower edge, as in the item.
     QRectF inked(const QRectF& area, const QColor& colour = QColor()) const
     {
         QRect ink;
@@ -50,7 +50,7 @@ private:
     {
         if (pixel.alpha() < 26)
             return false;
-        // A pixel at an edge is translucent; its colour has lost some exactness.
+        // A pixel at an edge is translucent, which makes its colour less exact.
         const int tolerance = 4 + 255 / pixel.alpha() * 3;
         return !colour.isValid()
             || (std::abs(pixel.red() - colour.red()) <= tolerance

@@ -7,7 +7,7 @@ namespace kestrum {
 
 namespace {
 
-// Far beyond what any call takes; a test that needs it has failed.
+// Far longer than any call takes. A test that reaches this limit has failed.
 constexpr int longestWait = 20'000;
 
 Kestrumctl::Result resultOf(const QProcess& process)
@@ -84,7 +84,7 @@ QByteArrayList Kestrumctl::Running::lines(qsizetype count)
         m_output += m_process.readAllStandardOutput();
     }
     QByteArrayList result = m_output.split('\n');
-    result.removeLast(); // what follows the last line's end
+    result.removeLast(); // the empty text after the last line end
     return result;
 }
 

@@ -9,43 +9,44 @@
 
 namespace kestrum {
 
-/// The built command-line program, run in the test's home. Every wait is bounded; a program that outlives its test is
+/// The built command-line program, run in the test's home. Every wait is bounded. A program that is still running when its
+/// test ends is
 /// killed by its process id.
 namespace Kestrumctl {
 
 struct Result {
-    int code = -1; ///< -1: it did not end by itself
+    int code = -1; ///< -1: the program did not end by itself
     QByteArray output;
     QByteArray errors;
 };
 
-/// Variables to set, over the test's own environment.
+/// Environment variables that are set in addition to the test's own.
 using Variables = QList<std::pair<QString, QString>>;
 
 QString path();
 
-/// The words of a line, apart at its blanks: arguments of the program.
+/// The arguments in a line, separated by blanks.
 QStringList words(const char* line);
 
-/// Runs the program to its end with `input` as standard input.
+/// Runs the program to its end, with `input` as standard input.
 Result run(const QStringList& arguments, const QByteArray& input = {}, const Variables& variables = {},
     const QString& program = path());
 
-/// A program that runs until it is stopped.
+/// A program that runs until the test stops it.
 class Running {
 public:
-    /// Starts it and waits until its standard error says `readiness`.
+    /// Starts the program, and waits until its standard error contains `readiness`.
     Running(const QStringList& arguments, const QByteArray& readiness);
     ~Running();
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 
     bool isReady() const { return m_isReady; }
-    /// Waits until `count` lines were printed, and gives all that were.
+    /// Waits until the program has printed `count` lines, and gives all lines so far.
     QByteArrayList lines(qsizetype count);
-    /// Sends a signal by process id.
+    /// Sends a signal to the process.
     void signal(int number);
-    /// Waits for the end; the output is all that was printed since the start.
+    /// Waits for the end. The result's output is everything since the start.
     Result ended();
 
 private:
@@ -59,7 +60,7 @@ private:
 
 using Kestrumctl::words;
 
-/// The program run to its end, with arguments or with the words of a line.
+/// Runs the program to its end, with a list of arguments or a line of them.
 inline Kestrumctl::Result ctl(const QStringList& arguments, const Kestrumctl::Variables& variables = {})
 {
     return Kestrumctl::run(arguments, {}, variables);
@@ -73,7 +74,7 @@ inline Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& var
     return Kestrumctl::run(words(line), {}, variables);
 }
 
-/// The file of the settings that all programs share.
+/// The path of the settings file that all programs share.
 inline QString suitePath()
 {
     return TestHome::configDirectory() + QStringLiteral("/T4K9ZR2MXB.com.orvale.kestrum.json");

@@ -14,8 +14,8 @@
 
 namespace kestrum {
 
-/// A bundle of a test with the tool and a stand-in for the agent in it. Agents that still run at the end of a test are killed:
-/// for tests among processes of their own.
+/// A test's bundle with the tool and a stand-in for the agent. The end of a test kills agents that still run: only for tests
+/// with a process table of their own.
 class KestrumctlAgentFixture {
 protected:
     static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
@@ -56,7 +56,7 @@ protected:
 
     QString tool() const { return m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS/kestrumctl")); }
 
-    /// Runs the program of the test's own bundle while the test's events go on. `before` happens in the new process.
+    /// Runs the tool of the test's bundle while the test handles events. `before` runs in the new process, before the tool.
     Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {},
         const std::function<void()>& before = {}) const
     {
@@ -88,7 +88,7 @@ protected:
     }
 
     std::unique_ptr<SingleInstance>
-        m_place; ///< which an agent takes when it has begun, and its stand-in does not
+        m_place; ///< a running agent holds this instance name, but its stand-in does not
     std::unique_ptr<StandIns> m_standIns;
 };
 

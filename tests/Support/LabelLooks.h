@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// Whether a label is drawn in that style and colour.
+/// Whether a label is drawn in that text style and colour.
 inline bool looks(ShrinkingLabel& label, Theme::TextStyle style, Theme::Colour colour)
 {
     ShrinkingLabel model(style, colour);

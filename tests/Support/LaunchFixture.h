@@ -13,7 +13,7 @@
 
 namespace kestrum {
 
-/// A test with a main bundle that has a stand-in for the agent in it, and the log's lines about the agent.
+/// A test with a main bundle that contains a stand-in for the agent. It records the log's lines about the agent.
 class LaunchFixture : public QObject {
     Q_OBJECT
 
@@ -38,7 +38,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        // Chains that still run end at their next check.
+        // Agent starts that are still under way end at their next check.
         Setting(Keys::agentEnabled).set(false);
         for (const qint32 pid : runningPids())
             StandIns::kill(pid);
@@ -66,7 +66,7 @@ protected:
         return pids;
     }
 
-    /// What was logged under "links" since the test began.
+    /// The lines that were logged in the category "links" since the test began.
     static const QList<Line>& lines() { return log().lines; }
     static QStringList texts()
     {

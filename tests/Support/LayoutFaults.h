@@ -14,8 +14,8 @@
 
 namespace kestrum {
 
-/// What is wrong with how a window's visible parts lie, found by walking through them: texts that are cut, parts that overlap
-/// their neighbours, parts that reach out of what holds them.
+/// Finds layout faults in a window by visiting all its visible parts: texts that are cut, parts that overlap their
+/// neighbours, and parts that reach out of their parent.
 class LayoutFaults {
 public:
     static QStringList of(QWidget& window)
@@ -29,7 +29,7 @@ private:
     void walk(QWidget& part)
     {
         lookAtText(part);
-        // How these lay out what they consist of is theirs, and the toolkit's.
+        // The inner parts of these controls are laid out by the toolkit.
         if (qobject_cast<QComboBox*>(&part) || qobject_cast<QListView*>(&part))
             return;
         const QList<QWidget*> children = visibleChildren(part);
@@ -45,13 +45,13 @@ private:
         }
     }
 
-    /// Where the parts of `part` may be: on a page that scrolls also below its end.
+    /// Where the children of `part` may be. On a page that scrolls, they may also be below its end.
     static QRect room(const QWidget& part, const QRect& place)
     {
         const bool scrolls = qobject_cast<QAbstractScrollArea*>(part.parentWidget()) != nullptr;
         if (scrolls)
             return { 0, place.top(), part.width(), place.height() };
-        // Qt's splitter sets its columns a pixel too far where one writes from the right.
+        // In right-to-left layouts, Qt's splitter places its columns a pixel too far.
         const bool isOff = qobject_cast<const QSplitter*>(&part) && part.isRightToLeft();
         return part.rect().adjusted(0, 0, isOff ? 1 : 0, 0);
     }
@@ -60,8 +60,8 @@ private:
     {
         QList<QWidget*> result;
         for (auto* child : part.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
-            // The ring around a control lies over the gap to the next one, a divider's grip over both its sides, the mark of
-            // where a page is scrolled to over its margin.
+            // These parts overlap others on purpose: a focus ring covers the gap to the next control, a divider's handle
+            // covers both sides, and a page's scroll bar covers the margin.
             const bool liesOver = qobject_cast<FocusRing*>(child) || qobject_cast<QSplitterHandle*>(child)
                 || qobject_cast<QScrollBar*>(child) || qobject_cast<PageScrollBar*>(child);
             if (child->isVisible() && !child->isWindow() && !liesOver && !child->size().isEmpty())
@@ -76,7 +76,7 @@ private:
             if (shrinking->shownText() != shrinking->text())
                 tell(QStringLiteral("is cut"), part);
         } else if (const auto* label = qobject_cast<QLabel*>(&part); label && label->wordWrap()) {
-            // The width that its longest word needs, the height that all lines need.
+            // A wrapping label needs the width of its longest word and the height of all its lines.
             if (label->width() < label->minimumSizeHint().width()
                 || label->height() < label->heightForWidth(label->width()))
                 tell(QStringLiteral("is cut"), part);
@@ -93,14 +93,14 @@ private:
         }
     }
 
-    /// Whether a row has less ink than where there is room without end: wrapping and moving lose none.
+    /// Whether a row loses ink compared with unlimited room. Wrapping and moving lose none.
     static bool isCut(const QListView& list, const QModelIndex& index)
     {
         const QSize size = list.visualRect(index).size();
         const auto ink = [&list, &index, size](int surplus) {
             QStyleOptionViewItem option;
             option.initFrom(&list);
-            option.state &= ~QStyle::State_MouseOver; // the ground below the pointer grows with the room
+            option.state &= ~QStyle::State_MouseOver; // a hover plate would grow with the room
             option.rect = QRect(QPoint(), size + QSize(surplus, 0));
             QImage image(option.rect.size(), QImage::Format_Grayscale8);
             image.fill(Qt::white);

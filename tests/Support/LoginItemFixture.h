@@ -12,8 +12,8 @@
 
 namespace kestrum {
 
-/// What tests of the login item stand on: an ordinary user, since root gets none, a bundle with an agent, and that user's
-/// autostart folder, empty. The agent writes its own path to the file "started" in the home.
+/// The environment for tests of the login item: an ordinary user (root gets no login item), a bundle with an agent, and an
+/// empty autostart folder of that user. The agent writes its own path to the file "started" in the home.
 class LoginItemFixture {
 public:
     LoginItemFixture()
@@ -21,7 +21,7 @@ public:
             { TestHome::root(), TestHome::root() + QStringLiteral("/.config"), TestHome::runtimeDirectory() })
         , m_before(Bundle::main())
     {
-        // Whatever desktop the tests run on.
+        // The tests must not depend on the desktop that runs them.
         qunsetenv("XDG_CURRENT_DESKTOP");
         clear();
         m_tree = std::make_unique<FileTree>();
@@ -31,7 +31,7 @@ public:
     ~LoginItemFixture() { Bundle::setMain(m_before); }
     Q_DISABLE_COPY_MOVE(LoginItemFixture)
 
-    /// No entries and no folder for them, and nothing was started.
+    /// Removes the entries, their folder and the file "started".
     static void clear()
     {
         QFile::setPermissions(folder(), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
@@ -48,7 +48,7 @@ public:
     static QString entry() { return folder() + QStringLiteral("/com.orvale.kestrum.agent.desktop"); }
     static QString startedFile() { return TestHome::root() + QStringLiteral("/started"); }
 
-    /// A program that can be run, and that says by which path it was, and with which argument.
+    /// Makes an executable that writes its path and argument to a file.
     static void makeProgram(const QString& path)
     {
         write(path, "#!/bin/sh\nprintf '%s' \"$0${1:+ $1}\" > '" + QFile::encodeName(startedFile()) + "'\n");

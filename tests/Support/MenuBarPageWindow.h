@@ -12,11 +12,11 @@
 
 namespace kestrum {
 
-/// The Menu Bar page in a window of its own, and what stands on it.
+/// The Menu Bar page in a window of its own, and its parts.
 struct MenuBarPageWindow {
     MenuBarPage page;
 
-    /// What every test begins with: nothing stored, no region and cores that are all alike.
+    /// The state before every test: no stored settings, no region, and cores of one kind.
     static void prepare()
     {
         setSession("LANG=C.UTF-8");
@@ -24,7 +24,7 @@ struct MenuBarPageWindow {
         CoreTopology::useTiers({});
     }
 
-    /// Cores of two kinds, as on a machine that has eight fast ones.
+    /// Two kinds of cores, as on a machine with eight fast ones.
     static void useFasterCores()
     {
         CoreTopology::useTiers({ { QStringLiteral("Performance"), 8 }, { QStringLiteral("Efficiency"), 4 } });
@@ -37,7 +37,7 @@ struct MenuBarPageWindow {
         QVERIFY(QTest::qWaitForWindowExposed(&page));
     }
 
-    /// In the order in which they stand on the page.
+    /// The page's cards, from top to bottom.
     QList<Card*> sections() const
     {
         QList<Card*> sections;
@@ -51,7 +51,7 @@ struct MenuBarPageWindow {
     enum Place { preview, allItems, cpu, memory, disk, sensors };
     Card& section(int place) const { return *sections().at(place); }
 
-    /// The texts beside a section's rows, from top to bottom.
+    /// The titles of a section's rows, from top to bottom.
     QStringList labels(int place) const
     {
         const Card& card = section(place);
@@ -64,7 +64,7 @@ struct MenuBarPageWindow {
         return labels;
     }
 
-    /// Of what is above a section's plate, and of what is below it.
+    /// The text above a section's plate, and the text below it.
     QString heading(int place) const
     {
         const QLayout* layout = section(place).layout();
@@ -83,7 +83,7 @@ struct MenuBarPageWindow {
         return label->isHidden() ? QString() : label->text();
     }
 
-    /// A picker of either kind.
+    /// A segmented or a popup picker.
     struct Picker {
         int index() const { return segmented ? segmented->index() : popup->index(); }
         QStringList titles() const

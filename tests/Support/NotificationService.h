@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// The desktop's service that shows notifications: it notes what it is to show, and numbers it from 41 on. What it can do is what
-/// `capabilities` says.
+/// Plays the desktop's notification service: records the notifications and numbers them from 41 on. `capabilities` lists what
+/// it supports.
 class NotificationService : public QObject {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "org.freedesktop.Notifications")
@@ -18,17 +18,17 @@ public:
         uint replaced = 0;
         QString heading;
         QString text;
-        QStringList actions; ///< names and labels by turns
+        QStringList actions; ///< names and labels in turn
     };
     QList<Shown> shown;
     QStringList capabilities { QStringLiteral("actions"), QStringLiteral("body"),
         QStringLiteral("body-markup") };
 
-    /// Joins the bus under its name there; false when that does not work. `leave` takes it away.
+    /// Joins the bus with the service's name; false on failure. `leave` takes the service off the bus.
     bool join(const QString& address);
     static void leave();
 
-    /// Somebody presses a button of what bears that number.
+    /// Simulates a click on a button of the notification `number`.
     static void press(uint number, const QString& action, const QString& token = {});
 
 public Q_SLOTS:

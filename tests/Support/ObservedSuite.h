@@ -1,7 +1,6 @@
 #pragma once
 
-// The event loop of these tests turns only while they wait, so whatever is written between two waits belongs to
-// one turn.
+// The event loop of these tests runs only while they wait, so all writes between two waits belong to one turn of the loop.
 
 #include "tests/Support/OwnSuite.h"
 #include "tests/Support/QuietTime.h"
@@ -14,7 +13,7 @@
 
 namespace kestrum {
 
-/// A suite of its own for each test, an observer of it, and a hand that edits its file.
+/// A settings suite for each test, with an observer and functions that edit the suite's file.
 class ObservedSuite : protected OwnSuite {
 protected:
     static constexpr int longestDelay = 1000;
@@ -29,11 +28,11 @@ protected:
             });
         }
         int notices = 0;
-        QByteArrayList keys; ///< of each of these
+        QByteArrayList keys; ///< the keys of each notice
         std::unique_ptr<UserDefaults> store;
     };
 
-    /// In place; the folder must be there.
+    /// Writes the file in place. Its folder must exist.
     static void write(const QString& path, const QByteArray& content)
     {
         const int file
@@ -42,7 +41,7 @@ protected:
         QCOMPARE(::write(file, content.constData(), size_t(content.size())), ssize_t(content.size()));
         ::close(file);
     }
-    /// By another file that takes its place.
+    /// Replaces the file by another one.
     static void replace(const QString& path, const QByteArray& content)
     {
         write(path + u'~', content);

@@ -10,8 +10,8 @@
 
 namespace kestrum {
 
-/// The settings application of a fixture with its window, which a test opens, works by a mouse and watches by its pixels. Places
-/// are the window's own, which is 640 by 520. The application ends with this.
+/// The settings application of a fixture with its window, used by a mouse and checked by its pixels. Places are in the
+/// window, which is 640 by 520. The destructor ends the application.
 class OpenedWindow {
 public:
     /// Returns when the window has the focus and is painted.
@@ -21,7 +21,7 @@ public:
         , m_window(DesktopFixture::windowOf(m_kestrum->processId()))
     {
         using Programs::patience;
-        QVERIFY(!m_window.isEmpty()); // with no text: what the program says is left to be read
+        QVERIFY(!m_window.isEmpty()); // without a message: the program's own errors remain readable
         QTRY_VERIFY_WITH_TIMEOUT(isActive(), patience);
         QTRY_COMPARE_WITH_TIMEOUT(colour({ 2, 300 }), QColor(0xE9E9ED), patience);
     }
@@ -53,9 +53,9 @@ public:
     }
     QColor colour(QPoint place) const { return picture(QRect(place, QSize(1, 1))).pixelColor(0, 0); }
 
-    /// The plate with the strip, on the page "menuBar".
+    /// A picture of the plate with the strip, on the page "menuBar".
     QImage preview() const { return picture({ 225, 30, 390, 54 }); }
-    /// The same, once it shows something and has come to rest; null when it does not.
+    /// The picture of the plate after the strip has appeared and stopped changing; null when that takes too long.
     QImage restingPreview() const
     {
         QImage last;
@@ -72,7 +72,7 @@ public:
         return isAtRest ? last : QImage();
     }
 
-    /// The middle of a section's item in that strip.
+    /// The middle of a section's item in the preview's strip.
     QPoint item(const char* section) const
     {
         const DesktopFixture::Items items = m_fixture.items();
@@ -81,7 +81,7 @@ public:
     }
 
 private:
-    // Its trailing end and its middle.
+    // The x position of the strip's trailing end, and the y position of its middle.
     static constexpr int stripRight = 640 - 16 - 30;
     static constexpr int stripMiddle = 16 + 30 + 11;
 

@@ -5,12 +5,11 @@
 
 namespace kestrum {
 
-/// For a test about permissions, which do not bind root: as root, gives the named files and directories to an
-/// ordinary user, opens the way to them, and makes the process that user until this object is destroyed.
-/// Nothing changes for somebody who is an ordinary user already.
+/// For tests about permissions, which do not restrict root. As root, it gives the named files and directories to an ordinary
+/// user, makes them reachable, and makes the process that user until the destructor runs. For an ordinary user, it does nothing.
 class OrdinaryUser {
 public:
-    /// `group` is given to the files, not to the process.
+    /// `group` becomes the group of the files, not of the process.
     explicit OrdinaryUser(const QStringList& files, gid_t group = gid_t(-1));
     ~OrdinaryUser();
     OrdinaryUser(const OrdinaryUser&) = delete;

@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// Called first thing in `initTestCase` of tests that look for agents.
+/// Call this first in `initTestCase` of tests that search for agents.
 inline void skipAmongAgentsOfOthers()
 {
     if (!ProcessScan::agents().isEmpty())

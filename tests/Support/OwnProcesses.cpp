@@ -25,7 +25,7 @@ void writeFile(const char* path, const QByteArray& text)
     ::close(file);
 }
 
-// The next child is the first process of a new table. An ordinary user may do so below a name space of users.
+// Makes the next child the first process of a new table. An ordinary user needs a user namespace for this.
 bool leave()
 {
     if (::unshare(CLONE_NEWPID | CLONE_NEWNS) == 0)
@@ -46,7 +46,7 @@ bool showOwnTable()
         && ::mount("proc", "/proc", "proc", MS_NOSUID | MS_NODEV | MS_NOEXEC, nullptr) == 0;
 }
 
-// Waits for all children until `last` has ended.
+// Waits for child processes until `last` has ended, and gives its exit code, or 128 + the signal's number.
 int codeOf(pid_t last)
 {
     for (;;) {
@@ -59,8 +59,8 @@ int codeOf(pid_t last)
     }
 }
 
-// The end of a process that only waited. It leaves at once: whoever looks for leaks at the end of a process does so from a child,
-// and the children of the one that left are in a table where it cannot be seen.
+// Ends a process that only waits for `child`. It skips the exit handlers: a leak check would run in a child process, whose
+// process table is another one, so the check could not see this process.
 [[noreturn]] void endAs(pid_t child)
 {
     ::_exit(child < 0 ? failed : codeOf(child));
@@ -70,7 +70,7 @@ int codeOf(pid_t last)
 
 std::optional<int> OwnProcesses::enter()
 {
-    // Tried first in a process that can be thrown away: what was left once cannot be entered again.
+    // A throw-away process tries this first, since a process that has left its table cannot return.
     const pid_t trial = ::fork();
     if (trial == 0) {
         if (!leave())
@@ -89,7 +89,7 @@ std::optional<int> OwnProcesses::enter()
     const pid_t first = ::fork();
     if (first != 0)
         endAs(first);
-    // When the first process of a table is killed, all of them are.
+    // When the first process of a table ends, the kernel kills all others in it.
     ::prctl(PR_SET_PDEATHSIG, SIGKILL);
     if (!showOwnTable())
         return failed;

@@ -6,19 +6,19 @@
 
 namespace kestrum {
 
-/// A process table for one test program alone: agents of whoever runs the tests, and of tests that run at the same time,
-/// are not in it, and its own disturb nobody. Where the kernel gives no such table (some containers, or the user may not
-/// make name spaces), the test runs among all processes, and holds as long as no other agent runs.
+/// A process table for one test program, without the agents of the user and of other tests, and without effect on those.
+/// Where the kernel refuses such a table (some containers, or users without the right to make namespaces), the test runs
+/// among all processes, and is valid only while no other agent runs.
 namespace OwnProcesses {
 
-/// Called first thing in `main`, before anything that makes threads or files. Returns in the process that is to run the test, and
-/// gives an exit code there when that is in no state to; the processes that only wait for it end with its code.
+/// Call this first in `main`, before anything makes threads or files. Returns in the process that runs the test: nothing, or
+/// an exit code when that process could not be set up. The other processes only wait for it and end with its code.
 std::optional<int> enter();
 
 } // namespace OwnProcesses
 } // namespace kestrum
 
-/// As KESTRUM_TEST_MAIN, among processes of its own.
+/// Like KESTRUM_TEST_MAIN, in a process table of its own.
 #define KESTRUM_TEST_MAIN_APART(ApplicationClass, TestClass)                                                 \
     KESTRUM_TEST_MAIN_OF(TestClass)(int argc, char** argv)                                                   \
     {                                                                                                        \

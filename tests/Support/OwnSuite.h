@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// A settings suite of its own for each test, and an administrator's directory for it, `root()`/xdg.
+/// A settings suite for each test, and an administrator's directory for it, `root()`/xdg.
 class OwnSuite {
 protected:
     void nextSuite()

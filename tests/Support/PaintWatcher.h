@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// An event filter that collects what of a widget is painted.
+/// An event filter that collects the painted regions of a widget.
 struct PaintWatcher : QObject {
     QRegion painted;
     bool eventFilter(QObject* watched, QEvent* event) override

@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// What tests of a panel's parts draw them with.
+/// Draws parts of a panel in tests.
 namespace PanelFixture {
 
 /// A panel with texts of 10 points.
@@ -20,7 +20,7 @@ inline PanelEnvironment in(ColourScheme scheme, Qt::LayoutDirection direction = 
 }
 inline constexpr ColourScheme light = ColourScheme::light;
 inline constexpr ColourScheme dark = ColourScheme::dark;
-/// The part, `width` points wide, on white; on black in the dark scheme.
+/// Draws the part, `width` points wide, on white, or on black in the dark scheme.
 template <class Part>
 PanelPixels drawn(const Part& part, const PanelEnvironment& environment, double width = 200)
 {
@@ -30,7 +30,7 @@ PanelPixels drawn(const Part& part, const PanelEnvironment& environment, double 
         environment.scheme == ColourScheme::dark ? Qt::black : Qt::white);
 }
 
-/// All of a picture.
+/// The whole picture.
 inline const QRectF everywhere(0, 0, 10000, 10000);
 
 } // namespace PanelFixture

@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// The pixels of something drawn on a ground of one colour, by places in points from its top left corner.
+/// The pixels of a drawing on a ground of one colour, by places in points from its top left corner.
 class PanelPixels {
 public:
     template <class Draw>
@@ -32,7 +32,7 @@ public:
         return m_image.pixelColor(int(std::floor(x * m_scale)), int(std::floor(y * m_scale)));
     }
 
-    /// The smallest rectangle around all pixels within `area` that differ from the ground; when `colour` is given, around
+    /// The smallest rectangle around all pixels within `area` that differ from the ground; with `colour`, around
     /// those of that colour only. Null when there is none.
     QRectF drawn(const QRectF& area, const QColor& colour = QColor()) const
     {
@@ -62,7 +62,7 @@ private:
     double m_scale;
 };
 
-/// `above`, which may be translucent, over an opaque colour.
+/// The colour of `above`, which may be translucent, over an opaque colour.
 inline QColor laidOver(const QColor& above, const QColor& below)
 {
     const float alpha = above.alphaF();
@@ -73,7 +73,7 @@ inline QColor laidOver(const QColor& above, const QColor& below)
 
 } // namespace kestrum
 
-/// Two colours are the same but for rounding.
+/// Checks that two colours are the same except for rounding.
 #define QVERIFY_COLOUR(actual, expected)                                                                     \
     QVERIFY2(PanelPixels::isNear(actual, expected),                                                          \
         qPrintable((actual).name() + QStringLiteral(" instead of ") + QColor(expected).name()))

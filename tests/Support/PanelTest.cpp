@@ -57,7 +57,7 @@ void PanelTest::clear()
 void PanelTest::init()
 {
     DesktopFixture::forgetChoices();
-    // So seldom that nothing but a change of the settings paints during a test.
+    // The interval is so long that only a change of the settings repaints during a test.
     fixture().write("refreshInterval", "60");
     DesktopFixture::moveTo({ 100, 500 });
     startAgent();

@@ -4,8 +4,8 @@
 
 namespace kestrum {
 
-/// A test of the built agent on a desktop with a panel at its top edge. Each test begins with an agent whose items stand below
-/// that, with settings that nobody has touched but for the interval.
+/// A test of the built agent on a desktop with a panel at its top edge. Each test starts with an agent whose items are below
+/// that panel, with all settings at their defaults except the refresh interval.
 class PanelTest : public DesktopTest {
     Q_OBJECT
 protected:

@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// Of the first entries, which share one picture where there is one; a divider and "Custom" follow.
+/// The titles of the first entries, which share the picture if there is one. A divider and "Custom" follow.
 inline const QStringList titles { QStringLiteral("None"), QStringLiteral("Usage"),
     QStringLiteral("Temperature"), QStringLiteral("Power") };
 
@@ -23,7 +23,7 @@ inline PopupPicker* pickerOf(int index, const QIcon& picture = {})
     return picker;
 }
 
-/// A picker of four titles, a divider and one more, in an active window.
+/// A picker with four entries, a divider and one more entry, in an active window.
 struct PickerFixture {
     PopupPicker* picker;
     QSignalSpy choices;
@@ -51,11 +51,11 @@ struct PickerFixture {
         auto* list = qobject_cast<PickerList*>(picker->view());
         if (!list || !QTest::qWaitForWindowExposed(list->window()))
             return nullptr;
-        QTest::qWait(QApplication::doubleClickInterval()); // a click that ends before is that of opening
+        QTest::qWait(QApplication::doubleClickInterval()); // or the next click makes a double click
         return list;
     }
     QRect entry(int row) const { return picker->view()->visualRect(picker->model()->index(row, 0)); }
-    /// Whether there is ink before the title.
+    /// Whether a row has ink before its title.
     bool hasTick(const QImage& list, int row) const
     {
         const QRect place = entry(row).translated(
@@ -72,7 +72,7 @@ struct PickerFixture {
     }
 };
 
-/// A picture, and how much of a colour there is in what was painted.
+/// A red picture. `pixelsOf` counts the pixels of a colour in an image.
 inline QIcon red()
 {
     QPixmap picture(12, 12);

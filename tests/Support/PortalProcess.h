@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// The desktop portal as another process (tests/Support/PortalProgram.cpp), on the bus that DBUS_SESSION_BUS_ADDRESS names. It ends with
-/// its owner.
+/// The desktop portal in another process (tests/Support/PortalProgram.cpp), on the bus of DBUS_SESSION_BUS_ADDRESS. The
+/// destructor ends that process.
 class PortalProcess {
 public:
     PortalProcess()
@@ -24,14 +24,14 @@ public:
 
     bool isUp() const { return m_isUp; }
 
-    /// Changes a setting, such as "scheme 1". False when the portal does not take it.
+    /// Changes a setting, such as "scheme 1". False when the portal refuses the line.
     bool change(const QByteArray& line)
     {
         m_process->write(line + '\n');
         return hears("told");
     }
 
-    /// What the tests of the whole way tell the desktop, one after another: ten changes, of which none is to nothing new.
+    /// Ten changes in order for end-to-end tests. Each one sets a new value.
     static const QByteArrayList& tenChanges()
     {
         static const QByteArrayList lines { "scheme 1", "accent 0.9 0.1 0.1", "scheme 2",

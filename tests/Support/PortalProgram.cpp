@@ -1,11 +1,11 @@
-// The desktop portal of tests, in a process of its own: what a program has told Qt of D-Bus's types by playing the portal itself
-// would hide what the program under test has not. It joins the session bus, says "ready", and for each line of input changes a
-// setting and says "told":
+// The desktop portal of tests, in a process of its own: a test that plays the portal itself registers D-Bus types with Qt,
+// which would hide that the program under test has not registered them. It joins the session bus and prints "ready". Each
+// line of input changes a setting, and is answered by "told":
 //
 //   scheme N             the colour scheme: 0 none, 1 dark, 2 light
 //   accent RED GREEN BLUE    each 0 to 1
 //
-// `Read` answers as Debian's portal does, by a variant within a variant. It ends with its input.
+// `Read` answers like Debian's portal, with a variant in a variant. The program ends when its input ends.
 
 #include <QCoreApplication>
 #include <QDBusArgument>

@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// What the kernel counted for one core, in hundredths of a second.
+/// The kernel's times of one core, in hundredths of a second.
 struct CoreTimes {
     quint64 user = 0;
     quint64 nice = 0;
@@ -19,7 +19,7 @@ struct CoreTimes {
     quint64 guest = 0;
 };
 
-/// The text of "/proc/stat" for the cores with these numbers.
+/// The text of "/proc/stat" for these cores.
 inline QByteArray statText(const QMap<int, CoreTimes>& cores)
 {
     QByteArray text = "cpu  1 2 3 4 5 6 7 8 9 0\n";
@@ -34,7 +34,7 @@ inline QByteArray statText(const QMap<int, CoreTimes>& cores)
     return text + "intr 190 7 0 0\nctxt 1990473\nbtime 1062191376\nprocesses 2915\n";
 }
 
-/// Cores of which core number n was busy for `busy`[n] of the hundred hundredths of each second that passed.
+/// The times after `seconds`, if core n was busy for `busy`[n] hundredths of each second.
 inline QMap<int, CoreTimes> coresAfter(quint64 seconds, const QList<quint64>& busy)
 {
     QMap<int, CoreTimes> cores;

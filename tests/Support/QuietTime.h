@@ -3,7 +3,7 @@
 
 namespace kestrum {
 
-/// In milliseconds, for what must not come, as nothing marks the end of waiting for it: long enough for what is under way to arrive.
+/// In ms: how long a test waits to check that something does not happen. By then, anything under way has arrived.
 constexpr int quietTime = 60;
 
 } // namespace kestrum

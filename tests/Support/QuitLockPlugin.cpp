@@ -1,5 +1,5 @@
-// A plugin of the toolkit's that holds one of its locks against quitting for a moment, as a desktop's theme does while a
-// status icon is shown, and then tells by the file that its specification names.
+// A plugin of the toolkit that holds one of its quit locks for a moment, as a desktop's theme does while a status icon is
+// shown. It then writes to the file that its argument names.
 
 #include <QEventLoopLocker>
 #include <QFile>

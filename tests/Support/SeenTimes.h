@@ -8,10 +8,10 @@
 
 namespace kestrum {
 
-/// How soon settings that are written in a shell are seen on the screen, in ms.
+/// How soon settings that a shell command writes become visible on the screen, in ms.
 class SeenTimes {
 public:
-    /// Writes a setting, and notes when `look`, a picture, becomes another.
+    /// Writes a setting, and measures when the picture that `look` gives changes.
     template <class Look>
     void note(const DesktopFixture& fixture, const QString& key, const QString& json, Look look)
     {
@@ -25,7 +25,7 @@ public:
         m_sinceEnd.append(m_sinceBegin.last() - written);
     }
 
-    /// Since the command began, and since it ended: medians.
+    /// The medians since the start and since the end of the command.
     double afterBegin() const { return median(m_sinceBegin); }
     double afterEnd() const { return median(m_sinceEnd); }
 

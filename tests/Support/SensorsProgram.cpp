@@ -1,6 +1,6 @@
-// Reads sensors and says what it read, for tests that run it on machines of their own. Each line of its input names what to
-// read ("cpu gpu hottest fan"), and is answered by a line of the values in that order, "-" for what is absent. Its first
-// line is where the machine's files are.
+// Reads sensors for tests that run it on simulated machines. It first prints the folder of the machine's files. Each line of
+// its input names the values to read ("cpu gpu hottest fan"). The answer is a line of the values in that order, "-" for an
+// absent value.
 
 #include "Platform/Machine/Sensors.h"
 

@@ -11,7 +11,7 @@ namespace kestrum {
 
 namespace {
 
-/// What every bus for a session allows, without the folders of services that the usual one names.
+/// The usual configuration of a session bus, without the folders of services.
 QString configurationWithoutServices()
 {
     const QString path = TestHome::root() + QStringLiteral("/bus.conf");

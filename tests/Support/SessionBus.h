@@ -5,19 +5,19 @@
 
 namespace kestrum {
 
-/// A session bus of the test's own, which this process and what it starts find by DBUS_SESSION_BUS_ADDRESS. It takes the
-/// desktop's usual place in the runtime directory, and ends with its owner. May be made before the application object,
-/// but after `VirtualDisplay`, which takes a bus away.
+/// A private session bus, which this process and its children find by DBUS_SESSION_BUS_ADDRESS. It has the usual place in the
+/// runtime directory, and ends with its owner. It may be made before the application object, but after `VirtualDisplay`,
+/// which unsets the bus.
 class SessionBus {
 public:
-    /// Whether it starts, when they are asked for, the services that this machine has, such as the accessibility bus.
+    /// Whether the bus starts this machine's services on demand, such as the accessibility bus.
     enum class Services { installed, none };
 
     explicit SessionBus(Services services = Services::installed);
     ~SessionBus();
     Q_DISABLE_COPY_MOVE(SessionBus)
 
-    /// False, with a warning, when it did not start.
+    /// False, with a warning, when the bus did not start.
     bool isUp() const { return m_isUp; }
     QString address() const { return m_address; }
 

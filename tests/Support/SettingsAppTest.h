@@ -5,12 +5,12 @@
 
 namespace kestrum {
 
-/// A test of the built settings application from its start to its end. Each test begins in English with the agent switched off and
-/// no application, and none is left after it.
+/// A test of the built settings application. Each test starts in English with the agent switched off and no application
+/// running. The end of a test ends the application.
 class SettingsAppTest : public DesktopTest {
     Q_OBJECT
 protected:
-    /// Opens the settings, whose window then has the focus.
+    /// Opens the settings, and waits until their window has the focus.
     void open() { m_window = std::make_unique<OpenedWindow>(fixture()); }
 
     std::unique_ptr<OpenedWindow> m_window;

@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// A folder of its own for each test of a settings file, and what is done in it by names relative to it.
+/// A folder for each test of a settings file. Names are relative to it.
 class SettingsFolder {
 protected:
     void makeFolder()
@@ -20,7 +20,7 @@ protected:
     {
         return m_directory + u'/' + QString::fromLatin1(name);
     }
-    /// Of the entry itself, not of what a link leads to.
+    /// The state of the entry itself; links are not followed.
     static struct stat stateOf(const QString& path)
     {
         struct stat state = {};

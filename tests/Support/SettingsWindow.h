@@ -13,22 +13,22 @@
 
 namespace kestrum {
 
-/// The settings window, shown and active, and its parts.
+/// The settings window with its parts, shown and active.
 struct SettingsWindow {
     SettingsView view;
 
-    /// What the program does before it shows its window: the built bundle, its style, its defaults.
+    /// Prepares the program as before its window: the built bundle, the style and the defaults.
     static void prepareProgram()
     {
         QApplication::setStyle(QStringLiteral("fusion"));
         Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
         registerFactoryDefaults();
     }
-    /// What every test begins with: nothing stored.
+    /// The state before every test: nothing is stored.
     static void prepare()
     {
         forgetSettings();
-        QTest::qWait(20); // let the notice of it pass
+        QTest::qWait(20); // until its change notice has passed
     }
 
     SettingsWindow()
@@ -37,7 +37,7 @@ struct SettingsWindow {
         view.show();
         view.activateWindow();
         QVERIFY(QTest::qWaitForWindowActive(&view));
-        QTest::qWait(10); // the probe's turn
+        QTest::qWait(10); // let the probe run
     }
     Sidebar& sidebar() { return *view.findChild<Sidebar*>(); }
     SplitView& split() { return *view.findChild<SplitView*>(); }

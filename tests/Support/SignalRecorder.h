@@ -12,13 +12,13 @@
 
 namespace kestrum {
 
-/// Where the signals' files are.
+/// The folder of the signals' files.
 inline QString signalsDirectory()
 {
     return TestHome::runtimeDirectory() + QStringLiteral("/kestrum/signals");
 }
 
-/// A registration that ends with its scope, and its deliveries.
+/// A signal registration with a count of its deliveries. The destructor ends it.
 struct Ear {
     explicit Ear(const QString& name)
         : token(NotificationCentre::registerDispatch(name, [this] {
@@ -35,13 +35,13 @@ struct Ear {
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    // Counted also for an ear that its owner declared constant.
+    // Also a const object counts.
     mutable int count = 0;
-    mutable QThread* thread = nullptr; ///< that of the last delivery
+    mutable QThread* thread = nullptr; ///< the thread of the last delivery
     std::optional<NotificationCentre::Token> token;
 };
 
-/// Posts on a thread of its own, and waits for that to end.
+/// Posts in a new thread, and waits for its end.
 inline void postFromAnotherThread(const QString& name)
 {
     const std::unique_ptr<QThread> poster(QThread::create([&name] { NotificationCentre::post(name); }));

@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// The texts in quotes of a folder of sources. Literals of adjacent lines are one text.
+/// The string literals in a folder of sources. Adjacent literals are one text.
 class SourceTexts {
 public:
     explicit SourceTexts(const QString& folder)
@@ -19,17 +19,17 @@ public:
             read(QString::fromUtf8(contentOf(files.next())));
     }
 
-    /// Those that are given to the function that looks texts up.
+    /// The literals that are passed to the function that looks texts up.
     const QSet<QString>& lookedUp() const { return m_lookedUp; }
-    /// These and all that read like something for people: our own names (of keys, files, properties) are in lower case or
-    /// are made texts of Qt's where they stand; a display text begins with a capital and is handed on bare.
+    /// These literals and all others that look like texts for people. Names of keys, files and properties are in lower case,
+    /// or become QStrings in place. A display text begins with a capital and is passed as a plain literal.
     const QSet<QString>& display() const { return m_display; }
     const QSet<QString>& all() const { return m_all; }
 
 private:
     void read(const QString& source)
     {
-        // Comments and single characters are passed over; before a text stands the word that it is given to.
+        // Skips comments and single characters. The word before a literal is what the literal is passed to.
         static const QRegularExpression token(QStringLiteral(
             "/{2}[^\\n]*|'(?:[^'\\\\\\n]|\\\\.)'|(?:(\\w+)\\s*[({]?\\s*)?((?:\"(?:[^\"\\\\\\n]|"
             "\\\\.)*\"\\s*)+)"));
@@ -38,7 +38,7 @@ private:
             QStringLiteral("^(?:[A-Z](?!\\w*[a-z][A-Z])[^/_:\\\\]*[a-z][^/_:\\\\]*$|%@ )"));
         static const QSet<QString> notForPeople { QStringLiteral("QStringLiteral"),
             QStringLiteral("QLatin1StringView"), QStringLiteral("include") };
-        // The titles of an enumeration's cases, which may be in capitals only.
+        // The titles of an enumeration's cases, which may consist of capitals only.
         static const QRegularExpression title(
             QStringLiteral("\\{ \\w+::\\w+, \"[^\"]*\",\\s+\"([^\"]+)\" \\}"));
         for (auto found = title.globalMatch(source); found.hasNext();)

@@ -1,11 +1,10 @@
-// A program that can stand for the agent where tests need to say how it behaves. It takes nothing but the signals to know
-// when to go:
+// A program that stands for the agent where tests control its behaviour. It uses only the signals to know when to end:
 //
-//   KESTRUM_TEST_AGENT   what it does when it is asked to quit: "stays", or so many milliseconds until it goes; at once
-//                        where nothing is said
+//   KESTRUM_TEST_AGENT   what it does when asked to quit: "stays", or ends after that number of milliseconds; at once
+//                        when the variable is not set
 //   KESTRUM_TEST_REPORT  a file to which it adds a line with its process id when it has begun to listen
 //
-// It ends by itself after a minute, whatever became of the test that started it.
+// It ends by itself after a minute, even if its test has crashed.
 
 #include "KestrumShared/Settings/SignalListener.h"
 

@@ -1,6 +1,6 @@
-// The least program that can stand for an agent: it does nothing until it is ended. It ends by itself after a minute,
-// whatever became of the test that started it; "StandIn MILLISECONDS" after so long, or where nobody can give it an argument after
-// what KESTRUM_TEST_LIFE says.
+// The simplest program that can stand for an agent: it does nothing until it is killed. It ends by itself after a minute,
+// even if its test has crashed. "StandIn MILLISECONDS" ends after that time. KESTRUM_TEST_LIFE sets the time where no
+// argument is possible.
 
 #include <cstdlib>
 #include <unistd.h>

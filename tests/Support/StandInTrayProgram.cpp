@@ -1,5 +1,5 @@
-// A desktop's place for status icons, on the session bus. For each icon it prints a line: "light" or "dark", which is what the
-// icon's opaque pixels are, and "gone" when the program that showed it leaves the bus. It ends by itself after a minute.
+// A desktop's area for status icons, on the session bus. For each icon it prints a line: "light" or "dark" after the icon's
+// opaque pixels, and "gone" when the icon's program leaves the bus. It ends by itself after a minute.
 
 #include <QColor>
 #include <QCoreApplication>
@@ -22,7 +22,7 @@ void say(const char* line)
     std::fflush(stdout);
 }
 
-/// What a list of pictures (width, height, ARGB bytes) is mostly; empty where it is nothing.
+/// Whether most opaque pixels of a list of pictures (width, height, ARGB bytes) are light or dark; empty when there are none.
 const char* look(const QDBusArgument& pictures)
 {
     int light = 0;
@@ -63,7 +63,7 @@ public:
     bool isShown() const { return m_isShown; }
     static int version() { return 0; }
 
-    /// A panel that shows the icons comes.
+    /// Reports that a panel shows the icons.
     void show()
     {
         m_isShown = true;
@@ -96,7 +96,7 @@ private:
     bool m_isShown = false;
 };
 
-/// With a number as its argument, the panel comes so many milliseconds after the list.
+/// The optional argument is the time in ms from the program's start until the panel shows the icons.
 int main(int argc, char** argv)
 {
     static constexpr unsigned int longestLife = 60; // seconds

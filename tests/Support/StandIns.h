@@ -10,20 +10,20 @@
 
 namespace kestrum {
 
-/// Copies of the program "StandIn" (tests/Support/StandInProgram.cpp) at chosen places of a temporary folder, and processes of
-/// them. What was started here is ended, by its id, when this is destroyed.
+/// Copies of the program "StandIn" (tests/Support/StandInProgram.cpp) at chosen places in a temporary folder, and their
+/// processes. The destructor ends the processes that were started here, by their ids.
 class StandIns {
 public:
     StandIns() = default;
     ~StandIns();
     Q_DISABLE_COPY_MOVE(StandIns)
 
-    /// The program of an agent whose bundle lies in `folder`.
+    /// The path of the agent's program in the bundle in `folder`.
     static QString agentIn(const QString& folder)
     {
         return folder + QStringLiteral("/KestrumAgent.app/Contents/MacOS/KestrumAgent");
     }
-    /// The program of the agent in an application's bundle, and that agent's bundle.
+    /// The path of the agent's program in an application's bundle, and the path of that agent's bundle.
     static QString agentOf(const QString& application) { return agentIn(agentFolderOf(application)); }
     static QString agentBundleOf(const QString& application)
     {
@@ -33,27 +33,27 @@ public:
     QString path(const QString& relative) const { return m_tree.path(relative); }
     const FileTree& tree() const { return m_tree; }
 
-    /// Puts the program at `relative`, in the place of what is there. Gives its full path.
+    /// Installs the program at `relative`, in place of any existing file. Gives its full path.
     QString install(const QString& relative) const;
 
     struct Process {
         qint32 pid = 0;
-        double notBefore = 0; ///< seconds since 1970, right before and right after its start
+        double notBefore = 0; ///< in seconds since 1970, taken right before and right after the start
         double notAfter = 0;
     };
-    /// Starts the program at the full path `program`; pid 0 when that fails.
+    /// Starts the program at the full path `program`; the pid is 0 when that fails.
     Process start(const QByteArray& program, const QByteArray& argument = {});
     Process start(const QString& program, const QByteArray& argument = {})
     {
         return start(QFile::encodeName(program), argument);
     }
 
-    /// Ends a process of `start` and waits for it.
+    /// Ends a process that `start` gave, and waits for its end.
     void end(qint32 pid);
-    /// Ends it without waiting: until `end`, it is a zombie.
+    /// Kills a process without waiting: it stays a zombie until `end`.
     static void kill(qint32 pid);
 
-    /// The variables of a running program, sorted, once it has been given them.
+    /// The environment of a running program, sorted. Waits until the program has it.
     static QByteArrayList environmentOf(qint32 pid);
 
 private:

@@ -8,9 +8,9 @@
 
 namespace kestrum {
 
-/// A translation table as it stands in its file, line by line, since the program's reader lets the last of two equal keys win.
+/// A translation table read line by line, since for two equal keys the program's own reader keeps only the last.
 struct StringsTable {
-    QStringList keys; ///< in order, each as often as it is there
+    QStringList keys; ///< in order, with repetitions
     QHash<QString, QString> values;
     QStringList strangeLines; ///< neither a pair, nor a comment, nor empty
 

@@ -14,18 +14,18 @@
 
 namespace kestrum {
 
-/// A strip in a window of its own, and a hand that works its mouse at exact places, given in strip coordinates.
+/// A strip in a window of its own. Mouse actions take exact places in strip coordinates.
 struct StripWindow {
     using Sections = QList<MonitorSection>;
 
     QWidget window;
     MenuBarStripView strip { &window };
 
-    /// What every test begins with: nothing stored, and a light panel.
+    /// The state before every test: nothing is stored, and the panel is light.
     static void prepare()
     {
         forgetSettings();
-        QTest::qWait(20); // let the notice of it pass
+        QTest::qWait(20); // until its change notice has passed
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }
 
@@ -72,7 +72,7 @@ struct StripWindow {
     QRectF frame(MonitorSection section) const { return strip.item(section)->view->frame(); }
     double middle(MonitorSection section) const { return frame(section).center().x(); }
 
-    /// Where an item is drawn, which is beside its place while it slides.
+    /// Where an item is drawn. This differs from its place while the item slides.
     double shownLeft(MonitorSection section) const
     {
         return strip.backdropRect(*strip.item(section)).left() + 4 - MenuBarStripView::room.width();
@@ -86,7 +86,7 @@ struct StripWindow {
         return sections;
     }
 
-    /// Whether all items, or all but one, stand 8 points apart from 0 on.
+    /// Whether all items (except `but`) are 8 points apart, starting at 0.
     bool standsOnGrid(std::optional<MonitorSection> but = std::nullopt) const
     {
         double x = 0;

@@ -17,21 +17,21 @@
 
 namespace kestrum {
 
-/// Faults of a file system or a kernel that none at hand has: system calls that fail or hang for the thread that asks for it,
-/// whatever program it becomes, and for the threads and processes that it starts. There is no way back, so such a thread or
-/// process is one of the test's own.
+/// Simulates faults of a file system or kernel: system calls that fail or hang for the thread that enters the filter, for its
+/// threads and child processes, and for the programs that they start. A filter cannot be removed, so tests enter it in a
+/// thread or process of their own.
 ///
-/// A new process that is not yet its program has the memory of its parent and a stack of one page: it is given a filter that is
-/// made already.
+/// A new process before exec shares its parent's memory and has a stack of one page, so the filter must be made before the
+/// fork.
 class SystemCallFilter {
 public:
-    /// The calls fail with `error`.
+    /// A filter that makes the calls fail with `error`.
     static SystemCallFilter failing(const QList<int>& calls, int error)
     {
         return SystemCallFilter(verdictOn(calls, SECCOMP_RET_ERRNO | quint32(error)));
     }
 
-    /// Nobody can be asked what a name stands for, without following links. What a link leads to can be.
+    /// Makes lookups of a name itself (`fstatat` without following links) fail. Lookups that follow links still work.
     static SystemCallFilter failingLooksAtNames(int error)
     {
         Program program { BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)) };
@@ -42,13 +42,13 @@ public:
         return SystemCallFilter(std::move(program));
     }
 
-    /// There are no descriptors of processes.
+    /// Makes `pidfd_open` fail, as on a kernel without it.
     static SystemCallFilter withoutProcessDescriptors() { return failing({ SYS_pidfd_open }, ENOSYS); }
 
-    /// Threads can be started, but no processes, as where there is no room for more.
+    /// Threads can be started, but no processes, as when the system's limit is reached.
     static SystemCallFilter withoutNewProcesses()
     {
-        // Of the two calls the newer keeps its flags where a filter cannot see them; without it, the library takes the older.
+        // A filter cannot see the flags of the newer call `clone3`. When that fails, the C library uses the older `clone`.
         Program program = verdictOn({ SYS_clone3 }, SECCOMP_RET_ERRNO | ENOSYS);
         program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 3));
         program.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)));
@@ -57,14 +57,14 @@ public:
         return SystemCallFilter(std::move(program));
     }
 
-    /// The calls do not come back before they are answered.
+    /// A filter that makes the calls hang until `answer` is called.
     static SystemCallFilter hanging(const QList<int>& calls)
     {
         return SystemCallFilter(verdictOn(calls, SECCOMP_RET_USER_NOTIF), SECCOMP_FILTER_FLAG_NEW_LISTENER);
     }
 
-    /// From now on it holds for the thread that calls this. Gives -1 where the kernel refuses this; for calls that hang, a
-    /// descriptor that has to stay open, for others 0.
+    /// Installs the filter for the calling thread. Gives -1 when the kernel refuses it. For calls that hang it gives a
+    /// descriptor that must stay open, otherwise 0.
     int enter() const
     {
         if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
@@ -74,7 +74,7 @@ public:
         return int(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, m_flags, &filter));
     }
 
-    /// Lets the next call that hangs fail with `error`; false when none does within `milliseconds`.
+    /// Makes the next hanging call fail with `error`; false when no call hangs within `milliseconds`.
     static bool answer(int hanging, int error, int milliseconds)
     {
         pollfd waiting { hanging, POLLIN, 0 };

@@ -5,11 +5,11 @@
 
 namespace kestrum {
 
-/// A bundle in a temporary folder, which is the main bundle for as long as this lives.
+/// A bundle in a temporary folder, which is the main bundle for as long as this object lives.
 class TestBundle {
 public:
-    /// `info` is the information dictionary, `localizations` the languages that get a folder. Each folder's table
-    /// translates "Memory" into the language's code.
+    /// `info` is the information dictionary. Each of the `localizations` gets a folder, whose table translates "Memory" into
+    /// the language's code.
     TestBundle(const QByteArray& info, const QList<QByteArray>& localizations)
         : m_before(Bundle::main())
     {

@@ -7,9 +7,9 @@
 
 namespace kestrum {
 
-/// A home of its own for one test program: HOME, the XDG directories and a private runtime directory below a temporary
-/// folder that is removed at the end. Made before the application object and before anything of the program runs, by
-/// `KESTRUM_TEST_MAIN`. Language and region variables of the session are taken out.
+/// The home of one test program: HOME, the XDG directories and a private runtime directory in a temporary folder, which is
+/// removed at the end. `KESTRUM_TEST_MAIN` makes it before the application object and any other code of the program. It
+/// unsets the session's language and region variables.
 class TestHome {
 public:
     TestHome();
@@ -24,7 +24,7 @@ private:
 
 } // namespace kestrum
 
-/// The `main` of a test class, with a home of its own and an application object of the given class.
+/// Defines `main` for a test class, with a home of its own and an application object of the given class.
 #define KESTRUM_TEST_MAIN(ApplicationClass, TestClass)                                                       \
     KESTRUM_TEST_MAIN_OF(TestClass)(int argc, char** argv)                                                   \
     {                                                                                                        \

@@ -6,18 +6,18 @@
 
 namespace kestrum {
 
-/// The test classes of one program. Its `main` runs the class that the first argument names, in a process of that class alone.
+/// The test classes of one program. `main` runs the class that the first argument names; each class has a process of its own.
 class TestRunner {
 public:
     using Main = int (*)(int argc, char** argv);
 
-    /// An entry of the list of classes; `main` gets the program's arguments without the class's name.
+    /// Adds a class to the list. `main` gets the program's arguments without the class's name.
     TestRunner(const char* testClass, Main main);
 
-    /// Names the classes and fails when the first argument is none of them.
+    /// Runs the named class. If the first argument names no class, it prints the classes and gives 2.
     static int run(int argc, char** argv);
 
-    /// The arguments with which this program runs its present class again, with these behind its name.
+    /// The arguments for running this program's current class again: the class's name, then `arguments`.
     static QStringList again(const QStringList& arguments);
 
 private:
@@ -31,7 +31,7 @@ private:
 
 } // namespace kestrum
 
-/// The `main` of a test class, to be followed by its parameters and body. ctest knows classes by the names of their files.
+/// Defines the `main` of a test class; its parameters and body follow. ctest uses the names of the files as class names.
 #define KESTRUM_TEST_MAIN_OF(TestClass)                                                                      \
     static_assert(std::string_view(__FILE__).ends_with("/" #TestClass ".cpp"), "not the file's name");       \
     static int mainOf##TestClass(int argc, char** argv);                                                     \

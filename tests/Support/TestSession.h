@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// Makes the environment's language and region variables those of `session`, words of the form "NAME=value"; all others
-/// of them are unset.
+/// Sets the language and region variables of the environment to those of `session`, words of the form "NAME=value". All
+/// others are unset.
 inline void setSession(const QByteArray& session)
 {
     for (const char* variable :
@@ -19,8 +19,7 @@ inline void setSession(const QByteArray& session)
     }
 }
 
-/// `text` with plain blanks for those that do not break: which kind of blank stands where differs from one edition of
-/// the locale data to the next.
+/// `text` with ordinary blanks instead of non-breaking ones: editions of the locale data differ in the kind of blank.
 inline QString withPlainBlanks(QString text)
 {
     return text.replace(QChar(0x00a0), QLatin1Char(' ')).replace(QChar(0x202f), QLatin1Char(' '));

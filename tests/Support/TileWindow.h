@@ -10,7 +10,7 @@
 
 namespace kestrum {
 
-/// A row of tiles whose pictures are red and larger than they may be, in an active window with a white ground.
+/// A row of tiles with red pictures that are too large for them, in an active window with a white ground.
 struct TileWindow {
     QWidget window;
     ChoiceTileRow row { QStringLiteral("Appearance"), &window };

@@ -4,8 +4,8 @@
 
 namespace kestrum {
 
-/// Does at once what the platform does when `window` gets the focus, or with none when another program's window gets it.
-/// Qt has given the call that does so another name since 6.4; only a template may name one that is not there.
+/// Reports at once that `window` got the focus, as the platform does. A null `window` means that another program has it. The
+/// Qt function has had another name since 6.4. Only a template may name a function that does not exist.
 template <typename System = QWindowSystemInterface> void tellOfFocus(QWindow* window)
 {
     using Delivery = QWindowSystemInterface::SynchronousDelivery;

@@ -25,8 +25,8 @@ namespace {
 constexpr char beginMark[] = "/kestrum-begin";
 constexpr char endMark[] = "/kestrum-end";
 
-/// Sets "a" to 2 in the suite, `times` times, between the marks. Prints the error and returns `TracedSave::reportedFailure`
-/// when the last of them failed.
+/// Sets "a" to 2 in the suite, `times` times, between the marks. If the last save fails, it prints the error and returns
+/// `TracedSave::reportedFailure`.
 int save(const QString& suite, int times)
 {
     const auto store = UserDefaults::withSuiteName(suite);
@@ -39,7 +39,7 @@ int save(const QString& suite, int times)
     return isSaved ? 0 : TracedSave::reportedFailure;
 }
 
-/// Reads a text and a truth value a thousand times, between the marks.
+/// Reads a text and a Boolean a thousand times, between the marks.
 int read(const QString& suite)
 {
     const auto store = UserDefaults::withSuiteName(suite);
@@ -51,7 +51,7 @@ int read(const QString& suite)
     return sum > 0 ? 0 : 1;
 }
 
-/// Nobody takes what has been so for long for a step of a save that goes on.
+/// Makes a file old, so that it does not look like part of a save that is under way.
 void age(const QString& path)
 {
     const struct timespec longAgo[] {
@@ -113,7 +113,7 @@ void TracedSave::prepare(const QByteArray& content)
     QVERIFY(file.open(QIODevice::WriteOnly));
     file.write(content);
     file.close();
-    QCOMPARE(::chmod(QFile::encodeName(path()).constData(), 0640), 0); // so that there is a mode to keep
+    QCOMPARE(::chmod(QFile::encodeName(path()).constData(), 0640), 0); // the save must keep this mode
     age(path());
 }
 
@@ -123,7 +123,7 @@ TracedSave::Outcome TracedSave::run(const char* part, const QByteArray& injectio
     QProcess process;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(
-        QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0")); // cannot, when traced
+        QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0")); // impossible under strace
     process.setProcessEnvironment(environment);
     QStringList options;
     if (!injection.isEmpty())
@@ -139,7 +139,7 @@ TracedSave::Outcome TracedSave::run(const char* part, const QByteArray& injectio
         return {};
     }
     Outcome outcome;
-    // strace ends as its child did.
+    // strace ends with its child's exit code or signal.
     outcome.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     outcome.error = QString::fromUtf8(process.readAllStandardOutput());
 
@@ -198,12 +198,12 @@ QString TracedSave::flaw(const QByteArray& before, const Outcome& outcome, const
     }
     if (outcome.exitCode == 0 && !isNew)
         return QStringLiteral("told as saved, but not there");
-    // Where nothing at all can be written, the child cannot print its error either.
+    // When every write fails, the child cannot print its error either.
     const bool canPrint = !(injection.startsWith("write:") && injection.endsWith('+'));
     if (outcome.exitCode == reportedFailure && canPrint
         && (!outcome.error.startsWith(path()) || outcome.error.count(QStringLiteral(": ")) < 2))
         return QStringLiteral("the error names no file, step and reason: ") + outcome.error;
-    // Once the fault is over all is well, and nobody waits for a lock.
+    // Without the fault, the next save succeeds, and does not wait for a lock.
     age(TestHome::configDirectory());
     QElapsedTimer timer;
     timer.start();

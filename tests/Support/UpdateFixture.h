@@ -12,13 +12,13 @@
 
 namespace kestrum {
 
-/// A checker, what it says, and how often it tells the window.
+/// A checker, its outcomes, and the number of its signals to the window.
 struct UpdateFixture {
     UpdateChecker checker;
     QSignalSpy outcomes { &checker, &UpdateChecker::finished };
     Ear ear { SharedSettings::name(SharedSettings::Signal::updateAvailable) };
 
-    /// What every test begins with: the built bundle's texts, and nothing stored.
+    /// The state before every test: the built bundle's texts, and nothing stored.
     static void prepare()
     {
         Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
@@ -31,7 +31,7 @@ struct UpdateFixture {
         return SharedSettings::store().string(Keys::updatesAvailable.name);
     }
 
-    /// The outcome of a check; empty when there is none within 20 s, or one that is told too early.
+    /// The outcome of a check; empty when there is none within 20 s, or when it comes before `check` returns.
     QString check()
     {
         const auto before = outcomes.count();
@@ -41,14 +41,14 @@ struct UpdateFixture {
         return outcomes.last().first().toString();
     }
 
-    /// The signals so far, when all have arrived.
+    /// The number of signals so far, after a wait for signals under way.
     int posts() const
     {
         QTest::qWait(quietTime);
         return ear.count;
     }
 
-    /// What tells it that it is time.
+    /// The checker's daily timer.
     QTimer& daily() { return *checker.findChild<QTimer*>(); }
 };
 

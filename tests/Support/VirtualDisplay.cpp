@@ -13,8 +13,8 @@ namespace kestrum {
 
 namespace {
 
-// A display's number and the file whose lock keeps it. Left to itself, an X server in a process table of its own takes the number of
-// a server outside of it for free.
+// A display's number, and the locked file that reserves it. An X server in a process table of its own would otherwise take
+// the number of a server outside of that table as free.
 struct Place {
     int number = 100;
     int file = -1;
@@ -44,7 +44,7 @@ VirtualDisplay::VirtualDisplay()
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
     m_server.setChildProcessModifier([place] {
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
-        ::fcntl(place.file, F_SETFD, 0); // the lock is the server's
+        ::fcntl(place.file, F_SETFD, 0); // the server inherits the lock
     });
     m_server.start(QStringLiteral("Xvfb"),
         { QStringLiteral(":%1").arg(place.number), QStringLiteral("-displayfd"), QStringLiteral("1"),
@@ -62,7 +62,7 @@ VirtualDisplay::VirtualDisplay()
     }
     qputenv("DISPLAY", ":" + display.trimmed());
     qputenv("QT_QPA_PLATFORM", "xcb");
-    // No bus, rather than one that the toolkit starts for every program.
+    // The toolkit would start a bus for every program unless the address is invalid.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
     qunsetenv("QT_SCALE_FACTOR");
 }

@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// An X server of the test's own, `width` × `height` points at scale 1, with no session bus: what this process starts and its own
-/// application object are shown there. Made before the application object.
+/// A private X server, `width` × `height` points at scale 1, without a session bus. This process's application object and its
+/// children are shown there. Make it before the application object.
 class VirtualDisplay {
 public:
     static constexpr int width = 1000;
@@ -20,7 +20,7 @@ public:
     /// False, with a warning, when the server did not start.
     bool isUp() const { return m_isUp; }
 
-    /// Runs xdotool, the hands at this display, and gives what it prints.
+    /// Runs xdotool on this display, and gives its output.
     static QByteArray xdotool(const QStringList& arguments);
 
 private:

@@ -13,7 +13,7 @@
 
 namespace kestrum {
 
-/// A watch, and what it told.
+/// A watch, and the entries that it reported.
 struct WatchRecorder {
     explicit WatchRecorder(
         const QString& directory, DirectoryWatch::Interest interest = DirectoryWatch::Interest::content)
@@ -27,7 +27,7 @@ struct WatchRecorder {
     std::unique_ptr<DirectoryWatch> watch;
 };
 
-/// A temporary folder of one test, and what is done to it by names relative to it.
+/// A temporary folder of one test. Names are relative to it.
 class WatchedPlace {
 protected:
     QString path(const char* name) const { return m_place->filePath(QString::fromLatin1(name)); }
@@ -47,7 +47,7 @@ protected:
     {
         QCOMPARE(::rename(encoded(from).constData(), encoded(to).constData()), 0);
     }
-    // Whether the watch, whatever it went through, hears of an entry of the directory that is there now.
+    // Checks that the watch reports a new entry of the directory that now exists, whatever happened before.
     void verifyHears(WatchRecorder& ear, const char* directory) const
     {
         QTest::qWait(quietTime);

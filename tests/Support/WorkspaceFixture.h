@@ -12,12 +12,12 @@
 
 namespace kestrum {
 
-/// A bundle "Stand In.app" of a test, and what the workspace started of it.
+/// A test's bundle "Stand In.app", and the processes that the workspace started from it.
 class WorkspaceFixture {
 protected:
     static void prepareStage()
     {
-        // A bundle that was removed is still observed, by the next folders above it: those are to be ours alone.
+        // After a bundle's removal, the folders above it are watched. Those must belong to this test alone.
         const QString folder = TestHome::root() + QStringLiteral("/trees/of/tests");
         QVERIFY(QDir().mkpath(folder));
         qputenv("TMPDIR", QFile::encodeName(folder));
@@ -37,7 +37,7 @@ protected:
             QTRY_VERIFY(!exists(pid));
         }
         m_standIns.reset();
-        QTest::qWait(20); // what was told of this test is not for the next
+        QTest::qWait(20); // until this test's notices have passed
     }
 
     QString bundle() const { return m_standIns->path(QStringLiteral("Stand In.app")); }
@@ -69,7 +69,7 @@ protected:
         return QStringLiteral("/proc/%1/%2").arg(pid).arg(QLatin1StringView(name));
     }
 
-    /// Whether anything of a process is left.
+    /// Whether a process exists, also as a zombie.
     static bool exists(qint32 pid) { return QFile::exists(procPath(pid, "stat")); }
 
     std::unique_ptr<StandIns> m_standIns;

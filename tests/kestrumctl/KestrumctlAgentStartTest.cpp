@@ -40,7 +40,7 @@ private Q_SLOTS:
 
     void startIsFinishedBeforeTheAgentIs()
     {
-        // Also for a shell that reads what the tool prints.
+        // A shell that captures the tool's output does not have to wait for the agent.
         QProcess shell;
         shell.start(QStringLiteral("/bin/sh"),
             { QStringLiteral("-c"), QStringLiteral("text=$(\"$0\" agent start 2>&1); echo \"[$text]\""),
@@ -60,7 +60,7 @@ private Q_SLOTS:
         QCOMPARE(result.errors, QByteArray());
         QCOMPARE(result.code, 0);
         QCOMPARE(runningPids(), QList<qint32> { pid });
-        // It had the time in which an agent quits.
+        // The tool waited as long as an agent may take to quit.
         QVERIFY(timer.elapsed() >= 3000);
     }
 
@@ -82,7 +82,7 @@ private Q_SLOTS:
         const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("copy")));
         m_standIns->start(copy, "500");
         m_standIns->start(copy, "1500");
-        // Not there yet when the tool begins.
+        // The agent does not run yet when the tool starts.
         QTimer::singleShot(800, this, [this, copy] { m_standIns->start(copy, "1200"); });
         QCOMPARE(ctl("agent start").code, 0);
         const auto agents = ProcessScan::agents();
@@ -129,7 +129,7 @@ private Q_SLOTS:
 
     void anAgentThatEndsBeforeItHasBegunIsAFailure()
     {
-        // As on a busy machine, where loading takes long.
+        // The agent's instance name is free, as while an agent is still loading on a busy machine.
         m_place.reset();
         const auto result
             = ctl("agent start", { { QStringLiteral("KESTRUM_TEST_LIFE"), QStringLiteral("1700") } });
@@ -160,7 +160,7 @@ private Q_SLOTS:
 
     void aQuitThatIsNotToldIsFoundAtTheLastLook()
     {
-        // After the look at 2 s.
+        // The agent ends after the check at 2 s.
         const qint32 pid = m_standIns->start(m_standIns->path(agentPlace), "2700").pid;
         const auto result = startWithoutProcessDescriptors();
         if (!result.errors.contains("looked at every 2 s"))
@@ -181,7 +181,7 @@ private Q_SLOTS:
     }
 
 private:
-    // In the place of the agent, a program that ends at once.
+    // Puts a program that ends at once in place of the agent.
     void useAgentThatEnds() const
     {
         const QString program = m_standIns->path(agentPlace);

@@ -156,7 +156,7 @@ private Q_SLOTS:
         QCOMPARE(result.errors,
             "kestrumctl: the agent was asked to quit and still runs (pid " + QByteArray::number(pid) + ")\n");
         QVERIFY(timer.elapsed() > 4500 && timer.elapsed() < 8000);
-        // Asked, never forced.
+        // `stop` only asks the agent to quit and never kills it.
         QCOMPARE(runningPids(), QList<qint32> { pid });
     }
 

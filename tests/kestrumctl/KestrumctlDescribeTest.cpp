@@ -50,7 +50,7 @@ private Q_SLOTS:
             QCOMPARE(number(strip, "height"), 22.0);
             QCOMPARE(strip.keys().size(), 3);
         }
-        // With the sample readings and a fresh suite, in a session without a region.
+        // With the sample readings, a fresh suite and no region.
         const QJsonObject strip = described();
         const QString readouts = item(strip, MonitorSection::cpu).value(QStringLiteral("readout")).toString()
             + item(strip, MonitorSection::memory).value(QStringLiteral("readout")).toString()
@@ -119,7 +119,7 @@ private Q_SLOTS:
     void theSessionsRuntimeDirectoryIsNoneOfItsBusiness()
     {
         QFETCH(const QByteArray, directory);
-        // Where programs make what they find no place for.
+        // The temporary folder, where programs put files that have no other place.
         const FileTree shared;
         QCOMPARE(::mkdir(QFile::encodeName(shared.path(QStringLiteral("open"))).constData(), 0755), 0);
         const QString named = directory.isEmpty() ? QString() : shared.path(QString::fromLatin1(directory));

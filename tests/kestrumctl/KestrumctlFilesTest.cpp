@@ -48,7 +48,7 @@ private Q_SLOTS:
         QCOMPARE(result.code, 0);
         QCOMPARE(result.output, QByteArray());
         QCOMPARE(objectIn(contentOf(besides("kept.json"))), objectIn(stored));
-        // A key a line, for people who compare versions.
+        // Each key has a line of its own, so that people can compare versions.
         QVERIFY(contentOf(besides("kept.json")).count('\n') >= 4);
     }
 
@@ -92,7 +92,7 @@ private Q_SLOTS:
         Kestrumctl::Running watch({ QStringLiteral("watch") }, "watching");
         QVERIFY(watch.isReady());
         QCOMPARE(ctl({ QStringLiteral("import"), QStringLiteral("-") }, stored).code, 0);
-        // All changed keys come with one notice, in alphabetical order.
+        // All changed keys come in one notice, in alphabetical order.
         QCOMPARE(watch.lines(4),
             (QByteArrayList { "meterStyle\t\"wave\"", "of another version\t{\"deep\":[1,null,\"ü\"]}",
                 "refreshInterval\t2", "showMemoryItem\tfalse" }));
@@ -198,7 +198,7 @@ private Q_SLOTS:
     {
         write(suitePath(), stored);
         write(besides("small.json"), "old");
-        // No byte of a file may be written: the same error path as on a full disk.
+        // The shell limits file sizes to 0, so writing fails as on a full disk.
         const auto result = Kestrumctl::run(
             { QStringLiteral("-c"), QStringLiteral("trap '' XFSZ; ulimit -f 0; exec \"$0\" export \"$1\""),
                 Kestrumctl::path(), besides("small.json") },
@@ -251,7 +251,7 @@ private Q_SLOTS:
 
     void anExportWritesThroughToAPipe()
     {
-        // A pipe of our own stands for everything that is no regular file: a fault here would replace a device.
+        // The pipe stands for any file that is not regular: a wrong export would replace a device by a file.
         write(suitePath(), stored);
         const QByteArray pipe = besides("pipe").toUtf8();
         QCOMPARE(::mkfifo(pipe.constData(), 0600), 0);

@@ -13,13 +13,13 @@ class KestrumctlLoginItemTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // An ordinary user may not get into the folder that the program was built in.
+        // An ordinary user may have no access to the build folder, so the program is copied.
         const QString copy = TestHome::root() + QStringLiteral("/kestrumctl");
         QVERIFY(QFile::copy(Kestrumctl::path(), copy));
         QVERIFY(QFile::setPermissions(
             copy, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
         m_fixture = std::make_unique<LoginItemFixture>();
-        // It acts on the bundle that it is in.
+        // The program acts on the bundle that contains it.
         const QString folder = m_fixture->bundlePath() + QStringLiteral("/Contents/MacOS");
         QVERIFY(QDir().mkpath(folder));
         m_program = folder + QStringLiteral("/kestrumctl");
@@ -143,7 +143,7 @@ private:
         const QStringList arguments { QStringLiteral("login-item"), QString::fromUtf8(word) };
         if (::getuid() != 0 || ::geteuid() == 0)
             return Kestrumctl::run(arguments, {}, variables, m_program);
-        // The program is to be that user in every respect.
+        // The program gets that user's real and effective ids.
         const QStringList user { QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
             QStringLiteral("--keep-groups"), m_program };
         return Kestrumctl::run(user + arguments, {}, variables, QStringLiteral("setpriv"));

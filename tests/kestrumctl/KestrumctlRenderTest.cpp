@@ -109,7 +109,7 @@ private Q_SLOTS:
         for (const QPoint corner : { image.rect().topLeft(), image.rect().topRight(),
                  image.rect().bottomLeft(), image.rect().bottomRight() })
             QCOMPARE(image.pixelColor(corner).alpha(), 0);
-        // The gap behind the first item.
+        // The first item ends here, and a gap follows.
         const double end = number(item(described("--cores 4"), MonitorSection::storage), "width");
         QVERIFY(isEmpty(image, QRect(int(end * 2) + 1, 0, 14, image.height())));
     }
@@ -144,12 +144,13 @@ private Q_SLOTS:
 
     void theStripShowsTheItemsWhereTheyAreDescribed()
     {
-        // At whole-numbered places an item of the strip is the item alone, pixel by pixel: the first one always stands so.
+        // At a whole-numbered place, an item in the strip equals the item drawn alone, pixel by pixel. The first item is at
+        // such a place.
         const QImage strip = rendered("strip --scale 2 --cores 2");
         const QImage storage = rendered("storage --scale 2 --cores 2");
         QCOMPARE(strip.copy(0, 0, storage.width() - 1, storage.height()),
             storage.copy(0, 0, storage.width() - 1, storage.height()));
-        // Every item has something at its left edge, and nothing between it and the item before it.
+        // Every item has ink at its left edge, and the gap before it is empty.
         const QJsonObject description = described("--cores 2");
         for (const MonitorSection section : MeterSettings::storedOrder()) {
             const double x = number(item(description, section), "x") * 2;
@@ -181,13 +182,13 @@ private Q_SLOTS:
 
     void aVeryWidePictureIsDrawnToItsEnd()
     {
-        // More pixels than Qt's painter reaches: the picture is put together of pieces. 5.9 points a core at scale 16.
+        // The picture is wider than Qt's painter can draw, so it is made of pieces. A core takes 5.9 points at scale 16.
         set(Keys::cpuReadout, CPUReadout::off);
         const QImage wide = rendered("cpu --scale 16 --cores 350");
         QVERIFY(wide.width() > 32767);
         const int bar = int(5.9 * 16);
         QVERIFY(!isEmpty(wide, wide.rect().adjusted(wide.width() - 2 * bar, 0, 0, 0)));
-        // No seam: the six sample loads of fast cores come again after 30 bars, which are a whole number of pixels.
+        // There is no seam: the sample loads of fast cores repeat after 30 bars, which are a whole number of pixels.
         const int period = 30 * 59 * 16 / 10;
         const QRect first(wide.width() / 8, 0, period, wide.height());
         for (QRect next = first.translated(period, 0); next.right() < wide.width() - 2 * bar;
@@ -204,7 +205,7 @@ private Q_SLOTS:
         QVERIFY(SharedSettings::store().set(
             Keys::cpuFastCoreAccent.name, QStringLiteral("custom:srgb:0.0,0.0,1.0")));
         const auto bars = [](const QImage& image) {
-            // Along the foot of the bars, runs of one pure colour.
+            // At the foot of the bars: the runs of one pure colour.
             QByteArray runs;
             for (int x = 0; x < image.width(); ++x) {
                 const QColor colour = image.pixelColor(x, image.height() - 4 * 4);

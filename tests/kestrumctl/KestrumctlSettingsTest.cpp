@@ -34,7 +34,7 @@ private Q_SLOTS:
         write(suitePath(), "{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}");
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"wave\"\n"));
         QCOMPARE(ctl("read refreshInterval").output, QByteArray("2.5\n"));
-        // Reading stores nothing.
+        // Reading a value stores nothing.
         QCOMPARE(contentOf(suitePath()), QByteArray("{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}"));
     }
 
@@ -82,7 +82,7 @@ private Q_SLOTS:
         write(suitePath(), "{\"meterstyle\": {\"a\": [1, 2]}}");
         QCOMPARE(ctl("read meterstyle").output, QByteArray("{\"a\":[1,2]}\n"));
         QCOMPARE(ctl("read --stored meterstyle").code, 0);
-        // It is a neighbour, too.
+        // An unknown key that is stored is also suggested for a misspelt one.
         QVERIFY(ctl("read meterstyl").errors.contains("\"meterstyle\""));
     }
 
@@ -181,7 +181,7 @@ private Q_SLOTS:
         const auto refused = ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), json });
         QCOMPARE(refused.code, 2);
         QVERIFY2(refused.errors.contains("is no JSON value"), refused.errors.constData());
-        // Nor does --force make it one.
+        // With --force, too, the argument is no JSON value.
         QCOMPARE(
             ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), json, QStringLiteral("--force") })
                 .code,
@@ -267,7 +267,7 @@ private Q_SLOTS:
                     && result.errors.contains(reason) && result.errors.count('\n') == 1,
                 result.errors.constData());
         }
-        // What has nothing to do with settings goes on.
+        // A command that needs no settings still works.
         QCOMPARE(ctl({ QStringLiteral("agents") }, refused).errors, QByteArray());
         QVERIFY(!QFile::exists(TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json")));
     }
@@ -287,7 +287,7 @@ private Q_SLOTS:
 
     void anUnwritableHomeFailsWithTheReason()
     {
-        // A file where the directory should be stops everybody, an administrator too.
+        // A file in place of the directory makes writing fail for every user, also for root.
         const QString file = TestHome::root() + QStringLiteral("/no directory");
         QFile obstacle(file);
         QVERIFY(obstacle.open(QIODevice::WriteOnly));
@@ -298,7 +298,7 @@ private Q_SLOTS:
         QCOMPARE(written.code, 1);
         QCOMPARE(written.output, QByteArray());
         QVERIFY2(written.errors.contains("Not a directory"), written.errors.constData());
-        // The defaults are in effect all the same.
+        // The defaults are still in effect.
         QCOMPARE(ctl({ QStringLiteral("read"), QStringLiteral("meterStyle") }, home).output,
             QByteArray("\"bars\"\n"));
     }

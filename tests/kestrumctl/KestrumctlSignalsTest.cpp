@@ -135,7 +135,7 @@ private Q_SLOTS:
 
     void aWriteIsNoSignal()
     {
-        // Only the application's delegate announces changes; whoever writes the suite does not.
+        // Only the settings application announces changes by a signal; a program that writes the suite does not.
         Kestrumctl::Running listening(
             words("listen settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged"),
             "listening");
@@ -143,7 +143,7 @@ private Q_SLOTS:
         QCOMPARE(ctl("write showMemoryItem false").code, 0);
         QCOMPARE(ctl("delete showMemoryItem").code, 0);
         QCOMPARE(Kestrumctl::run(words("import -"), "{\"meterStyle\": \"wave\"}").code, 0);
-        // A signal that was posted before this one would have been heard before it.
+        // Signals arrive in order: an earlier one would be printed before this one.
         QCOMPARE(ctl("post menuBarChanged").code, 0);
         QCOMPARE(listening.lines(1), (QByteArrayList { "menuBarChanged" }));
         QTest::qWait(100);
@@ -191,7 +191,7 @@ private Q_SLOTS:
 
     void aPostThatCannotBeLeftFailsWithTheReason()
     {
-        // A place for signals that is none, within a runtime directory that is sound.
+        // The path for signals is no directory, although the runtime directory is fine.
         const QString signalsPlace = TestHome::runtimeDirectory() + QStringLiteral("/kestrum/signals");
         const auto verifyFailure = [] {
             for (const char* call : { "post settings", "listen settings --timeout 5" }) {

@@ -165,7 +165,7 @@ private Q_SLOTS:
             { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen") },
                 { QStringLiteral("DISPLAY"), {} }, { QStringLiteral("WAYLAND_DISPLAY"), {} } });
         QCOMPARE(result.code, 0);
-        // Not even a platform for drawing is loaded by the other verbs: a name that no platform has disturbs none.
+        // The other verbs load no platform plugin, so the name of an unknown platform causes no error.
         const auto read = Kestrumctl::run(words("read meterStyle"), {},
             { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("nonesuch") } });
         QCOMPARE(read.code, 0);
@@ -177,7 +177,7 @@ private Q_SLOTS:
         const QString link = TestHome::root() + QStringLiteral("/kestrumctl");
         QVERIFY(QFile::link(Kestrumctl::path(), link));
         QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, link).output, QByteArray("\"bars\"\n"));
-        // The build folder's own link.
+        // The build folder has a link to the program.
         const QString built = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/kestrumctl");
         QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, built).output, QByteArray("\"bars\"\n"));
     }

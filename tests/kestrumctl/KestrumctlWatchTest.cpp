@@ -72,10 +72,10 @@ private Q_SLOTS:
     {
         write("meterShape", "\"square\"");
         Kestrumctl::Running watching(watch, "watching");
-        write("meterShape", "\"square\""); // what is stored already
-        write("meterStyle", "\"bars\"");   // what the default is
+        write("meterShape", "\"square\""); // the stored value
+        write("meterStyle", "\"bars\"");   // the default value
         QCOMPARE(ctl({ QStringLiteral("delete"), QStringLiteral("meterStyle") }).code, 0);
-        write("meterStyle", "\"compact\""); // the last one, by which the silence of the others shows
+        write("meterStyle", "\"compact\""); // the only line, which shows that the others were silent
         QCOMPARE(watching.lines(1), (QByteArrayList { "meterStyle\t\"compact\"" }));
         watching.signal(SIGTERM);
         QCOMPARE(watching.ended().output, QByteArray("meterStyle\t\"compact\"\n"));
@@ -85,7 +85,7 @@ private Q_SLOTS:
     {
         Kestrumctl::Running watching(watch, "watching");
         write("a\nmeterStyle\t\"wave\"\x1B[2J\u202E", "1");
-        write("showMemoryItem", "false"); // by which the end of the other shows
+        write("showMemoryItem", "false"); // this line shows that the other one is complete
         QByteArrayList lines = watching.lines(1);
         for (int more = 2; !lines.contains("showMemoryItem\tfalse") && more < 6; ++more)
             lines = watching.lines(more);
@@ -101,7 +101,7 @@ private Q_SLOTS:
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write("{\"meterStyle\": \"compact\", \"refreshInterval\": 5}");
         file.close();
-        // An editor's truncation may be seen on its way; what is seen last is what stands in the file.
+        // The truncation may be seen as a change of its own; the last lines show the file's final content.
         QByteArrayList lines = watching.lines(2);
         for (int more = 3; !lines.contains("refreshInterval\t5") && more < 6; ++more)
             lines = watching.lines(more);

@@ -61,7 +61,7 @@ private Q_SLOTS:
     {
         const QStringList names { QStringLiteral("meterStyle"), QStringLiteral("cpu") };
         QCOMPARE(NearestNames::of(QStringLiteral("language"), names), QStringList());
-        // Three changes make any three-letter name of any other word.
+        // Three changes turn any three-letter word into any other, so nothing is suggested.
         QCOMPARE(NearestNames::of(QStringLiteral("xyz"), names), QStringList());
         QCOMPARE(NearestNames::of(QString(), names), QStringList());
     }

@@ -5,6 +5,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Machine/CoreTopology.h"
 #include "tests/Support/LayoutFaults.h"
+#include "tests/Support/OwnProcesses.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/StringsTable.h"
 #include "tests/Support/TestBundle.h"
@@ -16,7 +17,7 @@
 
 using namespace kestrum;
 
-/// The window at its smallest in all languages, and in one that nobody speaks and that is longer than all of them.
+/// The window at its smallest size, in every language and in a pseudo language whose texts are longer than all others.
 class LabelFitTest : public QObject {
     Q_OBJECT
 
@@ -29,7 +30,7 @@ class LabelFitTest : public QObject {
             .keys;
     }
 
-    /// The text with accents, which none of ours has, and longer by two fifths: by words where it has several.
+    /// `text` with accents, which none of our texts has, and two fifths longer: by whole words when `text` has several.
     static QString pseudo(QString text)
     {
         const qsizetype more = qsizetype(std::ceil(0.4 * double(text.size())));
@@ -55,7 +56,7 @@ class LabelFitTest : public QObject {
         return table.toUtf8();
     }
 
-    /// The smallest window with a page shown, all rows that a page can have, and an update on offer.
+    /// The smallest window that shows `page`, with all rows that the page can have and an update on offer.
     static void show(SettingsWindow& w, SettingsPage page)
     {
         w.view.resize(w.view.minimumSize());
@@ -65,7 +66,7 @@ class LabelFitTest : public QObject {
         QCOMPARE(w.sidebarWidth(), 204);
     }
 
-    /// All that people read or hear of a window, but for what is the same in every language.
+    /// All texts that people see or hear in a window, except those that are the same in every language.
     static QSet<QString> texts(const SettingsWindow& w)
     {
         QSet<QString> result;
@@ -114,7 +115,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         SettingsWindow::prepareProgram();
-        // With the row that only some machines have.
+        // With the row that exists only on some machines.
         CoreTopology::useTiers({ { QStringLiteral("Performance"), 4 }, { QStringLiteral("Efficiency"), 4 } });
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
     }
@@ -159,7 +160,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, code);
         speak(code);
-        // The offer's title stays on its line, and may lose its end to a tool tip.
+        // The offer's title never wraps: it may be elided, and has a tool tip then.
         if (m_pseudo)
             SharedSettings::store().remove(Keys::updatesAvailable.name);
         SettingsWindow w;
@@ -179,7 +180,7 @@ private Q_SLOTS:
             for (const bool hasControl : { false, true }) {
                 Row row(AppLanguage::string(key),
                     hasControl ? new PushButton(AppLanguage::string("Open Login Items…")) : nullptr);
-                row.resize(403, row.heightForWidth(403)); // a card's in the smallest window
+                row.resize(403, row.heightForWidth(403)); // as in the smallest window's cards
                 row.show();
                 QCOMPARE(LayoutFaults::of(row).join(u'\n'), QString());
             }
@@ -194,7 +195,7 @@ private Q_SLOTS:
         for (const QString& key : keys()) {
             PopupPicker picker;
             picker.addEntry(AppLanguage::string(key));
-            // What the title adds to the picture of the picker.
+            // The ink that the title adds to the picker's picture.
             const auto titleInk = [&picker](int width) {
                 picker.resize(width, picker.sizeHint().height());
                 double sum = 0;
@@ -238,5 +239,5 @@ private Q_SLOTS:
     }
 };
 
-KESTRUM_TEST_MAIN(QApplication, LabelFitTest)
+KESTRUM_TEST_MAIN_APART(QApplication, LabelFitTest)
 #include "LabelFitTest.moc"

@@ -10,8 +10,9 @@ namespace kestrum {
 
 class ShrinkingLabel;
 
-/// The row above the agent's row. It offers an update that the agent has found. Without an offer the row takes no space. The
-/// owner must not hide the row, because the row reads the offer when it is shown, and again at each signal of the agent.
+/// The row above the agent's row. It offers an update that the agent has found. Without an offer the row hides its content
+/// and takes no space. The owner must not hide the row itself: the row reads the offer when it is shown, and again at each signal
+/// of the agent.
 class UpdateOfferRow final : public QWidget {
     Q_OBJECT
 public:

@@ -31,7 +31,7 @@ void drawLabel(ItemDrawing& drawing, MonitorSection section)
     const ItemFonts& fonts = ItemFonts::current();
     const QColor colour = labelColour(drawing.scheme);
     const SpriteKey key { SpriteKey::Kind::letters, colour.rgba(), { int(section), fonts.generation() } };
-    // The column is wider than the label's room, because the widest letters of some fonts are.
+    // The column is wider than the label's room: some fonts have letters wider than that room.
     const QRectF column(0, 0, 3 * lettersWidth, StatusMetricView::height);
     drawing.canvas.drawKept(key, column, [&](Canvas& canvas) {
         canvas.drawColumn(QPointF(margin, middle - fonts.letterHeight() / 2),

@@ -22,7 +22,7 @@ double onPixel(double x, const QTransform& device);
 /// `rect` with its left and right edges moved to edges of pixels.
 QRectF onPixels(QRectF rect, const QTransform& device);
 
-/// Draws the backdrop of an item whose widened frame is `ground`.
+/// Draws a backdrop that fills `ground`, the area of an item's backdrop.
 void drawBackdrop(QPainter& painter, const QRectF& ground, ColourScheme scheme);
 /// Draws the background of an item that is being dragged: a shadow, a piece of the plate, and the backdrop. The shadow
 /// reaches 2 points to the sides and 3 downwards.

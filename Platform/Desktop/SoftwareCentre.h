@@ -10,8 +10,8 @@
 namespace kestrum {
 
 /// Opens the desktop's own program for installing software at one package. Most of these programs open "appstream:"
-/// addresses. If no installed program opens them, the PackageKit service of the session is asked. All calls are
-/// asynchronous. Main thread only.
+/// addresses. If no installed program opens them, the PackageKit service of the session is asked. No function
+/// waits for an answer from the bus. Main thread only.
 class SoftwareCentre final : public QObject {
     Q_OBJECT
 public:

@@ -128,7 +128,7 @@ private Q_SLOTS:
             qputenv("DBUS_SESSION_BUS_ADDRESS", named);
         const QSet<int> before = busProcesses();
         const auto kestrum = startBoth();
-        // The tool opens the display if the environment asks for it.
+        // kestrumctl opens the display if QT_QPA_PLATFORM is set, and must not start a bus then either.
         QVERIFY(fixture().kestrumctl({ text("describe") }).contains("items"));
         const QSet<int> started = busProcesses() - before;
         for (const int pid : started)

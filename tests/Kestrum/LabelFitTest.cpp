@@ -56,7 +56,7 @@ class LabelFitTest : public QObject {
         return table.toUtf8();
     }
 
-    /// The smallest window that shows `page`, with all rows that the page can have and an update on offer.
+    /// Makes the window as small as it can be, and shows `page` in it.
     static void show(SettingsWindow& w, SettingsPage page)
     {
         w.view.resize(w.view.minimumSize());

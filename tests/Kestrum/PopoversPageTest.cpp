@@ -40,7 +40,7 @@ struct PopoversPageWindow {
         QVERIFY(QTest::qWaitForWindowActive(&page));
     }
 
-    /// The panel's colour in the picture of a tile with an opaque sample.
+    /// The colour at `place` in the picture of a tile; by default, a place on the popover that the tile shows.
     static QColor panel(const ChoiceTileRow& row, int index, const QPoint& place = { 100, 12 })
     {
         return row.tiles()[index]->grab().toImage().pixelColor(place);

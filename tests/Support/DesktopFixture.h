@@ -58,8 +58,8 @@ public:
     /// The processes of the program at `path`, without their children that are about to start other programs.
     static QList<qint32> processes(const QString& path);
     QList<qint32> settingsApplications() const { return processes(program("Kestrum")); }
-    /// The only process of `program` after `old` has ended; 0 if that takes too long. One scan must show both facts: between
-    /// two scans the old process may end.
+    /// Waits until one process of `program` runs and it is not `old`; 0 if that takes too long. Both are checked in the same
+    /// scan, because processes can start and end between two scans.
     static qint32 successor(const QString& program, qint32 old);
     qint32 settingsApplicationAfter(qint32 old) const { return successor(program("Kestrum"), old); }
     void endSettingsApplications() const { end(program("Kestrum")); }

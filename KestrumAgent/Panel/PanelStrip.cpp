@@ -11,6 +11,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <algorithm>
+#include <utility>
 
 namespace kestrum {
 
@@ -39,10 +40,16 @@ void PanelStrip::rebuild()
 {
     // Measuring and drawing use the same appearance: if the settings change in between, the items still fit their places.
     const Appearance appearance = Appearance::current();
-    const QList<MonitorSection> before = items().sections();
-    const QSizeF sizeBefore = items().size();
+    const auto places = [this] {
+        QList<std::pair<MonitorSection, QRectF>> list;
+        for (const Item& item : items().list())
+            list.append({ item.section, item.view->frame() });
+        return list;
+    };
+    const auto before = places();
     m_scene.rebuild(appearance);
-    if (items().sections() != before || items().size() != sizeBefore)
+    // An item that only moves keeps its picture, and so would not be painted.
+    if (places() != before)
         update();
     redrawBy(appearance);
     Q_EMIT rebuilt();

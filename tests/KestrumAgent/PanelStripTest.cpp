@@ -158,6 +158,24 @@ private Q_SLOTS:
             QVERIFY(!watcher.painted.intersects(fixture.place(section)));
     }
 
+    void anItemThatOnlyMovesIsPaintedWhereItStands()
+    {
+        Fixture fixture;
+        QVERIFY(QTest::qWaitForWindowExposed(&fixture.strip));
+        QTest::qWait(50);
+        const QRect before = fixture.place(memory);
+        const QSize size = fixture.strip.sizeHint();
+        PaintWatcher watcher;
+        fixture.strip.installEventFilter(&watcher);
+        // One neighbour becomes as much wider as the other becomes narrower.
+        Setting(Keys::sensorsReadout).set(SensorsReadout::hottest);
+        Setting(Keys::cpuReadout).set(CPUReadout::usage);
+        fixture.strip.rebuild();
+        QCOMPARE(fixture.strip.sizeHint(), size);
+        QVERIFY(fixture.place(memory) != before);
+        QTRY_VERIFY(watcher.painted.contains(fixture.place(memory)));
+    }
+
     void aChangedStyleChangesThePicture()
     {
         Fixture fixture;

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Reads use a snapshot in memory. The snapshot is compared with the file after
-//   - a change of the counter that all processes share. A writer advances the counter after it replaced the file. So an
-//     unchanged counter means that no save has ended since our last check. Without a counter, every read checks the file.
-//   - a change in a watched directory. The watch starts with the first observer of `changed`. Only the watch notices changes by
-//     an editor, because editors do not advance the counter.
-// A changed file is read again. `changed` is emitted only for changed values, so our own save does not emit it twice. One mutex
-// guards everything except the watches, which only the main thread uses. The mutex is not locked while the file is saved. If
-// another process or thread saves at the same time, the counter has an unexpected value. Then the old value is recorded, so
-// that the next read checks the file.
+// Reads use a snapshot in memory, which is compared with the file after
+//   - a change of the counter that all processes share. A writer advances it after the file was replaced, so an unchanged
+//     counter means that no save has ended since our last check. Without a counter, every read checks the file.
+//   - a change in a watched directory, from the first observer of `changed` on. Only the watch notices changes by an editor.
+// A changed file is read again. `changed` is emitted only for changed values, so not twice for our own save. One mutex guards
+// everything but the watches, which only the main thread uses. It is not locked while the file is saved: after a save of
+// others meanwhile the counter has an unexpected value, so that the next read checks the file.
 
 #include "Platform/Store/UserDefaults.h"
 
@@ -30,7 +28,6 @@
 #include <set>
 
 namespace kestrum {
-
 namespace {
 
 constexpr char fileSuffix[] = ".json";
@@ -93,7 +90,6 @@ struct UserDefaults::Domain {
     void adopt(const Result<SettingsFile::Content>& content);
     bool save(const SettingsFile::Changes& changes);
     void scheduleNotice(const QStringList& keys);
-
     void checkAndFollow();
     void scheduleCheck();
     void scheduleLaterCheck();

@@ -24,23 +24,21 @@ QImage picture(SettingsView& window, int scale)
     return image;
 }
 
-bool save(const QImage& image, const QString& path)
-{
-    if (image.save(path))
-        return true;
-    std::fprintf(stderr, "Kestrum: cannot write %s\n", qPrintable(path));
-    return false;
-}
-
 bool saveTree(SettingsView& window, const QString& path)
 {
     QAccessibleInterface* root = QAccessible::queryAccessibleInterface(&window);
     const QByteArray tree = root ? AccessibilityDump::text(*root).toUtf8() : QByteArray();
     QFile file(path);
-    if (!tree.isEmpty() && file.open(QIODevice::WriteOnly) && file.write(tree) == tree.size() && file.flush())
-        return true;
-    std::fprintf(stderr, "Kestrum: cannot write %s\n", qPrintable(path));
-    return false;
+    return !tree.isEmpty() && file.open(QIODevice::WriteOnly) && file.write(tree) == tree.size()
+        && file.flush();
+}
+
+/// Says on standard error that a file was not saved. Returns `isSaved`.
+bool report(bool isSaved, const QString& path)
+{
+    if (!isSaved)
+        std::fprintf(stderr, "Kestrum: cannot write %s\n", qPrintable(path));
+    return isSaved;
 }
 
 } // namespace
@@ -58,17 +56,17 @@ bool Pictures::save(SettingsView& window, const QString& directory)
         window.showPage(page.value);
         // Shows the whole page without scrolling.
         window.resize(size.width(), std::max(size.height(), window.pageHeight()));
-        const QString tree = QLatin1StringView(page.rawValue) + QStringLiteral(".tree.txt");
-        isSaved &= saveTree(window, folder.filePath(tree));
+        const QString tree = folder.filePath(QLatin1StringView(page.rawValue) + QStringLiteral(".tree.txt"));
+        isSaved &= report(saveTree(window, tree), tree);
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             SystemAppearance::shared().setScheme(scheme);
             for (const int scale : { 1, 2 }) {
-                const QString name
-                    = QStringLiteral("%1-%2%3.png")
-                          .arg(rawValue(page.value),
-                              scheme == ColourScheme::dark ? QStringLiteral("dark") : QStringLiteral("light"),
-                              scale == 1 ? QString() : QStringLiteral("@%1x").arg(scale));
-                isSaved &= kestrum::save(picture(window, scale), folder.filePath(name));
+                const QString path = folder.filePath(
+                    QStringLiteral("%1-%2%3.png")
+                        .arg(rawValue(page.value),
+                            scheme == ColourScheme::dark ? QStringLiteral("dark") : QStringLiteral("light"),
+                            scale == 1 ? QString() : QStringLiteral("@2x")));
+                isSaved &= report(picture(window, scale).save(path), path);
             }
         }
     }

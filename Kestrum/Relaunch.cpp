@@ -68,14 +68,10 @@ void Relaunch::whenInactive()
                 .arg(Log::escaped(path)));
         return;
     }
-    if (m_isPending || m_isDone)
-        return;
-    if (QGuiApplication::applicationState() != Qt::ApplicationActive) {
-        relaunch();
-        return;
-    }
-    m_isPending = true;
-    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Relaunch::stateChanged);
+    if (QGuiApplication::applicationState() != Qt::ApplicationActive)
+        return relaunch();
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Relaunch::stateChanged,
+        Qt::UniqueConnection);
 }
 
 void Relaunch::stateChanged(Qt::ApplicationState state)

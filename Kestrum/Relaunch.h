@@ -39,7 +39,6 @@ private:
     void relaunch();
 
     Actions m_actions;
-    bool m_isPending = false;
     bool m_isDone = false;
 };
 

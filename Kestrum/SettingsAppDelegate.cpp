@@ -53,10 +53,13 @@ void SettingsAppDelegate::windowWasShown()
     m_rest.stop();
     if (m_run == Run::ordinary && Setting { Keys::agentEnabled }.value())
         AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    QTimer::singleShot(0, this, [this] {
-        presentWindowIfMissing();
-        keepOutOfSession();
-    });
+    QTimer::singleShot(0, this, &SettingsAppDelegate::presentWindowIfMissing);
+    // Only X11 session management restores windows. There is no request that prevents window managers from putting windows into
+    // tabs.
+    connect(
+        qGuiApp, &QGuiApplication::saveStateRequest, this,
+        [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },
+        Qt::DirectConnection);
     SharedSettings::store().sweepLeftovers();
 }
 
@@ -78,16 +81,6 @@ void SettingsAppDelegate::presentWindowIfMissing()
 {
     if (!firstMainWindow())
         Q_EMIT reopenRequested();
-}
-
-void SettingsAppDelegate::keepOutOfSession()
-{
-    // Only X11 session management restores windows. There is no request that prevents window managers from putting windows into
-    // tabs.
-    connect(
-        qGuiApp, &QGuiApplication::saveStateRequest, this,
-        [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },
-        Qt::DirectConnection);
 }
 
 void SettingsAppDelegate::storeChanged()

@@ -42,7 +42,6 @@ private:
 
     void storeChanged();
     void presentWindowIfMissing();
-    void keepOutOfSession();
 
     Run m_run;
     SignalListener m_signals;

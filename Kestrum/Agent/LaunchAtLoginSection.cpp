@@ -47,16 +47,13 @@ void LaunchAtLoginSection::showState()
     m_switch->setEnabled(!block);
     m_switch->follow(m_manager.isOn());
     m_approval->setVisible(m_manager.needsApproval());
-    setMessage(block ? LoginItemManager::message(*block) : m_manager.lastError().value_or(QString()), !block);
-}
-
-void LaunchAtLoginSection::setMessage(const QString& text, bool isError)
-{
-    const bool isNews = text != m_status->text() && !text.isEmpty();
-    m_status->setText(text);
-    m_status->setInk(isError ? Row::Ink::error : Row::Ink::secondary);
-    m_status->setVisible(!text.isEmpty());
-    if (isNews && isError && isVisible()) {
+    const QString message
+        = block ? LoginItemManager::message(*block) : m_manager.lastError().value_or(QString());
+    const bool isNews = message != m_status->text();
+    m_status->setText(message);
+    m_status->setInk(block ? Row::Ink::secondary : Row::Ink::error);
+    m_status->setVisible(!message.isEmpty());
+    if (isNews && !message.isEmpty() && !block && isVisible()) {
         QAccessibleEvent alert(m_status, QAccessible::Alert);
         QAccessible::updateAccessibility(&alert);
     }
@@ -65,9 +62,8 @@ void LaunchAtLoginSection::setMessage(const QString& text, bool isError)
 void LaunchAtLoginSection::showEvent(QShowEvent* event)
 {
     Card::showEvent(event);
-    if (std::exchange(m_wasShown, true))
-        return;
-    m_manager.refresh();
+    if (!std::exchange(m_wasShown, true))
+        m_manager.refresh();
 }
 
 bool LaunchAtLoginSection::event(QEvent* event)

@@ -22,7 +22,6 @@ protected:
 
 private:
     void showState();
-    void setMessage(const QString& text, bool isError);
 
     LoginItemManager m_manager;
     Switch* m_switch;

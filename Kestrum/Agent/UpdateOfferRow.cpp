@@ -95,7 +95,10 @@ QWidget* UpdateOfferRow::makeStrip()
     texts->addStretch();
 
     auto* button = new PushButton(AppLanguage::string("Install"));
-    connect(button, &PushButton::clicked, this, &UpdateOfferRow::install);
+    connect(button, &PushButton::clicked, this, [] {
+        AppLinks::launchAgentIfNeeded(AppLinks::retries);
+        SharedSettings::post(SharedSettings::Signal::checkForUpdates);
+    });
 
     auto* items = new QHBoxLayout(strip);
     items->setContentsMargins(stripPadding, 0, stripPadding, 0);
@@ -110,9 +113,8 @@ void UpdateOfferRow::read()
 {
     m_offer = UpdateOffer::standing(
         SharedSettings::store().string(Keys::updatesAvailable.name), BundleVersion::text());
-    const QString version = m_offer.value_or(QString()).trimmed();
     m_version->setText(m_offer.value_or(QString()));
-    m_version->setVisible(!version.isEmpty());
+    m_version->setVisible(!m_version->text().trimmed().isEmpty());
     m_content->setVisible(m_offer.has_value());
 }
 
@@ -126,12 +128,6 @@ void UpdateOfferRow::showEvent(QShowEvent* event)
     if (m_signals.tokens().isEmpty())
         m_signals.listen(SharedSettings::Signal::updateAvailable, [this] { read(); });
     read();
-}
-
-void UpdateOfferRow::install()
-{
-    AppLinks::launchAgentIfNeeded(AppLinks::retries);
-    SharedSettings::post(SharedSettings::Signal::checkForUpdates);
 }
 
 } // namespace kestrum

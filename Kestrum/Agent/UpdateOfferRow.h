@@ -29,7 +29,6 @@ protected:
 
 private:
     QWidget* makeStrip();
-    static void install();
 
     std::optional<QString> m_offer;
     SignalListener m_signals;

@@ -5,19 +5,31 @@
 
 namespace kestrum {
 
-/// Makes every widget of a class a group for assistive programs: they ignore plain widgets, but read a group's name together
-/// with its contents. `role` may be a role other than group. Call this first in the constructor of the class, because it must
-/// run before assistive programs get such a widget. Further calls change nothing.
-template <class Widget, QAccessible::Role role = QAccessible::Grouping> void groupForAssistance()
+/// Gives every widget of a class an `Interface` for assistive programs, which is made from the widget. Call this first in the
+/// constructor of the class, because it must run before assistive programs get such a widget. Further calls change nothing.
+template <class Widget, class Interface> void setAccessibleInterface()
 {
     static const bool isInstalled = [] {
         QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
             auto* widget = qobject_cast<Widget*>(object);
-            return widget ? new QAccessibleWidget(widget, role) : nullptr;
+            return widget ? new Interface(widget) : nullptr;
         });
         return true;
     }();
     Q_UNUSED(isInstalled)
+}
+
+/// Makes every widget of a class a group for assistive programs: they ignore plain widgets, but read a group's name together
+/// with its contents. `kind` may be another role than group. To be called like `setAccessibleInterface`.
+template <class Widget, QAccessible::Role kind = QAccessible::Grouping> void groupForAssistance()
+{
+    struct Group : QAccessibleWidget {
+        explicit Group(Widget* widget)
+            : QAccessibleWidget(widget, kind)
+        {
+        }
+    };
+    setAccessibleInterface<Widget, Group>();
 }
 
 } // namespace kestrum

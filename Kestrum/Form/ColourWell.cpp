@@ -66,9 +66,8 @@ void ColourWell::setColour(const QColor& colour)
     become(colour);
     // Often `colour` is the dialog's own colour, which the owner passes back here, equal except for rounding. The dialog must
     // not change then, because the user may be dragging in it.
-    if (!m_dialog || asInDialog(m_dialog->currentColor()) == asInDialog(colour))
-        return;
-    m_dialog->setCurrentColor(asInDialog(colour));
+    if (m_dialog && asInDialog(m_dialog->currentColor()) != asInDialog(colour))
+        m_dialog->setCurrentColor(asInDialog(colour));
 }
 
 void ColourWell::take(const QColor& colour)

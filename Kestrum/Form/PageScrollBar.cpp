@@ -37,10 +37,10 @@ PageScrollBar::PageScrollBar(QScrollArea& area)
 QRect PageScrollBar::thumb() const
 {
     const int way = height() - 2 * endGap;
-    const int range = m_bar.maximum() - m_bar.minimum();
+    const int range = m_bar.maximum(); // a scroll area begins at 0
     const int whole = range + m_bar.pageStep();
     const int length = whole > 0 ? std::min(way, std::max(leastThumb, way * m_bar.pageStep() / whole)) : way;
-    const int top = range > 0 ? (way - length) * (m_bar.value() - m_bar.minimum()) / range : 0;
+    const int top = range > 0 ? (way - length) * m_bar.value() / range : 0;
     return { (width() - thumbWidth) / 2, endGap + top, thumbWidth, length };
 }
 
@@ -48,7 +48,7 @@ void PageScrollBar::place()
 {
     const bool isLeading = m_area.layoutDirection() == Qt::RightToLeft;
     setGeometry(isLeading ? 0 : m_area.width() - barWidth, 0, barWidth, m_area.height());
-    setVisible(m_bar.maximum() > m_bar.minimum());
+    setVisible(m_bar.maximum() > 0);
     raise();
     update();
 }
@@ -81,9 +81,8 @@ void PageScrollBar::mouseMoveEvent(QMouseEvent* event)
         return;
     const int way = height() - 2 * endGap - thumb().height();
     const int top = event->position().toPoint().y() - *m_grabbed - endGap;
-    const int range = m_bar.maximum() - m_bar.minimum();
     if (way > 0)
-        m_bar.setValue(m_bar.minimum() + int(qint64(range) * std::clamp(top, 0, way) / way));
+        m_bar.setValue(int(qint64(m_bar.maximum()) * std::clamp(top, 0, way) / way));
 }
 
 void PageScrollBar::mouseReleaseEvent(QMouseEvent*)

@@ -135,34 +135,25 @@ int Row::heightForWidth(int width) const
     return layoutFor(width).height;
 }
 
-void Row::resizeEvent(QResizeEvent*)
-{
-    layOut();
-}
-
 void Row::layOut()
 {
     const Layout layout = layoutFor(width());
-    m_label->setGeometry(QStyle::visualRect(layoutDirection(), rect(), layout.label));
-    if (m_control)
-        m_control->setGeometry(QStyle::visualRect(layoutDirection(), rect(), layout.control));
-    if (m_companion)
-        m_companion->setGeometry(QStyle::visualRect(layoutDirection(), rect(), layout.companion));
-}
-
-void Row::changeEvent(QEvent* event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::LayoutDirectionChange)
-        layOut();
+    const auto place = [this](QWidget* widget, const QRect& rect) {
+        if (widget)
+            widget->setGeometry(QStyle::visualRect(layoutDirection(), this->rect(), rect));
+    };
+    place(m_label, layout.label);
+    place(m_control, layout.control);
+    place(m_companion, layout.companion);
 }
 
 bool Row::event(QEvent* event)
 {
-    if (event->type() == QEvent::LayoutRequest) {
+    const QEvent::Type type = event->type();
+    if (type == QEvent::LayoutRequest)
         updateGeometry();
+    if (type == QEvent::LayoutRequest || type == QEvent::Resize || type == QEvent::LayoutDirectionChange)
         layOut();
-    }
     return QWidget::event(event);
 }
 

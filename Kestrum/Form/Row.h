@@ -30,9 +30,8 @@ public:
     int heightForWidth(int width) const override;
 
 protected:
-    void resizeEvent(QResizeEvent* event) override;
-    void changeEvent(QEvent* event) override;
     bool event(QEvent* event) override;
+    QWidget* control() const { return m_control; }
 
 private:
     struct Layout;

@@ -29,74 +29,53 @@ QColor translucent(int grey, double alpha)
     return translucent(QColor(grey, grey, grey), alpha);
 }
 
+/// The colours in the light and in the dark scheme.
 Shades shades(Theme::Colour colour)
 {
-    using Theme::Colour;
-    switch (colour) {
-    case Colour::window:
-        return { QColor(0xF4F4F6), QColor(0x1E1F22) };
-    case Colour::sidebar:
-        return { QColor(0xE9E9ED), QColor(0x27282C) };
-    case Colour::card:
-        return { QColor(0xFFFFFF), QColor(0x2B2C30) };
-    case Colour::cardBorder:
-        return { translucent(0, 0.07), translucent(255, 0.07) };
-    case Colour::separator:
-        return { translucent(0, 0.08), translucent(255, 0.08) };
-    case Colour::text:
-        return { labelColour(ColourScheme::light), labelColour(ColourScheme::dark) };
-    case Colour::secondaryText:
-        return { QColor(0x6A6A70), QColor(0xA4A4AC) };
-    case Colour::sidebarSecondaryText:
-        return { QColor(0x66666C), QColor(0xA4A4AC) };
-    case Colour::accent:
-    case Colour::selection:
-    case Colour::focusRing:
-        return { QColor::fromRgbF(0.12F, 0.52F, 0.88F), QColor::fromRgbF(0.25F, 0.62F, 0.96F) };
-    case Colour::onSelection:
-        return { QColor(0xFFFFFF), labelColour(ColourScheme::light) };
-    case Colour::inactiveSelection:
-        return { translucent(0, 0.10), translucent(255, 0.12) };
-    case Colour::rowHovered:
-        return { translucent(0, 0.05), translucent(255, 0.06) };
-    case Colour::error:
-        return { QColor(0xC4322B), QColor(0xFF6B62) };
-    case Colour::offer:
-        return { QColor(0x248A3D), QColor(0x30D158) };
-    case Colour::switchOff:
-        return { translucent(QColor(0x787880), 0.24), translucent(QColor(0x787880), 0.36) };
-    case Colour::switchKnob:
-        return { QColor(0xFFFFFF), QColor(0xFFFFFF) };
-    case Colour::switchOutline:
-        return { QColor(0x7C7C84), QColor(0x7C7C84) };
-    case Colour::switchHovered:
-        return { translucent(0, 0.09), translucent(0, 0.12) };
-    case Colour::switchPressed:
-        return { translucent(0, 0.16), translucent(0, 0.20) };
-    case Colour::button:
-        return { QColor(0xFFFFFF), QColor(0x3A3B40) };
-    case Colour::buttonBorder:
-        return { translucent(0, 0.18), translucent(255, 0.08) };
-    case Colour::buttonHovered:
-        return { translucent(0, 0.04), translucent(255, 0.05) };
-    case Colour::buttonPressed:
-        return { translucent(0, 0.11), translucent(255, 0.12) };
-    case Colour::segmentTrack:
-        return { QColor(0xE3E3E8), QColor(0x1A1B1E) };
-    case Colour::chosenSegment:
-        return { QColor(0xFFFFFF), QColor(0x67676F) };
-    case Colour::segmentShade:
-        return { QColor(0x7C7C84), QColor(0x0E0F11) };
-    case Colour::outline:
-        return { QColor(0x7C7C84), QColor(0x8E8E96) };
-    case Colour::listBorder:
-        return { translucent(0, 0.18), translucent(255, 0.18) };
-    case Colour::scrollThumb:
-        return { translucent(0, 0.46), translucent(255, 0.40) };
-    case Colour::scrollThumbHovered:
-        return { translucent(0, 0.60), translucent(255, 0.56) };
-    case Colour::previewPlate:
-        return { StripBackground::plate(ColourScheme::light), StripBackground::plate(ColourScheme::dark) };
+    using enum Theme::Colour;
+    static const struct {
+        Theme::Colour colour;
+        Shades shades;
+    } table[] = {
+        { window, { QColor(0xF4F4F6), QColor(0x1E1F22) } },
+        { sidebar, { QColor(0xE9E9ED), QColor(0x27282C) } },
+        { card, { QColor(0xFFFFFF), QColor(0x2B2C30) } },
+        { cardBorder, { translucent(0, 0.07), translucent(255, 0.07) } },
+        { separator, { translucent(0, 0.08), translucent(255, 0.08) } },
+        { text, { labelColour(ColourScheme::light), labelColour(ColourScheme::dark) } },
+        { secondaryText, { QColor(0x6A6A70), QColor(0xA4A4AC) } },
+        { sidebarSecondaryText, { QColor(0x66666C), QColor(0xA4A4AC) } },
+        { accent, { QColor::fromRgbF(0.12F, 0.52F, 0.88F), QColor::fromRgbF(0.25F, 0.62F, 0.96F) } },
+        { onSelection, { QColor(0xFFFFFF), labelColour(ColourScheme::light) } },
+        { inactiveSelection, { translucent(0, 0.10), translucent(255, 0.12) } },
+        { rowHovered, { translucent(0, 0.05), translucent(255, 0.06) } },
+        { error, { QColor(0xC4322B), QColor(0xFF6B62) } },
+        { offer, { QColor(0x248A3D), QColor(0x30D158) } },
+        { switchOff, { translucent(QColor(0x787880), 0.24), translucent(QColor(0x787880), 0.36) } },
+        { switchKnob, { QColor(0xFFFFFF), QColor(0xFFFFFF) } },
+        { switchOutline, { QColor(0x7C7C84), QColor(0x7C7C84) } },
+        { switchHovered, { translucent(0, 0.09), translucent(0, 0.12) } },
+        { switchPressed, { translucent(0, 0.16), translucent(0, 0.20) } },
+        { button, { QColor(0xFFFFFF), QColor(0x3A3B40) } },
+        { buttonBorder, { translucent(0, 0.18), translucent(255, 0.08) } },
+        { buttonHovered, { translucent(0, 0.04), translucent(255, 0.05) } },
+        { buttonPressed, { translucent(0, 0.11), translucent(255, 0.12) } },
+        { segmentTrack, { QColor(0xE3E3E8), QColor(0x1A1B1E) } },
+        { chosenSegment, { QColor(0xFFFFFF), QColor(0x67676F) } },
+        { segmentShade, { QColor(0x7C7C84), QColor(0x0E0F11) } },
+        { outline, { QColor(0x7C7C84), QColor(0x8E8E96) } },
+        { listBorder, { translucent(0, 0.18), translucent(255, 0.18) } },
+        { scrollThumb, { translucent(0, 0.46), translucent(255, 0.40) } },
+        { scrollThumbHovered, { translucent(0, 0.60), translucent(255, 0.56) } },
+        { previewPlate,
+            { StripBackground::plate(ColourScheme::light), StripBackground::plate(ColourScheme::dark) } },
+    };
+    // `selection` and `focusRing` are made of the accent.
+    static_assert(std::size(table) == size_t(previewPlate) + 1 - 2, "a colour lacks its shades");
+    const bool isAccent = colour == selection || colour == focusRing;
+    for (const auto& row : table) {
+        if (row.colour == (isAccent ? accent : colour))
+            return row.shades;
     }
     return {};
 }
@@ -244,22 +223,11 @@ QFont Theme::font(TextStyle style)
         int size; ///< in layout points
         QFont::Weight weight;
     };
-    const auto shape = [style]() -> Shape {
-        switch (style) {
-        case TextStyle::body:
-            return { bodySize, QFont::Normal };
-        case TextStyle::heading:
-            return { bodySize, QFont::DemiBold };
-        case TextStyle::sidebarHeading:
-            return { 11, QFont::DemiBold };
-        case TextStyle::callout:
-            return { 12, QFont::Bold };
-        case TextStyle::footnote:
-        case TextStyle::caption:
-            return { 11, QFont::Normal };
-        }
-        return { bodySize, QFont::Normal };
-    }();
+    // In the order of `TextStyle`.
+    static constexpr Shape shapes[] = { { bodySize, QFont::Normal }, { bodySize, QFont::DemiBold },
+        { 11, QFont::DemiBold }, { 11, QFont::Normal }, { 12, QFont::Bold }, { 11, QFont::Normal } };
+    static_assert(std::size(shapes) == size_t(TextStyle::caption) + 1, "a style lacks its shape");
+    const Shape& shape = shapes[size_t(style)];
     QFont font = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
     font.setPointSizeF(shape.size * fontPoints * textScale(font));
     font.setWeight(shape.weight);

@@ -59,15 +59,9 @@ QIcon icon(const Swatch& swatch)
 } // namespace
 
 AccentRow::AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key)
-    : AccentRow(title, subject, key, new PopupPicker)
-{
-}
-
-AccentRow::AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key,
-    PopupPicker* picker)
-    : Row(title, picker)
+    : Row(title, new PopupPicker)
     , m_stored(key, MeterAccent::fallback)
-    , m_picker(picker)
+    , m_picker(static_cast<PopupPicker*>(control()))
     , m_well(new ColourWell)
 {
     m_picker->setObjectName(QLatin1StringView(key.name));

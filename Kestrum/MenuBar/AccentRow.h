@@ -23,8 +23,6 @@ public:
     ~AccentRow() override;
 
 private:
-    AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key,
-        PopupPicker* picker);
     MeterAccent accent() const;
     void showAccent();
     void choose(int index);

@@ -55,21 +55,14 @@ void MenuBarPreview::place()
         QStyle::alignedRect(layoutDirection(), Qt::AlignRight | Qt::AlignVCenter, size, room));
 }
 
-void MenuBarPreview::resizeEvent(QResizeEvent* event)
-{
-    place();
-    QWidget::resizeEvent(event);
-}
-
 bool MenuBarPreview::event(QEvent* event)
 {
+    const QEvent::Type type = event->type();
     // A layout request reports that the strip's size hint has changed.
-    if (event->type() == QEvent::LayoutRequest) {
+    if (type == QEvent::LayoutRequest)
         updateGeometry();
+    if (type == QEvent::LayoutRequest || type == QEvent::Resize || type == QEvent::LayoutDirectionChange)
         place();
-    } else if (event->type() == QEvent::LayoutDirectionChange) {
-        place();
-    }
     return QWidget::event(event);
 }
 

@@ -30,7 +30,10 @@ MenuBarStrip::MenuBarStrip(QWidget* parent)
     , m_moreRight(new MoreMark(Qt::RightEdge, this))
 {
     setSizePolicy(QSizePolicy::Maximum, QSizePolicy::Fixed);
-    connect(m_view, &MenuBarStripView::rebuilt, this, &MenuBarStrip::adoptStripSize);
+    connect(m_view, &MenuBarStripView::rebuilt, this, [this] {
+        updateGeometry();
+        place();
+    });
     connect(m_view, &MenuBarStripView::dragMoved, this, &MenuBarStrip::followDrag);
     connect(m_view, &MenuBarStripView::itemFocused, this, [this](const QRectF& rect) {
         const QRect wanted = rect.toAlignedRect().marginsAdded({ MoreMark::extent, 0, MoreMark::extent, 0 });
@@ -87,23 +90,11 @@ void MenuBarStrip::scrollOn(int direction)
     scrollTo(m_offset + direction * std::max(edge, width() - 2 * MoreMark::extent));
 }
 
-void MenuBarStrip::adoptStripSize()
+bool MenuBarStrip::event(QEvent* event)
 {
-    updateGeometry();
-    place();
-}
-
-void MenuBarStrip::resizeEvent(QResizeEvent* event)
-{
-    place();
-    QWidget::resizeEvent(event);
-}
-
-void MenuBarStrip::changeEvent(QEvent* event)
-{
-    if (event->type() == QEvent::LayoutDirectionChange)
+    if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutDirectionChange)
         place();
-    QWidget::changeEvent(event);
+    return QWidget::event(event);
 }
 
 void MenuBarStrip::wheelEvent(QWheelEvent* event)

@@ -26,8 +26,7 @@ public:
     QSize minimumSizeHint() const override;
 
 protected:
-    void resizeEvent(QResizeEvent* event) override;
-    void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void timerEvent(QTimerEvent* event) override;
 
@@ -36,7 +35,6 @@ private:
     void place();
     void scrollTo(int offset);
     void scrollOn(int direction);
-    void adoptStripSize();
     void followDrag(const QPointF& viewPoint);
 
     MenuBarStripView* m_view;
@@ -45,8 +43,7 @@ private:
     int m_offset = 0;
     bool m_wasScrolled = false;
     QBasicTimer m_dragScroll;
-    // During a drag: the position of the pointer in this widget's coordinates.
-    QPointF m_pointer;
+    QPointF m_pointer; ///< its position in this widget's coordinates during a drag
 };
 
 } // namespace kestrum

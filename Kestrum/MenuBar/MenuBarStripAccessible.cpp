@@ -1,14 +1,17 @@
 // SPDX-License-Identifier: MIT
 #include "Kestrum/MenuBar/MenuBarStripAccessible.h"
 
+#include "Kestrum/Form/AccessibleGroup.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 
 #include <QPointer>
 
 namespace kestrum {
 
+namespace {
+
 /// The entry of one section's item. It is invalid while the section is hidden.
-class MenuBarStripAccessible::Entry final : public QAccessibleInterface {
+class Entry final : public QAccessibleInterface {
 public:
     Entry(MenuBarStripView* strip, MonitorSection section)
         : m_strip(strip)
@@ -16,7 +19,6 @@ public:
     {
     }
 
-    MonitorSection section() const { return m_section; }
     bool isValid() const override { return item() != nullptr; }
     QObject* object() const override { return nullptr; }
     QAccessibleInterface* parent() const override { return QAccessible::queryAccessibleInterface(m_strip); }
@@ -68,16 +70,63 @@ private:
     MonitorSection m_section;
 };
 
+class StripInterface final : public QAccessibleWidget {
+public:
+    explicit StripInterface(MenuBarStripView* strip)
+        : QAccessibleWidget(strip, QAccessible::List)
+        , m_strip(*strip)
+    {
+        for (const auto& entry : allCases<MonitorSection>())
+            m_entries.append(QAccessible::registerAccessibleInterface(new Entry(strip, entry.value)));
+    }
+    ~StripInterface() override
+    {
+        for (const QAccessible::Id id : std::as_const(m_entries))
+            QAccessible::deleteAccessibleInterface(id);
+    }
+    Q_DISABLE_COPY_MOVE(StripInterface)
+
+    int childCount() const override { return int(m_strip.items().size()); }
+    QAccessibleInterface* child(int index) const override
+    {
+        if (index < 0 || index >= childCount())
+            return nullptr;
+        return QAccessible::accessibleInterface(m_entries[int(m_strip.items()[index].section)]);
+    }
+    QAccessibleInterface* childAt(int x, int y) const override
+    {
+        return child(find([this, x, y](int i) { return child(i)->rect().contains(x, y); }));
+    }
+    QAccessibleInterface* focusChild() const override
+    {
+        return child(find([this](int i) { return m_strip.focused() == m_strip.items()[i].section; }));
+    }
+    int indexOfChild(const QAccessibleInterface* child) const override
+    {
+        return find([this, child](int i) { return this->child(i) == child; });
+    }
+
+private:
+    /// The index of the first child that fulfils a condition, −1 for none.
+    template <class Condition> int find(Condition fulfils) const
+    {
+        for (int i = 0; i < childCount(); ++i) {
+            if (fulfils(i))
+                return i;
+        }
+        return -1;
+    }
+
+    const MenuBarStripView& m_strip;
+    // One id per section for the life of the strip: a rebuild replaces items, but their ids must stay the same.
+    QList<QAccessible::Id> m_entries;
+};
+
+} // namespace
+
 void MenuBarStripAccessible::install()
 {
-    static const bool isInstalled = [] {
-        QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
-            auto* strip = qobject_cast<MenuBarStripView*>(object);
-            return strip ? new MenuBarStripAccessible(strip) : nullptr;
-        });
-        return true;
-    }();
-    Q_UNUSED(isInstalled)
+    setAccessibleInterface<MenuBarStripView, StripInterface>();
 }
 
 void MenuBarStripAccessible::tellFocus(MenuBarStripView* strip)
@@ -85,68 +134,10 @@ void MenuBarStripAccessible::tellFocus(MenuBarStripView* strip)
     if (!QAccessible::isActive() || !strip->hasFocus())
         return;
     QAccessibleInterface* list = QAccessible::queryAccessibleInterface(strip);
-    QAccessibleInterface* entry = list ? list->focusChild() : nullptr;
-    if (!entry)
-        return;
-    QAccessibleEvent event(entry, QAccessible::Focus);
-    QAccessible::updateAccessibility(&event);
-}
-
-MenuBarStripAccessible::MenuBarStripAccessible(MenuBarStripView* strip)
-    : QAccessibleWidget(strip, QAccessible::List)
-{
-    for (const auto& entry : allCases<MonitorSection>())
-        m_entries.append(QAccessible::registerAccessibleInterface(new Entry(strip, entry.value)));
-}
-
-MenuBarStripAccessible::~MenuBarStripAccessible()
-{
-    for (const QAccessible::Id id : std::as_const(m_entries))
-        QAccessible::deleteAccessibleInterface(id);
-}
-
-MenuBarStripView* MenuBarStripAccessible::strip() const
-{
-    return static_cast<MenuBarStripView*>(widget());
-}
-
-int MenuBarStripAccessible::childCount() const
-{
-    return int(strip()->items().size());
-}
-
-QAccessibleInterface* MenuBarStripAccessible::child(int index) const
-{
-    if (index < 0 || index >= childCount())
-        return nullptr;
-    return QAccessible::accessibleInterface(m_entries[int(strip()->items()[index].section)]);
-}
-
-QAccessibleInterface* MenuBarStripAccessible::childAt(int x, int y) const
-{
-    for (int i = 0; i < childCount(); ++i) {
-        if (child(i)->rect().contains(x, y))
-            return child(i);
+    if (QAccessibleInterface* entry = list ? list->focusChild() : nullptr) {
+        QAccessibleEvent event(entry, QAccessible::Focus);
+        QAccessible::updateAccessibility(&event);
     }
-    return nullptr;
-}
-
-QAccessibleInterface* MenuBarStripAccessible::focusChild() const
-{
-    for (int i = 0; i < childCount(); ++i) {
-        if (strip()->focused() == strip()->items()[i].section)
-            return child(i);
-    }
-    return nullptr;
-}
-
-int MenuBarStripAccessible::indexOfChild(const QAccessibleInterface* child) const
-{
-    for (int i = 0; i < childCount(); ++i) {
-        if (this->child(i) == child)
-            return i;
-    }
-    return -1;
 }
 
 } // namespace kestrum

@@ -99,21 +99,12 @@ void MenuBarStripView::mouseMoveEvent(QMouseEvent* event)
     setCursor(m_scene.cursor());
 }
 
-void MenuBarStripView::leaveItems()
-{
-    m_scene.leave();
-    setCursor(m_scene.cursor());
-}
-
-void MenuBarStripView::leaveEvent(QEvent*)
-{
-    leaveItems();
-}
-
 bool MenuBarStripView::event(QEvent* event)
 {
-    if (event->type() == QEvent::WindowDeactivate)
-        leaveItems();
+    if (event->type() == QEvent::WindowDeactivate || event->type() == QEvent::Leave) {
+        m_scene.leave();
+        setCursor(m_scene.cursor());
+    }
     if (event->type() == QEvent::ToolTip) {
         const auto* help = static_cast<QHelpEvent*>(event);
         const Item* under = m_scene.resting(help->pos());
@@ -220,11 +211,6 @@ void MenuBarStripView::focusInEvent(QFocusEvent* event)
     } else if (reason == Qt::MouseFocusReason) {
         m_showsFocus = false;
     }
-    update();
-}
-
-void MenuBarStripView::focusOutEvent(QFocusEvent*)
-{
     update();
 }
 

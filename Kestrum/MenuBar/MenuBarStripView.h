@@ -77,16 +77,13 @@ protected:
     void mouseMoveEvent(QMouseEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
-    void leaveEvent(QEvent* event) override;
     bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     QHash<MonitorSection, double> shownLefts() const;
     void slideFrom(const QHash<MonitorSection, double>& lefts);
-    void leaveItems();
     void redrawFocused();
     void adoptStored(const QHash<MonitorSection, double>& lefts);
     void focusItem(int index);

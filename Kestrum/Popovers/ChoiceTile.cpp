@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "Kestrum/Popovers/ChoiceTile.h"
 
+#include "Kestrum/Form/AccessibleGroup.h"
 #include "Kestrum/Form/FocusRing.h"
 #include "Kestrum/Form/Theme.h"
-#include "Kestrum/Popovers/ChoiceTileAccessible.h"
 
 #include <QKeyEvent>
 #include <QPainter>
@@ -38,13 +38,53 @@ QPen border(bool isSelected)
     return { faint, plainBorder };
 }
 
+/// A tile for assistive programs: a button that can be pressed and is selected or not.
+class TileInterface final : public QAccessibleWidget {
+public:
+    explicit TileInterface(ChoiceTile* tile)
+        : QAccessibleWidget(tile, QAccessible::Button)
+        , m_tile(*tile)
+    {
+    }
+
+    QString text(QAccessible::Text kind) const override
+    {
+        return kind == QAccessible::Name ? m_tile.text() : QAccessibleWidget::text(kind);
+    }
+    QAccessible::State state() const override
+    {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.selectable = true;
+        state.selected = m_tile.isSelected();
+        // Screen readers announce a checked button, but seldom a selected one.
+        state.checkable = true;
+        state.checked = m_tile.isSelected();
+        state.pressed = m_tile.isDown();
+        return state;
+    }
+    QStringList actionNames() const override
+    {
+        return QStringList(pressAction()) + QAccessibleWidget::actionNames();
+    }
+    void doAction(const QString& name) override
+    {
+        if (name == pressAction())
+            m_tile.click();
+        else
+            QAccessibleWidget::doAction(name);
+    }
+
+private:
+    ChoiceTile& m_tile;
+};
+
 } // namespace
 
 ChoiceTile::ChoiceTile(const QString& title, Picture picture, QWidget* parent)
     : QAbstractButton(parent)
     , m_picture(std::move(picture))
 {
-    ChoiceTileAccessible::install();
+    setAccessibleInterface<ChoiceTile, TileInterface>();
     setText(title);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setFocusPolicy(Qt::StrongFocus);
@@ -58,7 +98,11 @@ void ChoiceTile::setSelected(bool isSelected)
         return;
     m_isSelected = isSelected;
     update();
-    ChoiceTileAccessible::notifySelection(this);
+    QAccessible::State changed;
+    changed.selected = true;
+    changed.checked = true;
+    QAccessibleStateChangeEvent event(this, changed);
+    QAccessible::updateAccessibility(&event);
 }
 
 // Includes the space for the title of a selected tile, which is wider: no tile moves when the choice changes.
@@ -99,26 +143,18 @@ void ChoiceTile::paintEvent(QPaintEvent*)
 
 void ChoiceTile::keyPressEvent(QKeyEvent* event)
 {
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {
+    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
         click();
-        return;
-    }
-    // The row handles the arrow keys.
-    if (event->key() == Qt::Key_Space)
+    else if (event->key() == Qt::Key_Space)
         QAbstractButton::keyPressEvent(event);
     else
-        event->ignore();
+        event->ignore(); // the row handles the arrow keys
 }
 
 void ChoiceTile::focusInEvent(QFocusEvent* event)
 {
     QAbstractButton::focusInEvent(event);
     FocusRing::mark(*this, radius, *event);
-}
-
-bool ChoiceTile::hitButton(const QPoint& place) const
-{
-    return rect().contains(place);
 }
 
 } // namespace kestrum

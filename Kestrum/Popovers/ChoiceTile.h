@@ -27,7 +27,6 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
-    bool hitButton(const QPoint& place) const override;
 
 private:
     Picture m_picture;

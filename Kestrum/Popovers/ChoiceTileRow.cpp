@@ -70,14 +70,6 @@ int ChoiceTileRow::tilesWidth() const
     return width;
 }
 
-int ChoiceTileRow::widestTile() const
-{
-    int width = 0;
-    for (const ChoiceTile* tile : m_tiles)
-        width = std::max(width, tile->sizeHint().width());
-    return width;
-}
-
 bool ChoiceTileRow::fitsBeside(int width) const
 {
     const int wanted = 2 * Theme::rowInset + m_label->sizeHint().width() + labelGap + tilesWidth();
@@ -128,8 +120,10 @@ QSize ChoiceTileRow::sizeHint() const
 
 QSize ChoiceTileRow::minimumSizeHint() const
 {
-    return { 2 * Theme::rowInset + std::max(m_label->minimumSizeHint().width(), widestTile()),
-        m_label->sizeHint().height() };
+    int widest = m_label->minimumSizeHint().width();
+    for (const ChoiceTile* tile : m_tiles)
+        widest = std::max(widest, tile->sizeHint().width());
+    return { 2 * Theme::rowInset + widest, m_label->sizeHint().height() };
 }
 
 int ChoiceTileRow::heightForWidth(int width) const
@@ -137,16 +131,11 @@ int ChoiceTileRow::heightForWidth(int width) const
     return layoutFor(width).height;
 }
 
-void ChoiceTileRow::resizeEvent(QResizeEvent*)
+bool ChoiceTileRow::event(QEvent* event)
 {
-    layOut();
-}
-
-void ChoiceTileRow::changeEvent(QEvent* event)
-{
-    QWidget::changeEvent(event);
-    if (event->type() == QEvent::LayoutDirectionChange)
+    if (event->type() == QEvent::Resize || event->type() == QEvent::LayoutDirectionChange)
         layOut();
+    return QWidget::event(event);
 }
 
 void ChoiceTileRow::layOut()
@@ -168,11 +157,9 @@ void ChoiceTileRow::keyPressEvent(QKeyEvent* event)
         step = 1;
     else if (event->key() == Qt::Key_Up || event->key() == (isFromRight ? Qt::Key_Right : Qt::Key_Left))
         step = -1;
+    if (step == 0)
+        return QWidget::keyPressEvent(event);
     const int next = int(m_tiles.indexOf(qobject_cast<ChoiceTile*>(focusWidget()))) + step;
-    if (step == 0) {
-        QWidget::keyPressEvent(event);
-        return;
-    }
     if (next >= 0 && next < m_tiles.size())
         m_tiles[next]->setFocus(step > 0 ? Qt::TabFocusReason : Qt::BacktabFocusReason);
 }

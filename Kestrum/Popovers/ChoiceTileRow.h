@@ -40,8 +40,7 @@ Q_SIGNALS:
     void chosen(int index);
 
 protected:
-    void resizeEvent(QResizeEvent* event) override;
-    void changeEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
 private:
@@ -50,7 +49,6 @@ private:
     Layout layoutFor(int width) const;
     bool fitsBeside(int width) const;
     int tilesWidth() const;
-    int widestTile() const;
     void layOut();
 
     WrappedLabel* m_label;

@@ -37,27 +37,23 @@ void drawAppearance(QPainter& painter, const QPointF& topLeft, PopoverAppearance
     painter.restore();
 }
 
-ChoiceTileRow* appearanceRow()
+/// Draws a popover with `background` in the scheme of these pictures.
+void drawBackground(QPainter& painter, const QPointF& topLeft, PopoverBackground background)
 {
-    auto* row = new ChoiceTileRow(AppLanguage::string("Appearance"));
-    for (const auto& choice : choices<PopoverAppearance>()) {
-        row->addTile(choice.title, [appearance = choice.value](QPainter& painter, const QPointF& topLeft) {
-            drawAppearance(painter, topLeft, appearance);
-        });
-    }
-    bind(row, Binding(Setting { Keys::popoverAppearance }), choices<PopoverAppearance>());
-    return row;
+    drawMiniature(painter, topLeft, PopoversPage::previewScheme(), background);
 }
 
-ChoiceTileRow* backgroundRow()
+/// A row of tiles, one for each choice, that is bound to `key`. `draw` draws the picture of a choice.
+template <class T>
+ChoiceTileRow* tileRow(
+    const char* title, const Key<T>& key, void (*draw)(QPainter& painter, const QPointF& topLeft, T value))
 {
-    auto* row = new ChoiceTileRow(AppLanguage::string("Background"));
-    for (const auto& choice : choices<PopoverBackground>()) {
-        row->addTile(choice.title, [background = choice.value](QPainter& painter, const QPointF& topLeft) {
-            drawMiniature(painter, topLeft, PopoversPage::previewScheme(), background);
+    auto* row = new ChoiceTileRow(AppLanguage::string(title));
+    for (const auto& choice : choices<T>())
+        row->addTile(choice.title, [draw, value = choice.value](QPainter& painter, const QPointF& topLeft) {
+            draw(painter, topLeft, value);
         });
-    }
-    bind(row, Binding(Setting { Keys::popoverBackground }), choices<PopoverBackground>());
+    bind(row, Binding(Setting { key }), choices<T>());
     return row;
 }
 
@@ -66,8 +62,8 @@ ChoiceTileRow* backgroundRow()
 PopoversPage::PopoversPage(QWidget* parent)
     : FormPage(parent)
 {
-    ChoiceTileRow* appearance = appearanceRow();
-    ChoiceTileRow* background = backgroundRow();
+    ChoiceTileRow* appearance = tileRow("Appearance", Keys::popoverAppearance, drawAppearance);
+    ChoiceTileRow* background = tileRow("Background", Keys::popoverBackground, drawBackground);
     background->alignWith(*appearance);
     add(new Card({ appearance, background }));
 

@@ -199,13 +199,9 @@ Sidebar::Sidebar(QWidget* parent)
 
 QModelIndex Sidebar::index(SettingsPage page) const
 {
-    for (int row = 0; row < model()->rowCount(); ++row) {
-        const QModelIndex index = model()->index(row, 0);
-        const QVariant found = index.data(pageRole);
-        if (found.isValid() && found.value<SettingsPage>() == page)
-            return index;
-    }
-    return {};
+    return model()
+        ->match(model()->index(0, 0), pageRole, QVariant::fromValue(page), 1, Qt::MatchExactly)
+        .value(0);
 }
 
 SettingsPage Sidebar::page() const

@@ -3,7 +3,6 @@
 
 #include "KestrumShared/Items/StatusMetricView.h"
 #include "KestrumShared/Raster/HeadingBlue.h"
-#include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Desktop/SymbolImage.h"
 
 #include <QPainter>
@@ -19,8 +18,8 @@ constexpr int symbolGap = 5;
 
 } // namespace
 
-ItemHeader::ItemHeader(MonitorSection section, const char* title)
-    : WrappedLabel(Theme::TextStyle::heading, AppLanguage::string(title))
+ItemHeader::ItemHeader(MonitorSection section, const QString& title)
+    : WrappedLabel(Theme::TextStyle::heading, title)
     , m_symbol(StatusMetricView::symbolName(section))
 {
     setAlignment(Qt::AlignLeading | Qt::AlignVCenter);

@@ -10,8 +10,8 @@ namespace kestrum {
 class ItemHeader final : public WrappedLabel {
     Q_OBJECT
 public:
-    /// `title` is English and is shown in the interface language.
-    ItemHeader(MonitorSection section, const char* title);
+    /// `title` is shown as it is.
+    ItemHeader(MonitorSection section, const QString& title);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

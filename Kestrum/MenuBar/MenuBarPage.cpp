@@ -5,6 +5,7 @@
 #include "Kestrum/MenuBar/AccentRow.h"
 #include "Kestrum/MenuBar/ItemHeader.h"
 #include "Kestrum/MenuBar/MenuBarPreview.h"
+#include "KestrumShared/Items/SectionItem.h"
 #include "KestrumShared/Raster/HeatColour.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/Units.h"
@@ -61,24 +62,24 @@ void addSensorsRows(Card& card, const QString&)
 /// The page's section for each item, in the order of the page.
 struct ItemSection {
     MonitorSection section;
-    const char* title;
-    void (*addRows)(Card& card, const QString& item); ///< `item`: the title in the interface language
+    void (*addRows)(Card& card, const QString& item); ///< `item`: the section's name
 };
 
 constexpr ItemSection itemSections[] = {
-    { MonitorSection::cpu, "CPU", addCPURows },
-    { MonitorSection::memory, "Memory", addMemoryRows },
-    { MonitorSection::storage, "Disk", addStorageRows },
-    { MonitorSection::sensors, "Sensors", addSensorsRows },
+    { MonitorSection::cpu, addCPURows },
+    { MonitorSection::memory, addMemoryRows },
+    { MonitorSection::storage, addStorageRows },
+    { MonitorSection::sensors, addSensorsRows },
 };
 static_assert(std::size(itemSections) == std::size(allCases<MonitorSection>()), "an item lacks its section");
 
 Card* makeCard(const ItemSection& item)
 {
+    const QString name = SectionItem::of(item.section).name();
     auto* card = new Card;
-    card->setHeader(new ItemHeader(item.section, item.title));
+    card->setHeader(new ItemHeader(item.section, name));
     card->add(Form::toggle("Show in menu bar", Setting { MeterSettings::visibilityKey(item.section) }));
-    item.addRows(*card, AppLanguage::string(item.title));
+    item.addRows(*card, name);
     return card;
 }
 

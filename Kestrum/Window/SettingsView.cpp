@@ -8,7 +8,6 @@
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
 #include "Kestrum/Window/SaveNotice.h"
 #include "Kestrum/Window/Sidebar.h"
-#include "Kestrum/Window/SplitView.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Desktop/ToolkitTexts.h"
@@ -20,6 +19,7 @@
 #include <QResizeEvent>
 #include <QScrollBar>
 #include <QShortcut>
+#include <QSplitter>
 #include <QVBoxLayout>
 
 namespace kestrum {
@@ -41,6 +41,29 @@ QWidgetList focusTargets(const QWidget& content)
     }
     return targets;
 }
+
+/// The hairline between the columns, which can be dragged.
+class Hairline final : public QSplitterHandle {
+public:
+    using QSplitterHandle::QSplitterHandle;
+
+private:
+    void paintEvent(QPaintEvent*) override
+    {
+        // A handle of one point accepts the pointer on a wider strip. Only its contents rectangle is the line.
+        QPainter(this).fillRect(
+            contentsRect(), Theme::colourOn(Theme::Colour::window, Theme::Colour::separator));
+    }
+};
+
+/// The two columns side by side.
+class SplitView final : public QSplitter {
+public:
+    SplitView() { setHandleWidth(1); }
+
+private:
+    QSplitterHandle* createHandle() override { return new Hairline(orientation(), this); }
+};
 
 /// The line between the pages and the sidebar's foot. An offer has its own line, and two lines would look like one thick line,
 /// so this line takes no space while there is an offer.
@@ -86,8 +109,7 @@ public:
 private:
     void paintEvent(QPaintEvent* event) override
     {
-        QPainter painter(this);
-        painter.fillRect(event->rect(), Theme::colour(Theme::Colour::sidebar));
+        QPainter(this).fillRect(event->rect(), Theme::colour(Theme::Colour::sidebar));
     }
 };
 

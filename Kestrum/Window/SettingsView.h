@@ -6,13 +6,13 @@
 
 #include <QWidget>
 
+class QSplitter;
 class QVBoxLayout;
 
 namespace kestrum {
 
 class SaveNotice;
 class Sidebar;
-class SplitView;
 
 /// The settings window's content: the sidebar and beside it the selected page. The page is stored in the shared settings: the
 /// window opens on the last page, and follows changes of the stored page. When the interface language or the desktop's font
@@ -49,7 +49,7 @@ private:
     void adoptScheme();
 
     AgentController m_agent { this }; ///< stays when the content is rebuilt
-    SplitView* m_split = nullptr;
+    QSplitter* m_split = nullptr;
     Sidebar* m_sidebar = nullptr;
     SaveNotice* m_notice = nullptr;
     QVBoxLayout* m_pageColumn = nullptr;

@@ -62,7 +62,8 @@ private Q_SLOTS:
         QCOMPARE(looks.size(), 1);
         QTest::qWait(1300);
         QCOMPARE(looks.size(), 2);
-        QVERIFY2(looks[1] >= 999 && looks[1] < 1100, QByteArray::number(looks[1]).constData());
+        QCOMPARE_GE(looks[1], 999);
+        QCOMPARE_LT(looks[1], 1100);
     }
 
     void everyChangeIsLookedAtTwice()
@@ -161,21 +162,15 @@ private Q_SLOTS:
         m_fixture->waitForAgent();
         QTest::qWait(1200);
         QVERIFY(controller.isRunning());
-        QElapsedTimer clock;
-        clock.start();
         ::kill(AgentFixture::agents().first(), SIGTERM);
-        QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 2000);
-        QVERIFY2(clock.elapsed() < 1000, QByteArray::number(clock.elapsed()).constData());
+        QTRY_VERIFY_WITH_TIMEOUT(!controller.isRunning(), 1000);
     }
 
     void anAgentThatIsStartedByHandIsOnWithinASecond()
     {
         AgentController controller;
-        QElapsedTimer clock;
-        clock.start();
         AgentFixture::startByHand(m_fixture->installAgent());
-        QTRY_VERIFY_WITH_TIMEOUT(controller.isRunning(), 2000);
-        QVERIFY2(clock.elapsed() < 1000, QByteArray::number(clock.elapsed()).constData());
+        QTRY_VERIFY_WITH_TIMEOUT(controller.isRunning(), 1000);
     }
 
     void anotherCopysAgentIsOnAtTheNextLookAndItsEndIsTold()

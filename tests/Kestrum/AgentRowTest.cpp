@@ -1,68 +1,41 @@
 #include "Kestrum/Agent/AgentRow.h"
 #include "Kestrum/Agent/AgentController.h"
-#include "Kestrum/Form/ShrinkingLabel.h"
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/AgentFixture.h"
-#include "tests/Support/LabelLooks.h"
 #include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Widgets.h"
 
-#include <QAccessible>
-#include <QApplication>
 #include <QElapsedTimer>
 #include <memory>
 
 using namespace kestrum;
 
-namespace {
-
-/// A red picture, twice as wide as high.
-constexpr char redPicture[] = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 20 10\">"
-                              "<rect width=\"20\" height=\"10\" fill=\"#f00\"/></svg>";
-
-/// The row in a sidebar of the usual width.
-struct AgentRowWindow {
-    AgentController controller;
-    AgentRow row { controller };
-
-    explicit AgentRowWindow(int width = 204)
-    {
-        row.resize(width, row.height());
-        row.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&row));
-    }
-    QList<ShrinkingLabel*> labels() { return row.findChildren<ShrinkingLabel*>(); }
-    QString state() { return labels()[1]->text(); }
-    Switch& control() { return *row.findChild<Switch*>(); }
-    QImage picture()
-    {
-        QImage image(row.size(), QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::white);
-        row.render(&image, QPoint(), QRegion(), QWidget::DrawChildren);
-        return image;
-    }
-};
-
-QRect redPart(const QImage& image)
-{
-    QRect part;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            if (image.pixelColor(x, y) == QColor(Qt::red))
-                part |= QRect(x, y, 1, 1);
-        }
-    }
-    return part;
-}
-
-} // namespace
-
 class AgentRowTest : public QObject {
     Q_OBJECT
-    using Shown = AgentRowWindow;
+
+    /// A red picture, twice as wide as high.
+    static constexpr char redPicture[] = "<svg xmlns=\"http://www.w3.org/2000/svg\" viewBox=\"0 0 20 10\">"
+                                         "<rect width=\"20\" height=\"10\" fill=\"#f00\"/></svg>";
+
+    /// The row in a sidebar of the usual width.
+    struct Shown {
+        AgentController controller;
+        AgentRow row { controller };
+
+        explicit Shown(int width = 204)
+        {
+            row.resize(width, row.height());
+            row.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&row));
+        }
+        QList<ShrinkingLabel*> labels() { return row.findChildren<ShrinkingLabel*>(); }
+        QString state() { return labels()[1]->text(); }
+        Switch& control() { return *row.findChild<Switch*>(); }
+    };
 
     std::unique_ptr<AgentFixture> m_fixture;
 
@@ -103,7 +76,7 @@ private Q_SLOTS:
     {
         Shown shown;
         shown.row.setLayoutDirection(Qt::RightToLeft);
-        QTest::qWait(10);
+        settle();
         QCOMPARE(shown.control().geometry().left(), 10);
         QCOMPARE(shown.row.pictureRect().right(), 204 - 10.0);
         QCOMPARE(shown.labels().first()->geometry().right() + 1, 204 - 10 - 35 - 8);
@@ -148,8 +121,8 @@ private Q_SLOTS:
         Shown shown(110);
         QCOMPARE(shown.control().geometry().right() + 1, 110 - 10);
         QCOMPARE(shown.control().width(), 30);
-        QVERIFY(
-            shown.labels().first()->shownFont().pointSizeF() < shown.labels().first()->font().pointSizeF());
+        const auto* name = shown.labels().first();
+        QCOMPARE_LT(name->shownFont().pointSizeF(), name->font().pointSizeF());
     }
 
     void theStateIsTranslatedAndTheNameIsNot()
@@ -240,21 +213,18 @@ private Q_SLOTS:
         m_fixture->writeResource(QStringLiteral("SidebarSignal.svg"), redPicture);
         Shown shown;
         // The picture is as wide as its frame, and keeps its aspect ratio.
-        const QRect red = redPart(shown.picture());
+        const QRect red = pixelsOf(pictureOf(shown.row, Qt::white), Qt::red).place;
         QCOMPARE(red.left(), 10);
         QCOMPARE(red.width(), 35);
-        QVERIFY2(std::abs(red.height() - 17) <= 1, QByteArray::number(red.height()).constData());
-        QVERIFY(std::abs(red.center().y() - 24) <= 1);
+        QCOMPARE_LE(std::abs(red.height() - 17), 1);
+        QCOMPARE_LE(std::abs(red.center().y() - 24), 1);
     }
 
     void withoutAPictureItsPlaceIsEmpty()
     {
         Shown shown;
-        const QImage image = shown.picture();
-        for (int y = 0; y < 52; ++y) {
-            for (int x = 0; x < 10 + 35; ++x)
-                QCOMPARE(image.pixelColor(x, y), QColor(Qt::white));
-        }
+        const QImage place = pictureOf(shown.row, Qt::white).copy(0, 0, 10 + 35, 52);
+        QCOMPARE(pixelsOtherThan(place, Qt::white).count, 0);
     }
 
     void theBuiltBundleHasThePicture()
@@ -271,14 +241,10 @@ private Q_SLOTS:
         Shown shown;
         QAccessibleInterface* row = QAccessible::queryAccessibleInterface(&shown.row);
         QStringList found;
-        for (int i = 0; i < row->childCount(); ++i) {
-            QAccessibleInterface* child = row->child(i);
-            found.append(QStringLiteral("%1 %2").arg(int(child->role())).arg(child->text(QAccessible::Name)));
-        }
-        QCOMPARE(found,
-            QStringList({ QStringLiteral("%1 Kestrum").arg(int(QAccessible::StaticText)),
-                QStringLiteral("%1 Off").arg(int(QAccessible::StaticText)),
-                QStringLiteral("%1 Kestrum menu bar").arg(int(QAccessible::CheckBox)) }));
+        for (int i = 0; i < row->childCount(); ++i)
+            found.append(heard(row->child(i)));
+        QCOMPARE(
+            found.join(u'|'), QStringLiteral("StaticText Kestrum|StaticText Off|CheckBox Kestrum menu bar"));
         QVERIFY(!row->child(2)->state().checked);
         shown.controller.setEnabled(true);
         QVERIFY(row->child(2)->state().checked);

@@ -1,25 +1,22 @@
 #include "Kestrum/Popovers/ChoiceTile.h"
 
-#include "Platform/Desktop/SystemAppearance.h"
 #include "tests/Support/ControlWindow.h"
 #include "tests/Support/HeardEvents.h"
 #include "tests/Support/PanelPixels.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/TileWindow.h"
 
-#include <QAccessible>
 #include <QSignalSpy>
 
 using namespace kestrum;
 
-namespace {
-
-const QString light = QStringLiteral("Light");
-
-} // namespace
-
 class ChoiceTileTest : public QObject {
     Q_OBJECT
+
+    static inline const QString light = QStringLiteral("Light");
+
+    /// The picture at scale 2.
+    static QImage picture(ChoiceTile& tile) { return pictureOf(tile, Qt::white, 2); }
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }
@@ -45,17 +42,14 @@ private Q_SLOTS:
         tile.setSelected(true);
         QCOMPARE(tile.sizeHint(), size);
         // The picture stays in the middle.
-        const QImage image = w.picture(tile);
-        int left = 0;
-        while (image.pixelColor(left, 37) == QColor(Qt::white))
-            ++left;
-        QCOMPARE(left, (size.width() - 112) / 2);
+        const QImage line = pictureOf(tile, Qt::white).copy(0, 37, size.width(), 1);
+        QCOMPARE(pixelsOtherThan(line, Qt::white).place.left(), (size.width() - 112) / 2);
     }
 
     void thePictureIsCutToARoundedFrame()
     {
         TileWindow w({ light });
-        const QImage image = w.picture(w.tile(0), 2);
+        const QImage image = picture(w.tile(0));
         // On the diagonal, a corner of radius 9 leaves 2.6 points empty, which is 5.3 pixels.
         for (const QPoint& corner : { QPoint(4, 4), QPoint(219, 4), QPoint(4, 143), QPoint(219, 143) })
             QCOMPARE(image.pixelColor(corner), QColor(Qt::white));
@@ -65,8 +59,7 @@ private Q_SLOTS:
         QCOMPARE(image.pixelColor(112, 74), QColor(Qt::red));
         QCOMPARE(image.pixelColor(18, 3), QColor(Qt::red));
         // The picture reaches neither into the gap below nor behind the title.
-        for (int x = 0; x < image.width(); ++x)
-            QCOMPARE(image.pixelColor(x, 150), QColor(Qt::white));
+        QCOMPARE(pixelsOtherThan(image.copy(0, 150, image.width(), 1), Qt::white).count, 0);
     }
 
     void theBorderTellsWhetherItIsSelected()
@@ -77,14 +70,14 @@ private Q_SLOTS:
             ChoiceTile& tile = w.tile(0);
             const QColor faint
                 = scheme == ColourScheme::dark ? QColor(242, 242, 244, 31) : QColor(29, 29, 31, 31);
-            const QImage plain = w.picture(tile, 2);
+            const QImage plain = picture(tile);
             for (const int x : { 0, 1, 222, 223 })
                 QVERIFY_COLOUR(plain.pixelColor(x, 74), laidOver(faint, Qt::red));
             QCOMPARE(plain.pixelColor(2, 74), QColor(Qt::red));
             QVERIFY_COLOUR(plain.pixelColor(112, 147), laidOver(faint, Qt::red));
 
             tile.setSelected(true);
-            const QImage selected = w.picture(tile, 2);
+            const QImage selected = picture(tile);
             const QColor accent = Theme::colour(Theme::Colour::selection);
             for (const int x : { 0, 5, 218, 223 })
                 QVERIFY_COLOUR(selected.pixelColor(x, 74), accent);
@@ -101,23 +94,23 @@ private Q_SLOTS:
     {
         TileWindow w({ light });
         ChoiceTile& tile = w.tile(0);
-        const auto middle = [&] { return w.picture(tile, 2).pixelColor(112, 74); };
+        const auto middle = [&] { return picture(tile).pixelColor(112, 74); };
         const auto point = [&](QPoint place) {
             QTest::mouseMove(tile.window()->windowHandle(), tile.mapTo(tile.window(), place));
         };
         point({ 50, -5 });
         QTRY_VERIFY(!tile.underMouse());
         const QColor plain = middle();
-        const QImage before = w.picture(tile, 2);
+        const QImage before = picture(tile);
         point({ 50, 30 });
         QTRY_VERIFY(middle() != plain);
-        QCOMPARE(w.picture(tile, 2).copy(0, 160, 224, 40), before.copy(0, 160, 224, 40));
+        QCOMPARE(picture(tile).copy(0, 160, 224, 40), before.copy(0, 160, 224, 40));
         // A selected tile has its mark already, so hovering changes nothing.
         tile.setSelected(true);
-        const QImage hovered = w.picture(tile, 2);
+        const QImage hovered = picture(tile);
         point({ 50, -5 });
         QTRY_VERIFY(!tile.underMouse());
-        QCOMPARE(w.picture(tile, 2), hovered);
+        QCOMPARE(picture(tile), hovered);
     }
 
     void theTitleTellsWhetherItIsSelected()
@@ -125,8 +118,8 @@ private Q_SLOTS:
         TileWindow w({ QStringLiteral("HHHHHHHH") });
         ChoiceTile& tile = w.tile(0);
         const auto pixels = [&] {
-            return PanelPixels(tile.size(),
-                [&](QPainter& painter) { painter.drawImage(QPointF(0, 0), w.picture(tile, 2)); });
+            return PanelPixels(
+                tile.size(), [&](QPainter& painter) { painter.drawImage(QPointF(0, 0), picture(tile)); });
         };
         const QRectF room(0, 80, 112, 40);
         const PanelPixels plain = pixels();
@@ -167,12 +160,11 @@ private Q_SLOTS:
         ChoiceTile& tile = w.tile(0);
         QSignalSpy clicks(&tile, &ChoiceTile::clicked);
         tile.setFocus();
-        QTest::keyClick(&tile, Qt::Key_Space);
-        QCOMPARE(clicks.size(), 1);
-        QTest::keyClick(&tile, Qt::Key_Return);
-        QCOMPARE(clicks.size(), 2);
-        QTest::keyClick(&tile, Qt::Key_Enter);
-        QCOMPARE(clicks.size(), 3);
+        int expected = 0;
+        for (const Qt::Key key : { Qt::Key_Space, Qt::Key_Return, Qt::Key_Enter }) {
+            QTest::keyClick(&tile, key);
+            QCOMPARE(clicks.size(), ++expected);
+        }
         QTest::keyClick(&tile, Qt::Key_A);
         QCOMPARE(clicks.size(), 3);
     }
@@ -189,8 +181,7 @@ private Q_SLOTS:
         TileWindow w({ light });
         ChoiceTile& tile = w.tile(0);
         QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&tile);
-        QCOMPARE(accessible->role(), QAccessible::Button);
-        QCOMPARE(accessible->text(QAccessible::Name), light);
+        QCOMPARE(heard(accessible), QStringLiteral("Button Light"));
         QVERIFY(accessible->state().selectable && accessible->state().focusable);
         QVERIFY(!accessible->state().selected && !accessible->state().checked);
         tile.setSelected(true);

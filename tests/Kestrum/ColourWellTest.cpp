@@ -1,14 +1,14 @@
 #include "Kestrum/Form/PushButton.h"
-#include "tests/Support/ColourDialogHand.h"
 #include "tests/Support/ColourWellFixture.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
 #include <QAccessible>
 #include <QLabel>
-#include <QPointer>
-#include <QSignalSpy>
+#include <QLibraryInfo>
+#include <QScreen>
 #include <QSpinBox>
-#include <memory>
+#include <QTranslator>
 
 using namespace kestrum;
 using Theme::Colour;
@@ -24,10 +24,10 @@ private Q_SLOTS:
     {
         const Fixture fixture;
         QCOMPARE(fixture.well->size(), QSize(44, 24));
-        QCOMPARE(fixture.well->grab().toImage().pixelColor(22, 12), Fixture::violet);
+        QCOMPARE(fixture.shown(), Fixture::violet);
         fixture.well->setColour(QColor(10, 20, 30, 40));
         QCOMPARE(fixture.well->colour(), QColor(10, 20, 30));
-        QCOMPARE(fixture.well->grab().toImage().pixelColor(22, 12), QColor(10, 20, 30));
+        QCOMPARE(fixture.shown(), QColor(10, 20, 30));
         QCOMPARE(fixture.picks.size(), 0);
     }
 
@@ -253,9 +253,7 @@ private Q_SLOTS:
     {
         const Fixture fixture;
         QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(fixture.well);
-        QVERIFY(accessible);
-        QCOMPARE(accessible->role(), QAccessible::Button);
-        QCOMPARE(accessible->text(QAccessible::Name), Fixture::name);
+        QCOMPARE(heard(accessible), QStringLiteral("Button ") + Fixture::name);
         QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#6b6bf2"));
         fixture.well->setColour(Qt::red);
         QCOMPARE(accessible->text(QAccessible::Description), QStringLiteral("#ff0000"));
@@ -273,17 +271,14 @@ private Q_SLOTS:
         ControlWindow window({ tight });
         well->clearFocus();
         well->setFocus(Qt::TabFocusReason);
-        FocusRing* ring = window.ring();
-        QVERIFY(ring);
-        QCOMPARE(ring->geometry(), ControlWindow::around(*well, *ring));
-        QVERIFY(ring->parentWidget()->rect().contains(ring->geometry()));
+        QVERIFY(window.marks(*well));
         tight->move(100, 50);
-        QCOMPARE(ring->geometry(), ControlWindow::around(*well, *ring));
+        QVERIFY(window.marks(*well));
         QTest::mousePress(well, Qt::LeftButton);
         QVERIFY(!window.ring());
         well->clearFocus();
         well->setFocus(Qt::TabFocusReason);
-        QVERIFY(window.ring());
+        QVERIFY(window.marks(*well));
         delete tight;
         QVERIFY(!window.ring());
     }
@@ -292,9 +287,78 @@ private Q_SLOTS:
     {
         const Fixture fixture;
         fixture.well->setEnabled(false);
-        QVERIFY(fixture.well->grab().toImage().pixelColor(22, 12) != Fixture::violet);
+        QVERIFY(fixture.shown() != Fixture::violet);
         QTest::mouseClick(fixture.well, Qt::LeftButton);
         QVERIFY(!fixture.dialog());
+    }
+
+    // Where the dialog opens, and how its texts are laid out
+
+    void theDialogOpensBesideTheWindow_data()
+    {
+        // The window is at the right of the screen, and the dialog at the right of the window.
+        addRows<Qt::LayoutDirection, bool, bool>({ { "after the text's end", Qt::LeftToRight, false, true },
+            { "where there is the room", Qt::LeftToRight, true, false },
+            { "from the right", Qt::RightToLeft, true, false },
+            { "from the right, where there is the room", Qt::RightToLeft, false, true } });
+    }
+    void theDialogOpensBesideTheWindow()
+    {
+        const auto [direction, isWindowAtRight, isDialogAtRight] = thisRow<Qt::LayoutDirection, bool, bool>();
+        Fixture fixture;
+        const QRect screen = fixture.window.screen()->availableGeometry();
+        fixture.window.setLayoutDirection(direction);
+        fixture.page->setFixedSize(100, 100);
+        fixture.window.resize(140, 300);
+        fixture.window.move(
+            isWindowAtRight ? screen.right() + 1 - fixture.window.width() : screen.left(), 100);
+        settle();
+        const QRect dialog = fixture.opened()->frameGeometry();
+        const QRect window = fixture.window.frameGeometry();
+        QCOMPARE(dialog.left() > window.right(), isDialogAtRight);
+        QCOMPARE(dialog.right() >= window.left(), isDialogAtRight);
+        QVERIFY(screen.contains(dialog));
+    }
+
+    void whereThereIsNoRoomBesideTheWindowTheDialogStaysOnTheScreen()
+    {
+        Fixture fixture;
+        const QRect screen = fixture.window.screen()->availableGeometry();
+        fixture.window.setGeometry(screen.adjusted(60, 60, -20, -60));
+        settle();
+        const QRect dialog = fixture.opened()->frameGeometry();
+        QVERIFY(screen.contains(dialog));
+        QCOMPARE(dialog.left(), screen.left());
+    }
+
+    // Arabic letters join, and the marker of an access key changes their shapes.
+    void nothingIsCutInTheDialogInArabic()
+    {
+        QTranslator arabic;
+        QVERIFY(arabic.load(QStringLiteral("qtbase_ar"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)));
+        QCoreApplication::installTranslator(&arabic);
+        QGuiApplication::setLayoutDirection(Qt::RightToLeft);
+        {
+            const Fixture fixture;
+            const QPointer<QColorDialog> dialog = fixture.opened();
+            int seen = 0;
+            for (auto* label : dialog->findChildren<QLabel*>()) {
+                if (label->text().isEmpty())
+                    continue;
+                ++seen;
+                const auto ink = [label] {
+                    return pixelsThat(label->grab().toImage(), [](QRgb pixel) {
+                        return qGray(pixel) < 128;
+                    }).count;
+                };
+                const int shown = ink();
+                label->resize(label->width() + 40, label->height());
+                QVERIFY2(shown >= ink(), qPrintable(label->text()));
+            }
+            QVERIFY(seen >= 8);
+        }
+        QGuiApplication::setLayoutDirection(Qt::LeftToRight);
+        QCoreApplication::removeTranslator(&arabic);
     }
 };
 

@@ -1,31 +1,25 @@
 #include "Kestrum/Form/Rows.h"
 
 #include "Kestrum/Form/Switch.h"
-#include "KestrumShared/Text/Title.h"
 #include "tests/Support/ControlWindow.h"
 #include "tests/Support/FileContent.h"
 #include "tests/Support/OwnSuite.h"
+#include "tests/Support/SettingsWindow.h"
 
-#include <QAbstractButton>
 #include <QSignalSpy>
 
 using namespace kestrum;
-
-namespace {
-
-QList<Choice<double>> intervals()
-{
-    return { { 1, QStringLiteral("One") }, { 2, QStringLiteral("Two") }, { 5, QStringLiteral("Five") } };
-}
-
-} // namespace
 
 /// Rows that are bound to a suite of their own. Another store of the same suite stands for another process that writes the
 /// same file.
 class FormRowsTest : public QObject, OwnSuite {
     Q_OBJECT
 
-private:
+    static QList<Choice<double>> intervals()
+    {
+        return { { 1, QStringLiteral("One") }, { 2, QStringLiteral("Two") }, { 5, QStringLiteral("Five") } };
+    }
+
     std::unique_ptr<UserDefaults> m_store;
     std::unique_ptr<UserDefaults> m_other;
 
@@ -47,10 +41,6 @@ private:
         PopupPicker& thePopup() const { return *popup->findChild<PopupPicker*>(); }
         PopupPicker& theInterval() const { return *interval->findChild<PopupPicker*>(); }
 
-        void chooseSegment(int index) const
-        {
-            theSegments().findChildren<QAbstractButton*>()[index]->click();
-        }
         /// Chooses by a key, as the keyboard does in a closed list.
         static void choose(PopupPicker& picker, int key) { QTest::keyClick(&picker, Qt::Key(key)); }
     };
@@ -68,7 +58,7 @@ private Q_SLOTS:
     void makingRowsWritesNothing()
     {
         const Rows rows(*this);
-        QTest::qWait(20);
+        settle();
         QVERIFY(!QFile::exists(path()));
     }
 
@@ -84,17 +74,9 @@ private Q_SLOTS:
     void entriesAreTheCasesInTheirOrder()
     {
         const Rows rows(*this);
-        QStringList segments;
-        for (const auto* segment : rows.theSegments().findChildren<QAbstractButton*>())
-            segments.append(segment->text());
-        QCOMPARE(segments,
-            QStringList({ QStringLiteral("Bars"), QStringLiteral("Wave"), QStringLiteral("Compact") }));
-        QStringList entries;
-        for (int i = 0; i < rows.thePopup().count(); ++i)
-            entries.append(rows.thePopup().itemText(i));
-        QCOMPARE(entries,
-            QStringList({ QStringLiteral("None"), QStringLiteral("Usage"), QStringLiteral("Temperature"),
-                QStringLiteral("Power") }));
+        QCOMPARE(FormHand::titles(rows.theSegments()).join(u' '), QStringLiteral("Bars Wave Compact"));
+        QCOMPARE(
+            FormHand::titles(rows.thePopup()).join(u' '), QStringLiteral("None Usage Temperature Power"));
     }
 
     void controlsStoreWhatIsChosen()
@@ -102,7 +84,7 @@ private Q_SLOTS:
         const Rows rows(*this);
         QTest::mouseClick(&rows.theSwitch(), Qt::LeftButton);
         QCOMPARE(m_other->boolean("showCPUItem"), false);
-        rows.chooseSegment(2);
+        FormHand::choose(rows.theSegments(), 2);
         QCOMPARE(m_other->string("meterStyle"), QStringLiteral("compact"));
         Rows::choose(rows.thePopup(), Qt::Key_Down);
         QCOMPARE(m_other->string("cpuReadout"), QStringLiteral("power"));
@@ -146,10 +128,10 @@ private Q_SLOTS:
         QCOMPARE(rows.theSegments().index(), -1);
         QCOMPARE(rows.thePopup().index(), -1);
         QCOMPARE(rows.theInterval().index(), -1);
-        QTest::qWait(20);
+        settle();
         QCOMPARE(contentOf(path()), file);
 
-        rows.chooseSegment(0);
+        FormHand::choose(rows.theSegments(), 0);
         QCOMPARE(m_other->string("meterStyle"), QStringLiteral("bars"));
         QCOMPARE(m_other->object("showCPUItem"), strange[QStringLiteral("showCPUItem")]);
         QCOMPARE(m_other->object("cpuReadout"), strange[QStringLiteral("cpuReadout")]);
@@ -173,13 +155,13 @@ private Q_SLOTS:
         const Rows rows(*this);
         QTest::mouseClick(&rows.theSwitch(), Qt::LeftButton);
         QVERIFY(rows.theSwitch().isChecked());
-        rows.chooseSegment(1);
+        FormHand::choose(rows.theSegments(), 1);
         QCOMPARE(rows.theSegments().index(), 0);
         Rows::choose(rows.thePopup(), Qt::Key_Down);
         QCOMPARE(rows.thePopup().currentText(), QStringLiteral("Temperature"));
         QVERIFY(!m_store->lastError().isEmpty());
         QVERIFY(QDir().rmdir(path()));
-        rows.chooseSegment(1);
+        FormHand::choose(rows.theSegments(), 1);
         QCOMPARE(rows.theSegments().index(), 1);
         QCOMPARE(m_store->lastError(), QString());
     }

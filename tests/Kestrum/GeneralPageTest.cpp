@@ -3,13 +3,12 @@
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Agent/AppLinks.h"
-#include "KestrumShared/Settings/Setting.h"
-#include "tests/Support/FormHand.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestBundle.h"
+#include "tests/Support/TestRows.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -17,60 +16,50 @@
 
 using namespace kestrum;
 
-namespace {
-
-struct GeneralPageWindow {
-    GeneralPage page;
-
-    GeneralPageWindow()
-    {
-        page.resize(436, 800);
-        page.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&page));
-        QTest::qWait(20);
-    }
-
-    /// The visible widgets of a type, from top to bottom, then from left to right.
-    template <class Part> QList<Part*> seen() const
-    {
-        QList<Part*> parts;
-        for (Part* part : page.findChildren<Part*>()) {
-            if (part->isVisible())
-                parts.append(part);
-        }
-        const auto place = [this](const Part* part) {
-            const QPoint middle = part->mapTo(&page, part->rect().center());
-            return std::pair(middle.y(), middle.x());
-        };
-        std::sort(parts.begin(), parts.end(), [&](Part* a, Part* b) { return place(a) < place(b); });
-        return parts;
-    }
-    PopupPicker& picker(const QString& key) const { return *page.findChild<PopupPicker*>(key); }
-    Switch& checksAutomatically() const
-    {
-        return *page.findChild<Switch*>(QStringLiteral("updatesCheckAutomatically"));
-    }
-    PushButton& checkNow() const
-    {
-        for (auto* button : page.findChildren<PushButton*>()) {
-            if (button->text() == QStringLiteral("Check Now"))
-                return *button;
-        }
-        qFatal("there is no such button");
-    }
-    const QLabel& version() const { return *checkNow().parentWidget()->findChild<QLabel*>(); }
-};
-
-QJsonValue stored(const QString& key)
-{
-    return SharedSettings::store().storedDictionary().value(key);
-}
-
-} // namespace
-
 class GeneralPageTest : public QObject {
     Q_OBJECT
-    using Shown = GeneralPageWindow;
+
+    struct Shown {
+        GeneralPage page;
+
+        Shown()
+        {
+            page.resize(436, 800);
+            page.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&page));
+            settle();
+        }
+
+        /// The visible widgets of a type, from top to bottom, then from left to right.
+        template <class Part> QList<Part*> seen() const
+        {
+            QList<Part*> parts;
+            for (Part* part : page.findChildren<Part*>()) {
+                if (part->isVisible())
+                    parts.append(part);
+            }
+            const auto place = [this](const Part* part) {
+                const QPoint middle = part->mapTo(&page, part->rect().center());
+                return std::pair(middle.y(), middle.x());
+            };
+            std::sort(parts.begin(), parts.end(), [&](Part* a, Part* b) { return place(a) < place(b); });
+            return parts;
+        }
+        PopupPicker& picker(const QString& key) const { return *page.findChild<PopupPicker*>(key); }
+        Switch& checksAutomatically() const
+        {
+            return *page.findChild<Switch*>(QStringLiteral("updatesCheckAutomatically"));
+        }
+        PushButton& checkNow() const
+        {
+            for (auto* button : page.findChildren<PushButton*>()) {
+                if (button->text() == QStringLiteral("Check Now"))
+                    return *button;
+            }
+            qFatal("there is no such button");
+        }
+        const QLabel& version() const { return *checkNow().parentWidget()->findChild<QLabel*>(); }
+    };
 
     std::optional<TestBundle> m_bundle;
 
@@ -79,26 +68,6 @@ class GeneralPageTest : public QObject {
     {
         m_bundle.reset(); // its destructor restores the earlier main bundle, so it goes first
         m_bundle.emplace(info, QList<QByteArray> { "en", "fr", "de" });
-    }
-
-    /// Rows: key, title, position of the default, the texts shown, and the values stored.
-    static void pickers()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<int>("initial");
-        QTest::addColumn<QString>("shown");
-        QTest::addColumn<QJsonArray>("values");
-        const auto row = [](const char* key, const char* title, const char* shown, const char* values) {
-            QTest::newRow(key) << QString::fromUtf8(key) << QString::fromUtf8(title) << 0
-                               << QString::fromUtf8(shown) << QJsonDocument::fromJson(values).array();
-        };
-        row("language", "Language", "System, Deutsch, English, Français",
-            R"([ "system", "de", "en", "fr" ])");
-        row("temperatureUnit", "Temperature", "System, Celsius, Fahrenheit",
-            R"([ "system", "celsius", "fahrenheit" ])");
-        row("refreshInterval", "Refresh interval", "Every Second, Every 2 Seconds, Every 5 Seconds",
-            "[ 1.0, 2.0, 5.0 ]");
     }
 
 private Q_SLOTS:
@@ -125,13 +94,10 @@ private Q_SLOTS:
         QStringList texts;
         for (const QLabel* label : shown.seen<QLabel>())
             texts.append(label->text());
-        QCOMPARE(texts,
-            QStringList({ QStringLiteral("Startup"), QStringLiteral("Launch Kestrum at login"),
-                QStringLiteral("Login items are disabled in this build."), QStringLiteral("Language"),
-                QStringLiteral("Units"), QStringLiteral("Temperature"), QStringLiteral("Sampling"),
-                QStringLiteral("Refresh interval"), QStringLiteral("Updates"),
-                QStringLiteral("Check automatically"), QStringLiteral("Version"),
-                QStringLiteral("1.4 (27)") }));
+        QCOMPARE(texts.join(u'|'),
+            QStringLiteral("Startup|Launch Kestrum at login|Login items are disabled in this build.|Language|"
+                           "Units|Temperature|Sampling|Refresh interval|Updates|Check automatically|Version|"
+                           "1.4 (27)"));
         QStringList controls;
         for (const Switch* control : shown.seen<Switch>())
             controls.append(control->accessibleName());
@@ -143,68 +109,58 @@ private Q_SLOTS:
         QCOMPARE(shown.seen<PushButton>(), QList { &shown.checkNow() });
     }
 
-    void pickersShowTheirChoicesAndTheDefault_data() { pickers(); }
-    void pickersShowTheirChoicesAndTheDefault()
+    void pickersShowStoreAndFollowTheirChoices_data()
     {
-        QFETCH(QString, key);
-        QFETCH(QString, shown);
+        addRows<QString, QString, QByteArray>(
+            { { "language", "Language", "System, Deutsch, English, Français",
+                  R"([ "system", "de", "en", "fr" ])" },
+                { "temperatureUnit", "Temperature", "System, Celsius, Fahrenheit",
+                    R"([ "system", "celsius", "fahrenheit" ])" },
+                { "refreshInterval", "Refresh interval", "Every Second, Every 2 Seconds, Every 5 Seconds",
+                    "[ 1.0, 2.0, 5.0 ]" } });
+    }
+    void pickersShowStoreAndFollowTheirChoices()
+    {
+        const char* key = QTest::currentDataTag();
+        const auto [title, choices, stored] = thisRow<QString, QString, QByteArray>();
+        const QJsonArray values = QJsonDocument::fromJson(stored).array();
         const Shown page;
-        const PopupPicker& picker = page.picker(key);
-        QCOMPARE(FormHand::titles(picker).join(QStringLiteral(", ")), shown);
-        QTEST(picker.index(), "initial");
-        QTEST(picker.accessibleName(), "title");
+        PopupPicker& picker = page.picker(QString::fromLatin1(key));
+        QCOMPARE(FormHand::titles(picker).join(QStringLiteral(", ")), choices);
+        QCOMPARE(picker.index(), 0);
+        QCOMPARE(picker.accessibleName(), title);
         QVERIFY(SharedSettings::store().storedDictionary().isEmpty());
-    }
-
-    void pickersStoreWhatIsChosen_data() { pickers(); }
-    void pickersStoreWhatIsChosen()
-    {
-        QFETCH(QString, key);
-        QFETCH(QJsonArray, values);
-        const Shown page;
         for (int i = int(values.size()) - 1; i >= 0; --i) {
-            FormHand::choose(page.picker(key), i);
+            FormHand::choose(picker, i);
             // A number is stored as a number, not as text.
-            QCOMPARE(stored(key), values.at(i));
-            QCOMPARE(page.picker(key).index(), i);
+            QCOMPARE(FormHand::stored(key), values.at(i));
+            QCOMPARE(picker.index(), i);
         }
-        QCOMPARE(SharedSettings::store().storedDictionary().keys(), QStringList { key });
-    }
-
-    void pickersFollowWhatOthersStore_data() { pickers(); }
-    void pickersFollowWhatOthersStore()
-    {
-        QFETCH(QString, key);
-        QFETCH(QJsonArray, values);
-        const Shown page;
+        QCOMPARE(SharedSettings::store().storedDictionary().keys(), QStringList { QString::fromLatin1(key) });
         for (int i = int(values.size()) - 1; i >= 0; --i) {
-            FormHand::storeElsewhere(key.toLatin1().constData(), values.at(i));
-            QTRY_COMPARE(page.picker(key).index(), i);
+            FormHand::storeElsewhere(key, values.at(i));
+            QTRY_COMPARE(picker.index(), i);
         }
     }
 
     void anotherValueShowsNoChoiceAndStays_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QJsonValue>("value");
-        QTest::newRow("language") << QStringLiteral("language") << QJsonValue(QStringLiteral("tlh"));
-        QTest::newRow("unit") << QStringLiteral("temperatureUnit") << QJsonValue(QStringLiteral("kelvin"));
-        QTest::newRow("interval") << QStringLiteral("refreshInterval") << QJsonValue(3);
-        QTest::newRow("nearly") << QStringLiteral("refreshInterval") << QJsonValue(2.5);
-        QTest::newRow("none") << QStringLiteral("refreshInterval") << QJsonValue(0);
-        QTest::newRow("negative") << QStringLiteral("refreshInterval") << QJsonValue(-1);
+        addRows<QByteArray, QJsonValue>({ { "language", "language", QStringLiteral("tlh") },
+            { "unit", "temperatureUnit", QStringLiteral("kelvin") }, { "interval", "refreshInterval", 3 },
+            { "nearly", "refreshInterval", 2.5 }, { "none", "refreshInterval", 0 },
+            { "negative", "refreshInterval", -1 } });
     }
     void anotherValueShowsNoChoiceAndStays()
     {
-        QFETCH(QString, key);
-        QFETCH(QJsonValue, value);
+        const auto [key, value] = thisRow<QByteArray, QJsonValue>();
         const Shown page;
-        QCOMPARE(page.picker(key).index(), 0);
-        FormHand::storeElsewhere(key.toLatin1().constData(), value);
-        QTRY_COMPARE(page.picker(key).index(), -1);
-        QCOMPARE(page.picker(key).currentText(), QString());
-        QCOMPARE(stored(key), value);
-        QCOMPARE(Shown().picker(key).index(), -1);
+        const PopupPicker& picker = page.picker(QString::fromLatin1(key));
+        QCOMPARE(picker.index(), 0);
+        FormHand::storeElsewhere(key, value);
+        QTRY_COMPARE(picker.index(), -1);
+        QCOMPARE(picker.currentText(), QString());
+        QCOMPARE(FormHand::stored(key), value);
+        QCOMPARE(Shown().picker(QString::fromLatin1(key)).index(), -1);
     }
 
     void choosingALanguageBuildsTheWindowAnewOnThisPage()
@@ -216,7 +172,7 @@ private Q_SLOTS:
         m_bundle->writeTable("de", "General = \"Allgemein\"; System = \"Systemsprache\";");
         FormHand::choose(*before, 1);
         QCOMPARE(storedText("language"), QStringLiteral("de"));
-        QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Allgemein"));
+        QTRY_COMPARE(w.selected(), QStringLiteral("Allgemein"));
         QVERIFY(qobject_cast<GeneralPage*>(w.view.pageWidget()));
         const auto& after = *w.view.findChild<PopupPicker*>(QStringLiteral("language"));
         QCOMPARE(after.currentText(), QStringLiteral("Deutsch"));
@@ -230,37 +186,32 @@ private Q_SLOTS:
         const Shown page;
         QVERIFY(page.checksAutomatically().isChecked());
         QTest::mouseClick(&page.checksAutomatically(), Qt::LeftButton);
-        QCOMPARE(stored(QStringLiteral("updatesCheckAutomatically")), QJsonValue(false));
+        QCOMPARE(FormHand::stored("updatesCheckAutomatically"), QJsonValue(false));
         FormHand::storeElsewhere("updatesCheckAutomatically", true);
         QTRY_VERIFY(page.checksAutomatically().isChecked());
         FormHand::storeElsewhere("updatesCheckAutomatically", false);
         QTRY_VERIFY(!page.checksAutomatically().isChecked());
         QTest::keyClick(&page.checksAutomatically(), Qt::Key_Space);
-        QCOMPARE(stored(QStringLiteral("updatesCheckAutomatically")), QJsonValue(true));
+        QCOMPARE(FormHand::stored("updatesCheckAutomatically"), QJsonValue(true));
     }
 
     void theVersionIsThatOfTheBundle_data()
     {
-        QTest::addColumn<QByteArray>("info");
-        QTest::addColumn<QString>("text");
-        const auto row = [](const char* name, const char* info, const char* text) {
-            QTest::newRow(name) << QByteArray(info) << QString::fromUtf8(text);
-        };
-        row("both", "CFBundleShortVersionString = 1.4; CFBundleVersion = 27;", "1.4 (27)");
-        row("equal", "CFBundleShortVersionString = 27; CFBundleVersion = 27;", "27 (27)");
-        row("no build", "CFBundleShortVersionString = 1.4;", "1.4 (—)");
-        row("no version", "CFBundleVersion = 27;", "— (27)");
-        row("neither", "CFBundleName = Kestrum;", "— (—)");
-        row("no texts", "CFBundleShortVersionString = ( 1.4 ); CFBundleVersion = { a = 27; };", "— (—)");
-        row("place markers are no format", "CFBundleShortVersionString = \"%2\"; CFBundleVersion = \"%1\";",
-            "%2 (%1)");
+        addRows<QByteArray, QString>({ { "both", "CFBundleShortVersionString = 1.4; CFBundleVersion = 27;",
+                                           "1.4 (27)" },
+            { "equal", "CFBundleShortVersionString = 27; CFBundleVersion = 27;", "27 (27)" },
+            { "no build", "CFBundleShortVersionString = 1.4;", "1.4 (—)" },
+            { "no version", "CFBundleVersion = 27;", "— (27)" },
+            { "neither", "CFBundleName = Kestrum;", "— (—)" },
+            { "no texts", "CFBundleShortVersionString = ( 1.4 ); CFBundleVersion = { a = 27; };", "— (—)" },
+            { "place markers are no format", "CFBundleShortVersionString = \"%2\"; CFBundleVersion = \"%1\";",
+                "%2 (%1)" } });
     }
     void theVersionIsThatOfTheBundle()
     {
-        QFETCH(QByteArray, info);
+        const auto [info, text] = thisRow<QByteArray, QString>();
         run(info);
-        const Shown page;
-        QTEST(page.version().text(), "text");
+        QCOMPARE(Shown().version().text(), text);
     }
 
     void theVersionIsThatOfTheAgentThatRuns()
@@ -291,14 +242,12 @@ private Q_SLOTS:
     {
         const Shown page;
         QVERIFY(!page.checkNow().isEnabled());
-        FormHand::storeElsewhere("updaterCanCheck", true);
-        QTRY_VERIFY(page.checkNow().isEnabled());
-        FormHand::storeElsewhere("updaterCanCheck", false);
-        QTRY_VERIFY(!page.checkNow().isEnabled());
-        FormHand::storeElsewhere("updaterCanCheck", true);
-        QTRY_VERIFY(page.checkNow().isEnabled());
-        FormHand::storeElsewhere("updaterCanCheck", QJsonValue(QStringLiteral("perhaps")));
-        QTRY_VERIFY(!page.checkNow().isEnabled());
+        for (const QJsonValue& no : { QJsonValue(false), QJsonValue(QStringLiteral("perhaps")) }) {
+            FormHand::storeElsewhere("updaterCanCheck", true);
+            QTRY_VERIFY(page.checkNow().isEnabled());
+            FormHand::storeElsewhere("updaterCanCheck", no);
+            QTRY_VERIFY(!page.checkNow().isEnabled());
+        }
     }
 
     void theButtonAsksForACheckAndDoesNothingElse()

@@ -1,18 +1,18 @@
 // The size of the desktop's font, which the toolkit reads from the settings of a desktop whose theme is built into the
 // toolkit: at a program's start, and when a change of colours is announced.
 
-#include "Kestrum/Form/Theme.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/LayoutFaults.h"
 #include "tests/Support/Programs.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 #include "tests/Support/VirtualDisplay.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
-#include <QLabel>
 #include <cstdio>
 
 using namespace kestrum;
@@ -21,12 +21,8 @@ namespace {
 
 void tellFont(int points)
 {
-    const QString folder = QFile::decodeName(qgetenv("XDG_CONFIG_HOME"));
-    QVERIFY(QDir().mkpath(folder));
-    QFile settings(folder + QStringLiteral("/kdeglobals"));
-    QVERIFY(settings.open(QIODevice::WriteOnly));
-    const QByteArray font = "DejaVu Sans," + QByteArray::number(points) + ",-1,5,50,0,0,0,0,0";
-    QVERIFY(settings.write("[General]\nfont=" + font + "\n") > 0);
+    write(QFile::decodeName(qgetenv("XDG_CONFIG_HOME")) + QStringLiteral("/kdeglobals"),
+        "[General]\nfont=DejaVu Sans," + QByteArray::number(points) + ",-1,5,50,0,0,0,0,0\n");
 }
 
 } // namespace
@@ -41,52 +37,37 @@ private Q_SLOTS:
 
     void textsFollowTheDesktopsFontFromOneToOneAndAHalfTimes_data()
     {
-        QTest::addColumn<int>("desktops");
-        QTest::addColumn<double>("body");
-        QTest::addColumn<double>("footnote");
-        QTest::newRow("small") << 7 << 9.75 << 8.25;
-        QTest::newRow("ordinary") << 10 << 10.0 << 10.0 * 11 / 13;
-        QTest::newRow("large") << 13 << 13.0 << 11.0;
-        QTest::newRow("huge") << 30 << 14.625 << 12.375;
+        addRows<int, double, double>({ { "small", 7, 9.75, 8.25 }, { "ordinary", 10, 10.0, 10.0 * 11 / 13 },
+            { "large", 13, 13.0, 11.0 }, { "huge", 30, 14.625, 12.375 } });
     }
-
     void textsFollowTheDesktopsFontFromOneToOneAndAHalfTimes()
     {
-        QFETCH(int, desktops);
+        const auto [desktops, body, footnote] = thisRow<int, double, double>();
         tellFont(desktops);
         const QByteArray said = Programs::output(
             QCoreApplication::applicationFilePath(), TestRunner::again({ QStringLiteral("--say") }));
         const QList<QByteArray> sizes = said.simplified().split(' ');
         QCOMPARE(sizes.size(), 2);
-        QTEST(sizes[0].toDouble(), "body");
-        QTEST(sizes[1].toDouble(), "footnote");
+        QCOMPARE(sizes[0].toDouble(), body);
+        QCOMPARE(sizes[1].toDouble(), footnote);
     }
 
     // This test program itself runs with the largest font size.
     void nothingIsCutWithTheLargestTexts_data()
     {
-        QTest::addColumn<QByteArray>("language");
-        for (const char* code : { "en", "de", "ar", "pl", "ja" })
-            QTest::newRow(code) << QByteArray(code);
+        addRows<QByteArray>(
+            { { "en", "en" }, { "de", "de" }, { "ar", "ar" }, { "pl", "pl" }, { "ja", "ja" } });
     }
-
     void nothingIsCutWithTheLargestTexts()
     {
         QCOMPARE(Theme::font(Theme::TextStyle::body).pointSizeF(), 14.625);
-        QFETCH(QByteArray, language);
-        qputenv("KESTRUM_LANGUAGE", language);
+        qputenv("KESTRUM_LANGUAGE", QTest::currentDataTag());
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
         SettingsView view; // not active: there is no window manager
         view.show();
         QVERIFY(QTest::qWaitForWindowExposed(&view));
-        for (const auto& page : allCases<SettingsPage>()) {
-            view.resize(view.minimumSize());
-            view.showPage(page.value);
-            QTest::qWait(20);
-            QCOMPARE(view.size(), QSize(640, 480));
-            const QStringList faults = LayoutFaults::of(view);
-            QVERIFY2(faults.isEmpty(), qPrintable(rawValue(page.value) + u' ' + faults.join(u'\n')));
-        }
+        QCOMPARE(LayoutFaults::ofPages(view).join(u'\n'), QString());
+        QCOMPARE(view.size(), QSize(640, 480));
     }
 
     // This test is the last one, because the program keeps the new font.

@@ -3,63 +3,53 @@
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Row.h"
 #include "Kestrum/Form/Switch.h"
-#include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/HeardEvents.h"
 #include "tests/Support/LoginItemFixture.h"
+#include "tests/Support/TestRows.h"
+#include "tests/Support/Widgets.h"
 
-#include <QAccessible>
-#include <QApplication>
-#include <QTest>
 #include <QVBoxLayout>
 
 using namespace kestrum;
 using Status = LoginItemService::Status;
 
-namespace {
-
-/// The section in a window.
-struct LaunchAtLoginSectionWindow {
-    QWidget window;
-    LaunchAtLoginSection* section = new LaunchAtLoginSection;
-    QList<Row*> rows = section->findChildren<Row*>();
-    Switch* toggle = section->findChild<Switch*>();
-    PushButton* button = section->findChild<PushButton*>();
-
-    LaunchAtLoginSectionWindow()
-    {
-        window.setPalette(Theme::palette(ColourScheme::light));
-        auto* layout = new QVBoxLayout(&window);
-        layout->addWidget(section);
-        layout->addStretch(1);
-        window.resize(420, 300);
-    }
-    void show()
-    {
-        window.show();
-        window.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
-    }
-    bool needsApproval() const { return !rows[1]->isHidden(); }
-    QString status() const { return rows[2]->isHidden() ? QString() : rows[2]->text(); }
-    QColor statusColour() const
-    {
-        const auto* label = rows[2]->findChild<QLabel*>();
-        return label->palette().color(label->foregroundRole());
-    }
-};
-
-QColor shade(Theme::Colour colour)
-{
-    return Theme::colour(colour, ColourScheme::light);
-}
-
-} // namespace
-
 class LaunchAtLoginSectionTest : public QObject {
     Q_OBJECT
-    using Shown = LaunchAtLoginSectionWindow;
+
+    /// The section in a window.
+    struct Shown {
+        QWidget window;
+        LaunchAtLoginSection* section = new LaunchAtLoginSection;
+        QList<Row*> rows = section->findChildren<Row*>();
+        Switch* toggle = section->findChild<Switch*>();
+        PushButton* button = section->findChild<PushButton*>();
+
+        Shown()
+        {
+            window.setPalette(Theme::palette(ColourScheme::light));
+            auto* layout = new QVBoxLayout(&window);
+            layout->addWidget(section);
+            layout->addStretch(1);
+            window.resize(420, 300);
+        }
+        void show() { activate(window); }
+        void showAndRead()
+        {
+            show();
+            QTest::qWait(50); // until the state has been read
+        }
+        bool needsApproval() const { return !rows[1]->isHidden(); }
+        QString status() const { return rows[2]->isHidden() ? QString() : rows[2]->text(); }
+        QColor statusColour() const
+        {
+            const auto* label = rows[2]->findChild<QLabel*>();
+            return label->palette().color(label->foregroundRole());
+        }
+    };
+
+    static QColor shade(Theme::Colour colour) { return Theme::colour(colour, ColourScheme::light); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -108,8 +98,7 @@ private Q_SLOTS:
     {
         // A section appears in the active window when its page is chosen.
         Shown before;
-        before.show();
-        QTest::qWait(50);
+        before.showAndRead();
         QTRY_VERIFY(!before.toggle->isChecked());
         QVERIFY(m_fixture->service().registerItem());
         auto* section = new LaunchAtLoginSection;
@@ -120,27 +109,19 @@ private Q_SLOTS:
 
     void eachStateIsShown_data()
     {
-        QTest::addColumn<QByteArray>("line");
-        QTest::addColumn<bool>("isOn");
-        QTest::addColumn<bool>("needsApproval");
-        QTest::newRow("notRegistered") << QByteArray() << false << false;
-        QTest::newRow("enabled") << QByteArray("X-Mine=1") << true << false;
-        QTest::newRow("requiresApproval") << QByteArray("Hidden=true") << true << true;
-        QTest::newRow("notFound") << QByteArray("TryExec=/nowhere") << false << false;
+        addRows<QByteArray, bool, bool>({ { "notRegistered", "", false, false },
+            { "enabled", "X-Mine=1", true, false }, { "requiresApproval", "Hidden=true", true, true },
+            { "notFound", "TryExec=/nowhere", false, false } });
     }
-
     void eachStateIsShown()
     {
-        QFETCH(const QByteArray, line);
-        QFETCH(const bool, isOn);
-        QFETCH(const bool, needsApproval);
+        const auto [line, isOn, needsApproval] = thisRow<QByteArray, bool, bool>();
         if (!line.isEmpty()) {
             QVERIFY(m_fixture->service().registerItem());
             write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + line + '\n');
         }
         Shown shown;
-        shown.show();
-        QTest::qWait(50);
+        shown.showAndRead();
         QTRY_COMPARE(shown.toggle->isChecked(), isOn);
         QTRY_COMPARE(shown.needsApproval(), needsApproval);
         QVERIFY(shown.toggle->isEnabled() && shown.toggle->isVisible());
@@ -184,24 +165,22 @@ private Q_SLOTS:
         QTRY_COMPARE(shown.status(), QStringLiteral("Login items are disabled in this build."));
         qunsetenv("KESTRUM_NO_LOGIN_ITEM");
         QVERIFY(shown.needsApproval());
-        QTest::qWait(20);
+        settle();
         QMap<int, QString> texts;
         for (const QLabel* label : shown.section->findChildren<QLabel*>()) {
             if (label->isVisible())
                 texts.insert(label->mapTo(shown.section, QPoint()).y(), label->text());
         }
-        QCOMPARE(texts.values(),
-            QStringList({ QStringLiteral("Startup"), QStringLiteral("Launch Kestrum at login"),
-                QStringLiteral("Turned off under Allow in the Background."),
-                QStringLiteral("Login items are disabled in this build.") }));
+        QCOMPARE(texts.values().join(u'|'),
+            QStringLiteral("Startup|Launch Kestrum at login|Turned off under Allow in the Background.|"
+                           "Login items are disabled in this build."));
         QCOMPARE(shown.section->accessibleName(), QStringLiteral("Startup"));
     }
 
     void assistiveProgramsAreToldOfAnErrorOnce()
     {
         Shown shown;
-        shown.show();
-        QTest::qWait(50);
+        shown.showAndRead();
         QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
         QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         const HeardEvents ears;
@@ -221,8 +200,7 @@ private Q_SLOTS:
     void turningTheSwitchRegistersAndRemoves()
     {
         Shown shown;
-        shown.show();
-        QTest::qWait(50);
+        shown.showAndRead();
         QTRY_VERIFY(!shown.toggle->isChecked());
         QTest::mouseClick(shown.toggle, Qt::LeftButton);
         QVERIFY(shown.toggle->isChecked());
@@ -238,8 +216,7 @@ private Q_SLOTS:
     void assistiveProgramsTurnItToo()
     {
         Shown shown;
-        shown.show();
-        QTest::qWait(50);
+        shown.showAndRead();
         QTRY_VERIFY(!shown.toggle->isChecked());
         QAccessible::queryAccessibleInterface(shown.toggle)
             ->actionInterface()
@@ -250,8 +227,7 @@ private Q_SLOTS:
     void theSwitchDoesNotSlideHere()
     {
         Shown shown;
-        shown.show();
-        QTest::qWait(50);
+        shown.showAndRead();
         const QImage off = shown.toggle->grab().toImage();
         shown.toggle->click();
         const QImage on = shown.toggle->grab().toImage();
@@ -263,8 +239,7 @@ private Q_SLOTS:
     void anErrorIsShownInRedAndTheSwitchGoesBack()
     {
         Shown shown;
-        shown.show();
-        QTest::qWait(50);
+        shown.showAndRead();
         QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
         QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         shown.toggle->click();
@@ -285,25 +260,19 @@ private Q_SLOTS:
 
     void eachBlockDisablesTheSwitchAndSaysWhy_data()
     {
-        QTest::addColumn<QByteArray>("variable");
-        QTest::addColumn<QString>("bundle");
-        QTest::addColumn<QString>("message");
-        const QString suppressed = QStringLiteral("Login items are disabled in this build.");
-        for (const char* variable :
-            { "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_UI_TESTING", "XCTestConfigurationFilePath" })
-            QTest::newRow(variable) << QByteArray(variable) << QString() << suppressed;
-        QTest::newRow("translocated, and without its agent")
-            << QByteArray() << QStringLiteral("/AppTranslocation/1/Kestrum.app")
-            << QStringLiteral("Move Kestrum to your Applications folder first.");
-        QTest::newRow("incomplete") << QByteArray() << QStringLiteral("/nowhere/Kestrum.app")
-                                    << QStringLiteral("This copy of Kestrum is incomplete.");
+        constexpr char suppressed[] = "Login items are disabled in this build.";
+        addRows<QByteArray, QString, QString>({
+            { "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_NO_LOGIN_ITEM", "", suppressed },
+            { "KESTRUM_UI_TESTING", "KESTRUM_UI_TESTING", "", suppressed },
+            { "XCTestConfigurationFilePath", "XCTestConfigurationFilePath", "", suppressed },
+            { "translocated, and without its agent", "", "/AppTranslocation/1/Kestrum.app",
+                "Move Kestrum to your Applications folder first." },
+            { "incomplete", "", "/nowhere/Kestrum.app", "This copy of Kestrum is incomplete." },
+        });
     }
-
     void eachBlockDisablesTheSwitchAndSaysWhy()
     {
-        QFETCH(const QByteArray, variable);
-        QFETCH(const QString, bundle);
-        QFETCH(const QString, message);
+        const auto [variable, bundle, message] = thisRow<QByteArray, QString, QString>();
         QVERIFY(m_fixture->service().registerItem());
         const Bundle before = Bundle::main();
         if (!bundle.isEmpty())
@@ -330,8 +299,7 @@ private Q_SLOTS:
     void aBlockThatCameMeanwhileTurnsTheSwitchBack()
     {
         Shown shown;
-        shown.show();
-        QTest::qWait(50);
+        shown.showAndRead();
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
         shown.toggle->click();
         qunsetenv("KESTRUM_NO_LOGIN_ITEM");
@@ -348,9 +316,7 @@ private Q_SLOTS:
         QTRY_VERIFY(shown.toggle->isChecked());
         // People switch the login item off in the desktop's settings.
         QWidget other;
-        other.show();
-        other.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&other));
+        activate(other);
         write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         QTest::qWait(100);
         QVERIFY(!shown.needsApproval());
@@ -363,11 +329,8 @@ private:
     static void reactivate(Shown& shown)
     {
         QWidget other;
-        other.show();
-        other.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&other));
-        shown.window.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&shown.window));
+        activate(other);
+        activate(shown.window);
     }
 
     std::unique_ptr<LoginItemFixture> m_fixture;

@@ -1,53 +1,37 @@
-// Longer than other files: all managers of a process share what one of them has read, and these tests cover the life of one
-// process, starting when nothing is known yet.
-
 #include "Kestrum/Agent/LoginItemManager.h"
 
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/LoginItemFixture.h"
+#include "tests/Support/TestRows.h"
 
-#include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace kestrum;
 using Status = LoginItemService::Status;
 using Block = LoginItemManager::Block;
 
-namespace {
-
-QStringList logged;
-QStringList reasons; // for the log
-
-void remember(QtMsgType type, const QMessageLogContext& context, const QString& message)
-{
-    if (qstrcmp(context.category, "com.orvale.kestrum.loginItem") != 0)
-        return;
-    if (type == QtCriticalMsg)
-        logged.append(message);
-    if (type == QtWarningMsg)
-        reasons.append(message);
-}
-
-/// An environment variable that is set for as long as this object lives.
-struct Variable {
-    const char* name;
-    Variable(const char* variable, const char* value)
-        : name(variable)
-    {
-        qputenv(name, value);
-    }
-    ~Variable() { qunsetenv(name); }
-    Q_DISABLE_COPY_MOVE(Variable)
-};
-
-} // namespace
-
 class LoginItemManagerTest : public QObject {
     Q_OBJECT
+
+    static inline QStringList logged;
+    static inline QStringList reasons; // for the log
+
+    static void remember(QtMsgType type, const QMessageLogContext& context, const QString& message)
+    {
+        if (qstrcmp(context.category, "com.orvale.kestrum.loginItem") != 0)
+            return;
+        if (type == QtCriticalMsg)
+            logged.append(message);
+        if (type == QtWarningMsg)
+            reasons.append(message);
+    }
+
+    /// The variables that suppress login items.
+    static constexpr const char* suppressing[]
+        = { "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_UI_TESTING", "XCTestConfigurationFilePath" };
 
 private Q_SLOTS:
     void initTestCase()
@@ -62,6 +46,11 @@ private Q_SLOTS:
         forgetSettings();
         logged.clear();
         reasons.clear();
+    }
+    void cleanup()
+    {
+        for (const char* variable : suppressing)
+            qunsetenv(variable);
     }
     void cleanupTestCase()
     {
@@ -90,25 +79,15 @@ private Q_SLOTS:
 
     void refreshReadsTheRealState_data()
     {
-        QTest::addColumn<QByteArray>("change");
-        QTest::addColumn<Status>("status");
-        QTest::addColumn<bool>("isOn");
-        QTest::addColumn<bool>("needsApproval");
-        QTest::newRow("enabled") << QByteArray("Hidden=false") << Status::enabled << true << false;
-        QTest::newRow("requiresApproval")
-            << QByteArray("Hidden=true") << Status::requiresApproval << true << true;
-        QTest::newRow("notFound") << QByteArray("TryExec=/nowhere") << Status::notFound << false << false;
+        addRows<QByteArray, Status, bool, bool>({ { "enabled", "Hidden=false", Status::enabled, true, false },
+            { "requiresApproval", "Hidden=true", Status::requiresApproval, true, true },
+            { "notFound", "TryExec=/nowhere", Status::notFound, false, false } });
     }
-
     void refreshReadsTheRealState()
     {
-        QFETCH(const QByteArray, change);
-        QFETCH(const Status, status);
-        QFETCH(const bool, isOn);
-        QFETCH(const bool, needsApproval);
+        const auto [change, status, isOn, needsApproval] = thisRow<QByteArray, Status, bool, bool>();
         QVERIFY(m_fixture->service().registerItem());
-        QByteArray text = contentOf(LoginItemFixture::entry());
-        write(LoginItemFixture::entry(), text + change + '\n');
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + change + '\n');
         LoginItemManager manager;
         manager.refresh();
         QTRY_COMPARE(manager.status(), status);
@@ -154,17 +133,14 @@ private Q_SLOTS:
 
     void oneThatIsOnIsReplacedAfterAPause_data()
     {
-        QTest::addColumn<QByteArray>("change");
-        QTest::addColumn<Status>("status");
-        QTest::newRow("enabled") << "Exec=sh -c \"exec " + QFile::encodeName(m_fixture->agentProgram()) + '"'
-                                 << Status::enabled;
-        QTest::newRow("requiresApproval") << QByteArray("Hidden=true") << Status::requiresApproval;
+        addRows<QByteArray, Status>(
+            { { "enabled", "Exec=sh -c \"exec " + QFile::encodeName(m_fixture->agentProgram()) + '"',
+                  Status::enabled },
+                { "requiresApproval", "Hidden=true", Status::requiresApproval } });
     }
-
     void oneThatIsOnIsReplacedAfterAPause()
     {
-        QFETCH(const QByteArray, change);
-        QFETCH(const Status, status);
+        const auto [change, status] = thisRow<QByteArray, Status>();
         QVERIFY(m_fixture->service().registerItem());
         write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + change + "\nX-Mine=1\n");
         LoginItemManager manager;
@@ -175,8 +151,8 @@ private Q_SLOTS:
         // The item is unregistered first.
         QTRY_VERIFY(!QFile::exists(LoginItemFixture::entry()));
         QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
-        QVERIFY2(
-            timer.elapsed() >= 300 && timer.elapsed() < 2000, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE_GE(timer.elapsed(), 300);
+        QCOMPARE_LT(timer.elapsed(), 2000);
         settle(manager, Status::enabled);
         QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
         QVERIFY(contentOf(LoginItemFixture::entry()).contains(m_fixture->agentProgram().toUtf8()));
@@ -191,7 +167,7 @@ private Q_SLOTS:
         timer.start();
         manager.setEnabled(true);
         QTRY_VERIFY(QFile::exists(LoginItemFixture::entry()));
-        QVERIFY2(timer.elapsed() < 290, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE_LT(timer.elapsed(), 290);
     }
 
     void refusedWithCode12ThereIsNoMessage()
@@ -296,29 +272,24 @@ private Q_SLOTS:
 
     void aBlockKeepsTheServiceUntouched_data()
     {
-        QTest::addColumn<QByteArray>("variable");
-        QTest::addColumn<QByteArray>("value");
-        QTest::newRow("no login item") << QByteArray("KESTRUM_NO_LOGIN_ITEM") << QByteArray("1");
-        QTest::newRow("interface test") << QByteArray("KESTRUM_UI_TESTING") << QByteArray("1");
-        QTest::newRow("unit test") << QByteArray("XCTestConfigurationFilePath") << QByteArray("");
+        addRows<QByteArray, QByteArray>({ { "no login item", "KESTRUM_NO_LOGIN_ITEM", "1" },
+            { "interface test", "KESTRUM_UI_TESTING", "1" },
+            { "unit test", "XCTestConfigurationFilePath", "" } });
     }
-
     void aBlockKeepsTheServiceUntouched()
     {
-        QFETCH(const QByteArray, variable);
-        QFETCH(const QByteArray, value);
+        const auto [variable, value] = thisRow<QByteArray, QByteArray>();
         LoginItemManager manager;
         settle(manager, Status::notRegistered);
         QSignalSpy changes(&manager, &LoginItemManager::changed);
         QVERIFY(!LoginItemManager::block());
-        {
-            const Variable set(variable.constData(), value.constData());
-            QVERIFY(LoginItemManager::block() == Block::suppressed);
-            QCOMPARE(LoginItemManager::message(Block::suppressed),
-                QStringLiteral("Login items are disabled in this build."));
-            manager.setEnabled(true);
-            QTest::qWait(100);
-        }
+        qputenv(variable.constData(), value);
+        QVERIFY(LoginItemManager::block() == Block::suppressed);
+        QCOMPARE(LoginItemManager::message(Block::suppressed),
+            QStringLiteral("Login items are disabled in this build."));
+        manager.setEnabled(true);
+        QTest::qWait(100);
+        qunsetenv(variable.constData());
         QCOMPARE(changes.size(), 0);
         QVERIFY(!QFile::exists(LoginItemFixture::folder()));
         QCOMPARE(logged, QStringList());
@@ -327,7 +298,7 @@ private Q_SLOTS:
 
     void trueDoesNotSuppress()
     {
-        const Variable set("KESTRUM_NO_LOGIN_ITEM", "true");
+        qputenv("KESTRUM_NO_LOGIN_ITEM", "true");
         QVERIFY(!LoginItemManager::block());
     }
 
@@ -338,10 +309,8 @@ private Q_SLOTS:
         QVERIFY(LoginItemManager::block() == Block::translocated);
         QCOMPARE(LoginItemManager::message(Block::translocated),
             QStringLiteral("Move Kestrum to your Applications folder first."));
-        {
-            const Variable set("KESTRUM_UI_TESTING", "1");
-            QVERIFY(LoginItemManager::block() == Block::suppressed);
-        }
+        qputenv("KESTRUM_UI_TESTING", "1");
+        QVERIFY(LoginItemManager::block() == Block::suppressed);
         Bundle::setMain(before);
     }
 

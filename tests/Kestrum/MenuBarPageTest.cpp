@@ -5,9 +5,9 @@
 #include "Kestrum/MenuBar/MenuBarPreview.h"
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
-#include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/MenuBarPageWindow.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
 using namespace kestrum;
 
@@ -26,36 +26,25 @@ private Q_SLOTS:
         QStringList headings;
         for (int place = 0; place < shown.sections().size(); ++place)
             headings.append(shown.heading(place));
-        QCOMPARE(headings,
-            QStringList({ QString(), QStringLiteral("All Items"), QStringLiteral("CPU"),
-                QStringLiteral("Memory"), QStringLiteral("Disk"), QStringLiteral("Sensors") }));
+        QCOMPARE(headings.join(u'|'), QStringLiteral("|All Items|CPU|Memory|Disk|Sensors"));
         QVERIFY(shown.section(Page::preview).isAncestorOf(shown.page.preview()));
         QVERIFY(shown.labels(Page::preview).isEmpty());
     }
 
     void theRowsOfEachSectionStandInOrder_data()
     {
-        QTest::addColumn<int>("place");
-        QTest::addColumn<QStringList>("rows");
-        const QString show = QStringLiteral("Show in menu bar");
-        const QString readout = QStringLiteral("Readout");
-        const QString colour = QStringLiteral("Colour");
-        const auto row = [](const char* name, int place, const QStringList& rows) {
-            QTest::newRow(name) << place << rows;
-        };
-        row("all items", Page::allItems, { QStringLiteral("Bar shape"), QStringLiteral("Item labels") });
-        row("CPU", Page::cpu, { show, QStringLiteral("Meter"), readout, colour });
-        row("memory", Page::memory, { show, readout, colour });
-        row("disk", Page::disk, { show, readout, colour });
-        row("sensors", Page::sensors, { show, readout });
+        addRows<int, QString>({ { "all items", Page::allItems, "Bar shape|Item labels" },
+            { "CPU", Page::cpu, "Show in menu bar|Meter|Readout|Colour" },
+            { "memory", Page::memory, "Show in menu bar|Readout|Colour" },
+            { "disk", Page::disk, "Show in menu bar|Readout|Colour" },
+            { "sensors", Page::sensors, "Show in menu bar|Readout" } });
     }
-
     void theRowsOfEachSectionStandInOrder()
     {
-        QFETCH(int, place);
+        const auto [place, rows] = thisRow<int, QString>();
         const Page shown;
         const Card& card = shown.section(place);
-        QTEST(shown.labels(place), "rows");
+        QCOMPARE(shown.labels(place).join(u'|'), rows);
         // Only the sections of items have a symbol in their headers.
         QCOMPARE(card.findChildren<ItemHeader*>().size(), place > Page::allItems ? 1 : 0);
         // Screen readers use this name to say which section a row belongs to.
@@ -76,7 +65,7 @@ private Q_SLOTS:
                   { Page::disk, MonitorSection::storage }, { Page::sensors, MonitorSection::sensors } };
         for (const auto& [place, section] : items) {
             auto& header = *shown.section(place).findChild<ItemHeader*>();
-            ItemHeader expected(section, "");
+            ItemHeader expected(section, QString());
             expected.setContentsMargins(header.contentsMargins());
             expected.setParent(header.parentWidget());
             expected.resize(header.size());
@@ -88,9 +77,7 @@ private Q_SLOTS:
     {
         const Page shown;
         Card& section = shown.section(Page::preview);
-        QImage picture(section.size(), QImage::Format_ARGB32_Premultiplied);
-        picture.fill(Qt::transparent);
-        section.render(&picture, {}, {}, QWidget::DrawChildren);
+        const QImage picture = pictureOf(section);
         // The place is outside of the plate's rounded corner, but a card's corner would contain it.
         QVERIFY(picture.pixelColor(3, 3).alpha() < 60);
         QCOMPARE(picture.pixelColor(14, 1).alpha(), 255);
@@ -116,7 +103,7 @@ private Q_SLOTS:
 
     void everyTextIsInTheInterfaceLanguage()
     {
-        Setting { Keys::language }.set(QStringLiteral("de"));
+        SettingsWindow::speak("de");
         Page::useFasterCores();
         const Page shown;
         QStringList texts;
@@ -137,8 +124,8 @@ private Q_SLOTS:
                     german("Memory"), show, readout, colour, german("Disk"), show, readout, colour,
                     german("Sensors"), show, readout })
                 .join(u'|'));
-        QCOMPARE(shown.picker(QStringLiteral("cpuReadout")).titles().first(), german("None"));
-        QCOMPARE(shown.picker(QStringLiteral("cpuAccent")).titles().last(), german("Custom"));
+        QCOMPARE(shown.picker("cpuReadout").titles().first(), german("None"));
+        QCOMPARE(shown.picker("cpuAccent").titles().last(), german("Custom"));
         const QString note = withPlainBlanks(shown.footnote(Page::sensors));
         const QStringList parts
             = german("The readout turns amber at %@ and red at %@.").split(QStringLiteral("%@"));
@@ -153,20 +140,17 @@ private Q_SLOTS:
         const Page shown;
         for (const auto* widget : shown.page.findChildren<QWidget*>())
             QVERIFY(widget->isEnabled());
-        shown.picker(QStringLiteral("sensorsReadout")).choose(4);
+        shown.picker("sensorsReadout").choose(4);
         QCOMPARE(storedText("sensorsReadout"), QStringLiteral("fan"));
     }
 
     void theKeyboardReachesAllInReadingOrder_data()
     {
-        QTest::addColumn<int>("key");
-        QTest::newRow("forwards") << int(Qt::Key_Tab);
-        QTest::newRow("backwards") << int(Qt::Key_Backtab);
+        addRows<Qt::Key>({ { "forwards", Qt::Key_Tab }, { "backwards", Qt::Key_Backtab } });
     }
-
     void theKeyboardReachesAllInReadingOrder()
     {
-        QFETCH(int, key);
+        const auto [key] = thisRow<Qt::Key>();
         Page::useFasterCores();
         SharedSettings::store().set("cpuAccent", QStringLiteral("custom:srgb:1,0,0"));
         SettingsWindow w;
@@ -175,7 +159,7 @@ private Q_SLOTS:
         w.sidebar().setFocus();
         QList<QPoint> places;
         for (int i = 0; i < 60; ++i) {
-            QTest::keyClick(w.view.focusWidget(), Qt::Key(key));
+            QTest::keyClick(w.view.focusWidget(), key);
             const QWidget* control = w.view.focusWidget();
             if (control == &w.sidebar())
                 break;

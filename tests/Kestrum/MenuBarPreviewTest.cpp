@@ -4,27 +4,17 @@
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/MenuBar/MoreMark.h"
 #include "KestrumShared/Items/StripBackground.h"
-#include "Platform/Desktop/SystemAppearance.h"
 #include "Platform/Machine/CoreTopology.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
-#include <QImage>
 #include <QScrollBar>
-#include <QWheelEvent>
 
 using namespace kestrum;
 
 class MenuBarPreviewTest : public QObject {
     Q_OBJECT
-
-    static QImage picture(QWidget& widget)
-    {
-        QImage image(widget.size(), QImage::Format_ARGB32_Premultiplied);
-        image.fill(Qt::transparent);
-        widget.render(&image, {}, {}, QWidget::DrawChildren);
-        return image;
-    }
 
     static void useThreads(int threads)
     {
@@ -48,7 +38,6 @@ class MenuBarPreviewTest : public QObject {
         MenuBarPreview& preview = *window.view.findChild<MenuBarPreview*>();
         MenuBarStrip& strip = *preview.strip();
 
-        QImage picture() const { return preview.grab().toImage(); }
         /// The strip's place on the plate.
         QRect place() const { return QRect(strip.mapTo(&preview, QPoint(0, 0)), strip.size()); }
         /// Whether an end of the strip fades into the plate and has an arrow there.
@@ -57,29 +46,12 @@ class MenuBarPreviewTest : public QObject {
             const int outermost = edge == Qt::LeftEdge ? 0 : strip.width() - 1;
             if (!qobject_cast<MoreMark*>(strip.childAt(outermost, strip.height() / 2)))
                 return false;
-            const QImage image = picture().copy(place());
-            const int inwards = edge == Qt::LeftEdge ? 1 : -1;
-            const QRgb plate = StripBackground::plate(SystemAppearance::shared().scheme()).rgb();
-            int ink = 0;
-            for (int y = 0; y < image.height(); ++y) {
-                for (int x = 0; x < 16; ++x) {
-                    const bool isInked = image.pixel(outermost + x * inwards, y) != plate;
-                    if (isInked && (x < 3 || x > 13))
-                        return false;
-                    ink += isInked;
-                }
-            }
-            return ink > 8 && ink < 60;
+            const QImage end = preview.grab().toImage().copy(place()).mirrored(edge == Qt::RightEdge, false);
+            const QColor plate = StripBackground::plate(SystemAppearance::shared().scheme());
+            const FoundPixels ink = pixelsOtherThan(end.copy(0, 0, 16, end.height()), plate);
+            return ink.place.left() >= 3 && ink.place.right() <= 13 && ink.count > 8 && ink.count < 60;
         }
     };
-
-    static bool turnWheel(QWidget& widget, QPoint angle, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-    {
-        const QPointF at = widget.rect().center();
-        QWheelEvent event(
-            at, widget.mapToGlobal(at), {}, angle, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
-        return QApplication::sendEvent(&widget, &event) && event.isAccepted();
-    }
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
@@ -92,20 +64,17 @@ private Q_SLOTS:
 
     void thePlateFollowsTheScheme_data()
     {
-        QTest::addColumn<ColourScheme>("scheme");
-        QTest::addColumn<QColor>("plate");
-        QTest::newRow("light") << ColourScheme::light << QColor::fromRgbF(0.87F, 0.87F, 0.87F);
-        QTest::newRow("dark") << ColourScheme::dark << QColor(0x3A3B3F);
+        addRows<ColourScheme, QColor>(
+            { { "light", ColourScheme::light, QColor::fromRgbF(0.87F, 0.87F, 0.87F) },
+                { "dark", ColourScheme::dark, QColor(0x3A3B3F) } });
     }
-
     void thePlateFollowsTheScheme()
     {
-        QFETCH(ColourScheme, scheme);
-        QFETCH(QColor, plate);
+        const auto [scheme, plate] = thisRow<ColourScheme, QColor>();
         SystemAppearance::shared().setScheme(scheme);
         MenuBarPreview preview;
         preview.resize(600, preview.sizeHint().height());
-        const QImage image = picture(preview);
+        const QImage image = pictureOf(preview);
         QCOMPARE(image.pixelColor(40, 8).rgba(), plate.rgba());
         QCOMPARE(image.pixelColor(0, image.height() / 2).rgba(), plate.rgba());
     }
@@ -114,7 +83,7 @@ private Q_SLOTS:
     {
         MenuBarPreview preview;
         preview.resize(600, preview.sizeHint().height());
-        const QImage image = picture(preview);
+        const QImage image = pictureOf(preview);
         QCOMPARE(image.pixelColor(0, 0).alpha(), 0);
         // On the diagonal, the curve begins at 14 − 14/√2 = 4.1.
         QVERIFY(image.pixelColor(3, 3).alpha() < 40);
@@ -124,28 +93,22 @@ private Q_SLOTS:
         QCOMPARE(image.pixelColor(599, 81).alpha(), 0);
     }
 
-    void theItemsStandAtTheTrailingEndThirtyFromTheEdges_data()
-    {
-        QTest::addColumn<Qt::LayoutDirection>("direction");
-        QTest::newRow("left to right") << Qt::LeftToRight;
-        QTest::newRow("right to left") << Qt::RightToLeft;
-    }
-
+    void theItemsStandAtTheTrailingEndThirtyFromTheEdges_data() { addDirections(); }
     void theItemsStandAtTheTrailingEndThirtyFromTheEdges()
     {
-        QFETCH(Qt::LayoutDirection, direction);
+        const auto [direction] = thisRow<Qt::LayoutDirection>();
         MenuBarPreview preview;
-        preview.setLayoutDirection(direction);
         preview.resize(600, preview.sizeHint().height());
+        preview.setLayoutDirection(direction);
         QCOMPARE(preview.height(), 22 + 2 * 30);
-        picture(preview); // triggers the layout
+        pictureOf(preview); // triggers the layout
         const MenuBarStripView& view = *preview.strip()->view();
         const QRectF row = view.widgetRect(QRectF(QPointF(0, 0), view.intrinsicContentSize()));
         const QRectF place = row.translated(view.mapTo(&preview, QPoint(0, 0)));
         QCOMPARE(place.top(), 30.0);
         QCOMPARE(place.bottom(), preview.height() - 30.0);
         if (direction == Qt::LeftToRight)
-            QVERIFY(std::abs(place.right() - 570) < 1);
+            QCOMPARE_LT(std::abs(place.right() - 570), 1);
         else
             QCOMPARE(place.left(), 30.0);
         // The items have the menu bar's order in both writing directions.
@@ -224,14 +187,8 @@ private Q_SLOTS:
         useThreads(32);
         const Shown shown;
         const QScrollBar& bar = *shown.window.view.findChild<MenuBarPage*>()->verticalScrollBar();
-        // The event is sent as from a mouse: only then does an unaccepted event reach the page.
-        const auto turn = [&](QPoint angle, Qt::KeyboardModifiers modifiers) {
-            MenuBarStripView& view = *shown.strip.view();
-            const QPointF at = view.rect().center();
-            QWheelEvent event(
-                at, view.mapToGlobal(at), {}, angle, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
-            QSpontaneKeyEvent::setSpontaneous(&event);
-            qApp->notify(&view, &event);
+        const auto turn = [&shown](QPoint angle, Qt::KeyboardModifiers modifiers) {
+            turnWheel(*shown.strip.view(), angle, modifiers, true);
         };
         const int offset = shown.strip.offset();
         turn({ 0, -120 }, Qt::NoModifier);

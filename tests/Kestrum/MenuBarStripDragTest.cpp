@@ -3,6 +3,7 @@
 #include "tests/Support/PaintWatcher.h"
 #include "tests/Support/StripWindow.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>
@@ -22,8 +23,7 @@ private Q_SLOTS:
 
     void pressingGrabsTheItemUnderThePointer()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(memory));
         QCOMPARE(w.strip.dragged(), memory);
         QCOMPARE(w.strip.hovered(), memory);
@@ -32,8 +32,7 @@ private Q_SLOTS:
 
     void pressingBesideTheItemsDoesNothing()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(memory), 24);
         QVERIFY(!w.strip.dragged());
         QVERIFY(w.strip.cursor().shape() != Qt::ClosedHandCursor);
@@ -45,8 +44,7 @@ private Q_SLOTS:
 
     void otherButtonsDoNotDrag()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.send(QEvent::MouseButtonPress, w.at(w.middle(memory)), Qt::RightButton, Qt::RightButton);
         QVERIFY(!w.strip.dragged());
         w.press(w.middle(memory));
@@ -56,12 +54,9 @@ private Q_SLOTS:
 
     void theFirstClickInAnInactiveWindowStartsADrag()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         QWidget other;
-        other.show();
-        other.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&other));
+        activate(other);
         QVERIFY(!w.window.isActiveWindow());
         w.press(w.middle(cpu));
         QCOMPARE(w.strip.dragged(), cpu);
@@ -71,8 +66,7 @@ private Q_SLOTS:
 
     void theItemKeepsItsPlaceUnderThePointer()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         const QRectF before = w.frame(sensors);
         w.press(before.left() + 7.25);
         w.drag(before.left() + 7.25 + 5.5);
@@ -81,8 +75,7 @@ private Q_SLOTS:
 
     void aDragEndsAtTheStripsEnds()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(memory));
         w.drag(-500);
         QCOMPARE(w.frame(memory).left(), 0.0);
@@ -92,19 +85,15 @@ private Q_SLOTS:
 
     void anItemChangesPlacesWhenItPassesANeighboursMiddle_data()
     {
-        QTest::addColumn<bool>("toTheLeft");
-        QTest::newRow("to the left") << true;
-        QTest::newRow("to the right") << false;
+        addRows<bool>({ { "to the left", true }, { "to the right", false } });
     }
-
     void anItemChangesPlacesWhenItPassesANeighboursMiddle()
     {
-        QFETCH(bool, toTheLeft);
+        const auto [toTheLeft] = thisRow<bool>();
         const Sections before { storage, sensors, memory, cpu };
         const Sections after = toTheLeft ? Sections { sensors, storage, memory, cpu }
                                          : Sections { storage, memory, sensors, cpu };
         const MonitorSection neighbour = toTheLeft ? storage : memory;
-        StripWindow w;
         StripItems items;
         items.rebuild(before, std::make_shared<SampleReadings>());
         StatusMetricView& dragged = *items.item(sensors)->view;
@@ -134,8 +123,7 @@ private Q_SLOTS:
 
     void oneFastMovePassesSeveralItems()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(cpu));
         w.drag(-10);
         QCOMPARE(w.sections(), Sections({ cpu, storage, sensors, memory }));
@@ -144,8 +132,7 @@ private Q_SLOTS:
 
     void othersStandOnTheGridWhileOneIsDragged()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         const double grabbed = w.middle(sensors);
         w.press(grabbed);
         w.drag(grabbed + 3.5);
@@ -158,8 +145,7 @@ private Q_SLOTS:
 
     void hoverAndLeavingAreIgnoredDuringADrag()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(storage));
         w.leave();
         QCOMPARE(w.strip.hovered(), storage);
@@ -170,8 +156,7 @@ private Q_SLOTS:
 
     void droppingStoresTheOrderAndSnapsToTheGrid()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(cpu));
         const double place = 5 + w.frame(cpu).width() / 2;
         w.drag(place);
@@ -187,8 +172,7 @@ private Q_SLOTS:
     void hiddenSectionKeepsItsSlot()
     {
         Setting { Keys::showSensorsItem }.set(false);
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(cpu));
         w.drag(-10);
         w.release(-10);
@@ -197,8 +181,7 @@ private Q_SLOTS:
 
     void aClickWithoutMovementWritesTheOrder()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(memory));
         w.release(w.middle(memory));
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("storage,sensors,memory,cpu"));
@@ -206,18 +189,14 @@ private Q_SLOTS:
 
     void theDraggedItemIsLiftedOff_data()
     {
-        QTest::addColumn<ColourScheme>("scheme");
-        QTest::addColumn<QColor>("ink");
-        QTest::newRow("light") << ColourScheme::light << QColor(0x1D, 0x1D, 0x1F);
-        QTest::newRow("dark") << ColourScheme::dark << QColor(0xF2, 0xF2, 0xF4);
+        addRows<ColourScheme, QColor>({ { "light", ColourScheme::light, QColor(0x1D, 0x1D, 0x1F) },
+            { "dark", ColourScheme::dark, QColor(0xF2, 0xF2, 0xF4) } });
     }
     void theDraggedItemIsLiftedOff()
     {
-        QFETCH(ColourScheme, scheme);
-        QFETCH(QColor, ink);
+        const auto [scheme, ink] = thisRow<ColourScheme, QColor>();
         SystemAppearance::shared().setScheme(scheme);
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(storage));
         w.drag(w.middle(storage) + 5);
         const double left = w.frame(storage).left();
@@ -225,8 +204,8 @@ private Q_SLOTS:
         const QColor plate = StripBackground::plate(scheme);
         const QColor ground = w.pixel(left - 2, 11);
         QCOMPARE(ground.alpha(), 255);
-        QVERIFY(std::abs(ground.red() - (plate.red() * 0.86 + ink.red() * 0.14)) <= 2);
-        QVERIFY(std::abs(ground.blue() - (plate.blue() * 0.86 + ink.blue() * 0.14)) <= 2);
+        QCOMPARE_LE(std::abs(ground.red() - (plate.red() * 0.86 + ink.red() * 0.14)), 2);
+        QCOMPARE_LE(std::abs(ground.blue() - (plate.blue() * 0.86 + ink.blue() * 0.14)), 2);
         // The shadow is stronger below than above.
         const auto shadow = [&](double x, double y) {
             const QColor pixel = w.pixel(x, y);
@@ -240,8 +219,7 @@ private Q_SLOTS:
 
     void theDraggedItemIsDrawnAboveItsNeighbours()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         // The dragged storage item is the first in order. It is over the sensors item.
         const double grabbed = w.middle(storage);
         w.press(grabbed);
@@ -269,8 +247,7 @@ private Q_SLOTS:
 
     void neighboursSlideToTheirPlaces()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         const double before = w.shownLeft(memory);
         const double grabbed = w.middle(cpu);
         w.press(grabbed);
@@ -284,8 +261,8 @@ private Q_SLOTS:
         const QImage atOnce = w.picture();
         QTRY_VERIFY(w.shownLeft(memory) - before > 10 && w.shownLeft(memory) < place);
         QTRY_COMPARE(w.shownLeft(memory), place);
-        QVERIFY2(
-            timer.elapsed() >= 100 && timer.elapsed() < 600, qPrintable(QString::number(timer.elapsed())));
+        QCOMPARE_GE(timer.elapsed(), 100);
+        QCOMPARE_LT(timer.elapsed(), 600);
         QVERIFY(w.picture() != atOnce);
         // An item that is sent back while it slides starts from where it is drawn.
         w.drag(grabbed);
@@ -299,8 +276,7 @@ private Q_SLOTS:
 
     void aDroppedItemSlidesToItsPlace()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         const double grabbed = w.middle(sensors);
         w.press(grabbed);
         w.drag(grabbed + 12);
@@ -313,8 +289,7 @@ private Q_SLOTS:
 
     void nothingSlidesWhereTheDesktopAsksForLessMotion()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         SystemAppearance::shared().setReducesMotion(true);
         const double grabbed = w.middle(cpu);
         w.press(grabbed);
@@ -328,8 +303,7 @@ private Q_SLOTS:
 
     void onlyWhatMovedIsRepainted()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         QTest::qWait(30);
         PaintWatcher watcher;
         const double grabbed = w.middle(storage);
@@ -344,8 +318,7 @@ private Q_SLOTS:
 
     void aRebuildDoesNotCancelADrag()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         const double grabbed = w.middle(storage);
         w.press(grabbed);
         w.drag(grabbed + 3);
@@ -363,8 +336,7 @@ private Q_SLOTS:
 
     void anItemHiddenDuringItsDragDoesNoHarm()
     {
-        StripWindow w;
-        w.show();
+        ShownStrip w;
         w.press(w.middle(cpu));
         Setting { Keys::showCPUItem }.set(false);
         QTRY_COMPARE(w.sections().size(), 3);

@@ -2,13 +2,13 @@
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/MenuBar/MoreMark.h"
 #include "Platform/Machine/CoreTopology.h"
+#include "tests/Support/FreshSettings.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
+#include "tests/Support/Widgets.h"
 
-#include <QApplication>
 #include <QHBoxLayout>
 #include <QMouseEvent>
-#include <QTest>
-#include <QWheelEvent>
 
 using namespace kestrum;
 
@@ -41,25 +41,17 @@ class MenuBarStripTest : public QObject {
                 type, at, strip->view()->mapToGlobal(at), button, Qt::LeftButton, Qt::NoModifier);
             QApplication::sendEvent(strip->view(), &event);
         }
-
-        bool turnWheel(QPoint angle, Qt::KeyboardModifiers modifiers = Qt::NoModifier)
-        {
-            QWheelEvent event({ 5, 5 }, strip->mapToGlobal(QPointF(5, 5)), {}, angle, Qt::NoButton, modifiers,
-                Qt::NoScrollPhase, false);
-            QApplication::sendEvent(strip, &event);
-            return event.isAccepted();
-        }
     };
 
 private Q_SLOTS:
     void initTestCase()
     {
-        SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults());
+        registerFactoryDefaults();
         CoreTopology::useTiers(
             { { QStringLiteral("Performance"), 24 }, { QStringLiteral("Efficiency"), 8 } });
     }
 
-    void init() { SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys()); }
+    void init() { forgetSettings(); }
 
     void aStripWithRoomEnoughStandsWholeAtTheTrailingEnd()
     {
@@ -67,7 +59,7 @@ private Q_SLOTS:
         QCOMPARE(row.overflow(), 0);
         QCOMPARE(row.strip->geometry().right(), row.window.rect().right());
         QCOMPARE(row.strip->size(), row.strip->view()->sizeHint());
-        QVERIFY(!row.turnWheel({ 120, 0 }));
+        QVERIFY(!turnWheel(*row.strip, { 120, 0 }));
     }
 
     void theTrailingEndIsInViewAtFirst()
@@ -93,28 +85,25 @@ private Q_SLOTS:
 
     void theWheelScrollsSidewaysAndWithShift_data()
     {
-        QTest::addColumn<QPoint>("backwards");
-        QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
-        QTest::newRow("sideways") << QPoint(120, 0) << Qt::KeyboardModifiers();
-        QTest::newRow("with Shift") << QPoint(0, 120) << Qt::KeyboardModifiers(Qt::ShiftModifier);
-        QTest::newRow("sideways with Shift") << QPoint(120, 10) << Qt::KeyboardModifiers(Qt::ShiftModifier);
+        addRows<QPoint, Qt::KeyboardModifiers>(
+            { { "sideways", QPoint(120, 0), {} }, { "with Shift", QPoint(0, 120), Qt::ShiftModifier },
+                { "sideways with Shift", QPoint(120, 10), Qt::ShiftModifier } });
     }
     void theWheelScrollsSidewaysAndWithShift()
     {
-        QFETCH(QPoint, backwards);
-        QFETCH(Qt::KeyboardModifiers, modifiers);
+        const auto [backwards, modifiers] = thisRow<QPoint, Qt::KeyboardModifiers>();
         Row row(200);
         const int end = row.strip->offset();
-        QVERIFY(row.turnWheel(backwards, modifiers));
+        QVERIFY(turnWheel(*row.strip, backwards, modifiers));
         QCOMPARE(row.strip->offset(), end - 60);
-        QVERIFY(row.turnWheel(-backwards, modifiers));
+        QVERIFY(turnWheel(*row.strip, -backwards, modifiers));
         QCOMPARE(row.strip->offset(), end);
         for (int i = 0; i < 100; ++i)
-            row.turnWheel(backwards, modifiers);
+            turnWheel(*row.strip, backwards, modifiers);
         QCOMPARE(row.strip->offset(), 0);
         QCOMPARE(row.strip->view()->x(), 0);
         // At an end, too, the strip takes the event: otherwise the page would scroll.
-        QVERIFY(row.turnWheel(backwards, modifiers));
+        QVERIFY(turnWheel(*row.strip, backwards, modifiers));
     }
 
     void aWheelThatIsTurnedUpOrDownIsThePages()
@@ -122,7 +111,7 @@ private Q_SLOTS:
         Row row(200);
         const int end = row.strip->offset();
         for (const QPoint angle : { QPoint(0, 120), QPoint(0, -120), QPoint(30, 120), QPoint(30, 30) })
-            QVERIFY(!row.turnWheel(angle));
+            QVERIFY(!turnWheel(*row.strip, angle));
         QCOMPARE(row.strip->offset(), end);
     }
 

@@ -5,20 +5,15 @@
 #include "Kestrum/Form/ColourWell.h"
 #include "Kestrum/Form/Switch.h"
 #include "Kestrum/Pictures.h"
-#include "KestrumShared/Settings/Setting.h"
-#include "Platform/Desktop/SystemAppearance.h"
-#include "tests/Support/FileContent.h"
 #include "tests/Support/LoginItemFixture.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/SettingsWindow.h"
-#include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
 #include <QColorDialog>
 #include <QDirIterator>
-#include <QLabel>
 #include <QProcess>
-#include <QTest>
 #include <unistd.h>
 
 using namespace kestrum;
@@ -83,15 +78,12 @@ class PagePicturesTest : public QObject {
         QVERIFY(Pictures::save(scene.view(), folder(name)));
         const QDir saved(folder(name));
         for (const auto& page : allCases<SettingsPage>()) {
-            const QImage light(
-                saved.filePath(QLatin1StringView(page.rawValue) + QStringLiteral("-light@2x.png")));
-            const QImage dark(
-                saved.filePath(QLatin1StringView(page.rawValue) + QStringLiteral("-dark@2x.png")));
+            const QString path = saved.filePath(QLatin1StringView(page.rawValue));
+            const QImage light(path + QStringLiteral("-light@2x.png"));
+            const QImage dark(path + QStringLiteral("-dark@2x.png"));
             QVERIFY(light.width() >= 2 * 640 && light.size() == dark.size());
             QVERIFY(light != dark);
-            QFile tree(saved.filePath(QLatin1StringView(page.rawValue) + QStringLiteral(".tree.txt")));
-            QVERIFY(tree.open(QIODevice::ReadOnly));
-            const QByteArray lines = tree.readAll();
+            const QByteArray lines = contentOf(path + QStringLiteral(".tree.txt"));
             QVERIFY(lines.contains("CheckBox \""));
             QVERIFY(lines.count("focusable") >= 7);
         }
@@ -157,14 +149,11 @@ private Q_SLOTS:
 
     void pagesInEachDirectionOfWriting_data()
     {
-        QTest::addColumn<bool>("isMirrored");
-        QTest::newRow("en") << false;
-        QTest::newRow("de") << false;
-        QTest::newRow("ar") << true;
+        addRows<bool>({ { "en", false }, { "de", false }, { "ar", true } });
     }
     void pagesInEachDirectionOfWriting()
     {
-        QFETCH(const bool, isMirrored);
+        const auto [isMirrored] = thisRow<bool>();
         const QString language = QString::fromLatin1(QTest::currentDataTag());
         Setting { Keys::language }.set(language);
         Scene scene;
@@ -203,9 +192,7 @@ private Q_SLOTS:
     void approvalNeeded()
     {
         QVERIFY(m_fixture->service().registerItem());
-        QFile entry(LoginItemFixture::entry());
-        QVERIFY(entry.open(QIODevice::Append) && entry.write("Hidden=true\n") > 0);
-        entry.close();
+        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
         Scene scene;
         QTRY_VERIFY(scene.shows(QStringLiteral("Turned off under Allow in the Background.")));
         save(scene, QStringLiteral("approval-needed"));

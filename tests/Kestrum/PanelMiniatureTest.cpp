@@ -66,10 +66,10 @@ private Q_SLOTS:
     {
         QVERIFY_COLOUR(drawn(dark, opaque).at(0, 0), QColor::fromRgbF(0.16F, 0.20F, 0.55F));
         for (const QPointF& place : { QPointF(0, 0), QPointF(111, 4), QPointF(4, 73) }) {
-            QVERIFY(drawn(light, opaque).at(place.x(), place.y()).lightnessF() > 0.8);
+            QCOMPARE_GT(drawn(light, opaque).at(place.x(), place.y()).lightnessF(), 0.8F);
             const QColor deep = drawn(dark, opaque).at(place.x(), place.y());
-            QVERIFY(deep.lightnessF() < 0.5);
-            QVERIFY(std::abs(deep.hslHue() - 225) < 25);
+            QCOMPARE_LT(deep.lightnessF(), 0.5F);
+            QCOMPARE_LT(std::abs(deep.hslHue() - 225), 25);
         }
     }
 

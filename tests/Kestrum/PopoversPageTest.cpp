@@ -1,65 +1,65 @@
 #include "Kestrum/Popovers/PopoversPage.h"
 
 #include "Kestrum/Form/Row.h"
-#include "Kestrum/Form/Theme.h"
 #include "Kestrum/Popovers/ChoiceTileRow.h"
-#include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/PaintWatcher.h"
 #include "tests/Support/PanelPixels.h"
 #include "tests/Support/Programs.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
-#include <QLabel>
 #include <QScrollBar>
 
 using namespace kestrum;
 
-namespace {
-
-const QColor opaqueDark(31, 33, 36);
-const QColor opaqueLight(199, 204, 209);
-
-void store(const char* key, const char* text)
-{
-    SharedSettings::store().set(key, QString::fromUtf8(text));
-}
-
-/// The page in a window, as wide as in the smallest settings window.
-struct PopoversPageWindow {
-    PopoversPage page;
-    QList<ChoiceTileRow*> rows = page.findChildren<ChoiceTileRow*>();
-    const ChoiceTileRow& appearance = *rows[0];
-    const ChoiceTileRow& background = *rows[1];
-
-    PopoversPageWindow()
-    {
-        page.resize(436, 480);
-        page.show();
-        page.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&page));
-    }
-
-    /// The colour at `place` in the picture of a tile; by default, a place on the popover that the tile shows.
-    static QColor panel(const ChoiceTileRow& row, int index, const QPoint& place = { 100, 12 })
-    {
-        return row.tiles()[index]->grab().toImage().pixelColor(place);
-    }
-};
-
-QStringList tileTitles(const ChoiceTileRow& row)
-{
-    QStringList titles;
-    for (const ChoiceTile* tile : row.tiles())
-        titles.append(tile->text());
-    return titles;
-}
-
-} // namespace
-
 class PopoversPageTest : public QObject {
     Q_OBJECT
-    using Shown = PopoversPageWindow;
+
+    static inline const QColor opaqueDark { 31, 33, 36 };
+    static inline const QColor opaqueLight { 199, 204, 209 };
+
+    static void store(const char* key, const char* text)
+    {
+        SharedSettings::store().set(key, QString::fromUtf8(text));
+    }
+
+    /// The page in a window, as wide as in the smallest settings window.
+    struct Shown {
+        PopoversPage page;
+        QList<ChoiceTileRow*> rows = page.findChildren<ChoiceTileRow*>();
+        const ChoiceTileRow& appearance = *rows[0];
+        const ChoiceTileRow& background = *rows[1];
+
+        Shown()
+        {
+            page.resize(436, 480);
+            activate(page);
+        }
+
+        /// The colour at `place` in the picture of a tile; by default, a place on the popover that the tile shows.
+        static QColor panel(const ChoiceTileRow& row, int index, const QPoint& place = { 100, 12 })
+        {
+            return row.tiles()[index]->grab().toImage().pixelColor(place);
+        }
+        /// Whether a tile is in view as a whole.
+        static bool isInView(const QScrollArea& page, const ChoiceTile& tile)
+        {
+            return page.viewport()->rect().contains(
+                QRect(tile.mapTo(page.viewport(), QPoint(0, 0)), tile.size()));
+        }
+    };
+
+    /// The texts that can be seen, in the order of the widgets.
+    template <class Widget> static QString textsOf(const QWidget& part)
+    {
+        QStringList texts;
+        for (const Widget* widget : part.findChildren<Widget*>()) {
+            if (widget->isVisible())
+                texts.append(widget->text());
+        }
+        return texts.join(u'|');
+    }
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
@@ -73,30 +73,17 @@ private Q_SLOTS:
     {
         const Shown shown;
         QCOMPARE(shown.rows.size(), 2);
-        QCOMPARE(shown.appearance.findChild<QLabel*>()->text(), QStringLiteral("Appearance"));
-        QCOMPARE(tileTitles(shown.appearance),
-            QStringList({ QStringLiteral("Light"), QStringLiteral("Dark"), QStringLiteral("System") }));
-        QCOMPARE(shown.background.findChild<QLabel*>()->text(), QStringLiteral("Background"));
-        QCOMPARE(tileTitles(shown.background),
-            QStringList({ QStringLiteral("Translucent"), QStringLiteral("Opaque") }));
+        QCOMPARE(textsOf<QLabel>(shown.appearance), QStringLiteral("Appearance"));
+        QCOMPARE(textsOf<ChoiceTile>(shown.appearance), QStringLiteral("Light|Dark|System"));
+        QCOMPARE(textsOf<QLabel>(shown.background), QStringLiteral("Background"));
+        QCOMPARE(textsOf<ChoiceTile>(shown.background), QStringLiteral("Translucent|Opaque"));
 
         const QList<Card*> cards = shown.page.findChildren<Card*>();
         QCOMPARE(cards.size(), 2);
         QVERIFY(cards[0]->isAncestorOf(shown.rows[0]) && cards[0]->isAncestorOf(shown.rows[1]));
-        QStringList texts;
-        for (const QLabel* label : cards[0]->findChildren<QLabel*>()) {
-            if (label->isVisible())
-                texts.append(label->text());
-        }
         // The card has no heading of its own.
-        QCOMPARE(texts, QStringList({ QStringLiteral("Appearance"), QStringLiteral("Background") }));
-        texts.clear();
-        for (const QLabel* label : cards[1]->findChildren<QLabel*>()) {
-            if (label->isVisible())
-                texts.append(label->text());
-        }
-        texts.sort();
-        QCOMPARE(texts, QStringList({ QStringLiteral("Coming soon"), QStringLiteral("Themes") }));
+        QCOMPARE(textsOf<QLabel>(*cards[0]), QStringLiteral("Appearance|Background"));
+        QCOMPARE(textsOf<QLabel>(*cards[1]), QStringLiteral("Themes|Coming soon"));
         QVERIFY(cards[0]->y() < cards[1]->y());
     }
 
@@ -113,64 +100,45 @@ private Q_SLOTS:
 
     void theStoredChoicesAreSelected_data()
     {
-        QTest::addColumn<QJsonValue>("appearance");
-        QTest::addColumn<QJsonValue>("background");
-        QTest::addColumn<int>("appearanceIndex");
-        QTest::addColumn<int>("backgroundIndex");
         const auto text = [](const char* value) { return QJsonValue(QString::fromUtf8(value)); };
         const QJsonValue absent(QJsonValue::Undefined);
-        QTest::newRow("absent") << absent << absent << 2 << 0;
-        QTest::newRow("light, opaque") << text("light") << text("opaque") << 0 << 1;
-        QTest::newRow("dark, translucent") << text("dark") << text("translucent") << 1 << 0;
-        QTest::newRow("system") << text("system") << absent << 2 << 0;
-        QTest::newRow("texts that are no choices") << text("Dark") << text("glass") << -1 << -1;
-        QTest::newRow("empty texts") << text("") << text("") << -1 << -1;
-        QTest::newRow("no texts") << QJsonValue(1) << QJsonValue(true) << 2 << 0;
+        addRows<QJsonValue, QJsonValue, int, int>(
+            { { "absent", absent, absent, 2, 0 }, { "light, opaque", text("light"), text("opaque"), 0, 1 },
+                { "dark, translucent", text("dark"), text("translucent"), 1, 0 },
+                { "system", text("system"), absent, 2, 0 },
+                { "texts that are no choices", text("Dark"), text("glass"), -1, -1 },
+                { "empty texts", text(""), text(""), -1, -1 }, { "no texts", 1, true, 2, 0 } });
     }
-
     void theStoredChoicesAreSelected()
     {
-        QFETCH(QJsonValue, appearance);
-        QFETCH(QJsonValue, background);
+        const auto [appearance, background, appearanceIndex, backgroundIndex]
+            = thisRow<QJsonValue, QJsonValue, int, int>();
         if (!appearance.isUndefined())
             SharedSettings::store().set("popoverAppearance", appearance);
         if (!background.isUndefined())
             SharedSettings::store().set("popoverBackground", background);
         const Shown shown;
-        QTEST(shown.appearance.index(), "appearanceIndex");
-        QTEST(shown.background.index(), "backgroundIndex");
+        QCOMPARE(shown.appearance.index(), appearanceIndex);
+        QCOMPARE(shown.background.index(), backgroundIndex);
         // Showing the page stores nothing.
-        const QJsonObject stored = SharedSettings::store().storedDictionary();
-        QCOMPARE(stored.value(QLatin1StringView("popoverAppearance")), appearance);
-        QCOMPARE(stored.value(QLatin1StringView("popoverBackground")), background);
+        QCOMPARE(FormHand::stored("popoverAppearance"), appearance);
+        QCOMPARE(FormHand::stored("popoverBackground"), background);
     }
 
     void aClickStoresTheChoice_data()
     {
-        QTest::addColumn<int>("row");
-        QTest::addColumn<int>("tile");
-        QTest::addColumn<QByteArray>("key");
-        QTest::addColumn<QString>("text");
-        int row = 0;
-        for (const auto& entry : allCases<PopoverAppearance>())
-            QTest::newRow(entry.rawValue)
-                << 0 << row++ << QByteArray("popoverAppearance") << QString::fromLatin1(entry.rawValue);
-        row = 0;
-        for (const auto& entry : allCases<PopoverBackground>())
-            QTest::newRow(entry.rawValue)
-                << 1 << row++ << QByteArray("popoverBackground") << QString::fromLatin1(entry.rawValue);
+        addRows<int, int, QByteArray>({ { "light", 0, 0, "popoverAppearance" },
+            { "dark", 0, 1, "popoverAppearance" }, { "system", 0, 2, "popoverAppearance" },
+            { "translucent", 1, 0, "popoverBackground" }, { "opaque", 1, 1, "popoverBackground" } });
     }
-
     void aClickStoresTheChoice()
     {
-        QFETCH(int, row);
-        QFETCH(int, tile);
-        QFETCH(QByteArray, key);
+        const auto [row, tile, key] = thisRow<int, int, QByteArray>();
         // The row starts from a stored text that is no choice.
         store(key, "nonsense");
         const Shown shown;
         QTest::mouseClick(shown.rows[row]->tiles()[tile], Qt::LeftButton);
-        QTEST(storedText(key), "text");
+        QCOMPARE(storedText(key), QString::fromLatin1(QTest::currentDataTag()));
         QCOMPARE(shown.rows[row]->index(), tile);
         // The other key is still not stored.
         QCOMPARE(SharedSettings::store().storedDictionary().size(), 1);
@@ -180,13 +148,12 @@ private Q_SLOTS:
     {
         const Shown shown;
         const QImage before = shown.rows[0]->grab().toImage();
-        QTest::mouseClick(shown.appearance.tiles()[2], Qt::LeftButton);
-        QCOMPARE(storedText("popoverAppearance"), QStringLiteral("system"));
-        QCOMPARE(shown.rows[0]->grab().toImage(), before);
-        QTest::mouseClick(shown.appearance.tiles()[2], Qt::LeftButton);
-        QCOMPARE(storedText("popoverAppearance"), QStringLiteral("system"));
-        QCOMPARE(shown.appearance.index(), 2);
-        QCOMPARE(shown.rows[0]->grab().toImage(), before);
+        for (int i = 0; i < 2; ++i) {
+            QTest::mouseClick(shown.appearance.tiles()[2], Qt::LeftButton);
+            QCOMPARE(storedText("popoverAppearance"), QStringLiteral("system"));
+            QCOMPARE(shown.appearance.index(), 2);
+            QCOMPARE(shown.rows[0]->grab().toImage(), before);
+        }
     }
 
     void theTilesFollowWhatAnotherProcessStores()
@@ -256,24 +223,17 @@ private Q_SLOTS:
 
     void thePreviewsSchemeIsTheChosenOneElseTheWindows_data()
     {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<bool>("isDarkInLight");
-        QTest::addColumn<bool>("isDarkInDark");
-        QTest::newRow("light") << QStringLiteral("light") << false << false;
-        QTest::newRow("dark") << QStringLiteral("dark") << true << true;
-        QTest::newRow("system") << QStringLiteral("system") << false << true;
-        QTest::newRow("another case of letters") << QStringLiteral("Dark") << false << true;
-        QTest::newRow("another text") << QStringLiteral("sepia") << false << true;
-        QTest::newRow("empty") << QString() << false << true;
+        addRows<QString, bool, bool>({ { "light", "light", false, false }, { "dark", "dark", true, true },
+            { "system", "system", false, true }, { "another case of letters", "Dark", false, true },
+            { "another text", "sepia", false, true }, { "empty", "", false, true } });
     }
-
     void thePreviewsSchemeIsTheChosenOneElseTheWindows()
     {
-        QFETCH(QString, stored);
+        const auto [stored, isDarkInLight, isDarkInDark] = thisRow<QString, bool, bool>();
         SharedSettings::store().set("popoverAppearance", stored);
-        QTEST(PopoversPage::previewScheme() == ColourScheme::dark, "isDarkInLight");
+        QCOMPARE(PopoversPage::previewScheme() == ColourScheme::dark, isDarkInLight);
         SystemAppearance::shared().setScheme(ColourScheme::dark);
-        QTEST(PopoversPage::previewScheme() == ColourScheme::dark, "isDarkInDark");
+        QCOMPARE(PopoversPage::previewScheme() == ColourScheme::dark, isDarkInDark);
     }
 
     void everyPictureIsDrawnAnewWhenAChoiceOrTheSchemeChanges()
@@ -301,7 +261,7 @@ private Q_SLOTS:
         SettingsWindow w;
         w.view.resize(w.view.minimumSize());
         w.view.selectPage(SettingsPage::popovers);
-        QTest::qWait(20);
+        settle();
         auto* page = qobject_cast<PopoversPage*>(w.view.pageWidget());
         QVERIFY(page);
         QCOMPARE(page->verticalScrollBar()->maximum(), 0);
@@ -310,8 +270,7 @@ private Q_SLOTS:
             for (const ChoiceTile* tile : row->tiles()) {
                 QVERIFY(row->rect().contains(tile->geometry()));
                 QCOMPARE(tile->y(), row->tiles()[0]->y());
-                QVERIFY(page->viewport()->rect().contains(
-                    QRect(tile->mapTo(page->viewport(), QPoint(0, 0)), tile->size())));
+                QVERIFY(Shown::isInView(*page, *tile));
             }
         }
         // In both rows the tiles are one below the other.
@@ -323,12 +282,9 @@ private Q_SLOTS:
         Shown shown;
         // The window is so narrow that the tiles take two lines, and so low that only one line is visible.
         shown.page.resize(319, 180);
-        QTest::qWait(20);
+        settle();
         const QList<ChoiceTile*> tiles = shown.appearance.tiles();
-        const auto isInView = [&](int index) {
-            return shown.page.viewport()->rect().contains(
-                QRect(tiles[index]->mapTo(shown.page.viewport(), QPoint(0, 0)), tiles[index]->size()));
-        };
+        const auto isInView = [&](int index) { return Shown::isInView(shown.page, *tiles[index]); };
         QVERIFY(tiles[2]->y() > tiles[1]->geometry().bottom());
         QVERIFY(isInView(0) && !isInView(2));
         QTest::mouseClick(tiles[1], Qt::LeftButton);
@@ -344,13 +300,13 @@ private Q_SLOTS:
     {
         SettingsWindow w;
         w.view.selectPage(SettingsPage::popovers);
-        QTest::qWait(20);
+        settle();
         const auto tile = [&w] { return w.view.findChild<ChoiceTileRow*>()->tiles()[0]; };
         QCOMPARE(tile()->text(), QStringLiteral("Light"));
         // The header's title.
         const QRect title(25, 12, 60, 14);
         const QImage english = tile()->grab(title).toImage();
-        Setting { Keys::language }.set(QStringLiteral("de"));
+        SettingsWindow::speak("de");
         QTRY_COMPARE(tile()->text(), QStringLiteral("Hell"));
         QVERIFY(tile()->grab(title).toImage() != english);
     }

@@ -1,15 +1,15 @@
 #include "Kestrum/Relaunch.h"
 #include "Platform/Bundle/Bundle.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/FileTree.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 #include "tests/Support/ToldFocus.h"
 
 #include <QElapsedTimer>
-#include <QFile>
 #include <QGuiApplication>
 #include <QRasterWindow>
-#include <QTest>
 #include <memory>
 #include <unistd.h>
 
@@ -58,12 +58,6 @@ class RelaunchTest : public QObject {
             "#!/bin/sh\nprintf '%s\\n' \"$@\" > '" + report + ".new'; mv '" + report + ".new' '" + report
                 + "'\n");
         QVERIFY(QFile::setPermissions(tree.path(opener), QFileDevice::ReadOwner | QFileDevice::ExeOwner));
-    }
-
-    static QByteArray content(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
 private Q_SLOTS:
@@ -160,27 +154,22 @@ private Q_SLOTS:
         clock.start();
         programs.end(process.pid);
         QTRY_VERIFY(QFile::exists(tree.path(QStringLiteral("report"))));
-        QVERIFY2(clock.elapsed() < 1000, QByteArray::number(clock.elapsed()).constData());
-        QCOMPARE(content(tree.path(QStringLiteral("report"))),
+        QCOMPARE_LT(clock.elapsed(), 1000);
+        QCOMPARE(contentOf(tree.path(QStringLiteral("report"))),
             "open\n-g\n" + QFile::encodeName(tree.path(bundle)) + '\n');
     }
 
     void whereTheCommandCannotCarryThePathTheApplicationStays_data()
     {
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("a substitution") << QStringLiteral("a$(touch report)");
-        QTest::newRow("an older substitution") << QStringLiteral("a`touch report`");
-        QTest::newRow("a variable") << QStringLiteral("a$HOME");
-        QTest::newRow("a closing quote") << QStringLiteral("a\"; touch report; \"");
-        QTest::newRow("a backslash") << QStringLiteral("a\\");
-        QTest::newRow("a line end") << QStringLiteral("a\nb");
-        QTest::newRow("no text") << QFile::decodeName("a\xFF");
+        addRows<QByteArray>(
+            { { "a substitution", "a$(touch report)" }, { "an older substitution", "a`touch report`" },
+                { "a variable", "a$HOME" }, { "a closing quote", "a\"; touch report; \"" },
+                { "a backslash", "a\\" }, { "a line end", "a\nb" }, { "no text", "a\xFF" } });
     }
-
     void whereTheCommandCannotCarryThePathTheApplicationStays()
     {
-        QFETCH(const QString, folder);
-        Bundle::setMain(Bundle(QStringLiteral("/opt/") + folder + QStringLiteral("/Kestrum.app")));
+        const auto [folder] = thisRow<QByteArray>();
+        Bundle::setMain(Bundle(QFile::decodeName("/opt/" + folder + "/Kestrum.app")));
         static QStringList warnings;
         warnings.clear();
         const auto before
@@ -215,7 +204,7 @@ private Q_SLOTS:
         programs.end(process.pid);
         Relaunch::Actions::real().startShell(Relaunch::command(process.pid, tree.path(bundle)));
         QTRY_VERIFY(QFile::exists(tree.path(QStringLiteral("report"))));
-        QCOMPARE(content(tree.path(QStringLiteral("report"))),
+        QCOMPARE(contentOf(tree.path(QStringLiteral("report"))),
             "open\n-g\n" + QFile::encodeName(tree.path(bundle)) + '\n');
     }
 
@@ -234,7 +223,7 @@ private Q_SLOTS:
                 .arg(report));
         QTRY_VERIFY(QFile::exists(report));
         ::close(inherited);
-        const QByteArrayList lines = content(report).trimmed().split('\n');
+        const QByteArrayList lines = contentOf(report).trimmed().split('\n');
         QCOMPARE(lines.size(), 3);
         QCOMPARE(lines[1], lines[0]);
         // Descriptors from 10 on are the shell's own copies of the streams that it redirects.

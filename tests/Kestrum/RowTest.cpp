@@ -3,55 +3,30 @@
 #include "Kestrum/Form/Card.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Switch.h"
-#include "Kestrum/Form/Theme.h"
 #include "tests/Support/ControlWindow.h"
 #include "tests/Support/TestHome.h"
 
-#include <QApplication>
-#include <QTest>
-#include <QVBoxLayout>
-
 using namespace kestrum;
-
-namespace {
-
-/// A window with a card that contains rows.
-struct RowFixture {
-    QWidget window;
-    Card* card = new Card;
-
-    explicit RowFixture(std::initializer_list<Row*> rows)
-    {
-        window.setPalette(Theme::palette(ColourScheme::light));
-        auto* layout = new QVBoxLayout(&window);
-        layout->setContentsMargins(0, 0, 0, 0);
-        layout->addWidget(card);
-        layout->addStretch(1);
-        for (Row* row : rows)
-            card->add(row);
-    }
-    void showAt(int width)
-    {
-        window.resize(width, 400);
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        QTest::qWait(20);
-    }
-};
-
-QLabel& labelOf(const Row& row)
-{
-    return *row.findChild<QLabel*>();
-}
-
-const QString longText
-    = QStringLiteral("Turned off under Allow in the Background, which is a long text that goes on");
-
-} // namespace
 
 class RowTest : public QObject {
     Q_OBJECT
-    using Fixture = RowFixture;
+
+    /// A card that contains a row, in a window.
+    struct Fixture {
+        Card* card;
+        ControlWindow window;
+
+        Fixture(Row* row, int width, Qt::LayoutDirection direction = Qt::LeftToRight)
+            : card(new Card({ row }))
+            , window(card, width, direction)
+        {
+        }
+    };
+
+    static QLabel& labelOf(const Row& row) { return *row.findChild<QLabel*>(); }
+
+    static inline const QString longText
+        = QStringLiteral("Turned off under Allow in the Background, which is a long text that goes on");
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }
@@ -60,8 +35,7 @@ private Q_SLOTS:
     {
         auto* toggle = new Switch;
         auto* row = new Row(QStringLiteral("Launch"), toggle);
-        Fixture fixture({ row });
-        fixture.showAt(400);
+        const Fixture fixture(row, 400);
         QCOMPARE(row->height(), 40);
         QCOMPARE(row->width(), 400);
         QCOMPARE(labelOf(*row).x(), 12);
@@ -74,9 +48,7 @@ private Q_SLOTS:
     {
         auto* toggle = new Switch;
         auto* row = new Row(QStringLiteral("Launch"), toggle);
-        Fixture fixture({ row });
-        fixture.window.setLayoutDirection(Qt::RightToLeft);
-        fixture.showAt(400);
+        const Fixture fixture(row, 400, Qt::RightToLeft);
         QCOMPARE(toggle->x(), 12);
         QCOMPARE(labelOf(*row).geometry().right(), 400 - 12 - 1);
     }
@@ -85,8 +57,7 @@ private Q_SLOTS:
     {
         auto* button = new PushButton(QStringLiteral("Open"));
         auto* row = new Row(longText, button);
-        Fixture fixture({ row });
-        fixture.showAt(340);
+        const Fixture fixture(row, 340);
         const QLabel& label = labelOf(*row);
         QVERIFY(label.height() >= 2 * label.fontMetrics().lineSpacing());
         QVERIFY(row->height() >= label.height() + 12);
@@ -100,15 +71,14 @@ private Q_SLOTS:
         auto* companion = new Switch;
         auto* row = new Row(longText, button);
         row->setCompanion(companion);
-        Fixture fixture({ row });
-        fixture.showAt(340);
+        const Fixture fixture(row, 340);
         const QRect label = labelOf(*row).geometry();
         const int height = row->height();
         QCOMPARE(companion->geometry().right(), 340 - 12 - 1);
         QCOMPARE(companion->size(), companion->sizeHint());
         QCOMPARE(button->geometry().right(), companion->x() - 8 - 1);
         companion->hide();
-        QTest::qWait(20);
+        settle();
         QCOMPARE(button->geometry().right(), 340 - 12 - 1);
         QCOMPARE(labelOf(*row).geometry(), label);
         QCOMPARE(row->height(), height);
@@ -118,8 +88,7 @@ private Q_SLOTS:
     {
         auto* button = new PushButton(QStringLiteral("A button with a long text on it"));
         auto* row = new Row(longText, button);
-        Fixture fixture({ row });
-        fixture.showAt(300);
+        const Fixture fixture(row, 300);
         QVERIFY(button->y() > labelOf(*row).geometry().bottom());
         QCOMPARE(button->geometry().right(), 300 - 12 - 1);
         QCOMPARE(labelOf(*row).width(), 300 - 24);
@@ -129,11 +98,10 @@ private Q_SLOTS:
     void aTextThatGrowsIsNotCut()
     {
         auto* row = new Row(QStringLiteral("short"));
-        Fixture fixture({ row });
-        fixture.showAt(300);
+        const Fixture fixture(row, 300);
         QCOMPARE(row->height(), 40);
         row->setText(longText + longText + longText);
-        QTest::qWait(20);
+        settle();
         QVERIFY(labelOf(*row).heightForWidth(labelOf(*row).width()) <= labelOf(*row).height());
         QVERIFY(row->height() >= labelOf(*row).height());
         QVERIFY(fixture.card->height() >= row->height());
@@ -153,13 +121,13 @@ private Q_SLOTS:
     void inksFollowTheScheme()
     {
         auto* row = new Row(QStringLiteral("text"));
-        Fixture fixture({ row });
-        const auto shown = [&] {
+        const Fixture fixture(row, 300);
+        const auto shown = [row] {
             const QLabel& label = labelOf(*row);
             return label.palette().color(label.foregroundRole());
         };
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            fixture.window.setPalette(Theme::palette(scheme));
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
+            SystemAppearance::shared().setScheme(scheme);
             row->setInk(Row::Ink::text);
             QCOMPARE(shown(), Theme::colour(Theme::Colour::text, scheme));
             row->setInk(Row::Ink::secondary);
@@ -170,33 +138,6 @@ private Q_SLOTS:
                         Theme::colour(Theme::Colour::card, scheme))
                 >= 4.5);
         }
-    }
-
-    void hairlinesStandBetweenTheRowsThatAreShown()
-    {
-        auto* first = new Row(QStringLiteral("1"));
-        auto* second = new Row(QStringLiteral("2"));
-        auto* third = new Row(QStringLiteral("3"));
-        Fixture fixture({ first, second, third });
-        const auto hairlines = [&fixture] {
-            // Measured in a column without text.
-            const QImage picture = fixture.card->grab().toImage();
-            const int x = picture.width() - 30;
-            QList<int> found;
-            for (int y = 5; y < picture.height() - 5; ++y) {
-                if (picture.pixel(x, y) != picture.pixel(x, 4))
-                    found.append(y);
-            }
-            return found;
-        };
-        fixture.showAt(300);
-        QCOMPARE(hairlines(), QList<int>({ 40, 80 }));
-        second->hide();
-        QTest::qWait(20);
-        QCOMPARE(hairlines(), QList<int>({ 40 }));
-        first->hide();
-        QTest::qWait(20);
-        QCOMPARE(hairlines(), QList<int>());
     }
 };
 

@@ -5,56 +5,52 @@
 #include "Kestrum/Form/Row.h"
 #include "tests/Support/ControlWindow.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
-#include <QAccessible>
 #include <QRadioButton>
 #include <QSignalSpy>
 
 using namespace kestrum;
 using Theme::Colour;
 
-namespace {
-
-const QStringList segmentTitles { QStringLiteral("Bars"), QStringLiteral("Wave"), QStringLiteral("Compact") };
-
-SegmentedPicker* pickerOf(const QStringList& segments, int index)
-{
-    auto* picker = new SegmentedPicker;
-    for (const QString& title : segments)
-        picker->addSegment(title);
-    picker->setIndex(index);
-    return picker;
-}
-
-/// A picker between two buttons.
-struct SegmentedPickerFixture {
-    PushButton* before = new PushButton(QStringLiteral("Before"));
-    SegmentedPicker* picker;
-    PushButton* after = new PushButton(QStringLiteral("After"));
-    QSignalSpy choices;
-    ControlWindow window;
-
-    explicit SegmentedPickerFixture(int index = 0, Qt::LayoutDirection direction = Qt::LeftToRight)
-        : picker(pickerOf(segmentTitles, index))
-        , choices(picker, &SegmentedPicker::chosen)
-        , window({ before, picker, after }, direction)
-    {
-    }
-
-    QRadioButton* segment(int index) const { return picker->findChildren<QRadioButton*>()[index]; }
-    void press(int key) const { QTest::keyClick(QApplication::focusWidget(), Qt::Key(key)); }
-    int lastChoice() const { return choices.isEmpty() ? -1 : choices.last().first().toInt(); }
-    QRgb pixel(int index, QPoint place) const
-    {
-        return picker->grab().toImage().pixel(segment(index)->pos() + place);
-    }
-};
-
-} // namespace
-
 class SegmentedPickerTest : public QObject {
     Q_OBJECT
-    using Fixture = SegmentedPickerFixture;
+
+    static inline const QStringList segmentTitles { QStringLiteral("Bars"), QStringLiteral("Wave"),
+        QStringLiteral("Compact") };
+
+    static SegmentedPicker* pickerOf(const QStringList& segments, int index)
+    {
+        auto* picker = new SegmentedPicker;
+        for (const QString& title : segments)
+            picker->addSegment(title);
+        picker->setIndex(index);
+        return picker;
+    }
+
+    /// A picker between two buttons.
+    struct Fixture {
+        PushButton* before = new PushButton(QStringLiteral("Before"));
+        SegmentedPicker* picker;
+        PushButton* after = new PushButton(QStringLiteral("After"));
+        QSignalSpy choices;
+        ControlWindow window;
+
+        explicit Fixture(int index = 0, Qt::LayoutDirection direction = Qt::LeftToRight)
+            : picker(pickerOf(segmentTitles, index))
+            , choices(picker, &SegmentedPicker::chosen)
+            , window({ before, picker, after }, direction)
+        {
+        }
+
+        QRadioButton* segment(int index) const { return picker->findChildren<QRadioButton*>()[index]; }
+        void press(int key) const { QTest::keyClick(QApplication::focusWidget(), Qt::Key(key)); }
+        int lastChoice() const { return choices.isEmpty() ? -1 : choices.last().first().toInt(); }
+        QRgb pixel(int index, QPoint place) const
+        {
+            return picker->grab().toImage().pixel(segment(index)->pos() + place);
+        }
+    };
 
 private Q_SLOTS:
     void initTestCase() { ControlWindow::prepareProgram(); }
@@ -173,8 +169,7 @@ private Q_SLOTS:
         QVERIFY(fixture.segment(1)->hasFocus());
         fixture.picker->setIndex(2);
         QVERIFY(fixture.segment(2)->hasFocus());
-        QCOMPARE(fixture.window.ring()->geometry(),
-            ControlWindow::around(*fixture.segment(2), *fixture.window.ring()));
+        QVERIFY(fixture.window.marks(*fixture.segment(2)));
         fixture.picker->setIndex(-1);
         fixture.press(Qt::Key_Tab);
         QVERIFY(fixture.after->hasFocus());
@@ -190,23 +185,16 @@ private Q_SLOTS:
         QVERIFY(!fixture.window.ring());
         fixture.before->setFocus(Qt::TabFocusReason);
         fixture.press(Qt::Key_Tab);
-        FocusRing* ring = fixture.window.ring();
-        QVERIFY(ring);
-        QCOMPARE(ring->geometry(), ControlWindow::around(*fixture.segment(2), *ring));
-        QVERIFY(ring->parentWidget()->rect().contains(ring->geometry()));
+        QVERIFY(fixture.window.marks(*fixture.segment(2)));
         fixture.press(Qt::Key_Left);
-        ring = fixture.window.ring();
-        QVERIFY(ring);
-        QCOMPARE(ring->geometry(), ControlWindow::around(*fixture.segment(1), *ring));
+        QVERIFY(fixture.window.marks(*fixture.segment(1)));
         // The focus ring follows the control when the page moves it.
         fixture.picker->move(fixture.picker->pos() + QPoint(15, 10));
-        QCOMPARE(ring->geometry(), ControlWindow::around(*fixture.segment(1), *ring));
+        QVERIFY(fixture.window.marks(*fixture.segment(1)));
         // Hiding the control moves the focus, and the ring follows.
         fixture.picker->hide();
         QVERIFY(fixture.after->hasFocus());
-        ring = fixture.window.ring();
-        QVERIFY(ring);
-        QCOMPARE(ring->geometry(), ControlWindow::around(*fixture.after, *ring));
+        QVERIFY(fixture.window.marks(*fixture.after));
     }
 
     void nothingMovesWhenAnotherIsChosen()
@@ -267,13 +255,11 @@ private Q_SLOTS:
         const Fixture fixture(1);
         fixture.picker->setAccessibleName(QStringLiteral("Meter"));
         QAccessibleInterface* group = QAccessible::queryAccessibleInterface(fixture.picker);
-        QCOMPARE(group->role(), QAccessible::Grouping);
-        QCOMPARE(group->text(QAccessible::Name), QStringLiteral("Meter"));
+        QCOMPARE(heard(group), QStringLiteral("Grouping Meter"));
         QCOMPARE(group->childCount(), 3);
         for (int i = 0; i < 3; ++i) {
             QAccessibleInterface* segment = group->child(i);
-            QCOMPARE(segment->role(), QAccessible::RadioButton);
-            QCOMPARE(segment->text(QAccessible::Name), segmentTitles[i]);
+            QCOMPARE(heard(segment), QStringLiteral("RadioButton ") + segmentTitles[i]);
             QVERIFY(segment->state().checkable && segment->state().focusable);
             QCOMPARE(bool(segment->state().checked), i == 1);
         }
@@ -299,25 +285,16 @@ private Q_SLOTS:
         QCOMPARE(fixture.choices.size(), 2);
     }
 
-    void whereItIsTooWideItStandsInRowsAndNothingIsCut_data()
-    {
-        QTest::addColumn<Qt::LayoutDirection>("direction");
-        QTest::newRow("from the left") << Qt::LeftToRight;
-        QTest::newRow("from the right") << Qt::RightToLeft;
-    }
-
+    void whereItIsTooWideItStandsInRowsAndNothingIsCut_data() { addDirections(); }
     void whereItIsTooWideItStandsInRowsAndNothingIsCut()
     {
-        QFETCH(Qt::LayoutDirection, direction);
         auto* picker = pickerOf({ QStringLiteral("Balkendiagramm"), QStringLiteral("Wellenlinie"),
                                     QStringLiteral("Zusammengefasst") },
             1);
         auto* row = new Row(QStringLiteral("Darstellung"), picker);
-        auto* card = new Card({ row });
-        ControlWindow window({}, direction);
-        static_cast<QVBoxLayout*>(window.layout())->insertWidget(0, card);
-        window.resize(280, 400);
-        QTRY_COMPARE(picker->width(), 280 - 2 * ControlWindow::margin - 2 * Theme::rowInset);
+        const auto [direction] = thisRow<Qt::LayoutDirection>();
+        const ControlWindow window(new Card({ row }), 240, direction);
+        QCOMPARE(picker->width(), 240 - 2 * Theme::rowInset);
         QVERIFY(picker->height() > 26);
         QCOMPARE(picker->height(), picker->heightForWidth(picker->width()));
         QVERIFY(row->rect().contains(picker->geometry()));

@@ -3,6 +3,7 @@
 #include "KestrumShared/Settings/SignalListener.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Bundle/Bundle.h"
+#include "tests/Support/FreshSettings.h"
 #include "tests/Support/TestHome.h"
 
 #include <QDateTime>
@@ -39,7 +40,7 @@ private Q_SLOTS:
     void init()
     {
         QSignalSpy stored(&SharedSettings::store(), &UserDefaults::changed);
-        SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
+        forgetSettings();
         Setting { Keys::agentEnabled }.set(false);
         // Otherwise another thread would store this key some time later.
         Setting { Keys::didUnregisterLegacyLoginItem }.set(true);

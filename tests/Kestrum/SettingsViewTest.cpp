@@ -1,52 +1,44 @@
-#include "Kestrum/Form/Theme.h"
 #include "Kestrum/General/GeneralPage.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
 #include "Kestrum/MenuBar/MenuBarPreview.h"
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/Popovers/PopoversPage.h"
-#include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/Title.h"
 #include "tests/Support/HeardEvents.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
-#include <QDir>
-#include <QLabel>
 #include <QPainter>
-#include <functional>
 #include <sys/resource.h>
 
 using namespace kestrum;
 
-namespace {
-
-/// While this object lives, a directory is in place of the settings file. Even root can neither read nor replace it. The
-/// constructor makes one save fail. The destructor makes one succeed.
-class UnwritableSettings {
-public:
-    UnwritableSettings()
-    {
-        QFile::remove(m_path);
-        QVERIFY(QDir().mkpath(m_path + QStringLiteral("/occupied")));
-        QVERIFY(!Setting { Keys::showCPUItem }.set(!Setting { Keys::showCPUItem }.value()));
-    }
-    ~UnwritableSettings()
-    {
-        QVERIFY(QDir(m_path).removeRecursively());
-        QVERIFY(Setting { Keys::showCPUItem }.set(!Setting { Keys::showCPUItem }.value()));
-    }
-    Q_DISABLE_COPY_MOVE(UnwritableSettings)
-
-private:
-    QString m_path = SharedSettings::store().filePath();
-};
-
-} // namespace
-
 class SettingsViewTest : public QObject {
     Q_OBJECT
+
+    /// While this object lives, a directory is in place of the settings file. Even root can neither read nor replace it. The
+    /// constructor makes one save fail. The destructor makes one succeed.
+    class UnwritableSettings {
+    public:
+        UnwritableSettings()
+        {
+            QFile::remove(m_path);
+            QVERIFY(QDir().mkpath(m_path + QStringLiteral("/occupied")));
+            QVERIFY(!Setting { Keys::showCPUItem }.set(!Setting { Keys::showCPUItem }.value()));
+        }
+        ~UnwritableSettings()
+        {
+            QVERIFY(QDir(m_path).removeRecursively());
+            QVERIFY(Setting { Keys::showCPUItem }.set(!Setting { Keys::showCPUItem }.value()));
+        }
+        Q_DISABLE_COPY_MOVE(UnwritableSettings)
+
+    private:
+        QString m_path = SharedSettings::store().filePath();
+    };
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
@@ -54,25 +46,21 @@ private Q_SLOTS:
 
     void anUnknownPaneOpensTheMenuBarPage_data()
     {
-        QTest::addColumn<QJsonValue>("stored");
-        QTest::newRow("absent") << QJsonValue(QJsonValue::Undefined);
-        QTest::newRow("no page") << QJsonValue(QStringLiteral("agent"));
-        QTest::newRow("empty") << QJsonValue(QString());
-        QTest::newRow("a number") << QJsonValue(2);
+        addRows<QJsonValue>({ { "absent", QJsonValue::Undefined }, { "no page", QStringLiteral("agent") },
+            { "empty", QString() }, { "a number", 2 } });
     }
-
     void anUnknownPaneOpensTheMenuBarPage()
     {
-        QFETCH(QJsonValue, stored);
+        const auto [stored] = thisRow<QJsonValue>();
         if (!stored.isUndefined())
             SharedSettings::store().set("settingsPane", stored);
         SettingsWindow w;
         QCOMPARE(w.view.page(), SettingsPage::menuBar);
         QVERIFY(qobject_cast<MenuBarPage*>(w.view.pageWidget()));
-        QCOMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menu Bar"));
+        QCOMPARE(w.selected(), QStringLiteral("Menu Bar"));
         QVERIFY(w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()));
         // The stored value stays as it is until a page is selected.
-        QCOMPARE(SharedSettings::store().storedDictionary().value(QLatin1StringView("settingsPane")), stored);
+        QCOMPARE(FormHand::stored("settingsPane"), stored);
         QTest::keyClick(&w.view, Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(storedText("settingsPane"), QStringLiteral("menuBar"));
     }
@@ -80,13 +68,12 @@ private Q_SLOTS:
     // The popovers' page is left out: its pictures have gradients and translucent grounds.
     void paintingAPageWakesNoOtherThread_data()
     {
-        QTest::addColumn<SettingsPage>("page");
-        QTest::newRow("menu bar") << SettingsPage::menuBar;
-        QTest::newRow("general") << SettingsPage::general;
+        addRows<SettingsPage>(
+            { { "menu bar", SettingsPage::menuBar }, { "general", SettingsPage::general } });
     }
     void paintingAPageWakesNoOtherThread()
     {
-        QFETCH(SettingsPage, page);
+        const auto [page] = thisRow<SettingsPage>();
         SettingsWindow w;
         w.view.showPage(page);
         QImage image(w.view.size(), QImage::Format_RGB32);
@@ -112,7 +99,7 @@ private Q_SLOTS:
                 "this build of the toolkit paints without other threads, or the system does not count waits");
         // Fewer than one wait in ten paintings: the system itself makes a thread wait now and then.
         const auto found = waits([&w, &image] { w.view.render(&image); });
-        QVERIFY2(found < 5, qPrintable(QString::number(found)));
+        QCOMPARE_LT(found, 5);
     }
 
     void theWindowReopensOnThePageLastShown()
@@ -145,10 +132,9 @@ private Q_SLOTS:
         for (const auto& page : allCases<SettingsPage>())
             pages.append(
                 rawValue(page.value) + u' ' + title(page.value) + u' ' + QLatin1StringView(page.symbol));
-        QCOMPARE(pages,
-            QStringList({ QStringLiteral("menuBar Menu Bar menubar.rectangle"),
-                QStringLiteral("popovers Popovers macwindow"),
-                QStringLiteral("general General gearshape") }));
+        QCOMPARE(pages.join(u'|'),
+            QStringLiteral("menuBar Menu Bar menubar.rectangle|popovers Popovers macwindow|"
+                           "general General gearshape"));
     }
 
     void theMenuBarPageBeginsWithThePreviewAlone()
@@ -187,16 +173,10 @@ private Q_SLOTS:
         QCOMPARE(w.view.page(), SettingsPage::general);
     }
 
-    void controlWAndQClose_data()
-    {
-        QTest::addColumn<Qt::Key>("key");
-        QTest::newRow("W") << Qt::Key_W;
-        QTest::newRow("Q") << Qt::Key_Q;
-    }
-
+    void controlWAndQClose_data() { addRows<Qt::Key>({ { "W", Qt::Key_W }, { "Q", Qt::Key_Q } }); }
     void controlWAndQClose()
     {
-        QFETCH(Qt::Key, key);
+        const auto [key] = thisRow<Qt::Key>();
         SettingsWindow w;
         QTest::keyClick(&w.view, key, Qt::ControlModifier);
         QTRY_VERIFY(!w.view.isVisible());
@@ -225,14 +205,14 @@ private Q_SLOTS:
     {
         SettingsWindow w;
         w.view.selectPage(SettingsPage::general);
-        Setting { Keys::language }.set(QStringLiteral("de"));
-        QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Allgemein"));
+        SettingsWindow::speak("de");
+        QTRY_COMPARE(w.selected(), QStringLiteral("Allgemein"));
         QCOMPARE(w.view.page(), SettingsPage::general);
         QCOMPARE(w.view.locale().language(), QLocale::German);
         QCOMPARE(w.view.findChildren<Sidebar*>().size(), 1);
-        QTRY_VERIFY(w.view.findChild<SplitView*>()->isVisible());
+        QTRY_VERIFY(w.split().isVisible());
         QTest::keyClick(&w.view, Qt::Key_1, Qt::ControlModifier);
-        QCOMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menüleiste"));
+        QCOMPARE(w.selected(), QStringLiteral("Menüleiste"));
     }
 
     void anotherLanguageLeavesTheDividerWhereItIs()
@@ -241,8 +221,8 @@ private Q_SLOTS:
         w.view.resize(900, 520);
         w.dragDividerTo(260);
         const int width = w.sidebarWidth();
-        Setting { Keys::language }.set(QStringLiteral("de"));
-        QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menüleiste"));
+        SettingsWindow::speak("de");
+        QTRY_COMPARE(w.selected(), QStringLiteral("Menüleiste"));
         QTRY_COMPARE(w.sidebarWidth(), width);
         QVERIFY(w.sidebar().hasFocus());
     }
@@ -255,7 +235,7 @@ private Q_SLOTS:
         QCOMPARE(w.view.locale().territory(), QLocale::Switzerland);
         // The region of the session stays, even where the language's code names another region.
         const TestBundle bundle("{ }", { "en", "pt-BR" });
-        Setting { Keys::language }.set(QStringLiteral("pt-BR"));
+        SettingsWindow::speak("pt-BR");
         QTRY_COMPARE(w.view.locale().language(), QLocale::Portuguese);
         QCOMPARE(w.view.locale().territory(), QLocale::Switzerland);
         qunsetenv("LC_NUMERIC");
@@ -267,55 +247,48 @@ private Q_SLOTS:
         for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
             const QImage picture = w.view.grab().toImage();
-            QCOMPARE(
-                picture.pixelColor(214, 500).rgba(), Theme::colour(Theme::Colour::window, scheme).rgba());
-            QCOMPARE(
-                picture.pixelColor(100, 500).rgba(), Theme::colour(Theme::Colour::sidebar, scheme).rgba());
-            QCOMPARE(picture.pixelColor(230, 80).rgba(),
-                Theme::colour(Theme::Colour::previewPlate, scheme).rgba());
+            const auto shows = [&](QPoint place, Theme::Colour colour) {
+                return picture.pixelColor(place).rgba() == Theme::colour(colour, scheme).rgba();
+            };
+            QVERIFY(shows({ 214, 500 }, Theme::Colour::window));
+            QVERIFY(shows({ 100, 500 }, Theme::Colour::sidebar));
+            QVERIFY(shows({ 230, 80 }, Theme::Colour::previewPlate));
         }
     }
 
     void cardsAreCentredAndNeverTooWide_data()
     {
-        QTest::addColumn<int>("pageWidth");
-        QTest::addColumn<int>("left");
-        QTest::addColumn<int>("width");
-        QTest::newRow("narrow") << 459 << 16 << 427;
-        QTest::newRow("ordinary") << 460 << 20 << 420;
-        QTest::newRow("wide") << 1000 << 190 << 620;
+        addRows<int, int, int>(
+            { { "narrow", 459, 16, 427 }, { "ordinary", 460, 20, 420 }, { "wide", 1000, 190, 620 } });
     }
-
     void cardsAreCentredAndNeverTooWide()
     {
-        QFETCH(int, pageWidth);
-        QFETCH(int, left);
+        const auto [pageWidth, left, width] = thisRow<int, int, int>();
         MenuBarPage page;
         page.resize(pageWidth, 400);
         page.show();
         const QWidget* card = page.findChild<Card*>();
         QCOMPARE(card->mapTo(&page, QPoint(0, 0)).x(), left);
-        QTEST(card->width(), "width");
+        QCOMPARE(card->width(), width);
     }
 
     void theNoticeSpeaksTheInterfaceLanguageAndCutsNothing_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("en") << QStringLiteral(
-            "Settings are not being saved: The settings file cannot be written.");
-        QTest::newRow("de") << QStringLiteral(
-            "Einstellungen werden nicht gespeichert: Die Einstellungsdatei lässt sich nicht schreiben.");
+        addRows<QString>({ { "en", "Settings are not being saved: The settings file cannot be written." },
+            { "de",
+                "Einstellungen werden nicht gespeichert: Die Einstellungsdatei lässt sich nicht "
+                "schreiben." } });
     }
-
     void theNoticeSpeaksTheInterfaceLanguageAndCutsNothing()
     {
-        Setting { Keys::language }.set(QString::fromLatin1(QTest::currentDataTag()));
+        const auto [text] = thisRow<QString>();
+        SettingsWindow::speak(QTest::currentDataTag());
         const UnwritableSettings unwritable;
         SettingsWindow w;
-        QTEST(w.notice().accessibleName(), "text");
+        QCOMPARE(w.notice().accessibleName(), text);
         // The notice wraps to as many lines as it needs, even where the page is narrowest.
         const auto* label = w.notice().findChild<QLabel*>();
-        QTEST(label->text(), "text");
+        QCOMPARE(label->text(), text);
         w.dragDividerTo(320);
         QTRY_VERIFY(w.sidebarWidth() > 310);
         QVERIFY(w.notice().isVisible());

@@ -1,24 +1,15 @@
 #include "Kestrum/Agent/AgentController.h"
 #include "Kestrum/Agent/AgentRow.h"
 #include "Kestrum/Agent/UpdateOfferRow.h"
-#include "Kestrum/Form/Theme.h"
-#include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
-
-#include <QLabel>
 
 using namespace kestrum;
 
 class SidebarFootTest : public QObject {
     Q_OBJECT
 
-    /// The rectangle of a part, in the window's coordinates.
-    static QRect place(const SettingsWindow& w, const QWidget* part)
-    {
-        return QRect(part->mapTo(&w.view, QPoint()), part->size());
-    }
-
+    static QRect agent(const SettingsWindow& w) { return w.place(*w.view.findChild<AgentRow*>()); }
     /// Offers an update, as the agent does when it has found a newer version.
     static void offer()
     {
@@ -36,21 +27,18 @@ private Q_SLOTS:
         offer();
         auto* offerRow = w.view.findChild<UpdateOfferRow*>();
         QTRY_VERIFY(offerRow->height() > 0);
-        QTest::qWait(10);
-        const QRect list = place(w, &w.sidebar());
-        const QRect update = place(w, offerRow);
-        const QRect agent = place(w, w.view.findChild<AgentRow*>());
+        settle();
+        const QRect list = w.place(w.sidebar());
+        const QRect update = w.place(*offerRow);
+        const QRect agent = SidebarFootTest::agent(w);
         QCOMPARE(list.top(), 0);
         // The offer starts with the only divider of the foot.
         QCOMPARE(update.top(), list.bottom() + 1);
         const QImage picture = w.view.grab().toImage();
-        const QColor ground = picture.pixelColor(3, list.bottom());
-        QList<int> lines;
-        for (int y = list.bottom(); y < agent.bottom(); ++y) {
-            if (picture.pixelColor(3, y) != ground)
-                lines.append(y);
-        }
-        QCOMPARE(lines, QList<int> { update.top() });
+        const QImage column = picture.copy(3, list.bottom(), 1, agent.bottom() - list.bottom());
+        const FoundPixels line = pixelsOtherThan(column, column.pixelColor(0, 0));
+        QCOMPARE(line.count, 1);
+        QCOMPARE(list.bottom() + line.place.top(), update.top());
         QCOMPARE(agent.top(), update.bottom() + 1);
         QCOMPARE(agent.bottom() + 1, 520);
         QCOMPARE(agent.height(), 52);
@@ -63,8 +51,8 @@ private Q_SLOTS:
     void withoutAnOfferTheDividerIsRightAboveTheAgent()
     {
         SettingsWindow w;
-        const QRect list = place(w, &w.sidebar());
-        QCOMPARE(place(w, w.view.findChild<AgentRow*>()).top(), list.bottom() + 1 + 1);
+        const QRect list = w.place(w.sidebar());
+        QCOMPARE(agent(w).top(), list.bottom() + 1 + 1);
         const QImage picture = w.view.grab().toImage();
         const QColor ground = picture.pixelColor(100, list.bottom());
         QVERIFY(picture.pixelColor(100, list.bottom() + 1) != ground);
@@ -81,15 +69,15 @@ private Q_SLOTS:
         SharedSettings::store().remove(Keys::updatesAvailable.name);
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
         QTRY_COMPARE(offerRow->height(), 0);
-        QTRY_COMPARE(place(w, w.view.findChild<AgentRow*>()).top(), place(w, &w.sidebar()).bottom() + 1 + 1);
+        QTRY_COMPARE(agent(w).top(), w.place(w.sidebar()).bottom() + 1 + 1);
     }
 
     void theFootStaysWhenTheWindowGrows()
     {
         SettingsWindow w;
         w.view.resize(900, 700);
-        QTest::qWait(10);
-        QCOMPARE(place(w, w.view.findChild<AgentRow*>()).bottom() + 1, 700);
+        settle();
+        QCOMPARE(agent(w).bottom() + 1, 700);
     }
 
     void anotherLanguageKeepsTheOneController()
@@ -97,8 +85,8 @@ private Q_SLOTS:
         SettingsWindow w;
         const auto before = w.view.findChildren<AgentController*>();
         QCOMPARE(before.size(), 1);
-        Setting { Keys::language }.set(QStringLiteral("de"));
-        QTRY_COMPARE(w.sidebar().currentIndex().data().toString(), QStringLiteral("Menüleiste"));
+        SettingsWindow::speak("de");
+        QTRY_COMPARE(w.selected(), QStringLiteral("Menüleiste"));
         QCOMPARE(w.view.findChildren<AgentController*>(), before);
         const auto rows = w.view.findChildren<AgentRow*>();
         QCOMPARE(rows.size(), 1);

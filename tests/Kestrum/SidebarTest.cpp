@@ -1,6 +1,4 @@
-#include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/NonCollapsibleSidebarProbe.h"
-#include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Desktop/SymbolImage.h"
 #include "tests/Support/PaintWatcher.h"
@@ -8,8 +6,8 @@
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
-#include <QAccessible>
 #include <QPainter>
 
 using namespace kestrum;
@@ -17,18 +15,6 @@ using namespace kestrum;
 /// The window's first column: the list of pages, its width limits and its appearance.
 class SidebarTest : public QObject {
     Q_OBJECT
-
-    /// The amount of ink in the list's picture: the sum of all contrasts to the background.
-    static double ink(Sidebar& list)
-    {
-        const QImage picture = list.viewport()->grab().toImage().convertToFormat(QImage::Format_Grayscale8);
-        double sum = 0;
-        for (int y = 0; y < picture.height(); ++y) {
-            for (int x = 0; x < picture.width(); ++x)
-                sum += 255 - qGray(picture.pixel(x, y));
-        }
-        return sum;
-    }
 
     /// Checks that at the least width the list shows as much as where everything fits on one line.
     static void verifyWhole()
@@ -42,11 +28,11 @@ class SidebarTest : public QObject {
         list.resize(2000, 600);
         list.show();
         QVERIFY(QTest::qWaitForWindowExposed(&list));
-        const double whole = ink(list);
+        const double whole = inkOf(list.viewport()->grab().toImage());
         list.resize(204, 600);
-        const double shown = ink(list);
-        QVERIFY(whole > 10'000);
-        QVERIFY2(std::abs(shown / whole - 1) < 0.02, qPrintable(QString::number(shown / whole)));
+        const double shown = inkOf(list.viewport()->grab().toImage());
+        QCOMPARE_GT(whole, 10'000);
+        QCOMPARE_LT(std::abs(shown / whole - 1), 0.02);
     }
 
 private Q_SLOTS:
@@ -61,9 +47,7 @@ private Q_SLOTS:
             const QModelIndex index = w.sidebar().model()->index(row, 0);
             rows.append(index.data().toString() + (index.flags() ? QString() : QStringLiteral(":")));
         }
-        QCOMPARE(rows,
-            QStringList({ QStringLiteral("Interface:"), QStringLiteral("Menu Bar"),
-                QStringLiteral("Popovers"), QStringLiteral("Application:"), QStringLiteral("General") }));
+        QCOMPARE(rows.join(u'|'), QStringLiteral("Interface:|Menu Bar|Popovers|Application:|General"));
         QAccessibleInterface* list = QAccessible::queryAccessibleInterface(&w.sidebar());
         QCOMPARE(list->role(), QAccessible::List);
         QCOMPARE(list->child(1)->text(QAccessible::Name), QStringLiteral("Menu Bar"));
@@ -79,7 +63,7 @@ private Q_SLOTS:
         for (int i = 0; i < 3; ++i) {
             // Another page is selected, so that this row has the sidebar's own background.
             w.view.selectPage(i == 0 ? SettingsPage::general : SettingsPage::menuBar);
-            const QRect row = w.sidebar().visualRect(w.sidebar().model()->index(rows[i], 0));
+            const QRect row = w.row(rows[i]);
             QImage expected(24, 24, QImage::Format_RGB32);
             expected.fill(Theme::colour(Theme::Colour::sidebar));
             const QImage symbol = SymbolImage::image(names[i], 14, Theme::colour(Theme::Colour::text), 1);
@@ -118,8 +102,7 @@ private Q_SLOTS:
     {
         SettingsWindow w;
         const auto click = [&w](int row) {
-            const QRect place = w.sidebar().visualRect(w.sidebar().model()->index(row, 0));
-            QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {}, place.center());
+            QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {}, w.row(row).center());
         };
         click(4);
         QCOMPARE(w.view.page(), SettingsPage::general);
@@ -133,7 +116,7 @@ private Q_SLOTS:
         SettingsWindow w;
         const auto isSelected
             = [&w] { return w.sidebar().selectionModel()->isSelected(w.sidebar().currentIndex()); };
-        const QPoint place = w.sidebar().visualRect(w.sidebar().currentIndex()).center();
+        const QPoint place = w.selectedRow().center();
         for (const Qt::KeyboardModifier held : { Qt::ControlModifier, Qt::ShiftModifier }) {
             QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, held, place);
             QVERIFY(isSelected());
@@ -155,7 +138,7 @@ private Q_SLOTS:
         w.dragDividerTo(100);
         QCOMPARE(w.sidebarWidth(), 204);
         w.dragDividerTo(250);
-        QVERIFY2(std::abs(w.sidebarWidth() - 250) < 4, qPrintable(QString::number(w.sidebarWidth())));
+        QCOMPARE_LT(std::abs(w.sidebarWidth() - 250), 4);
         w.dragDividerTo(700);
         QCOMPARE(w.sidebarWidth(), 320);
         // A collapsible column would vanish when dragged to the very edge.
@@ -192,7 +175,7 @@ private Q_SLOTS:
     {
         QWidget window;
         auto* probe = new NonCollapsibleSidebarProbe(&window);
-        QTest::qWait(10);
+        settle();
         QCOMPARE(probe->parentWidget(), &window);
     }
 
@@ -200,39 +183,30 @@ private Q_SLOTS:
     {
         const TestBundle bundle("{ }", { "en", "he" });
         SettingsWindow w;
-        QVERIFY(w.sidebar().mapTo(&w.view, QPoint(0, 0)).x()
-            < w.view.pageWidget()->mapTo(&w.view, QPoint(0, 0)).x());
+        QVERIFY(w.place(w.sidebar()).x() < w.place(*w.view.pageWidget()).x());
         const auto columnOfSymbol = [&w] {
             // The first column, from the leading end, that differs from the row's plain background.
-            const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+            const QRect row = w.selectedRow();
             const QImage picture = w.sidebar().viewport()->grab(row).toImage();
-            const QRgb ground = Theme::colour(Theme::Colour::selection).rgba();
-            const bool isMirrored = w.sidebar().isRightToLeft();
-            for (int i = 10; i < picture.width(); ++i) {
-                for (int y = 8; y < picture.height() - 8; ++y) {
-                    if (picture.pixel(isMirrored ? picture.width() - 1 - i : i, y) != ground)
-                        return i;
-                }
-            }
-            return -1;
+            const QImage fromLeading = picture.mirrored(w.sidebar().isRightToLeft(), false);
+            const QImage inner = fromLeading.copy(10, 8, row.width() - 10, row.height() - 16);
+            const QRect content = pixelsOtherThan(inner, Theme::colour(Theme::Colour::selection)).place;
+            return content.isNull() ? -1 : 10 + content.left();
         };
         const int column = columnOfSymbol();
         QVERIFY2(column >= 18 && column <= 20, qPrintable(QString::number(column)));
-        Setting { Keys::language }.set(QStringLiteral("he"));
+        SettingsWindow::speak("he");
         QTRY_COMPARE(w.view.locale().language(), QLocale::Hebrew);
-        QTRY_VERIFY(w.sidebar().mapTo(&w.view, QPoint(0, 0)).x()
-            > w.view.pageWidget()->mapTo(&w.view, QPoint(0, 0)).x());
+        QTRY_VERIFY(w.place(w.sidebar()).x() > w.place(*w.view.pageWidget()).x());
         QVERIFY(w.sidebar().isRightToLeft());
         // Waits until the new row has been painted. The columns may differ by rounding.
         QTRY_VERIFY(std::abs(columnOfSymbol() - column) <= 1);
         // The text is beside the symbol, and the row's trailing end is empty.
-        const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+        const QRect row = w.selectedRow();
         const QImage end
             = w.sidebar().viewport()->grab(row.adjusted(20, 8, -row.width() * 2 / 3, -8)).toImage();
-        QImage plain = end;
-        plain.fill(end.pixelColor(0, 0));
-        QVERIFY(end == plain);
-        Setting { Keys::language }.set(QStringLiteral("en"));
+        QCOMPARE(pixelsOtherThan(end, end.pixelColor(0, 0)).count, 0);
+        SettingsWindow::speak("en");
         QTRY_VERIFY(!w.sidebar().isRightToLeft());
     }
 
@@ -240,14 +214,13 @@ private Q_SLOTS:
     {
         SettingsWindow w;
         const auto isMarked = [&w] {
-            const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
             // The selected row's plate is 8 from the edge. The ring starts 1 outside of it and is 2 wide, so x = 6 is in the
             // ring.
-            const QImage picture = w.sidebar().viewport()->grab().toImage();
-            return picture.pixel(6, row.center().y()) == Theme::colour(Theme::Colour::focusRing).rgba();
+            const QRgb pixel
+                = w.sidebar().viewport()->grab().toImage().pixel(6, w.selectedRow().center().y());
+            return pixel == Theme::colour(Theme::Colour::focusRing).rgba();
         };
-        QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {},
-            w.sidebar().visualRect(w.sidebar().currentIndex()).center());
+        QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, {}, w.selectedRow().center());
         QVERIFY(!isMarked());
         QTest::keyClick(&w.view, Qt::Key_Tab);
         QVERIFY(!isMarked());
@@ -258,32 +231,31 @@ private Q_SLOTS:
 
     void longTextsWrapAndNothingOfThemIsLost_data()
     {
-        QTest::addColumn<QByteArray>("table");
-        QTest::newRow("English") << QByteArray("/* as it is */");
-        QTest::newRow("longer by 40 %")
-            << QByteArray("\"Menu Bar\" = \"[Ménü Bär ẋẋẋ]\"; Popovers = \"[Pöpövérs ẋẋẋ]\"; General = "
-                          "\"[Générâl ẋẋẋ]\"; Interface = \"[Ïntérfâcé ẋẋẋ]\"; Application = "
-                          "\"[Âpplïcâtïön ẋẋẋ]\";");
-        QTest::newRow("several words")
-            << QByteArray("\"Menu Bar\" = \"What stands in the menu bar of the desktop\"; Application = "
-                          "\"What concerns the application as a whole\";");
-        QTest::newRow("one word") << QByteArray("General = \"Allgemeineinstellungsverzeichnis\"; Interface = "
-                                                "\"Benutzeroberflächengestaltungsmöglichkeiten\";");
+        addRows<QByteArray>({ { "English", "/* as it is */" },
+            { "longer by 40 %",
+                "\"Menu Bar\" = \"[Ménü Bär ẋẋẋ]\"; Popovers = \"[Pöpövérs ẋẋẋ]\"; General = "
+                "\"[Générâl ẋẋẋ]\"; Interface = \"[Ïntérfâcé ẋẋẋ]\"; Application = "
+                "\"[Âpplïcâtïön ẋẋẋ]\";" },
+            { "several words",
+                "\"Menu Bar\" = \"What stands in the menu bar of the desktop\"; Application = "
+                "\"What concerns the application as a whole\";" },
+            { "one word",
+                "General = \"Allgemeineinstellungsverzeichnis\"; Interface = "
+                "\"Benutzeroberflächengestaltungsmöglichkeiten\";" } });
     }
-
     void longTextsWrapAndNothingOfThemIsLost()
     {
-        QFETCH(const QByteArray, table);
+        const auto [table] = thisRow<QByteArray>();
         const TestBundle bundle("{ }", { "en", "fr" });
         bundle.writeTable("fr", table);
-        Setting { Keys::language }.set(QStringLiteral("fr"));
+        SettingsWindow::speak("fr");
         verifyWhole();
     }
 
     void noLanguageLosesAWord()
     {
         for (const QString& code : AppLanguage::shipped()) {
-            Setting { Keys::language }.set(code);
+            SettingsWindow::speak(code.toLatin1().constData());
             verifyWhole();
         }
     }
@@ -292,11 +264,10 @@ private Q_SLOTS:
     {
         const TestBundle bundle("{ }", { "en", "fr" });
         bundle.writeTable("fr", "\"Menu Bar\" = \"What stands in the menu bar of the desktop\";");
-        Setting { Keys::language }.set(QStringLiteral("fr"));
+        SettingsWindow::speak("fr");
         SettingsWindow w;
         w.view.resize(900, 520);
-        const auto height
-            = [&w] { return w.sidebar().visualRect(w.sidebar().model()->index(1, 0)).height(); };
+        const auto height = [&w] { return w.row(1).height(); };
         const int narrow = height();
         QVERIFY(narrow > 32);
         w.dragDividerTo(320);
@@ -304,8 +275,7 @@ private Q_SLOTS:
         w.dragDividerTo(204);
         QCOMPARE(height(), narrow);
         // The rows below move down: no rows overlap.
-        QCOMPARE(w.sidebar().visualRect(w.sidebar().model()->index(2, 0)).top(),
-            w.sidebar().visualRect(w.sidebar().model()->index(1, 0)).bottom() + 1);
+        QCOMPARE(w.row(2).top(), w.row(1).bottom() + 1);
     }
 
     void theMarkLeavesNothingBehind()
@@ -315,13 +285,13 @@ private Q_SLOTS:
         PaintWatcher watcher;
         QTest::keyClick(&w.view, Qt::Key_Tab);
         QTest::keyClick(w.view.focusWidget(), Qt::Key_Backtab);
-        QTest::qWait(30);
+        settle();
         viewport.installEventFilter(&watcher);
-        const QRect before = w.sidebar().visualRect(w.sidebar().currentIndex());
+        const QRect before = w.selectedRow();
         QTest::keyClick(&w.sidebar(), Qt::Key_Down);
-        QTest::qWait(30);
+        settle();
         QTest::keyClick(&w.sidebar(), Qt::Key_Up);
-        QTest::qWait(30);
+        settle();
         // The ring reaches 3 beyond the row, although the gap to the next row is only 2.
         for (const int y : { before.top() - 3, before.bottom() + 1 })
             QVERIFY(watcher.painted.contains(QPoint(before.center().x(), y)));
@@ -330,35 +300,34 @@ private Q_SLOTS:
     void theRowUnderThePointerIsShown()
     {
         SettingsWindow w;
-        const auto rowOf
-            = [&w](int row) { return w.sidebar().visualRect(w.sidebar().model()->index(row, 0)); };
-        const auto ground = [&w](const QRect& row) {
+        const auto ground = [&w](int number) {
+            const QRect row = w.row(number);
             return w.sidebar().viewport()->grab().toImage().pixel(row.right() - 14, row.center().y());
         };
         const auto point = [&w](QPoint place) {
             QTest::mouseMove(w.view.windowHandle(), w.sidebar().viewport()->mapTo(&w.view, place));
         };
         point({ 100, 400 });
-        const QRgb plain = ground(rowOf(2));
-        point(rowOf(2).center());
-        QTRY_VERIFY(ground(rowOf(2)) != plain);
-        QCOMPARE(ground(rowOf(4)), plain);
+        const QRgb plain = ground(2);
+        point(w.row(2).center());
+        QTRY_VERIFY(ground(2) != plain);
+        QCOMPARE(ground(4), plain);
         // Hovering changes neither the selected row, which has its own background, nor a heading, which is no row.
-        point(rowOf(1).center());
-        QTRY_COMPARE(ground(rowOf(2)), plain);
-        QCOMPARE(ground(rowOf(1)), Theme::colour(Theme::Colour::selection).rgba());
-        point(rowOf(3).center());
-        QTest::qWait(20);
-        QCOMPARE(ground(rowOf(3)), plain);
+        point(w.row(1).center());
+        QTRY_COMPARE(ground(2), plain);
+        QCOMPARE(ground(1), Theme::colour(Theme::Colour::selection).rgba());
+        point(w.row(3).center());
+        settle();
+        QCOMPARE(ground(3), plain);
     }
 
     void theSelectedRowTakesTheDesktopsAccent()
     {
         SettingsWindow w;
-        QTest::qWait(30);
+        settle();
         const QColor purple(0x8F, 0x3F, 0xAF);
         SystemAppearance::shared().setScheme(ColourScheme::light, purple);
-        const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
+        const QRect row = w.selectedRow();
         const auto shown = [&w, row] {
             return QColor(w.sidebar().viewport()->grab().toImage().pixel(row.right() - 14, row.center().y()));
         };
@@ -370,18 +339,15 @@ private Q_SLOTS:
     void theSelectedRowIsGreyWhileTheWindowIsInactive()
     {
         SettingsWindow w;
-        const QRect row = w.sidebar().visualRect(w.sidebar().currentIndex());
-        const QPoint place
-            = w.sidebar().viewport()->mapTo(&w.view, QPoint(row.right() - 14, row.center().y()));
+        const QPoint place = w.place(*w.sidebar().viewport()).topLeft()
+            + QPoint(w.selectedRow().right() - 14, w.selectedRow().center().y());
         const QColor selection = Theme::colour(Theme::Colour::selection);
         QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
         // The same holds while another control in the window has the focus.
         w.sidebar().clearFocus();
         QCOMPARE(w.view.grab().toImage().pixelColor(place).rgba(), selection.rgba());
         QWidget other;
-        other.show();
-        other.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&other));
+        activate(other);
         const QColor grey = w.view.grab().toImage().pixelColor(place);
         QVERIFY(grey.rgba() != selection.rgba());
         QVERIFY(grey.hsvSaturationF() < 0.1F);

@@ -5,9 +5,11 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Files/FileDescriptor.h"
 #include "tests/Support/AgentFixture.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
 #include <QElapsedTimer>
 #include <QRasterWindow>
@@ -40,12 +42,7 @@ class StartUpTest : public QObject {
         return QFile::decodeName(qgetenv("XDG_CONFIG_HOME"))
             + QStringLiteral("/autostart/com.orvale.kestrum.desktop");
     }
-    static void leaveLegacyItem()
-    {
-        QVERIFY(QDir().mkpath(QFileInfo(legacyItem()).path()));
-        QFile file(legacyItem());
-        QVERIFY(file.open(QIODevice::WriteOnly));
-    }
+    static void leaveLegacyItem() { write(legacyItem(), {}); }
 
 private Q_SLOTS:
     void initTestCase() { skipAmongAgentsOfOthers(); }
@@ -88,26 +85,21 @@ private Q_SLOTS:
         QCOMPARE(asked.count(), 1);
     }
 
-    void aWindowThatIsThereIsLeftAlone()
+    void onlyAMissingMainWindowIsAskedFor_data()
     {
+        addRows<Qt::WindowType, int>({ { "a window", Qt::Window, 0 }, { "a dialog", Qt::Dialog, 1 } });
+    }
+    void onlyAMissingMainWindowIsAskedFor()
+    {
+        const auto [type, times] = thisRow<Qt::WindowType, int>();
         QRasterWindow window;
+        window.setFlags(type);
         window.show();
         const auto started = delegate();
         QSignalSpy asked(started.get(), &SettingsAppDelegate::reopenRequested);
         started->windowWasShown();
         QTest::qWait(50);
-        QCOMPARE(asked.count(), 0);
-    }
-
-    void aDialogIsNoMainWindow()
-    {
-        QRasterWindow dialog;
-        dialog.setFlag(Qt::Dialog);
-        dialog.show();
-        const auto started = delegate();
-        QSignalSpy asked(started.get(), &SettingsAppDelegate::reopenRequested);
-        started->windowWasShown();
-        QTRY_COMPARE(asked.count(), 1);
+        QCOMPARE(asked.count(), times);
     }
 
     void theAgentIsStartedWhenTheWindowHasBeenSeen()
@@ -125,8 +117,8 @@ private Q_SLOTS:
         clock.start();
         const auto started = delegate();
         QTRY_COMPARE(AgentFixture::agents().size(), 1);
-        QVERIFY(clock.elapsed() >= 900);
-        QVERIFY2(clock.elapsed() < 2000, QByteArray::number(clock.elapsed()).constData());
+        QCOMPARE_GE(clock.elapsed(), 900);
+        QCOMPARE_LT(clock.elapsed(), 2000);
     }
 
     void anAgentThatIsSwitchedOffIsNotStarted()

@@ -1,11 +1,10 @@
 #include "Kestrum/Form/Theme.h"
+#include "tests/Support/PanelPixels.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
 #include <QFontInfo>
 #include <QGuiApplication>
-#include <QImage>
-#include <QPainter>
-#include <QTest>
 
 using namespace kestrum;
 using Theme::Colour;
@@ -21,20 +20,23 @@ class ThemeTest : public QObject {
         QPainter(&picture).fillRect(picture.rect(), Theme::colour(over, scheme));
         return picture.pixelColor(0, 0);
     }
-
+    static double contrast(Colour colour, Colour ground, ColourScheme scheme)
+    {
+        return Theme::contrast(Theme::colour(colour, scheme), Theme::colour(ground, scheme));
+    }
 private Q_SLOTS:
     void contrastIsMeasuredAsTheGuidelinesDo()
     {
         QCOMPARE(Theme::contrast(Qt::white, Qt::black), 21.0);
         QCOMPARE(Theme::contrast(Qt::red, Qt::red), 1.0);
         // A known pair: the lightest grey with a contrast of 4.5 on white.
-        QVERIFY(std::abs(Theme::contrast(QColor(0x767676), Qt::white) - 4.54) < 0.01);
+        QCOMPARE_LT(std::abs(Theme::contrast(QColor(0x767676), Qt::white) - 4.54), 0.01);
         QCOMPARE(Theme::contrast(QColor(0, 0, 0, 0), Qt::white), 1.0);
     }
 
     void anOpaqueColourStandsForATranslucentOne()
     {
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
             for (const Colour colour : { Colour::cardBorder, Colour::separator, Colour::scrollThumb }) {
                 QImage pixel(1, 1, QImage::Format_ARGB32_Premultiplied);
@@ -43,18 +45,15 @@ private Q_SLOTS:
                 const QColor painted = pixel.pixelColor(0, 0);
                 const QColor stated = Theme::colourOn(Colour::card, colour);
                 QCOMPARE(stated.alpha(), 255);
-                QVERIFY(std::abs(stated.red() - painted.red()) <= 1);
-                QVERIFY(std::abs(stated.green() - painted.green()) <= 1);
-                QVERIFY(std::abs(stated.blue() - painted.blue()) <= 1);
+                QVERIFY(PanelPixels::isNear(stated, painted, 1));
                 QVERIFY(stated != Theme::colour(Colour::card));
             }
         }
-        SystemAppearance::shared().setScheme(ColourScheme::light);
     }
 
     void anOpaqueEdgeStandsForATranslucentOne()
     {
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
             const auto painted = [](const QColor& edge) {
                 QImage image(40, 40, QImage::Format_ARGB32_Premultiplied);
@@ -69,80 +68,44 @@ private Q_SLOTS:
             const QColor translucent = painted(Theme::colour(Colour::cardBorder));
             const QColor opaque
                 = painted(Theme::edgeColour(Colour::card, Colour::window, Colour::cardBorder));
-            QVERIFY(std::abs(opaque.red() - translucent.red()) <= 1);
-            QVERIFY(std::abs(opaque.green() - translucent.green()) <= 1);
-            QVERIFY(std::abs(opaque.blue() - translucent.blue()) <= 1);
-        }
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-    }
-
-    void textIsReadableOnItsGround_data()
-    {
-        QTest::addColumn<Colour>("text");
-        QTest::addColumn<Colour>("ground");
-        QTest::newRow("text on the window") << Colour::text << Colour::window;
-        QTest::newRow("text on a card") << Colour::text << Colour::card;
-        QTest::newRow("a row of the sidebar") << Colour::text << Colour::sidebar;
-        QTest::newRow("secondary text on the window") << Colour::secondaryText << Colour::window;
-        QTest::newRow("secondary text on a card") << Colour::secondaryText << Colour::card;
-        QTest::newRow("secondary text of the sidebar") << Colour::sidebarSecondaryText << Colour::sidebar;
-        QTest::newRow("the selected row") << Colour::onSelection << Colour::selection;
-        QTest::newRow("an error on the window") << Colour::error << Colour::window;
-        QTest::newRow("a button") << Colour::text << Colour::button;
-        QTest::newRow("a segment") << Colour::text << Colour::segmentTrack;
-        QTest::newRow("the chosen segment") << Colour::text << Colour::chosenSegment;
-        QTest::newRow("text on the preview's plate") << Colour::text << Colour::previewPlate;
-    }
-
-    void textIsReadableOnItsGround()
-    {
-        QFETCH(Colour, text);
-        QFETCH(Colour, ground);
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const double contrast
-                = Theme::contrast(Theme::colour(text, scheme), Theme::colour(ground, scheme));
-            QVERIFY2(contrast >= 4.5, qPrintable(QString::number(contrast)));
+            QVERIFY(PanelPixels::isNear(opaque, translucent, 1));
         }
     }
 
-    void whatIsSelectedStandsOut()
+    void whatIsDrawnStandsOutOfItsGround_data()
     {
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const QColor sidebar = Theme::colour(Colour::sidebar, scheme);
-            QVERIFY(Theme::contrast(Theme::colour(Colour::selection, scheme), sidebar) >= 3);
-            QVERIFY(Theme::contrast(Theme::colour(Colour::accent, scheme), sidebar) >= 3);
-            const QColor window = Theme::colour(Colour::window, scheme);
-            QVERIFY(Theme::contrast(Theme::colour(Colour::scrollThumb, scheme), window) >= 3);
-            QVERIFY(Theme::contrast(Theme::colour(Colour::scrollThumbHovered, scheme), window) >= 3);
-            QVERIFY(Theme::contrast(Theme::colour(Colour::offer, scheme), sidebar) >= 3);
-            for (const Colour ground :
-                { Colour::window, Colour::sidebar, Colour::card, Colour::previewPlate })
-                QVERIFY(
-                    Theme::contrast(Theme::colour(Colour::focusRing, scheme), Theme::colour(ground, scheme))
-                    >= 3);
-        }
+        using enum Theme::Colour;
+        constexpr double readable = 4.5;
+        constexpr double visible = 3;
+        addRows<Colour, Colour, double>({ { "text on the window", text, window, readable },
+            { "text on a card", text, card, readable }, { "a row of the sidebar", text, sidebar, readable },
+            { "secondary text on the window", secondaryText, window, readable },
+            { "secondary text on a card", secondaryText, card, readable },
+            { "secondary text of the sidebar", sidebarSecondaryText, sidebar, readable },
+            { "the selected row's text", onSelection, selection, readable },
+            { "an error on the window", error, window, readable }, { "a button", text, button, readable },
+            { "a segment", text, segmentTrack, readable },
+            { "the chosen segment", text, chosenSegment, readable },
+            { "text on the preview's plate", text, previewPlate, readable },
+            { "the selected row", selection, sidebar, visible }, { "the accent", accent, sidebar, visible },
+            { "a scroll bar", scrollThumb, window, visible },
+            { "a scroll bar under the pointer", scrollThumbHovered, window, visible },
+            { "an offer", offer, sidebar, visible },
+            { "the keyboard's place on the window", focusRing, window, visible },
+            { "the keyboard's place in the sidebar", focusRing, sidebar, visible },
+            { "the keyboard's place on a card", focusRing, card, visible },
+            { "the keyboard's place on the preview's plate", focusRing, previewPlate, visible },
+            { "the edge of a well's colour", outline, button, visible },
+            { "a colour's edge on a card", outline, card, visible },
+            { "the entry at hand", selection, card, visible },
+            { "the tick of the entry chosen", text, card, visible },
+            { "a picker's mark", text, button, visible } });
     }
-
-    void statesOfControlsCanBeSeen_data()
+    void whatIsDrawnStandsOutOfItsGround()
     {
-        QTest::addColumn<Colour>("mark");
-        QTest::addColumn<Colour>("ground");
-        QTest::newRow("the edge of a well's colour") << Colour::outline << Colour::button;
-        QTest::newRow("a colour's edge on a card") << Colour::outline << Colour::card;
-        QTest::newRow("the entry at hand") << Colour::selection << Colour::card;
-        QTest::newRow("the tick of the entry chosen") << Colour::text << Colour::card;
-        QTest::newRow("a picker's mark") << Colour::text << Colour::button;
-    }
-
-    void statesOfControlsCanBeSeen()
-    {
-        QFETCH(Colour, mark);
-        QFETCH(Colour, ground);
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const double contrast
-                = Theme::contrast(Theme::colour(mark, scheme), Theme::colour(ground, scheme));
-            QVERIFY2(contrast >= 3, qPrintable(QString::number(contrast)));
-        }
+        const auto [colour, ground, least] = thisRow<Colour, Colour, double>();
+        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark })
+            QCOMPARE_GE(contrast(colour, ground, scheme), least);
     }
 
     // Either the plate has enough contrast to the track, or the plate's shade has enough contrast to both.
@@ -160,11 +123,12 @@ private Q_SLOTS:
         }
     }
 
-    void textIsReadableOnWhatIsHoveredOrPressed()
+    void textIsReadableOnEveryTint()
     {
         const std::pair<Colour, Colour> plates[] = { { Colour::button, Colour::buttonHovered },
             { Colour::button, Colour::buttonPressed }, { Colour::segmentTrack, Colour::buttonHovered },
-            { Colour::segmentTrack, Colour::buttonPressed }, { Colour::sidebar, Colour::rowHovered } };
+            { Colour::segmentTrack, Colour::buttonPressed }, { Colour::sidebar, Colour::rowHovered },
+            { Colour::sidebar, Colour::inactiveSelection } };
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             const QColor text = Theme::colour(Colour::text, scheme);
             for (const auto& [ground, over] : plates)
@@ -208,33 +172,29 @@ private Q_SLOTS:
 
     void everyAccentOfADesktopCanBeSeen_data()
     {
-        QTest::addColumn<QColor>("accent");
-        for (const Qt::GlobalColor accent :
-            { Qt::black, Qt::white, Qt::gray, Qt::yellow, Qt::red, Qt::blue, Qt::darkBlue, Qt::cyan })
-            QTest::addRow("%s", qPrintable(QColor(accent).name())) << QColor(accent);
+        addRows<QColor>({ { "none", QColor() }, { "black", Qt::black }, { "white", Qt::white },
+            { "grey", Qt::gray }, { "yellow", Qt::yellow }, { "red", Qt::red }, { "blue", Qt::blue },
+            { "dark blue", Qt::darkBlue }, { "cyan", Qt::cyan } });
     }
-
     void everyAccentOfADesktopCanBeSeen()
     {
-        QFETCH(QColor, accent);
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            SystemAppearance::shared().setScheme(scheme, accent);
-            for (const Colour mark : { Colour::accent, Colour::focusRing, Colour::selection })
-                QVERIFY(Theme::contrast(Theme::colour(mark), Theme::colour(Colour::sidebar)) >= 3);
-            QVERIFY(
-                Theme::contrast(Theme::colour(Colour::onSelection), Theme::colour(Colour::selection)) >= 4.5);
-            QVERIFY(
-                Theme::contrast(Theme::colour(Colour::focusRing), Theme::colour(Colour::previewPlate)) >= 3);
+        const auto [accent] = thisRow<QColor>();
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
+            SystemAppearance::shared().setScheme(
+                scheme, accent.isValid() ? std::optional(accent) : std::nullopt);
+            QCOMPARE_GE(contrast(Colour::onSelection, Colour::selection, scheme), 4.5);
+            QCOMPARE_GE(contrast(Colour::text, Colour::button, scheme), 4.5);
+            QCOMPARE_GE(contrast(Colour::switchKnob, Colour::selection, scheme), 3);
+            QCOMPARE_GE(contrast(Colour::switchOutline, Colour::switchKnob, scheme), 3);
+            QCOMPARE_GE(contrast(Colour::accent, Colour::sidebar, scheme), 3);
+            QCOMPARE_GE(contrast(Colour::focusRing, Colour::sidebar, scheme), 3);
+            QCOMPARE_GE(contrast(Colour::focusRing, Colour::previewPlate, scheme), 3);
+            for (const Colour ground : { Colour::card, Colour::window, Colour::sidebar }) {
+                QCOMPARE_GE(contrast(Colour::selection, ground, scheme), 3);
+                QCOMPARE_GE(contrast(Colour::switchOutline, ground, scheme), 3);
+            }
         }
         SystemAppearance::shared().setScheme(ColourScheme::light);
-    }
-
-    void theTextOfTheInactiveSelectionIsReadable()
-    {
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const QColor ground = laidOver(Colour::inactiveSelection, Colour::sidebar, scheme);
-            QVERIFY(Theme::contrast(Theme::colour(Colour::text, scheme), ground) >= 4.5);
-        }
     }
 
     void theSelectionKeepsTheAccentsHue()

@@ -1,79 +1,85 @@
 #include "Kestrum/Agent/UpdateOfferRow.h"
 #include "Kestrum/Form/PushButton.h"
-#include "Kestrum/Form/ShrinkingLabel.h"
 #include "KestrumShared/Agent/AppLinks.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "tests/Support/AgentFixture.h"
-#include "tests/Support/LabelLooks.h"
 #include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/TestBundle.h"
+#include "tests/Support/TestRows.h"
 #include "tests/Support/Text.h"
+#include "tests/Support/Widgets.h"
 
-#include <QAccessible>
-#include <QLabel>
-#include <QShowEvent>
 #include <QVBoxLayout>
-#include <qtestspontaneevent.h>
 
 using namespace kestrum;
 
-namespace {
-
-/// A column like the sidebar's, with the row at its foot between other widgets.
-struct Column {
-    QWidget widget;
-    QWidget* above = new QWidget;
-    UpdateOfferRow* row = new UpdateOfferRow;
-    QWidget* below = new QWidget;
-
-    Column()
-    {
-        auto* layout = new QVBoxLayout(&widget);
-        layout->setContentsMargins(0, 0, 0, 0);
-        layout->setSpacing(0);
-        layout->addWidget(above, 1);
-        layout->addWidget(row);
-        layout->addWidget(below);
-        below->setFixedHeight(52);
-        widget.resize(260, 300);
-    }
-    void show()
-    {
-        widget.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&widget));
-    }
-    template <class Widget> Widget* shown(const QString& text) const
-    {
-        for (auto* part : row->findChildren<Widget*>()) {
-            if (part->text() == text && part->isVisible())
-                return part;
-        }
-        return nullptr;
-    }
-    bool isEmpty() const
-    {
-        for (const auto* part : row->findChildren<QWidget*>()) {
-            if (part->isVisible())
-                return false;
-        }
-        return row->height() == 0 && above->height() + below->height() == widget.height();
-    }
-    QRect place(const QWidget* part) const { return { part->mapTo(row, QPoint(0, 0)), part->size() }; }
-    QImage picture() const { return row->grab().toImage(); }
-};
-
-void offer(const QString& version)
-{
-    SharedSettings::store().set(Keys::updatesAvailable.name, version);
-}
-
-} // namespace
-
 class UpdateOfferRowTest : public QObject {
     Q_OBJECT
+
+    static void offer(const char* version)
+    {
+        SharedSettings::store().set(Keys::updatesAvailable.name, text(version));
+    }
+
+    /// Tells of a changed offer, as the agent does.
+    static void post() { SharedSettings::post(SharedSettings::Signal::updateAvailable); }
+
+    /// A column like the sidebar's, with the row at its foot between other widgets.
+    struct Column {
+        QWidget widget;
+        QWidget* above = new QWidget;
+        UpdateOfferRow* row = new UpdateOfferRow;
+        QWidget* below = new QWidget;
+
+        Column()
+        {
+            auto* layout = new QVBoxLayout(&widget);
+            layout->setContentsMargins(0, 0, 0, 0);
+            layout->setSpacing(0);
+            layout->addWidget(above, 1);
+            layout->addWidget(row);
+            layout->addWidget(below);
+            below->setFixedHeight(52);
+            widget.resize(260, 300);
+        }
+        void show()
+        {
+            widget.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&widget));
+        }
+        template <class Widget> Widget* shown(const QString& text) const
+        {
+            for (auto* part : row->findChildren<Widget*>()) {
+                if (part->text() == text && part->isVisible())
+                    return part;
+            }
+            return nullptr;
+        }
+        ShrinkingLabel* label(const char* shownText) const { return shown<ShrinkingLabel>(text(shownText)); }
+        PushButton* install() const { return shown<PushButton>(text("Install")); }
+        bool isEmpty() const
+        {
+            for (const auto* part : row->findChildren<QWidget*>()) {
+                if (part->isVisible())
+                    return false;
+            }
+            return row->height() == 0 && above->height() + below->height() == widget.height();
+        }
+        QRect place(const QWidget* part) const { return { part->mapTo(row, QPoint(0, 0)), part->size() }; }
+    };
+
+    /// A column that is shown, with an offer unless that is null.
+    struct ShownColumn : Column {
+        explicit ShownColumn(const char* offered = nullptr)
+        {
+            if (offered)
+                offer(offered);
+            show();
+        }
+    };
 
     std::unique_ptr<TestBundle> m_bundle;
 
@@ -96,62 +102,44 @@ private Q_SLOTS:
     }
     void cleanupTestCase() { m_bundle.reset(); }
 
-    void withoutAnOfferItTakesNoRoom()
-    {
-        Column column;
-        column.show();
-        QCOMPARE(column.row->offer(), std::nullopt);
-        QVERIFY(column.isEmpty());
-    }
-
     void aNewerBuildIsOfferedWithItsVersion()
     {
-        offer(text("1.5 (30)"));
-        Column column;
-        column.show();
+        const ShownColumn column("1.5 (30)");
         QCOMPARE(column.row->offer(), text("1.5 (30)"));
-        auto* title = column.shown<ShrinkingLabel>(text("Update available"));
-        auto* version = column.shown<ShrinkingLabel>(text("1.5 (30)"));
+        auto* title = column.label("Update available");
+        auto* version = column.label("1.5 (30)");
         QVERIFY(title && looks(*title, Theme::TextStyle::callout, Theme::Colour::text));
         QVERIFY(version && looks(*version, Theme::TextStyle::caption, Theme::Colour::sidebarSecondaryText));
-        QVERIFY(column.shown<PushButton>(text("Install")));
+        QVERIFY(column.install());
     }
 
-    void theSameBuildIsNoOffer()
+    void itIsShownOrTakesNoRoom_data()
     {
-        offer(text("1.5 (27)"));
-        Column column;
-        column.show();
-        QCOMPARE(column.row->offer(), std::nullopt);
-        QVERIFY(column.isEmpty());
+        const auto offered = [](const char* version) { return QJsonValue(text(version)); };
+        addRows<QJsonValue, bool>({ { "nothing is offered", QJsonValue::Undefined, false },
+            { "the same build", offered("1.5 (27)"), false },
+            { "without a build number, another text", offered("1.5"), true },
+            { "blanks inside the parentheses", offered("1.5 ( 30 )"), true },
+            { "blanks around the same build", offered("1.5 ( 27 )"), false }, { "no text", 30, false } });
     }
-
-    void anOfferWithoutABuildNumberShowsWhereItsTextIsAnother()
+    void itIsShownOrTakesNoRoom()
     {
-        offer(text("1.5"));
-        Column column;
-        column.show();
-        QCOMPARE(column.row->offer(), text("1.5"));
-        QVERIFY(column.shown<ShrinkingLabel>(text("1.5")));
-    }
-
-    void blanksInsideTheParenthesesAreNoMatter()
-    {
-        offer(text("1.5 ( 30 )"));
-        Column column;
-        column.show();
-        QVERIFY(column.shown<ShrinkingLabel>(text("1.5 ( 30 )")));
-        offer(text("1.5 ( 27 )"));
+        const auto [offered, isShown] = thisRow<QJsonValue, bool>();
+        if (!offered.isUndefined())
+            SharedSettings::store().set(Keys::updatesAvailable.name, offered);
+        const ShownColumn column;
+        QCOMPARE(column.row->offer(), isShown ? std::optional(offered.toString()) : std::nullopt);
+        QCOMPARE(column.isEmpty(), !isShown);
+        QCOMPARE(column.shown<ShrinkingLabel>(offered.toString()) != nullptr, isShown);
+        offer("1.5 ( 27 )");
         column.row->read();
         QCOMPARE(column.row->offer(), std::nullopt);
     }
 
     void aStaleOfferAfterTheUpdateShowsNothing()
     {
-        offer(text("1.5 (30)"));
         run("CFBundleShortVersionString = 1.5; CFBundleVersion = 30;");
-        Column column;
-        column.show();
+        const ShownColumn column("1.5 (30)");
         QVERIFY(column.isEmpty());
         // The row never removes the offer that the agent stored.
         QCOMPARE(storedText(Keys::updatesAvailable.name), text("1.5 (30)"));
@@ -159,42 +147,39 @@ private Q_SLOTS:
 
     void theRowDisappearsAtOnceWhenTheOfferIsWithdrawn()
     {
-        offer(text("1.5 (30)"));
-        Column column;
-        column.show();
+        const ShownColumn column("1.5 (30)");
         QVERIFY(column.row->height() > 0);
         SharedSettings::store().remove(Keys::updatesAvailable.name);
-        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+        post();
         QTRY_COMPARE_WITH_TIMEOUT(column.row->offer(), std::nullopt, 1000);
         QTRY_VERIFY_WITH_TIMEOUT(column.isEmpty(), 100);
     }
 
     void theRowAppearsWhenTheAgentTells()
     {
-        Column column;
-        column.show();
+        const ShownColumn column;
         QVERIFY(column.isEmpty());
-        offer(text("1.5 (30)"));
+        offer("1.5 (30)");
         QTest::qWait(quietTime);
         QVERIFY(column.isEmpty()); // the row reads the offer only when the signal comes
-        SharedSettings::post(SharedSettings::Signal::updateAvailable);
-        QTRY_VERIFY_WITH_TIMEOUT(column.shown<ShrinkingLabel>(text("1.5 (30)")), 1000);
-        offer(text("1.6 (31)"));
-        SharedSettings::post(SharedSettings::Signal::updateAvailable);
-        QTRY_VERIFY_WITH_TIMEOUT(column.shown<ShrinkingLabel>(text("1.6 (31)")), 1000);
-        QVERIFY(!column.shown<ShrinkingLabel>(text("1.5 (30)")));
+        post();
+        QTRY_VERIFY_WITH_TIMEOUT(column.label("1.5 (30)"), 1000);
+        offer("1.6 (31)");
+        post();
+        QTRY_VERIFY_WITH_TIMEOUT(column.label("1.6 (31)"), 1000);
+        QVERIFY(!column.label("1.5 (30)"));
     }
 
     void itLooksEachTimeItAppears()
     {
         Column column;
         QCOMPARE(column.row->offer(), std::nullopt);
-        offer(text("1.5 (30)"));
+        offer("1.5 (30)");
         QCOMPARE(column.row->offer(), std::nullopt);
         column.show();
         QCOMPARE(column.row->offer(), text("1.5 (30)"));
         column.widget.hide();
-        offer(text("1.6 (31)"));
+        offer("1.6 (31)");
         QCOMPARE(column.row->offer(), text("1.5 (30)"));
         column.show();
         QCOMPARE(column.row->offer(), text("1.6 (31)"));
@@ -203,59 +188,47 @@ private Q_SLOTS:
     void itListensFromItsFirstAppearance()
     {
         Column column;
-        offer(text("1.5 (30)"));
-        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+        offer("1.5 (30)");
+        post();
         QTest::qWait(quietTime);
         QCOMPARE(column.row->offer(), std::nullopt);
         column.show();
         // The row's listeners live as long as the row, so a hidden row still follows.
         column.widget.hide();
-        offer(text("1.6 (31)"));
-        SharedSettings::post(SharedSettings::Signal::updateAvailable);
+        offer("1.6 (31)");
+        post();
         QTRY_COMPARE_WITH_TIMEOUT(column.row->offer(), text("1.6 (31)"), 1000);
-    }
-
-    void aValueThatIsNoTextIsNoOffer()
-    {
-        SharedSettings::store().set(Keys::updatesAvailable.name, 30);
-        Column column;
-        column.show();
-        QVERIFY(column.isEmpty());
     }
 
     void anOfferWithoutAVersionHasOneLine_data()
     {
-        QTest::addColumn<QString>("version");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("blank") << text(" \t ");
+        addRows<QString>({ { "empty", "" }, { "blank", " \t " } });
     }
     void anOfferWithoutAVersionHasOneLine()
     {
-        QFETCH(QString, version);
-        offer(version);
-        Column column;
-        column.show();
+        const auto [version] = thisRow<QString>();
+        const ShownColumn column(version.toLatin1().constData());
         QCOMPARE(column.row->offer(), version);
-        auto* title = column.shown<ShrinkingLabel>(text("Update available"));
+        auto* title = column.label("Update available");
         QVERIFY(title);
         QVERIFY(!column.shown<ShrinkingLabel>(version));
         // The title is centred vertically in the 52 points below the divider.
-        QVERIFY(std::abs(column.place(title).center().y() - (1 + 26)) <= 1);
+        QCOMPARE_LE(std::abs(column.place(title).center().y() - (1 + 26)), 1);
     }
 
     void itsPartsStandInTheirOrder()
     {
         for (const auto direction : { Qt::LeftToRight, Qt::RightToLeft }) {
-            offer(text("1.5 (30)"));
+            offer("1.5 (30)");
             Column column;
             column.widget.setLayoutDirection(direction);
             column.show();
             QCOMPARE(column.row->height(), 1 + 52);
-            QRect title = column.place(column.shown<ShrinkingLabel>(text("Update available")));
-            QRect version = column.place(column.shown<ShrinkingLabel>(text("1.5 (30)")));
-            QRect button = column.place(column.shown<PushButton>(text("Install")));
-            QVERIFY(std::abs(button.center().y() - (1 + 26)) <= 1);
-            QVERIFY(std::abs((title.top() + version.bottom()) / 2 - (1 + 26)) <= 1);
+            QRect title = column.place(column.label("Update available"));
+            QRect version = column.place(column.label("1.5 (30)"));
+            QRect button = column.place(column.install());
+            QCOMPARE_LE(std::abs(button.center().y() - (1 + 26)), 1);
+            QCOMPARE_LE(std::abs((title.top() + version.bottom()) / 2 - (1 + 26)), 1);
             QVERIFY(version.top() > title.bottom());
             if (direction == Qt::RightToLeft) {
                 const int width = column.row->width();
@@ -271,33 +244,22 @@ private Q_SLOTS:
 
     void theSymbolIsGreenAndTheDividerAHairline()
     {
-        offer(text("1.5 (30)"));
-        Column column;
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+        const ShownColumn column("1.5 (30)");
+        column.row->setAutoFillBackground(true);
+        for (const ColourScheme scheme : { ColourScheme::dark, ColourScheme::light }) {
             SystemAppearance::shared().setScheme(scheme);
-            column.show();
-            column.row->setAutoFillBackground(true);
-            column.row->setPalette(QPalette(Qt::white));
-            QPalette ground;
-            ground.setColor(QPalette::Window, Theme::colour(Theme::Colour::sidebar));
-            column.row->setPalette(ground);
-            const QImage image = column.picture();
-            const QColor green = Theme::colour(Theme::Colour::offer);
-            QRect symbol;
-            for (int y = 0; y < image.height(); ++y) {
-                for (int x = 0; x < image.width(); ++x) {
-                    if (image.pixelColor(x, y) == green)
-                        symbol |= QRect(x, y, 1, 1);
-                }
-            }
+            const QColor ground = Theme::colour(Theme::Colour::sidebar);
+            column.row->setPalette(QPalette(Qt::black, ground));
+            const QImage image = column.row->grab().toImage();
+            const QRect symbol = pixelsOf(image, Theme::colour(Theme::Colour::offer)).place;
             QVERIFY(symbol.left() >= 10 && symbol.right() < 10 + 18);
             QVERIFY(symbol.width() >= 11 && symbol.height() >= 11);
-            QVERIFY(std::abs(symbol.center().y() - (1 + 26)) <= 1);
+            QCOMPARE_LE(std::abs(symbol.center().y() - (1 + 26)), 1);
             const QColor line = image.pixelColor(image.width() / 2, 0);
-            QVERIFY(line != ground.color(QPalette::Window));
+            QVERIFY(line != ground);
             QCOMPARE(image.pixelColor(0, 0), line);
             QCOMPARE(image.pixelColor(image.width() - 1, 0), line);
-            QCOMPARE(image.pixelColor(0, 1), ground.color(QPalette::Window));
+            QCOMPARE(image.pixelColor(0, 1), ground);
         }
     }
 
@@ -313,7 +275,7 @@ private Q_SLOTS:
         QFETCH(const QString, language);
         Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
         Setting { Keys::language }.set(language);
-        offer(text("1.5 (30)"));
+        offer("1.5 (30)");
         Column column;
         column.widget.resize(204, 300);
         column.show();
@@ -321,7 +283,7 @@ private Q_SLOTS:
         QCOMPARE(title->shownText(), title->text());
         QCOMPARE(title->shownFont().pointSizeF(), Theme::font(Theme::TextStyle::callout).pointSizeF());
         QVERIFY(title->height() >= title->sizeHint().height());
-        const auto* version = column.shown<ShrinkingLabel>(text("1.5 (30)"));
+        const auto* version = column.label("1.5 (30)");
         QVERIFY(version->height() >= version->sizeHint().height());
         QVERIFY(column.place(version).top() > column.place(title).bottom());
         // The button keeps its width; the texts shrink.
@@ -334,23 +296,19 @@ private Q_SLOTS:
     {
         Bundle::setMain(Bundle(qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app")));
         Setting { Keys::language }.set(text("de"));
-        offer(text("99.5 (9999999)"));
-        Column column;
-        column.show();
-        QVERIFY(column.shown<ShrinkingLabel>(text("Neue Version")));
+        const ShownColumn column("99.5 (9999999)");
+        QVERIFY(column.label("Neue Version"));
         QVERIFY(column.shown<PushButton>(text("Installieren")));
-        QVERIFY(column.shown<ShrinkingLabel>(text("99.5 (9999999)")));
+        QVERIFY(column.label("99.5 (9999999)"));
     }
 
     void installStartsTheAgentAndAsksItToCheck()
     {
         const AgentFixture fixture;
         fixture.installAgent();
-        offer(text("1.5 (30)"));
-        Column column;
-        column.show();
+        const ShownColumn column("1.5 (30)");
         const Ear asked(SharedSettings::suiteName() + QStringLiteral(".checkForUpdates"));
-        QTest::mouseClick(column.shown<PushButton>(text("Install")), Qt::LeftButton);
+        QTest::mouseClick(column.install(), Qt::LeftButton);
         QTRY_COMPARE(asked.count, 1);
         fixture.waitForAgent();
         // The offer stays until the agent withdraws it, and the row has written nothing.
@@ -361,9 +319,8 @@ private Q_SLOTS:
 
     void aWindowThatComesBackFromItsIconWasNeverGone()
     {
-        Column column;
-        column.show();
-        offer(text("1.5 (30)"));
+        const ShownColumn column;
+        offer("1.5 (30)");
         QShowEvent back;
         QSpontaneKeyEvent::setSpontaneous(&back);
         QCoreApplication::instance()->notify(column.row, &back);
@@ -375,26 +332,20 @@ private Q_SLOTS:
         const AgentFixture fixture;
         qputenv("KESTRUM_TEST_AGENT", "1700");
         fixture.installAgent();
-        Column column;
         AppLinks::launchAgentIfNeeded(0);
         fixture.waitForAgent();
-        offer(text("1.5 (30)"));
-        column.show();
+        const ShownColumn column("1.5 (30)");
         AppLinks::stopAgent();
-        QTest::mouseClick(column.shown<PushButton>(text("Install")), Qt::LeftButton);
+        QTest::mouseClick(column.install(), Qt::LeftButton);
         QTRY_COMPARE_WITH_TIMEOUT(fixture.everStarted().size(), 2, 4000);
         qunsetenv("KESTRUM_TEST_AGENT");
     }
 
     void theButtonIsReachedByKeyboardAndNamed()
     {
-        offer(text("1.5 (30)"));
-        Column column;
-        column.show();
-        auto* button = column.shown<PushButton>(text("Install"));
-        QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(button);
-        QCOMPARE(accessible->role(), QAccessible::Button);
-        QCOMPARE(accessible->text(QAccessible::Name), text("Install"));
+        const ShownColumn column("1.5 (30)");
+        auto* button = column.install();
+        QCOMPARE(heard(button), text("Button Install"));
         QVERIFY(button->focusPolicy() & Qt::TabFocus);
     }
 };

@@ -1,12 +1,9 @@
 // What stays the same when the whole content of the window is built anew.
 
-#include "Kestrum/Form/FormPage.h"
-#include "Kestrum/Form/PopupPicker.h"
-#include "Kestrum/Form/SegmentedPicker.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
-#include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/TestRows.h"
 
 #include <QRadioButton>
 #include <QScrollBar>
@@ -17,14 +14,10 @@ class WindowRebuildTest : public QObject {
     Q_OBJECT
 
     static QScrollBar& bar(SettingsWindow& w) { return *w.view.pageWidget()->verticalScrollBar(); }
-    static QRect placeOf(SettingsWindow& w, const QWidget& part)
-    {
-        return { part.mapTo(&w.view, QPoint(0, 0)), part.size() };
-    }
-    /// Stores German as the language, as another program does, and waits for the rebuild.
+    /// Stores German as the language and waits for the rebuild.
     static void chooseGerman(SettingsWindow& w)
     {
-        Setting { Keys::language }.set(QStringLiteral("de"));
+        SettingsWindow::speak("de");
         QTRY_COMPARE(w.view.locale().language(), QLocale::German);
     }
 
@@ -34,15 +27,11 @@ private Q_SLOTS:
 
     void thePageStaysScrolledAsItWas_data()
     {
-        QTest::addColumn<double>("share");
-        QTest::newRow("top") << 0.0;
-        QTest::newRow("middle") << 0.5;
-        QTest::newRow("end") << 1.0;
+        addRows<double>({ { "top", 0 }, { "middle", 0.5 }, { "end", 1 } });
     }
-
     void thePageStaysScrolledAsItWas()
     {
-        QFETCH(double, share);
+        const auto [share] = thisRow<double>();
         SettingsWindow w;
         QVERIFY(bar(w).maximum() > 100);
         bar(w).setValue(int(bar(w).maximum() * share));
@@ -55,28 +44,24 @@ private Q_SLOTS:
 
     void theKeyboardStaysAtItsControl_data()
     {
-        QTest::addColumn<SettingsPage>("page");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("a switch") << SettingsPage::menuBar << QStringLiteral("showMemoryItem");
-        QTest::newRow("a picker") << SettingsPage::menuBar << QStringLiteral("storageAccent");
-        QTest::newRow("the language") << SettingsPage::general << QStringLiteral("language");
+        addRows<SettingsPage, QString>({ { "a switch", SettingsPage::menuBar, "showMemoryItem" },
+            { "a picker", SettingsPage::menuBar, "storageAccent" },
+            { "the language", SettingsPage::general, "language" } });
     }
-
     void theKeyboardStaysAtItsControl()
     {
-        QFETCH(SettingsPage, page);
-        QFETCH(QString, name);
+        const auto [page, name] = thisRow<SettingsPage, QString>();
         SettingsWindow w;
         w.view.selectPage(page);
-        QTest::qWait(10);
+        settle();
         auto* before = w.view.findChild<QWidget*>(name);
         before->setFocus(Qt::TabFocusReason);
-        const int y = placeOf(w, *before).y();
+        const int y = w.place(*before).y();
         chooseGerman(w);
         auto* after = w.view.findChild<QWidget*>(name);
         QVERIFY(after && after->hasFocus());
         // The row is at the same height on the screen as before.
-        QTRY_VERIFY(std::abs(placeOf(w, *after).y() - y) <= 2);
+        QTRY_VERIFY(std::abs(w.place(*after).y() - y) <= 2);
     }
 
     void theKeyboardStaysAtASegmentAndAtThePreview()
@@ -86,7 +71,7 @@ private Q_SLOTS:
         chooseGerman(w);
         QVERIFY(w.view.findChild<SegmentedPicker*>()->findChild<QRadioButton*>()->hasFocus());
         w.view.findChild<MenuBarStripView*>()->setFocus(Qt::TabFocusReason);
-        Setting { Keys::language }.set(QStringLiteral("en"));
+        SettingsWindow::speak("en");
         QTRY_COMPARE(w.view.locale().language(), QLocale::English);
         QVERIFY(w.view.findChild<MenuBarStripView*>()->hasFocus());
     }

@@ -1,4 +1,3 @@
-#include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/HelperProcess.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/SettingsWindow.h"
@@ -12,97 +11,94 @@
 
 using namespace kestrum;
 
-namespace {
-
-constexpr int writesPerSecond = 50;
-constexpr double mebibyte = 1024.0 * 1024.0;
-
-/// The duration of the storm: KESTRUM_STORM_SECONDS, or else 10 s. A long storm also needs a larger QTEST_FUNCTION_TIMEOUT.
-int seconds()
-{
-    bool isNumber = false;
-    const int wanted = qEnvironmentVariableIntValue("KESTRUM_STORM_SECONDS", &isNumber);
-    return isNumber ? wanted : 10;
-}
-
-double residentMebibytes()
-{
-    std::ifstream file("/proc/self/statm");
-    long whole = 0;
-    long resident = 0;
-    file >> whole >> resident;
-    return double(resident) * double(::sysconf(_SC_PAGESIZE)) / mebibyte;
-}
-
-QStringList messages;
-
-void keepMessage(QtMsgType, const QMessageLogContext&, const QString& message)
-{
-    messages.append(message);
-}
-
-/// Random lines "key [value]" for the writing process. The value is one of the key's own, another of its type, or one of any
-/// type. A line without a value removes the key.
-class RandomWrites {
-public:
-    QByteArray line()
-    {
-        const QString key = keys()[m_random.bounded(keys().size())];
-        const QJsonArray values = this->values(key);
-        const int choice = m_random.bounded(int(values.size()) + 1);
-        if (choice == int(values.size()))
-            return key.toUtf8();
-        return key.toUtf8() + ' '
-            + QJsonDocument(QJsonArray { values[choice] }).toJson(QJsonDocument::Compact);
-    }
-
-    static const QStringList& keys()
-    {
-        static const QStringList all = [] {
-            QStringList names;
-            const auto add
-                = [&names](const auto&... key) { (names.append(QLatin1StringView(key.name)), ...); };
-            std::apply(add, Keys::registered);
-            std::apply(add, Keys::unregistered);
-            return names;
-        }();
-        return all;
-    }
-
-private:
-    static QJsonArray values(const QString& key)
-    {
-        QJsonArray values { true, false, 0, 2, 5.0, -1, 1e300, QString(), QStringLiteral("off"),
-            QStringLiteral("usage"), QStringLiteral("Off"), QStringLiteral("system"),
-            QStringLiteral("nonsense"), QStringLiteral("custom:srgb:0.2000,0.4000,0.9000"),
-            QStringLiteral("custom:srgb:x"), QJsonArray { 1, 2 }, QJsonValue(QJsonValue::Null) };
-        const auto add = [&values](std::initializer_list<const char*> texts) {
-            for (const char* text : texts)
-                values.append(QLatin1StringView(text));
-        };
-        if (key == QLatin1StringView(Keys::settingsPane.name)) {
-            for (const auto& page : allCases<SettingsPage>())
-                add({ page.rawValue });
-        } else if (key == QLatin1StringView(Keys::language.name))
-            add({ "en", "de", "ar", "ja" });
-        else if (key == QLatin1StringView(Keys::menuBarOrder.name))
-            add({ "cpu,memory,storage,sensors", "sensors,cpu", "cpu,cpu,nonsense" });
-        else if (key.endsWith(QLatin1String("Accent")) || key == QLatin1StringView(Keys::accentChoice.name))
-            add({ "indigo", "amber", "teal", "custom" });
-        else
-            add({ "bars", "wave", "compact", "pill", "square", "icons", "letters", "temperature", "power",
-                "hottest", "light", "dark", "opaque", "celsius", "fahrenheit", "9.9 (999999)" });
-        return values;
-    }
-
-    QRandomGenerator m_random { 20 };
-};
-
-} // namespace
-
 /// A window that stays open while another process writes random settings.
 class WindowStormTest : public QObject {
     Q_OBJECT
+
+    static constexpr int writesPerSecond = 50;
+    static constexpr double mebibyte = 1024.0 * 1024.0;
+
+    /// The duration of the storm: KESTRUM_STORM_SECONDS, or else 10 s. A long storm also needs a larger QTEST_FUNCTION_TIMEOUT.
+    static int seconds()
+    {
+        bool isNumber = false;
+        const int wanted = qEnvironmentVariableIntValue("KESTRUM_STORM_SECONDS", &isNumber);
+        return isNumber ? wanted : 10;
+    }
+
+    static double residentMebibytes()
+    {
+        std::ifstream file("/proc/self/statm");
+        long whole = 0;
+        long resident = 0;
+        file >> whole >> resident;
+        return double(resident) * double(::sysconf(_SC_PAGESIZE)) / mebibyte;
+    }
+
+    static inline QStringList messages;
+
+    static void keepMessage(QtMsgType, const QMessageLogContext&, const QString& message)
+    {
+        messages.append(message);
+    }
+
+    /// Random lines "key [value]" for the writing process. The value is one of the key's own, another of its type, or one of any
+    /// type. A line without a value removes the key.
+    class RandomWrites {
+    public:
+        QByteArray line()
+        {
+            const QString key = keys()[m_random.bounded(keys().size())];
+            const QJsonArray values = this->values(key);
+            const int choice = m_random.bounded(int(values.size()) + 1);
+            if (choice == int(values.size()))
+                return key.toUtf8();
+            return key.toUtf8() + ' '
+                + QJsonDocument(QJsonArray { values[choice] }).toJson(QJsonDocument::Compact);
+        }
+
+        static const QStringList& keys()
+        {
+            static const QStringList all = [] {
+                QStringList names;
+                const auto add
+                    = [&names](const auto&... key) { (names.append(QLatin1StringView(key.name)), ...); };
+                std::apply(add, Keys::registered);
+                std::apply(add, Keys::unregistered);
+                return names;
+            }();
+            return all;
+        }
+
+    private:
+        static QJsonArray values(const QString& key)
+        {
+            QJsonArray values { true, false, 0, 2, 5.0, -1, 1e300, QString(), QStringLiteral("off"),
+                QStringLiteral("usage"), QStringLiteral("Off"), QStringLiteral("system"),
+                QStringLiteral("nonsense"), QStringLiteral("custom:srgb:0.2000,0.4000,0.9000"),
+                QStringLiteral("custom:srgb:x"), QJsonArray { 1, 2 }, QJsonValue(QJsonValue::Null) };
+            const auto add = [&values](std::initializer_list<const char*> texts) {
+                for (const char* text : texts)
+                    values.append(QLatin1StringView(text));
+            };
+            if (key == QLatin1StringView(Keys::settingsPane.name)) {
+                for (const auto& page : allCases<SettingsPage>())
+                    add({ page.rawValue });
+            } else if (key == QLatin1StringView(Keys::language.name))
+                add({ "en", "de", "ar", "ja" });
+            else if (key == QLatin1StringView(Keys::menuBarOrder.name))
+                add({ "cpu,memory,storage,sensors", "sensors,cpu", "cpu,cpu,nonsense" });
+            else if (key.endsWith(QLatin1String("Accent"))
+                || key == QLatin1StringView(Keys::accentChoice.name))
+                add({ "indigo", "amber", "teal", "custom" });
+            else
+                add({ "bars", "wave", "compact", "pill", "square", "icons", "letters", "temperature", "power",
+                    "hottest", "light", "dark", "opaque", "celsius", "fahrenheit", "9.9 (999999)" });
+            return values;
+        }
+
+        QRandomGenerator m_random { 20 };
+    };
 
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
@@ -120,7 +116,7 @@ private Q_SLOTS:
             for (int second = 0; second < duration; ++second) {
                 for (int i = 0; i < writesPerSecond; ++i)
                     writer.say(writes.line());
-                handleFor(1000);
+                QTest::qWait(1000);
             }
         };
         // The first half makes everything that is made only once: pages, languages, fonts, swatches.
@@ -137,7 +133,7 @@ private Q_SLOTS:
         QTRY_COMPARE(window.view.page(), SettingsPage::general);
         // The window reads what the agent stores only when the agent posts the signal.
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
-        handleFor(200);
+        QTest::qWait(200);
         qInstallMessageHandler(usual);
 
         messages.sort();
@@ -151,11 +147,7 @@ private Q_SLOTS:
         SettingsWindow fresh;
         fresh.view.setFocus();
         for (const auto& page : allCases<SettingsPage>()) {
-            window.view.activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(&window.view));
             const QImage shown = picture(window.view, page.value);
-            fresh.view.activateWindow();
-            QVERIFY(QTest::qWaitForWindowActive(&fresh.view));
             const QImage expected = picture(fresh.view, page.value);
             if (shown != expected) {
                 const QString kept = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/storm-%1.png");
@@ -167,17 +159,14 @@ private Q_SLOTS:
     }
 
 private:
-    static void handleFor(int milliseconds)
-    {
-        QTest::qWait(milliseconds);
-    }
     static QImage picture(SettingsView& view, SettingsPage page)
     {
+        activate(view);
         view.showPage(page);
         view.setFocus();
         // The pointer is moved to a place where hovering marks nothing.
         QTest::mouseMove(view.findChild<Sidebar*>());
-        handleFor(200); // until all animations have finished
+        QTest::qWait(200); // until all animations have finished
         return view.grab().toImage();
     }
 };

@@ -4,28 +4,24 @@
 
 using namespace kestrum;
 
-namespace {
-
-const QString longText = QStringLiteral(
-    "The readout turns amber at 85 degrees and red at 95 degrees, in the unit that was chosen.");
-
-/// The height that the toolkit computes for the same text in a new label.
-int plainHeight(const QLabel& label, int width)
-{
-    QLabel plain(label.text());
-    plain.setFont(label.font());
-    plain.setTextFormat(label.textFormat());
-    plain.setWordWrap(label.wordWrap());
-    plain.setContentsMargins(label.contentsMargins());
-    plain.setIndent(label.indent());
-    plain.setAlignment(label.alignment());
-    return plain.heightForWidth(width);
-}
-
-} // namespace
-
 class WrappedLabelTest : public QObject {
     Q_OBJECT
+
+    static inline const QString longText = QStringLiteral(
+        "The readout turns amber at 85 degrees and red at 95 degrees, in the unit that was chosen.");
+
+    /// The height that the toolkit computes for the same text in a new label.
+    static int plainHeight(const QLabel& label, int width)
+    {
+        QLabel plain(label.text());
+        plain.setFont(label.font());
+        plain.setTextFormat(label.textFormat());
+        plain.setWordWrap(label.wordWrap());
+        plain.setContentsMargins(label.contentsMargins());
+        plain.setIndent(label.indent());
+        plain.setAlignment(label.alignment());
+        return plain.heightForWidth(width);
+    }
 
     static void compare(const WrappedLabel& label)
     {

@@ -3,7 +3,6 @@
 #include "Kestrum/Form/ColourWell.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/MenuBar/AccentRow.h"
-#include "tests/Support/FormHand.h"
 #include "tests/Support/SettingsWindow.h"
 
 #include <QVBoxLayout>
@@ -27,19 +26,27 @@ struct AccentRowWindow {
         layout->addWidget(new PushButton(QStringLiteral("The next control")));
         layout->addStretch(1);
         window.resize(400, 100);
-        window.show();
-        window.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
+        activate(window);
     }
 
     /// Simulates a movement in the colour dialog.
     void move(const QColor& colour) const { Q_EMIT well->picked(colour); }
+    void choose(int index) const { FormHand::choose(*picker, index); }
+    /// A pixel of the swatch of the entry "Custom".
+    QRgb customSwatch() const
+    {
+        return picker->itemIcon(customIndex + 1).pixmap(QSize(12, 12), 1).toImage().pixel(6, 6);
+    }
 
     static QString stored() { return storedText("memoryAccent"); }
     static void store(const char* accent)
     {
         SharedSettings::store().set("memoryAccent", QString::fromLatin1(accent));
         QTest::qWait(20); // until its change notice has passed
+    }
+    static void storeElsewhere(const char* accent)
+    {
+        FormHand::storeElsewhere("memoryAccent", QString::fromLatin1(accent));
     }
 };
 

@@ -1,35 +1,40 @@
 #pragma once
 
 #include "Kestrum/Form/FocusRing.h"
-#include "Kestrum/Form/Theme.h"
+#include "tests/Support/Widgets.h"
 
-#include <QApplication>
-#include <QTest>
 #include <QVBoxLayout>
-#include <QWidget>
 
 namespace kestrum {
 
-/// An active window with controls one below the other, each at its own size. It follows the colour scheme like the settings
-/// window.
+/// An active window with controls one below the other. It follows the colour scheme like the settings window.
 struct ControlWindow : QWidget {
     static constexpr int margin = 20;
 
+    /// Each control has its own size.
     explicit ControlWindow(
         std::initializer_list<QWidget*> controls, Qt::LayoutDirection direction = Qt::LeftToRight)
+        : ControlWindow(direction)
     {
-        adoptScheme();
-        connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &ControlWindow::adoptScheme);
-        setLayoutDirection(direction);
-        auto* layout = new QVBoxLayout(this);
-        layout->setContentsMargins(margin, margin, margin, margin);
         for (QWidget* control : controls)
-            layout->addWidget(control, 0, Qt::AlignLeading);
-        layout->addStretch(1);
+            column().insertWidget(column().count() - 1, control, 0, Qt::AlignLeading);
         resize(400, 300);
-        show();
-        activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(this));
+        activate(*this);
+    }
+
+    /// The one control is `width` wide.
+    ControlWindow(QWidget* control, int width, Qt::LayoutDirection direction = Qt::LeftToRight)
+        : ControlWindow(direction)
+    {
+        column().insertWidget(0, control);
+        setRoom(width);
+        activate(*this);
+        settle();
+    }
+    void setRoom(int width)
+    {
+        resize(width + 2 * margin, 400);
+        settle();
     }
 
     /// Prepares the program for its windows.
@@ -43,19 +48,31 @@ struct ControlWindow : QWidget {
     /// The visible focus ring; null when there is none.
     FocusRing* ring() const
     {
-        for (auto* ring : findChildren<FocusRing*>()) {
-            if (ring->isVisible())
-                return ring;
-        }
-        return nullptr;
+        const auto rings = findChildren<FocusRing*>();
+        const auto ring
+            = std::find_if(rings.begin(), rings.end(), [](auto* each) { return each->isVisible(); });
+        return ring == rings.end() ? nullptr : *ring;
     }
-    /// The expected rectangle of the focus ring around `control`, in the coordinates of the ring's parent.
-    static QRect around(const QWidget& control, const FocusRing& ring)
+    /// Whether there is a focus ring, and all around `control`.
+    bool marks(const QWidget& control) const
     {
-        return QRect(control.mapTo(ring.parentWidget(), QPoint(0, 0)), control.size()).adjusted(-3, -3, 3, 3);
+        const FocusRing* ring = this->ring();
+        return ring
+            && ring->geometry()
+            == QRect(control.mapTo(ring->parentWidget(), QPoint(0, 0)), control.size()).adjusted(-3, -3, 3, 3)
+            && ring->parentWidget()->rect().contains(ring->geometry());
     }
 
 private:
+    explicit ControlWindow(Qt::LayoutDirection direction)
+    {
+        adoptScheme();
+        connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &ControlWindow::adoptScheme);
+        setLayoutDirection(direction);
+        (new QVBoxLayout(this))->setContentsMargins(margin, margin, margin, margin);
+        column().addStretch(1);
+    }
+    QVBoxLayout& column() const { return *static_cast<QVBoxLayout*>(layout()); }
     void adoptScheme()
     {
         setPalette(Theme::palette(SystemAppearance::shared().scheme()));

@@ -2,7 +2,8 @@
 
 #include "Kestrum/Form/FocusRing.h"
 #include "Kestrum/Form/PageScrollBar.h"
-#include "Kestrum/Form/ShrinkingLabel.h"
+#include "Kestrum/Window/SettingsView.h"
+#include "tests/Support/Widgets.h"
 
 #include <QAbstractButton>
 #include <QAbstractItemDelegate>
@@ -23,6 +24,20 @@ public:
         LayoutFaults faults;
         faults.walk(window);
         return faults.m_found;
+    }
+
+    /// The faults of all pages in the smallest window, after the page's name.
+    static QStringList ofPages(SettingsView& view)
+    {
+        QStringList faults;
+        view.resize(view.minimumSize());
+        for (const auto& page : allCases<SettingsPage>()) {
+            view.showPage(page.value);
+            settle();
+            for (const QString& fault : of(view))
+                faults.append(rawValue(page.value) + u' ' + fault);
+        }
+        return faults;
     }
 
 private:
@@ -106,12 +121,8 @@ private:
             image.fill(Qt::white);
             QPainter painter(&image);
             list.itemDelegate()->paint(&painter, option, index);
-            double sum = 0;
-            for (int y = 0; y < image.height(); ++y) {
-                for (int x = 0; x < image.width(); ++x)
-                    sum += 255 - *(image.constScanLine(y) + x);
-            }
-            return sum;
+            painter.end();
+            return inkOf(image);
         };
         return ink(0) < 0.98 * ink(1000);
     }

@@ -3,7 +3,6 @@
 #include "Kestrum/Form/Row.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
 #include "Platform/Machine/CoreTopology.h"
-#include "tests/Support/FormHand.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestSession.h"
 
@@ -101,6 +100,7 @@ struct MenuBarPageWindow {
     {
         return { page.findChild<SegmentedPicker*>(key), page.findChild<PopupPicker*>(key) };
     }
+    Picker picker(const char* key) const { return picker(QString::fromLatin1(key)); }
 };
 
 } // namespace kestrum

@@ -43,6 +43,7 @@ struct PickerFixture {
         QTest::keyClick(picker, Qt::Key(key), modifiers);
     }
     int lastChoice() const { return choices.isEmpty() ? -1 : choices.last().first().toInt(); }
+    QImage field() const { return picker->grab().toImage(); }
 
     /// Opens the list.
     PickerList* opened() const
@@ -55,39 +56,28 @@ struct PickerFixture {
         return list;
     }
     QRect entry(int row) const { return picker->view()->visualRect(picker->model()->index(row, 0)); }
-    /// Whether a row has ink before its title.
+    /// The rectangle of a row in the list's window.
+    QRect entryInWindow(int row) const
+    {
+        const QAbstractItemView& list = *picker->view();
+        return entry(row).translated(list.viewport()->mapTo(list.window(), QPoint(0, 0)));
+    }
+    /// Whether a row of a list with that picture has ink before its title.
     bool hasTick(const QImage& list, int row) const
     {
-        const QRect place = entry(row).translated(
-            picker->view()->viewport()->mapTo(picker->view()->window(), QPoint(0, 0)));
-        const bool isFromTheRight = picker->isRightToLeft();
-        for (int x = 8; x < 26; ++x) {
-            const int column = isFromTheRight ? place.right() - x : place.left() + x;
-            for (int y = place.top() + 5; y < place.bottom() - 5; ++y) {
-                if (QColor(list.pixel(column, y)).lightness() < 128)
-                    return true;
-            }
-        }
-        return false;
+        const QRect place = entryInWindow(row);
+        const int left = picker->isRightToLeft() ? place.right() - 25 : place.left() + 8;
+        const QImage room = list.copy(left, place.top() + 5, 18, place.height() - 11);
+        return pixelsThat(room, [](QRgb pixel) { return QColor(pixel).lightness() < 128; }).count > 0;
     }
 };
 
-/// A red picture. `pixelsOf` counts the pixels of a colour in an image.
+/// A red picture.
 inline QIcon red()
 {
     QPixmap picture(12, 12);
     picture.fill(Qt::red);
     return picture;
-}
-
-inline int pixelsOf(const QImage& image, QRgb colour)
-{
-    int count = 0;
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x)
-            count += image.pixel(x, y) == colour ? 1 : 0;
-    }
-    return count;
 }
 
 } // namespace kestrum

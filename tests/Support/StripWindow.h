@@ -4,11 +4,10 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Desktop/SystemAppearance.h"
 #include "tests/Support/FreshSettings.h"
+#include "tests/Support/Widgets.h"
 
-#include <QApplication>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QTest>
 #include <cmath>
 #include <optional>
 
@@ -39,9 +38,7 @@ struct StripWindow {
 
     void show()
     {
-        window.show();
-        window.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
+        activate(window);
         strip.clearFocus();
     }
 
@@ -98,20 +95,17 @@ struct StripWindow {
         return true;
     }
 
-    QImage picture(double scale = 1)
-    {
-        QImage image((QSizeF(strip.size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
-        image.setDevicePixelRatio(scale);
-        image.fill(Qt::transparent);
-        strip.render(&image, {}, {}, QWidget::DrawChildren);
-        return image;
-    }
-
+    QImage picture(double scale = 1) { return pictureOf(strip, Qt::transparent, scale); }
     QColor pixel(double x, double y)
     {
         const QPointF place = at(x, y);
         return picture().pixelColor(int(std::floor(place.x())), int(std::floor(place.y())));
     }
+};
+
+/// A strip in an active window.
+struct ShownStrip : StripWindow {
+    ShownStrip() { show(); }
 };
 
 } // namespace kestrum

@@ -1,12 +1,10 @@
 #pragma once
 
 #include "Kestrum/Form/FocusRing.h"
-#include "Kestrum/Form/Theme.h"
 #include "Kestrum/Popovers/ChoiceTileRow.h"
+#include "tests/Support/Widgets.h"
 
-#include <QApplication>
 #include <QPainter>
-#include <QTest>
 
 namespace kestrum {
 
@@ -24,9 +22,7 @@ struct TileWindow {
             });
         window.resize(800, 500);
         resize(width);
-        window.show();
-        window.activateWindow();
-        QVERIFY(QTest::qWaitForWindowActive(&window));
+        activate(window);
         if (QWidget* focused = window.focusWidget())
             focused->clearFocus();
     }
@@ -35,15 +31,6 @@ struct TileWindow {
 
     ChoiceTile& tile(int index) const { return *row.tiles()[index]; }
     FocusRing* ring() const { return row.findChild<FocusRing*>(); }
-
-    QImage picture(QWidget& widget, int scale = 1)
-    {
-        QImage image(widget.size() * scale, QImage::Format_RGB32);
-        image.setDevicePixelRatio(scale);
-        image.fill(Qt::white);
-        widget.render(&image, {}, {}, QWidget::DrawChildren);
-        return image;
-    }
 };
 
 } // namespace kestrum

@@ -1,0 +1,115 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Kestrum/Form/ShrinkingLabel.h"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QImage>
+#include <QMetaEnum>
+#include <QTest>
+#include <QWheelEvent>
+
+namespace kestrum {
+
+/// Shows a window, and waits until it is active.
+inline void activate(QWidget& window)
+{
+    window.show();
+    window.activateWindow();
+    QVERIFY(QTest::qWaitForWindowActive(&window));
+}
+
+/// Handles all events that are waiting, such as requests for a layout. A layout within others takes one round for each.
+inline void settle()
+{
+    for (int round = 0; round < 5; ++round) {
+        QCoreApplication::sendPostedEvents();
+        QCoreApplication::processEvents();
+    }
+}
+
+/// Turns the mouse wheel over the middle of a widget. Gives whether the widget took the event. With `isReal`, an event that the
+/// widget does not take goes to the widgets around it, as from a mouse.
+inline bool turnWheel(
+    QWidget& widget, QPoint angle, Qt::KeyboardModifiers modifiers = {}, bool isReal = false)
+{
+    const QPointF at = widget.rect().center();
+    QWheelEvent event(
+        at, widget.mapToGlobal(at), {}, angle, Qt::NoButton, modifiers, Qt::NoScrollPhase, false);
+    if (isReal)
+        QSpontaneKeyEvent::setSpontaneous(&event);
+    qApp->notify(&widget, &event);
+    return event.isAccepted();
+}
+
+/// A picture of a widget and its children on a ground of one colour.
+inline QImage pictureOf(QWidget& widget, const QColor& ground = Qt::transparent, double scale = 1)
+{
+    QImage image((QSizeF(widget.size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(ground);
+    widget.render(&image, {}, {}, QWidget::DrawChildren);
+    return image;
+}
+
+/// Some pixels of an image: how many they are, and the smallest rectangle around them, which is null for none.
+struct FoundPixels {
+    int count = 0;
+    QRect place;
+};
+/// The pixels whose colour fulfils a condition.
+template <class Condition> FoundPixels pixelsThat(const QImage& image, Condition fulfils)
+{
+    FoundPixels found;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (fulfils(image.pixel(x, y))) {
+                ++found.count;
+                found.place |= QRect(x, y, 1, 1);
+            }
+        }
+    }
+    return found;
+}
+inline FoundPixels pixelsOf(const QImage& image, const QColor& colour)
+{
+    return pixelsThat(image, [rgba = colour.rgba()](QRgb pixel) { return pixel == rgba; });
+}
+inline FoundPixels pixelsOtherThan(const QImage& image, const QColor& colour)
+{
+    return pixelsThat(image, [rgba = colour.rgba()](QRgb pixel) { return pixel != rgba; });
+}
+
+/// The amount of ink in a picture: the sum of all contrasts to white.
+inline double inkOf(const QImage& picture)
+{
+    double sum = 0;
+    pixelsThat(picture, [&sum](QRgb pixel) {
+        sum += 255 - qGray(pixel);
+        return false;
+    });
+    return sum;
+}
+
+/// What assistive programs call a widget: its role and its name, such as "Button Install".
+inline QString heard(QAccessibleInterface* part)
+{
+    const QMetaEnum roles = QMetaEnum::fromType<QAccessible::Role>();
+    return QString::fromLatin1(roles.valueToKey(part->role())) + u' ' + part->text(QAccessible::Name);
+}
+inline QString heard(QWidget* widget)
+{
+    return heard(QAccessible::queryAccessibleInterface(widget));
+}
+
+/// Whether a label is drawn in that text style and colour.
+inline bool looks(ShrinkingLabel& label, Theme::TextStyle style, Theme::Colour colour)
+{
+    ShrinkingLabel model(style, colour);
+    model.setText(label.text());
+    model.resize(label.size());
+    return pictureOf(label, Qt::white) == pictureOf(model, Qt::white);
+}
+
+} // namespace kestrum

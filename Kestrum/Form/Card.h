@@ -10,8 +10,7 @@ namespace kestrum {
 class WrappedLabel;
 
 /// One section of a page: a rounded card with contents below each other and hairlines between them, an optional heading above
-/// and an optional footnote below. The page places the card and limits its width. For assistive programs the card is a
-/// group with the heading as its name.
+/// and an optional footnote below. For assistive programs the card is a group with the heading as its name.
 class Card : public QWidget {
     Q_OBJECT
 public:

@@ -9,10 +9,9 @@ class QColorDialog;
 
 namespace kestrum {
 
-/// A plate of one colour. A click opens a colour dialog that is not modal. The dialog is beside the window if the desktop lets
-/// programs place their windows and the screen has the space. Each change in the dialog is reported at once. Colours are opaque.
-/// For assistive programs the well is a button: the owner sets its name, and its description is the colour as "#rrggbb". The
-/// dialog is closed when the well is hidden or destroyed.
+/// A plate of one opaque colour. A click opens a colour dialog, beside the window if the desktop and the screen allow it. The
+/// dialog is not modal, reports each change at once, and is closed when the well is hidden or destroyed. For assistive programs the
+/// well is a button: the owner sets its name, and its description is the colour as "#rrggbb".
 class ColourWell final : public QAbstractButton {
     Q_OBJECT
 public:

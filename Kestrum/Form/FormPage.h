@@ -7,9 +7,8 @@
 
 namespace kestrum {
 
-/// A page of the window: its sections in one column that scrolls. The column is as wide as the page without its margins, but at
-/// most as wide as a card may be; in a wide window the column is centred. All pickers of one kind are as wide as the widest of
-/// them.
+/// A page of the window: its sections in one column that scrolls. In a wide window the column is centred and only as wide as a card
+/// may be. All pickers of one kind are as wide as the widest of them.
 class FormPage : public QScrollArea {
     Q_OBJECT
 public:

@@ -132,11 +132,6 @@ void PickerList::dressWindow()
     window()->installEventFilter(this);
 }
 
-int PickerList::neededWidth() const
-{
-    return sizeHintForColumn(0);
-}
-
 QRect PickerList::card() const
 {
     const int reach = m_isTranslucent ? shadowReach : 0;
@@ -159,7 +154,7 @@ void PickerList::place()
     }
 
     const QRect field(m_picker.mapToGlobal(QPoint(0, 0)), m_picker.size());
-    QRect card(field.topLeft(), QSize(std::max(neededWidth(), field.width()), wanted));
+    QRect card(field.topLeft(), QSize(std::max(sizeHintForColumn(0), field.width()), wanted));
     if (m_picker.isRightToLeft())
         card.moveRight(field.right());
     list.setGeometry(card.marginsAdded(shadow));

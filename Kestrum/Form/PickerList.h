@@ -7,10 +7,9 @@ class QComboBox;
 
 namespace kestrum {
 
-/// The list that opens from a picker: entries on a card. A tick marks the chosen entry; the entry under the pointer or at the
-/// keyboard has a filled background. The card is at least as wide as the picker's field and covers it. The chosen entry is
-/// exactly on the field's title, as far as the screen allows. If the desktop supports translucent windows, the card is rounded
-/// and has a shadow. QComboBox fills and closes the list.
+/// The list that opens from a picker: entries on a card, with a tick before the chosen one. The card is at least as wide as the
+/// picker's field and covers it, with the chosen entry exactly on the field's title, as far as the screen allows. If the desktop
+/// supports translucent windows, the card is rounded and has a shadow. QComboBox fills and closes the list.
 class PickerList final : public QListView {
     Q_OBJECT
 public:
@@ -18,9 +17,6 @@ public:
 
     /// Sets up the window into which QComboBox has put the list. Call this before the window is first shown.
     void dressWindow();
-
-    /// The width of a card that fits the widest entry.
-    int neededWidth() const;
 
     /// The card's rectangle in screen coordinates.
     QRect card() const;

@@ -5,9 +5,8 @@
 
 namespace kestrum {
 
-/// A picker that shows the chosen entry. All choices are in a list that opens over the picker, with a tick before the chosen
-/// one. The picker is as wide as its longest title needs, so nothing moves when another entry is chosen, or as wide as the
-/// pickers that share a width with it. The mouse wheel scrolls the page even over the picker.
+/// A picker that shows the chosen entry; all choices are in a `PickerList`. It is as wide as its longest title needs, so nothing
+/// moves when another entry is chosen. The mouse wheel scrolls the page even over the picker.
 class PopupPicker final : public QComboBox {
     Q_OBJECT
 public:

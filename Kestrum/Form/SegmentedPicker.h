@@ -8,8 +8,8 @@ class QButtonGroup;
 namespace kestrum {
 
 /// A few choices side by side; one or none of them is chosen. For assistive programs the picker is a group of radio buttons.
-/// Arrow keys choose another segment, and Tab moves the focus to the chosen segment. The picker is as wide as its texts need, or as
-/// the pickers that share a width with it. Segments that do not fit in one row are in several rows.
+/// Arrow keys choose another segment, and Tab moves the focus to the chosen segment. Segments that do not fit in one row are in
+/// several rows.
 class SegmentedPicker final : public QWidget {
     Q_OBJECT
 public:

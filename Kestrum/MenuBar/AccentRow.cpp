@@ -51,11 +51,6 @@ private:
     Swatch m_swatch;
 };
 
-QIcon icon(const Swatch& swatch)
-{
-    return QIcon(new SwatchEngine(swatch));
-}
-
 } // namespace
 
 AccentRow::AccentRow(const QString& title, const QString& subject, const UnregisteredKey<MeterAccent>& key)
@@ -66,8 +61,9 @@ AccentRow::AccentRow(const QString& title, const QString& subject, const Unregis
 {
     m_picker->setObjectName(QLatin1StringView(key.name));
     for (const MeterAccent& preset : MeterAccent::presets())
-        m_picker->addEntry(kestrum::title(preset),
-            icon([preset](double scale) { return AccentSwatch::image(preset, Theme::pictureSize, scale); }));
+        m_picker->addEntry(kestrum::title(preset), QIcon(new SwatchEngine([preset](double scale) {
+            return AccentSwatch::image(preset, Theme::pictureSize, scale);
+        })));
     m_picker->addDivider();
     m_picker->addEntry(AppLanguage::string("Custom"));
     m_well->setAccessibleName(AppLanguage::string("%@ custom colour", { title }));
@@ -101,10 +97,9 @@ void AccentRow::showAccent()
     const bool isCustom = accent.isCustom();
     if (m_shown != accent) {
         m_shown = accent;
-        m_picker->setItemIcon(m_picker->count() - 1,
-            isCustom ? icon(
-                [accent](double scale) { return AccentSwatch::drawn(accent, Theme::pictureSize, scale); })
-                     : QIcon());
+        const auto swatch
+            = [accent](double scale) { return AccentSwatch::drawn(accent, Theme::pictureSize, scale); };
+        m_picker->setItemIcon(m_picker->count() - 1, isCustom ? QIcon(new SwatchEngine(swatch)) : QIcon());
     }
     m_picker->setIndex(int(isCustom ? presets.size() : presets.indexOf(accent)));
     // The well is hidden below: without this, the focus would be lost.

@@ -13,10 +13,9 @@
 
 namespace kestrum {
 
-/// The row of menu-bar items as the agent shows it, drawn from sample readings. The user orders the items here: by dragging an
-/// item sideways, or with Alt and the arrow keys. The new order is stored when an item is dropped or moved by a key. Every
-/// change of the shared settings and the agent's signal `menuBarChanged` rebuild the row. Items slide to their new places: an
-/// item's frame is its new place, and only the drawing slides.
+/// The row of menu-bar items as the agent shows it, drawn from sample readings. The user orders the items here, by dragging them
+/// sideways or with Alt and the arrow keys; the order is stored when an item is dropped or moved by a key. Every change of the
+/// shared settings and the agent's signal `menuBarChanged` rebuild the row. Items slide to their new places (`ItemSlides`).
 ///
 /// There are two coordinate systems. The frames of items are in *strip* coordinates: fractional points, with the origin at the
 /// bottom left of the first item. Qt uses *widget* coordinates from the top left. The widget is larger than the row by `room` on

@@ -250,18 +250,11 @@ void SettingsView::returnTo(const Whereabouts& place)
 
 bool SettingsView::event(QEvent* event)
 {
-    if (event->type() == QEvent::ThemeChange)
-        adoptFont();
+    if (event->type() == QEvent::ThemeChange && Theme::font(Theme::TextStyle::body) != m_font) {
+        QApplication::setFont(Theme::font(Theme::TextStyle::body));
+        rebuild();
+    }
     return QWidget::event(event);
-}
-
-void SettingsView::adoptFont()
-{
-    const QFont font = Theme::font(Theme::TextStyle::body);
-    if (font == m_font)
-        return;
-    QApplication::setFont(font);
-    rebuild();
 }
 
 void SettingsView::adoptScheme()

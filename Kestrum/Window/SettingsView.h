@@ -45,7 +45,6 @@ private:
     struct Whereabouts;
     Whereabouts whereabouts() const;
     void returnTo(const Whereabouts& place);
-    void adoptFont();
     void adoptScheme();
 
     AgentController m_agent { this }; ///< stays when the content is rebuilt

@@ -25,8 +25,7 @@ void drawBars(ItemDrawing& drawing, const QRectF& frame)
 {
     strokeTallFrame(drawing, frame);
     const QList<double> usages = drawing.readings.coreUsages();
-    const qsizetype fastCores = drawing.readings.performanceCoreCount();
-    const qsizetype firstFast = usages.size() - std::min(usages.size(), std::max<qsizetype>(fastCores, 0));
+    const qsizetype firstFast = usages.size() - drawing.readings.performanceCoreCount();
     const QColor base = drawing.appearance.accent(Keys::cpuAccent);
     const QColor fast = drawing.appearance.accent(Keys::cpuFastCoreAccent);
     for (qsizetype i = 0; i < usages.size(); ++i) {

@@ -4,35 +4,24 @@
 #include "Platform/Desktop/DesktopBus.h"
 
 #include <QDBusArgument>
-#include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
+#include <tuple>
 
 namespace kestrum {
 namespace {
 
-const QString& portalConnection()
-{
-    static const QString name = QStringLiteral("kestrum-appearance");
-    return name;
-}
-
-constexpr char16_t service[] = u"org.freedesktop.portal.Desktop";
-constexpr char16_t portalPath[] = u"/org/freedesktop/portal/desktop";
-constexpr char16_t interface[] = u"org.freedesktop.portal.Settings";
-constexpr char16_t appearanceGroup[] = u"org.freedesktop.appearance";
-constexpr char16_t schemeKey[] = u"color-scheme";
-constexpr char16_t accentKey[] = u"accent-color";
-constexpr char16_t motionKey[] = u"reduced-motion";
-constexpr char16_t gnomeGroup[] = u"org.gnome.desktop.interface";
-constexpr char16_t animationsKey[] = u"enable-animations";
-
-QString text(const char16_t* characters)
-{
-    return QString::fromUtf16(characters);
-}
+constexpr QLatin1StringView portalConnection("kestrum-appearance");
+constexpr QLatin1StringView portal("org.freedesktop.portal.Desktop");
+constexpr QLatin1StringView portalPath("/org/freedesktop/portal/desktop");
+constexpr QLatin1StringView portalInterface("org.freedesktop.portal.Settings");
+constexpr QLatin1StringView appearanceGroup("org.freedesktop.appearance");
+constexpr QLatin1StringView schemeKey("color-scheme");
+constexpr QLatin1StringView accentKey("accent-color");
+constexpr QLatin1StringView motionKey("reduced-motion");
+constexpr QLatin1StringView gnomeGroup("org.gnome.desktop.interface");
+constexpr QLatin1StringView animationsKey("enable-animations");
 
 // Removes every layer of variants. `Read` returns a variant within a variant; the portal's signal and newer calls give
 // a single variant.
@@ -88,16 +77,11 @@ std::optional<QColor> accentOf(const QVariant& value)
 
 } // namespace
 
-AppearancePortal::AppearancePortal(QObject* parent)
-    : QObject(parent)
-{
-}
-
 void AppearancePortal::start(const QString& address)
 {
     if (address.isEmpty())
         return;
-    DesktopBus::join(address, portalConnection(), this, [this](bool isJoined) {
+    DesktopBus::join(address, portalConnection, this, [this](bool isJoined) {
         if (isJoined)
             follow();
     });
@@ -107,22 +91,19 @@ void AppearancePortal::follow()
 {
     // The sender is left empty, because Qt would otherwise wait until the bus reports the owner of the service. A
     // forged signal can change only colours and motion.
-    DesktopBus::follow(portalConnection(), { {}, text(portalPath), text(interface) },
+    DesktopBus::follow(portalConnection, { {}, portalPath, portalInterface },
         QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QString, QString, QDBusVariant)));
-    for (const char16_t* key : { schemeKey, accentKey, motionKey })
+    for (const QLatin1StringView key : { schemeKey, accentKey, motionKey })
         ask(appearanceGroup, key);
     ask(gnomeGroup, animationsKey);
 }
 
-void AppearancePortal::ask(const char16_t* group, const char16_t* key)
+void AppearancePortal::ask(QLatin1StringView group, QLatin1StringView key)
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        text(service), text(portalPath), text(interface), QStringLiteral("Read"));
-    call << text(group) << text(key);
-    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(portalConnection()).asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, key = text(key), watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QDBusVariant> reply = *watcher;
+    QDBusMessage read
+        = QDBusMessage::createMethodCall(portal, portalPath, portalInterface, QStringLiteral("Read"));
+    read << group << key;
+    DesktopBus::call(portalConnection, read, this, [this, key](const QDBusPendingReply<QDBusVariant>& reply) {
         // An error is an answer too: there is no portal, or the portal does not know the key.
         if (!reply.isError())
             adopt(key, reply.value().variant());
@@ -131,24 +112,22 @@ void AppearancePortal::ask(const char16_t* group, const char16_t* key)
 
 void AppearancePortal::settingChanged(const QString& group, const QString& key, const QDBusVariant& value)
 {
-    if (group == text(appearanceGroup) || (group == text(gnomeGroup) && key == text(animationsKey)))
+    if (group == appearanceGroup || (group == gnomeGroup && key == animationsKey))
         adopt(key, value.variant());
 }
 
 void AppearancePortal::adopt(const QString& key, const QVariant& value)
 {
-    const auto scheme = m_scheme;
-    const auto accent = m_accent;
-    const bool reducesMotion = this->reducesMotion();
-    if (key == text(schemeKey))
+    const auto before = std::tuple(m_scheme, m_accent, reducesMotion());
+    if (key == schemeKey)
         m_scheme = schemeOf(unwrapped(value));
-    else if (key == text(accentKey))
+    else if (key == accentKey)
         m_accent = accentOf(unwrapped(value));
-    else if (key == text(motionKey))
+    else if (key == motionKey)
         m_reducesMotion = reductionOf(unwrapped(value));
-    else if (key == text(animationsKey))
+    else if (key == animationsKey)
         m_animates = truthOf(unwrapped(value));
-    if (scheme != m_scheme || accent != m_accent || reducesMotion != this->reducesMotion())
+    if (before != std::tuple(m_scheme, m_accent, reducesMotion()))
         Q_EMIT changed();
 }
 

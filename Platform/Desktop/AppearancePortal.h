@@ -18,7 +18,7 @@ namespace kestrum {
 class AppearancePortal : public QObject {
     Q_OBJECT
 public:
-    explicit AppearancePortal(QObject* parent = nullptr);
+    using QObject::QObject;
 
     /// Joins the bus at `address`, asks for the settings and follows their changes. Does nothing when `address` is empty.
     void start(const QString& address);
@@ -37,7 +37,7 @@ private Q_SLOTS:
 
 private:
     void follow();
-    void ask(const char16_t* group, const char16_t* key);
+    void ask(QLatin1StringView group, QLatin1StringView key);
     void adopt(const QString& key, const QVariant& value);
 
     std::optional<ColourScheme> m_scheme;

@@ -5,6 +5,8 @@
 #include "Platform/Log/Log.h"
 
 #include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QFile>
 #include <QFuture>
@@ -75,6 +77,18 @@ void DesktopBus::join(
         promise->addResult(QDBusConnection::connectToBus(address, name).isConnected());
         promise->finish();
     });
+}
+
+void DesktopBus::call(const QString& connection, const QDBusMessage& message, QObject* context,
+    std::function<void(const QDBusPendingCall&)> answered, int timeLimit)
+{
+    auto* watcher
+        = new QDBusPendingCallWatcher(QDBusConnection(connection).asyncCall(message, timeLimit), context);
+    QObject::connect(
+        watcher, &QDBusPendingCallWatcher::finished, context, [watcher, answered = std::move(answered)] {
+            watcher->deleteLater();
+            answered(*watcher);
+        });
 }
 
 bool DesktopBus::follow(

@@ -5,6 +5,9 @@
 #include <QString>
 #include <functional>
 
+class QDBusMessage;
+class QDBusPendingCall;
+
 namespace kestrum {
 
 /// The session bus, which connects us to the desktop's services.
@@ -23,6 +26,12 @@ void nameToToolkit();
 /// `QDBusConnection`. Then `joined` is called on the main thread: with true on success, else with false. It is not called
 /// if `context` has been destroyed by then.
 void join(const QString& address, const QString& name, QObject* context, std::function<void(bool)> joined);
+
+/// Sends `message` on the joined bus `connection`. `answered` gets the answer or the error from the event loop, unless
+/// `context` has been destroyed by then. It may take a `QDBusPendingReply` of the answer's types. `timeLimit` is in ms; -1
+/// stands for the bus library's own limit.
+void call(const QString& connection, const QDBusMessage& message, QObject* context,
+    std::function<void(const QDBusPendingCall&)> answered, int timeLimit = -1);
 
 /// The origin of signals on the bus. An empty `service` stands for any service.
 struct Source {

@@ -6,7 +6,6 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QGuiApplication>
 #include <QStringList>
@@ -20,28 +19,15 @@ namespace {
 constexpr int timeLimit = 10'000; // ms, for an answer
 constexpr int asLongAsTheDesktopLikes = -1;
 
-const QString& notificationService()
-{
-    // The interface has the same name as the service.
-    static const QString name = QStringLiteral("org.freedesktop.Notifications");
-    return name;
-}
-
-const QString& notificationPath()
-{
-    static const QString name = QStringLiteral("/org/freedesktop/Notifications");
-    return name;
-}
+// The interface has the same name as the service.
+constexpr QLatin1StringView notifications("org.freedesktop.Notifications");
+constexpr QLatin1StringView notificationsPath("/org/freedesktop/Notifications");
+constexpr QLatin1StringView notificationConnection("kestrum-notification");
 
 QDBusMessage notificationCall(const char* name)
 {
     return QDBusMessage::createMethodCall(
-        notificationService(), notificationPath(), notificationService(), QString::fromLatin1(name));
-}
-
-QString notificationConnection()
-{
-    return QStringLiteral("kestrum-notification");
+        notifications, notificationsPath, notifications, QString::fromLatin1(name));
 }
 
 void tellThatNothingIsShown(const QString& reason)
@@ -51,14 +37,9 @@ void tellThatNothingIsShown(const QString& reason)
 
 } // namespace
 
-DesktopNotification::DesktopNotification(QObject* parent)
-    : QObject(parent)
-{
-}
-
 DesktopNotification::~DesktopNotification()
 {
-    QDBusConnection::disconnectFromBus(notificationConnection());
+    QDBusConnection::disconnectFromBus(notificationConnection);
 }
 
 void DesktopNotification::show(const Content& content)
@@ -67,7 +48,7 @@ void DesktopNotification::show(const Content& content)
     if (m_isJoining)
         return;
     // The connection stays open, because some desktops remove the notifications of a program that has left the bus.
-    if (QDBusConnection(notificationConnection()).isConnected())
+    if (QDBusConnection(notificationConnection).isConnected())
         askWhatIsShown();
     else
         join();
@@ -80,10 +61,10 @@ void DesktopNotification::join()
         tellThatNothingIsShown(QStringLiteral("there is no session bus"));
         return;
     }
-    QDBusConnection::disconnectFromBus(notificationConnection());
+    QDBusConnection::disconnectFromBus(notificationConnection);
     m_shown = 0;
     m_isJoining = true;
-    DesktopBus::join(address, notificationConnection(), this, [this](bool isJoined) {
+    DesktopBus::join(address, notificationConnection, this, [this](bool isJoined) {
         m_isJoining = false;
         if (!isJoined) {
             tellThatNothingIsShown(QStringLiteral("the session bus does not answer"));
@@ -91,10 +72,10 @@ void DesktopNotification::join()
         }
         // The sender is left empty, because Qt would otherwise wait for the bus. A forged signal can do no more than a
         // press of the button.
-        const DesktopBus::Source source { {}, notificationPath(), notificationService() };
-        DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActionInvoked"), this,
+        const DesktopBus::Source source { {}, notificationsPath, notifications };
+        DesktopBus::follow(notificationConnection, source, QStringLiteral("ActionInvoked"), this,
             SLOT(actionInvoked(uint, QString)));
-        DesktopBus::follow(notificationConnection(), source, QStringLiteral("ActivationToken"), this,
+        DesktopBus::follow(notificationConnection, source, QStringLiteral("ActivationToken"), this,
             SLOT(activationToken(uint, QString)));
         askWhatIsShown();
     });
@@ -104,18 +85,14 @@ void DesktopNotification::join()
 /// the text below the heading as markup.
 void DesktopNotification::askWhatIsShown()
 {
-    auto* watcher = new QDBusPendingCallWatcher(
-        QDBusConnection(notificationConnection()).asyncCall(notificationCall("GetCapabilities"), timeLimit),
-        this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QStringList> reply = *watcher;
+    const auto answered = [this](const QDBusPendingReply<QStringList>& reply) {
         if (reply.isError())
             tellThatNothingIsShown(reply.error().message());
         else
             send(reply.value().contains(QLatin1StringView("actions")),
                 reply.value().contains(QLatin1StringView("body-markup")));
-    });
+    };
+    DesktopBus::call(notificationConnection, notificationCall("GetCapabilities"), this, answered, timeLimit);
 }
 
 void DesktopNotification::send(bool hasButtons, bool readsMarkup)
@@ -132,16 +109,13 @@ void DesktopNotification::send(bool hasButtons, bool readsMarkup)
     call << QGuiApplication::applicationDisplayName() << m_shown << program << m_content.heading
          << (readsMarkup ? text.toHtmlEscaped() : text) << actions
          << QVariantMap { { QStringLiteral("desktop-entry"), program } } << asLongAsTheDesktopLikes;
-    auto* watcher = new QDBusPendingCallWatcher(
-        QDBusConnection(notificationConnection()).asyncCall(call, timeLimit), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<quint32> reply = *watcher;
+    const auto answered = [this](const QDBusPendingReply<quint32>& reply) {
         if (reply.isError())
             tellThatNothingIsShown(reply.error().message());
         else
             m_shown = reply.value();
-    });
+    };
+    DesktopBus::call(notificationConnection, call, this, answered, timeLimit);
 }
 
 void DesktopNotification::activationToken(uint number, const QString& token)

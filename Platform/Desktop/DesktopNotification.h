@@ -5,8 +5,6 @@
 #include <QObject>
 #include <QString>
 
-class QDBusMessage;
-
 namespace kestrum {
 
 /// A notification that the desktop shows ("org.freedesktop.Notifications"). All calls are asynchronous. Main thread only;
@@ -22,7 +20,7 @@ public:
         QString textWithoutButton; ///< in place of `text` where the desktop shows no buttons
     };
 
-    explicit DesktopNotification(QObject* parent = nullptr);
+    using QObject::QObject;
     ~DesktopNotification() override;
 
     /// Shows `content` in place of the last content. Where the desktop has no session bus or no notifications, nothing is

@@ -8,13 +8,11 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QFile>
 #include <QStandardPaths>
 #include <QStringList>
 #include <QVariantMap>
-#include <unistd.h>
 
 namespace kestrum {
 
@@ -23,15 +21,8 @@ namespace {
 constexpr int busTimeLimit = 2000; // ms, for an answer of the bus itself
 constexpr qsizetype longestList = 4 * 1024 * 1024;
 
-QString busConnection()
-{
-    return QStringLiteral("kestrum-software");
-}
-
-QString packageKit()
-{
-    return QStringLiteral("org.freedesktop.PackageKit");
-}
+constexpr QLatin1StringView busConnection("kestrum-software");
+constexpr QLatin1StringView packageKit("org.freedesktop.PackageKit");
 
 /// Whether an installed program opens "appstream:" addresses, according to the desktops' lists of programs.
 bool isAddressOpened()
@@ -73,18 +64,6 @@ QString opener()
     return QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
 }
 
-QByteArrayList environmentWith(const QByteArray& token)
-{
-    // If two variables have the same name, the first one is used.
-    QByteArrayList result;
-    const QMap<QString, QString> added = WindowActivation::environment(token);
-    for (auto one = added.cbegin(); one != added.cend(); ++one)
-        result.append(one.key().toLocal8Bit() + '=' + one.value().toLocal8Bit());
-    for (char** variable = environ; variable && *variable; ++variable)
-        result.append(*variable);
-    return result;
-}
-
 } // namespace
 
 SoftwareCentre::SoftwareCentre(const QString& component, const QString& package, QObject* parent)
@@ -96,7 +75,7 @@ SoftwareCentre::SoftwareCentre(const QString& component, const QString& package,
 
 SoftwareCentre::~SoftwareCentre()
 {
-    QDBusConnection::disconnectFromBus(busConnection());
+    QDBusConnection::disconnectFromBus(busConnection);
 }
 
 void SoftwareCentre::look(const std::function<void()>& looked)
@@ -110,12 +89,12 @@ void SoftwareCentre::look(const std::function<void()>& looked)
         settle(Way::none, looked);
         return;
     }
-    if (QDBusConnection(busConnection()).isConnected()) {
+    if (QDBusConnection(busConnection).isConnected()) {
         askBus(looked);
         return;
     }
-    QDBusConnection::disconnectFromBus(busConnection());
-    DesktopBus::join(address, busConnection(), this, [this, looked](bool isJoined) {
+    QDBusConnection::disconnectFromBus(busConnection);
+    DesktopBus::join(address, busConnection, this, [this, looked](bool isJoined) {
         if (isJoined)
             askBus(looked);
         else
@@ -136,13 +115,10 @@ void SoftwareCentre::askBus(const std::function<void()>& looked)
         const QDBusMessage call = QDBusMessage::createMethodCall(QStringLiteral("org.freedesktop.DBus"),
             QStringLiteral("/org/freedesktop/DBus"), QStringLiteral("org.freedesktop.DBus"),
             QString::fromLatin1(method));
-        auto* watcher = new QDBusPendingCallWatcher(
-            QDBusConnection(busConnection()).asyncCall(call, busTimeLimit), this);
-        connect(watcher, &QDBusPendingCallWatcher::finished, this, [watcher, answered = std::move(answered)] {
-            watcher->deleteLater();
-            const QDBusPendingReply<QStringList> reply = *watcher;
-            answered(!reply.isError() && reply.value().contains(packageKit()));
-        });
+        const auto replied = [answered = std::move(answered)](const QDBusPendingReply<QStringList>& reply) {
+            answered(!reply.isError() && reply.value().contains(packageKit));
+        };
+        DesktopBus::call(busConnection, call, this, replied, busTimeLimit);
     };
     ask("ListNames", [this, ask, looked](bool isRunning) {
         if (isRunning) {
@@ -172,7 +148,7 @@ void SoftwareCentre::open(const QByteArray& activationToken)
 void SoftwareCentre::openAddress(const QByteArray& activationToken)
 {
     const auto pid = ProgramStart::start(QFile::encodeName(opener()),
-        { "appstream://" + m_component.toUtf8() }, environmentWith(activationToken));
+        { "appstream://" + m_component.toUtf8() }, WindowActivation::environment(activationToken));
     if (pid)
         m_ends.follow(*pid, ProcessEnds::Kind::child);
     else
@@ -182,14 +158,11 @@ void SoftwareCentre::openAddress(const QByteArray& activationToken)
 void SoftwareCentre::askPackageKit()
 {
     QDBusMessage call
-        = QDBusMessage::createMethodCall(packageKit(), QStringLiteral("/org/freedesktop/PackageKit"),
-            packageKit() + QStringLiteral(".Modify2"), QStringLiteral("InstallPackageNames"));
+        = QDBusMessage::createMethodCall(packageKit, QStringLiteral("/org/freedesktop/PackageKit"),
+            packageKit + QStringLiteral(".Modify2"), QStringLiteral("InstallPackageNames"));
     // The empty second argument stands for all the dialogs that the service usually shows.
     call << QStringList(m_package) << QString() << m_component << QVariantMap();
-    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(busConnection()).asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<> reply = *watcher;
+    DesktopBus::call(busConnection, call, this, [this](const QDBusPendingReply<>& reply) {
         // The service answers when the user is done, and reports its own errors to the user. Only an error of the bus
         // means that there is no service. The exception is NoReply: no answer has come yet.
         const bool isOfBus

@@ -6,7 +6,6 @@
 
 #include <QDBusConnection>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QStringList>
@@ -15,20 +14,9 @@ namespace kestrum {
 
 namespace {
 
-QString iconsConnection()
-{
-    return QStringLiteral("kestrum-status-icons");
-}
-
-QString listService()
-{
-    return QStringLiteral("org.kde.StatusNotifierWatcher");
-}
-
-QString listPath()
-{
-    return QStringLiteral("/StatusNotifierWatcher");
-}
+constexpr QLatin1StringView iconsConnection("kestrum-status-icons");
+constexpr QLatin1StringView listService("org.kde.StatusNotifierWatcher");
+constexpr QLatin1StringView listPath("/StatusNotifierWatcher");
 
 } // namespace
 
@@ -38,7 +26,7 @@ StatusIcons::StatusIcons(QObject* parent)
     const QString address = DesktopBus::address();
     if (address.isEmpty())
         return;
-    DesktopBus::join(address, iconsConnection(), this, [this](bool isJoined) {
+    DesktopBus::join(address, iconsConnection, this, [this](bool isJoined) {
         if (isJoined)
             follow();
     });
@@ -46,19 +34,19 @@ StatusIcons::StatusIcons(QObject* parent)
 
 StatusIcons::~StatusIcons()
 {
-    QDBusConnection::disconnectFromBus(iconsConnection());
+    QDBusConnection::disconnectFromBus(iconsConnection);
 }
 
 void StatusIcons::follow()
 {
-    QDBusConnection bus(iconsConnection());
+    QDBusConnection bus(iconsConnection);
     // The sender is left empty, because Qt would otherwise wait until the bus reports the owner of the service. The
     // signals only make us ask again.
     const bool isFollowed = bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus"),
                                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
-                                QStringList(listService()), QString(), this, SLOT(ask()))
-        && bus.connect(QString(), listPath(), listService(), QStringLiteral("StatusNotifierHostRegistered"),
-            this, SLOT(ask()));
+                                { listService }, QString(), this, SLOT(ask()))
+        && bus.connect(QString(), listPath, listService, QStringLiteral("StatusNotifierHostRegistered"), this,
+            SLOT(ask()));
     if (!isFollowed)
         Log::warning("agent",
             QStringLiteral("status icons that come later will not be noticed: %1")
@@ -69,14 +57,11 @@ void StatusIcons::follow()
 void StatusIcons::ask()
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
-        listService(), listPath(), QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
-    call << listService() << QStringLiteral("IsStatusNotifierHostRegistered");
+        listService, listPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    call << listService << QStringLiteral("IsStatusNotifierHostRegistered");
     // The call must not start the service.
     call.setAutoStartService(false);
-    auto* watcher = new QDBusPendingCallWatcher(QDBusConnection(iconsConnection()).asyncCall(call), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QDBusVariant> reply = *watcher;
+    DesktopBus::call(iconsConnection, call, this, [this](const QDBusPendingReply<QDBusVariant>& reply) {
         // An error is an answer too: no service holds a list now.
         if (!reply.isError() && reply.value().variant().toBool())
             Q_EMIT shown();

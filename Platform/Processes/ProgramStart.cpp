@@ -87,6 +87,22 @@ std::vector<char*> pointers(QByteArrayList& texts)
     return result;
 }
 
+// Our environment variables without those named in `removed`, and with those in `added`.
+QByteArrayList environmentWith(const QMap<QString, QString>& added, QByteArrayList removed)
+{
+    QByteArrayList result;
+    for (auto variable = added.cbegin(); variable != added.cend(); ++variable) {
+        removed.append(variable.key().toLocal8Bit());
+        result.append(variable.key().toLocal8Bit() + '=' + variable.value().toLocal8Bit());
+    }
+    for (char** variable = environ; variable && *variable; ++variable) {
+        const QByteArray entry(*variable);
+        if (!removed.contains(entry.left(entry.indexOf('='))))
+            result.append(entry);
+    }
+    return result;
+}
+
 // Runs between fork and exec: only async-signal-safe calls.
 void resetProcess()
 {
@@ -112,14 +128,13 @@ void ProgramStart::isolate(QProcess& process)
 }
 
 Result<qint32> ProgramStart::start(const QByteArray& program, const QByteArrayList& arguments,
-    const std::optional<QByteArrayList>& environment)
+    const QMap<QString, QString>& added, const QByteArrayList& removed)
 {
     QByteArrayList words = QByteArrayList { program } + arguments;
-    QByteArrayList given = environment.value_or(QByteArrayList());
-    std::vector<char*> variables = pointers(given);
+    QByteArrayList environment = environmentWith(added, removed);
     pid_t pid = 0;
     const int result = Preparation().spawn(
-        &pid, program.constData(), pointers(words).data(), environment ? variables.data() : environ);
+        &pid, program.constData(), pointers(words).data(), pointers(environment).data());
     if (result != 0)
         return Failure::fromErrno("start", result);
     return pid;

@@ -5,8 +5,8 @@
 
 #include <QByteArray>
 #include <QByteArrayList>
+#include <QMap>
 #include <QProcess>
-#include <optional>
 
 namespace kestrum {
 
@@ -15,11 +15,12 @@ namespace kestrum {
 /// /dev/null instead: the reader of a pipe would wait for the program's end.
 namespace ProgramStart {
 
-/// Starts `program` with its own path and then `arguments` as words. `environment` holds "NAME=value" entries; without it, the
-/// program gets our environment. Returns the id of the new process, a child that the caller must wait for. When the call
-/// returns, the process table already shows the program, so that a second request finds it and does not start another one.
+/// Starts `program` with its own path and then `arguments` as words. It gets our environment variables without those named in
+/// `removed`, and the variables `added`, which replace ours. Returns the id of the new process, a child that the caller must
+/// wait for. When the call returns, the process table already shows the program, so that a second request finds it and does
+/// not start another one.
 Result<qint32> start(const QByteArray& program, const QByteArrayList& arguments,
-    const std::optional<QByteArrayList>& environment = std::nullopt);
+    const QMap<QString, QString>& added = {}, const QByteArrayList& removed = {});
 
 /// For programs whose output we read. Gives the program of `process` no descriptor above 2, and default signal handling. To be
 /// called before the start.

@@ -20,7 +20,6 @@
 #include <QFileInfo>
 #include <QMetaObject>
 #include <QSet>
-#include <unistd.h>
 #include <utility>
 #include <vector>
 
@@ -52,27 +51,6 @@ QList<qint32> processesOf(const QString& path)
                 pids.append(pid);
         });
     return pids;
-}
-
-// Our environment variables, and those of the configuration, which replace ours. Without activation, the tokens that would
-// allow the program to take the focus are removed.
-QByteArrayList environmentFor(const Workspace::OpenConfiguration& configuration)
-{
-    QSet<QByteArray> replaced;
-    if (!configuration.activates)
-        replaced = { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID" };
-    QByteArrayList result;
-    for (auto added = configuration.environment.cbegin(); added != configuration.environment.cend();
-         ++added) {
-        replaced.insert(added.key().toLocal8Bit());
-        result.append(added.key().toLocal8Bit() + '=' + added.value().toLocal8Bit());
-    }
-    for (char** variable = environ; variable && *variable; ++variable) {
-        const QByteArray entry(*variable);
-        if (!replaced.contains(entry.left(entry.indexOf('='))))
-            result.append(entry);
-    }
-    return result;
 }
 
 } // namespace
@@ -146,7 +124,10 @@ struct Workspace::Observations {
             if (const QList<qint32> pids = processesOf(program); !pids.isEmpty())
                 return { pids.first(), {} };
         }
-        const auto pid = ProgramStart::start(QFile::encodeName(program), {}, environmentFor(configuration));
+        // Without activation, the program must not get the tokens that would allow it to take the focus.
+        const QByteArrayList tokens { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID" };
+        const auto pid = ProgramStart::start(QFile::encodeName(program), {}, configuration.environment,
+            configuration.activates ? QByteArrayList() : tokens);
         if (!pid)
             return { std::nullopt,
                 QStringLiteral("%1 cannot be started: %2").arg(Log::escaped(program), pid.failure().reason) };

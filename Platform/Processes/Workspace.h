@@ -18,9 +18,8 @@ public:
     ~Workspace() override;
 
     struct OpenConfiguration {
-        bool activates = true; ///< false: the program must not take the focus
-        bool addsToRecentItems
-            = true; ///< without effect: the desktop's list of recent items holds documents only
+        bool activates = true;         ///< false: the program must not take the focus
+        bool addsToRecentItems = true; ///< without effect: desktops list only documents as recent items
         /// False: if the bundle's program is running, that process is the result and no new one is started.
         bool createsNewApplicationInstance = false;
         /// Whether a copy of the program elsewhere may be the result. Without effect: no copies are searched for.

@@ -17,11 +17,9 @@ constexpr double unitPointSize = 12;
 std::unique_ptr<QSvgRenderer> symbol(const QString& name)
 {
     const QString path = QStringLiteral(":/symbols/%1.svg").arg(name);
-    if (name.isEmpty() || !QFile::exists(path))
+    if (!QFile::exists(path))
         return nullptr;
     auto renderer = std::make_unique<QSvgRenderer>(path);
-    if (!renderer->isValid())
-        return nullptr;
     // Rounding changes the proportions of the size a little, and the drawing must not be stretched.
     renderer->setAspectRatioMode(Qt::KeepAspectRatio);
     return renderer;
@@ -51,8 +49,6 @@ QImage SymbolImage::image(const QString& name, double pointSize, const QColor& c
     const QSizeF points = sizeOf(*drawing, pointSize);
     QImage image(int(std::ceil(points.width() * scale)), int(std::ceil(points.height() * scale)),
         QImage::Format_ARGB32_Premultiplied);
-    if (image.isNull())
-        return QImage();
     image.fill(Qt::transparent);
     QPainter painter(&image);
     drawing->render(&painter, QRectF(QPointF(0, 0), points * scale));

@@ -14,8 +14,7 @@ class ToolkitStart {
 public:
     ToolkitStart();
     ~ToolkitStart();
-    ToolkitStart(const ToolkitStart&) = delete;
-    ToolkitStart& operator=(const ToolkitStart&) = delete;
+    Q_DISABLE_COPY_MOVE(ToolkitStart)
 
 private:
     /// Sets an environment variable to a path that cannot be used, and restores the old value when destroyed.
@@ -23,8 +22,7 @@ private:
     public:
         explicit Nowhere(const char* variable);
         ~Nowhere();
-        Nowhere(const Nowhere&) = delete;
-        Nowhere& operator=(const Nowhere&) = delete;
+        Q_DISABLE_COPY_MOVE(Nowhere)
 
     private:
         const char* m_variable;

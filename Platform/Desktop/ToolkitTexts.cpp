@@ -29,15 +29,11 @@ void ToolkitTexts::install()
     // The application object owns the translator.
     static QPointer<QTranslator> installed;
     delete installed;
-    auto* translator = new QTranslator(QCoreApplication::instance());
+    installed = new QTranslator(QCoreApplication::instance());
     // The session's region is not used here: with it, Brazilian Portuguese in Switzerland would find no translation.
-    if (translator->load(QLocale(language), QStringLiteral("qtbase"), QStringLiteral("_"),
-            QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
-        QCoreApplication::installTranslator(translator);
-        installed = translator;
-    } else {
-        delete translator;
-    }
+    if (installed->load(QLocale(language), QStringLiteral("qtbase"), QStringLiteral("_"),
+            QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(installed);
 }
 
 QLocale ToolkitTexts::locale(const QString& code)

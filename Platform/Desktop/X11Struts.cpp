@@ -11,7 +11,6 @@
 #include <chrono>
 #include <cmath>
 #include <qguiapplication_platform.h>
-#include <xcb/xcb.h>
 
 namespace kestrum {
 
@@ -58,11 +57,8 @@ void append(QList<X11Struts::Strut>& struts, const QList<qint32>& numbers, QSize
             first = 0;
             last = (isUpright ? display.height() : display.width()) - 1;
         }
-        QRect room;
-        if (isUpright)
-            room = QRect(0, first, depth, last - first + 1);
-        else
-            room = QRect(first, 0, last - first + 1, depth);
+        const int length = last - first + 1;
+        QRect room = isUpright ? QRect(0, first, depth, length) : QRect(first, 0, length, depth);
         if (edges[size_t(i)] == Qt::RightEdge)
             room.moveRight(display.width() - 1);
         if (edges[size_t(i)] == Qt::BottomEdge)
@@ -106,18 +102,16 @@ X11Struts::X11Struts(const QWindow& window)
         m_connection, xcb_get_geometry(m_connection, quint32(window.winId())), nullptr));
     if (geometry)
         m_root = geometry->root;
-    m_strut = atom("_NET_WM_STRUT");
-    m_partialStrut = atom("_NET_WM_STRUT_PARTIAL");
-    m_clients = atom("_NET_CLIENT_LIST");
-    m_workArea = atom("_NET_WORKAREA");
-    m_desktop = atom("_NET_CURRENT_DESKTOP");
+    m_strut = xcbAtom(m_connection, "_NET_WM_STRUT");
+    m_partialStrut = xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL");
+    m_clients = xcbAtom(m_connection, "_NET_CLIENT_LIST");
+    m_workArea = xcbAtom(m_connection, "_NET_WORKAREA");
+    m_desktop = xcbAtom(m_connection, "_NET_CURRENT_DESKTOP");
     m_pause.setSingleShot(true);
     m_pause.setInterval(delayOfNotice);
     connect(&m_pause, &QTimer::timeout, this, &X11Struts::changed);
     qGuiApp->installNativeEventFilter(this);
 }
-
-X11Struts::~X11Struts() = default;
 
 QRect X11Struts::available(const QScreen& screen)
 {
@@ -206,7 +200,8 @@ QList<quint32> X11Struts::topWindows() const
 /// when the desktop gives no value.
 QRect X11Struts::desktopsWord(const QRect& screen)
 {
-    m_desktopsWorkAreas = atom("_GTK_WORKAREAS_D" + QByteArray::number(numbersOfRoot(m_desktop).value(0)));
+    m_desktopsWorkAreas
+        = xcbAtom(m_connection, "_GTK_WORKAREAS_D" + QByteArray::number(numbersOfRoot(m_desktop).value(0)));
     const QList<qint32> numbers = numbersOfRoot(m_desktopsWorkAreas);
     for (int i = 0; i + 3 < numbers.size(); i += 4) {
         const QRect area(numbers[i], numbers[i + 1], numbers[i + 2], numbers[i + 3]);
@@ -219,13 +214,6 @@ QRect X11Struts::desktopsWord(const QRect& screen)
 QList<qint32> X11Struts::numbersOfRoot(quint32 property) const
 {
     return numbersOf(m_connection, ask(m_connection, m_root, property));
-}
-
-quint32 X11Struts::atom(const QByteArray& name) const
-{
-    const auto cookie = xcb_intern_atom(m_connection, 0, uint16_t(name.size()), name.constData());
-    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
 bool X11Struts::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)

@@ -34,7 +34,6 @@ public:
 
     /// Uses the X server that shows `window`. The native window is created if necessary.
     explicit X11Struts(const QWindow& window);
-    ~X11Struts() override;
 
     /// The part of the screen that panels leave free, in the toolkit's units. The call asks the server and waits for the
     /// answer.
@@ -46,7 +45,6 @@ Q_SIGNALS:
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
-    quint32 atom(const QByteArray& name) const;
     QList<qint32> numbersOfRoot(quint32 property) const;
     QList<quint32> topWindows() const;
     QList<Strut> struts();

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cstring>
 #include <qguiapplication_platform.h>
-#include <xcb/xcb.h>
 
 namespace kestrum {
 
@@ -40,8 +39,8 @@ X11Window::X11Window(xcb_connection_t* connection, quint32 window)
 
 bool X11Window::isManaged() const
 {
-    const auto cookie
-        = xcb_get_property(m_connection, 0, m_root, atom("_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
+    const auto cookie = xcb_get_property(
+        m_connection, 0, m_root, xcbAtom(m_connection, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
     return reply && xcb_get_property_value_length(reply.get()) > 0;
 }
@@ -73,20 +72,13 @@ void X11Window::tellThatStartEnded(const QByteArray& token) const
 
 void X11Window::standOnAllDesktops() const
 {
-    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, atom("_NET_WM_DESKTOP"),
-        XCB_ATOM_CARDINAL, 32, 1, &everyDesktop);
+    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window,
+        xcbAtom(m_connection, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1, &everyDesktop);
 }
 
 void X11Window::flush() const
 {
     xcb_flush(m_connection);
-}
-
-quint32 X11Window::atom(const char* name) const
-{
-    const auto cookie = xcb_intern_atom(m_connection, 0, uint16_t(std::strlen(name)), name);
-    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(m_connection, cookie, nullptr));
-    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
 void X11Window::send(quint8 format, const char* type, const void* data, qsizetype size, quint32 mask) const
@@ -95,7 +87,7 @@ void X11Window::send(quint8 format, const char* type, const void* data, qsizetyp
     message.response_type = XCB_CLIENT_MESSAGE;
     message.format = format;
     message.window = m_window;
-    message.type = atom(type);
+    message.type = xcbAtom(m_connection, type);
     std::memcpy(&message.data, data, size_t(size));
     xcb_send_event(m_connection, 0, m_root, mask, reinterpret_cast<const char*>(&message));
 }

@@ -29,7 +29,6 @@ public:
 
 private:
     X11Window(xcb_connection_t* connection, quint32 window);
-    quint32 atom(const char* name) const;
     void send(quint8 format, const char* type, const void* data, qsizetype size, quint32 mask) const;
 
     xcb_connection_t* m_connection;

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QByteArray>
 #include <cstdlib>
 #include <memory>
+#include <xcb/xcb.h>
 
 namespace kestrum {
 
@@ -13,5 +15,13 @@ struct XcbReplyRelease {
 /// A reply of an X server, from the functions of xcb that wait for a reply. The caller owns the reply. Null when there
 /// is none.
 template <class Reply> using XcbReply = std::unique_ptr<Reply, XcbReplyRelease>;
+
+/// The server's number for `name`; `XCB_ATOM_NONE` when the connection is broken.
+inline xcb_atom_t xcbAtom(xcb_connection_t* connection, const QByteArray& name)
+{
+    const auto cookie = xcb_intern_atom(connection, 0, uint16_t(name.size()), name.constData());
+    const XcbReply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(connection, cookie, nullptr));
+    return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
+}
 
 } // namespace kestrum

@@ -10,7 +10,7 @@ namespace kestrum {
 
 struct Bundle::Content {
     QString path;
-    std::optional<PropertyList> info;
+    PropertyList info;
     // Read on first use.
     std::optional<QStringList> localizations;
     QHash<QString, QHash<QString, QString>> tables;
@@ -18,16 +18,15 @@ struct Bundle::Content {
 
 namespace {
 
-std::optional<PropertyList> readIfThere(const QString& path)
+// The list in a file; one without keys if there is no such file or, with a line in the log, if it cannot be read.
+PropertyList readIfThere(const QString& path)
 {
-    if (!QFileInfo::exists(path))
-        return std::nullopt;
-    const auto list = PropertyList::fromFile(path);
+    const auto list = QFileInfo::exists(path) ? PropertyList::fromFile(path) : PropertyList();
     if (list)
         return *list;
     Log::warning(
         "bundle", QStringLiteral("%1 cannot be read: %2").arg(Log::escaped(path), list.failureText()));
-    return std::nullopt;
+    return {};
 }
 
 // The kernel gives the executable's real path. So a link such as "bin/kestrum" leads into the bundle, and no application object
@@ -85,9 +84,7 @@ QString Bundle::resourcePath() const
 
 std::optional<QString> Bundle::infoText(const QString& key) const
 {
-    if (!m_content->info)
-        return std::nullopt;
-    const auto value = m_content->info->value(key);
+    const auto value = m_content->info.value(key);
     return value ? value->text() : std::nullopt;
 }
 
@@ -125,10 +122,10 @@ QString Bundle::localizedString(const QString& key, const QString& localization)
         QHash<QString, QString> texts;
         // The name must be in the list: a name with a slash could lead out of the bundle.
         if (localizations().contains(localization)) {
-            const auto list = readIfThere(
+            const PropertyList list = readIfThere(
                 QStringLiteral("%1/%2.lproj/Localizable.strings").arg(resourcePath(), localization));
-            for (const QString& name : list ? list->keys() : QStringList()) {
-                if (const auto text = list->value(name)->text())
+            for (const QString& name : list.keys()) {
+                if (const auto text = list.value(name)->text())
                     texts.insert(name, *text);
             }
         }

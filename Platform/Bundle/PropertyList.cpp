@@ -3,12 +3,11 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QStringDecoder>
 
 namespace kestrum {
 
-// Parses the decoded text in one pass, with one function per syntax element. Only containers recurse, up to a limit. After the
-// first error, every function returns at once, because an incomplete list is useless.
+// Parses the decoded text in one pass, with one function per syntax element. Only containers recurse, up to a limit. An
+// incomplete list is useless, so an error moves to the end of the text, where every function returns.
 class PropertyListParser {
 public:
     explicit PropertyListParser(const QString& text)
@@ -20,9 +19,9 @@ public:
     {
         PropertyList result = topLevel();
         skipBlanks();
-        if (!failed() && !atEnd())
+        if (!atEnd())
             failUnexpected();
-        if (failed())
+        if (!m_error.isEmpty())
             return Failure::withReason(m_error);
         return result;
     }
@@ -32,28 +31,24 @@ private:
     PropertyList topLevel()
     {
         skipBlanks();
-        if (failed())
-            return {};
-        if (atEnd())
-            return emptyOf(PropertyList::Type::dictionary);
-        if (here() == u'{' || here() == u'(')
-            return value();
-
         const qsizetype start = m_position;
-        PropertyList single = textValue();
-        skipBlanks();
-        if (failed() || here() != u'=')
-            return single;
+        if (!atEnd()) {
+            PropertyList single = value();
+            skipBlanks();
+            if (single.m_type != PropertyList::Type::text || here() != u'=')
+                return single;
+        }
         m_position = start;
-        PropertyList table = emptyOf(PropertyList::Type::dictionary);
-        members(table, u'\0');
-        return table;
+        return members(u'\0');
     }
 
     PropertyList value()
     {
-        if (here() != u'{' && here() != u'(')
-            return textValue();
+        if (here() != u'{' && here() != u'(') {
+            PropertyList result;
+            result.m_text = text();
+            return result;
+        }
         if (m_depth == PropertyList::maximumDepth) {
             fail(QStringLiteral("nested more than %1 levels deep").arg(PropertyList::maximumDepth));
             return {};
@@ -61,58 +56,40 @@ private:
         ++m_depth;
         const bool isDictionary = here() == u'{';
         ++m_position;
-        PropertyList result
-            = emptyOf(isDictionary ? PropertyList::Type::dictionary : PropertyList::Type::list);
-        if (isDictionary)
-            members(result, u'}');
-        else
-            elements(result);
+        PropertyList result = isDictionary ? members(u'}') : elements();
         --m_depth;
         return result;
     }
 
     // Reads "key = value;" up to and including `closing`, or up to the end if `closing` is zero. The last ";" may be missing.
-    void members(PropertyList& dictionary, char16_t closing)
+    PropertyList members(char16_t closing)
     {
-        for (;;) {
-            if (takeEnd(closing))
-                return;
+        PropertyList dictionary;
+        dictionary.m_type = PropertyList::Type::dictionary;
+        while (!takeEnd(closing)) {
             const QString key = text();
             skipBlanks();
             if (!take(u'='))
-                return;
+                break;
             skipBlanks();
-            const PropertyList member = value();
-            skipBlanks();
-            if (failed())
-                return;
             // The last value of a repeated key counts.
-            dictionary.m_dictionary.insert(key, member);
+            dictionary.m_dictionary.insert(key, value());
             if (takeEnd(closing) || !take(u';'))
-                return;
+                break;
         }
+        return dictionary;
     }
 
-    void elements(PropertyList& list)
+    PropertyList elements()
     {
-        for (;;) {
-            if (takeEnd(u')'))
-                return;
-            PropertyList element = value();
-            skipBlanks();
-            if (failed())
-                return;
-            list.m_list.append(std::move(element));
+        PropertyList list;
+        list.m_type = PropertyList::Type::list;
+        while (!takeEnd(u')')) {
+            list.m_list.append(value());
             if (takeEnd(u')') || !take(u','))
-                return;
+                break;
         }
-    }
-
-    PropertyList textValue()
-    {
-        PropertyList result;
-        result.m_text = text();
-        return result;
+        return list;
     }
 
     QString text() { return here() == u'"' ? quotedText() : word(); }
@@ -124,36 +101,30 @@ private:
         const qsizetype start = m_position;
         while (!atEnd() && isWordCharacter(here()))
             ++m_position;
-        if (m_position == start)
+        const qsizetype length = m_position - start;
+        if (length == 0)
             failUnexpected();
-        if (m_position - start > PropertyList::maximumTextLength)
+        else if (length > PropertyList::maximumTextLength)
             failTooLong(start);
-        return m_text.mid(start, m_position - start);
+        return m_text.mid(start, length);
     }
 
     QString quotedText()
     {
         const qsizetype start = m_position++;
         QString result;
-        while (!failed()) {
-            if (result.size() > PropertyList::maximumTextLength) {
-                failTooLong(start);
-            } else if (atEnd() || here() == u'\0') {
-                m_position = start;
-                fail(QStringLiteral("a quoted text without an end"));
-            } else if (here() == u'"') {
-                ++m_position;
-                break;
-            } else if (here() == u'\\') {
-                ++m_position;
-                result += escaped();
-            } else {
-                result += QChar(here());
-                ++m_position;
-            }
+        while (here() != u'"' && here() != u'\0' && result.size() <= PropertyList::maximumTextLength) {
+            const QChar c = here();
+            ++m_position;
+            result += c == u'\\' ? escaped() : c;
         }
-        if (!failed() && !result.isValidUtf16())
+        if (result.size() > PropertyList::maximumTextLength)
+            failTooLong(start);
+        else if (here() != u'"')
+            fail(QStringLiteral("a quoted text without an end"), start);
+        else if (!result.isValidUtf16())
             fail(QStringLiteral("half of a surrogate pair"));
+        ++m_position;
         return result;
     }
 
@@ -186,11 +157,8 @@ private:
     {
         char16_t unit = 0;
         for (int digit = 0; digit < 4; ++digit) {
-            const char16_t c = here();
-            const int worth = c >= u'0' && c <= u'9' ? c - u'0'
-                : c >= u'a' && c <= u'f'             ? c - u'a' + 10
-                : c >= u'A' && c <= u'F'             ? c - u'A' + 10
-                                                     : -1;
+            const qsizetype worth
+                = QLatin1StringView("0123456789abcdef").indexOf(QChar(here()), 0, Qt::CaseInsensitive);
             if (worth < 0) {
                 fail(QStringLiteral("four hexadecimal digits are missing"));
                 return {};
@@ -203,7 +171,7 @@ private:
 
     void skipBlanks()
     {
-        while (!failed() && !atEnd()) {
+        while (!atEnd()) {
             const char16_t c = here();
             if (c == u' ' || (c >= u'\t' && c <= u'\r')) {
                 ++m_position;
@@ -227,12 +195,10 @@ private:
         return here() == u'/' && m_position + 1 < m_text.size() && m_text.at(m_position + 1) == QChar(second);
     }
 
-    // Whether the container ends here; also true after an error. Skips blanks and the closing character.
+    // Whether the container ends here. Skips blanks and the closing character.
     bool takeEnd(char16_t closing)
     {
         skipBlanks();
-        if (failed())
-            return true;
         if (closing == u'\0')
             return atEnd();
         if (here() != closing)
@@ -243,8 +209,6 @@ private:
 
     bool take(char16_t wanted)
     {
-        if (failed())
-            return false;
         if (here() != wanted) {
             fail(QStringLiteral("\"%1\" is missing").arg(QChar(wanted)));
             return false;
@@ -263,19 +227,20 @@ private:
 
     void failTooLong(qsizetype start)
     {
-        m_position = start;
-        fail(QStringLiteral("a text of more than %1 characters").arg(PropertyList::maximumTextLength));
+        fail(QStringLiteral("a text of more than %1 characters").arg(PropertyList::maximumTextLength), start);
     }
 
-    void fail(const QString& what)
+    void fail(const QString& what) { fail(what, m_position); }
+
+    // Only the first error counts.
+    void fail(const QString& what, qsizetype position)
     {
-        if (failed())
-            return;
-        const auto line = QStringView(m_text).left(m_position).count(u'\n') + 1;
-        m_error = QStringLiteral("line %1: %2").arg(line).arg(what);
+        const auto line = QStringView(m_text).left(position).count(u'\n') + 1;
+        if (m_error.isEmpty())
+            m_error = QStringLiteral("line %1: %2").arg(line).arg(what);
+        m_position = m_text.size();
     }
 
-    bool failed() const { return !m_error.isEmpty(); }
     bool atEnd() const { return m_position >= m_text.size(); }
     // The current character; zero at the end, which is never a valid character.
     char16_t here() const { return atEnd() ? u'\0' : m_text.at(m_position).unicode(); }
@@ -286,49 +251,24 @@ private:
             || c == u'$' || c == u'/' || c == u':' || c == u'.' || c == u'-';
     }
 
-    static PropertyList emptyOf(PropertyList::Type type)
-    {
-        PropertyList result;
-        result.m_type = type;
-        return result;
-    }
-
     const QString m_text;
     qsizetype m_position = 0;
     int m_depth = 0;
     QString m_error;
 };
 
-namespace {
-
-// The number of the first line that is not UTF-8.
-qsizetype badLine(const QByteArray& content)
-{
-    qsizetype number = 0;
-    for (const QByteArray& line : content.split('\n')) {
-        ++number;
-        QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-        const QString decoded = decode(line);
-        Q_UNUSED(decoded)
-        if (decode.hasError())
-            break;
-    }
-    return number;
-}
-
-} // namespace
-
 Result<PropertyList> PropertyList::parsed(const QByteArray& content)
 {
     if (content.size() > maximumBytes)
         return Failure::withReason(QStringLiteral("larger than %1 bytes").arg(maximumBytes));
-
+    int number = 0;
+    for (const QByteArray& line : content.split('\n')) {
+        ++number;
+        if (!line.isValidUtf8())
+            return Failure::withReason(QStringLiteral("line %1: not UTF-8").arg(number));
+    }
     // The decoder drops a byte order mark.
-    QStringDecoder decode(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QString text = decode(content);
-    if (decode.hasError())
-        return Failure::withReason(QStringLiteral("line %1: not UTF-8").arg(badLine(content)));
-    return PropertyListParser(text).document();
+    return PropertyListParser(QString::fromUtf8(content)).document();
 }
 
 Result<PropertyList> PropertyList::fromFile(const QString& path)
@@ -344,9 +284,7 @@ Result<PropertyList> PropertyList::fromFile(const QString& path)
 
 std::optional<QString> PropertyList::text() const
 {
-    if (m_type != Type::text)
-        return std::nullopt;
-    return m_text;
+    return m_type == Type::text ? std::optional(m_text) : std::nullopt;
 }
 
 std::optional<PropertyList> PropertyList::value(const QString& key) const

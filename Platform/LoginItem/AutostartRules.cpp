@@ -16,16 +16,6 @@ namespace {
 constexpr char onlyShowInKey[] = "OnlyShowIn";
 constexpr char notShowInKey[] = "NotShowIn";
 
-bool isTrue(const std::optional<QByteArray>& value)
-{
-    return value && (*value == "true" || *value == "1");
-}
-
-bool isFalse(const std::optional<QByteArray>& value)
-{
-    return value && (*value == "false" || *value == "0");
-}
-
 QByteArrayList parts(const QByteArray& text, char separator)
 {
     QByteArrayList list = text.split(separator);
@@ -104,7 +94,9 @@ bool AutostartRules::starts(const DesktopEntry& entry, const QByteArray& program
 
 bool AutostartRules::isOff(const DesktopEntry& entry)
 {
-    return isTrue(entry.value(hiddenKey)) || isFalse(entry.value(gnomeKey));
+    const auto hidden = entry.value(hiddenKey);
+    const auto enabled = entry.value(gnomeKey);
+    return hidden == "true" || hidden == "1" || enabled == "false" || enabled == "0";
 }
 
 void AutostartRules::showHere(DesktopEntry& entry)

@@ -56,6 +56,12 @@ Failure failed(const QByteArray& path, const char* step, int error)
     return failed(path, Failure::fromErrno(step, error));
 }
 
+/// The outcome of a step of changing `path`.
+Result<> outcome(const QByteArray& path, const Result<>& result)
+{
+    return result ? result : failed(path, result.failure());
+}
+
 Failure rootRefused()
 {
     return { {}, QStringLiteral("No login item is registered for root."), LoginItemService::notForRoot, {} };
@@ -63,8 +69,8 @@ Failure rootRefused()
 
 /// The content of an entry's file.
 struct Found {
-    int error = 0; ///< 0 on success, ENOENT without a file, else the `errno` of reading
-    QByteArray bytes;
+    int error = 0;    ///< 0 on success, ENOENT without a file, else the `errno` of reading
+    QByteArray bytes; ///< empty unless `error` is 0
     struct stat state = {};
 };
 
@@ -122,9 +128,9 @@ LoginItemService::Status LoginItemService::status() const
     if (found.error == ENOENT)
         return statusForAll();
     const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
-    if (found.error == 0 && isOffByUs(entry))
+    if (isOffByUs(entry))
         return Status::notRegistered;
-    if (found.error != 0 || !AutostartRules::starts(entry, QFile::encodeName(m_program)))
+    if (!AutostartRules::starts(entry, QFile::encodeName(m_program)))
         return Status::notFound;
     return AutostartRules::isOff(entry) ? Status::requiresApproval : Status::enabled;
 }
@@ -138,9 +144,9 @@ LoginItemService::Status LoginItemService::statusForAll() const
             continue;
         const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
         // An entry for the whole system that is switched off counts as no entry.
-        if (found.error == 0 && AutostartRules::isOff(entry))
+        if (AutostartRules::isOff(entry))
             return Status::notRegistered;
-        const bool isOurs = found.error == 0 && AutostartRules::starts(entry, QFile::encodeName(m_program));
+        const bool isOurs = AutostartRules::starts(entry, QFile::encodeName(m_program));
         return isOurs ? Status::enabled : Status::notFound;
     }
     return Status::notRegistered;
@@ -201,7 +207,7 @@ Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
         return failed(path, "read", found.error);
 
     DesktopEntry entry = DesktopEntry::parsed(found.bytes);
-    if (exists && entry.isDamaged() && !found.bytes.trimmed().isEmpty()) {
+    if (entry.isDamaged()) {
         const auto copy = AtomicFile::copyDamaged(directory->get(), target.name, found.bytes);
         if (!copy)
             return failed(path, copy.failure());
@@ -231,19 +237,14 @@ Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
         = AtomicFile::replace(directory->get(), target.name, text, exists ? &found.state : nullptr);
     if (!replaced)
         return failed(path, replaced.failure());
-    if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced)
-        return failed(path, synced.failure());
-    return {};
+    return outcome(path, AtomicFile::syncDirectory(directory->get()));
 }
 
 Result<> LoginItemService::moved(int directory, const QByteArray& from, const QByteArray& to) const
 {
     const QByteArray path = FilePath::split(QFile::encodeName(entryPath())).directory + '/' + from;
-    if (const auto renamed = FilePath::renameToNew(directory, from, to); !renamed)
-        return failed(path, renamed.failure());
-    if (const auto synced = AtomicFile::syncDirectory(directory); !synced)
-        return failed(path, synced.failure());
-    return {};
+    const auto renamed = FilePath::renameToNew(directory, from, to);
+    return outcome(path, renamed ? AtomicFile::syncDirectory(directory) : renamed);
 }
 
 Result<> LoginItemService::setAside(int directory, const QByteArray& name) const
@@ -296,9 +297,7 @@ Result<> LoginItemService::unregister() const
         return setAside(directory->get(), place.name);
     if (::unlinkat(directory->get(), place.name.constData(), 0) != 0)
         return errno == ENOENT ? nothing() : failed(path, "remove", errno);
-    if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced)
-        return failed(path, synced.failure());
-    return {};
+    return outcome(path, AtomicFile::syncDirectory(directory->get()));
 }
 
 } // namespace kestrum

@@ -22,8 +22,7 @@ public:
 
     /// The values of `Failure::error` in this class. Any other value is a negative `errno`, because some positive `errno` equal
     /// one of these values.
-    static constexpr int notTrusted
-        = 3; ///< others may change the program or a folder above it, or the program cannot be run
+    static constexpr int notTrusted = 3;   ///< others may change the program or its path, or it cannot be run
     static constexpr int nothingThere = 6; ///< there is nothing to remove
     static constexpr int refused = 11; ///< no permission for the autostart folder, or a read-only file system
     static constexpr int alreadyThere = 12; ///< already registered, or already switched off

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Machine/CPUPower.h"
 
-#include "Platform/Machine/KernelText.h"
-
 #include <QDir>
 
 namespace kestrum {
@@ -65,9 +63,7 @@ void CPUPower::findPackages()
 {
     for (const QString& name : QDir(m_folder).entryList({ QStringLiteral("intel-rapl:*") }, QDir::Dirs)) {
         const QString folder = m_folder + name + u'/';
-        KernelFile title(folder + QStringLiteral("name"));
-        const auto text = title.read();
-        if (!text || !text->starts_with("package-"))
+        if (!KernelFile(folder + QStringLiteral("name")).readWord().starts_with("package-"))
             continue;
         const auto range = KernelFile(folder + QStringLiteral("max_energy_range_uj")).readNumber();
         if (range && *range > 0)

@@ -57,10 +57,14 @@ std::optional<std::string_view> KernelFile::readOpened()
     }
 }
 
+std::string_view KernelFile::readWord()
+{
+    return KernelText::trimmed(read().value_or(std::string_view()));
+}
+
 std::optional<qint64> KernelFile::readNumber()
 {
-    const auto content = read();
-    return content ? KernelText::wholeNumber<qint64>(KernelText::trimmed(*content)) : std::nullopt;
+    return KernelText::wholeNumber<qint64>(readWord());
 }
 
 } // namespace kestrum

@@ -25,6 +25,9 @@ public:
     /// The content up to `maximumBytes`, valid until the next read; nothing when the file cannot be read.
     std::optional<std::string_view> read();
 
+    /// The content without the blanks around it, valid until the next read; empty when the file cannot be read.
+    std::string_view readWord();
+
     /// The content as one whole number, which may have a minus sign. Nothing when the content is anything else or
     /// cannot be read.
     std::optional<qint64> readNumber();

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Machine/KernelValues.h"
 
+#include "Platform/Machine/KernelFile.h"
+#include "Platform/Machine/KernelText.h"
+
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 #include <functional>
 #include <limits>
@@ -24,26 +25,16 @@ constexpr int maximumCpu = 65535;
 
 std::optional<QByteArray> content(const QString& path)
 {
-    // Such a file usually has at most one memory page, but a long list of processors may need several pages.
-    static constexpr qint64 maximumBytes = qint64(64) * 1024;
-    if (!QFileInfo(path).isFile())
-        return std::nullopt;
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return std::nullopt;
-    return file.read(maximumBytes).trimmed();
+    KernelFile file(path);
+    const auto text = file.read();
+    return text ? std::optional(QByteArray(text->data(), qsizetype(text->size())).trimmed()) : std::nullopt;
 }
 
 std::optional<int> wholeNumber(const QByteArray& text, int maximum)
 {
-    // `toInt` would accept a sign and blanks, which the kernel never writes.
-    const bool onlyDigits = !text.isEmpty()
-        && std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
-    bool fits = false;
-    const int number = text.toInt(&fits);
-    if (!onlyDigits || !fits || number > maximum)
-        return std::nullopt;
-    return number;
+    // The type has no sign, because the kernel never writes one.
+    const auto number = KernelText::wholeNumber<quint32>({ text.constData(), size_t(text.size()) });
+    return number && *number <= quint32(maximum) ? std::optional(int(*number)) : std::nullopt;
 }
 
 using Cpus = std::vector<bool>;
@@ -67,11 +58,6 @@ std::optional<Cpus> cpuList(const std::optional<QByteArray>& text)
         std::fill(result.begin() + *first, result.begin() + *last + 1, true);
     }
     return result;
-}
-
-int count(const Cpus& cpus)
-{
-    return int(std::count(cpus.begin(), cpus.end(), true));
 }
 
 // If the list of online processors is unknown, every processor counts as online.
@@ -181,9 +167,8 @@ std::optional<QByteArray> KernelValues::text(const QByteArray& name) const
 int KernelValues::activeProcessorCount() const
 {
     const auto online = cpuList(content(m_root + QStringLiteral("/sys/devices/system/cpu/online")));
-    if (const int number = online ? count(*online) : 0; number > 0)
-        return number;
-    return int(std::max(1L, ::sysconf(_SC_NPROCESSORS_ONLN)));
+    const auto listed = online ? std::count(online->begin(), online->end(), true) : 0;
+    return int(listed > 0 ? listed : std::max(1L, ::sysconf(_SC_NPROCESSORS_ONLN)));
 }
 
 } // namespace kestrum

@@ -2,7 +2,6 @@
 #include "Platform/Machine/Sensors.h"
 
 #include "Platform/Machine/KernelFile.h"
-#include "Platform/Machine/KernelText.h"
 
 #include <QFile>
 #include <algorithm>
@@ -101,16 +100,9 @@ Sensors& Sensors::ofThisMachine()
 Sensors::Values Sensors::read(const Wanted& wanted)
 {
     Values values;
-    if (!wanted.any() || m_isBusy.test_and_set(std::memory_order_acquire))
+    const std::unique_lock lock(m_mutex, std::try_to_lock);
+    if (!wanted.any() || !lock)
         return values;
-    values = readAlone(wanted);
-    m_isBusy.clear(std::memory_order_release);
-    return values;
-}
-
-Sensors::Values Sensors::readAlone(const Wanted& wanted)
-{
-    Values values;
     adoptChips();
     if (wanted.hottest) {
         for (const Input& input : m_temperatures) {
@@ -139,7 +131,10 @@ void Sensors::adoptChips()
     QByteArray chips = presentChips();
     if (m_isOpen && chips == m_chips)
         return;
-    close();
+    m_temperatures.clear();
+    m_fans.clear();
+    if (m_isOpen)
+        ::sensors_cleanup();
     m_chips = std::move(chips);
     m_isOpen = true;
     // Without a file from us, the library uses the system's configuration, or none.
@@ -213,17 +208,8 @@ bool Sensors::isAsleep(const sensors_chip_name& chip)
     if (!path.endsWith(QStringLiteral("/device")))
         path += QStringLiteral("/device");
     KernelFile state(path + QStringLiteral("/power/runtime_status"));
-    const std::string_view text = KernelText::trimmed(state.read().value_or(std::string_view()));
+    const std::string_view text = state.readWord();
     return text == "suspended" || text == "suspending";
-}
-
-void Sensors::close()
-{
-    m_temperatures.clear();
-    m_fans.clear();
-    if (m_isOpen)
-        ::sensors_cleanup();
-    m_isOpen = false;
 }
 
 } // namespace kestrum

@@ -2,7 +2,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <atomic>
+#include <mutex>
 #include <optional>
 #include <vector>
 
@@ -39,7 +39,6 @@ public:
 
 private:
     Sensors() = default;
-    Values readAlone(const Wanted& wanted);
 
     /// How well a sensor represents a whole processor: 1 is best, larger numbers are worse, and 0 is not at all.
     using Rank = int;
@@ -56,9 +55,8 @@ private:
     std::optional<double> temperature(const Input& input);
     std::optional<double> best(Rank Input::*rank);
     bool isAsleep(const sensors_chip_name& chip);
-    void close();
 
-    std::atomic_flag m_isBusy;
+    std::mutex m_mutex; ///< held while a thread is reading
     QByteArray m_chips; ///< the devices that were present when the library was opened
     bool m_isOpen = false;
     std::vector<Input> m_temperatures;

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Machine/SystemPower.h"
 
-#include "Platform/Machine/KernelText.h"
-
 #include <QDir>
 #include <cmath>
 
@@ -11,11 +9,6 @@ namespace {
 
 // No adapter delivers more. A larger value is an error of the firmware.
 constexpr double largestSystemWatts = 10000;
-
-std::string_view word(KernelFile& file)
-{
-    return KernelText::trimmed(file.read().value_or(std::string_view()));
-}
 
 } // namespace
 
@@ -33,7 +26,7 @@ std::optional<double> SystemPower::read()
     bool isMeasured = true;
     bool isDischarging = false;
     for (Supply& supply : m_supplies) {
-        const std::string_view state = word(supply.state);
+        const std::string_view state = supply.state.readWord();
         if (!supply.isBattery) {
             if (state == "1")
                 delivered += supply.watts().value_or(0);
@@ -88,9 +81,9 @@ void SystemPower::findSupplies()
     for (const QString& name : names) {
         const QString folder = m_folder + name + u'/';
         KernelFile type(folder + QStringLiteral("type"));
-        KernelFile scope(folder + QStringLiteral("scope"));
-        const std::string_view kind = word(type);
-        if ((kind == "Battery" || kind == "Mains") && word(scope) != "Device")
+        const std::string_view kind = type.readWord();
+        if ((kind == "Battery" || kind == "Mains")
+            && KernelFile(folder + QStringLiteral("scope")).readWord() != "Device")
             m_supplies.emplace_back(folder, kind == "Battery");
     }
 }

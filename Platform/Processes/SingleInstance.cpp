@@ -305,10 +305,13 @@ bool SingleInstance::sendRequest(const QByteArray& activationToken, const QDeadl
     const sockaddr_un address = addressOf(pathOf(file.get()));
     const ssize_t sent = ::sendto(socket.get(), activationToken.constData(), size_t(activationToken.size()),
         MSG_NOSIGNAL, reinterpret_cast<const sockaddr*>(&address), sizeof address);
-    // The socket's queue is full of unread requests. The first process is busy, and will come forward for these.
-    if (sent < 0 && errno == EAGAIN)
+    const auto isFirstThere = [&] {
         return isNameOf(m_directory->descriptor(), fileName, file.get())
             && isLocked(m_directory->descriptor(), m_name);
+    };
+    // The socket's queue is full of unread requests. The first process is busy, and will come forward for these.
+    if (sent < 0 && errno == EAGAIN)
+        return isFirstThere();
     if (sent != ssize_t(activationToken.size()))
         return false;
     while (hasUnread(socket.get())) {
@@ -316,8 +319,7 @@ bool SingleInstance::sendRequest(const QByteArray& activationToken, const QDeadl
             return true; // the first process is busy but exists
         QThread::msleep(readerPause);
     }
-    return isNameOf(m_directory->descriptor(), fileName, file.get())
-        && isLocked(m_directory->descriptor(), m_name);
+    return isFirstThere();
 }
 
 std::optional<bool> SingleInstance::isTaken(const QByteArray& name)

@@ -4,7 +4,6 @@
 #include <QSocketNotifier>
 #include <csignal>
 #include <sys/signalfd.h>
-#include <unistd.h>
 
 namespace kestrum {
 
@@ -30,25 +29,17 @@ void StopRequest::block()
 StopRequest::StopRequest()
 {
     const sigset_t stopping = stoppingSignals();
-    m_descriptor = ::signalfd(-1, &stopping, SFD_NONBLOCK | SFD_CLOEXEC);
+    m_descriptor = FileDescriptor(::signalfd(-1, &stopping, SFD_NONBLOCK | SFD_CLOEXEC));
     // Without a descriptor, the signals' default effect stops the program.
-    if (m_descriptor < 0) {
-        ::pthread_sigmask(SIG_UNBLOCK, &stopping, nullptr);
+    ::pthread_sigmask(m_descriptor.isValid() ? SIG_BLOCK : SIG_UNBLOCK, &stopping, nullptr);
+    if (!m_descriptor.isValid())
         return;
-    }
-    ::pthread_sigmask(SIG_BLOCK, &stopping, nullptr);
-    const auto* notifier = new QSocketNotifier(m_descriptor, QSocketNotifier::Read, this);
+    const auto* notifier = new QSocketNotifier(m_descriptor.get(), QSocketNotifier::Read, this);
     connect(notifier, &QSocketNotifier::activated, this, [this] {
         signalfd_siginfo received;
-        if (::read(m_descriptor, &received, sizeof received) == sizeof received)
+        if (::read(m_descriptor.get(), &received, sizeof received) == sizeof received)
             Q_EMIT requested();
     });
-}
-
-StopRequest::~StopRequest()
-{
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
 }
 
 } // namespace kestrum

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Files/FileDescriptor.h"
+
 #include <QObject>
 
 namespace kestrum {
@@ -16,13 +18,12 @@ public:
     static void block();
 
     StopRequest();
-    ~StopRequest() override;
 
 Q_SIGNALS:
     void requested();
 
 private:
-    int m_descriptor;
+    FileDescriptor m_descriptor;
 };
 
 } // namespace kestrum

@@ -1,35 +1,44 @@
 #include "Platform/Machine/CPULoad.h"
 #include "tests/Support/ProcessorTree.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
+
+#include <optional>
 
 using namespace kestrum;
 
 class CPULoadTest : public QObject {
     Q_OBJECT
 private:
-    void write(const QMap<int, CoreTimes>& cores) const { writeText(statText(cores)); }
-    void writeText(const QByteArray& text) const { m_tree->write(QStringLiteral("proc/stat"), text); }
+    using Cores = QMap<int, CoreTimes>;
+
+    void write(const QByteArray& text) const { m_machine->write(QStringLiteral("proc/stat"), text); }
+    void sample(CPULoad& load, const Cores& cores) const
+    {
+        write(statText(cores));
+        load.sample();
+    }
+    CPULoad sampled(const QList<Cores>& samples) const
+    {
+        CPULoad load(m_machine->root());
+        for (const Cores& cores : samples)
+            sample(load, cores);
+        return load;
+    }
     // The load of one core that spent `times` between two samples.
     double loadOf(const CoreTimes& times) const
     {
-        write({ { 0, {} } });
-        CPULoad load(m_tree->root());
-        load.sample();
-        write({ { 0, times } });
-        load.sample();
-        return load.cores().value(0, -1);
+        return sampled({ Cores { { 0, {} } }, Cores { { 0, times } } }).cores().value(0, -1);
     }
 
-    std::unique_ptr<FileTree> m_tree;
+    std::optional<FakeMachine> m_machine;
 
 private Q_SLOTS:
-    void init() { m_tree = std::make_unique<FileTree>(); }
+    void init() { m_machine.emplace(1); }
 
     void firstSampleGivesNoLoadButTheCores()
     {
-        write(coresAfter(0, { 10, 20 }));
-        CPULoad load(m_tree->root());
-        load.sample();
+        const CPULoad load = sampled({ coresAfter(0, { 10, 20 }) });
         QCOMPARE(load.total(), 0.0);
         QCOMPARE(load.cores(), QList<double>({ 0.0, 0.0 }));
         QVERIFY(load.history().isEmpty());
@@ -37,11 +46,8 @@ private Q_SLOTS:
 
     void loadIsTheBusyShareBetweenTwoSamples()
     {
-        write(coresAfter(0, { 10, 20, 0, 100 }));
-        CPULoad load(m_tree->root());
-        load.sample();
-        write(coresAfter(1, { 10, 20, 0, 100 }));
-        load.sample();
+        const QList<quint64> busy { 10, 20, 0, 100 };
+        const CPULoad load = sampled({ coresAfter(0, busy), coresAfter(1, busy) });
         QCOMPARE(load.cores(), QList<double>({ 0.1, 0.2, 0.0, 1.0 }));
         QCOMPARE(load.total(), 1.3 / 4);
         QCOMPARE(load.history(), QList<double>({ 1.3 / 4 }));
@@ -60,58 +66,50 @@ private Q_SLOTS:
 
     void fourCountersAreEnough()
     {
-        writeText("cpu 0 0 0 0\ncpu0 0 0 0 0\n");
-        CPULoad load(m_tree->root());
+        write("cpu 0 0 0 0\ncpu0 0 0 0 0\n");
+        CPULoad load(m_machine->root());
         load.sample();
-        writeText("cpu 50 0 0 50\ncpu0 30 0 0 70\n");
+        write("cpu 50 0 0 50\ncpu0 30 0 0 70\n");
         load.sample();
         QCOMPARE(load.cores(), QList<double>({ 0.3 }));
     }
 
-    void efficiencyCoresComeFirst()
+    void slowestLevelComesFirstAndOnlyTheFastestCounts()
     {
-        // The fast cores have the lower numbers here.
-        const FakeMachine machine(6);
-        machine.writeKind("cpu_core", "0-1\n");
-        machine.writeKind("cpu_atom", "2-5\n");
-        checkOrder(machine, { 90, 80, 30, 40, 50, 60 }, { 0.3, 0.4, 0.5, 0.6, 0.9, 0.8 }, 2);
-    }
-
-    void coresOfLessCapacityComeFirst()
-    {
-        const FakeMachine machine(6);
-        machine.writeCapacities(0, 4, "485\n");
-        machine.writeCapacities(4, 2, "1024\n");
-        checkOrder(machine, { 10, 20, 30, 40, 90, 80 }, { 0.1, 0.2, 0.3, 0.4, 0.9, 0.8 }, 2);
-    }
-
-    void slowestOfThreeLevelsComesFirstAndOnlyTheFastestCounts()
-    {
-        const FakeMachine machine(5);
-        machine.writeKind("cpu_core", "0\n");
-        machine.writeKind("cpu_atom", "1-2\n");
-        machine.writeKind("cpu_lowpower", "3-4\n");
-        checkOrder(machine, { 90, 50, 60, 10, 20 }, { 0.1, 0.2, 0.5, 0.6, 0.9 }, 1);
-    }
-
-    void alikeCoresKeepTheKernelsOrder()
-    {
-        checkOrder(FakeMachine(4), { 40, 30, 20, 10 }, { 0.4, 0.3, 0.2, 0.1 }, 0);
+        const struct {
+            const char* name;
+            FakeMachine::Kinds kinds;
+            QList<FakeMachine::Capacity> capacities;
+            QList<quint64> busy;
+            QList<double> loads;
+            int performanceCount;
+        } rows[] {
+            // The fast cores have the lower numbers here.
+            { "kinds", { { "cpu_core", "0-1" }, { "cpu_atom", "2-5" } }, {}, { 90, 80, 30, 40, 50, 60 },
+                { 0.3, 0.4, 0.5, 0.6, 0.9, 0.8 }, 2 },
+            { "capacities", {}, { { 0, 4, "485" }, { 4, 2, "1024" } }, { 10, 20, 30, 40, 90, 80 },
+                { 0.1, 0.2, 0.3, 0.4, 0.9, 0.8 }, 2 },
+            { "three levels", { { "cpu_core", "0" }, { "cpu_atom", "1-2" }, { "cpu_lowpower", "3-4" } }, {},
+                { 90, 50, 60, 10, 20 }, { 0.1, 0.2, 0.5, 0.6, 0.9 }, 1 },
+            { "all alike: the kernel's order", {}, {}, { 40, 30, 20, 10 }, { 0.4, 0.3, 0.2, 0.1 }, 0 },
+        };
+        for (const auto& row : rows) {
+            m_machine.emplace(int(row.busy.size()), QByteArray(), row.kinds, row.capacities);
+            const CPULoad load = sampled({ coresAfter(0, row.busy), coresAfter(1, row.busy) });
+            QCOMPARE_ROW(row.name, load.cores(), row.loads);
+            QCOMPARE_ROW(row.name, load.performanceCount(), row.performanceCount);
+        }
     }
 
     void aCoreThatIsSwitchedOffIsGone()
     {
-        const FakeMachine machine(4);
-        machine.writeKind("cpu_core", "0-1\n");
-        machine.writeKind("cpu_atom", "2-3\n");
-        write(machine, coresAfter(0, { 90, 80, 10, 20 }));
-        CPULoad load(machine.root());
-        load.sample();
-        machine.writeOnline("0,2-3\n");
+        m_machine.emplace(
+            4, QByteArray(), FakeMachine::Kinds { { "cpu_core", "0-1" }, { "cpu_atom", "2-3" } });
+        CPULoad load = sampled({ coresAfter(0, { 90, 80, 10, 20 }) });
+        m_machine->writeOnline("0,2-3\n");
         auto cores = coresAfter(1, { 90, 80, 10, 20 });
         cores.remove(1);
-        write(machine, cores);
-        load.sample();
+        sample(load, cores);
         QCOMPARE(load.cores(), QList<double>({ 0.1, 0.2, 0.9 }));
         QCOMPARE(load.performanceCount(), 1);
         QCOMPARE(load.total(), 0.4);
@@ -119,63 +117,48 @@ private Q_SLOTS:
 
     void aCoreThatComesBackBeginsAnew()
     {
-        write({ { 0, { .user = 100, .idle = 100 } } });
-        CPULoad load(m_tree->root());
-        load.sample();
-        write({ { 0, { .user = 150, .idle = 150 } }, { 1, { .user = 70000, .idle = 1 } } });
-        load.sample();
+        CPULoad load = sampled({ Cores { { 0, { .user = 100, .idle = 100 } } },
+            Cores { { 0, { .user = 150, .idle = 150 } }, { 1, { .user = 70000, .idle = 1 } } } });
         // The second core has no earlier sample, so its load is 0 and the total leaves it out.
         QCOMPARE(load.cores(), QList<double>({ 0.5, 0.0 }));
         QCOMPARE(load.total(), 0.5);
-        write({ { 0, { .user = 200, .idle = 200 } }, { 1, { .user = 70010, .idle = 91 } } });
-        load.sample();
+        sample(load, { { 0, { .user = 200, .idle = 200 } }, { 1, { .user = 70010, .idle = 91 } } });
         QCOMPARE(load.cores(), QList<double>({ 0.5, 0.1 }));
     }
 
     void aCounterThatGoesBackCountsAsNone()
     {
-        write({ { 0, { .user = 100, .idle = 5000, .waiting = 400 } } });
-        CPULoad load(m_tree->root());
-        load.sample();
-        write({ { 0, { .user = 150, .idle = 5050, .waiting = 100 } } });
-        load.sample();
+        CPULoad load = sampled({ Cores { { 0, { .user = 100, .idle = 5000, .waiting = 400 } } },
+            Cores { { 0, { .user = 150, .idle = 5050, .waiting = 100 } } } });
         QCOMPARE(load.cores(), QList<double>({ 0.5 }));
         // The next sample is measured from the lower value.
-        write({ { 0, { .user = 150, .idle = 5050, .waiting = 200 } } });
-        load.sample();
+        sample(load, { { 0, { .user = 150, .idle = 5050, .waiting = 200 } } });
         QCOMPARE(load.cores(), QList<double>({ 0.0 }));
     }
 
     void samplesFasterThanTheCountersLeaveTheLoads()
     {
-        write(coresAfter(0, { 50, 50 }));
-        CPULoad load(m_tree->root());
-        load.sample();
-        write(coresAfter(1, { 50, 50 }));
-        load.sample();
-        load.sample();
         auto cores = coresAfter(1, { 50, 50 });
-        cores[0].user += 2;
-        write(cores);
+        CPULoad load = sampled({ coresAfter(0, { 50, 50 }), cores });
         load.sample();
+        cores[0].user += 2;
+        sample(load, cores);
         QCOMPARE(load.cores(), QList<double>({ 0.5, 0.5 }));
         QCOMPARE(load.history().size(), 1);
         // The next sample that counts includes the ticks of the samples that were too early.
         cores[0].user += 8;
         cores[1].idle += 10;
-        write(cores);
-        load.sample();
+        sample(load, cores);
         QCOMPARE(load.cores(), QList<double>({ 1.0, 0.0 }));
         QCOMPARE(load.total(), 0.5);
     }
 
     void historyHoldsTheLastTotalsOldestFirst()
     {
-        CPULoad load(m_tree->root());
-        QMap<int, CoreTimes> cores { { 0, {} } };
+        CPULoad load(m_machine->root());
+        Cores cores { { 0, {} } };
         for (quint64 busy = 0; busy <= 40; ++busy) {
-            write(cores);
-            load.sample();
+            sample(load, cores);
             cores[0].user += busy;
             cores[0].idle += 100 - busy;
         }
@@ -187,18 +170,12 @@ private Q_SLOTS:
 
     void afterAPauseTheNextSampleIsAFirstOne()
     {
-        write(coresAfter(0, { 10 }));
-        CPULoad load(m_tree->root());
-        load.sample();
-        write(coresAfter(1, { 10 }));
-        load.sample();
+        CPULoad load = sampled({ coresAfter(0, { 10 }), coresAfter(1, { 10 }) });
         load.pause();
         // The load of the hour without samples does not get into the history.
-        write(coresAfter(3600, { 100 }));
-        load.sample();
+        sample(load, coresAfter(3600, { 100 }));
         QVERIFY(load.history().isEmpty());
-        write({ { 0, { .user = 1000 + 360'000 + 20, .idle = 9000 + 80 } } });
-        load.sample();
+        sample(load, { { 0, { .user = 1000 + 360'000 + 20, .idle = 9000 + 80 } } });
         QCOMPARE(load.history(), QList<double>({ 0.2 }));
         QCOMPARE(load.cores(), QList<double>({ 0.2 }));
     }
@@ -206,18 +183,14 @@ private Q_SLOTS:
     void manyCoresAreAllRead()
     {
         const QList<quint64> busy(700, 25);
-        write(coresAfter(100'000'000, busy));
-        CPULoad load(m_tree->root());
-        load.sample();
-        write(coresAfter(100'000'001, busy));
-        load.sample();
+        const CPULoad load = sampled({ coresAfter(100'000'000, busy), coresAfter(100'000'001, busy) });
         QCOMPARE(load.cores().size(), 700);
         QCOMPARE(load.cores().last(), 0.25);
     }
 
     void withoutTheFileThereAreNoCores()
     {
-        CPULoad load(m_tree->root());
+        CPULoad load(m_machine->root());
         load.sample();
         QCOMPARE(load.total(), 0.0);
         QVERIFY(load.cores().isEmpty());
@@ -228,46 +201,44 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("text");
         QTest::addColumn<int>("cores");
-        QTest::newRow("nothing") << QByteArray() << 0;
-        QTest::newRow("words") << QByteArray("what is this\n") << 0;
-        QTest::newRow("cut") << QByteArray("cpu 1 2 3 4\ncpu0 1 2 3") << 0;
-        QTest::newRow("cut in a number of a later counter") << QByteArray("cpu 1 2 3 4\ncpu0 1 2 3 4 5") << 1;
-        QTest::newRow("negative") << QByteArray("cpu0 -1 2 3 4\ncpu1 1 2 3 4\n") << 1;
-        QTest::newRow("beyond a number") << QByteArray("cpu0 99999999999999999999 2 3 4\n") << 0;
-        QTest::newRow("largest numbers") << QByteArray(
-            "cpu0 18446744073709551615 18446744073709551615 18446744073709551615 18446744073709551615\n")
-                                         << 1;
-        QTest::newRow("twice") << QByteArray("cpu0 1 2 3 4\ncpu0 1 2 3 4\n") << 1;
-        QTest::newRow("beyond any machine") << QByteArray("cpu4000000 1 2 3 4\n") << 0;
-        QTest::newRow("negative core") << QByteArray("cpu-1 1 2 3 4\n") << 0;
-        QTest::newRow("named core") << QByteArray("cpux 1 2 3 4\ncpu1 1 2 3 4\n") << 1;
-        QTest::newRow("zeros") << QByteArray("cpu0 0 0 0 0\n") << 1;
-        QTest::newRow("no end") << QByteArray(100'000, 'c') << 0;
-        QTest::newRow("zero bytes") << QByteArray(5000, '\0') << 0;
+        const auto row = [](const char* name, const QByteArray& text, int cores) {
+            QTest::newRow(name) << text << cores;
+        };
+        row("nothing", {}, 0);
+        row("words", "what is this\n", 0);
+        row("cut", "cpu 1 2 3 4\ncpu0 1 2 3", 0);
+        row("cut in a number of a later counter", "cpu 1 2 3 4\ncpu0 1 2 3 4 5", 1);
+        row("negative", "cpu0 -1 2 3 4\ncpu1 1 2 3 4\n", 1);
+        row("beyond a number", "cpu0 99999999999999999999 2 3 4\n", 0);
+        row("largest numbers", "cpu0" + QByteArray(" 18446744073709551615").repeated(4) + '\n', 1);
+        row("twice", "cpu0 1 2 3 4\ncpu0 1 2 3 4\n", 1);
+        row("beyond any machine", "cpu4000000 1 2 3 4\n", 0);
+        row("negative core", "cpu-1 1 2 3 4\n", 0);
+        row("named core", "cpux 1 2 3 4\ncpu1 1 2 3 4\n", 1);
+        row("zeros", "cpu0 0 0 0 0\n", 1);
+        row("no end", QByteArray(100'000, 'c'), 0);
+        row("zero bytes", QByteArray(5000, '\0'), 0);
     }
     void junkIsPassedOver()
     {
         QFETCH(QByteArray, text);
-        QFETCH(int, cores);
-        writeText(text);
-        CPULoad load(m_tree->root());
+        write(text);
+        CPULoad load(m_machine->root());
         load.sample();
-        QCOMPARE(load.cores().size(), cores);
+        QTEST(int(load.cores().size()), "cores");
         // Later samples are read as usual.
-        write(coresAfter(0, { 10 }));
-        load.sample();
-        write(coresAfter(1, { 10 }));
-        load.sample();
+        sample(load, coresAfter(0, { 10 }));
+        sample(load, coresAfter(1, { 10 }));
         QCOMPARE(load.total(), 0.1);
     }
 
     void loadsOfTheLargestNumbersAreShares()
     {
-        writeText("cpu0 0 0 0 0 0 0 0 0\ncpu1 0 0 0 0\n");
-        CPULoad load(m_tree->root());
+        write("cpu0 0 0 0 0 0 0 0 0\ncpu1 0 0 0 0\n");
+        CPULoad load(m_machine->root());
         load.sample();
         const QByteArray largest = " 18446744073709551615";
-        writeText("cpu0" + largest.repeated(8) + "\ncpu1" + largest.repeated(4) + '\n');
+        write("cpu0" + largest.repeated(8) + "\ncpu1" + largest.repeated(4) + '\n');
         load.sample();
         QCOMPARE(load.cores(), QList<double>({ 0.75, 0.75 }));
         QCOMPARE(load.total(), 0.75);
@@ -277,28 +248,13 @@ private Q_SLOTS:
     {
         CPULoad load;
         load.sample();
-        QTest::qWait(100);
-        load.sample();
+        QVERIFY(QTest::qWaitFor([&load] {
+            load.sample();
+            return !load.history().isEmpty();
+        }));
         QCOMPARE(load.cores().size(), KernelValues().activeProcessorCount());
         QCOMPARE(load.history().size(), 1);
         QVERIFY(load.total() >= 0 && load.total() <= 1);
-    }
-
-private:
-    static void write(const FakeMachine& machine, const QMap<int, CoreTimes>& cores)
-    {
-        machine.write(QStringLiteral("proc/stat"), statText(cores));
-    }
-    static void checkOrder(const FakeMachine& machine, const QList<quint64>& busy, const QList<double>& loads,
-        int performanceCount)
-    {
-        write(machine, coresAfter(0, busy));
-        CPULoad load(machine.root());
-        load.sample();
-        write(machine, coresAfter(1, busy));
-        load.sample();
-        QCOMPARE(load.cores(), loads);
-        QCOMPARE(load.performanceCount(), performanceCount);
     }
 };
 

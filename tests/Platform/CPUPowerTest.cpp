@@ -1,6 +1,7 @@
 #include "Platform/Machine/CPUPower.h"
 #include "tests/Support/FileTree.h"
 #include "tests/Support/OrdinaryUser.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 using namespace kestrum;
@@ -10,11 +11,11 @@ class CPUPowerTest : public QObject {
     Q_OBJECT
 private:
     void writeZone(const char* zone, const char* name, const QByteArray& energy,
-        const QByteArray& range = "262143328850\n") const
+        const QByteArray& range = "262143328850") const
     {
         writeEnergy(zone, energy);
         m_tree->write(path(zone, "name"), QByteArray(name) + '\n');
-        m_tree->write(path(zone, "max_energy_range_uj"), range);
+        m_tree->write(path(zone, "max_energy_range_uj"), range + '\n');
     }
     void writeEnergy(const char* zone, const QByteArray& energy) const
     {
@@ -34,12 +35,32 @@ private Q_SLOTS:
 
     void powerIsTheEnergyBetweenTwoReads()
     {
-        writeZone("intel-rapl:0", "package-0", "1000000000");
-        CPUPower power(m_tree->root());
-        QCOMPARE(power.read(m_start), std::nullopt);
-        writeEnergy("intel-rapl:0", "1025000000");
-        QCOMPARE(power.read(m_start + 2s), std::optional(12.5));
-        QCOMPARE(power.read(m_start + 3s), std::optional(0.0));
+        struct Read {
+            std::chrono::seconds at;
+            QByteArray energy;
+            std::optional<double> watts;
+        };
+        const struct {
+            const char* name;
+            QByteArray range;
+            QList<Read> reads;
+        } rows[] {
+            { "three reads", "262143328850",
+                { { 0s, "1000000000", {} }, { 2s, "1025000000", 12.5 }, { 3s, "1025000000", 0.0 } } },
+            { "a counter that came round", "100000000", { { 0s, "99000000", {} }, { 1s, "9000000", 10.0 } } },
+            // The counter restarts, as after a suspend. An overflow within a second would need 62 kW.
+            { "a counter that was set back", "262143328850",
+                { { 0s, "200000000000", {} }, { 1s, "5000000", {} }, { 2s, "15000000", 10.0 } } },
+            { "no time between", "262143328850", { { 0s, "0", {} }, { 0s, "20000000", {} } } },
+        };
+        for (const auto& row : rows) {
+            writeZone("intel-rapl:0", "package-0", "0", row.range);
+            CPUPower power(m_tree->root());
+            for (const Read& read : row.reads) {
+                writeEnergy("intel-rapl:0", read.energy);
+                QCOMPARE_ROW(row.name, power.read(m_start + read.at), read.watts);
+            }
+        }
     }
 
     void packagesAreAddedUpAndTheirPartsAreNot()
@@ -57,27 +78,6 @@ private Q_SLOTS:
         writeEnergy("intel-rapl:0", "20000000");
         writeEnergy("intel-rapl:1", "15000000");
         QCOMPARE(power.read(m_start + 1s), std::optional(35.0));
-    }
-
-    void aCounterThatCameRoundIsCountedOn()
-    {
-        writeZone("intel-rapl:0", "package-0", "99000000", "100000000\n");
-        CPUPower power(m_tree->root());
-        power.read(m_start);
-        writeEnergy("intel-rapl:0", "9000000");
-        QCOMPARE(power.read(m_start + 1s), std::optional(10.0));
-    }
-
-    void aCounterThatWasSetBackIsNoPower()
-    {
-        writeZone("intel-rapl:0", "package-0", "200000000000");
-        CPUPower power(m_tree->root());
-        power.read(m_start);
-        // The counter restarts, as after a suspend. An overflow within a second would need 62 kW.
-        writeEnergy("intel-rapl:0", "5000000");
-        QCOMPARE(power.read(m_start + 1s), std::nullopt);
-        writeEnergy("intel-rapl:0", "15000000");
-        QCOMPARE(power.read(m_start + 2s), std::optional(10.0));
     }
 
     void afterAPauseTheNextReadIsAFirstOne()
@@ -126,37 +126,29 @@ private Q_SLOTS:
         QVERIFY(isFound);
     }
 
-    void noTimeBetweenTwoReadsIsNoPower()
-    {
-        writeZone("intel-rapl:0", "package-0", "0");
-        CPUPower power(m_tree->root());
-        power.read(m_start);
-        writeEnergy("intel-rapl:0", "20000000");
-        QCOMPARE(power.read(m_start), std::nullopt);
-    }
-
-    void junkIsAbsent_data()
-    {
-        QTest::addColumn<QByteArray>("energy");
-        QTest::addColumn<QByteArray>("range");
-        const QByteArray range = "262143328850";
-        QTest::newRow("empty") << QByteArray() << range;
-        QTest::newRow("word") << QByteArray("much") << range;
-        QTest::newRow("negative") << QByteArray("-5") << range;
-        QTest::newRow("beyond its range") << QByteArray("262143328851") << range;
-        QTest::newRow("beyond a number") << QByteArray("99999999999999999999") << range;
-        QTest::newRow("no range") << QByteArray("20000000") << QByteArray();
-        QTest::newRow("negative range") << QByteArray("20000000") << QByteArray("-1");
-        QTest::newRow("range of 0") << QByteArray("0") << QByteArray("0");
-    }
     void junkIsAbsent()
     {
-        QFETCH(QByteArray, energy);
-        QFETCH(QByteArray, range);
-        writeZone("intel-rapl:0", "package-0", energy, range);
-        CPUPower power(m_tree->root());
-        for (int second = 0; second < 5; ++second)
-            QCOMPARE(power.read(m_start + std::chrono::seconds(second)), std::nullopt);
+        const QByteArray range = "262143328850";
+        const struct {
+            const char* name;
+            QByteArray energy;
+            QByteArray range;
+        } rows[] {
+            { "empty", {}, range },
+            { "word", "much", range },
+            { "negative", "-5", range },
+            { "beyond its range", "262143328851", range },
+            { "beyond a number", "99999999999999999999", range },
+            { "no range", "20000000", {} },
+            { "negative range", "20000000", "-1" },
+            { "range of 0", "0", "0" },
+        };
+        for (const auto& row : rows) {
+            writeZone("intel-rapl:0", "package-0", row.energy, row.range);
+            CPUPower power(m_tree->root());
+            for (int second = 0; second < 5; ++second)
+                QCOMPARE_ROW(row.name, power.read(m_start + std::chrono::seconds(second)), std::nullopt);
+        }
     }
 };
 

@@ -1,5 +1,6 @@
 #include "Platform/Machine/CoreTopology.h"
 #include "tests/Support/FakeMachine.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <unistd.h>
@@ -8,22 +9,9 @@ using namespace kestrum;
 
 namespace {
 
-FakeMachine hybridMachine()
-{
-    FakeMachine machine(12);
-    machine.writeKind("cpu_core", "0-7\n");
-    machine.writeKind("cpu_atom", "8-11\n");
-    return machine;
-}
-
 CoreTier tier(const char* name, int count)
 {
     return { QString::fromLatin1(name), count };
-}
-
-int totalOf(const KernelValues& kernel)
-{
-    return CoreTopology::totalCores(CoreTopology::tiers(kernel), kernel);
 }
 
 } // namespace
@@ -31,57 +19,37 @@ int totalOf(const KernelValues& kernel)
 class CoreTopologyTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void twoLevelsGiveTwoTiersInTheirOrder()
+    void eachLevelWithACountIsATier()
     {
-        const FakeMachine machine = hybridMachine();
-        QCOMPARE(CoreTopology::tiers(machine.kernel()),
-            QList<CoreTier>({ tier("Performance", 8), tier("Efficiency", 4) }));
-        QCOMPARE(totalOf(machine.kernel()), 12);
-    }
-
-    void withoutLevelsTheTotalIsTheActiveProcessors()
-    {
-        const FakeMachine machine(8, "0-4\n");
-        QVERIFY(CoreTopology::tiers(machine.kernel()).isEmpty());
-        QCOMPARE(totalOf(machine.kernel()), 5);
-    }
-
-    void aLevelWithoutANameIsNamedByItsIndex()
-    {
-        const FakeMachine machine(8);
-        machine.writeCapacities(0, 4, "250\n");
-        machine.writeCapacities(4, 3, "700\n");
-        machine.writeCapacities(7, 1, "1024\n");
-        QCOMPARE(CoreTopology::tiers(machine.kernel()),
-            QList<CoreTier>({ tier("Performance", 1), tier("Level 1", 3), tier("Efficiency", 4) }));
-        QCOMPARE(totalOf(machine.kernel()), 8);
-    }
-
-    void theIndexInANameIsTheLevelsOwn()
-    {
-        // The first level has no count and is left out, so the second level is the first in the list.
-        const FakeMachine machine = hybridMachine();
-        machine.writeKind("cpu_core", "junk\n");
-        machine.writeKind("cpu_lowpower", "0-1\n");
-        QCOMPARE(CoreTopology::tiers(machine.kernel()),
-            QList<CoreTier>({ tier("Level 1", 4), tier("Efficiency", 2) }));
-    }
-
-    void aLevelWithoutACountIsLeftOut()
-    {
-        const FakeMachine machine = hybridMachine();
-        machine.writeKind("cpu_core", "junk\n");
-        QCOMPARE(CoreTopology::tiers(machine.kernel()), QList<CoreTier>({ tier("Efficiency", 4) }));
-        QCOMPARE(totalOf(machine.kernel()), 4);
-    }
-
-    void allCountsAbsentFallsBackToTheActiveProcessors()
-    {
-        const FakeMachine machine = hybridMachine();
-        machine.writeKind("cpu_core", "junk\n");
-        machine.writeKind("cpu_atom", "junk\n");
-        QVERIFY(CoreTopology::tiers(machine.kernel()).isEmpty());
-        QCOMPARE(totalOf(machine.kernel()), 12);
+        const struct {
+            const char* name;
+            int cpus;
+            QByteArray online;
+            FakeMachine::Kinds kinds;
+            QList<FakeMachine::Capacity> capacities;
+            QList<CoreTier> tiers;
+            int total;
+        } rows[] {
+            { "two levels", 12, {}, { { "cpu_core", "0-7" }, { "cpu_atom", "8-11" } }, {},
+                { tier("Performance", 8), tier("Efficiency", 4) }, 12 },
+            { "no levels: the active processors", 8, "0-4", {}, {}, {}, 5 },
+            { "a level without a name", 8, {}, {}, { { 0, 4, "250" }, { 4, 3, "700" }, { 7, 1, "1024" } },
+                { tier("Performance", 1), tier("Level 1", 3), tier("Efficiency", 4) }, 8 },
+            // The first level has no count and is left out, so the second level is the first in the list.
+            { "the index in a name is the level's own", 12, {},
+                { { "cpu_core", "junk" }, { "cpu_atom", "8-11" }, { "cpu_lowpower", "0-1" } }, {},
+                { tier("Level 1", 4), tier("Efficiency", 2) }, 6 },
+            { "a level without a count", 12, {}, { { "cpu_core", "junk" }, { "cpu_atom", "8-11" } }, {},
+                { tier("Efficiency", 4) }, 4 },
+            { "no counts: the active processors", 12, {}, { { "cpu_core", "junk" }, { "cpu_atom", "junk" } },
+                {}, {}, 12 },
+        };
+        for (const auto& row : rows) {
+            const FakeMachine machine(row.cpus, row.online, row.kinds, row.capacities);
+            const QList<CoreTier> tiers = CoreTopology::tiers(machine.kernel());
+            QCOMPARE_ROW(row.name, tiers, row.tiers);
+            QCOMPARE_ROW(row.name, CoreTopology::totalCores(tiers, machine.kernel()), row.total);
+        }
     }
 
     void thisMachinesTiersAreFoundOnceAndCanBeReplaced()

@@ -1,5 +1,6 @@
 #include "Platform/Machine/KernelFile.h"
 #include "tests/Support/FileTree.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <sys/stat.h>
@@ -28,20 +29,16 @@ private Q_SLOTS:
         QCOMPARE(file.read(), std::string_view(""));
     }
 
-    void sizesAroundThoseOfTheBufferAreReadWhole_data()
-    {
-        QTest::addColumn<int>("size");
-        for (const int size : { 1, 4095, 4096, 4097, 8192, 8193, 200'000 })
-            QTest::addRow("%d", size) << size;
-    }
     void sizesAroundThoseOfTheBufferAreReadWhole()
     {
-        QFETCH(int, size);
-        QByteArray content(size, 'x');
-        content.back() = 'e';
-        write(content);
-        KernelFile file(path());
-        QVERIFY(file.read() == std::string_view(content.constData(), std::size_t(size)));
+        for (const int size : { 1, 4095, 4096, 4097, 8192, 8193, 200'000 }) {
+            QByteArray content(size, 'x');
+            content.back() = 'e';
+            write(content);
+            KernelFile file(path());
+            QVERIFY2(file.read() == std::string_view(content.constData(), std::size_t(size)),
+                QByteArray::number(size).constData());
+        }
     }
 
     void noMoreIsReadThanAFileOfTheKernelHas()
@@ -85,37 +82,16 @@ private Q_SLOTS:
         QVERIFY(!KernelFile(QString()).read());
     }
 
-    void numbers_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<qint64>("number");
-        QTest::newRow("line") << QByteArray("1234\n") << qint64(1234);
-        QTest::newRow("no line end") << QByteArray("0") << qint64(0);
-        QTest::newRow("negative") << QByteArray("-77\n") << qint64(-77);
-        QTest::newRow("blanks around") << QByteArray("  5 \n") << qint64(5);
-        QTest::newRow("largest") << QByteArray("9223372036854775807\n") << qint64(9223372036854775807);
-    }
     void numbers()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(qint64, number);
-        write(content);
-        QCOMPARE(KernelFile(path()).readNumber(), std::optional(number));
-    }
-
-    void otherTextsAreNoNumbers_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        for (const char* content :
-            { "", "\n", "-", "+5", "5 6", "5.5", "0x10", "five", "9223372036854775808", "1e3" })
-            QTest::addRow("'%s'", content) << QByteArray(content);
-        QTest::newRow("zero byte") << QByteArray("5\0", 2);
-    }
-    void otherTextsAreNoNumbers()
-    {
-        QFETCH(QByteArray, content);
-        write(content);
-        QCOMPARE(KernelFile(path()).readNumber(), std::nullopt);
+        const std::pair<QByteArray, std::optional<qint64>> rows[] { { "1234\n", 1234 }, { "0", 0 },
+            { "-77\n", -77 }, { "  5 \n", 5 }, { "9223372036854775807\n", 9223372036854775807 }, { "", {} },
+            { "\n", {} }, { "-", {} }, { "+5", {} }, { "5 6", {} }, { "5.5", {} }, { "0x10", {} },
+            { "five", {} }, { "9223372036854775808", {} }, { "1e3", {} }, { QByteArray("5\0", 2), {} } };
+        for (const auto& [content, number] : rows) {
+            write(content);
+            QCOMPARE_ROW(content, KernelFile(path()).readNumber(), number);
+        }
     }
 };
 

@@ -1,5 +1,6 @@
 #include "Platform/Machine/MemoryUse.h"
 #include "tests/Support/FileTree.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 using namespace kestrum;
@@ -39,11 +40,6 @@ private Q_SLOTS:
         QCOMPARE(memory.swapUsed(), quint64(0));
     }
 
-    void aMachineWithoutSwapUsesNone()
-    {
-        QCOMPARE(sampled("MemTotal: 4 kB\nMemAvailable: 1 kB\n").swapUsed(), quint64(0));
-    }
-
     void whatCannotBeReadLeavesTheValues()
     {
         MemoryUse memory = sampled("MemTotal: 4 kB\nMemAvailable: 1 kB\nSwapTotal: 8 kB\nSwapFree: 5 kB\n");
@@ -62,40 +58,35 @@ private Q_SLOTS:
         QCOMPARE(memory.swapUsed(), quint64(0));
     }
 
-    void junk_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<double>("used");
-        QTest::addColumn<quint64>("swap");
-        QTest::newRow("nothing") << QByteArray() << 0.0 << quint64(0);
-        QTest::newRow("no total") << QByteArray("MemAvailable: 5 kB\n") << 0.0 << quint64(0);
-        QTest::newRow("total of 0") << QByteArray("MemTotal: 0 kB\nMemAvailable: 0 kB\n") << 0.0
-                                    << quint64(0);
-        QTest::newRow("more available than there is")
-            << QByteArray("MemTotal: 4 kB\nMemAvailable: 5 kB\n") << 0.0 << quint64(0);
-        QTest::newRow("more swap free than there is")
-            << QByteArray("MemTotal: 4 kB\nMemAvailable: 3 kB\nSwapTotal: 1 kB\nSwapFree: 2 kB\n") << 0.25
-            << quint64(0);
-        QTest::newRow("negative") << QByteArray("MemTotal: -4 kB\nMemAvailable: 3 kB\n") << 0.0 << quint64(0);
-        QTest::newRow("words") << QByteArray("MemTotal: all kB\nMemAvailable: some kB\n") << 0.0
-                               << quint64(0);
-        QTest::newRow("cut in a number")
-            << QByteArray("MemTotal: 4 kB\nMemAvailable: 3 kB\nSwapTotal: 8 kB\nSwapFree:") << 0.25
-            << quint64(0);
-        QTest::newRow("beyond a number of bytes") << QByteArray(
-            "MemTotal: 18446744073709551615 kB\nMemAvailable: 1 kB\nSwapTotal: 18446744073709551615 kB\n"
-            "SwapFree: 0 kB\n") << 0.0 << quint64(0);
-        QTest::newRow("the first of two")
-            << QByteArray("MemTotal: 4 kB\nMemAvailable: 1 kB\nMemAvailable: 3 kB\n") << 0.75 << quint64(0);
-        QTest::newRow("shared beyond the cache")
-            << QByteArray("MemTotal: 10 kB\nMemFree: 4 kB\nCached: 1 kB\nShmem: 9 kB\n") << 0.6 << quint64(0);
-    }
     void junk()
     {
-        QFETCH(QByteArray, text);
-        const MemoryUse memory = sampled(text);
-        QTEST(memory.used(), "used");
-        QTEST(memory.swapUsed(), "swap");
+        const struct {
+            const char* name;
+            const char* text;
+            double used;
+        } rows[] {
+            { "nothing", "", 0 },
+            { "no total", "MemAvailable: 5 kB\n", 0 },
+            { "total of 0", "MemTotal: 0 kB\nMemAvailable: 0 kB\n", 0 },
+            { "more available than there is", "MemTotal: 4 kB\nMemAvailable: 5 kB\n", 0 },
+            { "more swap free than there is",
+                "MemTotal: 4 kB\nMemAvailable: 3 kB\nSwapTotal: 1 kB\nSwapFree: 2 kB\n", 0.25 },
+            { "negative", "MemTotal: -4 kB\nMemAvailable: 3 kB\n", 0 },
+            { "words", "MemTotal: all kB\nMemAvailable: some kB\n", 0 },
+            { "cut in a number", "MemTotal: 4 kB\nMemAvailable: 3 kB\nSwapTotal: 8 kB\nSwapFree:", 0.25 },
+            { "beyond a number of bytes",
+                "MemTotal: 18446744073709551615 kB\nMemAvailable: 1 kB\nSwapTotal: 18446744073709551615 kB\n"
+                "SwapFree: 0 kB\n",
+                0 },
+            { "the first of two", "MemTotal: 4 kB\nMemAvailable: 1 kB\nMemAvailable: 3 kB\n", 0.75 },
+            { "shared beyond the cache", "MemTotal: 10 kB\nMemFree: 4 kB\nCached: 1 kB\nShmem: 9 kB\n", 0.6 },
+            { "no swap", "MemTotal: 4 kB\nMemAvailable: 1 kB\n", 0.75 },
+        };
+        for (const auto& row : rows) {
+            const MemoryUse memory = sampled(row.text);
+            QCOMPARE_ROW(row.name, memory.used(), row.used);
+            QCOMPARE_ROW(row.name, memory.swapUsed(), quint64(0));
+        }
     }
 
     void thisMachineUsesSomeMemory()

@@ -8,15 +8,23 @@ namespace kestrum {
 /// A "/sys" that stands for a machine. Tests add further files.
 class FakeMachine {
 public:
-    /// A machine with `cpus` processors, all switched on and all alike.
-    explicit FakeMachine(int cpus)
-        : FakeMachine(cpus, "0-" + QByteArray::number(cpus - 1) + '\n')
-    {
-    }
+    using Kinds = QList<std::pair<const char*, QByteArray>>;
+    struct Capacity {
+        int firstCpu;
+        int count;
+        QByteArray capacity;
+    };
 
-    FakeMachine(int cpus, const QByteArray& online)
+    /// A machine with `cpus` processors. `online` is the list of those that are switched on; without it, all are. Each kind
+    /// (such as "cpu_core") has the list of its processors. All processors are alike unless there are kinds or capacities.
+    explicit FakeMachine(int cpus, const QByteArray& online = {}, const Kinds& kinds = {},
+        const QList<Capacity>& capacities = {})
     {
-        writeOnline(online);
+        writeOnline((online.isEmpty() ? "0-" + QByteArray::number(cpus - 1) : online) + '\n');
+        for (const auto& [kind, list] : kinds)
+            writeKind(kind, list + '\n');
+        for (const Capacity& some : capacities)
+            writeCapacities(some.firstCpu, some.count, some.capacity + '\n');
         for (int cpu = 0; cpu < cpus; ++cpu)
             m_tree.write(cpuFile(cpu, "topology/core_id"), QByteArray::number(cpu) + '\n');
         // Folders that are no processors, but whose names start like theirs.

@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QTest>
+
+/// Like QCOMPARE, in a loop over rows of a table: a failure also names the row.
+#define QCOMPARE_ROW(name, actual, expected)                                                                 \
+    do {                                                                                                     \
+        const auto actualValue = actual;                                                                     \
+        const auto expectedValue = expected;                                                                 \
+        if (!QTest::qCompare(actualValue, expectedValue, #actual, #expected, __FILE__, __LINE__)) {          \
+            qWarning("in the row \"%s\"", static_cast<const char*>(name));                                   \
+            return;                                                                                          \
+        }                                                                                                    \
+    } while (false)

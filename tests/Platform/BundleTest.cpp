@@ -1,6 +1,8 @@
 #include "Platform/Bundle/Bundle.h"
-#include "tests/Support/FileTree.h"
+#include "tests/Support/Rows.h"
+#include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QProcess>
 #include <cstdio>
@@ -20,6 +22,7 @@ int printMainBundle()
     return 0;
 }
 
+// The main bundle of this program when it runs as `executable`.
 QStringList mainBundleOf(const QString& executable)
 {
     QProcess child;
@@ -35,108 +38,103 @@ void copyOurselves(const QString& target)
     QVERIFY(QFile::copy(QCoreApplication::applicationFilePath(), target));
 }
 
+QString tableOf(const char* localization)
+{
+    return QStringLiteral("A.app/Contents/Resources/%1.lproj/Localizable.strings")
+        .arg(QLatin1StringView(localization));
+}
+
+QString textIn(const Bundle& bundle, const char* key, const char* localization)
+{
+    return bundle.localizedString(text(key), text(localization));
+}
+
 } // namespace
 
 class BundleTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void mainIsTheBundleAroundTheExecutable()
+    void mainIsTheInnermostBundleAroundTheExecutableOrItsFolder()
     {
+        const struct {
+            const char* executable;
+            const char* path;
+            const char* exists;
+            const char* identifier;
+        } rows[] {
+            { "A b.app/Contents/MacOS/Program", "A b.app", "exists", "outer" },
+            { "A.app/Contents/Library/LoginItems/B.app/Contents/MacOS/B",
+                "A.app/Contents/Library/LoginItems/B.app", "exists", "inner" },
+            { "bin/a", "bin", "none", "" },
+            { "A.app/Contents/Programs/a", "A.app/Contents/Programs", "none", "" },
+            { "A.app/MacOS/a", "A.app/MacOS", "none", "" },
+            { "A/Contents/MacOS/a", "A/Contents/MacOS", "none", "" },
+        };
         const FileTree tree;
-        const QString outer = tree.path(QStringLiteral("A b.app"));
-        tree.write(QStringLiteral("A b.app/Contents/Info.plist"), "{ CFBundleIdentifier = outer; }");
-        copyOurselves(outer + QStringLiteral("/Contents/MacOS/Program"));
-        QCOMPARE(mainBundleOf(outer + QStringLiteral("/Contents/MacOS/Program")),
-            QStringList({ outer, QStringLiteral("exists"), QStringLiteral("outer"), QString() }));
-    }
-
-    void mainIsTheInnermostBundle()
-    {
-        const FileTree tree;
-        const QString inner = QStringLiteral("A.app/Contents/Library/LoginItems/B.app");
-        tree.write(QStringLiteral("A.app/Contents/Info.plist"), "{ CFBundleIdentifier = outer; }");
-        tree.write(inner + QStringLiteral("/Contents/Info.plist"), "{ CFBundleIdentifier = inner; }");
-        const QString executable = tree.path(inner + QStringLiteral("/Contents/MacOS/B"));
-        copyOurselves(executable);
-        QCOMPARE(mainBundleOf(executable),
-            QStringList({ tree.path(inner), QStringLiteral("exists"), QStringLiteral("inner"), QString() }));
+        makeBundle(tree, "{ CFBundleIdentifier = outer; }", text("A b.app"));
+        makeBundle(tree, "{ CFBundleIdentifier = outer; }");
+        makeBundle(tree, "{ CFBundleIdentifier = inner; }", text("A.app/Contents/Library/LoginItems/B.app"));
+        for (const auto& row : rows) {
+            const QString executable = tree.path(text(row.executable));
+            copyOurselves(executable);
+            QCOMPARE(mainBundleOf(executable),
+                QStringList(
+                    { tree.path(text(row.path)), text(row.exists), text(row.identifier), QString() }));
+        }
     }
 
     void aLinkToTheExecutableLeadsIntoTheBundle()
     {
         const FileTree tree;
-        tree.write(QStringLiteral("lib/A.app/Contents/Info.plist"), "{ CFBundleIdentifier = linked; }");
-        const QString executable = tree.path(QStringLiteral("lib/A.app/Contents/MacOS/A"));
+        const Bundle bundle = makeBundle(tree, "{ CFBundleIdentifier = linked; }", text("lib/A.app"));
+        const QString executable = bundle.path() + text("/Contents/MacOS/A");
         copyOurselves(executable);
-        const QString link = tree.path(QStringLiteral("a"));
+        const QString link = tree.path(text("a"));
         QVERIFY(QFile::link(executable, link));
-        QCOMPARE(mainBundleOf(link).value(2), QStringLiteral("linked"));
-    }
-
-    void outsideOfABundleMainIsTheExecutablesFolder_data()
-    {
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("plain") << "bin";
-        QTest::newRow("no MacOS") << "A.app/Contents/Programs";
-        QTest::newRow("no Contents") << "A.app/MacOS";
-        QTest::newRow("no suffix") << "A/Contents/MacOS";
-    }
-    void outsideOfABundleMainIsTheExecutablesFolder()
-    {
-        QFETCH(QString, folder);
-        const FileTree tree;
-        const QString executable = tree.path(folder + QStringLiteral("/a"));
-        copyOurselves(executable);
-        QCOMPARE(mainBundleOf(executable),
-            QStringList({ tree.path(folder), QStringLiteral("none"), QString(), QString() }));
+        QCOMPARE(mainBundleOf(link).value(2), text("linked"));
     }
 
     void anotherBundleCanTakeTheMainsPlace()
     {
         const Bundle before = Bundle::main();
-        const FileTree tree;
-        tree.write(QStringLiteral("A.app/Contents/Info.plist"), "{ CFBundleIdentifier = other; }");
-        Bundle::setMain(Bundle(tree.path(QStringLiteral("A.app"))));
-        QCOMPARE(Bundle::main().identifier(), QStringLiteral("other"));
+        Bundle::setMain(makeBundle(FileTree(), "{ CFBundleIdentifier = other; }"));
+        QCOMPARE(Bundle::main().identifier(), text("other"));
         Bundle::setMain(before);
         QCOMPARE(Bundle::main().path(), before.path());
     }
 
     void absentBundleHasNothing()
     {
-        const Bundle bundle(QStringLiteral("/nonexistent/A.app"));
+        const Bundle bundle(text("/nonexistent/A.app"));
         QVERIFY(!bundle.exists());
-        QCOMPARE(bundle.path(), QStringLiteral("/nonexistent/A.app"));
+        QCOMPARE(bundle.path(), text("/nonexistent/A.app"));
         QCOMPARE(bundle.identifier(), QString());
         QCOMPARE(bundle.developmentLocalization(), std::nullopt);
         QVERIFY(bundle.localizations().isEmpty());
-        QCOMPARE(bundle.localizedString(QStringLiteral("a"), QStringLiteral("de")), QStringLiteral("a"));
+        QCOMPARE(textIn(bundle, "a", "de"), text("a"));
     }
 
     void informationIsTextOrNothing()
     {
         const FileTree tree;
-        tree.write(QStringLiteral("Contents/Info.plist"),
-            "{ CFBundleDevelopmentRegion = fr; Version = \"1.0\"; List = ( a ); Map = { a = b; }; }");
-        const Bundle bundle(tree.root() + u'/');
+        makeBundle(
+            tree, "{ CFBundleDevelopmentRegion = fr; Version = \"1.0\"; List = ( a ); Map = { a = b; }; }");
+        const Bundle bundle(tree.path(text("A.app/")));
         QVERIFY(bundle.exists());
-        QCOMPARE(bundle.path(), tree.root());
-        QCOMPARE(bundle.resourcePath(), tree.path(QStringLiteral("Contents/Resources")));
-        QCOMPARE(bundle.developmentLocalization(), QStringLiteral("fr"));
-        QCOMPARE(bundle.infoText(QStringLiteral("Version")), QStringLiteral("1.0"));
-        QCOMPARE(bundle.infoText(QStringLiteral("List")), std::nullopt);
-        QCOMPARE(bundle.infoText(QStringLiteral("Map")), std::nullopt);
-        QCOMPARE(bundle.infoText(QStringLiteral("Absent")), std::nullopt);
+        QCOMPARE(bundle.path(), tree.path(text("A.app")));
+        QCOMPARE(bundle.resourcePath(), tree.path(text("A.app/Contents/Resources")));
+        QCOMPARE(bundle.developmentLocalization(), text("fr"));
+        QCOMPARE(bundle.infoText(text("Version")), text("1.0"));
+        for (const char* key : { "List", "Map", "Absent" })
+            QVERIFY2(!bundle.infoText(text(key)), key);
         QCOMPARE(bundle.identifier(), QString());
     }
 
     void damagedInformationReadsAsNone()
     {
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("Info.plist cannot be read: line 1")));
         const FileTree tree;
-        tree.write(QStringLiteral("Contents/Info.plist"), "{ CFBundleIdentifier = a; ");
-        QTest::ignoreMessage(
-            QtWarningMsg, QRegularExpression(QStringLiteral("Info.plist cannot be read: line 1")));
-        const Bundle bundle(tree.root());
+        const Bundle bundle = makeBundle(tree, "{ CFBundleIdentifier = a; ");
         QVERIFY(bundle.exists());
         QCOMPARE(bundle.identifier(), QString());
     }
@@ -145,75 +143,65 @@ private Q_SLOTS:
     {
         const FileTree tree;
         for (const char* folder : { "pt-BR", "pt", "de", "Base", "zh-Hans", "en" })
-            tree.write(QStringLiteral("Contents/Resources/%1.lproj/Localizable.strings")
-                           .arg(QLatin1StringView(folder)),
-                {});
-        tree.write(QStringLiteral("Contents/Resources/fr.lproj"), "a file");
-        tree.write(QStringLiteral("Contents/Resources/it.other/a"), {});
-        QCOMPARE(Bundle(tree.root()).localizations(),
-            QStringList({ QStringLiteral("Base"), QStringLiteral("de"), QStringLiteral("en"),
-                QStringLiteral("pt"), QStringLiteral("pt-BR"), QStringLiteral("zh-Hans") }));
+            tree.write(tableOf(folder), {});
+        tree.write(text("A.app/Contents/Resources/fr.lproj"), "a file");
+        tree.write(text("A.app/Contents/Resources/it.other/a"), {});
+        QCOMPARE(Bundle(tree.path(text("A.app"))).localizations(),
+            QStringList(
+                { text("Base"), text("de"), text("en"), text("pt"), text("pt-BR"), text("zh-Hans") }));
     }
 
     void textsComeFromTheLanguagesTable()
     {
         const FileTree tree;
-        tree.write(QStringLiteral("Contents/Resources/de.lproj/Localizable.strings"),
-            "\"Memory\" = \"Speicher\"; \"List\" = ( a ); \"Blank\" = \"\";");
-        tree.write(
-            QStringLiteral("Contents/Resources/fr.lproj/Localizable.strings"), "\"Memory\" = \"Mémoire\";");
-        tree.write(QStringLiteral("Contents/Resources/it.lproj/other"), {});
-        const Bundle bundle(tree.root());
-        const auto text = [&](const char* key, const char* localization) {
-            return bundle.localizedString(QString::fromLatin1(key), QString::fromLatin1(localization));
+        tree.write(tableOf("de"), "\"Memory\" = \"Speicher\"; \"List\" = ( a ); \"Blank\" = \"\";");
+        tree.write(tableOf("fr"), "\"Memory\" = \"Mémoire\";");
+        tree.write(text("A.app/Contents/Resources/it.lproj/other"), {});
+        // A table outside of the bundle is not reached.
+        tree.write(text("outside.lproj/Localizable.strings"), "Memory = reached;");
+        const Bundle bundle(tree.path(text("A.app")));
+        const struct {
+            const char* key;
+            const char* localization;
+            const char* text;
+        } rows[] {
+            { "Memory", "de", "Speicher" },
+            { "Memory", "fr", "Mémoire" },
+            { "Blank", "de", "" },
+            { "List", "de", "List" },
+            { "Absent", "de", "Absent" },
+            { "Memory", "it", "Memory" },
+            { "Memory", "es", "Memory" },
+            { "Memory", "", "Memory" },
+            { "Memory", "../../../outside", "Memory" },
         };
-        QCOMPARE(text("Memory", "de"), QStringLiteral("Speicher"));
-        QCOMPARE(text("Memory", "fr"), QStringLiteral("Mémoire"));
-        QCOMPARE(text("Blank", "de"), QString());
-        QCOMPARE(text("List", "de"), QStringLiteral("List"));
-        QCOMPARE(text("Absent", "de"), QStringLiteral("Absent"));
-        QCOMPARE(text("Memory", "it"), QStringLiteral("Memory"));
-        QCOMPARE(text("Memory", "es"), QStringLiteral("Memory"));
-        QCOMPARE(text("Memory", ""), QStringLiteral("Memory"));
+        for (const auto& row : rows)
+            QCOMPARE_ROW(row.localization, textIn(bundle, row.key, row.localization), text(row.text));
     }
 
     void damagedTableGivesTheKeys()
     {
         const FileTree tree;
-        tree.write(
-            QStringLiteral("Contents/Resources/de.lproj/Localizable.strings"), "\"a\" = \"b\";\n\"c\" = ;");
-        const Bundle bundle(tree.root());
+        tree.write(tableOf("de"), "\"a\" = \"b\";\n\"c\" = ;");
+        const Bundle bundle(tree.path(text("A.app")));
         // The warning comes once, not for every text.
         QTest::ignoreMessage(
-            QtWarningMsg, QRegularExpression(QStringLiteral("Localizable.strings cannot be read: line 2")));
-        QTest::failOnWarning(QRegularExpression(QStringLiteral("cannot be read")));
-        QCOMPARE(bundle.localizedString(QStringLiteral("a"), QStringLiteral("de")), QStringLiteral("a"));
-        QCOMPARE(bundle.localizedString(QStringLiteral("a"), QStringLiteral("de")), QStringLiteral("a"));
-    }
-
-    void aTableOutsideOfTheBundleIsNotReached()
-    {
-        const FileTree tree;
-        tree.write(QStringLiteral("outside.lproj/Localizable.strings"), "a = b;");
-        tree.write(QStringLiteral("A.app/Contents/Resources/de.lproj/Localizable.strings"), {});
-        const Bundle bundle(tree.path(QStringLiteral("A.app")));
-        QCOMPARE(bundle.localizedString(QStringLiteral("a"), QStringLiteral("../../../outside")),
-            QStringLiteral("a"));
+            QtWarningMsg, QRegularExpression(text("Localizable.strings cannot be read: line 2")));
+        QTest::failOnWarning(QRegularExpression(text("cannot be read")));
+        QCOMPARE(textIn(bundle, "a", "de"), text("a"));
+        QCOMPARE(textIn(bundle, "a", "de"), text("a"));
     }
 
     void copiesShareWhatWasRead()
     {
         const FileTree tree;
-        const QString table = QStringLiteral("Contents/Resources/de.lproj/Localizable.strings");
-        tree.write(table, "a = b;");
-        const Bundle bundle(tree.root());
-        const Bundle copy
-            = bundle; // NOLINT(performance-unnecessary-copy-initialization): the copy is the point
-        QCOMPARE(bundle.localizedString(QStringLiteral("a"), QStringLiteral("de")), QStringLiteral("b"));
-        tree.write(table, "a = c;");
-        QCOMPARE(copy.localizedString(QStringLiteral("a"), QStringLiteral("de")), QStringLiteral("b"));
-        QCOMPARE(Bundle(tree.root()).localizedString(QStringLiteral("a"), QStringLiteral("de")),
-            QStringLiteral("c"));
+        tree.write(tableOf("de"), "a = b;");
+        const Bundle bundle(tree.path(text("A.app")));
+        const Bundle copy = bundle; // NOLINT(performance-unnecessary-copy-initialization): it is the point
+        QCOMPARE(textIn(bundle, "a", "de"), text("b"));
+        tree.write(tableOf("de"), "a = c;");
+        QCOMPARE(textIn(copy, "a", "de"), text("b"));
+        QCOMPARE(textIn(Bundle(bundle.path()), "a", "de"), text("c"));
     }
 };
 

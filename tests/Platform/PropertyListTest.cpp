@@ -1,5 +1,6 @@
 #include "Platform/Bundle/PropertyList.h"
 #include "tests/Support/FileTree.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QElapsedTimer>
@@ -45,35 +46,34 @@ int walked(const PropertyList& list)
 class PropertyListTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void readsTexts_data()
-    {
-        QTest::addColumn<QByteArray>("content");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("word") << QByteArray("abc") << "abc";
-        QTest::newRow("word of all characters") << QByteArray("/a_$b:c.d-9") << "/a_$b:c.d-9";
-        QTest::newRow("quoted") << QByteArray("\"a b\"") << "a b";
-        QTest::newRow("empty") << QByteArray("\"\"") << "";
-        QTest::newRow("UTF-8") << QByteArray("\"Menüleiste\"") << QStringLiteral("Menüleiste");
-        QTest::newRow("line break inside") << QByteArray("\"a\nb\"") << "a\nb";
-        QTest::newRow("comment marks inside") << QByteArray("\"a // b /* c */\"") << "a // b /* c */";
-        QTest::newRow("escapes") << QByteArray(R"("\"\\\n\t\r\'")") << "\"\\\n\t\r'";
-        QTest::newRow("code unit") << QByteArray(R"("\u00fcx\U00FC")") << QStringLiteral("üxü");
-        QTest::newRow("code unit before a digit") << QByteArray(R"("\u00411")") << "A1";
-        QTest::newRow("surrogate pair") << QByteArray(R"("\uD83D\ude00")") << QStringLiteral("\U0001F600");
-        QTest::newRow("blanks around") << QByteArray(" \t\r\n\v\f a \n") << "a";
-        QTest::newRow("comments around") << QByteArray("// one\n/* two\n * ** / */ a // three") << "a";
-        QTest::newRow("byte order mark") << QByteArray("\xEF\xBB\xBF"
-                                                       "a")
-                                         << "a";
-    }
     void readsTexts()
     {
-        QFETCH(QByteArray, content);
-        QFETCH(QString, text);
-        const auto list = PropertyList::parsed(content);
-        QVERIFY2(list, qPrintable(list.failureText()));
-        QCOMPARE(list->type(), Type::text);
-        QCOMPARE(list->text().value(), text);
+        const struct {
+            const char* name;
+            QByteArray content;
+            const char* text;
+        } rows[] {
+            { "word", "abc", "abc" },
+            { "word of all characters", "/a_$b:c.d-9", "/a_$b:c.d-9" },
+            { "quoted", "\"a b\"", "a b" },
+            { "empty", "\"\"", "" },
+            { "UTF-8", "\"Menüleiste\"", "Menüleiste" },
+            { "line break inside", "\"a\nb\"", "a\nb" },
+            { "comment marks inside", "\"a // b /* c */\"", "a // b /* c */" },
+            { "escapes", QByteArray(R"("\"\\\n\t\r\'")"), "\"\\\n\t\r'" },
+            { "code unit", R"("\u00fcx\U00FC")", "üxü" },
+            { "code unit before a digit", R"("\u00411")", "A1" },
+            { "surrogate pair", R"("\uD83D\ude00")", "\U0001F600" },
+            { "blanks around", " \t\r\n\v\f a \n", "a" },
+            { "comments around", "// one\n/* two\n * ** / */ a // three", "a" },
+            { "byte order mark", "\xEF\xBB\xBF\"a\"", "a" },
+        };
+        for (const auto& row : rows) {
+            const auto list = PropertyList::parsed(row.content);
+            QVERIFY2(list, qPrintable(list.failureText()));
+            QCOMPARE_ROW(row.name, list->type(), Type::text);
+            QCOMPARE_ROW(row.name, list->text().value(), QString::fromUtf8(row.text));
+        }
     }
 
     void readsADictionary()
@@ -180,11 +180,7 @@ private Q_SLOTS:
         row("XML", "<?xml version=\"1.0\"?>\n<plist/>", "line 1: unexpected character U+003c");
         row("JSON", "{\"a\": 1}", "line 1: \"=\" is missing");
         row("binary", QByteArray("bplist00\xD0\x08", 10), "line 1: not UTF-8");
-        row("UTF-16",
-            QByteArray("\xFF\xFE"
-                       "a\0",
-                4),
-            "line 1: not UTF-8");
+        row("UTF-16", QByteArray("\xFF\xFE\x61\0", 4), "line 1: not UTF-8");
         row("cut UTF-8", "a = b;\nc = \"\xC3", "line 2: not UTF-8");
         row("overlong UTF-8", "\"\xC0\xAF\"", "line 1: not UTF-8");
         row("surrogate in UTF-8", "\"\xED\xA0\x80\"", "line 1: not UTF-8");
@@ -281,27 +277,19 @@ private Q_SLOTS:
         QVERIFY(refused > 5000);
     }
 
-    void readsAFile()
+    void filesAreReadUnlessTheyAreNoneOrTooLarge()
     {
         const FileTree tree;
         tree.write(QStringLiteral("a.plist"), "{ a = b; }");
         const auto list = PropertyList::fromFile(tree.path(QStringLiteral("a.plist")));
         QVERIFY2(list, qPrintable(list.failureText()));
         QCOMPARE(list->value(QStringLiteral("a"))->text(), QStringLiteral("b"));
-    }
 
-    void whatIsNoFileIsRefused()
-    {
-        const FileTree tree;
         const QString fifo = tree.path(QStringLiteral("fifo"));
         QCOMPARE(::mkfifo(fifo.toUtf8().constData(), 0600), 0);
         for (const QString& path : { tree.path(QStringLiteral("absent")), tree.root(), fifo })
             QCOMPARE(PropertyList::fromFile(path).failureText(), QStringLiteral("no such file"));
-    }
 
-    void tooLargeAFileIsRefused()
-    {
-        const FileTree tree;
         tree.write(QStringLiteral("large"), QByteArray(PropertyList::maximumBytes + 1, ' '));
         QCOMPARE(PropertyList::fromFile(tree.path(QStringLiteral("large"))).failureText(),
             QStringLiteral("larger than 1048576 bytes"));

@@ -5,6 +5,14 @@
 
 namespace kestrum {
 
+/// Makes the bundle `name`, a path in `tree`, with the information dictionary `info`.
+inline Bundle makeBundle(
+    const FileTree& tree, const QByteArray& info, const QString& name = QStringLiteral("A.app"))
+{
+    tree.write(name + QStringLiteral("/Contents/Info.plist"), info);
+    return Bundle(tree.path(name));
+}
+
 /// A bundle in a temporary folder, which is the main bundle for as long as this object lives.
 class TestBundle {
 public:
@@ -13,10 +21,9 @@ public:
     TestBundle(const QByteArray& info, const QList<QByteArray>& localizations)
         : m_before(Bundle::main())
     {
-        m_tree.write(QStringLiteral("Contents/Info.plist"), info);
         for (const QByteArray& code : localizations)
             writeTable(code, "Memory = \"" + code + "\";");
-        Bundle::setMain(Bundle(m_tree.root()));
+        Bundle::setMain(makeBundle(m_tree, info));
     }
     ~TestBundle() { Bundle::setMain(m_before); }
     Q_DISABLE_COPY_MOVE(TestBundle)
@@ -34,7 +41,7 @@ public:
 private:
     static QString folder(const QByteArray& code)
     {
-        return QStringLiteral("Contents/Resources/%1.lproj").arg(QString::fromUtf8(code));
+        return QStringLiteral("A.app/Contents/Resources/%1.lproj").arg(QString::fromUtf8(code));
     }
 
     Bundle m_before;

@@ -1,5 +1,6 @@
 #include "Platform/LoginItem/DesktopEntry.h"
 
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
@@ -56,34 +57,30 @@ private Q_SLOTS:
         QCOMPARE(entry.value("Exec").value_or("absent"), QByteArray("a b"));
     }
 
-    void linesThatAStrictReaderRefusesAreDamage_data()
-    {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<QByteArray>("mended");
-        const auto row = [](const char* name, const QByteArray& text, const QByteArray& mended) {
-            QTest::newRow(name) << text << mended;
-        };
-        row("words", "[Desktop Entry]\nwords\nA=1\n", "[Desktop Entry]\nA=1\n");
-        row("no key", "[Desktop Entry]\n=1\nA=1\n", "[Desktop Entry]\nA=1\n");
-        row("half a locale", "[Desktop Entry]\nA[=1\nB]=1\nC[]=1\nD=1\n", "[Desktop Entry]\nD=1\n");
-        row("a zero", QByteArray("[Desktop Entry]\nA=\0\nB=1\n", 25), "[Desktop Entry]\nB=1\n");
-        row("a key before the group", "A=1\n[Desktop Entry]\nB=1\n", "[Desktop Entry]\nB=1\n");
-        row("another group first", "[Other]\nA=1\n[Desktop Entry]\nB=1\n",
-            "[Desktop Entry]\nB=1\n[Other]\nA=1\n");
-        row("a byte order mark", "\xEF\xBB\xBF[Desktop Entry]\nA=1\n", "[Desktop Entry]\nA=1\n");
-        row("no group", "Exec=a\n", "");
-        row("only another group", "[Other]\nA=1\n", "[Other]\nA=1\n");
-    }
-
     void linesThatAStrictReaderRefusesAreDamage()
     {
-        QFETCH(const QByteArray, text);
-        QFETCH(const QByteArray, mended);
-        const DesktopEntry entry = DesktopEntry::parsed(text);
-        QVERIFY(entry.isDamaged());
-        QCOMPARE(entry.text(), mended);
-        QVERIFY(
-            mended.isEmpty() || !mended.startsWith("[Desktop") || !DesktopEntry::parsed(mended).isDamaged());
+        const struct {
+            const char* name;
+            QByteArray text;
+            QByteArray mended;
+        } rows[] {
+            { "words", "[Desktop Entry]\nwords\nA=1\n", "[Desktop Entry]\nA=1\n" },
+            { "no key", "[Desktop Entry]\n=1\nA=1\n", "[Desktop Entry]\nA=1\n" },
+            { "half a locale", "[Desktop Entry]\nA[=1\nB]=1\nC[]=1\nD=1\n", "[Desktop Entry]\nD=1\n" },
+            { "a zero", QByteArray("[Desktop Entry]\nA=\0\nB=1\n", 25), "[Desktop Entry]\nB=1\n" },
+            { "a key before the group", "A=1\n[Desktop Entry]\nB=1\n", "[Desktop Entry]\nB=1\n" },
+            { "another group first", "[Other]\nA=1\n[Desktop Entry]\nB=1\n",
+                "[Desktop Entry]\nB=1\n[Other]\nA=1\n" },
+            { "a byte order mark", "\xEF\xBB\xBF[Desktop Entry]\nA=1\n", "[Desktop Entry]\nA=1\n" },
+            { "no group", "Exec=a\n", "" },
+            { "only another group", "[Other]\nA=1\n", "[Other]\nA=1\n" },
+        };
+        for (const auto& [name, text, mended] : rows) {
+            const DesktopEntry entry = DesktopEntry::parsed(text);
+            QVERIFY2(entry.isDamaged(), name);
+            QCOMPARE_ROW(name, entry.text(), mended);
+            QVERIFY2(!mended.startsWith("[Desktop") || !DesktopEntry::parsed(mended).isDamaged(), name);
+        }
     }
 
     void whatIsForeignIsTold()
@@ -132,31 +129,15 @@ private Q_SLOTS:
         }
     }
 
-    void commandsOfOthersAreUnderstood_data()
-    {
-        QTest::addColumn<QByteArray>("command");
-        QTest::addColumn<QByteArray>("program");
-        const auto row = [](const char* command, const char* program) {
-            QTest::newRow(command) << QByteArray(command) << QByteArray(program);
-        };
-        row("agent", "agent");
-        row("/usr/bin/agent --quiet %U", "/usr/bin/agent");
-        row("'/opt/my agent' x", "/opt/my agent");
-        row("/opt/my\\\\ agent x", "/opt/my agent");
-        row("\"/opt/a\"b' c'", "/opt/ab c");
-        row("  agent", "agent");
-        row("\"open", "none");
-        row("", "none");
-        row("\"\"", "none");
-        row("agent%f", "agent");
-        row("a\\\\", "none");
-    }
-
     void commandsOfOthersAreUnderstood()
     {
-        QFETCH(const QByteArray, command);
-        QFETCH(const QByteArray, program);
-        QCOMPARE(DesktopEntry::wordsOf(command).value(0, "none"), program);
+        const std::pair<const char*, const char*> rows[] { { "agent", "agent" },
+            { "/usr/bin/agent --quiet %U", "/usr/bin/agent" }, { "'/opt/my agent' x", "/opt/my agent" },
+            { "/opt/my\\\\ agent x", "/opt/my agent" }, { "\"/opt/a\"b' c'", "/opt/ab c" },
+            { "  agent", "agent" }, { "\"open", "none" }, { "", "none" }, { "\"\"", "none" },
+            { "agent%f", "agent" }, { "a\\\\", "none" } };
+        for (const auto& [command, program] : rows)
+            QCOMPARE_ROW(command, DesktopEntry::wordsOf(command).value(0, "none"), QByteArray(program));
     }
 
     void anyBytesCanBeParsed()

@@ -1,37 +1,33 @@
 #include "Platform/LoginItem/LoginItemService.h"
 
-#include "tests/Support/LoginItemFixture.h"
+#include "tests/Support/LoginItemTest.h"
 
-#include <QCoreApplication>
 #include <QProcess>
-#include <QTest>
 #include <unistd.h>
 
 using namespace kestrum;
 
 namespace {
 
-const QString generator = QStringLiteral("/usr/lib/systemd/user-generators/systemd-xdg-autostart-generator");
+const QString generator = text("/usr/lib/systemd/user-generators/systemd-xdg-autostart-generator");
 
 } // namespace
 
 /// How desktops read the entry: they start the program, whatever its path contains.
-class LoginItemStartTest : public QObject {
+class LoginItemStartTest : public LoginItemTest {
     Q_OBJECT
 
 private Q_SLOTS:
     void initTestCase()
     {
         // An ordinary user may not have access to the build folder, so the test runs a copy of the reader.
-        m_reader = TestHome::root() + QStringLiteral("/reader");
-        QVERIFY(QFile::copy(
-            qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/tests/AutostartReader"), m_reader));
+        m_reader = TestHome::root() + text("/reader");
+        QVERIFY(
+            QFile::copy(qEnvironmentVariable("KESTRUM_BUILD") + text("/tests/AutostartReader"), m_reader));
         QVERIFY(QFile::setPermissions(
             m_reader, QFile::ReadOwner | QFile::ExeOwner | QFile::ReadOther | QFile::ExeOther));
-        m_fixture = std::make_unique<LoginItemFixture>();
+        LoginItemTest::initTestCase();
     }
-    void init() { LoginItemFixture::clear(); }
-    void cleanupTestCase() { m_fixture.reset(); }
 
     void aDesktopStartsTheProgramFromAnyPath_data()
     {
@@ -53,13 +49,15 @@ private Q_SLOTS:
         for (const QByteArray& argument : { QByteArray(), QByteArray("--login") }) {
             LoginItemFixture::clear();
             const LoginItemService service(
-                QStringLiteral("com.orvale.kestrum.agent"), program, QStringLiteral("Kestrum"), argument);
+                text("com.orvale.kestrum.agent"), program, text("Kestrum"), argument);
             QVERIFY(service.registerItem());
             QCOMPARE(service.status(), LoginItemService::Status::enabled);
-            QCOMPARE(read(LoginItemFixture::entry()), 0);
+            QCOMPARE(read(entry()), 0);
             const QByteArray started
                 = QFile::encodeName(program) + (argument.isEmpty() ? "" : ' ' + argument);
-            QTRY_COMPARE(contentOf(LoginItemFixture::startedFile()), started);
+            // QTRY_COMPARE would look only every 50 ms.
+            (void)QTest::qWaitFor([&] { return contentOf(LoginItemFixture::startedFile()) == started; });
+            QCOMPARE(contentOf(LoginItemFixture::startedFile()), started);
         }
     }
 
@@ -67,31 +65,31 @@ private Q_SLOTS:
     {
         for (const char* name : { "Kestrum", "back\\slash", " blank", "two\nlines", "Größe" }) {
             LoginItemFixture::clear();
-            const LoginItemService service(QStringLiteral("com.orvale.kestrum.agent"),
-                m_fixture->agentProgram(), QString::fromUtf8(name));
+            const LoginItemService service(
+                text("com.orvale.kestrum.agent"), agentProgram(), QString::fromUtf8(name));
             QVERIFY(service.registerItem());
-            QCOMPARE(read(LoginItemFixture::entry()), 0);
+            QCOMPARE(read(entry()), 0);
             QCOMPARE(m_output, QByteArray(name));
         }
     }
 
     void aDesktopStartsNothingThatIsSwitchedOff()
     {
-        QVERIFY(m_fixture->service().registerItem());
-        QByteArray text = contentOf(LoginItemFixture::entry());
-        write(LoginItemFixture::entry(), text.replace("Hidden=false", "Hidden=true"));
-        QCOMPARE(m_fixture->service().status(), LoginItemService::Status::requiresApproval);
-        QCOMPARE(read(LoginItemFixture::entry()), 3);
+        QVERIFY(service().registerItem());
+        QByteArray text = content();
+        writeEntry(text.replace("Hidden=false", "Hidden=true"));
+        QCOMPARE(service().status(), LoginItemService::Status::requiresApproval);
+        QCOMPARE(read(entry()), 3);
     }
 
     void aDesktopRefusesWhatWeSayIsNotFound()
     {
-        QVERIFY(m_fixture->service().registerItem());
-        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "words\n");
-        QCOMPARE(m_fixture->service().status(), LoginItemService::Status::notFound);
-        QCOMPARE(read(LoginItemFixture::entry()), 1);
-        QVERIFY(m_fixture->service().registerItem());
-        QCOMPARE(read(LoginItemFixture::entry()), 0);
+        QVERIFY(service().registerItem());
+        writeEntry(content() + "words\n");
+        QCOMPARE(service().status(), LoginItemService::Status::notFound);
+        QCOMPARE(read(entry()), 1);
+        QVERIFY(service().registerItem());
+        QCOMPARE(read(entry()), 0);
     }
 
     void systemdMakesAServiceOfTheEntryUnlessItIsSwitchedOff()
@@ -99,13 +97,13 @@ private Q_SLOTS:
         if (!QFile::exists(generator))
             QSKIP("this system starts no entries by systemd");
         const FileTree units;
-        QVERIFY(m_fixture->service().registerItem());
+        QVERIFY(service().registerItem());
         const QByteArray unit = serviceOf(units);
-        QVERIFY2(unit.contains("\nExecStart=:\"" + QFile::encodeName(m_fixture->agentProgram()) + "\"\n")
-                || unit.contains("\nExecStart=:" + QFile::encodeName(m_fixture->agentProgram()) + '\n'),
+        QVERIFY2(unit.contains("\nExecStart=:\"" + QFile::encodeName(agentProgram()) + "\"\n")
+                || unit.contains("\nExecStart=:" + QFile::encodeName(agentProgram()) + '\n'),
             unit.constData());
-        QByteArray text = contentOf(LoginItemFixture::entry());
-        write(LoginItemFixture::entry(), text.replace("Hidden=false", "Hidden=true"));
+        QByteArray text = content();
+        writeEntry(text.replace("Hidden=false", "Hidden=true"));
         const FileTree none;
         QCOMPARE(serviceOf(none), QByteArray());
     }
@@ -136,14 +134,12 @@ private:
         process.start(generator, { units.root() });
         process.waitForFinished(10'000);
         const QStringList names
-            = QDir(units.root())
-                  .entryList({ QStringLiteral("app-com.orvale.kestrum.agent*.service") }, QDir::Files);
+            = QDir(units.root()).entryList({ text("app-com.orvale.kestrum.agent*.service") }, QDir::Files);
         return names.isEmpty() ? QByteArray() : contentOf(units.path(names.first()));
     }
 
     QString m_reader;
     QByteArray m_output;
-    std::unique_ptr<LoginItemFixture> m_fixture;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemStartTest)

@@ -1,11 +1,9 @@
-#include "tests/Support/LoginItemFixture.h"
+#include "tests/Support/LoginItemTest.h"
+#include "tests/Support/Rows.h"
 
-#include <QCoreApplication>
-#include <QTest>
 #include <QtEndian>
 #include <linux/posix_acl.h>
 #include <linux/posix_acl_xattr.h>
-#include <sys/stat.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
@@ -56,107 +54,93 @@ QByteArray accessList(const Entry& entry, quint16 mask)
 } // namespace
 
 /// Only the user and root may be able to change a program that is started at every login. Access lists count, too.
-class LoginItemTrustTest : public QObject {
+class LoginItemTrustTest : public LoginItemTest {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { m_fixture = std::make_unique<LoginItemFixture>(); }
-    void init() { LoginItemFixture::clear(); }
-    void cleanupTestCase() { m_fixture.reset(); }
-
-    void whoIsLetInByAnAccessListCounts_data()
-    {
-        QTest::addColumn<QByteArray>("list");
-        QTest::addColumn<QString>("reason");
-        const Entry user { ACL_USER, writes, somebody };
-        QTest::newRow("another user writes")
-            << accessList(user, writes) << QStringLiteral("its access list lets user 1234 change it");
-        QTest::newRow("another group writes") << accessList({ ACL_GROUP, writes, somebody }, writes)
-                                              << QStringLiteral("its access list lets group 1234 change it");
-        QTest::newRow("another user reads") << accessList({ ACL_USER, reads, somebody }, writes) << QString();
-        QTest::newRow("the mask keeps it to reading") << accessList(user, reads) << QString();
-        QTest::newRow("root") << accessList({ ACL_USER, writes, 0 }, writes) << QString();
-        QTest::newRow("its own user") << accessList({ ACL_USER, writes, ::geteuid() }, writes) << QString();
-        QTest::newRow("the group of its own user's")
-            << accessList({ ACL_GROUP, writes, ::geteuid() }, writes) << QString();
-    }
-
     void whoIsLetInByAnAccessListCounts()
     {
-        QFETCH(const QByteArray, list);
-        QFETCH(const QString, reason);
-        for (const QString& place : { m_fixture->agentProgram(), m_fixture->bundlePath() }) {
-            const QByteArray path = QFile::encodeName(place);
-            if (::setxattr(path.constData(), attribute, list.constData(), size_t(list.size()), 0) != 0)
-                QSKIP("this file system has no access lists");
-            const auto result = m_fixture->service().registerItem();
-            QCOMPARE(::removexattr(path.constData(), attribute), 0);
-            QCOMPARE(::chmod(path.constData(), 0700), 0);
-            QCOMPARE(
-                result.failureText(), reason.isEmpty() ? QString() : place + QStringLiteral(": ") + reason);
-            QCOMPARE(result ? 0 : result.failure().error, reason.isEmpty() ? 0 : 3);
-            LoginItemFixture::clear();
+        const Entry user { ACL_USER, writes, somebody };
+        const struct {
+            const char* name;
+            QByteArray list;
+            const char* reason;
+        } rows[] {
+            { "another user writes", accessList(user, writes), "its access list lets user 1234 change it" },
+            { "another group writes", accessList({ ACL_GROUP, writes, somebody }, writes),
+                "its access list lets group 1234 change it" },
+            { "another user reads", accessList({ ACL_USER, reads, somebody }, writes), nullptr },
+            { "the mask keeps it to reading", accessList(user, reads), nullptr },
+            { "root", accessList({ ACL_USER, writes, 0 }, writes), nullptr },
+            { "its own user", accessList({ ACL_USER, writes, ::geteuid() }, writes), nullptr },
+            { "its own user's group", accessList({ ACL_GROUP, writes, ::geteuid() }, writes), nullptr },
+        };
+        for (const auto& row : rows) {
+            for (const QString& place : { agentProgram(), bundlePath() }) {
+                const auto result = registeredWithList(place, attribute, row.list);
+                if (!result)
+                    QSKIP("this file system has no access lists");
+                QCOMPARE_ROW(row.name, result->failureText(),
+                    row.reason ? place + text(": ") + text(row.reason) : QString());
+                QCOMPARE_ROW(row.name, codeOf(*result), row.reason ? 3 : 0);
+                LoginItemFixture::clear();
+            }
         }
     }
 
-    void aListForWhatIsMadeInAFolderLetsNobodyIn()
+    void aListLetsNobodyInByNewFilesOrIntoAStickyFolder()
     {
-        const QByteArray path = QFile::encodeName(m_fixture->bundlePath());
         const QByteArray list = accessList({ ACL_USER, writes, somebody }, writes);
-        constexpr char ofNewFiles[] = "system.posix_acl_default";
-        if (::setxattr(path.constData(), ofNewFiles, list.constData(), size_t(list.size()), 0) != 0)
+        const auto ofNewFiles = registeredWithList(bundlePath(), "system.posix_acl_default", list);
+        LoginItemFixture::clear();
+        const auto sticky = registeredWithList(bundlePath(), attribute, list, 01700);
+        if (!ofNewFiles || !sticky)
             QSKIP("this file system has no access lists");
-        const auto result = m_fixture->service().registerItem();
-        QCOMPARE(::removexattr(path.constData(), ofNewFiles), 0);
-        QVERIFY(result);
-    }
-
-    void inAStickyFolderAllKeepTheirOwn()
-    {
-        const QByteArray path = QFile::encodeName(m_fixture->bundlePath());
-        const QByteArray list = accessList({ ACL_USER, writes, somebody }, writes);
-        QCOMPARE(::chmod(path.constData(), 01700), 0);
-        if (::setxattr(path.constData(), attribute, list.constData(), size_t(list.size()), 0) != 0)
-            QSKIP("this file system has no access lists");
-        const auto result = m_fixture->service().registerItem();
-        QCOMPARE(::removexattr(path.constData(), attribute), 0);
-        QCOMPARE(::chmod(path.constData(), 0700), 0);
-        QVERIFY(result);
-    }
-
-    void theReasonSaysWhoMayChangeWhat()
-    {
-        const QByteArray program = QFile::encodeName(m_fixture->agentProgram());
-        QCOMPARE(::chmod(program.constData(), 0757), 0);
-        const auto result = m_fixture->service().registerItem();
-        QCOMPARE(::chmod(program.constData(), 0700), 0);
-        QVERIFY(!result);
-        QCOMPARE(result.failureText(),
-            m_fixture->agentProgram() + QStringLiteral(": everybody may change it (mode 0757)"));
+        QCOMPARE(ofNewFiles->failureText(), QString());
+        QCOMPARE(sticky->failureText(), QString());
     }
 
     void aFolderOfAnotherUserOrGroupIsNamedWithItsNumber()
     {
         if (::getuid() != 0)
             QSKIP("only root can give a folder to others");
-        const QByteArray folder = QFile::encodeName(m_fixture->agentBundle());
-        const auto given = [&folder](uid_t user, gid_t group, mode_t mode) {
-            return ::seteuid(0) == 0 && ::chown(folder.constData(), user, group) == 0
-                && ::chmod(folder.constData(), mode) == 0 && ::seteuid(65534) == 0;
+        const struct {
+            uid_t user;
+            gid_t group;
+            mode_t mode;
+            const char* reason;
+        } rows[] {
+            { somebody, 65534, 0755, "it belongs to user 1234" },
+            { 65534, 100, 0770, "group 100 may change it (mode 0770)" },
+            { 65534, 65534, 0770, nullptr },
         };
-        QVERIFY(given(somebody, 65534, 0755));
-        const auto user = m_fixture->service().registerItem();
-        QVERIFY(given(65534, 100, 0770));
-        const auto group = m_fixture->service().registerItem();
-        QVERIFY(given(65534, 65534, 0700));
-        QVERIFY(!user && !group);
-        QCOMPARE(user.failureText(), m_fixture->agentBundle() + QStringLiteral(": it belongs to user 1234"));
-        QCOMPARE(group.failureText(),
-            m_fixture->agentBundle() + QStringLiteral(": group 100 may change it (mode 0770)"));
+        const QByteArray folder = QFile::encodeName(agentBundle());
+        for (const auto& row : rows) {
+            QVERIFY(::seteuid(0) == 0 && ::chown(folder.constData(), row.user, row.group) == 0
+                && ::chmod(folder.constData(), row.mode) == 0 && ::seteuid(65534) == 0);
+            const auto result = service().registerItem();
+            QCOMPARE(
+                result.failureText(), row.reason ? agentBundle() + text(": ") + text(row.reason) : QString());
+            QCOMPARE(codeOf(result), row.reason ? 3 : 0);
+        }
+        QCOMPARE(::chmod(folder.constData(), 0700), 0);
     }
 
 private:
-    std::unique_ptr<LoginItemFixture> m_fixture;
+    /// The outcome of registering while a file or folder has this access list; nothing where its file system has none.
+    std::optional<Result<>> registeredWithList(
+        const QString& place, const char* kind, const QByteArray& list, int mode = 0700) const
+    {
+        const QByteArray path = QFile::encodeName(place);
+        ::chmod(path.constData(), mode_t(mode));
+        const bool isSet = ::setxattr(path.constData(), kind, list.constData(), size_t(list.size()), 0) == 0;
+        std::optional<Result<>> result;
+        if (isSet)
+            result = service().registerItem();
+        ::removexattr(path.constData(), kind);
+        ::chmod(path.constData(), 0700);
+        return result;
+    }
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, LoginItemTrustTest)

@@ -1,7 +1,9 @@
 #include "Platform/Processes/ProcessTable.h"
 #include "tests/Support/OwnProcesses.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QCoreApplication>
 #include <QTest>
@@ -47,9 +49,11 @@ QByteArrayList listing(const QByteArray& folder)
     return names;
 }
 
-void giveAnotherName(const QString& file, const QString& name)
+// Adds a process to a table that is made of files.
+void addProcess(const FileTree& tree, const char* pid, const char* program = "/program")
 {
-    QCOMPARE(::link(QFile::encodeName(file).constData(), QFile::encodeName(name).constData()), 0);
+    QVERIFY(QDir().mkpath(tree.path(text(pid))));
+    QVERIFY(QFile::link(text(program), tree.path(text(pid) + text("/exe"))));
 }
 
 // The fields 3 to 22 of a process's "stat" file. The last one is the start time, `ticks`.
@@ -84,11 +88,8 @@ private Q_SLOTS:
     void orderIsTheKernelsListingOrder()
     {
         const FileTree tree;
-        for (const char* pid : { "30", "10", "4000", "20", "5" }) {
-            QVERIFY(QDir().mkpath(tree.path(QString::fromLatin1(pid))));
-            QVERIFY(QFile::link(
-                QStringLiteral("/program"), tree.path(QLatin1String(pid) + QStringLiteral("/exe"))));
-        }
+        for (const char* pid : { "30", "10", "4000", "20", "5" })
+            addProcess(tree, pid);
         QList<qint32> expected;
         for (const QByteArray& name : listing(QFile::encodeName(tree.root()))) {
             if (name.toInt() > 0)
@@ -106,11 +107,8 @@ private Q_SLOTS:
     {
         const FileTree tree;
         for (const char* name : { "self", "0", "12a", "a12", "-5", "+6", " 7", "4294967297", "2147483648",
-                 "99999999999999999999999999999999999999999999", "2147483647", "8" }) {
-            QVERIFY(QDir().mkpath(tree.path(QString::fromLatin1(name))));
-            QVERIFY(QFile::link(
-                QStringLiteral("/program"), tree.path(QLatin1String(name) + QStringLiteral("/exe"))));
-        }
+                 "99999999999999999999999999999999999999999999", "2147483647", "8" })
+            addProcess(tree, name);
         tree.write(QStringLiteral("9"), "a file");
         Table told = read(ProcessTable(tree.root()));
         std::sort(told.begin(), told.end());
@@ -122,8 +120,7 @@ private Q_SLOTS:
         const FileTree tree;
         QVERIFY(QDir().mkpath(tree.path(QStringLiteral("1"))));
         tree.write(QStringLiteral("2/exe"), "no link");
-        QVERIFY(QDir().mkpath(tree.path(QStringLiteral("3"))));
-        QVERIFY(QFile::link(QStringLiteral("/program"), tree.path(QStringLiteral("3/exe"))));
+        addProcess(tree, "3");
         QCOMPARE(read(ProcessTable(tree.root())), (Table { { 3, "/program" } }));
     }
 
@@ -144,82 +141,50 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(QStringLiteral("/proc/%1").arg(pid)));
     }
 
-    void removedProgramKeepsItsPath()
+    void programKeepsItsPathWhateverBecomesOfItsFile()
     {
-        StandIns standIns;
-        const QString program = standIns.install(QStringLiteral("program"));
-        const qint32 pid = standIns.start(program).pid;
-        QVERIFY(QFile::remove(program));
-        QCOMPARE(pathOf(pid), QFile::encodeName(program));
-    }
-
-    void replacedProgramKeepsItsPath()
-    {
-        StandIns standIns;
-        const QString program = standIns.install(QStringLiteral("program"));
-        const qint32 before = standIns.start(program).pid;
-        standIns.install(QStringLiteral("program"));
-        const qint32 after = standIns.start(program).pid;
-        QCOMPARE(pathOf(before), QFile::encodeName(program));
-        QCOMPARE(pathOf(after), QFile::encodeName(program));
-    }
-
-    void ownNameThatEndsLikeTheMarkIsKept()
-    {
-        StandIns standIns;
-        const QString program = standIns.install(QStringLiteral("program (deleted)"));
-        const qint32 pid = standIns.start(program).pid;
-        QCOMPARE(pathOf(pid), QFile::encodeName(program));
-    }
-
-    void removedProgramLosesOneMarkOnly()
-    {
-        StandIns standIns;
-        const QString program = standIns.install(QStringLiteral("program (deleted)"));
-        const qint32 pid = standIns.start(program).pid;
-        QVERIFY(QFile::remove(program));
-        QCOMPARE(pathOf(pid), QFile::encodeName(program));
-    }
-
-    void removedProgramKeepsItsPathWhileTheFileHasAnotherName()
-    {
-        StandIns standIns;
-        const QString program = standIns.install(QStringLiteral("program"));
-        const qint32 pid = standIns.start(program).pid;
-        giveAnotherName(program, standIns.path(QStringLiteral("other")));
-        QVERIFY(QFile::remove(program));
-        QCOMPARE(pathOf(pid), QFile::encodeName(program));
-    }
-
-    void replacedProgramKeepsItsPathWhileTheFileHasAnotherName()
-    {
-        // As when hard links keep the old files before an update.
-        StandIns standIns;
-        const QString program = standIns.install(QStringLiteral("program"));
-        const qint32 before = standIns.start(program).pid;
-        giveAnotherName(program, standIns.path(QStringLiteral("kept")));
-        standIns.install(QStringLiteral("program"));
-        const qint32 after = standIns.start(program).pid;
-        QCOMPARE(pathOf(before), QFile::encodeName(program));
-        QCOMPARE(pathOf(after), QFile::encodeName(program));
-    }
-
-    void anotherFileOfTheMarkedNameIsNotTheProgram()
-    {
-        StandIns standIns;
-        const QString program = standIns.install(QStringLiteral("program"));
-        const qint32 pid = standIns.start(program).pid;
-        standIns.install(QStringLiteral("program (deleted)"));
-        giveAnotherName(program, standIns.path(QStringLiteral("other")));
-        QVERIFY(QFile::remove(program));
-        QCOMPARE(pathOf(pid), QFile::encodeName(program));
+        enum class Fate { stays, removed, replaced };
+        const char* const plain = "program";
+        const char* const marked = "program (deleted)"; // ends like the kernel's mark
+        const struct {
+            const char* name;
+            const char* program;
+            const char* otherName; ///< of the same file
+            const char* neighbour; ///< another file
+            Fate fate;
+        } rows[] {
+            { "removed", plain, nullptr, nullptr, Fate::removed },
+            { "replaced", plain, nullptr, nullptr, Fate::replaced },
+            { "marked", marked, nullptr, nullptr, Fate::stays },
+            { "marked and removed", marked, nullptr, nullptr, Fate::removed },
+            { "removed, with another name", plain, "other", nullptr, Fate::removed },
+            // As when hard links keep the old files before an update.
+            { "replaced, with another name", plain, "other", nullptr, Fate::replaced },
+            { "removed, beside another file of the marked name", plain, "other", marked, Fate::removed },
+        };
+        for (const auto& row : rows) {
+            StandIns standIns;
+            const QString program = standIns.install(text(row.program));
+            const qint32 pid = standIns.start(program).pid;
+            if (row.neighbour)
+                standIns.install(text(row.neighbour));
+            const QByteArray otherName = QFile::encodeName(standIns.path(text(row.otherName)));
+            if (row.otherName)
+                QCOMPARE(::link(QFile::encodeName(program).constData(), otherName.constData()), 0);
+            if (row.fate == Fate::removed)
+                QVERIFY(QFile::remove(program));
+            if (row.fate == Fate::replaced) {
+                standIns.install(text(row.program));
+                QCOMPARE_ROW(row.name, pathOf(standIns.start(program).pid), QFile::encodeName(program));
+            }
+            QCOMPARE_ROW(row.name, pathOf(pid), QFile::encodeName(program));
+        }
     }
 
     void markIsTakenOffWhereTheProgramCannotBeSeen()
     {
         const FileTree tree;
-        QVERIFY(QDir().mkpath(tree.path(QStringLiteral("1"))));
-        QVERIFY(QFile::link(QStringLiteral("/absent (deleted)"), tree.path(QStringLiteral("1/exe"))));
+        addProcess(tree, "1", "/absent (deleted)");
         QCOMPARE(pathOf(1, ProcessTable(tree.root())), QByteArray("/absent"));
     }
 
@@ -270,25 +235,19 @@ private Q_SLOTS:
             QCOMPARE(ProcessTable().startTime(qint32(::getpid())), first);
     }
 
-    void startTimeIsFoundBehindAnyName_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        for (const char* name :
-            { "plain", "two words", ") S 1 1 1 (", "((((", "))))", "a\nb) R 7", "\xff\xfe", "1 2 3" })
-            QTest::newRow(name) << QByteArray(name);
-    }
-
     void startTimeIsFoundBehindAnyName()
     {
-        QFETCH(const QByteArray, name);
         const auto expected = ProcessTable().startTime(qint32(::getpid()));
+        QVERIFY(expected.has_value());
         char before[32] = {};
         ::prctl(PR_GET_NAME, before);
-        ::prctl(PR_SET_NAME, name.constData());
-        const auto started = ProcessTable().startTime(qint32(::getpid()));
-        ::prctl(PR_SET_NAME, before);
-        QVERIFY(started.has_value());
-        QCOMPARE(started, expected);
+        for (const char* name :
+            { "plain", "two words", ") S 1 1 1 (", "((((", "))))", "a\nb) R 7", "\xff\xfe", "1 2 3" }) {
+            ::prctl(PR_SET_NAME, name);
+            const auto started = ProcessTable().startTime(qint32(::getpid()));
+            ::prctl(PR_SET_NAME, before);
+            QCOMPARE_ROW(name, started, expected);
+        }
     }
 
     void treeCountsFromItsBootTime()
@@ -315,34 +274,33 @@ private Q_SLOTS:
         QCOMPARE(ProcessTable(tree.root()).startTime(8), std::optional(5002.0));
     }
 
-    void unreadableStartTimeIsNone_data()
-    {
-        QTest::addColumn<QByteArray>("machine");
-        QTest::addColumn<QByteArray>("process");
-        const QByteArray machine = "btime 1700000000\n";
-        const QByteArray process = "7 (a) " + fieldsUpToStart("12345") + '\n';
-        QTest::newRow("no process") << machine << QByteArray();
-        QTest::newRow("cut") << machine << process.left(20);
-        QTest::newRow("no name") << machine << QByteArray("7 a " + fieldsUpToStart("12345"));
-        QTest::newRow("no number") << machine << QByteArray("7 (a) " + fieldsUpToStart("soon"));
-        QTest::newRow("negative") << machine << QByteArray("7 (a) " + fieldsUpToStart("-1"));
-        QTest::newRow("too great") << machine
-                                   << QByteArray("7 (a) " + fieldsUpToStart("99999999999999999999"));
-        QTest::newRow("no machine") << QByteArray() << process;
-        QTest::newRow("no boot time") << QByteArray("cpu 1 2 3\n") << process;
-        QTest::newRow("boot time no number") << QByteArray("btime early\n") << process;
-    }
-
     void unreadableStartTimeIsNone()
     {
-        QFETCH(const QByteArray, machine);
-        QFETCH(const QByteArray, process);
-        const FileTree tree;
-        if (!machine.isEmpty())
-            tree.write(QStringLiteral("stat"), machine);
-        if (!process.isEmpty())
-            tree.write(QStringLiteral("7/stat"), process);
-        QCOMPARE(ProcessTable(tree.root()).startTime(7), std::nullopt);
+        const QByteArray machine = "btime 1700000000\n";
+        const QByteArray process = "7 (a) " + fieldsUpToStart("12345") + '\n';
+        const struct {
+            const char* name;
+            QByteArray machine;
+            QByteArray process;
+        } rows[] {
+            { "no process", machine, {} },
+            { "cut", machine, process.left(20) },
+            { "no name", machine, "7 a " + fieldsUpToStart("12345") },
+            { "no number", machine, "7 (a) " + fieldsUpToStart("soon") },
+            { "negative", machine, "7 (a) " + fieldsUpToStart("-1") },
+            { "too great", machine, "7 (a) " + fieldsUpToStart("99999999999999999999") },
+            { "no machine", {}, process },
+            { "no boot time", "cpu 1 2 3\n", process },
+            { "boot time no number", "btime early\n", process },
+        };
+        for (const auto& row : rows) {
+            const FileTree tree;
+            if (!row.machine.isEmpty())
+                tree.write(QStringLiteral("stat"), row.machine);
+            if (!row.process.isEmpty())
+                tree.write(QStringLiteral("7/stat"), row.process);
+            QCOMPARE_ROW(row.name, ProcessTable(tree.root()).startTime(7), std::nullopt);
+        }
     }
 };
 

@@ -1,4 +1,5 @@
 #include "Platform/Processes/ProgramStart.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
 
@@ -13,22 +14,22 @@ using namespace kestrum;
 namespace {
 
 /// Lets a test change one of this process's standard streams. The destructor restores the stream.
-class ChangedOutput {
+class ChangedStream {
 public:
-    explicit ChangedOutput(int output)
-        : m_output(output)
-        , m_saved(::fcntl(output, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
+    explicit ChangedStream(int stream)
+        : m_stream(stream)
+        , m_saved(::fcntl(stream, F_DUPFD_CLOEXEC, STDERR_FILENO + 1))
     {
     }
-    ~ChangedOutput()
+    ~ChangedStream()
     {
-        ::dup2(m_saved, m_output);
+        ::dup2(m_saved, m_stream);
         ::close(m_saved);
     }
-    Q_DISABLE_COPY_MOVE(ChangedOutput)
+    Q_DISABLE_COPY_MOVE(ChangedStream)
 
 private:
-    int m_output;
+    int m_stream;
     int m_saved;
 };
 
@@ -46,52 +47,38 @@ private Q_SLOTS:
         ::waitpid(std::exchange(m_pid, 0), nullptr, 0);
     }
 
-    void outputThatIsClosedGoesNowhere_data()
+    void streamThatIsClosedOrToBeClosedGoesNowhere()
     {
-        QTest::addColumn<int>("output");
-        QTest::newRow("output") << STDOUT_FILENO;
-        QTest::newRow("errors") << STDERR_FILENO;
-    }
-
-    void outputThatIsClosedGoesNowhere()
-    {
-        QFETCH(const int, output);
-        QStringList streams;
-        {
-            const ChangedOutput changed(output);
-            ::close(output);
-            streams = streamsOfStarted();
+        const struct {
+            const char* name;
+            int stream;
+            bool isToBeClosed; ///< by starting a program
+        } rows[] {
+            { "output", STDOUT_FILENO, false },
+            { "errors", STDERR_FILENO, false },
+            { "output, to be closed", STDOUT_FILENO, true },
+            { "errors, to be closed", STDERR_FILENO, true },
+            { "input", STDIN_FILENO, false },
+        };
+        for (const auto& row : rows) {
+            QStringList streams;
+            {
+                const ChangedStream changed(row.stream);
+                if (!row.isToBeClosed) {
+                    ::close(row.stream);
+                } else {
+                    // A file that a program without standard streams opens gets the number of a standard stream.
+                    const QString path = m_standIns.path(QStringLiteral("file"));
+                    const int file
+                        = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+                    ::dup3(file, row.stream, O_CLOEXEC);
+                    ::close(file);
+                }
+                streams = streamsOfStarted();
+            }
+            cleanup();
+            QCOMPARE_ROW(row.name, streams[row.stream], QStringLiteral("/dev/null"));
         }
-        QCOMPARE(streams[output], QStringLiteral("/dev/null"));
-    }
-
-    void outputThatIsToBeClosedGoesNowhere_data() { outputThatIsClosedGoesNowhere_data(); }
-
-    void outputThatIsToBeClosedGoesNowhere()
-    {
-        // A file that a program without standard streams opens gets the number of a standard stream.
-        QFETCH(const int, output);
-        QStringList streams;
-        {
-            const ChangedOutput changed(output);
-            const int file = ::open(QFile::encodeName(m_standIns.path(QStringLiteral("file"))).constData(),
-                O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
-            ::dup3(file, output, O_CLOEXEC);
-            ::close(file);
-            streams = streamsOfStarted();
-        }
-        QCOMPARE(streams[output], QStringLiteral("/dev/null"));
-    }
-
-    void inputThatIsClosedIsEmpty()
-    {
-        QStringList streams;
-        {
-            const ChangedOutput changed(STDIN_FILENO);
-            ::close(STDIN_FILENO);
-            streams = streamsOfStarted();
-        }
-        QCOMPARE(streams[STDIN_FILENO], QStringLiteral("/dev/null"));
     }
 
     void nothingElseOfOursIsOpenInTheProgram()

@@ -1,55 +1,18 @@
 #include "Platform/Processes/SingleInstance.h"
-#include "tests/Support/HelperProcess.h"
-#include "tests/Support/TestHome.h"
+#include "tests/Support/InstanceFixture.h"
+#include "tests/Support/QuietTime.h"
+#include "tests/Support/Rows.h"
 
-#include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
-#include <QFile>
 #include <QRegularExpression>
-#include <QSignalSpy>
-#include <QTest>
 #include <csignal>
-#include <fcntl.h>
 #include <memory>
-#include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/un.h>
 
 using namespace kestrum;
 
-class SingleInstanceTest : public QObject {
+class SingleInstanceTest : public QObject, InstanceFixture {
     Q_OBJECT
-
-    static QString path(const char* suffix)
-    {
-        return TestHome::runtimeDirectory() + QStringLiteral("/kestrum/Kestrum") + QLatin1String(suffix);
-    }
-
-    static QStringList instance(const QString& token = {})
-    {
-        return { QStringLiteral("instance"), QStringLiteral("Kestrum"), token };
-    }
-
-    /// Sends any datagram to the socket, as every program of the user can. False if the socket's queue is full.
-    static bool send(const QByteArray& datagram)
-    {
-        sockaddr_un address {};
-        address.sun_family = AF_UNIX;
-        const QByteArray name = QFile::encodeName(path(".socket"));
-        std::copy(name.begin(), name.end(), static_cast<char*>(address.sun_path));
-        const FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-        return ::sendto(socket.get(), datagram.constData(), size_t(datagram.size()), MSG_NOSIGNAL,
-                   reinterpret_cast<const sockaddr*>(&address), sizeof address)
-            == ssize_t(datagram.size());
-    }
-
-    static bool anybodyAnswers()
-    {
-        HelperProcess second(instance());
-        return second.line() == "second" && QTest::qWaitFor([&] { return second.hasEnded(); })
-            && second.finish() == 0;
-    }
 
 private Q_SLOTS:
     void cleanup()
@@ -65,7 +28,7 @@ private Q_SLOTS:
         const SingleInstance first("Kestrum");
         QVERIFY(first.isFirst());
         QVERIFY(!SingleInstance("Kestrum").isFirst());
-        HelperProcess other(instance());
+        HelperProcess other(start());
         QCOMPARE(other.line(), QByteArray("second"));
     }
 
@@ -86,35 +49,33 @@ private Q_SLOTS:
 
     void thePlaceIsFreeAfterAKill()
     {
-        HelperProcess killed(instance());
+        HelperProcess killed(start());
         QCOMPARE(killed.line(), QByteArray("first"));
         QCOMPARE(::kill(pid_t(killed.pid()), SIGKILL), 0);
         QCOMPARE(killed.finish(), -1);
         QVERIFY(QFile::exists(path(".socket")));
-        const SingleInstance next("Kestrum");
-        QVERIFY(next.isFirst());
-        QSignalSpy asked(&next, &SingleInstance::raiseRequested);
-        QVERIFY(anybodyAnswers());
-        QTRY_COMPARE(asked.count(), 1);
+        const FirstInstance next;
+        QVERIFY(next.instance.isFirst());
+        QVERIFY(isAnswered());
+        QTRY_COMPARE(next.asked.count(), 1);
     }
 
     void aSecondThatGoesLeavesThePlaceAlone()
     {
-        const SingleInstance first("Kestrum");
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
+        const FirstInstance first;
         {
             const SingleInstance second("Kestrum");
         }
         QVERIFY(!SingleInstance("Kestrum").isFirst());
-        QVERIFY(anybodyAnswers());
-        QTRY_COMPARE(asked.count(), 1);
+        QVERIFY(isAnswered());
+        QTRY_COMPARE(first.asked.count(), 1);
     }
 
     void aSecondStartHandsItsTokenOver()
     {
-        HelperProcess first(instance());
+        HelperProcess first(start());
         QCOMPARE(first.line(), QByteArray("first"));
-        HelperProcess second(instance(QStringLiteral("shell/7-host_TIME1234567")));
+        HelperProcess second(start(QStringLiteral("shell/7-host_TIME1234567")));
         QCOMPARE(second.line(), QByteArray("second"));
         QCOMPARE(second.finish(), 0);
         QCOMPARE(first.line(), QByteArray("raise shell/7-host_TIME1234567"));
@@ -122,33 +83,30 @@ private Q_SLOTS:
 
     void aStartWithoutATokenAsksToo()
     {
-        const SingleInstance first("Kestrum");
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
-        QVERIFY(SingleInstance("Kestrum").raiseFirst({}));
-        QTRY_COMPARE(asked.count(), 1);
-        QCOMPARE(asked.first().first().toByteArray(), QByteArray());
+        const FirstInstance first;
+        const HelperProcess second(start());
+        QTRY_COMPARE(first.asked.count(), 1);
+        QCOMPARE(first.asked.first().first().toByteArray(), QByteArray());
     }
 
     void aRequestBeforeTheEventLoopIsHeard()
     {
-        SingleInstance first("Kestrum");
-        QVERIFY(SingleInstance("Kestrum").raiseFirst("early"));
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
-        QTRY_COMPARE(asked.count(), 1);
-        QCOMPARE(asked.first().first().toByteArray(), QByteArray("early"));
+        const FirstInstance first;
+        QVERIFY(send("early"));
+        QTRY_COMPARE(first.asked.count(), 1);
+        QCOMPARE(first.asked.first().first().toByteArray(), QByteArray("early"));
     }
 
     void aFirstThatHasNotBegunToListenIsWaitedFor()
     {
         // The first start has the lock but no socket yet.
-        const SingleInstance first("Kestrum");
+        const FirstInstance first;
         QVERIFY(QFile::rename(path(".socket"), path(".later")));
-        HelperProcess later(instance(QStringLiteral("token")));
+        HelperProcess later(start(QStringLiteral("token")));
         QCOMPARE(later.line(), QByteArray("second"));
-        QTest::qWait(100);
+        QTest::qWait(quietTime);
         QVERIFY(QFile::rename(path(".later"), path(".socket")));
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
-        QTRY_COMPARE(asked.count(), 1);
+        QTRY_COMPARE(first.asked.count(), 1);
         QCOMPARE(later.finish(), 0);
     }
 
@@ -163,66 +121,53 @@ private Q_SLOTS:
         QVERIFY2(clock.elapsed() < 3000, QByteArray::number(clock.elapsed()).constData());
     }
 
-    void hostileDatagramsOnlyAsk_data()
-    {
-        QTest::addColumn<QByteArray>("datagram");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("zero bytes") << QByteArray(40, '\0');
-        QTest::newRow("control characters") << QByteArray("token\nforged line");
-        QTest::newRow("blanks") << QByteArray("a token");
-        QTest::newRow("not ASCII") << QByteArray("\xC3\xA4\xFF");
-        QTest::newRow("one byte too long") << QByteArray(SingleInstance::maximumTokenLength + 1, 'a');
-        QTest::newRow("64 KiB") << QByteArray(65536, 'a');
-    }
-
     void hostileDatagramsOnlyAsk()
     {
-        QFETCH(QByteArray, datagram);
-        const SingleInstance first("Kestrum");
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
-        QVERIFY(send(datagram));
-        QTRY_COMPARE(asked.count(), 1);
-        QCOMPARE(asked.first().first().toByteArray(), QByteArray());
+        const std::pair<const char*, QByteArray> rows[] { { "empty", {} },
+            { "zero bytes", QByteArray(40, '\0') }, { "control characters", "token\nforged line" },
+            { "blanks", "a token" }, { "not ASCII", "\xC3\xA4\xFF" },
+            { "one byte too long", QByteArray(SingleInstance::maximumTokenLength + 1, 'a') },
+            { "64 KiB", QByteArray(65536, 'a') } };
+        for (const auto& [name, datagram] : rows) {
+            const FirstInstance first;
+            QVERIFY2(send(datagram), name);
+            QVERIFY2(QTest::qWaitFor([&] { return first.asked.count() > 0; }), name);
+            QCOMPARE_ROW(name, first.asked.count(), 1);
+            QCOMPARE_ROW(name, first.asked.first().first().toByteArray(), QByteArray());
+        }
     }
 
     void theLongestTokenIsWhole()
     {
-        const SingleInstance first("Kestrum");
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
+        const FirstInstance first;
         const QByteArray token(SingleInstance::maximumTokenLength, 'a');
-        QVERIFY(SingleInstance("Kestrum").raiseFirst(token));
-        QTRY_COMPARE(asked.count(), 1);
-        QCOMPARE(asked.first().first().toByteArray(), token);
+        const HelperProcess second(start(QString::fromLatin1(token)));
+        QTRY_COMPARE(first.asked.count(), 1);
+        QCOMPARE(first.asked.first().first().toByteArray(), token);
     }
 
     void aFloodIsOneRequest()
     {
-        const SingleInstance first("Kestrum");
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
+        const FirstInstance first;
         int sent = 0;
         while (sent < 100'000 && send("flood"))
             ++sent;
         QVERIFY(sent > 1 && sent < 100'000);
-        QTRY_COMPARE(asked.count(), 1);
-        QTest::qWait(50);
-        QCOMPARE(asked.count(), 1);
-        QVERIFY(anybodyAnswers());
-        QTRY_COMPARE(asked.count(), 2);
+        QTRY_COMPARE(first.asked.count(), 1);
+        // Whatever were left of the flood would be read before this request.
+        QVERIFY(isAnswered());
+        QCOMPARE(first.asked.count(), 2);
     }
 
     void descriptorsSentAlongAreNotKept()
     {
-        const SingleInstance first("Kestrum");
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
+        const FirstInstance first;
         const auto open = [] {
             return QDir(QStringLiteral("/proc/self/fd")).entryList(QDir::System | QDir::Files).size();
         };
         const auto before = open();
         {
-            sockaddr_un address {};
-            address.sun_family = AF_UNIX;
-            const QByteArray name = QFile::encodeName(path(".socket"));
-            std::copy(name.begin(), name.end(), static_cast<char*>(address.sun_path));
+            sockaddr_un address = addressOfSocket();
             const FileDescriptor socket(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0));
             alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
             char byte = 'x';
@@ -242,7 +187,7 @@ private Q_SLOTS:
             memcpy(CMSG_DATA(header), &handed, sizeof handed);
             QCOMPARE(::sendmsg(socket.get(), &message, 0), ssize_t(1));
         }
-        QTRY_COMPARE(asked.count(), 1);
+        QTRY_COMPARE(first.asked.count(), 1);
         QCOMPARE(open(), before);
     }
 
@@ -251,14 +196,13 @@ private Q_SLOTS:
         SingleInstance ending("Kestrum");
         ending.release();
         QVERIFY(!ending.isFirst());
-        const SingleInstance next("Kestrum");
-        QVERIFY(next.isFirst());
+        const FirstInstance next;
+        QVERIFY(next.instance.isFirst());
         // A second release() of the old instance does not affect the new one. Only the new one gets requests.
         ending.release();
-        QSignalSpy old(&ending, &SingleInstance::raiseRequested);
-        QSignalSpy asked(&next, &SingleInstance::raiseRequested);
-        QVERIFY(anybodyAnswers());
-        QTRY_COMPARE(asked.count(), 1);
+        const QSignalSpy old(&ending, &SingleInstance::raiseRequested);
+        QVERIFY(isAnswered());
+        QTRY_COMPARE(next.asked.count(), 1);
         QCOMPARE(old.count(), 0);
     }
 
@@ -266,13 +210,13 @@ private Q_SLOTS:
     {
         // The first start reads no request, as when the process is about to end.
         auto ending = std::make_unique<SingleInstance>("Kestrum");
-        HelperProcess second(instance(QStringLiteral("token")));
+        HelperProcess second(start(QStringLiteral("token")));
         QCOMPARE(second.line(), QByteArray("second"));
-        QTest::qSleep(200);
+        QTest::qSleep(quietTime);
         ending->release();
         QCOMPARE(second.line(), QByteArray("first"));
         ending.reset();
-        HelperProcess third(instance(QStringLiteral("next")));
+        HelperProcess third(start(QStringLiteral("next")));
         QCOMPARE(third.line(), QByteArray("second"));
         QCOMPARE(third.finish(), 0);
         QCOMPARE(second.line(), QByteArray("raise next"));
@@ -282,21 +226,21 @@ private Q_SLOTS:
     {
         auto ending = std::make_unique<SingleInstance>("Kestrum");
         QVERIFY(QFile::remove(path(".socket")));
-        HelperProcess second(instance());
+        HelperProcess second(start());
         QCOMPARE(second.line(), QByteArray("second"));
-        QTest::qSleep(200);
+        QTest::qSleep(quietTime);
         ending.reset();
         QCOMPARE(second.line(), QByteArray("first"));
     }
 
     void aSecondStartFollowsAFirstThatIsKilledWithoutHearingIt()
     {
-        HelperProcess first(instance());
+        HelperProcess first(start());
         QCOMPARE(first.line(), QByteArray("first"));
         QCOMPARE(::kill(pid_t(first.pid()), SIGSTOP), 0);
-        HelperProcess second(instance());
+        HelperProcess second(start());
         QCOMPARE(second.line(), QByteArray("second"));
-        QTest::qSleep(200);
+        QTest::qSleep(quietTime);
         QCOMPARE(::kill(pid_t(first.pid()), SIGKILL), 0);
         QCOMPARE(second.line(), QByteArray("first"));
     }
@@ -304,8 +248,8 @@ private Q_SLOTS:
     void ofTwoThatFollowOneIsFirst()
     {
         auto ending = std::make_unique<SingleInstance>("Kestrum");
-        HelperProcess one(instance(QStringLiteral("one")));
-        HelperProcess two(instance(QStringLiteral("two")));
+        HelperProcess one(start(QStringLiteral("one")));
+        HelperProcess two(start(QStringLiteral("two")));
         QCOMPARE(one.line(), QByteArray("second"));
         QCOMPARE(two.line(), QByteArray("second"));
         ending.reset();
@@ -332,10 +276,7 @@ private Q_SLOTS:
         struct stat state { };
         QCOMPARE(::stat(QFile::encodeName(path(".lock")).constData(), &state), 0);
         QCOMPARE(state.st_mode & 07777U, 0600U);
-        QCOMPARE(
-            ::stat(QFile::encodeName(TestHome::runtimeDirectory() + QStringLiteral("/kestrum")).constData(),
-                &state),
-            0);
+        QCOMPARE(::stat(QFile::encodeName(folder()).constData(), &state), 0);
         QCOMPARE(state.st_mode & 07777U, 0700U);
     }
 
@@ -375,18 +316,17 @@ private Q_SLOTS:
         QVERIFY(SingleInstance("Kestrum").isFirst());
         QFile file(path(".socket"));
         QVERIFY(file.open(QIODevice::WriteOnly));
-        const SingleInstance first("Kestrum");
-        QSignalSpy asked(&first, &SingleInstance::raiseRequested);
-        QVERIFY(anybodyAnswers());
-        QTRY_COMPARE(asked.count(), 1);
+        const FirstInstance first;
+        QVERIFY(isAnswered());
+        QTRY_COMPARE(first.asked.count(), 1);
     }
 
     void withoutARuntimeDirectoryEverybodyIsFirst()
     {
         const QByteArray directory = qgetenv("XDG_RUNTIME_DIR");
         qunsetenv("XDG_RUNTIME_DIR");
-        HelperProcess one(instance());
-        HelperProcess another(instance());
+        HelperProcess one(start());
+        HelperProcess another(start());
         qputenv("XDG_RUNTIME_DIR", directory);
         QCOMPARE(one.line(), QByteArray("first"));
         QCOMPARE(another.line(), QByteArray("first"));

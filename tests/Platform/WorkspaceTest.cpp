@@ -1,5 +1,6 @@
 #include "Platform/Processes/Workspace.h"
 #include "tests/Support/OwnProcesses.h"
+#include "tests/Support/Text.h"
 #include "tests/Support/WorkspaceFixture.h"
 
 #include <QCoreApplication>
@@ -31,23 +32,22 @@ private Q_SLOTS:
         m_opened.insert(*result->pid);
         QCOMPARE(result->error, QString());
         QCOMPARE(QFile::symLinkTarget(procPath(*result->pid, "exe")), program);
-        QTRY_COMPARE(content(procPath(*result->pid, "cmdline")), QFile::encodeName(program) + '\0');
+        QTRY_COMPARE(contentOf(procPath(*result->pid, "cmdline")), QFile::encodeName(program) + '\0');
     }
 
     void whatCannotBeStartedIsToldByName_data()
     {
         QTest::addColumn<QString>("obstacle");
         QTest::addColumn<QString>("named");
-        QTest::newRow("no bundle") << QString() << QStringLiteral("there is no application at %1");
-        QTest::newRow("no program") << QStringLiteral(
-            "Contents/MacOS") << QStringLiteral("%1/Contents/MacOS/Stand In cannot be started: No such file");
-        QTest::newRow("not executable") << QStringLiteral(
-            "plain") << QStringLiteral("%1/Contents/MacOS/Stand In cannot be started: Permission denied");
-        QTest::newRow("a folder") << QStringLiteral("Contents/MacOS/Stand In")
-                                  << QStringLiteral(
-                                         "%1/Contents/MacOS/Stand In cannot be started: Permission denied");
-        QTest::newRow("no program's format") << QStringLiteral(
-            "text") << QStringLiteral("%1/Contents/MacOS/Stand In cannot be started: Exec format error");
+        const auto row = [](const char* name, const char* obstacle, const char* named) {
+            QTest::newRow(name) << text(obstacle) << text(named);
+        };
+        row("no bundle", "", "there is no application at %1");
+        row("no program", "Contents/MacOS", "%1/Contents/MacOS/Stand In cannot be started: No such file");
+        row("not executable", "plain", "%1/Contents/MacOS/Stand In cannot be started: Permission denied");
+        row("a folder", "Contents/MacOS/Stand In",
+            "%1/Contents/MacOS/Stand In cannot be started: Permission denied");
+        row("no program's format", "text", "%1/Contents/MacOS/Stand In cannot be started: Exec format error");
     }
 
     void whatCannotBeStartedIsToldByName()
@@ -55,9 +55,9 @@ private Q_SLOTS:
         QFETCH(const QString, obstacle);
         QFETCH(const QString, named);
         const QString relative = QStringLiteral("Stand In.app/Contents/MacOS/Stand In");
-        if (obstacle == QStringLiteral("plain") || obstacle == QStringLiteral("text")) {
+        if (obstacle == text("plain") || obstacle == text("text")) {
             m_standIns->tree().write(relative, "no program");
-            const auto mode = obstacle == QStringLiteral("plain") ? mode_t(0600) : mode_t(0700);
+            const auto mode = obstacle == text("plain") ? mode_t(0600) : mode_t(0700);
             QCOMPARE(::chmod(QFile::encodeName(m_standIns->path(relative)).constData(), mode), 0);
         } else if (!obstacle.isEmpty()) {
             QVERIFY(QDir().mkpath(bundle() + u'/' + obstacle));
@@ -204,14 +204,10 @@ private Q_SLOTS:
     void programReachedByALinkIsTheSame()
     {
         const qint32 pid = m_standIns->start(install()).pid;
-        QVERIFY(QDir().mkpath(m_standIns->path(QStringLiteral("links"))));
-        const QString link = m_standIns->path(QStringLiteral("links/Stand In.app"));
+        QVERIFY(QDir().mkpath(m_standIns->path(text("links"))));
+        const QString link = m_standIns->path(text("links/Stand In.app"));
         QVERIFY(QFile::link(bundle(), link));
-        std::optional<Workspace::Opened> result;
-        Workspace::shared().openApplication(
-            link + u'/', {}, [&result](const Workspace::Opened& opened) { result = opened; });
-        QTRY_VERIFY(result.has_value());
-        QCOMPARE(result->pid, std::optional(pid));
+        QCOMPARE(open({}, link + u'/').pid, std::optional(pid));
         m_standIns->end(pid);
     }
 
@@ -243,7 +239,7 @@ private:
     // The value of one line of the process's "status" file; empty if there is no such line.
     static QByteArray status(qint32 pid, const char* name)
     {
-        for (const QByteArray& line : content(procPath(pid, "status")).split('\n')) {
+        for (const QByteArray& line : contentOf(procPath(pid, "status")).split('\n')) {
             if (line.startsWith(QByteArray(name) + ":\t"))
                 return line.mid(qstrlen(name) + 2);
         }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Processes/Workspace.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
 
@@ -46,22 +47,17 @@ protected:
         return m_standIns->install(QStringLiteral("Stand In.app/Contents/MacOS/Stand In"));
     }
 
-    Workspace::Opened open(const Workspace::OpenConfiguration& configuration = {})
+    /// Opens the bundle, or the one at `path`.
+    Workspace::Opened open(const Workspace::OpenConfiguration& configuration = {}, const QString& path = {})
     {
         std::optional<Workspace::Opened> result;
-        Workspace::shared().openApplication(
-            bundle(), configuration, [&result](const Workspace::Opened& opened) { result = opened; });
+        Workspace::shared().openApplication(path.isEmpty() ? bundle() : path, configuration,
+            [&result](const Workspace::Opened& opened) { result = opened; });
         if (!QTest::qWaitFor([&result] { return result.has_value(); }))
             return {};
         if (result->pid)
             m_opened.insert(*result->pid);
         return *result;
-    }
-
-    static QByteArray content(const QString& path)
-    {
-        QFile file(path);
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
     }
 
     static QString procPath(qint32 pid, const char* name)

@@ -71,13 +71,5 @@ private Q_SLOTS:
     }
 };
 
-KESTRUM_TEST_MAIN_OF(AppearanceFollowTest)(int argc, char** argv)
-{
-    const TestHome home;
-    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-    QGuiApplication application(argc, argv);
-    AppearanceFollowTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN(QGuiApplication, AppearanceFollowTest)
 #include "AppearanceFollowTest.moc"

@@ -1,4 +1,5 @@
 #include "Platform/Desktop/SymbolImage.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QPainter>
@@ -83,19 +84,14 @@ private Q_SLOTS:
         }
     }
 
-    void sizesAreHalfPoints_data()
-    {
-        QTest::addColumn<double>("pointSize");
-        for (const double pointSize : { 9.0, 11.0, 12.0, 13.0, 16.0, 40.0 })
-            QTest::addRow("%g", pointSize) << pointSize;
-    }
     void sizesAreHalfPoints()
     {
-        QFETCH(double, pointSize);
-        for (const char* name : names) {
-            const QSizeF size = SymbolImage::size(QString::fromLatin1(name), pointSize);
-            QCOMPARE(std::round(size.width() * 2), size.width() * 2);
-            QVERIFY(std::abs(size.height() - 14 * pointSize / 12) <= 0.25);
+        for (const double pointSize : { 9.0, 11.0, 12.0, 13.0, 16.0, 40.0 }) {
+            for (const char* name : names) {
+                const QSizeF size = SymbolImage::size(QString::fromLatin1(name), pointSize);
+                QCOMPARE_ROW(name, std::round(size.width() * 2), size.width() * 2);
+                QVERIFY2(std::abs(size.height() - 14 * pointSize / 12) <= 0.25, name);
+            }
         }
     }
 
@@ -123,19 +119,12 @@ private Q_SLOTS:
         QCOMPARE(image.height(), int(std::ceil(size.height() * 1.3)));
     }
 
-    void unknownNamesDrawNothing_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::newRow("unknown") << QStringLiteral("cpu.fill");
-        QTest::newRow("none") << QString();
-        QTest::newRow("another file") << QStringLiteral("../../etc/hostname");
-        QTest::newRow("another case") << QStringLiteral("CPU");
-    }
     void unknownNamesDrawNothing()
     {
-        QFETCH(QString, name);
-        QCOMPARE(SymbolImage::size(name, 12), QSizeF(0, 0));
-        QVERIFY(SymbolImage::image(name, 12, Qt::black, 2).isNull());
+        for (const char* name : { "cpu.fill", "", "../../etc/hostname", "CPU" }) {
+            QCOMPARE_ROW(name, SymbolImage::size(QString::fromLatin1(name), 12), QSizeF(0, 0));
+            QVERIFY2(SymbolImage::image(QString::fromLatin1(name), 12, Qt::black, 2).isNull(), name);
+        }
     }
 
     void noSizeDrawsNothing()

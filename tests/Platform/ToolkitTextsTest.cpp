@@ -1,6 +1,7 @@
 #include "Platform/Desktop/ToolkitTexts.h"
 #include "Platform/Store/UserDefaults.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QCoreApplication>
 #include <QHash>
@@ -19,47 +20,39 @@ private Q_SLOTS:
     void theLocaleIsTheLanguageInTheSessionsRegion()
     {
         qputenv("LC_ALL", "en_CH.UTF-8");
-        QCOMPARE(ToolkitTexts::locale(QStringLiteral("de")), QLocale(QLocale::German, QLocale::Switzerland));
-        QCOMPARE(ToolkitTexts::locale(QStringLiteral("pt_BR")).language(), QLocale::Portuguese);
-        QCOMPARE(ToolkitTexts::locale(QStringLiteral("pt_BR")).territory(), QLocale::Switzerland);
+        QCOMPARE(ToolkitTexts::locale(text("de")), QLocale(QLocale::German, QLocale::Switzerland));
+        QCOMPARE(ToolkitTexts::locale(text("pt_BR")).language(), QLocale::Portuguese);
+        QCOMPARE(ToolkitTexts::locale(text("pt_BR")).territory(), QLocale::Switzerland);
         qputenv("LC_ALL", "C.UTF-8");
-        QCOMPARE(ToolkitTexts::locale(QStringLiteral("pt_BR")).territory(), QLocale::Brazil);
+        QCOMPARE(ToolkitTexts::locale(text("pt_BR")).territory(), QLocale::Brazil);
     }
 
     void theProcesssOwnLanguageComesBeforeTheSessions()
     {
-        QCOMPARE(cancel(), QStringLiteral("Cancel"));
+        QCOMPARE(cancel(), text("Cancel"));
         qputenv("LC_ALL", "fr_FR.UTF-8");
-        UserDefaults::standard().set(
-            "AppleLanguages", QJsonArray { QStringLiteral("de"), QStringLiteral("fr") });
+        UserDefaults::standard().set("AppleLanguages", QJsonArray { text("de"), text("fr") });
         ToolkitTexts::install();
-        QCOMPARE(cancel(), QStringLiteral("Abbrechen"));
+        QCOMPARE(cancel(), text("Abbrechen"));
         QCOMPARE(QLocale(), QLocale(QLocale::German, QLocale::France));
 
         UserDefaults::standard().remove("AppleLanguages");
         ToolkitTexts::install();
-        QCOMPARE(cancel(), QStringLiteral("Annuler"));
+        QCOMPARE(cancel(), text("Annuler"));
     }
 
     void theToolkitSpeaksEveryLanguageThatWeShip_data()
     {
-        const QHash<QString, QString> words {
-            { QStringLiteral("ar"), QStringLiteral("ألغِ") },
-            { QStringLiteral("de"), QStringLiteral("Abbrechen") },
-            { QStringLiteral("es"), QStringLiteral("Cancelar") },
-            { QStringLiteral("fr"), QStringLiteral("Annuler") },
-            { QStringLiteral("it"), QStringLiteral("Annulla") },
-            { QStringLiteral("ja"), QStringLiteral("キャンセル") },
-            { QStringLiteral("nl"), QStringLiteral("Annuleren") },
-            { QStringLiteral("pl"), QStringLiteral("Anuluj") },
-            { QStringLiteral("pt-BR"), QStringLiteral("Cancelar") },
-            { QStringLiteral("uk"), QStringLiteral("Скасувати") },
-            { QStringLiteral("zh-Hans"), QStringLiteral("取消") },
-        };
+        const QHash<QString, QString> words { { text("ar"), text("ألغِ") }, { text("de"), text("Abbrechen") },
+            { text("es"), text("Cancelar") }, { text("fr"), text("Annuler") },
+            { text("it"), text("Annulla") }, { text("ja"), text("キャンセル") },
+            { text("nl"), text("Annuleren") }, { text("pl"), text("Anuluj") },
+            { text("pt-BR"), text("Cancelar") }, { text("uk"), text("Скасувати") },
+            { text("zh-Hans"), text("取消") } };
         QTest::addColumn<QString>("code");
         QTest::addColumn<QString>("word");
-        const QDir resources(qEnvironmentVariable("KESTRUM_SOURCE") + QStringLiteral("/Resources"));
-        for (const QString& folder : resources.entryList({ QStringLiteral("*.lproj") }, QDir::Dirs)) {
+        const QDir resources(qEnvironmentVariable("KESTRUM_SOURCE") + text("/Resources"));
+        for (const QString& folder : resources.entryList({ text("*.lproj") }, QDir::Dirs)) {
             const QString code = folder.chopped(6);
             if (code != QLatin1StringView("en"))
                 QTest::newRow(qPrintable(code)) << code << words.value(code);

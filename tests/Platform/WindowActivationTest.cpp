@@ -2,14 +2,15 @@
 // the messages in place of both.
 
 #include "Platform/Desktop/WindowActivation.h"
+#include "Platform/Desktop/XcbReply.h"
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/Rows.h"
 
 #include <QAbstractNativeEventFilter>
 #include <QGuiApplication>
 #include <QRasterWindow>
 #include <QTest>
 #include <qguiapplication_platform.h>
-#include <xcb/xcb.h>
 
 using namespace kestrum;
 
@@ -25,13 +26,9 @@ xcb_window_t root()
     return xcb_setup_roots_iterator(xcb_get_setup(server())).data->root;
 }
 
-xcb_atom_t atom(const QByteArray& name)
+xcb_atom_t atom(const char* name)
 {
-    auto* reply = xcb_intern_atom_reply(
-        server(), xcb_intern_atom(server(), 0, uint16_t(name.size()), name.constData()), nullptr);
-    const xcb_atom_t result = reply->atom;
-    std::free(reply);
-    return result;
+    return xcbAtom(server(), name);
 }
 
 /// The messages that arrive at the root window.
@@ -67,6 +64,18 @@ class WindowActivationTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<Messages> m_messages;
+    std::unique_ptr<QRasterWindow> m_window;
+
+    /// Shows a window and waits until the window manager is asked to give it the focus.
+    void bringForwardAWindow(const QByteArray& token)
+    {
+        m_window = std::make_unique<QRasterWindow>();
+        m_window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_window.get()));
+        m_messages->focusRequests.clear();
+        WindowActivation::bringForward(*m_window, token);
+        QTRY_COMPARE(m_messages->focusRequests.size(), 1);
+    }
 
     /// Makes programs see a window manager, or none.
     static void setManaged(bool isManaged)
@@ -90,7 +99,11 @@ private Q_SLOTS:
         QCoreApplication::instance()->installNativeEventFilter(m_messages.get());
     }
 
-    void cleanup() { m_messages.reset(); }
+    void cleanup()
+    {
+        m_window.reset();
+        m_messages.reset();
+    }
 
     void theTokenOfAClickSaysItsTime()
     {
@@ -106,14 +119,9 @@ private Q_SLOTS:
 
     void theWindowManagerIsToldWhenThePersonAsked()
     {
-        QRasterWindow window;
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        m_messages->focusRequests.clear();
-        WindowActivation::bringForward(window, "shell/7-host_TIME123456789");
-        QTRY_COMPARE(m_messages->focusRequests.size(), 1);
+        bringForwardAWindow("shell/7-host_TIME123456789");
         const xcb_client_message_event_t request = m_messages->focusRequests.first();
-        QCOMPARE(request.window, xcb_window_t(window.winId()));
+        QCOMPARE(request.window, xcb_window_t(m_window->winId()));
         QCOMPARE(request.format, uint8_t(32));
         QCOMPARE(request.data.data32[0], 2U);
         QCOMPARE(request.data.data32[1], 123456789U);
@@ -121,23 +129,18 @@ private Q_SLOTS:
 
     void withoutATokenNoTimeIsTold()
     {
-        QRasterWindow window;
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        WindowActivation::bringForward(window, {});
-        QTRY_COMPARE(m_messages->focusRequests.size(), 1);
+        bringForwardAWindow({});
         QCOMPARE(m_messages->focusRequests.first().data.data32[0], 2U);
         QCOMPARE(m_messages->focusRequests.first().data.data32[1], 0U);
-        QTest::qWait(50);
+        // Messages keep their order: one about a start would come before the second request.
+        WindowActivation::bringForward(*m_window, {});
+        QTRY_COMPARE(m_messages->focusRequests.size(), 2);
         QCOMPARE(m_messages->startUp, QByteArray());
     }
 
     void whoShowsTheStartIsToldItsEnd()
     {
-        QRasterWindow window;
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        WindowActivation::bringForward(window, "a/token\\of\"more-than-twenty-bytes_TIME7");
+        bringForwardAWindow("a/token\\of\"more-than-twenty-bytes_TIME7");
         QTRY_VERIFY(m_messages->startUp.contains('\0'));
         QCOMPARE(m_messages->startUp.left(m_messages->startUp.indexOf('\0')),
             QByteArray("remove: ID=\"a/token\\\\of\\\"more-than-twenty-bytes_TIME7\""));
@@ -157,25 +160,13 @@ private Q_SLOTS:
         QCOMPARE(m_messages->focusRequests.size(), 0);
     }
 
-    void aTokensTimeIsAtItsEnd_data()
-    {
-        QTest::addColumn<QByteArray>("token");
-        QTest::addColumn<quint32>("time");
-        QTest::newRow("usual") << QByteArray("a/b/1-2-host_TIME42") << 42U;
-        QTest::newRow("last") << QByteArray("a_TIME1_TIME42") << 42U;
-        QTest::newRow("greatest") << QByteArray("_TIME4294967295") << 4294967295U;
-        QTest::newRow("too great") << QByteArray("_TIME4294967296") << 0U;
-        QTest::newRow("no number") << QByteArray("a_TIMEx") << 0U;
-        QTest::newRow("negative") << QByteArray("a_TIME-1") << 0U;
-        QTest::newRow("none") << QByteArray("5f2e0c1a-42") << 0U;
-        QTest::newRow("empty") << QByteArray() << 0U;
-    }
-
     void aTokensTimeIsAtItsEnd()
     {
-        QFETCH(QByteArray, token);
-        QFETCH(quint32, time);
-        QCOMPARE(WindowActivation::time(token), time);
+        const std::pair<const char*, quint32> rows[] { { "a/b/1-2-host_TIME42", 42 },
+            { "a_TIME1_TIME42", 42 }, { "_TIME4294967295", 4294967295 }, { "_TIME4294967296", 0 },
+            { "a_TIMEx", 0 }, { "a_TIME-1", 0 }, { "5f2e0c1a-42", 0 }, { "", 0 } };
+        for (const auto& [token, time] : rows)
+            QCOMPARE_ROW(token, WindowActivation::time(token), time);
     }
 
     void whatIsTakenIsGoneFromTheEnvironment()

@@ -1,5 +1,6 @@
 #include "Platform/Desktop/X11Struts.h"
 #include "tests/Support/DesktopTest.h"
+#include "tests/Support/QuietTime.h"
 
 #include <QRasterWindow>
 #include <QScreen>
@@ -30,6 +31,13 @@ class X11StrutsTest : public QObject {
         Programs::output(QStringLiteral("xprop"),
             { QStringLiteral("-id"), QString::number(window.winId()), QStringLiteral("-f"), name,
                 QStringLiteral("32c"), QStringLiteral("-set"), name, QString::fromLatin1(numbers) });
+    }
+
+    static void showPanel(QWindow& panel)
+    {
+        panel.setGeometry(0, 0, VirtualDisplay::width, 30);
+        panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
     }
 
 private Q_SLOTS:
@@ -83,12 +91,10 @@ private Q_SLOTS:
         QCOMPARE(struts.available(screen), all);
 
         QRasterWindow panel;
-        panel.setGeometry(0, 0, VirtualDisplay::width, 30);
         panel.create();
         set(panel, "_NET_WM_STRUT", "0,0,30,0");
         QCOMPARE(struts.available(screen), all);
-        panel.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        showPanel(panel);
         QCOMPARE(struts.available(screen), all.adjusted(0, 30, 0, 0));
         // The newer property has priority over the older one. An empty range means the whole edge.
         set(panel, "_NET_WM_STRUT_PARTIAL", "0,0,0,44,0,0,0,0,0,0,0,0");
@@ -98,16 +104,14 @@ private Q_SLOTS:
     void aChangeOfAPanelIsToldOnce()
     {
         QRasterWindow panel;
-        panel.setGeometry(0, 0, VirtualDisplay::width, 30);
-        panel.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        showPanel(panel);
         set(panel, "_NET_WM_STRUT", "0,0,30,0");
         X11Struts struts(panel);
         struts.available(*QGuiApplication::primaryScreen());
-        QTest::qWait(200); // until earlier changes have been reported
+        QTest::qWait(quietTime); // until earlier changes have been reported
         const QSignalSpy changed(&struts, &X11Struts::changed);
         set(panel, "WM_NAME", "7");
-        QTest::qWait(200);
+        QTest::qWait(quietTime);
         QCOMPARE(changed.count(), 0);
         set(panel, "_NET_WM_STRUT", "0,0,40,0");
         QTRY_COMPARE(changed.count(), 1);
@@ -116,9 +120,7 @@ private Q_SLOTS:
     void propertiesThatAreNoStrutsAreNone()
     {
         QRasterWindow panel;
-        panel.setGeometry(0, 0, VirtualDisplay::width, 30);
-        panel.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        showPanel(panel);
         X11Struts struts(panel);
         const QScreen& screen = *QGuiApplication::primaryScreen();
         const QRect all = screen.geometry();

@@ -24,7 +24,7 @@ public:
 
     bool isUp() const { return m_isUp; }
 
-    /// Changes a setting, such as "scheme 1". False when the portal refuses the line.
+    /// Changes a setting, such as "scheme 1" (see PortalProgram.cpp). False when the portal refuses the line.
     bool change(const QByteArray& line)
     {
         m_process->write(line + '\n');

@@ -2,10 +2,14 @@
 // which would hide that the program under test has not registered them. It joins the session bus and prints "ready". Each
 // line of input changes a setting, and is answered by "told":
 //
-//   scheme N             the colour scheme: 0 none, 1 dark, 2 light
+//   scheme N             the colour scheme: 0 none, 1 dark, 2 light; any other word is a text, which is no valid value
 //   accent RED GREEN BLUE    each 0 to 1
+//   motion N             1 for less motion
+//   animations 0|1       GNOME's own setting
+//   silent               `Read` is no longer answered
 //
-// `Read` answers like Debian's portal, with a variant in a variant. The program ends when its input ends.
+// `Read` answers like Debian's portal, with a variant in a variant. There is only a scheme, 2, until a line sets more. The
+// program ends when its input ends.
 
 #include <QCoreApplication>
 #include <QDBusArgument>
@@ -22,11 +26,26 @@ namespace {
 
 const QString path = QStringLiteral("/org/freedesktop/portal/desktop");
 const QString interface = QStringLiteral("org.freedesktop.portal.Settings");
-const QString group = QStringLiteral("org.freedesktop.appearance");
+
+struct Setting {
+    QString group = QStringLiteral("org.freedesktop.appearance");
+    QString key;
+};
+
+Setting settingOf(const QByteArray& word)
+{
+    if (word == "animations")
+        return { QStringLiteral("org.gnome.desktop.interface"), QStringLiteral("enable-animations") };
+    return { .key = word == "scheme" ? QStringLiteral("color-scheme")
+            : word == "accent"       ? QStringLiteral("accent-color")
+                                     : QStringLiteral("reduced-motion") };
+}
 
 class Portal : public QDBusVirtualObject {
 public:
-    QHash<QString, QVariant> settings { { QStringLiteral("color-scheme"), QVariant(2U) } };
+    QHash<QString, QVariant> settings { { QStringLiteral("org.freedesktop.appearance color-scheme"),
+        QVariant(2U) } };
+    bool isSilent = false;
 
     QString introspect(const QString&) const override { return {}; }
     bool handleMessage(const QDBusMessage& call, const QDBusConnection& bus) override
@@ -34,8 +53,11 @@ public:
         const QList<QVariant> words = call.arguments();
         if (call.interface() != interface || call.member() != QLatin1StringView("Read") || words.size() != 2)
             return false;
-        if (words[0].toString() == group && settings.contains(words[1].toString())) {
-            const QDBusVariant value(settings.value(words[1].toString()));
+        if (isSilent)
+            return true;
+        const QString name = words[0].toString() + u' ' + words[1].toString();
+        if (settings.contains(name)) {
+            const QDBusVariant value(settings.value(name));
             bus.send(call.createReply(QVariant::fromValue(QDBusVariant(QVariant::fromValue(value)))));
         } else {
             bus.send(call.createErrorReply(QStringLiteral("org.freedesktop.portal.Error.NotFound"),
@@ -51,11 +73,17 @@ void say(const char* line)
     std::fflush(stdout);
 }
 
-QVariant colour(const QByteArrayList& components)
+QVariant valueOf(const QByteArrayList& words)
 {
+    bool isNumber = false;
+    const uint number = words.value(1).toUInt(&isNumber);
+    if (words.size() < 4 && isNumber)
+        return words.first() == "animations" ? QVariant(number == 1) : QVariant(number);
+    if (words.size() < 4)
+        return QString::fromLatin1(words.value(1));
     QDBusArgument argument;
     argument.beginStructure();
-    for (const QByteArray& component : components)
+    for (const QByteArray& component : words.mid(1))
         argument << component.toDouble();
     argument.endStructure();
     return QVariant::fromValue(argument);
@@ -81,10 +109,14 @@ int main(int argc, char** argv)
             return;
         }
         const QByteArrayList words = QByteArray(buffer, length).simplified().split(' ');
-        const bool isScheme = words.first() == "scheme";
-        const QString key = isScheme ? QStringLiteral("color-scheme") : QStringLiteral("accent-color");
-        const QVariant value = isScheme ? QVariant(words.value(1).toUInt()) : colour(words.mid(1));
-        portal.settings.insert(key, value);
+        if (words.first() == "silent") {
+            portal.isSilent = true;
+            say("told");
+            return;
+        }
+        const auto [group, key] = settingOf(words.first());
+        const QVariant value = valueOf(words);
+        portal.settings.insert(group + u' ' + key, value);
         QDBusMessage signal = QDBusMessage::createSignal(path, interface, QStringLiteral("SettingChanged"));
         signal << group << key << QVariant::fromValue(QDBusVariant(value));
         say(bus.send(signal) ? "told" : "not told");

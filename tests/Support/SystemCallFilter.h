@@ -7,6 +7,7 @@
 #include <linux/filter.h>
 #include <linux/sched.h>
 #include <linux/seccomp.h>
+#include <optional>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/prctl.h>
@@ -74,19 +75,39 @@ public:
         return int(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, m_flags, &filter));
     }
 
-    /// Makes the next hanging call fail with `error`; false when no call hangs within `milliseconds`.
-    static bool answer(int hanging, int error, int milliseconds)
+    /// A filter that makes all other calls hang.
+    static SystemCallFilter hangingAllBut(const QList<int>& calls)
+    {
+        Program program = verdictOn(calls, SECCOMP_RET_ALLOW);
+        program.push_back(BPF_STMT(BPF_RET | BPF_K, SECCOMP_RET_USER_NOTIF));
+        return SystemCallFilter(std::move(program), SECCOMP_FILTER_FLAG_NEW_LISTENER);
+    }
+
+    /// The next hanging call; nothing when none comes within `milliseconds`, or when the filter's last thread has ended.
+    static std::optional<seccomp_notif> next(int hanging, int milliseconds)
     {
         pollfd waiting { hanging, POLLIN, 0 };
-        if (::poll(&waiting, 1, milliseconds) != 1)
-            return false;
         seccomp_notif call {};
-        if (::ioctl(hanging, SECCOMP_IOCTL_NOTIF_RECV, &call) != 0)
-            return false;
+        const bool isThere = ::poll(&waiting, 1, milliseconds) == 1 && (waiting.revents & POLLIN) != 0
+            && ::ioctl(hanging, SECCOMP_IOCTL_NOTIF_RECV, &call) == 0;
+        return isThere ? std::optional(call) : std::nullopt;
+    }
+
+    /// Makes the hanging call fail with `error`; 0 makes it go on.
+    static bool reply(int hanging, const seccomp_notif& call, int error)
+    {
         seccomp_notif_resp response {};
         response.id = call.id;
         response.error = -error;
+        response.flags = error == 0 ? SECCOMP_USER_NOTIF_FLAG_CONTINUE : 0;
         return ::ioctl(hanging, SECCOMP_IOCTL_NOTIF_SEND, &response) == 0;
+    }
+
+    /// Makes the next hanging call fail with `error`; false when no call hangs within `milliseconds`.
+    static bool answer(int hanging, int error, int milliseconds)
+    {
+        const auto call = next(hanging, milliseconds);
+        return call && reply(hanging, *call, error);
     }
 
 private:

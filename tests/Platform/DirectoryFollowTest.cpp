@@ -1,4 +1,5 @@
 #include "Platform/Files/DirectoryWatch.h"
+#include "Platform/Files/FileDescriptor.h"
 #include "tests/Support/OrdinaryUser.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/WatchedPlace.h"
@@ -14,111 +15,115 @@ class DirectoryFollowTest : public QObject, WatchedPlace {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_place = std::make_unique<QTemporaryDir>();
-        makeDirectory("d");
-    }
+    void init() { makePlace(); }
 
-    void absentDirectoryIsFoundWhenItIsMade()
+    void changedPathIsFollowed_data()
     {
-        WatchRecorder ear(path("later"));
-        QVERIFY(ear.watch->isNotified());
-        write("other");
-        QTest::qWait(quietTime);
-        QVERIFY(ear.told.isEmpty());
-        makeDirectory("later");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "later");
-    }
-
-    void directoryMadeTogetherWithItsParentsIsFound()
-    {
-        WatchRecorder ear(path("a/b/c/e"));
-        QVERIFY(QDir().mkpath(path("a/b/c/e")));
-        write("a/b/c/e/early");
-        QTRY_VERIFY(ear.heard("") || ear.heard("early"));
-        verifyHears(ear, "a/b/c/e");
-    }
-
-    void removedDirectoryIsFollowedToTheNew()
-    {
-        WatchRecorder ear(path("d"));
-        QVERIFY(QDir().rmdir(path("d")));
-        QTRY_VERIFY(ear.heard(""));
-        ear.told.clear();
-        makeDirectory("d");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "d");
-
-        // Removed and created again within one turn of the event loop.
-        QVERIFY(QDir(path("d")).removeRecursively());
-        makeDirectory("d");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "d");
-    }
-
-    void directoryThatSomebodyHoldsOpenIsFollowedToo()
-    {
+        QTest::addColumn<QString>("watched");
+        QTest::addColumn<Step>("before"); // the watch
+        QTest::addColumn<Step>("change");
+        const auto row = [](const char* name, const char* watched, Step before, Step change) {
+            QTest::newRow(name) << QString::fromLatin1(watched) << before << change;
+        };
+        const Step nothing = [] {};
+        const auto make
+            = [this](const char* name) { return [=, this] { QVERIFY(QDir().mkpath(path(name))); }; };
+        row("absent, made", "later", nothing, make("later"));
+        row("made together with its parents", "a/b/c/e", nothing, [=, this] {
+            make("a/b/c/e")();
+            write("a/b/c/e/early");
+        });
+        row("removed and made again", "d", nothing, [this] {
+            QVERIFY(QDir().rmdir(path("d")));
+            deliverPendingEvents();
+            makeDirectory("d");
+        });
+        row("removed and made again at once", "d", nothing, [=, this] {
+            QVERIFY(QDir(path("d")).removeRecursively());
+            makeDirectory("d");
+        });
         // The kernel reports that a directory is deleted only after its last descriptor is closed.
-        const int holder = ::open(encoded("d").constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-        QVERIFY(holder >= 0);
-        WatchRecorder ear(path("d"));
-        QVERIFY(QDir().rmdir(path("d")));
-        makeDirectory("d");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "d");
-        ::close(holder);
+        row(
+            "the same, while somebody holds it open", "d",
+            [this] { m_holder = FileDescriptor(::open(encoded("d").constData(), O_RDONLY | O_CLOEXEC)); },
+            [=, this] {
+                QVERIFY(m_holder.isValid());
+                QVERIFY(QDir().rmdir(path("d")));
+                makeDirectory("d");
+            });
+        row("replaced in one step", "d", make("new"), [this] { rename("new", "d"); });
+        row("far ancestor moved", "a/b/c/e", make("a/b/c/e"), [=, this] {
+            rename("a", "old");
+            make("a/b/c/e")();
+        });
+        row("near ancestor moved", "a/b/c/e", make("a/b/c/e"), [=, this] {
+            rename("a/b", "a/old");
+            make("a/b/c/e")();
+        });
+        row(
+            "ancestor exchanged", "a/b/c",
+            [=, this] {
+                make("a/b/c")();
+                make("x/b/c")();
+            },
+            [this] {
+                QCOMPARE(::renameat2(AT_FDCWD, encoded("a").constData(), AT_FDCWD, encoded("x").constData(),
+                             RENAME_EXCHANGE),
+                    0);
+            });
+        row(
+            "link that gets another target", "link",
+            [this] {
+                makeDirectory("other");
+                QVERIFY(QFile::link(path("d"), path("link")));
+                QVERIFY(QFile::link(path("other"), path("newlink")));
+            },
+            [this] { rename("newlink", "link"); });
+        row(
+            "file in its place", "place", [this] { write("place"); },
+            [this] {
+                QVERIFY(QFile::remove(path("place")));
+                makeDirectory("place");
+            });
     }
 
-    void renamedDirectoryIsLeft()
+    void changedPathIsFollowed()
     {
-        WatchRecorder ear(path("d"));
+        QFETCH(const QString, watched);
+        QFETCH(const Step, before);
+        QFETCH(const Step, change);
+        before();
+        WatchRecorder ear(path(qUtf8Printable(watched)));
+        QVERIFY(ear.watch->isNotified());
+        change();
+        QTRY_VERIFY(ear.heard("") || ear.heard("early"));
+        verifyHears(ear, qUtf8Printable(watched));
+    }
+
+    void linkedDirectoryIsWatchedAtItsTarget()
+    {
+        QVERIFY(QFile::link(path("d"), path("link")));
+        WatchRecorder ear(path("link"));
+        write("d/file");
+        QTRY_VERIFY(ear.heard("file"));
+    }
+
+    void absentAndRenamedDirectoriesAreQuiet()
+    {
+        WatchRecorder absent(path("later"));
+        WatchRecorder renamed(path("d"));
         rename("d", "old");
-        QTRY_VERIFY(ear.heard(""));
-        QTest::qWait(quietTime);
-        ear.told.clear();
+        deliverPendingEvents();
+        QVERIFY(renamed.heard(""));
+        absent.told.clear();
+        renamed.told.clear();
+        write("other");
         write("old/file");
-        QTest::qWait(quietTime);
-        QVERIFY(ear.told.isEmpty());
+        deliverPendingEvents();
+        QCOMPARE(absent.told, QByteArrayList());
+        QCOMPARE(renamed.told, QByteArrayList());
         makeDirectory("d");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "d");
-    }
-
-    void directoryReplacedInOneStepIsFollowed()
-    {
-        WatchRecorder ear(path("d"));
-        makeDirectory("new");
-        rename("new", "d");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "d");
-    }
-
-    void movedAncestorIsNoticed()
-    {
-        QVERIFY(QDir().mkpath(path("a/b/c/e")));
-        WatchRecorder ear(path("a/b/c/e"));
-        rename("a", "old");
-        QTRY_VERIFY(ear.heard(""));
-        QVERIFY(QDir().mkpath(path("a/b/c/e")));
-        verifyHears(ear, "a/b/c/e");
-        rename("a/b", "a/old");
-        QTRY_VERIFY(ear.heard(""));
-        QVERIFY(QDir().mkpath(path("a/b/c/e")));
-        verifyHears(ear, "a/b/c/e");
-    }
-
-    void exchangedAncestorIsNoticed()
-    {
-        QVERIFY(QDir().mkpath(path("a/b/c")));
-        QVERIFY(QDir().mkpath(path("x/b/c")));
-        WatchRecorder ear(path("a/b/c"));
-        QCOMPARE(::renameat2(
-                     AT_FDCWD, encoded("a").constData(), AT_FDCWD, encoded("x").constData(), RENAME_EXCHANGE),
-            0);
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "a/b/c");
+        verifyHears(renamed, "d");
     }
 
     void deletedAndRecreatedHundredTimesIsNeverLost()
@@ -140,30 +145,6 @@ private Q_SLOTS:
         verifyHears(ear, "d/e");
     }
 
-    void linkedDirectoryIsFollowedAndSoIsItsNewTarget()
-    {
-        makeDirectory("other");
-        QVERIFY(QFile::link(path("d"), path("link")));
-        WatchRecorder ear(path("link"));
-        write("d/file");
-        QTRY_VERIFY(ear.heard("file"));
-        QVERIFY(QFile::link(path("other"), path("newlink")));
-        rename("newlink", "link");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "other");
-    }
-
-    void fileInPlaceOfTheDirectoryIsWaitedOut()
-    {
-        write("place");
-        WatchRecorder ear(path("place"));
-        QVERIFY(ear.watch->isNotified());
-        QVERIFY(QFile::remove(path("place")));
-        makeDirectory("place");
-        QTRY_VERIFY(ear.heard(""));
-        verifyHears(ear, "place");
-    }
-
     void ancestorThatMayBePassedButNotReadIsNoHindrance()
     {
         QVERIFY(QDir().mkpath(path("closed/a/b")));
@@ -175,6 +156,10 @@ private Q_SLOTS:
         QTRY_VERIFY(ear.heard("file"));
         QCOMPARE(::chmod(encoded("closed").constData(), 0700), 0);
     }
+
+private:
+    using Step = std::function<void()>;
+    FileDescriptor m_holder;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, DirectoryFollowTest)

@@ -11,11 +11,7 @@ class DirectoryWatchTest : public QObject, WatchedPlace {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        m_place = std::make_unique<QTemporaryDir>();
-        makeDirectory("d");
-    }
+    void init() { makePlace(); }
 
     void writtenCreatedMovedAndRemovedEntriesAreTold()
     {
@@ -51,7 +47,7 @@ private Q_SLOTS:
             QFile file(path("d/file"));
             QVERIFY(file.open(QIODevice::Append | QIODevice::Unbuffered));
             QCOMPARE(file.write("more"), 4);
-            QTest::qWait(quietTime);
+            deliverPendingEvents();
             QVERIFY(ear.told.isEmpty());
         }
         QTRY_COMPARE(ear.told, QByteArrayList { "file" });
@@ -64,7 +60,7 @@ private Q_SLOTS:
         WatchRecorder touched(path("d"), DirectoryWatch::Interest::touched);
         touch("d/file");
         QTRY_COMPARE(touched.told, QByteArrayList { "file" });
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         QVERIFY(content.told.isEmpty());
     }
 
@@ -76,7 +72,7 @@ private Q_SLOTS:
         QFile file(path("d/file"));
         QVERIFY(file.open(QIODevice::ReadOnly));
         QTRY_COMPARE(opened.told, QByteArrayList { "file" });
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         QVERIFY(content.told.isEmpty());
         opened.told.clear();
         write("d/other");
@@ -88,7 +84,7 @@ private Q_SLOTS:
         write("d/file");
         WatchRecorder opened(path("d"), DirectoryWatch::Interest::opened);
         QCOMPARE(QDir(path("d")).entryList(QDir::Files).size(), 1);
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         QCOMPARE(opened.told, QByteArrayList());
     }
 
@@ -102,7 +98,7 @@ private Q_SLOTS:
             touch("d/a");
         }
         QTRY_VERIFY(!ear.told.isEmpty());
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         QCOMPARE(ear.told, (QByteArrayList { "b", "a" }));
     }
 
@@ -135,7 +131,7 @@ private Q_SLOTS:
         write("neighbour");
         makeDirectory("d2");
         write("d2/file");
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         QVERIFY(ear.told.isEmpty());
     }
 
@@ -181,7 +177,7 @@ private Q_SLOTS:
         write("d/a");
         write("d/b");
         QTRY_VERIFY(!watch);
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         QCOMPARE(calls, 1);
     }
 
@@ -224,7 +220,7 @@ private Q_SLOTS:
         write("d/b");
         QCOMPARE(ear.watch->takePending(), (QByteArrayList { "a", "b" }));
         QCOMPARE(ear.watch->takePending(), QByteArrayList());
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         QVERIFY(ear.told.isEmpty());
         QVERIFY(QDir(path("d")).removeRecursively());
         QCOMPARE(ear.watch->takePending(), QByteArrayList { QByteArray() });

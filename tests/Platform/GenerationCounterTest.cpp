@@ -3,7 +3,7 @@
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
-#include <QFile>
+#include <QFileInfo>
 #include <QTest>
 #include <QThread>
 #include <csignal>
@@ -18,53 +18,45 @@ class GenerationCounterTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void advancingIsSeenThroughAnotherMapping()
+    void advancingIsSeenThroughAnotherMappingAndByAnotherProcess()
     {
-        const auto writer = GenerationCounter::open(QStringLiteral("two"));
-        const auto reader = GenerationCounter::open(QStringLiteral("two"));
+        const auto writer = opened("two");
+        const auto reader = opened("two");
         QVERIFY(writer && reader);
         const quint64 before = reader->value();
         writer->advance();
         QCOMPARE(reader->value(), before + 1);
-    }
-
-    void advancingIsSeenByAnotherProcess()
-    {
-        const auto reader = GenerationCounter::open(QStringLiteral("process"));
-        QVERIFY(reader);
-        const quint64 before = reader->value();
         const pid_t child = ::fork();
         if (child == 0) {
-            const auto writer = GenerationCounter::open(QStringLiteral("process"));
-            if (writer)
-                writer->advance();
+            if (const auto other = opened("two"))
+                other->advance();
             ::_exit(0);
         }
         QVERIFY(child > 0);
         QCOMPARE(::waitpid(child, nullptr, 0), child);
-        QCOMPARE(reader->value(), before + 1);
+        QCOMPARE(reader->value(), before + 2);
     }
 
     void namesHaveCountersOfTheirOwn()
     {
-        const auto one = GenerationCounter::open(QStringLiteral("a/b"));
-        const auto other = GenerationCounter::open(QStringLiteral("a_b"));
+        const auto one = opened("a/b");
+        const auto other = opened("a_b");
         QVERIFY(one && other);
         const quint64 before = one->value();
         const quint64 beforeOther = other->value();
         one->advance();
         QCOMPARE(one->value(), before + 1);
         QCOMPARE(other->value(), beforeOther);
-        QVERIFY(QFile::exists(fileOf(QStringLiteral("a%2Fb"))));
+        QCOMPARE(::access(fileOf("a%2Fb").constData(), F_OK), 0);
     }
 
     void valueOutlivesItsUsers()
     {
-        auto counter = GenerationCounter::open(QStringLiteral("kept"));
+        auto counter = opened("kept");
         counter->advance();
         const quint64 value = counter->value();
         counter.reset();
-        QCOMPARE(GenerationCounter::open(QStringLiteral("kept"))->value(), value);
+        QCOMPARE(opened("kept")->value(), value);
     }
 
     void nameThatMakesNoFileHasNoCounter()
@@ -83,45 +75,34 @@ private Q_SLOTS:
     void fileThatIsTooShortIsMadeLongEnough()
     {
         QFETCH(const int, size);
-        const QString name = QStringLiteral("short%1").arg(size);
-        {
-            QFile file(fileOf(name));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            QVERIFY(file.setPermissions(QFile::ReadOwner | QFile::WriteOwner));
-            QVERIFY(file.resize(size));
-        }
-        const auto counter = GenerationCounter::open(name);
+        QVERIFY(opened("short"));
+        QCOMPARE(::truncate(fileOf("short").constData(), size), 0);
+        const auto counter = opened("short");
         QVERIFY(counter);
         const quint64 before = counter->value();
         counter->advance();
         QCOMPARE(counter->value(), before + 1);
-        QCOMPARE(QFile(fileOf(name)).size(), qint64(::sysconf(_SC_PAGESIZE)));
+        QCOMPARE(QFileInfo(QFile::decodeName(fileOf("short"))).size(), qint64(::sysconf(_SC_PAGESIZE)));
     }
 
     void whatIsNoFileOfOursIsRefused()
     {
-        const auto place
-            = [](const char* name) { return QFile::encodeName(fileOf(QString::fromLatin1(name))); };
-        QCOMPARE(::mkdir(place("directory").constData(), 0700), 0);
-        QVERIFY(!GenerationCounter::open(QStringLiteral("directory")));
-        QCOMPARE(::mkfifo(place("fifo").constData(), 0600), 0);
-        QVERIFY(!GenerationCounter::open(QStringLiteral("fifo")));
-
+        QCOMPARE(::mkdir(fileOf("directory").constData(), 0700), 0);
+        QCOMPARE(::mkfifo(fileOf("fifo").constData(), 0600), 0);
         QFile target(TestHome::root() + QStringLiteral("/target"));
         QVERIFY(target.open(QIODevice::WriteOnly));
-        QCOMPARE(::symlink(QFile::encodeName(target.fileName()).constData(), place("link").constData()), 0);
-        QVERIFY(!GenerationCounter::open(QStringLiteral("link")));
+        QCOMPARE(::symlink(QFile::encodeName(target.fileName()).constData(), fileOf("link").constData()), 0);
+        QVERIFY(opened("foreign"));
+        QCOMPARE(::chmod(fileOf("foreign").constData(), 0666), 0);
+        for (const char* name : { "directory", "fifo", "link", "foreign" })
+            QVERIFY2(!opened(name), name);
         QCOMPARE(target.size(), 0);
-
-        QVERIFY(GenerationCounter::open(QStringLiteral("foreign")));
-        QCOMPARE(::chmod(place("foreign").constData(), 0666), 0);
-        QVERIFY(!GenerationCounter::open(QStringLiteral("foreign")));
     }
 
     void manyThreadsLoseNoStep()
     {
         constexpr int steps = 20'000;
-        const auto counter = GenerationCounter::open(QStringLiteral("threads"));
+        const auto counter = opened("threads");
         QVERIFY(counter);
         const quint64 before = counter->value();
         std::vector<std::unique_ptr<QThread>> threads;
@@ -139,8 +120,8 @@ private Q_SLOTS:
 
     void pageThatIsCutOffIsMadeAnew()
     {
-        const auto one = GenerationCounter::open(QStringLiteral("cut"));
-        const auto other = GenerationCounter::open(QStringLiteral("cut"));
+        const auto one = opened("cut");
+        const auto other = opened("cut");
         QVERIFY(one && other);
         for (int round = 0; round < 3; ++round) {
             const quint64 before = other->value();
@@ -155,14 +136,14 @@ private Q_SLOTS:
             QVERIFY(one->isShared() && other->isShared());
             // A new counter opens the file while it is cut off and has no page in memory.
             cutOff("cut");
-            QVERIFY(GenerationCounter::open(QStringLiteral("cut")));
+            QVERIFY(opened("cut"));
             QVERIFY(other->value() > cut + 2);
         }
     }
 
     void pageThatIsCutOffAndCannotBeMadeAnewIsOurOwn()
     {
-        const auto counter = GenerationCounter::open(QStringLiteral("lost"));
+        const auto counter = opened("lost");
         QVERIFY(counter && counter->isShared());
         // With this limit no file can grow, as on a full disk.
         rlimit whole {};
@@ -181,13 +162,14 @@ private Q_SLOTS:
     }
 
 private:
-    static void cutOff(const char* name)
+    static std::unique_ptr<GenerationCounter> opened(const char* name)
     {
-        QCOMPARE(::truncate(QFile::encodeName(fileOf(QString::fromLatin1(name))).constData(), 0), 0);
+        return GenerationCounter::open(QString::fromLatin1(name));
     }
-    static QString fileOf(const QString& name)
+    static void cutOff(const char* name) { QCOMPARE(::truncate(fileOf(name).constData(), 0), 0); }
+    static QByteArray fileOf(const char* name)
     {
-        return RuntimeDirectory::shared()->path() + u'/' + name + QStringLiteral(".generation");
+        return QFile::encodeName(RuntimeDirectory::shared()->path()) + '/' + name + ".generation";
     }
 };
 

@@ -1,12 +1,13 @@
 #include "Platform/Log/Log.h"
 #include "Platform/Log/JournalSocket.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QTest>
 #include <QThread>
 #include <fcntl.h>
+#include <functional>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/un.h>
@@ -16,46 +17,23 @@ using namespace kestrum;
 
 namespace {
 
-/// Captures standard error for as long as the object lives.
-class StandardError {
-public:
-    StandardError()
-        : m_saved(::dup(STDERR_FILENO))
-        , m_file(::open(path().constData(), O_RDWR | O_CREAT | O_TRUNC | O_CLOEXEC, 0600))
-    {
-        ::dup2(m_file, STDERR_FILENO);
-    }
-    ~StandardError()
-    {
-        ::dup2(m_saved, STDERR_FILENO);
-        ::close(m_saved);
-        ::close(m_file);
-    }
-    QByteArray text() const
-    {
-        QFile file(QFile::decodeName(path()));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-    }
-
-private:
-    static QByteArray path() { return QFile::encodeName(TestHome::root() + QStringLiteral("/stderr")); }
-    int m_saved;
-    int m_file;
-};
-
-/// Installs the log's own message handler for as long as the object lives.
-class InstalledLog {
-public:
-    InstalledLog()
-        : m_previous(qInstallMessageHandler(nullptr))
-    {
-        Log::install();
-    }
-    ~InstalledLog() { qInstallMessageHandler(m_previous); }
-
-private:
-    QtMessageHandler m_previous;
-};
+/// What `work` writes to standard error with the log's own message handler.
+QByteArray logged(const std::function<void()>& work)
+{
+    const QString path = TestHome::root() + QStringLiteral("/stderr");
+    const int saved = ::dup(STDERR_FILENO);
+    const int file
+        = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    ::dup2(file, STDERR_FILENO);
+    const QtMessageHandler previous = qInstallMessageHandler(nullptr);
+    Log::install();
+    work();
+    qInstallMessageHandler(previous);
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    ::close(file);
+    return contentOf(path);
+}
 
 /// A socket that stands in for the journal's.
 struct Journal {
@@ -92,6 +70,7 @@ private Q_SLOTS:
         };
         row("plain", QStringLiteral("/home/a b"), "/home/a b");
         row("line end", QStringLiteral("a\nb"), "a\\nb");
+        row("escaped line end and separator", QStringLiteral("a\\n\u2028b"), "a\\n\\u2028b");
         row("carriage return and tab", QStringLiteral("\r\t"), "\\r\\t");
         row("zero", QString(QChar(u'\0')), "\\x00");
         row("escape", QString(QChar(0x1b)) + QStringLiteral("[2J"), "\\x1b[2J");
@@ -109,29 +88,21 @@ private Q_SLOTS:
     {
         QFETCH(const QString, value);
         QTEST(Log::escaped(value), "escaped");
-    }
-
-    void escapingTwiceIsEscapingOnce()
-    {
-        const QString value = QStringLiteral("a\n\\n\u2028b");
-        QCOMPARE(Log::escaped(Log::escaped(value)), Log::escaped(value));
+        QTEST(Log::escaped(Log::escaped(value)), "escaped"); // escaping twice is escaping once
     }
 
     void valueIsCutAt256BytesOnACharacterBoundary()
     {
-        QCOMPARE(Log::escaped(QString(256, u'x')), QString(256, u'x'));
-        QCOMPARE(Log::escaped(QString(257, u'x')), QString(256, u'x'));
+        const auto x = [](int count) { return QString(count, u'x'); };
+        QCOMPARE(Log::escaped(x(256)), x(256));
+        QCOMPARE(Log::escaped(x(257)), x(256));
         // 85 letters of 3 bytes take 255 bytes, and one more does not fit.
         QCOMPARE(Log::escaped(QString(100, u'\u20ac')), QString(85, u'\u20ac'));
         const QString faces = QStringLiteral(u"\U0001F600").repeated(100);
         QCOMPARE(Log::escaped(faces), faces.left(2 * 64));
-    }
-
-    void escapeIsNeverCutInTheMiddle()
-    {
-        QCOMPARE(Log::escaped(QString(253, u'x') + QChar(0x1b)), QString(253, u'x'));
-        QCOMPARE(
-            Log::escaped(QString(252, u'x') + QChar(0x1b)), QString(252, u'x') + QStringLiteral("\\x1b"));
+        // An escape is not cut in the middle.
+        QCOMPARE(Log::escaped(x(253) + QChar(0x1b)), x(253));
+        QCOMPARE(Log::escaped(x(252) + QChar(0x1b)), x(252) + QStringLiteral("\\x1b"));
     }
 
     void categoryIsNamedAfterItsArea()
@@ -161,40 +132,22 @@ private Q_SLOTS:
             QCOMPARE(list, found[0]);
     }
 
-    void warningIsGivenOnce()
+    void messageIsOneLineWithItsCategoryAndAWarningIsGivenOnce()
     {
-        const StandardError output;
-        {
-            const InstalledLog log;
+        const QByteArray text = logged([] {
+            Log::warning("links", QStringLiteral("no \"agent\""));
+            Log::info("links", QStringLiteral("starting"));
             Log::warnOnce("test", QStringLiteral("first"));
             Log::warnOnce("test", QStringLiteral("first"));
             Log::warnOnce("test", QStringLiteral("second"));
-        }
-        QCOMPARE(output.text().count("first"), 1);
-        QCOMPARE(output.text().count("second"), 1);
-    }
-
-    void messageIsOneLineWithItsCategory()
-    {
-        const StandardError output;
-        {
-            const InstalledLog log;
-            Log::warning("links", QStringLiteral("no \"agent\""));
-            Log::info("links", QStringLiteral("starting"));
-        }
-        QCOMPARE(output.text(),
-            QByteArray("com.orvale.kestrum.links: warning: no \"agent\"\n"
-                       "com.orvale.kestrum.links: info: starting\n"));
-    }
-
-    void lineEndInAMessageForgesNoLine()
-    {
-        const StandardError output;
-        {
-            const InstalledLog log;
             qWarning("of Qt\nforged");
-        }
-        QCOMPARE(output.text(), QByteArray("default: warning: of Qt\\nforged\n"));
+        });
+        QCOMPARE(text,
+            QByteArray("com.orvale.kestrum.links: warning: no \"agent\"\n"
+                       "com.orvale.kestrum.links: info: starting\n"
+                       "com.orvale.kestrum.test: warning: first\n"
+                       "com.orvale.kestrum.test: warning: second\n"
+                       "default: warning: of Qt\\nforged\n"));
     }
 
     void journalIsKnownByDeviceAndInode()

@@ -1,12 +1,7 @@
 #include "tests/Support/SettingsFolder.h"
 
 #include <QCoreApplication>
-#include <QThread>
-#include <fcntl.h>
 #include <functional>
-#include <memory>
-#include <sys/file.h>
-#include <unistd.h>
 
 using namespace kestrum;
 
@@ -24,8 +19,8 @@ private Q_SLOTS:
         QVERIFY(QFile::link(QStringLiteral("dotfiles/link.json"), path()));
         QVERIFY(QFile::link(path("dotfiles/kestrum/real.json"), path("dotfiles/link.json")));
         const SettingsFile file(path());
-        QCOMPARE(file.targetPath(), path("dotfiles/kestrum/real.json"));
-        QVERIFY(file.save(someChange));
+        QCOMPARE(file.linkChain().constLast(), path("dotfiles/kestrum/real.json"));
+        QVERIFY(saved(file.path(), someValues));
         QVERIFY(QFileInfo(path()).isSymLink());
         QVERIFY(QFileInfo(path("dotfiles/link.json")).isSymLink());
         QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
@@ -42,17 +37,17 @@ private Q_SLOTS:
         const SettingsFile file(path());
         QCOMPARE(file.read().failureText(), QString());
         QCOMPARE(file.read()->identity.size, off_t(-1));
-        QVERIFY(file.save(someChange));
+        QVERIFY(saved(file.path(), someValues));
         QVERIFY(QFileInfo(path()).isSymLink());
-        QCOMPARE(SettingsFile(path("elsewhere/new.json")).read()->values, someChange.values);
+        QCOMPARE(SettingsFile(path("elsewhere/new.json")).read()->values, someValues);
 
         // A missing folder of the target may just not be mounted. A save does not create it, and reports the reason.
         QVERIFY(QFile::remove(path()));
         QVERIFY(QFile::link(path("missing/new.json"), path()));
-        const auto saved = file.save(someChange);
-        QVERIFY(!saved);
-        QVERIFY2(saved.failureText().contains(QStringLiteral("No such file")),
-            qUtf8Printable(saved.failureText()));
+        const auto result = saved(file.path(), someValues);
+        QVERIFY(!result);
+        QVERIFY2(result.failureText().contains(QStringLiteral("No such file")),
+            qUtf8Printable(result.failureText()));
         QVERIFY(!QFile::exists(path("missing")));
     }
 
@@ -61,8 +56,8 @@ private Q_SLOTS:
         QVERIFY(QFile::link(path("other.json"), path()));
         QVERIFY(QFile::link(path(), path("other.json")));
         QVERIFY(!SettingsFile(path()).read().failureText().isEmpty());
-        const auto saved = SettingsFile(path()).save(someChange);
-        QVERIFY(!saved);
+        const auto result = saved(path(), someValues);
+        QVERIFY(!result);
         QVERIFY(QFileInfo(path()).isSymLink());
     }
 
@@ -78,11 +73,8 @@ private Q_SLOTS:
     {
         write(path("one.json"), "{}");
         QVERIFY(QFile::link(path("one.json"), path()));
-        QByteArray before;
-        const auto saved = savedBeside([&] { before = contentOf(path("one.json")); });
-        QCOMPARE(before, QByteArray("{}"));
-        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
-        QCOMPARE(SettingsFile(path("one.json")).read()->values, someChange.values);
+        saveBeside([&] { QCOMPARE(contentOf(path("one.json")), QByteArray("{}")); });
+        QCOMPARE(SettingsFile(path("one.json")).read()->values, someValues);
     }
 
     void linkThatIsRetargetedMeanwhileIsFollowed()
@@ -90,35 +82,29 @@ private Q_SLOTS:
         write(path("one.json"), "{}");
         write(path("two.json"), "{}");
         QVERIFY(QFile::link(path("one.json"), path()));
-        const auto saved = savedBeside([&] {
+        saveBeside([&] {
             QVERIFY(QFile::link(path("two.json"), path("new")));
             QCOMPARE(
                 ::rename(QFile::encodeName(path("new")).constData(), QFile::encodeName(path()).constData()),
                 0);
         });
-        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
         QCOMPARE(contentOf(path("one.json")), QByteArray("{}"));
-        QCOMPARE(SettingsFile(path("two.json")).read()->values, someChange.values);
+        QCOMPARE(SettingsFile(path("two.json")).read()->values, someValues);
         QVERIFY(QFile::exists(path("two.json.lock")));
     }
 
 private:
-    /// Starts a save through the link while the lock of "one.json" is held, calls `meanwhile`, and then releases the lock.
-    SettingsFile::Saved savedBeside(const std::function<void()>& meanwhile)
+    /// Saves through the link. The save has to wait for the lock of "one.json" until `meanwhile` has been called.
+    void saveBeside(const std::function<void()>& meanwhile)
     {
-        const int holder = ::open(
-            QFile::encodeName(path("one.json.lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        ::flock(holder, LOCK_EX);
-        SettingsFile::Saved saved = Failure();
-        const std::unique_ptr<QThread> writer(
-            QThread::create([&] { saved = SettingsFile(path()).save(someChange); }));
-        writer->start();
-        QTest::qSleep(100);
+        SettingsFile::Saved result = Failure();
+        FileDescriptor lock = locked("one.json.lock");
+        const auto writer = startSave(path(), result);
+        QTRY_VERIFY(isAwaited(lock));
         meanwhile();
-        ::close(holder);
-        if (!writer->wait(5000))
-            qFatal("the save goes on");
-        return saved;
+        lock.close();
+        QVERIFY(writer->wait(5000));
+        QVERIFY2(result, qUtf8Printable(result.failureText()));
     }
 };
 

@@ -5,9 +5,6 @@
 #include <QCoreApplication>
 #include <QDirIterator>
 #include <QElapsedTimer>
-#include <QThread>
-#include <fcntl.h>
-#include <sys/file.h>
 #include <unistd.h>
 
 using namespace kestrum;
@@ -35,9 +32,9 @@ private Q_SLOTS:
         timer.start();
         const QString error = SettingsFile(path()).read().failureText();
         QVERIFY2(error.contains(path()) && error.contains(QStringLiteral("read")), qUtf8Printable(error));
-        const auto saved = SettingsFile(path()).save(someChange);
-        QVERIFY(!saved && !saved.changed);
-        QCOMPARE(saved.failureText(), error);
+        const auto refused = saved(path(), someValues);
+        QVERIFY(!refused && !refused.changed);
+        QCOMPARE(refused.failureText(), error);
         QVERIFY(timer.elapsed() < 1000);
         QCOMPARE(stateOf(path()).st_mode & S_IFMT, mode_t(isPipe ? S_IFIFO : S_IFDIR));
     }
@@ -54,9 +51,9 @@ private Q_SLOTS:
         write(path(), "{\"b\": 2}");
         QCOMPARE(::chown(QFile::encodeName(path()).constData(), 12345, gid_t(-1)), 0);
         QVERIFY(SettingsFile(path()).read().failureText().contains(QStringLiteral("another user")));
-        const auto saved = SettingsFile(path()).save(someChange);
-        QVERIFY(!saved);
-        QVERIFY(saved.failureText().contains(QStringLiteral("another user")));
+        const auto refused = saved(path(), someValues);
+        QVERIFY(!refused);
+        QVERIFY(refused.failureText().contains(QStringLiteral("another user")));
         QCOMPARE(contentOf(path()), QByteArray("{\"b\": 2}"));
         QCOMPARE(SettingsFile(path(), SettingsFile::Owner::anybody).read()->values.size(), 1);
     }
@@ -95,14 +92,14 @@ private Q_SLOTS:
         const QByteArray ownHome = qgetenv("HOME");
         qputenv("HOME", QFile::encodeName(home));
         const SettingsFile file(home + QStringLiteral("/.config/kestrum/suite.json"));
-        const auto saved = file.save(someChange);
+        const auto refused = saved(file.path(), someValues);
         qputenv("HOME", ownHome);
-        QVERIFY(SettingsFile::troubleOf(saved.failure()) == SettingsFile::Trouble::notAllowed);
-        QVERIFY(!saved && !saved.changed);
-        QVERIFY2(saved.failureText().startsWith(file.path())
-                && saved.failureText().contains(
+        QVERIFY(SettingsFile::troubleOf(refused.failure()) == SettingsFile::Trouble::notAllowed);
+        QVERIFY(!refused && !refused.changed);
+        QVERIFY2(refused.failureText().startsWith(file.path())
+                && refused.failureText().contains(
                     path(qUtf8Printable(theirs)) + QStringLiteral(" belongs to another user")),
-            qUtf8Printable(saved.failureText()));
+            qUtf8Printable(refused.failureText()));
         QCOMPARE(entries(), before);
     }
 
@@ -111,27 +108,25 @@ private Q_SLOTS:
         const QByteArray large = "{\"a\": \"" + QByteArray(SettingsText::maximumBytes, 'x') + "\"}";
         write(path(), large);
         QVERIFY(SettingsFile(path()).read().failureText().contains(QStringLiteral("too large")));
-        QVERIFY(!SettingsFile(path()).save(someChange));
+        QVERIFY(!saved(path(), someValues));
         QCOMPARE(contentOf(path()), large);
     }
 
-    void saveThatWouldBeTooLargeIsRefused()
+    void valueThatCannotBeStoredIsRefused()
     {
-        QVERIFY(SettingsFile(path()).save(someChange));
+        QVERIFY(saved(path(), someValues));
         const QByteArray before = contentOf(path());
-        const QString huge(qsizetype(SettingsText::maximumBytes), u'x');
-        const auto saved = SettingsFile(path()).save({ { { QStringLiteral("b"), huge } }, {} });
-        QVERIFY(!saved);
-        QVERIFY(saved.failureText().contains(QStringLiteral("too large")));
-        QCOMPARE(contentOf(path()), before);
-    }
-
-    void valueThatNoTextCanHoldIsRefused()
-    {
-        const auto saved = SettingsFile(path()).save({ { { QStringLiteral("b"), qQNaN() } }, {} });
-        QVERIFY(!saved);
-        QVERIFY(saved.failureText().contains(QStringLiteral("b has")));
-        QVERIFY(!QFile::exists(path()));
+        const QJsonValue huge(QString(qsizetype(SettingsText::maximumBytes), u'x'));
+        for (const auto& [value, reason] :
+            { std::pair(huge, "too large"), std::pair(QJsonValue(qQNaN()), "b has") }) {
+            for (const QString& file : { path(), path("new.json") }) {
+                const auto refused = saved(file, json({ { "b", value } }));
+                QVERIFY(!refused);
+                QVERIFY2(refused.failureText().contains(QLatin1StringView(reason)), reason);
+            }
+            QCOMPARE(contentOf(path()), before);
+            QVERIFY(!QFile::exists(path("new.json")));
+        }
     }
 
     void readOnlyDirectoryIsToldAndChangesNothing()
@@ -146,63 +141,56 @@ private Q_SLOTS:
                 owned.append(path("suite.json.lock"));
             const OrdinaryUser user(owned);
             QCOMPARE(::chmod(QFile::encodeName(m_directory).constData(), 0500), 0);
-            const auto saved = SettingsFile(path()).save(someChange);
+            const auto refused = saved(path(), someValues);
             QCOMPARE(::chmod(QFile::encodeName(m_directory).constData(), 0700), 0);
-            QVERIFY(!saved);
-            QVERIFY(!saved.changed);
-            QVERIFY2(saved.failureText().contains(path())
-                    && saved.failureText().contains(QStringLiteral("Permission denied")),
-                qUtf8Printable(saved.failureText()));
-            QVERIFY2(saved.failureText().contains(
+            QVERIFY(!refused);
+            QVERIFY(!refused.changed);
+            QVERIFY2(refused.failureText().contains(path())
+                    && refused.failureText().contains(QStringLiteral("Permission denied")),
+                qUtf8Printable(refused.failureText()));
+            QVERIFY2(refused.failureText().contains(
                          hasLock ? QStringLiteral("temporary file") : QStringLiteral("lock")),
-                qUtf8Printable(saved.failureText()));
+                qUtf8Printable(refused.failureText()));
             QCOMPARE(contentOf(path()), QByteArray("{\"b\": 2}"));
         }
     }
 
     void heldLockIsToldAfterTwoSeconds()
     {
-        QVERIFY(SettingsFile(path()).save(someChange));
-        const int holder = ::open(QFile::encodeName(path("suite.json.lock")).constData(), O_RDWR | O_CLOEXEC);
-        QCOMPARE(::flock(holder, LOCK_EX), 0);
+        QVERIFY(saved(path(), someValues));
+        FileDescriptor lock = locked("suite.json.lock");
         QElapsedTimer timer;
         timer.start();
-        const auto saved = SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} });
+        const auto refused = saved(path(), json({ { "a", 2 } }));
         const qint64 waited = timer.elapsed();
-        QVERIFY(!saved);
-        QVERIFY2(saved.failureText().contains(QStringLiteral("lock")), qUtf8Printable(saved.failureText()));
+        QVERIFY(!refused);
+        QVERIFY2(
+            refused.failureText().contains(QStringLiteral("lock")), qUtf8Printable(refused.failureText()));
         QVERIFY2(waited >= 1900 && waited < 5000, QByteArray::number(waited).constData());
-        QCOMPARE(SettingsFile(path()).read()->values, someChange.values); // reading needs no lock
-        ::close(holder);
-        QVERIFY(SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} }));
+        QCOMPARE(SettingsFile(path()).read()->values, someValues); // reading needs no lock
+        lock.close();
+        QVERIFY(saved(path(), json({ { "a", 2 } })));
     }
 
     void lockOfARemovedDirectoryIsNotTaken()
     {
         // While a writer waits for the lock, the directory of the lock is deleted and created again.
-        QVERIFY(SettingsFile(path("d/suite.json")).save(someChange));
-        const int holder
-            = ::open(QFile::encodeName(path("d/suite.json.lock")).constData(), O_RDWR | O_CLOEXEC);
-        QCOMPARE(::flock(holder, LOCK_EX), 0);
-        SettingsFile::Saved saved = Failure();
-        const std::unique_ptr<QThread> writer(QThread::create([&] {
-            saved = SettingsFile(path("d/suite.json")).save({ { { QStringLiteral("b"), 2 } }, {} });
-        }));
-        writer->start();
-        QTest::qSleep(100);
+        const QString file = path("d/suite.json");
+        QVERIFY(saved(file, json({ { "old", 1 } })));
+        FileDescriptor first = locked("d/suite.json.lock");
+        SettingsFile::Saved result = Failure();
+        const auto writer = startSave(file, result);
+        QTRY_VERIFY(isAwaited(first));
         QVERIFY(QDir(path("d")).removeRecursively());
         QVERIFY(QDir().mkpath(path("d")));
-        const int second = ::open(
-            QFile::encodeName(path("d/suite.json.lock")).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-        QCOMPARE(::flock(second, LOCK_EX), 0);
-        ::close(holder);
-        QTest::qSleep(100);
-        const bool wroteUnlocked = QFile::exists(path("d/suite.json"));
-        ::close(second);
+        FileDescriptor second = locked("d/suite.json.lock");
+        first.close();
+        QTRY_VERIFY(isAwaited(second));
+        QVERIFY(!QFile::exists(file));
+        second.close();
         QVERIFY(writer->wait(5000));
-        QVERIFY(!wroteUnlocked);
-        QVERIFY2(saved, qUtf8Printable(saved.failureText()));
-        QCOMPARE(SettingsFile(path("d/suite.json")).read()->values.size(), 1);
+        QVERIFY2(result, qUtf8Printable(result.failureText()));
+        QCOMPARE(SettingsFile(file).read()->values, someValues);
     }
 };
 

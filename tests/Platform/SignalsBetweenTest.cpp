@@ -1,6 +1,8 @@
 #include "Platform/Files/RuntimeDirectory.h"
 #include "Platform/Signals/NotificationCentre.h"
 #include "tests/Support/HelperProcess.h"
+#include "tests/Support/KernelResources.h"
+#include "tests/Support/SettingsInMemory.h"
 #include "tests/Support/SignalRecorder.h"
 
 #include <QCoreApplication>
@@ -8,9 +10,9 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
-#include <QTemporaryDir>
 #include <QTest>
 #include <csignal>
+#include <functional>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,29 +29,19 @@ struct Rounds {
 // Runs two child processes: a writer and a reader of one suite.
 Rounds runRounds(const char* suite, int rounds, const char* way)
 {
-    // The files are in memory if possible: the test is about the order of events, not about the disk.
-    const QByteArray home = qgetenv("XDG_CONFIG_HOME");
-    QTemporaryDir memory(QStringLiteral("/dev/shm/kestrum-XXXXXX"));
-    if (memory.isValid())
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(memory.path()));
+    const SettingsInMemory memory; // the test is about the order of events, not about the disk
     const QString page = TestHome::root() + u'/' + QString::fromLatin1(suite);
     const QString name = QString::fromLatin1(suite);
-    Rounds result;
-    {
-        HelperProcess checker({ QStringLiteral("check"), name, page });
-        if (checker.line() == "ready") {
-            HelperProcess writer(
-                { QStringLiteral("write"), name, page, QString::number(rounds), QString::fromLatin1(way) });
-            writer.line(50'000);
-            result.writer = writer.finish();
-            checker.finish();
-            const QByteArrayList said = checker.line().split(' ');
-            result.checks = said.value(1).toLongLong();
-            result.violations = said.value(3, "-1").toLongLong();
-        }
-    }
-    qputenv("XDG_CONFIG_HOME", home);
-    return result;
+    HelperProcess checker({ QStringLiteral("check"), name, page });
+    if (checker.line() != "ready")
+        return {};
+    HelperProcess writer(
+        { QStringLiteral("write"), name, page, QString::number(rounds), QString::fromLatin1(way) });
+    writer.line(50'000);
+    const int exitCode = writer.finish();
+    checker.finish();
+    const QByteArrayList said = checker.line().split(' ');
+    return { exitCode, said.value(1).toLongLong(), said.value(3, "-1").toLongLong() };
 }
 
 } // namespace
@@ -61,7 +53,7 @@ class SignalsBetweenTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        QTest::qWait(quietTime); // for events of the test before
+        deliverPendingEvents(); // of the test before
         QVERIFY(RuntimeDirectory::shared());
     }
 
@@ -73,8 +65,8 @@ private Q_SLOTS:
         QCOMPARE(helper.line(), QByteArray("heard x/y"));
         NotificationCentre::post(QStringLiteral("z"));
         QCOMPARE(helper.line(), QByteArray("heard z"));
-        QVERIFY(!helper.hasLine(100));
         QCOMPARE(helper.finish(), 0);
+        QCOMPARE(helper.line(), QByteArray());
     }
 
     void postOfAnotherProcessArrivesOnce()
@@ -83,9 +75,7 @@ private Q_SLOTS:
         HelperProcess helper(
             { QStringLiteral("post"), QStringLiteral("suite.updateAvailable"), QStringLiteral("1") });
         QCOMPARE(helper.finish(), 0);
-        QTRY_COMPARE(ear.count, 1);
-        QTest::qWait(quietTime);
-        QCOMPARE(ear.count, 1);
+        QCOMPARE(ear.settled(), 1);
     }
 
     void stuckListenerHoldsUpNobody()
@@ -118,11 +108,6 @@ private Q_SLOTS:
 
     void descriptorsAreNotUsedUp()
     {
-        const auto lowestFree = [] {
-            const int descriptor = ::dup(STDIN_FILENO);
-            ::close(descriptor);
-            return descriptor;
-        };
         const auto round = [] {
             const Ear ear(QStringLiteral("x"));
             QVERIFY(QDir(signalsDirectory()).removeRecursively());
@@ -130,81 +115,53 @@ private Q_SLOTS:
             QTRY_VERIFY(ear.count > 0);
         };
         round();
-        const int before = lowestFree();
+        const int before = lowestFreeDescriptor();
         for (int i = 0; i < 20; ++i)
             round();
-        QCOMPARE(lowestFree(), before);
+        QCOMPARE(lowestFreeDescriptor(), before);
     }
 
-    void removedDirectoryIsMadeAnew()
+    void lostDirectoryIsMadeAnew_data()
     {
+        QTest::addColumn<std::function<void()>>("lose");
+        const auto row
+            = [](const char* name, const std::function<void()>& lose) { QTest::newRow(name) << lose; };
+        const QString root = TestHome::runtimeDirectory();
+        const QString moved = root + QStringLiteral("/old");
+        row("removed", [] { QVERIFY(QDir(signalsDirectory()).removeRecursively()); });
+        row("moved", [moved] { QVERIFY(QDir().rename(signalsDirectory(), moved)); });
+        row("moved with our whole directory",
+            [=] { QVERIFY(QDir().rename(root + QStringLiteral("/kestrum"), moved)); });
+        row("the runtime directory is removed and comes back", [root] {
+            QTRY_VERIFY(QDir(root).removeRecursively()); // the listeners may make it anew meanwhile
+            deliverPendingEvents();
+            QCOMPARE(::mkdir(QFile::encodeName(root).constData(), 0700), 0);
+            deliverPendingEvents();
+        });
+    }
+
+    void lostDirectoryIsMadeAnew()
+    {
+        QFETCH(const std::function<void()>, lose);
         const Ear ear(QStringLiteral("x"));
         HelperProcess helper({ QStringLiteral("listen"), QStringLiteral("x") });
         QCOMPARE(helper.line(), QByteArray("ready"));
+        const auto expect = [&](int count) {
+            QTRY_COMPARE(ear.count, count);
+            QCOMPARE(helper.line(), QByteArray("heard x"));
+        };
         NotificationCentre::post(QStringLiteral("x"));
-        QCOMPARE(helper.line(), QByteArray("heard x"));
-        QTRY_COMPARE(ear.count, 1);
-        QVERIFY(QDir(signalsDirectory()).removeRecursively());
+        expect(1);
+        lose();
         NotificationCentre::post(QStringLiteral("x"));
-        QTRY_VERIFY(ear.count > 1);
-        QCOMPARE(helper.line(), QByteArray("heard x"));
-        QVERIFY(!helper.hasLine(100));
-        QCOMPARE(ear.count, 2);
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_COMPARE(ear.count, 3);
-        QCOMPARE(helper.line(), QByteArray("heard x"));
-        QVERIFY(!helper.hasLine(100));
-    }
-
-    void movedDirectoryIsMadeAnew()
-    {
-        const Ear ear(QStringLiteral("x"));
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_COMPARE(ear.count, 1);
-        const QString moved = TestHome::runtimeDirectory() + QStringLiteral("/old");
-        QVERIFY(QDir().rename(signalsDirectory(), moved));
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_VERIFY(ear.count > 1);
-        QTest::qWait(quietTime);
-        const int before = ear.count;
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_COMPARE(ear.count, before + 1);
+        expect(2);
+        QCOMPARE(ear.settled(), 2);
+        HelperProcess other({ QStringLiteral("post"), QStringLiteral("x"), QStringLiteral("1") });
+        QCOMPARE(other.finish(), 0);
+        expect(3);
         QVERIFY(QFile::exists(signalsDirectory() + QStringLiteral("/x")));
-        QVERIFY(QDir(moved).removeRecursively());
-    }
-
-    void movedRuntimeDirectoryIsMadeAnew()
-    {
-        const QString ours = TestHome::runtimeDirectory() + QStringLiteral("/kestrum");
-        const QString moved = TestHome::runtimeDirectory() + QStringLiteral("/old");
-        const Ear ear(QStringLiteral("x"));
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_COMPARE(ear.count, 1);
-        QVERIFY(QDir().rename(ours, moved));
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_VERIFY(ear.count > 1);
-        QTest::qWait(quietTime);
-        HelperProcess helper({ QStringLiteral("post"), QStringLiteral("x"), QStringLiteral("1") });
-        const int before = ear.count;
-        QCOMPARE(helper.finish(), 0);
-        QTRY_COMPARE(ear.count, before + 1);
-        QVERIFY(QDir(moved).removeRecursively());
-    }
-
-    void runtimeDirectoryThatCameAnewIsFollowed()
-    {
-        const QString root = TestHome::runtimeDirectory();
-        const Ear ear(QStringLiteral("x"));
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_COMPARE(ear.count, 1);
-        QVERIFY(QDir(root).removeRecursively());
-        QTest::qWait(quietTime);
-        QCOMPARE(::mkdir(QFile::encodeName(root).constData(), 0700), 0);
-        QTest::qWait(quietTime);
-        const int before = ear.count;
-        NotificationCentre::post(QStringLiteral("x"));
-        QTRY_COMPARE(ear.count, before + 1);
-        QVERIFY(QFile::exists(signalsDirectory() + QStringLiteral("/x")));
+        QVERIFY(!helper.hasLine(100));
+        QDir(TestHome::runtimeDirectory() + QStringLiteral("/old")).removeRecursively();
     }
 
     void directoryRemovedWhileOthersListenIsFound()
@@ -237,9 +194,7 @@ private Q_SLOTS:
         QTRY_COMPARE(ear.count, 1); // delivery within this process still works
         QVERIFY(QFile::remove(signalsDirectory()));
         NotificationCentre::post(name);
-        QTRY_COMPARE(ear.count, 2);
-        QTest::qWait(quietTime);
-        QCOMPARE(ear.count, 2);
+        QCOMPARE(ear.settled(), 2);
         HelperProcess helper({ QStringLiteral("post"), name, QStringLiteral("1") });
         QCOMPARE(helper.finish(), 0);
         QTRY_COMPARE(ear.count, 3);
@@ -253,9 +208,7 @@ private Q_SLOTS:
             NotificationCentre::post(QStringLiteral("a"));
             NotificationCentre::post(QStringLiteral("b"));
         }
-        QTRY_COMPARE(posted.count, 1);
-        QTest::qWait(quietTime);
-        QCOMPARE(posted.count, 1);
+        QCOMPARE(posted.settled(), 1);
         QCOMPARE(never.count, 0);
     }
 

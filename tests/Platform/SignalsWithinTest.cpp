@@ -55,8 +55,7 @@ private Q_SLOTS:
     {
         NotificationCentre::post(QStringLiteral("x"));
         const Ear ear(QStringLiteral("x"));
-        QTest::qWait(20);
-        QCOMPARE(ear.count, 0);
+        QCOMPARE(ear.settled(), 0);
     }
 
     void cancelledHandlerDoesNotRun()
@@ -65,7 +64,7 @@ private Q_SLOTS:
         const auto token = NotificationCentre::registerDispatch(QStringLiteral("x"), [&calls] { ++calls; });
         NotificationCentre::post(QStringLiteral("x"));
         NotificationCentre::cancel(*token);
-        QTest::qWait(20);
+        deliverPendingEvents();
         QCOMPARE(calls, 0);
     }
 

@@ -2,6 +2,8 @@
 // Other tests let a call fail with ENOSPC. A really full disk also shows calls that report no error.
 
 #include "Platform/Store/SettingsFile.h"
+#include "tests/Support/FileContent.h"
+#include "tests/Support/JsonValues.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
@@ -48,140 +50,122 @@ class StoreFullDiskTest : public QObject {
     Q_OBJECT
 
 public:
-    static bool s_hasNameSpace;
+    static inline bool s_hasNameSpace = false;
 
 private Q_SLOTS:
-    void initTestCase();
-    void init();
-    void cleanup();
-    void fullDiskKeepsTheOldFileAndIsTold_data();
-    void fullDiskKeepsTheOldFileAndIsTold();
-    void noInodeLeftKeepsTheOldFileAndIsTold();
-    void readOnlyFileSystemIsTold();
+    void initTestCase()
+    {
+        if (!s_hasNameSpace)
+            QSKIP("the kernel gives this user no mount name space of their own");
+    }
+
+    void init()
+    {
+        m_isMounted = ::mount("kestrum", mountPoint, "tmpfs", 0, "size=64k,mode=0700") == 0;
+        QVERIFY2(m_isMounted, qUtf8Printable(qt_error_string(errno)));
+    }
+
+    void cleanup()
+    {
+        if (m_isMounted)
+            QCOMPARE(::umount2(mountPoint, MNT_DETACH), 0);
+    }
+
+    void fullDiskKeepsTheOldFileAndIsTold_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<int>("freePages");
+        for (const int freePages : { 0, 1, 2 }) {
+            for (const int size :
+                { 100, 1000, 4000, 4050, 4096, 5000, 8000, 8150, 9000, 12'000, 16'000, 24'000 })
+                QTest::addRow("%d bytes, %d pages free", size, freePages) << size << freePages;
+        }
+    }
+
+    void fullDiskKeepsTheOldFileAndIsTold()
+    {
+        QFETCH(const int, size);
+        QFETCH(const int, freePages);
+        const SettingsFile file(path());
+        QVERIFY(file.save(payload(size, 0)));
+        const QByteArray before = contentOf(path());
+        const bool fits = (before.size() + 4095) / 4096 <= freePages;
+        fillUpTo(quint64(freePages));
+
+        const auto saved = file.save(payload(size, 1));
+        QCOMPARE(bool(saved), fits);
+        if (!fits) {
+            QCOMPARE(contentOf(path()), before);
+            QVERIFY2(saved.failureText().contains(path())
+                    && saved.failureText().contains(QStringLiteral("No space left")),
+                qUtf8Printable(saved.failureText()));
+            QCOMPARE(SettingsFile::troubleOf(saved.failure()), SettingsFile::Trouble::diskFull);
+            QCOMPARE(QDir(QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum"))
+                         .entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden),
+                QStringList());
+            QVERIFY(QFile::remove(QString::fromLatin1(mountPoint) + QStringLiteral("/ballast")));
+            QVERIFY(file.save(payload(size, 1)));
+        }
+        QCOMPARE(file.read()->values, payload(size, 1).values);
+    }
+
+    void noInodeLeftKeepsTheOldFileAndIsTold()
+    {
+        const SettingsFile file(path());
+        QVERIFY(file.save(payload(100, 0)));
+        const QByteArray before = contentOf(path());
+        // The limit is the number of inodes in use: the root, the directory, the file and its lock.
+        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=4"), 0);
+        const auto saved = file.save(payload(100, 1));
+        QVERIFY(!saved);
+        QVERIFY2(saved.failureText().contains(QStringLiteral("temporary file: No space left")),
+            qUtf8Printable(saved.failureText()));
+        QCOMPARE(contentOf(path()), before);
+        const auto first = SettingsFile(path() + QStringLiteral(".other")).save(payload(100, 0));
+        QVERIFY(!first);
+        QVERIFY2(first.failureText().contains(QStringLiteral("lock: No space left")),
+            qUtf8Printable(first.failureText()));
+        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=100"), 0);
+        QVERIFY(file.save(payload(100, 1)));
+    }
+
+    void readOnlyFileSystemIsTold()
+    {
+        const SettingsFile file(path());
+        QVERIFY(file.save(payload(100, 0)));
+        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT | MS_RDONLY, "size=64k"), 0);
+        const auto saved = file.save(payload(100, 1));
+        QVERIFY(!saved);
+        QVERIFY2(saved.failureText().contains(QStringLiteral("Read-only file system")),
+            qUtf8Printable(saved.failureText()));
+        QCOMPARE(file.read()->values, payload(100, 0).values);
+    }
 
 private:
     QString path() const { return QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum/suite.json"); }
-    QByteArray content() const;
-    static void fillUpTo(quint64 freePages);
+
+    static void fillUpTo(quint64 freePages)
+    {
+        struct statvfs state = {};
+        QCOMPARE(::statvfs(mountPoint, &state), 0);
+        QVERIFY(state.f_bfree >= freePages);
+        const QByteArray name = mountPoint + QByteArray("/ballast");
+        const int file = ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+        const QByteArray page(qsizetype(state.f_bsize), 'x');
+        for (quint64 i = freePages; i < state.f_bfree; ++i)
+            QCOMPARE(::write(file, page.constData(), size_t(page.size())), ssize_t(page.size()));
+        ::close(file);
+        QCOMPARE(::statvfs(mountPoint, &state), 0);
+        QCOMPARE(state.f_bfree, freePages);
+    }
+
     static SettingsFile::Changes payload(int size, int version)
     {
-        return { { { QStringLiteral("a"), QString(size, QChar(u'a' + version)) },
-                     { QStringLiteral("v"), version } },
-            {} };
+        return { json({ { "a", QString(size, QChar(u'a' + version)) }, { "v", version } }), {} };
     }
 
     bool m_isMounted = false;
 };
-
-bool StoreFullDiskTest::s_hasNameSpace = false;
-
-void StoreFullDiskTest::initTestCase()
-{
-    if (!s_hasNameSpace)
-        QSKIP("the kernel gives this user no mount name space of their own");
-}
-
-void StoreFullDiskTest::init()
-{
-    m_isMounted = ::mount("kestrum", mountPoint, "tmpfs", 0, "size=64k,mode=0700") == 0;
-    QVERIFY2(m_isMounted, qUtf8Printable(qt_error_string(errno)));
-}
-
-void StoreFullDiskTest::cleanup()
-{
-    if (m_isMounted)
-        QCOMPARE(::umount2(mountPoint, MNT_DETACH), 0);
-}
-
-QByteArray StoreFullDiskTest::content() const
-{
-    QFile file(path());
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("cannot be read");
-}
-
-void StoreFullDiskTest::fillUpTo(quint64 freePages)
-{
-    struct statvfs state = {};
-    QCOMPARE(::statvfs(mountPoint, &state), 0);
-    QVERIFY(state.f_bfree >= freePages);
-    const QByteArray name = mountPoint + QByteArray("/ballast");
-    const int file = ::open(name.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
-    const QByteArray page(qsizetype(state.f_bsize), 'x');
-    for (quint64 i = freePages; i < state.f_bfree; ++i)
-        QCOMPARE(::write(file, page.constData(), size_t(page.size())), ssize_t(page.size()));
-    ::close(file);
-    QCOMPARE(::statvfs(mountPoint, &state), 0);
-    QCOMPARE(state.f_bfree, freePages);
-}
-
-void StoreFullDiskTest::fullDiskKeepsTheOldFileAndIsTold_data()
-{
-    QTest::addColumn<int>("size");
-    QTest::addColumn<int>("freePages");
-    for (const int freePages : { 0, 1, 2 }) {
-        for (const int size : { 100, 1000, 4000, 4050, 4096, 5000, 8000, 8150, 9000, 12'000, 16'000, 24'000 })
-            QTest::addRow("%d bytes, %d pages free", size, freePages) << size << freePages;
-    }
-}
-
-void StoreFullDiskTest::fullDiskKeepsTheOldFileAndIsTold()
-{
-    QFETCH(const int, size);
-    QFETCH(const int, freePages);
-    const SettingsFile file(path());
-    QVERIFY(file.save(payload(size, 0)));
-    const QByteArray before = content();
-    const bool fits = (before.size() + 4095) / 4096 <= freePages;
-    fillUpTo(quint64(freePages));
-
-    const auto saved = file.save(payload(size, 1));
-    QCOMPARE(bool(saved), fits);
-    if (!fits) {
-        QCOMPARE(content(), before);
-        QVERIFY2(saved.failureText().contains(path())
-                && saved.failureText().contains(QStringLiteral("No space left")),
-            qUtf8Printable(saved.failureText()));
-        QCOMPARE(SettingsFile::troubleOf(saved.failure()), SettingsFile::Trouble::diskFull);
-        QCOMPARE(QDir(QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum"))
-                     .entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden),
-            QStringList());
-        QVERIFY(QFile::remove(QString::fromLatin1(mountPoint) + QStringLiteral("/ballast")));
-        QVERIFY(file.save(payload(size, 1)));
-    }
-    QCOMPARE(file.read()->values, payload(size, 1).values);
-}
-
-void StoreFullDiskTest::noInodeLeftKeepsTheOldFileAndIsTold()
-{
-    const SettingsFile file(path());
-    QVERIFY(file.save(payload(100, 0)));
-    const QByteArray before = content();
-    // The limit is the number of inodes in use: the root, the directory, the file and its lock.
-    QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=4"), 0);
-    const auto saved = file.save(payload(100, 1));
-    QVERIFY(!saved);
-    QVERIFY2(saved.failureText().contains(QStringLiteral("temporary file: No space left")),
-        qUtf8Printable(saved.failureText()));
-    QCOMPARE(content(), before);
-    const auto first = SettingsFile(path() + QStringLiteral(".other")).save(payload(100, 0));
-    QVERIFY(!first);
-    QVERIFY2(first.failureText().contains(QStringLiteral("lock: No space left")),
-        qUtf8Printable(first.failureText()));
-    QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=100"), 0);
-    QVERIFY(file.save(payload(100, 1)));
-}
-
-void StoreFullDiskTest::readOnlyFileSystemIsTold()
-{
-    const SettingsFile file(path());
-    QVERIFY(file.save(payload(100, 0)));
-    QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT | MS_RDONLY, "size=64k"), 0);
-    const auto saved = file.save(payload(100, 1));
-    QVERIFY(!saved);
-    QVERIFY2(saved.failureText().contains(QStringLiteral("Read-only file system")),
-        qUtf8Printable(saved.failureText()));
-    QCOMPARE(file.read()->values, payload(100, 0).values);
-}
 
 KESTRUM_TEST_MAIN_OF(StoreFullDiskTest)(int argc, char** argv)
 {

@@ -2,6 +2,7 @@
 
 #include "Platform/Store/SettingsFile.h"
 #include "Platform/Store/UserDefaults.h"
+#include "tests/Support/SettingsInMemory.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
@@ -9,7 +10,6 @@
 #include <QElapsedTimer>
 #include <QProcess>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QTest>
 #include <csignal>
 #include <cstdio>
@@ -163,29 +163,19 @@ private Q_SLOTS:
         }
     }
 
-    void tenWritersGetTheirTurns()
-    {
-        constexpr int saves = 50;
-        for (char writer = 'a'; writer < 'k'; ++writer)
-            start(QByteArray(1, writer), saves);
-        finish(); // no writer had to give up waiting for the lock
-        const auto store = UserDefaults::withSuiteName(m_suite);
-        for (char writer = 'a'; writer < 'k'; ++writer)
-            QCOMPARE(store->number(keyName(QByteArray(1, writer), saves % keysPerWriter)), double(saves));
-    }
-
-    void tenWritersGetTheirTurnsOnASlowDisk_data()
+    void tenWritersGetTheirTurns_data()
     {
         QTest::addColumn<int>("delay");
         QTest::addColumn<int>("saves");
         // No writer holds the lock for longer than two flushes. On the slowest disk, one turn of all writers takes longer than
         // a writer waits for a lock that does not move on.
+        QTest::newRow("in memory") << 0 << 50;
         QTest::newRow("2 ms more a flush") << 2000 << 100;
         QTest::newRow("15 ms more") << 15'000 << 20;
         QTest::newRow("150 ms more") << 150'000 << 3;
     }
 
-    void tenWritersGetTheirTurnsOnASlowDisk()
+    void tenWritersGetTheirTurns()
     {
         QFETCH(const int, delay);
         QFETCH(const int, saves);
@@ -193,7 +183,7 @@ private Q_SLOTS:
         for (char writer = 'a'; writer < 'k'; ++writer)
             start(QByteArray(1, writer), saves);
         qunsetenv(slowFlush);
-        finish();
+        finish(); // no writer had to give up waiting for the lock
         const auto store = UserDefaults::withSuiteName(m_suite);
         for (char writer = 'a'; writer < 'k'; ++writer)
             QCOMPARE(store->number(keyName(QByteArray(1, writer), saves % keysPerWriter)), double(saves));
@@ -320,10 +310,7 @@ KESTRUM_TEST_MAIN_OF(StoreProcessesTest)(int argc, char** argv)
     if (part == "read" && argc == 3)
         return read(QString::fromUtf8(argv[2]));
     const TestHome home;
-    // Files in memory: on a slow disk, thousands of saves would take minutes, and writers would collide less often.
-    const QTemporaryDir memory(QStringLiteral("/dev/shm/kestrum-XXXXXX"));
-    if (memory.isValid())
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(memory.path()));
+    const SettingsInMemory memory; // on a disk, writers would also collide less often
     const QCoreApplication application(argc, argv);
     StoreProcessesTest test;
     return QTest::qExec(&test, argc, argv);

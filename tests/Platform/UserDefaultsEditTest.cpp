@@ -21,13 +21,12 @@ private Q_SLOTS:
         QVERIFY(observed.store->set("a", 1));
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
         write(path(), "{\"a\":1}"); // another layout
-        QTest::qWait(quietTime);
+        QCOMPARE(observed.settled(), 1);
         replace(path(), textOf(1));
-        QTest::qWait(quietTime);
-        QCOMPARE(observed.notices, 1);
+        QCOMPARE(observed.settled(), 1);
         // The watch still reports changes.
         replace(path(), textOf(2));
-        QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);
+        QCOMPARE(observed.settled(), 2);
     }
 
     void editsByHandAreSeen_data()
@@ -49,7 +48,7 @@ private Q_SLOTS:
         QTest::newRow("directory deleted and made again")
             << Edit([](const QString& path, const QByteArray& content) {
                    QVERIFY(QDir(TestHome::configDirectory()).removeRecursively());
-                   QTest::qWait(quietTime / 3);
+                   deliverPendingEvents();
                    QVERIFY(QDir().mkpath(TestHome::configDirectory()));
                    write(path, content);
                });
@@ -79,8 +78,7 @@ private Q_SLOTS:
         Observed observed(m_suite);
         for (int i = 1; i <= 10; ++i) {
             QVERIFY(observed.store->set("a", -i));
-            QTRY_VERIFY_WITH_TIMEOUT(observed.notices > 0, longestDelay);
-            QTest::qWait(5);
+            QVERIFY(observed.settled() > 0);
             observed.notices = 0;
             QElapsedTimer timer;
             timer.start();
@@ -123,13 +121,11 @@ private Q_SLOTS:
         expect(5);
         // Changes of the old target are ignored.
         write(one + QStringLiteral("/real.json"), textOf(6));
-        QTest::qWait(quietTime);
-        QCOMPARE(observed.notices, notices);
+        QCOMPARE(observed.settled(), notices);
         // A save of this store goes to the target and gives one notice.
         QVERIFY(observed.store->set("a", 7));
         expect(7);
-        QTest::qWait(quietTime);
-        QCOMPARE(observed.notices, notices);
+        QCOMPARE(observed.settled(), notices);
         QVERIFY(QFileInfo(path()).isSymLink());
     }
 
@@ -157,7 +153,7 @@ private Q_SLOTS:
         QCOMPARE(observed.store->number("a"), 0.0);
         for (int i = 1; i <= 5; ++i) {
             QVERIFY(QDir(target).removeRecursively());
-            QTest::qWait(quietTime / 3);
+            deliverPendingEvents();
             QVERIFY(QDir().mkpath(target));
             edit(i);
             QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), double(i), longestDelay);
@@ -195,7 +191,7 @@ private Q_SLOTS:
     void damagedEditKeepsTheGoodKeys()
     {
         Observed observed(m_suite);
-        QVERIFY(observed.store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 } }, {}));
+        QVERIFY(observed.store->apply(json({ { "a", 1 }, { "b", 1 } }), {}));
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
         write(path(), "{\n\"a\": 2,\n\"b\": tru\n}");
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 2, longestDelay);

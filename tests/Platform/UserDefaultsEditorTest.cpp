@@ -34,7 +34,7 @@ private Q_SLOTS:
     void savingInStepsShowsOnlyOldAndNew()
     {
         Observed observed(m_suite);
-        observed.store->registerDefaults({ { QStringLiteral("language"), QStringLiteral("system") } });
+        observed.store->registerDefaults(json({ { "language", QStringLiteral("system") } }));
         // A store without observers reads the file again only if the counter has changed.
         const auto reader = opened();
         const auto counter = GenerationCounter::open(m_suite);
@@ -71,7 +71,7 @@ private Q_SLOTS:
     void fileThatStaysAwayIsBelievedGone()
     {
         Observed observed(m_suite);
-        observed.store->registerDefaults({ { QStringLiteral("language"), QStringLiteral("system") } });
+        observed.store->registerDefaults(json({ { "language", QStringLiteral("system") } }));
         QElapsedTimer timer;
         timer.start();
         QVERIFY(QFile::remove(path()));

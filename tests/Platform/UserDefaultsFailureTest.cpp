@@ -1,4 +1,5 @@
 #include "tests/Support/FileContent.h"
+#include "tests/Support/JsonValues.h"
 #include "tests/Support/OrdinaryUser.h"
 #include "tests/Support/OwnSuite.h"
 
@@ -44,7 +45,7 @@ private Q_SLOTS:
             QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::none);
             QTRY_COMPARE(successes, 1);
             QVERIFY(store->set("a", 3));
-            QTest::qWait(20);
+            QCoreApplication::processEvents();
             QCOMPARE(successes, 1); // reported only after a failure
         }
         if (::geteuid() == 0) {
@@ -71,7 +72,7 @@ private Q_SLOTS:
     {
         QVERIFY(QDir().mkpath(path()));
         const auto store = opened();
-        store->registerDefaults({ { QStringLiteral("a"), 1 } });
+        store->registerDefaults(json({ { "a", 1 } }));
         QCOMPARE(store->number("a"), 1.0);
         QVERIFY(store->lastError().contains(path()));
         QCOMPARE(store->lastTrouble(), SettingsFile::Trouble::other);

@@ -1,4 +1,5 @@
 #include "tests/Support/FileContent.h"
+#include "tests/Support/JsonValues.h"
 #include "tests/Support/OwnSuite.h"
 
 #include <QCoreApplication>
@@ -21,20 +22,17 @@ private Q_SLOTS:
             R"({"a": 2, "b": 2})");
         write(path(), R"({"a": 3})");
         const auto store = opened();
-        store->registerDefaults(
-            { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 1 }, { QStringLiteral("c"), 1 } });
+        store->registerDefaults(json({ { "a", 1 }, { "b", 1 }, { "c", 1 } }));
         QCOMPARE(store->number("a"), 3.0);
         QCOMPARE(store->number("b"), 2.0);
         QCOMPARE(store->number("c"), 1.0);
-        QCOMPARE(store->dictionary(),
-            (QJsonObject {
-                { QStringLiteral("a"), 3 }, { QStringLiteral("b"), 2 }, { QStringLiteral("c"), 1 } }));
-        QCOMPARE(store->storedDictionary(), (QJsonObject { { QStringLiteral("a"), 3 } }));
+        QCOMPARE(store->dictionary(), json({ { "a", 3 }, { "b", 2 }, { "c", 1 } }));
+        QCOMPARE(store->storedDictionary(), json({ { "a", 3 } }));
         // A stored value of the wrong type hides the values of the lower layers, so the typed read returns nothing.
         QVERIFY(store->set("b", QStringLiteral("text")));
         QVERIFY(!store->number("b"));
         // Registering again adds defaults and replaces earlier ones.
-        store->registerDefaults({ { QStringLiteral("c"), 5 }, { QStringLiteral("d"), 5 } });
+        store->registerDefaults(json({ { "c", 5 }, { "d", 5 } }));
         QCOMPARE(store->number("c"), 5.0);
         QCOMPARE(store->number("d"), 5.0);
         QCOMPARE(store->number("a"), 3.0);
@@ -81,26 +79,25 @@ private Q_SLOTS:
     void registeredDefaultsAreNeverSaved()
     {
         const auto store = opened();
-        store->registerDefaults({ { QStringLiteral("default"), 1 } });
+        store->registerDefaults(json({ { "default", 1 } }));
         QVERIFY(!QFile::exists(path()));
         QVERIFY(store->set("own", 2));
-        QCOMPARE(QJsonDocument::fromJson(contentOf(path())).object(),
-            (QJsonObject { { QStringLiteral("own"), 2 } }));
+        QCOMPARE(QJsonDocument::fromJson(contentOf(path())).object(), json({ { "own", 2 } }));
     }
 
     void valueEqualToTheRegisteredDefaultIsStored()
     {
         const auto store = opened();
-        store->registerDefaults({ { QStringLiteral("a"), true } });
+        store->registerDefaults(json({ { "a", true } }));
         QVERIFY(store->set("a", true));
-        QCOMPARE(store->storedDictionary(), (QJsonObject { { QStringLiteral("a"), true } }));
+        QCOMPARE(store->storedDictionary(), json({ { "a", true } }));
         QCOMPARE(opened()->boolean("a"), true);
     }
 
     void removedKeyFallsBackToItsDefault()
     {
         const auto store = opened();
-        store->registerDefaults({ { QStringLiteral("a"), 1 } });
+        store->registerDefaults(json({ { "a", 1 } }));
         QVERIFY(store->set("a", 2));
         QVERIFY(store->remove("a"));
         QCOMPARE(store->number("a"), 1.0);

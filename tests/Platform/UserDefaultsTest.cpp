@@ -1,5 +1,7 @@
 #include "tests/Support/FileContent.h"
+#include "tests/Support/JsonValues.h"
 #include "tests/Support/OwnSuite.h"
+#include "tests/Support/SettingsInMemory.h"
 
 #include <QCoreApplication>
 #include <QJsonArray>
@@ -8,7 +10,6 @@
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-#include <vector>
 
 using namespace kestrum;
 
@@ -81,7 +82,7 @@ private Q_SLOTS:
     void aSnapshotHoldsAllLayersAndNeverChanges()
     {
         const auto store = opened();
-        store->registerDefaults({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), true } });
+        store->registerDefaults(json({ { "a", 1 }, { "b", true } }));
         QVERIFY(store->set("a", QStringLiteral("x")));
         const SettingsSnapshot before = store->snapshot();
         QVERIFY(opened()->set("a", QStringLiteral("y")));
@@ -116,17 +117,16 @@ private Q_SLOTS:
         QVERIFY(store->set("old", 1));
         QVERIFY(store->apply(
             { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }, { QStringLiteral("old") }));
-        QCOMPARE(opened()->storedDictionary(),
-            (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
+        QCOMPARE(opened()->storedDictionary(), json({ { "a", 1 }, { "b", 2 } }));
     }
 
     void undefinedRemovesAndNullStays()
     {
         const auto store = opened();
-        QVERIFY(store->apply({ { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }, {}));
+        QVERIFY(store->apply(json({ { "a", 1 }, { "b", 2 } }), {}));
         QVERIFY(store->set("a", QJsonValue::Undefined));
         QVERIFY(store->set("b", QJsonValue::Null));
-        QCOMPARE(opened()->storedDictionary(), (QJsonObject { { QStringLiteral("b"), QJsonValue::Null } }));
+        QCOMPARE(opened()->storedDictionary(), json({ { "b", QJsonValue::Null } }));
     }
 
     void keysAndTextsMayBeAnyUnicode()
@@ -181,8 +181,7 @@ private Q_SLOTS:
         QVERIFY(store->set("a", 1));
         write(path(), R"({"a": 7, "b": 2})");
         QVERIFY(store->set("a", 1)); // equal to the cached value, not to the file's
-        QCOMPARE(opened()->storedDictionary(),
-            (QJsonObject { { QStringLiteral("a"), 1 }, { QStringLiteral("b"), 2 } }));
+        QCOMPARE(opened()->storedDictionary(), json({ { "a", 1 }, { "b", 2 } }));
         QCOMPARE(store->number("b"), 2.0);
     }
 
@@ -202,38 +201,46 @@ private Q_SLOTS:
     void threadsReadWhileOthersWrite()
     {
         const auto store = opened();
-        QVERIFY(store->apply({ { QStringLiteral("a"), 0 }, { QStringLiteral("b"), 0 } }, {}));
+        QVERIFY(store->apply(json({ { "a", 0 }, { "b", 0 } }), {}));
+        std::atomic<const char*> mistake = nullptr;
         std::atomic<bool> isOver = false;
-        std::atomic<int> mistakes = 0;
-        std::vector<std::unique_ptr<QThread>> threads;
-        threads.reserve(3);
-        for (int i = 0; i < 2; ++i) {
-            threads.emplace_back(QThread::create([&] {
-                double last = 0;
-                while (!isOver) {
-                    const double a = store->number("a").value_or(-1);
-                    const QJsonObject both = store->storedDictionary();
-                    if (a < last || both.value(u"a") != both.value(u"b"))
-                        ++mistakes;
-                    last = a;
-                }
-            }));
-        }
-        threads.emplace_back(QThread::create([&] {
-            for (int i = 1; i <= 100; ++i)
-                mistakes += store->set("c", i) && store->number("c") == i ? 0 : 1;
-        }));
+        const auto expect = [&mistake](bool isTrue, const char* what) {
+            if (!isTrue)
+                mistake = what;
+        };
+        const auto read = [&] {
+            for (double last = 0; !isOver; QThread::yieldCurrentThread()) {
+                const double a = store->number("a").value_or(-1);
+                const QJsonObject both = store->storedDictionary();
+                expect(a >= last, "an older value came back");
+                expect(both.value(u"a") == both.value(u"b"), "half of a save was read");
+                last = a;
+            }
+        };
+        const auto write = [&] {
+            for (int i = 1; i <= 100; ++i) {
+                expect(store->set("c", i), "a save failed");
+                expect(store->number("c") == i, "a saved value was not read");
+            }
+        };
+        const std::unique_ptr<QThread> threads[] { std::unique_ptr<QThread>(QThread::create(read)),
+            std::unique_ptr<QThread>(QThread::create(read)),
+            std::unique_ptr<QThread>(QThread::create(write)) };
         for (const auto& thread : threads)
             thread->start();
         for (int i = 1; i <= 100; ++i)
-            QVERIFY(store->apply({ { QStringLiteral("a"), i }, { QStringLiteral("b"), i } }, {}));
+            expect(store->apply(json({ { "a", i }, { "b", i } }), {}), "a save failed");
         isOver = true;
         for (const auto& thread : threads)
             QVERIFY(thread->wait(20'000));
-        QCOMPARE(mistakes, 0);
+        QVERIFY2(!mistake, mistake);
         QCOMPARE(store->number("c"), 100.0);
         QCOMPARE(opened()->storedDictionary(), store->storedDictionary());
     }
+
+private:
+    const SettingsInMemory
+        m_memory; // on a busy disk, one flush can take longer than a writer waits for the lock
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, UserDefaultsTest)

@@ -2,14 +2,16 @@
 
 // The event loop of these tests runs only while they wait, so all writes between two waits belong to one turn of the loop.
 
+#include "tests/Support/JsonValues.h"
 #include "tests/Support/OwnSuite.h"
-#include "tests/Support/QuietTime.h"
+#include "tests/Support/PendingEvents.h"
 
 #include <QByteArrayList>
 #include <QDir>
 #include <QTest>
 #include <fcntl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace kestrum {
 
@@ -27,8 +29,21 @@ protected:
                 keys.append(changed.join(u',').toUtf8());
             });
         }
+        /// The number of notices after all changes so far.
+        int settled() const
+        {
+            deliverPendingEvents();
+            return notices;
+        }
+        /// The keys of each notice since the last call, after all changes so far.
+        QByteArrayList named()
+        {
+            deliverPendingEvents();
+            return std::exchange(keys, {});
+        }
+
         int notices = 0;
-        QByteArrayList keys; ///< the keys of each notice
+        QByteArrayList keys;
         std::unique_ptr<UserDefaults> store;
     };
 

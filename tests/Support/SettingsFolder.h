@@ -1,9 +1,15 @@
 #pragma once
 
+#include "Platform/Files/FileDescriptor.h"
 #include "Platform/Store/SettingsFile.h"
 #include "tests/Support/FileContent.h"
+#include "tests/Support/JsonValues.h"
 #include "tests/Support/TestHome.h"
 
+#include <QThread>
+#include <fcntl.h>
+#include <memory>
+#include <sys/file.h>
 #include <sys/stat.h>
 
 namespace kestrum {
@@ -28,7 +34,38 @@ protected:
         return state;
     }
 
-    const SettingsFile::Changes someChange { { { QStringLiteral("a"), 1 } }, {} };
+    static SettingsFile::Saved saved(const QString& path, const QJsonObject& values)
+    {
+        return SettingsFile(path).save({ values, {} });
+    }
+    /// Holds the lock in that file, as a writer does, as long as the descriptor is open.
+    FileDescriptor locked(const char* name) const
+    {
+        FileDescriptor file(
+            ::open(QFile::encodeName(path(name)).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 ? std::move(file) : FileDescriptor();
+    }
+    /// Whether a writer waits for that lock.
+    static bool isAwaited(const FileDescriptor& lock)
+    {
+        struct stat state = {};
+        ::fstat(lock.get(), &state);
+        const QByteArray inode = ':' + QByteArray::number(quint64(state.st_ino)) + ' ';
+        const QByteArrayList locks = contentOf(QStringLiteral("/proc/locks")).split('\n');
+        return std::any_of(locks.begin(), locks.end(),
+            [&inode](const QByteArray& line) { return line.contains("-> FLOCK") && line.contains(inode); });
+    }
+    /// Saves `someValues` in a new thread; `result` is set when the thread has ended.
+    static std::unique_ptr<QThread> startSave(const QString& path, SettingsFile::Saved& result)
+    {
+        std::unique_ptr<QThread> writer(QThread::create([=, &result] {
+            result = saved(path, json({ { "a", 1 } }));
+        }));
+        writer->start();
+        return writer;
+    }
+
+    const QJsonObject someValues = json({ { "a", 1 } });
     QString m_directory;
 
 private:

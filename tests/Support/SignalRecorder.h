@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Signals/NotificationCentre.h"
+#include "tests/Support/PendingEvents.h"
 #include "tests/Support/QuietTime.h"
 #include "tests/Support/TestHome.h"
 
@@ -34,6 +35,13 @@ struct Ear {
     }
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
+
+    /// The number of deliveries of all posts so far.
+    int settled() const
+    {
+        deliverPendingEvents();
+        return count;
+    }
 
     // Also a const object counts.
     mutable int count = 0;

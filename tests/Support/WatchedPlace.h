@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Platform/Files/DirectoryWatch.h"
-#include "tests/Support/QuietTime.h"
+#include "tests/Support/PendingEvents.h"
 
 #include <QDir>
 #include <QFile>
@@ -27,9 +27,14 @@ struct WatchRecorder {
     std::unique_ptr<DirectoryWatch> watch;
 };
 
-/// A temporary folder of one test. Names are relative to it.
+/// A temporary folder of one test, with a folder "d". Names are relative to it.
 class WatchedPlace {
 protected:
+    void makePlace()
+    {
+        m_place = std::make_unique<QTemporaryDir>();
+        makeDirectory("d");
+    }
     QString path(const char* name) const { return m_place->filePath(QString::fromLatin1(name)); }
     QByteArray encoded(const char* name) const { return QFile::encodeName(path(name)); }
     void makeDirectory(const char* name) const { QCOMPARE(::mkdir(encoded(name).constData(), 0700), 0); }
@@ -50,7 +55,7 @@ protected:
     // Checks that the watch reports a new entry of the directory that now exists, whatever happened before.
     void verifyHears(WatchRecorder& ear, const char* directory) const
     {
-        QTest::qWait(quietTime);
+        deliverPendingEvents();
         ear.told.clear();
         write((QByteArray(directory) + "/probe").constData());
         QTRY_VERIFY(ear.heard("probe"));

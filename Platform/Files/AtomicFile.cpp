@@ -7,7 +7,6 @@
 #include "Platform/Files/FilePath.h"
 
 #include <QRandomGenerator>
-#include <ctime>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -18,24 +17,18 @@ namespace {
 
 // A temporary name does not contain the file's name, which may already have the maximum length.
 constexpr char temporaryPrefix[] = ".kestrum-";
-constexpr char temporarySuffix[] = ".tmp";
 constexpr qsizetype temporaryDigits = 16;
 constexpr time_t leftoverAge = 3600;
 
-QByteArray temporaryName()
+QByteArray temporaryName(quint64 number = QRandomGenerator::global()->generate64())
 {
-    const QByteArray number = QByteArray::number(QRandomGenerator::global()->generate64(), 16);
-    return temporaryPrefix + number.rightJustified(temporaryDigits, '0') + temporarySuffix;
+    return temporaryPrefix + QByteArray::number(number, 16).rightJustified(temporaryDigits, '0') + ".tmp";
 }
 
 bool isTemporaryName(const QByteArray& name)
 {
-    constexpr qsizetype length = sizeof temporaryPrefix + temporaryDigits + sizeof temporarySuffix - 2;
-    if (name.size() != length || !name.startsWith(temporaryPrefix) || !name.endsWith(temporarySuffix))
-        return false;
     const QByteArray digits = name.mid(sizeof temporaryPrefix - 1, temporaryDigits);
-    return std::all_of(digits.begin(), digits.end(),
-        [](char digit) { return (digit >= '0' && digit <= '9') || (digit >= 'a' && digit <= 'f'); });
+    return name == temporaryName(digits.toULongLong(nullptr, 16));
 }
 
 bool writeAll(int file, QByteArrayView bytes)
@@ -44,11 +37,8 @@ bool writeAll(int file, QByteArrayView bytes)
         const ssize_t written = ::write(file, bytes.data(), size_t(bytes.size()));
         if (written < 0 && errno == EINTR)
             continue;
-        if (written <= 0) {
-            if (written == 0)
-                errno = EIO;
+        if (written <= 0)
             return false;
-        }
         bytes = bytes.sliced(written);
     }
     return true;
@@ -69,24 +59,15 @@ bool copyPermissions(int file, const struct stat& existing)
     return mode == (made.st_mode & 0777) || ::fchmod(file, mode) == 0;
 }
 
-/// The kernel's time stamps give the time of its last tick, some milliseconds ago. Two saves in one tick would have equal
-/// stamps, and would look the same if the second one reuses the inode. So the exact time is set. If that fails, the file has
-/// the kernel's stamp.
-void setExactTime(int file)
-{
-    struct timespec times[2];
-    ::clock_gettime(CLOCK_REALTIME, &times[0]);
-    times[1] = times[0];
-    (void)::futimens(file, times);
-}
-
 Result<struct stat> fill(FileDescriptor& file, QByteArrayView bytes, const struct stat* existing)
 {
     if (existing && !copyPermissions(file.get(), *existing))
         return Failure::fromErrno("keep the permissions");
     if (!writeAll(file.get(), bytes))
         return Failure::fromErrno("write");
-    setExactTime(file.get());
+    // Two saves in one tick of the kernel's clock would have equal time stamps, and would look the same if the second one
+    // reuses the inode. If the exact time cannot be set, the file has the kernel's stamp.
+    (void)FilePath::setExactTime(file.get(), nullptr);
     if (::fsync(file.get()) != 0)
         return Failure::fromErrno("bring to disk");
     struct stat state;
@@ -105,21 +86,8 @@ bool hasContent(int directory, const QByteArray& name, QByteArrayView bytes)
 {
     FileDescriptor file(
         ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
-    struct stat state;
-    if (!file.isValid() || ::fstat(file.get(), &state) != 0 || !S_ISREG(state.st_mode)
-        || state.st_size != bytes.size())
-        return false;
-    QByteArray content(bytes.size(), Qt::Uninitialized);
-    qsizetype size = 0;
-    while (size < content.size()) {
-        const ssize_t count = ::read(file.get(), content.data() + size, size_t(content.size() - size));
-        if (count < 0 && errno == EINTR)
-            continue;
-        if (count <= 0)
-            return false;
-        size += count;
-    }
-    return content == bytes;
+    const auto content = FilePath::readAll(file.get(), bytes.size());
+    return content && *content == bytes;
 }
 
 } // namespace
@@ -149,11 +117,10 @@ Result<struct stat> AtomicFile::replace(
     // The rename has changed the inode's ctime, so the state is read again. If another program has replaced the file since, the
     // state from before the rename is returned. It matches no file on disk.
     struct stat now;
-    if (::fstatat(directory, name.constData(), &now, AT_SYMLINK_NOFOLLOW) == 0 && now.st_dev == state->st_dev
-        && now.st_ino == state->st_ino && now.st_size == state->st_size
-        && now.st_mtim.tv_sec == state->st_mtim.tv_sec && now.st_mtim.tv_nsec == state->st_mtim.tv_nsec)
-        return now;
-    return state;
+    const bool isOurs = ::fstatat(directory, name.constData(), &now, AT_SYMLINK_NOFOLLOW) == 0
+        && now.st_dev == state->st_dev && now.st_ino == state->st_ino && now.st_size == state->st_size
+        && FilePath::nanoseconds(now.st_mtim) == FilePath::nanoseconds(state->st_mtim);
+    return isOurs ? now : state;
 }
 
 Result<bool> AtomicFile::replaceFile(const QByteArray& path, QByteArrayView bytes)

@@ -10,12 +10,6 @@ constexpr qsizetype maximumLength = 255;
 // Enough for the longest suffix of a companion file, ".damaged-999". The names of temporary files do not contain this name.
 constexpr qsizetype companionLength = 16;
 
-bool isPlain(char character)
-{
-    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z')
-        || (character >= '0' && character <= '9') || character == '-' || character == '_' || character == '.';
-}
-
 } // namespace
 
 std::optional<QByteArray> FileName::encoded(const QString& text, QByteArrayView suffix, Room room)
@@ -23,20 +17,9 @@ std::optional<QByteArray> FileName::encoded(const QString& text, QByteArrayView 
     if (text.isEmpty() || text.size() > maximumLength)
         return std::nullopt;
 
-    constexpr char digits[] = "0123456789ABCDEF";
-    QByteArray name;
-    const QByteArray bytes = text.toUtf8();
-    for (const char character : bytes) {
-        const bool isLeadingDot = character == '.' && name.isEmpty();
-        if (isPlain(character) && !isLeadingDot) {
-            name += character;
-            continue;
-        }
-        const auto byte = static_cast<unsigned char>(character);
-        name += '%';
-        name += digits[byte >> 4];
-        name += digits[byte & 0xF];
-    }
+    QByteArray name = text.toUtf8().toPercentEncoding({}, "~");
+    if (name.startsWith('.'))
+        name.replace(0, 1, "%2E");
     name += suffix;
     if (name.size() > maximumLength - (room == Room::none ? 0 : companionLength))
         return std::nullopt;

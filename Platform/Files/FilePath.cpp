@@ -121,6 +121,16 @@ bool FilePath::isOpenForWriting(int file)
     return false;
 }
 
+bool FilePath::setExactTime(int directory, const char* path)
+{
+    struct timespec times[2];
+    ::clock_gettime(CLOCK_REALTIME, &times[0]);
+    times[1] = times[0];
+    const int result
+        = path ? ::utimensat(directory, path, times, AT_SYMLINK_NOFOLLOW) : ::futimens(directory, times);
+    return result == 0;
+}
+
 Result<QByteArray> FilePath::readAll(int file, qsizetype most)
 {
     constexpr qsizetype step = 16 * 1024;

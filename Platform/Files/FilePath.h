@@ -8,6 +8,7 @@
 #include <QByteArrayList>
 #include <QString>
 #include <QStringList>
+#include <ctime>
 
 namespace kestrum {
 
@@ -45,6 +46,15 @@ Result<> renameToNew(int directory, const QByteArray& from, const QByteArray& to
 /// Whether any process has `file` open for writing. `file` must be open for reading only. Also false if the file system does
 /// not support the check.
 bool isOpenForWriting(int file);
+
+inline qint64 nanoseconds(const struct timespec& time)
+{
+    return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+}
+
+/// Sets the times of the file at `path`, relative to `directory`, to now; with a null `path`, those of the file that is open as
+/// `directory`. The kernel's own time stamps are some milliseconds old: those of its last tick. Links are not followed.
+[[nodiscard]] bool setExactTime(int directory, const char* path);
 
 /// Reads `file` to its end. Fails with EFBIG if it holds more than `most` bytes.
 Result<QByteArray> readAll(int file, qsizetype most);

@@ -75,7 +75,6 @@ private:
     Outcome tryToAddWatches(Subscription& subscription);
     void replaceLinks(Subscription& subscription, const std::vector<Link>& links);
     void narrowMask(const Link& link);
-    void removeIfUnused(int watch);
 
     void handleEvents();
     void probe(RateLimiter::Duration pause);

@@ -9,6 +9,7 @@
 // the root down, and the handler gets an empty name. A watch is always added before the check that relies on it, so no change
 // in between is missed.
 
+#include "Platform/Files/FilePath.h"
 #include "Platform/Files/InotifyDispatcher.h"
 #include "Platform/Log/Log.h"
 
@@ -28,26 +29,15 @@ constexpr int mostAttempts = 16;
 
 quint32 maskOf(DirectoryWatch::Interest interest)
 {
-    switch (interest) {
-    case DirectoryWatch::Interest::content:
-        break;
-    case DirectoryWatch::Interest::touched:
-        return contentMask | IN_ATTRIB;
-    case DirectoryWatch::Interest::opened:
-        return contentMask | IN_OPEN;
-    }
-    return contentMask;
+    using Interest = DirectoryWatch::Interest;
+    return contentMask | (interest == Interest::touched ? IN_ATTRIB : 0)
+        | (interest == Interest::opened ? IN_OPEN : 0);
 }
 
 bool isDirectory(const QByteArray& path)
 {
     struct stat state;
     return ::stat(path.constData(), &state) == 0 && S_ISDIR(state.st_mode);
-}
-
-QByteArray lastComponent(const QByteArray& path)
-{
-    return path.mid(path.lastIndexOf('/') + 1);
 }
 
 } // namespace
@@ -93,7 +83,7 @@ InotifyDispatcher::Outcome InotifyDispatcher::tryToAddWatches(Subscription& subs
             = ::inotify_add_watch(m_descriptor, paths[i].constData(), mask | IN_ONLYDIR | IN_MASK_ADD);
         if (watch >= 0) {
             m_watches[watch].mask |= mask;
-            const QByteArray child = i < last ? lastComponent(paths[i + 1]) : QByteArray();
+            const QByteArray child = i < last ? FilePath::split(paths[i + 1]).name : QByteArray();
             links.push_back({ watch, paths[i], { &subscription, mask, child } });
         } else if (errno == ENOENT || errno == ENOTDIR) {
             outcome = Outcome::changed;
@@ -121,8 +111,13 @@ void InotifyDispatcher::replaceLinks(Subscription& subscription, const std::vect
         m_watches[link.watch].uses.push_back(link.use);
         subscription.watches.push_back(link.watch);
     }
-    for (const int watch : old)
-        removeIfUnused(watch);
+    for (const int watch : old) {
+        const auto found = m_watches.find(watch);
+        if (found == m_watches.end() || !found->second.uses.empty())
+            continue;
+        m_watches.erase(found);
+        ::inotify_rm_watch(m_descriptor, watch);
+    }
     for (const Link& link : links)
         narrowMask(link);
 }
@@ -140,16 +135,6 @@ void InotifyDispatcher::narrowMask(const Link& link)
         watch.mask = wanted;
     else
         link.use.subscription->isLost = true; // the path leads to another directory now
-}
-
-// Removes a kernel watch that no subscription uses.
-void InotifyDispatcher::removeIfUnused(int watch)
-{
-    const auto found = m_watches.find(watch);
-    if (found == m_watches.end() || !found->second.uses.empty())
-        return;
-    m_watches.erase(found);
-    ::inotify_rm_watch(m_descriptor, watch);
 }
 
 } // namespace kestrum

@@ -44,12 +44,8 @@ JournalSocket::~JournalSocket()
 QByteArray JournalSocket::entry(QtMsgType type, const QByteArray& category, const QByteArray& message)
 {
     // "74326" holds the priorities of syslog in the order of QtMsgType.
-    QByteArray text;
-    text.append("MESSAGE=").append(message).append('\n');
-    text.append("PRIORITY=").append("74326"[type]).append('\n');
-    text.append("SYSLOG_IDENTIFIER=").append(program_invocation_short_name).append('\n');
-    text.append("QT_CATEGORY=").append(category).append('\n');
-    return text;
+    return "MESSAGE=" + message + "\nPRIORITY=" + "74326"[type]
+        + "\nSYSLOG_IDENTIFIER=" + program_invocation_short_name + "\nQT_CATEGORY=" + category + '\n';
 }
 
 bool JournalSocket::send(const QByteArray& entry) const

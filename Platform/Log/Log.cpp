@@ -34,16 +34,12 @@ QByteArray escapedText(char32_t character)
 {
     if (!isUnsafe(character))
         return QString::fromUcs4(&character, 1).toUtf8();
-    switch (character) {
-    case '\n':
+    if (character == '\n')
         return "\\n";
-    case '\r':
+    if (character == '\r')
         return "\\r";
-    case '\t':
+    if (character == '\t')
         return "\\t";
-    default:
-        break;
-    }
     const QByteArray digits = QByteArray::number(uint(character), 16);
     return character < 0x100 ? "\\x" + digits.rightJustified(2, '0') : "\\u" + digits.rightJustified(4, '0');
 }

@@ -1,6 +1,7 @@
-// SPDX-License-Identifier: MIT A signal is the time stamp of a file. Every name has an empty file in a private directory of
-// the user. A post sets the file's times, or creates the file. A listener watches the directory. This needs no daemon, the
-// kernel merges events that are not read yet, and a listener that hangs does not block other processes.
+// SPDX-License-Identifier: MIT
+// A signal is the time stamp of a file. Every name has an empty file in a private directory of the user. A post sets the file's
+// times, or creates the file. A listener watches the directory. This needs no daemon, the kernel merges events that are not
+// read yet, and a listener that hangs does not block other processes.
 //
 // One post must cause one event, or listeners would be notified twice. So a new file is opened only for reading: the watch
 // ignores the close of such a file.
@@ -15,6 +16,7 @@
 
 #include "Platform/Files/DirectoryWatch.h"
 #include "Platform/Files/FileName.h"
+#include "Platform/Files/FilePath.h"
 #include "Platform/Files/RuntimeDirectory.h"
 #include "Platform/Log/Log.h"
 
@@ -24,7 +26,6 @@
 #include <QMetaObject>
 #include <atomic>
 #include <cerrno>
-#include <ctime>
 #include <fcntl.h>
 #include <map>
 #include <memory>
@@ -79,7 +80,7 @@ public:
         struct stat state;
         if (!known || ::fstatat(known->rootDescriptor(), path.constData(), &state, AT_SYMLINK_NOFOLLOW) != 0)
             return std::nullopt;
-        return qint64(state.st_mtim.tv_sec) * 1'000'000'000 + state.st_mtim.tv_nsec;
+        return FilePath::nanoseconds(state.st_mtim);
     }
 
     // Makes sure that the directory exists.
@@ -106,23 +107,15 @@ public:
     }
 
 private:
-    static bool setTimes(int root, const QByteArray& path)
-    {
-        struct timespec times[2];
-        ::clock_gettime(CLOCK_REALTIME, &times[0]);
-        times[1] = times[0];
-        return ::utimensat(root, path.constData(), times, AT_SYMLINK_NOFOLLOW) == 0;
-    }
-
     static Result<> touch(const RuntimeDirectory& directory, const QByteArray& path)
     {
         const int root = directory.rootDescriptor();
-        if (setTimes(root, path))
+        if (FilePath::setExactTime(root, path.constData()))
             return {};
         const FileDescriptor made(::openat(
             root, path.constData(), O_RDONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
         // EEXIST: another process has created the file meanwhile.
-        if (made.isValid() || (errno == EEXIST && setTimes(root, path)))
+        if (made.isValid() || (errno == EEXIST && FilePath::setExactTime(root, path.constData())))
             return {};
         return Failure::withReason(qt_error_string(errno))
             .about(Log::escaped(directory.path()) + u'/' + QLatin1String(signalsName));
@@ -248,25 +241,21 @@ SignalRegistry& signalRegistry()
 
 QString NotificationCentre::post(const QString& name)
 {
-    // A program posts the same few names again and again, so the last path is cached.
+    // A program posts the same few names again and again, so the last file name is cached.
     thread_local QString lastName;
-    thread_local QByteArray lastPath;
-    if (name != lastName || lastPath.isEmpty()) {
-        const std::optional<QByteArray> encoded = fileNameOf(name);
+    thread_local std::optional<QByteArray> fileName;
+    if (name != lastName) {
         lastName = name;
-        lastPath = encoded ? pathBelowRoot + *encoded : QByteArray();
+        fileName = fileNameOf(name);
     }
-    if (lastPath.isEmpty())
+    if (!fileName)
         return QStringLiteral("\"%1\" makes no name of a file").arg(Log::escaped(name));
-    const Result<> posted = signalWriter().post(lastPath);
+    const Result<> posted = signalWriter().post(pathBelowRoot + *fileName);
     if ((!posted || signalRegistry().isUnwatched()) && QCoreApplication::instance()) {
-        const QByteArray fileName = lastPath.mid(qsizetype(qstrlen(pathBelowRoot)));
-        QMetaObject::invokeMethod(
-            QCoreApplication::instance(),
-            [fileName, newest = signalRegistry().newest()] {
-                signalRegistry().deliverLocally(fileName, newest);
-            },
-            Qt::QueuedConnection);
+        const auto deliver = [fileName = *fileName, newest = signalRegistry().newest()] {
+            signalRegistry().deliverLocally(fileName, newest);
+        };
+        QMetaObject::invokeMethod(QCoreApplication::instance(), deliver, Qt::QueuedConnection);
     }
     return posted.failureText();
 }

@@ -24,16 +24,12 @@ namespace {
 
 constexpr QByteArrayView suffix = ".generation";
 
-size_t pageSize()
-{
-    static const auto size = size_t(::sysconf(_SC_PAGESIZE));
-    return size;
-}
+const auto pageSize = size_t(::sysconf(_SC_PAGESIZE));
 
 // Allocates the file's page: access to a mapped page without memory (a short file, a full tmpfs) raises SIGBUS.
 bool allocatePage(int file)
 {
-    return ::posix_fallocate(file, 0, off_t(pageSize())) == 0;
+    return ::posix_fallocate(file, 0, off_t(pageSize)) == 0;
 }
 
 bool isPrivateFile(int file)
@@ -91,7 +87,7 @@ struct GenerationCounter::Repair {
 bool GenerationCounter::holds(const void* address) const
 {
     const auto* const page = reinterpret_cast<const char*>(m_page);
-    return address >= page && address < page + pageSize();
+    return address >= page && address < page + pageSize;
 }
 
 bool GenerationCounter::restorePage() const
@@ -101,7 +97,7 @@ bool GenerationCounter::restorePage() const
         return true;
     }
     constexpr int flags = MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED;
-    if (::mmap(m_page, pageSize(), PROT_READ | PROT_WRITE, flags, -1, 0) == MAP_FAILED)
+    if (::mmap(m_page, pageSize, PROT_READ | PROT_WRITE, flags, -1, 0) == MAP_FAILED)
         return false;
     initialize();
     m_page->isOwn = 1;
@@ -130,7 +126,7 @@ std::unique_ptr<GenerationCounter> GenerationCounter::open(const QString& name)
         O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, S_IRUSR | S_IWUSR));
     if (!file.isValid() || !isPrivateFile(file.get()) || !allocatePage(file.get()))
         return nullptr;
-    void* page = ::mmap(nullptr, pageSize(), PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
+    void* page = ::mmap(nullptr, pageSize, PROT_READ | PROT_WRITE, MAP_SHARED, file.get(), 0);
     if (page == MAP_FAILED)
         return nullptr;
     std::unique_ptr<GenerationCounter> counter(
@@ -143,7 +139,7 @@ std::unique_ptr<GenerationCounter> GenerationCounter::open(const QString& name)
 GenerationCounter::~GenerationCounter()
 {
     Repair::exchange(this, nullptr);
-    ::munmap(m_page, pageSize());
+    ::munmap(m_page, pageSize);
 }
 
 } // namespace kestrum

@@ -21,35 +21,18 @@ struct LocaleName {
 // More languages than any user lists. The limit bounds the work for a hostile variable.
 constexpr int maximumLanguages = 32;
 
-bool consistsOf(const QByteArray& text, bool (*accepts)(char))
+bool isLetters(const QByteArray& text, qsizetype length)
 {
-    return std::all_of(text.begin(), text.end(), accepts);
-}
-
-bool isLetter(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool isLanguage(const QByteArray& part)
-{
-    return (part.size() == 2 || part.size() == 3) && consistsOf(part, isLetter);
-}
-
-bool isScript(const QByteArray& part)
-{
-    return part.size() == 4 && consistsOf(part, isLetter);
+    return text.size() == length && std::all_of(text.begin(), text.end(), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    });
 }
 
 bool isRegion(const QByteArray& part)
 {
-    return (part.size() == 2 && consistsOf(part, isLetter))
-        || (part.size() == 3 && consistsOf(part, isDigit));
+    return isLetters(part, 2) || (part.size() == 3 && std::all_of(part.begin(), part.end(), [](char c) {
+        return c >= '0' && c <= '9';
+    }));
 }
 
 QByteArray scriptOfModifier(const QByteArray& modifier)
@@ -76,11 +59,11 @@ LocaleName parsed(const QByteArray& name)
     result.script = scriptOfModifier(name.mid(withoutModifier.size() + 1));
     QList<QByteArray> parts = upTo(withoutModifier, '.').replace('-', '_').split('_');
 
-    if (!isLanguage(parts.constFirst()))
+    if (!isLetters(parts.constFirst(), 2) && !isLetters(parts.constFirst(), 3))
         return {};
     result.language = parts.takeFirst().toLower();
     // Locale names of the C library contain no script, but users write "zh_Hans_CN".
-    if (!parts.isEmpty() && isScript(parts.constFirst())) {
+    if (!parts.isEmpty() && isLetters(parts.constFirst(), 4)) {
         const QByteArray script = parts.takeFirst().toLower();
         result.script = script.left(1).toUpper() + script.mid(1);
     }
@@ -104,11 +87,6 @@ QByteArray firstSet(std::initializer_list<const char*> variables)
             return value;
     }
     return {};
-}
-
-QString regionOf(const QByteArray& name)
-{
-    return QString::fromLatin1(parsed(name).region);
 }
 
 QStringList codesOf(const QByteArray& list)
@@ -158,12 +136,12 @@ QStringList GlobalDomain::languages()
 
 QString GlobalDomain::numberRegion()
 {
-    return regionOf(firstSet({ "LC_ALL", "LC_NUMERIC", "LANG" }));
+    return QString::fromLatin1(parsed(firstSet({ "LC_ALL", "LC_NUMERIC", "LANG" })).region);
 }
 
 QString GlobalDomain::measurementRegion()
 {
-    return regionOf(firstSet({ "LC_ALL", "LC_MEASUREMENT", "LANG" }));
+    return QString::fromLatin1(parsed(firstSet({ "LC_ALL", "LC_MEASUREMENT", "LANG" })).region);
 }
 
 } // namespace kestrum

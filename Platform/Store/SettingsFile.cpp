@@ -31,10 +31,7 @@ namespace kestrum {
 
 namespace {
 
-qint64 nanoseconds(const struct timespec& time)
-{
-    return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
+using FilePath::nanoseconds;
 
 SettingsFile::Identity identityOf(const struct stat& state)
 {
@@ -135,11 +132,6 @@ SettingsFile::Trouble SettingsFile::troubleOf(const Failure& failure)
     default:
         return Trouble::other;
     }
-}
-
-QString SettingsFile::targetPath() const
-{
-    return linkChain().constLast();
 }
 
 QStringList SettingsFile::linkChain() const
@@ -324,7 +316,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
 
 void SettingsFile::sweepLeftovers() const
 {
-    for (const QString& path : { m_path, targetPath() }) {
+    for (const QString& path : { m_path, linkChain().constLast() }) {
         if (const auto directory
             = FilePath::openDirectory(FilePath::split(QFile::encodeName(path)).directory))
             AtomicFile::sweepLeftovers(directory->get());

@@ -83,10 +83,8 @@ public:
     explicit SettingsFile(const QString& path, Owner owner = Owner::ourselves);
 
     QString path() const { return m_path; }
-    /// `path` with its symbolic links resolved. For a dangling link, the path that the link names.
-    QString targetPath() const;
-    /// Every symbolic link on the path, including links to directories, and the file itself. A change of any entry can change
-    /// which file is read.
+    /// Every symbolic link on the path, including links to directories, and the file itself; for a dangling link, the path that
+    /// the link names. A change of any entry can change which file is read.
     QStringList linkChain() const;
 
     /// The current state, from one `stat` call; an absent file has size -1.

@@ -63,15 +63,10 @@ int lock(int file, int operation)
 }
 
 /// The directory's modification time. Every save adds a file to the directory and so changes this time.
-struct timespec lastChange(const QByteArray& directory)
+qint64 lastChange(const QByteArray& directory)
 {
     struct stat state;
-    return ::stat(directory.constData(), &state) == 0 ? state.st_mtim : timespec {};
-}
-
-bool areEqual(const timespec& one, const timespec& other)
-{
-    return one.tv_sec == other.tv_sec && one.tv_nsec == other.tv_nsec;
+    return ::stat(directory.constData(), &state) == 0 ? FilePath::nanoseconds(state.st_mtim) : 0;
 }
 
 /// 0 or an `errno`. On 0 `file` holds the lock; otherwise `file` is invalid.
@@ -90,8 +85,8 @@ int lockByThread(FileDescriptor& file, const QByteArray& directory, Clock::time_
         const auto limit = std::min(Clock::now() + longestStandstill, deadline);
         if (outcome.wait_until(limit) == std::future_status::ready)
             break;
-        const auto now = lastChange(directory);
-        if (Clock::now() >= deadline || areEqual(now, std::exchange(last, now)))
+        const qint64 now = lastChange(directory);
+        if (Clock::now() >= deadline || now == std::exchange(last, now))
             return ETIMEDOUT;
     }
     const int error = outcome.get();

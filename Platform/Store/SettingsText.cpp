@@ -10,6 +10,7 @@
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <algorithm>
 #include <cmath>
 
 namespace kestrum {
@@ -42,18 +43,15 @@ class MemberScanner {
 public:
     explicit MemberScanner(const QByteArray& text)
         : m_text(text)
+        , m_position(text.indexOf('{') + 1)
     {
+        if (m_position == 0)
+            m_position = text.size();
     }
 
     /// The text of the next whole member, `"key": value`; null after the last one.
     QByteArray next()
     {
-        if (!m_isInside) {
-            m_position = m_text.indexOf('{') + 1;
-            m_isInside = true;
-            if (m_position == 0)
-                m_position = m_text.size();
-        }
         while (!isAtEnd()) {
             const qsizetype start = m_position;
             if (current() == '"') {
@@ -162,11 +160,10 @@ private:
     }
 
     const QByteArray& m_text;
-    qsizetype m_position = 0;
+    qsizetype m_position;
     qsizetype m_keyStart = 0;
     qsizetype m_keyEnd = 0;
     qsizetype m_valueStart = 0;
-    bool m_isInside = false;
     bool m_wasClosed = true;
 };
 
@@ -259,22 +256,11 @@ bool isStorableAt(const QJsonValue& value, int depth)
         return std::isfinite(value.toDouble());
     if (!value.isObject() && !value.isArray())
         return !value.isUndefined();
-    if (depth >= SettingsText::maximumDepth)
-        return false;
-    if (value.isArray()) {
-        const QJsonArray list = value.toArray();
-        for (const QJsonValue& entry : list) {
-            if (!isStorableAt(entry, depth + 1))
-                return false;
-        }
-    } else {
-        const QJsonObject members = value.toObject();
-        for (const QJsonValue& entry : members) {
-            if (!isStorableAt(entry, depth + 1))
-                return false;
-        }
-    }
-    return true;
+    const auto isEntryStorable = [depth](const QJsonValue& entry) { return isStorableAt(entry, depth + 1); };
+    const QJsonArray list = value.toArray();
+    const QJsonObject members = value.toObject();
+    return depth < SettingsText::maximumDepth && std::all_of(list.begin(), list.end(), isEntryStorable)
+        && std::all_of(members.begin(), members.end(), isEntryStorable);
 }
 
 } // namespace

@@ -79,11 +79,13 @@ struct UserDefaults::Domain {
 
     quint64 generation() const { return counter ? counter->value() : 0; }
 
-    /// Updates the snapshot if it may be out of date.
-    void refresh()
+    /// What `get` gives of the values, which are checked first if they may be out of date.
+    template <class Get> auto read(Get get)
     {
+        const std::scoped_lock lock(mutex);
         if (doubt.isOpen() || !counter || counter->value() != seenGeneration || !counter->isShared())
             check();
+        return get(values);
     }
 
     void check();
@@ -277,51 +279,37 @@ QString UserDefaults::filePath() const
 
 SettingsSnapshot UserDefaults::snapshot() const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    return m_domain->values.snapshot();
+    return m_domain->read([](const LayeredSettings& values) { return values.snapshot(); });
 }
 
 QJsonValue UserDefaults::object(std::string_view key) const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    return m_domain->values.snapshot().object(key);
+    return m_domain->read([&](const LayeredSettings& values) { return values.snapshot().object(key); });
 }
 
 std::optional<QString> UserDefaults::string(std::string_view key) const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    return m_domain->values.snapshot().string(key);
+    return m_domain->read([&](const LayeredSettings& values) { return values.snapshot().string(key); });
 }
 
 std::optional<bool> UserDefaults::boolean(std::string_view key) const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    return m_domain->values.snapshot().boolean(key);
+    return m_domain->read([&](const LayeredSettings& values) { return values.snapshot().boolean(key); });
 }
 
 std::optional<double> UserDefaults::number(std::string_view key) const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    return m_domain->values.snapshot().number(key);
+    return m_domain->read([&](const LayeredSettings& values) { return values.snapshot().number(key); });
 }
 
 QJsonObject UserDefaults::dictionary() const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    return m_domain->values.inEffect();
+    return m_domain->read([](const LayeredSettings& values) { return values.inEffect(); });
 }
 
 QJsonObject UserDefaults::storedDictionary() const
 {
-    const std::scoped_lock lock(m_domain->mutex);
-    m_domain->refresh();
-    return m_domain->values.stored();
+    return m_domain->read([](const LayeredSettings& values) { return values.stored(); });
 }
 
 void UserDefaults::registerDefaults(const QJsonObject& defaults)

@@ -13,7 +13,6 @@ class RateLimiterTest : public QObject {
 private Q_SLOTS:
     void burstWithinTheSavingsIsNotSlowed()
     {
-        const RateLimiter::Instant start {};
         RateLimiter allowance(8ms, start);
         for (int i = 0; i < 8; ++i)
             QVERIFY(allowance.charge(1ms, start) == 0ns);
@@ -21,7 +20,6 @@ private Q_SLOTS:
 
     void overdrawingAsksForAPause()
     {
-        const RateLimiter::Instant start {};
         RateLimiter little(8ms, start);
         QVERIFY(little.charge(8ms + 1us, start) == RateLimiter::shortestPause);
         RateLimiter more(8ms, start);
@@ -32,7 +30,6 @@ private Q_SLOTS:
 
     void quietTimeFillsTheSavingsButNoFurther()
     {
-        const RateLimiter::Instant start {};
         RateLimiter allowance(8ms, start);
         QVERIFY(allowance.charge(8ms, start) == 0ns);
         QVERIFY(allowance.charge(8ms, start + 240ms) == 0ns);
@@ -56,7 +53,6 @@ private Q_SLOTS:
 
     void singleDearWorkIsForgivenAfterOnePause()
     {
-        const RateLimiter::Instant start {};
         RateLimiter allowance(8ms, start);
         const auto pause = allowance.charge(1s, start);
         QVERIFY(allowance.charge(0ns, start + pause) == 0ns);
@@ -64,12 +60,14 @@ private Q_SLOTS:
 
     void refillingIsLikeAQuietTime()
     {
-        const RateLimiter::Instant start {};
         RateLimiter allowance(8ms, start);
         QVERIFY(allowance.charge(9ms, start) > 0ns);
         allowance.refill();
         QVERIFY(allowance.charge(8ms, start) == 0ns);
     }
+
+private:
+    static constexpr RateLimiter::Instant start {};
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, RateLimiterTest)

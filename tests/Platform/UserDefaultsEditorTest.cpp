@@ -173,7 +173,6 @@ private Q_SLOTS:
 
     void storeThatIsOpenedBetweenTheStepsReadsTheFile()
     {
-        QFETCH(const Way, way);
         const qsizetype count = qsizetype(stepsTo("fr").size());
         for (qsizetype at = 0; at < count; ++at) {
             const char* const language = at % 2 == 0 ? "fr" : "de";
@@ -238,8 +237,6 @@ private:
         return editor;
     }
 
-    using Way = std::function<Steps(const QByteArray& path, const QByteArray& text)>;
-
     static constexpr int pause = 40;          // ms
     static constexpr int believedAfter = 200; // ms until a missing or blank file is believed
 
@@ -247,86 +244,62 @@ private:
     /// never close an incomplete file.
     enum class Gaps { all, inTheFolder, withAnOpenFile };
 
+    /// Adds the ways of saving, each as a list of steps for `make`.
     static void addWays(Gaps gaps)
     {
-        QTest::addColumn<Way>("way");
-        const auto row = [](const char* name, const Way& way) { QTest::newRow(name) << way; };
-        // The descriptor that one step opens and later steps use.
-        static int file = -1;
-        static const auto writeHalves = [](const QByteArray& text) {
-            return Steps { [=] { put(file, text.left(text.size() / 2)); },
-                [=] { put(file, text.mid(text.size() / 2)); }, [] { ::fsync(file); }, [] { ::close(file); } };
-        };
-        static const auto joined = [](std::initializer_list<Steps> parts) {
-            Steps all;
-            for (const Steps& part : parts)
-                all.insert(all.end(), part.begin(), part.end());
-            return all;
-        };
-        static const auto renamed = [](const QByteArray& from, const QByteArray& to) {
-            return Steps { [=] { QCOMPARE(::rename(from.constData(), to.constData()), 0); } };
-        };
-        static const auto removed = [](const QByteArray& path) {
-            return Steps { [=] { QCOMPARE(::unlink(path.constData()), 0); } };
-        };
-        static const auto openedStep = [](const QByteArray& path, int flags) {
-            return Steps { [=] {
-                file = openedFor(path, flags);
-                QVERIFY(file >= 0);
-            } };
-        };
-
-        row("moved away, made anew, old one removed", [](const QByteArray& path, const QByteArray& text) {
-            return joined({ renamed(path, path + '~'), openedStep(path, O_CREAT | O_TRUNC), writeHalves(text),
-                removed(path + '~') });
-        });
-        row("emptied and written", [](const QByteArray& path, const QByteArray& text) {
-            return joined({ openedStep(path, O_TRUNC), writeHalves(text) });
-        });
-        row("written over and cut", [](const QByteArray& path, const QByteArray& text) {
-            return joined({ openedStep(path, 0),
-                Steps { [=] { put(file, text.left(text.size() / 2)); },
-                    [=] { put(file, text.mid(text.size() / 2)); },
-                    [=] { QCOMPARE(::ftruncate(file, text.size()), 0); }, [] { ::close(file); } } });
-        });
-        row("removed and made anew", [](const QByteArray& path, const QByteArray& text) {
-            return joined({ removed(path), openedStep(path, O_CREAT | O_EXCL), writeHalves(text) });
-        });
-        row("removed, new one moved in", [](const QByteArray& path, const QByteArray& text) {
-            return joined({ openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text), removed(path),
-                renamed(path + ".new", path) });
-        });
-        row("moved away, new one linked in", [](const QByteArray& path, const QByteArray& text) {
-            return joined(
-                { openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text), renamed(path, path + '~'),
-                    Steps { [=] { QCOMPARE(::link((path + ".new").constData(), path.constData()), 0); } },
-                    removed(path + ".new"), removed(path + '~') });
-        });
-        row("replaced in one step", [](const QByteArray& path, const QByteArray& text) {
-            return joined({ openedStep(path + ".new", O_CREAT | O_TRUNC), writeHalves(text),
-                renamed(path + ".new", path) });
-        });
+        QTest::addColumn<QByteArray>("way");
+        const auto row = [](const char* name, const QByteArray& way) { QTest::newRow(name) << way; };
+        const QByteArray halves = "put 0 50, put 50 100, flush, close";
+        row("moved away, made anew, old one removed", "mv FILE FILE~, make FILE, " + halves + ", rm FILE~");
+        row("emptied and written", "empty FILE, " + halves);
+        row("written over and cut", "open FILE, put 0 50, put 50 100, cut, close");
+        row("removed and made anew", "rm FILE, create FILE, " + halves);
+        row("removed, new one moved in", "make FILE.new, " + halves + ", rm FILE, mv FILE.new FILE");
+        row("moved away, new one linked in",
+            "make FILE.new, " + halves + ", mv FILE FILE~, ln FILE.new FILE, rm FILE.new, rm FILE~");
+        row("replaced in one step", "make FILE.new, " + halves + ", mv FILE.new FILE");
         if (gaps == Gaps::withAnOpenFile)
             return;
-        row("emptied, closed, written", [](const QByteArray& path, const QByteArray& text) {
-            return joined({ openedStep(path, O_TRUNC), Steps { [] { ::close(file); } },
-                openedStep(path, O_APPEND), writeHalves(text) });
-        });
-        row("written piece by piece, closed in between", [](const QByteArray& path, const QByteArray& text) {
-            const Steps close { [] { ::close(file); } };
-            return joined({ openedStep(path, O_TRUNC), Steps { [=] { put(file, text.left(10)); } }, close,
-                openedStep(path, O_APPEND), Steps { [=] { put(file, text.mid(10)); } }, close });
-        });
+        row("emptied, closed, written", "empty FILE, close, append FILE, " + halves);
+        row("written piece by piece, closed in between",
+            "empty FILE, put 0 20, close, append FILE, put 20 100, close");
         if (gaps == Gaps::inTheFolder)
             return;
-        row("folder moved away, another one moved in", [](const QByteArray& path, const QByteArray& text) {
-            const QByteArray folder = path.left(path.lastIndexOf('/'));
-            const QByteArray name = path.mid(path.lastIndexOf('/'));
-            return joined({ Steps { [=] { QCOMPARE(::mkdir((folder + ".new").constData(), 0700), 0); } },
-                openedStep(folder + ".new" + name, O_CREAT), writeHalves(text),
-                renamed(folder, folder + ".old"), renamed(folder + ".new", folder),
-                Steps { [=] { QVERIFY(QDir(QFile::decodeName(folder + ".old")).removeRecursively()); } } });
-        });
+        row("folder moved away, another one moved in",
+            "mkdir DIR.new, make DIR.new/NAME, " + halves
+                + ", mv DIR DIR.old, mv DIR.new DIR, rmdir DIR.old");
+    }
+
+    /// Makes one step, such as "mv FILE FILE~". "put FROM TO" writes that part of `text`, in percent, to the file that was
+    /// opened last.
+    static void make(const QByteArray& step, const QByteArray& text)
+    {
+        static int file = -1;
+        const QByteArrayList words = step.split(' ');
+        const QByteArray verb = words[0];
+        const char* const one = words.size() > 1 ? words[1].constData() : "";
+        const char* const other = words.size() > 2 ? words[2].constData() : "";
+        const auto open = [one](int flags) {
+            file = openedFor(one, flags);
+            return file < 0 ? -1 : 0;
+        };
+        const qsizetype from = text.size() * std::atoi(one) / 100;
+        const int result = verb == "mv" ? ::rename(one, other)
+            : verb == "rm"              ? ::unlink(one)
+            : verb == "ln"              ? ::link(one, other)
+            : verb == "mkdir"           ? ::mkdir(one, 0700)
+            : verb == "rmdir"           ? (QDir(QFile::decodeName(one)).removeRecursively() ? 0 : -1)
+            : verb == "make"            ? open(O_CREAT | O_TRUNC)
+            : verb == "create"          ? open(O_CREAT | O_EXCL)
+            : verb == "empty"           ? open(O_TRUNC)
+            : verb == "open"            ? open(0)
+            : verb == "append"          ? open(O_APPEND)
+            : verb == "cut"             ? ::ftruncate(file, text.size())
+            : verb == "flush"           ? ::fsync(file)
+            : verb == "close"           ? ::close(file)
+            : verb == "put" ? (put(file, text.mid(from, text.size() * std::atoi(other) / 100 - from)), 0)
+                            : -1;
+        QVERIFY2(result == 0, step.constData());
     }
 
     static QByteArray textIn(const char* language)
@@ -344,8 +317,14 @@ private:
     }
     Steps stepsTo(const char* language) const
     {
-        QFETCH(const Way, way);
-        return way(QFile::encodeName(path()), textIn(language));
+        QFETCH(QByteArray, way);
+        const QByteArray file = QFile::encodeName(path());
+        const qsizetype slash = file.lastIndexOf('/');
+        way.replace("FILE", file).replace("DIR", file.left(slash)).replace("NAME", file.mid(slash + 1));
+        Steps steps;
+        for (const QByteArray& step : way.split(','))
+            steps.push_back([step = step.trimmed(), text = textIn(language)] { make(step, text); });
+        return steps;
     }
     /// The language that is stored in the file.
     QString storedLanguage() const

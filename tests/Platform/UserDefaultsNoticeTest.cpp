@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QThread>
+#include <functional>
 
 using namespace kestrum;
 
@@ -167,51 +168,58 @@ private Q_SLOTS:
         QCOMPARE(notices, 0);
     }
 
-    void ownWriteNamesItsKey()
+    void noticeNamesTheChangedKeys_data()
     {
-        Observed observed(m_suite);
-        QVERIFY(observed.store->apply(json({ { "a", 1 }, { "b", 1 } }), {}));
-        QCOMPARE(observed.named(), QByteArrayList { "a,b" });
-        QVERIFY(observed.store->set("b", 2));
-        QCOMPARE(observed.named(), QByteArrayList { "b" });
+        QTest::addColumn<Change>("change");
+        QTest::addColumn<QByteArray>("keys");
+        const auto row = [](const char* name, const Change& change, const char* keys) {
+            QTest::newRow(name) << change << QByteArray(keys);
+        };
+        row(
+            "own write",
+            [](auto& store) {
+                store.apply(json({ { "a", 3 }, { "b", 3 } }), {});
+            },
+            "a,b");
+        row(
+            "one of several",
+            [](auto& store) {
+                store.apply(json({ { "a", 2 }, { "b", 3 } }), {});
+            },
+            "b");
+        // "a" falls back to its default, and "b" has no default.
+        row(
+            "removed",
+            [](auto& store) {
+                store.apply({}, { QStringLiteral("a"), QStringLiteral("b") });
+            },
+            "a,b");
+        row(
+            "several writes of a turn, once and in order",
+            [](auto& store) {
+                for (const char* key : { "b", "c", "a", "b" })
+                    store.set(key, *store.number(key) + 1);
+            },
+            "a,b,c");
+        // An observer may have read the value in between.
+        row(
+            "the old value again", [](auto& store) { store.set("d", 1), store.remove("d"); }, "d");
+        // "a" is removed, "b" stays equal, "c" changes and "d" is new.
+        row(
+            "save of somebody else",
+            [](auto& store) { replace(store.filePath(), R"({ "b": 2, "c": 3, "d": 1 })"); }, "a,c,d");
     }
 
-    void removedKeyIsNamed()
+    void noticeNamesTheChangedKeys()
     {
+        QFETCH(const Change, change);
+        QFETCH(const QByteArray, keys);
         Observed observed(m_suite);
         observed.store->registerDefaults(json({ { "a", 1 } }));
         QVERIFY(observed.store->apply(json({ { "a", 2 }, { "b", 2 }, { "c", 2 } }), {}));
         QCOMPARE(observed.named().size(), 1);
-        // "a" falls back to its default, and "b" has no default.
-        QVERIFY(observed.store->apply({}, { QStringLiteral("a"), QStringLiteral("b") }));
-        QCOMPARE(observed.named(), QByteArrayList { "a,b" });
-    }
-
-    void allKeysOfATurnAreNamedOnceAndInOrder()
-    {
-        Observed observed(m_suite);
-        for (const char* key : { "b", "c", "a", "b" })
-            QVERIFY(observed.store->set(key, observed.store->number(key).value_or(0) + 1));
-        QCOMPARE(observed.named(), QByteArrayList { "a,b,c" });
-    }
-
-    // An observer may have read the value in between.
-    void keyThatHasItsOldValueAgainIsNamed()
-    {
-        Observed observed(m_suite);
-        QVERIFY(observed.store->set("a", 1));
-        QVERIFY(observed.store->remove("a"));
-        QCOMPARE(observed.named(), QByteArrayList { "a" });
-    }
-
-    void saveOfSomebodyElseNamesAllItsKeys()
-    {
-        Observed observed(m_suite);
-        QVERIFY(observed.store->apply(json({ { "a", 1 }, { "b", 1 }, { "c", 1 } }), {}));
-        QCOMPARE(observed.named().size(), 1);
-        // "a" is removed, "b" stays equal, "c" changes and "d" is new.
-        replace(path(), R"({ "b": 1, "c": 2, "d": 1 })");
-        QCOMPARE(observed.named(), QByteArrayList { "a,c,d" });
+        change(*observed.store);
+        QCOMPARE(observed.named(), QByteArrayList { keys });
     }
 
     void keyWhoseValueInEffectStaysIsNotNamed()
@@ -291,6 +299,8 @@ private Q_SLOTS:
     }
 
 private:
+    using Change = std::function<void(UserDefaults&)>;
+
     static inline std::unique_ptr<UserDefaults> s_early;
     static inline int s_earlyNotices = 0;
 };

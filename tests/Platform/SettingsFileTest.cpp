@@ -205,11 +205,7 @@ private Q_SLOTS:
         };
         for (const Case& entry : cases) {
             write(path(entry.name), "x");
-            const time_t then = ::time(nullptr) - entry.age;
-            const struct timespec times[] {
-                { then, 0 }, { then, 0 }
-            };
-            QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path(entry.name)).constData(), times, 0), 0);
+            setTimes(path(entry.name), ::time(nullptr) - entry.age);
         }
         SettingsFile(path()).sweepLeftovers();
         for (const Case& entry : cases)

@@ -1,4 +1,5 @@
 #include "Platform/Signals/NotificationCentre.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/HelperProcess.h"
 #include "tests/Support/Programs.h"
 #include "tests/Support/SignalRecorder.h"
@@ -99,11 +100,11 @@ private Q_SLOTS:
     void aPostByAClockThatWasSetBackIsHeard()
     {
         NotificationCentre::post(QStringLiteral("x"));
-        setTime(path("/x"), ::time(nullptr) + 86'400);
+        setTimes(signalsDirectory() + QStringLiteral("/x"), ::time(nullptr) + 86'400);
         const Ear ear(QStringLiteral("x"));
         NotificationCentre::post(QStringLiteral("x"));
         QTRY_COMPARE(ear.count, 1);
-        setTime(path("/x"), 1'000'000);
+        setTimes(signalsDirectory() + QStringLiteral("/x"), 1'000'000);
         QTRY_COMPARE(ear.count, 2);
     }
 
@@ -135,7 +136,7 @@ private Q_SLOTS:
         const QString old = QStringLiteral("x");
         const QString fresh = QStringLiteral("fresh");
         NotificationCentre::post(old);
-        setTime(path("/x"), ::time(nullptr) + 86'400);
+        setTimes(signalsDirectory() + QStringLiteral("/x"), ::time(nullptr) + 86'400);
         // Both kinds at once, because each waits for several looks.
         std::map<QString, std::unique_ptr<HelperProcess>> helpers;
         for (const QString& kind : { QStringLiteral("instances"), QStringLiteral("watches") }) {
@@ -174,11 +175,6 @@ private:
     static QByteArray besidePath(const char* name)
     {
         return QFile::encodeName(TestHome::runtimeDirectory() + u'/') + name;
-    }
-    static void setTime(const QByteArray& file, time_t time)
-    {
-        const struct timespec times[2] = { { time, 0 }, { time, 0 } };
-        QCOMPARE(::utimensat(AT_FDCWD, file.constData(), times, 0), 0);
     }
     /// Moves the directory `away` back to `place`. Removes a directory that listeners have created there meanwhile.
     static void moveBack(const QByteArray& away, const QByteArray& place)

@@ -157,9 +157,12 @@ private Q_SLOTS:
         TracedSave::prepare(before);
         const auto outcome = TracedSave::run();
         QCOMPARE(outcome.exitCode, 0);
-        for (const auto& call : outcome.calls)
+        int opened = 0;
+        for (const auto& call : outcome.calls) {
+            opened += call.name == "openat" ? 1 : 0;
             QVERIFY2(!call.isInherited, call.file.constData());
-        QVERIFY(outcome.count("openat") >= 4); // the folder, lock, old file and new file
+        }
+        QVERIFY(opened >= 4); // the folder, lock, old file and new file
     }
 
 private:

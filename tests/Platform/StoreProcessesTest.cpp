@@ -1,125 +1,23 @@
-// Real processes that use one suite. Each runs this program again, with the name of its part as argument.
-
 #include "Platform/Store/SettingsFile.h"
 #include "Platform/Store/UserDefaults.h"
+#include "tests/Support/FileContent.h"
+#include "tests/Support/HelperProcess.h"
 #include "tests/Support/SettingsInMemory.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
 #include <csignal>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace kestrum;
 
-namespace {
-
-constexpr int keysPerWriter = 20;
-
-/// The environment variable with the delay of each fsync() in this process, in microseconds. The tests save to memory, where
-/// fsync() takes no time and writers would never wait long for the lock.
-constexpr char slowFlush[] = "KESTRUM_TEST_SLOW_FLUSH";
-
-std::string keyName(const QByteArray& writer, int number)
-{
-    return (writer + '.' + QByteArray::number(number)).toStdString();
-}
-
-/// Saves 1, 2, 3 … under `keysPerWriter` keys in turn. Before each save, checks that the key still has the writer's last
-/// value; after each save, prints the number. Returns the exit code, 0 on success.
-int write(const QString& suite, const QByteArray& writer, int count)
-{
-    const auto store = UserDefaults::withSuiteName(suite);
-    for (int i = 1; i <= count; ++i) {
-        const std::string key = keyName(writer, i % keysPerWriter);
-        const double before = store->number(key).value_or(0);
-        if (i > keysPerWriter && before != i - keysPerWriter) {
-            std::fprintf(stderr, "%s: %g instead of %d\n", key.c_str(), before, i - keysPerWriter);
-            return 2;
-        }
-        if (!store->set(key, i)) {
-            std::fprintf(stderr, "%s\n", qUtf8Printable(store->lastError()));
-            return 3;
-        }
-        std::printf("%d\n", i);
-        std::fflush(stdout);
-    }
-    return 0;
-}
-
-/// For each line on standard input, prints the number stored under "a".
-int read(const QString& suite)
-{
-    const auto store = UserDefaults::withSuiteName(suite);
-    char line[16];
-    while (std::fgets(line, sizeof line, stdin)) {
-        std::printf("%g\n", store->number("a").value_or(0));
-        std::fflush(stdout);
-    }
-    return 0;
-}
-
-class Player {
-public:
-    explicit Player(const QStringList& arguments, bool hasRuntimeDirectory = true)
-    {
-        if (!hasRuntimeDirectory) {
-            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-            environment.remove(QStringLiteral("XDG_RUNTIME_DIR"));
-            process.setProcessEnvironment(environment);
-        }
-        process.start(QCoreApplication::applicationFilePath(), TestRunner::again(arguments));
-    }
-    ~Player()
-    {
-        if (process.state() != QProcess::NotRunning) {
-            process.kill();
-            process.waitForFinished(5000);
-        }
-    }
-
-    /// The last number that the process printed; 0 before the first.
-    int lastNumber()
-    {
-        m_output += process.readAllStandardOutput();
-        const qsizetype end = m_output.lastIndexOf('\n');
-        if (end < 0)
-            return 0;
-        const qsizetype start = m_output.lastIndexOf('\n', end - 1) + 1;
-        return m_output.mid(start, end - start).toInt();
-    }
-
-    double ask()
-    {
-        process.write("\n");
-        return process.waitForReadyRead(5000) ? process.readAllStandardOutput().trimmed().toDouble() : -1;
-    }
-
-    QProcess process;
-
-private:
-    QByteArray m_output;
-};
-
-} // namespace
-
-/// Replaces the C library's fsync() in this program.
-extern "C" int fsync(int file)
-{
-    static const int delay = qEnvironmentVariableIntValue(slowFlush);
-    if (delay > 0)
-        ::usleep(useconds_t(delay));
-    return int(::syscall(SYS_fsync, file));
-}
-
+/// Real processes that use one suite.
 class StoreProcessesTest : public QObject {
     Q_OBJECT
 
@@ -127,7 +25,7 @@ private Q_SLOTS:
     void init()
     {
         m_suite = QStringLiteral("suite.%1").arg(++m_number);
-        m_players.clear();
+        m_writers.clear();
     }
 
     void twoWritersOfDifferentKeysLoseNothing()
@@ -140,8 +38,7 @@ private Q_SLOTS:
         bool wasThere = false;
         int reads = 0;
         // A reader must find a valid file at any moment.
-        while (m_players[0]->process.state() != QProcess::NotRunning
-            || m_players[1]->process.state() != QProcess::NotRunning) {
+        while (!m_writers[0]->hasEnded() || !m_writers[1]->hasEnded()) {
             for (int i = 0; i < 50; ++i, ++reads) {
                 const auto content = file.read();
                 QCOMPARE(content.failureText(), QString());
@@ -149,10 +46,7 @@ private Q_SLOTS:
                 QVERIFY(!wasThere || content->identity.size > 0);
                 wasThere = content->identity.size > 0;
             }
-            for (const auto& player : m_players) {
-                player->process.readAllStandardOutput();
-                player->process.waitForFinished(1);
-            }
+            QCoreApplication::processEvents();
         }
         finish();
         QVERIFY(reads > 100);
@@ -179,10 +73,10 @@ private Q_SLOTS:
     {
         QFETCH(const int, delay);
         QFETCH(const int, saves);
-        qputenv(slowFlush, QByteArray::number(delay));
+        qputenv("KESTRUM_TEST_SLOW_FLUSH", QByteArray::number(delay));
         for (char writer = 'a'; writer < 'k'; ++writer)
             start(QByteArray(1, writer), saves);
-        qunsetenv(slowFlush);
+        qunsetenv("KESTRUM_TEST_SLOW_FLUSH");
         finish(); // no writer had to give up waiting for the lock
         const auto store = UserDefaults::withSuiteName(m_suite);
         for (char writer = 'a'; writer < 'k'; ++writer)
@@ -196,13 +90,14 @@ private Q_SLOTS:
         int mostSaves = 0;
         for (int round = 1; round <= 40; ++round) {
             const QByteArray writer = "w" + QByteArray::number(round);
-            m_players.clear();
-            Player* player = start(writer, 1'000'000);
-            QVERIFY(player->process.waitForReadyRead(10'000)); // until the first save is done
+            HelperProcess process(arguments(writer, 1'000'000));
+            QVERIFY(process.hasLine(10'000)); // until the first save is done
             QTest::qSleep(int(QRandomGenerator::global()->bounded(12)));
-            player->process.kill();
-            QVERIFY(player->process.waitForFinished(5000));
-            const int told = player->lastNumber();
+            QCOMPARE(::kill(pid_t(process.pid()), SIGKILL), 0);
+            QCOMPARE(process.finish(), -1);
+            int told = 0;
+            while (process.hasLine(0))
+                told = process.line().toInt();
             mostSaves = qMax(mostSaves, told);
 
             const auto content = SettingsFile(store->filePath()).read();
@@ -229,13 +124,8 @@ private Q_SLOTS:
             return directory.entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden);
         };
         const QStringList left = leftovers();
-        for (const QString& name : left) {
-            const struct timespec times[] {
-                { 1000, 0 }, { 1000, 0 }
-            };
-            QCOMPARE(
-                ::utimensat(AT_FDCWD, QFile::encodeName(directory.filePath(name)).constData(), times, 0), 0);
-        }
+        for (const QString& name : left)
+            setTimes(directory.filePath(name), 1000);
         store->sweepLeftovers();
         QVERIFY(leftovers().isEmpty());
     }
@@ -250,7 +140,6 @@ private Q_SLOTS:
             ++notices;
         });
         start("writer", 300);
-        QTRY_VERIFY_WITH_TIMEOUT(m_players[0]->process.state() == QProcess::NotRunning, 30'000);
         finish();
         QTRY_COMPARE_WITH_TIMEOUT(heard, SettingsFile(store->filePath()).read()->values, 1000);
         QCOMPARE(heard.size(), keysPerWriter);
@@ -268,52 +157,52 @@ private Q_SLOTS:
     {
         QFETCH(const bool, hasRuntimeDirectory);
         const auto store = UserDefaults::withSuiteName(m_suite);
-        Player reader({ QStringLiteral("read"), m_suite }, hasRuntimeDirectory);
-        QCOMPARE(reader.ask(), 0.0);
+        const QByteArray directory = qgetenv("XDG_RUNTIME_DIR");
+        if (!hasRuntimeDirectory)
+            qunsetenv("XDG_RUNTIME_DIR");
+        HelperProcess reader({ QStringLiteral("read"), m_suite });
+        qputenv("XDG_RUNTIME_DIR", directory);
+        const auto read = [&reader] {
+            reader.say("read");
+            return reader.line();
+        };
+        QCOMPARE(read(), QByteArray("0"));
         for (int i = 100; i < 400; ++i) {
             QVERIFY(store->set("a", i));
-            QCOMPARE(reader.ask(), double(i));
+            QCOMPARE(read(), QByteArray::number(i));
         }
-        reader.process.closeWriteChannel();
-        QVERIFY(reader.process.waitForFinished(5000));
-        QCOMPARE(reader.process.exitCode(), 0);
+        QCOMPARE(reader.finish(), 0);
     }
 
 private:
-    Player* start(const QByteArray& writer, int count)
-    {
-        m_players.push_back(std::make_unique<Player>(QStringList {
-            QStringLiteral("write"), m_suite, QString::fromLatin1(writer), QString::number(count) }));
-        return m_players.back().get();
-    }
+    static constexpr int keysPerWriter = 20;
 
+    static std::string keyName(const QByteArray& writer, int number)
+    {
+        return (writer + '.' + QByteArray::number(number)).toStdString();
+    }
+    QStringList arguments(const QByteArray& writer, int count) const
+    {
+        return { QStringLiteral("keys"), m_suite, QString::fromLatin1(writer), QString::number(keysPerWriter),
+            QString::number(count) };
+    }
+    void start(const QByteArray& writer, int count)
+    {
+        m_writers.push_back(std::make_unique<HelperProcess>(arguments(writer, count)));
+    }
     void finish()
     {
-        for (const auto& player : m_players) {
-            if (player->process.state() != QProcess::NotRunning)
-                QVERIFY(player->process.waitForFinished(30'000));
-            QVERIFY2(player->process.exitStatus() == QProcess::NormalExit && player->process.exitCode() == 0,
-                player->process.readAllStandardError().constData());
+        for (const auto& writer : m_writers) {
+            QTRY_VERIFY_WITH_TIMEOUT(writer->hasEnded(), 30'000);
+            QVERIFY2(writer->finish() == 0, writer->errors().constData());
         }
     }
 
+    const SettingsInMemory m_memory; // on a disk, writers would also collide less often
     QString m_suite;
     int m_number = 0;
-    std::vector<std::unique_ptr<Player>> m_players;
+    std::vector<std::unique_ptr<HelperProcess>> m_writers;
 };
 
-KESTRUM_TEST_MAIN_OF(StoreProcessesTest)(int argc, char** argv)
-{
-    const QByteArray part = argc > 2 ? argv[1] : "";
-    if (part == "write" && argc == 5)
-        return write(QString::fromUtf8(argv[2]), argv[3], QByteArray(argv[4]).toInt());
-    if (part == "read" && argc == 3)
-        return read(QString::fromUtf8(argv[2]));
-    const TestHome home;
-    const SettingsInMemory memory; // on a disk, writers would also collide less often
-    const QCoreApplication application(argc, argv);
-    StoreProcessesTest test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+KESTRUM_TEST_MAIN(QCoreApplication, StoreProcessesTest)
 #include "StoreProcessesTest.moc"

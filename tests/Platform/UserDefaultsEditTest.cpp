@@ -31,34 +31,32 @@ private Q_SLOTS:
 
     void editsByHandAreSeen_data()
     {
-        QTest::addColumn<std::function<void(const QString& path, const QByteArray& content)>>("edit");
-        using Edit = std::function<void(const QString&, const QByteArray&)>;
-        QTest::newRow("in place") << Edit(write);
-        QTest::newRow("replaced, as editors do") << Edit(replace);
-        QTest::newRow("old one moved away, new one written, as other editors do")
-            << Edit([](const QString& path, const QByteArray& content) {
-                   QFile::remove(path + u'~');
-                   QVERIFY(QFile::rename(path, path + u'~'));
-                   write(path, content);
-               });
-        QTest::newRow("deleted and made again") << Edit([](const QString& path, const QByteArray& content) {
+        QTest::addColumn<Edit>("edit");
+        const auto row = [](const char* name, const Edit& edit) { QTest::newRow(name) << edit; };
+        row("in place", write);
+        row("replaced, as editors do", replace);
+        row("old one moved away, new one written, as other editors do",
+            [](const QString& path, const QByteArray& content) {
+                QFile::remove(path + u'~');
+                QVERIFY(QFile::rename(path, path + u'~'));
+                write(path, content);
+            });
+        row("deleted and made again", [](const QString& path, const QByteArray& content) {
             QVERIFY(QFile::remove(path));
             write(path, content);
         });
-        QTest::newRow("directory deleted and made again")
-            << Edit([](const QString& path, const QByteArray& content) {
-                   QVERIFY(QDir(TestHome::configDirectory()).removeRecursively());
-                   deliverPendingEvents();
-                   QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-                   write(path, content);
-               });
-        QTest::newRow("parent deleted and made again")
-            << Edit([](const QString& path, const QByteArray& content) {
-                   QVERIFY(QFileInfo(TestHome::configDirectory()).dir().removeRecursively());
-                   QVERIFY(QDir().mkpath(TestHome::configDirectory()));
-                   write(path, content);
-               });
-        QTest::newRow("directory swapped") << Edit([](const QString& path, const QByteArray& content) {
+        row("directory deleted and made again", [](const QString& path, const QByteArray& content) {
+            QVERIFY(QDir(TestHome::configDirectory()).removeRecursively());
+            deliverPendingEvents();
+            QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+            write(path, content);
+        });
+        row("parent deleted and made again", [](const QString& path, const QByteArray& content) {
+            QVERIFY(QFileInfo(TestHome::configDirectory()).dir().removeRecursively());
+            QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+            write(path, content);
+        });
+        row("directory swapped", [](const QString& path, const QByteArray& content) {
             const QString aside = TestHome::configDirectory() + QStringLiteral(".new");
             QDir(aside + u'~').removeRecursively();
             QVERIFY(QDir().mkpath(aside));
@@ -66,13 +64,11 @@ private Q_SLOTS:
             QVERIFY(QDir().rename(TestHome::configDirectory(), aside + u'~'));
             QVERIFY(QDir().rename(aside, TestHome::configDirectory()));
         });
-        QTest::newRow("removed") << Edit(
-            [](const QString& path, const QByteArray&) { QVERIFY(QFile::remove(path)); });
+        row("removed", [](const QString& path, const QByteArray&) { QVERIFY(QFile::remove(path)); });
     }
 
     void editsByHandAreSeen()
     {
-        using Edit = std::function<void(const QString&, const QByteArray&)>;
         QFETCH(const Edit, edit);
         QVERIFY(QDir().mkpath(TestHome::configDirectory()));
         Observed observed(m_suite);
@@ -229,6 +225,9 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a"), double(version), longestDelay);
         }
     }
+
+private:
+    using Edit = std::function<void(const QString& path, const QByteArray& content)>;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, UserDefaultsEditTest)

@@ -180,10 +180,7 @@ private Q_SLOTS:
         const QString leftover
             = TestHome::configDirectory() + QStringLiteral("/.kestrum-0123456789abcdef.tmp");
         write(leftover, "x");
-        const struct timespec times[] {
-            { 1000, 0 }, { 1000, 0 }
-        };
-        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(leftover).constData(), times, 0), 0);
+        setTimes(leftover, 1000);
         opened()->sweepLeftovers();
         QVERIFY(!QFile::exists(leftover));
     }

@@ -4,6 +4,8 @@
 #include <QDir>
 #include <QFile>
 #include <QTest>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace kestrum {
 
@@ -21,6 +23,18 @@ inline void write(const QString& path, const QByteArray& content)
     QFile file(path);
     QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     QCOMPARE(file.write(content), content.size());
+}
+
+/// Sets the times of a file or folder, in seconds since 1970.
+inline void setTimes(const QString& path, time_t seconds)
+{
+    const struct timespec time {
+        seconds, 0
+    };
+    const struct timespec times[] {
+        time, time
+    };
+    QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
 }
 
 } // namespace kestrum

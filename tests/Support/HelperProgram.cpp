@@ -11,6 +11,10 @@
 //                              waits so long; "stored TIMES" at the end of its input
 //   check SUITE PAGE           "ready"; at each delivery reads the suite: its number must be at least the one in PAGE.
 //                              "checked TIMES violations TIMES" at the end of its input
+//   keys SUITE WRITER KEYS TIMES
+//                              stores 1, 2, 3 … under "WRITER.0" to "WRITER.<KEYS - 1>" in turn, and says each number when it
+//                              is stored; ends with 2 when a key has not the writer's last value, with 3 when a save fails
+//   read SUITE                 for each line read: the number stored under "a"
 //   instance NAME [TOKEN]
 //                              "first", then "raise TOKEN" for each request; a second start says "second", asks the first to
 //                              come forward and ends, with 1 when that one does not answer, or goes on as "first" when that
@@ -47,6 +51,7 @@
 #include <sched.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 #include <vector>
 
@@ -207,6 +212,31 @@ int store(const QString& suite, int pause)
     return 0;
 }
 
+int storeKeys(const QString& suite, const QByteArray& writer, int keys, int times)
+{
+    const auto defaults = UserDefaults::withSuiteName(suite);
+    for (int i = 1; i <= times; ++i) {
+        const std::string key = (writer + '.' + QByteArray::number(i % keys)).toStdString();
+        const double before = defaults->number(key).value_or(0);
+        if (i > keys && before != i - keys) {
+            std::fprintf(stderr, "%s: %g instead of %d\n", key.c_str(), before, i - keys);
+            return 2;
+        }
+        if (!defaults->set(key, i)) {
+            std::fprintf(stderr, "%s\n", qUtf8Printable(defaults->lastError()));
+            return 3;
+        }
+        say(QByteArray::number(i));
+    }
+    return 0;
+}
+
+int read(const QString& suite)
+{
+    const auto defaults = UserDefaults::withSuiteName(suite);
+    return runUntilInputEnds([&defaults] { say(QByteArray::number(defaults->number("a").value_or(0))); });
+}
+
 bool writeFile(const char* path, const QByteArray& text)
 {
     QFile file(QString::fromLatin1(path));
@@ -309,6 +339,16 @@ int workspace(const QString& bundle, const QStringList& pids)
 
 } // namespace
 
+// Replaces the C library's function in this program. KESTRUM_TEST_SLOW_FLUSH is the delay of each flush in µs: tests save to
+// memory, where a flush takes no time and writers never wait long for the lock.
+extern "C" int fsync(int file)
+{
+    static const int delay = qEnvironmentVariableIntValue("KESTRUM_TEST_SLOW_FLUSH");
+    if (delay > 0)
+        ::usleep(useconds_t(delay));
+    return int(::syscall(SYS_fsync, file));
+}
+
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
@@ -334,6 +374,11 @@ int main(int argc, char** argv)
             arguments.value(4) == QLatin1String("right"));
     if (verb == QLatin1String("store"))
         return store(arguments.value(1), arguments.value(2).toInt());
+    if (verb == QLatin1String("keys"))
+        return storeKeys(arguments.value(1), arguments.value(2).toUtf8(), arguments.value(3).toInt(),
+            arguments.value(4).toInt());
+    if (verb == QLatin1String("read"))
+        return read(arguments.value(1));
     if (verb == QLatin1String("check"))
         return check(arguments.value(1), arguments.value(2));
     if (verb == QLatin1String("instance"))

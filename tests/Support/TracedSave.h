@@ -34,7 +34,6 @@ public:
         int exitCode = -1; ///< -1: killed
         QString error;     ///< the store's last error
 
-        int count(const char* name) const;
         /// The place in `calls` of the first call of that name whose file's path ends in `end`.
         qsizetype indexOf(const char* name, const char* end) const;
         /// The names of the files that were flushed to disk, in order; "temporary" for a file that has no name yet.

@@ -37,7 +37,7 @@ public:
 
     /// An item's frame in the widget.
     QRectF place(const Item& item) const { return m_scene.frame(item); }
-    /// The item's text, from `itemText`.
+    /// The item's text, from `StripScene::text`.
     QString text(MonitorSection section) const { return m_scene.text(section); }
     /// The texts of all items, one per line.
     QString summary() const { return m_scene.summary(); }

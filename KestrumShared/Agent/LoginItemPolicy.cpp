@@ -20,8 +20,7 @@ bool LoginItemPolicy::isSuppressedHere()
 {
     const QProcessEnvironment own = QProcessEnvironment::systemEnvironment();
     QMap<QString, QString> environment;
-    const QStringList names = own.keys();
-    for (const QString& name : names)
+    for (const QString& name : own.keys())
         environment.insert(name, own.value(name));
     return isSuppressed(environment, QCoreApplication::arguments());
 }

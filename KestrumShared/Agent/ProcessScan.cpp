@@ -5,12 +5,6 @@ namespace kestrum {
 
 namespace {
 
-// Compares bytes: the suffix is ASCII, so only matching paths have to be decoded.
-bool isAgent(QByteArrayView path)
-{
-    return path.endsWith(QByteArrayView(ProcessScan::agentPathSuffix));
-}
-
 QList<ProcessScan::Entry> processes(const ProcessTable& table, bool (*accepts)(QByteArrayView path))
 {
     QList<ProcessScan::Entry> result;
@@ -25,7 +19,9 @@ QList<ProcessScan::Entry> processes(const ProcessTable& table, bool (*accepts)(Q
 
 QList<ProcessScan::Entry> ProcessScan::agents(const ProcessTable& table)
 {
-    return processes(table, isAgent);
+    // Compares bytes: the suffix is ASCII, so only matching paths have to be decoded.
+    return processes(
+        table, [](QByteArrayView path) { return path.endsWith(QByteArrayView(agentPathSuffix)); });
 }
 
 } // namespace kestrum

@@ -41,8 +41,7 @@ ItemReadout memoryReadout(const Appearance& appearance)
         return { title, &ItemReadout::percent, ItemReadout::value<&MenuBarReadings::memoryPressure>,
             [](WantedReadings& wanted) { wanted.memoryPressure = true; } };
     case MemoryReadout::swap:
-        return { title, &ItemReadout::bytes, ItemReadout::value<&MenuBarReadings::swapUsed>,
-            memoryUsage.want };
+        return { title, &ItemReadout::bytes, ItemReadout::value<&MenuBarReadings::swapUsed> };
     }
     return {};
 }

@@ -108,11 +108,12 @@ QSizeF StatusMetricView::iconSize(MonitorSection section)
 QSizeF StatusMetricView::symbolSize(const QString& name)
 {
     static QHash<QString, QSizeF> symbolSizes;
-    const auto cached = symbolSizes.constFind(name);
-    if (cached != symbolSizes.constEnd())
-        return *cached;
-    const QSizeF size = SymbolImage::size(name, symbolPointSize);
-    return *symbolSizes.insert(name, size.isEmpty() ? QSizeF(missingSymbolSide, missingSymbolSide) : size);
+    QSizeF& size = symbolSizes[name];
+    if (size.isEmpty())
+        size = SymbolImage::size(name, symbolPointSize);
+    if (size.isEmpty())
+        size = QSizeF(missingSymbolSide, missingSymbolSide);
+    return size;
 }
 
 double StatusMetricView::labelWidth(MonitorSection section, const Appearance& appearance)

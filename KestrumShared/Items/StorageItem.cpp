@@ -37,7 +37,7 @@ ItemReadout storageReadout(const Appearance& appearance)
         return storageUsage;
     case StorageReadout::free:
         return { enumerationCase(chosen).title, &ItemReadout::bytes,
-            ItemReadout::value<&MenuBarReadings::availableStorage>, storageUsage.want };
+            ItemReadout::value<&MenuBarReadings::availableStorage> };
     }
     return {};
 }

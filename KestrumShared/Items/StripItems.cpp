@@ -28,7 +28,7 @@ void StripItems::rebuild(const QList<MonitorSection>& order,
         const QRectF frame(*place.x, 0, place.width, StatusMetricView::height);
         m_list.append({ place.section, std::make_shared<StatusMetricView>(place.section, frame, readings) });
     }
-    if (const Item* same = m_drag ? item(m_drag->item.section) : nullptr) {
+    if (const Item* same = item(dragged())) {
         same->view->moveLeftEdgeTo(m_drag->item.view->frame().left());
         m_drag->item = *same;
     }
@@ -59,9 +59,9 @@ int StripItems::index(MonitorSection section) const
     return -1;
 }
 
-const StripItems::Item* StripItems::item(MonitorSection section) const
+const StripItems::Item* StripItems::item(std::optional<MonitorSection> section) const
 {
-    const int i = index(section);
+    const int i = section ? index(*section) : -1;
     return i < 0 ? nullptr : &m_list[i];
 }
 
@@ -99,30 +99,24 @@ void StripItems::drag(double pointer)
     const double left = pointer - m_drag->grabOffset;
     dragged.moveLeftEdgeTo(std::max(0.0, std::min(left, size().width() - dragged.frame().width())));
     const QRectF frame = dragged.frame();
-    const qsizetype count = m_list.size();
-    qsizetype i = std::max(0, index(m_drag->item.section));
-    qsizetype direction = 0;
-    bool moved = true;
-    while (moved) {
-        // The direction never changes within a call. If the dragged item is hidden by now, the first item is used in its
-        // place; then both conditions could become true in turn, and the loop would not end.
-        if (direction <= 0 && i >= 1 && frame.left() < middleOf(m_list[i - 1]))
-            direction = -1;
-        else if (direction >= 0 && i < count - 1 && middleOf(m_list[i + 1]) < frame.right())
-            direction = 1;
-        else
-            moved = false;
-        if (moved) {
-            m_list.swapItemsAt(i, i + direction);
-            i += direction;
-        }
+    // If the dragged item is hidden by now, the first item takes its part.
+    const qsizetype start = std::max(0, index(m_drag->item.section));
+    qsizetype i = start;
+    const auto swapWith = [&](qsizetype neighbour) {
+        m_list.swapItemsAt(i, neighbour);
+        i = neighbour;
         StripLayout::Grid grid;
         for (const Item& item : std::as_const(m_list)) {
             const double place = grid.place(item.view->frame().width());
             if (item.view.get() != &dragged)
                 item.view->moveLeftEdgeTo(place);
         }
-    }
+    };
+    while (i >= 1 && frame.left() < middleOf(m_list[i - 1]))
+        swapWith(i - 1);
+    // One call moves the item in one direction only.
+    while (i >= start && i < m_list.size() - 1 && middleOf(m_list[i + 1]) < frame.right())
+        swapWith(i + 1);
 }
 
 } // namespace kestrum

@@ -28,9 +28,9 @@ public:
     /// The size of all items and the gaps between them, in points.
     QSizeF size() const;
 
-    /// The index of a section's item, and the item; -1 and null if the section is not shown.
+    /// The index of a section's item, and the item; -1 and null if the section is not shown. Nothing gives null, too.
     int index(MonitorSection section) const;
-    const Item* item(MonitorSection section) const;
+    const Item* item(std::optional<MonitorSection> section) const;
 
     /// The area of an item's backdrop: the item's frame, widened to the left and to the right.
     static QRectF ground(const Item& item);

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/StripScene.h"
 
-#include "KestrumShared/Items/ItemText.h"
+#include "KestrumShared/Items/SectionItem.h"
 #include "KestrumShared/Items/StripBackground.h"
+#include "KestrumShared/Text/AppLanguage.h"
 
 #include <QHash>
 #include <QStringList>
 #include <cmath>
+#include <utility>
 
 namespace kestrum {
 
@@ -46,12 +48,12 @@ QRectF StripScene::widgetRect(const QRectF& stripRect) const
 
 QRectF StripScene::frame(const Item& item) const
 {
-    return widgetRect(item.view->frame()).translated(m_offset ? m_offset(item.section) : 0, 0);
+    return widgetRect(item.view->frame()).translated(m_offset(item.section), 0);
 }
 
 QRectF StripScene::ground(const Item& item) const
 {
-    return widgetRect(StripItems::ground(item)).translated(m_offset ? m_offset(item.section) : 0, 0);
+    return widgetRect(StripItems::ground(item)).translated(m_offset(item.section), 0);
 }
 
 Qt::CursorShape StripScene::cursor() const
@@ -66,39 +68,31 @@ const StripScene::Item* StripScene::resting(const QPointF& point) const
 
 void StripScene::setHovered(std::optional<MonitorSection> section)
 {
-    if (section == m_hovered)
+    if (dragged() || section == m_hovered)
         return;
-    repaint(m_hovered);
-    m_hovered = section;
-    repaint(m_hovered);
-}
-
-void StripScene::repaint(std::optional<MonitorSection> section)
-{
-    if (const Item* item = section ? m_items.item(*section) : nullptr)
-        Q_EMIT changed(ground(*item));
+    for (const auto repainted : { std::exchange(m_hovered, section), section }) {
+        if (const Item* item = m_items.item(repainted))
+            Q_EMIT changed(ground(*item));
+    }
 }
 
 void StripScene::hover(const QPointF& point)
 {
-    if (dragged())
-        return;
     const Item* under = resting(point);
     setHovered(under ? std::optional(under->section) : std::nullopt);
 }
 
 void StripScene::leave()
 {
-    if (!dragged())
-        setHovered(std::nullopt);
+    setHovered(std::nullopt);
 }
 
 const StripScene::Item* StripScene::grab(const QMouseEvent& press)
 {
     const Item* item = press.button() == Qt::LeftButton ? resting(press.position()) : nullptr;
     if (item) {
-        m_items.grab(*item, stripPoint(press.position()).x());
         setHovered(item->section);
+        m_items.grab(*item, stripPoint(press.position()).x());
     }
     return item;
 }
@@ -108,7 +102,6 @@ void StripScene::drag(const QPointF& point)
     QHash<MonitorSection, double> before;
     for (const Item& item : m_items.list())
         before.insert(item.section, item.view->frame().left());
-    repaint(dragged());
     m_items.drag(stripPoint(point).x());
     for (const Item& item : m_items.list()) {
         const double moved = item.view->frame().left() - before[item.section];
@@ -135,16 +128,13 @@ void StripScene::move(int from, int to)
 void StripScene::paint(QPainter& painter, ColourScheme scheme, DragLook look,
     const std::function<void(const Item&, const QPointF&)>& drawItem) const
 {
-    const auto shown = [this](std::optional<MonitorSection> section) {
-        return section ? m_items.item(*section) : nullptr;
-    };
     const auto draw = [&, device = painter.deviceTransform()](const Item& item) {
         const QPointF corner = frame(item).topLeft();
         drawItem(item, QPointF(StripBackground::onPixel(corner.x(), device), corner.y()));
     };
-    const Item* lifted = shown(dragged());
-    const Item* hovered = look == DragLook::lifted && dragged() ? nullptr : shown(m_hovered);
-    if (hovered)
+    const Item* lifted = m_items.item(dragged());
+    const Item* hovered = m_items.item(m_hovered);
+    if (hovered && !(look == DragLook::lifted && dragged()))
         StripBackground::drawBackdrop(painter, ground(*hovered), scheme);
     for (const Item& each : m_items.list()) {
         if (&each != lifted)
@@ -176,7 +166,17 @@ QString StripScene::readoutText(MonitorSection section, const Appearance& appear
 
 QString StripScene::text(MonitorSection section, const Appearance& appearance) const
 {
-    return itemText(section, *m_readings, appearance);
+    const SectionItem& item = SectionItem::of(section);
+    const ItemReadout chosen = item.readout(appearance);
+    const ItemReadout& said = chosen.kind ? chosen : item.shownByMeter;
+    if (!said.kind)
+        return item.name();
+    std::optional<QString> text = said.text(*m_readings, appearance);
+    if (text && said.kind->said)
+        text = said.kind->said(*text);
+    return AppLanguage::string("%@ — %@: %@",
+        { item.name(), AppLanguage::string(said.title),
+            text.value_or(AppLanguage::string("no sensor for this")) });
 }
 
 QString StripScene::summary() const

@@ -70,8 +70,11 @@ public:
 
     /// The text beside an item's meter; empty when there is none.
     QString readoutText(MonitorSection section, const Appearance& appearance = Appearance::current()) const;
-    /// An item's text from `itemText`; and the texts of all items, one per line.
+    /// An item as text in the interface language: its name, the title of the readout, and the value, as in "Memory — Usage:
+    /// 64%". If the reading is absent, the text says that there is no sensor. For an item without a readout, the text
+    /// describes the meter; it is only the name if there is no meter either.
     QString text(MonitorSection section, const Appearance& appearance = Appearance::current()) const;
+    /// The texts of all items from left to right, one per line.
     QString summary() const;
 
 Q_SIGNALS:
@@ -80,13 +83,12 @@ Q_SIGNALS:
 
 private:
     void setHovered(std::optional<MonitorSection> section);
-    void repaint(std::optional<MonitorSection> section);
 
     std::shared_ptr<const MenuBarReadings> m_readings;
     QSize m_room;
     StripItems m_items;
     std::optional<MonitorSection> m_hovered;
-    std::function<double(MonitorSection)> m_offset;
+    std::function<double(MonitorSection)> m_offset = [](MonitorSection) { return 0; };
 };
 
 } // namespace kestrum

@@ -3,6 +3,9 @@
 
 #include <QPainter>
 #include <QRectF>
+#include <QTransform>
+#include <algorithm>
+#include <cmath>
 
 namespace kestrum {
 
@@ -10,7 +13,15 @@ namespace kestrum {
 namespace PixelGrid {
 
 /// `rect` with its edges moved to the nearest pixel edges; at least one pixel wide and high.
-QRectF aligned(const QRectF& rect, const QPainter& painter);
+inline QRectF aligned(const QRectF& rect, const QPainter& painter)
+{
+    const QTransform device = painter.deviceTransform();
+    const QRectF pixels = device.mapRect(rect);
+    const double left = std::round(pixels.left());
+    const double top = std::round(pixels.top());
+    return device.inverted().mapRect(QRectF(left, top, std::max(1.0, std::round(pixels.right()) - left),
+        std::max(1.0, std::round(pixels.bottom()) - top)));
+}
 
 } // namespace PixelGrid
 } // namespace kestrum

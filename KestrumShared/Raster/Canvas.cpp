@@ -89,8 +89,6 @@ void Canvas::strokeRoundedRect(const QRectF& rect, double radius, double lineWid
 
 void Canvas::fillBelow(const QPolygonF& line, double bottom, const QColor& colour)
 {
-    if (line.isEmpty())
-        return;
     QPolygonF outline;
     outline.reserve(line.size() + 2);
     for (const QPointF& point : line)

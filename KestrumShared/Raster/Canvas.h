@@ -29,14 +29,12 @@ public:
     Canvas(const Canvas&) = delete;
     Canvas& operator=(const Canvas&) = delete;
 
-    QRectF bounds() const { return QRectF(QPointF(0, 0), m_size); }
-
     /// A rectangle's x and y are its bottom left corner.
     void fillRect(const QRectF& rect, const QColor& colour);
     void fillRoundedRect(const QRectF& rect, double radius, const QColor& colour);
     void strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour);
-    /// Fills the area between `line`, which runs from left to right, and the height `bottom`, which is not above any point
-    /// of `line`.
+    /// Fills the area between `line`, which is two points or more from left to right, and the height `bottom`, which is not
+    /// above any point of `line`.
     void fillBelow(const QPolygonF& line, double bottom, const QColor& colour);
     /// Draws single letters below each other, the first on top, centred vertically around a line box with its bottom left
     /// corner at `origin`. The distance of their base lines is `distance`, rounded to whole pixels. `shrink` scales the

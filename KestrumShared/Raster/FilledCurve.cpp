@@ -57,9 +57,6 @@ QRgb FilledCurve::pixel(double coverage) const
 
 void FilledCurve::make(const QList<QPointF>& line, double bottom, const QColor& colour)
 {
-    m_area = QRect();
-    if (line.size() < 2)
-        return;
     double top = bottom;
     for (const QPointF& point : line)
         top = std::min(top, point.y());

@@ -15,8 +15,8 @@ namespace kestrum {
 /// from other threads if the colour is translucent. The memory is used again for the next curve.
 class FilledCurve {
 public:
-    /// Makes the picture of the area between `line`, which runs from left to right, and `bottom`, which is not above any
-    /// point of `line`. Coordinates are pixels, y downwards.
+    /// Makes the picture of the area between `line`, which is two points or more from left to right, and `bottom`, which is
+    /// not above any point of `line`. Coordinates are pixels, y downwards.
     void make(const QList<QPointF>& line, double bottom, const QColor& colour);
 
     /// The device pixels that the picture covers. The picture is the upper left part of `image`, which may be larger.

@@ -16,19 +16,9 @@ constexpr int fineGrid = 1024;
 
 bool keepsPictures = true;
 
-int onGrid(double pixels)
+int onGrid(double number, int stepsPerUnit = grid)
 {
-    return int(std::floor(pixels * grid + 0.5));
-}
-
-int fine(double number)
-{
-    return int(std::floor(number * fineGrid + 0.5));
-}
-
-double fromGrid(int steps)
-{
-    return double(steps) / grid;
+    return int(std::floor(number * stepsPerUnit + 0.5));
 }
 
 int pixelBelow(int steps)
@@ -113,9 +103,9 @@ void PixelPainter::drawKept(SpriteKey key, const QRectF& rect, const std::functi
         return;
     }
     const QRect pixels = rect.toAlignedRect();
-    key.numbers[4] = fine(rect.left() - pixels.left());
-    key.numbers[5] = fine(rect.top() - pixels.top());
-    key.numbers[6] = fine(m_scale);
+    key.numbers[4] = onGrid(rect.left() - pixels.left(), fineGrid);
+    key.numbers[5] = onGrid(rect.top() - pixels.top(), fineGrid);
+    key.numbers[6] = onGrid(m_scale, fineGrid);
     const QImage& sprite = SpriteCache::shared().sprite(key, [&] {
         QImage image = transparent(pixels.size());
         QPainter painter(&image);
@@ -134,11 +124,6 @@ QImage PixelPainter::transparent(const QSize& size)
     return image;
 }
 
-void PixelPainter::drawPart(const QImage& sprite, int x, int y, const QRect& part)
-{
-    m_painter.drawImage(QPointF(x, y), sprite, QRectF(part));
-}
-
 void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& colour)
 {
     const int left = onGrid(rect.left());
@@ -154,8 +139,7 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
         return;
 
     const auto inPoints = [&](int x0, int y0, int x1, int y1) {
-        return QRectF(
-            QPointF(fromGrid(x0), fromGrid(y0)) / m_scale, QPointF(fromGrid(x1), fromGrid(y1)) / m_scale);
+        return QRectF(QPointF(x0, y0) / (grid * m_scale), QPointF(x1, y1) / (grid * m_scale));
     };
     if (!keepsPictures) {
         end();
@@ -208,7 +192,7 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
         { left - originX, right - originX, rows, yEnd * grid - bottom, rounding, 1, 0 } };
     const QImage& lower = SpriteCache::shared().sprite(
         key, [&] { return picture(yEnd - rows, rows, (yEnd - rows) * grid - 2 * rounding - grid, bottom); });
-    drawPart(lower, x, cut, QRect(0, rows - (yEnd - cut), columns, yEnd - cut));
+    m_painter.drawImage(QPoint(x, cut), lower, QRect(0, rows - (yEnd - cut), columns, yEnd - cut));
 }
 
 void PixelPainter::fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour)
@@ -226,7 +210,7 @@ void PixelPainter::fillBelow(const QList<QPointF>& line, double bottom, const QC
     curve.make(line, bottom, colour);
     const QRect area = curve.area();
     if (!area.isEmpty())
-        drawPart(curve.image(), area.left(), area.top(), QRect(QPoint(0, 0), area.size()));
+        m_painter.drawImage(area.topLeft(), curve.image(), QRect(QPoint(0, 0), area.size()));
 }
 
 } // namespace kestrum

@@ -52,7 +52,6 @@ public:
 
 private:
     static QImage transparent(const QSize& size);
-    void drawPart(const QImage& sprite, int x, int y, const QRect& part);
 
     QPainter& m_painter;
     QTransform m_points;

@@ -37,9 +37,6 @@ public:
         return keep(key, make());
     }
 
-    qsizetype bytes() const { return m_images.totalCost(); }
-    qsizetype count() const { return m_images.size(); }
-
 private:
     SpriteCache();
     const QImage& keep(const SpriteKey& key, QImage image);

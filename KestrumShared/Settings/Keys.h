@@ -4,7 +4,6 @@
 #include "KestrumShared/Vocabulary/LanguageChoice.h"
 #include "KestrumShared/Vocabulary/MeterAccent.h"
 #include "KestrumShared/Vocabulary/MeterAppearance.h"
-#include "KestrumShared/Vocabulary/MonitorSection.h"
 #include "KestrumShared/Vocabulary/TemperatureChoice.h"
 
 #include <QString>
@@ -82,22 +81,6 @@ inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" 
 template <class... K> QStringList names(const K&... keys)
 {
     return { QString::fromLatin1(keys.name)... };
-}
-
-/// The key that shows or hides a section's item.
-constexpr const Key<bool>& visibility(MonitorSection section)
-{
-    switch (section) {
-    case MonitorSection::cpu:
-        return showCPUItem;
-    case MonitorSection::memory:
-        return showMemoryItem;
-    case MonitorSection::storage:
-        return showStorageItem;
-    case MonitorSection::sensors:
-        return showSensorsItem;
-    }
-    return showCPUItem; // for a number that is not an enumerator
 }
 
 /// All keys with a factory default, for iteration. The default of a key that is missing here is not registered.

@@ -111,8 +111,7 @@ QStringList MeterSettings::itemKeys()
 
 bool MeterSettings::migrateAccents()
 {
-    const QJsonObject missing = missingAccents();
-    return missing.isEmpty() || SharedSettings::store().apply(missing, {});
+    return SharedSettings::store().apply(missingAccents(), {});
 }
 
 } // namespace kestrum

@@ -38,9 +38,19 @@ QList<MonitorSection> merged(const QList<MonitorSection>& visible, const QList<M
 bool setMenuBarOrder(const QList<MonitorSection>& visible);
 
 /// The key that shows or hides a section's item.
-inline const Key<bool>& visibilityKey(MonitorSection section)
+constexpr const Key<bool>& visibilityKey(MonitorSection section)
 {
-    return Keys::visibility(section);
+    switch (section) {
+    case MonitorSection::cpu:
+        break;
+    case MonitorSection::memory:
+        return Keys::showMemoryItem;
+    case MonitorSection::storage:
+        return Keys::showStorageItem;
+    case MonitorSection::sensors:
+        return Keys::showSensorsItem;
+    }
+    return Keys::showCPUItem;
 }
 
 /// Whether a section's item is shown: true unless the stored value is false.

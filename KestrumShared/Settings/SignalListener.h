@@ -6,6 +6,7 @@
 
 #include <QList>
 #include <functional>
+#include <utility>
 
 namespace kestrum {
 
@@ -13,13 +14,22 @@ namespace kestrum {
 class SignalListener {
 public:
     SignalListener() = default;
-    ~SignalListener();
+    ~SignalListener()
+    {
+        for (const NotificationCentre::Token token : std::as_const(m_tokens))
+            NotificationCentre::cancel(token);
+    }
     SignalListener(const SignalListener&) = delete;
     SignalListener& operator=(const SignalListener&) = delete;
 
     /// Runs `handler` on the main thread after each post of `signal`. A failed registration is ignored; `handler` then
     /// never runs.
-    void listen(SharedSettings::Signal signal, std::function<void()> handler);
+    void listen(SharedSettings::Signal signal, std::function<void()> handler)
+    {
+        if (const auto token
+            = NotificationCentre::registerDispatch(SharedSettings::name(signal), std::move(handler)))
+            m_tokens.append(*token);
+    }
 
     /// The active registrations, in the order in which they were made.
     const QList<NotificationCentre::Token>& tokens() const { return m_tokens; }

@@ -24,11 +24,7 @@ namespace {
 
 constexpr char processLanguagesKey[] = "AppleLanguages";
 
-QString& launched()
-{
-    static QString code;
-    return code;
-}
+QString launched;
 
 QString developmentLanguage()
 {
@@ -134,12 +130,12 @@ QString AppLanguage::code()
 
 QString AppLanguage::launchedCode()
 {
-    return launched();
+    return launched;
 }
 
 void AppLanguage::recordLaunchedCode()
 {
-    launched() = code();
+    launched = code();
 }
 
 QString AppLanguage::string(const char* key)
@@ -213,7 +209,7 @@ void AppLanguage::applyChoiceToProcessDefaults()
 
 bool AppLanguage::processIsStale()
 {
-    return !launchedCode().isEmpty() && code() != launchedCode();
+    return !launched.isEmpty() && code() != launched;
 }
 
 } // namespace kestrum

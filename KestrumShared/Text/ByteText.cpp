@@ -36,13 +36,6 @@ double rounded(double value, int decimals)
 
 } // namespace
 
-ByteText::Style::Style(Counting counting, QString language, QString region)
-    : m_counting(counting)
-    , m_language(std::move(language))
-    , m_region(std::move(region))
-{
-}
-
 ByteText::Style ByteText::style(Counting counting)
 {
     return { counting, AppLanguage::code(), GlobalDomain::numberRegion() };
@@ -50,7 +43,7 @@ ByteText::Style ByteText::style(Counting counting)
 
 QString ByteText::Style::format(qint64 bytes) const
 {
-    const double base = m_counting == Counting::memory ? 1024 : 1000;
+    const double base = counting == Counting::memory ? 1024 : 1000;
     double unitBytes = 1;
     auto shown = double(bytes);
     size_t unit = 0;
@@ -69,7 +62,7 @@ QString ByteText::Style::format(qint64 bytes) const
                               .precision(icu::number::Precision::maxFraction(units[unit].decimals));
     UErrorCode status = U_ZERO_ERROR;
     return TextLocale::fromUnicode(
-        TextLocale::formatter(m_language, m_region, settings).formatDouble(shown, status).toString(status));
+        TextLocale::formatter(language, region, settings).formatDouble(shown, status).toString(status));
 }
 
 } // namespace kestrum

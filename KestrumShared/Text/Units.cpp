@@ -45,16 +45,10 @@ Units::TemperatureUnit Units::temperatureUnit()
 
 Units::TemperatureUnit Units::temperatureUnit(TemperatureChoice choice)
 {
-    switch (choice) {
-    case TemperatureChoice::celsius:
-        return TemperatureUnit::celsius;
-    case TemperatureChoice::fahrenheit:
-        return TemperatureUnit::fahrenheit;
-    case TemperatureChoice::system:
-        break;
-    }
-    return measuresInFahrenheit(GlobalDomain::measurementRegion()) ? TemperatureUnit::fahrenheit
-                                                                   : TemperatureUnit::celsius;
+    const bool isFahrenheit = choice == TemperatureChoice::system
+        ? measuresInFahrenheit(GlobalDomain::measurementRegion())
+        : choice == TemperatureChoice::fahrenheit;
+    return isFahrenheit ? TemperatureUnit::fahrenheit : TemperatureUnit::celsius;
 }
 
 QString Units::degrees(double celsius)

@@ -23,8 +23,6 @@ QString decimalText(double number)
 
 QImage AccentSwatch::image(const MeterAccent& accent, double size, double scale)
 {
-    if (!(size > 0) || !(scale > 0))
-        return QImage();
     static QHash<QString, QImage> swatches;
     QString key = cacheKey(accent, size);
     if (scale != 1)

@@ -12,17 +12,21 @@
 
 namespace kestrum {
 
+struct AccentCase : EnumerationCase<MeterAccent::Name> {
+    float red, green, blue;
+};
+
 template <> struct Enumeration<MeterAccent::Name> {
     using Name = MeterAccent::Name;
-    static constexpr EnumerationCase<Name> cases[] = {
-        { Name::signal, "signal", "Signal" },
-        { Name::blue, "blue", "Blue" },
-        { Name::indigo, "indigo", "Indigo" },
-        { Name::purple, "purple", "Purple" },
-        { Name::teal, "teal", "Teal" },
-        { Name::pine, "pine", "Pine" },
-        { Name::amber, "amber", "Amber" },
-        { Name::graphite, "graphite", "Graphite" },
+    static constexpr AccentCase cases[] = {
+        { { Name::signal, "signal", "Signal" }, 0.27F, 0.72F, 0.60F },
+        { { Name::blue, "blue", "Blue" }, 0.28F, 0.56F, 0.92F },
+        { { Name::indigo, "indigo", "Indigo" }, 0.42F, 0.42F, 0.95F },
+        { { Name::purple, "purple", "Purple" }, 0.58F, 0.46F, 0.92F },
+        { { Name::teal, "teal", "Teal" }, 0.22F, 0.66F, 0.78F },
+        { { Name::pine, "pine", "Pine" }, 0.14F, 0.47F, 0.40F },
+        { { Name::amber, "amber", "Amber" }, 0.90F, 0.68F, 0.26F },
+        { { Name::graphite, "graphite", "Graphite" }, 0.64F, 0.66F, 0.70F },
     };
     static constexpr int withoutCase = 1; // `custom` has no case: a custom colour is stored as its components
 };
@@ -31,34 +35,6 @@ namespace {
 
 constexpr QLatin1StringView customPrefix("custom:srgb:");
 constexpr char customTitle[] = "Custom";
-
-struct Components {
-    double red, green, blue;
-};
-
-constexpr Components components(MeterAccent::Name name)
-{
-    switch (name) {
-    case MeterAccent::Name::blue:
-        return { 0.28, 0.56, 0.92 };
-    case MeterAccent::Name::indigo:
-        return { 0.42, 0.42, 0.95 };
-    case MeterAccent::Name::purple:
-        return { 0.58, 0.46, 0.92 };
-    case MeterAccent::Name::teal:
-        return { 0.22, 0.66, 0.78 };
-    case MeterAccent::Name::pine:
-        return { 0.14, 0.47, 0.40 };
-    case MeterAccent::Name::amber:
-        return { 0.90, 0.68, 0.26 };
-    case MeterAccent::Name::graphite:
-        return { 0.64, 0.66, 0.70 };
-    case MeterAccent::Name::signal:
-    case MeterAccent::Name::custom:
-        break;
-    }
-    return { 0.27, 0.72, 0.60 };
-}
 
 // The comparison `<=` turns -0 into 0.
 double clamped(double component)
@@ -80,12 +56,7 @@ std::optional<double> parsedNumber(QStringView text)
 
 double quantised(double component)
 {
-    return std::round(component * 10000) / 10000;
-}
-
-QString decimals(double component)
-{
-    return fixedText(component, 4);
+    return std::round(clamped(component) * 10000) / 10000;
 }
 
 } // namespace
@@ -97,8 +68,7 @@ MeterAccent MeterAccent::custom(const QColor& colour)
     const QColor rgb = colour.spec() == QColor::ExtendedRgb ? colour : colour.convertTo(QColor::Rgb);
     if (!colour.isValid() || !rgb.isValid())
         return MeterAccent(Name::signal);
-    return MeterAccent(
-        quantised(clamped(rgb.redF())), quantised(clamped(rgb.greenF())), quantised(clamped(rgb.blueF())));
+    return MeterAccent(quantised(rgb.redF()), quantised(rgb.greenF()), quantised(rgb.blueF()));
 }
 
 std::optional<MeterAccent> MeterAccent::fromRawValue(QStringView text)
@@ -138,8 +108,7 @@ QString MeterAccent::rawValue() const
 {
     if (!isCustom())
         return kestrum::rawValue(m_name);
-    return customPrefix + decimals(m_red) + QLatin1Char(',') + decimals(m_green) + QLatin1Char(',')
-        + decimals(m_blue);
+    return customPrefix + fixedText(m_red, 4) + u',' + fixedText(m_green, 4) + u',' + fixedText(m_blue, 4);
 }
 
 const char* MeterAccent::titleKey() const
@@ -151,8 +120,8 @@ QColor MeterAccent::color() const
 {
     if (isCustom())
         return QColor::fromRgbF(float(m_red), float(m_green), float(m_blue));
-    const Components named = components(m_name);
-    return QColor::fromRgbF(float(named.red), float(named.green), float(named.blue));
+    const AccentCase& named = enumerationCase(m_name);
+    return QColor::fromRgbF(named.red, named.green, named.blue);
 }
 
 } // namespace kestrum

@@ -1,11 +1,12 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Settings/SignalListener.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/QuietTime.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
-#include <QSignalSpy>
-#include <QtTest>
 
 using namespace kestrum;
 
@@ -24,57 +25,79 @@ QString text(const QList<MonitorSection>& order)
     return keys.join(u',');
 }
 
-QList<MonitorSection> sections(const QString& text)
+QList<MonitorSection> sections(const char* text)
 {
     QList<MonitorSection> result;
-    for (const QString& key : text.split(u',', Qt::SkipEmptyParts))
+    for (const QString& key : QString::fromLatin1(text).split(u',', Qt::SkipEmptyParts))
         result.append(fromRawValue<MonitorSection>(key).value());
     return result;
-}
-
-QString stored(const char* key)
-{
-    return store().storedDictionary().value(QLatin1StringView(key)).toString();
 }
 
 } // namespace
 
 class MeterSettingsTest : public QObject {
     Q_OBJECT
+
+    struct Order {
+        const char* name;
+        const char* text;
+        const char* result;
+    };
+    struct Merge {
+        const char* name;
+        const char* visible;
+        const char* order;
+        const char* hidden;
+        const char* result;
+    };
+    struct Visibility {
+        const char* name;
+        QJsonValue value;
+        bool isShown;
+    };
+    struct Readout {
+        const char* name;
+        QJsonValue legacy;
+        QJsonValue readout;
+        bool isUsage;
+    };
+    struct Accent {
+        const char* name;
+        QJsonValue value;
+        const char* accent = "signal";
+    };
+    static inline const QJsonValue absent = QJsonValue::Undefined;
+
+    static void storeUnlessAbsent(const char* key, const QJsonValue& value)
+    {
+        if (!value.isUndefined())
+            QVERIFY(store().set(key, value));
+    }
+
 private Q_SLOTS:
     void init()
     {
-        QVERIFY(store().apply({}, store().storedDictionary().keys()));
-        store().registerDefaults(SharedSettings::factoryDefaults());
+        forgetSettings();
+        registerFactoryDefaults();
     }
 
     void orderTextsAreCompleted_data()
     {
-        QTest::addColumn<QString>("order");
-        QTest::addColumn<QString>("result");
-        QTest::newRow("empty") << ""
-                               << "sensors,storage,memory,cpu";
-        QTest::newRow("repeated") << "cpu,cpu,memory"
-                                  << "cpu,memory,sensors,storage";
-        QTest::newRow("whole") << "storage,sensors,memory,cpu"
-                               << "storage,sensors,memory,cpu";
-        QTest::newRow("unknown") << "memory,bogus,memory"
-                                 << "memory,sensors,storage,cpu";
-        QTest::newRow("empty pieces") << ",cpu,,memory,"
-                                      << "cpu,memory,sensors,storage";
-        QTest::newRow("a space is not trimmed") << " cpu,memory"
-                                                << "memory,sensors,storage,cpu";
-        QTest::newRow("capitals are other names") << "CPU,memory"
-                                                  << "memory,sensors,storage,cpu";
-        QTest::newRow("one") << "storage"
-                             << "storage,sensors,memory,cpu";
+        addRows<Order>({
+            { "empty", "", "sensors,storage,memory,cpu" },
+            { "repeated", "cpu,cpu,memory", "cpu,memory,sensors,storage" },
+            { "whole", "storage,sensors,memory,cpu", "storage,sensors,memory,cpu" },
+            { "unknown", "memory,bogus,memory", "memory,sensors,storage,cpu" },
+            { "empty pieces", ",cpu,,memory,", "cpu,memory,sensors,storage" },
+            { "a space is not trimmed", " cpu,memory", "memory,sensors,storage,cpu" },
+            { "capitals are other names", "CPU,memory", "memory,sensors,storage,cpu" },
+            { "one", "storage", "storage,sensors,memory,cpu" },
+        });
     }
-
     void orderTextsAreCompleted()
     {
-        QFETCH(QString, order);
-        QFETCH(QString, result);
-        QCOMPARE(text(MeterSettings::order(order)), result);
+        QFETCH(Order, row);
+        QCOMPARE(text(MeterSettings::order(QString::fromLatin1(row.text))), QLatin1StringView(row.result));
     }
 
     void factoryOrderIsNotTheCompletingOrder()
@@ -94,67 +117,46 @@ private Q_SLOTS:
     {
         QVERIFY(store().set("menuBarOrder", QStringLiteral("memory,bogus")));
         QCOMPARE(text(MeterSettings::storedOrder()), QStringLiteral("memory,sensors,storage,cpu"));
-        QCOMPARE(stored("menuBarOrder"), QStringLiteral("memory,bogus"));
+        QCOMPARE(storedText("menuBarOrder"), QStringLiteral("memory,bogus"));
     }
 
     void mergeRefillsShownSlots_data()
     {
-        QTest::addColumn<QString>("visible");
-        QTest::addColumn<QString>("order");
-        QTest::addColumn<QString>("hidden");
-        QTest::addColumn<QString>("result");
-        QTest::newRow("one hidden") << "cpu,memory,storage"
-                                    << "storage,sensors,memory,cpu"
-                                    << "sensors"
-                                    << "cpu,sensors,memory,storage";
-        QTest::newRow("none hidden") << "cpu,memory,storage,sensors"
-                                     << "storage,sensors,memory,cpu"
-                                     << ""
-                                     << "cpu,memory,storage,sensors";
-        QTest::newRow("all hidden") << ""
-                                    << "storage,sensors,memory,cpu"
-                                    << "storage,sensors,memory,cpu"
-                                    << "storage,sensors,memory,cpu";
-        QTest::newRow("visible used up") << "cpu"
-                                         << "storage,sensors,memory,cpu"
-                                         << "memory"
-                                         << "cpu,memory,storage,sensors";
-        QTest::newRow("more visible than slots") << "cpu,memory,storage"
-                                                 << "storage,memory"
-                                                 << ""
-                                                 << "cpu,memory,storage,sensors";
-        QTest::newRow("visible and hidden stands twice") << "cpu,sensors"
-                                                         << "sensors,cpu"
-                                                         << "sensors"
-                                                         << "sensors,cpu,sensors,memory,storage";
+        addRows<Merge>({
+            { "one hidden", "cpu,memory,storage", "storage,sensors,memory,cpu", "sensors",
+                "cpu,sensors,memory,storage" },
+            { "none hidden", "cpu,memory,storage,sensors", "storage,sensors,memory,cpu", "",
+                "cpu,memory,storage,sensors" },
+            { "all hidden", "", "storage,sensors,memory,cpu", "storage,sensors,memory,cpu",
+                "storage,sensors,memory,cpu" },
+            { "visible used up", "cpu", "storage,sensors,memory,cpu", "memory",
+                "cpu,memory,storage,sensors" },
+            { "more visible than slots", "cpu,memory,storage", "storage,memory", "",
+                "cpu,memory,storage,sensors" },
+            { "visible and hidden stands twice", "cpu,sensors", "sensors,cpu", "sensors",
+                "sensors,cpu,sensors,memory,storage" },
+            { "missing sections come in the order of the cases", "", "", "", "cpu,memory,storage,sensors" },
+        });
     }
-
     void mergeRefillsShownSlots()
     {
-        QFETCH(QString, visible);
-        QFETCH(QString, order);
-        QFETCH(QString, hidden);
-        QFETCH(QString, result);
-        const auto isShown = [&](MonitorSection section) { return !sections(hidden).contains(section); };
-        QCOMPARE(text(MeterSettings::merged(sections(visible), sections(order), isShown)), result);
-    }
-
-    void mergeCompletesInCaseOrder()
-    {
-        const auto shown = [](MonitorSection) { return true; };
-        QCOMPARE(text(MeterSettings::merged({}, {}, shown)), QStringLiteral("cpu,memory,storage,sensors"));
+        QFETCH(Merge, row);
+        const auto isShown
+            = [hidden = sections(row.hidden)](MonitorSection section) { return !hidden.contains(section); };
+        QCOMPARE(text(MeterSettings::merged(sections(row.visible), sections(row.order), isShown)),
+            QLatin1StringView(row.result));
     }
 
     void hiddenSectionKeepsItsSlot()
     {
         QVERIFY(Setting(Keys::showSensorsItem).set(false));
-        QVERIFY(MeterSettings::setMenuBarOrder(sections(QStringLiteral("cpu,memory,storage"))));
-        QCOMPARE(stored("menuBarOrder"), QStringLiteral("cpu,sensors,memory,storage"));
+        QVERIFY(MeterSettings::setMenuBarOrder(sections("cpu,memory,storage")));
+        QCOMPARE(storedText("menuBarOrder"), QStringLiteral("cpu,sensors,memory,storage"));
     }
 
     void orderWriteTouchesOneKeyOnly()
     {
-        QVERIFY(MeterSettings::setMenuBarOrder(sections(QStringLiteral("cpu,memory,storage,sensors"))));
+        QVERIFY(MeterSettings::setMenuBarOrder(sections("cpu,memory,storage,sensors")));
         QCOMPARE(store().storedDictionary().keys(), QStringList { QStringLiteral("menuBarOrder") });
     }
 
@@ -169,24 +171,16 @@ private Q_SLOTS:
 
     void onlyAStoredFalseHides_data()
     {
-        QTest::addColumn<QJsonValue>("value");
-        QTest::addColumn<bool>("shown");
-        QTest::newRow("absent") << QJsonValue(QJsonValue::Undefined) << true;
-        QTest::newRow("true") << QJsonValue(true) << true;
-        QTest::newRow("false") << QJsonValue(false) << false;
-        QTest::newRow("zero") << QJsonValue(0) << true;
-        QTest::newRow("text") << QJsonValue(QStringLiteral("false")) << true;
-        QTest::newRow("null") << QJsonValue(QJsonValue::Null) << true;
+        addRows<Visibility>({ { "absent", absent, true }, { "true", true, true }, { "false", false, false },
+            { "zero", 0, true }, { "text", QStringLiteral("false"), true },
+            { "null", QJsonValue::Null, true } });
     }
-
     void onlyAStoredFalseHides()
     {
-        QFETCH(QJsonValue, value);
-        QFETCH(bool, shown);
+        QFETCH(Visibility, row);
         for (const auto& entry : allCases<MonitorSection>()) {
-            if (!value.isUndefined())
-                QVERIFY(store().set(MeterSettings::visibilityKey(entry.value).name, value));
-            QCOMPARE(MeterSettings::isShown(entry.value), shown);
+            storeUnlessAbsent(MeterSettings::visibilityKey(entry.value).name, row.value);
+            QCOMPARE(MeterSettings::isShown(entry.value), row.isShown);
         }
     }
 
@@ -204,35 +198,25 @@ private Q_SLOTS:
 
     void readoutsFallBackToTheLegacySwitch_data()
     {
-        QTest::addColumn<QJsonValue>("legacy");
-        QTest::addColumn<QJsonValue>("readout");
-        QTest::addColumn<bool>("usage");
-        const QJsonValue absent(QJsonValue::Undefined);
-        QTest::newRow("registered") << absent << absent << true;
-        QTest::newRow("on") << QJsonValue(true) << absent << true;
-        QTest::newRow("off") << QJsonValue(false) << absent << false;
-        QTest::newRow("of another type") << QJsonValue(1) << absent << false;
-        QTest::newRow("a text") << QJsonValue(QStringLiteral("true")) << absent << false;
-        QTest::newRow("unknown readout, on")
-            << QJsonValue(true) << QJsonValue(QStringLiteral("Usage")) << true;
-        QTest::newRow("unknown readout, off")
-            << QJsonValue(false) << QJsonValue(QStringLiteral("Usage")) << false;
-        QTest::newRow("readout of another type") << QJsonValue(true) << QJsonValue(3) << true;
+        addRows<Readout>({
+            { "registered", absent, absent, true },
+            { "on", true, absent, true },
+            { "off", false, absent, false },
+            { "of another type", 1, absent, false },
+            { "a text", QStringLiteral("true"), absent, false },
+            { "unknown readout, on", true, QStringLiteral("Usage"), true },
+            { "unknown readout, off", false, QStringLiteral("Usage"), false },
+            { "readout of another type", true, 3, true },
+        });
     }
-
     void readoutsFallBackToTheLegacySwitch()
     {
-        QFETCH(QJsonValue, legacy);
-        QFETCH(QJsonValue, readout);
-        QFETCH(bool, usage);
-        if (!legacy.isUndefined())
-            QVERIFY(store().set("showMemoryPercent", legacy));
-        if (!readout.isUndefined()) {
-            QVERIFY(store().set("memoryReadout", readout));
-            QVERIFY(store().set("storageReadout", readout));
-        }
-        QCOMPARE(MeterSettings::memoryReadout(), usage ? MemoryReadout::usage : MemoryReadout::off);
-        QCOMPARE(MeterSettings::storageReadout(), usage ? StorageReadout::usage : StorageReadout::off);
+        QFETCH(Readout, row);
+        storeUnlessAbsent("showMemoryPercent", row.legacy);
+        storeUnlessAbsent("memoryReadout", row.readout);
+        storeUnlessAbsent("storageReadout", row.readout);
+        QCOMPARE(MeterSettings::memoryReadout(), row.isUsage ? MemoryReadout::usage : MemoryReadout::off);
+        QCOMPARE(MeterSettings::storageReadout(), row.isUsage ? StorageReadout::usage : StorageReadout::off);
     }
 
     void readoutsHaveKeysOfTheirOwn()
@@ -241,49 +225,44 @@ private Q_SLOTS:
         QVERIFY(store().set("storageReadout", QStringLiteral("off")));
         QCOMPARE(MeterSettings::memoryReadout(), MemoryReadout::pressure);
         QCOMPARE(MeterSettings::storageReadout(), StorageReadout::off);
+        QVERIFY(store().set("memoryReadout", QStringLiteral("off")));
+        QVERIFY(store().set("storageReadout", QStringLiteral("free")));
+        QCOMPARE(MeterSettings::memoryReadout(), MemoryReadout::off);
+        QCOMPARE(MeterSettings::storageReadout(), StorageReadout::free);
     }
 
     void badReadoutStaysStored()
     {
         QVERIFY(store().set("memoryReadout", QStringLiteral("bogus")));
         QCOMPARE(MeterSettings::memoryReadout(), MemoryReadout::usage);
-        QCOMPARE(stored("memoryReadout"), QStringLiteral("bogus"));
+        QCOMPARE(storedText("memoryReadout"), QStringLiteral("bogus"));
         QVERIFY(store().set("memoryReadout", QStringLiteral("swap")));
         QCOMPARE(MeterSettings::memoryReadout(), MemoryReadout::swap);
     }
 
     void unknownAccentIsSignal_data()
     {
-        QTest::addColumn<QJsonValue>("value");
-        QTest::addColumn<QString>("accent");
-        const auto text = [](const char* value) { return QJsonValue(QString::fromLatin1(value)); };
-        QTest::newRow("absent") << QJsonValue(QJsonValue::Undefined) << "signal";
-        QTest::newRow("a name") << text("teal") << "teal";
-        QTest::newRow("capitals") << text("Teal") << "signal";
-        QTest::newRow("two numbers") << text("custom:srgb:0.1,0.2") << "signal";
-        QTest::newRow("no number") << text("custom:srgb:nan,0,0") << "signal";
-        QTest::newRow("of another type") << QJsonValue(5) << "signal";
+        addRows<Accent>({ { "absent", absent }, { "a name", QStringLiteral("teal"), "teal" },
+            { "capitals", QStringLiteral("Teal") }, { "two numbers", QStringLiteral("custom:srgb:0.1,0.2") },
+            { "no number", QStringLiteral("custom:srgb:nan,0,0") }, { "of another type", 5 } });
     }
-
     void unknownAccentIsSignal()
     {
-        QFETCH(QJsonValue, value);
-        QFETCH(QString, accent);
-        if (!value.isUndefined())
-            QVERIFY(store().set("cpuAccent", value));
-        QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), accent);
-        QCOMPARE(store().object("cpuAccent"), value); // reading does not repair the value
+        QFETCH(Accent, row);
+        storeUnlessAbsent("cpuAccent", row.value);
+        QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), QLatin1StringView(row.accent));
+        QCOMPARE(store().object("cpuAccent"), row.value); // reading does not repair the value
     }
 
     void migrationSpreadsTheGlobalAccent()
     {
         QVERIFY(store().set("accentChoice", QStringLiteral("teal")));
         QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(stored("cpuAccent"), QStringLiteral("teal"));
-        QCOMPARE(stored("memoryAccent"), QStringLiteral("teal"));
-        QCOMPARE(stored("storageAccent"), QStringLiteral("teal"));
-        QCOMPARE(stored("cpuFastCoreAccent"), QStringLiteral("indigo"));
-        QCOMPARE(stored("accentChoice"), QStringLiteral("teal"));
+        QCOMPARE(storedText("cpuAccent"), QStringLiteral("teal"));
+        QCOMPARE(storedText("memoryAccent"), QStringLiteral("teal"));
+        QCOMPARE(storedText("storageAccent"), QStringLiteral("teal"));
+        QCOMPARE(storedText("cpuFastCoreAccent"), QStringLiteral("indigo"));
+        QCOMPARE(storedText("accentChoice"), QStringLiteral("teal"));
         QVERIFY(!store().storedDictionary().contains(QStringLiteral("performanceCoreAccent")));
     }
 
@@ -292,25 +271,21 @@ private Q_SLOTS:
         QVERIFY(store().set("accentChoice", QStringLiteral("amber")));
         QVERIFY(store().set("performanceCoreAccent", QStringLiteral("nonsense")));
         QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(stored("cpuFastCoreAccent"), QStringLiteral("amber"));
-        QCOMPARE(stored("performanceCoreAccent"), QStringLiteral("nonsense"));
+        QCOMPARE(storedText("cpuFastCoreAccent"), QStringLiteral("amber"));
+        QCOMPARE(storedText("performanceCoreAccent"), QStringLiteral("nonsense"));
     }
 
     void migrationWithoutAGlobalAccentTakesSignal_data()
     {
-        QTest::addColumn<QJsonValue>("choice");
-        QTest::newRow("never chosen") << QJsonValue(QJsonValue::Undefined);
-        QTest::newRow("not understood") << QJsonValue(QStringLiteral("nonsense"));
-        QTest::newRow("of another type") << QJsonValue(7);
+        addRows<Accent>({ { "never chosen", absent }, { "not understood", QStringLiteral("nonsense") },
+            { "of another type", 7 } });
     }
-
     void migrationWithoutAGlobalAccentTakesSignal()
     {
-        QFETCH(QJsonValue, choice);
-        if (!choice.isUndefined())
-            QVERIFY(store().set("accentChoice", choice));
+        QFETCH(Accent, row);
+        storeUnlessAbsent("accentChoice", row.value);
         QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(stored("cpuAccent"), QStringLiteral("signal"));
+        QCOMPARE(storedText("cpuAccent"), QLatin1StringView(row.accent));
     }
 
     void migrationLeavesWhatIsThere()
@@ -318,16 +293,16 @@ private Q_SLOTS:
         QVERIFY(store().set("cpuAccent", QStringLiteral("bogus")));
         QVERIFY(store().set("memoryAccent", 5));
         QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(stored("cpuAccent"), QStringLiteral("bogus"));
+        QCOMPARE(storedText("cpuAccent"), QStringLiteral("bogus"));
         QCOMPARE(store().object("memoryAccent"), QJsonValue(5));
-        QCOMPARE(stored("storageAccent"), QStringLiteral("signal"));
+        QCOMPARE(storedText("storageAccent"), QStringLiteral("signal"));
     }
 
     void migrationSpreadsCustomColours()
     {
         QVERIFY(store().set("accentChoice", QStringLiteral("custom:srgb:0.1,0.2,2")));
         QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(stored("storageAccent"), QStringLiteral("custom:srgb:0.1000,0.2000,1.0000"));
+        QCOMPARE(storedText("storageAccent"), QStringLiteral("custom:srgb:0.1000,0.2000,1.0000"));
     }
 
     void migrationTwiceWritesOnce()
@@ -346,9 +321,9 @@ private Q_SLOTS:
         SignalListener listener;
         listener.listen(SharedSettings::Signal::settings, [&] { ++heard; });
         listener.listen(SharedSettings::Signal::menuBarChanged, [&] { ++heard; });
-        QVERIFY(MeterSettings::setMenuBarOrder(sections(QStringLiteral("cpu,memory,storage,sensors"))));
+        QVERIFY(MeterSettings::setMenuBarOrder(sections("cpu,memory,storage,sensors")));
         QVERIFY(MeterSettings::migrateAccents());
-        QTest::qWait(100);
+        QTest::qWait(quietTime);
         QCOMPARE(heard, 0);
         SharedSettings::post(SharedSettings::Signal::settings);
         QTRY_COMPARE(heard, 1);

@@ -12,6 +12,8 @@
 #include <QTest>
 
 using namespace kestrum;
+using DrawingFixture::set;
+using enum MonitorSection;
 
 class ReadoutColourTest : public QObject {
     Q_OBJECT
@@ -20,13 +22,15 @@ public:
     Q_ENUM(Hue)
 
 private:
+    std::shared_ptr<FakeReadings> m_readings;
+
     /// The only opaque colour of a drawn readout; an invalid colour if there is none or more than one.
     QColor colourOf(MonitorSection section, ColourScheme scheme = ColourScheme::light) const
     {
         constexpr int scale = 20;
         const QImage item = DrawingFixture::drawn(section, m_readings, scale, scheme);
         // The search begins after all parts before the readout.
-        const double room = section == MonitorSection::cpu ? StatusMetricView::cpuReadoutWidth() - 4 : 30;
+        const double room = section == cpu ? StatusMetricView::cpuReadoutWidth() - 4 : 30;
         const int begin = int((StatusMetricView::itemWidth(section) - room) * scale);
         QColor found;
         for (int y = 0; y < item.height(); ++y) {
@@ -56,7 +60,7 @@ private Q_SLOTS:
     void init()
     {
         QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
-        DrawingFixture::set("temperatureUnit", "celsius");
+        set("temperatureUnit", "celsius");
         m_readings = std::make_shared<FakeReadings>();
     }
 
@@ -82,51 +86,55 @@ private Q_SLOTS:
         QFETCH(const QByteArray, readout);
         QFETCH(const double, celsius);
         QFETCH(const Hue, hue);
-        DrawingFixture::set("sensorsReadout", readout);
+        set("sensorsReadout", readout);
         // The temperature that is not shown has another value.
         m_readings->hottest = readout == "hottest" ? celsius : 90;
         m_readings->gpuCelsius = readout == "gpu" ? celsius : 90;
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const QColor drawn = colourOf(MonitorSection::sensors, scheme);
+            const QColor drawn = colourOf(sensors, scheme);
             QCOMPARE(hueOf(drawn, scheme), hue);
             for (const QColor& plate :
                 { StripBackground::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
                 QVERIFY2(Theme::contrast(drawn, plate) >= 4.5, qPrintable(drawn.name()));
         }
         // The unit of the shown number makes no difference to the colour.
-        DrawingFixture::set("temperatureUnit", "fahrenheit");
-        QCOMPARE(hueOf(colourOf(MonitorSection::sensors), ColourScheme::light), hue);
+        set("temperatureUnit", "fahrenheit");
+        QCOMPARE(hueOf(colourOf(sensors), ColourScheme::light), hue);
     }
 
     void theColourFollowsTheReadingFromDrawingToDrawing()
     {
-        DrawingFixture::set("sensorsReadout", "hottest");
+        set("sensorsReadout", "hottest");
         for (const auto& [celsius, hue] : QList<std::pair<double, Hue>> {
                  { 96, Hue::red }, { 86, Hue::amber }, { 66, Hue::label }, { 96, Hue::red } }) {
             m_readings->hottest = celsius;
-            QCOMPARE(hueOf(colourOf(MonitorSection::sensors), ColourScheme::light), hue);
+            QCOMPARE(hueOf(colourOf(sensors), ColourScheme::light), hue);
         }
+    }
+
+    void theRedOfTheLightPlateIsDark()
+    {
+        m_readings->hottest = 95;
+        set("sensorsReadout", "hottest");
+        QCOMPARE(colourOf(sensors), QColor(0xA6, 0x00, 0x1C));
     }
 
     void allOtherReadoutsHaveTheLabelsColour()
     {
-        m_readings->cpuCelsius = 99;
-        m_readings->hottest = 99;
-        m_readings->gpuCelsius = 99;
-        m_readings->power = 99;
+        m_readings->cpuCelsius = m_readings->hottest = m_readings->gpuCelsius = m_readings->power = 99;
         m_readings->fan = 2000;
         for (const char* readout : { "power", "fan" }) {
-            DrawingFixture::set("sensorsReadout", readout);
-            QCOMPARE(colourOf(MonitorSection::sensors), labelColour(ColourScheme::light));
+            set("sensorsReadout", readout);
+            QCOMPARE(colourOf(sensors), labelColour(ColourScheme::light));
         }
-        DrawingFixture::set("sensorsReadout", "hottest");
-        QCOMPARE(colourOf(MonitorSection::cpu), labelColour(ColourScheme::light));
+        set("sensorsReadout", "hottest");
+        QCOMPARE(colourOf(cpu), labelColour(ColourScheme::light));
     }
 
     void theFootnoteNamesTheTemperaturesAtWhichItWarns()
     {
-        DrawingFixture::set("language", "en");
-        DrawingFixture::set("sensorsReadout", "hottest");
+        set("language", "en");
+        set("sensorsReadout", "hottest");
         const MenuBarPage page;
         QString note;
         for (const QLabel* label : page.findChildren<QLabel*>()) {
@@ -135,15 +143,12 @@ private Q_SLOTS:
         }
         for (const double from : { 85.0, 95.0 }) {
             m_readings->hottest = from - 0.01;
-            const QColor below = colourOf(MonitorSection::sensors);
+            const QColor below = colourOf(sensors);
             m_readings->hottest = from;
-            QVERIFY(colourOf(MonitorSection::sensors) != below);
+            QVERIFY(colourOf(sensors) != below);
             QVERIFY2(note.contains(QString::number(from)), qPrintable(note));
         }
     }
-
-private:
-    std::shared_ptr<FakeReadings> m_readings;
 };
 
 KESTRUM_TEST_MAIN(QApplication, ReadoutColourTest)

@@ -1,48 +1,62 @@
 #include "tests/Support/DrawingFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QLocale>
 #include <QTest>
 #include <limits>
 
 using namespace kestrum;
-
-namespace {
-
-constexpr double gibibyte = 1073741824;
-
-QString shown(const std::optional<QString>& text)
-{
-    return text.value_or(QStringLiteral("(none)"));
-}
-
-} // namespace
+using DrawingFixture::set;
+using enum MonitorSection;
 
 class ReadoutTextTest : public QObject {
     Q_OBJECT
+
+    struct Absent {
+        const char* name;
+        std::optional<double> reading;
+    };
+
+    static constexpr double endless = std::numeric_limits<double>::infinity();
+    static constexpr double noNumber = std::numeric_limits<double>::quiet_NaN();
+
+    static QString shown(const std::optional<QString>& text)
+    {
+        return text.value_or(QStringLiteral("(none)"));
+    }
+    static QString shown(MonitorSection section, const MenuBarReadings& readings)
+    {
+        return shown(StatusMetricView::readoutText(section, readings));
+    }
+
 private Q_SLOTS:
     void init()
     {
         QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
-        DrawingFixture::set("temperatureUnit", "celsius");
+        set("temperatureUnit", "celsius");
     }
 
     void percentages_data()
     {
         QTest::addColumn<double>("fraction");
         QTest::addColumn<QString>("text");
-        QTest::newRow("0.42") << 0.42 << QStringLiteral("42%");
-        QTest::newRow("full") << 1.0 << QStringLiteral("100%");
-        QTest::newRow("above full") << 1.7 << QStringLiteral("100%");
-        QTest::newRow("nothing") << 0.0 << QStringLiteral("0%");
-        QTest::newRow("below nothing") << -0.3 << QStringLiteral("0%");
-        QTest::newRow("half up") << 0.125 << QStringLiteral("13%");
-        QTest::newRow("half at the bottom") << 0.005 << QStringLiteral("1%");
-        QTest::newRow("below a half") << 0.0049 << QStringLiteral("0%");
-        QTest::newRow("nearly full") << 0.996 << QStringLiteral("100%");
-        QTest::newRow("infinite") << std::numeric_limits<double>::infinity() << QStringLiteral("100%");
-        QTest::newRow("no number") << std::numeric_limits<double>::quiet_NaN() << QStringLiteral("0%");
+        const auto row = [](const char* name, double fraction, const char* shown) {
+            QTest::newRow(name) << fraction << text(shown);
+        };
+        row("0.42", 0.42, "42%");
+        row("full", 1, "100%");
+        row("above full", 1.7, "100%");
+        row("nothing", 0, "0%");
+        row("below nothing", -0.3, "0%");
+        row("half up", 0.125, "13%");
+        row("half at the bottom", 0.005, "1%");
+        row("below a half", 0.0049, "0%");
+        row("nearly full", 0.996, "100%");
+        row("infinite", endless, "100%");
+        row("no number", noNumber, "0%");
     }
     void percentages()
     {
@@ -54,22 +68,26 @@ private Q_SLOTS:
     {
         QTest::addColumn<qint64>("bytes");
         QTest::addColumn<QString>("text");
-        QTest::newRow("nothing") << qint64(0) << QStringLiteral("0.0G");
-        QTest::newRow("sample swap") << qint64(1288490189) << QStringLiteral("1.2G");
-        QTest::newRow("sample storage") << qint64(442381631488) << QStringLiteral("412G");
+        const auto row = [](const char* name, double bytes, const char* shown) {
+            QTest::newRow(name) << qint64(bytes) << text(shown);
+        };
+        constexpr double gibibyte = 1073741824;
+        row("nothing", 0, "0.0G");
+        row("sample swap", 1288490189, "1.2G");
+        row("sample storage", 442381631488, "412G");
         // Counts that are exact halves round to the even digit, as in C's printf().
-        QTest::newRow("1.25 GiB") << qint64(1.25 * gibibyte) << QStringLiteral("1.2G");
-        QTest::newRow("1.75 GiB") << qint64(1.75 * gibibyte) << QStringLiteral("1.8G");
-        QTest::newRow("10.5 GiB") << qint64(10.5 * gibibyte) << QStringLiteral("10G");
-        QTest::newRow("11.5 GiB") << qint64(11.5 * gibibyte) << QStringLiteral("12G");
-        QTest::newRow("2.25 TiB") << qint64(2304 * gibibyte) << QStringLiteral("2.2T");
-        QTest::newRow("9.94 GiB") << qint64(9.94 * gibibyte) << QStringLiteral("9.9G");
-        QTest::newRow("just below 9.95 GiB") << qint64(9.95 * gibibyte) << QStringLiteral("9.9G");
-        QTest::newRow("9.95 GiB") << qint64(std::ceil(9.95 * gibibyte)) << QStringLiteral("10G");
-        QTest::newRow("just below 999.5 GiB") << qint64(999.5 * gibibyte) - 1 << QStringLiteral("999G");
-        QTest::newRow("999.5 GiB") << qint64(999.5 * gibibyte) << QStringLiteral("1.0T");
-        QTest::newRow("1023.6 GiB") << qint64(1023.6 * gibibyte) << QStringLiteral("1.0T");
-        QTest::newRow("2.5 TiB") << qint64(2560 * gibibyte) << QStringLiteral("2.5T");
+        row("1.25 GiB", 1.25 * gibibyte, "1.2G");
+        row("1.75 GiB", 1.75 * gibibyte, "1.8G");
+        row("10.5 GiB", 10.5 * gibibyte, "10G");
+        row("11.5 GiB", 11.5 * gibibyte, "12G");
+        row("2.25 TiB", 2304 * gibibyte, "2.2T");
+        row("9.94 GiB", 9.94 * gibibyte, "9.9G");
+        row("just below 9.95 GiB", 9.95 * gibibyte, "9.9G");
+        row("9.95 GiB", std::ceil(9.95 * gibibyte), "10G");
+        row("just below 999.5 GiB", 999.5 * gibibyte - 1, "999G");
+        row("999.5 GiB", 999.5 * gibibyte, "1.0T");
+        row("1023.6 GiB", 1023.6 * gibibyte, "1.0T");
+        row("2.5 TiB", 2560 * gibibyte, "2.5T");
     }
     void byteCounts()
     {
@@ -89,15 +107,15 @@ private Q_SLOTS:
     {
         const QLocale before;
         QLocale::setDefault(QLocale(QStringLiteral("de_DE")));
-        const QString text = shown(StatusMetricView::bytesText(std::optional<qint64>(1288490189)));
+        const QString shownText = shown(StatusMetricView::bytesText(std::optional<qint64>(1288490189)));
         QLocale::setDefault(before);
-        QCOMPARE(text, QStringLiteral("1.2G"));
+        QCOMPARE(shownText, text("1.2G"));
     }
 
     void countsBeyondTheSignedOnesStayPositive()
     {
         QCOMPARE(shown(StatusMetricView::bytesText(std::optional(std::numeric_limits<quint64>::max()))),
-            QStringLiteral("16777216.0T"));
+            text("16777216.0T"));
     }
 
     void readouts_data()
@@ -106,49 +124,59 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("key");
         QTest::addColumn<QByteArray>("value");
         QTest::addColumn<QString>("text");
-        const auto row = [](MonitorSection section, const char* key, const char* value, const char* text) {
-            QTest::addRow("%s %s", key, value)
-                << section << QByteArray(key) << QByteArray(value) << QString::fromUtf8(text);
-        };
-        row(MonitorSection::cpu, "cpuReadout", "off", "(none)");
-        row(MonitorSection::cpu, "cpuReadout", "usage", "42%");
-        row(MonitorSection::cpu, "cpuReadout", "temperature", "48°");
-        row(MonitorSection::cpu, "cpuReadout", "Usage", "48°");
-        row(MonitorSection::cpu, "cpuReadout", "power", "12W");
-        row(MonitorSection::memory, "memoryReadout", "off", "(none)");
-        row(MonitorSection::memory, "memoryReadout", "usage", "64%");
-        row(MonitorSection::memory, "memoryReadout", "pressure", "31%");
-        row(MonitorSection::memory, "memoryReadout", "swap", "1.2G");
-        row(MonitorSection::memory, "memoryReadout", "free", "64%");
-        row(MonitorSection::storage, "storageReadout", "off", "(none)");
-        row(MonitorSection::storage, "storageReadout", "usage", "58%");
-        row(MonitorSection::storage, "storageReadout", "free", "412G");
-        row(MonitorSection::storage, "storageReadout", "swap", "58%");
-        row(MonitorSection::sensors, "sensorsReadout", "off", "(none)");
-        row(MonitorSection::sensors, "sensorsReadout", "power", "24W");
-        row(MonitorSection::sensors, "sensorsReadout", "?", "24W");
-        row(MonitorSection::sensors, "sensorsReadout", "hottest", "52°");
-        row(MonitorSection::sensors, "sensorsReadout", "gpu", "41°");
-        row(MonitorSection::sensors, "sensorsReadout", "fan", "1240");
+        QTest::addColumn<QString>("ofZeros");
+        const auto row
+            = [](MonitorSection section, const char* value, const char* shown, const char* ofZeros) {
+                  const QByteArray key = rawValue(section).toLatin1() + "Readout";
+                  QTest::addRow("%s %s", key.constData(), value)
+                      << section << key << QByteArray(value) << text(shown) << text(ofZeros);
+              };
+        row(cpu, "off", "(none)", "(none)");
+        row(cpu, "usage", "42%", "0%");
+        row(cpu, "temperature", "48°", "0°");
+        row(cpu, "Usage", "48°", "0°");
+        row(cpu, "power", "12W", "0W");
+        row(memory, "off", "(none)", "(none)");
+        row(memory, "usage", "64%", "0%");
+        row(memory, "pressure", "31%", "0%");
+        row(memory, "swap", "1.2G", "0.0G");
+        row(memory, "free", "64%", "0%");
+        row(storage, "off", "(none)", "(none)");
+        row(storage, "usage", "58%", "0%");
+        row(storage, "free", "412G", "0.0G");
+        row(storage, "swap", "58%", "0%");
+        row(sensors, "off", "(none)", "(none)");
+        row(sensors, "power", "24W", "0W");
+        row(sensors, "?", "24W", "0W");
+        row(sensors, "hottest", "52°", "0°");
+        row(sensors, "gpu", "41°", "0°");
+        row(sensors, "fan", "1240", "0");
     }
     void readouts()
     {
         QFETCH(MonitorSection, section);
         QFETCH(QByteArray, key);
         QFETCH(QByteArray, value);
-        DrawingFixture::set(key, value);
+        set(key, value);
         FakeReadings readings;
         readings.cpu = 0.42;
         readings.memory = 0.64;
         readings.storage = 0.58;
-        QTEST(shown(StatusMetricView::readoutText(section, readings)), "text");
+        QTEST(shown(section, readings), "text");
+        // Nothing measured is not nothing to show.
+        readings.cpu = readings.memory = readings.pressure = readings.storage = 0;
+        readings.swap = 0;
+        readings.freeBytes = 0;
+        readings.cpuCelsius = readings.cpuPower = readings.gpuCelsius = readings.hottest = readings.fan
+            = readings.power = 0;
+        QTEST(shown(section, readings), "ofZeros");
     }
 
     void missingReadoutsFollowTheLegacySwitch()
     {
         const FakeReadings readings;
-        QCOMPARE(shown(StatusMetricView::memoryReadoutText(readings)), QStringLiteral("50%"));
-        QCOMPARE(shown(StatusMetricView::storageReadoutText(readings)), QStringLiteral("50%"));
+        QCOMPARE(shown(StatusMetricView::memoryReadoutText(readings)), text("50%"));
+        QCOMPARE(shown(StatusMetricView::storageReadoutText(readings)), text("50%"));
         SharedSettings::store().set("showMemoryPercent", false);
         QVERIFY(!StatusMetricView::memoryReadoutText(readings));
         QVERIFY(!StatusMetricView::storageReadoutText(readings));
@@ -156,23 +184,21 @@ private Q_SLOTS:
 
     void absentReadingsGiveNoText_data()
     {
-        QTest::addColumn<std::optional<double>>("reading");
-        QTest::newRow("absent") << std::optional<double>();
-        QTest::newRow("no number") << std::optional(std::numeric_limits<double>::quiet_NaN());
-        QTest::newRow("infinite") << std::optional(std::numeric_limits<double>::infinity());
+        addRows<Absent>({ { "absent", std::nullopt }, { "no number", noNumber }, { "infinite", endless },
+            { "too large to be shown", 1e300 }, { "too small to be shown", -1e300 } });
     }
     void absentReadingsGiveNoText()
     {
-        QFETCH(std::optional<double>, reading);
+        QFETCH(Absent, row);
         FakeReadings readings;
-        readings.cpuCelsius = readings.cpuPower = readings.gpuCelsius = readings.hottest = reading;
-        readings.fan = readings.power = reading;
+        readings.cpuCelsius = readings.cpuPower = readings.gpuCelsius = readings.hottest = row.reading;
+        readings.fan = readings.power = row.reading;
         for (const char* readout : { "temperature", "power" }) {
-            DrawingFixture::set("cpuReadout", readout);
+            set("cpuReadout", readout);
             QVERIFY2(!StatusMetricView::cpuReadoutText(readings), readout);
         }
         for (const char* readout : { "power", "hottest", "gpu", "fan" }) {
-            DrawingFixture::set("sensorsReadout", readout);
+            set("sensorsReadout", readout);
             QVERIFY2(!StatusMetricView::sensorsReadoutText(readings), readout);
         }
     }
@@ -181,43 +207,39 @@ private Q_SLOTS:
     {
         FakeReadings readings;
         readings.power = 23.5;
-        QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("24W"));
-        DrawingFixture::set("cpuReadout", "power");
-        readings.cpuPower = 12.5;
-        QCOMPARE(shown(StatusMetricView::cpuReadoutText(readings)), QStringLiteral("13W"));
+        QCOMPARE(shown(sensors, readings), text("24W"));
         readings.power = 0.49;
-        QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("0W"));
-        DrawingFixture::set("sensorsReadout", "fan");
+        QCOMPARE(shown(sensors, readings), text("0W"));
+        set("cpuReadout", "power");
+        readings.cpuPower = 12.5;
+        QCOMPARE(shown(cpu, readings), text("13W"));
+        set("sensorsReadout", "fan");
         readings.fan = 1239.5;
-        QCOMPARE(shown(StatusMetricView::sensorsReadoutText(readings)), QStringLiteral("1240"));
+        QCOMPARE(shown(sensors, readings), text("1240"));
     }
 
     void temperaturesFollowTheUnit()
     {
-        DrawingFixture::set("temperatureUnit", "fahrenheit");
-        QCOMPARE(shown(StatusMetricView::cpuReadoutText(FakeReadings())), QStringLiteral("118°"));
+        set("temperatureUnit", "fahrenheit");
+        QCOMPARE(shown(cpu, FakeReadings()), text("118°"));
     }
 
-    void descriptionsNameTheSections()
+    void descriptionsNameTheSectionsInTheInterfaceLanguage()
     {
-        QCOMPARE(StatusMetricView::description(MonitorSection::cpu), QStringLiteral("CPU"));
-        QCOMPARE(StatusMetricView::description(MonitorSection::memory), QStringLiteral("Memory"));
-        QCOMPARE(StatusMetricView::description(MonitorSection::storage), QStringLiteral("SSD"));
-        QCOMPARE(StatusMetricView::description(MonitorSection::sensors), QStringLiteral("Sensors"));
-    }
-
-    void descriptionsAreInTheInterfaceLanguage()
-    {
+        const auto descriptions = [] {
+            QStringList texts;
+            for (const MonitorSection section : { cpu, memory, storage, sensors })
+                texts.append(StatusMetricView::description(section));
+            return texts.join(u' ');
+        };
+        QCOMPARE(descriptions(), text("CPU Memory SSD Sensors"));
         const TestBundle bundle("{ CFBundleDevelopmentRegion = en; }", { "en", "de" });
         bundle.writeTable(
             "de", R"("CPU" = "Kern"; "Memory" = "Speicher"; "SSD" = "Platte"; "Sensors" = "Sensoren";)");
         qputenv("KESTRUM_LANGUAGE", "de");
-        QStringList descriptions;
-        for (const auto& section : allCases<MonitorSection>())
-            descriptions.append(StatusMetricView::description(section.value));
+        const QString german = descriptions();
         qunsetenv("KESTRUM_LANGUAGE");
-        descriptions.sort();
-        QCOMPARE(descriptions.join(QLatin1Char(' ')), QStringLiteral("Kern Platte Sensoren Speicher"));
+        QCOMPARE(german, text("Kern Speicher Platte Sensoren"));
     }
 };
 

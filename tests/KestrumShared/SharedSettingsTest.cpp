@@ -1,4 +1,5 @@
 #include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
@@ -38,45 +39,53 @@ static void sayNames()
 
 class SharedSettingsTest : public QObject {
     Q_OBJECT
-private Q_SLOTS:
-    void factoryDefaultsAreTheseTwentyThree_data()
-    {
-        QTest::addColumn<QJsonValue>("value");
-        const auto text = [](const char* value) { return QJsonValue(QString::fromLatin1(value)); };
-        QTest::newRow("agentEnabled") << QJsonValue(true);
-        QTest::newRow("settingsPane") << text("menuBar");
-        QTest::newRow("refreshInterval") << QJsonValue(1.0);
-        QTest::newRow("showCPUItem") << QJsonValue(true);
-        QTest::newRow("showMemoryItem") << QJsonValue(true);
-        QTest::newRow("showStorageItem") << QJsonValue(true);
-        QTest::newRow("showSensorsItem") << QJsonValue(true);
-        QTest::newRow("cpuReadout") << text("temperature");
-        QTest::newRow("sensorsReadout") << text("power");
-        QTest::newRow("showMemoryPercent") << QJsonValue(true);
-        QTest::newRow("meterStyle") << text("bars");
-        QTest::newRow("meterShape") << text("pill");
-        QTest::newRow("menuBarOrder") << text("storage,sensors,memory,cpu");
-        QTest::newRow("language") << text("system");
-        QTest::newRow("temperatureUnit") << text("system");
-        QTest::newRow("meterLabelStyle") << text("icons");
-        QTest::newRow("accentChoice") << text("signal");
-        QTest::newRow("performanceCoreAccent") << text("indigo");
-        QTest::newRow("popoverAppearance") << text("system");
-        QTest::newRow("popoverBackground") << text("translucent");
-        QTest::newRow("updatesCheckAutomatically") << QJsonValue(true);
-        QTest::newRow("updaterCanCheck") << QJsonValue(false);
-        QTest::newRow("didUnregisterLegacyLoginItem") << QJsonValue(false);
-    }
 
+    struct Suite {
+        const char* name;
+        bool isSet;
+        const char* variable;
+        const char* suite;
+    };
+    struct Refused {
+        const char* name;
+        QString suite;
+        const char* domain;
+    };
+
+private Q_SLOTS:
     void factoryDefaultsAreTheseTwentyThree()
     {
-        QFETCH(QJsonValue, value);
-        const QString key = QString::fromLatin1(QTest::currentDataTag());
-        QVERIFY(SharedSettings::factoryDefaults().contains(key));
-        QCOMPARE(SharedSettings::factoryDefaults().value(key), value);
+        const QJsonObject expected = QJsonDocument::fromJson(R"({
+            "agentEnabled": true,
+            "settingsPane": "menuBar",
+            "refreshInterval": 1.0,
+            "showCPUItem": true,
+            "showMemoryItem": true,
+            "showStorageItem": true,
+            "showSensorsItem": true,
+            "cpuReadout": "temperature",
+            "sensorsReadout": "power",
+            "showMemoryPercent": true,
+            "meterStyle": "bars",
+            "meterShape": "pill",
+            "menuBarOrder": "storage,sensors,memory,cpu",
+            "language": "system",
+            "temperatureUnit": "system",
+            "meterLabelStyle": "icons",
+            "accentChoice": "signal",
+            "performanceCoreAccent": "indigo",
+            "popoverAppearance": "system",
+            "popoverBackground": "translucent",
+            "updatesCheckAutomatically": true,
+            "updaterCanCheck": false,
+            "didUnregisterLegacyLoginItem": false
+        })")
+                                         .object();
+        QCOMPARE(expected.size(), 23);
+        for (auto entry = expected.begin(); entry != expected.end(); ++entry)
+            QVERIFY2(SharedSettings::factoryDefaults()[entry.key()] == *entry, qPrintable(entry.key()));
+        QCOMPARE(SharedSettings::factoryDefaults().keys(), expected.keys());
     }
-
-    void noOtherKeyIsRegistered() { QCOMPARE(SharedSettings::factoryDefaults().size(), 23); }
 
     void unregisteredKeysAreCatalogued()
     {
@@ -94,47 +103,31 @@ private Q_SLOTS:
 
     void suiteAndSignalNamesFollowTheEnvironment_data()
     {
-        QTest::addColumn<bool>("isSet");
-        QTest::addColumn<QString>("suite");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("no variable") << false << ""
-                                     << "T4K9ZR2MXB.com.orvale.kestrum";
-        QTest::newRow("a name") << true << "test.suite"
-                                << "test.suite";
-        QTest::newRow("not trimmed") << true << " a b "
-                                     << " a b ";
-        QTest::newRow("empty is taken too") << true << ""
-                                            << "";
+        addRows<Suite>({ { "no variable", false, "", "T4K9ZR2MXB.com.orvale.kestrum" },
+            { "a name", true, "test.suite", "test.suite" }, { "not trimmed", true, " a b ", " a b " },
+            { "empty is taken too", true, "", "" } });
     }
-
     void suiteAndSignalNamesFollowTheEnvironment()
     {
-        QFETCH(bool, isSet);
-        QFETCH(QString, suite);
-        QFETCH(QString, expected);
-        const QStringList names = namesInAProcess(suite, isSet);
-        QCOMPARE(names.value(0), expected);
-        QCOMPARE(names.value(1), expected + QStringLiteral(".settings"));
-        QCOMPARE(names.value(2), expected + QStringLiteral(".menuBarChanged"));
+        QFETCH(Suite, row);
+        const QStringList names = namesInAProcess(QString::fromLatin1(row.variable), row.isSet);
+        const QString suite = QString::fromLatin1(row.suite);
+        QCOMPARE(names.value(0), suite);
+        QCOMPARE(names.value(1), suite + QStringLiteral(".settings"));
+        QCOMPARE(names.value(2), suite + QStringLiteral(".menuBarChanged"));
     }
 
     void refusedSuiteUsesTheProcessDomain_data()
     {
-        QTest::addColumn<QString>("suite");
-        QTest::addColumn<QString>("domain");
-        QTest::newRow("empty") << ""
-                               << "com.orvale.kestrum";
-        QTest::newRow("too long for a file") << QString(400, u'x') << "com.orvale.kestrum";
-        QTest::newRow("a path") << "../a/b"
-                                << "../a/b";
+        addRows<Refused>({ { "empty", {}, "com.orvale.kestrum" },
+            { "too long for a file", QString(400, u'x'), "com.orvale.kestrum" },
+            { "a path", QStringLiteral("../a/b"), "../a/b" } });
     }
-
     void refusedSuiteUsesTheProcessDomain()
     {
-        QFETCH(QString, suite);
-        QFETCH(QString, domain);
+        QFETCH(Refused, row);
         QByteArray complaints;
-        QCOMPARE(namesInAProcess(suite, true, &complaints).value(3), domain);
+        QCOMPARE(namesInAProcess(row.suite, true, &complaints).value(3), QLatin1StringView(row.domain));
         QCOMPARE(complaints, QByteArray());
     }
 
@@ -150,14 +143,13 @@ private Q_SLOTS:
     void signalsStandInTheirOrder()
     {
         QStringList names;
-        for (const auto& entry : allCases<SharedSettings::Signal>())
+        for (const auto& entry : allCases<SharedSettings::Signal>()) {
             names.append(QString::fromLatin1(entry.rawValue));
+            QCOMPARE(SharedSettings::name(entry.value), SharedSettings::suiteName() + u'.' + names.last());
+        }
         QCOMPARE(names,
             QStringLiteral("settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged")
                 .split(u' '));
-        for (const auto& entry : allCases<SharedSettings::Signal>())
-            QCOMPARE(SharedSettings::name(entry.value),
-                SharedSettings::suiteName() + u'.' + QString::fromLatin1(entry.rawValue));
     }
 
     void settingReadsItsDefaultForWhatIsNotUnderstood()
@@ -187,6 +179,18 @@ private Q_SLOTS:
         QVERIFY(setting.set(2.5));
         QVERIFY(setting.set(4));
         QTRY_COMPARE(seen, (QList<double> { 2.5, 4 }));
+    }
+
+    void observersHearNothingOfAChangeThatNamesNoKey()
+    {
+        QObject owner;
+        int heard = 0;
+        SharedSettings::store().observe({ QStringLiteral("agentEnabled") }, &owner, [&heard] { ++heard; });
+        Q_EMIT SharedSettings::store().changed({});
+        QCOMPARE(heard, 0);
+        Q_EMIT SharedSettings::store().changed(
+            { QStringLiteral("language"), QStringLiteral("agentEnabled") });
+        QCOMPARE(heard, 1);
     }
 
     void settingStopsWithItsOwner()

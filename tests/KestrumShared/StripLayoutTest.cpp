@@ -1,50 +1,39 @@
 #include "KestrumShared/Items/StripLayout.h"
 
 #include "KestrumShared/Items/StatusMetricView.h"
+#include "KestrumShared/Items/WantedReadings.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/FreshSettings.h"
 #include "tests/Support/TestHome.h"
 
-#include <QDir>
 #include <QGuiApplication>
 #include <QTest>
 
 using namespace kestrum;
-
-namespace {
-
-QList<MonitorSection> sections(const StripLayout& layout)
-{
-    QList<MonitorSection> result;
-    for (const StripLayout::Item& item : layout.items)
-        result.append(item.section);
-    return result;
-}
-
-} // namespace
+using enum MonitorSection;
 
 class StripLayoutTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { SharedSettings::store().registerDefaults(SharedSettings::factoryDefaults()); }
-
-    void init() { SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys()); }
+    void initTestCase() { registerFactoryDefaults(); }
+    void init() { forgetSettings(); }
 
     void itemsStandEightPointsApartInTheStoredOrder()
     {
         QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("memory,cpu")));
         const StripLayout layout = StripLayout::current();
-        QCOMPARE(sections(layout),
-            (QList { MonitorSection::memory, MonitorSection::cpu, MonitorSection::sensors,
-                MonitorSection::storage }));
+        QList<MonitorSection> sections;
         double x = 0;
         for (const StripLayout::Item& item : layout.items) {
+            sections.append(item.section);
             QVERIFY(item.isShown());
             QCOMPARE(*item.x, x);
             QCOMPARE(item.width, StatusMetricView::itemWidth(item.section));
             x += item.width + 8;
         }
+        QCOMPARE(sections, (QList { memory, cpu, sensors, storage }));
         QCOMPARE(layout.width, x - 8);
     }
 
@@ -53,25 +42,21 @@ private Q_SLOTS:
         QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("cpu,memory,storage,sensors")));
         QVERIFY(Setting(Keys::showMemoryItem).set(false));
         const StripLayout layout = StripLayout::current();
-        QCOMPARE(layout.items[1].section, MonitorSection::memory);
+        QCOMPARE(layout.items[1].section, memory);
         QVERIFY(!layout.items[1].isShown());
-        QCOMPARE(layout.items[1].width, StatusMetricView::itemWidth(MonitorSection::memory));
+        QCOMPARE(layout.items[1].width, StatusMetricView::itemWidth(memory));
         QCOMPARE(*layout.items[2].x, layout.items[0].width + 8);
         QCOMPARE(layout.width, layout.items[0].width + 8 + layout.items[2].width + 8 + layout.items[3].width);
     }
 
-    void aHiddenItemAtTheEndLeavesNoGap()
+    void hiddenItemsAtTheEndLeaveNoGap()
     {
         QVERIFY(Setting(Keys::menuBarOrder).set(QStringLiteral("cpu,memory,storage,sensors")));
         for (const auto& key : { Keys::showMemoryItem, Keys::showStorageItem, Keys::showSensorsItem })
             QVERIFY(Setting(key).set(false));
-        QCOMPARE(StripLayout::current().width, StatusMetricView::itemWidth(MonitorSection::cpu));
-    }
-
-    void withoutShownItemsTheStripHasNoWidth()
-    {
-        for (const auto& entry : allCases<MonitorSection>())
-            QVERIFY(Setting(MeterSettings::visibilityKey(entry.value)).set(false));
+        QCOMPARE(StripLayout::current().width, StatusMetricView::itemWidth(cpu));
+        // Without any item, the strip has no width.
+        QVERIFY(Setting(Keys::showCPUItem).set(false));
         const StripLayout layout = StripLayout::current();
         QCOMPARE(layout.items.size(), 4);
         QCOMPARE(layout.width, 0.0);
@@ -88,8 +73,18 @@ private Q_SLOTS:
     {
         const double before = StripLayout::current().width;
         QVERIFY(Setting(Keys::sensorsReadout).set(SensorsReadout::off));
-        QCOMPARE(before - StripLayout::current().width,
-            33 + StatusMetricView::meterSideGap(MonitorSection::sensors));
+        QCOMPARE(before - StripLayout::current().width, 33 + StatusMetricView::meterSideGap(sensors));
+    }
+
+    void wantedReadingsAreThoseOfTheGivenAppearance()
+    {
+        const Appearance before = Appearance::current();
+        QVERIFY(Setting(Keys::meterLabelStyle).set(MeterLabelStyle::letters));
+        QVERIFY(Setting(Keys::cpuReadout).set(CPUReadout::power));
+        const WantedReadings then = WantedReadings::of({ cpu }, before);
+        QVERIFY(then.cpuLoad && then.sensors.cpu && !then.cpuPower);
+        const WantedReadings now = WantedReadings::of({ cpu });
+        QVERIFY(now.cpuLoad && now.cpuPower && !now.sensors.cpu);
     }
 };
 

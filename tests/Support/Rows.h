@@ -13,3 +13,16 @@
             return;                                                                                          \
         }                                                                                                    \
     } while (false)
+
+namespace kestrum {
+
+/// Adds the rows of a table to a test, which gets its row by `QFETCH(Row, row)`. The member `name` of a `Row` names it in
+/// failures.
+template <class Row, std::size_t count> void addRows(const Row (&rows)[count])
+{
+    QTest::addColumn<Row>("row");
+    for (const Row& row : rows)
+        QTest::newRow(row.name) << row;
+}
+
+} // namespace kestrum

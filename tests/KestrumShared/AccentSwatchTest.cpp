@@ -36,21 +36,13 @@ private Q_SLOTS:
         QVERIFY(AccentSwatch::drawn(MeterAccent::Name::teal, 0).isNull());
     }
 
-    void pictureHasTheAskedSize_data()
-    {
-        QTest::addColumn<double>("scale");
-        QTest::addColumn<int>("pixels");
-        QTest::newRow("1") << 1.0 << 14;
-        QTest::newRow("1.25") << 1.25 << 18;
-        QTest::newRow("2") << 2.0 << 28;
-    }
     void pictureHasTheAskedSize()
     {
-        QFETCH(double, scale);
-        QFETCH(int, pixels);
-        const QImage image = AccentSwatch::image(MeterAccent::Name::amber, 14, scale);
-        QCOMPARE(image.size(), QSize(pixels, pixels));
-        QCOMPARE(image.devicePixelRatio(), scale);
+        for (const auto& [scale, pixels] : { std::pair(1.0, 14), std::pair(1.25, 18), std::pair(2.0, 28) }) {
+            const QImage image = AccentSwatch::image(MeterAccent::Name::amber, 14, scale);
+            QCOMPARE(image.size(), QSize(pixels, pixels));
+            QCOMPARE(image.devicePixelRatio(), scale);
+        }
     }
 
     void insideIsTheAccentAndTheEdgeDarker()

@@ -1,8 +1,10 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/TestSession.h"
+#include "tests/Support/Text.h"
 
 #include <QJsonArray>
 
@@ -27,13 +29,27 @@ QString processLanguages()
 {
     const QJsonValue value
         = UserDefaults::standard().storedDictionary().value(QLatin1StringView("AppleLanguages"));
-    return value.isUndefined() ? QStringLiteral("absent") : listed(value.toVariant().toStringList());
+    return value.isUndefined() ? text("absent") : listed(value.toVariant().toStringList());
 }
 
 } // namespace
 
 class AppLanguageTest : public QObject {
     Q_OBJECT
+
+    struct Bundled {
+        const char* name;
+        QByteArray info;
+        QList<QByteArray> localizations;
+        const char* session;
+        const char* expected;
+    };
+    struct Named {
+        const char* name;
+        const char* code;
+        const char* language;
+    };
+
 private Q_SLOTS:
     void init()
     {
@@ -48,7 +64,7 @@ private Q_SLOTS:
         QCOMPARE(AppLanguage::launchedCode(), QString());
         QVERIFY(!AppLanguage::processIsStale());
         choose("de");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::code(), text("de"));
         QVERIFY(!AppLanguage::processIsStale());
     }
 
@@ -56,14 +72,14 @@ private Q_SLOTS:
     {
         const TestBundle bundle(english, { "en", "de", "fr" });
         choose("fr");
-        QCOMPARE(AppLanguage::choice(), QStringLiteral("fr"));
-        QCOMPARE(AppLanguage::code(), QStringLiteral("fr"));
+        QCOMPARE(AppLanguage::choice(), text("fr"));
+        QCOMPARE(AppLanguage::code(), text("fr"));
         qputenv("KESTRUM_LANGUAGE", "de");
-        QCOMPARE(AppLanguage::choice(), QStringLiteral("de"));
-        QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::choice(), text("de"));
+        QCOMPARE(AppLanguage::code(), text("de"));
         qputenv("KESTRUM_LANGUAGE", "system");
-        QCOMPARE(AppLanguage::choice(), QStringLiteral("system"));
-        QCOMPARE(AppLanguage::code(), QStringLiteral("en"));
+        QCOMPARE(AppLanguage::choice(), text("system"));
+        QCOMPARE(AppLanguage::code(), text("en"));
     }
 
     void theEnvironmentIsTakenAsItStands()
@@ -72,22 +88,22 @@ private Q_SLOTS:
         choose("fr");
         qputenv("KESTRUM_LANGUAGE", "");
         QCOMPARE(AppLanguage::choice(), QString());
-        QCOMPARE(AppLanguage::code(), QStringLiteral("en"));
+        QCOMPARE(AppLanguage::code(), text("en"));
         qputenv("KESTRUM_LANGUAGE", " de");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("en"));
+        QCOMPARE(AppLanguage::code(), text("en"));
         qputenv("KESTRUM_LANGUAGE", "DE");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("en"));
+        QCOMPARE(AppLanguage::code(), text("en"));
     }
 
     void withoutAChoiceTheSystemIsFollowed()
     {
         const TestBundle bundle(english, { "en", "de" });
-        QCOMPARE(AppLanguage::choice(), QStringLiteral("system"));
+        QCOMPARE(AppLanguage::choice(), text("system"));
         setSession("LANG=de_DE.UTF-8");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::code(), text("de"));
         // A stored value that is not a text counts as absent.
         QVERIFY(SharedSettings::store().set(Keys::language.name, 3));
-        QCOMPARE(AppLanguage::choice(), QStringLiteral("system"));
+        QCOMPARE(AppLanguage::choice(), text("system"));
     }
 
     void theChoiceIsReadAnewAtEachCall()
@@ -96,25 +112,21 @@ private Q_SLOTS:
         for (const char* language : { "de", "fr", "de", "system" }) {
             choose(language);
             const QString expected = QLatin1StringView(language) == QLatin1StringView("system")
-                ? QStringLiteral("en")
+                ? text("en")
                 : QString::fromLatin1(language);
             QCOMPARE(AppLanguage::code(), expected);
             QCOMPARE(AppLanguage::string("Memory"),
-                expected == QLatin1StringView("en") ? QStringLiteral("Memory") : expected);
+                expected == QLatin1StringView("en") ? text("Memory") : expected);
         }
     }
 
     void valuesTakeTheirPlacesInAText()
     {
-        const auto shown
-            = [](const char* text, const QStringList& values) { return AppLanguage::string(text, values); };
-        QCOMPARE(
-            shown("%@ and %@.", { QStringLiteral("a"), QStringLiteral("b") }), QStringLiteral("a and b."));
+        QCOMPARE(AppLanguage::string("%@ and %@.", { text("a"), text("b") }), text("a and b."));
         // A placeholder within a value is not replaced.
-        QCOMPARE(
-            shown("%@ and %@.", { QStringLiteral("%@"), QStringLiteral("b") }), QStringLiteral("%@ and b."));
-        QCOMPARE(shown("%@ and %@.", { QStringLiteral("a") }), QStringLiteral("a and %@."));
-        QCOMPARE(shown("Nothing", { QStringLiteral("a") }), QStringLiteral("Nothing"));
+        QCOMPARE(AppLanguage::string("%@ and %@.", { text("%@"), text("b") }), text("%@ and b."));
+        QCOMPARE(AppLanguage::string("%@ and %@.", { text("a") }), text("a and %@."));
+        QCOMPARE(AppLanguage::string("Nothing", { text("a") }), text("Nothing"));
     }
 
     void aChoiceThatIsNotShippedBehavesLikeSystem()
@@ -123,28 +135,28 @@ private Q_SLOTS:
         setSession("LANGUAGE=fr:de LANG=en");
         choose("de");
         AppLanguage::applyChoiceToProcessDefaults();
-        QVERIFY(processLanguages() != QStringLiteral("absent"));
+        QVERIFY(processLanguages() != text("absent"));
         choose("fr");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::code(), text("de"));
         AppLanguage::applyChoiceToProcessDefaults();
-        QCOMPARE(processLanguages(), QStringLiteral("absent"));
+        QCOMPARE(processLanguages(), text("absent"));
         // A variant of a shipped language is not shipped either.
         choose("en-GB");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::code(), text("de"));
     }
 
     void theChoiceLeadsTheProcessesLanguages()
     {
         const TestBundle bundle(english, { "en", "de" });
         setSession("LANGUAGE=fr:de LANG=en");
-        QCOMPARE(listed(AppLanguage::systemLanguages()), QStringLiteral("fr,de,en"));
+        QCOMPARE(listed(AppLanguage::systemLanguages()), text("fr,de,en"));
         choose("de");
         AppLanguage::applyChoiceToProcessDefaults();
-        QCOMPARE(processLanguages(), QStringLiteral("de,fr,en"));
+        QCOMPARE(processLanguages(), text("de,fr,en"));
         // Only the code that equals the choice is removed from the rest of the list.
         setSession("LANGUAGE=de_AT LANG=de_DE");
         AppLanguage::applyChoiceToProcessDefaults();
-        QCOMPARE(processLanguages(), QStringLiteral("de,de-AT,de-DE"));
+        QCOMPARE(processLanguages(), text("de,de-AT,de-DE"));
     }
 
     void followingTheSystemRemovesTheProcessesLanguages()
@@ -152,10 +164,10 @@ private Q_SLOTS:
         const TestBundle bundle(english, { "en", "de" });
         choose("de");
         AppLanguage::applyChoiceToProcessDefaults();
-        QCOMPARE(processLanguages(), QStringLiteral("de,en"));
+        QCOMPARE(processLanguages(), text("de,en"));
         choose("system");
         AppLanguage::applyChoiceToProcessDefaults();
-        QCOMPARE(processLanguages(), QStringLiteral("absent"));
+        QCOMPARE(processLanguages(), text("absent"));
     }
 
     void theProcessesLanguagesAreNotTheSharedStores()
@@ -166,18 +178,15 @@ private Q_SLOTS:
         QVERIFY(!SharedSettings::store().storedDictionary().contains(QLatin1StringView("AppleLanguages")));
         // The stored list does not replace the session's languages when they are read again.
         setSession("LANG=fr_FR");
-        QCOMPARE(listed(AppLanguage::systemLanguages()), QStringLiteral("fr-FR"));
+        QCOMPARE(listed(AppLanguage::systemLanguages()), text("fr-FR"));
     }
 
     void codeInEffect_data()
     {
-        QTest::addColumn<QByteArray>("info");
-        QTest::addColumn<QList<QByteArray>>("localizations");
-        QTest::addColumn<QByteArray>("session");
-        QTest::addColumn<QString>("code");
-        const QList<QByteArray> several { "de", "en", "fr", "pt-BR", "zh-Hans", "zh-Hant" };
+        QTest::addColumn<Bundled>("row");
+        const auto add = [](const Bundled& row) { QTest::newRow(row.name) << row; };
         const auto row = [&](const char* session, const char* code) {
-            QTest::newRow(session) << english << several << QByteArray(session) << QString::fromLatin1(code);
+            add({ session, english, { "de", "en", "fr", "pt-BR", "zh-Hans", "zh-Hant" }, session, code });
         };
         row("LANG=C", "en");
         row("LANG=de_DE", "de");
@@ -199,68 +208,49 @@ private Q_SLOTS:
         row("LANG=ja_JP", "en");
         row("LANGUAGE=ja:ko LANG=th_TH", "en");
 
-        QTest::newRow("development language where nothing comes close")
-            << QByteArray("CFBundleDevelopmentRegion = fr;") << QList<QByteArray> { "de", "fr" }
-            << QByteArray("LANG=ja_JP") << "fr";
-        QTest::newRow("no development language")
-            << QByteArray() << QList<QByteArray> { "de" } << QByteArray("LANG=ja_JP") << "en";
-        QTest::newRow("no development language, one that fits")
-            << QByteArray() << QList<QByteArray> { "de" } << QByteArray("LANG=de_DE") << "de";
-        QTest::newRow("no languages at all")
-            << QByteArray() << QList<QByteArray>() << QByteArray("LANG=de_DE") << "en";
-        QTest::newRow("folders that name no language")
-            << english << QList<QByteArray> { "Base", "_", "12345678901234567890" }
-            << QByteArray("LANG=ja_JP") << "en";
-        QTest::newRow("a folder that names no language is nobody's")
-            << QByteArray("CFBundleDevelopmentRegion = fr;") << QList<QByteArray> { "_" }
-            << QByteArray("LANG=en_US") << "fr";
-        QTest::newRow("nothing close is not the first that is shipped")
-            << QByteArray("CFBundleDevelopmentRegion = _;") << QList<QByteArray> { "de" }
-            << QByteArray("LANG=ja_JP") << "_";
-        QTest::newRow("underscores") << english << QList<QByteArray> { "pt_BR", "zh_TW" }
-                                     << QByteArray("LANG=zh_HK") << "zh_TW";
+        const QByteArray french = "CFBundleDevelopmentRegion = fr;";
+        add({ "development language where nothing comes close", french, { "de", "fr" }, "LANG=ja_JP", "fr" });
+        add({ "no development language", {}, { "de" }, "LANG=ja_JP", "en" });
+        add({ "no development language, one that fits", {}, { "de" }, "LANG=de_DE", "de" });
+        add({ "no languages at all", {}, {}, "LANG=de_DE", "en" });
+        add({ "folders that name no language", english, { "Base", "_", "12345678901234567890" }, "LANG=ja_JP",
+            "en" });
+        add({ "a folder that names no language is nobody's", french, { "_" }, "LANG=en_US", "fr" });
+        add({ "nothing close is not the first that is shipped", "CFBundleDevelopmentRegion = _;", { "de" },
+            "LANG=ja_JP", "_" });
+        add({ "underscores", english, { "pt_BR", "zh_TW" }, "LANG=zh_HK", "zh_TW" });
     }
     void codeInEffect()
     {
-        QFETCH(QByteArray, info);
-        QFETCH(QList<QByteArray>, localizations);
-        QFETCH(QByteArray, session);
-        QFETCH(QString, code);
-        const TestBundle bundle(info, localizations);
-        setSession(session);
-        QCOMPARE(AppLanguage::code(), code);
+        QFETCH(Bundled, row);
+        const TestBundle bundle(row.info, row.localizations);
+        setSession(row.session);
+        QCOMPARE(AppLanguage::code(), text(row.expected));
         // The second call uses the cached match.
-        QCOMPARE(AppLanguage::code(), code);
+        QCOMPARE(AppLanguage::code(), text(row.expected));
     }
 
     void shippedBeginsWithTheDevelopmentLanguage_data()
     {
-        QTest::addColumn<QByteArray>("info");
-        QTest::addColumn<QList<QByteArray>>("localizations");
-        QTest::addColumn<QString>("shipped");
-        QTest::newRow("repeated by a folder")
-            << english << QList<QByteArray> { "de", "en", "fr" } << "en,de,fr";
-        QTest::newRow("not repeated") << english << QList<QByteArray> { "fr", "de" } << "en,de,fr";
-        QTest::newRow("another") << QByteArray("CFBundleDevelopmentRegion = fr;")
-                                 << QList<QByteArray> { "de", "en", "fr" } << "fr,de,en";
-        QTest::newRow("none named") << QByteArray() << QList<QByteArray> { "de" } << "en,de";
-        QTest::newRow("Base is no language") << english << QList<QByteArray> { "Base", "de" } << "en,de";
+        addRows<Bundled>({ { "repeated by a folder", english, { "de", "en", "fr" }, "", "en,de,fr" },
+            { "not repeated", english, { "fr", "de" }, "", "en,de,fr" },
+            { "another", "CFBundleDevelopmentRegion = fr;", { "de", "en", "fr" }, "", "fr,de,en" },
+            { "none named", {}, { "de" }, "", "en,de" },
+            { "Base is no language", english, { "Base", "de" }, "", "en,de" } });
     }
     void shippedBeginsWithTheDevelopmentLanguage()
     {
-        QFETCH(QByteArray, info);
-        QFETCH(QList<QByteArray>, localizations);
-        QFETCH(QString, shipped);
-        const TestBundle bundle(info, localizations);
-        QCOMPARE(listed(AppLanguage::shipped()), shipped);
+        QFETCH(Bundled, row);
+        const TestBundle bundle(row.info, row.localizations);
+        QCOMPARE(listed(AppLanguage::shipped()), text(row.expected));
     }
 
     void systemLanguagesAreTheSessions()
     {
         setSession("LANGUAGE=sr@latin LANG=de_AT.UTF-8");
-        QCOMPARE(listed(AppLanguage::systemLanguages()), QStringLiteral("sr-Latn,de-AT"));
+        QCOMPARE(listed(AppLanguage::systemLanguages()), text("sr-Latn,de-AT"));
         setSession("LANG=C.UTF-8");
-        QCOMPARE(listed(AppLanguage::systemLanguages()), QStringLiteral("en"));
+        QCOMPARE(listed(AppLanguage::systemLanguages()), text("en"));
     }
 
     void textsComeInTheLanguageInEffect()
@@ -268,10 +258,10 @@ private Q_SLOTS:
         const TestBundle bundle(english, { "en" });
         bundle.writeTable("de", "\"Menu Bar\" = \"Menüleiste\";");
         choose("de");
-        QCOMPARE(AppLanguage::string("Menu Bar"), QStringLiteral("Menüleiste"));
-        QCOMPARE(AppLanguage::string(QStringLiteral("Menu Bar")), QStringLiteral("Menüleiste"));
-        QCOMPARE(AppLanguage::string("Popovers"), QStringLiteral("Popovers"));
-        QCOMPARE(AppLanguage::string("Größe"), QStringLiteral("Größe"));
+        QCOMPARE(AppLanguage::string("Menu Bar"), text("Menüleiste"));
+        QCOMPARE(AppLanguage::string(text("Menu Bar")), text("Menüleiste"));
+        QCOMPARE(AppLanguage::string("Popovers"), text("Popovers"));
+        QCOMPARE(AppLanguage::string("Größe"), text("Größe"));
     }
 
     void theDevelopmentLanguageNeedsNoTable()
@@ -279,55 +269,52 @@ private Q_SLOTS:
         // There is a table with other texts, but it is not used.
         const TestBundle bundle(english, { "en", "de" });
         choose("en");
-        QCOMPARE(AppLanguage::string("Memory"), QStringLiteral("Memory"));
+        QCOMPARE(AppLanguage::string("Memory"), text("Memory"));
         const TestBundle unnamed({}, { "en", "de" });
-        QCOMPARE(AppLanguage::string("Memory"), QStringLiteral("Memory"));
+        QCOMPARE(AppLanguage::string("Memory"), text("Memory"));
         const TestBundle french("CFBundleDevelopmentRegion = fr;", { "en", "fr" });
         choose("fr");
-        QCOMPARE(AppLanguage::string("Memory"), QStringLiteral("Memory"));
+        QCOMPARE(AppLanguage::string("Memory"), text("Memory"));
         choose("en");
-        QCOMPARE(AppLanguage::string("Memory"), QStringLiteral("en"));
+        QCOMPARE(AppLanguage::string("Memory"), text("en"));
     }
 
     void aMissingFolderGivesTheKeys()
     {
         const TestBundle bundle(english, { "en", "de" });
         choose("de");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::code(), text("de"));
         bundle.removeFolder("de");
-        QCOMPARE(AppLanguage::code(), QStringLiteral("de"));
-        QCOMPARE(AppLanguage::string("Memory"), QStringLiteral("Memory"));
+        QCOMPARE(AppLanguage::code(), text("de"));
+        QCOMPARE(AppLanguage::string("Memory"), text("Memory"));
     }
 
     void languagesAreNamedByThemselves_data()
     {
-        QTest::addColumn<QByteArray>("code");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("German") << QByteArray("de") << QStringLiteral("Deutsch");
-        QTest::newRow("French") << QByteArray("fr") << QStringLiteral("Français");
-        QTest::newRow("Japanese") << QByteArray("ja") << QStringLiteral("日本語");
-        QTest::newRow("Russian") << QByteArray("ru") << QStringLiteral("Русский");
-        QTest::newRow("Turkish, by its own capitals") << QByteArray("tr") << QStringLiteral("Türkçe");
-        QTest::newRow("Zulu, with a capital inside") << QByteArray("zu") << QStringLiteral("IsiZulu");
-        QTest::newRow("with a script") << QByteArray("zh-Hans") << QStringLiteral("简体中文");
-        QTest::newRow("with another script") << QByteArray("zh-Hant") << QStringLiteral("繁體中文");
-        QTest::newRow("with a region") << QByteArray("pt-BR") << QStringLiteral("Português (Brasil)");
-        QTest::newRow("with a region behind an underscore")
-            << QByteArray("pt_BR") << QStringLiteral("Português (Brasil)");
-        QTest::newRow("of two words") << QByteArray("nb") << QStringLiteral("Norsk Bokmål");
-        QTest::newRow("no own name") << QByteArray("la") << QStringLiteral("la");
-        QTest::newRow("unknown") << QByteArray("xx") << QStringLiteral("xx");
-        QTest::newRow("no language") << QByteArray("12") << QStringLiteral("12");
+        addRows<Named>({
+            { "German", "de", "Deutsch" },
+            { "French", "fr", "Français" },
+            { "Japanese", "ja", "日本語" },
+            { "Russian", "ru", "Русский" },
+            { "Turkish, by its own capitals", "tr", "Türkçe" },
+            { "Zulu, with a capital inside", "zu", "IsiZulu" },
+            { "with a script", "zh-Hans", "简体中文" },
+            { "with another script", "zh-Hant", "繁體中文" },
+            { "with a region", "pt-BR", "Português (Brasil)" },
+            { "with a region behind an underscore", "pt_BR", "Português (Brasil)" },
+            { "of two words", "nb", "Norsk Bokmål" },
+            { "no own name", "la", "la" },
+            { "unknown", "xx", "xx" },
+            { "no language", "12", "12" },
+        });
     }
     void languagesAreNamedByThemselves()
     {
-        QFETCH(QByteArray, code);
-        QFETCH(QString, name);
-        const TestBundle bundle(english, { code });
+        QFETCH(Named, row);
+        const TestBundle bundle(english, { row.code });
         // The session's language makes no difference.
         setSession("LANG=de_DE.UTF-8");
-        const QPair<QString, QString> expected { QString::fromUtf8(code), name };
-        QVERIFY2(AppLanguage::available().contains(expected),
+        QVERIFY2(AppLanguage::available().contains(std::pair(text(row.code), text(row.language))),
             qPrintable(AppLanguage::available().constLast().second));
     }
 
@@ -338,8 +325,8 @@ private Q_SLOTS:
         QStringList names;
         for (const auto& [code, name] : AppLanguage::available())
             names.append(name);
-        QCOMPARE(names.join(u','), QStringLiteral("Deutsch,English,Español,Français,xx,yy,Čeština,日本語"));
-        QCOMPARE(AppLanguage::available().constFirst().first, QStringLiteral("de"));
+        QCOMPARE(names.join(u','), text("Deutsch,English,Español,Français,xx,yy,Čeština,日本語"));
+        QCOMPARE(AppLanguage::available().constFirst().first, text("de"));
     }
 
     void equalNamesKeepTheirOrder()
@@ -379,14 +366,14 @@ private Q_SLOTS:
         const TestBundle bundle(english, { "en", "de" });
         setSession("LANG=de_DE");
         AppLanguage::recordLaunchedCode();
-        QCOMPARE(AppLanguage::launchedCode(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::launchedCode(), text("de"));
         QVERIFY(!AppLanguage::processIsStale());
         // The choice is different, but the language in effect is the same.
         choose("de");
         QVERIFY(!AppLanguage::processIsStale());
         choose("en");
         QVERIFY(AppLanguage::processIsStale());
-        QCOMPARE(AppLanguage::launchedCode(), QStringLiteral("de"));
+        QCOMPARE(AppLanguage::launchedCode(), text("de"));
         choose("system");
         QVERIFY(!AppLanguage::processIsStale());
     }

@@ -1,6 +1,7 @@
 #include "KestrumShared/Settings/SignalListener.h"
 #include "tests/Support/LaunchFixture.h"
 #include "tests/Support/OwnProcesses.h"
+#include "tests/Support/QuietTime.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
@@ -25,32 +26,23 @@ private Q_SLOTS:
     {
         QVERIFY(!AppLinks::isAgentRunning());
         QVERIFY(AppLinks::agentProcesses().isEmpty());
+        QVERIFY(!AppLinks::runningAgentBundle().has_value());
         const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
         QVERIFY(AppLinks::isAgentRunning());
         QCOMPARE(runningPids(), QList<qint32> { pid });
     }
 
-    void onlyVariablesThatAreSetAreHandedOn()
-    {
-        QCOMPARE(AppLinks::testEnvironment(), (QMap<QString, QString>()));
-        qputenv("KESTRUM_LANGUAGE", "de");
-        const auto environment = AppLinks::testEnvironment();
-        qunsetenv("KESTRUM_LANGUAGE");
-        QCOMPARE(environment,
-            (QMap<QString, QString> { { QStringLiteral("KESTRUM_LANGUAGE"), QStringLiteral("de") } }));
-    }
-
-    void allFiveVariablesAreHandedOn()
+    void fiveVariablesAreHandedOnWhereTheyAreSet()
     {
         QMap<QString, QString> expected;
-        for (const char* name : { "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING", "KESTRUM_DISABLE_UPDATER",
-                 "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_LANGUAGE" }) {
-            qputenv(name, QByteArray("value of ") + name);
-            expected.insert(QLatin1StringView(name), QStringLiteral("value of ") + QLatin1StringView(name));
+        for (const char* name : { "KESTRUM_LANGUAGE", "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING",
+                 "KESTRUM_DISABLE_UPDATER", "KESTRUM_NO_LOGIN_ITEM" }) {
+            QCOMPARE(AppLinks::testEnvironment(), expected);
+            // A variable with an empty value counts as set.
+            const QByteArray value = qstrcmp(name, "KESTRUM_UI_TESTING") == 0 ? "" : name;
+            qputenv(name, value);
+            expected.insert(QLatin1StringView(name), QString::fromLatin1(value));
         }
-        // A variable with an empty value counts as set.
-        qputenv("KESTRUM_UI_TESTING", "");
-        expected[QStringLiteral("KESTRUM_UI_TESTING")] = QString();
         qputenv("KESTRUM_OTHER", "other");
         const auto environment = AppLinks::testEnvironment();
         qunsetenv("KESTRUM_OTHER");
@@ -66,10 +58,10 @@ private Q_SLOTS:
         qunsetenv("KESTRUM_LANGUAGE");
         QCOMPARE(runningPids().size(), 1);
         QByteArrayList ours = StandIns::environmentOf(runningPids()[0]);
-        ours.removeIf([](const QByteArray& variable) { return !variable.startsWith("KESTRUM_"); });
-        // These two variables belong to the test run.
+        // Two variables belong to the test run.
         ours.removeIf([](const QByteArray& variable) {
-            return variable.startsWith("KESTRUM_BUILD=") || variable.startsWith("KESTRUM_SOURCE=");
+            return !variable.startsWith("KESTRUM_") || variable.startsWith("KESTRUM_BUILD=")
+                || variable.startsWith("KESTRUM_SOURCE=");
         });
         QCOMPARE(ours, QByteArrayList { "KESTRUM_LANGUAGE=de" });
     }
@@ -83,7 +75,7 @@ private Q_SLOTS:
         AppLinks::stopAgent();
         QTRY_COMPARE(asked, 1);
         // The agent is only asked once; it is not killed.
-        QTest::qWait(300);
+        QTest::qWait(quietTime);
         QCOMPARE(asked, 1);
         QCOMPARE(runningPids(), QList<qint32> { pid });
         QCOMPARE(lines().size(), 0);
@@ -101,8 +93,6 @@ private Q_SLOTS:
         QCOMPARE(bundle->infoText(QStringLiteral("CFBundleShortVersionString")),
             std::optional(QStringLiteral("7.5")));
     }
-
-    void withoutAnAgentThereIsNoBundle() { QVERIFY(!AppLinks::runningAgentBundle().has_value()); }
 
     void bundleThatIsGoneIsNone()
     {

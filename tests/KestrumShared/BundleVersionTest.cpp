@@ -1,5 +1,4 @@
 #include "KestrumShared/Text/BundleVersion.h"
-#include "KestrumShared/Text/UpdateOffer.h"
 #include "tests/Support/FileTree.h"
 #include "tests/Support/TestHome.h"
 
@@ -43,13 +42,6 @@ private Q_SLOTS:
         QCOMPARE(BundleVersion::text(), QStringLiteral("2.0 (41)"));
         Bundle::setMain(before);
         QCOMPARE(BundleVersion::text(), QStringLiteral("?"));
-    }
-
-    void offersAreNamedTheSameWay()
-    {
-        QCOMPARE(UpdateOffer::name(QStringLiteral("1.4"), QStringLiteral("27")), QStringLiteral("1.4 (27)"));
-        QCOMPARE(UpdateOffer::name(QStringLiteral("27"), QStringLiteral("27")), QStringLiteral("27"));
-        QCOMPARE(UpdateOffer::name({}, {}), QString());
     }
 };
 

@@ -15,8 +15,6 @@ private Q_SLOTS:
 
     void fileCounting_data()
     {
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<QString>("text");
         rows({
             { 0, "0 bytes" },
             { 1, "1 byte" },
@@ -62,8 +60,6 @@ private Q_SLOTS:
 
     void memoryCounting_data()
     {
-        QTest::addColumn<qint64>("bytes");
-        QTest::addColumn<QString>("text");
         constexpr qint64 kB = 1024;
         constexpr qint64 MB = 1024 * kB;
         constexpr qint64 GB = 1024 * MB;
@@ -140,6 +136,8 @@ private:
     };
     static void rows(std::initializer_list<Row> all)
     {
+        QTest::addColumn<qint64>("bytes");
+        QTest::addColumn<QString>("text");
         for (const auto& [bytes, text] : all)
             QTest::newRow(qPrintable(QString::number(bytes))) << bytes << QString::fromLatin1(text);
     }

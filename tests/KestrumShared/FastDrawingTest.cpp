@@ -8,6 +8,7 @@
 #include <sys/resource.h>
 
 using namespace kestrum;
+using DrawingFixture::set;
 
 namespace {
 
@@ -46,38 +47,36 @@ private Q_SLOTS:
     void init()
     {
         QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
-        DrawingFixture::set("cpuFastCoreAccent", "indigo");
-        DrawingFixture::set("memoryAccent", "amber");
+        set("cpuFastCoreAccent", "indigo");
+        set("memoryAccent", "amber");
     }
     void cleanup() { PixelPainter::setKeepsPictures(true); }
 
     void pixelsAreThoseOfThePlainDrawing_data()
     {
-        QTest::addColumn<QString>("style");
-        QTest::addColumn<QString>("shape");
-        QTest::addColumn<QString>("labels");
+        QTest::addColumn<QByteArray>("style");
+        QTest::addColumn<QByteArray>("shape");
+        QTest::addColumn<QByteArray>("labels");
         QTest::addColumn<double>("scale");
         for (const char* style : { "bars", "wave", "compact" }) {
             for (const char* shape : { "pill", "square" }) {
                 for (const char* labels : { "icons", "letters" }) {
-                    for (const double scale : { 1.0, 1.25, 1.5, 2.0, 3.0 }) {
+                    for (const double scale : { 1.0, 1.25, 1.5, 2.0, 3.0 })
                         QTest::addRow("%s %s %s %g", style, shape, labels, scale)
-                            << QString::fromLatin1(style) << QString::fromLatin1(shape)
-                            << QString::fromLatin1(labels) << scale;
-                    }
+                            << QByteArray(style) << QByteArray(shape) << QByteArray(labels) << scale;
                 }
             }
         }
     }
     void pixelsAreThoseOfThePlainDrawing()
     {
-        QFETCH(QString, style);
-        QFETCH(QString, shape);
-        QFETCH(QString, labels);
+        QFETCH(QByteArray, style);
+        QFETCH(QByteArray, shape);
+        QFETCH(QByteArray, labels);
         QFETCH(double, scale);
-        DrawingFixture::set("meterStyle", style.toLatin1());
-        DrawingFixture::set("meterShape", shape.toLatin1());
-        DrawingFixture::set("meterLabelStyle", labels.toLatin1());
+        set("meterStyle", style);
+        set("meterShape", shape);
+        set("meterLabelStyle", labels);
         for (const QPointF& topLeft : { QPointF(0, 0), QPointF(3.3, 0), QPointF(7.15, 2.5) }) {
             for (const auto& section : allCases<MonitorSection>()) {
                 for (const int cores : { 1, 4, 12 })
@@ -89,11 +88,11 @@ private Q_SLOTS:
     void pixelsStayTheSameWhenPicturesAreUsedAgain()
     {
         // Many bar heights and fractions of a pixel: later rounds draw with cached pictures of earlier rounds.
-        DrawingFixture::set("meterStyle", "bars");
+        set("meterStyle", "bars");
         auto readings = std::make_shared<FakeReadings>();
         CoreTopology::useTiers({ { QStringLiteral("Level 0"), 16 } });
         for (const char* shape : { "pill", "square" }) {
-            DrawingFixture::set("meterShape", shape);
+            set("meterShape", shape);
             for (int round = 0; round < 60; ++round) {
                 readings->cores.clear();
                 for (int core = 0; core < 16; ++core)
@@ -120,7 +119,7 @@ private Q_SLOTS:
     void curvesOfAllKindsLookAsThePainterDrawsThem()
     {
         QFETCH(QList<double>, history);
-        DrawingFixture::set("meterStyle", "wave");
+        set("meterStyle", "wave");
         auto readings = std::make_shared<FakeReadings>();
         readings->history = history;
         for (const double scale : { 1.0, 1.5, 2.0, 4.0 }) {
@@ -152,7 +151,7 @@ private Q_SLOTS:
         // Waiting for another thread, or starting one, counts as a voluntary context switch.
         auto readings = std::make_shared<SampleReadings>();
         for (const char* style : { "bars", "wave", "compact" }) {
-            DrawingFixture::set("meterStyle", style);
+            set("meterStyle", style);
             DrawingFixture::drawn(MonitorSection::cpu, readings, 2);
             rusage before {};
             rusage after {};
@@ -178,12 +177,12 @@ private:
     static void compareReadings(const std::shared_ptr<const MenuBarReadings>& readings,
         MonitorSection section, double scale, const QPointF& topLeft, ColourScheme scheme)
     {
-        PixelPainter::setKeepsPictures(false);
-        const QImage plain
-            = onGround(DrawingFixture::drawn(section, readings, scale, scheme, topLeft), scheme);
-        PixelPainter::setKeepsPictures(true);
-        const QImage fast
-            = onGround(DrawingFixture::drawn(section, readings, scale, scheme, topLeft), scheme);
+        const auto drawn = [&](bool keepsPictures) {
+            PixelPainter::setKeepsPictures(keepsPictures);
+            return onGround(DrawingFixture::drawn(section, readings, scale, scheme, topLeft), scheme);
+        };
+        const QImage plain = drawn(false);
+        const QImage fast = drawn(true);
         const int found = difference(plain, fast);
         if (found > 2) {
             const QString place

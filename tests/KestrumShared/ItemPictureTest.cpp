@@ -10,6 +10,8 @@
 #include <QtEndian>
 
 using namespace kestrum;
+using DrawingFixture::set;
+using enum MonitorSection;
 
 namespace {
 
@@ -60,9 +62,9 @@ private Q_SLOTS:
             }
         }
         QTest::newRow("cpu-wave-light-2")
-            << MonitorSection::cpu << ColourScheme::light << 2 << QByteArray("wave") << QByteArray("icons");
+            << cpu << ColourScheme::light << 2 << QByteArray("wave") << QByteArray("icons");
         QTest::newRow("cpu-compact-dark-2")
-            << MonitorSection::cpu << ColourScheme::dark << 2 << QByteArray("compact") << QByteArray("icons");
+            << cpu << ColourScheme::dark << 2 << QByteArray("compact") << QByteArray("icons");
     }
     void itemsLookAsTheyDid()
     {
@@ -76,10 +78,10 @@ private Q_SLOTS:
             QSKIP(qPrintable(QStringLiteral("the pictures are of Inter %1, and here is Inter %2")
                                  .arg(editionOfThePictures)
                                  .arg(edition)));
-        DrawingFixture::set("meterStyle", style);
-        DrawingFixture::set("meterLabelStyle", labels);
-        DrawingFixture::set("cpuFastCoreAccent", "indigo");
-        DrawingFixture::set("temperatureUnit", "celsius");
+        set("meterStyle", style);
+        set("meterLabelStyle", labels);
+        set("cpuFastCoreAccent", "indigo");
+        set("temperatureUnit", "celsius");
         const QList<CoreTier> tiers { { QStringLiteral("P"), 4 }, { QStringLiteral("E"), 4 } };
         CoreTopology::useTiers(tiers);
 

@@ -1,152 +1,138 @@
 #include "tests/Support/DrawingFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QTest>
 
 using namespace kestrum;
-
-namespace {
-
-struct Row {
-    const char* name;
-    MonitorSection section;
-    const char* key; ///< set to `value`, unless null
-    const char* value;
-    double withIcons; ///< item's width without the icon's width
-    double withLetters;
-};
-
-constexpr double bars4 = 3 + 4 * 4.9 + 4;
-constexpr MonitorSection cpu = MonitorSection::cpu;
-constexpr MonitorSection memory = MonitorSection::memory;
-constexpr MonitorSection storage = MonitorSection::storage;
-constexpr MonitorSection sensors = MonitorSection::sensors;
-
-// Label + 1 + side gap + meter + readout + 1, in points. The test adds the label's width. The gap is 5 with icons, 3 with
-// letters.
-const Row rows[] = {
-    { "bars and a temperature, the factory's", cpu, nullptr, nullptr, 1 + 5 + bars4 + 32 + 1,
-        1 + 3 + bars4 + 30 + 1 },
-    { "bars", cpu, "meterStyle", "bars", 1 + 5 + bars4 + 32 + 1, 1 + 3 + bars4 + 30 + 1 },
-    { "unknown style", cpu, "meterStyle", "Wave", 1 + 5 + bars4 + 32 + 1, 1 + 3 + bars4 + 30 + 1 },
-    { "wave", cpu, "meterStyle", "wave", 1 + 5 + 46 + 32 + 1, 1 + 3 + 46 + 30 + 1 },
-    { "compact", cpu, "meterStyle", "compact", 1 + 5 + 46 + 32 + 1, 1 + 3 + 46 + 30 + 1 },
-    { "cpu off", cpu, "cpuReadout", "off", 1 + 5 + bars4 + 1, 1 + 3 + bars4 + 1 },
-    { "cpu usage", cpu, "cpuReadout", "usage", 1 + 5 + bars4 + 38 + 1, 1 + 3 + bars4 + 36 + 1 },
-    { "cpu power", cpu, "cpuReadout", "power", 1 + 5 + bars4 + 38 + 1, 1 + 3 + bars4 + 36 + 1 },
-    { "cpu temperature", cpu, "cpuReadout", "temperature", 1 + 5 + bars4 + 32 + 1, 1 + 3 + bars4 + 30 + 1 },
-    { "cpu unknown", cpu, "cpuReadout", "None", 1 + 5 + bars4 + 32 + 1, 1 + 3 + bars4 + 30 + 1 },
-    { "memory missing, legacy on", memory, nullptr, nullptr, 1 + 5 + 8.4 + 38 + 1, 1 + 3 + 8.4 + 36 + 1 },
-    { "memory unknown, legacy on", memory, "memoryReadout", "?", 1 + 5 + 8.4 + 38 + 1, 1 + 3 + 8.4 + 36 + 1 },
-    { "memory usage", memory, "memoryReadout", "usage", 1 + 5 + 8.4 + 38 + 1, 1 + 3 + 8.4 + 36 + 1 },
-    { "memory pressure", memory, "memoryReadout", "pressure", 1 + 5 + 8.4 + 38 + 1, 1 + 3 + 8.4 + 36 + 1 },
-    { "memory swap", memory, "memoryReadout", "swap", 1 + 5 + 8.4 + 35 + 1, 1 + 3 + 8.4 + 33 + 1 },
-    { "memory off", memory, "memoryReadout", "off", 1 + 5 + 8.4 + 1, 1 + 3 + 8.4 + 1 },
-    { "storage missing, legacy on", storage, nullptr, nullptr, 1 + 5 + 8.4 + 38 + 1, 1 + 3 + 8.4 + 36 + 1 },
-    { "storage unknown, legacy on", storage, "storageReadout", "swap", 1 + 5 + 8.4 + 38 + 1,
-        1 + 3 + 8.4 + 36 + 1 },
-    { "storage usage", storage, "storageReadout", "usage", 1 + 5 + 8.4 + 38 + 1, 1 + 3 + 8.4 + 36 + 1 },
-    { "storage free", storage, "storageReadout", "free", 1 + 5 + 8.4 + 35 + 1, 1 + 3 + 8.4 + 33 + 1 },
-    { "storage off", storage, "storageReadout", "off", 1 + 5 + 8.4 + 1, 1 + 3 + 8.4 + 1 },
-    { "sensors power, the factory's", sensors, nullptr, nullptr, 1 + 38 + 1, 1 + 36 + 1 },
-    { "sensors power", sensors, "sensorsReadout", "power", 1 + 38 + 1, 1 + 36 + 1 },
-    { "sensors unknown", sensors, "sensorsReadout", "", 1 + 38 + 1, 1 + 36 + 1 },
-    { "sensors hottest", sensors, "sensorsReadout", "hottest", 1 + 32 + 1, 1 + 30 + 1 },
-    { "sensors gpu", sensors, "sensorsReadout", "gpu", 1 + 32 + 1, 1 + 30 + 1 },
-    { "sensors fan", sensors, "sensorsReadout", "fan", 1 + 34 + 1, 1 + 32 + 1 },
-    { "sensors off", sensors, "sensorsReadout", "off", 1 + 0 + 1, 1 + 0 + 1 },
-};
-
-} // namespace
+using DrawingFixture::set;
+using enum MonitorSection;
 
 class ItemWidthTest : public QObject {
     Q_OBJECT
+
+    struct Width {
+        const char* name;
+        MonitorSection section;
+        const char* key; ///< set to `value`, unless null
+        const char* value;
+        double meter; ///< with what is reserved beside it
+        double readout;
+    };
+    struct Legacy {
+        const char* name;
+        QJsonValue value;
+        double readout;
+    };
+    struct Bars {
+        const char* name;
+        int cores;
+        double width;
+    };
+    struct Longest {
+        const char* name;
+        const char* text;
+        double room;
+    };
+
 private Q_SLOTS:
     void init() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
     void widthsFollowTheTable_data()
     {
-        QTest::addColumn<int>("row");
-        for (int row = 0; row < int(std::size(rows)); ++row)
-            QTest::newRow(rows[row].name) << row;
+        constexpr double bars = 3 + 4 * 4.9 + 4;
+        addRows<Width>({
+            { "bars and a temperature, the factory's", cpu, nullptr, nullptr, bars, 27 },
+            { "bars", cpu, "meterStyle", "bars", bars, 27 },
+            { "unknown style", cpu, "meterStyle", "Wave", bars, 27 },
+            { "wave", cpu, "meterStyle", "wave", 46, 27 },
+            { "compact", cpu, "meterStyle", "compact", 46, 27 },
+            { "cpu off", cpu, "cpuReadout", "off", bars, 0 },
+            { "cpu usage", cpu, "cpuReadout", "usage", bars, 33 },
+            { "cpu power", cpu, "cpuReadout", "power", bars, 33 },
+            { "cpu temperature", cpu, "cpuReadout", "temperature", bars, 27 },
+            { "cpu unknown", cpu, "cpuReadout", "None", bars, 27 },
+            { "memory missing, legacy on", memory, nullptr, nullptr, 8.4, 33 },
+            { "memory unknown, legacy on", memory, "memoryReadout", "?", 8.4, 33 },
+            { "memory usage", memory, "memoryReadout", "usage", 8.4, 33 },
+            { "memory pressure", memory, "memoryReadout", "pressure", 8.4, 33 },
+            { "memory swap", memory, "memoryReadout", "swap", 8.4, 30 },
+            { "memory off", memory, "memoryReadout", "off", 8.4, 0 },
+            { "storage missing, legacy on", storage, nullptr, nullptr, 8.4, 33 },
+            { "storage unknown, legacy on", storage, "storageReadout", "swap", 8.4, 33 },
+            { "storage usage", storage, "storageReadout", "usage", 8.4, 33 },
+            { "storage free", storage, "storageReadout", "free", 8.4, 30 },
+            { "storage off", storage, "storageReadout", "off", 8.4, 0 },
+            { "sensors power, the factory's", sensors, nullptr, nullptr, 0, 33 },
+            { "sensors power", sensors, "sensorsReadout", "power", 0, 33 },
+            { "sensors unknown", sensors, "sensorsReadout", "", 0, 33 },
+            { "sensors hottest", sensors, "sensorsReadout", "hottest", 0, 27 },
+            { "sensors gpu", sensors, "sensorsReadout", "gpu", 0, 27 },
+            { "sensors fan", sensors, "sensorsReadout", "fan", 0, 29 },
+            { "sensors off", sensors, "sensorsReadout", "off", 0, 0 },
+        });
     }
     void widthsFollowTheTable()
     {
-        QFETCH(int, row);
-        const Row& wanted = rows[row];
-        if (wanted.key)
-            DrawingFixture::set(wanted.key, wanted.value);
-        const double icon = StatusMetricView::iconSize(wanted.section).width();
-        QCOMPARE(StatusMetricView::itemWidth(wanted.section), icon + wanted.withIcons);
-        DrawingFixture::set("meterLabelStyle", "letters");
-        // The sensors item also shows its symbol after the letters, with a gap of its own.
-        const double symbol = wanted.section == sensors ? 3 + icon : 0;
-        QCOMPARE(StatusMetricView::itemWidth(wanted.section), 6 + symbol + wanted.withLetters);
+        QFETCH(Width, row);
+        if (row.key)
+            set(row.key, row.value);
+        // Meter and readout each have a gap before them. At both ends of the item is a margin of 1.
+        const auto width = [&row](double label, double gap, double meter) {
+            return 1 + label + (meter > 0 ? gap + meter : 0) + (row.readout > 0 ? gap + row.readout : 0) + 1;
+        };
+        const double icon = StatusMetricView::iconSize(row.section).width();
+        QCOMPARE(StatusMetricView::itemWidth(row.section), width(icon, 5, row.meter));
+        set("meterLabelStyle", "letters");
+        // The sensors item also shows its symbol after the letters.
+        QCOMPARE(
+            StatusMetricView::itemWidth(row.section), width(6, 3, row.section == sensors ? icon : row.meter));
     }
 
     void legacySwitchDecidesWhatIsMissing_data()
     {
-        QTest::addColumn<QJsonValue>("legacy");
-        QTest::addColumn<bool>("shows");
-        QTest::newRow("on") << QJsonValue(true) << true;
-        QTest::newRow("off") << QJsonValue(false) << false;
-        QTest::newRow("of another type") << QJsonValue(1) << false;
+        addRows<Legacy>({ { "on", true, 38 }, { "off", false, 0 }, { "of another type", 1, 0 } });
     }
     void legacySwitchDecidesWhatIsMissing()
     {
-        QFETCH(QJsonValue, legacy);
-        QFETCH(bool, shows);
-        SharedSettings::store().set("showMemoryPercent", legacy);
+        QFETCH(Legacy, row);
+        SharedSettings::store().set("showMemoryPercent", row.value);
         for (const MonitorSection section : { memory, storage }) {
             const double base = StatusMetricView::iconSize(section).width() + 1 + 5 + 8.4 + 1;
-            QCOMPARE(StatusMetricView::itemWidth(section), base + (shows ? 38 : 0));
+            QCOMPARE(StatusMetricView::itemWidth(section), base + row.readout);
         }
         // The CPU's readout does not depend on the old switch.
-        DrawingFixture::set("cpuReadout", "?");
+        set("cpuReadout", "?");
         QCOMPARE(StatusMetricView::cpuReadoutWidth(), 32.0);
     }
 
     void barsMeterGrowsWithTheCores_data()
     {
-        QTest::addColumn<int>("cores");
-        QTest::addColumn<double>("width");
-        QTest::newRow("none counts as one") << 0 << 8.9;
-        QTest::newRow("1") << 1 << 8.9;
-        QTest::newRow("2") << 2 << 14.8;
-        QTest::newRow("8") << 8 << 50.2;
-        QTest::newRow("12") << 12 << 73.8;
-        QTest::newRow("64") << 64 << 380.6;
+        addRows<Bars>({ { "none counts as one", 0, 8.9 }, { "1", 1, 8.9 }, { "2", 2, 14.8 }, { "8", 8, 50.2 },
+            { "12", 12, 73.8 }, { "64", 64, 380.6 } });
     }
     void barsMeterGrowsWithTheCores()
     {
-        QFETCH(int, cores);
-        QFETCH(double, width);
-        CoreTopology::useTiers({ { QStringLiteral("Level 0"), cores } });
+        QFETCH(Bars, row);
+        CoreTopology::useTiers({ { QStringLiteral("Level 0"), row.cores } });
         const double rest = StatusMetricView::iconSize(cpu).width() + 1 + 5 + 32 + 1;
-        QCOMPARE(StatusMetricView::itemWidth(cpu), rest + width);
+        QCOMPARE(StatusMetricView::itemWidth(cpu), rest + row.width);
     }
 
-    void labelAndGapFollowTheLabelStyle()
+    void everySectionHasASymbolAndFollowsTheLabelStyle()
     {
         for (const auto& section : allCases<MonitorSection>()) {
-            DrawingFixture::set("meterLabelStyle", "icons");
-            QCOMPARE(StatusMetricView::labelWidth(section.value),
-                StatusMetricView::iconSize(section.value).width());
+            const QSizeF icon = StatusMetricView::iconSize(section.value);
+            QVERIFY(icon.width() >= 12 && icon.width() <= 16);
+            QVERIFY(icon.height() >= 12 && icon.height() <= 16);
+            set("meterLabelStyle", "icons");
+            QCOMPARE(StatusMetricView::labelWidth(section.value), icon.width());
             QCOMPARE(StatusMetricView::meterSideGap(section.value), 5.0);
-            DrawingFixture::set("meterLabelStyle", "letters");
+            set("meterLabelStyle", "letters");
             QCOMPARE(StatusMetricView::labelWidth(section.value), 6.0);
             QCOMPARE(StatusMetricView::meterSideGap(section.value), 3.0);
-            DrawingFixture::set("meterLabelStyle", "Letters");
+            set("meterLabelStyle", "Letters");
             QCOMPARE(StatusMetricView::meterSideGap(section.value), 5.0);
-        }
-    }
-
-    void everySectionHasASymbol()
-    {
-        for (const auto& section : allCases<MonitorSection>()) {
-            const QSizeF size = StatusMetricView::iconSize(section.value);
-            QVERIFY(size.width() >= 12 && size.width() <= 16);
-            QVERIFY(size.height() >= 12 && size.height() <= 16);
         }
     }
 
@@ -165,24 +151,17 @@ private Q_SLOTS:
 
     void longestTextsFitTheirRoom_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<double>("room");
-        QTest::newRow("full") << QStringLiteral("100%") << 33.0;
-        QTest::newRow("watts") << QStringLiteral("888W") << 33.0;
-        QTest::newRow("degrees") << QStringLiteral("108°") << 27.0;
-        QTest::newRow("bytes") << QStringLiteral("8.8G") << 30.0;
-        QTest::newRow("many bytes") << QStringLiteral("888G") << 30.0;
-        QTest::newRow("fan") << QStringLiteral("8888") << 29.0;
+        addRows<Longest>({ { "full", "100%", 33 }, { "watts", "888W", 33 }, { "degrees", "108°", 27 },
+            { "bytes", "8.8G", 30 }, { "many bytes", "888G", 30 }, { "fan", "8888", 29 } });
     }
     void longestTextsFitTheirRoom()
     {
-        QFETCH(QString, text);
-        QFETCH(double, room);
+        QFETCH(Longest, row);
         // The text may also use the margin of 1 at the item's end.
         QFont font = QGuiApplication::font();
         font.setPixelSize(11);
         font.setWeight(QFont::Medium);
-        QVERIFY(QFontMetricsF(font).horizontalAdvance(text) <= room + 1);
+        QVERIFY(QFontMetricsF(font).horizontalAdvance(QString::fromUtf8(row.text)) <= row.room + 1);
     }
 };
 

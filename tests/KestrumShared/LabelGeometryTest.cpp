@@ -4,14 +4,16 @@
 #include "KestrumShared/Items/ItemSprites.h"
 #include "KestrumShared/Raster/PixelPainter.h"
 #include "Platform/Desktop/SymbolImage.h"
-#include "tests/Support/ItemPixels.h"
+#include "tests/Support/ItemFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QFontMetricsF>
 #include <QSet>
-#include <QTest>
 
 using namespace kestrum;
+using DrawingFixture::set;
+using enum MonitorSection;
 
 namespace {
 
@@ -19,39 +21,70 @@ const QColor textColour(0x1D, 0x1D, 0x1F);
 
 } // namespace
 
-class LabelGeometryTest : public QObject {
+class LabelGeometryTest : public ItemFixture {
     Q_OBJECT
-private Q_SLOTS:
-    void init()
+
+    struct Label {
+        const char* name;
+        MonitorSection section;
+        const char* letters;
+        const char* symbol;
+    };
+    struct Meter {
+        const char* name;
+        MonitorSection section;
+        const char* style;
+        double width;
+    };
+    static void labels()
     {
-        QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont);
-        DrawingFixture::turnReadoutsOff();
-        m_readings = std::make_shared<FakeReadings>();
+        addRows<Label>({ { "cpu", cpu, "CPU", "cpu" }, { "memory", memory, "RAM", "memorychip" },
+            { "storage", storage, "SSD", "internaldrive" }, { "sensors", sensors, "SEN", "sensor" } });
     }
 
-    void lettersAreStackedAroundTheMiddle_data()
+    /// The font Inter, made without the fonts that the items use.
+    static QFont inter(int pixels, QFont::Weight weight)
     {
-        QTest::addColumn<double>("scale");
-        for (const double scale : { 2.0, 20.0 })
-            QTest::addRow("%g", scale) << scale;
+        QFont font(QStringLiteral("Inter"));
+        font.setPixelSize(pixels);
+        font.setWeight(weight);
+        return font;
     }
+
+    /// The lowest row of each group of adjacent rows that have ink in the first `columns` columns, from top to bottom.
+    static QList<int> feetOfLetters(const QImage& item, int columns)
+    {
+        QList<int> feet;
+        bool wasInked = false;
+        for (int y = 0; y < item.height(); ++y) {
+            bool isInked = false;
+            for (int x = 0; x < columns; ++x)
+                isInked |= qAlpha(item.pixel(x, y)) > 64;
+            if (wasInked && !isInked)
+                feet.append(y - 1);
+            wasInked = isInked;
+        }
+        return feet;
+    }
+
+private Q_SLOTS:
     void lettersAreStackedAroundTheMiddle()
     {
-        QFETCH(double, scale);
-        DrawingFixture::set("meterLabelStyle", "letters");
+        set("meterLabelStyle", "letters");
         const ItemFonts& fonts = ItemFonts::current();
         const QFontMetricsF metrics(fonts.letters());
-        QVERIFY_NEAR(fonts.letterHeight(), 6.2 * QFontMetricsF(fonts.letters()).height() / 62, 0.001);
+        QVERIFY_NEAR(fonts.letterHeight(), 6.2 * metrics.height() / 62, 0.001);
         const double baseOfBox = metrics.descent() * ItemFonts::letterScale - fonts.letterHeight() / 2;
         const double capHeight = metrics.capHeight() * ItemFonts::letterScale;
-        const ItemPixels item(DrawingFixture::drawn(MonitorSection::memory, m_readings, scale), scale);
-        // The letters of "RAM" are flat, so each is exactly as high as a capital letter.
-        for (int i = 0; i < 3; ++i) {
-            const double middle = 11 + (1 - i) * 5.5;
-            const QRectF letter = item.inked(QRectF(1, middle - 2.7, 6, 5.2), textColour);
-            QVERIFY_NEAR(letter.top(), middle + baseOfBox, 0.6 / scale + 0.1);
-            QVERIFY_NEAR(letter.height(), capHeight, 1.2 / scale + 0.1);
-            QVERIFY_NEAR(letter.left(), 1.3, 0.4);
+        for (const double scale : { 2.0, 20.0 }) {
+            const ItemPixels item = drawn(memory, scale);
+            // The letters of "RAM" are flat, so each is exactly as high as a capital letter.
+            for (const double middle : { 11 + 5.5, 11.0, 11 - 5.5 }) {
+                const QRectF letter = item.inked(QRectF(1, middle - 2.7, 6, 5.2), textColour);
+                QVERIFY_NEAR(letter.top(), middle + baseOfBox, 0.6 / scale + 0.1);
+                QVERIFY_NEAR(letter.height(), capHeight, 1.2 / scale + 0.1);
+                QVERIFY_NEAR(letter.left(), 1.3, 0.4);
+            }
         }
     }
 
@@ -59,18 +92,15 @@ private Q_SLOTS:
     {
         QTest::addColumn<double>("scale");
         QTest::addColumn<int>("distance");
-        QTest::newRow("1") << 1.0 << 6;
-        QTest::newRow("1.25") << 1.25 << 7;
-        QTest::newRow("1.5") << 1.5 << 8;
-        QTest::newRow("1.75") << 1.75 << 10;
-        QTest::newRow("2") << 2.0 << 11;
-        QTest::newRow("3") << 3.0 << 17;
+        for (const auto& [scale, distance] : { std::pair(1.0, 6), std::pair(1.25, 7), std::pair(1.5, 8),
+                 std::pair(1.75, 10), std::pair(2.0, 11), std::pair(3.0, 17) })
+            QTest::addRow("%g", scale) << scale << distance;
     }
     void lettersStandEvenlyOnWholePixels()
     {
         QFETCH(double, scale);
         QFETCH(int, distance);
-        DrawingFixture::set("meterLabelStyle", "letters");
+        set("meterLabelStyle", "letters");
         for (const QPointF& topLeft : { QPointF(0, 0), QPointF(0, 2.3) }) {
             for (const auto& section : allCases<MonitorSection>()) {
                 const QImage item
@@ -79,7 +109,7 @@ private Q_SLOTS:
                 // At least one row without ink separates two letters.
                 QCOMPARE(feet.size(), 3);
                 // These three letters are flat. Others reach slightly below the baseline.
-                if (section.value == MonitorSection::memory) {
+                if (section.value == memory) {
                     QCOMPARE(feet[1] - feet[0], distance);
                     QCOMPARE(feet[2] - feet[1], distance);
                 }
@@ -87,36 +117,24 @@ private Q_SLOTS:
         }
     }
 
-    void everySectionHasItsLetters_data()
-    {
-        QTest::addColumn<MonitorSection>("section");
-        QTest::addColumn<QString>("letters");
-        QTest::newRow("cpu") << MonitorSection::cpu << QStringLiteral("CPU");
-        QTest::newRow("memory") << MonitorSection::memory << QStringLiteral("RAM");
-        QTest::newRow("storage") << MonitorSection::storage << QStringLiteral("SSD");
-        QTest::newRow("sensors") << MonitorSection::sensors << QStringLiteral("SEN");
-    }
+    void everySectionHasItsLetters_data() { labels(); }
     void everySectionHasItsLetters()
     {
-        QFETCH(MonitorSection, section);
-        QFETCH(QString, letters);
-        DrawingFixture::set("meterLabelStyle", "letters");
-        const QImage item = DrawingFixture::drawn(section, m_readings, 20);
+        QFETCH(Label, row);
+        set("meterLabelStyle", "letters");
+        const QImage item = image(row.section);
         // The same letters drawn in another way: 62 pixels high (ten times 6.2), semibold, at scale 2.
         QImage wanted(item.size(), item.format());
         wanted.fill(Qt::transparent);
         QPainter painter(&wanted);
         painter.setRenderHint(QPainter::TextAntialiasing);
         painter.scale(2, 2);
-        QFont font(QStringLiteral("Inter"));
-        font.setPixelSize(62);
-        font.setWeight(QFont::DemiBold);
-        painter.setFont(font);
+        painter.setFont(inter(62, QFont::DemiBold));
         painter.setPen(textColour);
-        const QFontMetricsF metrics(font);
+        const QFontMetricsF metrics(painter.font());
         for (int i = 0; i < 3; ++i) {
             const double boxBottom = 110 - (1 - i) * 55 + metrics.height() / 2;
-            painter.drawText(QPointF(10, boxBottom - metrics.descent()), letters.mid(i, 1));
+            painter.drawText(QPointF(10, boxBottom - metrics.descent()), QChar::fromLatin1(row.letters[i]));
         }
         painter.end();
         int inked = 0;
@@ -132,26 +150,17 @@ private Q_SLOTS:
         QVERIFY2(different < inked / 50, qPrintable(QStringLiteral("%1 of %2").arg(different).arg(inked)));
     }
 
-    void everySectionHasItsSymbol_data()
-    {
-        QTest::addColumn<MonitorSection>("section");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("cpu") << MonitorSection::cpu << QStringLiteral("cpu");
-        QTest::newRow("memory") << MonitorSection::memory << QStringLiteral("memorychip");
-        QTest::newRow("storage") << MonitorSection::storage << QStringLiteral("internaldrive");
-        QTest::newRow("sensors") << MonitorSection::sensors << QStringLiteral("sensor");
-    }
+    void everySectionHasItsSymbol_data() { labels(); }
     void everySectionHasItsSymbol()
     {
-        QFETCH(MonitorSection, section);
-        QFETCH(QString, name);
+        QFETCH(Label, row);
         for (const double scale : { 1.0, 2.0, 3.0 }) {
             for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
                 const QColor colour = scheme == ColourScheme::dark ? QColor(0xF2, 0xF2, 0xF4) : textColour;
-                QImage symbol = SymbolImage::image(name, 12, colour, scale);
+                QImage symbol = SymbolImage::image(QString::fromLatin1(row.symbol), 12, colour, scale);
                 symbol.setDevicePixelRatio(1);
                 // The symbol is 14 points high, so it begins 4 points below the item's top.
-                QImage label = DrawingFixture::drawn(section, m_readings, scale, scheme)
+                QImage label = image(row.section, scale, scheme)
                                    .copy(QRect(QPoint(int(scale), int(4 * scale)), symbol.size()));
                 label.setDevicePixelRatio(1);
                 QCOMPARE(label, symbol);
@@ -179,56 +188,49 @@ private Q_SLOTS:
 
     void lettersFollowTheApplicationsFont()
     {
-        DrawingFixture::set("meterLabelStyle", "letters");
-        const QFont inter = QGuiApplication::font();
-        const auto drawn = [this](bool keepsPictures) {
-            PixelPainter::setKeepsPictures(keepsPictures);
-            const QImage item = DrawingFixture::drawn(MonitorSection::sensors, m_readings, 4);
-            PixelPainter::setKeepsPictures(true);
-            return item;
-        };
-        const QImage before = drawn(true);
+        set("meterLabelStyle", "letters");
+        const QFont usual = QGuiApplication::font();
+        const QImage before = image(sensors, 4);
         QGuiApplication::setFont(QFont(QStringLiteral("Inter Display")));
-        const QImage after = drawn(true);
-        const QImage wanted = drawn(false);
-        QGuiApplication::setFont(inter);
+        const QImage after = image(sensors, 4);
+        PixelPainter::setKeepsPictures(false);
+        const QImage wanted = image(sensors, 4);
+        PixelPainter::setKeepsPictures(true);
+        QGuiApplication::setFont(usual);
         QCOMPARE(after, wanted);
         QVERIFY(after != before);
-        QCOMPARE(drawn(true), before);
+        QCOMPARE(image(sensors, 4), before);
     }
 
     void unknownScaleCountsAsTwo()
     {
-        QImage images[2];
-        for (const double scale : { 0.0, 2.0 }) {
-            QImage& image = images[scale > 0];
-            image = QImage(60, 44, QImage::Format_ARGB32_Premultiplied);
+        const auto drawnAt = [this](double scale) {
+            QImage image(60, 44, QImage::Format_ARGB32_Premultiplied);
             image.fill(Qt::transparent);
             image.setDevicePixelRatio(2);
             QPainter painter(&image);
-            StatusMetricView(MonitorSection::sensors, QRectF(0, 0, 30, 22), m_readings)
+            StatusMetricView(sensors, QRectF(0, 0, 30, 22), m_readings)
                 .draw(painter, QPointF(0, 0), ColourScheme::light, scale);
-        }
-        QVERIFY(!ItemPixels(images[0], 2).inked(QRectF(0, 0, 30, 22)).isNull());
-        QCOMPARE(images[0], images[1]);
+            return image;
+        };
+        QVERIFY(!ItemPixels(drawnAt(0), 2).inked(QRectF(0, 0, 30, 22)).isNull());
+        QCOMPARE(drawnAt(0), drawnAt(2));
     }
 
     void iconIsCentred()
     {
-        const ItemPixels item(DrawingFixture::drawn(MonitorSection::cpu, m_readings, 20), 20);
-        const QRectF icon = item.inked(QRectF(0, 0, 15, 22));
+        const QRectF icon = drawn(cpu).inked(QRectF(0, 0, 15, 22));
         QVERIFY_NEAR(icon.center().y(), 11, 0.06);
-        QVERIFY_NEAR(
-            icon.center().x(), 1 + StatusMetricView::iconSize(MonitorSection::cpu).width() / 2, 0.06);
+        QVERIFY_NEAR(icon.center().x(), 1 + StatusMetricView::iconSize(cpu).width() / 2, 0.06);
     }
 
     void sensorsWithLettersShowTheSymbolAfterThem()
     {
-        DrawingFixture::set("sensorsReadout", "fan");
-        const double icon = StatusMetricView::iconSize(MonitorSection::sensors).width();
-        const ItemPixels plain(DrawingFixture::drawn(MonitorSection::sensors, m_readings, 20), 20);
-        DrawingFixture::set("meterLabelStyle", "letters");
-        const ItemPixels item(DrawingFixture::drawn(MonitorSection::sensors, m_readings, 20), 20);
+        set("sensorsReadout", "fan");
+        const double icon = StatusMetricView::iconSize(sensors).width();
+        const ItemPixels plain = drawn(sensors);
+        set("meterLabelStyle", "letters");
+        const ItemPixels item = drawn(sensors);
         const QRectF alone = plain.inked(QRectF(0, 0, 1 + icon, 22));
         const QRectF second = item.inked(QRectF(10, 0, icon, 22));
         QVERIFY_NEAR(second.left() - 10, alone.left() - 1, 0.051);
@@ -239,29 +241,20 @@ private Q_SLOTS:
             plain.inked(QRectF(1 + icon, 0, 40, 22)).left() - (1 + icon + 5), 0.051);
     }
 
-    void readoutStandsOnItsBaseLine_data()
-    {
-        QTest::addColumn<double>("scale");
-        for (const double scale : { 1.0, 2.0, 20.0 })
-            QTest::addRow("%g", scale) << scale;
-    }
     void readoutStandsOnItsBaseLine()
     {
-        QFETCH(double, scale);
-        DrawingFixture::set("storageReadout", "usage");
+        set("storageReadout", "usage");
         m_readings->storage = 0.22;
-        QFont font(QStringLiteral("Inter"));
-        font.setPixelSize(11);
-        font.setWeight(QFont::Medium);
-        const QFontMetricsF metrics(font);
+        const QFontMetricsF metrics(inter(11, QFont::Medium));
         QVERIFY_NEAR(StatusMetricView::readoutLineHeight(), metrics.height(), 0.001);
-        const ItemPixels item(DrawingFixture::drawn(MonitorSection::storage, m_readings, scale), scale);
-        const double x = meterStart(MonitorSection::storage) + 8 + 5;
-        // Both digits are flat at the bottom.
-        const QRectF digits = item.inked(QRectF(x, 0, 13, 22), textColour);
-        QVERIFY_NEAR(digits.top(), 11 - metrics.height() / 2 + metrics.descent(), 0.6 / scale + 0.06);
-        QVERIFY_NEAR(digits.height(), metrics.capHeight(), 1.2 / scale + 0.1);
-        QVERIFY(digits.left() >= x - 0.1 && digits.left() < x + 1.2);
+        const double x = meterStart(storage) + 8 + 5;
+        for (const double scale : { 1.0, 2.0, 20.0 }) {
+            // Both digits are flat at the bottom.
+            const QRectF digits = drawn(storage, scale).inked(QRectF(x, 0, 13, 22), textColour);
+            QVERIFY_NEAR(digits.top(), 11 - metrics.height() / 2 + metrics.descent(), 0.6 / scale + 0.06);
+            QVERIFY_NEAR(digits.height(), metrics.capHeight(), 1.2 / scale + 0.1);
+            QVERIFY(digits.left() >= x - 0.1 && digits.left() < x + 1.2);
+        }
     }
 
     void fontsHaveTheirSizesAndWeights()
@@ -277,23 +270,16 @@ private Q_SLOTS:
 
     void readoutBeginsAGapBehindTheMeter_data()
     {
-        QTest::addColumn<MonitorSection>("section");
-        QTest::addColumn<QByteArray>("style");
-        QTest::addColumn<double>("meter");
-        QTest::newRow("bars") << MonitorSection::cpu << QByteArray("bars") << 26.6;
-        QTest::newRow("wave") << MonitorSection::cpu << QByteArray("wave") << 46.0;
-        QTest::newRow("compact") << MonitorSection::cpu << QByteArray("compact") << 46.0;
-        QTest::newRow("memory") << MonitorSection::memory << QByteArray("bars") << 8.0;
-        QTest::newRow("storage") << MonitorSection::storage << QByteArray("bars") << 8.0;
+        addRows<Meter>(
+            { { "bars", cpu, "bars", 26.6 }, { "wave", cpu, "wave", 46 }, { "compact", cpu, "compact", 46 },
+                { "memory", memory, "bars", 8 }, { "storage", storage, "bars", 8 } });
     }
     void readoutBeginsAGapBehindTheMeter()
     {
-        QFETCH(MonitorSection, section);
-        QFETCH(QByteArray, style);
-        QFETCH(double, meter);
-        DrawingFixture::set("meterStyle", style);
+        QFETCH(Meter, row);
+        set("meterStyle", row.style);
         for (const char* key : { "cpuReadout", "memoryReadout", "storageReadout" })
-            DrawingFixture::set(key, "usage");
+            set(key, "usage");
         // The text alone at a known place, to measure the small space that the font leaves before a digit's ink.
         QImage alone(60 * 20, 22 * 20, QImage::Format_ARGB32_Premultiplied);
         alone.fill(Qt::transparent);
@@ -304,11 +290,10 @@ private Q_SLOTS:
         painter.end();
         const QRectF wanted = ItemPixels(alone, 20).inked(QRectF(0, 0, 60, 22), textColour);
         for (const char* labels : { "icons", "letters" }) {
-            DrawingFixture::set("meterLabelStyle", labels);
-            const ItemPixels item(DrawingFixture::drawn(section, m_readings, 20), 20);
-            const double end = meterStart(section) + meter;
-            const double gap = StatusMetricView::meterSideGap(section);
-            const QRectF text = item.inked(QRectF(end + 0.6, 0, 40, 22), textColour);
+            set("meterLabelStyle", labels);
+            const double end = meterStart(row.section) + row.width;
+            const double gap = StatusMetricView::meterSideGap(row.section);
+            const QRectF text = drawn(row.section).inked(QRectF(end + 0.6, 0, 40, 22), textColour);
             QVERIFY_NEAR(text.left(), end + gap + wanted.left() - 10, 0.1);
             QVERIFY_NEAR(text.width(), wanted.width(), 0.1);
         }
@@ -316,13 +301,11 @@ private Q_SLOTS:
 
     void digitsDoNotJitter()
     {
-        DrawingFixture::set("storageReadout", "usage");
+        set("storageReadout", "usage");
         double end = 0;
         for (const double fraction : { 0.11, 0.18, 0.40, 0.99 }) {
             m_readings->storage = fraction;
-            const ItemPixels item(DrawingFixture::drawn(MonitorSection::storage, m_readings, 20), 20);
-            const double right
-                = item.inked(QRectF(meterStart(MonitorSection::storage) + 10, 0, 40, 22)).right();
+            const double right = drawn(storage).inked(QRectF(meterStart(storage) + 10, 0, 40, 22)).right();
             if (end > 0)
                 QCOMPARE(right, end);
             end = right;
@@ -331,34 +314,14 @@ private Q_SLOTS:
 
     void labelsAreLightOnDarkGround()
     {
-        DrawingFixture::set("storageReadout", "usage");
+        set("storageReadout", "usage");
         for (const char* labels : { "icons", "letters" }) {
-            DrawingFixture::set("meterLabelStyle", labels);
-            const ItemPixels item(
-                DrawingFixture::drawn(MonitorSection::storage, m_readings, 20, ColourScheme::dark), 20);
+            set("meterLabelStyle", labels);
+            const ItemPixels item = drawn(storage, 20, ColourScheme::dark);
             QVERIFY(!item.inked(QRectF(0, 0, 16, 22), QColor(0xF2, 0xF2, 0xF4)).isNull());
             QVERIFY(item.inked(QRectF(0, 0, 80, 22), textColour).isNull());
         }
     }
-
-private:
-    /// The lowest row of each group of adjacent rows that have ink in the first `columns` columns, from top to bottom.
-    static QList<int> feetOfLetters(const QImage& item, int columns)
-    {
-        QList<int> feet;
-        bool wasInked = false;
-        for (int y = 0; y < item.height(); ++y) {
-            bool isInked = false;
-            for (int x = 0; x < columns; ++x)
-                isInked |= qAlpha(item.pixel(x, y)) > 64;
-            if (wasInked && !isInked)
-                feet.append(y - 1);
-            wasInked = isInked;
-        }
-        return feet;
-    }
-
-    std::shared_ptr<FakeReadings> m_readings;
 };
 
 KESTRUM_TEST_MAIN(QGuiApplication, LabelGeometryTest)

@@ -4,9 +4,9 @@
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/TestSession.h"
+#include "tests/Support/Text.h"
 
 #include <QCoreApplication>
-#include <QtTest>
 
 using namespace kestrum;
 
@@ -28,31 +28,17 @@ template <class E> QString table()
 class MeterAppearanceTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
-    void everyCaseHasItsTextAndTitle_data()
-    {
-        QTest::addColumn<QString>("found");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("MeterStyle") << table<MeterStyle>() << "bars=Bars wave=Wave compact=Compact";
-        QTest::newRow("MeterShape") << table<MeterShape>() << "pill=Pill square=Square";
-        QTest::newRow("MeterLabelStyle") << table<MeterLabelStyle>() << "icons=Icons letters=Letters";
-        QTest::newRow("CPUReadout") << table<CPUReadout>()
-                                    << "off=None usage=Usage temperature=Temperature power=Power";
-        QTest::newRow("MemoryReadout")
-            << table<MemoryReadout>() << "off=None usage=Usage pressure=Pressure swap=Swap";
-        QTest::newRow("StorageReadout") << table<StorageReadout>() << "off=None usage=Usage free=Free";
-        QTest::newRow("SensorsReadout")
-            << table<SensorsReadout>() << "off=None power=Power hottest=Hottest gpu=GPU fan=Fan";
-        QTest::newRow("PopoverAppearance")
-            << table<PopoverAppearance>() << "light=Light dark=Dark system=System";
-        QTest::newRow("PopoverBackground")
-            << table<PopoverBackground>() << "translucent=Translucent opaque=Opaque";
-    }
-
     void everyCaseHasItsTextAndTitle()
     {
-        QFETCH(QString, found);
-        QFETCH(QString, expected);
-        QCOMPARE(found, expected);
+        QCOMPARE(table<MeterStyle>(), text("bars=Bars wave=Wave compact=Compact"));
+        QCOMPARE(table<MeterShape>(), text("pill=Pill square=Square"));
+        QCOMPARE(table<MeterLabelStyle>(), text("icons=Icons letters=Letters"));
+        QCOMPARE(table<CPUReadout>(), text("off=None usage=Usage temperature=Temperature power=Power"));
+        QCOMPARE(table<MemoryReadout>(), text("off=None usage=Usage pressure=Pressure swap=Swap"));
+        QCOMPARE(table<StorageReadout>(), text("off=None usage=Usage free=Free"));
+        QCOMPARE(table<SensorsReadout>(), text("off=None power=Power hottest=Hottest gpu=GPU fan=Fan"));
+        QCOMPARE(table<PopoverAppearance>(), text("light=Light dark=Dark system=System"));
+        QCOMPARE(table<PopoverBackground>(), text("translucent=Translucent opaque=Opaque"));
     }
 
     void titlesAreInTheInterfaceLanguage()

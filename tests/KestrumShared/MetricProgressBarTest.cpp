@@ -1,6 +1,7 @@
 #include "KestrumShared/Popover/MetricProgressBar.h"
 
 #include "tests/Support/PanelFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QTest>
@@ -19,40 +20,35 @@ const QColor blueLight = QColor::fromRgbF(0.12F, 0.52F, 0.88F);
 class MetricProgressBarTest : public QObject {
     Q_OBJECT
 
+    struct Share {
+        const char* name;
+        double value;
+        double width;
+    };
+
 private Q_SLOTS:
     void initTestCase() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
     void aBarIsFilledByItsShare_data()
     {
-        QTest::addColumn<double>("value");
-        QTest::addColumn<double>("width");
-        QTest::newRow("none") << 0.0 << 0.0;
-        QTest::newRow("part") << 0.31 << 62.0;
-        QTest::newRow("half") << 0.5 << 100.0;
-        QTest::newRow("all") << 1.0 << 200.0;
-        QTest::newRow("more than all") << 1.7 << 200.0;
-        QTest::newRow("endless") << std::numeric_limits<double>::infinity() << 200.0;
-        QTest::newRow("negative") << -0.4 << 0.0;
-        QTest::newRow("no number") << std::numeric_limits<double>::quiet_NaN() << 0.0;
+        addRows<Share>({ { "none", 0, 0 }, { "part", 0.31, 62 }, { "half", 0.5, 100 }, { "all", 1, 200 },
+            { "more than all", 1.7, 200 }, { "endless", std::numeric_limits<double>::infinity(), 200 },
+            { "negative", -0.4, 0 }, { "no number", std::numeric_limits<double>::quiet_NaN(), 0 } });
     }
-
     void aBarIsFilledByItsShare()
     {
-        QFETCH(double, value);
-        QFETCH(double, width);
+        QFETCH(Share, row);
         for (const ColourScheme scheme : { light, dark }) {
             // The picture is larger than the bar, to find drawing outside of the bar.
             const PanelPixels pixels(
                 { 240, 20 },
                 [&](QPainter& painter) {
-                    MetricProgressBar { value }.draw(painter, QRectF(20, 6, 200, 8), in(scheme));
+                    MetricProgressBar { row.value }.draw(painter, QRectF(20, 6, 200, 8), in(scheme));
                 },
                 QColor(200, 200, 200));
             QCOMPARE(pixels.drawn(everywhere), QRectF(20, 6, 200, 8));
             const QRectF fill = pixels.drawn(everywhere, scheme == dark ? blueDark : blueLight);
-            QCOMPARE(fill.width(), width);
-            if (width > 0)
-                QCOMPARE(fill, QRectF(20, 6, width, 8));
+            QCOMPARE(fill, row.width > 0 ? QRectF(20, 6, row.width, 8) : QRectF());
         }
     }
 

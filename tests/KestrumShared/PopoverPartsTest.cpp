@@ -15,8 +15,10 @@ using namespace PanelFixture;
 
 namespace {
 
-const QColor headerDark = QColor::fromRgbF(0.39F, 0.70F, 1.0F);
 const QColor headerLight = QColor::fromRgbF(0.05F, 0.38F, 0.72F);
+/// The colour of headers in each scheme.
+const std::pair<ColourScheme, QColor> tints[]
+    = { { light, headerLight }, { dark, QColor::fromRgbF(0.39F, 0.70F, 1.0F) } };
 
 /// A part that fills its rectangle, to test parts that contain other parts.
 struct Block {
@@ -55,34 +57,28 @@ QFont semibold(int size)
 class PopoverPartsTest : public QObject {
     Q_OBJECT
 
+    const CompactHeader m_header { QStringLiteral("Memory"), QStringLiteral("memorychip") };
+
 private Q_SLOTS:
     void initTestCase() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
 
-    void metricsHaveTheirDefaultsInEveryPanel()
+    void metricsHaveTheirDefaultsInEveryPanelAndAreEqualWhenAllFourAre()
     {
-        const PanelMetrics metrics;
+        const PanelMetrics metrics = PanelEnvironment().metrics;
         QCOMPARE(metrics.usageGraphHeight, 70.0);
         QCOMPARE(metrics.loadGraphHeight, 72.0);
         QCOMPARE(metrics.sectionPadding, 9.0);
         QCOMPARE(metrics.rowSpacing, 7.0);
         QVERIFY((metrics == PanelMetrics { 70, 72, 9, 7 }));
-        QVERIFY(PanelEnvironment().metrics == metrics);
-    }
-
-    void metricsAreEqualWhenAllFourAre()
-    {
-        const PanelMetrics metrics;
-        QVERIFY((metrics != PanelMetrics { 71, 72, 9, 7 }));
-        QVERIFY((metrics != PanelMetrics { 70, 71, 9, 7 }));
-        QVERIFY((metrics != PanelMetrics { 70, 72, 8, 7 }));
-        QVERIFY((metrics != PanelMetrics { 70, 72, 9, 6 }));
+        for (const PanelMetrics& other : { PanelMetrics { 71, 72, 9, 7 }, PanelMetrics { 70, 71, 9, 7 },
+                 PanelMetrics { 70, 72, 8, 7 }, PanelMetrics { 70, 72, 9, 6 } })
+            QVERIFY(metrics != other);
     }
 
     void aHeaderHasItsHeightAndPadding()
     {
-        const CompactHeader header { QStringLiteral("Memory"), QStringLiteral("memorychip") };
-        QCOMPARE(header.height(in(light)), 38.0);
-        const PanelPixels pixels = drawn(header, in(light));
+        QCOMPARE(m_header.height(in(light)), 38.0);
+        const PanelPixels pixels = drawn(m_header, in(light));
         const QRectF ink = pixels.drawn(everywhere);
         QVERIFY(ink.top() >= 12 && ink.bottom() <= 26);
         QVERIFY(ink.left() >= 12);
@@ -93,41 +89,30 @@ private Q_SLOTS:
 
     void aHeadersTitleStandsEightAfterItsSymbol()
     {
-        const CompactHeader header { QStringLiteral("Memory"), QStringLiteral("memorychip") };
-        const double symbol = SymbolImage::size(header.icon, 10).width();
+        const double symbol = SymbolImage::size(m_header.icon, 10).width();
         QVERIFY(symbol > 10);
-        const QFont font = PanelEnvironment::systemFont(12, QFont::DemiBold);
-        const PanelPixels pixels = drawn(header, in(light));
-        const QRectF title = pixels.drawn(QRectF(12 + symbol, 0, 190, 38));
-        const QFontMetricsF metrics(font);
+        const QRectF title = drawn(m_header, in(light)).drawn(QRectF(12 + symbol, 0, 190, 38));
+        const QFontMetricsF metrics(PanelEnvironment::systemFont(12, QFont::DemiBold));
         QVERIFY_NEAR(title.left(), 12 + symbol + 8 + metrics.leftBearing(QLatin1Char('M')), 0.6);
-        const double ink = metrics.horizontalAdvance(header.title) - metrics.leftBearing(u'M')
+        const double ink = metrics.horizontalAdvance(m_header.title) - metrics.leftBearing(u'M')
             - metrics.rightBearing(u'y');
         QVERIFY_NEAR(title.width(), ink, 1.5);
     }
 
-    void aHeadersSymbolIsTintedAndItsTitleIsNot_data()
-    {
-        QTest::addColumn<ColourScheme>("scheme");
-        QTest::addColumn<QColor>("tint");
-        QTest::newRow("light") << light << headerLight;
-        QTest::newRow("dark") << dark << headerDark;
-    }
-
     void aHeadersSymbolIsTintedAndItsTitleIsNot()
     {
-        QFETCH(ColourScheme, scheme);
-        QFETCH(QColor, tint);
         const CompactHeader header { QStringLiteral("MMMM"), QStringLiteral("macwindow") };
-        const PanelPixels pixels = drawn(header, in(scheme));
-        const QRectF symbol = pixels.drawn(everywhere, tint);
-        QVERIFY(!symbol.isNull());
-        QVERIFY(symbol.right() < 27);
-        const QRectF title = pixels.drawn(everywhere, in(scheme).textColour());
-        QVERIFY(title.left() > 30);
-        const double start = 12 + SymbolImage::size(header.icon, 10).width() + 8;
-        QVERIFY(hasText(pixels, QRectF(start, 12, 200 - 12 - start, 14),
-            { header.title, semibold(12), in(scheme).textColour() }, scheme));
+        for (const auto& [scheme, tint] : tints) {
+            const PanelPixels pixels = drawn(header, in(scheme));
+            const QRectF symbol = pixels.drawn(everywhere, tint);
+            QVERIFY(!symbol.isNull());
+            QVERIFY(symbol.right() < 27);
+            const QRectF title = pixels.drawn(everywhere, in(scheme).textColour());
+            QVERIFY(title.left() > 30);
+            const double start = 12 + SymbolImage::size(header.icon, 10).width() + 8;
+            QVERIFY(hasText(pixels, QRectF(start, 12, 200 - 12 - start, 14),
+                { header.title, semibold(12), in(scheme).textColour() }, scheme));
+        }
     }
 
     void aHeadersTitleEndsTwelveBeforeTheTrailingEdge()
@@ -148,8 +133,7 @@ private Q_SLOTS:
 
     void aHeaderIsMirrored()
     {
-        const CompactHeader header { QStringLiteral("Memory"), QStringLiteral("memorychip") };
-        const PanelPixels pixels = drawn(header, in(light, Qt::RightToLeft));
+        const PanelPixels pixels = drawn(m_header, in(light, Qt::RightToLeft));
         const QRectF ink = pixels.drawn(everywhere);
         QVERIFY(ink.left() > 100 && ink.right() <= 188);
         QVERIFY(pixels.drawn(everywhere, headerLight).left() > 170);
@@ -162,44 +146,38 @@ private Q_SLOTS:
         QVERIFY(pixels.drawn(everywhere).width() > 30);
     }
 
-    void aSectionPadsAndSpacesItsContent()
-    {
-        const DenseSection section { std::nullopt, { Block { 20, Qt::red }, Block { 30, Qt::green } } };
-        QCOMPARE(section.height(in(light)), 9 + 20 + 7 + 30 + 9.0);
-        const PanelPixels pixels = drawn(section, in(light));
-        QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, 9, 176, 20));
-        QCOMPARE(pixels.drawn(everywhere, Qt::green), QRectF(12, 36, 176, 30));
-    }
-
-    void aSectionGoesByTheMetricsOfItsPanel()
+    void aSectionPadsAndSpacesItsContentByTheMetricsOfItsPanel()
     {
         PanelEnvironment environment = in(light);
-        environment.metrics = { .sectionPadding = 3, .rowSpacing = 15 };
         const DenseSection section { std::nullopt, { Block { 20, Qt::red }, Block { 30, Qt::green } } };
-        QCOMPARE(section.height(environment), 3 + 20 + 15 + 30 + 3.0);
-        const PanelPixels pixels = drawn(section, environment);
-        QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, 3, 176, 20));
-        QCOMPARE(pixels.drawn(everywhere, Qt::green), QRectF(12, 38, 176, 30));
+        const auto compare = [&](double padding, double spacing) {
+            QCOMPARE(section.height(environment), padding + 20 + spacing + 30 + padding);
+            const PanelPixels pixels = drawn(section, environment);
+            QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, padding, 176, 20));
+            QCOMPARE(pixels.drawn(everywhere, Qt::green), QRectF(12, padding + 20 + spacing, 176, 30));
+        };
+        compare(9, 7);
+        environment.metrics = { .sectionPadding = 3, .rowSpacing = 15 };
+        compare(3, 15);
     }
-
-    void aSectionsTitleStandsAboveItsContent_data() { aHeadersSymbolIsTintedAndItsTitleIsNot_data(); }
 
     void aSectionsTitleStandsAboveItsContent()
     {
-        QFETCH(ColourScheme, scheme);
-        QFETCH(QColor, tint);
         const DenseSection section { QStringLiteral("HIHI"), { Block { 20, Qt::red } } };
         const QFontMetricsF metrics(PanelEnvironment::systemFont(10, QFont::DemiBold));
         const double line = std::round(metrics.height());
-        QCOMPARE(section.height(in(scheme)), 9 + line + 7 + 20 + 9);
-        const PanelPixels pixels = drawn(section, in(scheme));
-        QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, 9 + line + 7, 176, 20));
-        QVERIFY(!pixels.drawn(everywhere, tint).isNull());
-        const QRectF title = pixels.drawn(QRectF(0, 0, 200, 9 + line));
-        QVERIFY_NEAR(title.left(), 12 + metrics.leftBearing(QLatin1Char('H')), 0.8);
-        QVERIFY_NEAR(title.height(), metrics.capHeight(), 1.0);
-        QVERIFY(title.top() > 9 && title.bottom() < 9 + line);
-        QVERIFY(hasText(pixels, QRectF(12, 9, 176, line), { *section.title, semibold(10), tint }, scheme));
+        for (const auto& [scheme, tint] : tints) {
+            QCOMPARE(section.height(in(scheme)), 9 + line + 7 + 20 + 9);
+            const PanelPixels pixels = drawn(section, in(scheme));
+            QCOMPARE(pixels.drawn(everywhere, Qt::red), QRectF(12, 9 + line + 7, 176, 20));
+            QVERIFY(!pixels.drawn(everywhere, tint).isNull());
+            const QRectF title = pixels.drawn(QRectF(0, 0, 200, 9 + line));
+            QVERIFY_NEAR(title.left(), 12 + metrics.leftBearing(u'H'), 0.8);
+            QVERIFY_NEAR(title.height(), metrics.capHeight(), 1.0);
+            QVERIFY(title.top() > 9 && title.bottom() < 9 + line);
+            QVERIFY(
+                hasText(pixels, QRectF(12, 9, 176, line), { *section.title, semibold(10), tint }, scheme));
+        }
     }
 
     void aSectionsTitleStandsAtTheLeadingEdge()

@@ -4,7 +4,9 @@
 #include "KestrumShared/Popover/StablePopoverMaterial.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "tests/Support/PanelFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QGuiApplication>
 #include <QJsonValue>
@@ -35,32 +37,29 @@ QColor colourOver(const QColor& ground, ColourScheme scheme, const PopoverSurfac
 class PopoverSurfaceTest : public QObject {
     Q_OBJECT
 
+    struct Ground {
+        const char* name;
+        QJsonValue stored;
+        bool isOpaque = false;
+    };
+
 private Q_SLOTS:
     void initTestCase() { registerFactoryDefaults(); }
     void init() { forgetSettings(); }
 
     void onlyTheTextOpaqueGivesTheOpaqueGround_data()
     {
-        QTest::addColumn<QJsonValue>("stored");
-        QTest::addColumn<bool>("isOpaque");
-        QTest::newRow("missing") << QJsonValue(QJsonValue::Undefined) << false;
-        QTest::newRow("opaque") << QJsonValue(QStringLiteral("opaque")) << true;
-        QTest::newRow("translucent") << QJsonValue(QStringLiteral("translucent")) << false;
-        QTest::newRow("capital") << QJsonValue(QStringLiteral("Opaque")) << false;
-        QTest::newRow("space") << QJsonValue(QStringLiteral("opaque ")) << false;
-        QTest::newRow("empty") << QJsonValue(QString()) << false;
-        QTest::newRow("another text") << QJsonValue(QStringLiteral("solid")) << false;
-        QTest::newRow("a number") << QJsonValue(1) << false;
+        addRows<Ground>({ { "missing", QJsonValue::Undefined }, { "opaque", text("opaque"), true },
+            { "translucent", text("translucent") }, { "capital", text("Opaque") },
+            { "space", text("opaque ") }, { "empty", QString() }, { "another text", text("solid") },
+            { "a number", 1 } });
     }
-
     void onlyTheTextOpaqueGivesTheOpaqueGround()
     {
-        QFETCH(QJsonValue, stored);
-        QFETCH(bool, isOpaque);
-        if (!stored.isUndefined())
-            SharedSettings::store().set("popoverBackground", stored);
+        QFETCH(Ground, row);
+        SharedSettings::store().set("popoverBackground", row.stored);
         for (const ColourScheme scheme : schemes)
-            QCOMPARE(colourOver(Qt::white, scheme) == colourOver(Qt::black, scheme), isOpaque);
+            QCOMPARE(colourOver(Qt::white, scheme) == colourOver(Qt::black, scheme), row.isOpaque);
     }
 
     void theOpaqueGroundHasItsColourInEachScheme()

@@ -1,4 +1,5 @@
 #include "KestrumShared/Agent/ProcessScan.h"
+#include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
@@ -17,8 +18,14 @@ using namespace kestrum;
 
 namespace {
 
-constexpr double tick = 0.01;      // seconds; the kernel rounds start times down to this
-constexpr double rounding = 0.001; // seconds
+// Whether the entry's start time is that of the process.
+bool startedIn(const ProcessScan::Entry& entry, const StandIns::Process& process)
+{
+    constexpr double tick = 0.01; // seconds; the kernel rounds start times down to this
+    constexpr double rounding = 0.001;
+    return entry.started && *entry.started > process.notBefore - tick - rounding
+        && *entry.started < process.notAfter + rounding;
+}
 
 QList<qint32> pidsOf(const QList<ProcessScan::Entry>& entries)
 {
@@ -71,13 +78,8 @@ class ProcessScanTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        if (!ProcessScan::agents().isEmpty())
-            QSKIP(
-                "an agent of somebody else runs, and this kernel does not let us have a process table of our "
-                "own");
-    }
+    void initTestCase() { skipAmongAgentsOfOthers(); }
+    void cleanup() { QVERIFY(ProcessScan::agents().isEmpty()); }
 
     void withoutAnAgentTheResultIsEmpty()
     {
@@ -92,12 +94,9 @@ private Q_SLOTS:
         const QString program = standIns.install(StandIns::agentOf(QStringLiteral("Kestrum.app")));
         const auto process = standIns.start(program);
         const auto agents = ProcessScan::agents();
-        QCOMPARE(agents.size(), 1);
-        QCOMPARE(agents[0].pid, process.pid);
+        QCOMPARE(pidsOf(agents), QList { process.pid });
         QCOMPARE(agents[0].path, program);
-        QVERIFY(agents[0].started.has_value());
-        QVERIFY(*agents[0].started > process.notBefore - tick - rounding);
-        QVERIFY(*agents[0].started < process.notAfter + rounding);
+        QVERIFY(startedIn(agents[0], process));
         standIns.end(process.pid);
         QVERIFY(ProcessScan::agents().isEmpty());
     }
@@ -146,8 +145,7 @@ private Q_SLOTS:
     {
         const TableTree table;
         table.add(5, agent);
-        const auto agents = table.agents();
-        QCOMPARE(agents, (QList<ProcessScan::Entry> { { 5, std::nullopt, agent } }));
+        QCOMPARE(table.agents(), (QList<ProcessScan::Entry> { { 5, std::nullopt, agent } }));
     }
 
     void entriesComeInTheKernelsListingOrder()
@@ -179,22 +177,17 @@ private Q_SLOTS:
     {
         // File names are bytes, which need not be valid UTF-8.
         StandIns standIns;
+        const QByteArray good = QFile::encodeName(standIns.path(QStringLiteral("good")));
         const QByteArray folder = QFile::encodeName(standIns.path(QStringLiteral("x"))) + "\xe2\x82";
-        QCOMPARE(::symlink("good", folder.constData()), 0); // fails if the name is already in use
-        QCOMPARE(::unlink(folder.constData()), 0);
         standIns.install(StandIns::agentIn(QStringLiteral("good")));
-        QCOMPARE(::rename(QFile::encodeName(standIns.path(QStringLiteral("good"))).constData(),
-                     folder.constData()),
-            0);
+        QCOMPARE(::rename(good.constData(), folder.constData()), 0);
         QVERIFY(standIns.start(folder + StandIns::agentIn({}).toUtf8()).pid > 0);
         const auto agents = ProcessScan::agents();
         QCOMPARE(agents.size(), 1);
-        const QString start = standIns.path(QStringLiteral("x"));
-        QVERIFY(agents[0].path.startsWith(start + QChar(QChar::ReplacementCharacter)));
+        QVERIFY(agents[0].path.startsWith(
+            standIns.path(QStringLiteral("x")) + QChar(QChar::ReplacementCharacter)));
         QVERIFY(agents[0].path.endsWith(StandIns::agentIn({})));
-        QCOMPARE(::rename(folder.constData(),
-                     QFile::encodeName(standIns.path(QStringLiteral("good"))).constData()),
-            0);
+        QCOMPARE(::rename(folder.constData(), good.constData()), 0);
     }
 
     void tableThatCannotBeReadMeansNoAgent()
@@ -279,9 +272,7 @@ private Q_SLOTS:
         for (const auto& found : agents) {
             const auto& [program, process] = started[found.pid];
             QCOMPARE(found.path, program);
-            QVERIFY(found.started.has_value());
-            QVERIFY(*found.started > process.notBefore - tick - rounding);
-            QVERIFY(*found.started < process.notAfter + rounding);
+            QVERIFY(startedIn(found, process));
         }
     }
 };

@@ -48,9 +48,12 @@ private Q_SLOTS:
     }
     void machineWithoutTiersHasEfficiencyValuesOnly()
     {
-        const SampleReadings sample({}, 5);
-        QCOMPARE(sample.performanceCoreCount(), 0);
-        QCOMPARE(sample.coreUsages(), (QList<double> { 0.18, 0.32, 0.12, 0.44, 0.22 }));
+        const QList<double> twelve { 0.18, 0.32, 0.12, 0.44, 0.22, 0.09, 0.51, 0.16, 0.27, 0.35, 0.14, 0.40 };
+        QCOMPARE(SampleReadings({}, 5).performanceCoreCount(), 0);
+        QCOMPARE(SampleReadings({}, 5).coreUsages(), twelve.first(5));
+        QCOMPARE(SampleReadings({}, 14).coreUsages(), twelve + twelve.first(2));
+        // A machine has one core at least.
+        QCOMPARE(SampleReadings({}, 0).coreUsages(), twelve.first(1));
     }
     void tierLargerThanTheMachineIsClamped()
     {
@@ -58,15 +61,6 @@ private Q_SLOTS:
         QCOMPARE(sample.performanceCoreCount(), 3);
         QCOMPARE(sample.coreUsages(), (QList<double> { 0.72, 0.88, 0.64 }));
     }
-    void fourteenEfficiencyCoresBeginTheirValuesAnew()
-    {
-        const SampleReadings sample({}, 14);
-        QCOMPARE(sample.coreUsages().size(), 14);
-        QCOMPARE(sample.coreUsages()[11], 0.40);
-        QCOMPARE(sample.coreUsages()[12], 0.18);
-        QCOMPARE(sample.coreUsages()[13], 0.32);
-    }
-    void noCoresStillGiveOne() { QCOMPARE(SampleReadings({}, 0).coreUsages(), QList<double> { 0.18 }); }
     void thisMachinesCoresAreThoseOfItsTopology()
     {
         CoreTopology::useTiers({ tier(2), tier(3) });

@@ -4,6 +4,7 @@
 #include "tests/Support/SourceTexts.h"
 #include "tests/Support/StringsTable.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <map>
 
@@ -72,28 +73,26 @@ class TranslationTablesTest : public QObject {
     /// The texts whose translation equals the English text.
     static QSet<QString> sameAsEnglish(const QString& code)
     {
-        static const std::map<QString, QString> words {
-            { QStringLiteral("de"),
-                QStringLiteral("Cache CPU Celsius Fahrenheit GPU Indigo Performance SSD Signal System "
-                               "Updates Version") },
-            { QStringLiteral("es"), QStringLiteral("CPU Celsius Fahrenheit GPU General SSD") },
-            { QStringLiteral("fr"),
-                QStringLiteral("Application Cache Celsius Compact Fahrenheit GPU Graphite Indigo Interface "
-                               "Opaque Pages SSD Signal Version") },
-            { QStringLiteral("it"), QStringLiteral("Cache CPU Celsius Fahrenheit GPU SSD Swap") },
-            { QStringLiteral("ja"), QStringLiteral("CPU GPU SSD %@°C %@°F") },
-            { QStringLiteral("nl"),
-                QStringLiteral("Amber Cache Celsius Compact Fahrenheit GPU Indigo Interface Letters "
-                               "Meter SSD Updates %@°C %@°F") },
-            { QStringLiteral("pl"), QStringLiteral("Fahrenheit GPU SSD %@°F") },
-            { QStringLiteral("pt-BR"),
-                QStringLiteral("Cache CPU Celsius Fahrenheit GPU Interface SSD Swap") },
-            { QStringLiteral("uk"), QStringLiteral("GPU SSD") },
-            { QStringLiteral("zh-Hans"), QStringLiteral("CPU GPU SSD %@°C %@°F") },
-            { QStringLiteral("ar"), QStringLiteral("SSD") },
+        static const std::map<QByteArray, const char*> words {
+            { "de", "Cache CPU Celsius Fahrenheit GPU Indigo Performance SSD Signal System Updates Version" },
+            { "es", "CPU Celsius Fahrenheit GPU General SSD" },
+            { "fr",
+                "Application Cache Celsius Compact Fahrenheit GPU Graphite Indigo Interface Opaque Pages SSD "
+                "Signal Version" },
+            { "it", "Cache CPU Celsius Fahrenheit GPU SSD Swap" },
+            { "ja", "CPU GPU SSD %@°C %@°F" },
+            { "nl",
+                "Amber Cache Celsius Compact Fahrenheit GPU Indigo Interface Letters Meter SSD Updates %@°C "
+                "%@°F" },
+            { "pl", "Fahrenheit GPU SSD %@°F" },
+            { "pt-BR", "Cache CPU Celsius Fahrenheit GPU Interface SSD Swap" },
+            { "uk", "GPU SSD" },
+            { "zh-Hans", "CPU GPU SSD %@°C %@°F" },
+            { "ar", "SSD" },
         };
-        const auto found = words.find(code);
-        const QStringList list = found == words.end() ? QStringList() : found->second.split(u' ');
+        const auto found = words.find(code.toLatin1());
+        const QStringList list
+            = text(found == words.end() ? "" : found->second).split(u' ', Qt::SkipEmptyParts);
         return { list.begin(), list.end() };
     }
 

@@ -3,9 +3,11 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "KestrumShared/Text/TextLocale.h"
 #include "Platform/Bundle/Bundle.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/TestSession.h"
+#include "tests/Support/Text.h"
 
 #include <QSet>
 #include <limits>
@@ -43,6 +45,16 @@ private:
 
 class UnitsTest : public QObject {
     Q_OBJECT
+
+    struct Choice {
+        const char* name;
+        QJsonValue stored;
+        Units::TemperatureChoice choice = Units::TemperatureChoice::system;
+    };
+
+    /// The full text of a temperature, with plain blanks.
+    static QString temperature(double celsius) { return withPlainBlanks(Units::temperature(celsius, 1)); }
+
 private Q_SLOTS:
     void init()
     {
@@ -52,44 +64,34 @@ private Q_SLOTS:
 
     void choiceIsMatchedExactly_data()
     {
-        QTest::addColumn<QJsonValue>("stored");
-        QTest::addColumn<Units::TemperatureChoice>("choice");
-        QTest::newRow("celsius") << QJsonValue(QStringLiteral("celsius"))
-                                 << Units::TemperatureChoice::celsius;
-        QTest::newRow("fahrenheit") << QJsonValue(QStringLiteral("fahrenheit"))
-                                    << Units::TemperatureChoice::fahrenheit;
-        QTest::newRow("system") << QJsonValue(QStringLiteral("system")) << Units::TemperatureChoice::system;
-        QTest::newRow("capital") << QJsonValue(QStringLiteral("Celsius")) << Units::TemperatureChoice::system;
-        QTest::newRow("blank") << QJsonValue(QStringLiteral("fahrenheit "))
-                               << Units::TemperatureChoice::system;
-        QTest::newRow("empty") << QJsonValue(QString()) << Units::TemperatureChoice::system;
-        QTest::newRow("number") << QJsonValue(1) << Units::TemperatureChoice::system;
+        using enum Units::TemperatureChoice;
+        addRows<Choice>({ { "absent", QJsonValue::Undefined }, { "celsius", text("celsius"), celsius },
+            { "fahrenheit", text("fahrenheit"), fahrenheit }, { "system", text("system") },
+            { "capital", text("Celsius") }, { "blank", text("fahrenheit ") }, { "empty", QString() },
+            { "number", 1 } });
     }
     void choiceIsMatchedExactly()
     {
-        QFETCH(QJsonValue, stored);
-        QFETCH(Units::TemperatureChoice, choice);
-        QVERIFY(SharedSettings::store().set(Keys::temperatureUnit.name, stored));
-        QCOMPARE(Units::temperatureChoice(), choice);
+        QFETCH(Choice, row);
+        QVERIFY(SharedSettings::store().set(Keys::temperatureUnit.name, row.stored));
+        QCOMPARE(Units::temperatureChoice(), row.choice);
     }
-
-    void absentChoiceIsSystem() { QCOMPARE(Units::temperatureChoice(), Units::TemperatureChoice::system); }
 
     void unknownChoiceBehavesAsSystem()
     {
         choose("Celsius");
         setSession("LANG=en_US.UTF-8");
-        QCOMPARE(Units::degrees(0), QStringLiteral("32°"));
+        QCOMPARE(Units::degrees(0), text("32°"));
         choose("celsius");
-        QCOMPARE(Units::degrees(0), QStringLiteral("0°"));
+        QCOMPARE(Units::degrees(0), text("0°"));
     }
 
     void unitOfTheSystem_data()
     {
         QTest::addColumn<QByteArray>("session");
         QTest::addColumn<QString>("zeroDegrees");
-        const auto row = [](const char* session, const char* text) {
-            QTest::newRow(*session ? session : "nothing") << QByteArray(session) << QString::fromUtf8(text);
+        const auto row = [](const char* session, const char* zero) {
+            QTest::newRow(*session ? session : "nothing") << QByteArray(session) << text(zero);
         };
         row("LANG=en_US.UTF-8", "32°");
         row("LANG=es_US", "32°");
@@ -122,8 +124,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("inCelsius");
         QTest::addColumn<QString>("inFahrenheit");
         const auto row = [](double celsius, const char* inCelsius, const char* inFahrenheit) {
-            QTest::newRow(qPrintable(QString::number(celsius)))
-                << celsius << QString::fromUtf8(inCelsius) << QString::fromUtf8(inFahrenheit);
+            QTest::addRow("%g", celsius) << celsius << text(inCelsius) << text(inFahrenheit);
         };
         row(64.6, "65°", "148°");
         row(0, "0°", "32°");
@@ -164,8 +165,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("celsius");
         QTest::addColumn<QString>("fahrenheit");
         const auto row = [](const char* session, const char* celsius, const char* fahrenheit) {
-            QTest::newRow(session) << QByteArray(session) << QString::fromUtf8(celsius)
-                                   << QString::fromUtf8(fahrenheit);
+            QTest::newRow(session) << QByteArray(session) << text(celsius) << text(fahrenheit);
         };
         // The language decides words, digits and unit symbols; the region decides the separators.
         row("KESTRUM_LANGUAGE=en LANG=en_US", "1,021.3°C", "1,870.3°F");
@@ -203,9 +203,9 @@ private Q_SLOTS:
             "CFBundleDevelopmentRegion = en;", { "en", "de", "fr", "fr-CA", "fr_CA", "ar", "ja" });
         setSession(session);
         choose("celsius");
-        QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), celsius);
+        QCOMPARE(temperature(1021.28), celsius);
         choose("fahrenheit");
-        QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), fahrenheit);
+        QCOMPARE(temperature(1021.28), fahrenheit);
     }
 
     void germanInTheUSAShowsFahrenheitWithAPoint()
@@ -213,7 +213,7 @@ private Q_SLOTS:
         const TestBundle bundle("CFBundleDevelopmentRegion = en;", { "en", "de" });
         setSession("KESTRUM_LANGUAGE=de LANG=en_US.UTF-8");
         choose("system");
-        QCOMPARE(withPlainBlanks(Units::temperature(21.25, 1)), QStringLiteral("70.2 °F"));
+        QCOMPARE(temperature(21.25), text("70.2 °F"));
     }
 
     void separatorsAreThoseOfTheRegion_data()
@@ -221,7 +221,7 @@ private Q_SLOTS:
         QTest::addColumn<QString>("celsius");
         const auto rows = [](const char* regions, const char* celsius) {
             for (const QByteArray& region : QByteArray(regions).split(' '))
-                QTest::newRow(region.constData()) << QString::fromUtf8(celsius);
+                QTest::newRow(region.constData()) << text(celsius);
         };
         // The separators of the region, or of the state that the territory belongs to.
         rows("US GB IE IN JP CN KR MX NZ PK", "1,021.3 °C");
@@ -243,7 +243,7 @@ private Q_SLOTS:
         // ICU's default locale, which ICU uses for unknown locales, must make no difference.
         for (const char* processDefault : { "en_US", "de_DE" }) {
             const DefaultLocale set(processDefault);
-            QCOMPARE(withPlainBlanks(Units::temperature(1021.28, 1)), celsius);
+            QCOMPARE(temperature(1021.28), celsius);
         }
     }
 
@@ -265,10 +265,12 @@ private Q_SLOTS:
         QVERIFY(regions > 200);
     }
 
-    void decimalsAreAsManyAsAskedFor()
+    void decimalsAreAsManyAsAskedForAndZeroHasNoSign()
     {
         setSession("LANG=en_US");
         choose("celsius");
+        QCOMPARE(Units::temperature(-0.04, 1), QStringLiteral("0.0°C"));
+        QCOMPARE(Units::temperature(-0.06, 1), QStringLiteral("-0.1°C"));
         QCOMPARE(Units::temperature(21, 0), QStringLiteral("21°C"));
         QCOMPARE(Units::temperature(21, 2), QStringLiteral("21.00°C"));
         QCOMPARE(Units::temperature(21.256, 2), QStringLiteral("21.26°C"));
@@ -306,17 +308,6 @@ private Q_SLOTS:
     void wholeDegreesAreWrittenAsByTheFormattersLibrary()
     {
         QFETCH(QString, language);
-        using icu::MeasureUnit;
-        const auto asByTheLibrary
-            = [&language](double value, const QByteArray& region, const MeasureUnit& unit) {
-                  UErrorCode status = U_ZERO_ERROR;
-                  return TextLocale::fromUnicode(
-                      TextLocale::formatter(language, QString::fromLatin1(region),
-                          icu::number::NumberFormatter::with().unit(unit).unitWidth(UNUM_UNIT_WIDTH_SHORT))
-                          .formatDouble(value, status)
-                          .toString(status))
-                      .replace(u' ', QChar::Nbsp);
-              };
         // Other regions give the same texts as no region.
         QSet<QByteArray> regions { "", "US", "DE" };
         const QByteArray itself = TextLocale::ofLanguage(language).getLanguage();
@@ -326,18 +317,25 @@ private Q_SLOTS:
             if (itself == all[i].getLanguage())
                 regions.insert(all[i].getCountry());
         }
-        for (const QByteArray& region : std::as_const(regions)) {
-            const QByteArray session = region.isEmpty() ? QByteArray("C.UTF-8") : "en_" + region + ".UTF-8";
-            setSession("KESTRUM_LANGUAGE=" + language.toLatin1() + " LANG=" + session);
-            for (const int degrees : { 0, 1, 2, 5, 11, 85, 999, 1200 }) {
-                choose("celsius");
-                QCOMPARE(Units::temperature(degrees, 0),
-                    asByTheLibrary(degrees, region, MeasureUnit::getCelsius()));
-                if (degrees % 5 != 0)
-                    continue; // not a whole number in Fahrenheit
-                choose("fahrenheit");
-                QCOMPARE(Units::temperature(degrees, 0),
-                    asByTheLibrary(degrees * 9.0 / 5 + 32, region, MeasureUnit::getFahrenheit()));
+        for (const bool isFahrenheit : { false, true }) {
+            choose(isFahrenheit ? "fahrenheit" : "celsius"); // seldom, because every choice is a save
+            const auto settings
+                = icu::number::NumberFormatter::with()
+                      .unit(isFahrenheit ? icu::MeasureUnit::getFahrenheit() : icu::MeasureUnit::getCelsius())
+                      .unitWidth(UNUM_UNIT_WIDTH_SHORT);
+            for (const QByteArray& region : std::as_const(regions)) {
+                setSession("KESTRUM_LANGUAGE=" + language.toLatin1()
+                    + " LANG=" + (region.isEmpty() ? QByteArray("C") : "en_" + region) + ".UTF-8");
+                const auto formatter = TextLocale::formatter(language, QString::fromLatin1(region), settings);
+                for (const int degrees : { 0, 1, 2, 5, 11, 85, 999, 1200 }) {
+                    if (isFahrenheit && degrees % 5 != 0)
+                        continue; // not a whole number in Fahrenheit
+                    UErrorCode status = U_ZERO_ERROR;
+                    const auto written
+                        = formatter.formatDouble(isFahrenheit ? degrees * 9.0 / 5 + 32 : degrees, status);
+                    QCOMPARE(Units::temperature(degrees, 0),
+                        TextLocale::fromUnicode(written.toString(status)).replace(u' ', QChar::Nbsp));
+                }
             }
         }
     }
@@ -354,14 +352,6 @@ private Q_SLOTS:
                 QVERIFY2(!text.contains(u' '), qPrintable(text));
             }
         }
-    }
-
-    void zeroHasNoSign()
-    {
-        setSession("LANG=en_US");
-        choose("celsius");
-        QCOMPARE(Units::temperature(-0.04, 1), QStringLiteral("0.0°C"));
-        QCOMPARE(Units::temperature(-0.06, 1), QStringLiteral("-0.1°C"));
     }
 };
 

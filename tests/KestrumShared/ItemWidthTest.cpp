@@ -24,16 +24,6 @@ class ItemWidthTest : public QObject {
         QJsonValue value;
         double readout;
     };
-    struct Bars {
-        const char* name;
-        int cores;
-        double width;
-    };
-    struct Longest {
-        const char* name;
-        const char* text;
-        double room;
-    };
 
 private Q_SLOTS:
     void init() { QVERIFY2(DrawingFixture::prepare(), DrawingFixture::noFont); }
@@ -106,17 +96,15 @@ private Q_SLOTS:
         QCOMPARE(StatusMetricView::cpuReadoutWidth(), 32.0);
     }
 
-    void barsMeterGrowsWithTheCores_data()
-    {
-        addRows<Bars>({ { "none counts as one", 0, 8.9 }, { "1", 1, 8.9 }, { "2", 2, 14.8 }, { "8", 8, 50.2 },
-            { "12", 12, 73.8 }, { "64", 64, 380.6 } });
-    }
     void barsMeterGrowsWithTheCores()
     {
-        QFETCH(Bars, row);
-        CoreTopology::useTiers({ { QStringLiteral("Level 0"), row.cores } });
         const double rest = StatusMetricView::iconSize(cpu).width() + 1 + 5 + 32 + 1;
-        QCOMPARE(StatusMetricView::itemWidth(cpu), rest + row.width);
+        // No core counts as one.
+        for (const auto& [cores, width] : { std::pair(0, 8.9), std::pair(1, 8.9), std::pair(2, 14.8),
+                 std::pair(8, 50.2), std::pair(12, 73.8), std::pair(64, 380.6) }) {
+            CoreTopology::useTiers({ { QStringLiteral("Level 0"), cores } });
+            QCOMPARE(StatusMetricView::itemWidth(cpu), rest + width);
+        }
     }
 
     void everySectionHasASymbolAndFollowsTheLabelStyle()
@@ -149,19 +137,15 @@ private Q_SLOTS:
         QCOMPARE(StatusMetricView::cpuReadoutWidth(), 27.0 + 5);
     }
 
-    void longestTextsFitTheirRoom_data()
-    {
-        addRows<Longest>({ { "full", "100%", 33 }, { "watts", "888W", 33 }, { "degrees", "108°", 27 },
-            { "bytes", "8.8G", 30 }, { "many bytes", "888G", 30 }, { "fan", "8888", 29 } });
-    }
     void longestTextsFitTheirRoom()
     {
-        QFETCH(Longest, row);
-        // The text may also use the margin of 1 at the item's end.
         QFont font = QGuiApplication::font();
         font.setPixelSize(11);
         font.setWeight(QFont::Medium);
-        QVERIFY(QFontMetricsF(font).horizontalAdvance(QString::fromUtf8(row.text)) <= row.room + 1);
+        // The text may also use the margin of 1 at the item's end.
+        for (const auto& [text, room] : { std::pair("100%", 33), std::pair("888W", 33), std::pair("108°", 27),
+                 std::pair("8.8G", 30), std::pair("888G", 30), std::pair("8888", 29) })
+            QVERIFY2(QFontMetricsF(font).horizontalAdvance(QString::fromUtf8(text)) <= room + 1, text);
     }
 };
 

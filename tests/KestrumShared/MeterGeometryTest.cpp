@@ -16,11 +16,6 @@ class MeterGeometryTest : public ItemFixture {
         double share;
         double length;
     };
-    struct LowerLeft {
-        const char* name;
-        MonitorSection section;
-        QPointF corner; ///< of the fill: x from the meter's start, y from the item's lower edge
-    };
 
     /// The wave of a history.
     ItemPixels drawnWave(const QList<double>& history, double scale = 20)
@@ -132,22 +127,18 @@ private Q_SLOTS:
         }
     }
 
-    void endsOfFillsFollowTheShape_data()
-    {
-        addRows<LowerLeft>({ { "compact", cpu, { 1.5, 7.5 } }, { "memory", memory, { 2, 3.5 } },
-            { "storage", storage, { 2, 3.5 } } });
-    }
     void endsOfFillsFollowTheShape()
     {
-        QFETCH(LowerLeft, row);
         set("meterStyle", "compact");
-        const auto colour = [&] {
-            return drawn(row.section)
-                .at(meterStart(row.section) + row.corner.x() + 0.2, row.corner.y() + 0.2);
-        };
-        QVERIFY(colour() != signalColour);
-        set("meterShape", "square");
-        QCOMPARE(colour(), signalColour);
+        // The lower left corners of the fills, from the meter's start and the item's lower edge.
+        for (const auto& [section, corner] : { std::pair(cpu, QPointF(1.5, 7.5)),
+                 std::pair(memory, QPointF(2, 3.5)), std::pair(storage, QPointF(2, 3.5)) }) {
+            const QPointF place = corner + QPointF(meterStart(section) + 0.2, 0.2);
+            set("meterShape", "pill");
+            QVERIFY2(drawn(section).at(place.x(), place.y()) != signalColour, qPrintable(rawValue(section)));
+            set("meterShape", "square");
+            QCOMPARE(drawn(section).at(place.x(), place.y()), signalColour);
+        }
     }
 
     void waveIsClippedAtBothEnds()

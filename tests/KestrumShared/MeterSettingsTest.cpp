@@ -61,10 +61,17 @@ class MeterSettingsTest : public QObject {
         QJsonValue readout;
         bool isUsage;
     };
-    struct Accent {
+    struct Stored {
         const char* name;
         QJsonValue value;
-        const char* accent = "signal";
+        const char* result = "signal";
+    };
+    struct Migration {
+        const char* name;
+        QJsonValue global;
+        QJsonValue fastCores;
+        const char* result;
+        const char* fastResult;
     };
     static inline const QJsonValue absent = QJsonValue::Undefined;
 
@@ -100,24 +107,22 @@ private Q_SLOTS:
         QCOMPARE(text(MeterSettings::order(QString::fromLatin1(row.text))), QLatin1StringView(row.result));
     }
 
-    void factoryOrderIsNotTheCompletingOrder()
+    void storedOrdersAreCompletedAndStay_data()
     {
-        QCOMPARE(text(MeterSettings::storedOrder()), QStringLiteral("storage,sensors,memory,cpu"));
-        QCOMPARE(text(MeterSettings::order(u"")), QStringLiteral("sensors,storage,memory,cpu"));
+        addRows<Stored>({
+            { "absent: the factory's, which is not the completing order", absent,
+                "storage,sensors,memory,cpu" },
+            // It is still stored, so the factory's does not replace it.
+            { "of another type: as if empty", 3, "sensors,storage,memory,cpu" },
+            { "not understood", QStringLiteral("memory,bogus"), "memory,sensors,storage,cpu" },
+        });
     }
-
-    // A stored order of the wrong type is still stored, so the factory order does not replace it.
-    void orderThatIsNoTextReadsAsEmpty()
+    void storedOrdersAreCompletedAndStay()
     {
-        QVERIFY(store().set("menuBarOrder", 3));
-        QCOMPARE(text(MeterSettings::storedOrder()), QStringLiteral("sensors,storage,memory,cpu"));
-    }
-
-    void badOrderStaysStored()
-    {
-        QVERIFY(store().set("menuBarOrder", QStringLiteral("memory,bogus")));
-        QCOMPARE(text(MeterSettings::storedOrder()), QStringLiteral("memory,sensors,storage,cpu"));
-        QCOMPARE(storedText("menuBarOrder"), QStringLiteral("memory,bogus"));
+        QFETCH(Stored, row);
+        storeUnlessAbsent("menuBarOrder", row.value);
+        QCOMPARE(text(MeterSettings::storedOrder()), QLatin1StringView(row.result));
+        QCOMPARE(store().storedDictionary().value(QLatin1StringView("menuBarOrder")), row.value);
     }
 
     void mergeRefillsShownSlots_data()
@@ -242,50 +247,43 @@ private Q_SLOTS:
 
     void unknownAccentIsSignal_data()
     {
-        addRows<Accent>({ { "absent", absent }, { "a name", QStringLiteral("teal"), "teal" },
+        addRows<Stored>({ { "absent", absent }, { "a name", QStringLiteral("teal"), "teal" },
             { "capitals", QStringLiteral("Teal") }, { "two numbers", QStringLiteral("custom:srgb:0.1,0.2") },
             { "no number", QStringLiteral("custom:srgb:nan,0,0") }, { "of another type", 5 } });
     }
     void unknownAccentIsSignal()
     {
-        QFETCH(Accent, row);
+        QFETCH(Stored, row);
         storeUnlessAbsent("cpuAccent", row.value);
-        QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), QLatin1StringView(row.accent));
+        QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), QLatin1StringView(row.result));
         QCOMPARE(store().object("cpuAccent"), row.value); // reading does not repair the value
     }
 
-    void migrationSpreadsTheGlobalAccent()
+    void migrationSpreadsTheGlobalAccents_data()
     {
-        QVERIFY(store().set("accentChoice", QStringLiteral("teal")));
-        QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(storedText("cpuAccent"), QStringLiteral("teal"));
-        QCOMPARE(storedText("memoryAccent"), QStringLiteral("teal"));
-        QCOMPARE(storedText("storageAccent"), QStringLiteral("teal"));
-        QCOMPARE(storedText("cpuFastCoreAccent"), QStringLiteral("indigo"));
-        QCOMPARE(storedText("accentChoice"), QStringLiteral("teal"));
-        QVERIFY(!store().storedDictionary().contains(QStringLiteral("performanceCoreAccent")));
+        addRows<Migration>({
+            { "never chosen", absent, absent, "signal", "indigo" },
+            { "not understood", QStringLiteral("nonsense"), absent, "signal", "indigo" },
+            { "of another type", 7, absent, "signal", "indigo" },
+            { "a name", QStringLiteral("teal"), absent, "teal", "indigo" },
+            { "nonsense for the fast cores", QStringLiteral("amber"), QStringLiteral("nonsense"), "amber",
+                "amber" },
+            { "a custom colour", QStringLiteral("custom:srgb:0.1,0.2,2"), absent,
+                "custom:srgb:0.1000,0.2000,1.0000", "indigo" },
+        });
     }
-
-    void migrationOfNonsenseTakesTheBaseAccent()
+    void migrationSpreadsTheGlobalAccents()
     {
-        QVERIFY(store().set("accentChoice", QStringLiteral("amber")));
-        QVERIFY(store().set("performanceCoreAccent", QStringLiteral("nonsense")));
+        QFETCH(Migration, row);
+        storeUnlessAbsent("accentChoice", row.global);
+        storeUnlessAbsent("performanceCoreAccent", row.fastCores);
         QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(storedText("cpuFastCoreAccent"), QStringLiteral("amber"));
-        QCOMPARE(storedText("performanceCoreAccent"), QStringLiteral("nonsense"));
-    }
-
-    void migrationWithoutAGlobalAccentTakesSignal_data()
-    {
-        addRows<Accent>({ { "never chosen", absent }, { "not understood", QStringLiteral("nonsense") },
-            { "of another type", 7 } });
-    }
-    void migrationWithoutAGlobalAccentTakesSignal()
-    {
-        QFETCH(Accent, row);
-        storeUnlessAbsent("accentChoice", row.value);
-        QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(storedText("cpuAccent"), QLatin1StringView(row.accent));
+        for (const char* key : { "cpuAccent", "memoryAccent", "storageAccent" })
+            QCOMPARE(storedText(key), QLatin1StringView(row.result));
+        QCOMPARE(storedText("cpuFastCoreAccent"), QLatin1StringView(row.fastResult));
+        // The global accents stay as they are.
+        QCOMPARE(store().storedDictionary().value(QLatin1StringView("accentChoice")), row.global);
+        QCOMPARE(store().storedDictionary().value(QLatin1StringView("performanceCoreAccent")), row.fastCores);
     }
 
     void migrationLeavesWhatIsThere()
@@ -296,13 +294,6 @@ private Q_SLOTS:
         QCOMPARE(storedText("cpuAccent"), QStringLiteral("bogus"));
         QCOMPARE(store().object("memoryAccent"), QJsonValue(5));
         QCOMPARE(storedText("storageAccent"), QStringLiteral("signal"));
-    }
-
-    void migrationSpreadsCustomColours()
-    {
-        QVERIFY(store().set("accentChoice", QStringLiteral("custom:srgb:0.1,0.2,2")));
-        QVERIFY(MeterSettings::migrateAccents());
-        QCOMPARE(storedText("storageAccent"), QStringLiteral("custom:srgb:0.1000,0.2000,1.0000"));
     }
 
     void migrationTwiceWritesOnce()

@@ -5,6 +5,7 @@
 #include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Raster/LabelColour.h"
 #include "tests/Support/DrawingFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 #include <QApplication>
@@ -17,11 +18,14 @@ using enum MonitorSection;
 
 class ReadoutColourTest : public QObject {
     Q_OBJECT
-public:
-    enum class Hue { label, amber, red, other };
-    Q_ENUM(Hue)
 
-private:
+    struct Warning {
+        const char* name;
+        double celsius;
+        QColor light;
+        QColor dark;
+    };
+
     std::shared_ptr<FakeReadings> m_readings;
 
     /// The only opaque colour of a drawn readout; an invalid colour if there is none or more than one.
@@ -46,16 +50,6 @@ private:
         return found;
     }
 
-    static Hue hueOf(const QColor& colour, ColourScheme scheme)
-    {
-        if (colour == labelColour(scheme))
-            return Hue::label;
-        if (colour.hsvSaturation() < 100)
-            return Hue::other;
-        const int hue = colour.hsvHue();
-        return hue >= 25 && hue <= 45 ? Hue::amber : hue >= 345 || hue <= 10 ? Hue::red : Hue::other;
-    }
-
 private Q_SLOTS:
     void init()
     {
@@ -66,57 +60,37 @@ private Q_SLOTS:
 
     void aTemperatureOfTheSensorsWarns_data()
     {
-        QTest::addColumn<QByteArray>("readout");
-        QTest::addColumn<double>("celsius");
-        QTest::addColumn<Hue>("hue");
-        for (const char* readout : { "hottest", "gpu" }) {
-            const auto row = [readout](double celsius, Hue hue) {
-                QTest::addRow("%s %g", readout, celsius) << QByteArray(readout) << celsius << hue;
-            };
-            row(-5, Hue::label);
-            row(84.9, Hue::label);
-            row(85, Hue::amber);
-            row(94.9, Hue::amber);
-            row(95, Hue::red);
-            row(110, Hue::red);
-        }
+        const QColor amber[] = { QColor(0x7A, 0x43, 0x00), QColor(0xFF, 0xC2, 0x47) };
+        const QColor red[] = { QColor(0xA6, 0x00, 0x1C), QColor(0xFF, 0x8A, 0x80) };
+        const QColor label[] = { labelColour(ColourScheme::light), labelColour(ColourScheme::dark) };
+        addRows<Warning>({ { "-5", -5, label[0], label[1] }, { "84.9", 84.9, label[0], label[1] },
+            { "85", 85, amber[0], amber[1] }, { "94.9", 94.9, amber[0], amber[1] },
+            { "95", 95, red[0], red[1] }, { "110", 110, red[0], red[1] } });
     }
     void aTemperatureOfTheSensorsWarns()
     {
-        QFETCH(const QByteArray, readout);
-        QFETCH(const double, celsius);
-        QFETCH(const Hue, hue);
-        set("sensorsReadout", readout);
-        // The temperature that is not shown has another value.
-        m_readings->hottest = readout == "hottest" ? celsius : 90;
-        m_readings->gpuCelsius = readout == "gpu" ? celsius : 90;
-        for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
-            const QColor drawn = colourOf(sensors, scheme);
-            QCOMPARE(hueOf(drawn, scheme), hue);
-            for (const QColor& plate :
-                { StripBackground::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
-                QVERIFY2(Theme::contrast(drawn, plate) >= 4.5, qPrintable(drawn.name()));
+        QFETCH(Warning, row);
+        for (const char* readout : { "hottest", "gpu" }) {
+            set("sensorsReadout", readout);
+            // Other temperatures are drawn first, because no colour may be kept. The one that is not shown has another value.
+            const bool isHottest = qstrcmp(readout, "hottest") == 0;
+            for (const double celsius : { 86.0, 96.0, row.celsius }) {
+                m_readings->hottest = isHottest ? celsius : 90;
+                m_readings->gpuCelsius = isHottest ? 90 : celsius;
+                colourOf(sensors);
+            }
+            for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
+                const QColor drawn = colourOf(sensors, scheme);
+                QCOMPARE(drawn, scheme == ColourScheme::light ? row.light : row.dark);
+                for (const QColor& plate :
+                    { StripBackground::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
+                    QVERIFY2(Theme::contrast(drawn, plate) >= 4.5, qPrintable(drawn.name()));
+            }
+            // The unit of the shown number makes no difference to the colour.
+            set("temperatureUnit", "fahrenheit");
+            QCOMPARE(colourOf(sensors), row.light);
+            set("temperatureUnit", "celsius");
         }
-        // The unit of the shown number makes no difference to the colour.
-        set("temperatureUnit", "fahrenheit");
-        QCOMPARE(hueOf(colourOf(sensors), ColourScheme::light), hue);
-    }
-
-    void theColourFollowsTheReadingFromDrawingToDrawing()
-    {
-        set("sensorsReadout", "hottest");
-        for (const auto& [celsius, hue] : QList<std::pair<double, Hue>> {
-                 { 96, Hue::red }, { 86, Hue::amber }, { 66, Hue::label }, { 96, Hue::red } }) {
-            m_readings->hottest = celsius;
-            QCOMPARE(hueOf(colourOf(sensors), ColourScheme::light), hue);
-        }
-    }
-
-    void theRedOfTheLightPlateIsDark()
-    {
-        m_readings->hottest = 95;
-        set("sensorsReadout", "hottest");
-        QCOMPARE(colourOf(sensors), QColor(0xA6, 0x00, 0x1C));
     }
 
     void allOtherReadoutsHaveTheLabelsColour()

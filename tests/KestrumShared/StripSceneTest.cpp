@@ -92,6 +92,9 @@ private Q_SLOTS:
         const QRectF sensorsBefore = strip.ground(sensors);
         const QRectF memoryBefore = strip.ground(memory);
         strip.grab(sensors);
+        strip.scene.hover(strip.at(strip.frame(cpu).center().x()));
+        strip.scene.leave();
+        QCOMPARE(strip.scene.hovered(), sensors);
         QVERIFY(strip.areas.isEmpty());
         strip.drag(sensors, strip.frame(memory).width());
         QCOMPARE(strip.scene.items().sections(), (Sections { storage, memory, sensors, cpu }));

@@ -68,31 +68,18 @@ private Q_SLOTS:
         QVERIFY(!AppLanguage::processIsStale());
     }
 
-    void theEnvironmentOverridesTheStoredChoice()
+    void theEnvironmentOverridesTheStoredChoiceAsItStands()
     {
         const TestBundle bundle(english, { "en", "de", "fr" });
         choose("fr");
         QCOMPARE(AppLanguage::choice(), text("fr"));
         QCOMPARE(AppLanguage::code(), text("fr"));
-        qputenv("KESTRUM_LANGUAGE", "de");
-        QCOMPARE(AppLanguage::choice(), text("de"));
-        QCOMPARE(AppLanguage::code(), text("de"));
-        qputenv("KESTRUM_LANGUAGE", "system");
-        QCOMPARE(AppLanguage::choice(), text("system"));
-        QCOMPARE(AppLanguage::code(), text("en"));
-    }
-
-    void theEnvironmentIsTakenAsItStands()
-    {
-        const TestBundle bundle(english, { "en", "de", "fr" });
-        choose("fr");
-        qputenv("KESTRUM_LANGUAGE", "");
-        QCOMPARE(AppLanguage::choice(), QString());
-        QCOMPARE(AppLanguage::code(), text("en"));
-        qputenv("KESTRUM_LANGUAGE", " de");
-        QCOMPARE(AppLanguage::code(), text("en"));
-        qputenv("KESTRUM_LANGUAGE", "DE");
-        QCOMPARE(AppLanguage::code(), text("en"));
+        for (const auto& [choice, code] : { std::pair("de", "de"), std::pair("system", "en"),
+                 std::pair("", "en"), std::pair(" de", "en"), std::pair("DE", "en") }) {
+            qputenv("KESTRUM_LANGUAGE", choice);
+            QCOMPARE(AppLanguage::choice(), text(choice));
+            QCOMPARE(AppLanguage::code(), text(code));
+        }
     }
 
     void withoutAChoiceTheSystemIsFollowed()
@@ -145,7 +132,7 @@ private Q_SLOTS:
         QCOMPARE(AppLanguage::code(), text("de"));
     }
 
-    void theChoiceLeadsTheProcessesLanguages()
+    void theChoiceLeadsTheProcessesLanguagesUntilTheSystemIsFollowed()
     {
         const TestBundle bundle(english, { "en", "de" });
         setSession("LANGUAGE=fr:de LANG=en");
@@ -157,14 +144,7 @@ private Q_SLOTS:
         setSession("LANGUAGE=de_AT LANG=de_DE");
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), text("de,de-AT,de-DE"));
-    }
-
-    void followingTheSystemRemovesTheProcessesLanguages()
-    {
-        const TestBundle bundle(english, { "en", "de" });
-        choose("de");
-        AppLanguage::applyChoiceToProcessDefaults();
-        QCOMPARE(processLanguages(), text("de,en"));
+        // A choice that follows the system removes the list.
         choose("system");
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), text("absent"));
@@ -175,6 +155,7 @@ private Q_SLOTS:
         const TestBundle bundle(english, { "en", "de" });
         choose("de");
         AppLanguage::applyChoiceToProcessDefaults();
+        QCOMPARE(processLanguages(), text("de,en"));
         QVERIFY(!SharedSettings::store().storedDictionary().contains(QLatin1StringView("AppleLanguages")));
         // The stored list does not replace the session's languages when they are read again.
         setSession("LANG=fr_FR");

@@ -7,6 +7,7 @@
 #include "tests/Support/StandIns.h"
 
 #include <QElapsedTimer>
+#include <QRegularExpression>
 #include <QTest>
 #include <memory>
 #include <utility>
@@ -38,7 +39,9 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        // A chain of checks that is still under way ends at its next one.
+        // A start that is under way logs its result, and a chain of checks ends at its next one.
+        QTRY_COMPARE(texts().filter(QStringLiteral("starting the agent at ")).size(),
+            texts().filter(QRegularExpression(QStringLiteral("^(agent started|could not start)"))).size());
         Setting(Keys::agentEnabled).set(false);
         for (const qint32 pid : runningPids())
             StandIns::kill(pid);

@@ -28,7 +28,7 @@ public:
     /// The size of all items and the gaps between them, in points.
     QSizeF size() const;
 
-    /// The index of a section's item, and the item; -1 and null if the section is not shown. Nothing gives null, too.
+    /// The index of a section's item, and the item; -1 and null if the section is not shown. No section gives null.
     int index(MonitorSection section) const;
     const Item* item(std::optional<MonitorSection> section) const;
 

@@ -163,7 +163,7 @@ private Q_SLOTS:
         readings.memory = 0.64;
         readings.storage = 0.58;
         QTEST(shown(section, readings), "text");
-        // Nothing measured is not nothing to show.
+        // A reading of 0 is shown, unlike an absent one.
         readings.cpu = readings.memory = readings.pressure = readings.storage = 0;
         readings.swap = 0;
         readings.freeBytes = 0;

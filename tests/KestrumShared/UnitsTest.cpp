@@ -318,7 +318,7 @@ private Q_SLOTS:
                 regions.insert(all[i].getCountry());
         }
         for (const bool isFahrenheit : { false, true }) {
-            choose(isFahrenheit ? "fahrenheit" : "celsius"); // seldom, because every choice is a save
+            choose(isFahrenheit ? "fahrenheit" : "celsius"); // not in the inner loop: each choice is a save
             const auto settings
                 = icu::number::NumberFormatter::with()
                       .unit(isFahrenheit ? icu::MeasureUnit::getFahrenheit() : icu::MeasureUnit::getCelsius())

@@ -9,6 +9,7 @@
 #include <QElapsedTimer>
 #include <QRegularExpression>
 #include <QTest>
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -47,8 +48,13 @@ private Q_SLOTS:
             StandIns::kill(pid);
         QTRY_VERIFY(!AppLinks::isAgentRunning());
         m_standIns.reset();
-        if (texts().join(u' ').contains(QStringLiteral("retries left ")))
-            QTest::qWait(nextCheck);
+        static const QRegularExpression isFollowed(QStringLiteral("retries left [1-9]"));
+        qint64 end = 0;
+        for (const Line& line : lines()) {
+            if (line.text.contains(isFollowed))
+                end = line.at + nextCheck;
+        }
+        QTest::qWait(int(std::max<qint64>(0, end - log().sinceBegin.elapsed())));
         QVERIFY(!AppLinks::isAgentRunning());
         Bundle::setMain(m_mainBefore);
     }
@@ -60,7 +66,7 @@ protected:
         qint64 at; ///< ms since the test began
     };
 
-    static constexpr int nextCheck = 700; ///< in ms: after it, a check that was due has been made
+    static constexpr int nextCheck = 700; ///< in ms: the next check of a chain has been made by then
     static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
 
     static QList<qint32> runningPids()

@@ -164,27 +164,23 @@ ExitCode runAgent(const CommandLine& line)
 } // namespace
 
 const Verb agentVerb {
-    "agent",
-    "start|stop",
-    "switch the agent on or off",
-    "Does what the switch in the settings window does: stores the choice under agentEnabled, and starts the "
-    "agent\n"
-    "of the bundle that kestrumctl is in, or asks every running agent to quit.\n"
-    "\n"
-    "  start  an agent that runs already is enough when it still does three seconds later, since it may be\n"
-    "         about to quit: then a new one takes its place. A new one is watched for half a second, and "
-    "until it\n"
-    "         has begun, up to five seconds\n"
-    "  stop   waits up to five seconds until none runs; nothing to do is done\n"
-    "\n"
-    "Exit code 1 when the agent cannot be started, ends at once, is switched off meanwhile, or does not "
-    "quit.\n",
-    {},
-    1,
-    1,
-    false,
-    false,
-    runAgent,
+    .name = "agent",
+    .parameters = "start|stop",
+    .summary = "switch the agent on or off",
+    .details
+    = R"(Does what the switch in the settings window does: stores the choice under agentEnabled, and starts the agent
+of the bundle that kestrumctl is in, or asks every running agent to quit.
+
+  start  an agent that runs already is enough when it still does three seconds later, since it may be
+         about to quit: then a new one takes its place. A new one is watched for half a second, and until it
+         has begun, up to five seconds
+  stop   waits up to five seconds until none runs; nothing to do is done
+
+Exit code 1 when the agent cannot be started, ends at once, is switched off meanwhile, or does not quit.
+)",
+    .run = runAgent,
+    .fewestArguments = 1,
+    .mostArguments = 1,
 };
 
 } // namespace kestrum

@@ -36,21 +36,15 @@ ExitCode runAgents(const CommandLine&)
 } // namespace
 
 const Verb agentsVerb {
-    "agents",
-    "",
-    "list the agents that run",
-    "Prints \"PID<TAB>START<TAB>PATH\" for each running agent, wherever its bundle lies: its process, when "
-    "it "
-    "started\n"
-    "(local time; \"-\" when that is not known) and its program.\n"
-    "Exit code 1, without output, when none runs.\n",
-    {},
-    0,
-    0,
-    false,
-    false,
-    runAgents,
-    false,
+    .name = "agents",
+    .summary = "list the agents that run",
+    .details
+    = R"(Prints "PID<TAB>START<TAB>PATH" for each running agent, wherever its bundle lies: its process, when it started
+(local time; "-" when that is not known) and its program.
+Exit code 1, without output, when none runs.
+)",
+    .run = runAgents,
+    .needsSuite = false,
 };
 
 } // namespace kestrum

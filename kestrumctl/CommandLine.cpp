@@ -54,14 +54,14 @@ Result<CommandLine> CommandLine::parsed(const QStringList& words, std::span<cons
         const QString name = word.left(equals);
         const Option* option = find(name, options);
         if (!option)
-            return Failure { {}, unknownOption(name, options), 0, {} };
+            return Failure::withReason(unknownOption(name, options));
         QString value = equals < 0 ? QString() : word.mid(equals + 1);
         if (option->takesValue && equals < 0) {
             if (++i == words.size())
-                return Failure { {}, QStringLiteral("option %1 needs a value").arg(name), 0, {} };
+                return Failure::withReason(QStringLiteral("option %1 needs a value").arg(name));
             value = words[i];
         } else if (!option->takesValue && equals >= 0) {
-            return Failure { {}, QStringLiteral("option %1 takes no value").arg(name), 0, {} };
+            return Failure::withReason(QStringLiteral("option %1 takes no value").arg(name));
         }
         line.m_options.insert(name, value);
     }

@@ -33,13 +33,11 @@ Result<> CoresOption::apply(const CommandLine& line)
         bool isNumber = false;
         const int cores = count.toInt(&isNumber);
         if (!isNumber || cores < 1 || cores > mostCores || counts.size() > mostTiers)
-            return Failure { {},
-                QStringLiteral(
-                    "--cores takes one to %1 numbers from 1 to %2, separated by commas, not \"%3\"")
-                    .arg(mostTiers)
-                    .arg(mostCores)
-                    .arg(Log::escaped(*text)),
-                0, {} };
+            return Failure::withReason(QStringLiteral(
+                "--cores takes one to %1 numbers from 1 to %2, separated by commas, not \"%3\"")
+                                           .arg(mostTiers)
+                                           .arg(mostCores)
+                                           .arg(Log::escaped(*text)));
         tiers.append({ tierName(tiers.size(), counts.size()), cores });
     }
     CoreTopology::useTiers(tiers);

@@ -20,17 +20,17 @@ ExitCode runDelete(const CommandLine& line)
 } // namespace
 
 const Verb deleteVerb {
-    "delete",
-    "KEY",
-    "remove what is stored under a key",
-    "Removes what is stored under KEY, so that its default is in effect again. A key that stores nothing is\n"
-    "left as it is, which is no failure. Exit code 2 when there is no such key.\n",
-    {},
-    1,
-    1,
-    true,
-    false,
-    runDelete,
+    .name = "delete",
+    .parameters = "KEY",
+    .summary = "remove what is stored under a key",
+    .details
+    = R"(Removes what is stored under KEY, so that its default is in effect again. A key that stores nothing is
+left as it is, which is no failure. Exit code 2 when there is no such key.
+)",
+    .run = runDelete,
+    .fewestArguments = 1,
+    .mostArguments = 1,
+    .listsKeys = true,
 };
 
 } // namespace kestrum

@@ -51,24 +51,20 @@ ExitCode runDescribe(const CommandLine& line)
 } // namespace
 
 const Verb describeVerb {
-    "describe",
-    "[--cores N[,N...]]",
-    "print the menu-bar items' places and texts as JSON",
-    "Prints the strip of menu-bar items as JSON: its width and height in points and, in the stored order, "
-    "all four\n"
-    "items with their left edge, width, label width and readout, with sample readings and the settings in "
-    "effect.\n"
-    "The left edge \"x\" of a hidden item is null; its other members tell what it would be. \"readout\" is "
-    "null\n"
-    "where an item has none.\n"
-    "\n"
-    "  --cores N[,N...]  as on a machine with so many cores, by tiers, the fastest first\n",
-    describeOptions,
-    0,
-    0,
-    false,
-    true,
-    runDescribe,
+    .name = "describe",
+    .parameters = "[--cores N[,N...]]",
+    .summary = "print the menu-bar items' places and texts as JSON",
+    .details
+    = R"(Prints the strip of menu-bar items as JSON: its width and height in points and, in the stored order, all four
+items with their left edge, width, label width and readout, with sample readings and the settings in effect.
+The left edge "x" of a hidden item is null; its other members tell what it would be. "readout" is null
+where an item has none.
+
+  --cores N[,N...]  as on a machine with so many cores, by tiers, the fastest first
+)",
+    .run = runDescribe,
+    .options = describeOptions,
+    .draws = true,
 };
 
 } // namespace kestrum

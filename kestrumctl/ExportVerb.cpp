@@ -22,18 +22,16 @@ ExitCode runExport(const CommandLine& line)
 } // namespace
 
 const Verb exportVerb {
-    "export",
-    "FILE",
-    "keep the stored settings in a file",
-    "Writes everything that is stored to FILE as one JSON object, a key a line; \"-\" is standard output. "
-    "Defaults\n"
-    "are not written.\n",
-    {},
-    1,
-    1,
-    false,
-    false,
-    runExport,
+    .name = "export",
+    .parameters = "FILE",
+    .summary = "keep the stored settings in a file",
+    .details
+    = R"(Writes everything that is stored to FILE as one JSON object, a key a line; "-" is standard output. Defaults
+are not written.
+)",
+    .run = runExport,
+    .fewestArguments = 1,
+    .mostArguments = 1,
 };
 
 } // namespace kestrum

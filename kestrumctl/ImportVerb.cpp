@@ -54,24 +54,22 @@ ExitCode runImport(const CommandLine& line)
 } // namespace
 
 const Verb importVerb {
-    "import",
-    "FILE [--force]",
-    "store all settings of a file",
-    "Stores every key of the JSON object in FILE, all of them or none; \"-\" is standard input. Stored keys "
-    "that\n"
-    "FILE does not name stay as they are. Keys that this version does not know are stored too.\n"
-    "\n"
-    "  --force  store also values of another type than their keys take\n"
-    "\n"
-    "Exit code 1 when FILE cannot be read, is not a JSON object of at most 1 MiB or holds a value of the "
-    "wrong type,\n"
-    "and when the save failed.\n",
-    importOptions,
-    1,
-    1,
-    false,
-    false,
-    runImport,
+    .name = "import",
+    .parameters = "FILE [--force]",
+    .summary = "store all settings of a file",
+    .details
+    = R"(Stores every key of the JSON object in FILE, all of them or none; "-" is standard input. Stored keys that
+FILE does not name stay as they are. Keys that this version does not know are stored too.
+
+  --force  store also values of another type than their keys take
+
+Exit code 1 when FILE cannot be read, is not a JSON object of at most 1 MiB or holds a value of the wrong type,
+and when the save failed.
+)",
+    .run = runImport,
+    .options = importOptions,
+    .fewestArguments = 1,
+    .mostArguments = 1,
 };
 
 } // namespace kestrum

@@ -39,18 +39,16 @@ Result<QJsonValue> JsonText::parsed(const QString& text)
         const QString reason = problem.error == QJsonParseError::NoError
             ? QStringLiteral("it holds %1 values instead of one").arg(list.size())
             : problem.errorString();
-        return Failure { {},
-            QStringLiteral(
-                "\"%1\" is no JSON value: %2 (a text stands in double quotes, inside the shell's own)")
-                .arg(Log::escaped(text), reason),
-            0, {} };
+        return Failure::withReason(QStringLiteral(
+            "\"%1\" is no JSON value: %2 (a text stands in double quotes, inside the shell's own)")
+                                       .arg(Log::escaped(text), reason));
     }
     const QJsonValue value = list.first();
     // The store's own limits apply, so that every accepted value can be read back.
     const auto readBack
         = SettingsText::parsed(SettingsText::serialised({ { QStringLiteral("value"), value } }));
     if (!readBack.damage.isEmpty())
-        return Failure { {}, QStringLiteral("the value cannot be a setting: ") + readBack.damage, 0, {} };
+        return Failure::withReason(QStringLiteral("the value cannot be a setting: ") + readBack.damage);
     return value;
 }
 

@@ -14,22 +14,18 @@ namespace kestrum {
 
 namespace {
 
-template <class T> constexpr KeyType keyType()
-{
-    if constexpr (std::is_same_v<T, bool>)
-        return KeyType::truth;
-    else if constexpr (std::is_same_v<T, double>)
-        return KeyType::number;
-    else
-        return KeyType::text; // enumerations and accents are stored as texts
-}
+// Enumerations and accents are stored as texts.
+template <class T>
+constexpr QJsonValue::Type typeOf = std::is_same_v<T, bool> ? QJsonValue::Bool
+    : std::is_same_v<T, double>                             ? QJsonValue::Double
+                                                            : QJsonValue::String;
 
 template <class Tuple> void append(QList<CatalogueKey>& keys, const Tuple& catalogue)
 {
     std::apply(
         [&keys](const auto&... key) {
-            (keys.append({ QLatin1StringView(key.name),
-                 keyType<typename std::remove_cvref_t<decltype(key)>::Value>() }),
+            (keys.append(
+                 { QLatin1StringView(key.name), typeOf<typename std::remove_cvref_t<decltype(key)>::Value> }),
                 ...);
         },
         catalogue);
@@ -41,19 +37,6 @@ const CatalogueKey* find(const QString& name)
     const auto found = std::find_if(
         keys.begin(), keys.end(), [&name](const CatalogueKey& key) { return key.name == name; });
     return found == keys.end() ? nullptr : &*found;
-}
-
-bool fits(KeyType type, const QJsonValue& value)
-{
-    switch (type) {
-    case KeyType::truth:
-        return value.isBool();
-    case KeyType::number:
-        return value.isDouble();
-    case KeyType::text:
-        break;
-    }
-    return value.isString();
 }
 
 QString unknown(const QString& key, QStringList names)
@@ -78,17 +61,9 @@ const QList<CatalogueKey>& KeyCatalogue::keys()
     return keys;
 }
 
-const char* KeyCatalogue::description(KeyType type)
+const char* KeyCatalogue::description(QJsonValue::Type type)
 {
-    switch (type) {
-    case KeyType::truth:
-        return "true or false";
-    case KeyType::number:
-        return "a number";
-    case KeyType::text:
-        break;
-    }
-    return "a text";
+    return type == QJsonValue::Bool ? "true or false" : type == QJsonValue::Double ? "a number" : "a text";
 }
 
 std::optional<QString> KeyCatalogue::refusal(const QString& key, const QJsonValue& value)
@@ -96,7 +71,7 @@ std::optional<QString> KeyCatalogue::refusal(const QString& key, const QJsonValu
     const CatalogueKey* known = find(key);
     if (!known)
         return unknown(key, {});
-    if (fits(known->type, value))
+    if (value.type() == known->type)
         return std::nullopt;
     return QStringLiteral("key \"%1\" takes %2, not %3")
         .arg(key, QLatin1StringView(description(known->type)), JsonText::shortened(value));

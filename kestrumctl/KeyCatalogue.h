@@ -10,12 +10,9 @@
 
 namespace kestrum {
 
-/// The type of a key's value.
-enum class KeyType { truth, number, text };
-
 struct CatalogueKey {
     QString name;
-    KeyType type;
+    QJsonValue::Type type; ///< Bool, Double or String
 };
 
 /// The catalogue of all settings' keys, for commands that users give.
@@ -25,7 +22,7 @@ namespace KeyCatalogue {
 const QList<CatalogueKey>& keys();
 
 /// The type's name in messages: "true or false", "a number" or "a text".
-const char* description(KeyType type);
+const char* description(QJsonValue::Type type);
 
 /// The reason why `value` cannot be stored under `key`: the key is not in the catalogue, or takes another type. Nothing if it
 /// can be stored. An unknown text is accepted, because readers then use the default.

@@ -29,17 +29,15 @@ Result<Limits> limitsOf(const CommandLine& line)
     if (const auto text = line.value("--count")) {
         limits.deliveries = text->toInt(&isNumber);
         if (!isNumber || limits.deliveries < 1)
-            return Failure { {},
-                QStringLiteral("--count takes a whole number above 0, not \"%1\"").arg(Log::escaped(*text)),
-                0, {} };
+            return Failure::withReason(
+                QStringLiteral("--count takes a whole number above 0, not \"%1\"").arg(Log::escaped(*text)));
     }
     if (const auto text = line.value("--timeout")) {
         const double seconds = text->toDouble(&isNumber);
         if (!isNumber || !(seconds > 0 && seconds <= longestTimeout))
-            return Failure { {},
+            return Failure::withReason(
                 QStringLiteral("--timeout takes seconds above 0 and up to 1000000, not \"%1\"")
-                    .arg(Log::escaped(*text)),
-                0, {} };
+                    .arg(Log::escaped(*text)));
         limits.milliseconds = qMax(1, qRound(seconds * 1000));
     }
     return limits;
@@ -89,23 +87,21 @@ ExitCode runListen(const CommandLine& line)
 } // namespace
 
 const Verb listenVerb {
-    "listen",
-    "SIGNAL... [--count N] [--timeout SECONDS]",
-    "print every delivery of signals",
-    "Prints a line with the signal's name for each delivery, until it is interrupted or terminated. Posts "
-    "that follow\n"
-    "each other quickly may arrive as one. Says \"listening\" on standard error once nothing is missed any "
-    "more.\n"
-    "\"kestrumctl post --help\" lists the signals.\n"
-    "\n"
-    "  --count N          stop after N deliveries\n"
-    "  --timeout SECONDS  stop after so long, with exit code 1 when N deliveries were asked for\n",
-    listenOptions,
-    1,
-    std::numeric_limits<qsizetype>::max(),
-    false,
-    false,
-    runListen,
+    .name = "listen",
+    .parameters = "SIGNAL... [--count N] [--timeout SECONDS]",
+    .summary = "print every delivery of signals",
+    .details
+    = R"(Prints a line with the signal's name for each delivery, until it is interrupted or terminated. Posts that follow
+each other quickly may arrive as one. Says "listening" on standard error once nothing is missed any more.
+"kestrumctl post --help" lists the signals.
+
+  --count N          stop after N deliveries
+  --timeout SECONDS  stop after so long, with exit code 1 when N deliveries were asked for
+)",
+    .run = runListen,
+    .options = listenOptions,
+    .fewestArguments = 1,
+    .mostArguments = std::numeric_limits<qsizetype>::max(),
 };
 
 } // namespace kestrum

@@ -45,26 +45,23 @@ ExitCode runLoginItem(const CommandLine& line)
 } // namespace
 
 const Verb loginItemVerb {
-    "login-item",
-    "status|on|off",
-    "start the agent at login",
-    "Tells whether the desktop starts the agent at login, or switches that on or off. States:\n"
-    "\n"
-    "  notRegistered     it does not\n"
-    "  enabled           it does\n"
-    "  requiresApproval  the desktop's own settings switched it off; \"on\" switches it on again\n"
-    "  notFound          there is an entry, but this desktop does not start the agent from it\n"
-    "\n"
-    "Exit code 1, with the reason, when that cannot be done here: for root, for a copy without an agent, and "
-    "where\n"
-    "KESTRUM_NO_LOGIN_ITEM is 1.\n",
-    {},
-    1,
-    1,
-    false,
-    false,
-    runLoginItem,
-    false,
+    .name = "login-item",
+    .parameters = "status|on|off",
+    .summary = "start the agent at login",
+    .details = R"(Tells whether the desktop starts the agent at login, or switches that on or off. States:
+
+  notRegistered     it does not
+  enabled           it does
+  requiresApproval  the desktop's own settings switched it off; "on" switches it on again
+  notFound          there is an entry, but this desktop does not start the agent from it
+
+Exit code 1, with the reason, when that cannot be done here: for root, for a copy without an agent, and where
+KESTRUM_NO_LOGIN_ITEM is 1.
+)",
+    .run = runLoginItem,
+    .fewestArguments = 1,
+    .mostArguments = 1,
+    .needsSuite = false,
 };
 
 } // namespace kestrum

@@ -37,20 +37,20 @@ ExitCode runOpen(const CommandLine& line)
 } // namespace
 
 const Verb openVerb {
-    "open",
-    "[-g] BUNDLE",
-    "start the application of a bundle",
-    "Starts the application of the bundle at the path BUNDLE, such as Kestrum.app, apart from this shell.\n"
-    "\n"
-    "  -g  in the background: its window does not take the focus, and an application that runs already is\n"
-    "      left alone\n",
-    openOptions,
-    1,
-    1,
-    false,
-    false,
-    runOpen,
-    false,
+    .name = "open",
+    .parameters = "[-g] BUNDLE",
+    .summary = "start the application of a bundle",
+    .details
+    = R"(Starts the application of the bundle at the path BUNDLE, such as Kestrum.app, apart from this shell.
+
+  -g  in the background: its window does not take the focus, and an application that runs already is
+      left alone
+)",
+    .run = runOpen,
+    .options = openOptions,
+    .fewestArguments = 1,
+    .mostArguments = 1,
+    .needsSuite = false,
 };
 
 } // namespace kestrum

@@ -21,27 +21,24 @@ ExitCode runPost(const CommandLine& line)
 } // namespace
 
 const Verb postVerb {
-    "post",
-    "SIGNAL",
-    "post a signal",
-    "Tells every program that listens to SIGNAL. Signals:\n"
-    "\n"
-    "  settings         the settings changed\n"
-    "  quitAgent        the agent is to quit\n"
-    "  openSettings     the settings window is to come forward\n"
-    "  checkForUpdates  the agent is to look for updates\n"
-    "  updateAvailable  the agent found an update\n"
-    "  menuBarChanged   the agent changed the order of the items\n"
-    "\n"
-    "Exit code 1 when there is no private runtime directory in which programs could meet, and when the "
-    "signal\n"
-    "cannot be left there.\n",
-    {},
-    1,
-    1,
-    false,
-    false,
-    runPost,
+    .name = "post",
+    .parameters = "SIGNAL",
+    .summary = "post a signal",
+    .details = R"(Tells every program that listens to SIGNAL. Signals:
+
+  settings         the settings changed
+  quitAgent        the agent is to quit
+  openSettings     the settings window is to come forward
+  checkForUpdates  the agent is to look for updates
+  updateAvailable  the agent found an update
+  menuBarChanged   the agent changed the order of the items
+
+Exit code 1 when there is no private runtime directory in which programs could meet, and when the signal
+cannot be left there.
+)",
+    .run = runPost,
+    .fewestArguments = 1,
+    .mostArguments = 1,
 };
 
 } // namespace kestrum

@@ -34,22 +34,21 @@ ExitCode runRead(const CommandLine& line)
 } // namespace
 
 const Verb readVerb {
-    "read",
-    "[KEY] [--stored]",
-    "print settings as JSON",
-    "Prints the value in effect of KEY as JSON, or all settings in effect as one object. What is in effect "
-    "is\n"
-    "the stored value, else the administrator's, else the factory default.\n"
-    "\n"
-    "  --stored  look only at what is stored\n"
-    "\n"
-    "Exit code 1, without output, when KEY has no value; 2 when there is no such key.\n",
-    readVerbOptions,
-    0,
-    1,
-    true,
-    false,
-    runRead,
+    .name = "read",
+    .parameters = "[KEY] [--stored]",
+    .summary = "print settings as JSON",
+    .details
+    = R"(Prints the value in effect of KEY as JSON, or all settings in effect as one object. What is in effect is
+the stored value, else the administrator's, else the factory default.
+
+  --stored  look only at what is stored
+
+Exit code 1, without output, when KEY has no value; 2 when there is no such key.
+)",
+    .run = runRead,
+    .options = readVerbOptions,
+    .mostArguments = 1,
+    .listsKeys = true,
 };
 
 } // namespace kestrum

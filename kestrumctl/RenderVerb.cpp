@@ -100,7 +100,7 @@ Result<> addItems(
     for (const auto& entry : allCases<MonitorSection>())
         names.append(QLatin1StringView(entry.rawValue));
     names.append(wholeStrip);
-    return Failure { {}, NearestNames::unknown("section", name, names), 0, {} };
+    return Failure::withReason(NearestNames::unknown("section", name, names));
 }
 
 Result<> readOptions(Picture& picture, const CommandLine& line)
@@ -109,16 +109,15 @@ Result<> readOptions(Picture& picture, const CommandLine& line)
         bool isNumber = false;
         picture.scale = text->toDouble(&isNumber);
         if (!isNumber || !(picture.scale > 0 && picture.scale <= largestScale))
-            return Failure { {},
+            return Failure::withReason(
                 QStringLiteral("--scale takes a number above 0 and up to %1, not \"%2\"")
                     .arg(largestScale)
-                    .arg(Log::escaped(*text)),
-                0, {} };
+                    .arg(Log::escaped(*text)));
     }
     if (const auto text = line.value("--appearance")) {
         const QStringList names { QStringLiteral("light"), QStringLiteral("dark") };
         if (!names.contains(*text))
-            return Failure { {}, NearestNames::unknown("appearance", *text, names), 0, {} };
+            return Failure::withReason(NearestNames::unknown("appearance", *text, names));
         picture.scheme = *text == names.last() ? ColourScheme::dark : ColourScheme::light;
     }
     return CoresOption::apply(line);
@@ -153,24 +152,24 @@ ExitCode runRender(const CommandLine& line)
 } // namespace
 
 const Verb renderVerb {
-    "render",
-    "cpu|memory|storage|sensors|strip -o FILE.png [--scale N] [--appearance light|dark] [--cores N[,N...]]",
-    "draw a menu-bar item, or all of them, into a PNG file",
-    "Draws one menu-bar item, also a hidden one, or the whole strip, with sample readings and the settings "
-    "in\n"
-    "effect, on a transparent ground. The picture has the item's width by 22 points, times the scale, "
-    "rounded up.\n"
-    "\n"
-    "  -o FILE.png              where the picture goes; \"-\" is standard output\n"
-    "  --scale N                pixels a point, above 0 and up to 16; 1 when not given\n"
-    "  --appearance light|dark  for a light panel (when not given) or a dark one\n"
-    "  --cores N[,N...]         as on a machine with so many cores, by tiers, the fastest first\n",
-    renderOptions,
-    1,
-    1,
-    false,
-    true,
-    runRender,
+    .name = "render",
+    .parameters
+    = "cpu|memory|storage|sensors|strip -o FILE.png [--scale N] [--appearance light|dark] [--cores N[,N...]]",
+    .summary = "draw a menu-bar item, or all of them, into a PNG file",
+    .details
+    = R"(Draws one menu-bar item, also a hidden one, or the whole strip, with sample readings and the settings in
+effect, on a transparent ground. The picture has the item's width by 22 points, times the scale, rounded up.
+
+  -o FILE.png              where the picture goes; "-" is standard output
+  --scale N                pixels a point, above 0 and up to 16; 1 when not given
+  --appearance light|dark  for a light panel (when not given) or a dark one
+  --cores N[,N...]         as on a machine with so many cores, by tiers, the fastest first
+)",
+    .run = runRender,
+    .options = renderOptions,
+    .fewestArguments = 1,
+    .mostArguments = 1,
+    .draws = true,
 };
 
 } // namespace kestrum

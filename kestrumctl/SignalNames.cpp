@@ -15,7 +15,7 @@ Result<QList<SharedSettings::Signal>> SignalNames::parsed(const QStringList& wor
             QStringList names;
             for (const auto& entry : allCases<SharedSettings::Signal>())
                 names.append(QLatin1StringView(entry.rawValue));
-            return Failure { {}, NearestNames::unknown("signal", word, names), 0, {} };
+            return Failure::withReason(NearestNames::unknown("signal", word, names));
         }
         if (!result.contains(*signal))
             result.append(*signal);

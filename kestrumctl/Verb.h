@@ -12,15 +12,15 @@ namespace kestrum {
 /// A command of the program. Each verb has its own file, with its usage text beside its code.
 struct Verb {
     const char* name;
-    const char* parameters; ///< as the usage line shows them
-    const char* summary;    ///< for the list of verbs
-    const char* details;    ///< the rest of the usage text
-    std::span<const Option> options;
-    qsizetype fewestArguments;
-    qsizetype mostArguments;
-    bool listsKeys; ///< the usage text ends with the catalogue of keys
-    bool draws;     ///< needs fonts, and therefore a QGuiApplication
+    const char* parameters = ""; ///< as the usage line shows them
+    const char* summary;         ///< for the list of verbs
+    const char* details;         ///< the rest of the usage text
     ExitCode (*run)(const CommandLine&);
+    std::span<const Option> options = {};
+    qsizetype fewestArguments = 0;
+    qsizetype mostArguments = 0;
+    bool listsKeys = false; ///< the usage text ends with the catalogue of keys
+    bool draws = false;     ///< needs fonts, and therefore a QGuiApplication
     bool needsSuite = true; ///< works on settings or signals
 };
 

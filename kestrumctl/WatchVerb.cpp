@@ -54,19 +54,13 @@ ExitCode runWatch(const CommandLine&)
 } // namespace
 
 const Verb watchVerb {
-    "watch",
-    "",
-    "print every change of a setting",
-    "Prints \"KEY<TAB>JSON\", or \"KEY<TAB>absent\", for each key whose value in effect changed, whoever "
-    "changed it,\n"
-    "until it is interrupted or terminated. Says \"watching\" on standard error once nothing is missed any "
-    "more.\n",
-    {},
-    0,
-    0,
-    false,
-    false,
-    runWatch,
+    .name = "watch",
+    .summary = "print every change of a setting",
+    .details
+    = R"(Prints "KEY<TAB>JSON", or "KEY<TAB>absent", for each key whose value in effect changed, whoever changed it,
+until it is interrupted or terminated. Says "watching" on standard error once nothing is missed any more.
+)",
+    .run = runWatch,
 };
 
 } // namespace kestrum

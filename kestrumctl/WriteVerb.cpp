@@ -28,27 +28,26 @@ ExitCode runWrite(const CommandLine& line)
 } // namespace
 
 const Verb writeVerb {
-    "write",
-    "KEY JSON [--force]",
-    "store a setting",
-    "Stores a JSON value under KEY. A text stands in double quotes inside the shell's own:\n"
-    "\n"
-    "  kestrumctl write meterStyle '\"wave\"'\n"
-    "  kestrumctl write showMemoryItem false\n"
-    "\n"
-    "A text that is none of the key's choices is stored too: it reads as the default.\n"
-    "\n"
-    "  --force  store also a value of another type, and under a key that is not listed below\n"
-    "\n"
-    "Exit code 2, with nothing stored, when KEY, the JSON text or the value's type is wrong; 1 when the "
-    "save\n"
-    "failed.\n",
-    writeOptions,
-    2,
-    2,
-    true,
-    false,
-    runWrite,
+    .name = "write",
+    .parameters = "KEY JSON [--force]",
+    .summary = "store a setting",
+    .details = R"(Stores a JSON value under KEY. A text stands in double quotes inside the shell's own:
+
+  kestrumctl write meterStyle '"wave"'
+  kestrumctl write showMemoryItem false
+
+A text that is none of the key's choices is stored too: it reads as the default.
+
+  --force  store also a value of another type, and under a key that is not listed below
+
+Exit code 2, with nothing stored, when KEY, the JSON text or the value's type is wrong; 1 when the save
+failed.
+)",
+    .run = runWrite,
+    .options = writeOptions,
+    .fewestArguments = 2,
+    .mostArguments = 2,
+    .listsKeys = true,
 };
 
 } // namespace kestrum

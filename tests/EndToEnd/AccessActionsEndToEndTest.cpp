@@ -14,7 +14,6 @@ private Q_SLOTS:
     void aSwitch()
     {
         open("general");
-        QVERIFY(isOpen());
         const Accessible control = window().control(text("Updates/check box Check automatically"));
         QVERIFY(control.has(State::checked));
         QVERIFY(control.act(text("Toggle")));
@@ -28,7 +27,6 @@ private Q_SLOTS:
     void aSegment()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const Accessible wave = window().control(text("CPU/Meter/radio button Wave"));
         QVERIFY(wave.isFound() && !wave.has(State::checked));
         QVERIFY(wave.act(text("Toggle")));
@@ -40,7 +38,6 @@ private Q_SLOTS:
     void aPopupPickerOpensAndIsChosenFromByKeys()
     {
         open("general");
-        QVERIFY(isOpen());
         const Accessible picker = window().control(text("Units/combo box Temperature"));
         QCOMPARE(picker.name(), text("System"));
         QVERIFY(picker.act(text("ShowMenu")));
@@ -57,7 +54,6 @@ private Q_SLOTS:
     void anEntryOfAnOpenPickerIsChosen()
     {
         open("general");
-        QVERIFY(isOpen());
         const Accessible picker = window().control(text("Sampling/combo box Refresh interval"));
         QCOMPARE(picker.name(), text("Every Second"));
         QVERIFY(picker.act(text("ShowMenu")));
@@ -72,7 +68,6 @@ private Q_SLOTS:
     void aColourWell()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         writeText("memoryAccent", "custom:srgb:0.2000,0.4000,0.6000");
         const QString name = text("Memory/push button Colour custom colour");
         QTRY_VERIFY_WITH_TIMEOUT(window().control(name).isFound(), patience);
@@ -93,7 +88,6 @@ private Q_SLOTS:
     void aTile()
     {
         open("popovers");
-        QVERIFY(isOpen());
         const Accessible opaque = window().control(text("Background/push button Opaque"));
         QVERIFY(opaque.isFound() && !opaque.has(State::selected));
         QVERIFY(opaque.act(text("Press")));
@@ -110,7 +104,6 @@ private Q_SLOTS:
     void aRowOfTheSidebar()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         QVERIFY(window().row("General").act(text("Toggle")));
         QTRY_VERIFY_WITH_TIMEOUT(window().row("General").has(State::selected), patience);
         QVERIFY(!window().row("Menu Bar").has(State::selected));
@@ -126,7 +119,6 @@ private Q_SLOTS:
     void theAgentsSwitch()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         fixture().useStandInAgent();
         const Accessible control = window().control(text("check box Kestrum menu bar"));
         QVERIFY(control.isFound() && !control.has(State::checked));
@@ -143,7 +135,6 @@ private Q_SLOTS:
     void aControlIsGivenTheFocus()
     {
         open("general");
-        QVERIFY(isOpen());
         const Accessible control = window().control(text("Updates/check box Check automatically"));
         QVERIFY(control.focus());
         QTRY_VERIFY_WITH_TIMEOUT(control.has(State::focused), patience);

@@ -38,7 +38,6 @@ private Q_SLOTS:
     void eachPageIsReachedByItsKeys()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const std::pair<const char*, const char*> pages[]
             = { { "ctrl+2", "Popovers" }, { "ctrl+3", "General" }, { "ctrl+1", "Menu Bar" } };
         for (const auto& [keys, page] : pages) {
@@ -50,7 +49,6 @@ private Q_SLOTS:
     void eachPageIsReachedByTheArrowsInTheSidebar()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         QCOMPARE(window().focus().name, text("list Pages"));
         const std::tuple<const char*, const char*, QByteArray> steps[] = {
             { "Down", "Popovers", "\"popovers\"" },
@@ -84,7 +82,6 @@ private Q_SLOTS:
         QFETCH(const QByteArray, pane);
         QFETCH(const int, least);
         open(pane.constData(), language.constData());
-        QVERIFY(isOpen());
         if (pane == "menuBar") // this page has a colour well
             writeText("cpuAccent", "custom:srgb:0.2000,0.4000,0.6000");
         if (pane == "general")
@@ -102,7 +99,6 @@ private Q_SLOTS:
     void theOrderIsThatOfThePage()
     {
         open("popovers");
-        QVERIFY(isOpen());
         const QStringList order { text("list Pages"), text("check box Kestrum menu bar"),
             text("Appearance/push button Light"), text("Appearance/push button Dark"),
             text("Appearance/push button System"), text("Background/push button Translucent"),
@@ -113,7 +109,6 @@ private Q_SLOTS:
     void aFocusedControlIsScrolledIntoView()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const Accessible last = window().tabTo(text("Sensors/combo box Readout"));
         QVERIFY(last.isFound());
         QVERIFY(window().frame().place().contains(last.place()));

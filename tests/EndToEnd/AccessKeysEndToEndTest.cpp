@@ -15,7 +15,6 @@ private Q_SLOTS:
     void aSwitch()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const Accessible control = window().tabTo(text("CPU/check box Show in menu bar"));
         QVERIFY(control.has(State::checked));
         window().press("space");
@@ -28,7 +27,6 @@ private Q_SLOTS:
     void segments()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const Accessible pill = window().tabTo(text("All Items/Bar shape/radio button Pill"));
         QVERIFY(pill.has(State::checked));
         const Accessible square = window().control(text("All Items/Bar shape/radio button Square"));
@@ -44,7 +42,6 @@ private Q_SLOTS:
     void aPopupPicker()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const Accessible picker = window().tabTo(text("CPU/combo box Readout"));
         QCOMPARE(picker.name(), text("Temperature"));
         window().press("space");
@@ -68,7 +65,6 @@ private Q_SLOTS:
     void aColourWell()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const QByteArray colour = "custom:srgb:0.2000,0.4000,0.6000";
         writeText("cpuAccent", colour);
         const QString name = text("CPU/push button Colour custom colour");
@@ -90,7 +86,6 @@ private Q_SLOTS:
     void aTile()
     {
         open("popovers");
-        QVERIFY(isOpen());
         const Accessible light = window().tabTo(text("Appearance/push button Light"));
         QVERIFY(light.isFound() && !light.has(State::selected));
         const Accessible system = window().control(text("Appearance/push button System"));
@@ -114,7 +109,6 @@ private Q_SLOTS:
     void thePreviewsItems()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         const Accessible strip = window().tabTo(text("list Menu bar items"));
         QVERIFY(strip.isFound());
         const auto items = [&strip] {
@@ -140,7 +134,6 @@ private Q_SLOTS:
     void aRowOfTheSidebar()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         window().press("Down");
         QTRY_VERIFY_WITH_TIMEOUT(window().row("Popovers").has(State::selected), patience);
         waitForStored("settingsPane", "\"popovers\"");
@@ -153,7 +146,6 @@ private Q_SLOTS:
     void theAgentsSwitch()
     {
         open("menuBar");
-        QVERIFY(isOpen());
         fixture().useStandInAgent();
         const Accessible control = window().tabTo(text("check box Kestrum menu bar"));
         QVERIFY(control.isFound() && !control.has(State::checked));

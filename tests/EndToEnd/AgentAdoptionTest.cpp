@@ -10,7 +10,6 @@
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/Kestrumctl.h"
 #include "tests/Support/PaintWatcher.h"
-#include "tests/Support/Programs.h"
 #include "tests/Support/SignalRecorder.h"
 
 #include <QApplication>
@@ -68,9 +67,7 @@ class AgentAdoptionTest : public QObject {
     void write(const char* key, const char* json) const
     {
         const int before = m_announcements.count;
-        QCOMPARE(Kestrumctl::run({ QStringLiteral("write"), QLatin1StringView(key), QLatin1StringView(json) })
-                     .code,
-            0);
+        QCOMPARE(ctl("write", { QLatin1StringView(key), QLatin1StringView(json) }).code, 0);
         QTRY_VERIFY_WITH_TIMEOUT(m_announcements.count > before, patience);
         QTest::qWait(quietTime); // until later effects have arrived
     }

@@ -2,9 +2,7 @@
 
 #include "tests/Support/AptScript.h"
 #include "tests/Support/PanelTest.h"
-#include "tests/Support/Text.h"
 
-#include <QProcessEnvironment>
 #include <QRegularExpression>
 #include <csignal>
 
@@ -15,41 +13,44 @@ using Programs::patience;
 class AgentEndToEndTest : public PanelTest {
     Q_OBJECT
 
-    /// The last line that the agent wrote.
-    QByteArray lastWords() const { return agent().readAllStandardError().trimmed().split('\n').last(); }
+    /// Waits for the agent's end, and checks its exit code and the reason in the last line that it wrote.
+    void verifyEnds(const QByteArray& reason) const
+    {
+        const auto end = Programs::ended(agent());
+        QCOMPARE(end.code, 0);
+        const QByteArray lastWords = end.errors.trimmed().split('\n').last();
+        QVERIFY_CONTAINS(lastWords, "the agent ends: " + reason);
+    }
+
+    /// Opens the menu by a right click, and chooses the entry to which `arrow` leads first.
+    void chooseFromMenu(const char* arrow) const
+    {
+        DesktopFixture::moveTo(place("memory"));
+        VirtualDisplay::xdotool("click 3");
+        QTest::qWait(300);
+        VirtualDisplay::xdotool("key", { text(arrow), text("Return") });
+    }
 
 private Q_SLOTS:
     void theMenuQuitsItAndSwitchesItOff()
     {
-        DesktopFixture::moveTo(place("memory"));
-        VirtualDisplay::xdotool({ text("click"), text("3") });
-        QTest::qWait(300);
-        VirtualDisplay::xdotool({ text("key"), text("Up") });
-        VirtualDisplay::xdotool({ text("key"), text("Return") });
-        QVERIFY(agent().waitForFinished(patience));
-        QCOMPARE(agent().exitCode(), 0);
+        chooseFromMenu("Up");
+        verifyEnds("its menu");
         QCOMPARE(fixture().read("agentEnabled"), QByteArray("false"));
-        QVERIFY(lastWords().contains("the agent ends: its menu"));
     }
 
     void itOpensTheSettingsAlsoBesideARunWithoutAWindow()
     {
         // A run that only saves pictures. It is stopped, so that it stays running.
         QProcess looking;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(text("QT_QPA_PLATFORM"), text("offscreen"));
-        looking.setProcessEnvironment(environment);
+        looking.setProcessEnvironment(Programs::environment({ { "QT_QPA_PLATFORM", "offscreen" } }));
         looking.start(
             fixture().program("Kestrum"), { text("--pictures"), TestHome::root() + text("/pictures") });
         QVERIFY(looking.waitForStarted(patience));
         ::kill(pid_t(looking.processId()), SIGSTOP);
 
         fixture().turnToOther();
-        DesktopFixture::moveTo(place("memory"));
-        VirtualDisplay::xdotool({ text("click"), text("3") });
-        QTest::qWait(300);
-        VirtualDisplay::xdotool({ text("key"), text("Down") });
-        VirtualDisplay::xdotool({ text("key"), text("Return") });
+        chooseFromMenu("Down");
         QList<qint32> opened;
         const auto isOpened = [&] {
             opened = fixture().settingsApplications();
@@ -64,22 +65,18 @@ private Q_SLOTS:
         QVERIFY(!window.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
         // The application got a startup token for the click, with the X server's time.
-        QFile variables(text("/proc/%1/environ").arg(opened.first()));
-        QVERIFY(variables.open(QIODevice::ReadOnly));
         static const QRegularExpression token(text("DESKTOP_STARTUP_ID=\\S+_TIME[1-9]\\d*$"));
-        const QStringList all = QString::fromLocal8Bit(variables.readAll()).split(QChar(u'\0'));
+        const QStringList all
+            = QString::fromLocal8Bit(DesktopFixture::environmentOf(opened.first())).split(QChar(u'\0'));
         QCOMPARE(all.filter(token).size(), 1);
         fixture().endSettingsApplications();
     }
 
     void aSecondAgentEndsAtOnce()
     {
-        QProcess second;
-        second.start(fixture().agentProgram(), {});
-        QVERIFY(second.waitForFinished(patience));
-        QCOMPARE(second.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(second.exitCode(), 0);
-        QCOMPARE(second.readAllStandardError().count('\n'), 1);
+        const auto second = Programs::run(fixture().agentProgram(), {});
+        QCOMPARE(second.code, 0);
+        QCOMPARE(second.errors.count('\n'), 1);
         QCOMPARE(agent().state(), QProcess::Running);
     }
 
@@ -89,12 +86,12 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("reason");
         const QString tool = fixture().program("kestrumctl");
         QTest::newRow("by the signal")
-            << QStringList { tool, text("post"), text("quitAgent") } << QByteArray("it was asked to quit");
-        QTest::newRow("by its switch") << QStringList { tool, text("write"), text("agentEnabled"),
-            text("false") } << QByteArray("it was switched off in the settings");
+            << QStringList(tool) + words("post quitAgent") << QByteArray("it was asked to quit");
+        QTest::newRow("by its switch") << QStringList(tool) + words("write agentEnabled false")
+                                       << QByteArray("it was switched off in the settings");
         const QByteArray system("a signal of the system");
-        QTest::newRow("by SIGTERM") << QStringList { text("kill"), text("-TERM") } << system;
-        QTest::newRow("by SIGINT") << QStringList { text("kill"), text("-INT") } << system;
+        QTest::newRow("by SIGTERM") << words("kill -TERM") << system;
+        QTest::newRow("by SIGINT") << words("kill -INT") << system;
     }
     void itEndsWhenAskedAndSaysWhy()
     {
@@ -102,13 +99,8 @@ private Q_SLOTS:
         QFETCH(const QByteArray, reason);
         if (command.first() == QLatin1StringView("kill"))
             command.append(QString::number(agent().processId()));
-        QProcess asking;
-        asking.start(command.first(), command.mid(1));
-        QVERIFY(asking.waitForFinished(patience));
-        QVERIFY(agent().waitForFinished(patience));
-        QCOMPARE(agent().exitStatus(), QProcess::NormalExit);
-        QCOMPARE(agent().exitCode(), 0);
-        QVERIFY(lastWords().contains("the agent ends: " + reason));
+        QCOMPARE(Programs::run(command.first(), command.mid(1)).code, 0);
+        verifyEnds(reason);
         waitForNoStrip();
     }
 
@@ -118,14 +110,10 @@ private Q_SLOTS:
         const QByteArray place = qgetenv("XDG_RUNTIME_DIR");
         qunsetenv("XDG_RUNTIME_DIR");
         startAgent();
-        QProcess stopping;
-        stopping.start(fixture().program("kestrumctl"), { text("agent"), text("stop") });
-        const bool isStopped = stopping.waitForFinished(patience);
+        const auto stopping = Programs::run(fixture().program("kestrumctl"), words("agent stop"));
         qputenv("XDG_RUNTIME_DIR", place);
-        QVERIFY(isStopped);
-        QVERIFY2(stopping.exitCode() == 0, stopping.readAllStandardError().constData());
-        QTRY_COMPARE_WITH_TIMEOUT(agent().state(), QProcess::NotRunning, patience);
-        QVERIFY(lastWords().contains("the agent ends: it was switched off in the settings"));
+        QVERIFY2(stopping.code == 0, stopping.errors.constData());
+        verifyEnds("it was switched off in the settings");
     }
 
     void aSuiteThatCannotBeIsReplacedWithoutAWord()
@@ -133,17 +121,15 @@ private Q_SLOTS:
         Programs::end(agent());
         qputenv("KESTRUM_SETTINGS_SUITE", QByteArray(300, 'x'));
         startAgent({}, Wait::no);
-        const auto window = Programs::started(
-            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
+        const auto window
+            = Programs::started(fixture().program("Kestrum"), words("-platform offscreen --first-frame"));
         qunsetenv("KESTRUM_SETTINGS_SUITE");
         waitForStrip();
         Programs::end(agent());
-        QTRY_COMPARE_WITH_TIMEOUT(window->state(), QProcess::NotRunning, patience);
-        QCOMPARE(window->readAllStandardOutput(), QByteArray("painted\n"));
-        for (QProcess* process : { &agent(), window.get() }) {
-            const QByteArray said = process->readAllStandardError();
+        const auto painted = Programs::ended(*window);
+        QCOMPARE(painted.output, QByteArray("painted\n"));
+        for (const QByteArray& said : { agent().readAllStandardError(), painted.errors })
             QVERIFY2(!said.contains("suite") && !said.contains("xxx"), said.constData());
-        }
     }
 
     void startedAtLoginItRunsOnlyWhereItIsSwitchedOn()
@@ -152,12 +138,10 @@ private Q_SLOTS:
         fixture().write("agentEnabled", "false");
         startAgent();
         Programs::end(agent());
-        startAgent({ text("--login") }, Wait::no);
-        QVERIFY(agent().waitForFinished(patience));
-        QCOMPARE(agent().exitCode(), 0);
-        QVERIFY(lastWords().contains("the agent ends: it is switched off"));
+        startAgent(words("--login"), Wait::no);
+        verifyEnds("it is switched off");
         fixture().write("agentEnabled", "true");
-        startAgent({ text("--login") });
+        startAgent(words("--login"));
         QCOMPARE(agent().state(), QProcess::Running);
     }
 
@@ -187,9 +171,9 @@ private Q_SLOTS:
         startAgent();
         qunsetenv("XDG_ACTIVATION_TOKEN");
         qunsetenv("DESKTOP_STARTUP_ID");
-        if (fixture().kestrumctl({ text("read"), text("updaterCanCheck") }) != "true")
+        if (fixture().kestrumctl("read updaterCanCheck") != "true")
             QSKIP("this agent was built without updates, and starts nobody");
-        fixture().kestrumctl({ text("post"), text("checkForUpdates") });
+        fixture().kestrumctl("post checkForUpdates");
         QTRY_VERIFY_WITH_TIMEOUT(
             apt.written("environment").contains("DISPLAY="), patience); // other variables are inherited
         for (const char* own : { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "QT_XCB_NO_MITSHM" })
@@ -198,14 +182,9 @@ private Q_SLOTS:
 
     void itSaysWhatItIs()
     {
-        QVERIFY(
-            Programs::output(fixture().agentProgram(), { text("--help") }).contains("Usage: KestrumAgent"));
-        QVERIFY(
-            Programs::output(fixture().agentProgram(), { text("--version") }).startsWith("KestrumAgent "));
-        QProcess wrong;
-        wrong.start(fixture().agentProgram(), { text("--wrong") });
-        QVERIFY(wrong.waitForFinished(patience));
-        QCOMPARE(wrong.exitCode(), 2);
+        QVERIFY(Programs::output(fixture().agentProgram(), words("--help")).contains("Usage: KestrumAgent"));
+        QVERIFY(Programs::output(fixture().agentProgram(), words("--version")).startsWith("KestrumAgent "));
+        QCOMPARE(Programs::run(fixture().agentProgram(), words("--wrong")).code, 2);
     }
 };
 

@@ -1,8 +1,7 @@
 // The built agent on a desktop with two screens and real panels. The toolkit does not report the panels: with several screens
 // it takes each whole screen as available.
 
-#include "tests/Support/DesktopTest.h"
-#include "tests/Support/Text.h"
+#include "tests/Support/PanelTest.h"
 
 #include <QRect>
 
@@ -13,7 +12,7 @@ using Programs::patience;
 namespace {
 
 constexpr int leftWidth = 600; ///< of the left screen; the right one takes the rest
-constexpr int thickness = 30;  ///< of a panel
+constexpr int thickness = PanelTest::panelHeight;
 constexpr int height = DesktopFixture::stripHeight;
 
 /// Divides the display into two screens.
@@ -24,11 +23,8 @@ void arrange(const char* leftName, const char* rightName)
             { text("--setmonitor"), text(name),
                 text("%1/%1x%2/%2+%3+0").arg(width).arg(VirtualDisplay::height).arg(left), text(output) });
     };
-    for (const char* name : { "left", "right" }) {
-        QProcess forgetting;
-        forgetting.start(text("xrandr"), { text("--delmonitor"), text(name) });
-        forgetting.waitForFinished(patience); // fails when there are none
-    }
+    for (const char* name : { "left", "right" })
+        Programs::run(text("xrandr"), { text("--delmonitor"), text(name) }); // fails when there are none
     set(leftName, 0, leftWidth, "screen");
     set(rightName, leftWidth, VirtualDisplay::width - leftWidth, "none");
 }
@@ -36,15 +32,8 @@ void arrange(const char* leftName, const char* rightName)
 /// The strip's rectangle on the screen, empty when it is not shown.
 QRect strip()
 {
-    QProcess asking;
-    asking.start(text("xdotool"),
-        { text("search"), text("--onlyvisible"), text("--name"), text("^Kestrum$"), text("getwindowgeometry"),
-            text("--shell") });
-    asking.waitForFinished(patience);
-    QMap<QByteArray, int> values;
-    for (const QByteArray& line : asking.readAllStandardOutput().split('\n'))
-        values.insert(line.split('=').value(0), line.split('=').value(1).toInt());
-    return { values["X"], values["Y"], values["WIDTH"], values["HEIGHT"] };
+    return DesktopFixture::geometry(
+        Programs::run(text("xdotool"), words("search --onlyvisible --name ^Kestrum$")).output.trimmed());
 }
 
 } // namespace
@@ -58,14 +47,8 @@ class AgentScreensEndToEndTest : public DesktopTest {
     /// Starts a panel at an edge of a screen (1 is the left screen).
     void startPanel(int screen, const char* place)
     {
-        const QString file = TestHome::root() + text("/tint2rc");
-        QFile configuration(file);
-        QVERIFY(configuration.open(QIODevice::WriteOnly));
-        configuration.write("panel_items = E\npanel_size = 100% " + QByteArray::number(thickness)
-            + "\nstrut_policy = follow_size\npanel_position = " + place
+        m_panel = PanelTest::startedPanel(QByteArray("panel_position = ") + place
             + "\npanel_monitor = " + QByteArray::number(screen) + '\n');
-        configuration.close();
-        m_panel = Programs::started(text("tint2"), { text("-c"), file });
     }
 
     void endPanel()
@@ -151,11 +134,10 @@ private Q_SLOTS:
     {
         const QString name = text("_GTK_WORKAREAS_D0");
         Programs::output(text("xprop"),
-            { text("-root"), text("-f"), name, text("32c"), text("-set"), name,
-                text("0,27,600,773,600,0,400,800") });
+            words("-root -f") << name << words("32c -set") << name << text("0,27,600,773,600,0,400,800"));
         startAgent();
         QTRY_COMPARE_WITH_TIMEOUT(strip(), cornered(leftWidth, 27), patience);
-        Programs::output(text("xprop"), { text("-root"), text("-remove"), name });
+        Programs::output(text("xprop"), words("-root -remove") << name);
         QTRY_COMPARE_WITH_TIMEOUT(strip(), cornered(leftWidth, 0), patience);
     }
 
@@ -164,11 +146,11 @@ private Q_SLOTS:
         startPanel(1, "top center horizontal");
         startAgent();
         QTRY_COMPARE_WITH_TIMEOUT(strip(), cornered(leftWidth, thickness), patience);
-        const QByteArray window = VirtualDisplay::xdotool({ text("search"), text("--class"), text("tint2") });
+        const QByteArray window = VirtualDisplay::xdotool("search --class tint2");
         Programs::output(text("xprop"),
-            { text("-id"), QString::fromLatin1(window), text("-f"), text("_NET_WM_STRUT_PARTIAL"),
-                text("32c"), text("-set"), text("_NET_WM_STRUT_PARTIAL"),
-                text("0,0,50,0,0,0,0,0,0,599,0,0") });
+            words("-id " + window
+                + " -f _NET_WM_STRUT_PARTIAL 32c -set _NET_WM_STRUT_PARTIAL"
+                  " 0,0,50,0,0,0,0,0,0,599,0,0"));
         QTRY_COMPARE_WITH_TIMEOUT(strip(), cornered(leftWidth, 50), patience);
     }
 };

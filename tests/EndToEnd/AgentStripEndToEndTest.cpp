@@ -3,8 +3,8 @@
 
 #include "tests/Support/OpenedWindow.h"
 #include "tests/Support/PanelTest.h"
+#include "tests/Support/Pixels.h"
 #include "tests/Support/SeenTimes.h"
-#include "tests/Support/Text.h"
 
 #include <QElapsedTimer>
 #include <cmath>
@@ -17,19 +17,6 @@ namespace {
 
 constexpr int stripHeight = DesktopFixture::stripHeight;
 const QColor plate(222, 222, 222);
-
-bool hasHue(const QImage& image, const QColor& hue)
-{
-    for (int y = 0; y < image.height(); ++y) {
-        for (int x = 0; x < image.width(); ++x) {
-            const QColor pixel = image.pixelColor(x, y);
-            if (std::abs(pixel.red() - hue.red()) < 8 && std::abs(pixel.green() - hue.green()) < 8
-                && std::abs(pixel.blue() - hue.blue()) < 8)
-                return true;
-        }
-    }
-    return false;
-}
 
 } // namespace
 
@@ -44,8 +31,7 @@ class AgentStripEndToEndTest : public PanelTest {
 
     static QByteArray shownStrip()
     {
-        return VirtualDisplay::xdotool(
-            { text("search"), text("--onlyvisible"), text("--name"), text("^Kestrum$") });
+        return VirtualDisplay::xdotool("search --onlyvisible --name ^Kestrum$");
     }
 
     void showItems(bool isShown) const
@@ -70,12 +56,11 @@ private Q_SLOTS:
         QVERIFY(DesktopFixture::stripWidth(panelHeight) > 200);
         QCOMPARE(shown.pixelColor(shown.width() - 2, 11), plate);
         // Items are drawn on the strip, not only the plate and labels.
-        QVERIFY(hasHue(shown, QColor(69, 184, 153)));
+        const auto isSignal = [](const QColor& pixel) { return isNear(pixel, QColor(69, 184, 153), 7); };
+        QVERIFY(!areaOf(shown, isSignal).isNull());
         // Nothing of the strip is above or below.
-        const QImage around = DesktopFixture::picture(
-            { VirtualDisplay::width - 400, 0, 400, panelHeight + stripHeight + 20 });
         for (int y : { panelHeight - 1, panelHeight + stripHeight })
-            QVERIFY(around.pixelColor(around.width() - 40, y) != plate);
+            QVERIFY(DesktopFixture::colour({ VirtualDisplay::width - 40, y }) != plate);
     }
 
     void valuesChangeWithTime()
@@ -94,13 +79,13 @@ private Q_SLOTS:
         for (int round = 0; round < 2; ++round) {
             const QByteArray window = shownStrip();
             QVERIFY(!window.isEmpty());
-            const QByteArray properties = Programs::output(
-                text("xprop"), { text("-id"), QString::fromLatin1(window), text("_NET_WM_WINDOW_TYPE") });
-            QVERIFY2(properties.contains("_NET_WM_WINDOW_TYPE_DOCK"), properties.constData());
-            VirtualDisplay::xdotool({ text("set_desktop"), text("1") });
+            const QByteArray properties
+                = Programs::output(text("xprop"), words("-id " + window + " _NET_WM_WINDOW_TYPE"));
+            QVERIFY_CONTAINS(properties, "_NET_WM_WINDOW_TYPE_DOCK");
+            VirtualDisplay::xdotool("set_desktop 1");
             QTest::qWait(200);
             const int width = DesktopFixture::stripWidth(panelHeight);
-            VirtualDisplay::xdotool({ text("set_desktop"), text("0") });
+            VirtualDisplay::xdotool("set_desktop 0");
             QCOMPARE(width, fixture().expectedStripWidth());
 
             showItems(false);
@@ -135,17 +120,13 @@ private Q_SLOTS:
 
         QByteArray window;
         QTRY_VERIFY_WITH_TIMEOUT(!(window = shownStrip()).isEmpty(), patience);
-        QMap<QByteArray, int> geometry;
-        for (const QByteArray& line : VirtualDisplay::xdotool(
-                 { text("getwindowgeometry"), text("--shell"), QString::fromLatin1(window) })
-                                          .split('\n'))
-            geometry.insert(line.split('=').first(), line.split('=').last().toInt());
-        const int end = geometry["X"] + geometry["WIDTH"];
+        const QRect strip = DesktopFixture::geometry(window);
+        const int end = strip.x() + strip.width();
         // The strip ends less than two points before the screen's edge, and not beyond it.
         QVERIFY2(end <= VirtualDisplay::width && end > VirtualDisplay::width - 2 * scale.toDouble(),
             QByteArray::number(end).constData());
-        QCOMPARE_GE(geometry["WIDTH"], std::floor(fixture().expectedStripWidth() * scale.toDouble()));
-        QCOMPARE_GE(geometry["HEIGHT"], std::floor(stripHeight * scale.toDouble()));
+        QCOMPARE_GE(strip.width(), std::floor(fixture().expectedStripWidth() * scale.toDouble()));
+        QCOMPARE_GE(strip.height(), std::floor(stripHeight * scale.toDouble()));
         Programs::end(*scaled);
     }
 
@@ -160,8 +141,7 @@ private Q_SLOTS:
     void inALanguageFromTheRightItStandsAtTheOtherEnd()
     {
         const auto isPlateAt = [](int x) {
-            return DesktopFixture::picture({ x, panelHeight + stripHeight / 2, 1, 1 }).pixelColor(0, 0)
-                == plate;
+            return DesktopFixture::colour({ x, panelHeight + stripHeight / 2 }) == plate;
         };
         fixture().write("language", "\"ar\"");
         waitForNoStrip();
@@ -217,14 +197,10 @@ private Q_SLOTS:
 
     void aDragIsStoredAndTold()
     {
-        const auto listener = Programs::started(fixture().program("kestrumctl"),
-            { text("listen"), text("menuBarChanged"), text("--timeout"), text("20") });
-        listener->setReadChannel(QProcess::StandardError);
-        QVERIFY(listener->waitForReadyRead(patience));
+        const auto listener = fixture().listener("menuBarChanged");
         dragToTheEnd("storage");
         QTRY_COMPARE_WITH_TIMEOUT(
             fixture().read("menuBarOrder"), QByteArray("\"sensors,memory,cpu,storage\""), patience);
-        listener->setReadChannel(QProcess::StandardOutput);
         if (!listener->bytesAvailable())
             QVERIFY(listener->waitForReadyRead(patience));
         QVERIFY(listener->readAllStandardOutput().contains("menuBarChanged"));

@@ -9,11 +9,7 @@
 
 using namespace kestrum;
 
-namespace {
-
 using Programs::patience;
-
-} // namespace
 
 class AgentSwitchEndToEndTest : public DesktopTest {
     Q_OBJECT
@@ -32,8 +28,7 @@ private Q_SLOTS:
     {
         AgentSwitch row(fixture());
         QVERIFY(!row.isOn());
-        const qint32 agent = row.switchOn();
-        QVERIFY(agent > 0);
+        row.switchOn();
         QVERIFY(row.isOn());
         QCOMPARE(fixture().read("agentEnabled"), QByteArray("true"));
         row.click();
@@ -52,7 +47,7 @@ private Q_SLOTS:
         // There is no panel, so the strip is at the top of the screen.
         const QRect place(VirtualDisplay::width - 400, 0, 400, DesktopFixture::stripHeight);
         const QImage empty = DesktopFixture::picture(place);
-        QVERIFY(row.switchOn() > 0);
+        row.switchOn();
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::stripWidth(0), fixture().expectedStripWidth(), patience);
         QVERIFY(row.restingPreview() == preview);
         row.click();
@@ -72,7 +67,7 @@ private Q_SLOTS:
     void theAgentIsNotStartedWhenItIsSwitchedOff()
     {
         AgentSwitch row(fixture());
-        QTest::qWait(AgentSwitch::second + 300);
+        QTest::qWait(500); // the start would follow the first frame
         QVERIFY(agents().isEmpty());
         QVERIFY(!row.isOn());
     }
@@ -81,7 +76,6 @@ private Q_SLOTS:
     {
         AgentSwitch row(fixture());
         const qint32 agent = row.switchOn();
-        QVERIFY(agent > 0);
         row.close();
         QVERIFY(row.hasEnded());
         QTest::qWait(300);
@@ -92,7 +86,7 @@ private Q_SLOTS:
     {
         AgentSwitch row(fixture());
         const qint32 agent = row.switchOn();
-        QVERIFY(agent > 0);
+        QVERIFY(agent > 0); // or all processes of the test would be killed
         QElapsedTimer clock;
         clock.start();
         ::kill(agent, SIGKILL);
@@ -142,7 +136,6 @@ private Q_SLOTS:
     {
         AgentSwitch row(fixture());
         const qint32 old = row.switchOn();
-        QVERIFY(old > 0);
         ProcessCounter census(fixture().agentProgram());
         row.click();
         QTest::qWait(100);

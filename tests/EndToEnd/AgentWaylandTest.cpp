@@ -1,20 +1,17 @@
 // The built agent on Wayland desktops without a screen: sway has layers, and the tests check the strip on pictures there;
 // cage has none. Since sway refuses root, compositors and agents run as an ordinary user.
 
-#include "tests/Support/Programs.h"
+#include "tests/Support/DesktopFixture.h"
+#include "tests/Support/OrdinaryUser.h"
+#include "tests/Support/Pixels.h"
+#include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QImage>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QRegularExpression>
-#include <QTest>
 #include <cmath>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -25,32 +22,7 @@ using Programs::patience;
 namespace {
 
 constexpr uid_t nobody = 65534;
-constexpr int stripHeight = 22;
-/// The width of the strip's plate on either side of its items.
-constexpr int sideRoom = 8;
 const QColor plate(222, 222, 222);
-
-/// Wraps a command so that it runs as an ordinary user.
-QStringList asUser(const QStringList& command)
-{
-    if (::geteuid() != 0)
-        return command;
-    return QStringList { QStringLiteral("setpriv"), QStringLiteral("--reuid=65534"),
-        QStringLiteral("--regid=65534"), QStringLiteral("--clear-groups") }
-    + command;
-}
-
-std::unique_ptr<QProcess> startedAsUser(const QStringList& command)
-{
-    const QStringList words = asUser(command);
-    return Programs::started(words.first(), words.mid(1));
-}
-
-QByteArray outputAsUser(const QStringList& command)
-{
-    const QStringList words = asUser(command);
-    return Programs::output(words.first(), words.mid(1));
-}
 
 QString place(const char* relative)
 {
@@ -59,7 +31,7 @@ QString place(const char* relative)
 
 QString agentProgram()
 {
-    return place("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent");
+    return StandIns::agentOf(place("Kestrum.app"));
 }
 
 QByteArray kestrumctl(const QStringList& arguments)
@@ -69,43 +41,42 @@ QByteArray kestrumctl(const QStringList& arguments)
 
 void write(const char* key, const char* json)
 {
-    kestrumctl({ QStringLiteral("write"), QString::fromLatin1(key), QString::fromLatin1(json) });
+    kestrumctl({ text("write"), text(key), text(json) });
+}
+
+void hideItems(std::initializer_list<const char*> keys)
+{
+    for (const char* key : keys)
+        write(key, "false");
 }
 
 /// The name of the compositor's socket, empty while there is none.
 QString waylandSocket()
 {
     const QStringList sockets = QDir(TestHome::runtimeDirectory())
-                                    .entryList({ QStringLiteral("wayland-*") }, QDir::System | QDir::Files)
-                                    .filter(QRegularExpression(QStringLiteral("^wayland-[0-9]+$")));
+                                    .entryList({ text("wayland-*") }, QDir::System | QDir::Files)
+                                    .filter(QRegularExpression(text("^wayland-[0-9]+$")));
     return sockets.isEmpty() ? QString() : sockets.first();
 }
 
 QImage screen()
 {
-    const QString file = TestHome::runtimeDirectory() + QStringLiteral("/screen.png");
-    outputAsUser({ QStringLiteral("grim"), file });
+    const QString file = TestHome::runtimeDirectory() + text("/screen.png");
+    outputAsUser({ text("grim"), file });
     return QImage(file);
 }
 
-/// The rectangle that the strip's plate takes on a picture of the screen.
-QRect plateOn(const QImage& picture)
+/// The rectangle that the strip's plate takes on the screen.
+QRect strip()
 {
-    QRect found;
-    for (int y = 0; y < picture.height(); ++y) {
-        for (int x = 0; x < picture.width(); ++x) {
-            if (picture.pixelColor(x, y) == plate)
-                found |= QRect(x, y, 1, 1);
-        }
-    }
-    return found;
+    return areaOf(screen(), plate);
 }
 
 /// The strip's expected width with the current settings.
 int expectedWidth()
 {
-    const QJsonObject strip = QJsonDocument::fromJson(kestrumctl({ QStringLiteral("describe") })).object();
-    return int(std::ceil(strip[QLatin1StringView("width")].toDouble())) + 2 * sideRoom;
+    const QJsonObject strip = QJsonDocument::fromJson(kestrumctl(words("describe"))).object();
+    return int(std::ceil(strip[QLatin1StringView("width")].toDouble())) + 2 * DesktopFixture::stripSideRoom;
 }
 
 } // namespace
@@ -123,20 +94,31 @@ class AgentWaylandTest : public QObject {
         qputenv("WAYLAND_DISPLAY", waylandSocket().toUtf8());
     }
 
+    static void waitForStrip() { QTRY_COMPARE_WITH_TIMEOUT(strip().width(), expectedWidth(), patience); }
+
     void startOnSway()
     {
-        startCompositor({ QStringLiteral("sway"), QStringLiteral("-c"), place("sway.conf") });
+        startCompositor(words("sway -c") << place("sway.conf"));
         QTRY_VERIFY_WITH_TIMEOUT(screen().width() == 1000, patience);
         m_agent = startedAsUser({ agentProgram() });
-        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+        waitForStrip();
+    }
+
+    /// Starts the agent where there are no layers, and waits until it says so.
+    void startOnCage()
+    {
+        startCompositor(words("cage -- cat"));
+        m_agent = startedAsUser({ agentProgram() });
+        m_agent->setReadChannel(QProcess::StandardError);
+        QVERIFY(m_agent->waitForReadyRead(patience));
     }
 
     static QByteArray swaymsg(const char* message)
     {
         const QStringList sockets
-            = QDir(TestHome::runtimeDirectory()).entryList({ QStringLiteral("sway-ipc.*") }, QDir::System);
-        return outputAsUser({ QStringLiteral("swaymsg"), QStringLiteral("-s"),
-            TestHome::runtimeDirectory() + u'/' + sockets.value(0), QString::fromLatin1(message) });
+            = QDir(TestHome::runtimeDirectory()).entryList({ text("sway-ipc.*") }, QDir::System);
+        return outputAsUser(
+            words("swaymsg -s") << TestHome::runtimeDirectory() + u'/' + sockets.value(0) << text(message));
     }
 
 private Q_SLOTS:
@@ -155,14 +137,10 @@ private Q_SLOTS:
         for (const char* part : { "Kestrum.app/Contents/Resources", "Kestrum.app/Contents/Info.plist",
                  "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Resources",
                  "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Info.plist" })
-            Programs::output(QStringLiteral("cp"),
-                { QStringLiteral("-r"), built + QString::fromLatin1(part), place(part) });
-        QVERIFY(QFile::copy(built + QStringLiteral("tests/StandInTray"), place("StandInTray")));
-        QFile configuration(place("sway.conf"));
-        QVERIFY(configuration.open(QIODevice::WriteOnly));
-        configuration.write("output * resolution 1000x400 bg #204060 solid_color\n"
-                            "bar {\n  position top\n}\n");
-        configuration.close();
+            Programs::output(text("cp"), { text("-r"), built + text(part), place(part) });
+        QVERIFY(QFile::copy(built + text("tests/StandInTray"), place("StandInTray")));
+        kestrum::write(place("sway.conf"),
+            "output * resolution 1000x400 bg #204060 solid_color\nbar {\n  position top\n}\n");
         if (::geteuid() == 0) {
             QCOMPARE(::chmod(QFile::encodeName(TestHome::root()).constData(), 0711), 0);
             for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") })
@@ -197,9 +175,9 @@ private Q_SLOTS:
         startOnSway();
         const QImage picture = screen();
         if (const QString folder = qEnvironmentVariable("KESTRUM_TEST_PICTURES"); !folder.isEmpty())
-            picture.save(folder + QStringLiteral("/agent-wayland.png"));
-        const QRect strip = plateOn(picture);
-        QCOMPARE(strip.height(), stripHeight);
+            picture.save(folder + text("/agent-wayland.png"));
+        const QRect strip = areaOf(picture, plate);
+        QCOMPARE(strip.height(), DesktopFixture::stripHeight);
         QCOMPARE(strip.right(), picture.width() - 1);
         // The desktop is right below the strip. Right above it is the bar, which has another colour.
         const QColor desktop(0x20, 0x40, 0x60);
@@ -214,26 +192,25 @@ private Q_SLOTS:
     {
         startOnSway();
         write("showMemoryItem", "false");
-        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+        waitForStrip();
         const QImage bars = screen();
         write("meterStyle", "\"wave\"");
         QTRY_VERIFY_WITH_TIMEOUT(screen() != bars, patience);
-        for (const char* key : { "showCPUItem", "showStorageItem", "showSensorsItem" })
-            write(key, "false");
-        QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
+        hideItems({ "showCPUItem", "showStorageItem", "showSensorsItem" });
+        QTRY_VERIFY_WITH_TIMEOUT(strip().isEmpty(), patience);
         write("showCPUItem", "true");
-        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+        waitForStrip();
     }
 
     void inALanguageFromTheRightItStandsAtTheOtherEnd()
     {
         startOnSway();
-        const QRect before = plateOn(screen());
+        const QRect before = strip();
         write("language", "\"ar\"");
-        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).left(), 0, patience);
-        QCOMPARE(plateOn(screen()).size(), before.size());
+        QTRY_COMPARE_WITH_TIMEOUT(strip().left(), 0, patience);
+        QCOMPARE(strip().size(), before.size());
         write("language", "\"en\"");
-        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()), before, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(strip(), before, patience);
     }
 
     void itComesBackWithTheScreen()
@@ -243,41 +220,33 @@ private Q_SLOTS:
         QTest::qWait(500);
         QCOMPARE(m_agent->state(), QProcess::Running);
         QVERIFY(!swaymsg("output HEADLESS-1 enable").isEmpty());
-        QTRY_COMPARE_WITH_TIMEOUT(plateOn(screen()).width(), expectedWidth(), patience);
+        waitForStrip();
     }
 
     void itEndsWhenAsked()
     {
         startOnSway();
         m_agent->terminate();
-        QVERIFY(m_agent->waitForFinished(patience));
-        QCOMPARE(m_agent->exitStatus(), QProcess::NormalExit);
-        QCOMPARE(m_agent->exitCode(), 0);
-        QTRY_VERIFY_WITH_TIMEOUT(plateOn(screen()).isEmpty(), patience);
+        QCOMPARE(Programs::ended(*m_agent).code, 0);
+        QTRY_VERIFY_WITH_TIMEOUT(strip().isEmpty(), patience);
     }
 
     void withoutLayersItIsAStatusIconOnceThereIsAPlaceForThem()
     {
-        const QString bus
-            = QStringLiteral("unix:path=") + TestHome::runtimeDirectory() + QStringLiteral("/bus");
-        const auto daemon = startedAsUser({ QStringLiteral("dbus-daemon"), QStringLiteral("--session"),
-            QStringLiteral("--nofork"), QStringLiteral("--nopidfile"), QStringLiteral("--print-address"),
-            QStringLiteral("--address=") + bus });
+        const QString bus = text("unix:path=") + TestHome::runtimeDirectory() + text("/bus");
+        const auto daemon = startedAsUser(
+            words("dbus-daemon --session --nofork --nopidfile --print-address") << text("--address=") + bus);
         QVERIFY(daemon->waitForReadyRead(patience));
         qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toUtf8());
         qputenv("XDG_CURRENT_DESKTOP", "GNOME");
-        startCompositor({ QStringLiteral("cage"), QStringLiteral("--"), QStringLiteral("cat") });
-        m_agent = startedAsUser({ agentProgram() });
-        m_agent->setReadChannel(QProcess::StandardError);
-        QVERIFY(m_agent->waitForReadyRead(patience));
+        startOnCage();
         QVERIFY(m_agent->readAllStandardError().contains("neither a place"));
         const auto tray = startedAsUser({ place("StandInTray") });
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         qunsetenv("XDG_CURRENT_DESKTOP");
         QVERIFY(tray->waitForReadyRead(patience));
         QCOMPARE(tray->readLine(), QByteArray("light\n"));
-        for (const char* key : { "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" })
-            write(key, "false");
+        hideItems({ "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" });
         QVERIFY(tray->waitForReadyRead(patience));
         QCOMPARE(tray->readLine(), QByteArray("gone\n"));
         QTest::qWait(500);
@@ -288,10 +257,7 @@ private Q_SLOTS:
 
     void withoutLayersItSaysSoOnceAndRuns()
     {
-        startCompositor({ QStringLiteral("cage"), QStringLiteral("--"), QStringLiteral("cat") });
-        m_agent = startedAsUser({ agentProgram() });
-        m_agent->setReadChannel(QProcess::StandardError);
-        QVERIFY(m_agent->waitForReadyRead(patience));
+        startOnCage();
         QTest::qWait(1000);
         QCOMPARE(m_agent->state(), QProcess::Running);
         const QByteArray said = m_agent->readAllStandardError();

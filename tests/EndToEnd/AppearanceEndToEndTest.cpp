@@ -30,8 +30,7 @@ class AppearanceEndToEndTest : public DesktopTest {
     /// The colour at a corner of the strip's plate, beside its items.
     static QColor plate()
     {
-        return DesktopFixture::picture({ VirtualDisplay::width - DesktopFixture::stripSideRoom / 2, 3, 1, 1 })
-            .pixelColor(0, 0);
+        return DesktopFixture::colour({ VirtualDisplay::width - DesktopFixture::stripSideRoom / 2, 3 });
     }
     QColor sidebar() const { return m_window->colour({ 2, 300 }); }
     /// The colour of the selected row in the sidebar, beside its text.

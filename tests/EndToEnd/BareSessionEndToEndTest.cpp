@@ -2,7 +2,6 @@
 // programs work without these and create no replacement.
 
 #include "tests/Support/DesktopTest.h"
-#include "tests/Support/Text.h"
 
 #include <QSet>
 #include <QStandardPaths>
@@ -66,10 +65,8 @@ class BareSessionEndToEndTest : public DesktopTest {
         QSet<int> pids;
         const QStringList entries = QDir(text("/proc")).entryList(QDir::Dirs);
         for (const QString& entry : entries) {
-            QFile name(text("/proc/%1/comm").arg(entry));
-            QFile environment(text("/proc/%1/environ").arg(entry));
-            if (entry.toInt() > 0 && name.open(QIODevice::ReadOnly) && name.readAll().startsWith("dbus-")
-                && environment.open(QIODevice::ReadOnly) && ('\0' + environment.readAll()).contains(home))
+            if (entry.toInt() > 0 && contentOf(text("/proc/%1/comm").arg(entry)).startsWith("dbus-")
+                && DesktopFixture::environmentOf(entry.toInt()).contains(home))
                 pids.insert(entry.toInt());
         }
         return pids;
@@ -83,16 +80,12 @@ class BareSessionEndToEndTest : public DesktopTest {
         const auto isUp = [&] { return agents().size() == 1 && DesktopFixture::stripWidth(0) > 0; };
         if (DesktopFixture::windowOf(kestrum->processId()).isEmpty() || !QTest::qWaitFor(isUp, patience))
             qWarning("the programs do not come up: %s", kestrum->readAllStandardError().constData());
-        // Both programs do more shortly after their first frames.
-        QTest::qWait(1000);
+        // Both programs look for a bus a tenth of a second after their first frames.
+        QTest::qWait(500);
         return kestrum;
     }
 
-    QByteArray agentsEnvironment() const
-    {
-        QFile file(text("/proc/%1/environ").arg(agents().value(0)));
-        return file.open(QIODevice::ReadOnly) ? '\0' + file.readAll() : QByteArray();
-    }
+    QByteArray agentsEnvironment() const { return DesktopFixture::environmentOf(agents().value(0)); }
 
 private Q_SLOTS:
     void init()
@@ -129,7 +122,7 @@ private Q_SLOTS:
         const QSet<int> before = busProcesses();
         const auto kestrum = startBoth();
         // kestrumctl opens the display if QT_QPA_PLATFORM is set, and must not start a bus then either.
-        QVERIFY(fixture().kestrumctl({ text("describe") }).contains("items"));
+        QVERIFY(fixture().kestrumctl("describe").contains("items"));
         const QSet<int> started = busProcesses() - before;
         for (const int pid : started)
             ::kill(pid, SIGKILL);

@@ -1,7 +1,7 @@
 // The switch "Launch Kestrum at login" of the built program, used by an ordinary user, since root gets no login item.
 
 #include "tests/Support/DesktopTest.h"
-#include "tests/Support/Text.h"
+#include "tests/Support/OrdinaryUser.h"
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -9,12 +9,6 @@
 using namespace kestrum;
 
 using Programs::patience;
-
-namespace {
-
-constexpr uid_t ordinaryUser = 65534;
-
-} // namespace
 
 class LoginItemEndToEndTest : public DesktopTest {
     Q_OBJECT
@@ -29,14 +23,6 @@ class LoginItemEndToEndTest : public DesktopTest {
     static QString item() { return autostart("com.orvale.kestrum.agent.desktop"); }
     static QString legacyItem() { return autostart("com.orvale.kestrum.desktop"); }
 
-    static QStringList asUser(const QStringList& command)
-    {
-        return ::geteuid() != 0 ? command
-                                : QStringList { text("setpriv"), text("--reuid=65534"), text("--regid=65534"),
-                                      text("--clear-groups") }
-                + command;
-    }
-
     void furnish() override
     {
         if (::geteuid() != 0)
@@ -44,24 +30,19 @@ class LoginItemEndToEndTest : public DesktopTest {
         // Gives that user access to the programs and to the user's own folders.
         for (const QString& folder : { TestHome::root(), QFileInfo(fixture().bundle()).path() })
             QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0711), 0);
-        for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") }) {
-            Programs::output(
-                text("chown"), { text("-R"), QString::number(ordinaryUser), QFile::decodeName(folder) });
-        }
+        for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") })
+            Programs::output(text("chown"), words("-R 65534") << QFile::decodeName(folder));
     }
 
     void write(const char* key, const char* json) const
     {
-        const QStringList words
-            = asUser({ fixture().program("kestrumctl"), text("write"), text(key), text(json) });
-        Programs::output(words.first(), words.mid(1));
+        outputAsUser({ fixture().program("kestrumctl"), text("write"), text(key), text(json) });
     }
 
     /// Opens the window on the page with the switch.
     void open(const QStringList& arguments)
     {
-        const QStringList words = asUser(QStringList(fixture().program("Kestrum")) + arguments);
-        m_kestrum = Programs::started(words.first(), words.mid(1));
+        m_kestrum = startedAsUser(QStringList(fixture().program("Kestrum")) + arguments);
         m_window = DesktopFixture::windowOf(m_kestrum->processId());
         QVERIFY2(!m_window.isEmpty(), m_kestrum->readAllStandardError().constData());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), m_window, patience);
@@ -100,11 +81,8 @@ private Q_SLOTS:
     void startedWithTheArgumentNothingIsTouched()
     {
         write("didUnregisterLegacyLoginItem", "false");
-        QVERIFY(QDir().mkpath(QFileInfo(legacyItem()).path()));
-        QFile legacy(legacyItem());
-        QVERIFY(legacy.open(QIODevice::WriteOnly));
-        legacy.close();
-        open({ text("-KestrumNoLoginItem") });
+        kestrum::write(legacyItem(), {});
+        open(words("-KestrumNoLoginItem"));
         clickSwitch();
         QTest::qWait(1000);
         QVERIFY(!QFile::exists(item()));
@@ -114,8 +92,7 @@ private Q_SLOTS:
     void theAgentNeverWritesOne()
     {
         for (const QStringList& arguments : { QStringList(), QStringList(text("-KestrumNoLoginItem")) }) {
-            const QStringList words = asUser(QStringList(fixture().agentProgram()) + arguments);
-            const auto agent = Programs::started(words.first(), words.mid(1));
+            const auto agent = startedAsUser(QStringList(fixture().agentProgram()) + arguments);
             QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::stripWidth(0) > 0, patience);
             QVERIFY(!QFile::exists(item()));
             Programs::end(*agent);

@@ -1,10 +1,8 @@
 // The settings application relaunches itself in another language.
 
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "tests/Support/FileContent.h"
 #include "tests/Support/SettingsAppTest.h"
 #include "tests/Support/SystemCallFilter.h"
-#include "tests/Support/Text.h"
 
 using namespace kestrum;
 
@@ -44,16 +42,15 @@ private Q_SLOTS:
         fixture().turnToOther();
         const qint32 next = fixture().settingsApplicationAfter(old);
         QVERIFY(next > 0);
-        QCOMPARE(m_window->application().exitStatus(), QProcess::NormalExit);
-        QCOMPARE(m_window->application().exitCode(), 0);
+        QCOMPARE(Programs::ended(m_window->application()).code, 0);
         const QByteArray window = DesktopFixture::windowOf(next);
         QVERIFY(!window.isEmpty());
-        QTest::qWait(500);
-        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::colour({ 2, 300 }, window), QColor(0xE9E9ED), patience);
+        QVERIFY(fixture().isOtherActive());
         // Both the toolkit's own texts and the window are in the new language.
         QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
         DesktopFixture::turnTo(window);
-        QTRY_VERIFY_WITH_TIMEOUT(OpenedWindow::picture(window, pageNames) == german, patience);
+        QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::picture(pageNames, window) == german, patience);
         // The new process started in that language, so losing the focus causes no further relaunch.
         DesktopFixture::turnTo(window);
         fixture().turnToOther();
@@ -74,7 +71,7 @@ private Q_SLOTS:
         // A second shell would open the application again, which would bring it to the front.
         QTest::qWait(1000);
         QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
-        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+        QVERIFY(fixture().isOtherActive());
     }
 
     void switchingBackStillRelaunches()
@@ -97,7 +94,7 @@ private Q_SLOTS:
         fixture().write("language", "\"de\"");
         QVERIFY(fixture().settingsApplicationAfter(old) > 0);
         QTest::qWait(300);
-        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+        QVERIFY(fixture().isOtherActive());
     }
 
     void savingTheSettingsInAnEditorStartsNothingAnew()
@@ -139,9 +136,7 @@ private Q_SLOTS:
         kestrum->setChildProcessModifier(
             [filter = SystemCallFilter::withoutNewProcesses()] { filter.enter(); });
         // The leak check at the end would start a process.
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("ASAN_OPTIONS"), QStringLiteral("detect_leaks=0"));
-        kestrum->setProcessEnvironment(environment);
+        kestrum->setProcessEnvironment(Programs::environment({ { "ASAN_OPTIONS", "detect_leaks=0" } }));
         kestrum->start(fixture().program("Kestrum"), {});
         const QByteArray window = DesktopFixture::windowOf(kestrum->processId());
         QVERIFY(!window.isEmpty());
@@ -149,10 +144,9 @@ private Q_SLOTS:
         fixture().write("language", "\"de\"");
         QTest::qWait(500);
         fixture().turnToOther();
-        QVERIFY(kestrum->waitForFinished(patience));
-        QCOMPARE(kestrum->exitStatus(), QProcess::NormalExit);
-        QCOMPARE(kestrum->exitCode(), 0);
-        QCOMPARE(kestrum->readAllStandardError().count("relaunch"), 0);
+        const auto end = Programs::ended(*kestrum);
+        QCOMPARE(end.code, 0);
+        QCOMPARE(end.errors.count("relaunch"), 0);
         QTest::qWait(1000);
         QVERIFY(fixture().settingsApplications().isEmpty());
     }

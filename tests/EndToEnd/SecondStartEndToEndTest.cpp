@@ -1,7 +1,6 @@
 // People start the settings application a second time and expect its window.
 
 #include "tests/Support/SettingsAppTest.h"
-#include "tests/Support/Text.h"
 
 using namespace kestrum;
 
@@ -11,12 +10,9 @@ class SecondStartEndToEndTest : public SettingsAppTest {
     Q_OBJECT
 
     /// Starts the application once more, and waits for the end of that process.
-    std::unique_ptr<QProcess> startAgain(const QStringList& arguments = {}) const
+    Programs::Ended startAgain(const QStringList& arguments = {}) const
     {
-        auto second = Programs::started(fixture().program("Kestrum"), arguments);
-        if (!second->waitForFinished(patience))
-            qWarning("a further start does not end");
-        return second;
+        return Programs::run(fixture().program("Kestrum"), arguments);
     }
 
 private Q_SLOTS:
@@ -24,9 +20,7 @@ private Q_SLOTS:
     {
         open();
         fixture().turnToOther();
-        const auto second = startAgain();
-        QCOMPARE(second->exitStatus(), QProcess::NormalExit);
-        QCOMPARE(second->exitCode(), 0);
+        QCOMPARE(startAgain().code, 0);
         QTRY_VERIFY_WITH_TIMEOUT(m_window->isActive(), patience);
         QCOMPARE(fixture().settingsApplications(), QList<qint32> { m_window->pid() });
     }
@@ -34,9 +28,9 @@ private Q_SLOTS:
     void aSecondStartRaisesAMinimisedWindow()
     {
         open();
-        VirtualDisplay::xdotool({ text("windowminimize"), QString::fromLatin1(m_window->id()) });
+        VirtualDisplay::xdotool("windowminimize " + m_window->id());
         QTRY_VERIFY_WITH_TIMEOUT(!m_window->isActive(), patience);
-        QCOMPARE(startAgain()->exitCode(), 0);
+        QCOMPARE(startAgain().code, 0);
         QTRY_VERIFY_WITH_TIMEOUT(m_window->isActive(), patience);
     }
 
@@ -48,7 +42,7 @@ private Q_SLOTS:
         qputenv("DISPLAY", ":nowhere");
         const auto second = startAgain();
         qputenv("DISPLAY", display);
-        QCOMPARE(second->exitCode(), 0);
+        QCOMPARE(second.code, 0);
         QTRY_VERIFY_WITH_TIMEOUT(m_window->isActive(), patience);
     }
 
@@ -70,7 +64,7 @@ private Q_SLOTS:
     {
         open();
         fixture().turnToOther();
-        fixture().kestrumctl({ text("post"), text("openSettings") });
+        fixture().kestrumctl("post openSettings");
         QTRY_VERIFY_WITH_TIMEOUT(m_window->isActive(), patience);
     }
 
@@ -80,9 +74,8 @@ private Q_SLOTS:
         // The first process still holds the name, but cannot be reached without its socket.
         QVERIFY(QFile::remove(TestHome::runtimeDirectory() + text("/kestrum/Kestrum.socket")));
         const auto second = startAgain();
-        QCOMPARE(second->exitStatus(), QProcess::NormalExit);
-        QCOMPARE(second->exitCode(), 1);
-        QVERIFY(second->readAllStandardError().contains("does not answer"));
+        QCOMPARE(second.code, 1);
+        QVERIFY_CONTAINS(second.errors, "does not answer");
     }
 
     void aRunThatOnlyLooksDisturbsNobody()
@@ -92,23 +85,20 @@ private Q_SLOTS:
         fixture().write("agentEnabled", "true");
         const QString legacy
             = QFile::decodeName(qgetenv("XDG_CONFIG_HOME")) + text("/autostart/com.orvale.kestrum.desktop");
-        QVERIFY(QDir().mkpath(QFileInfo(legacy).path()));
-        QFile entry(legacy);
-        QVERIFY(entry.open(QIODevice::WriteOnly));
-        entry.close();
+        write(legacy, {});
         // This page reads the state of the login item when it is shown.
         fixture().write("settingsPane", "\"general\"");
         const QStringList runs[]
-            = { { text("--first-frame") }, { text("--pictures"), TestHome::root() + text("/pictures") } };
+            = { words("--first-frame"), { text("--pictures"), TestHome::root() + text("/pictures") } };
         for (const QStringList& run : runs) {
-            QCOMPARE(startAgain(run)->exitCode(), 0);
+            QCOMPARE(startAgain(run).code, 0);
             QVERIFY(QFile::exists(legacy));
         }
         QTest::qWait(300);
         QVERIFY(agents().isEmpty());
         QVERIFY(!m_window->isActive());
         QVERIFY(QFile::remove(legacy));
-        fixture().kestrumctl({ text("delete"), text("settingsPane") });
+        fixture().kestrumctl("delete settingsPane");
     }
 
     void theAgentInheritsNothingThatWasMeantForTheWindow()
@@ -122,9 +112,7 @@ private Q_SLOTS:
         for (const char* variable : { "XDG_ACTIVATION_TOKEN", "DESKTOP_STARTUP_ID", "KESTRUM_IN_BACKGROUND" })
             qunsetenv(variable);
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
-        QFile file(text("/proc/%1/environ").arg(agents().first()));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QByteArray environment = file.readAll();
+        const QByteArray environment = DesktopFixture::environmentOf(agents().first());
         QVERIFY(environment.contains("HOME="));
         for (const char* variable :
             { "XDG_ACTIVATION_TOKEN=", "DESKTOP_STARTUP_ID=", "KESTRUM_IN_BACKGROUND=" })
@@ -134,17 +122,17 @@ private Q_SLOTS:
 
     void openedInTheBackgroundTheWindowDoesNotTakeTheFocus()
     {
-        fixture().kestrumctl({ text("open"), text("-g"), fixture().bundle() });
+        fixture().kestrumctl("open -g", { fixture().bundle() });
         const qint32 pid = fixture().settingsApplicationAfter(0);
         const QByteArray window = DesktopFixture::windowOf(pid);
         QVERIFY(!window.isEmpty());
         QTest::qWait(500);
-        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+        QVERIFY(fixture().isOtherActive());
         // A second start in the background leaves the window there; an ordinary one raises it.
-        fixture().kestrumctl({ text("open"), text("-g"), fixture().bundle() });
+        fixture().kestrumctl("open -g", { fixture().bundle() });
         QTest::qWait(300);
-        QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
-        fixture().kestrumctl({ text("open"), fixture().bundle() });
+        QVERIFY(fixture().isOtherActive());
+        fixture().kestrumctl("open", { fixture().bundle() });
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
         // The start that only asked for that ends by itself.
         QTRY_COMPARE_WITH_TIMEOUT(fixture().settingsApplications(), QList<qint32> { pid }, patience);
@@ -152,7 +140,7 @@ private Q_SLOTS:
 
     void openedOrdinarilyTheWindowTakesTheFocus()
     {
-        fixture().kestrumctl({ text("open"), fixture().bundle() });
+        fixture().kestrumctl("open", { fixture().bundle() });
         const QByteArray window = DesktopFixture::windowOf(fixture().settingsApplicationAfter(0));
         QVERIFY(!window.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);

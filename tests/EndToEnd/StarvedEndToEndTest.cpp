@@ -1,20 +1,13 @@
 // The built programs after another program has used up the user's limits for watching folders.
 
 #include "tests/Support/DesktopTest.h"
-#include "tests/Support/Text.h"
 
 #include <QElapsedTimer>
+#include <algorithm>
 
 using namespace kestrum;
 
 using Programs::patience;
-
-namespace {
-
-/// The time in ms until a change is noticed: the programs then check every 2 s.
-constexpr int oneLook = Programs::areSanitized ? patience : 2500;
-
-} // namespace
 
 class StarvedEndToEndTest : public DesktopTest {
     Q_OBJECT
@@ -38,7 +31,7 @@ private Q_SLOTS:
         fixture().write("agentEnabled", "true");
         // Signals that were posted earlier have no effect.
         for (const char* signal : { "quitAgent", "openSettings", "checkForUpdates" })
-            fixture().kestrumctl({ text("post"), text(signal) });
+            fixture().kestrumctl("post", words(signal));
         QTest::qWait(50);
         const auto agent = started(kind, fixture().agentProgram());
         const auto kestrum = started(kind, fixture().program("Kestrum"));
@@ -51,16 +44,21 @@ private Q_SLOTS:
         fixture().turnToOther();
 
         QElapsedTimer time;
+        qint64 longestRound = 0;
         for (time.start(); time.elapsed() < quietTime();) {
-            QTest::qWait(50);
-            QCOMPARE(DesktopFixture::activeWindow(), fixture().otherWindow());
+            const qint64 before = time.elapsed();
+            QVERIFY(fixture().isOtherActive());
             QCOMPARE(agents(), QList<qint32> { qint32(agent->processId()) });
             QCOMPARE(kestrum->state(), QProcess::Running);
+            QTest::qWait(50);
+            longestRound = std::max(longestRound, time.elapsed() - before);
         }
+        // A change is noticed at the next look, 2 s later at most. The rest is for the machine, whatever else it does meanwhile.
+        const int oneLook = Programs::areSanitized ? patience : int(2000 + 10 * longestRound);
 
-        fixture().kestrumctl({ text("post"), text("openSettings") });
+        fixture().kestrumctl("post openSettings");
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, oneLook);
-        fixture().kestrumctl({ text("post"), text("quitAgent") });
+        fixture().kestrumctl("post quitAgent");
         QTRY_COMPARE_WITH_TIMEOUT(agents(), QList<qint32>(), oneLook);
         Programs::end(*kestrum);
         Programs::end(*agent);

@@ -6,7 +6,6 @@
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/OpenedWindow.h"
 #include "tests/Support/SeenTimes.h"
-#include "tests/Support/Text.h"
 
 #include <QCursor>
 #include <QScopeGuard>
@@ -40,19 +39,13 @@ private Q_SLOTS:
 
     void aDragIsStoredAndHeardOfOnce()
     {
-        const auto listener = Programs::started(fixture().program("kestrumctl"),
-            { text("listen"), text("settings"), text("--timeout"), text("20") });
-        listener->setReadChannel(QProcess::StandardError);
-        QVERIFY(listener->waitForReadyRead(patience));
-        QCOMPARE(listener->readAllStandardError().trimmed(), QByteArray("listening"));
+        const auto listener = fixture().listener("settings");
         const QPoint cpu = m_window->item("cpu");
         m_window->drag(cpu, cpu - QPoint(300, 0));
         waitForOrder("\"cpu,storage,sensors,memory\"");
         QTest::qWait(500);
-        const QList<QByteArray> lines = listener->readAllStandardOutput().trimmed().split('\n');
+        QCOMPARE(listener->readAllStandardOutput(), QByteArray("settings\n"));
         Programs::end(*listener);
-        QCOMPARE(lines.size(), 1);
-        QVERIFY2(lines.first().contains("settings"), lines.first().constData());
     }
 
     void aHiddenSectionKeepsItsSlot()
@@ -87,11 +80,7 @@ private Q_SLOTS:
 
     void theWindowOpensInTheMiddleOfTheScreen()
     {
-        const QList<QByteArray> geometry = VirtualDisplay::xdotool(
-            { text("getwindowgeometry"), text("--shell"), QString::fromLatin1(m_window->id()) })
-                                               .split('\n');
-        QVERIFY(geometry.contains("WIDTH=640"));
-        QVERIFY(geometry.contains("HEIGHT=520"));
+        QCOMPARE(DesktopFixture::geometry(m_window->id()).size(), QSize(640, 520));
         m_window->moveTo({ 320, 260 });
         const QPoint off = QCursor::pos() - QGuiApplication::primaryScreen()->availableGeometry().center();
         // The window manager centres the window with its title bar, which is above.
@@ -106,10 +95,9 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::toolkitLanguage(), text("de"), patience);
         m_window.reset();
         QVERIFY(QFile::remove(DesktopFixture::processDomain()));
-        const auto again = Programs::started(fixture().program("Kestrum"), { text("--first-frame") });
-        QVERIFY(again->waitForFinished(patience));
-        QCOMPARE(again->exitCode(), 0);
-        QCOMPARE(again->readAllStandardOutput(), QByteArray("painted\n"));
+        const auto again = Programs::run(fixture().program("Kestrum"), words("--first-frame"));
+        QCOMPARE(again.code, 0);
+        QCOMPARE(again.output, QByteArray("painted\n"));
         QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
     }
 
@@ -126,68 +114,52 @@ private Q_SLOTS:
         QFETCH(const QByteArray, heading);
         QFETCH(const qsizetype, length);
         m_window.reset();
-        QFile table(fixture().bundle() + text("/Contents/Resources/de.lproj/Localizable.strings"));
-        QVERIFY(table.open(QIODevice::ReadOnly));
-        const QByteArray before = table.readAll();
-        table.close();
+        const QString table = fixture().bundle() + text("/Contents/Resources/de.lproj/Localizable.strings");
+        const QByteArray before = contentOf(table);
         QByteArray huge;
         for (const QString& key : PropertyList::parsed(before)->keys()) {
             if (heading.isEmpty() || key == QString::fromUtf8(heading))
                 huge += "\"" + key.toUtf8() + "\" = \"" + QByteArray(length, 'W') + "\";\n";
         }
-        const auto write = [&table](const QByteArray& content) {
-            QVERIFY(table.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            QCOMPARE(table.write(content), content.size());
-            table.close();
-        };
-        const auto restore = qScopeGuard([&] { write(before); });
-        write(huge);
+        const auto restore = qScopeGuard([&] { write(table, before); });
+        write(table, huge);
         fixture().write("language", "\"de\"");
-        const auto start = Programs::started(
-            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
-        QVERIFY(start->waitForFinished(patience));
-        QCOMPARE(start->readAllStandardOutput(), QByteArray("painted\n"));
+        const auto start
+            = Programs::run(fixture().program("Kestrum"), words("-platform offscreen --first-frame"));
+        QCOMPARE(start.output, QByteArray("painted\n"));
     }
 
     void argumentsThatMeanNothingAreNamed_data()
     {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<QByteArray>("named");
-        QTest::newRow("a file") << QStringList { text("file.txt") } << QByteArray("file.txt");
-        QTest::newRow("an address") << QStringList { text("kestrum://page") } << QByteArray("kestrum://page");
-        QTest::newRow("a second word")
-            << QStringList { text("-KestrumNoLoginItem"), text("word") } << QByteArray("word");
-        QTest::newRow("behind a value")
-            << QStringList { text("-platform"), text("offscreen"), text("word") } << QByteArray("word");
-        QTest::newRow("an option") << QStringList { text("--wrong") } << QByteArray("--wrong");
+        QTest::newRow("a file") << words("file.txt") << QByteArray("file.txt");
+        QTest::newRow("an address") << words("kestrum://page") << QByteArray("kestrum://page");
+        QTest::newRow("a second word") << words("-KestrumNoLoginItem word") << QByteArray("word");
+        QTest::newRow("behind a value") << words("-platform offscreen word") << QByteArray("word");
+        QTest::newRow("an option") << words("--wrong") << QByteArray("--wrong");
     }
     void argumentsThatMeanNothingAreNamed()
     {
         QFETCH(const QStringList, arguments);
         QFETCH(const QByteArray, named);
-        QProcess wrong;
-        wrong.start(fixture().program("Kestrum"), arguments);
-        QVERIFY(wrong.waitForFinished(patience));
-        QCOMPARE(wrong.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(wrong.exitCode(), 2);
-        const QByteArray said = wrong.readAllStandardError();
-        QVERIFY2(said.split('\n').first().contains(named), said.constData());
-        QVERIFY2(said.contains("Usage: Kestrum"), said.constData());
+        const auto wrong = Programs::run(fixture().program("Kestrum"), arguments);
+        QCOMPARE(wrong.code, 2);
+        QVERIFY2(wrong.errors.split('\n').first().contains(named), wrong.errors.constData());
+        QVERIFY_CONTAINS(wrong.errors, "Usage: Kestrum");
     }
 
     void theToolkitsOptionsAreLeftToIt()
     {
-        const auto run = Programs::started(
-            fixture().program("Kestrum"), { text("-platform"), text("offscreen"), text("--first-frame") });
-        QVERIFY(run->waitForFinished(patience));
-        QCOMPARE(run->exitCode(), 0);
+        const auto run
+            = Programs::run(fixture().program("Kestrum"), words("-platform offscreen --first-frame"));
+        QCOMPARE(run.code, 0);
     }
 
     void asRootItSaysSoOnce()
     {
         m_window->close();
-        QVERIFY(m_window->hasEnded());
-        const QByteArray said = m_window->application().readAllStandardError();
+        const QByteArray said = Programs::ended(m_window->application()).errors;
         QCOMPARE(said.count("running as root"), isSuperuser() ? 1 : 0);
         QCOMPARE(said.count('\n'), isSuperuser() ? 1 : 0);
     }
@@ -197,9 +169,7 @@ private Q_SLOTS:
         m_window->press("ctrl+3");
         QTRY_COMPARE_WITH_TIMEOUT(fixture().read("settingsPane"), QByteArray("\"general\""), patience);
         m_window->close();
-        QVERIFY(m_window->hasEnded());
-        QCOMPARE(m_window->application().exitStatus(), QProcess::NormalExit);
-        QCOMPARE(m_window->application().exitCode(), 0);
+        QCOMPARE(Programs::ended(m_window->application()).code, 0);
     }
 };
 

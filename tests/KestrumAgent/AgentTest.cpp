@@ -1,12 +1,10 @@
 #include "KestrumAgent/Agent.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "Platform/Bundle/Bundle.h"
 #include "Platform/Processes/SingleInstance.h"
-#include "tests/Support/FileTree.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/SignalRecorder.h"
-#include "tests/Support/TestHome.h"
+#include "tests/Support/TestBundle.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -22,34 +20,19 @@ using namespace kestrum;
 
 using SharedSettings::Signal;
 
-namespace {
-
-/// A main bundle with translation tables, for as long as this object lives.
-class OtherBundle {
-public:
-    OtherBundle() { Bundle::setMain(Bundle(m_tree.root())); }
-    ~OtherBundle() { Bundle::setMain(m_before); }
-    Q_DISABLE_COPY_MOVE(OtherBundle)
-
-    void write(const char* language, const char* table) const
-    {
-        m_tree.write(QStringLiteral("Contents/Resources/%1.lproj/Localizable.strings")
-                         .arg(QLatin1StringView(language)),
-            table);
-    }
-
-private:
-    FileTree m_tree;
-    Bundle m_before = Bundle::main();
-};
-
-} // namespace
-
 /// The agent within the test's process: the signals it receives and posts, and its user interface.
 class AgentTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<Agent> m_agent;
+
+    /// Starts an agent, after the end of the one that runs.
+    void startAgent(std::optional<double> launched = std::nullopt)
+    {
+        m_agent.reset();
+        m_agent = std::make_unique<Agent>();
+        m_agent->start(launched);
+    }
 
     /// Runs `function` and the event loop until something quits the application. Gives the exit code, -1 after 5 s.
     template <class Function> static int runWith(Function function)
@@ -59,6 +42,14 @@ class AgentTest : public QObject {
         QObject::connect(&unstoppable, &QTimer::timeout, qApp, [] { QCoreApplication::exit(-1); });
         unstoppable.start(5000);
         return QApplication::exec();
+    }
+    /// Whether nothing quits the application after `function`.
+    template <class Function> static bool staysAfter(Function function)
+    {
+        return runWith([function] {
+            function();
+            QTimer::singleShot(quietTime, qApp, [] { QCoreApplication::exit(7); });
+        }) == 7;
     }
 
     QAction* entry(const QString& text)
@@ -83,8 +74,7 @@ private Q_SLOTS:
     {
         forgetSettings();
         QTest::qWait(20); // until its change notice has passed
-        m_agent = std::make_unique<Agent>();
-        m_agent->start();
+        startAgent();
     }
     void cleanup() { m_agent.reset(); }
 
@@ -103,14 +93,12 @@ private Q_SLOTS:
         m_agent.reset();
         const double launched = now();
         // A request to an earlier agent is not meant for this one.
-        m_agent = std::make_unique<Agent>();
-        m_agent->start(launched);
-        QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
+        startAgent(launched);
+        QVERIFY(staysAfter([] {}));
 
         m_agent.reset();
         SharedSettings::post(Signal::quitAgent);
-        m_agent = std::make_unique<Agent>();
-        m_agent->start(launched);
+        startAgent(launched);
         QCOMPARE(runWith([] {}), 0);
     }
 
@@ -122,22 +110,19 @@ private Q_SLOTS:
         const struct timespec tomorrow[2]
             = { { ::time(nullptr) + 86'400, 0 }, { ::time(nullptr) + 86'400, 0 } };
         QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(file).constData(), tomorrow, 0), 0);
-        m_agent = std::make_unique<Agent>();
-        m_agent->start(double(::time(nullptr)) - 1);
-        QCOMPARE(runWith([] { QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); }); }), 7);
+        startAgent(double(::time(nullptr)) - 1);
+        QVERIFY(staysAfter([] {}));
         // A new request ends the agent, although the signal's file gets an earlier time.
         QCOMPARE(runWith([] { SharedSettings::post(Signal::quitAgent); }), 0);
     }
 
     void otherSignalsDoNotEndIt()
     {
-        const int code = runWith([] {
+        QVERIFY(staysAfter([] {
             for (const Signal signal :
                 { Signal::settings, Signal::openSettings, Signal::menuBarChanged, Signal::updateAvailable })
                 SharedSettings::post(signal);
-            QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
-        });
-        QCOMPARE(code, 7);
+        }));
     }
 
     void itLooksAtTheSettingsAgainWhenTold()
@@ -165,8 +150,7 @@ private Q_SLOTS:
         m_agent.reset();
         forgetSettings();
         SharedSettings::store().set("accentChoice", QStringLiteral("amber"));
-        m_agent = std::make_unique<Agent>();
-        m_agent->start();
+        startAgent();
         QCOMPARE(storedText("cpuAccent"), QStringLiteral("amber"));
     }
 
@@ -203,15 +187,10 @@ private Q_SLOTS:
     {
         m_agent.reset();
         Setting(Keys::agentEnabled).set(false);
-        m_agent = std::make_unique<Agent>();
-        m_agent->start();
+        startAgent();
         QVERIFY(m_agent->strip()->isVisible());
         // A change of other settings does not end the agent.
-        const int code = runWith([] {
-            Setting(Keys::showMemoryItem).set(false);
-            QTimer::singleShot(200, qApp, [] { QCoreApplication::exit(7); });
-        });
-        QCOMPARE(code, 7);
+        QVERIFY(staysAfter([] { Setting(Keys::showMemoryItem).set(false); }));
     }
 
     void itEndsWhenItIsSwitchedOffInTheSettings()
@@ -224,13 +203,9 @@ private Q_SLOTS:
     {
         m_agent.reset();
         Setting(Keys::agentEnabled).set(false);
-        m_agent = std::make_unique<Agent>();
-        m_agent->start();
-        const int code = runWith([] {
-            Setting(Keys::agentEnabled).set(true);
-            QTimer::singleShot(200, qApp, [] { Setting(Keys::agentEnabled).set(false); });
-        });
-        QCOMPARE(code, 0);
+        startAgent();
+        QVERIFY(staysAfter([] { Setting(Keys::agentEnabled).set(true); }));
+        QCOMPARE(runWith([] { Setting(Keys::agentEnabled).set(false); }), 0);
     }
 
     // Menu
@@ -245,9 +220,8 @@ private Q_SLOTS:
 
     void theMenuSpeaksTheLanguageOfTheMoment()
     {
-        const OtherBundle bundle;
-        bundle.write("en", "");
-        bundle.write("de", "\"Quit Kestrum\" = \"Ende\";");
+        const TestBundle bundle("{ }", { "en" });
+        bundle.writeTable("de", "\"Quit Kestrum\" = \"Ende\";");
         QVERIFY(entry(QStringLiteral("Quit Kestrum")));
         Setting(Keys::language).set(QStringLiteral("de"));
         QVERIFY(entry(QStringLiteral("Ende")));
@@ -262,19 +236,16 @@ private Q_SLOTS:
     void aLanguageFromTheRightMirrorsIt()
     {
         QFETCH(const bool, fromTheStart);
-        const OtherBundle bundle;
-        bundle.write("en", "");
-        bundle.write("ar", "\"Quit Kestrum\" = \"إنهاء\";");
+        const TestBundle bundle("{ }", { "en" });
+        bundle.writeTable("ar", "\"Quit Kestrum\" = \"إنهاء\";");
         const auto cancel = [] { return QCoreApplication::translate("QPlatformTheme", "Cancel"); };
         const QRect free = QGuiApplication::primaryScreen()->availableGeometry();
         const auto sections = m_agent->strip()->items().sections();
         if (fromTheStart)
             m_agent.reset();
         Setting(Keys::language).set(QStringLiteral("ar"));
-        if (fromTheStart) {
-            m_agent = std::make_unique<Agent>();
-            m_agent->start();
-        }
+        if (fromTheStart)
+            startAgent();
         const PanelStrip& strip = *m_agent->strip();
         QTRY_COMPARE(strip.geometry().topLeft(), free.topLeft());
         QCOMPARE(cancel(), QStringLiteral("ألغِ"));
@@ -327,9 +298,7 @@ private Q_SLOTS:
         // second window.
         FileTree tree;
         const QString program = QStringLiteral("Kestrum.app/Contents/MacOS/Kestrum");
-        tree.write(program, "#!/bin/sh\necho started >>\"$0.log\"\n");
-        QVERIFY(QFile::setPermissions(
-            tree.path(program), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        writeProgram(tree.path(program), "#!/bin/sh\necho started >>\"$0.log\"\n");
         const QString agent = QStringLiteral("Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app");
         tree.write(agent + QStringLiteral("/Contents/Info.plist"), "{ }");
         const Bundle before = Bundle::main();

@@ -1,5 +1,6 @@
-// Checks for updates that people asked the agent for, and how they learn the outcome. This test plays the desktop's
-// notification service on a session bus of its own.
+// Checks for updates that people asked the agent for: how they learn the outcome, and how they install a new version, namely by
+// a button that opens the desktop's software centre, or by a command to type. This test plays the desktop's services on a
+// session bus of its own.
 
 #include "KestrumAgent/Agent.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -8,6 +9,7 @@
 #include "tests/Support/NotificationService.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
 #include <QApplication>
 #include <QDateTime>
@@ -20,6 +22,8 @@ using SharedSettings::Signal;
 
 namespace {
 
+const QString packageKitConnection = QStringLiteral("package-kit");
+
 double now()
 {
     return double(QDateTime::currentMSecsSinceEpoch()) / 1000;
@@ -27,22 +31,84 @@ double now()
 
 } // namespace
 
+/// Plays the session's service for installing software.
+class PackageKit : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.freedesktop.PackageKit.Modify2")
+public:
+    QStringList asked;
+
+public Q_SLOTS:
+    void InstallPackageNames(
+        const QStringList& packages, const QString&, const QString& program, const QVariantMap&)
+    {
+        asked += packages + QStringList(program);
+    }
+};
+
 class AgentUpdatesTest : public QObject {
     Q_OBJECT
 
-    const QString m_upToDate = QStringLiteral("Kestrum is up to date.");
-    const QString m_failed = QStringLiteral("The check for updates failed: <b>no</b>");
+    const QString m_upToDate = text("Kestrum is up to date.");
+    const QString m_news = text("Kestrum 1.5 (30) is available.");
+    const QString m_advice
+        = text("To install it, type in a terminal: sudo apt install --only-upgrade kestrum");
+    const QStringList m_button { text("default"), text("Install"), text("button"), text("Install") };
+    static constexpr char aptFails[] = "echo 'E: <b>no</b>' >&2\nexit 100\n";
 
     std::unique_ptr<AptScript> m_apt;
+    std::unique_ptr<FileTree> m_desktop;
+    QByteArray m_path;
     std::unique_ptr<SessionBus> m_bus;
     NotificationService m_notifications;
+    PackageKit m_packageKit;
     std::unique_ptr<Agent> m_agent;
 
+    void useApt(const QByteArray& script)
+    {
+        m_apt.reset(); // puts back the path of programs
+        m_apt = std::make_unique<AptScript>(script);
+    }
+    /// Version 1.4 is installed, and the repository has the version `candidate`.
+    void useCandidate(const QByteArray& candidate)
+    {
+        const QByteArray row
+            = candidate == "1.4-27" ? "" : "     " + candidate + " 500\n        500 file:/r ./ Packages\n";
+        useApt("echo asked >>\"${0%/*}/asked\"\ncat <<-END\nkestrum:\n  Installed: 1.4-27\n  Candidate: "
+            + candidate + "\n  Version table:\n" + row
+            + " *** 1.4-27 100\n        500 file:/r ./ Packages\n        100 /var/lib/dpkg/status\nEND\n");
+    }
+
+    void startBus()
+    {
+        m_bus = std::make_unique<SessionBus>(SessionBus::Services::none);
+        QVERIFY(m_bus->isUp());
+    }
     void startService()
     {
-        m_bus = std::make_unique<SessionBus>();
-        QVERIFY(m_bus->isUp());
+        startBus();
         QVERIFY(m_notifications.join(m_bus->address()));
+    }
+
+    /// The files that a software centre's package installs, and an "xdg-open" that records its arguments.
+    void installCentre(const QByteArray& list = "centre.desktop") const
+    {
+        m_desktop->write(text("share/applications/mimeinfo.cache"),
+            "[MIME Cache]\nx-scheme-handler/apt=other.desktop;\nx-scheme-handler/appstream=" + list + ";\n");
+        m_desktop->write(text("share/applications/centre.desktop"), "[Desktop Entry]\n");
+        m_desktop->write(text("share/metainfo/com.orvale.kestrum.metainfo.xml"), "<component/>\n");
+        writeProgram(m_desktop->path(text("bin/xdg-open")),
+            "#!/bin/sh\necho \"$*|$XDG_ACTIVATION_TOKEN\" >>\"${0%/*}/opened\"\n");
+    }
+    QString openedFile() const { return m_desktop->path(text("bin/opened")); }
+
+    void startPackageKit(bool knowsTheCall)
+    {
+        QDBusConnection connection = QDBusConnection::connectToBus(m_bus->address(), packageKitConnection);
+        if (knowsTheCall)
+            QVERIFY(connection.registerObject(
+                text("/org/freedesktop/PackageKit"), &m_packageKit, QDBusConnection::ExportAllSlots));
+        QVERIFY(connection.registerService(text("org.freedesktop.PackageKit")));
     }
 
     void startAgent(std::optional<double> launched = std::nullopt)
@@ -51,15 +117,32 @@ class AgentUpdatesTest : public QObject {
         m_agent->start(launched);
     }
 
-    /// Whether the menu shows this outcome of the last check.
-    bool menuTells(const QString& outcome)
+    QAction* entry(const QString& wanted) const
     {
         Q_EMIT m_agent->menu().aboutToShow();
-        for (const QAction* action : m_agent->menu().actions()) {
-            if (action->text() == outcome)
-                return true;
+        for (QAction* action : m_agent->menu().actions()) {
+            if (action->text() == wanted)
+                return action;
         }
-        return false;
+        return nullptr;
+    }
+
+    /// Asks the agent for a check, and waits until the service shows so many notifications.
+    void askForUpdates(int notifications)
+    {
+        if (!m_agent)
+            startAgent();
+        SharedSettings::post(Signal::checkForUpdates);
+        // The bus keeps the order: all that follows reaches the agent after the notification's number.
+        QTRY_COMPARE(m_notifications.shown.size(), notifications);
+    }
+
+    /// Checks the contents of the last notification, whose heading is the new version's.
+    void verifyOffer(const QString& advice, const QStringList& actions) const
+    {
+        QCOMPARE(m_notifications.shown.last().heading, m_news);
+        QCOMPARE(m_notifications.shown.last().text, advice);
+        QCOMPARE(m_notifications.shown.last().actions, actions);
     }
 
 private Q_SLOTS:
@@ -68,66 +151,60 @@ private Q_SLOTS:
         forgetSettings();
         QTest::qWait(20); // until its change notice has passed
         m_notifications.shown.clear();
-        m_apt = std::make_unique<AptScript>("echo asked >>\"${0%/*}/asked\"\n"
-                                            "cat <<-END\n"
-                                            "kestrum:\n"
-                                            "  Installed: 1.4-27\n"
-                                            "  Candidate: 1.4-27\n"
-                                            "  Version table:\n"
-                                            " *** 1.4-27 500\n"
-                                            "        500 file:/repository ./ Packages\n"
-                                            "        100 /var/lib/dpkg/status\n"
-                                            "END\n");
+        m_notifications.capabilities = { text("actions"), text("body"), text("body-markup") };
+        m_packageKit.asked.clear();
+        m_desktop = std::make_unique<FileTree>();
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(m_desktop->path(text("share"))));
+        m_path = qgetenv("PATH");
+        qputenv("PATH", QFile::encodeName(m_desktop->path(text("bin"))) + ':' + m_path);
+        useCandidate("1.5-30");
     }
+
     void cleanup()
     {
         m_agent.reset();
         NotificationService::leave();
+        QDBusConnection::disconnectFromBus(packageKitConnection);
         m_bus.reset();
         m_apt.reset();
+        m_desktop.reset();
+        qputenv("PATH", m_path);
     }
+
+    // The outcome
 
     void whoAskedIsToldTheOutcomeByTheDesktop()
     {
+        useCandidate("1.4-27");
         startService();
-        startAgent();
-        SharedSettings::post(Signal::checkForUpdates);
-        QTRY_COMPARE(m_notifications.shown.size(), 1);
+        askForUpdates(1);
         const NotificationService::Shown& shown = m_notifications.shown.first();
-        QCOMPARE(shown.program, QStringLiteral("Kestrum"));
+        QCOMPARE(shown.program, text("Kestrum"));
         QCOMPARE(shown.replaced, 0U);
         QCOMPARE(shown.heading, m_upToDate);
-        QVERIFY(menuTells(m_upToDate));
+        QVERIFY(entry(m_upToDate));
     }
 
     void aLaterOutcomeTakesTheEarlierOnesPlace()
     {
         startService();
-        startAgent();
-        SharedSettings::post(Signal::checkForUpdates);
-        QTRY_COMPARE(m_notifications.shown.size(), 1);
-        QTest::qWait(100); // until the reply with the notification's number is here
-        m_apt.reset();
-        m_apt = std::make_unique<AptScript>("echo 'E: <b>no</b>' >&2\nexit 100\n");
-        SharedSettings::post(Signal::checkForUpdates);
-        QTRY_COMPARE(m_notifications.shown.size(), 2);
+        askForUpdates(1);
+        useApt(aptFails);
+        askForUpdates(2);
         QCOMPARE(m_notifications.shown.last().replaced, 41U);
         // The heading is plain text: only the body below it may contain markup.
-        QCOMPARE(m_notifications.shown.last().heading, m_failed);
+        QCOMPARE(m_notifications.shown.last().heading, text("The check for updates failed: <b>no</b>"));
         QCOMPARE(m_notifications.shown.last().text, QString());
     }
 
     void aBusThatComesBackIsJoinedAgain()
     {
         startService();
-        startAgent();
-        SharedSettings::post(Signal::checkForUpdates);
-        QTRY_COMPARE(m_notifications.shown.size(), 1);
+        askForUpdates(1);
         NotificationService::leave();
         m_bus.reset();
         startService();
-        SharedSettings::post(Signal::checkForUpdates);
-        QTRY_COMPARE(m_notifications.shown.size(), 2);
+        askForUpdates(2);
         QCOMPARE(m_notifications.shown.last().replaced, 0U); // the new bus numbers notifications anew
     }
 
@@ -140,34 +217,131 @@ private Q_SLOTS:
     void withoutTheServiceTheMenuTells()
     {
         QFETCH(const bool, hasBus);
+        useCandidate("1.4-27");
         if (hasBus)
-            m_bus = std::make_unique<SessionBus>();
+            startBus();
         else
             qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
-        startAgent();
-        SharedSettings::post(Signal::checkForUpdates);
-        QTRY_VERIFY(menuTells(m_upToDate));
+        askForUpdates(0);
+        QTRY_VERIFY(entry(m_upToDate));
         QCOMPARE(m_notifications.shown.size(), 0);
     }
 
-    void aCheckThatWasAskedForWhileItWasLoadedIsMade()
+    void onlyACheckThatWasAskedForWhileItWasLoadedIsMade_data()
     {
-        const double launched = now() - 1;
+        QTest::addColumn<bool>("whileLoaded");
+        QTest::newRow("while it was loaded") << true;
+        QTest::newRow("before") << false;
+    }
+    void onlyACheckThatWasAskedForWhileItWasLoadedIsMade()
+    {
+        QFETCH(const bool, whileLoaded);
+        useCandidate("1.4-27");
+        const double before = now() - 1;
         SharedSettings::post(Signal::checkForUpdates);
         QTest::qWait(50);
-        startAgent(launched);
-        QTRY_VERIFY(menuTells(m_upToDate));
+        startAgent(whileLoaded ? before : now());
+        if (!whileLoaded)
+            SharedSettings::post(Signal::checkForUpdates);
+        // There was one check only.
+        QTRY_VERIFY(entry(m_upToDate));
         QCOMPARE(m_apt->written("asked"), QByteArray("asked"));
     }
 
-    void aCheckThatWasAskedForBeforeIsNot()
+    // The way to a new version
+
+    void theButtonOpensTheSoftwareCentreAtTheProgram_data()
     {
-        SharedSettings::post(Signal::checkForUpdates);
-        QTest::qWait(50);
-        startAgent(now());
-        QTest::qWait(500);
-        QVERIFY(!menuTells(m_upToDate));
-        QCOMPARE(m_apt->written("asked"), QByteArray());
+        QTest::addColumn<QString>("action");
+        QTest::newRow("the button") << text("button");
+        QTest::newRow("a click beside it") << text("default");
+    }
+    void theButtonOpensTheSoftwareCentreAtTheProgram()
+    {
+        QFETCH(const QString, action);
+        installCentre("gone.desktop;centre.desktop");
+        startService();
+        askForUpdates(1);
+        verifyOffer({}, m_button);
+        // A button of another program's notification does nothing.
+        NotificationService::press(7, action, text("other"));
+        NotificationService::press(41, action, text("token"));
+        QTRY_COMPARE(contentOf(openedFile()), QByteArray("appstream://com.orvale.kestrum|token\n"));
+    }
+
+    void withoutASoftwareCentreTheCommandIsTold_data()
+    {
+        QTest::addColumn<QByteArray>("list");
+        QTest::newRow("none") << QByteArray();
+        QTest::newRow("one that is gone") << QByteArray("gone.desktop");
+        QTest::newRow("one that does not know the program") << QByteArray("centre.desktop");
+    }
+    void withoutASoftwareCentreTheCommandIsTold()
+    {
+        QFETCH(const QByteArray, list);
+        if (!list.isEmpty())
+            installCentre(list);
+        QFile::remove(m_desktop->path(text("share/metainfo/com.orvale.kestrum.metainfo.xml")));
+        startService();
+        askForUpdates(1);
+        verifyOffer(m_advice, {});
+        const QAction* advice = entry(m_advice);
+        QVERIFY(advice && !advice->isEnabled());
+        QVERIFY(!entry(text("Install")));
+    }
+
+    void whereNoButtonsAreShownTheCommandIsTold()
+    {
+        installCentre();
+        m_notifications.capabilities = { text("body") };
+        startService();
+        askForUpdates(1);
+        verifyOffer(m_advice, {});
+    }
+
+    void elsePackageKitIsAsked()
+    {
+        startService();
+        startPackageKit(true);
+        askForUpdates(1);
+        verifyOffer({}, m_button);
+        NotificationService::press(41, text("button"));
+        QTRY_COMPARE(m_packageKit.asked, (QStringList { text("kestrum"), text("com.orvale.kestrum") }));
+        // The next notification is that of the next check.
+        askForUpdates(2);
+        verifyOffer({}, m_button);
+    }
+
+    void whatDoesNotOpenIsMadeUpForByTheCommand()
+    {
+        startService();
+        startPackageKit(false);
+        askForUpdates(1);
+        NotificationService::press(41, text("button"));
+        QTRY_COMPARE(m_notifications.shown.size(), 2);
+        QCOMPARE(m_notifications.shown.last().replaced, 41U);
+        verifyOffer(m_advice, {});
+    }
+
+    void withoutNotificationsTheMenuLeadsThere()
+    {
+        installCentre();
+        qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");
+        askForUpdates(0);
+        QTRY_VERIFY(entry(m_news));
+        QTRY_VERIFY(entry(text("Install")));
+        entry(text("Install"))->trigger();
+        QTRY_COMPARE(contentOf(openedFile()), QByteArray("appstream://com.orvale.kestrum|\n"));
+    }
+
+    void otherOutcomesHaveNoButton()
+    {
+        installCentre();
+        useApt(aptFails);
+        startService();
+        askForUpdates(1);
+        QCOMPARE(m_notifications.shown.first().actions, QStringList());
+        QVERIFY(!entry(text("Install")));
     }
 };
 

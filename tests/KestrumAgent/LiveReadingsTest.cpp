@@ -5,6 +5,7 @@
 #include "tests/Support/TestHome.h"
 
 #include <QRandomGenerator>
+#include <QSemaphore>
 #include <cmath>
 
 using namespace kestrum;
@@ -42,27 +43,37 @@ WantedReadings everything()
     return wanted;
 }
 
-/// Takes two samples, and waits for the workers' results.
+/// Takes a sample, and waits for the worker's results, which appear at the next one.
+void sample(LiveReadings& readings)
+{
+    QSemaphore read;
+    readings.sample(everything(), [&read] { read.release(); });
+    QVERIFY(read.tryAcquire(1, 5000));
+}
 void sampleTwice(Machine& machine, LiveReadings& readings)
 {
-    readings.sample(everything());
+    sample(readings);
     machine.pass();
-    QTest::qWait(50);
-    readings.sample(everything());
+    sample(readings);
 }
 
 using Optional = std::optional<double>;
 
-constexpr const char* battery = "sys/class/power_supply/BAT0/";
+void verifyNoDevices(const LiveReadings& readings)
+{
+    for (const Optional& value : { readings.cpuTemperature(), readings.cpuWatts(), readings.gpuTemperature(),
+             readings.hottestCelsius(), readings.fastestFanRPM(), readings.systemWatts() })
+        QCOMPARE(value, std::nullopt);
+}
 
 void writeBattery(const Machine& machine, const QByteArray& status)
 {
     machine.write("sys/class/power_supply/AC/type", "Mains\n");
     machine.write("sys/class/power_supply/AC/online", status == "Discharging\n" ? "0\n" : "1\n");
-    machine.write(QByteArray(battery).append("type").constData(), "Battery\n");
-    machine.write(QByteArray(battery).append("status").constData(), status);
-    machine.write(QByteArray(battery).append("current_now").constData(), "1200000\n");
-    machine.write(QByteArray(battery).append("voltage_now").constData(), "11500000\n");
+    machine.write("sys/class/power_supply/BAT0/type", "Battery\n");
+    machine.write("sys/class/power_supply/BAT0/status", status);
+    machine.write("sys/class/power_supply/BAT0/current_now", "1200000\n");
+    machine.write("sys/class/power_supply/BAT0/voltage_now", "11500000\n");
 }
 
 } // namespace
@@ -79,10 +90,7 @@ private Q_SLOTS:
         QCOMPARE(readings.cpuUsage(), 0.0);
         QVERIFY(readings.coreUsages().isEmpty());
         QVERIFY(readings.cpuHistory().isEmpty());
-        for (const Optional& value :
-            { readings.cpuTemperature(), readings.cpuWatts(), readings.gpuTemperature(),
-                readings.hottestCelsius(), readings.fastestFanRPM(), readings.systemWatts() })
-            QCOMPARE(value, std::nullopt);
+        verifyNoDevices(readings);
         QCOMPARE(readings.memoryUsage(), 0.0);
         QCOMPARE(readings.memoryPressure(), 0.0);
         QCOMPARE(readings.storageUsage(), 0.0);
@@ -121,11 +129,11 @@ private Q_SLOTS:
         machine.write("sys/class/powercap/intel-rapl:0/energy_uj", "1000000\n");
         writeBattery(machine, "Discharging\n");
         LiveReadings readings(machine.files.root());
-        readings.sample(everything());
+        sample(readings);
         machine.pass();
         machine.write("sys/class/powercap/intel-rapl:0/energy_uj", "2000000\n");
         QTest::qWait(50);
-        readings.sample(everything());
+        sample(readings);
         QCOMPARE(readings.coreUsages(), QList<double>({ 0.1, 0.2, 0.3, 0.4, 0.9, 0.8 }));
         QCOMPARE(readings.performanceCoreCount(), 2);
         QCOMPARE(readings.systemWatts().value_or(-1), 13.8);
@@ -162,10 +170,7 @@ private Q_SLOTS:
         for (int i = 0; i < 5; ++i)
             readings.sample(everything());
         QVERIFY(readings.coreUsages().isEmpty());
-        for (const Optional& value :
-            { readings.cpuTemperature(), readings.cpuWatts(), readings.gpuTemperature(),
-                readings.hottestCelsius(), readings.fastestFanRPM(), readings.systemWatts() })
-            QCOMPARE(value, std::nullopt);
+        verifyNoDevices(readings);
         QCOMPARE(readings.memoryUsage(), 0.0);
     }
 
@@ -178,9 +183,9 @@ private Q_SLOTS:
         QCOMPARE(readings.memoryUsage(), 0.75);
         machine.write("proc/meminfo", "MemTotal: 4 kB\nMemAvailable: 3 kB\n");
         Setting(Keys::cpuReadout).set(CPUReadout::usage);
-        readings.sample({ MonitorSection::cpu });
+        readings.sample(WantedReadings::of({ MonitorSection::cpu }));
         QCOMPARE(readings.memoryUsage(), 0.75);
-        readings.sample({ MonitorSection::cpu, MonitorSection::memory });
+        readings.sample(WantedReadings::of({ MonitorSection::cpu, MonitorSection::memory }));
         QCOMPARE(readings.memoryUsage(), 0.25);
     }
 

@@ -5,6 +5,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
 #include "tests/Support/PaintWatcher.h"
+#include "tests/Support/Pixels.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/TestHome.h"
 
@@ -54,6 +55,13 @@ struct Fixture {
         return strip.place(*strip.items().item(section)).toAlignedRect();
     }
     QImage picture() { return strip.grab().toImage(); }
+    /// Records what is painted from now on.
+    void watchWith(PaintWatcher& watcher)
+    {
+        QVERIFY(QTest::qWaitForWindowExposed(&strip));
+        QTest::qWait(50);
+        strip.installEventFilter(&watcher);
+    }
 };
 
 } // namespace
@@ -119,12 +127,7 @@ private Q_SLOTS:
         const QImage picture = fixture.picture();
         QCOMPARE(picture.pixelColor(2, 11).rgb(), StripBackground::plate(scheme).rgb());
         // The items follow the scheme, too: some pixel has the labels' full colour.
-        bool isFound = false;
-        for (int x = 0; x < picture.width(); ++x) {
-            for (int y = 0; y < picture.height(); ++y)
-                isFound |= picture.pixelColor(x, y).rgb() == labelColour(scheme).rgb();
-        }
-        QVERIFY(isFound);
+        QVERIFY(!areaOf(picture, labelColour(scheme)).isNull());
     }
 
     void aTranslucentStripHasRoundEnds()
@@ -144,10 +147,8 @@ private Q_SLOTS:
     void newReadingsPaintOnlyWhatLooksDifferent()
     {
         Fixture fixture;
-        QVERIFY(QTest::qWaitForWindowExposed(&fixture.strip));
-        QTest::qWait(50);
         PaintWatcher watcher;
-        fixture.strip.installEventFilter(&watcher);
+        fixture.watchWith(watcher);
         fixture.strip.redraw();
         QVERIFY(watcher.painted.isEmpty());
         fixture.readings->memory = 0.9;
@@ -161,12 +162,10 @@ private Q_SLOTS:
     void anItemThatOnlyMovesIsPaintedWhereItStands()
     {
         Fixture fixture;
-        QVERIFY(QTest::qWaitForWindowExposed(&fixture.strip));
-        QTest::qWait(50);
+        PaintWatcher watcher;
+        fixture.watchWith(watcher);
         const QRect before = fixture.place(memory);
         const QSize size = fixture.strip.sizeHint();
-        PaintWatcher watcher;
-        fixture.strip.installEventFilter(&watcher);
         // One neighbour becomes as much wider as the other becomes narrower.
         Setting(Keys::sensorsReadout).set(SensorsReadout::hottest);
         Setting(Keys::cpuReadout).set(CPUReadout::usage);

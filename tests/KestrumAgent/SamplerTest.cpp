@@ -128,12 +128,12 @@ private Q_SLOTS:
 
     void samplesAtTheChosenInterval()
     {
-        Setting(Keys::refreshInterval).set(0.25);
+        Setting(Keys::refreshInterval).set(0.125);
         Sampler sampler;
         const QSignalSpy sampled(&sampler, &Sampler::sampled);
         sampler.adoptSettings();
-        rest(2200ms);
-        // Samples are due at 0, 0.2, 0.45, 0.7 … s; timers may be 5 % early or late.
+        rest(1100ms);
+        // Samples are due at 0, 0.125, 0.25 … s; timers may be 5 % early or late.
         QVERIFY2(sampled.count() >= 7 && sampled.count() <= 11, qPrintable(QString::number(sampled.count())));
     }
 
@@ -264,10 +264,10 @@ private Q_SLOTS:
         Sampler sampler;
         const QSignalSpy sampled(&sampler, &Sampler::sampled);
         sampler.adoptSettings();
-        rest(500ms);
+        rest(300ms);
         const auto ticksBefore = sampled.count();
         const auto before = sleeps();
-        rest(2000ms);
+        rest(1300ms);
         const auto after = sleeps();
         const auto ticks = sampled.count() - ticksBefore;
         QVERIFY(ticks >= 10);
@@ -290,7 +290,7 @@ private Q_SLOTS:
         sampler.adoptSettings();
         rest(300ms);
         const auto before = sleeps();
-        rest(1500ms);
+        rest(600ms);
         const auto after = sleeps();
         for (auto thread = after.begin(); thread != after.end(); ++thread)
             QVERIFY(thread.value() - before.value(thread.key(), 0) <= 2);

@@ -74,7 +74,7 @@ private Q_SLOTS:
     void aPlaceThatComesLateIsNoticed()
     {
         startChannel();
-        QTest::qWait(3000);
+        QTest::qWait(2200); // longer than the log waits to say that there is no place
         startDesktop();
         QCOMPARE(said(), QByteArray("dark"));
     }
@@ -102,9 +102,9 @@ private Q_SLOTS:
 
     void aListOfIconsWithoutAPanelIsNoPlaceYet()
     {
-        startDesktop({ QStringLiteral("1500") });
+        startDesktop({ QStringLiteral("700") });
         startChannel();
-        QTest::qWait(1000);
+        QTest::qWait(400);
         QVERIFY(!m_desktop->canReadLine());
         QCOMPARE(said(), QByteArray("dark"));
     }

@@ -9,9 +9,18 @@ using namespace kestrum;
 
 namespace {
 
-WantedReadings wantedBy(MonitorSection section)
+using Wanted = WantedReadings;
+using Sensor = Sensors::Wanted;
+
+WantedReadings wanted(
+    std::initializer_list<bool Wanted::*> sources, std::initializer_list<bool Sensor::*> sensors = {})
 {
-    return WantedReadings::of({ section });
+    WantedReadings result;
+    for (bool Wanted::*source : sources)
+        result.*source = true;
+    for (bool Sensor::*sensor : sensors)
+        result.sensors.*sensor = true;
+    return result;
 }
 
 } // namespace
@@ -26,76 +35,43 @@ private Q_SLOTS:
 
     void factorySettings()
     {
-        WantedReadings expected;
-        expected.cpuLoad = expected.memory = expected.storage = expected.systemPower = true;
-        expected.sensors.cpu = true;
         QCOMPARE(WantedReadings::of({ MonitorSection::sensors, MonitorSection::cpu, MonitorSection::storage,
                      MonitorSection::memory }),
-            expected);
+            wanted({ &Wanted::cpuLoad, &Wanted::memory, &Wanted::storage, &Wanted::systemPower },
+                { &Sensor::cpu }));
     }
 
-    void eachReadoutOfTheProcessorWantsItsSource()
+    void eachReadoutWantsItsSourceAlone()
     {
-        const auto wanted = [](CPUReadout readout) {
-            Setting(Keys::cpuReadout).set(readout);
-            return wantedBy(MonitorSection::cpu);
+        using enum MonitorSection;
+        const struct {
+            MonitorSection section;
+            const char* readout;
+            WantedReadings expected;
+        } rows[] {
+            { cpu, "off", wanted({ &Wanted::cpuLoad }) },
+            { cpu, "usage", wanted({ &Wanted::cpuLoad }) },
+            { cpu, "power", wanted({ &Wanted::cpuLoad, &Wanted::cpuPower }) },
+            { cpu, "temperature", wanted({ &Wanted::cpuLoad }, { &Sensor::cpu }) },
+            { memory, "off", wanted({ &Wanted::memory }) },
+            { memory, "usage", wanted({ &Wanted::memory }) },
+            { memory, "swap", wanted({ &Wanted::memory }) },
+            { memory, "pressure", wanted({ &Wanted::memory, &Wanted::memoryPressure }) },
+            { storage, "off", wanted({ &Wanted::storage }) },
+            { storage, "usage", wanted({ &Wanted::storage }) },
+            { storage, "free", wanted({ &Wanted::storage }) },
+            { sensors, "off", wanted({}) },
+            { sensors, "power", wanted({ &Wanted::systemPower }) },
+            { sensors, "hottest", wanted({}, { &Sensor::hottest }) },
+            { sensors, "gpu", wanted({}, { &Sensor::gpu }) },
+            { sensors, "fan", wanted({}, { &Sensor::fan }) },
         };
-        WantedReadings load;
-        load.cpuLoad = true;
-        QCOMPARE(wanted(CPUReadout::off), load);
-        QCOMPARE(wanted(CPUReadout::usage), load);
-        WantedReadings power = load;
-        power.cpuPower = true;
-        QCOMPARE(wanted(CPUReadout::power), power);
-        WantedReadings temperature = load;
-        temperature.sensors.cpu = true;
-        QCOMPARE(wanted(CPUReadout::temperature), temperature);
-    }
-
-    void onlyPressureWantsMoreOfTheMemory()
-    {
-        WantedReadings memory;
-        memory.memory = true;
-        for (const MemoryReadout readout :
-            { MemoryReadout::off, MemoryReadout::usage, MemoryReadout::swap }) {
-            Setting(Keys::memoryReadout, readout).set(readout);
-            QCOMPARE(wantedBy(MonitorSection::memory), memory);
+        for (const auto& row : rows) {
+            const QString key = rawValue(row.section) + QLatin1StringView("Readout");
+            SharedSettings::store().set(key.toStdString(), QLatin1StringView(row.readout));
+            QVERIFY2(WantedReadings::of({ row.section }) == row.expected,
+                qPrintable(key + u' ' + QLatin1StringView(row.readout)));
         }
-        Setting(Keys::memoryReadout, MemoryReadout::off).set(MemoryReadout::pressure);
-        memory.memoryPressure = true;
-        QCOMPARE(wantedBy(MonitorSection::memory), memory);
-    }
-
-    void everyReadoutOfTheStorageWantsTheVolume()
-    {
-        WantedReadings storage;
-        storage.storage = true;
-        for (const StorageReadout readout :
-            { StorageReadout::off, StorageReadout::usage, StorageReadout::free }) {
-            Setting(Keys::storageReadout, readout).set(readout);
-            QCOMPARE(wantedBy(MonitorSection::storage), storage);
-        }
-    }
-
-    void eachReadoutOfTheSensorsWantsItsSourceAlone()
-    {
-        const auto wanted = [](SensorsReadout readout) {
-            Setting(Keys::sensorsReadout).set(readout);
-            return wantedBy(MonitorSection::sensors);
-        };
-        QCOMPARE(wanted(SensorsReadout::off), WantedReadings());
-        WantedReadings power;
-        power.systemPower = true;
-        QCOMPARE(wanted(SensorsReadout::power), power);
-        WantedReadings hottest;
-        hottest.sensors.hottest = true;
-        QCOMPARE(wanted(SensorsReadout::hottest), hottest);
-        WantedReadings gpu;
-        gpu.sensors.gpu = true;
-        QCOMPARE(wanted(SensorsReadout::gpu), gpu);
-        WantedReadings fan;
-        fan.sensors.fan = true;
-        QCOMPARE(wanted(SensorsReadout::fan), fan);
     }
 };
 

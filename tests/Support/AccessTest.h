@@ -2,7 +2,6 @@
 
 #include "tests/Support/AccessWindow.h"
 #include "tests/Support/DesktopTest.h"
-#include "tests/Support/Text.h"
 
 namespace kestrum {
 
@@ -17,7 +16,7 @@ protected:
         m_tree.reset();
     }
 
-    /// Opens a new window on the page with that stored name, in a language. `isOpen` gives false if that failed.
+    /// Opens a new window on the page with that stored name, in a language.
     void open(const char* pane, const char* language = "en")
     {
         m_window.reset();
@@ -27,6 +26,7 @@ protected:
         writeText("language", language);
         fixture().turnToOther();
         m_window = std::make_unique<AccessWindow>(fixture(), *m_tree);
+        QVERIFY(m_tree->isUp() && m_window->isUp());
     }
     /// Stores a value by another process, as this class does for all reads and writes.
     void writeText(const char* key, const QByteArray& value) const
@@ -42,20 +42,13 @@ protected:
     template <class Press> void pressCheckNow(const Press& press)
     {
         open("general");
-        QVERIFY(isOpen());
         fixture().write("updaterCanCheck", "true");
         const QString name = text("Updates/push button Check Now");
         QTRY_VERIFY_WITH_TIMEOUT(window().control(name).isFound(), Programs::patience);
-        const auto listener = Programs::started(fixture().program("kestrumctl"),
-            { text("listen"), text("checkForUpdates"), text("--count"), text("1"), text("--timeout"),
-                text("20") });
-        listener->setReadChannel(QProcess::StandardError);
-        QVERIFY(listener->waitForReadyRead(Programs::patience));
+        const auto listener = fixture().listener("checkForUpdates --count 1");
         press(name);
-        QVERIFY(listener->waitForFinished(Programs::patience));
-        QVERIFY(listener->readAllStandardOutput().contains("checkForUpdates"));
+        QVERIFY(Programs::ended(*listener).output.contains("checkForUpdates"));
     }
-    bool isOpen() const { return m_tree->isUp() && m_window && m_window->isUp(); }
     AccessWindow& window() const { return *m_window; }
 
 private:

@@ -23,6 +23,7 @@ constexpr int timeLimit = 3000; // ms, for one call
 constexpr quint32 isLabelOf = 1;
 constexpr quint32 isLabelledBy = 2;
 constexpr quint32 ofTheScreen = 0;
+constexpr char properties[] = "org.freedesktop.DBus.Properties";
 
 QString word(const char* utf8)
 {
@@ -30,30 +31,18 @@ QString word(const char* utf8)
 }
 
 const QString connectionName = QStringLiteral("access");
-const QString accessible = QStringLiteral("org.a11y.atspi.Accessible");
-const QString valueInterface = QStringLiteral("org.a11y.atspi.Value");
-
-QVariantList called(const QDBusConnection& bus, const QString& service, const QString& path,
-    const QString& interface, const char* method, const QVariantList& arguments = {})
+QVariant called(const QDBusConnection& bus, const QString& service, const QString& path,
+    const char* interface, const char* method, const QVariantList& arguments = {})
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(service, path, interface, word(method));
+    QDBusMessage call = QDBusMessage::createMethodCall(service, path, word(interface), word(method));
     call.setArguments(arguments);
     const QDBusMessage reply = bus.call(call, QDBus::Block, timeLimit);
-    return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments() : QVariantList();
+    return reply.type() == QDBusMessage::ReplyMessage ? reply.arguments().value(0) : QVariant();
 }
 
 QDBusConnection accessBus()
 {
     return QDBusConnection(connectionName);
-}
-
-QVariant property(const QString& service, const QString& path, const QString& interface, const char* name)
-{
-    return called(
-        accessBus(), service, path, word("org.freedesktop.DBus.Properties"), "Get", { interface, word(name) })
-        .value(0)
-        .value<QDBusVariant>()
-        .variant();
 }
 
 QList<Accessible> accessibles(const QDBusArgument& argument)
@@ -80,59 +69,69 @@ Accessible::Accessible(QString service, QString path)
 {
 }
 
+QVariant Accessible::call(const char* interface, const char* method, const QVariantList& arguments) const
+{
+    return called(accessBus(), m_service, m_path, (QByteArray("org.a11y.atspi.") + interface).constData(),
+        method, arguments);
+}
+
+QVariant Accessible::property(const char* interface, const char* name) const
+{
+    const QString whose = word("org.a11y.atspi.") + word(interface);
+    return called(accessBus(), m_service, m_path, properties, "Get", { whose, word(name) })
+        .value<QDBusVariant>()
+        .variant();
+}
+
 QString Accessible::role() const
 {
-    return called(accessBus(), m_service, m_path, accessible, "GetRoleName").value(0).toString();
+    return call("Accessible", "GetRoleName").toString();
 }
 
 QString Accessible::name() const
 {
-    return property(m_service, m_path, accessible, "Name").toString();
+    return property("Accessible", "Name").toString();
 }
 
 QString Accessible::description() const
 {
-    return property(m_service, m_path, accessible, "Description").toString();
+    return property("Accessible", "Description").toString();
 }
 
 quint64 Accessible::states() const
 {
-    const QVariantList reply = called(accessBus(), m_service, m_path, accessible, "GetState");
+    const QVariant reply = call("Accessible", "GetState");
     QList<quint32> words;
-    if (!reply.isEmpty())
-        reply.first().value<QDBusArgument>() >> words;
+    if (reply.isValid())
+        reply.value<QDBusArgument>() >> words;
     return quint64(words.value(1)) << 32 | words.value(0);
 }
 
 std::optional<double> Accessible::value() const
 {
-    const QVariant value = property(m_service, m_path, valueInterface, "CurrentValue");
+    const QVariant value = property("Value", "CurrentValue");
     return value.isValid() ? std::optional(value.toDouble()) : std::nullopt;
 }
 
 bool Accessible::setValue(double value) const
 {
-    QDBusMessage call = QDBusMessage::createMethodCall(
-        m_service, m_path, word("org.freedesktop.DBus.Properties"), word("Set"));
-    call.setArguments(
-        { valueInterface, word("CurrentValue"), QVariant::fromValue(QDBusVariant(QVariant(value))) });
+    QDBusMessage call = QDBusMessage::createMethodCall(m_service, m_path, word(properties), word("Set"));
+    call << word("org.a11y.atspi.Value") << word("CurrentValue")
+         << QVariant::fromValue(QDBusVariant(QVariant(value)));
     return accessBus().call(call, QDBus::Block, timeLimit).type() == QDBusMessage::ReplyMessage;
 }
 
 QString Accessible::text() const
 {
-    return called(accessBus(), m_service, m_path, word("org.a11y.atspi.Text"), "GetText", { 0, -1 })
-        .value(0)
-        .toString();
+    return call("Text", "GetText", { 0, -1 }).toString();
 }
 
 QRect Accessible::place() const
 {
-    const QVariantList reply = called(
-        accessBus(), m_service, m_path, word("org.a11y.atspi.Component"), "GetExtents", { ofTheScreen });
-    if (reply.isEmpty())
+    const QVariant reply = call("Component", "GetExtents", { ofTheScreen });
+    if (!reply.isValid())
         return {};
-    const auto argument = reply.first().value<QDBusArgument>();
+    const auto argument = reply.value<QDBusArgument>();
     int x = 0;
     int y = 0;
     int width = 0;
@@ -145,8 +144,8 @@ QRect Accessible::place() const
 
 QList<Accessible> Accessible::children() const
 {
-    const QVariantList reply = called(accessBus(), m_service, m_path, accessible, "GetChildren");
-    return reply.isEmpty() ? QList<Accessible>() : accessibles(reply.first().value<QDBusArgument>());
+    const QVariant reply = call("Accessible", "GetChildren");
+    return reply.isValid() ? accessibles(reply.value<QDBusArgument>()) : QList<Accessible>();
 }
 
 Accessible Accessible::find(const QString& role, const std::optional<QString>& name) const
@@ -186,11 +185,11 @@ Accessible Accessible::labelled() const
 
 Accessible Accessible::related(quint32 number) const
 {
-    const QVariantList reply = called(accessBus(), m_service, m_path, accessible, "GetRelationSet");
-    if (reply.isEmpty())
+    const QVariant reply = call("Accessible", "GetRelationSet");
+    if (!reply.isValid())
         return {};
     Accessible found;
-    const auto argument = reply.first().value<QDBusArgument>();
+    const auto argument = reply.value<QDBusArgument>();
     argument.beginArray();
     while (!argument.atEnd()) {
         quint32 relation = 0;
@@ -207,12 +206,11 @@ Accessible Accessible::related(quint32 number) const
 
 QStringList Accessible::actions() const
 {
-    const QVariantList reply
-        = called(accessBus(), m_service, m_path, word("org.a11y.atspi.Action"), "GetActions");
-    if (reply.isEmpty())
+    const QVariant reply = call("Action", "GetActions");
+    if (!reply.isValid())
         return {};
     QStringList names;
-    const auto argument = reply.first().value<QDBusArgument>();
+    const auto argument = reply.value<QDBusArgument>();
     argument.beginArray();
     while (!argument.atEnd()) {
         QString name;
@@ -230,17 +228,12 @@ QStringList Accessible::actions() const
 bool Accessible::act(const QString& action) const
 {
     const qsizetype index = actions().indexOf(action);
-    return index >= 0
-        && called(accessBus(), m_service, m_path, word("org.a11y.atspi.Action"), "DoAction", { int(index) })
-               .value(0)
-               .toBool();
+    return index >= 0 && call("Action", "DoAction", { int(index) }).toBool();
 }
 
 bool Accessible::focus() const
 {
-    return called(accessBus(), m_service, m_path, word("org.a11y.atspi.Component"), "GrabFocus")
-        .value(0)
-        .toBool();
+    return call("Component", "GrabFocus").toBool();
 }
 
 qint64 Accessible::process() const
@@ -273,8 +266,7 @@ AccessTree::AccessTree()
         return;
     const QString session = QStringLiteral("access-session");
     const QString address = called(QDBusConnection::connectToBus(m_session.address(), session),
-        word("org.a11y.Bus"), word("/org/a11y/bus"), word("org.a11y.Bus"), "GetAddress")
-                                .value(0)
+        word("org.a11y.Bus"), word("/org/a11y/bus"), "org.a11y.Bus", "GetAddress")
                                 .toString();
     QDBusConnection::disconnectFromBus(session);
     m_isUp = !address.isEmpty() && QDBusConnection::connectToBus(address, connectionName).isConnected();

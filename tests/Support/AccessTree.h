@@ -6,6 +6,7 @@
 #include <QRect>
 #include <QString>
 #include <QStringList>
+#include <QVariant>
 #include <optional>
 
 namespace kestrum {
@@ -78,6 +79,9 @@ public:
     bool operator==(const Accessible&) const = default;
 
 private:
+    /// The first value of a method's reply, or a property's value; invalid without a reply.
+    QVariant call(const char* interface, const char* method, const QVariantList& arguments = {}) const;
+    QVariant property(const char* interface, const char* name) const;
     /// The first element to which this one has the relation with that number.
     Accessible related(quint32 number) const;
 

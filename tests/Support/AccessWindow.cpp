@@ -1,6 +1,5 @@
 #include "tests/Support/AccessWindow.h"
 
-#include "tests/Support/Text.h"
 #include "tests/Support/VirtualDisplay.h"
 
 #include <algorithm>
@@ -55,7 +54,7 @@ AccessWindow::AccessWindow(const DesktopFixture& fixture, const AccessTree& tree
 
 void AccessWindow::press(const char* keys)
 {
-    VirtualDisplay::xdotool({ text("key"), text(keys) });
+    VirtualDisplay::xdotool("key", words(keys));
 }
 
 QList<Accessible> AccessWindow::shown() const

@@ -32,8 +32,8 @@ public:
     /// Clicks `times` times with `pause` milliseconds between: faster than with one process for each click.
     void click(int times, int pause) const
     {
-        VirtualDisplay::xdotool({ QStringLiteral("click"), QStringLiteral("--repeat"), QString::number(times),
-            QStringLiteral("--delay"), QString::number(pause), QStringLiteral("1") });
+        VirtualDisplay::xdotool(
+            "click --repeat " + QByteArray::number(times) + " --delay " + QByteArray::number(pause) + " 1");
     }
 
     bool isOn() const
@@ -44,14 +44,15 @@ public:
 
     QList<qint32> agents() const { return DesktopFixture::processes(m_fixture.agentProgram()); }
 
-    /// Switches on, and waits until one agent runs and receives signals. Gives its id, or 0 on failure.
+    /// Switches on, and waits until one agent runs and receives signals. Gives its id.
     qint32 switchOn() const
     {
         click();
-        const bool isThere
-            = QTest::qWaitFor([this] { return isOn() && agents().size() == 1; }, Programs::patience);
-        QTest::qWait(second + 200);
-        return isThere ? agents().value(0) : 0;
+        qint32 agent = 0;
+        const auto isUp = [&] { return isOn() && (agent = m_fixture.listeningAgent()) > 0; };
+        if (!QTest::qWaitFor(isUp, Programs::patience))
+            QTest::qFail("no agent was switched on", __FILE__, __LINE__);
+        return agent;
     }
 
     /// Leaves the window and returns to it, which makes the row check the agent.

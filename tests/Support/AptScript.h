@@ -11,20 +11,17 @@ public:
     explicit AptScript(const QByteArray& script, const QByteArray& interpreter = "/bin/sh")
         : m_path(qgetenv("PATH"))
     {
-        const QString name = QStringLiteral("apt-cache");
-        m_tree.write(name, "#!" + interpreter + '\n' + script);
-        QVERIFY(
-            QFile::setPermissions(m_tree.path(name), QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        writeProgram(m_tree.path(QStringLiteral("apt-cache")), "#!" + interpreter + '\n' + script);
         qputenv("PATH", m_tree.root().toUtf8() + ':' + m_path);
     }
     ~AptScript() { qputenv("PATH", m_path); }
     Q_DISABLE_COPY_MOVE(AptScript)
 
-    /// The content of the file `name` in the script's folder.
+    /// The content of the file `name` in the script's folder; empty when there is none.
     QByteArray written(const char* name) const
     {
-        QFile file(m_tree.path(QString::fromLatin1(name)));
-        return file.open(QIODevice::ReadOnly) ? file.readAll().trimmed() : QByteArray();
+        const QString path = m_tree.path(QString::fromLatin1(name));
+        return QFile::exists(path) ? contentOf(path).trimmed() : QByteArray();
     }
 
 private:

@@ -2,26 +2,22 @@
 
 #include "tests/Support/FileTree.h"
 
-#include <QByteArray>
-#include <QStringList>
-
 namespace kestrum {
 
 /// A private APT for as long as this object lives, with its own lists, repository folder and record of installed packages.
 /// The environment makes every APT that this process starts use it. The machine's own APT is not touched.
 class AptWorld {
 public:
-    AptWorld();
+    /// The repository holds the versions in `published`, separated by blanks; see `publish` and `install`.
+    explicit AptWorld(const char* published = "", const char* installed = "");
     ~AptWorld();
     Q_DISABLE_COPY_MOVE(AptWorld)
 
-    /// Makes the repository hold exactly these versions of the package `kestrum`, and updates APT's lists.
-    void publish(const QStringList& versions);
-    /// Removes the repository.
-    void withdraw();
-
+    /// Makes the repository hold exactly these versions of the package `kestrum`, and updates APT's lists. Without a version,
+    /// there is no repository.
+    void publish(const char* versions);
     /// Records this version of `kestrum` as installed, as dpkg would. An empty version means not installed.
-    void install(const QString& version);
+    void install(const char* version);
 
     /// Writes APT's preferences or its list of sources.
     void prefer(const QByteArray& preferences);
@@ -34,8 +30,7 @@ public:
     static QByteArray policy();
 
 private:
-    QByteArray package(const QString& version) const;
-    void update();
+    QByteArray package(const QByteArray& version) const;
 
     FileTree m_tree;
 };

@@ -17,7 +17,7 @@ namespace kestrum {
 /// The strip's description by the built program; empty when the program fails.
 inline QJsonObject described(const char* options = "")
 {
-    const auto result = ctl(words("describe") + words(options));
+    const auto result = ctl("describe", words(options));
     return result.code == 0 ? QJsonDocument::fromJson(result.output).object() : QJsonObject();
 }
 

@@ -2,7 +2,6 @@
 
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/Text.h"
 #include "tests/Support/VirtualDisplay.h"
 
 #include <QCoreApplication>
@@ -23,12 +22,9 @@ using Programs::patience;
 namespace {
 
 /// Like `VirtualDisplay::xdotool`, for commands that may fail.
-QByteArray asked(const QStringList& arguments)
+QByteArray asked(const QByteArray& line)
 {
-    QProcess process;
-    process.start(text("xdotool"), arguments);
-    process.waitForFinished(patience);
-    return process.readAllStandardOutput().trimmed();
+    return Programs::run(text("xdotool"), words(line)).output.trimmed();
 }
 
 constexpr int startPatience = 10'000; ///< in ms, for what usually takes a tenth of a second
@@ -38,10 +34,7 @@ constexpr int startPatience = 10'000; ///< in ms, for what usually takes a tenth
 bool isManaged()
 {
     return QTest::qWaitFor(
-        [] {
-            return Programs::output(text("xprop"), { text("-root"), text("_NET_CLIENT_LIST") })
-                .contains("(WINDOW)");
-        },
+        [] { return Programs::output(text("xprop"), words("-root _NET_CLIENT_LIST")).contains("(WINDOW)"); },
         startPatience);
 }
 
@@ -65,6 +58,7 @@ DesktopFixture::DesktopFixture()
     Programs::output(text("cp"), { text("-r"), built, m_tree.root() });
     Programs::output(text("cp"), { agentProgram(), m_tree.path(text("BuiltAgent")) });
 
+    qputenv("KESTRUM_TEST_REPORT", QFile::encodeName(m_tree.path(text("listening"))));
     m_other.setTitle(text("Other"));
     m_other.setGeometry(0, 0, 100, 60);
     m_windowManager = Programs::started(text("openbox"), {});
@@ -107,19 +101,29 @@ void DesktopFixture::removeAgent() const
     QVERIFY(QDir(StandIns::agentBundleOf(bundle())).removeRecursively());
 }
 
-QByteArray DesktopFixture::kestrumctl(const QStringList& arguments) const
+QByteArray DesktopFixture::kestrumctl(const QByteArray& line, const QStringList& more) const
 {
-    return Programs::output(program("kestrumctl"), arguments);
+    return Programs::output(program("kestrumctl"), words(line) + more);
 }
 
 void DesktopFixture::write(const char* key, const char* json) const
 {
-    kestrumctl({ text("write"), text(key), text(json) });
+    kestrumctl("write", { text(key), text(json) });
 }
 
 QByteArray DesktopFixture::read(const char* key) const
 {
-    return kestrumctl({ text("read"), text(key) });
+    return kestrumctl("read", { text(key) });
+}
+
+std::unique_ptr<QProcess> DesktopFixture::listener(const QByteArray& line) const
+{
+    auto listener = Programs::started(program("kestrumctl"), words("listen --timeout 20 " + line));
+    listener->setReadChannel(QProcess::StandardError);
+    if (!listener->waitForReadyRead(patience) || listener->readAllStandardError() != "listening\n")
+        qWarning("nothing listens to %s", line.constData());
+    listener->setReadChannel(QProcess::StandardOutput);
+    return listener;
 }
 
 void DesktopFixture::forgetChoices()
@@ -134,16 +138,13 @@ QString DesktopFixture::processDomain()
 
 QString DesktopFixture::toolkitLanguage()
 {
-    QFile file(processDomain());
-    if (!file.open(QIODevice::ReadOnly))
-        return {};
-    const QJsonObject domain = QJsonDocument::fromJson(file.readAll()).object();
+    const QJsonObject domain = QJsonDocument::fromJson(contentOf(processDomain())).object();
     return domain[QLatin1StringView("AppleLanguages")].toArray().first().toString();
 }
 
 DesktopFixture::Items DesktopFixture::items() const
 {
-    const QJsonObject strip = QJsonDocument::fromJson(kestrumctl({ text("describe") })).object();
+    const QJsonObject strip = QJsonDocument::fromJson(kestrumctl("describe")).object();
     Items result { strip[QLatin1StringView("width")].toDouble(), {} };
     const QJsonArray items = strip[QLatin1StringView("items")].toArray();
     for (const auto& item : items) {
@@ -179,10 +180,8 @@ QList<qint32> DesktopFixture::processes(const QString& path)
         const QString folder = text("/proc/") + entry;
         if (entry.toInt() <= 0 || QFile::symLinkTarget(folder + text("/exe")) != canonical)
             continue;
-        QFile file(folder + text("/stat"));
-        if (file.open(QIODevice::ReadOnly))
-            parents.insert(
-                entry.toInt(), file.readAll().split(')').last().trimmed().split(' ').value(1).toInt());
+        if (const QByteArray stat = contentOf(folder + text("/stat")); stat.contains(')'))
+            parents.insert(entry.toInt(), stat.split(')').last().trimmed().split(' ').value(1).toInt());
     }
     QList<qint32> pids;
     for (auto process = parents.cbegin(); process != parents.cend(); ++process) {
@@ -190,6 +189,11 @@ QList<qint32> DesktopFixture::processes(const QString& path)
             pids.append(process.key());
     }
     return pids;
+}
+
+QByteArray DesktopFixture::environmentOf(qint64 pid)
+{
+    return '\0' + contentOf(text("/proc/%1/environ").arg(pid));
 }
 
 qint32 DesktopFixture::successor(const QString& program, qint32 old)
@@ -204,6 +208,17 @@ qint32 DesktopFixture::successor(const QString& program, qint32 old)
     return isThere ? pids.first() : 0;
 }
 
+qint32 DesktopFixture::listeningAgent() const
+{
+    const QList<qint32> pids = processes(agentProgram());
+    // A stand-in reports that it listens. The built agent listens when it has shown its strip, and does what it was asked before.
+    const auto isListening = [this](qint32 pid) {
+        const QByteArrayList reported = contentOf(m_tree.path(text("listening"))).split('\n');
+        return stripWidth(0) > 0 || reported.contains(QByteArray::number(pid));
+    };
+    return pids.size() == 1 && isListening(pids.first()) ? pids.first() : 0;
+}
+
 void DesktopFixture::end(const QString& path)
 {
     for (const qint32 pid : processes(path))
@@ -215,16 +230,23 @@ QByteArray DesktopFixture::windowOf(qint64 pid)
 {
     QByteArray window;
     const auto search = [&] {
-        window = asked({ text("search"), text("--onlyvisible"), text("--all"), text("--pid"),
-            QString::number(pid), text("--name"), text("^Kestrum$") });
+        window = asked("search --onlyvisible --all --pid " + QByteArray::number(pid) + " --name ^Kestrum$");
         return !window.isEmpty();
     };
     return QTest::qWaitFor(search, patience) ? window.split('\n').first() : QByteArray();
 }
 
+QRect DesktopFixture::geometry(const QByteArray& window)
+{
+    QMap<QByteArray, int> values;
+    for (const QByteArray& line : asked("getwindowgeometry --shell " + window).split('\n'))
+        values.insert(line.split('=').value(0), line.split('=').value(1).toInt());
+    return { values["X"], values["Y"], values["WIDTH"], values["HEIGHT"] };
+}
+
 QByteArray DesktopFixture::activeWindow()
 {
-    return asked({ text("getactivewindow") });
+    return asked("getactivewindow");
 }
 
 void DesktopFixture::turnToOther()
@@ -235,38 +257,42 @@ void DesktopFixture::turnToOther()
 
 void DesktopFixture::turnTo(const QByteArray& window)
 {
-    VirtualDisplay::xdotool({ text("windowactivate"), QString::fromLatin1(window) });
+    VirtualDisplay::xdotool("windowactivate", { QString::fromLatin1(window) });
     QTRY_COMPARE_WITH_TIMEOUT(activeWindow(), window, patience);
 }
 
 void DesktopFixture::moveTo(QPoint place, const QByteArray& window)
 {
-    const QStringList whose
-        = window.isEmpty() ? QStringList() : QStringList { text("--window"), QString::fromLatin1(window) };
-    VirtualDisplay::xdotool(QStringList(text("mousemove")) + whose
-        + QStringList { QString::number(place.x()), QString::number(place.y()) });
+    const QByteArray whose = window.isEmpty() ? "" : "--window " + window;
+    VirtualDisplay::xdotool(
+        "mousemove " + whose + ' ' + QByteArray::number(place.x()) + ' ' + QByteArray::number(place.y()));
 }
 
 void DesktopFixture::click(QPoint place, const QByteArray& window)
 {
     moveTo(place, window);
-    VirtualDisplay::xdotool({ text("click"), text("1") });
+    VirtualDisplay::xdotool("click 1");
 }
 
 void DesktopFixture::drag(QPoint from, QPoint to, const QByteArray& window)
 {
     moveTo(from, window);
-    VirtualDisplay::xdotool({ text("mousedown"), text("1") });
+    VirtualDisplay::xdotool("mousedown 1");
     moveTo((from + to) / 2, window);
     moveTo(to, window);
-    VirtualDisplay::xdotool({ text("mouseup"), text("1") });
+    VirtualDisplay::xdotool("mouseup 1");
 }
 
-QImage DesktopFixture::picture(const QRect& part)
+QImage DesktopFixture::picture(const QRect& part, const QByteArray& window)
 {
     return QGuiApplication::primaryScreen()
-        ->grabWindow(0, part.x(), part.y(), part.width(), part.height())
+        ->grabWindow(window.toULongLong(), part.x(), part.y(), part.width(), part.height())
         .toImage();
+}
+
+QColor DesktopFixture::colour(QPoint place, const QByteArray& window)
+{
+    return picture({ place, QSize(1, 1) }, window).pixelColor(0, 0);
 }
 
 } // namespace kestrum

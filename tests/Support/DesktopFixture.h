@@ -2,6 +2,7 @@
 
 #include "tests/Support/FileTree.h"
 #include "tests/Support/Programs.h"
+#include "tests/Support/Text.h"
 
 #include <QImage>
 #include <QPoint>
@@ -30,9 +31,12 @@ public:
     void useStandInAgent() const;
     void removeAgent() const;
 
-    QByteArray kestrumctl(const QStringList& arguments) const;
+    /// Runs the bundle's kestrumctl with the words of `line` and then `more`, and gives its output.
+    QByteArray kestrumctl(const QByteArray& line, const QStringList& more = {}) const;
     void write(const char* key, const char* json) const;
     QByteArray read(const char* key) const;
+    /// Starts "kestrumctl listen" with the words of `line`, and waits until it listens. Its output is read next.
+    std::unique_ptr<QProcess> listener(const QByteArray& line) const;
     /// Removes all stored settings: all keys have their defaults again.
     static void forgetChoices();
 
@@ -57,21 +61,28 @@ public:
 
     /// The processes of the program at `path`, without their children that are about to start other programs.
     static QList<qint32> processes(const QString& path);
+    /// The environment with which a process was started: "NAME=VALUE" between null bytes, of which one comes first.
+    static QByteArray environmentOf(qint64 pid);
     QList<qint32> settingsApplications() const { return processes(program("Kestrum")); }
     /// Waits until one process of `program` runs and it is not `old`; 0 if that takes too long. Both are checked in the same
     /// scan, because processes can start and end between two scans.
     static qint32 successor(const QString& program, qint32 old);
     qint32 settingsApplicationAfter(qint32 old) const { return successor(program("Kestrum"), old); }
+    /// The one agent that runs, when it receives signals; else 0.
+    qint32 listeningAgent() const;
     void endSettingsApplications() const { end(program("Kestrum")); }
     void endAgents() const { end(agentProgram()); }
 
     /// Waits until a process has a visible, painted main window, and gives it; empty if that takes too long.
     static QByteArray windowOf(qint64 pid);
+    /// Its rectangle on the screen; empty when there is no such window.
+    static QRect geometry(const QByteArray& window);
     /// The window that has the focus.
     static QByteArray activeWindow();
 
     /// The window of another program.
     QByteArray otherWindow() const { return QByteArray::number(m_other.winId()); }
+    bool isOtherActive() const { return activeWindow() == otherWindow(); }
     /// Moves the focus to that window, or to `window`.
     void turnToOther();
     static void turnTo(const QByteArray& window);
@@ -80,8 +91,9 @@ public:
     static void moveTo(QPoint place, const QByteArray& window = {});
     static void click(QPoint place, const QByteArray& window = {});
     static void drag(QPoint from, QPoint to, const QByteArray& window = {});
-    /// A picture of a part of the screen.
-    static QImage picture(const QRect& part);
+    /// A picture of a part of the screen or of a window, and the colour at a place there.
+    static QImage picture(const QRect& part, const QByteArray& window = {});
+    static QColor colour(QPoint place, const QByteArray& window = {});
 
 private:
     static void end(const QString& path);

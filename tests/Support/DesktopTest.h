@@ -1,6 +1,7 @@
 #pragma once
 
 #include "tests/Support/DesktopFixture.h"
+#include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/VirtualDisplay.h"
@@ -22,8 +23,19 @@ protected:
     virtual void clear() { }
 
 private Q_SLOTS:
-    void initTestCase();
-    void cleanupTestCase();
+    void initTestCase()
+    {
+        skipAmongAgentsOfOthers();
+        m_fixture = std::make_unique<DesktopFixture>();
+        QVERIFY(m_fixture->isUp());
+        furnish();
+    }
+    void cleanupTestCase()
+    {
+        if (m_fixture)
+            clear();
+        m_fixture.reset();
+    }
 
 private:
     std::unique_ptr<DesktopFixture> m_fixture;

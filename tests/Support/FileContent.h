@@ -37,4 +37,11 @@ inline void setTimes(const QString& path, time_t seconds)
     QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
 }
 
+/// Writes a file that its owner may run.
+inline void writeProgram(const QString& path, const QByteArray& content)
+{
+    write(path, content);
+    QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+}
+
 } // namespace kestrum

@@ -1,10 +1,8 @@
 #pragma once
 
-#include <QByteArray>
-#include <QDir>
-#include <QFile>
+#include "tests/Support/FileContent.h"
+
 #include <QTemporaryDir>
-#include <QTest>
 
 namespace kestrum {
 
@@ -17,12 +15,9 @@ public:
     /// Writes a file, and makes the folders above it.
     void write(const QString& relative, const QByteArray& content) const
     {
-        const QString target = path(relative);
-        QVERIFY(QDir().mkpath(QFileInfo(target).path()));
-        QFile file(target);
-        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        QCOMPARE(file.write(content), content.size());
+        kestrum::write(path(relative), content);
     }
+    QByteArray read(const QString& relative) const { return contentOf(path(relative)); }
 
 private:
     QTemporaryDir m_directory;

@@ -5,17 +5,14 @@
 
 namespace kestrum {
 
-HelperProcess::HelperProcess(const QStringList& arguments)
+HelperProcess::HelperProcess(const QStringList& arguments, const QString& program)
 {
-    m_process.setProcessChannelMode(QProcess::SeparateChannels);
-    m_process.start(QCoreApplication::applicationDirPath() + QStringLiteral("/HelperProcess"), arguments);
+    m_process.start(QCoreApplication::applicationDirPath() + u'/' + program, arguments);
     m_process.waitForStarted(patience);
 }
 
 HelperProcess::~HelperProcess()
 {
-    if (m_process.state() == QProcess::NotRunning)
-        return;
     m_process.kill();
     m_process.waitForFinished(patience);
 }

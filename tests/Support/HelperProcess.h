@@ -7,17 +7,17 @@
 
 namespace kestrum {
 
-/// Another process: the program "HelperProcess" (tests/Support/HelperProgram.cpp) with the test's environment. It reports in
-/// lines what it does. The destructor kills it by its own id. No wait is longer than `patience`.
+/// Another process with the test's environment: "HelperProcess" (tests/Support/HelperProgram.cpp), or another program beside
+/// it. It reports in lines what it does. The destructor kills it by its own id. No wait is longer than `patience`.
 class HelperProcess {
 public:
     static constexpr int patience = 20'000;
 
     /// Starts the program; `verb` and its arguments are described in HelperProgram.cpp.
-    explicit HelperProcess(const QStringList& arguments);
+    explicit HelperProcess(
+        const QStringList& arguments, const QString& program = QStringLiteral("HelperProcess"));
     ~HelperProcess();
-    HelperProcess(const HelperProcess&) = delete;
-    HelperProcess& operator=(const HelperProcess&) = delete;
+    Q_DISABLE_COPY_MOVE(HelperProcess)
 
     /// The next line without its line end; empty when none comes in time. The test's own events are handled meanwhile only if
     /// the caller's loop handles them.

@@ -5,84 +5,43 @@
 
 namespace kestrum {
 
-namespace {
-
-// Far longer than any call takes. A test that reaches this limit has failed.
-constexpr int longestWait = 20'000;
-
-Kestrumctl::Result resultOf(const QProcess& process)
-{
-    Kestrumctl::Result result;
-    if (process.state() == QProcess::NotRunning && process.exitStatus() == QProcess::NormalExit
-        && process.error() != QProcess::FailedToStart)
-        result.code = process.exitCode();
-    return result;
-}
-
-} // namespace
+using Programs::patience;
 
 QString Kestrumctl::path()
 {
     return qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/Kestrum.app/Contents/MacOS/kestrumctl");
 }
 
-QStringList Kestrumctl::words(const char* line)
+Programs::Ended Kestrumctl::inShell(const char* script, const QString& argument)
 {
-    return QString::fromUtf8(line).split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return Programs::run(
+        QStringLiteral("/bin/sh"), { QStringLiteral("-c"), QString::fromUtf8(script), path(), argument });
 }
 
-Kestrumctl::Result Kestrumctl::run(
-    const QStringList& arguments, const QByteArray& input, const Variables& variables, const QString& program)
+Kestrumctl::Running::Running(const char* line, const QByteArray& readiness)
 {
-    QProcess process;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    for (const auto& [name, value] : variables)
-        environment.insert(name, value);
-    process.setProcessEnvironment(environment);
-    process.start(program, arguments);
-    if (process.waitForStarted(longestWait)) {
-        process.write(input);
-        process.closeWriteChannel();
-        if (!process.waitForFinished(longestWait))
-            process.kill();
-        process.waitForFinished(longestWait);
-    }
-    Result result = resultOf(process);
-    result.output = process.readAllStandardOutput();
-    result.errors = process.readAllStandardError();
-    return result;
-}
-
-Kestrumctl::Running::Running(const QStringList& arguments, const QByteArray& readiness)
-{
-    m_process.start(path(), arguments);
-    QDeadlineTimer deadline(longestWait);
-    while (!m_isReady && !deadline.hasExpired() && m_process.state() != QProcess::NotRunning) {
-        m_process.setReadChannel(QProcess::StandardError);
-        m_process.waitForReadyRead(int(deadline.remainingTime()));
+    m_process.start(path(), words(line));
+    m_process.setReadChannel(QProcess::StandardError);
+    const QDeadlineTimer deadline(patience);
+    while (!m_isReady && m_process.waitForReadyRead(int(deadline.remainingTime()))) {
         m_errors += m_process.readAllStandardError();
         m_isReady = m_errors.split('\n').contains(readiness);
     }
+    m_process.setReadChannel(QProcess::StandardOutput);
 }
 
 Kestrumctl::Running::~Running()
 {
-    if (m_process.state() == QProcess::NotRunning)
-        return;
     m_process.kill();
-    m_process.waitForFinished(longestWait);
+    m_process.waitForFinished(patience);
 }
 
 QByteArrayList Kestrumctl::Running::lines(qsizetype count)
 {
-    m_process.setReadChannel(QProcess::StandardOutput);
-    QDeadlineTimer deadline(longestWait);
-    m_output += m_process.readAllStandardOutput();
-    while (
-        m_output.count('\n') < count && !deadline.hasExpired() && m_process.state() != QProcess::NotRunning) {
-        m_process.waitForReadyRead(int(deadline.remainingTime()));
+    const QDeadlineTimer deadline(patience);
+    do
         m_output += m_process.readAllStandardOutput();
-    }
+    while (m_output.count('\n') < count && m_process.waitForReadyRead(int(deadline.remainingTime())));
     QByteArrayList result = m_output.split('\n');
     result.removeLast(); // the empty text after the last line end
     return result;
@@ -94,15 +53,12 @@ void Kestrumctl::Running::signal(int number)
         ::kill(pid_t(m_process.processId()), number);
 }
 
-Kestrumctl::Result Kestrumctl::Running::ended()
+Programs::Ended Kestrumctl::Running::ended()
 {
-    m_process.waitForFinished(longestWait);
-    Result result = resultOf(m_process);
-    m_output += m_process.readAllStandardOutput();
-    m_errors += m_process.readAllStandardError();
-    result.output = m_output;
-    result.errors = m_errors;
-    return result;
+    Programs::Ended ended = Programs::ended(m_process);
+    ended.output.prepend(m_output);
+    ended.errors.prepend(m_errors);
+    return ended;
 }
 
 } // namespace kestrum

@@ -1,53 +1,37 @@
 #pragma once
 
+#include "tests/Support/FileContent.h"
+#include "tests/Support/Programs.h"
 #include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
 
-#include <QByteArray>
 #include <QByteArrayList>
-#include <QProcess>
-#include <QStringList>
 
 namespace kestrum {
 
-/// The built command-line program, run in the test's home. Every wait is bounded. A program that is still running when its
-/// test ends is
-/// killed by its process id.
+/// The built command-line program, run in the test's home. Every wait is bounded.
 namespace Kestrumctl {
-
-struct Result {
-    int code = -1; ///< -1: the program did not end by itself
-    QByteArray output;
-    QByteArray errors;
-};
-
-/// Environment variables that are set in addition to the test's own.
-using Variables = QList<std::pair<QString, QString>>;
 
 QString path();
 
-/// The arguments in a line, separated by blanks.
-QStringList words(const char* line);
+/// Runs a shell script, in which "$0" is the program's path and "$1" is `argument`.
+Programs::Ended inShell(const char* script, const QString& argument = {});
 
-/// Runs the program to its end, with `input` as standard input.
-Result run(const QStringList& arguments, const QByteArray& input = {}, const Variables& variables = {},
-    const QString& program = path());
-
-/// A program that runs until the test stops it.
+/// A program that runs until the test stops it. The destructor kills it by its process id.
 class Running {
 public:
-    /// Starts the program, and waits until its standard error contains `readiness`.
-    Running(const QStringList& arguments, const QByteArray& readiness);
+    /// Starts the program, and waits until its standard error contains the line `readiness`.
+    Running(const char* line, const QByteArray& readiness);
     ~Running();
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
+    Q_DISABLE_COPY_MOVE(Running)
 
     bool isReady() const { return m_isReady; }
     /// Waits until the program has printed `count` lines, and gives all lines so far.
     QByteArrayList lines(qsizetype count);
     /// Sends a signal to the process.
     void signal(int number);
-    /// Waits for the end. The result's output is everything since the start.
-    Result ended();
+    /// Waits for the end. The result has everything that was written since the start.
+    Programs::Ended ended();
 
 private:
     QProcess m_process;
@@ -58,20 +42,25 @@ private:
 
 } // namespace Kestrumctl
 
-using Kestrumctl::words;
+/// Runs the program to its end, with the words of `line` and then `more`, which may contain blanks.
+inline Programs::Ended ctl(
+    const char* line, const QStringList& more = {}, const Programs::Variables& variables = {})
+{
+    return Programs::run(Kestrumctl::path(), words(line) + more, variables);
+}
+inline Programs::Ended ctl(const char* line, const Programs::Variables& variables)
+{
+    return ctl(line, QStringList(), variables);
+}
+inline Programs::Ended ctl(const char* line, const QByteArray& input)
+{
+    return Programs::run(Kestrumctl::path(), words(line), {}, input);
+}
 
-/// Runs the program to its end, with a list of arguments or a line of them.
-inline Kestrumctl::Result ctl(const QStringList& arguments, const Kestrumctl::Variables& variables = {})
+/// The end of a program that did what it was asked to.
+inline Programs::Ended done(const QByteArray& output = {})
 {
-    return Kestrumctl::run(arguments, {}, variables);
-}
-inline Kestrumctl::Result ctl(const QStringList& arguments, const QByteArray& input)
-{
-    return Kestrumctl::run(arguments, input);
-}
-inline Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {})
-{
-    return Kestrumctl::run(words(line), {}, variables);
+    return { 0, output, {} };
 }
 
 /// The path of the settings file that all programs share.
@@ -81,3 +70,12 @@ inline QString suitePath()
 }
 
 } // namespace kestrum
+
+/// Checks that a run ended with `exitCode` and without output, and that its message contains `reason`.
+#define QVERIFY_FAILED(run, exitCode, reason)                                                                \
+    do {                                                                                                     \
+        const auto ended = run;                                                                              \
+        QCOMPARE(ended.code, exitCode);                                                                      \
+        QCOMPARE(ended.output, QByteArray());                                                                \
+        QVERIFY_CONTAINS(ended.errors, reason);                                                              \
+    } while (false)

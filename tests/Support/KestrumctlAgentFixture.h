@@ -5,79 +5,41 @@
 #include "Platform/Processes/SingleInstance.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/Kestrumctl.h"
+#include "tests/Support/OwnAgents.h"
+#include "tests/Support/OwnProcesses.h"
 #include "tests/Support/StandIns.h"
 
-#include <QProcess>
-#include <QTest>
 #include <functional>
-#include <memory>
 
 namespace kestrum {
 
 /// A test's bundle with the tool and a stand-in for the agent. The end of a test kills agents that still run: only for tests
 /// with a process table of their own.
-class KestrumctlAgentFixture {
+class KestrumctlAgentFixture : public QObject {
+    Q_OBJECT
 protected:
-    static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
-
-    static void prepareStage()
+    /// The agent's program in the tool's bundle, and another one in the folder `name`.
+    QString agentPath() const { return m_standIns->path(StandIns::agentOf(QStringLiteral("Kestrum.app"))); }
+    QString installCopy(const char* name) const
     {
-        if (!ProcessScan::agents().isEmpty())
-            QSKIP("an agent of somebody else runs, and this kernel lets us have no process table of our own");
-        registerFactoryDefaults();
+        return m_standIns->install(StandIns::agentIn(QString::fromLatin1(name)));
     }
-
-    void setStage()
-    {
-        forgetSettings();
-        m_place = std::make_unique<SingleInstance>(AppLinks::agentInstanceName);
-        m_standIns = std::make_unique<StandIns>();
-        m_standIns->install(agentPlace);
-        QVERIFY(QDir().mkpath(QFileInfo(tool()).path()));
-        QVERIFY(QFile::copy(Kestrumctl::path(), tool()));
-    }
-
-    void clearStage()
-    {
-        for (const qint32 pid : runningPids())
-            StandIns::kill(pid);
-        QTRY_VERIFY(runningPids().isEmpty());
-        m_standIns.reset();
-        m_place.reset();
-    }
-
-    static QList<qint32> runningPids()
-    {
-        QList<qint32> pids;
-        for (const auto& agent : ProcessScan::agents())
-            pids.append(agent.pid);
-        return pids;
-    }
+    /// Starts the stand-in of the tool's bundle. It ends after `life` milliseconds, if given.
+    qint32 startAgent(const QByteArray& life = {}) const { return m_standIns->start(agentPath(), life).pid; }
 
     QString tool() const { return m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS/kestrumctl")); }
 
     /// Runs the tool of the test's bundle while the test handles events. `before` runs in the new process, before the tool.
-    Kestrumctl::Result ctl(const char* line, const Kestrumctl::Variables& variables = {},
+    Programs::Ended ctl(const char* line, const Programs::Variables& variables = {},
         const std::function<void()>& before = {}) const
     {
         QProcess process;
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        for (const auto& [name, value] : variables)
-            environment.insert(name, value);
-        process.setProcessEnvironment(environment);
+        process.setProcessEnvironment(Programs::environment(variables));
         process.setChildProcessModifier(before);
-        process.start(tool(), Kestrumctl::words(line));
-        Kestrumctl::Result result;
-        const auto hasEnded = [&process] { return process.state() == QProcess::NotRunning; };
-        if (!QTest::qWaitFor(hasEnded, 20'000)) {
-            process.kill();
-            process.waitForFinished();
-        } else if (process.exitStatus() == QProcess::NormalExit) {
-            result.code = process.exitCode();
-        }
-        result.output = process.readAllStandardOutput();
-        result.errors = process.readAllStandardError();
-        return result;
+        process.start(tool(), words(line));
+        (void)QTest::qWaitFor(
+            [&process] { return process.state() == QProcess::NotRunning; }, Programs::patience);
+        return Programs::ended(process);
     }
 
     static bool storedChoice()
@@ -90,6 +52,32 @@ protected:
     std::unique_ptr<SingleInstance>
         m_place; ///< a running agent holds this instance name, but its stand-in does not
     std::unique_ptr<StandIns> m_standIns;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        skipAmongAgentsOfOthers();
+        registerFactoryDefaults();
+    }
+
+    void init()
+    {
+        forgetSettings();
+        m_place = std::make_unique<SingleInstance>(AppLinks::agentInstanceName);
+        m_standIns = std::make_unique<StandIns>();
+        m_standIns->install(StandIns::agentOf(QStringLiteral("Kestrum.app")));
+        QVERIFY(QDir().mkpath(QFileInfo(tool()).path()));
+        QVERIFY(QFile::copy(Kestrumctl::path(), tool()));
+    }
+
+    void cleanup()
+    {
+        for (const qint32 pid : agentPids())
+            StandIns::kill(pid);
+        QTRY_VERIFY(agentPids().isEmpty());
+        m_standIns.reset();
+        m_place.reset();
+    }
 };
 
 } // namespace kestrum

@@ -2,7 +2,6 @@
 
 #include "Platform/Bundle/Bundle.h"
 #include "Platform/LoginItem/LoginItemService.h"
-#include "tests/Support/FileContent.h"
 #include "tests/Support/FileTree.h"
 #include "tests/Support/OrdinaryUser.h"
 #include "tests/Support/StandIns.h"
@@ -51,8 +50,8 @@ public:
     /// Makes an executable that writes its path and argument to a file.
     static void makeProgram(const QString& path)
     {
-        write(path, "#!/bin/sh\nprintf '%s' \"$0${1:+ $1}\" > '" + QFile::encodeName(startedFile()) + "'\n");
-        QVERIFY(QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner));
+        writeProgram(
+            path, "#!/bin/sh\nprintf '%s' \"$0${1:+ $1}\" > '" + QFile::encodeName(startedFile()) + "'\n");
     }
 
     LoginItemService service() const

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
 #include <QStringList>
 #include <QVariantMap>
@@ -25,16 +26,42 @@ public:
         QStringLiteral("body-markup") };
 
     /// Joins the bus with the service's name; false on failure. `leave` takes the service off the bus.
-    bool join(const QString& address);
-    static void leave();
+    bool join(const QString& address)
+    {
+        QDBusConnection connection = QDBusConnection::connectToBus(address, ownConnection);
+        return connection.registerObject(path, this, QDBusConnection::ExportAllSlots)
+            && connection.registerService(name);
+    }
+    static void leave() { QDBusConnection::disconnectFromBus(ownConnection); }
 
     /// Simulates a click on a button of the notification `number`.
-    static void press(uint number, const QString& action, const QString& token = {});
+    static void press(uint number, const QString& action, const QString& token = {})
+    {
+        if (!token.isEmpty())
+            send("ActivationToken", { number, token });
+        send("ActionInvoked", { number, action });
+    }
 
 public Q_SLOTS:
     QStringList GetCapabilities() const { return capabilities; }
-    uint Notify(const QString& program, uint replaced, const QString& icon, const QString& heading,
-        const QString& text, const QStringList& actions, const QVariantMap& hints, int limit);
+    uint Notify(const QString& program, uint replaced, const QString&, const QString& heading,
+        const QString& text, const QStringList& actions, const QVariantMap&, int)
+    {
+        shown.append({ program, replaced, heading, text, actions });
+        return 40 + uint(shown.size());
+    }
+
+private:
+    static inline const QString name = QStringLiteral("org.freedesktop.Notifications");
+    static inline const QString path = QStringLiteral("/org/freedesktop/Notifications");
+    static inline const QString ownConnection = QStringLiteral("notifications");
+
+    static void send(const char* signal, const QVariantList& arguments)
+    {
+        QDBusMessage message = QDBusMessage::createSignal(path, name, QString::fromLatin1(signal));
+        message.setArguments(arguments);
+        QDBusConnection(ownConnection).send(message);
+    }
 };
 
 } // namespace kestrum

@@ -3,9 +3,6 @@
 #include "tests/Support/DesktopFixture.h"
 #include "tests/Support/VirtualDisplay.h"
 
-#include <QGuiApplication>
-#include <QPixmap>
-#include <QScreen>
 #include <cmath>
 
 namespace kestrum {
@@ -33,25 +30,16 @@ public:
     const QByteArray& id() const { return m_window; }
     bool isActive() const { return DesktopFixture::activeWindow() == m_window; }
 
-    void press(const char* keys) const
-    {
-        VirtualDisplay::xdotool({ QStringLiteral("key"), QString::fromLatin1(keys) });
-    }
-    void close() const { press("ctrl+w"); }
+    static void press(const char* keys) { VirtualDisplay::xdotool("key", words(keys)); }
+    static void close() { press("ctrl+w"); }
     bool hasEnded() const { return m_kestrum->waitForFinished(Programs::patience); }
 
     void moveTo(QPoint place) const { DesktopFixture::moveTo(place, m_window); }
     void click(QPoint place) const { DesktopFixture::click(place, m_window); }
     void drag(QPoint from, QPoint to) const { DesktopFixture::drag(from, to, m_window); }
 
-    QImage picture(const QRect& part) const { return picture(m_window, part); }
-    static QImage picture(const QByteArray& window, const QRect& part)
-    {
-        return QGuiApplication::primaryScreen()
-            ->grabWindow(window.toULongLong(), part.x(), part.y(), part.width(), part.height())
-            .toImage();
-    }
-    QColor colour(QPoint place) const { return picture(QRect(place, QSize(1, 1))).pixelColor(0, 0); }
+    QImage picture(const QRect& part) const { return DesktopFixture::picture(part, m_window); }
+    QColor colour(QPoint place) const { return DesktopFixture::colour(place, m_window); }
 
     /// A picture of the plate with the strip, on the page "menuBar".
     QImage preview() const { return picture({ 225, 30, 390, 54 }); }

@@ -39,4 +39,27 @@ OrdinaryUser::~OrdinaryUser()
         require(::seteuid(0) == 0 && ::setegid(0) == 0, "become root again");
 }
 
+QStringList asOrdinaryUser(const QStringList& command)
+{
+    if (::getuid() != 0)
+        return command;
+    // Only root may leave its groups.
+    const char* const groups = ::geteuid() == 0 ? "--clear-groups" : "--keep-groups";
+    return QStringList { QStringLiteral("setpriv"), QStringLiteral("--reuid=%1").arg(nobody),
+        QStringLiteral("--regid=%1").arg(nobody), QString::fromLatin1(groups) }
+    + command;
+}
+
+std::unique_ptr<QProcess> startedAsUser(const QStringList& command)
+{
+    const QStringList words = asOrdinaryUser(command);
+    return Programs::started(words.first(), words.mid(1));
+}
+
+QByteArray outputAsUser(const QStringList& command)
+{
+    const QStringList words = asOrdinaryUser(command);
+    return Programs::output(words.first(), words.mid(1));
+}
+
 } // namespace kestrum

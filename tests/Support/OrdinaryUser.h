@@ -1,6 +1,7 @@
 #pragma once
 
-#include <QStringList>
+#include "tests/Support/Programs.h"
+
 #include <sys/types.h>
 
 namespace kestrum {
@@ -12,11 +13,16 @@ public:
     /// `group` becomes the group of the files, not of the process.
     explicit OrdinaryUser(const QStringList& files, gid_t group = gid_t(-1));
     ~OrdinaryUser();
-    OrdinaryUser(const OrdinaryUser&) = delete;
-    OrdinaryUser& operator=(const OrdinaryUser&) = delete;
+    Q_DISABLE_COPY_MOVE(OrdinaryUser)
 
 private:
     bool m_wasRoot;
 };
+
+/// A program and its arguments, changed so that it runs as that user. For an ordinary user, the command itself.
+QStringList asOrdinaryUser(const QStringList& command);
+/// Like `Programs::started` and `Programs::output`, for such a command.
+std::unique_ptr<QProcess> startedAsUser(const QStringList& command);
+QByteArray outputAsUser(const QStringList& command);
 
 } // namespace kestrum

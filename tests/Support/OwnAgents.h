@@ -6,10 +6,19 @@
 
 namespace kestrum {
 
+/// The process ids of the agents that run.
+inline QList<qint32> agentPids()
+{
+    QList<qint32> pids;
+    for (const ProcessScan::Entry& agent : ProcessScan::agents())
+        pids.append(agent.pid);
+    return pids;
+}
+
 /// Call this first in `initTestCase` of tests that search for agents.
 inline void skipAmongAgentsOfOthers()
 {
-    if (!ProcessScan::agents().isEmpty())
+    if (!agentPids().isEmpty())
         QSKIP("an agent of somebody else runs, and this kernel lets us have no process table of our own");
 }
 

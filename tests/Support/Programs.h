@@ -1,9 +1,11 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QProcess>
 #include <QStringList>
 #include <memory>
+#include <utility>
 
 namespace kestrum {
 
@@ -24,14 +26,38 @@ inline constexpr bool areSanitized = false;
 /// The limit in ms for what must happen within a second.
 inline constexpr int withinASecond = areSanitized ? patience : 1000;
 
+/// How a program ended.
+struct Ended {
+    int code = -1; ///< the exit code; -1: the program did not end by itself, or not within `patience`
+    QByteArray output;
+    QByteArray errors;
+    bool operator==(const Ended&) const = default;
+};
+/// For the message of a failed comparison.
+char* toString(const Ended& ended);
+
+/// Environment variables that are set in addition to the test's own.
+using Variables = QList<std::pair<const char*, QByteArray>>;
+QProcessEnvironment environment(const Variables& variables);
+
+/// Runs a program to its end, with `input` as its standard input.
+Ended run(const QString& program, const QStringList& arguments, const Variables& variables = {},
+    const QByteArray& input = {});
+
 /// The output of `program`; empty, with a warning, when the program fails or takes longer than `patience`.
 QByteArray output(const QString& program, const QStringList& arguments);
 
 /// A new process, which is ended with its owner and with this process.
 std::unique_ptr<QProcess> started(const QString& program, const QStringList& arguments);
 
+/// Waits for the end of a process, and kills it after `patience`. Gives what it has written since the last reads.
+Ended ended(QProcess& process);
+
 /// Ends a process, by force after `patience`.
 void end(QProcess& process);
 
 } // namespace Programs
 } // namespace kestrum
+
+/// Checks that a text has a part, and shows the text if not.
+#define QVERIFY_CONTAINS(text, part) QVERIFY2((text).contains(part), QByteArray(text).constData())

@@ -18,7 +18,7 @@ public:
         const QImage before = look();
         QElapsedTimer clock;
         clock.start();
-        fixture.kestrumctl({ QStringLiteral("write"), key, json });
+        fixture.kestrumctl("write", { key, json });
         const double written = double(clock.nsecsElapsed()) / 1e6;
         while (look() == before && clock.elapsed() < Programs::patience) { }
         m_sinceBegin.append(double(clock.nsecsElapsed()) / 1e6);

@@ -16,8 +16,18 @@ protected:
     std::unique_ptr<OpenedWindow> m_window;
 
 private Q_SLOTS:
-    void init();
-    void cleanup();
+    void init()
+    {
+        fixture().write("agentEnabled", "false");
+        fixture().write("language", "\"en\"");
+        fixture().turnToOther();
+    }
+    void cleanup()
+    {
+        m_window.reset();
+        fixture().endSettingsApplications();
+        fixture().endAgents();
+    }
 };
 
 } // namespace kestrum

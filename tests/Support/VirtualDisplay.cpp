@@ -1,6 +1,7 @@
 #include "tests/Support/VirtualDisplay.h"
 
 #include "tests/Support/Programs.h"
+#include "tests/Support/Text.h"
 
 #include <QDir>
 #include <csignal>
@@ -46,11 +47,9 @@ VirtualDisplay::VirtualDisplay()
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         ::fcntl(place.file, F_SETFD, 0); // the server inherits the lock
     });
-    m_server.start(QStringLiteral("Xvfb"),
-        { QStringLiteral(":%1").arg(place.number), QStringLiteral("-displayfd"), QStringLiteral("1"),
-            QStringLiteral("-noreset"), QStringLiteral("-nolisten"), QStringLiteral("tcp"),
-            QStringLiteral("-screen"), QStringLiteral("0"),
-            QStringLiteral("%1x%2x24").arg(width).arg(height) });
+    m_server.start(text("Xvfb"),
+        words("-displayfd 1 -noreset -nolisten tcp -screen 0")
+            << text("%1x%2x24").arg(width).arg(height) << text(":%1").arg(place.number));
     ::close(place.file);
     QByteArray display;
     while (!display.endsWith('\n') && m_server.waitForReadyRead(Programs::patience))
@@ -72,9 +71,9 @@ VirtualDisplay::~VirtualDisplay()
     Programs::end(m_server);
 }
 
-QByteArray VirtualDisplay::xdotool(const QStringList& arguments)
+QByteArray VirtualDisplay::xdotool(const QByteArray& line, const QStringList& more)
 {
-    return Programs::output(QStringLiteral("xdotool"), arguments);
+    return Programs::output(text("xdotool"), words(line) + more);
 }
 
 } // namespace kestrum

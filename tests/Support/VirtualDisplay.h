@@ -20,8 +20,8 @@ public:
     /// False, with a warning, when the server did not start.
     bool isUp() const { return m_isUp; }
 
-    /// Runs xdotool on this display, and gives its output.
-    static QByteArray xdotool(const QStringList& arguments);
+    /// Runs xdotool on this display with the words of `line` and then `more`, and gives its output.
+    static QByteArray xdotool(const QByteArray& line, const QStringList& more = {});
 
 private:
     QProcess m_server;

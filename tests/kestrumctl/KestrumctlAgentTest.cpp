@@ -1,7 +1,5 @@
 #include "KestrumShared/Settings/SignalListener.h"
 #include "tests/Support/KestrumctlAgentFixture.h"
-#include "tests/Support/OwnProcesses.h"
-#include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -11,18 +9,13 @@
 
 using namespace kestrum;
 
-class KestrumctlAgentTest : public QObject, KestrumctlAgentFixture {
+class KestrumctlAgentTest : public KestrumctlAgentFixture {
     Q_OBJECT
 
 private Q_SLOTS:
-    void initTestCase() { prepareStage(); }
-    void init() { setStage(); }
-    void cleanup() { clearStage(); }
-
     void agentsAreListedWithPidStartAndPath()
     {
-        const QString program = m_standIns->path(agentPlace);
-        const auto process = m_standIns->start(program);
+        const auto process = m_standIns->start(agentPath());
         const auto result = ctl("agents");
         QCOMPARE(result.code, 0);
         QCOMPARE(result.errors, QByteArray());
@@ -32,14 +25,14 @@ private Q_SLOTS:
         QCOMPARE(fields[0], QString::number(process.pid));
         const auto started = double(QDateTime::fromString(fields[1], Qt::ISODate).toSecsSinceEpoch());
         QVERIFY(started > process.notBefore - 1.02 && started < process.notAfter + 0.01);
-        QCOMPARE(fields[2], program);
+        QCOMPARE(fields[2], agentPath());
     }
 
     void startTimeIsLocalWithItsOffset()
     {
-        m_standIns->start(m_standIns->path(agentPlace));
+        startAgent();
         const auto offsetIn = [this](const char* zone) {
-            const auto result = ctl("agents", { { QStringLiteral("TZ"), QString::fromLatin1(zone) } });
+            const auto result = ctl("agents", { { "TZ", zone } });
             static const QRegularExpression form(
                 QStringLiteral("\\t(\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d)([+-]\\d\\d:\\d\\d)\\t"));
             return form.match(QString::fromUtf8(result.output)).captured(2);
@@ -51,8 +44,8 @@ private Q_SLOTS:
 
     void everyAgentHasALine()
     {
-        m_standIns->start(m_standIns->path(agentPlace));
-        const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("AppTranslocation/d")));
+        startAgent();
+        const QString copy = installCopy("AppTranslocation/d");
         m_standIns->start(copy);
         m_standIns->start(copy);
         m_standIns->start(m_standIns->install(QStringLiteral("no/KestrumAgent")));
@@ -61,7 +54,7 @@ private Q_SLOTS:
         for (const QByteArray& line : result.output.chopped(1).split('\n'))
             listed.append(line.left(line.indexOf('\t')));
         QByteArrayList expected;
-        for (const qint32 pid : runningPids())
+        for (const qint32 pid : agentPids())
             expected.append(QByteArray::number(pid));
         QCOMPARE(listed.size(), 3);
         QCOMPARE(listed, expected);
@@ -69,39 +62,29 @@ private Q_SLOTS:
 
     void aPathForgesNoLine()
     {
-        m_standIns->start(m_standIns->install(StandIns::agentIn(QStringLiteral("a\n1\tb"))));
+        m_standIns->start(installCopy("a\n1\tb"));
         const auto result = ctl("agents");
         QCOMPARE(result.output.count('\n'), 1);
         QCOMPARE(result.output.count('\t'), 2);
         QVERIFY(result.output.contains("/a\\n1\\tb/KestrumAgent.app/"));
     }
 
-    void withoutAnAgentTheListFails()
-    {
-        const auto result = ctl("agents");
-        QCOMPARE(result.code, 1);
-        QCOMPARE(result.output, QByteArray());
-        QCOMPARE(result.errors, QByteArray());
-    }
+    void withoutAnAgentTheListFails() { QCOMPARE(ctl("agents"), (Programs::Ended { 1, {}, {} })); }
 
     void stopAsksTheAgentAndWaitsForItsEnd()
     {
-        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        const qint32 pid = startAgent();
         SignalListener agent;
         agent.listen(SharedSettings::Signal::quitAgent,
             [this, pid] { QTimer::singleShot(300, this, [this, pid] { m_standIns->end(pid); }); });
-        const auto result = ctl("agent stop");
-        QCOMPARE(result.errors, QByteArray());
-        QCOMPARE(result.output, QByteArray());
-        QCOMPARE(result.code, 0);
-        QVERIFY(runningPids().isEmpty());
+        QCOMPARE(ctl("agent stop"), done());
+        QVERIFY(agentPids().isEmpty());
     }
 
     void stopWaitsForEveryAgent()
     {
-        const QString copy = m_standIns->install(StandIns::agentIn(QStringLiteral("copy")));
-        const qint32 one = m_standIns->start(m_standIns->path(agentPlace)).pid;
-        const qint32 other = m_standIns->start(copy).pid;
+        const qint32 one = startAgent();
+        const qint32 other = m_standIns->start(installCopy("copy")).pid;
         SignalListener agents;
         agents.listen(SharedSettings::Signal::quitAgent, [this, one, other] {
             m_standIns->end(one);
@@ -110,13 +93,13 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         QCOMPARE(ctl("agent stop").code, 0);
-        QVERIFY(runningPids().isEmpty());
+        QVERIFY(agentPids().isEmpty());
         QVERIFY(timer.elapsed() >= 700);
     }
 
     void stopAsksAgainWhoDidNotHear()
     {
-        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        const qint32 pid = startAgent();
         SignalListener agent;
         int asked = 0;
         agent.listen(SharedSettings::Signal::quitAgent, [this, pid, &asked] {
@@ -139,16 +122,14 @@ private Q_SLOTS:
         int asked = 0;
         SignalListener agent;
         agent.listen(SharedSettings::Signal::quitAgent, [&asked] { ++asked; });
-        const auto result = ctl("agent stop");
-        QCOMPARE(result.code, 0);
-        QCOMPARE(result.output + result.errors, QByteArray());
+        QCOMPARE(ctl("agent stop"), done());
         QTest::qWait(50);
         QCOMPARE(asked, 0);
     }
 
     void anAgentThatDoesNotQuitIsAFailureThatNamesIt()
     {
-        const qint32 pid = m_standIns->start(m_standIns->path(agentPlace)).pid;
+        const qint32 pid = startAgent();
         QElapsedTimer timer;
         timer.start();
         const auto result = ctl("agent stop");
@@ -157,16 +138,14 @@ private Q_SLOTS:
             "kestrumctl: the agent was asked to quit and still runs (pid " + QByteArray::number(pid) + ")\n");
         QVERIFY(timer.elapsed() > 4500 && timer.elapsed() < 8000);
         // `stop` only asks the agent to quit and never kills it.
-        QCOMPARE(runningPids(), QList<qint32> { pid });
+        QCOMPARE(agentPids(), QList<qint32> { pid });
     }
 
     void withoutAMeetingPlaceStopFailsWithTheReason()
     {
-        m_standIns->start(m_standIns->path(agentPlace));
-        const auto result
-            = ctl("agent stop", { { QStringLiteral("XDG_RUNTIME_DIR"), QStringLiteral("/nowhere") } });
-        QCOMPARE(result.code, 1);
-        QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
+        startAgent();
+        QVERIFY_FAILED(
+            ctl("agent stop", { { "XDG_RUNTIME_DIR", "/nowhere" } }), 1, "no signal passes between programs");
     }
 };
 

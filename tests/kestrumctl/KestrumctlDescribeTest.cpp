@@ -52,11 +52,10 @@ private Q_SLOTS:
         }
         // With the sample readings, a fresh suite and no region.
         const QJsonObject strip = described();
-        const QString readouts = item(strip, MonitorSection::cpu).value(QStringLiteral("readout")).toString()
-            + item(strip, MonitorSection::memory).value(QStringLiteral("readout")).toString()
-            + item(strip, MonitorSection::storage).value(QStringLiteral("readout")).toString()
-            + item(strip, MonitorSection::sensors).value(QStringLiteral("readout")).toString();
-        QCOMPARE(readouts, QStringLiteral("48°64%58%24W"));
+        QString readouts;
+        for (const auto& section : allCases<MonitorSection>())
+            readouts += item(strip, section.value).value(QStringLiteral("readout")).toString() + u' ';
+        QCOMPARE(readouts, QStringLiteral("48° 64% 58% 24W "));
     }
 
     void aHiddenItemKeepsItsSlotWithoutAPlace()
@@ -123,9 +122,8 @@ private Q_SLOTS:
         const FileTree shared;
         QCOMPARE(::mkdir(QFile::encodeName(shared.path(QStringLiteral("open"))).constData(), 0755), 0);
         const QString named = directory.isEmpty() ? QString() : shared.path(QString::fromLatin1(directory));
-        const Kestrumctl::Variables place { { QStringLiteral("XDG_RUNTIME_DIR"), named },
-            { QStringLiteral("TMPDIR"), shared.root() } };
-        const auto described = Kestrumctl::run(words("describe"), {}, place);
+        const auto described = ctl(
+            "describe", { { "XDG_RUNTIME_DIR", named.toUtf8() }, { "TMPDIR", shared.root().toUtf8() } });
         QCOMPARE(described.errors, QByteArray());
         QCOMPARE(described.code, 0);
         QCOMPARE(QDir(shared.root()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),

@@ -2,13 +2,26 @@
 #include "tests/Support/LoginItemFixture.h"
 
 #include <QCoreApplication>
-#include <QTest>
 #include <unistd.h>
 
 using namespace kestrum;
 
 class KestrumctlLoginItemTest : public QObject {
     Q_OBJECT
+
+    std::unique_ptr<LoginItemFixture> m_fixture;
+    QString m_program;
+
+    Programs::Ended run(const char* word, const Programs::Variables& variables = {}) const
+    {
+        QStringList command { m_program, QStringLiteral("login-item") };
+        if (::geteuid() != 0) // the test of root is root again
+            command = asOrdinaryUser(command);
+        return Programs::run(command.first(), command.mid(1) + words(word), variables);
+    }
+    void verify(const char* word, const char* output = "") const { QCOMPARE(run(word), done(output)); }
+    static QByteArray entry() { return contentOf(LoginItemFixture::entry()); }
+    static void append(const QByteArray& line) { write(LoginItemFixture::entry(), entry() + line); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -31,55 +44,49 @@ private Q_SLOTS:
     void statusPrintsTheStatesName()
     {
         verify("status", "notRegistered\n");
-        verify("on", "");
+        verify("on");
         verify("status", "enabled\n");
-        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");
+        append("Hidden=true\n");
         verify("status", "requiresApproval\n");
-        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "TryExec=/nowhere\n");
+        append("TryExec=/nowhere\n");
         verify("status", "notFound\n");
-        verify("on", "");
+        verify("on");
         verify("status", "enabled\n");
-        verify("off", "");
+        verify("off");
         verify("status", "notRegistered\n");
     }
 
     void whatIsAsItShouldBeIsNoFailure()
     {
-        verify("off", "");
-        verify("on", "");
-        verify("on", "");
+        verify("off");
+        verify("on");
+        verify("on");
     }
 
     void theEntryTellsTheAgentThatItIsALogin()
     {
-        verify("on", "");
-        QVERIFY(contentOf(LoginItemFixture::entry()).contains("/KestrumAgent\" --login\n"));
+        verify("on");
+        QVERIFY(entry().contains("/KestrumAgent\" --login\n"));
     }
 
     void switchingOnAgainKeepsForeignKeys()
     {
-        verify("on", "");
-        write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "X-Mine=1\nHidden=true\n");
-        verify("on", "");
-        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
-        verify("off", "");
-        verify("on", "");
-        QVERIFY(contentOf(LoginItemFixture::entry()).contains("X-Mine=1\n"));
+        verify("on");
+        append("X-Mine=1\nHidden=true\n");
+        verify("on");
+        QVERIFY(entry().contains("X-Mine=1\n"));
+        verify("off");
+        verify("on");
+        QVERIFY(entry().contains("X-Mine=1\n"));
     }
 
     void suppressedItSaysWhy()
     {
-        const QString variables[]
-            = { QStringLiteral("KESTRUM_NO_LOGIN_ITEM"), QStringLiteral("KESTRUM_UI_TESTING") };
-        for (const QString& variable : variables) {
-            for (const char* word : { "status", "on", "off" }) {
-                const auto result = run(word, { { variable, QStringLiteral("1") } });
-                QCOMPARE(result.code, 1);
-                QCOMPARE(result.output, QByteArray());
-                QVERIFY2(result.errors.contains("Login items are disabled in this build."),
-                    result.errors.constData());
-            }
-            QCOMPARE(run("status", { { variable, QStringLiteral("true") } }).code, 0);
+        for (const char* variable : { "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_UI_TESTING" }) {
+            for (const char* word : { "status", "on", "off" })
+                QVERIFY_FAILED(
+                    run(word, { { variable, "1" } }), 1, "Login items are disabled in this build.");
+            QCOMPARE(run("status", { { variable, "true" } }).code, 0);
         }
         QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
@@ -89,22 +96,18 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(LoginItemFixture::folder()));
         QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
         const auto result = run("on");
-        QCOMPARE(result.code, 1);
-        QVERIFY2(
-            result.errors.contains(QFile::encodeName(LoginItemFixture::folder())), result.errors.constData());
-        QVERIFY2(result.errors.contains(qt_error_string(EACCES).toUtf8()), result.errors.constData());
+        QVERIFY_FAILED(result, 1, QFile::encodeName(LoginItemFixture::folder()));
+        QVERIFY_CONTAINS(result.errors, qt_error_string(EACCES).toUtf8());
     }
 
     void noPathForgesALine()
     {
         const QString home = TestHome::root() + QStringLiteral("/.config/a\nkestrumctl: forged\x1B[2J");
         write(home + QStringLiteral("/autostart"), "a file where the folder should be");
-        const auto result = run("on", { { QStringLiteral("XDG_CONFIG_HOME"), home } });
+        const auto result = run("on", { { "XDG_CONFIG_HOME", home.toUtf8() } });
         QVERIFY(QDir(home).removeRecursively());
-        QCOMPARE(result.code, 1);
+        QVERIFY_FAILED(result, 1, "/a\\nkestrumctl: forged\\x1b[2J/autostart");
         QCOMPARE(result.errors.count('\n'), 1);
-        QVERIFY2(
-            result.errors.contains("/a\\nkestrumctl: forged\\x1b[2J/autostart"), result.errors.constData());
     }
 
     void aCopyWithoutAnAgentSaysSo()
@@ -113,15 +116,12 @@ private Q_SLOTS:
         QVERIFY(QFile::rename(m_fixture->agentBundle(), away));
         const auto result = run("on");
         QVERIFY(QFile::rename(away, m_fixture->agentBundle()));
-        QCOMPARE(result.code, 1);
-        QVERIFY2(result.errors.contains("This copy of Kestrum is incomplete."), result.errors.constData());
+        QVERIFY_FAILED(result, 1, "This copy of Kestrum is incomplete.");
     }
 
     void anotherWordIsWrongUse()
     {
-        const auto result = run("enable");
-        QCOMPARE(result.code, 2);
-        QVERIFY2(result.errors.contains("\"enable\""), result.errors.constData());
+        QVERIFY_FAILED(run("enable"), 2, "\"enable\"");
         QCOMPARE(run("").code, 2);
     }
 
@@ -132,32 +132,9 @@ private Q_SLOTS:
         QCOMPARE(::seteuid(0), 0);
         const auto result = run("on");
         QCOMPARE(::seteuid(65534), 0);
-        QCOMPARE(result.code, 1);
-        QVERIFY2(result.errors.contains("No login item is registered for root."), result.errors.constData());
+        QVERIFY_FAILED(result, 1, "No login item is registered for root.");
         QVERIFY(!QFile::exists(LoginItemFixture::folder()));
     }
-
-private:
-    Kestrumctl::Result run(const char* word, const Kestrumctl::Variables& variables = {}) const
-    {
-        const QStringList arguments { QStringLiteral("login-item"), QString::fromUtf8(word) };
-        if (::getuid() != 0 || ::geteuid() == 0)
-            return Kestrumctl::run(arguments, {}, variables, m_program);
-        // The program gets that user's real and effective ids.
-        const QStringList user { QStringLiteral("--reuid=65534"), QStringLiteral("--regid=65534"),
-            QStringLiteral("--keep-groups"), m_program };
-        return Kestrumctl::run(user + arguments, {}, variables, QStringLiteral("setpriv"));
-    }
-    void verify(const char* word, const QByteArray& output) const
-    {
-        const auto result = run(word);
-        QCOMPARE(result.errors, QByteArray());
-        QCOMPARE(result.output, output);
-        QCOMPARE(result.code, 0);
-    }
-
-    std::unique_ptr<LoginItemFixture> m_fixture;
-    QString m_program;
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, KestrumctlLoginItemTest)

@@ -1,11 +1,8 @@
 #include "tests/Support/DescribedStrip.h"
-#include "tests/Support/TestHome.h"
+#include "tests/Support/Pixels.h"
 
-#include <QFile>
 #include <QGuiApplication>
-#include <QImage>
 #include <QImageReader>
-#include <QJsonDocument>
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
@@ -22,25 +19,15 @@ QString picturePath()
 QImage rendered(const char* what)
 {
     QFile::remove(picturePath());
-    const auto result = Kestrumctl::run(
-        words("render") + words(what) + QStringList { QStringLiteral("-o"), picturePath() });
-    if (result.code != 0 || !result.output.isEmpty() || !result.errors.isEmpty())
+    if (const auto result = ctl("render -o", QStringList(picturePath()) + words(what)); result != done())
         qWarning("%d %s", result.code, result.errors.constData());
     QImageReader reader(picturePath());
-    if (reader.format() != "png")
-        return {};
-    return reader.read();
+    return reader.format() == "png" ? reader.read() : QImage();
 }
 
 bool isEmpty(const QImage& image, const QRect& rect)
 {
-    for (int y = rect.top(); y <= rect.bottom(); ++y) {
-        for (int x = rect.left(); x <= rect.right(); ++x) {
-            if (image.pixelColor(x, y).alpha() != 0)
-                return false;
-        }
-    }
-    return true;
+    return areaOf(image.copy(rect), [](const QColor& pixel) { return pixel.alpha() != 0; }).isNull();
 }
 
 // The largest difference of any colour or alpha component of two pictures of the same size.
@@ -173,9 +160,7 @@ private Q_SLOTS:
         for (const auto& entry : allCases<MonitorSection>())
             set(MeterSettings::visibilityKey(entry.value), false);
         QFile::remove(picturePath());
-        const auto result = Kestrumctl::run(words("render strip -o") + QStringList { picturePath() });
-        QCOMPARE(result.code, 1);
-        QVERIFY(result.errors.contains("all items are hidden"));
+        QVERIFY_FAILED(ctl("render strip -o", { picturePath() }), 1, "all items are hidden");
         QVERIFY(!QFile::exists(picturePath()));
         QCOMPARE(number(described(), "width"), 0.0);
     }
@@ -260,16 +245,10 @@ private Q_SLOTS:
 
     void aPictureThatCannotBeWrittenFailsWithTheReason()
     {
-        const auto nowhere = Kestrumctl::run(words("render cpu -o")
-            + QStringList { TestHome::root() + QStringLiteral("/nowhere/picture.png") });
-        QCOMPARE(nowhere.code, 1);
-        QVERIFY2(nowhere.errors.contains("nowhere/picture.png\": No such file"), nowhere.errors.constData());
-        const auto full = Kestrumctl::run(
-            { QStringLiteral("-c"), QStringLiteral("exec \"$0\" render cpu -o - > /dev/full"),
-                Kestrumctl::path() },
-            {}, {}, QStringLiteral("/bin/sh"));
-        QCOMPARE(full.code, 1);
-        QVERIFY2(full.errors.contains("No space left on device"), full.errors.constData());
+        QVERIFY_FAILED(ctl("render cpu -o", { TestHome::root() + QStringLiteral("/nowhere/picture.png") }), 1,
+            "nowhere/picture.png\": No such file");
+        QVERIFY_FAILED(
+            Kestrumctl::inShell("exec \"$0\" render cpu -o - > /dev/full"), 1, "No space left on device");
     }
 };
 

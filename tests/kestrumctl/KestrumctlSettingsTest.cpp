@@ -1,17 +1,20 @@
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "Platform/Store/UserDefaults.h"
-#include "tests/Support/FileContent.h"
 #include "tests/Support/Kestrumctl.h"
-#include "tests/Support/TestHome.h"
 
-#include <QDir>
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QTest>
 #include <unistd.h>
 
 using namespace kestrum;
+
+namespace {
+
+QJsonObject object(const QByteArray& json)
+{
+    return QJsonDocument::fromJson(json).object();
+}
+
+} // namespace
 
 class KestrumctlSettingsTest : public QObject {
     Q_OBJECT
@@ -25,10 +28,7 @@ private Q_SLOTS:
 
     void readGivesTheValueInEffect()
     {
-        const auto style = ctl("read meterStyle");
-        QCOMPARE(style.code, 0);
-        QCOMPARE(style.output, QByteArray("\"bars\"\n"));
-        QCOMPARE(style.errors, QByteArray());
+        QCOMPARE(ctl("read meterStyle"), done("\"bars\"\n"));
         QCOMPARE(ctl("read showCPUItem").output, QByteArray("true\n"));
         QCOMPARE(ctl("read refreshInterval").output, QByteArray("1\n"));
         write(suitePath(), "{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}");
@@ -40,18 +40,14 @@ private Q_SLOTS:
 
     void storedReadGivesOnlyWhatIsStored()
     {
-        const auto absent = ctl("read meterStyle --stored");
-        QCOMPARE(absent.code, 1);
-        QCOMPARE(absent.output, QByteArray());
-        QVERIFY(absent.errors.contains("meterStyle is not stored"));
+        QVERIFY_FAILED(ctl("read meterStyle --stored"), 1, "meterStyle is not stored");
         QCOMPARE(ctl("read --stored").output.simplified().replace(" ", ""), QByteArray("{}"));
 
         write(suitePath(), "{\"meterStyle\": \"wave\"}");
         QCOMPARE(ctl("read --stored meterStyle").output, QByteArray("\"wave\"\n"));
         const auto all = ctl("read --stored");
         QCOMPARE(all.code, 0);
-        QCOMPARE(QJsonDocument::fromJson(all.output).object(),
-            (QJsonObject { { QStringLiteral("meterStyle"), QStringLiteral("wave") } }));
+        QCOMPARE(object(all.output), object("{\"meterStyle\": \"wave\"}"));
     }
 
     void readWithoutAKeyGivesOneObject()
@@ -63,18 +59,14 @@ private Q_SLOTS:
         expected.insert(QStringLiteral("of another version"), QJsonArray { 1, QJsonValue::Null });
         const auto all = ctl("read");
         QCOMPARE(all.code, 0);
-        QCOMPARE(QJsonDocument::fromJson(all.output).object(), expected);
+        QCOMPARE(object(all.output), expected);
     }
 
     void aKeyWithoutAValueIsAbsent()
     {
         for (const char* key : { "memoryReadout", "storageReadout", "cpuAccent", "cpuFastCoreAccent",
-                 "memoryAccent", "storageAccent", "updatesAvailable" }) {
-            const auto result = ctl({ QStringLiteral("read"), QString::fromUtf8(key) });
-            QCOMPARE(result.code, 1);
-            QCOMPARE(result.output, QByteArray());
-            QVERIFY2(result.errors.contains(QByteArray(key) + " is absent"), result.errors.constData());
-        }
+                 "memoryAccent", "storageAccent", "updatesAvailable" })
+            QVERIFY_FAILED(ctl("read", words(key)), 1, QByteArray(key) + " is absent");
     }
 
     void aStoredKeyOutsideOfTheCatalogueReadsNormally()
@@ -112,19 +104,12 @@ private Q_SLOTS:
         QFETCH(const QString, key);
         QFETCH(const QString, json);
         QFETCH(const bool, needsForce);
-        QStringList call { QStringLiteral("write"), key, json };
         if (needsForce) {
-            QCOMPARE(ctl(call).code, 2);
+            QCOMPARE(ctl("write", { key, json }).code, 2);
             QVERIFY(!QFile::exists(suitePath()));
-            call.append(QStringLiteral("--force"));
         }
-        const auto written = ctl(call);
-        QCOMPARE(written.code, 0);
-        QCOMPARE(written.output, QByteArray());
-        QCOMPARE(written.errors, QByteArray());
-        const auto read = ctl({ QStringLiteral("read"), key, QStringLiteral("--stored") });
-        QCOMPARE(read.code, 0);
-        QCOMPARE(read.output, json.toUtf8() + '\n');
+        QCOMPARE(ctl(needsForce ? "write --force" : "write", { key, json }), done());
+        QCOMPARE(ctl("read --stored", { key }), done(json.toUtf8() + '\n'));
     }
 
     void aValueOfTheWrongTypeIsRefused_data()
@@ -150,20 +135,16 @@ private Q_SLOTS:
         QFETCH(const QString, key);
         QFETCH(const QString, json);
         QFETCH(const QByteArray, reason);
-        const auto refused = ctl({ QStringLiteral("write"), key, json });
-        QCOMPARE(refused.code, 2);
-        QVERIFY2(refused.errors.contains(reason), refused.errors.constData());
+        QVERIFY_FAILED(ctl("write", { key, json }), 2, reason);
         QVERIFY(!QFile::exists(suitePath()));
 
-        QCOMPARE(ctl({ QStringLiteral("write"), QStringLiteral("--force"), key, json }).code, 0);
-        QCOMPARE(ctl({ QStringLiteral("read"), key }).output, json.toUtf8() + '\n');
+        QCOMPARE(ctl("write --force", { key, json }).code, 0);
+        QCOMPARE(ctl("read", { key }).output, json.toUtf8() + '\n');
     }
 
     void aTextThatIsNoChoiceIsStored()
     {
-        QCOMPARE(
-            ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), QStringLiteral("\"swirl\"") }).code,
-            0);
+        QCOMPARE(ctl("write meterStyle \"swirl\"").code, 0);
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"swirl\"\n"));
     }
 
@@ -178,32 +159,22 @@ private Q_SLOTS:
     void aValueThatIsNoJsonIsRefused()
     {
         QFETCH(const QString, json);
-        const auto refused = ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), json });
-        QCOMPARE(refused.code, 2);
-        QVERIFY2(refused.errors.contains("is no JSON value"), refused.errors.constData());
+        QVERIFY_FAILED(ctl("write meterStyle", { json }), 2, "is no JSON value");
         // With --force, too, the argument is no JSON value.
-        QCOMPARE(
-            ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), json, QStringLiteral("--force") })
-                .code,
-            2);
+        QCOMPARE(ctl("write --force meterStyle", { json }).code, 2);
         QVERIFY(!QFile::exists(suitePath()));
     }
 
     void aValueThatCouldNotBeReadBackIsRefused()
     {
         const QString deep = QString(40, QLatin1Char('[')) + QString(40, QLatin1Char(']'));
-        const auto refused
-            = ctl({ QStringLiteral("write"), QStringLiteral("nest"), deep, QStringLiteral("--force") });
-        QCOMPARE(refused.code, 2);
-        QVERIFY2(refused.errors.contains("cannot be a setting"), refused.errors.constData());
+        QVERIFY_FAILED(ctl("write --force nest", { deep }), 2, "cannot be a setting");
         QVERIFY(!QFile::exists(suitePath()));
     }
 
     void aValueEqualToTheDefaultIsStored()
     {
-        QCOMPARE(
-            ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), QStringLiteral("\"bars\"") }).code,
-            0);
+        QCOMPARE(ctl("write meterStyle \"bars\"").code, 0);
         QCOMPARE(ctl("read meterStyle --stored").output, QByteArray("\"bars\"\n"));
     }
 
@@ -213,32 +184,24 @@ private Q_SLOTS:
             suitePath(), "{\"meterStyle\": \"wave\", \"of another version\": 1, \"meterShape\": \"square\"}");
         QCOMPARE(ctl("delete meterStyle").code, 0);
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"bars\"\n"));
-        QCOMPARE(ctl({ QStringLiteral("delete"), QStringLiteral("of another version") }).code, 0);
-        QCOMPARE(QJsonDocument::fromJson(contentOf(suitePath())).object(),
-            (QJsonObject { { QStringLiteral("meterShape"), QStringLiteral("square") } }));
+        QCOMPARE(ctl("delete", { QStringLiteral("of another version") }).code, 0);
+        QCOMPARE(object(contentOf(suitePath())), object("{\"meterShape\": \"square\"}"));
     }
 
     void deletingWhatIsNotStoredIsNoFailure()
     {
-        const auto result = ctl("delete meterStyle");
-        QCOMPARE(result.code, 0);
-        QCOMPARE(result.errors, QByteArray());
+        QCOMPARE(ctl("delete meterStyle"), done());
         QCOMPARE(ctl("delete cpuAccent").code, 0);
         QVERIFY(!QFile::exists(suitePath()));
     }
 
     void theSuiteIsTheOneThatTheEnvironmentNames()
     {
-        const Kestrumctl::Variables other { { QStringLiteral("KESTRUM_SETTINGS_SUITE"),
-            QStringLiteral("test.suite") } };
-        QCOMPARE(
-            ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), QStringLiteral("\"wave\"") }, other)
-                .code,
-            0);
+        const Programs::Variables other { { "KESTRUM_SETTINGS_SUITE", "test.suite" } };
+        QCOMPARE(ctl("write meterStyle \"wave\"", other).code, 0);
         QVERIFY(QFile::exists(TestHome::configDirectory() + QStringLiteral("/test.suite.json")));
         QVERIFY(!QFile::exists(suitePath()));
-        QCOMPARE(ctl({ QStringLiteral("read"), QStringLiteral("meterStyle") }, other).output,
-            QByteArray("\"wave\"\n"));
+        QCOMPARE(ctl("read meterStyle", other).output, QByteArray("\"wave\"\n"));
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"bars\"\n"));
     }
 
@@ -256,30 +219,25 @@ private Q_SLOTS:
     {
         QFETCH(const QString, suite);
         QFETCH(const QByteArray, reason);
-        const Kestrumctl::Variables refused { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), suite } };
+        const Programs::Variables refused { { "KESTRUM_SETTINGS_SUITE", suite.toUtf8() } };
         for (const char* call :
             { "read", "write meterStyle \"wave\"", "delete meterStyle", "watch", "export -", "import -",
                 "post settings", "listen settings --timeout 5", "agent start", "describe" }) {
             const auto result = ctl(call, refused);
-            QCOMPARE(result.code, 1);
-            QCOMPARE(result.output, QByteArray());
+            QVERIFY_FAILED(result, 1, reason);
             QVERIFY2(result.errors.startsWith("kestrumctl: KESTRUM_SETTINGS_SUITE: \"")
-                    && result.errors.contains(reason) && result.errors.count('\n') == 1,
+                    && result.errors.count('\n') == 1,
                 result.errors.constData());
         }
         // A command that needs no settings still works.
-        QCOMPARE(ctl({ QStringLiteral("agents") }, refused).errors, QByteArray());
+        QCOMPARE(ctl("agents", refused).errors, QByteArray());
         QVERIFY(!QFile::exists(TestHome::configDirectory() + QStringLiteral("/com.orvale.kestrum.json")));
     }
 
     void theAdministratorsValueIsInEffectButNotStored()
     {
-        const QString directory = TestHome::root() + QStringLiteral("/xdg/kestrum");
-        QVERIFY(QDir().mkpath(directory));
-        QFile file(directory + QStringLiteral("/T4K9ZR2MXB.com.orvale.kestrum.json"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("{\"meterStyle\": \"compact\", \"ofTheAdministrator\": 1}");
-        file.close();
+        write(TestHome::root() + QStringLiteral("/xdg/kestrum/T4K9ZR2MXB.com.orvale.kestrum.json"),
+            "{\"meterStyle\": \"compact\", \"ofTheAdministrator\": 1}");
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"compact\"\n"));
         QCOMPARE(ctl("read ofTheAdministrator").output, QByteArray("1\n"));
         QCOMPARE(ctl("read meterStyle --stored").code, 1);
@@ -289,18 +247,11 @@ private Q_SLOTS:
     {
         // A file in place of the directory makes writing fail for every user, also for root.
         const QString file = TestHome::root() + QStringLiteral("/no directory");
-        QFile obstacle(file);
-        QVERIFY(obstacle.open(QIODevice::WriteOnly));
-        const Kestrumctl::Variables home { { QStringLiteral("XDG_CONFIG_HOME"), file } };
-
-        const auto written = ctl(
-            { QStringLiteral("write"), QStringLiteral("meterStyle"), QStringLiteral("\"wave\"") }, home);
-        QCOMPARE(written.code, 1);
-        QCOMPARE(written.output, QByteArray());
-        QVERIFY2(written.errors.contains("Not a directory"), written.errors.constData());
+        write(file, {});
+        const Programs::Variables home { { "XDG_CONFIG_HOME", file.toUtf8() } };
+        QVERIFY_FAILED(ctl("write meterStyle \"wave\"", home), 1, "Not a directory");
         // The defaults are still in effect.
-        QCOMPARE(ctl({ QStringLiteral("read"), QStringLiteral("meterStyle") }, home).output,
-            QByteArray("\"bars\"\n"));
+        QCOMPARE(ctl("read meterStyle", home).output, QByteArray("\"bars\"\n"));
     }
 
     void rootMakesNoFolderInTheHomeOfAnother()
@@ -310,23 +261,17 @@ private Q_SLOTS:
         const QString home = TestHome::root() + QStringLiteral("/theirs");
         QVERIFY(QDir().mkpath(home));
         QCOMPARE(::chown(QFile::encodeName(home).constData(), 12345, 12345), 0);
-        const auto result = Kestrumctl::run(words("write meterStyle \"wave\""), {},
-            { { QStringLiteral("HOME"), home }, { QStringLiteral("XDG_CONFIG_HOME"), QString() } });
-        QCOMPARE(result.code, 1);
-        QVERIFY2(
-            result.errors.contains(home.toUtf8() + " belongs to another user"), result.errors.constData());
+        const Programs::Variables theirs { { "HOME", home.toUtf8() }, { "XDG_CONFIG_HOME", {} } };
+        QVERIFY_FAILED(
+            ctl("write meterStyle \"wave\"", theirs), 1, home.toUtf8() + " belongs to another user");
         QVERIFY(QDir(home).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
     }
 
     void aFileThatCannotBeReadDoesNotPassForAnEmptyOne()
     {
         QVERIFY(QDir().mkpath(suitePath())); // a directory in the file's place
-        for (const char* call : { "read --stored", "read meterStyle --stored", "export -" }) {
-            const auto result = ctl(call);
-            QCOMPARE(result.code, 1);
-            QCOMPARE(result.output, QByteArray());
-            QVERIFY2(result.errors.contains("T4K9ZR2MXB.com.orvale.kestrum.json"), result.errors.constData());
-        }
+        for (const char* call : { "read --stored", "read meterStyle --stored", "export -" })
+            QVERIFY_FAILED(ctl(call), 1, "T4K9ZR2MXB.com.orvale.kestrum.json");
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"bars\"\n"));
         QCOMPARE(ctl("write showMemoryItem false").code, 1);
         QVERIFY(QFileInfo(suitePath()).isDir());
@@ -335,13 +280,9 @@ private Q_SLOTS:
     void theLastWriteIsSeenByTheNextReader()
     {
         UserDefaults& store = SharedSettings::store();
-        for (const char* style : { "\"wave\"", "\"bars\"", "\"wave\"" }) {
-            QCOMPARE(
-                ctl({ QStringLiteral("write"), QStringLiteral("meterStyle"), QString::fromUtf8(style) }).code,
-                0);
-            QCOMPARE(
-                QString(QLatin1Char('"') + store.string("meterStyle").value_or(QString()) + QLatin1Char('"')),
-                QString::fromUtf8(style));
+        for (const char* style : { "wave", "bars", "wave" }) {
+            QCOMPARE(ctl("write meterStyle", { u'"' + QLatin1StringView(style) + u'"' }).code, 0);
+            QCOMPARE(store.string("meterStyle").value_or(QString()), QLatin1StringView(style));
         }
     }
 };

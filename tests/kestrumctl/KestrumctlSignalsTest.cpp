@@ -1,20 +1,11 @@
 #include "KestrumShared/Settings/SignalListener.h"
 #include "tests/Support/Kestrumctl.h"
-#include "tests/Support/TestHome.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QTest>
 #include <csignal>
+#include <sys/stat.h>
 
 using namespace kestrum;
-
-namespace {
-
-using Signal = SharedSettings::Signal;
-
-} // namespace
 
 class KestrumctlSignalsTest : public QObject {
     Q_OBJECT
@@ -22,18 +13,15 @@ class KestrumctlSignalsTest : public QObject {
 private Q_SLOTS:
     void aPostReachesAListener()
     {
-        Kestrumctl::Running listening(words("listen settings"), "listening");
+        Kestrumctl::Running listening("listen settings", "listening");
         QVERIFY(listening.isReady());
-        const auto posted = ctl("post settings");
-        QCOMPARE(posted.code, 0);
-        QCOMPARE(posted.output, QByteArray());
-        QCOMPARE(posted.errors, QByteArray());
+        QCOMPARE(ctl("post settings"), done());
         QCOMPARE(listening.lines(1), (QByteArrayList { "settings" }));
     }
 
     void aLineIsPrintedForEachDelivery()
     {
-        Kestrumctl::Running listening(words("listen menuBarChanged"), "listening");
+        Kestrumctl::Running listening("listen menuBarChanged", "listening");
         for (int post = 1; post <= 5; ++post) {
             QCOMPARE(ctl("post menuBarChanged").code, 0);
             QCOMPARE(listening.lines(post), QByteArrayList(post, "menuBarChanged"));
@@ -44,7 +32,7 @@ private Q_SLOTS:
 
     void onlyTheNamedSignalsAreHeard()
     {
-        Kestrumctl::Running listening(words("listen openSettings updateAvailable"), "listening");
+        Kestrumctl::Running listening("listen openSettings updateAvailable", "listening");
         QCOMPARE(ctl("post settings").code, 0);
         QCOMPARE(ctl("post quitAgent").code, 0);
         QCOMPARE(ctl("post updateAvailable").code, 0);
@@ -57,76 +45,73 @@ private Q_SLOTS:
 
     void aSignalNamedTwiceIsHeardOnce()
     {
-        Kestrumctl::Running listening(words("listen settings settings --count 3 --timeout 0.5"), "listening");
+        Kestrumctl::Running listening("listen settings settings --count 3 --timeout 0.5", "listening");
         QCOMPARE(ctl("post settings").code, 0);
-        const auto end = listening.ended();
-        QCOMPARE(end.output, QByteArray("settings\n"));
-        QCOMPARE(end.code, 1);
+        QCOMPARE(listening.ended(), (Programs::Ended { 1, "settings\n", "listening\n" }));
     }
 
     void theCountEndsItWell()
     {
-        Kestrumctl::Running listening(words("listen settings quitAgent --count 2 --timeout=15"), "listening");
+        Kestrumctl::Running listening("listen settings quitAgent --count 2 --timeout=15", "listening");
         QCOMPARE(ctl("post settings").code, 0);
         QCOMPARE(listening.lines(1).size(), 1);
         QCOMPARE(ctl("post quitAgent").code, 0);
-        const auto end = listening.ended();
-        QCOMPARE(end.code, 0);
-        QCOMPARE(end.output, QByteArray("settings\nquitAgent\n"));
-        QCOMPARE(end.errors, QByteArray("listening\n"));
+        QCOMPARE(listening.ended(), (Programs::Ended { 0, "settings\nquitAgent\n", "listening\n" }));
     }
 
     void theTimeoutBeforeTheCountIsAFailure()
     {
         QElapsedTimer timer;
         timer.start();
-        const auto result = ctl("listen settings --count 1 --timeout 0.3");
-        QCOMPARE(result.code, 1);
-        QCOMPARE(result.output, QByteArray());
+        QVERIFY_FAILED(ctl("listen settings --count 1 --timeout 0.3"), 1, "listening");
         QVERIFY(timer.elapsed() >= 300);
     }
 
     void theTimeoutWithoutACountIsNone()
     {
-        const auto result = ctl("listen settings --timeout 0.1");
-        QCOMPARE(result.code, 0);
-        QCOMPARE(result.output, QByteArray());
+        QCOMPARE(ctl("listen settings --timeout 0.1"), (Programs::Ended { 0, {}, "listening\n" }));
     }
 
     void interruptAndTerminateEndItWell_data()
     {
+        QTest::addColumn<QByteArray>("call");
+        QTest::addColumn<QByteArray>("readiness");
         QTest::addColumn<int>("number");
-        QTest::newRow("SIGINT") << SIGINT;
-        QTest::newRow("SIGTERM") << SIGTERM;
+        for (const int number : { SIGINT, SIGTERM }) {
+            QTest::addRow("listen, signal %d", number)
+                << QByteArray("listen settings --count 1") << QByteArray("listening") << number;
+            QTest::addRow("watch, signal %d", number)
+                << QByteArray("watch") << QByteArray("watching") << number;
+        }
     }
 
     void interruptAndTerminateEndItWell()
     {
+        QFETCH(const QByteArray, call);
+        QFETCH(const QByteArray, readiness);
         QFETCH(const int, number);
-        Kestrumctl::Running listening(words("listen settings --count 1"), "listening");
-        QVERIFY(listening.isReady());
-        listening.signal(number);
-        QCOMPARE(listening.ended().code, 0);
+        Kestrumctl::Running running(call.constData(), readiness);
+        QVERIFY(running.isReady());
+        running.signal(number);
+        QCOMPARE(running.ended(), (Programs::Ended { 0, {}, readiness + '\n' }));
     }
 
     void everySignalIsPostedUnderItsName()
     {
-        for (const auto& entry : allCases<Signal>()) {
+        for (const auto& entry : allCases<SharedSettings::Signal>()) {
             int deliveries = 0;
             SignalListener listener;
             listener.listen(entry.value, [&deliveries] { ++deliveries; });
-            QCOMPARE(ctl({ QStringLiteral("post"), QString::fromUtf8(entry.rawValue) }).code, 0);
+            QCOMPARE(ctl("post", words(entry.rawValue)).code, 0);
             QTRY_COMPARE(deliveries, 1);
         }
     }
 
     void anotherSuitesSignalsAreNotHeard()
     {
-        Kestrumctl::Running listening(words("listen settings"), "listening");
-        QCOMPARE(ctl("post settings",
-                     { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), QStringLiteral("test.suite") } })
-                     .code,
-            0);
+        Kestrumctl::Running listening("listen settings", "listening");
+        QCOMPARE(
+            ctl("post settings", Programs::Variables { { "KESTRUM_SETTINGS_SUITE", "test.suite" } }).code, 0);
         QCOMPARE(ctl("post settings").code, 0);
         QCOMPARE(listening.lines(1).size(), 1);
         listening.signal(SIGTERM);
@@ -137,12 +122,12 @@ private Q_SLOTS:
     {
         // Only the settings application announces changes by a signal; a program that writes the suite does not.
         Kestrumctl::Running listening(
-            words("listen settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged"),
+            "listen settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged",
             "listening");
         QVERIFY(listening.isReady());
         QCOMPARE(ctl("write showMemoryItem false").code, 0);
         QCOMPARE(ctl("delete showMemoryItem").code, 0);
-        QCOMPARE(Kestrumctl::run(words("import -"), "{\"meterStyle\": \"wave\"}").code, 0);
+        QCOMPARE(ctl("import -", "{\"meterStyle\": \"wave\"}").code, 0);
         // Signals arrive in order: an earlier one would be printed before this one.
         QCOMPARE(ctl("post menuBarChanged").code, 0);
         QCOMPARE(listening.lines(1), (QByteArrayList { "menuBarChanged" }));
@@ -161,14 +146,14 @@ private Q_SLOTS:
     void theSuiteWithTheLongestNameHasSignals()
     {
         QFETCH(const QString, suite);
-        const Kestrumctl::Variables variables { { QStringLiteral("KESTRUM_SETTINGS_SUITE"), suite } };
+        const Programs::Variables variables { { "KESTRUM_SETTINGS_SUITE", suite.toUtf8() } };
         QCOMPARE(ctl("write showCPUItem true", variables).errors, QByteArray());
         qputenv("KESTRUM_SETTINGS_SUITE", suite.toUtf8());
-        Kestrumctl::Running listening(words("listen checkForUpdates updateAvailable settings"), "listening");
+        Kestrumctl::Running listening("listen checkForUpdates updateAvailable settings", "listening");
         qunsetenv("KESTRUM_SETTINGS_SUITE");
         QVERIFY(listening.isReady());
         for (const char* signal : { "checkForUpdates", "updateAvailable", "settings" })
-            QCOMPARE(ctl((QByteArray("post ") + signal).constData(), variables).errors, QByteArray());
+            QCOMPARE(ctl("post", words(signal), variables).errors, QByteArray());
         QCOMPARE(listening.lines(3).size(), 3);
     }
 
@@ -176,16 +161,12 @@ private Q_SLOTS:
     {
         const QString open = TestHome::root() + QStringLiteral("/open to all");
         QVERIFY(QDir().mkpath(open));
-        QVERIFY(QFile::setPermissions(open,
-            QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther | QFile::WriteOther
-                | QFile::ExeOther));
-        const Kestrumctl::Variables place { { QStringLiteral("XDG_RUNTIME_DIR"), open } };
+        QCOMPARE(::chmod(QFile::encodeName(open).constData(), 0707), 0);
+        const Programs::Variables place { { "XDG_RUNTIME_DIR", open.toUtf8() } };
         for (const char* call : { "post settings", "listen settings --timeout 5" }) {
             const auto result = ctl(call, place);
-            QCOMPARE(result.code, 1);
-            QCOMPARE(result.output, QByteArray());
-            QVERIFY2(result.errors.contains("no signal passes between programs"), result.errors.constData());
-            QVERIFY2(result.errors.contains("open to all"), result.errors.constData());
+            QVERIFY_FAILED(result, 1, "no signal passes between programs");
+            QVERIFY_CONTAINS(result.errors, "open to all");
         }
     }
 
@@ -196,10 +177,9 @@ private Q_SLOTS:
         const auto verifyFailure = [] {
             for (const char* call : { "post settings", "listen settings --timeout 5" }) {
                 const auto result = ctl(call);
-                QCOMPARE(result.code, 1);
-                QVERIFY2(result.errors.contains("no signal passes between programs")
-                        && result.errors.contains("/kestrum/signals") && result.errors.count('\n') == 1,
-                    result.errors.constData());
+                QVERIFY_FAILED(result, 1, "no signal passes between programs");
+                QVERIFY_CONTAINS(result.errors, "/kestrum/signals");
+                QCOMPARE(result.errors.count('\n'), 1);
             }
         };
         QCOMPARE(ctl("post settings").code, 0);

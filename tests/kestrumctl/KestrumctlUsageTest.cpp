@@ -1,42 +1,33 @@
 #include "KestrumShared/Settings/Keys.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "tests/Support/Kestrumctl.h"
-#include "tests/Support/TestHome.h"
-
-#include <QFile>
-#include <QTest>
 
 using namespace kestrum;
-
-namespace {
-
-const QStringList verbs { QStringLiteral("read"), QStringLiteral("write"), QStringLiteral("delete"),
-    QStringLiteral("watch"), QStringLiteral("export"), QStringLiteral("import"), QStringLiteral("post"),
-    QStringLiteral("listen"), QStringLiteral("agents"), QStringLiteral("agent"), QStringLiteral("describe"),
-    QStringLiteral("render"), QStringLiteral("open"), QStringLiteral("login-item") };
-
-} // namespace
 
 class KestrumctlUsageTest : public QObject {
     Q_OBJECT
 
+    const QStringList m_verbs
+        = words("read write delete watch export import post listen agents agent describe "
+                "render open login-item");
+
 private Q_SLOTS:
     void helpListsEveryVerbWithItsPurpose()
     {
-        const auto help = ctl({ QStringLiteral("--help") });
+        const auto help = ctl("--help");
         QCOMPARE(help.code, 0);
         QCOMPARE(help.errors, QByteArray());
         QVERIFY(help.output.startsWith("Usage: kestrumctl VERB"));
-        for (const QString& verb : verbs) {
+        for (const QString& verb : m_verbs) {
             const QByteArray line = "\n  " + verb.toUtf8().leftJustified(10);
-            QVERIFY2(help.output.contains(line), qPrintable(verb));
+            QVERIFY_CONTAINS(help.output, line);
         }
     }
 
     void everyVerbTellsItsOwnUsage()
     {
-        for (const QString& verb : verbs) {
-            const auto help = Kestrumctl::run({ verb, QStringLiteral("--help") });
+        for (const QString& verb : m_verbs) {
+            const auto help = ctl("", { verb, QStringLiteral("--help") });
             QCOMPARE(help.code, 0);
             QCOMPARE(help.errors, QByteArray());
             QVERIFY2(help.output.startsWith("Usage: kestrumctl " + verb.toUtf8()), help.output.constData());
@@ -44,12 +35,7 @@ private Q_SLOTS:
         }
     }
 
-    void versionIsThatOfTheProject()
-    {
-        const auto version = ctl({ QStringLiteral("--version") });
-        QCOMPARE(version.code, 0);
-        QCOMPARE(version.output, QByteArray("kestrumctl " KESTRUM_VERSION "\n"));
-    }
+    void versionIsThatOfTheProject() { QCOMPARE(ctl("--version"), done("kestrumctl " KESTRUM_VERSION "\n")); }
 
     void usageOfSettingsVerbsListsEveryKeyWithItsType()
     {
@@ -76,10 +62,10 @@ private Q_SLOTS:
 
     void aWrongCallIsToldByName_data()
     {
-        QTest::addColumn<QString>("call");
+        QTest::addColumn<QByteArray>("call");
         QTest::addColumn<QByteArray>("named");
         const auto row = [](const char* call, const char* named) {
-            QTest::newRow(*call ? call : "nothing") << QString::fromUtf8(call) << QByteArray(named);
+            QTest::newRow(*call ? call : "nothing") << QByteArray(call) << QByteArray(named);
         };
         row("", "a verb is missing");
         row("raed", "there is no verb \"raed\"; did you mean \"read\"");
@@ -134,12 +120,9 @@ private Q_SLOTS:
 
     void aWrongCallIsToldByName()
     {
-        QFETCH(const QString, call);
+        QFETCH(const QByteArray, call);
         QFETCH(const QByteArray, named);
-        const auto result = Kestrumctl::run(call.split(QLatin1Char(' '), Qt::SkipEmptyParts));
-        QCOMPARE(result.code, 2);
-        QCOMPARE(result.output, QByteArray());
-        QVERIFY2(result.errors.contains(named), result.errors.constData());
+        QVERIFY_FAILED(ctl(call.constData()), 2, named);
         QVERIFY(!QFile::exists(QStringLiteral("x.png")));
         QVERIFY(!QFile::exists(TestHome::configDirectory()));
     }
@@ -147,13 +130,9 @@ private Q_SLOTS:
     void namesAreEscapedInMessages()
     {
         const QString forged = QStringLiteral("1\nkestrumctl: forged");
-        const QList<QStringList> lines { { QStringLiteral("read"), forged },
-            { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--count"), forged },
-            { QStringLiteral("listen"), QStringLiteral("settings"), QStringLiteral("--timeout"), forged },
-            { QStringLiteral("render"), QStringLiteral("cpu"), QStringLiteral("-o"), QStringLiteral("x.png"),
-                QStringLiteral("--scale"), forged } };
-        for (const QStringList& line : lines) {
-            const auto result = Kestrumctl::run(line);
+        for (const char* call : { "read", "listen settings --count", "listen settings --timeout",
+                 "render cpu -o x.png --scale" }) {
+            const auto result = ctl(call, { forged });
             QCOMPARE(result.code, 2);
             QCOMPARE(result.errors.count('\n'), 1);
         }
@@ -161,35 +140,28 @@ private Q_SLOTS:
 
     void noDisplayIsNeeded()
     {
-        const auto result = Kestrumctl::run(words("describe"), {},
-            { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen") },
-                { QStringLiteral("DISPLAY"), {} }, { QStringLiteral("WAYLAND_DISPLAY"), {} } });
-        QCOMPARE(result.code, 0);
+        const Programs::Variables noDisplay { { "QT_QPA_PLATFORM", "offscreen" }, { "DISPLAY", {} },
+            { "WAYLAND_DISPLAY", {} } };
+        QCOMPARE(ctl("describe", noDisplay).code, 0);
         // The other verbs load no platform plugin, so the name of an unknown platform causes no error.
-        const auto read = Kestrumctl::run(words("read meterStyle"), {},
-            { { QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("nonesuch") } });
-        QCOMPARE(read.code, 0);
-        QCOMPARE(read.errors, QByteArray());
+        QCOMPARE(ctl("read meterStyle", Programs::Variables { { "QT_QPA_PLATFORM", "nonesuch" } }),
+            done("\"bars\"\n"));
     }
 
     void runsAsALinkFromElsewhere()
     {
         const QString link = TestHome::root() + QStringLiteral("/kestrumctl");
         QVERIFY(QFile::link(Kestrumctl::path(), link));
-        QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, link).output, QByteArray("\"bars\"\n"));
         // The build folder has a link to the program.
         const QString built = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/kestrumctl");
-        QCOMPARE(Kestrumctl::run(words("read meterStyle"), {}, {}, built).output, QByteArray("\"bars\"\n"));
+        for (const QString& program : { link, built })
+            QCOMPARE(Programs::run(program, words("read meterStyle")), done("\"bars\"\n"));
     }
 
     void aFullOutputIsAFailure()
     {
-        const auto result = Kestrumctl::run(
-            { QStringLiteral("-c"), QStringLiteral("\"$0\" read > /dev/full"), Kestrumctl::path() }, {}, {},
-            QStringLiteral("/bin/sh"));
-        QCOMPARE(result.code, 1);
-        QVERIFY2(result.errors.contains("cannot write to standard output: No space left on device"),
-            result.errors.constData());
+        QVERIFY_FAILED(Kestrumctl::inShell("\"$0\" read > /dev/full"), 1,
+            "cannot write to standard output: No space left on device");
     }
 };
 

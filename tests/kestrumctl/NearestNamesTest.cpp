@@ -1,5 +1,5 @@
 #include "kestrumctl/NearestNames.h"
-#include "tests/Support/TestHome.h"
+#include "tests/Support/Kestrumctl.h"
 
 #include <QTest>
 
@@ -42,16 +42,13 @@ private Q_SLOTS:
 
     void theNearestComesFirst()
     {
-        const QStringList names { QStringLiteral("lister"), QStringLiteral("listen"),
-            QStringLiteral("list") };
-        QCOMPARE(NearestNames::of(QStringLiteral("listn"), names),
-            (QStringList { QStringLiteral("listen"), QStringLiteral("list"), QStringLiteral("lister") }));
+        QCOMPARE(NearestNames::of(QStringLiteral("listn"), words("lister listen list")),
+            words("listen list lister"));
     }
 
     void atMostThreeAreNamed()
     {
-        const QStringList names { QStringLiteral("aaa1"), QStringLiteral("aaa2"), QStringLiteral("aaa3"),
-            QStringLiteral("aaa4") };
+        const QStringList names = words("aaa1 aaa2 aaa3 aaa4");
         QCOMPARE(NearestNames::of(QStringLiteral("aaa5"), names), names.mid(0, 3));
         QCOMPARE(NearestNames::unknown("thing", QStringLiteral("aaa5"), names),
             QStringLiteral("there is no thing \"aaa5\"; did you mean \"aaa1\", \"aaa2\" or \"aaa3\"?"));
@@ -59,25 +56,20 @@ private Q_SLOTS:
 
     void farNamesAreNotNamed()
     {
-        const QStringList names { QStringLiteral("meterStyle"), QStringLiteral("cpu") };
-        QCOMPARE(NearestNames::of(QStringLiteral("language"), names), QStringList());
-        // Three changes turn any three-letter word into any other, so nothing is suggested.
-        QCOMPARE(NearestNames::of(QStringLiteral("xyz"), names), QStringList());
-        QCOMPARE(NearestNames::of(QString(), names), QStringList());
+        // Three changes turn any three-letter word into any other, so nothing is suggested for "xyz".
+        for (const char* word : { "language", "xyz", "" })
+            QCOMPARE(NearestNames::of(QString::fromLatin1(word), words("meterStyle cpu")), QStringList());
     }
 
     void aPartOfANameFindsIt()
     {
-        const QStringList names { QStringLiteral("cpuAccent"), QStringLiteral("meterStyle"),
-            QStringLiteral("cpuReadout") };
-        QCOMPARE(
-            NearestNames::of(QStringLiteral("accent"), names), (QStringList { QStringLiteral("cpuAccent") }));
+        QCOMPARE(NearestNames::of(QStringLiteral("accent"), words("cpuAccent meterStyle cpuReadout")),
+            words("cpuAccent"));
     }
 
     void fewNamesAreAllListedWhenNoneIsNear()
     {
-        const QStringList names { QStringLiteral("light"), QStringLiteral("dark") };
-        QCOMPARE(NearestNames::unknown("appearance", QStringLiteral("sepia"), names),
+        QCOMPARE(NearestNames::unknown("appearance", QStringLiteral("sepia"), words("light dark")),
             QStringLiteral("there is no appearance \"sepia\"; there is \"light\" or \"dark\""));
         QStringList many;
         for (int i = 0; i < 30; ++i)

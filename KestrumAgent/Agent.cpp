@@ -141,7 +141,11 @@ void Agent::adoptLanguage()
 void Agent::adoptSettings()
 {
     adoptLanguage();
-    m_sampler->adoptSettings();
+    {
+        // A sample that is taken at once is not drawn by itself: the rebuild draws everything.
+        const QSignalBlocker blocker(m_sampler);
+        m_sampler->adoptSettings();
+    }
     m_strip->rebuild();
 }
 

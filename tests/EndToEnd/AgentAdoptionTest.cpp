@@ -137,6 +137,20 @@ private Q_SLOTS:
         QCOMPARE(drawn.count(), 2);
     }
 
+    void anotherReadoutIsDrawnOnceTogetherWithItsSample()
+    {
+        const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn);
+        // Later drawings are those of the second sample and of slow readings.
+        QList<qsizetype> drawnAtAdoption;
+        const auto connection = connect(
+            m_agent->strip(), &PanelStrip::rebuilt, this, [&] { drawnAtAdoption.append(drawn.count()); });
+        write("cpuReadout", "\"usage\"");
+        disconnect(connection);
+        QVERIFY(SharedSettings::store().remove("cpuReadout"));
+        waitForRest();
+        QCOMPARE(drawnAtAdoption, QList<qsizetype> { 1 });
+    }
+
     void whatChangesTheItemsIsWhatTheAgentAdopts()
     {
         const Bundle before = Bundle::main();

@@ -69,8 +69,6 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     fit();
 }
 
-LayerChannel::~LayerChannel() = default;
-
 void LayerChannel::fit()
 {
     if (m_strip.isEmpty()) {

@@ -16,7 +16,6 @@ class LayerChannel final : public QObject, public PanelChannel {
 public:
     /// Use it only if `LayerSurface::isSupported()` is true.
     LayerChannel(PanelStrip& strip, QMenu& menu);
-    ~LayerChannel() override;
 
 private:
     void fit();

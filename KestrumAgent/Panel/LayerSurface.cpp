@@ -117,7 +117,10 @@ void LayerSurface::show(const Place& place, QSize size)
         [](void* self, zwlr_layer_surface_v1*, uint32_t serial, uint32_t width, uint32_t height) {
             static_cast<LayerSurface*>(self)->configure(serial, QSize(int(width), int(height)));
         },
-        [](void* self, zwlr_layer_surface_v1*) { static_cast<LayerSurface*>(self)->close(); },
+        [](void* self, zwlr_layer_surface_v1*) {
+            static_cast<LayerSurface*>(self)->hide();
+            Q_EMIT static_cast<LayerSurface*>(self)->closed();
+        },
     };
     zwlr_layer_surface_v1_add_listener(m_surface, &listener, this);
     arrange(place, size);
@@ -146,12 +149,6 @@ void LayerSurface::configure(uint32_t serial, QSize size)
     m_widget.resize(size.isEmpty() ? m_size : size);
     m_widget.setUpdatesEnabled(true);
     m_widget.update();
-}
-
-void LayerSurface::close()
-{
-    hide();
-    Q_EMIT closed();
 }
 
 void LayerSurface::hide()

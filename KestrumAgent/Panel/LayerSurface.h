@@ -44,16 +44,13 @@ public:
     void show(const Place& place, QSize size);
     void hide();
 
-    /// Handlers of the protocol's events.
-    void configure(uint32_t serial, QSize size);
-    void close();
-
 Q_SIGNALS:
     /// The compositor closed the surface, for example because its screen was removed. The widget is hidden already.
     void closed();
 
 private:
     void arrange(const Place& place, QSize size);
+    void configure(uint32_t serial, QSize size);
 
     QWidget& m_widget;
     Place m_place;

@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/PanelStrip.h"
 
-#include "KestrumAgent/Panel/PanelStripAccessible.h"
 #include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Settings/SharedSettings.h"
+#include "KestrumShared/Text/AppLanguage.h"
 
+#include <QAccessibleWidget>
 #include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QMouseEvent>
@@ -14,6 +15,38 @@
 #include <utility>
 
 namespace kestrum {
+
+namespace {
+
+/// What a screen reader reads for the strip: its name, and the present texts of its items.
+class PanelStripAccessible final : public QAccessibleWidget {
+public:
+    explicit PanelStripAccessible(PanelStrip& strip)
+        : QAccessibleWidget(&strip, QAccessible::Grouping)
+        , m_strip(strip)
+    {
+    }
+
+    static QAccessibleInterface* make(const QString&, QObject* object)
+    {
+        auto* strip = qobject_cast<PanelStrip*>(object);
+        return strip ? new PanelStripAccessible(*strip) : nullptr;
+    }
+
+    QString text(QAccessible::Text kind) const override
+    {
+        if (kind == QAccessible::Name)
+            return AppLanguage::string("Menu bar items");
+        if (kind == QAccessible::Description || kind == QAccessible::Value)
+            return m_strip.summary().replace(u'\n', QStringLiteral(", "));
+        return QAccessibleWidget::text(kind);
+    }
+
+private:
+    const PanelStrip& m_strip;
+};
+
+} // namespace
 
 PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget* parent)
     : QWidget(parent)
@@ -25,7 +58,7 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
     setFocusPolicy(Qt::NoFocus);
     // By default Qt shows tool tips only in the active window, and this window never has the keyboard focus.
     setAttribute(Qt::WA_AlwaysShowToolTips);
-    PanelStripAccessible::install();
+    QAccessible::installFactory(PanelStripAccessible::make); // once, however often it is called
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, [this] {
         redraw();
         update();

@@ -39,14 +39,12 @@ TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
     , m_menu(menu)
 {
     connect(&m_icons, &StatusIcons::shown, this, &TrayChannel::begin);
-    QTimer::singleShot(delayBeforeTelling, this, &TrayChannel::tellWhereThereAreNone);
-}
-
-void TrayChannel::tellWhereThereAreNone()
-{
-    if (!m_icon)
-        Log::info("agent",
-            QStringLiteral("this desktop has neither a place for items at its panel nor for status icons"));
+    QTimer::singleShot(delayBeforeTelling, this, [this] {
+        if (!m_icon)
+            Log::info("agent",
+                QStringLiteral(
+                    "this desktop has neither a place for items at its panel nor for status icons"));
+    });
 }
 
 void TrayChannel::begin()

@@ -18,7 +18,6 @@ public:
 
 private:
     void begin();
-    void tellWhereThereAreNone();
     void fit();
     void adoptAppearance();
 

@@ -31,9 +31,4 @@ void LiveReadings::sample(const WantedReadings& wanted, std::function<void()> do
         m_memoryPressure = m_pressureFile.read();
 }
 
-void LiveReadings::sample(const QList<MonitorSection>& sections)
-{
-    sample(WantedReadings::of(sections));
-}
-
 } // namespace kestrum

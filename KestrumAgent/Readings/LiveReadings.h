@@ -22,8 +22,6 @@ public:
     /// `collect`. The worker calls `done` on its own thread as soon as they are ready; `done` may be empty.
     void sample(const WantedReadings& wanted, std::function<void()> done = {});
     void collect() { m_slow.collect(); }
-    /// Reads the values that the items of `sections` show.
-    void sample(const QList<MonitorSection>& sections);
 
     double cpuUsage() const override { return m_cpuLoad.total(); }
     QList<double> coreUsages() const override { return m_cpuLoad.cores(); }

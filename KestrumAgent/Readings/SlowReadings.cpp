@@ -7,18 +7,11 @@
 
 namespace kestrum {
 
-namespace {
-
-Sensors::Values readOwnSensors(const Sensors::Wanted& wanted)
-{
-    return Sensors::ofThisMachine().read(wanted);
-}
-
-} // namespace
-
 SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage)
-    : SlowReadings(root, std::move(askStorage), root.isEmpty() ? readOwnSensors : ReadSensors())
+    : SlowReadings(root, std::move(askStorage), nullptr)
 {
+    if (root.isEmpty())
+        m_readSensors = [](const Sensors::Wanted& wanted) { return Sensors::ofThisMachine().read(wanted); };
 }
 
 SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage, ReadSensors readSensors)
@@ -50,8 +43,9 @@ void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> don
     const bool wantsDevices
         = !m_devicesRun && ((m_readSensors && wanted.sensors.any()) || wanted.systemPower);
     const bool wantsStorage = !m_storageRun && wanted.storage;
-    Worker* const worker = wantsDevices || wantsStorage ? idleWorker() : nullptr;
-    if (!worker)
+    auto* const worker
+        = std::find_if(m_workers.begin(), m_workers.end(), [](const Worker& one) { return one.isIdle(); });
+    if (worker == m_workers.end() || !(wantsDevices || wantsStorage))
         return;
     std::shared_ptr<DevicesRun> devices;
     if (wantsDevices) {
@@ -83,13 +77,6 @@ void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> don
         m_devicesRun = devices;
     if (isStarted && storage)
         m_storageRun = storage;
-}
-
-Worker* SlowReadings::idleWorker()
-{
-    auto* const found = std::find_if(
-        m_workers.begin(), m_workers.end(), [](const Worker& worker) { return worker.isIdle(); });
-    return found == m_workers.end() ? nullptr : found;
 }
 
 void SlowReadings::adopt(const Devices& devices)

@@ -58,7 +58,6 @@ private:
     using DevicesRun = Run<Devices>;
     using StorageRun = Run<std::optional<StorageUse::Room>>;
     void adopt(const Devices& devices);
-    Worker* idleWorker();
 
     ReadSensors m_readSensors; ///< may be empty
     std::shared_ptr<SystemPower> m_systemPower;

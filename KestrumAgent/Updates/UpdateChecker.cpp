@@ -59,13 +59,6 @@ UpdateChecker::UpdateChecker(QObject* parent)
     });
 }
 
-UpdateChecker::~UpdateChecker() = default;
-
-QString UpdateChecker::packageName()
-{
-    return QStringLiteral("kestrum");
-}
-
 void UpdateChecker::start()
 {
     const bool canCheck = !isSwitchedOff() && !AptQuery::program().isEmpty();
@@ -77,16 +70,12 @@ void UpdateChecker::start()
         publish(std::nullopt);
         return;
     }
-    Setting { Keys::updatesCheckAutomatically }.follow(
-        this, [this](bool checksAutomatically) { followChoice(checksAutomatically); });
-}
-
-void UpdateChecker::followChoice(bool checksAutomatically)
-{
-    if (checksAutomatically)
-        m_daily.start(someTimeWithin(firstCheck));
-    else
-        m_daily.stop();
+    Setting { Keys::updatesCheckAutomatically }.follow(this, [this](bool checksAutomatically) {
+        if (checksAutomatically)
+            m_daily.start(someTimeWithin(firstCheck));
+        else
+            m_daily.stop();
+    });
 }
 
 void UpdateChecker::check()
@@ -105,7 +94,7 @@ void UpdateChecker::begin()
         QMetaObject::invokeMethod(this, refuse, Qt::QueuedConnection);
         return;
     }
-    m_query = new AptQuery(packageName(), timeLimit, this);
+    m_query = new AptQuery(packageName, timeLimit, this);
     connect(m_query, &AptQuery::answered, this, &UpdateChecker::adopt);
     connect(m_query, &AptQuery::failed, this, &UpdateChecker::fail);
     m_query->start();
@@ -113,7 +102,7 @@ void UpdateChecker::begin()
 
 void UpdateChecker::adopt(const QByteArray& answer)
 {
-    const auto policy = AptPolicy::read(answer, packageName());
+    const auto policy = AptPolicy::read(answer, packageName);
     if (!policy) {
         fail(AppLanguage::string("APT's answer is not understood."));
         return;

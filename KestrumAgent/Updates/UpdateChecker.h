@@ -17,10 +17,9 @@ class UpdateChecker final : public QObject {
     Q_OBJECT
 public:
     explicit UpdateChecker(QObject* parent = nullptr);
-    ~UpdateChecker() override;
 
     /// The name of this program's Debian package.
-    static QString packageName();
+    static inline const QString packageName = QStringLiteral("kestrum");
 
     /// Stores whether checks are possible. Checks once a day while the settings ask for that. Must be called once only.
     void start();
@@ -35,7 +34,6 @@ Q_SIGNALS:
     void finished(const QString& outcome, bool isOnOffer);
 
 private:
-    void followChoice(bool checksAutomatically);
     void begin();
     void adopt(const QByteArray& answer);
     void fail(const QString& reason);

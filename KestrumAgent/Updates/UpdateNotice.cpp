@@ -9,7 +9,7 @@ namespace kestrum {
 
 UpdateNotice::UpdateNotice(QObject* parent)
     : QObject(parent)
-    , m_centre(applicationIdentifier, UpdateChecker::packageName())
+    , m_centre(applicationIdentifier, UpdateChecker::packageName)
 {
     connect(&m_notification, &DesktopNotification::pressed, &m_centre, &SoftwareCentre::open);
     connect(&m_centre, &SoftwareCentre::failed, this, [this] {
@@ -54,7 +54,7 @@ void UpdateNotice::addTo(QMenu& menu, const std::function<QByteArray()>& token)
 QString UpdateNotice::advice()
 {
     return AppLanguage::string("To install it, type in a terminal: %1")
-        .arg(QStringLiteral("sudo apt install --only-upgrade ") + UpdateChecker::packageName());
+        .arg(QStringLiteral("sudo apt install --only-upgrade ") + UpdateChecker::packageName);
 }
 
 } // namespace kestrum

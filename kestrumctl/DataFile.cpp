@@ -18,11 +18,6 @@ Failure failed(const char* step, const QString& path, const QString& reason)
     return { QStringLiteral("%1 \"%2\"").arg(QLatin1StringView(step), Log::escaped(path)), reason, 0, {} };
 }
 
-bool writeThrough(QFile& file, const QByteArray& content)
-{
-    return file.write(content) == content.size() && file.flush() && file.error() == QFileDevice::NoError;
-}
-
 } // namespace
 
 Result<QByteArray> DataFile::read(const QString& path, qint64 maximumBytes)
@@ -58,7 +53,8 @@ Result<> DataFile::write(const QString& path, const QByteArray& content)
         return {};
     QFile file(path);
     const bool isOpen = isStream ? file.open(stdout, QIODevice::WriteOnly) : file.open(QIODevice::WriteOnly);
-    if (isOpen && writeThrough(file, content))
+    if (isOpen && file.write(content) == content.size() && file.flush()
+        && file.error() == QFileDevice::NoError)
         return {};
     return failed("write", path, file.errorString());
 }

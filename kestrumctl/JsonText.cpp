@@ -10,13 +10,7 @@
 
 namespace kestrum {
 
-namespace {
-
 // Qt reads and writes lists and objects only, so any other value is put into a list.
-constexpr char opening = '[';
-constexpr char closing = ']';
-
-} // namespace
 
 QByteArray JsonText::compact(const QJsonValue& value)
 {
@@ -34,7 +28,7 @@ QString JsonText::shortened(const QJsonValue& value)
 Result<QJsonValue> JsonText::parsed(const QString& text)
 {
     QJsonParseError problem;
-    const QJsonArray list = QJsonDocument::fromJson(opening + text.toUtf8() + closing, &problem).array();
+    const QJsonArray list = QJsonDocument::fromJson('[' + text.toUtf8() + ']', &problem).array();
     if (problem.error != QJsonParseError::NoError || list.size() != 1) {
         const QString reason = problem.error == QJsonParseError::NoError
             ? QStringLiteral("it holds %1 values instead of one").arg(list.size())

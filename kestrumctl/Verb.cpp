@@ -13,15 +13,6 @@ std::span<const Verb* const> allVerbs()
     return verbs;
 }
 
-const Verb* findVerb(const QString& name)
-{
-    for (const Verb* verb : allVerbs()) {
-        if (name == QLatin1StringView(verb->name))
-            return verb;
-    }
-    return nullptr;
-}
-
 QByteArray programUsage()
 {
     QByteArray text = "Usage: kestrumctl VERB [ARGUMENT...]\n"

@@ -42,9 +42,6 @@ extern const Verb renderVerb;
 /// All verbs, in the order of the help.
 std::span<const Verb* const> allVerbs();
 
-/// The verb named `name`; null when there is none.
-const Verb* findVerb(const QString& name);
-
 /// The answer to "--help", of the program and of a verb.
 QByteArray programUsage();
 QByteArray usage(const Verb& verb);

@@ -13,14 +13,6 @@ namespace kestrum {
 
 namespace {
 
-QStringList verbNames()
-{
-    QStringList names;
-    for (const Verb* verb : allVerbs())
-        names.append(QLatin1StringView(verb->name));
-    return names;
-}
-
 // Items are drawn into images, which needs no display. So no display is opened unless QT_QPA_PLATFORM is set.
 std::unique_ptr<QCoreApplication> makeApplication(const Verb& verb, int& argc, char** argv)
 {
@@ -70,9 +62,13 @@ ExitCode run(QStringList words, char** argv)
         return Console::print(programUsage());
     if (first == QLatin1StringView("--version"))
         return Console::print("kestrumctl " KESTRUM_VERSION "\n");
-    if (const Verb* verb = findVerb(first))
-        return run(*verb, words, argv);
-    return Console::wrongUse(NearestNames::unknown("verb", first, verbNames()));
+    QStringList names;
+    for (const Verb* verb : allVerbs()) {
+        names.append(QLatin1StringView(verb->name));
+        if (names.last() == first)
+            return run(*verb, words, argv);
+    }
+    return Console::wrongUse(NearestNames::unknown("verb", first, names));
 }
 
 } // namespace

@@ -69,13 +69,7 @@ protected:
     static constexpr int nextCheck = 700; ///< in ms: the next check of a chain has been made by then
     static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
 
-    static QList<qint32> runningPids()
-    {
-        QList<qint32> pids;
-        for (const auto& agent : AppLinks::agentProcesses())
-            pids.append(agent.pid);
-        return pids;
-    }
+    static QList<qint32> runningPids() { return agentPids(); }
 
     /// The lines that were logged in the category "links" since the test began.
     static const QList<Line>& lines() { return log().lines; }

@@ -1,6 +1,10 @@
 #pragma once
 
 #include "tests/Support/HelperProcess.h"
+#include "tests/Support/Programs.h"
+
+#include <QElapsedTimer>
+#include <QTest>
 
 namespace kestrum {
 

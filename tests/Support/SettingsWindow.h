@@ -52,7 +52,7 @@ struct SettingsWindow {
     QRect selectedRow() { return sidebar().visualRect(sidebar().currentIndex()); }
     /// The rectangle of a part, in the window's coordinates.
     QRect place(const QWidget& part) const { return { part.mapTo(&view, QPoint(0, 0)), part.size() }; }
-    /// Stores a language, as another program does.
+    /// Stores a language as the choice.
     static void speak(const char* language) { Setting { Keys::language }.set(QString::fromLatin1(language)); }
 
     void dragDividerTo(int x)

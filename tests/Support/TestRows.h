@@ -6,10 +6,11 @@
 
 namespace kestrum {
 
-/// Adds the rows of a test function's data: a name, and values of the types `T`. A QString is written as UTF-8.
+/// How a value of type `T` is written in a row: a QString as UTF-8.
 template <class T> using Written = std::conditional_t<std::is_same_v<T, QString>, const char*, T>;
 inline constexpr const char* columnNames[] = { "1", "2", "3", "4", "5" };
 
+/// Adds the rows of a test function's data: each has a name, and values of the types `T`.
 template <class... T> void addRows(std::initializer_list<std::tuple<const char*, Written<T>...>> rows)
 {
     int column = 0;

@@ -1,8 +1,8 @@
 #include "KestrumShared/Vocabulary/AccentSwatch.h"
 #include "tests/Support/AccentRowWindow.h"
 #include "tests/Support/ColourWellFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QLabel>
 #include <QTimer>

@@ -1,7 +1,7 @@
 #include "Kestrum/Form/PushButton.h"
 #include "tests/Support/ColourWellFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QAccessible>
 #include <QLabel>

@@ -4,11 +4,11 @@
 #include "Kestrum/Form/Switch.h"
 #include "KestrumShared/Agent/AppLinks.h"
 #include "tests/Support/OwnProcesses.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestBundle.h"
-#include "tests/Support/TestRows.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>

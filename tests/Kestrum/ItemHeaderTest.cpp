@@ -2,8 +2,8 @@
 
 #include "KestrumShared/Raster/HeadingBlue.h"
 #include "Platform/Desktop/SymbolImage.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 #include "tests/Support/Widgets.h"
 
 #include <QBitmap>

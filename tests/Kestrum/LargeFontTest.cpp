@@ -4,10 +4,10 @@
 #include "tests/Support/FileContent.h"
 #include "tests/Support/LayoutFaults.h"
 #include "tests/Support/Programs.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 #include "tests/Support/VirtualDisplay.h"
 
 #include <QDBusConnection>

@@ -7,7 +7,7 @@
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/HeardEvents.h"
 #include "tests/Support/LoginItemFixture.h"
-#include "tests/Support/TestRows.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/Widgets.h"
 
 #include <QVBoxLayout>

@@ -4,7 +4,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/LoginItemFixture.h"
-#include "tests/Support/TestRows.h"
+#include "tests/Support/Rows.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>

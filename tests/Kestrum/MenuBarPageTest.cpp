@@ -6,8 +6,8 @@
 #include "Kestrum/MenuBar/MenuBarStrip.h"
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "tests/Support/MenuBarPageWindow.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 using namespace kestrum;
 

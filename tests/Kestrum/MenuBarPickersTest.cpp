@@ -1,7 +1,7 @@
 #include "Kestrum/Form/Switch.h"
 #include "tests/Support/MenuBarPageWindow.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 using namespace kestrum;
 

@@ -5,9 +5,9 @@
 #include "Kestrum/MenuBar/MoreMark.h"
 #include "KestrumShared/Items/StripBackground.h"
 #include "Platform/Machine/CoreTopology.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QScrollBar>
 

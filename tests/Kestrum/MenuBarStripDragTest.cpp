@@ -1,9 +1,9 @@
 #include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Items/StripLayout.h"
 #include "tests/Support/PaintWatcher.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/StripWindow.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QElapsedTimer>
 #include <QSignalSpy>

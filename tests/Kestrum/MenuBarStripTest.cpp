@@ -3,8 +3,8 @@
 #include "Kestrum/MenuBar/MoreMark.h"
 #include "Platform/Machine/CoreTopology.h"
 #include "tests/Support/FreshSettings.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 #include "tests/Support/Widgets.h"
 
 #include <QHBoxLayout>

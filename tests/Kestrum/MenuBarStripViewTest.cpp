@@ -1,7 +1,7 @@
 #include "KestrumShared/Settings/MeterSettings.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/StripWindow.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QHelpEvent>
 #include <QSignalSpy>

@@ -7,9 +7,9 @@
 #include "Kestrum/Pictures.h"
 #include "tests/Support/LoginItemFixture.h"
 #include "tests/Support/OwnProcesses.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QColorDialog>
 #include <QDirIterator>

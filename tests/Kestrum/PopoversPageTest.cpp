@@ -5,9 +5,9 @@
 #include "tests/Support/PaintWatcher.h"
 #include "tests/Support/PanelPixels.h"
 #include "tests/Support/Programs.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QScrollBar>
 

@@ -2,9 +2,9 @@
 #include "Platform/Bundle/Bundle.h"
 #include "tests/Support/FileContent.h"
 #include "tests/Support/FileTree.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 #include "tests/Support/ToldFocus.h"
 
 #include <QElapsedTimer>

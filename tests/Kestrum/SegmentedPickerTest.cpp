@@ -4,8 +4,8 @@
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Row.h"
 #include "tests/Support/ControlWindow.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QRadioButton>
 #include <QSignalSpy>

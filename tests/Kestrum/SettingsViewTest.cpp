@@ -6,10 +6,10 @@
 #include "Kestrum/Popovers/PopoversPage.h"
 #include "KestrumShared/Text/Title.h"
 #include "tests/Support/HeardEvents.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QPainter>
 #include <sys/resource.h>

@@ -3,10 +3,10 @@
 #include "Platform/Desktop/SymbolImage.h"
 #include "tests/Support/PaintWatcher.h"
 #include "tests/Support/PanelPixels.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QPainter>
 

@@ -8,8 +8,8 @@
 #include "tests/Support/FileContent.h"
 #include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnProcesses.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QElapsedTimer>
 #include <QRasterWindow>

@@ -1,7 +1,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "tests/Support/PanelPixels.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QFontInfo>
 #include <QGuiApplication>

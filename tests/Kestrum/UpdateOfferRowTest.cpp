@@ -6,9 +6,9 @@
 #include "tests/Support/AgentFixture.h"
 #include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnProcesses.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/TestBundle.h"
-#include "tests/Support/TestRows.h"
 #include "tests/Support/Text.h"
 #include "tests/Support/Widgets.h"
 

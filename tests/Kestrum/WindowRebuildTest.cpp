@@ -1,9 +1,9 @@
 // What stays the same when the whole content of the window is built anew.
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
-#include "tests/Support/TestRows.h"
 
 #include <QRadioButton>
 #include <QScrollBar>

@@ -38,8 +38,8 @@ private Q_SLOTS:
             [] { ::unlink(path("/x").constData()); },
             [] { ::link(path("/y").constData(), path("/z").constData()), ::unlink(path("/z").constData()); },
             [] { QDir(signalsDirectory()).removeRecursively(); },
-            [&] { ::rename(path().constData(), away.constData()), moveBack(away, path()); },
-            [&] { ::rename(whole.constData(), away.constData()), moveBack(away, whole); },
+            [&] { moveAway(path(), away), moveBack(away, path()); },
+            [&] { moveAway(whole, away), moveBack(away, whole); },
             [] { (void)QDir(signalsDirectory()).entryList(); },
             [] { ::close(::open(path("/y").constData(), O_RDONLY | O_CLOEXEC)); },
             [] { NotificationCentre::post(QStringLiteral("of no interest")); },
@@ -76,7 +76,7 @@ private Q_SLOTS:
         NotificationCentre::post(QStringLiteral("x"));
         const Ear ear(QStringLiteral("x"));
         const QByteArray away = besidePath("away");
-        QCOMPARE(::rename(path().constData(), away.constData()), 0);
+        moveAway(path(), away);
         deliverPendingEvents();
         moveBack(away, path());
         QCOMPARE(ear.settled(), 0);
@@ -88,7 +88,7 @@ private Q_SLOTS:
     {
         const Ear ear(QStringLiteral("made while away"));
         const QByteArray away = besidePath("away");
-        QCOMPARE(::rename(path().constData(), away.constData()), 0);
+        moveAway(path(), away);
         deliverPendingEvents();
         QFile file(QFile::decodeName(away + "/made%20while%20away"));
         QVERIFY(file.open(QIODevice::WriteOnly));
@@ -175,6 +175,11 @@ private:
     static QByteArray besidePath(const char* name)
     {
         return QFile::encodeName(TestHome::runtimeDirectory() + u'/') + name;
+    }
+    /// Moves the directory `place` away; waits for one that was removed to be created again by the listeners.
+    static void moveAway(const QByteArray& place, const QByteArray& away)
+    {
+        QVERIFY(QTest::qWaitFor([&] { return ::rename(place.constData(), away.constData()) == 0; }));
     }
     /// Moves the directory `away` back to `place`. Removes a directory that listeners have created there meanwhile.
     static void moveBack(const QByteArray& away, const QByteArray& place)

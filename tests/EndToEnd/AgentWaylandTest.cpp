@@ -22,7 +22,7 @@ using Programs::patience;
 namespace {
 
 constexpr uid_t nobody = 65534;
-const QColor plate(222, 222, 222);
+const QColor plateColour(222, 222, 222);
 
 QString place(const char* relative)
 {
@@ -67,9 +67,9 @@ QImage screen()
 }
 
 /// The rectangle that the strip's plate takes on the screen.
-QRect strip()
+QRect shownPlate()
 {
-    return areaOf(screen(), plate);
+    return areaOf(screen(), plateColour);
 }
 
 /// The strip's expected width with the current settings.
@@ -94,7 +94,7 @@ class AgentWaylandTest : public QObject {
         qputenv("WAYLAND_DISPLAY", waylandSocket().toUtf8());
     }
 
-    static void waitForStrip() { QTRY_COMPARE_WITH_TIMEOUT(strip().width(), expectedWidth(), patience); }
+    static void waitForStrip() { QTRY_COMPARE_WITH_TIMEOUT(shownPlate().width(), expectedWidth(), patience); }
 
     void startOnSway()
     {
@@ -176,7 +176,7 @@ private Q_SLOTS:
         const QImage picture = screen();
         if (const QString folder = qEnvironmentVariable("KESTRUM_TEST_PICTURES"); !folder.isEmpty())
             picture.save(folder + text("/agent-wayland.png"));
-        const QRect strip = areaOf(picture, plate);
+        const QRect strip = areaOf(picture, plateColour);
         QCOMPARE(strip.height(), DesktopFixture::stripHeight);
         QCOMPARE(strip.right(), picture.width() - 1);
         // The desktop is right below the strip. Right above it is the bar, which has another colour.
@@ -197,7 +197,7 @@ private Q_SLOTS:
         write("meterStyle", "\"wave\"");
         QTRY_VERIFY_WITH_TIMEOUT(screen() != bars, patience);
         hideItems({ "showCPUItem", "showStorageItem", "showSensorsItem" });
-        QTRY_VERIFY_WITH_TIMEOUT(strip().isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(shownPlate().isEmpty(), patience);
         write("showCPUItem", "true");
         waitForStrip();
     }
@@ -205,12 +205,12 @@ private Q_SLOTS:
     void inALanguageFromTheRightItStandsAtTheOtherEnd()
     {
         startOnSway();
-        const QRect before = strip();
+        const QRect before = shownPlate();
         write("language", "\"ar\"");
-        QTRY_COMPARE_WITH_TIMEOUT(strip().left(), 0, patience);
-        QCOMPARE(strip().size(), before.size());
+        QTRY_COMPARE_WITH_TIMEOUT(shownPlate().left(), 0, patience);
+        QCOMPARE(shownPlate().size(), before.size());
         write("language", "\"en\"");
-        QTRY_COMPARE_WITH_TIMEOUT(strip(), before, patience);
+        QTRY_COMPARE_WITH_TIMEOUT(shownPlate(), before, patience);
     }
 
     void itComesBackWithTheScreen()
@@ -228,7 +228,7 @@ private Q_SLOTS:
         startOnSway();
         m_agent->terminate();
         QCOMPARE(Programs::ended(*m_agent).code, 0);
-        QTRY_VERIFY_WITH_TIMEOUT(strip().isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(shownPlate().isEmpty(), patience);
     }
 
     void withoutLayersItIsAStatusIconOnceThereIsAPlaceForThem()

@@ -13,12 +13,12 @@ using Wanted = WantedReadings;
 using Sensor = Sensors::Wanted;
 
 WantedReadings wanted(
-    std::initializer_list<bool Wanted::*> sources, std::initializer_list<bool Sensor::*> sensors = {})
+    std::initializer_list<bool Wanted::*> sources, std::initializer_list<bool Sensor::*> devices = {})
 {
     WantedReadings result;
     for (bool Wanted::*source : sources)
         result.*source = true;
-    for (bool Sensor::*sensor : sensors)
+    for (bool Sensor::*sensor : devices)
         result.sensors.*sensor = true;
     return result;
 }

@@ -68,10 +68,14 @@ void Relaunch::whenInactive()
                 .arg(Log::escaped(path)));
         return;
     }
-    if (QGuiApplication::applicationState() != Qt::ApplicationActive)
-        return relaunch();
-    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Relaunch::stateChanged,
-        Qt::UniqueConnection);
+    if (m_isPending || m_isDone)
+        return;
+    if (QGuiApplication::applicationState() != Qt::ApplicationActive) {
+        relaunch();
+        return;
+    }
+    m_isPending = true;
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Relaunch::stateChanged);
 }
 
 void Relaunch::stateChanged(Qt::ApplicationState state)

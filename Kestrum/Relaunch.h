@@ -39,6 +39,7 @@ private:
     void relaunch();
 
     Actions m_actions;
+    bool m_isPending = false;
     bool m_isDone = false;
 };
 

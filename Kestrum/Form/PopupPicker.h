@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// A picker that shows the chosen entry; all choices are in a `PickerList`. It is as wide as its longest title needs, so nothing
-/// moves when another entry is chosen. The mouse wheel scrolls the page even over the picker.
+/// A picker that shows the chosen entry; all choices are in a `PickerList`. It is as wide as its longest title needs, or as
+/// the pickers that share a width with it, so nothing moves when another entry is chosen. The mouse wheel scrolls the page even over the picker.
 class PopupPicker final : public QComboBox {
     Q_OBJECT
 public:

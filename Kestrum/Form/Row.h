@@ -31,6 +31,7 @@ public:
 
 protected:
     bool event(QEvent* event) override;
+    /// The control that was passed to the constructor, null if none. The row owns it.
     QWidget* control() const { return m_control; }
 
 private:

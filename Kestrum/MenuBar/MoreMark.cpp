@@ -23,7 +23,6 @@ MoreMark::MoreMark(Qt::Edge edge, QWidget* parent)
     : QWidget(parent)
     , m_edge(edge)
 {
-    setAttribute(Qt::WA_Hover); // repaint when the pointer enters or leaves
     hide();
 }
 
@@ -48,6 +47,16 @@ void MoreMark::paintEvent(QPaintEvent*)
     const QPointF tip(outermost + inwards * (chevronMiddle - chevronReach), height() / 2.0);
     const QPointF foot(inwards * 2 * chevronReach, 2 * chevronReach);
     painter.drawPolyline(QPolygonF { tip + foot, tip, tip + QPointF(foot.x(), -foot.y()) });
+}
+
+void MoreMark::enterEvent(QEnterEvent*)
+{
+    update();
+}
+
+void MoreMark::leaveEvent(QEvent*)
+{
+    update();
 }
 
 void MoreMark::mousePressEvent(QMouseEvent* event)

@@ -33,7 +33,8 @@ struct ItemReadout {
     const char* title = nullptr; ///< in English
     const Kind* kind = nullptr;
     std::optional<double> (*read)(const MenuBarReadings&) = nullptr;
-    /// Marks the source of the reading as wanted; null if the item's meter wants the same source.
+    /// Marks the source of the reading as wanted; null without a readout, and if the item's meter wants the same
+    /// source.
     void (*want)(WantedReadings&) = nullptr;
     /// Whether the value is a temperature that is shown in a warning colour when it is high.
     bool warns = false;

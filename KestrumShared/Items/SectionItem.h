@@ -26,7 +26,7 @@ struct SectionItem {
     {
         switch (section) {
         case MonitorSection::cpu:
-            break;
+            return cpu;
         case MonitorSection::memory:
             return memory;
         case MonitorSection::storage:
@@ -34,7 +34,7 @@ struct SectionItem {
         case MonitorSection::sensors:
             return sensors;
         }
-        return cpu;
+        return cpu; // for a number that is not an enumerator
     }
 };
 

@@ -102,9 +102,7 @@ void StripItems::drag(double pointer)
     // If the dragged item is hidden by now, the first item takes its part.
     const qsizetype start = std::max(0, index(m_drag->item.section));
     qsizetype i = start;
-    const auto swapWith = [&](qsizetype neighbour) {
-        m_list.swapItemsAt(i, neighbour);
-        i = neighbour;
+    const auto layOutOthers = [&] {
         StripLayout::Grid grid;
         for (const Item& item : std::as_const(m_list)) {
             const double place = grid.place(item.view->frame().width());
@@ -112,11 +110,19 @@ void StripItems::drag(double pointer)
                 item.view->moveLeftEdgeTo(place);
         }
     };
+    const auto swapWith = [&](qsizetype neighbour) {
+        m_list.swapItemsAt(i, neighbour);
+        i = neighbour;
+        layOutOthers();
+    };
     while (i >= 1 && frame.left() < middleOf(m_list[i - 1]))
         swapWith(i - 1);
-    // One call moves the item in one direction only.
+    // One call moves the item in one direction only. Without this limit, an item that takes the part of a hidden one could be
+    // moved back at once.
     while (i >= start && i < m_list.size() - 1 && middleOf(m_list[i + 1]) < frame.right())
         swapWith(i + 1);
+    if (i == start)
+        layOutOthers();
 }
 
 } // namespace kestrum

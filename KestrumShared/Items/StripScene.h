@@ -33,7 +33,8 @@ public:
     QPointF stripPoint(const QPointF& point) const;
     QRectF widgetRect(const QRectF& stripRect) const;
 
-    /// Sets a function that gives how far to the right of its position each item is drawn. Without it, there is no offset.
+    /// Sets a function that gives how far to the right of its position each item is drawn. It must not be empty. Until it
+    /// is set, there is no offset.
     void setOffset(std::function<double(MonitorSection)> offset) { m_offset = std::move(offset); }
     /// The frame in which an item is drawn, and the area of its backdrop.
     QRectF frame(const Item& item) const;

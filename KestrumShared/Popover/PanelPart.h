@@ -5,7 +5,6 @@
 
 #include <QPainter>
 #include <concepts>
-#include <functional>
 #include <memory>
 #include <utility>
 
@@ -25,17 +24,45 @@ concept DrawnPart
 };
 
 /// Holds any part of a panel. Copies share the part, which never changes.
-struct PanelPart {
+class PanelPart {
+public:
     template <DrawnPart T>
     requires(!std::same_as<T, PanelPart>) PanelPart(T part) // NOLINT: any part converts implicitly
+        : m_part(std::make_shared<const Held<T>>(std::move(part)))
     {
-        const auto held = std::make_shared<const T>(std::move(part));
-        height = std::bind_front(&T::height, held);
-        draw = std::bind_front(&T::draw, held);
     }
 
-    std::function<double(const PanelEnvironment&)> height;
-    std::function<void(QPainter&, const QRectF&, const PanelEnvironment&)> draw;
+    double height(const PanelEnvironment& environment) const { return m_part->height(environment); }
+    void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
+    {
+        m_part->draw(painter, rect, environment);
+    }
+
+private:
+    struct Part {
+        Part() = default;
+        Part(const Part&) = delete;
+        Part& operator=(const Part&) = delete;
+        virtual ~Part() = default;
+        virtual double height(const PanelEnvironment& environment) const = 0;
+        virtual void draw(
+            QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const = 0;
+    };
+
+    template <class T> struct Held final : Part {
+        explicit Held(T held)
+            : part(std::move(held))
+        {
+        }
+        double height(const PanelEnvironment& environment) const override { return part.height(environment); }
+        void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const override
+        {
+            part.draw(painter, rect, environment);
+        }
+        T part;
+    };
+
+    std::shared_ptr<const Part> m_part;
 };
 
 } // namespace kestrum

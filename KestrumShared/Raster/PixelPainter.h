@@ -43,7 +43,8 @@ public:
     /// Draws an upright bar with round ends of the given radius, 0 for a plain rectangle. The bar must be at least as high
     /// as its ends.
     void fillColumn(const QRectF& rect, double radius, const QColor& colour);
-    /// Fills the area between `line`, which runs from left to right, and `bottom`, which is not above any point of `line`.
+    /// Fills the area below `line` down to the height `bottom`. `line` has at least two vertices, ordered from left to right;
+    /// none of them is below `bottom`.
     void fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour);
 
     /// Draws the picture that is cached under `key`, within `rect`. If there is none, `draw` draws it, with a painter whose

@@ -111,7 +111,9 @@ QStringList MeterSettings::itemKeys()
 
 bool MeterSettings::migrateAccents()
 {
-    return SharedSettings::store().apply(missingAccents(), {});
+    // Without a missing accent nothing is saved: a save of nothing could fail, and would be reported.
+    const QJsonObject missing = missingAccents();
+    return missing.isEmpty() || SharedSettings::store().apply(missing, {});
 }
 
 } // namespace kestrum

@@ -42,7 +42,7 @@ constexpr const Key<bool>& visibilityKey(MonitorSection section)
 {
     switch (section) {
     case MonitorSection::cpu:
-        break;
+        return Keys::showCPUItem;
     case MonitorSection::memory:
         return Keys::showMemoryItem;
     case MonitorSection::storage:
@@ -50,7 +50,7 @@ constexpr const Key<bool>& visibilityKey(MonitorSection section)
     case MonitorSection::sensors:
         return Keys::showSensorsItem;
     }
-    return Keys::showCPUItem;
+    return Keys::showCPUItem; // for a number that is not an enumerator
 }
 
 /// Whether a section's item is shown: true unless the stored value is false.

@@ -13,7 +13,8 @@ enum class Counting {
     memory, ///< 1 kB is 1024 bytes
 };
 
-/// A byte-count formatter for a language code and a region code.
+/// A byte-count formatter. `language` and `region` are codes as `AppLanguage` gives them; they stay as they are when the
+/// interface language changes.
 struct Style {
     Counting counting;
     QString language;

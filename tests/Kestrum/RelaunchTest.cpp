@@ -137,6 +137,8 @@ private Q_SLOTS:
         window.main.hide();
         window.deactivate();
         QCOMPARE(m_commands.size(), 0);
+        m_relaunch->whenInactive(); // another change meanwhile
+        QCOMPARE(m_commands.size(), 0);
     }
 
     void theShellWaitsForTheEndAndThenOpensTheBundleInTheBackground()

@@ -98,6 +98,7 @@ private Q_SLOTS:
         const auto started = delegate();
         QSignalSpy asked(started.get(), &SettingsAppDelegate::reopenRequested);
         started->windowWasShown();
+        QTRY_COMPARE(asked.count(), times);
         QTest::qWait(50);
         QCOMPARE(asked.count(), times);
     }

@@ -207,6 +207,14 @@ private Q_SLOTS:
         }
     }
 
+    void everyColourHasShades()
+    {
+        for (int colour = 0; colour <= int(Colour::previewPlate); ++colour) {
+            for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark })
+                QVERIFY2(Theme::colour(Colour(colour), scheme).isValid(), QByteArray::number(colour));
+        }
+    }
+
     void thePaletteIsTheTables()
     {
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {

@@ -33,6 +33,7 @@ inline constexpr const char* columnNames[] = { "1", "2", "3", "4", "5" };
 /// Adds the rows of a test function's data: each has a name, and values of the types `T`.
 template <class... T> void addRows(std::initializer_list<std::tuple<const char*, Written<T>...>> rows)
 {
+    static_assert(sizeof...(T) <= std::size(columnNames));
     int column = 0;
     (QTest::addColumn<T>(columnNames[column++]), ...);
     for (const auto& row : rows) {

@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// The application's unique name, used in the log, for the desktop and in file names. The information dictionaries of the
-/// bundles in Resources contain the same name.
+/// The application's unique identifier, for the log, the desktop and file names. The information dictionaries of the bundles in
+/// Resources contain the same identifier.
 inline constexpr QLatin1StringView applicationIdentifier("com.orvale.kestrum");
 
 } // namespace kestrum

@@ -12,8 +12,8 @@ namespace kestrum {
 
 bool JournalSocket::isStandardError()
 {
-    // A child process may inherit the variable and have its standard error redirected. So the variable is compared with
-    // the descriptor itself.
+    // A child process inherits the variable even if its standard error is redirected. So the variable is compared with the open
+    // file itself.
     struct stat state;
     return ::fstat(STDERR_FILENO, &state) == 0
         && qgetenv("JOURNAL_STREAM")
@@ -43,7 +43,7 @@ JournalSocket::~JournalSocket()
 
 QByteArray JournalSocket::entry(QtMsgType type, const QByteArray& category, const QByteArray& message)
 {
-    // "74326" holds the priorities of syslog in the order of QtMsgType.
+    // The digits of "74326" are the syslog priorities of the QtMsgType values 0 to 4.
     return "MESSAGE=" + message + "\nPRIORITY=" + "74326"[type]
         + "\nSYSLOG_IDENTIFIER=" + program_invocation_short_name + "\nQT_CATEGORY=" + category + '\n';
 }

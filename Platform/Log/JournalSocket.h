@@ -6,12 +6,12 @@
 
 namespace kestrum {
 
-/// The journal's datagram socket. The socket accepts entries in the journal's native form: one "FIELD=value" per line.
-/// sd_journal_send of libsystemd is not used, because it waits while the journal's queue is full, and reports success
-/// where there is no journal.
+/// The datagram socket of the systemd journal. The socket accepts entries in the journal's native form: one "FIELD=value" per
+/// line. The function sd_journal_send of libsystemd is not used: it waits while the journal's queue is full, and it reports
+/// success even if there is no journal.
 class JournalSocket {
 public:
-    /// Whether standard error is connected to the journal: then $JOURNAL_STREAM contains the device and inode of
+    /// Whether standard error is connected to the journal. If so, $JOURNAL_STREAM contains the device and inode numbers of
     /// standard error.
     static bool isStandardError();
 
@@ -21,10 +21,10 @@ public:
     JournalSocket(const JournalSocket&) = delete;
     JournalSocket& operator=(const JournalSocket&) = delete;
 
-    /// One entry in native form. `message` and `category` must not contain line ends.
+    /// Returns one entry in the journal's native form. `message` and `category` must not contain line ends.
     static QByteArray entry(QtMsgType type, const QByteArray& category, const QByteArray& message);
 
-    /// Sends `entry` without waiting. Returns false when the journal did not accept the entry. Any thread.
+    /// Sends `entry` without waiting. Returns false if the journal did not accept the entry. Thread-safe.
     bool send(const QByteArray& entry) const;
 
 private:

@@ -17,7 +17,7 @@ namespace kestrum {
 namespace {
 
 constexpr qsizetype valueLimit = 256;
-// In bytes, far below the limit of a datagram and far above the length of our messages.
+// In bytes. The limit is far below the size of a datagram and far above the length of this program's messages.
 constexpr qsizetype messageLimit = 4096;
 
 // Whether `character` can end a line, move the cursor, or change the direction of the text after it.
@@ -62,12 +62,12 @@ QByteArray escapedUtf8(const QString& value, qsizetype limit)
     return text;
 }
 
-// In the order of QtMsgType.
+// The names of the levels, in the order of QtMsgType.
 constexpr const char* levelNames[] = { "debug", "warning", "error", "fatal", "info" };
 static_assert(
     QtDebugMsg == 0 && QtWarningMsg == 1 && QtCriticalMsg == 2 && QtFatalMsg == 3 && QtInfoMsg == 4);
 
-// Protects the static containers below. Messages are rare, so one lock is enough.
+// Protects the static containers below. Messages are rare, so one mutex is enough.
 std::mutex mutex;
 
 void handleMessage(QtMsgType type, const QMessageLogContext& context, const QString& message)
@@ -77,7 +77,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
     const QByteArray text = escapedUtf8(message, messageLimit);
     const QByteArray category(context.category ? context.category : "default");
     if (!journal || !journal->send(JournalSocket::entry(type, category, text))) {
-        // One call of `write`, so that the lines of two threads do not mix. A failure cannot be reported anywhere.
+        // Each line is one call of `write`, so that lines of different threads do not mix. A failure of `write` cannot be
+        // reported anywhere.
         const QByteArray line = category + ": " + levelNames[type] + ": " + text + '\n';
         [[maybe_unused]] const ssize_t written
             = ::write(STDERR_FILENO, line.constData(), size_t(line.size()));
@@ -90,8 +91,8 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
 
 const QLoggingCategory& Log::category(const char* area)
 {
-    // Never destroyed, because messages may come until the process ends. A category points to the bytes of its name,
-    // which the map's key holds.
+    // The map is never destroyed, because messages may be logged until the process ends. A QLoggingCategory only points to its
+    // name; the map's key owns the name.
     static auto* const categories = new std::unordered_map<QByteArray, QLoggingCategory>;
     const QByteArray name
         = QByteArray(applicationIdentifier.data(), applicationIdentifier.size()) + '.' + area;

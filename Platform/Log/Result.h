@@ -9,14 +9,14 @@
 
 namespace kestrum {
 
-/// Why something could not be done. The texts are for people and logs; nothing in them is escaped.
+/// The reason why an operation failed. The texts are for users and logs; they are not escaped.
 struct Failure {
-    QString step; ///< completes "cannot", such as "make a temporary file"; empty if the reason needs no step
-    QString reason;  ///< the system's message or our own text, without a line end
-    int error = 0;   ///< usually an `errno`; 0 if there is no number
-    QString subject; ///< usually a path
+    QString step;    ///< the text after "cannot", such as "make a temporary file"; may be empty
+    QString reason;  ///< the system's error message or the program's own text, without a line end
+    int error = 0;   ///< usually an `errno` value; 0 if there is none
+    QString subject; ///< the object of the failed operation, usually a path
 
-    /// A failure of the system call in `step`.
+    /// The failure of a system call with the error number `error`.
     static Failure fromErrno(const char* step, int error = errno)
     {
         return { QString::fromLatin1(step), qt_error_string(error), error, {} };
@@ -25,10 +25,10 @@ struct Failure {
     /// A failure without a step.
     static Failure withReason(const QString& reason) { return { {}, reason, 0, {} }; }
 
-    /// The same failure with another subject.
+    /// A copy of this failure with another subject.
     Failure about(const QString& newSubject) const { return { step, reason, error, newSubject }; }
 
-    /// "subject: cannot step: reason", without the parts that are empty.
+    /// Returns "<subject>: cannot <step>: <reason>" without the empty parts.
     QString text() const
     {
         return (subject.isEmpty() ? QString() : subject + QStringLiteral(": "))
@@ -36,8 +36,9 @@ struct Failure {
     }
 };
 
-/// The value of a call that can fail, or its `Failure`. `Result<>` is for a call without a value. A result converts to true on
-/// success. Reading the value after a failure, or the failure after a success, throws `std::bad_variant_access`.
+/// Holds either the value that a call returned, or a `Failure` if the call failed. `Result<>` is for a call that returns no
+/// value. A result converts to true on success. Reading the value after a failure, or the failure after a success, throws
+/// `std::bad_variant_access`.
 template <typename T = std::monostate> class [[nodiscard]] Result {
 public:
     Result() requires std::same_as<T, std::monostate> : m_outcome(std::in_place_index<1>) { }
@@ -62,7 +63,7 @@ public:
 
 private:
     std::variant<Failure, T>
-        m_outcome; // with `Failure` first, T may be a type of an enclosing class that is not complete
+        m_outcome; // `Failure` is first, so that T may be nested in a class that is still incomplete
 };
 
 } // namespace kestrum

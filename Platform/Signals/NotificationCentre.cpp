@@ -1,16 +1,16 @@
 // SPDX-License-Identifier: MIT
-// A signal is the time stamp of a file. Every name has an empty file in a private directory of the user. A post sets the file's
-// times, or creates the file. A listener watches the directory. This needs no daemon, the kernel merges events that are not
-// read yet, and a listener that hangs does not block other processes.
+// To post a signal is to change the time stamps of a file. Each signal name has an empty file in a private directory of the
+// user. A post sets the times of this file, or creates the file. A listener watches the directory. This method needs no daemon.
+// The kernel merges unread events. A listener that hangs does not block other processes.
 //
-// One post must cause one event, or listeners would be notified twice. So a new file is opened only for reading: the watch
-// ignores the close of such a file.
+// One post must cause only one event; otherwise listeners would be notified twice. So a post opens a new file for reading only:
+// the watch reports the close of a file only if the file was open for writing.
 //
-// An event means only that a signal may have been posted. The kernel also reports changed modes, removed files and queue
-// overflows, which must not end the agent or bring the window forward. So each registration stores the last time stamp that it
-// has seen, and is notified only of a different time stamp. The kernel's own time stamps are those of its timer ticks, and two
-// posts may come in one tick. So a post sets the exact time. Time stamps are compared for inequality, because clocks can be set
-// back.
+// An event does not prove that a signal was posted: the kernel also reports changed modes, removed files and queue overflows.
+// Such an event must not end the agent or bring the window forward. So each registration stores the last time stamp that it has
+// seen, and its handler runs only if the file has a different time stamp. The kernel's own time stamps change only once per
+// timer tick, and two posts may happen within one tick. So a post sets the exact time. Time stamps are compared for inequality,
+// because the clock can be set back.
 
 #include "Platform/Signals/NotificationCentre.h"
 
@@ -46,21 +46,21 @@ void warnLocalOnly(const Failure& failure)
     Log::warnOnce("signals", QStringLiteral("Signals stay within this program: %1").arg(failure.text()));
 }
 
-// The file name of a signal. A signal's name is longer than its suite's name, but needs no room for companion files. So every
-// valid suite has valid signals.
+// Returns the file name of the signal `name`. A signal's file has no companion files, so the name may use the full length. So
+// the signal names of every valid settings suite fit, although they are longer than the suite's name.
 std::optional<QByteArray> fileNameOf(const QString& name)
 {
     return FileName::encoded(name, {}, FileName::Room::none);
 }
 
-// When a signal was last posted, in nanoseconds since 1970; nothing if never.
+// The time of a signal's last post, in nanoseconds since 1970; nothing if there was no post.
 using PostTime = std::optional<qint64>;
 using SharedDirectory = std::shared_ptr<const RuntimeDirectory>;
 
-// Posts signals and reads their times. Any thread. A `path` is relative to the parent of our directory.
+// Posts signals and reads the times of posts. Thread-safe. Each `path` is relative to $XDG_RUNTIME_DIR.
 class SignalWriter {
 public:
-    // Fails if other processes cannot see the signal.
+    // Fails if other processes cannot receive the signal.
     Result<> post(const QByteArray& path)
     {
         if (const auto known = m_root.load(); known && touch(*known, path))
@@ -73,7 +73,7 @@ public:
         return posted;
     }
 
-    // Reads from the directory that was opened last, which is also the watched directory.
+    // Reads the time in the directory that was opened last. This directory is also the watched directory.
     PostTime lastPost(const QByteArray& path) const
     {
         const auto known = m_root.load();
@@ -83,7 +83,7 @@ public:
         return FilePath::nanoseconds(state.st_mtim);
     }
 
-    // Makes sure that the directory exists.
+    // Opens the runtime directory, and creates the signals' directory in it if needed.
     Result<SharedDirectory> open()
     {
         auto opened = RuntimeDirectory::reopen();
@@ -97,7 +97,7 @@ public:
         return root;
     }
 
-    // Calls `open`. Returns null, with one line in the log, if `open` fails.
+    // Calls `open`. If `open` fails, logs a warning and returns null.
     SharedDirectory openOrWarn()
     {
         const auto root = open();
@@ -139,7 +139,7 @@ public:
         if (!m_watch)
             startWatch();
         const Token token = ++m_newest;
-        // Earlier posts count as seen, because only earlier registrations are notified of these posts.
+        // Posts before this registration count as seen: only older registrations are notified of these posts.
         m_registrations.emplace(token,
             Registration { fileName, signalWriter().lastPost(pathBelowRoot + fileName),
                 std::make_shared<const std::function<void()>>(std::move(handler)) });
@@ -155,17 +155,18 @@ public:
         }
     }
 
-    // Whether there are registrations but no watch, because the directory could not be opened. Any thread.
+    // Whether there are registrations but no watch, because the directory could not be opened. Thread-safe.
     bool isUnwatched() const { return m_isUnwatched; }
 
-    // The token of the newest registration. A post is not delivered to later registrations. Any thread.
+    // The token of the newest registration. A registration that is made after a post does not receive the post. Thread-safe.
     Token newest() const { return m_newest; }
 
-    // Delivers a post of this process to the registrations up to `newest`, when the post could not be written or is not watched.
+    // Delivers a post of this process to the registrations up to `newest`. Called if the post could not be written to the file,
+    // or if the directory is not watched.
     void deliverLocally(const QByteArray& fileName, Token newest)
     {
         deliver(newest, [&fileName](const Registration& one) { return one.fileName == fileName; });
-        // The directory may have been created since the first registration.
+        // The directory may exist by now, so the watch may succeed.
         if (m_isUnwatched && !m_registrations.empty())
             startWatch();
     }
@@ -175,7 +176,7 @@ private:
         QByteArray fileName;
         PostTime lastSeen; // not reset if the file is removed, because the file may come back unchanged
         std::shared_ptr<const std::function<void()>>
-            handler; // shared, so that the handler can remove its registration while it runs
+            handler; // shared, so that a running handler survives the removal of its own registration
     };
 
     void startWatch()
@@ -187,7 +188,7 @@ private:
         m_watch
             = std::make_unique<DirectoryWatch>(root->path() + QLatin1Char('/') + QLatin1String(signalsName),
                 DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { handleChange(entry); });
-        // Earlier posts count as seen for the registrations that had no watch before.
+        // Posts before the start of the watch count as seen.
         for (auto& [token, registration] : m_registrations)
             registration.lastSeen = signalWriter().lastPost(pathBelowRoot + registration.fileName);
     }
@@ -197,10 +198,11 @@ private:
         QByteArrayList names { entry };
         names += m_watch->takePending();
         const bool isAnything = names.contains(QByteArray());
-        // The directory may have been replaced. A missing directory is created, so that the next post causes an event again.
+        // The directory may have been replaced. `openOrWarn` creates a missing directory, so that the next post causes an event
+        // again.
         if (isAnything && !signalWriter().openOrWarn())
             return;
-        QHash<QByteArray, PostTime> times; // read once for all registrations of a name
+        QHash<QByteArray, PostTime> times; // the time of each name is read only once
         deliver(m_newest, [&](Registration& one) {
             if (!isAnything && !names.contains(one.fileName))
                 return false;
@@ -212,7 +214,7 @@ private:
     }
 
     // Runs the handlers of the registrations up to `newest` for which `concerns` returns true, in the order of registration. A
-    // handler may remove any registration, also its own, and add new registrations.
+    // handler may add registrations and remove any registration, including its own.
     template <class Concerns> void deliver(Token newest, Concerns concerns)
     {
         for (auto at = m_registrations.begin(); at != m_registrations.end() && at->first <= newest;) {

@@ -11,7 +11,6 @@
 namespace kestrum {
 
 // Qt reads and writes lists and objects only, so any other value is put into a list.
-
 QByteArray JsonText::compact(const QJsonValue& value)
 {
     const QByteArray list = QJsonDocument(QJsonArray { value }).toJson(QJsonDocument::Compact);

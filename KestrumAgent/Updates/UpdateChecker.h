@@ -19,7 +19,7 @@ public:
     explicit UpdateChecker(QObject* parent = nullptr);
 
     /// The name of this program's Debian package.
-    static inline const QString packageName = QStringLiteral("kestrum");
+    static constexpr QLatin1StringView packageName { "kestrum" };
 
     /// Stores whether checks are possible. Checks once a day while the settings ask for that. Must be called once only.
     void start();

@@ -3,6 +3,7 @@
 
 #include <QFile>
 #include <QFileInfo>
+#include <algorithm>
 
 namespace kestrum {
 
@@ -261,11 +262,11 @@ Result<PropertyList> PropertyList::parsed(const QByteArray& content)
 {
     if (content.size() > maximumBytes)
         return Failure::withReason(QStringLiteral("larger than %1 bytes").arg(maximumBytes));
-    int number = 0;
-    for (const QByteArray& line : content.split('\n')) {
-        ++number;
-        if (!line.isValidUtf8())
-            return Failure::withReason(QStringLiteral("line %1: not UTF-8").arg(number));
+    if (!content.isValidUtf8()) {
+        const QByteArrayList lines = content.split('\n');
+        const auto bad = std::find_if(
+            lines.begin(), lines.end(), [](const QByteArray& line) { return !line.isValidUtf8(); });
+        return Failure::withReason(QStringLiteral("line %1: not UTF-8").arg(bad - lines.begin() + 1));
     }
     // The decoder drops a byte order mark.
     return PropertyListParser(QString::fromUtf8(content)).document();

@@ -49,6 +49,8 @@ QImage SymbolImage::image(const QString& name, double pointSize, const QColor& c
     const QSizeF points = sizeOf(*drawing, pointSize);
     QImage image(int(std::ceil(points.width() * scale)), int(std::ceil(points.height() * scale)),
         QImage::Format_ARGB32_Premultiplied);
+    if (image.isNull()) // too small or too large
+        return image;
     image.fill(Qt::transparent);
     QPainter painter(&image);
     drawing->render(&painter, QRectF(QPointF(0, 0), points * scale));

@@ -37,6 +37,8 @@ bool writeAll(int file, QByteArrayView bytes)
         const ssize_t written = ::write(file, bytes.data(), size_t(bytes.size()));
         if (written < 0 && errno == EINTR)
             continue;
+        if (written == 0)
+            errno = EIO;
         if (written <= 0)
             return false;
         bytes = bytes.sliced(written);
@@ -86,6 +88,10 @@ bool hasContent(int directory, const QByteArray& name, QByteArrayView bytes)
 {
     FileDescriptor file(
         ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK | O_NOCTTY));
+    struct stat state;
+    if (!file.isValid() || ::fstat(file.get(), &state) != 0 || !S_ISREG(state.st_mode)
+        || state.st_size != bytes.size())
+        return false;
     const auto content = FilePath::readAll(file.get(), bytes.size());
     return content && *content == bytes;
 }

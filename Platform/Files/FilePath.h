@@ -47,13 +47,16 @@ Result<> renameToNew(int directory, const QByteArray& from, const QByteArray& to
 /// not support the check.
 bool isOpenForWriting(int file);
 
+/// `time` in nanoseconds. Times after the year 2262 are too large for the type; then the result is another number, but equal
+/// times still give equal results.
 inline qint64 nanoseconds(const struct timespec& time)
 {
-    return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
+    return qint64(quint64(time.tv_sec) * 1'000'000'000 + quint64(time.tv_nsec));
 }
 
 /// Sets the times of the file at `path`, relative to `directory`, to now; with a null `path`, those of the file that is open as
 /// `directory`. The kernel's own time stamps are some milliseconds old: those of its last tick. Links are not followed.
+/// False with `errno` on failure.
 [[nodiscard]] bool setExactTime(int directory, const char* path);
 
 /// Reads `file` to its end. Fails with EFBIG if it holds more than `most` bytes.

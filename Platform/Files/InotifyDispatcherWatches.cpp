@@ -111,6 +111,7 @@ void InotifyDispatcher::replaceLinks(Subscription& subscription, const std::vect
         m_watches[link.watch].uses.push_back(link.use);
         subscription.watches.push_back(link.watch);
     }
+    // Remove the kernel watches that no subscription uses.
     for (const int watch : old) {
         const auto found = m_watches.find(watch);
         if (found == m_watches.end() || !found->second.uses.empty())

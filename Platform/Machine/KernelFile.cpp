@@ -5,6 +5,7 @@
 
 #include <QFile>
 #include <algorithm>
+#include <cerrno>
 #include <fcntl.h>
 
 namespace kestrum {
@@ -47,6 +48,8 @@ std::optional<std::string_view> KernelFile::readOpened()
     for (;;) {
         const std::size_t room = m_buffer.size() - size;
         const ssize_t count = ::pread(m_descriptor.get(), m_buffer.data() + size, room, off_t(size));
+        if (count < 0 && errno == EINTR)
+            continue;
         if (count < 0)
             return std::nullopt;
         size += std::size_t(count);

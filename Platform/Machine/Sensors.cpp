@@ -100,8 +100,10 @@ Sensors& Sensors::ofThisMachine()
 Sensors::Values Sensors::read(const Wanted& wanted)
 {
     Values values;
+    if (!wanted.any())
+        return values;
     const std::unique_lock lock(m_mutex, std::try_to_lock);
-    if (!wanted.any() || !lock)
+    if (!lock)
         return values;
     adoptChips();
     if (wanted.hottest) {

@@ -7,12 +7,11 @@ class QAccessibleInterface;
 
 namespace kestrum {
 
-/// The window's accessibility tree as text.
 namespace AccessibilityDump {
 
-/// One line for `from` and for each visible interface below it, indented by depth: role, name, value or description, and states.
-/// An interface that has no name and cannot get the focus has no line, but its children have lines. The text shows the tree of this
-/// process, not what arrives over the accessibility bus.
+/// Returns one line for `from` and one for each visible interface below `from`, indented by depth, with role, name, value,
+/// description and states. An interface that has no name and cannot get the focus has no line, but its children have lines. The
+/// text shows the tree in this process, not what assistive programs receive over the accessibility bus.
 QString text(QAccessibleInterface& from);
 
 } // namespace AccessibilityDump

@@ -18,7 +18,7 @@ namespace {
 
 constexpr QSize defaultSize { 640, 520 };
 
-/// Gives assistive programs the application's display name. Qt alone would give them the identifier of our windows and files.
+/// Gives assistive programs the application's display name. Qt alone would give them an identifier, the application name.
 class AccessibleApplication final : public QAccessibleApplication {
 public:
     static void install()
@@ -83,7 +83,7 @@ bool KestrumApp::eventFilter(QObject* watched, QEvent* event)
         // The frame is shown after this event has been handled.
         QTimer::singleShot(0, this, [this] {
             m_delegate.windowWasShown();
-            // Qt has not used the activation token for its first window.
+            // Qt does not use the activation token for the first window.
             if (const QByteArray token = std::exchange(m_activationToken, {}); !token.isEmpty())
                 SettingsAppDelegate::bringForward(token);
             Q_EMIT windowShown();

@@ -33,7 +33,7 @@ bool saveTree(SettingsView& window, const QString& path)
         && file.flush();
 }
 
-/// Says on standard error that a file was not saved. Returns `isSaved`.
+/// If `isSaved` is false, writes to standard error that the file was not saved. Returns `isSaved`.
 bool report(bool isSaved, const QString& path)
 {
     if (!isSaved)
@@ -49,7 +49,7 @@ bool Pictures::save(SettingsView& window, const QString& directory)
     folder.mkpath(QStringLiteral("."));
     const SettingsPage shown = window.page();
     const QSize size = window.size();
-    // Makes the window look active, also without a window manager that gives it the focus.
+    // Makes the window look active even if no window manager gives it the focus.
     QApplication::setActiveWindow(&window);
     bool isSaved = true;
     for (const auto& page : allCases<SettingsPage>()) {

@@ -15,7 +15,7 @@ namespace kestrum {
 
 namespace {
 
-/// Whether a window is open. Closing the last window makes the application inactive too, but must not relaunch it.
+/// Whether a window is open. Closing the last window makes the application inactive too, but must not cause a relaunch.
 bool isAnyWindowOpen()
 {
     const QWindowList windows = QGuiApplication::topLevelWindows();
@@ -29,7 +29,7 @@ Relaunch::Actions Relaunch::Actions::real()
 {
     return {
         [](const QString& command) {
-            // We do not wait for the shell, because it ends after us. We do not report a failure either: the application then
+            // Do not wait for the shell, which ends after this process. Do not report a failure either: the application then
             // stays closed until the user opens it, and a message would not help.
             (void)ProgramStart::start("/bin/sh", { "-c", QFile::encodeName(command) });
         },
@@ -61,7 +61,7 @@ bool Relaunch::canCarry(const QString& bundlePath)
 void Relaunch::whenInactive()
 {
     if (const QString path = Bundle::main().path(); !canCarry(path)) {
-        // No relaunch is better than an application that stays closed. The window already shows the new language.
+        // Do not relaunch, because the application would stay closed. The window already shows the new language.
         Log::warnOnce("application",
             QStringLiteral(
                 "%1 is not started anew in the new language: a shell would read more than a path in that")

@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// Restarts the application when it is no longer active, because the language of the toolkit's texts cannot be changed while the
+/// Restarts the application when it is no longer active, because the language of Qt's own texts cannot be changed while the
 /// application runs. There is at most one restart per process.
 class Relaunch final : public QObject {
     Q_OBJECT
@@ -24,14 +24,14 @@ public:
     explicit Relaunch(Actions actions = Actions::real(), QObject* parent = nullptr);
 
     /// Relaunches at once if the application is not active, else as soon as the user switches to another application. A pending
-    /// relaunch is never cancelled. If the bundle's path cannot be part of the command, there is no relaunch, and the log says
-    /// so once.
+    /// relaunch is never cancelled. If the bundle's path cannot be part of the command, there is no relaunch, and a warning is
+    /// logged once.
     void whenInactive();
 
     /// The command for the shell: wait for the end of process `pid`, then open the bundle in the background. The path is put between
     /// double quotes without escaping.
     static QString command(qint64 pid, const QString& bundlePath);
-    /// Whether `bundlePath` between double quotes has no special meaning to the shell.
+    /// Whether `bundlePath` can stand between double quotes in a shell command without escaping.
     static bool canCarry(const QString& bundlePath);
 
 private:

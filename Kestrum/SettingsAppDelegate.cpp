@@ -19,7 +19,7 @@ namespace kestrum {
 
 namespace {
 
-// A window that opens behind others may never be painted, and a window may not open at all. The agent must not wait for it.
+// After this time the agent starts anyway: a window behind others may never be painted, and a window may not open at all.
 constexpr std::chrono::seconds longestWaitForWindow { 1 };
 
 } // namespace
@@ -54,8 +54,7 @@ void SettingsAppDelegate::windowWasShown()
     if (m_run == Run::ordinary && Setting { Keys::agentEnabled }.value())
         AppLinks::launchAgentIfNeeded(AppLinks::retries);
     QTimer::singleShot(0, this, &SettingsAppDelegate::presentWindowIfMissing);
-    // Only X11 session management restores windows. There is no request that prevents window managers from putting windows into
-    // tabs.
+    // Only X11 session management restores windows. Window managers cannot be asked not to put windows into tabs.
     connect(
         qGuiApp, &QGuiApplication::saveStateRequest, this,
         [](QSessionManager& session) { session.setRestartHint(QSessionManager::RestartNever); },

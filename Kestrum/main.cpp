@@ -33,13 +33,13 @@ struct Options {
     QString pictures;
     bool endsAtFirstFrame = false;
 
-    /// Whether this run has no side effects. Such a run is possible even while the application runs.
+    /// Whether this run has no side effects. Such a run is possible even while another process of the application runs.
     bool isVisit() const { return endsAtFirstFrame || !pictures.isEmpty(); }
 };
 
-/// Reads the arguments into `options`; returns an exit code if the program has nothing else to do. Arguments with one dash
-/// belong to Qt, and the argument after one may be its value. QCommandLineParser treats one dash like two, so it cannot refuse
-/// "--platform" and pass "-platform" to Qt.
+/// Reads the arguments into `options`; returns an exit code if the program has nothing else to do. Arguments with one dash belong
+/// to Qt, and the argument after one may be its value. QCommandLineParser is not used: it treats one dash like two, so it could
+/// not refuse "--platform" and pass "-platform" to Qt.
 std::optional<int> read(int argc, char** argv, Options& options)
 {
     using kestrum::LoginItemPolicy::suppressingArgument;
@@ -72,11 +72,11 @@ std::optional<int> read(int argc, char** argv, Options& options)
     return std::nullopt;
 }
 
-/// If the application runs already, brings its window forward and returns the exit code of this process. Returns nothing if this
-/// process has to open the window: no other process runs, or the other one was ending.
+/// If another process of the application runs, brings the window of that process forward and returns the exit code for this
+/// process. Returns none if this process has to open the window, because no other process runs or the other process was ending.
 std::optional<int> giveWay(kestrum::SingleInstance& instance)
 {
-    // `token` does not remove the token from the environment, because our own window may need it.
+    // `token` does not remove the token from the environment, because this process's window may need it.
     if (!instance.isFirst() && !instance.raiseFirst(kestrum::WindowActivation::token())) {
         std::fputs("Kestrum: it runs already, but does not answer\n", stderr);
         return 1;
@@ -105,7 +105,7 @@ int main(int argc, char** argv)
         Log::warning("application",
             QStringLiteral(
                 "running as root: the settings and the agent are root's own, and are not started at login"));
-    // Set the language before the application object exists, so that Qt's own texts are in it too.
+    // Set the language before the application object exists, so that Qt's own texts are in this language too.
     AppLanguage::recordLaunchedCode();
     AppLanguage::applyChoiceToProcessDefaults();
 
@@ -116,7 +116,7 @@ int main(int argc, char** argv)
     if (instance) {
         QObject::connect(
             &*instance, &SingleInstance::raiseRequested, &application, &SettingsAppDelegate::bringForward);
-        // Quitting can take a while, and meanwhile the user may want the window again, so release the lock early.
+        // Release the lock early: quitting can take a while, and meanwhile the user may open the application again.
         QObject::connect(&application, &QCoreApplication::aboutToQuit, &*instance, &SingleInstance::release);
     }
     QObject::connect(&application, &KestrumApp::windowShown, &application, [&] {

@@ -47,8 +47,7 @@ Agent::Agent(QObject* parent)
     , m_updates(new UpdateChecker(this))
     , m_updateNotice(new UpdateNotice(this))
 {
-    // The outcome is shown as a notification, because a user who requested the check in the settings window does not see the
-    // menu.
+    // The outcome is shown in a notification: a user who requested the check in the settings window does not see the menu.
     connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
     m_menu.installEventFilter(this);
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
@@ -58,7 +57,7 @@ Agent::Agent(QObject* parent)
     fillMenu();
 }
 
-// The order of the members destroys the channel before the strip that the channel shows.
+// The members are destroyed in reverse order, so the channel is destroyed before its strip.
 Agent::~Agent() = default;
 
 void Agent::start(std::optional<double> launched)
@@ -79,12 +78,11 @@ void Agent::start(std::optional<double> launched)
     connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
     m_channel = PanelChannel::make(*m_strip, m_menu);
 
-    // The signal does not say which settings changed, so the store is read again. The change may be known already, or
-    // concern settings that the agent does not use.
+    // The signal does not say which settings changed, so the whole store is read again.
     m_signals.listen(Signal::settings, [&store] { store.synchronize(); });
     m_signals.listen(Signal::quitAgent, [this] { leave(QStringLiteral("it was asked to quit")); });
-    // Where signals cannot pass between programs, only this setting says that the agent was switched off. An agent that was
-    // started by hand while it was switched off keeps running: only a change of the setting ends it.
+    // If signals cannot pass between programs, the agent is switched off only by this setting. The agent ends only when the
+    // setting changes, so a user can start it by hand while it is switched off.
     Setting(Keys::agentEnabled).observe(this, [this](bool isEnabled) {
         if (!isEnabled)
             leave(QStringLiteral("it was switched off in the settings"));
@@ -97,18 +95,17 @@ void Agent::start(std::optional<double> launched)
 
 void Agent::doWhatWasAskedSince(double launched)
 {
-    // A post time in the future comes from a clock that was wrong. It is ignored: otherwise every agent would obey the
-    // request until that time is reached.
+    // A request with a time in the future was posted while the clock was wrong. The request is ignored: otherwise every
+    // agent that starts before that time would obey it.
     const auto wasAskedSince = [](Signal signal, double time) {
         const auto asked = NotificationCentre::lastPost(SharedSettings::name(signal));
         const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
         return asked >= time && *asked <= now.count();
     };
-    // Start times have a resolution of 10 ms, so a request may be from just before the start. An unnecessary check does no
-    // harm...
+    // Because of the resolution of start times, a request may be from just before the start. For a check, this is harmless.
     if (wasAskedSince(Signal::checkForUpdates, launched))
         m_updates->check();
-    // ...but an unnecessary exit would: such a request to quit was meant for the previous agent.
+    // A request to quit from before the start was meant for the previous agent, so it must not end this one.
     if (wasAskedSince(Signal::quitAgent, launched + startTimeStep))
         QTimer::singleShot(0, this, [this] { leave(QStringLiteral("it was asked to quit as it began")); });
 }
@@ -119,15 +116,15 @@ void Agent::leave(const QString& reason)
     QCoreApplication::quit();
 }
 
-/// Logs only the first reason: the first one is the cause of the exit.
+/// Logs only the first reason, which is the cause of the exit.
 void Agent::logEnd(const QString& reason)
 {
     if (!std::exchange(m_isLeaving, true))
         Log::info("agent", QStringLiteral("the agent ends: %1").arg(reason));
 }
 
-/// The program's own texts are looked up each time they are shown. Qt caches its texts and mirrors the visible widgets, so
-/// both are updated here.
+/// Updates Qt's texts and the layout direction, because Qt caches both. The program's own texts are looked up each time they
+/// are shown.
 void Agent::adoptLanguage()
 {
     const QString code = AppLanguage::code();
@@ -142,14 +139,14 @@ void Agent::adoptSettings()
 {
     adoptLanguage();
     {
-        // A sample that is taken at once is not drawn by itself: the rebuild draws everything.
+        // Blocks the signal of an immediate sample, which would draw the items twice: the rebuild draws all of them.
         const QSignalBlocker blocker(m_sampler);
         m_sampler->adoptSettings();
     }
     m_strip->rebuild();
 }
 
-/// Filters nothing: it stores the time of the last input event, which may be followed by a request to open the settings.
+/// Filters nothing. Stores the time of the last input event for the activation token of the settings application.
 bool Agent::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->isInputEvent())
@@ -168,9 +165,8 @@ void Agent::openSettings()
 {
     Workspace::OpenConfiguration configuration;
     SharedSettings::post(Signal::openSettings);
-    // A second process is started even if the application runs already: the first one may be about to exit, or may have no
-    // window. The second process decides when it starts: it brings the first one's window forward, or becomes the
-    // application itself.
+    // A process is started even if the application runs already, because that application may be about to exit or may have
+    // no window. The new process either brings the existing window forward or becomes the application itself.
     configuration.createsNewApplicationInstance = true;
     configuration.environment = WindowActivation::environment(activationToken());
     Workspace::shared().openApplication(outerBundle(), configuration, [](const Workspace::Opened& opened) {
@@ -192,8 +188,7 @@ void Agent::fillMenu()
     m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff);
 }
 
-/// A user who quits the agent does not want it back. So the setting is changed too: the settings window shows the agent as
-/// switched off, and does not start it when it is opened.
+/// Also stores that the agent is switched off. Otherwise, the settings window would start the agent again when it is opened.
 void Agent::switchOff()
 {
     Setting(Keys::agentEnabled).set(false);

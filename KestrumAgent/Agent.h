@@ -17,8 +17,7 @@ class UpdateChecker;
 class UpdateNotice;
 
 /// The agent, which has no ordinary window. It shows the items at the panel with live readings, follows the shared settings,
-/// and handles the signals of the settings application. It runs until it is asked to quit or is switched off, no matter what
-/// started it.
+/// and handles the signals of the settings application. The agent runs until it is asked to quit or is switched off.
 class Agent final : public QObject {
     Q_OBJECT
 public:
@@ -26,15 +25,14 @@ public:
     ~Agent() override;
 
     /// Registers the defaults, starts to listen for signals, and shows the items. Also carries out requests that were posted
-    /// since `launched`, in seconds since 1970: nothing listened while the program was loading. Must be called once only.
+    /// while the program was loading: after `launched`, in seconds since 1970. Must be called once only.
     void start(std::optional<double> launched = std::nullopt);
 
-    /// Ends the program and logs `reason`, if this is the first reason to end.
+    /// Ends the program. Logs `reason` unless an earlier reason was logged.
     void leave(const QString& reason);
 
-    /// Starts the settings application, or brings its window forward if it runs already: a second start opens no second
-    /// window. The application gets a token with the time of the last click or key, so that the desktop lets it take the
-    /// focus.
+    /// Starts the settings application, or brings its window forward if it runs already. The application gets a token with
+    /// the time of the last click or key press, so that the desktop allows its window to take the focus.
     void openSettings();
 
     /// The items at the panel; null before `start`.

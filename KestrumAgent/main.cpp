@@ -27,8 +27,8 @@ constexpr char usage[]
       "  --version  print the version and exit\n"
       "  --login    the desktop starts it at login: where the agent is switched off, it ends at once\n";
 
-/// Reads the options. Returns the exit code if an option is handled here or is unknown; nothing if the agent should start.
-/// Arguments with one dash are options of Qt, so QCommandLineParser, which accepts one dash and two alike, cannot be used.
+/// Handles the command line. Returns the exit code if the program should end at once; nothing if the agent should start.
+/// QCommandLineParser cannot be used: it accepts one dash and two alike, but arguments with one dash are options of Qt.
 std::optional<int> answer(int argc, char** argv, bool& isLogin)
 {
     for (int i = 1; i < argc; ++i) {
@@ -61,37 +61,35 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    // A user who quit the agent does not want it back in the next session. This check comes first because it needs no
-    // display.
+    // The agent stays off at login if the user has switched it off. This check needs no display, so it is done first.
     if (isLogin && !Setting(Keys::agentEnabled).value()) {
         Log::info(
             "agent", QStringLiteral("the agent ends: it is switched off, and only the login started it"));
         return 0;
     }
-    // Blocked before the application object is created: its threads would otherwise handle the signals by their default
-    // action.
+    // Blocks the signals before the application object creates threads: new threads inherit the blocked signals.
     StopRequest::block();
-    // With this variable, a widget can be a Wayland surface whose role this program sets itself.
+    // With this variable, Qt allows a Wayland surface without a role. `LayerSurface` needs such a surface.
     qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
 
-    // Pictures are sent to an X server over the connection: with shared memory, this process would wait for the server at
-    // each tick and wake twice more. The variable is removed below, so that programs started by the agent do not inherit it.
+    // With this variable, Qt sends pictures to an X server over the connection. With shared memory, this process would wait
+    // for the server and wake twice more at each sample. Programs that the agent starts must not inherit the variable.
     qputenv("QT_XCB_NO_MITSHM", "1");
 
     std::optional<ToolkitStart> start(std::in_place);
     QApplication application(argc, argv);
     start.reset();
     qunsetenv("QT_XCB_NO_MITSHM");
-    // Removed from the environment, since Qt has read it by now: a settings application that the agent starts later must not
-    // use the token of the agent's own start.
+    // Removes the activation token of the agent's start from the environment: a settings application that the agent starts
+    // later must not use it. Qt has read the token already.
     WindowActivation::takeToken();
     QApplication::setApplicationName(AppLinks::agentIdentifier());
     QApplication::setApplicationDisplayName(QStringLiteral("Kestrum"));
     QApplication::setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     QApplication::setDesktopFileName(applicationIdentifier);
     QApplication::setQuitOnLastWindowClosed(false);
-    // Qt must not end the agent when its last quit lock is released, either: some desktop themes hold such a lock while a
-    // status icon is shown.
+    // By default, Qt also quits when the last quit lock is released, and some desktop themes hold such a lock while a status
+    // icon is shown.
     QApplication::setQuitLockEnabled(false);
     // Qt's own style uses only the palette. The settings application has the same style.
     QApplication::setStyle(QStringLiteral("fusion"));

@@ -1,5 +1,5 @@
-// The cost of drawing an item, in images like the agent's. Each run also measures the least work that any item needs: one
-// picture of its size and one text.
+// Measures the drawing of menu-bar items into images like the agent's. For comparison, each run also measures the least work that
+// any item needs: one picture of the item's size and one text.
 
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Items/SampleReadings.h"
@@ -71,7 +71,7 @@ void draw(benchmark::State& state, const Subject& subject, double scale, bool ke
     ::getrusage(RUSAGE_SELF, &before);
     for (auto _ : state) {
         if (counts) {
-            // Each drawing has other loads, as on a busy machine.
+            // The loads differ from drawing to drawing, as on a busy machine.
             counting->cores.resize(subject.cores);
             for (double& core : counting->cores)
                 core = double((turn++ * 2654435761U) >> 8) / (1U << 24);
@@ -86,7 +86,7 @@ void draw(benchmark::State& state, const Subject& subject, double scale, bool ke
     PixelPainter::setKeepsPictures(true);
 }
 
-// Computes the places of all items, with the widths that their settings give.
+// Measures the computation of all items' places, with the widths that their settings give.
 void measure(benchmark::State& state)
 {
     fixture(subjects[0], 1);
@@ -94,7 +94,7 @@ void measure(benchmark::State& state)
         benchmark::DoNotOptimize(StripLayout::current().width);
 }
 
-// The work of the agent's strip for one tick, when all readings have changed.
+// Measures the work of the agent's strip for one tick, when all readings have changed.
 void tick(benchmark::State& state)
 {
     fixture(subjects[0], 1);

@@ -1,5 +1,5 @@
-// A plain program of the toolkit for comparison: a window of the same size, empty or, with the argument "form", with the
-// toolkit's own controls. It prints "painted" and ends at its first frame, unless its argument is "stay".
+// A plain Qt program for comparison. Its window has the size of the settings window, and is empty or, with the argument "form",
+// has Qt's own controls. The program prints "painted" and ends at its first frame, unless its argument is "stay".
 
 #include <QApplication>
 #include <QCheckBox>
@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr int formRows = 20; // about as many as a page of the settings has
+constexpr int formRows = 20; // about as many as on a settings page
 
 class PlainWindow final : public QWidget {
 public:

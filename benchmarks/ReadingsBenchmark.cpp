@@ -1,12 +1,12 @@
-// The cost of an agent's tick compared with bare reads of the same files, and the load of a second of sampling.
+// Measures a tick of the agent, compared with bare reads of the same files, and the load of sampling once a second.
 //
 //   bare/…      the system calls alone, with an open descriptor and one buffer
 //   reader/…    one reader
-//   tick/…      a sample of what the items need: "fast" without any worker, "factory" with the factory's four items, where a
+//   tick/…      one sample: "fast" without a worker, "factory" for the four default items, where a
 //               worker also reads the volume and the power supplies
 //   second/…    ten seconds of sampling at 1 Hz: processor time and wake-ups of the whole process for each tick
 //
-// Sensors take the time of their devices. A machine without sensors measures nothing here.
+// The time for sensors depends on their devices. Without sensors, that time is not measured.
 
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumShared/Settings/MeterSettings.h"
@@ -124,7 +124,7 @@ void sampleForAWhile(benchmark::State& state, bool isShown)
         state.counters["ticks"] = ticks;
         state.counters["cpu_us_a_tick"]
             = (processorMicroseconds(after) - processorMicroseconds(before)) / divisor;
-        // One of the wake-ups is the end of the ten seconds.
+        // The wake-up at the end of the ten seconds does not count.
         state.counters["wakeups_a_tick"] = double(after.ru_nvcsw - before.ru_nvcsw - 1) / divisor;
     }
 }

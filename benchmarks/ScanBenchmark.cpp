@@ -1,7 +1,7 @@
-// Finds the agents among a number of processes that this benchmark starts, and measures how soon changes are reported.
+// Measures the search for agents among processes that this benchmark starts, and the delay until changes are reported.
 //
-//   scan/bare     the least work: list the processes, read the link of each one's program, compare the link's end
-//   scan/agents   our scan, with the start time of each agent
+//   scan/bare     the least work: list the processes, read the link to each process's program, compare the link's end
+//   scan/agents   Kestrum's scan, which also reads the start time of each agent
 //   scan/pgrep    the system's own tool
 //   told/started  the time from an agent's start until the workspace reports it
 //   told/gone     the time from an agent's kill until the workspace reports it
@@ -34,14 +34,14 @@ constexpr int agentCount = 5;
 constexpr char lifeTime[] = "280000"; // ms
 constexpr int tellingRounds = 200;
 constexpr int patience = 2000; // ms
-// The least time in ms between two changes: more frequent ones are answered more slowly.
+// The least time in ms between two changes: more frequent changes are reported more slowly.
 constexpr int rest = 20;
 
 using Clock = std::chrono::steady_clock;
 
 class World {
 public:
-    // The processes live until the benchmark's end, so sizes can only grow.
+    // The processes live until the benchmark's end, so the number of processes can only grow.
     static StandIns& ofSize(qint64 size)
     {
         static StandIns standIns;
@@ -76,7 +76,7 @@ int bareCount()
     return agents;
 }
 
-// Each iteration scans all processes once. `look` gives the number of agents found.
+// Each iteration scans all processes once. `look` returns the number of agents found.
 template <typename Look> void scan(benchmark::State& state, Look look)
 {
     World::ofSize(state.range(0));
@@ -116,7 +116,7 @@ int pgrepCount()
     return isStarted && size > 0 ? std::atoi(text) : -1;
 }
 
-// The time from the call of `cause` until the workspace reports the change; negative when it does not.
+// The seconds from the call of `cause` until the workspace reports the change; negative without a report.
 double tellingTime(const std::function<void()>& cause)
 {
     QEventLoop loop;

@@ -1,10 +1,10 @@
 // Signals between processes, compared with the same work done by bare system calls.
 //
 //   post/…        one post to a number of listening processes that only count
-//   latency/…     from the post to the handler in another process; the poster rests between two posts, as people do
-//   setToRead/…   from the beginning of a set in one process until the handler of another has read the value
+//   latency/…     from the post to the handler in another process, with a rest between two posts, as with a user
+//   setToRead/…   from the call of `set` in one process until the handler in another process has read the value
 //
-// The other processes are this program with a role as its first argument. They report by a shared page of memory.
+// The other processes are this program with a role as its first argument. They report in a shared page of memory.
 
 #include "Platform/Signals/NotificationCentre.h"
 #include "Platform/Store/UserDefaults.h"
@@ -103,7 +103,7 @@ int readOnSignal(Page* page)
     return QCoreApplication::exec();
 }
 
-/// A folder of its own for one benchmark, and the benchmark's other processes, which the destructor kills.
+/// The folder and the other processes of one benchmark. The destructor kills the processes.
 class World {
 public:
     World(const char* role, int count, const QString& settingsPlace = QStringLiteral("/tmp"))
@@ -236,7 +236,7 @@ void registerAll()
     timed(benchmark::RegisterBenchmark("latency/bare", latencyBare));
     timed(benchmark::RegisterBenchmark("latency/centre", latencyByCentre));
     timed(benchmark::RegisterBenchmark("setToRead/disk", setToRead, QStringLiteral("/tmp")));
-    // In memory there is no wait for a disk: the result is our own share.
+    // A file in memory needs no wait for a disk, so the result is the share of Kestrum's code.
     timed(benchmark::RegisterBenchmark("setToRead/memory", setToRead, QStringLiteral("/dev/shm")));
 }
 

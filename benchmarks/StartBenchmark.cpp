@@ -1,10 +1,9 @@
-// Compares the program with plain ones of the toolkit, as whole processes on one virtual display: the time to the first
-// frame, the memory of the window, and the number of wake-ups while it is idle.
+// Compares Kestrum with plain Qt programs, as whole processes on one virtual display: the time to the first frame, the memory of
+// the window, and the number of wake-ups while it is idle. The call is:
 // StartBenchmark KESTRUM KESTRUMCTL PEER [IDLE_SECONDS]
 //
-// An empty window loads no font, which takes others a third of their time. So there is a plain window with a form, too.
-// Neither this program nor any other process beside the measured one uses the toolkit: memory pages of libraries that several
-// processes share would count only in part.
+// An empty window loads no font, although fonts take a third of the time of other windows. So one plain window has a form. Only
+// the measured process uses Qt: pages of libraries that several processes share would count only in part.
 
 #include <algorithm>
 #include <chrono>

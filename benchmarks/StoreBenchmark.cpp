@@ -61,7 +61,7 @@ void readAbsent(benchmark::State& state)
 }
 BENCHMARK(readAbsent);
 
-// The least work for a read of a value that others may change: a check of a counter, and a lookup.
+// The least work to read a value that may change: a check of a counter, and a lookup.
 void readBare(benchmark::State& state)
 {
     static std::atomic<quint64> generation = 0;
@@ -83,7 +83,7 @@ void load(benchmark::State& state)
 }
 BENCHMARK(load);
 
-// Only the toolkit's reader and parser.
+// Only Qt's reader and parser.
 void loadBare(benchmark::State& state)
 {
     const QString path = store().filePath();
@@ -96,7 +96,7 @@ void loadBare(benchmark::State& state)
 }
 BENCHMARK(loadBare);
 
-/// One save of each kind, in turn, so that other load on the disk affects both equally.
+/// Makes bare and durable saves in turn, so that other load on the disk affects both kinds equally.
 class SaveRound {
 public:
     SaveRound()

@@ -1,5 +1,5 @@
-// How fast the strip is rebuilt, compared with making as many plain objects, and the time from a click on a page until the
-// page is painted. The call is WindowBenchmark KESTRUM, where KESTRUM is the program in its bundle.
+// Measures the rebuild of the strip, compared with the creation of as many plain objects, and the time from a click on a page
+// until the page is painted. The call is WindowBenchmark KESTRUM, where KESTRUM is the program in its bundle.
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "Kestrum/Window/SettingsView.h"
@@ -24,7 +24,7 @@ namespace {
 constexpr int rebuilds = 2000;
 constexpr int pageClicks = 100;
 
-/// The value that the given share (0 to 1) of the values do not exceed.
+/// The quantile of `values` for `share`, 0 to 1.
 double quantile(std::vector<double> values, double share)
 {
     std::sort(values.begin(), values.end());
@@ -63,7 +63,7 @@ void measureRebuild()
         "as many empty QWidgets    %8.1f us   ratio %.2f\n", median(plain), median(built) / median(plain));
 }
 
-/// Measures the time from the choice of a page in the window until its pixels are there.
+/// Measures the time from the choice of a page in the window until the page is painted.
 void measurePages()
 {
     SettingsView view;

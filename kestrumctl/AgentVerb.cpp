@@ -16,13 +16,13 @@ namespace kestrum {
 namespace {
 
 constexpr std::chrono::seconds patience { 5 };
-// The request is repeated, because a starting agent does not listen yet.
+// The request to quit is repeated at this interval, because a starting agent does not listen yet.
 constexpr std::chrono::milliseconds askingInterval { 500 };
-// An agent that cannot run, because a display or a library is missing, has exited after this time.
+// An agent that cannot run, for example without a display, exits within this time.
 constexpr std::chrono::milliseconds trialTime { 500 };
-// Loading may take longer on a busy machine. An agent without its lock after this time hangs, but counts as running.
+// On a busy machine, an agent may need longer to start. An agent that runs after this time counts as started.
 constexpr std::chrono::milliseconds longestTrial { 5000 };
-// An agent that still runs after this time was not about to quit.
+// An agent that is about to quit exits within this time.
 constexpr std::chrono::milliseconds quittingTime = AppLinks::checkDelay * AppLinks::retries;
 
 void leave(ExitCode code)
@@ -38,8 +38,8 @@ QList<qint32> agentPids()
     return pids;
 }
 
-// Starts an agent and waits until it certainly runs. Checks the process table whenever the workspace notifies, and at the end
-// of each wait, because a notification may be missing.
+// Starts an agent and waits until it certainly runs. Checks the process table after each notification of the workspace, and
+// at the end of each wait, because notifications may be missing.
 class AgentStart {
 public:
     ExitCode run()
@@ -59,7 +59,8 @@ public:
     }
 
 private:
-    /// What we wait for: the end of the running agent, or that it stays. `nothing`: no agent was found, or the result is known.
+    /// `itsEnd`: a running agent may exit soon. `itsStay`: the started agent must keep running. `nothing`: no wait is
+    /// active.
     enum class Awaited { nothing, itsEnd, itsStay };
 
     void wait(Awaited awaited, std::chrono::milliseconds time)
@@ -90,8 +91,8 @@ private:
         }
     }
 
-    /// Whether an agent holds its lock. An agent takes the lock when it has everything that it needs. True if the lock cannot
-    /// be checked: then the trial time decides.
+    /// Whether an agent has taken its lock, which means that it is ready. Also true if the lock cannot be checked; the agent
+    /// then counts as started if it still runs after `trialTime`.
     static bool hasBegun() { return SingleInstance::isTaken(AppLinks::agentInstanceName).value_or(true); }
 
     void open()
@@ -138,7 +139,7 @@ ExitCode stop()
             numbers.append(QString::number(pid));
         if (numbers.isEmpty())
             return leave(ExitCode::done);
-        // Most agents also quit without the signal, because the choice is stored.
+        // Signals are checked only after this failure: agents usually also quit because of the stored choice.
         const QString obstacle = SignalNames::obstacle();
         leave(Console::failed(QStringLiteral("the agent was asked to quit and still runs (pid %1)%2")
                                   .arg(numbers.join(QStringLiteral(", ")),
@@ -154,7 +155,7 @@ ExitCode runAgent(const CommandLine& line)
     if (!actions.contains(action))
         return Console::wrongUse(NearestNames::unknown("action", action, actions));
     const bool isStart = action == actions.first();
-    // Stores the choice as the window's switch does, so that it also applies to later agents.
+    // Stores the choice like the switch in the settings window, so that the choice also applies to later agents.
     const UserDefaults& store = KeyCatalogue::openedStore();
     if (!Setting(Keys::agentEnabled).set(isStart))
         return Console::failed(store.lastError());

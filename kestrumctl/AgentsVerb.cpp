@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-// Local time with its offset from UTC, even if the offset is zero.
+// Formats the local time with the offset from UTC, even if the offset is zero.
 QString timeText(const std::optional<double>& time)
 {
     if (!time)

@@ -17,18 +17,18 @@ struct Option {
     bool takesValue = false;
 };
 
-/// The words after a verb, separated into options and arguments. "--name value" and "--name=value" are the same; "--" ends the
-/// options. An option begins with a dash and then a letter or another dash. So negative numbers and "-" (a standard stream) are
-/// arguments. QCommandLineParser is not used: it refuses "-1", and its errors name an option without its dashes. Every verb has
-/// "--help".
+/// The words after a verb, separated into options and arguments. An option begins with a dash and then a letter or another
+/// dash. So negative numbers and "-" (a standard stream) are arguments. "--name value" and "--name=value" are the same; "--"
+/// ends the options. Every verb has "--help". QCommandLineParser cannot be used: it refuses "-1", and its error messages
+/// show options without dashes.
 class CommandLine {
 public:
-    /// A failure names the word that is not understood.
+    /// The error message contains the word that is not understood.
     static Result<CommandLine> parsed(const QStringList& words, std::span<const Option> options);
 
     const QStringList& arguments() const { return m_arguments; }
     bool has(const char* option) const { return m_options.contains(QLatin1StringView(option)); }
-    /// The option's value, the last one if the option is given several times; nothing if it is not given.
+    /// The option's value; the last value if the option is given several times. Nothing if the option is not given.
     std::optional<QString> value(const char* option) const;
 
 private:

@@ -10,7 +10,7 @@ namespace kestrum {
 
 namespace {
 
-// Prints one line, even if a name or a path in `line` contains a line end.
+// Prints one line. Line ends within `line`, for example in a path, are escaped.
 void printError(const QString& line)
 {
     std::fprintf(stderr, "kestrumctl: %s\n", Log::escapedWhole(line).toUtf8().constData());

@@ -6,7 +6,6 @@
 
 namespace kestrum {
 
-/// The program's exit codes.
 enum class ExitCode { done = 0, failed = 1, wrongUse = 2 };
 
 /// The program's output: results go to standard output, messages to the user go to standard error.
@@ -19,7 +18,8 @@ ExitCode print(const QByteArray& text);
 /// Prints a line about the program's state, such as "listening", to standard error.
 void note(const char* line);
 
-/// `failed` prints why an action failed, `wrongUse` why the command line is wrong. Each returns the exit code of its name.
+/// Print `reason` to standard error. `failed` is for actions that failed, `wrongUse` for a wrong command line. Each function
+/// returns the exit code with the function's name.
 ExitCode failed(const QString& reason);
 ExitCode wrongUse(const QString& reason);
 

@@ -5,13 +5,13 @@
 
 namespace kestrum {
 
-/// The option "--cores N[,N…]". With it, describe and render work as on another machine.
+/// The option "--cores N[,N…]". With this option, the verbs describe and render work as on another machine.
 namespace CoresOption {
 
 inline constexpr Option option { "--cores", true };
 
-/// Uses the given core counts, fastest first, as this machine's tiers. Does nothing if the option is not given. Fails if its
-/// value is not such a list.
+/// Replaces this machine's tiers by the core counts in the option, fastest first. Does nothing if the option is not given.
+/// Fails if the option's value is not a list of core counts.
 Result<> apply(const CommandLine& line);
 
 } // namespace CoresOption

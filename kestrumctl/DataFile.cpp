@@ -28,7 +28,7 @@ Result<QByteArray> DataFile::read(const QString& path, qint64 maximumBytes)
     if (!isOpen)
         return failed("read", path, file.errorString());
     QByteArray content;
-    // A read from a pipe returns only the available bytes, so read until the pipe ends.
+    // A single read from a pipe returns only the available bytes. So the loop reads until the end.
     while (content.size() <= maximumBytes) {
         const QByteArray piece = file.read(maximumBytes + 1 - content.size());
         if (piece.isEmpty())

@@ -18,7 +18,7 @@ template <class T> QJsonValue valueOrNull(const std::optional<T>& value)
     return value ? QJsonValue(*value) : QJsonValue(QJsonValue::Null);
 }
 
-// Objects are written member by member, because QJsonObject sorts its members.
+// Objects are written member by member, because QJsonObject would sort the members.
 QByteArray member(const char* name, const QJsonValue& value)
 {
     return QByteArray("\"") + name + "\": " + JsonText::compact(value);

@@ -12,7 +12,7 @@ ExitCode runExport(const CommandLine& line)
 {
     const UserDefaults& store = KeyCatalogue::openedStore();
     const QJsonObject values = store.storedDictionary();
-    // A file that cannot be read must not be exported as an empty one.
+    // If the settings cannot be read, an empty file must not be exported.
     if (!store.lastError().isEmpty())
         return Console::failed(store.lastError());
     const auto written = DataFile::write(line.arguments().first(), SettingsText::serialised(values));

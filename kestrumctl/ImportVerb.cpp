@@ -11,7 +11,8 @@ namespace {
 
 constexpr Option importOptions[] = { { "--force" } };
 
-// Keys outside the catalogue may come from another version: they are stored as they are.
+// Prints the values whose keys take another type; false if there are any. All values of unknown keys are accepted, because
+// such keys may belong to another version.
 bool areStorable(const QJsonObject& values)
 {
     bool storable = true;
@@ -36,7 +37,7 @@ ExitCode runImport(const CommandLine& line)
     const auto content = DataFile::read(path, SettingsText::maximumBytes);
     if (!content)
         return Console::failed(content.failureText());
-    // The store accepts an empty file as a new one. An empty file for import has lost its content.
+    // The parser accepts an empty file, which is valid as a new store. An empty file for import is a mistake.
     if (content->trimmed().isEmpty())
         return refused(QStringLiteral("it is empty"));
     const SettingsText::Parsed parsed = SettingsText::parsed(*content);

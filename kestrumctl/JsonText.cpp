@@ -10,7 +10,8 @@
 
 namespace kestrum {
 
-// Qt reads and writes lists and objects only, so any other value is put into a list.
+// Qt reads and writes only lists and objects, so other values are put into a list.
+
 QByteArray JsonText::compact(const QJsonValue& value)
 {
     const QByteArray list = QJsonDocument(QJsonArray { value }).toJson(QJsonDocument::Compact);
@@ -37,7 +38,7 @@ Result<QJsonValue> JsonText::parsed(const QString& text)
                                        .arg(Log::escaped(text), reason));
     }
     const QJsonValue value = list.first();
-    // The store's own limits apply, so that every accepted value can be read back.
+    // The value is written and read like a settings file, so that only values within the store's limits are accepted.
     const auto readBack
         = SettingsText::parsed(SettingsText::serialised({ { QStringLiteral("value"), value } }));
     if (!readBack.damage.isEmpty())

@@ -9,16 +9,16 @@
 
 namespace kestrum {
 
-/// Any JSON value as text, scalars included.
+/// Converts JSON values of all types to text and back.
 namespace JsonText {
 
 /// `value` in one line, without spaces.
 QByteArray compact(const QJsonValue& value);
 
-/// Like `compact`, but cut to 60 characters, for messages.
+/// Like `compact`, but shortened to 60 characters, for messages.
 QString shortened(const QJsonValue& value);
 
-/// The one JSON value in `text`. Fails if there is not exactly one, or if it is nested deeper than settings may be.
+/// The JSON value in `text`. Fails if `text` is not exactly one value, or if the value is nested too deeply for a setting.
 Result<QJsonValue> parsed(const QString& text);
 
 } // namespace JsonText

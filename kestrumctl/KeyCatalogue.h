@@ -15,25 +15,25 @@ struct CatalogueKey {
     QJsonValue::Type type; ///< Bool, Double or String
 };
 
-/// The catalogue of all settings' keys, for commands that users give.
+/// The catalogue of all keys as a list, for checks of the command line.
 namespace KeyCatalogue {
 
-/// All keys of the catalogue, first those with a factory default.
+/// All keys of the catalogue. The keys with a factory default come first.
 const QList<CatalogueKey>& keys();
 
-/// The type's name in messages: "true or false", "a number" or "a text".
+/// The name of `type` in messages: "true or false", "a number" or "a text".
 const char* description(QJsonValue::Type type);
 
-/// The reason why `value` cannot be stored under `key`: the key is not in the catalogue, or takes another type. Nothing if it
-/// can be stored. An unknown text is accepted, because readers then use the default.
+/// The reason why `value` must not be stored under `key`: the key is not in the catalogue, or takes another type. Nothing if
+/// the value can be stored. Any text is accepted for a key that takes texts: readers use the default for unknown texts.
 std::optional<QString> refusal(const QString& key, const QJsonValue& value);
 
 bool contains(const QString& key);
 
-/// The error message if `key` is not in the catalogue and has no effective value in `store`; else nothing.
+/// An error message if `key` is not in the catalogue and has no value in `store`; else nothing.
 std::optional<QString> unknownKey(const QString& key, const UserDefaults& store);
 
-/// The shared settings. The factory defaults are registered, so that reads give the same values as in the application.
+/// The shared settings with registered factory defaults, so that reads return the same values as in the application.
 UserDefaults& openedStore();
 
 } // namespace KeyCatalogue

@@ -15,7 +15,7 @@ namespace {
 
 constexpr Option listenOptions[] = { { "--count", true }, { "--timeout", true } };
 
-constexpr double longestTimeout = 1'000'000; // seconds; more would not fit into the timer's milliseconds
+constexpr double longestTimeout = 1'000'000; // seconds, so that the milliseconds fit an int
 
 struct Limits {
     int deliveries = 0;   ///< 0: no limit
@@ -62,7 +62,7 @@ ExitCode runListen(const CommandLine& line)
     SignalListener listener;
     for (const SharedSettings::Signal signal : *heard) {
         listener.listen(signal, [&deliveries, signal, most = limits->deliveries] {
-            // Further deliveries may follow the last requested one.
+            // More deliveries than requested may arrive before the program ends.
             if (most > 0 && deliveries == most)
                 return;
             ++deliveries;

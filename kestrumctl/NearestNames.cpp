@@ -12,9 +12,9 @@ namespace kestrum {
 namespace {
 
 constexpr qsizetype mostShown = 3;
-// More names cannot be read at a glance.
+// The largest number of names that a message lists: more names cannot be read at a glance.
 constexpr qsizetype fewNames = 16;
-// A longer word is not a misspelled name, and a comparison costs more with longer words.
+// Longer words are not compared: they are not misspelled names, and the comparison would be slow.
 constexpr qsizetype longestCompared = 64;
 
 QString quoted(const QString& name)
@@ -39,7 +39,7 @@ int NearestNames::distance(const QString& word, const QString& other)
 {
     const QString a = word.toCaseFolded();
     const QString b = other.toCaseFolded();
-    // Three rows of the table of distances between all prefixes of both words. The oldest row is needed for swapped neighbours.
+    // Three rows of the table of distances between prefixes of both words. `beforeLast` is needed for swapped neighbours.
     QList<int> beforeLast;
     QList<int> last;
     QList<int> row;
@@ -62,7 +62,7 @@ QStringList NearestNames::of(const QString& word, const QStringList& names)
 {
     if (word.isEmpty() || word.size() > longestCompared)
         return {};
-    // One change for every three letters, but at least two changes.
+    // A near name differs by at most one change for every three letters of `word`, or by two changes in short words.
     const int mostChanges = std::max(2, int(word.size()) / 3);
     QList<std::pair<int, QString>> near;
     for (const QString& name : names) {

@@ -16,14 +16,14 @@ ExitCode runOpen(const CommandLine& line)
 {
     Workspace::OpenConfiguration configuration;
     configuration.activates = !line.has("-g");
-    // A program that already runs is started again: its second process brings the first one forward.
+    // Starts a second process if the application runs already. The second process brings the first one's window forward.
     configuration.createsNewApplicationInstance = configuration.activates;
     if (!configuration.activates)
         configuration.environment.insert(
             QLatin1StringView(WindowActivation::backgroundVariable), QStringLiteral("1"));
 
     ExitCode code = ExitCode::done;
-    // The program starts in another directory, so the path must be absolute.
+    // The application starts in another directory, so the path must be absolute.
     const QString bundle = QFileInfo(line.arguments().first()).absoluteFilePath();
     Workspace::shared().openApplication(bundle, configuration, [&code](const Workspace::Opened& opened) {
         if (!opened.pid)

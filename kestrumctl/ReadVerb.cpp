@@ -15,7 +15,7 @@ ExitCode runRead(const CommandLine& line)
     const UserDefaults& store = KeyCatalogue::openedStore();
     const bool onlyStored = line.has("--stored");
     const QJsonObject values = onlyStored ? store.storedDictionary() : store.dictionary();
-    // An unreadable file must not look like an empty one. The values in effect are valid even without the file.
+    // If the settings file cannot be read, no empty result is printed. With the defaults, the values in effect remain valid.
     if (onlyStored && !store.lastError().isEmpty())
         return Console::failed(store.lastError());
     if (line.arguments().isEmpty())

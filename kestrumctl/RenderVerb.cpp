@@ -25,7 +25,7 @@ constexpr Option renderOptions[]
     = { { "-o", true }, { "--scale", true }, { "--appearance", true }, CoresOption::option };
 
 constexpr double largestScale = 16;
-// Qt's painter draws nothing beyond 32767 pixels, so wider pictures are composed of pieces.
+// Qt's painter draws nothing beyond 32767 pixels, so wide pictures are composed of pieces of this width.
 constexpr int pieceWidth = 16384;
 
 const QLatin1StringView wholeStrip("strip");
@@ -37,7 +37,7 @@ struct Picture {
     ColourScheme scheme = ColourScheme::light;
 };
 
-// The size in pixels, rounded up. A floating-point error above a whole number is ignored.
+// Converts points to pixels and rounds up, ignoring floating-point errors just above an integer.
 int pixels(double points, double scale)
 {
     constexpr double noise = 1e-6;
@@ -74,7 +74,7 @@ QImage drawn(const Picture& picture)
     return image;
 }
 
-// Adds the item `name`, or all shown items for "strip".
+// Adds the item with the given name to `picture`; "strip" adds all shown items.
 Result<> addItems(
     Picture& picture, const QString& name, const std::shared_ptr<const MenuBarReadings>& readings)
 {
@@ -132,7 +132,7 @@ ExitCode runRender(const CommandLine& line)
     if (const auto read = readOptions(picture, line); !read)
         return Console::wrongUse(read.failureText());
     UserDefaults& store = KeyCatalogue::openedStore();
-    // The programs will store these accents at their first start. Nothing is stored here.
+    // The settings application and the agent store these accents at their first start. Here, the accents are only defaults.
     store.registerDefaults(MeterSettings::missingAccents());
     const auto readings = std::make_shared<SampleReadings>();
     if (const auto added = addItems(picture, line.arguments().first(), readings); !added)

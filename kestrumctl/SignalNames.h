@@ -10,16 +10,17 @@
 
 namespace kestrum {
 
-/// Signals by the names that users see, without the suite's name.
+/// Finds signals by their short names, without the suite's name.
 namespace SignalNames {
 
-/// The signals that `words` name, each once, in the same order. A failure gives the word that names no signal.
+/// The signals with the names `words`, in the same order, without repetitions. Fails with a message about the first word
+/// that is not a signal's name.
 Result<QList<SharedSettings::Signal>> parsed(const QStringList& words);
 
 /// A sentence with the reason why signals cannot be sent between processes now; empty if they can.
 QString obstacle();
 
-/// A sentence about an `obstacle` that `NotificationCentre` returned; empty if `obstacle` is empty.
+/// Makes a sentence from an obstacle that `NotificationCentre` has returned; empty if `obstacle` is empty.
 QString sentence(const QString& obstacle);
 
 } // namespace SignalNames

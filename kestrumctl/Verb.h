@@ -12,7 +12,7 @@ namespace kestrum {
 /// A command of the program. Each verb has its own file, with its usage text beside its code.
 struct Verb {
     const char* name;
-    const char* parameters = ""; ///< as the usage line shows them
+    const char* parameters = ""; ///< for the usage line
     const char* summary;         ///< for the list of verbs
     const char* details;         ///< the rest of the usage text
     ExitCode (*run)(const CommandLine&);
@@ -21,7 +21,7 @@ struct Verb {
     qsizetype mostArguments = 0;
     bool listsKeys = false; ///< the usage text ends with the catalogue of keys
     bool draws = false;     ///< needs fonts, and therefore a QGuiApplication
-    bool needsSuite = true; ///< works on settings or signals
+    bool needsSuite = true; ///< uses settings or signals
 };
 
 extern const Verb readVerb;
@@ -42,7 +42,7 @@ extern const Verb renderVerb;
 /// All verbs, in the order of the help.
 std::span<const Verb* const> allVerbs();
 
-/// The answer to "--help", of the program and of a verb.
+/// The texts that "--help" prints, for the program and for a verb.
 QByteArray programUsage();
 QByteArray usage(const Verb& verb);
 

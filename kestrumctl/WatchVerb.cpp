@@ -12,8 +12,8 @@ namespace kestrum {
 
 namespace {
 
-// A line for each of `keys` whose value in `now` differs from the one in `last`. Updates `last`. A value that is equal was
-// already printed after an earlier signal.
+// Returns a line for each of `keys` whose value differs between `now` and `last`, and updates `last`. Equal values have been
+// printed after an earlier signal.
 QByteArray changes(const QStringList& keys, const QJsonObject& now, QJsonObject& last)
 {
     QByteArray lines;
@@ -45,7 +45,7 @@ ExitCode runWatch(const CommandLine&)
         if (code != ExitCode::done)
             QCoreApplication::exit(static_cast<int>(code));
     });
-    // Read after the connection, so that no change between this read and the first signal is lost.
+    // The values are read after the signal is connected, so that no later change is lost.
     last = store.dictionary();
     Console::note("watching");
     return static_cast<ExitCode>(QCoreApplication::exec());

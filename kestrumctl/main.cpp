@@ -13,7 +13,7 @@ namespace kestrum {
 
 namespace {
 
-// Items are drawn into images, which needs no display. So no display is opened unless QT_QPA_PLATFORM is set.
+// Opens no display unless QT_QPA_PLATFORM is set: items are drawn into images.
 std::unique_ptr<QCoreApplication> makeApplication(const Verb& verb, int& argc, char** argv)
 {
     if (!verb.draws)
@@ -44,10 +44,10 @@ ExitCode run(const Verb& verb, const QStringList& words, char** argv)
                 .arg(count < verb.fewestArguments ? QStringLiteral("few") : QStringLiteral("many"),
                     *verb.parameters ? QLatin1StringView(verb.parameters) : QLatin1StringView("none")));
     }
-    // A refused suite would be replaced by another one, whose settings and signals no other program would notice.
+    // With a refused suite name, the process would use its own domain, which no other program reads.
     if (const QString refusal = verb.needsSuite ? SharedSettings::refusal() : QString(); !refusal.isEmpty())
         return Console::failed(refusal);
-    // Qt gets only the program's name: otherwise Qt would use words such as "-platform", which belong to the verb.
+    // Qt gets only the program's name, because the other words, such as "-platform", belong to the verb.
     int argc = 1;
     const auto application = makeApplication(verb, argc, argv);
     return verb.run(*line);

@@ -1,5 +1,5 @@
-// Makes one picture of menu-bar items in all their styles, for people to look at: every meter style, shape, label style
-// and readout of every section, with machines of 1 to 64 cores, light and dark, at scale 1 and 2.
+// Makes one picture of menu-bar items in all their styles, to be checked by eye: every meter style, shape, label style and
+// readout of every section, with machines of 1 to 64 cores, light and dark, at scale 1 and 2.
 //
 //     contact-sheet OUT.png
 
@@ -81,7 +81,7 @@ template <class Readout> QList<Entry> everyReadout(MonitorSection section, const
     return entries;
 }
 
-// A column of the sheet, with a ground, a scheme and a scale. Rows are drawn from the top downwards.
+// A column of the sheet, with a background, a colour scheme and a scale. Rows are drawn from the top downwards.
 class Column {
 public:
     Column(QPainter& painter, double scale, ColourScheme scheme)
@@ -114,7 +114,7 @@ public:
                 m_y += rowHeight;
                 x = captionWidth;
             }
-            // Shows the room that the item takes.
+            // Shows the space that the item takes.
             QColor room = m_ink;
             room.setAlpha(12);
             m_painter.fillRect(QRectF(x, m_y, width, StatusMetricView::height), room);
@@ -228,7 +228,7 @@ int measuredHeight()
 
 int main(int argc, char** argv)
 {
-    // The person's own settings are neither read nor written.
+    // The user's own settings are neither read nor written.
     QTemporaryDir home;
     qputenv("XDG_CONFIG_HOME", home.path().toUtf8());
     qputenv("KESTRUM_SETTINGS_SUITE", "contact-sheet");
@@ -242,7 +242,7 @@ int main(int argc, char** argv)
     }
     QGuiApplication::setFont(QFont(QStringLiteral("Inter")));
 
-    // Columns at scale 1 are enlarged without smoothing, so that people can compare their pixels with the others.
+    // Columns at scale 1 are enlarged without smoothing, so that their pixels can be compared with the other columns.
     const int height = measuredHeight();
     QImage sheet(columnWidth * 2 * 4, height * 2, QImage::Format_RGB32);
     QPainter painter(&sheet);

@@ -12,11 +12,11 @@ namespace kestrum {
 
 namespace {
 
-// The process table can lag behind: a program that has just started may be missing, and a program that has just ended may still
-// be listed.
+// The delay of the second check after a change: at first a started program may be missing in the process table, and an ended
+// program may still be listed.
 constexpr std::chrono::seconds secondLook { 1 };
-// A start of the agent waits this long for an agent that was asked to quit. An agent that still runs then has ignored the
-// request.
+// The delay of the check after a stop, as long as a start of the agent waits for an agent that was asked to quit. An agent that
+// still runs then has ignored the request.
 constexpr auto lookAfterStop = AppLinks::checkDelay * AppLinks::retries;
 
 } // namespace
@@ -29,7 +29,7 @@ AgentController::AgentController(QObject* parent)
         refresh();
         QTimer::singleShot(secondLook, Qt::PreciseTimer, this, &AgentController::refresh);
     });
-    // `runningApplicationsChanged` reports neither a failed start nor an agent that ignores its quit request.
+    // `runningApplicationsChanged` reports neither a failed start nor an agent that ignores the request to quit.
     connect(&Workspace::shared(), &Workspace::openFailed, this, &AgentController::refresh);
     m_afterStop.setSingleShot(true);
     m_afterStop.setInterval(lookAfterStop);
@@ -43,7 +43,7 @@ AgentController::AgentController(QObject* parent)
 
 bool AgentController::look()
 {
-    // `Workspace` reports the start and the end of this bundle's agent. For another agent it reports the end if it has the pid.
+    // `Workspace` reports the start and the end of this bundle's agent, and the end of every process in `pids`.
     QList<qint32> pids;
     for (const ProcessScan::Entry& agent : ProcessScan::agents())
         pids.append(agent.pid);

@@ -6,9 +6,9 @@
 
 namespace kestrum {
 
-/// Knows whether the agent runs. In this application only this class switches the agent on and off. It never polls: it checks at
-/// its creation, when programs start or end (at once and a second later), when a start fails, some seconds after a stop, and when
-/// the application becomes active.
+/// Knows whether the agent runs. In this application only this class switches the agent on and off. The controller does not poll:
+/// it checks at its creation, when programs start or end (at once and a second later), when a start fails, some seconds after a
+/// stop, and when the application becomes active.
 class AgentController final : public QObject {
     Q_OBJECT
 public:
@@ -19,12 +19,12 @@ public:
     /// Checks whether an agent runs.
     void refresh();
 
-    /// Stores the choice and starts the agent or asks it to quit. `isRunning` returns the choice at once; the next
-    /// check corrects a wrong value.
+    /// Stores the choice, and starts the agent or asks the agent to quit. `isRunning` returns `enabled` until the next check
+    /// finds the real state.
     void setEnabled(bool enabled);
 
 Q_SIGNALS:
-    /// Emitted after every check and by `setEnabled`, also when nothing changed.
+    /// Emitted after every check and by `setEnabled`, even if the state is the same as before.
     void isRunningChanged(bool isRunning);
 
 private:

@@ -50,7 +50,7 @@ AgentRow::AgentRow(AgentController& controller, QWidget* parent)
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(padding, 0, padding, 0);
     layout->setSpacing(0);
-    // The row paints the picture itself. Assistive programs would find a widget, but the picture is only decoration.
+    // The row paints the picture in this space. Assistive programs would find a widget, but must ignore this decoration.
     layout->addSpacing(pictureSize + spacing);
     layout->addLayout(texts, 1);
     // Twice the spacing, as if there were an empty item between the texts and the switch.
@@ -59,7 +59,7 @@ AgentRow::AgentRow(AgentController& controller, QWidget* parent)
 
     showState(controller.isRunning());
     connect(&controller, &AgentController::isRunningChanged, this, &AgentRow::showState);
-    // Not `clicked`: assistive programs do not trigger that signal.
+    // Do not connect `clicked`, which assistive programs do not trigger.
     connect(m_switch, &Switch::toggled, &controller, &AgentController::setEnabled);
 }
 

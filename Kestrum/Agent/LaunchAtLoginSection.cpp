@@ -28,10 +28,10 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
     m_status = new Row({});
     add(m_status);
 
-    // Not `clicked`: assistive programs do not trigger that signal.
+    // Do not connect `clicked`, which assistive programs do not trigger.
     connect(m_switch, &Switch::toggled, this, [this](bool isOn) {
         m_manager.setEnabled(isOn);
-        // Needed also if `setEnabled` did nothing because of a new block: the switch must go back.
+        // If a new block has prevented the change, the switch must return to the real state.
         showState();
     });
     connect(

@@ -9,8 +9,8 @@ namespace kestrum {
 class Row;
 class Switch;
 
-/// The section "Startup": the switch for launch at login, the reason when it cannot be used, and a button for the desktop's own
-/// settings.
+/// The section "Startup". It has the switch for launch at login, a text that explains why the switch cannot be used, and a button
+/// for the desktop's own settings.
 class LaunchAtLoginSection final : public Card {
     Q_OBJECT
 public:

@@ -24,22 +24,22 @@ constexpr char logArea[] = "loginItem";
 constexpr std::chrono::milliseconds pauseBeforeRegisteringAgain { 300 };
 constexpr std::chrono::milliseconds patienceAtTheEnd { 2000 };
 
-/// The state that a manager of this process read or set last.
+/// The state that was last read or set in this process; none before that.
 std::optional<Status>& lastKnownStatus()
 {
     static std::optional<Status> status;
     return status;
 }
 
-/// Guards `isApplicationGone`, and the application object while the worker posts a result to it.
+/// Guards `isApplicationGone`. The worker holds the lock while it posts a result, so that the application object still exists.
 std::mutex applicationMutex;
 bool isApplicationGone = false;
 
 QThreadPool& worker();
 
-/// Waits for the requested changes when the application ends. A change that hangs, for example on a network mount whose server
-/// is gone, is abandoned, and its thread ends with the process. A worker that returns after that posts nothing. It uses only its
-/// own copy of the service and the pool, and the pool is never destroyed.
+/// Waits for the requested changes when the application ends. If a change hangs, for example on a network mount without a server,
+/// the wait ends after `patienceAtTheEnd`, and the thread ends with the process. If the change returns in the meantime, the
+/// worker posts nothing. The worker uses only its copy of the service and the pool, which is never destroyed.
 void endWorker()
 {
     if (worker().waitForDone(int(patienceAtTheEnd.count())))
@@ -49,7 +49,7 @@ void endWorker()
     isApplicationGone = true;
 }
 
-/// A pool with a single thread, which makes the changes in their order: of two quick changes, the later one wins.
+/// A pool with a single thread, so that the changes are made in the order of the requests.
 QThreadPool& worker()
 {
     static QThreadPool* const pool = [] {
@@ -78,7 +78,7 @@ Result<> change(const LoginItemService& service, bool enabled, bool wasOn)
     if (!enabled)
         return service.unregister();
     if (wasOn) {
-        // Unregister first: this replaces an entry that waits for approval or that belongs to another copy of Kestrum.
+        // Unregister first: an existing entry may wait for approval or belong to another copy of Kestrum.
         (void)service.unregister();
         QThread::msleep(pauseBeforeRegisteringAgain.count());
     }
@@ -97,7 +97,7 @@ std::optional<QString> message(const Result<>& result)
     case LoginItemService::notForRoot:
         return AppLanguage::string("No login item is registered for root.");
     default:
-        return result.failureText(); // in the system's own words
+        return result.failureText(); // the system's error text, not translated
     }
 }
 

@@ -124,7 +124,7 @@ void UpdateOfferRow::showEvent(QShowEvent* event)
     // A spontaneous event comes from a minimised window that is restored.
     if (event->spontaneous())
         return;
-    // Listen first, so that no signal is missed while we read.
+    // Listen before the first read, so that no signal is missed.
     if (m_signals.tokens().isEmpty())
         m_signals.listen(SharedSettings::Signal::updateAvailable, [this] { read(); });
     read();

@@ -18,7 +18,7 @@ class UpdateOfferRow final : public QWidget {
 public:
     explicit UpdateOfferRow(QWidget* parent = nullptr);
 
-    /// The version on offer, if any.
+    /// The offered version; none without an offer.
     const std::optional<QString>& offer() const { return m_offer; }
 
     /// Reads the offer from the shared settings again.

@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// Gives every widget of a class an `Interface` for assistive programs, which is made from the widget. Call this first in the
-/// constructor of the class, because it must run before assistive programs get such a widget. Further calls change nothing.
+/// Gives every widget of the class `Widget` an accessible interface, an `Interface` constructed from the widget. Call this first
+/// in the constructor of `Widget`: assistive programs must not get a widget earlier. Further calls change nothing.
 template <class Widget, class Interface> void setAccessibleInterface()
 {
     static const bool isInstalled = [] {
@@ -19,8 +19,8 @@ template <class Widget, class Interface> void setAccessibleInterface()
     Q_UNUSED(isInstalled)
 }
 
-/// Makes every widget of a class a group for assistive programs: they ignore plain widgets, but read a group's name together
-/// with its contents. `kind` may be another role than group. To be called like `setAccessibleInterface`.
+/// Makes every widget of the class `Widget` a group for assistive programs, which ignore plain widgets, but read a group's name
+/// together with its contents. `kind` may be another role. Call this function like `setAccessibleInterface`.
 template <class Widget, QAccessible::Role kind = QAccessible::Grouping> void groupForAssistance()
 {
     struct Group : QAccessibleWidget {

@@ -8,16 +8,16 @@
 
 namespace kestrum {
 
-/// How a control shows and changes one stored value. A setting converts to a binding. A value that depends on several keys needs
-/// a function that reads it.
+/// How a control shows and changes one stored value. A `Setting` converts to a binding. If the shown value depends on several
+/// keys, the binding needs a function that reads the value.
 template <class T> struct Binding {
     Binding(const Setting<T>& setting) // NOLINT: a setting is a binding
         : name(QString::fromLatin1(setting.key()))
         , keys { name }
         , store(&setting.store())
         , shown([setting]() -> std::optional<T> {
-            // For a stored text that is not a valid value, no choice is shown, and the text stays stored until the user chooses.
-            // A value of another type is read as the default.
+            // If the stored text is not a valid value, the control shows no choice, and the text stays stored until the user
+            // chooses. A stored value of another type counts as the default.
             if constexpr (!std::is_arithmetic_v<T>) {
                 if (!setting.recognised() && setting.store().string(setting.key()))
                     return std::nullopt;
@@ -38,9 +38,9 @@ template <class T> struct Binding {
     }
 
     QString name;                            ///< the key; the control's object name
-    QStringList keys;                        ///< the keys of all values that decide what is shown
-    UserDefaults* store;                     ///< the control follows its changes; outlives the control
-    std::function<std::optional<T>()> shown; ///< the value to show; none if no choice is shown
+    QStringList keys;                        ///< all keys on which the shown value depends
+    UserDefaults* store;                     ///< the store of the value, which outlives the control
+    std::function<std::optional<T>()> shown; ///< reads the value to show; returns none for no choice
     std::function<void(const T&)> choose;
 };
 

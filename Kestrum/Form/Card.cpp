@@ -117,7 +117,7 @@ void Card::add(QWidget* content)
 
 void Card::alignTexts()
 {
-    // The page's direction decides, not the direction of each text: names such as "CPU" have Latin letters in every language.
+    // Align by the page's direction, not by the direction of each text: names such as "CPU" have Latin letters in every language.
     const Qt::Alignment side = isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
     for (WrappedLabel* label : { m_heading, m_footnote })
         label->setAlignment(side | Qt::AlignVCenter | Qt::AlignAbsolute);

@@ -9,8 +9,8 @@ namespace kestrum {
 
 class WrappedLabel;
 
-/// One section of a page: a rounded card with contents below each other and hairlines between them, an optional heading above
-/// and an optional footnote below. For assistive programs the card is a group with the heading as its name.
+/// One section of a page: a rounded card with an optional heading above it and an optional footnote below it. The contents are
+/// below each other, with hairlines between them. For assistive programs the card is a group with the heading as its name.
 class Card : public QWidget {
     Q_OBJECT
 public:
@@ -24,7 +24,7 @@ public:
     Card(const char* heading, std::initializer_list<QWidget*> contents);
     explicit Card(std::initializer_list<QWidget*> contents);
 
-    /// These functions take the text as it is shown. An empty text takes no space.
+    /// Both functions show `text` unchanged. An empty text takes no space.
     void setHeading(const QString& text);
     void setFootnote(const QString& text);
     /// Replaces the heading with a label of another kind, such as one with a symbol; the card owns the label.

@@ -8,7 +8,6 @@
 
 namespace kestrum {
 
-/// One entry of a picker: its value and its title.
 template <class T> struct Choice {
     T value;
     QString title; ///< in the interface language
@@ -23,7 +22,7 @@ template <StoredEnumeration E> QList<Choice<E>> choices()
     return all;
 }
 
-/// Connects a picker to a value in both directions. `control` has the function `setIndex(int)`, with −1 for no choice, and the
+/// Connects a picker to a value in both directions. `control` needs a function `setIndex(int)`, where −1 means no choice, and a
 /// signal `chosen(int)`, which is emitted only for choices of the user.
 template <class Control, class T>
 void bind(Control* control, const Binding<T>& binding, const QList<Choice<T>>& choices)

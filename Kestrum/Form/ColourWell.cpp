@@ -20,8 +20,8 @@ constexpr int plateInset = 4; ///< between the plate's edge and the colour
 constexpr double colourRadius = 3;
 constexpr int dialogGap = 8; ///< between the window and the dialog beside it
 
-/// Removes access keys from the texts of `dialog` in scripts whose letters join. The underline of an access key separates the
-/// letters, and the word becomes wider than its space.
+/// Removes the access keys from texts of `dialog` in a script with joined letters, such as Arabic. The underline of an access key
+/// would separate the letters, and the word would become wider than its space.
 void joinLetters(const QColorDialog& dialog)
 {
     const auto joined = [](QString text) {
@@ -64,8 +64,8 @@ void ColourWell::become(const QColor& colour)
 void ColourWell::setColour(const QColor& colour)
 {
     become(colour);
-    // Often `colour` is the dialog's own colour, which the owner passes back here, equal except for rounding. The dialog must
-    // not change then, because the user may be dragging in it.
+    // During a drag in the dialog, the owner passes the dialog's own colour back, equal except for rounding. This colour must not
+    // change the dialog.
     if (m_dialog && asInDialog(m_dialog->currentColor()) != asInDialog(colour))
         m_dialog->setCurrentColor(asInDialog(colour));
 }
@@ -108,8 +108,8 @@ void ColourWell::placeDialog() const
     const int atLeft = frame.left() - dialogGap - size.width();
     const int rightRoom = screen.right() + 1 - (atRight + size.width());
     const int leftRoom = atLeft - screen.left();
-    // The dialog is at the trailing side if it fits there, else at the leading side if it fits there, else at the side with more
-    // space.
+    // Prefer the trailing side. If the dialog does not fit there, use the leading side; if it fits at neither side, use the side
+    // with more space.
     const bool isRightFirst = !isRightToLeft();
     const bool fitsFirst = (isRightFirst ? rightRoom : leftRoom) >= 0;
     const bool isAtRight = fitsFirst ? isRightFirst : rightRoom > leftRoom;

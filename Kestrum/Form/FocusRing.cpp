@@ -17,7 +17,7 @@ QRect placeOf(const QWidget& control, const QWidget* room)
     return place.adjusted(-reach, -reach, reach, reach);
 }
 
-/// The nearest ancestor that does not clip the ring, else the window. The direct parent can be exactly as large as the control.
+/// The nearest ancestor that does not clip the ring, else the window. The direct parent may be exactly as large as the control.
 QWidget* roomAround(const QWidget& control)
 {
     QWidget* room = control.parentWidget();
@@ -33,8 +33,8 @@ void FocusRing::mark(QWidget& control, double radius, const QFocusEvent& event)
     const Qt::FocusReason reason = event.reason();
     const bool isByKeyboard = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason
         || reason == Qt::ShortcutFocusReason;
-    // A control gets the focus back when its window becomes active again or its list closes. The ring then comes
-    // back too, if the keyboard was in use.
+    // A control gets the focus back when the window becomes active again or the control's list closes. The ring then comes back
+    // too, if the keyboard was in use.
     const bool isBack = (reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason)
         && control.window()->testAttribute(Qt::WA_KeyboardFocusChange);
     if (!control.isWindow() && (isByKeyboard || isBack))

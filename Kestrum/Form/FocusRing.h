@@ -7,10 +7,9 @@
 
 namespace kestrum {
 
-/// The ring around the control that got the focus by the keyboard. The ring reaches beyond the control, so its parent is the
-/// nearest ancestor that has the space. The ring is deleted when the control loses the focus or is clicked.
-/// QFocusFrame does not fit here: it needs a style of our own to leave a tight parent and to have our distance, and it stays
-/// visible when the control loses the focus or is clicked.
+/// The ring around the control that got the focus by the keyboard. The ring is larger than the control, so the ring's parent is
+/// the nearest ancestor with enough space. The ring is deleted when the control loses the focus or is clicked. QFocusFrame would
+/// need a custom style for this parent and this distance, and it stays visible when the control loses the focus or is clicked.
 class FocusRing final : public QWidget {
     Q_OBJECT
 public:

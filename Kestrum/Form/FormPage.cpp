@@ -14,8 +14,8 @@ namespace kestrum {
 
 namespace {
 
-/// The column of sections. Texts wrap, so the column's height depends on its width. The layout's minimum height is the height at
-/// the narrowest width. With that minimum, a page that fits would scroll, so the column has no minimum height.
+/// The column of sections. Texts wrap, so the height depends on the width, and the layout's minimum height is for the narrowest
+/// width. With this minimum even a page that fits would scroll, so the column has no minimum height.
 class Column final : public QWidget {
 public:
     QSize minimumSizeHint() const override
@@ -62,13 +62,13 @@ FormPage::FormPage(QWidget* parent)
     layout->setSpacing(Theme::sectionGap);
     layout->addStretch(1);
     setWidget(column);
-    // The window's background shows through.
+    // Let the window's background show through.
     viewport()->setAutoFillBackground(false);
     column->setAutoFillBackground(false);
     new PageScrollBar(*this);
     layOut();
-    // The base class scrolls when the focus moves within the page. The focus can also come from outside the page to a control
-    // out of view.
+    // The base class scrolls only when the focus moves within the page. The focus can also come from outside, to a control that
+    // is not in view.
     connect(qApp, &QApplication::focusChanged, this, [this](QWidget*, QWidget* now) {
         if (now && widget()->isAncestorOf(now) && now->window()->testAttribute(Qt::WA_KeyboardFocusChange))
             bringIntoView(*now);
@@ -107,7 +107,7 @@ void FormPage::bringIntoView(const QWidget& control)
     takeIn(tabStops(*widget()), widget()->rect());
     if (wanted.height() > viewport()->height())
         wanted = own;
-    // `bottom()` is the last pixel; the edge is below it.
+    // `bottom()` is the last row of pixels; the edge is one pixel lower.
     ensureVisible(wanted.center().x(), wanted.bottom() + 1, 0, 0);
     ensureVisible(wanted.center().x(), wanted.top(), 0, 0);
 }

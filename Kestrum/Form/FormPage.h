@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// A page of the window: its sections in one column that scrolls. In a wide window the column is centred and only as wide as a card
-/// may be. All pickers of one kind are as wide as the widest of them.
+/// A page of the window: its sections in one column that scrolls. In a wide window the column is centred, with the largest width
+/// of a card. All pickers of one kind are as wide as the widest of them.
 class FormPage : public QScrollArea {
     Q_OBJECT
 public:
@@ -25,8 +25,8 @@ protected:
 
 private:
     void layOut();
-    /// Scrolls to `control`. For the first control of a section the section's top comes into view too, for the last control its
-    /// bottom.
+    /// Scrolls `control` into view. The first control of a section brings the section's top into view too, the last control the
+    /// section's bottom.
     void bringIntoView(const QWidget& control);
 };
 

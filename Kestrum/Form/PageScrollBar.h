@@ -9,15 +9,15 @@ class QScrollBar;
 
 namespace kestrum {
 
-/// A page's scroll bar. It lies in the page's margin, so nothing moves when the bar appears. It is visible only while the page
-/// can be scrolled. A drag of its thumb scrolls; a click beside the thumb scrolls by a page.
+/// A page's scroll bar. The bar lies in the page's margin, so nothing moves when the bar appears. The bar is visible only while
+/// the page can be scrolled. A drag of the thumb scrolls; a click beside the thumb scrolls by a page.
 class PageScrollBar final : public QWidget {
     Q_OBJECT
 public:
-    /// `area` owns the new bar. The new bar replaces the vertical bar of `area`, which stays hidden.
+    /// `area` owns the new bar. The new bar replaces the present vertical bar, which stays hidden.
     explicit PageScrollBar(QScrollArea& area);
 
-    /// The rectangle of the part that can be dragged, in this widget's coordinates.
+    /// The rectangle of the thumb, which can be dragged, in this widget's coordinates.
     QRect thumb() const;
 
 protected:

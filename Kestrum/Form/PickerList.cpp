@@ -28,7 +28,6 @@ constexpr int shadowReach = 14;
 constexpr int shadowFall = 4;           ///< how far the shadow is below the card
 constexpr double shadowOpacity = 0.014; ///< of one layer; the shadow has one layer per point of `shadowReach`
 
-/// Draws entries and dividers.
 class EntryDelegate final : public QStyledItemDelegate {
 public:
     explicit EntryDelegate(const QComboBox& picker, QObject* parent)
@@ -119,13 +118,13 @@ PickerList::PickerList(const QComboBox& picker)
     setFrameShape(NoFrame);
     setItemDelegate(new EntryDelegate(picker, this));
     setViewportMargins(0, cardInset, 0, cardInset);
-    // The card is painted by the window below.
+    // The window below the list paints the card.
     viewport()->setAutoFillBackground(false);
 }
 
 void PickerList::dressWindow()
 {
-    // QComboBox puts a frame around the list.
+    // Remove the frame that QComboBox puts around the list.
     static_cast<QFrame*>(window())->setFrameStyle(QFrame::NoFrame);
     window()->setWindowFlags(Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
     window()->setAttribute(Qt::WA_TranslucentBackground);
@@ -138,8 +137,8 @@ QRect PickerList::card() const
     return window()->geometry().adjusted(reach, reach, -reach, -reach);
 }
 
-/// Places the window, because QComboBox knows neither the card's insets nor the shadow. The entries have no positions yet: they
-/// are laid out when the window is shown.
+/// Places the window, because QComboBox knows neither the card's insets nor the shadow. The heights are sums of size hints,
+/// because the entries are laid out only when the window is shown.
 void PickerList::place()
 {
     QWidget& list = *window();
@@ -159,7 +158,7 @@ void PickerList::place()
         card.moveRight(field.right());
     list.setGeometry(card.marginsAdded(shadow));
     list.layout()->activate();
-    // Styles leave space above and below the list.
+    // Add the space that the style leaves above and below the list.
     card.setHeight(card.height() + wanted - height());
     card.moveTop(field.top() - above - (y() - reach));
 
@@ -175,8 +174,8 @@ void PickerList::place()
 void PickerList::selectionChanged(const QItemSelection& selected, const QItemSelection& deselected)
 {
     QListView::selectionChanged(selected, deselected);
-    // When keys or the pointer select an entry, it becomes the current one after this. Assistive programs only select an entry,
-    // but want to choose it. The list gets a key press, the only way to choose it.
+    // Keys and the pointer also make the entry current, right after this function. Assistive programs only select the entry that
+    // they choose. So choose the entry for them, which is possible only by a key press.
     const auto chooseIfOnlySelected = [this] {
         const QModelIndexList entries = selectedIndexes();
         if (!isVisible() || entries.size() != 1 || entries.first() == currentIndex())
@@ -209,7 +208,7 @@ void PickerList::paintCard() const
     QPainter painter(window());
     const QRectF card(this->card().translated(-window()->pos()));
     if (!m_isTranslucent) {
-        // Without translucency, rounded corners would be black. The border is drawn over the card's colour.
+        // Without translucency, rounded corners would be black.
         painter.fillRect(card, Theme::colour(Theme::Colour::card));
         painter.setPen(Theme::colour(Theme::Colour::listBorder));
         painter.drawRect(card.adjusted(0, 0, -1, -1));

@@ -7,9 +7,9 @@ class QComboBox;
 
 namespace kestrum {
 
-/// The list that opens from a picker: entries on a card, with a tick before the chosen one. The card is at least as wide as the
-/// picker's field and covers it, with the chosen entry exactly on the field's title, as far as the screen allows. If the desktop
-/// supports translucent windows, the card is rounded and has a shadow. QComboBox fills and closes the list.
+/// The open list of a picker: entries on a card, with a tick before the chosen entry. The card is at least as wide as the
+/// picker's field and covers the field. If the screen allows it, the chosen entry lies exactly on the field's title. If the
+/// desktop supports translucent windows, the card is rounded and has a shadow. QComboBox fills and closes the list.
 class PickerList final : public QListView {
     Q_OBJECT
 public:

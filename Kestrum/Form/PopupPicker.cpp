@@ -24,7 +24,7 @@ constexpr int markGap = 10;        ///< between the title and the mark
 constexpr int markWidth = 7;
 constexpr int markPadding = 10; ///< after the mark
 
-/// One arrow head up and one down, the sign that a list opens.
+/// Paints the mark of a picker: one arrow head up and one down.
 void paintMark(QPainter& painter, const QPointF& middle)
 {
     constexpr double half = markWidth / 2.0;
@@ -116,7 +116,7 @@ void PopupPicker::showPopup()
 {
     auto* list = qobject_cast<PickerList*>(view());
     if (!list) {
-        // The list is created when it is first needed, because every list is a window.
+        // The list is created when it is first needed, because every list needs a window.
         list = new PickerList(*this);
         setView(list);
         // Newer versions of Qt set the list's current entry only when the choice changes.
@@ -176,7 +176,7 @@ void PopupPicker::changeEvent(QEvent* event)
         QComboBox::changeEvent(event);
         return;
     }
-    // QComboBox does not get this event: it would create its list just to set the font. Our list uses the picker's font.
+    // QComboBox must not get this event: it would create the list just to set the font. `PickerList` uses this picker's font.
     m_longestTitleWidth = 0;
     for (int row = 0; row < count(); ++row)
         m_longestTitleWidth = std::max(m_longestTitleWidth, widthOf(itemText(row)));

@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// A picker that shows the chosen entry; all choices are in a `PickerList`. It is as wide as its longest title needs, or as
-/// the pickers that share a width with it, so nothing moves when another entry is chosen. The mouse wheel scrolls the page even over the picker.
+/// A picker that shows the chosen entry; all choices are in a `PickerList`. The picker is as wide as its longest title needs, so
+/// nothing moves when another entry is chosen. The mouse wheel scrolls the page even over the picker.
 class PopupPicker final : public QComboBox {
     Q_OBJECT
 public:
@@ -14,7 +14,7 @@ public:
 
     /// Adds a choice at the end, with an optional small picture before its title.
     void addEntry(const QString& title, const QIcon& picture = {});
-    /// Adds a line below the choices so far. It does not count as a choice.
+    /// Adds a line below the last choice. The line does not count as a choice.
     void addDivider();
 
     /// The position of the chosen entry among the choices, −1 for none.
@@ -33,7 +33,7 @@ public:
     void hidePopup() override;
 
 Q_SIGNALS:
-    /// The user chose the entry at `index`, which may be chosen already.
+    /// The user chose the entry at `index`, perhaps the same as before.
     void chosen(int index);
 
 protected:

@@ -18,7 +18,7 @@ constexpr int gap = 12;      ///< between text and control
 constexpr int gapAbove = 6;  ///< between a text and the control below it
 constexpr int companionGap = 8;
 
-/// The control's preferred size. A size wider than `room` is reduced to the width `room`, but not below the minimum width.
+/// The control's preferred size, but no wider than `room`, unless the control's minimum width is larger.
 QSize fitted(const QWidget& control, int room)
 {
     QSize size = control.sizeHint();
@@ -89,8 +89,8 @@ Row::Layout Row::layoutFor(int width) const
     const QSize own = m_control ? fitted(*m_control, room - companionRoom()) : QSize(0, 0);
     const QSize control = own + QSize(companionRoom(), 0);
     const int beside = m_control ? room - control.width() - gap : room;
-    // The least width of a label beside a control: the text on one line or, if less, the larger of a third of the row and the
-    // longest word.
+    // The least width of a label beside a control: a third of the row or the longest word, whichever is wider, but no more than
+    // the text needs on one line.
     const int wanted
         = std::min(m_label->sizeHint().width(), std::max(room / 3, m_label->minimumSizeHint().width()));
     const bool isBelow = m_control && beside < wanted;

@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// A row of a card: a text at the leading edge and, if there is one, the control that it names at the trailing edge. A long text
-/// wraps beside the control. Where that leaves too little width, the control is below the text.
+/// A row of a card: a text at the leading edge and, at the trailing edge, an optional control that the text names. A long text
+/// wraps beside the control. If the row is too narrow for both, the control is below the text.
 class Row : public QWidget {
     Q_OBJECT
 public:

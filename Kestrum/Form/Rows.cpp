@@ -11,7 +11,7 @@ Row* Form::toggle(const char* title, const Binding<bool>& binding)
     control->setObjectName(binding.name);
     const auto show = [control, binding] { control->follow(binding.shown().value_or(false)); };
     follow(binding, control, show);
-    // Not `clicked`: assistive programs do not trigger that signal.
+    // Do not connect `clicked`, which assistive programs do not trigger.
     QObject::connect(control, &Switch::toggled, control, [binding, show](bool isOn) {
         binding.choose(isOn);
         show(); // shows the stored value again if the save failed

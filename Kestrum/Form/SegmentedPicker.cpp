@@ -71,7 +71,7 @@ protected:
         const QRectF chip = QRectF(rect()).adjusted(chipInset, chipInset, -chipInset, -chipInset);
         painter.setPen(Qt::NoPen);
         if (isChecked()) {
-            // The shade: a plate of the same shape behind the segment, a little lower: only its lower edge is visible.
+            // The shade is a plate of the same shape behind the segment, a little lower. Only the shade's lower edge is visible.
             painter.setBrush(Theme::colour(Colour::segmentShade));
             painter.drawRoundedRect(chip.adjusted(0, chipRise, 0, 0), chipRadius, chipRadius);
             painter.setBrush(Theme::colour(Colour::chosenSegment));
@@ -179,7 +179,7 @@ void SegmentedPicker::step(Segment* from, int direction)
     if (!next)
         return;
     next->setChecked(true);
-    // If the save failed, the old segment is chosen again and keeps the focus.
+    // If the save failed, the old segment is chosen again, and must have the focus.
     if (Segment* now = segment(index()))
         now->setFocus(Qt::TabFocusReason);
 }

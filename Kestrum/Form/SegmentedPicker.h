@@ -8,14 +8,14 @@ class QButtonGroup;
 namespace kestrum {
 
 /// A few choices side by side; one or none of them is chosen. For assistive programs the picker is a group of radio buttons.
-/// Arrow keys choose another segment, and Tab moves the focus to the chosen segment. Segments that do not fit in one row are in
-/// several rows.
+/// Arrow keys choose another segment, and Tab moves the focus to the chosen segment. If the segments do not fit in one row, they
+/// take several rows.
 class SegmentedPicker final : public QWidget {
     Q_OBJECT
 public:
     explicit SegmentedPicker(QWidget* parent = nullptr);
 
-    /// Adds a choice at the trailing end. `title` is shown as it is.
+    /// Adds a choice at the trailing end. `title` is shown unchanged.
     void addSegment(const QString& title);
 
     /// The position of the chosen segment, −1 for none.
@@ -34,7 +34,7 @@ public:
     int heightForWidth(int width) const override;
 
 Q_SIGNALS:
-    /// The user chose another segment, which is at `index`.
+    /// The user chose another segment, the one at `index`.
     void chosen(int index);
 
 protected:

@@ -7,9 +7,9 @@
 
 namespace kestrum {
 
-/// A text on one line, or on two if that is allowed and avoids shrinking. A text that is too long shrinks, down to 0.8 of its
-/// size. If that is not enough, the text is elided at its end and a tool tip shows the whole text. The label always has the
-/// height of the full text size.
+/// A text on one line, or on two lines if `setMayWrap` allows them and the text then need not shrink. A text that is too long
+/// shrinks, down to 0.8 of its size. If 0.8 is not small enough, the text is elided at its end and a tool tip shows the whole
+/// text. The label always has the height of the full text size.
 class ShrinkingLabel final : public QLabel {
     Q_OBJECT
 public:
@@ -18,7 +18,7 @@ public:
     /// Allows two lines.
     void setMayWrap(bool mayWrap);
 
-    /// The text as it is shown now, perhaps elided, and its font.
+    /// The text and the font that are shown now; the text may be elided.
     QString shownText() const;
     QFont shownFont() const;
 

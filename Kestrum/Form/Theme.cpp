@@ -29,7 +29,6 @@ QColor translucent(int grey, double alpha)
     return translucent(QColor(grey, grey, grey), alpha);
 }
 
-/// The colours in the light and in the dark scheme.
 Shades shades(Theme::Colour colour)
 {
     using enum Theme::Colour;
@@ -70,7 +69,7 @@ Shades shades(Theme::Colour colour)
         { previewPlate,
             { StripBackground::plate(ColourScheme::light), StripBackground::plate(ColourScheme::dark) } },
     };
-    // `selection` and `focusRing` are made of the accent.
+    // The table lacks `selection` and `focusRing`, which are made from the accent.
     static_assert(std::size(table) == size_t(previewPlate) + 1 - 2, "a colour lacks its shades");
     const bool isAccent = colour == selection || colour == focusRing;
     for (const auto& row : table) {
@@ -107,7 +106,7 @@ QColor deepened(const QColor& colour)
         colour.redF() * smallStep, colour.greenF() * smallStep, colour.blueF() * smallStep);
 }
 
-/// `colour`, a little darker in the light scheme and a little lighter in the dark scheme.
+/// Returns `colour`, a little darker in the light scheme and a little lighter in the dark scheme.
 QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
 {
     constexpr float light = 1 - smallStep;
@@ -117,8 +116,8 @@ QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
         : QColor::fromRgbF(darker.redF() + light, darker.greenF() + light, darker.blueF() + light);
 }
 
-/// `accent`, changed as little as necessary to be visible on the preview's plate. Among our backgrounds the plate is nearest to
-/// a medium grey, so the accent is visible on the others too.
+/// Returns `accent`, changed as little as necessary to be visible on the preview's plate. Of all backgrounds in the window, the
+/// plate is nearest to a medium grey, so the returned colour is visible on the others too.
 QColor setOff(QColor accent, ColourScheme scheme)
 {
     const QColor ground = Theme::colour(Theme::Colour::previewPlate, scheme);
@@ -127,7 +126,7 @@ QColor setOff(QColor accent, ColourScheme scheme)
     return accent;
 }
 
-/// `accent`, changed as little as necessary so that texts and the white knob of a switch are visible on it.
+/// Returns `accent`, changed as little as necessary so that texts and the white knob of a switch are visible on it.
 QColor readable(QColor accent, ColourScheme scheme)
 {
     const QColor ink = Theme::colour(Theme::Colour::onSelection, scheme);
@@ -152,7 +151,7 @@ QColor Theme::colour(Colour colour, ColourScheme scheme)
     const QColor plain = scheme == ColourScheme::dark ? both.dark : both.light;
     if (colour != Colour::accent && colour != Colour::selection && colour != Colour::focusRing)
         return plain;
-    // A desktop's accent can be any colour, also one that is hardly visible on our backgrounds.
+    // A desktop's accent can be any colour, also one that is hardly visible on the window's backgrounds.
     const auto& named = SystemAppearance::shared().accent();
     const QColor accent = named ? setOff(*named, scheme) : plain;
     return colour == Colour::accent ? accent : readable(setOff(accent, scheme), scheme);
@@ -201,11 +200,11 @@ namespace {
 
 constexpr int bodySize = 13; ///< in layout points
 
-/// Font points per layout point. Layout points are pixels at 96 dpi. Fonts get their size in points, because these follow the
-/// text scale of the desktop.
+/// Font points per layout point. Layout points are pixels at 96 dpi. Font sizes are set in font points, which follow the text
+/// scale of the desktop.
 constexpr double fontPoints = 72.0 / 96.0;
 
-/// The factor from our text sizes to those of the desktop, from 1 to 1.5: smaller texts would be hard to read, and larger texts
+/// The factor that adapts text sizes to the desktop's font, from 1 to 1.5. Below 1, texts would be hard to read; above 1.5, they
 /// would not fit.
 double textScale(const QFont& desktops)
 {

@@ -22,11 +22,11 @@ enum class Colour {
     text,
     secondaryText,
     sidebarSecondaryText, ///< dark enough for the sidebar's background
-    accent,               ///< the desktop's accent, or our own if the desktop has none
-    selection,   ///< the accent behind selected and switched-on things; `onSelection` is readable on it
-    focusRing,   ///< the same colour as `selection`
+    accent,               ///< the desktop's accent, or the built-in one if the desktop has none
+    selection, ///< background of selected and switched-on things: the accent, changed so that `onSelection` is readable on it
+    focusRing, ///< the same colour as `selection`
     onSelection, ///< text on `selection`: white on the deep accents of the light scheme, dark on the light accents of the dark one
-    inactiveSelection, ///< behind a selected row in an inactive window
+    inactiveSelection, ///< background of a selected row in an inactive window
     rowHovered,        ///< laid over a row under the pointer
     error,
     offer, ///< green: an update is available
@@ -41,8 +41,8 @@ enum class Colour {
     buttonPressed, ///< laid over a button that is held down
     segmentTrack,  ///< below the segments of a picker
     chosenSegment,
-    segmentShade, ///< the edge below a chosen segment, which lifts it off the track
-    outline,      ///< around a colour that may equal its background
+    segmentShade, ///< the edge below a chosen segment, so that the segment looks raised
+    outline,      ///< border of a shown colour that may equal the background
     listBorder,   ///< around an open list
     scrollThumb,
     scrollThumbHovered,
@@ -53,8 +53,8 @@ enum class Colour {
 QColor colour(Colour colour);
 QColor colour(Colour colour, ColourScheme scheme);
 
-/// The opaque colour that results from the translucent `colour` over `ground`. For tall shapes: QPainter fills tall translucent
-/// areas with the help of other threads, and waiting for those threads takes longer than the drawing.
+/// The opaque colour that results from the translucent `colour` over `ground`. Use this function for tall shapes: QPainter fills
+/// tall translucent areas on several threads, and the wait for them takes longer than the drawing.
 QColor colourOn(Colour ground, Colour colour);
 /// The opaque colour of an edge line that covers half a pixel of `inside` and half a pixel of `outside`.
 QColor edgeColour(Colour inside, Colour outside, Colour edge);
@@ -62,7 +62,7 @@ QColor edgeColour(Colour inside, Colour outside, Colour edge);
 /// The contrast ratio of two colours, 1 to 21. A translucent `text` is first laid over `ground`.
 double contrast(const QColor& text, const QColor& ground);
 
-/// The palette of our windows.
+/// The palette of this application's windows.
 QPalette palette(ColourScheme scheme);
 
 enum class TextStyle {
@@ -74,8 +74,8 @@ enum class TextStyle {
     caption, ///< the second line of that row
 };
 
-/// The desktop's font in the size and weight of `style`. Sizes follow the desktop's text scale and font size if these are larger
-/// than ours, up to 1.5 times our sizes.
+/// The desktop's font in the size and weight of `style`. A larger text scale or font size of the desktop enlarges the font, up to
+/// 1.5 times.
 QFont font(TextStyle style);
 
 /// The height of buttons and pickers whose text is `textHeight` high.

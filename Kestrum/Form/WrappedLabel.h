@@ -18,7 +18,7 @@ public:
     int heightForWidth(int width) const override;
 
 private:
-    /// The cache key: all properties of our labels that the height depends on.
+    /// The cache key: all properties of a label that its height depends on.
     struct Question {
         QString text;
         QFont font;

@@ -36,8 +36,8 @@ QList<Choice<double>> intervals()
     };
 }
 
-/// Version and build of the running agent, which may belong to another copy of Kestrum, or of this bundle if no agent runs. The
-/// build is always shown, because bug reports need it.
+/// Version and build of the running agent, or of this bundle if no agent runs. The agent may belong to another copy of Kestrum.
+/// The build is always shown, because bug reports need it.
 QString versionText()
 {
     const Bundle bundle = AppLinks::runningAgentBundle().value_or(Bundle::main());
@@ -58,7 +58,7 @@ QWidget* versionAndButton()
     auto* check = new PushButton(AppLanguage::string("Check Now"));
     QObject::connect(check, &PushButton::clicked, check,
         [] { SharedSettings::post(SharedSettings::Signal::checkForUpdates); });
-    // Disabled until the agent reports that it can check.
+    // The button is disabled until the agent reports that it can check for updates.
     Setting { Keys::updaterCanCheck }.follow(check, [check](bool canCheck) { check->setEnabled(canCheck); });
 
     auto* both = new QWidget;

@@ -102,7 +102,7 @@ void AccentRow::showAccent()
         m_picker->setItemIcon(m_picker->count() - 1, isCustom ? QIcon(new SwatchEngine(swatch)) : QIcon());
     }
     m_picker->setIndex(int(isCustom ? presets.size() : presets.indexOf(accent)));
-    // The well is hidden below: without this, the focus would be lost.
+    // Move the focus first: it would be lost when the well is hidden below.
     if (!isCustom && window()->focusWidget() == m_well)
         m_picker->setFocus();
     m_well->setColour(accent.color());

@@ -10,7 +10,7 @@ namespace kestrum {
 class ItemHeader final : public WrappedLabel {
     Q_OBJECT
 public:
-    /// `title` is shown as it is.
+    /// `title` is shown unchanged.
     ItemHeader(MonitorSection section, const QString& title);
 
 protected:

@@ -22,7 +22,7 @@ Row* accentRow(const QString& item, const UnregisteredKey<MeterAccent>& key)
 
 void addCPURows(Card& card, const QString& item)
 {
-    // The meter style is one key for all items. It is edited only here.
+    // All items share one meter style, which is edited only here.
     card.add(Form::segmented<MeterStyle>("Meter", Setting { Keys::meterStyle }));
     card.add(Form::picker<CPUReadout>("Readout", Setting { Keys::cpuReadout }));
     card.add(accentRow(item, Keys::cpuAccent));

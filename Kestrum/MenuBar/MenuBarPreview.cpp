@@ -21,7 +21,7 @@ constexpr double plateRadius = 14;
 /// The margin around the strip widget, which already has `room` around its items.
 constexpr QSize margin
     = QSize(innerPadding + outerPadding, innerPadding + outerPadding) - MenuBarStripView::room;
-/// The margin at the sides of a strip that is too wide. The strip's own space around its items is enough for the plate's
+/// The margin beside a strip that is too wide. It can be small: the strip widget's own `room` keeps the items off the plate's
 /// corners.
 constexpr int leastMargin = 1;
 

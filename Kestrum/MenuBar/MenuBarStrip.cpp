@@ -134,7 +134,7 @@ void MenuBarStrip::timerEvent(QTimerEvent* event)
         return;
     }
     scrollTo(wanted);
-    // The strip has moved under a pointer that did not move.
+    // The strip has moved under the resting pointer, so the dragged item must move too.
     m_view->drag(m_view->mapFromParent(m_pointer.toPoint()));
 }
 

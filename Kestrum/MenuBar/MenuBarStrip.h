@@ -11,8 +11,8 @@ class MenuBarStripView;
 class MoreMark;
 
 /// Places the strip of items in a layout. The widget is as wide as the strip if there is enough space. If not, the strip scrolls
-/// sideways: its trailing end is in view at first, and marks show at which end there are more items. The strip scrolls by a
-/// click on a mark, by the keyboard, by a wheel that is turned sideways or with Shift, and by a drag to its edges.
+/// sideways: the trailing end is in view at first, and marks show at which end there are more items. The strip scrolls by a click
+/// on a mark, by the keyboard, by a wheel that is turned sideways or with Shift, and by a drag to the edges.
 class MenuBarStrip final : public QWidget {
     Q_OBJECT
 public:
@@ -43,7 +43,7 @@ private:
     int m_offset = 0;
     bool m_wasScrolled = false;
     QBasicTimer m_dragScroll;
-    QPointF m_pointer; ///< its position in this widget's coordinates during a drag
+    QPointF m_pointer; ///< the pointer's position during a drag, in this widget's coordinates
 };
 
 } // namespace kestrum

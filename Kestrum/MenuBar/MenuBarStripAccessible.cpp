@@ -10,7 +10,7 @@ namespace kestrum {
 
 namespace {
 
-/// The entry of one section's item. It is invalid while the section is hidden.
+/// The list entry of one section's item. The entry is invalid while the section is hidden.
 class Entry final : public QAccessibleInterface {
 public:
     Entry(MenuBarStripView* strip, MonitorSection section)

@@ -9,9 +9,9 @@ class MenuBarStripView;
 /// and a hint how to move it.
 namespace MenuBarStripAccessible {
 
-/// Makes this the interface of every strip. Call this first in the strip's constructor; further calls change nothing.
+/// Sets this interface for every `MenuBarStripView`. Call this first in the strip's constructor; further calls change nothing.
 void install();
-/// Reports that the focused item of `strip` has the keyboard focus.
+/// Reports to assistive programs that the focused item of `strip` has the keyboard focus.
 void tellFocus(MenuBarStripView* strip);
 
 } // namespace MenuBarStripAccessible

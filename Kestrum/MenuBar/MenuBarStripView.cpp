@@ -27,7 +27,7 @@ MenuBarStripView::MenuBarStripView(QWidget* parent)
     : QWidget(parent)
     , m_scene(std::make_shared<SampleReadings>(), room)
 {
-    // Before the name is set, because that notifies assistive programs at once, by the interface that the strip then has.
+    // Install the interface before the name is set: a new name notifies assistive programs at once, by the present interface.
     MenuBarStripAccessible::install();
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
@@ -71,7 +71,7 @@ QHash<MonitorSection, double> MenuBarStripView::shownLefts() const
     return lefts;
 }
 
-/// Slides each item to its place from its left edge in `lefts`, where it was drawn before. A dragged item does not slide.
+/// Slides each item to its place, starting from the earlier left edge in `lefts`. A dragged item does not slide.
 void MenuBarStripView::slideFrom(const QHash<MonitorSection, double>& lefts)
 {
     for (const Item& item : items()) {
@@ -147,7 +147,7 @@ void MenuBarStripView::mouseReleaseEvent(QMouseEvent* event)
     adoptStored(before);
 }
 
-/// Shows the stored order, which is the previous one if a save failed. Items slide from `lefts`.
+/// Shows the stored order, which is the old order if a save failed. Items slide from `lefts`.
 void MenuBarStripView::adoptStored(const QHash<MonitorSection, double>& lefts)
 {
     rebuild();

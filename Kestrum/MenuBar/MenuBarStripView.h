@@ -54,7 +54,7 @@ public:
 
     QPointF stripPoint(const QPointF& widgetPoint) const { return m_scene.stripPoint(widgetPoint); }
     QRectF widgetRect(const QRectF& stripRect) const { return m_scene.widgetRect(stripRect); }
-    /// Where an item and its backdrop are drawn, in widget coordinates.
+    /// The rectangle in which an item and its backdrop are drawn, in widget coordinates.
     QRectF backdropRect(const Item& item) const { return m_scene.ground(item); }
 
     std::optional<MonitorSection> hovered() const { return m_scene.hovered(); }

@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// A mark over an end of the strip beyond which there are more items. The items fade into the plate there, and a click on the
-/// mark scrolls on. The mark is for the pointer only: with the keyboard, the focused item is scrolled into view.
+/// A mark at an end of the visible part of the strip, shown if more items follow. Items fade into the plate under the mark, and a
+/// click on the mark scrolls on. The mark is for the pointer only: with the keyboard, the focused item is scrolled into view.
 class MoreMark final : public QWidget {
     Q_OBJECT
 public:

@@ -105,7 +105,7 @@ void ChoiceTile::setSelected(bool isSelected)
     QAccessible::updateAccessibility(&event);
 }
 
-// Includes the space for the title of a selected tile, which is wider: no tile moves when the choice changes.
+// Includes the space for the wider title of a selected tile, so that no tile moves when the choice changes.
 QSize ChoiceTile::sizeHint() const
 {
     const QFontMetrics title(titleFont(true));

@@ -11,10 +11,10 @@ namespace kestrum {
 class ChoiceTile final : public QAbstractButton {
     Q_OBJECT
 public:
-    /// Draws the picture with its top left corner at `topLeft`. The tile clips it to the size of pictures.
+    /// Draws the picture with its top left corner at `topLeft`. The tile clips the drawing to the picture's size.
     using Picture = std::function<void(QPainter& painter, const QPointF& topLeft)>;
 
-    /// `title` is shown as it is.
+    /// `title` is shown unchanged.
     ChoiceTile(const QString& title, Picture picture, QWidget* parent = nullptr);
 
     bool isSelected() const { return m_isSelected; }

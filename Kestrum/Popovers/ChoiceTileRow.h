@@ -9,20 +9,20 @@
 
 namespace kestrum {
 
-/// A row of a card whose choices are tiles: a text at the leading edge and the tiles at the trailing edge. If they do not fit
-/// side by side, the tiles are below the text, on as many lines as they need. For assistive programs the row is a group with the
-/// text as its name.
+/// A row of a card whose choices are tiles: a text at the leading edge and the tiles at the trailing edge. If text and tiles do
+/// not fit side by side, the tiles are below the text, on as many lines as needed. For assistive programs the row is a group with
+/// the text as its name.
 class ChoiceTileRow final : public QWidget {
     Q_OBJECT
 public:
-    /// `text` is shown as it is.
+    /// `text` is shown unchanged.
     explicit ChoiceTileRow(const QString& text, QWidget* parent = nullptr);
 
     /// Puts a tile at the trailing end; the row owns it.
     void addTile(const QString& title, ChoiceTile::Picture picture);
     const QList<ChoiceTile*>& tiles() const { return m_tiles; }
 
-    /// Puts the tiles below the text also when `other` has to put its tiles there. `other` outlives the row.
+    /// Puts the tiles below the text also if the tiles of `other` are below their text. `other` outlives the row.
     void alignWith(const ChoiceTileRow& other) { m_other = &other; }
 
     /// The position of the selected tile, −1 for none.

@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// The half of a rectangle below its diagonal from the top right to the bottom left corner; the same for right-to-left text.
+/// The half of a rectangle below the diagonal from the top right to the bottom left corner, also for right-to-left text.
 struct LowerRightHalf {
     static QPainterPath path(const QRectF& rect)
     {

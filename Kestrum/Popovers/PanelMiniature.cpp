@@ -19,7 +19,7 @@ namespace {
 constexpr double panelWidth = 300;
 constexpr double panelRadius = 12;
 constexpr double panelScale = 0.5;
-constexpr double panelRest = 60; ///< height of the popover's part below the sample, outside of the picture
+constexpr double panelRest = 60;         ///< height of the popover below the sample, outside of the picture
 constexpr QPointF panelOffset { 10, 9 }; ///< from the picture's top leading corner
 constexpr int fontSize = 10;
 constexpr double headerPadding = 12;
@@ -55,7 +55,7 @@ struct SampleHeader {
     }
 };
 
-/// The contents of the sample. The rows have the coloured keys of the memory panel.
+/// The contents of the sample. The rows begin with the coloured dots of the memory panel.
 PanelStack samplePanel()
 {
     const auto amounts = ByteText::style(ByteText::Counting::memory);

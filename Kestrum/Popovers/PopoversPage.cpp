@@ -37,7 +37,7 @@ void drawAppearance(QPainter& painter, const QPointF& topLeft, PopoverAppearance
     painter.restore();
 }
 
-/// Draws a popover with `background` in the scheme of these pictures.
+/// Draws a popover with `background` in the colour scheme `previewScheme()`.
 void drawBackground(QPainter& painter, const QPointF& topLeft, PopoverBackground background)
 {
     drawMiniature(painter, topLeft, PopoversPage::previewScheme(), background);
@@ -71,7 +71,7 @@ PopoversPage::PopoversPage(QWidget* parent)
     soon->setInk(Row::Ink::secondary);
     add(new Card("Themes", { soon }));
 
-    // The pictures of each row also depend on the choice in the other row, and some of them on the window's scheme.
+    // The pictures of each row also depend on the choice in the other row, and some pictures on the window's scheme.
     for (ChoiceTileRow* row : { appearance, background }) {
         const auto redraw = [row] {
             for (ChoiceTile* tile : row->tiles())

@@ -6,8 +6,8 @@
 namespace kestrum {
 
 /// An invisible widget that prevents the first column of a split view from collapsing when the divider is dragged or the window
-/// is made small. The widget must be a descendant of that column. It searches for the split view once, on the next turn of the
-/// event loop, when it is in the window. Without a split view it does nothing.
+/// is made small. The widget must be a descendant of that column. The widget searches for the split view once, on the next turn
+/// of the event loop, when the widget is in the window. Without a split view it does nothing.
 class NonCollapsibleSidebarProbe final : public QWidget {
     Q_OBJECT
 public:

@@ -17,11 +17,10 @@ inline constexpr char interface[] = "Interface";
 inline constexpr char application[] = "Application";
 } // namespace SettingsPageGroup
 
-/// Everything that the window knows of a page.
 struct SettingsPageCase : EnumerationCase<SettingsPage> {
     const char* symbol;  ///< beside the title in the sidebar
     const char* group;   ///< one of `SettingsPageGroup`
-    FormPage* (*make)(); ///< the page's widget, which the caller owns
+    FormPage* (*make)(); ///< makes the page's widget, which the caller owns
 };
 
 template <class Page> FormPage* makePage()

@@ -50,13 +50,12 @@ public:
 private:
     void paintEvent(QPaintEvent*) override
     {
-        // A handle of one point accepts the pointer on a wider strip. Only its contents rectangle is the line.
+        // A handle of one point also accepts the pointer beside the line. The line itself is the contents rectangle.
         QPainter(this).fillRect(
             contentsRect(), Theme::colourOn(Theme::Colour::window, Theme::Colour::separator));
     }
 };
 
-/// The two columns side by side.
 class SplitView final : public QSplitter {
 public:
     SplitView() { setHandleWidth(1); }
@@ -65,8 +64,8 @@ private:
     QSplitterHandle* createHandle() override { return new Hairline(orientation(), this); }
 };
 
-/// The line between the pages and the sidebar's foot. An offer has its own line, and two lines would look like one thick line,
-/// so this line takes no space while there is an offer.
+/// The line between the pages and the sidebar's foot. The row of an update offer has its own line. Two lines would look like a
+/// thick one, so this line takes no space while there is an offer.
 class SidebarDivider final : public QWidget {
 public:
     explicit SidebarDivider(UpdateOfferRow* offer)
@@ -137,7 +136,7 @@ SettingsView::SettingsView(QWidget* parent)
     const auto showNotice = [this] { m_notice->look(); };
     connect(&store, &UserDefaults::saveFailed, this, showNotice);
     connect(&store, &UserDefaults::saveSucceeded, this, showNotice);
-    // A file that could not be read may be readable now.
+    // The settings file may have become readable.
     connect(&store, &UserDefaults::changed, this, showNotice);
     Setting { Keys::language }.observe(this, [this](const QString&) { rebuild(); });
     Setting { Keys::settingsPane }.observe(this, [this](const QString&) { showPage(storedPage()); });
@@ -152,7 +151,7 @@ SettingsView::SettingsView(QWidget* parent)
 
 SettingsPage SettingsView::storedPage()
 {
-    // A stored text that names no page is read as the default.
+    // If the stored text names no page, use the default.
     return fromRawValue<SettingsPage>(Setting { Keys::settingsPane }.value())
         .value_or(*fromRawValue<SettingsPage>(factoryDefault(Keys::settingsPane)));
 }

@@ -41,7 +41,7 @@ protected:
 
 private:
     void rebuild();
-    /// The state of the content that survives a rebuild.
+    /// Column widths, scroll position and focus, which survive a rebuild.
     struct Whereabouts;
     Whereabouts whereabouts() const;
     void returnTo(const Whereabouts& place);

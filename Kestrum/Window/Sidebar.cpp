@@ -123,7 +123,7 @@ private:
     static void paintRow(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
     {
         const bool isSelected = option.state.testFlag(QStyle::State_Selected);
-        // The state in `option` also requires the focus, so it cannot be used.
+        // Do not use the state in `option`, which also requires the focus.
         const bool isActive = option.widget && option.widget->isActiveWindow();
         const QRect row = rowRect(option.rect);
         painter.setRenderHint(QPainter::Antialiasing);
@@ -191,7 +191,7 @@ Sidebar::Sidebar(QWidget* parent)
     setEditTriggers(NoEditTriggers);
     setSelectionMode(SingleSelection);
     setAccessibleName(AppLanguage::string("Pages"));
-    // The sidebar's background shows through.
+    // Let the sidebar's background show through.
     viewport()->setAutoFillBackground(false);
     // Repaint rows when the pointer enters or leaves.
     viewport()->setAttribute(Qt::WA_Hover);

@@ -20,8 +20,8 @@ double fraction(double number)
     return number - std::floor(number);
 }
 
-/// `size`, one point wider where its width would end at half a pixel. Qt rounds a window's position and its width to pixels
-/// separately, and two halves that are rounded up would be one pixel too much.
+/// Returns `size`, one point wider if the width has half a pixel at the end. Qt rounds the position and the width of a
+/// window separately. If both were rounded up from a half, the window would be one pixel too wide.
 QSize withoutHalfPixels(QSize size, double scale)
 {
     if (fraction(size.width() * scale) == 0.5)
@@ -29,8 +29,8 @@ QSize withoutHalfPixels(QSize size, double scale)
     return size;
 }
 
-/// The x coordinate after the last point of `free` that is completely on the screen. Qt also counts a last point that is
-/// only partly on the screen.
+/// The right edge of the part of `free` that is completely on the screen, in points. `free` itself may end with a point that
+/// is only partly on the screen.
 int endOnScreen(const QRect& free, const QScreen& screen)
 {
     const int end = free.right() + 1;
@@ -46,7 +46,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     m_strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     m_strip.setAttribute(Qt::WA_ShowWithoutActivating);
     m_strip.winId();
-    // Qt passes the window type on only if the window exists already.
+    // Qt sets the window type only for a window that exists already.
     m_strip.setAttribute(Qt::WA_X11NetWmWindowTypeDock);
     m_struts = std::make_unique<X11Struts>(*m_strip.windowHandle());
     connect(m_struts.get(), &X11Struts::changed, this, &DockChannel::fit);
@@ -63,7 +63,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
 
 void DockChannel::showMenu(QPoint at)
 {
-    // The menu opens in the reading direction. Its width is known only after it has got its entries.
+    // The menu opens in the reading direction. Its width is known only after its entries are created, on `aboutToShow`.
     Q_EMIT m_menu.aboutToShow();
     const int leftwards = m_menu.isRightToLeft() ? m_menu.sizeHint().width() - 1 : 0;
     m_menu.popup(m_strip.mapToGlobal(at) - QPoint(leftwards, 0));
@@ -88,13 +88,13 @@ void DockChannel::fit()
     const QRect free = m_struts->available(*screen);
     const bool isMirrored = QGuiApplication::layoutDirection() == Qt::RightToLeft;
     const int left = isMirrored ? free.left() : endOnScreen(free, *screen) - size.width();
-    // Qt asks the window manager for size steps of one point, and the window manager then rounds the size down to a step.
-    // With one step as large as the whole window, nothing is rounded. The step is set before the size, because the window
-    // manager compares a new size with the step that it knows.
+    // By default, Qt sets size steps of one point, and the window manager rounds the window's size down to a step. Here, the
+    // step is as large as the whole window, so nothing is rounded. The step must be set before the size, because the window
+    // manager applies the step that it knows.
     m_strip.setSizeIncrement(size);
     m_strip.setFixedSize(size);
     m_strip.move(left, free.top());
-    // The rounded corners are cut out by a mask: translucency has no effect without a compositing manager.
+    // A mask makes the rounded corners, because translucency has no effect without a compositing manager.
     QPainterPath plate;
     plate.addRoundedRect(QRectF(QPointF(0, 0), size), PanelStrip::plateRadius, PanelStrip::plateRadius);
     m_strip.setMask(QRegion(plate.toFillPolygon().toPolygon()));

@@ -11,8 +11,8 @@ class QScreen;
 
 namespace kestrum {
 
-/// Shows the strip as a dock window at the trailing end of the main screen's top edge, below the room that panels reserve.
-/// The window reserves no room, never takes the keyboard focus, and is visible on every virtual desktop.
+/// Shows the strip as a dock window at the trailing end of the main screen's top edge, outside of the area that panels
+/// reserve. The window reserves no area itself, never takes the keyboard focus, and is visible on every virtual desktop.
 class DockChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:

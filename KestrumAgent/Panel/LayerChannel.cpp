@@ -21,7 +21,7 @@ Qt::Edge trailingEdge()
     return QGuiApplication::layoutDirection() == Qt::RightToLeft ? Qt::LeftEdge : Qt::RightEdge;
 }
 
-/// Whether the desktop has a screen. While it has none, Qt provides a placeholder screen without a name.
+/// Whether the desktop has a screen. Without a screen, Qt provides a placeholder screen that has no name.
 bool isScreenThere()
 {
     const QScreen* screen = QGuiApplication::primaryScreen();
@@ -42,8 +42,8 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_again, &QTimer::timeout, this, &LayerChannel::fit);
     connect(&m_surface, &LayerSurface::closed, &m_again, qOverload<>(&QTimer::start));
     connect(qGuiApp, &QGuiApplication::screenAdded, &m_again, qOverload<>(&QTimer::start));
-    // Some desktops, such as sway 1.10, do not close a surface whose screen is removed, and do not show it when a screen is
-    // added.
+    // When a screen is removed, some desktops, such as sway 1.10, do not close its surfaces. They also do not show these
+    // surfaces when a screen is added.
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
         if (m_strip.screen() != gone)
             return;
@@ -100,7 +100,7 @@ void LayerChannel::showMenu(QPoint at)
     m_tipSurface.hide();
     m_sheetSurface.hide();
     Q_EMIT m_menu.aboutToShow();
-    // The sheet gets a menu of its own with the same entries. That menu is a child widget of the sheet, not a window.
+    // Another menu with the same entries is shown in the sheet, as a child widget instead of a window.
     m_onSheet = std::make_unique<QMenu>(&m_sheet);
     m_onSheet->setWindowFlags(Qt::Widget);
     m_onSheet->addActions(m_menu.actions());
@@ -110,7 +110,7 @@ void LayerChannel::showMenu(QPoint at)
     m_sheetSurface.show({ LayerSurface::Layer::overlay, allEdges, {}, true }, QSize(0, 0));
 }
 
-/// Places and shows the menu. Called once the sheet has its size, from which the position of the strip follows.
+/// Places and shows the menu. Must be called after the sheet has its size, which is needed to find the strip's position.
 void LayerChannel::placeMenu()
 {
     const QSize size = m_onSheet->sizeHint();

@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// Shows the strip as a layer surface at the trailing end of a Wayland screen's top edge. A Qt popup next to such a surface
-/// is a protocol error, which ends the process, so the menu and the tool tips have layer surfaces of their own.
+/// Shows the strip as a layer surface at the trailing end of a Wayland screen's top edge. The menu and the tool tips have
+/// their own layer surfaces: a Qt popup of a layer surface is a protocol error, which would end the process.
 class LayerChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
@@ -30,8 +30,8 @@ private:
     QTimer m_again;
     QLabel m_tip;
     LayerSurface m_tipSurface;
-    // The menu lies on this sheet, which covers the whole area that panels leave free. Without the sheet, a click next to
-    // the menu would go to another program and could not close the menu.
+    // The menu is shown on this sheet, which covers the whole area that panels leave free. Clicks next to the menu thus
+    // reach this process and close the menu.
     QWidget m_sheet;
     LayerSurface m_sheetSurface;
     std::unique_ptr<QMenu> m_onSheet;

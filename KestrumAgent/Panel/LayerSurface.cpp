@@ -33,7 +33,7 @@ zwlr_layer_shell_v1* found()
     wl_display* const connection = display();
     if (!connection)
         return nullptr;
-    // A separate event queue is used, so that waiting for the answer runs no event handlers of Qt's.
+    // The code below waits for the answer. With a separate event queue, Qt's event handlers do not run meanwhile.
     wl_event_queue* const queue = wl_display_create_queue(connection);
     auto* const asking = static_cast<wl_display*>(wl_proxy_create_wrapper(connection));
     wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(asking), queue);
@@ -52,7 +52,7 @@ zwlr_layer_shell_v1* found()
     wl_registry_add_listener(registry, &listener, static_cast<void*>(&bound));
     wl_display_roundtrip_queue(connection, queue);
     auto* const shell = static_cast<zwlr_layer_shell_v1*>(bound);
-    // Later events of the layer shell go to the default queue, in which Qt handles its own events.
+    // Later events of the layer shell go to the default queue, which Qt dispatches.
     if (shell)
         wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(shell), nullptr);
     wl_registry_destroy(registry);

@@ -11,9 +11,9 @@ struct zwlr_layer_surface_v1;
 
 namespace kestrum {
 
-/// A widget that is shown as a Wayland layer surface, a role that Qt does not support. The widget is made a window without a
-/// Qt role and gets the layer role instead; it is painted only after the compositor has set its size. A layer surface has no
-/// coordinates on the screen: it is anchored to edges of the area that panels leave free, with margins.
+/// Shows a widget as a Wayland layer surface, a role that Qt does not support. The widget becomes a window without a role
+/// from Qt, and this class sets the role. The widget is painted only after the compositor has set its size. A layer surface
+/// has no screen coordinates: it is anchored, with margins, to edges of the area that panels leave free.
 class LayerSurface final : public QObject {
     Q_OBJECT
 public:
@@ -21,17 +21,16 @@ public:
 
     struct Place {
         Layer layer = Layer::panel;
-        /// The edges to which the surface is anchored. If two opposite edges are anchored, a size of 0 in that direction
-        /// fills the area.
+        /// The edges to which the surface is anchored. Between two opposite edges, a size of 0 means the whole distance.
         Qt::Edges edges;
         QMargins margins;
-        /// Whether the surface takes the keyboard for itself as long as it is shown.
+        /// Whether the surface receives all keyboard input while it is shown.
         bool takesKeyboard = false;
 
         bool operator==(const Place&) const = default;
     };
 
-    /// Whether this desktop has layers. The first call asks the compositor; later calls return the same answer.
+    /// Whether this desktop supports layer surfaces. The first call asks the compositor; later calls return the same answer.
     static bool isSupported();
 
     /// `widget` must outlive this object, and must be shown and hidden only by this object.

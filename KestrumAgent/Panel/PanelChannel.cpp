@@ -14,7 +14,7 @@ namespace kestrum {
 
 std::unique_ptr<PanelChannel> PanelChannel::make(PanelStrip& strip, QMenu& menu)
 {
-    // A `DockChannel` needs to place its window, which a Wayland desktop does not allow to ordinary windows.
+    // A `DockChannel` sets the position of an ordinary window, which Wayland does not allow.
     if (!QGuiApplication::platformName().startsWith(QLatin1StringView("wayland")))
         return std::make_unique<DockChannel>(strip, menu);
 #ifdef KESTRUM_LAYER_SHELL

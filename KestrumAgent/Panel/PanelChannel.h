@@ -8,8 +8,8 @@ namespace kestrum {
 
 class PanelStrip;
 
-/// One way of showing the strip at the desktop's panel. A channel shows the strip in the strip's own size while the strip
-/// has items, and hides it while it has none. It also opens the menu and the tool tips next to the strip.
+/// A way to show the strip at the desktop's panel. A channel shows the strip while the strip has items, and hides it
+/// otherwise. The channel also opens the menu and the tool tips next to the strip.
 class PanelChannel {
 public:
     virtual ~PanelChannel() = default;

@@ -18,7 +18,7 @@ namespace kestrum {
 
 namespace {
 
-/// What a screen reader reads for the strip: its name, and the present texts of its items.
+/// The strip for screen readers: a name, and the present texts of the items.
 class PanelStripAccessible final : public QAccessibleWidget {
 public:
     explicit PanelStripAccessible(PanelStrip& strip)
@@ -58,7 +58,7 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
     setFocusPolicy(Qt::NoFocus);
     // By default Qt shows tool tips only in the active window, and this window never has the keyboard focus.
     setAttribute(Qt::WA_AlwaysShowToolTips);
-    QAccessible::installFactory(PanelStripAccessible::make); // once, however often it is called
+    QAccessible::installFactory(PanelStripAccessible::make); // repeated calls have no effect
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, [this] {
         redraw();
         update();
@@ -71,7 +71,7 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
 
 void PanelStrip::rebuild()
 {
-    // Measuring and drawing use the same appearance: if the settings change in between, the items still fit their places.
+    // Measuring and drawing use the same appearance. So the items fit their places even if the settings change in between.
     const Appearance appearance = Appearance::current();
     const auto places = [this] {
         QList<std::pair<MonitorSection, QRectF>> list;
@@ -81,7 +81,7 @@ void PanelStrip::rebuild()
     };
     const auto before = places();
     m_scene.rebuild(appearance);
-    // An item that only moves keeps its picture, and so would not be painted.
+    // `redrawBy` does not paint an item that only moves, because the item's picture does not change.
     if (places() != before)
         update();
     redrawBy(appearance);
@@ -98,7 +98,7 @@ void PanelStrip::redrawBy(const Appearance& appearance)
     Q_EMIT redrawn();
     if (!isVisible())
         return;
-    // Painted immediately: `update` would wake the process a second time for each sample.
+    // Paints immediately: `update` would wake the process a second time for each sample.
     if (const QRegion changed = renewPictures(appearance); !changed.isEmpty())
         repaint(changed);
 }
@@ -144,7 +144,7 @@ void PanelStrip::mouseReleaseEvent(QMouseEvent* event)
         return;
     setCursor(m_scene.cursor());
     SharedSettings::post(SharedSettings::Signal::menuBarChanged);
-    // The dropped item moves to its place on the grid. If the save failed, all items return to the stored order.
+    // Moves the dropped item to its place on the grid, or all items back to the stored order if the save failed.
     rebuild();
     update();
 }

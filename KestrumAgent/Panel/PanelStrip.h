@@ -9,11 +9,11 @@
 
 namespace kestrum {
 
-/// The items at the panel. They stand on a plate, so that they can be read on any panel or desktop background. A
-/// `PanelChannel` places the strip and opens the menu and the tool tips next to it.
+/// The widget with the items at the panel. A plate behind the items makes them readable on any panel or desktop background.
+/// A `PanelChannel` places the strip and opens the menu and the tool tips next to it.
 ///
-/// The user can drag items to another place; the new order is stored and announced by `menuBarChanged`. The picture of each
-/// item is cached, so that only items that look different are painted after new readings.
+/// The user can drag items to another place. The new order is stored, and the signal `menuBarChanged` is posted. The picture
+/// of each item is cached: after new readings, only items that look different are painted.
 class PanelStrip final : public QWidget {
     Q_OBJECT
 public:
@@ -27,17 +27,16 @@ public:
 
     /// Creates the items again from the settings. A drag in progress continues.
     void rebuild();
-    /// Draws the items again, and repaints every item that looks different before it returns. Paints nothing while hidden.
+    /// Draws the items again. Before the call returns, items that look different are repainted. Paints nothing while hidden.
     void redraw();
 
-    /// Whether no item is shown.
     bool isEmpty() const { return items().list().isEmpty(); }
     const StripItems& items() const { return m_scene.items(); }
     QSize sizeHint() const override;
 
-    /// An item's frame in the widget.
+    /// The frame of `item` in the widget's coordinates.
     QRectF place(const Item& item) const { return m_scene.frame(item); }
-    /// The item's text, from `StripScene::text`.
+    /// See `StripScene::text`.
     QString text(MonitorSection section) const { return m_scene.text(section); }
     /// The texts of all items, one per line.
     QString summary() const { return m_scene.summary(); }
@@ -48,7 +47,7 @@ Q_SIGNALS:
     /// The items have new readings. Emitted whether or not the strip is visible.
     void redrawn();
     void settingsRequested();
-    /// The user has right-clicked. `at`, in the widget's coordinates, is where the menu should open.
+    /// The user has right-clicked. The menu should open at `at`, in the widget's coordinates.
     void menuRequested(QPoint at);
     /// The pointer rests at `at`, in the widget's coordinates. `text` is empty if there is no item at that point.
     void tipRequested(QPoint at, QString text, QRect item);

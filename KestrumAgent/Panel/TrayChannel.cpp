@@ -16,7 +16,7 @@ namespace kestrum {
 
 namespace {
 
-// At the start of a session, the panel with the status icons may appear a little later than this program.
+// The delay before the log reports missing status icons: at the start of a session, the panel may appear a little later.
 constexpr std::chrono::seconds delayBeforeTelling { 2 };
 
 /// The symbol, centred in a transparent square of `size` pixels.
@@ -49,8 +49,8 @@ TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
 
 void TrayChannel::begin()
 {
-    // If the panel disappears and returns, Qt adds the icon again. Qt checks only once a process whether there is a panel
-    // for icons, so the icon must not be created before there is one.
+    // Called again if the panel disappears and returns. Qt itself adds the icon again then. The icon is not created earlier,
+    // because Qt checks only once per process whether there is a panel for icons.
     if (m_icon)
         return;
     Log::info("agent",

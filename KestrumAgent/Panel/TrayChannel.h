@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// Shows one status icon, with the readouts in its tool tip, on desktops that let no program show anything else at their
-/// panel. The strip itself is never shown. If the desktop has no status icons either, the channel waits until it has.
+/// Shows one status icon with the readouts in its tool tip. Used on desktops whose panel shows nothing else from programs.
+/// The strip itself is never shown. If the desktop has no status icons either, the channel waits until there are some.
 class TrayChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:

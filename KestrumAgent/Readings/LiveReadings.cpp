@@ -15,7 +15,7 @@ LiveReadings::LiveReadings(const QString& root)
 void LiveReadings::sample(const WantedReadings& wanted, std::function<void()> done)
 {
     m_slow.collect();
-    // The slow readings come first: the worker then reads them at the same time as this thread reads the others.
+    // The slow readings are started first, so that the worker reads them while this thread reads the others.
     m_slow.begin(wanted, std::move(done));
     if (wanted.cpuLoad)
         m_cpuLoad.sample();

@@ -10,8 +10,7 @@
 
 namespace kestrum {
 
-/// The readings of this machine. A value that cannot be read is absent, or 0 if its type has no absent value. Main thread
-/// only.
+/// The readings of this machine. A value that cannot be read is absent, or 0 if its type is not optional. Main thread only.
 class LiveReadings final : public MenuBarReadings {
 public:
     /// `root` is put before "/proc" and "/sys", so that tests can use a directory tree instead of this machine. Sensors are
@@ -19,7 +18,7 @@ public:
     explicit LiveReadings(const QString& root = {});
 
     /// Reads the wanted values; all others stay as they are. Values that a worker reads appear at the next `sample` or
-    /// `collect`. The worker calls `done` on its own thread as soon as they are ready; `done` may be empty.
+    /// `collect`. The worker calls `done`, which may be empty, on its own thread as soon as these values are ready.
     void sample(const WantedReadings& wanted, std::function<void()> done = {});
     void collect() { m_slow.collect(); }
 
@@ -34,8 +33,8 @@ public:
     std::optional<double> fastestFanRPM() const override { return m_slow.sensors().fan; }
     std::optional<double> systemWatts() const override { return m_slow.systemWatts(); }
     double memoryUsage() const override { return m_memory.used(); }
-    /// The share of time in which processes waited for memory. If the kernel does not measure it, this is the share of
-    /// memory in use.
+    /// The share of time in which processes waited for memory; the share of memory in use if the kernel does not measure the
+    /// waiting time.
     double memoryPressure() const override { return m_memoryPressure.value_or(m_memory.used()); }
     quint64 swapUsed() const override { return m_memory.swapUsed(); }
     double storageUsage() const override { return m_slow.storage().used; }

@@ -42,7 +42,7 @@ void Sampler::adoptSettings()
     if (wanted == WantedReadings()) {
         m_timer.stop();
         if (isAnother)
-            m_readings->sample(wanted); // reads nothing, but pauses the readings that compare two samples
+            m_readings->sample(wanted); // reads nothing, but pauses the readings that need two samples
     } else if (isAnother) {
         sample();
         m_timer.start(std::min(secondSample, interval));

@@ -11,18 +11,18 @@
 
 namespace kestrum {
 
-/// Samples the readings at the chosen interval, and only those that a visible item needs. While no item is visible, it uses
-/// neither a timer nor a worker.
+/// Samples the readings of the visible items at the chosen interval. While no item is visible, neither a timer nor a worker
+/// is active.
 class Sampler final : public QObject {
     Q_OBJECT
 public:
-    /// The lower limit of the interval, whatever the setting says.
+    /// The lower limit of the interval. Smaller values of the setting are raised to this limit.
     static constexpr std::chrono::milliseconds shortestInterval { 100 };
-    /// The time from the first sample to the second. It is short because a load needs two samples, and a worker's results
-    /// are collected at the next sample.
+    /// The time from the first sample to the second. It is short because the first sample is incomplete: a load is computed
+    /// from two samples, and a worker's results are collected at the next sample.
     static constexpr std::chrono::milliseconds secondSample { 200 };
-    /// From this interval on, the main thread wakes once more to show a worker's results as soon as they are ready. At
-    /// shorter intervals, they are shown at the next sample.
+    /// The shortest interval at which the main thread wakes once more to show a worker's results as soon as they are ready.
+    /// At shorter intervals, these results are shown at the next sample.
     static constexpr std::chrono::seconds longInterval { 5 };
 
     /// For `root`, see `LiveReadings`.
@@ -30,15 +30,14 @@ public:
 
     std::shared_ptr<const MenuBarReadings> readings() const { return m_readings; }
 
-    /// Reads the interval and the visible items from the shared settings. If other readings are needed than before, samples
-    /// immediately and again shortly after.
+    /// Reads the interval and the visible items from the shared settings. If the set of needed readings has changed, takes a
+    /// sample immediately and another one shortly after.
     void adoptSettings();
 
-    /// The interval for a chosen number of seconds: at least `shortestInterval`, at most a day. A number that is not
-    /// positive and finite gives the factory default.
+    /// `seconds` as an interval of at least `shortestInterval` and at most a day. The factory default if `seconds` is not
+    /// positive or not finite.
     static std::chrono::milliseconds interval(double seconds);
 
-    /// Whether the timer is active.
     bool isRunning() const { return m_timer.isActive(); }
 
 Q_SIGNALS:

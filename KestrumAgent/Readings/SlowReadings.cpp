@@ -54,8 +54,8 @@ void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> don
     }
     const auto storage = wantsStorage ? std::make_shared<StorageRun>() : nullptr;
 
-    // The volume is read last. If reading it hangs, the devices have been read already, and the other worker reads them from
-    // then on.
+    // The volume is read last: if the worker hangs on it, the devices have been read already. From then on, the other worker
+    // reads the devices.
     const bool isStarted
         = worker->start([devices, storage, readSensors = m_readSensors, systemPower = m_systemPower,
                             storageUse = m_storageUse, done = std::move(done)] {

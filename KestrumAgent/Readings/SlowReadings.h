@@ -16,12 +16,12 @@
 
 namespace kestrum {
 
-/// The readings that can take long. A worker reads them, and the main thread never waits for the worker. The results of one
-/// sample are collected at the next, so the end of a worker's job wakes no other thread, unless `done` does.
+/// The readings that can take long. A worker reads them, and the main thread never waits for the worker. The results are
+/// collected at the next sample: the end of a worker's job wakes no other thread, unless the function `done` does.
 class SlowReadings {
 public:
     using Clock = std::chrono::steady_clock;
-    /// If the devices do not answer for this long, their last values count as unknown.
+    /// After this time without an answer, the values of the devices become absent.
     static constexpr std::chrono::seconds longestAnswer { 10 };
 
     using ReadSensors = std::function<Sensors::Values(const Sensors::Wanted&)>;
@@ -33,13 +33,13 @@ public:
     /// Takes over the results that the workers have finished. `now` is a parameter for tests.
     void collect(Clock::time_point now = Clock::now());
 
-    /// Lets an idle worker read the wanted values, except for those that another worker is still reading. When all are read,
-    /// the worker calls `done`, which may be empty, on its own thread, possibly after this object is destroyed.
+    /// Lets an idle worker read the wanted values, except for those that another worker is still reading. At the end, the
+    /// worker calls `done`, which may be empty, on its own thread. This object may be destroyed by then.
     void begin(const WantedReadings& wanted, std::function<void()> done = {});
 
     const Sensors::Values& sensors() const { return m_sensors; }
     const std::optional<double>& systemWatts() const { return m_systemWatts; }
-    /// The last answer, no matter how old it is.
+    /// The last known values, no matter how old they are.
     const StorageUse::Room& storage() const { return m_storage; }
 
 private:
@@ -67,7 +67,7 @@ private:
     Sensors::Values m_sensors;
     std::optional<double> m_systemWatts;
     StorageUse::Room m_storage;
-    /// Usually one worker reads everything. The second one is used when the first one hangs on the volume.
+    /// Usually one worker reads everything. The other one is used while the first one hangs on the volume.
     std::array<Worker, 2> m_workers;
 };
 

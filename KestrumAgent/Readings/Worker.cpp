@@ -14,9 +14,9 @@ constexpr std::chrono::milliseconds patienceAtTheEnd { 200 };
 
 } // namespace
 
-/// The thread owns `job` from the time at which it is woken until `isIdle` is true; the starter owns it otherwise.
+/// The data that the thread and its starter share. While `isIdle` is true, only the starter uses `job`, else the thread.
 struct Worker::Channel {
-    std::counting_semaphore<2> wake { 0 }; ///< at most two: one for a job and one for the end
+    std::counting_semaphore<2> wake { 0 }; ///< at most 2: one for a job and one for the end
     std::binary_semaphore ended { 0 };
     std::atomic<bool> isIdle = true;
     std::atomic<bool> ends = false;
@@ -58,7 +58,7 @@ void Worker::serve(const std::shared_ptr<Channel>& channel)
 {
     for (;;) {
         channel->wake.acquire();
-        // If a job and the end are both waiting, the job runs first.
+        // A waiting job runs before the thread ends.
         if (!channel->isIdle.load(std::memory_order_relaxed)) {
             channel->job();
             channel->job = nullptr;

@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// A thread for work that may hang. It sleeps between jobs and wakes once for each job: the starter holds no lock while it
-/// wakes the thread, and the end of a job wakes no other thread.
+/// A thread for work that may hang. The thread sleeps between jobs and wakes only once for each job, because the starter
+/// holds no lock that the thread would have to wait for. The end of a job wakes no other thread.
 class Worker {
 public:
     Worker() = default;
@@ -16,11 +16,10 @@ public:
     Worker(const Worker&) = delete;
     Worker& operator=(const Worker&) = delete;
 
-    /// Whether no job is running.
     bool isIdle() const;
 
-    /// Runs `job` on the thread, which the first call creates. Only for an idle worker. Data that the job uses must stay
-    /// valid even after the worker is destroyed. False if no thread can be created.
+    /// Runs `job` on the thread, which the first call creates. The worker must be idle. The data that `job` uses must stay
+    /// valid even after the worker is destroyed. Returns false if no thread can be created.
     bool start(std::function<void()> job);
 
 private:

@@ -11,8 +11,8 @@
 //      *** 1.4-27 100
 //             100 /var/lib/dpkg/status
 //
-// Because of the descending order, versions need not be compared: the upper one is newer. The line of a repository ends in
-// "Packages"; the other kind of source, dpkg's status file, is the list of installed packages.
+// Versions need not be compared: because of the descending order, the upper version is newer. The line of a repository ends
+// in "Packages". The other kind of source is dpkg's status file, the list of installed packages.
 
 #include "KestrumAgent/Updates/AptPolicy.h"
 
@@ -30,7 +30,7 @@ QRegularExpression exactly(const char* pattern)
     return QRegularExpression(QRegularExpression::anchoredPattern(QLatin1StringView(pattern)));
 }
 
-/// The version in a line of the form "  LABEL: VERSION"; empty if the version is "(none)". Nothing for any other line.
+/// The version in a line of the form "  LABEL: VERSION"; an empty text if the version is "(none)". Nothing for other lines.
 std::optional<QString> labelled(const QString& line, const char* label)
 {
     static const auto form = exactly(R"(  (\w+): (\(none\)|[0-9A-Za-z.+~:-]{1,128}))");

@@ -14,12 +14,12 @@ struct AptPolicy {
     bool isCandidateNewer = false;
     bool hasSource = false; ///< at least one repository offers a version of the package
 
-    /// Parses the output about `package`. An empty output is valid: APT does not know the package. Nothing when the text has
-    /// another form or contradicts itself.
+    /// Parses the output about `package`. An empty output is valid and means that APT does not know the package. Returns
+    /// nothing if the output has another form or contradicts itself.
     static std::optional<AptPolicy> read(const QByteArray& text, const QString& package);
 
-    /// A Debian version for display. A revision that is a plain number is the build number: "1.4-27" gives "1.4 (27)". Any
-    /// other version, such as "1.4-27+deb12u1", stays as it is. An epoch is removed: it belongs to Debian's numbering only.
+    /// Formats a Debian version for display. A revision that is a plain number is the build number: "1.4-27" gives
+    /// "1.4 (27)". Other versions, such as "1.4-27+deb12u1", keep their form. An epoch is always removed.
     static QString versionText(const QString& version);
 };
 

@@ -11,13 +11,12 @@ namespace kestrum {
 
 namespace {
 
-// Limits of the output, in bytes. A usual answer has a few hundred.
+// Limits of APT's output, in bytes. A usual answer has a few hundred bytes.
 constexpr qsizetype longestAnswer = 256 * 1024;
 constexpr qsizetype longestComplaint = 4 * 1024;
 constexpr int longestReason = 200;
 
-/// The first error message in APT's output, without the mark "E: "; empty if there is none. Warnings and notices are no
-/// errors.
+/// The first error message in APT's output, without the mark "E: "; empty if there is none. Skips warnings and notices.
 QString firstError(const QByteArray& text)
 {
     for (const QByteArray& line : text.split('\n')) {
@@ -39,7 +38,8 @@ AptQuery::AptQuery(const QString& package, std::chrono::milliseconds timeLimit, 
     connect(&m_process, &QProcess::readyReadStandardOutput, this, &AptQuery::collect);
     connect(&m_process, &QProcess::readyReadStandardError, this, &AptQuery::collect);
     connect(&m_process, &QProcess::finished, this, &AptQuery::conclude);
-    // Queued, because a failed start is reported while `start` still runs. After every other error, `finished` is emitted.
+    // Handles failed starts only, because `QProcess::finished` follows every other error. Queued, because a failed start is
+    // reported while `start` still runs.
     connect(
         &m_process, &QProcess::errorOccurred, this,
         [this](QProcess::ProcessError error) {
@@ -71,7 +71,7 @@ void AptQuery::start()
     m_process.setStandardInputFile(QProcess::nullDevice());
     ProgramStart::isolate(m_process);
     m_limit.start();
-    // If `program` finds no path, the start by name fails too, and `failed` is emitted with the reason.
+    // If `program` finds no path, the start by name fails, and `failed` is emitted with the reason.
     const QString found = program();
     m_process.start(found.isEmpty() ? QStringLiteral("apt-cache") : found,
         { QStringLiteral("policy"), m_package }, QIODevice::ReadOnly);

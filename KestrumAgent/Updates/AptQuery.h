@@ -10,8 +10,8 @@
 
 namespace kestrum {
 
-/// Asks APT which versions of a package it knows. The process reads this machine's package lists only: it needs no
-/// privileges and no network. It is killed if it takes too long or prints too much.
+/// Asks APT which versions of a package it knows, by running "apt-cache". That process only reads this machine's package
+/// lists and needs neither privileges nor a network. It is killed if it takes too long or prints too much.
 class AptQuery final : public QObject {
     Q_OBJECT
 public:
@@ -21,7 +21,7 @@ public:
     /// The path of "apt-cache"; empty if this machine has none.
     static QString program();
 
-    /// Starts "apt-cache". One of the signals follows, from the event loop. Must be called once only.
+    /// Starts "apt-cache". One of the two signals is emitted later, from the event loop. Must be called once only.
     void start();
 
 Q_SIGNALS:

@@ -17,9 +17,10 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr char logArea[] = "updates";
-constexpr auto timeLimit = 30s; // for an answer that usually takes some hundredths of a second
+constexpr auto timeLimit = 30s; // "apt-cache" usually answers within a tenth of a second
 
-// Random times between these limits: not all machines check at the same time, and none checks while a session starts.
+// The times of checks are random between these limits, so that not all machines check at the same time. The first check
+// is delayed because a session may be starting.
 constexpr std::chrono::seconds firstCheck[] { 1min, 10min };
 constexpr std::chrono::seconds nextCheck[] { 23h, 25h };
 
@@ -66,7 +67,7 @@ void UpdateChecker::start()
     if (said.value() != canCheck)
         said.set(canCheck);
     if (!canCheck) {
-        // Removes an offer that an earlier agent may have stored: no check will run that could remove it.
+        // An earlier agent may have stored an offer. It is removed here, because no check will run.
         publish(std::nullopt);
         return;
     }
@@ -130,7 +131,7 @@ void UpdateChecker::adopt(const QByteArray& answer)
 
 void UpdateChecker::fail(const QString& reason)
 {
-    // The stored offer is not changed: it is still the latest known result.
+    // The stored offer stays, because it is still the latest known result.
     Log::warning(logArea, QStringLiteral("the check failed: %1").arg(Log::escaped(reason)));
     end(AppLanguage::string("The check for updates failed: %1").arg(reason));
 }
@@ -141,7 +142,8 @@ void UpdateChecker::end(const QString& outcome, bool isOnOffer)
         m_query->deleteLater();
         m_query = nullptr;
     }
-    // The check that has ended may have read APT's lists before the change for which the second check was requested.
+    // Another check was requested during this one. It must run, because APT's lists may have changed after this check read
+    // them.
     if (std::exchange(m_isAskedAgain, false)) {
         begin();
         return;

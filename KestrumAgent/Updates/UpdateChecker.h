@@ -10,9 +10,9 @@ namespace kestrum {
 
 class AptQuery;
 
-/// Checks whether the system's package manager has a newer version of Kestrum, and stores that version in the shared
-/// settings. It downloads and installs nothing. The build option KESTRUM_UPDATER=OFF and the environment variable
-/// KESTRUM_DISABLE_UPDATER=1 disable the checks.
+/// Checks whether the system's package manager offers a newer version of Kestrum, and stores that version in the shared
+/// settings. Downloads and installs nothing. The build option KESTRUM_UPDATER=OFF or the environment variable
+/// KESTRUM_DISABLE_UPDATER=1 disables the checks.
 class UpdateChecker final : public QObject {
     Q_OBJECT
 public:
@@ -21,16 +21,15 @@ public:
     /// The name of this program's Debian package.
     static constexpr QLatin1StringView packageName { "kestrum" };
 
-    /// Stores whether checks are possible. Checks once a day while the settings ask for that. Must be called once only.
+    /// Stores whether checks are possible. If so, checks once a day while the settings ask for it. Must be called once only.
     void start();
 
-    /// Checks now. If a check is running, checks once more after it; `finished` then has the outcome of the last check.
+    /// Checks now. If a check is running already, another check follows it, and `finished` reports only the last outcome.
     void check();
 
 Q_SIGNALS:
-    /// The outcome of a requested check, as a sentence in the interface language: up to date, a new version, no source of
-    /// updates, or why the check failed. `isOnOffer` is true for a new version. Emitted from the event loop, but not for the
-    /// daily checks.
+    /// A check that was requested with `check` has ended; not emitted for daily checks. `outcome` is a sentence in the
+    /// interface language. `isOnOffer` is true if a new version is available. Emitted from the event loop.
     void finished(const QString& outcome, bool isOnOffer);
 
 private:

@@ -29,7 +29,7 @@ void UpdateNotice::notify(const QString& outcome, bool isOnOffer)
 
 void UpdateNotice::show()
 {
-    // While the desktop was asked for a software centre, another check may have ended with another outcome.
+    // The search for a software centre takes time. Meanwhile, another check may have ended with another outcome.
     if (!m_isOnOffer)
         return;
     if (m_centre.isThere())

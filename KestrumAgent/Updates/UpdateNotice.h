@@ -12,8 +12,8 @@
 
 namespace kestrum {
 
-/// Shows the outcome of a requested check for updates, in a desktop notification and in the agent's menu. For an update, it
-/// offers to open the desktop's software centre or, if there is none, shows the command to type. It installs nothing.
+/// Shows the outcome of a requested check for updates in a desktop notification and in the agent's menu. If there is an
+/// update, offers to open the desktop's software centre or, if there is none, shows the command to type. Installs nothing.
 class UpdateNotice final : public QObject {
     Q_OBJECT
 public:
@@ -22,8 +22,8 @@ public:
     /// Shows `outcome`, a sentence in the interface language. `isOnOffer` is true if a newer version can be installed.
     void notify(const QString& outcome, bool isOnOffer);
 
-    /// Adds the last outcome, if there is one, to `menu`. `token` returns the desktop's activation token, for the window
-    /// that a click on the entry opens.
+    /// Adds the last outcome, if there is one, to `menu`. When the user clicks the entry for the software centre, `token` is
+    /// called to get the desktop's activation token for the new window.
     void addTo(QMenu& menu, const std::function<QByteArray()>& token);
 
 private:

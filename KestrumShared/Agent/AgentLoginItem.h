@@ -15,17 +15,16 @@ inline constexpr char argument[] = "--login";
 
 LoginItemService service();
 
-/// Why the login item cannot be used.
 enum class Block { suppressed, translocated, incomplete };
 
-/// Why the login item cannot be used at present; nothing if it can. Each call checks the process's environment and
-/// arguments, the path of the main bundle, and whether the agent's bundle exists on the disk.
+/// The reason why the login item cannot be used at present; nothing if it can be used. Each call checks the process's
+/// environment and arguments, the path of the main bundle, and whether the agent's bundle exists on the disk.
 std::optional<Block> block();
 
-/// The reason as an English sentence for display, which is the key of its translation.
+/// An English sentence that describes `block`. The sentence is also the key of its translation.
 const char* message(Block block);
 
-/// Whether the requested state is reached in spite of the failure: the item was removed or registered already.
+/// Whether the failure only means that the login item was already registered or already removed, as requested.
 bool isHarmless(const Failure& failure);
 
 } // namespace AgentLoginItem

@@ -16,13 +16,13 @@ namespace {
 
 constexpr char category[] = "links";
 constexpr QLatin1StringView agentFolder("/Contents/Library/LoginItems");
-// The length is given explicitly: with sanitizers, the compiler cannot compute it in a constant expression.
+// The length is passed explicitly: with sanitizers, the compiler cannot compute it in a constant expression.
 constexpr QLatin1StringView agentPath(ProcessScan::agentPathSuffix, sizeof ProcessScan::agentPathSuffix - 1);
 
 constexpr const char* agentVariables[] = { "KESTRUM_SETTINGS_SUITE", "KESTRUM_UI_TESTING",
     "KESTRUM_DISABLE_UPDATER", "KESTRUM_NO_LOGIN_ITEM", "KESTRUM_LANGUAGE" };
 
-// The length of the first part of `agentPath`, the bundle's name.
+// The length of the first part of `agentPath`: a slash and the bundle's name.
 qsizetype bundleNameLength()
 {
     return agentPath.indexOf(u'/', 1);

@@ -7,21 +7,20 @@
 
 namespace kestrum {
 
-/// Decides when the login item must not be changed.
+/// The rules for when the login item must not be changed.
 namespace LoginItemPolicy {
 
 /// The launch argument that forbids changes of the login item.
 inline constexpr char suppressingArgument[] = "-KestrumNoLoginItem";
 
-/// Whether an environment or launch arguments forbid changes of the login item, as in tests and special builds.
+/// Whether `environment` or `arguments` forbid changes of the login item, as in tests and special builds.
 /// "XCTestConfigurationFilePath" is a variable that a test runner sets.
 bool isSuppressed(const QMap<QString, QString>& environment, const QStringList& arguments);
 
-/// The same for this process's environment and arguments.
+/// `isSuppressed` for this process's environment and arguments.
 bool isSuppressedHere();
 
-/// Whether `path` is a temporary place, where the bundle will not be at the next start: a path with a folder
-/// "AppTranslocation".
+/// Whether `path` contains a folder "AppTranslocation". Such a path is temporary: it differs at the next start.
 bool isTranslocated(const QString& path);
 
 } // namespace LoginItemPolicy

@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// Finds the running agents in the kernel's process table. Every agent process counts, from any bundle, also while it is
-/// quitting. Nothing is cached between calls: a process can become another program, and ids are reused. Main thread only.
+/// Finds the running agents in the kernel's process table. Agents from all bundles are found, also those that are quitting.
+/// Nothing is cached between calls: a process can become another program, and ids are reused. Main thread only.
 namespace ProcessScan {
 
 struct Entry {
@@ -21,7 +21,7 @@ struct Entry {
     bool operator==(const Entry&) const = default;
 };
 
-/// How the path of every agent's executable ends.
+/// The end of the path of every agent's executable.
 inline constexpr char agentPathSuffix[] = "/KestrumAgent.app/Contents/MacOS/KestrumAgent";
 
 /// All agents, in the order in which the kernel lists processes.

@@ -7,11 +7,9 @@
 
 namespace kestrum {
 
-/// The settings on which the look of items depends, as they were at one moment. A drawing or measurement creates one and
-/// passes it on, so that a change of the settings in between cannot give a picture with two styles. Never reuse it for the
-/// next drawing.
+/// A snapshot of the settings that determine the look of items. Each drawing or measurement creates an object and passes it
+/// to all functions that it calls, so that one picture never mixes two styles. Do not reuse an object for the next drawing.
 struct Appearance {
-    /// A snapshot of the shared settings as they are now.
     static Appearance current() { return Appearance(SharedSettings::store().snapshot()); }
 
     explicit Appearance(SettingsSnapshot values)
@@ -21,7 +19,7 @@ struct Appearance {
     {
     }
 
-    /// The value of a key that only one section uses.
+    /// The value of a key that is not among the members, because only one section uses it.
     template <class T> T value(const Key<T>& key) const { return valueIn(settings, key); }
     template <class Readout> Readout readout(const UnregisteredKey<Readout>& key) const
     {
@@ -37,7 +35,7 @@ struct Appearance {
 
     SettingsSnapshot settings;
     MeterShape shape;
-    bool hasLetters; ///< letters as labels, not icons
+    bool hasLetters; ///< whether labels are letters; otherwise they are icons
 };
 
 } // namespace kestrum

@@ -14,13 +14,13 @@ namespace {
 
 using namespace ItemGeometry;
 
-// The corners are concentric with those of the outermost bars, whose radius is half a bar's width.
+// The frame's corners are concentric with the corners of the outermost bars. A bar's corner radius is half its width.
 void strokeTallFrame(ItemDrawing& drawing, const QRectF& frame)
 {
     drawing.strokeFrame(frame, 1.5, std::min(frame.height() / 2, barInset + barWidth / 2));
 }
 
-// Draws only the bars that fit: the readings may have more cores than the frame was made for.
+// Draws only the bars that fit, because the readings may have more cores than the frame has room for.
 void drawBars(ItemDrawing& drawing, const QRectF& frame)
 {
     strokeTallFrame(drawing, frame);

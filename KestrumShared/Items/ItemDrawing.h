@@ -8,7 +8,8 @@
 
 namespace kestrum {
 
-/// The context for one drawing of an item, with the shapes that all items use. The referenced objects must outlive it.
+/// The context of one drawing of an item, with functions for the shapes that all items use. The referenced objects must
+/// outlive the context.
 struct ItemDrawing {
     Canvas& canvas;
     const MenuBarReadings& readings;
@@ -16,7 +17,7 @@ struct ItemDrawing {
     ColourScheme scheme;
     double scale; ///< pixels per point
 
-    /// Draws the frame of a meter. The two radii are those of the two meter shapes.
+    /// Draws the frame of a meter. The chosen meter shape selects one of the two corner radii.
     void strokeFrame(const QRectF& rect, double squareRadius, double pillRadius);
     /// Fills the part of a meter that shows a value, with round ends if the meter shape is a pill.
     void fill(const QRectF& rect, const QColor& colour);

@@ -39,7 +39,7 @@ ItemFonts::ItemFonts(const QFont& base, int generation)
 {
 }
 
-// Computed only when needed: measuring loads the font, which only items with letters use.
+// Computed only when needed, because measuring loads the font, and only items with letters use this font.
 double ItemFonts::letterHeight() const
 {
     return QFontMetricsF(m_letters).height() * letterScale;

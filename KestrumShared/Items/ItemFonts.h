@@ -16,13 +16,13 @@ public:
     /// The font of the readouts: 11 pixels, medium weight.
     const MonospacedDigits& readout() const { return m_readout; }
 
-    /// The semibold font of the letters, ten times as large as they are shown, because Qt has whole pixel sizes only. Draw
-    /// and measure it scaled by `letterScale`, which gives 6.2 pixels.
+    /// The semibold font of the letters, in ten times the displayed size, because Qt's pixel sizes are integers. Texts must
+    /// be drawn and measured with the scale `letterScale`, so that the displayed size is 6.2 pixels.
     const QFont& letters() const { return m_letters; }
     static constexpr double letterScale = 0.1;
     double letterHeight() const;
 
-    /// A number that changes whenever the application's font does. It is part of cache keys.
+    /// A number that changes whenever the application's font changes. It is used in the keys of cached pictures.
     int generation() const { return m_generation; }
 
 private:

@@ -5,14 +5,14 @@
 
 namespace kestrum {
 
-/// Measures of a menu-bar item in points, from its bottom left corner. Drawing and measuring both use them.
+/// The measures of menu-bar items in points. Vertical positions are measured from an item's bottom edge.
 namespace ItemGeometry {
 
 /// The margin to the left of the label and at the right end of an item.
 inline constexpr double margin = 1;
 
 inline constexpr double symbolPointSize = 12;
-/// Width and height of the room for a symbol that has no picture.
+/// The width and height that are reserved for a symbol without a picture.
 inline constexpr double missingSymbolSide = 13;
 inline constexpr double lettersWidth = 6;
 inline constexpr double letterDistance = 5.5;
@@ -37,8 +37,8 @@ inline constexpr double leastBarHeight = 1.5;
 inline constexpr double gaugeWidth = 8;
 inline constexpr double gaugeInset = 2;
 inline constexpr double leastFill = 2;
-/// The outer half of the frame's line. Room is reserved for it only beside the narrow gauges: the readout of the CPU is far
-/// enough from its meter.
+/// The outer half of the line of a gauge's frame. Room for this half is reserved to the right of a gauge. The CPU item
+/// needs no such room, because its readout is far enough from its meter.
 inline constexpr double gaugeOverhang = frameLineWidth / 2;
 
 inline double barsMeterWidth(int totalCores)

@@ -13,7 +13,7 @@ namespace {
 
 using Text = std::optional<QString>;
 
-// Whether a reading can be shown. NaN and values from 1e15 on count as absent, so the shown ones fit 64 bits.
+// Whether a reading can be shown. NaN and values from 1e15 on count as absent, so all shown values fit a 64-bit integer.
 bool isPresent(double value)
 {
     return std::abs(value) < 1e15;
@@ -59,7 +59,7 @@ constinit const ItemReadout::Kind ItemReadout::bytes {
 constinit const ItemReadout::Kind ItemReadout::revolutions {
     29,
     [](double value, const Appearance&) { return wholeText(value, ""); },
-    // The unit is not shown in the item, which has no room for it.
+    // The item has no room for the unit.
     [](const QString& text) { return AppLanguage::string("%@ rpm", { text }); },
 };
 

@@ -10,21 +10,21 @@
 
 namespace kestrum {
 
-/// A value that an item can show as text: its title, its format, and its source. `kind` is null for an item without a
-/// readout.
+/// A readout: a value that an item shows as text. The members describe the value's title, format and source. `kind` is null
+/// for an item without a readout.
 struct ItemReadout {
-    /// How values of a kind are formatted, and the width in points that is reserved for them, without the gap before it. The
-    /// width does not depend on the value, so an item's width does not change with its readings.
+    /// A kind of value. `room` is the width in points that is reserved for the text, without the gap before the text. This
+    /// width does not depend on the value, so that an item's width does not change with the readings.
     struct Kind {
         double room;
         /// Formats `value` for the item; nothing if the value counts as absent.
         std::optional<QString> (*text)(double value, const Appearance& appearance);
-        /// Makes a longer text with the unit for other places; null if the text needs no change.
+        /// Adds the unit to the item's text, for use outside of the item; null if the text needs no change.
         QString (*said)(const QString& text);
     };
     static const Kind percent, degrees, watts, bytes, revolutions;
 
-    /// Calls the function `reading`; the result is absent if the machine has no such reading.
+    /// Calls the member function `reading` of `readings`.
     template <auto reading> static std::optional<double> value(const MenuBarReadings& readings)
     {
         return (readings.*reading)();
@@ -33,10 +33,9 @@ struct ItemReadout {
     const char* title = nullptr; ///< in English
     const Kind* kind = nullptr;
     std::optional<double> (*read)(const MenuBarReadings&) = nullptr;
-    /// Marks the source of the reading as wanted; null without a readout, and if the item's meter wants the same
-    /// source.
+    /// Marks the source of the reading as wanted; null if the item's meter already needs this source.
     void (*want)(WantedReadings&) = nullptr;
-    /// Whether the value is a temperature that is shown in a warning colour when it is high.
+    /// Whether high values are shown in a warning colour, see `HeatColour`. The value must be a temperature.
     bool warns = false;
 
     double room() const { return kind ? kind->room : 0; }

@@ -7,16 +7,16 @@
 
 namespace kestrum {
 
-/// The readings that menu-bar items show. Fractions are 0…1. An absent value means that the machine has no such sensor or
-/// that the value was not read yet; it is never shown as zero. Items hold weak pointers to their readings.
+/// The readings that menu-bar items show. Fractions are 0…1. A value is absent if the machine has no such sensor, or before
+/// the first reading. Absent values are never shown as zero. Items hold weak pointers to their readings.
 class MenuBarReadings {
 public:
     virtual ~MenuBarReadings() = default;
 
     virtual double cpuUsage() const = 0;
-    /// Load of each logical core, efficiency cores first.
+    /// The load of each logical core, efficiency cores first.
     virtual QList<double> coreUsages() const = 0;
-    /// How many of the last entries of `coreUsages` are performance cores.
+    /// The number of performance cores, which are the last entries of `coreUsages`.
     virtual int performanceCoreCount() const = 0;
     /// Recent total loads, oldest first.
     virtual QList<double> cpuHistory() const = 0;

@@ -6,10 +6,10 @@
 
 namespace kestrum {
 
-/// Fixed, plausible readings for previews. Only the number of cores is that of the machine.
+/// Fixed, plausible readings for previews.
 class SampleReadings final : public MenuBarReadings {
 public:
-    /// Makes readings for this machine.
+    /// Makes readings for this machine's number of cores.
     SampleReadings();
     /// Makes readings for a machine of `totalCores` cores in `tiers`, fastest first.
     SampleReadings(const QList<CoreTier>& tiers, int totalCores);

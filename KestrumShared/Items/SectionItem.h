@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// All properties of one section's item. Each of the four objects has a file of its own. The members have no default values,
-/// so that an object with a missing member does not compile.
+/// All properties of one section's item. Each of the four objects is defined in its own file. The members have no default
+/// values, so that an object with a missing member does not compile.
 struct SectionItem {
     QLatin1StringView letters;
     QStringView symbol;
@@ -17,7 +17,7 @@ struct SectionItem {
     QString (*name)();
     ItemMeter (*meter)(const Appearance&);
     ItemReadout (*readout)(const Appearance&);
-    /// The value that the meter shows. Texts use it if no readout is chosen. Empty for an item without a meter.
+    /// The value that the meter shows; empty without a meter. `StripScene::text` uses this value if no readout is chosen.
     ItemReadout shownByMeter;
 
     static const SectionItem cpu, memory, storage, sensors;

@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-// The item has no meter. If the label is letters, the symbol is drawn in the meter's place.
+// The item has no real meter. If the label consists of letters, the section's symbol is drawn in place of the meter.
 ItemMeter sensorsMeter(const Appearance& appearance)
 {
     if (!appearance.hasLetters)

@@ -31,7 +31,7 @@ void drawLabel(ItemDrawing& drawing, MonitorSection section)
     const ItemFonts& fonts = ItemFonts::current();
     const QColor colour = labelColour(drawing.scheme);
     const SpriteKey key { SpriteKey::Kind::letters, colour.rgba(), { int(section), fonts.generation() } };
-    // The column is wider than the label's room: some fonts have letters wider than that room.
+    // The picture is wider than the label, because some fonts have letters that are wider than the label.
     const QRectF column(0, 0, 3 * lettersWidth, StatusMetricView::height);
     drawing.canvas.drawKept(key, column, [&](Canvas& canvas) {
         canvas.drawColumn(QPointF(margin, middle - fonts.letterHeight() / 2),
@@ -156,7 +156,7 @@ std::optional<QString> StatusMetricView::bytesText(std::optional<qint64> bytes)
 QString StatusMetricView::gibibytesText(double bytes)
 {
     const double gibibytes = bytes / 1073741824;
-    // One decimal is shown up to 9.9. Tebibytes are shown where gibibytes would need four digits.
+    // Gibibytes have one decimal up to 9.9. Values that would need four digits are shown in tebibytes.
     if (gibibytes >= 999.5)
         return fixedText(gibibytes / 1024, 1) + QLatin1Char('T');
     return fixedText(gibibytes, gibibytes >= 9.95 ? 0 : 1) + QLatin1Char('G');

@@ -14,12 +14,11 @@
 
 namespace kestrum {
 
-/// One menu-bar item, 22 points high: a label, for most sections a meter, and a text. `SectionItem` has the properties of
-/// its section. It is not a widget: widths and positions of items are fractions of a point, and the agent draws the same
-/// item into images. It handles no mouse events; the strip that contains the item does.
+/// One menu-bar item, 22 points high: a label, a meter in most sections, and a text. `SectionItem` describes the differences
+/// between the sections. The item is not a widget, because its width and position are not whole points, and because the
+/// agent draws items into images. The strip that contains the item handles the mouse events.
 ///
-/// Functions whose result depends on the settings use the present settings, unless they get the appearance of a whole strip.
-/// Main thread only.
+/// Functions without a parameter for the appearance use the present settings. Main thread only.
 class StatusMetricView {
 public:
     static constexpr double height = 22;
@@ -32,26 +31,26 @@ public:
     QRectF frame() const { return m_frame; }
     void moveLeftEdgeTo(double x) { m_frame.moveLeft(x); }
 
-    /// Draws the item with its top left corner at `topLeft`; draws nothing if the readings are destroyed. `scale` is pixels
-    /// per point, 0 when unknown.
+    /// Draws the item with its top left corner at `topLeft`. Draws nothing if the readings are destroyed. `scale` is pixels
+    /// per point, or 0 if this number is unknown.
     void draw(QPainter& painter, const QPointF& topLeft, ColourScheme scheme, double scale,
         const Appearance& appearance = Appearance::current()) const;
 
     /// The item's width in points. It does not depend on the readings.
     static double itemWidth(MonitorSection section, const Appearance& appearance = Appearance::current());
-    /// The symbol of the section's icon label, and its size in points; 13 × 13 if the symbol has no picture.
+    /// The name of a section's symbol, and the size of a symbol in points. The size is 13 × 13 if the symbol has no picture.
     static QString symbolName(MonitorSection section);
     static QSizeF iconSize(MonitorSection section);
     static QSizeF symbolSize(const QString& name);
-    /// The width of the label, and the gap on each side of a meter, both in points.
+    /// The width of the label and the gap on each side of the meter, in points.
     static double labelWidth(MonitorSection section, const Appearance& appearance = Appearance::current());
     static double meterSideGap(MonitorSection section);
-    /// The width of the CPU readout in points, with the gap before it.
+    /// The width in points of the CPU readout and the gap before the readout.
     static double cpuReadoutWidth();
     /// The line height of a readout, in points.
     static double readoutLineHeight();
 
-    /// "42%"; values are clamped to 0…1 and rounded with halves away from zero.
+    /// `fraction` as a percentage, such as "42%". `fraction` is clamped to 0…1; halves are rounded away from zero.
     static QString percentText(double fraction);
     /// Bytes in gibibytes ("1.2G", "412G") or tebibytes ("1.0T"); nothing if `bytes` is absent.
     static std::optional<QString> bytesText(std::optional<quint64> bytes);
@@ -60,7 +59,7 @@ public:
     /// Like `bytesText`, for a count that is a floating-point number.
     static QString gibibytesText(double bytes);
 
-    /// The text of a section's readout; nothing when it is off or its reading is absent.
+    /// The text of a section's readout; nothing when the readout is off or its reading is absent.
     static std::optional<QString> cpuReadoutText(const MenuBarReadings& readings)
     {
         return readoutText(MonitorSection::cpu, readings);

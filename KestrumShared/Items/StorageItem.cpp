@@ -48,7 +48,7 @@ constinit const SectionItem SectionItem::storage {
     .letters = QLatin1StringView("SSD"),
     .symbol = u"internaldrive",
     .description = [] { return AppLanguage::string("SSD"); },
-    // The settings use another name than `description`.
+    // The settings use another name than `description` does.
     .name = [] { return AppLanguage::string("Disk"); },
     .meter = storageMeter,
     .readout = storageReadout,

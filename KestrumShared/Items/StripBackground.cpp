@@ -45,7 +45,7 @@ void StripBackground::drawLifted(QPainter& painter, const QRectF& ground, Colour
     const QRectF piece = onPixels(ground, painter.deviceTransform());
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
-    // Several translucent layers make a soft shadow; each one is a little wider than the one before.
+    // Several translucent layers make a soft shadow. Each layer is a little wider than the previous layer.
     QColor shadow(Qt::black);
     shadow.setAlphaF(scheme == ColourScheme::dark ? 0.22F : 0.11F);
     painter.setBrush(shadow);

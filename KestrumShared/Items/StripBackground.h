@@ -10,22 +10,22 @@
 
 namespace kestrum {
 
-/// The backgrounds of a strip: the plate, which looks like a panel, and the backdrop, which marks the item under the
-/// pointer.
+/// The backgrounds in a strip. The plate is the background of all items and looks like a panel. A backdrop marks the item
+/// under the pointer.
 namespace StripBackground {
 
 QColor plate(ColourScheme scheme);
 QColor backdrop(ColourScheme scheme);
 
-/// `x` moved to the nearest edge of a device pixel, so that a drawing there is as sharp as at 0.
+/// Moves `x` to the nearest edge of a device pixel, so that a vertical edge at `x` is sharp. `device` converts to pixels.
 double onPixel(double x, const QTransform& device);
-/// `rect` with its left and right edges moved to edges of pixels.
+/// Moves the left and right edges of `rect` to the nearest pixel edges.
 QRectF onPixels(QRectF rect, const QTransform& device);
 
-/// Draws a backdrop that fills `ground`, the area of an item's backdrop.
+/// Draws the backdrop of an item. `ground` is the backdrop's area, from `StripItems::ground`.
 void drawBackdrop(QPainter& painter, const QRectF& ground, ColourScheme scheme);
 /// Draws the background of an item that is being dragged: a shadow, a piece of the plate, and the backdrop. The shadow
-/// reaches 2 points to the sides and 3 downwards.
+/// extends 2 points beyond `ground` to the sides and 3 points downwards.
 void drawLifted(QPainter& painter, const QRectF& ground, ColourScheme scheme);
 
 /// Corner radius of a backdrop, in points.

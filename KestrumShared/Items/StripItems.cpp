@@ -73,7 +73,7 @@ QRectF StripItems::ground(const Item& item)
 const StripItems::Item* StripItems::item(const QPointF& at) const
 {
     const auto found = std::find_if(m_list.begin(), m_list.end(), [&at](const Item& item) {
-        // QRectF::contains cannot be used: for it, all four edges belong to the rectangle.
+        // QRectF::contains cannot be used, because it also returns true for points on the right and bottom edges.
         const QRectF ground = StripItems::ground(item);
         return ground.left() <= at.x() && at.x() < ground.right() && ground.top() < at.y()
             && at.y() <= ground.bottom();
@@ -99,7 +99,7 @@ void StripItems::drag(double pointer)
     const double left = pointer - m_drag->grabOffset;
     dragged.moveLeftEdgeTo(std::max(0.0, std::min(left, size().width() - dragged.frame().width())));
     const QRectF frame = dragged.frame();
-    // If the dragged item is hidden by now, the first item takes its part.
+    // If the dragged item's section has been hidden meanwhile, the first item is moved instead.
     const qsizetype start = std::max(0, index(m_drag->item.section));
     qsizetype i = start;
     const auto layOutOthers = [&] {

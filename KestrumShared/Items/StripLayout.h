@@ -18,12 +18,12 @@ struct StripLayout {
         bool isShown() const { return x.has_value(); }
     };
 
-    /// Computes the items' positions one after the other: from the left edge, with a gap between two items.
+    /// Computes the positions of items, from left to right, with a gap between two items.
     class Grid {
     public:
-        /// The left edge of the next item, whose width is `itemWidth`.
+        /// Adds an item of the width `itemWidth`, and returns the x coordinate of its left edge.
         double place(double itemWidth);
-        /// The total width of all items so far.
+        /// The total width of all items so far, with the gaps between them.
         double width() const;
 
     private:
@@ -33,7 +33,7 @@ struct StripLayout {
     QList<Item> items; ///< every section of the stored order, hidden ones included
     double width = 0;  ///< width of the whole strip; 0 when no item is shown
 
-    /// The layout of the items in the stored order.
+    /// The layout of the items in the order of the shared settings.
     static StripLayout current(const Appearance& appearance = Appearance::current());
     /// The layout of the items in the given order.
     static StripLayout of(

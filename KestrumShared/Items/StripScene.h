@@ -10,18 +10,19 @@
 
 namespace kestrum {
 
-/// A strip as both programs show it: its items, its reactions to the pointer, and its painting. A widget shows the scene,
-/// passes its mouse events on, and decides when the items are created again. All points and rectangles are in the widget's
-/// coordinates: points from the top left, with a margin around the row of items.
+/// The common part of the strips in both programs: the items, their reactions to the pointer, and the painting. A widget
+/// shows the scene, passes its mouse events on, and calls `rebuild`. All coordinates are the widget's: points from the top
+/// left, with a margin around the row of items.
 class StripScene final : public QObject {
     Q_OBJECT
 public:
     using Item = StripItems::Item;
 
-    /// `room` is the margin around the row of items: its width is left and right of the row, its height above and below.
+    /// `room` is the margin around the row of items: the width is the margin on the left and on the right, the height is the
+    /// margin above and below.
     StripScene(std::shared_ptr<const MenuBarReadings> readings, QSize room);
 
-    /// Creates the items again, in the stored order or in the given one. A drag in progress continues.
+    /// Creates the items again, in the stored order or in `order`. A drag in progress continues.
     void rebuild(const Appearance& appearance);
     void rebuild(const QList<MonitorSection>& order, const Appearance& appearance);
 
@@ -33,10 +34,10 @@ public:
     QPointF stripPoint(const QPointF& point) const;
     QRectF widgetRect(const QRectF& stripRect) const;
 
-    /// Sets a function that gives how far to the right of its position each item is drawn. It must not be empty. Until it
-    /// is set, there is no offset.
+    /// Sets the function that returns an item's horizontal offset: each item is drawn so many points to the right of its
+    /// position. Initially, all offsets are 0.
     void setOffset(std::function<double(MonitorSection)> offset) { m_offset = std::move(offset); }
-    /// The frame in which an item is drawn, and the area of its backdrop.
+    /// The frame in which an item is drawn and the area of its backdrop, both moved by the offset.
     QRectF frame(const Item& item) const;
     QRectF ground(const Item& item) const;
 
@@ -46,18 +47,19 @@ public:
 
     /// The item at `point`; null if there is none or an item is being dragged.
     const Item* resting(const QPointF& point) const;
-    /// Handle a pointer that moves without a button, or leaves. Both do nothing during a drag.
+    /// Call these functions when the pointer moves without a button, or leaves the widget. They do nothing during a drag.
     void hover(const QPointF& point);
     void leave();
     /// Begins a drag if the left button is pressed on an item. Returns that item, or null.
     const Item* grab(const QMouseEvent& press);
     void drag(const QPointF& point);
-    /// Ends the drag and stores the order when the left button is released. False without a drag, or for another button.
+    /// Ends the drag and stores the order if the left button is released. Returns false without a drag or for another
+    /// button.
     bool drop(const QMouseEvent& release);
     /// Swaps the items at two indices, and stores the order.
     void move(int from, int to);
 
-    /// The background of an item that is being dragged: only its backdrop, or also a piece of the plate with a shadow.
+    /// The background of an item that is being dragged: only a backdrop, or also a shadow and a piece of the plate.
     enum class DragLook { backdrop, lifted };
     /// Paints the backdrops, and calls `drawItem` with each item and the position of its top left corner. The dragged item
     /// is painted last, above its neighbours.
@@ -69,17 +71,17 @@ public:
     /// A picture of an item, `spareWidth` wider than its frame. `scale` is pixels per point.
     static QImage picture(const Item& item, ColourScheme scheme, double scale, const Appearance& appearance);
 
-    /// The text beside an item's meter; empty when there is none.
+    /// The text of a section's readout; empty when there is none.
     QString readoutText(MonitorSection section, const Appearance& appearance = Appearance::current()) const;
-    /// An item as text in the interface language: its name, the title of the readout, and the value, as in "Memory — Usage:
-    /// 64%". If the reading is absent, the text says that there is no sensor. For an item without a readout, the text
-    /// describes the meter; it is only the name if there is no meter either.
+    /// An item as text in the interface language, such as "Memory — Usage: 64%": the section's name, the title of the
+    /// readout, and the value. If the reading is absent, the text says that there is no sensor. Without a readout, the text
+    /// has the value of the meter. Without a meter too, the text is only the name.
     QString text(MonitorSection section, const Appearance& appearance = Appearance::current()) const;
     /// The texts of all items from left to right, one per line.
     QString summary() const;
 
 Q_SIGNALS:
-    /// Items in `area` look different. The shadow of a dragged item may reach a little further.
+    /// The items in `area` must be painted again. The shadow of a dragged item may extend a little further.
     void changed(const QRectF& area);
 
 private:

@@ -6,7 +6,7 @@
 
 namespace kestrum {
 
-/// The sources whose readings the visible items show.
+/// The sources of the readings that the visible items show.
 struct WantedReadings {
     bool cpuLoad = false;
     bool cpuPower = false;
@@ -16,7 +16,7 @@ struct WantedReadings {
     bool systemPower = false;
     Sensors::Wanted sensors;
 
-    /// The sources of the items of `sections`, with the readouts that `appearance` has for them.
+    /// The sources that the items of `sections` need with the readouts in `appearance`.
     static WantedReadings of(
         const QList<MonitorSection>& sections, const Appearance& appearance = Appearance::current());
 

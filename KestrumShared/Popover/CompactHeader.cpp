@@ -32,7 +32,7 @@ void CompactHeader::draw(QPainter& painter, const QRectF& rect, const PanelEnvir
         QRectF place = environment.fromLeading(content, 0, symbol.width());
         place.setTop(place.center().y() - symbol.height() / 2);
         place.setHeight(symbol.height());
-        // The image has as many pixels as it covers, and is aligned with whole pixels.
+        // The image is made for the device's scale and aligned with whole pixels, so that it is drawn sharply.
         const double scale = painter.deviceTransform().m11();
         const QImage image = SymbolImage::image(icon, symbolSize, environment.headerColour(), scale);
         const QPointF corner = PixelGrid::aligned(place, painter).topLeft();

@@ -11,7 +11,7 @@ namespace kestrum {
 /// The first line of a panel: a symbol and a title.
 struct CompactHeader {
     QString title;
-    QString icon; ///< name of a symbol; an unknown one draws nothing
+    QString icon; ///< name of a symbol; nothing is drawn for an unknown name
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;

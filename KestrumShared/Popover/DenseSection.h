@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// A block of a panel: parts one below the other, and an optional title above them.
+/// A section of a panel: parts one below the other, with an optional title above them.
 struct DenseSection {
     std::optional<QString> title = std::nullopt;
     QList<PanelPart> content = {};

@@ -10,7 +10,7 @@ namespace kestrum {
 
 /// A thin bar that is filled from its leading end.
 struct MetricProgressBar {
-    double value = 0; ///< filled share: above 1 fills all of the bar, below 0 and NaN nothing
+    double value = 0;                                ///< filled share, limited to 0…1; NaN counts as 0
     std::optional<QColor> fillColour = std::nullopt; ///< nothing for the default colour
 
     double height(const PanelEnvironment& environment) const;

@@ -22,7 +22,7 @@ QColor PanelEnvironment::textColour() const
     return labelColour(scheme);
 }
 
-// These text colours are also readable on the opaque light popover, which is darker than the background of a window.
+// The colours must be readable on the opaque light popover, which is darker than the background of a window.
 QColor PanelEnvironment::secondaryTextColour() const
 {
     return scheme == ColourScheme::dark ? QColor(0xB0, 0xB0, 0xB8) : QColor(0x4A, 0x4A, 0x50);

@@ -10,8 +10,8 @@
 
 namespace kestrum {
 
-/// The interface of a panel's part. `height` gives its height, and `draw` draws it into a rectangle of that height and any
-/// width, all in points. `draw` may change only the pen, brush and font of the painter. Parts are not widgets, because
+/// The interface of a panel's part. `height` returns the part's height in points. `draw` draws the part into a rectangle of
+/// this height and any width, and may change only the pen, brush and font of the painter. Parts are not widgets, because
 /// miniatures and popovers draw the same parts.
 template <class T>
 concept DrawnPart

@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-// Rounded to whole points, so that the next part does not begin between two pixels.
+// The height is rounded to whole points, so that the next part does not begin between two pixels.
 double PanelText::height(const PanelEnvironment&) const
 {
     return std::round(QFontMetricsF(font).height());
@@ -20,8 +20,8 @@ void PanelText::draw(QPainter& painter, const QRectF& rect, const PanelEnvironme
     painter.setPen(colour);
     painter.setLayoutDirection(environment.direction);
     const QString shown = QFontMetricsF(font).elidedText(text, Qt::ElideRight, std::max(0.0, rect.width()));
-    // Absolute alignment, so that the text's own direction does not decide: right-to-left text in a left-to-right panel
-    // begins left.
+    // With absolute alignment, the text's own direction has no effect: in a left-to-right panel, right-to-left text is also
+    // aligned to the left.
     const int edge = int(Qt::AlignAbsolute) | int(isFromRight ? Qt::AlignRight : Qt::AlignLeft);
     painter.drawText(rect, edge | int(Qt::AlignVCenter) | int(Qt::TextSingleLine | Qt::TextDontClip), shown);
 }

@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// One line of text at the leading edge of its rectangle; text that does not fit ends with an ellipsis.
+/// One line of text at the leading edge of a rectangle. Text that does not fit is shortened and ends with an ellipsis.
 struct PanelText {
     QString text;
     QFont font;

@@ -12,7 +12,7 @@ namespace kestrum {
 /// The pixel grid of a painter's device, at any scale.
 namespace PixelGrid {
 
-/// `rect` with its edges moved to the nearest pixel edges; at least one pixel wide and high.
+/// Moves the edges of `rect` to the nearest pixel edges. The result is at least one pixel wide and high.
 inline QRectF aligned(const QRectF& rect, const QPainter& painter)
 {
     const QTransform device = painter.deviceTransform();

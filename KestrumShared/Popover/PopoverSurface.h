@@ -11,7 +11,7 @@ namespace kestrum {
 
 /// The background of a popover, opaque or translucent.
 struct PopoverSurface {
-    /// If nothing, the stored setting is used; it is read at each drawing.
+    /// Without a value, the stored setting is used. `draw` reads the setting each time.
     std::optional<PopoverBackground> background = std::nullopt;
     /// Whether the content behind the popover belongs to the same window.
     bool blendsWithinWindow = false;

@@ -7,12 +7,11 @@
 
 namespace kestrum {
 
-/// The translucent background of a popover: a light or dark tint over the content behind it. "Stable" means that it looks
-/// the same whether or not its window is active.
+/// The translucent background of a popover: a light or dark tint over the content behind the popover. "Stable" means that
+/// the background looks the same in active and inactive windows.
 ///
-/// No Linux desktop gives programs a blurred picture of the content behind their windows. Sharp content of any colour makes
-/// the texts hard to read, so the tint over another window's content is much more opaque than within a window of this
-/// program.
+/// On Linux desktops, programs cannot blur the content behind their windows, and sharp content makes texts hard to read. So
+/// the tint over other windows is much more opaque than the tint within a window of this program.
 struct StablePopoverMaterial {
     bool blendsWithinWindow = false;
 

@@ -9,12 +9,12 @@
 
 namespace kestrum {
 
-/// A row of a panel: a title at the leading edge and a value at the trailing edge, both in the font of the environment. In a
-/// narrow panel, the title is shortened, never the value.
+/// A row of a panel: a title at the leading edge and a value at the trailing edge. In a narrow panel, the title is
+/// shortened, never the value.
 struct ValueRow {
     QString title;
     QString value;
-    std::optional<QColor> colour = std::nullopt; ///< colour of a dot before the title, a graph's key
+    std::optional<QColor> colour = std::nullopt; ///< colour of a dot before the title; nothing for no dot
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;

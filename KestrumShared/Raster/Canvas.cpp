@@ -7,7 +7,7 @@
 namespace kestrum {
 namespace {
 
-// In points. A picture of a wider shape is not cached: such a shape is seldom drawn twice with the same length.
+// In points. Pictures of wider shapes are not cached, because such shapes are seldom drawn twice with the same length.
 constexpr double widestColumn = 16;
 
 } // namespace
@@ -78,7 +78,7 @@ void Canvas::strokeRoundedRect(const QRectF& rect, double radius, double lineWid
     const SpriteKey key { SpriteKey::Kind::frame, colour.rgba(),
         { thousandths(rect.width()), thousandths(rect.height()), thousandths(radius),
             thousandths(lineWidth) } };
-    // The margin is twice what the line needs, because the painter draws the line slightly wider than requested.
+    // A margin of half the line's width would be too small, because the painter draws lines slightly wider than requested.
     const QMarginsF reach(lineWidth, lineWidth, lineWidth, lineWidth);
     drawKept(key, rect.marginsAdded(reach), [&](Canvas& canvas) {
         canvas.m_painter.setPen(QPen(colour, lineWidth));
@@ -112,8 +112,8 @@ void Canvas::drawColumn(const QPointF& origin, QLatin1StringView letters, double
     QPainter& painter = inPoints();
     painter.setFont(font);
     painter.setPen(colour);
-    // The painter aligns the base lines of texts with whole pixels, except for scaled texts. Letters as small as these can
-    // be read only when aligned, so it is done here. The distance is rounded too, so that all letters are equally far apart.
+    // The painter does not align the base lines of scaled texts with whole pixels. They are aligned here, because otherwise
+    // letters of this size cannot be read. The distance is rounded too, so that all letters are equally far apart.
     const QTransform device = painter.deviceTransform();
     const bool hasPixels = device.type() <= QTransform::TxScale;
     if (hasPixels)
@@ -151,7 +151,7 @@ void Canvas::drawKept(const SpriteKey& key, const QRectF& rect, const std::funct
         return;
     }
     inPixels().drawKept(key, m_pixels->toDevice(turned(rect)), [&](QPainter& painter) {
-        // The painter already has the coordinates of this drawing.
+        // The painter's coordinates are already those of this drawing.
         Canvas canvas(painter, QPointF(0, 0), m_size, Painting::plain);
         draw(canvas);
     });

@@ -18,9 +18,9 @@
 
 namespace kestrum {
 
-/// A painter for a drawing whose origin is at the bottom left, with y upwards. Only this class converts to the painter's
-/// coordinates. Sizes are points. It uses the given painter and restores its state at the end. On devices with pixels,
-/// `PixelPainter` draws the shapes of meters, with the same look.
+/// A painter whose origin is at the bottom left, with y upwards. All sizes are in points. Only this class converts to the
+/// coordinates of the given painter, whose state is restored at the end. If possible, `PixelPainter` draws the shapes of
+/// meters, with the same look.
 class Canvas {
 public:
     /// Begins a drawing of `size` points whose top left corner is at `topLeft` in the painter's coordinates.
@@ -29,25 +29,25 @@ public:
     Canvas(const Canvas&) = delete;
     Canvas& operator=(const Canvas&) = delete;
 
-    /// A rectangle's x and y are its bottom left corner.
+    /// The x and y of a rectangle are the coordinates of its bottom left corner.
     void fillRect(const QRectF& rect, const QColor& colour);
     void fillRoundedRect(const QRectF& rect, double radius, const QColor& colour);
     void strokeRoundedRect(const QRectF& rect, double radius, double lineWidth, const QColor& colour);
-    /// Fills the area between `line`, which is two points or more from left to right, and the height `bottom`, which is not
-    /// above any point of `line`.
+    /// Fills the area below `line` down to the height `bottom`. `line` must have at least two vertices, from left to right;
+    /// no vertex may be below `bottom`.
     void fillBelow(const QPolygonF& line, double bottom, const QColor& colour);
-    /// Draws single letters below each other, the first on top, centred vertically around a line box with its bottom left
-    /// corner at `origin`. The distance of their base lines is `distance`, rounded to whole pixels. `shrink` scales the
-    /// font, because Qt's font sizes are whole pixels.
+    /// Draws letters below each other, the first on top. The column is vertically centred on a line box whose bottom left
+    /// corner is at `origin`. `distance` is the distance between two base lines; it is rounded to whole pixels. `shrink`
+    /// scales the font, because Qt's pixel sizes are integers.
     void drawColumn(const QPointF& origin, QLatin1StringView letters, double distance, const QFont& font,
         const QColor& colour, double shrink);
-    /// Draws `text` in a line box with its bottom left corner at `origin`.
+    /// Draws `text`. The bottom left corner of the text's line box is at `origin`.
     void drawText(
         const QPointF& origin, const QString& text, const MonospacedDigits& font, const QColor& colour);
-    /// Draws the image, in its own size in points, with its bottom left corner at `origin`.
+    /// Draws `image` in its size in points, with the bottom left corner at `origin`.
     void drawImage(const QPointF& origin, const QImage& image);
-    /// Calls `draw`, which draws within `rect`. The result may be cached under `key`; later calls with this key then draw
-    /// the cached picture.
+    /// Calls `draw`, which must draw within `rect`. If the result is cached under `key`, later calls with this key draw the
+    /// cached picture instead.
     void drawKept(const SpriteKey& key, const QRectF& rect, const std::function<void(Canvas&)>& draw);
 
 private:

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// The coverage of a pixel is its area below the line, computed exactly. The line is cut at the vertical edges of the pixels,
-// so that it consists of straight pieces within each column of pixels. The pixels of a column are in three zones, from the
-// bottom upwards: completely below the line, crossed by it, completely above it. Only crossed pixels need a computation.
-// Each piece covers pixels for its own share of the column's width, and the shares of a column's pieces are added.
+// The coverage of a pixel is the exact area of its part below the line. The line is cut at the vertical edges of pixels, so
+// each column of pixels contains straight pieces of the line. From the bottom upwards, a column has pixels completely below
+// the line, pixels that the line crosses, and pixels completely above the line. Only crossed pixels need a computation. If
+// a column contains several pieces, each of them spans a part of the column's width, and the areas below them are added.
 
 #include "KestrumShared/Raster/FilledCurve.h"
 
@@ -12,14 +12,14 @@
 namespace kestrum {
 namespace {
 
-// Rounds to 64ths of a pixel, as the painter does with outlines, to get the same look.
+// Rounds to 64ths of a pixel. The painter rounds outlines in the same way, so the result looks the same.
 double snapped(double pixels)
 {
     return std::floor(pixels * 64 + 0.5) / 64;
 }
 
-// The area within a pixel row, which is 1 high, below a line that rises with slope 1 from below the row to `height` above
-// the row's lower edge. The width of the area is not limited to one pixel.
+// The area below a line of slope 1 within a row of pixels, which is 1 high. The line starts below the row and ends at
+// `height`, measured from the row's lower edge. The width of the area is not limited to one pixel.
 double risenArea(double height)
 {
     if (height <= 0)
@@ -27,8 +27,8 @@ double risenArea(double height)
     return height < 1 ? height * height / 2 : height - 0.5;
 }
 
-// The average share of a pixel's height below a straight line from the height `low` to the height `high`. Both heights are
-// measured from the pixel's lower edge.
+// The average share of a pixel's height that is below a straight line. The line rises from `low` to `high`, measured from
+// the pixel's lower edge.
 double shareBelow(double low, double high)
 {
     if (high - low < 1e-6)
@@ -79,9 +79,9 @@ void FilledCurve::make(const QList<QPointF>& line, double bottom, const QColor& 
         writeColumn(column, coverColumn(column, segment), floorY - snapped(bottom));
 }
 
-// Computes the coverage of the pixel column whose left edge is `left`. Adds to `m_steps[row]` the coverage of the pixel in
-// that row, less the coverage of the pixel above. The search begins at `segment`, which is moved past segments that end
-// before the column.
+// Computes the coverage of the column of pixels whose left edge is `left`. For each row, the coverage of the row's pixel
+// minus the coverage of the pixel above is added to `m_steps[row]`. The search begins at the index `segment`. Segments that
+// end before the column are skipped, and `segment` is increased accordingly.
 FilledCurve::Column FilledCurve::coverColumn(double left, std::size_t& segment)
 {
     Column column { m_area.height(), 0, 0 };
@@ -138,7 +138,7 @@ void FilledCurve::writeColumn(int x, const Column& column, double floorGap)
     const QRgb solid = pixel(column.width);
     for (; row >= 0; --row, next += pitch)
         *next = solid;
-    // The lower edge of the area may be inside the lowest row.
+    // The lower edge of the area may be within the lowest row, which is then covered less.
     const double lowest = column.solidRows > 0 ? column.width : coverage;
     *(next - pitch) = pixel(lowest - column.width * floorGap);
 }

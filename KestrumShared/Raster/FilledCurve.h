@@ -11,12 +11,12 @@
 
 namespace kestrum {
 
-/// The area below a line, as a picture with smooth edges. The painter needs five times as long for such an area, and help
-/// from other threads if the colour is translucent. The memory is used again for the next curve.
+/// The area below a line, as a picture with smooth edges. QPainter would need five times as long and, for a translucent
+/// colour, other threads. The next curve uses the same memory.
 class FilledCurve {
 public:
-    /// Makes the picture of the area between `line`, which is two points or more from left to right, and `bottom`, which is
-    /// not above any point of `line`. Coordinates are pixels, y downwards.
+    /// Makes the picture of the area below `line` down to the y coordinate `bottom`. `line` must have at least two vertices,
+    /// from left to right; no vertex may be below `bottom`. Coordinates are pixels, y downwards.
     void make(const QList<QPointF>& line, double bottom, const QColor& colour);
 
     /// The device pixels that the picture covers. The picture is the upper left part of `image`, which may be larger.
@@ -31,7 +31,7 @@ private:
     struct Column {
         int solidRows; ///< number of rows, from the bottom, that are covered over all of `width`
         int rows;      ///< number of rows, from the bottom, that are covered at all
-        double width;  ///< the share of the column's width that the line spans
+        double width;  ///< share of the column's width between the line's ends; below 1 only at an end
     };
     void setColour(const QColor& colour);
     QRgb pixel(double coverage) const;

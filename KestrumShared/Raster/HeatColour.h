@@ -5,16 +5,15 @@
 
 namespace kestrum {
 
-/// The warning colours of temperatures in the readout of the sensors' item. All other texts of items have the label colour.
+/// The colours of temperatures in the readout of the sensors' item. All other texts of items have the label colour.
 namespace HeatColour {
 
-/// The lowest temperatures with a warning colour, in degrees Celsius. The footnote of the settings page shows these numbers
-/// too.
+/// The lowest temperatures of the two warning colours, in degrees Celsius. A footnote in the settings shows these numbers.
 inline constexpr double amberFrom = 85;
 inline constexpr double redFrom = 95;
 
-/// The colour of a temperature in degrees Celsius; the label colour below the warnings. To be readable on the strip's plate,
-/// the warning colours are dark on the light plate and pale on the dark one.
+/// The colour of a temperature in degrees Celsius; the label colour below `amberFrom`. The warning colours are dark on the
+/// light plate and pale on the dark plate, so that they are readable.
 inline QColor of(double celsius, ColourScheme scheme)
 {
     const bool isDark = scheme == ColourScheme::dark;

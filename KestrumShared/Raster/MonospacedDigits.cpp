@@ -10,7 +10,7 @@ namespace {
 
 constexpr QStringView digits = u"0123456789";
 
-/// Whether a character looks the same at every place of a left-to-right text, and does not change the direction.
+/// Whether a character looks the same everywhere in a left-to-right text, and does not change the text's direction.
 bool standsAlone(QChar character)
 {
     return character.direction() != QChar::DirR && character.direction() != QChar::DirAL
@@ -71,7 +71,7 @@ void MonospacedDigits::draw(
     for (const QChar character : text) {
         const Glyph& next = glyph(character);
         if (next.index == 0) {
-            // Qt draws the whole text, because it finds the character in other fonts.
+            // Qt draws the whole text: it arranges right-to-left letters, and takes missing characters from other fonts.
             painter.setFont(m_font);
             painter.drawText(origin, text);
             return;

@@ -10,20 +10,20 @@
 
 namespace kestrum {
 
-/// Draws texts in which all digits are as wide as the widest one, so that a changing number does not move. Qt 6.4 cannot
-/// select a font's tabular digits. For short texts of numbers and units. Qt itself draws a text that has right-to-left
-/// letters or characters that the font lacks, without equal widths.
+/// Draws short texts of numbers and units. All digits are as wide as the widest digit, so that a changing number does not
+/// move: Qt 6.4 cannot select a font's tabular digits. Qt itself draws texts with right-to-left letters or with characters
+/// that the font lacks; the widths are then not equal.
 class MonospacedDigits {
 public:
     explicit MonospacedDigits(const QFont& font);
 
     const QFont& font() const { return m_font; }
-    /// Measures of a line and of a text, in the units in which `draw` draws.
+    /// Measures of a line and of a text, in the painter's units.
     double lineHeight() const { return m_ascent + m_descent; }
     double descent() const { return m_descent; }
     double width(const QString& text) const;
 
-    /// Draws with the left end of the text's base line at `origin`.
+    /// Draws `text`. The left end of its base line is at `origin`.
     void draw(QPainter& painter, const QPointF& origin, const QString& text, const QColor& colour) const;
 
 private:

@@ -11,7 +11,7 @@ namespace kestrum {
 namespace {
 
 constexpr int grid = 64;
-// A finer grid, for drawings that appear in few places and so need not share pictures.
+// A finer grid for drawings that appear in few places. Such drawings need not share pictures.
 constexpr int fineGrid = 1024;
 
 bool keepsPictures = true;
@@ -81,8 +81,8 @@ void PixelPainter::begin()
     if (m_isBegun)
         return;
     m_isBegun = true;
-    // Cancels what the painter adds to its world transformation: the window's position in its backing store, or the device's
-    // pixel ratio.
+    // The painter adds other transformations to its world transformation: the window's position in its backing store and the
+    // device's pixel ratio. The inverse cancels all of them.
     m_painter.setWorldTransform(m_device.inverted() * m_points);
 }
 
@@ -150,22 +150,20 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
         return;
     }
     const auto picture = [&](int firstRow, int rows, int upperEdge, int lowerEdge) {
-        // The end is drawn completely and cut afterwards: the engine draws shapes that reach over an image's edge with
-        // coarser curves.
+        // The whole shape is drawn and cut afterwards: if a shape extends beyond the image, the engine draws coarser curves.
         const int row = pixelBelow(upperEdge);
         QImage image = transparent(QSize(columns, pixelAbove(lowerEdge) - row));
         QPainter painter(&image);
         painter.setRenderHint(QPainter::Antialiasing);
         painter.translate(-x, -row);
-        // Drawn in points, as without a cache: in pixels, the engine would draw slightly different curves.
+        // The shape is drawn in points, as without the cache, because the engine's curves would differ slightly in pixels.
         painter.scale(m_scale, m_scale);
         drawShape(painter, inPoints(left, upperEdge, right, lowerEdge), radius / m_scale, colour);
         painter.end();
         return image.copy(0, firstRow - row, columns, rows);
     };
 
-    // `cut` is the first row below the rounded upper end; `lastCut` is the row in which the rounding of the lower end
-    // begins.
+    // `cut` is the first row below the rounded upper end. `lastCut` is the row in which the rounded lower end begins.
     const int cut = pixelAbove(top + rounding);
     const int lastCut = pixelBelow(bottom - rounding);
     const int originX = x * grid;
@@ -178,8 +176,8 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
         m_painter.drawImage(QPointF(x, y), whole);
         return;
     }
-    // The bar consists of two pictures, with the upper and the lower end. The ends depend only on their position within a
-    // pixel, so that bars of all heights share the pictures.
+    // The bar is composed of two pictures, one for each end. The pictures depend only on the position within a pixel, so
+    // that bars of all heights share them.
     const SpriteKey topKey { SpriteKey::Kind::columnTop, colour.rgba(),
         { left - originX, right - originX, top - y * grid, rounding, 0, 0, 0 } };
     const QImage& upper = SpriteCache::shared().sprite(

@@ -13,20 +13,20 @@
 
 namespace kestrum {
 
-/// Draws the shapes of meters in the pixels of the painter's device, several times faster than the painter and with the same
-/// look. All coordinates are device pixels, y downwards. Between `begin` and `end`, nothing else may use the painter.
+/// Draws the shapes of meters several times faster than QPainter and with the same look. All coordinates are pixels of the
+/// painter's device, y downwards. Between `begin` and `end`, no other code may use the painter.
 ///
-/// Two things are slow in Qt's raster engine: making an anti-aliased outline, and filling it with a translucent colour, for
-/// which the engine even wakes other threads. So repeated shapes are cached as pictures. The filled curve, which never
-/// repeats, is computed here. The engine places outlines on 64ths of a pixel. The cached pictures use the same grid, so that
-/// the pixels are the same as the engine's and the number of pictures is limited.
+/// Qt's raster engine is slow in making an anti-aliased outline. It is also slow in filling an outline with a translucent
+/// colour: for this, it even wakes other threads. So repeated shapes are cached as pictures. The filled curve never repeats
+/// and is computed by `FilledCurve`. The engine rounds outlines to 64ths of a pixel. The cached pictures use the same grid,
+/// so their pixels equal the engine's, and the number of pictures is limited.
 class PixelPainter {
 public:
-    /// Whether this class can be used: the painter's engine must be the raster engine, and its coordinates must not be
-    /// rotated or mirrored, with one scale for both directions. Composition mode and opacity must be the defaults.
+    /// Whether this class can draw with `painter`. The painter must have the raster engine, the default composition mode and
+    /// opacity, and the same scale in both directions. It must be neither rotated nor mirrored.
     static bool canServe(const QPainter& painter);
 
-    /// False turns the cache off: the painter itself then draws the shapes, so that look and speed can be compared.
+    /// Turns the cache on or off, so that look and speed can be compared. While it is off, QPainter draws the shapes.
     static void setKeepsPictures(bool keeps);
 
     explicit PixelPainter(QPainter& painter);
@@ -40,15 +40,14 @@ public:
     void begin();
     void end();
 
-    /// Draws an upright bar with round ends of the given radius, 0 for a plain rectangle. The bar must be at least as high
-    /// as its ends.
+    /// Draws an upright bar with round ends of the given radius; 0 gives a rectangle. The bar must be at least as high as
+    /// its two ends.
     void fillColumn(const QRectF& rect, double radius, const QColor& colour);
-    /// Fills the area below `line` down to the height `bottom`. `line` has at least two vertices, ordered from left to right;
-    /// none of them is below `bottom`.
+    /// See `FilledCurve::make`.
     void fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour);
 
-    /// Draws the picture that is cached under `key`, within `rect`. If there is none, `draw` draws it, with a painter whose
-    /// coordinates are points. The scale and the position within a pixel are added to `key`.
+    /// Draws the picture that is cached under `key` into `rect`. If there is none, calls `draw` to make the picture, with a
+    /// painter in points. Adds the scale and the position within a pixel to `key`.
     void drawKept(SpriteKey key, const QRectF& rect, const std::function<void(QPainter&)>& draw);
 
 private:

@@ -6,8 +6,8 @@
 namespace kestrum {
 namespace {
 
-// Enough for all bars of a machine with many cores in two colours and for the frames of all items. It is less than a tenth
-// of the memory that the agent may use.
+// Enough for the bars of many cores in two colours and for the frames of all items, but less than a tenth of the memory that
+// the agent may use.
 constexpr qsizetype limitInBytes = qsizetype(2) << 20;
 // The memory that an image takes in addition to its pixels.
 constexpr qsizetype overheadInBytes = 256;
@@ -27,8 +27,7 @@ SpriteCache& SpriteCache::shared()
 
 const QImage& SpriteCache::keep(const SpriteKey& key, QImage image)
 {
-    // A copy is returned, because the cache may reject an image that is too large, or delete it when the next one is
-    // inserted.
+    // Returns a copy, because the cache may reject a large image, or delete it when the next image is inserted.
     m_latest = std::move(image);
     m_images.insert(key, new QImage(m_latest), m_latest.sizeInBytes() + overheadInBytes);
     return m_latest;

@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// The key of a cached picture: a kind, a colour, and all numbers on which its pixels depend.
+/// The key of a cached picture: a kind, a colour, and all numbers on which the picture's pixels depend.
 struct SpriteKey {
     enum class Kind : quint8 { column, columnTop, frame, letters };
     Kind kind;
@@ -29,7 +29,7 @@ class SpriteCache {
 public:
     static SpriteCache& shared();
 
-    /// The picture cached under `key`; `make()` creates it if there is none. Valid until the next call.
+    /// The picture cached under `key`; `make()` creates the picture if none is cached. Valid until the next call.
     template <class Make> const QImage& sprite(const SpriteKey& key, Make make)
     {
         if (const QImage* kept = m_images.object(key))

@@ -12,7 +12,7 @@
 
 namespace kestrum {
 
-/// The type of a default value in the catalogue. Texts are stored as literals, so that all keys can be constants.
+/// The type of a key's default value. For texts, the type is `const char*`, so that all keys can be constants.
 template <class T> struct KeyDefault {
     using Type = T;
 };
@@ -20,21 +20,20 @@ template <> struct KeyDefault<QString> {
     using Type = const char*;
 };
 
-/// A key with a factory default, which is the value of every read until another value is stored.
+/// A key with a factory default. Reads return the factory default until another value is stored.
 template <class T> struct Key {
     using Value = T;
     const char* name;
     typename KeyDefault<T>::Type factoryDefault;
 };
 
-/// A key without a factory default, because its absence has a meaning of its own.
+/// A key without a factory default: a missing value has its own meaning.
 template <class T> struct UnregisteredKey {
     using Value = T;
     const char* name;
 };
 
-/// The catalogue of all settings. Name, type and default of each key are defined only here, and the agent depends on all
-/// three.
+/// The catalogue of all settings, the only place that defines the names, types and defaults of keys.
 namespace Keys {
 
 inline constexpr Key<bool> agentEnabled { "agentEnabled", true };
@@ -47,7 +46,7 @@ inline constexpr Key<bool> showStorageItem { "showStorageItem", true };
 inline constexpr Key<bool> showSensorsItem { "showSensorsItem", true };
 inline constexpr Key<CPUReadout> cpuReadout { "cpuReadout", CPUReadout::temperature };
 inline constexpr Key<SensorsReadout> sensorsReadout { "sensorsReadout", SensorsReadout::power };
-/// From an earlier version. Gives the values of `memoryReadout` and `storageReadout` until these are stored.
+/// A key of an earlier version. Its value determines `memoryReadout` and `storageReadout` until these are stored.
 inline constexpr Key<bool> showMemoryPercent { "showMemoryPercent", true };
 inline constexpr Key<MeterStyle> meterStyle { "meterStyle", MeterStyle::bars };
 inline constexpr Key<MeterShape> meterShape { "meterShape", MeterShape::pill };
@@ -56,7 +55,7 @@ inline constexpr Key<QString> language { "language", AppLanguage::systemChoice }
 inline constexpr Key<Units::TemperatureChoice> temperatureUnit { "temperatureUnit",
     Units::TemperatureChoice::system };
 inline constexpr Key<MeterLabelStyle> meterLabelStyle { "meterLabelStyle", MeterLabelStyle::icons };
-/// From an earlier version: one accent for all items, and one for the performance cores.
+/// Two keys of an earlier version: the accent of all items, and the accent of the performance cores.
 inline constexpr Key<MeterAccent> accentChoice { "accentChoice", MeterAccent::Name::signal };
 inline constexpr Key<MeterAccent> performanceCoreAccent { "performanceCoreAccent",
     MeterAccent::Name::indigo };
@@ -64,7 +63,7 @@ inline constexpr Key<PopoverAppearance> popoverAppearance { "popoverAppearance",
 inline constexpr Key<PopoverBackground> popoverBackground { "popoverBackground",
     PopoverBackground::translucent };
 inline constexpr Key<bool> updatesCheckAutomatically { "updatesCheckAutomatically", true };
-/// Written by the agent only.
+/// Whether the agent can check for updates. Only the agent writes this value.
 inline constexpr Key<bool> updaterCanCheck { "updaterCanCheck", false };
 inline constexpr Key<bool> didUnregisterLegacyLoginItem { "didUnregisterLegacyLoginItem", false };
 
@@ -74,7 +73,7 @@ inline constexpr UnregisteredKey<MeterAccent> cpuAccent { "cpuAccent" };
 inline constexpr UnregisteredKey<MeterAccent> cpuFastCoreAccent { "cpuFastCoreAccent" };
 inline constexpr UnregisteredKey<MeterAccent> memoryAccent { "memoryAccent" };
 inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
-/// Version text of an update that the agent found; written by the agent only.
+/// The version text of an update that the agent has found. Only the agent writes this value.
 inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
 
 /// The names of keys, in the form that `UserDefaults::observe` takes.
@@ -83,7 +82,7 @@ template <class... K> QStringList names(const K&... keys)
     return { QString::fromLatin1(keys.name)... };
 }
 
-/// All keys with a factory default, for iteration. The default of a key that is missing here is not registered.
+/// All keys with a factory default. A key that is missing in this list has no registered default.
 inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInterval, showCPUItem,
     showMemoryItem, showStorageItem, showSensorsItem, cpuReadout, sensorsReadout, showMemoryPercent,
     meterStyle, meterShape, menuBarOrder, language, temperatureUnit, meterLabelStyle, accentChoice,

@@ -42,8 +42,7 @@ QList<MonitorSection> MeterSettings::merged(const QList<MonitorSection>& visible
             result.append(visible[next++]);
     }
     result.append(visible.mid(next));
-    // Missing sections are added in the order of the enumerators, not of `defaultMenuBarOrder`: such a section was neither
-    // stored nor visible, so it has no slot to keep.
+    // Adds the sections that are neither in `stored` nor in `visible`, in the order of the enumerators.
     for (const auto& entry : allCases<MonitorSection>())
         appendMissing(result, entry.value);
     return result;

@@ -12,29 +12,28 @@
 
 namespace kestrum {
 
-/// Rules for settings that depend on more than one key. They read the shared store as it is now, or the given snapshot.
+/// Settings that depend on more than one key. Functions without a snapshot as argument read the shared store.
 namespace MeterSettings {
 
-/// The order in which `order` adds missing sections. It differs from the factory default of `Keys::menuBarOrder`, which is
-/// the order in a new store.
+/// The order in which the function `order` adds missing sections. The order in a new store is another one: the factory
+/// default of `Keys::menuBarOrder`.
 inline constexpr MonitorSection defaultMenuBarOrder[]
     = { MonitorSection::sensors, MonitorSection::storage, MonitorSection::memory, MonitorSection::cpu };
 static_assert(std::size(defaultMenuBarOrder) == std::size(Enumeration<MonitorSection>::cases));
 
-/// The sections in `text`, separated by ",", followed by the missing ones. Unknown and repeated names are skipped; the
-/// result has each section exactly once.
+/// The sections whose names are in `text`, separated by ",", followed by the missing sections. Unknown and repeated names
+/// are skipped. The result contains each section exactly once.
 QList<MonitorSection> order(QStringView text);
 
 /// The stored order; missing sections are added as by `order`.
 QList<MonitorSection> storedOrder(const SettingsSnapshot& settings = SharedSettings::store().snapshot());
 
-/// `stored` with its shown sections replaced, slot by slot, by `visible`; hidden sections keep their slots.
-/// `visible` holds shown sections only.
+/// Replaces the shown sections in `stored`, one after the other, by the sections in `visible`. Hidden sections keep their
+/// places. `visible` must contain shown sections only.
 QList<MonitorSection> merged(const QList<MonitorSection>& visible, const QList<MonitorSection>& stored,
     const std::function<bool(MonitorSection)>& isShown);
 
-/// Merges `visible`, the visible sections in their new order, into the stored order, and stores the result. False when the
-/// save failed.
+/// Stores a new order of the visible sections; hidden sections keep their places, see `merged`. False when the save failed.
 bool setMenuBarOrder(const QList<MonitorSection>& visible);
 
 /// The key that shows or hides a section's item.
@@ -56,12 +55,12 @@ constexpr const Key<bool>& visibilityKey(MonitorSection section)
 /// Whether a section's item is shown: true unless the stored value is false.
 bool isShown(MonitorSection section, const SettingsSnapshot& settings = SharedSettings::store().snapshot());
 
-/// A readout whose key has no factory default: the stored value, else the value that follows from a setting of an earlier
-/// version.
+/// The stored readout of a key without a factory default. Without a valid stored value, `Keys::showMemoryPercent`
+/// determines the readout.
 template <class Readout>
 Readout readout(const UnregisteredKey<Readout>& key, const SettingsSnapshot& settings)
 {
-    // Only a boolean counts; any other value reads as false.
+    // A value that is not a boolean counts as false.
     const bool showedPercent = settings.boolean(Keys::showMemoryPercent.name).value_or(false);
     return SettingCoding<Readout>::read(settings, key.name)
         .value_or(showedPercent ? Readout::usage : Readout::off);
@@ -73,14 +72,14 @@ StorageReadout storageReadout();
 MeterAccent accent(const UnregisteredKey<MeterAccent>& key,
     const SettingsSnapshot& settings = SharedSettings::store().snapshot());
 
-/// For every accent key that is not stored, the accent from the global keys of an earlier version, in its stored form.
+/// The accents for the accent keys that are not stored, in stored form. They are taken from the two keys of an earlier
+/// version.
 QJsonObject missingAccents();
 
-/// Stores the `missingAccents`; the global keys stay. Called at every start, after the factory defaults are registered.
-/// False when the save failed.
+/// Stores the `missingAccents`. Called at every start, after the factory defaults are registered. False if the save failed.
 bool migrateAccents();
 
-/// The keys that determine which items a strip has, their order, and their look.
+/// The keys of all settings that determine the selection, the order and the look of a strip's items.
 QStringList itemKeys();
 
 } // namespace MeterSettings

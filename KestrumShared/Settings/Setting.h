@@ -12,8 +12,8 @@
 
 namespace kestrum {
 
-/// How values of type T are stored. `stored` gives the JSON value. `read` gives the value of a key in a store or snapshot,
-/// or nothing if it is absent, has another type, or is a text that is not understood.
+/// Converts values of type T to their stored form and back. `stored` returns the JSON value. `read` returns the value of a
+/// key in a store or snapshot; nothing if the value is absent, has another type, or is a text that is not understood.
 template <class T> struct SettingCoding;
 
 template <> struct SettingCoding<bool> {
@@ -49,7 +49,7 @@ template <StoredEnumeration E> struct SettingCoding<E> {
     }
 };
 
-/// The factory default of a catalogued key, as a value of its type.
+/// The factory default of `key`, as a value of type T.
 template <class T> T factoryDefault(const Key<T>& key)
 {
     if constexpr (std::is_same_v<T, QString>)
@@ -58,7 +58,7 @@ template <class T> T factoryDefault(const Key<T>& key)
         return key.factoryDefault;
 }
 
-/// The value of a catalogued key in `settings`; a value that is not understood reads as its default.
+/// The value of `key` in `settings`; the factory default if the value is absent or not understood.
 template <class T> T valueIn(const SettingsSnapshot& settings, const Key<T>& key)
 {
     return SettingCoding<T>::read(settings, key.name).value_or(factoryDefault(key));
@@ -67,14 +67,13 @@ template <class T> T valueIn(const SettingsSnapshot& settings, const Key<T>& key
 /// One setting of a store. It is small and can be copied freely; the store must outlive it.
 template <class T> class Setting {
 public:
-    /// A key with a factory default, which is the value when the stored one is not understood. The store is the shared one
-    /// by default.
+    /// A setting with a factory default, which is used if the stored value is not understood.
     explicit Setting(const Key<T>& key, UserDefaults& store = SharedSettings::store())
         : Setting(key.name, kestrum::factoryDefault(key), store)
     {
     }
 
-    /// A key without a factory default; `fallback` is the value when it is absent or not understood.
+    /// A setting without a factory default. `fallback` is used if the stored value is absent or not understood.
     Setting(const UnregisteredKey<T>& key, T fallback, UserDefaults& store = SharedSettings::store())
         : Setting(key.name, std::move(fallback), store)
     {
@@ -83,17 +82,17 @@ public:
     const char* key() const { return m_key; }
     UserDefaults& store() const { return *m_store; }
 
-    /// The value in effect; the default or fallback when it is absent or not understood.
+    /// The value in effect; the default or fallback if the stored value is absent or not understood.
     T value() const { return SettingCoding<T>::read(*m_store, m_key).value_or(m_fallback); }
 
-    /// The value in effect; nothing when it is absent or not understood.
+    /// The value in the store; nothing if it is absent or not understood.
     std::optional<T> recognised() const { return SettingCoding<T>::read(*m_store, m_key); }
 
-    /// Stores `value`; does not write if an equal value is stored. False when the save failed.
+    /// Stores `value`. Does not write if an equal value is stored. Returns false when the save failed.
     bool set(const T& value) const { return m_store->set(m_key, SettingCoding<T>::stored(value)); }
 
-    /// Calls `function(value)` each time the value differs from the last known one, until `owner` is destroyed. The first
-    /// known value is the present one, so a late notification of an earlier change does nothing.
+    /// Calls `function(value)` each time the value differs from the value at the last call, until `owner` is destroyed. The
+    /// first comparison is with the present value, so changes before `observe` have no effect.
     template <class Function> void observe(QObject* owner, Function function) const
     {
         m_store->observe({ QString::fromLatin1(m_key) }, owner,

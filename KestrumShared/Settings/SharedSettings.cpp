@@ -35,7 +35,7 @@ const QString& SharedSettings::suiteName()
 
 UserDefaults& SharedSettings::store()
 {
-    // Opened once and never closed, because views and handlers keep references until the process ends.
+    // The store is opened once and never closed, because views and handlers use it until the process ends.
     static UserDefaults* const store = [] {
         UserDefaults* suite = UserDefaults::withSuiteName(suiteName()).release();
         return suite ? suite : &UserDefaults::standard();

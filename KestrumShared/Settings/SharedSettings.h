@@ -12,27 +12,28 @@ namespace kestrum {
 /// The settings that the application and the agent share, and the signals between them.
 namespace SharedSettings {
 
-/// The name of the settings' domain: the environment variable "KESTRUM_SETTINGS_SUITE", unchanged, else the application
-/// group's name. Fixed at the first call.
+/// The name of the domain in which the settings are stored: the value of the environment variable
+/// "KESTRUM_SETTINGS_SUITE", else the name of the application group. Fixed at the first call.
 const QString& suiteName();
 
-/// The domain named `suiteName`; the process's own domain if that name is not valid. Lives until the process ends.
+/// The store of the domain `suiteName`, or of the process's own domain if this name is not valid. Lives until the process
+/// ends.
 UserDefaults& store();
 
-/// Why `store` is not the domain named `suiteName`, as a sentence that names the variable; empty if it is that domain.
-/// Programs should print it, because reads and writes do not report it.
+/// A sentence with the reason why `store` does not use the domain `suiteName`; empty if `store` uses this domain. Programs
+/// should print the sentence, because reads and writes do not fail.
 QString refusal();
 
 /// The factory defaults, to be registered at start-up.
 const QJsonObject& factoryDefaults();
 
-/// The signals between the programs. A case's name is the last part of the signal's full name.
+/// The signals between the programs.
 enum class Signal { settings, quitAgent, openSettings, checkForUpdates, updateAvailable, menuBarChanged };
 
-/// The signal's full name: the suite name, a full stop and the case's name.
+/// The signal's full name: `suiteName`, a full stop and the enumerator's name.
 QString name(Signal signal);
 
-/// Notifies every process that listens to the signal. Never fails, never blocks; any thread.
+/// Notifies every process that listens to the signal. Never fails and never blocks. Can be called on any thread.
 void post(Signal signal);
 
 } // namespace SharedSettings

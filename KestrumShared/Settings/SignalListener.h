@@ -10,7 +10,7 @@
 
 namespace kestrum {
 
-/// Owns registrations for signals, and cancels them in order when it is destroyed. Main thread only.
+/// Owns registrations for signals. The destructor cancels them in the order in which they were made. Main thread only.
 class SignalListener {
 public:
     SignalListener() = default;
@@ -22,8 +22,7 @@ public:
     SignalListener(const SignalListener&) = delete;
     SignalListener& operator=(const SignalListener&) = delete;
 
-    /// Runs `handler` on the main thread after each post of `signal`. A failed registration is ignored; `handler` then
-    /// never runs.
+    /// Runs `handler` on the main thread after each post of `signal`. If the registration fails, `handler` never runs.
     void listen(SharedSettings::Signal signal, std::function<void()> handler)
     {
         if (const auto token

@@ -31,9 +31,9 @@ QString developmentLanguage()
     return Bundle::main().developmentLocalization().value_or(QStringLiteral("en"));
 }
 
-// The code in `shipped` that fits `wanted` without ICU's matching, which is the usual case; empty if there is none. It is
-// `wanted` itself, or its language without the region if `shipped` has no other form of that language and both have the same
-// script. ICU's matching loads tables of all languages, which would slow every start down.
+// Finds `wanted` in `shipped` without ICU, whose matching loads tables of all languages and would slow every start down.
+// Returns `wanted`, or the language of `wanted` without the region if `shipped` has no other form of this language and both
+// codes have the same script. Otherwise empty: ICU's matching is then needed.
 QString plainMatch(const QStringList& shipped, const QString& wanted)
 {
     if (shipped.contains(wanted))
@@ -51,7 +51,7 @@ QString plainMatch(const QStringList& shipped, const QString& wanted)
     return language;
 }
 
-// The best match for `wanted` in `shipped`; empty when none is close.
+// The best match for the languages `wanted` in `shipped`; empty when no code is close.
 QString bestMatch(const QStringList& shipped, const QStringList& wanted)
 {
     if (const QString plain = plainMatch(shipped, wanted.constFirst()); !plain.isEmpty())
@@ -68,12 +68,11 @@ QString bestMatch(const QStringList& shipped, const QStringList& wanted)
     icu::Locale::RangeIterator<std::vector<icu::Locale>::const_iterator> iterator(
         desired.cbegin(), desired.cend());
     const auto result = matcher.getBestMatchResult(iterator, status);
-    // Only the index shows whether there was a match: without a match, the result's locale is the first one of the list.
+    // Without a match, the index is invalid, but the result's locale is the first one of the list. So the index is used.
     return U_SUCCESS(status) ? shipped.value(result.getSupportedIndex()) : QString();
 }
 
-// Matching is too slow for a page with many texts. It depends only on the two arguments, so the last result is cached with
-// them.
+// Like `bestMatch`, but caches the last result with its arguments: matching is too slow for a page with many texts.
 QString preferred(const QStringList& shipped, const QStringList& wanted)
 {
     struct Match {
@@ -95,15 +94,16 @@ QString ownName(const QString& code)
     UChar language[256];
     uloc_getDisplayLanguage(
         locale.getName(), locale.getName(), language, int32_t(std::size(language)), &status);
-    // The warning means that ICU has no own name: the result is only the code, or a name in the session's language.
+    // The warning means that ICU does not know the language's own name. The result is then the code, or a name in the
+    // session's language.
     if (status == U_USING_DEFAULT_WARNING)
         return code;
-    // Dialect names give "简体中文" instead of "中文（简体）".
+    // With dialect names, a name is "简体中文" instead of "中文（简体）".
     const std::unique_ptr<icu::LocaleDisplayNames> names(
         icu::LocaleDisplayNames::createInstance(locale, ULDN_DIALECT_NAMES));
     icu::UnicodeString name;
     names->localeDisplayName(locale, name);
-    // Capitals inside a name ("isiZulu") are not changed.
+    // Without the option, ICU would change capitals inside a name ("isiZulu").
     name.toTitle(nullptr, locale, U_TITLECASE_NO_LOWERCASE);
     return TextLocale::fromUnicode(name);
 }

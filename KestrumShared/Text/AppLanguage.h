@@ -10,8 +10,8 @@
 
 namespace kestrum {
 
-/// The interface language: the user's choice, and every display text in the language in effect. The key of a display text is
-/// its English form. Each call reads the choice again.
+/// The interface language, and all display texts in this language. The key of a display text is its English form. Each call
+/// reads the user's choice again.
 namespace AppLanguage {
 
 /// The user's choice: the environment variable "KESTRUM_LANGUAGE", else the stored choice, else "system".
@@ -20,7 +20,7 @@ QString choice();
 /// The code of the language in effect, such as "de".
 QString code();
 
-/// The code that was in effect when the process started; empty before `recordLaunchedCode`, which `main` calls.
+/// The code that was in effect when `main` called `recordLaunchedCode`; empty before.
 QString launchedCode();
 void recordLaunchedCode();
 
@@ -30,7 +30,7 @@ QString string(const QString& key);
 /// The translation of `key`, in which each "%@" is replaced by the next of `values`.
 QString string(const char* key, const QStringList& values);
 
-/// The language codes of the main bundle, its development language first.
+/// The codes of the languages in the main bundle, with the development language first.
 QStringList shipped();
 
 /// The session's languages, most preferred first; "en" if the session has none.
@@ -39,12 +39,12 @@ QStringList systemLanguages();
 /// Code and own name ("de", "Deutsch") of every shipped language, sorted by name.
 QList<std::pair<QString, QString>> available();
 
-/// Stores the chosen language as the first of "AppleLanguages" in the process's own settings, which decides the language of
-/// the toolkit's texts. Removes that key if the choice follows the session. Users' files contain the key, so its name cannot
-/// change.
+/// Stores the chosen language as the first entry of "AppleLanguages" in the process's own settings. This entry determines
+/// the language of the toolkit's texts. Removes the key "AppleLanguages" if the choice is "system". Users' files contain
+/// this key, so its name cannot change.
 void applyChoiceToProcessDefaults();
 
-/// Whether the language in effect differs from the one at the start of the process.
+/// Whether the language in effect differs from `launchedCode`.
 bool processIsStale();
 
 } // namespace AppLanguage

@@ -27,7 +27,7 @@ constexpr Unit units[] = {
     { icu::MeasureUnit::getPetabyte, 2 },
 };
 
-// Rounds halves to the even neighbour, as all formatted numbers are rounded.
+// Rounds halves to the even neighbour, like ICU's formatter.
 double rounded(double value, int decimals)
 {
     const double scale = std::pow(10.0, decimals);
@@ -47,8 +47,8 @@ QString ByteText::Style::format(qint64 bytes) const
     double unitBytes = 1;
     auto shown = double(bytes);
     size_t unit = 0;
-    // The rounded value selects the unit: 999,999 bytes are "1 MB", never "1000 kB". A negative count (how much less a
-    // volume has than before) is formatted like the positive one.
+    // The rounded value selects the unit: 999,999 bytes are "1 MB", never "1000 kB". Differences of counts may be negative;
+    // their unit is that of the absolute value.
     while (std::abs(shown) >= base && unit + 1 < std::size(units)) {
         ++unit;
         unitBytes *= base;

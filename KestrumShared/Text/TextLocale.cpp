@@ -16,8 +16,8 @@ namespace {
 
 using icu::DecimalFormatSymbols;
 
-// `locale` with the digits that Qt uses for that language and region. Versions of ICU differ in the digits of Arabic outside
-// its own regions, and short texts are formatted without ICU. With Qt's digits, all texts agree.
+// `locale` with the digits that Qt uses for `language` and `region`, so that all texts have the same digits. Short texts are
+// formatted without ICU, and versions of ICU differ in the digits of Arabic outside the Arabic regions.
 icu::Locale withToolkitsDigits(icu::Locale locale, const QString& language, const QString& region)
 {
     const QString zero = ToolkitTexts::locale(language, region).zeroDigit();
@@ -40,9 +40,9 @@ icu::Locale textLocale(const QString& language, const QString& region)
     return withToolkitsDigits(U_SUCCESS(status) ? withRegion : locale, language, region);
 }
 
-// The locale of most people in `region`. If ICU does not know their language, such as Samoan, it would silently use the
-// process's default locale, which has nothing to do with the region. Then this gives another locale of the region, else the
-// neutral one.
+// The locale of the most common language in `region`. ICU does not know every language: for Samoan, for example, ICU would
+// silently use the process's default locale, which has nothing to do with the region. In such a case, the result is another
+// locale of the region, or the neutral locale if there is none.
 icu::Locale localeUsedIn(const QByteArray& region)
 {
     UErrorCode status = U_ZERO_ERROR;
@@ -90,9 +90,8 @@ icu::number::LocalizedNumberFormatter TextLocale::formatter(
 
     UErrorCode status = U_ZERO_ERROR;
     DecimalFormatSymbols symbols(locale, status);
-    // If the language is spoken in the region, ICU knows the separators of both: French in Switzerland has other separators
-    // than German there. For all other pairs, such as German in the USA, ICU would use the language's separators, so they
-    // are replaced by the region's.
+    // ICU knows the separators for a language in the regions where it is spoken, such as French in Switzerland. For other
+    // pairs, such as German in the USA, ICU would use the language's separators. They are replaced by the region's.
     const icu::Locale known = symbols.getLocale(ULOC_VALID_LOCALE, status);
     if (U_SUCCESS(status) && region != QLatin1StringView(known.getCountry())) {
         const DecimalFormatSymbols regional(regionsOwnLocale(region, locale), status);

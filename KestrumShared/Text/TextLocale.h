@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// The locale of all displayed numbers. Words, digits and unit symbols follow the interface language; decimal and grouping
+/// Locales for displayed numbers. Words, digits and unit symbols follow the interface language. Decimal and grouping
 /// separators follow the user's region.
 namespace TextLocale {
 

@@ -14,13 +14,13 @@
 namespace kestrum {
 namespace {
 
-// ICU gives the same result for all regions, as a test checks. Asking ICU would load its tables at every start.
+// ICU is not used, because it would load its tables at every start. A test checks that ICU agrees for all regions.
 bool measuresInFahrenheit(const QString& region)
 {
     return region == QLatin1StringView("US") || region == QLatin1StringView("LR");
 }
 
-// Whether the formatted value has only digits: it is whole, not negative, and below a thousand.
+// Whether the formatted value has neither a sign nor separators: it is whole, not negative, and below a thousand.
 bool isOfDigitsOnly(double value, int fraction)
 {
     return fraction <= 0 && value >= 0 && value < 1000 && value == std::trunc(value);
@@ -58,7 +58,7 @@ QString Units::degrees(double celsius)
 
 QString Units::degrees(double celsius, TemperatureUnit unit)
 {
-    // The integer has no negative zero: -0.4 is "0°".
+    // Rounded to an integer, because an integer has no negative zero: -0.4 is shown as "0°".
     return QString::number(std::llround(shown(celsius, unit))) + QChar(u'°');
 }
 
@@ -67,9 +67,9 @@ QString Units::temperature(double celsius, int fraction)
     static constexpr int maximumFraction = 20;
     const TemperatureUnit shownUnit = temperatureUnit();
     const bool isFahrenheit = shownUnit == TemperatureUnit::fahrenheit;
-    // ICU's tables of numbers and units take a tenth of the window's memory, and the first page shows whole degrees only.
-    // For these, the program's own translations contain the unit; a test compares them with ICU. Canada is the only region
-    // that writes units in another way than other regions of its languages.
+    // Whole degrees are formatted without ICU: its tables would take a tenth of the application's memory, and the first page
+    // shows only whole degrees. The program's own translations contain the unit; a test compares them with ICU. Canada is
+    // left to ICU: only there, units are written in another way than in other regions with the same language.
     const QString region = GlobalDomain::numberRegion();
     const double value = shown(celsius, shownUnit);
     if (isOfDigitsOnly(value, fraction) && region != QLatin1StringView("CA")) {
@@ -85,7 +85,7 @@ QString Units::temperature(double celsius, int fraction)
               .precision(icu::number::Precision::fixedFraction(std::clamp(fraction, 0, maximumFraction)))
               .sign(UNUM_SIGN_NEGATIVE);
     UErrorCode status = U_ZERO_ERROR;
-    // Non-breaking spaces: no line break between a number and its unit, nor within a unit, as in Polish.
+    // Non-breaking spaces prevent line breaks between a number and its unit, and within units that contain spaces.
     return TextLocale::fromUnicode(TextLocale::formatter(AppLanguage::code(), region, settings)
                                        .formatDouble(value, status)
                                        .toString(status))

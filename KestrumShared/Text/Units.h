@@ -7,25 +7,25 @@
 
 namespace kestrum {
 
-/// Display texts of temperatures, which are given in degrees Celsius. Each call reads the choice, the language and the
-/// region again.
+/// Display texts of temperatures. All arguments are in degrees Celsius. Each call reads the choice of the unit, the language
+/// and the region again.
 namespace Units {
 
 enum class TemperatureUnit { celsius, fahrenheit };
 
-/// The stored choice; `system` when it is absent or not understood.
+/// The stored choice of the unit; `system` when it is absent or not understood.
 TemperatureChoice temperatureChoice();
 
-/// The unit for display: the chosen one or, for `system`, the usual one in the user's region.
+/// The unit for display: the chosen unit or, for `system`, the usual unit in the user's region.
 TemperatureUnit temperatureUnit();
 TemperatureUnit temperatureUnit(TemperatureChoice choice);
 
-/// The short text of the menu-bar items, such as "65°": the value in the displayed unit, rounded with halves away from zero,
-/// without a unit letter. `celsius` must be finite, and small enough for a 64-bit integer.
+/// A short text for menu-bar items, such as "65°", without the unit's letter. The value is converted to the displayed unit
+/// and rounded, halves away from zero. `celsius` must be finite, and small enough for a 64-bit integer.
 QString degrees(double celsius);
 QString degrees(double celsius, TemperatureUnit unit);
 
-/// The full text with unit symbol and exactly `fraction` decimals, such as "21.3°C".
+/// A text with the unit's symbol and exactly `fraction` decimals, such as "21.3°C".
 QString temperature(double celsius, int fraction);
 
 } // namespace Units

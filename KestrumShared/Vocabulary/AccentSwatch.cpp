@@ -10,7 +10,7 @@
 namespace kestrum {
 namespace {
 
-// The result is an opacity of a quarter: the painter truncates opacities to multiples of 1/256 and loses one of these.
+// The painter uses one 256th less than the requested opacity, so the result is an opacity of a quarter.
 constexpr double edgeOpacity = 65.0 / 256;
 
 QString decimalText(double number)
@@ -47,8 +47,8 @@ QImage AccentSwatch::drawn(const MeterAccent& accent, double size, double scale)
         painter.setPen(edge);
         painter.drawRoundedRect(QRectF(0.5, 0.5, size - 1, size - 1), 3, 3);
     };
-    // The edge is drawn opaque into an image, which is then painted over the fill with some opacity: drawing a translucent
-    // edge would wake other threads and wait for them.
+    // The edge is drawn opaque into its own image, and this image is painted over the fill with `edgeOpacity`. Drawing a
+    // translucent edge directly would wake other threads and wait for them.
     QImage edge = empty;
     {
         QPainter painter(&edge);

@@ -7,16 +7,16 @@
 
 namespace kestrum {
 
-/// One case of a stored enumeration: its value, its stored text, and its English display text, which is the key of its
-/// translation. The title is null if the case is never displayed by itself.
+/// One case of a stored enumeration: the enumerator, the stored text, and the English display text, which is the key of the
+/// translation. `title` is null if the case is never displayed by itself.
 template <class E> struct EnumerationCase {
     E value;
     const char* rawValue;
     const char* title;
 };
 
-/// The table of an enumeration's cases, in the order of pickers. Each enumeration has a specialisation with a `static
-/// constexpr EnumerationCase<E> cases[]`, or with cases of a derived type that has more members.
+/// The table of an enumeration's cases. Each stored enumeration has a specialisation with the member `static constexpr
+/// EnumerationCase<E> cases[]`. The type of the cases may also be derived from `EnumerationCase<E>`.
 template <class E> struct Enumeration;
 
 template <class E>
@@ -25,16 +25,16 @@ concept StoredEnumeration = requires
     Enumeration<E>::cases[0].rawValue;
 };
 
-/// Whether `value` is an enumerator. In `__PRETTY_FUNCTION__`, compilers write an enumerator as its name, and any other
-/// value as a number after a type in parentheses.
+/// Whether `value` is an enumerator. Compilers write enumerators by name in `__PRETTY_FUNCTION__`. Other values are written
+/// as a type in parentheses and a number.
 template <auto value> constexpr bool isEnumerator()
 {
     constexpr std::string_view text = __PRETTY_FUNCTION__;
     return text[text.rfind('=') + 2] != '(';
 }
 
-/// Whether the table of `E` has exactly one case for each enumerator, in the order of their declaration. If the last
-/// enumerators have no case, the table gives their number: `static constexpr int withoutCase`.
+/// Whether the table of `E` has exactly one case for each enumerator, in the order of declaration. The table may leave out
+/// the last enumerators if it has a member `static constexpr int withoutCase` with their number.
 template <StoredEnumeration E> constexpr bool hasAllCases()
 {
     int next = 0;
@@ -48,7 +48,7 @@ template <StoredEnumeration E> constexpr bool hasAllCases()
         return !isEnumerator<E(std::size(Enumeration<E>::cases))>();
 }
 
-/// All cases in their declared order.
+/// All cases in the order of the enumerators.
 template <StoredEnumeration E> constexpr const auto& allCases()
 {
     static_assert(hasAllCases<E>(), "an enumerator lacks its case, or stands elsewhere in the table");
@@ -71,7 +71,7 @@ template <StoredEnumeration E> QString rawValue(E value)
     return QString::fromLatin1(enumerationCase(value).rawValue);
 }
 
-/// The case whose stored text is exactly `text`; nothing for any other text.
+/// The enumerator whose stored text is `text`; nothing for any other text.
 template <StoredEnumeration E> std::optional<E> fromRawValue(QStringView text)
 {
     for (const auto& entry : allCases<E>()) {

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// `number` with `decimals` decimals, like C's "%f" in the C locale. Halves, such as 0.25 with one decimal, are rounded to
-/// the even digit; `QString::number` rounds them up.
+/// Formats `number` with `decimals` decimals, like "%f" of printf in the C locale. Halves are rounded to the even digit:
+/// 0.25 becomes "0.2" with one decimal. `QString::number` would round halves up.
 inline QString fixedText(double number, int decimals)
 {
     char text[512]; // the largest number has 309 digits

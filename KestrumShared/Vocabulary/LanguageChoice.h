@@ -3,7 +3,7 @@
 
 namespace kestrum::AppLanguage {
 
-/// The stored choice that stands for "follow the session's languages".
+/// The stored choice that means the session's languages.
 inline constexpr char systemChoice[] = "system";
 
 } // namespace kestrum::AppLanguage

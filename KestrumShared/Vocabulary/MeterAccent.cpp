@@ -28,7 +28,7 @@ template <> struct Enumeration<MeterAccent::Name> {
         { { Name::amber, "amber", "Amber" }, 0.90F, 0.68F, 0.26F },
         { { Name::graphite, "graphite", "Graphite" }, 0.64F, 0.66F, 0.70F },
     };
-    static constexpr int withoutCase = 1; // `custom` has no case: a custom colour is stored as its components
+    static constexpr int withoutCase = 1; // the enumerator `custom`: custom colours are stored as components
 };
 
 namespace {
@@ -42,7 +42,8 @@ double clamped(double component)
     return component <= 0 ? 0 : (component > 1 ? 1 : component);
 }
 
-/// The number in `text`, in the format of the C locale; a number that is too large is infinite. Nothing for any other text.
+/// The number that `text` contains, in the format of the C locale. A number that is too large gives infinity; a text that is
+/// not a number gives nothing.
 std::optional<double> parsedNumber(QStringView text)
 {
     static const locale_t plain = ::newlocale(LC_ALL_MASK, "C", nullptr);
@@ -63,8 +64,7 @@ double quantised(double component)
 
 MeterAccent MeterAccent::custom(const QColor& colour)
 {
-    // Extended RGB may have components outside of 0…1, which `clamped` limits; other colour models are converted to plain
-    // RGB.
+    // Colours in extended RGB are not converted: their components may be outside of 0…1, and `clamped` limits them.
     const QColor rgb = colour.spec() == QColor::ExtendedRgb ? colour : colour.convertTo(QColor::Rgb);
     if (!colour.isValid() || !rgb.isValid())
         return MeterAccent(Name::signal);
@@ -78,7 +78,7 @@ std::optional<MeterAccent> MeterAccent::fromRawValue(QStringView text)
     if (!text.startsWith(customPrefix))
         return std::nullopt;
 
-    // A piece that is not a number is skipped, so that an extra word between three valid numbers does no harm.
+    // Skips pieces that are not numbers, so that an extra word between three valid numbers does no harm.
     QList<double> numbers;
     for (const QStringView piece : text.mid(customPrefix.size()).split(QLatin1Char(','))) {
         if (const auto number = parsedNumber(piece))

@@ -8,13 +8,13 @@
 
 namespace kestrum {
 
-/// The colour of a meter: one of eight named colours, or a custom one with sRGB components. The stored text is the name, or
-/// "custom:srgb:" and three numbers with four decimals. Two accents are equal when their stored texts are.
+/// The colour of a meter: one of eight named colours or a custom colour. The stored text is the name, or "custom:srgb:" and
+/// the three sRGB components with four decimals. Two accents are equal if their stored texts are equal.
 class MeterAccent {
 public:
     enum class Name { signal, blue, indigo, purple, teal, pine, amber, graphite, custom };
 
-    /// The accent for a stored text that is not understood.
+    /// The accent that is used if a stored text is not understood.
     static constexpr Name fallback = Name::signal;
 
     constexpr MeterAccent() = default;
@@ -23,11 +23,11 @@ public:
     {
     }
 
-    /// The custom accent of a picked colour, converted to sRGB. Its components are clamped and rounded to four decimals, so
-    /// that the stored value equals the current one. A colour without an sRGB form gives `signal`.
+    /// The custom accent for `colour`, converted to sRGB. The components are clamped and rounded to four decimals, so that
+    /// storing the accent does not change it. A colour without an sRGB form gives `signal`.
     static MeterAccent custom(const QColor& colour);
 
-    /// The accent whose stored form is `text`; nothing when it is not understood. Components outside of 0…1 are clamped.
+    /// The accent whose stored text is `text`; nothing if `text` is not understood. Components outside of 0…1 are clamped.
     static std::optional<MeterAccent> fromRawValue(QStringView text);
 
     /// The eight named accents in the order of the pickers.

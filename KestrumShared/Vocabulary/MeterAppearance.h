@@ -5,18 +5,17 @@
 
 namespace kestrum {
 
-/// How the CPU item draws its meter.
+/// The form of the CPU item's meter.
 enum class MeterStyle { bars, wave, compact };
-/// Outline of the meters of all items.
+/// The outline of the meters of all items.
 enum class MeterShape { pill, square };
-/// The label of an item.
 enum class MeterLabelStyle { icons, letters };
-/// The value that each item shows as text. Every `off` is stored as "off" and displayed as "None".
+/// The values that the items can show as text. `off` is displayed as "None".
 enum class CPUReadout { off, usage, temperature, power };
 enum class MemoryReadout { off, usage, pressure, swap };
 enum class StorageReadout { off, usage, free };
 enum class SensorsReadout { off, power, hottest, gpu, fan };
-/// Colour scheme and background of the popovers.
+/// The colour scheme and the background of popovers.
 enum class PopoverAppearance { light, dark, system };
 enum class PopoverBackground { translucent, opaque };
 

@@ -5,7 +5,7 @@
 
 namespace kestrum {
 
-/// The four sections, each with a menu-bar item of its own. The raw value is the section's name in stored orders.
+/// The four sections. Each section has its own menu-bar item.
 enum class MonitorSection { cpu, memory, storage, sensors };
 
 template <> struct Enumeration<MonitorSection> {

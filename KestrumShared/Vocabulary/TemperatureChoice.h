@@ -7,7 +7,7 @@ namespace kestrum {
 
 namespace Units {
 
-/// The stored choice of the unit in which temperatures are shown; `system` stands for the usual unit in the user's region.
+/// The choice of the unit in which temperatures are shown; `system` means the usual unit in the user's region.
 enum class TemperatureChoice { system, celsius, fahrenheit };
 
 } // namespace Units

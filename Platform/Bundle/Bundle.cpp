@@ -11,14 +11,14 @@ namespace kestrum {
 struct Bundle::Content {
     QString path;
     PropertyList info;
-    // Read on first use.
+    // The two members below are filled on first use.
     std::optional<QStringList> localizations;
     QHash<QString, QHash<QString, QString>> tables;
 };
 
 namespace {
 
-// The list in a file; one without keys if there is no such file or, with a line in the log, if it cannot be read.
+// The property list in the file at `path`; empty if there is no such file or, with a logged warning, if it cannot be read.
 PropertyList readIfThere(const QString& path)
 {
     const auto list = QFileInfo::exists(path) ? PropertyList::fromFile(path) : PropertyList();
@@ -29,8 +29,8 @@ PropertyList readIfThere(const QString& path)
     return {};
 }
 
-// The kernel gives the executable's real path. So a link such as "bin/kestrum" leads into the bundle, and no application object
-// is needed. A bundle inside a bundle is found by its own executable.
+// Uses the executable's real path from the kernel. So a start through a link such as "bin/kestrum" finds the bundle, and no
+// application object is needed. For an executable in a nested bundle, the result is the nested bundle.
 Bundle bundleOfExecutable()
 {
     QDir folder = QFileInfo(QFile::symLinkTarget(QStringLiteral("/proc/self/exe"))).dir();
@@ -103,7 +103,7 @@ QStringList Bundle::localizations() const
     auto& localizations = m_content->localizations;
     if (!localizations) {
         static constexpr QLatin1StringView suffix(".lproj");
-        // No name filter is used, because it would load Qt's regular expressions at every start.
+        // A name filter would load Qt's regular expressions at every start, so the names are compared here.
         QStringList names;
         for (const QString& name : QDir(resourcePath()).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
             if (name.endsWith(suffix))
@@ -120,7 +120,7 @@ QString Bundle::localizedString(const QString& key, const QString& localization)
     auto table = m_content->tables.constFind(localization);
     if (table == m_content->tables.constEnd()) {
         QHash<QString, QString> texts;
-        // The name must be in the list: a name with a slash could lead out of the bundle.
+        // Unlisted names are rejected, because a name with a slash could lead out of the bundle.
         if (localizations().contains(localization)) {
             const PropertyList list = readIfThere(
                 QStringLiteral("%1/%2.lproj/Localizable.strings").arg(resourcePath(), localization));

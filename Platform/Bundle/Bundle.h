@@ -11,18 +11,18 @@
 
 namespace kestrum {
 
-/// A directory with a fixed layout, "Name.app/Contents/{Info.plist,MacOS,Resources}", that holds a program and its resources.
-/// Copies of a `Bundle` share what was read. The names in the layout must not change: agents of other copies and versions are
-/// found by their path, and "kestrumctl open" finds the program of any bundle by these names.
+/// A directory "Name.app" with a program and its resources. The layout is "Name.app/Contents/{Info.plist,MacOS,Resources}".
+/// Copies of a `Bundle` object share the content that was read. The names in the layout must not change: agents of other copies
+/// and versions are found by their paths, and "kestrumctl open" finds the program of a bundle by these names.
 class Bundle {
 public:
-    /// The bundle of the running executable. For a program outside of any bundle, the bundle is empty: its path is the
-    /// executable's directory, and it has no information and no resources.
+    /// Returns the bundle of the running executable. For an executable outside a bundle, the result has the executable's
+    /// directory as its path, but no information and no resources.
     static const Bundle& main();
-    /// Replaces `main`. For programs that are outside of a bundle but work on one.
+    /// Makes `main` return `bundle`. Used by programs that work on a bundle but are not stored in one.
     static void setMain(const Bundle& bundle);
 
-    /// The bundle at `path` (its ".app" directory). Check with `exists`.
+    /// `path` is the bundle's ".app" directory, which need not exist (see `exists`).
     explicit Bundle(const QString& path);
 
     bool exists() const;
@@ -31,15 +31,15 @@ public:
 
     /// The text of `key` in "Info.plist"; nothing if the key is missing or its value is not a text.
     std::optional<QString> infoText(const QString& key) const;
-    /// "CFBundleIdentifier"; empty if there is none.
+    /// The text of "CFBundleIdentifier"; empty if this key is missing.
     QString identifier() const;
-    /// "CFBundleDevelopmentRegion"; nothing if the bundle names none.
+    /// The text of "CFBundleDevelopmentRegion"; nothing if this key is missing.
     std::optional<QString> developmentLocalization() const;
-    /// Names of the "*.lproj" directories without ".lproj", in alphabetical order, including "Base".
+    /// The names of the "*.lproj" directories without the suffix ".lproj", in alphabetical order. "Base" is included.
     QStringList localizations() const;
 
     /// The text of `key` in "<localization>.lproj/Localizable.strings"; `key` itself if the directory, the table or the key is
-    /// missing. Tables are read once.
+    /// missing. Each table is read only once.
     QString localizedString(const QString& key, const QString& localization) const;
 
 private:

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-// Parses the decoded text in one pass, with one function per syntax element. Only containers recurse, up to a limit. An
-// incomplete list is useless, so an error moves to the end of the text, where every function returns.
+// Parses the decoded text in one pass, with one function per syntax element. Only lists and dictionaries recurse, up to a
+// limit. An error discards the result and moves the position to the end of the text, where every function returns.
 class PropertyListParser {
 public:
     explicit PropertyListParser(const QString& text)
@@ -28,7 +28,7 @@ public:
     }
 
 private:
-    // A strings table has no braces. The "=" after its first text identifies it. A blank file is an empty table.
+    // A strings table has no braces, and is recognized by the "=" after its first text. A blank file is an empty table.
     PropertyList topLevel()
     {
         skipBlanks();
@@ -62,7 +62,7 @@ private:
         return result;
     }
 
-    // Reads "key = value;" up to and including `closing`, or up to the end if `closing` is zero. The last ";" may be missing.
+    // Reads pairs "key = value;" up to and including `closing`, or to the end if `closing` is zero. The last ";" is optional.
     PropertyList members(char16_t closing)
     {
         PropertyList dictionary;
@@ -95,8 +95,8 @@ private:
 
     QString text() { return here() == u'"' ? quotedText() : word(); }
 
-    // A slash is part of a word, so paths need no quotes. So no comment can start directly after a word: the "//" in an address
-    // would otherwise silently cut the address in two.
+    // A word may contain slashes, so paths need no quotes. Therefore "//" directly after a word does not start a comment.
+    // Otherwise an address with "//" would silently lose its end.
     QString word()
     {
         const qsizetype start = m_position;
@@ -196,7 +196,7 @@ private:
         return here() == u'/' && m_position + 1 < m_text.size() && m_text.at(m_position + 1) == QChar(second);
     }
 
-    // Whether the container ends here. Skips blanks and the closing character.
+    // Skips blanks. If the container ends there, skips the closing character and returns true.
     bool takeEnd(char16_t closing)
     {
         skipBlanks();
@@ -233,7 +233,7 @@ private:
 
     void fail(const QString& what) { fail(what, m_position); }
 
-    // Only the first error counts.
+    // Only the first error is reported.
     void fail(const QString& what, qsizetype position)
     {
         const auto line = QStringView(m_text).left(position).count(u'\n') + 1;
@@ -243,7 +243,7 @@ private:
     }
 
     bool atEnd() const { return m_position >= m_text.size(); }
-    // The current character; zero at the end, which is never a valid character.
+    // The current character; zero at the end of the text. A zero within the text is never valid.
     char16_t here() const { return atEnd() ? u'\0' : m_text.at(m_position).unicode(); }
 
     static bool isWordCharacter(char16_t c)
@@ -268,13 +268,13 @@ Result<PropertyList> PropertyList::parsed(const QByteArray& content)
             lines.begin(), lines.end(), [](const QByteArray& line) { return !line.isValidUtf8(); });
         return Failure::withReason(QStringLiteral("line %1: not UTF-8").arg(bad - lines.begin() + 1));
     }
-    // The decoder drops a byte order mark.
+    // `fromUtf8` drops a byte order mark.
     return PropertyListParser(QString::fromUtf8(content)).document();
 }
 
 Result<PropertyList> PropertyList::fromFile(const QString& path)
 {
-    // Opening anything else, such as a pipe, could block for ever.
+    // Only regular files are opened, because opening a pipe could block for ever.
     if (!QFileInfo(path).isFile())
         return Failure::withReason(QStringLiteral("no such file"));
     QFile file(path);

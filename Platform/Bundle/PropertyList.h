@@ -11,20 +11,19 @@
 
 namespace kestrum {
 
-/// A property list in its classic text form: texts ("a", or a bare word), lists ( a, b ), dictionaries { a = b; }, and strings
-/// tables, which are dictionaries without braces. "Info.plist" and "Localizable.strings" have this form. Comments are /* … */
-/// and // ….
+/// A property list in the classic text form, as in "Info.plist" and "Localizable.strings": a text ("a", or a bare word), a list
+/// ( a, b ) or a dictionary { a = b; }. A strings table is a dictionary without braces. Comments are /* … */ and // ….
 class PropertyList {
 public:
     static constexpr qsizetype maximumBytes = 1024 * 1024;
     static constexpr int maximumDepth = 32;
-    /// No displayed text is longer, and the toolkit needs quadratic time to break a text into lines.
+    /// Longer than any displayed text. The toolkit's time for breaking a text into lines grows with the square of the length.
     static constexpr qsizetype maximumTextLength = 1024;
 
     enum class Type { text, list, dictionary };
 
-    /// Reads a file's whole content (UTF-8). Fails if the content is too large, or, with the line number, if it is malformed,
-    /// nested too deep or has too long a text.
+    /// Parses the whole content of a file (UTF-8). Fails if the content exceeds a maximum above or is malformed. The reason
+    /// names the line, except for a content of too many bytes.
     static Result<PropertyList> parsed(const QByteArray& content);
     static Result<PropertyList> fromFile(const QString& path);
 
@@ -32,7 +31,7 @@ public:
     /// The text; nothing for a list or a dictionary.
     std::optional<QString> text() const;
     QList<PropertyList> list() const { return m_list; }
-    /// The value of `key`; nothing if it is absent or this is not a dictionary.
+    /// The value of `key`; nothing if the key is missing or this property list is not a dictionary.
     std::optional<PropertyList> value(const QString& key) const;
     QStringList keys() const { return m_dictionary.keys(); }
 

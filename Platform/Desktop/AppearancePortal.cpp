@@ -23,8 +23,8 @@ constexpr QLatin1StringView motionKey("reduced-motion");
 constexpr QLatin1StringView gnomeGroup("org.gnome.desktop.interface");
 constexpr QLatin1StringView animationsKey("enable-animations");
 
-// Removes every layer of variants. `Read` returns a variant within a variant; the portal's signal and newer calls give
-// a single variant.
+// Removes all nested variants. The portal's method `Read` returns a variant inside a variant, but the portal's signal and
+// newer methods use a single variant.
 QVariant unwrapped(QVariant value)
 {
     while (value.metaType() == QMetaType::fromType<QDBusVariant>())
@@ -55,7 +55,7 @@ std::optional<bool> truthOf(const QVariant& value)
     return value.metaType() == QMetaType::fromType<bool>() ? std::optional(value.toBool()) : std::nullopt;
 }
 
-// The value is three sRGB components. If the desktop has no accent, they are outside of 0…1 and the result is nothing.
+// `value` holds three sRGB components. Components outside 0…1 mean that the desktop has no accent colour.
 std::optional<QColor> accentOf(const QVariant& value)
 {
     if (value.metaType() != QMetaType::fromType<QDBusArgument>())
@@ -89,7 +89,7 @@ void AppearancePortal::start(const QString& address)
 
 void AppearancePortal::follow()
 {
-    // The sender is left empty, because Qt would otherwise wait until the bus reports the owner of the service. A
+    // The service name is left empty: with a name, Qt would block until the bus reports the owner of the service. A
     // forged signal can change only colours and motion.
     DesktopBus::follow(portalConnection, { {}, portalPath, portalInterface },
         QStringLiteral("SettingChanged"), this, SLOT(settingChanged(QString, QString, QDBusVariant)));
@@ -104,7 +104,7 @@ void AppearancePortal::ask(QLatin1StringView group, QLatin1StringView key)
         = QDBusMessage::createMethodCall(portal, portalPath, portalInterface, QStringLiteral("Read"));
     read << group << key;
     DesktopBus::call(portalConnection, read, this, [this, key](const QDBusPendingReply<QDBusVariant>& reply) {
-        // An error is an answer too: there is no portal, or the portal does not know the key.
+        // An error means that there is no portal, or that the portal does not know the key.
         if (!reply.isError())
             adopt(key, reply.value().variant());
     });

@@ -12,9 +12,9 @@ class QDBusVariant;
 
 namespace kestrum {
 
-/// The desktop's colours and its wish for less motion, from the portal ("org.freedesktop.portal.Settings"). The main
-/// thread never waits for another process here: a worker joins the bus, and the calls to the portal, which may never
-/// answer, are asynchronous. Main thread only.
+/// Reads the desktop's colours and its preference for less motion from the portal ("org.freedesktop.portal.Settings").
+/// The main thread never waits for another process: a worker thread joins the bus, and calls to the portal are
+/// asynchronous, because the portal may never answer. Main thread only.
 class AppearancePortal : public QObject {
     Q_OBJECT
 public:
@@ -23,10 +23,10 @@ public:
     /// Joins the bus at `address`, asks for the settings and follows their changes. Does nothing when `address` is empty.
     void start(const QString& address);
 
-    /// Nothing until the desktop has answered, and nothing when the desktop has no preference.
+    /// `scheme` and `accent` return nothing until the portal answers, and if the desktop has no preference.
     std::optional<ColourScheme> scheme() const { return m_scheme; }
     std::optional<QColor> accent() const { return m_accent; }
-    /// Whether the desktop asks for less motion. The portal's key has precedence over GNOME's own key.
+    /// Whether the desktop asks for less motion. The portal's setting has precedence over GNOME's own setting.
     bool reducesMotion() const { return m_reducesMotion.value_or(!m_animates.value_or(true)); }
 
 Q_SIGNALS:
@@ -43,7 +43,7 @@ private:
     std::optional<ColourScheme> m_scheme;
     std::optional<QColor> m_accent;
     std::optional<bool> m_reducesMotion;
-    std::optional<bool> m_animates; ///< GNOME's own key, which is older than the portal's key
+    std::optional<bool> m_animates; ///< GNOME's own setting, which is older than the portal's
 };
 
 } // namespace kestrum

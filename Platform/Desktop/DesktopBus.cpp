@@ -24,10 +24,10 @@ namespace kestrum {
 namespace {
 
 constexpr char addressVariable[] = "DBUS_SESSION_BUS_ADDRESS";
-// An address of an unknown kind. With this address the bus library fails at once and tries no other address.
+// Means "no bus": the bus library does not know this kind of address, fails at once and tries no other address.
 constexpr QLatin1StringView noBus("disabled:");
 
-/// The addresses in `named`, without those that would start a bus and those that mean "no bus".
+/// Returns the addresses in `named` except those that would start a bus ("autolaunch:") or mean "no bus".
 QString runningOf(const QString& named)
 {
     QStringList running;
@@ -38,7 +38,7 @@ QString runningOf(const QString& named)
     return running.join(u';');
 }
 
-/// The address of the bus's usual socket; empty when there is no such socket of ours.
+/// The address of the bus's usual socket in the private runtime directory; empty if this user owns no such socket.
 QString socketAddress()
 {
     const auto directory = RuntimeDirectory::open(qEnvironmentVariable("XDG_RUNTIME_DIR"));
@@ -46,7 +46,7 @@ QString socketAddress()
     if (!directory || ::fstatat(directory->rootDescriptor(), "bus", &info, AT_SYMLINK_NOFOLLOW) != 0
         || !S_ISSOCK(info.st_mode) || info.st_uid != ::geteuid())
         return {};
-    // The path in such an address is percent-encoded.
+    // The path in a bus address is percent-encoded.
     return QStringLiteral("unix:path=")
         + QString::fromLatin1(
             QFile::encodeName(directory->rootPath() + QStringLiteral("/bus")).toPercentEncoding("/", "~"));
@@ -56,7 +56,7 @@ QString socketAddress()
 
 QString DesktopBus::address()
 {
-    // A bus may have started after we, or the program that started us, set the variable to "no bus".
+    // "No bus" may be out of date: a bus may have started since this process or its parent set the variable.
     const QString named = qEnvironmentVariable(addressVariable);
     return named.isEmpty() || named == noBus ? socketAddress() : runningOf(named);
 }
@@ -94,8 +94,8 @@ void DesktopBus::call(const QString& connection, const QDBusMessage& message, QO
 bool DesktopBus::follow(
     const QString& connection, const Source& source, const QString& name, QObject* receiver, const char* slot)
 {
-    // The library refuses slots with a parameter type that is not registered yet. It registers this type itself only
-    // when something else sends a value of the type.
+    // The bus library refuses a slot whose parameter type is not registered. The library itself registers `QDBusVariant`
+    // only when some other code sends such a value.
     qRegisterMetaType<QDBusVariant>();
     const bool isFollowed = QDBusConnection(connection)
                                 .connect(source.service, source.path, source.interface, name, receiver, slot);

@@ -47,7 +47,7 @@ void DesktopNotification::show(const Content& content)
     m_content = content;
     if (m_isJoining)
         return;
-    // The connection stays open, because some desktops remove the notifications of a program that has left the bus.
+    // The connection stays open, because some desktops remove the notifications of a program that left the bus.
     if (QDBusConnection(notificationConnection).isConnected())
         askWhatIsShown();
     else
@@ -70,7 +70,7 @@ void DesktopNotification::join()
             tellThatNothingIsShown(QStringLiteral("the session bus does not answer"));
             return;
         }
-        // The sender is left empty, because Qt would otherwise wait for the bus. A forged signal can do no more than a
+        // The service name is left empty: with a name, Qt would wait for the bus. A forged signal can do no more than a
         // press of the button.
         const DesktopBus::Source source { {}, notificationsPath, notifications };
         DesktopBus::follow(notificationConnection, source, QStringLiteral("ActionInvoked"), this,
@@ -81,8 +81,8 @@ void DesktopNotification::join()
     });
 }
 
-/// Asks for the desktop's capabilities, then sends the content. Not every desktop shows buttons, and some desktops read
-/// the text below the heading as markup.
+/// Asks for the desktop's capabilities, then sends the notification. Not every desktop shows buttons, and some desktops
+/// parse the text below the heading as markup.
 void DesktopNotification::askWhatIsShown()
 {
     const auto answered = [this](const QDBusPendingReply<QStringList>& reply) {
@@ -100,7 +100,7 @@ void DesktopNotification::send(bool hasButtons, bool readsMarkup)
     const bool hasButton = hasButtons && !m_content.button.isEmpty();
     const QString text
         = hasButton || m_content.button.isEmpty() ? m_content.text : m_content.textWithoutButton;
-    // A click beside the button counts as a press of the button.
+    // A click on the notification itself counts as a press of its button.
     const QStringList actions = hasButton ? QStringList { QStringLiteral("default"), m_content.button,
         QStringLiteral("button"), m_content.button }
                                           : QStringList();

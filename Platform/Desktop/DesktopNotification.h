@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// A notification that the desktop shows ("org.freedesktop.Notifications"). All calls are asynchronous. Main thread only;
-/// one object per process.
+/// A notification that the desktop shows ("org.freedesktop.Notifications"). Calls to the desktop are asynchronous. Main
+/// thread only; one object per process.
 class DesktopNotification final : public QObject {
     Q_OBJECT
 public:
@@ -17,18 +17,18 @@ public:
         QString heading;
         QString text; ///< below the heading
         QString button;
-        QString textWithoutButton; ///< in place of `text` where the desktop shows no buttons
+        QString textWithoutButton; ///< replaces `text` if the desktop shows no buttons
     };
 
     using QObject::QObject;
     ~DesktopNotification() override;
 
-    /// Shows `content` in place of the last content. Where the desktop has no session bus or no notifications, nothing is
-    /// shown, and a line in the log says so.
+    /// Shows `content` in place of the previous notification. Without a session bus or a notification service, nothing is
+    /// shown and the reason is logged.
     void show(const Content& content);
 
 Q_SIGNALS:
-    /// The button was pressed. `activationToken` is the desktop's token for the window that we open then; it may be empty.
+    /// The button was pressed. `activationToken` is the desktop's token for a window that opens then; it may be empty.
     void pressed(const QByteArray& activationToken);
 
 private Q_SLOTS:
@@ -41,7 +41,7 @@ private:
     void send(bool hasButtons, bool readsMarkup);
 
     Content m_content;
-    quint32 m_shown = 0; ///< the desktop's number of the shown notification; 0 for none
+    quint32 m_shown = 0; ///< the desktop's id of the shown notification; 0 if there is none
     QByteArray m_token;  ///< the activation token for the next press of the button
     bool m_isJoining = false;
 };

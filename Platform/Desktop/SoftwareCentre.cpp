@@ -24,7 +24,7 @@ constexpr qsizetype longestList = 4 * 1024 * 1024;
 constexpr QLatin1StringView busConnection("kestrum-software");
 constexpr QLatin1StringView packageKit("org.freedesktop.PackageKit");
 
-/// Whether an installed program opens "appstream:" addresses, according to the desktops' lists of programs.
+/// Whether an installed program opens "appstream:" addresses, according to the desktop's "mimeinfo.cache" files.
 bool isAddressOpened()
 {
     const QStringList lists
@@ -39,7 +39,7 @@ bool isAddressOpened()
                 continue;
             const QByteArrayList programs = line.mid(line.indexOf('=') + 1).trimmed().split(';');
             for (const QByteArray& program : programs) {
-                // The list may be out of date and name a program that is not installed.
+                // A list may be out of date and name a program that is not installed.
                 if (!program.isEmpty()
                     && !QStandardPaths::locate(
                         QStandardPaths::ApplicationsLocation, QFile::decodeName(program))
@@ -51,7 +51,7 @@ bool isAddressOpened()
     return false;
 }
 
-/// Whether software centres know the component. They know it when its package has installed the file that describes it.
+/// Whether software centres know `component`. They need its description, a file that the component's package installs.
 bool isDescribed(const QString& component)
 {
     return !QStandardPaths::locate(
@@ -108,7 +108,7 @@ void SoftwareCentre::settle(Way way, const std::function<void()>& looked)
     looked();
 }
 
-/// Asks the bus whether the service runs, or whether a call would start it.
+/// Asks the bus whether the PackageKit service is running, or else whether a call would start the service.
 void SoftwareCentre::askBus(const std::function<void()>& looked)
 {
     const auto ask = [this](const char* method, std::function<void(bool)> answered) {
@@ -160,11 +160,11 @@ void SoftwareCentre::askPackageKit()
     QDBusMessage call
         = QDBusMessage::createMethodCall(packageKit, QStringLiteral("/org/freedesktop/PackageKit"),
             packageKit + QStringLiteral(".Modify2"), QStringLiteral("InstallPackageNames"));
-    // The empty second argument stands for all the dialogs that the service usually shows.
+    // The empty second argument asks for all the dialogs that the service usually shows.
     call << QStringList(m_package) << QString() << m_component << QVariantMap();
     DesktopBus::call(busConnection, call, this, [this](const QDBusPendingReply<>& reply) {
-        // The service answers when the user is done, and reports its own errors to the user. Only an error of the bus
-        // means that there is no service. The exception is NoReply: no answer has come yet.
+        // The service answers only when the user is done, and shows its own errors to the user. So only a bus error means
+        // that there is no service. The bus error NoReply is an exception: it only means that there is no answer yet.
         const bool isOfBus
             = reply.error().name().startsWith(QLatin1StringView("org.freedesktop.DBus.Error."));
         if (reply.isError() && isOfBus && reply.error().type() != QDBusError::NoReply)

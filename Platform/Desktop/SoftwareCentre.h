@@ -9,23 +9,23 @@
 
 namespace kestrum {
 
-/// Opens the desktop's own program for installing software at one package. Most of these programs open "appstream:"
-/// addresses. If no installed program opens them, the PackageKit service of the session is asked. No function
+/// Shows one package in the desktop's own program for installing software (the software centre). Most such programs open
+/// "appstream:" addresses. If no installed program opens them, the session's PackageKit service is asked. No function
 /// waits for an answer from the bus. Main thread only.
 class SoftwareCentre final : public QObject {
     Q_OBJECT
 public:
-    /// `component` is the AppStream id of the contents of the Debian package `package`.
+    /// `component` is the AppStream id of the software in the Debian package `package`.
     SoftwareCentre(const QString& component, const QString& package, QObject* parent = nullptr);
     ~SoftwareCentre() override;
 
-    /// Searches for a program or service on this desktop, then calls `looked`, perhaps before `look` returns. The
-    /// result can change while we run.
+    /// Searches for a software centre or the PackageKit service, then calls `looked`, perhaps before `look` returns. The
+    /// result can change while this process runs.
     void look(const std::function<void()>& looked);
-    /// Whether the last search found a program or service.
+    /// Whether the last search found a software centre or the service.
     bool isThere() const { return m_way != Way::none; }
 
-    /// Opens the program with the desktop's activation token, which may be empty. `failed` is emitted if opening fails.
+    /// Opens the software centre or service that was found. `activationToken` may be empty. Emits `failed` on an error.
     void open(const QByteArray& activationToken);
 
 Q_SIGNALS:

@@ -40,8 +40,8 @@ StatusIcons::~StatusIcons()
 void StatusIcons::follow()
 {
     QDBusConnection bus(iconsConnection);
-    // The sender is left empty, because Qt would otherwise wait until the bus reports the owner of the service. The
-    // signals only make us ask again.
+    // The service name is left empty: with a name, Qt would block until the bus reports the owner of the service. A
+    // forged signal is harmless, because each signal only leads to another call of `ask`.
     const bool isFollowed = bus.connect(QString(), QStringLiteral("/org/freedesktop/DBus"),
                                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
                                 { listService }, QString(), this, SLOT(ask()))
@@ -59,10 +59,9 @@ void StatusIcons::ask()
     QDBusMessage call = QDBusMessage::createMethodCall(
         listService, listPath, QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
     call << listService << QStringLiteral("IsStatusNotifierHostRegistered");
-    // The call must not start the service.
     call.setAutoStartService(false);
     DesktopBus::call(iconsConnection, call, this, [this](const QDBusPendingReply<QDBusVariant>& reply) {
-        // An error is an answer too: no service holds a list now.
+        // An error means that no service holds a list of icons now.
         if (!reply.isError() && reply.value().variant().toBool())
             Q_EMIT shown();
     });

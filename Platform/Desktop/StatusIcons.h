@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// The desktop's status icons. A service on the session bus holds the list of the icons, and the panels that show the
-/// icons register with this service. Main thread only.
+/// Reports when a panel of the desktop shows status icons. A service on the session bus holds the list of the icons, and
+/// the panels that show them register with this service. Main thread only.
 class StatusIcons final : public QObject {
     Q_OBJECT
 public:
@@ -14,7 +14,7 @@ public:
     explicit StatusIcons(QObject* parent = nullptr);
     ~StatusIcons() override;
 
-    /// Whether this desktop's bar with the icons is black even when the colour scheme of the windows is light.
+    /// Whether this desktop shows the icons on a black bar even if its colour scheme is light.
     static bool areOnBlack();
 
 Q_SIGNALS:

@@ -10,8 +10,8 @@
 namespace kestrum {
 namespace {
 
-// At this point size one unit of a symbol is one point. All symbols are drawn on a field 14 units high. A line of 12-point
-// text is about 14 points high, and an even height lies on whole pixels when it is centred in the 22 points of an item.
+// The font size, in points, at which one unit of a symbol is one point. All symbols are 14 units high, about the height
+// of a line of 12-point text. Because 14 is even, a symbol that is centred in an item of 22 points lies on whole pixels.
 constexpr double unitPointSize = 12;
 
 std::unique_ptr<QSvgRenderer> symbol(const QString& name)
@@ -20,14 +20,14 @@ std::unique_ptr<QSvgRenderer> symbol(const QString& name)
     if (!QFile::exists(path))
         return nullptr;
     auto renderer = std::make_unique<QSvgRenderer>(path);
-    // Rounding changes the proportions of the size a little, and the drawing must not be stretched.
+    // `sizeOf` rounds width and height, so their ratio changes a little. The drawing must not be stretched.
     renderer->setAspectRatioMode(Qt::KeepAspectRatio);
     return renderer;
 }
 
 QSizeF sizeOf(const QSvgRenderer& symbol, double pointSize)
 {
-    // Rounded to half points, so that an edge lies on a whole pixel at scale 2.
+    // Sizes are rounded to half points, which are whole pixels at scale 2.
     const auto halves = [&](double units) { return std::round(units * pointSize / unitPointSize * 2) / 2; };
     const QSizeF field = symbol.viewBoxF().size();
     return QSizeF(halves(field.width()), halves(field.height()));

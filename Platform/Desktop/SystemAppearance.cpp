@@ -13,7 +13,7 @@
 namespace kestrum {
 namespace {
 
-// The portal is asked after the first frame, because the first frame must not wait for it.
+// The portal is asked only after this delay, because asking must not delay the first frame.
 constexpr std::chrono::milliseconds delayBeforeAsking { 100 };
 
 ColourScheme schemeOf(const QPalette& palette)
@@ -60,8 +60,8 @@ void SystemAppearance::adopt()
         become(m_portal->scheme().value_or(schemeOf(QGuiApplication::palette())), m_portal->accent());
 }
 
-// `changed` is emitted only for a real difference: an application that restyles itself on `changed` also changes its
-// palette, and that calls this function again.
+// `changed` is emitted only for a real difference. An application that restyles itself on `changed` also changes its
+// palette, and a palette change calls this function again.
 void SystemAppearance::become(ColourScheme scheme, const std::optional<QColor>& accent)
 {
     if (scheme == m_scheme && accent == m_accent)

@@ -11,8 +11,8 @@ enum class ColourScheme { light, dark };
 
 class AppearancePortal;
 
-/// The desktop's light or dark scheme and its accent colour. The first values come from the application's palette, so that
-/// nothing waits at start-up. `changed` follows when the desktop portal answers. One per process, main thread only.
+/// The desktop's light or dark scheme and its accent colour. At start-up the scheme comes from the application's palette.
+/// `changed` is emitted when the desktop portal's later answer differs. One object per process, main thread only.
 class SystemAppearance : public QObject {
     Q_OBJECT
 public:
@@ -20,7 +20,7 @@ public:
 
     ColourScheme scheme() const { return m_scheme; }
 
-    /// Nothing where the desktop has no accent colour.
+    /// The accent colour; nothing if the desktop has none or the desktop portal has not answered yet.
     const std::optional<QColor>& accent() const { return m_accent; }
 
     /// Whether animations should be left out.

@@ -15,8 +15,8 @@ constexpr char runtimeVariable[] = "XDG_RUNTIME_DIR";
 
 QtMessageHandler formerHandler = nullptr;
 
-// Drops the toolkit's messages about the runtime directory. We report its problems ourselves, and only when one of our
-// features needs the directory.
+// Drops the toolkit's messages about the runtime directory. This process logs problems of the directory itself, and only
+// when a feature needs the directory.
 void passOn(QtMsgType type, const QMessageLogContext& context, const QString& message)
 {
     if (formerHandler && !message.startsWith(QLatin1StringView("QStandardPaths: ")))
@@ -46,11 +46,11 @@ ToolkitStart::ToolkitStart()
     : m_temporaryDirectory("TMPDIR")
 {
     DesktopBus::nameToToolkit();
-    // The toolkit's own listener for changes of the desktop's fonts starts with the application object. The bus library
-    // refuses this listener unless the type is registered.
+    // The application object starts the toolkit's own listener for changes of the desktop's fonts. The bus library
+    // refuses this listener unless `QDBusVariant` is registered.
     qRegisterMetaType<QDBusVariant>();
-    // The toolkit would create a missing runtime directory. An existing directory stays in the variable, because the
-    // display's socket may be in it.
+    // The toolkit would create a missing runtime directory. An existing directory must stay in the variable, because it
+    // may contain the display's socket.
     struct stat info { };
     const QByteArray named = qgetenv(runtimeVariable);
     if (!named.isEmpty() && ::stat(named.constData(), &info) != 0)

@@ -6,10 +6,10 @@
 
 namespace kestrum {
 
-/// Protects the creation of the application object: create this object right before, and destroy it right after that
-/// creation. If the session has no bus or no private runtime directory, the toolkit would start a bus or create a
-/// directory in a shared place, and leave it behind. The value that means "no bus" stays in our environment, for the
-/// programs that we start.
+/// Prevents side effects of creating the application object: in a session without a bus or a private runtime directory,
+/// the toolkit would start a bus or create a directory in a shared place, and not remove them. Create this object right
+/// before the application object, and destroy it right after the application object is created. The value that means "no
+/// bus" stays in the environment of this process, for the programs that it starts.
 class ToolkitStart {
 public:
     ToolkitStart();

@@ -30,7 +30,7 @@ void ToolkitTexts::install()
     static QPointer<QTranslator> installed;
     delete installed;
     installed = new QTranslator(QCoreApplication::instance());
-    // The session's region is not used here: with it, Brazilian Portuguese in Switzerland would find no translation.
+    // The language is used without the session's region: there is no translation for Brazilian Portuguese in Switzerland.
     if (installed->load(QLocale(language), QStringLiteral("qtbase"), QStringLiteral("_"),
             QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
         QCoreApplication::installTranslator(installed);
@@ -46,7 +46,7 @@ QLocale ToolkitTexts::locale(const QString& code, const QString& region)
     const QLocale language(code);
     if (region.isEmpty())
         return language;
-    // The region replaces the region in the language's code, which a code such as that of Brazilian Portuguese has.
+    // `region` replaces a region in `code`, such as "BR" in "pt-BR".
     return QLocale(language.language(), language.script(), QLocale::codeToTerritory(region));
 }
 

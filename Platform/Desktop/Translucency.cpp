@@ -10,11 +10,11 @@ namespace kestrum {
 
 bool isTranslucencyShown()
 {
-    // Other platforms offer an interface for X11 too, but without a connection.
+    // On other platforms, `QX11Application` may exist, but has no connection.
     if (QGuiApplication::platformName() != QLatin1StringView("xcb"))
         return true;
     xcb_connection_t* server = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
-    // The compositing manager of the first X screen owns this selection. Hardly any server has a second X screen.
+    // The compositing manager of X screen 0 owns this selection. Hardly any server has another X screen.
     const auto cookie = xcb_get_selection_owner(server, xcbAtom(server, "_NET_WM_CM_S0"));
     const XcbReply<xcb_get_selection_owner_reply_t> owner(
         xcb_get_selection_owner_reply(server, cookie, nullptr));

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// On X11 the request to the window manager contains the time of the user's click or key press. The window manager compares
-// this time with the time of the user's last action. The toolkit would send the time of the last event that it received,
-// which is too old in a window that is not in use. We send the request as a panel would; window managers treat such a
-// request as the user's own. On Wayland the toolkit implements the protocol and reads the token from the environment.
+// On X11 the request for the focus contains the time of the user's click or key press, which the window manager compares
+// with the user's last action. The toolkit would send the time of the last event that this process received, which is too
+// old if the window is not in use. So this file sends the request as a panel would; window managers treat it as the
+// user's own. On Wayland the toolkit implements the protocol and reads the token from the environment.
 
 #include "Platform/Desktop/WindowActivation.h"
 

@@ -17,9 +17,9 @@ namespace kestrum {
 namespace {
 
 constexpr std::chrono::milliseconds delayOfNotice { 50 };
-constexpr uint32_t mostNumbers = 4096; ///< the most numbers that are read of one property
+constexpr uint32_t mostNumbers = 4096; ///< the maximum that is read from one property
 
-/// The numbers of a property; none if the window has no such property or no longer exists.
+/// The numbers of a requested property; empty if the window has no such property or no longer exists.
 QList<qint32> numbersOf(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
 {
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(connection, cookie, nullptr));
@@ -34,15 +34,14 @@ xcb_get_property_cookie_t ask(xcb_connection_t* connection, quint32 window, quin
     return xcb_get_property(connection, 0, window, property, XCB_ATOM_ANY, 0, mostNumbers);
 }
 
-/// Cuts `number` to the range of a display's coordinates, because any program can write any number.
+/// Limits `number` to the range of display coordinates, because a program may write any number into a property.
 int coordinate(qint32 number)
 {
     return std::clamp(number, 0, 0x7fff);
 }
 
-/// Appends the struts in `numbers`. The first four numbers are the depths at the left, right, top and bottom edge. If there
-/// are more numbers, they are the first and the last pixel along each edge. Without such a range, a strut takes the whole
-/// edge.
+/// Appends the struts in `numbers`. The first four numbers are the depths at the left, right, top and bottom edge.
+/// Further numbers are pairs: the first and last pixel along each edge. Without a valid pair, the whole edge is taken.
 void append(QList<X11Struts::Strut>& struts, const QList<qint32>& numbers, QSize display)
 {
     constexpr std::array edges { Qt::LeftEdge, Qt::RightEdge, Qt::TopEdge, Qt::BottomEdge };
@@ -94,7 +93,7 @@ QRect X11Struts::rest(const QRect& screen, const QList<Strut>& struts)
 X11Struts::X11Struts(const QWindow& window)
 {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    // Qt's platform without a display offers this interface too, but without a connection.
+    // On Qt's platform without a display, this interface exists, but its connection is null.
     if (!x11 || !x11->connection())
         return;
     m_connection = x11->connection();
@@ -115,12 +114,12 @@ X11Struts::X11Struts(const QWindow& window)
 
 QRect X11Struts::available(const QScreen& screen)
 {
-    // For a single screen the toolkit's value is right, and includes the space that the window manager itself reserves.
+    // With a single screen the toolkit's value is right, and considers the space that the window manager itself reserves.
     const QRect toolkits
         = screen.virtualSiblings().size() > 1 ? screen.geometry() : screen.availableGeometry();
     if (!m_connection)
         return toolkits;
-    // The toolkit gives a screen's upper left corner in pixels and everything else in points.
+    // The toolkit gives a screen's top left corner in device pixels, but sizes and distances in points.
     const double scale = screen.devicePixelRatio();
     const QRect geometry = screen.geometry();
     const QRect pixels(geometry.topLeft(), (QSizeF(geometry.size()) * scale).toSize());
@@ -159,8 +158,8 @@ QList<X11Struts::Strut> X11Struts::struts()
         panels.insert(question.window);
         if (m_panels.contains(question.window))
             continue;
-        // We ask for the panel's property events, because some window managers report no change while the free rectangle of
-        // the whole display stays the same.
+        // The panel's property events are needed, because some window managers report no change while the free rectangle
+        // of the whole display stays the same.
         const uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
         const auto request
             = xcb_change_window_attributes_checked(m_connection, question.window, XCB_CW_EVENT_MASK, &mask);
@@ -177,7 +176,7 @@ QList<quint32> X11Struts::topWindows() const
         result.append(quint32(client));
     if (!result.isEmpty())
         return result;
-    // No window manager provides a list of windows, so the result is all shown windows.
+    // The list is missing or empty, e.g. without a window manager. Then the result is all visible windows.
     const XcbReply<xcb_query_tree_reply_t> tree(
         xcb_query_tree_reply(m_connection, xcb_query_tree(m_connection, m_root), nullptr));
     if (!tree)
@@ -196,8 +195,8 @@ QList<quint32> X11Struts::topWindows() const
     return result;
 }
 
-/// The part of `screen` that is free according to the desktop, for desktops whose panel is not a window. Returns `screen`
-/// when the desktop gives no value.
+/// Returns the free part of `screen` that the desktop itself publishes, or `screen` if there is no such value. Needed for
+/// desktops whose panel is not a window.
 QRect X11Struts::desktopsWord(const QRect& screen)
 {
     m_desktopsWorkAreas

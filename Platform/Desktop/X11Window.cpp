@@ -21,7 +21,7 @@ constexpr quint32 everyDesktop = 0xFFFFFFFF;
 std::optional<X11Window> X11Window::of(const QWindow& window)
 {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    // Qt's platform without a display offers this interface too, but without a connection.
+    // On Qt's platform without a display, this interface exists, but its connection is null.
     if (!x11 || !x11->connection())
         return std::nullopt;
     return X11Window(x11->connection(), quint32(window.winId()));

@@ -9,21 +9,21 @@ struct xcb_connection_t;
 
 namespace kestrum {
 
-/// One of our windows on an X server, with the requests that Qt has no function for. The requests are sent by the next
+/// A window of this process on an X server, with requests that Qt has no function for. The requests are sent by the next
 /// `flush`, or together with the toolkit's own requests.
 class X11Window {
 public:
-    /// Creates the native window if necessary. Nothing where the display is not an X server.
+    /// Returns nothing if the display is not an X server. Creates the native window if necessary.
     static std::optional<X11Window> of(const QWindow& window);
 
-    /// Whether a window manager runs that accepts such requests.
+    /// Whether a running window manager accepts these requests.
     bool isManaged() const;
-    /// Asks the window manager for the focus on behalf of the user, whose last action was at the server's `time`.
+    /// Asks the window manager for the focus on behalf of the user. `time` is the X server's time of the user's action.
     void askForFocus(quint32 time) const;
-    /// Ends the start-up notification of `token`, which desktops show while a program is starting.
+    /// Ends the start-up notification with the id `token`, which desktops show while a program is starting.
     void tellThatStartEnded(const QByteArray& token) const;
-    /// Makes the hidden window appear on all virtual desktops when it is shown. Window managers forget this setting each
-    /// time the window is hidden.
+    /// Call this before each time the window is shown. The window then appears on all virtual desktops. Window managers
+    /// forget this setting when the window is hidden.
     void standOnAllDesktops() const;
     void flush() const;
 

@@ -12,8 +12,7 @@ struct XcbReplyRelease {
     void operator()(void* reply) const { std::free(reply); }
 };
 
-/// A reply of an X server, from the functions of xcb that wait for a reply. The caller owns the reply. Null when there
-/// is none.
+/// Owns a reply that an xcb function returned; null if there is no reply.
 template <class Reply> using XcbReply = std::unique_ptr<Reply, XcbReplyRelease>;
 
 /// The server's number for `name`; `XCB_ATOM_NONE` when the connection is broken.

@@ -46,7 +46,7 @@ bool writeAll(int file, QByteArrayView bytes)
     return true;
 }
 
-/// Gives `file` the mode and group of `existing`. If the group cannot be set, the new file's group gets no rights.
+/// Gives `file` the mode and group of `existing`. If this process may not set the group, the group gets no access rights.
 bool copyPermissions(int file, const struct stat& existing)
 {
     struct stat made;
@@ -67,8 +67,8 @@ Result<struct stat> fill(FileDescriptor& file, QByteArrayView bytes, const struc
         return Failure::fromErrno("keep the permissions");
     if (!writeAll(file.get(), bytes))
         return Failure::fromErrno("write");
-    // Two saves in one tick of the kernel's clock would have equal time stamps, and would look the same if the second one
-    // reuses the inode. If the exact time cannot be set, the file has the kernel's stamp.
+    // Two saves within one tick of the kernel's clock would get equal time stamps. If the second file also had the inode number
+    // of the first, no reader could see the change. If the exact time cannot be set, the kernel's time stamp is good enough.
     (void)FilePath::setExactTime(file.get(), nullptr);
     if (::fsync(file.get()) != 0)
         return Failure::fromErrno("bring to disk");
@@ -100,7 +100,7 @@ bool hasContent(int directory, const QByteArray& name, QByteArrayView bytes)
 
 Result<> AtomicFile::syncDirectory(int directory)
 {
-    // Some file systems cannot sync a directory and return EINVAL. There, the rename is enough.
+    // On some file systems, a directory cannot be synced: `fsync` fails with EINVAL. There, the rename is enough.
     if (::fsync(directory) != 0 && errno != EINVAL)
         return Failure::fromErrno("bring the directory to disk");
     return {};
@@ -120,8 +120,8 @@ Result<struct stat> AtomicFile::replace(
         ::unlinkat(directory, temporary.constData(), 0);
         return state;
     }
-    // The rename has changed the inode's ctime, so the state is read again. If another program has replaced the file since, the
-    // state from before the rename is returned. It matches no file on disk.
+    // The rename has changed the inode's ctime, so the file's state is read again. If another program has replaced the file
+    // since the rename, the older state is returned. The older state matches no file on disk.
     struct stat now;
     const bool isOurs = ::fstatat(directory, name.constData(), &now, AT_SYMLINK_NOFOLLOW) == 0
         && now.st_dev == state->st_dev && now.st_ino == state->st_ino && now.st_size == state->st_size
@@ -138,7 +138,7 @@ Result<bool> AtomicFile::replaceFile(const QByteArray& path, QByteArrayView byte
         return Failure::fromErrno("look at it");
     if (exists && !S_ISREG(state.st_mode))
         return false;
-    // A rename would also replace a file that we may not write to.
+    // A rename would replace even a file that this process may not write to.
     if (exists && ::faccessat(AT_FDCWD, path.constData(), W_OK, AT_EACCESS) != 0)
         return Failure::fromErrno("write");
     const FilePath::Parts target = FilePath::split(FilePath::linkChain(path).constLast());
@@ -169,7 +169,7 @@ Result<QByteArray> AtomicFile::copyDamaged(int directory, const QByteArray& name
     if (errno != ENOENT)
         return Failure::fromErrno(step);
 
-    // The copy gets its final name only when it is complete: a partial copy would look like the whole former content.
+    // The copy gets its final name only when it is complete. A partial copy would look like the complete old content.
     const QByteArray temporary = temporaryName();
     FileDescriptor file = makeFile(directory, temporary);
     if (!file.isValid())

@@ -9,16 +9,16 @@
 
 namespace kestrum {
 
-/// Watches the entries of one directory as long as this object exists. All watches of a process share one inotify instance. The
-/// directory may be absent, removed, renamed or created again: while it is absent, its nearest existing ancestor is watched. If
-/// the kernel has no instance or watch left, the directory is polled every 2 s, which is logged once. Main thread only, with an
+/// Watches the entries of one directory for the lifetime of this object. All objects share one inotify instance. The directory
+/// may be removed, renamed or created again; while it is absent, its nearest existing ancestor is watched. If the kernel grants
+/// no inotify instance or watch, the directory is polled every 2 s, and a warning is logged once. Main thread only; needs an
 /// application object.
 class DirectoryWatch {
 public:
     enum class Interest {
         content, ///< an entry was written and closed, created, moved or removed
-        touched, ///< like `content`, or an entry's attributes, such as its times, were set
-        opened,  ///< like `content`, or an entry was opened, such as a program that is about to start
+        touched, ///< like `content`, and also: an entry's attributes were set, such as its times
+        opened,  ///< like `content`, and also: an entry was opened, such as a program that starts
     };
 
     /// `entry` is the name of the changed entry. An empty name means that anything may have changed: the directory itself was
@@ -30,11 +30,11 @@ public:
     DirectoryWatch(const DirectoryWatch&) = delete;
     DirectoryWatch& operator=(const DirectoryWatch&) = delete;
 
-    /// Whether the kernel notifies us; false while the directory is polled.
+    /// Whether the kernel reports the changes; false while the directory is polled.
     bool isNotified() const;
 
-    /// Returns and removes the changes that were not passed to the handler yet: each name once, or one empty name if anything
-    /// may have changed.
+    /// Removes and returns the changes that were not passed to the handler yet: each changed name once, or one empty name if
+    /// anything may have changed.
     QByteArrayList takePending();
 
     struct Subscription; // defined in InotifyDispatcher.h

@@ -34,11 +34,11 @@ public:
     bool isValid() const { return m_descriptor >= 0; }
     int get() const { return m_descriptor; }
 
-    /// Closes now. False, with the reason in `errno`, if the kernel reports that earlier writes failed.
+    /// Closes the descriptor now. Returns false and sets `errno` if the kernel reports that earlier writes failed.
     bool close()
     {
         const int descriptor = std::exchange(m_descriptor, -1);
-        // The descriptor is closed even if `close` was interrupted.
+        // EINTR: the kernel has closed the descriptor although a signal interrupted the call.
         return descriptor < 0 || ::close(descriptor) == 0 || errno == EINTR;
     }
 

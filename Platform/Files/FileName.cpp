@@ -7,7 +7,7 @@ namespace {
 
 constexpr qsizetype maximumLength = 255;
 
-// Enough for the longest suffix of a companion file, ".damaged-999". The names of temporary files do not contain this name.
+// Enough for the longest suffix of a companion file, ".damaged-999". A temporary file has a name of its own and needs no room.
 constexpr qsizetype companionLength = 16;
 
 } // namespace

@@ -10,11 +10,11 @@ namespace kestrum {
 /// Turns any text, such as a suite name from the environment, into a file name.
 namespace FileName {
 
-/// Whether the name must be short enough for the suffixes of companion files: the lock, and copies of a damaged file.
+/// Whether the length limit leaves room for the suffixes of companion files: the lock, and copies of a damaged file.
 enum class Room { forCompanions, none };
 
-/// `text` percent-encoded into one path component, with `suffix`. ASCII letters, digits, "-", "_" and "." are not encoded,
-/// except a leading ".". Nothing if `text` is empty or the name with `suffix` and `room` is longer than 255 bytes.
+/// Percent-encodes `text` into one path component and appends `suffix`. ASCII letters, digits, "-", "_" and "." are not
+/// encoded, except a leading ".". Returns nothing if `text` is empty or the name, with `suffix` and `room`, exceeds 255 bytes.
 std::optional<QByteArray> encoded(
     const QString& text, QByteArrayView suffix = {}, Room room = Room::forCompanions);
 

@@ -101,8 +101,7 @@ Result<> FilePath::renameToNew(int directory, const QByteArray& from, const QByt
 {
     if (::renameat2(directory, from.constData(), directory, to.constData(), RENAME_NOREPLACE) == 0)
         return {};
-    // Network file systems do not support this call. With a hard link, the entry has both names for a moment, but is never
-    // lost.
+    // Network file systems lack RENAME_NOREPLACE. With a hard link, the entry has both names for a moment, but is never lost.
     const bool hasNoCall = errno == EINVAL || errno == ENOSYS;
     if (hasNoCall && ::linkat(directory, from.constData(), directory, to.constData(), 0) == 0
         && ::unlinkat(directory, from.constData(), 0) == 0)
@@ -113,7 +112,7 @@ Result<> FilePath::renameToNew(int directory, const QByteArray& from, const QByt
 bool FilePath::isOpenForWriting(int file)
 {
     // The kernel grants a read lease only if no process has the file open for writing. If a process opens the file for writing
-    // while we hold the lease, the kernel sends us a signal. Its default signal would end our process; SIGURG is ignored.
+    // during the lease, the kernel signals this process. The default signal would end this process; SIGURG is ignored.
     ::fcntl(file, F_SETSIG, SIGURG);
     if (::fcntl(file, F_SETLEASE, F_RDLCK) != 0)
         return errno == EAGAIN;

@@ -37,17 +37,17 @@ QString mode(const struct stat& state)
     return QStringLiteral("(mode %1)").arg(state.st_mode & 07777, 4, 8, QLatin1Char('0'));
 }
 
-/// Whether `group` is the own group of the file's owner: many systems give each user a group with the user's number.
+/// Whether `group` is the private group of the file's owner. On many systems, a user's private group has the user's number.
 bool isOwnGroup(gid_t group, const struct stat& state)
 {
     return group == state.st_uid;
 }
 
-/// The reason, with the user or group, if the access list allows another user or another user's group to write; else empty. The
-/// rights of the owner and of everybody are checked elsewhere.
+/// Returns the reason, with the user or group, if the access list allows another user or another user's group to write; else an
+/// empty text. `wayIn` checks the rights of the owner and of everybody.
 QString writerOf(const QByteArray& list, const struct stat& state)
 {
-    // With an access list, the group bits of the mode are the list's mask.
+    // If a file has an access list, the group bits of its mode are the list's mask, which limits all entries checked below.
     if ((state.st_mode & S_IWGRP) == 0)
         return {};
     posix_acl_xattr_entry entry;
@@ -67,7 +67,7 @@ QString writerOf(const QByteArray& list, const struct stat& state)
     return {};
 }
 
-/// The reason why users other than us and root can change the file or directory `place`; empty if they cannot.
+/// Returns the reason if any user except this user and root can change the file or directory `place`; else an empty text.
 QString wayIn(const QByteArray& place)
 {
     struct stat state;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Reads and delivers events; InotifyDispatcherWatches.cpp adds the watches. Events of all subscriptions are read first and
-// delivered afterwards, so handlers may create and destroy watches.
+// This file reads and delivers events; InotifyDispatcherWatches.cpp adds the watches. The events of all subscriptions are read
+// before any event is delivered, so handlers may create and destroy watches.
 
 #include "Platform/Files/InotifyDispatcher.h"
 
@@ -18,12 +18,12 @@ namespace {
 constexpr quint32 lostMask = IN_MOVE_SELF | IN_DELETE_SELF | IN_UNMOUNT | IN_IGNORED;
 
 constexpr std::chrono::seconds pollInterval { 2 };
-// About this many rounds read a full kernel queue of the usual length. More rounds mean that events arrive faster than we read.
+// About this many `read` calls empty a full kernel queue. If more calls are needed, events arrive faster than they are read.
 constexpr int mostRounds = 32;
-// Estimated cost of a wake-up in the kernel and the event loop, where we cannot measure it.
+// The estimated cost of a wake-up in the kernel and the event loop, which `handleEvents` cannot measure.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
 constexpr std::chrono::milliseconds eventBurst { 10 };
-// A program that waits for our answer sends its one event within this time. If no event follows, there is no flood.
+// How long `probe` waits for events, once before it reads events and once afterwards.
 constexpr std::chrono::milliseconds probeTime { 4 };
 
 } // namespace
@@ -76,7 +76,7 @@ bool InotifyDispatcher::open()
 
 void InotifyDispatcher::add(const std::shared_ptr<Subscription>& subscription)
 {
-    // Earlier events concern only the earlier subscriptions.
+    // Events that are already in the queue concern only the earlier subscriptions.
     readEvents();
     m_subscriptions.push_back(subscription);
     addWatches(*subscription);
@@ -100,8 +100,8 @@ QByteArrayList InotifyDispatcher::takePending(Subscription& subscription)
     return pending;
 }
 
-// The processor time is limited, because a flood of events must not take more than 5 % of a core. Measured on a busy machine
-// with optimised code: 2 to 3 % with the limit, 8 to 9 % without it.
+// Limits the processor time: a flood of events must not take more than 5 % of a core. Measured on a busy machine with optimised
+// code, a flood takes 2 to 3 % with the limit and 8 to 9 % without it.
 void InotifyDispatcher::handleEvents()
 {
     const auto before = RateLimiter::processorTime();
@@ -111,13 +111,13 @@ void InotifyDispatcher::handleEvents()
         RateLimiter::processorTime() - before + wakeUpCost, std::chrono::steady_clock::now());
     if (pause == RateLimiter::Duration::zero())
         return;
-    m_notifier->setEnabled(false); // meanwhile the kernel queues events, and merges equal ones
+    m_notifier->setEnabled(false); // during the pause, the kernel queues events and merges equal events
     QTimer::singleShot(probeTime, this, [this, pause] { probe(pause); });
 }
 
-// Distinguishes a flood from two programs that answer each other without a pause. A program that waits for our answer sends one
-// event and then nothing. A flood continues although we read nothing. So events are read once: if there are unread events some
-// time later, there is a flood.
+// Finds out whether there is a flood of events, or only another program that exchanges signals with this process without a
+// pause. The other program sends one event and then waits for an answer. A flood continues even if this process reads no
+// events. So the events are read once. If there are unread events after `probeTime`, there is a flood.
 void InotifyDispatcher::probe(RateLimiter::Duration pause)
 {
     const auto before = RateLimiter::processorTime();
@@ -181,18 +181,18 @@ void InotifyDispatcher::record(const inotify_event& event)
     }
     const auto found = m_watches.find(event.wd);
     if (found == m_watches.end())
-        return; // removed before the event was read
+        return; // the watch was removed before the event was read
     const auto name = QByteArray::fromRawData(event.name, event.len > 0 ? qstrlen(event.name) : 0);
     for (const Use& use : found->second.uses) {
         Subscription& subscription = *use.subscription;
         if ((event.mask & lostMask) != 0) {
             subscription.isLost = true;
         } else if ((event.mask & use.mask) == 0) {
-            continue; // concerns another use only
+            continue; // the event concerns only other uses of this watch
         } else if (!use.child.isEmpty()) {
             subscription.isLost |= name == use.child;
         } else if (name.isEmpty()) {
-            // The directory's own mode or times changed, or the directory was listed (IN_OPEN), which changes nothing.
+            // The directory's own mode or times changed. IN_OPEN only means that the directory was listed: nothing changed.
             subscription.isLost |= (event.mask & IN_OPEN) == 0;
         } else if (!subscription.knownNames.contains(name)) {
             const QByteArray copy(name.constData(), name.size());
@@ -221,7 +221,7 @@ void InotifyDispatcher::markAnything(Subscription& subscription)
 }
 
 // Notifies each subscription of the changes that were pending at the start. Changes that the handlers cause are delivered in
-// the next turn.
+// the next turn of the event loop.
 void InotifyDispatcher::deliver()
 {
     const auto ready = std::exchange(m_ready, {});
@@ -242,7 +242,7 @@ void InotifyDispatcher::deliverLater()
     QMetaObject::invokeMethod(this, &InotifyDispatcher::deliver, Qt::QueuedConnection);
 }
 
-// Tries again to add kernel watches, and notifies all polled subscriptions: anything may have changed.
+// Tries again to add kernel watches for the polled subscriptions, and notifies these subscriptions: anything may have changed.
 void InotifyDispatcher::poll()
 {
     bool anyPolled = false;

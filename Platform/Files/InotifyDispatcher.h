@@ -19,17 +19,17 @@ namespace kestrum {
 
 /// The state of a `DirectoryWatch`: its handler, the directories to watch, and the changes that are not delivered yet.
 struct DirectoryWatch::Subscription {
-    QByteArrayList paths; ///< the root, every directory on the way, the directory itself
+    QByteArrayList paths; ///< all directories from the root down to the watched directory
     Interest interest;
     Handler handler;
 
-    std::vector<int> watches; ///< the kernel watches of this subscription
+    std::vector<int> watches; ///< inotify's descriptors of the watches
     bool isAlive = true;
     bool isPolled = false;
     bool isLost = false;     ///< the path changed, so the watches must be added again
-    bool isReady = false;    ///< is in the dispatcher's list of subscriptions to notify
-    bool isAnything = false; ///< anything may have changed
-    QByteArrayList names;    ///< delivered one by one, in this order
+    bool isReady = false;    ///< this subscription is in the dispatcher's `m_ready`
+    bool isAnything = false; ///< anything may have changed, so `names` do not matter
+    QByteArrayList names;    ///< changed entries, delivered one by one in this order
     QSet<QByteArray> knownNames;
 
     bool hasPending() const { return isAnything || !names.isEmpty(); }
@@ -37,8 +37,8 @@ struct DirectoryWatch::Subscription {
     QByteArrayList takeAll();
 };
 
-/// The process's one inotify instance: maps kernel watches to subscriptions and delivers events. Main thread only; lives until
-/// the process ends.
+/// Owns the process's only inotify instance, maps kernel watches to subscriptions and delivers events. Main thread only. Lives
+/// until the process ends.
 class InotifyDispatcher : public QObject {
 public:
     using Subscription = DirectoryWatch::Subscription;
@@ -48,14 +48,14 @@ public:
     void add(const std::shared_ptr<Subscription>& subscription);
     void remove(const std::shared_ptr<Subscription>& subscription);
 
-    /// Returns and removes the changes that are not delivered yet.
+    /// Removes and returns the changes of `subscription` that are not delivered yet.
     QByteArrayList takePending(Subscription& subscription);
 
 private:
     struct Use {
         Subscription* subscription;
         quint32 mask;
-        QByteArray child; ///< the next entry on the path; empty for the watched directory itself
+        QByteArray child; ///< name of the next directory on the path; empty for the last directory
     };
     struct KernelWatch {
         quint32 mask = 0;
@@ -92,7 +92,7 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
     QTimer m_pollTimer;
     RateLimiter m_limiter;
-    bool m_isFlood = false; ///< result of the last probe
+    bool m_isFlood = false; ///< whether the last `probe` found a flood
     std::unordered_map<int, KernelWatch> m_watches;
     std::vector<std::shared_ptr<Subscription>> m_subscriptions;
     std::vector<std::shared_ptr<Subscription>> m_ready;

@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: MIT
-// How a path is watched.
-//
-// The kernel watches inodes, but a subscription watches a path. A watch of the file would end when a save replaces the file. A
-// watch of the file's directory alone would not notice that the directory is replaced. So the ancestors are watched too. The
-// directory (or its nearest existing ancestor) and the parent of that are watched for changes of entries. The parent is needed
-// because the kernel does not report the removal of a directory that a process has open. A watch of a higher ancestor reports
-// only that this ancestor was moved. A change of the path marks the subscription as lost. Then all watches are added again from
-// the root down, and the handler gets an empty name. A watch is always added before the check that relies on it, so no change
-// in between is missed.
+// The kernel watches inodes, but a subscription watches a path. A watch of a file would end when a save replaces the file. A
+// watch of the file's directory alone would not notice that the directory is replaced. So the ancestors are watched too:
+//   - The directory (or its nearest existing ancestor) and its parent directory are watched for changes of entries. The parent
+//     directory is needed because the kernel does not report the removal of a directory that a process has open.
+//   - Each higher ancestor is watched only for a move of this ancestor.
+// A change of the path marks the subscription as lost. Then all watches are added again from the root down, and the handler
+// gets an empty name. A watch is always added before the check that relies on it, so no change in between is missed.
 
 #include "Platform/Files/FilePath.h"
 #include "Platform/Files/InotifyDispatcher.h"
@@ -42,7 +40,7 @@ bool isDirectory(const QByteArray& path)
 
 } // namespace
 
-// Adds the watches of the subscription, or polls it if the kernel refuses.
+// Adds the watches of `subscription`. If the kernel refuses a watch, `subscription` is polled.
 void InotifyDispatcher::addWatches(Subscription& subscription)
 {
     subscription.isLost = false;
@@ -72,7 +70,7 @@ InotifyDispatcher::Outcome InotifyDispatcher::tryToAddWatches(Subscription& subs
 
     std::vector<Link> links;
     Outcome outcome = Outcome::done;
-    // From the root down: once an ancestor is watched, a replacement of its child is noticed.
+    // Watches are added from the root down. Once a directory is watched, its replacement is noticed.
     for (qsizetype i = 0; i <= deepest && outcome == Outcome::done; ++i) {
         quint32 mask = i + 1 < deepest ? IN_MOVE_SELF : pathMask;
         if (i == last)
@@ -89,7 +87,7 @@ InotifyDispatcher::Outcome InotifyDispatcher::tryToAddWatches(Subscription& subs
             outcome = Outcome::changed;
         } else if (errno != EACCES || i == deepest) {
             outcome = Outcome::refused;
-        } // else: an ancestor that we may enter but not read is not watched
+        } // else: an ancestor that this user may enter but not read is not watched
     }
     if (outcome == Outcome::done && deepest < last && isDirectory(paths[deepest + 1]))
         outcome = Outcome::changed;
@@ -123,7 +121,7 @@ void InotifyDispatcher::replaceLinks(Subscription& subscription, const std::vect
         narrowMask(link);
 }
 
-// Stops events that no subscription needs any more: an ancestor needs fewer events once its child exists.
+// Stops events that no subscription needs any more. For example, an ancestor needs fewer events once its child exists.
 void InotifyDispatcher::narrowMask(const Link& link)
 {
     KernelWatch& watch = m_watches[link.watch];

@@ -7,14 +7,14 @@
 
 namespace kestrum {
 
-/// Limits the share of a processor core that event handling may take. The budget of processor time grows steadily, up to a
-/// maximum for bursts. If the budget is overdrawn, the caller must pause. So a flood of events costs its sender more than us.
+/// Limits the share of a processor core that event handling uses. The budget of processor time grows steadily, up to a maximum.
+/// If the budget is overdrawn, the caller must pause. So a flood of events costs its sender more than its receiver.
 class RateLimiter {
 public:
     using Duration = std::chrono::nanoseconds;
     using Instant = std::chrono::steady_clock::time_point;
 
-    /// The processor time that this thread has used so far. The difference of two such times is a cost.
+    /// The processor time that this thread has used so far. The cost of some work is the difference between two calls.
     static Duration processorTime()
     {
         timespec time {};
@@ -22,7 +22,7 @@ public:
         return std::chrono::seconds(time.tv_sec) + std::chrono::nanoseconds(time.tv_nsec);
     }
 
-    /// `burst` is the budget at the start and its maximum.
+    /// `burst` is the initial budget, and also the maximum.
     RateLimiter(Duration burst, Instant now)
         : m_burst(burst)
         , m_budget(burst)
@@ -30,7 +30,7 @@ public:
     {
     }
 
-    /// Subtracts `cost`, the processor time that was used up to `now`. Returns how long to pause; zero while budget is left.
+    /// Subtracts `cost`, the processor time used up to `now`. Returns how long to pause; zero if some of the budget is left.
     [[nodiscard]] Duration charge(Duration cost, Instant now)
     {
         m_budget = std::min(m_burst, m_budget + (now - m_last) / restPerWork) - cost;
@@ -43,10 +43,9 @@ public:
         return pause;
     }
 
-    /// Restores the whole budget.
     void refill() { m_budget = m_burst; }
 
-    static constexpr int restPerWork = 30; ///< a little more than 3 % of a core
+    static constexpr int restPerWork = 30; ///< ns of pause per ns of work: a little more than 3 % of a core
     static constexpr Duration shortestPause = std::chrono::milliseconds(20);
     static constexpr Duration longestPause = std::chrono::milliseconds(200);
 

@@ -14,7 +14,7 @@ namespace {
 
 constexpr char ownName[] = "kestrum";
 
-// Opens `name` below `parent`. Checks the opened directory, not its path, so that no one can replace it between check and use.
+// Opens `name` below `parent`. Checks owner and mode of the open directory: a path could be replaced between check and use.
 Result<FileDescriptor> openPrivate(int parent, const QByteArray& name)
 {
     FileDescriptor directory(
@@ -43,7 +43,7 @@ Result<FileDescriptor> makePrivate(int parent, const QByteArray& name)
 
 const Result<RuntimeDirectory>& RuntimeDirectory::shared()
 {
-    // Never destroyed: signals can be posted while other statics of the process are destroyed.
+    // Never destroyed, because signals may be posted while other static objects of the process are destroyed.
     static const auto* const directory
         = new Result<RuntimeDirectory>(open(QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"))));
     return *directory;

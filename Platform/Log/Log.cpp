@@ -77,8 +77,7 @@ void handleMessage(QtMsgType type, const QMessageLogContext& context, const QStr
     const QByteArray text = escapedUtf8(message, messageLimit);
     const QByteArray category(context.category ? context.category : "default");
     if (!journal || !journal->send(JournalSocket::entry(type, category, text))) {
-        // Each line is one call of `write`, so that lines of different threads do not mix. A failure of `write` cannot be
-        // reported anywhere.
+        // One `write` call per line keeps the lines of different threads apart. A failure of `write` cannot be reported.
         const QByteArray line = category + ": " + levelNames[type] + ": " + text + '\n';
         [[maybe_unused]] const ssize_t written
             = ::write(STDERR_FILENO, line.constData(), size_t(line.size()));

@@ -22,7 +22,6 @@ struct Failure {
         return { QString::fromLatin1(step), qt_error_string(error), error, {} };
     }
 
-    /// A failure without a step.
     static Failure withReason(const QString& reason) { return { {}, reason, 0, {} }; }
 
     /// A copy of this failure with another subject.
@@ -36,9 +35,8 @@ struct Failure {
     }
 };
 
-/// Holds either the value that a call returned, or a `Failure` if the call failed. `Result<>` is for a call that returns no
-/// value. A result converts to true on success. Reading the value after a failure, or the failure after a success, throws
-/// `std::bad_variant_access`.
+/// Holds the value that a call returned or, after a failure, a `Failure`. `Result<>` is for a call that returns no value. A
+/// result converts to true on success. Reading the alternative that is not there throws `std::bad_variant_access`.
 template <typename T = std::monostate> class [[nodiscard]] Result {
 public:
     Result() requires std::same_as<T, std::monostate> : m_outcome(std::in_place_index<1>) { }

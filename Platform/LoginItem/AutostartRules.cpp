@@ -49,15 +49,15 @@ bool isShownHere(const DesktopEntry& entry)
     return !only || here.isEmpty();
 }
 
-/// The end of the program's path that is the same in every copy of its bundle; the whole path of a program without a
-/// bundle.
+/// Returns the end of the path `program`, from the ".app" directory on, which is the same in every copy of the bundle. Without
+/// a bundle, returns the whole path.
 QByteArray placeInBundle(const QByteArray& program)
 {
     const qsizetype inside = program.lastIndexOf(".app/Contents/");
     return inside < 0 ? program : program.mid(program.lastIndexOf('/', inside));
 }
 
-/// The path of the file that `word`, the first word of a command, names. Links are resolved.
+/// `word` is the first word of a command. Returns the path of the program that the word names, with links resolved.
 QByteArray fileOf(const QByteArray& word)
 {
     const QString name = QFile::decodeName(word);

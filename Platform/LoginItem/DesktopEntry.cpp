@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: MIT
-// GLib's parser for key files is not used. It refuses an entry with one damaged line, but we save the other lines. It rewrites
-// lines that others wrote (blanks around values, line ends, repeated groups), but we leave these lines unchanged.
+// GLib's parser for key files is not used. It rejects the whole entry for one damaged line, and rewrites lines that others
+// wrote (blanks around values, line ends, repeated groups). This parser omits damaged lines and does not change other lines.
 //
-// A desktop entry has two layers of quoting. The value layer applies to all values: a backslash, and blanks and line ends that
-// would be lost, are written with a backslash. The command layer applies to command lines: the path of a program is put in double
-// quotes, four characters within the quotes get a backslash, and each percent sign is doubled. The command layer is applied first
-// and the value layer second, so one backslash in a path becomes four. The standard says so, and GLib reads entries this way;
-// systemd's generator reads backslashes in a path differently.
+// A command is quoted twice, first as a command and then as a value, so one backslash in a path becomes four. Command: the
+// program's path is in double quotes, four characters within the quotes get a backslash, and a percent sign is doubled. Value
+// (of any key): a backslash, and blanks and line ends that would be lost, are written with a backslash. The standard requires
+// both steps, and GLib reads entries this way. systemd's generator reads backslashes in a path differently.
 
 #include "Platform/LoginItem/DesktopEntry.h"
 
@@ -19,7 +18,7 @@ namespace {
 
 constexpr QByteArrayView mainGroup("Desktop Entry");
 constexpr QByteArrayView byteOrderMark("\xEF\xBB\xBF");
-// The letters that follow a backslash in a value, and the characters that they stand for.
+// The characters that follow a backslash in a value, and the characters that these pairs stand for.
 constexpr QByteArrayView codes("sntr\\");
 constexpr QByteArrayView meanings(" \n\t\r\\");
 
@@ -33,7 +32,7 @@ bool isBlankOrComment(const QByteArray& line)
     return isBlank(line) || line.trimmed().startsWith('#');
 }
 
-/// The name of the group that `line` begins; nothing for any other line.
+/// The name of the group if `line` is the header of a group; nothing for any other line.
 std::optional<QByteArray> groupOf(const QByteArray& line)
 {
     const QByteArray text = line.trimmed();
@@ -54,7 +53,7 @@ bool isKey(const QByteArray& key)
         && key.count(']') == 1;
 }
 
-/// The key in a line that gives a key its value; empty for any other line.
+/// The key in a line "key=value"; empty for any other line.
 QByteArray keyOf(const QByteArray& line)
 {
     const qsizetype sign = isBlankOrComment(line) ? -1 : line.indexOf('=');
@@ -62,8 +61,8 @@ QByteArray keyOf(const QByteArray& line)
     return isKey(key) ? key : QByteArray();
 }
 
-/// `word` as the program receives it: "%%" becomes one percent sign. Other codes are removed, because they stand for files and
-/// there are no files.
+/// Returns `word` as the program receives it: "%%" becomes one percent sign, and other codes are removed. They stand for files,
+/// and no files are passed.
 QByteArray withoutFieldCodes(QByteArrayView word)
 {
     QByteArray text;
@@ -103,7 +102,7 @@ DesktopEntry DesktopEntry::parsed(const QByteArray& text)
             entry.m_isDamaged = true;
         }
     }
-    // The main group must be the first group. If it is a later group, it is moved to the front.
+    // The main group must be the first group, so a later main group is moved to the front.
     const auto end = entry.m_lines.end();
     const auto isHeader = [](const Line& line) { return line.isHeader; };
     const auto first = std::find_if(entry.m_lines.begin(), end, isHeader);
@@ -146,7 +145,7 @@ void DesktopEntry::set(const QByteArray& key, const QByteArray& value)
     auto place = std::find_if(m_lines.begin(), m_lines.end(), [](const Line& line) { return line.isHeader; });
     if (place == m_lines.end() || !place->isMain)
         place = m_lines.insert(place, { '[' + mainGroup.toByteArray() + ']', {}, true, true });
-    // The new line goes above the blank lines that separate the next group.
+    // The new line goes above the blank lines at the end of the group.
     for (auto line = place + 1; line != m_lines.end() && !line->isHeader; ++line) {
         if (!isBlank(line->text))
             place = line;
@@ -201,8 +200,8 @@ QByteArray DesktopEntry::unescaped(const QByteArray& value)
 QByteArray DesktopEntry::command(const QByteArray& program, const QByteArray& argument)
 {
     QByteArray quoted("\"");
-    // GLib searches for the program before it replaces "%%" by "%", so it does not find a path with a percent sign. It does find a
-    // shell, and the shell starts the program.
+    // GLib searches for the program before it replaces "%%" by "%", and would not find a path with a percent sign. So the
+    // command names a shell, and the shell starts the program.
     if (program.contains('%'))
         quoted = "/bin/sh -c \"exec \\\"\\$0\\\" \\\"\\$@\\\"\" \"";
     for (const char character : program) {

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
-// Three parties write the entry: we, the desktop's settings, which switch the entry off, and the user, who may have added a
-// delay or linked the entry to a file under version control. So we change only our own keys. If the entry is a link, we
-// change the linked file. If an entry holds more than our keys, switching it off renames the file to a name that no desktop
-// reads, instead of deleting it. Switching it on again renames the file back. Renaming never replaces a file.
+// Others change the user's entry too: the desktop's settings switch the entry off, and the user may add a delay or replace the
+// file by a link. So this class changes only its own keys. If the entry is a link, the linked file is changed. An entry with
+// other lines is not deleted when it is switched off, but renamed to a name that no desktop reads. Switching the entry on
+// renames the file back. Renaming never replaces a file.
 //
-// Desktops switch an entry off by "Hidden" or by GNOME's older key, and some desktops read only one of the two keys. So we
-// read and write both keys.
+// Desktops switch an entry off with the key "Hidden" or GNOME's older key, and some desktops read only one of the two keys. So
+// this class reads and writes both keys.
 //
-// The entry for the whole system is used while the user has no entry of the same name. To switch off the entry for the
-// whole system, we write a user's entry that is switched off. This entry has a mark of ours: without the mark, the item
-// would count as switched off by the desktop's own settings.
+// An entry for the whole system counts while the user has no entry of the same name. To switch off such an entry, `unregister`
+// writes a user's entry that is switched off and has the key `offByUsKey`. Without this key, the entry would count as switched
+// off by the desktop's own settings.
 
 #include "Platform/LoginItem/LoginItemService.h"
 
@@ -56,7 +56,7 @@ Failure failed(const QByteArray& path, const char* step, int error)
     return failed(path, Failure::fromErrno(step, error));
 }
 
-/// The outcome of a step of changing `path`.
+/// Returns `result`. Adds `path` to a failure.
 Result<> outcome(const QByteArray& path, const Result<>& result)
 {
     return result ? result : failed(path, result.failure());
@@ -67,9 +67,9 @@ Failure rootRefused()
     return { {}, QStringLiteral("No login item is registered for root."), LoginItemService::notForRoot, {} };
 }
 
-/// The content of an entry's file.
+/// The content of an entry's file, or the error of reading this file.
 struct Found {
-    int error = 0;    ///< 0 on success, ENOENT without a file, else the `errno` of reading
+    int error = 0;    ///< 0 on success, ENOENT if there is no file, else another `errno`
     QByteArray bytes; ///< empty unless `error` is 0
     struct stat state = {};
 };
@@ -77,7 +77,7 @@ struct Found {
 Found read(int directory, const QByteArray& name, int flags)
 {
     Found found;
-    // O_NONBLOCK, because the file may be a pipe.
+    // Without O_NONBLOCK, opening a pipe would wait for a writer.
     const FileDescriptor file(
         ::openat(directory, name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | flags));
     if (!file.isValid() || ::fstat(file.get(), &found.state) != 0) {
@@ -95,7 +95,7 @@ Found read(int directory, const QByteArray& name, int flags)
     return found;
 }
 
-/// Whether `unregister` switched the entry off, and not the desktop's own settings.
+/// Whether the entry was switched off by `unregister`, and not by the desktop's own settings.
 bool isOffByUs(const DesktopEntry& entry)
 {
     return AutostartRules::isOff(entry) && entry.value(offByUsKey) == "true";
@@ -143,7 +143,7 @@ LoginItemService::Status LoginItemService::statusForAll() const
         if (found.error == ENOENT)
             continue;
         const DesktopEntry entry = DesktopEntry::parsed(found.bytes);
-        // An entry for the whole system that is switched off counts as no entry.
+        // A switched-off entry for the whole system counts as no entry.
         if (AutostartRules::isOff(entry))
             return Status::notRegistered;
         const bool isOurs = AutostartRules::starts(entry, QFile::encodeName(m_program));
@@ -154,8 +154,7 @@ LoginItemService::Status LoginItemService::statusForAll() const
 
 Result<> LoginItemService::registerItem() const
 {
-    // Root has no desktop that would start the program, and a user could not change a file that root owns in the user's
-    // folder.
+    // Root has no desktop that would start the program, and a user cannot change a file of root in the user's folder.
     if (::geteuid() == 0)
         return rootRefused();
     const QByteArray program = QFile::encodeName(m_program);
@@ -181,8 +180,7 @@ Result<> LoginItemService::registerItem() const
     for (const QByteArray& name : { place.name, switchedOff }) {
         struct stat state;
         const bool isThere = ::fstatat(directory->get(), name.constData(), &state, AT_SYMLINK_NOFOLLOW) == 0;
-        // Only ENOENT means that there is no file. After any other error, a new entry could lose the lines that the user
-        // wrote.
+        // Only ENOENT means that there is no file. After another error, a new entry could destroy lines that the user wrote.
         if (!isThere && errno != ENOENT)
             return failed(place.directory + '/' + name, "look at it", errno);
         comesBack = isThere && name == switchedOff;
@@ -250,7 +248,7 @@ Result<> LoginItemService::moved(int directory, const QByteArray& from, const QB
 Result<> LoginItemService::setAside(int directory, const QByteArray& name) const
 {
     const QByteArray switchedOff = name + switchedOffSuffix;
-    // A file that was renamed earlier gets a number, so that `registerItem` finds the latest file.
+    // If the name is taken, the older file gets a numbered name, so that `registerItem` finds the latest file.
     for (int number = 1; number <= mostSetAside; ++number) {
         const auto latest = moved(directory, name, switchedOff);
         if (latest || latest.failure().error != -EEXIST)

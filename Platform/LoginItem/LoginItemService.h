@@ -20,32 +20,31 @@ public:
         notFound,         ///< there is an entry, but this desktop does not start the program from it
     };
 
-    /// The values of `Failure::error` in this class. Any other value is a negative `errno`, because some positive `errno` equal
-    /// one of these values.
-    static constexpr int notTrusted = 3;   ///< others may change the program or its path, or it cannot be run
+    /// The values of `Failure::error` in this class. Any other error is a negative `errno`, because a positive `errno` could
+    /// equal one of these values.
+    static constexpr int notTrusted = 3;   ///< others can change the program or its path, or it cannot be run
     static constexpr int nothingThere = 6; ///< there is nothing to remove
     static constexpr int refused = 11; ///< no permission for the autostart folder, or a read-only file system
     static constexpr int alreadyThere = 12; ///< already registered, or already switched off
     static constexpr int notForRoot = -EPERM;
 
-    /// The entry starts `program`, an absolute path, with `argument`, which is a word of letters and dashes or empty. Desktops
-    /// show `name` in their lists.
+    /// The entry starts the program at the absolute path `program`. `argument` is a word of letters and dashes, or empty.
+    /// `name` is shown in the desktop's lists.
     LoginItemService(const QString& identifier, const QString& program, const QString& name,
         const QByteArray& argument = {});
 
     Status status() const;
-    /// Writes the entry, or switches an existing entry on again. Lines that others wrote into the entry do not change. Fails for
-    /// root.
+    /// Writes the entry, or switches an existing entry on again. Lines that others wrote do not change. Fails for root.
     Result<> registerItem() const;
-    /// Removes the entry. If the entry holds more than our keys, it is renamed instead, and `registerItem` can rename it back. If
-    /// there is an entry for the whole system, the user gets an entry that is switched off.
+    /// Removes the user's entry. An entry with keys of others is renamed instead, and `registerItem` can rename it back. If an
+    /// entry for the whole system starts the program, the user gets an entry that is switched off.
     Result<> unregister() const;
 
-    /// Opens the desktop's own settings for programs that start at login or, if the desktop has none, the folder of the entries.
-    /// Returns false when neither can be opened. The function is named after the button that calls it.
+    /// Opens the desktop's settings for programs that start at login or, if there are none, the folder of the entries. Returns
+    /// false if neither can be opened. The function is named after the button that calls it.
     bool openSystemSettingsLoginItems() const;
 
-    /// The path of the entry's file, which need not exist.
+    /// The path of the user's entry, which need not exist.
     QString entryPath() const;
 
 private:

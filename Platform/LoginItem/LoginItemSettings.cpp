@@ -9,7 +9,7 @@ namespace kestrum {
 
 namespace {
 
-/// A settings program for what a desktop starts at login. `desktop` is a name from "XDG_CURRENT_DESKTOP".
+/// A desktop's settings program for the programs that start at login. `desktop` is a name from "XDG_CURRENT_DESKTOP".
 struct SettingsProgram {
     const char* desktop;
     const char* program;
@@ -52,7 +52,7 @@ bool LoginItemService::openSystemSettingsLoginItems() const
                 return true;
         }
     }
-    // A desktop without such settings shows the folder of the entries.
+    // If no settings program can be started, the folder of the entries is opened.
     return start("xdg-open", { QFileInfo(entryPath()).path() });
 }
 

@@ -17,7 +17,7 @@ public:
     explicit Bell(QObject* parent = nullptr);
 
     /// Returns a function that rings the bell. Any thread may call this function, even after the bell is destroyed. The
-    /// function is empty if the kernel gave the bell no file descriptor.
+    /// returned function is empty if the kernel gave the bell no file descriptor.
     std::function<void()> rope() const;
 
 Q_SIGNALS:

@@ -7,21 +7,21 @@
 #include <numeric>
 
 // A line of "/proc/stat" is "cpuN user nice system idle iowait irq softirq steal guest guest_nice". The values are
-// hundredths of a second since boot. User and nice already contain the last two values, so these two are skipped. Time of
-// waiting for a disk (iowait) counts as idle, because another process could run. Time that a hypervisor gave to other
-// machines (steal) counts as busy, because there was work to do.
+// hundredths of a second since boot. The last two values are skipped, because user and nice already contain them. Waiting
+// for a disk (iowait) counts as idle, because another process could run. Time that a hypervisor gave to other machines
+// (steal) counts as busy, because there was work to do.
 //
-// Cores come and go, and a counter may go backwards: iowait is known for that, and the counters of a core that comes back
-// start again. So each core is compared only with itself, each counter is compared alone, and a step back counts as zero.
+// Cores can go offline and come back. A counter can decrease: iowait sometimes does, and the counters of a core that
+// comes back start again. So a counter is compared only with its own last value, and a decrease counts as zero.
 
 namespace kestrum {
 namespace {
 
 constexpr std::size_t idleCounter = 3;
 constexpr std::size_t waitingCounter = 4;
-// The largest accepted number of a core. The kernel itself can be built for 8192 cores.
+// The largest accepted core number. The kernel can be built for 8192 cores.
 constexpr int maximumNumber = 65535;
-// Hundredths of a second per core. A load over a shorter time would mean nothing.
+// The shortest measured time per core, in hundredths of a second. A load over less time would be meaningless.
 constexpr quint64 shortestTime = 4;
 
 struct Spent {
@@ -33,7 +33,7 @@ struct Spent {
 template <std::size_t size>
 Spent spentBetween(const std::array<quint64, size>& before, const std::array<quint64, size>& now)
 {
-    // Hundredths of a second, more than 300 years. Longer times are wrong and are cut, so that the sums cannot overflow.
+    // Hundredths of a second; more than 300 years. Longer times are errors, and are cut so that sums cannot overflow.
     static constexpr quint64 longest = quint64(1) << 40;
     Spent spent;
     for (std::size_t i = 0; i < size; ++i) {
@@ -132,7 +132,7 @@ void CPULoad::parse(std::string_view content)
             counter = *value;
             ++known;
         }
-        // Very old kernels report only the first four counters.
+        // At least four counters are needed. Very old kernels report no more than four.
         if (known > idleCounter)
             m_now.push_back(core);
     }

@@ -21,12 +21,11 @@ public:
     /// Takes a sample. A sample too soon after the last one does not change the loads.
     void sample();
 
-    /// Forgets the counters and the history before a pause in sampling. The next sample is then a first one.
+    /// Call this before a pause in sampling. Clears counters and history, so the next sample counts as the first.
     void pause();
 
     double total() const { return m_total; }
-    /// One load per online core, 0…1. The slowest level comes first; the cores of one level are in the order of the
-    /// kernel's numbers.
+    /// One load per online core, 0…1. The slowest level comes first. The cores of a level are sorted by number.
     const QList<double>& cores() const { return m_cores; }
     /// How many cores at the end of `cores` belong to the fastest level; 0 when all cores are alike.
     int performanceCount() const { return m_performanceCount; }
@@ -44,7 +43,7 @@ private:
 
     KernelFile m_file;
     KernelValues m_kernel;
-    std::vector<Core> m_base; ///< the cores of the last sample used, in the order of their numbers
+    std::vector<Core> m_base; ///< the cores at the last sample that was used, sorted by number
     std::vector<Core> m_now;
     std::vector<std::size_t> m_order; ///< indices into `m_base`, in the order of `m_cores`
     int m_performanceCount = 0;

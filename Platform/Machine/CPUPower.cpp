@@ -6,7 +6,7 @@
 namespace kestrum {
 namespace {
 
-// No package uses more power. A higher value means that the counter was reset and did not wrap around.
+// No processor package uses more power. A higher result means that a counter was reset and did not wrap around.
 constexpr double largestPackageWatts = 5000;
 
 } // namespace
@@ -56,9 +56,9 @@ std::optional<qint64> CPUPower::Package::spent()
     return *before >= *last ? *before - *last : *before - *last + range;
 }
 
-// "intel-rapl:0" is a package, also of AMD, and "intel-rapl:0:1" is a part of the package. "intel-rapl-mmio:0" is the same
-// package once more. An entry with the name "psys" measures the whole machine, where the manufacturer connected it. So only
-// the names that begin with "package-" count.
+// The folder "intel-rapl:0" is a processor package, also of AMD. "intel-rapl:0:1" is a part of this package, and
+// "intel-rapl-mmio:0" is the same package again. A folder whose file "name" contains "psys" measures the whole machine on
+// some models. So a folder counts only if its file "name" begins with "package-".
 void CPUPower::findPackages()
 {
     for (const QString& name : QDir(m_folder).entryList({ QStringLiteral("intel-rapl:*") }, QDir::Dirs)) {

@@ -17,11 +17,11 @@ public:
 
     explicit CPUPower(const QString& root = {});
 
-    /// Mean power of all packages together since the last call, in watts. Nothing at the first call, and nothing when a
-    /// package cannot be read. Only tests pass `now`.
+    /// The mean power of all packages together since the last call, in watts. Nothing at the first call, or if a package
+    /// cannot be read. Only tests pass `now`.
     std::optional<double> read(Clock::time_point now = Clock::now());
 
-    /// Forgets the counters before a pause in reading, because a counter could wrap around unnoticed in the pause.
+    /// Call this before a pause in reading: a counter could wrap around unnoticed, so the last counters are discarded.
     void pause();
 
 private:

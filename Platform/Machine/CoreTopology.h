@@ -20,14 +20,14 @@ namespace CoreTopology {
 /// This machine's tiers, fastest first, found once per process. Empty when all cores are alike.
 const QList<CoreTier>& tiers();
 
-/// The number of logical cores of all tiers, or of online processors when there are no tiers.
+/// The number of logical cores in all tiers. Without tiers, the number of online processors.
 int totalCores();
 
 /// The same for the machine that `kernel` describes.
 QList<CoreTier> tiers(const KernelValues& kernel);
 int totalCores(const QList<CoreTier>& tiers, const KernelValues& kernel);
 
-/// Replaces this machine's tiers, so that another machine's items can be drawn here.
+/// Replaces the result of `tiers()`, so that items can be drawn as on another machine.
 void useTiers(const QList<CoreTier>& tiers);
 
 } // namespace CoreTopology

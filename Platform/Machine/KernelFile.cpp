@@ -20,13 +20,13 @@ std::optional<std::string_view> KernelFile::read()
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened())
             return content;
-        // The device is gone. Another device may get the same path.
+        // The device is gone. The file is opened again, because another device may have got the same path.
         m_descriptor.close();
     } else if (m_passOver > 0) {
         --m_passOver;
         return std::nullopt;
     }
-    // O_NONBLOCK, because opening a pipe at this path would wait for a writer.
+    // Without O_NONBLOCK, opening a pipe at this path would wait for a writer.
     m_descriptor = FileDescriptor(::open(m_path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened()) {
@@ -53,7 +53,7 @@ std::optional<std::string_view> KernelFile::readOpened()
         if (count < 0)
             return std::nullopt;
         size += std::size_t(count);
-        // The kernel returns such a text in one piece. So a read that does not fill the buffer has reached the end.
+        // A large enough buffer gets the whole text in one read. So the text has ended if the buffer is not full.
         if (std::size_t(count) < room || m_buffer.size() >= maximumBytes)
             return std::string_view(m_buffer.data(), size);
         m_buffer.resize(m_buffer.size() * 2);

@@ -11,9 +11,9 @@
 
 namespace kestrum {
 
-/// A file of "/proc" or "/sys". The file stays open, and each read starts at the beginning of the file, which costs one
-/// system call. After a failure, the next calls of `read` return nothing without trying; their number grows with each
-/// failure, up to `longestPause`. Then the file is opened again, because devices appear and permissions change.
+/// A file in "/proc" or "/sys". The file stays open, so that a repeated read costs one system call. After a failure, some
+/// calls of `read` return nothing without an attempt. The number of these calls doubles with each failure, up to
+/// `longestPause`. Then the file is opened again, because devices appear and permissions change.
 class KernelFile {
 public:
     static constexpr int longestPause = 32;
@@ -25,11 +25,10 @@ public:
     /// The content up to `maximumBytes`, valid until the next read; nothing when the file cannot be read.
     std::optional<std::string_view> read();
 
-    /// The content without the blanks around it, valid until the next read; empty when the file cannot be read.
+    /// The content without leading and trailing blanks, valid until the next read; empty if the file cannot be read.
     std::string_view readWord();
 
-    /// The content as one whole number, which may have a minus sign. Nothing when the content is anything else or
-    /// cannot be read.
+    /// The content as one whole number, which may be negative. Nothing if the content is anything else or cannot be read.
     std::optional<qint64> readNumber();
 
 private:
@@ -38,8 +37,8 @@ private:
     QByteArray m_path;
     FileDescriptor m_descriptor;
     std::vector<char> m_buffer;
-    int m_pause = 0;    ///< reads skipped after the last failure; 0 without one
-    int m_passOver = 0; ///< reads still to skip
+    int m_pause = 0;    ///< number of reads skipped after the last failure; 0 after a success
+    int m_passOver = 0; ///< number of reads that are still to be skipped
 };
 
 } // namespace kestrum

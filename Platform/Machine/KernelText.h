@@ -41,7 +41,7 @@ inline std::string_view trimmed(std::string_view text)
     return text.substr(begin, text.find_last_not_of(" \t\n") - begin + 1);
 }
 
-/// All of `text` as a number; nothing when `text` is not a number or the number does not fit the type.
+/// The whole of `text` as a number; nothing if `text` is not a number or the number does not fit the type.
 template <class Number> std::optional<Number> wholeNumber(std::string_view text)
 {
     Number number = 0;

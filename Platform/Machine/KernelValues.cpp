@@ -12,15 +12,15 @@
 #include <unistd.h>
 #include <vector>
 
-// The kernel reports levels in two ways. For processors with different kinds of cores, it lists the cores of each kind
-// ("cpu_core", "cpu_atom"). For other processors it reports a capacity for every core, and the cores of one capacity form a
-// level. For a machine whose cores are all alike it reports neither, or only one group: then there are no levels. Offline
-// cores are not counted, and a level without an online core does not exist.
+// A level is a group of cores with the same performance. The kernel lists the cores of each kind ("cpu_core",
+// "cpu_atom"), or it reports a capacity for every core; then the cores with the same capacity form a level. If the kernel
+// reports neither, or only one group, the cores are all alike and there are no levels. Offline cores are not counted, and
+// a level without an online core is left out.
 
 namespace kestrum {
 namespace {
 
-// The largest accepted number of a processor. The kernel can be built for 8192 processors.
+// The largest accepted processor number, far above the 8192 processors that the kernel can be built for.
 constexpr int maximumCpu = 65535;
 
 std::optional<QByteArray> content(const QString& path)
@@ -32,15 +32,15 @@ std::optional<QByteArray> content(const QString& path)
 
 std::optional<int> wholeNumber(const QByteArray& text, int maximum)
 {
-    // The type has no sign, because the kernel never writes one.
+    // The type is unsigned, because the kernel never writes a sign.
     const auto number = KernelText::wholeNumber<quint32>({ text.constData(), size_t(text.size()) });
     return number && *number <= quint32(maximum) ? std::optional(int(*number)) : std::nullopt;
 }
 
 using Cpus = std::vector<bool>;
 
-// Parses the kernel's form of a set of processors, "0-3,8,10-11". An empty text is the empty set; any other text gives
-// nothing.
+// Parses the kernel's list of processors, such as "0-3,8,10-11". An empty text gives the empty set. A missing or
+// malformed text gives nothing.
 std::optional<Cpus> cpuList(const std::optional<QByteArray>& text)
 {
     if (!text)
@@ -98,7 +98,7 @@ QList<KernelValues::Level> KernelValues::levels() const
 
     if (result.isEmpty()) {
         std::map<int, QList<int>, std::greater<>> cpusByCapacity;
-        // The names are compared here, because a pattern for `entryList` would need regular expressions at every start.
+        // A pattern for `entryList` would need regular expressions at every start, so the names are compared here.
         static constexpr QLatin1StringView prefix("cpu");
         for (const QString& name : QDir(cpuFolder).entryList(QDir::Dirs)) {
             if (!name.startsWith(prefix))

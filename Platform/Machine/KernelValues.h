@@ -8,21 +8,20 @@
 
 namespace kestrum {
 
-/// Facts about the processor, read from "/sys". Callers look them up by fixed names: "hw.nperflevels",
-/// "hw.perflevelN.logicalcpu" and "hw.perflevelN.name". Level 0 is the fastest. On a machine whose cores are all alike,
-/// none of these names has a value.
+/// Properties of the processor, read from "/sys". Callers use fixed names: "hw.nperflevels", "hw.perflevelN.logicalcpu"
+/// and "hw.perflevelN.name". Level 0 is the fastest. If all cores are alike, none of these names has a value.
 class KernelValues {
 public:
-    /// `root` is prepended to every path, so that a copied tree can stand for a machine.
+    /// `root` is put before every path, so that a copy of another machine's files can be read.
     explicit KernelValues(const QString& root = {});
 
-    /// Nothing for an unknown name, for the name of a text value, and where the kernel does not report the value.
+    /// The number with this name. Nothing for an unknown name, for a text, and if the kernel does not report the number.
     std::optional<qint64> integer(const QByteArray& name) const;
-    /// The raw bytes of a text value, without a terminating zero.
+    /// The text with this name as raw bytes, without a terminating zero.
     std::optional<QByteArray> text(const QByteArray& name) const;
 
-    /// The kernel's numbers of the online processors, one list per level, level 0 first. The list of a level is empty
-    /// when the kernel's list cannot be read.
+    /// The kernel's numbers for the online processors, one list per level, level 0 first. The list of a level is empty if
+    /// the kernel's list for this level cannot be read.
     QList<QList<int>> levelProcessors() const;
 
     /// The number of online processors, at least 1.

@@ -12,8 +12,7 @@ class MemoryPressure {
 public:
     explicit MemoryPressure(const QString& root = {});
 
-    /// The share of the last ten seconds in which some task waited for memory, 0…1; nothing where the kernel does not
-    /// report it.
+    /// The share of the last ten seconds in which some task waited for memory, 0…1; nothing if the kernel reports none.
     std::optional<double> read();
 
 private:

@@ -24,7 +24,7 @@ enum Amount {
 constexpr std::string_view names[amountCount] = { "MemTotal:", "MemAvailable:", "MemFree:", "Buffers:",
     "Cached:", "SReclaimable:", "Shmem:", "SwapTotal:", "SwapFree:" };
 
-// In KiB. With this limit, the sum of a few amounts fits in 64 bits, and so does an amount in bytes.
+// In KiB. Below this limit, an amount in bytes and the sum of a few amounts fit in 64 bits.
 constexpr quint64 largestAmount = std::numeric_limits<quint64>::max() / 1024 / 8;
 
 struct Amounts {
@@ -52,8 +52,8 @@ Amounts parsed(std::string_view content)
     return amounts;
 }
 
-// The available memory in KiB. Kernels before 3.14 do not report this value. Then it is the free memory plus the cached
-// memory that is not shared.
+// The available memory in KiB. Kernels before 3.14 do not report this value; the result is then the free memory plus the
+// cached memory that is not shared.
 std::optional<quint64> availableOf(const Amounts& amounts)
 {
     if (amounts.values[available] || !amounts.values[free])

@@ -13,9 +13,9 @@
 #include <sensors/sensors.h>
 #include <unistd.h>
 
-// A sensor is identified by its chip and label, because the numbers N of the kernel's "hwmonN" change with each boot
-// and whenever a driver is loaded or unloaded. The library finds chips only when it is opened. So it is opened again
-// when the list of "hwmonN" or the device of one of them has changed.
+// A sensor is identified by its chip and label, because the numbers N of the kernel's "hwmonN" change with each boot and
+// whenever a driver is loaded or unloaded. libsensors finds chips only when it is initialized. So it is initialized again
+// when the list of "hwmonN" or one of their devices has changed.
 
 namespace kestrum {
 namespace {
@@ -23,7 +23,7 @@ namespace {
 constexpr int worstRank = 3;
 constexpr const char* deviceFolder = "/sys/class/hwmon";
 
-// Unconnected inputs report -128, 127 or worse values.
+// Unconnected inputs report -128, 127 or more extreme values.
 bool isPlausibleTemperature(double celsius)
 {
     return celsius > -60 && celsius < 126;
@@ -39,14 +39,13 @@ int cpuRank(std::string_view chip, std::string_view label)
 {
     if (chip == "coretemp")
         return label.starts_with("Package") ? 1 : 2;
-    // "Tctl", the control value, can be 27 degrees above "Tdie", the temperature of the die. Where the kernel reports
-    // no "Tdie", it knows of no difference between the two.
+    // The control value "Tctl" can be 27 degrees above "Tdie", the temperature of the die. If the kernel reports no
+    // "Tdie", the kernel knows no difference between the two.
     if (chip == "k10temp" || chip == "zenpower")
         return label == "Tdie" ? 1 : label == "Tctl" || label.starts_with("temp") ? 2 : worstRank;
     if (chip == "k8temp" || chip == "via_cputemp" || (chip.starts_with("cpu") && chip.ends_with("thermal")))
         return 1;
-    // Mainboards and laptops use the label "CPU". "CPUTIN" does not count, because many boards leave that input
-    // unconnected.
+    // Mainboards and laptops use the label "CPU". "CPUTIN" does not count: many boards leave that input unconnected.
     return label == "CPU" || label.starts_with("CPU ") ? worstRank : 0;
 }
 
@@ -59,7 +58,7 @@ int gpuRank(std::string_view chip, std::string_view label)
     return label == "edge" || label == "pkg" || label == "temp1" ? 1 : 2;
 }
 
-// One line per "hwmonN": the name and the target of its link, which is the device.
+// Returns one line per "hwmonN" with this name and the target of the link, which is the device.
 QByteArray presentChips()
 {
     QByteArray result;
@@ -139,7 +138,7 @@ void Sensors::adoptChips()
         ::sensors_cleanup();
     m_chips = std::move(chips);
     m_isOpen = true;
-    // Without a file from us, the library uses the system's configuration, or none.
+    // The null argument makes the library use the system's configuration, if there is one.
     if (::sensors_init(nullptr) != 0)
         return;
     int place = 0;
@@ -170,7 +169,7 @@ void Sensors::adopt(const sensors_chip_name& chip)
             const std::string_view label = text ? text.get() : "";
             input.cpu = cpuRank(name, label);
             input.gpu = gpuRank(name, label);
-            // Reading the temperature of a disk keeps the disk from spinning down.
+            // Reading the temperature of a disk prevents the disk from spinning down.
             input.isQuiet = name == "drivetemp";
         }
         (isFan ? m_fans : m_temperatures).push_back(input);

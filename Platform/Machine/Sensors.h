@@ -30,7 +30,7 @@ public:
         std::optional<double> fan;     ///< revolutions per minute of the fastest fan; 0 when no fan turns
     };
 
-    /// The only object. It lives until the process ends, because a worker may still be waiting for a device then.
+    /// The only object. Never destroyed, because a worker may still wait for a device when the process ends.
     static Sensors& ofThisMachine();
 
     /// Reads only the wanted values. A value that cannot be read is absent. Suspended devices are not woken. Any thread;
@@ -40,7 +40,7 @@ public:
 private:
     Sensors() = default;
 
-    /// How well a sensor represents a whole processor: 1 is best, larger numbers are worse, and 0 is not at all.
+    /// How well a sensor represents a whole CPU or GPU: 1 is best, larger numbers are worse, and 0 means not at all.
     using Rank = int;
     struct Input {
         const sensors_chip_name* chip;
@@ -48,7 +48,7 @@ private:
         int fault; ///< the number of the fault flag; negative when there is none
         Rank cpu;
         Rank gpu;
-        bool isQuiet; ///< not read for the hottest temperature
+        bool isQuiet; ///< true: not read for `Values::hottest`
     };
     void adoptChips();
     void adopt(const sensors_chip_name& chip);

@@ -17,13 +17,13 @@ public:
         qint64 available = 0; ///< bytes that an ordinary user can still use
         bool operator==(const Room&) const = default;
     };
-    /// The system call. Tests replace it by a function that hangs.
+    /// The type of `statvfs`. Tests pass a function that hangs instead.
     using Ask = std::function<int(const char*, struct statvfs*)>;
 
-    /// The volume of the directory `root`, or of "/" without `root`.
+    /// Measures the volume of the directory `root`; an empty `root` means "/".
     explicit StorageUse(const QString& root = {}, Ask ask = ::statvfs);
 
-    /// Nothing when the volume does not answer or has no size.
+    /// Nothing if the system call fails or the volume has no size.
     std::optional<Room> read() const;
 
 private:

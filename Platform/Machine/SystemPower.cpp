@@ -7,7 +7,7 @@
 namespace kestrum {
 namespace {
 
-// No adapter delivers more. A larger value is an error of the firmware.
+// No power adapter delivers more. A larger value is an error of the firmware.
 constexpr double largestSystemWatts = 10000;
 
 } // namespace
@@ -40,7 +40,7 @@ std::optional<double> SystemPower::read()
         }
     }
     const double watts = isDischarging ? drawn : delivered - charged;
-    // A running machine uses some power. 0 means that the firmware does not know the power.
+    // A running machine uses some power, so 0 means that the firmware does not know the power.
     if ((isDischarging && !isMeasured) || watts <= 0)
         return std::nullopt;
     return watts;

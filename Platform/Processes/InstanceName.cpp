@@ -14,12 +14,12 @@ namespace kestrum {
 
 namespace {
 
-// The holder of the name may end between `bind` and `connect`.
+// Several attempts are needed, because the holder of the name may end between `bind` and `connect`.
 constexpr int mostAttempts = 3;
 constexpr int mostAnswersAtOnce = 64;
 
-/// Whether the process at the other end of the connection runs as our user. For the connecting side, the other process is the
-/// one that called `listen`.
+/// Whether the process at the other end of the connection belongs to this user. For the connecting side, the other process is
+/// the one that called `listen`.
 bool isPeerOurs(int socket)
 {
     ucred peer {};
@@ -31,7 +31,7 @@ bool isPeerOurs(int socket)
 
 QByteArray InstanceName::addressOf(const QByteArray& name)
 {
-    // $XDG_RUNTIME_DIR identifies the session: it exists as long as the session. The directories in it may be removed earlier.
+    // $XDG_RUNTIME_DIR identifies the session: it exists as long as the session. Directories in it may be removed earlier.
     struct stat state { };
     if (const auto& directory = RuntimeDirectory::shared())
         ::fstat(directory->rootDescriptor(), &state);

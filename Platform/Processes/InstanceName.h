@@ -7,12 +7,12 @@
 
 namespace kestrum {
 
-/// A name that only one process of a user's session can hold at a time: an abstract socket address. The name is in no
-/// directory, so it cannot be deleted, and machines do not share it. The kernel releases the name when the process ends. A
-/// process that wants a held name connects to the holder ("knocks").
+/// A name that only one process of a user's session can hold at a time. The name is an abstract socket address, not a file, so
+/// it cannot be deleted, and machines do not share it. The kernel releases the name when the process ends. A process that wants
+/// a held name connects to the holder ("knocks").
 ///
-/// Any user of the machine can take such a name. So a held name excludes only processes of the same user. `take` reports
-/// holders of other users, and unidentified holders, as `noneOfOurs`.
+/// Other users of the machine can take the same name. So only a holder of the same user counts. `take` reports a holder that is
+/// unknown or belongs to another user as `noneOfOurs`.
 class InstanceName {
 public:
     enum class Holder { thisProcess, anotherOfOurs, noneOfOurs };
@@ -21,9 +21,9 @@ public:
     Holder take(const QByteArray& name);
     void release() { m_socket = FileDescriptor(); }
 
-    /// Readable when another process knocks; -1 while the name is not held. Owned by this object.
+    /// A descriptor that is readable when another process knocks; -1 while the name is not held. Owned by this object.
     int descriptor() const { return m_socket.get(); }
-    /// Accepts and closes the waiting connections. True if any is from a process of our user.
+    /// Accepts and closes the waiting connections. Returns true if a process of this user made any of them.
     [[nodiscard]] bool answerKnocks() const;
 
     /// The abstract socket address for `name`.

@@ -10,12 +10,12 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// Times since the program's file was opened. A program usually runs after less than a millisecond. The last poll is for slow
-// disks.
+// The times of the polls, counted from the opening of the program's file. A program usually runs after less than a millisecond.
+// The last poll is for slow disks.
 constexpr milliseconds pollTimes[] { milliseconds(0), milliseconds(1), milliseconds(5), milliseconds(50),
     milliseconds(500) };
 
-// Enough processor time for a dozen starts in a row on a machine with some hundred processes.
+// Processor time for a dozen starts in a row on a machine with some hundred processes.
 constexpr milliseconds burst { 20 };
 
 } // namespace

@@ -16,8 +16,8 @@ public:
     explicit LaunchPoller(std::function<void()> poll);
     Q_DISABLE_COPY_MOVE(LaunchPoller)
 
-    /// Restarts the series of polls. To be called when the program's file was opened. Even with many calls, polling takes no
-    /// more of a core than `RateLimiter` allows, and the whole series follows the last call.
+    /// Starts the series of polls again. Call this when the program's file was opened. Even with many calls, polling uses no
+    /// more processor time than `RateLimiter` allows. The whole series follows the last call.
     void restart();
 
 private:

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::chrono::seconds endsPollInterval { 2 };
 
-// A descriptor that is readable once the process has ended. The C library of Debian 12 has no function for this call.
+// Returns a descriptor that is readable once the process has ended. The C library of Debian 12 has no function for this call.
 FileDescriptor openProcess(qint32 pid)
 {
     return FileDescriptor(int(::syscall(SYS_pidfd_open, pid, 0)));
@@ -94,7 +94,7 @@ void ProcessEnds::end(qint32 pid)
         return;
     if (found->second.kind == Kind::child)
         ::waitpid(pid, nullptr, WNOHANG);
-    // The notifier may be calling this function, so it is deleted later.
+    // The notifier may be the caller of this function, so it is deleted later.
     if (QSocketNotifier* notifier = found->second.notifier.release()) {
         notifier->setEnabled(false);
         notifier->deleteLater();

@@ -11,14 +11,14 @@
 
 namespace kestrum {
 
-/// Notifies when processes end. The kernel reports each end at once. If the kernel cannot, or no descriptor is left, the
-/// processes are polled every 2 s, which is logged once. Main thread only.
+/// Notifies when processes end. Usually the kernel reports an end at once. If the kernel cannot report it, or no descriptor is
+/// left, the process is polled every 2 s; this is logged once. Main thread only.
 class ProcessEnds : public QObject {
     Q_OBJECT
 public:
     enum class Kind {
-        child,   ///< our child; we wait for it, so that no zombie remains
-        foreign, ///< not our child, or other code waits for it
+        child,   ///< a child of this process; `ProcessEnds` waits for it, so that no zombie remains
+        foreign, ///< not a child of this process, or a child that other code waits for
     };
 
     ProcessEnds();
@@ -33,7 +33,7 @@ private:
     struct Process {
         Kind kind;
         FileDescriptor descriptor;
-        std::unique_ptr<QSocketNotifier> notifier; ///< null: the process is polled
+        std::unique_ptr<QSocketNotifier> notifier; ///< null if the process is polled
     };
 
     void tryToNotify(qint32 pid, Process& process);

@@ -32,7 +32,7 @@ qint32 pidOf(const char* name)
     return *name == '\0' && number <= std::numeric_limits<qint32>::max() ? qint32(number) : 0;
 }
 
-// Whether `path` names the running program's file. Compares inodes, because a replaced file may have other names.
+// Whether `path` still names the running program's file. Compares inodes, because a replaced file may still have other names.
 bool isNameOf(const char* path, int table, const char* link)
 {
     struct stat named;
@@ -41,8 +41,8 @@ bool isNameOf(const char* path, int table, const char* link)
         && named.st_dev == running.st_dev && named.st_ino == running.st_ino;
 }
 
-// `path` without the mark that the kernel adds to the path of a removed or replaced file. A program whose real name ends like
-// the mark keeps its name. `path` must be zero-terminated.
+// Returns `path` without the mark " (deleted)", which the kernel adds if the file was removed or replaced. A real file name
+// that ends like the mark is not changed. `path` must be zero-terminated.
 QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
 {
     static constexpr QByteArrayView mark = " (deleted)";
@@ -51,7 +51,7 @@ QByteArrayView withoutMark(QByteArrayView path, int table, const char* link)
     return path;
 }
 
-// The first 4096 bytes of a file of the table; a process's "stat" is shorter. Empty if the file cannot be read.
+// The first 4096 bytes of the file at `path`, more than a process's "stat" has. Empty if the file cannot be read.
 QByteArray content(const QByteArray& path)
 {
     QByteArray text(4096, Qt::Uninitialized);
@@ -68,8 +68,8 @@ double seconds(clockid_t clock)
     return double(time.tv_sec) + double(time.tv_nsec) / 1e9;
 }
 
-// The kernel's "btime" has whole seconds. The difference of the two clocks is exact, and constant unless the time is set. We
-// may be interrupted between the readings, so the quickest of three attempts counts.
+// The boot time in seconds since 1970. The difference of the two clocks is exact, while the kernel's "btime" has whole seconds.
+// This thread may be interrupted between the readings, so the quickest of three attempts counts.
 double runningKernelsBootTime()
 {
     double best = 0;
@@ -83,7 +83,7 @@ double runningKernelsBootTime()
             best = now - (before + after) / 2;
         }
     }
-    // Rounded, so that two tables give the same start time for one process.
+    // Rounded, so that two `ProcessTable` objects give the same start time for a process.
     return double(qRound64(best * 1000)) / 1000;
 }
 
@@ -92,7 +92,7 @@ std::optional<double> bootTime(const QByteArray& root)
     struct statfs system { };
     if (::statfs(root.constData(), &system) == 0 && system.f_type == PROC_SUPER_MAGIC)
         return runningKernelsBootTime();
-    // The "btime" line comes after the lines of the processors, which can be many.
+    // The file is read by lines, because the "btime" line comes after the lines of the processors, which can be many.
     QFile file(QFile::decodeName(root + "/stat"));
     if (!file.open(QIODevice::ReadOnly))
         return std::nullopt;

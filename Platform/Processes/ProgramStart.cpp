@@ -16,8 +16,8 @@ namespace {
 constexpr int firstOwnDescriptor = STDERR_FILENO + 1;
 constexpr long mostDescriptors = 65536;
 
-// Whether stdout or stderr must be replaced by /dev/null. A closed descriptor must not stay closed: the program's next open()
-// would reuse its number, and the program would write its output to that file.
+// Whether `output` (stdout or stderr) must be replaced by /dev/null. If `output` stayed closed, the program's next open() would
+// get this number, and the program would write its output to that file.
 bool needsReplacement(int output)
 {
     struct stat state;
@@ -87,7 +87,7 @@ std::vector<char*> pointers(QByteArrayList& texts)
     return result;
 }
 
-// Our environment variables without those named in `removed`, and with those in `added`.
+// This process's environment variables without those named in `removed`, plus the variables `added`.
 QByteArrayList environmentWith(const QMap<QString, QString>& added, QByteArrayList removed)
 {
     QByteArrayList result;
@@ -103,7 +103,7 @@ QByteArrayList environmentWith(const QMap<QString, QString>& added, QByteArrayLi
     return result;
 }
 
-// Runs between fork and exec: only async-signal-safe calls.
+// Runs between fork and exec, so only async-signal-safe calls are allowed.
 void resetProcess()
 {
     // Descriptors are marked for closing on exec, not closed now: QProcess needs one of them to report a failed exec.

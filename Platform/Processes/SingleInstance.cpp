@@ -1,19 +1,19 @@
 // SPDX-License-Identifier: MIT
 // The first process holds a kernel lock on "<name>.lock", and receives requests of later starts at "<name>.socket". Both files
-// are in the private runtime directory and are opened through its checked descriptor, so no other user can replace them. If a
-// killed process left a socket, only the next holder of the lock removes it.
+// are in the private runtime directory and are opened through the directory's checked descriptor, so no other user can replace
+// them. If a killed process left its socket, the next holder of the lock removes the socket.
 //
-// A process that is exiting still holds the lock but reads no requests. So a requester waits until the kernel reports that the
-// request is no longer in the socket. Then it checks whether the socket's name and the lock still exist: an exiting process
-// removes the name before it closes the socket with its unread requests. If name or lock is gone, the request was lost, and the
-// requester takes over the lock.
+// An exiting process still holds the lock but reads no requests. So the process that sent a request (the sender) waits until
+// the kernel reports that the request is no longer in the socket. Then the sender checks whether the socket's name and the lock
+// still exist: an exiting process removes the name before it closes the socket with the unread requests. If the name or the
+// lock is gone, the request was lost, and the sender takes the lock.
 //
 // If the runtime directory is cleared, other processes cannot see the lock any more. So the first process also holds an
-// `InstanceName`, which is in no directory. A process that gets the lock but not the name is not the first. Its attempt to take
-// the name is a knock. The first process notices the knock and creates lock and socket again.
+// `InstanceName`, which is in no directory. A later process can then get the lock but not the name, so it is not the first. Its
+// attempt to take the name is a knock. The first process notices the knock and creates the lock and the socket again.
 //
-// The lock belongs to the open file, like a lock of `flock`, but can be queried without taking it. So if a program starts while
-// another one calls `isTaken`, it does not find the lock taken by the query.
+// The lock is an open file description lock (F_OFD_SETLK). Unlike a lock of `flock`, it can be queried without being taken. So
+// a process that starts during a call of `isTaken` does not find the lock taken by the query.
 
 #include "Platform/Processes/SingleInstance.h"
 
@@ -38,13 +38,13 @@ namespace {
 constexpr int patience = 1000; // ms
 constexpr int pause = 20;
 constexpr int readerPause = 1; // the first process usually reads at once
-// More requests than the kernel queues at one socket, so that all queued requests become one.
+// More requests than the kernel queues at one socket, so that one call of `receive` reads all queued requests.
 constexpr int mostAtOnce = 1024;
-// A request causes work after its delivery: windows are painted, and the desktop answers. The processor time between two
-// requests within this time is charged, too.
+// A request causes work after its delivery, such as painting windows. If two requests come within this time, all processor time
+// between them is charged to the limiter.
 constexpr std::chrono::seconds aftermath { 1 };
 constexpr std::chrono::milliseconds requestBurst { 20 };
-// Estimated cost of a wake-up in the kernel and the event loop, where we cannot measure it.
+// The estimated processor time of a wake-up in the kernel and the event loop, which this code cannot measure.
 constexpr std::chrono::microseconds wakeUpCost { 20 };
 
 bool isOurs(int descriptor, mode_t kind)
@@ -69,7 +69,7 @@ struct flock wholeFile()
     return lock;
 }
 
-// Sockets have no call that takes a directory's descriptor, so `path` leads through "/proc/self/fd".
+// No socket call takes a directory's descriptor, so `path` goes through "/proc/self/fd".
 sockaddr_un addressOf(const QByteArray& path)
 {
     sockaddr_un address {};
@@ -86,7 +86,7 @@ bool lock(const FileDescriptor& file)
     return ::fcntl(file.get(), F_OFD_SETLK, &lock) == 0 || (errno != EAGAIN && errno != EACCES);
 }
 
-/// Whether `name` is still the name of the open file.
+/// Whether `name` in `directory` still names the open file `descriptor`.
 bool isNameOf(int directory, const QByteArray& name, int descriptor)
 {
     struct stat open;
@@ -103,7 +103,7 @@ bool isLocked(int directory, const QByteArray& name)
     return file.isValid() && ::fcntl(file.get(), F_OFD_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
 }
 
-/// Whether anything sent by `socket` is unread and its reader still exists.
+/// Whether data that was sent through `socket` is unread and its reader still exists.
 bool hasUnread(int socket)
 {
     int unread = 0;
@@ -120,7 +120,7 @@ FileDescriptor makeSocket(int flags = 0)
     return FileDescriptor(::socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC | flags, 0));
 }
 
-/// Limits how long sending waits for space in the queue. Without a limit, it could wait for ever.
+/// Limits how long sending waits for space in the receiver's queue. Without a limit, sending could wait for ever.
 void limitSending(int socket, const QDeadlineTimer& deadline)
 {
     const qint64 milliseconds = std::max<qint64>(deadline.remainingTime(), 1);
@@ -175,7 +175,7 @@ void SingleInstance::release()
 {
     m_notifier.reset();
     m_knocks.reset();
-    // The name is removed while the lock is held: later, it could belong to another process's socket.
+    // The socket's name is removed while the lock is held. Later, the name could belong to another process's socket.
     if (m_socket.isValid())
         ::unlinkat(m_directory->descriptor(), (m_name + ".socket").constData(), 0);
     m_socket = FileDescriptor();
@@ -199,7 +199,7 @@ void SingleInstance::openSocket()
         return;
     }
     m_socket = std::move(socket);
-    // There may be no event loop yet.
+    // Queued, because there may be no event loop yet.
     QMetaObject::invokeMethod(this, &SingleInstance::listen, Qt::QueuedConnection);
 }
 
@@ -309,7 +309,7 @@ bool SingleInstance::sendRequest(const QByteArray& activationToken, const QDeadl
         return isNameOf(m_directory->descriptor(), fileName, file.get())
             && isLocked(m_directory->descriptor(), m_name);
     };
-    // The socket's queue is full of unread requests. The first process is busy, and will come forward for these.
+    // The socket's queue is full of unread requests. The first process is busy, and will come forward when it reads them.
     if (sent < 0 && errno == EAGAIN)
         return isFirstThere();
     if (sent != ssize_t(activationToken.size()))

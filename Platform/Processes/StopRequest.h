@@ -13,7 +13,7 @@ namespace kestrum {
 class StopRequest : public QObject {
     Q_OBJECT
 public:
-    /// Blocks the signals, in this thread and in threads that it starts, until there is a `StopRequest`. For programs whose
+    /// Blocks the signals in this thread, and in threads that it starts later, until a `StopRequest` exists. For programs whose
     /// application object starts threads: the application object must exist before the `StopRequest`.
     static void block();
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 // How the start of a program is noticed.
 //
-// The kernel notifies us when the program's file is opened, which is the first step of executing it. The process table shows
-// the program a little later. So the table is polled at once, and several times soon after (`LaunchPoller`). A poll reads links
-// of the table and opens no program file, so it causes no further poll. The file's directory is watched, not the file, so a
-// replaced program is still watched.
+// The kernel notifies this process when the program's file is opened, which is the first step of executing it. The process
+// table shows the program a little later. So the table is polled at once, and several times soon after (see `LaunchPoller`). A
+// poll opens no program file, so it causes no further poll. The file's directory is watched, not the file, so the watch still
+// works after the file is replaced.
 
 #include "Platform/Processes/Workspace.h"
 
@@ -37,7 +37,7 @@ QString programOf(const QString& bundlePath)
     return path + QStringLiteral("/Contents/MacOS/") + name;
 }
 
-// The processes of the program at `path`. The process table shows paths with all links resolved.
+// The processes of the program at `path`. Links in `path` are resolved, because the process table shows resolved paths.
 QList<qint32> processesOf(const QString& path)
 {
     const QFileInfo program(path);
@@ -91,7 +91,7 @@ struct Workspace::Observations {
         ends.follow(pid, ProcessEnds::Kind::foreign);
     }
 
-    // Follows all processes of the program. True if any of them is new.
+    // Follows all processes of the program. Returns true if any of them is new.
     bool poll(const QString& program)
     {
         bool anyNew = false;
@@ -109,7 +109,7 @@ struct Workspace::Observations {
             if (known->path == program)
                 return;
         }
-        // The watch comes first, so that no start falls between it and the poll.
+        // The watch is created before the poll, so that no start between the two is missed.
         programs.push_back(std::make_unique<Program>(*this, program));
         poll(program);
     }
@@ -139,13 +139,13 @@ struct Workspace::Observations {
     Workspace& workspace;
     ProcessEnds ends;
     QSet<qint32> observed;
-    QSet<qint32> children; ///< started by us, including those that end before a poll finds them
+    QSet<qint32> children; ///< started by this process, even if they end before a poll finds them
     std::vector<std::unique_ptr<Program>> programs;
 };
 
 Workspace& Workspace::shared()
 {
-    // Never destroyed: its children may end after the application object.
+    // Never destroyed, because programs that this object started may end after the application object.
     static auto* const workspace = new Workspace;
     return *workspace;
 }

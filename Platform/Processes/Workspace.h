@@ -20,14 +20,14 @@ public:
     struct OpenConfiguration {
         bool activates = true;         ///< false: the program must not take the focus
         bool addsToRecentItems = true; ///< without effect: desktops list only documents as recent items
-        /// False: if the bundle's program is running, that process is the result and no new one is started.
+        /// If false and the bundle's program is running, the result is the running process.
         bool createsNewApplicationInstance = false;
-        /// Whether a copy of the program elsewhere may be the result. Without effect: no copies are searched for.
+        /// Whether the result may be a process of another copy of the program. Without effect: no copies are searched for.
         bool allowsRunningApplicationSubstitution = true;
-        QMap<QString, QString> environment; ///< added to our own variables
+        QMap<QString, QString> environment; ///< added to this process's own variables
     };
 
-    /// The process, or the reason why there is none. Both are absent if neither is known.
+    /// The process, or the reason why there is none. Neither is set if the outcome is unknown.
     struct Opened {
         std::optional<qint32> pid;
         QString error; ///< one line that names the bundle or program

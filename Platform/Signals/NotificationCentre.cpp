@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// To post a signal is to change the time stamps of a file. Each signal name has an empty file in a private directory of the
-// user. A post sets the times of this file, or creates the file. A listener watches the directory. This method needs no daemon.
-// The kernel merges unread events. A listener that hangs does not block other processes.
+// A signal is posted by a change of a file's time stamps. Each signal name has an empty file in a private directory of the
+// user. A post sets the times of this file, or creates the file. A listener watches the directory. This needs no daemon. The
+// kernel merges unread events. A listener that hangs does not block other processes.
 //
 // One post must cause only one event; otherwise listeners would be notified twice. So a post opens a new file for reading only:
 // the watch reports the close of a file only if the file was open for writing.
@@ -114,7 +114,7 @@ private:
             return {};
         const FileDescriptor made(::openat(
             root, path.constData(), O_RDONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, S_IRUSR | S_IWUSR));
-        // EEXIST: another process has created the file meanwhile.
+        // EEXIST: another process has just created the file.
         if (made.isValid() || (errno == EEXIST && FilePath::setExactTime(root, path.constData())))
             return {};
         return Failure::withReason(qt_error_string(errno))
@@ -161,8 +161,7 @@ public:
     // The token of the newest registration. A registration that is made after a post does not receive the post. Thread-safe.
     Token newest() const { return m_newest; }
 
-    // Delivers a post of this process to the registrations up to `newest`. Called if the post could not be written to the file,
-    // or if the directory is not watched.
+    // Delivers a post of this process without the file: runs the handlers of the registrations up to `newest`.
     void deliverLocally(const QByteArray& fileName, Token newest)
     {
         deliver(newest, [&fileName](const Registration& one) { return one.fileName == fileName; });
@@ -198,8 +197,7 @@ private:
         QByteArrayList names { entry };
         names += m_watch->takePending();
         const bool isAnything = names.contains(QByteArray());
-        // The directory may have been replaced. `openOrWarn` creates a missing directory, so that the next post causes an event
-        // again.
+        // The directory may have been replaced. A missing directory is created, so that the next post causes an event again.
         if (isAnything && !signalWriter().openOrWarn())
             return;
         QHash<QByteArray, PostTime> times; // the time of each name is read only once

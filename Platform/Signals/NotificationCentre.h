@@ -9,9 +9,9 @@
 namespace kestrum {
 
 /// Sends named signals without content to all processes of the same user, including the process that posts. Several quick posts
-/// may be delivered as one. So a listener must not count deliveries, but read the data again. A handler runs only after a post,
-/// even if the directory of the signals is changed or removed. Without a private runtime directory, signals stay within this
-/// process, and a warning is logged once.
+/// may be delivered as one: a delivery means "read again" and must not be counted. A handler runs only after a post, even if
+/// the directory of the signals is changed or removed. Without a private runtime directory, signals stay within this process,
+/// and a warning is logged once.
 namespace NotificationCentre {
 
 using Token = qint32;

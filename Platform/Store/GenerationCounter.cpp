@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // If another program truncates the file of a mapped page, the next access raises SIGBUS, which would end the process. A check
 // before each access would need a system call, and the file could be truncated right after the check. So a signal handler
-// allocates the page again, and the program repeats the instruction. A SIGBUS with another cause has its usual effect.
+// allocates the page again, and the faulting instruction is repeated. A SIGBUS with another cause has its usual effect.
 
 #include "Platform/Store/GenerationCounter.h"
 
@@ -26,7 +26,7 @@ constexpr QByteArrayView suffix = ".generation";
 
 const auto pageSize = size_t(::sysconf(_SC_PAGESIZE));
 
-// Allocates the file's page: access to a mapped page without memory (a short file, a full tmpfs) raises SIGBUS.
+// Allocates the file's only page. A mapped page without memory (a short file, a full tmpfs) would raise SIGBUS on access.
 bool allocatePage(int file)
 {
     return ::posix_fallocate(file, 0, off_t(pageSize)) == 0;
@@ -41,7 +41,7 @@ bool isPrivateFile(int file)
 
 } // namespace
 
-/// The mapped counters, and the signal handler, which makes only async-signal-safe calls.
+/// The table of all mapped counters, and the handler of SIGBUS, which makes only async-signal-safe calls.
 struct GenerationCounter::Repair {
     static inline std::array<std::atomic<GenerationCounter*>, 64> counters;
     static inline struct sigaction previous;
@@ -57,7 +57,7 @@ struct GenerationCounter::Repair {
         }();
     }
 
-    /// Replaces one table entry that equals `before` by `now`. False if no entry equals `before`.
+    /// Replaces one table entry that equals `before` by `now`. Returns false if no entry equals `before`.
     static bool exchange(GenerationCounter* before, GenerationCounter* now)
     {
         return std::any_of(counters.begin(), counters.end(), [=](auto& counter) {
@@ -77,7 +77,7 @@ struct GenerationCounter::Repair {
                 return;
             }
         }
-        // A fault is raised again when its instruction is repeated. A signal that was sent must be raised here.
+        // The faulting instruction is repeated and raises SIGBUS again. A SIGBUS that a process sent must be raised here.
         ::sigaction(signal, &previous, nullptr);
         if (!isFault)
             ::raise(signal);
@@ -104,8 +104,8 @@ bool GenerationCounter::restorePage() const
     return true;
 }
 
-/// A new page holds 0, which a reader may have seen before. So the counter starts at the time since boot in ns, a value that no
-/// earlier counter can have reached.
+/// A new page holds 0, which a reader may have seen before. So the counter starts at the time since boot in ns. No earlier
+/// counter can have reached this value.
 void GenerationCounter::initialize() const
 {
     struct timespec now { };

@@ -9,12 +9,12 @@
 
 namespace kestrum {
 
-/// A named number that all processes of a user share, in a memory-mapped file of the runtime directory. A writer of shared data
-/// adds one after each change. If a reader sees the same number as before, nothing has changed; this check needs no system
-/// call. If the file is truncated, the counter starts again with a number that it never had.
+/// A named counter that all processes of a user share, in a memory-mapped file of the runtime directory. A writer of shared
+/// data increments the counter after each change. If a reader finds the same value as before, the data has not changed; this
+/// check needs no system call. If the file is truncated, the counter starts again with a value that it never had before.
 class GenerationCounter {
 public:
-    /// Null if there is no runtime directory, `name` makes no file name, the page cannot be mapped, or 64 counters are open.
+    /// Null if there is no runtime directory, `name` cannot be a file name, the file cannot be mapped, or 64 counters are open.
     static std::unique_ptr<GenerationCounter> open(const QString& name);
     ~GenerationCounter();
     GenerationCounter(const GenerationCounter&) = delete;
@@ -23,13 +23,13 @@ public:
     quint64 value() const { return __atomic_load_n(&m_page->value, __ATOMIC_ACQUIRE); }
     void advance() { __atomic_add_fetch(&m_page->value, 1, __ATOMIC_ACQ_REL); }
 
-    /// False after the page was lost and the file could not be extended again. Then the number shows no changes by others.
+    /// Whether the value includes changes by other processes. False if the file was truncated and could not be extended again.
     bool isShared() const { return __atomic_load_n(&m_page->isOwn, __ATOMIC_ACQUIRE) == 0; }
 
 private:
     struct Page {
         quint64 value;
-        quint64 isOwn; ///< 1 in private memory; 0 in the file
+        quint64 isOwn; ///< 1 if the page is private memory; 0 if it is the file's page
     };
     struct Repair; // defined in the .cpp file
 
@@ -41,7 +41,7 @@ private:
 
     void initialize() const;
     bool holds(const void* address) const;
-    /// Gives the page new memory: from the file or, if that fails, private memory. False if both attempts fail.
+    /// Allocates the page again, in the file or, if that fails, in private memory. Returns false if both allocations fail.
     bool restorePage() const;
 
     Page* m_page;

@@ -18,7 +18,7 @@ struct LocaleName {
     QByteArray region;
 };
 
-// More languages than any user lists. The limit bounds the work for a hostile variable.
+// More languages than any user lists. The limit bounds the work if the variable is very long.
 constexpr int maximumLanguages = 32;
 
 bool isLetters(const QByteArray& text, qsizetype length)
@@ -62,7 +62,7 @@ LocaleName parsed(const QByteArray& name)
     if (!isLetters(parts.constFirst(), 2) && !isLetters(parts.constFirst(), 3))
         return {};
     result.language = parts.takeFirst().toLower();
-    // Locale names of the C library contain no script, but users write "zh_Hans_CN".
+    // Locale names of the C library contain no script, but some users write "zh_Hans_CN".
     if (!parts.isEmpty() && isLetters(parts.constFirst(), 4)) {
         const QByteArray script = parts.takeFirst().toLower();
         result.script = script.left(1).toUpper() + script.mid(1);
@@ -72,7 +72,7 @@ LocaleName parsed(const QByteArray& name)
     return result;
 }
 
-// "C.UTF-8" is "C" with an encoding, and newer C libraries treat both names alike.
+// Whether `name` is empty or stands for the "C" locale. "C.UTF-8" is "C" with an encoding.
 bool namesNoLanguage(const QByteArray& name)
 {
     const QByteArray base = upTo(name, '.');
@@ -95,7 +95,7 @@ QStringList codesOf(const QByteArray& list)
     for (const QByteArray& name : list.split(':')) {
         if (name.isEmpty())
             continue;
-        // "C" ends the list: the user prefers no translation to the languages after it.
+        // "C" means untranslated texts. The user prefers these to the languages after "C", so the list ends here.
         if (namesNoLanguage(name) || result.size() == maximumLanguages)
             break;
         const LocaleName locale = parsed(name);
@@ -117,8 +117,8 @@ QStringList codesOf(const QByteArray& list)
 QStringList GlobalDomain::languages()
 {
     const QByteArray messages = firstSet({ "LC_ALL", "LC_MESSAGES", "LANG" });
-    // Scripts and build machines set the "C" locale to get untranslated texts. A LANGUAGE variable that the desktop has set
-    // must not override this choice.
+    // Scripts and build machines set the "C" locale to get untranslated texts. If the desktop has set LANGUAGE, this variable
+    // must not override the "C" locale.
     if (namesNoLanguage(messages))
         return {};
 

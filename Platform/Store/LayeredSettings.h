@@ -8,11 +8,11 @@
 
 namespace kestrum {
 
-/// Three layers of values, from top to bottom: stored, administrator's, registered. A value hides the same key's values in
-/// lower layers. A look-up takes some nanoseconds. A change of a layer rebuilds the table of effective values.
+/// Three layers of settings, from top to bottom: stored, administrator's and registered values. A key's effective value is in
+/// the highest layer with this key. A look-up takes some nanoseconds. Changing a layer rebuilds the table of effective values.
 class LayeredSettings {
 public:
-    /// The current effective values. The reference is valid until a layer changes; a copy is valid for ever.
+    /// The current effective values. The reference is valid until a layer changes; a copy stays valid.
     const SettingsSnapshot& snapshot() const { return m_inEffect; }
 
     const QJsonObject& stored() const { return m_stored; }

@@ -7,14 +7,14 @@
 
 namespace kestrum {
 
-/// Decides whether a reader that holds values of a settings file accepts a new state of the file. If a program saves in several
-/// steps, the file is absent, blank or half written for a moment. Until the file is whole, the old values stay in effect: with
-/// the defaults, even the language could change.
+/// Decides whether a reader accepts new content of a settings file. If a program saves in several steps, the file is absent,
+/// blank or half written for a moment. Until the file is complete, the old values stay in effect: with the defaults, even the
+/// language could change for this moment.
 class SettingsDoubt {
 public:
     bool isOpen() const { return m_isOpen; }
 
-    /// True if `content` must not be accepted yet. Then call this function again later: a state that lasts is accepted.
+    /// Returns true if `content` must not be accepted yet. Then ask again later: content that no longer changes is accepted.
     bool concerns(const Result<SettingsFile::Content>& content);
 
     /// To be called after `content` was accepted.

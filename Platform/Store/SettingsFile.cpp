@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The steps of a save. An interruption of any step loses no settings:
 //   1. Follow the symbolic links: some users store their settings files elsewhere and link to them.
-//   2. Take the lock beside the link's target, so that all links to one file use one lock. Then check the links again.
+//   2. Lock the lock file next to the links' target, so that all links to a target use one lock. Then check the links again.
 //   3. Read the file. If another program is saving it, wait a moment. An unreadable file is never replaced.
 //   4. Merge the changes.
 //   5. If the file is damaged, copy it.
@@ -75,8 +75,8 @@ QByteArray lockOf(const QByteArray& path)
     return path + ".lock";
 }
 
-/// The home that contains `path`, or the nearest existing directory above `path`, if it belongs to another user. That user
-/// could not read the files that root creates there. Nothing if we own the directories.
+/// Returns the home that contains `path`, or the nearest existing directory above `path`, if another user owns it. That other
+/// user could not read the files that root creates there. Returns nothing if root owns both directories.
 std::optional<QByteArray> foreignDirectory(const QByteArray& path)
 {
     struct stat state;
@@ -86,7 +86,7 @@ std::optional<QByteArray> foreignDirectory(const QByteArray& path)
     QByteArray directory = FilePath::split(path).directory;
     while (::stat(directory.constData(), &state) != 0) {
         if (directory == "/")
-            return std::nullopt; // the next step fails with the reason
+            return std::nullopt; // the next step of the save fails and returns the reason
         directory = FilePath::split(directory).directory;
     }
     return state.st_uid != ::geteuid() ? std::optional(directory) : std::nullopt;
@@ -220,9 +220,9 @@ Result<SettingsFile::Content> SettingsFile::readFirst() const
     return reading ? Result(reading->content) : reading.failure();
 }
 
-/// Repeats reading until no program seems to be saving the file, for at most 1 s. Waits for an absent file if `wasSaved` is
-/// true and the directory has just changed. Waits for a blank or damaged file while a program has it open for writing. Unless
-/// `mayBeHalf` is true, also waits while a blank or damaged file is new.
+/// Reads the file repeatedly, for at most 1 s, until no program seems to be saving it. An absent file is read again if
+/// `wasSaved` is true and the directory has just changed. A blank or damaged file is read again while a program has it open for
+/// writing and, if `mayBeHalf` is false, while the file is new.
 Result<SettingsFile::Reading> SettingsFile::readSettled(
     int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const
 {
@@ -276,8 +276,8 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     if (!directory)
         return directory.failure().about(m_path);
 
-    // Other programs take no lock. If we replaced a file that another program has open, that program would continue to write to
-    // the old file.
+    // Other programs do not use the lock. If this save replaced a file that another program has open, the other program would
+    // continue to write to the old file.
     const auto before = readSettled(directory->get(), target.name, !lock->isNew(), false);
     if (!before)
         return before.failure();
@@ -305,7 +305,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         saved = Content { values, identityOf(*state), {} };
         saved.changed = true;
     }
-    // Also needed without a change: an earlier save of the same content may have failed in this step.
+    // The directory is synced even without a change: an earlier save of the same content may have failed in this step.
     if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced) {
         Saved failed = synced.failure().about(m_path);
         failed.changed = saved.changed;

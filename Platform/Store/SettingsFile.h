@@ -12,7 +12,7 @@
 
 namespace kestrum {
 
-/// One settings file on disk. After an interrupted save, either the old or the new file is there, complete. Any thread.
+/// One settings file on disk. An interrupted save leaves either the complete old or the complete new file. Thread-safe.
 class SettingsFile {
 public:
     /// Log category of this class, and of callers that log its failures.
@@ -28,8 +28,8 @@ public:
         bool operator==(const Identity&) const = default;
     };
 
-    /// The kind of a failure, by what the user can do about it. The window shows a translated text for the kind. The log and a
-    /// tool tip show the file and the system's error message.
+    /// The kinds of failures, by what the user can do about them. The window shows a translated text for each kind. The log and
+    /// a tool tip show the file and the system's error message.
     enum class Trouble {
         none,
         diskFull,
@@ -39,7 +39,7 @@ public:
     };
     static Trouble troubleOf(const Failure& failure);
 
-    /// An absent, blank or damaged file is accepted only after this time: editors save in several steps.
+    /// An absent, blank or damaged file is accepted only if it stays so for this time, because editors save in several steps.
     static constexpr std::chrono::milliseconds believedAfter { 200 };
 
     /// Whether a program may be in the middle of saving the file.
@@ -52,15 +52,14 @@ public:
     struct Content {
         QJsonObject values;
         Identity identity;
-        /// What is wrong with the file's text; empty if nothing is. `values` of a damaged text are what could be salvaged.
+        /// The error in the file's text; empty if the text is sound. A damaged text gives the `values` that could be salvaged.
         QString damage;
-        /// The file changed less than 20 ms before it was read: another write may leave `identity` unchanged.
+        /// Whether the file changed less than 20 ms before it was read. Then another write may leave `identity` unchanged.
         bool isFresh = false;
         Doubt doubt = Doubt::none;
         bool isSound() const { return identity.size >= 0 && damage.isEmpty() && doubt == Doubt::none; }
     };
 
-    /// Values to store, and keys to remove.
     struct Changes {
         QJsonObject values;
         QStringList removed;
@@ -76,15 +75,15 @@ public:
     };
 
     enum class Owner {
-        ourselves, ///< a file of another user is refused
+        ourselves, ///< only this user's files are accepted
         anybody,
     };
 
     explicit SettingsFile(const QString& path, Owner owner = Owner::ourselves);
 
     QString path() const { return m_path; }
-    /// Every symbolic link on the path, including links to directories, and the file itself; for a dangling link, the path that
-    /// the link names. A change of any entry can change which file is read.
+    /// Returns every symbolic link on the path, including links to directories, and the file itself, which need not exist. A
+    /// change of any entry can change which file is read.
     QStringList linkChain() const;
 
     /// The current state, from one `stat` call; an absent file has size -1.
@@ -92,12 +91,12 @@ public:
     /// Reads the file without waiting. An absent file gives no values. Damage is logged. Fails if the file cannot be read.
     Result<Content> read() const;
     /// Like `read`, for the first reading. Waits a moment if the file was just removed, or if it is blank or damaged and a
-    /// program has it open for writing. Does not wait only because the file is blank or damaged.
+    /// program has it open for writing. Does not wait for a blank or damaged file that no program has open.
     Result<Content> readFirst() const;
 
-    /// Merges `changes` into the file and syncs the file to disk, under a lock that all our processes share. Waits for the lock
-    /// as long as other writers make progress (see `SettingsLock`). A damaged file is copied before it is replaced. An
-    /// unreadable file is not replaced. Root saves nothing in another user's home or directory.
+    /// Merges `changes` into the file and syncs the file to disk. A lock excludes other users of this class. The wait for the
+    /// lock lasts as long as other writers make progress (see `SettingsLock`). A damaged file is copied before it is replaced.
+    /// An unreadable file is not replaced. Root saves nothing in another user's home or directory.
     Saved save(const Changes& changes) const;
 
     /// Removes temporary files of killed writers that are more than an hour old.

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
-// Why we wait in the kernel and do not poll: a polling process finds the lock free only by chance. If a flush takes
-// milliseconds, ten polling processes starve each other. The kernel has a queue and wakes the next writer at once.
+// This code waits in the kernel, because polling is unfair: a polling process finds the lock free only by chance. If a flush
+// takes milliseconds, ten polling processes starve each other. The kernel has a queue and wakes the next writer at once.
 //
-// The kernel's wait has no time limit. So if the lock is not free at once, a second thread waits for it. After our time limit
-// we abandon this thread; it releases the lock as soon as it gets the lock. Other methods are worse: a lock that belongs to the
-// process ends with any `close` of the file, and a time limit by a signal needs a signal handler for the whole process.
+// `flock` has no time limit. So if the lock is not free at once, a second thread calls `flock`. After the time limit, the
+// caller abandons this thread, which releases the lock as soon as it gets the lock. Other methods are worse: a lock that
+// belongs to the process ends with any `close` of the file; a time limit by a signal needs a process-wide signal handler.
 
 #include "Platform/Store/SettingsLock.h"
 
@@ -30,8 +30,8 @@ using Clock = std::chrono::steady_clock;
 constexpr Clock::duration longestStandstill = 2s;
 constexpr Clock::duration longestWait = 10s;
 
-/// 0 if `path` still names the open file, ESTALE if it does not, another `errno` if the check fails. While we waited, the
-/// directory may have been deleted and created again. Then other processes cannot find the file that we have locked.
+/// Returns 0 if `path` still names the open file, ESTALE if not, or another `errno` if the check fails. During the wait, the
+/// directory may have been deleted and created again. Then other processes cannot find the locked file.
 int checkName(const QByteArray& path, int descriptor)
 {
     struct stat held;
@@ -52,7 +52,7 @@ FileDescriptor openLock(const QByteArray& path, bool* isNew)
     return *isNew ? FileDescriptor(::open(path.constData(), flags | O_CREAT, 0600)) : std::move(file);
 }
 
-/// 0 or an `errno`.
+/// Returns 0 or an `errno`.
 int lock(int file, int operation)
 {
     while (::flock(file, operation) != 0) {
@@ -69,10 +69,10 @@ qint64 lastChange(const QByteArray& directory)
     return ::stat(directory.constData(), &state) == 0 ? FilePath::nanoseconds(state.st_mtim) : 0;
 }
 
-/// 0 or an `errno`. On 0 `file` holds the lock; otherwise `file` is invalid.
+/// Returns 0 or an `errno`. After success, `file` holds the lock; otherwise `file` is invalid.
 int lockByThread(FileDescriptor& file, const QByteArray& directory, Clock::time_point deadline)
 {
-    // Both threads share the descriptor. It is closed when the last thread releases it.
+    // Both threads share the descriptor. It is closed when neither thread uses it any more.
     const auto shared = std::make_shared<FileDescriptor>(std::move(file));
     std::packaged_task<int()> task([shared] { return lock(shared->get(), LOCK_EX); });
     std::future<int> outcome = task.get_future();

@@ -8,15 +8,15 @@
 
 namespace kestrum {
 
-/// The lock that all writers of one file share: a kernel lock on a permanent, empty file of mode 0600. The kernel releases the
-/// lock when the process ends, even by a crash.
+/// The lock that all writers of one settings file share: a kernel lock on a permanent, empty file of mode 0600. The kernel
+/// releases the lock when the process ends, even if the process crashes.
 class SettingsLock {
 public:
-    /// Waits for the lock on `path` while other writers make progress: at most 2 s without a change in the file's directory,
-    /// and 10 s in all. After that, it fails with ETIMEDOUT.
+    /// Locks the file `path`, and creates it if needed. Waits while other writers make progress: at most 2 s without a change
+    /// in the file's directory, and 10 s in all. Then fails with ETIMEDOUT.
     static Result<SettingsLock> acquire(const QByteArray& path);
 
-    /// Whether the lock file did not exist before, which means that no process has saved here yet.
+    /// Whether the lock file did not exist before. Then no process has saved the settings file yet.
     bool isNew() const { return m_isNew; }
 
 private:

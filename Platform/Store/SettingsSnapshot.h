@@ -11,11 +11,11 @@
 
 namespace kestrum {
 
-/// All effective values of a domain at one moment. A snapshot never changes, so several reads of it are consistent. Cheap to
-/// copy; any thread.
+/// All effective values of a settings domain at one moment. A snapshot never changes, so several reads are consistent. Cheap to
+/// copy; thread-safe.
 class SettingsSnapshot {
 public:
-    /// A value that is converted in advance, so that typed reads need no conversion.
+    /// A value and its conversions, which are made in advance so that typed reads are fast.
     struct Entry {
         QJsonValue value;
         QJsonValue::Type type;
@@ -37,14 +37,14 @@ public:
     {
     }
 
-    /// The value under `key` (UTF-8); `QJsonValue::Undefined` when there is none.
+    /// The value of `key` (UTF-8); `QJsonValue::Undefined` if there is none.
     QJsonValue object(std::string_view key) const
     {
         const Entry* entry = find(key);
         return entry ? entry->value : QJsonValue(QJsonValue::Undefined);
     }
 
-    /// The value if it is a text, a truth value or a number; else nothing.
+    /// Each of these functions returns the value if it has the function's type; else nothing.
     std::optional<QString> string(std::string_view key) const
     {
         return read(key, QJsonValue::String, &Entry::text);

@@ -17,7 +17,7 @@ namespace kestrum {
 
 namespace {
 
-/// The byte order mark of `text`; empty without one.
+/// The byte order mark of `text`; empty if there is none.
 QByteArrayView markOf(const QByteArray& text)
 {
     static constexpr QByteArrayView mark("\xEF\xBB\xBF");
@@ -61,7 +61,7 @@ public:
                     break;
                 skipLine();
             } else if (isOpening(current())) {
-                // An object or list without a key is not a member of the domain. The members inside are not either. So the
+                // An object or list without a key is not a member of the domain, and neither are the members inside. So the
                 // whole object or list is skipped.
                 if (!skipGroup())
                     break;
@@ -115,8 +115,8 @@ private:
         return skipWord();
     }
 
-    /// Skips a string; false if it has no closing quote. Such a string ends at the line end, because JSON strings contain no
-    /// line end. The next line may be sound.
+    /// Skips a string. Returns false if the closing quote is missing. Then the string ends with its line, because JSON strings
+    /// contain no line end, and the next line may be sound.
     bool skipString()
     {
         for (++m_position; !isAtEnd() && current() != '\n'; ++m_position) {
@@ -131,7 +131,7 @@ private:
         return false;
     }
 
-    /// Skips an object or list; false if it is never closed. Then it may reach to the end of the text, so `next` stops there.
+    /// Skips an object or list. Returns false if it is not closed. Then it may reach to the end of the text, so `next` stops.
     bool skipGroup()
     {
         int depth = 0;
@@ -151,7 +151,7 @@ private:
         return false;
     }
 
-    /// Skips a number, true, false or null. False at the end of the text, where the word may be incomplete.
+    /// Skips a number, true, false or null. Returns false at the end of the text, where the word may be incomplete.
     bool skipWord()
     {
         while (!isAtEnd() && !isBlank(current()) && current() != ',' && !isClosing(current()))
@@ -205,8 +205,8 @@ Result<QJsonObject> object(const QByteArray& text)
     return document.object();
 }
 
-/// The sound members of a damaged text. They are joined into one text and parsed together: inserting members one by one into a
-/// sorted object takes quadratic time.
+/// Returns the sound members of a damaged text. They are joined into one text and parsed together: inserting members one by one
+/// into a sorted object takes quadratic time.
 QJsonObject salvaged(const QByteArray& text)
 {
     QByteArray sound("{");
@@ -223,7 +223,7 @@ QJsonObject salvaged(const QByteArray& text)
     return values ? *values : QJsonObject();
 }
 
-/// One member as `serialised` writes it, without the line end.
+/// Returns one member as `serialised` writes it, without the line end.
 QByteArray memberLine(const QString& key, const QJsonValue& value)
 {
     static constexpr QByteArrayView opening("{\n");
@@ -232,7 +232,7 @@ QByteArray memberLine(const QString& key, const QJsonValue& value)
     return text.mid(opening.size(), text.size() - opening.size() - closing.size());
 }
 
-/// The lines of the members in `text` whose value is the same in `values`. The last value of a repeated key counts.
+/// Returns the lines of those members in `text` whose value is the same in `values`. The last value of a repeated key counts.
 QHash<QString, QByteArray> unchangedLines(const QByteArray& text, const QJsonObject& values)
 {
     QHash<QString, QByteArray> lines;

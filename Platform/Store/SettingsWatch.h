@@ -14,8 +14,8 @@ namespace kestrum {
 /// Watches a settings file and every symbolic link that leads to it. Main thread only.
 class SettingsWatch {
 public:
-    /// The first `follow` starts the watch. `changed` must not call `follow` directly, because `follow` can destroy the watch
-    /// that is calling `changed`.
+    /// The first call of `follow` starts the watch. `changed` must not call `follow` directly, because `follow` can destroy the
+    /// `DirectoryWatch` that is calling `changed`.
     SettingsWatch(const SettingsFile& file, std::function<void()> changed);
 
     /// Finds the symbolic links again and watches them. To be called after each change, before the file is read.

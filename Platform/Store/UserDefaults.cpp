@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// Reads use a snapshot in memory, which is compared with the file after
-//   - a change of the counter that all processes share. A writer advances it after the file was replaced, so an unchanged
-//     counter means that no save has ended since our last check. Without a counter, every read checks the file.
+// Reads use the values in memory. The values are compared with the file after
+//   - a change of the counter that all processes share. A writer advances the counter after it has replaced the file. So an
+//     unchanged counter means that no save has ended since the last check. Without a counter, every read checks the file.
 //   - a change in a watched directory, from the first observer of `changed` on. Only the watch notices changes by an editor.
-// A changed file is read again. `changed` is emitted only for changed values, so not twice for our own save. One mutex guards
-// everything but the watches, which only the main thread uses. It is not locked while the file is saved: after a save of
-// others meanwhile the counter has an unexpected value, so that the next read checks the file.
+// A changed file is read again. `changed` is emitted only for changed values, so a save of this process is reported only once.
+// A mutex guards all members except the watches, which only the main thread uses. The mutex is not locked while the file is
+// saved. If another process saves at that time, the counter gets an unexpected value, and the next read checks the file.
 
 #include "Platform/Store/UserDefaults.h"
 
@@ -79,7 +79,7 @@ struct UserDefaults::Domain {
 
     quint64 generation() const { return counter ? counter->value() : 0; }
 
-    /// What `get` gives of the values, which are checked first if they may be out of date.
+    /// Checks the file if the values may be out of date, and then returns `get(values)`.
     template <class Get> auto read(Get get)
     {
         const std::scoped_lock lock(mutex);
@@ -101,9 +101,9 @@ struct UserDefaults::Domain {
     const SettingsFile file;
     const std::unique_ptr<GenerationCounter> counter;
 
-    std::mutex mutex; ///< guards the members below, down to the watch
+    std::mutex mutex; ///< guards the members from here to `watch`
     LayeredSettings values;
-    SettingsFile::Identity identity; ///< of the file that `values` came from
+    SettingsFile::Identity identity; ///< of the file that `values` were read from
     bool isIdentityCertain = false;
     SettingsDoubt doubt;
     quint64 seenGeneration = 0; ///< the counter's value before the last check
@@ -112,7 +112,7 @@ struct UserDefaults::Domain {
     bool isUnsynced = false; ///< the last save replaced the file but failed to flush the directory
     bool isObserved = false;
     bool isNoticeScheduled = false;
-    std::set<QString> changedKeys; ///< since the last notice
+    std::set<QString> changedKeys; ///< keys changed since the last emission of `changed`
     bool isLaterCheckScheduled = false;
 
     // Only the main thread uses the following members.
@@ -194,7 +194,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     }
 
     adopt(saved);
-    // If only our own save has advanced the counter, no other save was missed.
+    // If only this save has advanced the counter, no other save was missed.
     const quint64 expected = before + (saved.changed ? 1 : 0);
     seenGeneration = generation() == expected ? expected : before;
     if (saveFailure) {
@@ -214,8 +214,8 @@ void UserDefaults::Domain::checkAndFollow()
     check();
 }
 
-/// Schedules one check for all events of a turn. The check must not run inside a watch's handler, because it can destroy that
-/// watch.
+/// Schedules one check for all events of one turn of the event loop. The check must not run inside the handler of a watch,
+/// because `follow` can destroy this watch.
 void UserDefaults::Domain::scheduleCheck()
 {
     if (!std::exchange(isCheckScheduled, true))
@@ -223,7 +223,7 @@ void UserDefaults::Domain::scheduleCheck()
             defaults, [this] { checkAndFollow(); }, Qt::QueuedConnection);
 }
 
-/// No file event occurs when a doubtful state has lasted long enough, so a timer starts the check.
+/// No file event reports that a doubtful state has lasted long enough, so a timer starts the check.
 void UserDefaults::Domain::scheduleLaterCheck()
 {
     if (!isObserved || isLaterCheckScheduled)
@@ -245,7 +245,7 @@ void UserDefaults::Domain::scheduleLaterCheck()
 UserDefaults::UserDefaults(const QString& name)
     : m_domain(std::make_unique<Domain>(this, name))
 {
-    // Without an application object, the creating thread becomes the main thread.
+    // Without an application object, the current thread becomes the main thread.
     const auto* application = QCoreApplication::instance();
     if (application && application->thread() != thread())
         moveToThread(application->thread());

@@ -1,4 +1,4 @@
-// Each kind of control of the built program, used by the actions in its accessibility tree, as a screen reader does.
+// Each kind of control of the built program, used through accessibility actions as a screen reader does.
 
 #include "tests/Support/AccessTest.h"
 
@@ -75,7 +75,7 @@ private Q_SLOTS:
         const auto dialog
             = [this] { return window().application().find(text("dialog"), text("Memory colour")); };
         QTRY_VERIFY_WITH_TIMEOUT(dialog().isFound() && dialog().has(State::showing), patience);
-        // Finds the dialog's number for red.
+        // Finds the spin box for red in the colour dialog.
         const QList<Accessible> numbers = dialog().findAll(text("spin box"));
         const auto red = std::find_if(
             numbers.begin(), numbers.end(), [](const Accessible& number) { return number.value() == 51.0; });
@@ -110,7 +110,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(
             window().control(text("Sampling/combo box Refresh interval")).isFound(), patience);
         waitForStored("settingsPane", "\"general\"");
-        // The action does not deselect a selected row.
+        // The action must not deselect a selected row.
         window().row("General").act(text("Toggle"));
         QTest::qWait(100);
         QVERIFY(window().row("General").has(State::selected));

@@ -1,4 +1,4 @@
-// The built program by keyboard alone: on every page, Tab reaches every control in reading order.
+// The built program, used by keyboard alone: on every page, Tab reaches every control in reading order.
 
 #include "tests/Support/AccessTest.h"
 
@@ -18,7 +18,7 @@ class AccessKeyboardEndToEndTest : public AccessTest {
         return names;
     }
 
-    /// The names of all stops that `key` reaches, starting at the current one, until the focus is back there.
+    /// The names of all stops that `key` reaches. The list begins at the current stop and ends when the focus is back there.
     QStringList round(const char* key) const
     {
         const AccessWindow::Stop first = window().focus();
@@ -91,7 +91,7 @@ private Q_SLOTS:
         QStringList order = names(window().readingOrder());
         QCOMPARE(QSet<QString>(order.cbegin(), order.cend()).size(), order.size());
         QCOMPARE(round("Tab"), order);
-        // The last stop is the first one; from there the order is reversed.
+        // In reverse order, the first stop remains first, and the other stops are reversed.
         std::reverse(std::next(order.begin()), order.end());
         QCOMPARE(round("shift+Tab"), order);
     }

@@ -1,5 +1,5 @@
-// Each kind of control of the built program, used by real keys: the stored value and the accessibility tree follow. When
-// another process writes a setting, the open window follows.
+// Each kind of control of the built program, used by real keys. The stored value and the accessibility tree must change. When
+// another process writes a setting, the open window must show it.
 
 #include "tests/Support/AccessTest.h"
 
@@ -153,7 +153,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(control.has(State::checked), patience);
         waitForStored("agentEnabled", "true");
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
-        // The agent ends without a change of the setting.
+        // The agent ends, but the setting does not change.
         fixture().endAgents();
         QTRY_VERIFY_WITH_TIMEOUT(!control.has(State::checked), patience);
         QTRY_VERIFY_WITH_TIMEOUT(window().frame().find(text("label"), text("Off")).isFound(), patience);

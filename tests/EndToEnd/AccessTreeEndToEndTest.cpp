@@ -40,7 +40,7 @@ class AccessTreeEndToEndTest : public AccessTest {
             QCOMPARE(control.label(), label.at.name());
     }
 
-    /// Opens the window with all elements that are shown only sometimes.
+    /// Opens the window with all elements, including those that are shown only sometimes.
     void openFull()
     {
         QFETCH(const QByteArray, pane);
@@ -89,11 +89,11 @@ private Q_SLOTS:
         int rows = 0;
         for (const Accessible& at : window().shown()) {
             const Shown one { at, at.role(), at.states() };
-            // Headings between the sidebar's rows are no controls.
+            // Headings between the sidebar's rows are not controls.
             if (one.has(State::focusable) || (one.role != text("list item") && !at.actions().isEmpty())) {
                 ++controls;
                 checkControl(one);
-                // A control is neither a mere container nor a plain text.
+                // A control is neither a container nor a plain text.
                 QVERIFY2(!one.isOneOf({ "filler", "panel", "label" }), one.details().constData());
             } else if (one.role == text("label")) {
                 rows += at.labelled().isFound() ? 1 : 0;

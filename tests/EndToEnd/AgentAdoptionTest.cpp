@@ -1,5 +1,5 @@
-// How often the agent adopts its settings when another process stores some while the settings window is open. The window
-// announces every change by a signal, so the agent gets two notices of one change.
+// Counts how often the agent adopts its settings when another process stores some while the settings window is open. The
+// window announces every change by a signal, so the agent gets two notices of one change.
 
 #include "KestrumAgent/Agent.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
@@ -25,7 +25,7 @@ using SharedSettings::Signal;
 
 namespace {
 
-/// Values of a key's type; one of them is the factory default.
+/// Values of a key's type. One of them is the factory default.
 template <class T> QJsonArray values()
 {
     if constexpr (std::is_same_v<T, bool>) {
@@ -45,7 +45,7 @@ template <class T> QJsonArray values()
     }
 }
 
-/// The picture of a strip with the current settings.
+/// A picture of a strip with the current settings.
 QImage look()
 {
     PanelStrip strip(std::make_shared<SampleReadings>());
@@ -63,7 +63,7 @@ class AgentAdoptionTest : public QObject {
     std::unique_ptr<QProcess> m_window;
     Ear m_announcements { SharedSettings::name(Signal::settings) };
 
-    /// Stores a value by another process, and waits for the window's announcement.
+    /// Stores a value by another process, and waits until the window announces the change.
     void write(const char* key, const char* json) const
     {
         const int before = m_announcements.count;
@@ -72,7 +72,7 @@ class AgentAdoptionTest : public QObject {
         QTest::qWait(quietTime); // until later effects have arrived
     }
 
-    /// Waits until the slow readings have been drawn. After that, only a change of settings causes a drawing.
+    /// Waits until the slow readings have been drawn. From then on, only a change of settings causes a drawing.
     void waitForRest() const
     {
         const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn);
@@ -87,7 +87,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         registerFactoryDefaults();
-        // The interval is too long for further samples, and the window starts no agent of its own.
+        // The interval is too long for further samples. With the agent switched off, the window starts none.
         Setting(Keys::refreshInterval).set(3600);
         Setting(Keys::agentEnabled).set(false);
         m_agent = std::make_unique<Agent>();
@@ -125,7 +125,7 @@ private Q_SLOTS:
     void anotherLookIsAdoptedOnceAndDrawnOnce()
     {
         const QSignalSpy adopted(m_agent->strip(), &PanelStrip::rebuilt);
-        const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn); // once for each drawing of all items
+        const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn); // one signal per drawing of all items
         PaintWatcher screen;
         m_agent->strip()->installEventFilter(&screen);
         write("meterStyle", "\"wave\"");
@@ -140,7 +140,7 @@ private Q_SLOTS:
     void anotherReadoutIsDrawnOnceTogetherWithItsSample()
     {
         const QSignalSpy drawn(m_agent->strip(), &PanelStrip::redrawn);
-        // Later drawings are those of the second sample and of slow readings.
+        // Later drawings are caused by the second sample and by slow readings.
         QList<qsizetype> drawnAtAdoption;
         const auto connection = connect(
             m_agent->strip(), &PanelStrip::rebuilt, this, [&] { drawnAtAdoption.append(drawn.count()); });
@@ -170,8 +170,8 @@ private Q_SLOTS:
         std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::registered);
         std::apply([&](const auto&... key) { (tryKey(key), ...); }, Keys::unregistered);
         Bundle::setMain(before);
-        // The last two keys change no picture here: cores may be of one kind only, and the language only changes an item's
-        // description.
+        // The last two keys change no picture here: the machine may have only one kind of cores, and the language changes only
+        // an item's description.
         found += Keys::names(Keys::cpuFastCoreAccent, Keys::language);
         found.removeDuplicates();
         QStringList adopted = MeterSettings::itemKeys();

@@ -13,7 +13,7 @@ using Programs::patience;
 class AgentEndToEndTest : public PanelTest {
     Q_OBJECT
 
-    /// Waits for the agent's end, and checks its exit code and the reason in the last line that it wrote.
+    /// Waits for the agent's end. Checks the agent's exit code and the reason in the last line that the agent wrote.
     void verifyEnds(const QByteArray& reason) const
     {
         const auto end = Programs::ended(agent());
@@ -22,7 +22,7 @@ class AgentEndToEndTest : public PanelTest {
         QVERIFY_CONTAINS(lastWords, "the agent ends: " + reason);
     }
 
-    /// Opens the menu by a right click, and chooses the entry to which `arrow` leads first.
+    /// Opens the menu by a right click, presses the key `arrow` once, and chooses the entry that it reaches.
     void chooseFromMenu(const char* arrow) const
     {
         DesktopFixture::moveTo(place("memory"));
@@ -41,7 +41,7 @@ private Q_SLOTS:
 
     void itOpensTheSettingsAlsoBesideARunWithoutAWindow()
     {
-        // A run that only saves pictures. It is stopped, so that it stays running.
+        // This run of the application only saves pictures. SIGSTOP prevents its end.
         QProcess looking;
         looking.setProcessEnvironment(Programs::environment({ { "QT_QPA_PLATFORM", "offscreen" } }));
         looking.start(
@@ -64,7 +64,7 @@ private Q_SLOTS:
         const QByteArray window = DesktopFixture::windowOf(opened.first());
         QVERIFY(!window.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
-        // The application got a startup token for the click, with the X server's time.
+        // The application got a startup token with the X server's time of the click.
         static const QRegularExpression token(text("DESKTOP_STARTUP_ID=\\S+_TIME[1-9]\\d*$"));
         const QStringList all
             = QString::fromLocal8Bit(DesktopFixture::environmentOf(opened.first())).split(QChar(u'\0'));

@@ -1,5 +1,5 @@
-// The built agent on a desktop with two screens and real panels. The toolkit does not report the panels: with several screens
-// it takes each whole screen as available.
+// The built agent on a desktop with two screens and real panels. With several screens, the toolkit does not know the panels: it
+// takes the whole area of each screen as available.
 
 #include "tests/Support/PanelTest.h"
 
@@ -11,7 +11,7 @@ using Programs::patience;
 
 namespace {
 
-constexpr int leftWidth = 600; ///< of the left screen; the right one takes the rest
+constexpr int leftWidth = 600; ///< width of the left screen; the right one gets the rest
 constexpr int thickness = PanelTest::panelHeight;
 constexpr int height = DesktopFixture::stripHeight;
 
@@ -29,7 +29,7 @@ void arrange(const char* leftName, const char* rightName)
     set(rightName, leftWidth, VirtualDisplay::width - leftWidth, "none");
 }
 
-/// The strip's rectangle on the screen, empty when it is not shown.
+/// The strip's rectangle on the screen; empty when the strip is not shown.
 QRect strip()
 {
     return DesktopFixture::geometry(
@@ -44,7 +44,7 @@ class AgentScreensEndToEndTest : public DesktopTest {
     std::unique_ptr<QProcess> m_panel;
     std::unique_ptr<QProcess> m_agent;
 
-    /// Starts a panel at an edge of a screen (1 is the left screen).
+    /// Starts a panel at an edge of a screen. Screen 1 is the left one.
     void startPanel(int screen, const char* place)
     {
         m_panel = PanelTest::startedPanel(QByteArray("panel_position = ") + place
@@ -72,7 +72,7 @@ private Q_SLOTS:
     {
         DesktopFixture::forgetChoices();
         fixture().write("refreshInterval", "60");
-        // In another style, the items of a machine with many cores do not fit the left screen.
+        // In another style, the items of a machine with many cores would not fit on the left screen.
         fixture().write("meterStyle", "\"compact\"");
         arrange("*left", "right");
     }
@@ -163,7 +163,7 @@ KESTRUM_TEST_MAIN_OF(AgentScreensEndToEndTest)(int argc, char** argv)
     const VirtualDisplay display;
     if (!display.isUp())
         return 1;
-    // The window manager is not running yet: it does not notice screens that are added later.
+    // The display is divided before the window manager starts: a running one does not notice new screens.
     arrange("*left", "right");
     QGuiApplication application(argc, argv);
     AgentScreensEndToEndTest test;

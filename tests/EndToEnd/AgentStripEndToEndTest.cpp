@@ -1,5 +1,5 @@
-// The agent's items on the screen: their place below a real panel, how soon they show a changed setting, and dragging by a
-// real mouse.
+// The agent's items on the screen: their place below a real panel, the time until they show a changed setting, and dragging by
+// a real mouse.
 
 #include "tests/Support/OpenedWindow.h"
 #include "tests/Support/PanelTest.h"
@@ -23,7 +23,7 @@ const QColor plate(222, 222, 222);
 class AgentStripEndToEndTest : public PanelTest {
     Q_OBJECT
 
-    /// A picture of the trailing end of the area right below the panel.
+    /// A picture of the corner right below the panel, at the trailing end of the screen.
     static QImage corner()
     {
         return DesktopFixture::picture({ VirtualDisplay::width - 400, panelHeight, 400, stripHeight });
@@ -40,7 +40,6 @@ class AgentStripEndToEndTest : public PanelTest {
             fixture().write(key, isShown ? "true" : "false");
     }
 
-    /// Moves an item to the strip's trailing end.
     void dragToTheEnd(const char* section) const
     {
         const QPoint from = place(section);
@@ -55,10 +54,10 @@ private Q_SLOTS:
             QGuiApplication::primaryScreen()->grabWindow(0).save(folder + text("/agent.png"));
         QVERIFY(DesktopFixture::stripWidth(panelHeight) > 200);
         QCOMPARE(shown.pixelColor(shown.width() - 2, 11), plate);
-        // Items are drawn on the strip, not only the plate and labels.
+        // The strip contains drawn items, not only the plate and labels.
         const auto isSignal = [](const QColor& pixel) { return isNear(pixel, QColor(69, 184, 153), 7); };
         QVERIFY(!areaOf(shown, isSignal).isNull());
-        // Nothing of the strip is above or below.
+        // The rows right above and below contain nothing of the strip.
         for (int y : { panelHeight - 1, panelHeight + stripHeight })
             QVERIFY(DesktopFixture::colour({ VirtualDisplay::width - 40, y }) != plate);
     }
@@ -67,7 +66,7 @@ private Q_SLOTS:
     {
         fixture().write("refreshInterval", "0.2");
         const QImage before = corner();
-        // On an idle machine, the picture may stay the same for long.
+        // On an idle machine, the picture may stay the same for a long time.
         QElapsedTimer busy;
         busy.start();
         while (busy.elapsed() < 1500) { }
@@ -99,7 +98,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("scale");
         QTest::addColumn<QByteArray>("visibleKey");
-        // Scales at which the screen's width is or is not a whole number of points.
+        // With some of these scales, the screen's width is not a whole number of points.
         for (const char* scale : { "1.25", "1.5", "2.5" }) {
             for (const char* key : { "", "showMemoryItem" })
                 QTest::addRow("%s %s", scale, key) << QByteArray(scale) << QByteArray(key);
@@ -122,7 +121,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!(window = shownStrip()).isEmpty(), patience);
         const QRect strip = DesktopFixture::geometry(window);
         const int end = strip.x() + strip.width();
-        // The strip ends less than two points before the screen's edge, and not beyond it.
+        // The strip's end is less than two points before the screen's edge, and not beyond it.
         QVERIFY2(end <= VirtualDisplay::width && end > VirtualDisplay::width - 2 * scale.toDouble(),
             QByteArray::number(end).constData());
         QCOMPARE_GE(strip.width(), std::floor(fixture().expectedStripWidth() * scale.toDouble()));
@@ -181,7 +180,7 @@ private Q_SLOTS:
             times.note(fixture(), key, round % 2 ? back : json, corner);
         }
         qInfo("%s: %s", qPrintable(key), qPrintable(times.report()));
-        // The time that a command takes to start does not count.
+        // The start of a command does not count as part of the time.
         QVERIFY(Programs::areSanitized || times.afterEnd() < 100);
     }
 

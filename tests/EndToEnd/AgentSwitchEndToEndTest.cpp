@@ -67,7 +67,7 @@ private Q_SLOTS:
     void theAgentIsNotStartedWhenItIsSwitchedOff()
     {
         AgentSwitch row(fixture());
-        QTest::qWait(500); // the start would follow the first frame
+        QTest::qWait(500); // a start of the agent would follow the first frame
         QVERIFY(agents().isEmpty());
         QVERIFY(!row.isOn());
     }
@@ -86,7 +86,7 @@ private Q_SLOTS:
     {
         AgentSwitch row(fixture());
         const qint32 agent = row.switchOn();
-        QVERIFY(agent > 0); // or all processes of the test would be killed
+        QVERIFY(agent > 0); // kill() with 0 would end all processes of the test
         QElapsedTimer clock;
         clock.start();
         ::kill(agent, SIGKILL);
@@ -127,7 +127,7 @@ private Q_SLOTS:
         fixture().removeAgent();
         AgentSwitch row(fixture());
         row.click();
-        // The stored choice stays "on"; the row shows at once that no agent runs.
+        // The stored choice is still "on". The row shows at once that no agent runs.
         QTRY_COMPARE_WITH_TIMEOUT(fixture().read("agentEnabled"), QByteArray("true"), patience);
         QTRY_VERIFY_WITH_TIMEOUT(!row.isOn(), Programs::withinASecond);
     }

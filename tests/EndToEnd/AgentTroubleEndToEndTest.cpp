@@ -1,5 +1,5 @@
 // The switch at the sidebar's foot in difficult cases: agents that end slowly or do not end, and people who change their mind
-// repeatedly.
+// several times.
 
 #include "tests/Support/AgentSwitch.h"
 #include "tests/Support/DesktopTest.h"
@@ -70,7 +70,7 @@ private Q_SLOTS:
             return lines.size();
         };
         QTRY_COMPARE_WITH_TIMEOUT(read(), 7, patience);
-        QTest::qWait(AgentSwitch::second); // a further look would be due in half of that
+        QTest::qWait(AgentSwitch::second); // the next check would come in half of this time
         QCOMPARE(read(), 7);
         QCOMPARE(agents().size(), 1);
         for (int i = 0; i < 7; ++i) {
@@ -96,7 +96,7 @@ private Q_SLOTS:
             QTest::qWait(random.bounded(4) == 0 ? random.bounded(400) : 0);
             clicks += times;
         }
-        // After all started changes have ended, the last choice is stored, in effect and shown.
+        // The wait is long enough for all started changes. The last choice must be stored, in effect and shown.
         QTest::qWait(4 * AgentSwitch::second);
         const bool isWanted = fixture().read("agentEnabled") == "true";
         qInfo("at rest: stored %d, %d agents, row %d", isWanted, int(agents().size()), row.isOn());

@@ -1,5 +1,5 @@
-// The built agent on Wayland desktops without a screen: sway has layers, and the tests check the strip on pictures there;
-// cage has none. Since sway refuses root, compositors and agents run as an ordinary user.
+// The built agent on headless Wayland desktops. sway supports layers, and the tests check the strip on pictures of its desktop.
+// cage has no layers. sway refuses root, so compositors and agents run as an ordinary user.
 
 #include "tests/Support/DesktopFixture.h"
 #include "tests/Support/OrdinaryUser.h"
@@ -50,7 +50,7 @@ void hideItems(std::initializer_list<const char*> keys)
         write(key, "false");
 }
 
-/// The name of the compositor's socket, empty while there is none.
+/// The name of the compositor's socket; empty while there is no socket.
 QString waylandSocket()
 {
     const QStringList sockets = QDir(TestHome::runtimeDirectory())
@@ -66,13 +66,12 @@ QImage screen()
     return QImage(file);
 }
 
-/// The rectangle that the strip's plate takes on the screen.
+/// The rectangle of the strip's plate on the screen.
 QRect shownPlate()
 {
     return areaOf(screen(), plateColour);
 }
 
-/// The strip's expected width with the current settings.
 int expectedWidth()
 {
     const QJsonObject strip = QJsonDocument::fromJson(kestrumctl(words("describe"))).object();
@@ -104,7 +103,7 @@ class AgentWaylandTest : public QObject {
         waitForStrip();
     }
 
-    /// Starts the agent where there are no layers, and waits until it says so.
+    /// Starts the agent where there are no layers, and waits until the agent reports this.
     void startOnCage()
     {
         startCompositor(words("cage -- cat"));
@@ -124,9 +123,9 @@ class AgentWaylandTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // Qt leaks a few bytes in the Wayland library and unloads it, so the leak report could not name that library.
+        // Qt leaks a few bytes in the Wayland library and unloads this library, so a leak report cannot name the library.
         qputenv("ASAN_OPTIONS", "detect_leaks=0");
-        // An ordinary user may have no access to the build folder, so the programs are copied.
+        // An ordinary user may have no access to the build folder, so the user runs copies of the programs.
         const QString built = qEnvironmentVariable("KESTRUM_BUILD") + u'/';
         for (const char* program : { "Kestrum.app/Contents/MacOS/kestrumctl",
                  "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent" }) {
@@ -160,7 +159,7 @@ private Q_SLOTS:
         if (m_agent)
             Programs::end(*m_agent);
         if (m_compositor) {
-            // cage ends when the program that it shows ends.
+            // cage ends when the program that cage shows ends.
             m_compositor->closeWriteChannel();
             if (m_compositor->processId() && !m_compositor->waitForFinished(500))
                 Programs::end(*m_compositor);
@@ -179,12 +178,12 @@ private Q_SLOTS:
         const QRect strip = areaOf(picture, plateColour);
         QCOMPARE(strip.height(), DesktopFixture::stripHeight);
         QCOMPARE(strip.right(), picture.width() - 1);
-        // The desktop is right below the strip. Right above it is the bar, which has another colour.
+        // The desktop is right below the strip. Right above the strip is the bar, which has another colour.
         const QColor desktop(0x20, 0x40, 0x60);
         QCOMPARE(picture.pixelColor(strip.center().x(), strip.bottom() + 1), desktop);
         QVERIFY(strip.top() > 0);
         QVERIFY(picture.pixelColor(strip.center().x(), strip.top() - 1) != desktop);
-        // The strip's ends are round: its corner shows the desktop.
+        // The ends of the strip are round, so its corner shows the desktop.
         QCOMPARE(picture.pixelColor(strip.left(), strip.bottom()), desktop);
     }
 

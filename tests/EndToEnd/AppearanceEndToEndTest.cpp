@@ -1,6 +1,6 @@
 // The built programs on a desktop that changes its scheme and accent. A portal in another process announces the changes. The
-// session bus does not start the accessibility bus, whose code would register D-Bus types that the programs must register
-// themselves.
+// session bus does not start the accessibility bus: the accessibility code would register D-Bus types that the programs must
+// register themselves.
 
 #include "tests/Support/DesktopTest.h"
 #include "tests/Support/OpenedWindow.h"
@@ -22,7 +22,7 @@ class AppearanceEndToEndTest : public DesktopTest {
     std::unique_ptr<OpenedWindow> m_window;
     std::unique_ptr<QProcess> m_agent;
 
-    // A change is promised within half a second. This limit only ends the wait for a change that never comes.
+    // The programs must show a change within half a second. This limit only ends the wait for a change that never comes.
     static constexpr int limit = 5000; // ms
 
     static bool isDark(const QColor& colour) { return colour.lightness() < 128; }
@@ -35,7 +35,7 @@ class AppearanceEndToEndTest : public DesktopTest {
     QColor sidebar() const { return m_window->colour({ 2, 300 }); }
     /// The colour of the selected row in the sidebar, beside its text.
     QColor selection() const { return m_window->colour({ 160, 80 }); }
-    /// The ground of the panel in the selected background's miniature, which follows the window's scheme.
+    /// The panel's background in the miniature of the selected background. It follows the window's scheme.
     QColor miniature() const { return m_window->colour({ 450, 252 }); }
 
 private Q_SLOTS:

@@ -1,5 +1,5 @@
-// The built programs in sessions without a session bus or a private runtime directory, which a desktop usually has. The
-// programs work without these and create no replacement.
+// The built programs in sessions without a session bus or a private runtime directory. The programs work without them and
+// create no replacement.
 
 #include "tests/Support/DesktopTest.h"
 
@@ -34,7 +34,7 @@ public:
     ~Listener() { ::close(m_socket); }
     Q_DISABLE_COPY_MOVE(Listener)
 
-    /// The number of connections since the last call. All of them are closed.
+    /// The number of connections since the last call. Closes all of them.
     int callers() const
     {
         int count = 0;
@@ -58,7 +58,7 @@ class BareSessionEndToEndTest : public DesktopTest {
     QByteArray m_runtimeDirectory;
     QByteArray m_bus;
 
-    /// The bus processes of our programs, recognized by the test's home in their environment.
+    /// The bus processes that were started in this test, recognized by the test's home in their environment.
     static QSet<int> busProcesses()
     {
         const QByteArray home = '\0' + ("HOME=" + qgetenv("HOME")) + '\0';
@@ -72,7 +72,7 @@ class BareSessionEndToEndTest : public DesktopTest {
         return pids;
     }
 
-    /// Starts the settings application, and waits until its window and the strip of the agent that it starts are shown.
+    /// Starts the settings application. Waits until its window is shown, and also the strip of the agent that it starts.
     std::unique_ptr<QProcess> startBoth() const
     {
         auto kestrum = Programs::started(fixture().program("Kestrum"), {});
@@ -115,13 +115,13 @@ private Q_SLOTS:
     void noBusIsStartedWhereThereIsNone()
     {
         QFETCH(const QByteArray, named);
-        // The bus library starts a session bus by this program.
+        // The bus library runs this program to start a session bus.
         QVERIFY(!QStandardPaths::findExecutable(text("dbus-launch")).isEmpty());
         if (!named.isEmpty())
             qputenv("DBUS_SESSION_BUS_ADDRESS", named);
         const QSet<int> before = busProcesses();
         const auto kestrum = startBoth();
-        // kestrumctl opens the display if QT_QPA_PLATFORM is set, and must not start a bus then either.
+        // kestrumctl opens the display if QT_QPA_PLATFORM is set. Even then, it must not start a bus.
         QVERIFY(fixture().kestrumctl("describe").contains("items"));
         const QSet<int> started = busProcesses() - before;
         for (const int pid : started)
@@ -151,7 +151,7 @@ private Q_SLOTS:
     void noRuntimeDirectoryIsMade()
     {
         QFETCH(const QByteArray, named);
-        // The temporary folder, where programs put files that have no other place.
+        // Stands for the temporary folder, where programs put files that have no other place.
         const FileTree shared;
         QCOMPARE(::mkdir(QFile::encodeName(shared.path(text("open"))).constData(), 0755), 0);
         qputenv("TMPDIR", QFile::encodeName(shared.root()));

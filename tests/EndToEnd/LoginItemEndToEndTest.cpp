@@ -27,7 +27,7 @@ class LoginItemEndToEndTest : public DesktopTest {
     {
         if (::geteuid() != 0)
             return;
-        // Gives that user access to the programs and to the user's own folders.
+        // Gives the ordinary user access to the programs and to the user's own folders.
         for (const QString& folder : { TestHome::root(), QFileInfo(fixture().bundle()).path() })
             QCOMPARE(::chmod(QFile::encodeName(folder).constData(), 0711), 0);
         for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") })
@@ -49,7 +49,7 @@ class LoginItemEndToEndTest : public DesktopTest {
         QTest::qWait(300);
     }
 
-    // Clicks the switch in the page's first row. The place is in the window, which is 640 wide.
+    // Clicks the switch in the page's first row. The place is relative to the window, which is 640 wide.
     void clickSwitch() const { DesktopFixture::click({ 593, 60 }, m_window); }
 
 private Q_SLOTS:

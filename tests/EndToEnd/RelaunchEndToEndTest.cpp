@@ -10,7 +10,7 @@ using Programs::patience;
 
 namespace {
 
-/// The part of the window with the names of the pages.
+/// The part of the window that shows the names of the pages.
 constexpr QRect pageNames(10, 20, 180, 160);
 
 } // namespace
@@ -47,7 +47,7 @@ private Q_SLOTS:
         QVERIFY(!window.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::colour({ 2, 300 }, window), QColor(0xE9E9ED), patience);
         QVERIFY(fixture().isOtherActive());
-        // Both the toolkit's own texts and the window are in the new language.
+        // The toolkit's own texts and the window are in the new language.
         QCOMPARE(DesktopFixture::toolkitLanguage(), text("de"));
         DesktopFixture::turnTo(window);
         QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::picture(pageNames, window) == german, patience);
@@ -68,7 +68,7 @@ private Q_SLOTS:
         fixture().turnToOther();
         const qint32 next = fixture().settingsApplicationAfter(old);
         QVERIFY(next > 0);
-        // A second shell would open the application again, which would bring it to the front.
+        // If there were a second shell, it would open the application again and bring it to the front.
         QTest::qWait(1000);
         QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
         QVERIFY(fixture().isOtherActive());
@@ -99,7 +99,7 @@ private Q_SLOTS:
 
     void savingTheSettingsInAnEditorStartsNothingAnew()
     {
-        // Editors move the file away and make a new one. In between, no language is stored.
+        // Editors move the file away and write a new one. Between these steps, no language is stored.
         fixture().write("language", "\"de\"");
         fixture().write("refreshInterval", "1");
         open();
@@ -131,7 +131,7 @@ private Q_SLOTS:
 
     void withoutAShellTheApplicationStaysClosedWithoutAWord()
     {
-        // The kernel refuses every new process of this one, from its start on.
+        // The kernel refuses to start any child process of this application.
         const auto kestrum = std::make_unique<QProcess>();
         kestrum->setChildProcessModifier(
             [filter = SystemCallFilter::withoutNewProcesses()] { filter.enter(); });

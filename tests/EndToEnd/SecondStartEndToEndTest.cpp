@@ -1,4 +1,4 @@
-// People start the settings application a second time and expect its window.
+// A person starts the settings application a second time and expects its window.
 
 #include "tests/Support/SettingsAppTest.h"
 
@@ -86,7 +86,7 @@ private Q_SLOTS:
         const QString legacy
             = QFile::decodeName(qgetenv("XDG_CONFIG_HOME")) + text("/autostart/com.orvale.kestrum.desktop");
         write(legacy, {});
-        // This page reads the state of the login item when it is shown.
+        // When this page is shown, it reads the state of the login item.
         fixture().write("settingsPane", "\"general\"");
         const QStringList runs[]
             = { words("--first-frame"), { text("--pictures"), TestHome::root() + text("/pictures") } };
@@ -128,13 +128,13 @@ private Q_SLOTS:
         QVERIFY(!window.isEmpty());
         QTest::qWait(500);
         QVERIFY(fixture().isOtherActive());
-        // A second start in the background leaves the window there; an ordinary one raises it.
+        // A second start in the background does not raise the window. An ordinary second start raises it.
         fixture().kestrumctl("open -g", { fixture().bundle() });
         QTest::qWait(300);
         QVERIFY(fixture().isOtherActive());
         fixture().kestrumctl("open", { fixture().bundle() });
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
-        // The start that only asked for that ends by itself.
+        // The second process only makes this request and ends by itself.
         QTRY_COMPARE_WITH_TIMEOUT(fixture().settingsApplications(), QList<qint32> { pid }, patience);
     }
 

@@ -53,7 +53,7 @@ private Q_SLOTS:
             QTest::qWait(50);
             longestRound = std::max(longestRound, time.elapsed() - before);
         }
-        // A change is noticed at the next look, 2 s later at most. The rest is for the machine, whatever else it does meanwhile.
+        // A change is noticed at the next poll, after at most 2 s. The rest of the limit allows for other work of the machine.
         const int oneLook = Programs::areSanitized ? patience : int(2000 + 10 * longestRound);
 
         fixture().kestrumctl("post openSettings");
@@ -69,7 +69,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// The time in ms in which nothing may happen: several checks, or KESTRUM_STARVED_SECONDS for a run by hand.
+    /// The time in ms in which nothing may happen: several polls. KESTRUM_STARVED_SECONDS sets the time for a run by hand.
     static int quietTime()
     {
         const int seconds = qEnvironmentVariableIntValue("KESTRUM_STARVED_SECONDS");

@@ -1,5 +1,5 @@
-// The whole way of an update: APT lists it, the agent finds it, the open window offers it, and "Install" makes the agent show
-// it. Once it is installed, no offer is left. The test sets the version of a copy of the built bundle.
+// All steps of an update: APT lists the update, the agent finds it, the open window offers it, and "Install" makes the agent
+// show it. After the installation, there is no offer. The test sets the version of a copy of the built bundle.
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumAgent/Updates/UpdateChecker.h"
@@ -38,7 +38,7 @@ class UpdateEndToEndTest : public DesktopTest {
 
     void open() { m_window = std::make_unique<OpenedWindow>(fixture()); }
 
-    /// The middle of the green symbol in the sidebar's lower half; nothing without an offer.
+    /// The middle of the green symbol in the sidebar's lower half; nothing when there is no offer.
     std::optional<QPoint> symbol() const
     {
         const QColor green = Theme::colour(Theme::Colour::offer, ColourScheme::light);
@@ -47,7 +47,6 @@ class UpdateEndToEndTest : public DesktopTest {
     }
     void clickInstall() const { m_window->click({ 204 - 10 - 30, symbol()->y() }); }
 
-    /// The window with an offer.
     void openWithOffer()
     {
         check();
@@ -109,7 +108,7 @@ private Q_SLOTS:
         clickInstall();
         QTRY_COMPARE_WITH_TIMEOUT(ear.count, 1, patience);
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
-        // The running agent gets the request again; no second agent starts.
+        // The running agent gets the request again. No second agent starts.
         clickInstall();
         QTRY_COMPARE_WITH_TIMEOUT(ear.count, 2, patience);
         QTest::qWait(600);
@@ -132,7 +131,7 @@ private Q_SLOTS:
     {
         openWithOffer();
         m_window.reset();
-        // No agent runs, so nothing withdraws the stored offer.
+        // No agent runs, so the stored offer is not removed.
         m_world->install("1.5-30");
         setVersion("1.5", "30");
         open();

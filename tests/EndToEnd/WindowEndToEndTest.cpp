@@ -28,7 +28,7 @@ private Q_SLOTS:
     void init()
     {
         DesktopFixture::forgetChoices();
-        // The agent stays off: these tests concern only the window.
+        // The agent is off, because these tests concern only the window.
         fixture().write("agentEnabled", "false");
         fixture().turnToOther();
         m_window = std::make_unique<OpenedWindow>(fixture());
@@ -83,14 +83,14 @@ private Q_SLOTS:
         QCOMPARE(DesktopFixture::geometry(m_window->id()).size(), QSize(640, 520));
         m_window->moveTo({ 320, 260 });
         const QPoint off = QCursor::pos() - QGuiApplication::primaryScreen()->availableGeometry().center();
-        // The window manager centres the window with its title bar, which is above.
+        // The window manager centres the window together with the title bar above it.
         QVERIFY2(std::abs(off.x()) <= 4 && off.y() >= -4 && off.y() <= 30,
             qPrintable(text("%1,%2").arg(off.x()).arg(off.y())));
     }
 
     void theChosenLanguageIsAppliedAtTheStartAndWhenItChanges()
     {
-        // Only a process that recorded the language at its start can find it stale.
+        // A process finds its language outdated only if it recorded the language at its start.
         fixture().write("language", "\"de\"");
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::toolkitLanguage(), text("de"), patience);
         m_window.reset();
@@ -105,7 +105,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QByteArray>("heading");
         QTest::addColumn<qsizetype>("length");
-        // One text as large as a table may be, without a place for a line break.
+        // One text has the maximum size of a table and no place for a line break.
         QTest::newRow("one text") << QByteArray("Menu Bar") << qsizetype(900'000);
         QTest::newRow("all texts as long as they may be") << QByteArray() << PropertyList::maximumTextLength;
     }

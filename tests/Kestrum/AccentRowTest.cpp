@@ -18,7 +18,7 @@ class AccentRowTest : public QObject {
 
     static QString customText(const QColor& colour) { return MeterAccent::custom(colour).rawValue(); }
 
-    /// Clicks on the well. Gives the hue field of the dialog that opens, or null when no dialog opens.
+    /// Clicks on the well. Returns the hue field of the dialog that opens, or null if no dialog opens.
     static QWidget* openDialog(ColourWell& well)
     {
         const auto dialog = ColourDialogHand::open(well);
@@ -99,7 +99,7 @@ private Q_SLOTS:
         QVERIFY(shown.well->isVisible());
         QCOMPARE(shown.well->colour().rgb(), MeterAccent(MeterAccent::Name::teal).color().rgb());
         QCOMPARE(shown.picker->index(), Shown::customIndex);
-        // The entry "Custom" shows the colour, as the preset entries do.
+        // The entry "Custom" has a swatch of its colour, as the preset entries do.
         QCOMPARE(shown.customSwatch(), shown.well->colour().rgb());
         shown.choose(6);
         QVERIFY(!shown.well->isVisible());
@@ -155,7 +155,7 @@ private Q_SLOTS:
 
     void theWellTrailsThePickerAndTheRowKeepsItsHeight_data()
     {
-        // From 220 on, the picker fits beside its title, and soon the well fits too.
+        // From a width of 220, the picker fits beside its title; a little more is enough for the well too.
         addRows<int, Qt::LayoutDirection>({ { "wide", 400, Qt::LeftToRight },
             { "right to left", 400, Qt::RightToLeft }, { "220 wide", 220, Qt::LeftToRight },
             { "240 wide", 240, Qt::LeftToRight }, { "260 wide", 260, Qt::LeftToRight },
@@ -185,8 +185,6 @@ private Q_SLOTS:
         settle();
         QCOMPARE(fromTrailing(shown.picker), Theme::rowInset);
     }
-
-    // What happens while people drag in the colour dialog
 
     void aDragInTheDialogIsStoredOnceWhenItHasStoodStill()
     {
@@ -257,7 +255,7 @@ private Q_SLOTS:
         Shown::store("custom:srgb:0.1000,0.2000,0.3000");
         const Shown shown;
         shown.move(Qt::red);
-        Q_EMIT shown.picker->chosen(4); // at once: opening the list would take as long as the pause
+        Q_EMIT shown.picker->chosen(4); // do not open the list: that would take as long as the pause
         QCOMPARE(Shown::stored(), QStringLiteral("teal"));
         QTest::qWait(afterPause);
         QCOMPARE(Shown::stored(), QStringLiteral("teal"));
@@ -303,7 +301,7 @@ private Q_SLOTS:
         QWidget* field = openDialog(*well);
         QVERIFY(field);
         const QPointer<QColorDialog> dialog = well->findChild<QColorDialog*>();
-        // At black all hues look alike, so people would set the brightness first.
+        // At black all hues look alike, so a user would set the brightness first.
         Q_EMIT dialog->currentColorChanged(Qt::green);
         QTest::mousePress(field, Qt::LeftButton, {}, { 30, 30 });
         ColourDialogHand::drag(field, { 50, 40 });

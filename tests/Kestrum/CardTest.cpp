@@ -38,7 +38,7 @@ class CardTest : public QObject {
             plain.setWordWrap(true);
             return plain.heightForWidth(label.width());
         }
-        /// The y positions of the lines between the contents, from the card's top, measured in a column without text.
+        /// The y positions of the lines between the contents, from the card's top, measured in a column of pixels without text.
         QList<int> hairlines() const
         {
             const QImage picture = card->grab().toImage();

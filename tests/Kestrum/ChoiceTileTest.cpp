@@ -15,7 +15,6 @@ class ChoiceTileTest : public QObject {
 
     static inline const QString light = QStringLiteral("Light");
 
-    /// The picture at scale 2.
     static QImage picture(ChoiceTile& tile) { return pictureOf(tile, Qt::white, 2); }
 
 private Q_SLOTS:

@@ -138,14 +138,14 @@ private Q_SLOTS:
 
     void whatComesBackRoundedDoesNotMoveTheDialog()
     {
-        // Almost black: 8-bit red, green and blue hardly determine the hue that people have chosen.
+        // This colour is almost black, so 8-bit red, green and blue hardly determine the hue.
         const QColor dark = QColor::fromHsv(10, 200, 6);
         QList<QList<int>> ways;
         for (const bool isFollowing : { false, true }) {
             const Fixture fixture;
             fixture.well->setColour(dark);
             const QPointer<QColorDialog> dialog = fixture.opened();
-            // Rounds to four decimals, like the store.
+            // The owner rounds each component to four decimals, like the store.
             connect(fixture.well, &ColourWell::picked, fixture.well, [&](const QColor& colour) {
                 const auto rounded = [](float part) { return float(std::round(part * 10000) / 10000); };
                 if (isFollowing)
@@ -263,7 +263,7 @@ private Q_SLOTS:
 
     void theKeyboardsPlaceIsMarkedWhole()
     {
-        // On a page that has no room around the well.
+        // The page has no space around the well.
         auto* tight = new QWidget;
         auto* well = new ColourWell(tight);
         tight->setFixedSize(well->sizeHint());
@@ -291,8 +291,6 @@ private Q_SLOTS:
         QTest::mouseClick(fixture.well, Qt::LeftButton);
         QVERIFY(!fixture.dialog());
     }
-
-    // Where the dialog opens, and how its texts are laid out
 
     void theDialogOpensBesideTheWindow_data()
     {

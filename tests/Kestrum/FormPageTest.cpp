@@ -26,7 +26,7 @@ class FormPageTest : public QObject {
         return widths;
     }
 
-    /// Shows `page` at its size in a window that is 640 wide.
+    /// Shows `page` at its present size in a window that is 640 wide.
     static void show(QWidget& page)
     {
         page.resize(436, 480);
@@ -180,8 +180,6 @@ private Q_SLOTS:
         QVERIFY(page->verticalScrollBar()->maximum() > 0);
         QCOMPARE(page->verticalScrollBar()->value(), page->verticalScrollBar()->maximum());
     }
-
-    // The scroll bar
 
     void itIsThereOnlyWhenNeededAndMovesNothing()
     {

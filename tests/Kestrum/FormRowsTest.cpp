@@ -10,8 +10,8 @@
 
 using namespace kestrum;
 
-/// Rows that are bound to a suite of their own. Another store of the same suite stands for another process that writes the
-/// same file.
+/// Rows that are bound to this test's own suite of settings. A second store of the suite simulates another process that writes
+/// the same file.
 class FormRowsTest : public QObject, OwnSuite {
     Q_OBJECT
 
@@ -41,7 +41,7 @@ class FormRowsTest : public QObject, OwnSuite {
         PopupPicker& thePopup() const { return *popup->findChild<PopupPicker*>(); }
         PopupPicker& theInterval() const { return *interval->findChild<PopupPicker*>(); }
 
-        /// Chooses by a key, as the keyboard does in a closed list.
+        /// Presses a key to choose an entry while the list is closed.
         static void choose(PopupPicker& picker, int key) { QTest::keyClick(&picker, Qt::Key(key)); }
     };
 
@@ -124,7 +124,7 @@ private Q_SLOTS:
         QVERIFY(m_other->apply(strange, {}));
         const QByteArray file = contentOf(path());
         const Rows rows(*this);
-        QVERIFY(rows.theSwitch().isChecked()); // a value that is no flag counts as the default
+        QVERIFY(rows.theSwitch().isChecked()); // a value that is not a boolean counts as the default
         QCOMPARE(rows.theSegments().index(), -1);
         QCOMPARE(rows.thePopup().index(), -1);
         QCOMPARE(rows.theInterval().index(), -1);
@@ -144,7 +144,7 @@ private Q_SLOTS:
         const Rows rows(*this);
         QVERIFY(m_other->set("meterStyle", QStringLiteral("pie")));
         QTRY_COMPARE(rows.theSegments().index(), -1);
-        QVERIFY(m_other->set("meterStyle", 7)); // no text: as if the key were absent
+        QVERIFY(m_other->set("meterStyle", 7)); // a number instead of a text counts as the default
         QTRY_COMPARE(rows.theSegments().index(), 0);
     }
 

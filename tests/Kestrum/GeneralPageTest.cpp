@@ -63,10 +63,10 @@ class GeneralPageTest : public QObject {
 
     std::optional<TestBundle> m_bundle;
 
-    /// From now on the main bundle has the property list `info`.
+    /// Gives the main bundle the property list `info`.
     void run(const QByteArray& info)
     {
-        m_bundle.reset(); // its destructor restores the earlier main bundle, so it goes first
+        m_bundle.reset(); // destroy the old bundle first: its destructor restores the earlier main bundle
         m_bundle.emplace(info, QList<QByteArray> { "en", "fr", "de" });
     }
 

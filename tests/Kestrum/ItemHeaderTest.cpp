@@ -31,7 +31,7 @@ class ItemHeaderTest : public QObject {
         image.setDevicePixelRatio(scale);
         image.fill(Theme::colour(Theme::Colour::window));
         QPainter(&image).drawImage(0, 0, plain);
-        // Cropped to the symbol's ink: its empty margins may reach beyond the header.
+        // Crop to the symbol's ink, because the empty margins may reach beyond the header.
         return image.copy(QRegion(QBitmap::fromImage(plain.createAlphaMask())).boundingRect());
     }
 
@@ -80,7 +80,7 @@ private Q_SLOTS:
     void theSymbolLeadsAndTheTitleFollows()
     {
         const Qt::LayoutDirection direction = std::get<0>(thisRow<Qt::LayoutDirection>());
-        // The header, seen from its leading edge.
+        // A picture of the header, mirrored so that the leading edge is at the left.
         const auto drawn = [direction](const QString& title) {
             ItemHeader header(MonitorSection::cpu, title);
             header.setLayoutDirection(direction);

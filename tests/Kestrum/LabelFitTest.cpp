@@ -14,7 +14,7 @@
 
 using namespace kestrum;
 
-/// The window at its smallest size, in every language and in a pseudo language whose texts are longer than all others.
+/// The window at its smallest size, in every language and in a pseudo language with longer texts than any other.
 class LabelFitTest : public QObject {
     Q_OBJECT
 
@@ -27,7 +27,7 @@ class LabelFitTest : public QObject {
             .keys;
     }
 
-    /// `text` with accents, which none of our texts has, and two fifths longer: by whole words when `text` has several.
+    /// Returns `text` with accents, which the application's English texts lack, and two fifths longer.
     static QString pseudo(QString text)
     {
         const qsizetype more = qsizetype(std::ceil(0.4 * double(text.size())));
@@ -63,7 +63,7 @@ class LabelFitTest : public QObject {
         QCOMPARE(w.sidebarWidth(), 204);
     }
 
-    /// All texts that people see or hear in a window, except those that are the same in every language.
+    /// All visible and accessible texts of a window, except those that are the same in every language.
     static QSet<QString> texts(const SettingsWindow& w)
     {
         QSet<QString> result;
@@ -112,7 +112,7 @@ private Q_SLOTS:
     void initTestCase()
     {
         SettingsWindow::prepareProgram();
-        // With the row that exists only on some machines.
+        // With two kinds of cores, the page has one more row.
         CoreTopology::useTiers({ { QStringLiteral("Performance"), 4 }, { QStringLiteral("Efficiency"), 4 } });
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
     }

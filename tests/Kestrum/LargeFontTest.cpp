@@ -1,5 +1,5 @@
-// The size of the desktop's font, which the toolkit reads from the settings of a desktop whose theme is built into the
-// toolkit: at a program's start, and when a change of colours is announced.
+// The size of the desktop's font. Qt has a theme of its own for some desktops, and reads the size from their settings: at a
+// program's start, and when a change of colours is announced.
 
 #include "tests/Support/FileContent.h"
 #include "tests/Support/LayoutFaults.h"
@@ -105,7 +105,7 @@ KESTRUM_TEST_MAIN_OF(LargeFontTest)(int argc, char** argv)
     const SessionBus bus;
     if (!display.isUp() || !bus.isUp())
         return 1;
-    qRegisterMetaType<QDBusVariant>(); // without this type, the toolkit could not receive the signal
+    qRegisterMetaType<QDBusVariant>(); // without this type, Qt could not receive the signal
     tellFont(30);
     QApplication application(argc, argv);
     LargeFontTest test;

@@ -18,7 +18,6 @@ using Status = LoginItemService::Status;
 class LaunchAtLoginSectionTest : public QObject {
     Q_OBJECT
 
-    /// The section in a window.
     struct Shown {
         QWidget window;
         LaunchAtLoginSection* section = new LaunchAtLoginSection;
@@ -190,7 +189,7 @@ private Q_SLOTS:
         const auto alerts = HeardEvents::taken(QAccessible::Alert);
         QCOMPARE(alerts.size(), 1);
         QCOMPARE(alerts[0].object, shown.rows[2]);
-        // A window that becomes active again announces no error a second time.
+        // A window that becomes active again does not announce the error a second time.
         reactivate(shown);
         QTest::qWait(50);
         QVERIFY(!shown.status().isEmpty());
@@ -314,7 +313,7 @@ private Q_SLOTS:
         Shown shown;
         shown.show();
         QTRY_VERIFY(shown.toggle->isChecked());
-        // People switch the login item off in the desktop's settings.
+        // The user switches the login item off in the desktop's settings.
         QWidget other;
         activate(other);
         write(LoginItemFixture::entry(), contentOf(LoginItemFixture::entry()) + "Hidden=true\n");

@@ -24,9 +24,9 @@ const QList<int> makeDirectory { SYS_mkdir, SYS_mkdirat };
 const QList<int> makeDirectory { SYS_mkdirat };
 #endif
 
-/// A program that switches the login item on twice and then ends. The second change waits for a pause before the item is made
-/// anew. If `hangs`, the mkdir call hangs and returns only after the application object is destroyed. The program prints how
-/// many milliseconds the destruction took, how many calls returned after it, and whether the login item exists at the end.
+/// A program that switches the login item on twice and then ends. The second change waits for a pause before it makes the item
+/// anew. If `hangs`, mkdir calls hang until the application object is destroyed. The program prints the milliseconds of the
+/// destruction, the number of mkdir calls that returned after it, and whether the login item exists at the end.
 int switchOnAndEnd(int argc, char** argv, bool hangs)
 {
     const TestHome home;
@@ -54,7 +54,7 @@ int switchOnAndEnd(int argc, char** argv, bool hangs)
     return 0;
 }
 
-/// A program that ends while the call hangs.
+/// A program that ends while a mkdir call hangs.
 int switchOnAndLeave(int argc, char** argv)
 {
     const TestHome home;

@@ -69,9 +69,9 @@ private Q_SLOTS:
         QVERIFY(!manager.needsApproval());
         QSignalSpy changes(&manager, &LoginItemManager::changed);
         manager.refresh();
-        // The state is read on another thread, and the result comes by the event loop.
+        // Another thread reads the state, and the event loop delivers the result.
         QVERIFY(!LoginItemManager::isKnown());
-        // That the state is now known counts as a change, although its value is the same.
+        // The first read counts as a change, even if the state is the same.
         QTRY_COMPARE(changes.size(), 1);
         QVERIFY(LoginItemManager::isKnown());
         QCOMPARE(manager.status(), Status::notRegistered);

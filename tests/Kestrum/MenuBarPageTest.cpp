@@ -175,7 +175,7 @@ private Q_SLOTS:
         QCOMPARE(places.size(), 17);
         if (key == Qt::Key_Backtab)
             std::reverse(places.begin(), places.end());
-        // Each control is below the one before, or behind it in the same row.
+        // Each control is below the previous control, or after it in the same row.
         for (qsizetype i = 1; i < places.size(); ++i) {
             const QPoint step = places[i] - places[i - 1];
             QVERIFY(step.y() > 20 || (std::abs(step.y()) < 8 && step.x() > 0));

@@ -5,13 +5,13 @@
 
 using namespace kestrum;
 
-/// What the controls of the page store and follow.
+/// The values that the page's controls store and show.
 class MenuBarPickersTest : public QObject {
     Q_OBJECT
 
     using Page = MenuBarPageWindow;
 
-    /// Rows: whether the picker is segmented, the position of the default, and all choices as "stored=Shown".
+    /// Rows of test data: whether the picker is segmented, the position of the default, and all choices as "stored=Shown".
     static void pickers()
     {
         addRows<bool, int, QString>({
@@ -111,7 +111,7 @@ private Q_SLOTS:
         QTRY_COMPARE(text(), QStringLiteral("The readout turns amber at 185°F and red at 203°F."));
         FormHand::storeElsewhere("temperatureUnit", QStringLiteral("celsius"));
         QTRY_COMPARE(text(), QStringLiteral("The readout turns amber at 85°C and red at 95°C."));
-        // An unknown value means the unit of the region.
+        // For an unknown stored value, the unit is that of the region.
         setSession("LANG=en_US.UTF-8");
         FormHand::storeElsewhere("temperatureUnit", QStringLiteral("Celsius"));
         QTRY_COMPARE(text(), QStringLiteral("The readout turns amber at 185°F and red at 203°F."));
@@ -135,7 +135,7 @@ private Q_SLOTS:
         QCOMPARE(picker.index(), initial);
         // Showing the page stores nothing.
         QVERIFY(storedText(key).isEmpty());
-        // The choice that is shown at first is not the first one to be chosen.
+        // Choose the last choice first, because the first choice may be shown already.
         for (int index = int(choices.size()) - 1; index >= 0; --index) {
             picker.choose(index);
             QCOMPARE(storedText(key), choices[index].section(u'=', 0, 0));
@@ -161,7 +161,7 @@ private Q_SLOTS:
         const auto picker = shown.picker(key);
         QCOMPARE(picker.index(), goesByPercent ? 1 : -1);
         QCOMPARE(storedText(key), nonsense);
-        // The open page follows, too.
+        // The open page follows changes of the readout.
         FormHand::storeElsewhere(key, choices.last().section(u'=', 0, 0));
         QTRY_COMPARE(picker.index(), int(choices.size()) - 1);
         FormHand::storeElsewhere(key, nonsense);
@@ -191,7 +191,7 @@ private Q_SLOTS:
         store.set(key.constData(), QStringLiteral("nonsense"));
         settle();
         QCOMPARE(picker.index(), index);
-        // The open page follows the setting itself.
+        // The open page also follows the earlier version's setting.
         FormHand::storeElsewhere(Keys::showMemoryPercent.name, index == 0);
         QTRY_COMPARE(picker.index(), 1 - index);
         QCOMPARE(storedText(key), QStringLiteral("nonsense"));
@@ -208,7 +208,7 @@ private Q_SLOTS:
         const Page shown;
         PopupPicker& picker = *shown.picker("memoryReadout").popup;
         QCOMPARE(picker.index(), 1);
-        Q_EMIT picker.chosen(1); // as from its list
+        Q_EMIT picker.chosen(1); // as if chosen in the list
         QCOMPARE(storedText("memoryReadout"), QStringLiteral("usage"));
     }
 };

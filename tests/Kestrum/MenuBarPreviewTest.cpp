@@ -38,7 +38,6 @@ class MenuBarPreviewTest : public QObject {
         MenuBarPreview& preview = *window.view.findChild<MenuBarPreview*>();
         MenuBarStrip& strip = *preview.strip();
 
-        /// The strip's place on the plate.
         QRect place() const { return QRect(strip.mapTo(&preview, QPoint(0, 0)), strip.size()); }
         /// Whether an end of the strip fades into the plate and has an arrow there.
         bool fadesAt(Qt::Edge edge) const
@@ -145,7 +144,7 @@ private Q_SLOTS:
             MenuBarStrip& strip = shown.strip;
             const int furthest = strip.view()->width() - strip.width();
             QVERIFY(furthest > 0);
-            // Then the strip takes the whole plate except for its edge.
+            // The strip takes the whole plate except for the plate's edge.
             QCOMPARE(shown.preview.width() - strip.width(), 2);
             QCOMPARE(strip.offset(), furthest);
             QVERIFY(shown.fadesAt(Qt::LeftEdge));

@@ -13,7 +13,6 @@ using namespace kestrum;
 using Sections = StripWindow::Sections;
 using enum MonitorSection;
 
-/// Dragging items of the strip to another place.
 class MenuBarStripDragTest : public QObject {
     Q_OBJECT
 
@@ -101,7 +100,7 @@ private Q_SLOTS:
         const double exactly = toTheLeft ? middle : middle - dragged.frame().width();
         items.grab(*items.item(sensors), dragged.frame().left());
         items.drag(exactly);
-        // An edge exactly on the middle has not passed it.
+        // An edge exactly on the middle of the neighbour has not passed that middle.
         QCOMPARE(toTheLeft ? dragged.frame().left() : dragged.frame().right(), middle);
         QCOMPARE(items.sections(), before);
         items.drag(toTheLeft ? exactly - 0.01 : exactly + 0.01);
@@ -113,7 +112,7 @@ private Q_SLOTS:
         StripItems items;
         items.rebuild({ storage, sensors, memory, cpu }, std::make_shared<SampleReadings>());
         StatusMetricView& dragged = *items.item(sensors)->view;
-        // As after a rebuild with other widths: the middles of both neighbours lie beyond the dragged item's edges.
+        // After a rebuild with other widths, the dragged item's edges can lie beyond the middles of both neighbours.
         items.item(storage)->view->moveLeftEdgeTo(500);
         items.item(memory)->view->moveLeftEdgeTo(-500);
         items.grab(*items.item(sensors), dragged.frame().left());
@@ -243,8 +242,6 @@ private Q_SLOTS:
         QVERIFY(w.picture() != drawn({ storage, sensors, memory, cpu }));
     }
 
-    // Sliding
-
     void neighboursSlideToTheirPlaces()
     {
         ShownStrip w;
@@ -264,7 +261,7 @@ private Q_SLOTS:
         QCOMPARE_GE(timer.elapsed(), 100);
         QCOMPARE_LT(timer.elapsed(), 600);
         QVERIFY(w.picture() != atOnce);
-        // An item that is sent back while it slides starts from where it is drawn.
+        // An item that must turn back while it slides starts from the place where it is drawn.
         w.drag(grabbed);
         QTRY_VERIFY(w.shownLeft(memory) < place - 10);
         const double turned = w.shownLeft(memory);

@@ -151,7 +151,7 @@ private Q_SLOTS:
     void aStripThatWasAllInViewShowsItsTrailingEndWhenItGetsNarrow()
     {
         Row row(2000);
-        // The focused item is scrolled into view; here it already is.
+        // A focused item is scrolled into view, but here every item is in view already.
         row.strip->view()->setFocus(Qt::TabFocusReason);
         for (int i = 0; i < 3; ++i)
             QTest::keyClick(row.strip->view(), Qt::Key_Right);

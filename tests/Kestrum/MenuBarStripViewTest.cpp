@@ -19,8 +19,6 @@ private Q_SLOTS:
     void initTestCase() { registerFactoryDefaults(); }
     void init() { StripWindow::prepare(); }
 
-    // Building
-
     void itemsStandEightPointsApartInTheStoredOrder()
     {
         StripWindow w;
@@ -94,8 +92,6 @@ private Q_SLOTS:
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("cpu,bogus"));
     }
 
-    // Rebuilding
-
     void everyChangeOfTheSettingsRebuilds()
     {
         StripWindow w;
@@ -119,8 +115,6 @@ private Q_SLOTS:
         QTRY_COMPARE(rebuilt.count(), 1);
     }
 
-    // Drawing
-
     void itemsAreAsSharpAsWhenDrawnAlone_data()
     {
         addRows<double>({ { "1", 1 }, { "2", 2 }, { "1.5", 1.5 } });
@@ -138,14 +132,12 @@ private Q_SLOTS:
             QPainter painter(&alone);
             item.view->draw(painter, QPointF(0, frame.top()), ColourScheme::light, scale);
             painter.end();
-            // Whole columns of the item: a move by whole pixels must shift them unchanged.
+            // Compare whole pixel columns of the item: a move by whole pixels must not change them.
             const int width = int(frame.width() * scale) - 1;
             const int left = qRound(frame.left() * scale);
             QCOMPARE(strip.copy(left, 0, width, strip.height()), alone.copy(0, 0, width, strip.height()));
         }
     }
-
-    // Keyboard
 
     void tabShowsWhereTheKeyboardIs()
     {
@@ -199,8 +191,6 @@ private Q_SLOTS:
         QCOMPARE(storedText("menuBarOrder"), QStringLiteral("memory,sensors,storage,cpu"));
     }
 
-    // Screen readers
-
     void aScreenReaderHearsItemsAndReadouts()
     {
         Setting { Keys::showSensorsItem }.set(false);
@@ -251,8 +241,6 @@ private Q_SLOTS:
         QCOMPARE(list->indexOfChild(last), -1);
     }
 
-    // Hitting
-
     void theGroundOfAnItemReachesFourPointsToEachSide()
     {
         StripWindow w;
@@ -279,14 +267,12 @@ private Q_SLOTS:
         QVERIFY(!w.strip.item(QPointF(x, 22.01)));
         QVERIFY(w.strip.item(QPointF(x, 0.01)));
         QVERIFY(!w.strip.item(QPointF(x, 0)));
-        // The same in the widget's own coordinates, which have 22 rows of pixels.
+        // The same check in widget coordinates: the item is 22 rows of pixels high.
         QVERIFY(w.strip.item(w.strip.stripPoint({ w.at(x).x(), 3 })));
         QVERIFY(!w.strip.item(w.strip.stripPoint({ w.at(x).x(), 2.99 })));
         QVERIFY(w.strip.item(w.strip.stripPoint({ w.at(x).x(), 24.99 })));
         QVERIFY(!w.strip.item(w.strip.stripPoint({ w.at(x).x(), 25 })));
     }
-
-    // Hovering
 
     void thePointerHoversOverItems()
     {

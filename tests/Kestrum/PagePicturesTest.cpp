@@ -1,6 +1,6 @@
-// Pictures of every page for people to look at: in both schemes, at two scales, in a language of each writing direction, and
-// in rare states. Texts list what each page shows to assistive programs. Everything is saved in the directory
-// KESTRUM_PICTURES, or else in "pictures" in the build directory.
+// Pictures of every page, to be checked by eye: in both schemes, at two scales, in a language of each writing direction, and in
+// rare states. Text files contain the accessibility tree of each page. All files are saved in the directory KESTRUM_PICTURES, or
+// else in "pictures" in the build directory.
 
 #include "Kestrum/Form/ColourWell.h"
 #include "Kestrum/Form/Switch.h"
@@ -24,7 +24,7 @@ class PagePicturesTest : public QObject {
     std::unique_ptr<LoginItemFixture> m_fixture;
     QDir m_folder { TestHome::root() + QStringLiteral("/pictures") };
 
-    /// A window with the default settings, with an agent that runs unless `withAgent` is false.
+    /// A window with the default settings. An agent runs unless `withAgent` is false.
     struct Scene {
         StandIns standIns;
         QProcess agent;
@@ -59,7 +59,6 @@ class PagePicturesTest : public QObject {
         Q_DISABLE_COPY_MOVE(Scene)
         Switch& loginItem() { return *view().findChild<Switch*>(QStringLiteral("launchAtLogin")); }
         SettingsView& view() { return window->view; }
-        /// Whether the window shows a visible text.
         bool shows(const QString& text)
         {
             for (const QLabel* label : view().findChildren<QLabel*>()) {

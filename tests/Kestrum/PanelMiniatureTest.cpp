@@ -161,7 +161,7 @@ private Q_SLOTS:
             QCOMPARE(bar.height(), 4.0);
             for (double y = 30; y < 60; y += 1 / scale) {
                 const QColor pixel = pixels.at(30, y);
-                // Around the bar, each pixel has either the fill's colour or the ground's.
+                // Around the bar, each pixel has either the fill's colour or the background's.
                 if (y > bar.top() - 2 && y < bar.bottom())
                     QVERIFY(PanelPixels::isNear(pixel, fill) || PanelPixels::isNear(pixel, ground));
             }
@@ -207,7 +207,7 @@ private Q_SLOTS:
                 }
             }
             QVERIFY2(!changed.isEmpty() && changed.top() > above, text);
-            QVERIFY2(changed.height() <= 16, text); // in pixels, at 2 pixels a point
+            QVERIFY2(changed.height() <= 16, text); // in pixels; one point has 2 pixels
             above = changed.bottom();
         }
         forgetSettings();

@@ -303,7 +303,7 @@ private Q_SLOTS:
         settle();
         const auto tile = [&w] { return w.view.findChild<ChoiceTileRow*>()->tiles()[0]; };
         QCOMPARE(tile()->text(), QStringLiteral("Light"));
-        // The header's title.
+        // The rectangle of the header's title.
         const QRect title(25, 12, 60, 14);
         const QImage english = tile()->grab(title).toImage();
         SettingsWindow::speak("de");

@@ -53,13 +53,13 @@ private Q_SLOTS:
     void thereIsNoListBeforeItIsOpened()
     {
         const Fixture fixture(0, Qt::LeftToRight, red());
-#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0) // newer versions make a view of their own with the first choice
+#if QT_VERSION < QT_VERSION_CHECK(6, 8, 0) // newer versions create a plain list with the first choice
         QVERIFY(fixture.picker->findChildren<QAbstractItemView*>().isEmpty());
 #endif
         QVERIFY(fixture.picker->findChildren<PickerList*>().isEmpty());
         fixture.picker->showPopup();
         QCOMPARE(fixture.picker->findChildren<QAbstractItemView*>().size(), 1);
-        // A list that exists already follows the new font.
+        // The existing list takes over a new font.
         const int before = fixture.picker->view()->sizeHintForRow(0);
         QFont font = fixture.picker->font();
         font.setPixelSize(30);
@@ -211,7 +211,7 @@ private Q_SLOTS:
         const Fixture fixture(2);
         QVERIFY(fixture.picker->minimumSizeHint().width() < fixture.picker->sizeHint().width());
         fixture.picker->resize(fixture.picker->minimumSizeHint());
-        // The arrows that mark a picker stay.
+        // The picker's arrows are still drawn.
         const QImage mark = fixture.field().copy(fixture.picker->width() - 20, 5, 12, 16);
         QVERIFY(pixelsOtherThan(mark, Theme::colour(Colour::button)).count > 0);
     }
@@ -224,7 +224,7 @@ private Q_SLOTS:
         QAccessibleInterface* box = QAccessible::queryAccessibleInterface(picker);
         QCOMPARE(box->role(), QAccessible::ComboBox);
         QCOMPARE(box->text(QAccessible::Value), titles[1]);
-        // The toolkit uses a combo box's value as its name; screen readers take its name from its label.
+        // Qt reports the value of a combo box as its name, so screen readers use the label's text as the name.
         QCOMPARE(picker->accessibleName(), QStringLiteral("Readout"));
         const auto labels = box->relations(QAccessible::Label);
         QCOMPARE(labels.size(), 1);
@@ -238,8 +238,6 @@ private Q_SLOTS:
         QCOMPARE(list->child(2)->text(QAccessible::Name), titles[2]);
         picker->hidePopup();
     }
-
-    // The open list
 
     void inTheListTheKeyboardGoesAndEnterChooses()
     {

@@ -133,7 +133,7 @@ private Q_SLOTS:
     {
         Window window;
         m_relaunch->whenInactive();
-        // Closing a widget's window hides it before the focus leaves.
+        // When a widget's window is closed, the window is hidden before the focus leaves.
         window.main.hide();
         window.deactivate();
         QCOMPARE(m_commands.size(), 0);

@@ -11,7 +11,6 @@ using namespace kestrum;
 class RowTest : public QObject {
     Q_OBJECT
 
-    /// A card that contains a row, in a window.
     struct Fixture {
         Card* card;
         ControlWindow window;

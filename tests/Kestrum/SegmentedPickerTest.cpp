@@ -219,7 +219,7 @@ private Q_SLOTS:
             SystemAppearance::shared().setScheme(scheme);
             const auto colour = [](Colour of) { return Theme::colour(of).rgba(); };
             const int middle = 13;
-            // There is no outline: the plate's colour reaches its edges, and its shade is below.
+            // There is no outline: the plate's colour reaches the plate's edges, and the shade is below.
             for (const QPoint place : { QPoint(2, middle), QPoint(6, middle), QPoint(20, 2), QPoint(20, 22) })
                 QCOMPARE(fixture.pixel(0, place), colour(Colour::chosenSegment));
             QCOMPARE(fixture.pixel(0, { 20, 23 }), colour(Colour::segmentShade));

@@ -47,7 +47,7 @@ private Q_SLOTS:
         m_delegate = std::make_unique<SettingsAppDelegate>(SettingsAppDelegate::Run::ordinary,
             Relaunch::Actions { [this](const QString& command) { m_relaunches.append(command); }, [] {} });
         m_delegate->applicationDidFinishLaunching();
-        QTRY_COMPARE(stored.count(), 1); // the start-up's changes must come before the listener
+        QTRY_COMPARE(stored.count(), 1); // the listener must not hear the start-up's changes
         m_listener = std::make_unique<SignalListener>();
         m_listener->listen(SharedSettings::Signal::settings, [this] { ++m_settings; });
         m_settings = 0;
@@ -126,7 +126,7 @@ private Q_SLOTS:
         QCOMPARE(UserDefaults::standard().object("AppleLanguages").toArray().first().toString(),
             QStringLiteral("de"));
         QCOMPARE(m_relaunches.size(), 1);
-        // The language is no longer stale, so the process's own preferences stay as they are.
+        // English is the language at the launch and so not stale: the process's own preferences stay as they are.
         Setting { Keys::language }.set(QStringLiteral("en"));
         QTRY_COMPARE(m_settings, 2);
         QCOMPARE(UserDefaults::standard().object("AppleLanguages").toArray().first().toString(),

@@ -97,7 +97,7 @@ private Q_SLOTS:
         if (waits(paintTranslucent) < 10)
             QSKIP(
                 "this build of the toolkit paints without other threads, or the system does not count waits");
-        // Fewer than one wait in ten paintings: the system itself makes a thread wait now and then.
+        // Allow less than one wait in ten paintings, because the system itself makes a thread wait now and then.
         const auto found = waits([&w, &image] { w.view.render(&image); });
         QCOMPARE_LT(found, 5);
     }
@@ -233,7 +233,7 @@ private Q_SLOTS:
         SettingsWindow w;
         QCOMPARE(w.view.locale().language(), QLocale::English);
         QCOMPARE(w.view.locale().territory(), QLocale::Switzerland);
-        // The region of the session stays, even where the language's code names another region.
+        // The locale keeps the session's region, even if the language's code names another region.
         const TestBundle bundle("{ }", { "en", "pt-BR" });
         SettingsWindow::speak("pt-BR");
         QTRY_COMPARE(w.view.locale().language(), QLocale::Portuguese);

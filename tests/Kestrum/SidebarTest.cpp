@@ -16,7 +16,7 @@ using namespace kestrum;
 class SidebarTest : public QObject {
     Q_OBJECT
 
-    /// Checks that at the least width the list shows as much as where everything fits on one line.
+    /// Checks that the list draws as much ink at its least width as at a width where every text fits on one line.
     static void verifyWhole()
     {
         Sidebar list;
@@ -123,7 +123,7 @@ private Q_SLOTS:
             QTest::keyClick(&w.sidebar(), Qt::Key_Space, held);
             QVERIFY(isSelected());
         }
-        // A click below the last row.
+        // Click below the last row.
         QTest::mouseClick(w.sidebar().viewport(), Qt::LeftButton, Qt::ControlModifier,
             w.sidebar().viewport()->rect().bottomLeft() - QPoint(-20, 4));
         QVERIFY(isSelected());
@@ -185,7 +185,7 @@ private Q_SLOTS:
         SettingsWindow w;
         QVERIFY(w.place(w.sidebar()).x() < w.place(*w.view.pageWidget()).x());
         const auto columnOfSymbol = [&w] {
-            // The first column, from the leading end, that differs from the row's plain background.
+            // The first column of pixels, from the leading end, that differs from the row's plain background.
             const QRect row = w.selectedRow();
             const QImage picture = w.sidebar().viewport()->grab(row).toImage();
             const QImage fromLeading = picture.mirrored(w.sidebar().isRightToLeft(), false);

@@ -1,4 +1,4 @@
-// What the application does at its start, except for its settings (see SettingsAppDelegateTest).
+// The start of the application, except for its settings (see SettingsAppDelegateTest).
 
 #include "Kestrum/KestrumApp.h"
 #include "Kestrum/Window/SettingsView.h"
@@ -187,7 +187,7 @@ private Q_SLOTS:
         QVERIFY(m_fixture->everStarted().isEmpty());
         QVERIFY(QFile::exists(legacyItem()));
         QVERIFY(QFile::remove(legacyItem()));
-        // The delegate still announces changes.
+        // The delegate still registers the default values.
         QCOMPARE(SharedSettings::store().string(Keys::settingsPane.name), QStringLiteral("menuBar"));
     }
 

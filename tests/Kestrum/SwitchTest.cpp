@@ -13,7 +13,6 @@ using Theme::Colour;
 class SwitchTest : public QObject {
     Q_OBJECT
 
-    /// A window with a switch and a button.
     struct Fixture {
         Switch* toggle;
         PushButton* button = new PushButton(QStringLiteral("Open"));
@@ -87,7 +86,7 @@ private Q_SLOTS:
         // The animation takes its full time, and not much longer.
         QCOMPARE_GE(timer.elapsed(), 100);
         QCOMPARE_LT(timer.elapsed(), 600);
-        // Toggled during the animation, the knob starts from where it is.
+        // If the switch is toggled during the animation, the knob moves on from its present place.
         fixture.toggle->click();
         fixture.toggle->click();
         QVERIFY(fixture.knob() > 26.5);
@@ -111,7 +110,7 @@ private Q_SLOTS:
     void followingWhatItWasTurnedToLetsItSlide()
     {
         Fixture fixture;
-        // Follows a bound value.
+        // The switch follows the value that it has changed.
         connect(fixture.toggle, &Switch::toggled, fixture.toggle, &Switch::follow);
         fixture.toggle->click();
         QVERIFY(fixture.knob() < 14);
@@ -189,7 +188,7 @@ private Q_SLOTS:
         fixture.toggle->setFocus();
         fixture.button->setFocus(Qt::TabFocusReason);
         QVERIFY(fixture.window.ring());
-        // Measured at a straight side.
+        // Measure the mark at a straight side of the button.
         const QImage picture = fixture.window.grab().toImage();
         const QRgb mark = Theme::colour(Colour::focusRing).rgba();
         const int y = fixture.button->geometry().center().y();
@@ -206,7 +205,7 @@ private Q_SLOTS:
         fixture.toggle->setFocus();
         fixture.button->setFocus(Qt::TabFocusReason);
         QVERIFY(fixture.window.ring());
-        // Then the focus has nowhere else to go.
+        // Now no other control can get the focus.
         fixture.toggle->setFocusPolicy(Qt::NoFocus);
         fixture.button->hide();
         QVERIFY(!fixture.window.ring());
@@ -222,7 +221,7 @@ private Q_SLOTS:
     void thePointerOverItShowsOnItsTrackAlone()
     {
         Fixture fixture;
-        // The samples are beside the knob and on it.
+        // One sample is on the track beside the knob, the other on the knob.
         const auto track = [&fixture] { return fixture.window.grab().toImage().pixel(20 + 30, 20 + 11); };
         const auto onKnob = [&fixture] { return fixture.window.grab().toImage().pixel(20 + 11, 20 + 11); };
         const auto point

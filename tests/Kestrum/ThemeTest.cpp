@@ -108,7 +108,7 @@ private Q_SLOTS:
             QCOMPARE_GE(contrast(colour, ground, scheme), least);
     }
 
-    // Either the plate has enough contrast to the track, or the plate's shade has enough contrast to both.
+    // Either the segment's plate has enough contrast to the track, or the plate's shade has enough to plate and track.
     void theChosenSegmentStandsOutOfItsTrack()
     {
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
@@ -152,7 +152,7 @@ private Q_SLOTS:
     {
         SystemAppearance::shared().setScheme(ColourScheme::dark);
         QVERIFY(Theme::colour(Colour::onSelection).lightnessF() < 0.2F);
-        // A light accent therefore needs hardly any darkening for the selection, or none.
+        // Because the text is dark, a light accent is hardly changed for the selection.
         QVERIFY(Theme::contrast(Theme::colour(Colour::selection), Theme::colour(Colour::accent)) < 1.1);
         SystemAppearance::shared().setScheme(ColourScheme::light);
         QVERIFY(Theme::colour(Colour::onSelection).lightnessF() > 0.8F);

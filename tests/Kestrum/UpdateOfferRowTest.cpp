@@ -24,7 +24,7 @@ class UpdateOfferRowTest : public QObject {
         SharedSettings::store().set(Keys::updatesAvailable.name, text(version));
     }
 
-    /// Tells of a changed offer, as the agent does.
+    /// Posts the signal for a changed offer, as the agent does.
     static void post() { SharedSettings::post(SharedSettings::Signal::updateAvailable); }
 
     /// A column like the sidebar's, with the row at its foot between other widgets.
@@ -71,7 +71,7 @@ class UpdateOfferRowTest : public QObject {
         QRect place(const QWidget* part) const { return { part->mapTo(row, QPoint(0, 0)), part->size() }; }
     };
 
-    /// A column that is shown, with an offer unless that is null.
+    /// A visible column, with the offer `offered` or, if that pointer is null, without an offer.
     struct ShownColumn : Column {
         explicit ShownColumn(const char* offered = nullptr)
         {
@@ -83,10 +83,10 @@ class UpdateOfferRowTest : public QObject {
 
     std::unique_ptr<TestBundle> m_bundle;
 
-    /// From now on the running program has this version.
+    /// Makes `version` the version of the running program.
     void run(const QByteArray& version)
     {
-        m_bundle.reset(); // its destructor restores the earlier main bundle, so it goes first
+        m_bundle.reset(); // destroy the old bundle first: its destructor restores the earlier main bundle
         m_bundle = std::make_unique<TestBundle>(version, QList<QByteArray> { "en" });
     }
 
@@ -161,7 +161,7 @@ private Q_SLOTS:
         QVERIFY(column.isEmpty());
         offer("1.5 (30)");
         QTest::qWait(quietTime);
-        QVERIFY(column.isEmpty()); // the row reads the offer only when the signal comes
+        QVERIFY(column.isEmpty()); // the row reads the offer only at the agent's signal
         post();
         QTRY_VERIFY_WITH_TIMEOUT(column.label("1.5 (30)"), 1000);
         offer("1.6 (31)");

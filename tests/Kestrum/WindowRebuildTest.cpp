@@ -1,4 +1,4 @@
-// What stays the same when the whole content of the window is built anew.
+// The parts of the window's state that survive a rebuild of the whole content.
 
 #include "Kestrum/MenuBar/MenuBarStripView.h"
 #include "tests/Support/Rows.h"
@@ -38,7 +38,7 @@ private Q_SLOTS:
         const int scrolled = bar(w).value();
         chooseGerman(w);
         QCOMPARE(bar(w).value(), scrolled);
-        QTest::qWait(50); // a later layout must not move it either
+        QTest::qWait(50); // a later layout must not scroll the page either
         QCOMPARE(bar(w).value(), scrolled);
     }
 
@@ -76,7 +76,7 @@ private Q_SLOTS:
         QVERIFY(w.view.findChild<MenuBarStripView*>()->hasFocus());
     }
 
-    // The list is a window with focus widgets of its own, which the new picker does not have.
+    // The open list is a window with its own focus widgets, which do not exist after the rebuild.
     void theLanguageChosenFromItsListLeavesTheKeyboardAtThePicker()
     {
         SettingsWindow w;
@@ -91,7 +91,7 @@ private Q_SLOTS:
         QTest::keyClick(picker->view(), Qt::Key_Return);
         QTRY_COMPARE(w.view.locale().language(), QLocale::German);
         auto* after = w.view.findChild<PopupPicker*>(QStringLiteral("language"));
-        // This platform makes no window active after a list has closed.
+        // Check `focusWidget`: this platform makes no window active after a list has closed.
         QCOMPARE(w.view.focusWidget(), after);
         QCOMPARE(after->currentText(), QStringLiteral("Deutsch"));
     }

@@ -42,8 +42,8 @@ class WindowStormTest : public QObject {
         messages.append(message);
     }
 
-    /// Random lines "key [value]" for the writing process. The value is one of the key's own, another of its type, or one of any
-    /// type. A line without a value removes the key.
+    /// Random lines "key [value]" for the writing process. The value is a valid value of the key, another value of the same type,
+    /// or a value of any type. A line without a value removes the key.
     class RandomWrites {
     public:
         QByteArray line()
@@ -119,19 +119,19 @@ private Q_SLOTS:
                 QTest::qWait(1000);
             }
         };
-        // The first half makes everything that is made only once: pages, languages, fonts, swatches.
+        // The first half creates everything that is created only once: pages, languages, fonts, swatches.
         storm(seconds() / 2);
         const double before = residentMebibytes();
         storm(seconds() - seconds() / 2);
         const double after = residentMebibytes();
 
-        // The last lines are this test's own; they show when the writer has finished.
+        // The test itself sends the last lines, which show when the writer has finished.
         writer.say("settingsPane [\"general\"]");
         writer.say("theStormIsOver [true]");
         QTRY_VERIFY_WITH_TIMEOUT(
             SharedSettings::store().storedDictionary().contains(QStringLiteral("theStormIsOver")), 30'000);
         QTRY_COMPARE(window.view.page(), SettingsPage::general);
-        // The window reads what the agent stores only when the agent posts the signal.
+        // The window reads the agent's values only when the agent posts the signal.
         SharedSettings::post(SharedSettings::Signal::updateAvailable);
         QTest::qWait(200);
         qInstallMessageHandler(usual);

@@ -10,7 +10,7 @@ class WrappedLabelTest : public QObject {
     static inline const QString longText = QStringLiteral(
         "The readout turns amber at 85 degrees and red at 95 degrees, in the unit that was chosen.");
 
-    /// The height that the toolkit computes for the same text in a new label.
+    /// The height that Qt computes for the same text in a new label.
     static int plainHeight(const QLabel& label, int width)
     {
         QLabel plain(label.text());

@@ -20,13 +20,13 @@ using namespace kestrum;
 
 using SharedSettings::Signal;
 
-/// The agent within the test's process: the signals it receives and posts, and its user interface.
+/// The agent within the test's process: the signals that it receives and posts, and its user interface.
 class AgentTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<Agent> m_agent;
 
-    /// Starts an agent, after the end of the one that runs.
+    /// Ends the running agent, and starts another one.
     void startAgent(std::optional<double> launched = std::nullopt)
     {
         m_agent.reset();
@@ -34,7 +34,7 @@ class AgentTest : public QObject {
         m_agent->start(launched);
     }
 
-    /// Runs `function` and the event loop until something quits the application. Gives the exit code, -1 after 5 s.
+    /// Runs `function` and the event loop until something quits the application. Returns the exit code, or -1 after 5 s.
     template <class Function> static int runWith(Function function)
     {
         QTimer::singleShot(0, qApp, function);
@@ -73,7 +73,7 @@ private Q_SLOTS:
     void init()
     {
         forgetSettings();
-        QTest::qWait(20); // until its change notice has passed
+        QTest::qWait(20); // until the notice of this change has arrived
         startAgent();
     }
     void cleanup() { m_agent.reset(); }
@@ -92,7 +92,7 @@ private Q_SLOTS:
         QTest::qWait(50);
         m_agent.reset();
         const double launched = now();
-        // A request to an earlier agent is not meant for this one.
+        // An agent ignores a request that was posted before its launch.
         startAgent(launched);
         QVERIFY(staysAfter([] {}));
 
@@ -127,7 +127,7 @@ private Q_SLOTS:
 
     void itLooksAtTheSettingsAgainWhenTold()
     {
-        QTest::qWait(quietTime); // the start wrote settings, whose notice comes separately
+        QTest::qWait(quietTime); // the notice of the settings that the start wrote comes separately
         QSignalSpy rebuilt(m_agent->strip(), &PanelStrip::rebuilt);
         // The file is changed by a hard link in a folder that is not watched, so no notice comes.
         const QByteArray file = QFile::encodeName(SharedSettings::store().filePath());
@@ -294,8 +294,7 @@ private Q_SLOTS:
 
     void theSettingsAreStartedWhetherOrNotTheyRun()
     {
-        // The agent starts the application even if one runs, since that one may be about to end. A second start opens no
-        // second window.
+        // The agent always starts the application, since a running one may be about to end. No second window opens.
         FileTree tree;
         const QString program = QStringLiteral("Kestrum.app/Contents/MacOS/Kestrum");
         writeProgram(tree.path(program), "#!/bin/sh\necho started >>\"$0.log\"\n");

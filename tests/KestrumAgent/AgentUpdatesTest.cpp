@@ -1,6 +1,6 @@
-// Checks for updates that people asked the agent for: how they learn the outcome, and how they install a new version, namely by
-// a button that opens the desktop's software centre, or by a command to type. This test plays the desktop's services on a
-// session bus of its own.
+// A person asks the agent to check for updates. The tests cover how the agent reports the outcome, and how the person can
+// install a new version: by a button that opens the desktop's software centre, or by a command to type. This test plays the
+// desktop's services on a private session bus.
 
 #include "KestrumAgent/Agent.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -66,7 +66,7 @@ class AgentUpdatesTest : public QObject {
 
     void useApt(const QByteArray& script)
     {
-        m_apt.reset(); // puts back the path of programs
+        m_apt.reset(); // restores PATH
         m_apt = std::make_unique<AptScript>(script);
     }
     /// Version 1.4 is installed, and the repository has the version `candidate`.
@@ -127,17 +127,17 @@ class AgentUpdatesTest : public QObject {
         return nullptr;
     }
 
-    /// Asks the agent for a check, and waits until the service shows so many notifications.
+    /// Asks the agent for a check, and waits until the service shows this number of notifications.
     void askForUpdates(int notifications)
     {
         if (!m_agent)
             startAgent();
         SharedSettings::post(Signal::checkForUpdates);
-        // The bus keeps the order: all that follows reaches the agent after the notification's number.
+        // The bus keeps the order: all later messages reach the agent after the number of the notification.
         QTRY_COMPARE(m_notifications.shown.size(), notifications);
     }
 
-    /// Checks the contents of the last notification, whose heading is the new version's.
+    /// Checks the contents of the last notification. Its heading must be that of a new version.
     void verifyOffer(const QString& advice, const QStringList& actions) const
     {
         QCOMPARE(m_notifications.shown.last().heading, m_news);
@@ -149,7 +149,7 @@ private Q_SLOTS:
     void init()
     {
         forgetSettings();
-        QTest::qWait(20); // until its change notice has passed
+        QTest::qWait(20); // until the notice of this change has arrived
         m_notifications.shown.clear();
         m_notifications.capabilities = { text("actions"), text("body"), text("body-markup") };
         m_packageKit.asked.clear();
@@ -171,7 +171,7 @@ private Q_SLOTS:
         qputenv("PATH", m_path);
     }
 
-    // The outcome
+    // The outcome of a check
 
     void whoAskedIsToldTheOutcomeByTheDesktop()
     {
@@ -205,7 +205,7 @@ private Q_SLOTS:
         m_bus.reset();
         startService();
         askForUpdates(2);
-        QCOMPARE(m_notifications.shown.last().replaced, 0U); // the new bus numbers notifications anew
+        QCOMPARE(m_notifications.shown.last().replaced, 0U); // the new bus starts a new numbering
     }
 
     void withoutTheServiceTheMenuTells_data()
@@ -243,12 +243,12 @@ private Q_SLOTS:
         startAgent(whileLoaded ? before : now());
         if (!whileLoaded)
             SharedSettings::post(Signal::checkForUpdates);
-        // There was one check only.
+        // Only one check was made.
         QTRY_VERIFY(entry(m_upToDate));
         QCOMPARE(m_apt->written("asked"), QByteArray("asked"));
     }
 
-    // The way to a new version
+    // How a person installs the new version
 
     void theButtonOpensTheSoftwareCentreAtTheProgram_data()
     {
@@ -307,7 +307,7 @@ private Q_SLOTS:
         verifyOffer({}, m_button);
         NotificationService::press(41, text("button"));
         QTRY_COMPARE(m_packageKit.asked, (QStringList { text("kestrum"), text("com.orvale.kestrum") }));
-        // The next notification is that of the next check.
+        // The next check gives the next notification.
         askForUpdates(2);
         verifyOffer({}, m_button);
     }

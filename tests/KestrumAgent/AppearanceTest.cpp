@@ -18,7 +18,7 @@ pthread_mutex_t* lastLocked = nullptr;
 pthread_mutex_t* watched = nullptr;
 int locks = 0;
 
-/// How often `function` locks the store's mutex, once for each look-up. Only this thread locks the mutex here.
+/// The number of the store's look-ups in `function`: each locks the store's mutex once. No other thread locks it here.
 template <class Function> int lookUps(Function function)
 {
     SharedSettings::store().boolean("any");
@@ -52,7 +52,7 @@ void saveAnotherStyle()
 
 } // namespace
 
-/// Overrides the C library's function in this program, to count locks.
+/// Replaces the C library's function in this program, to count locks.
 extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
 {
     static const auto real
@@ -62,7 +62,7 @@ extern "C" int pthread_mutex_lock(pthread_mutex_t* mutex) noexcept
     return real(mutex);
 }
 
-/// A drawing of a whole strip sees one state of the settings.
+/// A drawing of a whole strip uses one state of the settings, even if they change meanwhile.
 class AppearanceTest : public QObject {
     Q_OBJECT
 

@@ -78,7 +78,7 @@ private Q_SLOTS:
                     + "         -1 http://deb.example.org/debian sid/main amd64 Packages\n"
                     + " *** 1.4-27 500\n" + repository + dpkg),
             "1.4-27", "1.4-27", false, true);
-        // A held package has the same candidate: dpkg handles the hold, and the administrator decides.
+        // A held package has the same candidate. dpkg handles the hold, and the administrator decides about it.
         row("held", newer(), "1.4-27", "1.5-30", true, true);
         row("several sources",
             answer("1.4-27", "1.5-30",

@@ -12,7 +12,7 @@ using namespace kestrum;
 
 namespace {
 
-/// A query and the signals of its answers.
+/// A query, and its answers and failures.
 struct Asking {
     AptQuery query;
     QSignalSpy answers { &query, &AptQuery::answered };
@@ -28,7 +28,7 @@ struct Asking {
         QVERIFY(answers.isEmpty() && failures.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(answers.count() + failures.count(), 1, 20'000);
     }
-    /// The answer to a question, which must not fail.
+    /// Asks, and returns the answer; "failed" if there is none.
     QByteArray answer()
     {
         ask();

@@ -43,7 +43,7 @@ WantedReadings everything()
     return wanted;
 }
 
-/// Takes a sample, and waits for the worker's results, which appear at the next one.
+/// Takes a sample, and waits for the worker's results. The results appear at the next sample.
 void sample(LiveReadings& readings)
 {
     QSemaphore read;
@@ -223,7 +223,7 @@ private Q_SLOTS:
         for (int round = 0; round < 500; ++round) {
             const auto& [path, valid] = files[random.bounded(int(files.size()))];
             machine.write(path, spoilt(valid, random));
-            // A reader pauses after a read error, so each spoilt file gets a new reader.
+            // A reader pauses after a read error, so each damaged file gets a new reader.
             LiveReadings readings(machine.files.root());
             readings.sample(everything());
             machine.write(path, spoilt(valid, random));

@@ -55,7 +55,6 @@ struct Fixture {
         return strip.place(*strip.items().item(section)).toAlignedRect();
     }
     QImage picture() { return strip.grab().toImage(); }
-    /// Records what is painted from now on.
     void watchWith(PaintWatcher& watcher)
     {
         QVERIFY(QTest::qWaitForWindowExposed(&strip));
@@ -66,7 +65,6 @@ struct Fixture {
 
 } // namespace
 
-/// The items at the panel: their appearance and their mouse actions.
 class PanelStripTest : public QObject {
     Q_OBJECT
 
@@ -106,7 +104,7 @@ private Q_SLOTS:
                     = std::round(fixture.frame(section).left() + PanelStrip::sideRoom) - place.left();
                 painter.drawImage(QPointF(left, 0), DrawingFixture::drawn(section, fixture.readings, 1));
             }
-            // The right edge is left out: its last pixel may be covered only in part.
+            // The area ends before the right edge, whose last pixel may be covered only in part.
             const QRect inner(0, 0, place.width() - 1, 22);
             QCOMPARE(picture.copy(inner.translated(place.topLeft())).convertToFormat(QImage::Format_RGB32),
                 expected.copy(inner).convertToFormat(QImage::Format_RGB32));
@@ -142,7 +140,7 @@ private Q_SLOTS:
         QCOMPARE(image.pixelColor(0, 11).rgba(), StripBackground::plate(ColourScheme::light).rgba());
     }
 
-    // Following readings and settings
+    // Changes of readings and settings
 
     void newReadingsPaintOnlyWhatLooksDifferent()
     {
@@ -166,7 +164,7 @@ private Q_SLOTS:
         fixture.watchWith(watcher);
         const QRect before = fixture.place(memory);
         const QSize size = fixture.strip.sizeHint();
-        // One neighbour becomes as much wider as the other becomes narrower.
+        // One neighbour grows by as much as the other one shrinks.
         Setting(Keys::sensorsReadout).set(SensorsReadout::hottest);
         Setting(Keys::cpuReadout).set(CPUReadout::usage);
         fixture.strip.rebuild();
@@ -320,7 +318,7 @@ private Q_SLOTS:
         row(sensors, "hottest", "Sensors — Hottest: 52°");
         // The item has no room for the unit.
         row(sensors, "fan", "Sensors — Fan: 1240 rpm");
-        // The meter still shows the share in use.
+        // The meter still shows the used share.
         row(cpu, "off", "CPU — Usage: 50%");
         row(memory, "off", "Memory — Usage: 50%");
         row(storage, "off", "Disk — Usage: 50%");

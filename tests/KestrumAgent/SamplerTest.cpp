@@ -22,7 +22,7 @@ void show(const QList<MonitorSection>& sections)
         Setting(MeterSettings::visibilityKey(entry.value)).set(sections.contains(entry.value));
 }
 
-/// How often each thread of this process has gone to sleep since its start, by thread id.
+/// How often each thread of this process has gone to sleep since the thread's start, by thread id.
 QMap<QString, qint64> sleeps()
 {
     QMap<QString, qint64> result;
@@ -79,7 +79,7 @@ private Q_SLOTS:
         QVERIFY(sampler.readings()->memoryUsage() > 0);
         QVERIFY(sampler.readings()->cpuHistory().isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 2, 5000);
-        // By now there are two values of each counter, and a worker's answer.
+        // By now each counter was read twice, and a worker has answered.
         QCOMPARE(sampler.readings()->cpuHistory().size(), 1);
         QVERIFY(sampler.readings()->availableStorage() > 0);
         rest(500ms);
@@ -92,7 +92,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("isShown");
         QTest::newRow("5 s") << 5.0 << true;
         QTest::newRow("60 s") << 60.0 << true;
-        // Below 5 s the answer waits for the next tick, which saves a wake-up for each tick.
+        // With an interval below 5 s, the answer waits for the next tick, which saves a wake-up for each tick.
         QTest::newRow("less") << 4.9 << false;
     }
     void atLongIntervalsAWorkersAnswerIsShownWhenItIsThere()
@@ -257,7 +257,7 @@ private Q_SLOTS:
         QCOMPARE(sampled.count(), 3);
     }
 
-    // A worker's answer wakes no other thread, and the worker sleeps until the next tick.
+    // A worker's answer wakes no other thread. The worker sleeps until the next tick.
     void aTickWakesEachThreadOnceAtMost()
     {
         Setting(Keys::refreshInterval).set(0.1);

@@ -19,7 +19,7 @@ WantedReadings storageAndPower()
     return wanted;
 }
 
-/// A volume that answers only after a call of `answer`. A worker shares its state, which may outlive the test.
+/// A volume that answers only after a call of `answer`. It shares its state with a worker that may outlive the test.
 class HangingVolume {
 public:
     StorageUse::Ask ask() const
@@ -174,7 +174,7 @@ private Q_SLOTS:
 
     void whatADeviceSaidLongAgoIsAbsent()
     {
-        // The first reading is answered, the second hangs.
+        // The first reading is answered, the second one hangs.
         const auto answers = std::make_shared<QSemaphore>(1);
         const auto read = [answers](const Sensors::Wanted&) {
             answers->acquire();
@@ -197,7 +197,7 @@ private Q_SLOTS:
         readings.collect(now + SlowReadings::longestAnswer + std::chrono::seconds(1));
         QCOMPARE(readings.sensors().cpu, std::nullopt);
         QCOMPARE(readings.sensors().fan, std::nullopt);
-        // The worker had not reached the volume yet: its last answer stays, and no warning is logged about it.
+        // The worker had not reached the volume yet: the volume's last answer stays, and no warning is logged about it.
         QVERIFY(readings.storage().used > 0);
 
         answers->release();

@@ -1,4 +1,4 @@
-// The status icon among the icons of a desktop, which is another process.
+// The agent's status icon in a desktop's icon area. Another process plays the desktop.
 
 #include "KestrumAgent/Panel/TrayChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
@@ -40,7 +40,7 @@ class TrayChannelTest : public QObject {
     }
     void startChannel() { m_channel = std::make_unique<TrayChannel>(*m_strip, *m_menu); }
 
-    /// The next line that the desktop process prints, empty after `patience`. Events are handled meanwhile.
+    /// The next line that the desktop's process prints; empty after `patience`. Events are handled meanwhile.
     QByteArray said() const
     {
         const bool isSaid = QTest::qWaitFor([this] { return m_desktop->canReadLine(); }, patience);
@@ -70,11 +70,11 @@ private Q_SLOTS:
         m_strip.reset();
     }
 
-    // This test is the first one: the toolkit checks only once for each process whether status icons are supported.
+    // This test runs first, because the toolkit checks only once per process whether status icons are supported.
     void aPlaceThatComesLateIsNoticed()
     {
         startChannel();
-        QTest::qWait(2200); // longer than the log waits to say that there is no place
+        QTest::qWait(2200); // longer than the log waits before it reports a missing place
         startDesktop();
         QCOMPARE(said(), QByteArray("dark"));
     }
@@ -130,7 +130,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("icon");
         const QByteArray light = "light";
         const QByteArray dark = "dark";
-        // These desktops have a black bar, whatever the scheme of the windows is.
+        // These desktops have a black bar, whatever the colour scheme of the windows is.
         for (const char* desktop : { "GNOME", "ubuntu:GNOME", "pop:GNOME", "gnome" }) {
             QTest::addRow("%s, light", desktop) << QByteArray(desktop) << ColourScheme::light << light;
             QTest::addRow("%s, dark", desktop) << QByteArray(desktop) << ColourScheme::dark << light;

@@ -5,7 +5,6 @@
 
 using namespace kestrum;
 
-/// The outcomes of a check, with an APT of the test's own.
 class UpdateCheckerTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:

@@ -4,7 +4,6 @@
 
 using namespace kestrum;
 
-/// The times of automatic checks.
 class UpdateTimesTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -55,7 +54,7 @@ private Q_SLOTS:
         UpdateFixture fixture;
         fixture.checker.start();
         QVERIFY(!Setting { Keys::updaterCanCheck }.value());
-        QVERIFY(!SharedSettings::store().string(Keys::updatesAvailable.name)); // no check withdraws it
+        QVERIFY(!SharedSettings::store().string(Keys::updatesAvailable.name)); // the start removes the offer
         QVERIFY(!fixture.daily().isActive());
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(text("the check failed: ")));
         QCOMPARE(fixture.check(), text("The check for updates failed: It is switched off."));

@@ -50,7 +50,7 @@ private Q_SLOTS:
         const QColor accent = MeterAccent(MeterAccent::Name::blue).color();
         const QImage image = AccentSwatch::image(MeterAccent::Name::blue, 14, 10);
         QCOMPARE(image.pixelColor(70, 70).rgb(), accent.rgb());
-        // The edge is one point wide and centred on the outline, half a point inside the picture. The inner half of the
+        // The edge is one point wide. Its centre line is the outline, half a point inside the picture. The inner half of the
         // edge covers the accent; the outer half has nothing behind it.
         const QColor inner = image.pixelColor(7, 70);
         QCOMPARE(inner.alpha(), 255);

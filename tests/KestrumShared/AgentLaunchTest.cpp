@@ -23,12 +23,12 @@ QString running(qint32 pid, int retriesLeft)
 class AgentLaunchTest : public LaunchFixture {
     Q_OBJECT
 
-    /// Starts the bundle's agent, which ends by itself after `lifetime` ms if that is given.
+    /// Starts the bundle's agent. The agent ends by itself after `lifetime` ms, if given.
     qint32 startAgent(const char* lifetime = "")
     {
         return m_standIns->start(m_standIns->path(agentPlace), lifetime).pid;
     }
-    /// What the log says when the agent that runs was started.
+    /// The log's lines about the start of the running agent.
     static QStringList startLines()
     {
         return { QStringLiteral("starting the agent at ") + AppLinks::embeddedAgentURL(),

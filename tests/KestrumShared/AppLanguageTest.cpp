@@ -19,7 +19,7 @@ void choose(const char* language)
     QVERIFY(Setting { Keys::language }.set(QString::fromLatin1(language)));
 }
 
-// The codes as one text, with commas between them.
+// The codes as one text, separated by commas.
 QString listed(const QStringList& codes)
 {
     return codes.join(u',');
@@ -57,7 +57,7 @@ private Q_SLOTS:
         SharedSettings::store().remove(Keys::language.name);
     }
 
-    // This test must run first: a recorded launch code stays until the process ends.
+    // This test must run first: a recorded launch code remains until the process ends.
     void withoutALaunchCodeTheProcessIsNotStale()
     {
         const TestBundle bundle(english, { "en", "de" });
@@ -110,7 +110,7 @@ private Q_SLOTS:
     void valuesTakeTheirPlacesInAText()
     {
         QCOMPARE(AppLanguage::string("%@ and %@.", { text("a"), text("b") }), text("a and b."));
-        // A placeholder within a value is not replaced.
+        // A placeholder inside an inserted value is not replaced.
         QCOMPARE(AppLanguage::string("%@ and %@.", { text("%@"), text("b") }), text("%@ and b."));
         QCOMPARE(AppLanguage::string("%@ and %@.", { text("a") }), text("a and %@."));
         QCOMPARE(AppLanguage::string("Nothing", { text("a") }), text("Nothing"));
@@ -127,7 +127,7 @@ private Q_SLOTS:
         QCOMPARE(AppLanguage::code(), text("de"));
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), text("absent"));
-        // A variant of a shipped language is not shipped either.
+        // A variant of a shipped language does not count as shipped.
         choose("en-GB");
         QCOMPARE(AppLanguage::code(), text("de"));
     }
@@ -144,7 +144,7 @@ private Q_SLOTS:
         setSession("LANGUAGE=de_AT LANG=de_DE");
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), text("de,de-AT,de-DE"));
-        // A choice that follows the system removes the list.
+        // The choice "system" removes the list.
         choose("system");
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), text("absent"));
@@ -157,7 +157,7 @@ private Q_SLOTS:
         AppLanguage::applyChoiceToProcessDefaults();
         QCOMPARE(processLanguages(), text("de,en"));
         QVERIFY(!SharedSettings::store().storedDictionary().contains(QLatin1StringView("AppleLanguages")));
-        // The stored list does not replace the session's languages when they are read again.
+        // When the session's languages are read again, they do not come from the stored list.
         setSession("LANG=fr_FR");
         QCOMPARE(listed(AppLanguage::systemLanguages()), text("fr-FR"));
     }
@@ -179,13 +179,13 @@ private Q_SLOTS:
         row("LANG=zh_CN", "zh-Hans");
         row("LANG=zh_SG", "zh-Hans");
         row("LANG=en_GB", "en");
-        // The first language of the list that is shipped.
+        // The first shipped language of the list is used.
         row("LANGUAGE=ja:fr:de LANG=en_US", "fr");
         row("LANGUAGE=de:fr LANG=en_US", "de");
         row("LANGUAGE=ja LANG=de_DE", "de");
-        // A variant of a shipped language counts, even if a later language is shipped exactly.
+        // A variant of a shipped language counts as a match, even if a later language is shipped exactly.
         row("LANGUAGE=pt_PT:fr LANG=en_US", "pt-BR");
-        // No shipped language is close.
+        // No shipped language is close, so the language is English.
         row("LANG=ja_JP", "en");
         row("LANGUAGE=ja:ko LANG=th_TH", "en");
 
@@ -247,7 +247,7 @@ private Q_SLOTS:
 
     void theDevelopmentLanguageNeedsNoTable()
     {
-        // There is a table with other texts, but it is not used.
+        // The bundle has an English table with other texts, but the table is not used.
         const TestBundle bundle(english, { "en", "de" });
         choose("en");
         QCOMPARE(AppLanguage::string("Memory"), text("Memory"));
@@ -293,7 +293,7 @@ private Q_SLOTS:
     {
         QFETCH(Named, row);
         const TestBundle bundle(english, { row.code });
-        // The session's language makes no difference.
+        // The session's language has no effect.
         setSession("LANG=de_DE.UTF-8");
         QVERIFY2(AppLanguage::available().contains(std::pair(text(row.code), text(row.language))),
             qPrintable(AppLanguage::available().constLast().second));
@@ -301,7 +301,7 @@ private Q_SLOTS:
 
     void languagesAreSortedByName()
     {
-        // Sorted by code, the list would begin with cs. "Č" comes after all ASCII letters.
+        // The list is sorted by name, where "Č" comes after all ASCII letters. Sorted by code, it would begin with cs.
         const TestBundle bundle(english, { "cs", "de", "es", "fr", "ja", "xx", "yy" });
         QStringList names;
         for (const auto& [code, name] : AppLanguage::available())
@@ -312,7 +312,7 @@ private Q_SLOTS:
 
     void equalNamesKeepTheirOrder()
     {
-        // Many spellings of two languages, so that an unstable sort does not keep the order by chance.
+        // The bundle has many spellings of two languages, so that an unstable sort does not keep the order by chance.
         QList<QByteArray> spellings;
         for (const QByteArray& code : QList<QByteArray> { "de", "deu", "fr", "fra" }) {
             for (int capitals = 0; capitals < 1 << code.size(); ++capitals) {

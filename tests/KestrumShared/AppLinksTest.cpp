@@ -58,7 +58,7 @@ private Q_SLOTS:
         qunsetenv("KESTRUM_LANGUAGE");
         QCOMPARE(runningPids().size(), 1);
         QByteArrayList ours = StandIns::environmentOf(runningPids()[0]);
-        // Two variables belong to the test run.
+        // Two variables are those of the test run.
         ours.removeIf([](const QByteArray& variable) {
             return !variable.startsWith("KESTRUM_") || variable.startsWith("KESTRUM_BUILD=")
                 || variable.startsWith("KESTRUM_SOURCE=");
@@ -74,7 +74,7 @@ private Q_SLOTS:
         agent.listen(SharedSettings::Signal::quitAgent, [&asked] { ++asked; });
         AppLinks::stopAgent();
         QTRY_COMPARE(asked, 1);
-        // The agent is only asked once; it is not killed.
+        // The agent gets one request and is not killed.
         QTest::qWait(quietTime);
         QCOMPARE(asked, 1);
         QCOMPARE(runningPids(), QList<qint32> { pid });

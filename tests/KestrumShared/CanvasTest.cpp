@@ -10,7 +10,7 @@ using namespace kestrum;
 
 namespace {
 
-// Pixels per point. The sheet has 20 × 10 points.
+// Pixels per point. The sheet is 20 × 10 points large.
 constexpr double scale = 10;
 
 QImage sheet()
@@ -21,7 +21,7 @@ QImage sheet()
     return image;
 }
 
-// The area that is drawn on, in points from the lower left corner. The rectangle's `top` is the area's lower edge.
+// The area with ink, in points from the lower left corner. The rectangle's `top` is the area's lower edge.
 QRectF inked(const QImage& image)
 {
     QRect ink;
@@ -35,7 +35,7 @@ QRectF inked(const QImage& image)
         ink.height() / scale);
 }
 
-/// A sheet on which `draw` drew.
+/// A picture of the sheet after a call of `draw`.
 template <class Draw> QImage sheetWith(Draw draw)
 {
     QImage image = sheet();

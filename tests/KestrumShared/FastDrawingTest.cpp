@@ -40,7 +40,7 @@ QImage onGround(const QImage& item, ColourScheme scheme)
 
 } // namespace
 
-// Fast drawing must give the same pixels as plain drawing with the painter.
+// Fast drawing must give the same pixels as ordinary drawing with the painter.
 class FastDrawingTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
@@ -87,7 +87,7 @@ private Q_SLOTS:
 
     void pixelsStayTheSameWhenPicturesAreUsedAgain()
     {
-        // Many bar heights and fractions of a pixel: later rounds draw with cached pictures of earlier rounds.
+        // There are many bar heights and fractions of a pixel. Later rounds draw with the pictures that earlier rounds cached.
         set("meterStyle", "bars");
         auto readings = std::make_shared<FakeReadings>();
         CoreTopology::useTiers({ { QStringLiteral("Level 0"), 16 } });
@@ -159,7 +159,7 @@ private Q_SLOTS:
             for (int i = 0; i < 50; ++i)
                 DrawingFixture::drawn(MonitorSection::cpu, readings, 2);
             ::getrusage(RUSAGE_SELF, &after);
-            // Fewer than one switch in ten drawings, because the system makes a process wait now and then.
+            // The limit is one switch in ten drawings, because the system sometimes makes a process wait.
             QVERIFY2(after.ru_nvcsw - before.ru_nvcsw < 5, style);
         }
     }

@@ -41,7 +41,7 @@ class ItemGeometryTest : public ItemFixture {
     /// The distance of a core's bar from the item's left edge.
     static double barStart(int core) { return meterStart(cpu) + 2 + core * 5.9; }
 
-    /// Checks that the bars from `firstFast` on have one colour, and all others another.
+    /// Checks that the bars from `firstFast` on have one colour, and that all earlier bars have another.
     void compareBars(int firstFast, const QColor& base, const QColor& fast)
     {
         m_readings->cores = { 1, 1, 1, 1 };
@@ -73,7 +73,7 @@ private Q_SLOTS:
         set("meterShape", row.shape);
         m_readings->cores.clear();
         const double x = meterStart(cpu);
-        // Half of the line's width of 0.8 is outside the frame. A partly covered pixel counts as inked.
+        // Half of the line's width (0.8) is outside the frame. A partly covered pixel counts as ink.
         QVERIFY_EDGES(drawn(cpu, row.scale).inked(QRectF(x - 2, 0, 60, 22)), x - 0.4, 1.1, x + 26.6 + 0.4,
             21.9, 1 / row.scale);
     }
@@ -152,8 +152,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("cores");
         QTest::addColumn<QByteArray>("labels");
-        // With 9, 13 and 40 cores, rounding errors put the last bar slightly beyond the frame's inner edge; with 40 cores only
-        // when letters are shown.
+        // With 9, 13 and 40 cores, rounding errors put the last bar slightly beyond the frame's inner edge. For 40 cores, this
+        // happens only when letters are shown.
         for (const int cores : { 1, 2, 3, 7, 8, 9, 12, 13, 16, 40, 64 }) {
             for (const char* labels : { "icons", "letters" })
                 QTest::addRow("%d %s", cores, labels) << cores << QByteArray(labels);

@@ -1,5 +1,5 @@
-// Compares drawn items with stored pictures that a person has checked. If an item differs, the test saves the drawn picture
-// and the differing pixels in the build folder. With KESTRUM_WRITE_PICTURES set, it replaces the stored pictures first.
+// Compares drawn items with stored pictures that a person has checked. If an item differs, the test saves its picture and the
+// differing pixels in the build folder. With KESTRUM_WRITE_PICTURES set, the test first replaces the stored pictures.
 
 #include "KestrumShared/Items/SampleReadings.h"
 #include "tests/Support/DrawingFixture.h"
@@ -18,7 +18,7 @@ namespace {
 // The largest accepted difference in a colour channel of a pixel, 0 to 255. Versions of the font engine round differently.
 constexpr int tolerance = 8;
 
-// The version of the Inter font in the pictures. Since version 4, some letters have other shapes.
+// The version of the Inter font in the stored pictures. Since version 4, some letters have other shapes.
 constexpr double editionOfThePictures = 3.019;
 
 double editionOf(const QFont& font)

@@ -14,9 +14,9 @@ class ItemWidthTest : public QObject {
     struct Width {
         const char* name;
         MonitorSection section;
-        const char* key; ///< set to `value`, unless null
+        const char* key; ///< the setting that gets `value`, unless null
         const char* value;
-        double meter; ///< with what is reserved beside it
+        double meter; ///< the meter's width, with the room reserved beside it
         double readout;
     };
     struct Legacy {
@@ -67,7 +67,7 @@ private Q_SLOTS:
         QFETCH(Width, row);
         if (row.key)
             set(row.key, row.value);
-        // Meter and readout each have a gap before them. At both ends of the item is a margin of 1.
+        // A gap precedes the meter, and another gap precedes the readout. The item has a margin of 1 at both ends.
         const auto width = [&row](double label, double gap, double meter) {
             return 1 + label + (meter > 0 ? gap + meter : 0) + (row.readout > 0 ? gap + row.readout : 0) + 1;
         };
@@ -91,7 +91,7 @@ private Q_SLOTS:
             const double base = StatusMetricView::iconSize(section).width() + 1 + 5 + 8.4 + 1;
             QCOMPARE(StatusMetricView::itemWidth(section), base + row.readout);
         }
-        // The CPU's readout does not depend on the old switch.
+        // The old switch has no effect on the CPU's readout.
         set("cpuReadout", "?");
         QCOMPARE(StatusMetricView::cpuReadoutWidth(), 32.0);
     }
@@ -99,7 +99,7 @@ private Q_SLOTS:
     void barsMeterGrowsWithTheCores()
     {
         const double rest = StatusMetricView::iconSize(cpu).width() + 1 + 5 + 32 + 1;
-        // No core counts as one.
+        // A count of 0 cores is treated as one core.
         for (const auto& [cores, width] : { std::pair(0, 8.9), std::pair(1, 8.9), std::pair(2, 14.8),
                  std::pair(8, 50.2), std::pair(12, 73.8), std::pair(64, 380.6) }) {
             CoreTopology::useTiers({ { QStringLiteral("Level 0"), cores } });

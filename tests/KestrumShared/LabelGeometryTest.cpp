@@ -1,4 +1,4 @@
-// The labels and the readouts of items, measured in the drawn pixels.
+// The labels and readouts of items, measured in the drawn pixels.
 
 #include "KestrumShared/Items/ItemFonts.h"
 #include "KestrumShared/Items/ItemSprites.h"
@@ -42,7 +42,7 @@ class LabelGeometryTest : public ItemFixture {
             { "storage", storage, "SSD", "internaldrive" }, { "sensors", sensors, "SEN", "sensor" } });
     }
 
-    /// The font Inter, made without the fonts that the items use.
+    /// The font Inter, made independently of the fonts that the items use.
     static QFont inter(int pixels, QFont::Weight weight)
     {
         QFont font(QStringLiteral("Inter"));
@@ -108,7 +108,7 @@ private Q_SLOTS:
                 const QList<int> feet = feetOfLetters(item, int(7 * scale));
                 // At least one row without ink separates two letters.
                 QCOMPARE(feet.size(), 3);
-                // These three letters are flat. Others reach slightly below the baseline.
+                // The feet of these three letters are flat. Other letters reach slightly below the baseline.
                 if (section.value == memory) {
                     QCOMPARE(feet[1] - feet[0], distance);
                     QCOMPARE(feet[2] - feet[1], distance);
@@ -123,7 +123,7 @@ private Q_SLOTS:
         QFETCH(Label, row);
         set("meterLabelStyle", "letters");
         const QImage item = image(row.section);
-        // The same letters drawn in another way: 62 pixels high (ten times 6.2), semibold, at scale 2.
+        // Draws the same letters in another way: 62 pixels high (ten times 6.2), semibold, at scale 2.
         QImage wanted(item.size(), item.format());
         wanted.fill(Qt::transparent);
         QPainter painter(&wanted);
@@ -249,7 +249,7 @@ private Q_SLOTS:
         QVERIFY_NEAR(StatusMetricView::readoutLineHeight(), metrics.height(), 0.001);
         const double x = meterStart(storage) + 8 + 5;
         for (const double scale : { 1.0, 2.0, 20.0 }) {
-            // Both digits are flat at the bottom.
+            // Both digits have flat feet.
             const QRectF digits = drawn(storage, scale).inked(QRectF(x, 0, 13, 22), textColour);
             QVERIFY_NEAR(digits.top(), 11 - metrics.height() / 2 + metrics.descent(), 0.6 / scale + 0.06);
             QVERIFY_NEAR(digits.height(), metrics.capHeight(), 1.2 / scale + 0.1);
@@ -280,7 +280,7 @@ private Q_SLOTS:
         set("meterStyle", row.style);
         for (const char* key : { "cpuReadout", "memoryReadout", "storageReadout" })
             set(key, "usage");
-        // The text alone at a known place, to measure the small space that the font leaves before a digit's ink.
+        // Draws only the text at a known place, to measure the small space that the font leaves before a digit's ink.
         QImage alone(60 * 20, 22 * 20, QImage::Format_ARGB32_Premultiplied);
         alone.fill(Qt::transparent);
         QPainter painter(&alone);

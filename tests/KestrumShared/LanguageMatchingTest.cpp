@@ -15,7 +15,7 @@ class LanguageMatchingTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // The program must choose the same language as ICU's matcher, also when the program decides without ICU.
+    // The program must choose the same language as ICU's matcher, even when the program decides without ICU.
     void allLanguagesOfTheWorldGetTheNearestShippedOne_data()
     {
         QTest::addColumn<QList<QByteArray>>("localizations");
@@ -41,13 +41,13 @@ private Q_SLOTS:
         int32_t count = 0;
         const icu::Locale* all = icu::Locale::getAvailableLocales(count);
         QVERIFY(count > 500);
-        // Locales whose region writes the language in another script than most regions.
+        // In these locales, the region writes the language in another script than most regions do.
         QList<QByteArray> names { "zh_TW", "zh_HK", "uz_AF", "pa_PK", "az_IR", "sr_ME", "sd_IN", "yue_CN" };
         for (int32_t i = 0; i < count; ++i)
             names.append(all[i].getName());
         const qsizetype once = names.size();
         for (qsizetype i = 0; i < 2 * once; ++i) {
-            // Later languages in the list must make no difference, even if they are shipped exactly.
+            // Later languages in the list must have no effect, even if they are shipped exactly.
             setSession("LANG=en_US.UTF-8 LANGUAGE=" + names[i % once]
                 + (i < once ? ":fr" : ":" + localizations.last()));
             const QStringList wanted = AppLanguage::systemLanguages();

@@ -1,4 +1,4 @@
-// The single-valued meters of items, measured in the drawn pixels.
+// The meters that show a single value, measured in the drawn pixels.
 
 #include "tests/Support/ItemFixture.h"
 #include "tests/Support/Rows.h"
@@ -17,7 +17,6 @@ class MeterGeometryTest : public ItemFixture {
         double length;
     };
 
-    /// The wave of a history.
     ItemPixels drawnWave(const QList<double>& history, double scale = 20)
     {
         set("meterStyle", "wave");
@@ -52,7 +51,7 @@ private Q_SLOTS:
         const QRectF ink = drawn(memory).inked(QRectF(x - 2, 0, 12, 22));
         QVERIFY_NEAR(ink.left(), x - 0.4, 0.05);
         QVERIFY_NEAR(ink.right(), x + 8.4, 0.05);
-        // After the meter there is only the item's margin of 1.
+        // After the meter, the item has only its margin of 1.
         QVERIFY_NEAR(StatusMetricView::itemWidth(memory), ink.right() + 1, 0.05);
     }
 
@@ -130,7 +129,7 @@ private Q_SLOTS:
     void endsOfFillsFollowTheShape()
     {
         set("meterStyle", "compact");
-        // The lower left corners of the fills, from the meter's start and the item's lower edge.
+        // The lower left corners of the fills, relative to the meter's start and the item's lower edge.
         for (const auto& [section, corner] : { std::pair(cpu, QPointF(1.5, 7.5)),
                  std::pair(memory, QPointF(2, 3.5)), std::pair(storage, QPointF(2, 3.5)) }) {
             const QPointF place = corner + QPointF(meterStart(section) + 0.2, 0.2);

@@ -112,7 +112,7 @@ private Q_SLOTS:
         addRows<Stored>({
             { "absent: the factory's, which is not the completing order", absent,
                 "storage,sensors,memory,cpu" },
-            // It is still stored, so the factory's does not replace it.
+            // The value is still stored, so the factory default does not replace it.
             { "of another type: as if empty", 3, "sensors,storage,memory,cpu" },
             { "not understood", QStringLiteral("memory,bogus"), "memory,sensors,storage,cpu" },
         });
@@ -256,7 +256,7 @@ private Q_SLOTS:
         QFETCH(Stored, row);
         storeUnlessAbsent("cpuAccent", row.value);
         QCOMPARE(MeterSettings::accent(Keys::cpuAccent).rawValue(), QLatin1StringView(row.result));
-        QCOMPARE(store().object("cpuAccent"), row.value); // reading does not repair the value
+        QCOMPARE(store().object("cpuAccent"), row.value); // reading does not repair the stored value
     }
 
     void migrationSpreadsTheGlobalAccents_data()
@@ -281,7 +281,7 @@ private Q_SLOTS:
         for (const char* key : { "cpuAccent", "memoryAccent", "storageAccent" })
             QCOMPARE(storedText(key), QLatin1StringView(row.result));
         QCOMPARE(storedText("cpuFastCoreAccent"), QLatin1StringView(row.fastResult));
-        // The global accents stay as they are.
+        // The global accents do not change.
         QCOMPARE(store().storedDictionary().value(QLatin1StringView("accentChoice")), row.global);
         QCOMPARE(store().storedDictionary().value(QLatin1StringView("performanceCoreAccent")), row.fastCores);
     }
@@ -305,7 +305,7 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(store().filePath()).fileTime(QFile::FileModificationTime), modified);
     }
 
-    // The store's observer posts the signal to the other programs. A second signal would make them read the settings twice.
+    // The store's observer posts the signal to other programs. A second signal would make them read the settings twice.
     void writersPostNoSignal()
     {
         int heard = 0;

@@ -39,7 +39,7 @@ private Q_SLOTS:
     {
         QFETCH(Share, row);
         for (const ColourScheme scheme : { light, dark }) {
-            // The picture is larger than the bar, to find drawing outside of the bar.
+            // The picture is larger than the bar, to find any drawing outside of the bar.
             const PanelPixels pixels(
                 { 240, 20 },
                 [&](QPainter& painter) {

@@ -16,11 +16,11 @@ using namespace PanelFixture;
 namespace {
 
 const QColor headerLight = QColor::fromRgbF(0.05F, 0.38F, 0.72F);
-/// The colour of headers in each scheme.
+/// The headers' colour in each scheme.
 const std::pair<ColourScheme, QColor> tints[]
     = { { light, headerLight }, { dark, QColor::fromRgbF(0.39F, 0.70F, 1.0F) } };
 
-/// A part that fills its rectangle, to test parts that contain other parts.
+/// A part that fills its rectangle, to test the parts that contain other parts.
 struct Block {
     double points;
     QColor colour;
@@ -42,7 +42,7 @@ bool hasText(const PanelPixels& picture, const QRectF& place, const PanelText& t
     return picture.image().copy(pixels) == expected.image().copy(pixels);
 }
 
-/// A semibold font that is made without the environment, which the parts use. `size` is in pixels.
+/// A semibold font that is made without the environment that the parts use. `size` is in pixels.
 QFont semibold(int size)
 {
     QFont font(QGuiApplication::font().families());

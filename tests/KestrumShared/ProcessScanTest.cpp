@@ -35,7 +35,7 @@ QList<qint32> pidsOf(const QList<ProcessScan::Entry>& entries)
     return pids;
 }
 
-// The names in a folder that are numbers, in the order in which the kernel lists them.
+// The file names in a folder that are numbers, in the order in which the kernel lists them.
 QList<qint32> numbersIn(const QByteArray& folder)
 {
     QList<qint32> numbers;

@@ -28,7 +28,7 @@ class ReadoutColourTest : public QObject {
 
     std::shared_ptr<FakeReadings> m_readings;
 
-    /// The only opaque colour of a drawn readout; an invalid colour if there is none or more than one.
+    /// The only opaque colour of a drawn readout; invalid if there is no opaque colour or more than one.
     QColor colourOf(MonitorSection section, ColourScheme scheme = ColourScheme::light) const
     {
         constexpr int scale = 20;
@@ -72,7 +72,7 @@ private Q_SLOTS:
         QFETCH(Warning, row);
         for (const char* readout : { "hottest", "gpu" }) {
             set("sensorsReadout", readout);
-            // Other temperatures are drawn first, because no colour may be kept. The one that is not shown has another value.
+            // Other temperatures are drawn first, to show that no colour is cached. The hidden temperature has another value.
             const bool isHottest = qstrcmp(readout, "hottest") == 0;
             for (const double celsius : { 86.0, 96.0, row.celsius }) {
                 m_readings->hottest = isHottest ? celsius : 90;
@@ -86,7 +86,7 @@ private Q_SLOTS:
                     { StripBackground::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
                     QVERIFY2(Theme::contrast(drawn, plate) >= 4.5, qPrintable(drawn.name()));
             }
-            // The unit of the shown number makes no difference to the colour.
+            // The unit of the shown number has no effect on the colour.
             set("temperatureUnit", "fahrenheit");
             QCOMPARE(colourOf(sensors), row.light);
             set("temperatureUnit", "celsius");

@@ -9,10 +9,10 @@
 
 using namespace kestrum;
 
-// Names and defaults are a contract with the agent, so the tests repeat them as literals.
+// Names and defaults are a contract with the agent, so the tests repeat their literal values.
 
-// Runs a new process, because the names are fixed at the first use. Returns the lines that it prints; `complaints` receives
-// its standard error.
+// Runs a new process, because the names are fixed at the first use. Returns the lines that the process prints. `complaints`
+// receives the process's standard error.
 static QStringList namesInAProcess(const QString& suite, bool isSet, QByteArray* complaints = nullptr)
 {
     QProcess child;

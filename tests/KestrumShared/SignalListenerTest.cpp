@@ -54,7 +54,7 @@ private Q_SLOTS:
 
     void listenerWhoseRegistrationsFailedHasNoTokens()
     {
-        // There is no warning, and the end of such a listener does not affect other registrations.
+        // A listener whose registrations failed causes no warning, and its end does not affect other registrations.
         QTest::failOnWarning(QRegularExpression(QStringLiteral(".*")));
         int calls = 0;
         SignalListener witness;

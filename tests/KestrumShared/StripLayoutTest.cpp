@@ -55,7 +55,6 @@ private Q_SLOTS:
         for (const auto& key : { Keys::showMemoryItem, Keys::showStorageItem, Keys::showSensorsItem })
             QVERIFY(Setting(key).set(false));
         QCOMPARE(StripLayout::current().width, StatusMetricView::itemWidth(cpu));
-        // Without any item, the strip has no width.
         QVERIFY(Setting(Keys::showCPUItem).set(false));
         const StripLayout layout = StripLayout::current();
         QCOMPARE(layout.items.size(), 4);

@@ -9,14 +9,14 @@
 using namespace kestrum;
 using enum MonitorSection;
 
-/// A strip without a widget: what it asks to be painted again, how it paints, and what it says.
+/// A strip without a widget: its requests to be painted again, its painting, and its description.
 class StripSceneTest : public QObject {
     Q_OBJECT
 
     using Sections = QList<MonitorSection>;
     using DragLook = StripScene::DragLook;
 
-    /// A scene in the factory's order, and the areas that it asked to be painted again. Positions are those of `StripItems`.
+    /// A scene in the default order, with the areas that it asked to paint again. Positions are those of `StripItems`.
     struct Scene {
         std::shared_ptr<FakeReadings> readings = std::make_shared<FakeReadings>();
         StripScene scene { readings, QSize(7, 3) };
@@ -39,12 +39,12 @@ class StripSceneTest : public QObject {
                 QMouseEvent(QEvent::MouseButtonPress, middle, middle, Qt::LeftButton, Qt::LeftButton, {}));
             areas.clear();
         }
-        /// Moves the pointer by `points` from the middle of the item, where `grab` put it.
+        /// Moves the pointer `points` away from the middle of the item, where `grab` put the pointer.
         void drag(MonitorSection section, double points)
         {
             scene.drag(at(frame(section).center().x() + points));
         }
-        /// What lies below the items.
+        /// The picture below the items.
         QImage background(DragLook look)
         {
             return painted([&](QPainter& painter) {
@@ -147,7 +147,7 @@ private Q_SLOTS:
         strip.grab(cpu);
         QVERIFY(Setting(Keys::showCPUItem).set(false));
         strip.scene.rebuild(Appearance::current());
-        // The dragged item reaches beyond the middles of its neighbours on both sides: it passes them in one direction only.
+        // The dragged item reaches beyond the middles of both neighbours. It passes neighbours in one direction only.
         const double right = strip.frame(sensors).center().x() + 1;
         QVERIFY(right - width < strip.frame(storage).center().x());
         strip.scene.drag(strip.at(right - width / 2));

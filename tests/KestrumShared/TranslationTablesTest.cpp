@@ -42,11 +42,11 @@ class TranslationTablesTest : public QObject {
     {
         QSet<QString> result = SourceTexts(source(QStringLiteral("Kestrum"))).display();
         result.unite(SourceTexts(source(QStringLiteral("KestrumShared"))).display());
-        // The agent's other texts are from the kernel's files.
+        // The agent's other texts come from the kernel's files.
         result.unite(SourceTexts(source(QStringLiteral("KestrumAgent"))).lookedUp());
-        // The program's name, which is the same in all languages.
+        // The program's name is the same in all languages.
         result.subtract({ QStringLiteral("Kestrum"), QStringLiteral("Kestrum ") });
-        // Display texts that come from the Platform folder.
+        // These display texts come from the Platform folder.
         const QSet<QString> fromPlatform { QStringLiteral("Performance"), QStringLiteral("Efficiency") };
         if (SourceTexts(source(QStringLiteral("Platform"))).all().contains(fromPlatform))
             result.unite(fromPlatform);
@@ -96,7 +96,7 @@ class TranslationTablesTest : public QObject {
         return { list.begin(), list.end() };
     }
 
-    /// Adds one row per translation.
+    /// Adds one row per translated language.
     static void eachTranslation()
     {
         QTest::addColumn<QString>("code");
@@ -120,7 +120,7 @@ private Q_SLOTS:
     void sourcesAreRead()
     {
         const QSet<QString> texts = used();
-        // Each kind of use: looked up, in a row, as a heading, in an enumeration's table, as a separate name, from Platform.
+        // One text of each use: looked up, row, heading, title in an enumeration's table, separate name, from Platform.
         for (const char* text : { "Off", "Refresh interval", "Sampling", "Graphite", "Custom", "Efficiency",
                  "APT's answer is not understood.", "Kestrum %1 is available.",
                  "Move Kestrum to your Applications folder first." })
@@ -182,7 +182,7 @@ private Q_SLOTS:
         QFETCH(QString, code);
         StringsTable table(tablePath(code));
         QString colour = table.values[QStringLiteral("Amber")];
-        // Only in Ukrainian does the word have another ending within the sentence.
+        // Only in Ukrainian, the word has another ending within the sentence.
         if (code == QLatin1StringView("uk"))
             colour.chop(2);
         const QString sentence = table.values[QStringLiteral("The readout turns amber at %@ and red at %@.")];

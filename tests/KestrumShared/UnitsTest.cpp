@@ -24,7 +24,7 @@ void choose(const char* unit)
     QVERIFY(SharedSettings::store().set(Keys::temperatureUnit.name, QString::fromLatin1(unit)));
 }
 
-/// Sets ICU's default locale of the process for as long as the object lives.
+/// Sets ICU's default locale of the process while this object exists.
 class DefaultLocale {
 public:
     explicit DefaultLocale(const char* name) { set(icu::Locale(name)); }
@@ -52,7 +52,7 @@ class UnitsTest : public QObject {
         Units::TemperatureChoice choice = Units::TemperatureChoice::system;
     };
 
-    /// The full text of a temperature, with plain blanks.
+    /// The full text of a temperature, with ordinary blanks.
     static QString temperature(double celsius) { return withPlainBlanks(Units::temperature(celsius, 1)); }
 
 private Q_SLOTS:
@@ -175,17 +175,17 @@ private Q_SLOTS:
         row("KESTRUM_LANGUAGE=fr LANG=fr_FR", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=en LANG=fr_FR", "1 021,3°C", "1 870,3°F");
         row("KESTRUM_LANGUAGE=ar LANG=ar_EG", "١٬٠٢١٫٣°م", "١٬٨٧٠٫٣°ف");
-        // Arabic separators are used only between Arabic digits.
+        // Arabic separators appear only between Arabic digits.
         row("KESTRUM_LANGUAGE=en LANG=ar_EG", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=ja LANG=ja_JP", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=de LANG=de_CH", "1’021.3 °C", "1’870.3 °F");
-        // In Switzerland, French has its own separators. Japanese there uses those of the country's main language.
+        // In Switzerland, French has its own separators. Japanese uses those of the country's main language.
         row("KESTRUM_LANGUAGE=fr LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=ja LANG=de_CH", "1’021.3°C", "1’870.3°F");
-        // The session's region replaces the region in the language code. The code may have an underscore, as a folder's name.
+        // The session's region replaces the region of the language code. This code may contain an underscore.
         row("KESTRUM_LANGUAGE=fr-CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
         row("KESTRUM_LANGUAGE=fr_CA LANG=de_CH", "1 021,3 °C", "1 870,3 °F");
-        // Without a region, the separators are the language's own.
+        // Without a region, the language's own separators are used.
         row("KESTRUM_LANGUAGE=en LANG=C", "1,021.3°C", "1,870.3°F");
         row("KESTRUM_LANGUAGE=de LANG=C", "1.021,3 °C", "1.870,3 °F");
         row("KESTRUM_LANGUAGE=fr_CA LANG=C", "1 021,3 °C", "1 870,3 °F");
@@ -221,15 +221,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("celsius");
         const auto rows
             = [](const char* regions, const char* celsius) { QTest::newRow(regions) << text(celsius); };
-        // The separators of the region, or of the state that the territory belongs to.
+        // The separators are those of the region, or of the state to which the territory belongs.
         rows("US GB IE IN JP CN KR MX NZ PK", "1,021.3 °C");
         rows("DE NL IT ES GR TR BR AR DK ID", "1.021,3 °C");
         rows("FR SE FI PL CZ UA RU NO ZA AT", "1 021,3 °C");
         rows("CH LI", "1’021.3 °C");
-        // ICU does not know the main language of these regions, but it knows another language that is spoken there.
+        // ICU does not know the main language of these regions, but it knows another language of the region.
         rows("AS DJ LS MV PG PW TK TV VU WS", "1,021.3 °C");
         rows("BQ CW PY", "1.021,3 °C");
-        // Regions without permanent inhabitants.
+        // These regions have no permanent inhabitants.
         rows("AQ BV GS HM", "1,021.3 °C");
     }
     void separatorsAreThoseOfTheRegion()
@@ -239,7 +239,7 @@ private Q_SLOTS:
         choose("celsius");
         for (const QByteArray& region : QByteArray(QTest::currentDataTag()).split(' ')) {
             setSession("KESTRUM_LANGUAGE=de LANG=en_" + region);
-            // ICU's default locale, which ICU uses for unknown locales, must make no difference.
+            // ICU uses its default locale for unknown locales. This default must have no effect.
             for (const char* processDefault : { "en_US", "de_DE" }) {
                 const DefaultLocale set(processDefault);
                 QVERIFY2(temperature(1021.28) == celsius, region.constData());
@@ -308,7 +308,7 @@ private Q_SLOTS:
     void wholeDegreesAreWrittenAsByTheFormattersLibrary()
     {
         QFETCH(QString, language);
-        // Other regions give the same texts as no region.
+        // Other regions give the same texts as a missing region.
         QSet<QByteArray> regions { "", "US", "DE" };
         const QByteArray itself = TextLocale::ofLanguage(language).getLanguage();
         int32_t count = 0;

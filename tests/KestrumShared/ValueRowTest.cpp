@@ -86,7 +86,7 @@ private Q_SLOTS:
 
     void digitsOfValuesAreAllAsWide()
     {
-        // Without digits of equal width, Inter's "1" is narrower than its "8".
+        // Without digits of equal width, Inter's "1" is narrower than Inter's "8".
         const QFontMetricsF metrics(in(light).font);
         QVERIFY(
             metrics.horizontalAdvance(QLatin1Char('8')) > metrics.horizontalAdvance(QLatin1Char('1')) + 1);

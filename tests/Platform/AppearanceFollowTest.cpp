@@ -1,5 +1,5 @@
-// How the program follows changes of the desktop's scheme and accent. The portal runs in a process of its own, so in this
-// process only the program's own code uses D-Bus, as in the real programs when no accessibility bus runs.
+// The program follows changes of the desktop's scheme and accent. The portal runs in a process of its own. So only the
+// program's own code uses D-Bus in this process, as in the real programs when no accessibility bus runs.
 
 #include "Platform/Desktop/DesktopBus.h"
 #include "Platform/Desktop/SystemAppearance.h"
@@ -17,7 +17,7 @@ using namespace kestrum;
 
 namespace {
 
-// The program has to report a change within 500 ms. The tests wait up to this long before they fail.
+// The program must report a change within 500 ms. The tests wait up to this limit before they fail.
 constexpr int limit = 5000; // ms
 
 } // namespace
@@ -26,7 +26,7 @@ class AppearanceFollowTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // This test must run first: the other one would hide that the registration of a D-Bus type is missing.
+    // This test runs first: the other test would hide that the registration of a D-Bus type is missing.
     void tenChangesOfSchemeAndAccentAreHeardWithinHalfASecond()
     {
         const SessionBus bus;
@@ -34,7 +34,7 @@ private Q_SLOTS:
         PortalProcess portal;
         QVERIFY(portal.isUp());
         SystemAppearance& appearance = SystemAppearance::shared();
-        // The first answer shows that the program is connected. From here on, only the signal reports changes.
+        // The first answer shows that the program is connected. After that, only the signal reports changes.
         QVERIFY(portal.change("scheme 1"));
         QTRY_COMPARE_WITH_TIMEOUT(appearance.scheme(), ColourScheme::dark, limit);
         QVERIFY(portal.change("scheme 2"));

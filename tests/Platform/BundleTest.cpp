@@ -13,7 +13,7 @@ namespace {
 
 constexpr char describeMain[] = "--describe-main-bundle";
 
-// Runs in a child process. Prints the main bundle's path, whether it exists, and its identifier, one per line.
+// Runs in a child process. Prints three lines: the main bundle's path, whether it exists, and its identifier.
 int printMainBundle()
 {
     const Bundle& bundle = Bundle::main();
@@ -22,7 +22,7 @@ int printMainBundle()
     return 0;
 }
 
-// The main bundle of this program when it runs as `executable`.
+// The output of `printMainBundle` when this program runs as `executable`.
 QStringList mainBundleOf(const QString& executable)
 {
     QProcess child;
@@ -157,7 +157,7 @@ private Q_SLOTS:
         tree.write(tableOf("de"), "\"Memory\" = \"Speicher\"; \"List\" = ( a ); \"Blank\" = \"\";");
         tree.write(tableOf("fr"), "\"Memory\" = \"Mémoire\";");
         tree.write(text("A.app/Contents/Resources/it.lproj/other"), {});
-        // A table outside of the bundle is not reached.
+        // The program does not read a table outside of the bundle.
         tree.write(text("outside.lproj/Localizable.strings"), "Memory = reached;");
         const Bundle bundle(tree.path(text("A.app")));
         const struct {

@@ -25,7 +25,7 @@ private:
             sample(load, cores);
         return load;
     }
-    // The load of one core that spent `times` between two samples.
+    // The load of one core whose times rose by `times` between two samples.
     double loadOf(const CoreTimes& times) const
     {
         return sampled({ Cores { { 0, {} } }, Cores { { 0, times } } }).cores().value(0, -1);
@@ -84,7 +84,7 @@ private Q_SLOTS:
             QList<double> loads;
             int performanceCount;
         } rows[] {
-            // The fast cores have the lower numbers here.
+            // In this row, the fast cores have the lower numbers.
             { "kinds", { { "cpu_core", "0-1" }, { "cpu_atom", "2-5" } }, {}, { 90, 80, 30, 40, 50, 60 },
                 { 0.3, 0.4, 0.5, 0.6, 0.9, 0.8 }, 2 },
             { "capacities", {}, { { 0, 4, "485" }, { 4, 2, "1024" } }, { 10, 20, 30, 40, 90, 80 },
@@ -131,7 +131,7 @@ private Q_SLOTS:
         CPULoad load = sampled({ Cores { { 0, { .user = 100, .idle = 5000, .waiting = 400 } } },
             Cores { { 0, { .user = 150, .idle = 5050, .waiting = 100 } } } });
         QCOMPARE(load.cores(), QList<double>({ 0.5 }));
-        // The next sample is measured from the lower value.
+        // The next sample is compared with the lower value.
         sample(load, { { 0, { .user = 150, .idle = 5050, .waiting = 200 } } });
         QCOMPARE(load.cores(), QList<double>({ 0.0 }));
     }
@@ -145,7 +145,7 @@ private Q_SLOTS:
         sample(load, cores);
         QCOMPARE(load.cores(), QList<double>({ 0.5, 0.5 }));
         QCOMPARE(load.history().size(), 1);
-        // The next sample that counts includes the ticks of the samples that were too early.
+        // The next valid sample includes the ticks of the samples that were too early.
         cores[0].user += 8;
         cores[1].idle += 10;
         sample(load, cores);
@@ -172,7 +172,7 @@ private Q_SLOTS:
     {
         CPULoad load = sampled({ coresAfter(0, { 10 }), coresAfter(1, { 10 }) });
         load.pause();
-        // The load of the hour without samples does not get into the history.
+        // The history does not get the load of the hour without samples.
         sample(load, coresAfter(3600, { 100 }));
         QVERIFY(load.history().isEmpty());
         sample(load, { { 0, { .user = 1000 + 360'000 + 20, .idle = 9000 + 80 } } });

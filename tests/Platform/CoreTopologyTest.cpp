@@ -35,7 +35,7 @@ private Q_SLOTS:
             { "no levels: the active processors", 8, "0-4", {}, {}, {}, 5 },
             { "a level without a name", 8, {}, {}, { { 0, 4, "250" }, { 4, 3, "700" }, { 7, 1, "1024" } },
                 { tier("Performance", 1), tier("Level 1", 3), tier("Efficiency", 4) }, 8 },
-            // The first level has no count and is left out, so the second level is the first in the list.
+            // The first level has no count and is omitted, so the second level is the first one in the list.
             { "the index in a name is the level's own", 12, {},
                 { { "cpu_core", "junk" }, { "cpu_atom", "8-11" }, { "cpu_lowpower", "0-1" } }, {},
                 { tier("Level 1", 4), tier("Efficiency", 2) }, 6 },

@@ -123,7 +123,7 @@ private Q_SLOTS:
             QByteArray path("/");
             for (int i = random.bounded(12); i > 0; --i)
                 path += letters[random.bounded(int(letters.size()))];
-            // A path with a percent sign is started by a shell.
+            // A shell starts a path with a percent sign.
             const QByteArray program = path.contains('%') ? QByteArray("/bin/sh") : path;
             QCOMPARE(DesktopEntry::wordsOf(DesktopEntry::command(path)).value(0, "none"), program);
         }

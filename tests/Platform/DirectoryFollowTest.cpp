@@ -10,7 +10,7 @@
 
 using namespace kestrum;
 
-/// Watches whose directory is created, removed, renamed or replaced.
+/// A watch follows a directory that is created, removed, renamed or replaced.
 class DirectoryFollowTest : public QObject, WatchedPlace {
     Q_OBJECT
 
@@ -20,7 +20,7 @@ private Q_SLOTS:
     void changedPathIsFollowed_data()
     {
         QTest::addColumn<QString>("watched");
-        QTest::addColumn<Step>("before"); // the watch
+        QTest::addColumn<Step>("before"); // steps before the watch exists
         QTest::addColumn<Step>("change");
         const auto row = [](const char* name, const char* watched, Step before, Step change) {
             QTest::newRow(name) << QString::fromLatin1(watched) << before << change;

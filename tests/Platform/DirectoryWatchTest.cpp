@@ -63,7 +63,7 @@ private Q_SLOTS:
         deliverPendingEvents();
         QCOMPARE(touched.told, QByteArrayList { "file" });
         QCOMPARE(opened.told, QByteArrayList());
-        // Listing the directory is no opening.
+        // Listing the directory does not count as opening a file.
         QCOMPARE(QDir(path("d")).entryList(QDir::Files).size(), 1);
         deliverPendingEvents();
         QCOMPARE(opened.told, QByteArrayList());
@@ -149,7 +149,7 @@ private Q_SLOTS:
             touch("d/b");
         }
         QTRY_VERIFY(ear.heard("") && other.heard(""));
-        QVERIFY(!ear.heard("a")); // the empty name replaces all names of its batch
+        QVERIFY(!ear.heard("a")); // an event with an empty name replaces all names of its batch
         verifyHears(ear, "d");
         verifyHears(other, "quiet");
     }

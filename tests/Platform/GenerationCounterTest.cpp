@@ -134,7 +134,7 @@ private Q_SLOTS:
             one->advance();
             QVERIFY(other->value() > cut + 1);
             QVERIFY(one->isShared() && other->isShared());
-            // A new counter opens the file while it is cut off and has no page in memory.
+            // A new counter opens the file while the file is cut off and has no page in memory.
             cutOff("cut");
             QVERIFY(opened("cut"));
             QVERIFY(other->value() > cut + 2);

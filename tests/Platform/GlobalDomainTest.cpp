@@ -34,7 +34,7 @@ private Q_SLOTS:
         row("LANG=es_419", "es-419");
         row("LANG=EN_us", "en-US");
 
-        // Which variable decides.
+        // Which variable has priority.
         row("LC_ALL=fr_FR LC_MESSAGES=it_IT LANG=de_DE", "fr-FR");
         row("LC_MESSAGES=it_IT LANG=de_DE", "it-IT");
         row("LC_ALL= LC_MESSAGES= LANG=de_DE", "de-DE");

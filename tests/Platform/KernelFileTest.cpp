@@ -75,7 +75,7 @@ private Q_SLOTS:
         KernelFile folder(m_tree->root());
         QVERIFY(!folder.read());
         QCOMPARE(::mkfifo(QFile::encodeName(path()).constData(), 0600), 0);
-        // A plain open() of a pipe would block until another process opens it for writing.
+        // A plain open() of a pipe would block until another process opens the pipe for writing.
         KernelFile pipe(path());
         pipe.read();
         QVERIFY(!KernelFile(m_tree->path(QStringLiteral("none/at/all"))).read());

@@ -9,8 +9,8 @@ using namespace kestrum;
 
 namespace {
 
-// Names and thread counts of all levels, as in "Performance 16, Efficiency 16". "?" stands for an absent value, and "none"
-// is returned if the number of levels is absent.
+// Names and thread counts of all levels, as in "Performance 16, Efficiency 16". "?" stands for an absent value. Returns "none"
+// if the number of levels is absent.
 QString described(const KernelValues& kernel)
 {
     QStringList result;

@@ -79,13 +79,13 @@ private Q_SLOTS:
     {
         m_cost = 1ms;
         storm(1000);
-        // The budget allows a burst of 20 polls and then three per 100 ms.
+        // The budget allows a burst of 20 polls and then three polls per 100 ms.
         QVERIFY2(m_at.size() <= 60, qPrintable(QString::number(m_at.size())));
         QVERIFY2(m_at.size() >= 20, qPrintable(QString::number(m_at.size())));
         // There is no long gap between two polls.
         for (qsizetype i = 1; i < m_at.size(); ++i)
             QVERIFY2(m_at[i] - m_at[i - 1] < 300, qPrintable(QString::number(m_at[i] - m_at[i - 1])));
-        // The whole series follows.
+        // Another opening after the storm causes a whole series of polls.
         const qint64 last = m_clock.elapsed();
         m_poller->restart();
         const auto before = m_at.size();

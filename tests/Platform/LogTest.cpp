@@ -17,7 +17,7 @@ using namespace kestrum;
 
 namespace {
 
-/// What `work` writes to standard error with the log's own message handler.
+/// The text that `work` writes to standard error with the log's own message handler.
 QByteArray logged(const std::function<void()>& work)
 {
     const QString path = TestHome::root() + QStringLiteral("/stderr");
@@ -35,7 +35,7 @@ QByteArray logged(const std::function<void()>& work)
     return contentOf(path);
 }
 
-/// A socket that stands in for the journal's.
+/// A socket that stands in for the journal's socket.
 struct Journal {
     static QByteArray path() { return QFile::encodeName(TestHome::root() + QStringLiteral("/journal")); }
     Journal()
@@ -88,7 +88,7 @@ private Q_SLOTS:
     {
         QFETCH(const QString, value);
         QTEST(Log::escaped(value), "escaped");
-        QTEST(Log::escaped(Log::escaped(value)), "escaped"); // escaping twice is escaping once
+        QTEST(Log::escaped(Log::escaped(value)), "escaped"); // a second escape changes nothing
     }
 
     void valueIsCutAt256BytesOnACharacterBoundary()

@@ -7,7 +7,7 @@
 
 using namespace kestrum;
 
-/// Which entry decides on which desktop, and which program the desktop starts.
+/// The rules by which each desktop chooses an entry, and the program that the desktop starts.
 class LoginItemDesktopTest : public LoginItemTest {
     Q_OBJECT
 
@@ -69,7 +69,7 @@ private Q_SLOTS:
             qputenv("XDG_CURRENT_DESKTOP", row.desktops);
             writeEntry(entryOf(exec() + row.lines));
             QCOMPARE_ROW(row.name, service().status(), row.isStarted ? Status::enabled : Status::notFound);
-            // Registering makes this desktop start the item; for other desktops the entry stays as it was.
+            // Registering makes this desktop start the item. The entry does not change for other desktops.
             (void)service().registerItem();
             QCOMPARE_ROW(row.name, service().status(), Status::enabled);
             QVERIFY2(content().contains('\n' + row.linesAfter), content().constData());
@@ -128,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(service().status(), Status::notRegistered);
         QVERIFY(service().registerItem());
         QCOMPARE(service().status(), Status::enabled);
-        // After that, an item that the desktop's settings switch off needs the user's approval.
+        // If the desktop's settings switch the item off, the item needs the user's approval.
         writeEntry(content() + "Hidden=true\n");
         QCOMPARE(service().status(), Status::requiresApproval);
     }

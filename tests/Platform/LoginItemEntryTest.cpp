@@ -11,7 +11,7 @@
 
 using namespace kestrum;
 
-/// Entries with keys, comments or groups of other programs, and files of other kinds in the entry's place.
+/// Entries with keys, comments or groups of other programs, and other kinds of files in place of the entry.
 class LoginItemEntryTest : public LoginItemTest {
     Q_OBJECT
 
@@ -23,7 +23,7 @@ private Q_SLOTS:
         QVERIFY(service().registerItem());
         QCOMPARE(service().status(), Status::enabled);
         verifyForeign();
-        // All lines keep their order, and the program's own key keeps its place.
+        // All lines keep their order, including the key "Hidden" that the program changes.
         const QByteArray text = content();
         QVERIFY(
             text.startsWith("# my own\n[Desktop Entry]\nType=Application\nName=Kestrum\nName[de]=Meins\n"));
@@ -54,7 +54,7 @@ private Q_SLOTS:
         }
         QCOMPARE(content(".off-1"), mine(1));
         QCOMPARE(content(".off-2"), mine(2));
-        // Only the newest of the entries that were put aside comes back.
+        // Only the newest of the entries that were moved aside comes back.
         QVERIFY(service().registerItem());
         QVERIFY(content().contains("X-Mine=3\n"));
         QCOMPARE(QDir(folder()).entryList(QDir::Files).size(), 3);
@@ -128,7 +128,7 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(entry()).isSymLink());
         QVERIFY(contentOf(kept).contains("Hidden=false"));
         QCOMPARE(service().status(), Status::enabled);
-        // Unregistering moves the link away and does not change the file.
+        // Unregistering moves the link aside and does not change the linked file.
         const QByteArray text = contentOf(kept);
         QVERIFY(service().unregister());
         QCOMPARE(contentOf(kept), text);
@@ -250,7 +250,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Does `work` in a thread whose system calls fail as `filter` says. False where the kernel knows no filters.
+    /// Runs `work` in a thread whose system calls fail according to `filter`. False where the kernel supports no filters.
     static bool doneUnder(const SystemCallFilter& filter, const std::function<void()>& work)
     {
         bool isFiltered = false;

@@ -7,7 +7,6 @@
 
 using namespace kestrum;
 
-/// The four states of a login item, and the errors.
 class LoginItemServiceTest : public LoginItemTest {
     Q_OBJECT
 
@@ -228,7 +227,6 @@ private Q_SLOTS:
     }
 
 private:
-    // The entry's value of a key.
     static QByteArray value(const QByteArray& key)
     {
         for (const QByteArray& line : content().split('\n')) {

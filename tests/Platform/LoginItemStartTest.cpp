@@ -13,7 +13,7 @@ const QString generator = text("/usr/lib/systemd/user-generators/systemd-xdg-aut
 
 } // namespace
 
-/// How desktops read the entry: they start the program, whatever its path contains.
+/// Desktops read the entry and start the program, whatever its path contains.
 class LoginItemStartTest : public LoginItemTest {
     Q_OBJECT
 
@@ -55,7 +55,7 @@ private Q_SLOTS:
             QCOMPARE(read(entry()), 0);
             const QByteArray started
                 = QFile::encodeName(program) + (argument.isEmpty() ? "" : ' ' + argument);
-            // QTRY_COMPARE would look only every 50 ms.
+            // QTRY_COMPARE would check only every 50 ms.
             (void)QTest::qWaitFor([&] { return contentOf(LoginItemFixture::startedFile()) == started; });
             QCOMPARE(contentOf(LoginItemFixture::startedFile()), started);
         }
@@ -119,12 +119,12 @@ private:
         return process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
     }
 
-    /// Runs systemd's generator with the output folder `units`. Returns the unit that it makes from the program's entry; empty
-    /// if it makes none.
+    /// Runs systemd's generator with the output folder `units`. Returns the unit that the generator makes from the program's
+    /// entry; empty if it makes none.
     static QByteArray serviceOf(const FileTree& units)
     {
         QProcess process;
-        // The generator ignores the environment's folders if its real and effective user differ, so all its ids are set.
+        // The generator ignores the folders in the environment if its real and effective user differ, so this sets all its ids.
         process.setChildProcessModifier([] {
             const gid_t group = ::getegid();
             const uid_t user = ::geteuid();

@@ -23,8 +23,8 @@ struct Entry {
     quint32 id;
 };
 
-/// An access list in the kernel's binary form. The owner has all rights, others have none. `entry` has its own permissions,
-/// limited by `mask`.
+/// An access list in the kernel's binary form. The owner has all rights, other users have none. `entry` has its own
+/// permissions, limited by `mask`.
 QByteArray accessList(const Entry& entry, quint16 mask)
 {
     const bool isUser = entry.tag == ACL_USER;
@@ -53,7 +53,7 @@ QByteArray accessList(const Entry& entry, quint16 mask)
 
 } // namespace
 
-/// Only the user and root may be able to change a program that is started at every login. Access lists count, too.
+/// Only the user and root may be able to change a program that is started at every login. Access lists also count.
 class LoginItemTrustTest : public LoginItemTest {
     Q_OBJECT
 
@@ -127,7 +127,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// The outcome of registering while a file or folder has this access list; nothing where its file system has none.
+    /// The outcome of registering while the path has this access list; nothing if the path's file system has no access lists.
     std::optional<Result<>> registeredWithList(
         const QString& place, const char* kind, const QByteArray& list, int mode = 0700) const
     {

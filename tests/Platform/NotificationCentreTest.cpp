@@ -19,7 +19,7 @@ class NotificationCentreTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        deliverPendingEvents(); // of the test before
+        deliverPendingEvents(); // events of the test before
         QVERIFY(RuntimeDirectory::shared());
     }
 
@@ -30,7 +30,7 @@ private Q_SLOTS:
         const Ear other(QStringLiteral("suite.quitAgent"));
         QVERIFY(one.token);
         NotificationCentre::post(QStringLiteral("suite.settings"));
-        QCOMPARE(one.count, 0); // post() does not call handlers itself
+        QCOMPARE(one.count, 0); // post() itself calls no handlers
         QCOMPARE(one.settled(), 1);
         QCOMPARE(two.count, 1);
         QCOMPARE(other.count, 0);
@@ -118,7 +118,7 @@ private Q_SLOTS:
                     NotificationCentre::post(name);
             }));
         }
-        // Any of the threads may be the first to find the directory missing, and creates it.
+        // The first thread that finds no directory creates the directory.
         QVERIFY(QDir(signalsDirectory()).removeRecursively());
         for (const auto& poster : posters)
             poster->start();
@@ -138,7 +138,7 @@ private Q_SLOTS:
 
     void everyPostIsOneDelivery()
     {
-        // This is true of the first post of a name, too, which creates the signal's file.
+        // The first post of a name, which creates the signal's file, is also delivered once.
         const Ear ear(QStringLiteral("new"));
         for (int i = 1; i <= 5; ++i) {
             NotificationCentre::post(QStringLiteral("new"));
@@ -197,7 +197,7 @@ private Q_SLOTS:
         QByteArray seen;
         token
             = NotificationCentre::registerDispatch(QStringLiteral("x"), [&token, &calls, &seen, copy = kept] {
-                  NotificationCentre::cancel(*token); // the last registration, so the watch ends, too
+                  NotificationCentre::cancel(*token); // after the last registration, the watch ends, too
                   ++calls;
                   seen = copy;
               });
@@ -236,7 +236,7 @@ private Q_SLOTS:
         const Ear early(QStringLiteral("x"));
         NotificationCentre::post(QStringLiteral("x"));
         const Ear late(QStringLiteral("x"));
-        QCOMPARE(early.count, 0); // registering does not call handlers itself
+        QCOMPARE(early.count, 0); // registering itself calls no handlers
         QCOMPARE(early.settled(), 1);
         QCOMPARE(late.count, 0);
         NotificationCentre::post(QStringLiteral("x"));

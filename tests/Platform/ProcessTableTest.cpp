@@ -56,7 +56,7 @@ void addProcess(const FileTree& tree, const char* pid, const char* program = "/p
     QVERIFY(QFile::link(text(program), tree.path(text(pid) + text("/exe"))));
 }
 
-// The fields 3 to 22 of a process's "stat" file. The last one is the start time, `ticks`.
+// The fields 3 to 22 of a process's "stat" file. The last field is the start time, `ticks`.
 QByteArray fieldsUpToStart(const QByteArray& ticks)
 {
     QByteArray fields = "S";
@@ -145,11 +145,11 @@ private Q_SLOTS:
     {
         enum class Fate { stays, removed, replaced };
         const char* const plain = "program";
-        const char* const marked = "program (deleted)"; // ends like the kernel's mark
+        const char* const marked = "program (deleted)"; // ends like the mark that the kernel adds
         const struct {
             const char* name;
             const char* program;
-            const char* otherName; ///< of the same file
+            const char* otherName; ///< another name of the same file
             const char* neighbour; ///< another file
             Fate fate;
         } rows[] {
@@ -158,7 +158,7 @@ private Q_SLOTS:
             { "marked", marked, nullptr, nullptr, Fate::stays },
             { "marked and removed", marked, nullptr, nullptr, Fate::removed },
             { "removed, with another name", plain, "other", nullptr, Fate::removed },
-            // As when hard links keep the old files before an update.
+            // A hard link keeps the old file, as some updates do.
             { "replaced, with another name", plain, "other", nullptr, Fate::replaced },
             { "removed, beside another file of the marked name", plain, "other", marked, Fate::removed },
         };
@@ -268,7 +268,7 @@ private Q_SLOTS:
         tree.write(QStringLiteral("stat"), "btime 1000\n");
         const ProcessTable table(tree.root());
         QCOMPARE(table.startTime(7), std::optional(1001.0));
-        // The boot time changes, as when the clock is set.
+        // The boot time changes, as after the clock is set.
         tree.write(QStringLiteral("stat"), "btime 5000\n");
         QCOMPARE(table.startTime(8), std::optional(1002.0));
         QCOMPARE(ProcessTable(tree.root()).startTime(8), std::optional(5002.0));

@@ -52,7 +52,7 @@ private Q_SLOTS:
         const struct {
             const char* name;
             int stream;
-            bool isToBeClosed; ///< by starting a program
+            bool isToBeClosed; ///< starting a program closes this descriptor
         } rows[] {
             { "output", STDOUT_FILENO, false },
             { "errors", STDERR_FILENO, false },
@@ -67,7 +67,7 @@ private Q_SLOTS:
                 if (!row.isToBeClosed) {
                     ::close(row.stream);
                 } else {
-                    // A file that a program without standard streams opens gets the number of a standard stream.
+                    // If a program has no standard streams, the next file that it opens gets the number of such a stream.
                     const QString path = m_standIns.path(QStringLiteral("file"));
                     const int file
                         = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
@@ -83,7 +83,7 @@ private Q_SLOTS:
 
     void nothingElseOfOursIsOpenInTheProgram()
     {
-        // Libraries open files, too, and not all of them set O_CLOEXEC.
+        // Libraries also open files, and not all of them set O_CLOEXEC.
         const int ours = ::open("/dev/null", O_RDONLY); // NOLINT(android-cloexec-open)
         QVERIFY(ours > STDERR_FILENO);
         const int moved = ::dup2(ours, 200); // above the descriptors that are closed one by one

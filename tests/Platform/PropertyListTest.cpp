@@ -140,7 +140,7 @@ private Q_SLOTS:
     {
         QCOMPARE(memberOf("a = http://b/c;\n", "a"), QStringLiteral("http://b/c"));
         QCOMPARE(memberOf("a = /b/c; // d", "a"), QStringLiteral("/b/c"));
-        // The text is refused, not silently cut.
+        // The text is refused, not cut without a message.
         QVERIFY(!PropertyList::parsed("a = b// c\n;"));
     }
 

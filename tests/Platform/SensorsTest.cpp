@@ -12,12 +12,12 @@ using namespace kestrum;
 namespace {
 
 /// The program that reads sensors, run on a recorded machine of tests/machines. libsensors reads only "/sys", so umockdev
-/// replaces that folder for the program. The destructor ends the program, and kills it if it does not end within 5 s.
+/// replaces that folder for the program. The destructor ends the program, by force after 5 s.
 class Machine {
 public:
     explicit Machine(const char* name)
     {
-        // AddressSanitizer requires to be loaded first, but here umockdev's library is.
+        // AddressSanitizer's library must be loaded first, but umockdev's library is loaded before it here.
         auto environment = QProcessEnvironment::systemEnvironment();
         environment.insert(
             QStringLiteral("ASAN_OPTIONS"), QStringLiteral("verify_asan_link_order=0:detect_leaks=0"));
@@ -83,9 +83,9 @@ private Q_SLOTS:
     void machines()
     {
         const std::pair<const char*, const char*> rows[] {
-            // The CPU's value is the package's, not the hottest core's. A sleeping card and a fan that is starting are skipped.
+            // The CPU's value is the package's, not the hottest core's. A sleeping card and a starting fan are skipped.
             { "laptop-with-graphics", "55 - 61 2700" },
-            // An AMD processor is measured at its die, and a card at its edge. Unconnected inputs are ignored.
+            // An AMD processor is measured at its die, and a graphics card at its edge. Unconnected inputs are ignored.
             { "amd-desktop", "47.5 52 88 1340" },
             { "small-board", "52.582 - 52.582 -" },
             { "server", "64 - 71 9800" },
@@ -131,7 +131,7 @@ private Q_SLOTS:
     {
         Machine machine("laptop-with-graphics");
         QCOMPARE(machine.read("cpu"), "55 - - -");
-        // The driver was loaded again with another number, and its old number belongs to another chip now.
+        // The driver was loaded again with another number. Its old number now belongs to another chip.
         machine.remove("sys/class/hwmon/hwmon3");
         machine.remove("sys/class/hwmon/hwmon5");
         machine.rename(

@@ -26,7 +26,7 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo(path("dotfiles/kestrum/real.json")).isSymLink());
         QCOMPARE(SettingsFile(path("dotfiles/kestrum/real.json")).read()->values.size(), 2);
         QVERIFY(
-            QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers look for the lock
+            QFile::exists(path("dotfiles/kestrum/real.json.lock"))); // where all writers expect the lock file
         QVERIFY(!QFile::exists(path("suite.json.lock")));
     }
 
@@ -41,7 +41,7 @@ private Q_SLOTS:
         QVERIFY(QFileInfo(path()).isSymLink());
         QCOMPARE(SettingsFile(path("elsewhere/new.json")).read()->values, someValues);
 
-        // A missing folder of the target may just not be mounted. A save does not create it, and reports the reason.
+        // The link's target is in a missing folder, maybe on an unmounted volume. A save fails and does not create the folder.
         QVERIFY(QFile::remove(path()));
         QVERIFY(QFile::link(path("missing/new.json"), path()));
         const auto result = saved(file.path(), someValues);

@@ -9,7 +9,7 @@
 
 using namespace kestrum;
 
-/// Files that are refused by a read or a save, and locks that another process holds.
+/// Files that a read or a save refuses, and locks that another process holds.
 class SettingsFileRefusalTest : public QObject, SettingsFolder {
     Q_OBJECT
 
@@ -174,7 +174,7 @@ private Q_SLOTS:
 
     void lockOfARemovedDirectoryIsNotTaken()
     {
-        // While a writer waits for the lock, the directory of the lock is deleted and created again.
+        // While a writer waits for the lock, the directory with the lock is deleted and created again.
         const QString file = path("d/suite.json");
         QVERIFY(saved(file, json({ { "old", 1 } })));
         FileDescriptor first = locked("d/suite.json.lock");

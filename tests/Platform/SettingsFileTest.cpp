@@ -135,7 +135,7 @@ private Q_SLOTS:
         QCOMPARE(stateOf(path()).st_gid, gid_t(12345));
         QCOMPARE(stateOf(path()).st_mode & 07777, mode_t(0640));
 
-        // If the user may not set the file's group, the group of the new file gets no rights.
+        // If the user may not set the file's group, the new file's own group gets no rights.
         QVERIFY(QFile::remove(path("suite.json.lock")));
         const OrdinaryUser user({ m_directory, path() }, 12345);
         QVERIFY(saved(path(), json({ { "a", 2 } })));
@@ -155,7 +155,7 @@ private Q_SLOTS:
         QCOMPARE(stateOf(path("suite.json.damaged-2")).st_mode & 07777, mode_t(0600));
         QCOMPARE(SettingsFile(path()).read()->values, json({ { "a", 1 }, { "good", true } }));
         QCOMPARE(SettingsFile(path()).read()->damage, QString());
-        // An equal copy is not made again.
+        // A save makes no second copy of equal content.
         write(path(), damaged);
         QVERIFY(saved(path(), someValues));
         QVERIFY(!QFile::exists(path("suite.json.damaged-3")));

@@ -12,7 +12,7 @@ using namespace kestrum;
 
 namespace {
 
-// Not in the class: the toolkit's reader of classes stumbles over raw strings with escapes.
+// Outside of the class, because moc misreads raw strings with escapes.
 constexpr char everyType[]
     = R"({"array":[1,"x",null,{"y":[]}],"big":9007199254740993,"double":0.1,"empty":"",)"
       R"("exponent":1e-7,"false":false,"int":-42,"max":9223372036854775807,"null":null,)"

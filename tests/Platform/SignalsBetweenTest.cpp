@@ -53,7 +53,7 @@ class SignalsBetweenTest : public QObject {
 private Q_SLOTS:
     void init()
     {
-        deliverPendingEvents(); // of the test before
+        deliverPendingEvents(); // events of the test before
         QVERIFY(RuntimeDirectory::shared());
     }
 
@@ -133,7 +133,7 @@ private Q_SLOTS:
         row("moved with our whole directory",
             [=] { QVERIFY(QDir().rename(root + QStringLiteral("/kestrum"), moved)); });
         row("the runtime directory is removed and comes back", [root] {
-            QTRY_VERIFY(QDir(root).removeRecursively()); // the listeners may make it anew meanwhile
+            QTRY_VERIFY(QDir(root).removeRecursively()); // the listeners may create it again meanwhile
             deliverPendingEvents();
             QCOMPARE(::mkdir(QFile::encodeName(root).constData(), 0700), 0);
             deliverPendingEvents();
@@ -178,7 +178,7 @@ private Q_SLOTS:
 
     void listenerMakesTheDirectoryAnewByItself()
     {
-        // If only the next post created the directory, that post could be delivered twice.
+        // If only the next post created the directory, this post could be delivered twice.
         const Ear ear(QStringLiteral("x"));
         QVERIFY(QDir(signalsDirectory()).removeRecursively());
         QTRY_VERIFY(QDir(signalsDirectory()).exists());
@@ -214,7 +214,7 @@ private Q_SLOTS:
 
     void signalFileOfAnyKindIsNotFollowed()
     {
-        // If a link stands in place of a signal's file, a post does not change the link's target.
+        // If a link stands in place of a signal's file, a post does not change the target of the link.
         const QString target = TestHome::root() + QStringLiteral("/target");
         const Ear ear(QStringLiteral("link"));
         QVERIFY(QFile::link(target, signalsDirectory() + QStringLiteral("/link")));
@@ -256,7 +256,7 @@ private Q_SLOTS:
 
     void wrongOrderOfWritingAndPostingIsFoundOut()
     {
-        // Proves that the check of the test above can fail.
+        // Proves that the check in the test above can fail.
         const Rounds result = runRounds("wrong", 100, "wrong");
         QVERIFY2(result.violations > 0, qPrintable(QString::number(result.violations)));
     }

@@ -19,13 +19,13 @@
 
 using namespace kestrum;
 
-/// Changes of the signals' directory and lost kernel watches must not call a handler without a post. Real posts are still
-/// delivered meanwhile.
+/// Handlers must not be called without a post when the signals' directory changes or kernel watches are lost. Real posts must
+/// still be delivered meanwhile.
 class SignalsUnpostedTest : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    void init() { deliverPendingEvents(); } // of the test before
+    void init() { deliverPendingEvents(); } // events of the test before
 
     void aThousandDisturbancesAreNotHeard()
     {
@@ -137,7 +137,7 @@ private Q_SLOTS:
         const QString fresh = QStringLiteral("fresh");
         NotificationCentre::post(old);
         setTimes(signalsDirectory() + QStringLiteral("/x"), ::time(nullptr) + 86'400);
-        // Both kinds at once, because each waits for several looks.
+        // Both kinds of shortage are tested at once, because each test waits for several polls.
         std::map<QString, std::unique_ptr<HelperProcess>> helpers;
         for (const QString& kind : { QStringLiteral("instances"), QStringLiteral("watches") }) {
             auto& helper = helpers[kind];
@@ -176,12 +176,12 @@ private:
     {
         return QFile::encodeName(TestHome::runtimeDirectory() + u'/') + name;
     }
-    /// Moves the directory `place` away; waits for one that was removed to be created again by the listeners.
+    /// Moves the directory `place` away. If `place` is missing, first waits until the listeners have created it again.
     static void moveAway(const QByteArray& place, const QByteArray& away)
     {
         QVERIFY(QTest::qWaitFor([&] { return ::rename(place.constData(), away.constData()) == 0; }));
     }
-    /// Moves the directory `away` back to `place`. Removes a directory that listeners have created there meanwhile.
+    /// Moves the directory `away` back to `place`. Removes a directory that listeners have meanwhile created there.
     static void moveBack(const QByteArray& away, const QByteArray& place)
     {
         QVERIFY(QTest::qWaitFor([&] {

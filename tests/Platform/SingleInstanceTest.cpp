@@ -99,7 +99,7 @@ private Q_SLOTS:
 
     void aFirstThatHasNotBegunToListenIsWaitedFor()
     {
-        // The first start has the lock but no socket yet.
+        // The first start has the lock, but not yet a socket.
         const FirstInstance first;
         QVERIFY(QFile::rename(path(".socket"), path(".later")));
         HelperProcess later(start(QStringLiteral("token")));
@@ -154,7 +154,7 @@ private Q_SLOTS:
             ++sent;
         QVERIFY(sent > 1 && sent < 100'000);
         QTRY_COMPARE(first.asked.count(), 1);
-        // Whatever were left of the flood would be read before this request.
+        // Any rest of the flood would be read before this request.
         QVERIFY(isAnswered());
         QCOMPARE(first.asked.count(), 2);
     }
@@ -208,7 +208,7 @@ private Q_SLOTS:
 
     void aSecondStartFollowsAFirstThatEndsWithoutHearingIt()
     {
-        // The first start reads no request, as when the process is about to end.
+        // The first start reads no request, as if its process were about to end.
         auto ending = std::make_unique<SingleInstance>("Kestrum");
         HelperProcess second(start(QStringLiteral("token")));
         QCOMPARE(second.line(), QByteArray("second"));
@@ -265,7 +265,7 @@ private Q_SLOTS:
     {
         SingleInstance first("Kestrum");
         SingleInstance second("Kestrum");
-        QVERIFY(second.raiseFirst("token")); // the first cannot read the request meanwhile
+        QVERIFY(second.raiseFirst("token")); // the first start cannot read the request meanwhile
         QVERIFY(!second.isFirst());
         QVERIFY(first.isFirst());
     }

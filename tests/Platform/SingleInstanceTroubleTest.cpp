@@ -13,7 +13,7 @@ using namespace kestrum;
 
 namespace {
 
-/// Sends datagrams to the first start's socket without a pause for as long as the object lives.
+/// Sends datagrams to the first start's socket without a pause, while this object exists.
 class Flood {
 public:
     Flood()
@@ -45,7 +45,6 @@ private:
 
 } // namespace
 
-/// A first start that other programs disturb.
 class SingleInstanceTroubleTest : public QObject, InstanceFixture {
     Q_OBJECT
 
@@ -151,7 +150,7 @@ private:
             QSKIP("only root can be another user");
         const QByteArray address = InstanceName::addressOf("Kestrum");
         std::atomic<int> socket = -1;
-        // The system call changes the user of this thread only; the C library's function would change it for all threads.
+        // The system call changes the user of this thread only. The C library's function would change the user of all threads.
         std::thread([&] {
             const sockaddr_un place = addressOf(address);
             socket = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
@@ -165,7 +164,7 @@ private:
         const FileDescriptor held(socket);
         const SingleInstance first("Kestrum");
         QVERIFY(first.isFirst());
-        // The lock in the folder still shows that the place is taken.
+        // The lock in the folder still shows that a first start exists.
         QVERIFY(!SingleInstance("Kestrum").isFirst());
         QVERIFY(isAnswered(3000));
     }

@@ -1,4 +1,4 @@
-// What happens when a system call of a save fails, once or for good, and when the process is killed at one.
+// What a save leaves when one of its system calls fails, once or always, or when the process is killed at this call.
 
 #include "Platform/Store/UserDefaults.h"
 #include "tests/Support/FileContent.h"
@@ -44,8 +44,7 @@ private Q_SLOTS:
         int needed = 0;
         size_t round = 0;
         tryEachCall(before, [&](const TracedSave::Call& call) {
-            needed += call.name == "readlink" ? 0
-                                              : 1; // a folder whose link cannot be read is taken for a folder
+            needed += call.name == "readlink" ? 0 : 1; // a link that cannot be read is taken for a folder
             for (const bool isLasting : { false, true }) {
                 const int error = errors[round++ % std::size(errors)];
                 const auto outcome = saved(before, { call.name, call.number, error, isLasting });
@@ -55,7 +54,7 @@ private Q_SLOTS:
                 QVERIFY(!isTold || TracedSave::leftovers().isEmpty());
             }
         });
-        // Most failed calls fail the save. A few calls are not required, such as the one that sets the exact time stamp.
+        // Most failed calls make the save fail. A few calls are not required, such as the call that sets the exact time stamp.
         QVERIFY2(failures > needed, QByteArray::number(failures).constData());
     }
 
@@ -98,8 +97,8 @@ private Q_SLOTS:
 
     void failedDirectorySyncIsMadeUpFor()
     {
-        // The new file is in place, but the save must be reported as failed. A second save of the same values must
-        // not succeed before the directory is on disk.
+        // The new file is in place, but the save must be reported as failed. A second save of the same values must not succeed
+        // before the directory is on disk.
         TracedSave::prepare(sound);
         QCOMPARE(TracedSave::run().flushed(), (QByteArrayList { "temporary", "kestrum" }));
         TracedSave::prepare(sound);
@@ -134,7 +133,7 @@ private Q_SLOTS:
         const qsizetype kept = outcome.indexOf("renameat2", ".damaged-1");
         QVERIFY(outcome.indexOf("fsync", ".tmp") < kept); // the content is on disk before the rename
         const qsizetype synced = outcome.indexOf("fsync", "/kestrum");
-        QVERIFY(kept < synced); // the new name is brought to disk, too
+        QVERIFY(kept < synced); // the new name is also written to disk
         QVERIFY(synced < outcome.indexOf("renameat", "suite.json"));
     }
 
@@ -166,7 +165,7 @@ private Q_SLOTS:
     }
 
 private:
-    /// Makes one save, and calls `attempt` for each of its system calls until one fails.
+    /// Repeats a save and calls `attempt` for each of its system calls, until an attempt fails.
     static void tryEachCall(
         const QByteArray& before, const std::function<void(const TracedSave::Call&)>& attempt)
     {
@@ -182,7 +181,7 @@ private:
         }
     }
 
-    /// Saves with a fault, and checks what is left.
+    /// Saves with a fault, and checks the files afterwards.
     static TracedSave::Outcome saved(
         const QByteArray& before, const TracedSave::Fault& fault = TracedSave::Fault())
     {

@@ -1,5 +1,5 @@
 // Saves on a file system that is really full: 64 KiB of memory, mounted in a private mount namespace before the test begins.
-// Other tests let a call fail with ENOSPC. A really full disk also shows calls that report no error.
+// Other tests simulate ENOSPC for a call. A really full disk also shows the calls that report no error.
 
 #include "Platform/Store/SettingsFile.h"
 #include "tests/Support/FileContent.h"
@@ -29,7 +29,7 @@ bool writeWhole(const char* path, const QByteArray& text)
 }
 
 /// Moves the process into a private mount namespace; without root rights, also into a user namespace. The process must have
-/// only one thread. False on failure.
+/// only one thread. Returns false on failure.
 bool enterNameSpace()
 {
     const uid_t user = ::geteuid();

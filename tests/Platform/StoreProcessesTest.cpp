@@ -17,7 +17,6 @@
 
 using namespace kestrum;
 
-/// Real processes that use one suite.
 class StoreProcessesTest : public QObject {
     Q_OBJECT
 
@@ -61,8 +60,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("delay");
         QTest::addColumn<int>("saves");
-        // No writer holds the lock for longer than two flushes. On the slowest disk, one turn of all writers takes longer than
-        // a writer waits for a lock that does not move on.
+        // A writer holds the lock for at most two flushes. On the slowest disk, one turn of all writers takes longer than the
+        // time for which a writer waits while the lock's owner does not change.
         QTest::newRow("in memory") << 0 << 50;
         QTest::newRow("2 ms more a flush") << 2000 << 100;
         QTest::newRow("15 ms more") << 15'000 << 20;
@@ -103,7 +102,7 @@ private Q_SLOTS:
             const auto content = SettingsFile(store->filePath()).read();
             QCOMPARE(content->damage, QString());
             QCOMPARE(content.failureText(), QString());
-            // All saves that were printed are in the file. One more may be there that was not printed yet.
+            // The file contains all saves that were printed. It may contain one more save that was not printed yet.
             int last = 0;
             for (int i = 0; i < keysPerWriter; ++i)
                 last = qMax(last, content->values.value(QString::fromStdString(keyName(writer, i))).toInt());
@@ -112,13 +111,13 @@ private Q_SLOTS:
             QElapsedTimer timer;
             timer.start();
             QVERIFY2(store->set("mine", round), qUtf8Printable(store->lastError()));
-            QVERIFY(timer.elapsed() < 1500); // the lock's own limit is 2 s
+            QVERIFY(timer.elapsed() < 1500); // a wait for the lock would take 2 s
             QCOMPARE(store->number("mine"), double(round));
             QVERIFY(store->apply({}, content->values.keys().filter(QString::fromLatin1(writer + '.'))));
         }
         QVERIFY(mostSaves > 1);
 
-        // Temporary files of the killed writers are removed when they are an hour old.
+        // Temporary files of killed writers are removed when they are an hour old.
         const QDir directory(TestHome::configDirectory());
         const auto leftovers = [&directory] {
             return directory.entryList({ QStringLiteral(".kestrum-*") }, QDir::Files | QDir::Hidden);

@@ -54,7 +54,7 @@ private Q_SLOTS:
         }
     }
 
-    // The sidebar shows these symbols in one column, with the same size and colour.
+    // The sidebar shows these symbols in one column. They have the same size and colour.
     void theSymbolsOfTheSidebarAreToldApart()
     {
         const auto inkOf = [](const char* name) {
@@ -100,7 +100,7 @@ private Q_SLOTS:
         const QColor colour(0xF2, 0x30, 0x44);
         const QImage image = SymbolImage::image(QStringLiteral("menubar.rectangle"), 12, colour, 4);
         QCOMPARE(image.devicePixelRatio(), 4.0);
-        // A place within the symbol's filled bar.
+        // This place is inside the symbol's filled bar.
         QCOMPARE(image.pixelColor(32, 16), colour);
         for (int y = 0; y < image.height(); ++y) {
             for (int x = 0; x < image.width(); ++x) {

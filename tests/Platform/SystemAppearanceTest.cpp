@@ -49,7 +49,7 @@ private Q_SLOTS:
         QCOMPARE(DesktopBus::address(), QString());
         qputenv(busVariable, "autolaunch:");
         QCOMPARE(DesktopBus::address(), QString());
-        // A folder with the socket's name in the runtime directory is not taken for a bus.
+        // A folder with the socket's name in the runtime directory does not count as a bus.
         qunsetenv(busVariable);
         QVERIFY(QDir(TestHome::runtimeDirectory()).mkdir(QStringLiteral("bus")));
         QCOMPARE(DesktopBus::address(), QString());
@@ -72,7 +72,7 @@ private Q_SLOTS:
         const QString found = DesktopBus::address();
         QCOMPARE(::chmod(directory.constData(), 0700), 0);
         QCOMPARE(found, QString());
-        // An address in the environment is used without this check, because somebody chose it.
+        // An address in the environment is used without this check, because somebody set it on purpose.
         qputenv(busVariable, "unix:path=/elsewhere");
         QCOMPARE(DesktopBus::address(), QStringLiteral("unix:path=/elsewhere"));
     }
@@ -128,7 +128,7 @@ private Q_SLOTS:
         AppearancePortal portal;
         portal.start(DesktopBus::address());
         QTRY_COMPARE(portal.scheme(), std::optional(ColourScheme::light));
-        QVERIFY(!portal.accent()); // an older portal knows none
+        QVERIFY(!portal.accent()); // an older portal has no accent
         QVERIFY(m_portal->change("scheme 1"));
         QTRY_COMPARE(portal.scheme(), std::optional(ColourScheme::dark));
         QVERIFY(m_portal->change("accent 0 0 1"));
@@ -151,7 +151,7 @@ private Q_SLOTS:
         QVERIFY(!portal.reducesMotion());
         portal.start(DesktopBus::address());
         QTRY_VERIFY(portal.reducesMotion());
-        // The setting that all desktops share has priority over the setting of a single desktop.
+        // The setting of all desktops has priority over the setting of a single desktop.
         QVERIFY(m_portal->change("motion 0"));
         QTRY_VERIFY(!portal.reducesMotion());
         QVERIFY(m_portal->change("animations 1"));
@@ -169,7 +169,7 @@ private Q_SLOTS:
         timer.start();
         portal.start(DesktopBus::address());
         QVERIFY(timer.elapsed() < 50);
-        // Changes are heard while the answers are outstanding.
+        // Changes are noticed while the answers have not yet arrived.
         QVERIFY(QTest::qWaitFor([&] { return portal.scheme() || !m_portal->change("scheme 1"); }));
         QCOMPARE(portal.scheme(), std::optional(ColourScheme::dark));
     }
@@ -191,7 +191,7 @@ private Q_SLOTS:
         QGuiApplication::setPalette(paletteOf(Qt::black, Qt::white));
         QTRY_COMPARE(appearance.scheme(), ColourScheme::dark);
 
-        // The portal is asked shortly after the start. It has no preference yet.
+        // The program asks the portal shortly after the start. The portal has no preference yet.
         QTRY_VERIFY(isAsked());
         QCOMPARE(appearance.scheme(), ColourScheme::dark);
         QVERIFY(m_portal->change("scheme 2"));

@@ -1,4 +1,4 @@
-// Whether a compositor runs, asked of a real X server. The test itself plays the compositor.
+// The program detects on a real X server whether a compositor runs. The test itself plays the compositor.
 
 #include "Platform/Desktop/Translucency.h"
 #include "Platform/Desktop/XcbReply.h"

@@ -8,7 +8,7 @@
 
 using namespace kestrum;
 
-/// Notices that observers get when a user or another program edits the file.
+/// Observers get notices when a user or another program edits the file.
 class UserDefaultsEditTest : public QObject, ObservedSuite {
     Q_OBJECT
 
@@ -20,7 +20,7 @@ private Q_SLOTS:
         Observed observed(m_suite);
         QVERIFY(observed.store->set("a", 1));
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
-        write(path(), "{\"a\":1}"); // another layout
+        write(path(), "{\"a\":1}"); // a different layout
         QCOMPARE(observed.settled(), 1);
         replace(path(), textOf(1));
         QCOMPARE(observed.settled(), 1);
@@ -100,7 +100,7 @@ private Q_SLOTS:
 
         int notices = 0;
         const auto expect = [&](int value) {
-            ++notices; // not inside the macro, which evaluates its arguments many times
+            ++notices; // outside the macro, which evaluates its arguments many times
             QTRY_COMPARE_WITH_TIMEOUT(observed.notices, notices, longestDelay);
             QCOMPARE(observed.store->number("a"), double(value));
         };
@@ -108,17 +108,17 @@ private Q_SLOTS:
         expect(3);
         replace(one + QStringLiteral("/real.json"), textOf(4));
         expect(4);
-        // The link gets another target in one step, without a moment when there is no link.
+        // The link gets another target in one step, so the link exists at any moment.
         QVERIFY(QFile::link(two + QStringLiteral("/real.json"), path() + u'~'));
         QCOMPARE(
             ::rename(QFile::encodeName(path() + u'~').constData(), QFile::encodeName(path()).constData()), 0);
         expect(2);
         write(two + QStringLiteral("/real.json"), textOf(5));
         expect(5);
-        // Changes of the old target are ignored.
+        // Changes of the old target have no effect.
         write(one + QStringLiteral("/real.json"), textOf(6));
         QCOMPARE(observed.settled(), notices);
-        // A save of this store goes to the target and gives one notice.
+        // This store's save changes the target and causes one notice.
         QVERIFY(observed.store->set("a", 7));
         expect(7);
         QCOMPARE(observed.settled(), notices);
@@ -153,7 +153,7 @@ private Q_SLOTS:
             QVERIFY(QDir().mkpath(target));
             edit(i);
             QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), double(i), longestDelay);
-            // Later saves in the new folder are noticed, too.
+            // Later saves in the new folder are also noticed.
             edit(10 * i);
             QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a").value_or(-1), 10.0 * i, longestDelay);
         }

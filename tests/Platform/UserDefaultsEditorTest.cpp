@@ -15,7 +15,7 @@
 
 using namespace kestrum;
 
-/// Programs that save the file in several steps. Between the steps the file is missing or incomplete. The steps are those of
+/// Programs that save the file in several steps. The file is missing or incomplete between these steps. The steps are those of
 /// real editors, with longer pauses.
 class UserDefaultsEditorTest : public QObject, ObservedSuite {
     Q_OBJECT
@@ -51,7 +51,7 @@ private Q_SLOTS:
         const QStringList languages { QStringLiteral("de"), QStringLiteral("fr"), QStringLiteral("pl") };
         for (int round = 1; round <= 2; ++round) {
             seen.clear();
-            // In the first round only the watch reads the file, in the second a timer reads between the steps, too.
+            // In the first round, only the watch reads the file. In the second round, a timer also reads it between the steps.
             if (round == 2)
                 often.start(3);
             for (const Step& step : stepsTo(qUtf8Printable(languages[round]))) {
@@ -85,7 +85,7 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(observed.notices, 1, longestDelay);
         QVERIFY(timer.elapsed() >= believedAfter);
         QCOMPARE(observed.store->string("language"), QStringLiteral("system"));
-        // A store without observers finds the change, too.
+        // A store without observers also finds the change.
         QCOMPARE(opened()->string("language"), std::nullopt);
     }
 
@@ -103,7 +103,7 @@ private Q_SLOTS:
         const QByteArray text = textIn("fr");
         const int file = openedFor(QFile::encodeName(path()), O_TRUNC);
         put(file, text.left(text.size() / 2));
-        // Longer than the time after which a missing or blank file is believed.
+        // Longer than the time until the store accepts a missing or blank file.
         QTest::qWait(3 * believedAfter);
         QCOMPARE(observed.notices, 0);
         QCOMPARE(observed.store->string("language"), QStringLiteral("de"));
@@ -137,7 +137,7 @@ private Q_SLOTS:
                 return QByteArray::number(at) + ": "
                     + QJsonDocument(content->values).toJson(QJsonDocument::Compact);
             };
-            // If the editor has not moved the file away before the save, it may overwrite the saved value.
+            // If the editor has not moved the file away before the save, the editor may overwrite the saved value.
             QVERIFY2(content->damage.isEmpty() && content->values.contains(u"others"), values().constData());
             QVERIFY2(content->values.value(u"language") == QLatin1StringView(language)
                     || content->values.value(u"ours") == double(at),
@@ -220,7 +220,7 @@ private Q_SLOTS:
 private:
     using Step = std::function<void()>;
     using Steps = std::vector<Step>;
-    /// Runs the steps after the one at index `at` on a new thread. `steps` must outlive the thread.
+    /// Runs the steps after the step at index `at`, on a new thread. `steps` must outlive the thread.
     static std::unique_ptr<QThread> goesOnBehind(const Steps& steps, qsizetype at)
     {
         std::unique_ptr<QThread> editor(QThread::create([&steps, at] {
@@ -234,13 +234,13 @@ private:
     }
 
     static constexpr int pause = 40;          // ms
-    static constexpr int believedAfter = 200; // ms until a missing or blank file is believed
+    static constexpr int believedAfter = 200; // ms until the store accepts a missing or blank file
 
-    /// Which ways of saving a test uses: all of them, those that do not replace the file's folder, or of the latter those that
-    /// never close an incomplete file.
+    /// The ways of saving that a test uses: all; only those that do not replace the file's folder; or, of these, only those
+    /// that never close an incomplete file.
     enum class Gaps { all, inTheFolder, withAnOpenFile };
 
-    /// Adds the ways of saving, each as a list of steps for `make`.
+    /// Adds the ways of saving. Each one is a list of steps for `make`.
     static void addWays(Gaps gaps)
     {
         QTest::addColumn<QByteArray>("way");
@@ -266,8 +266,8 @@ private:
                 + ", mv DIR DIR.old, mv DIR.new DIR, rmdir DIR.old");
     }
 
-    /// Makes one step, such as "mv FILE FILE~". "put FROM TO" writes that part of `text`, in percent, to the file that was
-    /// opened last.
+    /// Makes one step, such as "mv FILE FILE~". "put FROM TO" writes a part of `text`, from FROM to TO percent, to the file
+    /// that was opened last.
     static void make(const QByteArray& step, const QByteArray& text)
     {
         static int file = -1;
@@ -322,7 +322,6 @@ private:
             steps.push_back([step = step.trimmed(), text = textIn(language)] { make(step, text); });
         return steps;
     }
-    /// The language that is stored in the file.
     QString storedLanguage() const
     {
         return SettingsFile(path()).read()->values.value(u"language").toString();

@@ -9,7 +9,6 @@
 
 using namespace kestrum;
 
-/// Files that cannot be read or saved, or are damaged.
 class UserDefaultsFailureTest : public QObject, OwnSuite {
     Q_OBJECT
 
@@ -83,7 +82,7 @@ private Q_SLOTS:
         QCOMPARE(store->number("a"), 2.0);
         QCOMPARE(store->lastError(), QString());
 
-        // If the file becomes unreadable later, the store keeps its last values.
+        // If the file becomes unreadable later, the store still has its last values.
         QVERIFY(QFile::remove(path()));
         QVERIFY(QDir().mkpath(path()));
         QVERIFY(!store->set("b", 1));

@@ -9,7 +9,7 @@
 
 using namespace kestrum;
 
-/// Where a value comes from: the user's file, the administrator's files, or the registered defaults.
+/// The sources of a value: the user's file, the administrator's files, or the registered defaults.
 class UserDefaultsLayersTest : public QObject, OwnSuite {
     Q_OBJECT
 
@@ -31,7 +31,7 @@ private Q_SLOTS:
         // A stored value of the wrong type hides the values of the lower layers, so the typed read returns nothing.
         QVERIFY(store->set("b", QStringLiteral("text")));
         QVERIFY(!store->number("b"));
-        // Registering again adds defaults and replaces earlier ones.
+        // A second registration adds defaults and replaces earlier ones.
         store->registerDefaults(json({ { "c", 5 }, { "d", 5 } }));
         QCOMPARE(store->number("c"), 5.0);
         QCOMPARE(store->number("d"), 5.0);

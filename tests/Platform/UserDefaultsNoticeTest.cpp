@@ -143,7 +143,7 @@ private Q_SLOTS:
         QCOMPARE(notices, 0);
     }
 
-    // The reader of the old value must learn about the new one.
+    // A caller that read the old value must be notified of the new one.
     void changeThatWasNotReadYetIsToldToTheFirstObserver()
     {
         const auto store = opened();
@@ -201,7 +201,7 @@ private Q_SLOTS:
                     store.set(key, *store.number(key) + 1);
             },
             "a,b,c");
-        // An observer may have read the value in between.
+        // An observer may have read the value between the two changes.
         row(
             "the old value again", [](auto& store) { store.set("d", 1), store.remove("d"); }, "d");
         // "a" is removed, "b" stays equal, "c" changes and "d" is new.
@@ -229,7 +229,7 @@ private Q_SLOTS:
         write(administered + u'/' + m_suite + QStringLiteral(".json"), R"({ "b": 2 })");
         Observed observed(m_suite);
         observed.store->registerDefaults(json({ { "a", 1 }, { "b", 1 } }));
-        // The stored values change, but no value in effect does: the notice names no key.
+        // The stored values change, but no effective value does, so the notice names no key.
         QVERIFY(observed.store->apply(json({ { "a", 1 }, { "b", 2 } }), {}));
         QCOMPARE(observed.named(), QByteArrayList { "" });
         QVERIFY(observed.store->apply(json({ { "a", 1 }, { "b", 1 } }), {}));
@@ -282,7 +282,7 @@ private Q_SLOTS:
         QCOMPARE(observed.notices, 4);
     }
 
-    // The file is changed through a hard link in a folder without a watch.
+    // The file is changed by a hard link in a folder without a watch.
     void synchronizingFindsAChangeThatNobodyTold()
     {
         Observed observed(m_suite);

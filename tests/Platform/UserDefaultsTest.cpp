@@ -142,7 +142,7 @@ private Q_SLOTS:
         const auto one = opened();
         const auto other = opened();
         QVERIFY(!other->boolean("a"));
-        for (int i = 100; i < 600; ++i) { // of equal sizes
+        for (int i = 100; i < 600; ++i) { // all have the same size
             QVERIFY((i % 3 ? one : other)->set("a", i));
             QCOMPARE(one->number("a"), double(i));
             QCOMPARE(other->number("a"), double(i));
@@ -151,7 +151,7 @@ private Q_SLOTS:
 
     void counterThatIsCutOffHidesNoSave()
     {
-        // For example, a cleanup tool truncates the file. Access to a mapped page beyond the file's end would kill the process.
+        // A cleanup tool may truncate the file. Access to a mapped page beyond the file's end would kill the process.
         const auto writer = opened();
         const auto reader = opened();
         const QByteArray counter = QFile::encodeName(
@@ -170,7 +170,7 @@ private Q_SLOTS:
         const auto store = opened();
         QVERIFY(store->set("a", 1));
         write(path(), R"({"a": 7, "b": 2})");
-        QVERIFY(store->set("a", 1)); // equal to the cached value, not to the file's
+        QVERIFY(store->set("a", 1)); // equals the cached value, but not the value in the file
         QCOMPARE(opened()->storedDictionary(), json({ { "a", 1 }, { "b", 2 } }));
         QCOMPARE(store->number("b"), 2.0);
     }

@@ -12,7 +12,7 @@
 
 using namespace kestrum;
 
-/// The kernel resources that watches use, and how watches work when the kernel has none left.
+/// The kernel resources that watches use, and how watches work when these resources are used up.
 class WatchResourcesTest : public QObject, WatchedPlace {
     Q_OBJECT
 
@@ -42,7 +42,7 @@ private Q_SLOTS:
         const QList<quint32> masks = kernelWatches();
         for (const quint32 mask : masks)
             noisy += (mask & IN_CREATE) != 0 ? 1 : 0;
-        QCOMPARE(noisy, 2); // the directory and its parent
+        QCOMPARE(noisy, 2); // events of the directory and its parent
         QVERIFY(masks.size() > noisy);
     }
 
@@ -62,12 +62,12 @@ private Q_SLOTS:
 
     void withoutDescriptorsInstancesOrWatchesTheDirectoryIsLookedAt()
     {
-        // All at once, because each waits for several looks.
+        // All kinds of shortage are tested at once, because each test waits for several polls.
         std::map<const char*, std::unique_ptr<HelperProcess>> helpers;
         bool isSupported = true;
         for (const char* kind : {
 #ifndef __SANITIZE_ADDRESS__
-                 "descriptors", // the sanitizer needs some of its own and takes their lack for a fault
+                 "descriptors", // the sanitizer needs some descriptors and reports a lack as an error
 #endif
                  "instances", "watches" }) {
             auto helper = std::make_unique<HelperProcess>(
@@ -83,7 +83,7 @@ private Q_SLOTS:
             for (const auto& [kind, helper] : helpers)
                 QVERIFY2(helper->line(5000) == line, kind);
         };
-        // Each poll reports that anything may have changed.
+        // Each poll reports a possible change of anything.
         expect("told");
         expect("told");
         for (const auto& [kind, helper] : helpers)
@@ -92,7 +92,7 @@ private Q_SLOTS:
         expect("told");
         write("d/file");
         expect("told file");
-        // The events of creating and closing the file may come in two batches. There are no polls any more.
+        // The events of creating and closing the file may come in two batches. After that, nothing is polled.
         const QDeadlineTimer quiet(2500);
         for (const auto& [kind, helper] : helpers) {
             while (helper->hasLine(int(quiet.remainingTime())))

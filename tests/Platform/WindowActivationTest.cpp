@@ -1,5 +1,5 @@
-// The messages to the window manager and to the desktop's display of program starts, on a real X server. The test receives
-// the messages in place of both.
+// Messages to the window manager and to the desktop's display of program starts, on a real X server. The test plays both of
+// them and receives the messages.
 
 #include "Platform/Desktop/WindowActivation.h"
 #include "Platform/Desktop/XcbReply.h"
@@ -66,7 +66,7 @@ class WindowActivationTest : public QObject {
     std::unique_ptr<Messages> m_messages;
     std::unique_ptr<QRasterWindow> m_window;
 
-    /// Shows a window and waits until the window manager is asked to give it the focus.
+    /// Shows a window, and waits until the window manager gets a request to focus the window.
     void bringForwardAWindow(const QByteArray& token)
     {
         m_window = std::make_unique<QRasterWindow>();
@@ -77,7 +77,7 @@ class WindowActivationTest : public QObject {
         QTRY_COMPARE(m_messages->focusRequests.size(), 1);
     }
 
-    /// Makes programs see a window manager, or none.
+    /// Simulates that a window manager runs, or that none runs.
     static void setManaged(bool isManaged)
     {
         const xcb_window_t window = root();
@@ -132,7 +132,7 @@ private Q_SLOTS:
         bringForwardAWindow({});
         QCOMPARE(m_messages->focusRequests.first().data.data32[0], 2U);
         QCOMPARE(m_messages->focusRequests.first().data.data32[1], 0U);
-        // Messages keep their order: one about a start would come before the second request.
+        // Messages keep their order: a message about a start would come before the second request.
         WindowActivation::bringForward(*m_window, {});
         QTRY_COMPARE(m_messages->focusRequests.size(), 2);
         QCOMPARE(m_messages->startUp, QByteArray());

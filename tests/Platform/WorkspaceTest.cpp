@@ -106,7 +106,7 @@ private Q_SLOTS:
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
         QCOMPARE(status(*opened.pid, "SigBlk"), QByteArray("0000000000000000"));
         QCOMPARE(status(*opened.pid, "SigCgt"), QByteArray("0000000000000000"));
-        // The C library reserves the signals 32 and 33 and does not let programs change them, so they may be ignored.
+        // The C library reserves the signals 32 and 33. Programs cannot change them, so they may be ignored.
         QCOMPARE(status(*opened.pid, "SigIgn").toULongLong(nullptr, 16) & ~0x180000000ULL, 0ULL);
     }
 

@@ -41,11 +41,10 @@ double shareWhileOpening(const QString& path, int milliseconds)
 
 } // namespace
 
-/// How the workspace reports that programs start and end.
 class WorkspaceWatchTest : public QObject, WorkspaceFixture {
     Q_OBJECT
 
-    /// Observes the bundle and these processes. The spy counts from the first call of a test.
+    /// Observes the bundle and these processes. The spy counts from a test's first call.
     QSignalSpy& observed(const QList<qint32>& pids = {})
     {
         if (!m_changes)
@@ -78,7 +77,7 @@ private Q_SLOTS:
     {
         const QString program = install();
         QSignalSpy& changes = observed();
-        observed(); // observing twice tells nothing twice
+        observed(); // a second call must not double the notices
         QElapsedTimer timer;
         timer.start();
         const qint32 pid = m_standIns->start(program).pid;
@@ -94,7 +93,7 @@ private Q_SLOTS:
 
     void everyStartOfAnotherProcessIsTold()
     {
-        // Another process starts the program, maybe while the workspace is checking.
+        // Another process starts the program, possibly during a check by the workspace.
         const QString program = install();
         QSignalSpy& changes = observed();
         for (int round = 0; round < 50; ++round) {
@@ -144,7 +143,7 @@ private Q_SLOTS:
         const qint32 one = m_standIns->start(m_standIns->install(QStringLiteral("elsewhere"))).pid;
         const qint32 other = m_standIns->start(m_standIns->path(QStringLiteral("elsewhere"))).pid;
         const QSignalSpy& changes = observed({ one });
-        // Both ends are known to the kernel when the workspace looks. Only one of them is told.
+        // Both processes have ended when the workspace checks. Only the observed one causes a notice.
         m_standIns->end(other);
         m_standIns->end(one);
         QTRY_COMPARE(changes.size(), 1);
@@ -209,7 +208,7 @@ private Q_SLOTS:
     {
         m_standIns->start(install());
         Workspace::shared().observe(bundle());
-        QTest::qWait(seriesTime); // removing the bundles of earlier tests is followed by checks, too
+        QTest::qWait(seriesTime); // removing the bundles of earlier tests also causes checks
         int turns = 0;
         QObject owner;
         connect(QAbstractEventDispatcher::instance(), &QAbstractEventDispatcher::aboutToBlock, &owner,
@@ -256,13 +255,13 @@ private Q_SLOTS:
         QVERIFY(first.startsWith("opened "));
         const qint32 opened = first.mid(7).toInt();
         QVERIFY(exists(opened));
-        QCOMPARE(helper.line(), QByteArray("changed")); // the start; reporting it needs no process descriptor
+        QCOMPARE(helper.line(), QByteArray("changed")); // for the start, which needs no process descriptor
         m_standIns->end(foreign);
         StandIns::kill(opened);
         QCOMPARE(helper.line(5000), QByteArray("changed"));
         QCOMPARE(helper.line(5000), QByteArray("changed"));
         QVERIFY(!exists(opened));
-        // The other process was looked at meanwhile, and will be again.
+        // The other process was checked meanwhile, and will be checked again.
         m_standIns->end(other);
         QCOMPARE(helper.line(5000), QByteArray("changed"));
         QCOMPARE(helper.finish(), 0);

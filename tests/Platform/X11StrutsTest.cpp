@@ -110,7 +110,7 @@ private Q_SLOTS:
         struts.available(*QGuiApplication::primaryScreen());
         QSignalSpy changed(&struts, &X11Struts::changed);
         set(panel, "_NET_WM_STRUT", "0,0,35,0");
-        QVERIFY(changed.wait()); // of this and all earlier changes
+        QVERIFY(changed.wait()); // this change and all earlier ones
         set(panel, "WM_NAME", "7");
         QTest::qWait(quietTime);
         QCOMPARE(changed.count(), 1);

@@ -29,7 +29,7 @@ struct AccentRowWindow {
         activate(window);
     }
 
-    /// Simulates a movement in the colour dialog.
+    /// Simulates a pointer movement in the colour dialog that picks `colour`.
     void move(const QColor& colour) const { Q_EMIT well->picked(colour); }
     void choose(int index) const { FormHand::choose(*picker, index); }
     /// A pixel of the swatch of the entry "Custom".
@@ -42,7 +42,7 @@ struct AccentRowWindow {
     static void store(const char* accent)
     {
         SharedSettings::store().set("memoryAccent", QString::fromLatin1(accent));
-        QTest::qWait(20); // until its change notice has passed
+        QTest::qWait(20); // until the notice of this change has arrived
     }
     static void storeElsewhere(const char* accent)
     {

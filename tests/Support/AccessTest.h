@@ -28,7 +28,7 @@ protected:
         m_window = std::make_unique<AccessWindow>(fixture(), *m_tree);
         QVERIFY(m_tree->isUp() && m_window->isUp());
     }
-    /// Stores a value by another process, as this class does for all reads and writes.
+    /// Stores a value. Another process does this, as all reads and writes of this class.
     void writeText(const char* key, const QByteArray& value) const
     {
         fixture().write(key, ('"' + value + '"').constData());
@@ -37,8 +37,8 @@ protected:
     {
         QTRY_COMPARE_WITH_TIMEOUT(fixture().read(key), json, Programs::patience);
     }
-    /// Opens the page of the button "Check Now" and calls `press` with it. Fails when another process does not get the
-    /// signal.
+    /// Opens the page of the button "Check Now" and calls `press` with the button. Fails when the signal does not reach another
+    /// process.
     template <class Press> void pressCheckNow(const Press& press)
     {
         open("general");

@@ -1,5 +1,5 @@
-// The accessibility protocol uses a bus of its own, whose address a service on the session bus gives. A registry on that bus
-// lists the programs. Each program answers for its own elements.
+// The accessibility protocol has a bus of its own. A service on the session bus returns the address of that bus. A registry on
+// the accessibility bus lists the programs. Each program answers for its own elements.
 
 #include "tests/Support/AccessTree.h"
 
@@ -19,7 +19,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr int timeLimit = 3000; // ms, for one call
-// Relations
+// The protocol's numbers of relations
 constexpr quint32 isLabelOf = 1;
 constexpr quint32 isLabelledBy = 2;
 constexpr quint32 ofTheScreen = 0;

@@ -11,11 +11,11 @@
 
 namespace kestrum {
 
-/// An element that a program shows to assistive programs. Every call asks the program anew, for at most three seconds. Calls
-/// give empty values for an element that is gone or was never found.
+/// An element that a program shows to assistive programs. Every call asks the program again, for at most three seconds. Calls
+/// return empty values if the element is gone or was never found.
 class Accessible {
 public:
-    /// With the protocol's numbers.
+    /// The numbers are those of the protocol.
     enum class State {
         checked = 4,
         collapsed = 5,
@@ -36,10 +36,9 @@ public:
     Accessible() = default;
     Accessible(QString service, QString path);
 
-    /// Whether the element was found at all.
     bool isFound() const { return !m_path.isEmpty(); }
 
-    /// In English, such as "check box", "push button", "combo box", "slider", "list item", "label".
+    /// The role in English, such as "check box", "push button", "combo box", "slider", "list item", "label".
     QString role() const;
     QString name() const;
     QString description() const;
@@ -61,7 +60,7 @@ public:
     QList<Accessible> findAll(const QString& role) const;
     /// The text by which people know this element: its label's name, or else its own name.
     QString label() const;
-    /// The element that this one labels. A combo box must be found this way, as its own name is its current text.
+    /// The element that this label belongs to. Find a combo box by its label: its own name is its current text.
     Accessible labelled() const;
 
     /// The names of the actions, such as "Press", "Toggle", "SetFocus", "ShowMenu".
@@ -73,7 +72,7 @@ public:
     /// The id of the process that shows this element.
     qint64 process() const;
 
-    /// This element and everything below it, an indented line for each: for people, and for the message of a failed test.
+    /// A text with an indented line for this element and each one below it, for people and messages of failed tests.
     QString outline(int depth = 0) const;
 
     bool operator==(const Accessible&) const = default;
@@ -89,9 +88,9 @@ private:
     QString m_path;
 };
 
-/// Reads other programs' accessibility trees as a screen reader does, on a session bus and an accessibility bus of the test's
-/// own. Programs on an X display join these buses if they are started while this object lives. Make it after the test's home
-/// and its `VirtualDisplay`. Do not ask the test's own process: it answers only from its event loop.
+/// Reads other programs' accessibility trees as a screen reader does, on a private session bus and accessibility bus. Programs
+/// on an X display join these buses if they start while this object exists. Construct it after the test's home and
+/// `VirtualDisplay`. Do not ask the test's own process: it answers only from its event loop.
 class AccessTree {
 public:
     AccessTree();
@@ -101,7 +100,7 @@ public:
     /// False, with a warning, when one of the buses did not start.
     bool isUp() const { return m_isUp; }
 
-    /// The program with process id `pid`. Waits for it for ten seconds at most.
+    /// The program with process id `pid`. Waits at most ten seconds for it.
     Accessible application(qint64 pid) const;
 
 private:

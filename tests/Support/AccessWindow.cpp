@@ -12,7 +12,7 @@ using Programs::patience;
 namespace {
 
 constexpr int mostStops = 60;
-constexpr int sameLine = 8; ///< how far apart the middles of controls on one line may be
+constexpr int sameLine = 8; ///< in px: the largest distance between the middles of controls on one line
 
 bool isIn(quint64 states, State state)
 {

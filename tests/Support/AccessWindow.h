@@ -7,12 +7,12 @@
 
 namespace kestrum {
 
-/// The settings application of a fixture with its window, used by keys alone and read through its accessibility tree. The
+/// The open window of a fixture's settings application. Tests use only keys, and read the window's accessibility tree. The
 /// destructor ends the application.
 class AccessWindow {
 public:
-    /// A place where the keyboard focus can stop. Its name has the role and the groups around it, as in "CPU/combo box
-    /// Readout".
+    /// A place where the keyboard focus can stop. Its name consists of the surrounding groups, the role and the control's name,
+    /// as in "CPU/combo box Readout".
     struct Stop {
         Accessible control;
         QString name;
@@ -33,19 +33,19 @@ public:
 
     /// All elements that are shown in the window, in the tree's order.
     QList<Accessible> shown() const;
-    /// All places where Tab has to stop, in reading order: by columns, then lines, then along the line. A group of segments
-    /// is one place, namely its chosen segment, and a list is also one place.
+    /// All places where Tab has to stop, in reading order: by columns, then lines, then along the line. A group of segments is
+    /// one stop, namely its chosen segment. A list is also one stop.
     QList<Stop> readingOrder() const;
     /// The stop that has the keyboard focus, or an empty one.
     Stop focus() const;
-    /// Waits until the focus is at another stop than `last`, and gives that stop.
+    /// Waits until the focus is at another stop than `last`, and returns that stop.
     Stop focusAfter(const Stop& last) const;
-    /// Presses Tab until the stop with that name has the focus. The result is not found when Tab never reaches it.
+    /// Presses Tab until the stop with that name has the focus. Returns an element that is not found if Tab never reaches it.
     Accessible tabTo(const QString& name) const;
     /// The control with that name (see `Stop`), with or without the focus.
     Accessible control(const QString& name) const;
 
-    /// The page's row in the sidebar.
+    /// The sidebar's row for a page.
     Accessible row(const char* page) const;
 
 private:
@@ -56,7 +56,7 @@ private:
         quint64 states;
     };
     using Judge = std::function<bool(const Found&)>;
-    /// Visits the elements below `above` that can have the focus, in the tree's order, until `isEnough` gives true.
+    /// Visits the elements below `above` that can have the focus, in the tree's order, until `isEnough` returns true.
     static bool look(const Accessible& above, QStringList groups, const Judge& isEnough);
     static QString called(const Found& found);
 

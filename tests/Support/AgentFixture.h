@@ -15,8 +15,8 @@
 namespace kestrum {
 
 /// A main bundle of the application in a temporary folder, with a program that can stand for the agent
-/// (tests/Support/StandInAgentProgram.cpp). The end kills agents that still run, by their ids. Only for tests with a process
-/// table of their own.
+/// (tests/Support/StandInAgentProgram.cpp). The destructor kills agents that still run, by their ids. Use this class only in a
+/// separate process table.
 class AgentFixture {
 public:
     AgentFixture()
@@ -30,7 +30,7 @@ public:
     ~AgentFixture() { endAgents(); }
     Q_DISABLE_COPY_MOVE(AgentFixture)
 
-    /// Installs the program in the application's bundle, or in another copy of it. Gives the program's path.
+    /// Installs the program in the application's bundle, or in another copy of this bundle. Returns the program's path.
     QString installAgent(const QString& application = QStringLiteral("Kestrum.app")) const
     {
         const QString program = m_tree.path(StandIns::agentOf(application));
@@ -79,7 +79,7 @@ public:
         QCOMPARE(agents().size(), 1);
     }
 
-    /// Ends only this fixture's agents: without a process table of its own, a test sees other agents.
+    /// Ends only this fixture's agents, because a test without a separate process table also sees other agents.
     void endAgents() const
     {
         const auto own = [this] {

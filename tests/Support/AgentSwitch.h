@@ -8,8 +8,8 @@
 
 namespace kestrum {
 
-/// The switch at the sidebar's foot in an open window of the settings application, used by a mouse and checked by its pixels.
-/// The destructor ends the application and the agents.
+/// The agent's switch at the foot of the sidebar, in the open window of the settings application. Tests use the switch by
+/// mouse and check the pixels. The destructor ends the application and the agents.
 class AgentSwitch : public OpenedWindow {
 public:
     static constexpr int second = 1000; // ms
@@ -29,7 +29,7 @@ public:
 
     void click() const { OpenedWindow::click(middle); }
 
-    /// Clicks `times` times with `pause` milliseconds between: faster than with one process for each click.
+    /// Clicks `times` times with `pause` milliseconds between. One process does all clicks, which is faster than one for each.
     void click(int times, int pause) const
     {
         VirtualDisplay::xdotool(
@@ -44,7 +44,7 @@ public:
 
     QList<qint32> agents() const { return DesktopFixture::processes(m_fixture.agentProgram()); }
 
-    /// Switches on, and waits until one agent runs and receives signals. Gives its id.
+    /// Switches the agent on, and waits until one agent runs and receives signals. Returns its process id.
     qint32 switchOn() const
     {
         click();
@@ -55,7 +55,7 @@ public:
         return agent;
     }
 
-    /// Leaves the window and returns to it, which makes the row check the agent.
+    /// Moves the focus to another window and back. The sidebar's row then checks the agent.
     void leaveAndComeBack()
     {
         m_fixture.turnToOther();
@@ -68,13 +68,13 @@ private:
     // Places in the window, which is 640 by 520 with a sidebar of 204. The switch is 30 by 18, 10 from the sidebar's edge,
     // and vertically centred in the row of 52 at the foot.
     static constexpr QPoint middle { 204 - 10 - 15, 520 - 26 };
-    // Shows the track when the switch is on, and the knob when it is off.
+    // A place that shows the track when the switch is on, and the knob when it is off.
     static constexpr QPoint leadingHalf { 204 - 10 - 30 + 8, 520 - 26 };
 
     DesktopFixture& m_fixture;
 };
 
-/// The largest number of processes of a program at one time, counted for as long as this object lives.
+/// Counts the largest number of processes of a program at one time, while this object exists.
 class ProcessCounter {
 public:
     explicit ProcessCounter(const QString& program)

@@ -4,8 +4,8 @@
 
 namespace kestrum {
 
-/// A script that is the first "apt-cache" on the path for as long as this object lives. It misbehaves in ways that a real APT
-/// does not when a test needs it. "${0%/*}" is the script's own folder.
+/// A script that is the first "apt-cache" in PATH while this object exists. It can misbehave in ways that a real APT does not.
+/// "${0%/*}" is the script's own folder.
 class AptScript {
 public:
     explicit AptScript(const QByteArray& script, const QByteArray& interpreter = "/bin/sh")

@@ -4,8 +4,8 @@
 
 namespace kestrum {
 
-/// A private APT for as long as this object lives, with its own lists, repository folder and record of installed packages.
-/// The environment makes every APT that this process starts use it. The machine's own APT is not touched.
+/// A private APT while this object exists, with its own lists, repository folder and record of installed packages. Environment
+/// variables make every APT that this process starts use these files. The machine's own APT is not touched.
 class AptWorld {
 public:
     /// The repository holds the versions in `published`, separated by blanks; see `publish` and `install`.

@@ -1,5 +1,5 @@
-// Reads an autostart entry as GLib desktops such as GNOME do: starts the program of the entry at the given path. The exit
-// code is 1 when GLib refuses the entry, and 3 when the entry is switched off.
+// Reads the autostart entry at the given path as GLib desktops such as GNOME do, and starts the entry's program. The exit code
+// is 1 when GLib refuses the entry, and 3 when the entry is switched off.
 
 #include <cstdio>
 #include <gio/gdesktopappinfo.h>

@@ -13,7 +13,7 @@ namespace kestrum {
 /// Uses the toolkit's colour dialog as people do.
 namespace ColourDialogHand {
 
-/// The dialog's hue field. A drag in it counts as a person's choice. Null when there is none.
+/// The dialog's hue field; null when there is none. A drag in the field counts as a person's choice.
 inline QWidget* field(const QColorDialog& dialog)
 {
     for (auto* part : dialog.findChildren<QWidget*>()) {
@@ -31,7 +31,7 @@ inline void drag(QWidget* field, QPoint to)
     QApplication::sendEvent(field, &move);
 }
 
-/// Clicks on a well. Gives the dialog that opens, or null.
+/// Clicks on a well. Returns the dialog that opens, or null.
 inline QPointer<QColorDialog> open(ColourWell& well)
 {
     QTest::mouseClick(&well, Qt::LeftButton);

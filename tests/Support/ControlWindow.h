@@ -7,11 +7,11 @@
 
 namespace kestrum {
 
-/// An active window with controls one below the other. It follows the colour scheme like the settings window.
+/// An active window with controls in one column. It follows the colour scheme like the settings window.
 struct ControlWindow : QWidget {
     static constexpr int margin = 20;
 
-    /// Each control has its own size.
+    /// A window whose controls keep their own sizes.
     explicit ControlWindow(
         std::initializer_list<QWidget*> controls, Qt::LayoutDirection direction = Qt::LeftToRight)
         : ControlWindow(direction)
@@ -22,7 +22,7 @@ struct ControlWindow : QWidget {
         activate(*this);
     }
 
-    /// The one control is `width` wide.
+    /// A window with one control that is `width` wide.
     ControlWindow(QWidget* control, int width, Qt::LayoutDirection direction = Qt::LeftToRight)
         : ControlWindow(direction)
     {
@@ -37,7 +37,6 @@ struct ControlWindow : QWidget {
         settle();
     }
 
-    /// Prepares the program for its windows.
     static void prepareProgram()
     {
         QApplication::setStyle(QStringLiteral("fusion"));
@@ -53,7 +52,7 @@ struct ControlWindow : QWidget {
             = std::find_if(rings.begin(), rings.end(), [](auto* each) { return each->isVisible(); });
         return ring == rings.end() ? nullptr : *ring;
     }
-    /// Whether there is a focus ring, and all around `control`.
+    /// Whether a visible focus ring surrounds `control`.
     bool marks(const QWidget& control) const
     {
         const FocusRing* ring = this->ring();

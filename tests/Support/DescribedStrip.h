@@ -14,7 +14,7 @@
 
 namespace kestrum {
 
-/// The strip's description by the built program; empty when the program fails.
+/// The strip's description that the built program prints; empty when the program fails.
 inline QJsonObject described(const char* options = "")
 {
     const auto result = ctl("describe", words(options));

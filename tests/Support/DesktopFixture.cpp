@@ -29,8 +29,8 @@ QByteArray asked(const QByteArray& line)
 
 constexpr int startPatience = 10'000; ///< in ms, for what usually takes a tenth of a second
 
-/// Whether the window manager is ready: only then does the root window have a list of windows. It ignores windows shown
-/// earlier.
+/// Whether the window manager is ready: only then, the root window has a list of windows. The window manager ignores windows
+/// that were shown earlier.
 bool isManaged()
 {
     return QTest::qWaitFor(
@@ -211,7 +211,7 @@ qint32 DesktopFixture::successor(const QString& program, qint32 old)
 qint32 DesktopFixture::listeningAgent() const
 {
     const QList<qint32> pids = processes(agentProgram());
-    // A stand-in reports that it listens. The built agent listens when it has shown its strip, and does what it was asked before.
+    // A stand-in reports that it listens. The built agent listens once its strip is shown, and handles older requests then.
     const auto isListening = [this](qint32 pid) {
         const QByteArrayList reported = contentOf(m_tree.path(text("listening"))).split('\n');
         return stripWidth(0) > 0 || reported.contains(QByteArray::number(pid));

@@ -18,7 +18,7 @@ protected:
     DesktopFixture& fixture() const { return *m_fixture; }
     QList<qint32> agents() const { return DesktopFixture::processes(m_fixture->agentProgram()); }
 
-    /// Starts further programs on the desktop after the fixture; `clear` ends them before it.
+    /// `furnish` starts further programs on the desktop. `clear` ends them before the fixture is destroyed.
     virtual void furnish() { }
     virtual void clear() { }
 
@@ -43,7 +43,7 @@ private:
 
 } // namespace kestrum
 
-/// The `main` of a test with a home, processes and a display of its own.
+/// The `main` of a test with a private home, process table and display.
 #define KESTRUM_TEST_MAIN_ON_DISPLAY(TestClass)                                                              \
     KESTRUM_TEST_MAIN_OF(TestClass)(int argc, char** argv)                                                   \
     {                                                                                                        \

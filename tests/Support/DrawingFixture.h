@@ -47,11 +47,11 @@ inline double meterStart(MonitorSection section)
     return 1 + StatusMetricView::labelWidth(section) + StatusMetricView::meterSideGap(section);
 }
 
-/// Gives drawing the same font, settings and cores in every test and on every machine.
+/// Makes drawings use the same font, settings and cores in every test and on every machine.
 namespace DrawingFixture {
 
-/// Sets factory defaults, the font Inter and four cores of one kind. False when the font is missing (Debian's package
-/// fonts-inter): pictures could not be compared then.
+/// Sets factory defaults, the font Inter and four cores of one kind. Returns false when the font is missing (Debian's package
+/// fonts-inter), because pictures could not be compared then.
 inline bool prepare()
 {
     forgetSettings();
@@ -62,7 +62,7 @@ inline bool prepare()
     return QFontInfo(font).family() == QLatin1StringView("Inter");
 }
 
-/// The message for when `prepare` gives false.
+/// The message to show when `prepare` returns false.
 constexpr const char* noFont = "the font Inter (package fonts-inter) is missing";
 
 inline void set(const char* key, const char* value)
@@ -76,7 +76,7 @@ inline void turnReadoutsOff()
         set(key, "off");
 }
 
-/// An image with the item at `topLeft` points and a margin of two points, otherwise empty.
+/// An image with the item at `topLeft` (in points) and a margin of two points; the rest is empty.
 inline QImage drawn(MonitorSection section, std::shared_ptr<const MenuBarReadings> readings, double scale,
     ColourScheme scheme = ColourScheme::light, const QPointF& topLeft = QPointF(0, 0))
 {

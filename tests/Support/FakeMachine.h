@@ -15,8 +15,8 @@ public:
         QByteArray capacity;
     };
 
-    /// A machine with `cpus` processors. `online` is the list of those that are switched on; without it, all are. Each kind
-    /// (such as "cpu_core") has the list of its processors. All processors are alike unless there are kinds or capacities.
+    /// A machine with `cpus` processors. `online` lists the processors that are switched on; by default, all are. `kinds` maps
+    /// each kind (such as "cpu_core") to its list of processors. Without kinds and capacities, all processors are alike.
     explicit FakeMachine(int cpus, const QByteArray& online = {}, const Kinds& kinds = {},
         const QList<Capacity>& capacities = {})
     {
@@ -27,7 +27,7 @@ public:
             writeCapacities(some.firstCpu, some.count, some.capacity + '\n');
         for (int cpu = 0; cpu < cpus; ++cpu)
             m_tree.write(cpuFile(cpu, "topology/core_id"), QByteArray::number(cpu) + '\n');
-        // Folders that are no processors, but whose names start like theirs.
+        // These folders are no processors, but their names start like those of processors.
         m_tree.write(QStringLiteral("sys/devices/system/cpu/cpufreq/boost"), "1\n");
         m_tree.write(QStringLiteral("sys/devices/system/cpu/cpuidle/cpu_capacity"), "77\n");
     }

@@ -8,14 +8,14 @@
 
 namespace kestrum {
 
-/// Records the events for assistive programs as long as it lives: the toolkit behaves as if one were running. One object at a
-/// time.
+/// Records the events for assistive programs while this object exists. The toolkit then behaves as if an assistive program were
+/// running. Only one object may exist at a time.
 class HeardEvents {
 public:
     struct Event {
         QAccessible::Event type;
         const QObject* object;
-        QAccessible::State changed; ///< for changes of state
+        QAccessible::State changed; ///< in events about a change of state: the states that changed
     };
 
     HeardEvents()
@@ -31,7 +31,7 @@ public:
     }
     Q_DISABLE_COPY_MOVE(HeardEvents)
 
-    /// The events of that type since the last call, in order.
+    /// The events of one type since the last call, in order.
     static QList<Event> taken(QAccessible::Event type)
     {
         QList<Event> events;

@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// Another process with the test's environment: "HelperProcess" (tests/Support/HelperProgram.cpp), or another program beside
-/// it. It reports in lines what it does. The destructor kills it by its own id. No wait is longer than `patience`.
+/// Another process with the test's environment: "HelperProcess" (tests/Support/HelperProgram.cpp), or another program in the
+/// same folder. This process prints lines about its actions. The destructor kills it by id. No wait is longer than `patience`.
 class HelperProcess {
 public:
     static constexpr int patience = 20'000;
@@ -19,16 +19,16 @@ public:
     ~HelperProcess();
     Q_DISABLE_COPY_MOVE(HelperProcess)
 
-    /// The next line without its line end; empty when none comes in time. The test's own events are handled meanwhile only if
-    /// the caller's loop handles them.
+    /// The next line without its line end; empty when none comes in time. The test's own events are not handled during the
+    /// wait.
     QByteArray line(int milliseconds = patience);
     /// Whether another line comes within `milliseconds`.
     bool hasLine(int milliseconds);
     void say(const QByteArray& line);
 
-    /// Whether the process has ended. The end is noticed only while events are handled.
+    /// Whether the process has ended. The result changes only while events are handled.
     bool hasEnded() const { return m_process.state() == QProcess::NotRunning; }
-    /// Waits for the end. Gives the exit code, or -1 after a crash or a timeout.
+    /// Waits for the end. Returns the exit code, or -1 after a crash or a timeout.
     int finish();
     qint64 pid() const { return m_process.processId(); }
     QByteArray errors() { return m_process.readAllStandardError(); }

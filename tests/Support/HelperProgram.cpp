@@ -1,34 +1,34 @@
-// The other process of the tests. It ends when its standard input ends, or when its work is done.
+// The other process of the tests. It ends when its standard input ends, or when its work is done. It prints what is in quotes:
 //
 //   listen NAME…               "ready", then "heard NAME" for each delivery
-//   count NAME…                "ready"; for each line read: deliveries and used processor time in µs so far
+//   count NAME…                "ready"; for each line read: the number of deliveries and the used processor time in µs so far
 //   post NAME TIMES            posts, then ends
 //   flood MILLISECONDS NAME…   posts the names in turn without a pause; "posted TIMES", then ends
 //   write SUITE PAGE ROUNDS right|wrong
 //                              for each round n: stores n, writes n to the file PAGE, posts, and waits for the check;
 //                              "wrong" posts before it stores. "wrote ROUNDS", then ends
-//   store SUITE MILLISECONDS   for each line read, "KEY" or "KEY [VALUE]" with the value as JSON: removes or stores it, then
-//                              waits so long; "stored TIMES" at the end of its input
+//   store SUITE MILLISECONDS   for each line read: "KEY" removes the key, "KEY [VALUE]" stores a JSON value; then waits that
+//                              long; "stored TIMES" at the end of its input
 //   check SUITE PAGE           "ready"; at each delivery reads the suite: its number must be at least the one in PAGE.
 //                              "checked TIMES violations TIMES" at the end of its input
 //   keys SUITE WRITER KEYS TIMES
-//                              stores 1, 2, 3 … under "WRITER.0" to "WRITER.<KEYS - 1>" in turn, and says each number when it
-//                              is stored; ends with 2 when a key has not the writer's last value, with 3 when a save fails
-//   read SUITE                 for each line read: the number stored under "a"
+//                              stores 1, 2, 3 … under "WRITER.0" to "WRITER.<KEYS - 1>" in turn, prints each number when it
+//                              is stored; ends with 2 if a key lacks the writer's last value, with 3 if a save fails
+//   read SUITE                 for each line read: prints the number stored under "a"
 //   instance NAME [TOKEN]
-//                              "first", then "raise TOKEN" for each request; a second start says "second", asks the first to
-//                              come forward and ends, with 1 when that one does not answer, or goes on as "first" when that
-//                              one ended; a line read gives the place back ("gave back")
+//                              "first", then "raise TOKEN" for each request; a second start prints "second" and asks the first
+//                              start to come forward; then it ends with 0, ends with 1 if the first start does not answer, or
+//                              becomes "first" if the first start has ended; a line read releases the name ("gave back")
 //   starve descriptors|instances|watches DIRECTORY
-//                              watches DIRECTORY when nothing of that kind is left: "polled" or "notified", "told NAME" for
-//                              each event; a line read lifts the limit ("relieved"); "unsupported REASON" where the
-//                              system gives no such limit
+//                              uses up that resource and watches DIRECTORY: "polled" or "notified", "told NAME" for each event;
+//                              a line read lifts the limit ("relieved", or "notified" if the watch has a notification by
+//                              then); "unsupported REASON" where the system has no such limit
 //   starved instances|watches VERB…
-//                              does VERB where nothing of that kind is left; "unsupported REASON" as above
-//   become PROGRAM ARGUMENT…   goes on as another program
-//   workspace BUNDLE PID…      without the kernel's descriptors of processes: opens and observes BUNDLE and the processes;
+//                              does VERB with that resource used up; "unsupported REASON" as above
+//   become PROGRAM ARGUMENT…   replaces itself by another program
+//   workspace BUNDLE PID…      opens and observes BUNDLE and the processes, without the kernel's process descriptors;
 //                              "opened PID", then "changed" at each notice; "unsupported REASON" where a
-//                              process cannot give up a call
+//                              process cannot filter its system calls
 
 #include "Platform/Files/DirectoryWatch.h"
 #include "Platform/Processes/SingleInstance.h"
@@ -68,7 +68,7 @@ void say(const QByteArray& line)
     std::fflush(stdout);
 }
 
-// Calls `onLine` for each piece of standard input, until it ends.
+// Calls `onLine` for each piece of standard input, until the input ends.
 int runUntilInputEnds(const std::function<void()>& onLine = {})
 {
     QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
@@ -126,7 +126,7 @@ int flood(int milliseconds, const QStringList& names)
     return 0;
 }
 
-// Shared by writer and checker: the last round stored, and the last round checked.
+// The file that writer and checker share: the last stored round, and the last checked round.
 struct Page {
     std::atomic<quint64> stored;
     std::atomic<quint64> checked;
@@ -250,7 +250,7 @@ bool limit(const QString& kind, int most)
     return writeFile(path.constData(), QByteArray::number(most));
 }
 
-// Enters a user namespace and sets its limit of that kind to 0. Gives why that is impossible; empty on success.
+// Enters a user namespace and sets its limit for `kind` to 0. Returns an empty text, or why this is impossible.
 const char* starveOf(const QString& kind)
 {
     const QByteArray user = QByteArray::number(::geteuid());

@@ -21,16 +21,16 @@ struct FirstInstance {
     QSignalSpy asked { &instance, &SingleInstance::raiseRequested };
 };
 
-/// The files and the other processes of that instance, for tests.
+/// The files of the instance "Kestrum", and other processes that start it or send to it.
 struct InstanceFixture {
     static QString folder() { return TestHome::runtimeDirectory() + QStringLiteral("/kestrum"); }
-    /// Its lock or socket, by the suffix.
+    /// The path of the instance's lock or socket, which differ in their suffix.
     static QString path(const char* suffix)
     {
         return folder() + QStringLiteral("/Kestrum") + QLatin1StringView(suffix);
     }
 
-    /// The arguments of a `HelperProcess` that starts the program.
+    /// The arguments with which a `HelperProcess` starts as this instance.
     static QStringList start(const QString& token = {})
     {
         return { QStringLiteral("instance"), QStringLiteral("Kestrum"), token };
@@ -46,7 +46,7 @@ struct InstanceFixture {
             && second.line() == "second" && clock.elapsed() < milliseconds;
     }
 
-    /// The address of a socket at `path`, or of an abstract one, which begins with a zero.
+    /// The address of a socket at `path`. If `path` begins with a zero byte, it is an abstract address.
     static sockaddr_un addressOf(const QByteArray& path)
     {
         sockaddr_un address {};
@@ -56,7 +56,7 @@ struct InstanceFixture {
     }
     static sockaddr_un addressOfSocket() { return addressOf(QFile::encodeName(path(".socket"))); }
 
-    /// Sends any datagram to the socket, as every program of the user can. False if the socket's queue is full.
+    /// Sends any datagram to the instance's socket, as every program of the user can. False if the socket's queue is full.
     static bool send(const QByteArray& datagram)
     {
         const sockaddr_un address = addressOfSocket();

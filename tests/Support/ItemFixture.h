@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// A test of drawn items. Every test begins with the default settings, no readouts, and readings that it may change. Items are
-/// drawn at scale 20 unless told otherwise, where an edge can be measured to a twentieth of a point.
+/// A test of drawn items. Every test begins with the default settings, no readouts, and readings that the test may change.
+/// Items are drawn at scale 20 by default, so edges can be measured to a twentieth of a point.
 class ItemFixture : public QObject {
     Q_OBJECT
 
@@ -36,7 +36,7 @@ private Q_SLOTS:
 
 } // namespace kestrum
 
-/// Checks that the edges of a rectangle in `ItemPixels` differ by at most `tolerance` from where they should be.
+/// Checks that each edge of a rectangle of `ItemPixels` is at most `tolerance` away from the expected position.
 #define QVERIFY_EDGES(rect, leftEdge, lowerEdge, rightEdge, upperEdge, tolerance)                            \
     do {                                                                                                     \
         const QRectF edges = rect;                                                                           \

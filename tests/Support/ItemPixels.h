@@ -11,7 +11,7 @@ namespace kestrum {
 inline const QColor signalColour(69, 184, 153);
 inline const QColor indigoColour(107, 107, 242);
 
-/// The pixels of a drawn item by places in points, from the item's bottom left corner.
+/// The pixels of a drawn item. Places are in points from the item's bottom left corner.
 class ItemPixels {
 public:
     ItemPixels(QImage image, double scale)
@@ -23,8 +23,8 @@ public:
     /// The colour of the pixel that contains the place.
     QColor at(double x, double y) const { return m_image.pixelColor(int(std::floor(x * m_scale)), row(y)); }
 
-    /// The smallest rectangle around all pixels with at least a tenth of coverage whose middle lies in `area`; with `colour`,
-    /// around those of that colour only. Null when there are none. `top` is the lower edge, as in the item.
+    /// The smallest rectangle around all pixels with at least a tenth of coverage whose middle lies in `area`; null when there
+    /// are none. With `colour`, only pixels of that colour count. As in the item, `top` is the lower edge.
     QRectF inked(const QRectF& area, const QColor& colour = QColor()) const
     {
         QRect ink;
@@ -50,7 +50,7 @@ private:
     {
         if (pixel.alpha() < 26)
             return false;
-        // A pixel at an edge is translucent, which makes its colour less exact.
+        // A translucent pixel at an edge has a less exact colour.
         const int tolerance = 4 + 255 / pixel.alpha() * 3;
         return !colour.isValid()
             || (std::abs(pixel.red() - colour.red()) <= tolerance

@@ -8,7 +8,6 @@
 
 namespace kestrum {
 
-/// An object with these members.
 inline QJsonObject json(std::initializer_list<std::pair<const char*, QJsonValue>> members)
 {
     QJsonObject object;

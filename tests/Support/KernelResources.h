@@ -28,7 +28,7 @@ inline QList<quint32> kernelWatches()
     return masks;
 }
 
-/// The number that the process's next descriptor will get. It rises if descriptors are not closed.
+/// The number of the descriptor that this process will open next. It rises if descriptors are not closed.
 inline int lowestFreeDescriptor()
 {
     const int descriptor = ::dup(STDIN_FILENO);

@@ -26,11 +26,10 @@ public:
     Q_DISABLE_COPY_MOVE(Running)
 
     bool isReady() const { return m_isReady; }
-    /// Waits until the program has printed `count` lines, and gives all lines so far.
+    /// Waits until the program has printed `count` lines, and returns all lines so far.
     QByteArrayList lines(qsizetype count);
-    /// Sends a signal to the process.
     void signal(int number);
-    /// Waits for the end. The result has everything that was written since the start.
+    /// Waits for the end. The result contains everything that the program has written since its start.
     Programs::Ended ended();
 
 private:
@@ -42,7 +41,7 @@ private:
 
 } // namespace Kestrumctl
 
-/// Runs the program to its end, with the words of `line` and then `more`, which may contain blanks.
+/// Runs the program to its end. Its arguments are the words of `line` and then `more`, whose texts may contain blanks.
 inline Programs::Ended ctl(
     const char* line, const QStringList& more = {}, const Programs::Variables& variables = {})
 {
@@ -57,7 +56,7 @@ inline Programs::Ended ctl(const char* line, const QByteArray& input)
     return Programs::run(Kestrumctl::path(), words(line), {}, input);
 }
 
-/// The end of a program that did what it was asked to.
+/// The expected end of a successful run.
 inline Programs::Ended done(const QByteArray& output = {})
 {
     return { 0, output, {} };

@@ -13,18 +13,18 @@
 
 namespace kestrum {
 
-/// A test's bundle with the tool and a stand-in for the agent. The end of a test kills agents that still run: only for tests
-/// with a process table of their own.
+/// A bundle for each test, with the tool and a stand-in for the agent. The end of a test kills all agents that still run, so
+/// use this class only in a separate process table.
 class KestrumctlAgentFixture : public QObject {
     Q_OBJECT
 protected:
-    /// The agent's program in the tool's bundle, and another one in the folder `name`.
+    /// The path of the agent's program in the tool's bundle. `installCopy` installs another one in the folder `name`.
     QString agentPath() const { return m_standIns->path(StandIns::agentOf(QStringLiteral("Kestrum.app"))); }
     QString installCopy(const char* name) const
     {
         return m_standIns->install(StandIns::agentIn(QString::fromLatin1(name)));
     }
-    /// Starts the stand-in of the tool's bundle. It ends after `life` milliseconds, if given.
+    /// Starts the stand-in of the tool's bundle. The stand-in ends after `life` milliseconds, if given.
     qint32 startAgent(const QByteArray& life = {}) const { return m_standIns->start(agentPath(), life).pid; }
 
     QString tool() const { return m_standIns->path(QStringLiteral("Kestrum.app/Contents/MacOS/kestrumctl")); }
@@ -50,7 +50,7 @@ protected:
     }
 
     std::unique_ptr<SingleInstance>
-        m_place; ///< a running agent holds this instance name, but its stand-in does not
+        m_place; ///< the instance name of a running agent, which the stand-in does not hold itself
     std::unique_ptr<StandIns> m_standIns;
 
 private Q_SLOTS:

@@ -40,7 +40,7 @@ private Q_SLOTS:
 
     void cleanup()
     {
-        // A start that is under way logs its result, and a chain of checks ends at its next one.
+        // Waits until each start has logged its result. With the setting off, each chain of checks ends at its next check.
         QTRY_COMPARE(texts().filter(QStringLiteral("starting the agent at ")).size(),
             texts().filter(QRegularExpression(QStringLiteral("^(agent started|could not start)"))).size());
         Setting(Keys::agentEnabled).set(false);
@@ -66,7 +66,7 @@ protected:
         qint64 at; ///< ms since the test began
     };
 
-    static constexpr int nextCheck = 700; ///< in ms: the next check of a chain has been made by then
+    static constexpr int nextCheck = 700; ///< in ms: the longest time until the next check of a chain
     static inline const QString agentPlace = StandIns::agentOf(QStringLiteral("Kestrum.app"));
 
     static QList<qint32> runningPids() { return agentPids(); }

@@ -26,7 +26,7 @@ public:
         return faults.m_found;
     }
 
-    /// The faults of all pages in the smallest window, after the page's name.
+    /// The faults of all pages at the window's smallest size. Each fault begins with the page's name.
     static QStringList ofPages(SettingsView& view)
     {
         QStringList faults;
@@ -60,7 +60,7 @@ private:
         }
     }
 
-    /// Where the children of `part` may be. On a page that scrolls, they may also be below its end.
+    /// The rectangle within which the children of `part` may be. On a page that scrolls, they may also be below the page's end.
     static QRect room(const QWidget& part, const QRect& place)
     {
         const bool scrolls = qobject_cast<QAbstractScrollArea*>(part.parentWidget()) != nullptr;
@@ -108,14 +108,14 @@ private:
         }
     }
 
-    /// Whether a row loses ink compared with unlimited room. Wrapping and moving lose none.
+    /// Whether a row of a list loses ink compared with a drawing in unlimited room. Text that wraps or moves loses no ink.
     static bool isCut(const QListView& list, const QModelIndex& index)
     {
         const QSize size = list.visualRect(index).size();
         const auto ink = [&list, &index, size](int surplus) {
             QStyleOptionViewItem option;
             option.initFrom(&list);
-            option.state &= ~QStyle::State_MouseOver; // a hover plate would grow with the room
+            option.state &= ~QStyle::State_MouseOver; // the highlight would grow with the room
             option.rect = QRect(QPoint(), size + QSize(surplus, 0));
             QImage image(option.rect.size(), QImage::Format_Grayscale8);
             image.fill(Qt::white);

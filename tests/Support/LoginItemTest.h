@@ -39,10 +39,10 @@ protected:
     }
     QByteArray exec() const { return "Exec=\"" + QFile::encodeName(agentProgram()) + "\"\n"; }
 
-    /// 0 for success, otherwise the failure's code.
+    /// The failure's error code; 0 for success.
     static int codeOf(const Result<>& result) { return result ? 0 : result.failure().error; }
 
-    /// The outcome of registering while a file or folder, which only its owner may use otherwise, has this mode.
+    /// Registers while the file or folder has this mode, and returns the result. Afterwards only the owner may use the path.
     Result<> registeredWith(const QString& path, int mode) const
     {
         const QByteArray name = QFile::encodeName(path);

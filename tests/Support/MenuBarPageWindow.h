@@ -23,7 +23,7 @@ struct MenuBarPageWindow {
         CoreTopology::useTiers({});
     }
 
-    /// Two kinds of cores, as on a machine with eight fast ones.
+    /// Sets two kinds of cores, as on a machine with eight fast ones.
     static void useFasterCores()
     {
         CoreTopology::useTiers({ { QStringLiteral("Performance"), 8 }, { QStringLiteral("Efficiency"), 4 } });

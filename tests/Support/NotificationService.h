@@ -19,7 +19,7 @@ public:
         uint replaced = 0;
         QString heading;
         QString text;
-        QStringList actions; ///< names and labels in turn
+        QStringList actions; ///< each action's name, followed by its label
     };
     QList<Shown> shown;
     QStringList capabilities { QStringLiteral("actions"), QStringLiteral("body"),

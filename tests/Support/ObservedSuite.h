@@ -29,13 +29,13 @@ protected:
                 keys.append(changed.join(u',').toUtf8());
             });
         }
-        /// The number of notices after all changes so far.
+        /// Waits until all changes so far have been handled, and returns the number of notices.
         int settled() const
         {
             deliverPendingEvents();
             return notices;
         }
-        /// The keys of each notice since the last call, after all changes so far.
+        /// Waits until all changes so far have been handled. Returns the keys of each notice since the last call.
         QByteArrayList named()
         {
             deliverPendingEvents();

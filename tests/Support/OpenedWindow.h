@@ -7,8 +7,8 @@
 
 namespace kestrum {
 
-/// The settings application of a fixture with its window, used by a mouse and checked by its pixels. Places are in the
-/// window, which is 640 by 520. The destructor ends the application.
+/// The open window of a fixture's settings application. Tests use the window by mouse and check its pixels. Places are relative
+/// to the window, which is 640 by 520. The destructor ends the application.
 class OpenedWindow {
 public:
     /// Returns when the window has the focus and is painted.

@@ -43,7 +43,7 @@ QStringList asOrdinaryUser(const QStringList& command)
 {
     if (::getuid() != 0)
         return command;
-    // Only root may leave its groups.
+    // Only root may drop its groups.
     const char* const groups = ::geteuid() == 0 ? "--clear-groups" : "--keep-groups";
     return QStringList { QStringLiteral("setpriv"), QStringLiteral("--reuid=%1").arg(nobody),
         QStringLiteral("--regid=%1").arg(nobody), QString::fromLatin1(groups) }

@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// For tests about permissions, which do not restrict root. As root, it gives the named files and directories to an ordinary
-/// user, makes them reachable, and makes the process that user until the destructor runs. For an ordinary user, it does nothing.
+/// For tests about permissions, which do not restrict root. If the process runs as root, the constructor gives the named files
+/// and directories to an ordinary user, makes them reachable, and becomes that user until the destructor. Else it does nothing.
 class OrdinaryUser {
 public:
     /// `group` becomes the group of the files, not of the process.
@@ -19,9 +19,9 @@ private:
     bool m_wasRoot;
 };
 
-/// A program and its arguments, changed so that it runs as that user. For an ordinary user, the command itself.
+/// A program and its arguments, changed so that the program runs as that ordinary user. An ordinary user gets both unchanged.
 QStringList asOrdinaryUser(const QStringList& command);
-/// Like `Programs::started` and `Programs::output`, for such a command.
+/// Like `Programs::started` and `Programs::output`, but the command runs as that ordinary user.
 std::unique_ptr<QProcess> startedAsUser(const QStringList& command);
 QByteArray outputAsUser(const QStringList& command);
 

@@ -15,7 +15,7 @@ inline QList<qint32> agentPids()
     return pids;
 }
 
-/// Call this first in `initTestCase` of tests that search for agents.
+/// Skips a test class while other agents run. Call this first in `initTestCase` of tests that search for agents.
 inline void skipAmongAgentsOfOthers()
 {
     if (!agentPids().isEmpty())

@@ -59,8 +59,8 @@ int codeOf(pid_t last)
     }
 }
 
-// Ends a process that only waits for `child`. It skips the exit handlers: a leak check would run in a child process, whose
-// process table is another one, so the check could not see this process.
+// Ends a process that only waits for `child`, without the exit handlers. One of them, the leak check, would run in a child
+// process with another process table, so the check could not see this process.
 [[noreturn]] void endAs(pid_t child)
 {
     ::_exit(child < 0 ? failed : codeOf(child));
@@ -70,7 +70,7 @@ int codeOf(pid_t last)
 
 std::optional<int> OwnProcesses::enter()
 {
-    // A throw-away process tries this first, since a process that has left its table cannot return.
+    // A throw-away process tries this first, since a process that has left its table cannot return to it.
     const pid_t trial = ::fork();
     if (trial == 0) {
         if (!leave())

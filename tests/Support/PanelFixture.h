@@ -30,7 +30,6 @@ PanelPixels drawn(const Part& part, const PanelEnvironment& environment, double 
         environment.scheme == ColourScheme::dark ? Qt::black : Qt::white);
 }
 
-/// The whole picture.
 inline const QRectF everywhere(0, 0, 10000, 10000);
 
 } // namespace PanelFixture

@@ -9,7 +9,7 @@
 
 namespace kestrum {
 
-/// The pixels of a drawing on a ground of one colour, by places in points from its top left corner.
+/// The pixels of a drawing on a background of one colour. Places are in points from the drawing's top left corner.
 class PanelPixels {
 public:
     template <class Draw>
@@ -32,8 +32,8 @@ public:
         return m_image.pixelColor(int(std::floor(x * m_scale)), int(std::floor(y * m_scale)));
     }
 
-    /// The smallest rectangle around all pixels within `area` that differ from the ground; with `colour`, around
-    /// those of that colour only. Null when there is none.
+    /// The smallest rectangle around all pixels within `area` that differ from the background; null when there are none. With
+    /// `colour`, only pixels of that colour count.
     QRectF drawn(const QRectF& area, const QColor& colour = QColor()) const
     {
         QRect found;
@@ -62,7 +62,7 @@ private:
     double m_scale;
 };
 
-/// The colour of `above`, which may be translucent, over an opaque colour.
+/// The result of drawing `above`, which may be translucent, over an opaque colour.
 inline QColor laidOver(const QColor& above, const QColor& below)
 {
     const float alpha = above.alphaF();

@@ -11,8 +11,8 @@ namespace kestrum {
 class PanelTest : public DesktopTest {
     Q_OBJECT
 public:
-    static constexpr int panelHeight = 30; ///< or its width, at the side
-    /// Starts a panel with further lines of configuration.
+    static constexpr int panelHeight = 30; ///< the panel's width when it is at the side of the screen
+    /// Starts a panel. The lines in `configuration` are added to its usual ones.
     static std::unique_ptr<QProcess> startedPanel(const QByteArray& configuration)
     {
         const QString file = TestHome::root() + text("/tint2rc");

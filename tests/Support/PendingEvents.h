@@ -10,8 +10,8 @@
 
 namespace kestrum {
 
-/// Returns when this process has been notified of all changes of files, signals and settings that have happened by now. All
-/// watches of a process have one queue, which keeps the order. So an event of our own comes after all others.
+/// Returns when this process has been notified of all changes of files, signals and settings so far. All watches of a process
+/// share one queue, which keeps the order. So an event that this function causes comes after all others.
 inline void deliverPendingEvents()
 {
     const QTemporaryDir directory;
@@ -20,7 +20,7 @@ inline void deliverPendingEvents()
         [&isDelivered](const QByteArray&) { isDelivered = true; });
     QVERIFY(QDir(directory.path()).mkdir(QStringLiteral("last")));
     QTRY_VERIFY(isDelivered);
-    QCoreApplication::processEvents(); // what the handlers put off
+    QCoreApplication::processEvents(); // runs the work that the handlers deferred
 }
 
 } // namespace kestrum

@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// The titles of the first entries, which share the picture if there is one. A divider and "Custom" follow.
+/// The titles of the first entries. A picture, if given, belongs to all of them. A divider and "Custom" follow.
 inline const QStringList titles { QStringLiteral("None"), QStringLiteral("Usage"),
     QStringLiteral("Temperature"), QStringLiteral("Power") };
 
@@ -52,7 +52,7 @@ struct PickerFixture {
         auto* list = qobject_cast<PickerList*>(picker->view());
         if (!list || !QTest::qWaitForWindowExposed(list->window()))
             return nullptr;
-        QTest::qWait(QApplication::doubleClickInterval()); // or the next click makes a double click
+        QTest::qWait(QApplication::doubleClickInterval()); // otherwise the next click would be a double click
         return list;
     }
     QRect entry(int row) const { return picker->view()->visualRect(picker->model()->index(row, 0)); }
@@ -62,7 +62,7 @@ struct PickerFixture {
         const QAbstractItemView& list = *picker->view();
         return entry(row).translated(list.viewport()->mapTo(list.window(), QPoint(0, 0)));
     }
-    /// Whether a row of a list with that picture has ink before its title.
+    /// Whether a row in this picture of a list has ink before its title.
     bool hasTick(const QImage& list, int row) const
     {
         const QRect place = entryInWindow(row);
@@ -72,7 +72,6 @@ struct PickerFixture {
     }
 };
 
-/// A red picture.
 inline QIcon red()
 {
     QPixmap picture(12, 12);

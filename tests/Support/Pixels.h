@@ -27,7 +27,7 @@ template <class Judge> QRect areaOf(const QImage& picture, Judge isWanted)
     }
     return area;
 }
-/// The same for the pixels of one colour.
+/// The smallest rectangle around all pixels of one colour. Null when there are none.
 inline QRect areaOf(const QImage& picture, const QColor& colour)
 {
     return areaOf(picture, [&colour](const QColor& pixel) { return pixel.rgba() == colour.rgba(); });

@@ -1,15 +1,15 @@
-// The desktop portal of tests, in a process of its own: a test that plays the portal itself registers D-Bus types with Qt,
-// which would hide that the program under test has not registered them. It joins the session bus and prints "ready". Each
-// line of input changes a setting, and is answered by "told":
+// The desktop portal of tests, in a process of its own. A test that played the portal itself would register D-Bus types with
+// Qt, which would hide that the program under test has not registered them. The portal joins the session bus and prints
+// "ready". Each line of input changes a setting, and the portal prints "told":
 //
-//   scheme N             the colour scheme: 0 none, 1 dark, 2 light; any other word is a text, which is no valid value
+// scheme N             the colour scheme: 0 none, 1 dark, 2 light; any other word is sent as a text, which is invalid
 //   accent RED GREEN BLUE    each 0 to 1
 //   motion N             1 for less motion
 //   animations 0|1       GNOME's own setting
 //   silent               `Read` is no longer answered
 //
-// `Read` answers like Debian's portal, with a variant in a variant. There is only a scheme, 2, until a line sets more. The
-// program ends when its input ends.
+// `Read` answers like Debian's portal, with a variant in a variant. At first, only the scheme is set, to 2. The program ends
+// when its input ends.
 
 #include <QCoreApplication>
 #include <QDBusArgument>

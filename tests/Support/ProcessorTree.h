@@ -34,7 +34,7 @@ inline QByteArray statText(const QMap<int, CoreTimes>& cores)
     return text + "intr 190 7 0 0\nctxt 1990473\nbtime 1062191376\nprocesses 2915\n";
 }
 
-/// The times after `seconds`, if core n was busy for `busy`[n] hundredths of each second.
+/// The times after `seconds` in which core n was busy for `busy`[n] hundredths of each second.
 inline QMap<int, CoreTimes> coresAfter(quint64 seconds, const QList<quint64>& busy)
 {
     QMap<int, CoreTimes> cores;

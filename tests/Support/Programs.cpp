@@ -42,7 +42,7 @@ QByteArray Programs::output(const QString& program, const QStringList& arguments
 std::unique_ptr<QProcess> Programs::started(const QString& program, const QStringList& arguments)
 {
     auto process = std::make_unique<QProcess>();
-    // Ends the process even if this one is killed after a timeout.
+    // Ends the started process even if this process is killed after a timeout.
     process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process->start(program, arguments);
     process->waitForStarted(patience);

@@ -12,8 +12,8 @@ namespace kestrum {
 /// Runs other programs from tests, always with a time limit.
 namespace Programs {
 
-/// How long a test waits for another program, in ms: longer than anything takes on a busy machine with sanitizers. A wait
-/// ends as soon as its condition holds. This is no measure of how soon something has to happen.
+/// How long a test waits for another program, in ms: longer than anything takes on a busy machine with sanitizers. A wait ends
+/// as soon as its condition holds. Tests do not use this limit to check how fast something happens.
 inline constexpr int patience = 20'000;
 
 /// Whether sanitizers slow the programs down, which makes time measurements meaningless.
@@ -33,7 +33,7 @@ struct Ended {
     QByteArray errors;
     bool operator==(const Ended&) const = default;
 };
-/// For the message of a failed comparison.
+/// Describes `ended` in the message of a failed comparison.
 char* toString(const Ended& ended);
 
 /// Environment variables that are set in addition to the test's own.
@@ -47,10 +47,10 @@ Ended run(const QString& program, const QStringList& arguments, const Variables&
 /// The output of `program`; empty, with a warning, when the program fails or takes longer than `patience`.
 QByteArray output(const QString& program, const QStringList& arguments);
 
-/// A new process, which is ended with its owner and with this process.
+/// Starts a process. It is ended when the returned object is destroyed or this process ends.
 std::unique_ptr<QProcess> started(const QString& program, const QStringList& arguments);
 
-/// Waits for the end of a process, and kills it after `patience`. Gives what it has written since the last reads.
+/// Waits for the end of a process, and kills it after `patience`. Returns the output since the last reads.
 Ended ended(QProcess& process);
 
 /// Ends a process, by force after `patience`.

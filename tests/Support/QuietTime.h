@@ -3,7 +3,7 @@
 
 namespace kestrum {
 
-/// In ms: how long a test waits to check that something does not happen. By then, anything under way has arrived.
+/// In ms: how long a test waits to check that nothing happens. Anything that is under way arrives within this time.
 constexpr int quietTime = 60;
 
 } // namespace kestrum

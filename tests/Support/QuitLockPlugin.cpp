@@ -1,5 +1,5 @@
-// A plugin of the toolkit that holds one of its quit locks for a moment, as a desktop's theme does while a status icon is
-// shown. It then writes to the file that its argument names.
+// A Qt plugin that holds one of the toolkit's quit locks for 300 ms, as a desktop's theme does while a status icon is shown.
+// The plugin then writes to the file that its argument names.
 
 #include <QEventLoopLocker>
 #include <QFile>

@@ -17,8 +17,8 @@
 
 namespace kestrum {
 
-/// Adds the rows of a table to a test, which gets its row by `QFETCH(Row, row)`. The member `name` of a `Row` names it in
-/// failures.
+/// Adds the rows of a table to a test. The test gets its current row by `QFETCH(Row, row)`. Failures show the row's member
+/// `name`.
 template <class Row, std::size_t count> void addRows(const Row (&rows)[count])
 {
     QTest::addColumn<Row>("row");
@@ -26,11 +26,11 @@ template <class Row, std::size_t count> void addRows(const Row (&rows)[count])
         QTest::newRow(row.name) << row;
 }
 
-/// How a value of type `T` is written in a row: a QString as UTF-8.
+/// The type that a row uses for a value of type `T`: UTF-8 text for a QString, otherwise `T`.
 template <class T> using Written = std::conditional_t<std::is_same_v<T, QString>, const char*, T>;
 inline constexpr const char* columnNames[] = { "1", "2", "3", "4", "5" };
 
-/// Adds the rows of a test function's data: each has a name, and values of the types `T`.
+/// Adds rows of test data. Each row has a name, and values of the types `T`.
 template <class... T> void addRows(std::initializer_list<std::tuple<const char*, Written<T>...>> rows)
 {
     static_assert(sizeof...(T) <= std::size(columnNames));
@@ -42,7 +42,7 @@ template <class... T> void addRows(std::initializer_list<std::tuple<const char*,
     }
 }
 
-/// The values of the row at hand.
+/// The values of the current row.
 template <class... T> std::tuple<T...> thisRow()
 {
     return []<size_t... column>(std::index_sequence<column...>)
@@ -53,7 +53,7 @@ template <class... T> std::tuple<T...> thisRow()
     (std::index_sequence_for<T...>());
 }
 
-/// The rows of a test that takes a direction of writing.
+/// The rows of a test in both writing directions.
 inline void addDirections()
 {
     addRows<Qt::LayoutDirection>(

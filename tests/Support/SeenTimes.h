@@ -11,7 +11,7 @@ namespace kestrum {
 /// How soon settings that a shell command writes become visible on the screen, in ms.
 class SeenTimes {
 public:
-    /// Writes a setting, and measures when the picture that `look` gives changes.
+    /// Writes a setting, and measures the time until the picture that `look` returns changes.
     template <class Look>
     void note(const DesktopFixture& fixture, const QString& key, const QString& json, Look look)
     {
@@ -25,7 +25,7 @@ public:
         m_sinceEnd.append(m_sinceBegin.last() - written);
     }
 
-    /// The medians since the start and since the end of the command.
+    /// The median times, counted from the start of the command and from its end.
     double afterBegin() const { return median(m_sinceBegin); }
     double afterEnd() const { return median(m_sinceEnd); }
 

@@ -5,9 +5,9 @@
 
 namespace kestrum {
 
-/// A private session bus, which this process and its children find by DBUS_SESSION_BUS_ADDRESS. It has the usual place in the
-/// runtime directory, and ends with its owner. It may be made before the application object, but after `VirtualDisplay`,
-/// which unsets the bus.
+/// A private session bus. This process and its children find it by DBUS_SESSION_BUS_ADDRESS. Its socket has the usual place in
+/// the runtime directory. The bus ends with this object. Construct it after `VirtualDisplay`, which unsets the bus. The
+/// application object may come later.
 class SessionBus {
 public:
     /// Whether the bus starts this machine's services on demand, such as the accessibility bus.

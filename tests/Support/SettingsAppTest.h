@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// A test of the built settings application. Each test starts in English with the agent switched off and no application
-/// running. The end of a test ends the application.
+/// A test of the built settings application. Each test starts in English, with the agent switched off and no application
+/// running. At the end of a test, the application is ended.
 class SettingsAppTest : public DesktopTest {
     Q_OBJECT
 protected:

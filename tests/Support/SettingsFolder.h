@@ -14,7 +14,7 @@
 
 namespace kestrum {
 
-/// A folder for each test of a settings file. Names are relative to it.
+/// A folder for each test of a settings file. All names are relative to this folder.
 class SettingsFolder {
 protected:
     void makeFolder()
@@ -26,7 +26,7 @@ protected:
     {
         return m_directory + u'/' + QString::fromLatin1(name);
     }
-    /// The state of the entry itself; links are not followed.
+    /// The file status of `path` itself: a link is not followed.
     static struct stat stateOf(const QString& path)
     {
         struct stat state = {};
@@ -38,14 +38,14 @@ protected:
     {
         return SettingsFile(path).save({ values, {} });
     }
-    /// Holds the lock in that file, as a writer does, as long as the descriptor is open.
+    /// Locks the file `name`, as a writer does. The lock lasts until the returned descriptor is closed.
     FileDescriptor locked(const char* name) const
     {
         FileDescriptor file(
             ::open(QFile::encodeName(path(name)).constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         return ::flock(file.get(), LOCK_EX | LOCK_NB) == 0 ? std::move(file) : FileDescriptor();
     }
-    /// Whether a writer waits for that lock.
+    /// Whether a writer waits for this lock.
     static bool isAwaited(const FileDescriptor& lock)
     {
         struct stat state = {};

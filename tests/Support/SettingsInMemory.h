@@ -7,7 +7,7 @@
 
 namespace kestrum {
 
-/// Keeps the settings directory in memory as long as it lives: on a slow or busy disk, thousands of saves would take minutes.
+/// Puts the settings directory in memory while this object exists: on a slow or busy disk, thousands of saves take minutes.
 class SettingsInMemory {
 public:
     SettingsInMemory()

@@ -21,7 +21,7 @@ namespace kestrum {
 struct SettingsWindow {
     SettingsView view;
 
-    /// Prepares the program as before its window: the built bundle, the style and the defaults.
+    /// Prepares the process as the program does before it opens its window: the built bundle, the style and the defaults.
     static void prepareProgram()
     {
         QApplication::setStyle(QStringLiteral("fusion"));
@@ -32,7 +32,7 @@ struct SettingsWindow {
     static void prepare()
     {
         forgetSettings();
-        QTest::qWait(20); // until its change notice has passed
+        QTest::qWait(20); // until the notice of this change has arrived
     }
 
     SettingsWindow()
@@ -52,7 +52,7 @@ struct SettingsWindow {
     QRect selectedRow() { return sidebar().visualRect(sidebar().currentIndex()); }
     /// The rectangle of a part, in the window's coordinates.
     QRect place(const QWidget& part) const { return { part.mapTo(&view, QPoint(0, 0)), part.size() }; }
-    /// Stores a language as the choice.
+    /// Stores a language as the user's choice.
     static void speak(const char* language) { Setting { Keys::language }.set(QString::fromLatin1(language)); }
 
     void dragDividerTo(int x)
@@ -106,7 +106,7 @@ inline void choose(PopupPicker& picker, int index)
     QTest::keyClick(picker.view(), Qt::Key_Return);
 }
 
-/// Stores a value as another program does, by opening the suite anew.
+/// Stores a value as another program does, through a newly opened suite.
 inline void storeElsewhere(const char* key, const QJsonValue& value)
 {
     QVERIFY(UserDefaults::withSuiteName(SharedSettings::suiteName())->set(key, value));

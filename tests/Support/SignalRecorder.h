@@ -13,13 +13,12 @@
 
 namespace kestrum {
 
-/// The folder of the signals' files.
 inline QString signalsDirectory()
 {
     return TestHome::runtimeDirectory() + QStringLiteral("/kestrum/signals");
 }
 
-/// A signal registration with a count of its deliveries. The destructor ends it.
+/// A signal registration that counts its deliveries. The destructor cancels the registration.
 struct Ear {
     explicit Ear(const QString& name)
         : token(NotificationCentre::registerDispatch(name, [this] {
@@ -36,14 +35,14 @@ struct Ear {
     Ear(const Ear&) = delete;
     Ear& operator=(const Ear&) = delete;
 
-    /// The number of deliveries of all posts so far.
+    /// Waits for the deliveries of all posts so far, and returns their number.
     int settled() const
     {
         deliverPendingEvents();
         return count;
     }
 
-    // Also a const object counts.
+    // A const object counts, too.
     mutable int count = 0;
     mutable QThread* thread = nullptr; ///< the thread of the last delivery
     std::optional<NotificationCentre::Token> token;

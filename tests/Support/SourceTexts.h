@@ -19,17 +19,17 @@ public:
             read(QString::fromUtf8(contentOf(files.next())));
     }
 
-    /// The literals that are passed to the function that looks texts up.
+    /// The literals that are arguments of the function that looks up translations.
     const QSet<QString>& lookedUp() const { return m_lookedUp; }
-    /// These literals and all others that look like texts for people. Names of keys, files and properties are in lower case,
-    /// or become QStrings in place. A display text begins with a capital and is passed as a plain literal.
+    /// The looked-up literals and all others that look like texts for people. Such a text begins with a capital and is passed
+    /// as a plain literal. Names of keys, files and properties are in lower case, or become QStrings in place.
     const QSet<QString>& display() const { return m_display; }
     const QSet<QString>& all() const { return m_all; }
 
 private:
     void read(const QString& source)
     {
-        // Skips comments and single characters. The word before a literal is what the literal is passed to.
+        // Matches a literal and the word before it, which names the literal's function or macro. Also matches text to skip.
         static const QRegularExpression token(QStringLiteral(
             "/{2}[^\\n]*|'(?:[^'\\\\\\n]|\\\\.)'|(?:(\\w+)\\s*[({]?\\s*)?((?:\"(?:[^\"\\\\\\n]|"
             "\\\\.)*\"\\s*)+)"));
@@ -38,7 +38,7 @@ private:
             QStringLiteral("^(?:[A-Z](?!\\w*[a-z][A-Z])[^/_:\\\\]*[a-z][^/_:\\\\]*$|%@ )"));
         static const QSet<QString> notForPeople { QStringLiteral("QStringLiteral"),
             QStringLiteral("QLatin1StringView"), QStringLiteral("include") };
-        // The titles of an enumeration's cases, which may consist of capitals only.
+        // The titles in an enumeration's table. A title may consist of capitals only.
         static const QRegularExpression title(
             QStringLiteral("\\{ \\w+::\\w+, \"[^\"]*\",\\s+\"([^\"]+)\" \\}"));
         for (auto found = title.globalMatch(source); found.hasNext();)

@@ -1,10 +1,10 @@
-// A program that stands for the agent where tests control its behaviour. It uses only the signals to know when to end:
+// A stand-in for the agent, for tests that control the agent's behaviour. Only the agent's signals make it end. Variables:
 //
-//   KESTRUM_TEST_AGENT   what it does when asked to quit: "stays", or ends after that number of milliseconds; at once
-//                        when the variable is not set
+//   KESTRUM_TEST_AGENT   "stays": it ignores a request to quit; a number: it ends that many milliseconds after the request;
+//                        not set: it ends at once
 //   KESTRUM_TEST_REPORT  a file to which it adds a line with its process id when it has begun to listen
 //
-// It ends by itself after a minute, even if its test has crashed.
+// The program ends by itself after a minute, even if its test has crashed.
 
 #include "KestrumShared/Settings/SignalListener.h"
 

@@ -1,6 +1,6 @@
-// The simplest program that can stand for an agent: it does nothing until it is killed. It ends by itself after a minute,
-// even if its test has crashed. "StandIn MILLISECONDS" ends after that time. KESTRUM_TEST_LIFE sets the time where no
-// argument is possible.
+// The simplest stand-in for an agent: it does nothing until it is killed. It ends by itself after a minute, even if its test
+// has crashed. "StandIn MILLISECONDS" ends after that time instead. KESTRUM_TEST_LIFE sets the time where a test can pass no
+// argument.
 
 #include <cstdlib>
 #include <unistd.h>

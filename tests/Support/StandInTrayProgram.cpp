@@ -1,5 +1,5 @@
-// A desktop's area for status icons, on the session bus. For each icon it prints a line: "light" or "dark" after the icon's
-// opaque pixels, and "gone" when the icon's program leaves the bus. It ends by itself after a minute.
+// Plays a desktop's area for status icons on the session bus. For each icon it prints a line: "light" or "dark" for the icon's
+// opaque pixels, or "gone" when the icon's program leaves the bus. It ends by itself after a minute.
 
 #include <QColor>
 #include <QCoreApplication>

@@ -23,7 +23,7 @@ public:
     {
         return folder + QStringLiteral("/KestrumAgent.app/Contents/MacOS/KestrumAgent");
     }
-    /// The path of the agent's program in an application's bundle, and the path of that agent's bundle.
+    /// The path of the agent's program in an application's bundle, and the path of the agent's own bundle.
     static QString agentOf(const QString& application) { return agentIn(agentFolderOf(application)); }
     static QString agentBundleOf(const QString& application)
     {
@@ -33,7 +33,7 @@ public:
     QString path(const QString& relative) const { return m_tree.path(relative); }
     const FileTree& tree() const { return m_tree; }
 
-    /// Installs the program at `relative`, in place of any existing file. Gives its full path.
+    /// Installs the program at `relative`, in place of any existing file. Returns its full path.
     QString install(const QString& relative) const;
 
     struct Process {
@@ -48,7 +48,7 @@ public:
         return start(QFile::encodeName(program), argument);
     }
 
-    /// Ends a process that `start` gave, and waits for its end.
+    /// Ends a process that `start` returned, and waits for its end.
     void end(qint32 pid);
     /// Kills a process without waiting: it stays a zombie until `end`.
     static void kill(qint32 pid);

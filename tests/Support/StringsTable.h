@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// A translation table read line by line, since for two equal keys the program's own reader keeps only the last.
+/// A translation table read line by line. The program's own reader would return only the last of several equal keys.
 struct StringsTable {
     QStringList keys; ///< in order, with repetitions
     QHash<QString, QString> values;

@@ -24,7 +24,7 @@ struct StripWindow {
     static void prepare()
     {
         forgetSettings();
-        QTest::qWait(20); // until its change notice has passed
+        QTest::qWait(20); // until the notice of this change has arrived
         SystemAppearance::shared().setScheme(ColourScheme::light);
     }
 
@@ -69,7 +69,7 @@ struct StripWindow {
     QRectF frame(MonitorSection section) const { return strip.item(section)->view->frame(); }
     double middle(MonitorSection section) const { return frame(section).center().x(); }
 
-    /// Where an item is drawn. This differs from its place while the item slides.
+    /// The left edge of an item as it is drawn. While the item slides, this edge differs from the item's place.
     double shownLeft(MonitorSection section) const
     {
         return strip.backdropRect(*strip.item(section)).left() + 4 - MenuBarStripView::room.width();

@@ -18,12 +18,11 @@
 
 namespace kestrum {
 
-/// Simulates faults of a file system or kernel: system calls that fail or hang for the thread that enters the filter, for its
-/// threads and child processes, and for the programs that they start. A filter cannot be removed, so tests enter it in a
-/// thread or process of their own.
+/// Simulates faults of a file system or kernel: system calls fail or hang. A filter affects the thread that enters it, this
+/// thread's later threads and child processes, and the programs that they start. A filter cannot be removed, so tests enter it
+/// in a separate thread or process.
 ///
-/// A new process before exec shares its parent's memory and has a stack of one page, so the filter must be made before the
-/// fork.
+/// Make the filter before a fork: until exec, a new process shares its parent's memory and has a stack of one page.
 class SystemCallFilter {
 public:
     /// A filter that makes the calls fail with `error`.
@@ -32,7 +31,7 @@ public:
         return SystemCallFilter(verdictOn(calls, SECCOMP_RET_ERRNO | quint32(error)));
     }
 
-    /// Makes lookups of a name itself (`fstatat` without following links) fail. Lookups that follow links still work.
+    /// Makes `fstatat` fail when it looks up a name without following links. Lookups that follow links still work.
     static SystemCallFilter failingLooksAtNames(int error)
     {
         Program program { BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, nr)) };
@@ -46,10 +45,10 @@ public:
     /// Makes `pidfd_open` fail, as on a kernel without it.
     static SystemCallFilter withoutProcessDescriptors() { return failing({ SYS_pidfd_open }, ENOSYS); }
 
-    /// Threads can be started, but no processes, as when the system's limit is reached.
+    /// Allows new threads but no new processes, as when the system's limit is reached.
     static SystemCallFilter withoutNewProcesses()
     {
-        // A filter cannot see the flags of the newer call `clone3`. When that fails, the C library uses the older `clone`.
+        // A filter cannot see the flags of the newer call `clone3`. If `clone3` fails, the C library uses the older `clone`.
         Program program = verdictOn({ SYS_clone3 }, SECCOMP_RET_ERRNO | ENOSYS);
         program.push_back(BPF_JUMP(BPF_JMP | BPF_JEQ | BPF_K, SYS_clone, 0, 3));
         program.push_back(BPF_STMT(BPF_LD | BPF_W | BPF_ABS, offsetof(seccomp_data, args)));
@@ -64,8 +63,8 @@ public:
         return SystemCallFilter(verdictOn(calls, SECCOMP_RET_USER_NOTIF), SECCOMP_FILTER_FLAG_NEW_LISTENER);
     }
 
-    /// Installs the filter for the calling thread. Gives -1 when the kernel refuses it. For calls that hang it gives a
-    /// descriptor that must stay open, otherwise 0.
+    /// Installs the filter for the calling thread. Returns -1 when the kernel refuses the filter. For calls that hang, returns
+    /// a descriptor that must stay open; otherwise 0.
     int enter() const
     {
         if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
@@ -75,7 +74,7 @@ public:
         return int(::syscall(SYS_seccomp, SECCOMP_SET_MODE_FILTER, m_flags, &filter));
     }
 
-    /// A filter that makes all other calls hang.
+    /// A filter that makes all calls except `calls` hang.
     static SystemCallFilter hangingAllBut(const QList<int>& calls)
     {
         Program program = verdictOn(calls, SECCOMP_RET_ALLOW);

@@ -16,8 +16,8 @@ inline Bundle makeBundle(
 /// A bundle in a temporary folder, which is the main bundle for as long as this object lives.
 class TestBundle {
 public:
-    /// `info` is the information dictionary. Each of the `localizations` gets a folder, whose table translates "Memory" into
-    /// the language's code.
+    /// `info` is the information dictionary. Each of the `localizations` gets a folder with a table that translates "Memory"
+    /// into the language's code.
     TestBundle(const QByteArray& info, const QList<QByteArray>& localizations)
         : m_before(Bundle::main())
     {

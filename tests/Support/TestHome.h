@@ -8,8 +8,8 @@
 namespace kestrum {
 
 /// The home of one test program: HOME, the XDG directories and a private runtime directory in a temporary folder, which is
-/// removed at the end. `KESTRUM_TEST_MAIN` makes it before the application object and any other code of the program. It
-/// unsets the session's language and region variables.
+/// removed at the end. `KESTRUM_TEST_MAIN` constructs this object before the application object and any other code of the
+/// program. The constructor unsets the session's language and region variables.
 class TestHome {
 public:
     TestHome();

@@ -14,7 +14,7 @@ public:
     /// Adds a class to the list. `main` gets the program's arguments without the class's name.
     TestRunner(const char* testClass, Main main);
 
-    /// Runs the named class. If the first argument names no class, it prints the classes and gives 2.
+    /// Runs the class that the first argument names. Without a valid name, prints the names of all classes and returns 2.
     static int run(int argc, char** argv);
 
     /// The arguments for running this program's current class again: the class's name, then `arguments`.

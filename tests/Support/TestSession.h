@@ -5,8 +5,8 @@
 
 namespace kestrum {
 
-/// Sets the language and region variables of the environment to those of `session`, words of the form "NAME=value". All
-/// others are unset.
+/// Sets the environment's language and region variables to those of `session`, words of the form "NAME=value". Unsets all other
+/// variables of this kind.
 inline void setSession(const QByteArray& session)
 {
     for (const char* variable :
@@ -19,7 +19,7 @@ inline void setSession(const QByteArray& session)
     }
 }
 
-/// `text` with ordinary blanks instead of non-breaking ones: editions of the locale data differ in the kind of blank.
+/// `text` with ordinary blanks instead of non-breaking ones: versions of the locale data differ in the kind of blank.
 inline QString withPlainBlanks(QString text)
 {
     return text.replace(QChar(0x00a0), QLatin1Char(' ')).replace(QChar(0x202f), QLatin1Char(' '));

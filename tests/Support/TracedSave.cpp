@@ -24,7 +24,7 @@ namespace kestrum {
 
 namespace {
 
-/// The calls that are named, each with the place of the path in its arguments; -1 for a descriptor in the first one.
+/// The calls that have names in the list, each with the index of its path argument; -1: the first argument is a descriptor.
 struct Named {
     int call;
     const char* name;
@@ -50,7 +50,7 @@ constexpr Named named[] {
     { SYS_close, "close" },
 };
 
-/// Calls that concern no file: for memory, threads, time and the user's number.
+/// Calls that concern no file: for memory, threads, time and user ids.
 const QList<int> unlisted { SYS_mmap, SYS_munmap, SYS_mremap, SYS_mprotect, SYS_madvise, SYS_brk, SYS_futex,
     SYS_sched_yield, SYS_clock_gettime, SYS_clock_nanosleep, SYS_getpid, SYS_gettid, SYS_geteuid,
     SYS_getrandom, SYS_exit };
@@ -78,7 +78,7 @@ TracedSave::Call described(const seccomp_data& data)
         data.nr == SYS_openat && (data.args[2] & O_CLOEXEC) == 0 };
 }
 
-/// Lets the calls happen, except for the fault, and lists them until `isOver`.
+/// Lets the calls happen, except for the fault, and lists them until `isOver` is set.
 QList<TracedSave::Call> supervised(
     int hanging, const TracedSave::Fault& fault, const std::atomic<bool>& isOver)
 {
@@ -104,10 +104,10 @@ QList<TracedSave::Call> supervised(
     return calls;
 }
 
-/// The child process. Writes its list of calls and the store's last error to `report`.
+/// The child process: does `work`, and writes the list of calls and the store's last error to `report`.
 [[noreturn]] void play(const TracedSave::Work& work, const TracedSave::Fault& fault, const QString& report)
 {
-    ::alarm(20);                               // the limit of the child
+    ::alarm(20);                               // s; ends a child that hangs
     QRandomGenerator::global()->discard(1000); // the parent's next temporary files need other names
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     const auto store = UserDefaults::withSuiteName(QStringLiteral("suite"));
@@ -168,7 +168,7 @@ void TracedSave::prepare(const QByteArray& content)
     write(path(), content);
     QCOMPARE(::chmod(QFile::encodeName(path()).constData(), 0640), 0); // the save must keep this mode
     setTimes(path(), 1000); // an old file does not look like part of a save that is under way
-    // A file that changed less than 20 ms ago is read twice, and the calls of a save would depend on the load of the machine.
+    // A file that changed less than 20 ms ago is read twice. Without this pause, the list of calls would depend on the speed.
     QTest::qSleep(25);
 }
 
@@ -243,7 +243,7 @@ QByteArray TracedSave::flaw(const QByteArray& before, const Outcome& outcome)
     // Without the fault, the next save succeeds, and does not wait for a lock.
     if (QFile::exists(TestHome::configDirectory()))
         setTimes(TestHome::configDirectory(),
-            1000); // or an absent file would look like one that is being replaced
+            1000); // otherwise an absent file would look like one that is being replaced
     QElapsedTimer timer;
     timer.start();
     const auto retried = SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} });

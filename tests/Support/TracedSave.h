@@ -11,15 +11,15 @@ namespace kestrum {
 
 class UserDefaults;
 
-/// A save in a child process that lists its system calls. A first run lists them. Then further runs make each of these calls
-/// fail, or end the process at it. So no call can be forgotten, and the store needs no code for its tests.
+/// A save in a child process that lists its system calls. A first run has no fault. Then each further run makes one of the
+/// listed calls fail, or kills the process at this call. So no call is forgotten, and the store needs no code for its tests.
 class TracedSave {
 public:
     struct Call {
         QByteArray name;  ///< such as "openat"; the call's number if no test asks for its name
-        int number;       ///< how many calls of that name there were, with this one
+        int number;       ///< which call of that name this is, counted from 1
         QByteArray file;  ///< the path of the call's file; empty if it has none
-        bool isInherited; ///< for `openat`: a program that is started later would get the descriptor
+        bool isInherited; ///< for `openat`: programs that are started later inherit the descriptor
     };
 
     struct Fault {
@@ -34,7 +34,7 @@ public:
         int exitCode = -1; ///< -1: killed
         QString error;     ///< the store's last error
 
-        /// The place in `calls` of the first call of that name whose file's path ends in `end`.
+        /// The index in `calls` of the first call of that name whose file's path ends in `end`; the size of `calls` for none.
         qsizetype indexOf(const char* name, const char* end) const;
         /// The names of the files that were flushed to disk, in order; "temporary" for a file that has no name yet.
         QByteArrayList flushed() const;
@@ -45,27 +45,27 @@ public:
     /// The child's exit code where the kernel does not let a process watch its system calls.
     static constexpr int unsupported = 11;
 
-    /// Why no program can be run under strace here, which tests of other programs use; empty when it can.
+    /// Why strace can run no program on this machine; empty when it can. Tests of other programs use strace.
     static QString obstacle();
 
-    /// Makes the settings directory anew, with a file of that content, or without a file when `content` is null.
+    /// Creates the settings directory again, with a file of this content, or without a file when `content` is null.
     static void prepare(const QByteArray& content);
 
     using Work = std::function<bool(UserDefaults& store)>;
     /// Stores 2 under "a".
     static bool save(UserDefaults& store);
-    /// Runs `work` in a child process with the suite opened. `work` gives whether it succeeded.
+    /// Runs `work` in a child process with the suite opened. `work` returns whether it succeeded.
     static Outcome run(const Work& work, const Fault& fault);
     static Outcome run(const Work& work = save) { return run(work, Fault()); }
 
     /// Checks the state after `prepare(before)` and a run: the file is the old or the new one, as the child reported, and the
-    /// next save succeeds at once. Gives the fault, or an empty text.
+    /// next save succeeds at once. Returns the fault, or an empty text.
     static QByteArray flaw(const QByteArray& before, const Outcome& outcome);
 
     static QString path();
     static QStringList leftovers();
 
-    /// Adds test rows with the initial states of the file that every fault is tried on, in a column "before".
+    /// Adds the initial states of the file to a test, in a column "before". Tests try every fault on each state.
     static void addStates();
 };
 

@@ -12,7 +12,7 @@
 
 namespace kestrum {
 
-/// A checker, its outcomes, and the number of its signals to the window.
+/// An update checker, the outcomes that it reported, and the signals that it posted to the window.
 struct UpdateFixture {
     UpdateChecker checker;
     QSignalSpy outcomes { &checker, &UpdateChecker::finished };
@@ -31,7 +31,7 @@ struct UpdateFixture {
         return SharedSettings::store().string(Keys::updatesAvailable.name);
     }
 
-    /// The outcome of a check; empty when there is none within 20 s, or when it comes before `check` returns.
+    /// Starts a check and returns its outcome. Empty after 20 s, or when the check ends before the call of `check` returns.
     QString check()
     {
         const auto before = outcomes.count();
@@ -41,14 +41,13 @@ struct UpdateFixture {
         return outcomes.last().first().toString();
     }
 
-    /// The number of signals so far, after a wait for signals under way.
+    /// Waits for signals that are under way, and returns the number of signals so far.
     int posts() const
     {
         QTest::qWait(quietTime);
         return ear.count;
     }
 
-    /// The checker's daily timer.
     QTimer& daily() { return *checker.findChild<QTimer*>(); }
 };
 

@@ -14,8 +14,8 @@ namespace kestrum {
 
 namespace {
 
-// A display's number, and the locked file that reserves it. An X server in a process table of its own would otherwise take
-// the number of a server outside of that table as free.
+// A display's number, and the locked file that reserves this number. Without the file, an X server in a separate process table
+// would use the number of a server outside that table.
 struct Place {
     int number = 100;
     int file = -1;

@@ -6,8 +6,8 @@
 
 namespace kestrum {
 
-/// A private X server, `width` × `height` points at scale 1, without a session bus. This process's application object and its
-/// children are shown there. Make it before the application object.
+/// A private X server of `width` × `height` points at scale 1, without a session bus. This process and its children show their
+/// windows there. Construct it before the application object.
 class VirtualDisplay {
 public:
     static constexpr int width = 1000;
@@ -20,7 +20,7 @@ public:
     /// False, with a warning, when the server did not start.
     bool isUp() const { return m_isUp; }
 
-    /// Runs xdotool on this display with the words of `line` and then `more`, and gives its output.
+    /// Runs xdotool on this display with the words of `line` and then `more`, and returns its output.
     static QByteArray xdotool(const QByteArray& line, const QStringList& more = {});
 
 private:

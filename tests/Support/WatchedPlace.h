@@ -27,7 +27,7 @@ struct WatchRecorder {
     std::unique_ptr<DirectoryWatch> watch;
 };
 
-/// A temporary folder of one test, with a folder "d". Names are relative to it.
+/// A temporary folder for each test, which contains a folder "d". All names are relative to the temporary folder.
 class WatchedPlace {
 protected:
     void makePlace()
@@ -52,7 +52,7 @@ protected:
     {
         QCOMPARE(::rename(encoded(from).constData(), encoded(to).constData()), 0);
     }
-    // Checks that the watch reports a new entry of the directory that now exists, whatever happened before.
+    // Checks that the watch works for the directory that has this name now: it must report a new entry there.
     void verifyHears(WatchRecorder& ear, const char* directory) const
     {
         deliverPendingEvents();

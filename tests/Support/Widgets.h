@@ -20,7 +20,7 @@ inline void activate(QWidget& window)
     QVERIFY(QTest::qWaitForWindowActive(&window));
 }
 
-/// Handles all events that are waiting, such as requests for a layout. A layout within others takes one round for each.
+/// Handles all waiting events, such as requests for a layout. Nested layouts need one round for each level.
 inline void settle()
 {
     for (int round = 0; round < 5; ++round) {
@@ -29,8 +29,8 @@ inline void settle()
     }
 }
 
-/// Turns the mouse wheel over the middle of a widget. Gives whether the widget took the event. With `isReal`, an event that the
-/// widget does not take goes to the widgets around it, as from a mouse.
+/// Turns the mouse wheel over the middle of a widget. Returns whether the widget accepted the event. With `isReal`, an event
+/// that the widget ignores goes to the widgets around it, as with a mouse.
 inline bool turnWheel(
     QWidget& widget, QPoint angle, Qt::KeyboardModifiers modifiers = {}, bool isReal = false)
 {
@@ -43,7 +43,7 @@ inline bool turnWheel(
     return event.isAccepted();
 }
 
-/// A picture of a widget and its children on a ground of one colour.
+/// A picture of a widget and its children on a background of one colour.
 inline QImage pictureOf(QWidget& widget, const QColor& ground = Qt::transparent, double scale = 1)
 {
     QImage image((QSizeF(widget.size()) * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
@@ -53,7 +53,7 @@ inline QImage pictureOf(QWidget& widget, const QColor& ground = Qt::transparent,
     return image;
 }
 
-/// Some pixels of an image: how many they are, and the smallest rectangle around them, which is null for none.
+/// Some pixels of an image: their number, and the smallest rectangle around them (null when there are none).
 struct FoundPixels {
     int count = 0;
     QRect place;
@@ -92,7 +92,7 @@ inline double inkOf(const QImage& picture)
     return sum;
 }
 
-/// What assistive programs call a widget: its role and its name, such as "Button Install".
+/// The text by which assistive programs announce a widget: its role and its name, such as "Button Install".
 inline QString heard(QAccessibleInterface* part)
 {
     const QMetaEnum roles = QMetaEnum::fromType<QAccessible::Role>();

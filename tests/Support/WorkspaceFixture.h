@@ -18,7 +18,7 @@ class WorkspaceFixture {
 protected:
     static void prepareStage()
     {
-        // After a bundle's removal, the folders above it are watched. Those must belong to this test alone.
+        // After a bundle's removal, the workspace watches the folders above it. Only this test may use these folders.
         const QString folder = TestHome::root() + QStringLiteral("/trees/of/tests");
         QVERIFY(QDir().mkpath(folder));
         qputenv("TMPDIR", QFile::encodeName(folder));
@@ -38,7 +38,7 @@ protected:
             QTRY_VERIFY(!exists(pid));
         }
         m_standIns.reset();
-        QTest::qWait(20); // until this test's notices have passed
+        QTest::qWait(20); // until the notices of this test have arrived
     }
 
     QString bundle() const { return m_standIns->path(QStringLiteral("Stand In.app")); }
@@ -47,7 +47,7 @@ protected:
         return m_standIns->install(QStringLiteral("Stand In.app/Contents/MacOS/Stand In"));
     }
 
-    /// Opens the bundle, or the one at `path`.
+    /// Opens the bundle at `path`; by default, the test's own bundle.
     Workspace::Opened open(const Workspace::OpenConfiguration& configuration = {}, const QString& path = {})
     {
         std::optional<Workspace::Opened> result;
@@ -65,7 +65,7 @@ protected:
         return QStringLiteral("/proc/%1/%2").arg(pid).arg(QLatin1StringView(name));
     }
 
-    /// Whether a process exists, also as a zombie.
+    /// Whether a process exists; a zombie also counts.
     static bool exists(qint32 pid) { return QFile::exists(procPath(pid, "stat")); }
 
     std::unique_ptr<StandIns> m_standIns;

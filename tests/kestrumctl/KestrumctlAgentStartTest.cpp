@@ -8,7 +8,6 @@
 
 using namespace kestrum;
 
-/// Switching the agent on from the command line.
 class KestrumctlAgentStartTest : public KestrumctlAgentFixture {
     Q_OBJECT
 
@@ -22,7 +21,7 @@ class KestrumctlAgentStartTest : public KestrumctlAgentFixture {
         QVERIFY(QFile::copy(QStandardPaths::findExecutable(QStringLiteral("true")), agentPath()));
     }
 
-    /// Nothing where calls cannot be given up.
+    /// Runs "agent start" without process descriptors. Returns nothing where a process cannot filter its system calls.
     std::optional<Programs::Ended> startWithoutProcessDescriptors() const
     {
         const auto result = ctl(
@@ -48,7 +47,7 @@ private Q_SLOTS:
 
     void startIsFinishedBeforeTheAgentIs()
     {
-        // A shell that captures the tool's output does not have to wait for the agent.
+        // A shell that captures the tool's output does not wait for the agent's end.
         const auto shell = Programs::run(QStringLiteral("/bin/sh"),
             { QStringLiteral("-c"), QStringLiteral("text=$(\"$0\" agent start 2>&1); echo \"[$text]\""),
                 tool() });
@@ -63,7 +62,7 @@ private Q_SLOTS:
         timer.start();
         QCOMPARE(ctl("agent start"), done());
         QCOMPARE(agentPids(), QList<qint32> { pid });
-        // The tool waited as long as an agent may take to quit.
+        // The tool waited for the time that an agent may take to quit.
         QVERIFY(timer.elapsed() >= 3000);
     }
 
@@ -127,7 +126,7 @@ private Q_SLOTS:
 
     void anAgentThatEndsBeforeItHasBegunIsAFailure()
     {
-        // The agent's instance name is free, as while an agent is still loading on a busy machine.
+        // No agent holds the instance name, as while an agent is still loading on a busy machine.
         m_place.reset();
         const auto result = ctl("agent start", { { "KESTRUM_TEST_LIFE", "1700" } });
         QCOMPARE(result.code, 1);

@@ -137,7 +137,7 @@ private Q_SLOTS:
         QCOMPARE(result.errors,
             "kestrumctl: the agent was asked to quit and still runs (pid " + QByteArray::number(pid) + ")\n");
         QVERIFY(timer.elapsed() > 4500 && timer.elapsed() < 8000);
-        // `stop` only asks the agent to quit and never kills it.
+        // `stop` only asks the agent to quit and never kills the agent.
         QCOMPARE(agentPids(), QList<qint32> { pid });
     }
 

@@ -50,7 +50,7 @@ private Q_SLOTS:
             QCOMPARE(number(strip, "height"), 22.0);
             QCOMPARE(strip.keys().size(), 3);
         }
-        // With the sample readings, a fresh suite and no region.
+        // The strip uses the sample readings, a fresh suite and no region.
         const QJsonObject strip = described();
         QString readouts;
         for (const auto& section : allCases<MonitorSection>())
@@ -118,7 +118,7 @@ private Q_SLOTS:
     void theSessionsRuntimeDirectoryIsNoneOfItsBusiness()
     {
         QFETCH(const QByteArray, directory);
-        // The temporary folder, where programs put files that have no other place.
+        // Stands for the temporary folder, where programs put files that have no other place.
         const FileTree shared;
         QCOMPARE(::mkdir(QFile::encodeName(shared.path(QStringLiteral("open"))).constData(), 0755), 0);
         const QString named = directory.isEmpty() ? QString() : shared.path(QString::fromLatin1(directory));

@@ -54,7 +54,7 @@ private Q_SLOTS:
         const QString file = besides("kept.json");
         QCOMPARE(ctl("export", { file }), done());
         QCOMPARE(objectInFile(file), objectIn(stored));
-        // Each key has a line of its own, so that people can compare versions.
+        // Each key has a line of its own, so that people can compare versions of the file.
         QVERIFY(contentOf(file).count('\n') >= 4);
         QVERIFY(QFile::remove(suitePath()));
         QCOMPARE(ctl("export", { file }).code, 0);
@@ -99,7 +99,7 @@ private Q_SLOTS:
         Kestrumctl::Running watch("watch", "watching");
         QVERIFY(watch.isReady());
         QCOMPARE(ctl("import -", stored).code, 0);
-        // All changed keys come in one notice, in alphabetical order.
+        // One notice contains all changed keys, in alphabetical order.
         QCOMPARE(watch.lines(4),
             (QByteArrayList { "meterStyle\t\"wave\"", "of another version\t{\"deep\":[1,null,\"ü\"]}",
                 "refreshInterval\t2", "showMemoryItem\tfalse" }));
@@ -226,7 +226,7 @@ private Q_SLOTS:
 
     void anExportWritesThroughToAPipe()
     {
-        // The pipe stands for any file that is not regular: a wrong export would replace a device by a file.
+        // The pipe stands for all files that are not regular: a wrong export would replace a device by a file.
         const QString pipe = besides("pipe");
         QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
         const auto result = Kestrumctl::inShell(

@@ -15,7 +15,7 @@ class KestrumctlLoginItemTest : public QObject {
     Programs::Ended run(const char* word, const Programs::Variables& variables = {}) const
     {
         QStringList command { m_program, QStringLiteral("login-item") };
-        if (::geteuid() != 0) // the test of root is root again
+        if (::geteuid() != 0) // in the test of root, the process is root again
             command = asOrdinaryUser(command);
         return Programs::run(command.first(), command.mid(1) + words(word), variables);
     }
@@ -26,7 +26,7 @@ class KestrumctlLoginItemTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        // An ordinary user may have no access to the build folder, so the program is copied.
+        // An ordinary user may have no access to the build folder, so the user runs a copy of the program.
         const QString copy = TestHome::root() + QStringLiteral("/kestrumctl");
         QVERIFY(QFile::copy(Kestrumctl::path(), copy));
         QVERIFY(QFile::setPermissions(

@@ -30,7 +30,7 @@ bool isEmpty(const QImage& image, const QRect& rect)
     return areaOf(image.copy(rect), [](const QColor& pixel) { return pixel.alpha() != 0; }).isNull();
 }
 
-// The largest difference of any colour or alpha component of two pictures of the same size.
+// The largest difference between two pictures of the same size, in any colour or alpha component of any pixel.
 int largestDifference(const QImage& one, const QImage& other)
 {
     int largest = 0;
@@ -96,7 +96,7 @@ private Q_SLOTS:
         for (const QPoint corner : { image.rect().topLeft(), image.rect().topRight(),
                  image.rect().bottomLeft(), image.rect().bottomRight() })
             QCOMPARE(image.pixelColor(corner).alpha(), 0);
-        // The first item ends here, and a gap follows.
+        // The first item ends at this x position, and a gap follows.
         const double end = number(item(described("--cores 4"), MonitorSection::storage), "width");
         QVERIFY(isEmpty(image, QRect(int(end * 2) + 1, 0, 14, image.height())));
     }
@@ -131,8 +131,7 @@ private Q_SLOTS:
 
     void theStripShowsTheItemsWhereTheyAreDescribed()
     {
-        // At a whole-numbered place, an item in the strip equals the item drawn alone, pixel by pixel. The first item is at
-        // such a place.
+        // At a whole-numbered place, as that of the first item, the item's pixels equal those of the item drawn alone.
         const QImage strip = rendered("strip --scale 2 --cores 2");
         const QImage storage = rendered("storage --scale 2 --cores 2");
         QCOMPARE(strip.copy(0, 0, storage.width() - 1, storage.height()),
@@ -167,13 +166,13 @@ private Q_SLOTS:
 
     void aVeryWidePictureIsDrawnToItsEnd()
     {
-        // The picture is wider than Qt's painter can draw, so it is made of pieces. A core takes 5.9 points at scale 16.
+        // The picture is wider than Qt's painter can draw, so it consists of pieces. A core takes 5.9 points, at scale 16.
         set(Keys::cpuReadout, CPUReadout::off);
         const QImage wide = rendered("cpu --scale 16 --cores 350");
         QVERIFY(wide.width() > 32767);
         const int bar = int(5.9 * 16);
         QVERIFY(!isEmpty(wide, wide.rect().adjusted(wide.width() - 2 * bar, 0, 0, 0)));
-        // There is no seam: the sample loads of fast cores repeat after 30 bars, which are a whole number of pixels.
+        // The pieces join exactly: the sample loads of fast cores repeat after 30 bars, which are a whole number of pixels.
         const int period = 30 * 59 * 16 / 10;
         const QRect first(wide.width() / 8, 0, period, wide.height());
         for (QRect next = first.translated(period, 0); next.right() < wide.width() - 2 * bar;
@@ -190,7 +189,7 @@ private Q_SLOTS:
         QVERIFY(SharedSettings::store().set(
             Keys::cpuFastCoreAccent.name, QStringLiteral("custom:srgb:0.0,0.0,1.0")));
         const auto bars = [](const QImage& image) {
-            // At the foot of the bars: the runs of one pure colour.
+            // Collects the runs of one pure colour at the foot of the bars.
             QByteArray runs;
             for (int x = 0; x < image.width(); ++x) {
                 const QColor colour = image.pixelColor(x, image.height() - 4 * 4);

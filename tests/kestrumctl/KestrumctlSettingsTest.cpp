@@ -34,7 +34,7 @@ private Q_SLOTS:
         write(suitePath(), "{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}");
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"wave\"\n"));
         QCOMPARE(ctl("read refreshInterval").output, QByteArray("2.5\n"));
-        // Reading a value stores nothing.
+        // Reading a value writes nothing to the file.
         QCOMPARE(contentOf(suitePath()), QByteArray("{\"meterStyle\": \"wave\", \"refreshInterval\": 2.5}"));
     }
 
@@ -74,7 +74,7 @@ private Q_SLOTS:
         write(suitePath(), "{\"meterstyle\": {\"a\": [1, 2]}}");
         QCOMPARE(ctl("read meterstyle").output, QByteArray("{\"a\":[1,2]}\n"));
         QCOMPARE(ctl("read --stored meterstyle").code, 0);
-        // An unknown key that is stored is also suggested for a misspelt one.
+        // An unknown key in the file is also a suggestion for a misspelt key.
         QVERIFY(ctl("read meterstyl").errors.contains("\"meterstyle\""));
     }
 
@@ -160,7 +160,7 @@ private Q_SLOTS:
     {
         QFETCH(const QString, json);
         QVERIFY_FAILED(ctl("write meterStyle", { json }), 2, "is no JSON value");
-        // With --force, too, the argument is no JSON value.
+        // Even with --force, the argument must be a JSON value.
         QCOMPARE(ctl("write --force meterStyle", { json }).code, 2);
         QVERIFY(!QFile::exists(suitePath()));
     }
@@ -245,7 +245,7 @@ private Q_SLOTS:
 
     void anUnwritableHomeFailsWithTheReason()
     {
-        // A file in place of the directory makes writing fail for every user, also for root.
+        // A file in place of the directory makes writing fail for every user, even for root.
         const QString file = TestHome::root() + QStringLiteral("/no directory");
         write(file, {});
         const Programs::Variables home { { "XDG_CONFIG_HOME", file.toUtf8() } };
@@ -269,7 +269,7 @@ private Q_SLOTS:
 
     void aFileThatCannotBeReadDoesNotPassForAnEmptyOne()
     {
-        QVERIFY(QDir().mkpath(suitePath())); // a directory in the file's place
+        QVERIFY(QDir().mkpath(suitePath())); // a directory in place of the file
         for (const char* call : { "read --stored", "read meterStyle --stored", "export -" })
             QVERIFY_FAILED(ctl(call), 1, "T4K9ZR2MXB.com.orvale.kestrum.json");
         QCOMPARE(ctl("read meterStyle").output, QByteArray("\"bars\"\n"));

@@ -120,7 +120,7 @@ private Q_SLOTS:
 
     void aWriteIsNoSignal()
     {
-        // Only the settings application announces changes by a signal; a program that writes the suite does not.
+        // Only the settings application announces changes by a signal. A program that writes the suite posts no signal.
         Kestrumctl::Running listening(
             "listen settings quitAgent openSettings checkForUpdates updateAvailable menuBarChanged",
             "listening");
@@ -128,7 +128,7 @@ private Q_SLOTS:
         QCOMPARE(ctl("write showMemoryItem false").code, 0);
         QCOMPARE(ctl("delete showMemoryItem").code, 0);
         QCOMPARE(ctl("import -", "{\"meterStyle\": \"wave\"}").code, 0);
-        // Signals arrive in order: an earlier one would be printed before this one.
+        // Signals arrive in order: an earlier signal would be printed before this one.
         QCOMPARE(ctl("post menuBarChanged").code, 0);
         QCOMPARE(listening.lines(1), (QByteArrayList { "menuBarChanged" }));
         QTest::qWait(100);
@@ -172,7 +172,7 @@ private Q_SLOTS:
 
     void aPostThatCannotBeLeftFailsWithTheReason()
     {
-        // The path for signals is no directory, although the runtime directory is fine.
+        // The path for signals is no directory, although the runtime directory is usable.
         const QString signalsPlace = TestHome::runtimeDirectory() + QStringLiteral("/kestrum/signals");
         const auto verifyFailure = [] {
             for (const char* call : { "post settings", "listen settings --timeout 5" }) {

@@ -143,7 +143,7 @@ private Q_SLOTS:
         const Programs::Variables noDisplay { { "QT_QPA_PLATFORM", "offscreen" }, { "DISPLAY", {} },
             { "WAYLAND_DISPLAY", {} } };
         QCOMPARE(ctl("describe", noDisplay).code, 0);
-        // The other verbs load no platform plugin, so the name of an unknown platform causes no error.
+        // Verbs such as "read" load no platform plugin, so the name of an unknown platform causes no error.
         QCOMPARE(ctl("read meterStyle", Programs::Variables { { "QT_QPA_PLATFORM", "nonesuch" } }),
             done("\"bars\"\n"));
     }

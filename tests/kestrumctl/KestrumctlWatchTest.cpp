@@ -61,10 +61,10 @@ private Q_SLOTS:
     {
         store("meterShape", "\"square\"");
         Kestrumctl::Running watching("watch", "watching");
-        store("meterShape", "\"square\""); // the stored value
-        store("meterStyle", "\"bars\"");   // the default value
+        store("meterShape", "\"square\""); // equals the stored value
+        store("meterStyle", "\"bars\"");   // equals the default value
         QCOMPARE(ctl("delete meterStyle").code, 0);
-        store("meterStyle", "\"compact\""); // the only line, which shows that the others were silent
+        store("meterStyle", "\"compact\""); // the only printed line; it shows that the other saves print none
         QCOMPARE(watching.lines(1), (QByteArrayList { "meterStyle\t\"compact\"" }));
         watching.signal(SIGTERM);
         QCOMPARE(watching.ended().output, QByteArray("meterStyle\t\"compact\"\n"));
@@ -74,7 +74,7 @@ private Q_SLOTS:
     {
         Kestrumctl::Running watching("watch", "watching");
         store("a\nmeterStyle\t\"wave\"\x1B[2J\u202E", "1");
-        store("showMemoryItem", "false"); // this line shows that the other one is complete
+        store("showMemoryItem", "false"); // this line shows that the other line is complete
         QByteArrayList lines = watching.lines(1);
         for (int more = 2; !lines.contains("showMemoryItem\tfalse") && more < 6; ++more)
             lines = watching.lines(more);
@@ -87,7 +87,7 @@ private Q_SLOTS:
         store("meterStyle", "\"wave\"");
         Kestrumctl::Running watching("watch", "watching");
         write(suitePath(), "{\"meterStyle\": \"compact\", \"refreshInterval\": 5}");
-        // The truncation may be seen as a change of its own; the last lines show the file's final content.
+        // The truncation may cause a notice of its own. The last lines show the file's final content.
         QByteArrayList lines = watching.lines(2);
         for (int more = 3; !lines.contains("refreshInterval\t5") && more < 6; ++more)
             lines = watching.lines(more);
@@ -105,7 +105,7 @@ private Q_SLOTS:
 
     void aClosedOutputEndsIt()
     {
-        // As in "kestrumctl watch > a full disk".
+        // /dev/full behaves like a full disk.
         const auto shell = Programs::started(QStringLiteral("/bin/sh"),
             { QStringLiteral("-c"), QStringLiteral("exec \"$0\" watch > /dev/full"), Kestrumctl::path() });
         shell->setReadChannel(QProcess::StandardError);

@@ -15,7 +15,7 @@ private:
     {
         writeEnergy(zone, energy);
         m_tree->write(path(zone, "name"), QByteArray(name) + '\n');
-        m_tree->write(path(zone, "max_energy_range_uj"), range + '\n');
+        m_tree->write(path(zone, "max_energy_range_uj"), range.isEmpty() ? range : range + '\n');
     }
     void writeEnergy(const char* zone, const QByteArray& energy) const
     {

@@ -46,9 +46,9 @@ private Q_SLOTS:
     }
     void pollsComeSoonAndOnceMoreLate()
     {
-        QTest::qWait(quietTime);
-        QCOMPARE(m_at.size(), 0); // nothing is polled without an opening
         QFETCH(const int, openings);
+        QTest::qWait(openings == 1 ? 700 : quietTime);
+        QCOMPARE(m_at.size(), 0); // nothing is polled without an opening
         m_clock.start();
         for (int i = 0; i < openings; ++i)
             m_poller->restart();

@@ -42,6 +42,8 @@ private Q_SLOTS:
                 QVERIFY(observed.store->set("a", turn * 10 + i));
             QCOMPARE(observed.settled(), turn);
         }
+        // The first one was in a store without any value.
+        QCOMPARE(observed.keys, (QByteArrayList { "a", "a", "a" }));
     }
 
     void ownSaveIsNotToldAgainByTheWatch()

@@ -11,8 +11,8 @@
 
 namespace kestrum {
 
-/// The area below a line, as a picture with smooth edges. QPainter would need five times as long and, for a translucent
-/// colour, other threads. The next curve uses the same memory.
+/// The area below a line, as a picture with smooth edges. QPainter would take five times as long, and would wake other threads
+/// if the colour is translucent. The next call of `make` overwrites the picture.
 class FilledCurve {
 public:
     /// Makes the picture of the area below `line` down to the y coordinate `bottom`. `line` must have at least two vertices,

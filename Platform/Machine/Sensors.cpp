@@ -39,8 +39,8 @@ int cpuRank(std::string_view chip, std::string_view label)
 {
     if (chip == "coretemp")
         return label.starts_with("Package") ? 1 : 2;
-    // The control value "Tctl" can be 27 degrees above "Tdie", the temperature of the die. If the kernel reports no
-    // "Tdie", the kernel knows no difference between the two.
+    // The control value "Tctl" can be 27 degrees above "Tdie", the temperature of the die, so "Tdie" is preferred. If the
+    // kernel reports no "Tdie", it knows of no such offset for this CPU, and "Tctl" is used.
     if (chip == "k10temp" || chip == "zenpower")
         return label == "Tdie" ? 1 : label == "Tctl" || label.starts_with("temp") ? 2 : worstRank;
     if (chip == "k8temp" || chip == "via_cputemp" || (chip.starts_with("cpu") && chip.ends_with("thermal")))

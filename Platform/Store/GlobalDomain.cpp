@@ -18,7 +18,7 @@ struct LocaleName {
     QByteArray region;
 };
 
-// More languages than any user lists. The limit bounds the work if the variable is very long.
+// No user lists this many languages. The limit bounds the work if the variable is very long.
 constexpr int maximumLanguages = 32;
 
 bool isLetters(const QByteArray& text, qsizetype length)

@@ -50,7 +50,7 @@ protected:
     }
 
     std::unique_ptr<SingleInstance>
-        m_place; ///< the instance name of a running agent, which the stand-in does not hold itself
+        m_place; ///< holds the agent's instance name, because the stand-in agent does not take it
     std::unique_ptr<StandIns> m_standIns;
 
 private Q_SLOTS:

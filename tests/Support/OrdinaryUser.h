@@ -19,7 +19,8 @@ private:
     bool m_wasRoot;
 };
 
-/// A program and its arguments, changed so that the program runs as that ordinary user. An ordinary user gets both unchanged.
+/// Returns `command`, a program and its arguments, changed so that it runs as the user that `OrdinaryUser` becomes. If this
+/// process was not started by root, returns `command` unchanged.
 QStringList asOrdinaryUser(const QStringList& command);
 /// Like `Programs::started` and `Programs::output`, but the command runs as that ordinary user.
 std::unique_ptr<QProcess> startedAsUser(const QStringList& command);

@@ -176,7 +176,7 @@ private Q_SLOTS:
 
     void paletteDecidesUntilThePortalDoes()
     {
-        QVERIFY(startPortal({ "scheme 0" }));
+        QVERIFY(startPortal({ "scheme 0", "motion 1" }));
         QGuiApplication::setPalette(paletteOf(Qt::black, Qt::white));
         SystemAppearance& appearance = SystemAppearance::shared();
         QCOMPARE(appearance.scheme(), ColourScheme::dark);
@@ -191,8 +191,11 @@ private Q_SLOTS:
         QGuiApplication::setPalette(paletteOf(Qt::black, Qt::white));
         QTRY_COMPARE(appearance.scheme(), ColourScheme::dark);
 
-        // The program asks the portal shortly after the start. The portal has no preference yet.
-        QTRY_VERIFY(isAsked());
+        // The program asks the portal shortly after the start. The answer says how much motion is wanted, and that there is no
+        // preferred scheme.
+        QVERIFY(!appearance.reducesMotion());
+        QTRY_VERIFY(appearance.reducesMotion());
+        QVERIFY(isAsked());
         QCOMPARE(appearance.scheme(), ColourScheme::dark);
         QVERIFY(m_portal->change("scheme 2"));
         QTRY_COMPARE(appearance.scheme(), ColourScheme::light);
@@ -201,8 +204,8 @@ private Q_SLOTS:
         appearance.setScheme(ColourScheme::light);
         QVERIFY(m_portal->change("scheme 1"));
         QGuiApplication::setPalette(paletteOf(Qt::darkBlue, Qt::white));
-        QVERIFY(m_portal->change("motion 1"));
-        QTRY_VERIFY(appearance.reducesMotion());
+        QVERIFY(m_portal->change("motion 0"));
+        QTRY_VERIFY(!appearance.reducesMotion());
         QCOMPARE(appearance.scheme(), ColourScheme::light);
     }
 

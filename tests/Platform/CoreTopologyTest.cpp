@@ -21,12 +21,7 @@ class CoreTopologyTest : public QObject {
 private Q_SLOTS:
     void eachLevelWithACountIsATier()
     {
-        const struct {
-            const char* name;
-            int cpus;
-            QByteArray online;
-            FakeMachine::Kinds kinds;
-            QList<FakeMachine::Capacity> capacities;
+        const struct : FakeMachine::Row {
             QList<CoreTier> tiers;
             int total;
         } rows[] {
@@ -45,7 +40,7 @@ private Q_SLOTS:
                 {}, {}, 12 },
         };
         for (const auto& row : rows) {
-            const FakeMachine machine(row.cpus, row.online, row.kinds, row.capacities);
+            const FakeMachine machine(row);
             const QList<CoreTier> tiers = CoreTopology::tiers(machine.kernel());
             QCOMPARE_ROW(row.name, tiers, row.tiers);
             QCOMPARE_ROW(row.name, CoreTopology::totalCores(tiers, machine.kernel()), row.total);

@@ -33,12 +33,7 @@ class KernelValuesTest : public QObject {
 private Q_SLOTS:
     void levelsAreKindsOrCapacitiesFastestFirst()
     {
-        const struct {
-            const char* name;
-            int cpus;
-            QByteArray online;
-            FakeMachine::Kinds kinds;
-            QList<FakeMachine::Capacity> capacities;
+        const struct : FakeMachine::Row {
             const char* levels;
             int active;
         } rows[] {
@@ -77,7 +72,7 @@ private Q_SLOTS:
             { "ranges that overlap", 4, "0-3,2-3", {}, {}, "none", 4 },
         };
         for (const auto& row : rows) {
-            const FakeMachine machine(row.cpus, row.online, row.kinds, row.capacities);
+            const FakeMachine machine(row);
             QCOMPARE_ROW(row.name, described(machine.kernel()), QString::fromLatin1(row.levels));
             QCOMPARE_ROW(row.name, machine.kernel().activeProcessorCount(), row.active);
         }

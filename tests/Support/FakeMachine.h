@@ -15,6 +15,19 @@ public:
         QByteArray capacity;
     };
 
+    /// A row of a table of machines, with the arguments of the constructor. A test adds what it expects.
+    struct Row {
+        const char* name;
+        int cpus;
+        QByteArray online;
+        Kinds kinds;
+        QList<Capacity> capacities;
+    };
+
+    explicit FakeMachine(const Row& row)
+        : FakeMachine(row.cpus, row.online, row.kinds, row.capacities)
+    {
+    }
     /// A machine with `cpus` processors. `online` lists the processors that are switched on; by default, all are. `kinds` maps
     /// each kind (such as "cpu_core") to its list of processors. Without kinds and capacities, all processors are alike.
     explicit FakeMachine(int cpus, const QByteArray& online = {}, const Kinds& kinds = {},

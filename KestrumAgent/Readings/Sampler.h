@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumAgent/Readings/LiveReadings.h"
+#include "KestrumShared/Readings/LiveReadings.h"
 #include "Platform/Machine/Bell.h"
 
 #include <QObject>

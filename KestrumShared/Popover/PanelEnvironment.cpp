@@ -38,6 +38,19 @@ QColor PanelEnvironment::dividerColour() const
     return scheme == ColourScheme::dark ? QColor::fromRgbF(1, 1, 1, 0.16F) : QColor::fromRgbF(0, 0, 0, 0.14F);
 }
 
+QColor PanelEnvironment::ground() const
+{
+    if (background == PopoverBackground::opaque)
+        return scheme == ColourScheme::dark ? QColor::fromRgbF(0.12F, 0.13F, 0.14F)
+                                            : QColor::fromRgbF(0.78F, 0.80F, 0.82F);
+    return scheme == ColourScheme::dark ? QColor(0x2F, 0x2F, 0x33) : QColor(0xDF, 0xDF, 0xE1);
+}
+
+QColor PanelEnvironment::readable(const QColor& colour, double) const
+{
+    return colour;
+}
+
 QRectF PanelEnvironment::fromLeading(const QRectF& bounds, double distance, double width) const
 {
     const double left

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KestrumShared/Popover/PanelElement.h"
 #include "KestrumShared/Popover/PanelEnvironment.h"
 
 #include <QPainter>
@@ -23,6 +24,16 @@ concept DrawnPart
     part.draw(painter, rect, environment);
 };
 
+/// The interface of a part with contents that can be told in words. `describe` returns the part's elements from top to
+/// bottom, when the part is drawn into `rect`.
+template <class T>
+concept DescribedPart = requires(const T& part, const QRectF& rect, const PanelEnvironment& environment)
+{
+    {
+        part.describe(rect, environment)
+        } -> std::convertible_to<QList<PanelElement>>;
+};
+
 /// Holds any part of a panel. Copies share the part, which never changes.
 class PanelPart {
 public:
@@ -37,6 +48,11 @@ public:
     {
         m_part->draw(painter, rect, environment);
     }
+    /// The part's elements; none for a part that only decorates.
+    QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const
+    {
+        return m_part->describe(rect, environment);
+    }
 
 private:
     struct Part {
@@ -47,6 +63,8 @@ private:
         virtual double height(const PanelEnvironment& environment) const = 0;
         virtual void draw(
             QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const = 0;
+        virtual QList<PanelElement> describe(
+            const QRectF& rect, const PanelEnvironment& environment) const = 0;
     };
 
     template <class T> struct Held final : Part {
@@ -58,6 +76,13 @@ private:
         void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const override
         {
             part.draw(painter, rect, environment);
+        }
+        QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const override
+        {
+            if constexpr (DescribedPart<T>)
+                return part.describe(rect, environment);
+            else
+                return {};
         }
         T part;
     };

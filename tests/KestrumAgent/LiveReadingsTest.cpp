@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/LiveReadings.h"
+#include "KestrumShared/Readings/LiveReadings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/ProcessorTree.h"

@@ -1,4 +1,4 @@
-#include "KestrumAgent/Readings/SlowReadings.h"
+#include "KestrumShared/Readings/SlowReadings.h"
 #include "tests/Support/FileTree.h"
 #include "tests/Support/TestHome.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumAgent/Readings/SlowReadings.h"
 #include "KestrumShared/Items/MenuBarReadings.h"
+#include "KestrumShared/Readings/SlowReadings.h"
 #include "Platform/Machine/CPULoad.h"
 #include "Platform/Machine/CPUPower.h"
 #include "Platform/Machine/MemoryPressure.h"

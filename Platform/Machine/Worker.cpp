@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "KestrumAgent/Readings/Worker.h"
+#include "Platform/Machine/Worker.h"
 
 #include <atomic>
 #include <chrono>

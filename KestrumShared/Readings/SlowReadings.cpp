@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "KestrumAgent/Readings/SlowReadings.h"
+#include "KestrumShared/Readings/SlowReadings.h"
 
 #include "Platform/Log/Log.h"
 

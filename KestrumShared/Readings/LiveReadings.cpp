@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "KestrumAgent/Readings/LiveReadings.h"
+#include "KestrumShared/Readings/LiveReadings.h"
 
 namespace kestrum {
 

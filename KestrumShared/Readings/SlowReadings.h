@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumAgent/Readings/Worker.h"
 #include "KestrumShared/Items/WantedReadings.h"
 #include "Platform/Machine/Sensors.h"
 #include "Platform/Machine/StorageUse.h"
 #include "Platform/Machine/SystemPower.h"
+#include "Platform/Machine/Worker.h"
 
 #include <array>
 #include <atomic>

@@ -2,12 +2,12 @@
 #include "Kestrum/Form/Theme.h"
 
 #include "KestrumShared/Items/StripBackground.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "KestrumShared/Raster/LabelColour.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>
 #include <algorithm>
-#include <cmath>
 
 namespace kestrum {
 
@@ -79,62 +79,26 @@ Shades shades(Theme::Colour colour)
     return {};
 }
 
-/// Relative luminance of an opaque sRGB colour, 0 to 1.
-double luminance(const QColor& colour)
-{
-    const auto linear
-        = [](double part) { return part <= 0.04045 ? part / 12.92 : std::pow((part + 0.055) / 1.055, 2.4); };
-    return 0.2126 * linear(colour.redF()) + 0.7152 * linear(colour.greenF())
-        + 0.0722 * linear(colour.blueF());
-}
-
-QColor laidOver(const QColor& colour, const QColor& ground)
-{
-    const float alpha = colour.alphaF();
-    const auto mixed = [alpha](float above, float below) { return above * alpha + below * (1 - alpha); };
-    return QColor::fromRgbF(mixed(colour.redF(), ground.redF()), mixed(colour.greenF(), ground.greenF()),
-        mixed(colour.blueF(), ground.blueF()));
-}
-
 constexpr double readableContrast = 4.5;
 constexpr double visibleContrast = 3;
-constexpr float smallStep = 0.99F;
-
-QColor deepened(const QColor& colour)
-{
-    return QColor::fromRgbF(
-        colour.redF() * smallStep, colour.greenF() * smallStep, colour.blueF() * smallStep);
-}
-
-/// Returns `colour`, a little darker in the light scheme and a little lighter in the dark scheme.
-QColor steppedFromMiddle(const QColor& colour, ColourScheme scheme)
-{
-    constexpr float light = 1 - smallStep;
-    const QColor darker = deepened(colour);
-    return scheme == ColourScheme::light
-        ? darker
-        : QColor::fromRgbF(darker.redF() + light, darker.greenF() + light, darker.blueF() + light);
-}
 
 /// Returns `accent`, changed as little as necessary to be visible on the preview's plate. Of all backgrounds in the window, the
 /// plate is nearest to a medium grey, so the returned colour is visible on the others too.
-QColor setOff(QColor accent, ColourScheme scheme)
+QColor setOff(const QColor& accent, ColourScheme scheme)
 {
-    const QColor ground = Theme::colour(Theme::Colour::previewPlate, scheme);
-    while (Theme::contrast(accent, ground) < visibleContrast)
-        accent = steppedFromMiddle(accent, scheme);
-    return accent;
+    return Contrast::readable(
+        accent, Theme::colour(Theme::Colour::previewPlate, scheme), visibleContrast, scheme);
 }
 
 /// Returns `accent`, changed as little as necessary so that texts and the white knob of a switch are visible on it.
 QColor readable(QColor accent, ColourScheme scheme)
 {
     const QColor ink = Theme::colour(Theme::Colour::onSelection, scheme);
-    while (Theme::contrast(ink, accent) < readableContrast)
-        accent = steppedFromMiddle(accent, scheme);
+    while (Contrast::ratio(ink, accent) < readableContrast)
+        accent = Contrast::stepped(accent, scheme);
     const QColor knob = Theme::colour(Theme::Colour::switchKnob, scheme);
-    while (Theme::contrast(knob, accent) < visibleContrast)
-        accent = deepened(accent);
+    while (Contrast::ratio(knob, accent) < visibleContrast)
+        accent = Contrast::darker(accent);
     return accent;
 }
 
@@ -159,21 +123,14 @@ QColor Theme::colour(Colour colour, ColourScheme scheme)
 
 QColor Theme::colourOn(Colour ground, Colour colour)
 {
-    return laidOver(Theme::colour(colour), Theme::colour(ground));
+    return Contrast::laidOver(Theme::colour(colour), Theme::colour(ground));
 }
 
 QColor Theme::edgeColour(Colour inside, Colour outside, Colour edge)
 {
     QColor half = Theme::colour(inside);
     half.setAlphaF(0.5F);
-    return laidOver(Theme::colour(edge), laidOver(half, Theme::colour(outside)));
-}
-
-double Theme::contrast(const QColor& text, const QColor& ground)
-{
-    const double first = luminance(laidOver(text, ground));
-    const double second = luminance(ground);
-    return (std::max(first, second) + 0.05) / (std::min(first, second) + 0.05);
+    return Contrast::laidOver(Theme::colour(edge), Contrast::laidOver(half, Theme::colour(outside)));
 }
 
 QPalette Theme::palette(ColourScheme scheme)

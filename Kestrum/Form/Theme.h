@@ -59,9 +59,6 @@ QColor colourOn(Colour ground, Colour colour);
 /// The opaque colour of an edge line that covers half a pixel of `inside` and half a pixel of `outside`.
 QColor edgeColour(Colour inside, Colour outside, Colour edge);
 
-/// The contrast ratio of two colours, 1 to 21. A translucent `text` is first laid over `ground`.
-double contrast(const QColor& text, const QColor& ground);
-
 /// The palette of this application's windows.
 QPalette palette(ColourScheme scheme);
 

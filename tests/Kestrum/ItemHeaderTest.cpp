@@ -1,5 +1,6 @@
 #include "Kestrum/MenuBar/ItemHeader.h"
 
+#include "KestrumShared/Raster/Contrast.h"
 #include "KestrumShared/Raster/HeadingBlue.h"
 #include "Platform/Desktop/SymbolImage.h"
 #include "tests/Support/Rows.h"
@@ -73,7 +74,7 @@ private Q_SLOTS:
         QCOMPARE(headingBlue(ColourScheme::dark).rgba(), QColor::fromRgbF(0.39F, 0.70F, 1.0F).rgba());
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark })
             QVERIFY(
-                Theme::contrast(headingBlue(scheme), Theme::colour(Theme::Colour::window, scheme)) >= 4.5);
+                Contrast::ratio(headingBlue(scheme), Theme::colour(Theme::Colour::window, scheme)) >= 4.5);
     }
 
     void theSymbolLeadsAndTheTitleFollows_data() { addDirections(); }

@@ -3,6 +3,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Popovers/LowerRightHalf.h"
 #include "KestrumShared/Popover/CompactHeader.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "tests/Support/PanelFixture.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
@@ -123,7 +124,7 @@ private Q_SLOTS:
                     for (double x = ground.left(); x < ground.right(); ++x) {
                         for (const QColor& text : { in(scheme).textColour(), in(scheme).secondaryTextColour(),
                                  in(scheme).headerColour() })
-                            QVERIFY2(Theme::contrast(text, pixels.at(x, y)) >= 4.5,
+                            QVERIFY2(Contrast::ratio(text, pixels.at(x, y)) >= 4.5,
                                 qPrintable(QStringLiteral("%1 on %2 at %3, %4")
                                                .arg(text.name(), pixels.at(x, y).name())
                                                .arg(x)

@@ -3,6 +3,7 @@
 #include "Kestrum/Form/Card.h"
 #include "Kestrum/Form/PushButton.h"
 #include "Kestrum/Form/Switch.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "tests/Support/ControlWindow.h"
 #include "tests/Support/TestHome.h"
 
@@ -133,7 +134,7 @@ private Q_SLOTS:
             QCOMPARE(shown(), Theme::colour(Theme::Colour::secondaryText, scheme));
             row->setInk(Row::Ink::error);
             QCOMPARE(shown(), Theme::colour(Theme::Colour::error, scheme));
-            QVERIFY(Theme::contrast(Theme::colour(Theme::Colour::error, scheme),
+            QVERIFY(Contrast::ratio(Theme::colour(Theme::Colour::error, scheme),
                         Theme::colour(Theme::Colour::card, scheme))
                 >= 4.5);
         }

@@ -1,4 +1,5 @@
 #include "Kestrum/Form/Theme.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "tests/Support/PanelPixels.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
@@ -22,16 +23,16 @@ class ThemeTest : public QObject {
     }
     static double contrast(Colour colour, Colour ground, ColourScheme scheme)
     {
-        return Theme::contrast(Theme::colour(colour, scheme), Theme::colour(ground, scheme));
+        return Contrast::ratio(Theme::colour(colour, scheme), Theme::colour(ground, scheme));
     }
 private Q_SLOTS:
     void contrastIsMeasuredAsTheGuidelinesDo()
     {
-        QCOMPARE(Theme::contrast(Qt::white, Qt::black), 21.0);
-        QCOMPARE(Theme::contrast(Qt::red, Qt::red), 1.0);
+        QCOMPARE(Contrast::ratio(Qt::white, Qt::black), 21.0);
+        QCOMPARE(Contrast::ratio(Qt::red, Qt::red), 1.0);
         // A known pair: the lightest grey with a contrast of 4.5 on white.
-        QCOMPARE_LT(std::abs(Theme::contrast(QColor(0x767676), Qt::white) - 4.54), 0.01);
-        QCOMPARE(Theme::contrast(QColor(0, 0, 0, 0), Qt::white), 1.0);
+        QCOMPARE_LT(std::abs(Contrast::ratio(QColor(0x767676), Qt::white) - 4.54), 0.01);
+        QCOMPARE(Contrast::ratio(QColor(0, 0, 0, 0), Qt::white), 1.0);
     }
 
     void anOpaqueColourStandsForATranslucentOne()
@@ -115,11 +116,11 @@ private Q_SLOTS:
             const QColor track = Theme::colour(Colour::segmentTrack, scheme);
             const QColor chip = Theme::colour(Colour::chosenSegment, scheme);
             const QColor shade = Theme::colour(Colour::segmentShade, scheme);
-            const double edge = std::min(Theme::contrast(shade, track), Theme::contrast(shade, chip));
-            QVERIFY(std::max(Theme::contrast(chip, track), edge) >= 3);
+            const double edge = std::min(Contrast::ratio(shade, track), Contrast::ratio(shade, chip));
+            QVERIFY(std::max(Contrast::ratio(chip, track), edge) >= 3);
             // The plate is lighter than the track, and the track is visible on its card.
             QVERIFY(chip.lightnessF() > track.lightnessF());
-            QVERIFY(Theme::contrast(track, Theme::colour(Colour::card, scheme)) >= 1.2);
+            QVERIFY(Contrast::ratio(track, Theme::colour(Colour::card, scheme)) >= 1.2);
         }
     }
 
@@ -132,7 +133,7 @@ private Q_SLOTS:
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             const QColor text = Theme::colour(Colour::text, scheme);
             for (const auto& [ground, over] : plates)
-                QVERIFY(Theme::contrast(text, laidOver(over, ground, scheme)) >= 4.5);
+                QVERIFY(Contrast::ratio(text, laidOver(over, ground, scheme)) >= 4.5);
         }
     }
 
@@ -141,9 +142,9 @@ private Q_SLOTS:
         for (const ColourScheme scheme : { ColourScheme::light, ColourScheme::dark }) {
             for (const Colour over : { Colour::switchHovered, Colour::switchPressed }) {
                 const QColor track = laidOver(over, Colour::selection, scheme);
-                QVERIFY(Theme::contrast(Theme::colour(Colour::switchKnob, scheme), track) >= 3);
-                QVERIFY(Theme::contrast(track, Theme::colour(Colour::card, scheme)) >= 3);
-                QVERIFY(Theme::contrast(track, Theme::colour(Colour::sidebar, scheme)) >= 3);
+                QVERIFY(Contrast::ratio(Theme::colour(Colour::switchKnob, scheme), track) >= 3);
+                QVERIFY(Contrast::ratio(track, Theme::colour(Colour::card, scheme)) >= 3);
+                QVERIFY(Contrast::ratio(track, Theme::colour(Colour::sidebar, scheme)) >= 3);
             }
         }
     }
@@ -153,7 +154,7 @@ private Q_SLOTS:
         SystemAppearance::shared().setScheme(ColourScheme::dark);
         QVERIFY(Theme::colour(Colour::onSelection).lightnessF() < 0.2F);
         // Because the text is dark, a light accent is hardly changed for the selection.
-        QVERIFY(Theme::contrast(Theme::colour(Colour::selection), Theme::colour(Colour::accent)) < 1.1);
+        QVERIFY(Contrast::ratio(Theme::colour(Colour::selection), Theme::colour(Colour::accent)) < 1.1);
         SystemAppearance::shared().setScheme(ColourScheme::light);
         QVERIFY(Theme::colour(Colour::onSelection).lightnessF() > 0.8F);
     }

@@ -2,6 +2,7 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "KestrumShared/Popover/StablePopoverMaterial.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "tests/Support/PanelFixture.h"
 #include "tests/Support/Rows.h"
@@ -144,7 +145,7 @@ private Q_SLOTS:
                 const QColor surface = colourOver(ground, scheme);
                 for (const QColor& text :
                     { in(scheme).textColour(), in(scheme).secondaryTextColour(), in(scheme).headerColour() })
-                    QVERIFY2(Theme::contrast(text, surface) >= 4.5, qPrintable(surface.name() + text.name()));
+                    QVERIFY2(Contrast::ratio(text, surface) >= 4.5, qPrintable(surface.name() + text.name()));
             }
         }
     }
@@ -153,10 +154,10 @@ private Q_SLOTS:
     {
         for (const ColourScheme scheme : schemes) {
             const QColor surface = colourOver(Qt::white, scheme, { PopoverBackground::opaque });
-            QVERIFY(Theme::contrast(in(scheme).textColour(), surface) >= 4.5);
-            QVERIFY(Theme::contrast(in(scheme).secondaryTextColour(), surface) >= 4.5);
+            QVERIFY(Contrast::ratio(in(scheme).textColour(), surface) >= 4.5);
+            QVERIFY(Contrast::ratio(in(scheme).secondaryTextColour(), surface) >= 4.5);
             // The header has semibold capitals and a symbol, which need less contrast than texts.
-            QVERIFY(Theme::contrast(in(scheme).headerColour(), surface) >= 3);
+            QVERIFY(Contrast::ratio(in(scheme).headerColour(), surface) >= 3);
         }
     }
 };

@@ -3,6 +3,7 @@
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/MenuBar/MenuBarPage.h"
 #include "KestrumShared/Items/StripBackground.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "KestrumShared/Raster/LabelColour.h"
 #include "tests/Support/DrawingFixture.h"
 #include "tests/Support/Rows.h"
@@ -84,7 +85,7 @@ private Q_SLOTS:
                 QCOMPARE(drawn, scheme == ColourScheme::light ? row.light : row.dark);
                 for (const QColor& plate :
                     { StripBackground::plate(scheme), Theme::colour(Theme::Colour::previewPlate, scheme) })
-                    QVERIFY2(Theme::contrast(drawn, plate) >= 4.5, qPrintable(drawn.name()));
+                    QVERIFY2(Contrast::ratio(drawn, plate) >= 4.5, qPrintable(drawn.name()));
             }
             // The unit of the shown number has no effect on the colour.
             set("temperatureUnit", "fahrenheit");

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/CompactHeader.h"
 
+#include "KestrumShared/Popover/PanelSymbol.h"
 #include "KestrumShared/Popover/PanelText.h"
-#include "KestrumShared/Popover/PixelGrid.h"
-#include "Platform/Desktop/SymbolImage.h"
 
 #include <QFontInfo>
-#include <QTransform>
 
 namespace kestrum {
 namespace {
@@ -26,19 +24,11 @@ double CompactHeader::height(const PanelEnvironment&) const
 void CompactHeader::draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
 {
     const QRectF content = rect.adjusted(padding, padding, -padding, -padding);
-    const double symbolSize = QFontInfo(environment.font).pixelSize();
-    const QSizeF symbol = SymbolImage::size(icon, symbolSize);
-    if (!symbol.isEmpty()) {
-        QRectF place = environment.fromLeading(content, 0, symbol.width());
-        place.setTop(place.center().y() - symbol.height() / 2);
-        place.setHeight(symbol.height());
-        // The image is made for the device's scale and aligned with whole pixels, so that it is drawn sharply.
-        const double scale = painter.deviceTransform().m11();
-        const QImage image = SymbolImage::image(icon, symbolSize, environment.headerColour(), scale);
-        const QPointF corner = PixelGrid::aligned(place, painter).topLeft();
-        painter.drawImage(QRectF(corner, QSizeF(image.size()) / scale), image);
-    }
-    const double titleStart = symbol.width() + symbolGap;
+    const PanelSymbol symbol { icon, double(QFontInfo(environment.font).pixelSize()),
+        environment.headerColour() };
+    const double symbolWidth = symbol.size().width();
+    symbol.draw(painter, environment.fromLeading(content, 0, symbolWidth));
+    const double titleStart = symbolWidth + symbolGap;
     PanelText { title, PanelEnvironment::systemFont(titleSize, QFont::DemiBold), environment.textColour() }
         .draw(
             painter, environment.fromLeading(content, titleStart, content.width() - titleStart), environment);

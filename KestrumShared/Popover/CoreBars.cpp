@@ -1,18 +1,188 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/CoreBars.h"
 
-namespace kestrum {
+#include "KestrumShared/Popover/PixelGrid.h"
+#include "KestrumShared/Popover/SectionTitle.h"
+#include "KestrumShared/Popover/ValueRow.h"
+#include "KestrumShared/Text/AppLanguage.h"
 
-double CoreBars::height(const PanelEnvironment&) const
+#include <algorithm>
+#include <cmath>
+#include <numeric>
+
+namespace kestrum {
+namespace {
+
+constexpr double barHeight = 26;
+constexpr double wrappedHeight = 16; ///< where the bars need several rows
+constexpr double rowGap = 4;
+constexpr double tierGap = 12;
+constexpr double labelGap = 4; ///< between a tier's name and its bars
+constexpr double leastPitch = 5;
+constexpr double widestGap = 4;
+constexpr double largestRadius = 3.5;
+constexpr double leastBar = 2; ///< height of the bar of an idle core
+
+QString percent(double share)
 {
-    return 26;
+    return QStringLiteral("%1\u00A0%").arg(std::lround(std::clamp(share, 0.0, 1.0) * 100));
 }
 
-void CoreBars::draw(QPainter&, const QRectF&, const PanelEnvironment&) const { }
-
-QList<PanelElement> CoreBars::describe(const QRectF&, const PanelEnvironment&) const
+double mean(const QList<double>& loads)
 {
-    return {};
+    return loads.isEmpty() ? 0 : std::accumulate(loads.begin(), loads.end(), 0.0) / double(loads.size());
+}
+
+qsizetype coreCount(const CoreBars& cores)
+{
+    qsizetype count = 0;
+    for (const CoreBars::Tier& tier : cores.tiers)
+        count += tier.loads.size();
+    return count;
+}
+
+SectionTitle titleRow(const CoreBars& cores)
+{
+    return { cores.title, { { QString::number(coreCount(cores)) } } };
+}
+
+ValueRow label(const CoreBars::Tier& tier)
+{
+    return { tier.name, percent(mean(tier.loads)) };
+}
+
+struct CoreLayout {
+    double barsTop;
+    double tierWidth;
+    qsizetype rows = 1;
+    double rowHeight;
+
+    CoreLayout(const CoreBars& cores, double width, const PanelEnvironment& environment)
+    {
+        const auto count = std::max<qsizetype>(1, cores.tiers.size());
+        barsTop = titleRow(cores).height(environment) + environment.metrics.rowSpacing;
+        if (count > 1)
+            barsTop += label(cores.tiers.first()).height(environment) + labelGap;
+        tierWidth = (width - double(count - 1) * tierGap) / double(count);
+        const auto most = std::max<qsizetype>(1, qsizetype(tierWidth / leastPitch));
+        for (const CoreBars::Tier& tier : cores.tiers)
+            rows = std::max(rows, (tier.loads.size() + most - 1) / most);
+        rowHeight = rows > 1 ? wrappedHeight : barHeight;
+    }
+    double barsHeight() const { return double(rows) * rowHeight + double(rows - 1) * rowGap; }
+    QRectF tier(qsizetype index, const QRectF& rect, const PanelEnvironment& environment) const
+    {
+        return environment.fromLeading(rect, double(index) * (tierWidth + tierGap), tierWidth);
+    }
+    /// The cell of a core, with the room up to the next one.
+    QRectF cell(
+        const QRectF& tier, qsizetype core, qsizetype cores, const PanelEnvironment& environment) const
+    {
+        const qsizetype inRow = (cores + rows - 1) / rows;
+        const double gap = barGap(inRow);
+        const double pitch = (tierWidth + gap) / double(inRow);
+        QRectF cell = environment.fromLeading(tier, double(core % inRow) * pitch, pitch - gap);
+        cell.setTop(tier.top() + barsTop + double(core / inRow) * (rowHeight + rowGap));
+        cell.setHeight(rowHeight);
+        return cell;
+    }
+    double barGap(qsizetype inRow) const
+    {
+        return std::clamp(tierWidth / double(inRow) * 0.3, 1.0, widestGap);
+    }
+};
+
+/// The number of the pointed core and its load; nothing elsewhere.
+QString pointedText(
+    const CoreBars& cores, const CoreLayout& layout, const QRectF& rect, const PanelEnvironment& environment)
+{
+    qsizetype number = 0;
+    for (qsizetype index = 0; index < cores.tiers.size(); ++index) {
+        const CoreBars::Tier& tier = cores.tiers[index];
+        const QRectF place = layout.tier(index, rect, environment);
+        const double gap = layout.barGap((tier.loads.size() + layout.rows - 1) / layout.rows) / 2;
+        for (qsizetype core = 0; core < tier.loads.size(); ++core) {
+            ++number;
+            const QRectF cell = layout.cell(place, core, tier.loads.size(), environment);
+            if (environment.isPointed(cell.adjusted(-gap, 0, gap, 0)))
+                return AppLanguage::string("Core %1, %2")
+                    .arg(QString::number(number), percent(tier.loads[core]));
+        }
+    }
+    return QString();
+}
+
+void drawBar(QPainter& painter, const QRectF& cell, double load, const QColor& colour, MeterShape shape,
+    const PanelEnvironment& environment)
+{
+    const QRectF track = PixelGrid::aligned(cell, painter);
+    const double radius = shape == MeterShape::square ? 0 : std::min(largestRadius, track.width() / 2);
+    QRectF bar = track;
+    bar.setTop(track.bottom() - std::max(leastBar, std::clamp(load, 0.0, 1.0) * track.height()));
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(environment.trackColour());
+    painter.drawRoundedRect(track, radius, radius);
+    painter.setBrush(colour);
+    const double barRadius = std::min(radius, bar.height() / 2);
+    painter.drawRoundedRect(bar, barRadius, barRadius);
+}
+
+} // namespace
+
+double CoreBars::height(const PanelEnvironment& environment) const
+{
+    // A panel's sections are all of one width: the number of rows follows from it.
+    constexpr double width = 276;
+    const CoreLayout layout(*this, width, environment);
+    return layout.barsTop + layout.barsHeight();
+}
+
+void CoreBars::draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
+{
+    const CoreLayout layout(*this, rect.width(), environment);
+    SectionTitle row = titleRow(*this);
+    const QString pointed = pointedText(*this, layout, rect, environment);
+    if (!pointed.isEmpty())
+        row.heads.first().text = pointed;
+    row.draw(painter, QRectF(rect.topLeft(), QSizeF(rect.width(), row.height(environment))), environment);
+    for (qsizetype index = 0; index < tiers.size(); ++index) {
+        const Tier& tier = tiers[index];
+        const QRectF place = layout.tier(index, rect, environment);
+        if (tiers.size() > 1) {
+            const ValueRow name = label(tier);
+            QRectF labelPlace = place;
+            labelPlace.setHeight(name.height(environment));
+            labelPlace.moveBottom(rect.top() + layout.barsTop - labelGap);
+            name.draw(painter, labelPlace, environment);
+        }
+        const QColor colour = environment.readable(tier.colour);
+        for (qsizetype core = 0; core < tier.loads.size(); ++core)
+            drawBar(painter, layout.cell(place, core, tier.loads.size(), environment), tier.loads[core],
+                colour, shape, environment);
+    }
+}
+
+QList<PanelElement> CoreBars::describe(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    const SectionTitle row = titleRow(*this);
+    QList<PanelElement> elements
+        = row.describe(QRectF(rect.topLeft(), QSizeF(rect.width(), row.height(environment))), environment);
+    if (tiers.size() < 2)
+        return elements;
+    const CoreLayout layout(*this, rect.width(), environment);
+    for (qsizetype index = 0; index < tiers.size(); ++index) {
+        const Tier& tier = tiers[index];
+        PanelElement element;
+        element.role = PanelElement::Role::bar;
+        element.fraction = mean(tier.loads);
+        element.name = AppLanguage::string("%1, %2 cores, %3")
+                           .arg(tier.name, QString::number(tier.loads.size()), percent(mean(tier.loads)));
+        element.columns = { tier.name, percent(mean(tier.loads)) };
+        element.rect = layout.tier(index, rect, environment);
+        element.rect.setTop(rect.top() + row.height(environment) + environment.metrics.rowSpacing);
+        elements.append(element);
+    }
+    return elements;
 }
 
 } // namespace kestrum

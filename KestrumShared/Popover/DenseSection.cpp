@@ -2,21 +2,25 @@
 #include "KestrumShared/Popover/DenseSection.h"
 
 #include "KestrumShared/Popover/PanelStack.h"
-#include "KestrumShared/Popover/PanelText.h"
+#include "KestrumShared/Popover/SectionTitle.h"
 
 namespace kestrum {
 namespace {
 
 constexpr double sidePadding = 12;
-constexpr int sectionTitleSize = 10;
 
 PanelStack stack(const DenseSection& section, const PanelEnvironment& environment)
 {
     PanelStack stack { section.content, environment.metrics.rowSpacing };
     if (section.title)
-        stack.parts.prepend(PanelText { *section.title,
-            PanelEnvironment::systemFont(sectionTitleSize, QFont::DemiBold), environment.headerColour() });
+        stack.parts.prepend(SectionTitle { *section.title });
     return stack;
+}
+
+QRectF inner(const QRectF& rect, const PanelEnvironment& environment)
+{
+    const double padding = environment.metrics.sectionPadding;
+    return rect.adjusted(sidePadding, padding, -sidePadding, -padding);
 }
 
 } // namespace
@@ -28,9 +32,20 @@ double DenseSection::height(const PanelEnvironment& environment) const
 
 void DenseSection::draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
 {
-    const double padding = environment.metrics.sectionPadding;
-    stack(*this, environment)
-        .draw(painter, rect.adjusted(sidePadding, padding, -sidePadding, -padding), environment);
+    stack(*this, environment).draw(painter, inner(rect, environment), environment);
+}
+
+QList<PanelElement> DenseSection::describe(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    PanelElement group;
+    group.role = PanelElement::Role::group;
+    group.rect = rect;
+    group.children = stack(*this, environment).describe(inner(rect, environment), environment);
+    if (!group.children.isEmpty()) {
+        const PanelElement& first = group.children.first();
+        group.name = first.columns.isEmpty() ? first.name : first.columns.first();
+    }
+    return { group };
 }
 
 } // namespace kestrum

@@ -16,6 +16,8 @@ struct DenseSection {
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+    /// One group. Its name is the section's title, or the first words of its content.
+    QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
 };
 
 } // namespace kestrum

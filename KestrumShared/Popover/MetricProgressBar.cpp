@@ -43,4 +43,14 @@ void MetricProgressBar::draw(QPainter& painter, const QRectF& rect, const PanelE
     painter.drawRoundedRect(fill, cornerRadius, cornerRadius);
 }
 
+QList<PanelElement> MetricProgressBar::describe(const QRectF& rect, const PanelEnvironment&) const
+{
+    PanelElement bar;
+    bar.role = PanelElement::Role::bar;
+    bar.name = name;
+    bar.rect = rect;
+    bar.fraction = value > 0 ? std::min(value, 1.0) : 0;
+    return { bar };
+}
+
 } // namespace kestrum

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Popover/PanelEnvironment.h"
+#include "KestrumShared/Popover/PanelPart.h"
 
 #include <QPainter>
+#include <QString>
 #include <optional>
 
 namespace kestrum {
@@ -12,9 +13,11 @@ namespace kestrum {
 struct MetricProgressBar {
     double value = 0;                                ///< filled share, limited to 0…1; NaN counts as 0
     std::optional<QColor> fillColour = std::nullopt; ///< nothing for the default colour
+    QString name = {};                               ///< what the bar shows, for screen readers
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+    QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
 };
 
 } // namespace kestrum

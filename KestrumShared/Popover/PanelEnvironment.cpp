@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PanelEnvironment.h"
 
+#include "KestrumShared/Popover/PopoverSurface.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "KestrumShared/Raster/HeadingBlue.h"
 #include "KestrumShared/Raster/LabelColour.h"
 
@@ -38,17 +40,34 @@ QColor PanelEnvironment::dividerColour() const
     return scheme == ColourScheme::dark ? QColor::fromRgbF(1, 1, 1, 0.16F) : QColor::fromRgbF(0, 0, 0, 0.14F);
 }
 
-QColor PanelEnvironment::ground() const
+QColor PanelEnvironment::trackColour() const
 {
-    if (background == PopoverBackground::opaque)
-        return scheme == ColourScheme::dark ? QColor::fromRgbF(0.12F, 0.13F, 0.14F)
-                                            : QColor::fromRgbF(0.78F, 0.80F, 0.82F);
-    return scheme == ColourScheme::dark ? QColor(0x2F, 0x2F, 0x33) : QColor(0xDF, 0xDF, 0xE1);
+    return scheme == ColourScheme::dark ? QColor::fromRgbF(1, 1, 1, 0.09F) : QColor::fromRgbF(0, 0, 0, 0.07F);
 }
 
-QColor PanelEnvironment::readable(const QColor& colour, double) const
+QColor PanelEnvironment::ground() const
 {
-    return colour;
+    return PopoverSurface::ground(background, scheme);
+}
+
+QColor PanelEnvironment::readable(const QColor& colour, double least) const
+{
+    return Contrast::readable(colour, ground(), least, scheme);
+}
+
+QRectF PanelEnvironment::plate(const QRectF& element)
+{
+    constexpr double buttonHeight = 20;
+    return element.height() < buttonHeight ? element.marginsAdded({ 6, 3, 6, 3 }) : element;
+}
+
+void PanelEnvironment::drawPlate(QPainter& painter, const QRectF& element) const
+{
+    if (!isPointed(plate(element)))
+        return;
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(trackColour());
+    painter.drawRoundedRect(plate(element), plateRadius, plateRadius);
 }
 
 QRectF PanelEnvironment::fromLeading(const QRectF& bounds, double distance, double width) const

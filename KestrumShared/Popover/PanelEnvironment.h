@@ -7,6 +7,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QPainter>
 #include <QRectF>
 #include <optional>
 
@@ -30,13 +31,23 @@ struct PanelEnvironment {
     QColor secondaryTextColour() const;
     QColor headerColour() const; ///< colour of headers' symbols and of sections' titles
     QColor dividerColour() const;
+    QColor trackColour() const; ///< below graphs and cores, and below what can be pressed at the pointer
 
     /// The colour under the parts where it differs least from them: translucent backgrounds lie over black in the light
     /// scheme and over white in the dark scheme.
     QColor ground() const;
     /// `colour`, darker in the light scheme or lighter in the dark scheme, as little as necessary to have the contrast
-    /// ratio `least` to `ground`. Use 3 for shapes and 4.5 for texts.
+    /// ratio `least` to `ground`; black or white where no colour has it. Use 3 for shapes and 4.5 for texts.
     QColor readable(const QColor& colour, double least = 3) const;
+
+    /// Whether the pointer is in `rect`.
+    bool isPointed(const QRectF& rect) const { return pointer && rect.contains(*pointer); }
+    /// The rectangle around an element that can be pressed: a press, the pointer's plate and the keyboard's ring are there.
+    /// It is larger than a row, and the element itself where that is a button with room around its symbol.
+    static QRectF plate(const QRectF& element);
+    static constexpr double plateRadius = 5;
+    /// Draws the plate below an element that can be pressed, while the pointer is on it.
+    void drawPlate(QPainter& painter, const QRectF& element) const;
 
     /// The part of `bounds` that is `width` wide and begins at `distance` from the leading edge.
     QRectF fromLeading(const QRectF& bounds, double distance, double width) const;

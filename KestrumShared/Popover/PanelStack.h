@@ -21,12 +21,29 @@ struct PanelStack {
     }
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
     {
+        const QList<QRectF> at = places(rect, environment);
+        for (qsizetype i = 0; i < parts.size(); ++i)
+            parts[i].draw(painter, at[i], environment);
+    }
+    QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const
+    {
+        QList<PanelElement> elements;
+        const QList<QRectF> at = places(rect, environment);
+        for (qsizetype i = 0; i < parts.size(); ++i)
+            elements += parts[i].describe(at[i], environment);
+        return elements;
+    }
+
+    /// The rectangles of the parts, when the stack is drawn into `rect`.
+    QList<QRectF> places(const QRectF& rect, const PanelEnvironment& environment) const
+    {
+        QList<QRectF> places;
         double top = rect.top();
         for (const PanelPart& part : parts) {
-            const double height = part.height(environment);
-            part.draw(painter, QRectF(rect.left(), top, rect.width(), height), environment);
-            top += height + spacing;
+            places.append(QRectF(rect.left(), top, rect.width(), part.height(environment)));
+            top = places.last().bottom() + spacing;
         }
+        return places;
     }
 };
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PanelText.h"
 
+#include "KestrumShared/Popover/IsolatedRuns.h"
+
 #include <QFontMetricsF>
 #include <algorithm>
 #include <cmath>
@@ -19,7 +21,9 @@ void PanelText::draw(QPainter& painter, const QRectF& rect, const PanelEnvironme
     painter.setFont(font);
     painter.setPen(colour);
     painter.setLayoutDirection(environment.direction);
-    const QString shown = QFontMetricsF(font).elidedText(text, Qt::ElideRight, std::max(0.0, rect.width()));
+    QString shown = QFontMetricsF(font).elidedText(text, Qt::ElideRight, std::max(0.0, rect.width()));
+    if (isFromRight)
+        shown = isolatedRuns(shown);
     // With absolute alignment, the text's own direction has no effect: in a left-to-right panel, right-to-left text is also
     // aligned to the left.
     const int edge = int(Qt::AlignAbsolute) | int(isFromRight ? Qt::AlignRight : Qt::AlignLeft);

@@ -2,6 +2,7 @@
 #include "KestrumShared/Popover/PopoverSurface.h"
 
 #include "KestrumShared/Popover/StablePopoverMaterial.h"
+#include "KestrumShared/Raster/Contrast.h"
 #include "KestrumShared/Settings/Setting.h"
 
 namespace kestrum {
@@ -13,9 +14,21 @@ QColor opaqueGround(ColourScheme scheme)
                                         : QColor::fromRgbF(0.78F, 0.80F, 0.82F);
 }
 
-constexpr float shade = 0.07F; ///< opacity of the black layer over the translucent material
+/// The black layer over the translucent material.
+QColor shade()
+{
+    return QColor::fromRgbF(0, 0, 0, 0.07F);
+}
 
 } // namespace
+
+QColor PopoverSurface::ground(PopoverBackground background, ColourScheme scheme)
+{
+    if (background == PopoverBackground::opaque)
+        return opaqueGround(scheme);
+    const QColor worst = scheme == ColourScheme::dark ? Qt::white : Qt::black;
+    return Contrast::laidOver(shade(), Contrast::laidOver(StablePopoverMaterial {}.tint(scheme), worst));
+}
 
 void PopoverSurface::draw(
     QPainter& painter, const QRectF& rect, double cornerRadius, const PanelEnvironment& environment) const
@@ -25,7 +38,7 @@ void PopoverSurface::draw(
     if (!isOpaque)
         StablePopoverMaterial { blendsWithinWindow }.draw(painter, rect, cornerRadius, environment);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(isOpaque ? opaqueGround(environment.scheme) : QColor::fromRgbF(0, 0, 0, shade));
+    painter.setBrush(isOpaque ? opaqueGround(environment.scheme) : shade());
     painter.drawRoundedRect(rect, cornerRadius, cornerRadius);
 }
 

@@ -16,6 +16,10 @@ struct PopoverSurface {
     /// Whether the content behind the popover belongs to the same window.
     bool blendsWithinWindow = false;
 
+    /// The colour of a popover's surface over other windows where it is nearest to what is drawn on it: a translucent surface
+    /// lies over black in the light scheme and over white in the dark scheme.
+    static QColor ground(PopoverBackground background, ColourScheme scheme);
+
     void draw(QPainter& painter, const QRectF& rect, double cornerRadius,
         const PanelEnvironment& environment) const;
 };

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Popover/PanelEnvironment.h"
+#include "KestrumShared/Popover/PanelPart.h"
 
 #include <QPainter>
 #include <QString>
@@ -18,6 +18,7 @@ struct ValueRow {
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+    QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
 };
 
 } // namespace kestrum

@@ -153,15 +153,18 @@ QString AppLanguage::string(const QString& key)
 
 QString AppLanguage::string(const char* key, const QStringList& values)
 {
-    static constexpr QLatin1StringView placeholder("%@");
-    QString text = string(key);
-    qsizetype place = 0;
-    for (const QString& value : values) {
-        place = text.indexOf(placeholder, place);
-        if (place < 0)
-            break;
-        text.replace(place, placeholder.size(), value);
-        place += value.size(); // a placeholder within a value is not replaced
+    const QString pattern = string(key);
+    QString text;
+    qsizetype next = 0;
+    for (qsizetype i = 0; i < pattern.size(); ++i) {
+        const char16_t mark = pattern[i] == u'%' && i + 1 < pattern.size() ? pattern[i + 1].unicode() : u'\0';
+        const qsizetype place = mark == u'@' ? next++ : mark >= u'1' && mark <= u'9' ? mark - u'1' : -1;
+        if (place >= 0 && place < values.size()) {
+            text += values[place];
+            ++i;
+        } else {
+            text += pattern[i];
+        }
     }
     return text;
 }

@@ -27,7 +27,8 @@ void recordLaunchedCode();
 /// The translation of `key` in the language in effect; `key` itself if there is none.
 QString string(const char* key);
 QString string(const QString& key);
-/// The translation of `key`, in which each "%@" is replaced by the next of `values`.
+/// The translation of `key`, in which each "%@" is replaced by the next of `values`, and "%1" to "%9" by the value of that
+/// number. A place without a value stays as it is.
 QString string(const char* key, const QStringList& values);
 
 /// The codes of the languages in the main bundle, with the development language first.

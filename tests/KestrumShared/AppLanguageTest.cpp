@@ -113,6 +113,8 @@ private Q_SLOTS:
         // A placeholder inside an inserted value is not replaced.
         QCOMPARE(AppLanguage::string("%@ and %@.", { text("%@"), text("b") }), text("%@ and b."));
         QCOMPARE(AppLanguage::string("%@ and %@.", { text("a") }), text("a and %@."));
+        QCOMPARE(AppLanguage::string("%2 of %1: %2 %", { text("%2"), text("b") }), text("b of %2: b %"));
+        QCOMPARE(AppLanguage::string("%1 and %2.", { text("a") }), text("a and %2."));
         QCOMPARE(AppLanguage::string("Nothing", { text("a") }), text("Nothing"));
     }
 

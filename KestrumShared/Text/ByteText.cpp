@@ -5,6 +5,7 @@
 #include "KestrumShared/Text/TextLocale.h"
 #include "Platform/Store/GlobalDomain.h"
 
+#include <algorithm>
 #include <cmath>
 #include <iterator>
 #include <unicode/measunit.h>
@@ -32,6 +33,17 @@ double rounded(double value, int decimals)
 {
     const double scale = std::pow(10.0, decimals);
     return std::nearbyint(value * scale) / scale;
+}
+
+// The number of decimals of a steady text. The digits before the point are those of the shown value: 9.996 is shown as
+// "10.0" and not as "10.00".
+int steadyDecimals(double value, int most, ByteText::Counting counting)
+{
+    const auto reaches
+        = [value](double limit, int decimals) { return std::abs(rounded(value, decimals)) >= limit; };
+    if (reaches(100, std::min(most, counting == ByteText::Counting::file ? 1 : 2)))
+        return 0;
+    return counting == ByteText::Counting::file && reaches(10, most) ? std::min(most, 1) : most;
 }
 
 } // namespace
@@ -63,6 +75,20 @@ QString ByteText::Style::format(qint64 bytes) const
     UErrorCode status = U_ZERO_ERROR;
     return TextLocale::fromUnicode(
         TextLocale::formatter(language, region, settings).formatDouble(shown, status).toString(status));
+}
+
+QString ByteText::Style::steady(qint64 bytes) const
+{
+    const double base = counting == Counting::memory ? 1024 : 1000;
+    double value = double(bytes) / base;
+    size_t unit = 1;
+    int decimals = 0;
+    for (;; value /= base, ++unit) {
+        decimals = steadyDecimals(value, units[unit].decimals, counting);
+        if (std::abs(rounded(value, decimals)) < base || unit + 1 == std::size(units))
+            break;
+    }
+    return TextLocale::number(value, { units[unit].measure, decimals }, language, region);
 }
 
 } // namespace kestrum

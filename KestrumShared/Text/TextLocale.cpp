@@ -4,12 +4,14 @@
 #include "Platform/Desktop/ToolkitTexts.h"
 
 #include <QByteArrayView>
+#include <algorithm>
 #include <memory>
 #include <unicode/dcfmtsym.h>
 #include <unicode/localebuilder.h>
 #include <unicode/locid.h>
 #include <unicode/numsys.h>
 #include <unicode/uloc.h>
+#include <vector>
 
 namespace kestrum {
 namespace {
@@ -102,6 +104,37 @@ icu::number::LocalizedNumberFormatter TextLocale::formatter(
         }
     }
     return settings.locale(locale).symbols(symbols);
+}
+
+QString TextLocale::number(
+    double value, const NumberForm& form, const QString& language, const QString& region)
+{
+    struct Kept {
+        NumberForm form;
+        QString language;
+        QString region;
+        icu::number::LocalizedNumberFormatter formatter;
+    };
+    static constexpr size_t mostKept = 64; // more than all popovers need in one language
+    thread_local std::vector<Kept> kept;
+
+    auto found = std::find_if(kept.begin(), kept.end(), [&](const Kept& one) {
+        return one.form == form && one.language == language && one.region == region;
+    });
+    if (found == kept.end()) {
+        auto settings = icu::number::NumberFormatter::with()
+                            .precision(icu::number::Precision::fixedFraction(form.decimals))
+                            .integerWidth(icu::number::IntegerWidth::zeroFillTo(form.leastDigits))
+                            .sign(UNUM_SIGN_NEGATIVE);
+        if (form.unit)
+            settings = std::move(settings).unit(form.unit()).unitWidth(UNUM_UNIT_WIDTH_SHORT);
+        if (kept.size() == mostKept)
+            kept.clear();
+        kept.push_back({ form, language, region, formatter(language, region, settings) });
+        found = kept.end() - 1;
+    }
+    UErrorCode status = U_ZERO_ERROR;
+    return fromUnicode(found->formatter.formatDouble(value, status).toString(status));
 }
 
 QString TextLocale::fromUnicode(const icu::UnicodeString& text)

@@ -3,6 +3,7 @@
 
 #include <QString>
 #include <unicode/locid.h>
+#include <unicode/measunit.h>
 #include <unicode/numberformatter.h>
 
 namespace kestrum {
@@ -17,6 +18,19 @@ icu::Locale ofLanguage(const QString& code);
 /// A number formatter for `language` (a code such as "de") and `region` (such as "US"; may be empty).
 icu::number::LocalizedNumberFormatter formatter(
     const QString& language, const QString& region, const icu::number::UnlocalizedNumberFormatter& settings);
+
+/// How a number is written: with exactly so many decimals and at least so many digits before them, and with the unit's short
+/// symbol, if there is a unit.
+struct NumberForm {
+    icu::MeasureUnit (*unit)() = nullptr;
+    int decimals = 0;
+    int leastDigits = 1;
+    bool operator==(const NumberForm&) const = default;
+};
+
+/// `value` in `form`, with no sign of a negative zero. For texts that change often: making a formatter takes hundreds of times as
+/// long as using it, so each thread keeps the formatters that it has used.
+QString number(double value, const NumberForm& form, const QString& language, const QString& region);
 
 QString fromUnicode(const icu::UnicodeString& text);
 

@@ -9,7 +9,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <unicode/measunit.h>
 
 namespace kestrum {
 namespace {
@@ -64,31 +63,28 @@ QString Units::degrees(double celsius, TemperatureUnit unit)
 
 QString Units::temperature(double celsius, int fraction)
 {
+    return temperature(celsius, fraction, temperatureUnit());
+}
+
+QString Units::temperature(double celsius, int fraction, TemperatureUnit shownUnit)
+{
     static constexpr int maximumFraction = 20;
-    const TemperatureUnit shownUnit = temperatureUnit();
     const bool isFahrenheit = shownUnit == TemperatureUnit::fahrenheit;
     // Whole degrees are formatted without ICU: its tables would take a tenth of the application's memory, and the first page
     // shows only whole degrees. The program's own translations contain the unit; a test compares them with ICU. Canada is
     // left to ICU: only there, units are written in another way than in other regions with the same language.
     const QString region = GlobalDomain::numberRegion();
-    const double value = shown(celsius, shownUnit);
+    // Whole degrees are rounded as `degrees` does it, so that an item and its popover show the same.
+    const double value = fraction <= 0 ? std::round(shown(celsius, shownUnit)) : shown(celsius, shownUnit);
     if (isOfDigitsOnly(value, fraction) && region != QLatin1StringView("CA")) {
         const QString digits = ToolkitTexts::locale(AppLanguage::code()).toString(int(value));
         return isFahrenheit ? AppLanguage::string("%@°F", { digits })
                             : AppLanguage::string("%@°C", { digits });
     }
-    const auto unit = isFahrenheit ? icu::MeasureUnit::getFahrenheit() : icu::MeasureUnit::getCelsius();
-    const auto settings
-        = icu::number::NumberFormatter::with()
-              .unit(unit)
-              .unitWidth(UNUM_UNIT_WIDTH_SHORT)
-              .precision(icu::number::Precision::fixedFraction(std::clamp(fraction, 0, maximumFraction)))
-              .sign(UNUM_SIGN_NEGATIVE);
-    UErrorCode status = U_ZERO_ERROR;
+    const auto unit = isFahrenheit ? icu::MeasureUnit::getFahrenheit : icu::MeasureUnit::getCelsius;
     // Non-breaking spaces prevent line breaks between a number and its unit, and within units that contain spaces.
-    return TextLocale::fromUnicode(TextLocale::formatter(AppLanguage::code(), region, settings)
-                                       .formatDouble(value, status)
-                                       .toString(status))
+    return TextLocale::number(
+        value, { unit, std::clamp(fraction, 0, maximumFraction) }, AppLanguage::code(), region)
         .replace(u' ', QChar::Nbsp);
 }
 

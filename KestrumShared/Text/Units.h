@@ -27,6 +27,7 @@ QString degrees(double celsius, TemperatureUnit unit);
 
 /// A text with the unit's symbol and exactly `fraction` decimals, such as "21.3°C".
 QString temperature(double celsius, int fraction);
+QString temperature(double celsius, int fraction, TemperatureUnit unit);
 
 } // namespace Units
 

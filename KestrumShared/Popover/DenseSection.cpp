@@ -7,7 +7,6 @@
 namespace kestrum {
 namespace {
 
-constexpr double sidePadding = 12;
 
 PanelStack stack(const DenseSection& section, const PanelEnvironment& environment)
 {

@@ -11,6 +11,8 @@ namespace kestrum {
 
 /// A section of a panel: parts one below the other, with an optional title above them.
 struct DenseSection {
+    static constexpr double sidePadding = 12; ///< on each side of the content, in points
+
     std::optional<QString> title = std::nullopt;
     QList<PanelPart> content = {};
 

@@ -1,20 +1,25 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/PopoverPanel.h"
 
-#include "KestrumShared/Popover/DenseSection.h"
-#include "KestrumShared/Popover/PanelDivider.h"
-#include "KestrumShared/Popover/PanelStack.h"
-#include "KestrumShared/Popover/PopoverHeader.h"
+#include "KestrumShared/Popover/SectionPanel.h"
 
 namespace kestrum {
 
-PopoverPanel PopoverPanel::of(MonitorSection, const PopoverReadings&, const PopoverState& state,
-    const SettingsSnapshot&, const PanelEnvironment&)
+PopoverPanel PopoverPanel::of(MonitorSection section, const PopoverReadings& readings,
+    const PopoverState& state, const SettingsSnapshot& settings, const PanelEnvironment& environment)
 {
-    PopoverHeader header;
-    header.title = QStringLiteral("CPU");
-    header.isPinned = state.isPinned;
-    return { PanelStack { { header, PanelDivider {} } }, { DenseSection { QStringLiteral("USAGE"), {} } } };
+    const SectionPanel panel(readings, state, settings, environment);
+    switch (section) {
+    case MonitorSection::cpu:
+        return panel.cpu();
+    case MonitorSection::memory:
+        return panel.memory();
+    case MonitorSection::storage:
+        return panel.disk();
+    case MonitorSection::sensors:
+        return panel.sensors();
+    }
+    return panel.cpu(); // for a number that is not an enumerator
 }
 
 } // namespace kestrum

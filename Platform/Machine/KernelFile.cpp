@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <poll.h>
 
 namespace kestrum {
 
@@ -42,22 +43,32 @@ std::optional<std::string_view> KernelFile::read()
 
 std::optional<std::string_view> KernelFile::readOpened()
 {
-    if (m_buffer.empty())
-        m_buffer.resize(4096);
     std::size_t size = 0;
     for (;;) {
-        const std::size_t room = m_buffer.size() - size;
-        const ssize_t count = ::pread(m_descriptor.get(), m_buffer.data() + size, room, off_t(size));
+        if (size >= maximumBytes)
+            return std::string_view(m_buffer.data(), size);
+        if (size == m_buffer.size())
+            m_buffer.resize(std::max<std::size_t>(4096, m_buffer.size() * 2));
+        const ssize_t count
+            = ::pread(m_descriptor.get(), m_buffer.data() + size, m_buffer.size() - size, off_t(size));
         if (count < 0 && errno == EINTR)
             continue;
         if (count < 0)
             return std::nullopt;
-        size += std::size_t(count);
-        // A large enough buffer gets the whole text in one read. So the text has ended if the buffer is not full.
-        if (std::size_t(count) < room || m_buffer.size() >= maximumBytes)
+        // A text of several records, such as a table of mounts, comes in pieces of less than a page, however large the
+        // buffer is. So only an empty piece is the end.
+        if (count == 0)
             return std::string_view(m_buffer.data(), size);
-        m_buffer.resize(m_buffer.size() * 2);
+        size += std::size_t(count);
     }
+}
+
+bool KernelFile::hasChanged() const
+{
+    if (!m_descriptor.isValid())
+        return true;
+    pollfd file { m_descriptor.get(), POLLPRI, 0 };
+    return ::poll(&file, 1, 0) > 0 && (file.revents & POLLPRI) != 0;
 }
 
 std::string_view KernelFile::readWord()

@@ -11,7 +11,7 @@
 
 namespace kestrum {
 
-/// A file in "/proc" or "/sys". The file stays open, so that a repeated read costs one system call. After a failure, some
+/// A file in "/proc" or "/sys". The file stays open, so that a repeated read costs two short system calls. After a failure, some
 /// calls of `read` return nothing without an attempt. The number of these calls doubles with each failure, up to
 /// `longestPause`. Then the file is opened again, because devices appear and permissions change.
 class KernelFile {
@@ -30,6 +30,11 @@ public:
 
     /// The content as one whole number, which may be negative. Nothing if the content is anything else or cannot be read.
     std::optional<qint64> readNumber();
+
+    /// Whether the kernel has told of a change since the last call, or since the file was opened. Few files tell: among
+    /// them are "/proc/self/mountinfo" and "/proc/mdstat". True while the file is not open. Ask before reading, so that a
+    /// change in between is told the next time.
+    bool hasChanged() const;
 
 private:
     std::optional<std::string_view> readOpened();

@@ -41,6 +41,30 @@ private Q_SLOTS:
         }
     }
 
+    void aTextOfManyRecordsIsReadWhole()
+    {
+        // The kernel gives such a text in pieces of less than a page each.
+        KernelFile maps(QStringLiteral("/proc/self/maps"));
+        for (int i = 0; i < 2; ++i) {
+            const std::string_view text = maps.read().value_or("");
+            QVERIFY(text.size() > 8192);
+            QVERIFY(text.find("[stack]") != std::string_view::npos);
+        }
+    }
+
+    void aFileThatTellsNothingHasChangedUntilItIsOpen()
+    {
+        KernelFile file(path());
+        QVERIFY(file.hasChanged());
+        write("one");
+        QVERIFY(file.read());
+        QVERIFY(!file.hasChanged());
+        KernelFile mounts(QStringLiteral("/proc/self/mountinfo"));
+        QVERIFY(mounts.hasChanged());
+        QVERIFY(mounts.read());
+        QVERIFY(!mounts.hasChanged());
+    }
+
     void noMoreIsReadThanAFileOfTheKernelHas()
     {
         write(QByteArray(qsizetype(KernelFile::maximumBytes) * 2, 'x'));

@@ -66,7 +66,7 @@ void readMemory(benchmark::State& state)
 
 void readPressure(benchmark::State& state)
 {
-    MemoryPressure pressure;
+    Pressure pressure(Pressure::Resource::memory);
     for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(pressure.read());
 }

@@ -7,7 +7,7 @@ LiveReadings::LiveReadings(const QString& root)
     : m_cpuLoad(root)
     , m_cpuPower(root)
     , m_memory(root)
-    , m_pressureFile(root)
+    , m_pressureFile(Pressure::Resource::memory, root)
     , m_slow(root)
 {
 }

@@ -5,8 +5,8 @@
 #include "KestrumShared/Readings/SlowReadings.h"
 #include "Platform/Machine/CPULoad.h"
 #include "Platform/Machine/CPUPower.h"
-#include "Platform/Machine/MemoryPressure.h"
 #include "Platform/Machine/MemoryUse.h"
+#include "Platform/Machine/Pressure.h"
 
 namespace kestrum {
 
@@ -44,7 +44,7 @@ private:
     CPULoad m_cpuLoad;
     CPUPower m_cpuPower;
     MemoryUse m_memory;
-    MemoryPressure m_pressureFile;
+    Pressure m_pressureFile;
     SlowReadings m_slow;
     std::optional<double> m_cpuWatts;
     std::optional<double> m_memoryPressure;

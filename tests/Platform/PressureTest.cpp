@@ -1,18 +1,18 @@
-#include "Platform/Machine/MemoryPressure.h"
+#include "Platform/Machine/Pressure.h"
 #include "tests/Support/FileTree.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
 using namespace kestrum;
 
-class MemoryPressureTest : public QObject {
+class PressureTest : public QObject {
     Q_OBJECT
 private:
     static std::optional<double> read(const QByteArray& text)
     {
         const FileTree tree;
         tree.write(QStringLiteral("proc/pressure/memory"), text);
-        return MemoryPressure(tree.root()).read();
+        return Pressure(Pressure::Resource::memory, tree.root()).read();
     }
 
 private Q_SLOTS:
@@ -35,6 +35,15 @@ private Q_SLOTS:
             QVERIFY2(qAbs(read(row.text).value_or(-1) - row.pressure) < 1e-9, row.name);
     }
 
+    void eachResourceHasItsOwn()
+    {
+        const FileTree tree;
+        tree.write(QStringLiteral("proc/pressure/memory"), "some avg10=25.00 avg60=0.00\n");
+        tree.write(QStringLiteral("proc/pressure/io"), "some avg10=50.00 avg60=0.00\n");
+        QCOMPARE(Pressure(Pressure::Resource::memory, tree.root()).read(), std::optional(0.25));
+        QCOMPARE(Pressure(Pressure::Resource::io, tree.root()).read(), std::optional(0.5));
+    }
+
     void junkIsAbsent()
     {
         for (const char* text : { "", "\n", "some", "some ", "some avg10=", "some avg10=1", "some avg10=1.",
@@ -46,9 +55,10 @@ private Q_SLOTS:
 
     void kernelsThatDoNotMeasureItGiveNone()
     {
-        QCOMPARE(MemoryPressure(FileTree().root()).read(), std::nullopt);
+        for (const auto resource : { Pressure::Resource::memory, Pressure::Resource::io })
+            QCOMPARE(Pressure(resource, FileTree().root()).read(), std::nullopt);
     }
 };
 
-KESTRUM_TEST_MAIN(QCoreApplication, MemoryPressureTest)
-#include "MemoryPressureTest.moc"
+KESTRUM_TEST_MAIN(QCoreApplication, PressureTest)
+#include "PressureTest.moc"

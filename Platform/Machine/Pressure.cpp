@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Platform/Machine/MemoryPressure.h"
+#include "Platform/Machine/Pressure.h"
 
 #include "Platform/Machine/KernelText.h"
 
@@ -7,14 +7,16 @@
 
 namespace kestrum {
 
-MemoryPressure::MemoryPressure(const QString& root)
-    : m_file(root + QStringLiteral("/proc/pressure/memory"))
+Pressure::Pressure(Resource resource, const QString& root)
+    : m_file(root
+        + (resource == Resource::memory ? QStringLiteral("/proc/pressure/memory")
+                                        : QStringLiteral("/proc/pressure/io")))
 {
 }
 
 // The line is "some avg10=1.53 avg60=0.87 avg300=0.21 total=1234567"; the line "full" has the same form. The averages
 // are in percent, with two decimals.
-std::optional<double> MemoryPressure::read()
+std::optional<double> Pressure::read()
 {
     static constexpr std::string_view label = "avg10=";
     std::string_view content = m_file.read().value_or(std::string_view());

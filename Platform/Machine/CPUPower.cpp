@@ -2,6 +2,7 @@
 #include "Platform/Machine/CPUPower.h"
 
 #include <QDir>
+#include <algorithm>
 
 namespace kestrum {
 namespace {
@@ -34,9 +35,16 @@ std::optional<double> CPUPower::read(Clock::time_point now)
         joules += double(spent.value_or(0)) / 1e6;
     }
     const double watts = isWhole ? joules / seconds : 0;
-    if (!isWhole || watts > largestPackageWatts * double(m_packages.size()))
+    // A running processor uses some power. A counter that stands still, as in virtual machines, does not measure it.
+    if (watts <= 0 || watts > largestPackageWatts * double(m_packages.size()))
         return std::nullopt;
     return watts;
+}
+
+bool CPUPower::isDenied() const
+{
+    return std::any_of(m_packages.begin(), m_packages.end(),
+        [](const Package& package) { return package.energy.isDenied(); });
 }
 
 void CPUPower::pause()

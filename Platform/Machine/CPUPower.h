@@ -17,9 +17,13 @@ public:
 
     explicit CPUPower(const QString& root = {});
 
-    /// The mean power of all packages together since the last call, in watts. Nothing at the first call, or if a package
-    /// cannot be read. Only tests pass `now`.
+    /// The mean power of all packages together since the last call, in watts, always more than 0. Nothing at the first
+    /// call, or if a package cannot be read. Only tests pass `now`.
     std::optional<double> read(Clock::time_point now = Clock::now());
+
+    /// Whether there are counters, but this process was not allowed to read one of them at the last attempt. `read` goes on
+    /// trying, because an administrator can give the permission at any time.
+    bool isDenied() const;
 
     /// Call this before a pause in reading: a counter could wrap around unnoticed, so the last counters are discarded.
     void pause();

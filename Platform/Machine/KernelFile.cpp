@@ -29,6 +29,7 @@ std::optional<std::string_view> KernelFile::read()
     }
     // Without O_NONBLOCK, opening a pipe at this path would wait for a writer.
     m_descriptor = FileDescriptor(::open(m_path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    m_isDenied = !m_descriptor.isValid() && errno == EACCES;
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened()) {
             m_pause = 0;

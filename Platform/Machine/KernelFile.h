@@ -36,6 +36,9 @@ public:
     /// change in between is told the next time.
     bool hasChanged() const;
 
+    /// Whether the file exists, but this process had no permission to open it at the last attempt.
+    bool isDenied() const { return m_isDenied; }
+
 private:
     std::optional<std::string_view> readOpened();
 
@@ -44,6 +47,7 @@ private:
     std::vector<char> m_buffer;
     int m_pause = 0;    ///< number of reads skipped after the last failure; 0 after a success
     int m_passOver = 0; ///< number of reads that are still to be skipped
+    bool m_isDenied = false;
 };
 
 } // namespace kestrum

@@ -46,7 +46,9 @@ private Q_SLOTS:
             QList<Read> reads;
         } rows[] {
             { "three reads", "262143328850",
-                { { 0s, "1000000000", {} }, { 2s, "1025000000", 12.5 }, { 3s, "1025000000", 0.0 } } },
+                { { 0s, "1000000000", {} }, { 2s, "1025000000", 12.5 }, { 3s, "1026000000", 1.0 } } },
+            { "a counter that stands still", "262143328850",
+                { { 0s, "1000000000", {} }, { 1s, "1000000000", {} }, { 2s, "1000000000", {} } } },
             { "a counter that came round", "100000000", { { 0s, "99000000", {} }, { 1s, "9000000", 10.0 } } },
             // The counter restarts, as after a suspend. An overflow within a second would need 62 kW.
             { "a counter that was set back", "262143328850",
@@ -103,15 +105,44 @@ private Q_SLOTS:
         QCOMPARE(power.read(m_start + 1s), std::nullopt);
     }
 
-    void countersForTheAdministratorOnlyAreAbsent()
+    void countersForTheAdministratorOnlyAreDenied()
     {
         writeZone("intel-rapl:0", "package-0", "0");
-        const QString energy = m_tree->path(path("intel-rapl:0", "energy_uj"));
+        writeZone("intel-rapl:1", "package-1", "0");
+        const QString energy = m_tree->path(path("intel-rapl:1", "energy_uj"));
         QVERIFY(QFile::setPermissions(energy, QFileDevice::Permissions()));
-        const OrdinaryUser user({ m_tree->root() });
+        const OrdinaryUser user({ m_tree->root(), energy });
         CPUPower power(m_tree->root());
-        for (int second = 0; second < 100; ++second)
+        QVERIFY(!power.isDenied());
+        int second = 0;
+        for (; second < 100; ++second) {
             QCOMPARE(power.read(m_start + std::chrono::seconds(second)), std::nullopt);
+            QVERIFY(power.isDenied());
+        }
+        QVERIFY(QFile::setPermissions(energy, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+        // The first successful read has none to be compared with.
+        const int last = second + KernelFile::longestPause + 2;
+        std::optional<double> watts;
+        for (; !watts && second < last; ++second) {
+            kestrum::write(energy, QByteArray::number(second * 7'000'000) + '\n');
+            watts = power.read(m_start + std::chrono::seconds(second));
+        }
+        QCOMPARE(watts, std::optional(7.0));
+        QVERIFY(!power.isDenied());
+    }
+
+    void whatDoesNotExistIsNotDenied()
+    {
+        CPUPower none(m_tree->root());
+        writeZone("intel-rapl:0", "package-0", "0");
+        CPUPower lost(m_tree->root());
+        lost.read(m_start);
+        QVERIFY(QFile::remove(m_tree->path(path("intel-rapl:0", "energy_uj"))));
+        for (int second = 1; second < 5; ++second) {
+            QCOMPARE(none.read(m_start + std::chrono::seconds(second)), std::nullopt);
+            QCOMPARE(lost.read(m_start + std::chrono::seconds(second)), std::nullopt);
+            QVERIFY(!none.isDenied() && !lost.isDenied());
+        }
     }
 
     void rightsThatComeLaterAreFound()
@@ -121,8 +152,10 @@ private Q_SLOTS:
             QCOMPARE(power.read(m_start + std::chrono::seconds(second)), std::nullopt);
         writeZone("intel-rapl:0", "package-0", "0");
         bool isFound = false;
-        for (int second = 100; second < 100 + KernelFile::longestPause + 3; ++second)
-            isFound = isFound || power.read(m_start + std::chrono::seconds(second)).has_value();
+        for (int second = 100; second < 100 + KernelFile::longestPause + 3; ++second) {
+            writeEnergy("intel-rapl:0", QByteArray::number(second * 3'000'000));
+            isFound = isFound || power.read(m_start + std::chrono::seconds(second)) == std::optional(3.0);
+        }
         QVERIFY(isFound);
     }
 

@@ -1,11 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Platform/Machine/KernelFile.h"
+#include "Platform/Machine/PowerSupplies.h"
 
-#include <QStringList>
 #include <optional>
-#include <vector>
 
 namespace kestrum {
 
@@ -21,20 +19,7 @@ public:
     std::optional<double> read();
 
 private:
-    struct Supply {
-        explicit Supply(const QString& folder, bool isBattery);
-        std::optional<double> watts();
-        bool isBattery;
-        KernelFile state; ///< "status" of a battery, "online" of an adapter
-        KernelFile power;
-        KernelFile current;
-        KernelFile voltage;
-    };
-    void findSupplies();
-
-    QString m_folder;
-    QStringList m_names;
-    std::vector<Supply> m_supplies;
+    PowerSupplies m_supplies;
 };
 
 } // namespace kestrum

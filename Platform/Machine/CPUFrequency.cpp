@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: MIT
+#include "Platform/Machine/CPUFrequency.h"
+
+#include "Platform/Machine/KernelText.h"
+
+#include <QDir>
+#include <algorithm>
+
+namespace kestrum {
+namespace {
+
+// No processor runs faster. A larger value is an error of the firmware.
+constexpr double largestHertz = 100e9;
+
+void raise(std::optional<double>& highest, double hertz)
+{
+    if (hertz > 0 && hertz <= largestHertz)
+        highest = std::max(highest.value_or(0), hertz);
+}
+
+} // namespace
+
+CPUFrequency::CPUFrequency(const QString& root)
+    : m_folder(root + QStringLiteral("/sys/devices/system/cpu/cpufreq/"))
+    , m_cpuInfo(root + QStringLiteral("/proc/cpuinfo"))
+{
+}
+
+std::optional<double> CPUFrequency::read()
+{
+    const auto hertz = ofPolicies();
+    // Here the kernel writes pages about every core, so this file comes second.
+    return hertz ? hertz : ofCPUInfo();
+}
+
+std::optional<double> CPUFrequency::ofPolicies()
+{
+    // Policies come and go with the cores that are switched on.
+    if (m_untilSearch-- <= 0)
+        findPolicies();
+    std::optional<double> highest;
+    for (KernelFile& policy : m_policies)
+        raise(highest, double(policy.readNumber().value_or(0)) * 1e3);
+    return highest;
+}
+
+std::optional<double> CPUFrequency::ofCPUInfo()
+{
+    std::optional<double> highest;
+    std::string_view content = m_cpuInfo.read().value_or(std::string_view());
+    while (!content.empty()) {
+        std::string_view line = KernelText::takeLine(content);
+        if (KernelText::trimmed(KernelText::takeUpTo(':', line)) == "cpu MHz")
+            raise(highest, KernelText::wholeNumber<double>(KernelText::trimmed(line)).value_or(0) * 1e6);
+    }
+    return highest;
+}
+
+void CPUFrequency::findPolicies()
+{
+    m_untilSearch = KernelFile::longestPause;
+    m_policies.clear();
+    for (const QString& name : QDir(m_folder).entryList({ QStringLiteral("policy*") }, QDir::Dirs))
+        m_policies.emplace_back(m_folder + name + QStringLiteral("/scaling_cur_freq"));
+}
+
+} // namespace kestrum

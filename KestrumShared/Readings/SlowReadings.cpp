@@ -11,7 +11,7 @@ SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage)
     : SlowReadings(root, std::move(askStorage), nullptr)
 {
     if (root.isEmpty())
-        m_readSensors = [](const Sensors::Wanted& wanted) { return Sensors::ofThisMachine().read(wanted); };
+        m_readSensors = Sensors::read;
 }
 
 SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage, ReadSensors readSensors)

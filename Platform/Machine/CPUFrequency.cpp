@@ -12,7 +12,7 @@ namespace {
 // No processor runs faster. A larger value is an error of the firmware.
 constexpr double largestHertz = 100e9;
 
-void raise(std::optional<double>& highest, double hertz)
+void raiseHertz(std::optional<double>& highest, double hertz)
 {
     if (hertz > 0 && hertz <= largestHertz)
         highest = std::max(highest.value_or(0), hertz);
@@ -40,7 +40,7 @@ std::optional<double> CPUFrequency::ofPolicies()
         findPolicies();
     std::optional<double> highest;
     for (KernelFile& policy : m_policies)
-        raise(highest, double(policy.readNumber().value_or(0)) * 1e3);
+        raiseHertz(highest, double(policy.readNumber().value_or(0)) * 1e3);
     return highest;
 }
 
@@ -51,7 +51,7 @@ std::optional<double> CPUFrequency::ofCPUInfo()
     while (!content.empty()) {
         std::string_view line = KernelText::takeLine(content);
         if (KernelText::trimmed(KernelText::takeUpTo(':', line)) == "cpu MHz")
-            raise(highest, KernelText::wholeNumber<double>(KernelText::trimmed(line)).value_or(0) * 1e6);
+            raiseHertz(highest, KernelText::wholeNumber<double>(KernelText::trimmed(line)).value_or(0) * 1e6);
     }
     return highest;
 }

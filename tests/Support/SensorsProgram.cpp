@@ -18,7 +18,7 @@ int main()
     std::string line;
     while (std::getline(std::cin, line)) {
         const auto has = [&line](const char* word) { return line.find(word) != std::string::npos; };
-        const Sensors::Values values = Sensors::ofThisMachine().read(
+        const Sensors::Values values = Sensors::read(
             { .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") });
         for (const auto& value : { values.cpu, values.gpu, values.hottest, values.fan }) {
             if (value)

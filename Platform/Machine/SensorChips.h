@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "Platform/Machine/SensorDevices.h"
+
+#include <QByteArray>
+#include <mutex>
+#include <tuple>
+#include <vector>
+
+struct sensors_chip_name;
+
+namespace kestrum {
+
+/// A device that libsensors found, with what is read of it. Values that cannot be read, or that no such device can have, are
+/// absent. Reading them wakes a suspended device.
+struct SensorChip {
+    /// How well a sensor represents a whole CPU or GPU: 1 is best, larger numbers are worse, and 0 means not at all.
+    using Rank = int;
+    static constexpr Rank worstRank = 3;
+
+    struct Input {
+        int value;          ///< the library's number
+        int fault;          ///< the number of the fault flag; negative when there is none
+        QString label;      ///< "temp1" or "fan1" if neither the configuration nor the kernel knows a name
+        bool isNamed;       ///< whether either of them does
+        bool isNamedByUser; ///< whether the library's configuration does
+        Rank cpu;
+        Rank gpu;
+    };
+
+    /// The place in a list of all devices: the kinds in their order, and the devices of a kind as they are connected.
+    struct Place {
+        SensorDevice::Kind kind;
+        int bus;
+        int busNumber;
+        int address;
+        QString id;     ///< the library's name of the device, made unique
+        QString folder; ///< of the device in "/sys"
+        bool operator<(const Place& other) const
+        {
+            const auto key = [](const Place& place) {
+                return std::tie(
+                    place.kind, place.bus, place.busNumber, place.address, place.id, place.folder);
+            };
+            return key(*this) < key(other);
+        }
+    };
+
+    const sensors_chip_name* chip;
+    Place place;
+    QString driver; ///< the name that the driver gives its devices
+    QString model;  ///< the model of a disk; empty if unknown
+    bool isQuiet;   ///< whether reading it has side effects, so that it is read only by those who must
+    int power;      ///< the number of the power; negative when there is none
+    std::vector<Input> temperatures;
+    std::vector<Input> fans;
+
+    bool isAsleep() const;
+    std::optional<double> celsius(const Input& temperature) const;
+    std::optional<double> rpm(const Input& fan) const;
+    std::optional<double> watts() const;
+};
+
+/// The devices that libsensors finds. The library has one state per process, so this class is a singleton.
+class SensorChips {
+public:
+    using Lock = std::unique_lock<std::timed_mutex>;
+
+    /// The only object. Never destroyed, because a worker may still wait for a device when the process ends.
+    static SensorChips& ofThisMachine();
+
+    /// Keeps other threads out. Waits for a thread that reads; does not own the mutex if that takes longer than a second,
+    /// because a device may hang.
+    Lock lock();
+
+    /// The devices at this moment, in the order of their buses. Needs the lock, and is valid as long as it is held.
+    const std::vector<SensorChip>& present();
+
+private:
+    SensorChips() = default;
+    void adopt(const sensors_chip_name& chip);
+
+    std::timed_mutex m_mutex;
+    QByteArray m_listed; ///< the devices that were present when the library was opened
+    bool m_isOpen = false;
+    std::vector<SensorChip> m_chips;
+};
+
+} // namespace kestrum

@@ -99,6 +99,12 @@ private Q_SLOTS:
         QVERIFY(history.points(last + 300s * 1000).isEmpty());
     }
 
+    void bucketsAfterTheGivenTimeAreLeftOut()
+    {
+        const QList<HistoryPoint> points = counted(10, 2s).points(morning + 3s);
+        QCOMPARE(points, QList<HistoryPoint>({ { .age = 3, .value = 0 }, { .age = 1, .value = 1 } }));
+    }
+
     void whatIsOlderIsOverwritten()
     {
         History history = counted(150, 2s);

@@ -36,7 +36,7 @@ public:
     /// The share of time in which processes waited for memory; the share of memory in use if the kernel does not measure the
     /// waiting time.
     double memoryPressure() const override { return m_memoryPressure.value_or(m_memory.used()); }
-    quint64 swapUsed() const override { return m_memory.swapUsed(); }
+    quint64 swapUsed() const override { return m_memory.parts().swapUsed; }
     double storageUsage() const override { return m_slow.storage().used; }
     qint64 availableStorage() const override { return m_slow.storage().available; }
 

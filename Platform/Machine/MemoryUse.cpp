@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <utility>
 
 namespace kestrum {
 namespace {
@@ -16,13 +17,15 @@ enum Amount {
     buffers,
     cached,
     reclaimable,
+    anonymous,
     shared,
     swapTotal,
     swapFree,
+    zswap, ///< since kernel 5.19
     amountCount
 };
 constexpr std::string_view names[amountCount] = { "MemTotal:", "MemAvailable:", "MemFree:", "Buffers:",
-    "Cached:", "SReclaimable:", "Shmem:", "SwapTotal:", "SwapFree:" };
+    "Cached:", "SReclaimable:", "AnonPages:", "Shmem:", "SwapTotal:", "SwapFree:", "Zswap:" };
 
 // In KiB. Below this limit, an amount in bytes and the sum of a few amounts fit in 64 bits.
 constexpr quint64 largestAmount = std::numeric_limits<quint64>::max() / 1024 / 8;
@@ -62,10 +65,20 @@ std::optional<quint64> availableOf(const Amounts& amounts)
     return amounts.orNone(free) + cache - std::min(cache, amounts.orNone(shared));
 }
 
+// The third word of a zram device's statistics: the memory in bytes that the device takes, with its losses.
+quint64 zramTotal(std::string_view statistics)
+{
+    KernelText::takeWord(statistics);
+    KernelText::takeWord(statistics);
+    return KernelText::wholeNumber<quint64>(KernelText::takeWord(statistics)).value_or(0);
+}
+
 } // namespace
 
 MemoryUse::MemoryUse(const QString& root)
-    : m_file(root + QStringLiteral("/proc/meminfo"))
+    : m_root(root)
+    , m_file(root + QStringLiteral("/proc/meminfo"))
+    , m_zfsFile(root + QStringLiteral("/proc/spl/kstat/zfs/arcstats"))
 {
 }
 
@@ -75,13 +88,79 @@ void MemoryUse::sample()
     if (!content)
         return;
     const Amounts amounts = parsed(*content);
-    const quint64 all = amounts.orNone(total);
-    if (const auto left = availableOf(amounts); all > 0 && left)
-        m_used = double(all - std::min(all, *left)) / double(all);
-    if (amounts.values[swapTotal] && amounts.values[swapFree]) {
-        const quint64 swap = amounts.orNone(swapTotal);
-        m_swapUsed = (swap - std::min(swap, amounts.orNone(swapFree))) * 1024;
+    sampleSwap(amounts.values[swapTotal], amounts.values[swapFree]);
+    const quint64 all = amounts.orNone(total) * 1024;
+    const auto left = availableOf(amounts);
+    if (all == 0 || !left)
+        return;
+    // Each amount is cut to what is left for it, so the parts always add up, whatever the kernel writes.
+    const quint64 ofKernel = std::min(*left * 1024, all);
+    const quint64 given = ofKernel + std::min(zfsCache(), all - ofKernel);
+    const quint64 used = all - given;
+    const quint64 inZswap = std::min(amounts.orNone(zswap) * 1024, used);
+    m_parts.total = all;
+    m_parts.compressed = inZswap + std::min(zramMemory(), used - inZswap);
+    m_parts.app
+        = std::min((amounts.orNone(anonymous) + amounts.orNone(shared)) * 1024, used - m_parts.compressed);
+    m_parts.system = used - m_parts.compressed - m_parts.app;
+    m_parts.free = std::min(amounts.orNone(free) * 1024, given);
+    m_parts.cache = given - m_parts.free;
+}
+
+double MemoryUse::used() const
+{
+    return m_parts.total > 0 ? double(m_parts.used()) / double(m_parts.total) : 0;
+}
+
+// The list of swap devices is read only when the amount of swap changes.
+void MemoryUse::sampleSwap(std::optional<quint64> total, std::optional<quint64> free)
+{
+    if (!total || !free)
+        return;
+    const quint64 all = *total * 1024;
+    m_parts.swapUsed = all - std::min(all, *free * 1024);
+    if (all == std::exchange(m_parts.swapTotal, all))
+        return;
+    m_zramFiles.clear();
+    static constexpr std::string_view prefix = "/dev/zram";
+    KernelFile list(m_root + QStringLiteral("/proc/swaps"));
+    std::string_view rest = all > 0 ? list.read().value_or(std::string_view()) : std::string_view();
+    while (!rest.empty()) {
+        std::string_view device = KernelText::takeLine(rest);
+        device = KernelText::takeWord(device);
+        if (!device.starts_with(prefix))
+            continue;
+        device.remove_prefix(prefix.size());
+        if (const auto number = KernelText::wholeNumber<quint32>(device))
+            m_zramFiles.emplace_back(QStringLiteral("%1/sys/block/zram%2/mm_stat").arg(m_root).arg(*number));
     }
+}
+
+quint64 MemoryUse::zramMemory()
+{
+    quint64 sum = 0;
+    for (KernelFile& file : m_zramFiles) {
+        const quint64 memory = zramTotal(file.read().value_or(std::string_view()));
+        sum += std::min(memory, std::numeric_limits<quint64>::max() - sum);
+    }
+    return sum;
+}
+
+// What ZFS's cache would give back, in bytes. A line of its statistics is "name type value".
+quint64 MemoryUse::zfsCache()
+{
+    std::string_view content = m_zfsFile.read().value_or(std::string_view());
+    std::optional<quint64> size;
+    std::optional<quint64> least;
+    while (!content.empty() && !(size && least)) {
+        std::string_view line = KernelText::takeLine(content);
+        const std::string_view name = KernelText::takeWord(line);
+        if (name != "size" && name != "c_min")
+            continue;
+        KernelText::takeWord(line);
+        (name == "size" ? size : least) = KernelText::wholeNumber<quint64>(KernelText::takeWord(line));
+    }
+    return size && least ? *size - std::min(*size, *least) : 0;
 }
 
 } // namespace kestrum

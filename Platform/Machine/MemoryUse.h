@@ -2,10 +2,13 @@
 #pragma once
 
 #include "Platform/Machine/KernelFile.h"
+#include "Platform/Machine/MemoryParts.h"
+
+#include <vector>
 
 namespace kestrum {
 
-/// Memory and swap in use, from "/proc/meminfo".
+/// Memory and swap in use, from "/proc/meminfo". The cache of ZFS, which the kernel counts as used, counts as cache.
 class MemoryUse {
 public:
     explicit MemoryUse(const QString& root = {});
@@ -14,13 +17,19 @@ public:
     void sample();
 
     /// The share of memory that is not available to a new program, 0…1.
-    double used() const { return m_used; }
-    quint64 swapUsed() const { return m_swapUsed; } ///< bytes
+    double used() const;
+    const MemoryParts& parts() const { return m_parts; }
 
 private:
+    void sampleSwap(std::optional<quint64> total, std::optional<quint64> free);
+    quint64 zfsCache();
+    quint64 zramMemory();
+
+    QString m_root;
     KernelFile m_file;
-    double m_used = 0;
-    quint64 m_swapUsed = 0;
+    KernelFile m_zfsFile;
+    std::vector<KernelFile> m_zramFiles; ///< of the devices that are used as swap
+    MemoryParts m_parts;
 };
 
 } // namespace kestrum

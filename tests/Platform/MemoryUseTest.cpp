@@ -28,7 +28,7 @@ private Q_SLOTS:
                                          "Cached:          3000000 kB\nSwapCached:        10000 kB\n"
                                          "SwapTotal:       8000000 kB\nSwapFree:        7000000 kB\n");
         QCOMPARE(memory.used(), 0.75);
-        QCOMPARE(memory.swapUsed(), quint64(1000000) * 1024);
+        QCOMPARE(memory.parts().swapUsed, quint64(1000000) * 1024);
     }
 
     void oldKernelsAvailableMemoryIsFreeAndCachedButNotShared()
@@ -37,7 +37,7 @@ private Q_SLOTS:
             = sampled("MemTotal: 1000 kB\nMemFree: 100 kB\nBuffers: 50 kB\nCached: 250 kB\n"
                       "Shmem: 40 kB\nSReclaimable: 40 kB\nSwapTotal: 0 kB\nSwapFree: 0 kB\n");
         QCOMPARE(memory.used(), 0.6);
-        QCOMPARE(memory.swapUsed(), quint64(0));
+        QCOMPARE(memory.parts().swapUsed, quint64(0));
     }
 
     void whatCannotBeReadLeavesTheValues()
@@ -46,7 +46,7 @@ private Q_SLOTS:
         write("MemTotal: 4 kB\n");
         memory.sample();
         QCOMPARE(memory.used(), 0.75);
-        QCOMPARE(memory.swapUsed(), quint64(3072));
+        QCOMPARE(memory.parts().swapUsed, quint64(3072));
     }
 
     void newValuesReplaceTheOld()
@@ -55,7 +55,7 @@ private Q_SLOTS:
         write("MemTotal: 4 kB\nMemAvailable: 3 kB\nSwapTotal: 8 kB\nSwapFree: 8 kB\n");
         memory.sample();
         QCOMPARE(memory.used(), 0.25);
-        QCOMPARE(memory.swapUsed(), quint64(0));
+        QCOMPARE(memory.parts().swapUsed, quint64(0));
     }
 
     void junk()
@@ -85,7 +85,7 @@ private Q_SLOTS:
         for (const auto& row : rows) {
             const MemoryUse memory = sampled(row.text);
             QCOMPARE_ROW(row.name, memory.used(), row.used);
-            QCOMPARE_ROW(row.name, memory.swapUsed(), quint64(0));
+            QCOMPARE_ROW(row.name, memory.parts().swapUsed, quint64(0));
         }
     }
 

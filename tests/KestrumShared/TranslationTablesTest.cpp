@@ -74,20 +74,24 @@ class TranslationTablesTest : public QObject {
     static QSet<QString> sameAsEnglish(const QString& code)
     {
         static const std::map<QByteArray, const char*> words {
-            { "de", "Cache CPU Celsius Fahrenheit GPU Indigo Performance SSD Signal System Updates Version" },
-            { "es", "CPU Celsius Fahrenheit GPU General SSD" },
+            { "de",
+                "Cache CPU Celsius Container Fahrenheit GPU Indigo Kernel Performance SSD Signal System "
+                "Updates Version %1/s" },
+            { "es", "CPU Celsius Chipset Fahrenheit GPU General Kernel SSD Wi-Fi %1/s" },
             { "fr",
-                "Application Cache Celsius Compact Fahrenheit GPU Graphite Indigo Interface Opaque Pages SSD "
-                "Signal Version" },
-            { "it", "Cache CPU Celsius Fahrenheit GPU SSD Swap" },
-            { "ja", "CPU GPU SSD %@°C %@°F" },
+                "Application Cache Celsius Chipset Compact Fahrenheit GPU Graphite Indigo Interface Opaque "
+                "Pages SSD Signal VOLUMES Version Wi-Fi %1/s" },
+            { "it", "Cache CPU Celsius Chipset Container Fahrenheit GPU Kernel SSD SWAP Swap Wi-Fi %1/s" },
+            { "ja", "CPU GPU SSD Wi-Fi %@°C %@°F" },
             { "nl",
-                "Amber Cache Celsius Compact Fahrenheit GPU Indigo Interface Letters Meter SSD Updates %@°C "
-                "%@°F" },
-            { "pl", "Fahrenheit GPU SSD %@°F" },
-            { "pt-BR", "Cache CPU Celsius Fahrenheit GPU Interface SSD Swap" },
-            { "uk", "GPU SSD" },
-            { "zh-Hans", "CPU GPU SSD %@°C %@°F" },
+                "Amber CORES Cache Celsius Chipset Compact Container Cores Fahrenheit GPU Indigo Interface "
+                "Kernel Letters Meter SSD Updates VOLUMES %1/s %@°C %@°F" },
+            { "pl", "Chipset Fahrenheit GPU SSD Wi-Fi %1/s %@°F" },
+            { "pt-BR",
+                "Cache CPU Celsius Chipset Fahrenheit GPU Interface Kernel SSD SWAP Swap VOLUMES Wi-Fi "
+                "%1/s" },
+            { "uk", "GPU SSD Wi-Fi" },
+            { "zh-Hans", "CPU GPU SSD Wi-Fi %@°C %@°F" },
             { "ar", "SSD" },
         };
         const auto found = words.find(code.toLatin1());

@@ -7,7 +7,6 @@
 namespace kestrum {
 namespace {
 
-
 PanelStack stack(const DenseSection& section, const PanelEnvironment& environment)
 {
     PanelStack stack { section.content, environment.metrics.rowSpacing };
@@ -19,7 +18,7 @@ PanelStack stack(const DenseSection& section, const PanelEnvironment& environmen
 QRectF inner(const QRectF& rect, const PanelEnvironment& environment)
 {
     const double padding = environment.metrics.sectionPadding;
-    return rect.adjusted(sidePadding, padding, -sidePadding, -padding);
+    return rect.adjusted(DenseSection::sidePadding, padding, -DenseSection::sidePadding, -padding);
 }
 
 } // namespace

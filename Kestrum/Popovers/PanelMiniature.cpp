@@ -3,6 +3,7 @@
 
 #include "KestrumShared/Popover/CompactHeader.h"
 #include "KestrumShared/Popover/DenseSection.h"
+#include "KestrumShared/Popover/MemoryColours.h"
 #include "KestrumShared/Popover/MetricProgressBar.h"
 #include "KestrumShared/Popover/PanelDivider.h"
 #include "KestrumShared/Popover/PanelStack.h"
@@ -55,13 +56,15 @@ struct SampleHeader {
     }
 };
 
-/// The contents of the sample. The rows begin with the coloured dots of the memory panel.
-PanelStack samplePanel()
+/// The contents of the sample. The rows begin with the coloured dots of the memory popover, and like there the row of all used
+/// memory has none.
+PanelStack samplePanel(const PanelEnvironment& environment)
 {
     const auto amounts = ByteText::style(ByteText::Counting::memory);
-    const auto row = [&amounts](const char* title, qint64 mebibytes, QRgb colour) {
-        return ValueRow { AppLanguage::string(title), amounts.format(mebibytes * mebibyte), QColor(colour) };
-    };
+    const auto row
+        = [&amounts](const char* title, qint64 mebibytes, std::optional<QColor> colour = std::nullopt) {
+              return ValueRow { AppLanguage::string(title), amounts.format(mebibytes * mebibyte), colour };
+          };
     return { {
         SampleHeader { { AppLanguage::string("Memory"), QStringLiteral("memorychip") },
             { QString(), QStringLiteral("64 %") } },
@@ -69,9 +72,9 @@ PanelStack samplePanel()
         DenseSection { AppLanguage::string("PRESSURE"),
             {
                 MetricProgressBar { pressure },
-                row("Memory Used", 10486, 0x1F85E0),
-                row("App Memory", 6912, 0x8F66E6),
-                row("Cache", 3584, 0x2FA88A),
+                row("Memory Used", 10486),
+                row("App Memory", 6912, MemoryColours::app(SharedSettings::store().snapshot(), environment)),
+                row("Cache", 3584, MemoryColours::cache(environment.scheme)),
             } },
     } };
 }
@@ -84,6 +87,7 @@ void PanelMiniature::draw(QPainter& painter, const QPointF& topLeft, Qt::LayoutD
     PanelEnvironment environment;
     environment.scheme = scheme;
     environment.direction = direction;
+    environment.background = background;
     environment.metrics = metrics;
     environment.font = PanelEnvironment::systemFont(fontSize);
 
@@ -98,7 +102,7 @@ void PanelMiniature::draw(QPainter& painter, const QPointF& topLeft, Qt::LayoutD
     painter.translate(isFromRight ? rect.right() - panelOffset.x() : rect.left() + panelOffset.x(),
         rect.top() + panelOffset.y());
     painter.scale(panelScale, panelScale);
-    const PanelStack panel = samplePanel();
+    const PanelStack panel = samplePanel(environment);
     const QRectF frame(isFromRight ? -panelWidth : 0, 0, panelWidth, panel.height(environment) + panelRest);
     PopoverSurface { background, true }.draw(painter, frame, panelRadius, environment);
     panel.draw(painter, frame, environment);

@@ -10,7 +10,8 @@
 namespace kestrum {
 
 /// A small picture of a popover over a desktop: the top leading part of the memory panel at half its size, drawn with the parts of
-/// real popovers. Its values are fixed; its texts follow the interface language.
+/// real popovers. Its values are fixed; its texts follow the interface
+/// language, and a colour the accent of the memory.
 struct PanelMiniature {
     static constexpr QSizeF size { 112, 74 };
 

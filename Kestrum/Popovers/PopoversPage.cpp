@@ -71,14 +71,15 @@ PopoversPage::PopoversPage(QWidget* parent)
     soon->setInk(Row::Ink::secondary);
     add(new Card("Themes", { soon }));
 
-    // The pictures of each row also depend on the choice in the other row, and some pictures on the window's scheme.
+    // The pictures of each row also depend on the choice in the other row and on the memory's accent, and some pictures on the
+    // window's scheme.
     for (ChoiceTileRow* row : { appearance, background }) {
         const auto redraw = [row] {
             for (ChoiceTile* tile : row->tiles())
                 tile->update();
         };
         SharedSettings::store().observe(
-            Keys::names(Keys::popoverAppearance, Keys::popoverBackground), row, redraw);
+            Keys::names(Keys::popoverAppearance, Keys::popoverBackground, Keys::memoryAccent), row, redraw);
         connect(&SystemAppearance::shared(), &SystemAppearance::changed, row, redraw);
     }
 }

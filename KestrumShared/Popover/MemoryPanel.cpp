@@ -3,6 +3,7 @@
 
 #include "KestrumShared/Popover/DenseSection.h"
 #include "KestrumShared/Popover/HistoryGraph.h"
+#include "KestrumShared/Popover/MemoryColours.h"
 #include "KestrumShared/Popover/MetricProgressBar.h"
 #include "KestrumShared/Popover/SectionPanel.h"
 #include "KestrumShared/Text/AppLanguage.h"
@@ -16,11 +17,6 @@ constexpr double amountWidth = 72;
 constexpr double systemStrength = 0.62;
 constexpr double compressedStrength = 0.36;
 
-QColor cacheColour(ColourScheme scheme)
-{
-    return scheme == ColourScheme::dark ? QColor(0x7E, 0x7E, 0x86) : QColor(0x8C, 0x8C, 0x92);
-}
-
 } // namespace
 
 PopoverPanel SectionPanel::memory() const
@@ -33,7 +29,7 @@ PopoverPanel SectionPanel::memory() const
         return AppLanguage::string(
             "%1 of %2", { m_amounts.memory(double(part)), m_amounts.wholeMemory(double(whole)) });
     };
-    const QColor colour = accent(Keys::memoryAccent);
+    const QColor colour = MemoryColours::app(m_settings, m_environment);
     struct Use {
         QString title;
         quint64 bytes;
@@ -47,7 +43,8 @@ PopoverPanel SectionPanel::memory() const
             weakened(colour, systemStrength) },
         { AppLanguage::string("Compressed"), parts.compressed, readings.compressed,
             weakened(colour, compressedStrength), readings.hasCompressed },
-        { AppLanguage::string("Cache"), parts.cache, readings.cache, cacheColour(m_environment.scheme) },
+        { AppLanguage::string("Cache"), parts.cache, readings.cache,
+            MemoryColours::cache(m_environment.scheme) },
     };
 
     const QString pressure = m_amounts.percent(readings.pressure);

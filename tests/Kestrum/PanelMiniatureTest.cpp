@@ -141,7 +141,6 @@ private Q_SLOTS:
         for (const double scale : { 1.0, 2.0 }) {
             const QRectF fill
                 = drawn(light, opaque, Qt::LeftToRight, scale).drawn(everywhere, QColor(31, 133, 224));
-            // `fill` also covers the first row's dot, which has the bar's colour and is below the bar.
             QCOMPARE(fill.left(), 16.0);
             QVERIFY_NEAR(fill.right(), 16 + 0.31 * 138, 1 / scale);
         }
@@ -234,24 +233,31 @@ private Q_SLOTS:
         }
     }
 
-    void threeRowsWithKeysOfTheirOwnFitIntoThePicture()
+    void threeRowsFitIntoThePictureAndTwoHaveKeys()
     {
-        const PanelPixels pixels = drawn(dark, opaque);
-        QList<double> tops;
-        QList<QRgb> colours;
-        const QColor ground(31, 33, 36);
-        for (double y = 47; y < 74; y += 0.5) {
-            const bool isKey = !PanelPixels::isNear(pixels.at(17.5, y), ground);
-            if (isKey && PanelPixels::isNear(pixels.at(17.5, y - 0.5), ground)) {
-                tops.append(y);
-                colours.append(pixels.at(17.5, y + 1).rgb());
+        for (const MeterAccent::Name accent : { MeterAccent::Name::signal, MeterAccent::Name::indigo }) {
+            DrawingFixture::set("memoryAccent", qPrintable(MeterAccent(accent).rawValue()));
+            const PanelPixels pixels = drawn(dark, opaque);
+            QList<double> tops;
+            QList<QColor> colours;
+            const QColor ground(31, 33, 36);
+            for (double y = 47; y < 74; y += 0.5) {
+                const bool isKey = !PanelPixels::isNear(pixels.at(17.5, y), ground);
+                if (isKey && PanelPixels::isNear(pixels.at(17.5, y - 0.5), ground)) {
+                    tops.append(y);
+                    colours.append(pixels.at(17.5, y + 1));
+                }
             }
+            // As in the popover: the row of all used memory has no key, that of apps the memory's accent, the cache is grey.
+            QCOMPARE(tops.size(), 3);
+            PanelEnvironment popover = in(dark);
+            popover.background = opaque;
+            QVERIFY_COLOUR(colours[1], popover.readable(MeterAccent(accent).color()));
+            QVERIFY(std::abs(colours[2].red() - colours[2].blue()) < 12);
+            // Only the part above the border of a selected tile counts.
+            QVERIFY(pixels.drawn(QRectF(20, tops[2], 40, 10), in(dark).secondaryTextColour()).bottom() <= 71);
         }
-        QCOMPARE(tops.size(), 3);
-        QCOMPARE(tops[2] - tops[1], tops[1] - tops[0]);
-        QVERIFY(colours[0] != colours[1] && colours[1] != colours[2] && colours[2] != colours[0]);
-        // Only the part above the border of a selected tile counts.
-        QVERIFY(pixels.drawn(QRectF(20, tops[2], 40, 10), in(dark).secondaryTextColour()).bottom() <= 71);
+        forgetSettings();
     }
 
     void fromTheRightThePictureIsMirrored()

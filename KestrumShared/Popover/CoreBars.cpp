@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/CoreBars.h"
 
+#include "KestrumShared/Popover/Amounts.h"
 #include "KestrumShared/Popover/PixelGrid.h"
 #include "KestrumShared/Popover/SectionTitle.h"
 #include "KestrumShared/Popover/ValueRow.h"
@@ -23,11 +24,6 @@ constexpr double widestGap = 4;
 constexpr double largestRadius = 3.5;
 constexpr double leastBar = 2; ///< height of the bar of an idle core
 
-QString percent(double share)
-{
-    return QStringLiteral("%1\u00A0%").arg(std::lround(std::clamp(share, 0.0, 1.0) * 100));
-}
-
 double mean(const QList<double>& loads)
 {
     return loads.isEmpty() ? 0 : std::accumulate(loads.begin(), loads.end(), 0.0) / double(loads.size());
@@ -43,12 +39,12 @@ qsizetype coreCount(const CoreBars& cores)
 
 SectionTitle titleRow(const CoreBars& cores)
 {
-    return { cores.title, { { QString::number(coreCount(cores)) } } };
+    return { cores.title, { { Amounts().count(double(coreCount(cores))) } } };
 }
 
 ValueRow label(const CoreBars::Tier& tier)
 {
-    return { tier.name, percent(mean(tier.loads)) };
+    return { tier.name, Amounts().percent(mean(tier.loads)) };
 }
 
 struct CoreLayout {
@@ -106,7 +102,7 @@ QString pointedText(
             const QRectF cell = layout.cell(place, core, tier.loads.size(), environment);
             if (environment.isPointed(cell.adjusted(-gap, 0, gap, 0)))
                 return AppLanguage::string("Core %1, %2")
-                    .arg(QString::number(number), percent(tier.loads[core]));
+                    .arg(Amounts().count(double(number)), Amounts().percent(tier.loads[core]));
         }
     }
     return QString();
@@ -176,8 +172,9 @@ QList<PanelElement> CoreBars::describe(const QRectF& rect, const PanelEnvironmen
         element.role = PanelElement::Role::bar;
         element.fraction = mean(tier.loads);
         element.name = AppLanguage::string("%1, %2 cores, %3")
-                           .arg(tier.name, QString::number(tier.loads.size()), percent(mean(tier.loads)));
-        element.columns = { tier.name, percent(mean(tier.loads)) };
+                           .arg(tier.name, Amounts().count(double(tier.loads.size())),
+                               Amounts().percent(mean(tier.loads)));
+        element.columns = { tier.name, Amounts().percent(mean(tier.loads)) };
         element.rect = layout.tier(index, rect, environment);
         element.rect.setTop(rect.top() + row.height(environment) + environment.metrics.rowSpacing);
         elements.append(element);

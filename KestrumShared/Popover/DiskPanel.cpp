@@ -48,8 +48,8 @@ PopoverPanel SectionPanel::disk() const
             row.spoken = AppLanguage::string("%1, no answer", { volume.name });
         const QColor colour = used >= redShare ? *heat(HeatColour::redFrom)
             : used >= amberShare               ? *heat(HeatColour::amberFrom)
-                                              : readColour;
-        volumes.append(PanelStack { { row, MetricProgressBar { used, colour } }, barGap });
+                                               : readColour;
+        volumes.append(PanelStack { { row, MetricProgressBar { used, colour, volume.name } }, barGap });
     }
     if (readings.moreVolumes > 0)
         volumes.append(
@@ -67,7 +67,7 @@ PopoverPanel SectionPanel::disk() const
     const QString write = AppLanguage::string("Write");
     if (readings.readRate.hasRow || readings.writeRate.hasRow) {
         FlowGraph graph;
-        graph.title = { AppLanguage::string("ACTIVITY"), { { AppLanguage::string("Last 5 minutes") } } };
+        graph.title = { AppLanguage::string("ACTIVITY") };
         graph.name = AppLanguage::string("Disk");
         graph.up = readings.readHistory;
         graph.down = readings.writeHistory;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Popover/GraphArea.h"
 
+#include "KestrumShared/Popover/Amounts.h"
 #include "KestrumShared/Popover/IsolatedRuns.h"
 #include "KestrumShared/Popover/PanelText.h"
 #include "KestrumShared/Popover/PixelGrid.h"
@@ -154,9 +155,7 @@ QString GraphText::span()
 
 QString GraphText::pointed(const QString& value, double age)
 {
-    const int seconds = int(std::lround(std::max(0.0, age)));
-    const QString time = QStringLiteral("%1:%2").arg(seconds / 60).arg(seconds % 60, 2, 10, QLatin1Char('0'));
-    return AppLanguage::string("%1, %2 ago").arg(value, time);
+    return AppLanguage::string("%1, %2 ago", { value, Amounts().age(age) });
 }
 
 QString GraphText::spoken(

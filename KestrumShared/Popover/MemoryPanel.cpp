@@ -49,7 +49,7 @@ PopoverPanel SectionPanel::memory() const
 
     const QString pressure = m_amounts.percent(readings.pressure);
     QList<PanelPart> amounts { SectionTitle { AppLanguage::string("PRESSURE"), { { pressure } } },
-        MetricProgressBar { readings.pressure },
+        MetricProgressBar { readings.pressure, std::nullopt, AppLanguage::string("Pressure") },
         valueRow(AppLanguage::string("Memory Used"), ofWhole(parts.used(), parts.total)) };
     HistoryGraph usage;
     usage.title = AppLanguage::string("USAGE");
@@ -69,7 +69,8 @@ PopoverPanel SectionPanel::memory() const
     if (readings.hasSwap)
         sections.append(DenseSection { std::nullopt,
             { SectionTitle { AppLanguage::string("SWAP"), { { ofWhole(parts.swapUsed, parts.swapTotal) } } },
-                MetricProgressBar { share(parts.swapUsed, parts.swapTotal), colour } } });
+                MetricProgressBar {
+                    share(parts.swapUsed, parts.swapTotal), colour, AppLanguage::string("Swap") } } });
 
     QList<PanelPart> apps { appsTitle({ { AppLanguage::string("Memory"), amountWidth } }) };
     apps += appRows(readings.apps, memoryAppCount, [&](const AppUse& app) {

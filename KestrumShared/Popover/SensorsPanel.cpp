@@ -224,7 +224,8 @@ QList<PanelPart> SectionPanel::batteryRows() const
     const std::optional<BatteryState>& battery = readings.battery;
     if (!battery)
         return { SectionTitle { AppLanguage::string("BATTERY"), { { Amounts::lost() } } },
-            MetricProgressBar {}, valueRow(Amounts::lost(), QString()) };
+            MetricProgressBar { 0, std::nullopt, AppLanguage::string("Battery") },
+            valueRow(Amounts::lost(), QString()) };
     QString time;
     if (battery->minutes) {
         const QString estimate = m_amounts.estimate(std::chrono::minutes(*battery->minutes));
@@ -234,7 +235,8 @@ QList<PanelPart> SectionPanel::batteryRows() const
             time = AppLanguage::string("%1 until full", { estimate });
     }
     return { SectionTitle { AppLanguage::string("BATTERY"), { { m_amounts.percent(battery->charge) } } },
-        MetricProgressBar { battery->charge }, valueRow(statusText(battery->status), time) };
+        MetricProgressBar { battery->charge, std::nullopt, AppLanguage::string("Battery") },
+        valueRow(statusText(battery->status), time) };
 }
 
 PopoverPanel SectionPanel::sensors() const

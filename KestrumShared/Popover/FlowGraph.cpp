@@ -32,10 +32,11 @@ GraphArea area(const FlowGraph& graph, const QRectF& rect, const PanelEnvironmen
     return GraphArea(rect.adjusted(0, titleHeight(graph, environment), 0, 0), -most, most);
 }
 
-QList<HistoryPoint> negated(QList<HistoryPoint> points)
+/// The heights of rates above the middle, or below it with a sign of -1.
+QList<HistoryPoint> heights(QList<HistoryPoint> points, double sign)
 {
     for (HistoryPoint& point : points)
-        point.value = -point.value;
+        point.value = sign * std::max(0.0, point.value);
     return points;
 }
 
@@ -93,8 +94,8 @@ void FlowGraph::draw(QPainter& painter, const QRectF& rect, const PanelEnvironme
                 GraphArea::stroke(painter, line, colour);
             }
         };
-        drawHalf(negated(down), downColour);
-        drawHalf(up, upColour);
+        drawHalf(heights(down, -1), downColour);
+        drawHalf(heights(up, 1), upColour);
         const QList<HistoryPoint>& times = up.size() >= down.size() ? up : down;
         if (const auto at = field.pointed(times, environment))
             field.drawPointer(painter, times[*at].age, environment);

@@ -5,7 +5,7 @@
 #include "KestrumShared/Popover/IsolatedRuns.h"
 #include "KestrumShared/Popover/PanelText.h"
 #include "KestrumShared/Popover/PixelGrid.h"
-#include "KestrumShared/Raster/Contrast.h"
+#include "KestrumShared/Raster/PixelPainter.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
 #include <QFontMetricsF>
@@ -20,7 +20,8 @@ namespace {
 constexpr double cornerRadius = 4;
 constexpr double lineWidth = 1.5;
 constexpr float areaOpacity = 0.28F;
-constexpr double spanSeconds = double(History::span.count());
+/// From the oldest bucket to the newest one.
+constexpr double spanSeconds = double((History::bucketCount - 1) * History::bucketTime.count());
 constexpr double bucketSeconds = double(History::bucketTime.count());
 
 } // namespace
@@ -41,8 +42,8 @@ double GraphArea::y(double value) const
 {
     // A line along an edge is drawn in its whole width.
     const QRectF field = m_rect.adjusted(0, lineWidth / 2, 0, -lineWidth / 2);
-    const double share = std::clamp((value - m_least) / (m_most - m_least), 0.0, 1.0);
-    return field.bottom() - share * field.height();
+    const double share = (value - m_least) / (m_most - m_least);
+    return field.bottom() - (share > 0 ? std::min(share, 1.0) : 0) * field.height();
 }
 
 void GraphArea::draw(
@@ -89,6 +90,24 @@ void GraphArea::fill(QPainter& painter, const QPolygonF& line, double base, cons
 {
     QColor tint = colour;
     tint.setAlphaF(areaOpacity * colour.alphaF());
+    if (PixelPainter::canServe(painter)) {
+        PixelPainter pixels(painter);
+        const double edge = pixels.toDevice(QPointF(0, base)).y();
+        bool isAbove = true;
+        QList<QPointF> points;
+        points.reserve(line.size());
+        for (const QPointF& point : line) {
+            isAbove = isAbove && point.y() <= base;
+            points.append(pixels.toDevice(point));
+        }
+        pixels.begin();
+        if (isAbove)
+            pixels.fillBelow(points, edge, tint);
+        else
+            pixels.fillAbove(points, edge, tint);
+        pixels.end();
+        return;
+    }
     QPolygonF area = line;
     area.append(QPointF(line.last().x(), base));
     area.append(QPointF(line.first().x(), base));

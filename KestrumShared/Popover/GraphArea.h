@@ -32,7 +32,8 @@ public:
 
     /// The line through `points`, oldest first, in pieces that end at gaps. A point between two gaps is a short piece.
     QList<QPolygonF> lines(const QList<HistoryPoint>& points) const;
-    /// Draws a line of a graph, and the area between it and the height `base` in a tint of `colour`.
+    /// Draws a line of a graph, and the area between it and the height `base`, which no vertex
+    /// crosses, in a tint of `colour`.
     static void stroke(QPainter& painter, const QPolygonF& line, const QColor& colour);
     static void fill(QPainter& painter, const QPolygonF& line, double base, const QColor& colour);
 

@@ -14,10 +14,15 @@ QColor opaqueGround(ColourScheme scheme)
                                         : QColor::fromRgbF(0.78F, 0.80F, 0.82F);
 }
 
-/// The black layer over the translucent material.
-QColor shade()
+/// The material under a thin black layer, as one colour: a tall translucent area is drawn only once.
+QColor shadedMaterial(ColourScheme scheme, bool blendsWithinWindow)
 {
-    return QColor::fromRgbF(0, 0, 0, 0.07F);
+    constexpr float shade = 0.07F;
+    const QColor tint = StablePopoverMaterial { blendsWithinWindow }.tint(scheme);
+    const float below = tint.alphaF() * (1 - shade);
+    const float alpha = shade + below;
+    const float share = below / alpha;
+    return QColor::fromRgbF(tint.redF() * share, tint.greenF() * share, tint.blueF() * share, alpha);
 }
 
 } // namespace
@@ -27,18 +32,17 @@ QColor PopoverSurface::ground(PopoverBackground background, ColourScheme scheme)
     if (background == PopoverBackground::opaque)
         return opaqueGround(scheme);
     const QColor worst = scheme == ColourScheme::dark ? Qt::white : Qt::black;
-    return Contrast::laidOver(shade(), Contrast::laidOver(StablePopoverMaterial {}.tint(scheme), worst));
+    return Contrast::laidOver(shadedMaterial(scheme, false), worst);
 }
 
 void PopoverSurface::draw(
     QPainter& painter, const QRectF& rect, double cornerRadius, const PanelEnvironment& environment) const
 {
     const auto chosen = background ? *background : Setting { Keys::popoverBackground }.value();
-    const bool isOpaque = chosen == PopoverBackground::opaque;
-    if (!isOpaque)
-        StablePopoverMaterial { blendsWithinWindow }.draw(painter, rect, cornerRadius, environment);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(isOpaque ? opaqueGround(environment.scheme) : shade());
+    painter.setBrush(chosen == PopoverBackground::opaque
+            ? opaqueGround(environment.scheme)
+            : shadedMaterial(environment.scheme, blendsWithinWindow));
     painter.drawRoundedRect(rect, cornerRadius, cornerRadius);
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Popover/PanelEnvironment.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
-#include <QPainter>
+#include <QColor>
 
 namespace kestrum {
 
@@ -21,13 +21,6 @@ struct StablePopoverMaterial {
         if (scheme == ColourScheme::dark)
             return QColor::fromRgbF(0.11F, 0.11F, 0.13F, blendsWithinWindow ? 0.60F : 0.90F);
         return QColor::fromRgbF(0.98F, 0.98F, 0.99F, blendsWithinWindow ? 0.75F : 0.96F);
-    }
-    void draw(
-        QPainter& painter, const QRectF& rect, double cornerRadius, const PanelEnvironment& environment) const
-    {
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(tint(environment.scheme));
-        painter.drawRoundedRect(rect, cornerRadius, cornerRadius);
     }
 };
 

@@ -196,12 +196,7 @@ void PixelPainter::fillColumn(const QRectF& rect, double radius, const QColor& c
 void PixelPainter::fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour)
 {
     if (!keepsPictures) {
-        QPolygonF outline(line);
-        outline.append(QPointF(line.last().x(), bottom));
-        outline.append(QPointF(line.first().x(), bottom));
-        m_painter.setPen(Qt::NoPen);
-        m_painter.setBrush(colour);
-        m_painter.drawPolygon(outline);
+        fillPolygon(line, bottom, colour);
         return;
     }
     static FilledCurve curve;
@@ -209,6 +204,36 @@ void PixelPainter::fillBelow(const QList<QPointF>& line, double bottom, const QC
     const QRect area = curve.area();
     if (!area.isEmpty())
         m_painter.drawImage(area.topLeft(), curve.image(), QRect(QPoint(0, 0), area.size()));
+}
+
+void PixelPainter::fillAbove(const QList<QPointF>& line, double top, const QColor& colour)
+{
+    if (!keepsPictures) {
+        fillPolygon(line, top, colour);
+        return;
+    }
+    // The area below the mirrored line, mirrored again. Mirrored at a whole pixel, pixels become pixels.
+    const double axis = std::floor(top);
+    QList<QPointF> mirrored = line;
+    for (QPointF& point : mirrored)
+        point.setY(2 * axis - point.y());
+    static FilledCurve curve;
+    curve.make(mirrored, 2 * axis - top, colour);
+    const QRect area = curve.area();
+    if (area.isEmpty())
+        return;
+    const QImage image = curve.image().copy(QRect(QPoint(0, 0), area.size())).mirrored(false, true);
+    m_painter.drawImage(QPoint(area.left(), 2 * int(axis) - area.top() - area.height()), image);
+}
+
+void PixelPainter::fillPolygon(const QList<QPointF>& line, double base, const QColor& colour)
+{
+    QPolygonF outline(line);
+    outline.append(QPointF(line.last().x(), base));
+    outline.append(QPointF(line.first().x(), base));
+    m_painter.setPen(Qt::NoPen);
+    m_painter.setBrush(colour);
+    m_painter.drawPolygon(outline);
 }
 
 } // namespace kestrum

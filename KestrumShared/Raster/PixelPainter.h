@@ -46,11 +46,15 @@ public:
     /// See `FilledCurve::make`.
     void fillBelow(const QList<QPointF>& line, double bottom, const QColor& colour);
 
+    /// The same for the area between `line` and the y coordinate `top`; no vertex may be above `top`.
+    void fillAbove(const QList<QPointF>& line, double top, const QColor& colour);
+
     /// Draws the picture that is cached under `key` into `rect`. If there is none, calls `draw` to make the picture, with a
     /// painter in points. Adds the scale and the position within a pixel to `key`.
     void drawKept(SpriteKey key, const QRectF& rect, const std::function<void(QPainter&)>& draw);
 
 private:
+    void fillPolygon(const QList<QPointF>& line, double base, const QColor& colour);
     static QImage transparent(const QSize& size);
 
     QPainter& m_painter;

@@ -176,8 +176,9 @@ void SensorChips::adopt(const sensors_chip_name& name)
         const std::string_view own = given.empty() ? feature->name : given;
         (isFan ? chip.fans : chip.temperatures)
             .push_back({ input, number(isFan ? SENSORS_SUBFEATURE_FAN_FAULT : SENSORS_SUBFEATURE_TEMP_FAULT),
-                QString::fromUtf8(label.data(), qsizetype(label.size())), label != feature->name,
-                label != own, SensorKinds::cpuRank(driver, own, label), SensorKinds::gpuRank(driver, own) });
+                QString::fromUtf8(feature->name), QString::fromUtf8(label.data(), qsizetype(label.size())),
+                label != own, SensorKinds::cpuRank(driver, own, label), SensorKinds::gpuRank(driver, own),
+                SensorKinds::ownRank(driver, own) });
     }
     m_chips.push_back(std::move(chip));
 }

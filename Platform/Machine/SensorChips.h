@@ -22,11 +22,12 @@ struct SensorChip {
     struct Input {
         int value;          ///< the library's number
         int fault;          ///< the number of the fault flag; negative when there is none
-        QString label;      ///< "temp1" or "fan1" if neither the configuration nor the kernel knows a name
-        bool isNamed;       ///< whether either of them does
-        bool isNamedByUser; ///< whether the library's configuration does
+        QString name;       ///< the driver's, such as "temp1" or "fan1"
+        QString label;      ///< the same as `name` if neither the configuration nor the driver has a label
+        bool isNamedByUser; ///< whether the label is from the library's configuration
         Rank cpu;
         Rank gpu;
+        Rank own; ///< how well it represents its device; never 0
     };
 
     /// The place in a list of all devices: the kinds in their order, and the devices of a kind as they are connected.

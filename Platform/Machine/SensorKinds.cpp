@@ -87,4 +87,19 @@ SensorChip::Rank SensorKinds::gpuRank(std::string_view driver, std::string_view 
     return own == "edge" || own == "pkg" || own == "temp1" ? 1 : 2;
 }
 
+SensorChip::Rank SensorKinds::ownRank(std::string_view driver, std::string_view own)
+{
+    switch (kindOf(driver)) {
+    case Kind::cpu:
+        return cpuRank(driver, own, own);
+    case Kind::gpu:
+        return gpuRank(driver, own);
+    case Kind::disk:
+        // Disks compute this value for their hosts. Their other sensors measure spots.
+        return own == "Composite" ? 1 : 2;
+    default:
+        return 1;
+    }
+}
+
 } // namespace kestrum

@@ -17,4 +17,7 @@ SensorChip::Rank cpuRank(std::string_view driver, std::string_view own, std::str
 /// How well a sensor represents a GPU. `own` is the kernel's label.
 SensorChip::Rank gpuRank(std::string_view driver, std::string_view own);
 
+/// How well a sensor represents its own device; never 0. `own` is the kernel's label.
+SensorChip::Rank ownRank(std::string_view driver, std::string_view own);
+
 } // namespace kestrum::SensorKinds

@@ -1,7 +1,13 @@
 // Reads sensors for tests that run it on simulated machines. It first prints the folder of the machine's files. Each line of
-// its input names the values to read ("cpu gpu hottest fan"). The answer is a line of the values in that order, "-" for an
-// absent value.
+// its input gets a line as answer, with "-" for absent values:
+//   cpu gpu hottest fan    any of these words: the values in this order
+//   devices                reads the list of sensors anew: kind, number, model and temperature of each device
+//   inputs, ids            of the devices as they were read last
+//   fans, watts            as they were read last
+//   open                   a new opening of the list
+//   slow N MS              in the next reading of the list, the N-th device that is read takes MS milliseconds
 
+#include "Platform/Machine/SensorList.h"
 #include "Platform/Machine/Sensors.h"
 
 #include <cstdlib>
@@ -11,20 +17,111 @@
 
 using namespace kestrum;
 
+namespace {
+
+constexpr const char* kindNames[] { "cpu", "gpu", "disk", "memory", "mainboard", "chipset", "wiFi", "network",
+    "battery", "other" };
+
+std::string text(const std::optional<double>& value)
+{
+    std::ostringstream result;
+    if (value)
+        result << *value;
+    else
+        result << '-';
+    return result.str();
+}
+
+/// A clock that stands still except for the slow device.
+struct SteppingClock {
+    SensorList::Clock::time_point time {};
+    int slowDevice = -1;
+    std::chrono::milliseconds slowness {};
+    int calls = 0;
+    SensorList::Clock::time_point operator()()
+    {
+        // The end of a device's read is every second call.
+        if (++calls == 2 * slowDevice)
+            time += slowness;
+        return time;
+    }
+};
+
+void printDevices(const SensorList::Values& values)
+{
+    for (const SensorDevice& device : values.devices) {
+        std::cout << kindNames[int(device.kind)];
+        if (device.number > 0)
+            std::cout << '#' << device.number;
+        if (!device.model.isEmpty())
+            std::cout << " \"" << device.model.toStdString() << '"';
+        std::cout << ' ' << (device.isAsleep ? "asleep" : text(device.celsius)) << "; ";
+    }
+}
+
+void printInputs(const SensorList::Values& values)
+{
+    for (const SensorDevice& device : values.devices) {
+        for (const SensorInput& input : device.inputs)
+            std::cout << input.label.toStdString() << ' ' << text(input.celsius) << ", ";
+        std::cout << "; ";
+    }
+}
+
+void printFans(const SensorList::Values& values)
+{
+    for (const FanSpeed& fan : values.fans) {
+        if (fan.number > 0)
+            std::cout << '#' << fan.number;
+        std::cout << fan.label.toStdString() << ' ' << text(fan.rpm) << "; ";
+    }
+}
+
+void printReadouts(const std::string& line)
+{
+    const auto has = [&line](const char* word) { return line.find(word) != std::string::npos; };
+    const Sensors::Values values = Sensors::read(
+        { .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") });
+    for (const auto& value : { values.cpu, values.gpu, values.hottest, values.fan })
+        std::cout << text(value) << ' ';
+}
+
+} // namespace
+
 int main()
 {
     const char* folder = std::getenv("UMOCKDEV_DIR");
     std::cout << (folder ? folder : "") << std::endl;
+    SteppingClock clock;
+    SensorList list([&clock] { return clock(); });
+    SensorList::Values values;
     std::string line;
     while (std::getline(std::cin, line)) {
-        const auto has = [&line](const char* word) { return line.find(word) != std::string::npos; };
-        const Sensors::Values values = Sensors::read(
-            { .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") });
-        for (const auto& value : { values.cpu, values.gpu, values.hottest, values.fan }) {
-            if (value)
-                std::cout << *value << ' ';
-            else
-                std::cout << "- ";
+        std::istringstream words(line);
+        std::string verb;
+        words >> verb;
+        if (verb == "devices") {
+            clock.calls = 0;
+            values = list.read().value_or(SensorList::Values());
+            clock.slowDevice = -1;
+            printDevices(values);
+        } else if (verb == "inputs") {
+            printInputs(values);
+        } else if (verb == "ids") {
+            for (const SensorDevice& device : values.devices)
+                std::cout << device.id.toStdString() << "; ";
+        } else if (verb == "fans") {
+            printFans(values);
+        } else if (verb == "watts") {
+            std::cout << text(values.gpuWatts);
+        } else if (verb == "open") {
+            list.beginOpening();
+        } else if (verb == "slow") {
+            int milliseconds = 0;
+            words >> clock.slowDevice >> milliseconds;
+            clock.slowness = std::chrono::milliseconds(milliseconds);
+        } else {
+            printReadouts(line);
         }
         std::cout << std::endl;
     }

@@ -40,9 +40,8 @@ struct SensorChip {
         QString folder; ///< of the device in "/sys"
         bool operator<(const Place& other) const
         {
-            const auto key = [](const Place& place) {
-                return std::tie(
-                    place.kind, place.bus, place.busNumber, place.address, place.id, place.folder);
+            const auto key = [](const Place& one) {
+                return std::tie(one.kind, one.bus, one.busNumber, one.address, one.id, one.folder);
             };
             return key(*this) < key(other);
         }

@@ -3,6 +3,9 @@
 
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumAgent/Popover/IdlePopoverSource.h"
+#include "KestrumAgent/Popover/PopoverController.h"
+#include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumAgent/Updates/UpdateChecker.h"
 #include "KestrumAgent/Updates/UpdateNotice.h"
@@ -75,8 +78,12 @@ void Agent::start(std::optional<double> launched)
     for (const auto signal : { &Sampler::sampled, &Sampler::completed })
         connect(m_sampler, signal, m_strip.get(), &PanelStrip::redraw);
     m_strip->installEventFilter(this);
-    connect(m_strip.get(), &PanelStrip::settingsRequested, this, &Agent::openSettings);
     m_channel = PanelChannel::make(*m_strip, m_menu);
+    m_popoverSource = std::make_unique<IdlePopoverSource>();
+    m_popovers = std::make_unique<PopoverController>(*m_strip, m_channel->popoverStand(), *m_popoverSource);
+    connect(m_popovers.get(), &PopoverController::settingsRequested, this, &Agent::openSettings);
+    connect(m_popovers.get(), &PopoverController::windowMade, this,
+        [this](PopoverWindow& window) { window.installEventFilter(this); });
 
     // The signal does not say which settings changed, so the whole store is read again.
     m_signals.listen(Signal::settings, [&store] { store.synchronize(); });

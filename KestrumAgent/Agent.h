@@ -12,6 +12,8 @@ namespace kestrum {
 
 class PanelChannel;
 class PanelStrip;
+class PopoverController;
+class PopoverSource;
 class Sampler;
 class UpdateChecker;
 class UpdateNotice;
@@ -37,6 +39,8 @@ public:
 
     /// The items at the panel; null before `start`.
     PanelStrip* strip() const { return m_strip.get(); }
+    /// The popovers of the items; null before `start`.
+    PopoverController* popovers() const { return m_popovers.get(); }
     /// The menu that a right click on the items opens. Its entries are created when it is about to be shown.
     QMenu& menu() { return m_menu; }
 
@@ -60,6 +64,8 @@ private:
     QString m_language;    ///< language of Qt's texts and of the layout direction
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;
+    std::unique_ptr<PopoverSource> m_popoverSource;
+    std::unique_ptr<PopoverController> m_popovers;
 };
 
 } // namespace kestrum

@@ -42,6 +42,7 @@ int endOnScreen(const QRect& free, const QScreen& screen)
 DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     : m_strip(strip)
     , m_menu(menu)
+    , m_popoverStand(strip, [this] { return freeArea(); })
 {
     m_strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     m_strip.setAttribute(Qt::WA_ShowWithoutActivating);
@@ -67,6 +68,13 @@ void DockChannel::showMenu(QPoint at)
     Q_EMIT m_menu.aboutToShow();
     const int leftwards = m_menu.isRightToLeft() ? m_menu.sizeHint().width() - 1 : 0;
     m_menu.popup(m_strip.mapToGlobal(at) - QPoint(leftwards, 0));
+}
+
+/// The part of the strip's screen that panels leave free; the strip's own place if there is no screen.
+QRect DockChannel::freeArea()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    return screen ? m_struts->available(*screen) : m_strip.geometry();
 }
 
 void DockChannel::follow(QScreen* screen)

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KestrumAgent/Panel/DockStand.h"
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "Platform/Desktop/X11Struts.h"
 
@@ -18,14 +19,18 @@ class DockChannel final : public QObject, public PanelChannel {
 public:
     DockChannel(PanelStrip& strip, QMenu& menu);
 
+    PopoverStand& popoverStand() override { return m_popoverStand; }
+
 private:
     void follow(QScreen* screen);
     void fit();
     void showMenu(QPoint at);
+    QRect freeArea();
 
     PanelStrip& m_strip;
     QMenu& m_menu;
     std::unique_ptr<X11Struts> m_struts;
+    DockStand m_popoverStand;
     QMetaObject::Connection m_screenConnection;
 };
 

@@ -36,6 +36,7 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     , m_surface(strip)
     , m_tipSurface(m_tip)
     , m_sheetSurface(m_sheet)
+    , m_popoverStand(strip)
 {
     m_again.setSingleShot(true);
     m_again.setInterval(delayAfterClosed);
@@ -47,6 +48,7 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
         if (m_strip.screen() != gone)
             return;
+        Q_EMIT m_popoverStand.dismissed();
         m_surface.hide();
         m_again.start();
     });
@@ -79,7 +81,8 @@ void LayerChannel::fit()
     }
     if (isScreenThere())
         m_surface.show(
-            { LayerSurface::Layer::panel, Qt::TopEdge | trailingEdge(), {}, false }, m_strip.sizeHint());
+            { .layer = LayerSurface::Layer::panel, .edges = Qt::TopEdge | trailingEdge(), .margins = {} },
+            m_strip.sizeHint());
 }
 
 void LayerChannel::showTip(const QString& text, const QRect& item)
@@ -92,7 +95,8 @@ void LayerChannel::showTip(const QString& text, const QRect& item)
     // The margins place the tip below the item, at the same distance from the trailing edge as the item.
     const QMargins margins(item.left(), top, m_strip.width() - item.right() - 1, 0);
     m_tipSurface.show(
-        { LayerSurface::Layer::overlay, Qt::TopEdge | trailingEdge(), margins, false }, m_tip.sizeHint());
+        { .layer = LayerSurface::Layer::overlay, .edges = Qt::TopEdge | trailingEdge(), .margins = margins },
+        m_tip.sizeHint());
 }
 
 void LayerChannel::showMenu(QPoint at)
@@ -107,7 +111,8 @@ void LayerChannel::showMenu(QPoint at)
     m_menuPlace = at;
     connect(m_onSheet.get(), &QMenu::aboutToHide, &m_sheetSurface, &LayerSurface::hide, Qt::QueuedConnection);
     constexpr Qt::Edges allEdges = Qt::TopEdge | Qt::BottomEdge | Qt::LeftEdge | Qt::RightEdge;
-    m_sheetSurface.show({ LayerSurface::Layer::overlay, allEdges, {}, true }, QSize(0, 0));
+    m_sheetSurface.show(
+        { LayerSurface::Layer::overlay, allEdges, {}, LayerSurface::Keyboard::exclusive }, QSize(0, 0));
 }
 
 /// Places and shows the menu. Must be called after the sheet has its size, which is needed to find the strip's position.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KestrumAgent/Panel/LayerStand.h"
 #include "KestrumAgent/Panel/LayerSurface.h"
 #include "KestrumAgent/Panel/PanelChannel.h"
 
@@ -16,6 +17,8 @@ class LayerChannel final : public QObject, public PanelChannel {
 public:
     /// Use it only if `LayerSurface::isSupported()` is true.
     LayerChannel(PanelStrip& strip, QMenu& menu);
+
+    PopoverStand& popoverStand() override { return m_popoverStand; }
 
 private:
     void fit();
@@ -36,6 +39,7 @@ private:
     LayerSurface m_sheetSurface;
     std::unique_ptr<QMenu> m_onSheet;
     QPoint m_menuPlace;
+    LayerStand m_popoverStand;
 };
 
 } // namespace kestrum

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/LayerSurface.h"
 
+#include "KestrumAgent/Panel/WaylandGlobals.h"
+
 #include <QGuiApplication>
 #include <QWindow>
-#include <algorithm>
-#include <cstring>
 #include <qpa/qplatformnativeinterface.h>
 #include <wlr-layer-shell-client-protocol.h>
 
@@ -15,55 +15,10 @@ namespace {
 /// The newest version of the protocol that this code was written for.
 constexpr uint32_t newestVersion = 4;
 
-wl_display* display()
-{
-    return static_cast<wl_display*>(
-        QGuiApplication::platformNativeInterface()->nativeResourceForIntegration("wl_display"));
-}
-
 wl_surface* surfaceOf(QWidget& widget)
 {
     return static_cast<wl_surface*>(QGuiApplication::platformNativeInterface()->nativeResourceForWindow(
         "surface", widget.windowHandle()));
-}
-
-/// The compositor's layer shell; null if the compositor has none.
-zwlr_layer_shell_v1* found()
-{
-    wl_display* const connection = display();
-    if (!connection)
-        return nullptr;
-    // The code below waits for the answer. With a separate event queue, Qt's event handlers do not run meanwhile.
-    wl_event_queue* const queue = wl_display_create_queue(connection);
-    auto* const asking = static_cast<wl_display*>(wl_proxy_create_wrapper(connection));
-    wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(asking), queue);
-    wl_registry* const registry = wl_display_get_registry(asking);
-    wl_proxy_wrapper_destroy(asking);
-
-    static constexpr wl_registry_listener listener {
-        [](void* data, wl_registry* from, uint32_t name, const char* interface, uint32_t version) {
-            if (std::strcmp(interface, zwlr_layer_shell_v1_interface.name) == 0)
-                *static_cast<void**>(data) = wl_registry_bind(
-                    from, name, &zwlr_layer_shell_v1_interface, std::min(version, newestVersion));
-        },
-        [](void*, wl_registry*, uint32_t) {},
-    };
-    void* bound = nullptr;
-    wl_registry_add_listener(registry, &listener, static_cast<void*>(&bound));
-    wl_display_roundtrip_queue(connection, queue);
-    auto* const shell = static_cast<zwlr_layer_shell_v1*>(bound);
-    // Later events of the layer shell go to the default queue, which Qt dispatches.
-    if (shell)
-        wl_proxy_set_queue(reinterpret_cast<wl_proxy*>(shell), nullptr);
-    wl_registry_destroy(registry);
-    wl_event_queue_destroy(queue);
-    return shell;
-}
-
-zwlr_layer_shell_v1* layerShell()
-{
-    static zwlr_layer_shell_v1* const shell = found();
-    return shell;
 }
 
 uint32_t anchors(Qt::Edges edges)
@@ -74,7 +29,30 @@ uint32_t anchors(Qt::Edges edges)
         | (edges & Qt::RightEdge ? uint32_t(ZWLR_LAYER_SURFACE_V1_ANCHOR_RIGHT) : 0);
 }
 
+uint32_t layerNumber(LayerSurface::Layer layer)
+{
+    return layer == LayerSurface::Layer::overlay ? uint32_t(ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY)
+                                                 : uint32_t(ZWLR_LAYER_SHELL_V1_LAYER_TOP);
+}
+
+uint32_t keyboardNumber(LayerSurface::Keyboard keyboard, uint32_t version)
+{
+    if (keyboard == LayerSurface::Keyboard::exclusive)
+        return ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE;
+    const bool isOnDemand = keyboard == LayerSurface::Keyboard::onDemand
+        && version >= ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND_SINCE_VERSION;
+    return isOnDemand ? uint32_t(ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_ON_DEMAND)
+                      : uint32_t(ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE);
+}
+
 } // namespace
+
+zwlr_layer_shell_v1* LayerSurface::layerShell()
+{
+    static auto* const shell = static_cast<zwlr_layer_shell_v1*>(
+        WaylandGlobals::bind(zwlr_layer_shell_v1_interface, newestVersion));
+    return shell;
+}
 
 bool LayerSurface::isSupported()
 {
@@ -110,9 +88,9 @@ void LayerSurface::show(const Place& place, QSize size)
         m_widget.hide();
         return;
     }
-    m_surface = zwlr_layer_shell_v1_get_layer_surface(layerShell(), surface, nullptr,
-        place.layer == Layer::overlay ? ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY : ZWLR_LAYER_SHELL_V1_LAYER_TOP,
-        "kestrum");
+    m_surface = zwlr_layer_shell_v1_get_layer_surface(
+        layerShell(), surface, nullptr, layerNumber(place.layer), "kestrum");
+    m_place.layer = place.layer;
     static constexpr zwlr_layer_surface_v1_listener listener {
         [](void* self, zwlr_layer_surface_v1*, uint32_t serial, uint32_t width, uint32_t height) {
             static_cast<LayerSurface*>(self)->configure(serial, QSize(int(width), int(height)));
@@ -128,6 +106,9 @@ void LayerSurface::show(const Place& place, QSize size)
 
 void LayerSurface::arrange(const Place& place, QSize size)
 {
+    const uint32_t version = zwlr_layer_surface_v1_get_version(m_surface);
+    if (place.layer != m_place.layer && version >= ZWLR_LAYER_SURFACE_V1_SET_LAYER_SINCE_VERSION)
+        zwlr_layer_surface_v1_set_layer(m_surface, layerNumber(place.layer));
     m_place = place;
     m_size = size;
     zwlr_layer_surface_v1_set_size(m_surface, uint32_t(size.width()), uint32_t(size.height()));
@@ -135,11 +116,9 @@ void LayerSurface::arrange(const Place& place, QSize size)
     zwlr_layer_surface_v1_set_margin(
         m_surface, place.margins.top(), place.margins.right(), place.margins.bottom(), place.margins.left());
     zwlr_layer_surface_v1_set_exclusive_zone(m_surface, 0);
-    zwlr_layer_surface_v1_set_keyboard_interactivity(m_surface,
-        place.takesKeyboard ? ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_EXCLUSIVE
-                            : ZWLR_LAYER_SURFACE_V1_KEYBOARD_INTERACTIVITY_NONE);
+    zwlr_layer_surface_v1_set_keyboard_interactivity(m_surface, keyboardNumber(place.keyboard, version));
     wl_surface_commit(surfaceOf(m_widget));
-    wl_display_flush(display());
+    wl_display_flush(WaylandGlobals::display());
 }
 
 void LayerSurface::configure(uint32_t serial, QSize size)

@@ -7,6 +7,7 @@
 #include <QWidget>
 #include <cstdint>
 
+struct zwlr_layer_shell_v1;
 struct zwlr_layer_surface_v1;
 
 namespace kestrum {
@@ -18,20 +19,24 @@ class LayerSurface final : public QObject {
     Q_OBJECT
 public:
     enum class Layer { panel, overlay };
+    /// Who gets the keyboard's input while the surface is shown: others; only the surface; or the surface when the user
+    /// turns to it. Old compositors do not know the last one and leave the keyboard to others.
+    enum class Keyboard { none, exclusive, onDemand };
 
     struct Place {
         Layer layer = Layer::panel;
         /// The edges to which the surface is anchored. Between two opposite edges, a size of 0 means the whole distance.
         Qt::Edges edges;
         QMargins margins;
-        /// Whether the surface receives all keyboard input while it is shown.
-        bool takesKeyboard = false;
+        Keyboard keyboard = Keyboard::none;
 
         bool operator==(const Place&) const = default;
     };
 
     /// Whether this desktop supports layer surfaces. The first call asks the compositor; later calls return the same answer.
     static bool isSupported();
+    /// The compositor's layer shell; null if the compositor has none.
+    static zwlr_layer_shell_v1* layerShell();
 
     /// `widget` must outlive this object, and must be shown and hidden only by this object.
     explicit LayerSurface(QWidget& widget);
@@ -39,7 +44,8 @@ public:
 
     /// Whether the surface is shown and the compositor has set its size.
     bool isConfigured() const { return m_isConfigured; }
-    /// Shows the surface at `place`. A surface that is shown already gets the new size and place; its layer does not change.
+    /// Shows the surface at `place`. A surface that is shown already gets the new size and place. On old compositors, its layer
+    /// does not change.
     void show(const Place& place, QSize size);
     void hide();
 

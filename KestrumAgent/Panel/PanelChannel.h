@@ -7,9 +7,10 @@
 namespace kestrum {
 
 class PanelStrip;
+class PopoverStand;
 
 /// A way to show the strip at the desktop's panel. A channel shows the strip while the strip has items, and hides it
-/// otherwise. The channel also opens the menu and the tool tips next to the strip.
+/// otherwise. The channel also opens the menu, the tool tips and the popovers next to the strip.
 class PanelChannel {
 public:
     virtual ~PanelChannel() = default;
@@ -18,6 +19,9 @@ public:
 
     /// The best channel that this desktop supports. Strip and menu must outlive the channel.
     static std::unique_ptr<PanelChannel> make(PanelStrip& strip, QMenu& menu);
+
+    /// Where this channel shows popovers. Lives as long as the channel.
+    virtual PopoverStand& popoverStand() = 0;
 
 protected:
     PanelChannel() = default;

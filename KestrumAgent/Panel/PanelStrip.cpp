@@ -6,6 +6,7 @@
 #include "KestrumShared/Text/AppLanguage.h"
 
 #include <QAccessibleWidget>
+#include <QApplication>
 #include <QContextMenuEvent>
 #include <QHelpEvent>
 #include <QMouseEvent>
@@ -124,22 +125,56 @@ QSize PanelStrip::sizeHint() const
     return isEmpty() ? QSize(0, 0) : m_scene.size();
 }
 
+void PanelStrip::click(MonitorSection section)
+{
+    if (const Item* item = items().item(section))
+        Q_EMIT itemClicked(section, place(*item).toAlignedRect());
+}
+
+void PanelStrip::beginDrag(const QPointF& at)
+{
+    const double moved = (at - m_press->at).manhattanLength();
+    if (moved < QApplication::startDragDistance())
+        return;
+    const Press press = *std::exchange(m_press, std::nullopt);
+    const Item* under = m_scene.resting(press.at);
+    // The items may have changed since the press. The drag begins where the button was pressed, so the item stays under the
+    // pointer where it was grabbed.
+    if (under && under->section == press.section)
+        m_scene.grab(press.at);
+}
+
 void PanelStrip::mouseMoveEvent(QMouseEvent* event)
 {
+    // The release is missing when it went to the menu's window.
+    if (!event->buttons().testFlag(Qt::LeftButton))
+        m_press.reset();
+    if (m_press)
+        beginDrag(event->position());
     m_scene.drag(event->position());
+    const auto before = m_scene.hovered();
     m_scene.hover(event->position());
+    if (const auto now = m_scene.hovered(); now && now != before)
+        Q_EMIT itemApproached(*now);
     setCursor(m_scene.cursor());
 }
 
 void PanelStrip::mousePressEvent(QMouseEvent* event)
 {
     Q_EMIT pointerLeft();
-    if (m_scene.grab(*event))
-        setCursor(m_scene.cursor());
+    const Item* under = m_scene.resting(event->position());
+    if (event->button() == Qt::LeftButton && under)
+        m_press = Press { under->section, event->position() };
 }
 
 void PanelStrip::mouseReleaseEvent(QMouseEvent* event)
 {
+    if (event->button() == Qt::LeftButton) {
+        const auto press = std::exchange(m_press, std::nullopt);
+        const Item* under = m_scene.resting(event->position());
+        if (press && under && under->section == press->section)
+            click(press->section);
+    }
     if (!m_scene.drop(*event))
         return;
     setCursor(m_scene.cursor());
@@ -151,8 +186,7 @@ void PanelStrip::mouseReleaseEvent(QMouseEvent* event)
 
 void PanelStrip::mouseDoubleClickEvent(QMouseEvent* event)
 {
-    if (event->button() == Qt::LeftButton)
-        Q_EMIT settingsRequested();
+    mousePressEvent(event); // for the toolkit, the second press of two quick clicks is no press
 }
 
 void PanelStrip::contextMenuEvent(QContextMenuEvent* event)

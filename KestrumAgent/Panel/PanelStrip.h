@@ -6,14 +6,16 @@
 #include <QWidget>
 #include <array>
 #include <memory>
+#include <optional>
 
 namespace kestrum {
 
 /// The widget with the items at the panel. A plate behind the items makes them readable on any panel or desktop background.
 /// A `PanelChannel` places the strip and opens the menu and the tool tips next to it.
 ///
-/// The user can drag items to another place. The new order is stored, and the signal `menuBarChanged` is posted. The picture
-/// of each item is cached: after new readings, only items that look different are painted.
+/// The user can click an item, or drag it to another place. A press becomes a drag only when the pointer has moved by the
+/// desktop's drag distance. After a drag, the new order is stored, and the signal `menuBarChanged` is posted. The picture of
+/// each item is cached: after new readings, only items that look different are painted.
 class PanelStrip final : public QWidget {
     Q_OBJECT
 public:
@@ -36,17 +38,29 @@ public:
 
     /// The frame of `item` in the widget's coordinates.
     QRectF place(const Item& item) const { return m_scene.frame(item); }
+    /// The item at `point`, in the widget's coordinates; null if there is none.
+    const Item* item(const QPointF& point) const { return items().item(m_scene.stripPoint(point)); }
     /// See `StripScene::text`.
     QString text(MonitorSection section) const { return m_scene.text(section); }
     /// The texts of all items, one per line.
     QString summary() const { return m_scene.summary(); }
+
+    /// The item whose popover is open; it has a backdrop.
+    void setOpened(std::optional<MonitorSection> section) { m_scene.setOpened(section); }
+    std::optional<MonitorSection> opened() const { return m_scene.opened(); }
+
+    /// Does what a click on the section's item does. Nothing happens for a section without an item.
+    void click(MonitorSection section);
 
 Q_SIGNALS:
     /// The items were created again; the size of the strip may have changed.
     void rebuilt();
     /// The items have new readings. Emitted whether or not the strip is visible.
     void redrawn();
-    void settingsRequested();
+    /// The left button was pressed and released on the item at `item`, in the widget's coordinates.
+    void itemClicked(MonitorSection section, QRect item);
+    /// The pointer has come to an item.
+    void itemApproached(MonitorSection section);
     /// The user has right-clicked. The menu should open at `at`, in the widget's coordinates.
     void menuRequested(QPoint at);
     /// The pointer rests at `at`, in the widget's coordinates. `text` is empty if there is no item at that point.
@@ -65,10 +79,17 @@ protected:
     bool event(QEvent* event) override;
 
 private:
+    struct Press {
+        MonitorSection section;
+        QPointF at;
+    };
+
+    void beginDrag(const QPointF& at);
     void redrawBy(const Appearance& appearance);
     QRegion renewPictures(const Appearance& appearance);
 
     StripScene m_scene;
+    std::optional<Press> m_press; ///< of the left button on an item, before it becomes a drag
     std::array<QImage, std::size(Enumeration<MonitorSection>::cases)> m_pictures;
 };
 

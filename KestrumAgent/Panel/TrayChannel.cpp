@@ -63,7 +63,7 @@ void TrayChannel::begin()
     connect(
         m_icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
             if (reason == QSystemTrayIcon::Trigger)
-                Q_EMIT m_strip.settingsRequested();
+                m_popoverStand.press();
         });
     adoptAppearance();
     fit();

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KestrumAgent/Panel/PanelChannel.h"
+#include "KestrumAgent/Panel/TrayStand.h"
 #include "Platform/Desktop/StatusIcons.h"
 
 #include <QObject>
@@ -16,6 +17,8 @@ class TrayChannel final : public QObject, public PanelChannel {
 public:
     TrayChannel(PanelStrip& strip, QMenu& menu);
 
+    PopoverStand& popoverStand() override { return m_popoverStand; }
+
 private:
     void begin();
     void fit();
@@ -25,6 +28,7 @@ private:
     QMenu& m_menu;
     StatusIcons m_icons;
     std::unique_ptr<QSystemTrayIcon> m_icon;
+    TrayStand m_popoverStand;
 };
 
 } // namespace kestrum

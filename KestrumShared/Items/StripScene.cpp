@@ -76,6 +76,16 @@ void StripScene::setHovered(std::optional<MonitorSection> section)
     }
 }
 
+void StripScene::setOpened(std::optional<MonitorSection> section)
+{
+    if (section == m_opened)
+        return;
+    for (const auto repainted : { std::exchange(m_opened, section), section }) {
+        if (const Item* item = m_items.item(repainted))
+            Q_EMIT changed(ground(*item));
+    }
+}
+
 void StripScene::hover(const QPointF& point)
 {
     const Item* under = resting(point);
@@ -89,10 +99,15 @@ void StripScene::leave()
 
 const StripScene::Item* StripScene::grab(const QMouseEvent& press)
 {
-    const Item* item = press.button() == Qt::LeftButton ? resting(press.position()) : nullptr;
+    return press.button() == Qt::LeftButton ? grab(press.position()) : nullptr;
+}
+
+const StripScene::Item* StripScene::grab(const QPointF& point)
+{
+    const Item* item = resting(point);
     if (item) {
         setHovered(item->section);
-        m_items.grab(*item, stripPoint(press.position()).x());
+        m_items.grab(*item, stripPoint(point).x());
     }
     return item;
 }
@@ -136,6 +151,9 @@ void StripScene::paint(QPainter& painter, ColourScheme scheme, DragLook look,
     const Item* hovered = m_items.item(m_hovered);
     if (hovered && !(look == DragLook::lifted && dragged()))
         StripBackground::drawBackdrop(painter, ground(*hovered), scheme);
+    const Item* opened = m_items.item(m_opened);
+    if (opened && opened != hovered)
+        StripBackground::drawBackdrop(painter, ground(*opened), scheme);
     for (const Item& each : m_items.list()) {
         if (&each != lifted)
             draw(each);

@@ -42,6 +42,9 @@ public:
     QRectF ground(const Item& item) const;
 
     std::optional<MonitorSection> hovered() const { return m_hovered; }
+    /// The item with an open popover. It has a backdrop, as if the pointer were there.
+    std::optional<MonitorSection> opened() const { return m_opened; }
+    void setOpened(std::optional<MonitorSection> section);
     std::optional<MonitorSection> dragged() const { return m_items.dragged(); }
     Qt::CursorShape cursor() const;
 
@@ -52,6 +55,8 @@ public:
     void leave();
     /// Begins a drag if the left button is pressed on an item. Returns that item, or null.
     const Item* grab(const QMouseEvent& press);
+    /// Begins a drag of the item at `point`, where the left button was pressed. Returns that item, or null.
+    const Item* grab(const QPointF& point);
     void drag(const QPointF& point);
     /// Ends the drag and stores the order if the left button is released. Returns false without a drag or for another
     /// button.
@@ -91,6 +96,7 @@ private:
     QSize m_room;
     StripItems m_items;
     std::optional<MonitorSection> m_hovered;
+    std::optional<MonitorSection> m_opened;
     std::function<double(MonitorSection)> m_offset = [](MonitorSection) { return 0; };
 };
 

@@ -1,5 +1,7 @@
 #include "KestrumAgent/Agent.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumAgent/Popover/PopoverController.h"
+#include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/SingleInstance.h"
 #include "tests/Support/FreshSettings.h"
@@ -279,16 +281,20 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("fromMenu");
         QTest::newRow("from the menu") << true;
-        QTest::newRow("by a double click") << false;
+        QTest::newRow("from a popover") << false;
     }
     void theSettingsAreAskedToComeForward()
     {
         QFETCH(const bool, fromMenu);
         Ear ear(SharedSettings::name(Signal::openSettings));
-        if (fromMenu)
+        if (fromMenu) {
             entry(QStringLiteral("Settings…"))->trigger();
-        else
-            Q_EMIT m_agent->strip()->settingsRequested();
+        } else {
+            m_agent->popovers()->open(MonitorSection::memory);
+            QVERIFY(m_agent->popovers()->window());
+            Q_EMIT m_agent->popovers()->window()->acted({ PanelAction::Kind::openSettings });
+            QVERIFY(!m_agent->popovers()->window());
+        }
         QTRY_COMPARE(ear.count, 1);
     }
 

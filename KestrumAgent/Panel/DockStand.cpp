@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumAgent/Panel/DockStand.h"
+
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "Platform/Desktop/Translucency.h"
+#include "Platform/Desktop/X11Window.h"
+
+#include <QApplication>
+#include <QScreen>
+#include <QWindow>
+#include <algorithm>
+#include <utility>
+
+namespace kestrum {
+
+namespace {
+
+/// Whether the strip's window is in the lower half of the free area.
+bool isLow(const QRect& strip, const QRect& free)
+{
+    return strip.center().y() > free.center().y();
+}
+
+} // namespace
+
+DockStand::DockStand(PanelStrip& strip, std::function<QRect()> free)
+    : m_strip(strip)
+    , m_free(std::move(free))
+{
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
+        if (m_window && (m_window->screen() == gone || m_strip.screen() == gone))
+            Q_EMIT dismissed();
+    });
+}
+
+QRect DockStand::place(QSize size, const QRect& item, const QRect& strip, const QRect& free)
+{
+    const int top = isLow(strip, free) ? strip.top() - stripDistance - size.height()
+                                       : strip.bottom() + 1 + stripDistance;
+    const int farthest = free.right() + 1 - edgeDistance - size.width();
+    const int centred = item.left() + (item.width() - size.width()) / 2;
+    return { QPoint(std::max(free.left() + edgeDistance, std::min(centred, farthest)), top), size };
+}
+
+int DockStand::room() const
+{
+    const QRect strip = m_strip.geometry();
+    const QRect free = m_free();
+    return isLow(strip, free) ? strip.top() - stripDistance - free.top() - edgeDistance
+                              : free.bottom() - strip.bottom() - stripDistance - edgeDistance;
+}
+
+void DockStand::show(QWidget& window, QSize size, const QRect& item)
+{
+    const bool isNew = m_window != &window;
+    if (isNew)
+        open(window);
+    const QRect placed
+        = place(size, item.translated(m_strip.mapToGlobal(QPoint(0, 0))), m_strip.geometry(), m_free());
+    if (isNew || m_place != placed) {
+        m_place = placed;
+        window.setFixedSize(placed.size());
+        window.move(placed.topLeft());
+    }
+    if (!isNew)
+        return;
+    const auto x11 = X11Window::of(*window.windowHandle());
+    // The strip is on every virtual desktop, and so is what it has opened.
+    if (x11)
+        x11->standOnAllDesktops();
+    window.show();
+    // The user has asked for the window by a press on another window or by a key of the desktop's: of these, the toolkit
+    // does not know, so its own request for the focus may be refused.
+    if (x11 && x11->isManaged()) {
+        x11->askForFocus(0);
+        x11->flush();
+    } else {
+        window.activateWindow();
+    }
+}
+
+void DockStand::open(QWidget& window)
+{
+    m_window = &window;
+    window.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
+    window.setAttribute(Qt::WA_TranslucentBackground, isTranslucencyShown());
+    window.winId();
+    // The toolkit sets the window type only for a window that exists already.
+    window.setAttribute(Qt::WA_X11NetWmWindowTypeDropDownMenu);
+    m_presses = std::make_unique<X11Presses>();
+    connect(m_presses.get(), &X11Presses::pressed, this, &DockStand::judge);
+}
+
+void DockStand::hide()
+{
+    if (m_window)
+        m_window->hide();
+    m_window.clear();
+    m_presses.reset();
+    m_isPinned = false;
+}
+
+/// Decides whether a press is one elsewhere.
+void DockStand::judge(QPoint place, Qt::MouseButton button)
+{
+    if (m_isPinned || !m_window)
+        return;
+    // A press on an item is a click soon, or the begin of a drag: the strip tells.
+    if (m_strip.isVisible() && m_strip.geometry().contains(place) && button == Qt::LeftButton
+        && m_strip.item(place - m_strip.geometry().topLeft()))
+        return;
+    const QWidgetList windows = QApplication::topLevelWidgets();
+    const bool isOwn = std::any_of(windows.begin(), windows.end(), [this, place](const QWidget* window) {
+        return window != &m_strip && window->isVisible() && window->geometry().contains(place);
+    });
+    if (!isOwn)
+        Q_EMIT dismissed();
+}
+
+} // namespace kestrum

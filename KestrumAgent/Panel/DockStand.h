@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumAgent/Panel/PopoverStand.h"
+#include "Platform/Desktop/X11Presses.h"
+
+#include <QPointer>
+#include <functional>
+#include <memory>
+
+namespace kestrum {
+
+class PanelStrip;
+
+/// Shows a window beside an item of a strip that stands as a window of its own. The window is no popup of the toolkit, which
+/// would grab the keyboard and the pointer: presses elsewhere are heard by `X11Presses`.
+class DockStand final : public PopoverStand {
+    Q_OBJECT
+public:
+    /// `free` returns the part of the strip's screen that panels leave free. It must not be empty.
+    DockStand(PanelStrip& strip, std::function<QRect()> free);
+
+    void show(QWidget& window, QSize size, const QRect& item) override;
+    void hide() override;
+    void setPinned(bool isPinned) override { m_isPinned = isPinned; }
+    int room() const override;
+
+    /// The place of a window of `size` beside `item`: below the strip, or above it if the strip is in the lower half of
+    /// `free`. All rectangles are in the same coordinates.
+    static QRect place(QSize size, const QRect& item, const QRect& strip, const QRect& free);
+
+private:
+    void open(QWidget& window);
+    void judge(QPoint place, Qt::MouseButton button);
+
+    PanelStrip& m_strip;
+    std::function<QRect()> m_free;
+    QPointer<QWidget> m_window;
+    QRect m_place; ///< where the window was put; the window manager may have put it elsewhere
+    std::unique_ptr<X11Presses> m_presses; ///< while the window is shown
+    bool m_isPinned = false;
+};
+
+} // namespace kestrum

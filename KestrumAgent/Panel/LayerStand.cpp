@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumAgent/Panel/LayerStand.h"
+
+#include "KestrumAgent/Panel/PanelStrip.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <algorithm>
+
+namespace kestrum {
+
+LayerStand::LayerStand(PanelStrip& strip)
+    : m_strip(strip)
+{
+}
+
+/// The size of the area that panels leave free: the sheet's, which only the compositor knows. Before the sheet has been
+/// shown once, the screen's size.
+QSize LayerStand::freeSize() const
+{
+    return m_free.isEmpty() ? m_strip.screen()->size() : m_free;
+}
+
+int LayerStand::room() const
+{
+    return freeSize().height() - m_strip.height() - stripDistance - edgeDistance;
+}
+
+void LayerStand::show(QWidget& window, QSize size, const QRect& item)
+{
+    m_size = size;
+    m_item = item;
+    if (m_window != &window) {
+        hide();
+        m_window = &window;
+        window.setAttribute(Qt::WA_TranslucentBackground);
+        m_sheet = std::make_unique<LayerSheet>();
+        connect(m_sheet.get(), &LayerSheet::pressed, this, &LayerStand::dismissed, Qt::QueuedConnection);
+        connect(m_sheet.get(), &LayerSheet::resized, this, [this] {
+            m_free = m_sheet->size();
+            arrange();
+            Q_EMIT roomChanged();
+        });
+        m_surface = std::make_unique<LayerSurface>(window);
+        connect(m_surface.get(), &LayerSurface::closed, this, &LayerStand::dismissed, Qt::QueuedConnection);
+    }
+    arrange();
+}
+
+void LayerStand::arrange()
+{
+    if (!m_surface)
+        return;
+    const bool isMirrored = QGuiApplication::layoutDirection() == Qt::RightToLeft;
+    const QSize free = freeSize();
+    // The distances from the edge at which the strip stands. It is the item's distance from the strip's end, too.
+    const int itemMiddle = m_item.center().x();
+    const int fromEdge = isMirrored ? itemMiddle : m_strip.width() - 1 - itemMiddle;
+    const int farthest = std::max(edgeDistance, free.width() - edgeDistance - m_size.width());
+    const int side = std::clamp(fromEdge - m_size.width() / 2, edgeDistance, farthest);
+    const int top = m_strip.height() + stripDistance;
+    const Qt::Edge edge = isMirrored ? Qt::LeftEdge : Qt::RightEdge;
+    m_surface->show(
+        { .layer = m_isPinned ? LayerSurface::Layer::panel : LayerSurface::Layer::overlay,
+            .edges = Qt::TopEdge | edge,
+            .margins = QMargins(isMirrored ? side : 0, top, isMirrored ? 0 : side, 0),
+            .keyboard = m_isPinned ? LayerSurface::Keyboard::onDemand : LayerSurface::Keyboard::exclusive },
+        m_size);
+    if (!m_sheet)
+        return;
+    const auto atEdge = [&](int distance, int y, QSize size) {
+        return QRect(QPoint(isMirrored ? distance : free.width() - distance - size.width(), y), size);
+    };
+    m_sheet->setHoles({ atEdge(0, 0, m_strip.size()), atEdge(side, top, m_size) });
+}
+
+void LayerStand::hide()
+{
+    m_sheet.reset();
+    m_surface.reset();
+    m_window.clear();
+    m_isPinned = false;
+}
+
+void LayerStand::setPinned(bool isPinned)
+{
+    if (isPinned == m_isPinned)
+        return;
+    m_isPinned = isPinned;
+    if (isPinned)
+        m_sheet.reset();
+    else if (QWidget* window = m_window) {
+        // The sheet must be below the window, and what is shown last is at the top.
+        hide();
+        show(*window, m_size, m_item);
+        return;
+    }
+    arrange();
+}
+
+} // namespace kestrum

@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumAgent/Panel/LayerSheet.h"
+#include "KestrumAgent/Panel/LayerSurface.h"
+#include "KestrumAgent/Panel/PopoverStand.h"
+
+#include <QPointer>
+#include <memory>
+
+namespace kestrum {
+
+class PanelStrip;
+
+/// Shows a window as a layer surface below an item of a strip that is a layer surface too. A popup of the compositor's is no
+/// way: its grab keeps some lockers from locking the screen, and to the toolkit it would be a popup of nothing.
+class LayerStand final : public PopoverStand {
+    Q_OBJECT
+public:
+    explicit LayerStand(PanelStrip& strip);
+
+    void show(QWidget& window, QSize size, const QRect& item) override;
+    void hide() override;
+    void setPinned(bool isPinned) override;
+    int room() const override;
+
+private:
+    QSize freeSize() const;
+    void arrange();
+
+    PanelStrip& m_strip;
+    QPointer<QWidget> m_window;
+    std::unique_ptr<LayerSheet> m_sheet; ///< none while the window is pinned
+    std::unique_ptr<LayerSurface> m_surface;
+    QSize m_free;
+    QSize m_size;
+    QRect m_item;
+    bool m_isPinned = false;
+};
+
+} // namespace kestrum

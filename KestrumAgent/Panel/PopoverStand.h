@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <QObject>
+#include <QRect>
+#include <QSize>
+#include <QWidget>
+
+namespace kestrum {
+
+/// A channel's way to show one window beside an item of the strip: the popover's. The window takes the keyboard, but never
+/// grabs it or the pointer, because then a screen locker could not lock the screen.
+class PopoverStand : public QObject {
+    Q_OBJECT
+public:
+    /// The distance of the window from the strip, and its least distance from the screen's edges, in points.
+    static constexpr int stripDistance = 6;
+    static constexpr int edgeDistance = 8;
+
+    /// Shows `window` beside `item`, a rectangle in the strip's coordinates. If the window is shown already, it gets its new
+    /// size and place: call this function after each change of the size. The window must live until `hide`.
+    virtual void show(QWidget& window, QSize size, const QRect& item) = 0;
+    virtual void hide() = 0;
+    /// A pinned window stays when the user turns to something else, and leaves the keyboard to others. `hide` ends it.
+    virtual void setPinned(bool isPinned) = 0;
+    /// The greatest height that a window can have, in points.
+    virtual int room() const = 0;
+    /// Whether the strip is not visible, so that the window itself must offer the way to the other sections.
+    virtual bool isWithoutStrip() const { return false; }
+
+Q_SIGNALS:
+    /// The user has turned to something else, or the window's screen is gone: the window is to be hidden.
+    void dismissed();
+    void roomChanged();
+    /// The user has pressed what stands for the strip.
+    void toggleRequested();
+
+protected:
+    using QObject::QObject;
+};
+
+} // namespace kestrum

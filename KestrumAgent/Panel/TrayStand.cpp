@@ -1,0 +1,71 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumAgent/Panel/TrayStand.h"
+
+#include "Platform/Desktop/WindowActivation.h"
+
+#include <QEvent>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QWindow>
+#include <limits>
+
+namespace kestrum {
+
+namespace {
+
+/// Within this time, in ms, the loss of the focus and the press of the status icon are one act of the user.
+constexpr qint64 oneAct = 300;
+
+} // namespace
+
+int TrayStand::room() const
+{
+    const QScreen* screen = m_window ? m_window->screen() : QGuiApplication::primaryScreen();
+    return screen ? screen->availableGeometry().height() - 2 * edgeDistance : std::numeric_limits<int>::max();
+}
+
+void TrayStand::show(QWidget& window, QSize size, const QRect&)
+{
+    const bool isNew = m_window != &window;
+    if (isNew) {
+        m_window = &window;
+        window.setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
+        window.setAttribute(Qt::WA_TranslucentBackground);
+        window.installEventFilter(this);
+    }
+    window.setFixedSize(size);
+    if (!isNew)
+        return;
+    window.winId();
+    // After a press of the status icon, the environment has the desktop's leave to take the focus.
+    WindowActivation::bringForward(*window.windowHandle(), WindowActivation::takeToken());
+    window.show();
+}
+
+void TrayStand::hide()
+{
+    if (m_window) {
+        m_window->removeEventFilter(this);
+        m_window->hide();
+    }
+    m_window.clear();
+    m_isPinned = false;
+}
+
+void TrayStand::press()
+{
+    if (!m_sinceDismissed.isValid() || m_sinceDismissed.elapsed() > oneAct)
+        Q_EMIT toggleRequested();
+}
+
+bool TrayStand::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::WindowDeactivate && !m_isPinned) {
+        m_sinceDismissed.start();
+        // Not from within the event, whose receiver is about to be deleted.
+        QMetaObject::invokeMethod(this, &PopoverStand::dismissed, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+} // namespace kestrum

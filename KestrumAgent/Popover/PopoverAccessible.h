@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumAgent/Popover/PopoverLayout.h"
+
+namespace kestrum {
+
+class PopoverWindow;
+
+/// Shows popovers to screen readers: a dialog with the elements by which the parts describe themselves.
+namespace PopoverAccessible {
+
+/// Must be called before the first popover's window is used. Further calls have no effect.
+void install();
+
+/// Tells assistive programs that the window's focused element is another one.
+void tellFocus(PopoverWindow& window);
+
+} // namespace PopoverAccessible
+} // namespace kestrum

@@ -1,0 +1,218 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumAgent/Popover/PopoverController.h"
+
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumAgent/Panel/PopoverStand.h"
+#include "KestrumAgent/Popover/PopoverSource.h"
+#include "KestrumAgent/Popover/PopoverWindow.h"
+#include "KestrumShared/Items/SectionItem.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "Platform/Desktop/Translucency.h"
+
+#include <QClipboard>
+#include <QFontInfo>
+#include <QGuiApplication>
+#include <utility>
+
+namespace kestrum {
+
+namespace {
+
+constexpr int rowFontSize = 12; ///< of rows; 10 is the size in the settings' small pictures of popovers
+
+ColourScheme chosenScheme()
+{
+    switch (Setting(Keys::popoverAppearance).value()) {
+    case PopoverAppearance::light:
+        return ColourScheme::light;
+    case PopoverAppearance::dark:
+        return ColourScheme::dark;
+    case PopoverAppearance::system:
+        break;
+    }
+    return SystemAppearance::shared().scheme();
+}
+
+} // namespace
+
+PopoverController::PopoverController(
+    PanelStrip& strip, PopoverStand& stand, PopoverSource& source, QObject* parent)
+    : QObject(parent)
+    , m_strip(strip)
+    , m_stand(stand)
+    , m_source(source)
+{
+    connect(&m_strip, &PanelStrip::itemClicked, this, &PopoverController::toggle);
+    connect(&m_strip, &PanelStrip::itemApproached, &m_source, &PopoverSource::approached);
+    // The settings of the items also change what a popover shows, and where it stands.
+    connect(&m_strip, &PanelStrip::rebuilt, this, &PopoverController::adoptStrip);
+    connect(&m_stand, &PopoverStand::dismissed, this, &PopoverController::close);
+    connect(&m_stand, &PopoverStand::roomChanged, this, &PopoverController::refresh);
+    connect(&m_stand, &PopoverStand::toggleRequested, this, &PopoverController::toggleSeen);
+    connect(&m_source, &PopoverSource::changed, this, &PopoverController::refresh);
+    connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &PopoverController::refresh);
+    SharedSettings::store().observe(
+        Keys::names(Keys::popoverAppearance, Keys::popoverBackground, Keys::temperatureUnit), this,
+        [this] { refresh(); });
+}
+
+PopoverController::~PopoverController()
+{
+    close();
+}
+
+PanelEnvironment PopoverController::environment(bool isTranslucent)
+{
+    PanelEnvironment environment;
+    environment.scheme = chosenScheme();
+    environment.direction = QGuiApplication::layoutDirection();
+    environment.font = PanelEnvironment::systemFont(rowFontSize);
+    environment.background
+        = isTranslucent ? Setting(Keys::popoverBackground).value() : PopoverBackground::opaque;
+    return environment;
+}
+
+void PopoverController::toggle(MonitorSection section)
+{
+    if (m_section == section)
+        close();
+    else
+        open(section);
+}
+
+/// Opens the section that was seen last, or the first one; or closes the open popover.
+void PopoverController::toggleSeen()
+{
+    if (m_section) {
+        close();
+        return;
+    }
+    const QList<MonitorSection> sections = m_strip.items().sections();
+    if (m_lastSeen && sections.contains(*m_lastSeen))
+        open(*m_lastSeen);
+    else if (!sections.isEmpty())
+        open(sections.last());
+}
+
+void PopoverController::open(MonitorSection section)
+{
+    if (m_section == section || !m_strip.items().item(section))
+        return;
+    m_section = section;
+    m_lastSeen = section;
+    m_source.opened(section);
+    if (!m_window) {
+        m_isTranslucent = isTranslucencyShown();
+        m_window = std::make_unique<PopoverWindow>();
+        connect(m_window.get(), &PopoverWindow::acted, this, &PopoverController::act);
+        connect(m_window.get(), &PopoverWindow::closeRequested, this, &PopoverController::close);
+        connect(m_window.get(), &PopoverWindow::neighbourRequested, this, &PopoverController::stepBy);
+        connect(m_window.get(), &PopoverWindow::menuRequested, this, &PopoverController::requestMenu);
+        connect(m_window.get(), &PopoverWindow::listHeld, &m_source, &PopoverSource::setListHeld);
+        Q_EMIT windowMade(*m_window);
+    }
+    const bool isPinned = m_state.isPinned;
+    m_state = {};
+    m_state.isPinned = isPinned;
+    m_state.hasTabs = m_stand.isWithoutStrip();
+    m_window->startAnew();
+    m_window->setWindowTitle(SectionItem::of(section).name());
+    m_strip.setOpened(section);
+    refresh();
+}
+
+void PopoverController::close()
+{
+    if (!m_section)
+        return;
+    m_section.reset();
+    m_state = {};
+    m_strip.setOpened(std::nullopt);
+    m_stand.hide();
+    // The call may come from one of the window's own events.
+    m_window.release()->deleteLater();
+    m_source.setListHeld(false);
+    m_source.closed();
+}
+
+void PopoverController::adoptStrip()
+{
+    if (m_section && !m_strip.items().item(*m_section))
+        close();
+    else
+        refresh();
+}
+
+/// Shows the present readings by the present settings, at the place of the section's item.
+void PopoverController::refresh()
+{
+    if (!m_section)
+        return;
+    const PanelEnvironment look = environment(m_isTranslucent);
+    m_window->setContent(
+        PopoverPanel::of(*m_section, m_source.readings(), m_state, SharedSettings::store().snapshot(), look),
+        look, PopoverWindow::scaleFor(QFontInfo(QGuiApplication::font()).pixelSize()));
+    const PanelStrip::Item* item = m_strip.items().item(*m_section);
+    m_stand.show(*m_window, m_window->sizeFor(m_stand.room()), m_strip.place(*item).toAlignedRect());
+    // Paints at once: `update` would wake the process a second time for each sample.
+    m_window->repaint();
+}
+
+/// Turns to the item beside the open one, and from the last to the first. The items stand in the same order in every
+/// language; the tabs of a popover without a strip follow the language.
+void PopoverController::stepBy(int step)
+{
+    const QList<MonitorSection> sections = m_strip.items().sections();
+    const bool isMirrored = m_state.hasTabs && QGuiApplication::layoutDirection() == Qt::RightToLeft;
+    const qsizetype now = sections.indexOf(*m_section) + (isMirrored ? -step : step);
+    open(sections[(now + sections.size()) % sections.size()]);
+}
+
+void PopoverController::requestMenu()
+{
+    const PanelStrip::Item* item = m_strip.items().item(*m_section);
+    const QPoint at(int(m_strip.place(*item).center().x()), m_strip.height());
+    if (!m_state.isPinned)
+        close();
+    Q_EMIT m_strip.menuRequested(at);
+}
+
+void PopoverController::act(const PanelAction& action)
+{
+    using Kind = PanelAction::Kind;
+    switch (action.kind) {
+    case Kind::none:
+        return;
+    case Kind::togglePin:
+        m_state.isPinned = !m_state.isPinned;
+        m_stand.setPinned(m_state.isPinned);
+        break;
+    case Kind::openSettings:
+        if (!m_state.isPinned)
+            close();
+        Q_EMIT settingsRequested();
+        return;
+    case Kind::openSystemMonitor:
+        return;
+    case Kind::resetHighest:
+        m_source.resetHighest();
+        break;
+    case Kind::toggleDevice:
+        if (!m_state.openDevices.removeOne(action.argument))
+            m_state.openDevices.append(action.argument);
+        break;
+    case Kind::togglePowerHelp:
+        m_state.explainsPower = !m_state.explainsPower;
+        break;
+    case Kind::copyText:
+        QGuiApplication::clipboard()->setText(action.argument);
+        return;
+    case Kind::showSection:
+        if (const auto section = fromRawValue<MonitorSection>(action.argument))
+            open(*section);
+        return;
+    }
+    refresh();
+}
+
+} // namespace kestrum

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumShared/Popover/PopoverState.h"
+#include "KestrumShared/Vocabulary/MonitorSection.h"
+
+#include <QObject>
+#include <memory>
+#include <optional>
+
+namespace kestrum {
+
+class PanelStrip;
+class PopoverSource;
+class PopoverStand;
+class PopoverWindow;
+struct PanelAction;
+struct PanelEnvironment;
+
+/// Opens and closes the popovers of a strip's items. At most one is open: the window's content changes when the user turns to
+/// another item. The window exists only while a popover is open.
+class PopoverController final : public QObject {
+    Q_OBJECT
+public:
+    /// All three must outlive the controller.
+    PopoverController(
+        PanelStrip& strip, PopoverStand& stand, PopoverSource& source, QObject* parent = nullptr);
+    ~PopoverController() override;
+
+    /// Opens the popover of `section`, or turns the open one to it. Does nothing if the section has no item.
+    void open(MonitorSection section);
+    void close();
+    /// Closes the popover if it is `section`'s, else opens it.
+    void toggle(MonitorSection section);
+
+    /// The section whose popover is open.
+    std::optional<MonitorSection> section() const { return m_section; }
+    const PopoverState& state() const { return m_state; }
+    /// The window of the open popover; null while none is open.
+    PopoverWindow* window() const { return m_window.get(); }
+
+    /// How popovers look by the present settings. `isTranslucent` says whether the desktop shows what is behind a window.
+    static PanelEnvironment environment(bool isTranslucent);
+
+Q_SIGNALS:
+    void settingsRequested();
+    /// A new window was made, which is about to be shown.
+    void windowMade(PopoverWindow& window);
+
+private:
+    void act(const PanelAction& action);
+    void toggleSeen();
+    void stepBy(int step);
+    void requestMenu();
+    void adoptStrip();
+    void refresh();
+
+    PanelStrip& m_strip;
+    PopoverStand& m_stand;
+    PopoverSource& m_source;
+    std::optional<MonitorSection> m_section;
+    bool m_isTranslucent = false;
+    std::optional<MonitorSection> m_lastSeen;
+    PopoverState m_state;
+    std::unique_ptr<PopoverWindow> m_window;
+};
+
+} // namespace kestrum

@@ -1,0 +1,372 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumAgent/Popover/PopoverWindow.h"
+
+#include "KestrumAgent/Popover/PopoverAccessible.h"
+#include "KestrumShared/Popover/PopoverSurface.h"
+
+#include <QClipboard>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <cmath>
+#include <utility>
+
+namespace kestrum {
+
+namespace {
+
+constexpr double wheelStep = 48; ///< how far a notch of the wheel scrolls, in points
+constexpr double ringWidth = 2;
+constexpr double ringRadius = 5;
+constexpr double barWidth = 6;
+constexpr double barEdge = 2; ///< distance of the scroll bar from the edges
+constexpr double shortestBar = 24;
+
+} // namespace
+
+PopoverWindow::PopoverWindow(QWidget* parent)
+    : QWidget(parent)
+{
+    PopoverAccessible::install();
+    setObjectName(QStringLiteral("popover"));
+    setMouseTracking(true);
+    setFocusPolicy(Qt::StrongFocus);
+    setAttribute(Qt::WA_NoSystemBackground);
+}
+
+double PopoverWindow::scaleFor(double textSize)
+{
+    return std::clamp(textSize / usualTextSize, 1.0, greatestScale);
+}
+
+void PopoverWindow::setContent(const PopoverPanel& panel, const PanelEnvironment& environment, double scale)
+{
+    const auto pointer = m_environment.pointer;
+    m_environment = environment;
+    m_environment.pointer = pointer;
+    m_scale = scale;
+    m_layout = PopoverLayout(panel, m_environment);
+    m_focus.adopt(m_layout);
+    m_scrolled = std::clamp(m_scrolled, 0.0, farthest());
+    holdList();
+}
+
+void PopoverWindow::startAnew()
+{
+    m_focus.clear();
+    m_scrolled = 0;
+    m_pressed.clear();
+}
+
+QSize PopoverWindow::sizeFor(int room) const
+{
+    return { int(std::ceil(PopoverPanel::width * m_scale)),
+        std::min(int(std::ceil(m_layout.height() * m_scale)), std::max(room, 1)) };
+}
+
+double PopoverWindow::farthest() const
+{
+    return std::max(0.0, m_layout.height() - height() / m_scale);
+}
+
+void PopoverWindow::scrollTo(double scrolled)
+{
+    const double limited = std::clamp(scrolled, 0.0, farthest());
+    if (limited == std::exchange(m_scrolled, limited))
+        return;
+    update();
+}
+
+QRectF PopoverWindow::rectOf(const Path& path) const
+{
+    const PanelElement* element = m_layout.element(path);
+    if (!element)
+        return {};
+    const QPointF offset(0, m_layout.isInHeader(path) ? 0 : m_scrolled);
+    const QRectF rect = element->rect.translated(-offset);
+    return { rect.topLeft() * m_scale, rect.size() * m_scale };
+}
+
+/// The place in the coordinates of the layout; nothing outside of the window.
+std::optional<QPointF> PopoverWindow::contentPoint(const QPointF& place) const
+{
+    if (!QRectF(rect()).contains(place))
+        return std::nullopt;
+    const QPointF point = place / m_scale;
+    return point.y() < m_layout.headerHeight() ? point : point + QPointF(0, m_scrolled);
+}
+
+PopoverWindow::Path PopoverWindow::pressable(const QPointF& place) const
+{
+    const auto at = contentPoint(place);
+    return at ? m_layout.at(*at, [](const PanelElement& element) { return bool(element.action); }) : Path();
+}
+
+// Painting
+
+void PopoverWindow::paintEvent(QPaintEvent* event)
+{
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.scale(m_scale, m_scale);
+    const QRectF bounds(0, 0, width() / m_scale, height() / m_scale);
+    // Without translucency, the window's mask makes the corners.
+    const bool isTranslucent = testAttribute(Qt::WA_TranslucentBackground);
+    PopoverSurface { m_environment.background, false }.draw(
+        painter, bounds, isTranslucent ? cornerRadius : 0, m_environment);
+    if (m_layout.places().isEmpty())
+        return;
+
+    const auto draw = [&](const PopoverLayout::Place& place) {
+        const QRectF shown = painter.transform().mapRect(place.rect);
+        if (event->region().intersects(shown.toAlignedRect().marginsAdded({ 1, 1, 1, 1 })))
+            place.part.draw(painter, place.rect, m_environment);
+    };
+    const auto drawRing = [&](bool isInHeader) {
+        const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
+        if (!focused || m_layout.isInHeader(m_focus.path()) != isInHeader)
+            return;
+        painter.setBrush(Qt::NoBrush);
+        painter.setPen(QPen(m_environment.readable(m_environment.headerColour()), ringWidth));
+        painter.drawRoundedRect(focused->rect.adjusted(-5, -2, 5, 2), ringRadius, ringRadius);
+    };
+    draw(m_layout.places().first());
+    drawRing(true);
+    const double top = m_layout.headerHeight();
+    painter.save();
+    painter.setClipRect(QRectF(0, top, bounds.width(), bounds.height() - top), Qt::IntersectClip);
+    painter.translate(0, -m_scrolled);
+    for (const PopoverLayout::Place& place : m_layout.places().mid(1)) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        draw(place);
+    }
+    drawRing(false);
+    painter.restore();
+    if (const QRectF bar = scrollBar(); !bar.isEmpty()) {
+        QColor colour = m_environment.secondaryTextColour();
+        colour.setAlphaF(0.5F);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(colour);
+        painter.drawRoundedRect(bar, barWidth / 2, barWidth / 2);
+    }
+}
+
+/// The scroll bar in points of the content, which it may cover; empty if nothing can be scrolled.
+QRectF PopoverWindow::scrollBar() const
+{
+    if (farthest() <= 0)
+        return {};
+    const double top = m_layout.headerHeight() + barEdge;
+    const double way = height() / m_scale - top - barEdge;
+    const double whole = m_layout.height() - m_layout.headerHeight();
+    const double length
+        = std::clamp(way * (whole - farthest()) / whole, shortestBar, std::max(way, shortestBar));
+    const double left
+        = m_environment.direction == Qt::RightToLeft ? barEdge : PopoverPanel::width - barEdge - barWidth;
+    return { left, top + (way - length) * m_scrolled / farthest(), barWidth, length };
+}
+
+void PopoverWindow::resizeEvent(QResizeEvent*)
+{
+    m_scrolled = std::clamp(m_scrolled, 0.0, farthest());
+    if (testAttribute(Qt::WA_TranslucentBackground))
+        return;
+    QPainterPath shape;
+    shape.addRoundedRect(QRectF(rect()), cornerRadius * m_scale, cornerRadius * m_scale);
+    setMask(QRegion(shape.toFillPolygon().toPolygon()));
+}
+
+// The pointer
+
+void PopoverWindow::point(const std::optional<QPointF>& place)
+{
+    using Role = PanelElement::Role;
+    // Only graphs and bars show something else under the pointer.
+    const auto partAt = [this](const std::optional<QPointF>& at) {
+        const auto isLively = [](const PanelElement& element) {
+            return element.role == Role::graph || element.role == Role::bar;
+        };
+        for (const PopoverLayout::Place& each : m_layout.places()) {
+            if (at && each.rect.contains(*at) && !m_layout.at(*at, isLively).isEmpty())
+                return each.rect;
+        }
+        return QRectF();
+    };
+    const auto before = std::exchange(m_environment.pointer, place);
+    const QRectF area = (partAt(before) | partAt(place)).translated(0, -m_scrolled);
+    if (!area.isEmpty())
+        update(QRectF(area.topLeft() * m_scale, area.size() * m_scale)
+                   .toAlignedRect()
+                   .marginsAdded({ 1, 1, 1, 1 }));
+    holdList();
+}
+
+void PopoverWindow::mouseMoveEvent(QMouseEvent* event)
+{
+    point(contentPoint(event->position()));
+    setCursor(pressable(event->position()).isEmpty() ? Qt::ArrowCursor : Qt::PointingHandCursor);
+}
+
+void PopoverWindow::leaveEvent(QEvent*)
+{
+    point(std::nullopt);
+}
+
+void PopoverWindow::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    m_pressed = pressable(event->position());
+    if (m_focus.isShown()) {
+        m_focus.hide();
+        update();
+    }
+}
+
+void PopoverWindow::mouseReleaseEvent(QMouseEvent* event)
+{
+    if (event->button() != Qt::LeftButton)
+        return;
+    const Path pressed = std::exchange(m_pressed, {});
+    if (!pressed.isEmpty() && pressable(event->position()) == pressed)
+        press(pressed);
+}
+
+void PopoverWindow::wheelEvent(QWheelEvent* event)
+{
+    const double pixels = event->pixelDelta().y() / m_scale;
+    scrollTo(m_scrolled - (pixels != 0 ? pixels : event->angleDelta().y() / 120.0 * wheelStep));
+    point(contentPoint(event->position()));
+}
+
+void PopoverWindow::contextMenuEvent(QContextMenuEvent* event)
+{
+    // The menu key has its own way, below.
+    if (event->reason() == QContextMenuEvent::Mouse)
+        Q_EMIT menuRequested();
+}
+
+/// Tells whether rows are to keep their places: the pointer is over a row, or a row has the focus.
+void PopoverWindow::holdList()
+{
+    const auto isRow = [](const PanelElement& element) { return element.role == PanelElement::Role::row; };
+    const PanelElement* focused = m_layout.element(m_focus.path());
+    const bool isPointed = m_environment.pointer && !m_layout.at(*m_environment.pointer, isRow).isEmpty();
+    const bool isHeld = isPointed || (focused && isRow(*focused));
+    if (isHeld != std::exchange(m_isListHeld, isHeld))
+        Q_EMIT listHeld(isHeld);
+}
+
+void PopoverWindow::press(const Path& path)
+{
+    // A copy, because the receiver may give the window other content.
+    const PanelElement* element = m_layout.element(path);
+    const PanelAction action = element ? element->action : PanelAction();
+    if (action)
+        Q_EMIT acted(action);
+}
+
+// The keyboard
+
+void PopoverWindow::setFocusOn(const Path& path)
+{
+    if (!m_layout.stops().contains(path))
+        return;
+    m_focus.set(path, true);
+    showFocus();
+}
+
+/// Scrolls the focused element into view.
+void PopoverWindow::showFocus()
+{
+    const PanelElement* focused = m_layout.element(m_focus.path());
+    if (focused && !m_layout.isInHeader(m_focus.path())) {
+        const double room = height() / m_scale;
+        const double margin = 4;
+        scrollTo(std::clamp(m_scrolled, focused->rect.bottom() + margin - room,
+            std::max(focused->rect.top() - margin - m_layout.headerHeight(),
+                focused->rect.bottom() + margin - room)));
+    }
+    holdList();
+    update();
+    PopoverAccessible::tellFocus(*this);
+}
+
+void PopoverWindow::keyPressEvent(QKeyEvent* event)
+{
+    event->setAccepted(moveBy(*event) || act(*event));
+}
+
+/// Handles the keys that move within the popover and to its neighbours.
+bool PopoverWindow::moveBy(const QKeyEvent& event)
+{
+    const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    if (modifiers & ~Qt::KeyboardModifiers(Qt::ShiftModifier))
+        return false;
+    const double page = height() / m_scale - m_layout.headerHeight();
+    switch (event.key()) {
+    case Qt::Key_Tab:
+    case Qt::Key_Backtab:
+        m_focus.step(m_layout, event.key() == Qt::Key_Tab);
+        break;
+    case Qt::Key_Up:
+    case Qt::Key_Down:
+        m_focus.stepRow(m_layout, event.key() == Qt::Key_Down);
+        break;
+    case Qt::Key_Home:
+        m_focus.toFirstRow(m_layout);
+        break;
+    case Qt::Key_End:
+        m_focus.toLastRow(m_layout);
+        break;
+    case Qt::Key_PageUp:
+    case Qt::Key_PageDown:
+        scrollTo(m_scrolled + (event.key() == Qt::Key_PageDown ? page : -page));
+        return true;
+    case Qt::Key_Left:
+    case Qt::Key_Right:
+        Q_EMIT neighbourRequested(event.key() == Qt::Key_Right ? 1 : -1);
+        return true;
+    default:
+        return false;
+    }
+    showFocus();
+    return true;
+}
+
+/// Handles the keys that do something.
+bool PopoverWindow::act(const QKeyEvent& event)
+{
+    const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
+    const bool isEnter = event.key() == Qt::Key_Return || event.key() == Qt::Key_Enter;
+    if (event.key() == Qt::Key_Escape)
+        Q_EMIT closeRequested();
+    else if (event.matches(QKeySequence::Copy))
+        copy();
+    else if (isEnter && modifiers == Qt::ControlModifier)
+        Q_EMIT acted({ PanelAction::Kind::openSystemMonitor });
+    else if (event.key() == Qt::Key_Menu || (event.key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier))
+        Q_EMIT menuRequested();
+    else if (modifiers == Qt::NoModifier && event.key() == Qt::Key_P)
+        Q_EMIT acted({ PanelAction::Kind::togglePin });
+    else if (modifiers == Qt::NoModifier && (isEnter || event.key() == Qt::Key_Space))
+        press(m_focus.path());
+    else
+        return false;
+    return true;
+}
+
+/// Copies the focused row, or without a focus the whole popover.
+void PopoverWindow::copy() const
+{
+    const PanelElement* focused = m_layout.element(m_focus.path());
+    QString text = focused ? PopoverLayout::text(*focused) : QString();
+    if (text.isEmpty())
+        text = m_layout.text();
+    QGuiApplication::clipboard()->setText(
+        text.endsWith(u'\n') && text.count(u'\n') == 1 ? text.chopped(1) : text);
+}
+
+} // namespace kestrum

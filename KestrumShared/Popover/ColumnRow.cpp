@@ -64,4 +64,9 @@ QList<PanelElement> ColumnRow::describe(const QRectF& rect, const PanelEnvironme
     return { row };
 }
 
+qsizetype ColumnRow::pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    return action && !name.isEmpty() && environment.isPointed(PanelEnvironment::plate(rect)) ? 0 : -1;
+}
+
 } // namespace kestrum

@@ -17,6 +17,7 @@ struct ColumnRow {
         double width = 0; ///< in points
         bool isSecondary = false;
         std::optional<QColor> colour = std::nullopt; ///< of the text; nothing for the usual colour
+        bool operator==(const Column&) const = default;
     };
     QString name;
     QList<Column> columns = {};
@@ -29,6 +30,9 @@ struct ColumnRow {
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// See `PointedPart`.
+    qsizetype pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const ColumnRow&) const = default;
 };
 
 } // namespace kestrum

@@ -15,6 +15,7 @@ struct CompactHeader {
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const CompactHeader&) const = default;
 };
 
 } // namespace kestrum

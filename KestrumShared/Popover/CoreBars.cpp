@@ -74,36 +74,49 @@ struct CoreLayout {
     QRectF cell(
         const QRectF& tier, qsizetype core, qsizetype cores, const PanelEnvironment& environment) const
     {
-        const qsizetype inRow = (cores + rows - 1) / rows;
-        const double gap = barGap(inRow);
+        const qsizetype inRow = barsInRow(cores);
+        const double gap = barGap(cores);
         const double pitch = (tierWidth + gap) / double(inRow);
         QRectF cell = environment.fromLeading(tier, double(core % inRow) * pitch, pitch - gap);
         cell.setTop(tier.top() + barsTop + double(core / inRow) * (rowHeight + rowGap));
         cell.setHeight(rowHeight);
         return cell;
     }
-    double barGap(qsizetype inRow) const
+    qsizetype barsInRow(qsizetype cores) const { return (cores + rows - 1) / rows; }
+    double barGap(qsizetype cores) const
     {
-        return std::clamp(tierWidth / double(inRow) * 0.3, 1.0, widestGap);
+        return std::clamp(tierWidth / double(barsInRow(cores)) * 0.3, 1.0, widestGap);
     }
 };
 
-/// The number of the pointed core and its load; nothing elsewhere.
-QString pointedText(
+/// The number of the pointed core, counted through all tiers; -1 elsewhere.
+qsizetype pointedCore(
     const CoreBars& cores, const CoreLayout& layout, const QRectF& rect, const PanelEnvironment& environment)
 {
-    qsizetype number = 0;
+    qsizetype before = 0;
     for (qsizetype index = 0; index < cores.tiers.size(); ++index) {
-        const CoreBars::Tier& tier = cores.tiers[index];
+        const qsizetype count = cores.tiers[index].loads.size();
         const QRectF place = layout.tier(index, rect, environment);
-        const double gap = layout.barGap((tier.loads.size() + layout.rows - 1) / layout.rows) / 2;
-        for (qsizetype core = 0; core < tier.loads.size(); ++core) {
-            ++number;
-            const QRectF cell = layout.cell(place, core, tier.loads.size(), environment);
+        for (qsizetype core = 0; core < count; ++core) {
+            const QRectF cell = layout.cell(place, core, count, environment);
+            const double gap = layout.barGap(count) / 2;
             if (environment.isPointed(cell.adjusted(-gap, 0, gap, 0)))
-                return AppLanguage::string("Core %1, %2")
-                    .arg(Amounts().count(double(number)), Amounts().percent(tier.loads[core]));
+                return before + core;
         }
+        before += count;
+    }
+    return -1;
+}
+
+/// "Core 5, 72 %"
+QString pointedText(const CoreBars& cores, qsizetype core)
+{
+    const Amounts amounts;
+    const QString number = amounts.count(double(core + 1));
+    for (const CoreBars::Tier& tier : cores.tiers) {
+        if (core < tier.loads.size())
+            return AppLanguage::string("Core %1, %2").arg(number, amounts.percent(tier.loads[core]));
+        core -= tier.loads.size();
     }
     return QString();
 }
@@ -111,7 +124,7 @@ QString pointedText(
 void drawBar(QPainter& painter, const QRectF& cell, double load, const QColor& colour, MeterShape shape,
     const PanelEnvironment& environment)
 {
-    const QRectF track = PixelGrid::aligned(cell, painter);
+    const QRectF track = PixelGrid::moved(cell, painter);
     const double radius = shape == MeterShape::square ? 0 : std::min(largestRadius, track.width() / 2);
     QRectF bar = track;
     bar.setTop(track.bottom() - std::max(leastBar, std::clamp(load, 0.0, 1.0) * track.height()));
@@ -137,9 +150,9 @@ void CoreBars::draw(QPainter& painter, const QRectF& rect, const PanelEnvironmen
 {
     const CoreLayout layout(*this, rect.width(), environment);
     SectionTitle row = titleRow(*this);
-    const QString pointed = pointedText(*this, layout, rect, environment);
-    if (!pointed.isEmpty())
-        row.heads.first().text = pointed;
+    const qsizetype pointed = pointedCore(*this, layout, rect, environment);
+    if (pointed >= 0)
+        row.heads.first().text = pointedText(*this, pointed);
     row.draw(painter, QRectF(rect.topLeft(), QSizeF(rect.width(), row.height(environment))), environment);
     for (qsizetype index = 0; index < tiers.size(); ++index) {
         const Tier& tier = tiers[index];
@@ -180,6 +193,11 @@ QList<PanelElement> CoreBars::describe(const QRectF& rect, const PanelEnvironmen
         elements.append(element);
     }
     return elements;
+}
+
+qsizetype CoreBars::pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    return pointedCore(*this, CoreLayout(*this, rect.width(), environment), rect, environment);
 }
 
 } // namespace kestrum

@@ -15,6 +15,7 @@ struct CoreBars {
         QString name; ///< empty for the only tier
         QList<double> loads;
         QColor colour;
+        bool operator==(const Tier&) const = default;
     };
     QList<Tier> tiers; ///< slowest first
     MeterShape shape = MeterShape::pill;
@@ -24,6 +25,9 @@ struct CoreBars {
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// See `PointedPart`.
+    qsizetype pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const CoreBars&) const = default;
 };
 
 } // namespace kestrum

@@ -46,4 +46,11 @@ QList<PanelElement> DenseSection::describe(const QRectF& rect, const PanelEnviro
     return { group };
 }
 
+QList<QRectF> DenseSection::changes(const DenseSection& before, const QRectF& rect,
+    const PanelEnvironment& environment, const PanelPointer& pointerBefore) const
+{
+    return stack(*this, environment)
+        .changes(stack(before, environment), inner(rect, environment), environment, pointerBefore);
+}
+
 } // namespace kestrum

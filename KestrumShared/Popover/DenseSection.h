@@ -20,6 +20,9 @@ struct DenseSection {
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     /// One group. Its name is the section's title, or the first words of its content.
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// As `PanelPart::changes`.
+    QList<QRectF> changes(const DenseSection& before, const QRectF& rect, const PanelEnvironment& environment,
+        const PanelPointer& pointerBefore) const;
 };
 
 } // namespace kestrum

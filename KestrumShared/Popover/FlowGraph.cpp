@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace kestrum {
 namespace {
@@ -40,10 +41,15 @@ QList<HistoryPoint> heights(QList<HistoryPoint> points, double sign)
     return points;
 }
 
+bool isUpperHalf(const GraphArea& area, const PanelEnvironment& environment)
+{
+    return environment.pointer && environment.pointer->y() < area.rect().center().y();
+}
+
 /// The rate in the half of the graph that the pointer is in, and its age.
 QString pointedText(const FlowGraph& graph, const GraphArea& area, const PanelEnvironment& environment)
 {
-    const bool isUp = environment.pointer && environment.pointer->y() < area.rect().center().y();
+    const bool isUp = isUpperHalf(area, environment);
     const QList<HistoryPoint>& points = isUp ? graph.up : graph.down;
     const auto pointed = area.pointed(points, environment);
     if (!pointed || !graph.text)
@@ -125,6 +131,23 @@ QList<PanelElement> FlowGraph::describe(const QRectF& rect, const PanelEnvironme
     append(upName.isEmpty() ? name : upName, up);
     append(downName.isEmpty() ? name : downName, down);
     return elements;
+}
+
+qsizetype FlowGraph::pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    const GraphArea field = area(*this, rect, environment);
+    const bool isUp = isUpperHalf(field, environment);
+    const auto pointed = field.pointed(isUp ? up : down, environment);
+    return pointed ? 2 * *pointed + (isUp ? 1 : 0) : -1;
+}
+
+bool FlowGraph::operator==(const FlowGraph& other) const
+{
+    const auto values = [](const FlowGraph& graph) {
+        return std::tie(graph.title, graph.name, graph.up, graph.down, graph.upColour, graph.downColour,
+            graph.upName, graph.downName);
+    };
+    return values(*this) == values(other);
 }
 
 } // namespace kestrum

@@ -28,6 +28,10 @@ struct FlowGraph {
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// See `PointedPart`.
+    qsizetype pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// Without the texts' function, which follows from language and region.
+    bool operator==(const FlowGraph& other) const;
 };
 
 } // namespace kestrum

@@ -8,6 +8,7 @@
 #include <QPen>
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 
 namespace kestrum {
 namespace {
@@ -115,26 +116,33 @@ const HistoryPoint* valueAt(const QList<HistoryPoint>& points, double age)
     return nullptr;
 }
 
+/// The layer at the pointer; the uppermost one above all layers.
+qsizetype pointedLayer(
+    const HistoryGraph& graph, double age, const GraphArea& area, const PanelEnvironment& environment)
+{
+    const auto edges = layers(graph);
+    for (qsizetype i = 0; i < edges.size(); ++i) {
+        const HistoryPoint* edge = valueAt(edges[i], age);
+        if (edge && environment.pointer->y() >= area.y(edge->value))
+            return i;
+    }
+    return edges.size() - 1;
+}
+
 /// "66 %", or with several lines "CPU 66°C, GPU 41°C". Of layers, the one at the pointer.
 QString pointedText(
     const HistoryGraph& graph, double age, const GraphArea& area, const PanelEnvironment& environment)
 {
+    QList<HistoryGraph::Line> lines = graph.lines;
+    if (graph.form == HistoryGraph::Form::stacked)
+        lines = { lines[pointedLayer(graph, age, area, environment)] };
     QStringList texts;
-    const auto edges
-        = graph.form == HistoryGraph::Form::stacked ? layers(graph) : QList<QList<HistoryPoint>>();
-    for (qsizetype i = 0; i < graph.lines.size(); ++i) {
-        const HistoryGraph::Line& line = graph.lines[i];
+    for (const HistoryGraph::Line& line : lines) {
         const HistoryPoint* value = valueAt(line.points, age);
         if (!value || !graph.text)
             continue;
         const QString text = graph.text(value->value);
         texts.append(line.name.isEmpty() ? text : line.name + QLatin1Char(' ') + text);
-        if (!edges.isEmpty()) {
-            const HistoryPoint* edge = valueAt(edges[i], age);
-            texts = { texts.last() };
-            if (edge && environment.pointer->y() >= area.y(edge->value))
-                break;
-        }
     }
     return texts.join(QStringLiteral(", "));
 }
@@ -207,6 +215,27 @@ QList<PanelElement> HistoryGraph::describe(const QRectF& rect, const PanelEnviro
         elements.append(element);
     }
     return elements;
+}
+
+qsizetype HistoryGraph::pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    const GraphArea field = area(*this, rect, environment);
+    const QList<HistoryPoint>* times = longest(*this);
+    const auto pointed = times ? field.pointed(*times, environment) : std::nullopt;
+    if (!pointed)
+        return -1;
+    const qsizetype layer
+        = form == Form::stacked ? pointedLayer(*this, times->at(*pointed).age, field, environment) : 0;
+    return *pointed * lines.size() + layer;
+}
+
+bool HistoryGraph::operator==(const HistoryGraph& other) const
+{
+    const auto values = [](const HistoryGraph& graph) {
+        return std::tie(graph.title, graph.name, graph.lines, graph.graphHeight, graph.form, graph.least,
+            graph.most, graph.limit, graph.limitText);
+    };
+    return values(*this) == values(other);
 }
 
 } // namespace kestrum

@@ -19,6 +19,7 @@ struct HistoryGraph {
         QColor colour;
         bool isFilled = true; ///< whether the area below the line is tinted
         QString name = {};    ///< for the pointed value, where there are several lines
+        bool operator==(const Line&) const = default;
     };
     enum class Form { lines, stacked };
 
@@ -37,6 +38,10 @@ struct HistoryGraph {
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// See `PointedPart`.
+    qsizetype pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// Without the texts' function, which follows from language and region.
+    bool operator==(const HistoryGraph& other) const;
 };
 
 } // namespace kestrum

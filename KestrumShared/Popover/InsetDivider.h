@@ -12,6 +12,7 @@ struct InsetDivider {
     {
         PanelDivider {}.draw(painter, rect, environment);
     }
+    bool operator==(const InsetDivider&) const = default;
 };
 
 } // namespace kestrum

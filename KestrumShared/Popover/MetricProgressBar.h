@@ -18,6 +18,7 @@ struct MetricProgressBar {
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const MetricProgressBar&) const = default;
 };
 
 } // namespace kestrum

@@ -13,6 +13,7 @@ struct PanelDivider {
     {
         painter.fillRect(PixelGrid::aligned(rect, painter), environment.dividerColour());
     }
+    bool operator==(const PanelDivider&) const = default;
 };
 
 } // namespace kestrum

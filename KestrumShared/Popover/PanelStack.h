@@ -34,6 +34,19 @@ struct PanelStack {
         return elements;
     }
 
+    /// As `PanelPart::changes`. Where a part came, went or has another height, all of `rect`.
+    QList<QRectF> changes(const PanelStack& before, const QRectF& rect, const PanelEnvironment& environment,
+        const PanelPointer& pointerBefore) const
+    {
+        const QList<QRectF> at = places(rect, environment);
+        if (at != before.places(rect, environment))
+            return { rect };
+        QList<QRectF> changes;
+        for (qsizetype i = 0; i < parts.size(); ++i)
+            changes += parts[i].changes(before.parts[i], at[i], environment, pointerBefore);
+        return changes;
+    }
+
     /// The rectangles of the parts, when the stack is drawn into `rect`.
     QList<QRectF> places(const QRectF& rect, const PanelEnvironment& environment) const
     {

@@ -17,6 +17,7 @@ struct PanelText {
     double height(const PanelEnvironment& environment) const;
     /// Draws the text, vertically centred if `rect` is higher than the text.
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const PanelText&) const = default;
 };
 
 } // namespace kestrum

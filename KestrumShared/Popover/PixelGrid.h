@@ -23,5 +23,14 @@ inline QRectF aligned(const QRectF& rect, const QPainter& painter)
         std::max(1.0, std::round(pixels.bottom()) - top)));
 }
 
+/// Moves `rect` to the nearest pixels, and rounds its size. Unlike `aligned`, rectangles of one size stay of one size.
+inline QRectF moved(const QRectF& rect, const QPainter& painter)
+{
+    const QTransform device = painter.deviceTransform();
+    const QRectF pixels = device.mapRect(rect);
+    return device.inverted().mapRect(QRectF(std::round(pixels.left()), std::round(pixels.top()),
+        std::max(1.0, std::round(pixels.width())), std::max(1.0, std::round(pixels.height()))));
+}
+
 } // namespace PixelGrid
 } // namespace kestrum

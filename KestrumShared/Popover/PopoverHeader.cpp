@@ -130,4 +130,16 @@ QList<PanelElement> PopoverHeader::describe(const QRectF& rect, const PanelEnvir
     return elements;
 }
 
+qsizetype PopoverHeader::pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    // The value's width moves nothing that can be pressed.
+    const HeaderPlaces at = places(*this, rect, 0, environment);
+    const QList<QRectF> targets = QList<QRectF> { at.pin, at.gear } + at.tabs;
+    for (qsizetype i = 0; i < targets.size(); ++i) {
+        if (environment.isPointed(targets[i]))
+            return i;
+    }
+    return -1;
+}
+
 } // namespace kestrum

@@ -21,12 +21,16 @@ struct PopoverHeader {
         QString icon;
         PanelAction action;
         bool isCurrent = false;
+        bool operator==(const Tab&) const = default;
     };
     QList<Tab> tabs = {};
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// See `PointedPart`.
+    qsizetype pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const PopoverHeader&) const = default;
 };
 
 } // namespace kestrum

@@ -12,8 +12,8 @@ namespace kestrum {
 namespace {
 
 constexpr int fontSize = 10;
-constexpr double arrowFontSize = 8;
-constexpr double arrowGap = 3; ///< between a title and its arrow
+constexpr double arrowFontSize = 7.5;
+constexpr double arrowGap = 4; ///< between a title and its arrow
 constexpr double headGap = 8;  ///< between the title and the first head
 
 QFont titleFont()
@@ -42,10 +42,9 @@ TitlePlaces places(const SectionTitle& title, const QRectF& rect, const PanelEnv
     places.heads.resize(title.heads.size());
     for (qsizetype i = title.heads.size() - 1; i >= 0; --i) {
         const SectionTitle::Head& head = title.heads[i];
-        const double text = PanelNumber(head.text, font, environment).width();
-        // A head that is wider than its column begins before it.
-        const double width = head.width > 0 ? std::max(head.width, text) : text;
+        const double width = PanelNumber(head.text, font, environment).width();
         places.heads[i] = environment.fromLeading(rect, end - width, width);
+        // A head that is wider than its column begins before it.
         end -= head.width > 0 ? head.width : width;
     }
     const double room = std::max(0.0, end - (title.heads.isEmpty() ? 0 : headGap));
@@ -113,6 +112,20 @@ QList<PanelElement> SectionTitle::describe(const QRectF& rect, const PanelEnviro
         elements.append(head);
     }
     return elements;
+}
+
+qsizetype SectionTitle::pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const
+{
+    const TitlePlaces at = places(*this, rect, environment);
+    const auto isPointed
+        = [&](const QRectF& place) { return environment.isPointed(PanelEnvironment::plate(place)); };
+    if (action && isPointed(at.pressed))
+        return 0;
+    for (qsizetype i = 0; i < heads.size(); ++i) {
+        if (heads[i].action && isPointed(at.heads[i]))
+            return i + 1;
+    }
+    return -1;
 }
 
 } // namespace kestrum

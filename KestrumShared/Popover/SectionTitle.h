@@ -16,6 +16,7 @@ struct SectionTitle {
         double width = 0;
         PanelAction action = {};
         QString tip = {};
+        bool operator==(const Head&) const = default;
     };
     QString title;
     QList<Head> heads = {};
@@ -26,6 +27,9 @@ struct SectionTitle {
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    /// See `PointedPart`.
+    qsizetype pointedPlace(const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const SectionTitle&) const = default;
 };
 
 } // namespace kestrum

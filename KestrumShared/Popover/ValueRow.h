@@ -19,6 +19,7 @@ struct ValueRow {
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
+    bool operator==(const ValueRow&) const = default;
 };
 
 } // namespace kestrum

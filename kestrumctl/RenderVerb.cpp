@@ -8,6 +8,7 @@
 #include "kestrumctl/DataFile.h"
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/NearestNames.h"
+#include "kestrumctl/RenderPopover.h"
 #include "kestrumctl/Verb.h"
 
 #include <QBuffer>
@@ -21,8 +22,8 @@ namespace kestrum {
 
 namespace {
 
-constexpr Option renderOptions[]
-    = { { "-o", true }, { "--scale", true }, { "--appearance", true }, CoresOption::option };
+constexpr Option renderOptions[] = { { "-o", true }, { "--scale", true }, { "--appearance", true },
+    CoresOption::option, RenderPopover::direction, RenderPopover::poor };
 
 constexpr double largestScale = 16;
 // Qt's painter draws nothing beyond 32767 pixels, so wide pictures are composed of pieces of this width.
@@ -100,6 +101,7 @@ Result<> addItems(
     for (const auto& entry : allCases<MonitorSection>())
         names.append(QLatin1StringView(entry.rawValue));
     names.append(wholeStrip);
+    names.append(RenderPopover::names());
     return Failure::withReason(NearestNames::unknown("section", name, names));
 }
 
@@ -131,16 +133,32 @@ ExitCode runRender(const CommandLine& line)
     Picture picture;
     if (const auto read = readOptions(picture, line); !read)
         return Console::wrongUse(read.failureText());
+    const QString name = line.arguments().first();
+    const auto popover = RenderPopover::section(name);
+    for (const Option& option : { RenderPopover::direction, RenderPopover::poor }) {
+        if (!popover && line.has(option.name))
+            return Console::wrongUse(
+                QStringLiteral("%1 is for popovers only").arg(QLatin1StringView(option.name)));
+    }
+
     UserDefaults& store = KeyCatalogue::openedStore();
     // The settings application and the agent store these accents at their first start. Here, the accents are only defaults.
     store.registerDefaults(MeterSettings::missingAccents());
+    QImage image;
     const auto readings = std::make_shared<SampleReadings>();
-    if (const auto added = addItems(picture, line.arguments().first(), readings); !added)
-        return Console::wrongUse(added.failureText());
-    if (picture.items.isEmpty())
-        return Console::failed(QStringLiteral("there is nothing to draw: all items are hidden"));
+    if (popover) {
+        const auto drawn = RenderPopover::drawn(*popover, picture.scheme, picture.scale, line);
+        if (!drawn)
+            return Console::wrongUse(drawn.failureText());
+        image = *drawn;
+    } else {
+        if (const auto added = addItems(picture, name, readings); !added)
+            return Console::wrongUse(added.failureText());
+        if (picture.items.isEmpty())
+            return Console::failed(QStringLiteral("there is nothing to draw: all items are hidden"));
+        image = drawn(picture);
+    }
 
-    const QImage image = drawn(picture);
     QByteArray png;
     QBuffer buffer(&png);
     if (image.isNull() || !buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
@@ -154,16 +172,21 @@ ExitCode runRender(const CommandLine& line)
 const Verb renderVerb {
     .name = "render",
     .parameters
-    = "cpu|memory|storage|sensors|strip -o FILE.png [--scale N] [--appearance light|dark] [--cores N[,N...]]",
-    .summary = "draw a menu-bar item, or all of them, into a PNG file",
+    = "strip|[popover-]cpu|memory|storage|sensors -o FILE.png [--scale N] [--appearance light|dark] "
+      "[--cores N[,N...]] [--direction ltr|rtl] [--poor]",
+    .summary = "draw a menu-bar item, all of them, or a popover into a PNG file",
     .details
-    = R"(Draws one menu-bar item, also a hidden one, or the whole strip, with sample readings and the settings in
-effect, on a transparent ground. The picture has the item's width by 22 points, times the scale, rounded up.
+    = R"(Draws one menu-bar item, also a hidden one, the whole strip ("strip"), or a section's popover ("popover-cpu",
+"popover-memory", "popover-storage", "popover-sensors"), with sample readings and the settings in effect, on a
+transparent ground. The picture has the item's width by 22 points, or the popover's size with its shadow, times
+the scale, rounded up.
 
   -o FILE.png              where the picture goes; "-" is standard output
   --scale N                pixels a point, above 0 and up to 16; 1 when not given
   --appearance light|dark  for a light panel (when not given) or a dark one
   --cores N[,N...]         as on a machine with so many cores, by tiers, the fastest first
+  --direction ltr|rtl      of a popover; that of the interface language when not given
+  --poor                   a popover as on a machine that tells little of itself
 )",
     .run = runRender,
     .options = renderOptions,

@@ -6,7 +6,6 @@
 #include "KestrumShared/Popover/MetricProgressBar.h"
 #include "KestrumShared/Popover/PanelStack.h"
 #include "KestrumShared/Popover/SectionPanel.h"
-#include "KestrumShared/Raster/HeatColour.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
 namespace kestrum {
@@ -15,9 +14,11 @@ namespace {
 constexpr int diskAppCount = 3;
 constexpr double rateWidth = 72;
 constexpr double barGap = 4; ///< between a volume's name and its bar
-// The used shares from which on a volume has a warning colour.
+// The used shares from which on a volume's bar has a warning colour.
 constexpr double amberShare = 0.90;
 constexpr double redShare = 0.97;
+constexpr QColor amberBar(0xF5, 0xA6, 0x23);
+constexpr QColor redBar(0xE5, 0x39, 0x35);
 constexpr double leastRate = 500; ///< bytes per second; less would be shown as 0 kB
 
 } // namespace
@@ -46,8 +47,8 @@ PopoverPanel SectionPanel::disk() const
                 = { { volume.isSilent ? AppLanguage::string("No answer") : Amounts::lost(), 0, true } };
         if (volume.isSilent)
             row.spoken = AppLanguage::string("%1, no answer", { volume.name });
-        const QColor colour = used >= redShare ? *heat(HeatColour::redFrom)
-            : used >= amberShare               ? *heat(HeatColour::amberFrom)
+        const QColor colour = used >= redShare ? m_environment.readable(redBar)
+            : used >= amberShare               ? m_environment.readable(amberBar)
                                                : readColour;
         volumes.append(PanelStack { { row, MetricProgressBar { used, colour, volume.name } }, barGap });
     }

@@ -17,7 +17,7 @@ inline QColor app(const SettingsSnapshot& settings, const PanelEnvironment& envi
 
 inline QColor cache(ColourScheme scheme)
 {
-    return scheme == ColourScheme::dark ? QColor(0x7E, 0x7E, 0x86) : QColor(0x8C, 0x8C, 0x92);
+    return scheme == ColourScheme::dark ? QColor(0x6C, 0x6C, 0x74) : QColor(0x9C, 0x9C, 0xA2);
 }
 
 } // namespace MemoryColours

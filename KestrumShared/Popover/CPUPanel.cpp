@@ -15,8 +15,8 @@ namespace kestrum {
 namespace {
 
 constexpr int cpuAppCount = 5;
-constexpr double coresWidth = 52;
-constexpr double shareWidth = 44;
+constexpr double leastCoresWidth = 52;
+constexpr double leastShareWidth = 44;
 
 QString tierTitle(const QString& name)
 {
@@ -64,8 +64,11 @@ PopoverPanel SectionPanel::cpu() const
     const CoreBars cores { barTiers(readings, colour, accent(Keys::cpuFastCoreAccent)),
         valueIn(m_settings, Keys::meterShape), AppLanguage::string("CORES") };
 
-    QList<PanelPart> rows { appsTitle(
-        { { AppLanguage::string("Cores"), coresWidth }, { AppLanguage::string("CPU"), shareWidth } }) };
+    const QString coresHead = AppLanguage::string("Cores");
+    const QString shareHead = AppLanguage::string("CPU");
+    const double coresWidth = columnWidth(coresHead, { m_amounts.number(100, 1) }, leastCoresWidth);
+    const double shareWidth = columnWidth(shareHead, { percent(1) }, leastShareWidth);
+    QList<PanelPart> rows { appsTitle({ { coresHead, coresWidth }, { shareHead, shareWidth } }) };
     const double coreCount = std::max<double>(1, double(readings.cores.size()));
     rows += appRows(readings.apps, cpuAppCount, [&](const AppUse& app) {
         const QString used = m_amounts.number(app.cores, 1);

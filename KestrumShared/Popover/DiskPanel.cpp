@@ -8,11 +8,13 @@
 #include "KestrumShared/Popover/SectionPanel.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
+#include <algorithm>
+
 namespace kestrum {
 namespace {
 
 constexpr int diskAppCount = 3;
-constexpr double rateWidth = 72;
+constexpr double leastRateWidth = 72;
 constexpr double barGap = 4; ///< between a volume's name and its bar
 // The used shares from which on a volume's bar has a warning colour.
 constexpr double amberShare = 0.90;
@@ -88,6 +90,8 @@ PopoverPanel SectionPanel::disk() const
             readings.pressure.value ? m_amounts.percent(*readings.pressure.value) : Amounts::lost()));
     addSection(activity);
 
+    const double rateWidth = std::max(columnWidth(read, {}, leastRateWidth),
+        columnWidth(write, { m_amounts.rate(999e3), m_amounts.rate(99.9e6) }, leastRateWidth));
     const QString ownPrograms = AppLanguage::string("Your own programs");
     QList<PanelPart> apps { appsTitle(
         { { read, rateWidth, {}, ownPrograms }, { write, rateWidth, {}, ownPrograms } }) };

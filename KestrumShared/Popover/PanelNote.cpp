@@ -56,17 +56,21 @@ double PanelNote::height(const PanelEnvironment& environment) const
 {
     QTextLayout layout(text, noteFont(*this));
     const double lines = layOutNote(layout, *this, environment);
-    return actionTitle.isEmpty() ? lines : lines + noteTitleGap + noteTitle(*this, environment).height(environment);
+    return actionTitle.isEmpty() ? lines
+                                 : lines + noteTitleGap + noteTitle(*this, environment).height(environment);
 }
 
 void PanelNote::draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
 {
     QTextLayout layout(text, noteFont(*this));
     const double lines = layOutNote(layout, *this, environment);
+    if (action)
+        environment.drawPlate(painter, rect);
     painter.setPen(isCommand ? environment.textColour() : environment.secondaryTextColour());
     layout.draw(&painter, rect.topLeft());
     if (!actionTitle.isEmpty())
-        noteTitle(*this, environment).draw(painter, rect.adjusted(0, lines + noteTitleGap, 0, 0), environment);
+        noteTitle(*this, environment)
+            .draw(painter, rect.adjusted(0, lines + noteTitleGap, 0, 0), environment);
 }
 
 QList<PanelElement> PanelNote::describe(const QRectF& rect, const PanelEnvironment&) const

@@ -10,9 +10,8 @@ namespace kestrum {
 /// A small text of several lines, which explains something, or a command that can be copied.
 struct PanelNote {
     QString text;
-    double width = 0; ///< of the lines, in points; the height follows from it
-    bool isCommand
-        = false; ///< has letters of one width, is left-to-right in every language, and breaks anywhere
+    double width = 0;       ///< of the lines, in points; the height follows from it
+    bool isCommand = false; ///< has letters of one width, and is left-to-right in every language
     PanelAction action = {};
     QString actionTitle = {}; ///< what a press does; stands below the text
 

@@ -10,10 +10,16 @@
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
+#include <QFontMetricsF>
+#include <algorithm>
+#include <cmath>
+
 namespace kestrum {
 namespace {
 
 constexpr double counterpartStrength = 0.6;
+constexpr int headSize = 10; ///< of the font of columns' heads
+constexpr double columnGap = 8;
 constexpr double noteWidth = PopoverPanel::width - 2 * DenseSection::sidePadding;
 
 // Installs the package's example, which lets all programs read the processor's power.
@@ -104,6 +110,17 @@ std::optional<QColor> SectionPanel::heat(double celsius) const
 {
     return celsius >= HeatColour::amberFrom ? std::optional(HeatColour::of(celsius, m_environment.scheme))
                                             : std::nullopt;
+}
+
+// Words and units of some languages need more than the usual width. It does not depend on the present values, so that no
+// column ever moves.
+double SectionPanel::columnWidth(const QString& head, const QStringList& values, double least) const
+{
+    double width = QFontMetricsF(PanelEnvironment::systemFont(headSize)).horizontalAdvance(head);
+    const QFontMetricsF metrics(m_environment.font);
+    for (const QString& value : values)
+        width = std::max(width, metrics.horizontalAdvance(value));
+    return std::max(least, std::ceil(width + columnGap));
 }
 
 SectionTitle SectionPanel::appsTitle(const QList<SectionTitle::Head>& heads) const

@@ -10,6 +10,7 @@
 #include <QColor>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <optional>
 
@@ -30,6 +31,7 @@ public:
 private:
     QString sensorsHeader() const;
     QString deviceName(const SensorDevice& device) const;
+    double nowWidth() const; ///< of the last column of temperatures and fans
     // The rows of a section below its title; only the title if there is nothing to show.
     QList<PanelPart> temperatureRows() const;
     QList<PanelPart> fanRows() const;
@@ -47,6 +49,9 @@ private:
     QColor weakened(const QColor& colour, double strength) const;
     /// The warning colour of a temperature; nothing for a temperature that is not high.
     std::optional<QColor> heat(double celsius) const;
+
+    /// The width of a column that has room for its head and for each of `values`, and is at least `least`.
+    double columnWidth(const QString& head, const QStringList& values, double least) const;
 
     SectionTitle appsTitle(const QList<SectionTitle::Head>& heads) const;
     /// The first apps, one row each, and blank rows for those that are missing: the panel's height never depends on the apps.

@@ -17,7 +17,7 @@ namespace {
 using Kind = SensorDevice::Kind;
 
 constexpr double highestWidth = 64;
-constexpr double nowWidth = 48;
+constexpr double leastNowWidth = 48;
 constexpr double inputIndent = 13; ///< as wide as a dot and the space after it
 constexpr double temperatureGraphHeight = 60;
 constexpr double coolest = 30; ///< °C at the edges of the graph
@@ -121,10 +121,11 @@ QList<PanelPart> SectionPanel::temperatureRows() const
         return celsius ? m_amounts.temperature(*celsius) : Amounts::lost();
     };
 
+    const double width = nowWidth();
     SectionTitle title { AppLanguage::string("TEMPERATURES"),
         { { AppLanguage::string("Highest"), highestWidth, { PanelAction::Kind::resetHighest },
               AppLanguage::string("Highest since %1", { m_amounts.moment(readings.highestSince) }) },
-            { AppLanguage::string("Now"), nowWidth } } };
+            { AppLanguage::string("Now"), width } } };
     QList<PanelPart> rows { title };
     for (const SensorDevice& device : readings.devices) {
         ColumnRow row = valueRow(deviceName(device), QString());
@@ -133,7 +134,7 @@ QList<PanelPart> SectionPanel::temperatureRows() const
         const auto highest = readings.highest.find(device.id);
         const QString most = highest == readings.highest.end() ? Amounts::lost() : degrees(*highest);
         const QString now = device.isAsleep ? AppLanguage::string("Asleep") : degrees(device.celsius);
-        row.columns = { { most, highestWidth, true }, { now, nowWidth, device.isAsleep } };
+        row.columns = { { most, highestWidth, true }, { now, width, device.isAsleep } };
         if (device.celsius && !device.isAsleep)
             row.columns.last().colour = heat(*device.celsius);
         row.spoken = device.isAsleep ? AppLanguage::string("%1, asleep", { row.name })
@@ -173,6 +174,12 @@ QList<PanelPart> SectionPanel::temperatureRows() const
     return rows;
 }
 
+double SectionPanel::nowWidth() const
+{
+    return columnWidth(AppLanguage::string("Now"),
+        { AppLanguage::string("Asleep"), m_amounts.temperature(100), m_amounts.count(9999) }, leastNowWidth);
+}
+
 QString SectionPanel::deviceName(const SensorDevice& device) const
 {
     const QString name = device.model.isEmpty() ? kindName(device) : device.model;
@@ -184,6 +191,7 @@ QList<PanelPart> SectionPanel::fanRows() const
     const SensorsPopoverReadings& readings = m_readings.sensors;
     QList<PanelPart> rows { SectionTitle {
         AppLanguage::string("FANS"), { { AppLanguage::string("rpm") } } } };
+    const double width = nowWidth();
     const auto revolutions
         = [this](std::optional<double> rpm) { return rpm ? m_amounts.count(*rpm) : Amounts::lost(); };
     for (const FanSpeed& fan : readings.fans) {
@@ -193,7 +201,7 @@ QList<PanelPart> SectionPanel::fanRows() const
         const auto highest = readings.highest.find(fan.id);
         const QString most = highest == readings.highest.end() ? Amounts::lost() : revolutions(*highest);
         ColumnRow row = valueRow(title, QString());
-        row.columns = { { most, highestWidth, true }, { revolutions(fan.rpm), nowWidth } };
+        row.columns = { { most, highestWidth, true }, { revolutions(fan.rpm), width } };
         row.spoken = AppLanguage::string("%1, highest %2, now %3", { title, most, row.columns.last().text });
         rows.append(row);
     }

@@ -58,8 +58,8 @@ const std::vector<int>& AppGrouping::group(const ProcessSamples& before, const P
     m_result.resize(now.size());
     for (std::size_t i = 0; i < now.size(); ++i) {
         Owner& owner = m_owners[i];
-        if (owner.isNew)
-            owner.isYoung = now[i].start + youth >= newestStart && !now[i].isKernelThread;
+        owner.isYoung = match.before[i] == ProcessMatch::none && now[i].start + youth >= newestStart
+            && !now[i].isKernelThread;
         owner.isNew = false;
         m_result[i] = owner.app == none ? m_groups[std::size_t(owner.group)].app : owner.app;
     }

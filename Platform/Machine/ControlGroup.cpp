@@ -160,7 +160,7 @@ ControlGroup ControlGroup::parsed(QByteArrayView path)
 {
     const QByteArrayList parts = path.toByteArray().split('/');
     for (const QByteArray& part : parts) {
-        if (const auto found = containerOf(part))
+        if (const auto found = containerOf(part); found && !found->name.isEmpty())
             return *found;
     }
     const bool isOfSystem = parts.value(1) == "system.slice";

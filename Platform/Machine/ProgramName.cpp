@@ -50,7 +50,7 @@ QByteArrayList afterEnvironment(const QByteArrayList& command)
 {
     qsizetype first = 1;
     while (first < command.size() && (command[first].startsWith('-') || command[first].contains('=')))
-        ++first;
+        first += isOneOf(command[first], { "-u", "-C" }) ? 2 : 1;
     return fromWord(command, first);
 }
 

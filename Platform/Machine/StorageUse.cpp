@@ -13,10 +13,10 @@ StorageUse::StorageUse(const QString& root, Ask ask)
 {
 }
 
-std::optional<StorageUse::Room> StorageUse::read() const
+std::optional<StorageUse::Room> StorageUse::read(const QByteArray& path, const Ask& ask)
 {
     struct statvfs volume { };
-    if (m_ask(m_path.constData(), &volume) != 0)
+    if (ask(path.constData(), &volume) != 0)
         return std::nullopt;
     // This is how `df` counts: space that is reserved for root is neither used nor available.
     const double used = double(volume.f_blocks) - double(std::min(volume.f_bfree, volume.f_blocks));

@@ -24,7 +24,8 @@ public:
     explicit StorageUse(const QString& root = {}, Ask ask = ::statvfs);
 
     /// Nothing if the system call fails or the volume has no size.
-    std::optional<Room> read() const;
+    std::optional<Room> read() const { return read(m_path, m_ask); }
+    static std::optional<Room> read(const QByteArray& path, const Ask& ask);
 
 private:
     QByteArray m_path;

@@ -27,9 +27,18 @@ Worker::~Worker()
 {
     if (!m_channel)
         return;
+    const std::shared_ptr<Channel> channel = m_channel;
+    leaveBehind();
+    channel->ended.try_acquire_for(patienceAtTheEnd);
+}
+
+void Worker::leaveBehind()
+{
+    if (!m_channel)
+        return;
     m_channel->ends.store(true);
     m_channel->wake.release();
-    m_channel->ended.try_acquire_for(patienceAtTheEnd);
+    m_channel.reset();
 }
 
 bool Worker::isIdle() const

@@ -22,6 +22,9 @@ public:
     /// valid even after the worker is destroyed. Returns false if no thread can be created.
     bool start(std::function<void()> job);
 
+    /// Leaves a running job to its thread, for which nobody waits any more. The worker is as new.
+    void leaveBehind();
+
 private:
     struct Channel;
     static void serve(const std::shared_ptr<Channel>& channel);

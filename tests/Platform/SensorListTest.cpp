@@ -98,6 +98,16 @@ private Q_SLOTS:
             QCOMPARE_ROW(driver, SensorKinds::kindOf(driver), kind);
     }
 
+    void theUsersNamesDoNotChangeWhatSensorsStandFor()
+    {
+        QCOMPARE(SensorKinds::cpuRank("coretemp", "Package id 0", "Processor"), 1);
+        QCOMPARE(SensorKinds::cpuRank("coretemp", "Core 0", "Package"), 2);
+        QCOMPARE(SensorKinds::cpuRank("k10temp", "Tdie", "Processor"), 1);
+        // Only the user knows what is connected to a mainboard.
+        QCOMPARE(SensorKinds::cpuRank("it8688", "temp1", "CPU Temp"), SensorChip::worstRank);
+        QCOMPARE(SensorKinds::cpuRank("it8688", "temp1", "CPUTIN"), 0);
+    }
+
     void theUsersNameOfTheSensorIsTheDevices()
     {
         // The library's own configuration names the first sensor of this chip.
@@ -106,23 +116,31 @@ private Q_SLOTS:
         QCOMPARE(machine.read("devices"), "other \"M/B Temp\" 52.582;");
         // With two sensors, neither of them stands for the device.
         SensorsMachine other("small-board");
-        other.write("sys/devices/virtual/thermal/thermal_zone0/hwmon0/name", "lm78\n");
+        other.write("sys/devices/virtual/thermal/thermal_zone0/hwmon0/name", "lm87\n");
         other.write("sys/devices/virtual/thermal/thermal_zone0/hwmon0/temp2_input", "60000\n");
-        QCOMPARE(other.read("devices"), "other \"lm78\" 60;");
-        QCOMPARE(other.read("inputs"), "M/B Temp 52.582, temp2 60, ;");
+        QCOMPARE(other.read("devices"), "other \"lm87\" 60;");
+        QCOMPARE(other.read("inputs"), "M/B Temp 52.582, CPU Temp 60, ;");
     }
 
     void devicesOfOneNameAreToldApart()
     {
         SensorsMachine machine("small-board");
-        machine.write("sys/devices/virtual/thermal/thermal_zone1/hwmon1/name", "cpu_thermal\n");
-        machine.write("sys/devices/virtual/thermal/thermal_zone1/hwmon1/temp1_input", "60000\n");
-        machine.link("sys/devices/virtual/thermal/thermal_zone1/hwmon1/device", "../../thermal_zone1");
-        machine.link("sys/devices/virtual/thermal/thermal_zone1/subsystem", "../../../../class/thermal");
-        machine.link("sys/class/hwmon/hwmon1", "../../devices/virtual/thermal/thermal_zone1/hwmon1");
-        QCOMPARE(machine.read("devices"), "cpu#1 52.582; cpu#2 60;");
-        QCOMPARE(machine.read("ids"),
-            "cpu_thermal-virtual-0; cpu_thermal-virtual-0 /sys/devices/virtual/thermal/thermal_zone1;");
+        QByteArray devices = "cpu#1 52.582;";
+        QByteArray ids = "cpu_thermal-virtual-0;";
+        for (int zone = 1; zone <= 5; ++zone) {
+            const QByteArray number = QByteArray::number(zone);
+            const QByteArray device = "devices/virtual/thermal/thermal_zone" + number;
+            const QByteArray sensor = device + "/hwmon" + number;
+            machine.write("sys/" + sensor + "/name", "cpu_thermal\n");
+            machine.write("sys/" + sensor + "/temp1_input", "6" + number + "000\n");
+            machine.link("sys/" + sensor + "/device", "../../thermal_zone" + number);
+            machine.link("sys/" + device + "/subsystem", "../../../../class/thermal");
+            machine.link("sys/class/hwmon/hwmon" + number, "../../" + sensor);
+            devices += " cpu#" + QByteArray::number(zone + 1) + " 6" + number + ";";
+            ids += " cpu_thermal-virtual-0 /sys/" + device + ";";
+        }
+        QCOMPARE(machine.read("devices"), devices);
+        QCOMPARE(machine.read("ids"), ids);
     }
 
     void withoutItsBestSensorADeviceHasTheNextOne()

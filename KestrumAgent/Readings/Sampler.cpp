@@ -34,16 +34,31 @@ Sampler::Sampler(QObject* parent, const QString& root)
 
 void Sampler::adoptSettings()
 {
+    adopt(false);
+}
+
+void Sampler::setPopover(std::optional<MonitorSection> section)
+{
+    if (section != std::exchange(m_popover, section))
+        adopt(section.has_value());
+}
+
+void Sampler::adopt(bool isOpening)
+{
     const Appearance appearance = Appearance::current();
-    const WantedReadings wanted = WantedReadings::of(shownSections(appearance.settings), appearance);
+    WantedReadings wanted = WantedReadings::of(shownSections(appearance.settings), appearance);
+    if (m_popover)
+        wanted = wanted | WantedReadings::ofPopover(*m_popover, appearance);
     const auto interval = Sampler::interval(appearance.value(Keys::refreshInterval));
-    const bool isAnother = wanted != std::exchange(m_wanted, wanted);
+    const WantedReadings before = std::exchange(m_wanted, wanted);
     const bool isOtherInterval = interval != std::exchange(m_interval, interval);
+    const bool readsMore = (before & wanted) != wanted;
     if (wanted == WantedReadings()) {
         m_timer.stop();
-        if (isAnother)
+        if (before != wanted)
             m_readings->sample(wanted); // reads nothing, but pauses the readings that need two samples
-    } else if (isAnother) {
+    } else if (readsMore || (isOpening && interval >= longInterval)) {
+        m_awaited = isOpening ? 2 : 0;
         sample();
         m_timer.start(std::min(secondSample, interval));
     } else if (isOtherInterval) {
@@ -64,7 +79,9 @@ void Sampler::sample()
 {
     if (m_timer.isActive() && m_timer.intervalAsDuration() != m_interval)
         m_timer.setInterval(m_interval);
-    m_readings->sample(m_wanted, m_interval < longInterval ? std::function<void()>() : m_bell.rope());
+    const bool isAwaited = m_interval >= longInterval || m_awaited > 0;
+    m_awaited = std::max(m_awaited - 1, 0);
+    m_readings->sample(m_wanted, isAwaited ? m_bell.rope() : std::function<void()>());
     Q_EMIT sampled();
 }
 

@@ -20,6 +20,15 @@ struct WantedReadings {
     static WantedReadings of(
         const QList<MonitorSection>& sections, const Appearance& appearance = Appearance::current());
 
+    /// The sources that the open popover of `section` needs besides those that only popovers have. Its header shows what
+    /// the item's readout shows.
+    static WantedReadings ofPopover(
+        MonitorSection section, const Appearance& appearance = Appearance::current());
+
+    /// The sources that are in one of the two, and those that are in both.
+    WantedReadings operator|(const WantedReadings& other) const;
+    WantedReadings operator&(const WantedReadings& other) const;
+
     bool operator==(const WantedReadings&) const = default;
 };
 

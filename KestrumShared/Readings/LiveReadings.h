@@ -40,6 +40,14 @@ public:
     double storageUsage() const override { return m_slow.storage().used; }
     qint64 availableStorage() const override { return m_slow.storage().available; }
 
+    /// Whether the processor's load was measured since it was first wanted.
+    bool hasCPULoad() const { return !m_cpuLoad.history().isEmpty(); }
+    const MemoryParts& memoryParts() const { return m_memory.parts(); }
+    bool isCPUPowerDenied() const { return m_cpuPower.isDenied(); }
+    /// See `SlowReadings::answered` and `SlowReadings::answers`.
+    const WantedReadings& answered() const { return m_slow.answered(); }
+    int answers() const { return m_slow.answers(); }
+
 private:
     CPULoad m_cpuLoad;
     CPUPower m_cpuPower;

@@ -40,6 +40,7 @@ void SlowReadings::collect(Clock::time_point now)
 
 void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> done)
 {
+    m_answered = m_answered & wanted;
     const bool wantsDevices
         = !m_devicesRun && ((m_readSensors && wanted.sensors.any()) || wanted.systemPower);
     const bool wantsStorage = !m_storageRun && wanted.storage;
@@ -92,6 +93,8 @@ void SlowReadings::adopt(const Devices& devices)
         m_sensors.fan = devices.sensors.fan;
     if (devices.wanted.systemPower)
         m_systemWatts = devices.systemWatts;
+    m_answered = m_answered | devices.wanted;
+    ++m_answers;
 }
 
 } // namespace kestrum

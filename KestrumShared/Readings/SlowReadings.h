@@ -23,6 +23,9 @@ public:
     using Clock = std::chrono::steady_clock;
     /// After this time without an answer, the values of the devices become absent.
     static constexpr std::chrono::seconds longestAnswer { 10 };
+    /// The shortest interval of samples at which the main thread should wake once more to show results as soon as they are
+    /// ready. At shorter intervals, the next sample is soon enough.
+    static constexpr std::chrono::seconds longInterval { 5 };
 
     using ReadSensors = std::function<Sensors::Values(const Sensors::Wanted&)>;
 
@@ -39,6 +42,11 @@ public:
 
     const Sensors::Values& sensors() const { return m_sensors; }
     const std::optional<double>& systemWatts() const { return m_systemWatts; }
+    /// Those of the wanted devices that have answered since they were first wanted. A reading that is no longer wanted is not
+    /// among them, so its old value is not taken for a new one.
+    const WantedReadings& answered() const { return m_answered; }
+    /// How often devices have answered.
+    int answers() const { return m_answers; }
     /// The last known values, no matter how old they are.
     const StorageUse::Room& storage() const { return m_storage; }
 
@@ -66,6 +74,8 @@ private:
     std::shared_ptr<StorageRun> m_storageRun;
     Sensors::Values m_sensors;
     std::optional<double> m_systemWatts;
+    WantedReadings m_answered;
+    int m_answers = 0;
     StorageUse::Room m_storage;
     /// Usually one worker reads everything. The other one is used while the first one hangs on the volume.
     std::array<Worker, 2> m_workers;

@@ -1,0 +1,137 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumShared/Readings/AppListReader.h"
+
+#include "KestrumShared/Text/AppLanguage.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kestrum {
+namespace {
+
+// A list that cannot be read must not be tried without end.
+constexpr int mostQuickScans = 6;
+// Until a worker that has given its result can begin the next job.
+constexpr std::chrono::milliseconds momentAfter { 10 };
+
+} // namespace
+
+AppListReader::AppListReader(const QString& root, std::function<void()> done)
+    : m_apps(std::make_shared<TopApps>(root))
+    , m_done(std::move(done))
+    , m_ranking(rankingOf(Column::cpu))
+{
+    m_timer.setSingleShot(true);
+    QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] {
+        if (m_column)
+            scanSoon();
+    });
+}
+
+void AppListReader::approach(Column column)
+{
+    if (m_column)
+        return;
+    collect();
+    if (isDue(TopApps::pauseAfter(m_cost, {})))
+        scan(column, false, m_done);
+}
+
+void AppListReader::open(Column column)
+{
+    collect();
+    m_column = column;
+    m_ranking = rankingOf(column);
+    m_quickScans = 0;
+    const bool isKnown = m_approached && m_approached->column == column && m_approached->apps
+        && m_approached->isOfNow && !isDue(TopApps::shortestPause);
+    if (isKnown)
+        m_ranking.add(*m_approached->apps);
+    m_approached.reset();
+    if (!isKnown)
+        scanSoon();
+}
+
+void AppListReader::tick(std::chrono::nanoseconds interval, const std::function<void()>& done)
+{
+    // Ticks come up to a twentieth of the interval early or late. A scan must not wait for one more tick because of that.
+    if (m_column && isDue(TopApps::pauseAfter(m_cost, interval) - interval / 20)
+        && scan(*m_column, true, done))
+        m_quickScans = 0;
+}
+
+bool AppListReader::collect()
+{
+    std::optional<Scan> scan = m_background.take();
+    if (!scan)
+        return false;
+    m_cost = scan->cost;
+    if (!m_column) {
+        m_approached = std::move(scan);
+        return false;
+    }
+    const bool isOfList = scan->column == *m_column && scan->apps;
+    if (isOfList)
+        m_ranking.add(*scan->apps);
+    if (!isOfList || !scan->isOfNow)
+        scanSoon();
+    return isOfList;
+}
+
+void AppListReader::close()
+{
+    m_column.reset();
+    m_timer.stop();
+    m_ranking.clear();
+    m_ranking.setHeld(false);
+}
+
+AppRanking AppListReader::rankingOf(Column column)
+{
+    switch (column) {
+    case Column::cpu:
+        return AppRanking(5, [](const AppUse& app) { return app.cores; });
+    case Column::memory:
+        return AppRanking(5, [](const AppUse& app) { return double(app.memory); });
+    case Column::disk:
+        break;
+    }
+    return AppRanking(3, [](const AppUse& app) { return app.readRate + app.writeRate; });
+}
+
+bool AppListReader::scan(Column column, bool isRegular, const std::function<void()>& done)
+{
+    // A difference over a longer time shows the past.
+    const bool isOfNow
+        = column == Column::memory || isRegular || !isDue(2 * Clock::duration(TopApps::shortestPause));
+    const Clock::time_point now = Clock::now();
+    const AppLanguageTexts language { AppLanguage::code(), AppLanguage::string("Container") };
+    const bool isBegun = m_background.begin(
+        [apps = m_apps, column, language, isOfNow] {
+            Scan scan { column, apps->sample(column, language), {}, isOfNow };
+            scan.cost = apps->cost();
+            return scan;
+        },
+        done);
+    if (!isBegun)
+        return false;
+    m_timer.stop();
+    m_last = now;
+    ++m_scans;
+    return true;
+}
+
+/// Scans as soon as the difference to the last scan is worth showing. While a scan is running, its end decides what to do.
+void AppListReader::scanSoon()
+{
+    if (m_background.isBusy() || m_quickScans == mostQuickScans)
+        return;
+    ++m_quickScans;
+    if (!isDue(TopApps::firstPause))
+        m_timer.start(
+            std::chrono::ceil<std::chrono::milliseconds>(*m_last + TopApps::firstPause - Clock::now()));
+    else if (!scan(*m_column, false, m_done))
+        m_timer.start(momentAfter);
+}
+
+} // namespace kestrum

@@ -1,0 +1,73 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumShared/Readings/Background.h"
+#include "Platform/Machine/AppRanking.h"
+#include "Platform/Machine/TopApps.h"
+
+#include <QList>
+#include <QTimer>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <optional>
+
+namespace kestrum {
+
+/// The list of apps in an open popover. Scans of the processes are the dearest of all readings. So there is none while nobody
+/// looks, and while somebody does, scans take no more than a hundredth of a core.
+class AppListReader {
+public:
+    using Column = TopApps::Column;
+    using Clock = std::chrono::steady_clock;
+
+    /// A worker calls `done`, which may be empty, when `collect` has something to take over.
+    AppListReader(const QString& root, std::function<void()> done);
+
+    /// A popover with the list may be opened soon: takes the first of two scans, at most one in two seconds.
+    void approach(Column column);
+    /// The list is shown from now on, empty unless a scan has just been taken. Scans as soon as a difference is worth showing.
+    void open(Column column);
+    /// Call this at each sample while the list is shown. Scans again if it is time. Readings are shown every `interval`.
+    /// A worker calls `done` here as above.
+    void tick(std::chrono::nanoseconds interval, const std::function<void()>& done);
+    /// Takes over a scan that is done. Returns true if the rows may have changed.
+    bool collect();
+    /// The list is no longer shown.
+    void close();
+
+    /// See `AppRanking::setHeld`.
+    void setHeld(bool isHeld) { m_ranking.setHeld(isHeld); }
+    /// The rows from the top; empty until the first difference is known.
+    const QList<AppUse>& rows() const { return m_ranking.rows(); }
+
+    /// How many scans were begun, for tests.
+    int scans() const { return m_scans; }
+
+private:
+    struct Scan {
+        Column column {};
+        std::optional<QList<AppUse>> apps;
+        Clock::duration cost {};
+        bool isOfNow = false; ///< whether the difference is over a short time
+    };
+    static AppRanking rankingOf(Column column);
+    bool isDue(Clock::duration pause) const { return !m_last || Clock::now() - *m_last >= pause; }
+    bool scan(Column column, bool isRegular, const std::function<void()>& done);
+    void scanSoon();
+
+    std::shared_ptr<TopApps> m_apps;
+    std::function<void()> m_done;
+    Background<Scan> m_background;
+    QTimer m_timer;                 ///< for the second scan after opening
+    std::optional<Column> m_column; ///< absent while the list is not shown
+    AppRanking m_ranking;
+    std::optional<Scan> m_approached; ///< the last scan while the list was not shown
+    std::optional<Clock::time_point> m_last;
+    Clock::duration m_cost {};
+    int m_quickScans
+        = 0; ///< attempts that did not wait for a tick, since opening or since the last tick with a scan
+    int m_scans = 0;
+};
+
+} // namespace kestrum

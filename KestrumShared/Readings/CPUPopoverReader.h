@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumShared/Popover/PopoverReadings.h"
+#include "KestrumShared/Readings/Background.h"
+#include "KestrumShared/Readings/PopoverSample.h"
+#include "Platform/Machine/CPUFrequency.h"
+#include "Platform/Machine/SystemFigures.h"
+
+#include <QString>
+
+namespace kestrum {
+
+/// Reads what the open popover of the CPU shows, but for its list of apps.
+class CPUPopoverReader {
+public:
+    explicit CPUPopoverReader(const QString& root)
+        : m_root(root)
+    {
+    }
+
+    void update(CPUPopoverReadings& readings, const PopoverSample& sample);
+    /// Closes the files that only the open popover needs.
+    void close() { m_opening.reset(); }
+
+private:
+    struct Opening {
+        explicit Opening(const QString& root);
+        LoadAverage load;
+        Uptime uptime;
+        std::shared_ptr<CPUFrequency> frequency;
+        qsizetype tieredCores = -1; ///< for how many cores the tiers were found
+        int powerAnswers = 0;
+        bool knowsTemperature = false;
+        bool knowsHertz = false;
+    };
+    void updateTiers(CPUPopoverReadings& readings);
+
+    QString m_root;
+    std::optional<Opening> m_opening;
+    Background<std::optional<double>> m_hertz; ///< on a worker, because many cores take long
+};
+
+} // namespace kestrum

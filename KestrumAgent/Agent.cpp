@@ -3,7 +3,7 @@
 
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
-#include "KestrumAgent/Popover/IdlePopoverSource.h"
+#include "KestrumAgent/Popover/LiveSource.h"
 #include "KestrumAgent/Popover/PopoverController.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumAgent/Readings/Sampler.h"
@@ -79,7 +79,7 @@ void Agent::start(std::optional<double> launched)
         connect(m_sampler, signal, m_strip.get(), &PanelStrip::redraw);
     m_strip->installEventFilter(this);
     m_channel = PanelChannel::make(*m_strip, m_menu);
-    m_popoverSource = std::make_unique<IdlePopoverSource>();
+    m_popoverSource = std::make_unique<LiveSource>(*m_sampler);
     m_popovers = std::make_unique<PopoverController>(*m_strip, m_channel->popoverStand(), *m_popoverSource);
     connect(m_popovers.get(), &PopoverController::settingsRequested, this, &Agent::openSettings);
     connect(m_popovers.get(), &PopoverController::windowMade, this,

@@ -16,7 +16,8 @@ struct ColumnRow {
         QString text;
         double width = 0; ///< in points
         bool isSecondary = false;
-        std::optional<QColor> colour = std::nullopt; ///< of the text; nothing for the usual colour
+        /// Of the text, deepened until it is readable; nothing for the usual colour.
+        std::optional<QColor> colour = std::nullopt;
         bool operator==(const Column&) const = default;
     };
     QString name;

@@ -2,7 +2,9 @@
 #include "KestrumShared/Popover/CoreBars.h"
 
 #include "KestrumShared/Popover/Amounts.h"
+#include "KestrumShared/Popover/DenseSection.h"
 #include "KestrumShared/Popover/PixelGrid.h"
+#include "KestrumShared/Popover/PopoverPanel.h"
 #include "KestrumShared/Popover/SectionTitle.h"
 #include "KestrumShared/Popover/ValueRow.h"
 #include "KestrumShared/Text/AppLanguage.h"
@@ -140,8 +142,8 @@ void drawBar(QPainter& painter, const QRectF& cell, double load, const QColor& c
 
 double CoreBars::height(const PanelEnvironment& environment) const
 {
-    // A panel's sections are all of one width: the number of rows follows from it.
-    constexpr double width = 276;
+    // The number of rows follows from the width, and all sections of popovers are of one width.
+    constexpr double width = PopoverPanel::width - 2 * DenseSection::sidePadding;
     const CoreLayout layout(*this, width, environment);
     return layout.barsTop + layout.barsHeight();
 }

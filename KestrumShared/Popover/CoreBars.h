@@ -14,7 +14,7 @@ struct CoreBars {
     struct Tier {
         QString name; ///< empty for the only tier
         QList<double> loads;
-        QColor colour;
+        QColor colour; ///< deepened until it is readable
         bool operator==(const Tier&) const = default;
     };
     QList<Tier> tiers; ///< slowest first

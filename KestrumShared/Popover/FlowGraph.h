@@ -17,7 +17,7 @@ struct FlowGraph {
     SectionTitle title;
     QString name; ///< what the graph shows, for screen readers
     QList<HistoryPoint> up, down;
-    QColor upColour, downColour;
+    QColor upColour, downColour; ///< deepened until they are readable
     QString upName, downName;
     std::function<QString(double)> text = {}; ///< a rate as text
 

@@ -201,7 +201,6 @@ QList<PanelElement> HistoryGraph::describe(const QRectF& rect, const PanelEnviro
         const SectionTitle row = titleRow(*this);
         elements = row.describe(
             QRectF(rect.topLeft(), QSizeF(rect.width(), row.height(environment))), environment);
-        elements.first().name = *title;
     }
     for (const Line& line : lines) {
         PanelElement element;

@@ -16,7 +16,7 @@ namespace kestrum {
 struct HistoryGraph {
     struct Line {
         QList<HistoryPoint> points;
-        QColor colour;
+        QColor colour;        ///< deepened until it is readable; layers are drawn as they are given
         bool isFilled = true; ///< whether the area below the line is tinted
         QString name = {};    ///< for the pointed value, where there are several lines
         bool operator==(const Line&) const = default;

@@ -43,7 +43,7 @@ struct PanelElement {
     Role role = Role::text;
     QString name;        ///< as a screen reader says it: "Firefox, cores 3.9, CPU 24 %"
     QStringList columns; ///< as shown and as copied: "Firefox", "3.9", "24 %"
-    QRectF rect = {};
+    QRectF rect = {};    ///< where it is drawn; it is pressed anywhere in `PanelEnvironment::plate` of it
     PanelAction action = {};
     bool isChecked = false;
     std::optional<double> fraction = std::nullopt; ///< of a bar, 0…1

@@ -14,8 +14,8 @@
 namespace kestrum {
 
 /// The interface of a panel's part. `height` returns the part's height in points. `draw` draws the part into a rectangle of
-/// this height and any width, and may change only the pen, brush and font of the painter. Parts are not widgets, because
-/// miniatures and popovers draw the same parts.
+/// this height and any width, and may change only the pen, brush, font and layout direction of the painter. Parts are not
+/// widgets, because miniatures and popovers draw the same parts.
 template <class T>
 concept DrawnPart
     = requires(const T& part, QPainter& painter, const QRectF& rect, const PanelEnvironment& environment)

@@ -13,7 +13,7 @@ namespace {
 
 constexpr int fontSize = 10;
 constexpr double arrowFontSize = 7.5;
-constexpr double arrowGap = 4; ///< between a title and its arrow
+constexpr double arrowGap = 3; ///< between a title and its arrow
 constexpr double headGap = 8;  ///< between the title and the first head
 
 QFont titleFont()

@@ -3,15 +3,18 @@
 
 #include "KestrumShared/Popover/Amounts.h"
 #include "KestrumShared/Popover/DenseSection.h"
+#include "KestrumShared/Popover/PanelNumber.h"
 #include "KestrumShared/Popover/PixelGrid.h"
 #include "KestrumShared/Popover/PopoverPanel.h"
 #include "KestrumShared/Popover/SectionTitle.h"
 #include "KestrumShared/Popover/ValueRow.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
+#include <QFontMetricsF>
 #include <algorithm>
 #include <cmath>
 #include <numeric>
+#include <optional>
 
 namespace kestrum {
 namespace {
@@ -49,45 +52,86 @@ ValueRow label(const CoreBars::Tier& tier)
     return { tier.name, Amounts().percent(mean(tier.loads)) };
 }
 
+/// The room of a tier's name and of a mean of two digits. It does not follow the load, so that the bars never move.
+double labelWidth(const CoreBars::Tier& tier, const PanelEnvironment& environment)
+{
+    constexpr double twoDigits = 0.88;
+    const PanelNumber number(Amounts().percent(twoDigits), environment.font, environment);
+    return std::ceil(QFontMetricsF(environment.font).horizontalAdvance(tier.name)) + ValueRow::spacing
+        + number.width();
+}
+
+/// The widths of the tiers: all the same where their names fit, else as the names need it. Nothing where they do not fit.
+std::optional<QList<double>> tierWidths(
+    const CoreBars& cores, double width, const PanelEnvironment& environment)
+{
+    QList<double> widths;
+    for (const CoreBars::Tier& tier : cores.tiers)
+        widths.append(labelWidth(tier, environment));
+    const double count = double(widths.size());
+    const double room = width - (count - 1) * tierGap;
+    const double rest = room - std::accumulate(widths.begin(), widths.end(), 0.0);
+    if (rest < 0)
+        return std::nullopt;
+    const bool areEqual = *std::max_element(widths.begin(), widths.end()) <= room / count;
+    for (double& tier : widths)
+        tier = areEqual ? room / count : tier + rest / count;
+    return widths;
+}
+
 struct CoreLayout {
+    PanelEnvironment labels; ///< with the font of the tiers' names
     double barsTop;
-    double tierWidth;
+    QList<double> widths; ///< of the tiers
     qsizetype rows = 1;
     double rowHeight;
 
     CoreLayout(const CoreBars& cores, double width, const PanelEnvironment& environment)
+        : labels(environment)
+        , barsTop(titleRow(cores).height(environment) + environment.metrics.rowSpacing)
+        , widths(cores.tiers.size(), width)
     {
-        const auto count = std::max<qsizetype>(1, cores.tiers.size());
-        barsTop = titleRow(cores).height(environment) + environment.metrics.rowSpacing;
-        if (count > 1)
-            barsTop += label(cores.tiers.first()).height(environment) + labelGap;
-        tierWidth = (width - double(count - 1) * tierGap) / double(count);
-        const auto most = std::max<qsizetype>(1, qsizetype(tierWidth / leastPitch));
-        for (const CoreBars::Tier& tier : cores.tiers)
-            rows = std::max(rows, (tier.loads.size() + most - 1) / most);
+        if (const double count = double(widths.size()); count > 1) {
+            auto fitting = tierWidths(cores, width, labels);
+            if (!fitting) {
+                // Processors with three tiers are common, and three names do not fit in the size of rows.
+                constexpr int smallSize = 10;
+                labels.font = PanelEnvironment::systemFont(smallSize);
+                fitting = tierWidths(cores, width, labels);
+            }
+            widths.fill((width - (count - 1) * tierGap) / count);
+            widths = fitting.value_or(widths);
+            barsTop += label(cores.tiers.first()).height(labels) + labelGap;
+        }
+        for (qsizetype i = 0; i < widths.size(); ++i) {
+            const auto most = std::max<qsizetype>(1, qsizetype(widths[i] / leastPitch));
+            rows = std::max(rows, (cores.tiers[i].loads.size() + most - 1) / most);
+        }
         rowHeight = rows > 1 ? wrappedHeight : barHeight;
     }
     double barsHeight() const { return double(rows) * rowHeight + double(rows - 1) * rowGap; }
     QRectF tier(qsizetype index, const QRectF& rect, const PanelEnvironment& environment) const
     {
-        return environment.fromLeading(rect, double(index) * (tierWidth + tierGap), tierWidth);
+        const double before
+            = std::accumulate(widths.begin(), widths.begin() + index, double(index) * tierGap);
+        return environment.fromLeading(rect, before, widths[index]);
     }
     /// The cell of a core, with the room up to the next one.
     QRectF cell(
         const QRectF& tier, qsizetype core, qsizetype cores, const PanelEnvironment& environment) const
     {
         const qsizetype inRow = barsInRow(cores);
-        const double gap = barGap(cores);
-        const double pitch = (tierWidth + gap) / double(inRow);
+        const double gap = barGap(tier, cores);
+        const double pitch = (tier.width() + gap) / double(inRow);
         QRectF cell = environment.fromLeading(tier, double(core % inRow) * pitch, pitch - gap);
         cell.setTop(tier.top() + barsTop + double(core / inRow) * (rowHeight + rowGap));
         cell.setHeight(rowHeight);
         return cell;
     }
     qsizetype barsInRow(qsizetype cores) const { return (cores + rows - 1) / rows; }
-    double barGap(qsizetype cores) const
+    double barGap(const QRectF& tier, qsizetype cores) const
     {
-        return std::clamp(tierWidth / double(barsInRow(cores)) * 0.3, 1.0, widestGap);
+        return std::clamp(tier.width() / double(barsInRow(cores)) * 0.3, 1.0, widestGap);
     }
 };
 
@@ -101,7 +145,7 @@ qsizetype pointedCore(
         const QRectF place = layout.tier(index, rect, environment);
         for (qsizetype core = 0; core < count; ++core) {
             const QRectF cell = layout.cell(place, core, count, environment);
-            const double gap = layout.barGap(count) / 2;
+            const double gap = layout.barGap(place, count) / 2;
             if (environment.isPointed(cell.adjusted(-gap, 0, gap, 0)))
                 return before + core;
         }
@@ -162,9 +206,9 @@ void CoreBars::draw(QPainter& painter, const QRectF& rect, const PanelEnvironmen
         if (tiers.size() > 1) {
             const ValueRow name = label(tier);
             QRectF labelPlace = place;
-            labelPlace.setHeight(name.height(environment));
+            labelPlace.setHeight(name.height(layout.labels));
             labelPlace.moveBottom(rect.top() + layout.barsTop - labelGap);
-            name.draw(painter, labelPlace, environment);
+            name.draw(painter, labelPlace, layout.labels);
         }
         const QColor colour = environment.readable(tier.colour);
         for (qsizetype core = 0; core < tier.loads.size(); ++core)

@@ -10,8 +10,6 @@
 namespace kestrum {
 namespace {
 
-constexpr double spacing = 6; ///< between title and value
-
 PanelText titleText(const ValueRow& row, const PanelEnvironment& environment)
 {
     return { row.title, environment.font, environment.secondaryTextColour() };

@@ -12,6 +12,8 @@ namespace kestrum {
 /// A row of a panel: a title at the leading edge and a value at the trailing edge. In a narrow panel, the title is
 /// shortened, never the value.
 struct ValueRow {
+    static constexpr double spacing = 6; ///< least distance between title and value, in points
+
     QString title;
     QString value;
     std::optional<QColor> colour = std::nullopt; ///< colour of a dot before the title; nothing for no dot

@@ -5,6 +5,7 @@
 #include "tests/Support/Rows.h"
 #include "tests/Support/TestHome.h"
 
+#include <QFontMetricsF>
 #include <QTest>
 #include <limits>
 
@@ -138,6 +139,33 @@ private Q_SLOTS:
         QCOMPARE(pixels.drawn(everywhere, fast), QRectF(144, titleRoom + labelRoom, 132, 26));
         QVERIFY(isSameTitle(pixels, in(light), QStringLiteral("6")));
         QVERIFY(pixels.drawn(QRectF(0, titleRoom, 132, 12)).width() > 100);
+    }
+
+    // The widths follow from the names, and not from the loads.
+    void theNamesOfThreeTiersAreWhole()
+    {
+        PanelEnvironment environment = in(light);
+        environment.font = PanelEnvironment::systemFont(12);
+        CoreBars part = twoTiers({ 0, 0 }, { 0, 0, 0 });
+        part.tiers.insert(1, { QStringLiteral("Level 1"), { 0 }, Qt::darkGreen });
+        const QRectF rect(0, 0, width, part.height(environment));
+        const QList<PanelElement> told = part.describe(rect, environment);
+        const PanelPixels pixels = drawn(part, environment, width);
+        for (int i = 0; i < 3; ++i) {
+            const QRectF tier = told[i + 1].rect;
+            const QFontMetricsF metrics(PanelEnvironment::systemFont(10));
+            const double name = metrics.horizontalAdvance(part.tiers[i].name);
+            const QRectF ink = pixels.drawn(QRectF(tier.left(), titleRoom, name + 2, 12));
+            QVERIFY_NEAR(ink.width(), name, 3.0);
+            // Behind the name there is a gap before the mean.
+            QVERIFY(pixels.drawn(QRectF(tier.left() + name + 1, titleRoom, 5, 12)).isNull());
+        }
+        QCOMPARE(told[3].rect.right(), width);
+        part.tiers[0].loads = { 1, 1 };
+        QCOMPARE(part.describe(rect, environment)[2].rect, told[2].rect);
+        // Names that fit nowhere are shortened, in tiers of one width.
+        part.tiers[0].name = QString(60, u'H');
+        QCOMPARE(part.describe(rect, environment)[2].rect.width(), (width - 24) / 3);
     }
 
     void tiersAreMirrored()

@@ -116,6 +116,11 @@ private Q_SLOTS:
         row("render cpu -o x.png --scale nan", "not \"nan\"");
         row("render cpu -o x.png --appearance drak", "did you mean \"dark\"");
         row("render cpu -o x.png --cores 4,2000", "not \"4,2000\"");
+        row("render popover-disk -o x.png", "there is no section \"popover-disk\"");
+        row("render popover-memry -o x.png", "did you mean \"popover-memory\"");
+        row("render popover-cpu -o x.png --direction up", "there is no direction \"up\"");
+        row("render cpu -o x.png --direction rtl", "--direction is for popovers only");
+        row("render strip -o x.png --poor", "--poor is for popovers only");
     }
 
     void aWrongCallIsToldByName()

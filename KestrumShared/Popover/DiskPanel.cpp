@@ -15,7 +15,7 @@ namespace {
 
 constexpr int diskAppCount = 3;
 constexpr double leastRateWidth = 72;
-constexpr double barGap = 4; ///< between a volume's name and its bar
+constexpr double volumeBarGap = 4; ///< between a volume's name and its bar
 // The used shares from which on a volume's bar has a warning colour.
 constexpr double amberShare = 0.90;
 constexpr double redShare = 0.97;
@@ -52,7 +52,7 @@ PopoverPanel SectionPanel::disk() const
         const QColor colour = used >= redShare ? m_environment.readable(redBar)
             : used >= amberShare               ? m_environment.readable(amberBar)
                                                : readColour;
-        volumes.append(PanelStack { { row, MetricProgressBar { used, colour, volume.name } }, barGap });
+        volumes.append(PanelStack { { row, MetricProgressBar { used, colour, volume.name } }, volumeBarGap });
     }
     if (readings.moreVolumes > 0)
         volumes.append(

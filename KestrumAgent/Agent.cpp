@@ -10,6 +10,7 @@
 #include "KestrumAgent/Updates/UpdateChecker.h"
 #include "KestrumAgent/Updates/UpdateNotice.h"
 #include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/PopoverRequest.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Bundle/Bundle.h"
@@ -94,10 +95,20 @@ void Agent::start(std::optional<double> launched)
         if (!isEnabled)
             leave(QStringLiteral("it was switched off in the settings"));
     });
+    for (const auto& request : allCases<PopoverRequest>())
+        m_signals.listen(notificationName(request.value), [this, asked = request.value] { obey(asked); });
     m_signals.listen(Signal::checkForUpdates, [this] { m_updates->check(); });
     m_updates->start();
     if (launched)
         doWhatWasAskedSince(*launched);
+}
+
+void Agent::obey(PopoverRequest request)
+{
+    if (const auto section = fromRawValue<MonitorSection>(rawValue(request)))
+        m_popovers->open(*section);
+    else
+        m_popovers->close();
 }
 
 void Agent::doWhatWasAskedSince(double launched)

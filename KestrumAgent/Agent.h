@@ -15,6 +15,7 @@ class PanelStrip;
 class PopoverController;
 class PopoverSource;
 class Sampler;
+enum class PopoverRequest;
 class UpdateChecker;
 class UpdateNotice;
 
@@ -48,6 +49,7 @@ private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     QByteArray activationToken() const;
     void logEnd(const QString& reason);
+    void obey(PopoverRequest request);
     void adoptLanguage();
     void adoptSettings();
     void doWhatWasAskedSince(double launched);

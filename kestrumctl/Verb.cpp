@@ -9,7 +9,7 @@ std::span<const Verb* const> allVerbs()
 {
     static constexpr const Verb* verbs[]
         = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb, &importVerb, &postVerb, &listenVerb,
-              &agentsVerb, &agentVerb, &describeVerb, &renderVerb, &openVerb, &loginItemVerb };
+              &agentsVerb, &agentVerb, &popoverVerb, &describeVerb, &renderVerb, &openVerb, &loginItemVerb };
     return verbs;
 }
 
@@ -18,7 +18,7 @@ QByteArray programUsage()
     QByteArray text = "Usage: kestrumctl VERB [ARGUMENT...]\n"
                       "\n"
                       "Reads, writes and watches Kestrum's settings, posts and hears its signals, draws its\n"
-                      "menu-bar items, switches its agent, and starts applications.\n"
+                      "menu-bar items, switches its agent, opens its popovers, and starts applications.\n"
                       "\n"
                       "Verbs:\n";
     for (const Verb* verb : allVerbs())

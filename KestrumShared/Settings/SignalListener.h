@@ -25,8 +25,12 @@ public:
     /// Runs `handler` on the main thread after each post of `signal`. If the registration fails, `handler` never runs.
     void listen(SharedSettings::Signal signal, std::function<void()> handler)
     {
-        if (const auto token
-            = NotificationCentre::registerDispatch(SharedSettings::name(signal), std::move(handler)))
+        listen(SharedSettings::name(signal), std::move(handler));
+    }
+    /// The same for a notification with that full name.
+    void listen(const QString& name, std::function<void()> handler)
+    {
+        if (const auto token = NotificationCentre::registerDispatch(name, std::move(handler)))
             m_tokens.append(*token);
     }
 

@@ -8,7 +8,7 @@ class KestrumctlUsageTest : public QObject {
     Q_OBJECT
 
     const QStringList m_verbs
-        = words("read write delete watch export import post listen agents agent describe "
+        = words("read write delete watch export import post listen agents agent popover describe "
                 "render open login-item");
 
 private Q_SLOTS:

@@ -42,7 +42,7 @@ int endOnScreen(const QRect& free, const QScreen& screen)
 DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     : m_strip(strip)
     , m_menu(menu)
-    , m_popoverStand(strip, [this] { return freeArea(); })
+    , m_popoverStand(strip)
 {
     m_strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     m_strip.setAttribute(Qt::WA_ShowWithoutActivating);
@@ -55,7 +55,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_strip, &PanelStrip::menuRequested, this, &DockChannel::showMenu);
     connect(
         &m_strip, &PanelStrip::tipRequested, this, [this](QPoint at, const QString& text, const QRect& item) {
-            QToolTip::showText(m_strip.mapToGlobal(at), text, &m_strip, item);
+            QToolTip::showText(m_place.topLeft() + at, text, &m_strip, item);
         });
     connect(&m_strip, &PanelStrip::pointerLeft, this, [] { QToolTip::hideText(); });
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &DockChannel::follow);
@@ -67,14 +67,7 @@ void DockChannel::showMenu(QPoint at)
     // The menu opens in the reading direction. Its width is known only after its entries are created, on `aboutToShow`.
     Q_EMIT m_menu.aboutToShow();
     const int leftwards = m_menu.isRightToLeft() ? m_menu.sizeHint().width() - 1 : 0;
-    m_menu.popup(m_strip.mapToGlobal(at) - QPoint(leftwards, 0));
-}
-
-/// The part of the strip's screen that panels leave free; the strip's own place if there is no screen.
-QRect DockChannel::freeArea()
-{
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    return screen ? m_struts->available(*screen) : m_strip.geometry();
+    m_menu.popup(m_place.topLeft() + at - QPoint(leftwards, 0));
 }
 
 void DockChannel::follow(QScreen* screen)
@@ -102,6 +95,8 @@ void DockChannel::fit()
     m_strip.setSizeIncrement(size);
     m_strip.setFixedSize(size);
     m_strip.move(left, free.top());
+    m_place = QRect(QPoint(left, free.top()), size);
+    m_popoverStand.setGround(m_place, free);
     // A mask makes the rounded corners, because translucency has no effect without a compositing manager.
     QPainterPath plate;
     plate.addRoundedRect(QRectF(QPointF(0, 0), size), PanelStrip::plateRadius, PanelStrip::plateRadius);

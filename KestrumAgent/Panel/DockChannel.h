@@ -25,12 +25,12 @@ private:
     void follow(QScreen* screen);
     void fit();
     void showMenu(QPoint at);
-    QRect freeArea();
 
     PanelStrip& m_strip;
     QMenu& m_menu;
     std::unique_ptr<X11Struts> m_struts;
     DockStand m_popoverStand;
+    QRect m_place; ///< the strip's, on the screen
     QMetaObject::Connection m_screenConnection;
 };
 

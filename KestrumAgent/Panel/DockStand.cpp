@@ -5,7 +5,7 @@
 #include "Platform/Desktop/Translucency.h"
 #include "Platform/Desktop/X11Window.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
 #include <algorithm>
@@ -23,14 +23,20 @@ bool isLow(const QRect& strip, const QRect& free)
 
 } // namespace
 
-DockStand::DockStand(PanelStrip& strip, std::function<QRect()> free)
+DockStand::DockStand(PanelStrip& strip)
     : m_strip(strip)
-    , m_free(std::move(free))
 {
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
         if (m_window && (m_window->screen() == gone || m_strip.screen() == gone))
             Q_EMIT dismissed();
     });
+}
+
+void DockStand::setGround(const QRect& strip, const QRect& free)
+{
+    const bool isOther = std::exchange(m_ground, strip) != strip;
+    if (std::exchange(m_free, free) != free || isOther)
+        Q_EMIT roomChanged();
 }
 
 QRect DockStand::place(QSize size, const QRect& item, const QRect& strip, const QRect& free)
@@ -44,10 +50,8 @@ QRect DockStand::place(QSize size, const QRect& item, const QRect& strip, const 
 
 int DockStand::room() const
 {
-    const QRect strip = m_strip.geometry();
-    const QRect free = m_free();
-    return isLow(strip, free) ? strip.top() - stripDistance - free.top() - edgeDistance
-                              : free.bottom() - strip.bottom() - stripDistance - edgeDistance;
+    return isLow(m_ground, m_free) ? m_ground.top() - stripDistance - m_free.top() - edgeDistance
+                                   : m_free.bottom() - m_ground.bottom() - stripDistance - edgeDistance;
 }
 
 void DockStand::show(QWidget& window, QSize size, const QRect& item)
@@ -55,8 +59,7 @@ void DockStand::show(QWidget& window, QSize size, const QRect& item)
     const bool isNew = m_window != &window;
     if (isNew)
         open(window);
-    const QRect placed
-        = place(size, item.translated(m_strip.mapToGlobal(QPoint(0, 0))), m_strip.geometry(), m_free());
+    const QRect placed = place(size, item.translated(m_ground.topLeft()), m_ground, m_free);
     if (isNew || m_place != placed) {
         m_place = placed;
         window.setFixedSize(placed.size());
@@ -106,14 +109,9 @@ void DockStand::judge(QPoint place, Qt::MouseButton button)
     if (m_isPinned || !m_window)
         return;
     // A press on an item is a click soon, or the begin of a drag: the strip tells.
-    if (m_strip.isVisible() && m_strip.geometry().contains(place) && button == Qt::LeftButton
-        && m_strip.item(place - m_strip.geometry().topLeft()))
+    if (m_strip.isVisible() && button == Qt::LeftButton && m_strip.item(place - m_ground.topLeft()))
         return;
-    const QWidgetList windows = QApplication::topLevelWidgets();
-    const bool isOwn = std::any_of(windows.begin(), windows.end(), [this, place](const QWidget* window) {
-        return window != &m_strip && window->isVisible() && window->geometry().contains(place);
-    });
-    if (!isOwn)
+    if (!m_place.contains(place))
         Q_EMIT dismissed();
 }
 

@@ -5,7 +5,6 @@
 #include "Platform/Desktop/X11Presses.h"
 
 #include <QPointer>
-#include <functional>
 #include <memory>
 
 namespace kestrum {
@@ -17,8 +16,11 @@ class PanelStrip;
 class DockStand final : public PopoverStand {
     Q_OBJECT
 public:
-    /// `free` returns the part of the strip's screen that panels leave free. It must not be empty.
-    DockStand(PanelStrip& strip, std::function<QRect()> free);
+    explicit DockStand(PanelStrip& strip);
+
+    /// Tells where the strip's window stands on the screen, and the part of this screen that panels leave free. The strip
+    /// itself may not know its place: where a window manager puts a frame around it, the toolkit can miss a move.
+    void setGround(const QRect& strip, const QRect& free);
 
     void show(QWidget& window, QSize size, const QRect& item) override;
     void hide() override;
@@ -34,7 +36,8 @@ private:
     void judge(QPoint place, Qt::MouseButton button);
 
     PanelStrip& m_strip;
-    std::function<QRect()> m_free;
+    QRect m_ground; ///< the strip's place
+    QRect m_free;
     QPointer<QWidget> m_window;
     QRect m_place; ///< where the window was put; the window manager may have put it elsewhere
     std::unique_ptr<X11Presses> m_presses; ///< while the window is shown

@@ -8,7 +8,6 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QPainter>
-#include <QPainterPath>
 #include <algorithm>
 #include <cmath>
 #include <utility>
@@ -23,6 +22,21 @@ constexpr double ringRadius = 5;
 constexpr double barWidth = 6;
 constexpr double barEdge = 2; ///< distance of the scroll bar from the edges
 constexpr double shortestBar = 24;
+
+/// The points of a rectangle with round corners. The toolkit's path would become a polygon with few corners.
+QRegion roundedRegion(QSize size, double radius)
+{
+    QRegion region(QRect(QPoint(0, 0), size));
+    for (int y = 0; y < radius; ++y) {
+        const double up = radius - y - 0.5;
+        const int cut = int(std::round(radius - std::sqrt(radius * radius - up * up)));
+        for (const int row : { y, size.height() - 1 - y }) {
+            region -= QRect(0, row, cut, 1);
+            region -= QRect(size.width() - cut, row, cut, 1);
+        }
+    }
+    return region;
+}
 
 } // namespace
 
@@ -173,33 +187,39 @@ void PopoverWindow::resizeEvent(QResizeEvent*)
     m_scrolled = std::clamp(m_scrolled, 0.0, farthest());
     if (testAttribute(Qt::WA_TranslucentBackground))
         return;
-    QPainterPath shape;
-    shape.addRoundedRect(QRectF(rect()), cornerRadius * m_scale, cornerRadius * m_scale);
-    setMask(QRegion(shape.toFillPolygon().toPolygon()));
+    setMask(roundedRegion(size(), cornerRadius * m_scale));
 }
 
 // The pointer
 
-void PopoverWindow::point(const std::optional<QPointF>& place)
+/// What looks different while the pointer is at `point`, in the window's coordinates: an element that can be pressed, or the
+/// part with a graph or a bar.
+QRectF PopoverWindow::livelyArea(const std::optional<QPointF>& point) const
 {
     using Role = PanelElement::Role;
-    // Only graphs and bars show something else under the pointer.
-    const auto partAt = [this](const std::optional<QPointF>& at) {
-        const auto isLively = [](const PanelElement& element) {
-            return element.role == Role::graph || element.role == Role::bar;
-        };
-        for (const PopoverLayout::Place& each : m_layout.places()) {
-            if (at && each.rect.contains(*at) && !m_layout.at(*at, isLively).isEmpty())
-                return each.rect;
-        }
-        return QRectF();
+    const auto isLively = [](const PanelElement& element) {
+        return element.action || element.role == Role::graph || element.role == Role::bar;
     };
+    const Path path = point ? m_layout.at(*point, isLively) : Path();
+    const PanelElement* element = m_layout.element(path);
+    if (!element)
+        return {};
+    QRectF area = element->rect;
+    for (const PopoverLayout::Place& place : m_layout.places()) {
+        if (!element->action && place.rect.contains(*point))
+            area = place.rect;
+    }
+    area.translate(0, m_layout.isInHeader(path) ? 0 : -m_scrolled);
+    return { area.topLeft() * m_scale, area.size() * m_scale };
+}
+
+void PopoverWindow::point(const std::optional<QPointF>& place)
+{
     const auto before = std::exchange(m_environment.pointer, place);
-    const QRectF area = (partAt(before) | partAt(place)).translated(0, -m_scrolled);
-    if (!area.isEmpty())
-        update(QRectF(area.topLeft() * m_scale, area.size() * m_scale)
-                   .toAlignedRect()
-                   .marginsAdded({ 1, 1, 1, 1 }));
+    for (const auto& at : { before, place }) {
+        if (const QRectF area = livelyArea(at); !area.isEmpty())
+            update(area.toAlignedRect().marginsAdded({ 1, 1, 1, 1 }));
+    }
     holdList();
 }
 

@@ -70,6 +70,7 @@ private:
     bool moveBy(const QKeyEvent& event);
     bool act(const QKeyEvent& event);
     void copy() const;
+    QRectF livelyArea(const std::optional<QPointF>& point) const;
     void point(const std::optional<QPointF>& place);
     std::optional<QPointF> contentPoint(const QPointF& place) const;
     Path pressable(const QPointF& place) const;

@@ -9,8 +9,9 @@
 namespace kestrum {
 namespace {
 
-// Apps and groups that are gone are not removed one by one. When there are too many, all are found anew.
-constexpr std::size_t mostApps = 4096;
+// Apps and groups that are gone are not removed one by one. When there are too many, all are found anew. Each one in use has a
+// process, so it never comes to that twice in a row.
+constexpr std::size_t mostUnused = 256;
 // Desktops move an app into its control group only after its start. This is the time, in clock ticks, after which it is there.
 constexpr quint64 youth = 200;
 constexpr qsizetype shownIdDigits = 6;
@@ -32,7 +33,8 @@ const std::vector<int>& AppGrouping::group(const ProcessSamples& before, const P
     const ProcessMatch& match, const AppLanguageTexts& language)
 {
     const bool areNamesNew = m_names.update(language.code);
-    if (areNamesNew || m_language != language || m_apps.size() > mostApps || m_groups.size() > mostApps)
+    if (areNamesNew || m_language != language
+        || std::max(m_apps.size(), m_groups.size()) > 2 * now.size() + mostUnused)
         forget();
     m_language = language;
 
@@ -213,8 +215,9 @@ int AppGrouping::app(const QString& id, const QString& name)
     if (known != m_appPlaces.cend())
         return *known;
     const int place = int(m_apps.size());
-    // A name may contain anything, even line ends.
-    m_apps.push_back({ id, name.simplified() });
+    // A name may contain anything, even nothing but line ends. Only the kernel's is empty.
+    const QString shown = name.simplified();
+    m_apps.push_back({ id, shown.isEmpty() && !name.isEmpty() ? QStringLiteral("?") : shown });
     m_appPlaces.insert(id, place);
     return place;
 }

@@ -182,7 +182,10 @@ void AppNames::readEntry(const QByteArray& path, const QString& id)
     bool isSwitchedOff = false;
     std::string_view rest(content.constData(), std::size_t(content.size()));
     while (!rest.empty()) {
-        std::string_view line = KernelText::trimmed(KernelText::takeLine(rest));
+        std::string_view line = KernelText::takeLine(rest);
+        if (line.ends_with('\r'))
+            line.remove_suffix(1);
+        line = KernelText::trimmed(line);
         if (line.starts_with('[')) {
             // Other groups hold actions of the application with names of their own.
             if (isOfMainGroup)

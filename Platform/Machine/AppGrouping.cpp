@@ -46,7 +46,7 @@ const std::vector<int>& AppGrouping::group(const ProcessSamples& before, const P
         if (match.before[i] == ProcessMatch::none || old >= m_owners.size() || m_owners[old].isYoung)
             continue;
         const bool isSame = before[old].command == now[i].command && before[old].job == now[i].job
-            && before[old].hasTerminal == now[i].hasTerminal;
+            && before[old].terminal == now[i].terminal;
         if (isSame)
             owners[i] = std::move(m_owners[old]);
     }
@@ -77,12 +77,23 @@ void AppGrouping::forget()
     m_groupPlaces.clear();
 }
 
-// The process that leads the job of a process in a terminal. Nothing if it has ended, or for other processes.
-std::optional<std::size_t> AppGrouping::leaderOf(const ProcessSamples& now, std::size_t place) const
+// The leader of the job that was typed in a shell, for a process in a terminal. Nothing if it has ended. Some programs, such as
+// builders, start jobs of their own, which are parts of the one that was typed.
+std::optional<std::size_t> AppGrouping::leaderOf(const ProcessSamples& now, std::size_t place)
 {
-    if (!now[place].hasTerminal)
-        return std::nullopt;
-    return now[place].job == now[place].pid ? place : ProcessList::find(now, now[place].job);
+    std::optional<std::size_t> leader;
+    for (int step = 0; step < ProcessList::mostAncestors && now[place].terminal != 0; ++step) {
+        const auto found = now[place].job == now[place].pid ? place : ProcessList::find(now, now[place].job);
+        if (!found)
+            break;
+        leader = found;
+        const auto parent = ProcessList::find(now, now[*leader].parent);
+        if (!parent || now[*parent].terminal != now[*leader].terminal
+            || ProgramName::isShell(programOf(now[*parent], m_owners[*parent]).name))
+            break;
+        place = *parent;
+    }
+    return leader;
 }
 
 void AppGrouping::find(const ProcessSamples& now, std::size_t place)
@@ -93,7 +104,7 @@ void AppGrouping::find(const ProcessSamples& now, std::size_t place)
         owner.app = app(QStringLiteral("kernel"), QString());
         return;
     }
-    if (process.hasTerminal) {
+    if (process.terminal != 0) {
         // Named as it was typed, not as an application, even where one has that program.
         const std::size_t leader = leaderOf(now, place).value_or(place);
         const QString name = decoded(programOf(now[leader], m_owners[leader]).name);

@@ -57,7 +57,7 @@ private:
 
     void forget();
     void find(const ProcessSamples& now, std::size_t place);
-    std::optional<std::size_t> leaderOf(const ProcessSamples& now, std::size_t place) const;
+    std::optional<std::size_t> leaderOf(const ProcessSamples& now, std::size_t place);
     const Program& programOf(const ProcessSample& process, Owner& owner) const;
     int groupOf(const ProcessSample& process, Owner& owner);
     void lookAtFirstProcess(const ProcessSamples& now, std::size_t place, int number);

@@ -45,7 +45,7 @@ bool isTerminal(qint32 device)
     const quint32 number = quint32(device);
     const quint32 major = (number >> 8) & 0xFFF;
     const quint32 minor = (number & 0xFF) | ((number >> 12) & 0xF'FF00);
-    return number != 0 && !(major == 4 && minor < 64);
+    return !(major == 4 && minor < 64);
 }
 
 } // namespace
@@ -71,7 +71,8 @@ std::optional<ProcessSample> ProcessSample::parsed(std::string_view stat)
     sample.parent = numbers.next<qint32>(any);
     sample.job = numbers.next<qint32>(any);
     numbers.skip(1);
-    sample.hasTerminal = isTerminal(numbers.next<qint32>(any));
+    const auto terminal = numbers.next<qint32>(any);
+    sample.terminal = isTerminal(terminal) ? terminal : 0;
     numbers.skip(1);
     sample.isKernelThread = (numbers.next() & kernelThreadFlag) != 0;
     numbers.skip(4);

@@ -14,7 +14,7 @@ struct ProcessSample {
     qint32 parent = 0;
     qint32 job = 0; ///< the process group: the pid of its leader
     bool isKernelThread = false;
-    bool hasTerminal = false;        ///< whether it runs in a terminal; a virtual console is none
+    qint32 terminal = 0;             ///< device number of its terminal, 0 for none; a virtual console is none
     std::array<char, 16> command {}; ///< the kernel's short name, ended by a zero; longer names are cut
     quint64 start = 0;               ///< clock ticks from boot; tells two processes with the same pid apart
     quint64 time = 0;                ///< processor time in clock ticks

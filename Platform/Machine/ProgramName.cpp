@@ -76,9 +76,15 @@ QByteArray ProgramName::base(const QByteArray& path)
 
 bool ProgramName::isInterpreter(const QByteArray& program)
 {
-    return isOneOf(withoutVersion(program),
-        { "python", "perl", "ruby", "node", "nodejs", "gjs", "gjs-console", "lua", "luajit", "java", "php",
-            "mono", "sh", "bash", "dash", "zsh", "ksh", "fish" });
+    return isShell(program)
+        || isOneOf(withoutVersion(program),
+            { "python", "perl", "ruby", "node", "nodejs", "gjs", "gjs-console", "lua", "luajit", "java",
+                "php", "mono" });
+}
+
+bool ProgramName::isShell(const QByteArray& program)
+{
+    return isOneOf(program, { "sh", "bash", "dash", "zsh", "ksh", "fish", "csh", "tcsh", "nu" });
 }
 
 bool ProgramName::isManyPrograms(const QByteArray& program)
@@ -89,7 +95,7 @@ bool ProgramName::isManyPrograms(const QByteArray& program)
 
 bool ProgramName::isWrapper(const QByteArray& program)
 {
-    return isOneOf(program, { "bwrap", "flatpak", "xdg-dbus-proxy", "env", "sh", "bash", "dash", "zsh" });
+    return isShell(program) || isOneOf(program, { "bwrap", "flatpak", "xdg-dbus-proxy", "env" });
 }
 
 QByteArray ProgramName::script(const QByteArrayList& command)

@@ -14,6 +14,9 @@ QByteArray base(const QByteArray& path);
 /// Whether the program runs a script, so that only its command line tells what it does. `program` has no folders.
 bool isInterpreter(const QByteArray& program);
 
+/// Whether it is a shell, in which people type what to start. `program` has no folders.
+bool isShell(const QByteArray& program);
+
 /// Whether a program of this name stands for many or has no file, so that only the kernel's short name of its process tells
 /// which it is.
 bool isManyPrograms(const QByteArray& program);

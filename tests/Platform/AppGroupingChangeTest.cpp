@@ -41,8 +41,7 @@ private Q_SLOTS:
         QCOMPARE(names.value(80), QStringLiteral("Dolphin"));
 
         // Another job of the same command; and the same pid with another start.
-        m_apps->add(
-            { .pid = 71, .parent = 70, .command = "cc1", .program = "/usr/bin/cc1", .terminal = pts });
+        m_apps->add({ .pid = 71, .parent = 1, .command = "cc1", .program = "/usr/bin/cc1", .terminal = pts });
         m_apps->add({ .pid = 80, .command = "dolphin", .program = "/usr/bin/thunar", .start = 5000 });
         names = machine.names();
         QCOMPARE(names.value(71), QStringLiteral("cc1"));

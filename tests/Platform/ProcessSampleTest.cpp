@@ -24,7 +24,7 @@ private Q_SLOTS:
         QCOMPARE(sample->pid, 77);
         QCOMPARE(sample->parent, 5);
         QCOMPARE(sample->job, 70);
-        QVERIFY(sample->hasTerminal);
+        QCOMPARE(sample->terminal, 34816);
         QVERIFY(!sample->isKernelThread);
         QCOMPARE(sample->time, 120u);
         QCOMPARE(sample->childrenTime, 4300u);
@@ -61,7 +61,8 @@ private Q_SLOTS:
             { "pseudo-terminal 300", 137 << 8 | 44, true } };
         for (const auto& row : rows)
             QCOMPARE_ROW(row.name,
-                parsed(FakeProcess { .pid = 9, .terminal = row.device }.stat())->hasTerminal, row.isTerminal);
+                parsed(FakeProcess { .pid = 9, .terminal = row.device }.stat())->terminal != 0,
+                row.isTerminal);
     }
 
     void damagedLineIsNone()

@@ -4,19 +4,15 @@
 
 using namespace kestrum;
 
-#define USER "/user.slice/user-1000.slice/user@1000.service/"
-#define APPS USER "app.slice/"
-
-namespace {
-
-constexpr int pts = FakeProcesses::pseudoTerminal;
-constexpr int console = FakeProcesses::virtualConsole;
-
-} // namespace
-
 class AppGroupingTest : public QObject {
     Q_OBJECT
 private:
+    static constexpr int pts = FakeProcesses::pseudoTerminal;
+    static constexpr int console = FakeProcesses::virtualConsole;
+    static inline const QByteArray user = "/user.slice/user-1000.slice/user@1000.service/";
+    static inline const QByteArray apps = user + "app.slice/";
+    static inline const QByteArray session = "/user.slice/user-1000.slice/session-2.scope";
+
     struct Machine {
         const char* name;
         QList<FakeProcess> processes;
@@ -51,39 +47,39 @@ private Q_SLOTS:
                     { .pid = 800,
                         .command = "systemd",
                         .program = "/usr/lib/systemd/systemd",
-                        .group = USER "init.scope" },
+                        .group = user + "init.scope" },
                     { .pid = 900,
                         .parent = 800,
                         .command = "gnome-shell",
                         .program = "/usr/bin/gnome-shell",
-                        .group = USER "session.slice/org.gnome.Shell@wayland.service" },
+                        .group = user + "session.slice/org.gnome.Shell@wayland.service" },
                     { .pid = 1000,
                         .parent = 900,
                         .command = "firefox-esr",
                         .program = "/usr/lib/firefox-esr/firefox-esr",
-                        .group = APPS "app-gnome-firefox\\x2desr-1000.scope" },
+                        .group = apps + "app-gnome-firefox\\x2desr-1000.scope" },
                     { .pid = 1010,
                         .parent = 1000,
                         .command = "Isolated Web Co",
                         .program = "/usr/lib/firefox-esr/firefox-esr",
-                        .group = APPS "app-gnome-firefox\\x2desr-1000.scope" },
+                        .group = apps + "app-gnome-firefox\\x2desr-1000.scope" },
                     { .pid = 1100,
                         .parent = 800,
                         .command = "gnome-terminal-",
                         .program = "/usr/libexec/gnome-terminal-server",
-                        .group = APPS "app-org.gnome.Terminal.slice/gnome-terminal-server.service" },
+                        .group = apps + "app-org.gnome.Terminal.slice/gnome-terminal-server.service" },
                     { .pid = 1110,
                         .parent = 1100,
                         .command = "bash",
                         .program = "/usr/bin/bash",
-                        .group = APPS "app-org.gnome.Terminal.slice/vte-spawn-1.scope",
+                        .group = apps + "app-org.gnome.Terminal.slice/vte-spawn-1.scope",
                         .words = { "bash" },
                         .terminal = pts },
                     { .pid = 1120,
                         .parent = 1110,
                         .command = "make",
                         .program = "/usr/bin/make",
-                        .group = APPS "app-org.gnome.Terminal.slice/vte-spawn-1.scope",
+                        .group = apps + "app-org.gnome.Terminal.slice/vte-spawn-1.scope",
                         .terminal = pts },
                     { .pid = 1130,
                         .parent = 1120,
@@ -159,20 +155,20 @@ private Q_SLOTS:
                     { .pid = 900,
                         .command = "plasmashell",
                         .program = "/usr/bin/plasmashell",
-                        .group = USER "session.slice/plasma-plasmashell.service" },
+                        .group = user + "session.slice/plasma-plasmashell.service" },
                     { .pid = 1000,
                         .command = "dolphin",
                         .program = "/usr/bin/dolphin",
-                        .group = APPS "app-org.kde.dolphin-0a1b.scope" },
+                        .group = apps + "app-org.kde.dolphin-0a1b.scope" },
                     { .pid = 1010,
                         .command = "konsole",
                         .program = "/usr/bin/konsole",
-                        .group = APPS "app-org.kde.konsole-1f2e.scope" },
+                        .group = apps + "app-org.kde.konsole-1f2e.scope" },
                     { .pid = 1020,
                         .parent = 1010,
                         .command = "ssh-agent",
                         .program = "/usr/bin/ssh-agent",
-                        .group = APPS "app-org.kde.konsole-1f2e.scope/tab(1020).scope" },
+                        .group = apps + "app-org.kde.konsole-1f2e.scope/tab(1020).scope" },
                 },
                 { { 900, "plasma-plasmashell" }, { 1000, "Dolphin" }, { 1010, "Konsole" },
                     { 1020, "ssh-agent" } } },
@@ -181,33 +177,30 @@ private Q_SLOTS:
                     { .pid = 900,
                         .command = "xfce4-session",
                         .program = "/usr/bin/xfce4-session",
-                        .group = "/user.slice/user-1000.slice/session-2.scope" },
+                        .group = session },
                     { .pid = 1000,
                         .command = "firefox-esr",
                         .program = "/usr/lib/firefox-esr/firefox-esr",
-                        .group = "/user.slice/user-1000.slice/session-2.scope" },
+                        .group = session },
                     { .pid = 1010,
                         .command = "Web Content",
                         .program = "/usr/lib/firefox-esr/firefox-esr (deleted)",
-                        .group = "/user.slice/user-1000.slice/session-2.scope" },
-                    { .pid = 1020,
-                        .command = "thunar",
-                        .program = "/usr/bin/thunar",
-                        .group = "/user.slice/user-1000.slice/session-2.scope" },
+                        .group = session },
+                    { .pid = 1020, .command = "thunar", .program = "/usr/bin/thunar", .group = session },
                     { .pid = 1030,
                         .command = "virt-manager",
                         .program = "/usr/bin/python3.11",
-                        .group = "/user.slice/user-1000.slice/session-2.scope",
+                        .group = session,
                         .words = { "/usr/bin/python3", "-u", "/opt/tool.py" } },
                     { .pid = 1040,
                         .command = "virt-manager",
                         .program = "/usr/bin/python3.11",
-                        .group = "/user.slice/user-1000.slice/session-2.scope",
+                        .group = session,
                         .words = { "/usr/bin/python3", "/usr/bin/virt-manager" } },
                     { .pid = 1050,
                         .command = "game.exe",
                         .program = "/usr/bin/wine64-preloader",
-                        .group = "/user.slice/user-1000.slice/session-2.scope" },
+                        .group = session },
                 },
                 { { 900, "xfce4-session" }, { 1000, "Firefox ESR" }, { 1010, "Firefox ESR" },
                     { 1020, "Thunar File Manager" }, { 1030, "tool.py" }, { 1040, "Virtual Machine Manager" },
@@ -238,24 +231,24 @@ private Q_SLOTS:
                     { .pid = 1000,
                         .command = "bwrap",
                         .program = "/usr/bin/bwrap",
-                        .group = APPS "app-flatpak-org.mozilla.firefox-1.scope" },
+                        .group = apps + "app-flatpak-org.mozilla.firefox-1.scope" },
                     { .pid = 1001,
                         .parent = 1000,
                         .command = "xdg-dbus-proxy",
                         .program = "/usr/bin/xdg-dbus-proxy",
-                        .group = APPS "app-flatpak-org.mozilla.firefox-1.scope" },
+                        .group = apps + "app-flatpak-org.mozilla.firefox-1.scope" },
                     { .pid = 1010,
                         .parent = 1000,
                         .command = "firefox",
                         .program = "/app/lib/firefox/firefox",
-                        .group = APPS "app-flatpak-org.mozilla.firefox-1.scope" },
+                        .group = apps + "app-flatpak-org.mozilla.firefox-1.scope" },
                 },
                 { { 1000, "Firefox" }, { 1001, "Firefox" }, { 1010, "Firefox" } } },
             { "snap",
                 { { .pid = 1000,
                     .command = "firefox",
                     .program = "/snap/firefox/1/usr/lib/firefox/firefox",
-                    .group = APPS "snap.firefox.firefox-0e5e1c1a-1111-2222-3333-444444444444.scope" } },
+                    .group = apps + "snap.firefox.firefox-0e5e1c1a-1111-2222-3333-444444444444.scope" } },
                 { { 1000, "Firefox (snap)" } } },
             { "containers",
                 {
@@ -278,11 +271,8 @@ private Q_SLOTS:
                     { .pid = 1000,
                         .parent = 800,
                         .command = "firefox-esr",
-                        .group = APPS "app-gnome-firefox\\x2desr-1000.scope" },
-                    { .pid = 1010,
-                        .parent = 801,
-                        .command = "thunar",
-                        .group = "/user.slice/user-1000.slice/session-2.scope" },
+                        .group = apps + "app-gnome-firefox\\x2desr-1000.scope" },
+                    { .pid = 1010, .parent = 801, .command = "thunar", .group = session },
                     { .pid = 1020, .parent = 801, .command = "thunar" },
                     { .pid = 1030, .parent = 802, .command = "gone", .job = 802, .terminal = pts },
                 },
@@ -295,8 +285,8 @@ private Q_SLOTS:
 
     void groupThatALauncherLentIsNamedByItsFirstProcess()
     {
-        const QByteArray rofi = APPS "app-rofi-7.scope";
-        const QByteArray tray = APPS "app-cosmic-com.system76.CosmicAppList-8.scope";
+        const QByteArray rofi = apps + "app-rofi-7.scope";
+        const QByteArray tray = apps + "app-cosmic-com.system76.CosmicAppList-8.scope";
         const Machine machines[] {
             { "another application",
                 { { .pid = 1000, .command = "thunar", .program = "/usr/bin/thunar", .group = rofi },
@@ -341,14 +331,14 @@ private Q_SLOTS:
                 { { .pid = 1000,
                     .command = "tool",
                     .program = "/opt/tool",
-                    .group = APPS "app-org.example.Tool-3.scope" } },
+                    .group = apps + "app-org.example.Tool-3.scope" } },
                 { { 1000, "org.example.Tool" } } },
             { "each group for itself",
                 { { .pid = 1000, .command = "thunar", .program = "/usr/bin/thunar", .group = rofi },
                     { .pid = 1010,
                         .command = "rofi",
                         .program = "/usr/bin/rofi",
-                        .group = APPS "app-rofi-9.scope" } },
+                        .group = apps + "app-rofi-9.scope" } },
                 { { 1000, "Thunar File Manager" }, { 1010, "Rofi" } } },
             { "the oldest of orphans",
                 { { .pid = 1000,

@@ -11,6 +11,8 @@
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/Machine/DiskActivity.h"
+#include "Platform/Machine/MountTable.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/TestHome.h"
 
@@ -29,6 +31,8 @@ namespace {
 constexpr const char* statPath = "/proc/stat";
 constexpr const char* memoryPath = "/proc/meminfo";
 constexpr const char* pressurePath = "/proc/pressure/memory";
+constexpr const char* disksPath = "/proc/diskstats";
+constexpr const char* mountsPath = "/proc/self/mountinfo";
 
 void readBare(benchmark::State& state, const std::vector<const char*>& paths)
 {
@@ -76,6 +80,41 @@ void readStorage(benchmark::State& state)
     const StorageUse storage;
     for ([[maybe_unused]] auto _ : state)
         benchmark::DoNotOptimize(storage.read());
+}
+
+void readDisks(benchmark::State& state)
+{
+    DiskActivity disks;
+    DiskActivity::Clock::time_point now;
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(disks.sample(now += std::chrono::seconds(1)));
+}
+
+// At the opening of a popover, and after a change.
+void readMounts(benchmark::State& state)
+{
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(MountTable().volumes().size());
+}
+
+void askForChangedMounts(benchmark::State& state)
+{
+    MountTable mounts;
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(mounts.update());
+}
+
+// All of them volumes, each at two paths.
+void listManyVolumes(benchmark::State& state)
+{
+    std::string table;
+    for (int i = 0; i < 500; ++i) {
+        const std::string disk = std::to_string(i / 2);
+        table += std::to_string(100 + i) + " 1 8:" + disk + " / /srv/" + std::to_string(i)
+            + " rw,relatime shared:1 - ext4 /dev/disk" + disk + " rw\n";
+    }
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(MountTable::volumes(table).size());
 }
 
 void readSupplies(benchmark::State& state)
@@ -141,6 +180,12 @@ void registerAll()
     RegisterBenchmark("bare/statvfs", askVolumeBare);
     RegisterBenchmark("reader/storage", readStorage);
     RegisterBenchmark("reader/supplies", readSupplies);
+    RegisterBenchmark("bare/disks", readBare, std::vector { disksPath });
+    RegisterBenchmark("reader/disks", readDisks);
+    RegisterBenchmark("bare/mounts", readBare, std::vector { mountsPath });
+    RegisterBenchmark("reader/mounts", readMounts);
+    RegisterBenchmark("reader/mounts, no change", askForChangedMounts);
+    RegisterBenchmark("reader/mounts, 500 listed", listManyVolumes);
     RegisterBenchmark("bare/fast", readBare, std::vector { statPath, memoryPath, pressurePath });
     WantedReadings fast;
     fast.cpuLoad = fast.memory = fast.memoryPressure = true;

@@ -43,6 +43,8 @@ public:
 
     /// How many scans were begun, for tests.
     int scans() const { return m_scans; }
+    /// Whether a scan is running, or its result is not taken over yet.
+    bool isScanning() const { return m_background.isBusy(); }
 
 private:
     struct Scan {

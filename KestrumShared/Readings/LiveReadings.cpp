@@ -12,6 +12,15 @@ LiveReadings::LiveReadings(const QString& root)
 {
 }
 
+LiveReadings::LiveReadings(const QString& root, SlowReadings::ReadSensors readSensors)
+    : m_cpuLoad(root)
+    , m_cpuPower(root)
+    , m_memory(root)
+    , m_pressureFile(Pressure::Resource::memory, root)
+    , m_slow(root, ::statvfs, std::move(readSensors))
+{
+}
+
 void LiveReadings::sample(const WantedReadings& wanted, std::function<void()> done)
 {
     m_slow.collect();

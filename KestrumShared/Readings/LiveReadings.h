@@ -16,6 +16,8 @@ public:
     /// `root` is put before "/proc" and "/sys", so that tests can use a directory tree instead of this machine. Sensors are
     /// read only if `root` is empty.
     explicit LiveReadings(const QString& root = {});
+    /// Tests pass sensors of their own.
+    LiveReadings(const QString& root, SlowReadings::ReadSensors readSensors);
 
     /// Reads the wanted values; all others stay as they are. Values that a worker reads appear at the next `sample` or
     /// `collect`. The worker calls `done`, which may be empty, on its own thread as soon as these values are ready.

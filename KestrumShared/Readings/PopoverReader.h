@@ -54,6 +54,9 @@ public:
     /// See `AppRanking::setHeld`.
     void setListHeld(bool isHeld) { m_apps.setHeld(isHeld); }
 
+    /// How often the processes were scanned, for tests.
+    int appScans() const { return m_apps.scans(); }
+
 Q_SIGNALS:
     /// The readings of the open popover are new.
     void changed();

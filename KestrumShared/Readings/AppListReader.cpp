@@ -16,9 +16,11 @@ constexpr std::chrono::milliseconds momentAfter { 10 };
 
 } // namespace
 
-AppListReader::AppListReader(const QString& root, std::function<void()> done)
+AppListReader::AppListReader(
+    const QString& root, std::function<void()> done, std::function<Clock::time_point()> now)
     : m_apps(std::make_shared<TopApps>(root))
     , m_done(std::move(done))
+    , m_now(std::move(now))
     , m_ranking(rankingOf(Column::cpu))
 {
     m_timer.setSingleShot(true);
@@ -104,11 +106,11 @@ bool AppListReader::scan(Column column, bool isRegular, const std::function<void
     // A difference over a longer time shows the past.
     const bool isOfNow
         = column == Column::memory || isRegular || !isDue(2 * Clock::duration(TopApps::shortestPause));
-    const Clock::time_point now = Clock::now();
+    const Clock::time_point now = m_now();
     const AppLanguageTexts language { AppLanguage::code(), AppLanguage::string("Container") };
     const bool isBegun = m_background.begin(
-        [apps = m_apps, column, language, isOfNow] {
-            Scan scan { column, apps->sample(column, language), {}, isOfNow };
+        [apps = m_apps, column, language, isOfNow, now] {
+            Scan scan { column, apps->sample(column, language, now.time_since_epoch()), {}, isOfNow };
             scan.cost = apps->cost();
             return scan;
         },
@@ -128,8 +130,7 @@ void AppListReader::scanSoon()
         return;
     ++m_quickScans;
     if (!isDue(TopApps::firstPause))
-        m_timer.start(
-            std::chrono::ceil<std::chrono::milliseconds>(*m_last + TopApps::firstPause - Clock::now()));
+        m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(*m_last + TopApps::firstPause - m_now()));
     else if (!scan(*m_column, false, m_done))
         m_timer.start(momentAfter);
 }

@@ -21,8 +21,9 @@ public:
     using Column = TopApps::Column;
     using Clock = std::chrono::steady_clock;
 
-    /// A worker calls `done`, which may be empty, when `collect` has something to take over.
-    AppListReader(const QString& root, std::function<void()> done);
+    /// A worker calls `done`, which may be empty, when `collect` has something to take over. Tests pass a clock.
+    AppListReader(
+        const QString& root, std::function<void()> done, std::function<Clock::time_point()> now = Clock::now);
 
     /// A popover with the list may be opened soon: takes the first of two scans, at most one in two seconds.
     void approach(Column column);
@@ -54,12 +55,13 @@ private:
         bool isOfNow = false; ///< whether the difference is over a short time
     };
     static AppRanking rankingOf(Column column);
-    bool isDue(Clock::duration pause) const { return !m_last || Clock::now() - *m_last >= pause; }
+    bool isDue(Clock::duration pause) const { return !m_last || m_now() - *m_last >= pause; }
     bool scan(Column column, bool isRegular, const std::function<void()>& done);
     void scanSoon();
 
     std::shared_ptr<TopApps> m_apps;
     std::function<void()> m_done;
+    std::function<Clock::time_point()> m_now;
     Background<Scan> m_background;
     QTimer m_timer;                 ///< for the second scan after opening
     std::optional<Column> m_column; ///< absent while the list is not shown

@@ -14,7 +14,7 @@ constexpr double noteWidth = 200;
 
 PanelNote longNote()
 {
-    return { QString(text("Exact power readings can reveal secrets. ")).repeated(4).trimmed(), noteWidth };
+    return { QStringLiteral("Exact power readings can reveal secrets. ").repeated(4).trimmed(), noteWidth };
 }
 
 } // namespace

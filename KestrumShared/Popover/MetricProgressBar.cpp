@@ -8,8 +8,8 @@
 namespace kestrum {
 namespace {
 
-constexpr double barHeight = 8;
-constexpr double cornerRadius = 2;
+constexpr double progressBarHeight = 8;
+constexpr double progressBarRadius = 2;
 
 QColor trackColour(ColourScheme scheme)
 {
@@ -27,7 +27,7 @@ QColor ownFill(ColourScheme scheme)
 
 double MetricProgressBar::height(const PanelEnvironment&) const
 {
-    return barHeight;
+    return progressBarHeight;
 }
 
 void MetricProgressBar::draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const
@@ -35,12 +35,12 @@ void MetricProgressBar::draw(QPainter& painter, const QRectF& rect, const PanelE
     const QRectF track = PixelGrid::aligned(rect, painter);
     painter.setPen(Qt::NoPen);
     painter.setBrush(trackColour(environment.scheme));
-    painter.drawRoundedRect(track, cornerRadius, cornerRadius);
+    painter.drawRoundedRect(track, progressBarRadius, progressBarRadius);
     if (!(value > 0))
         return;
     const QRectF fill = environment.fromLeading(track, 0, track.width() * std::min(value, 1.0));
     painter.setBrush(fillColour.value_or(ownFill(environment.scheme)));
-    painter.drawRoundedRect(fill, cornerRadius, cornerRadius);
+    painter.drawRoundedRect(fill, progressBarRadius, progressBarRadius);
 }
 
 QList<PanelElement> MetricProgressBar::describe(const QRectF& rect, const PanelEnvironment&) const

@@ -41,8 +41,7 @@ QByteArray contentOfEntry(const QByteArray& path)
 {
     const FileDescriptor file(::open(path.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status { };
-    if (!file.isValid() || ::fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode)
-        || status.st_size > largestEntry)
+    if (!file.isValid() || ::fstat(file.get(), &status) != 0 || status.st_size > largestEntry)
         return {};
     QByteArray text(status.st_size, Qt::Uninitialized);
     const ssize_t size = ::read(file.get(), text.data(), std::size_t(text.size()));

@@ -200,7 +200,7 @@ private Q_SLOTS:
         m_processes->remove(6);
         m_processes->write(6, "status", "x");
         m_processes->write(7, "stat", "");
-        m_processes->write(8, "stat", FakeProcess { .pid = 9 }.stat());
+        m_processes->write(8, "stat", FakeProcess { .pid = 9, .command = "b" }.stat());
         QVERIFY(QDir().mkpath(m_processes->file(10, "stat")));
         for (const char* name : { "self", "12x", "99999999999", "-3", "0" })
             write(m_processes->root() + QStringLiteral("/proc/") + QLatin1StringView(name)

@@ -72,7 +72,7 @@ void print(const Volumes& volumes)
 
 int main(int, char** argv)
 {
-    const std::string folder = argv[1];
+    const std::string folder = std::string(argv[1]) + '/';
     if (!enterNameSpace()) {
         std::cout << "unsupported no name spaces" << std::endl;
         return 0;
@@ -86,7 +86,7 @@ int main(int, char** argv)
         std::string verb;
         std::string name;
         words >> verb >> name;
-        const std::string path = folder + '/' + name;
+        const std::string path = folder + name;
         const auto begin = std::chrono::steady_clock::now();
         if (verb == "share") {
             // Opened here, because the device belongs to the name space of who opens it.

@@ -31,12 +31,13 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
         readings.uptime = m_opening->uptime.read();
         updateTiers(readings);
         takePower(readings.watts, readings.powerAccess, sample.live, ++m_opening->powerAnswers);
-        m_hertz.begin([frequency = m_opening->frequency] { return frequency->read(); }, sample.ring);
     }
     if (const auto hertz = m_hertz.take()) {
         const bool isLater = std::exchange(m_opening->knowsHertz, true);
         take(readings.hertz, *hertz, isLater ? Answer::later : Answer::deciding);
     }
+    if (sample.occasion != PopoverSample::Occasion::answer)
+        m_hertz.begin([frequency = m_opening->frequency] { return frequency->read(); }, sample.ring);
     if (m_opening->knowsTemperature || sample.live.answered().sensors.cpu) {
         const bool isLater = std::exchange(m_opening->knowsTemperature, true);
         take(readings.celsius, sample.live.cpuTemperature(), isLater ? Answer::later : Answer::deciding);

@@ -61,14 +61,14 @@ void SensorsPopoverReader::update(SensorsPopoverReadings& readings, const Popove
         m_background.take(); // of an earlier opening
         forgetValues(readings);
     }
-    if (sample.occasion != PopoverSample::Occasion::answer) {
-        begin(sample);
-        takePower(readings.cpuWatts, readings.cpuPowerAccess, live, ++m_opening->powerAnswers);
-    }
     if (const auto devices = m_background.take())
         adopt(readings, *devices, sample);
     else if (m_background.isBusy() && Clock::now() - m_begin > SlowReadings::longestAnswer)
         forgetValues(readings);
+    if (sample.occasion != PopoverSample::Occasion::answer) {
+        begin(sample);
+        takePower(readings.cpuWatts, readings.cpuPowerAccess, live, ++m_opening->powerAnswers);
+    }
 
     const WantedReadings& answered = live.answered();
     if (m_opening->knowsWholePower || answered.systemPower) {

@@ -1,0 +1,282 @@
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/PopoverFixture.h"
+#include "tests/Support/TestHome.h"
+
+#include <QElapsedTimer>
+
+using namespace kestrum;
+using Optional = std::optional<double>;
+using Kind = SensorDevice::Kind;
+
+namespace {
+
+SensorDevice device(const char* id, Kind kind, Optional celsius)
+{
+    SensorDevice result;
+    result.id = QLatin1StringView(id);
+    result.kind = kind;
+    result.celsius = celsius;
+    result.inputs = { { QStringLiteral("input"), celsius } };
+    return result;
+}
+
+SensorList::Values twoChips(Optional cpu, Optional gpu)
+{
+    SensorList::Values values;
+    values.devices = { device("cpu-chip", Kind::cpu, cpu), device("gpu-chip", Kind::gpu, gpu) };
+    values.fans = { { QStringLiteral("fan-1"), QStringLiteral("Front"), 0, 900.0 },
+        { QStringLiteral("fan-2"), {}, 1, 1240.0 } };
+    values.gpuWatts = 4;
+    return values;
+}
+
+} // namespace
+
+class SensorsPopoverReaderTest : public QObject {
+    Q_OBJECT
+private:
+    std::unique_ptr<FakeMachine> m_machine;
+    std::unique_ptr<PopoverFixture> m_fixture;
+    const SensorsPopoverReadings& sensors() const { return m_fixture->readings().sensors; }
+
+    void writeBattery() const
+    {
+        m_fixture->write("sys/class/power_supply/BAT0/type", "Battery\n");
+        m_fixture->write("sys/class/power_supply/BAT0/status", "Discharging\n");
+        m_fixture->write("sys/class/power_supply/BAT0/power_now", "24000000\n");
+        m_fixture->write("sys/class/power_supply/BAT0/energy_now", "39000000\n");
+        m_fixture->write("sys/class/power_supply/BAT0/energy_full", "50000000\n");
+    }
+    /// Opens the popover, and waits for the first answer.
+    void open()
+    {
+        const int reads = m_fixture->devices.listReads();
+        m_fixture->open(MonitorSection::sensors);
+        QSignalSpy changed(&m_fixture->reader, &PopoverReader::changed);
+        QVERIFY(m_fixture->devices.listReads() > reads || changed.wait(5000));
+        if (changed.isEmpty())
+            QVERIFY(changed.wait(5000));
+    }
+    /// Closes the popover, and lets the worker end what it is doing.
+    void close()
+    {
+        m_fixture->close();
+        QTest::qWait(50);
+    }
+    /// Ticks until the answer to a reading that began at a tick is shown at another one.
+    void tickUntilAnswered()
+    {
+        const int reads = m_fixture->devices.listReads();
+        QTRY_VERIFY_WITH_TIMEOUT((m_fixture->tick(), m_fixture->devices.listReads() >= reads + 3), 5000);
+    }
+
+private Q_SLOTS:
+    void initTestCase() { registerFactoryDefaults(); }
+    void init()
+    {
+        forgetSettings();
+        m_machine = std::make_unique<FakeMachine>(1);
+        m_fixture = std::make_unique<PopoverFixture>(*m_machine);
+    }
+    void cleanup()
+    {
+        m_fixture.reset();
+        m_machine.reset();
+    }
+
+    void aLaptopThatMeasuresEverything()
+    {
+        writeBattery();
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        QCOMPARE(sensors().devices, twoChips(48, 41).devices);
+        QCOMPARE(sensors().moreDevices, 0);
+        QCOMPARE(sensors().fans, twoChips(48, 41).fans);
+        QCOMPARE(sensors().gpuWatts, RowValue<double>(4));
+        QCOMPARE(sensors().wholeWatts, RowValue<double>(24));
+        QCOMPARE(sensors().cpuWatts.value, std::nullopt);
+        QVERIFY(sensors().hasBattery && sensors().battery);
+        QCOMPARE(sensors().battery->charge, 0.78);
+        // The item's readout is the power, so the other values are those of the list.
+        QCOMPARE(sensors().systemWatts, Optional(24));
+        QCOMPARE(sensors().hottest, Optional(48));
+        QCOMPARE(sensors().gpu, Optional(41));
+        QCOMPARE(sensors().fastestFan, Optional(1240));
+        QVERIFY(sensors().highestSince.time_since_epoch().count() > 0);
+    }
+
+    void aMachineThatMeasuresNothing()
+    {
+        m_fixture->devices.setList(SensorList::Values {});
+        open();
+        QVERIFY(sensors().devices.isEmpty() && sensors().fans.isEmpty() && !sensors().hasBattery);
+        for (const auto* row : { &sensors().wholeWatts, &sensors().cpuWatts, &sensors().gpuWatts })
+            QCOMPARE(*row, RowValue<double>());
+        QCOMPARE(sensors().hottest, std::nullopt);
+        QCOMPARE(sensors().highestSince.time_since_epoch().count(), 0);
+        // It is too late for rows.
+        writeBattery();
+        SensorList::Values values;
+        values.gpuWatts = 4;
+        m_fixture->devices.setList(values);
+        tickUntilAnswered();
+        QVERIFY(!sensors().hasBattery);
+        QCOMPARE(sensors().gpuWatts, RowValue<double>());
+        QCOMPARE(sensors().wholeWatts, RowValue<double>());
+    }
+
+    void whatIsLostKeepsItsRow()
+    {
+        writeBattery();
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        for (const char* file : { "power_now", "energy_now", "status" })
+            m_fixture->write((QByteArray("sys/class/power_supply/BAT0/") + file).constData(), "");
+        SensorList::Values values = twoChips({}, {});
+        values.gpuWatts.reset();
+        m_fixture->devices.setList(values);
+        tickUntilAnswered();
+        QCOMPARE(sensors().devices, values.devices);
+        QVERIFY(sensors().hasBattery);
+        QVERIFY(sensors().gpuWatts.hasRow && !sensors().gpuWatts.value);
+        QTRY_VERIFY_WITH_TIMEOUT((m_fixture->tick(), !sensors().wholeWatts.value), 5000);
+        QVERIFY(sensors().wholeWatts.hasRow);
+        // What was seen before stays the highest.
+        QCOMPARE(sensors().highest.value(QStringLiteral("cpu-chip")), 48.0);
+    }
+
+    void eightDevicesAtMost()
+    {
+        SensorList::Values values;
+        for (const char* id : { "1", "2", "3", "4", "5", "6", "7", "8", "9", "10" })
+            values.devices.append(device(id, Kind::disk, 40));
+        values.devices.append(device("hot", Kind::other, 90));
+        m_fixture->devices.setList(values);
+        open();
+        QCOMPARE(sensors().devices.size(), 8);
+        QCOMPARE(sensors().moreDevices, 3);
+        QCOMPARE(sensors().devices.last().id, QStringLiteral("8"));
+    }
+
+    void highestValuesStayUntilTheyAreReset()
+    {
+        m_fixture->devices.setList(twoChips(81, 63));
+        open();
+        m_fixture->devices.setList(twoChips(48, 41));
+        tickUntilAnswered();
+        const QString cpu = QStringLiteral("cpu-chip");
+        QCOMPARE(sensors().highest.value(cpu), 81.0);
+        QCOMPARE(sensors().highest.value(QStringLiteral("fan-2")), 1240.0);
+        close();
+        m_fixture->devices.setList(twoChips(50, 41));
+        open();
+        QCOMPARE(sensors().highest.value(cpu), 81.0);
+        const QSignalSpy changed(&m_fixture->reader, &PopoverReader::changed);
+        m_fixture->reader.resetHighest();
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(sensors().highest.value(cpu), 50.0);
+        QCOMPARE(sensors().highest.size(), 4);
+    }
+
+    // While the popover is closed, only the item's temperature is known.
+    void theHighestOfTheProcessorCountsWhatItsItemShowed()
+    {
+        m_fixture->devices.setSensors({ 95.0, {}, {}, {} });
+        m_fixture->tick();
+        m_fixture->devices.setSensors({ 50.0, {}, {}, {} });
+        m_fixture->tick();
+        QCOMPARE(m_fixture->devices.listReads(), 0);
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        QCOMPARE(sensors().highest.value(QStringLiteral("cpu-chip")), 95.0);
+        QCOMPARE(sensors().highest.size(), 4);
+        // Of two processors, it is not known which one it was.
+        SensorList::Values values = twoChips(48, 41);
+        values.devices.prepend(device("cpu-2", Kind::cpu, 47));
+        m_fixture->devices.setList(values);
+        tickUntilAnswered();
+        QCOMPARE(sensors().highest.value(QStringLiteral("cpu-chip")), 48.0);
+        QCOMPARE(sensors().highest.size(), 5);
+    }
+
+    void historiesComeFromTheItemOrFromTheList()
+    {
+        m_fixture->devices.setSensors({ 50.0, {}, {}, {} });
+        m_fixture->tick();
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        QCOMPARE(valuesOf(sensors().cpuHistory), QList<double>({ 50 }));
+        QCOMPARE(valuesOf(sensors().gpuHistory), QList<double>({ 41 }));
+
+        FakeMachine other(1);
+        PopoverFixture fixture(other);
+        fixture.devices.setList(twoChips(48, 41));
+        const QSignalSpy changed(&fixture.reader, &PopoverReader::changed);
+        fixture.sample({});
+        fixture.reader.opened(MonitorSection::sensors);
+        QTRY_VERIFY_WITH_TIMEOUT(!changed.isEmpty(), 5000);
+        QCOMPARE(valuesOf(fixture.readings().sensors.cpuHistory), QList<double>({ 48 }));
+    }
+
+    void theHeaderShowsTheItemsReadout()
+    {
+        m_fixture->devices.setSensors({ {}, 70.0, 71.0, 72.0 });
+        m_fixture->devices.setList(twoChips(48, 41));
+        m_fixture->wanted.sensors = { true, true, true, true };
+        m_fixture->tick();
+        m_fixture->reader.opened(MonitorSection::sensors);
+        QTRY_COMPARE_WITH_TIMEOUT(sensors().devices.size(), 2, 5000);
+        QCOMPARE(sensors().gpu, Optional(70));
+        QCOMPARE(sensors().hottest, Optional(71));
+        QCOMPARE(sensors().fastestFan, Optional(72));
+    }
+
+    void eachOpeningIsNewToTheList()
+    {
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        tickUntilAnswered();
+        QCOMPARE(m_fixture->devices.newOpenings(), 1);
+        close();
+        open();
+        QCOMPARE(m_fixture->devices.newOpenings(), 2);
+    }
+
+    void rowsAreExpectedAsTheyWereLastTime()
+    {
+        writeBattery();
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        close();
+        m_fixture->devices.hang();
+        m_fixture->open(MonitorSection::sensors);
+        QCOMPARE(sensors().devices, twoChips({}, {}).devices);
+        QVERIFY(sensors().hasBattery && !sensors().battery);
+        QVERIFY(sensors().gpuWatts.hasRow && !sensors().gpuWatts.value);
+        m_fixture->devices.letGo();
+        QTRY_COMPARE_WITH_TIMEOUT(sensors().devices, twoChips(48, 41).devices, 5000);
+    }
+
+    void devicesThatHangHoldUpNobodyAndLoseTheirValues()
+    {
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        m_fixture->devices.hang();
+        QElapsedTimer time;
+        time.start();
+        m_fixture->tick();
+        m_fixture->tick();
+        m_fixture->close();
+        m_fixture->open(MonitorSection::sensors);
+        QVERIFY2(time.elapsed() < 400, qPrintable(QString::number(time.elapsed())));
+        // One reading hangs. There is none beside it.
+        const int reads = m_fixture->devices.listReads();
+        for (int i = 0; i < 5; ++i)
+            m_fixture->tick();
+        QCOMPARE(m_fixture->devices.listReads(), reads);
+        QVERIFY(!sensors().devices.first().celsius);
+    }
+};
+
+KESTRUM_TEST_MAIN(QCoreApplication, SensorsPopoverReaderTest)
+#include "SensorsPopoverReaderTest.moc"

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Readings/SensorsPopoverReader.h"
 
-#include "KestrumShared/Readings/SlowReadings.h"
-
 #include <algorithm>
 #include <utility>
 
@@ -46,9 +44,11 @@ SensorsPopoverReader::ReadList SensorsPopoverReader::listOf(const QString& root)
     };
 }
 
-SensorsPopoverReader::SensorsPopoverReader(const QString& root, ReadList readList)
+SensorsPopoverReader::SensorsPopoverReader(
+    const QString& root, ReadList readList, std::chrono::milliseconds longestAnswer)
     : m_root(root)
     , m_readList(std::move(readList))
+    , m_longestAnswer(longestAnswer)
 {
 }
 
@@ -59,12 +59,14 @@ void SensorsPopoverReader::update(SensorsPopoverReadings& readings, const Popove
         m_opening.emplace();
         m_opening->battery = std::make_shared<Battery>(m_root);
         m_background.take(); // of an earlier opening
-        forgetValues(readings);
+        forgetDevices(readings);
+        readings.cpuWatts.value.reset();
+        readings.wholeWatts.value.reset();
     }
     if (const auto devices = m_background.take())
         adopt(readings, *devices, sample);
-    else if (m_background.isBusy() && Clock::now() - m_begin > SlowReadings::longestAnswer)
-        forgetValues(readings);
+    else if (m_background.isBusy() && Clock::now() - m_begin > m_longestAnswer)
+        forgetDevices(readings);
     if (sample.occasion != PopoverSample::Occasion::answer) {
         begin(sample);
         takePower(readings.cpuWatts, readings.cpuPowerAccess, live, ++m_opening->powerAnswers);
@@ -107,7 +109,7 @@ void SensorsPopoverReader::addHighest(const SensorsPopoverReadings& readings)
 }
 
 // The rows stay: until the worker answers, they are those of the last opening.
-void SensorsPopoverReader::forgetValues(SensorsPopoverReadings& readings)
+void SensorsPopoverReader::forgetDevices(SensorsPopoverReadings& readings)
 {
     for (SensorDevice& device : readings.devices) {
         device.celsius.reset();
@@ -118,8 +120,6 @@ void SensorsPopoverReader::forgetValues(SensorsPopoverReadings& readings)
         fan.rpm.reset();
     readings.battery.reset();
     readings.gpuWatts.value.reset();
-    readings.cpuWatts.value.reset();
-    readings.wholeWatts.value.reset();
 }
 
 void SensorsPopoverReader::begin(const PopoverSample& sample)

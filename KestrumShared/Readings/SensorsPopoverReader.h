@@ -29,8 +29,9 @@ public:
     /// Reads the devices of this machine if `root` is empty, else none, because libsensors knows only this machine.
     static ReadList listOf(const QString& root);
 
-    /// `readList` may be empty.
-    SensorsPopoverReader(const QString& root, ReadList readList);
+    /// `readList` may be empty. Values become absent when the worker has not answered for `longestAnswer`.
+    SensorsPopoverReader(const QString& root, ReadList readList,
+        std::chrono::milliseconds longestAnswer = SlowReadings::longestAnswer);
 
     void update(SensorsPopoverReadings& readings, const PopoverSample& sample);
     /// Closes the files that only the open popover needs.
@@ -54,7 +55,7 @@ private:
         bool knowsBattery = false;
         bool knowsWholePower = false;
     };
-    static void forgetValues(SensorsPopoverReadings& readings);
+    static void forgetDevices(SensorsPopoverReadings& readings);
     void begin(const PopoverSample& sample);
     void adopt(SensorsPopoverReadings& readings, const Devices& devices, const PopoverSample& sample);
     void addHighest(const SensorsPopoverReadings& readings);
@@ -62,6 +63,7 @@ private:
 
     QString m_root;
     ReadList m_readList; ///< may be empty
+    std::chrono::milliseconds m_longestAnswer;
     std::optional<Opening> m_opening;
     Background<Devices> m_background;
     Clock::time_point m_begin; ///< of what the worker is doing

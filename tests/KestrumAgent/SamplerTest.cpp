@@ -222,6 +222,85 @@ private Q_SLOTS:
         QCOMPARE(sampler.readings()->availableStorage(), 0);
     }
 
+    void anOpenPopoverIsReadThoughItsItemIsHidden()
+    {
+        Setting(Keys::refreshInterval).set(0.1);
+        show({});
+        Sampler sampler;
+        const QSignalSpy sampled(&sampler, &Sampler::sampled);
+        sampler.adoptSettings();
+        sampler.setPopover(MonitorSection::memory);
+        QCOMPARE(sampled.count(), 1);
+        QVERIFY(sampler.isRunning());
+        QVERIFY(sampler.readings()->memoryUsage() > 0);
+        QTRY_VERIFY_WITH_TIMEOUT(sampled.count() >= 3, 5000);
+        sampler.setPopover(std::nullopt);
+        QVERIFY(!sampler.isRunning());
+        const auto count = sampled.count();
+        rest(300ms);
+        QCOMPARE(sampled.count(), count);
+    }
+
+    void aPopoverReadsWhatItsReadoutDoesNot()
+    {
+        const FakeMachine machine(1);
+        machine.write(QStringLiteral("proc/meminfo"), "MemTotal: 4 kB\nMemAvailable: 1 kB\n");
+        machine.write(
+            QStringLiteral("proc/pressure/memory"), "some avg10=25.00 avg60=0.00 avg300=0.00 total=0\n");
+        Setting(Keys::refreshInterval).set(4.0);
+        show({ MonitorSection::memory });
+        Sampler sampler(nullptr, machine.root());
+        const QSignalSpy sampled(&sampler, &Sampler::sampled);
+        sampler.adoptSettings();
+        const WantedReadings before = sampler.wanted();
+        QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 2, 5000);
+        QCOMPARE(sampler.readings()->memoryPressure(), 0.75);
+        sampler.setPopover(MonitorSection::memory);
+        QCOMPARE(sampled.count(), 3);
+        QCOMPARE(sampler.readings()->memoryPressure(), 0.25);
+        QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 4, 5000);
+        // The same again is no other popover.
+        sampler.setPopover(MonitorSection::memory);
+        QCOMPARE(sampled.count(), 4);
+        sampler.setPopover(std::nullopt);
+        QVERIFY(sampler.wanted() == before);
+        QCOMPARE(sampled.count(), 4);
+    }
+
+    void aPopoverThatNeedsNothingMoreWaitsForATickThatIsNear()
+    {
+        const struct {
+            double interval;
+            bool isSampled;
+        } rows[] { { 4.0, false }, { 60.0, true } };
+        for (const auto& row : rows) {
+            const FakeMachine machine(1);
+            Setting(Keys::refreshInterval).set(row.interval);
+            show({ MonitorSection::storage });
+            Sampler sampler(nullptr, machine.root());
+            const QSignalSpy sampled(&sampler, &Sampler::sampled);
+            sampler.adoptSettings();
+            QTRY_COMPARE_WITH_TIMEOUT(sampled.count(), 2, 5000);
+            sampler.setPopover(MonitorSection::storage);
+            QCOMPARE(sampled.count(), row.isSampled ? 3 : 2);
+        }
+    }
+
+    // At short intervals, too: nobody wants to look at an empty row.
+    void aWorkersAnswersToAnOpeningAreShownWhenTheyAreThere()
+    {
+        const FakeMachine machine(1);
+        Setting(Keys::refreshInterval).set(0.1);
+        show({});
+        Sampler sampler(nullptr, machine.root());
+        const QSignalSpy sampled(&sampler, &Sampler::sampled);
+        const QSignalSpy completed(&sampler, &Sampler::completed);
+        sampler.setPopover(MonitorSection::storage);
+        QTRY_VERIFY_WITH_TIMEOUT(sampled.count() >= 6, 5000);
+        QVERIFY2(
+            completed.count() == 1 || completed.count() == 2, qPrintable(QString::number(completed.count())));
+    }
+
     void intervals_data()
     {
         QTest::addColumn<double>("seconds");

@@ -41,6 +41,39 @@ private Q_SLOTS:
                 { &Sensor::cpu }));
     }
 
+    void popovers()
+    {
+        using enum MonitorSection;
+        const struct {
+            MonitorSection section;
+            WantedReadings expected;
+        } rows[] {
+            { cpu, wanted({ &Wanted::cpuLoad, &Wanted::cpuPower }, { &Sensor::cpu }) },
+            { memory, wanted({ &Wanted::memory, &Wanted::memoryPressure }) },
+            { storage, wanted({ &Wanted::storage }) },
+            { sensors, wanted({ &Wanted::systemPower, &Wanted::cpuPower }) },
+        };
+        for (const auto& row : rows)
+            QVERIFY2(
+                WantedReadings::ofPopover(row.section) == row.expected, qPrintable(rawValue(row.section)));
+        // A header shows what the item's readout shows.
+        SharedSettings::store().set("sensorsReadout", QStringLiteral("fan"));
+        QVERIFY(WantedReadings::ofPopover(sensors)
+            == wanted({ &Wanted::systemPower, &Wanted::cpuPower }, { &Sensor::fan }));
+    }
+
+    void unionsAndIntersections()
+    {
+        const WantedReadings one
+            = wanted({ &Wanted::cpuLoad, &Wanted::memory }, { &Sensor::cpu, &Sensor::gpu });
+        const WantedReadings other
+            = wanted({ &Wanted::memory, &Wanted::storage }, { &Sensor::gpu, &Sensor::fan });
+        QVERIFY((one & other) == wanted({ &Wanted::memory }, { &Sensor::gpu }));
+        QVERIFY((one | other)
+            == wanted({ &Wanted::cpuLoad, &Wanted::memory, &Wanted::storage },
+                { &Sensor::cpu, &Sensor::gpu, &Sensor::fan }));
+    }
+
     void eachReadoutWantsItsSourceAlone()
     {
         using enum MonitorSection;

@@ -4,11 +4,14 @@
 //   reader/…    one reader
 //   tick/…      one sample: "fast" without a worker, "factory" for the four default items, where a
 //               worker also reads the volume and the power supplies
+//   popover/…   the same samples with what popovers add to them: "closed" the histories and the counters of the disks,
+//               "cpu" … what the open popover of the section reads
 //   second/…    ten seconds of sampling at 1 Hz: processor time and wake-ups of the whole process for each tick
 //
 // The time for sensors depends on their devices. Without sensors, that time is not measured.
 
 #include "KestrumAgent/Readings/Sampler.h"
+#include "KestrumShared/Readings/PopoverReader.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Machine/DiskActivity.h"
@@ -131,6 +134,40 @@ void tick(benchmark::State& state, const WantedReadings& wanted)
         readings.sample(wanted);
 }
 
+enum class PopoverLoad { none, histories, rates };
+
+/// Ticks of the items' readings, with what is added while no popover is open. The time between samples of the disks' counters
+/// is too short to measure rates, so they are sampled as if it had passed.
+void tickWithClosedPopovers(benchmark::State& state, WantedReadings wanted, PopoverLoad load)
+{
+    LiveReadings readings;
+    ItemHistories histories;
+    DiskActivity disks;
+    const bool readsDisks = load == PopoverLoad::rates;
+    DiskActivity::Clock::time_point now;
+    for ([[maybe_unused]] auto _ : state) {
+        readings.sample(wanted);
+        if (load != PopoverLoad::none)
+            histories.add(readings, wanted, std::chrono::seconds(1));
+        if (readsDisks)
+            benchmark::DoNotOptimize(disks.sample(now += std::chrono::seconds(1)));
+    }
+}
+
+void tickWithOpenPopover(benchmark::State& state, MonitorSection section)
+{
+    const auto readings = std::make_shared<LiveReadings>();
+    PopoverReader reader(readings);
+    const WantedReadings wanted = WantedReadings::ofPopover(section);
+    readings->sample(wanted);
+    reader.sampled(wanted, std::chrono::seconds(1));
+    reader.opened(section);
+    for ([[maybe_unused]] auto _ : state) {
+        readings->sample(wanted);
+        reader.sampled(wanted, std::chrono::seconds(1));
+    }
+}
+
 double processorMicroseconds(const rusage& usage)
 {
     const auto microseconds
@@ -190,6 +227,13 @@ void registerAll()
     WantedReadings fast;
     fast.cpuLoad = fast.memory = fast.memoryPressure = true;
     RegisterBenchmark("tick/fast", tick, fast);
+    RegisterBenchmark("popover/none", tickWithClosedPopovers, fast, PopoverLoad::none);
+    RegisterBenchmark("popover/histories", tickWithClosedPopovers, fast, PopoverLoad::histories);
+    RegisterBenchmark("popover/closed", tickWithClosedPopovers, fast, PopoverLoad::rates);
+    RegisterBenchmark("popover/cpu", tickWithOpenPopover, MonitorSection::cpu);
+    RegisterBenchmark("popover/memory", tickWithOpenPopover, MonitorSection::memory);
+    RegisterBenchmark("popover/storage", tickWithOpenPopover, MonitorSection::storage);
+    RegisterBenchmark("popover/sensors", tickWithOpenPopover, MonitorSection::sensors);
     const QList<MonitorSection> all { MonitorSection::cpu, MonitorSection::memory, MonitorSection::storage,
         MonitorSection::sensors };
     RegisterBenchmark("tick/factory", tick, WantedReadings::of(all))->UseRealTime();

@@ -229,6 +229,40 @@ private Q_SLOTS:
         }
         volume.answer(1);
     }
+
+    void whatHasAnsweredIsKnownUntilItIsNoLongerWanted()
+    {
+        writeBattery("8000000\n");
+        SlowReadings readings(m_tree->root(), ::statvfs, [](const Sensors::Wanted&) {
+            return Sensors::Values { 50.0, {}, {}, {} };
+        });
+        WantedReadings both;
+        both.systemPower = both.sensors.cpu = true;
+        WantedReadings power;
+        power.systemPower = true;
+        const auto sample = [&](const WantedReadings& wanted) {
+            QSemaphore done;
+            readings.begin(wanted, [&done] { done.release(); });
+            QVERIFY(done.tryAcquire(1, 5000));
+            readings.collect();
+        };
+        QVERIFY(readings.answered() == WantedReadings());
+        sample(both);
+        QVERIFY(readings.answered() == both);
+        QCOMPARE(readings.answers(), 1);
+        sample(power);
+        QVERIFY(readings.answered() == power);
+        QCOMPARE(readings.answers(), 2);
+        // The worker has not answered yet, so the old temperature is not a new one.
+        QSemaphore done;
+        readings.begin(both, [&done] { done.release(); });
+        QVERIFY(readings.answered() == power);
+        QVERIFY(done.tryAcquire(1, 5000));
+        readings.collect();
+        QVERIFY(readings.answered() == both);
+        readings.begin({});
+        QVERIFY(readings.answered() == WantedReadings());
+    }
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, SlowReadingsTest)

@@ -15,7 +15,7 @@
 namespace kestrum {
 namespace {
 
-using Kind = ControlGroup::Kind;
+using GroupKind = ControlGroup::Kind;
 
 bool isHex(QByteArrayView text)
 {
@@ -79,18 +79,18 @@ std::optional<ControlGroup> containerOf(QByteArrayView part)
 {
     static constexpr qsizetype idLength = 64;
     if (const auto name = after("lxc.payload.", part))
-        return ControlGroup { Kind::machine, QString::fromUtf8(*name) };
+        return ControlGroup { GroupKind::machine, QString::fromUtf8(*name) };
     // Without systemd, some name the group by the whole id.
     if (part.size() == idLength && isHex(part))
-        return ControlGroup { Kind::container, QString::fromLatin1(part) };
+        return ControlGroup { GroupKind::container, QString::fromLatin1(part) };
     if (!takeSuffix(".scope", part))
         return std::nullopt;
     if (const auto name = after("machine-", part))
-        return ControlGroup { Kind::machine, unescaped(*name) };
+        return ControlGroup { GroupKind::machine, unescaped(*name) };
     for (const QByteArrayView prefix :
         { "libpod-conmon-", "libpod-", "docker-", "crio-conmon-", "crio-", "cri-containerd-" }) {
         if (const auto id = after(prefix, part))
-            return ControlGroup { Kind::container, QString::fromLatin1(*id) };
+            return ControlGroup { GroupKind::container, QString::fromLatin1(*id) };
     }
     return std::nullopt;
 }
@@ -98,16 +98,16 @@ std::optional<ControlGroup> containerOf(QByteArrayView part)
 std::optional<ControlGroup> scope(QByteArrayView name)
 {
     if (const auto app = after("app-", name))
-        return ControlGroup { Kind::app, idAfterLauncher(withoutRandom(*app)) };
+        return ControlGroup { GroupKind::app, idAfterLauncher(withoutRandom(*app)) };
     if (const auto app = after("flatpak-", name))
-        return ControlGroup { Kind::app, unescaped(withoutRandom(*app)) };
+        return ControlGroup { GroupKind::app, unescaped(withoutRandom(*app)) };
     if (const auto snap = after("snap.", name)) {
         // "NAME.APP-UUID". The desktop entry is "NAME_APP".
         QByteArray id = upTo('-', *snap).toByteArray();
         static constexpr qsizetype idLength = 36;
         if (snap->size() > idLength + 1)
             id = snap->chopped(idLength + 1).toByteArray();
-        return ControlGroup { Kind::app, QString::fromUtf8(id.replace('.', '_')) };
+        return ControlGroup { GroupKind::app, QString::fromUtf8(id.replace('.', '_')) };
     }
     // Other scopes are made for what is started in a login session or a terminal.
     return ControlGroup();
@@ -119,11 +119,11 @@ std::optional<ControlGroup> service(QByteArrayView name, bool isOfSystem)
         return ControlGroup();
     const QByteArrayView plain = upTo('@', name);
     if (const auto app = after("app-", plain))
-        return ControlGroup { Kind::app, idAfterLauncher(*app) };
+        return ControlGroup { GroupKind::app, idAfterLauncher(*app) };
     // "dbus-:1.37-ID": an application that the session's bus started.
     if (const auto app = after("dbus-:", plain))
-        return ControlGroup { Kind::app, idAfterLauncher(*app) };
-    return ControlGroup { isOfSystem ? Kind::system : Kind::service, unescaped(plain) };
+        return ControlGroup { GroupKind::app, idAfterLauncher(*app) };
+    return ControlGroup { isOfSystem ? GroupKind::system : GroupKind::service, unescaped(plain) };
 }
 
 // The application of a slice. A slice without a dot in its id holds many: "app-graphical.slice".
@@ -132,7 +132,7 @@ std::optional<ControlGroup> slice(QByteArrayView name)
     const auto app = after("app-", name);
     if (!app || !app->contains('.'))
         return std::nullopt;
-    return ControlGroup { Kind::app, idAfterLauncher(*app) };
+    return ControlGroup { GroupKind::app, idAfterLauncher(*app) };
 }
 
 } // namespace
@@ -169,7 +169,7 @@ ControlGroup ControlGroup::parsed(QByteArrayView path)
         QByteArrayView name = *part;
         if (takeSuffix(".slice", name)) {
             // A helper service of an application, such as a terminal's server, counts as the application.
-            if (const auto app = slice(name); app && (!best || best->kind == Kind::service))
+            if (const auto app = slice(name); app && (!best || best->kind == GroupKind::service))
                 best = app;
         } else if (!best && takeSuffix(".scope", name)) {
             best = scope(name);

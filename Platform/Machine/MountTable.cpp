@@ -16,8 +16,6 @@
 namespace kestrum {
 namespace {
 
-using Kind = VolumeUse::Kind;
-
 // As the kernel writes it.
 struct Mount {
     std::string_view id;
@@ -133,10 +131,10 @@ MountTable::Volume volumeOf(const Mount& mount)
     volume.device = mount.type == "zfs" ? "zfs " + unescaped(mount.source.substr(0, mount.source.find('/')))
                                         : QByteArray(mount.device.data(), qsizetype(mount.device.size()));
     if (isNetwork(mount)) {
-        volume.kind = Kind::network;
+        volume.kind = VolumeUse::Kind::network;
         volume.name = display(unescaped(mount.source));
     } else if (isBelow(mount.path, "/media") || isBelow(mount.path, "/run/media")) {
-        volume.kind = Kind::removable;
+        volume.kind = VolumeUse::Kind::removable;
         volume.name = volume.name.mid(volume.name.lastIndexOf(u'/') + 1);
     }
     return volume;

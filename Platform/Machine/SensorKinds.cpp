@@ -4,44 +4,44 @@
 namespace kestrum {
 namespace {
 
-using Kind = SensorDevice::Kind;
+using DeviceKind = SensorDevice::Kind;
 
 struct DriverKind {
     std::string_view driver;
-    Kind kind;
+    DeviceKind kind;
 };
 
 constexpr DriverKind wholeNames[] {
-    { "coretemp", Kind::cpu },
-    { "k10temp", Kind::cpu },
-    { "k8temp", Kind::cpu },
-    { "via_cputemp", Kind::cpu },
-    { "zenpower", Kind::cpu },
-    { "amdgpu", Kind::gpu },
-    { "i915", Kind::gpu },
-    { "nouveau", Kind::gpu },
-    { "nvidia", Kind::gpu },
-    { "radeon", Kind::gpu },
-    { "xe", Kind::gpu },
-    { "nvme", Kind::disk },
-    { "drivetemp", Kind::disk },
-    { "jc42", Kind::memory },
-    { "spd5118", Kind::memory },
+    { "coretemp", DeviceKind::cpu },
+    { "k10temp", DeviceKind::cpu },
+    { "k8temp", DeviceKind::cpu },
+    { "via_cputemp", DeviceKind::cpu },
+    { "zenpower", DeviceKind::cpu },
+    { "amdgpu", DeviceKind::gpu },
+    { "i915", DeviceKind::gpu },
+    { "nouveau", DeviceKind::gpu },
+    { "nvidia", DeviceKind::gpu },
+    { "radeon", DeviceKind::gpu },
+    { "xe", DeviceKind::gpu },
+    { "nvme", DeviceKind::disk },
+    { "drivetemp", DeviceKind::disk },
+    { "jc42", DeviceKind::memory },
+    { "spd5118", DeviceKind::memory },
 };
 
 // After these stand models, interfaces and numbers, as in "nct6798", "iwlwifi_1" and "BAT0".
 constexpr DriverKind nameBeginnings[] {
-    { "acpitz", Kind::mainboard },
-    { "asus", Kind::mainboard },
-    { "it8", Kind::mainboard },
-    { "nct", Kind::mainboard },
-    { "pch_", Kind::chipset },
-    { "ath", Kind::wiFi },
-    { "iwlwifi", Kind::wiFi },
-    { "mt7", Kind::wiFi },
-    { "igc", Kind::network },
-    { "r8169", Kind::network },
-    { "BAT", Kind::battery },
+    { "acpitz", DeviceKind::mainboard },
+    { "asus", DeviceKind::mainboard },
+    { "it8", DeviceKind::mainboard },
+    { "nct", DeviceKind::mainboard },
+    { "pch_", DeviceKind::chipset },
+    { "ath", DeviceKind::wiFi },
+    { "iwlwifi", DeviceKind::wiFi },
+    { "mt7", DeviceKind::wiFi },
+    { "igc", DeviceKind::network },
+    { "r8169", DeviceKind::network },
+    { "BAT", DeviceKind::battery },
 };
 
 } // namespace
@@ -55,15 +55,15 @@ SensorDevice::Kind SensorKinds::kindOf(std::string_view driver)
     // Small boards measure at thermal zones of their own names, as "cpu_thermal" and "gpu0_thermal".
     if (driver.ends_with("thermal")) {
         if (driver.starts_with("cpu"))
-            return Kind::cpu;
+            return DeviceKind::cpu;
         if (driver.starts_with("gpu"))
-            return Kind::gpu;
+            return DeviceKind::gpu;
     }
     for (const DriverKind& row : nameBeginnings) {
         if (driver.starts_with(row.driver))
             return row.kind;
     }
-    return Kind::other;
+    return DeviceKind::other;
 }
 
 SensorChip::Rank SensorKinds::cpuRank(std::string_view driver, std::string_view own, std::string_view label)
@@ -74,7 +74,7 @@ SensorChip::Rank SensorKinds::cpuRank(std::string_view driver, std::string_view 
     // kernel reports no "Tdie", it knows of no such offset for this CPU, and "Tctl" is used.
     if (driver == "k10temp" || driver == "zenpower")
         return own == "Tdie" ? 1 : own == "Tctl" || own.starts_with("temp") ? 2 : SensorChip::worstRank;
-    if (kindOf(driver) == Kind::cpu)
+    if (kindOf(driver) == DeviceKind::cpu)
         return 1;
     // Mainboards and laptops use the label "CPU". "CPUTIN" does not count: many boards leave that input unconnected.
     return label == "CPU" || label.starts_with("CPU ") ? SensorChip::worstRank : 0;
@@ -82,7 +82,7 @@ SensorChip::Rank SensorKinds::cpuRank(std::string_view driver, std::string_view 
 
 SensorChip::Rank SensorKinds::gpuRank(std::string_view driver, std::string_view own)
 {
-    if (kindOf(driver) != Kind::gpu)
+    if (kindOf(driver) != DeviceKind::gpu)
         return 0;
     return own == "edge" || own == "pkg" || own == "temp1" ? 1 : 2;
 }
@@ -90,11 +90,11 @@ SensorChip::Rank SensorKinds::gpuRank(std::string_view driver, std::string_view 
 SensorChip::Rank SensorKinds::ownRank(std::string_view driver, std::string_view own)
 {
     switch (kindOf(driver)) {
-    case Kind::cpu:
+    case DeviceKind::cpu:
         return cpuRank(driver, own, own);
-    case Kind::gpu:
+    case DeviceKind::gpu:
         return gpuRank(driver, own);
-    case Kind::disk:
+    case DeviceKind::disk:
         // Disks compute this value for their hosts. Their other sensors measure spots.
         return own == "Composite" ? 1 : 2;
     default:

@@ -94,6 +94,21 @@ private Q_SLOTS:
         }
     }
 
+    void nothingOfTheShadowIsBelowATranslucentSurface()
+    {
+        PanelEnvironment environment = in(light);
+        environment.background = PopoverBackground::translucent;
+        const auto drawnFrame = [&](bool hasShadow) {
+            return PanelPixels({ 280, 340 },
+                [&](QPainter& painter) { PopoverFrame { hasShadow }.draw(painter, place, environment); });
+        };
+        const PanelPixels with = drawnFrame(true);
+        const PanelPixels without = drawnFrame(false);
+        for (const QPointF& inside :
+            { QPointF(42, 170), QPointF(140, 42), QPointF(140, 297), QPointF(50, 290) })
+            QCOMPARE(with.at(inside.x(), inside.y()), without.at(inside.x(), inside.y()));
+    }
+
     // A shadow is made anew at each scale, and kept at the one that stays.
     void theShadowIsMadeOnce()
     {

@@ -77,7 +77,7 @@ void ProcessList::read(Extra extra, ProcessSamples& samples)
                 continue;
             std::memcpy(path, entry.d_name, length);
             char* const name = path + length;
-            std::memcpy(name, "/stat", 6);
+            ::strcpy(name, "/stat");
             const std::optional<ProcessSample> sample
                 = ProcessSample::parsed(readSmall(table.get(), path, text));
             if (!sample || sample->pid != *pid)
@@ -86,7 +86,7 @@ void ProcessList::read(Extra extra, ProcessSamples& samples)
             // Kernel threads have no memory of their own. What they write was counted when programs changed the pages.
             if (extra == Extra::none || sample->isKernelThread)
                 continue;
-            std::memcpy(name, extra == Extra::memory ? "/statm" : "/io", 7);
+            ::strcpy(name, extra == Extra::memory ? "/statm" : "/io");
             const std::string_view content = readSmall(table.get(), path, text);
             if (extra == Extra::memory)
                 samples.back().addMemory(content, pageSize);

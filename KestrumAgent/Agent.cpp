@@ -5,7 +5,6 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/LiveSource.h"
 #include "KestrumAgent/Popover/PopoverController.h"
-#include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumAgent/Updates/UpdateChecker.h"
 #include "KestrumAgent/Updates/UpdateNotice.h"
@@ -53,7 +52,6 @@ Agent::Agent(QObject* parent)
 {
     // The outcome is shown in a notification: a user who requested the check in the settings window does not see the menu.
     connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
-    m_menu.installEventFilter(this);
     connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
     // Logs an exit that the toolkit causes, for example at the end of the session.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
@@ -78,13 +76,14 @@ void Agent::start(std::optional<double> launched)
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
     for (const auto signal : { &Sampler::sampled, &Sampler::completed })
         connect(m_sampler, signal, m_strip.get(), &PanelStrip::redraw);
-    m_strip->installEventFilter(this);
+    // Presses in any window of ours may be followed by a program's start.
+    QCoreApplication::instance()->installEventFilter(this);
     m_channel = PanelChannel::make(*m_strip, m_menu);
     m_popoverSource = std::make_unique<LiveSource>(*m_sampler);
     m_popovers = std::make_unique<PopoverController>(*m_strip, m_channel->popoverStand(), *m_popoverSource);
     connect(m_popovers.get(), &PopoverController::settingsRequested, this, &Agent::openSettings);
-    connect(m_popovers.get(), &PopoverController::windowMade, this,
-        [this](PopoverWindow& window) { window.installEventFilter(this); });
+    connect(m_popovers.get(), &PopoverController::systemMonitorRequested, this,
+        [this] { m_popovers->systemMonitor().open(activationToken()); });
 
     // The signal does not say which settings changed, so the whole store is read again.
     m_signals.listen(Signal::settings, [&store] { store.synchronize(); });
@@ -167,7 +166,7 @@ void Agent::adoptSettings()
 /// Filters nothing. Stores the time of the last input event for the activation token of the settings application.
 bool Agent::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->isInputEvent())
+    if (event->isInputEvent() && watched->isWidgetType())
         m_lastAct = quint32(static_cast<const QInputEvent*>(event)->timestamp());
     return QObject::eventFilter(watched, event);
 }

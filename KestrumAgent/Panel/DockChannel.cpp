@@ -41,8 +41,8 @@ int endOnScreen(const QRect& free, const QScreen& screen)
 
 DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     : m_strip(strip)
-    , m_menu(menu)
     , m_popoverStand(strip)
+    , m_menuWindow(strip, menu)
 {
     m_strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     m_strip.setAttribute(Qt::WA_ShowWithoutActivating);
@@ -52,7 +52,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     m_struts = std::make_unique<X11Struts>(*m_strip.windowHandle());
     connect(m_struts.get(), &X11Struts::changed, this, &DockChannel::fit);
     connect(&m_strip, &PanelStrip::rebuilt, this, &DockChannel::fit);
-    connect(&m_strip, &PanelStrip::menuRequested, this, &DockChannel::showMenu);
+    connect(&m_strip, &PanelStrip::menuRequested, this, [this](QPoint at) { m_menuWindow.open(at.x()); });
     connect(
         &m_strip, &PanelStrip::tipRequested, this, [this](QPoint at, const QString& text, const QRect& item) {
             QToolTip::showText(m_place.topLeft() + at, text, &m_strip, item);
@@ -60,14 +60,6 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_strip, &PanelStrip::pointerLeft, this, [] { QToolTip::hideText(); });
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &DockChannel::follow);
     follow(QGuiApplication::primaryScreen());
-}
-
-void DockChannel::showMenu(QPoint at)
-{
-    // The menu opens in the reading direction. Its width is known only after its entries are created, on `aboutToShow`.
-    Q_EMIT m_menu.aboutToShow();
-    const int leftwards = m_menu.isRightToLeft() ? m_menu.sizeHint().width() - 1 : 0;
-    m_menu.popup(m_place.topLeft() + at - QPoint(leftwards, 0));
 }
 
 void DockChannel::follow(QScreen* screen)
@@ -97,6 +89,7 @@ void DockChannel::fit()
     m_strip.move(left, free.top());
     m_place = QRect(QPoint(left, free.top()), size);
     m_popoverStand.setGround(m_place, free);
+    m_menuWindow.setGround(m_place, free);
     // A mask makes the rounded corners, because translucency has no effect without a compositing manager.
     QPainterPath plate;
     plate.addRoundedRect(QRectF(QPointF(0, 0), size), PanelStrip::plateRadius, PanelStrip::plateRadius);

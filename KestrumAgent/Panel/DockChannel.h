@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KestrumAgent/Panel/DockStand.h"
+#include "KestrumAgent/Panel/MenuWindow.h"
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "Platform/Desktop/X11Struts.h"
 
@@ -24,12 +25,11 @@ public:
 private:
     void follow(QScreen* screen);
     void fit();
-    void showMenu(QPoint at);
 
     PanelStrip& m_strip;
-    QMenu& m_menu;
     std::unique_ptr<X11Struts> m_struts;
     DockStand m_popoverStand;
+    MenuWindow m_menuWindow;
     QRect m_place; ///< the strip's, on the screen
     QMetaObject::Connection m_screenConnection;
 };

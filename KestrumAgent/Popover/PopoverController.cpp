@@ -7,6 +7,7 @@
 #include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumShared/Items/SectionItem.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/Desktop/SessionPause.h"
 #include "Platform/Desktop/Translucency.h"
 
 #include <QClipboard>
@@ -109,11 +110,16 @@ void PopoverController::open(MonitorSection section)
         connect(m_window.get(), &PopoverWindow::neighbourRequested, this, &PopoverController::stepBy);
         connect(m_window.get(), &PopoverWindow::menuRequested, this, &PopoverController::requestMenu);
         connect(m_window.get(), &PopoverWindow::listHeld, &m_source, &PopoverSource::setListHeld);
-        Q_EMIT windowMade(*m_window);
+        m_systemMonitor.look();
+        if (!m_pause) {
+            m_pause = std::make_unique<SessionPause>();
+            connect(m_pause.get(), &SessionPause::begun, this, &PopoverController::close);
+        }
     }
     const bool isPinned = m_state.isPinned;
     m_state = {};
     m_state.isPinned = isPinned;
+    m_state.hasSystemMonitor = m_systemMonitor.isThere();
     m_state.hasTabs = m_stand.isWithoutStrip();
     m_window->startAnew();
     m_window->setWindowTitle(SectionItem::of(section).name());
@@ -193,6 +199,11 @@ void PopoverController::act(const PanelAction& action)
         Q_EMIT settingsRequested();
         return;
     case Kind::openSystemMonitor:
+        if (!m_state.hasSystemMonitor)
+            return;
+        if (!m_state.isPinned)
+            close();
+        Q_EMIT systemMonitorRequested();
         return;
     case Kind::resetHighest:
         m_source.resetHighest();

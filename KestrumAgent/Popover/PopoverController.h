@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KestrumAgent/Popover/SystemMonitorApp.h"
 #include "KestrumShared/Popover/PopoverState.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 
@@ -14,6 +15,7 @@ class PanelStrip;
 class PopoverSource;
 class PopoverStand;
 class PopoverWindow;
+class SessionPause;
 struct PanelAction;
 struct PanelEnvironment;
 
@@ -39,13 +41,16 @@ public:
     /// The window of the open popover; null while none is open.
     PopoverWindow* window() const { return m_window.get(); }
 
+    /// The program that the list of apps leads to, as it was found when the popover opened.
+    SystemMonitorApp& systemMonitor() { return m_systemMonitor; }
+
     /// How popovers look by the present settings. `isTranslucent` says whether the desktop shows what is behind a window.
     static PanelEnvironment environment(bool isTranslucent);
 
 Q_SIGNALS:
     void settingsRequested();
-    /// A new window was made, which is about to be shown.
-    void windowMade(PopoverWindow& window);
+    /// The user wants `systemMonitor`.
+    void systemMonitorRequested();
 
 private:
     void act(const PanelAction& action);
@@ -63,6 +68,8 @@ private:
     std::optional<MonitorSection> m_lastSeen;
     PopoverState m_state;
     std::unique_ptr<PopoverWindow> m_window;
+    std::unique_ptr<SessionPause> m_pause; ///< from the first opening on
+    SystemMonitorApp m_systemMonitor;
 };
 
 } // namespace kestrum

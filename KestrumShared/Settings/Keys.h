@@ -75,6 +75,8 @@ inline constexpr UnregisteredKey<MeterAccent> memoryAccent { "memoryAccent" };
 inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
 /// The version text of an update that the agent has found. Only the agent writes this value.
 inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
+/// The system monitor that popovers lead to: the id of a desktop entry, or a command. Absent: one is looked for.
+inline constexpr UnregisteredKey<QString> systemMonitor { "systemMonitor" };
 
 /// The names of keys, in the form that `UserDefaults::observe` takes.
 template <class... K> QStringList names(const K&... keys)
@@ -90,7 +92,7 @@ inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInte
     didUnregisterLegacyLoginItem };
 
 inline constexpr std::tuple unregistered { memoryReadout, storageReadout, cpuAccent, cpuFastCoreAccent,
-    memoryAccent, storageAccent, updatesAvailable };
+    memoryAccent, storageAccent, updatesAvailable, systemMonitor };
 
 } // namespace Keys
 } // namespace kestrum

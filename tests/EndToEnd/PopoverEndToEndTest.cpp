@@ -27,8 +27,8 @@ bool canLock()
 {
     xcb_connection_t* display = xcb_connect(nullptr, nullptr);
     const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
-    const auto keyboard = xcb_grab_keyboard(
-        display, 1, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+    const auto keyboard
+        = xcb_grab_keyboard(display, 1, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
     const auto pointer = xcb_grab_pointer(display, 1, root, XCB_EVENT_MASK_BUTTON_PRESS, XCB_GRAB_MODE_ASYNC,
         XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
     auto* ofKeyboard = xcb_grab_keyboard_reply(display, keyboard, nullptr);
@@ -84,7 +84,8 @@ private Q_SLOTS:
         QCOMPARE(shown.top(), popoverTop);
         const QPoint item = place("storage");
         QVERIFY(item.x() + 150 < VirtualDisplay::width - 8);
-        QVERIFY2(std::abs(shown.left() - (item.x() - 150)) <= 1, QByteArray::number(shown.left()).constData());
+        QVERIFY2(
+            std::abs(shown.left() - (item.x() - 150)) <= 1, QByteArray::number(shown.left()).constData());
         const QByteArray properties
             = Programs::output(text("xprop"), words("-id " + window + " _NET_WM_WINDOW_TYPE"));
         QVERIFY_CONTAINS(properties, "_NET_WM_WINDOW_TYPE_DROPDOWN_MENU");
@@ -160,6 +161,23 @@ private Q_SLOTS:
         QVERIFY(canLock());
         DesktopFixture::click(place("memory"));
         waitForNone();
+    }
+
+    void aScreenLockerGetsItsGrabsWhileTheMenuIsOpen()
+    {
+        const auto menu = [] {
+            return Programs::run(text("xdotool"), words("search --onlyvisible --name ^Kestrum$"))
+                       .output.trimmed()
+                       .split('\n')
+                       .size()
+                == 2;
+        };
+        DesktopFixture::moveTo(place("memory"));
+        VirtualDisplay::xdotool("click 3");
+        QTRY_VERIFY_WITH_TIMEOUT(menu(), patience);
+        QVERIFY(canLock());
+        DesktopFixture::click({ 300, 700 });
+        QTRY_VERIFY_WITH_TIMEOUT(!menu(), patience);
     }
 
     void aPinIsForgottenWhenItCloses()

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/PanelStrip.h"
 
+#include "KestrumAgent/Panel/PanelStripAccessible.h"
 #include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Settings/SharedSettings.h"
-#include "KestrumShared/Text/AppLanguage.h"
 
-#include <QAccessibleWidget>
 #include <QApplication>
 #include <QContextMenuEvent>
 #include <QHelpEvent>
@@ -17,38 +16,6 @@
 
 namespace kestrum {
 
-namespace {
-
-/// The strip for screen readers: a name, and the present texts of the items.
-class PanelStripAccessible final : public QAccessibleWidget {
-public:
-    explicit PanelStripAccessible(PanelStrip& strip)
-        : QAccessibleWidget(&strip, QAccessible::Grouping)
-        , m_strip(strip)
-    {
-    }
-
-    static QAccessibleInterface* make(const QString&, QObject* object)
-    {
-        auto* strip = qobject_cast<PanelStrip*>(object);
-        return strip ? new PanelStripAccessible(*strip) : nullptr;
-    }
-
-    QString text(QAccessible::Text kind) const override
-    {
-        if (kind == QAccessible::Name)
-            return AppLanguage::string("Menu bar items");
-        if (kind == QAccessible::Description || kind == QAccessible::Value)
-            return m_strip.summary().replace(u'\n', QStringLiteral(", "));
-        return QAccessibleWidget::text(kind);
-    }
-
-private:
-    const PanelStrip& m_strip;
-};
-
-} // namespace
-
 PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget* parent)
     : QWidget(parent)
     , m_scene(std::move(readings), QSize(sideRoom, 0))
@@ -59,7 +26,7 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
     setFocusPolicy(Qt::NoFocus);
     // By default Qt shows tool tips only in the active window, and this window never has the keyboard focus.
     setAttribute(Qt::WA_AlwaysShowToolTips);
-    QAccessible::installFactory(PanelStripAccessible::make); // repeated calls have no effect
+    PanelStripAccessible::install();
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, [this] {
         redraw();
         update();

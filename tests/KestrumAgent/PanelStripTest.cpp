@@ -439,6 +439,29 @@ private Q_SLOTS:
         fixture.readings->memory = 0.75;
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 75%")));
     }
+
+    void aScreenReaderFindsAButtonForEachItem()
+    {
+        Fixture fixture;
+        QSignalSpy clicked(&fixture.strip, &PanelStrip::itemClicked);
+        QAccessibleInterface* strip = QAccessible::queryAccessibleInterface(&fixture.strip);
+        QCOMPARE(strip->childCount(), 4);
+        QAccessibleInterface* button = strip->child(2);
+        QCOMPARE(button->text(QAccessible::Name), QStringLiteral("Memory — Usage: 50%"));
+        QVERIFY(button->state().hasPopup && !button->state().expanded);
+        fixture.strip.setOpened(memory);
+        QVERIFY(button->state().expanded);
+        button->actionInterface()->doAction(QAccessibleActionInterface::pressAction());
+        QCOMPARE(clicked.count(), 1);
+        QCOMPARE(clicked.first().first().value<MonitorSection>(), memory);
+        const QRect place = fixture.place(memory);
+        QCOMPARE(button->rect(), place.translated(fixture.strip.mapToGlobal(QPoint(0, 0))));
+        // The button is valid as long as its item is shown.
+        Setting(Keys::showMemoryItem).set(false);
+        fixture.strip.rebuild();
+        QVERIFY(!button->isValid());
+        QCOMPARE(strip->childCount(), 3);
+    }
 };
 
 KESTRUM_TEST_MAIN(QApplication, PanelStripTest)

@@ -19,7 +19,7 @@
 namespace kestrum {
 namespace {
 
-constexpr double barHeight = 26;
+constexpr double coreHeight = 26;
 constexpr double wrappedHeight = 16; ///< where the bars need several rows
 constexpr double rowGap = 4;
 constexpr double tierGap = 12;
@@ -107,7 +107,7 @@ struct CoreLayout {
             const auto most = std::max<qsizetype>(1, qsizetype(widths[i] / leastPitch));
             rows = std::max(rows, (cores.tiers[i].loads.size() + most - 1) / most);
         }
-        rowHeight = rows > 1 ? wrappedHeight : barHeight;
+        rowHeight = rows > 1 ? wrappedHeight : coreHeight;
     }
     double barsHeight() const { return double(rows) * rowHeight + double(rows - 1) * rowGap; }
     QRectF tier(qsizetype index, const QRectF& rect, const PanelEnvironment& environment) const

@@ -4,6 +4,8 @@
 #include "KestrumShared/Popover/PanelStack.h"
 #include "KestrumShared/Popover/SectionTitle.h"
 
+#include <QMarginsF>
+
 namespace kestrum {
 namespace {
 
@@ -17,8 +19,9 @@ PanelStack stack(const DenseSection& section, const PanelEnvironment& environmen
 
 QRectF inner(const QRectF& rect, const PanelEnvironment& environment)
 {
-    const double padding = environment.metrics.sectionPadding;
-    return rect.adjusted(DenseSection::sidePadding, padding, -DenseSection::sidePadding, -padding);
+    const QMarginsF margins(DenseSection::sidePadding, environment.metrics.sectionPadding,
+        DenseSection::sidePadding, environment.metrics.sectionPadding);
+    return rect - margins;
 }
 
 } // namespace

@@ -17,7 +17,7 @@
 namespace kestrum {
 namespace {
 
-constexpr double cornerRadius = 4;
+constexpr double trackRadius = 4;
 constexpr double lineWidth = 1.5;
 constexpr float areaOpacity = 0.28F;
 /// From the oldest bucket to the newest one.
@@ -52,7 +52,7 @@ void GraphArea::draw(
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
     QPainterPath track;
-    track.addRoundedRect(PixelGrid::aligned(m_rect, painter), cornerRadius, cornerRadius);
+    track.addRoundedRect(PixelGrid::aligned(m_rect, painter), trackRadius, trackRadius);
     painter.setClipPath(track, Qt::IntersectClip);
     painter.fillRect(PixelGrid::aligned(m_rect, painter), environment.trackColour());
     for (const double share : { 0.25, 0.5, 0.75 }) {

@@ -13,13 +13,13 @@
 namespace kestrum {
 namespace {
 
-constexpr double padding = 12;
+constexpr double edgeRoom = 12;
 constexpr double symbolSize = 12; ///< of the font that the symbols go with
 constexpr double symbolWidth = 14;
 constexpr double targetSize = 24;
-constexpr double pitch = 26; ///< from one symbol's middle to the next
-constexpr double gap = 8;
-constexpr int titleSize = 12;
+constexpr double targetPitch = 26; ///< from one symbol's middle to the next
+constexpr double wordGap = 8;
+constexpr int nameSize = 12;
 constexpr int valueSize = 13;
 
 struct HeaderPlaces {
@@ -40,17 +40,18 @@ HeaderPlaces places(
     const PopoverHeader& header, const QRectF& rect, double valueWidth, const PanelEnvironment& environment)
 {
     HeaderPlaces places;
-    const double gear = rect.width() - padding - symbolWidth / 2;
+    const double gear = rect.width() - edgeRoom - symbolWidth / 2;
     places.gear = target(rect, gear, environment);
-    places.pin = target(rect, gear - pitch, environment);
-    const double valueEnd = gear - pitch - symbolWidth / 2 - padding;
+    places.pin = target(rect, gear - targetPitch, environment);
+    const double valueEnd = gear - targetPitch - symbolWidth / 2 - edgeRoom;
     places.value = environment.fromLeading(rect, valueEnd - valueWidth, valueWidth);
     for (qsizetype i = 0; i < header.tabs.size(); ++i)
-        places.tabs.append(target(rect, padding + symbolWidth / 2 + double(i) * pitch, environment));
+        places.tabs.append(target(rect, edgeRoom + symbolWidth / 2 + double(i) * targetPitch, environment));
     const double symbol = header.tabs.isEmpty() ? PanelSymbol { header.icon, symbolSize, {} }.size().width()
-                                                : double(header.tabs.size() - 1) * pitch + symbolWidth;
-    const double start = padding + symbol + gap;
-    places.title = environment.fromLeading(rect, start, std::max(0.0, valueEnd - valueWidth - gap - start));
+                                                : double(header.tabs.size() - 1) * targetPitch + symbolWidth;
+    const double start = edgeRoom + symbol + wordGap;
+    places.title
+        = environment.fromLeading(rect, start, std::max(0.0, valueEnd - valueWidth - wordGap - start));
     return places;
 }
 
@@ -78,9 +79,9 @@ void PopoverHeader::draw(QPainter& painter, const QRectF& rect, const PanelEnvir
     }
     if (tabs.isEmpty()) {
         const PanelSymbol symbol { icon, symbolSize, environment.headerColour() };
-        symbol.draw(painter, environment.fromLeading(rect, padding, symbol.size().width()));
+        symbol.draw(painter, environment.fromLeading(rect, edgeRoom, symbol.size().width()));
     }
-    PanelText { title, PanelEnvironment::systemFont(titleSize, QFont::DemiBold), environment.textColour() }
+    PanelText { title, PanelEnvironment::systemFont(nameSize, QFont::DemiBold), environment.textColour() }
         .draw(painter, at.title, environment);
     number.draw(painter, at.value, environment.textColour(), environment);
     environment.drawPlate(painter, at.pin);

@@ -13,7 +13,6 @@ using namespace PanelFixture;
 
 namespace {
 
-constexpr double titleRoom = 19;
 constexpr double middle = titleRoom + 36;
 const QColor readColour(0x20, 0x40, 0xD0);
 const QColor writeColour(0xC0, 0x20, 0x20);

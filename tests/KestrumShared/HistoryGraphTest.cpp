@@ -12,7 +12,6 @@ using namespace PanelFixture;
 
 namespace {
 
-constexpr double titleRoom = 19; ///< a line of 10 points and the space below it
 const QColor blue(0x20, 0x40, 0xD0);
 
 /// A value for each bucket, oldest first, as `value(age)` gives it.

@@ -19,7 +19,7 @@ using namespace PanelFixture;
 
 namespace {
 
-constexpr double width = 300;
+constexpr double panelWidth = 300;
 
 /// What the parts of a panel show. Each value is shown by one part.
 struct Shown {
@@ -83,10 +83,10 @@ class PanelChangesTest : public QObject {
     {
         PanelEnvironment environment = in(light);
         environment.pointer = pointerBefore;
-        const QRectF rect(0, 0, width, now.height(environment));
-        const QImage old = drawn(before, environment, width).image();
+        const QRectF rect(0, 0, panelWidth, now.height(environment));
+        const QImage old = drawn(before, environment, panelWidth).image();
         environment.pointer = pointer;
-        const QImage present = drawn(now, environment, width).image();
+        const QImage present = drawn(now, environment, panelWidth).image();
         const QList<QRectF> changes = now.changes(before, rect, environment, pointerBefore);
         QList<int> found(changes.size(), 0);
         int outside = 0;
@@ -147,7 +147,7 @@ private Q_SLOTS:
         Shown more;
         more.apps = 3;
         const PanelPart now = panel(more);
-        const QRectF rect(0, 0, width, now.height(in(light)));
+        const QRectF rect(0, 0, panelWidth, now.height(in(light)));
         QCOMPARE(now.changes(panel({}), rect, in(light), std::nullopt), QList<QRectF> { rect });
     }
 

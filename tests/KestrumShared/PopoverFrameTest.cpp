@@ -14,7 +14,7 @@ using namespace PanelFixture;
 
 namespace {
 
-const QRectF place(40, 40, 200, 260);
+const QRectF framePlace(40, 40, 200, 260);
 
 PanelPixels framed(
     bool hasShadow, ColourScheme scheme, double scale = 2, const QColor& behind = QColor(120, 140, 160))
@@ -23,7 +23,7 @@ PanelPixels framed(
     environment.background = PopoverBackground::opaque;
     return PanelPixels(
         { 280, 340 },
-        [&](QPainter& painter) { PopoverFrame { hasShadow }.draw(painter, place, environment); }, behind,
+        [&](QPainter& painter) { PopoverFrame { hasShadow }.draw(painter, framePlace, environment); }, behind,
         scale);
 }
 
@@ -40,7 +40,7 @@ private Q_SLOTS:
     {
         QCOMPARE(PopoverFrame {}.margins(), QMarginsF());
         for (const ColourScheme scheme : { light, dark })
-            QCOMPARE(framed(false, scheme).drawn(everywhere), place);
+            QCOMPARE(framed(false, scheme).drawn(everywhere), framePlace);
     }
 
     void theSurfaceIsTheOneOfItsBackgroundAndHasARim()
@@ -75,9 +75,9 @@ private Q_SLOTS:
                 const PanelPixels without = framed(false, scheme, scale, Qt::white);
                 QCOMPARE(pixels.at(140, 170), without.at(140, 170));
                 const QRectF shadow = pixels.drawn(everywhere);
-                QVERIFY((place + margins).contains(shadow));
-                QVERIFY(shadow.width() > place.width() + 20);
-                QVERIFY(shadow.bottom() - place.bottom() > place.top() - shadow.top());
+                QVERIFY((framePlace + margins).contains(shadow));
+                QVERIFY(shadow.width() > framePlace.width() + 20);
+                QVERIFY(shadow.bottom() - framePlace.bottom() > framePlace.top() - shadow.top());
                 const auto darkness = [&](double x, double y) { return 255 - pixels.at(x, y).green(); };
                 QVERIFY(darkness(37, 170) > 12);
                 QVERIFY(darkness(37, 170) > darkness(30, 170));
@@ -99,8 +99,9 @@ private Q_SLOTS:
         PanelEnvironment environment = in(light);
         environment.background = PopoverBackground::translucent;
         const auto drawnFrame = [&](bool hasShadow) {
-            return PanelPixels({ 280, 340 },
-                [&](QPainter& painter) { PopoverFrame { hasShadow }.draw(painter, place, environment); });
+            return PanelPixels({ 280, 340 }, [&](QPainter& painter) {
+                PopoverFrame { hasShadow }.draw(painter, framePlace, environment);
+            });
         };
         const PanelPixels with = drawnFrame(true);
         const PanelPixels without = drawnFrame(false);
@@ -121,7 +122,7 @@ private Q_SLOTS:
                 painter.scale(2 + (i + 1) * growth, 2 + (i + 1) * growth);
                 QElapsedTimer timer;
                 timer.start();
-                PopoverFrame { true }.draw(painter, place, environment);
+                PopoverFrame { true }.draw(painter, framePlace, environment);
                 least = std::min(least, timer.nsecsElapsed());
             }
             return least;

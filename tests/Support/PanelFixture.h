@@ -30,6 +30,8 @@ PanelPixels drawn(const Part& part, const PanelEnvironment& environment, double 
         environment.scheme == ColourScheme::dark ? Qt::black : Qt::white);
 }
 
+/// Height of the title row of a part, in a line of 10 points, and of the space below it.
+inline constexpr double titleRoom = 19;
 inline const QRectF everywhere(0, 0, 10000, 10000);
 
 } // namespace PanelFixture

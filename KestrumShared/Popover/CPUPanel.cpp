@@ -20,7 +20,7 @@ constexpr double leastShareWidth = 44;
 
 QString tierTitle(const QString& name)
 {
-    static const QLatin1StringView level("Level ");
+    const QString level = QStringLiteral("Level ");
     return name.startsWith(level) ? AppLanguage::string("Level %1", { name.mid(level.size()) })
                                   : AppLanguage::string(name);
 }
@@ -42,7 +42,7 @@ QList<CoreBars::Tier> barTiers(const CPUPopoverReadings& readings, const QColor&
                 i == 0 ? fast : colour });
     }
     if (tiers.size() == 1)
-        tiers.first().name.clear();
+        tiers = { { QString(), readings.cores, colour } };
     return tiers;
 }
 

@@ -49,36 +49,35 @@ QList<double> coreLoads(const QList<CoreTier>& tiers, int total)
     return cores;
 }
 
-AppUse cpuApp(const char* name, double cores)
+AppUse cpuApp(const QString& name, double cores)
 {
-    return { QString::fromLatin1(name), QString::fromLatin1(name), cores };
+    return { name, name, cores };
 }
 
-AppUse memoryApp(const char* name, double bytes)
+AppUse memoryApp(const QString& name, double bytes)
 {
-    return { QString::fromLatin1(name), QString::fromLatin1(name), 0, qint64(bytes) };
+    return { name, name, 0, qint64(bytes) };
 }
 
-AppUse diskApp(const char* name, double readRate, double writeRate)
+AppUse diskApp(const QString& name, double readRate, double writeRate)
 {
-    return { QString::fromLatin1(name), QString::fromLatin1(name), 0, 0, readRate, writeRate };
+    return { name, name, 0, 0, readRate, writeRate };
 }
 
-VolumeUse volume(const char* name, double used, double free, VolumeUse::Kind kind = VolumeUse::Kind::local)
+VolumeUse volume(const QString& name, double used, double free, VolumeUse::Kind kind = VolumeUse::Kind::local)
 {
-    const QString path = QString::fromLatin1(name);
-    return { path, path, kind, VolumeUse::Space { used, qint64(free) } };
+    return { name, name, kind, VolumeUse::Space { used, qint64(free) } };
 }
 
-SensorDevice device(SensorDevice::Kind kind, const char* id, double celsius, const char* model = "",
+SensorDevice device(SensorDevice::Kind kind, const QString& id, double celsius, const QString& model = {},
     const QList<SensorInput>& inputs = {})
 {
-    return { QString::fromLatin1(id), kind, 0, QString::fromLatin1(model), celsius, false, inputs };
+    return { id, kind, 0, model, celsius, false, inputs };
 }
 
-SensorInput input(const char* label, double celsius)
+SensorInput input(const QString& label, double celsius)
 {
-    return { QString::fromLatin1(label), celsius };
+    return { label, celsius };
 }
 
 CPUPopoverReadings richCPU(const QList<CoreTier>& tiers, int totalCores)
@@ -90,9 +89,9 @@ CPUPopoverReadings richCPU(const QList<CoreTier>& tiers, int totalCores)
     cpu.tiers = tiers;
     cpu.cores = coreLoads(tiers, totalCores);
     const double size = totalCores / 16.0;
-    cpu.apps
-        = { cpuApp("Firefox", 3.9 * size), cpuApp("cargo", 2.2 * size), cpuApp("GNOME Shell", 0.8 * size),
-              cpuApp("Spotify", 0.2 * size), { QStringLiteral("kernel"), QString(), 0.1 * size } };
+    cpu.apps = { cpuApp(QStringLiteral("Firefox"), 3.9 * size), cpuApp(QStringLiteral("cargo"), 2.2 * size),
+        cpuApp(QStringLiteral("GNOME Shell"), 0.8 * size), cpuApp(QStringLiteral("Spotify"), 0.2 * size),
+        { QStringLiteral("kernel"), QString(), 0.1 * size } };
     cpu.celsius = 48.0;
     cpu.watts = 12.0;
     cpu.hertz = 3.42e9;
@@ -120,8 +119,10 @@ MemoryPopoverReadings richMemory()
     memory.system = curve({ 0.13, 0.14, 0.13, 0.14, 0.14, 0.14 }, 0.002);
     memory.compressed = curve({ 0.07, 0.07, 0.08, 0.08 }, 0.001);
     memory.cache = curve({ 0.23, 0.22, 0.21, 0.16, 0.20, 0.23, 0.22, 0.22 }, 0.003);
-    memory.apps = { memoryApp("Firefox", 2.84 * GiB), memoryApp("Visual Studio Code", 1.42 * GiB),
-        memoryApp("GNOME Shell", 612 * MiB), memoryApp("Signal", 388 * MiB), memoryApp("cargo", 301 * MiB) };
+    memory.apps = { memoryApp(QStringLiteral("Firefox"), 2.84 * GiB),
+        memoryApp(QStringLiteral("Visual Studio Code"), 1.42 * GiB),
+        memoryApp(QStringLiteral("GNOME Shell"), 612 * MiB), memoryApp(QStringLiteral("Signal"), 388 * MiB),
+        memoryApp(QStringLiteral("cargo"), 301 * MiB) };
     return memory;
 }
 
@@ -129,8 +130,8 @@ DiskPopoverReadings richDisk()
 {
     DiskPopoverReadings disk;
     disk.used = 0.58;
-    disk.volumes = { volume("/", 0.58, 412e9), volume("/home", 0.93, 69.4e9),
-        volume("Backup", 0.31, 2.76e12, VolumeUse::Kind::removable) };
+    disk.volumes = { volume(QStringLiteral("/"), 0.58, 412e9), volume(QStringLiteral("/home"), 0.93, 69.4e9),
+        volume(QStringLiteral("Backup"), 0.31, 2.76e12, VolumeUse::Kind::removable) };
     VolumeUse share;
     share.id = QStringLiteral("/media/nas");
     share.name = QStringLiteral("nas:/media");
@@ -144,8 +145,8 @@ DiskPopoverReadings richDisk()
     disk.writeHistory = curve(
         { 24e6, 18e6, 12e6, 22e6, 16e6, 28e6, 34e6, 62e6, 20e6, 26e6, 14e6, 30e6, 18e6, 28e6, 48.1e6 }, 8e6);
     disk.pressure = 0.02;
-    disk.apps
-        = { diskApp("rsync", 11.9e6, 38e6), diskApp("Firefox", 0, 6.2e6), diskApp("cargo", 400e3, 3.9e6) };
+    disk.apps = { diskApp(QStringLiteral("rsync"), 11.9e6, 38e6),
+        diskApp(QStringLiteral("Firefox"), 0, 6.2e6), diskApp(QStringLiteral("cargo"), 400e3, 3.9e6) };
     return disk;
 }
 
@@ -158,19 +159,21 @@ SensorsPopoverReadings richSensors()
     sensors.gpu = 41;
     sensors.fastestFan = 1240;
     sensors.devices = {
-        device(Kind::cpu, "coretemp", 48, "",
-            { input("Package id 0", 48), input("Core 0", 46), input("Core 1", 47) }),
-        device(Kind::gpu, "amdgpu", 41, "", { input("edge", 41), input("junction", 44), input("mem", 42) }),
-        device(Kind::disk, "nvme", 86, "Samsung 980 PRO", { input("Composite", 86), input("Sensor 1", 79) }),
-        device(Kind::memory, "spd5118", 44),
-        device(Kind::mainboard, "nct6775", 38),
-        device(Kind::wiFi, "iwlwifi", 47),
+        device(Kind::cpu, QStringLiteral("coretemp"), 48, QString(),
+            { input(QStringLiteral("Package id 0"), 48), input(QStringLiteral("Core 0"), 46),
+                input(QStringLiteral("Core 1"), 47) }),
+        device(Kind::gpu, QStringLiteral("amdgpu"), 41, QString(),
+            { input(QStringLiteral("edge"), 41), input(QStringLiteral("junction"), 44),
+                input(QStringLiteral("mem"), 42) }),
+        device(Kind::disk, QStringLiteral("nvme"), 86, QStringLiteral("Samsung 980 PRO"),
+            { input(QStringLiteral("Composite"), 86), input(QStringLiteral("Sensor 1"), 79) }),
+        device(Kind::memory, QStringLiteral("spd5118"), 44),
+        device(Kind::mainboard, QStringLiteral("nct6775"), 38),
+        device(Kind::wiFi, QStringLiteral("iwlwifi"), 47),
     };
     sensors.fans = { { QStringLiteral("fan1"), QStringLiteral("Processor fan"), 0, 1240 },
         { QStringLiteral("fan2"), QStringLiteral("Chassis fan"), 0, 0 } };
-    const auto highest = [&sensors](const char* id, double value) {
-        sensors.highest.insert(QString::fromLatin1(id), value);
-    };
+    const auto highest = [&sensors](const QString& id, double value) { sensors.highest.insert(id, value); };
     highest("coretemp", 81);
     highest("amdgpu", 63);
     highest("nvme", 88);
@@ -213,8 +216,9 @@ PopoverReadings SamplePopoverReadings::poor(const QList<CoreTier>& tiers, int to
     CPUPopoverReadings& cpu = readings.cpu;
     if (totalCores == 2)
         cpu.cores = { 0.64, 0.34 };
-    cpu.apps = { cpuApp("Firefox", 0.56), cpuApp("gedit", 0.2), cpuApp("GNOME Shell", 0.14),
-        { QStringLiteral("kernel"), QString(), 0.06 }, cpuApp("NetworkManager", 0.004) };
+    cpu.apps = { cpuApp(QStringLiteral("Firefox"), 0.56), cpuApp(QStringLiteral("gedit"), 0.2),
+        cpuApp(QStringLiteral("GNOME Shell"), 0.14), { QStringLiteral("kernel"), QString(), 0.06 },
+        cpuApp(QStringLiteral("NetworkManager"), 0.004) };
     cpu.celsius = {};
     cpu.watts = {};
     cpu.powerAccess = PowerAccess::denied;

@@ -254,6 +254,9 @@ PopoverPanel SectionPanel::sensors() const
         if (rows.size() > 1) // more than the title
             sections.append(DenseSection { std::nullopt, rows });
     }
+    if (sections.isEmpty())
+        sections.append(
+            DenseSection { std::nullopt, { dimmedRow(AppLanguage::string("No sensors"), QString()) } });
     return { header(MonitorSection::sensors, sensorsHeader()), sections };
 }
 

@@ -6,11 +6,11 @@
 
 using namespace kestrum;
 using Optional = std::optional<double>;
-using Kind = SensorDevice::Kind;
+using DeviceKind = SensorDevice::Kind;
 
 namespace {
 
-SensorDevice device(const char* id, Kind kind, Optional celsius)
+SensorDevice device(const char* id, DeviceKind kind, Optional celsius)
 {
     SensorDevice result;
     result.id = QLatin1StringView(id);
@@ -23,7 +23,7 @@ SensorDevice device(const char* id, Kind kind, Optional celsius)
 SensorList::Values twoChips(Optional cpu, Optional gpu)
 {
     SensorList::Values values;
-    values.devices = { device("cpu-chip", Kind::cpu, cpu), device("gpu-chip", Kind::gpu, gpu) };
+    values.devices = { device("cpu-chip", DeviceKind::cpu, cpu), device("gpu-chip", DeviceKind::gpu, gpu) };
     values.fans = { { QStringLiteral("fan-1"), QStringLiteral("Front"), 0, 900.0 },
         { QStringLiteral("fan-2"), {}, 1, 1240.0 } };
     values.gpuWatts = 4;
@@ -149,8 +149,8 @@ private Q_SLOTS:
     {
         SensorList::Values values;
         for (const char* id : { "1", "2", "3", "4", "5", "6", "7", "8", "9", "10" })
-            values.devices.append(device(id, Kind::disk, 40));
-        values.devices.append(device("hot", Kind::other, 90));
+            values.devices.append(device(id, DeviceKind::disk, 40));
+        values.devices.append(device("hot", DeviceKind::other, 90));
         m_fixture->devices.setList(values);
         open();
         QCOMPARE(sensors().devices.size(), 8);
@@ -192,7 +192,7 @@ private Q_SLOTS:
         QCOMPARE(sensors().highest.size(), 4);
         // Of two processors, it is not known which one it was.
         SensorList::Values values = twoChips(48, 41);
-        values.devices.prepend(device("cpu-2", Kind::cpu, 47));
+        values.devices.prepend(device("cpu-2", DeviceKind::cpu, 47));
         m_fixture->devices.setList(values);
         tickUntilAnswered();
         QCOMPARE(sensors().highest.value(QStringLiteral("cpu-chip")), 48.0);

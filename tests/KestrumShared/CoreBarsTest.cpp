@@ -33,16 +33,17 @@ CoreBars twoTiers(const QList<double>& first, const QList<double>& second)
 }
 
 /// The begin and width of each bar of `colour` in one row of pixels.
-QList<std::pair<double, double>> runs(const PanelPixels& pixels, double y, const QColor& colour, double scale)
+QList<std::pair<double, double>> runs(
+    const PanelPixels& pixels, double y, const QColor& colour, double pixelsPerPoint)
 {
     QList<std::pair<double, double>> runs;
     bool isInside = false;
-    for (double x = 0; x < sectionWidth; x += 1 / scale) {
-        const bool isBar = PanelPixels::isNear(pixels.at(x + 0.1 / scale, y), colour);
+    for (double x = 0; x < sectionWidth; x += 1 / pixelsPerPoint) {
+        const bool isBar = PanelPixels::isNear(pixels.at(x + 0.1 / pixelsPerPoint, y), colour);
         if (isBar && !isInside)
             runs.append({ x, 0 });
         if (isBar)
-            runs.last().second += 1 / scale;
+            runs.last().second += 1 / pixelsPerPoint;
         isInside = isBar;
     }
     return runs;

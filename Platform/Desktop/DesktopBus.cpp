@@ -4,13 +4,13 @@
 #include "Platform/Files/RuntimeDirectory.h"
 #include "Platform/Log/Log.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusVariant>
 #include <QFile>
-#include <QFuture>
-#include <QPromise>
+#include <QPointer>
 #include <QStringList>
 #include <QThreadPool>
 #include <fcntl.h>
@@ -70,13 +70,18 @@ void DesktopBus::nameToToolkit()
 void DesktopBus::join(
     const QString& address, const QString& name, QObject* context, std::function<void(bool)> joined)
 {
-    auto promise = std::make_shared<QPromise<bool>>();
-    promise->future().then(context, std::move(joined));
-    QThreadPool::globalInstance()->start([promise, address, name] {
-        promise->start();
-        promise->addResult(QDBusConnection::connectToBus(address, name).isConnected());
-        promise->finish();
-    });
+    // The toolkit's futures would call a context that has been destroyed meanwhile, so the main thread looks first.
+    QThreadPool::globalInstance()->start(
+        [address, name, guard = QPointer<QObject>(context), joined = std::move(joined)] {
+            const bool isJoined = QDBusConnection::connectToBus(address, name).isConnected();
+            const auto tell = [guard, joined, isJoined] {
+                if (guard)
+                    joined(isJoined);
+            };
+            // The application waits for this thread before it is gone.
+            if (QCoreApplication* application = QCoreApplication::instance())
+                QMetaObject::invokeMethod(application, tell, Qt::QueuedConnection);
+        });
 }
 
 void DesktopBus::call(const QString& connection, const QDBusMessage& message, QObject* context,

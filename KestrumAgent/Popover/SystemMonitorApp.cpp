@@ -72,33 +72,24 @@ QByteArrayList inTerminal(const QByteArrayList& words)
     return {};
 }
 
-/// `words` without the places for files and names, which nothing is to be put into.
-QByteArrayList withoutFields(const QByteArrayList& words)
-{
-    QByteArrayList plain;
-    for (QByteArray word : words) {
-        if (word.size() == 2 && word.startsWith('%') && word != "%%")
-            continue;
-        plain.append(word.replace("%%", "%"));
-    }
-    return plain;
-}
-
 /// The command of the desktop entry with that id; empty if it is not there, switched off, or names a missing program.
 QByteArrayList commandOfEntry(const QString& id)
 {
     const QString name = id.endsWith(QLatin1StringView(".desktop")) ? id : id + QStringLiteral(".desktop");
-    QFile file(
-        name.contains(u'/') ? QString() : QStandardPaths::locate(QStandardPaths::ApplicationsLocation, name));
-    if (!file.open(QIODevice::ReadOnly))
+    const QString path = name.contains(u'/')
+        ? QString()
+        : QStandardPaths::locate(QStandardPaths::ApplicationsLocation, name);
+    QFile file(path);
+    if (path.isEmpty() || !file.open(QIODevice::ReadOnly))
         return {};
     const DesktopEntry entry = DesktopEntry::parsed(file.read(longestEntry));
     const auto tried = entry.value("TryExec");
     if (entry.value("Hidden") == "true"
         || (tried && installed({ DesktopEntry::unescaped(*tried) }).isEmpty()))
         return {};
-    const QByteArrayList words
-        = installed(withoutFields(DesktopEntry::wordsOf(entry.value("Exec").value_or(QByteArray()))));
+    QByteArrayList words = DesktopEntry::wordsOf(entry.value("Exec").value_or(QByteArray()));
+    words.removeAll(QByteArray()); // the places for files, of which there are none
+    words = installed(words);
     return entry.value("Terminal") == "true" && !words.isEmpty() ? inTerminal(words) : words;
 }
 

@@ -1,19 +1,9 @@
 // The built agent on headless Wayland desktops. sway supports layers, and the tests check the strip on pictures of its desktop.
 // cage has no layers. sway refuses root, so compositors and agents run as an ordinary user.
 
-#include "tests/Support/DesktopFixture.h"
-#include "tests/Support/OrdinaryUser.h"
-#include "tests/Support/Pixels.h"
-#include "tests/Support/StandIns.h"
-#include "tests/Support/TestHome.h"
+#include "tests/Support/WaylandDesktop.h"
 
 #include <QCoreApplication>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QRegularExpression>
-#include <cmath>
-#include <sys/stat.h>
-#include <unistd.h>
 
 using namespace kestrum;
 
@@ -21,61 +11,10 @@ using Programs::patience;
 
 namespace {
 
-constexpr uid_t nobody = 65534;
-const QColor plateColour(222, 222, 222);
-
-QString place(const char* relative)
-{
-    return TestHome::root() + u'/' + QString::fromLatin1(relative);
-}
-
-QString agentProgram()
-{
-    return StandIns::agentOf(place("Kestrum.app"));
-}
-
-QByteArray kestrumctl(const QStringList& arguments)
-{
-    return outputAsUser(QStringList(place("Kestrum.app/Contents/MacOS/kestrumctl")) + arguments);
-}
-
-void write(const char* key, const char* json)
-{
-    kestrumctl({ text("write"), text(key), text(json) });
-}
-
 void hideItems(std::initializer_list<const char*> keys)
 {
     for (const char* key : keys)
-        write(key, "false");
-}
-
-/// The name of the compositor's socket; empty while there is no socket.
-QString waylandSocket()
-{
-    const QStringList sockets = QDir(TestHome::runtimeDirectory())
-                                    .entryList({ text("wayland-*") }, QDir::System | QDir::Files)
-                                    .filter(QRegularExpression(text("^wayland-[0-9]+$")));
-    return sockets.isEmpty() ? QString() : sockets.first();
-}
-
-QImage screen()
-{
-    const QString file = TestHome::runtimeDirectory() + text("/screen.png");
-    outputAsUser({ text("grim"), file });
-    return QImage(file);
-}
-
-/// The rectangle of the strip's plate on the screen.
-QRect shownPlate()
-{
-    return areaOf(screen(), plateColour);
-}
-
-int expectedWidth()
-{
-    const QJsonObject strip = QJsonDocument::fromJson(kestrumctl(words("describe"))).object();
-    return int(std::ceil(strip[QLatin1StringView("width")].toDouble())) + 2 * DesktopFixture::stripSideRoom;
+        WaylandDesktop::writeSetting(key, "false");
 }
 
 } // namespace
@@ -89,17 +28,21 @@ class AgentWaylandTest : public QObject {
     void startCompositor(const QStringList& command)
     {
         m_compositor = startedAsUser(command);
-        QTRY_VERIFY_WITH_TIMEOUT(!waylandSocket().isEmpty(), patience);
-        qputenv("WAYLAND_DISPLAY", waylandSocket().toUtf8());
+        QTRY_VERIFY_WITH_TIMEOUT(!WaylandDesktop::socket().isEmpty(), patience);
+        qputenv("WAYLAND_DISPLAY", WaylandDesktop::socket().toUtf8());
     }
 
-    static void waitForStrip() { QTRY_COMPARE_WITH_TIMEOUT(shownPlate().width(), expectedWidth(), patience); }
+    static void waitForStrip()
+    {
+        QTRY_COMPARE_WITH_TIMEOUT(
+            WaylandDesktop::shownPlate().width(), WaylandDesktop::expectedWidth(), patience);
+    }
 
     void startOnSway()
     {
-        startCompositor(words("sway -c") << place("sway.conf"));
-        QTRY_VERIFY_WITH_TIMEOUT(screen().width() == 1000, patience);
-        m_agent = startedAsUser({ agentProgram() });
+        startCompositor(words("sway -c") << WaylandDesktop::place("sway.conf"));
+        QTRY_VERIFY_WITH_TIMEOUT(WaylandDesktop::screen().width() == 1000, patience);
+        m_agent = startedAsUser({ WaylandDesktop::agentProgram() });
         waitForStrip();
     }
 
@@ -107,7 +50,7 @@ class AgentWaylandTest : public QObject {
     void startOnCage()
     {
         startCompositor(words("cage -- cat"));
-        m_agent = startedAsUser({ agentProgram() });
+        m_agent = startedAsUser({ WaylandDesktop::agentProgram() });
         m_agent->setReadChannel(QProcess::StandardError);
         QVERIFY(m_agent->waitForReadyRead(patience));
     }
@@ -125,33 +68,18 @@ private Q_SLOTS:
     {
         // Qt leaks a few bytes in the Wayland library and unloads this library, so a leak report cannot name the library.
         qputenv("ASAN_OPTIONS", "detect_leaks=0");
-        // An ordinary user may have no access to the build folder, so the user runs copies of the programs.
+        QVERIFY(WaylandDesktop::install());
         const QString built = qEnvironmentVariable("KESTRUM_BUILD") + u'/';
-        for (const char* program : { "Kestrum.app/Contents/MacOS/kestrumctl",
-                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/MacOS/KestrumAgent" }) {
-            QVERIFY(QDir().mkpath(QFileInfo(place(program)).path()));
-            QVERIFY(QFile::copy(built + QString::fromLatin1(program), place(program)));
-        }
-        // The translations and property lists are copied, too.
-        for (const char* part : { "Kestrum.app/Contents/Resources", "Kestrum.app/Contents/Info.plist",
-                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Resources",
-                 "Kestrum.app/Contents/Library/LoginItems/KestrumAgent.app/Contents/Info.plist" })
-            Programs::output(text("cp"), { text("-r"), built + text(part), place(part) });
-        QVERIFY(QFile::copy(built + text("tests/StandInTray"), place("StandInTray")));
-        kestrum::write(place("sway.conf"),
+        QVERIFY(QFile::copy(built + text("tests/StandInTray"), WaylandDesktop::place("StandInTray")));
+        kestrum::write(WaylandDesktop::place("sway.conf"),
             "output * resolution 1000x400 bg #204060 solid_color\nbar {\n  position top\n}\n");
-        if (::geteuid() == 0) {
-            QCOMPARE(::chmod(QFile::encodeName(TestHome::root()).constData(), 0711), 0);
-            for (const QByteArray& folder : { qgetenv("XDG_CONFIG_HOME"), qgetenv("XDG_RUNTIME_DIR") })
-                QCOMPARE(::chown(folder.constData(), nobody, nobody), 0);
-        }
     }
 
     void init()
     {
         QDir(TestHome::configDirectory()).removeRecursively();
         // The interval is so long that only a change of the settings repaints during a test.
-        write("refreshInterval", "60");
+        WaylandDesktop::writeSetting("refreshInterval", "60");
     }
 
     void cleanup()
@@ -166,16 +94,16 @@ private Q_SLOTS:
         }
         m_agent.reset();
         m_compositor.reset();
-        QTRY_VERIFY_WITH_TIMEOUT(waylandSocket().isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(WaylandDesktop::socket().isEmpty(), patience);
     }
 
     void theStripIsALayerAtTheTrailingEndBelowTheBar()
     {
         startOnSway();
-        const QImage picture = screen();
+        const QImage picture = WaylandDesktop::screen();
         if (const QString folder = qEnvironmentVariable("KESTRUM_TEST_PICTURES"); !folder.isEmpty())
             picture.save(folder + text("/agent-wayland.png"));
-        const QRect strip = areaOf(picture, plateColour);
+        const QRect strip = areaOf(picture, WaylandDesktop::plateColour);
         QCOMPARE(strip.height(), DesktopFixture::stripHeight);
         QCOMPARE(strip.right(), picture.width() - 1);
         // The desktop is right below the strip. Right above the strip is the bar, which has another colour.
@@ -190,26 +118,26 @@ private Q_SLOTS:
     void itFollowsTheSettings()
     {
         startOnSway();
-        write("showMemoryItem", "false");
+        WaylandDesktop::writeSetting("showMemoryItem", "false");
         waitForStrip();
-        const QImage bars = screen();
-        write("meterStyle", "\"wave\"");
-        QTRY_VERIFY_WITH_TIMEOUT(screen() != bars, patience);
+        const QImage bars = WaylandDesktop::screen();
+        WaylandDesktop::writeSetting("meterStyle", "\"wave\"");
+        QTRY_VERIFY_WITH_TIMEOUT(WaylandDesktop::screen() != bars, patience);
         hideItems({ "showCPUItem", "showStorageItem", "showSensorsItem" });
-        QTRY_VERIFY_WITH_TIMEOUT(shownPlate().isEmpty(), patience);
-        write("showCPUItem", "true");
+        QTRY_VERIFY_WITH_TIMEOUT(WaylandDesktop::shownPlate().isEmpty(), patience);
+        WaylandDesktop::writeSetting("showCPUItem", "true");
         waitForStrip();
     }
 
     void inALanguageFromTheRightItStandsAtTheOtherEnd()
     {
         startOnSway();
-        const QRect before = shownPlate();
-        write("language", "\"ar\"");
-        QTRY_COMPARE_WITH_TIMEOUT(shownPlate().left(), 0, patience);
-        QCOMPARE(shownPlate().size(), before.size());
-        write("language", "\"en\"");
-        QTRY_COMPARE_WITH_TIMEOUT(shownPlate(), before, patience);
+        const QRect before = WaylandDesktop::shownPlate();
+        WaylandDesktop::writeSetting("language", "\"ar\"");
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().left(), 0, patience);
+        QCOMPARE(WaylandDesktop::shownPlate().size(), before.size());
+        WaylandDesktop::writeSetting("language", "\"en\"");
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate(), before, patience);
     }
 
     void itComesBackWithTheScreen()
@@ -227,7 +155,7 @@ private Q_SLOTS:
         startOnSway();
         m_agent->terminate();
         QCOMPARE(Programs::ended(*m_agent).code, 0);
-        QTRY_VERIFY_WITH_TIMEOUT(shownPlate().isEmpty(), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(WaylandDesktop::shownPlate().isEmpty(), patience);
     }
 
     void withoutLayersItIsAStatusIconOnceThereIsAPlaceForThem()
@@ -240,7 +168,7 @@ private Q_SLOTS:
         qputenv("XDG_CURRENT_DESKTOP", "GNOME");
         startOnCage();
         QVERIFY(m_agent->readAllStandardError().contains("neither a place"));
-        const auto tray = startedAsUser({ place("StandInTray") });
+        const auto tray = startedAsUser({ WaylandDesktop::place("StandInTray") });
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
         qunsetenv("XDG_CURRENT_DESKTOP");
         QVERIFY(tray->waitForReadyRead(patience));

@@ -1,0 +1,186 @@
+// The popovers of the built agent on a Wayland desktop with layers. sway runs in a window of an X display, where xdotool works
+// the mouse and the keyboard.
+
+#include "tests/Support/VirtualDisplay.h"
+#include "tests/Support/WaylandDesktop.h"
+
+#include <QCoreApplication>
+
+using namespace kestrum;
+
+using Programs::patience;
+
+class PopoverWaylandTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<QProcess> m_compositor;
+    std::unique_ptr<QProcess> m_agent;
+    QRect m_plate;
+    QMap<QString, int> m_middles;
+
+    static constexpr QPoint desktop { 200, 600 };
+
+    /// The middle of an item. The compositor's window is at the top left of the X display, so its places are the display's.
+    QPoint item(const char* section) const
+    {
+        return { m_plate.left() + DesktopFixture::stripSideRoom + m_middles.value(text(section)),
+            m_plate.center().y() };
+    }
+    static void click(QPoint place)
+    {
+        DesktopFixture::moveTo(place);
+        QTest::qWait(50); // the compositor hears of the two by different ways
+        VirtualDisplay::xdotool("click 1");
+    }
+    static void key(const char* name) { VirtualDisplay::xdotool("key " + QByteArray(name)); }
+
+    /// The popover: what covers the desktop below the strip.
+    QRect popover() const
+    {
+        const QImage picture = WaylandDesktop::screen();
+        const QRect below(0, m_plate.bottom() + 1, picture.width(), picture.height() - m_plate.bottom() - 1);
+        const QColor empty(0x20, 0x40, 0x60);
+        const QRect area = areaOf(
+            picture.copy(below), [&empty](const QColor& pixel) { return pixel.rgb() != empty.rgb(); });
+        return area.isNull() ? QRect() : area.translated(below.topLeft());
+    }
+    void waitForNone() const { QTRY_VERIFY_WITH_TIMEOUT(popover().isNull(), patience); }
+    int expectedLeft(const char* section) const
+    {
+        return std::min(item(section).x() - 150, m_plate.right() + 1 - 8 - 300);
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        // Qt leaks a few bytes in the Wayland library and unloads this library, so a leak report cannot name the library.
+        qputenv("ASAN_OPTIONS", "detect_leaks=0");
+        QVERIFY(WaylandDesktop::install());
+        kestrum::write(WaylandDesktop::place("sway.conf"),
+            "output * bg #204060 solid_color\nbar {\n  position top\n  status_command true\n}\n");
+        WaylandDesktop::writeSetting("refreshInterval", "60");
+        m_compositor = startedAsUser(words("sway -c") << WaylandDesktop::place("sway.conf"));
+        QTRY_VERIFY_WITH_TIMEOUT(!WaylandDesktop::socket().isEmpty(), patience);
+        qputenv("WAYLAND_DISPLAY", WaylandDesktop::socket().toUtf8());
+        QTRY_VERIFY_WITH_TIMEOUT(!WaylandDesktop::screen().isNull(), patience);
+        qputenv("QT_QPA_PLATFORM", "wayland");
+        m_agent = startedAsUser({ WaylandDesktop::agentProgram() });
+        QTRY_COMPARE_WITH_TIMEOUT(
+            WaylandDesktop::shownPlate().width(), WaylandDesktop::expectedWidth(), patience);
+        m_plate = WaylandDesktop::shownPlate();
+        const QJsonArray items = WaylandDesktop::strip()[QLatin1StringView("items")].toArray();
+        for (const auto& each : items) {
+            const QJsonObject object = each.toObject();
+            m_middles.insert(object[QLatin1StringView("section")].toString(),
+                int(object[QLatin1StringView("x")].toDouble()
+                    + object[QLatin1StringView("width")].toDouble() / 2));
+        }
+    }
+    void cleanupTestCase()
+    {
+        if (m_agent)
+            Programs::end(*m_agent);
+        if (m_compositor)
+            Programs::end(*m_compositor);
+    }
+    void cleanup()
+    {
+        QCOMPARE(m_agent->state(), QProcess::Running);
+        WaylandDesktop::kestrumctl({ text("popover"), text("close") });
+        waitForNone();
+    }
+
+    void aClickOpensItBelowItsItemAndASecondOneClosesIt()
+    {
+        click(item("storage"));
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        QCOMPARE(popover().top(), m_plate.bottom() + 1 + 6);
+        QVERIFY2(std::abs(popover().left() - expectedLeft("storage")) <= 1,
+            QByteArray::number(popover().left()).constData());
+        click(item("storage"));
+        waitForNone();
+    }
+
+    void anotherItemsClickChangesItInOneGo()
+    {
+        click(item("cpu"));
+        QTRY_COMPARE_WITH_TIMEOUT(popover().right(), m_plate.right() - 8, patience);
+        const QRect atTheEnd = popover();
+        click(item("storage"));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull() && popover().left() < atTheEnd.left(), patience);
+        // With the keyboard, back to the end.
+        key("Left");
+        QTRY_COMPARE_WITH_TIMEOUT(popover(), atTheEnd, patience);
+    }
+
+    void aPressElsewhereClosesIt()
+    {
+        click(item("cpu"));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        click(popover().center());
+        QTest::qWait(200);
+        QVERIFY(!popover().isNull());
+        click(desktop);
+        waitForNone();
+    }
+
+    void escapeClosesIt()
+    {
+        click(item("cpu"));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        key("Escape");
+        waitForNone();
+    }
+
+    void aPinnedOneStays()
+    {
+        click(item("cpu"));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        key("p");
+        QTest::qWait(200);
+        click(desktop);
+        QTest::qWait(200);
+        QVERIFY(!popover().isNull());
+        click(item("cpu"));
+        waitForNone();
+    }
+
+    void aPinnedOneThatIsUnpinnedClosesAgain()
+    {
+        click(item("cpu"));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        key("p");
+        QTest::qWait(200);
+        // It has the keyboard again after a press on it.
+        click(popover().center());
+        key("p");
+        QTest::qWait(200);
+        QVERIFY(!popover().isNull());
+        click(desktop);
+        waitForNone();
+    }
+
+    void aCommandOpensIt()
+    {
+        WaylandDesktop::kestrumctl({ text("popover"), text("memory") });
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        key("Escape"); // it has the keyboard
+        waitForNone();
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(PopoverWaylandTest)(int argc, char** argv)
+{
+    const TestHome home;
+    const VirtualDisplay display;
+    if (!display.isUp())
+        return 1;
+    qunsetenv("WAYLAND_DISPLAY");
+    qputenv("WLR_BACKENDS", "x11");
+    qputenv("WLR_RENDERER", "pixman");
+    QCoreApplication application(argc, argv);
+    PopoverWaylandTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "PopoverWaylandTest.moc"

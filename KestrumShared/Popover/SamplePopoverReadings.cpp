@@ -174,14 +174,14 @@ SensorsPopoverReadings richSensors()
     sensors.fans = { { QStringLiteral("fan1"), QStringLiteral("Processor fan"), 0, 1240 },
         { QStringLiteral("fan2"), QStringLiteral("Chassis fan"), 0, 0 } };
     const auto highest = [&sensors](const QString& id, double value) { sensors.highest.insert(id, value); };
-    highest("coretemp", 81);
-    highest("amdgpu", 63);
-    highest("nvme", 88);
-    highest("spd5118", 46);
-    highest("nct6775", 40);
-    highest("iwlwifi", 49);
-    highest("fan1", 2310);
-    highest("fan2", 880);
+    highest(QStringLiteral("coretemp"), 81);
+    highest(QStringLiteral("amdgpu"), 63);
+    highest(QStringLiteral("nvme"), 88);
+    highest(QStringLiteral("spd5118"), 46);
+    highest(QStringLiteral("nct6775"), 40);
+    highest(QStringLiteral("iwlwifi"), 49);
+    highest(QStringLiteral("fan1"), 2310);
+    highest(QStringLiteral("fan2"), 880);
     sensors.highestSince = std::chrono::system_clock::from_time_t(1'767'258'000);
     sensors.cpuHistory = curve({ 50, 47, 48, 55, 66, 54, 47, 48, 47, 56, 73, 58, 49, 47, 48 }, 1.5);
     sensors.gpuHistory = curve({ 40, 41, 40, 41, 41, 42, 40, 41, 41, 42, 52, 46, 40, 41, 41 }, 0.8);

@@ -8,7 +8,7 @@
 
 using namespace kestrum;
 
-class KestrumctlPopoverRequestTest : public KestrumctlAgentFixture {
+class KestrumctlPopoverVerbTest : public KestrumctlAgentFixture {
     Q_OBJECT
 
 private Q_SLOTS:
@@ -58,5 +58,5 @@ private:
     }
 };
 
-KESTRUM_TEST_MAIN_APART(QCoreApplication, KestrumctlPopoverRequestTest)
-#include "KestrumctlPopoverRequestTest.moc"
+KESTRUM_TEST_MAIN_APART(QCoreApplication, KestrumctlPopoverVerbTest)
+#include "KestrumctlPopoverVerbTest.moc"

@@ -1,7 +1,7 @@
 // The popover's window: sizes, scrolling, the pointer, the keyboard, and what screen readers are told.
 
 #include "tests/Support/PaintWatcher.h"
-#include "tests/Support/PopoverAgentFixture.h"
+#include "tests/Support/PopoverWindowFixture.h"
 #include "tests/Support/TestHome.h"
 
 #include <QAccessible>
@@ -22,12 +22,12 @@ class PopoverWindowTest : public QObject {
     {
         return acted.value(index).value(0).value<PanelAction>().kind;
     }
-    static void key(PopoverAgentFixture& popover, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    static void key(PopoverWindowFixture& popover, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
         QTest::keyClick(&popover.window, key, modifiers);
     }
     /// Presses `keys` one after the other, and returns what has the focus after each.
-    static QStringList focusedBy(PopoverAgentFixture& popover, const QList<Qt::Key>& keys)
+    static QStringList focusedBy(PopoverWindowFixture& popover, const QList<Qt::Key>& keys)
     {
         QStringList names;
         for (const Qt::Key each : keys) {
@@ -40,7 +40,7 @@ class PopoverWindowTest : public QObject {
 private Q_SLOTS:
     void itIsAsLargeAsItsContentButNotHigherThanTheRoom()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QCOMPARE(popover.window.sizeFor(10000), QSize(300, 40 + 100 + 200 + 3));
         QCOMPARE(popover.window.sizeFor(200), QSize(300, 200));
         popover.scale = 1.5;
@@ -61,7 +61,7 @@ private Q_SLOTS:
 
     void aPressAndReleaseOnOneElementActs()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QSignalSpy acted(&popover.window, &PopoverWindow::acted);
         const QPoint gear(282, 20), pin(252, 20);
         QTest::mousePress(&popover.window, Qt::LeftButton, {}, pin);
@@ -75,7 +75,7 @@ private Q_SLOTS:
 
     void atAScaleTheElementsAreWhereTheyAreSeen()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         popover.scale = 1.5;
         popover.show();
         QSignalSpy acted(&popover.window, &PopoverWindow::acted);
@@ -85,7 +85,7 @@ private Q_SLOTS:
 
     void aGraphKnowsWhereThePointerIsAndIsPaintedAgain()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QVERIFY(QTest::qWaitForWindowExposed(&popover.window));
         QTest::mouseMove(&popover.window, QPoint(150, 100));
         QTest::qWait(20);
@@ -102,7 +102,7 @@ private Q_SLOTS:
 
     void rowsKeepTheirPlacesWhileTheUserIsAtThem()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QSignalSpy held(&popover.window, &PopoverWindow::listHeld);
         QTest::mouseMove(&popover.window, QPoint(100, 77));
         QTRY_COMPARE(held.count(), 1);
@@ -119,7 +119,7 @@ private Q_SLOTS:
 
     void whatDoesNotFitIsScrolledBelowTheHeader()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         popover.list.colour = Qt::green;
         popover.graph.colour = Qt::blue;
         popover.show(200);
@@ -140,7 +140,7 @@ private Q_SLOTS:
 
     void whatIsBelowTheHeaderCannotBePressedThroughIt()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         popover.show(200);
         key(popover, Qt::Key_PageDown);
         QSignalSpy acted(&popover.window, &PopoverWindow::acted);
@@ -151,7 +151,7 @@ private Q_SLOTS:
 
     void theFocusIsScrolledIntoView()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         popover.show(90);
         key(popover, Qt::Key_End);
         QCOMPARE(popover.focused(), QStringLiteral("Kernel, cores 0.1"));
@@ -165,7 +165,7 @@ private Q_SLOTS:
 
     void tabGoesThroughAllThatCanBeUsed()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         const QList<Qt::Key> tabs(7, Qt::Key_Tab);
         QCOMPARE(focusedBy(popover, tabs).join(u'|'),
             QStringLiteral("Keep open|Settings…|Open System Monitor|Firefox, cores 3.9|cargo, cores 2.2|"
@@ -175,7 +175,7 @@ private Q_SLOTS:
 
     void theArrowsGoThroughTheRows()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         using enum Qt::Key;
         QCOMPARE(focusedBy(popover, { Key_Down, Key_Down, Key_Up, Key_Up, Key_End, Key_Down, Key_Home })
                      .join(u'|'),
@@ -185,7 +185,7 @@ private Q_SLOTS:
 
     void keysAct()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QSignalSpy acted(&popover.window, &PopoverWindow::acted);
         QSignalSpy closed(&popover.window, &PopoverWindow::closeRequested);
         QSignalSpy stepped(&popover.window, &PopoverWindow::neighbourRequested);
@@ -213,7 +213,7 @@ private Q_SLOTS:
 
     void copyTakesTheFocusedRowOrAll()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         key(popover, Qt::Key_C, Qt::ControlModifier);
         QCOMPARE(QApplication::clipboard()->text(),
             QStringLiteral("CPU\t49 %\nAPPS\nFirefox\t3.9\ncargo\t2.2\nKernel\t0.1\n"));
@@ -224,7 +224,7 @@ private Q_SLOTS:
 
     void theFocusIsSeenOnlyAfterKeys()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         const QImage plain = popover.window.grab().toImage();
         key(popover, Qt::Key_Down);
         QVERIFY(popover.window.grab().toImage() != plain);
@@ -234,7 +234,7 @@ private Q_SLOTS:
 
     void theFocusStaysWhenValuesChangeAndGoesWithItsElement()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         key(popover, Qt::Key_End);
         popover.list.elements[0].children[3].columns[1] = QStringLiteral("0.2");
         popover.show();
@@ -248,7 +248,7 @@ private Q_SLOTS:
 
     void aScreenReaderFindsADialogWithAllElements()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QAccessibleInterface* dialog = QAccessible::queryAccessibleInterface(&popover.window);
         QCOMPARE(dialog->role(), QAccessible::Dialog);
         QCOMPARE(dialog->text(QAccessible::Name), QStringLiteral("CPU, 49 %"));
@@ -273,7 +273,7 @@ private Q_SLOTS:
 
     void aScreenReaderPressesAndFocuses()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QSignalSpy acted(&popover.window, &PopoverWindow::acted);
         QAccessibleInterface* dialog = QAccessible::queryAccessibleInterface(&popover.window);
         QAccessibleInterface* gear = dialog->child(2);
@@ -290,7 +290,7 @@ private Q_SLOTS:
 
     void aScreenReadersElementsLiveAsLongAsTheirPlaces()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         QAccessibleInterface* dialog = QAccessible::queryAccessibleInterface(&popover.window);
         QAccessibleInterface* kernel = dialog->child(3)->child(3);
         popover.list.elements[0].children[3].name = QStringLiteral("Kernel, cores 0.2");

@@ -34,7 +34,7 @@ struct PlainPart {
 };
 
 /// A popover's window with a header, a list and a graph.
-struct PopoverAgentFixture {
+struct PopoverWindowFixture {
     using Kind = PanelAction::Kind;
     using Role = PanelElement::Role;
 
@@ -44,7 +44,7 @@ struct PopoverAgentFixture {
     PlainPart graph { 200 };
     double scale = 1;
 
-    PopoverAgentFixture()
+    PopoverWindowFixture()
     {
         PanelElement title = element(Role::text, "CPU, 49 %");
         title.columns = { QStringLiteral("CPU"), QStringLiteral("49 %") };

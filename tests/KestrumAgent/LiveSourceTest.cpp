@@ -94,6 +94,26 @@ private Q_SLOTS:
         QCOMPARE(changed.count(), 0);
     }
 
+    void closedPopoversNeedNoThread()
+    {
+        Setting(Keys::cpuReadout).set(CPUReadout::usage);
+        show({ MonitorSection::cpu, MonitorSection::memory });
+        const auto threads = [] {
+            return QDir(QStringLiteral("/proc/self/task"))
+                .entryList(QDir::Dirs | QDir::NoDotAndDotDot)
+                .size();
+        };
+        const auto before = threads();
+        Sampler sampler(nullptr, m_machine->root());
+        LiveSource source(sampler, m_machine->root());
+        const QSignalSpy sampled(&sampler, &Sampler::sampled);
+        sampler.adoptSettings();
+        QTRY_VERIFY_WITH_TIMEOUT(sampled.count() >= 5, 5000);
+        QCOMPARE(threads(), before);
+        source.opened(MonitorSection::cpu);
+        QVERIFY(threads() > before);
+    }
+
     void anApproachIsNoChange()
     {
         show({});

@@ -6,7 +6,6 @@
 #include "tests/Support/TestHome.h"
 
 using namespace kestrum;
-using Optional = std::optional<double>;
 
 namespace {
 

@@ -5,12 +5,12 @@
 #include <QElapsedTimer>
 
 using namespace kestrum;
-using Optional = std::optional<double>;
+using Measured = std::optional<double>;
 using DeviceKind = SensorDevice::Kind;
 
 namespace {
 
-SensorDevice device(const char* id, DeviceKind kind, Optional celsius)
+SensorDevice device(const char* id, DeviceKind kind, Measured celsius)
 {
     SensorDevice result;
     result.id = QLatin1StringView(id);
@@ -20,7 +20,7 @@ SensorDevice device(const char* id, DeviceKind kind, Optional celsius)
     return result;
 }
 
-SensorList::Values twoChips(Optional cpu, Optional gpu)
+SensorList::Values twoChips(Measured cpu, Measured gpu)
 {
     SensorList::Values values;
     values.devices = { device("cpu-chip", DeviceKind::cpu, cpu), device("gpu-chip", DeviceKind::gpu, gpu) };
@@ -98,10 +98,10 @@ private Q_SLOTS:
         QVERIFY(sensors().hasBattery && sensors().battery);
         QCOMPARE(sensors().battery->charge, 0.78);
         // The item's readout is the power, so the other values are those of the list.
-        QCOMPARE(sensors().systemWatts, Optional(24));
-        QCOMPARE(sensors().hottest, Optional(48));
-        QCOMPARE(sensors().gpu, Optional(41));
-        QCOMPARE(sensors().fastestFan, Optional(1240));
+        QCOMPARE(sensors().systemWatts, Measured(24));
+        QCOMPARE(sensors().hottest, Measured(48));
+        QCOMPARE(sensors().gpu, Measured(41));
+        QCOMPARE(sensors().fastestFan, Measured(1240));
         QVERIFY(sensors().highestSince.time_since_epoch().count() > 0);
     }
 
@@ -226,9 +226,9 @@ private Q_SLOTS:
         m_fixture->tick();
         m_fixture->reader.opened(MonitorSection::sensors);
         QTRY_COMPARE_WITH_TIMEOUT(sensors().devices.size(), 2, 5000);
-        QCOMPARE(sensors().gpu, Optional(70));
-        QCOMPARE(sensors().hottest, Optional(71));
-        QCOMPARE(sensors().fastestFan, Optional(72));
+        QCOMPARE(sensors().gpu, Measured(70));
+        QCOMPARE(sensors().hottest, Measured(71));
+        QCOMPARE(sensors().fastestFan, Measured(72));
     }
 
     void eachOpeningIsNewToTheList()

@@ -67,6 +67,14 @@ std::optional<QList<AppUse>> TopApps::measure(
             : column == Column::disk          ? Extra::volumes
                                               : Extra::none,
         m_now);
+    if (m_now.empty()) {
+        // The table could not be read. Against no list, each process would count as new, with all it has ever used.
+        m_time.clear();
+        m_read.clear();
+        m_written.clear();
+        m_last.reset();
+        return std::nullopt;
+    }
     m_match.match(m_before, m_now);
     const std::vector<int>& places = m_grouping.group(m_before, m_now, m_match, language);
 

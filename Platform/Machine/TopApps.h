@@ -29,7 +29,7 @@ public:
     /// Takes a sample, and gives all apps in no particular order with what they used since the last sample. `memory` is given
     /// for the column `memory` only, rates for `disk` only; a rate of reading and writing is known for the user's own processes
     /// only, and apps without such a process are left out. Gives nothing while there is no sample to compare with, which the
-    /// column `memory` does not need. `now` is a clock that only goes forward.
+    /// column `memory` does not need; and nothing if no process can be read. `now` is a clock that only goes forward.
     std::optional<QList<AppUse>> sample(Column column, const AppLanguageTexts& language,
         Nanoseconds now = std::chrono::steady_clock::now().time_since_epoch());
 

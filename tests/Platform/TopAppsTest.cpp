@@ -211,13 +211,33 @@ private Q_SLOTS:
         QCOMPARE(apps->first().name, QStringLiteral("a"));
     }
 
-    void machineWithoutProcessesHasNoApps()
+    void machineWithoutProcessesHasNothingToShow()
     {
         TopApps apps(QStringLiteral("/nowhere"), {});
         const AppLanguageTexts language;
-        QVERIFY(!apps.sample(Column::cpu, language, 1s));
-        QCOMPARE(apps.sample(Column::cpu, language, 2s), QList<AppUse>());
-        QCOMPARE(apps.sample(Column::memory, language, 3s), QList<AppUse>());
+        for (const auto time : { 1s, 2s }) {
+            for (const Column column : { Column::cpu, Column::memory, Column::disk })
+                QVERIFY(!apps.sample(column, language, time));
+        }
+    }
+
+    // Where a program has no more descriptors, it reads no process.
+    void afterAnEmptyListNothingIsMeasuredAgainstIt()
+    {
+        add({ .pid = 5, .command = "a", .time = 1000 * m_second });
+        addVolumes(5, 1'000'000, 0);
+        QVERIFY(!sample(Column::disk, 0s));
+        QVERIFY(sample(Column::disk, 2s));
+        m_processes->remove(5);
+        QVERIFY(!sample(Column::disk, 4s));
+        add({ .pid = 5, .command = "a", .time = 1001 * m_second });
+        addVolumes(5, 1'000'600, 0);
+        QVERIFY(!sample(Column::disk, 6s));
+        add({ .pid = 5, .command = "a", .time = 1002 * m_second });
+        addVolumes(5, 1'000'800, 0);
+        const Apps apps = sample(Column::disk, 8s);
+        QCOMPARE(app(apps, "a").cores, 0.5);
+        QCOMPARE(app(apps, "a").readRate, 100.0);
     }
 
     void samplesTakeAtMostAHundredthOfACore()

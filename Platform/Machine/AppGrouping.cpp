@@ -12,8 +12,9 @@ namespace {
 // Apps and groups that are gone are not removed one by one. When there are too many, all are found anew. Each one in use has a
 // process, so it never comes to that twice in a row.
 constexpr std::size_t mostUnused = 256;
-// Desktops move an app into its control group only after its start. This is the time, in clock ticks, after which it is there.
-constexpr quint64 youth = 200;
+// Desktops move an app into its control group only after its start. This is the time after which it is there.
+constexpr std::chrono::seconds youth { 2 };
+constexpr quint64 youthTicks = 200; // of the clock of processes' starts
 constexpr qsizetype shownIdDigits = 6;
 
 QString decoded(const QByteArray& bytes)
@@ -30,7 +31,7 @@ AppGrouping::AppGrouping(const ProcessList& processes, const QStringList& dataFo
 }
 
 const std::vector<int>& AppGrouping::group(const ProcessSamples& before, const ProcessSamples& now,
-    const ProcessMatch& match, const AppLanguageTexts& language)
+    const ProcessMatch& match, const AppLanguageTexts& language, std::chrono::nanoseconds time)
 {
     const bool areNamesNew = m_names.update(language.code);
     if (areNamesNew || m_language != language
@@ -43,8 +44,12 @@ const std::vector<int>& AppGrouping::group(const ProcessSamples& before, const P
     for (std::size_t i = 0; i < now.size(); ++i) {
         newestStart = std::max(newestStart, now[i].start);
         const auto old = std::size_t(match.before[i]);
-        if (match.before[i] == ProcessMatch::none || old >= m_owners.size() || m_owners[old].isYoung)
+        if (match.before[i] == ProcessMatch::none || old >= m_owners.size())
             continue;
+        if (m_owners[old].youngSince) {
+            owners[i].youngSince = m_owners[old].youngSince;
+            continue;
+        }
         const bool isSame = before[old].command == now[i].command && before[old].job == now[i].job
             && before[old].terminal == now[i].terminal;
         if (isSame)
@@ -60,8 +65,11 @@ const std::vector<int>& AppGrouping::group(const ProcessSamples& before, const P
     m_result.resize(now.size());
     for (std::size_t i = 0; i < now.size(); ++i) {
         Owner& owner = m_owners[i];
-        owner.isYoung = match.before[i] == ProcessMatch::none && now[i].start + youth >= newestStart
-            && !now[i].isKernelThread;
+        if (owner.youngSince && time - *owner.youngSince >= youth)
+            owner.youngSince.reset();
+        else if (match.before[i] == ProcessMatch::none && now[i].start + youthTicks >= newestStart
+            && !now[i].isKernelThread)
+            owner.youngSince = time;
         owner.isNew = false;
         m_result[i] = owner.app == none ? m_groups[std::size_t(owner.group)].app : owner.app;
     }

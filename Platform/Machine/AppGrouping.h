@@ -6,7 +6,9 @@
 #include "Platform/Machine/ProcessList.h"
 #include "Platform/Machine/UseCounter.h"
 
+#include <chrono>
 #include <limits>
+#include <optional>
 
 namespace kestrum {
 
@@ -29,10 +31,10 @@ public:
     /// `processes` must outlive this object.
     AppGrouping(const ProcessList& processes, const QStringList& dataFolders);
 
-    /// Gives for each process of `now` the place of its app in `apps`. `before` is `now` of the last call. The result is valid
-    /// until the next call.
+    /// Gives for each process of `now` the place of its app in `apps`. `before` is `now` of the last call. `time` is that of a
+    /// clock that only goes forward. The result is valid until the next call.
     const std::vector<int>& group(const ProcessSamples& before, const ProcessSamples& now,
-        const ProcessMatch& match, const AppLanguageTexts& language);
+        const ProcessMatch& match, const AppLanguageTexts& language, std::chrono::nanoseconds time);
     const std::vector<App>& apps() const { return m_apps; }
 
 private:
@@ -45,8 +47,9 @@ private:
         int app = none; ///< unknown while `group` tells the app
         int group = none;
         Program program;
-        bool isNew = true;    ///< whether the app is still to be found
-        bool isYoung = false; ///< whether to look again at the next call
+        bool isNew = true; ///< whether the app is still to be found
+        /// Of a process that had just started when it was first seen: when that was. It is looked at again at each call.
+        std::optional<std::chrono::nanoseconds> youngSince;
     };
     struct Group {
         ControlGroup control;

@@ -76,7 +76,7 @@ std::optional<QList<AppUse>> TopApps::measure(
         return std::nullopt;
     }
     m_match.match(m_before, m_now);
-    const std::vector<int>& places = m_grouping.group(m_before, m_now, m_match, language);
+    const std::vector<int>& places = m_grouping.group(m_before, m_now, m_match, language, now);
 
     const Nanoseconds elapsed = m_last ? now - *m_last : Nanoseconds(0);
     const bool hasDifference = elapsed > Nanoseconds(0) && elapsed <= longestPause;

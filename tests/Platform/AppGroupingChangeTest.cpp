@@ -3,6 +3,7 @@
 #include "tests/Support/TestHome.h"
 
 using namespace kestrum;
+using namespace std::chrono_literals;
 
 class AppGroupingChangeTest : public QObject {
     Q_OBJECT
@@ -55,10 +56,16 @@ private Q_SLOTS:
         FakeProcess app { .pid = 50, .command = "firefox-esr", .group = shell };
         GroupedMachine machine = m_apps->machine({ app });
         QCOMPARE(machine.names().value(50), QStringLiteral("GNOME Shell"));
+        // A list that has just been opened looks again early.
+        machine.pass(500ms);
+        QCOMPARE(machine.names().value(50), QStringLiteral("GNOME Shell"));
+        machine.pass(1s);
         app.group = "/user.slice/user@1000.service/app.slice/app-gnome-firefox\\x2desr-50.scope";
         m_apps->add(app);
         QCOMPARE(machine.names().value(50), QStringLiteral("Firefox ESR"));
-        // It is no longer young, so it is not looked at again.
+        // From two seconds on, it is not looked at again.
+        machine.pass(600ms);
+        QCOMPARE(machine.names().value(50), QStringLiteral("Firefox ESR"));
         app.group = shell;
         m_apps->add(app);
         QCOMPARE(machine.names().value(50), QStringLiteral("Firefox ESR"));

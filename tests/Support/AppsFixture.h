@@ -3,6 +3,7 @@
 #include "Platform/Machine/AppGrouping.h"
 #include "tests/Support/FakeProcesses.h"
 
+#include <chrono>
 #include <optional>
 
 namespace kestrum {
@@ -23,7 +24,7 @@ public:
         std::swap(m_before, m_now);
         m_list.read(ProcessList::Extra::none, m_now);
         m_match.match(m_before, m_now);
-        const std::vector<int>& places = m_grouping.group(m_before, m_now, m_match, language);
+        const std::vector<int>& places = m_grouping.group(m_before, m_now, m_match, language, m_time);
         QMap<int, QString> names;
         m_ids.clear();
         for (std::size_t i = 0; i < m_now.size(); ++i) {
@@ -33,6 +34,7 @@ public:
         }
         return names;
     }
+    void pass(std::chrono::milliseconds time) { m_time += time; }
     /// The id of the process's app in the last sample.
     QString id(int pid) const { return m_ids.value(pid); }
     std::size_t appCount() const { return m_grouping.apps().size(); }
@@ -44,6 +46,7 @@ private:
     ProcessSamples m_now;
     ProcessMatch m_match;
     QMap<int, QString> m_ids;
+    std::chrono::nanoseconds m_time = std::chrono::hours(1);
 };
 
 /// A machine with usual applications, to which a test adds processes.

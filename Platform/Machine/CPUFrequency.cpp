@@ -5,6 +5,7 @@
 
 #include <QDir>
 #include <algorithm>
+#include <utility>
 
 namespace kestrum {
 namespace {
@@ -39,8 +40,9 @@ std::optional<double> CPUFrequency::ofPolicies()
     if (m_untilSearch-- <= 0)
         findPolicies();
     std::optional<double> highest;
-    for (KernelFile& policy : m_policies)
-        raiseHertz(highest, double(policy.readNumber().value_or(0)) * 1e3);
+    // Each core can be a group of its own, so the files do not stay open.
+    for (const QString& policy : std::as_const(m_policies))
+        raiseHertz(highest, double(KernelFile(policy).readNumber().value_or(0)) * 1e3);
     return highest;
 }
 
@@ -61,7 +63,7 @@ void CPUFrequency::findPolicies()
     m_untilSearch = KernelFile::longestPause;
     m_policies.clear();
     for (const QString& name : QDir(m_folder).entryList({ QStringLiteral("policy*") }, QDir::Dirs))
-        m_policies.emplace_back(m_folder + name + QStringLiteral("/scaling_cur_freq"));
+        m_policies.append(m_folder + name + QStringLiteral("/scaling_cur_freq"));
 }
 
 } // namespace kestrum

@@ -3,8 +3,8 @@
 
 #include "Platform/Machine/KernelFile.h"
 
+#include <QStringList>
 #include <optional>
-#include <vector>
 
 namespace kestrum {
 
@@ -22,7 +22,7 @@ private:
     std::optional<double> ofCPUInfo();
 
     QString m_folder;
-    std::vector<KernelFile> m_policies; ///< one file for each group of cores with a common clock
+    QStringList m_policies; ///< files, one for each group of cores with a common clock
     KernelFile m_cpuInfo;
     int m_untilSearch = 0; ///< calls of `read` until the next search for policies
 };

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
 namespace kestrum {
 namespace {
@@ -79,6 +78,7 @@ MemoryUse::MemoryUse(const QString& root)
     : m_root(root)
     , m_file(root + QStringLiteral("/proc/meminfo"))
     , m_zfsFile(root + QStringLiteral("/proc/spl/kstat/zfs/arcstats"))
+    , m_swapsFile(root + QStringLiteral("/proc/swaps"))
 {
 }
 
@@ -112,19 +112,25 @@ double MemoryUse::used() const
     return m_parts.total > 0 ? double(m_parts.used()) / double(m_parts.total) : 0;
 }
 
-// The list of swap devices is read only when the amount of swap changes.
+// The list of swap devices is read when the amount of swap changes, and now and then, because another device of the same size
+// can take the place of one.
 void MemoryUse::sampleSwap(std::optional<quint64> total, std::optional<quint64> free)
 {
     if (!total || !free)
         return;
     const quint64 all = *total * 1024;
     m_parts.swapUsed = all - std::min(all, *free * 1024);
-    if (all == std::exchange(m_parts.swapTotal, all))
+    m_parts.swapTotal = all;
+    if (all == m_listedSwap && (all == 0 || --m_untilSwapList > 0))
         return;
+    const auto list = all > 0 ? m_swapsFile.read() : std::string_view();
+    if (!list)
+        return;
+    m_listedSwap = all;
+    m_untilSwapList = KernelFile::longestPause;
     m_zramFiles.clear();
     static constexpr std::string_view prefix = "/dev/zram";
-    KernelFile list(m_root + QStringLiteral("/proc/swaps"));
-    std::string_view rest = all > 0 ? list.read().value_or(std::string_view()) : std::string_view();
+    std::string_view rest = *list;
     while (!rest.empty()) {
         std::string_view device = KernelText::takeLine(rest);
         device = KernelText::takeWord(device);

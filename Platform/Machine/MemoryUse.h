@@ -28,6 +28,9 @@ private:
     QString m_root;
     KernelFile m_file;
     KernelFile m_zfsFile;
+    KernelFile m_swapsFile;
+    quint64 m_listedSwap = 0; ///< the amount of swap for which the list of devices was read
+    int m_untilSwapList = 0;  ///< samples until the list is read again though the amount is the same
     std::vector<KernelFile> m_zramFiles; ///< of the devices that are used as swap
     MemoryParts m_parts;
 };

@@ -161,7 +161,7 @@ private Q_SLOTS:
         QCOMPARE(memory.parts().compressed, quint64(0));
     }
 
-    void theListOfSwapIsReadOnlyWhenTheAmountChanges()
+    void theListOfSwapIsReadWhenTheAmountChangesAndNowAndThen()
     {
         MemoryUse memory(m_tree->root());
         write(ordinary);
@@ -172,6 +172,26 @@ private Q_SLOTS:
         memory.sample();
         QCOMPARE(memory.parts().compressed, 5000 * kibibyte);
         write(QByteArray(ordinary).replace("SwapTotal: 50000", "SwapTotal: 50001"));
+        memory.sample();
+        QCOMPARE(memory.parts().compressed, 15000 * kibibyte);
+        // A disk of the same size takes the place.
+        write(swaps(diskSwap));
+        for (int i = 1; i < KernelFile::longestPause; ++i)
+            memory.sample();
+        QCOMPARE(memory.parts().compressed, 15000 * kibibyte);
+        memory.sample();
+        QCOMPARE(memory.parts().compressed, 5000 * kibibyte);
+    }
+
+    void aListOfSwapThatCouldNotBeReadIsTriedAgain()
+    {
+        MemoryUse memory(m_tree->root());
+        write(ordinary);
+        memory.sample();
+        QCOMPARE(memory.parts().compressed, 5000 * kibibyte);
+        write(swaps(zram0));
+        write(zramStatistics(0, tenThousand));
+        memory.sample(); // a file that could not be read is passed over once
         memory.sample();
         QCOMPARE(memory.parts().compressed, 15000 * kibibyte);
     }

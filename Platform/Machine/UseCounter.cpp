@@ -79,7 +79,8 @@ const std::vector<quint64>& UseCounter::use(
     return m_use;
 }
 
-// The nearest living ancestor, unless it has too little: the kernel gives orphans to an ancestor further up.
+// The nearest living ancestor, unless it has too little: the kernel gives orphans to an ancestor further up. A parent that
+// lives waits itself, if only after it was read, so the others are left alone until the next list.
 std::optional<std::size_t> UseCounter::payer(
     const Debt& debt, const ProcessSamples& before, const ProcessMatch& match) const
 {
@@ -91,6 +92,8 @@ std::optional<std::size_t> UseCounter::payer(
         const int place = match.now[*earlier];
         if (place != ProcessMatch::none && m_ofChildren[std::size_t(place)] >= debt.amount)
             return std::size_t(place);
+        if (step == 0 && place != ProcessMatch::none && !debt.isOld)
+            return std::nullopt;
         pid = before[*earlier].parent;
     }
     return std::nullopt;

@@ -155,13 +155,13 @@ void PopoverController::refresh()
     if (!m_section)
         return;
     const PanelEnvironment look = environment(m_isTranslucent);
-    m_window->setContent(
+    const QRegion changed = m_window->setContent(
         PopoverPanel::of(*m_section, m_source.readings(), m_state, SharedSettings::store().snapshot(), look),
         look, PopoverWindow::scaleFor(QFontInfo(QGuiApplication::font()).pixelSize()));
     const PanelStrip::Item* item = m_strip.items().item(*m_section);
     m_stand.show(*m_window, m_window->sizeFor(m_stand.room()), m_strip.place(*item).toAlignedRect());
     // Paints at once: `update` would wake the process a second time for each sample.
-    m_window->repaint();
+    m_window->repaint(changed);
 }
 
 /// Turns to the item beside the open one, and from the last to the first. The items stand in the same order in every

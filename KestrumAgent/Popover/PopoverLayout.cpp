@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Popover/PopoverLayout.h"
 
+#include "KestrumShared/Popover/PopoverFrame.h"
+
 namespace kestrum {
-
-namespace {
-
-constexpr double roomBelow = 3; ///< below the last section, in points
-
-} // namespace
 
 PopoverLayout::PopoverLayout(const PopoverPanel& panel, const PanelEnvironment& environment)
 {
@@ -21,7 +17,7 @@ PopoverLayout::PopoverLayout(const PopoverPanel& panel, const PanelEnvironment& 
     m_headerElements = m_elements.size();
     for (const PanelPart& section : panel.sections)
         append(section);
-    m_height += roomBelow;
+    m_height += PopoverFrame::lowerEdge;
     visit([this](const Path& path, const PanelElement& element) {
         const bool isRow = element.role == PanelElement::Role::row;
         if (isRow)

@@ -43,13 +43,15 @@ public:
     const QList<Path>& stops() const { return m_stops; }
     const QList<Path>& rows() const { return m_rows; }
 
-    /// The innermost element at `point` that fulfils `condition`; empty if there is none. The header's and the sections'
+    /// The innermost element at `point` that fulfils `condition`; empty if there is none. What can be pressed is as large as
+    /// its plate. The header's and the sections'
     /// elements never overlap here, so the caller decides first which of them is at a point of the screen.
     template <class Condition> Path at(const QPointF& point, Condition condition) const
     {
         Path found;
         visit([&](const Path& path, const PanelElement& element) {
-            if (element.rect.contains(point) && condition(element))
+            const QRectF rect = element.action ? PanelEnvironment::plate(element.rect) : element.rect;
+            if (rect.contains(point) && condition(element))
                 found = path;
         });
         return found;

@@ -2,6 +2,7 @@
 #include "KestrumAgent/Popover/PopoverWindow.h"
 
 #include "KestrumAgent/Popover/PopoverAccessible.h"
+#include "KestrumShared/Popover/PopoverFrame.h"
 #include "KestrumShared/Popover/PopoverSurface.h"
 
 #include <QClipboard>
@@ -10,6 +11,7 @@
 #include <QPainter>
 #include <algorithm>
 #include <cmath>
+#include <tuple>
 #include <utility>
 
 namespace kestrum {
@@ -17,8 +19,6 @@ namespace kestrum {
 namespace {
 
 constexpr double wheelStep = 48; ///< how far a notch of the wheel scrolls, in points
-constexpr double ringWidth = 2;
-constexpr double ringRadius = 5;
 constexpr double barWidth = 6;
 constexpr double barEdge = 2; ///< distance of the scroll bar from the edges
 constexpr double shortestBar = 24;
@@ -55,16 +55,45 @@ double PopoverWindow::scaleFor(double textSize)
     return std::clamp(textSize / usualTextSize, 1.0, greatestScale);
 }
 
-void PopoverWindow::setContent(const PopoverPanel& panel, const PanelEnvironment& environment, double scale)
+QRegion PopoverWindow::setContent(
+    const PopoverPanel& panel, const PanelEnvironment& environment, double scale)
 {
+    const auto looks = [](const PanelEnvironment& of) {
+        return std::tuple(of.scheme, of.direction, of.background, of.metrics, of.font);
+    };
+    const bool isOtherLook = looks(environment) != looks(m_environment) || scale != m_scale;
     const auto pointer = m_environment.pointer;
     m_environment = environment;
     m_environment.pointer = pointer;
     m_scale = scale;
-    m_layout = PopoverLayout(panel, m_environment);
+    const PopoverLayout before = std::exchange(m_layout, PopoverLayout(panel, m_environment));
     m_focus.adopt(m_layout);
-    m_scrolled = std::clamp(m_scrolled, 0.0, farthest());
+    const double limited = std::clamp(m_scrolled, 0.0, farthest());
+    const bool isScrolled = std::exchange(m_scrolled, limited) != limited;
     holdList();
+    return isOtherLook || isScrolled ? QRegion(rect()) : changedSince(before, pointer);
+}
+
+/// The area of the window where parts look different than in an earlier layout, with the pointer at an earlier place.
+QRegion PopoverWindow::changedSince(const PopoverLayout& before, const PanelPointer& pointerBefore) const
+{
+    const QList<PopoverLayout::Place>& now = m_layout.places();
+    const QList<PopoverLayout::Place>& then = before.places();
+    const auto stand = [](const PopoverLayout::Place& one, const PopoverLayout::Place& other) {
+        return one.rect == other.rect;
+    };
+    if (!std::equal(now.begin(), now.end(), then.begin(), then.end(), stand))
+        return QRegion(rect());
+    const QRect belowHeader = rect().adjusted(0, int(m_layout.headerHeight() * m_scale), 0, 0);
+    QRegion changed;
+    for (qsizetype i = 0; i < now.size(); ++i) {
+        for (QRectF area : now[i].part.changes(then[i].part, now[i].rect, m_environment, pointerBefore)) {
+            area.translate(0, i == 0 ? 0 : -m_scrolled);
+            const QRect shown = QRectF(area.topLeft() * m_scale, area.size() * m_scale).toAlignedRect();
+            changed += i == 0 ? shown : shown & belowHeader;
+        }
+    }
+    return changed;
 }
 
 void PopoverWindow::startAnew()
@@ -126,10 +155,10 @@ void PopoverWindow::paintEvent(QPaintEvent* event)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.scale(m_scale, m_scale);
     const QRectF bounds(0, 0, width() / m_scale, height() / m_scale);
-    // Without translucency, the window's mask makes the corners.
-    const bool isTranslucent = testAttribute(Qt::WA_TranslucentBackground);
-    PopoverSurface { m_environment.background, false }.draw(
-        painter, bounds, isTranslucent ? cornerRadius : 0, m_environment);
+    // Without translucency, the window's mask makes the corners, and what is below their smooth edges must not show.
+    if (!testAttribute(Qt::WA_TranslucentBackground))
+        painter.fillRect(bounds, PopoverSurface::ground(m_environment.background, m_environment.scheme));
+    PopoverFrame {}.draw(painter, bounds, m_environment);
     if (m_layout.places().isEmpty())
         return;
 
@@ -142,9 +171,7 @@ void PopoverWindow::paintEvent(QPaintEvent* event)
         const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
         if (!focused || m_layout.isInHeader(m_focus.path()) != isInHeader)
             return;
-        painter.setBrush(Qt::NoBrush);
-        painter.setPen(QPen(m_environment.readable(m_environment.headerColour()), ringWidth));
-        painter.drawRoundedRect(focused->rect.adjusted(-5, -2, 5, 2), ringRadius, ringRadius);
+        PopoverFrame::drawFocusRing(painter, focused->rect, m_environment);
     };
     draw(m_layout.places().first());
     drawRing(true);
@@ -187,39 +214,15 @@ void PopoverWindow::resizeEvent(QResizeEvent*)
     m_scrolled = std::clamp(m_scrolled, 0.0, farthest());
     if (testAttribute(Qt::WA_TranslucentBackground))
         return;
-    setMask(roundedRegion(size(), cornerRadius * m_scale));
+    setMask(roundedRegion(size(), PopoverFrame::radius * m_scale));
 }
 
 // The pointer
 
-/// What looks different while the pointer is at `point`, in the window's coordinates: an element that can be pressed, or the
-/// part with a graph or a bar.
-QRectF PopoverWindow::livelyArea(const std::optional<QPointF>& point) const
-{
-    using Role = PanelElement::Role;
-    const auto isLively = [](const PanelElement& element) {
-        return element.action || element.role == Role::graph || element.role == Role::bar;
-    };
-    const Path path = point ? m_layout.at(*point, isLively) : Path();
-    const PanelElement* element = m_layout.element(path);
-    if (!element)
-        return {};
-    QRectF area = element->rect;
-    for (const PopoverLayout::Place& place : m_layout.places()) {
-        if (!element->action && place.rect.contains(*point))
-            area = place.rect;
-    }
-    area.translate(0, m_layout.isInHeader(path) ? 0 : -m_scrolled);
-    return { area.topLeft() * m_scale, area.size() * m_scale };
-}
-
 void PopoverWindow::point(const std::optional<QPointF>& place)
 {
     const auto before = std::exchange(m_environment.pointer, place);
-    for (const auto& at : { before, place }) {
-        if (const QRectF area = livelyArea(at); !area.isEmpty())
-            update(area.toAlignedRect().marginsAdded({ 1, 1, 1, 1 }));
-    }
+    update(changedSince(m_layout, before));
     holdList();
 }
 

@@ -15,7 +15,6 @@ class PopoverWindow final : public QWidget {
 public:
     using Path = PopoverLayout::Path;
 
-    static constexpr double cornerRadius = 12;
     /// The sizes of texts that make the popover larger than at scale 1, and its greatest scale.
     static constexpr double usualTextSize = 13.33;
     static constexpr double greatestScale = 1.5;
@@ -25,9 +24,9 @@ public:
     /// The scale of popovers for a desktop with texts of that size in pixels.
     static double scaleFor(double textSize);
 
-    /// Sets what is to be shown. Size and repainting are left to the caller. The pointer in `environment` is ignored: the window
-    /// knows where the pointer is.
-    void setContent(const PopoverPanel& panel, const PanelEnvironment& environment, double scale);
+    /// Sets what is to be shown, and returns the area that looks different now. Size and repainting are left to the caller. The
+    /// pointer in `environment` is ignored: the window knows where the pointer is.
+    QRegion setContent(const PopoverPanel& panel, const PanelEnvironment& environment, double scale);
     /// Begins at the top and without a focus, as a popover that has just opened.
     void startAnew();
 
@@ -70,7 +69,7 @@ private:
     bool moveBy(const QKeyEvent& event);
     bool act(const QKeyEvent& event);
     void copy() const;
-    QRectF livelyArea(const std::optional<QPointF>& point) const;
+    QRegion changedSince(const PopoverLayout& before, const PanelPointer& pointerBefore) const;
     void point(const std::optional<QPointF>& place);
     std::optional<QPointF> contentPoint(const QPointF& place) const;
     Path pressable(const QPointF& place) const;

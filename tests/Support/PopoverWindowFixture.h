@@ -21,6 +21,13 @@ struct PlainPart {
         painter.fillRect(rect, colour);
         *pointer = environment.pointer;
     }
+    /// The part looks different where the pointer comes and goes.
+    QList<QRectF> changes(const PlainPart&, const QRectF& rect, const PanelEnvironment& environment,
+        const PanelPointer& pointerBefore) const
+    {
+        const bool wasPointed = pointerBefore && rect.contains(*pointerBefore);
+        return wasPointed || environment.isPointed(rect) ? QList { rect } : QList<QRectF>();
+    }
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment&) const
     {
         QList<PanelElement> moved = elements;

@@ -33,7 +33,7 @@ AppGrouping::AppGrouping(const ProcessList& processes, const QStringList& dataFo
 const std::vector<int>& AppGrouping::group(const ProcessSamples& before, const ProcessSamples& now,
     const ProcessMatch& match, const AppLanguageTexts& language, std::chrono::nanoseconds time)
 {
-    const bool areNamesNew = m_names.update(language.code);
+    const bool areNamesNew = m_names.update(language.code, time);
     if (areNamesNew || m_language != language
         || std::max(m_apps.size(), m_groups.size()) > 2 * now.size() + mostUnused)
         forget();

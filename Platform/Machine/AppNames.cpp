@@ -128,11 +128,14 @@ QStringList AppNames::userFolders()
     return QStandardPaths::standardLocations(QStandardPaths::GenericDataLocation);
 }
 
-bool AppNames::update(const QString& language)
+bool AppNames::update(const QString& language, std::chrono::nanoseconds now)
 {
-    if (m_isRead && m_language == language && !hasChanged())
+    const bool isKnown = m_lastLook && m_language == language;
+    if (isKnown && now - *m_lastLook < lookPause)
         return false;
-    m_isRead = true;
+    m_lastLook = now;
+    if (isKnown && !hasChanged())
+        return false;
     m_language = language;
     m_nameKeys = nameKeys(language);
     m_folders.clear();

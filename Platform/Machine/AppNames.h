@@ -5,6 +5,7 @@
 #include <QHash>
 #include <QString>
 #include <QStringList>
+#include <chrono>
 #include <ctime>
 #include <optional>
 #include <vector>
@@ -28,9 +29,13 @@ public:
     /// The user's and the system's data folders, as the session gives them.
     static QStringList userFolders();
 
-    /// Reads the entries if that was not done for `language` (as "pt-BR") yet, or if an entry has come or gone since. Returns
-    /// true if it read them: pointers to entries are then no longer valid.
-    bool update(const QString& language);
+    /// Folders are looked at no more often, because those of a network home wait for its server.
+    static constexpr std::chrono::seconds lookPause { 30 };
+
+    /// Reads the entries if that was not done for `language` (as "pt-BR") yet, or if an entry has come or gone since, which is
+    /// seen only `lookPause` after the last look. `now` is a clock that only goes forward. Returns true if it read them:
+    /// pointers to entries are then no longer valid.
+    bool update(const QString& language, std::chrono::nanoseconds now);
 
     /// The entry with this id; nothing if there is none.
     const Entry* entry(const QString& id) const;
@@ -56,9 +61,9 @@ private:
 
     QStringList m_dataFolders;
     QString m_language;
-    QByteArrayList m_nameKeys; ///< keys of the name in the language, the best first
-    bool m_isRead = false;
-    std::vector<Folder> m_folders; ///< all that were looked into
+    QByteArrayList m_nameKeys;                          ///< keys of the name in the language, the best first
+    std::optional<std::chrono::nanoseconds> m_lastLook; ///< at the folders; nothing before the first reading
+    std::vector<Folder> m_folders;                      ///< all that were looked into
     std::vector<Entry> m_entries;
     QHash<QString, int> m_ids; ///< places in `m_entries`; none for an entry that is switched off
     QHash<QString, int> m_windowClasses;

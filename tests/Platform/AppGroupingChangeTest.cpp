@@ -99,6 +99,7 @@ private Q_SLOTS:
         const QString english = QStringLiteral("en");
         QCOMPARE(machine.names({ english, QStringLiteral("Box") }).value(60), QStringLiteral("Box 012345"));
         m_apps->addEntry("gimp", "Name=GNU Image\nExec=gimp\n");
+        machine.pass(AppNames::lookPause);
         QCOMPARE(machine.names({ english, QStringLiteral("Box") }).value(70), QStringLiteral("GNU Image"));
         QCOMPARE(machine.names({ QStringLiteral("de"), QStringLiteral("Box") }).value(50),
             QStringLiteral("GNOME-Oberfläche"));

@@ -8,6 +8,7 @@
 #include <sys/stat.h>
 
 using namespace kestrum;
+using namespace std::chrono_literals;
 
 class AppNamesTest : public QObject {
     Q_OBJECT
@@ -23,7 +24,7 @@ private:
     {
         AppNames names({ m_tree->path(QStringLiteral("user")), m_tree->path(QStringLiteral("system")),
             m_tree->path(QStringLiteral("absent")) });
-        names.update(language);
+        names.update(language, 1h);
         return names;
     }
     static QString nameOf(const AppNames::Entry* entry)
@@ -124,21 +125,43 @@ private Q_SLOTS:
     {
         add(QStringLiteral("system/applications/a.desktop"), "Name=A\nName[de]=B\n");
         AppNames names = this->names();
-        QVERIFY(!names.update(QStringLiteral("en")));
-        QVERIFY(names.update(QStringLiteral("de")));
+        std::chrono::seconds now = 1h;
+        const auto updates = [&](const char* language) {
+            now += AppNames::lookPause;
+            return names.update(QLatin1StringView(language), now);
+        };
+        QVERIFY(!updates("en"));
+        QVERIFY(updates("de"));
         QCOMPARE(nameOf(names.entry(QStringLiteral("a"))), QStringLiteral("B"));
-        QVERIFY(!names.update(QStringLiteral("de")));
+        QVERIFY(!updates("de"));
 
         m_tree->write(QStringLiteral("system/applications/new.desktop"), "[Desktop Entry]\nName=New\n");
-        QVERIFY(names.update(QStringLiteral("de")));
+        QVERIFY(updates("de"));
         QCOMPARE(nameOf(names.entry(QStringLiteral("new"))), QStringLiteral("New"));
         // A folder that was not there.
         add(QStringLiteral("user/applications/a.desktop"), "Name=Mine\n");
-        QVERIFY(names.update(QStringLiteral("de")));
+        QVERIFY(updates("de"));
         QCOMPARE(nameOf(names.entry(QStringLiteral("a"))), QStringLiteral("Mine"));
         QVERIFY(QDir(m_tree->path(QStringLiteral("user"))).removeRecursively());
-        QVERIFY(names.update(QStringLiteral("de")));
+        QVERIFY(updates("de"));
         QCOMPARE(nameOf(names.entry(QStringLiteral("a"))), QStringLiteral("B"));
+    }
+
+    // A network home that does not answer lets whoever looks wait.
+    void foldersAreLookedAtEveryHalfMinuteAtMost()
+    {
+        const QString english = QStringLiteral("en");
+        AppNames names = this->names(); // looks at 1 h
+        add(QStringLiteral("system/applications/a.desktop"), "Name=A\n");
+        QVERIFY(!names.update(english, 1h + 29s));
+        QCOMPARE(names.entry(QStringLiteral("a")), nullptr);
+        QVERIFY(names.update(english, 1h + 30s));
+        // A look without a change counts too.
+        QVERIFY(!names.update(english, 1h + 60s));
+        add(QStringLiteral("system/applications/b/c.desktop"), "Name=C\n");
+        setTimes(m_tree->path(QStringLiteral("system/applications")), longAgo + 1);
+        QVERIFY(!names.update(english, 1h + 89s));
+        QVERIFY(names.update(english, 1h + 90s));
     }
 
     void damagedEntriesDoNoHarm()

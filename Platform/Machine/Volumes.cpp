@@ -18,6 +18,12 @@ struct Volumes::Run {
 };
 
 struct Volumes::Asker {
+    Asker() = default;
+    /// Does not wait for the thread, which may have to wait for a core.
+    ~Asker() { worker.leaveBehind(); }
+    Asker(const Asker&) = delete;
+    Asker& operator=(const Asker&) = delete;
+
     Worker worker;
     std::shared_ptr<Run> run; ///< none while nothing is asked
     std::size_t taken = 0;    ///< how many answers have been taken over
@@ -33,14 +39,7 @@ Volumes::Volumes(const QString& root, StorageUse::Ask ask)
 {
 }
 
-Volumes::~Volumes()
-{
-    m_askers.push_back(std::move(m_localAsker));
-    for (const auto& asker : m_askers) {
-        if (!asker->worker.isIdle())
-            asker->worker.leaveBehind();
-    }
-}
+Volumes::~Volumes() = default;
 
 void Volumes::begin()
 {

@@ -2,9 +2,45 @@
 #include "tests/Support/VolumesFixture.h"
 
 #include <QElapsedTimer>
+#include <csignal>
+#include <pthread.h>
+#include <unistd.h>
 
 using namespace kestrum;
 using namespace std::chrono_literals;
+
+namespace {
+
+/// Keeps a thread from doing anything while it exists, as a machine does that has too much to do.
+class StoppedThread {
+public:
+    explicit StoppedThread(Qt::HANDLE thread)
+    {
+        ::signal(SIGUSR2, [](int) {
+            ++s_stopped;
+            while (s_wanted > 0)
+                ::usleep(1000);
+            --s_stopped;
+        });
+        const int before = s_stopped;
+        ++s_wanted;
+        ::pthread_kill(pthread_t(thread), SIGUSR2);
+        QVERIFY(QTest::qWaitFor([before] { return s_stopped > before; }, volumePatience));
+    }
+    ~StoppedThread()
+    {
+        --s_wanted;
+        if (s_wanted == 0)
+            QVERIFY(QTest::qWaitFor([] { return s_stopped == 0; }, volumePatience));
+    }
+    Q_DISABLE_COPY_MOVE(StoppedThread)
+
+private:
+    static inline std::atomic<int> s_wanted = 0;
+    static inline std::atomic<int> s_stopped = 0;
+};
+
+} // namespace
 
 class HungVolumesTest : public QObject, private VolumesFixture {
     Q_OBJECT
@@ -150,6 +186,27 @@ private Q_SLOTS:
         QVERIFY(isAsked("/mnt/fine", 2));
         QCOMPARE(m_standIns->asked("/mnt/hung"), 1);
         QCOMPARE(space("/mnt/hung"), QByteArray("silent"));
+    }
+
+    void nobodyWaitsForThreadsThatHaveNothingToDo()
+    {
+        const QByteArrayList paths { "/", "/mnt/a", "/mnt/b", "/mnt/c", "/mnt/d" };
+        QByteArray table = localLine(1, "/");
+        for (const QByteArray& path : paths.mid(1))
+            table += shareLine(10 + path.back(), path);
+        mount(table);
+        m_volumes->begin();
+        sample();
+        std::vector<std::unique_ptr<StoppedThread>> stopped;
+        for (const QByteArray& path : paths) {
+            QVERIFY(becomes(path, QByteArray::number(path.size())));
+            stopped.push_back(std::make_unique<StoppedThread>(m_standIns->threads(path).first()));
+        }
+        QTest::qWait(20); // until the workers know that they are idle
+        QElapsedTimer timer;
+        timer.start();
+        m_volumes->end();
+        QVERIFY2(timer.elapsed() < atOnce, "closing waits");
     }
 
     void closingWithAnswersUnreadOrVolumesHungHarmsNoLaterOpening()

@@ -28,6 +28,7 @@ struct Volumes::Asker {
     std::shared_ptr<Run> run; ///< none while nothing is asked
     std::size_t taken = 0;    ///< how many answers have been taken over
     Clock::time_point begin;
+    bool isSilent = false; ///< whether it has waited for `longestAnswer`
 
     bool isFree() const { return !run && worker.isIdle(); }
 };
@@ -68,7 +69,23 @@ void Volumes::adoptTable()
         entries.back().volume = volume;
     }
     m_entries = std::move(entries);
+    // Some may come back while a worker is still waiting for them.
+    for (const auto& asker : m_askers)
+        markAsked(*asker);
+    markAsked(*m_localAsker);
     m_more = int(volumes.size()) - int(m_entries.size());
+}
+
+void Volumes::markAsked(const Asker& asker)
+{
+    if (!asker.run)
+        return;
+    for (std::size_t i = asker.taken; i < asker.run->wanted.load(); ++i) {
+        if (Entry* const entry = find(asker.run->volumes[i])) {
+            entry->isAsked = true;
+            entry->isSilent = asker.isSilent && i == asker.taken;
+        }
+    }
 }
 
 Volumes::Entry* Volumes::find(const MountTable::Volume& volume)
@@ -127,6 +144,7 @@ void Volumes::collect(Asker& asker, Clock::time_point now)
     if (asker.taken == wanted) {
         asker.run.reset();
     } else if (now - asker.begin >= longestAnswer) {
+        asker.isSilent = true;
         if (Entry* const entry = find(run.volumes[asker.taken])) {
             entry->isSilent = true;
             entry->space.reset();
@@ -184,6 +202,7 @@ bool Volumes::start(Asker& asker, const std::vector<Entry*>& entries, const std:
     asker.run = run;
     asker.taken = 0;
     asker.begin = now;
+    asker.isSilent = false;
     for (Entry* entry : entries)
         entry->isAsked = true;
     return true;

@@ -60,6 +60,7 @@ private:
     struct Run;
     struct Asker;
     void adoptTable();
+    void markAsked(const Asker& asker);
     Entry* find(const MountTable::Volume& volume);
     void collect(Asker& asker, Clock::time_point now);
     void freeThoseBehind(std::unique_ptr<Asker>& asker);

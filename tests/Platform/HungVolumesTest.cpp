@@ -188,6 +188,36 @@ private Q_SLOTS:
         QCOMPARE(space("/mnt/hung"), QByteArray("silent"));
     }
 
+    void aVolumeThatComesBackHangsOnNoSecondThread()
+    {
+        const QByteArray hung = localLine(2, "/media/user/hung");
+        const QByteArray share = shareLine(3, "/mnt/hung");
+        for (const char* path : { "/media/user/hung", "/mnt/hung" })
+            m_standIns->hang(path);
+        const auto mountAnew = [this](const QByteArray& table) {
+            m_volumes->end();
+            mount(table);
+            m_volumes->begin();
+        };
+        mountAnew(localLine(1, "/") + hung + share);
+        sample();
+        QVERIFY(isAsked("/mnt/hung", 1) && isAsked("/media/user/hung", 1));
+        sample(2s);
+        mountAnew(localLine(1, "/"));
+        sample(10s);
+        mountAnew(localLine(1, "/") + hung + share);
+        for (const char* path : { "/media/user/hung", "/mnt/hung" })
+            QCOMPARE(space(path), QByteArray("silent"));
+        for (int i = 0; i < 3; ++i) {
+            sample(10s);
+            QVERIFY(becomes("/", "1"));
+        }
+        for (const char* path : { "/media/user/hung", "/mnt/hung" })
+            QCOMPARE(m_standIns->asked(path), 1);
+        m_standIns->answer("/mnt/hung");
+        QVERIFY(becomes("/mnt/hung", "9"));
+    }
+
     void nobodyWaitsForThreadsThatHaveNothingToDo()
     {
         const QByteArrayList paths { "/", "/mnt/a", "/mnt/b", "/mnt/c", "/mnt/d" };

@@ -104,8 +104,9 @@ std::optional<BatteryState> Battery::read(std::chrono::nanoseconds now)
     const auto watts = meanWatts(isDischarging ? drawn : isCharging ? charged : std::nullopt, now);
     if (watts && held && room) {
         const double hours = (isDischarging ? *held : *room - *held) / *watts;
-        if (hours <= longestHours)
-            state.minutes = int(std::lround(hours * 60));
+        const long minutes = hours <= longestHours ? std::lround(hours * 60) : 0;
+        if (minutes > 0)
+            state.minutes = int(minutes);
     }
     return state;
 }

@@ -16,8 +16,8 @@ public:
     explicit Battery(const QString& root = {});
 
     /// The state of all batteries as if they were one; nothing if there is none. The time comes from the mean power of the
-    /// reads of the last minute, so it is absent until reads span ten seconds, and also if it is longer than 99 hours. Only
-    /// tests pass `now`.
+    /// reads of the last minute, so it is absent until reads span ten seconds, and also if it is longer than 99 hours or
+    /// shorter than a minute. Only tests pass `now`.
     std::optional<BatteryState> read(std::chrono::nanoseconds now = timeSinceBoot());
 
 private:

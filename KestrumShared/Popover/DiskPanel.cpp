@@ -19,8 +19,6 @@ constexpr double volumeBarGap = 4; ///< between a volume's name and its bar
 // The used shares from which on a volume's bar has a warning colour.
 constexpr double amberShare = 0.90;
 constexpr double redShare = 0.97;
-constexpr QColor amberBar(0xF5, 0xA6, 0x23);
-constexpr QColor redBar(0xE5, 0x39, 0x35);
 constexpr double leastRate = 500; ///< bytes per second; less would be shown as 0 kB
 
 } // namespace

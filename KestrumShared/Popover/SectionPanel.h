@@ -68,6 +68,10 @@ private:
     /// Whether the panel explains why the CPU's power is not shown. The explanation is in place of the rows below.
     bool explainsPower(const RowValue<double>& watts, PowerAccess access) const;
 
+    /// Bars that warn, before they are made readable on the ground.
+    static constexpr QColor amberBar { 0xF5, 0xA6, 0x23 };
+    static constexpr QColor redBar { 0xE5, 0x39, 0x35 };
+
     const PopoverReadings& m_readings;
     const PopoverState& m_state;
     const SettingsSnapshot& m_settings;

@@ -22,6 +22,9 @@ constexpr double inputIndent = 13; ///< as wide as a dot and the space after it
 constexpr double temperatureGraphHeight = 60;
 constexpr double coolest = 30; ///< °C at the edges of the graph
 constexpr double warmest = 110;
+// The charges up to which a discharging battery's bar has a warning colour.
+constexpr double amberCharge = 0.20;
+constexpr double redCharge = 0.10;
 
 QString kindName(const SensorDevice& device)
 {
@@ -234,6 +237,9 @@ QList<PanelPart> SectionPanel::batteryRows() const
         return { SectionTitle { AppLanguage::string("BATTERY"), { { Amounts::lost() } } },
             MetricProgressBar { 0, std::nullopt, AppLanguage::string("Battery") },
             valueRow(Amounts::lost(), QString()) };
+    std::optional<QColor> warning;
+    if (battery->status == BatteryState::Status::discharging && battery->charge <= amberCharge)
+        warning = m_environment.readable(battery->charge <= redCharge ? redBar : amberBar);
     QString time;
     if (battery->minutes) {
         const QString estimate = m_amounts.estimate(std::chrono::minutes(*battery->minutes));
@@ -243,7 +249,7 @@ QList<PanelPart> SectionPanel::batteryRows() const
             time = AppLanguage::string("%1 until full", { estimate });
     }
     return { SectionTitle { AppLanguage::string("BATTERY"), { { m_amounts.percent(battery->charge) } } },
-        MetricProgressBar { battery->charge, std::nullopt, AppLanguage::string("Battery") },
+        MetricProgressBar { battery->charge, warning, AppLanguage::string("Battery") },
         valueRow(statusText(battery->status), time) };
 }
 

@@ -245,6 +245,32 @@ private Q_SLOTS:
         QTEST(lines().last(), "shown");
     }
 
+    void anEmptyingBatteryHasAColour_data()
+    {
+        using Status = BatteryState::Status;
+        QTest::addColumn<double>("charge");
+        QTest::addColumn<Status>("status");
+        QTest::addColumn<int>("hue");
+        constexpr int blue = 208;
+        QTest::newRow("enough") << 0.21 << Status::discharging << blue;
+        QTest::newRow("amber") << 0.20 << Status::discharging << 37;
+        QTest::newRow("still amber") << 0.11 << Status::discharging << 37;
+        QTest::newRow("red") << 0.10 << Status::discharging << 1;
+        QTest::newRow("charging") << 0.10 << Status::charging << blue;
+        QTest::newRow("not charging") << 0.05 << Status::notCharging << blue;
+    }
+    void anEmptyingBatteryHasAColour()
+    {
+        QFETCH(double, charge);
+        QFETCH(BatteryState::Status, status);
+        QFETCH(int, hue);
+        sensors().battery = { charge, status, std::nullopt };
+        const QRectF bar
+            = panel().first([](const PanelElement& element) { return element.fraction.has_value(); }).rect;
+        const QColor colour = panel().drawn().at(bar.left() + 6, bar.center().y());
+        QVERIFY2(std::abs(colour.hslHue() - hue) <= 4, qPrintable(colour.name()));
+    }
+
     void temperaturesHaveTheChosenUnit()
     {
         SharedSettings::store().set(Keys::temperatureUnit.name, text("fahrenheit"));

@@ -125,9 +125,11 @@ QList<PanelPart> SectionPanel::temperatureRows() const
     };
 
     const double width = nowWidth();
+    const QString since = readings.highest.isEmpty()
+        ? QString()
+        : AppLanguage::string("Highest since %1", { m_amounts.moment(readings.highestSince) });
     SectionTitle title { AppLanguage::string("TEMPERATURES"),
-        { { AppLanguage::string("Highest"), highestWidth, { PanelAction::Kind::resetHighest },
-              AppLanguage::string("Highest since %1", { m_amounts.moment(readings.highestSince) }) },
+        { { AppLanguage::string("Highest"), highestWidth, { PanelAction::Kind::resetHighest }, since },
             { AppLanguage::string("Now"), width } } };
     QList<PanelPart> rows { title };
     for (const SensorDevice& device : readings.devices) {

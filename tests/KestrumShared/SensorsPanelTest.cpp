@@ -188,6 +188,16 @@ private Q_SLOTS:
             qPrintable(head.tip));
     }
 
+    void withoutAnyValueTheHeadSaysNoTime()
+    {
+        sensors().highest.clear();
+        sensors().highestSince = {};
+        const PanelElement head
+            = panel().first([](const PanelElement& element) { return element.name == text("Highest"); });
+        QCOMPARE(head.action, PanelAction { PanelAction::Kind::resetHighest });
+        QCOMPARE(head.tip, QString());
+    }
+
     void devicesBeyondTheListAreCounted()
     {
         sensors().moreDevices = 2;

@@ -34,17 +34,22 @@ void LayerStand::show(QWidget& window, QSize size, const QRect& item)
         hide();
         m_window = &window;
         window.setAttribute(Qt::WA_TranslucentBackground);
-        m_sheet = std::make_unique<LayerSheet>();
-        connect(m_sheet.get(), &LayerSheet::pressed, this, &LayerStand::dismissed, Qt::QueuedConnection);
-        connect(m_sheet.get(), &LayerSheet::resized, this, [this] {
-            m_free = m_sheet->size();
-            arrange();
-            Q_EMIT roomChanged();
-        });
+        spreadSheet();
         m_surface = std::make_unique<LayerSurface>(window);
         connect(m_surface.get(), &LayerSurface::closed, this, &LayerStand::dismissed, Qt::QueuedConnection);
     }
     arrange();
+}
+
+void LayerStand::spreadSheet()
+{
+    m_sheet = std::make_unique<LayerSheet>();
+    connect(m_sheet.get(), &LayerSheet::pressed, this, &LayerStand::dismissed, Qt::QueuedConnection);
+    connect(m_sheet.get(), &LayerSheet::resized, this, [this] {
+        m_free = m_sheet->size();
+        arrange();
+        Q_EMIT roomChanged();
+    });
 }
 
 void LayerStand::arrange()
@@ -87,14 +92,11 @@ void LayerStand::setPinned(bool isPinned)
     if (isPinned == m_isPinned)
         return;
     m_isPinned = isPinned;
+    // The sheet lets presses on the window through, so it does not matter which of the two is above the other.
     if (isPinned)
         m_sheet.reset();
-    else if (QWidget* window = m_window) {
-        // The sheet must be below the window, and what is shown last is at the top.
-        hide();
-        show(*window, m_size, m_item);
-        return;
-    }
+    else if (m_window)
+        spreadSheet();
     arrange();
 }
 

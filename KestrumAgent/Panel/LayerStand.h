@@ -23,9 +23,12 @@ public:
     void hide() override;
     void setPinned(bool isPinned) override;
     int room() const override;
+    /// Shows nothing: a tip of the toolkit's is a popup, and a popup of a layer surface ends the process.
+    void showTip(QWidget&, QPoint, const QString&, const QRect&) override { }
 
 private:
     QSize freeSize() const;
+    void spreadSheet();
     void arrange();
 
     PanelStrip& m_strip;

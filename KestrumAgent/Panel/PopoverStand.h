@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QRect>
 #include <QSize>
+#include <QToolTip>
 #include <QWidget>
 
 namespace kestrum {
@@ -25,6 +26,11 @@ public:
     virtual void setPinned(bool isPinned) = 0;
     /// The greatest height that a window can have, in points.
     virtual int room() const = 0;
+    /// Shows `text` at a point of the window, until the pointer leaves `area`. An empty text hides it.
+    virtual void showTip(QWidget& window, QPoint at, const QString& text, const QRect& area)
+    {
+        QToolTip::showText(window.mapToGlobal(at), text, &window, area);
+    }
     /// Whether the strip is not visible, so that the window itself must offer the way to the other sections.
     virtual bool isWithoutStrip() const { return false; }
 

@@ -110,6 +110,10 @@ void PopoverController::open(MonitorSection section)
         connect(m_window.get(), &PopoverWindow::neighbourRequested, this, &PopoverController::stepBy);
         connect(m_window.get(), &PopoverWindow::menuRequested, this, &PopoverController::requestMenu);
         connect(m_window.get(), &PopoverWindow::listHeld, &m_source, &PopoverSource::setListHeld);
+        connect(m_window.get(), &PopoverWindow::tipRequested, this,
+            [this](QPoint at, const QString& text, const QRect& area) {
+                m_stand.showTip(*m_window, at, text, area);
+            });
         m_systemMonitor.look();
         if (!m_pause) {
             m_pause = std::make_unique<SessionPause>();
@@ -176,6 +180,9 @@ void PopoverController::stepBy(int step)
 
 void PopoverController::requestMenu()
 {
+    // A status icon has the menu itself, where the desktop puts it.
+    if (m_stand.isWithoutStrip())
+        return;
     const PanelStrip::Item* item = m_strip.items().item(*m_section);
     const QPoint at(int(m_strip.place(*item).center().x()), m_strip.height());
     if (!m_state.isPinned)

@@ -2,11 +2,13 @@
 #include "KestrumAgent/Popover/PopoverWindow.h"
 
 #include "KestrumAgent/Popover/PopoverAccessible.h"
+#include "KestrumAgent/Popover/RoundedRegion.h"
 #include "KestrumShared/Popover/PopoverFrame.h"
 #include "KestrumShared/Popover/PopoverSurface.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QPainter>
 #include <algorithm>
@@ -22,21 +24,6 @@ constexpr double wheelStep = 48; ///< how far a notch of the wheel scrolls, in p
 constexpr double barWidth = 6;
 constexpr double barEdge = 2; ///< distance of the scroll bar from the edges
 constexpr double shortestBar = 24;
-
-/// The points of a rectangle with round corners. The toolkit's path would become a polygon with few corners.
-QRegion roundedRegion(QSize size, double radius)
-{
-    QRegion region(QRect(QPoint(0, 0), size));
-    for (int y = 0; y < radius; ++y) {
-        const double up = radius - y - 0.5;
-        const int cut = int(std::round(radius - std::sqrt(radius * radius - up * up)));
-        for (const int row : { y, size.height() - 1 - y }) {
-            region -= QRect(0, row, cut, 1);
-            region -= QRect(size.width() - cut, row, cut, 1);
-        }
-    }
-    return region;
-}
 
 } // namespace
 
@@ -269,6 +256,20 @@ void PopoverWindow::contextMenuEvent(QContextMenuEvent* event)
     // The menu key has its own way, below.
     if (event->reason() == QContextMenuEvent::Mouse)
         Q_EMIT menuRequested();
+}
+
+bool PopoverWindow::event(QEvent* event)
+{
+    if (event->type() != QEvent::ToolTip)
+        return QWidget::event(event);
+    const QPoint at = static_cast<QHelpEvent*>(event)->pos();
+    const auto place = contentPoint(at);
+    const Path path = place
+        ? m_layout.at(*place, [](const PanelElement& element) { return !element.tip.isEmpty(); })
+        : Path();
+    const PanelElement* element = m_layout.element(path);
+    Q_EMIT tipRequested(at, element ? element->tip : QString(), rectOf(path).toAlignedRect());
+    return true;
 }
 
 /// Tells whether rows are to keep their places: the pointer is over a row, or a row has the focus.

@@ -50,6 +50,8 @@ Q_SIGNALS:
     /// The user wants the popover of the neighbour: +1 to the right, −1 to the left.
     void neighbourRequested(int step);
     void menuRequested();
+    /// The pointer rests at `at`. `text` is empty if nothing is to be told of the element in `area`.
+    void tipRequested(QPoint at, const QString& text, QRect area);
     /// Whether the user is about to use a row, so that rows should keep their places.
     void listHeld(bool isHeld);
 
@@ -62,6 +64,7 @@ protected:
     void wheelEvent(QWheelEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     bool focusNextPrevChild(bool) override { return false; } // Tab moves the popover's own focus
 

@@ -7,6 +7,7 @@
 #include <QAccessible>
 #include <QApplication>
 #include <QClipboard>
+#include <QHelpEvent>
 #include <QSignalSpy>
 #include <QTest>
 #include <QWheelEvent>
@@ -113,6 +114,22 @@ private Q_SLOTS:
         key(popover, Qt::Key_Down);
         QCOMPARE(held.count(), 3);
         QCOMPARE(held.last().first().toBool(), true);
+    }
+
+    void aHeadOfAColumnIsExplainedWhereThePointerRests()
+    {
+        PopoverWindowFixture popover;
+        popover.list.elements[0].children[0].tip = QStringLiteral("Your own programs");
+        popover.show();
+        QSignalSpy tip(&popover.window, &PopoverWindow::tipRequested);
+        for (const QPoint at : { QPoint(20, 55), QPoint(20, 300) }) {
+            QHelpEvent event(QEvent::ToolTip, at, popover.window.mapToGlobal(at));
+            QApplication::sendEvent(&popover.window, &event);
+        }
+        QCOMPARE(tip.count(), 2);
+        QCOMPARE(tip[0][1].toString(), QStringLiteral("Your own programs"));
+        QCOMPARE(tip[0][2].toRect(), QRect(12, 50, 60, 12));
+        QVERIFY(tip[1][1].toString().isEmpty());
     }
 
     // Scrolling

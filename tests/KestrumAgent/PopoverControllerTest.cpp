@@ -7,9 +7,12 @@
 #include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
+#include "tests/Support/SessionBus.h"
 #include "tests/Support/TestHome.h"
 
 #include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -267,6 +270,24 @@ private Q_SLOTS:
         QVERIFY(light.pixelColor(150, 20).lightness() > 128);
         Setting(Keys::popoverAppearance).set(PopoverAppearance::light);
         QTRY_COMPARE(desk.popovers.window()->grab().toImage(), light);
+    }
+
+    void itClosesWhenTheMachineGoesToSleep()
+    {
+        const SessionBus bus(SessionBus::Services::none);
+        QVERIFY(bus.isUp());
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", bus.address().toUtf8());
+        const QString login = QStringLiteral("login");
+        QVERIFY(QDBusConnection::connectToBus(bus.address(), login).isConnected());
+        QDBusMessage sleep = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/login1"),
+            QStringLiteral("org.freedesktop.login1.Manager"), QStringLiteral("PrepareForSleep"));
+        sleep.setArguments({ true });
+        Desk desk;
+        desk.popovers.open(memory);
+        // The bus is joined meanwhile.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            (QDBusConnection(login).send(sleep), QTest::qWait(20), !desk.popovers.section()), 10'000);
+        QDBusConnection::disconnectFromBus(login);
     }
 
     void newReadingsAreShownWhileItIsOpen()

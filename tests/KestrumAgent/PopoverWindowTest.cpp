@@ -88,7 +88,7 @@ private Q_SLOTS:
     {
         PopoverWindowFixture popover;
         QVERIFY(QTest::qWaitForWindowExposed(&popover.window));
-        QTest::mouseMove(&popover.window, QPoint(150, 100));
+        QTest::mouseMove(&popover.window, QPoint(100, 20));
         QTest::qWait(20);
         PaintWatcher watcher;
         popover.window.installEventFilter(&watcher);
@@ -159,9 +159,12 @@ private Q_SLOTS:
     {
         PopoverWindowFixture popover;
         popover.show(200);
-        key(popover, Qt::Key_PageDown);
+        QWheelEvent wheel(QPointF(100, 100), popover.window.mapToGlobal(QPointF(100, 100)), {}, { 0, -90 },
+            {}, {}, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&popover.window, &wheel);
+        QCOMPARE(popover.window.scrolled(), 36.0);
         QSignalSpy acted(&popover.window, &PopoverWindow::acted);
-        // The link is scrolled to below the header's left part.
+        // The link, which was at 56, is now where the header's left part is.
         QTest::mouseClick(&popover.window, Qt::LeftButton, {}, QPoint(20, 20));
         QVERIFY(acted.isEmpty());
     }

@@ -109,8 +109,9 @@ bool AppListReader::scan(Column column, bool isRegular, const std::function<void
     const Clock::time_point now = m_now();
     const AppLanguageTexts language { AppLanguage::code(), AppLanguage::string("Container") };
     const bool isBegun = m_background.begin(
-        [apps = m_apps, column, language, isOfNow, now] {
-            Scan scan { column, apps->sample(column, language, now.time_since_epoch()), {}, isOfNow };
+        [apps = m_apps, column, language, isOfNow, clock = m_now] {
+            // The worker may begin late, and rates are over the time between the readings themselves.
+            Scan scan { column, apps->sample(column, language, clock().time_since_epoch()), {}, isOfNow };
             scan.cost = apps->cost();
             return scan;
         },

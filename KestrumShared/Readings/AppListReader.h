@@ -21,7 +21,8 @@ public:
     using Column = TopApps::Column;
     using Clock = std::chrono::steady_clock;
 
-    /// A worker calls `done`, which may be empty, when `collect` has something to take over. Tests pass a clock.
+    /// A worker calls `done`, which may be empty, when `collect` has something to take over. Tests pass a clock, which workers
+    /// read too.
     AppListReader(
         const QString& root, std::function<void()> done, std::function<Clock::time_point()> now = Clock::now);
 

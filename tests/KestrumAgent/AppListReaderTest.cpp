@@ -6,7 +6,9 @@
 
 #include <QDeadlineTimer>
 #include <QElapsedTimer>
+#include <QSemaphore>
 #include <QThread>
+#include <atomic>
 
 using namespace kestrum;
 using namespace std::chrono_literals;
@@ -20,11 +22,34 @@ using Column = AppListReader::Column;
 class AppListFixture {
 public:
     AppListFixture()
-        : list(m_tree.root(), bell.rope(), [this] { return stopped.value_or(Clock::now()) + passed; })
+        : list(m_tree.root(), bell.rope(), [this, hold = m_hold] {
+            const bool isWorker = QThread::currentThread() != QCoreApplication::instance()->thread();
+            const auto now = stopped.value_or(Clock::now()) + passed + (isWorker ? late : 0ms);
+            if (isWorker && hold->isOn) {
+                ++hold->waiting;
+                hold->wake.acquire();
+                --hold->waiting;
+            }
+            return now;
+        })
     {
         QObject::connect(&bell, &Bell::rung, [this] { list.collect(); });
         setTicks(0);
     }
+
+    ~AppListFixture() { letGo(); }
+    Q_DISABLE_COPY_MOVE(AppListFixture)
+
+    /// Makes scans hang that begin from now on, until `hangNoMore`. They go on at `letGo`, or at the end of the test.
+    void hang() const { m_hold->isOn = true; }
+    void hangNoMore() const { m_hold->isOn = false; }
+    void letGo() const
+    {
+        hangNoMore();
+        m_hold->wake.release(10);
+    }
+    /// How many scans hang.
+    int hanging() const { return m_hold->waiting; }
 
     /// Sets the processor time and the rates of the processes: `ticks` times the given numbers.
     void setTicks(int ticks, int ofFirst = 3, int ofSecond = 2) const
@@ -62,10 +87,18 @@ public:
     }
 
 private:
+    /// The workers, which may outlive the test, share it.
+    struct Hold {
+        std::atomic<bool> isOn = false;
+        std::atomic<int> waiting = 0;
+        QSemaphore wake;
+    };
+    const std::shared_ptr<Hold> m_hold = std::make_shared<Hold>();
     FileTree m_tree;
 
 public:
     std::chrono::milliseconds passed {};      ///< besides the time that really passes
+    std::chrono::milliseconds late {};        ///< how much later the workers begin
     std::optional<Clock::time_point> stopped; ///< since when no time really passes
     Bell bell;
     AppListReader list;
@@ -246,6 +279,21 @@ private Q_SLOTS:
         for (int i = 0; i < 5; ++i)
             tick(3, 60);
         QCOMPARE(fixture.names(), QStringList(firstAndSecond.rbegin(), firstAndSecond.rend()));
+    }
+
+    void ratesAreOverTheTimeBetweenTheReadingsThemselves()
+    {
+        AppListFixture fixture;
+        fixture.stopped = Clock::now();
+        fixture.list.open(Column::disk);
+        fixture.finish();
+        fixture.setTicks(10);
+        fixture.passed = 2s;
+        fixture.late = 2s;
+        fixture.list.tick(1s, {});
+        fixture.finish();
+        QCOMPARE(fixture.names(), firstAndSecond);
+        QCOMPARE(fixture.list.rows().first().readRate, 30'000 / 4.0);
     }
 
     void aDifferenceOverALongTimeIsSoonFollowedByAnother()

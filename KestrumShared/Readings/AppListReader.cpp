@@ -44,6 +44,7 @@ void AppListReader::open(Column column)
     collect();
     m_column = column;
     m_ranking = rankingOf(column);
+    m_ranking.setHeld(m_isHeld);
     m_quickScans = 0;
     const bool isKnown = m_approached && m_approached->column == column && m_approached->apps
         && m_approached->isOfNow && !isDue(TopApps::shortestPause);
@@ -85,7 +86,6 @@ void AppListReader::close()
     m_column.reset();
     m_timer.stop();
     m_ranking.clear();
-    m_ranking.setHeld(false);
 }
 
 AppRanking AppListReader::rankingOf(Column column)

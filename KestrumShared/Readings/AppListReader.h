@@ -38,8 +38,8 @@ public:
     /// The list is no longer shown.
     void close();
 
-    /// See `AppRanking::setHeld`.
-    void setHeld(bool isHeld) { m_ranking.setHeld(isHeld); }
+    /// See `AppRanking::setHeld`. Another list that takes the place of this one is held too.
+    void setHeld(bool isHeld) { m_ranking.setHeld(m_isHeld = isHeld); }
     /// The rows from the top; empty until the first difference is known.
     const QList<AppUse>& rows() const { return m_ranking.rows(); }
 
@@ -67,6 +67,7 @@ private:
     QTimer m_timer;                 ///< for the second scan after opening
     std::optional<Column> m_column; ///< absent while the list is not shown
     AppRanking m_ranking;
+    bool m_isHeld = false;
     std::optional<Scan> m_approached; ///< the last scan while the list was not shown
     std::optional<Clock::time_point> m_last;
     Clock::duration m_cost {};

@@ -269,7 +269,7 @@ private Q_SLOTS:
         fixture.list.setHeld(false);
         tick(3, 20);
         QCOMPARE(fixture.names(), QStringList(firstAndSecond.rbegin(), firstAndSecond.rend()));
-        // The next opening is not held.
+        // A list in its place is held too: whoever points at it has not moved.
         fixture.list.setHeld(true);
         fixture.list.close();
         fixture.list.open(Column::cpu);
@@ -278,6 +278,9 @@ private Q_SLOTS:
         QCOMPARE(fixture.names(), firstAndSecond);
         for (int i = 0; i < 5; ++i)
             tick(3, 60);
+        QCOMPARE(fixture.names(), firstAndSecond);
+        fixture.list.setHeld(false);
+        tick(3, 60);
         QCOMPARE(fixture.names(), QStringList(firstAndSecond.rbegin(), firstAndSecond.rend()));
     }
 

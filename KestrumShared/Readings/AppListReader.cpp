@@ -18,7 +18,8 @@ constexpr std::chrono::milliseconds momentAfter { 10 };
 
 AppListReader::AppListReader(
     const QString& root, std::function<void()> done, std::function<Clock::time_point()> now)
-    : m_apps(std::make_shared<TopApps>(root))
+    : m_root(root)
+    , m_apps(std::make_shared<TopApps>(root))
     , m_done(std::move(done))
     , m_now(std::move(now))
     , m_ranking(rankingOf(Column::cpu))
@@ -67,7 +68,7 @@ bool AppListReader::collect()
 {
     std::optional<Scan> scan = m_background.take();
     if (!scan)
-        return false;
+        return m_background.isBusy() && isDue(longestScan) && giveUp();
     m_cost = scan->cost;
     if (!m_column) {
         m_approached = std::move(scan);
@@ -79,6 +80,17 @@ bool AppListReader::collect()
     if (!isOfList || !scan->isOfNow)
         scanSoon();
     return isOfList;
+}
+
+/// Another worker goes on with the next scan. The one that hangs keeps what it was working with.
+bool AppListReader::giveUp()
+{
+    if (m_background.leaveBehind())
+        m_apps = std::make_shared<TopApps>(m_root);
+    m_approached.reset();
+    const bool hadRows = !rows().isEmpty();
+    m_ranking.clear();
+    return hadRows;
 }
 
 void AppListReader::close()

@@ -21,6 +21,9 @@ public:
     using Column = TopApps::Column;
     using Clock = std::chrono::steady_clock;
 
+    /// After this time without an end of a scan, the rows are no longer shown.
+    static constexpr std::chrono::seconds longestScan { 10 };
+
     /// A worker calls `done`, which may be empty, when `collect` has something to take over. Tests pass a clock, which workers
     /// read too.
     AppListReader(
@@ -33,7 +36,7 @@ public:
     /// Call this at each sample while the list is shown. Scans again if it is time. Readings are shown every `interval`.
     /// A worker calls `done` here as above.
     void tick(std::chrono::nanoseconds interval, const std::function<void()>& done);
-    /// Takes over a scan that is done. Returns true if the rows may have changed.
+    /// Takes over a scan that is done, or gives up one that hangs. Returns true if the rows may have changed.
     bool collect();
     /// The list is no longer shown.
     void close();
@@ -59,7 +62,9 @@ private:
     bool isDue(Clock::duration pause) const { return !m_last || m_now() - *m_last >= pause; }
     bool scan(Column column, bool isRegular, const std::function<void()>& done);
     void scanSoon();
+    bool giveUp();
 
+    QString m_root;
     std::shared_ptr<TopApps> m_apps;
     std::function<void()> m_done;
     std::function<Clock::time_point()> m_now;

@@ -43,6 +43,17 @@ public:
         return std::move(std::exchange(m_run, nullptr)->result);
     }
 
+    /// Leaves the running reading behind. Its result is lost, and another one can begin on a thread of its own. Returns false
+    /// while one that was left behind before still runs: not every reading that hangs gets a thread.
+    bool leaveBehind()
+    {
+        if (m_leftBehind && !m_leftBehind->isDone.load(std::memory_order_acquire))
+            return false;
+        m_worker.leaveBehind();
+        m_leftBehind = std::exchange(m_run, nullptr);
+        return true;
+    }
+
 private:
     /// Until `isDone`, only the worker uses `result`.
     struct Run {
@@ -50,6 +61,7 @@ private:
         std::atomic<bool> isDone = false;
     };
     std::shared_ptr<Run> m_run;
+    std::shared_ptr<const Run> m_leftBehind; ///< the last one
     Worker m_worker;
 };
 

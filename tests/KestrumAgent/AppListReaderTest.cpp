@@ -299,6 +299,54 @@ private Q_SLOTS:
         QCOMPARE(fixture.list.rows().first().readRate, 30'000 / 4.0);
     }
 
+    void aScanThatHangsIsLeftBehind()
+    {
+        AppListFixture fixture;
+        fixture.stopped = Clock::now();
+        const auto hangs = [&fixture](std::chrono::milliseconds passed, int count) {
+            fixture.passed = passed;
+            fixture.list.collect();
+            fixture.list.tick(1s, {});
+            QTRY_COMPARE_WITH_TIMEOUT(fixture.hanging(), count, 5000);
+        };
+        fixture.list.open(Column::memory);
+        fixture.finish();
+        QCOMPARE(fixture.list.rows().size(), 3);
+        fixture.hang();
+        hangs(2s, 1);
+        hangs(11s, 1);
+        QCOMPARE(fixture.list.rows().size(), 3);
+        // Numbers of long ago are not shown as those of now. Another worker goes on, but not any number of them.
+        hangs(12s, 2);
+        QVERIFY(fixture.list.rows().isEmpty());
+        hangs(30s, 2);
+        hangs(60s, 2);
+        QCOMPARE(fixture.list.scans(), 3);
+
+        fixture.letGo();
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.hanging(), 0, 5000);
+        fixture.finish();
+        QCOMPARE(fixture.list.rows().size(), 3);
+    }
+
+    void openedAgainAListThatHungIsNotBlank()
+    {
+        AppListFixture fixture;
+        fixture.stopped = Clock::now();
+        fixture.hang();
+        fixture.list.open(Column::memory);
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.hanging(), 1, 5000);
+        fixture.list.close();
+        fixture.passed = 20s;
+        fixture.hangNoMore();
+        fixture.list.open(Column::memory);
+        fixture.finish();
+        QCOMPARE(fixture.list.rows().size(), 3);
+        QCOMPARE(fixture.hanging(), 1);
+        fixture.letGo();
+        QTRY_COMPARE_WITH_TIMEOUT(fixture.hanging(), 0, 5000);
+    }
+
     void aDifferenceOverALongTimeIsSoonFollowedByAnother()
     {
         AppListFixture fixture;

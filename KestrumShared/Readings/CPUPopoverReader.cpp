@@ -2,7 +2,9 @@
 #include "KestrumShared/Readings/CPUPopoverReader.h"
 
 #include "KestrumShared/Readings/RowDecision.h"
+#include "Platform/Machine/KernelFile.h"
 
+#include <string_view>
 #include <utility>
 
 namespace kestrum {
@@ -27,9 +29,10 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
         readings.usage = sample.live.cpuUsage();
         readings.cores = sample.live.coreUsages();
         readings.history = sample.histories.cpu.points(sample.now);
+        const bool isOpening = sample.occasion == PopoverSample::Occasion::opening;
         readings.load = m_opening->load.read();
         readings.uptime = m_opening->uptime.read();
-        updateTiers(readings);
+        updateTiers(readings, isOpening);
         takePower(readings.watts, readings.powerAccess, sample.live, ++m_opening->powerAnswers);
     }
     if (const auto hertz = m_hertz.take()) {
@@ -44,11 +47,18 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
     }
 }
 
-// Cores can go offline and come back while the popover is open.
-void CPUPopoverReader::updateTiers(CPUPopoverReadings& readings)
+// Cores can go offline and come back while the popover is open. To find the tiers, a file of each core is read several times, so
+// they are found only for other cores than before.
+void CPUPopoverReader::updateTiers(CPUPopoverReadings& readings, bool isOpening)
 {
     const qsizetype cores = readings.cores.size();
-    if (std::exchange(m_opening->tieredCores, cores) == cores)
+    const bool isSameCount = std::exchange(m_tieredCount, cores) == cores;
+    if (isSameCount && !isOpening)
+        return;
+    KernelFile file(m_root + QStringLiteral("/sys/devices/system/cpu/online"));
+    const std::string_view text = file.readWord();
+    const QByteArray online(text.data(), qsizetype(text.size()));
+    if (std::exchange(m_tieredCores, online) == online && isSameCount)
         return;
     readings.tiers = CoreTopology::tiers(KernelValues(m_root));
     qsizetype count = 0;

@@ -7,6 +7,7 @@
 #include "Platform/Machine/CPUFrequency.h"
 #include "Platform/Machine/SystemFigures.h"
 
+#include <QByteArray>
 #include <QString>
 
 namespace kestrum {
@@ -29,15 +30,16 @@ private:
         LoadAverage load;
         Uptime uptime;
         std::shared_ptr<CPUFrequency> frequency;
-        qsizetype tieredCores = -1; ///< for how many cores the tiers were found
         int powerAnswers = 0;
         bool knowsTemperature = false;
         bool knowsHertz = false;
     };
-    void updateTiers(CPUPopoverReadings& readings);
+    void updateTiers(CPUPopoverReadings& readings, bool isOpening);
 
     QString m_root;
     std::optional<Opening> m_opening;
+    qsizetype m_tieredCount = -1;              ///< for how many cores the tiers were found
+    QByteArray m_tieredCores;                  ///< the kernel's list of these cores
     Background<std::optional<double>> m_hertz; ///< on a worker, because many cores take long
 };
 

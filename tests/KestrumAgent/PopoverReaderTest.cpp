@@ -230,6 +230,25 @@ private Q_SLOTS:
         QVERIFY(cpu().tiers.isEmpty());
     }
 
+    void coresThatAreTheSameAreNotLookedAtAgain()
+    {
+        m_machine->writeKind("cpu_core", "0-1\n");
+        m_machine->writeKind("cpu_atom", "2-3\n");
+        m_fixture->tick();
+        m_fixture->open(MonitorSection::cpu);
+        const QList<CoreTier> tiers = cpu().tiers;
+        QCOMPARE(tiers.size(), 2);
+        m_fixture->close();
+        const SeenReads reads(m_machine->root());
+        const QString kind = QStringLiteral("sys/devices/cpu_core/cpus");
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY(!reads.take().contains(kind));
+        QCOMPARE(cpu().tiers, tiers);
+        m_machine->writeOnline("0-7\n");
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY(reads.take().contains(kind));
+    }
+
     void aMachineThatTellsNothingHasNoRowsAndGetsNone()
     {
         m_fixture->tick();

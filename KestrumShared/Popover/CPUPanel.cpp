@@ -91,14 +91,16 @@ PopoverPanel SectionPanel::cpu() const
         if (readings.hertz.hasRow)
             values.append(valueRow(AppLanguage::string("Frequency"),
                 readings.hertz.value ? m_amounts.clock(*readings.hertz.value) : Amounts::lost()));
-        if (readings.load) {
+        if (readings.load.hasRow) {
             QStringList texts;
-            for (const double load : *readings.load)
+            for (const double load : readings.load.value.value_or(std::array<double, 3>()))
                 texts.append(m_amounts.number(load, 2));
-            values.append(valueRow(AppLanguage::string("Load"), texts.join(QString(2, QChar::Nbsp))));
+            values.append(valueRow(AppLanguage::string("Load"),
+                readings.load.value ? texts.join(QString(2, QChar::Nbsp)) : Amounts::lost()));
         }
-        if (readings.uptime)
-            values.append(valueRow(AppLanguage::string("Uptime"), m_amounts.duration(*readings.uptime)));
+        if (readings.uptime.hasRow)
+            values.append(valueRow(AppLanguage::string("Uptime"),
+                readings.uptime.value ? m_amounts.duration(*readings.uptime.value) : Amounts::lost()));
     }
     if (!values.isEmpty())
         rows.append(InsetDivider {});

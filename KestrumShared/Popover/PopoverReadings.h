@@ -44,8 +44,8 @@ struct CPUPopoverReadings {
     RowValue<double> watts;
     PowerAccess powerAccess = PowerAccess::granted; ///< `denied` shows a row even without watts
     RowValue<double> hertz;
-    std::optional<std::array<double, 3>> load;
-    std::optional<std::chrono::seconds> uptime;
+    RowValue<std::array<double, 3>> load;
+    RowValue<std::chrono::seconds> uptime;
 };
 
 struct MemoryPopoverReadings {

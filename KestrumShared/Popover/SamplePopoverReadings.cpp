@@ -95,8 +95,8 @@ CPUPopoverReadings richCPU(const QList<CoreTier>& tiers, int totalCores)
     cpu.celsius = 48.0;
     cpu.watts = 12.0;
     cpu.hertz = 3.42e9;
-    cpu.load = { 5.24, 3.96, 2.71 };
-    cpu.uptime = std::chrono::hours(3 * 24 + 4);
+    cpu.load = std::array { 5.24, 3.96, 2.71 };
+    cpu.uptime = std::chrono::seconds(std::chrono::hours(3 * 24 + 4));
     return cpu;
 }
 

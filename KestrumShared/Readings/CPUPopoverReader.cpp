@@ -24,14 +24,16 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
         readings.celsius.value.reset();
         readings.watts.value.reset();
         readings.hertz.value.reset();
+        readings.load.value.reset();
+        readings.uptime.value.reset();
     }
     if (sample.occasion != PopoverSample::Occasion::answer) {
         readings.usage = sample.live.cpuUsage();
         readings.cores = sample.live.coreUsages();
         readings.history = sample.histories.cpu.points(sample.now);
         const bool isOpening = sample.occasion == PopoverSample::Occasion::opening;
-        readings.load = m_opening->load.read();
-        readings.uptime = m_opening->uptime.read();
+        take(readings.load, m_opening->load.read(), isOpening ? Answer::deciding : Answer::later);
+        take(readings.uptime, m_opening->uptime.read(), isOpening ? Answer::deciding : Answer::later);
         updateTiers(readings, isOpening);
         takePower(readings.watts, readings.powerAccess, sample.live, ++m_opening->powerAnswers);
     }

@@ -42,7 +42,7 @@ private Q_SLOTS:
         QCOMPARE(readings.memory.parts.used(), quint64(60 * 1024));
         QCOMPARE(readings.memory.app.size(), 1);
         source.opened(MonitorSection::cpu);
-        QCOMPARE(readings.cpu.uptime, std::optional(std::chrono::seconds(60)));
+        QCOMPARE(readings.cpu.uptime.value, std::optional(std::chrono::seconds(60)));
     }
 
     void anOpenPopoverFollowsTheTicksAndAClosedOneDoesNot()

@@ -183,8 +183,8 @@ private Q_SLOTS:
         QVERIFY(cpu().watts.hasRow && cpu().watts.value > 0 && cpu().watts.value <= 50);
         QCOMPARE(cpu().powerAccess, PowerAccess::granted);
         QTRY_COMPARE_WITH_TIMEOUT(cpu().hertz, RowValue<double>(3.42e9), 5000);
-        QCOMPARE(cpu().load.value(), (std::array { 5.24, 3.96, 2.71 }));
-        QCOMPARE(cpu().uptime.value(), std::chrono::seconds(273600));
+        QCOMPARE(cpu().load.value.value(), (std::array { 5.24, 3.96, 2.71 }));
+        QCOMPARE(cpu().uptime.value.value(), std::chrono::seconds(273600));
 
         m_fixture->open(MonitorSection::memory);
         QCOMPARE(memory().parts.used(), quint64(60000) * 1024);
@@ -256,7 +256,7 @@ private Q_SLOTS:
         for (int i = 0; i < 3; ++i) {
             for (const auto* row : { &cpu().celsius, &cpu().watts, &cpu().hertz })
                 QCOMPARE(*row, RowValue<double>());
-            QVERIFY(!cpu().load && !cpu().uptime);
+            QVERIFY(!cpu().load.hasRow && !cpu().uptime.hasRow);
             if (i == 1)
                 fill(*m_fixture); // too late
             QTest::qWait(20);
@@ -286,18 +286,21 @@ private Q_SLOTS:
         m_fixture->write("sys/devices/system/cpu/cpufreq/policy0/scaling_cur_freq", "");
         m_fixture->write("sys/devices/system/cpu/cpufreq/policy1/scaling_cur_freq", "");
         m_fixture->write("proc/loadavg", "");
+        m_fixture->write("proc/uptime", "");
         m_fixture->devices.setSensors({});
         const auto isLost = [this] {
             m_fixture->tick();
-            return !cpu().watts.value && !cpu().hertz.value && !cpu().celsius.value && !cpu().load;
+            return !cpu().watts.value && !cpu().hertz.value && !cpu().celsius.value && !cpu().load.value
+                && !cpu().uptime.value;
         };
         QTRY_VERIFY_WITH_TIMEOUT(isLost(), 5000);
         for (const auto* row : { &cpu().celsius, &cpu().watts, &cpu().hertz })
             QVERIFY(row->hasRow);
+        QVERIFY(cpu().load.hasRow && cpu().uptime.hasRow);
         fill(*m_fixture);
         const auto isBack = [this] {
             m_fixture->tick();
-            return cpu().hertz.value && cpu().celsius.value && cpu().load;
+            return cpu().hertz.value && cpu().celsius.value && cpu().load.value && cpu().uptime.value;
         };
         QTRY_VERIFY_WITH_TIMEOUT(isBack(), 5000);
 

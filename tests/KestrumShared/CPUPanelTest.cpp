@@ -74,8 +74,8 @@ private Q_SLOTS:
         m_readings.cpu.celsius = {};
         m_readings.cpu.watts = {};
         m_readings.cpu.hertz = {};
-        m_readings.cpu.load.reset();
-        m_readings.cpu.uptime.reset();
+        m_readings.cpu.load = {};
+        m_readings.cpu.uptime = {};
         QCOMPARE(lines(), all.first(all.size() - 5));
     }
 
@@ -85,8 +85,11 @@ private Q_SLOTS:
         m_readings.cpu.celsius.value.reset();
         m_readings.cpu.watts.value.reset();
         m_readings.cpu.hertz.value.reset();
-        QCOMPARE(lines().last(5).first(3),
-            QStringList({ text("Temperature | –"), text("Power | –"), text("Frequency | –") }));
+        m_readings.cpu.load.value.reset();
+        m_readings.cpu.uptime.value.reset();
+        QCOMPARE(lines().last(5),
+            QStringList({ text("Temperature | –"), text("Power | –"), text("Frequency | –"), text("Load | –"),
+                text("Uptime | –") }));
         QCOMPARE(panel().height(), height);
     }
 

@@ -72,6 +72,8 @@ void Agent::start(std::optional<double> launched)
     store.observe(
         MeterSettings::itemKeys() + Keys::names(Keys::refreshInterval), this, [this] { adoptSettings(); });
     adoptLanguage();
+    // Made before the first sample, which is kept for the popovers' graphs.
+    m_popoverSource = std::make_unique<LiveSource>(*m_sampler);
     m_sampler->adoptSettings();
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
     for (const auto signal : { &Sampler::sampled, &Sampler::completed })
@@ -79,7 +81,6 @@ void Agent::start(std::optional<double> launched)
     // Presses in any window of ours may be followed by a program's start.
     QCoreApplication::instance()->installEventFilter(this);
     m_channel = PanelChannel::make(*m_strip, m_menu);
-    m_popoverSource = std::make_unique<LiveSource>(*m_sampler);
     m_popovers = std::make_unique<PopoverController>(*m_strip, m_channel->popoverStand(), *m_popoverSource);
     connect(m_popovers.get(), &PopoverController::settingsRequested, this, &Agent::openSettings);
     connect(m_popovers.get(), &PopoverController::systemMonitorRequested, this,

@@ -272,10 +272,10 @@ bool PopoverWindow::event(QEvent* event)
     return true;
 }
 
-/// Tells whether rows are to keep their places: the pointer is over a row, or a row has the focus.
+/// Tells whether ranked rows are to keep their places: the pointer is over one of them, or one has the focus.
 void PopoverWindow::holdList()
 {
-    const auto isRow = [](const PanelElement& element) { return element.role == PanelElement::Role::row; };
+    const auto isRow = [](const PanelElement& element) { return element.isRanked; };
     const PanelElement* focused = m_layout.element(m_focus.path());
     const bool isPointed = m_environment.pointer && !m_layout.at(*m_environment.pointer, isRow).isEmpty();
     const bool isHeld = isPointed || (focused && isRow(*focused));

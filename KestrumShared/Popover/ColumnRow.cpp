@@ -61,6 +61,7 @@ QList<PanelElement> ColumnRow::describe(const QRectF& rect, const PanelEnvironme
     row.name = spoken.isEmpty() ? row.columns.join(QStringLiteral(", ")) : spoken;
     row.rect = rect;
     row.action = action;
+    row.isRanked = isRanked;
     return { row };
 }
 

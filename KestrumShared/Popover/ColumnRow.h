@@ -27,6 +27,7 @@ struct ColumnRow {
     bool isNameSecondary = false;
     double indent = 0; ///< of the name, in points
     PanelAction action = {};
+    bool isRanked = false; ///< whether the row changes its place with its numbers
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;

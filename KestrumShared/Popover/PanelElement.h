@@ -49,6 +49,7 @@ struct PanelElement {
     std::optional<double> fraction = std::nullopt; ///< of a bar, 0…1
     QString tip = {};                              ///< what the pointer shows at a head of a column
     QList<PanelElement> children = {};
+    bool isRanked = false; ///< whether a row changes its place with its numbers
 };
 
 } // namespace kestrum

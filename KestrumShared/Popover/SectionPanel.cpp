@@ -137,8 +137,11 @@ QList<PanelPart> SectionPanel::appRows(
     const QList<AppUse>& apps, int count, const std::function<ColumnRow(const AppUse&)>& row)
 {
     QList<PanelPart> rows;
-    for (int i = 0; i < count; ++i)
-        rows.append(i < apps.size() ? row(apps[i]) : ColumnRow {});
+    for (int i = 0; i < count; ++i) {
+        ColumnRow shown = i < apps.size() ? row(apps[i]) : ColumnRow {};
+        shown.isRanked = true;
+        rows.append(shown);
+    }
     return rows;
 }
 

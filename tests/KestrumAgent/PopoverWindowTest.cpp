@@ -116,6 +116,7 @@ private Q_SLOTS:
         QCOMPARE(held.last().first().toBool(), true);
     }
 
+<<<<<<< HEAD
     void aHeadOfAColumnIsExplainedWhereThePointerRests()
     {
         PopoverWindowFixture popover;
@@ -130,6 +131,21 @@ private Q_SLOTS:
         QCOMPARE(tip[0][1].toString(), QStringLiteral("Your own programs"));
         QCOMPARE(tip[0][2].toRect(), QRect(12, 50, 60, 12));
         QVERIFY(tip[1][1].toString().isEmpty());
+=======
+    void aRowThatHasAFixedPlaceHoldsNoList()
+    {
+        PopoverAgentFixture popover;
+        popover.list.elements.first().children.last().isRanked = false;
+        popover.show();
+        QSignalSpy held(&popover.window, &PopoverWindow::listHeld);
+        QTest::mouseMove(&popover.window, QPoint(100, 117)); // on the last row
+        key(popover, Qt::Key_End);
+        QCOMPARE(popover.focused(), QStringLiteral("Kernel, cores 0.1"));
+        QTest::qWait(20);
+        QVERIFY(held.isEmpty());
+        QTest::mouseMove(&popover.window, QPoint(100, 97));
+        QTRY_COMPARE(held.count(), 1);
+>>>>>>> 681cb43 (popover: only rows of apps are held in place)
     }
 
     // Scrolling

@@ -104,6 +104,16 @@ private Q_SLOTS:
         QCOMPARE(lines().count(text("App | 1.0 | 6 %")), 5);
     }
 
+    void onlyRowsOfAppsAreRanked()
+    {
+        QStringList ranked;
+        for (const PanelElement& element : panel().elements()) {
+            if (element.isRanked)
+                ranked.append(element.columns.first());
+        }
+        QCOMPARE(ranked.join(u','), text("Firefox,cargo,GNOME Shell,Spotify,Kernel"));
+    }
+
     void shareOfAnAppIsThatOfTheOnlineCores()
     {
         m_readings.cpu.apps = { { text("a"), text("App"), 1 } };

@@ -94,6 +94,7 @@ struct PopoverWindowFixture {
         row.columns = { QString::fromLatin1(name), QString::fromLatin1(cores) };
         row.name = row.columns.join(QStringLiteral(", cores "));
         row.rect = QRectF(12, top, 276, 15);
+        row.isRanked = true;
         return row;
     }
 

@@ -2,6 +2,7 @@
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/OrdinaryUser.h"
 #include "tests/Support/PopoverFixture.h"
+#include "tests/Support/Rows.h"
 #include "tests/Support/SeenReads.h"
 #include "tests/Support/TestHome.h"
 
@@ -61,6 +62,7 @@ private Q_SLOTS:
     void init()
     {
         forgetSettings();
+        m_fixture.reset();
         m_machine = std::make_unique<FakeMachine>(4);
         m_fixture = std::make_unique<PopoverFixture>(*m_machine);
     }
@@ -142,6 +144,8 @@ private Q_SLOTS:
                 "proc/self/mountinfo", "sys/devices/system/cpu/cpufreq/policy1/scaling_cur_freq" })
             QVERIFY2(open.contains(QLatin1StringView(path)), path);
 
+        m_fixture->open(MonitorSection::cpu);
+        m_fixture->tick();
         m_fixture->close();
         QTest::qWait(600); // a scan that was due would come now
         m_fixture->tick();
@@ -149,14 +153,16 @@ private Q_SLOTS:
         QCOMPARE(readOf(tick), closed);
         QTest::qWait(60);
         QCOMPARE(readOf(tick), closed);
-        // Only what is read still has open files.
+        // Only the items' readers still have open files.
         QSet<QString> files;
         for (const QFileInfo& file :
             QDir(QStringLiteral("/proc/self/fd")).entryInfoList(QDir::Files | QDir::System)) {
-            if (file.symLinkTarget().startsWith(m_machine->root() + QStringLiteral("/proc/")))
+            if (file.symLinkTarget().startsWith(m_machine->root() + u'/'))
                 files.insert(file.symLinkTarget().mid(m_machine->root().size() + 1));
         }
-        QCOMPARE(files - closed, QSet<QString>({ QStringLiteral("proc/pressure/memory") }));
+        QCOMPARE(files - closed,
+            QSet<QString>({ QStringLiteral("proc/pressure/memory"),
+                QStringLiteral("sys/class/powercap/intel-rapl:0/energy_uj") }));
     }
 
     void withoutAShownVolumeItsDisksAreNotRead()
@@ -387,6 +393,48 @@ private Q_SLOTS:
         m_fixture->open(MonitorSection::cpu);
         QTRY_VERIFY_WITH_TIMEOUT(cpu().hertz.value, 5000);
         QVERIFY(!changed.isEmpty());
+    }
+
+    void laterAnswersAreShownAtTheNextTickUnlessItIsFarAway()
+    {
+        const struct {
+            const char* name;
+            std::chrono::milliseconds interval;
+            bool rings;
+        } rows[] { { "1 s", std::chrono::seconds(1), false },
+            { "4.9 s", std::chrono::milliseconds(4900), false }, { "5 s", std::chrono::seconds(5), true },
+            { "60 s", std::chrono::seconds(60), true } };
+        for (const auto& row : rows) {
+            init();
+            m_fixture->interval = row.interval;
+            m_fixture->open(MonitorSection::sensors);
+            for (int i = 0; i < 3; ++i) {
+                QTest::qWait(20); // so that the worker has answered
+                m_fixture->tick();
+            }
+            QSignalSpy changed(&m_fixture->reader, &PopoverReader::changed);
+            const int reads = m_fixture->devices.listReads();
+            QTRY_VERIFY_WITH_TIMEOUT(
+                (QTest::qWait(20), m_fixture->tick(), m_fixture->devices.listReads() > reads), 5000);
+            changed.clear();
+            QCOMPARE_ROW(row.name, changed.wait(row.rings ? 5000 : 100), row.rings);
+        }
+    }
+
+    void theListOfAClosedPopoverIsNotScanned()
+    {
+        m_fixture->open(MonitorSection::cpu);
+        QCOMPARE(m_fixture->reader.appScans(), 1);
+        m_fixture->close();
+        QTest::qWait(600);
+        QCOMPARE(m_fixture->reader.appScans(), 1);
+        // The popover of the sensors has none.
+        m_fixture->open(MonitorSection::cpu);
+        m_fixture->open(MonitorSection::sensors);
+        const int scans = m_fixture->reader.appScans();
+        QTest::qWait(600);
+        m_fixture->reader.approached(MonitorSection::sensors);
+        QCOMPARE(m_fixture->reader.appScans(), scans);
     }
 
     void anotherSectionTakesThePlaceOfTheOpenOne()

@@ -78,9 +78,8 @@ void SensorsPopoverReader::update(SensorsPopoverReadings& readings, const Popove
         take(readings.wholeWatts, live.systemWatts(), isLater ? Answer::later : Answer::deciding);
     }
     readings.systemWatts = answered.systemPower ? live.systemWatts() : std::nullopt;
-    readings.hottest = answered.sensors.hottest ? live.hottestCelsius() : highestCelsius(readings.devices);
-    readings.gpu = answered.sensors.gpu ? live.gpuTemperature()
-                                        : highestCelsius(readings.devices, SensorDevice::Kind::gpu);
+    readings.hottest = answered.sensors.hottest ? live.hottestCelsius() : m_opening->hottest;
+    readings.gpu = answered.sensors.gpu ? live.gpuTemperature() : m_opening->gpu;
     readings.fastestFan = answered.sensors.fan ? live.fastestFanRPM() : fastest(readings.fans);
     readings.cpuHistory = sample.histories.cpuTemperature.points(sample.now);
     readings.gpuHistory = sample.histories.gpuTemperature.points(sample.now);
@@ -120,6 +119,8 @@ void SensorsPopoverReader::forgetDevices(SensorsPopoverReadings& readings)
         fan.rpm.reset();
     readings.battery.reset();
     readings.gpuWatts.value.reset();
+    m_opening->hottest.reset();
+    m_opening->gpu.reset();
 }
 
 void SensorsPopoverReader::begin(const PopoverSample& sample)
@@ -151,6 +152,8 @@ void SensorsPopoverReader::adopt(
     readings.devices = devices.list->devices.first(std::min(mostDevices, devices.list->devices.size()));
     readings.moreDevices = int(devices.list->devices.size() - readings.devices.size());
     readings.fans = devices.list->fans;
+    m_opening->hottest = highestCelsius(devices.list->devices);
+    m_opening->gpu = highestCelsius(devices.list->devices, SensorDevice::Kind::gpu);
     take(readings.gpuWatts, devices.list->gpuWatts, isLater ? Answer::later : Answer::deciding);
     addHighest(readings);
     // What an item reads is in the history already.

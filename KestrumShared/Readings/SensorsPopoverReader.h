@@ -51,11 +51,12 @@ private:
         std::shared_ptr<Battery> battery;
         bool isListRead = false; ///< whether the worker was told of the opening
         int powerAnswers = 0;
+        std::optional<double> hottest, gpu; ///< of all devices, also of those without a row
         bool knowsDevices = false;
         bool knowsBattery = false;
         bool knowsWholePower = false;
     };
-    static void forgetDevices(SensorsPopoverReadings& readings);
+    void forgetDevices(SensorsPopoverReadings& readings);
     void begin(const PopoverSample& sample);
     void adopt(SensorsPopoverReadings& readings, const Devices& devices, const PopoverSample& sample);
     void addHighest(const SensorsPopoverReadings& readings);

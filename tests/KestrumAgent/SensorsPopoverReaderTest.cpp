@@ -156,6 +156,12 @@ private Q_SLOTS:
         QCOMPARE(sensors().devices.size(), 8);
         QCOMPARE(sensors().moreDevices, 3);
         QCOMPARE(sensors().devices.last().id, QStringLiteral("8"));
+        // The header knows also those that have no row.
+        QCOMPARE(sensors().hottest, Optional(90));
+        close();
+        m_fixture->devices.hang();
+        m_fixture->open(MonitorSection::sensors);
+        QCOMPARE(sensors().hottest, std::nullopt);
     }
 
     void highestValuesStayUntilTheyAreReset()

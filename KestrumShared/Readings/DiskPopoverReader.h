@@ -22,6 +22,8 @@ public:
     }
 
     void update(DiskPopoverReadings& readings, const PopoverSample& sample);
+    /// See `Volumes::nextSilence`.
+    std::optional<Volumes::Clock::time_point> nextSilence() const { return m_volumes.nextSilence(); }
     /// Closes the files that only the open popover needs. Volumes that do not answer are left to their threads.
     void close();
 

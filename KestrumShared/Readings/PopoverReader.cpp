@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Readings/PopoverReader.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kestrum {
@@ -39,12 +40,16 @@ PopoverReader::PopoverReader(std::shared_ptr<const LiveReadings> live, const QSt
     : QObject(parent)
     , m_live(std::move(live))
     , m_histories(root)
+    , m_silence(this)
     , m_apps(root, m_bell.rope())
     , m_cpu(root)
     , m_disk(root, askStorage)
     , m_sensors(root, std::move(readList))
 {
     connect(&m_bell, &Bell::rung, this, [this] { update(Occasion::answer); });
+    m_silence.setSingleShot(true);
+    m_silence.setTimerType(Qt::PreciseTimer);
+    connect(&m_silence, &QTimer::timeout, this, [this] { update(Occasion::answer); });
 }
 
 void PopoverReader::sampled(const WantedReadings& wanted, std::chrono::milliseconds interval)
@@ -111,6 +116,7 @@ void PopoverReader::update(Occasion occasion)
         break;
     case MonitorSection::storage:
         m_disk.update(m_readings.disk, sample);
+        awaitSilence();
         break;
     case MonitorSection::sensors:
         m_sensors.update(m_readings.sensors, sample);
@@ -125,8 +131,20 @@ void PopoverReader::update(Occasion occasion)
         Q_EMIT changed();
 }
 
+void PopoverReader::awaitSilence()
+{
+    using std::chrono::milliseconds;
+    const auto time = m_disk.nextSilence();
+    if (time)
+        m_silence.start(
+            std::max(std::chrono::ceil<milliseconds>(*time - Volumes::Clock::now()), milliseconds::zero()));
+    else
+        m_silence.stop();
+}
+
 void PopoverReader::closeReaders()
 {
+    m_silence.stop();
     m_apps.close();
     m_cpu.close();
     m_disk.close();

@@ -12,6 +12,7 @@
 #include "Platform/Machine/Bell.h"
 
 #include <QObject>
+#include <QTimer>
 #include <chrono>
 #include <memory>
 #include <optional>
@@ -63,6 +64,7 @@ Q_SIGNALS:
 
 private:
     void update(PopoverSample::Occasion occasion);
+    void awaitSilence();
     void closeReaders();
     QList<AppUse>* listOf(MonitorSection section);
 
@@ -70,6 +72,8 @@ private:
     PopoverReadings m_readings;
     ItemHistories m_histories;
     Bell m_bell;
+    QTimer
+        m_silence; ///< rings when a volume that has not answered is to be shown as silent, in case no tick comes before
     AppListReader m_apps;
     CPUPopoverReader m_cpu;
     DiskPopoverReader m_disk;

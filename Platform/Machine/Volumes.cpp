@@ -125,6 +125,19 @@ void Volumes::collect(Clock::time_point now)
         freeThoseBehind(m_localAsker);
 }
 
+std::optional<Volumes::Clock::time_point> Volumes::nextSilence() const
+{
+    std::optional<Clock::time_point> next;
+    const auto add = [&next](const Asker& asker) {
+        if (asker.run && !asker.isSilent)
+            next = std::min(next.value_or(Clock::time_point::max()), asker.begin + longestAnswer);
+    };
+    for (const auto& asker : m_askers)
+        add(*asker);
+    add(*m_localAsker);
+    return next;
+}
+
 void Volumes::collect(Asker& asker, Clock::time_point now)
 {
     if (!asker.run)

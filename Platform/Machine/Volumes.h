@@ -41,6 +41,9 @@ public:
     void sample(const std::function<void()>& done = {}, Clock::time_point now = Clock::now());
     /// Only takes over answers.
     void collect(Clock::time_point now = Clock::now());
+    /// When a volume that is being asked becomes silent, if it does not answer before; nothing if there is none. `collect`
+    /// takes note of it.
+    std::optional<Clock::time_point> nextSilence() const;
     /// Call this when the volumes are no longer shown. Nothing is left but threads that wait for silent volumes.
     void end();
 

@@ -3,6 +3,7 @@
 #include "tests/Support/TestHome.h"
 
 #include <QElapsedTimer>
+#include <QTimer>
 #include <cmath>
 
 using namespace kestrum;
@@ -78,6 +79,33 @@ private Q_SLOTS:
         m_fixture->open(MonitorSection::storage);
         m_fixture->open(MonitorSection::cpu);
         QVERIFY2(time.elapsed() < atOnce, qPrintable(QString::number(time.elapsed())));
+    }
+
+    void aVolumeThatHangsIsSilentAfterTwoSecondsWithoutATick()
+    {
+        fill();
+        m_fixture->interval = std::chrono::hours(1);
+        m_fixture->volumes.hang("/media");
+        m_fixture->open(MonitorSection::storage);
+        QTRY_VERIFY_WITH_TIMEOUT(isKnown(0) && isKnown(1), 5000);
+        QVERIFY(!disk().volumes[2].isSilent);
+        const QSignalSpy changed(&m_fixture->reader, &PopoverReader::changed);
+        QTRY_VERIFY_WITH_TIMEOUT(disk().volumes[2].isSilent, 5000);
+        QVERIFY(!changed.isEmpty());
+        // Nothing wakes for it any more.
+        QVERIFY(!m_fixture->reader.findChild<QTimer*>()->isActive());
+    }
+
+    void nothingWakesForAClosedPopover()
+    {
+        fill();
+        m_fixture->interval = std::chrono::hours(1);
+        m_fixture->volumes.hang("/media");
+        m_fixture->open(MonitorSection::storage);
+        const auto* const timer = m_fixture->reader.findChild<QTimer*>();
+        QVERIFY(timer && timer->isActive());
+        m_fixture->close();
+        QVERIFY(!timer->isActive());
     }
 
     void ratesAndPressure()

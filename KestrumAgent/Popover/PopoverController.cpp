@@ -46,7 +46,7 @@ PopoverController::PopoverController(
     connect(&m_strip, &PanelStrip::itemClicked, this, &PopoverController::toggle);
     connect(&m_strip, &PanelStrip::itemApproached, &m_source, &PopoverSource::approached);
     // The settings of the items also change what a popover shows, and where it stands.
-    connect(&m_strip, &PanelStrip::rebuilt, this, &PopoverController::adoptStrip);
+    connect(&m_strip, &PanelStrip::rebuilt, this, &PopoverController::refresh);
     connect(&m_stand, &PopoverStand::dismissed, this, &PopoverController::close);
     connect(&m_stand, &PopoverStand::roomChanged, this, &PopoverController::refresh);
     connect(&m_stand, &PopoverStand::toggleRequested, this, &PopoverController::toggleSeen);
@@ -145,24 +145,21 @@ void PopoverController::close()
     m_source.closed();
 }
 
-void PopoverController::adoptStrip()
-{
-    if (m_section && !m_strip.items().item(*m_section))
-        close();
-    else
-        refresh();
-}
-
-/// Shows the present readings by the present settings, at the place of the section's item.
+/// Shows the present readings by the present settings, at the place of the section's item. Closes if the item is gone: of
+/// that, the place for the window may hear before anybody else.
 void PopoverController::refresh()
 {
     if (!m_section)
         return;
+    const PanelStrip::Item* item = m_strip.items().item(*m_section);
+    if (!item) {
+        close();
+        return;
+    }
     const PanelEnvironment look = environment(m_isTranslucent);
     const QRegion changed = m_window->setContent(
         PopoverPanel::of(*m_section, m_source.readings(), m_state, SharedSettings::store().snapshot(), look),
         look, PopoverWindow::scaleFor(QFontInfo(QGuiApplication::font()).pixelSize()));
-    const PanelStrip::Item* item = m_strip.items().item(*m_section);
     m_stand.show(*m_window, m_window->sizeFor(m_stand.room()), m_strip.place(*item).toAlignedRect());
     // Paints at once: `update` would wake the process a second time for each sample.
     m_window->repaint(changed);

@@ -57,7 +57,6 @@ private:
     void toggleSeen();
     void stepBy(int step);
     void requestMenu();
-    void adoptStrip();
     void refresh();
 
     PanelStrip& m_strip;

@@ -187,6 +187,20 @@ private Q_SLOTS:
         QVERIFY(!desk.popovers.section());
     }
 
+    void itClosesWithItsItemThoughItsPlaceHearsOfThatFirst()
+    {
+        const auto readings = std::make_shared<FakeReadings>();
+        PanelStrip strip(readings);
+        NotedStand stand;
+        NotedSource source;
+        connect(&strip, &PanelStrip::rebuilt, &stand, &PopoverStand::roomChanged);
+        PopoverController popovers(strip, stand, source);
+        popovers.open(memory);
+        Setting(Keys::showMemoryItem).set(false);
+        strip.rebuild();
+        QVERIFY(!popovers.section() && !stand.window);
+    }
+
     void aPinStaysAtAnotherItemAndGoesWithTheWindow()
     {
         Desk desk;

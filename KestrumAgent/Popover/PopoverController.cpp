@@ -139,7 +139,9 @@ void PopoverController::close()
     m_state = {};
     m_strip.setOpened(std::nullopt);
     m_stand.hide();
-    // The call may come from one of the window's own events.
+    // The call may come from one of the window's own events. Until it is deleted, the window may get more of them.
+    m_window->disconnect(this);
+    m_window->disconnect(&m_source);
     m_window.release()->deleteLater();
     m_source.setListHeld(false);
     m_source.closed();

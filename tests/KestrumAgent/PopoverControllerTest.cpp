@@ -13,6 +13,7 @@
 #include <QApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <QPointer>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -26,6 +27,7 @@ namespace {
 class NotedSource final : public PopoverSource {
 public:
     QStringList told;
+    bool isHeld = false;
     PopoverReadings values;
 
     const PopoverReadings& readings() const override { return values; }
@@ -39,7 +41,7 @@ public:
         told.append(QStringLiteral("approached ") + rawValue(section));
     }
     void resetHighest() override { told.append(QStringLiteral("reset")); }
-    void setListHeld(bool) override { }
+    void setListHeld(bool now) override { isHeld = now; }
 };
 
 class NotedStand final : public PopoverStand {
@@ -256,6 +258,28 @@ private Q_SLOTS:
         QCOMPARE(asked.count(), 1);
         QVERIFY(desk.place(memory).contains(asked.first().first().toPoint().x(), 11));
         QVERIFY(!desk.popovers.section());
+    }
+
+    void whatALateEventOfAClosedWindowAsksForIsNotDone()
+    {
+        Desk desk;
+        QSignalSpy settings(&desk.popovers, &PopoverController::settingsRequested);
+        QSignalSpy menu(&desk.strip, &PanelStrip::menuRequested);
+        desk.popovers.open(memory);
+        const QPointer<PopoverWindow> window = desk.popovers.window();
+        desk.popovers.close();
+        const QStringList told = desk.source.told;
+        QVERIFY(window);
+        Q_EMIT window->acted({ Kind::togglePin });
+        Q_EMIT window->acted({ Kind::openSettings });
+        Q_EMIT window->acted({ Kind::showSection, QStringLiteral("cpu") });
+        Q_EMIT window->listHeld(true);
+        Q_EMIT window->closeRequested();
+        Q_EMIT window->menuRequested();
+        Q_EMIT window->neighbourRequested(1);
+        QVERIFY(!desk.popovers.state().isPinned && !desk.stand.isPinned && !desk.popovers.section());
+        QVERIFY(settings.isEmpty() && menu.isEmpty() && !desk.source.isHeld);
+        QCOMPARE(desk.source.told, told);
     }
 
     void theLookFollowsTheSettings()

@@ -12,6 +12,9 @@ namespace kestrum {
 
 namespace {
 
+/// How many objects hear presses. The whole connection has one selection, so it lasts from the first one to the last.
+int listeners = 0;
+
 /// The button of a raw event; nothing for a turn of the wheel, which the server reports as buttons too.
 Qt::MouseButton buttonOf(uint32_t number)
 {
@@ -34,27 +37,29 @@ X11Presses::X11Presses(QObject* parent)
     m_connection = x11->connection();
     m_extension = extension->major_opcode;
     // Raw events come also while another program has a grab. The toolkit has agreed on such a version of the extension.
-    select(XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN);
+    if (++listeners == 1)
+        select(*m_connection,
+            XCB_INPUT_XI_EVENT_MASK_RAW_BUTTON_PRESS | XCB_INPUT_XI_EVENT_MASK_RAW_TOUCH_BEGIN);
     qGuiApp->installNativeEventFilter(this);
 }
 
 X11Presses::~X11Presses()
 {
-    if (m_connection)
-        select(0);
+    if (m_connection && --listeners == 0)
+        select(*m_connection, 0);
 }
 
 /// Selects events of the root windows. The toolkit's own selections stay, because they are for another set of devices.
-void X11Presses::select(quint32 events) const
+void X11Presses::select(xcb_connection_t& connection, quint32 events)
 {
     struct {
         xcb_input_event_mask_t head;
         uint32_t mask;
     } const selection { { XCB_INPUT_DEVICE_ALL_MASTER, 1 }, events };
-    for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(m_connection)); screen.rem;
+    for (auto screen = xcb_setup_roots_iterator(xcb_get_setup(&connection)); screen.rem;
          xcb_screen_next(&screen))
-        xcb_input_xi_select_events(m_connection, screen.data->root, 1, &selection.head);
-    xcb_flush(m_connection);
+        xcb_input_xi_select_events(&connection, screen.data->root, 1, &selection.head);
+    xcb_flush(&connection);
 }
 
 bool X11Presses::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
@@ -75,7 +80,7 @@ bool X11Presses::nativeEventFilter(const QByteArray& eventType, void* message, q
     // Raw events have no place: the server is asked where the pointer is, which has hardly moved since.
     if (button != Qt::NoButton)
         Q_EMIT pressed(QCursor::pos(), button);
-    return true;
+    return false; // others may hear it too
 }
 
 } // namespace kestrum

@@ -26,10 +26,10 @@ Q_SIGNALS:
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
-    void select(quint32 events) const;
+    static void select(xcb_connection_t& connection, quint32 events);
 
-    xcb_connection_t* m_connection = nullptr;
-    quint8 m_extension = 0; ///< number of the input extension's events
+    xcb_connection_t* m_connection = nullptr; ///< null if nothing is heard
+    quint8 m_extension = 0;                   ///< number of the input extension's events
 };
 
 } // namespace kestrum

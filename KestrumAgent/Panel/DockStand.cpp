@@ -111,7 +111,7 @@ void DockStand::judge(QPoint place, Qt::MouseButton button)
     // A press on an item is a click soon, or the begin of a drag: the strip tells.
     if (m_strip.isVisible() && button == Qt::LeftButton && m_strip.item(place - m_ground.topLeft()))
         return;
-    if (!m_place.contains(place))
+    if (!m_window->geometry().contains(place))
         Q_EMIT dismissed();
 }
 

@@ -231,6 +231,7 @@ void PopoverWindow::mousePressEvent(QMouseEvent* event)
     m_pressed = pressable(event->position());
     if (m_focus.isShown()) {
         m_focus.hide();
+        holdList();
         update();
     }
 }
@@ -276,7 +277,7 @@ bool PopoverWindow::event(QEvent* event)
 void PopoverWindow::holdList()
 {
     const auto isRow = [](const PanelElement& element) { return element.isRanked; };
-    const PanelElement* focused = m_layout.element(m_focus.path());
+    const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
     const bool isPointed = m_environment.pointer && !m_layout.at(*m_environment.pointer, isRow).isEmpty();
     const bool isHeld = isPointed || (focused && isRow(*focused));
     if (isHeld != std::exchange(m_isListHeld, isHeld))
@@ -376,7 +377,7 @@ bool PopoverWindow::act(const QKeyEvent& event)
     else if (modifiers == Qt::NoModifier && event.key() == Qt::Key_P)
         Q_EMIT acted({ PanelAction::Kind::togglePin });
     else if (modifiers == Qt::NoModifier && (isEnter || event.key() == Qt::Key_Space))
-        press(m_focus.path());
+        press(m_focus.isShown() ? m_focus.path() : Path());
     else
         return false;
     return true;
@@ -385,7 +386,7 @@ bool PopoverWindow::act(const QKeyEvent& event)
 /// Copies the focused row, or without a focus the whole popover.
 void PopoverWindow::copy() const
 {
-    const PanelElement* focused = m_layout.element(m_focus.path());
+    const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
     QString text = focused ? PopoverLayout::text(*focused) : QString();
     if (text.isEmpty())
         text = m_layout.text();

@@ -116,7 +116,6 @@ private Q_SLOTS:
         QCOMPARE(held.last().first().toBool(), true);
     }
 
-<<<<<<< HEAD
     void aHeadOfAColumnIsExplainedWhereThePointerRests()
     {
         PopoverWindowFixture popover;
@@ -131,10 +130,11 @@ private Q_SLOTS:
         QCOMPARE(tip[0][1].toString(), QStringLiteral("Your own programs"));
         QCOMPARE(tip[0][2].toRect(), QRect(12, 50, 60, 12));
         QVERIFY(tip[1][1].toString().isEmpty());
-=======
+    }
+
     void aRowThatHasAFixedPlaceHoldsNoList()
     {
-        PopoverAgentFixture popover;
+        PopoverWindowFixture popover;
         popover.list.elements.first().children.last().isRanked = false;
         popover.show();
         QSignalSpy held(&popover.window, &PopoverWindow::listHeld);
@@ -145,7 +145,6 @@ private Q_SLOTS:
         QVERIFY(held.isEmpty());
         QTest::mouseMove(&popover.window, QPoint(100, 97));
         QTRY_COMPARE(held.count(), 1);
->>>>>>> 681cb43 (popover: only rows of apps are held in place)
     }
 
     // Scrolling

@@ -321,7 +321,8 @@ void PopoverWindow::showFocus()
 
 void PopoverWindow::keyPressEvent(QKeyEvent* event)
 {
-    event->setAccepted(moveBy(*event) || act(*event));
+    // A key that is held goes on moving, but acts only once.
+    event->setAccepted(moveBy(*event) || event->isAutoRepeat() || act(*event));
 }
 
 /// Handles the keys that move within the popover and to its neighbours.

@@ -1,10 +1,11 @@
-// Keys of a popover's window: what they do after the mouse has been used.
+// Keys of a popover's window: what a held key does, and what keys do after the mouse has been used.
 
 #include "tests/Support/PopoverWindowFixture.h"
 #include "tests/Support/TestHome.h"
 
 #include <QApplication>
 #include <QClipboard>
+#include <QKeyEvent>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -13,7 +14,37 @@ using namespace kestrum;
 class PopoverKeysTest : public QObject {
     Q_OBJECT
 
+    static void repeat(PopoverWindowFixture& popover, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
+    {
+        QKeyEvent event(QEvent::KeyPress, key, modifiers, {}, true);
+        QApplication::sendEvent(&popover.window, &event);
+    }
+
 private Q_SLOTS:
+    void aHeldKeyActsOnce()
+    {
+        PopoverWindowFixture popover;
+        QSignalSpy acted(&popover.window, &PopoverWindow::acted);
+        QSignalSpy closed(&popover.window, &PopoverWindow::closeRequested);
+        QSignalSpy menu(&popover.window, &PopoverWindow::menuRequested);
+        QTest::keyClick(&popover.window, Qt::Key_Tab);
+        repeat(popover, Qt::Key_P);
+        repeat(popover, Qt::Key_Return);
+        repeat(popover, Qt::Key_Space);
+        repeat(popover, Qt::Key_Return, Qt::ControlModifier);
+        repeat(popover, Qt::Key_Escape);
+        repeat(popover, Qt::Key_Menu);
+        QVERIFY(acted.isEmpty() && closed.isEmpty() && menu.isEmpty());
+    }
+
+    void aHeldArrowGoesOn()
+    {
+        PopoverWindowFixture popover;
+        QTest::keyClick(&popover.window, Qt::Key_Down);
+        repeat(popover, Qt::Key_Down);
+        QCOMPARE(popover.focused(), QStringLiteral("cargo, cores 2.2"));
+    }
+
     void afterAPressOfTheMouseNoRowIsCopiedOrHeld()
     {
         PopoverWindowFixture popover;

@@ -39,8 +39,7 @@ const Verb popoverVerb {
     .name = "popover",
     .parameters = "cpu|memory|storage|sensors|close",
     .summary = "open a popover of the agent",
-    .details
-    = R"(Opens the popover of the agent's item with that name, as a click on the item does, or closes the open one.
+    .details = R"(Opens the popover of the agent's item with that name, or closes the open one.
 Give this command a key in the desktop's own settings for shortcuts, and the popover opens without a mouse.
 
 Exit code 1 when no agent runs, when the item is not shown, and when there is no private runtime directory in

@@ -157,7 +157,7 @@ private Q_SLOTS:
         QCOMPARE(sensors().moreDevices, 3);
         QCOMPARE(sensors().devices.last().id, QStringLiteral("8"));
         // The header knows also those that have no row.
-        QCOMPARE(sensors().hottest, Optional(90));
+        QCOMPARE(sensors().hottest, Measured(90));
         close();
         m_fixture->devices.hang();
         m_fixture->open(MonitorSection::sensors);

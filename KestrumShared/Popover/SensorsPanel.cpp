@@ -4,6 +4,7 @@
 #include "KestrumShared/Popover/DenseSection.h"
 #include "KestrumShared/Popover/HistoryGraph.h"
 #include "KestrumShared/Popover/MetricProgressBar.h"
+#include "KestrumShared/Popover/PanelNote.h"
 #include "KestrumShared/Popover/SectionPanel.h"
 #include "KestrumShared/Raster/HeatColour.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -263,8 +264,9 @@ PopoverPanel SectionPanel::sensors() const
             sections.append(DenseSection { std::nullopt, rows });
     }
     if (sections.isEmpty())
-        sections.append(
-            DenseSection { std::nullopt, { dimmedRow(AppLanguage::string("No sensors"), QString()) } });
+        sections.append(DenseSection { std::nullopt,
+            { PanelNote {
+                AppLanguage::string("No sensors"), PopoverPanel::width - 2 * DenseSection::sidePadding } } });
     return { header(MonitorSection::sensors, sensorsHeader()), sections };
 }
 

@@ -107,9 +107,12 @@ private Q_SLOTS:
     void onlyRowsOfAppsAreRanked()
     {
         QStringList ranked;
-        for (const PanelElement& element : panel().elements()) {
-            if (element.isRanked)
-                ranked.append(element.columns.first());
+        const DescribedPanel panel = this->panel();
+        for (const PanelElement& section : panel.elements()) {
+            for (const PanelElement& element : section.children) {
+                if (element.isRanked)
+                    ranked.append(element.columns.first());
+            }
         }
         QCOMPARE(ranked.join(u','), text("Firefox,cargo,GNOME Shell,Spotify,Kernel"));
     }

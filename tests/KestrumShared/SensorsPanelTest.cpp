@@ -71,7 +71,7 @@ private Q_SLOTS:
     void sectionsWithoutSourcesAreGone()
     {
         sensors() = {};
-        QCOMPARE(lines(), QStringList { text("No sensors") });
+        QCOMPARE(lines(), QStringList { text("# No sensors") });
         QCOMPARE(header(), QString());
     }
 

@@ -21,6 +21,13 @@ std::optional<double> highestCelsius(
     return highest;
 }
 
+/// What the devices of `kind` measured just now, without those that answer slowly and were not read.
+std::optional<double> newCelsius(QList<SensorDevice> devices, SensorDevice::Kind kind)
+{
+    devices.removeIf([](const SensorDevice& device) { return device.isOld; });
+    return highestCelsius(devices, kind);
+}
+
 std::optional<double> fastest(const QList<FanSpeed>& fans)
 {
     std::optional<double> highest;
@@ -159,7 +166,7 @@ void SensorsPopoverReader::adopt(
     // What an item reads is in the history already.
     const Sensors::Wanted& answered = sample.live.answered().sensors;
     const auto addTo = [&](History& history, bool isRead, SensorDevice::Kind kind) {
-        const auto celsius = highestCelsius(devices.list->devices, kind);
+        const auto celsius = newCelsius(devices.list->devices, kind);
         if (!isRead && celsius)
             history.add(*celsius, sample.interval, sample.now);
     };

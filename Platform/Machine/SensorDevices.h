@@ -25,6 +25,7 @@ struct SensorDevice {
     std::optional<double> celsius; ///< the value that stands for the device
     bool isAsleep = false;         ///< suspended; reading would wake it
     QList<SensorInput> inputs;
+    bool isOld = false; ///< not read this time, because it answers slowly
     bool operator==(const SensorDevice&) const = default;
 };
 

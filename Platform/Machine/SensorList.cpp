@@ -3,6 +3,7 @@
 
 #include <QHash>
 #include <algorithm>
+#include <utility>
 
 namespace kestrum {
 namespace {
@@ -108,10 +109,12 @@ void SensorList::forget(Chip& known)
     known.watts.reset();
     known.isAsleep = false;
     known.passOver = 0;
+    known.isOld = false;
 }
 
 void SensorList::read(const SensorChip& chip, Chip& known) const
 {
+    known.isOld = false;
     if (chip.isAsleep()) {
         forget(known);
         known.isAsleep = true;
@@ -121,6 +124,7 @@ void SensorList::read(const SensorChip& chip, Chip& known) const
     known.isAsleep = false;
     if (known.passOver != 0) {
         known.passOver = std::max(known.passOver - 1, -1);
+        known.isOld = true;
         return;
     }
     const auto begin = m_now();
@@ -144,7 +148,9 @@ void SensorList::read(const SensorChip& chip, Chip& known) const
         known.seenFans[index] = known.seenFans[index] || rpm;
     }
     known.watts = chip.place.kind == Kind::gpu ? chip.watts() : std::nullopt;
-    const auto time = m_now() - begin;
+    // The thread may have waited for a core meanwhile, but hardly twice.
+    const auto lastTime = std::exchange(known.lastTime, m_now() - begin);
+    const auto time = std::min(lastTime, known.lastTime);
     known.passOver = time > verySlowRead ? -1 : time > slowRead ? slowInterval - 1 : 0;
 }
 
@@ -154,7 +160,8 @@ QList<SensorDevice> SensorList::devices() const
     for (const auto& [place, chip] : m_chips) {
         if (!chip.isSeen)
             continue;
-        SensorDevice device { place.id, place.kind, 0, chip.model, chip.celsius, chip.isAsleep, {} };
+        SensorDevice device { place.id, place.kind, 0, chip.model, chip.celsius, chip.isAsleep, {},
+            chip.isOld };
         for (std::size_t index = 0; index < chip.seenInputs.size(); ++index) {
             if (chip.seenInputs[index])
                 device.inputs.append(chip.inputs[qsizetype(index)]);

@@ -15,10 +15,11 @@ namespace kestrum {
 class SensorList {
 public:
     using Clock = std::chrono::steady_clock;
-    /// A device whose read took longer is read at every tenth call only.
+    /// A device of which two reads in a row took longer is read at every tenth call only. One read can take long for other
+    /// reasons.
     static constexpr std::chrono::milliseconds slowRead { 20 };
     static constexpr int slowInterval = 10;
-    /// A device whose read took longer is read only once an opening.
+    /// A device of which two reads in a row took longer is not read any more in this opening.
     static constexpr std::chrono::milliseconds verySlowRead { 200 };
 
     struct Values {
@@ -52,8 +53,10 @@ private:
         std::optional<double> watts;
         bool isPresent = false;
         bool isAsleep = false;
-        bool isSeen = false; ///< whether it was asleep or had a temperature
-        int passOver = 0;    ///< reads until the next attempt; negative: none in this opening
+        bool isSeen = false;         ///< whether it was asleep or had a temperature
+        int passOver = 0;            ///< reads until the next attempt; negative: none in this opening
+        bool isOld = false;          ///< passed over this time
+        Clock::duration lastTime {}; ///< how long the last read took
     };
     static Chip adopted(const SensorChip& chip);
     static void forget(Chip& known);

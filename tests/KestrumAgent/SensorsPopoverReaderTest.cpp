@@ -224,6 +224,23 @@ private Q_SLOTS:
         QCOMPARE(valuesOf(fixture.readings().sensors.cpuHistory), QList<double>({ 48 }));
     }
 
+    void whatWasNotReadIsNoPointOfTheLine()
+    {
+        FakeMachine other(1);
+        PopoverFixture fixture(other);
+        SensorList::Values values = twoChips(48, 41);
+        values.devices.first().isOld = true;
+        fixture.devices.setList(values);
+        fixture.sample({});
+        fixture.reader.opened(MonitorSection::sensors);
+        QTRY_VERIFY_WITH_TIMEOUT(!fixture.readings().sensors.devices.isEmpty(), 5000);
+        QVERIFY(fixture.readings().sensors.cpuHistory.isEmpty());
+        QCOMPARE(valuesOf(fixture.readings().sensors.gpuHistory), QList<double>({ 41 }));
+        // It is shown nevertheless.
+        QCOMPARE(fixture.readings().sensors.devices.first().celsius, Optional(48));
+        QCOMPARE(fixture.readings().sensors.hottest, Optional(48));
+    }
+
     void theHeaderShowsTheItemsReadout()
     {
         m_fixture->devices.setSensors({ {}, 70.0, 71.0, 72.0 });

@@ -3,6 +3,7 @@
 //   cpu gpu hottest fan    any of these words: the values in this order
 //   devices                reads the list of sensors anew: kind, number, model and temperature of each device
 //   inputs, ids            of the devices as they were read last
+//   old                    the ids of the devices that were not read the last time
 //   fans, watts            as they were read last
 //   open                   a new opening of the list
 //   slow N MS              in the next reading of the list, the N-th device that is read takes MS milliseconds
@@ -110,6 +111,9 @@ int main()
         } else if (verb == "ids") {
             for (const SensorDevice& device : values.devices)
                 std::cout << device.id.toStdString() << "; ";
+        } else if (verb == "old") {
+            for (const SensorDevice& device : values.devices)
+                std::cout << (device.isOld ? device.id.toStdString() + "; " : std::string());
         } else if (verb == "fans") {
             printFans(values);
         } else if (verb == "watts") {

@@ -24,7 +24,7 @@ SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage, Read
 void SlowReadings::collect(Clock::time_point now)
 {
     if (m_devicesRun && m_devicesRun->isDone.load(std::memory_order_acquire)) {
-        adopt(m_devicesRun->result);
+        adopt(m_devicesRun->result, now);
         m_devicesRun.reset();
     } else if (m_devicesRun && m_devicesRun->isLate(now)) {
         m_sensors = {};
@@ -61,8 +61,9 @@ void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> don
         = worker->start([devices, storage, readSensors = m_readSensors, systemPower = m_systemPower,
                             storageUse = m_storageUse, done = std::move(done)] {
               if (devices) {
-                  if (readSensors && devices->result.wanted.sensors.any())
-                      devices->result.sensors = readSensors(devices->result.wanted.sensors);
+                  if (devices->result.wanted.sensors.any())
+                      devices->result.sensors
+                          = readSensors ? readSensors(devices->result.wanted.sensors) : Sensors::Values();
                   if (devices->result.wanted.systemPower)
                       devices->result.systemWatts = systemPower->read();
                   devices->isDone.store(true, std::memory_order_release);
@@ -80,20 +81,29 @@ void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> don
         m_storageRun = storage;
 }
 
-void SlowReadings::adopt(const Devices& devices)
+void SlowReadings::adopt(const Devices& devices, Clock::time_point now)
 {
+    WantedReadings answered = devices.wanted;
     const Sensors::Wanted& wanted = devices.wanted.sensors;
-    if (wanted.cpu)
-        m_sensors.cpu = devices.sensors.cpu;
-    if (wanted.gpu)
-        m_sensors.gpu = devices.sensors.gpu;
-    if (wanted.hottest)
-        m_sensors.hottest = devices.sensors.hottest;
-    if (wanted.fan)
-        m_sensors.fan = devices.sensors.fan;
+    if (const auto& sensors = devices.sensors) {
+        m_unreadSince.reset();
+        if (wanted.cpu)
+            m_sensors.cpu = sensors->cpu;
+        if (wanted.gpu)
+            m_sensors.gpu = sensors->gpu;
+        if (wanted.hottest)
+            m_sensors.hottest = sensors->hottest;
+        if (wanted.fan)
+            m_sensors.fan = sensors->fan;
+    } else if (wanted.any()) {
+        answered.sensors = {};
+        m_unreadSince = m_unreadSince.value_or(m_devicesRun->begin);
+        if (now - *m_unreadSince > longestAnswer)
+            m_sensors = {};
+    }
     if (devices.wanted.systemPower)
         m_systemWatts = devices.systemWatts;
-    m_answered = m_answered | devices.wanted;
+    m_answered = m_answered | answered;
     ++m_answers;
 }
 

@@ -27,7 +27,8 @@ public:
     /// ready. At shorter intervals, the next sample is soon enough.
     static constexpr std::chrono::seconds longInterval { 5 };
 
-    using ReadSensors = std::function<Sensors::Values(const Sensors::Wanted&)>;
+    /// Returns nothing if this was no time to read; the values of before are still good then.
+    using ReadSensors = std::function<std::optional<Sensors::Values>(const Sensors::Wanted&)>;
 
     /// Sensors are read only if `root` is empty, because libsensors knows only this machine. Tests pass functions that hang.
     explicit SlowReadings(const QString& root = {}, StorageUse::Ask askStorage = ::statvfs);
@@ -60,12 +61,12 @@ private:
     };
     struct Devices {
         WantedReadings wanted;
-        Sensors::Values sensors;
+        std::optional<Sensors::Values> sensors; ///< nothing where they could not be read
         std::optional<double> systemWatts;
     };
     using DevicesRun = Run<Devices>;
     using StorageRun = Run<std::optional<StorageUse::Room>>;
-    void adopt(const Devices& devices);
+    void adopt(const Devices& devices, Clock::time_point now);
 
     ReadSensors m_readSensors; ///< may be empty
     std::shared_ptr<SystemPower> m_systemPower;
@@ -73,6 +74,7 @@ private:
     std::shared_ptr<DevicesRun> m_devicesRun;
     std::shared_ptr<StorageRun> m_storageRun;
     Sensors::Values m_sensors;
+    std::optional<Clock::time_point> m_unreadSince; ///< since when sensors were wanted in vain
     std::optional<double> m_systemWatts;
     WantedReadings m_answered;
     int m_answers = 0;

@@ -44,14 +44,14 @@ std::optional<double> best(const Chips& chips, SensorChip::Rank SensorChip::Inpu
 
 } // namespace
 
-Sensors::Values Sensors::read(const Wanted& wanted)
+std::optional<Sensors::Values> Sensors::read(const Wanted& wanted)
 {
     Values values;
     if (!wanted.any())
         return values;
     const SensorChips::Lock lock = SensorChips::ofThisMachine().lock();
     if (!lock)
-        return values;
+        return std::nullopt;
     const Chips& chips = SensorChips::ofThisMachine().present();
     for (const SensorChip& chip : chips) {
         const bool isForHeat = wanted.hottest && !chip.isQuiet && !chip.temperatures.empty();

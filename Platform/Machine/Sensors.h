@@ -26,8 +26,8 @@ public:
 
     /// Reads only the wanted values. A value that cannot be read is absent. Suspended devices are not woken. A reading can
     /// take milliseconds, so call this on a worker thread; while another thread is reading, it waits up to a second, and
-    /// then returns no values.
-    static Values read(const Wanted& wanted);
+    /// then returns nothing.
+    static std::optional<Values> read(const Wanted& wanted);
 };
 
 } // namespace kestrum

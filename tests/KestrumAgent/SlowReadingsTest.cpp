@@ -204,6 +204,41 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT((readings.collect(), readings.sensors().cpu), std::optional(50.0), 5000);
     }
 
+    // Another thread reads the list of all devices, of which one is slow or hangs.
+    void sensorsThatCouldNotBeReadKeepTheirValuesForAWhile()
+    {
+        const auto isFree = std::make_shared<std::atomic<bool>>(true);
+        const auto read = [isFree](const Sensors::Wanted&) {
+            return *isFree ? std::optional(Sensors::Values { 50, {}, {}, {} }) : std::nullopt;
+        };
+        SlowReadings readings(m_tree->root(), ::statvfs, read);
+        WantedReadings wanted;
+        wanted.sensors.cpu = true;
+        const auto sample = [&](SlowReadings::Clock::time_point now) {
+            const int answers = readings.answers();
+            const auto isAnswered = [&] {
+                readings.collect(now);
+                if (readings.answers() == answers)
+                    readings.begin(wanted);
+                return readings.answers() > answers;
+            };
+            QTRY_VERIFY_WITH_TIMEOUT(isAnswered(), 5000);
+        };
+        const auto now = SlowReadings::Clock::now();
+        sample(now);
+        QCOMPARE(readings.sensors().cpu, std::optional(50.0));
+        *isFree = false;
+        sample(now);
+        QCOMPARE(readings.sensors().cpu, std::optional(50.0));
+        sample(now + SlowReadings::longestAnswer - std::chrono::seconds(1));
+        QCOMPARE(readings.sensors().cpu, std::optional(50.0));
+        sample(now + SlowReadings::longestAnswer + std::chrono::seconds(6));
+        QCOMPARE(readings.sensors().cpu, std::nullopt);
+        *isFree = true;
+        sample(now);
+        QCOMPARE(readings.sensors().cpu, std::optional(50.0));
+    }
+
     void nothingWantedStartsNoWorker()
     {
         const HangingVolume volume;

@@ -9,8 +9,11 @@
 #include "KestrumShared/Raster/HeatColour.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Text/AppLanguage.h"
+#include "Platform/Bundle/Bundle.h"
 
+#include <QFileInfo>
 #include <QFontMetricsF>
+#include <QRegularExpression>
 #include <algorithm>
 #include <cmath>
 
@@ -22,9 +25,20 @@ constexpr int headSize = 10; ///< of the font of columns' heads
 constexpr double columnGap = 8;
 constexpr double noteWidth = PopoverPanel::width - 2 * DenseSection::sidePadding;
 
-// Installs the package's example, which lets all programs read the processor's power.
-const QLatin1StringView powerCommand(
-    "sudo install -m 644 /usr/share/doc/kestrum/kestrum-powercap.conf /etc/tmpfiles.d/");
+// Lets all programs read the processor's power, now and after each start of the machine. The rule is part of the bundle; for
+// programs outside of a bundle, it is where packages put it.
+QString powerCommand()
+{
+    const QString rule = QStringLiteral("kestrum-powercap.conf");
+    QString path = QFileInfo(Bundle::main().resourcePath() + u'/' + rule).canonicalFilePath();
+    if (path.isEmpty())
+        path = QStringLiteral("/usr/share/doc/kestrum/") + rule;
+    static const QRegularExpression special(QStringLiteral("[^\\w/.+-]"));
+    if (path.contains(special))
+        path = u'\'' + path.replace(u'\'', QLatin1StringView("'\\''")) + u'\'';
+    return QStringLiteral("sudo install -m 644 %1 /etc/tmpfiles.d/ && sudo systemd-tmpfiles --create %2")
+        .arg(path, rule);
+}
 
 QString sectionTitle(MonitorSection section)
 {
@@ -187,7 +201,8 @@ QList<PanelPart> SectionPanel::cpuPowerRows(
                 "Exact power readings can reveal secrets of other programs, so only root may read "
                 "them. To allow them for all programs, type in a terminal:"),
             noteWidth });
-        rows.append(PanelNote { powerCommand, noteWidth, true, { PanelAction::Kind::copyText, powerCommand },
+        const QString command = powerCommand();
+        rows.append(PanelNote { command, noteWidth, true, { PanelAction::Kind::copyText, command },
             AppLanguage::string("Copy") });
     }
     return rows;

@@ -179,7 +179,8 @@ private Q_SLOTS:
         QCOMPARE(open.size(), power + 3); // the rows below are gone
         QVERIFY2(open[power + 1].startsWith(text("Exact power readings")), qPrintable(open[power + 1]));
         const QString command
-            = text("sudo install -m 644 /usr/share/doc/kestrum/kestrum-powercap.conf /etc/tmpfiles.d/");
+            = text("sudo install -m 644 /usr/share/doc/kestrum/kestrum-powercap.conf /etc/tmpfiles.d/"
+                   " && sudo systemd-tmpfiles --create kestrum-powercap.conf");
         QCOMPARE(open.last(), command);
         const PanelElement copied = panel().element(command);
         QCOMPARE(copied.action, (PanelAction { PanelAction::Kind::copyText, command }));

@@ -18,12 +18,13 @@ CPUPopoverReader::Opening::Opening(const QString& root)
 
 void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample& sample)
 {
-    if (sample.occasion == PopoverSample::Occasion::opening) {
+    const bool isOpening = sample.occasion == PopoverSample::Occasion::opening;
+    if (isOpening) {
         m_opening.emplace(m_root);
         m_hertz.take(); // of an earlier opening
-        readings.celsius.value.reset();
-        readings.watts.value.reset();
-        readings.hertz.value.reset();
+        expect(readings.celsius, m_knowsTemperature);
+        readings.hertz = {};
+        readings.hertz.hasRow = m_opening->frequency->isReported();
         readings.load.value.reset();
         readings.uptime.value.reset();
     }
@@ -31,20 +32,18 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
         readings.usage = sample.live.cpuUsage();
         readings.cores = sample.live.coreUsages();
         readings.history = sample.histories.cpu.points(sample.now);
-        const bool isOpening = sample.occasion == PopoverSample::Occasion::opening;
-        take(readings.load, m_opening->load.read(), isOpening ? Answer::deciding : Answer::later);
-        take(readings.uptime, m_opening->uptime.read(), isOpening ? Answer::deciding : Answer::later);
+        const Answer answer = isOpening ? Answer::deciding : Answer::later;
+        take(readings.load, m_opening->load.read(), answer);
+        take(readings.uptime, m_opening->uptime.read(), answer);
         updateTiers(readings, isOpening);
-        takePower(readings.watts, readings.powerAccess, sample.live, ++m_opening->powerAnswers);
+        takePower(readings.watts, readings.powerAccess, sample.live, isOpening);
     }
-    if (const auto hertz = m_hertz.take()) {
-        const bool isLater = std::exchange(m_opening->knowsHertz, true);
-        take(readings.hertz, *hertz, isLater ? Answer::later : Answer::deciding);
-    }
+    if (const auto hertz = m_hertz.take())
+        take(readings.hertz, *hertz, Answer::later);
     if (sample.occasion != PopoverSample::Occasion::answer)
         m_hertz.begin([frequency = m_opening->frequency] { return frequency->read(); }, sample.ring);
-    if (m_opening->knowsTemperature || sample.live.answered().sensors.cpu) {
-        const bool isLater = std::exchange(m_opening->knowsTemperature, true);
+    if (m_knowsTemperature || sample.live.answered().sensors.cpu) {
+        const bool isLater = std::exchange(m_knowsTemperature, true);
         take(readings.celsius, sample.live.cpuTemperature(), isLater ? Answer::later : Answer::deciding);
     }
 }

@@ -30,9 +30,6 @@ private:
         LoadAverage load;
         Uptime uptime;
         std::shared_ptr<CPUFrequency> frequency;
-        int powerAnswers = 0;
-        bool knowsTemperature = false;
-        bool knowsHertz = false;
     };
     void updateTiers(CPUPopoverReadings& readings, bool isOpening);
 
@@ -40,6 +37,7 @@ private:
     std::optional<Opening> m_opening;
     qsizetype m_tieredCount = -1;              ///< for how many cores the tiers were found
     QByteArray m_tieredCores;                  ///< the kernel's list of these cores
+    bool m_knowsTemperature = false;           ///< whether it was answered since the last opening
     Background<std::optional<double>> m_hertz; ///< on a worker, because many cores take long
 };
 

@@ -13,6 +13,7 @@ void DiskPopoverReader::update(DiskPopoverReadings& readings, const PopoverSampl
         close(); // it may be open already
         m_volumes.begin();
         m_pressure.emplace(Pressure::Resource::io, m_root);
+        readings.pressure = {};
         readings.readRate.value.reset();
         readings.writeRate.value.reset();
     }

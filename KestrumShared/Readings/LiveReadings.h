@@ -45,6 +45,8 @@ public:
     /// Whether the processor's load was measured since it was first wanted.
     bool hasCPULoad() const { return !m_cpuLoad.history().isEmpty(); }
     const MemoryParts& memoryParts() const { return m_memory.parts(); }
+    /// Whether the processor has counters of its power, which somebody may be allowed to read.
+    bool hasCPUPower() const { return m_cpuPower.hasPackages(); }
     bool isCPUPowerDenied() const { return m_cpuPower.isDenied(); }
     /// See `SlowReadings::answered` and `SlowReadings::answers`.
     const WantedReadings& answered() const { return m_slow.answered(); }

@@ -89,6 +89,8 @@ void PopoverReader::approached(MonitorSection section)
     const auto column = columnOf(section);
     if (!m_section && column)
         m_apps.approach(*column);
+    if (!m_section && section == MonitorSection::sensors)
+        m_sensors.approach(m_bell.rope());
 }
 
 void PopoverReader::resetHighest()
@@ -102,6 +104,7 @@ void PopoverReader::update(Occasion occasion)
 {
     if (!m_section) {
         m_apps.collect();
+        m_sensors.collect(m_readings.sensors);
         return;
     }
     const bool isAwaited = m_ticks <= firstTicks || m_interval >= SlowReadings::longInterval;

@@ -4,23 +4,32 @@
 #include "KestrumShared/Popover/PopoverReadings.h"
 #include "KestrumShared/Readings/LiveReadings.h"
 
+#include <utility>
+
 namespace kestrum {
 
 /// Which answer to an open popover it is.
 enum class Answer {
     first,    ///< a row appears with a value; without one, a later answer decides
-    deciding, ///< there is a row if this answer or an earlier one had a value
+    deciding, ///< the same, and the last one that can make a row appear
     later,    ///< the row stays as it is
 };
 
-/// Takes over a value. Until its source has decided, a value has the row that it had when the popover was last open, so that
+/// At an opening: a row that had no value at the end of the last opening is not expected again. `isKnown` tells whether its
+/// source had answered, and is false from then on.
+template <class T> void expect(RowValue<T>& row, bool& isKnown)
+{
+    if (std::exchange(isKnown, false))
+        row.hasRow = row.value.has_value();
+    row.value.reset();
+}
+
+/// Takes over a value. A row that is shown stays. Until its source has decided, a value has the row that it had when the popover was last open, so that
 /// the popover opens with its final height.
 template <class T> void take(RowValue<T>& row, const std::optional<T>& value, Answer answer)
 {
-    if (answer == Answer::first)
+    if (answer != Answer::later)
         row.hasRow = row.hasRow || value;
-    else if (answer == Answer::deciding)
-        row.hasRow = row.value || value;
     row.value = row.hasRow ? value : std::nullopt;
 }
 
@@ -30,14 +39,14 @@ inline Answer answerOfTwo(int number)
     return number <= 1 ? Answer::first : number == 2 ? Answer::deciding : Answer::later;
 }
 
-/// Takes over the processor's power from the sample with this number, from 1 on, since the popover was opened.
-inline void takePower(RowValue<double>& watts, PowerAccess& access, const LiveReadings& live, int number)
+/// Takes over the processor's power. It takes two samples to measure, but who has counters has a row at the opening. Where the
+/// permission is missing, the row says so, and shows the power when somebody grants it.
+inline void takePower(RowValue<double>& watts, PowerAccess& access, const LiveReadings& live, bool isOpening)
 {
-    const bool isDenied = live.isCPUPowerDenied();
-    take(watts, live.cpuWatts(), answerOfTwo(number));
-    // The row says that the permission is missing. When somebody grants it, the row shows the power.
-    watts.hasRow = watts.hasRow || (isDenied && number <= 2);
-    access = isDenied ? PowerAccess::denied : PowerAccess::granted;
+    if (isOpening)
+        watts.hasRow = live.hasCPUPower();
+    take(watts, live.cpuWatts(), Answer::later);
+    access = live.isCPUPowerDenied() ? PowerAccess::denied : PowerAccess::granted;
 }
 
 } // namespace kestrum

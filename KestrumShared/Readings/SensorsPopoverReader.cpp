@@ -62,26 +62,30 @@ SensorsPopoverReader::SensorsPopoverReader(
 void SensorsPopoverReader::update(SensorsPopoverReadings& readings, const PopoverSample& sample)
 {
     const LiveReadings& live = sample.live;
-    if (sample.occasion == PopoverSample::Occasion::opening) {
+    const bool isOpening = sample.occasion == PopoverSample::Occasion::opening;
+    if (isOpening) {
+        collect(readings); // what was read before
         m_opening.emplace();
         m_opening->battery = std::make_shared<Battery>(m_root);
-        m_background.take(); // of an earlier opening
+        if (std::exchange(m_knowsBattery, false))
+            readings.hasBattery = readings.battery.has_value();
+        expect(readings.gpuWatts, m_knowsGPUPower);
+        expect(readings.wholeWatts, m_knowsWholePower);
         forgetDevices(readings);
-        readings.cpuWatts.value.reset();
-        readings.wholeWatts.value.reset();
     }
     if (const auto devices = m_background.take())
         adopt(readings, *devices, sample);
     else if (m_background.isBusy() && Clock::now() - m_begin > m_longestAnswer)
         forgetDevices(readings);
     if (sample.occasion != PopoverSample::Occasion::answer) {
-        begin(sample);
-        takePower(readings.cpuWatts, readings.cpuPowerAccess, live, ++m_opening->powerAnswers);
+        if (begin(!m_opening->isListRead, m_opening->battery, sample.ring))
+            m_opening->isListRead = true;
+        takePower(readings.cpuWatts, readings.cpuPowerAccess, live, isOpening);
     }
 
     const WantedReadings& answered = live.answered();
-    if (m_opening->knowsWholePower || answered.systemPower) {
-        const bool isLater = std::exchange(m_opening->knowsWholePower, true);
+    if (m_knowsWholePower || answered.systemPower) {
+        const bool isLater = std::exchange(m_knowsWholePower, true);
         take(readings.wholeWatts, live.systemWatts(), isLater ? Answer::later : Answer::deciding);
     }
     readings.systemWatts = answered.systemPower ? live.systemWatts() : std::nullopt;
@@ -91,6 +95,18 @@ void SensorsPopoverReader::update(SensorsPopoverReadings& readings, const Popove
     readings.cpuHistory = sample.histories.cpuTemperature.points(sample.now);
     readings.gpuHistory = sample.histories.gpuTemperature.points(sample.now);
     showHighest(readings);
+}
+
+void SensorsPopoverReader::approach(const std::function<void()>& ring)
+{
+    if (!m_opening && !m_knowsRows)
+        begin(true, std::make_shared<Battery>(m_root), ring);
+}
+
+void SensorsPopoverReader::collect(SensorsPopoverReadings& readings)
+{
+    if (const auto devices = m_background.take())
+        adoptRows(readings, *devices);
 }
 
 void SensorsPopoverReader::addItem(const LiveReadings& live)
@@ -130,37 +146,54 @@ void SensorsPopoverReader::forgetDevices(SensorsPopoverReadings& readings)
     m_opening->gpu.reset();
 }
 
-void SensorsPopoverReader::begin(const PopoverSample& sample)
+bool SensorsPopoverReader::begin(
+    bool isNewOpening, std::shared_ptr<Battery> battery, std::function<void()> ring)
 {
     const bool isBegun = m_background.begin(
-        [readList = m_readList, isNew = !m_opening->isListRead, battery = m_opening->battery] {
+        [readList = m_readList, isNewOpening, battery = std::move(battery)] {
             Devices devices;
             devices.battery = battery->read();
             if (readList)
-                devices.list = readList(isNew);
+                devices.list = readList(isNewOpening);
             return devices;
         },
-        sample.ring);
-    if (!isBegun)
+        std::move(ring));
+    if (isBegun)
+        m_begin = Clock::now();
+    return isBegun;
+}
+
+void SensorsPopoverReader::showDevices(SensorsPopoverReadings& readings, const SensorList::Values& list)
+{
+    m_knowsRows = true;
+    readings.devices = list.devices.first(std::min(mostDevices, list.devices.size()));
+    readings.moreDevices = int(list.devices.size() - readings.devices.size());
+    readings.fans = list.fans;
+}
+
+// Only the rows count: when the popover is opened, its values are those of that moment.
+void SensorsPopoverReader::adoptRows(SensorsPopoverReadings& readings, const Devices& devices)
+{
+    readings.hasBattery = devices.battery.has_value();
+    if (!devices.list)
         return;
-    m_opening->isListRead = true;
-    m_begin = Clock::now();
+    showDevices(readings, *devices.list);
+    readings.gpuWatts.hasRow = devices.list->gpuWatts.has_value();
+    readings.gpuWatts.value = devices.list->gpuWatts;
 }
 
 void SensorsPopoverReader::adopt(
     SensorsPopoverReadings& readings, const Devices& devices, const PopoverSample& sample)
 {
-    if (!std::exchange(m_opening->knowsBattery, true))
-        readings.hasBattery = devices.battery.has_value();
+    if (!std::exchange(m_knowsBattery, true))
+        readings.hasBattery = readings.hasBattery || devices.battery;
     readings.battery = devices.battery;
     if (!devices.list)
         return;
-    const bool isLater = std::exchange(m_opening->knowsDevices, true);
-    readings.devices = devices.list->devices.first(std::min(mostDevices, devices.list->devices.size()));
-    readings.moreDevices = int(devices.list->devices.size() - readings.devices.size());
-    readings.fans = devices.list->fans;
+    showDevices(readings, *devices.list);
     m_opening->hottest = highestCelsius(devices.list->devices);
     m_opening->gpu = highestCelsius(devices.list->devices, SensorDevice::Kind::gpu);
+    const bool isLater = std::exchange(m_knowsGPUPower, true);
     take(readings.gpuWatts, devices.list->gpuWatts, isLater ? Answer::later : Answer::deciding);
     addHighest(readings);
     // What an item reads is in the history already.

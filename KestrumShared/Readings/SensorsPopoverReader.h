@@ -33,6 +33,11 @@ public:
     SensorsPopoverReader(const QString& root, ReadList readList,
         std::chrono::milliseconds longestAnswer = SlowReadings::longestAnswer);
 
+    /// The popover may be opened soon. Has the devices read if none is known yet, so that it opens with all its rows. The
+    /// worker calls `ring` when `collect` can take them over.
+    void approach(const std::function<void()>& ring);
+    void collect(SensorsPopoverReadings& readings);
+
     void update(SensorsPopoverReadings& readings, const PopoverSample& sample);
     /// Closes the files that only the open popover needs.
     void close() { m_opening.reset(); }
@@ -49,15 +54,13 @@ private:
     };
     struct Opening {
         std::shared_ptr<Battery> battery;
-        bool isListRead = false; ///< whether the worker was told of the opening
-        int powerAnswers = 0;
+        bool isListRead = false;            ///< whether the worker was told of the opening
         std::optional<double> hottest, gpu; ///< of all devices, also of those without a row
-        bool knowsDevices = false;
-        bool knowsBattery = false;
-        bool knowsWholePower = false;
     };
     void forgetDevices(SensorsPopoverReadings& readings);
-    void begin(const PopoverSample& sample);
+    bool begin(bool isNewOpening, std::shared_ptr<Battery> battery, std::function<void()> ring);
+    void showDevices(SensorsPopoverReadings& readings, const SensorList::Values& list);
+    void adoptRows(SensorsPopoverReadings& readings, const Devices& devices);
     void adopt(SensorsPopoverReadings& readings, const Devices& devices, const PopoverSample& sample);
     void addHighest(const SensorsPopoverReadings& readings);
     void showHighest(SensorsPopoverReadings& readings) const;
@@ -66,6 +69,10 @@ private:
     ReadList m_readList; ///< may be empty
     std::chrono::milliseconds m_longestAnswer;
     std::optional<Opening> m_opening;
+    bool m_knowsRows = false;     ///< whether the devices were ever read
+    bool m_knowsGPUPower = false; ///< whether it was answered since the last opening
+    bool m_knowsWholePower = false;
+    bool m_knowsBattery = false;
     Background<Devices> m_background;
     Clock::time_point m_begin; ///< of what the worker is doing
     HighestValues m_highest;

@@ -4,6 +4,7 @@
 #include "Platform/Machine/KernelText.h"
 
 #include <QDir>
+#include <QFile>
 #include <algorithm>
 #include <utility>
 
@@ -22,7 +23,8 @@ void raiseHertz(std::optional<double>& highest, double hertz)
 } // namespace
 
 CPUFrequency::CPUFrequency(const QString& root)
-    : m_folder(root + QStringLiteral("/sys/devices/system/cpu/cpufreq/"))
+    : m_root(root)
+    , m_folder(root + QStringLiteral("/sys/devices/system/cpu/cpufreq/"))
     , m_cpuInfo(root + QStringLiteral("/proc/cpuinfo"))
 {
 }
@@ -32,6 +34,16 @@ std::optional<double> CPUFrequency::read()
     const auto hertz = ofPolicies();
     // Here the kernel writes pages about every core, so this file comes second.
     return hertz ? hertz : ofCPUInfo();
+}
+
+// The first of the kernel's pages about the cores tells enough.
+bool CPUFrequency::isReported()
+{
+    constexpr qint64 pageSize = 4096;
+    if (!QDir(m_folder).entryList({ QStringLiteral("policy*") }, QDir::Dirs).isEmpty())
+        return true;
+    QFile info(m_root + QStringLiteral("/proc/cpuinfo"));
+    return info.open(QFile::ReadOnly | QFile::Unbuffered) && info.read(pageSize).contains("cpu MHz");
 }
 
 std::optional<double> CPUFrequency::ofPolicies()

@@ -16,11 +16,15 @@ public:
     /// The highest frequency of all cores, in hertz. Nothing if the kernel reports none, as in many virtual machines.
     std::optional<double> read();
 
+    /// Whether the kernel reports a frequency. Quick on any number of cores, unlike `read`.
+    bool isReported();
+
 private:
     void findPolicies();
     std::optional<double> ofPolicies();
     std::optional<double> ofCPUInfo();
 
+    QString m_root;
     QString m_folder;
     QStringList m_policies; ///< files, one for each group of cores with a common clock
     KernelFile m_cpuInfo;

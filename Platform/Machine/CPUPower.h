@@ -21,6 +21,9 @@ public:
     /// call, or if a package cannot be read. Only tests pass `now`.
     std::optional<double> read(Clock::time_point now = Clock::now());
 
+    /// Whether there are counters, as of the last `read`.
+    bool hasPackages() const { return !m_packages.empty(); }
+
     /// Whether there are counters, but this process was not allowed to read one of them at the last attempt. `read` goes on
     /// trying, because an administrator can give the permission at any time.
     bool isDenied() const;

@@ -335,8 +335,29 @@ private Q_SLOTS:
             QVERIFY(row->hasRow && !row->value);
         m_fixture->wanted = WantedReadings::ofPopover(MonitorSection::cpu);
         m_fixture->tick();
-        QCOMPARE(cpu().celsius, RowValue<double>());
+        QVERIFY2(cpu().celsius.hasRow && !cpu().celsius.value, "a row that is shown stays");
         QTRY_COMPARE_WITH_TIMEOUT(cpu().hertz, RowValue<double>(3.42e9), 5000);
+        m_fixture->open(MonitorSection::cpu);
+        QCOMPARE(cpu().celsius, RowValue<double>());
+    }
+
+    void rowsThatNeedTimeToMeasureAreThereAtTheFirstOpening()
+    {
+        fill(*m_fixture);
+        m_fixture->tick();
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY(cpu().watts.hasRow && !cpu().watts.value);
+        QVERIFY(cpu().hertz.hasRow);
+        for (const char* policy : { "policy0", "policy1" })
+            m_fixture->remove(
+                (QByteArray("sys/devices/system/cpu/cpufreq/") + policy + "/scaling_cur_freq").constData());
+        QVERIFY(
+            QDir(m_machine->root() + QStringLiteral("/sys/devices/system/cpu/cpufreq")).removeRecursively());
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY(!cpu().hertz.hasRow);
+        m_fixture->write("proc/cpuinfo", "processor\t: 0\ncpu MHz\t\t: 2400.000\n");
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY(cpu().hertz.hasRow);
     }
 
     void whoMayNotReadThePowerHasARowForIt()

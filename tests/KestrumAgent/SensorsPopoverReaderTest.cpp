@@ -280,6 +280,43 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(sensors().devices, twoChips(48, 41).devices, 5000);
     }
 
+    void thePointerMakesTheRowsOfTheFirstOpeningKnown()
+    {
+        writeBattery();
+        m_fixture->devices.setList(twoChips(48, 41));
+        m_fixture->reader.approached(MonitorSection::sensors);
+        QTRY_COMPARE_WITH_TIMEOUT(sensors().devices.size(), 2, 5000);
+        QTest::qWait(50);
+        m_fixture->reader.approached(MonitorSection::sensors);
+        QTest::qWait(50);
+        QCOMPARE(m_fixture->devices.listReads(), 1);
+        m_fixture->devices.hang();
+        m_fixture->open(MonitorSection::sensors);
+        QCOMPARE(sensors().devices, twoChips({}, {}).devices);
+        QCOMPARE(sensors().fans.size(), 2);
+        QVERIFY(sensors().hasBattery && sensors().gpuWatts.hasRow && !sensors().gpuWatts.value);
+    }
+
+    // The graphics card fell asleep since the popover was last open.
+    void aRowThatIsShownStaysUntilTheNextOpening()
+    {
+        writeBattery();
+        m_fixture->devices.setList(twoChips(48, 41));
+        open();
+        close();
+        SensorList::Values values = twoChips(48, {});
+        values.gpuWatts.reset();
+        m_fixture->devices.setList(values);
+        m_fixture->write("sys/class/power_supply/BAT0/type", "");
+        open();
+        QTRY_COMPARE_WITH_TIMEOUT(sensors().devices, values.devices, 5000);
+        QVERIFY(sensors().gpuWatts.hasRow && !sensors().gpuWatts.value);
+        QVERIFY(sensors().hasBattery && !sensors().battery);
+        close();
+        open();
+        QVERIFY(!sensors().gpuWatts.hasRow && !sensors().hasBattery);
+    }
+
     void devicesThatDoNotAnswerLoseTheirValues()
     {
         using Occasion = PopoverSample::Occasion;

@@ -97,9 +97,12 @@ PanelPart SectionPanel::header(MonitorSection section, const QString& value) con
     header.value = value;
     header.isPinned = m_state.isPinned;
     if (m_state.hasTabs) {
-        for (const MonitorSection other : MeterSettings::storedOrder(m_settings))
+        for (const MonitorSection other : MeterSettings::storedOrder(m_settings)) {
+            if (!MeterSettings::isShown(other, m_settings))
+                continue;
             header.tabs.append({ sectionTitle(other), sectionIcon(other),
                 { PanelAction::Kind::showSection, rawValue(other) }, other == section });
+        }
     }
     return PanelStack { { header, PanelDivider {} } };
 }

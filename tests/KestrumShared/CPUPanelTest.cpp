@@ -231,12 +231,18 @@ private Q_SLOTS:
         QCOMPARE(actions(), QStringList({ pin + text(" 1"), gear }));
         m_state.hasTabs = true;
         SharedSettings::store().set(Keys::menuBarOrder.name, text("memory,cpu,sensors,storage"));
-        QStringList sections;
-        for (const PanelElement& element : panel().elements()) {
-            if (element.action.kind == PanelAction::Kind::showSection)
-                sections.append(element.action.argument);
-        }
-        QCOMPARE(sections.join(u','), text("memory,cpu,sensors,storage"));
+        const auto sections = [this] {
+            QStringList list;
+            for (const PanelElement& element : panel().elements()) {
+                if (element.action.kind == PanelAction::Kind::showSection)
+                    list.append(element.action.argument);
+            }
+            return list.join(u',');
+        };
+        QCOMPARE(sections(), text("memory,cpu,sensors,storage"));
+        // A section without an item has no popover either.
+        SharedSettings::store().set(Keys::showSensorsItem.name, false);
+        QCOMPARE(sections(), text("memory,cpu,storage"));
     }
 
     void highTemperaturesHaveAColour()

@@ -39,7 +39,7 @@ Place takePlace()
 
 } // namespace
 
-VirtualDisplay::VirtualDisplay()
+VirtualDisplay::VirtualDisplay(QSize size)
 {
     const Place place = takePlace();
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -49,7 +49,7 @@ VirtualDisplay::VirtualDisplay()
     });
     m_server.start(text("Xvfb"),
         words("-displayfd 1 -noreset -nolisten tcp -screen 0")
-            << text("%1x%2x24").arg(width).arg(height) << text(":%1").arg(place.number));
+            << text("%1x%2x24").arg(size.width()).arg(size.height()) << text(":%1").arg(place.number));
     ::close(place.file);
     QByteArray display;
     while (!display.endsWith('\n') && m_server.waitForReadyRead(Programs::patience))

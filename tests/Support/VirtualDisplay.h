@@ -2,18 +2,19 @@
 
 #include <QByteArray>
 #include <QProcess>
+#include <QSize>
 #include <QStringList>
 
 namespace kestrum {
 
-/// A private X server of `width` × `height` points at scale 1, without a session bus. This process and its children show their
-/// windows there. Construct it before the application object.
+/// A private X server of `width` × `height` points at scale 1, or of another size, without a session bus. This process and its
+/// children show their windows there. Construct it before the application object.
 class VirtualDisplay {
 public:
     static constexpr int width = 1000;
     static constexpr int height = 800;
 
-    VirtualDisplay();
+    explicit VirtualDisplay(QSize size = { width, height });
     ~VirtualDisplay();
     Q_DISABLE_COPY_MOVE(VirtualDisplay)
 

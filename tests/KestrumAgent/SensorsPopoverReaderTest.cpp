@@ -237,8 +237,8 @@ private Q_SLOTS:
         QVERIFY(fixture.readings().sensors.cpuHistory.isEmpty());
         QCOMPARE(valuesOf(fixture.readings().sensors.gpuHistory), QList<double>({ 41 }));
         // It is shown nevertheless.
-        QCOMPARE(fixture.readings().sensors.devices.first().celsius, Optional(48));
-        QCOMPARE(fixture.readings().sensors.hottest, Optional(48));
+        QCOMPARE(fixture.readings().sensors.devices.first().celsius, Measured(48));
+        QCOMPARE(fixture.readings().sensors.hottest, Measured(48));
     }
 
     void theHeaderShowsTheItemsReadout()

@@ -4,6 +4,7 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 
 #include <QGuiApplication>
+#include <QMouseEvent>
 #include <QScreen>
 #include <algorithm>
 
@@ -12,6 +13,18 @@ namespace kestrum {
 LayerStand::LayerStand(PanelStrip& strip)
     : m_strip(strip)
 {
+    m_strip.installEventFilter(this);
+}
+
+/// The sheet lets presses on the strip through. Those that are no click on an item are presses elsewhere.
+bool LayerStand::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress && m_window && !m_isPinned) {
+        const auto& press = *static_cast<QMouseEvent*>(event);
+        if (press.button() != Qt::LeftButton || !m_strip.item(press.position()))
+            QMetaObject::invokeMethod(this, &PopoverStand::dismissed, Qt::QueuedConnection);
+    }
+    return QObject::eventFilter(watched, event);
 }
 
 /// The size of the area that panels leave free: the sheet's, which only the compositor knows. Before the sheet has been

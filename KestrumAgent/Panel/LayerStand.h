@@ -27,6 +27,7 @@ public:
     void showTip(QWidget&, QPoint, const QString&, const QRect&) override { }
 
 private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
     QSize freeSize() const;
     void spreadSheet();
     void arrange();

@@ -26,11 +26,11 @@ class PopoverWaylandTest : public QObject {
         return { m_plate.left() + DesktopFixture::stripSideRoom + m_middles.value(text(section)),
             m_plate.center().y() };
     }
-    static void click(QPoint place)
+    static void click(QPoint place, const char* button = "1")
     {
         DesktopFixture::moveTo(place);
         QTest::qWait(50); // the compositor hears of the two by different ways
-        VirtualDisplay::xdotool("click 1");
+        VirtualDisplay::xdotool("click " + QByteArray(button));
     }
     static void key(const char* name) { VirtualDisplay::xdotool("key " + QByteArray(name)); }
 
@@ -135,6 +135,26 @@ private Q_SLOTS:
     {
         click(item("cpu"));
         QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        key("Escape");
+        waitForNone();
+    }
+
+    void pressesOnTheStripThatAreNoClickOnAnItemCloseIt()
+    {
+        const auto open = [this] {
+            WaylandDesktop::kestrumctl({ text("popover"), text("cpu") });
+            QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        };
+        open();
+        click({ m_plate.left() + 3, m_plate.center().y() });
+        waitForNone();
+        open();
+        click(item("memory"), "2");
+        waitForNone();
+        open();
+        click(item("memory"), "3");
+        QTRY_VERIFY_WITH_TIMEOUT(popover().width() != 300, patience); // the menu instead
+        QTest::qWait(200);
         key("Escape");
         waitForNone();
     }

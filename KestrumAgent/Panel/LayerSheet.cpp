@@ -191,6 +191,9 @@ LayerSheet::~LayerSheet() = default;
 void LayerSheet::configure(uint32_t serial, QSize size)
 {
     zwlr_layer_surface_v1_ack_configure(m_wayland->layer, serial);
+    // To show a picture of no size is an error that ends the process.
+    if (size.isEmpty())
+        return;
     const bool isOther = std::exchange(m_size, size) != size;
     m_wayland->attach(size);
     adoptHoles();

@@ -160,7 +160,7 @@ void LayerSheet::Wayland::attach(QSize size)
     wl_surface_damage(surface, 0, 0, size.width(), size.height());
 }
 
-LayerSheet::LayerSheet(QObject* parent)
+LayerSheet::LayerSheet(const QScreen* screen, QObject* parent)
     : QObject(parent)
     , m_wayland(std::make_unique<Wayland>(*this))
 {
@@ -171,7 +171,7 @@ LayerSheet::LayerSheet(QObject* parent)
     if (globals.viewporter)
         m_wayland->viewport = wp_viewporter_get_viewport(globals.viewporter, m_wayland->surface);
     m_wayland->layer = zwlr_layer_shell_v1_get_layer_surface(LayerSurface::layerShell(), m_wayland->surface,
-        nullptr, ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY, "kestrum");
+        LayerSurface::outputOf(screen), ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY, "kestrum");
     static constexpr zwlr_layer_surface_v1_listener listener {
         [](void* self, zwlr_layer_surface_v1*, uint32_t serial, uint32_t width, uint32_t height) {
             static_cast<LayerSheet*>(self)->configure(serial, QSize(int(width), int(height)));

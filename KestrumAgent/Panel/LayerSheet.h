@@ -8,6 +8,7 @@
 #include <QSize>
 #include <memory>
 
+class QScreen;
 struct wl_surface;
 struct zwlr_layer_surface_v1;
 
@@ -19,8 +20,8 @@ namespace kestrum {
 class LayerSheet final : public QObject {
     Q_OBJECT
 public:
-    /// Use it only if `LayerSurface::isSupported()` is true. The sheet is shown until it is destroyed.
-    explicit LayerSheet(QObject* parent = nullptr);
+    /// Use it only if `LayerSurface::isSupported()` is true. The sheet is shown on `screen` until it is destroyed.
+    explicit LayerSheet(const QScreen* screen, QObject* parent = nullptr);
     ~LayerSheet() override;
 
     /// The sheet's size in points; empty before the compositor has set it.

@@ -56,7 +56,7 @@ void LayerStand::show(QWidget& window, QSize size, const QRect& item)
 
 void LayerStand::spreadSheet()
 {
-    m_sheet = std::make_unique<LayerSheet>();
+    m_sheet = std::make_unique<LayerSheet>(m_strip.screen());
     connect(m_sheet.get(), &LayerSheet::pressed, this, &LayerStand::dismissed, Qt::QueuedConnection);
     connect(m_sheet.get(), &LayerSheet::resized, this, [this] {
         m_free = m_sheet->size();
@@ -82,7 +82,8 @@ void LayerStand::arrange()
         { .layer = m_isPinned ? LayerSurface::Layer::panel : LayerSurface::Layer::overlay,
             .edges = Qt::TopEdge | edge,
             .margins = QMargins(isMirrored ? side : 0, top, isMirrored ? 0 : side, 0),
-            .keyboard = m_isPinned ? LayerSurface::Keyboard::onDemand : LayerSurface::Keyboard::exclusive },
+            .keyboard = m_isPinned ? LayerSurface::Keyboard::onDemand : LayerSurface::Keyboard::exclusive,
+            .screen = m_strip.screen() },
         m_size);
     if (!m_sheet)
         return;

@@ -54,6 +54,14 @@ zwlr_layer_shell_v1* LayerSurface::layerShell()
     return shell;
 }
 
+wl_output* LayerSurface::outputOf(const QScreen* screen)
+{
+    return screen
+        ? static_cast<wl_output*>(QGuiApplication::platformNativeInterface()->nativeResourceForScreen(
+            "output", const_cast<QScreen*>(screen)))
+        : nullptr;
+}
+
 bool LayerSurface::isSupported()
 {
     return layerShell() != nullptr;
@@ -89,7 +97,7 @@ void LayerSurface::show(const Place& place, QSize size)
         return;
     }
     m_surface = zwlr_layer_shell_v1_get_layer_surface(
-        layerShell(), surface, nullptr, layerNumber(place.layer), "kestrum");
+        layerShell(), surface, outputOf(place.screen), layerNumber(place.layer), "kestrum");
     m_place.layer = place.layer;
     static constexpr zwlr_layer_surface_v1_listener listener {
         [](void* self, zwlr_layer_surface_v1*, uint32_t serial, uint32_t width, uint32_t height) {

@@ -7,6 +7,7 @@
 #include <QWidget>
 #include <cstdint>
 
+struct wl_output;
 struct zwlr_layer_shell_v1;
 struct zwlr_layer_surface_v1;
 
@@ -29,6 +30,8 @@ public:
         Qt::Edges edges;
         QMargins margins;
         Keyboard keyboard = Keyboard::none;
+        /// The screen for a surface that is not shown yet; null leaves the choice to the compositor.
+        const QScreen* screen = nullptr;
 
         bool operator==(const Place&) const = default;
     };
@@ -37,6 +40,8 @@ public:
     static bool isSupported();
     /// The compositor's layer shell; null if the compositor has none.
     static zwlr_layer_shell_v1* layerShell();
+    /// The compositor's object for a screen; null if there is none, as for the toolkit's placeholder.
+    static wl_output* outputOf(const QScreen* screen);
 
     /// `widget` must outlive this object, and must be shown and hidden only by this object.
     explicit LayerSurface(QWidget& widget);

@@ -140,6 +140,24 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate(), before, patience);
     }
 
+    void aPopoverOpensOnTheStripsScreen()
+    {
+        startOnSway();
+        QVERIFY(!swaymsg("create_output").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2000, patience);
+        QVERIFY(!swaymsg("focus output HEADLESS-2").isEmpty());
+        WaylandDesktop::kestrumctl({ text("popover"), text("cpu") });
+        const auto hasPopover = [](int left) {
+            const QColor empty(0x20, 0x40, 0x60);
+            return !areaOf(
+                WaylandDesktop::screen().copy(left, 100, 1000, 100), [&empty](const QColor& pixel) {
+                    return pixel.rgb() != empty.rgb();
+                }).isNull();
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(hasPopover(0) || hasPopover(1000), patience);
+        QVERIFY(hasPopover(0));
+    }
+
     void itComesBackWithTheScreen()
     {
         startOnSway();

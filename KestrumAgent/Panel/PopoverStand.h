@@ -22,7 +22,7 @@ public:
     /// size and place: call this function after each change of the size. The window must live until `hide`.
     virtual void show(QWidget& window, QSize size, const QRect& item) = 0;
     virtual void hide() = 0;
-    /// A pinned window stays when the user turns to something else, and leaves the keyboard to others. `hide` ends it.
+    /// A pinned window stays when the user turns to something else. Until then it may keep the keyboard. `hide` ends the pin.
     virtual void setPinned(bool isPinned) = 0;
     /// The greatest height that a window can have, in points.
     virtual int room() const = 0;

@@ -242,4 +242,37 @@ void PopoverAccessible::tellFocus(PopoverWindow& window)
     }
 }
 
+void PopoverAccessible::tellChanges(PopoverWindow& window, const PopoverLayout& before)
+{
+    if (!QAccessible::isActive())
+        return;
+    const auto shape = [](const PopoverLayout& layout) {
+        QList<std::pair<Path, PanelElement::Role>> list;
+        layout.visit([&list](const Path& path, const PanelElement& element) {
+            list.append({ path, element.role });
+        });
+        return list;
+    };
+    const PopoverLayout& now = window.layout();
+    if (shape(now) != shape(before)) {
+        QAccessibleEvent event(&window, QAccessible::ObjectReorder);
+        QAccessible::updateAccessibility(&event);
+        return;
+    }
+    now.visit([&](const Path& path, const PanelElement& element) {
+        if (element.isChecked == before.element(path)->isChecked)
+            return;
+        QAccessible::State changed;
+        changed.checked = true;
+        QAccessibleStateChangeEvent event(interfaceAt(window, path), changed);
+        QAccessible::updateAccessibility(&event);
+    });
+    const Path& focus = window.focus().path();
+    if (const PanelElement* focused = now.element(focus);
+        focused && focused->name != before.element(focus)->name) {
+        QAccessibleEvent event(interfaceAt(window, focus), QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+
 } // namespace kestrum

@@ -15,6 +15,8 @@ void install();
 
 /// Tells assistive programs that the window's focused element is another one.
 void tellFocus(PopoverWindow& window);
+/// Tells assistive programs what is different in the window since it had the layout `before`.
+void tellChanges(PopoverWindow& window, const PopoverLayout& before);
 
 } // namespace PopoverAccessible
 } // namespace kestrum

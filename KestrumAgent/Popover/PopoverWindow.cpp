@@ -55,6 +55,7 @@ QRegion PopoverWindow::setContent(
     m_scale = scale;
     const PopoverLayout before = std::exchange(m_layout, PopoverLayout(panel, m_environment));
     m_focus.adopt(m_layout);
+    PopoverAccessible::tellChanges(*this, before);
     const double limited = std::clamp(m_scrolled, 0.0, farthest());
     const bool isScrolled = std::exchange(m_scrolled, limited) != limited;
     holdList();

@@ -82,7 +82,8 @@ void printReadouts(const std::string& line)
 {
     const auto has = [&line](const char* word) { return line.find(word) != std::string::npos; };
     const Sensors::Values values = Sensors::read(
-        { .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") }).value_or(Sensors::Values());
+        { .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") })
+                                       .value_or(Sensors::Values());
     for (const auto& value : { values.cpu, values.gpu, values.hottest, values.fan })
         std::cout << text(value) << ' ';
 }

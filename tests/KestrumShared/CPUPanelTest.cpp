@@ -214,7 +214,8 @@ private Q_SLOTS:
     {
         const auto actions = [this] {
             QStringList list;
-            for (const PanelElement& element : panel().elements()) {
+            const DescribedPanel shown = panel();
+            for (const PanelElement& element : shown.elements()) {
                 if (element.action)
                     list.append(text("%1 %2 %3")
                                     .arg(int(element.action.kind))

@@ -28,7 +28,8 @@ void DiskPopoverReader::update(DiskPopoverReadings& readings, const PopoverSampl
         return;
 
     take(readings.pressure, m_pressure->read(), isOpening ? Answer::deciding : Answer::later);
-    const Answer which = answerOfTwo(++m_rateAnswers);
+    // An agent that has just started may not have looked at the disks at all: that is no answer yet.
+    const Answer which = sample.histories.areDiskRatesBegun() ? answerOfTwo(++m_rateAnswers) : Answer::first;
     const auto& rates = sample.histories.diskRates();
     take(readings.readRate, rates ? std::optional(rates->read) : std::nullopt, which);
     take(readings.writeRate, rates ? std::optional(rates->write) : std::nullopt, which);

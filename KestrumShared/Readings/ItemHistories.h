@@ -24,6 +24,8 @@ public:
 
     /// The rates since the last sample; nothing after the first one.
     const std::optional<DiskActivity::Rates>& diskRates() const { return m_diskRates; }
+    /// Whether the first sample for rates is taken.
+    bool areDiskRatesBegun() const { return m_disk.isBegun(); }
 
     History cpu;                            ///< 0…1
     History app, system, compressed, cache; ///< shares of the whole memory

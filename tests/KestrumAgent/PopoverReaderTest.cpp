@@ -199,6 +199,23 @@ private Q_SLOTS:
         QVERIFY(memory().hasSwap);
     }
 
+    void thePopoverOfAnAgentThatHasJustStartedGetsTheRatesOfDisks()
+    {
+        fill(*m_fixture);
+        m_fixture->wanted = itemSources() | WantedReadings::ofPopover(MonitorSection::storage);
+        m_fixture->reader.opened(MonitorSection::storage);
+        const DiskPopoverReadings& disk = m_fixture->readings().disk;
+        for (int i = 0; i < 2; ++i) {
+            QVERIFY(!disk.readRate.value);
+            m_fixture->tick();
+            QTest::qWait(60); // a rate over less time would be none
+        }
+        QCOMPARE(disk.readRate.value, Optional(0));
+        QCOMPARE(disk.writeRate.value, Optional(0));
+        m_fixture->tick();
+        QVERIFY(disk.readRate.hasRow && disk.writeRate.hasRow);
+    }
+
     void theItemsTemperatureIsThereAtOnce()
     {
         fill(*m_fixture);

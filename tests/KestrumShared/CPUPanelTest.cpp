@@ -234,7 +234,8 @@ private Q_SLOTS:
         SharedSettings::store().set(Keys::menuBarOrder.name, text("memory,cpu,sensors,storage"));
         const auto sections = [this] {
             QStringList list;
-            for (const PanelElement& element : panel().elements()) {
+            const DescribedPanel shown = panel();
+            for (const PanelElement& element : shown.elements()) {
                 if (element.action.kind == PanelAction::Kind::showSection)
                     list.append(element.action.argument);
             }

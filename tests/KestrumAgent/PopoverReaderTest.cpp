@@ -210,8 +210,8 @@ private Q_SLOTS:
             m_fixture->tick();
             QTest::qWait(60); // a rate over less time would be none
         }
-        QCOMPARE(disk.readRate.value, Optional(0));
-        QCOMPARE(disk.writeRate.value, Optional(0));
+        QCOMPARE(disk.readRate.value, std::optional<double>(0));
+        QCOMPARE(disk.writeRate.value, std::optional<double>(0));
         m_fixture->tick();
         QVERIFY(disk.readRate.hasRow && disk.writeRate.hasRow);
     }

@@ -163,7 +163,8 @@ QString Amounts::estimate(std::chrono::minutes time) const
 QString Amounts::age(double seconds) const
 {
     const auto whole = qint64(std::round(limited(seconds)));
-    return number(double(whole / 60), 0) + u':'
+    const qint64 minutes = whole / 60;
+    return number(double(minutes), 0) + u':'
         + TextLocale::number(double(whole % 60), { nullptr, 0, 2 }, m_language, m_region);
 }
 

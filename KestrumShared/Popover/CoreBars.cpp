@@ -124,7 +124,8 @@ struct CoreLayout {
         const double gap = barGap(tier, cores);
         const double pitch = (tier.width() + gap) / double(inRow);
         QRectF cell = environment.fromLeading(tier, double(core % inRow) * pitch, pitch - gap);
-        cell.setTop(tier.top() + barsTop + double(core / inRow) * (rowHeight + rowGap));
+        const qsizetype row = core / inRow;
+        cell.setTop(tier.top() + barsTop + double(row) * (rowHeight + rowGap));
         cell.setHeight(rowHeight);
         return cell;
     }

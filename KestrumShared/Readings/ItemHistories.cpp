@@ -24,6 +24,7 @@ bool ItemHistories::add(const LiveReadings& readings, const WantedReadings& want
         compressed.add(share(memory.compressed), interval, now);
         cache.add(share(memory.cache), interval, now);
     }
+    m_looksAtDisks = wanted.storage;
     if (wanted.storage) {
         m_diskRates = m_disk.sample();
     } else {

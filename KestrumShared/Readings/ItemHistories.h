@@ -24,8 +24,8 @@ public:
 
     /// The rates since the last sample; nothing after the first one.
     const std::optional<DiskActivity::Rates>& diskRates() const { return m_diskRates; }
-    /// Whether the first sample for rates is taken.
-    bool areDiskRatesBegun() const { return m_disk.isBegun(); }
+    /// Whether the disks have been looked at, with or without success, since they began to be wanted.
+    bool areDiskRatesBegun() const { return m_looksAtDisks; }
 
     History cpu;                            ///< 0…1
     History app, system, compressed, cache; ///< shares of the whole memory
@@ -33,6 +33,7 @@ public:
     History cpuTemperature, gpuTemperature; ///< °C
 
 private:
+    bool m_looksAtDisks = false;
     DiskActivity m_disk;
     std::optional<DiskActivity::Rates> m_diskRates;
     int m_answers = 0;

@@ -65,8 +65,7 @@ void SensorsPopoverReader::update(SensorsPopoverReadings& readings, const Popove
     const bool isOpening = sample.occasion == PopoverSample::Occasion::opening;
     if (isOpening) {
         collect(readings); // what was read before
-        m_opening.emplace();
-        m_opening->battery = std::make_shared<Battery>(m_root);
+        m_opening.emplace(std::make_shared<Battery>(m_root));
         if (std::exchange(m_knowsBattery, false))
             readings.hasBattery = readings.battery.has_value();
         expect(readings.gpuWatts, m_knowsGPUPower);

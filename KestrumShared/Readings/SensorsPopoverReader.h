@@ -14,6 +14,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <utility>
 
 namespace kestrum {
 
@@ -53,6 +54,10 @@ private:
         std::optional<BatteryState> battery;
     };
     struct Opening {
+        explicit Opening(std::shared_ptr<Battery> ofMachine)
+            : battery(std::move(ofMachine))
+        {
+        }
         std::shared_ptr<Battery> battery;
         bool isListRead = false;            ///< whether the worker was told of the opening
         std::optional<double> hottest, gpu; ///< of all devices, also of those without a row

@@ -34,9 +34,6 @@ public:
     /// Call this before a pause in sampling, so that the next sample counts as the first.
     void pause();
 
-    /// Whether there is a sample that the next one is compared with.
-    bool isBegun() const { return m_lastTime.has_value(); }
-
 private:
     struct Device {
         std::string name;

@@ -5,6 +5,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
 #include "tests/Support/PaintWatcher.h"
+#include "tests/Support/PanelStripFixture.h"
 #include "tests/Support/Pixels.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/TestHome.h"
@@ -20,50 +21,6 @@ using namespace kestrum;
 
 using enum MonitorSection;
 using Sections = QList<MonitorSection>;
-
-namespace {
-
-/// A strip on the screen. Mouse actions take places in points from the strip's first item.
-struct Fixture {
-    std::shared_ptr<FakeReadings> readings = std::make_shared<FakeReadings>();
-    PanelStrip strip { readings };
-
-    Fixture()
-    {
-        strip.setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
-        QObject::connect(
-            &strip, &PanelStrip::rebuilt, &strip, [this] { strip.setFixedSize(strip.sizeHint()); });
-        strip.setFixedSize(strip.sizeHint());
-        strip.show();
-    }
-
-    void send(QEvent::Type type, double x, Qt::MouseButton button, Qt::MouseButtons held)
-    {
-        const QPointF at(x + PanelStrip::sideRoom, 11);
-        QMouseEvent event(type, at, strip.mapToGlobal(at), button, held, Qt::NoModifier);
-        QApplication::sendEvent(&strip, &event);
-    }
-    void move(double x) { send(QEvent::MouseMove, x, Qt::NoButton, Qt::NoButton); }
-    void press(double x) { send(QEvent::MouseButtonPress, x, Qt::LeftButton, Qt::LeftButton); }
-    void drag(double x) { send(QEvent::MouseMove, x, Qt::NoButton, Qt::LeftButton); }
-    void release(double x) { send(QEvent::MouseButtonRelease, x, Qt::LeftButton, Qt::NoButton); }
-
-    QRectF frame(MonitorSection section) const { return strip.items().item(section)->view->frame(); }
-    double middle(MonitorSection section) const { return frame(section).center().x(); }
-    QRect place(MonitorSection section) const
-    {
-        return strip.place(*strip.items().item(section)).toAlignedRect();
-    }
-    QImage picture() { return strip.grab().toImage(); }
-    void watchWith(PaintWatcher& watcher)
-    {
-        QVERIFY(QTest::qWaitForWindowExposed(&strip));
-        QTest::qWait(50);
-        strip.installEventFilter(&watcher);
-    }
-};
-
-} // namespace
 
 class PanelStripTest : public QObject {
     Q_OBJECT
@@ -81,7 +38,7 @@ private Q_SLOTS:
 
     void theItemsStandInTheStoredOrderOnTheGrid()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         QCOMPARE(fixture.strip.items().sections(), (Sections { storage, sensors, memory, cpu }));
         const StripLayout layout = StripLayout::current();
         for (const auto& place : layout.items)
@@ -92,7 +49,7 @@ private Q_SLOTS:
 
     void eachItemIsDrawnAsEverywhereElse()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         const QImage picture = fixture.picture();
         for (const MonitorSection section : fixture.strip.items().sections()) {
             const QRect place = fixture.place(section);
@@ -120,7 +77,7 @@ private Q_SLOTS:
     void thePlateFollowsTheDesktopsScheme()
     {
         QFETCH(const ColourScheme, scheme);
-        Fixture fixture;
+        PanelStripFixture fixture;
         SystemAppearance::shared().setScheme(scheme);
         const QImage picture = fixture.picture();
         QCOMPARE(picture.pixelColor(2, 11).rgb(), StripBackground::plate(scheme).rgb());
@@ -130,7 +87,7 @@ private Q_SLOTS:
 
     void aTranslucentStripHasRoundEnds()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         fixture.strip.setAttribute(Qt::WA_TranslucentBackground);
         QImage image(fixture.strip.size(), QImage::Format_ARGB32_Premultiplied);
         image.fill(Qt::transparent);
@@ -144,7 +101,7 @@ private Q_SLOTS:
 
     void newReadingsPaintOnlyWhatLooksDifferent()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         PaintWatcher watcher;
         fixture.watchWith(watcher);
         fixture.strip.redraw();
@@ -159,7 +116,7 @@ private Q_SLOTS:
 
     void anItemThatOnlyMovesIsPaintedWhereItStands()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         PaintWatcher watcher;
         fixture.watchWith(watcher);
         const QRect before = fixture.place(memory);
@@ -175,7 +132,7 @@ private Q_SLOTS:
 
     void aChangedStyleChangesThePicture()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         const QImage bars = fixture.picture();
         Setting(Keys::meterStyle).set(MeterStyle::wave);
         fixture.strip.rebuild();
@@ -187,7 +144,7 @@ private Q_SLOTS:
 
     void aHiddenItemTakesNoRoom()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         const int wide = fixture.strip.sizeHint().width();
         Setting(Keys::showSensorsItem).set(false);
         fixture.strip.rebuild();
@@ -205,7 +162,7 @@ private Q_SLOTS:
 
     void aDragStoresTheOrderAndTellsIt()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         Ear ear(SharedSettings::name(SharedSettings::Signal::menuBarChanged));
         fixture.press(fixture.middle(cpu));
         fixture.drag(-500);
@@ -219,7 +176,7 @@ private Q_SLOTS:
 
     void aDragToTheRightEndsAtTheStripsEnd()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         fixture.press(fixture.middle(storage));
         fixture.drag(5000);
         QCOMPARE(fixture.frame(storage).right(), fixture.strip.items().size().width());
@@ -229,7 +186,7 @@ private Q_SLOTS:
 
     void theItemStaysUnderThePointerWhereItWasGrabbed()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         const double left = fixture.frame(memory).left();
         fixture.press(left + 5);
         fixture.drag(left + 5 + QApplication::startDragDistance());
@@ -241,7 +198,7 @@ private Q_SLOTS:
     void aHiddenSectionKeepsItsSlotInADrag()
     {
         Setting(Keys::showSensorsItem).set(false);
-        Fixture fixture;
+        PanelStripFixture fixture;
         fixture.press(fixture.middle(cpu));
         fixture.drag(-500);
         fixture.release(-500);
@@ -250,7 +207,7 @@ private Q_SLOTS:
 
     void aRebuildDoesNotCancelADrag()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         fixture.press(fixture.middle(cpu));
         fixture.drag(30);
         const double left = fixture.frame(cpu).left();
@@ -264,7 +221,7 @@ private Q_SLOTS:
 
     void theItemUnderThePointerHasABackdrop()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         const QImage plain = fixture.picture();
         fixture.move(fixture.middle(memory));
         QCOMPARE(fixture.strip.cursor().shape(), Qt::OpenHandCursor);
@@ -275,99 +232,9 @@ private Q_SLOTS:
         QCOMPARE(fixture.picture(), plain);
     }
 
-    void aClickStoresAndPostsNothingAndMovesNothing()
-    {
-        Fixture fixture;
-        Ear ear(SharedSettings::name(SharedSettings::Signal::menuBarChanged));
-        QSignalSpy clicked(&fixture.strip, &PanelStrip::itemClicked);
-        QSignalSpy rebuilt(&fixture.strip, &PanelStrip::rebuilt);
-        const double left = fixture.frame(memory).left();
-        fixture.press(fixture.middle(memory));
-        fixture.drag(fixture.middle(memory) + QApplication::startDragDistance() - 1);
-        QCOMPARE(fixture.frame(memory).left(), left);
-        QVERIFY(clicked.isEmpty());
-        fixture.release(fixture.middle(memory) + QApplication::startDragDistance() - 1);
-        QCOMPARE(clicked.count(), 1);
-        QCOMPARE(clicked.first().first().value<MonitorSection>(), memory);
-        QCOMPARE(clicked.first().last().toRect(), fixture.place(memory));
-        QCOMPARE(storedText("menuBarOrder"), QString());
-        QVERIFY(rebuilt.isEmpty());
-        QTest::qWait(50); // as long as a signal takes to be heard
-        QCOMPARE(ear.count, 0);
-    }
-
-    void onlyAPressAndReleaseOfTheLeftButtonOnOneItemIsAClick()
-    {
-        Fixture fixture;
-        QSignalSpy clicked(&fixture.strip, &PanelStrip::itemClicked);
-        const double end = fixture.frame(memory).right();
-        fixture.press(end - 1);
-        fixture.release(fixture.middle(cpu));
-        QVERIFY(clicked.isEmpty());
-        QTest::mouseClick(&fixture.strip, Qt::RightButton, {}, fixture.place(memory).center());
-        QTest::mouseClick(&fixture.strip, Qt::LeftButton, {}, QPoint(1, 11));
-        QVERIFY(clicked.isEmpty());
-        fixture.press(fixture.middle(memory));
-        fixture.drag(fixture.middle(memory) + 30);
-        fixture.release(fixture.middle(memory) + 30);
-        QVERIFY(clicked.isEmpty());
-    }
-
-    void aSecondQuickClickIsAClickOfItsOwn()
-    {
-        Fixture fixture;
-        QSignalSpy clicked(&fixture.strip, &PanelStrip::itemClicked);
-        const QPoint at = fixture.place(memory).center();
-        QTest::mouseClick(&fixture.strip, Qt::LeftButton, {}, at);
-        fixture.send(QEvent::MouseButtonDblClick, fixture.middle(memory), Qt::LeftButton, Qt::LeftButton);
-        fixture.release(fixture.middle(memory));
-        QCOMPARE(clicked.count(), 2);
-    }
-
-    void aPressWhoseReleaseWentElsewhereBeginsNoDrag()
-    {
-        Fixture fixture;
-        const QRectF before = fixture.frame(memory);
-        fixture.press(before.center().x());
-        fixture.move(before.center().x() + 3);
-        fixture.drag(-500);
-        QCOMPARE(fixture.strip.items().sections(), (Sections { storage, sensors, memory, cpu }));
-        QCOMPARE(fixture.frame(memory), before);
-    }
-
-    void comingToAnItemIsToldOnce()
-    {
-        Fixture fixture;
-        QSignalSpy approached(&fixture.strip, &PanelStrip::itemApproached);
-        fixture.move(fixture.middle(memory));
-        fixture.move(fixture.middle(memory) + 1);
-        QCOMPARE(approached.count(), 1);
-        QCOMPARE(approached.first().first().value<MonitorSection>(), memory);
-        fixture.move(fixture.middle(cpu));
-        QCOMPARE(approached.count(), 2);
-    }
-
-    void theItemWithAnOpenPopoverHasABackdrop()
-    {
-        Fixture fixture;
-        const QImage plain = fixture.picture();
-        fixture.move(fixture.middle(memory));
-        const QImage pointed = fixture.picture();
-        QEvent leave(QEvent::Leave);
-        QApplication::sendEvent(&fixture.strip, &leave);
-        fixture.strip.setOpened(memory);
-        QCOMPARE(fixture.picture(), pointed);
-        // The pointer adds nothing to it.
-        fixture.move(fixture.middle(memory));
-        QCOMPARE(fixture.picture(), pointed);
-        QApplication::sendEvent(&fixture.strip, &leave);
-        fixture.strip.setOpened(std::nullopt);
-        QCOMPARE(fixture.picture(), plain);
-    }
-
     void aRightClickAsksForTheMenuBelowTheStrip()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         QSignalSpy asked(&fixture.strip, &PanelStrip::menuRequested);
         QContextMenuEvent event(
             QContextMenuEvent::Mouse, QPoint(30, 9), fixture.strip.mapToGlobal(QPoint(30, 9)));
@@ -410,7 +277,7 @@ private Q_SLOTS:
         QFETCH(const QString, readout);
         DrawingFixture::set(
             (rawValue(section) + QLatin1StringView("Readout")).toLatin1(), readout.toLatin1());
-        Fixture fixture;
+        PanelStripFixture fixture;
         QSignalSpy asked(&fixture.strip, &PanelStrip::tipRequested);
         const QPoint at = fixture.place(section).center();
         QHelpEvent event(QEvent::ToolTip, at, fixture.strip.mapToGlobal(at));
@@ -424,7 +291,7 @@ private Q_SLOTS:
     {
         Setting(Keys::cpuReadout).set(CPUReadout::temperature);
         Setting(Keys::sensorsReadout).set(SensorsReadout::fan);
-        Fixture fixture;
+        PanelStripFixture fixture;
         fixture.readings->cpuCelsius = fixture.readings->fan = std::nullopt;
         QCOMPARE(fixture.strip.text(cpu), QStringLiteral("CPU — Temperature: no sensor for this"));
         QCOMPARE(fixture.strip.text(sensors), QStringLiteral("Sensors — Fan: no sensor for this"));
@@ -432,7 +299,7 @@ private Q_SLOTS:
 
     void aScreenReaderHearsWhatTheItemsSayNow()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         QAccessibleInterface* strip = QAccessible::queryAccessibleInterface(&fixture.strip);
         QCOMPARE(strip->text(QAccessible::Name), QStringLiteral("Menu bar items"));
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 50%")));
@@ -442,7 +309,7 @@ private Q_SLOTS:
 
     void aScreenReaderFindsAButtonForEachItem()
     {
-        Fixture fixture;
+        PanelStripFixture fixture;
         QSignalSpy clicked(&fixture.strip, &PanelStrip::itemClicked);
         QAccessibleInterface* strip = QAccessible::queryAccessibleInterface(&fixture.strip);
         QCOMPARE(strip->childCount(), 4);

@@ -1,76 +1,17 @@
-#include "KestrumShared/Readings/PopoverReader.h"
-#include "tests/Support/FreshSettings.h"
 #include "tests/Support/OrdinaryUser.h"
-#include "tests/Support/PopoverFixture.h"
+#include "tests/Support/PopoverMachineTest.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/SeenReads.h"
-#include "tests/Support/TestHome.h"
 
 using namespace kestrum;
 
-namespace {
-
-/// The files of a machine that has everything.
-void fill(const PopoverFixture& fixture)
-{
-    fixture.write("proc/meminfo",
-        "MemTotal: 100000 kB\nMemFree: 10000 kB\nMemAvailable: 40000 kB\nSwapTotal: 50000 kB\n"
-        "SwapFree: 20000 kB\nZswap: 5000 kB\nAnonPages: 30000 kB\nShmem: 4000 kB\n");
-    fixture.write("proc/pressure/memory", "some avg10=4.00 avg60=0.00 avg300=0.00 total=0\n");
-    fixture.write("proc/pressure/io", "some avg10=2.00 avg60=0.00 avg300=0.00 total=0\n");
-    fixture.write("proc/loadavg", "5.24 3.96 2.71 2/500 999\n");
-    fixture.write("proc/uptime", "273600.33 1000.00\n");
-    fixture.write("proc/diskstats", "   8       0 sda 10 0 1000 5 20 0 2000 6 0 7 8\n");
-    fixture.write("sys/block/sda/hidden", "0\n");
-    fixture.write("proc/self/mountinfo", localLine(1, "/"));
-    fixture.write("sys/devices/system/cpu/cpufreq/policy0/scaling_cur_freq", "1200000\n");
-    fixture.write("sys/devices/system/cpu/cpufreq/policy1/scaling_cur_freq", "3420000\n");
-    fixture.write("sys/class/powercap/intel-rapl:0/name", "package-0\n");
-    fixture.write("sys/class/powercap/intel-rapl:0/max_energy_range_uj", "262143328850\n");
-    fixture.write("sys/class/powercap/intel-rapl:0/energy_uj", "1000000\n");
-    fixture.write("proc/7/stat", "7 (worker) S 1 7 7 0 -1 0 0 0 0 0 5 5 0 0 20 0 1 0 100 0 10\n");
-    fixture.devices.setSensors({ 48.0, {}, {}, {} });
-}
-
-void spend(const PopoverFixture& fixture, const QByteArray& microjoules)
-{
-    fixture.write("sys/class/powercap/intel-rapl:0/energy_uj", microjoules + '\n');
-}
-
-} // namespace
-
-class PopoverReaderTest : public QObject {
+class PopoverReaderTest : public PopoverMachineTest {
     Q_OBJECT
-private:
-    std::unique_ptr<FakeMachine> m_machine;
-    std::unique_ptr<PopoverFixture> m_fixture;
-    const CPUPopoverReadings& cpu() const { return m_fixture->readings().cpu; }
-    const MemoryPopoverReadings& memory() const { return m_fixture->readings().memory; }
-
-    /// Opens the CPU's popover and waits until its rows are decided.
-    void openCPU()
-    {
-        m_fixture->open(MonitorSection::cpu);
-        QTest::qWait(20); // the power is that of this time
-        spend(*m_fixture, QByteArray::number(m_joules += 1'000'000));
-        m_fixture->tick();
-    }
-    int m_joules = 1'000'000;
 
 private Q_SLOTS:
     void initTestCase() { registerFactoryDefaults(); }
-    void init()
-    {
-        forgetSettings();
-        m_fixture.reset();
-        m_machine = std::make_unique<FakeMachine>(4);
-        m_fixture = std::make_unique<PopoverFixture>(*m_machine);
-    }
-    void cleanup()
-    {
-        m_fixture.reset();
-        m_machine.reset();
-    }
+    void init() { begin(); }
+    void cleanup() { end(); }
 
     void whileNoneIsOpenTheItemsValuesBecomeHistories()
     {
@@ -270,143 +211,6 @@ private Q_SLOTS:
         m_machine->writeOnline("0-7\n");
         m_fixture->open(MonitorSection::cpu);
         QVERIFY(reads.take().contains(kind));
-    }
-
-    void aMachineThatTellsNothingHasNoRowsAndGetsNone()
-    {
-        m_fixture->tick();
-        openCPU();
-        for (int i = 0; i < 3; ++i) {
-            for (const auto* row : { &cpu().celsius, &cpu().watts, &cpu().hertz })
-                QCOMPARE(*row, RowValue<double>());
-            QVERIFY(!cpu().load.hasRow && !cpu().uptime.hasRow);
-            if (i == 1)
-                fill(*m_fixture); // too late
-            QTest::qWait(20);
-            m_fixture->tick();
-        }
-    }
-
-    void swapThatIsAddedWhileOpenHasNoRow()
-    {
-        m_fixture->write("proc/meminfo", "MemTotal: 10 kB\nMemAvailable: 5 kB\n");
-        m_fixture->open(MonitorSection::memory);
-        QVERIFY(!memory().hasSwap && !memory().hasCompressed);
-        fill(*m_fixture);
-        m_fixture->tick();
-        QVERIFY(memory().parts.swapTotal > 0);
-        QVERIFY(!memory().hasSwap && !memory().hasCompressed);
-    }
-
-    void whatIsLostWhileOpenKeepsItsRow()
-    {
-        fill(*m_fixture);
-        m_fixture->tick();
-        openCPU();
-        QTRY_VERIFY_WITH_TIMEOUT(cpu().hertz.value, 5000);
-        m_fixture->remove("sys/class/powercap/intel-rapl:0/energy_uj");
-        spend(*m_fixture, "junk");
-        m_fixture->write("sys/devices/system/cpu/cpufreq/policy0/scaling_cur_freq", "");
-        m_fixture->write("sys/devices/system/cpu/cpufreq/policy1/scaling_cur_freq", "");
-        m_fixture->write("proc/loadavg", "");
-        m_fixture->write("proc/uptime", "");
-        m_fixture->devices.setSensors({});
-        const auto isLost = [this] {
-            m_fixture->tick();
-            return !cpu().watts.value && !cpu().hertz.value && !cpu().celsius.value && !cpu().load.value
-                && !cpu().uptime.value;
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(isLost(), 5000);
-        for (const auto* row : { &cpu().celsius, &cpu().watts, &cpu().hertz })
-            QVERIFY(row->hasRow);
-        QVERIFY(cpu().load.hasRow && cpu().uptime.hasRow);
-        fill(*m_fixture);
-        const auto isBack = [this] {
-            m_fixture->tick();
-            return cpu().hertz.value && cpu().celsius.value && cpu().load.value && cpu().uptime.value;
-        };
-        QTRY_VERIFY_WITH_TIMEOUT(isBack(), 5000);
-
-        fill(*m_fixture);
-        m_fixture->open(MonitorSection::memory);
-        m_fixture->write("proc/meminfo",
-            "MemTotal: 10 kB\nMemFree: 4 kB\nMemAvailable: 5 kB\nSwapTotal: 0 kB\nSwapFree: 0 kB\n");
-        m_fixture->tick();
-        QCOMPARE(memory().parts.swapTotal, quint64(0));
-        QVERIFY(memory().hasSwap && memory().hasCompressed);
-    }
-
-    // So the popover has its height before workers answer.
-    void rowsAreExpectedAsTheyWereLastTime()
-    {
-        fill(*m_fixture);
-        m_fixture->tick();
-        openCPU();
-        QTRY_VERIFY_WITH_TIMEOUT(cpu().hertz.value, 5000);
-        m_fixture->close();
-        m_fixture->devices.setSensors({});
-        m_fixture->sample({});
-        m_fixture->live->sample(WantedReadings::ofPopover(MonitorSection::cpu));
-        m_fixture->reader.opened(MonitorSection::cpu);
-        for (const auto* row : { &cpu().celsius, &cpu().hertz })
-            QVERIFY(row->hasRow && !row->value);
-        m_fixture->wanted = WantedReadings::ofPopover(MonitorSection::cpu);
-        m_fixture->tick();
-        QVERIFY2(cpu().celsius.hasRow && !cpu().celsius.value, "a row that is shown stays");
-        QTRY_COMPARE_WITH_TIMEOUT(cpu().hertz, RowValue<double>(3.42e9), 5000);
-        m_fixture->open(MonitorSection::cpu);
-        QCOMPARE(cpu().celsius, RowValue<double>());
-    }
-
-    void rowsThatNeedTimeToMeasureAreThereAtTheFirstOpening()
-    {
-        fill(*m_fixture);
-        m_fixture->tick();
-        m_fixture->open(MonitorSection::cpu);
-        QVERIFY(cpu().watts.hasRow && !cpu().watts.value);
-        QVERIFY(cpu().hertz.hasRow);
-        for (const char* policy : { "policy0", "policy1" })
-            m_fixture->remove(
-                (QByteArray("sys/devices/system/cpu/cpufreq/") + policy + "/scaling_cur_freq").constData());
-        QVERIFY(
-            QDir(m_machine->root() + QStringLiteral("/sys/devices/system/cpu/cpufreq")).removeRecursively());
-        m_fixture->open(MonitorSection::cpu);
-        QVERIFY(!cpu().hertz.hasRow);
-        m_fixture->write("proc/cpuinfo", "processor\t: 0\ncpu MHz\t\t: 2400.000\n");
-        m_fixture->open(MonitorSection::cpu);
-        QVERIFY(cpu().hertz.hasRow);
-    }
-
-    void whoMayNotReadThePowerHasARowForIt()
-    {
-        fill(*m_fixture);
-        const QString energy
-            = m_machine->root() + QStringLiteral("/sys/class/powercap/intel-rapl:0/energy_uj");
-        QVERIFY(QFile::setPermissions(energy, QFileDevice::Permissions()));
-        const OrdinaryUser user({ m_machine->root(), energy });
-        WantedReadings wanted;
-        wanted.cpuLoad = wanted.cpuPower = true;
-        m_fixture->live->sample(wanted);
-        m_fixture->reader.sampled(wanted, m_fixture->interval);
-        m_fixture->reader.opened(MonitorSection::cpu);
-        QCOMPARE(cpu().powerAccess, PowerAccess::denied);
-        QVERIFY(cpu().watts.hasRow);
-        const auto tick = [&] {
-            m_fixture->live->sample(wanted);
-            m_fixture->reader.sampled(wanted, m_fixture->interval);
-        };
-        for (int i = 0; i < 4; ++i)
-            tick();
-        QVERIFY(cpu().watts.hasRow && !cpu().watts.value);
-        // Somebody gives the permission.
-        QVERIFY(QFile::setPermissions(energy, QFileDevice::ReadOwner | QFileDevice::WriteOwner));
-        for (int i = 0; i < 100 && !cpu().watts.value; ++i) {
-            kestrum::write(energy, QByteArray::number(m_joules += 1000) + '\n');
-            QTest::qWait(2);
-            tick();
-        }
-        QCOMPARE(cpu().powerAccess, PowerAccess::granted);
-        QVERIFY(cpu().watts.value);
     }
 
     void eachTickOfAnOpenPopoverIsAChange()

@@ -11,8 +11,6 @@ namespace {
 
 // A list that cannot be read must not be tried without end.
 constexpr int mostQuickScans = 6;
-// Until a worker that has given its result can begin the next job.
-constexpr std::chrono::milliseconds momentAfter { 10 };
 
 } // namespace
 
@@ -144,8 +142,8 @@ void AppListReader::scanSoon()
     ++m_quickScans;
     if (!isDue(TopApps::firstPause))
         m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(*m_last + TopApps::firstPause - m_now()));
-    else if (!scan(*m_column, false, m_done))
-        m_timer.start(momentAfter);
+    else
+        scan(*m_column, false, m_done);
 }
 
 } // namespace kestrum

@@ -18,18 +18,19 @@ public:
     bool isBusy() const { return m_run != nullptr; }
 
     /// Runs `read` on the worker. Then the worker calls `done`, which may be empty. Both may still run after this object is
-    /// destroyed. Returns false if there is no thread, while the last result is not taken, and for a moment after that.
+    /// destroyed. Returns false if there is no thread and while the last result is not taken.
     bool begin(std::function<Result()> read, std::function<void()> done)
     {
-        if (isBusy() || !m_worker.isIdle())
+        if (isBusy())
             return false;
         const auto run = std::make_shared<Run>();
-        const bool isStarted = m_worker.start([run, read = std::move(read), done = std::move(done)] {
-            run->result = read();
-            run->isDone.store(true, std::memory_order_release);
-            if (done)
-                done();
-        });
+        const bool isStarted = m_worker.start([run, read = std::move(read)] { run->result = read(); },
+            [run, done = std::move(done)] {
+                // The worker is idle by now: whoever takes the result can begin the next reading.
+                run->isDone.store(true, std::memory_order_release);
+                if (done)
+                    done();
+            });
         if (isStarted)
             m_run = run;
         return isStarted;

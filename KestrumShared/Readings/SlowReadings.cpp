@@ -57,24 +57,23 @@ void SlowReadings::begin(const WantedReadings& wanted, std::function<void()> don
 
     // The volume is read last: if the worker hangs on it, the devices have been read already. From then on, the other worker
     // reads the devices.
-    const bool isStarted
-        = worker->start([devices, storage, readSensors = m_readSensors, systemPower = m_systemPower,
-                            storageUse = m_storageUse, done = std::move(done)] {
-              if (devices) {
-                  if (devices->result.wanted.sensors.any())
-                      devices->result.sensors
-                          = readSensors ? readSensors(devices->result.wanted.sensors) : Sensors::Values();
-                  if (devices->result.wanted.systemPower)
-                      devices->result.systemWatts = systemPower->read();
-                  devices->isDone.store(true, std::memory_order_release);
-              }
-              if (storage) {
-                  storage->result = storageUse->read();
-                  storage->isDone.store(true, std::memory_order_release);
-              }
-              if (done)
-                  done();
-          });
+    const bool isStarted = worker->start(
+        [devices, storage, readSensors = m_readSensors, systemPower = m_systemPower,
+            storageUse = m_storageUse] {
+            if (devices) {
+                if (devices->result.wanted.sensors.any())
+                    devices->result.sensors
+                        = readSensors ? readSensors(devices->result.wanted.sensors) : Sensors::Values();
+                if (devices->result.wanted.systemPower)
+                    devices->result.systemWatts = systemPower->read();
+                devices->isDone.store(true, std::memory_order_release);
+            }
+            if (storage) {
+                storage->result = storageUse->read();
+                storage->isDone.store(true, std::memory_order_release);
+            }
+        },
+        std::move(done));
     if (isStarted && devices)
         m_devicesRun = devices;
     if (isStarted && storage)

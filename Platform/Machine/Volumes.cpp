@@ -202,14 +202,14 @@ bool Volumes::start(Asker& asker, const std::vector<Entry*>& entries, const std:
     }
     run->answers.resize(entries.size());
     run->wanted = entries.size();
-    const bool isStarted = asker.worker.start([run, paths, ask = m_ask, done] {
-        for (std::size_t i = 0; i < run->wanted.load(); ++i) {
-            run->answers[i] = StorageUse::read(paths[i], ask);
-            run->answered.store(i + 1, std::memory_order_release);
-        }
-        if (done)
-            done();
-    });
+    const bool isStarted = asker.worker.start(
+        [run, paths, ask = m_ask] {
+            for (std::size_t i = 0; i < run->wanted.load(); ++i) {
+                run->answers[i] = StorageUse::read(paths[i], ask);
+                run->answered.store(i + 1, std::memory_order_release);
+            }
+        },
+        done);
     if (!isStarted)
         return false;
     asker.run = run;

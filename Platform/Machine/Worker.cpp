@@ -6,6 +6,7 @@
 #include <semaphore>
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace kestrum {
 namespace {
@@ -14,13 +15,15 @@ constexpr std::chrono::milliseconds patienceAtTheEnd { 200 };
 
 } // namespace
 
-/// The data that the thread and its starter share. While `isIdle` is true, only the starter uses `job`, else the thread.
+/// The data that the thread and its starter share. While `isIdle` is true, only the starter uses the functions, else the
+/// thread.
 struct Worker::Channel {
     std::counting_semaphore<2> wake { 0 }; ///< at most 2: one for a job and one for the end
     std::binary_semaphore ended { 0 };
     std::atomic<bool> isIdle = true;
     std::atomic<bool> ends = false;
     std::function<void()> job;
+    std::function<void()> done;
 };
 
 Worker::~Worker()
@@ -46,7 +49,7 @@ bool Worker::isIdle() const
     return !m_channel || m_channel->isIdle.load(std::memory_order_acquire);
 }
 
-bool Worker::start(std::function<void()> job)
+bool Worker::start(std::function<void()> job, std::function<void()> done)
 {
     if (!m_channel) {
         auto channel = std::make_shared<Channel>();
@@ -58,6 +61,7 @@ bool Worker::start(std::function<void()> job)
         m_channel = std::move(channel);
     }
     m_channel->job = std::move(job);
+    m_channel->done = std::move(done);
     m_channel->isIdle.store(false, std::memory_order_relaxed);
     m_channel->wake.release();
     return true;
@@ -67,13 +71,16 @@ void Worker::serve(const std::shared_ptr<Channel>& channel)
 {
     for (;;) {
         channel->wake.acquire();
-        // A waiting job runs before the thread ends.
         if (!channel->isIdle.load(std::memory_order_relaxed)) {
             channel->job();
             channel->job = nullptr;
+            const auto done = std::exchange(channel->done, nullptr);
             channel->isIdle.store(true, std::memory_order_release);
+            if (done)
+                done();
         }
-        if (channel->ends.load()) {
+        // A waiting job runs before the thread ends.
+        if (channel->ends.load() && channel->isIdle.load()) {
             channel->ended.release();
             return;
         }

@@ -18,9 +18,10 @@ public:
 
     bool isIdle() const;
 
-    /// Runs `job` on the thread, which the first call creates. The worker must be idle. The data that `job` uses must stay
-    /// valid even after the worker is destroyed. Returns false if no thread can be created.
-    bool start(std::function<void()> job);
+    /// Runs `job` on the thread, which the first call creates. The worker must be idle. When it is idle again, the thread calls
+    /// `done`, which may be empty and must be short. The data that both use must stay valid even after the worker is destroyed.
+    /// Returns false if no thread can be created.
+    bool start(std::function<void()> job, std::function<void()> done = {});
 
     /// Leaves a running job to its thread, for which nobody waits any more. The worker is as new.
     void leaveBehind();

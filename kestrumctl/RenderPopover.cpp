@@ -8,6 +8,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "KestrumShared/Text/AppLanguage.h"
 #include "kestrumctl/CoresOption.h"
+#include "kestrumctl/MachineReadings.h"
 #include "kestrumctl/NearestNames.h"
 
 #include <QLocale>
@@ -22,7 +23,7 @@ const QLatin1StringView popoverPrefix("popover-");
 constexpr int rowFontSize = 12;
 
 // With no number of cores given, the sample is always the same, unlike the samples of items, which have this machine's cores.
-PopoverReadings readings(const CommandLine& line)
+PopoverReadings sampleReadings(const CommandLine& line)
 {
     const bool isPoor = line.has(RenderPopover::poor.name);
     if (!line.has(CoresOption::option.name))
@@ -30,6 +31,20 @@ PopoverReadings readings(const CommandLine& line)
     const QList<CoreTier>& tiers = CoreTopology::tiers();
     return isPoor ? SamplePopoverReadings::poor(tiers, CoreTopology::totalCores())
                   : SamplePopoverReadings::rich(tiers, CoreTopology::totalCores());
+}
+
+Result<PopoverReadings> readings(MonitorSection section, const CommandLine& line)
+{
+    const auto root = line.value(MachineReadings::option.name);
+    if (!root)
+        return sampleReadings(line);
+    for (const Option& option : { RenderPopover::poor, CoresOption::option }) {
+        if (line.has(option.name))
+            return Failure::withReason(
+                QStringLiteral("%1 is for samples, and %2 reads a machine")
+                    .arg(QLatin1StringView(option.name), QLatin1StringView(MachineReadings::option.name)));
+    }
+    return MachineReadings::taken(section, *root);
 }
 
 Result<Qt::LayoutDirection> layoutDirection(const CommandLine& line)
@@ -65,6 +80,9 @@ Result<QImage> RenderPopover::drawn(
     const auto direction = layoutDirection(line);
     if (!direction)
         return direction.failure();
+    const auto shown = readings(section, line);
+    if (!shown)
+        return shown.failure();
     const SettingsSnapshot settings = SharedSettings::store().snapshot();
     PanelEnvironment environment;
     environment.scheme = scheme;
@@ -72,7 +90,7 @@ Result<QImage> RenderPopover::drawn(
     environment.font = PanelEnvironment::systemFont(rowFontSize);
     environment.background = valueIn(settings, Keys::popoverBackground);
 
-    const PopoverPanel panel = PopoverPanel::of(section, readings(line), {}, settings, environment);
+    const PopoverPanel panel = PopoverPanel::of(section, *shown, {}, settings, environment);
     PanelStack parts { QList<PanelPart> { panel.header } + panel.sections };
     const PopoverFrame frame { environment.background == PopoverBackground::translucent };
     const QRectF rect(frame.margins().left(), frame.margins().top(), PopoverPanel::width,

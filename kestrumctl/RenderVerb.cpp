@@ -7,6 +7,7 @@
 #include "kestrumctl/CoresOption.h"
 #include "kestrumctl/DataFile.h"
 #include "kestrumctl/KeyCatalogue.h"
+#include "kestrumctl/MachineReadings.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/RenderPopover.h"
 #include "kestrumctl/Verb.h"
@@ -23,7 +24,7 @@ namespace kestrum {
 namespace {
 
 constexpr Option renderOptions[] = { { "-o", true }, { "--scale", true }, { "--appearance", true },
-    CoresOption::option, RenderPopover::direction, RenderPopover::poor };
+    CoresOption::option, RenderPopover::direction, RenderPopover::poor, MachineReadings::option };
 
 constexpr double largestScale = 16;
 // Qt's painter draws nothing beyond 32767 pixels, so wide pictures are composed of pieces of this width.
@@ -135,7 +136,7 @@ ExitCode runRender(const CommandLine& line)
         return Console::wrongUse(read.failureText());
     const QString name = line.arguments().first();
     const auto popover = RenderPopover::section(name);
-    for (const Option& option : { RenderPopover::direction, RenderPopover::poor }) {
+    for (const Option& option : { RenderPopover::direction, RenderPopover::poor, MachineReadings::option }) {
         if (!popover && line.has(option.name))
             return Console::wrongUse(
                 QStringLiteral("%1 is for popovers only").arg(QLatin1StringView(option.name)));
@@ -173,7 +174,7 @@ const Verb renderVerb {
     .name = "render",
     .parameters
     = "strip|[popover-]cpu|memory|storage|sensors -o FILE.png [--scale N] [--appearance light|dark] "
-      "[--cores N[,N...]] [--direction ltr|rtl] [--poor]",
+      "[--cores N[,N...]] [--direction ltr|rtl] [--poor] [--root DIR]",
     .summary = "draw a menu-bar item, all of them, or a popover into a PNG file",
     .details
     = R"(Draws one menu-bar item, also a hidden one, the whole strip ("strip"), or a section's popover ("popover-cpu",
@@ -187,6 +188,8 @@ the scale, rounded up.
   --cores N[,N...]         as on a machine with so many cores, by tiers, the fastest first
   --direction ltr|rtl      of a popover; that of the interface language when not given
   --poor                   a popover as on a machine that tells little of itself
+  --root DIR               a popover with readings, not samples, of the machine whose proc, sys and run are below
+                           DIR, over two seconds; "/" is this machine
 )",
     .run = runRender,
     .options = renderOptions,

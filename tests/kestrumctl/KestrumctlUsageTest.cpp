@@ -121,6 +121,10 @@ private Q_SLOTS:
         row("render popover-cpu -o x.png --direction up", "there is no direction \"up\"");
         row("render cpu -o x.png --direction rtl", "--direction is for popovers only");
         row("render strip -o x.png --poor", "--poor is for popovers only");
+        row("render cpu -o x.png --root /", "--root is for popovers only");
+        row("render popover-cpu -o x.png --root / --poor", "--poor is for samples");
+        row("render popover-cpu -o x.png --root / --cores 4", "--cores is for samples");
+        row("render popover-cpu -o x.png --root /dev/null", "no machine below \"/dev/null\"");
     }
 
     void aWrongCallIsToldByName()

@@ -92,6 +92,18 @@ QSize PanelStrip::sizeHint() const
     return isEmpty() ? QSize(0, 0) : m_scene.size();
 }
 
+void PanelStrip::setOpened(std::optional<MonitorSection> section)
+{
+    const auto before = opened();
+    if (before == section)
+        return;
+    m_scene.setOpened(section);
+    for (const auto& changed : { before, section }) {
+        if (changed)
+            PanelStripAccessible::tellExpanded(*this, *changed);
+    }
+}
+
 void PanelStrip::click(MonitorSection section)
 {
     if (const Item* item = items().item(section))

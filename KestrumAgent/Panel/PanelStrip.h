@@ -46,7 +46,7 @@ public:
     QString summary() const { return m_scene.summary(); }
 
     /// The item whose popover is open; it has a backdrop.
-    void setOpened(std::optional<MonitorSection> section) { m_scene.setOpened(section); }
+    void setOpened(std::optional<MonitorSection> section);
     std::optional<MonitorSection> opened() const { return m_scene.opened(); }
 
     /// Does what a click on the section's item does. Nothing happens for a section without an item.

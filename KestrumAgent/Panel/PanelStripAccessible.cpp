@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/PanelStripAccessible.h"
 
+#include "KestrumAgent/Panel/AccessibleParent.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Text/AppLanguage.h"
 
@@ -70,10 +71,10 @@ private:
     MonitorSection m_section;
 };
 
-class StripInterface final : public QAccessibleWidget {
+class StripInterface final : public AccessibleParent<QAccessibleWidget> {
 public:
     explicit StripInterface(PanelStrip& strip)
-        : QAccessibleWidget(&strip, QAccessible::Grouping)
+        : AccessibleParent(&strip, QAccessible::Grouping)
         , m_strip(strip)
     {
         for (const auto& entry : allCases<MonitorSection>())
@@ -95,27 +96,15 @@ public:
         return QAccessibleWidget::text(kind);
     }
     int childCount() const override { return int(m_strip.items().list().size()); }
+    /// The button of the section's item; null while there is none.
+    QAccessibleInterface* button(MonitorSection section) const
+    {
+        return m_strip.items().item(section) ? QAccessible::accessibleInterface(m_buttons[int(section)])
+                                             : nullptr;
+    }
     QAccessibleInterface* child(int index) const override
     {
-        if (index < 0 || index >= childCount())
-            return nullptr;
-        return QAccessible::accessibleInterface(m_buttons[int(m_strip.items().list()[index].section)]);
-    }
-    QAccessibleInterface* childAt(int x, int y) const override
-    {
-        for (int i = 0; i < childCount(); ++i) {
-            if (child(i)->rect().contains(x, y))
-                return child(i);
-        }
-        return nullptr;
-    }
-    int indexOfChild(const QAccessibleInterface* child) const override
-    {
-        for (int i = 0; i < childCount(); ++i) {
-            if (this->child(i) == child)
-                return i;
-        }
-        return -1;
+        return index >= 0 && index < childCount() ? button(m_strip.items().list()[index].section) : nullptr;
     }
 
 private:
@@ -135,6 +124,20 @@ QAccessibleInterface* madeFor(const QString&, QObject* object)
 void PanelStripAccessible::install()
 {
     QAccessible::installFactory(madeFor);
+}
+
+void PanelStripAccessible::tellExpanded(PanelStrip& strip, MonitorSection section)
+{
+    if (!QAccessible::isActive())
+        return;
+    auto* const whole = static_cast<StripInterface*>(QAccessible::queryAccessibleInterface(&strip));
+    QAccessibleInterface* const button = whole ? whole->button(section) : nullptr;
+    if (!button)
+        return;
+    QAccessible::State changed;
+    changed.expanded = true;
+    QAccessibleStateChangeEvent event(button, changed);
+    QAccessible::updateAccessibility(&event);
 }
 
 } // namespace kestrum

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Popover/PopoverAccessible.h"
 
+#include "KestrumAgent/Panel/AccessibleParent.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
 
 #include <QAccessibleWidget>
@@ -38,7 +39,7 @@ QAccessible::Role accessibleRole(PanelElement::Role role)
 QAccessibleInterface* interfaceAt(PopoverWindow& window, const Path& path);
 
 /// One element of a popover. Valid as long as there is an element at its path; all else is asked of the present element.
-class ElementInterface final : public QAccessibleInterface,
+class ElementInterface final : public AccessibleParent<QAccessibleInterface>,
                                public QAccessibleActionInterface,
                                public QAccessibleValueInterface {
 public:
@@ -61,22 +62,6 @@ public:
     QAccessibleInterface* child(int index) const override
     {
         return index >= 0 && index < childCount() ? interfaceAt(*m_window, m_path + Path { index }) : nullptr;
-    }
-    int indexOfChild(const QAccessibleInterface* child) const override
-    {
-        for (int i = 0; i < childCount(); ++i) {
-            if (this->child(i) == child)
-                return i;
-        }
-        return -1;
-    }
-    QAccessibleInterface* childAt(int x, int y) const override
-    {
-        for (int i = 0; i < childCount(); ++i) {
-            if (child(i)->rect().contains(x, y))
-                return child(i);
-        }
-        return nullptr;
     }
     QAccessible::Role role() const override
     {
@@ -152,10 +137,10 @@ private:
     Path m_path;
 };
 
-class WindowInterface final : public QAccessibleWidget {
+class WindowInterface final : public AccessibleParent<QAccessibleWidget> {
 public:
     explicit WindowInterface(PopoverWindow& window)
-        : QAccessibleWidget(&window, QAccessible::Dialog)
+        : AccessibleParent(&window, QAccessible::Dialog)
         , m_window(window)
     {
     }
@@ -174,22 +159,6 @@ public:
     QAccessibleInterface* child(int index) const override
     {
         return index >= 0 && index < childCount() ? at(Path { index }) : nullptr;
-    }
-    int indexOfChild(const QAccessibleInterface* child) const override
-    {
-        for (int i = 0; i < childCount(); ++i) {
-            if (this->child(i) == child)
-                return i;
-        }
-        return -1;
-    }
-    QAccessibleInterface* childAt(int x, int y) const override
-    {
-        for (int i = 0; i < childCount(); ++i) {
-            if (child(i)->rect().contains(x, y))
-                return child(i);
-        }
-        return nullptr;
     }
     QAccessibleInterface* focusChild() const override
     {

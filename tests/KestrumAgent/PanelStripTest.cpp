@@ -4,6 +4,7 @@
 #include "KestrumShared/Raster/LabelColour.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
+#include "tests/Support/HeardEvents.h"
 #include "tests/Support/PaintWatcher.h"
 #include "tests/Support/PanelStripFixture.h"
 #include "tests/Support/Pixels.h"
@@ -305,6 +306,27 @@ private Q_SLOTS:
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 50%")));
         fixture.readings->memory = 0.75;
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 75%")));
+    }
+
+    void aScreenReaderHearsWhichPopoverIsOpen()
+    {
+        PanelStripFixture fixture;
+        const HeardEvents ears;
+        const auto told = [] {
+            int count = 0;
+            for (const HeardEvents::Event& event : HeardEvents::taken(QAccessible::StateChanged))
+                count += event.changed.expanded ? 1 : 0;
+            return count;
+        };
+        fixture.strip.setOpened(memory);
+        QCOMPARE(told(), 1);
+        fixture.strip.setOpened(memory);
+        QCOMPARE(told(), 0);
+        // One closes and the other one opens.
+        fixture.strip.setOpened(MonitorSection::cpu);
+        QCOMPARE(told(), 2);
+        fixture.strip.setOpened(std::nullopt);
+        QCOMPARE(told(), 1);
     }
 
     void aScreenReaderFindsAButtonForEachItem()

@@ -220,8 +220,8 @@ private Q_SLOTS:
         const int inherited = ::dup(kept.handle());
         QVERIFY(inherited > 2);
         Relaunch::Actions::real().startShell(
-            QStringLiteral("{ echo $$; cut -d' ' -f6 /proc/$$/stat; ls /proc/$$/fd | tr '\\n' ' '; } > "
-                           "'%1.new'; mv '%1.new' '%1'")
+            QStringLiteral("{ echo $$; cut -d' ' -f6 /proc/$$/stat; ls -m -w 0 /proc/$$/fd; } > '%1.new'; "
+                           "mv '%1.new' '%1'")
                 .arg(report));
         QTRY_VERIFY(QFile::exists(report));
         ::close(inherited);
@@ -229,7 +229,7 @@ private Q_SLOTS:
         QCOMPARE(lines.size(), 3);
         QCOMPARE(lines[1], lines[0]);
         // Descriptors from 10 on are the shell's own copies of the streams that it redirects.
-        for (const QByteArray& descriptor : lines[2].split(' '))
+        for (const QByteArray& descriptor : lines[2].split(','))
             QVERIFY2(descriptor.toInt() <= 2 || descriptor.toInt() >= 10, lines[2].constData());
     }
 };

@@ -29,12 +29,23 @@ QByteArray asked(const QByteArray& line)
 
 constexpr int startPatience = 10'000; ///< in ms, for what usually takes a tenth of a second
 
+constexpr const char* usualWindowManager = "openbox";
+
+/// The command that starts the window manager: another one if KESTRUM_WINDOW_MANAGER says so.
+QByteArray windowManager()
+{
+    return qEnvironmentVariableIsSet("KESTRUM_WINDOW_MANAGER") ? qgetenv("KESTRUM_WINDOW_MANAGER")
+                                                               : QByteArray(usualWindowManager);
+}
+
 /// Whether the window manager is ready: only then, the root window has a list of windows. The window manager ignores windows
-/// that were shown earlier.
+/// that were shown earlier. Other window managers may make the list with the first window.
 bool isManaged()
 {
+    const QByteArray property
+        = windowManager() == usualWindowManager ? "_NET_CLIENT_LIST" : "_NET_SUPPORTING_WM_CHECK";
     return QTest::qWaitFor(
-        [] { return Programs::output(text("xprop"), words("-root _NET_CLIENT_LIST")).contains("(WINDOW)"); },
+        [&] { return Programs::output(text("xprop"), words("-root " + property)).contains("(WINDOW)"); },
         startPatience);
 }
 
@@ -61,7 +72,8 @@ DesktopFixture::DesktopFixture()
     qputenv("KESTRUM_TEST_REPORT", QFile::encodeName(m_tree.path(text("listening"))));
     m_other.setTitle(text("Other"));
     m_other.setGeometry(0, 0, 100, 60);
-    m_windowManager = Programs::started(text("openbox"), {});
+    QStringList command = words(windowManager());
+    m_windowManager = Programs::started(command.takeFirst(), command);
     m_isUp = QFile::exists(program("Kestrum")) && isManaged() && isShown(m_other);
 }
 

@@ -2,6 +2,7 @@
 #include "tests/Support/TestHome.h"
 
 #include <QSemaphore>
+#include <QTest>
 #include <atomic>
 #include <memory>
 

@@ -119,6 +119,7 @@ void PopoverController::open(MonitorSection section)
             m_pause = std::make_unique<SessionPause>();
             connect(m_pause.get(), &SessionPause::begun, this, &PopoverController::close);
         }
+        m_pause->tryAgain();
     }
     const bool isPinned = m_state.isPinned;
     m_state = {};

@@ -3,8 +3,10 @@
 
 #include "Platform/Desktop/DesktopBus.h"
 
+#include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
+#include <utility>
 
 namespace kestrum {
 
@@ -23,12 +25,27 @@ bool isLetter(char character)
 SessionPause::SessionPause(QObject* parent)
     : QObject(parent)
 {
+    join();
+}
+
+void SessionPause::join()
+{
     const QString address
         = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS", QString::fromLatin1(usualAddress));
     DesktopBus::join(address, pauseConnection, this, [this](bool isJoined) {
+        m_hasFailed = !isJoined;
         if (isJoined)
             follow();
     });
+}
+
+void SessionPause::tryAgain()
+{
+    if (!std::exchange(m_hasFailed, false))
+        return;
+    // The bus library keeps a failed connection, and would give it out again under the same name.
+    QDBusConnection::disconnectFromBus(pauseConnection);
+    join();
 }
 
 SessionPause::~SessionPause()
@@ -54,19 +71,38 @@ void SessionPause::follow()
 {
     // A service's name would have to be asked of the bus first, which may not answer. Whoever can imitate the login service
     // here closes a popover, no more.
-    const QString interface = QStringLiteral("org.freedesktop.login1.");
-    DesktopBus::follow(pauseConnection, { {}, {}, interface + QStringLiteral("Session") },
-        QStringLiteral("Lock"), this, SLOT(adoptLock(QDBusMessage)));
+    const QString sessionInterface = QStringLiteral("org.freedesktop.login1.Session");
+    DesktopBus::follow(pauseConnection, { {}, {}, sessionInterface }, QStringLiteral("Lock"), this,
+        SLOT(adoptLock(QDBusMessage)));
     DesktopBus::follow(pauseConnection,
-        { {}, QStringLiteral("/org/freedesktop/login1"), interface + QStringLiteral("Manager") },
+        { {}, QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager") },
         QStringLiteral("PrepareForSleep"), this, SLOT(adoptSleep(bool)));
+    // Some desktops lock the session themselves, and only tell the service afterwards. The bus compares the first argument,
+    // so that other objects' properties do not wake this process.
+    QDBusConnection(pauseConnection)
+        .connect({}, {}, QStringLiteral("org.freedesktop.DBus.Properties"),
+            QStringLiteral("PropertiesChanged"), { sessionInterface }, QString(), this,
+            SLOT(adoptProperties(QDBusMessage)));
+}
+
+/// Whether a session's message is about this one. Other users' sessions are locked too. A program that does not know its
+/// session takes each for its own.
+bool SessionPause::isOurs(const QDBusMessage& message)
+{
+    const QByteArray session = qgetenv("XDG_SESSION_ID");
+    return session.isEmpty() || message.path() == pathOf(session);
 }
 
 void SessionPause::adoptLock(const QDBusMessage& message)
 {
-    // Other users' sessions are locked too. A program that does not know its session takes each for its own.
-    const QByteArray session = qgetenv("XDG_SESSION_ID");
-    if (session.isEmpty() || message.path() == pathOf(session))
+    if (isOurs(message))
+        Q_EMIT begun();
+}
+
+void SessionPause::adoptProperties(const QDBusMessage& message)
+{
+    const auto changed = qdbus_cast<QVariantMap>(message.arguments().value(1));
+    if (changed.value(QStringLiteral("LockedHint")).toBool() && isOurs(message))
         Q_EMIT begun();
 }
 

@@ -15,6 +15,9 @@ public:
     explicit SessionPause(QObject* parent = nullptr);
     ~SessionPause() override;
 
+    /// Joins the bus if that failed before.
+    void tryAgain();
+
     /// The object path of the login session with that id.
     static QString pathOf(const QByteArray& session);
 
@@ -24,9 +27,14 @@ Q_SIGNALS:
 private Q_SLOTS:
     void adoptLock(const QDBusMessage& message);
     void adoptSleep(bool isBeginning);
+    void adoptProperties(const QDBusMessage& message);
 
 private:
+    void join();
     void follow();
+    static bool isOurs(const QDBusMessage& message);
+
+    bool m_hasFailed = false; ///< the last attempt to join the bus
 };
 
 } // namespace kestrum

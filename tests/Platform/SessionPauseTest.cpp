@@ -29,6 +29,14 @@ class SessionPauseTest : public QObject {
         QVERIFY(QDBusConnection(QStringLiteral("login")).send(message));
     }
     static void lock(const char* session) { say(SessionPause::pathOf(session), "Session", "Lock"); }
+    static void hint(const char* session, const QString& property, bool value)
+    {
+        QDBusMessage message = QDBusMessage::createSignal(SessionPause::pathOf(session),
+            QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("PropertiesChanged"));
+        message << QStringLiteral("org.freedesktop.login1.Session") << QVariantMap { { property, value } }
+                << QStringList();
+        QVERIFY(QDBusConnection(QStringLiteral("login")).send(message));
+    }
     static void sleep(bool isBeginning)
     {
         say(QStringLiteral("/org/freedesktop/login1"), "Manager", "PrepareForSleep", { isBeginning });
@@ -87,6 +95,33 @@ private Q_SLOTS:
         QVERIFY(begun.isEmpty());
         lock("2");
         QTRY_COMPARE(begun.count(), 1);
+    }
+
+    void theHintThatTheOwnSessionIsLockedIsTold()
+    {
+        qputenv("XDG_SESSION_ID", "2");
+        SessionPause pause;
+        QSignalSpy begun(&pause, &SessionPause::begun);
+        waitUntilHeard(begun);
+        const QString lockedHint = QStringLiteral("LockedHint");
+        hint("3", lockedHint, true);
+        hint("2", lockedHint, false);
+        hint("2", QStringLiteral("IdleHint"), true);
+        QTest::qWait(quietTime);
+        QVERIFY(begun.isEmpty());
+        hint("2", lockedHint, true);
+        QTRY_COMPARE(begun.count(), 1);
+    }
+
+    void aBusThatComesLaterIsJoinedAtTheNextAttempt()
+    {
+        m_bus.reset();
+        SessionPause pause;
+        QSignalSpy begun(&pause, &SessionPause::begun);
+        QTest::qWait(quietTime);
+        cleanup();
+        init();
+        QTRY_VERIFY_WITH_TIMEOUT((pause.tryAgain(), sleep(true), QTest::qWait(20), !begun.isEmpty()), 10'000);
     }
 
     void aProgramWithoutASessionTakesEachForItsOwn()

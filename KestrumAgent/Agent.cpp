@@ -115,14 +115,28 @@ void Agent::doWhatWasAskedSince(double launched)
 {
     // A request with a time in the future was posted while the clock was wrong. The request is ignored: otherwise every
     // agent that starts before that time would obey it.
-    const auto wasAskedSince = [](Signal signal, double time) {
-        const auto asked = NotificationCentre::lastPost(SharedSettings::name(signal));
+    const auto askedSince = [](const QString& name, double time) {
+        const auto asked = NotificationCentre::lastPost(name);
         const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-        return asked >= time && *asked <= now.count();
+        return asked >= time && *asked <= now.count() ? asked : std::nullopt;
+    };
+    const auto wasAskedSince = [&askedSince](Signal signal, double time) {
+        return askedSince(SharedSettings::name(signal), time).has_value();
     };
     // Because of the resolution of start times, a request may be from just before the start. For a check, this is harmless.
     if (wasAskedSince(Signal::checkForUpdates, launched))
         m_updates->check();
+    // Each popover that was asked for replaces the one before.
+    std::optional<double> youngest;
+    std::optional<PopoverRequest> last;
+    for (const auto& request : allCases<PopoverRequest>()) {
+        if (const auto asked = askedSince(notificationName(request.value), launched); asked > youngest) {
+            youngest = asked;
+            last = request.value;
+        }
+    }
+    if (last)
+        obey(*last);
     // A request to quit from before the start was meant for the previous agent, so it must not end this one.
     if (wasAskedSince(Signal::quitAgent, launched + startTimeStep))
         QTimer::singleShot(0, this, [this] { leave(QStringLiteral("it was asked to quit as it began")); });

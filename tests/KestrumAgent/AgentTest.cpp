@@ -2,8 +2,10 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/PopoverController.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
+#include "KestrumShared/Settings/PopoverRequest.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/SingleInstance.h"
+#include "Platform/Signals/NotificationCentre.h"
 #include "tests/Support/FreshSettings.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/TestBundle.h"
@@ -102,6 +104,27 @@ private Q_SLOTS:
         SharedSettings::post(Signal::quitAgent);
         startAgent(launched);
         QCOMPARE(runWith([] {}), 0);
+    }
+
+    void itOpensThePopoverThatWasAskedForLastWhileItWasLoaded()
+    {
+        m_agent.reset();
+        const auto ask = [](PopoverRequest request) {
+            NotificationCentre::post(notificationName(request));
+            QTest::qWait(20);
+        };
+        const double launched = double(QDateTime::currentMSecsSinceEpoch()) / 1000;
+        ask(PopoverRequest::memory);
+        ask(PopoverRequest::cpu);
+        startAgent(launched);
+        QCOMPARE(m_agent->popovers()->section(), MonitorSection::cpu);
+        ask(PopoverRequest::close);
+        startAgent(launched);
+        QVERIFY(!m_agent->popovers()->section());
+        // What was asked of an earlier agent is done.
+        ask(PopoverRequest::cpu);
+        startAgent(double(QDateTime::currentMSecsSinceEpoch()) / 1000);
+        QVERIFY(!m_agent->popovers()->section());
     }
 
     void aRequestOfAClockThatWasAheadIsNotSinceTheStart()

@@ -41,8 +41,15 @@ constexpr std::pair<const char*, const char*> terminals[] = {
     { "x-terminal-emulator", "-e" },
     { "konsole", "-e" },
     { "gnome-terminal", "--" },
+    { "ptyxis", "--" },
+    { "kgx", "-e" }, // one word only, which the usual programs are
     { "xfce4-terminal", "-x" },
+    { "mate-terminal", "-x" },
+    { "lxterminal", "-e" },
+    { "qterminal", "-e" },
     { "foot", nullptr },
+    { "kitty", nullptr },
+    { "wezterm", "start" },
     { "alacritty", "-e" },
     { "xterm", "-e" },
 };

@@ -88,6 +88,31 @@ private Q_SLOTS:
         QCOMPARE(found(), (QByteArrayList { program("x-terminal-emulator"), "-e", program("htop") }));
     }
 
+    void eachTerminalIsToldInItsOwnWayWhatToRun_data()
+    {
+        QTest::addColumn<QByteArrayList>("before");
+        const auto add = [](const char* terminal, const QByteArrayList& before = {}) {
+            QTest::newRow(terminal) << before;
+        };
+        add("kitty");
+        add("foot");
+        add("wezterm", { "start" });
+        add("ptyxis", { "--" });
+        add("gnome-terminal", { "--" });
+        add("mate-terminal", { "-x" });
+        for (const char* terminal : { "kgx", "lxterminal", "qterminal", "konsole", "xterm" })
+            add(terminal, { "-e" });
+    }
+    void eachTerminalIsToldInItsOwnWayWhatToRun()
+    {
+        QFETCH(const QByteArrayList, before);
+        install("htop", "htop", "Terminal=true\n");
+        installProgram(QTest::currentDataTag());
+        QCOMPARE(found(),
+            QByteArrayList { program(QTest::currentDataTag()) } + before
+                + QByteArrayList { program("htop") });
+    }
+
     void anEntryThatIsSwitchedOffOrMissesItsProgramIsNone()
     {
         install("net.nokyan.Resources", "resources", "TryExec=not-there\n");

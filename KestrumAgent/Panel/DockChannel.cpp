@@ -10,6 +10,7 @@
 #include <QToolTip>
 #include <QWindow>
 #include <cmath>
+#include <utility>
 
 namespace kestrum {
 
@@ -74,6 +75,7 @@ void DockChannel::fit()
 {
     const QScreen* screen = QGuiApplication::primaryScreen();
     if (m_strip.isEmpty() || !screen) {
+        m_menuWindow.close();
         m_strip.hide();
         return;
     }
@@ -87,7 +89,9 @@ void DockChannel::fit()
     m_strip.setSizeIncrement(size);
     m_strip.setFixedSize(size);
     m_strip.move(left, free.top());
-    m_place = QRect(QPoint(left, free.top()), size);
+    const QRect before = std::exchange(m_place, QRect(QPoint(left, free.top()), size));
+    if (m_place != before)
+        m_menuWindow.close(); // it does not move with the strip
     m_popoverStand.setGround(m_place, free);
     m_menuWindow.setGround(m_place, free);
     // A mask makes the rounded corners, because translucency has no effect without a compositing manager.

@@ -4,6 +4,7 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 
 #include <QGuiApplication>
+#include <QPointer>
 #include <QScreen>
 #include <QToolTip>
 #include <algorithm>
@@ -94,8 +95,10 @@ void LayerChannel::showTip(const QString& text, const QRect& item)
     const int top = m_strip.height() + tipDistance;
     // The margins place the tip below the item, at the same distance from the trailing edge as the item.
     const QMargins margins(item.left(), top, m_strip.width() - item.right() - 1, 0);
-    m_tipSurface.show(
-        { .layer = LayerSurface::Layer::overlay, .edges = Qt::TopEdge | trailingEdge(), .margins = margins },
+    m_tipSurface.show({ .layer = LayerSurface::Layer::overlay,
+                          .edges = Qt::TopEdge | trailingEdge(),
+                          .margins = margins,
+                          .screen = m_strip.screen() },
         m_tip.sizeHint());
 }
 
@@ -109,10 +112,18 @@ void LayerChannel::showMenu(QPoint at)
     m_onSheet->setWindowFlags(Qt::Widget);
     m_onSheet->addActions(m_menu.actions());
     m_menuPlace = at;
-    connect(m_onSheet.get(), &QMenu::aboutToHide, &m_sheetSurface, &LayerSurface::hide, Qt::QueuedConnection);
+    // A menu also hides with the sheet, and by then another one may be open.
+    connect(
+        m_onSheet.get(), &QMenu::aboutToHide, this,
+        [this, shown = QPointer(m_onSheet.get())] {
+            if (shown && shown == m_onSheet.get())
+                m_sheetSurface.hide();
+        },
+        Qt::QueuedConnection);
     constexpr Qt::Edges allEdges = Qt::TopEdge | Qt::BottomEdge | Qt::LeftEdge | Qt::RightEdge;
     m_sheetSurface.show(
-        { LayerSurface::Layer::overlay, allEdges, {}, LayerSurface::Keyboard::exclusive }, QSize(0, 0));
+        { LayerSurface::Layer::overlay, allEdges, {}, LayerSurface::Keyboard::exclusive, m_strip.screen() },
+        QSize(0, 0));
 }
 
 /// Places and shows the menu. Must be called after the sheet has its size, which is needed to find the strip's position.

@@ -3,7 +3,9 @@
 
 #include "KestrumAgent/Panel/PanelStrip.h"
 
+#include <QEvent>
 #include <QGuiApplication>
+#include <QPointer>
 
 namespace kestrum {
 
@@ -14,6 +16,7 @@ MenuWindow::MenuWindow(PanelStrip& strip, QMenu& menu)
 {
     connect(&m_stand, &PopoverStand::dismissed, this, &MenuWindow::close);
     connect(&m_strip, &PanelStrip::itemClicked, this, &MenuWindow::close);
+    m_strip.installEventFilter(this);
 }
 
 MenuWindow::~MenuWindow()
@@ -32,7 +35,14 @@ void MenuWindow::open(int x)
     auto* const shown = new QMenu(m_window.get());
     shown->setWindowFlags(Qt::Widget);
     shown->addActions(m_menu.actions());
-    connect(shown, &QMenu::aboutToHide, this, &MenuWindow::close, Qt::QueuedConnection);
+    // A menu also hides with its window, and by then another one may be open.
+    connect(
+        shown, &QMenu::aboutToHide, this,
+        [this, window = QPointer(m_window.get())] {
+            if (window && window == m_window.get())
+                close();
+        },
+        Qt::QueuedConnection);
     const QSize size = shown->sizeHint();
     shown->setGeometry(QRect(QPoint(0, 0), size));
     shown->show();
@@ -40,6 +50,14 @@ void MenuWindow::open(int x)
     const int left = shown->isRightToLeft() ? x - size.width() + 1 : x;
     m_stand.show(*m_window, size, QRect(left, 0, size.width(), m_strip.height()));
     shown->setFocus(Qt::PopupFocusReason);
+}
+
+/// A press on an item may become a drag, which is no click.
+bool MenuWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::MouseButtonPress)
+        close();
+    return QObject::eventFilter(watched, event);
 }
 
 void MenuWindow::close()

@@ -24,6 +24,8 @@ public:
     void close();
 
 private:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
     QMenu& m_menu;
     PanelStrip& m_strip;
     DockStand m_stand;

@@ -5,6 +5,8 @@
 #include "Platform/Desktop/Translucency.h"
 #include "Platform/Desktop/X11Window.h"
 
+#include <QCursor>
+#include <QEvent>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QWindow>
@@ -67,24 +69,32 @@ void DockStand::show(QWidget& window, QSize size, const QRect& item)
     }
     if (!isNew)
         return;
-    const auto x11 = X11Window::of(*window.windowHandle());
     // The strip is on every virtual desktop, and so is what it has opened.
-    if (x11)
+    if (const auto x11 = X11Window::of(*window.windowHandle()))
         x11->standOnAllDesktops();
     window.show();
+    takeKeyboard();
+}
+
+void DockStand::takeKeyboard()
+{
+    if (!m_window)
+        return;
+    const auto x11 = X11Window::of(*m_window->windowHandle());
     // The user has asked for the window by a press on another window or by a key of the desktop's: of these, the toolkit
     // does not know, so its own request for the focus may be refused.
     if (x11 && x11->isManaged()) {
         x11->askForFocus(0);
         x11->flush();
     } else {
-        window.activateWindow();
+        m_window->activateWindow();
     }
 }
 
 void DockStand::open(QWidget& window)
 {
     m_window = &window;
+    window.installEventFilter(this);
     window.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     window.setAttribute(Qt::WA_TranslucentBackground, isTranslucencyShown());
     window.winId();
@@ -96,8 +106,10 @@ void DockStand::open(QWidget& window)
 
 void DockStand::hide()
 {
-    if (m_window)
+    if (m_window) {
+        m_window->removeEventFilter(this);
         m_window->hide();
+    }
     m_window.clear();
     m_presses.reset();
     m_isPinned = false;
@@ -112,6 +124,29 @@ void DockStand::judge(QPoint place, Qt::MouseButton button)
     if (m_strip.isVisible() && button == Qt::LeftButton && m_strip.item(place - m_ground.topLeft()))
         return;
     if (!m_window->geometry().contains(place))
+        Q_EMIT dismissed();
+}
+
+bool DockStand::eventFilter(QObject* watched, QEvent* event)
+{
+    if (event->type() == QEvent::WindowActivate)
+        m_pointer = QCursor::pos();
+    // Not from within the event: another window of ours may be about to get the focus.
+    else if (event->type() == QEvent::WindowDeactivate)
+        QMetaObject::invokeMethod(this, &DockStand::judgeFocus, Qt::QueuedConnection);
+    return QObject::eventFilter(watched, event);
+}
+
+/// Decides whether the loss of the focus is the user's turn to another program.
+void DockStand::judgeFocus()
+{
+    if (m_isPinned || !m_window || m_window->isActiveWindow())
+        return;
+    const auto x11 = X11Window::of(*m_window->windowHandle());
+    if (!x11 || !x11->isOtherFocused())
+        return;
+    const QPoint pointer = QCursor::pos();
+    if (pointer == m_pointer || m_window->geometry().contains(pointer) || m_ground.contains(pointer))
         Q_EMIT dismissed();
 }
 

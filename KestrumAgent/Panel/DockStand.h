@@ -12,7 +12,9 @@ namespace kestrum {
 class PanelStrip;
 
 /// Shows a window beside an item of a strip that stands as a window of its own. The window is no popup of the toolkit, which
-/// would grab the keyboard and the pointer: presses elsewhere are heard by `X11Presses`.
+/// would grab the keyboard and the pointer: presses elsewhere are heard by `X11Presses`. The window is also dismissed when the
+/// user gives the keyboard to another program. Where the focus follows the pointer, a move of the pointer may have done that:
+/// so the window stays if the pointer has meanwhile gone to where neither the window nor the strip is.
 class DockStand final : public PopoverStand {
     Q_OBJECT
 public:
@@ -24,6 +26,7 @@ public:
 
     void show(QWidget& window, QSize size, const QRect& item) override;
     void hide() override;
+    void takeKeyboard() override;
     void setPinned(bool isPinned) override { m_isPinned = isPinned; }
     int room() const override;
 
@@ -34,12 +37,15 @@ public:
 private:
     void open(QWidget& window);
     void judge(QPoint place, Qt::MouseButton button);
+    void judgeFocus();
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
     PanelStrip& m_strip;
     QRect m_ground; ///< the strip's place
     QRect m_free;
     QPointer<QWidget> m_window;
-    QRect m_place; ///< where the window was put; the window manager may have put it elsewhere
+    QRect m_place;    ///< where the window was put; the window manager may have put it elsewhere
+    QPoint m_pointer; ///< where the pointer was when the window got the keyboard
     std::unique_ptr<X11Presses> m_presses; ///< while the window is shown
     bool m_isPinned = false;
 };

@@ -7,6 +7,7 @@
 #include <QMouseEvent>
 #include <QScreen>
 #include <algorithm>
+#include <utility>
 
 namespace kestrum {
 
@@ -19,6 +20,11 @@ LayerStand::LayerStand(PanelStrip& strip)
 /// The sheet lets presses on the strip through. Those that are no click on an item are presses elsewhere.
 bool LayerStand::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched == m_window) {
+        if (event->type() == QEvent::WindowActivate && std::exchange(m_isTaking, false))
+            arrange();
+        return QObject::eventFilter(watched, event);
+    }
     if (event->type() == QEvent::MouseButtonPress && m_window && !m_isPinned) {
         const auto& press = *static_cast<QMouseEvent*>(event);
         if (press.button() != Qt::LeftButton || !m_strip.item(press.position()))
@@ -28,10 +34,11 @@ bool LayerStand::eventFilter(QObject* watched, QEvent* event)
 }
 
 /// The size of the area that panels leave free: the sheet's, which only the compositor knows. Before the sheet has been
-/// shown once, the screen's size.
+/// shown once, the screen's size. While there is no sheet, the screen may become smaller.
 QSize LayerStand::freeSize() const
 {
-    return m_free.isEmpty() ? m_strip.screen()->size() : m_free;
+    const QSize screen = m_strip.screen()->size();
+    return m_free.isEmpty() ? screen : m_free.boundedTo(screen);
 }
 
 int LayerStand::room() const
@@ -47,7 +54,10 @@ void LayerStand::show(QWidget& window, QSize size, const QRect& item)
         hide();
         m_window = &window;
         window.setAttribute(Qt::WA_TranslucentBackground);
+        window.installEventFilter(this);
         spreadSheet();
+        m_screenConnection
+            = connect(m_strip.screen(), &QScreen::geometryChanged, this, &LayerStand::roomChanged);
         m_surface = std::make_unique<LayerSurface>(window);
         connect(m_surface.get(), &LayerSurface::closed, this, &LayerStand::dismissed, Qt::QueuedConnection);
     }
@@ -78,12 +88,12 @@ void LayerStand::arrange()
     const int side = std::clamp(fromEdge - m_size.width() / 2, edgeDistance, farthest);
     const int top = m_strip.height() + stripDistance;
     const Qt::Edge edge = isMirrored ? Qt::LeftEdge : Qt::RightEdge;
-    m_surface->show(
-        { .layer = m_isPinned ? LayerSurface::Layer::panel : LayerSurface::Layer::overlay,
-            .edges = Qt::TopEdge | edge,
-            .margins = QMargins(isMirrored ? side : 0, top, isMirrored ? 0 : side, 0),
-            .keyboard = m_isPinned ? LayerSurface::Keyboard::onDemand : LayerSurface::Keyboard::exclusive,
-            .screen = m_strip.screen() },
+    m_surface->show({ .layer = m_isPinned ? LayerSurface::Layer::panel : LayerSurface::Layer::overlay,
+                        .edges = Qt::TopEdge | edge,
+                        .margins = QMargins(isMirrored ? side : 0, top, isMirrored ? 0 : side, 0),
+                        .keyboard = m_isPinned && !m_isTaking ? LayerSurface::Keyboard::onDemand
+                                                              : LayerSurface::Keyboard::exclusive,
+                        .screen = m_strip.screen() },
         m_size);
     if (!m_sheet)
         return;
@@ -95,10 +105,23 @@ void LayerStand::arrange()
 
 void LayerStand::hide()
 {
+    disconnect(m_screenConnection);
     m_sheet.reset();
     m_surface.reset();
+    if (m_window)
+        m_window->removeEventFilter(this);
     m_window.clear();
     m_isPinned = false;
+    m_isTaking = false;
+}
+
+void LayerStand::takeKeyboard()
+{
+    // Without a pin, the window has the keyboard anyway.
+    if (!m_isPinned || !m_window || m_window->isActiveWindow())
+        return;
+    m_isTaking = true;
+    arrange();
 }
 
 void LayerStand::setPinned(bool isPinned)

@@ -21,6 +21,7 @@ public:
 
     void show(QWidget& window, QSize size, const QRect& item) override;
     void hide() override;
+    void takeKeyboard() override;
     void setPinned(bool isPinned) override;
     int room() const override;
     /// Shows nothing: a tip of the toolkit's is a popup, and a popup of a layer surface ends the process.
@@ -36,10 +37,12 @@ private:
     QPointer<QWidget> m_window;
     std::unique_ptr<LayerSheet> m_sheet; ///< none while the window is pinned
     std::unique_ptr<LayerSurface> m_surface;
+    QMetaObject::Connection m_screenConnection;
     QSize m_free;
     QSize m_size;
     QRect m_item;
     bool m_isPinned = false;
+    bool m_isTaking = false; ///< a pinned window claims the keyboard, until it has it
 };
 
 } // namespace kestrum

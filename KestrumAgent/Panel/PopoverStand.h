@@ -22,6 +22,8 @@ public:
     /// size and place: call this function after each change of the size. The window must live until `hide`.
     virtual void show(QWidget& window, QSize size, const QRect& item) = 0;
     virtual void hide() = 0;
+    /// Gives the keyboard to the shown window, as far as the desktop permits: the user has asked for the window again.
+    virtual void takeKeyboard() = 0;
     /// A pinned window stays when the user turns to something else. Until then it may keep the keyboard. `hide` ends the pin.
     virtual void setPinned(bool isPinned) = 0;
     /// The greatest height that a window can have, in points.

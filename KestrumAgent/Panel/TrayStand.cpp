@@ -37,13 +37,22 @@ void TrayStand::show(QWidget& window, QSize size, const QRect&)
     if (!isNew)
         return;
     window.winId();
-    // After a press of the status icon, the environment has the desktop's leave to take the focus.
-    WindowActivation::bringForward(*window.windowHandle(), WindowActivation::takeToken());
+    m_screenConnection
+        = connect(window.screen(), &QScreen::availableGeometryChanged, this, &TrayStand::roomChanged);
+    takeKeyboard();
     window.show();
+}
+
+void TrayStand::takeKeyboard()
+{
+    // After a press of the status icon, the environment has the desktop's leave to take the focus.
+    if (m_window)
+        WindowActivation::bringForward(*m_window->windowHandle(), WindowActivation::takeToken());
 }
 
 void TrayStand::hide()
 {
+    disconnect(m_screenConnection);
     if (m_window) {
         m_window->removeEventFilter(this);
         m_window->hide();

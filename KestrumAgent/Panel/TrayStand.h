@@ -15,6 +15,7 @@ class TrayStand final : public PopoverStand {
 public:
     void show(QWidget& window, QSize size, const QRect& item) override;
     void hide() override;
+    void takeKeyboard() override;
     void setPinned(bool isPinned) override { m_isPinned = isPinned; }
     int room() const override;
     bool isWithoutStrip() const override { return true; }
@@ -27,6 +28,7 @@ private:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     QPointer<QWidget> m_window;
+    QMetaObject::Connection m_screenConnection;
     QElapsedTimer m_sinceDismissed;
     bool m_isPinned = false;
 };

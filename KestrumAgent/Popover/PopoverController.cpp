@@ -97,8 +97,13 @@ void PopoverController::toggleSeen()
 
 void PopoverController::open(MonitorSection section)
 {
-    if (m_section == section || !m_strip.items().item(section))
+    if (!m_strip.items().item(section))
         return;
+    if (m_section == section) {
+        m_stand.takeKeyboard();
+        return;
+    }
+    const bool isTurned = m_section.has_value();
     m_section = section;
     m_lastSeen = section;
     m_source.opened(section);
@@ -130,6 +135,8 @@ void PopoverController::open(MonitorSection section)
     m_window->setWindowTitle(SectionItem::of(section).name());
     m_strip.setOpened(section);
     refresh();
+    if (isTurned)
+        m_stand.takeKeyboard();
 }
 
 void PopoverController::close()

@@ -29,7 +29,8 @@ public:
         PanelStrip& strip, PopoverStand& stand, PopoverSource& source, QObject* parent = nullptr);
     ~PopoverController() override;
 
-    /// Opens the popover of `section`, or turns the open one to it. Does nothing if the section has no item.
+    /// Opens the popover of `section`, or turns the open one to it, and gives it the keyboard. Does nothing if the section
+    /// has no item.
     void open(MonitorSection section);
     void close();
     /// Closes the popover if it is `section`'s, else opens it.

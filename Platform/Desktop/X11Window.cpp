@@ -37,12 +37,33 @@ X11Window::X11Window(xcb_connection_t* connection, quint32 window)
         m_root = reply->root;
 }
 
-bool X11Window::isManaged() const
+/// The window by which a running window manager shows that it is there; none without a window manager.
+quint32 X11Window::managersWindow() const
 {
     const auto cookie = xcb_get_property(
         m_connection, 0, m_root, xcbAtom(m_connection, "_NET_SUPPORTING_WM_CHECK"), XCB_ATOM_WINDOW, 0, 1);
     const XcbReply<xcb_get_property_reply_t> reply(xcb_get_property_reply(m_connection, cookie, nullptr));
-    return reply && xcb_get_property_value_length(reply.get()) > 0;
+    return reply && xcb_get_property_value_length(reply.get()) == int(sizeof(xcb_window_t))
+        ? *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()))
+        : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+bool X11Window::isManaged() const
+{
+    return managersWindow() != XCB_WINDOW_NONE;
+}
+
+bool X11Window::isOtherFocused() const
+{
+    const XcbReply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+    if (!reply || reply->focus == XCB_WINDOW_NONE || reply->focus == XCB_INPUT_FOCUS_POINTER_ROOT
+        || reply->focus == m_root)
+        return false;
+    // The upper bits of a window's number stand for the program that made it.
+    const uint32_t program = ~xcb_get_setup(m_connection)->resource_id_mask;
+    return (reply->focus & program) != (m_window & program)
+        && (reply->focus & program) != (managersWindow() & program);
 }
 
 void X11Window::askForFocus(quint32 time) const

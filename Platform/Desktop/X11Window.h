@@ -20,6 +20,9 @@ public:
     bool isManaged() const;
     /// Asks the window manager for the focus on behalf of the user. `time` is the X server's time of the user's action.
     void askForFocus(quint32 time) const;
+    /// Whether a window of another program has the focus. A grab, as of a screen locker, does not count, nor does the window
+    /// manager itself, which holds the focus while no window has it. Waits for the X server.
+    bool isOtherFocused() const;
     /// Ends the start-up notification with the id `token`, which desktops show while a program is starting.
     void tellThatStartEnded(const QByteArray& token) const;
     /// Call this before each time the window is shown. The window then appears on all virtual desktops. Window managers
@@ -29,6 +32,7 @@ public:
 
 private:
     X11Window(xcb_connection_t* connection, quint32 window);
+    quint32 managersWindow() const;
     void send(quint8 format, const char* type, const void* data, qsizetype size, quint32 mask) const;
 
     xcb_connection_t* m_connection;

@@ -10,23 +10,32 @@ using Programs::patience;
 
 namespace {
 
-/// What a screen locker does first: it takes the keyboard and the pointer for itself. Returns whether it gets both.
+/// What a screen locker does first: it takes the keyboard and the pointer for itself.
+struct Grabs {
+    xcb_connection_t* display = xcb_connect(nullptr, nullptr);
+    bool hasBoth = false;
+
+    Grabs()
+    {
+        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
+        const auto keyboard
+            = xcb_grab_keyboard(display, 1, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        const auto pointer = xcb_grab_pointer(display, 1, root, XCB_EVENT_MASK_BUTTON_PRESS,
+            XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
+        auto* ofKeyboard = xcb_grab_keyboard_reply(display, keyboard, nullptr);
+        auto* ofPointer = xcb_grab_pointer_reply(display, pointer, nullptr);
+        hasBoth = ofKeyboard && ofKeyboard->status == XCB_GRAB_STATUS_SUCCESS && ofPointer
+            && ofPointer->status == XCB_GRAB_STATUS_SUCCESS;
+        std::free(ofKeyboard);
+        std::free(ofPointer);
+    }
+    ~Grabs() { xcb_disconnect(display); } // ends both
+    Q_DISABLE_COPY_MOVE(Grabs)
+};
+
 bool canLock()
 {
-    xcb_connection_t* display = xcb_connect(nullptr, nullptr);
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
-    const auto keyboard
-        = xcb_grab_keyboard(display, 1, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-    const auto pointer = xcb_grab_pointer(display, 1, root, XCB_EVENT_MASK_BUTTON_PRESS, XCB_GRAB_MODE_ASYNC,
-        XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
-    auto* ofKeyboard = xcb_grab_keyboard_reply(display, keyboard, nullptr);
-    auto* ofPointer = xcb_grab_pointer_reply(display, pointer, nullptr);
-    const bool hasBoth = ofKeyboard && ofKeyboard->status == XCB_GRAB_STATUS_SUCCESS && ofPointer
-        && ofPointer->status == XCB_GRAB_STATUS_SUCCESS;
-    std::free(ofKeyboard);
-    std::free(ofPointer);
-    xcb_disconnect(display); // ends both grabs
-    return hasBoth;
+    return Grabs().hasBoth;
 }
 
 } // namespace
@@ -63,6 +72,23 @@ private Q_SLOTS:
         QVERIFY(canLock());
         DesktopFixture::click({ 300, 700 });
         QTRY_VERIFY_WITH_TIMEOUT(!menu(), patience);
+    }
+
+    void aGrabOfTheKeyboardAloneDoesNotCloseIt()
+    {
+        const QByteArray window = clickAndOpen("memory", "Memory");
+        Grabs grabs;
+        QVERIFY(grabs.hasBoth);
+        QTest::qWait(300);
+        QCOMPARE(windows(), QByteArrayList { window });
+    }
+
+    void turningToAnotherWindowByKeyboardClosesIt()
+    {
+        clickAndOpen("memory", "Memory");
+        press("alt+Tab");
+        QTRY_VERIFY_WITH_TIMEOUT(fixture().isOtherActive(), patience);
+        waitForNone();
     }
 
     void aPinIsForgottenWhenItCloses()
@@ -104,6 +130,20 @@ private Q_SLOTS:
         QCOMPARE(DesktopFixture::activeWindow(), window);
         fixture().kestrumctl("popover close");
         waitForNone();
+    }
+
+    void aPinnedOneThatIsAskedForAgainGetsTheKeyboard()
+    {
+        const QByteArray window = clickAndOpen("memory", "Memory");
+        press("p");
+        fixture().turnToOther();
+        QCOMPARE(windows(), QByteArrayList { window });
+        fixture().kestrumctl("popover memory");
+        QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);
+        fixture().turnToOther();
+        fixture().kestrumctl("popover cpu");
+        QCOMPARE(opened("CPU"), window);
+        QCOMPARE(DesktopFixture::activeWindow(), window);
     }
 };
 

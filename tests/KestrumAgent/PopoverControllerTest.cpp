@@ -50,6 +50,7 @@ public:
     QRect item;
     bool isPinned = false;
     bool isTray = false;
+    int takes = 0; ///< of the keyboard
 
     void show(QWidget& shown, QSize size, const QRect& beside) override
     {
@@ -65,6 +66,7 @@ public:
         window = nullptr;
         isPinned = false;
     }
+    void takeKeyboard() override { ++takes; }
     void setPinned(bool now) override { isPinned = now; }
     int room() const override { return 500; }
     bool isWithoutStrip() const override { return isTray; }
@@ -113,6 +115,17 @@ private Q_SLOTS:
         QVERIFY(!desk.popovers.section() && !desk.popovers.window() && !desk.stand.window);
         QVERIFY(!desk.strip.opened());
         QCOMPARE(desk.source.told.join(u'|'), QStringLiteral("opened memory|closed"));
+    }
+
+    void askedForAgainItGetsTheKeyboard()
+    {
+        Desk desk;
+        desk.popovers.open(memory);
+        QCOMPARE(desk.stand.takes, 0); // showing gives it already
+        desk.popovers.open(memory);
+        QCOMPARE(desk.stand.takes, 1);
+        desk.popovers.open(cpu);
+        QCOMPARE(desk.stand.takes, 2);
     }
 
     void anotherItemsClickChangesTheContentInPlace()

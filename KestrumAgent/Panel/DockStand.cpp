@@ -98,6 +98,7 @@ void DockStand::open(QWidget& window)
     window.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     window.setAttribute(Qt::WA_TranslucentBackground, isTranslucencyShown());
     window.winId();
+    window.windowHandle()->installEventFilter(this);
     // The toolkit sets the window type only for a window that exists already.
     window.setAttribute(Qt::WA_X11NetWmWindowTypeDropDownMenu);
     m_presses = std::make_unique<X11Presses>();
@@ -108,6 +109,7 @@ void DockStand::hide()
 {
     if (m_window) {
         m_window->removeEventFilter(this);
+        m_window->windowHandle()->removeEventFilter(this);
         m_window->hide();
     }
     m_window.clear();
@@ -129,12 +131,27 @@ void DockStand::judge(QPoint place, Qt::MouseButton button)
 
 bool DockStand::eventFilter(QObject* watched, QEvent* event)
 {
+    if (watched != m_window) {
+        if (event->type() == QEvent::Expose)
+            correctPlace();
+        return QObject::eventFilter(watched, event);
+    }
     if (event->type() == QEvent::WindowActivate)
         m_pointer = QCursor::pos();
     // Not from within the event: another window of ours may be about to get the focus.
     else if (event->type() == QEvent::WindowDeactivate)
         QMetaObject::invokeMethod(this, &DockStand::judgeFocus, Qt::QueuedConnection);
     return QObject::eventFilter(watched, event);
+}
+
+/// As a window is shown, the toolkit asks the server where it is. If a window manager has put it into a frame by then, but has
+/// not moved the frame yet, the answer is the screen's corner, and nothing corrects it later: tips and what assistive programs
+/// are told would be there. The widget still knows the place, because nobody told it of a move.
+void DockStand::correctPlace()
+{
+    QWindow& window = *m_window->windowHandle();
+    if (window.position() != m_window->geometry().topLeft())
+        window.setPosition(m_window->geometry().topLeft());
 }
 
 /// Decides whether the loss of the focus is the user's turn to another program.

@@ -38,6 +38,7 @@ private:
     void open(QWidget& window);
     void judge(QPoint place, Qt::MouseButton button);
     void judgeFocus();
+    void correctPlace();
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     PanelStrip& m_strip;

@@ -187,11 +187,38 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT((click(desktop), popover().isNull()), patience);
     }
 
+    void theMenuKeyOpensTheMenuInstead()
+    {
+        WaylandDesktop::kestrumctl({ text("popover"), text("cpu") });
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        key("Menu");
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull() && popover().width() != 300, patience);
+        key("Escape"); // it has the keyboard
+        waitForNone();
+    }
+
+    void itsContentIsCopied()
+    {
+        WaylandDesktop::kestrumctl({ text("popover"), text("memory") });
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        key("ctrl+c");
+        QTRY_VERIFY_WITH_TIMEOUT(outputAsUser(words("wl-paste")).startsWith("Memory\t"), patience);
+    }
+
     void aCommandOpensIt()
     {
         WaylandDesktop::kestrumctl({ text("popover"), text("memory") });
         QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
         key("Escape"); // it has the keyboard
+        waitForNone();
+    }
+
+    // This test is the last one, because the other items move.
+    void itGoesWithItsItem()
+    {
+        click(item("cpu"));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        WaylandDesktop::writeSetting("showCPUItem", "false");
         waitForNone();
     }
 };

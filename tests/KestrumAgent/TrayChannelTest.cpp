@@ -12,6 +12,7 @@
 
 #include <QApplication>
 #include <QProcess>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace kestrum;
@@ -121,6 +122,14 @@ private Q_SLOTS:
         Setting(Keys::showCPUItem).set(true);
         m_strip->rebuild();
         QCOMPARE(said(), QByteArray("dark"));
+    }
+
+    void aPressOfTheIconAsksForThePopover()
+    {
+        startDesktop({ QStringLiteral("0"), QStringLiteral("press") });
+        startChannel();
+        QSignalSpy toggled(&m_channel->popoverStand(), &PopoverStand::toggleRequested);
+        QTRY_COMPARE_WITH_TIMEOUT(toggled.count(), 1, patience);
     }
 
     void itIsReadableOnTheBar_data()

@@ -53,8 +53,9 @@ class Watcher final : public QObject {
     Q_PROPERTY(int ProtocolVersion READ version)
 
 public:
-    explicit Watcher(const QDBusConnection& bus)
+    Watcher(const QDBusConnection& bus, bool isPressing)
         : m_bus(bus)
+        , m_isPressing(isPressing)
     {
         m_leaving.setConnection(bus);
         m_leaving.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
@@ -79,11 +80,18 @@ public Q_SLOTS:
             QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
         call << QStringLiteral("org.kde.StatusNotifierItem") << QStringLiteral("IconPixmap");
         auto* asked = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
-        connect(asked, &QDBusPendingCallWatcher::finished, this, [asked] {
+        connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, service] {
             asked->deleteLater();
             const QDBusPendingReply<QDBusVariant> reply = *asked;
             say(reply.isError() ? qPrintable(reply.error().message())
                                 : look(reply.value().variant().value<QDBusArgument>()));
+            if (!m_isPressing)
+                return;
+            QDBusMessage press
+                = QDBusMessage::createMethodCall(service, QStringLiteral("/StatusNotifierItem"),
+                    QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
+            press << 0 << 0;
+            m_bus.send(press);
         });
     }
 
@@ -92,18 +100,20 @@ Q_SIGNALS:
 
 private:
     QDBusConnection m_bus;
+    bool m_isPressing;
     QDBusServiceWatcher m_leaving;
     bool m_isShown = false;
 };
 
-/// The optional argument is the time in ms from the program's start until the panel shows the icons.
+/// The optional argument is the time in ms from the program's start until the panel shows the icons. After it, "press" means that
+/// the user presses each icon once.
 int main(int argc, char** argv)
 {
     static constexpr unsigned int longestLife = 60; // seconds
     ::alarm(longestLife);
     const QCoreApplication application(argc, argv);
     QDBusConnection bus = QDBusConnection::sessionBus();
-    Watcher watcher(bus);
+    Watcher watcher(bus, argc > 2 && QByteArray(argv[2]) == "press");
     if (argc < 2)
         watcher.show();
     else

@@ -2,7 +2,6 @@
 #include "KestrumAgent/Panel/DockStand.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
-#include "Platform/Desktop/Translucency.h"
 #include "Platform/Desktop/X11Window.h"
 
 #include <QCursor>
@@ -96,7 +95,6 @@ void DockStand::open(QWidget& window)
     m_window = &window;
     window.installEventFilter(this);
     window.setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    window.setAttribute(Qt::WA_TranslucentBackground, isTranslucencyShown());
     window.winId();
     window.windowHandle()->installEventFilter(this);
     // The toolkit sets the window type only for a window that exists already.

@@ -53,7 +53,6 @@ void LayerStand::show(QWidget& window, QSize size, const QRect& item)
     if (m_window != &window) {
         hide();
         m_window = &window;
-        window.setAttribute(Qt::WA_TranslucentBackground);
         window.installEventFilter(this);
         spreadSheet();
         m_screenConnection

@@ -2,6 +2,7 @@
 #include "KestrumAgent/Panel/MenuWindow.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "Platform/Desktop/Translucency.h"
 
 #include <QEvent>
 #include <QGuiApplication>
@@ -30,6 +31,7 @@ void MenuWindow::open(int x)
     // The entries are made on this signal, and the size is known only with them.
     Q_EMIT m_menu.aboutToShow();
     m_window = std::make_unique<QWidget>();
+    m_window->setAttribute(Qt::WA_TranslucentBackground, isTranslucencyShown());
     m_window->setWindowTitle(QGuiApplication::applicationDisplayName());
     // Another menu with the same entries: ours belongs to the agent, and would become a part of the window.
     auto* const shown = new QMenu(m_window.get());

@@ -19,7 +19,8 @@ public:
     static constexpr int edgeDistance = 8;
 
     /// Shows `window` beside `item`, a rectangle in the strip's coordinates. If the window is shown already, it gets its new
-    /// size and place: call this function after each change of the size. The window must live until `hide`.
+    /// size and place: call this function after each change of the size. The window must live until `hide`, and must have been
+    /// made translucent by then, or not.
     virtual void show(QWidget& window, QSize size, const QRect& item) = 0;
     virtual void hide() = 0;
     /// Gives the keyboard to the shown window, as far as the desktop permits: the user has asked for the window again.

@@ -30,7 +30,6 @@ void TrayStand::show(QWidget& window, QSize size, const QRect&)
     if (isNew) {
         m_window = &window;
         window.setWindowFlags(Qt::Window | Qt::FramelessWindowHint);
-        window.setAttribute(Qt::WA_TranslucentBackground);
         window.installEventFilter(this);
     }
     window.setFixedSize(size);

@@ -110,6 +110,7 @@ void PopoverController::open(MonitorSection section)
     if (!m_window) {
         m_isTranslucent = isTranslucencyShown();
         m_window = std::make_unique<PopoverWindow>();
+        m_window->setAttribute(Qt::WA_TranslucentBackground, m_isTranslucent);
         connect(m_window.get(), &PopoverWindow::acted, this, &PopoverController::act);
         connect(m_window.get(), &PopoverWindow::closeRequested, this, &PopoverController::close);
         connect(m_window.get(), &PopoverWindow::neighbourRequested, this, &PopoverController::stepBy);

@@ -22,6 +22,8 @@ PopoverLayout::PopoverLayout(const PopoverPanel& panel, const PanelEnvironment& 
         const bool isRow = element.role == PanelElement::Role::row;
         if (isRow)
             m_rows.append(path);
+        if (element.isRanked)
+            m_rankedArea |= element.rect;
         if (isRow || element.action)
             m_stops.append(path);
     });

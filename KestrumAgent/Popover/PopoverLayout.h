@@ -42,6 +42,8 @@ public:
     /// The elements that Tab reaches, in this order: what can be pressed, and the rows.
     const QList<Path>& stops() const { return m_stops; }
     const QList<Path>& rows() const { return m_rows; }
+    /// From the top of the first ranked row to the bottom of the last one, with the gaps between them; empty without any.
+    QRectF rankedArea() const { return m_rankedArea; }
 
     /// The innermost element at `point` that fulfils `condition`; empty if there is none. What can be pressed is as large as
     /// its plate. The header's and the sections'
@@ -80,6 +82,7 @@ private:
     QList<PanelElement> m_elements;
     QList<Path> m_stops;
     QList<Path> m_rows;
+    QRectF m_rankedArea;
     qsizetype m_headerElements = 0;
     double m_height = 0;
 };

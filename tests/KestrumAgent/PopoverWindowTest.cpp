@@ -108,6 +108,9 @@ private Q_SLOTS:
         QTest::mouseMove(&popover.window, QPoint(100, 77));
         QTRY_COMPARE(held.count(), 1);
         QCOMPARE(held.last().first().toBool(), true);
+        QTest::mouseMove(&popover.window, QPoint(100, 87)); // between two rows
+        QTest::qWait(20);
+        QCOMPARE(held.count(), 1);
         QTest::mouseMove(&popover.window, QPoint(100, 300));
         QTRY_COMPARE(held.count(), 2);
         QCOMPARE(held.last().first().toBool(), false);

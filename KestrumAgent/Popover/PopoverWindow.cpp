@@ -6,6 +6,8 @@
 #include "KestrumShared/Popover/PopoverFrame.h"
 #include "KestrumShared/Popover/PopoverSurface.h"
 
+#include <QCursor>
+#include <QEnterEvent>
 #include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
@@ -56,7 +58,7 @@ QRegion PopoverWindow::setContent(
     PopoverAccessible::tellChanges(*this, before);
     const double limited = std::clamp(m_scrolled, 0.0, farthest());
     const bool isScrolled = std::exchange(m_scrolled, limited) != limited;
-    holdList();
+    followPointer();
     return isOtherLook || isScrolled ? QRegion(rect()) : changedSince(before, pointer);
 }
 
@@ -105,6 +107,7 @@ void PopoverWindow::scrollTo(double scrolled)
     const double limited = std::clamp(scrolled, 0.0, farthest());
     if (limited == std::exchange(m_scrolled, limited))
         return;
+    followPointer();
     update();
 }
 
@@ -198,6 +201,7 @@ QRectF PopoverWindow::scrollBar() const
 void PopoverWindow::resizeEvent(QResizeEvent*)
 {
     m_scrolled = std::clamp(m_scrolled, 0.0, farthest());
+    followPointer();
     if (testAttribute(Qt::WA_TranslucentBackground))
         return;
     setMask(roundedRegion(size(), PopoverFrame::radius * m_scale));
@@ -205,22 +209,44 @@ void PopoverWindow::resizeEvent(QResizeEvent*)
 
 // The pointer
 
+/// Finds what is below the pointer, after the content or the window's size has changed.
+void PopoverWindow::followPointer()
+{
+    m_environment.pointer = m_pointer ? contentPoint(*m_pointer) : std::nullopt;
+    const bool isHand = m_pointer && !pressable(*m_pointer).isEmpty();
+    if (const auto shape = isHand ? Qt::PointingHandCursor : Qt::ArrowCursor; shape != cursor().shape())
+        setCursor(shape);
+    holdList();
+}
+
 void PopoverWindow::point(const std::optional<QPointF>& place)
 {
-    const auto before = std::exchange(m_environment.pointer, place);
+    m_pointer = place;
+    const auto before = m_environment.pointer;
+    followPointer();
     update(changedSince(m_layout, before));
-    holdList();
+}
+
+void PopoverWindow::enterEvent(QEnterEvent* event)
+{
+    point(event->position());
 }
 
 void PopoverWindow::mouseMoveEvent(QMouseEvent* event)
 {
-    point(contentPoint(event->position()));
-    setCursor(pressable(event->position()).isEmpty() ? Qt::ArrowCursor : Qt::PointingHandCursor);
+    point(event->position());
 }
 
 void PopoverWindow::leaveEvent(QEvent*)
 {
     point(std::nullopt);
+}
+
+/// A pointer that rests while the window moves below it causes no event of its own.
+void PopoverWindow::moveEvent(QMoveEvent*)
+{
+    if (m_pointer)
+        point(mapFromGlobal(QPointF(QCursor::pos())));
 }
 
 void PopoverWindow::mousePressEvent(QMouseEvent* event)
@@ -248,7 +274,7 @@ void PopoverWindow::wheelEvent(QWheelEvent* event)
 {
     const double pixels = event->pixelDelta().y() / m_scale;
     scrollTo(m_scrolled - (pixels != 0 ? pixels : event->angleDelta().y() / 120.0 * wheelStep));
-    point(contentPoint(event->position()));
+    point(event->position());
 }
 
 void PopoverWindow::contextMenuEvent(QContextMenuEvent* event)

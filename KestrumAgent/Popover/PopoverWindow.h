@@ -63,7 +63,9 @@ protected:
     void mouseReleaseEvent(QMouseEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void contextMenuEvent(QContextMenuEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
+    void moveEvent(QMoveEvent* event) override;
     bool event(QEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     bool focusNextPrevChild(bool) override { return false; } // Tab moves the popover's own focus
@@ -73,6 +75,7 @@ private:
     bool act(const QKeyEvent& event);
     void copy() const;
     QRegion changedSince(const PopoverLayout& before, const PanelPointer& pointerBefore) const;
+    void followPointer();
     void point(const std::optional<QPointF>& place);
     std::optional<QPointF> contentPoint(const QPointF& place) const;
     Path pressable(const QPointF& place) const;
@@ -85,6 +88,7 @@ private:
     PopoverLayout m_layout;
     PanelEnvironment m_environment;
     PopoverFocus m_focus;
+    std::optional<QPointF> m_pointer; ///< in the window; its place in the content is the environment's
     Path m_pressed;
     double m_scale = 1;
     double m_scrolled = 0; ///< how far the sections are moved up, in points of the content

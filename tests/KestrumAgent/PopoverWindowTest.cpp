@@ -93,7 +93,7 @@ private Q_SLOTS:
         PaintWatcher watcher;
         popover.window.installEventFilter(&watcher);
         QTest::mouseMove(&popover.window, QPoint(150, 170)); // on the graph
-        QTRY_COMPARE(*popover.graph.pointer, QPointF(150, 170));
+        QTRY_COMPARE(popover.graph.pointer->value_or(QPointF()), QPointF(150, 170));
         QVERIFY(watcher.painted.contains(QPoint(150, 170)));
         QVERIFY(!watcher.painted.contains(QPoint(20, 60))); // not the list
         QEvent leave(QEvent::Leave);
@@ -119,6 +119,35 @@ private Q_SLOTS:
         QCOMPARE(held.last().first().toBool(), true);
     }
 
+    void whatMovesBelowARestingPointerIsPointedAt()
+    {
+        PopoverWindowFixture popover;
+        popover.show(200);
+        QVERIFY(QTest::qWaitForWindowExposed(&popover.window));
+        QSignalSpy held(&popover.window, &PopoverWindow::listHeld);
+        QTest::mouseMove(&popover.window, QPoint(100, 77)); // on the first row
+        QTRY_COMPARE(held.count(), 1);
+        key(popover, Qt::Key_PageDown); // by 143
+        QTRY_COMPARE(popover.graph.pointer->value_or(QPointF()), QPointF(100, 77 + 143));
+        QCOMPARE(held.count(), 2);
+        popover.graph.tall = 100;
+        popover.show(200); // so only 43 can be scrolled
+        QTRY_COMPARE(popover.graph.pointer->value_or(QPointF()), QPointF(100, 77 + 43));
+        const QPoint before = popover.window.geometry().topLeft();
+        popover.window.move(popover.window.pos() - QPoint(10, 50));
+        QTRY_VERIFY(popover.graph.pointer->value_or(QPointF()) != QPointF(100, 77 + 43));
+        const QPoint moved = before - popover.window.geometry().topLeft();
+        QVERIFY(moved.x() > 0 && moved.y() > 40);
+        QCOMPARE(popover.graph.pointer->value_or(QPointF()), QPointF(100, 77 + 43) + moved);
+        popover.window.startAnew();
+        popover.show(200);
+        QTRY_COMPARE(popover.list.pointer->value_or(QPointF()), QPointF(100, 77) + moved);
+        QTest::mouseMove(&popover.window, QPoint(282, 20));
+        QTRY_COMPARE(popover.window.cursor().shape(), Qt::PointingHandCursor); // the gear
+        popover.window.move(popover.window.pos() + QPoint(0, 50));
+        QTRY_COMPARE(popover.window.cursor().shape(), Qt::ArrowCursor);
+    }
+
     void aHeadOfAColumnIsExplainedWhereThePointerRests()
     {
         PopoverWindowFixture popover;
@@ -140,6 +169,7 @@ private Q_SLOTS:
         PopoverWindowFixture popover;
         popover.list.elements.first().children.last().isRanked = false;
         popover.show();
+        QTest::mouseMove(&popover.window, QPoint(100, 300));
         QSignalSpy held(&popover.window, &PopoverWindow::listHeld);
         QTest::mouseMove(&popover.window, QPoint(100, 117)); // on the last row
         key(popover, Qt::Key_End);

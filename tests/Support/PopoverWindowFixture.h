@@ -102,7 +102,7 @@ struct PopoverWindowFixture {
     void show(int room = 10000)
     {
         PopoverPanel panel { header, { list, graph } };
-        window.setContent(panel, PanelEnvironment(), scale);
+        window.update(window.setContent(panel, PanelEnvironment(), scale));
         window.setFixedSize(window.sizeFor(room));
         window.show();
     }

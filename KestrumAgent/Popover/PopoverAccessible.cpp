@@ -203,9 +203,12 @@ void PopoverAccessible::install()
 
 void PopoverAccessible::tellFocus(PopoverWindow& window)
 {
-    if (!QAccessible::isActive() || window.focus().path().isEmpty())
+    if (!QAccessible::isActive())
         return;
-    if (QAccessibleInterface* focused = interfaceAt(window, window.focus().path())) {
+    const Path& path = window.focus().path();
+    QAccessibleInterface* focused
+        = path.isEmpty() ? QAccessible::queryAccessibleInterface(&window) : interfaceAt(window, path);
+    if (focused) {
         QAccessibleEvent event(focused, QAccessible::Focus);
         QAccessible::updateAccessibility(&event);
     }
@@ -223,6 +226,10 @@ void PopoverAccessible::tellChanges(PopoverWindow& window, const PopoverLayout& 
         return list;
     };
     const PopoverLayout& now = window.layout();
+    if (now.name() != before.name()) {
+        QAccessibleEvent event(&window, QAccessible::NameChanged);
+        QAccessible::updateAccessibility(&event);
+    }
     if (shape(now) != shape(before)) {
         QAccessibleEvent event(&window, QAccessible::ObjectReorder);
         QAccessible::updateAccessibility(&event);
@@ -236,9 +243,12 @@ void PopoverAccessible::tellChanges(PopoverWindow& window, const PopoverLayout& 
         QAccessibleStateChangeEvent event(interfaceAt(window, path), changed);
         QAccessible::updateAccessibility(&event);
     });
+    // The first column says whose row it is.
+    const auto owner
+        = [](const PanelElement& of) { return of.columns.isEmpty() ? of.name : of.columns.first(); };
     const Path& focus = window.focus().path();
     if (const PanelElement* focused = now.element(focus);
-        focused && focused->name != before.element(focus)->name) {
+        focused && owner(*focused) != owner(*before.element(focus))) {
         QAccessibleEvent event(interfaceAt(window, focus), QAccessible::NameChanged);
         QAccessible::updateAccessibility(&event);
     }

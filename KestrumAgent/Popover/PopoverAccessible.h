@@ -13,9 +13,10 @@ namespace PopoverAccessible {
 /// Must be called before the first popover's window is used. Further calls have no effect.
 void install();
 
-/// Tells assistive programs that the window's focused element is another one.
+/// Tells assistive programs which element of the window has the focus: without any, the window itself.
 void tellFocus(PopoverWindow& window);
-/// Tells assistive programs what is different in the window since it had the layout `before`.
+/// Tells assistive programs what is different in the window since it had the layout `before`. Values are not told: screen
+/// readers would speak at every tick. They are read when the user asks. Of the focused row, only another owner is told.
 void tellChanges(PopoverWindow& window, const PopoverLayout& before);
 
 } // namespace PopoverAccessible

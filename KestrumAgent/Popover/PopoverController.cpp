@@ -5,7 +5,6 @@
 #include "KestrumAgent/Panel/PopoverStand.h"
 #include "KestrumAgent/Popover/PopoverSource.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
-#include "KestrumShared/Items/SectionItem.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Desktop/SessionPause.h"
 #include "Platform/Desktop/Translucency.h"
@@ -133,7 +132,6 @@ void PopoverController::open(MonitorSection section)
     m_state.hasSystemMonitor = m_systemMonitor.isThere();
     m_state.hasTabs = m_stand.isWithoutStrip();
     m_window->startAnew();
-    m_window->setWindowTitle(SectionItem::of(section).name());
     m_strip.setOpened(section);
     refresh();
     if (isTurned)

@@ -52,6 +52,15 @@ QString PopoverLayout::title() const
     return names.join(QStringLiteral(", "));
 }
 
+QString PopoverLayout::name() const
+{
+    for (qsizetype i = 0; i < m_headerElements; ++i) {
+        if (m_elements[i].role == PanelElement::Role::text)
+            return m_elements[i].columns.value(0);
+    }
+    return {};
+}
+
 QString PopoverLayout::text(const PanelElement& element)
 {
     QString text;

@@ -38,6 +38,8 @@ public:
     bool isInHeader(const Path& path) const { return !path.isEmpty() && path.first() < m_headerElements; }
     /// The header's texts: what the popover is called.
     QString title() const;
+    /// The first of these, without values: which popover it is. Empty for an empty one.
+    QString name() const;
 
     /// The elements that Tab reaches, in this order: what can be pressed, and the rows.
     const QList<Path>& stops() const { return m_stops; }

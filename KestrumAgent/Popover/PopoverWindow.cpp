@@ -55,7 +55,10 @@ QRegion PopoverWindow::setContent(
     m_scale = scale;
     const PopoverLayout before = std::exchange(m_layout, PopoverLayout(panel, m_environment));
     m_focus.adopt(m_layout);
+    setWindowTitle(m_layout.name());
     PopoverAccessible::tellChanges(*this, before);
+    if (std::exchange(m_isFocusInside, !m_focus.path().isEmpty()) && !m_isFocusInside && hasFocus())
+        PopoverAccessible::tellFocus(*this);
     const double limited = std::clamp(m_scrolled, 0.0, farthest());
     const bool isScrolled = std::exchange(m_scrolled, limited) != limited;
     followPointer();

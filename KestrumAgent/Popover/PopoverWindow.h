@@ -88,6 +88,7 @@ private:
     PopoverLayout m_layout;
     PanelEnvironment m_environment;
     PopoverFocus m_focus;
+    bool m_isFocusInside = false;     ///< whether screen readers know an element that has the focus
     std::optional<QPointF> m_pointer; ///< in the window; its place in the content is the environment's
     Path m_pressed;
     double m_scale = 1;

@@ -32,7 +32,9 @@ void PopoverWindow::showFocus()
     }
     holdList();
     update();
-    PopoverAccessible::tellFocus(*this);
+    m_isFocusInside = !m_focus.path().isEmpty();
+    if (m_isFocusInside)
+        PopoverAccessible::tellFocus(*this);
 }
 
 void PopoverWindow::keyPressEvent(QKeyEvent* event)

@@ -31,13 +31,39 @@ private Q_SLOTS:
         QCOMPARE(told(QAccessible::StateChanged), 0);
         m_popover.header.elements[1].isChecked = true; // the pin
         QCOMPARE(told(QAccessible::StateChanged), 1);
-        m_popover.list.elements[0].children[1].name = QStringLiteral("Firefox, cores 4.0"); // has the focus
-        QCOMPARE(told(QAccessible::NameChanged), 1);
-        m_popover.list.elements[0].children[2].name = QStringLiteral("cargo, cores 1.0"); // has not
+        QList<PanelElement>& rows = m_popover.list.elements[0].children;
+        rows[1].name = QStringLiteral("Firefox, cores 4.0"); // has the focus
+        QVERIFY2(told(QAccessible::NameChanged) == 0, "a value is not told");
+        rows[2] = PopoverWindowFixture::row("gcc", "2.2", 50); // has not
         QCOMPARE(told(QAccessible::NameChanged), 0);
+        rows[1] = PopoverWindowFixture::row("make", "4.0", 30);
+        QCOMPARE(told(QAccessible::NameChanged), 1);
         QCOMPARE(told(QAccessible::ObjectReorder), 0);
         m_popover.list.elements[0].children.removeLast();
         QCOMPARE(told(QAccessible::ObjectReorder), 1);
+    }
+
+    void whoTurnsToAnotherPopoverHearsItsName()
+    {
+        const HeardEvents ears;
+        QVERIFY(QTest::qWaitForWindowActive(&m_popover.window));
+        QTest::keyClick(&m_popover.window, Qt::Key_Down);
+        m_popover.header.elements[0].name = QStringLiteral("CPU, 50 %");
+        QCOMPARE(told(QAccessible::Focus), 0);
+        m_popover.header.elements[0].name = QStringLiteral("Memory, 50 %");
+        m_popover.header.elements[0].columns = { QStringLiteral("Memory"), QStringLiteral("50 %") };
+        m_popover.window.startAnew();
+        HeardEvents::taken();
+        m_popover.show();
+        QList<QAccessible::Event> events;
+        for (const HeardEvents::Event& event : HeardEvents::taken()) {
+            QCOMPARE(event.object, &m_popover.window);
+            events.append(event.type);
+        }
+        // A reader that is at a row does not speak of the window's name, so the focus comes after it.
+        QCOMPARE(events, (QList { QAccessible::NameChanged, QAccessible::Focus }));
+        QCOMPARE(m_popover.window.windowTitle(), QStringLiteral("Memory"));
+        QCOMPARE(told(QAccessible::Focus), 0);
     }
 };
 

@@ -5,6 +5,7 @@
 #include <private/qguiapplication_p.h>
 #include <qpa/qplatformaccessibility.h>
 #include <qpa/qplatformintegration.h>
+#include <utility>
 
 namespace kestrum {
 
@@ -31,7 +32,9 @@ public:
     }
     Q_DISABLE_COPY_MOVE(HeardEvents)
 
-    /// The events of one type since the last call, in order.
+    /// All events since the last call, in order.
+    static QList<Event> taken() { return std::exchange(heard, {}); }
+    /// The events of one type since the last call, in order. The others are forgotten.
     static QList<Event> taken(QAccessible::Event type)
     {
         QList<Event> events;

@@ -35,6 +35,7 @@ PopoverWindow::PopoverWindow(QWidget* parent)
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_NoSystemBackground);
+    setAttribute(Qt::WA_AlwaysShowToolTips); // a pinned window explains while another one is active
 }
 
 double PopoverWindow::scaleFor(double textSize)

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QHelpEvent>
+#include <QProxyStyle>
 #include <QSignalSpy>
 #include <QTest>
 #include <QWheelEvent>
@@ -162,6 +163,32 @@ private Q_SLOTS:
         QCOMPARE(tip[0][1].toString(), QStringLiteral("Your own programs"));
         QCOMPARE(tip[0][2].toRect(), QRect(12, 50, 60, 12));
         QVERIFY(tip[1][1].toString().isEmpty());
+    }
+
+    void itExplainsAlsoWhileAnotherWindowIsActive()
+    {
+        struct AtOnce final : QProxyStyle {
+            int styleHint(StyleHint hint, const QStyleOption* option, const QWidget* widget,
+                QStyleHintReturn* result) const override
+            {
+                return hint == SH_ToolTip_WakeUpDelay ? 1
+                                                      : QProxyStyle::styleHint(hint, option, widget, result);
+            }
+        } atOnce;
+        PopoverWindowFixture popover;
+        popover.window.setStyle(&atOnce);
+        popover.list.elements[0].children[0].tip = QStringLiteral("Your own programs");
+        popover.show();
+        QWidget other;
+        other.setGeometry(500, 500, 100, 100);
+        other.show();
+        other.activateWindow();
+        QVERIFY(QTest::qWaitForWindowActive(&other));
+        QVERIFY(!popover.window.isActiveWindow());
+        QSignalSpy tip(&popover.window, &PopoverWindow::tipRequested);
+        QTest::mouseMove(&popover.window, QPoint(20, 55));
+        QTRY_COMPARE_WITH_TIMEOUT(tip.count(), 1, 1000);
+        QCOMPARE(tip[0][1].toString(), QStringLiteral("Your own programs"));
     }
 
     void aRowThatHasAFixedPlaceHoldsNoList()

@@ -11,6 +11,7 @@
 #include <QHelpEvent>
 #include <QMouseEvent>
 #include <QPainter>
+#include <QShortcut>
 #include <algorithm>
 #include <cmath>
 #include <tuple>
@@ -36,6 +37,10 @@ PopoverWindow::PopoverWindow(QWidget* parent)
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_NoSystemBackground);
     setAttribute(Qt::WA_AlwaysShowToolTips); // a pinned window explains while another one is active
+    // As a shortcut, because the toolkit then also finds the key whose letter belongs to another alphabet.
+    auto* pin = new QShortcut(Qt::Key_P, this);
+    pin->setAutoRepeat(false);
+    connect(pin, &QShortcut::activated, this, [this] { Q_EMIT acted({ PanelAction::Kind::togglePin }); });
 }
 
 double PopoverWindow::scaleFor(double textSize)

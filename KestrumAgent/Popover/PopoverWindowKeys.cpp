@@ -80,7 +80,7 @@ bool PopoverWindow::moveBy(const QKeyEvent& event)
     return true;
 }
 
-/// Handles the keys that do something.
+/// Handles the keys that do something, but for those that are shortcuts.
 bool PopoverWindow::act(const QKeyEvent& event)
 {
     const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
@@ -93,8 +93,6 @@ bool PopoverWindow::act(const QKeyEvent& event)
         Q_EMIT acted({ PanelAction::Kind::openSystemMonitor });
     else if (event.key() == Qt::Key_Menu || (event.key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier))
         Q_EMIT menuRequested();
-    else if (modifiers == Qt::NoModifier && event.key() == Qt::Key_P)
-        Q_EMIT acted({ PanelAction::Kind::togglePin });
     else if (modifiers == Qt::NoModifier && (isEnter || event.key() == Qt::Key_Space))
         press(m_focus.isShown() ? m_focus.path() : Path());
     else

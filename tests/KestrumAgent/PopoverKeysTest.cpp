@@ -5,7 +5,6 @@
 
 #include <QApplication>
 #include <QClipboard>
-#include <QKeyEvent>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -16,8 +15,7 @@ class PopoverKeysTest : public QObject {
 
     static void repeat(PopoverWindowFixture& popover, Qt::Key key, Qt::KeyboardModifiers modifiers = {})
     {
-        QKeyEvent event(QEvent::KeyPress, key, modifiers, {}, true);
-        QApplication::sendEvent(&popover.window, &event);
+        QTest::simulateEvent(&popover.window, true, key, modifiers, {}, true);
     }
 
 private Q_SLOTS:
@@ -27,6 +25,7 @@ private Q_SLOTS:
         QSignalSpy acted(&popover.window, &PopoverWindow::acted);
         QSignalSpy closed(&popover.window, &PopoverWindow::closeRequested);
         QSignalSpy menu(&popover.window, &PopoverWindow::menuRequested);
+        QVERIFY(QTest::qWaitForWindowActive(&popover.window)); // for shortcuts
         QTest::keyClick(&popover.window, Qt::Key_Tab);
         repeat(popover, Qt::Key_P);
         repeat(popover, Qt::Key_Return);

@@ -32,6 +32,8 @@ QAccessible::Role accessibleRole(PanelElement::Role role)
         return QAccessible::Button;
     case Role::checkBox:
         return QAccessible::CheckBox;
+    case Role::tab:
+        return QAccessible::PageTab;
     }
     return QAccessible::StaticText;
 }
@@ -93,6 +95,8 @@ public:
         state.focused = m_window->hasFocus() && m_window->focus().path() == m_path;
         state.checkable = element()->role == PanelElement::Role::checkBox;
         state.checked = state.checkable && element()->isChecked;
+        state.selectable = element()->role == PanelElement::Role::tab;
+        state.selected = state.selectable && element()->isChecked;
         state.readOnly = element()->role == PanelElement::Role::bar;
         return state;
     }
@@ -239,7 +243,8 @@ void PopoverAccessible::tellChanges(PopoverWindow& window, const PopoverLayout& 
         if (element.isChecked == before.element(path)->isChecked)
             return;
         QAccessible::State changed;
-        changed.checked = true;
+        changed.selected = element.role == PanelElement::Role::tab;
+        changed.checked = !changed.selected;
         QAccessibleStateChangeEvent event(interfaceAt(window, path), changed);
         QAccessible::updateAccessibility(&event);
     });

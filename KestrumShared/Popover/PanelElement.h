@@ -39,6 +39,7 @@ struct PanelElement {
         graph,
         button,
         checkBox,
+        tab, ///< leads to another section; the open section's is checked
     };
     Role role = Role::text;
     QString name;        ///< as a screen reader says it: "Firefox, cores 3.9, CPU 24 %"

@@ -100,7 +100,7 @@ QList<PanelElement> PopoverHeader::describe(const QRectF& rect, const PanelEnvir
     QList<PanelElement> elements;
     for (qsizetype i = 0; i < tabs.size(); ++i) {
         PanelElement tab;
-        tab.role = PanelElement::Role::button;
+        tab.role = PanelElement::Role::tab;
         tab.name = tabs[i].title;
         tab.rect = at.tabs[i];
         tab.action = tabs[i].action;

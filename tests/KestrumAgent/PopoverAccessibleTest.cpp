@@ -43,6 +43,26 @@ private Q_SLOTS:
         QCOMPARE(told(QAccessible::ObjectReorder), 1);
     }
 
+    void theOpenSectionsTabIsSelected()
+    {
+        const HeardEvents ears;
+        PanelElement& tab = m_popover.header.elements[2];
+        tab.role = PanelElement::Role::tab;
+        m_popover.show();
+        const auto state
+            = [this] { return QAccessible::queryAccessibleInterface(&m_popover.window)->child(2)->state(); };
+        QCOMPARE(
+            QAccessible::queryAccessibleInterface(&m_popover.window)->child(2)->role(), QAccessible::PageTab);
+        QVERIFY(state().selectable && !state().selected && !state().checkable);
+        tab.isChecked = true;
+        HeardEvents::taken();
+        m_popover.show();
+        QVERIFY(state().selected && !state().checked);
+        const auto told = HeardEvents::taken(QAccessible::StateChanged);
+        QCOMPARE(told.size(), 1);
+        QVERIFY(told.first().changed.selected && !told.first().changed.checked);
+    }
+
     void whoTurnsToAnotherPopoverHearsItsName()
     {
         const HeardEvents ears;

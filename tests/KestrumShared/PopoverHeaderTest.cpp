@@ -144,7 +144,7 @@ private Q_SLOTS:
             const PanelPixels pixels = drawn(part, rows(direction), 300);
             const QList<PanelElement> told = part.describe(whole, rows(direction));
             for (int i = 0; i < 4; ++i) {
-                QCOMPARE(told[i].role, PanelElement::Role::button);
+                QCOMPARE(told[i].role, PanelElement::Role::tab);
                 QCOMPARE(told[i].isChecked, i == 1);
                 QCOMPARE(told[i].action, part.tabs[i].action);
                 QCOMPARE(pixels.drawn(told[i].rect, rows().headerColour()).isNull(), i != 1);

@@ -50,7 +50,9 @@ PopoverPanel SectionPanel::disk() const
         const QColor colour = used >= redShare ? m_environment.readable(redBar)
             : used >= amberShare               ? m_environment.readable(amberBar)
                                                : readColour;
-        volumes.append(PanelStack { { row, MetricProgressBar { used, colour, volume.name } }, volumeBarGap });
+        const std::optional<double> share = hasSpace ? std::optional(used) : std::nullopt;
+        volumes.append(
+            PanelStack { { row, MetricProgressBar { share, colour, volume.name } }, volumeBarGap });
     }
     if (readings.moreVolumes > 0)
         volumes.append(

@@ -36,9 +36,9 @@ void MetricProgressBar::draw(QPainter& painter, const QRectF& rect, const PanelE
     painter.setPen(Qt::NoPen);
     painter.setBrush(trackColour(environment.scheme));
     painter.drawRoundedRect(track, progressBarRadius, progressBarRadius);
-    if (!(value > 0))
+    if (!(value > 0.0))
         return;
-    const QRectF fill = environment.fromLeading(track, 0, track.width() * std::min(value, 1.0));
+    const QRectF fill = environment.fromLeading(track, 0, track.width() * std::min(*value, 1.0));
     painter.setBrush(fillColour.value_or(ownFill(environment.scheme)));
     painter.drawRoundedRect(fill, progressBarRadius, progressBarRadius);
 }
@@ -49,7 +49,8 @@ QList<PanelElement> MetricProgressBar::describe(const QRectF& rect, const PanelE
     bar.role = PanelElement::Role::bar;
     bar.name = name;
     bar.rect = rect;
-    bar.fraction = value > 0 ? std::min(value, 1.0) : 0;
+    if (value)
+        bar.fraction = *value > 0 ? std::min(*value, 1.0) : 0;
     return { bar };
 }
 

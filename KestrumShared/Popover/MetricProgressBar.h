@@ -11,7 +11,8 @@ namespace kestrum {
 
 /// A thin bar that is filled from its leading end.
 struct MetricProgressBar {
-    double value = 0;                                ///< filled share, limited to 0…1; NaN counts as 0
+    /// Filled share, limited to 0…1; NaN counts as 0. An unknown one looks as 0 does.
+    std::optional<double> value = 0;
     std::optional<QColor> fillColour = std::nullopt; ///< nothing for the default colour
     QString name = {};                               ///< what the bar shows, for screen readers
 

@@ -238,7 +238,7 @@ QList<PanelPart> SectionPanel::batteryRows() const
     const std::optional<BatteryState>& battery = readings.battery;
     if (!battery)
         return { SectionTitle { AppLanguage::string("BATTERY"), { { Amounts::lost() } } },
-            MetricProgressBar { 0, std::nullopt, AppLanguage::string("Battery") },
+            MetricProgressBar { std::nullopt, std::nullopt, AppLanguage::string("Battery") },
             valueRow(Amounts::lost(), QString()) };
     std::optional<QColor> warning;
     if (battery->status == BatteryState::Status::discharging && battery->charge <= amberCharge)

@@ -67,6 +67,8 @@ private Q_SLOTS:
             [](QPainter& painter) { MetricProgressBar {}.draw(painter, QRectF(0, 0, 20, 8), in(dark)); },
             QColor(200, 200, 200));
         QVERIFY_COLOUR(onGrey.at(10, 4), QColor(140, 140, 140));
+        QCOMPARE(drawn(MetricProgressBar { std::nullopt }, in(light)).image(),
+            drawn(MetricProgressBar { 0.0 }, in(light)).image());
     }
 
     void aBarTakesAnotherFill()

@@ -103,12 +103,11 @@ PopoverPanel SectionPanel::cpu() const
                 readings.uptime.value ? m_amounts.duration(*readings.uptime.value) : Amounts::lost()));
     }
     if (!values.isEmpty())
-        rows.append(InsetDivider {});
-    rows += values;
+        values.prepend(InsetDivider {});
 
     return { header(MonitorSection::cpu, percent(readings.usage)),
         { DenseSection { std::nullopt, { usage } }, DenseSection { std::nullopt, { cores } },
-            DenseSection { std::nullopt, rows } } };
+            DenseSection { std::nullopt, rows, values } } };
 }
 
 } // namespace kestrum

@@ -11,7 +11,7 @@ namespace {
 
 PanelStack stack(const DenseSection& section, const PanelEnvironment& environment)
 {
-    PanelStack stack { section.content, environment.metrics.rowSpacing };
+    PanelStack stack { section.content + section.others, environment.metrics.rowSpacing };
     if (section.title)
         stack.parts.prepend(SectionTitle { *section.title });
     return stack;
@@ -41,12 +41,19 @@ QList<PanelElement> DenseSection::describe(const QRectF& rect, const PanelEnviro
     PanelElement group;
     group.role = PanelElement::Role::group;
     group.rect = rect;
-    group.children = stack(*this, environment).describe(inner(rect, environment), environment);
+    QList<PanelElement> after;
+    const PanelStack parts = stack(*this, environment);
+    const QList<QRectF> places = parts.places(inner(rect, environment), environment);
+    const qsizetype grouped = places.size() - others.size();
+    for (qsizetype i = 0; i < places.size(); ++i)
+        (i < grouped ? group.children : after) += parts.parts[i].describe(places[i], environment);
+    if (!others.isEmpty() && grouped > 0)
+        group.rect.setBottom(places[grouped - 1].bottom());
     if (!group.children.isEmpty()) {
         const PanelElement& first = group.children.first();
         group.name = first.columns.isEmpty() ? first.name : first.columns.first();
     }
-    return { group };
+    return QList<PanelElement> { group } + after;
 }
 
 QList<QRectF> DenseSection::changes(const DenseSection& before, const QRectF& rect,

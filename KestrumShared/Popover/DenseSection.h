@@ -15,10 +15,11 @@ struct DenseSection {
 
     std::optional<QString> title = std::nullopt;
     QList<PanelPart> content = {};
+    QList<PanelPart> others = {}; ///< below the content; the title does not speak of these
 
     double height(const PanelEnvironment& environment) const;
     void draw(QPainter& painter, const QRectF& rect, const PanelEnvironment& environment) const;
-    /// One group. Its name is the section's title, or the first words of its content.
+    /// One group with the content, and after it the others. Its name is the section's title, or the first words of its content.
     QList<PanelElement> describe(const QRectF& rect, const PanelEnvironment& environment) const;
     /// As `PanelPart::changes`.
     QList<QRectF> changes(const DenseSection& before, const QRectF& rect, const PanelEnvironment& environment,

@@ -48,9 +48,10 @@ PopoverPanel SectionPanel::memory() const
     };
 
     const QString pressure = m_amounts.percent(readings.pressure);
-    QList<PanelPart> amounts { SectionTitle { AppLanguage::string("PRESSURE"), { { pressure } } },
-        MetricProgressBar { readings.pressure, std::nullopt, AppLanguage::string("Pressure") },
-        valueRow(AppLanguage::string("Memory Used"), ofWhole(parts.used(), parts.total)) };
+    const QList<PanelPart> strain { SectionTitle { AppLanguage::string("PRESSURE"), { { pressure } } },
+        MetricProgressBar { readings.pressure, std::nullopt, AppLanguage::string("Pressure") } };
+    QList<PanelPart> amounts { valueRow(
+        AppLanguage::string("Memory Used"), ofWhole(parts.used(), parts.total)) };
     HistoryGraph usage;
     usage.title = AppLanguage::string("USAGE");
     usage.name = AppLanguage::string("Usage");
@@ -63,7 +64,7 @@ PopoverPanel SectionPanel::memory() const
         amounts.append(valueRow(use.title, m_amounts.memory(double(use.bytes)), use.colour));
         usage.lines.append({ use.history, use.colour, true, use.title });
     }
-    QList<PanelPart> sections { DenseSection { std::nullopt, amounts },
+    QList<PanelPart> sections { DenseSection { std::nullopt, strain, amounts },
         DenseSection { std::nullopt, { usage } } };
 
     if (readings.hasSwap)

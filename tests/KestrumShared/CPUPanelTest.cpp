@@ -51,6 +51,11 @@ private Q_SLOTS:
             withPlainBlanks(panel().element(text("Firefox")).name), text("Firefox, cores 3.9, CPU 24 %"));
     }
 
+    void onlyAppsAreInTheGroupOfThatName()
+    {
+        QCOMPARE(panel().groupOf(text("APPS")).join(u'|'), text("Firefox|cargo|GNOME Shell|Spotify|Kernel"));
+    }
+
     void rowsOfAPoorMachine()
     {
         m_readings = SamplePopoverReadings::poor();

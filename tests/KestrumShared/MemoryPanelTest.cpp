@@ -51,6 +51,11 @@ private Q_SLOTS:
         QCOMPARE(panel().element(text("Signal")).name, text("Signal, memory 388 MB"));
     }
 
+    void thePartsOfTheMemoryAreNotInTheGroupOfThePressure()
+    {
+        QCOMPARE(panel().groupOf(text("PRESSURE")), QStringList(text("Pressure")));
+    }
+
     void withoutCompressionAndSwapTheirRowsAreGone()
     {
         QStringList expected = lines();

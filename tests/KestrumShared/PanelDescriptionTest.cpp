@@ -53,6 +53,7 @@ private Q_SLOTS:
         for (const auto& [value, share] : { std::pair(-1.0, 0.0), std::pair(7.0, 1.0),
                  std::pair(std::numeric_limits<double>::quiet_NaN(), 0.0) })
             QCOMPARE(onlyElement(MetricProgressBar { value }).fraction, std::optional(share));
+        QVERIFY2(!onlyElement(MetricProgressBar { std::nullopt }).fraction, "unknown is not 0 %");
     }
 
     void decorationsAreNotTold()
@@ -80,6 +81,22 @@ private Q_SLOTS:
             QCOMPARE(group.role, PanelElement::Role::group);
             QCOMPARE(group.name, QString::fromLatin1(name));
         }
+    }
+
+    void whatTheTitleDoesNotSpeakOfIsOutsideTheGroup()
+    {
+        const ValueRow app { QStringLiteral("Firefox"), QStringLiteral("3.9") };
+        const ValueRow load { QStringLiteral("Load"), QStringLiteral("1") };
+        const DenseSection apart { QStringLiteral("APPS"), { app }, { InsetDivider {}, load } };
+        const DenseSection together { QStringLiteral("APPS"), { app, InsetDivider {}, load } };
+        QCOMPARE(drawn(apart, in(light)).image(), drawn(together, in(light)).image());
+        const QRectF rect(0, 0, 200, apart.height(in(light)));
+        const QList<PanelElement> told = apart.describe(rect, in(light));
+        QCOMPARE(told.size(), 2);
+        QCOMPARE(told[0].name, QStringLiteral("APPS"));
+        QCOMPARE(told[0].children.size(), 2);
+        QCOMPARE(told[1].rect, together.describe(rect, in(light))[0].children[2].rect);
+        QVERIFY(!told[0].rect.intersects(told[1].rect)); // readers look for what is at a place
     }
 
     void theElementsOfASectionAreWhereItsPartsAreDrawn()

@@ -29,15 +29,29 @@ public:
     PanelPixels drawn() const { return PanelFixture::drawn(m_parts, m_environment, PopoverPanel::width); }
 
     /// One line for each element below the header: its columns, separated by " | ", and the share of a bar. The first line of a
-    /// section begins with "# ".
+    /// group begins with "# ".
     QStringList lines() const
     {
         QStringList lines;
-        for (const PanelElement& section : m_elements) {
-            for (qsizetype i = 0; i < section.children.size(); ++i)
-                lines.append((i == 0 ? QStringLiteral("# ") : QString()) + line(section.children[i]));
+        for (const PanelElement& element : m_elements) {
+            if (element.role != PanelElement::Role::group && element.rect.top() >= headerHeight())
+                lines.append(line(element));
+            for (qsizetype i = 0; i < element.children.size(); ++i)
+                lines.append((i == 0 ? QStringLiteral("# ") : QString()) + line(element.children[i]));
         }
         return lines;
+    }
+    /// The first columns of the group's elements, without its title.
+    QStringList groupOf(const QString& title) const
+    {
+        QStringList names;
+        for (const PanelElement& element : m_elements) {
+            if (element.role != PanelElement::Role::group || element.name != title)
+                continue;
+            for (const PanelElement& child : element.children.mid(1))
+                names.append(child.columns.value(0, child.name));
+        }
+        return names;
     }
 
     /// The first element that fits; an empty element if there is none.
@@ -60,6 +74,7 @@ public:
     }
 
 private:
+    double headerHeight() const { return m_panel.header.height(m_environment); }
     static QString line(const PanelElement& element)
     {
         QString line = element.columns.isEmpty() ? element.name : element.columns.join(QStringLiteral(" | "));

@@ -28,6 +28,12 @@ std::optional<double> newCelsius(QList<SensorDevice> devices, SensorDevice::Kind
     return highestCelsius(devices, kind);
 }
 
+bool isAnyOld(const QList<SensorDevice>& devices, SensorDevice::Kind kind)
+{
+    return std::any_of(devices.begin(), devices.end(),
+        [kind](const SensorDevice& device) { return device.kind == kind && device.isOld; });
+}
+
 std::optional<double> fastest(const QList<FanSpeed>& fans)
 {
     std::optional<double> highest;
@@ -197,13 +203,16 @@ void SensorsPopoverReader::adopt(
     addHighest(readings);
     // What an item reads is in the history already.
     const Sensors::Wanted& answered = sample.live.answered().sensors;
-    const auto addTo = [&](History& history, bool isRead, SensorDevice::Kind kind) {
+    const auto addTo = [&](History& history, bool isRead, SensorDevice::Kind kind, bool& wasOld) {
         const auto celsius = newCelsius(devices.list->devices, kind);
+        // Between two readings of a device that answers slowly, there is no gap.
+        const int ticks
+            = std::exchange(wasOld, isAnyOld(devices.list->devices, kind)) ? SensorList::slowInterval : 1;
         if (!isRead && celsius)
-            history.add(*celsius, sample.interval, sample.now);
+            history.add(*celsius, ticks * sample.interval, sample.now);
     };
-    addTo(sample.histories.cpuTemperature, answered.cpu, SensorDevice::Kind::cpu);
-    addTo(sample.histories.gpuTemperature, answered.gpu, SensorDevice::Kind::gpu);
+    addTo(sample.histories.cpuTemperature, answered.cpu, SensorDevice::Kind::cpu, m_opening->wasCPUOld);
+    addTo(sample.histories.gpuTemperature, answered.gpu, SensorDevice::Kind::gpu, m_opening->wasGPUOld);
 }
 
 void SensorsPopoverReader::showHighest(SensorsPopoverReadings& readings) const

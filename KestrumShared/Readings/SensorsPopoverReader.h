@@ -61,6 +61,8 @@ private:
         std::shared_ptr<Battery> battery;
         bool isListRead = false;            ///< whether the worker was told of the opening
         std::optional<double> hottest, gpu; ///< of all devices, also of those without a row
+        bool wasCPUOld = false;             ///< whether one was passed over at the last reading
+        bool wasGPUOld = false;
     };
     void forgetDevices(SensorsPopoverReadings& readings);
     bool begin(bool isNewOpening, std::shared_ptr<Battery> battery, std::function<void()> ring);

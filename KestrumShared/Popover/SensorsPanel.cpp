@@ -69,12 +69,10 @@ QString statusText(BatteryState::Status status)
     return {};
 }
 
-/// The first device of `kind`, whose temperature the graph shows; null without any.
-const SensorDevice* firstOf(Kind kind, const QList<SensorDevice>& devices)
+bool hasAny(Kind kind, const QList<SensorDevice>& devices)
 {
-    const auto found = std::find_if(
+    return std::any_of(
         devices.begin(), devices.end(), [kind](const SensorDevice& device) { return device.kind == kind; });
-    return found == devices.end() ? nullptr : &*found;
 }
 
 std::optional<double> highestNow(const QList<SensorDevice>& devices)
@@ -116,8 +114,8 @@ QString SectionPanel::sensorsHeader() const
 QList<PanelPart> SectionPanel::temperatureRows() const
 {
     const SensorsPopoverReadings& readings = m_readings.sensors;
-    const SensorDevice* cpuDevice = firstOf(Kind::cpu, readings.devices);
-    const SensorDevice* gpuDevice = firstOf(Kind::gpu, readings.devices);
+    const bool hasCPU = hasAny(Kind::cpu, readings.devices);
+    const bool hasGPU = hasAny(Kind::gpu, readings.devices);
     const QColor cpuColour = accent(Keys::cpuAccent);
     const QColor fastColour = accent(Keys::cpuFastCoreAccent);
     const QColor gpuColour = fastColour == cpuColour ? counterpart(cpuColour) : fastColour;
@@ -135,8 +133,9 @@ QList<PanelPart> SectionPanel::temperatureRows() const
     QList<PanelPart> rows { title };
     for (const SensorDevice& device : readings.devices) {
         ColumnRow row = valueRow(deviceName(device), QString());
-        if (&device == cpuDevice || &device == gpuDevice)
-            row.colour = &device == cpuDevice ? cpuColour : gpuColour;
+        // A line is that of the hottest of its kind, whichever this is at the moment.
+        if (device.kind == Kind::cpu || device.kind == Kind::gpu)
+            row.colour = device.kind == Kind::cpu ? cpuColour : gpuColour;
         const auto highest = readings.highest.find(device.id);
         const QString most = highest == readings.highest.end() ? Amounts::lost() : degrees(*highest);
         const QString now = device.isAsleep ? AppLanguage::string("Asleep") : degrees(device.celsius);
@@ -162,12 +161,12 @@ QList<PanelPart> SectionPanel::temperatureRows() const
         rows.append(
             dimmedRow(AppLanguage::string("%1 more", { m_amounts.count(readings.moreDevices) }), QString()));
 
-    if (cpuDevice || gpuDevice) {
+    if (hasCPU || hasGPU) {
         HistoryGraph graph;
         graph.name = AppLanguage::string("Temperature");
-        if (cpuDevice)
+        if (hasCPU)
             graph.lines.append({ readings.cpuHistory, cpuColour, true, AppLanguage::string("CPU") });
-        if (gpuDevice)
+        if (hasGPU)
             graph.lines.append({ readings.gpuHistory, gpuColour, false, AppLanguage::string("GPU") });
         graph.graphHeight = temperatureGraphHeight;
         graph.least = coolest;

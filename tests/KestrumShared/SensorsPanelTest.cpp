@@ -303,6 +303,29 @@ private Q_SLOTS:
         QCOMPARE(colours(95), std::pair(false, true));
     }
 
+    // The lines are those of the hottest of a kind.
+    void eachProcessorAndGraphicsCardHasItsLinesDot()
+    {
+        using Kind = SensorDevice::Kind;
+        sensors().devices = { { text("a"), Kind::cpu, 1, {}, 48.0, false, {} },
+            { text("b"), Kind::cpu, 2, {}, 52.0, false, {} }, { text("c"), Kind::gpu, 1, {}, {}, true, {} },
+            { text("d"), Kind::gpu, 2, {}, 60.0, false, {} },
+            { text("e"), Kind::disk, 0, {}, 40.0, false, {} } };
+        const auto dotAt = [this](const char* device) {
+            const QRectF row = panel()
+                                   .first([device](const PanelElement& element) {
+                                       return withPlainBlanks(element.columns.value(0)) == text(device);
+                                   })
+                                   .rect;
+            return panel().drawn().at(row.left() + 3.5, row.center().y());
+        };
+        const QColor background = dotAt("Disk");
+        QVERIFY(dotAt("CPU 1") != background);
+        QCOMPARE(dotAt("CPU 2"), dotAt("CPU 1"));
+        QVERIFY(dotAt("GPU 1") != background && dotAt("GPU 1") != dotAt("CPU 1"));
+        QCOMPARE(dotAt("GPU 2"), dotAt("GPU 1"));
+    }
+
     void equalAccentsStayApartInTheGraph()
     {
         SharedSettings::store().set(Keys::cpuAccent.name, text("blue"));

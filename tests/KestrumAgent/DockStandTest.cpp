@@ -8,10 +8,79 @@
 #include "tests/Support/VirtualDisplay.h"
 
 #include <QApplication>
+#include <QDeadlineTimer>
 #include <QSignalSpy>
 #include <QTest>
+#include <QWindow>
+#include <cstdlib>
+#include <xcb/xcb.h>
 
 using namespace kestrum;
+
+namespace {
+
+/// A window manager that puts a window into a frame in the screen's corner, and moves the frame only when told.
+class LateFrame {
+public:
+    LateFrame()
+    {
+        xcb_change_window_attributes(m_server, m_root, XCB_CW_EVENT_MASK, &redirected);
+        finish();
+    }
+    ~LateFrame() { xcb_disconnect(m_server); }
+    Q_DISABLE_COPY_MOVE(LateFrame)
+
+    /// Grants what the windows ask for, except that one that is to be shown gets its frame.
+    void serve()
+    {
+        while (auto* event = xcb_poll_for_event(m_server)) {
+            const int type = event->response_type & 0x7F;
+            if (type == XCB_CONFIGURE_REQUEST) {
+                const auto& asked = *reinterpret_cast<const xcb_configure_request_event_t*>(event);
+                const int32_t values[] = { asked.x, asked.y, asked.width, asked.height };
+                xcb_configure_window(m_server, asked.window, everything, values);
+                m_place = QRect(asked.x, asked.y, asked.width, asked.height);
+            } else if (type == XCB_MAP_REQUEST) {
+                m_frame = xcb_generate_id(m_server);
+                xcb_create_window(m_server, XCB_COPY_FROM_PARENT, m_frame, m_root, 0, 0,
+                    uint16_t(m_place.width()), uint16_t(m_place.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
+                    XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &redirected);
+                m_window = reinterpret_cast<const xcb_map_request_event_t*>(event)->window;
+                xcb_reparent_window(m_server, m_window, m_frame, 0, 0);
+            }
+            std::free(event);
+        }
+        finish();
+    }
+    bool hasFrame() const { return m_frame != XCB_WINDOW_NONE; }
+    void showFrame() const
+    {
+        const int32_t corner[] = { m_place.x(), m_place.y() };
+        xcb_configure_window(m_server, m_frame, XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y, corner);
+        xcb_map_window(m_server, m_window);
+        xcb_map_window(m_server, m_frame);
+        finish();
+    }
+
+private:
+    static constexpr uint32_t redirected = XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT;
+    static constexpr uint16_t everything
+        = XCB_CONFIG_WINDOW_X | XCB_CONFIG_WINDOW_Y | XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT;
+
+    /// Waits until the server has done all.
+    void finish() const
+    {
+        std::free(xcb_get_input_focus_reply(m_server, xcb_get_input_focus(m_server), nullptr));
+    }
+
+    xcb_connection_t* m_server = xcb_connect(nullptr, nullptr);
+    xcb_window_t m_root = xcb_setup_roots_iterator(xcb_get_setup(m_server)).data->root;
+    xcb_window_t m_frame = XCB_WINDOW_NONE;
+    xcb_window_t m_window = XCB_WINDOW_NONE;
+    QRect m_place;
+};
+
+} // namespace
 
 class DockStandTest : public QObject {
     Q_OBJECT
@@ -46,6 +115,27 @@ private Q_SLOTS:
         click(
             DockStand::place(QSize(200, 200), QRect(700, 0, 60, 22), QRect(600, 0, 400, 22), free).center());
         QTRY_COMPARE(dismissed.count(), 1);
+        stand.hide();
+    }
+
+    void aFrameThatIsMovedLateDoesNotMisleadTheToolkit()
+    {
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
+        LateFrame manager;
+        PanelStrip strip(std::make_shared<FakeReadings>());
+        DockStand stand(strip);
+        stand.setGround(QRect(600, 0, 400, 22), QRect(0, 0, VirtualDisplay::width, 700));
+        QWidget window;
+        stand.show(window, QSize(200, 200), QRect(100, 0, 60, 22));
+        const QPoint place = window.pos();
+        // The toolkit is not given time to hear of its place before the frame is there.
+        for (QDeadlineTimer limit(5000); !manager.hasFrame() && !limit.hasExpired();)
+            manager.serve();
+        QTRY_COMPARE(window.windowHandle()->position(), QPoint(0, 0));
+        manager.showFrame();
+        QTRY_COMPARE(window.windowHandle()->position(), place);
+        QCOMPARE(window.mapToGlobal(QPoint(0, 0)), place);
         stand.hide();
     }
 };

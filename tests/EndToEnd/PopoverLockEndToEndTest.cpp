@@ -91,6 +91,15 @@ private Q_SLOTS:
         waitForNone();
     }
 
+    void aFocusThatMayFollowThePointerDoesNotCloseIt()
+    {
+        const QByteArray window = clickAndOpen("memory", "Memory");
+        DesktopFixture::moveTo({ 50, panelHeight + 25 });
+        fixture().turnToOther();
+        QTest::qWait(300); // longer than the toolkit waits for another window's focus
+        QCOMPARE(windows(), QByteArrayList { window });
+    }
+
     void aPinIsForgottenWhenItCloses()
     {
         clickAndOpen("memory", "Memory");

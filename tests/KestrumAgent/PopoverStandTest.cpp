@@ -6,6 +6,7 @@
 #include "tests/Support/TestHome.h"
 
 #include <QApplication>
+#include <QScreen>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -67,6 +68,19 @@ private Q_SLOTS:
         QCOMPARE(tray.window.size(), QSize(300, 400));
         tray.turnToOther();
         QTRY_COMPARE(tray.dismissed.count(), 1);
+    }
+
+    void itHearsOfAnotherSizeOfItsScreenWhileItIsShown()
+    {
+        Tray tray;
+        QVERIFY(tray.isReady());
+        QSignalSpy changed(&tray.stand, &PopoverStand::roomChanged);
+        QScreen* screen = tray.window.screen();
+        Q_EMIT screen->availableGeometryChanged(screen->availableGeometry());
+        QCOMPARE(changed.count(), 1);
+        tray.stand.hide();
+        Q_EMIT screen->availableGeometryChanged(screen->availableGeometry());
+        QCOMPARE(changed.count(), 1);
     }
 
     void aPinnedOneStays()

@@ -14,7 +14,8 @@ class PanelStrip;
 /// Shows a window beside an item of a strip that stands as a window of its own. The window is no popup of the toolkit, which
 /// would grab the keyboard and the pointer: presses elsewhere are heard by `X11Presses`. The window is also dismissed when the
 /// user gives the keyboard to another program. Where the focus follows the pointer, a move of the pointer may have done that:
-/// so the window stays if the pointer has meanwhile gone to where neither the window nor the strip is.
+/// so the window stays if the pointer has meanwhile gone to where neither the window nor the strip is. It also stays on a change
+/// of the virtual desktop if the window manager lets it keep the focus, as openbox does.
 class DockStand final : public PopoverStand {
     Q_OBJECT
 public:

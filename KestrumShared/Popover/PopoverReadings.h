@@ -71,6 +71,7 @@ struct DiskPopoverReadings {
 struct SensorsPopoverReadings {
     /// The values of the item's readout, for the header.
     std::optional<double> systemWatts, hottest, gpu, fastestFan;
+    bool isAnswered = false; ///< whether the devices were ever asked and answered; until then, none is known
     QList<SensorDevice> devices;
     int moreDevices = 0;
     QHash<QString, double> highest; ///< °C and rpm by `SensorDevice::id` and `FanSpeed::id`

@@ -154,6 +154,7 @@ SensorsPopoverReadings richSensors()
 {
     using Kind = SensorDevice::Kind;
     SensorsPopoverReadings sensors;
+    sensors.isAnswered = true;
     sensors.systemWatts = 24;
     sensors.hottest = 86;
     sensors.gpu = 41;

@@ -262,7 +262,7 @@ PopoverPanel SectionPanel::sensors() const
         if (rows.size() > 1) // more than the title
             sections.append(DenseSection { std::nullopt, rows });
     }
-    if (sections.isEmpty())
+    if (sections.isEmpty() && m_readings.sensors.isAnswered)
         sections.append(DenseSection { std::nullopt,
             { PanelNote {
                 AppLanguage::string("No sensors"), PopoverPanel::width - 2 * DenseSection::sidePadding } } });

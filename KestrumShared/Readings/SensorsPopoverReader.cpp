@@ -179,6 +179,7 @@ void SensorsPopoverReader::showDevices(SensorsPopoverReadings& readings, const S
 // Only the rows count: when the popover is opened, its values are those of that moment.
 void SensorsPopoverReader::adoptRows(SensorsPopoverReadings& readings, const Devices& devices)
 {
+    readings.isAnswered = true;
     readings.hasBattery = devices.battery.has_value();
     if (!devices.list)
         return;
@@ -190,6 +191,7 @@ void SensorsPopoverReader::adoptRows(SensorsPopoverReadings& readings, const Dev
 void SensorsPopoverReader::adopt(
     SensorsPopoverReadings& readings, const Devices& devices, const PopoverSample& sample)
 {
+    readings.isAnswered = true; // also where no device can be read
     if (!std::exchange(m_knowsBattery, true))
         readings.hasBattery = readings.hasBattery || devices.battery;
     readings.battery = devices.battery;

@@ -108,7 +108,9 @@ private Q_SLOTS:
     void aMachineThatMeasuresNothing()
     {
         m_fixture->devices.setList(SensorList::Values {});
+        QVERIFY(!sensors().isAnswered);
         open();
+        QVERIFY(sensors().isAnswered);
         QVERIFY(sensors().devices.isEmpty() && sensors().fans.isEmpty() && !sensors().hasBattery);
         for (const auto* row : { &sensors().wholeWatts, &sensors().cpuWatts, &sensors().gpuWatts })
             QCOMPARE(*row, RowValue<double>());
@@ -123,6 +125,13 @@ private Q_SLOTS:
         QVERIFY(!sensors().hasBattery);
         QCOMPARE(sensors().gpuWatts, RowValue<double>());
         QCOMPARE(sensors().wholeWatts, RowValue<double>());
+    }
+
+    void whereNothingCanBeReadThatIsKnownToo()
+    {
+        m_fixture->devices.setList(std::nullopt);
+        m_fixture->open(MonitorSection::sensors);
+        QTRY_VERIFY_WITH_TIMEOUT((m_fixture->tick(), sensors().isAnswered), 5000);
     }
 
     void whatIsLostKeepsItsRow()
@@ -294,7 +303,8 @@ private Q_SLOTS:
         m_fixture->open(MonitorSection::sensors);
         QCOMPARE(sensors().devices, twoChips({}, {}).devices);
         QCOMPARE(sensors().fans.size(), 2);
-        QVERIFY(sensors().hasBattery && sensors().gpuWatts.hasRow && !sensors().gpuWatts.value);
+        QVERIFY(sensors().isAnswered && sensors().hasBattery && sensors().gpuWatts.hasRow
+            && !sensors().gpuWatts.value);
     }
 
     // The graphics card fell asleep since the popover was last open.

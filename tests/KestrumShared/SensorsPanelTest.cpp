@@ -71,6 +71,8 @@ private Q_SLOTS:
     void sectionsWithoutSourcesAreGone()
     {
         sensors() = {};
+        QVERIFY2(lines().isEmpty(), "nobody knows yet");
+        sensors().isAnswered = true;
         QCOMPARE(lines(), QStringList { text("# No sensors") });
         QCOMPARE(header(), QString());
     }

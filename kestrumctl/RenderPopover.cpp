@@ -20,7 +20,6 @@ namespace kestrum {
 namespace {
 
 const QLatin1StringView popoverPrefix("popover-");
-constexpr int rowFontSize = 12;
 
 // With no number of cores given, the sample is always the same, unlike the samples of items, which have this machine's cores.
 PopoverReadings sampleReadings(const CommandLine& line)
@@ -87,7 +86,7 @@ Result<QImage> RenderPopover::drawn(
     PanelEnvironment environment;
     environment.scheme = scheme;
     environment.direction = *direction;
-    environment.font = PanelEnvironment::systemFont(rowFontSize);
+    environment.font = PanelEnvironment::systemFont(PopoverPanel::rowFontSize);
     environment.background = valueIn(settings, Keys::popoverBackground);
 
     const PopoverPanel panel = PopoverPanel::of(section, *shown, {}, settings, environment);

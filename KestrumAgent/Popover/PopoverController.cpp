@@ -18,8 +18,6 @@ namespace kestrum {
 
 namespace {
 
-constexpr int rowFontSize = 12; ///< of rows; 10 is the size in the settings' small pictures of popovers
-
 ColourScheme chosenScheme()
 {
     switch (Setting(Keys::popoverAppearance).value()) {
@@ -66,7 +64,7 @@ PanelEnvironment PopoverController::environment(bool isTranslucent)
     PanelEnvironment environment;
     environment.scheme = chosenScheme();
     environment.direction = QGuiApplication::layoutDirection();
-    environment.font = PanelEnvironment::systemFont(rowFontSize);
+    environment.font = PanelEnvironment::systemFont(PopoverPanel::rowFontSize);
     environment.background
         = isTranslucent ? Setting(Keys::popoverBackground).value() : PopoverBackground::opaque;
     return environment;

@@ -11,6 +11,7 @@ namespace kestrum {
 /// The parts of one section's popover, from top to bottom. A popover is `width` points wide.
 struct PopoverPanel {
     static constexpr double width = 300;
+    static constexpr int rowFontSize = 12; ///< the settings' small pictures of popovers have another one
 
     PanelPart header;          ///< with the divider below it; stays when the sections scroll
     QList<PanelPart> sections; ///< with the dividers between them, if any

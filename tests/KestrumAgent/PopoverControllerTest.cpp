@@ -1,16 +1,12 @@
 // What opens and closes popovers, and what their readings' source and place are told.
 
-#include "KestrumAgent/Popover/PopoverController.h"
-#include "KestrumAgent/Panel/PanelStrip.h"
-#include "KestrumAgent/Panel/PopoverStand.h"
-#include "KestrumAgent/Popover/PopoverSource.h"
-#include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/Support/DrawingFixture.h"
+#include "tests/Support/PopoverDesk.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/TestHome.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QPointer>
@@ -21,73 +17,6 @@ using namespace kestrum;
 
 using enum MonitorSection;
 using Kind = PanelAction::Kind;
-
-namespace {
-
-class NotedSource final : public PopoverSource {
-public:
-    QStringList told;
-    bool isHeld = false;
-    PopoverReadings values;
-
-    const PopoverReadings& readings() const override { return values; }
-    void opened(MonitorSection section) override
-    {
-        told.append(QStringLiteral("opened ") + rawValue(section));
-    }
-    void closed() override { told.append(QStringLiteral("closed")); }
-    void approached(MonitorSection section) override
-    {
-        told.append(QStringLiteral("approached ") + rawValue(section));
-    }
-    void resetHighest() override { told.append(QStringLiteral("reset")); }
-    void setListHeld(bool now) override { isHeld = now; }
-};
-
-class NotedStand final : public PopoverStand {
-public:
-    QWidget* window = nullptr;
-    QRect item;
-    bool isPinned = false;
-    bool isTray = false;
-    int takes = 0; ///< of the keyboard
-
-    void show(QWidget& shown, QSize size, const QRect& beside) override
-    {
-        window = &shown;
-        item = beside;
-        shown.setFixedSize(size);
-        shown.show();
-    }
-    void hide() override
-    {
-        if (window)
-            window->hide();
-        window = nullptr;
-        isPinned = false;
-    }
-    void takeKeyboard() override { ++takes; }
-    void setPinned(bool now) override { isPinned = now; }
-    int room() const override { return 500; }
-    bool isWithoutStrip() const override { return isTray; }
-};
-
-/// A strip with its popovers.
-struct Desk {
-    std::shared_ptr<FakeReadings> readings = std::make_shared<FakeReadings>();
-    PanelStrip strip { readings };
-    NotedStand stand;
-    NotedSource source;
-    PopoverController popovers { strip, stand, source };
-
-    QRect place(MonitorSection section) const
-    {
-        return strip.place(*strip.items().item(section)).toAlignedRect();
-    }
-    void act(Kind kind, const QString& argument = {}) { Q_EMIT popovers.window()->acted({ kind, argument }); }
-};
-
-} // namespace
 
 class PopoverControllerTest : public QObject {
     Q_OBJECT
@@ -262,6 +191,48 @@ private Q_SLOTS:
         QCOMPARE(desk.popovers.section(), sensors);
     }
 
+    void theSystemMonitorIsOpenedWhereThereIsOne()
+    {
+        Setting(Keys::systemMonitor, QString())
+            .set(QStringLiteral("true")); // a program that every machine has
+        Desk desk;
+        QSignalSpy asked(&desk.popovers, &PopoverController::systemMonitorRequested);
+        desk.popovers.open(cpu);
+        QVERIFY(desk.popovers.state().hasSystemMonitor);
+        desk.act(Kind::togglePin);
+        desk.act(Kind::openSystemMonitor);
+        QCOMPARE(asked.count(), 1);
+        QCOMPARE(desk.popovers.section(), cpu);
+        desk.act(Kind::togglePin);
+        desk.act(Kind::openSystemMonitor);
+        QCOMPARE(asked.count(), 2);
+        QVERIFY(!desk.popovers.section());
+    }
+
+    void withoutASystemMonitorNothingIsOpened()
+    {
+        Setting(Keys::systemMonitor, QString()).set(QString());
+        const QByteArray folders = qgetenv("XDG_DATA_DIRS");
+        qputenv("XDG_DATA_DIRS", "/nonexistent");
+        Desk desk;
+        QSignalSpy asked(&desk.popovers, &PopoverController::systemMonitorRequested);
+        desk.popovers.open(cpu);
+        folders.isEmpty() ? qunsetenv("XDG_DATA_DIRS") : qputenv("XDG_DATA_DIRS", folders);
+        QVERIFY(!desk.popovers.state().hasSystemMonitor);
+        desk.act(Kind::openSystemMonitor); // as Ctrl+Enter does
+        QVERIFY(asked.isEmpty());
+        QCOMPARE(desk.popovers.section(), cpu);
+    }
+
+    void aTextThatIsPressedIsCopied()
+    {
+        Desk desk;
+        desk.popovers.open(cpu);
+        desk.act(Kind::copyText, QStringLiteral("sudo something"));
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("sudo something"));
+        QCOMPARE(desk.popovers.section(), cpu);
+    }
+
     void theMenuIsAskedForAtTheItem()
     {
         Desk desk;
@@ -293,34 +264,6 @@ private Q_SLOTS:
         QVERIFY(!desk.popovers.state().isPinned && !desk.stand.isPinned && !desk.popovers.section());
         QVERIFY(settings.isEmpty() && menu.isEmpty() && !desk.source.isHeld);
         QCOMPARE(desk.source.told, told);
-    }
-
-    void theLookFollowsTheSettings()
-    {
-        QCOMPARE(PopoverController::environment(true).scheme, ColourScheme::light);
-        QCOMPARE(PopoverController::environment(true).background, PopoverBackground::translucent);
-        QCOMPARE(PopoverController::environment(false).background, PopoverBackground::opaque);
-        Setting(Keys::popoverAppearance).set(PopoverAppearance::dark);
-        Setting(Keys::popoverBackground).set(PopoverBackground::opaque);
-        QCOMPARE(PopoverController::environment(true).scheme, ColourScheme::dark);
-        QCOMPARE(PopoverController::environment(true).background, PopoverBackground::opaque);
-        Setting(Keys::popoverAppearance).set(PopoverAppearance::light);
-        SystemAppearance::shared().setScheme(ColourScheme::dark);
-        QCOMPARE(PopoverController::environment(true).scheme, ColourScheme::light);
-        Setting(Keys::popoverAppearance).set(PopoverAppearance::system);
-        QCOMPARE(PopoverController::environment(true).scheme, ColourScheme::dark);
-    }
-
-    void anOpenOneFollowsTheDesktopsScheme()
-    {
-        Desk desk;
-        desk.popovers.open(memory);
-        const QImage light = desk.popovers.window()->grab().toImage();
-        SystemAppearance::shared().setScheme(ColourScheme::dark);
-        QVERIFY(desk.popovers.window()->grab().toImage().pixelColor(150, 20).lightness() < 128);
-        QVERIFY(light.pixelColor(150, 20).lightness() > 128);
-        Setting(Keys::popoverAppearance).set(PopoverAppearance::light);
-        QTRY_COMPARE(desk.popovers.window()->grab().toImage(), light);
     }
 
     void itClosesWhenTheMachineGoesToSleep()

@@ -1,5 +1,6 @@
 // The popover's window: sizes, presses, scrolling, the keyboard, and what screen readers are told.
 
+#include "KestrumShared/Popover/PopoverFrame.h"
 #include "tests/Support/PopoverWindowFixture.h"
 #include "tests/Support/TestHome.h"
 
@@ -54,6 +55,34 @@ private Q_SLOTS:
         QCOMPARE(PopoverWindow::scaleFor(16), 16 / 13.33);
         QCOMPARE(PopoverWindow::scaleFor(40), 1.5);
         QCOMPARE(PopoverWindow::scaleFor(-1), 1.0); // a font with a size in points has no size in pixels
+    }
+
+    void withoutTranslucencyItsCornersAreCutOff()
+    {
+        PopoverWindowFixture popover;
+        QVERIFY(!popover.window.testAttribute(Qt::WA_TranslucentBackground));
+        for (const double scale : { 1.0, 1.5 }) {
+            popover.scale = scale;
+            popover.show();
+            const QRegion shape = popover.window.mask();
+            const QRect rect = popover.window.rect();
+            QCOMPARE(shape.boundingRect(), rect);
+            const int radius = int(PopoverFrame::radius * scale);
+            // A circle is 0.29 of its radius away from its square's corner, along each side.
+            const QPoint cut(int(radius * 0.29) - 1, int(radius * 0.29) - 1);
+            const QPoint kept = cut + QPoint(2, 2);
+            for (const auto& [x, y] :
+                { std::pair(1, 1), std::pair(-1, 1), std::pair(1, -1), std::pair(-1, -1) }) {
+                const auto at = [&, x = x, y = y](QPoint inner) {
+                    return QPoint(x > 0 ? inner.x() : rect.right() - inner.x(),
+                        y > 0 ? inner.y() : rect.bottom() - inner.y());
+                };
+                QVERIFY(!shape.contains(at({ 0, 0 })) && !shape.contains(at(cut)));
+                QVERIFY(shape.contains(at(kept)));
+                QVERIFY(shape.contains(at({ radius, 0 })) && shape.contains(at({ 0, radius })));
+            }
+            QVERIFY(shape.contains(rect.center()));
+        }
     }
 
     // The mouse

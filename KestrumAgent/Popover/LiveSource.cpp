@@ -11,6 +11,7 @@ LiveSource::LiveSource(Sampler& sampler, const QString& root, QObject* parent)
     connect(&m_sampler, &Sampler::sampled, this,
         [this] { m_reader.sampled(m_sampler.wanted(), m_sampler.interval()); });
     connect(&m_sampler, &Sampler::completed, &m_reader, &PopoverReader::completed);
+    connect(&m_sampler, &Sampler::paused, &m_reader, &PopoverReader::paused);
     connect(&m_reader, &PopoverReader::changed, this, &PopoverSource::changed);
 }
 

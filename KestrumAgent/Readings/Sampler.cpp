@@ -55,8 +55,10 @@ void Sampler::adopt(bool isOpening)
     const bool readsMore = (before & wanted) != wanted;
     if (wanted == WantedReadings()) {
         m_timer.stop();
-        if (before != wanted)
+        if (before != wanted) {
             m_readings->sample(wanted); // reads nothing, but pauses the readings that need two samples
+            Q_EMIT paused();
+        }
     } else if (readsMore || (isOpening && interval >= longInterval)) {
         m_awaited = isOpening ? 2 : 0;
         sample();

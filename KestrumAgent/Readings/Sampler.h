@@ -53,6 +53,8 @@ Q_SIGNALS:
     /// The worker's results for the last sample are available too. Emitted only at intervals from `longInterval` on, and for
     /// the samples that a popover is opened with.
     void completed();
+    /// Nothing is read from now on, until the next `sampled`.
+    void paused();
 
 private:
     void adopt(bool isOpening);

@@ -24,18 +24,24 @@ bool ItemHistories::add(const LiveReadings& readings, const WantedReadings& want
         compressed.add(share(memory.compressed), interval, now);
         cache.add(share(memory.cache), interval, now);
     }
-    m_looksAtDisks = wanted.storage;
     if (wanted.storage) {
+        m_looksAtDisks = true;
         m_diskRates = m_disk.sample();
     } else {
-        m_disk.pause();
-        m_diskRates.reset();
+        pause();
     }
     if (m_diskRates) {
         diskRead.add(m_diskRates->read, interval, now);
         diskWritten.add(m_diskRates->write, interval, now);
     }
     return addAnswer(readings, interval, now);
+}
+
+void ItemHistories::pause()
+{
+    m_looksAtDisks = false;
+    m_disk.pause();
+    m_diskRates.reset();
 }
 
 bool ItemHistories::addAnswer(

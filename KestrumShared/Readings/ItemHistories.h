@@ -21,6 +21,8 @@ public:
     /// Adds the values of the worker. Returns true if it has answered since the last call.
     bool addAnswer(const LiveReadings& readings, std::chrono::nanoseconds interval,
         std::chrono::nanoseconds now = timeSinceBoot());
+    /// Call this before a pause in sampling: a rate since the last sample would be the mean of the whole pause.
+    void pause();
 
     /// The rates since the last sample; nothing after the first one.
     const std::optional<DiskActivity::Rates>& diskRates() const { return m_diskRates; }

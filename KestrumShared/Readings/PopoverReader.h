@@ -42,6 +42,8 @@ public:
     void sampled(const WantedReadings& wanted, std::chrono::milliseconds interval);
     /// The items' readings have the worker's results for the last sample.
     void completed();
+    /// The items' readings are not sampled for a while, because nobody wants them.
+    void paused() { m_histories.pause(); }
 
     /// The popover of `section` is about to be shown, in the place of another one if there is one. Call this when the items'
     /// readings have been sampled for it: what is known by then is in `readings` when the call returns.

@@ -94,6 +94,36 @@ private Q_SLOTS:
         QCOMPARE(changed.count(), 0);
     }
 
+    // Else the first rate would be the mean of the time in which nobody looked.
+    void whatTheDisksDidWhileNothingWasShownIsInNoRate()
+    {
+        const auto transfer = [this](const QByteArray& sectors) {
+            m_machine->write(QStringLiteral("proc/diskstats"),
+                "   8       0 sda 10 0 " + sectors + " 5 20 0 " + sectors + " 6 0 7 8\n");
+        };
+        transfer("1000");
+        m_machine->write(QStringLiteral("sys/block/sda/hidden"), "0\n");
+        show({ MonitorSection::storage });
+        Sampler sampler(nullptr, m_machine->root());
+        LiveSource source(sampler, m_machine->root());
+        const QSignalSpy sampled(&sampler, &Sampler::sampled);
+        sampler.adoptSettings();
+        QTRY_VERIFY_WITH_TIMEOUT(sampled.count() >= 2, 5000);
+        show({});
+        sampler.adoptSettings();
+        transfer("9000000");
+        QTest::qWait(60); // a rate over less time would be none
+        show({ MonitorSection::storage });
+        sampler.adoptSettings();
+        source.opened(MonitorSection::storage);
+        const DiskPopoverReadings& disk = source.readings().disk;
+        QVERIFY(!disk.readRate.value && !disk.writeRate.value);
+        QTRY_COMPARE_WITH_TIMEOUT(disk.readRate.value, std::optional<double>(0), 5000);
+        QVERIFY(!disk.readHistory.isEmpty());
+        for (const HistoryPoint& point : disk.readHistory + disk.writeHistory)
+            QCOMPARE(point.value, 0.0);
+    }
+
     void closedPopoversNeedNoThread()
     {
         Setting(Keys::cpuReadout).set(CPUReadout::usage);

@@ -139,7 +139,7 @@ const AppGrouping::Program& AppGrouping::programOf(const ProcessSample& process,
     if (program.name.isEmpty() || ProgramName::isManyPrograms(program.name)) {
         program.name = process.command.data();
     } else if (ProgramName::isInterpreter(program.name)) {
-        if (const QByteArray script = ProgramName::script(m_processes.commandLine(process.pid));
+        if (const QByteArray script = ProgramName::script(program.name, m_processes.commandLine(process.pid));
             !script.isEmpty())
             program.name = script;
     }

@@ -20,18 +20,44 @@ QByteArray withoutVersion(QByteArray program)
     return program;
 }
 
-// Whether the word after the option is its value.
-bool hasValue(const QByteArray& option)
+// "-xe", and what takes such options back, "+e".
+bool isShellOption(const QByteArray& word)
 {
-    return isOneOf(option, { "-W", "-X", "-cp", "-classpath", "--class-path" });
+    return (word.startsWith('-') || word.startsWith('+')) && !word.startsWith("--");
 }
 
-// Whether the program's text stands in the command itself: "-c", "-e" and, with other letters before them, "-lc" or "-ne".
-bool isText(const QByteArray& option)
+// Whether the word after the option is its value. A letter means another thing to each interpreter.
+bool hasValue(const QByteArray& program, const QByteArray& option)
 {
+    if (ProgramName::isShell(program)) {
+        // "-euo pipefail", and bash's "-O extglob"
+        return (isShellOption(option) && (option.endsWith('o') || option.endsWith('O')))
+            || isOneOf(option, { "--rcfile", "--init-file" });
+    }
+    const QByteArray language = withoutVersion(program);
+    if (language == "python")
+        return isOneOf(option, { "-W", "-X" });
+    if (language == "perl")
+        return option == "-I";
+    if (language == "ruby")
+        return isOneOf(option, { "-I", "-r" });
+    if (isOneOf(language, { "node", "nodejs" }))
+        return isOneOf(option, { "-r", "--require", "--import" });
+    return language == "java"
+        && isOneOf(option,
+            { "-cp", "-classpath", "--class-path", "-p", "--module-path", "--add-modules", "--add-opens",
+                "--add-exports", "--add-reads" });
+}
+
+// Whether the program's text stands in the command itself: "-c", "-e" and, with other letters around them, "-lc" or "-ne".
+// For shells "-e" is another thing: end at the first command that fails.
+bool isText(const QByteArray& program, const QByteArray& option)
+{
+    if (ProgramName::isShell(program))
+        return option.startsWith('-') && isShellOption(option) && option.contains('c');
     static constexpr qsizetype longest = 5;
-    return option.size() >= 2 && option.size() <= longest && !option.startsWith("--")
-        && (option.endsWith('c') || option.endsWith('e'));
+    return option.size() >= 2 && option.size() <= longest && option.startsWith('-')
+        && !option.startsWith("--") && (option.endsWith('c') || option.endsWith('e'));
 }
 
 // A script that came by an open file has no name, only a number.
@@ -98,15 +124,15 @@ bool ProgramName::isWrapper(const QByteArray& program)
     return isShell(program) || isOneOf(program, { "bwrap", "flatpak", "xdg-dbus-proxy", "env" });
 }
 
-QByteArray ProgramName::script(const QByteArrayList& command)
+QByteArray ProgramName::script(const QByteArray& program, const QByteArrayList& command)
 {
     for (qsizetype i = 1; i < command.size(); ++i) {
         const QByteArray& word = command[i];
-        if (hasValue(word))
-            ++i;
-        else if (isText(word))
+        if (isText(program, word))
             return {};
-        else if (!word.isEmpty() && !word.startsWith('-'))
+        if (hasValue(program, word))
+            ++i;
+        else if (!word.isEmpty() && !word.startsWith('-') && !(isShell(program) && isShellOption(word)))
             return isOpenFile(word) ? QByteArray() : base(word);
     }
     return {};
@@ -122,7 +148,7 @@ QByteArray ProgramName::ofCommand(const QByteArrayList& command)
     const QByteArray program = base(words.first());
     if (program == "flatpak")
         return flatpakProgram(words);
-    return isInterpreter(program) ? script(words) : program;
+    return isInterpreter(program) ? script(program, words) : program;
 }
 
 } // namespace kestrum

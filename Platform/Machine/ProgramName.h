@@ -24,8 +24,9 @@ bool isManyPrograms(const QByteArray& program);
 /// Whether the program prepares the start of another, and says nothing about it.
 bool isWrapper(const QByteArray& program);
 
-/// The name of the script in the command line of an interpreter; empty if there is none.
-QByteArray script(const QByteArrayList& command);
+/// The name of the script in the command line of an interpreter; empty if there is none. `program` has no folders. It tells
+/// what the options mean, because a process can write anything into the first word.
+QByteArray script(const QByteArray& program, const QByteArrayList& command);
 
 /// The name of the program that a command starts in the end, as a desktop entry has it; empty if it cannot be told.
 QByteArray ofCommand(const QByteArrayList& command);

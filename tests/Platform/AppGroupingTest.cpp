@@ -92,7 +92,7 @@ private Q_SLOTS:
                         .parent = 1110,
                         .command = "build.sh",
                         .program = "/usr/bin/bash",
-                        .words = { "bash", "build.sh" },
+                        .words = { "bash", "-e", "build.sh" },
                         .terminal = pts },
                     { .pid = 1171,
                         .parent = 1170,

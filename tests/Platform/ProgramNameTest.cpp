@@ -20,17 +20,36 @@ private Q_SLOTS:
             { "perl -lane print", "" },
             { "bash ./configure --prefix=/usr", "configure" },
             { "bash -lc make", "" },
+            { "sh -ceu make", "" },
+            { "/bin/sh -e ./install", "install" },
+            { "sh -xe build.sh", "build.sh" },
+            { "bash -e", "" },
+            { "bash +e x.sh", "x.sh" },
+            { "bash -euo pipefail x.sh", "x.sh" },
+            { "bash -o pipefail -O extglob x.sh", "x.sh" },
+            { "bash -euo pipefail -c make", "" },
+            { "bash -o", "" },
             { "-bash", "" },
             { "java -Xmx1g -cp a.jar:b.jar org.foo.Main", "org.foo.Main" },
+            { "java --module-path lib -p lib --add-modules a.b -classpath a.jar Main", "Main" },
+            { "java --add-opens a/b=c --add-exports a/b=c -m app/org.foo.Main", "org.foo.Main" },
             { "java -jar /opt/app/app.jar", "app.jar" },
+            { "ruby -I lib -r json tool.rb", "tool.rb" },
+            { "ruby -p tool.rb", "tool.rb" },
+            { "perl5.36 -I lib tool.pl", "tool.pl" },
+            { "node -r dotenv/config --require ./hook.js server.js", "server.js" },
+            { "python3.11 -X dev -I tool.py", "tool.py" },
             { "bash /dev/fd/63", "" },
             { "sh /proc/self/fd/3", "" },
             { "gjs", "" },
             { "", "" },
         };
-        for (const auto& row : rows)
-            QCOMPARE_ROW(row.command, ProgramName::script(QByteArray(row.command).split(' ')), row.script);
-        QCOMPARE(ProgramName::script({}), QByteArray());
+        for (const auto& row : rows) {
+            const QByteArrayList words = QByteArray(row.command).split(' ');
+            QCOMPARE_ROW(
+                row.command, ProgramName::script(ProgramName::base(words.first()), words), row.script);
+        }
+        QCOMPARE(ProgramName::script("bash", {}), QByteArray());
     }
 
     void versionedInterpretersAreKnown()
@@ -55,6 +74,7 @@ private Q_SLOTS:
             { "flatpak run org.gimp.GIMP", "org.gimp.GIMP" },
             { "flatpak", "" },
             { "sh -c start", "" },
+            { "sh -e /opt/app/start", "start" },
             { "pkexec /usr/sbin/gparted", "gparted" },
             { "env A=1", "" },
             { "env", "" },

@@ -28,6 +28,7 @@
 #include <sys/resource.h>
 #include <sys/statvfs.h>
 #include <unistd.h>
+#include <utility>
 
 using namespace kestrum;
 
@@ -147,12 +148,13 @@ void tickWithClosedPopovers(benchmark::State& state, WantedReadings wanted, Popo
     DiskActivity disks;
     const bool readsDisks = load == PopoverLoad::rates;
     DiskActivity::Clock::time_point now;
+    bool isSecond = false; // the counters are read at every second tick
     for ([[maybe_unused]] auto _ : state) {
         readings.sample(wanted);
         if (load != PopoverLoad::none)
-            histories.add(readings, wanted, std::chrono::seconds(1));
-        if (readsDisks)
-            benchmark::DoNotOptimize(disks.sample(now += std::chrono::seconds(1)));
+            histories.add(readings, wanted, false, std::chrono::seconds(1));
+        if (readsDisks && std::exchange(isSecond, !isSecond))
+            benchmark::DoNotOptimize(disks.sample(now += std::chrono::seconds(2)));
     }
 }
 

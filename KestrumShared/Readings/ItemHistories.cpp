@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Readings/ItemHistories.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace kestrum {
@@ -10,7 +11,7 @@ ItemHistories::ItemHistories(const QString& root)
 {
 }
 
-bool ItemHistories::add(const LiveReadings& readings, const WantedReadings& wanted,
+bool ItemHistories::add(const LiveReadings& readings, const WantedReadings& wanted, bool areDisksSeen,
     std::chrono::nanoseconds interval, std::chrono::nanoseconds now)
 {
     // A load is measured between two samples. Before the second one, there is none.
@@ -24,21 +25,30 @@ bool ItemHistories::add(const LiveReadings& readings, const WantedReadings& want
         compressed.add(share(memory.compressed), interval, now);
         cache.add(share(memory.cache), interval, now);
     }
-    if (wanted.storage) {
-        m_looksAtDisks = true;
-        m_diskRates = m_disk.sample();
-    } else {
+    // Ticks come a little early or late.
+    const bool isDue = areDisksSeen || !m_diskTime || now - *m_diskTime >= History::bucketTime - interval / 2;
+    if (!wanted.storage)
         pause();
-    }
-    if (m_diskRates) {
-        diskRead.add(m_diskRates->read, interval, now);
-        diskWritten.add(m_diskRates->write, interval, now);
-    }
+    else if (isDue)
+        addRates(
+            areDisksSeen ? interval : std::max<std::chrono::nanoseconds>(interval, History::bucketTime), now);
     return addAnswer(readings, interval, now);
+}
+
+void ItemHistories::addRates(std::chrono::nanoseconds interval, std::chrono::nanoseconds now)
+{
+    m_looksAtDisks = true;
+    m_diskTime = now;
+    m_diskRates = m_disk.sample();
+    if (!m_diskRates)
+        return;
+    diskRead.add(m_diskRates->read, interval, now);
+    diskWritten.add(m_diskRates->write, interval, now);
 }
 
 void ItemHistories::pause()
 {
+    m_diskTime.reset();
     m_looksAtDisks = false;
     m_disk.pause();
     m_diskRates.reset();

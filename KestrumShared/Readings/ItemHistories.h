@@ -15,16 +15,17 @@ class ItemHistories {
 public:
     explicit ItemHistories(const QString& root = {});
 
-    /// Adds the values of the last sample of `readings`, in which `wanted` was read. Returns what `addAnswer` does.
-    bool add(const LiveReadings& readings, const WantedReadings& wanted, std::chrono::nanoseconds interval,
-        std::chrono::nanoseconds now = timeSinceBoot());
+    /// Adds the values of the last sample of `readings`, in which `wanted` was read. While nobody sees the rates of the disks,
+    /// their counters are read only once for each place of the history. Returns what `addAnswer` does.
+    bool add(const LiveReadings& readings, const WantedReadings& wanted, bool areDisksSeen,
+        std::chrono::nanoseconds interval, std::chrono::nanoseconds now = timeSinceBoot());
     /// Adds the values of the worker. Returns true if it has answered since the last call.
     bool addAnswer(const LiveReadings& readings, std::chrono::nanoseconds interval,
         std::chrono::nanoseconds now = timeSinceBoot());
     /// Call this before a pause in sampling: a rate since the last sample would be the mean of the whole pause.
     void pause();
 
-    /// The rates since the last sample; nothing after the first one.
+    /// The rates between the last two readings of the counters; nothing after the first one.
     const std::optional<DiskActivity::Rates>& diskRates() const { return m_diskRates; }
     /// Whether the disks have been looked at, with or without success, since they began to be wanted.
     bool areDiskRatesBegun() const { return m_looksAtDisks; }
@@ -35,8 +36,11 @@ public:
     History cpuTemperature, gpuTemperature; ///< °C
 
 private:
+    void addRates(std::chrono::nanoseconds interval, std::chrono::nanoseconds now);
+
     bool m_looksAtDisks = false;
     DiskActivity m_disk;
+    std::optional<std::chrono::nanoseconds> m_diskTime; ///< when the counters were read
     std::optional<DiskActivity::Rates> m_diskRates;
     int m_answers = 0;
 };

@@ -55,7 +55,7 @@ PopoverReader::PopoverReader(std::shared_ptr<const LiveReadings> live, const QSt
 void PopoverReader::sampled(const WantedReadings& wanted, std::chrono::milliseconds interval)
 {
     m_interval = interval;
-    if (m_histories.add(*m_live, wanted, interval))
+    if (m_histories.add(*m_live, wanted, m_section == MonitorSection::storage, interval))
         m_sensors.addItem(*m_live);
     ++m_ticks;
     update(Occasion::tick);

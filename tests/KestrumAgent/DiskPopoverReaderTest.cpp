@@ -111,6 +111,7 @@ private Q_SLOTS:
     void ratesAndPressure()
     {
         fill();
+        m_fixture->interval = std::chrono::seconds(4); // at which the disks are read at each tick
         tick();
         tick();
         m_fixture->open(MonitorSection::storage);

@@ -27,7 +27,7 @@ private:
             if (wanted.sensors.any())
                 QVERIFY(done.tryAcquire(1, 5000));
             live->collect();
-            histories.add(*live, wanted, interval, now);
+            histories.add(*live, wanted, false, interval, now);
         }
         FakeMachine files { 2 };
         StandInDevices devices;
@@ -96,7 +96,7 @@ private Q_SLOTS:
         machine.devices.setSensors({ {}, 61.0, {}, {} });
         machine.sample(everything(), morning + 2s);
         // No answer, so the last one is not taken for a new one.
-        machine.histories.add(*machine.live, everything(), machine.interval, morning + 4s);
+        machine.histories.add(*machine.live, everything(), false, machine.interval, morning + 4s);
         QCOMPARE(valuesOf(machine.histories.cpuTemperature.points(morning + 4s)), QList<double>({ 50 }));
         QCOMPARE(valuesOf(machine.histories.gpuTemperature.points(morning + 4s)), QList<double>({ 60, 61 }));
     }
@@ -106,7 +106,7 @@ private Q_SLOTS:
         Machine machine;
         QSemaphore done;
         machine.live->sample(everything(), [&done] { done.release(); });
-        QVERIFY(!machine.histories.add(*machine.live, everything(), machine.interval, morning));
+        QVERIFY(!machine.histories.add(*machine.live, everything(), false, machine.interval, morning));
         QVERIFY(done.tryAcquire(1, 5000));
         machine.live->collect();
         QVERIFY(machine.histories.addAnswer(*machine.live, machine.interval, morning + 2s));
@@ -124,7 +124,7 @@ private Q_SLOTS:
             machine.files.write(QStringLiteral("proc/diskstats"),
                 "8 0 sda 1 0 " + QByteArray::number(sectors) + " 1 1 0 0 1 0 1 1\n");
             QTest::qWait(60); // less is no measurement
-            machine.histories.add(*machine.live, wanted, machine.interval, now);
+            machine.histories.add(*machine.live, wanted, false, machine.interval, now);
         };
         sample(0, morning);
         QVERIFY(!machine.histories.diskRates());
@@ -135,11 +135,36 @@ private Q_SLOTS:
         QCOMPARE(machine.histories.diskRead.points(morning + 2s).last().value,
             machine.histories.diskRates()->read);
         // Hidden, and shown again: what happened in between is no rate.
-        machine.histories.add(*machine.live, {}, machine.interval, morning + 4s);
+        machine.histories.add(*machine.live, {}, false, machine.interval, morning + 4s);
         QVERIFY(!machine.histories.diskRates());
         sample(1'000'000, morning + 6s);
         QVERIFY(!machine.histories.diskRates());
         QCOMPARE(machine.histories.diskRead.points(morning + 6s).size(), 1);
+    }
+
+    void unseenTheDisksAreReadOnceInTwoSeconds()
+    {
+        Machine machine;
+        WantedReadings wanted;
+        wanted.storage = true;
+        machine.files.write(QStringLiteral("sys/block/sda/hidden"), "0\n");
+        QList<double> rates;
+        const auto tick = [&](bool areSeen, nanoseconds now) {
+            machine.files.write(QStringLiteral("proc/diskstats"),
+                "8 0 sda 1 0 " + QByteArray::number(1000 * rates.size()) + " 1 1 0 0 1 0 1 1\n");
+            QTest::qWait(60); // less is no measurement
+            machine.histories.add(*machine.live, wanted, areSeen, machine.interval, now);
+            const auto& known = machine.histories.diskRates();
+            rates.append(known ? known->read : -1);
+            return rates.size() > 1 && rates.last() != rates[rates.size() - 2];
+        };
+        tick(false, morning);
+        QVERIFY(!tick(false, morning + 1s));
+        QVERIFY(tick(false, morning + 1980ms)); // ticks come a little early or late
+        QVERIFY(!tick(false, morning + 3s));
+        QVERIFY(tick(false, morning + 4s));
+        QVERIFY(tick(true, morning + 5s));
+        QVERIFY(tick(true, morning + 6s));
     }
 };
 

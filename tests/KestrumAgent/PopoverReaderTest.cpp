@@ -48,6 +48,7 @@ private Q_SLOTS:
     void whileNoneIsOpenNothingIsReadForPopovers()
     {
         fill(*m_fixture);
+        m_fixture->interval = std::chrono::seconds(4); // at which the disks are read at each tick
         // A new disk is looked at twice.
         for (int i = 0; i < 3; ++i) {
             m_fixture->tick();

@@ -112,7 +112,7 @@ QString Amounts::temperature(double celsius) const
 
 QString Amounts::watts(double watts) const
 {
-    return TextLocale::number(limited(watts), { MeasureUnit::getWatt }, m_language, m_region);
+    return TextLocale::number(std::round(limited(watts)), { MeasureUnit::getWatt }, m_language, m_region);
 }
 
 QString Amounts::clock(double hertz) const

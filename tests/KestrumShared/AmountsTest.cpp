@@ -171,6 +171,7 @@ private Q_SLOTS:
         QCOMPARE(withPlainBlanks(Amounts().percent(0.025)), text("3 %"));
         QCOMPARE(withPlainBlanks(Amounts().percent(-1)), text("0 %"));
         QCOMPARE(withPlainBlanks(Amounts().percent(std::numeric_limits<double>::infinity())), text("0 %"));
+        QCOMPARE(withPlainBlanks(Amounts().watts(24.5)), text("25 W"));
         QCOMPARE(Amounts().temperature(48.5), text("49°C"));
         QCOMPARE(Amounts().temperature(-0.4), text("0°C"));
         QCOMPARE(Amounts().temperature(-5), text("-5°C"));

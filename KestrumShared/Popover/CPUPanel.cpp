@@ -72,7 +72,8 @@ PopoverPanel SectionPanel::cpu() const
     const double coreCount = std::max<double>(1, double(readings.cores.size()));
     rows += appRows(readings.apps, cpuAppCount, [&](const AppUse& app) {
         const QString used = m_amounts.number(app.cores, 1);
-        const QString share = m_amounts.percent(app.cores / coreCount);
+        // Processes are read one after another, and not at one moment: their use may add up to more than there is.
+        const QString share = m_amounts.percent(std::min(1.0, app.cores / coreCount));
         ColumnRow row { name(app), { { used, coresWidth, true }, { share, shareWidth } } };
         row.spoken = AppLanguage::string("%1, cores %2, CPU %3", { row.name, used, share });
         return row;

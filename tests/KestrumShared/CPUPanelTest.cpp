@@ -128,6 +128,10 @@ private Q_SLOTS:
         m_readings.cpu.tiers.clear();
         m_readings.cpu.cores = { 0.5, 0.5, 0.5, 0.5 };
         QVERIFY(lines().contains(text("App | 1.0 | 25 %")));
+        // Measured times are not exact.
+        m_readings.cpu.apps.first().cores = 6;
+        QVERIFY(lines().contains(text("App | 6.0 | 100 %")));
+        m_readings.cpu.apps.first().cores = 1;
         m_readings.cpu.cores.clear();
         QVERIFY(lines().contains(text("App | 1.0 | 100 %")));
     }

@@ -24,6 +24,16 @@ constexpr float areaOpacity = 0.28F;
 constexpr double spanSeconds = double((History::bucketCount - 1) * History::bucketTime.count());
 constexpr double bucketSeconds = double(History::bucketTime.count());
 
+/// Whether a value that came now would follow a gap. The last two values tell the usual time between values.
+bool isEnded(const QList<HistoryPoint>& points)
+{
+    const HistoryPoint& newest = points.last();
+    double usual = bucketSeconds;
+    if (points.size() > 1 && !newest.followsGap)
+        usual = std::max(usual, points[points.size() - 2].age - newest.age);
+    return newest.age > 3 * usual;
+}
+
 } // namespace
 
 GraphArea::GraphArea(const QRectF& rect, double least, double most)
@@ -130,7 +140,8 @@ std::optional<qsizetype> GraphArea::pointed(
         return 0;
     const auto older = younger - 1;
     if (younger == points.end())
-        return older - points.begin();
+        return isEnded(points) && older->age - age > bucketSeconds ? std::nullopt
+                                                                   : std::optional(older - points.begin());
     const bool isOlderNearer = older->age - age < age - younger->age;
     if (younger->followsGap && std::min(older->age - age, age - younger->age) > bucketSeconds)
         return std::nullopt;

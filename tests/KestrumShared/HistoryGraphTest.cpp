@@ -249,6 +249,24 @@ private Q_SLOTS:
         QCOMPARE(part.pointedPlace(QRectF(0, 0, 200, 89), environment), -1);
     }
 
+    void thePointerTellsNothingLongAfterTheNewestValue()
+    {
+        QList<HistoryPoint> history = level(0.5);
+        PanelEnvironment environment = in(light);
+        const auto pointedAt = [&](double age) {
+            environment.pointer = QPointF(200 - age / 298 * 200, 20);
+            return graph(history).pointedPlace(QRectF(0, 0, 200, 70), environment);
+        };
+        history.resize(148); // the next value is late
+        QCOMPARE(pointedAt(0), 147);
+        history.resize(120);
+        QCOMPARE(pointedAt(59), 119);
+        QCOMPARE(pointedAt(30), -1);
+        QCOMPARE(pointedAt(0), -1);
+        history = { { 50, 0.5 }, { 30, 0.5 } }; // a value every 20 seconds
+        QCOMPARE(pointedAt(0), 1);
+    }
+
     void severalLinesAreToldByName()
     {
         HistoryGraph part = graph(level(0.5));

@@ -84,6 +84,8 @@ void PopoverReader::closed()
     m_section.reset();
 }
 
+// While a popover is open, its own readings come first: the workers have one list and one set of devices at a time. Another
+// section's list begins when its popover takes the place of the open one.
 void PopoverReader::approached(MonitorSection section)
 {
     const auto column = columnOf(section);

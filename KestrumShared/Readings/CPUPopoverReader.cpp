@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Readings/CPUPopoverReader.h"
 
-#include "KestrumShared/Readings/RowDecision.h"
 #include "Platform/Machine/KernelFile.h"
 
 #include <string_view>
@@ -24,7 +23,7 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
         m_hertz.take(); // of an earlier opening
         expect(readings.celsius, m_knowsTemperature);
         readings.hertz = {};
-        readings.hertz.hasRow = m_opening->frequency->isReported();
+        readings.hertz.hasRow = m_expectedHertz.open() && m_opening->frequency->isReported();
         readings.load.value.reset();
         readings.uptime.value.reset();
     }
@@ -36,10 +35,12 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
         take(readings.load, m_opening->load.read(), answer);
         take(readings.uptime, m_opening->uptime.read(), answer);
         updateTiers(readings, isOpening);
-        takePower(readings.watts, readings.powerAccess, sample.live, isOpening);
+        takePower(readings.watts, readings.powerAccess, m_expectedWatts, sample.live, isOpening);
     }
-    if (const auto hertz = m_hertz.take())
-        take(readings.hertz, *hertz, Answer::later);
+    if (const auto hertz = m_hertz.take()) {
+        const bool isFirst = m_expectedHertz.add(hertz->has_value()) == 1;
+        take(readings.hertz, *hertz, isFirst ? Answer::deciding : Answer::later);
+    }
     if (sample.occasion != PopoverSample::Occasion::answer)
         m_hertz.begin([frequency = m_opening->frequency] { return frequency->read(); }, sample.ring);
     if (m_knowsTemperature || sample.live.answered().sensors.cpu) {

@@ -4,6 +4,7 @@
 #include "KestrumShared/Popover/PopoverReadings.h"
 #include "KestrumShared/Readings/Background.h"
 #include "KestrumShared/Readings/PopoverSample.h"
+#include "KestrumShared/Readings/RowDecision.h"
 #include "Platform/Machine/CPUFrequency.h"
 #include "Platform/Machine/SystemFigures.h"
 
@@ -35,9 +36,10 @@ private:
 
     QString m_root;
     std::optional<Opening> m_opening;
-    qsizetype m_tieredCount = -1;              ///< for how many cores the tiers were found
-    QByteArray m_tieredCores;                  ///< the kernel's list of these cores
-    bool m_knowsTemperature = false;           ///< whether it was answered since the last opening
+    qsizetype m_tieredCount = -1;    ///< for how many cores the tiers were found
+    QByteArray m_tieredCores;        ///< the kernel's list of these cores
+    bool m_knowsTemperature = false; ///< whether it was answered since the last opening
+    RowExpectation m_expectedWatts, m_expectedHertz;
     Background<std::optional<double>> m_hertz; ///< on a worker, because many cores take long
 };
 

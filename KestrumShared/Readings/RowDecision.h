@@ -39,14 +39,42 @@ inline Answer answerOfTwo(int number)
     return number <= 1 ? Answer::first : number == 2 ? Answer::deciding : Answer::later;
 }
 
-/// Takes over the processor's power. It takes two samples to measure, but who has counters has a row at the opening. Where the
-/// permission is missing, the row says so, and shows the power when somebody grants it.
-inline void takePower(RowValue<double>& watts, PowerAccess& access, const LiveReadings& live, bool isOpening)
+/// What an opening teaches the next one about a source whose files can be there without ever giving a value, as in virtual
+/// machines.
+class RowExpectation {
+public:
+    /// Call this at an opening. False if the source had no value at the end of the last opening, after two answers at least.
+    bool open()
+    {
+        m_answers = 0;
+        return !m_isEmpty;
+    }
+    /// Takes note of an answer and returns its number since the opening, from 1 on.
+    int add(bool hasValue)
+    {
+        ++m_answers;
+        if (hasValue || m_answers >= 2)
+            m_isEmpty = !hasValue;
+        return m_answers;
+    }
+
+private:
+    int m_answers = 0;
+    bool m_isEmpty = false;
+};
+
+/// Takes over the processor's power. It takes two samples to measure, but who has counters has a row at the opening, unless
+/// they measured nothing at the last one. Where the permission is missing, the row says so, and shows the power when somebody
+/// grants it.
+inline void takePower(RowValue<double>& watts, PowerAccess& access, RowExpectation& expectation,
+    const LiveReadings& live, bool isOpening)
 {
+    const bool isDenied = live.isCPUPowerDenied();
     if (isOpening)
-        watts.hasRow = live.hasCPUPower();
-    take(watts, live.cpuWatts(), Answer::later);
-    access = live.isCPUPowerDenied() ? PowerAccess::denied : PowerAccess::granted;
+        watts.hasRow = (expectation.open() || isDenied) && live.hasCPUPower();
+    const int number = expectation.add(isDenied || live.cpuWatts());
+    take(watts, live.cpuWatts(), answerOfTwo(number));
+    access = isDenied ? PowerAccess::denied : PowerAccess::granted;
 }
 
 } // namespace kestrum

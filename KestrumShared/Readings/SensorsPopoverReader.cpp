@@ -85,7 +85,7 @@ void SensorsPopoverReader::update(SensorsPopoverReadings& readings, const Popove
     if (sample.occasion != PopoverSample::Occasion::answer) {
         if (begin(!m_opening->isListRead, m_opening->battery, sample.ring))
             m_opening->isListRead = true;
-        takePower(readings.cpuWatts, readings.cpuPowerAccess, live, isOpening);
+        takePower(readings.cpuWatts, readings.cpuPowerAccess, m_expectedWatts, live, isOpening);
     }
 
     const WantedReadings& answered = live.answered();

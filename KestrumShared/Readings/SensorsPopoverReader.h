@@ -80,6 +80,7 @@ private:
     bool m_knowsGPUPower = false; ///< whether it was answered since the last opening
     bool m_knowsWholePower = false;
     bool m_knowsBattery = false;
+    RowExpectation m_expectedWatts; ///< of the CPU
     Background<Devices> m_background;
     Clock::time_point m_begin; ///< of what the worker is doing
     HighestValues m_highest;

@@ -87,10 +87,12 @@ private Q_SLOTS:
         m_fixture->close();
         m_fixture->devices.setSensors({});
         m_fixture->sample({});
-        m_fixture->live->sample(WantedReadings::ofPopover(MonitorSection::cpu));
+        QSemaphore done;
+        m_fixture->live->sample(WantedReadings::ofPopover(MonitorSection::cpu), [&done] { done.release(); });
         m_fixture->reader.opened(MonitorSection::cpu);
         for (const auto* row : { &cpu().celsius, &cpu().hertz })
             QVERIFY(row->hasRow && !row->value);
+        QVERIFY2(done.tryAcquire(1, 5000), "a busy worker reads nothing at the tick");
         m_fixture->wanted = WantedReadings::ofPopover(MonitorSection::cpu);
         m_fixture->tick();
         QVERIFY2(cpu().celsius.hasRow && !cpu().celsius.value, "a row that is shown stays");
@@ -111,11 +113,74 @@ private Q_SLOTS:
                 (QByteArray("sys/devices/system/cpu/cpufreq/") + policy + "/scaling_cur_freq").constData());
         QVERIFY(
             QDir(m_machine->root() + QStringLiteral("/sys/devices/system/cpu/cpufreq")).removeRecursively());
+        m_fixture->close();
         m_fixture->open(MonitorSection::cpu);
         QVERIFY(!cpu().hertz.hasRow);
         m_fixture->write("proc/cpuinfo", "processor\t: 0\ncpu MHz\t\t: 2400.000\n");
+        m_fixture->close();
         m_fixture->open(MonitorSection::cpu);
         QVERIFY(cpu().hertz.hasRow);
+    }
+
+    // As in virtual machines. Only the first opening has rows for them.
+    void countersThatStandStillHaveNoRowsAtLaterOpenings()
+    {
+        fill(*m_fixture);
+        const auto setFrequency = [this](const QByteArray& kilohertz) {
+            for (const char* policy : { "policy0", "policy1" })
+                m_fixture->write(
+                    (QByteArray("sys/devices/system/cpu/cpufreq/") + policy + "/scaling_cur_freq")
+                        .constData(),
+                    kilohertz);
+        };
+        setFrequency("");
+        m_fixture->open(MonitorSection::sensors);
+        QVERIFY(m_fixture->readings().sensors.cpuWatts.hasRow);
+        m_fixture->tick();
+        m_fixture->close();
+        m_fixture->open(MonitorSection::sensors);
+        QVERIFY(!m_fixture->readings().sensors.cpuWatts.hasRow);
+        m_fixture->close();
+        m_fixture->tick();
+
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY2(cpu().watts.hasRow && cpu().hertz.hasRow, "one answer is not enough");
+        m_fixture->close();
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY(cpu().watts.hasRow && cpu().hertz.hasRow);
+        for (int i = 0; i < 4; ++i) {
+            QTest::qWait(20); // so that the worker has answered
+            m_fixture->tick();
+            QVERIFY2(cpu().watts.hasRow && cpu().hertz.hasRow, "a row that is shown stays");
+        }
+        m_fixture->close();
+        m_fixture->open(MonitorSection::cpu);
+        QCOMPARE(cpu().watts, RowValue<double>());
+        QCOMPARE(cpu().hertz, RowValue<double>());
+
+        // What measures after all has its rows again.
+        for (int i = 0; i < 4; ++i) {
+            QTest::qWait(20);
+            m_fixture->tick();
+        }
+        setFrequency("3000000\n");
+        const auto spendAndTick = [this] {
+            QTest::qWait(20);
+            spend(*m_fixture, QByteArray::number(m_joules += 1'000'000));
+            m_fixture->tick();
+        };
+        for (int i = 0; i < 4; ++i)
+            spendAndTick();
+        QVERIFY2(!cpu().watts.hasRow && !cpu().hertz.hasRow, "too late");
+        m_fixture->close();
+        m_fixture->open(MonitorSection::cpu);
+        QVERIFY(cpu().watts.hasRow);
+        QVERIFY(cpu().hertz.hasRow);
+        m_fixture->close();
+        m_fixture->open(MonitorSection::sensors);
+        QVERIFY(!m_fixture->readings().sensors.cpuWatts.hasRow);
+        spendAndTick();
+        QVERIFY2(m_fixture->readings().sensors.cpuWatts.value, "the second answer decides");
     }
 
     void whoMayNotReadThePowerHasARowForIt()

@@ -30,7 +30,7 @@ QString tierTitle(const QString& name)
 QList<CoreBars::Tier> barTiers(const CPUPopoverReadings& readings, const QColor& colour, const QColor& fast)
 {
     if (readings.tiers.isEmpty())
-        return { { QString(), readings.cores, colour } };
+        return { { QString(), readings.cores, colour, readings.coreNumbers } };
     QList<CoreBars::Tier> tiers;
     qsizetype rest = readings.cores.size();
     for (qsizetype i = 0; i < readings.tiers.size(); ++i) {
@@ -39,10 +39,10 @@ QList<CoreBars::Tier> barTiers(const CPUPopoverReadings& readings, const QColor&
         rest -= count;
         if (count > 0)
             tiers.prepend({ tierTitle(readings.tiers[i].name), readings.cores.mid(rest, count),
-                i == 0 ? fast : colour });
+                i == 0 ? fast : colour, readings.coreNumbers.mid(rest, count) });
     }
     if (tiers.size() == 1)
-        tiers = { { QString(), readings.cores, colour } };
+        tiers = { { QString(), readings.cores, colour, readings.coreNumbers } };
     return tiers;
 }
 

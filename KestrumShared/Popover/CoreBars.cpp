@@ -155,14 +155,16 @@ qsizetype pointedCore(
     return -1;
 }
 
-/// "Core 5, 72 %"
-QString pointedText(const CoreBars& cores, qsizetype core)
+/// "Core 5, 72 %". People count from 1, so this is the kernel's "cpu4".
+QString pointedText(const CoreBars& cores, qsizetype place)
 {
     const Amounts amounts;
-    const QString number = amounts.count(double(core + 1));
+    qsizetype core = place;
     for (const CoreBars::Tier& tier : cores.tiers) {
-        if (core < tier.loads.size())
+        if (core < tier.loads.size()) {
+            const QString number = amounts.count(double(tier.numbers.value(core, int(place)) + 1));
             return AppLanguage::string("Core %1, %2").arg(number, amounts.percent(tier.loads[core]));
+        }
         core -= tier.loads.size();
     }
     return QString();

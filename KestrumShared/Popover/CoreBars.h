@@ -14,7 +14,8 @@ struct CoreBars {
     struct Tier {
         QString name; ///< empty for the only tier
         QList<double> loads;
-        QColor colour; ///< deepened until it is readable
+        QColor colour;           ///< deepened until it is readable
+        QList<int> numbers = {}; ///< of the cores, from 0 on; empty if they are numbered as they stand
         bool operator==(const Tier&) const = default;
     };
     QList<Tier> tiers; ///< slowest first

@@ -37,9 +37,10 @@ enum class PowerAccess { granted, denied };
 struct CPUPopoverReadings {
     double usage = 0;
     QList<HistoryPoint> history;
-    QList<double> cores;   ///< slowest tier first
-    QList<CoreTier> tiers; ///< fastest first; empty when all cores are alike
-    QList<AppUse> apps;    ///< in the order of the list; empty until known
+    QList<double> cores;    ///< slowest tier first
+    QList<int> coreNumbers; ///< the kernel's number of each of them; empty if they are numbered as they stand
+    QList<CoreTier> tiers;  ///< fastest first; empty when all cores are alike
+    QList<AppUse> apps;     ///< in the order of the list; empty until known
     RowValue<double> celsius;
     RowValue<double> watts;
     PowerAccess powerAccess = PowerAccess::granted; ///< `denied` shows a row even without watts

@@ -30,6 +30,7 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
     if (sample.occasion != PopoverSample::Occasion::answer) {
         readings.usage = sample.live.cpuUsage();
         readings.cores = sample.live.coreUsages();
+        readings.coreNumbers = sample.live.coreNumbers();
         readings.history = sample.histories.cpu.points(sample.now);
         const Answer answer = isOpening ? Answer::deciding : Answer::later;
         take(readings.load, m_opening->load.read(), answer);

@@ -44,6 +44,8 @@ public:
 
     /// Whether the processor's load was measured since it was first wanted.
     bool hasCPULoad() const { return !m_cpuLoad.history().isEmpty(); }
+    /// See `CPULoad::numbers`.
+    const QList<int>& coreNumbers() const { return m_cpuLoad.numbers(); }
     const MemoryParts& memoryParts() const { return m_memory.parts(); }
     /// Whether the processor has counters of its power, which somebody may be allowed to read.
     bool hasCPUPower() const { return m_cpuPower.hasPackages(); }

@@ -156,6 +156,9 @@ void CPULoad::arrange()
     std::iota(m_order.begin(), m_order.end(), std::size_t(0));
     std::stable_sort(m_order.begin(), m_order.end(),
         [&](std::size_t one, std::size_t other) { return ranks[one] > ranks[other]; });
+    m_numbers.resize(qsizetype(m_order.size()));
+    std::transform(m_order.begin(), m_order.end(), m_numbers.begin(),
+        [this](std::size_t place) { return m_base[place].number; });
     m_performanceCount = levels.isEmpty() ? 0 : int(std::count(ranks.begin(), ranks.end(), 0));
 }
 

@@ -27,6 +27,8 @@ public:
     double total() const { return m_total; }
     /// One load per online core, 0…1. The slowest level comes first. The cores of a level are sorted by number.
     const QList<double>& cores() const { return m_cores; }
+    /// The kernel's number of each of `cores`, from 0 on. Offline cores are left out.
+    const QList<int>& numbers() const { return m_numbers; }
     /// How many cores at the end of `cores` belong to the fastest level; 0 when all cores are alike.
     int performanceCount() const { return m_performanceCount; }
     /// Total loads of the last `historyLength` samples, oldest first.
@@ -49,6 +51,7 @@ private:
     int m_performanceCount = 0;
     double m_total = 0;
     QList<double> m_cores;
+    QList<int> m_numbers;
     QList<double> m_history;
 };
 

@@ -188,6 +188,7 @@ private Q_SLOTS:
             { QStringLiteral("Efficiency"), 2 } };
         QCOMPARE(cpu().tiers, tiers);
         QCOMPARE(cpu().cores, QList<double>({ 0.3, 0.4, 0.1, 0.2 }));
+        QCOMPARE(cpu().coreNumbers, QList<int>({ 2, 3, 0, 1 }));
         // The kernel's lists say something else than its counters.
         m_machine->writeKind("cpu_atom", "2-7\n");
         m_machine->writeOnline("0-7\n");

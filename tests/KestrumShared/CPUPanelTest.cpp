@@ -175,6 +175,22 @@ private Q_SLOTS:
         QCOMPARE(bars.join(text(", ")), shown);
     }
 
+    void aPointedCoreHasTheKernelsNumber()
+    {
+        m_readings.cpu.cores = { 0.1, 0.2, 0.3 };
+        m_readings.cpu.tiers = { { text("Performance"), 2 }, { text("Efficiency"), 1 } };
+        const QRectF fast = panel().element(text("Performance")).rect;
+        PanelEnvironment environment = PanelFixture::in(ColourScheme::light);
+        environment.pointer = QPointF(fast.left() + 2, fast.bottom() - 2);
+        const auto pointed = [&](const QList<int>& numbers) {
+            m_readings.cpu.coreNumbers = numbers;
+            return DescribedPanel(MonitorSection::cpu, m_readings, {}, environment).drawn().image();
+        };
+        const QImage counted = pointed({});
+        QCOMPARE(pointed({ 8, 1, 8 }), counted);
+        QVERIFY(pointed({ 1, 0, 1 }) != counted);
+    }
+
     void theRowWithoutPermissionExplainsItself()
     {
         m_readings = SamplePopoverReadings::poor();

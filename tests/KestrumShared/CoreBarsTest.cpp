@@ -188,11 +188,16 @@ private Q_SLOTS:
 
     void thePointerTellsCoreAndLoad()
     {
-        const CoreBars part = twoTiers({ 0.1, 0.2, 0.3, 0.4 }, { 0.72, 0.5 });
+        CoreBars part = twoTiers({ 0.1, 0.2, 0.3, 0.4 }, { 0.72, 0.5 });
         PanelEnvironment environment = in(light);
         environment.pointer = QPointF(160, titleRoom + labelRoom + 3);
         QVERIFY(isSameTitle(
             drawn(part, environment, sectionWidth), environment, QStringLiteral("Core 5, 72\u00A0%")));
+        // The kernel counts the fast ones first, from 0 on.
+        part.tiers[0].numbers = { 2, 3, 4, 5 };
+        part.tiers[1].numbers = { 0, 1 };
+        QVERIFY(isSameTitle(
+            drawn(part, environment, sectionWidth), environment, QStringLiteral("Core 1, 72\u00A0%")));
         environment.pointer = QPointF(160, titleRoom + 3);
         QVERIFY(isSameTitle(drawn(part, environment, sectionWidth), environment, QStringLiteral("6")));
     }

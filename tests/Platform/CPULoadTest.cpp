@@ -111,6 +111,7 @@ private Q_SLOTS:
         cores.remove(1);
         sample(load, cores);
         QCOMPARE(load.cores(), QList<double>({ 0.1, 0.2, 0.9 }));
+        QCOMPARE(load.numbers(), QList<int>({ 2, 3, 0 }));
         QCOMPARE(load.performanceCount(), 1);
         QCOMPARE(load.total(), 0.4);
     }

@@ -76,8 +76,12 @@ void Agent::start(std::optional<double> launched)
     m_popoverSource = std::make_unique<LiveSource>(*m_sampler);
     m_sampler->adoptSettings();
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
-    for (const auto signal : { &Sampler::sampled, &Sampler::completed })
-        connect(m_sampler, signal, m_strip.get(), &PanelStrip::redraw);
+    for (const auto signal : { &Sampler::sampled, &Sampler::completed }) {
+        connect(m_sampler, signal, m_strip.get(), [this] {
+            if (!m_isAdopting)
+                m_strip->redraw();
+        });
+    }
     // Presses in any window of ours may be followed by a program's start.
     QCoreApplication::instance()->installEventFilter(this);
     m_channel = PanelChannel::make(*m_strip, m_menu);
@@ -170,11 +174,9 @@ void Agent::adoptLanguage()
 void Agent::adoptSettings()
 {
     adoptLanguage();
-    {
-        // Blocks the signal of an immediate sample, which would draw the items twice: the rebuild draws all of them.
-        const QSignalBlocker blocker(m_sampler);
-        m_sampler->adoptSettings();
-    }
+    m_isAdopting = true;
+    m_sampler->adoptSettings();
+    m_isAdopting = false;
     m_strip->rebuild();
 }
 

@@ -2,6 +2,7 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/PopoverController.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
+#include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumShared/Settings/PopoverRequest.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/SingleInstance.h"
@@ -197,6 +198,13 @@ private Q_SLOTS:
         show(true);
         QTRY_VERIFY(m_agent->strip()->isVisible());
         QCOMPARE(m_agent->strip()->size(), m_agent->strip()->sizeHint());
+    }
+
+    void hidingTheLastItemPausesWhatPopoversRead()
+    {
+        QSignalSpy paused(m_agent->findChild<Sampler*>(), &Sampler::paused);
+        show(false);
+        QTRY_COMPARE(paused.count(), 1);
     }
 
     void aNarrowerStripStaysAtTheTrailingEnd()

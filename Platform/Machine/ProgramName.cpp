@@ -43,6 +43,12 @@ bool hasValue(const QByteArray& program, const QByteArray& option)
         return isOneOf(option, { "-I", "-r" });
     if (isOneOf(language, { "node", "nodejs" }))
         return isOneOf(option, { "-r", "--require", "--import" });
+    if (language == "php")
+        return isOneOf(option, { "-d", "-S", "-t" });
+    if (isOneOf(language, { "lua", "luajit" }))
+        return option == "-l";
+    if (isOneOf(language, { "gjs", "gjs-console" }))
+        return isOneOf(option, { "-I", "-C" });
     return language == "java"
         && isOneOf(option,
             { "-cp", "-classpath", "--class-path", "-p", "--module-path", "--add-modules", "--add-opens",
@@ -55,6 +61,14 @@ bool isText(const QByteArray& program, const QByteArray& option)
 {
     if (ProgramName::isShell(program))
         return option.startsWith('-') && isShellOption(option) && option.contains('c');
+    const QByteArray language = withoutVersion(program);
+    if (language == "php")
+        return option == "-r";
+    if (isOneOf(language, { "node", "nodejs" }) && isOneOf(option, { "-p", "--eval", "--print" }))
+        return true;
+    // "-E", and "-0777ne" with the number of a character
+    if (language == "perl" && (option == "-E" || (option.startsWith("-0") && option.endsWith('e'))))
+        return true;
     static constexpr qsizetype longest = 5;
     return option.size() >= 2 && option.size() <= longest && option.startsWith('-')
         && !option.startsWith("--") && (option.endsWith('c') || option.endsWith('e'));

@@ -18,6 +18,14 @@ constexpr qint64 oneAct = 300;
 
 } // namespace
 
+TrayStand::TrayStand()
+{
+    connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
+        if (m_window && m_window->screen() == gone)
+            Q_EMIT dismissed();
+    });
+}
+
 int TrayStand::room() const
 {
     const QScreen* screen = m_window ? m_window->screen() : QGuiApplication::primaryScreen();

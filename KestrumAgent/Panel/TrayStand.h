@@ -13,6 +13,8 @@ namespace kestrum {
 class TrayStand final : public PopoverStand {
     Q_OBJECT
 public:
+    TrayStand();
+
     void show(QWidget& window, QSize size, const QRect& item) override;
     void hide() override;
     void takeKeyboard() override;

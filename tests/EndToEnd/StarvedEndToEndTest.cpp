@@ -34,9 +34,11 @@ private Q_SLOTS:
             fixture().kestrumctl("post", words(signal));
         QTest::qWait(50);
         const auto agent = started(kind, fixture().agentProgram());
-        const auto kestrum = started(kind, fixture().program("Kestrum"));
-        if (kestrum->waitForReadyRead(100) && kestrum->readAllStandardOutput().startsWith("unsupported"))
+        if (agent->waitForReadyRead(100) && agent->readAllStandardOutput().startsWith("unsupported"))
             QSKIP("this kernel does not let us lower the limits for one process");
+        // The window would start a second agent, for a moment, if this one were not ready.
+        QTRY_COMPARE_WITH_TIMEOUT(fixture().listeningAgent(), qint32(agent->processId()), patience);
+        const auto kestrum = started(kind, fixture().program("Kestrum"));
         const QByteArray window = DesktopFixture::windowOf(kestrum->processId());
         QVERIFY(!window.isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(DesktopFixture::activeWindow(), window, patience);

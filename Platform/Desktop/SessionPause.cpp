@@ -12,7 +12,6 @@ namespace kestrum {
 
 namespace {
 
-constexpr QLatin1StringView pauseConnection("kestrum-session");
 constexpr char usualAddress[] = "unix:path=/var/run/dbus/system_bus_socket";
 
 bool isLetter(char character)
@@ -30,9 +29,13 @@ SessionPause::SessionPause(QObject* parent)
 
 void SessionPause::join()
 {
+    // A name of its own: the bus library keeps a failed connection, and would give it out again under the same name. An
+    // attempt of an object that is gone may still be under way.
+    static int attempts = 0;
+    m_connection = QStringLiteral("kestrum-session-%1").arg(++attempts);
     const QString address
         = qEnvironmentVariable("DBUS_SYSTEM_BUS_ADDRESS", QString::fromLatin1(usualAddress));
-    DesktopBus::join(address, pauseConnection, this, [this](bool isJoined) {
+    DesktopBus::join(address, m_connection, this, [this](bool isJoined) {
         m_hasFailed = !isJoined;
         if (isJoined)
             follow();
@@ -43,14 +46,13 @@ void SessionPause::tryAgain()
 {
     if (!std::exchange(m_hasFailed, false))
         return;
-    // The bus library keeps a failed connection, and would give it out again under the same name.
-    QDBusConnection::disconnectFromBus(pauseConnection);
+    QDBusConnection::disconnectFromBus(m_connection);
     join();
 }
 
 SessionPause::~SessionPause()
 {
-    QDBusConnection::disconnectFromBus(pauseConnection);
+    QDBusConnection::disconnectFromBus(m_connection);
 }
 
 QString SessionPause::pathOf(const QByteArray& session)
@@ -72,14 +74,14 @@ void SessionPause::follow()
     // A service's name would have to be asked of the bus first, which may not answer. Whoever can imitate the login service
     // here closes a popover, no more.
     const QString sessionInterface = QStringLiteral("org.freedesktop.login1.Session");
-    DesktopBus::follow(pauseConnection, { {}, {}, sessionInterface }, QStringLiteral("Lock"), this,
+    DesktopBus::follow(m_connection, { {}, {}, sessionInterface }, QStringLiteral("Lock"), this,
         SLOT(adoptLock(QDBusMessage)));
-    DesktopBus::follow(pauseConnection,
+    DesktopBus::follow(m_connection,
         { {}, QStringLiteral("/org/freedesktop/login1"), QStringLiteral("org.freedesktop.login1.Manager") },
         QStringLiteral("PrepareForSleep"), this, SLOT(adoptSleep(bool)));
     // Some desktops lock the session themselves, and only tell the service afterwards. The bus compares the first argument,
     // so that other objects' properties do not wake this process.
-    QDBusConnection(pauseConnection)
+    QDBusConnection(m_connection)
         .connect({}, {}, QStringLiteral("org.freedesktop.DBus.Properties"),
             QStringLiteral("PropertiesChanged"), { sessionInterface }, QString(), this,
             SLOT(adoptProperties(QDBusMessage)));

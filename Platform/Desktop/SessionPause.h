@@ -34,6 +34,7 @@ private:
     void follow();
     static bool isOurs(const QDBusMessage& message);
 
+    QString m_connection;     ///< the name of the connection to the bus
     bool m_hasFailed = false; ///< the last attempt to join the bus
 };
 

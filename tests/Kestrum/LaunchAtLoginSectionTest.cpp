@@ -85,7 +85,7 @@ private Q_SLOTS:
     {
         QVERIFY(m_fixture->service().registerItem());
         Shown first;
-        first.show();
+        first.showAndRead(); // else it could be an earlier reading that says so
         QTRY_VERIFY(first.toggle->isChecked());
         Shown second;
         second.window.show();

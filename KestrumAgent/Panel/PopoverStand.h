@@ -9,8 +9,8 @@
 
 namespace kestrum {
 
-/// A channel's way to show one window beside an item of the strip: the popover's. The window takes the keyboard, but never
-/// grabs it or the pointer, because then a screen locker could not lock the screen.
+/// A channel's way to show one window beside an item of the strip: the popover's. The window takes the keyboard, but on
+/// X11 never grabs it or the pointer, because then a screen locker could not lock the screen.
 class PopoverStand : public QObject {
     Q_OBJECT
 public:
@@ -19,8 +19,8 @@ public:
     static constexpr int edgeDistance = 8;
 
     /// Shows `window` beside `item`, a rectangle in the strip's coordinates. If the window is shown already, it gets its new
-    /// size and place: call this function after each change of the size. The window must live until `hide`, and must have been
-    /// made translucent by then, or not.
+    /// size and place: call this function after each change of the size. The window must live until `hide`. A translucent
+    /// one must have the attribute `WA_TranslucentBackground` before the first call.
     virtual void show(QWidget& window, QSize size, const QRect& item) = 0;
     virtual void hide() = 0;
     /// Gives the keyboard to the shown window, as far as the desktop permits: the user has asked for the window again.
@@ -40,6 +40,7 @@ public:
 Q_SIGNALS:
     /// The user has turned to something else, or the window's screen is gone: the window is to be hidden.
     void dismissed();
+    /// `room` may have another value now, or the window another place.
     void roomChanged();
     /// The user has pressed what stands for the strip.
     void toggleRequested();

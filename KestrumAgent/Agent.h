@@ -63,8 +63,8 @@ private:
     UpdateNotice* m_updateNotice;
     bool m_isLeaving = false;
     bool m_isAdopting = false; ///< an immediate sample is not drawn: the rebuild after it draws all items
-    quint32 m_lastAct = 0; ///< time of the last input event, by the display's clock
-    QString m_language;    ///< language of Qt's texts and of the layout direction
+    quint32 m_lastAct = 0;     ///< time of the last input event, by the display's clock
+    QString m_language;        ///< language of Qt's texts and of the layout direction
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannel> m_channel;
     std::unique_ptr<PopoverSource> m_popoverSource;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Agent.h"
 
+#include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/LiveSource.h"
@@ -84,11 +85,14 @@ void Agent::start(std::optional<double> launched)
     }
     // Presses in any window of ours may be followed by a program's start.
     QCoreApplication::instance()->installEventFilter(this);
-    m_channel = PanelChannel::make(*m_strip, m_menu);
-    m_popovers = std::make_unique<PopoverController>(*m_strip, m_channel->popoverStand(), *m_popoverSource);
+    m_popovers = std::make_unique<PopoverController>(*m_strip, *m_popoverSource);
     connect(m_popovers.get(), &PopoverController::settingsRequested, this, &Agent::openSettings);
     connect(m_popovers.get(), &PopoverController::systemMonitorRequested, this,
         [this] { m_popovers->systemMonitor().open(activationToken()); });
+    m_service = std::make_unique<PanelService>(*m_strip, *m_popovers, m_menu);
+    connect(m_service.get(), &PanelService::usedChanged, this, &Agent::chooseChannel);
+    chooseChannel();
+    m_service->start();
 
     // The signal does not say which settings changed, so the whole store is read again.
     m_signals.listen(Signal::settings, [&store] { store.synchronize(); });
@@ -109,10 +113,24 @@ void Agent::start(std::optional<double> launched)
 
 void Agent::obey(PopoverRequest request)
 {
-    if (const auto section = fromRawValue<MonitorSection>(rawValue(request)))
-        m_popovers->open(*section);
-    else
+    const auto section = fromRawValue<MonitorSection>(rawValue(request));
+    if (!section)
         m_popovers->close();
+    else if (!m_service->requestPopover(*section))
+        m_popovers->open(*section);
+}
+
+/// What a bridge shows is not shown a second time.
+void Agent::chooseChannel()
+{
+    if (m_service->isUsed()) {
+        m_popovers->setHome(nullptr);
+        m_channel.reset();
+        m_strip->hide();
+    } else if (!m_channel) {
+        m_channel = PanelChannel::make(*m_strip, m_menu);
+        m_popovers->setHome(&m_channel->popoverStand());
+    }
 }
 
 void Agent::doWhatWasAskedSince(double launched)
@@ -213,13 +231,17 @@ void Agent::openSettings()
 void Agent::fillMenu()
 {
     m_menu.clear();
-    m_menu.addAction(AppLanguage::string("Settings…"), this, &Agent::openSettings);
+    // By these names, the entries can be chosen from a panel's own menu.
+    m_menu.addAction(AppLanguage::string("Settings…"), this, &Agent::openSettings)
+        ->setObjectName(QStringLiteral("settings"));
     if (Setting(Keys::updaterCanCheck).value()) {
-        m_menu.addAction(AppLanguage::string("Check for Updates…"), m_updates, &UpdateChecker::check);
+        m_menu.addAction(AppLanguage::string("Check for Updates…"), m_updates, &UpdateChecker::check)
+            ->setObjectName(QStringLiteral("check-for-updates"));
         m_updateNotice->addTo(m_menu, [this] { return activationToken(); });
     }
     m_menu.addSeparator();
-    m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff);
+    m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff)
+        ->setObjectName(QStringLiteral("quit"));
 }
 
 /// Also stores that the agent is switched off. Otherwise, the settings window would start the agent again when it is opened.

@@ -11,6 +11,7 @@
 namespace kestrum {
 
 class PanelChannel;
+class PanelService;
 class PanelStrip;
 class PopoverController;
 class PopoverSource;
@@ -42,6 +43,8 @@ public:
     PanelStrip* strip() const { return m_strip.get(); }
     /// The popovers of the items; null before `start`.
     PopoverController* popovers() const { return m_popovers.get(); }
+    /// The agent on the session bus, for bridges; null before `start`.
+    PanelService* service() const { return m_service.get(); }
     /// The menu that a right click on the items opens. Its entries are created when it is about to be shown.
     QMenu& menu() { return m_menu; }
 
@@ -51,6 +54,7 @@ private:
     void logEnd(const QString& reason);
     void obey(PopoverRequest request);
     void adoptLanguage();
+    void chooseChannel();
     void adoptSettings();
     void doWhatWasAskedSince(double launched);
     void fillMenu();
@@ -69,6 +73,7 @@ private:
     std::unique_ptr<PanelChannel> m_channel;
     std::unique_ptr<PopoverSource> m_popoverSource;
     std::unique_ptr<PopoverController> m_popovers;
+    std::unique_ptr<PanelService> m_service;
 };
 
 } // namespace kestrum

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <QClipboard>
+#include <QGuiApplication>
 #include <QObject>
 #include <QRect>
 #include <QSize>
@@ -36,6 +38,10 @@ public:
     }
     /// Whether the strip is not visible, so that the window itself must offer the way to the other sections.
     virtual bool isWithoutStrip() const { return false; }
+    /// Whether the window can stay while the user turns to something else.
+    virtual bool canPin() const { return true; }
+    /// Puts `text` on the clipboard.
+    virtual void copy(const QString& text) { QGuiApplication::clipboard()->setText(text); }
 
 Q_SIGNALS:
     /// The user has turned to something else, or the window's screen is gone: the window is to be hidden.

@@ -9,7 +9,6 @@
 #include "Platform/Desktop/SessionPause.h"
 #include "Platform/Desktop/Translucency.h"
 
-#include <QClipboard>
 #include <QFontInfo>
 #include <QGuiApplication>
 #include <utility>
@@ -33,20 +32,15 @@ ColourScheme chosenScheme()
 
 } // namespace
 
-PopoverController::PopoverController(
-    PanelStrip& strip, PopoverStand& stand, PopoverSource& source, QObject* parent)
+PopoverController::PopoverController(PanelStrip& strip, PopoverSource& source, QObject* parent)
     : QObject(parent)
     , m_strip(strip)
-    , m_stand(stand)
     , m_source(source)
 {
     connect(&m_strip, &PanelStrip::itemClicked, this, &PopoverController::toggle);
     connect(&m_strip, &PanelStrip::itemApproached, &m_source, &PopoverSource::approached);
     // The settings of the items also change what a popover shows, and where it stands.
     connect(&m_strip, &PanelStrip::rebuilt, this, &PopoverController::refresh);
-    connect(&m_stand, &PopoverStand::dismissed, this, &PopoverController::close);
-    connect(&m_stand, &PopoverStand::roomChanged, this, &PopoverController::refresh);
-    connect(&m_stand, &PopoverStand::toggleRequested, this, &PopoverController::toggleSeen);
     connect(&m_source, &PopoverSource::changed, this, &PopoverController::refresh);
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &PopoverController::refresh);
     SharedSettings::store().observe(
@@ -92,12 +86,48 @@ void PopoverController::toggleSeen()
         open(sections.last());
 }
 
+void PopoverController::setHome(PopoverStand* home)
+{
+    if (m_home) {
+        leave(*m_home);
+        m_home->disconnect(this);
+    }
+    m_home = home;
+    if (m_home) {
+        follow(*m_home);
+        connect(m_home, &PopoverStand::toggleRequested, this, &PopoverController::toggleSeen);
+    }
+}
+
+void PopoverController::follow(PopoverStand& stand)
+{
+    connect(&stand, &PopoverStand::dismissed, this, [this, &stand] { leave(stand); });
+    connect(&stand, &PopoverStand::roomChanged, this, &PopoverController::refresh);
+}
+
+void PopoverController::leave(PopoverStand& stand)
+{
+    if (m_stand == &stand)
+        close();
+}
+
 void PopoverController::open(MonitorSection section)
+{
+    if (m_home)
+        open(section, *m_home);
+}
+
+void PopoverController::open(MonitorSection section, PopoverStand& stand)
 {
     if (!m_strip.items().item(section))
         return;
-    if (m_section == section) {
-        m_stand.takeKeyboard();
+    if (m_stand != &stand) {
+        close();
+        m_stand = &stand;
+        if (m_stand != m_home)
+            follow(stand);
+    } else if (m_section == section) {
+        m_stand->takeKeyboard();
         return;
     }
     const bool isTurned = m_section.has_value();
@@ -112,10 +142,12 @@ void PopoverController::open(MonitorSection section)
         connect(m_window.get(), &PopoverWindow::closeRequested, this, &PopoverController::close);
         connect(m_window.get(), &PopoverWindow::neighbourRequested, this, &PopoverController::stepBy);
         connect(m_window.get(), &PopoverWindow::menuRequested, this, &PopoverController::requestMenu);
+        connect(m_window.get(), &PopoverWindow::copied, this,
+            [this](const QString& text) { m_stand->copy(text); });
         connect(m_window.get(), &PopoverWindow::listHeld, &m_source, &PopoverSource::setListHeld);
         connect(m_window.get(), &PopoverWindow::tipRequested, this,
             [this](QPoint at, const QString& text, const QRect& area) {
-                m_stand.showTip(*m_window, at, text, area);
+                m_stand->showTip(*m_window, at, text, area);
             });
         m_systemMonitor.look();
         if (!m_pause) {
@@ -128,12 +160,13 @@ void PopoverController::open(MonitorSection section)
     m_state = {};
     m_state.isPinned = isPinned;
     m_state.hasSystemMonitor = m_systemMonitor.isThere();
-    m_state.hasTabs = m_stand.isWithoutStrip();
+    m_state.hasTabs = m_stand->isWithoutStrip();
+    m_state.hasPin = m_stand->canPin();
     m_window->startAnew();
     m_strip.setOpened(section);
     refresh();
     if (isTurned)
-        m_stand.takeKeyboard();
+        m_stand->takeKeyboard();
 }
 
 void PopoverController::close()
@@ -143,7 +176,10 @@ void PopoverController::close()
     m_section.reset();
     m_state = {};
     m_strip.setOpened(std::nullopt);
-    m_stand.hide();
+    PopoverStand& stand = *std::exchange(m_stand, nullptr);
+    if (&stand != m_home)
+        stand.disconnect(this);
+    stand.hide();
     // The call may come from one of the window's own events. Until it is deleted, the window may get more of them.
     m_window->disconnect(this);
     m_window->disconnect(&m_source);
@@ -167,7 +203,7 @@ void PopoverController::refresh()
     const QRegion changed = m_window->setContent(
         PopoverPanel::of(*m_section, m_source.readings(), m_state, SharedSettings::store().snapshot(), look),
         look, PopoverWindow::scaleFor(QFontInfo(QGuiApplication::font()).pixelSize()));
-    m_stand.show(*m_window, m_window->sizeFor(m_stand.room()), m_strip.place(*item).toAlignedRect());
+    m_stand->show(*m_window, m_window->sizeFor(m_stand->room()), m_strip.place(*item).toAlignedRect());
     // Paints at once: `update` would wake the process a second time for each sample.
     m_window->repaint(changed);
 }
@@ -179,13 +215,13 @@ void PopoverController::stepBy(int step)
     const QList<MonitorSection> sections = m_strip.items().sections();
     const bool isMirrored = m_state.hasTabs && QGuiApplication::layoutDirection() == Qt::RightToLeft;
     const qsizetype now = sections.indexOf(*m_section) + (isMirrored ? -step : step);
-    open(sections[(now + sections.size()) % sections.size()]);
+    open(sections[(now + sections.size()) % sections.size()], *m_stand);
 }
 
 void PopoverController::requestMenu()
 {
     // A status icon has the menu itself, where the desktop puts it.
-    if (m_stand.isWithoutStrip())
+    if (m_stand->isWithoutStrip())
         return;
     const PanelStrip::Item* item = m_strip.items().item(*m_section);
     const QPoint at(int(m_strip.place(*item).center().x()), m_strip.height());
@@ -201,8 +237,10 @@ void PopoverController::act(const PanelAction& action)
     case Kind::none:
         return;
     case Kind::togglePin:
+        if (!m_state.hasPin)
+            return;
         m_state.isPinned = !m_state.isPinned;
-        m_stand.setPinned(m_state.isPinned);
+        m_stand->setPinned(m_state.isPinned);
         break;
     case Kind::openSettings:
         if (!m_state.isPinned)
@@ -227,11 +265,11 @@ void PopoverController::act(const PanelAction& action)
         m_state.explainsPower = !m_state.explainsPower;
         break;
     case Kind::copyText:
-        QGuiApplication::clipboard()->setText(action.argument);
+        m_stand->copy(action.argument);
         return;
     case Kind::showSection:
         if (const auto section = fromRawValue<MonitorSection>(action.argument))
-            open(*section);
+            open(*section, *m_stand);
         return;
     }
     refresh();

@@ -24,14 +24,21 @@ struct PanelEnvironment;
 class PopoverController final : public QObject {
     Q_OBJECT
 public:
-    /// All three must outlive the controller.
-    PopoverController(
-        PanelStrip& strip, PopoverStand& stand, PopoverSource& source, QObject* parent = nullptr);
+    /// Both must outlive the controller.
+    PopoverController(PanelStrip& strip, PopoverSource& source, QObject* parent = nullptr);
     ~PopoverController() override;
 
+    /// Where popovers are shown unless `open` names another place; null for nowhere. The stand must live until it is `left` or
+    /// replaced. A popover that is open at the former one is closed.
+    void setHome(PopoverStand* home);
+    /// Closes the popover if it is open at `stand`, which is about to go or has asked for it.
+    void leave(PopoverStand& stand);
+
     /// Opens the popover of `section`, or turns the open one to it, and gives it the keyboard. Does nothing if the section
-    /// has no item.
+    /// has no item, or nobody shows popovers.
     void open(MonitorSection section);
+    /// The same at another place than the usual one. A popover that is open elsewhere is closed. The stand must live until `leave`.
+    void open(MonitorSection section, PopoverStand& stand);
     void close();
     /// Closes the popover if it is `section`'s, else opens it.
     void toggle(MonitorSection section);
@@ -55,13 +62,15 @@ Q_SIGNALS:
 
 private:
     void act(const PanelAction& action);
+    void follow(PopoverStand& stand);
     void toggleSeen();
     void stepBy(int step);
     void requestMenu();
     void refresh();
 
     PanelStrip& m_strip;
-    PopoverStand& m_stand;
+    PopoverStand* m_home = nullptr;
+    PopoverStand* m_stand = nullptr; ///< where the open popover is shown; null while none is open
     PopoverSource& m_source;
     std::optional<MonitorSection> m_section;
     bool m_isTranslucent = false;

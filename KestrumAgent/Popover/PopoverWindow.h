@@ -50,6 +50,8 @@ Q_SIGNALS:
     /// The user wants the popover of the neighbour: +1 to the right, −1 to the left.
     void neighbourRequested(int step);
     void menuRequested();
+    /// The user wants `text` on the clipboard.
+    void copied(const QString& text);
     /// The pointer rests at `at`. `text` is empty if nothing is to be told of the element in `area`.
     void tipRequested(QPoint at, const QString& text, QRect area);
     /// Whether the user is about to use a row, so that rows should keep their places.
@@ -73,7 +75,7 @@ protected:
 private:
     bool moveBy(const QKeyEvent& event);
     bool act(const QKeyEvent& event);
-    void copy() const;
+    void copy();
     QRegion changedSince(const PopoverLayout& before, const PanelPointer& pointerBefore) const;
     void followPointer();
     void point(const std::optional<QPointF>& place);

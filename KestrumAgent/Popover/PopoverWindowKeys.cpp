@@ -4,8 +4,6 @@
 #include "KestrumAgent/Popover/PopoverAccessible.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
 
-#include <QClipboard>
-#include <QGuiApplication>
 #include <QKeyEvent>
 #include <algorithm>
 
@@ -101,14 +99,13 @@ bool PopoverWindow::act(const QKeyEvent& event)
 }
 
 /// Copies the focused row, or without a focus the whole popover.
-void PopoverWindow::copy() const
+void PopoverWindow::copy()
 {
     const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
     QString text = focused ? PopoverLayout::text(*focused) : QString();
     if (text.isEmpty())
         text = m_layout.text();
-    QGuiApplication::clipboard()->setText(
-        text.endsWith(u'\n') && text.count(u'\n') == 1 ? text.chopped(1) : text);
+    Q_EMIT copied(text.endsWith(u'\n') && text.count(u'\n') == 1 ? text.chopped(1) : text);
 }
 
 } // namespace kestrum

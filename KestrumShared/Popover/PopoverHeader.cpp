@@ -42,8 +42,9 @@ HeaderPlaces places(
     HeaderPlaces places;
     const double gear = rect.width() - edgeRoom - symbolWidth / 2;
     places.gear = target(rect, gear, environment);
-    places.pin = target(rect, gear - targetPitch, environment);
-    const double valueEnd = gear - targetPitch - symbolWidth / 2 - edgeRoom;
+    if (header.hasPin)
+        places.pin = target(rect, gear - targetPitch, environment);
+    const double valueEnd = gear - (header.hasPin ? targetPitch : 0) - symbolWidth / 2 - edgeRoom;
     places.value = environment.fromLeading(rect, valueEnd - valueWidth, valueWidth);
     for (qsizetype i = 0; i < header.tabs.size(); ++i)
         places.tabs.append(target(rect, edgeRoom + symbolWidth / 2 + double(i) * targetPitch, environment));
@@ -84,10 +85,12 @@ void PopoverHeader::draw(QPainter& painter, const QRectF& rect, const PanelEnvir
     PanelText { title, PanelEnvironment::systemFont(nameSize, QFont::DemiBold), environment.textColour() }
         .draw(painter, at.title, environment);
     number.draw(painter, at.value, environment.textColour(), environment);
-    environment.drawPlate(painter, at.pin);
-    PanelSymbol { isPinned ? QStringLiteral("pin.fill") : QStringLiteral("pin"), symbolSize,
-        isPinned ? environment.headerColour() : environment.secondaryTextColour() }
-        .draw(painter, at.pin);
+    if (hasPin) {
+        environment.drawPlate(painter, at.pin);
+        PanelSymbol { isPinned ? QStringLiteral("pin.fill") : QStringLiteral("pin"), symbolSize,
+            isPinned ? environment.headerColour() : environment.secondaryTextColour() }
+            .draw(painter, at.pin);
+    }
     environment.drawPlate(painter, at.gear);
     PanelSymbol { QStringLiteral("gearshape"), symbolSize, environment.secondaryTextColour() }.draw(
         painter, at.gear);
@@ -114,13 +117,15 @@ QList<PanelElement> PopoverHeader::describe(const QRectF& rect, const PanelEnvir
     text.rect = at.title.united(at.value);
     elements.append(text);
 
-    PanelElement pin;
-    pin.role = PanelElement::Role::checkBox;
-    pin.name = AppLanguage::string("Keep open");
-    pin.rect = at.pin;
-    pin.action = { PanelAction::Kind::togglePin };
-    pin.isChecked = isPinned;
-    elements.append(pin);
+    if (hasPin) {
+        PanelElement pin;
+        pin.role = PanelElement::Role::checkBox;
+        pin.name = AppLanguage::string("Keep open");
+        pin.rect = at.pin;
+        pin.action = { PanelAction::Kind::togglePin };
+        pin.isChecked = isPinned;
+        elements.append(pin);
+    }
 
     PanelElement gear;
     gear.role = PanelElement::Role::button;

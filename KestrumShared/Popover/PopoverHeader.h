@@ -15,6 +15,7 @@ struct PopoverHeader {
     QString icon;  ///< name of a symbol
     QString value; ///< "49 %"
     bool isPinned = false;
+    bool hasPin = true;
     /// Without tabs, the list is empty.
     struct Tab {
         QString title;

@@ -96,6 +96,7 @@ PanelPart SectionPanel::header(MonitorSection section, const QString& value) con
     header.icon = sectionIcon(section);
     header.value = value;
     header.isPinned = m_state.isPinned;
+    header.hasPin = m_state.hasPin;
     if (m_state.hasTabs) {
         for (const MonitorSection other : MeterSettings::storedOrder(m_settings)) {
             if (!MeterSettings::isShown(other, m_settings))

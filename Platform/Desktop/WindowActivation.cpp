@@ -42,6 +42,12 @@ QByteArray WindowActivation::takeToken()
     return taken;
 }
 
+void WindowActivation::giveToken(const QByteArray& token)
+{
+    if (!token.isEmpty())
+        qputenv(waylandToken, token);
+}
+
 QByteArray WindowActivation::tokenOf(quint32 time)
 {
     if (time == 0 || QGuiApplication::platformName() != QLatin1StringView("xcb"))

@@ -25,6 +25,9 @@ QByteArray token();
 /// starts would seem to be started by the user.
 QByteArray takeToken();
 
+/// Puts `token` where `takeToken` finds it: the desktop gave it to another program, which hands it on. Nothing for an empty one.
+void giveToken(const QByteArray& token);
+
 /// Makes a token for a program that the user starts from a window of this process, if the desktop made no token. `time`
 /// is the X server's time of the click or key press, in milliseconds. The token is empty for time 0 and without X.
 QByteArray tokenOf(quint32 time);

@@ -138,7 +138,8 @@ private Q_SLOTS:
         NotedStand stand;
         NotedSource source;
         connect(&strip, &PanelStrip::rebuilt, &stand, &PopoverStand::roomChanged);
-        PopoverController popovers(strip, stand, source);
+        PopoverController popovers(strip, source);
+        popovers.setHome(&stand);
         popovers.open(memory);
         Setting(Keys::showMemoryItem).set(false);
         strip.rebuild();

@@ -68,7 +68,9 @@ struct Desk {
     PanelStrip strip { readings };
     NotedStand stand;
     NotedSource source;
-    PopoverController popovers { strip, stand, source };
+    PopoverController popovers { strip, source };
+
+    Desk() { popovers.setHome(&stand); }
 
     QRect place(MonitorSection section) const
     {

@@ -1,0 +1,97 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumAgent/Bridge/PanelData.h"
+#include "KestrumShared/Vocabulary/MonitorSection.h"
+
+#include <QDBusContext>
+#include <QObject>
+#include <QRect>
+#include <QVariantMap>
+#include <functional>
+#include <map>
+#include <memory>
+
+class QDBusMessage;
+class QMenu;
+
+namespace kestrum {
+
+class AttachedBridge;
+class PanelStrip;
+class PopoverController;
+
+/// The agent on the session bus: what parts of desktops' panels, the bridges, need to show the items. The interface is described
+/// in com.orvale.kestrum.Panel1.xml, from which its adaptor is made. Without a bridge nothing is drawn and nothing is sent. Main
+/// thread only.
+class PanelService final : public QObject, protected QDBusContext {
+    Q_OBJECT
+    Q_PROPERTY(uint Version READ version)
+    Q_PROPERTY(QString ShownBy READ shownBy)
+public:
+    static constexpr int mostBridges = 8;
+    static constexpr int longestHost = 64;
+
+    /// `strip` has the items, which need not be visible; `menu` is filled when it is about to be shown. All must outlive the
+    /// service.
+    PanelService(PanelStrip& strip, PopoverController& popovers, QMenu& menu, QObject* parent = nullptr);
+    ~PanelService() override;
+
+    /// Joins the session bus, on another thread. Emits `settled` when the agent can be found there, or cannot be.
+    void start();
+
+    /// Whether a bridge shows the items.
+    bool isUsed() const { return !m_bridges.empty(); }
+    /// The hosts of the bridges, separated by commas; without one, what `setOwnWay` has told.
+    QString shownBy() const;
+    /// Tells what shows the items while no bridge is attached.
+    void setOwnWay(const QString& name) { m_ownWay = name; }
+    uint version() const { return PanelContract::version; }
+
+    /// Asks the bridge that was used last to open the item's popover. Without a bridge, returns false.
+    bool requestPopover(MonitorSection section);
+
+public Q_SLOTS:
+    // The interface's methods.
+    uint Attach(const QString& host, const QVariantMap& look);
+    void Look(uint bridge, const QVariantMap& look);
+    void Detach(uint bridge);
+    void OpenPopover(uint bridge, const QString& item, const QVariantMap& look);
+    void ClosePopover(uint bridge);
+    void Pointer(uint bridge, const QString& kind, double x, double y, double notches);
+    void Key(uint bridge, const QString& key);
+    void ShowPopover(uint bridge, const QString& item, const QRect& place, const QString& token);
+    QList<kestrum::PanelMenuEntry> Actions(const QString& item);
+    void Choose(const QString& action, const QString& item, const QString& token);
+    void Reorder(const QStringList& items);
+
+Q_SIGNALS:
+    void settled(bool isOnBus);
+    /// A first bridge has come, or the last one has gone.
+    void usedChanged();
+    /// A bridge for this host has come.
+    void attached(const QString& host);
+    /// The user wants the agent's own window beside a place, in the display's pixels.
+    void popoverWanted(MonitorSection section, const QRect& place, const QByteArray& token);
+
+private Q_SLOTS:
+    void clientLeft(const QString& client, const QString& before, const QString& now);
+
+private:
+    AttachedBridge* own(uint number);
+    void drop(uint number);
+    void requestName();
+    void sendItems();
+    void move(MonitorSection section, int step);
+    void send(const AttachedBridge& bridge, const char* signal, const QVariantList& arguments);
+
+    PanelStrip& m_strip;
+    PopoverController& m_popovers;
+    QMenu& m_menu;
+    std::map<uint, std::unique_ptr<AttachedBridge>> m_bridges;
+    uint m_lastNumber = 0;
+    uint m_lastUsed = 0;
+    QString m_ownWay = QStringLiteral("nothing");
+};
+
+} // namespace kestrum

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "KestrumAgent/Bridge/BridgeStand.h"
-#include "KestrumAgent/Bridge/PanelData.h"
 #include "KestrumAgent/Bridge/PanelLook.h"
+#include "KestrumShared/Agent/PanelContract.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 
 #include <QImage>

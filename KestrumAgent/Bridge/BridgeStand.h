@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumAgent/Bridge/PanelData.h"
 #include "KestrumAgent/Bridge/PanelLook.h"
 #include "KestrumAgent/Panel/PopoverStand.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
+#include "KestrumShared/Agent/PanelContract.h"
 
 #include <QImage>
 #include <QPointer>

@@ -10,7 +10,6 @@
 #include "Platform/Desktop/DesktopBus.h"
 #include "Platform/Desktop/WindowActivation.h"
 #include "Platform/Log/Log.h"
-#include "paneladaptor.h"
 
 #include <QAction>
 #include <QDBusConnection>
@@ -18,6 +17,7 @@
 #include <QDBusPendingReply>
 #include <QMenu>
 #include <algorithm>
+#include <paneladaptor.h>
 
 namespace kestrum {
 
@@ -47,7 +47,8 @@ PanelService::PanelService(PanelStrip& strip, PopoverController& popovers, QMenu
 
 PanelService::~PanelService()
 {
-    m_bridges.clear();
+    for (const auto& [number, bridge] : m_bridges)
+        m_popovers.leave(bridge->stand());
     QDBusConnection::disconnectFromBus(panelConnection);
 }
 

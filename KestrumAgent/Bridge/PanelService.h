@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumAgent/Bridge/PanelData.h"
+#include "KestrumShared/Agent/PanelContract.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 
 #include <QDBusContext>

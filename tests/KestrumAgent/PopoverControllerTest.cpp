@@ -231,6 +231,8 @@ private Q_SLOTS:
         desk.popovers.open(cpu);
         desk.act(Kind::copyText, QStringLiteral("sudo something"));
         QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("sudo something"));
+        Q_EMIT desk.popovers.window()->copied(QStringLiteral("a row"));
+        QCOMPARE(QApplication::clipboard()->text(), QStringLiteral("a row"));
         QCOMPARE(desk.popovers.section(), cpu);
     }
 

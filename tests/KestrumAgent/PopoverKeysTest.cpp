@@ -4,7 +4,6 @@
 #include "tests/Support/TestHome.h"
 
 #include <QApplication>
-#include <QClipboard>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -53,7 +52,7 @@ private Q_SLOTS:
         QCOMPARE(held.count(), 1);
         QCOMPARE(held.first().first().toBool(), false);
         QTest::keyClick(&popover.window, Qt::Key_C, Qt::ControlModifier);
-        QVERIFY(QApplication::clipboard()->text().startsWith(QStringLiteral("CPU\t49 %\n")));
+        QVERIFY(popover.copied.startsWith(QStringLiteral("CPU\t49 %\n")));
     }
 
     void afterAPressOfTheMouseEnterPressesNothing()

@@ -50,9 +50,12 @@ struct PopoverWindowFixture {
     PlainPart list { 100 };
     PlainPart graph { 200 };
     double scale = 1;
+    QString copied; ///< the last text that the user wanted on the clipboard
 
     PopoverWindowFixture()
     {
+        QObject::connect(
+            &window, &PopoverWindow::copied, &window, [this](const QString& text) { copied = text; });
         PanelElement title = element(Role::text, "CPU, 49 %");
         title.columns = { QStringLiteral("CPU"), QStringLiteral("49 %") };
         PanelElement pin = element(Role::checkBox, "Keep open");

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "KestrumAgent/Bridge/PanelData.h"
+#include "KestrumShared/Agent/PanelContract.h"
 
 #include <QDBusMetaType>
 

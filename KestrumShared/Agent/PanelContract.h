@@ -8,7 +8,7 @@
 
 namespace kestrum {
 
-/// An item as a bridge gets it; see the interface's description.
+/// An item as a bridge gets it; see KestrumAgent/Bridge/com.orvale.kestrum.Panel1.xml.
 struct PanelItem {
     QString id;
     double x = 0;

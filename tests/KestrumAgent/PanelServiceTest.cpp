@@ -1,0 +1,451 @@
+// The agent on the session bus: what bridges get, what they may do, and what they may not.
+
+#include "KestrumAgent/Bridge/PanelService.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "tests/Support/BridgeClient.h"
+#include "tests/Support/PopoverDesk.h"
+#include "tests/Support/SessionBus.h"
+#include "tests/Support/TestHome.h"
+
+#include <QMenu>
+#include <QRandomGenerator>
+#include <QSignalSpy>
+#include <QTest>
+#include <cmath>
+#include <limits>
+
+using namespace kestrum;
+
+using enum MonitorSection;
+
+class PanelServiceTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<SessionBus> m_bus;
+    std::unique_ptr<Desk> m_desk;
+    std::unique_ptr<QMenu> m_menu;
+    std::unique_ptr<PanelService> m_service;
+
+    std::unique_ptr<BridgeClient> bridge(const QVariantMap& look = {})
+    {
+        auto client = std::make_unique<BridgeClient>(m_bus->address());
+        client->attach(look);
+        (void)QTest::qWaitFor([&] { return client->itemMessages > 0; }, BridgeClient::limit);
+        return client;
+    }
+    static QString order()
+    {
+        return SharedSettings::store().string(Keys::menuBarOrder.name).value_or(QString());
+    }
+    static QVariantList popover(const BridgeClient& client, const char* item, double scale = 1)
+    {
+        return { client.number, QString::fromLatin1(item),
+            QVariantMap { { QStringLiteral("scale"), scale } } };
+    }
+    static QVariantList pointer(const BridgeClient& client, const char* kind, QPointF at)
+    {
+        return { client.number, QString::fromLatin1(kind), at.x(), at.y(), 0.0 };
+    }
+    static QVariantList key(const BridgeClient& client, const char* name)
+    {
+        return { client.number, QString::fromLatin1(name) };
+    }
+    /// The middle of the element that does this, in the open popover.
+    QPointF place(PanelAction::Kind kind) const
+    {
+        QPointF found(-1, -1);
+        m_desk->popovers.window()->layout().visit(
+            [&](const PopoverLayout::Path& path, const PanelElement& element) {
+                if (element.action.kind == kind)
+                    found = m_desk->popovers.window()->rectOf(path).center();
+            });
+        return found;
+    }
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        qputenv("QT_LOGGING_RULES", "*.info=false");
+        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "disabled:");
+        m_bus = std::make_unique<SessionBus>(SessionBus::Services::none);
+        QVERIFY(m_bus->isUp());
+    }
+    void init()
+    {
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+        m_desk = std::make_unique<Desk>();
+        m_menu = std::make_unique<QMenu>();
+        m_menu->addAction(QStringLiteral("Open"))->setObjectName(QStringLiteral("settings"));
+        m_menu->addSeparator();
+        m_menu->addAction(QStringLiteral("Closed"))->setObjectName(QStringLiteral("closed"));
+        m_menu->actions().last()->setEnabled(false);
+        m_service = std::make_unique<PanelService>(m_desk->strip, m_desk->popovers, *m_menu);
+        QSignalSpy settled(m_service.get(), &PanelService::settled);
+        m_service->start();
+        QTRY_COMPARE(settled.size(), 1);
+        QCOMPARE(settled[0][0].toBool(), true);
+    }
+    void cleanup()
+    {
+        m_service.reset();
+        m_menu.reset();
+        m_desk.reset();
+    }
+
+    void aBridgeGetsTheItemsAndThenOnlyWhatHasChanged()
+    {
+        const auto client = bridge();
+        QVERIFY(m_service->isUsed());
+        QCOMPARE(client->property("Version").toUInt(), 1U);
+        QCOMPARE(client->property("ShownBy").toString(), QStringLiteral("test"));
+        QCOMPARE(client->items.size(), 4);
+        for (qsizetype i = 0; i < 4; ++i) {
+            const PanelItem& item = client->items[i];
+            const PanelStrip::Item& ours = m_desk->strip.items().list()[i];
+            QCOMPARE(item.id, rawValue(ours.section));
+            QCOMPARE(item.x, ours.view->frame().x());
+            QCOMPARE(item.width, ours.view->frame().width());
+            QCOMPARE(item.text, m_desk->strip.text(ours.section));
+            QCOMPARE(item.pixels.size(), qsizetype(item.pixelWidth) * item.pixelHeight * 4);
+        }
+
+        m_desk->strip.redraw();
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->itemMessages, 1); // nothing has changed
+
+        m_desk->readings->memory = 0.9;
+        m_desk->strip.redraw();
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->itemMessages, 2);
+        QVERIFY(!client->item("memory")->pixels.isEmpty());
+        QVERIFY(client->item("cpu")->pixels.isEmpty() && client->item("storage")->pixels.isEmpty());
+    }
+
+    void thePicturesAreTheStripsOwn()
+    {
+        const auto client = bridge({ { QStringLiteral("scale"), 2.0 },
+            { QStringLiteral("foreground"), QStringLiteral("#ffffff") } });
+        const PanelItem& told = *client->item("cpu");
+        const QImage ours = StripScene::picture(
+            *m_desk->strip.items().item(cpu), ColourScheme::dark, 2, Appearance::current())
+                                .convertToFormat(QImage::Format_RGBA8888_Premultiplied);
+        QCOMPARE(QSize(told.pixelWidth, told.pixelHeight), ours.size());
+        QCOMPARE(
+            told.pixels, QByteArray(reinterpret_cast<const char*>(ours.constBits()), ours.sizeInBytes()));
+    }
+
+    void aLookIsTakenAsFarAsItHasAMeaning()
+    {
+        const auto client = bridge();
+        const QByteArray dark = client->item("cpu")->pixels;
+        const int height = client->item("cpu")->pixelHeight;
+        const auto heightWith = [&](const QVariant& scale) {
+            QVariantMap look;
+            look[QStringLiteral("scale")] = scale;
+            client->call("Look", { client->number, look });
+            return client->isUpToDate() ? client->item("cpu")->pixelHeight : 0;
+        };
+        QCOMPARE(heightWith(2.0), 2 * height);
+        QCOMPARE(heightWith(std::nan("")), 2 * height);
+        QCOMPARE(heightWith(QStringLiteral("large")), 2 * height);
+        QCOMPARE(heightWith(std::numeric_limits<double>::infinity()), 2 * height);
+        QCOMPARE(heightWith(1000.0), 4 * height);
+        QCOMPARE(heightWith(-1.0), (height + 1) / 2);
+        QCOMPARE(heightWith(1.0), height);
+        const auto pixelsOn = [&](const char* foreground) {
+            client->call("Look",
+                { client->number,
+                    QVariantMap { { QStringLiteral("foreground"), QString::fromLatin1(foreground) } } });
+            return client->isUpToDate() ? client->item("cpu")->pixels : QByteArray();
+        };
+        QCOMPARE(pixelsOn("white"), dark); // only "#rrggbb" is a colour
+        QCOMPARE(pixelsOn("#12"), dark);
+        QVERIFY(pixelsOn("#ffffff") != dark);
+    }
+
+    void aBridgeThatGoesIsForgotten()
+    {
+        QSignalSpy used(m_service.get(), &PanelService::usedChanged);
+        auto client = bridge();
+        auto other = bridge();
+        QCOMPARE(used.size(), 1);
+        QCOMPARE(m_service->shownBy(), QStringLiteral("test,test"));
+        client->leave();
+        other->call("Detach", { other->number });
+        QTRY_VERIFY(!m_service->isUsed());
+        QCOMPARE(used.size(), 2);
+        m_service->setOwnWay(QStringLiteral("strip"));
+        QCOMPARE(m_service->shownBy(), QStringLiteral("strip"));
+    }
+
+    void aNumberIsGoodForItsOwnerAlone()
+    {
+        const auto client = bridge();
+        BridgeClient stranger(m_bus->address());
+        const QVariantMap look;
+        const QString refusal = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
+        for (const uint number : { client->number, client->number + 1, 0U }) {
+            QCOMPARE(stranger.errorOf("Look", { number, look }), refusal);
+            QCOMPARE(stranger.errorOf("Detach", { number }), refusal);
+            QCOMPARE(stranger.errorOf("OpenPopover", { number, QStringLiteral("cpu"), look }), refusal);
+            QCOMPARE(stranger.errorOf("ClosePopover", { number }), refusal);
+            QCOMPARE(stranger.errorOf("Pointer", { number, QStringLiteral("move"), 1.0, 1.0, 0.0 }), refusal);
+            QCOMPARE(stranger.errorOf("Key", { number, QStringLiteral("Tab") }), refusal);
+        }
+        QVERIFY(m_service->isUsed());
+        QVERIFY(!m_desk->popovers.section());
+    }
+
+    void theNinthBridgeIsRefused()
+    {
+        std::vector<std::unique_ptr<BridgeClient>> clients;
+        for (int i = 0; i < PanelService::mostBridges; ++i)
+            clients.push_back(bridge());
+        BridgeClient ninth(m_bus->address());
+        const QVariantList arguments { QStringLiteral("test"), QVariantMap() };
+        QCOMPARE(
+            ninth.errorOf("Attach", arguments), QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded"));
+        clients.back()->call("Detach", { clients.back()->number });
+        QCOMPARE(ninth.errorOf("Attach", arguments), QString());
+    }
+
+    void aHostsNameIsCut()
+    {
+        BridgeClient client(m_bus->address());
+        client.attach({}, QString(1000, u'x'));
+        QCOMPARE(m_service->shownBy().size(), qsizetype(PanelService::longestHost));
+    }
+
+    void aPopoverIsSentWholeAndThenInBands()
+    {
+        const auto client = bridge();
+        client->call("OpenPopover", popover(*client, "memory"));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(m_desk->popovers.section(), memory);
+        QCOMPARE(client->popoverItem, QStringLiteral("memory"));
+        QCOMPARE(client->popover.size(), m_desk->popovers.window()->size());
+        QCOMPARE(client->bandRows, client->popover.height());
+        QCOMPARE(qAlpha(client->popover.pixel(0, 0)), 0); // outside of the round corner
+        QCOMPARE(client->popoverText, m_desk->popovers.window()->layout().text());
+
+        const int messages = client->popoverMessages;
+        Q_EMIT m_desk->source.changed();
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popoverMessages, messages); // nothing has changed
+
+        m_desk->source.values.memory.pressure = 0.77;
+        Q_EMIT m_desk->source.changed();
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popoverMessages, messages + 1);
+        QVERIFY(client->bandRows > 0 && client->bandRows < client->popover.height() / 2);
+        // The bands make the same picture as if all had been sent.
+        const QImage now = client->popover.copy();
+        client->call("ClosePopover", { client->number });
+        client->call("OpenPopover", popover(*client, "memory"));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popover, now);
+    }
+
+    void aPopoverIsAsSharpAsItsPanel()
+    {
+        const auto client = bridge();
+        client->call("OpenPopover", popover(*client, "cpu", 2));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popover.size(), m_desk->popovers.window()->size() * 2);
+    }
+
+    void whatTheUserDoesWithThePictureHappens()
+    {
+        const auto client = bridge();
+        QSignalSpy settings(&m_desk->popovers, &PopoverController::settingsRequested);
+        client->call("OpenPopover", popover(*client, "cpu"));
+        QCOMPARE(place(PanelAction::Kind::togglePin), QPointF(-1, -1)); // it could not stay
+        const QPointF gear = place(PanelAction::Kind::openSettings);
+        const int messages = client->popoverMessages;
+        client->call("Pointer", pointer(*client, "move", gear));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popoverMessages, messages + 1); // it is lit up
+        client->call("Pointer", pointer(*client, "press", gear));
+        QCOMPARE(settings.size(), 0);
+        client->call("Pointer", pointer(*client, "release", gear));
+        QCOMPARE(settings.size(), 1);
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->closes, 1);
+        QVERIFY(!m_desk->popovers.section());
+    }
+
+    void keysMoveTheFocusCopyAndClose()
+    {
+        const auto client = bridge();
+        client->call("OpenPopover", popover(*client, "cpu"));
+        QCOMPARE(client->popoverFocus, QString());
+        client->call("Key", key(*client, "Tab"));
+        QVERIFY(client->isUpToDate());
+        QVERIFY(!client->popoverFocus.isEmpty());
+        client->call("Key", key(*client, "Ctrl+C"));
+        QVERIFY(client->isUpToDate());
+        QVERIFY(!client->copied.isEmpty());
+        client->call("Key", key(*client, "Right"));
+        QVERIFY(client->isUpToDate());
+        QVERIFY(client->popoverItem != QStringLiteral("cpu"));
+        client->call("Key", key(*client, "Esc"));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->closes, 1);
+    }
+
+    void onePopoverIsOpenAtATime()
+    {
+        const auto client = bridge();
+        const auto other = bridge();
+        client->call("OpenPopover", popover(*client, "cpu"));
+        other->call("OpenPopover", popover(*other, "memory"));
+        QVERIFY(client->isUpToDate() && other->isUpToDate());
+        QCOMPARE(client->closes, 1);
+        QCOMPARE(other->closes, 0);
+        QCOMPARE(m_desk->popovers.section(), memory);
+        client->call("ClosePopover", { client->number }); // not its own any more
+        QCOMPARE(m_desk->popovers.section(), memory);
+        other->leave();
+        QTRY_VERIFY(!m_desk->popovers.section());
+    }
+
+    void aPopoverThatIsAskedForByCommandIsTheBridges()
+    {
+        QVERIFY(!m_service->requestPopover(cpu));
+        const auto client = bridge();
+        QVERIFY(m_service->requestPopover(cpu));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->requested, QStringList { QStringLiteral("cpu") });
+    }
+
+    void anOrderIsAPermutationOrNothing()
+    {
+        const auto client = bridge();
+        const QString before = order();
+        const QString refusal = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
+        const auto list = [](const char* names) {
+            return QVariantList { QString::fromLatin1(names).split(u',', Qt::SkipEmptyParts) };
+        };
+        for (const char* names : { "", "cpu", "cpu,cpu,rubbish", "cpu,cpu,memory,storage",
+                 "cpu,memory,storage,sensors,cpu", "cpu,memory,storage,rubbish" }) {
+            QCOMPARE(client->errorOf("Reorder", list(names)), refusal);
+            QCOMPARE(order(), before);
+        }
+        QCOMPARE(client->errorOf("Reorder", list("memory,cpu,sensors,storage")), QString());
+        QCOMPARE(order(), QStringLiteral("memory,cpu,sensors,storage"));
+    }
+
+    void theMenuIsTheAgents()
+    {
+        const auto client = bridge();
+        const auto entries = [&](const char* item) {
+            QStringList list;
+            const QVariant told = client->call("Actions", { QString::fromLatin1(item) }).arguments().value(0);
+            for (const PanelMenuEntry& entry : qdbus_cast<QList<PanelMenuEntry>>(told))
+                list.append(entry.id + (entry.isEnabled ? u'+' : u'-') + entry.title);
+            return list.join(u'|');
+        };
+        QCOMPARE(entries(""), QStringLiteral("settings+Open|-|closed-Closed"));
+        QCOMPARE(entries("rubbish"), entries(""));
+        QCOMPARE(
+            entries("storage"), QStringLiteral("move-left-Move Left|move-right+Move Right|-|") + entries(""));
+        QCOMPARE(
+            entries("cpu"), QStringLiteral("move-left+Move Left|move-right-Move Right|-|") + entries(""));
+
+        QSignalSpy chosen(m_menu->actions().first(), &QAction::triggered);
+        QSignalSpy refused(m_menu->actions().last(), &QAction::triggered);
+        const auto choose = [&](const char* action, const char* item) {
+            client->call("Choose",
+                { QString::fromLatin1(action), QString::fromLatin1(item), QStringLiteral("token") });
+        };
+        for (const char* action : { "closed", "", "rubbish" })
+            choose(action, "cpu");
+        QCOMPARE(chosen.size() + refused.size(), 0);
+        choose("settings", "");
+        QCOMPARE(chosen.size(), 1);
+        QVERIFY(qgetenv("XDG_ACTIVATION_TOKEN").isEmpty());
+
+        choose("move-left", "storage"); // the first one
+        QCOMPARE(order(), QString::fromLatin1(Keys::menuBarOrder.factoryDefault));
+        choose("move-right", "storage");
+        QCOMPARE(order(), QStringLiteral("sensors,storage,memory,cpu"));
+    }
+
+    void theNameIsNotTakenFromAnotherAgent()
+    {
+        PanelService second(m_desk->strip, m_desk->popovers, *m_menu);
+        QSignalSpy settled(&second, &PanelService::settled);
+        QTest::ignoreMessage(
+            QtWarningMsg, QRegularExpression(QStringLiteral("another program has the agent's name")));
+        second.start();
+        QTRY_COMPARE(settled.size(), 1);
+        QCOMPARE(settled[0][0].toBool(), false);
+    }
+
+    void rubbishDoesNoHarm()
+    {
+        const auto client = bridge();
+        QRandomGenerator random(20);
+        const QStringList texts { {}, QStringLiteral("cpu"), QStringLiteral("memory"),
+            QStringLiteral("sensors"), QStringLiteral("move"), QStringLiteral("press"),
+            QStringLiteral("release"), QStringLiteral("scroll"), QStringLiteral("leave"),
+            QStringLiteral("Tab"), QStringLiteral("Esc"), QStringLiteral("Ctrl+"), QStringLiteral("Up"),
+            QStringLiteral("Space"), QStringLiteral("settings"), QString(5000, u'\u0301'),
+            QStringLiteral("#zzzzzz"), QStringLiteral("%1%n\n\t") };
+        const auto text = [&] { return texts[random.bounded(texts.size())]; };
+        const auto number = [&] {
+            static const double numbers[]
+                = { 0, -1, 5, 150, 1e300, -1e300, std::nan(""), std::numeric_limits<double>::infinity() };
+            return numbers[random.bounded(8)];
+        };
+        const auto bridgeNumber = [&] { return random.bounded(4) ? client->number : random.generate(); };
+        const auto look = [&] {
+            return QVariantMap { { QStringLiteral("scale"), random.bounded(8) ? 0.5 : number() },
+                { QStringLiteral("room"), number() }, { QStringLiteral("foreground"), text() },
+                { text(), number() } };
+        };
+        const auto strings = [&] { return QStringList { text(), text(), text(), text() }; };
+        const int calls = qEnvironmentVariableIntValue("KESTRUM_RUBBISH_CALLS") > 0
+            ? qEnvironmentVariableIntValue("KESTRUM_RUBBISH_CALLS")
+            : 100;
+        for (int i = 0; i < calls; ++i) {
+            switch (random.bounded(9)) {
+            case 0:
+                client->call("Look", { bridgeNumber(), look() });
+                break;
+            case 1:
+                client->call("OpenPopover", { bridgeNumber(), text(), look() });
+                break;
+            case 2:
+                client->call("ClosePopover", { bridgeNumber() });
+                break;
+            case 3:
+                client->call("Pointer", { bridgeNumber(), text(), number(), number(), number() });
+                break;
+            case 4:
+                client->call("Key", { bridgeNumber(), text() });
+                break;
+            case 5:
+                client->call("Actions", { text() });
+                break;
+            case 6:
+                client->call("Choose", { text(), text(), text() });
+                break;
+            case 7:
+                client->call("Reorder", { strings() });
+                break;
+            case 8:
+                client->call("Nothing", { number(), text() });
+                break;
+            }
+        }
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->items.size(), 4);
+        QCOMPARE(client->property("ShownBy").toString(), QStringLiteral("test"));
+    }
+};
+
+KESTRUM_TEST_MAIN(QApplication, PanelServiceTest)
+#include "PanelServiceTest.moc"

@@ -1,0 +1,147 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumShared/Agent/PanelContract.h"
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QImage>
+#include <QTest>
+
+namespace kestrum {
+
+/// A bridge as a desktop's panel has it: a program of its own on the session bus that keeps what it is told. The agent may be in
+/// this process: all waits handle events.
+class BridgeClient : public QObject {
+    Q_OBJECT
+public:
+    static constexpr int limit = 5000; ///< ms
+
+    uint number = 0;
+    QList<PanelItem> items; ///< as last told
+    int itemMessages = 0;
+    QImage popover;
+    QString popoverItem, popoverText, popoverFocus;
+    int bandRows = 0; ///< of the last message
+    int popoverMessages = 0;
+    int closes = 0;
+    QStringList requested;
+    QString copied;
+
+    explicit BridgeClient(const QString& address)
+        : m_name(QStringLiteral("bridge-%1").arg(++s_count))
+    {
+        PanelContract::registerTypes();
+        QDBusConnection bus = QDBusConnection::connectToBus(address, m_name);
+        const auto hear = [&](const char* signal, const char* slot) {
+            QVERIFY2(bus.connect(QString(), PanelContract::path, PanelContract::interface,
+                         QLatin1StringView(signal), this, slot),
+                signal);
+        };
+        hear("Items", SLOT(heardItems(QDBusMessage)));
+        hear("Popover", SLOT(heardPopover(QDBusMessage)));
+        hear("PopoverClosed", SLOT(heardClosed(QDBusMessage)));
+        hear("PopoverRequested", SLOT(heardRequested(QDBusMessage)));
+        hear("Copied", SLOT(heardCopied(QDBusMessage)));
+    }
+    ~BridgeClient() override { leave(); }
+
+    /// Leaves the bus.
+    void leave() { QDBusConnection::disconnectFromBus(m_name); }
+    QString busName() const { return QDBusConnection(m_name).baseService(); }
+
+    /// Calls and waits for the answer, an error too.
+    QDBusMessage call(const char* method, const QVariantList& arguments = {})
+    {
+        return send(PanelContract::interface, method, arguments);
+    }
+    QVariant property(const char* name)
+    {
+        const QDBusMessage answer = send(QStringLiteral("org.freedesktop.DBus.Properties"), "Get",
+            { QString(PanelContract::interface), QString::fromLatin1(name) });
+        return answer.arguments().value(0).value<QDBusVariant>().variant();
+    }
+    /// The name of the error; empty without one.
+    QString errorOf(const char* method, const QVariantList& arguments = {})
+    {
+        return call(method, arguments).errorName();
+    }
+    void attach(const QVariantMap& look = {}, const QString& host = QStringLiteral("test"))
+    {
+        number = call("Attach", { host, look }).arguments().value(0).toUInt();
+    }
+    /// Whether all that was sent to this client before has come.
+    bool isUpToDate() { return property("Version").isValid(); }
+
+    const PanelItem* item(const char* id) const
+    {
+        for (const PanelItem& item : items) {
+            if (item.id == QLatin1StringView(id))
+                return &item;
+        }
+        return nullptr;
+    }
+
+private Q_SLOTS:
+    void heardItems(const QDBusMessage& message)
+    {
+        if (message.arguments().value(0).toUInt() != number)
+            return;
+        items = qdbus_cast<QList<PanelItem>>(message.arguments().value(1));
+        ++itemMessages;
+    }
+    void heardPopover(const QDBusMessage& message)
+    {
+        const QVariantList told = message.arguments();
+        if (told.value(0).toUInt() != number)
+            return;
+        popoverItem = told.value(1).toString();
+        popoverText = told.value(2).toString();
+        popoverFocus = told.value(3).toString();
+        const QSize size(told.value(4).toInt(), told.value(5).toInt());
+        if (popover.size() != size)
+            popover = QImage(size, QImage::Format_RGBA8888_Premultiplied);
+        bandRows = 0;
+        for (const PanelBand& band : qdbus_cast<QList<PanelBand>>(told.value(6))) {
+            QCOMPARE(band.pixels.size(), qsizetype(band.rows) * size.width() * 4);
+            QVERIFY(band.top >= 0 && band.top + band.rows <= size.height());
+            memcpy(popover.scanLine(band.top), band.pixels.constData(), size_t(band.pixels.size()));
+            bandRows += band.rows;
+        }
+        ++popoverMessages;
+    }
+    void heardClosed(const QDBusMessage& message)
+    {
+        if (message.arguments().value(0).toUInt() == number)
+            ++closes;
+    }
+    void heardRequested(const QDBusMessage& message)
+    {
+        if (message.arguments().value(0).toUInt() == number)
+            requested.append(message.arguments().value(1).toString());
+    }
+    void heardCopied(const QDBusMessage& message)
+    {
+        if (message.arguments().value(0).toUInt() == number)
+            copied = message.arguments().value(1).toString();
+    }
+
+private:
+    QDBusMessage send(const QString& interface, const char* method, const QVariantList& arguments)
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            PanelContract::service, PanelContract::path, interface, QString::fromLatin1(method));
+        message.setArguments(arguments);
+        const QDBusPendingCall pending = QDBusConnection(m_name).asyncCall(message, limit);
+        QDBusPendingCallWatcher watcher(pending);
+        (void)QTest::qWaitFor([&] { return watcher.isFinished(); }, limit);
+        return pending.reply();
+    }
+
+    static inline int s_count = 0;
+    QString m_name;
+};
+
+} // namespace kestrum

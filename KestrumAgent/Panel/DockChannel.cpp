@@ -76,6 +76,8 @@ void DockChannel::fit()
     const QScreen* screen = QGuiApplication::primaryScreen();
     if (m_strip.isEmpty() || !screen) {
         m_menuWindow.close();
+        if (screen)
+            m_struts->reserve(*screen, {});
         m_strip.hide();
         return;
     }
@@ -92,6 +94,7 @@ void DockChannel::fit()
     const QRect before = std::exchange(m_place, QRect(QPoint(left, free.top()), size));
     if (m_place != before)
         m_menuWindow.close(); // it does not move with the strip
+    m_struts->reserve(*screen, m_place);
     m_popoverStand.setGround(m_place, free);
     m_menuWindow.setGround(m_place, free);
     // A mask makes the rounded corners, because translucency has no effect without a compositing manager.

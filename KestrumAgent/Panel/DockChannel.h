@@ -14,7 +14,8 @@ class QScreen;
 namespace kestrum {
 
 /// Shows the strip as a dock window at the trailing end of the main screen's top edge, outside of the area that panels
-/// reserve. The window reserves no area itself, never takes the keyboard focus, and is visible on every virtual desktop.
+/// reserve. The window reserves its own room, so that no maximised window has its title bar below it. The window never takes
+/// the keyboard focus, and is visible on every virtual desktop.
 class DockChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:

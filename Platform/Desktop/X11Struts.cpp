@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cmath>
 #include <qguiapplication_platform.h>
+#include <utility>
 
 namespace kestrum {
 
@@ -18,6 +19,13 @@ namespace {
 
 constexpr std::chrono::milliseconds delayOfNotice { 50 };
 constexpr uint32_t mostNumbers = 4096; ///< the maximum that is read from one property
+
+/// The depths of all reservations that this process has ever made: the window manager may still tell an earlier one.
+QSet<int>& ownDepths()
+{
+    static QSet<int> depths;
+    return depths;
+}
 
 /// The numbers of a requested property; empty if the window has no such property or no longer exists.
 QList<qint32> numbersOf(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
@@ -66,6 +74,13 @@ void append(QList<X11Struts::Strut>& struts, const QList<qint32>& numbers, QSize
     }
 }
 
+/// The screen in device pixels. The toolkit gives its top left corner in device pixels, but sizes and distances in points.
+QRect pixelsOf(const QScreen& screen)
+{
+    return { screen.geometry().topLeft(),
+        (QSizeF(screen.geometry().size()) * screen.devicePixelRatio()).toSize() };
+}
+
 } // namespace
 
 QRect X11Struts::rest(const QRect& screen, const QList<Strut>& struts)
@@ -90,6 +105,16 @@ QRect X11Struts::rest(const QRect& screen, const QList<Strut>& struts)
     return rest.isEmpty() ? screen : rest;
 }
 
+std::optional<X11Struts::Strut> X11Struts::topStrut(const QRect& window, const QList<QRect>& screens)
+{
+    const QRect room(window.left(), 0, window.width(), window.bottom() + 1);
+    for (const QRect& screen : screens) {
+        if (!screen.intersects(window) && screen.intersects(room))
+            return std::nullopt;
+    }
+    return Strut { Qt::TopEdge, room };
+}
+
 X11Struts::X11Struts(const QWindow& window)
 {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
@@ -97,8 +122,9 @@ X11Struts::X11Struts(const QWindow& window)
     if (!x11 || !x11->connection())
         return;
     m_connection = x11->connection();
-    const XcbReply<xcb_get_geometry_reply_t> geometry(xcb_get_geometry_reply(
-        m_connection, xcb_get_geometry(m_connection, quint32(window.winId())), nullptr));
+    m_window = quint32(window.winId());
+    const XcbReply<xcb_get_geometry_reply_t> geometry(
+        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), nullptr));
     if (geometry)
         m_root = geometry->root;
     m_strut = xcbAtom(m_connection, "_NET_WM_STRUT");
@@ -114,21 +140,65 @@ X11Struts::X11Struts(const QWindow& window)
 
 QRect X11Struts::available(const QScreen& screen)
 {
-    // With a single screen the toolkit's value is right, and considers the space that the window manager itself reserves.
-    const QRect toolkits
-        = screen.virtualSiblings().size() > 1 ? screen.geometry() : screen.availableGeometry();
     if (!m_connection)
-        return toolkits;
-    // The toolkit gives a screen's top left corner in device pixels, but sizes and distances in points.
+        return screen.availableGeometry();
     const double scale = screen.devicePixelRatio();
     const QRect geometry = screen.geometry();
-    const QRect pixels(geometry.topLeft(), (QSizeF(geometry.size()) * scale).toSize());
-    const QRect free = rest(pixels, struts()) & desktopsWord(pixels);
+    const QRect pixels = pixelsOf(screen);
+    const QRect others = rest(pixels, struts());
+    QRect told = desktopsWord(pixels, screen.virtualSiblings().size() == 1);
+    told.setTop(topOfOthers(told.top(), others.top(), pixels));
+    const QRect free = (others & told).isEmpty() ? others : others & told;
     const auto points = [scale](int distance) { return int(std::ceil(distance / scale)); };
-    const QRect available
-        = geometry.adjusted(points(free.left() - pixels.left()), points(free.top() - pixels.top()),
-            -points(pixels.right() - free.right()), -points(pixels.bottom() - free.bottom()));
-    return (available & toolkits).isEmpty() ? toolkits : available & toolkits;
+    return geometry.adjusted(points(free.left() - pixels.left()), points(free.top() - pixels.top()),
+        -points(pixels.right() - free.right()), -points(pixels.bottom() - free.bottom()));
+}
+
+/// What the desktop tells includes the window's own reservation: without this function, the window would move down for ever.
+/// `told` is the upper end of the free area as the desktop tells it, and `top` as the struts of others say. Where the own
+/// reservation hides the rest, the value that was told last without it holds.
+int X11Struts::topOfOthers(int told, int top, const QRect& screen)
+{
+    if (std::exchange(m_toldScreen, screen) != screen)
+        m_managersTop = screen.top();
+    if (!ownDepths().contains(told))
+        m_managersTop = told;
+    if (top >= m_managersTop)
+        m_managersTop = screen.top(); // it was a panel's strut, which goes with the panel
+    return m_managersTop;
+}
+
+void X11Struts::reserve(const QScreen& screen, const QRect& place)
+{
+    if (!m_connection)
+        return;
+    std::optional<Strut> strut;
+    if (!place.isEmpty()) {
+        QList<QRect> screens;
+        for (const QScreen* each : screen.virtualSiblings())
+            screens.append(pixelsOf(*each));
+        const double scale = screen.devicePixelRatio();
+        const QPoint corner = screen.geometry().topLeft();
+        const QRectF fromCorner(QPointF(place.topLeft() - corner) * scale, QSizeF(place.size()) * scale);
+        strut = topStrut(fromCorner.toAlignedRect().translated(corner), screens);
+    }
+    const QRect before = m_reserved ? m_reserved->room : QRect();
+    const QRect now = strut ? strut->room : QRect();
+    m_reserved = strut;
+    if (now == before)
+        return;
+    if (now.isEmpty()) {
+        xcb_delete_property(m_connection, m_window, m_partialStrut);
+        xcb_delete_property(m_connection, m_window, m_strut);
+    } else {
+        ownDepths().insert(now.height());
+        const std::array numbers { 0, 0, now.height(), 0, 0, 0, 0, 0, now.left(), now.right(), 0, 0 };
+        xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window, m_partialStrut, XCB_ATOM_CARDINAL,
+            32, uint32_t(numbers.size()), numbers.data());
+        xcb_change_property(
+            m_connection, XCB_PROP_MODE_REPLACE, m_window, m_strut, XCB_ATOM_CARDINAL, 32, 4, numbers.data());
+    }
+    xcb_flush(m_connection);
 }
 
 QList<X11Struts::Strut> X11Struts::struts()
@@ -144,9 +214,11 @@ QList<X11Struts::Strut> X11Struts::struts()
     };
     // All requests are sent before the first answer is awaited.
     QList<Asked> asked;
-    for (const quint32 window : topWindows())
-        asked.append(
-            { window, ask(m_connection, window, m_partialStrut), ask(m_connection, window, m_strut) });
+    for (const quint32 window : topWindows()) {
+        if (window != m_window)
+            asked.append(
+                { window, ask(m_connection, window, m_partialStrut), ask(m_connection, window, m_strut) });
+    }
     QList<Strut> result;
     QSet<quint32> panels;
     for (const Asked& question : asked) {
@@ -196,18 +268,31 @@ QList<quint32> X11Struts::topWindows() const
 }
 
 /// Returns the free part of `screen` that the desktop itself publishes, or `screen` if there is no such value. Needed for
-/// desktops whose panel is not a window.
-QRect X11Struts::desktopsWord(const QRect& screen)
+/// desktops whose panel is not a window, and for the space that the window manager itself reserves: this value is right only
+/// for the only screen, because it is one rectangle for all.
+QRect X11Struts::desktopsWord(const QRect& screen, bool isOnly)
 {
-    m_desktopsWorkAreas
-        = xcbAtom(m_connection, "_GTK_WORKAREAS_D" + QByteArray::number(numbersOfRoot(m_desktop).value(0)));
-    const QList<qint32> numbers = numbersOfRoot(m_desktopsWorkAreas);
-    for (int i = 0; i + 3 < numbers.size(); i += 4) {
-        const QRect area(numbers[i], numbers[i + 1], numbers[i + 2], numbers[i + 3]);
-        if (!area.isEmpty() && screen.contains(area))
-            return area;
+    const int desktop = numbersOfRoot(m_desktop).value(0);
+    m_desktopsWorkAreas = xcbAtom(m_connection, "_GTK_WORKAREAS_D" + QByteArray::number(desktop));
+    const auto area = [](const QList<qint32>& numbers, qsizetype at) {
+        return QRect(numbers[at], numbers[at + 1], numbers[at + 2], numbers[at + 3]);
+    };
+    QRect word = screen;
+    const QList<qint32> ofScreens = numbersOfRoot(m_desktopsWorkAreas);
+    for (qsizetype i = 0; i + 3 < ofScreens.size(); i += 4) {
+        if (!area(ofScreens, i).isEmpty() && screen.contains(area(ofScreens, i))) {
+            word = area(ofScreens, i);
+            break;
+        }
     }
-    return screen;
+    const QList<qint32> ofDesktops = isOnly ? numbersOfRoot(m_workArea) : QList<qint32>();
+    for (const qsizetype at : { qsizetype(desktop) * 4, qsizetype(0) }) {
+        if (at < 0 || at + 3 >= ofDesktops.size())
+            continue;
+        word &= area(ofDesktops, at);
+        break;
+    }
+    return word.isEmpty() ? screen : word;
 }
 
 QList<qint32> X11Struts::numbersOfRoot(quint32 property) const

@@ -13,7 +13,7 @@ namespace {
 // Two screens side by side, and one below the left one.
 const QRect left(0, 0, 1280, 800);
 const QRect right(1280, 0, 1920, 1080);
-const QRect below(0, 800, 1280, 1024);
+const QRect lower(0, 800, 1280, 1024);
 
 X11Struts::Strut top(int first, int last, int depth)
 {
@@ -25,12 +25,29 @@ X11Struts::Strut top(int first, int last, int depth)
 class X11StrutsTest : public QObject {
     Q_OBJECT
 
+    QRasterWindow m_other;
+
     static void set(const QWindow& window, const char* property, const char* numbers)
     {
         const QString name = QString::fromLatin1(property);
         Programs::output(QStringLiteral("xprop"),
             { QStringLiteral("-id"), QString::number(window.winId()), QStringLiteral("-f"), name,
                 QStringLiteral("32c"), QStringLiteral("-set"), name, QString::fromLatin1(numbers) });
+    }
+
+    /// As a window manager does.
+    static void tellWorkArea(int top)
+    {
+        const QString name = text("_NET_WORKAREA");
+        Programs::output(text("xprop"),
+            words("-root -f")
+                << name << words("32c -set") << name
+                << text("0,%1,%2,%3").arg(top).arg(VirtualDisplay::width).arg(VirtualDisplay::height - top));
+    }
+    /// The screen without its upper rows.
+    static QRect below(int top)
+    {
+        return QGuiApplication::primaryScreen()->geometry().adjusted(0, top, 0, 0);
     }
 
     static void showPanel(QWindow& panel)
@@ -64,9 +81,9 @@ private Q_SLOTS:
             right.adjusted(50, 0, 0, 0));
         row("between the screens: none of the left one", left,
             { { Qt::LeftEdge, QRect(0, 0, 1280 + 50, 800) } }, left);
-        row("at the bottom", below, { { Qt::BottomEdge, QRect(0, 1824 - 40, 1280, 40) } },
-            below.adjusted(0, 0, 0, -40));
-        row("at the top of the screen below", below, { top(0, 1279, 800 + 30) }, below.adjusted(0, 30, 0, 0));
+        row("at the bottom", lower, { { Qt::BottomEdge, QRect(0, 1824 - 40, 1280, 40) } },
+            lower.adjusted(0, 0, 0, -40));
+        row("at the top of the screen below", lower, { top(0, 1279, 800 + 30) }, lower.adjusted(0, 30, 0, 0));
         row("which is none of the screen above", left, { top(0, 1279, 800 + 30) }, left);
         row("on all sides", left,
             { topOfLeft, { Qt::LeftEdge, QRect(0, 0, 10, 800) }, { Qt::RightEdge, QRect(1260, 0, 20, 800) },
@@ -80,6 +97,75 @@ private Q_SLOTS:
         QFETCH(const QRect, screen);
         QFETCH(const QList<X11Struts::Strut>, struts);
         QTEST(X11Struts::rest(screen, struts), "rest");
+    }
+
+    void aStrutOfTheTopCoversNoOtherScreen()
+    {
+        const auto room = [](const QRect& window) {
+            const auto strut = X11Struts::topStrut(window, { left, right, lower });
+            return strut ? strut->room : QRect();
+        };
+        QCOMPARE(room(QRect(980, 0, 300, 22)), QRect(980, 0, 300, 22));
+        // Below a panel, the strut covers the panel's room too, because it is counted from the display's edge.
+        QCOMPARE(room(QRect(980, 30, 300, 22)), QRect(980, 0, 300, 52));
+        QCOMPARE(room(QRect(1280, 0, 300, 22)), QRect(1280, 0, 300, 22));
+        QCOMPARE(room(QRect(980, 800, 300, 22)), QRect());
+    }
+
+    void whatAWindowReservesItselfIsFreeForIt()
+    {
+        QRasterWindow own;
+        own.create();
+        X11Struts struts(own);
+        const QScreen& screen = *QGuiApplication::primaryScreen();
+        const auto free = [&](int top) { return struts.available(screen) == below(top); };
+        tellWorkArea(0);
+        // Twice, because the first place could become the reason of the second one.
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(free(0));
+            struts.reserve(screen, QRect(700, 0, 300, 22));
+            QVERIFY(free(0)); // the window manager has not heard of it yet
+            tellWorkArea(22);
+        }
+        QVERIFY(free(0));
+
+        // A panel above it counts, also where the own reservation hides it, and no longer when it is gone.
+        QRasterWindow panel;
+        showPanel(panel);
+        set(panel, "_NET_WM_STRUT", "0,0,30,0");
+        QVERIFY(free(30));
+        tellWorkArea(30);
+        QVERIFY(free(30));
+        struts.reserve(screen, QRect(700, 30, 300, 22));
+        tellWorkArea(52);
+        QVERIFY(free(30));
+        panel.hide();
+        QTRY_VERIFY(free(0));
+        // The window manager may tell the room of an earlier place for a while.
+        struts.reserve(screen, QRect(700, 0, 300, 22));
+        QVERIFY(free(0));
+        tellWorkArea(22);
+        QVERIFY(free(0));
+        struts.reserve(screen, {});
+        QVERIFY(free(0));
+        tellWorkArea(0);
+        QVERIFY(free(0));
+    }
+
+    void whatTheWindowManagerReservesItselfIsNot()
+    {
+        QRasterWindow own;
+        own.create();
+        X11Struts struts(own);
+        const QScreen& screen = *QGuiApplication::primaryScreen();
+        tellWorkArea(40);
+        QCOMPARE(struts.available(screen), below(40));
+        struts.reserve(screen, QRect(700, 40, 300, 22));
+        tellWorkArea(62);
+        QCOMPARE(struts.available(screen), below(40));
+        tellWorkArea(0);
+        QCOMPARE(struts.available(screen), below(0));
+        Programs::output(text("xprop"), words("-root -remove _NET_WORKAREA"));
     }
 
     void withoutAWindowManagerShownWindowsAreLookedAt()
@@ -106,7 +192,7 @@ private Q_SLOTS:
         QRasterWindow panel;
         showPanel(panel);
         set(panel, "_NET_WM_STRUT", "0,0,30,0");
-        X11Struts struts(panel);
+        X11Struts struts(m_other);
         struts.available(*QGuiApplication::primaryScreen());
         QSignalSpy changed(&struts, &X11Struts::changed);
         set(panel, "_NET_WM_STRUT", "0,0,35,0");
@@ -122,7 +208,7 @@ private Q_SLOTS:
     {
         QRasterWindow panel;
         showPanel(panel);
-        X11Struts struts(panel);
+        X11Struts struts(m_other);
         const QScreen& screen = *QGuiApplication::primaryScreen();
         const QRect all = screen.geometry();
         for (const char* numbers : { "30", "-5,-5,-5,-5", "0,0,2000000000,0", "0,0,30" }) {

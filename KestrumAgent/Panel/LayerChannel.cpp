@@ -63,6 +63,7 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     m_tip.setFrameShape(QFrame::Box);
     m_tip.setMargin(2);
     m_sheet.installEventFilter(this);
+    m_strip.installEventFilter(this);
 
     connect(&m_strip, &PanelStrip::rebuilt, this, &LayerChannel::fit);
     connect(&m_strip, &PanelStrip::menuRequested, this, &LayerChannel::showMenu);
@@ -80,10 +81,33 @@ void LayerChannel::fit()
         m_sheetSurface.hide();
         return;
     }
-    if (isScreenThere())
-        m_surface.show(
-            { .layer = LayerSurface::Layer::panel, .edges = Qt::TopEdge | trailingEdge(), .margins = {} },
-            m_strip.sizeHint());
+    if (!isScreenThere())
+        return;
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const QSize size = m_strip.sizeHint();
+    if (!m_surface.isConfigured())
+        m_rowWidth = screen->size().width();
+    // A surface at a corner cannot reserve room. So this one reaches from one side to the other, except for a margin, and the
+    // compositor chooses its width.
+    m_margin = std::max(0, m_rowWidth - size.width());
+    // Compositors arrange the layers from above. In a higher one, the strip would push the desktop's panel away from the edge.
+    m_surface.show({ .layer = LayerSurface::Layer::bottom,
+                       .edges = Qt::TopEdge | Qt::LeftEdge | Qt::RightEdge,
+                       .margins = trailingEdge() == Qt::RightEdge ? QMargins(m_margin, 0, 0, 0)
+                                                                  : QMargins(0, 0, m_margin, 0),
+                       .screen = screen,
+                       .reserved = size.height() },
+        QSize(0, size.height()));
+}
+
+/// The compositor has chosen the strip's width. It is another than expected if the screen has panels at its sides, or has
+/// another size now.
+void LayerChannel::adoptWidth()
+{
+    if (!m_surface.isConfigured() || m_strip.width() == m_strip.sizeHint().width())
+        return;
+    m_rowWidth = m_margin + m_strip.width();
+    fit();
 }
 
 void LayerChannel::showTip(const QString& text, const QRect& item)
@@ -92,9 +116,9 @@ void LayerChannel::showTip(const QString& text, const QRect& item)
     if (text.isEmpty())
         return;
     m_tip.setText(text);
-    const int top = m_strip.height() + tipDistance;
-    // The margins place the tip below the item, at the same distance from the trailing edge as the item.
-    const QMargins margins(item.left(), top, m_strip.width() - item.right() - 1, 0);
+    // The margins place the tip below the item, at the same distance from the trailing edge as the item. They count from the
+    // strip's lower end, because the strip's room is reserved.
+    const QMargins margins(item.left(), tipDistance, m_strip.width() - item.right() - 1, 0);
     m_tipSurface.show({ .layer = LayerSurface::Layer::overlay,
                           .edges = Qt::TopEdge | trailingEdge(),
                           .margins = margins,
@@ -111,7 +135,7 @@ void LayerChannel::showMenu(QPoint at)
     m_onSheet = std::make_unique<QMenu>(&m_sheet);
     m_onSheet->setWindowFlags(Qt::Widget);
     m_onSheet->addActions(m_menu.actions());
-    m_menuPlace = at;
+    m_menuPlace = QPoint(at.x(), 0); // the sheet begins below the strip
     // A menu also hides with the sheet, and by then another one may be open.
     connect(
         m_onSheet.get(), &QMenu::aboutToHide, this,
@@ -144,6 +168,9 @@ void LayerChannel::placeMenu()
 
 bool LayerChannel::eventFilter(QObject* watched, QEvent* event)
 {
+    // Not from within the event, which tells the new size to others too.
+    if (watched == &m_strip && event->type() == QEvent::Resize)
+        QMetaObject::invokeMethod(this, &LayerChannel::adoptWidth, Qt::QueuedConnection);
     if (watched == &m_sheet && m_onSheet) {
         if (event->type() == QEvent::Resize && m_sheetSurface.isConfigured())
             placeMenu();

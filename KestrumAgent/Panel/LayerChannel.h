@@ -10,7 +10,7 @@
 
 namespace kestrum {
 
-/// Shows the strip as a layer surface at the trailing end of a Wayland screen's top edge. The menu and the tool tips have
+/// Shows the strip as a layer surface at the trailing end of the main Wayland screen's top edge, and reserves its room. The menu and the tool tips have
 /// their own layer surfaces: a Qt popup of a layer surface is a protocol error, which would end the process.
 class LayerChannel final : public QObject, public PanelChannel {
     Q_OBJECT
@@ -22,6 +22,7 @@ public:
 
 private:
     void fit();
+    void adoptWidth();
     void showTip(const QString& text, const QRect& item);
     void showMenu(QPoint at);
     void placeMenu();
@@ -30,6 +31,8 @@ private:
     PanelStrip& m_strip;
     QMenu& m_menu;
     LayerSurface m_surface;
+    int m_rowWidth = 0; ///< what panels leave free of the screen's width, as far as it is known
+    int m_margin = 0;   ///< between the row's leading end and the strip
     QTimer m_again;
     QLabel m_tip;
     LayerSurface m_tipSurface;

@@ -17,7 +17,7 @@ LayerStand::LayerStand(PanelStrip& strip)
     m_strip.installEventFilter(this);
 }
 
-/// The sheet lets presses on the strip through. Those that are no click on an item are presses elsewhere.
+/// The sheet begins below the strip, which gets its own presses. Those that are no click on an item are presses elsewhere.
 bool LayerStand::eventFilter(QObject* watched, QEvent* event)
 {
     if (watched == m_window) {
@@ -33,17 +33,17 @@ bool LayerStand::eventFilter(QObject* watched, QEvent* event)
     return QObject::eventFilter(watched, event);
 }
 
-/// The size of the area that panels leave free: the sheet's, which only the compositor knows. Before the sheet has been
-/// shown once, the screen's size. While there is no sheet, the screen may become smaller.
+/// The size of the area that panels and the strip leave free: the sheet's, which only the compositor knows. Before the sheet
+/// has been shown once, the screen's size without the strip. While there is no sheet, the screen may become smaller.
 QSize LayerStand::freeSize() const
 {
-    const QSize screen = m_strip.screen()->size();
+    const QSize screen = m_strip.screen()->size() - QSize(0, m_strip.height());
     return m_free.isEmpty() ? screen : m_free.boundedTo(screen);
 }
 
 int LayerStand::room() const
 {
-    return freeSize().height() - m_strip.height() - stripDistance - edgeDistance;
+    return freeSize().height() - stripDistance - edgeDistance;
 }
 
 void LayerStand::show(QWidget& window, QSize size, const QRect& item)
@@ -85,7 +85,7 @@ void LayerStand::arrange()
     const int fromEdge = isMirrored ? itemMiddle : m_strip.width() - 1 - itemMiddle;
     const int farthest = std::max(edgeDistance, free.width() - edgeDistance - m_size.width());
     const int side = std::clamp(fromEdge - m_size.width() / 2, edgeDistance, farthest);
-    const int top = m_strip.height() + stripDistance;
+    const int top = stripDistance; // the free area begins below the strip
     const Qt::Edge edge = isMirrored ? Qt::LeftEdge : Qt::RightEdge;
     m_surface->show({ .layer = m_isPinned ? LayerSurface::Layer::panel : LayerSurface::Layer::overlay,
                         .edges = Qt::TopEdge | edge,
@@ -99,7 +99,7 @@ void LayerStand::arrange()
     const auto atEdge = [&](int distance, int y, QSize size) {
         return QRect(QPoint(isMirrored ? distance : free.width() - distance - size.width(), y), size);
     };
-    m_sheet->setHoles({ atEdge(0, 0, m_strip.size()), atEdge(side, top, m_size) });
+    m_sheet->setHoles({ atEdge(side, top, m_size) });
 }
 
 void LayerStand::hide()

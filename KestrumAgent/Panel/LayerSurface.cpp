@@ -31,8 +31,15 @@ uint32_t anchors(Qt::Edges edges)
 
 uint32_t layerNumber(LayerSurface::Layer layer)
 {
-    return layer == LayerSurface::Layer::overlay ? uint32_t(ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY)
-                                                 : uint32_t(ZWLR_LAYER_SHELL_V1_LAYER_TOP);
+    switch (layer) {
+    case LayerSurface::Layer::bottom:
+        return ZWLR_LAYER_SHELL_V1_LAYER_BOTTOM;
+    case LayerSurface::Layer::panel:
+        return ZWLR_LAYER_SHELL_V1_LAYER_TOP;
+    case LayerSurface::Layer::overlay:
+        break;
+    }
+    return ZWLR_LAYER_SHELL_V1_LAYER_OVERLAY;
 }
 
 uint32_t keyboardNumber(LayerSurface::Keyboard keyboard, uint32_t version)
@@ -123,7 +130,7 @@ void LayerSurface::arrange(const Place& place, QSize size)
     zwlr_layer_surface_v1_set_anchor(m_surface, anchors(place.edges));
     zwlr_layer_surface_v1_set_margin(
         m_surface, place.margins.top(), place.margins.right(), place.margins.bottom(), place.margins.left());
-    zwlr_layer_surface_v1_set_exclusive_zone(m_surface, 0);
+    zwlr_layer_surface_v1_set_exclusive_zone(m_surface, place.reserved);
     zwlr_layer_surface_v1_set_keyboard_interactivity(m_surface, keyboardNumber(place.keyboard, version));
     wl_surface_commit(surfaceOf(m_widget));
     wl_display_flush(WaylandGlobals::display());

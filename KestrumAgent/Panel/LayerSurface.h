@@ -19,7 +19,8 @@ namespace kestrum {
 class LayerSurface final : public QObject {
     Q_OBJECT
 public:
-    enum class Layer { panel, overlay };
+    /// Below windows, like most panels; above them; above all, also above full screens.
+    enum class Layer { bottom, panel, overlay };
     /// Who gets the keyboard's input while the surface is shown: others; only the surface; or the surface when the user
     /// turns to it. Old compositors do not know the last one and leave the keyboard to others.
     enum class Keyboard { none, exclusive, onDemand };
@@ -32,6 +33,9 @@ public:
         Keyboard keyboard = Keyboard::none;
         /// The screen for a surface that is not shown yet; null leaves the choice to the compositor.
         const QScreen* screen = nullptr;
+        /// How much room to reserve at the edge, so that other windows leave it free. The surface must be anchored to this
+        /// edge and to both that meet it.
+        int reserved = 0;
 
         bool operator==(const Place&) const = default;
     };

@@ -55,12 +55,19 @@ class AgentWaylandTest : public QObject {
         QVERIFY(m_agent->waitForReadyRead(patience));
     }
 
-    static QByteArray swaymsg(const char* message)
+    static QByteArray swaymsg(const QByteArray& message)
     {
         const QStringList sockets
             = QDir(TestHome::runtimeDirectory()).entryList({ text("sway-ipc.*") }, QDir::System);
         return outputAsUser(
-            words("swaymsg -s") << TestHome::runtimeDirectory() + u'/' + sockets.value(0) << text(message));
+            words("swaymsg -s") << TestHome::runtimeDirectory() + u'/' + sockets.value(0) << words(message));
+    }
+
+    /// Where the area of ordinary windows begins.
+    static int topOfWindows()
+    {
+        const QJsonArray workspaces = QJsonDocument::fromJson(swaymsg("-t get_workspaces")).array();
+        return workspaces[0][QLatin1StringView("rect")][QLatin1StringView("y")].toInt(-1);
     }
 
 private Q_SLOTS:
@@ -97,7 +104,7 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(WaylandDesktop::socket().isEmpty(), patience);
     }
 
-    void theStripIsALayerAtTheTrailingEndBelowTheBar()
+    void theStripIsALayerAtTheTrailingEndWithARowOfItsOwn()
     {
         startOnSway();
         const QImage picture = WaylandDesktop::screen();
@@ -106,13 +113,29 @@ private Q_SLOTS:
         const QRect strip = areaOf(picture, WaylandDesktop::plateColour);
         QCOMPARE(strip.height(), DesktopFixture::stripHeight);
         QCOMPARE(strip.right(), picture.width() - 1);
-        // The desktop is right below the strip. Right above the strip is the bar, which has another colour.
+        // The bar and the strip have a row each, and windows stand below both. Which of the two is the upper one is the
+        // compositor's choice: sway 1.7 gives the edge to the one that came last, later versions to the first one.
         const QColor desktop(0x20, 0x40, 0x60);
-        QCOMPARE(picture.pixelColor(strip.center().x(), strip.bottom() + 1), desktop);
-        QVERIFY(strip.top() > 0);
-        QVERIFY(picture.pixelColor(strip.center().x(), strip.top() - 1) != desktop);
-        // The ends of the strip are round, so its corner shows the desktop.
-        QCOMPARE(picture.pixelColor(strip.left(), strip.bottom()), desktop);
+        const int windows = topOfWindows();
+        QVERIFY(windows > DesktopFixture::stripHeight + 10 && windows >= strip.bottom() + 1);
+        QCOMPARE(picture.pixelColor(strip.center().x(), windows), desktop);
+        for (int y = 0; y < windows; ++y)
+            QVERIFY(picture.pixelColor(strip.center().x(), y) != desktop);
+        // The ends of the strip are round, so its corner does not show the plate.
+        QVERIFY(picture.pixelColor(strip.left(), strip.bottom()) != WaylandDesktop::plateColour);
+    }
+
+    void itFollowsTheScreensWidth()
+    {
+        startOnSway();
+        const QSize size = WaylandDesktop::shownPlate().size();
+        for (const int width : { 800, 1200 }) {
+            swaymsg("output HEADLESS-1 resolution " + QByteArray::number(width) + "x400");
+            QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().right(), width - 1, patience);
+            QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().size(), size, patience);
+        }
+        hideItems({ "showCPUItem", "showMemoryItem", "showStorageItem", "showSensorsItem" });
+        QTRY_VERIFY_WITH_TIMEOUT(topOfWindows() < DesktopFixture::stripHeight * 3 / 2, patience);
     }
 
     void itFollowsTheSettings()

@@ -63,8 +63,7 @@ private Q_SLOTS:
         // Qt leaks a few bytes in the Wayland library and unloads this library, so a leak report cannot name the library.
         qputenv("ASAN_OPTIONS", "detect_leaks=0");
         QVERIFY(WaylandDesktop::install());
-        kestrum::write(WaylandDesktop::place("sway.conf"),
-            "output * bg #204060 solid_color\nbar {\n  position top\n  status_command true\n}\n");
+        kestrum::write(WaylandDesktop::place("sway.conf"), "output * bg #204060 solid_color\n");
         WaylandDesktop::writeSetting("refreshInterval", "60");
         m_compositor = startedAsUser(words("sway -c") << WaylandDesktop::place("sway.conf"));
         QTRY_VERIFY_WITH_TIMEOUT(!WaylandDesktop::socket().isEmpty(), patience);

@@ -31,7 +31,7 @@ std::optional<QList<PanelItem>> AttachedBridge::news(const PanelStrip& strip)
     bool hasPixels = false;
     for (const PanelStrip::Item& item : strip.items().list()) {
         const QRectF frame = item.view->frame();
-        QImage picture = StripScene::picture(item, m_look.scheme(), m_look.scale, appearance);
+        QImage picture = StripScene::picture(item, m_look.ink(), m_look.scale, appearance);
         PanelItem told { rawValue(item.section), frame.x(), frame.width(), strip.text(item.section),
             picture.width(), picture.height(), {} };
         QImage& kept = m_pictures[item.section];

@@ -32,11 +32,11 @@ void PanelLook::adopt(const QVariantMap& told)
         foreground = QColor(name);
 }
 
-ColourScheme PanelLook::scheme() const
+ItemInk PanelLook::ink() const
 {
     if (!foreground)
         return SystemAppearance::shared().scheme();
-    return foreground->lightnessF() > 0.5F ? ColourScheme::dark : ColourScheme::light;
+    return { foreground->lightnessF() > 0.5F ? ColourScheme::dark : ColourScheme::light, *foreground };
 }
 
 } // namespace kestrum

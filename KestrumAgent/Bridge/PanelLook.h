@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "Platform/Desktop/SystemAppearance.h"
+#include "KestrumShared/Items/ItemInk.h"
 
 #include <QColor>
 #include <QVariantMap>
@@ -19,8 +19,8 @@ struct PanelLook {
     /// the nearest one in it.
     void adopt(const QVariantMap& told);
 
-    /// The colour scheme for items: dark where texts are light. Without a foreground, the desktop's.
-    ColourScheme scheme() const;
+    /// The colours for items: those of a dark background where texts are light. Without a foreground, the desktop's.
+    ItemInk ink() const;
 
     bool operator==(const PanelLook&) const = default;
 };

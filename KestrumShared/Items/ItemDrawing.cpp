@@ -37,7 +37,7 @@ void ItemDrawing::gauge(const QRectF& frame, double fraction, const Unregistered
 void ItemDrawing::symbol(MonitorSection section, const QPointF& bottomLeft)
 {
     const QImage image
-        = ItemSprites::symbol(StatusMetricView::symbolName(section), symbolPointSize, scheme, scale);
+        = ItemSprites::symbol(StatusMetricView::symbolName(section), symbolPointSize, ink.label, scale);
     if (!image.isNull())
         canvas.drawImage(bottomLeft, image);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "KestrumShared/Items/Appearance.h"
+#include "KestrumShared/Items/ItemInk.h"
 #include "KestrumShared/Items/MenuBarReadings.h"
 #include "KestrumShared/Raster/Canvas.h"
 #include "Platform/Desktop/SystemAppearance.h"
@@ -14,7 +15,7 @@ struct ItemDrawing {
     Canvas& canvas;
     const MenuBarReadings& readings;
     const Appearance& appearance;
-    ColourScheme scheme;
+    ItemInk ink;
     double scale; ///< pixels per point
 
     /// Draws the frame of a meter. The chosen meter shape selects one of the two corner radii.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumShared/Items/ItemSprites.h"
 
-#include "KestrumShared/Raster/LabelColour.h"
 #include "Platform/Desktop/SymbolImage.h"
 
 #include <map>
@@ -9,12 +8,21 @@
 
 namespace kestrum {
 
-QImage ItemSprites::symbol(const QString& name, double pointSize, ColourScheme scheme, double scale)
+namespace {
+
+constexpr size_t mostSymbols = 128; ///< many more than a few panels need
+
+} // namespace
+
+QImage ItemSprites::symbol(const QString& name, double pointSize, const QColor& colour, double scale)
 {
-    static std::map<std::tuple<QString, double, ColourScheme, double>, QImage> renderedSymbols;
-    const auto [entry, isNew] = renderedSymbols.try_emplace({ name, pointSize, scheme, scale });
+    static std::map<std::tuple<QString, double, QRgb, double>, QImage> renderedSymbols;
+    // Panels may ask for any colour at any scale.
+    if (renderedSymbols.size() >= mostSymbols)
+        renderedSymbols.clear();
+    const auto [entry, isNew] = renderedSymbols.try_emplace({ name, pointSize, colour.rgba(), scale });
     if (isNew)
-        entry->second = SymbolImage::image(name, pointSize, labelColour(scheme), scale);
+        entry->second = SymbolImage::image(name, pointSize, colour, scale);
     return entry->second;
 }
 

@@ -29,7 +29,7 @@ void drawLabel(ItemDrawing& drawing, MonitorSection section)
         return;
     }
     const ItemFonts& fonts = ItemFonts::current();
-    const QColor colour = labelColour(drawing.scheme);
+    const QColor colour = drawing.ink.label;
     const SpriteKey key { SpriteKey::Kind::letters, colour.rgba(), { int(section), fonts.generation() } };
     // The picture is wider than the label, because some fonts have letters that are wider than the label.
     const QRectF column(0, 0, 3 * lettersWidth, StatusMetricView::height);
@@ -45,8 +45,9 @@ void drawReadout(ItemDrawing& drawing, double x, const ItemReadout& readout)
     const auto text = readout.text(drawing.readings, drawing.appearance);
     if (!text)
         return;
-    const QColor colour = readout.warns ? HeatColour::of(*readout.read(drawing.readings), drawing.scheme)
-                                        : labelColour(drawing.scheme);
+    const QColor colour = readout.warns
+        ? HeatColour::of(*readout.read(drawing.readings), drawing.ink.scheme, drawing.ink.label)
+        : drawing.ink.label;
     const MonospacedDigits& font = ItemFonts::current().readout();
     drawing.canvas.drawText(QPointF(x, middle - font.lineHeight() / 2), *text, font, colour);
 }
@@ -66,7 +67,7 @@ StatusMetricView::StatusMetricView(
 {
 }
 
-void StatusMetricView::draw(QPainter& painter, const QPointF& topLeft, ColourScheme scheme, double scale,
+void StatusMetricView::draw(QPainter& painter, const QPointF& topLeft, const ItemInk& ink, double scale,
     const Appearance& appearance) const
 {
     const auto readings = m_readings.lock();
@@ -74,7 +75,7 @@ void StatusMetricView::draw(QPainter& painter, const QPointF& topLeft, ColourSch
         return;
     const SectionItem& item = SectionItem::of(m_section);
     Canvas canvas(painter, topLeft, QSizeF(m_frame.width(), height));
-    ItemDrawing drawing { canvas, *readings, appearance, scheme, scale > 0 ? scale : unknownScale };
+    ItemDrawing drawing { canvas, *readings, appearance, ink, scale > 0 ? scale : unknownScale };
     drawLabel(drawing, m_section);
     double x = margin + labelWidth(m_section, appearance);
     if (const ItemMeter meter = item.meter(appearance); meter.draw) {

@@ -2,8 +2,8 @@
 #pragma once
 
 #include "KestrumShared/Items/Appearance.h"
+#include "KestrumShared/Items/ItemInk.h"
 #include "KestrumShared/Items/MenuBarReadings.h"
-#include "Platform/Desktop/SystemAppearance.h"
 
 #include <QPainter>
 #include <QRectF>
@@ -33,7 +33,7 @@ public:
 
     /// Draws the item with its top left corner at `topLeft`. Draws nothing if the readings are destroyed. `scale` is pixels
     /// per point, or 0 if this number is unknown.
-    void draw(QPainter& painter, const QPointF& topLeft, ColourScheme scheme, double scale,
+    void draw(QPainter& painter, const QPointF& topLeft, const ItemInk& ink, double scale,
         const Appearance& appearance = Appearance::current()) const;
 
     /// The item's width in points. It does not depend on the readings.

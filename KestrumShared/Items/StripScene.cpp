@@ -165,7 +165,7 @@ void StripScene::paint(QPainter& painter, ColourScheme scheme, DragLook look,
     draw(*lifted);
 }
 
-QImage StripScene::picture(const Item& item, ColourScheme scheme, double scale, const Appearance& appearance)
+QImage StripScene::picture(const Item& item, const ItemInk& ink, double scale, const Appearance& appearance)
 {
     const QSizeF size = item.view->frame().size() + QSizeF(spareWidth, 0);
     QImage image(int(std::ceil(size.width() * scale)), int(std::ceil(size.height() * scale)),
@@ -173,7 +173,7 @@ QImage StripScene::picture(const Item& item, ColourScheme scheme, double scale, 
     image.setDevicePixelRatio(scale);
     image.fill(Qt::transparent);
     QPainter painter(&image);
-    item.view->draw(painter, QPointF(0, 0), scheme, scale, appearance);
+    item.view->draw(painter, QPointF(0, 0), ink, scale, appearance);
     return image;
 }
 

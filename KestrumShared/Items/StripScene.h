@@ -74,7 +74,7 @@ public:
     /// How far an item may draw beyond its frame's right edge, in points.
     static constexpr int spareWidth = 2;
     /// A picture of an item, `spareWidth` wider than its frame. `scale` is pixels per point.
-    static QImage picture(const Item& item, ColourScheme scheme, double scale, const Appearance& appearance);
+    static QImage picture(const Item& item, const ItemInk& ink, double scale, const Appearance& appearance);
 
     /// The text of a section's readout; empty when there is none.
     QString readoutText(MonitorSection section, const Appearance& appearance = Appearance::current()) const;

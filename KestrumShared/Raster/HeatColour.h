@@ -12,16 +12,20 @@ namespace HeatColour {
 inline constexpr double amberFrom = 85;
 inline constexpr double redFrom = 95;
 
-/// The colour of a temperature in degrees Celsius; the label colour below `amberFrom`. The warning colours are dark on the
+/// The colour of a temperature in degrees Celsius; `label` below `amberFrom`. The warning colours are dark on the
 /// light plate and pale on the dark plate, so that they are readable.
-inline QColor of(double celsius, ColourScheme scheme)
+inline QColor of(double celsius, ColourScheme scheme, const QColor& label)
 {
     const bool isDark = scheme == ColourScheme::dark;
     if (celsius >= redFrom)
         return isDark ? QColor(0xFF, 0x8A, 0x80) : QColor(0xA6, 0x00, 0x1C);
     if (celsius >= amberFrom)
         return isDark ? QColor(0xFF, 0xC2, 0x47) : QColor(0x7A, 0x43, 0x00);
-    return labelColour(scheme);
+    return label;
+}
+inline QColor of(double celsius, ColourScheme scheme)
+{
+    return of(celsius, scheme, labelColour(scheme));
 }
 
 } // namespace HeatColour

@@ -126,10 +126,10 @@ private Q_SLOTS:
     void thePicturesAreTheStripsOwn()
     {
         const auto client = bridge({ { QStringLiteral("scale"), 2.0 },
-            { QStringLiteral("foreground"), QStringLiteral("#ffffff") } });
+            { QStringLiteral("foreground"), QStringLiteral("#ddeeff") } });
         const PanelItem& told = *client->item("cpu");
-        const QImage ours = StripScene::picture(
-            *m_desk->strip.items().item(cpu), ColourScheme::dark, 2, Appearance::current())
+        const QImage ours = StripScene::picture(*m_desk->strip.items().item(cpu),
+            ItemInk(ColourScheme::dark, QColor(0xDD, 0xEE, 0xFF)), 2, Appearance::current())
                                 .convertToFormat(QImage::Format_RGBA8888_Premultiplied);
         QCOMPARE(QSize(told.pixelWidth, told.pixelHeight), ours.size());
         QCOMPARE(

@@ -171,7 +171,8 @@ private Q_SLOTS:
     void renderedSymbolsAreKept()
     {
         const auto symbol = [](const char* name, ColourScheme scheme, double points, double scale) {
-            return ItemSprites::symbol(QString::fromLatin1(name), points, scheme, scale).cacheKey();
+            return ItemSprites::symbol(QString::fromLatin1(name), points, labelColour(scheme), scale)
+                .cacheKey();
         };
         // Each combination has its own picture, and the second round gets the same pictures.
         QSet<qint64> pictures;

@@ -43,6 +43,8 @@ std::optional<QList<PanelItem>> AttachedBridge::news(const PanelStrip& strip)
         }
         items.append(told);
     }
+    // A bridge forgets the picture of an item that is gone.
+    m_pictures.removeIf([&](const auto& picture) { return strip.items().index(picture.key()) < 0; });
     const auto facts = [](const PanelItem& item) {
         return std::tuple(item.id, item.x, item.width, item.text, item.pixelWidth, item.pixelHeight);
     };

@@ -146,7 +146,10 @@ void BridgeStand::pressKey(const QString& name)
     const QKeySequence keys = QKeySequence::fromString(name, QKeySequence::PortableText);
     if (!m_window || keys.count() != 1 || keys[0].key() == Qt::Key_unknown)
         return;
-    QKeyEvent event(QEvent::KeyPress, keys[0].key(), keys[0].keyboardModifiers());
+    // As the toolkit names what a keyboard sends.
+    const bool isBackwards = keys[0] == QKeyCombination(Qt::ShiftModifier, Qt::Key_Tab);
+    QKeyEvent event(
+        QEvent::KeyPress, isBackwards ? Qt::Key_Backtab : keys[0].key(), keys[0].keyboardModifiers());
     send(event);
 }
 

@@ -2,6 +2,7 @@
 
 #include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/BridgeClient.h"
 #include "tests/Support/PopoverDesk.h"
 #include "tests/Support/SessionBus.h"
@@ -121,6 +122,21 @@ private Q_SLOTS:
         QCOMPARE(client->itemMessages, 2);
         QVERIFY(!client->item("memory")->pixels.isEmpty());
         QVERIFY(client->item("cpu")->pixels.isEmpty() && client->item("storage")->pixels.isEmpty());
+    }
+
+    void anItemThatComesBackHasItsPicture()
+    {
+        const auto client = bridge();
+        const QByteArray before = client->item("cpu")->pixels;
+        Setting(Keys::showCPUItem).set(false);
+        m_desk->strip.rebuild();
+        QVERIFY(client->isUpToDate());
+        QVERIFY(!client->item("cpu"));
+        Setting(Keys::showCPUItem).set(true);
+        m_desk->strip.rebuild();
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->item("cpu")->pixels, before);
+        QVERIFY(client->item("memory")->pixels.isEmpty());
     }
 
     void thePicturesAreTheStripsOwn()
@@ -293,6 +309,20 @@ private Q_SLOTS:
         client->call("Key", key(*client, "Esc"));
         QVERIFY(client->isUpToDate());
         QCOMPARE(client->closes, 1);
+    }
+
+    void shiftTabGoesBackwards()
+    {
+        const auto client = bridge();
+        const auto firstAfter = [&](const char* name) {
+            client->call("OpenPopover", popover(*client, "cpu"));
+            client->call("Key", key(*client, name));
+            client->call("ClosePopover", { client->number });
+            return client->isUpToDate() ? client->popoverFocus : QString();
+        };
+        const QString last = firstAfter("Shift+Tab");
+        QVERIFY(!last.isEmpty());
+        QVERIFY(firstAfter("Tab") != last);
     }
 
     void onePopoverIsOpenAtATime()

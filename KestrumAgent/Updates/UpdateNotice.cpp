@@ -42,13 +42,20 @@ void UpdateNotice::addTo(QMenu& menu, const std::function<QByteArray()>& token)
 {
     if (m_outcome.isEmpty())
         return;
-    menu.addAction(m_outcome)->setEnabled(false);
+    const auto say = [&menu](const QString& text, const char* name) {
+        QAction* entry = menu.addAction(text);
+        entry->setEnabled(false);
+        entry->setObjectName(QLatin1StringView(name));
+    };
+    // Without a name, an entry is a separator to a panel's own menu.
+    say(m_outcome, "update-outcome");
     if (!m_isOnOffer)
         return;
     if (m_centre.isThere())
-        menu.addAction(AppLanguage::string("Install"), this, [this, token] { m_centre.open(token()); });
+        menu.addAction(AppLanguage::string("Install"), this, [this, token] { m_centre.open(token()); })
+            ->setObjectName(QStringLiteral("install-update"));
     else
-        menu.addAction(advice())->setEnabled(false);
+        say(advice(), "update-advice");
 }
 
 QString UpdateNotice::advice()

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 
+/** Whom the desktop takes for the maker of a window that is to come. */
+const windowMaker = Gio.AppInfo.create_from_commandline('kestrum', 'Kestrum', Gio.AppInfoCreateFlags.NONE);
 /** Entries that open a window. For the others, the desktop would wait for a window that never comes. */
 const windowEntries = ['settings', 'install-update'];
 
@@ -48,7 +50,7 @@ class KestrumApplet extends Applet.Applet {
     }
 
     openEntries(item) {
-        item.menu.close(true);
+        this.popover.close();
         if (this._applet_context_menu.isOpen) {
             this._applet_context_menu.close(true);
             return;
@@ -79,7 +81,7 @@ class KestrumApplet extends Applet.Applet {
 
     _activationToken() {
         try {
-            return global.create_app_launch_context().get_startup_notify_id(null, []) || '';
+            return global.create_app_launch_context().get_startup_notify_id(windowMaker, []) || '';
         } catch (error) {
             this.agent.complain('activation token', error.message);
             return '';

@@ -4,7 +4,7 @@ const agentService = 'com.orvale.kestrum.Agent';
 const agentPath = '/com/orvale/kestrum/Panel';
 const agentInterface = 'com.orvale.kestrum.Panel1';
 /** How long a call may take, in milliseconds. */
-const answerLimit = 5000;
+const answerLimit = 2000;
 /** Larger pictures are mistakes: no texture is so wide, and none of ours so heavy. */
 const longestSide = 16384;
 const mostBytes = 64 << 20;
@@ -60,10 +60,10 @@ class PanelAgent {
         this._call('Look', new GLib.Variant('(ua{sv})', [this._bridge, this._lookVariant(look)]));
     }
 
-    /** `room` is the greatest height in points. */
-    openPopover(id, room) {
+    /** `room` is the greatest height in points. Calls `fail` if the agent does not answer. */
+    openPopover(id, room, fail) {
         const look = {room: new GLib.Variant('u', Math.max(0, Math.floor(room)))};
-        this._call('OpenPopover', new GLib.Variant('(usa{sv})', [this._bridge, id, look]));
+        this._call('OpenPopover', new GLib.Variant('(usa{sv})', [this._bridge, id, look]), answer => answer ?? fail());
     }
 
     closePopover(then) {

@@ -40,7 +40,8 @@ class PanelPopover {
         if (id === this._asked)
             return;
         this._asked = id;
-        this._agent.openPopover(id, this._view.room());
+        // What the user wanted long ago must not come up by itself.
+        this._agent.openPopover(id, this._view.room(), () => this._asked === id && this._shown !== id && this.close());
     }
 
     /** What a second click does while the menu of the first is on its way: nothing is wanted any more. */

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: MIT
 
+/** Whom the shell takes for the maker of a window that is to come. */
+const windowMaker = Gio.AppInfo.create_from_commandline('kestrum', 'Kestrum', Gio.AppInfoCreateFlags.NONE);
 /** Entries that open a window. For the others, the shell would wait for a window that never comes. */
 const windowEntries = ['settings', 'install-update'];
 
@@ -31,7 +33,7 @@ class KestrumBridge {
 
     _activationToken() {
         try {
-            return global.create_app_launch_context(0, -1).get_startup_notify_id(null, []) ?? '';
+            return global.create_app_launch_context(0, -1).get_startup_notify_id(windowMaker, []) ?? '';
         } catch (error) {
             this.agent.complain('activation token', error.message);
             return '';

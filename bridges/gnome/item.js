@@ -89,7 +89,7 @@ class KestrumItem extends PanelMenu.Button {
     }
 
     _openEntries() {
-        this.menu.close();
+        this._bridge.popover.close();
         this._bridge.agent.actions(this._id, entries => {
             // The item may have gone, or been clicked, while the agent answered.
             if (this._bridge.item(this._id) === this && !this.menu.isOpen)

@@ -1,0 +1,105 @@
+// SPDX-License-Identifier: MIT
+import QtQuick 2.15
+import QtQuick.Layouts 1.15
+import QtQuick.Window 2.15
+import org.kde.plasma.core 2.0 as PlasmaCore
+import com.orvale.kestrum.panel 1.0
+
+// The items of the agent side by side, in a vertical panel one below the other, and the popover of one of them. Without an agent,
+// a symbol keeps the place.
+Item {
+    id: root
+
+    property bool isVertical: false
+    property int location: PlasmaCore.Types.BottomEdge
+    property color foreground
+    property real unit: 1 // how large this Plasma shows a point, in its own pixels
+    readonly property alias agent: agent
+
+    readonly property int itemHeight: 22 // points
+    readonly property bool isMirrored: Qt.application.layoutDirection === Qt.RightToLeft
+    // Smaller than usual where the panel has not the room.
+    readonly property real fit: {
+        const wanted = (isVertical ? agent.items.widest : itemHeight) * unit
+        const room = isVertical ? width : height
+        return wanted > 0 && room > 0 ? Math.min(1, room / wanted) : 1
+    }
+
+    function itemOf(id) {
+        const row = agent.items.row(id)
+        return row < 0 ? null : items.itemAt(row)
+    }
+    function toggle(id) {
+        if (agent.openItem === id)
+            agent.closePopover()
+        else
+            agent.openPopover(id)
+    }
+    // What the widget's own shortcut does.
+    function toggleFirst() {
+        if (agent.openItem !== "")
+            agent.closePopover()
+        else
+            agent.openPopover(agent.items.id(0))
+    }
+    function choose(action) {
+        token.request(root, token => agent.choose(action, token))
+    }
+
+    LayoutMirroring.enabled: isMirrored
+    LayoutMirroring.childrenInherit: true
+
+    Layout.minimumWidth: isVertical ? -1 : Math.ceil(content.implicitWidth)
+    Layout.maximumWidth: isVertical ? Infinity : Layout.minimumWidth
+    Layout.minimumHeight: isVertical ? Math.ceil(content.implicitHeight) : -1
+    Layout.maximumHeight: isVertical ? Layout.minimumHeight : Infinity
+
+    AgentClient {
+        id: agent
+        scale: root.unit * root.fit * root.Screen.devicePixelRatio
+        popoverScale: root.unit * root.Screen.devicePixelRatio
+        popoverRoom: root.Screen.desktopAvailableHeight / root.unit - 2 * popover.distance
+        foreground: root.foreground
+        isMirrored: root.isMirrored
+    }
+    ActivationToken {
+        id: token
+    }
+
+    Grid {
+        id: content
+        anchors.centerIn: parent
+        rows: root.isVertical ? -1 : 1
+        columns: root.isVertical ? 1 : -1
+        horizontalItemAlignment: Grid.AlignHCenter
+
+        Repeater {
+            id: items
+            model: agent.items
+            delegate: PanelItem {
+                unit: root.unit * root.fit
+                room: root.isVertical ? 0 : agent.items.gap * unit
+                width: root.isVertical ? root.width : implicitWidth
+                height: root.isVertical ? implicitHeight + 4 * unit : root.height
+                isOpen: agent.openItem === itemId
+                location: root.location
+                onChosen: root.toggle(itemId)
+                onApproached: agent.requestActions(itemId)
+            }
+        }
+    }
+    Loader {
+        anchors.fill: parent
+        active: !agent.isAttached
+        sourceComponent: root.placeholder
+    }
+    property Component placeholder
+
+    PopoverDialog {
+        id: popover
+        agent: agent
+        unit: root.unit
+        location: root.location
+        visualParent: agent.popoverItem === "" ? null : root.itemOf(agent.popoverItem)
+    }
+}

@@ -1,0 +1,457 @@
+// SPDX-License-Identifier: MIT
+#include "AgentClient.h"
+
+#include <QClipboard>
+#include <QCoreApplication>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QGuiApplication>
+#include <QKeySequence>
+#include <QLoggingCategory>
+#include <QPointer>
+#include <algorithm>
+#include <limits>
+#include <utility>
+
+namespace kestrum {
+
+namespace {
+
+const QString agentName = QStringLiteral("com.orvale.kestrum.Agent");
+const QString agentPath = QStringLiteral("/com/orvale/kestrum/Panel");
+const QString agentInterface = QStringLiteral("com.orvale.kestrum.Panel1");
+const QString busName = QStringLiteral("org.freedesktop.DBus");
+const QString busPath = QStringLiteral("/org/freedesktop/DBus");
+const QString panelHost = QStringLiteral("plasma");
+
+constexpr int answerLimit = 5000; // in ms
+/// An answer that comes late has attached all the same, so it is awaited for as long as the agent lives.
+constexpr int noLimit = std::numeric_limits<int>::max();
+constexpr int attachAgain = 10000; // in ms: the agent has refused, since it has bridges enough
+
+Q_LOGGING_CATEGORY(panelLog, "com.orvale.kestrum.panel", QtInfoMsg)
+
+QDBusMessage agentCall(const QString& owner, const QString& method, const QVariantList& arguments)
+{
+    QDBusMessage message = QDBusMessage::createMethodCall(owner, agentPath, agentInterface, method);
+    message.setArguments(arguments);
+    message.setAutoStartService(false);
+    return message;
+}
+
+/// To the agent, left is where the first item is. Each of the two entries does what the other one would.
+QVariantList mirrored(QVariantList entries)
+{
+    const QString left = QStringLiteral("move-left");
+    const QString right = QStringLiteral("move-right");
+    const QString id = QStringLiteral("id");
+    const QString isEnabled = QStringLiteral("isEnabled");
+    const auto find = [&](const QString& wanted) {
+        return std::find_if(entries.begin(), entries.end(),
+            [&](const QVariant& entry) { return entry.toMap().value(id) == wanted; });
+    };
+    const auto one = find(left);
+    const auto other = find(right);
+    if (one == entries.end() || other == entries.end())
+        return entries;
+    QVariantMap first = one->toMap();
+    QVariantMap second = other->toMap();
+    std::swap(first[id], second[id]);
+    std::swap(first[isEnabled], second[isEnabled]);
+    *one = first;
+    *other = second;
+    return entries;
+}
+
+} // namespace
+
+AgentClient::AgentClient(QObject* parent)
+    : AgentClient(QDBusConnection::sessionBus(), parent)
+{
+}
+
+AgentClient::AgentClient(const QDBusConnection& bus, QObject* parent)
+    : QObject(parent)
+    , m_bus(bus)
+{
+    // A panel sets several properties of its look at once.
+    m_lookTimer.setSingleShot(true);
+    m_lookTimer.setInterval(0);
+    connect(&m_lookTimer, &QTimer::timeout, this, &AgentClient::sendLook);
+    m_attachTimer.setSingleShot(true);
+    connect(&m_attachTimer, &QTimer::timeout, this, &AgentClient::attach);
+
+    // The sender is left empty, because for a name the toolkit would wait for the bus to tell its owner.
+    m_bus.connect(QString(), busPath, busName, QStringLiteral("NameOwnerChanged"), { agentName }, QString(),
+        this, SLOT(ownerChanged(QDBusMessage)));
+    QDBusMessage question
+        = QDBusMessage::createMethodCall(busName, busPath, busName, QStringLiteral("GetNameOwner"));
+    question << agentName;
+    auto* watcher = new QDBusPendingCallWatcher(m_bus.asyncCall(question, answerLimit), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
+        watcher->deleteLater();
+        const QDBusPendingReply<QString> answer = *watcher;
+        // An error says that there is no agent.
+        if (!answer.isError() && m_owner.isEmpty())
+            setOwner(answer.value());
+    });
+}
+
+AgentClient::~AgentClient()
+{
+    if (isAttached())
+        m_bus.send(agentCall(m_owner, QStringLiteral("Detach"), { m_bridge }));
+}
+
+void AgentClient::ownerChanged(const QDBusMessage& message)
+{
+    if (message.service() == busName && message.signature() == QLatin1String("sss"))
+        setOwner(message.arguments().at(2).toString());
+}
+
+void AgentClient::setOwner(const QString& owner)
+{
+    if (owner == m_owner)
+        return;
+    if (!m_owner.isEmpty())
+        followSignals(false);
+    const bool wasAttached = isAttached();
+    m_owner = owner;
+    m_bridge = 0;
+    m_attachTimer.stop();
+    m_popoverCalls = 0;
+    m_isMoveSent = false;
+    m_complaints.clear();
+    forgetPopover();
+    m_items.adopt({});
+    m_actionsItem.clear();
+    m_actions.clear();
+    Q_EMIT actionsChanged();
+    if (wasAttached)
+        Q_EMIT attachedChanged();
+    if (!m_owner.isEmpty()) {
+        followSignals(true);
+        // Not at once: the panel may be about to say how it looks.
+        m_attachTimer.start(0);
+    }
+}
+
+/// Only what the agent itself sends is heard.
+void AgentClient::followSignals(bool isFollowed)
+{
+    const std::pair<const char*, const char*> followed[] = {
+        { "Items", SLOT(takeItems(QDBusMessage)) },
+        { "Popover", SLOT(takePopover(QDBusMessage)) },
+        { "PopoverRequested", SLOT(takeRequest(QDBusMessage)) },
+        { "PopoverClosed", SLOT(takeClosed(QDBusMessage)) },
+        { "Copied", SLOT(takeCopied(QDBusMessage)) },
+    };
+    for (const auto& [name, slot] : followed) {
+        if (isFollowed)
+            m_bus.connect(m_owner, agentPath, agentInterface, QString::fromLatin1(name), this, slot);
+        else
+            m_bus.disconnect(m_owner, agentPath, agentInterface, QString::fromLatin1(name), this, slot);
+    }
+}
+
+void AgentClient::attach()
+{
+    if (m_owner.isEmpty() || isAttached())
+        return;
+    const QVariantMap toldLook = look();
+    const QDBusMessage message = agentCall(m_owner, QStringLiteral("Attach"), { panelHost, toldLook });
+    // The watcher outlives this object: a bridge that nobody knows would keep the agent from showing the items elsewhere.
+    auto* watcher
+        = new QDBusPendingCallWatcher(m_bus.asyncCall(message, noLimit), QCoreApplication::instance());
+    connect(watcher, &QDBusPendingCallWatcher::finished, watcher,
+        [guard = QPointer<AgentClient>(this), bus = m_bus, owner = m_owner, toldLook, watcher]() mutable {
+            watcher->deleteLater();
+            const QDBusMessage answer = watcher->reply();
+            if (guard && guard->m_owner == owner)
+                guard->attached(answer, toldLook);
+            else if (answer.type() == QDBusMessage::ReplyMessage)
+                bus.send(agentCall(owner, QStringLiteral("Detach"), answer.arguments()));
+        });
+}
+
+void AgentClient::attached(const QDBusMessage& answer, const QVariantMap& toldLook)
+{
+    m_bridge = answer.type() == QDBusMessage::ReplyMessage ? answer.arguments().value(0).toUInt() : 0;
+    if (!isAttached()) {
+        complain(QStringLiteral("Attach"), answer.errorMessage());
+        m_attachTimer.start(attachAgain);
+        return;
+    }
+    if (look() != toldLook)
+        sendLook();
+    Q_EMIT attachedChanged();
+}
+
+QVariantMap AgentClient::look() const
+{
+    QVariantMap look { { QStringLiteral("scale"), m_scale } };
+    if (m_foreground.isValid())
+        look.insert(QStringLiteral("foreground"), m_foreground.name());
+    return look;
+}
+
+void AgentClient::sendLook()
+{
+    if (!isAttached())
+        return;
+    call(QStringLiteral("Look"), { m_bridge, look() });
+    if (!m_openItem.isEmpty())
+        openPopover(m_openItem);
+}
+
+void AgentClient::setScale(double scale)
+{
+    if (scale == m_scale)
+        return;
+    m_scale = scale;
+    m_lookTimer.start();
+    Q_EMIT lookChanged();
+}
+
+void AgentClient::setForeground(const QColor& colour)
+{
+    if (colour == m_foreground)
+        return;
+    m_foreground = colour;
+    m_lookTimer.start();
+    Q_EMIT lookChanged();
+}
+
+void AgentClient::setPopoverScale(double scale)
+{
+    if (scale == m_popoverScale)
+        return;
+    m_popoverScale = scale;
+    m_lookTimer.start();
+    Q_EMIT lookChanged();
+}
+
+void AgentClient::setPopoverRoom(int points)
+{
+    if (points == m_popoverRoom)
+        return;
+    m_popoverRoom = points;
+    m_lookTimer.start();
+    Q_EMIT lookChanged();
+}
+
+bool AgentClient::isMine(const QDBusMessage& message) const
+{
+    return isAttached() && message.arguments().value(0).toUInt() == m_bridge;
+}
+
+void AgentClient::takeItems(const QDBusMessage& message)
+{
+    if (!isMine(message))
+        return;
+    if (const auto told = PanelMessages::items(message))
+        m_items.adopt(told->list);
+    else
+        complain(QStringLiteral("Items"), QStringLiteral("the message makes no sense"));
+}
+
+void AgentClient::openPopover(const QString& item)
+{
+    if (!isAttached() || item.isEmpty())
+        return;
+    if (m_openItem != item) {
+        m_openItem = item;
+        Q_EMIT popoverChanged();
+    }
+    QVariantMap popoverLook = look();
+    popoverLook.insert(QStringLiteral("scale"), m_popoverScale);
+    popoverLook.insert(QStringLiteral("room"), uint(m_popoverRoom));
+    callForPopover(QStringLiteral("OpenPopover"), { m_bridge, item, popoverLook });
+}
+
+void AgentClient::closePopover()
+{
+    if (m_openItem.isEmpty())
+        return;
+    m_openItem.clear();
+    m_nextMove.reset();
+    Q_EMIT popoverChanged();
+    callForPopover(QStringLiteral("ClosePopover"), { m_bridge });
+}
+
+/// The agent answers in the order of the calls, and what it tells of the popover before an answer is older than the call. So
+/// the last answer settles what is open.
+void AgentClient::callForPopover(const QString& method, const QVariantList& arguments)
+{
+    ++m_popoverCalls;
+    call(method, arguments, [this](const QDBusMessage&) { popoverAnswered(); });
+}
+
+void AgentClient::popoverAnswered()
+{
+    if (--m_popoverCalls > 0)
+        return;
+    // Either it was to be closed, or there was nothing to open.
+    if (m_openItem.isEmpty() || m_popoverPicture.isNull())
+        forgetPopover();
+}
+
+void AgentClient::forgetPopover()
+{
+    const bool wasKnown = !m_openItem.isEmpty();
+    m_openItem.clear();
+    m_popoverPicture = {};
+    m_popoverItem.clear();
+    m_popoverText.clear();
+    m_popoverFocus.clear();
+    m_nextMove.reset();
+    if (wasKnown)
+        Q_EMIT popoverChanged();
+}
+
+void AgentClient::takePopover(const QDBusMessage& message)
+{
+    if (!isMine(message))
+        return;
+    const auto told = PanelMessages::popover(message);
+    if (!told || !PanelMessages::apply(*told, m_popoverPicture)) {
+        complain(QStringLiteral("Popover"), QStringLiteral("the message makes no sense"));
+        return;
+    }
+    m_popoverItem = told->item;
+    m_popoverText = told->text;
+    m_popoverFocus = told->focus;
+    if (m_openItem.isEmpty())
+        return;
+    // The popover can turn to another item by itself.
+    if (m_popoverCalls == 0)
+        m_openItem = told->item;
+    Q_EMIT popoverChanged();
+}
+
+void AgentClient::takeRequest(const QDBusMessage& message)
+{
+    if (isMine(message))
+        openPopover(message.arguments().value(1).toString());
+}
+
+void AgentClient::takeClosed(const QDBusMessage& message)
+{
+    if (!isMine(message))
+        return;
+    if (m_popoverCalls == 0)
+        forgetPopover();
+    else
+        m_popoverPicture = {}; // of what is open now the agent sends all
+}
+
+void AgentClient::takeCopied(const QDBusMessage& message)
+{
+    if (isMine(message))
+        QGuiApplication::clipboard()->setText(message.arguments().value(1).toString());
+}
+
+void AgentClient::point(const QString& kind, const QPointF& at, double notches)
+{
+    if (m_openItem.isEmpty())
+        return;
+    const QVariantList arguments { m_bridge, kind, at.x(), at.y(), notches };
+    if (kind != QLatin1String("move")) {
+        m_nextMove.reset();
+        call(QStringLiteral("Pointer"), arguments);
+        return;
+    }
+    if (m_isMoveSent) {
+        m_nextMove = at;
+        return;
+    }
+    m_isMoveSent = true;
+    call(QStringLiteral("Pointer"), arguments, [this](const QDBusMessage&) {
+        m_isMoveSent = false;
+        if (const auto next = std::exchange(m_nextMove, std::nullopt))
+            point(QStringLiteral("move"), *next);
+    });
+}
+
+bool AgentClient::pressKey(int key, int modifiers)
+{
+    switch (key) {
+    case 0:
+    case Qt::Key_unknown:
+    case Qt::Key_Shift:
+    case Qt::Key_Control:
+    case Qt::Key_Alt:
+    case Qt::Key_AltGr:
+    case Qt::Key_Meta:
+    case Qt::Key_Super_L:
+    case Qt::Key_Super_R:
+        return false;
+    default:
+        break;
+    }
+    if (m_openItem.isEmpty())
+        return false;
+    // "Shift+Tab" is the interface's word; the toolkit has a key of its own for it.
+    if (key == Qt::Key_Backtab) {
+        key = Qt::Key_Tab;
+        modifiers |= int(Qt::ShiftModifier);
+    } else if (m_isMirrored && (key == Qt::Key_Left || key == Qt::Key_Right)) {
+        // To the popover, the neighbour on the right is the next item.
+        key = key == Qt::Key_Left ? Qt::Key_Right : Qt::Key_Left;
+    }
+    modifiers
+        &= int(Qt::ShiftModifier) | int(Qt::ControlModifier) | int(Qt::AltModifier) | int(Qt::MetaModifier);
+    const QString name = QKeySequence(key | modifiers).toString(QKeySequence::PortableText);
+    call(QStringLiteral("Key"), { m_bridge, name });
+    return true;
+}
+
+void AgentClient::requestActions(const QString& item)
+{
+    if (!isAttached())
+        return;
+    call(QStringLiteral("Actions"), { item }, [this, item](const QDBusMessage& answer) {
+        const auto told = PanelMessages::actions(answer);
+        if (!told)
+            return;
+        m_actionsItem = item;
+        m_actions = m_isMirrored ? mirrored(*told) : *told;
+        Q_EMIT actionsChanged();
+    });
+}
+
+void AgentClient::choose(const QString& action, const QString& token)
+{
+    if (isAttached() && !action.isEmpty())
+        call(QStringLiteral("Choose"), { action, m_actionsItem, token });
+}
+
+void AgentClient::call(const QString& method, const QVariantList& arguments, const Answered& answered)
+{
+    auto* watcher = new QDBusPendingCallWatcher(
+        m_bus.asyncCall(agentCall(m_owner, method, arguments), answerLimit), this);
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+        [this, watcher, method, answered, owner = m_owner] {
+            watcher->deleteLater();
+            // An agent that is gone has nothing to say.
+            if (owner != m_owner)
+                return;
+            const QDBusMessage answer = watcher->reply();
+            if (answer.type() == QDBusMessage::ErrorMessage)
+                complain(method + QLatin1Char(' ') + answer.errorName(), answer.errorMessage());
+            if (answered)
+                answered(answer);
+        });
+}
+
+/// Logs a kind of trouble once in the agent's life: it would come again with each sample.
+void AgentClient::complain(const QString& kind, const QString& reason)
+{
+    if (m_complaints.contains(kind))
+        return;
+    m_complaints.insert(kind);
+    qCWarning(panelLog).noquote() << "kestrum:" << kind << "-" << reason;
+}
+
+} // namespace kestrum

@@ -5,7 +5,7 @@ import QtQuick.Window 2.15
 import org.kde.plasma.core 2.0 as PlasmaCore
 import com.orvale.kestrum.panel 1.0
 
-// The items of the agent side by side, in a vertical panel one below the other, and the popover of one of them. Without an agent,
+// The items of the agent side by side, in a vertical panel one below the other, and the popover of one of them. Without an item,
 // a symbol keeps the place.
 Item {
     id: root
@@ -14,6 +14,7 @@ Item {
     property int location: PlasmaCore.Types.BottomEdge
     property color foreground
     property real unit: 1 // how large this Plasma shows a point, in its own pixels
+    property Component placeholder // the symbol
     readonly property alias agent: agent
 
     readonly property int itemHeight: 22 // points
@@ -49,10 +50,13 @@ Item {
     LayoutMirroring.enabled: isMirrored
     LayoutMirroring.childrenInherit: true
 
-    Layout.minimumWidth: isVertical ? -1 : Math.ceil(content.implicitWidth)
-    Layout.maximumWidth: isVertical ? Infinity : Layout.minimumWidth
-    Layout.minimumHeight: isVertical ? Math.ceil(content.implicitHeight) : -1
-    Layout.maximumHeight: isVertical ? Layout.minimumHeight : Infinity
+    // The length that the panel gives: of the items, or of the symbol.
+    readonly property real length: items.count === 0 ? (isVertical ? width : height)
+        : Math.ceil(isVertical ? content.implicitHeight : content.implicitWidth)
+    Layout.minimumWidth: isVertical ? -1 : length
+    Layout.maximumWidth: isVertical ? Infinity : length
+    Layout.minimumHeight: isVertical ? length : -1
+    Layout.maximumHeight: isVertical ? length : Infinity
 
     AgentClient {
         id: agent
@@ -90,10 +94,9 @@ Item {
     }
     Loader {
         anchors.fill: parent
-        active: !agent.isAttached
+        active: items.count === 0
         sourceComponent: root.placeholder
     }
-    property Component placeholder
 
     PopoverDialog {
         id: popover

@@ -46,7 +46,6 @@ PlasmaCore.ToolTipArea {
         anchors.fill: parent
         visible: mouse.containsMouse || root.isOpen || root.activeFocus
         hovered: true
-        pressed: mouse.containsPress || root.isOpen
     }
     Picture {
         id: drawing

@@ -3,11 +3,13 @@
 
 #include "Kestrum/Form/Theme.h"
 #include "Kestrum/Window/SettingsView.h"
+#include "Platform/Bundle/Bundle.h"
 #include "Platform/Desktop/ToolkitTexts.h"
 #include "Platform/Desktop/WindowActivation.h"
 #include "Platform/Log/Identifier.h"
 
 #include <QAccessibleObject>
+#include <QIcon>
 #include <QScreen>
 #include <QTimer>
 #include <utility>
@@ -17,6 +19,16 @@ namespace kestrum {
 namespace {
 
 constexpr QSize defaultSize { 640, 520 };
+
+/// The icon for X11, whose windows bring their own. Elsewhere the desktop entry names it, and the pictures are never read.
+QIcon windowIcon()
+{
+    QIcon icon;
+    for (const int size : { 32, 128 })
+        icon.addFile(
+            QStringLiteral("%1/Icon/%2.png").arg(Bundle::main().resourcePath()).arg(size), { size, size });
+    return icon;
+}
 
 /// Gives assistive programs the application's display name. Qt alone would give them an identifier, the application name.
 class AccessibleApplication final : public QAccessibleApplication {
@@ -48,6 +60,7 @@ KestrumApp::KestrumApp(int& argc, char** argv, SettingsAppDelegate::Run run)
     setApplicationDisplayName(QStringLiteral("Kestrum"));
     setApplicationVersion(QStringLiteral(KESTRUM_VERSION));
     setDesktopFileName(applicationIdentifier);
+    setWindowIcon(kestrum::windowIcon());
     ToolkitTexts::install();
     // The Fusion style paints with the palette's colours only. The styles of desktops have their own backgrounds and borders.
     setStyle(QStringLiteral("fusion"));

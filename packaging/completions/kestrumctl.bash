@@ -1,3 +1,4 @@
+# shellcheck shell=bash
 # bash completion for kestrumctl. Verbs, keys and signals come from the program's own help.
 
 _kestrumctl_names()
@@ -17,6 +18,7 @@ _kestrumctl()
         -o) mapfile -t COMPREPLY < <(compgen -f -- "$current"); return ;;
         --appearance) mapfile -t COMPREPLY < <(compgen -W 'light dark' -- "$current"); return ;;
         --direction) mapfile -t COMPREPLY < <(compgen -W 'ltr rtl' -- "$current"); return ;;
+        --root) mapfile -t COMPREPLY < <(compgen -d -- "$current"); return ;;
         --count | --timeout | --scale | --cores) return ;;
         esac
         case $verb in
@@ -36,7 +38,7 @@ _kestrumctl()
         describe) words='--cores' ;;
         login-item) ((COMP_CWORD == 2)) && words='status on off' ;;
         render)
-            words='-o --scale --appearance --cores --direction --poor'
+            words='-o --scale --appearance --cores --direction --poor --root'
             ((COMP_CWORD == 2)) && words="$(printf '%s ' {,popover-}{cpu,memory,storage,sensors}) strip" ;;
         open)
             words='-g'

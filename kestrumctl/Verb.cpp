@@ -7,20 +7,22 @@ namespace kestrum {
 
 std::span<const Verb* const> allVerbs()
 {
-    static constexpr const Verb* verbs[]
-        = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb, &importVerb, &postVerb, &listenVerb,
-              &agentsVerb, &agentVerb, &popoverVerb, &describeVerb, &renderVerb, &openVerb, &loginItemVerb };
+    static constexpr const Verb* verbs[] = { &readVerb, &writeVerb, &deleteVerb, &watchVerb, &exportVerb,
+        &importVerb, &postVerb, &listenVerb, &agentsVerb, &agentVerb, &panelVerb, &popoverVerb, &describeVerb,
+        &renderVerb, &openVerb, &loginItemVerb };
     return verbs;
 }
 
 QByteArray programUsage()
 {
-    QByteArray text = "Usage: kestrumctl VERB [ARGUMENT...]\n"
-                      "\n"
-                      "Reads, writes and watches Kestrum's settings, posts and hears its signals, draws its\n"
-                      "menu-bar items, switches its agent, opens its popovers, and starts applications.\n"
-                      "\n"
-                      "Verbs:\n";
+    QByteArray text
+        = "Usage: kestrumctl VERB [ARGUMENT...]\n"
+          "\n"
+          "Reads, writes and watches Kestrum's settings, posts and hears its signals, draws its\n"
+          "menu-bar items, puts them into the panel, switches its agent, opens its popovers, and\n"
+          "starts applications.\n"
+          "\n"
+          "Verbs:\n";
     for (const Verb* verb : allVerbs())
         text += "  " + QByteArray(verb->name).leftJustified(12) + verb->summary + '\n';
     return text

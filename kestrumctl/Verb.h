@@ -36,6 +36,7 @@ extern const Verb openVerb;
 extern const Verb agentsVerb;
 extern const Verb agentVerb;
 extern const Verb loginItemVerb;
+extern const Verb panelVerb;
 extern const Verb popoverVerb;
 extern const Verb describeVerb;
 extern const Verb renderVerb;

@@ -34,6 +34,7 @@ _kestrumctl()
         post) ((COMP_CWORD == 2)) && words=$(_kestrumctl_names post) ;;
         listen) words="--count --timeout $(_kestrumctl_names post)" ;;
         agent) ((COMP_CWORD == 2)) && words='start stop' ;;
+        panel) ((COMP_CWORD == 2)) && words='status add remove' ;;
         popover) ((COMP_CWORD == 2)) && words='cpu memory storage sensors close' ;;
         describe) words='--cores' ;;
         login-item) ((COMP_CWORD == 2)) && words='status on off' ;;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Agent.h"
 
+#include "KestrumAgent/Bridge/PanelOffer.h"
 #include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
@@ -50,6 +51,8 @@ Agent::Agent(QObject* parent)
     , m_sampler(new Sampler(this))
     , m_updates(new UpdateChecker(this))
     , m_updateNotice(new UpdateNotice(this))
+    , m_panelOffer(new PanelOffer(
+          [this] { return m_service && m_service->shownBy() == QLatin1StringView("nothing"); }, this))
 {
     // The outcome is shown in a notification: a user who requested the check in the settings window does not see the menu.
     connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
@@ -107,6 +110,7 @@ void Agent::start(std::optional<double> launched)
         m_signals.listen(notificationName(request.value), [this, asked = request.value] { obey(asked); });
     m_signals.listen(Signal::checkForUpdates, [this] { m_updates->check(); });
     m_updates->start();
+    m_panelOffer->start();
     if (launched)
         doWhatWasAskedSince(*launched);
 }
@@ -234,6 +238,7 @@ void Agent::fillMenu()
     // By these names, the entries can be chosen from a panel's own menu.
     m_menu.addAction(AppLanguage::string("Settings…"), this, &Agent::openSettings)
         ->setObjectName(QStringLiteral("settings"));
+    m_panelOffer->addTo(m_menu);
     if (Setting(Keys::updaterCanCheck).value()) {
         m_menu.addAction(AppLanguage::string("Check for Updates…"), m_updates, &UpdateChecker::check)
             ->setObjectName(QStringLiteral("check-for-updates"));

@@ -11,6 +11,7 @@
 namespace kestrum {
 
 class PanelChannel;
+class PanelOffer;
 class PanelService;
 class PanelStrip;
 class PopoverController;
@@ -65,6 +66,7 @@ private:
     Sampler* m_sampler;
     UpdateChecker* m_updates;
     UpdateNotice* m_updateNotice;
+    PanelOffer* m_panelOffer;
     bool m_isLeaving = false;
     bool m_isAdopting = false; ///< an immediate sample is not drawn: the rebuild after it draws all items
     quint32 m_lastAct = 0;     ///< time of the last input event, by the display's clock

@@ -77,6 +77,9 @@ inline constexpr UnregisteredKey<MeterAccent> storageAccent { "storageAccent" };
 inline constexpr UnregisteredKey<QString> updatesAvailable { "updatesAvailable" };
 /// The system monitor that popovers lead to: the id of a desktop entry, or a command. Absent: one is looked for.
 inline constexpr UnregisteredKey<QString> systemMonitor { "systemMonitor" };
+/// The desktops, separated by commas, to whose users the agent has offered to show the items in the panel. Only the agent writes
+/// this value.
+inline constexpr UnregisteredKey<QString> panelOffers { "panelOffers" };
 
 /// The names of keys, in the form that `UserDefaults::observe` takes.
 template <class... K> QStringList names(const K&... keys)
@@ -92,7 +95,7 @@ inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInte
     didUnregisterLegacyLoginItem };
 
 inline constexpr std::tuple unregistered { memoryReadout, storageReadout, cpuAccent, cpuFastCoreAccent,
-    memoryAccent, storageAccent, updatesAvailable, systemMonitor };
+    memoryAccent, storageAccent, updatesAvailable, systemMonitor, panelOffers };
 
 } // namespace Keys
 } // namespace kestrum

@@ -22,7 +22,6 @@ constexpr int asLongAsTheDesktopLikes = -1;
 // The interface has the same name as the service.
 constexpr QLatin1StringView notifications("org.freedesktop.Notifications");
 constexpr QLatin1StringView notificationsPath("/org/freedesktop/Notifications");
-constexpr QLatin1StringView notificationConnection("kestrum-notification");
 
 QDBusMessage notificationCall(const char* name)
 {
@@ -37,9 +36,17 @@ void tellThatNothingIsShown(const QString& reason)
 
 } // namespace
 
+DesktopNotification::DesktopNotification(QObject* parent)
+    : QObject(parent)
+{
+    // Each object has a connection of its own, so that the desktop's signals for one do not reach another.
+    static int count = 0;
+    m_connection = QStringLiteral("kestrum-notification-%1").arg(++count);
+}
+
 DesktopNotification::~DesktopNotification()
 {
-    QDBusConnection::disconnectFromBus(notificationConnection);
+    QDBusConnection::disconnectFromBus(m_connection);
 }
 
 void DesktopNotification::show(const Content& content)
@@ -48,7 +55,7 @@ void DesktopNotification::show(const Content& content)
     if (m_isJoining)
         return;
     // The connection stays open, because some desktops remove the notifications of a program that left the bus.
-    if (QDBusConnection(notificationConnection).isConnected())
+    if (QDBusConnection(m_connection).isConnected())
         askWhatIsShown();
     else
         join();
@@ -61,10 +68,10 @@ void DesktopNotification::join()
         tellThatNothingIsShown(QStringLiteral("there is no session bus"));
         return;
     }
-    QDBusConnection::disconnectFromBus(notificationConnection);
+    QDBusConnection::disconnectFromBus(m_connection);
     m_shown = 0;
     m_isJoining = true;
-    DesktopBus::join(address, notificationConnection, this, [this](bool isJoined) {
+    DesktopBus::join(address, m_connection, this, [this](bool isJoined) {
         m_isJoining = false;
         if (!isJoined) {
             tellThatNothingIsShown(QStringLiteral("the session bus does not answer"));
@@ -73,9 +80,9 @@ void DesktopNotification::join()
         // The service name is left empty: with a name, Qt would wait for the bus. A forged signal can do no more than a
         // press of the button.
         const DesktopBus::Source source { {}, notificationsPath, notifications };
-        DesktopBus::follow(notificationConnection, source, QStringLiteral("ActionInvoked"), this,
-            SLOT(actionInvoked(uint, QString)));
-        DesktopBus::follow(notificationConnection, source, QStringLiteral("ActivationToken"), this,
+        DesktopBus::follow(
+            m_connection, source, QStringLiteral("ActionInvoked"), this, SLOT(actionInvoked(uint, QString)));
+        DesktopBus::follow(m_connection, source, QStringLiteral("ActivationToken"), this,
             SLOT(activationToken(uint, QString)));
         askWhatIsShown();
     });
@@ -92,7 +99,7 @@ void DesktopNotification::askWhatIsShown()
             send(reply.value().contains(QLatin1StringView("actions")),
                 reply.value().contains(QLatin1StringView("body-markup")));
     };
-    DesktopBus::call(notificationConnection, notificationCall("GetCapabilities"), this, answered, timeLimit);
+    DesktopBus::call(m_connection, notificationCall("GetCapabilities"), this, answered, timeLimit);
 }
 
 void DesktopNotification::send(bool hasButtons, bool readsMarkup)
@@ -115,7 +122,7 @@ void DesktopNotification::send(bool hasButtons, bool readsMarkup)
         else
             m_shown = reply.value();
     };
-    DesktopBus::call(notificationConnection, call, this, answered, timeLimit);
+    DesktopBus::call(m_connection, call, this, answered, timeLimit);
 }
 
 void DesktopNotification::activationToken(uint number, const QString& token)

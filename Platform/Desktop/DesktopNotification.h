@@ -8,7 +8,7 @@
 namespace kestrum {
 
 /// A notification that the desktop shows ("org.freedesktop.Notifications"). Calls to the desktop are asynchronous. Main
-/// thread only; one object per process.
+/// thread only.
 class DesktopNotification final : public QObject {
     Q_OBJECT
 public:
@@ -20,7 +20,7 @@ public:
         QString textWithoutButton; ///< replaces `text` if the desktop shows no buttons
     };
 
-    using QObject::QObject;
+    explicit DesktopNotification(QObject* parent = nullptr);
     ~DesktopNotification() override;
 
     /// Shows `content` in place of the previous notification. Without a session bus or a notification service, nothing is
@@ -40,6 +40,7 @@ private:
     void askWhatIsShown();
     void send(bool hasButtons, bool readsMarkup);
 
+    QString m_connection; ///< the name of the connection to the bus
     Content m_content;
     quint32 m_shown = 0; ///< the desktop's id of the shown notification; 0 if there is none
     QByteArray m_token;  ///< the activation token for the next press of the button

@@ -95,7 +95,7 @@ private Q_SLOTS:
         QCOMPARE(names,
             QStringLiteral(
                 "memoryReadout storageReadout cpuAccent cpuFastCoreAccent memoryAccent storageAccent "
-                "updatesAvailable systemMonitor")
+                "updatesAvailable systemMonitor panelOffers")
                 .split(u' '));
         for (const QString& name : names)
             QVERIFY(!SharedSettings::factoryDefaults().contains(name));

@@ -8,7 +8,7 @@ class KestrumctlUsageTest : public QObject {
     Q_OBJECT
 
     const QStringList m_verbs
-        = words("read write delete watch export import post listen agents agent popover describe "
+        = words("read write delete watch export import post listen agents agent panel popover describe "
                 "render open login-item");
 
 private Q_SLOTS:
@@ -50,7 +50,7 @@ private Q_SLOTS:
         QVERIFY(help.contains(line(Keys::refreshInterval.name, "a number")));
         QVERIFY(help.contains(line(Keys::meterStyle.name, "a text")));
         QVERIFY(help.contains(line(Keys::updatesAvailable.name, "a text")));
-        QCOMPARE(help.mid(help.indexOf("\nKeys:\n")).count('\n'), 2 + 31);
+        QCOMPARE(help.mid(help.indexOf("\nKeys:\n")).count('\n'), 2 + 32);
     }
 
     void usageOfPostListsEverySignal()
@@ -101,6 +101,8 @@ private Q_SLOTS:
         row("agent", "too few arguments; it takes start|stop");
         row("agent strat", "there is no action \"strat\"; did you mean \"start\"");
         row("agent start stop", "too many arguments");
+        row("panel", "too few arguments");
+        row("panel staus", "there is no request \"staus\"; did you mean \"status\"");
         row("describe cpu", "too many arguments");
         row("describe --cores 0", "not \"0\"");
         row("describe --cores 1025", "from 1 to 1024");

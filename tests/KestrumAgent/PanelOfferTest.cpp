@@ -1,0 +1,235 @@
+// The agent offers to show the items in the desktop's panel. The desktop's settings program, its shell and its notifications are
+// stand-ins.
+
+#include "KestrumAgent/Bridge/PanelOffer.h"
+#include "KestrumAgent/Agent.h"
+#include "KestrumAgent/Bridge/PanelService.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/DesktopShells.h"
+#include "tests/Support/FreshSettings.h"
+#include "tests/Support/NotificationService.h"
+#include "tests/Support/SessionBus.h"
+#include "tests/Support/TestHome.h"
+#include "tests/Support/Text.h"
+
+#include <QApplication>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace kestrum;
+
+class PanelOfferTest : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<DesktopTools> m_tools;
+    std::unique_ptr<SessionBus> m_bus;
+    std::unique_ptr<NotificationService> m_notifications;
+    std::unique_ptr<Agent> m_agent;
+
+    static inline const char* const s_installed = "gnome-shell/extensions/kestrum@orvale.com/metadata.json";
+
+    void startAgent(const char* desktop)
+    {
+        m_agent.reset();
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
+        m_agent = std::make_unique<Agent>();
+        m_agent->start();
+    }
+    /// Has the offer look now, and waits until it has done so.
+    void look()
+    {
+        auto* offer = m_agent->findChild<PanelOffer*>();
+        QSignalSpy looked(offer, &PanelOffer::looked);
+        offer->look();
+        QVERIFY(looked.count() > 0 || looked.wait());
+    }
+    QAction* entry()
+    {
+        Q_EMIT m_agent->menu().aboutToShow();
+        return m_agent->menu().findChild<QAction*>(text("show-in-panel"));
+    }
+    /// Whether the panels' own menus have the entry.
+    bool isAmongActions()
+    {
+        const auto actions = m_agent->service()->Actions({});
+        return std::any_of(actions.begin(), actions.end(), [](const PanelMenuEntry& action) {
+            return action.id == text("show-in-panel") && action.isEnabled;
+        });
+    }
+    QByteArray enabled() const { return m_tools->value("org.gnome.shell", "enabled-extensions"); }
+
+private Q_SLOTS:
+    void init()
+    {
+        forgetSettings();
+        qputenv("XDG_DATA_DIRS", "/nonexistent");
+        qunsetenv("XDG_SESSION_TYPE");
+        m_bus = std::make_unique<SessionBus>(SessionBus::Services::none);
+        QVERIFY(m_bus->isUp());
+        m_notifications = std::make_unique<NotificationService>();
+        QVERIFY(m_notifications->join(m_bus->address()));
+        m_tools = std::make_unique<DesktopTools>();
+        m_tools->set("org.gnome.shell", "enabled-extensions", "['a@b']");
+        DesktopTools::install(s_installed);
+    }
+    void cleanup()
+    {
+        m_agent.reset();
+        NotificationService::leave();
+        DesktopTools::clear();
+        m_tools.reset();
+        m_bus.reset();
+        qunsetenv("XDG_CURRENT_DESKTOP");
+    }
+
+    void whatIsMissingIsOfferedOnce()
+    {
+        startAgent("GNOME");
+        look();
+        QTRY_COMPARE(m_notifications->shown.size(), 1);
+        const auto& shown = m_notifications->shown.first();
+        QCOMPARE(shown.heading, text("Kestrum can show its items in the panel."));
+        QCOMPARE(shown.actions,
+            (QStringList { text("default"), text("Show in Panel"), text("button"), text("Show in Panel") }));
+        QCOMPARE(Setting(Keys::panelOffers, QString()).value(), text("GNOME"));
+        QVERIFY(entry());
+        QVERIFY(isAmongActions());
+        QCOMPARE(enabled(), QByteArray("['a@b']")); // an offer adds nothing
+
+        look();
+        startAgent("GNOME");
+        look();
+        QVERIFY(entry());
+        QTest::qWait(100);
+        QCOMPARE(m_notifications->shown.size(), 1);
+    }
+
+    void whetherAnythingIsShownIsToldHonestly_data()
+    {
+        QTest::addColumn<QString>("shownBy");
+        QTest::addColumn<QString>("told");
+        QTest::newRow("nothing") << text("nothing")
+                                 << text("At present, this desktop does not show them at all.");
+        QTest::newRow("a status icon") << text("status-icon") << QString();
+    }
+    void whetherAnythingIsShownIsToldHonestly()
+    {
+        QFETCH(const QString, shownBy);
+        startAgent("GNOME");
+        m_agent->service()->setOwnWay(shownBy);
+        look();
+        QTRY_COMPARE(m_notifications->shown.size(), 1);
+        QTEST(m_notifications->shown.first().text, "told");
+    }
+
+    void theButtonAddsIt()
+    {
+        startAgent("GNOME");
+        look();
+        QTRY_COMPARE(m_notifications->shown.size(), 1);
+        NotificationService::press(41, text("button"));
+        QTRY_COMPARE(enabled(), QByteArray("['a@b', 'kestrum@orvale.com']"));
+        QTRY_COMPARE(m_notifications->shown.size(), 2);
+        QCOMPARE(m_notifications->shown.last().heading,
+            text("From the next login on, the items are in the panel."));
+        QCOMPARE(m_notifications->shown.last().replaced, 41U);
+        QCOMPARE(m_notifications->shown.last().actions, QStringList());
+        QTRY_VERIFY(!entry());
+        QVERIFY(!isAmongActions());
+        // The later notification has no button, and a press means nothing.
+        m_tools->set("org.gnome.shell", "enabled-extensions", "[]");
+        NotificationService::press(42, text("default"));
+        QTest::qWait(100);
+        QCOMPARE(enabled(), QByteArray("[]"));
+    }
+
+    void theMenuAddsItAtAnyTime()
+    {
+        GnomeShell shell;
+        QVERIFY(shell.join(m_bus->address()));
+        shell.info.insert(text("state"), 2.0);
+        Setting(Keys::panelOffers, QString()).set(text("KDE,GNOME"));
+        startAgent("GNOME");
+        look();
+        m_agent->service()->Choose(text("show-in-panel"), {}, {});
+        QTRY_COMPARE(shell.enabled, words("kestrum@orvale.com"));
+        // What is seen at once needs no words.
+        m_tools->set("org.gnome.shell", "enabled-extensions", "['kestrum@orvale.com']");
+        look();
+        QVERIFY(!entry());
+        QCOMPARE(m_notifications->shown.size(), 0);
+    }
+
+    void somebodyElseMayHaveAddedIt()
+    {
+        startAgent("GNOME");
+        look();
+        QVERIFY(entry());
+        m_tools->set("org.gnome.shell", "enabled-extensions", "['kestrum@orvale.com']");
+        QTRY_VERIFY(!entry());
+    }
+
+    void whatFailsIsToldWithItsReason()
+    {
+        startAgent("GNOME");
+        look();
+        QTRY_COMPARE(m_notifications->shown.size(), 1);
+        m_tools->replace("gsettings", "echo 'no <backend>' >&2; exit 1\n");
+        NotificationService::press(41, text("default"));
+        QTRY_COMPARE(m_notifications->shown.size(), 2);
+        QCOMPARE(m_notifications->shown.last().heading, text("The items cannot be shown in the panel."));
+        QCOMPARE(m_notifications->shown.last().text, text("gsettings: no &lt;backend&gt;"));
+        QVERIFY(entry()); // it is still missing, as far as anybody knows
+    }
+
+    void nothingIsOfferedWithoutNeed_data()
+    {
+        QTest::addColumn<QByteArray>("desktop");
+        QTest::addColumn<QByteArray>("enabled");
+        QTest::addColumn<bool>("isInstalled");
+        QTest::newRow("not installed") << QByteArray("GNOME") << QByteArray("[]") << false;
+        QTest::newRow("added already") << QByteArray("GNOME") << QByteArray("['kestrum@orvale.com']") << true;
+        QTest::newRow("not understood") << QByteArray("GNOME") << QByteArray("1") << true;
+    }
+    void nothingIsOfferedWithoutNeed()
+    {
+        QFETCH(const QByteArray, desktop);
+        QFETCH(const QByteArray, enabled);
+        QFETCH(const bool, isInstalled);
+        if (!isInstalled)
+            DesktopTools::clear();
+        m_tools->set("org.gnome.shell", "enabled-extensions", enabled);
+        startAgent(desktop.constData());
+        look();
+        QVERIFY(!entry());
+        QTest::qWait(100);
+        QCOMPARE(m_notifications->shown.size(), 0);
+        QCOMPARE(Setting(Keys::panelOffers, QString()).value(), QString());
+    }
+
+    void whereOtherIconsChangeTooItIsSaid()
+    {
+        m_tools->setProperty("/plugins/plugin-6", "systray");
+        m_tools->setProperty("/plugins/plugin-6/square-icons", "true");
+        m_notifications->capabilities = { text("body") }; // no buttons
+        startAgent("XFCE");
+        m_agent->service()->setOwnWay(text("status-icon"));
+        look();
+        QTRY_COMPARE(m_notifications->shown.size(), 1);
+        QCOMPARE(m_notifications->shown.first().text,
+            text("All status icons will then be as wide as they need to be.\n"
+                 "To show them there, type in a terminal: kestrumctl panel add"));
+        QCOMPARE(m_notifications->shown.first().actions, QStringList());
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(PanelOfferTest)(int argc, char** argv)
+{
+    const TestHome home;
+    qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+    QApplication application(argc, argv);
+    PanelOfferTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "PanelOfferTest.moc"

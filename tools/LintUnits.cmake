@@ -1,30 +1,23 @@
-# What clang-tidy reads. Nearly all of its time goes into Qt's headers, so it is given the sources of a folder as one file, in which
-# names at file scope have to differ.
+# What clang-tidy reads. Nearly all of its time goes into Qt's headers, so it is given a library's sources as one file, in which names
+# at file scope have to differ.
 
-# kestrum_lint_units(TARGET...): one unit a folder of each target's sources, in build/…/lint. They are never built: only how they
-# would be is of interest.
+# kestrum_lint_units(TARGET...): a unit of each target's sources, in build/…/lint. They are never built: only how they would be is of
+# interest.
 function(kestrum_lint_units)
     foreach(target ${ARGN})
         get_target_property(folder ${target} SOURCE_DIR)
         get_target_property(sources ${target} SOURCES)
-        set(units)
+        set(text)
         foreach(source ${sources})
             cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${folder})
             cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${CMAKE_SOURCE_DIR})
-            if(NOT source MATCHES "\\.cpp$" OR source MATCHES "^build/")
-                continue()
+            if(source MATCHES "\\.cpp$" AND NOT source MATCHES "^build/")
+                string(APPEND text "#include \"${source}\"\n")
             endif()
-            cmake_path(GET source PARENT_PATH unit)
-            string(MAKE_C_IDENTIFIER ${target}/${unit} unit)
-            list(APPEND units ${unit})
-            string(APPEND text_${unit} "#include \"${source}\"\n")
         endforeach()
-        list(REMOVE_DUPLICATES units)
-        foreach(unit ${units})
-            file(CONFIGURE OUTPUT ${CMAKE_BINARY_DIR}/lint/${unit}.cpp CONTENT "${text_${unit}}" @ONLY)
-        endforeach()
-        list(TRANSFORM units REPLACE "(.+)" "${CMAKE_BINARY_DIR}/lint/\\1.cpp")
-        add_library(Lint${target} OBJECT EXCLUDE_FROM_ALL ${units})
+        set(unit ${CMAKE_BINARY_DIR}/lint/${target}.cpp)
+        file(CONFIGURE OUTPUT ${unit} CONTENT "${text}" @ONLY)
+        add_library(Lint${target} OBJECT EXCLUDE_FROM_ALL ${unit})
         set_target_properties(Lint${target} PROPERTIES AUTOMOC OFF UNITY_BUILD OFF)
         target_link_libraries(Lint${target} PRIVATE KestrumOptions $<TARGET_PROPERTY:${target},LINK_LIBRARIES>)
         target_compile_definitions(Lint${target} PRIVATE $<TARGET_PROPERTY:${target},COMPILE_DEFINITIONS>)

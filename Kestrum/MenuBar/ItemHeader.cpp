@@ -13,7 +13,7 @@ namespace kestrum {
 namespace {
 
 constexpr int symbolBox = 20;
-constexpr int symbolPoints = 14; // the widest symbol just fits into the box
+constexpr int headerSymbolPoints = 14; // the widest symbol just fits into the box
 constexpr int symbolGap = 5;
 
 } // namespace
@@ -32,7 +32,7 @@ void ItemHeader::paintEvent(QPaintEvent* event)
     QPainter painter(this);
     const double scale = painter.deviceTransform().m11();
     const QColor blue = headingBlue(SystemAppearance::shared().scheme());
-    const QImage symbol = SymbolImage::image(m_symbol, symbolPoints, blue, scale);
+    const QImage symbol = SymbolImage::image(m_symbol, headerSymbolPoints, blue, scale);
     const QSizeF size = symbol.deviceIndependentSize();
     const QRect room = contentsRect();
     const QRect box = QStyle::visualRect(

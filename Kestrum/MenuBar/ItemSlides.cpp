@@ -7,14 +7,14 @@ namespace kestrum {
 
 namespace {
 
-constexpr int slideMilliseconds = 120;
+constexpr int itemSlideMilliseconds = 120;
 
 } // namespace
 
 ItemSlides::ItemSlides()
 {
     for (QVariantAnimation& slide : m_slides) {
-        slide.setDuration(slideMilliseconds);
+        slide.setDuration(itemSlideMilliseconds);
         slide.setEasingCurve(QEasingCurve::OutCubic);
         slide.setEndValue(0.0);
         connect(&slide, &QVariantAnimation::valueChanged, this, &ItemSlides::moved);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int innerPadding = 14;
 constexpr int outerPadding = 16;
-constexpr double plateRadius = 14;
+constexpr double previewPlateRadius = 14;
 
 /// The margin around the strip widget, which already has `room` around its items.
 constexpr QSize margin
@@ -72,7 +72,7 @@ void MenuBarPreview::paintEvent(QPaintEvent*)
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setPen(Qt::NoPen);
     painter.setBrush(Theme::colour(Theme::Colour::previewPlate));
-    painter.drawRoundedRect(rect(), plateRadius, plateRadius);
+    painter.drawRoundedRect(rect(), previewPlateRadius, previewPlateRadius);
 }
 
 } // namespace kestrum

@@ -14,7 +14,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr QSize pictureSize { 112, 74 };
+constexpr QSize tilePictureSize { 112, 74 };
 constexpr double radius = 9;
 constexpr int titleGap = 6;
 constexpr double selectedBorder = 3;
@@ -109,15 +109,15 @@ void ChoiceTile::setSelected(bool isSelected)
 QSize ChoiceTile::sizeHint() const
 {
     const QFontMetrics title(titleFont(true));
-    return { std::max(pictureSize.width(), title.horizontalAdvance(text())),
-        pictureSize.height() + titleGap + title.height() };
+    return { std::max(tilePictureSize.width(), title.horizontalAdvance(text())),
+        tilePictureSize.height() + titleGap + title.height() };
 }
 
 void ChoiceTile::paintEvent(QPaintEvent*)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    const QRect frame(QPoint((width() - pictureSize.width()) / 2, 0), pictureSize);
+    const QRect frame(QPoint((width() - tilePictureSize.width()) / 2, 0), tilePictureSize);
 
     painter.save();
     QPainterPath outline;
@@ -137,7 +137,7 @@ void ChoiceTile::paintEvent(QPaintEvent*)
 
     painter.setFont(titleFont(m_isSelected));
     painter.setPen(Theme::colour(m_isSelected ? Theme::Colour::text : Theme::Colour::secondaryText));
-    painter.drawText(rect().adjusted(0, pictureSize.height() + titleGap, 0, 0),
+    painter.drawText(rect().adjusted(0, tilePictureSize.height() + titleGap, 0, 0),
         int(Qt::AlignHCenter | Qt::AlignTop | Qt::TextSingleLine), text());
 }
 

@@ -17,7 +17,7 @@ constexpr int room = 12;         ///< above and below the row's contents
 constexpr int labelGap = 12;     ///< between the text and tiles beside it
 constexpr int labelGapBelow = 8; ///< between the text and tiles below it
 constexpr int tileGap = 20;
-constexpr int lineGap = 12; ///< between lines of tiles
+constexpr int tileLineGap = 12; ///< between lines of tiles
 
 } // namespace
 
@@ -102,7 +102,7 @@ ChoiceTileRow::Layout ChoiceTileRow::layoutFor(int width) const
         const QSize size = tile->sizeHint();
         if (x > Theme::rowInset && x + size.width() > width - Theme::rowInset) {
             x = Theme::rowInset;
-            top = lowest + lineGap;
+            top = lowest + tileLineGap;
         }
         layout.tiles.append(QRect(QPoint(x, top), size));
         lowest = std::max(lowest, top + size.height());

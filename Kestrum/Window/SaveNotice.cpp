@@ -15,7 +15,7 @@ namespace kestrum {
 
 namespace {
 
-constexpr int padding = 8; // above and below
+constexpr int noticePadding = 8; // above and below
 
 QString reasonOf(SettingsFile::Trouble trouble)
 {
@@ -70,7 +70,7 @@ void SaveNotice::look()
 void SaveNotice::resizeEvent(QResizeEvent* event)
 {
     const int margin = FormPage::margin(width());
-    layout()->setContentsMargins(margin, padding, margin, padding + 1);
+    layout()->setContentsMargins(margin, noticePadding, margin, noticePadding + 1);
     QWidget::resizeEvent(event);
 }
 

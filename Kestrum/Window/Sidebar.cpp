@@ -20,14 +20,14 @@ namespace {
 
 constexpr int pageRole = Qt::UserRole; ///< the page of a row; headings have none
 
-constexpr int rowHeight = 30;
+constexpr int pageRowHeight = 30;
 constexpr int rowGap = 2;
 constexpr int rowInset = 8;
 constexpr int rowPadding = 10;
 constexpr double rowRadius = 7;
-constexpr int symbolBox = 16;
-constexpr int symbolPoints = 14; // the widest symbol fills the box
-constexpr int symbolGap = 8;
+constexpr int pageSymbolBox = 16;
+constexpr int pageSymbolPoints = 14; // the widest symbol fills the box
+constexpr int pageSymbolGap = 8;
 constexpr int rowRoom = 6; ///< above and below a title of several lines
 constexpr int headingHeight = 26;
 constexpr int headingRoom = 4;
@@ -79,7 +79,7 @@ public:
             return { 0, std::max(headingHeight, text + 2 * headingRoom) + headingGap };
         }
         const int text = wrapped(index, titleRect(rowRect({ 0, 0, width, 0 })), option).height();
-        return { 0, std::max(rowHeight, text + 2 * rowRoom) + rowGap };
+        return { 0, std::max(pageRowHeight, text + 2 * rowRoom) + rowGap };
     }
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
@@ -110,7 +110,7 @@ private:
     static QRect rowRect(const QRect& item) { return item.adjusted(rowInset, 0, -rowInset, -rowGap); }
     static QRect titleRect(const QRect& row)
     {
-        return row.adjusted(rowPadding + symbolBox + symbolGap, 0, -rowPadding, 0);
+        return row.adjusted(rowPadding + pageSymbolBox + pageSymbolGap, 0, -rowPadding, 0);
     }
 
     static void paintHeading(QPainter& painter, const QStyleOptionViewItem& option, const QModelIndex& index)
@@ -147,18 +147,18 @@ private:
         const QColor ink
             = Theme::colour(isSelected && isActive ? Theme::Colour::onSelection : Theme::Colour::text);
         QRect symbolPlace(
-            row.left() + rowPadding, row.center().y() - symbolBox / 2 + 1, symbolBox, symbolBox);
+            row.left() + rowPadding, row.center().y() - pageSymbolBox / 2 + 1, pageSymbolBox, pageSymbolBox);
         symbolPlace = QStyle::visualRect(option.direction, row, symbolPlace);
         const QRect text = QStyle::visualRect(option.direction, row, titleRect(row));
 
         const auto page = index.data(pageRole).value<SettingsPage>();
         const double scale = painter.deviceTransform().m11();
-        const QImage symbol
-            = SymbolImage::image(QLatin1StringView(enumerationCase(page).symbol), symbolPoints, ink, scale);
+        const QImage symbol = SymbolImage::image(
+            QLatin1StringView(enumerationCase(page).symbol), pageSymbolPoints, ink, scale);
         const QSizeF size = symbol.deviceIndependentSize();
         painter.drawImage(
-            QPointF(qRound((symbolPlace.left() + (symbolBox - size.width()) / 2) * scale) / scale,
-                qRound((symbolPlace.top() + (symbolBox - size.height()) / 2) * scale) / scale),
+            QPointF(qRound((symbolPlace.left() + (pageSymbolBox - size.width()) / 2) * scale) / scale,
+                qRound((symbolPlace.top() + (pageSymbolBox - size.height()) / 2) * scale) / scale),
             symbol);
 
         painter.setPen(ink);

@@ -192,7 +192,7 @@ QAccessibleInterface* interfaceAt(PopoverWindow& window, const Path& path)
     return whole ? whole->at(path) : nullptr;
 }
 
-QAccessibleInterface* madeFor(const QString&, QObject* object)
+QAccessibleInterface* madeForPopover(const QString&, QObject* object)
 {
     auto* window = qobject_cast<PopoverWindow*>(object);
     return window ? new WindowInterface(*window) : nullptr;
@@ -202,7 +202,7 @@ QAccessibleInterface* madeFor(const QString&, QObject* object)
 
 void PopoverAccessible::install()
 {
-    QAccessible::installFactory(madeFor);
+    QAccessible::installFactory(madeForPopover);
 }
 
 void PopoverAccessible::tellFocus(PopoverWindow& window)

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "KestrumShared/Agent/PanelContract.h"
-
 #include <QByteArray>
 #include <QDBusArgument>
 #include <QList>
@@ -42,7 +40,13 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, PanelBand& band);
 QDBusArgument& operator<<(QDBusArgument& argument, const PanelMenuEntry& entry);
 const QDBusArgument& operator>>(const QDBusArgument& argument, PanelMenuEntry& entry);
 
+/// Where the agent stands on the session bus.
 namespace PanelContract {
+
+inline constexpr QLatin1StringView service("com.orvale.kestrum.Agent");
+inline constexpr QLatin1StringView path("/com/orvale/kestrum/Panel");
+inline constexpr QLatin1StringView interface("com.orvale.kestrum.Panel1");
+inline constexpr quint32 version = 1;
 
 /// Makes the types above known to the bus library. Must be called before they are sent or received.
 void registerTypes();

@@ -86,7 +86,7 @@ constexpr ItemReadout cpuUsage {
     [](WantedReadings& wanted) { wanted.cpuLoad = true; },
 };
 
-ItemReadout cpuReadout(const Appearance& appearance)
+ItemReadout readoutOfCPU(const Appearance& appearance)
 {
     const CPUReadout chosen = appearance.value(Keys::cpuReadout);
     const char* title = enumerationCase(chosen).title;
@@ -113,7 +113,7 @@ constinit const SectionItem SectionItem::cpu {
     .description = [] { return AppLanguage::string("CPU"); },
     .name = [] { return AppLanguage::string("CPU"); },
     .meter = cpuMeter,
-    .readout = cpuReadout,
+    .readout = readoutOfCPU,
     .shownByMeter = cpuUsage,
 };
 

@@ -28,7 +28,7 @@ constexpr ItemReadout memoryUsage {
     [](WantedReadings& wanted) { wanted.memory = true; },
 };
 
-ItemReadout memoryReadout(const Appearance& appearance)
+ItemReadout readoutOfMemory(const Appearance& appearance)
 {
     const MemoryReadout chosen = appearance.readout(Keys::memoryReadout);
     const char* title = enumerationCase(chosen).title;
@@ -54,7 +54,7 @@ constinit const SectionItem SectionItem::memory {
     .description = [] { return AppLanguage::string("Memory"); },
     .name = [] { return AppLanguage::string("Memory"); },
     .meter = memoryMeter,
-    .readout = memoryReadout,
+    .readout = readoutOfMemory,
     .shownByMeter = memoryUsage,
 };
 

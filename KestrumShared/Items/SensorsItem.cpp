@@ -21,7 +21,7 @@ ItemMeter sensorsMeter(const Appearance& appearance)
         } };
 }
 
-ItemReadout sensorsReadout(const Appearance& appearance)
+ItemReadout readoutOfSensors(const Appearance& appearance)
 {
     const SensorsReadout chosen = appearance.value(Keys::sensorsReadout);
     const char* title = enumerationCase(chosen).title;
@@ -52,7 +52,7 @@ constinit const SectionItem SectionItem::sensors {
     .description = [] { return AppLanguage::string("Sensors"); },
     .name = [] { return AppLanguage::string("Sensors"); },
     .meter = sensorsMeter,
-    .readout = sensorsReadout,
+    .readout = readoutOfSensors,
     .shownByMeter = {},
 };
 

@@ -27,7 +27,7 @@ constexpr ItemReadout storageUsage {
     [](WantedReadings& wanted) { wanted.storage = true; },
 };
 
-ItemReadout storageReadout(const Appearance& appearance)
+ItemReadout readoutOfStorage(const Appearance& appearance)
 {
     const StorageReadout chosen = appearance.readout(Keys::storageReadout);
     switch (chosen) {
@@ -51,7 +51,7 @@ constinit const SectionItem SectionItem::storage {
     // The settings use another name than `description` does.
     .name = [] { return AppLanguage::string("Disk"); },
     .meter = storageMeter,
-    .readout = storageReadout,
+    .readout = readoutOfStorage,
     .shownByMeter = storageUsage,
 };
 

@@ -41,7 +41,7 @@ constexpr const char* ownKeys[]
 
 constexpr char switchedOffSuffix[] = ".off";
 constexpr int mostSetAside = 999;
-constexpr qsizetype mostBytes = 1024 * 1024;
+constexpr qsizetype mostEntryBytes = 1024 * 1024;
 
 Failure failed(const QByteArray& path, const Failure& failure)
 {
@@ -88,7 +88,7 @@ Found read(int directory, const QByteArray& name, int flags)
         found.error = S_ISDIR(found.state.st_mode) ? EISDIR : EINVAL;
         return found;
     }
-    if (const auto bytes = FilePath::readAll(file.get(), mostBytes))
+    if (const auto bytes = FilePath::readAll(file.get(), mostEntryBytes))
         found.bytes = *bytes;
     else
         found.error = bytes.failure().error;

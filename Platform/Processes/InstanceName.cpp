@@ -15,7 +15,7 @@ namespace kestrum {
 namespace {
 
 // Several attempts are needed, because the holder of the name may end between `bind` and `connect`.
-constexpr int mostAttempts = 3;
+constexpr int mostBindAttempts = 3;
 constexpr int mostAnswersAtOnce = 64;
 
 /// Whether the process at the other end of the connection belongs to this user. For the connecting side, the other process is
@@ -52,7 +52,7 @@ InstanceName::Holder InstanceName::take(const QByteArray& name)
     const auto makeSocket
         = [] { return FileDescriptor(::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC | SOCK_NONBLOCK, 0)); };
 
-    for (int attempt = 0; attempt < mostAttempts; ++attempt) {
+    for (int attempt = 0; attempt < mostBindAttempts; ++attempt) {
         FileDescriptor own = makeSocket();
         if (::bind(own.get(), reinterpret_cast<const sockaddr*>(&address), size) == 0
             && ::listen(own.get(), SOMAXCONN) == 0) {

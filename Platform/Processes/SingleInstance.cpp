@@ -45,7 +45,7 @@ constexpr int mostAtOnce = 1024;
 constexpr std::chrono::seconds aftermath { 1 };
 constexpr std::chrono::milliseconds requestBurst { 20 };
 // The estimated processor time of a wake-up in the kernel and the event loop, which this code cannot measure.
-constexpr std::chrono::microseconds wakeUpCost { 20 };
+constexpr std::chrono::microseconds requestCost { 20 };
 
 bool isOurs(int descriptor, mode_t kind)
 {
@@ -264,7 +264,7 @@ void SingleInstance::receive()
 
 void SingleInstance::pauseAfter(RateLimiter::Duration cost)
 {
-    const auto pause = m_limiter.charge(cost + wakeUpCost, std::chrono::steady_clock::now());
+    const auto pause = m_limiter.charge(cost + requestCost, std::chrono::steady_clock::now());
     if (pause == RateLimiter::Duration::zero())
         return;
     // During the pause, the kernel queues requests and makes senders wait.

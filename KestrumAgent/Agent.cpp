@@ -3,7 +3,7 @@
 
 #include "KestrumAgent/Bridge/PanelOffer.h"
 #include "KestrumAgent/Bridge/PanelService.h"
-#include "KestrumAgent/Panel/PanelChannel.h"
+#include "KestrumAgent/Panel/PanelChannels.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/LiveSource.h"
 #include "KestrumAgent/Popover/PopoverController.h"
@@ -63,7 +63,7 @@ Agent::Agent(QObject* parent)
     fillMenu();
 }
 
-// The members are destroyed in reverse order, so the channel is destroyed before its strip.
+// The members are destroyed in reverse order, so the popovers go before the channel, and the channel before its strip.
 Agent::~Agent() = default;
 
 void Agent::start(std::optional<double> launched)
@@ -80,6 +80,7 @@ void Agent::start(std::optional<double> launched)
     m_popoverSource = std::make_unique<LiveSource>(*m_sampler);
     m_sampler->adoptSettings();
     m_strip = std::make_unique<PanelStrip>(m_sampler->readings());
+    m_channels = std::make_unique<PanelChannels>(*m_strip, m_menu);
     for (const auto signal : { &Sampler::sampled, &Sampler::completed }) {
         connect(m_sampler, signal, m_strip.get(), [this] {
             if (!m_isAdopting)
@@ -93,8 +94,17 @@ void Agent::start(std::optional<double> launched)
     connect(m_popovers.get(), &PopoverController::systemMonitorRequested, this,
         [this] { m_popovers->systemMonitor().open(activationToken()); });
     m_service = std::make_unique<PanelService>(*m_strip, *m_popovers, m_menu);
-    connect(m_service.get(), &PanelService::usedChanged, this, &Agent::chooseChannel);
-    chooseChannel();
+    // What a bridge shows is not shown a second time.
+    connect(m_service.get(), &PanelService::usedChanged, m_channels.get(),
+        [this] { m_channels->setBridged(m_service->isUsed()); });
+    connect(m_service.get(), &PanelService::attached, this, &Agent::rememberBridge);
+    connect(m_service.get(), &PanelService::detached, this, [this] { rememberBridge({}); });
+    connect(m_service.get(), &PanelService::settled, m_channels.get(), [this](bool isOnBus) {
+        if (!isOnBus)
+            m_channels->expectNoBridge();
+    });
+    connect(m_channels.get(), &PanelChannels::standChanged, this, &Agent::useStand);
+    m_channels->start(!Setting(Keys::panelBridge, QString()).value().isEmpty());
     m_service->start();
 
     // The signal does not say which settings changed, so the whole store is read again.
@@ -118,23 +128,32 @@ void Agent::start(std::optional<double> launched)
 void Agent::obey(PopoverRequest request)
 {
     const auto section = fromRawValue<MonitorSection>(rawValue(request));
+    m_asked.reset();
     if (!section)
         m_popovers->close();
-    else if (!m_service->requestPopover(*section))
+    else if (m_service->requestPopover(*section))
+        return;
+    else if (m_channels->stand())
         m_popovers->open(*section);
+    else
+        m_asked = request; // the panel may take a moment
 }
 
-/// What a bridge shows is not shown a second time.
-void Agent::chooseChannel()
+void Agent::useStand(PopoverStand* stand)
 {
-    if (m_service->isUsed()) {
-        m_popovers->setHome(nullptr);
-        m_channel.reset();
-        m_strip->hide();
-    } else if (!m_channel) {
-        m_channel = PanelChannel::make(*m_strip, m_menu);
-        m_popovers->setHome(&m_channel->popoverStand());
-    }
+    m_popovers->setHome(stand);
+    m_service->setOwnWay(m_channels->shownBy());
+    if (stand && m_asked)
+        obey(*m_asked);
+}
+
+/// Stores which host shows the items, so that the next start gives its bridge time to come. Empty: none does.
+void Agent::rememberBridge(const QString& host)
+{
+    if (host.isEmpty())
+        SharedSettings::store().remove(Keys::panelBridge.name);
+    else
+        Setting(Keys::panelBridge, QString()).set(host);
 }
 
 void Agent::doWhatWasAskedSince(double launched)

@@ -10,12 +10,13 @@
 
 namespace kestrum {
 
-class PanelChannel;
+class PanelChannels;
 class PanelOffer;
 class PanelService;
 class PanelStrip;
 class PopoverController;
 class PopoverSource;
+class PopoverStand;
 class Sampler;
 enum class PopoverRequest;
 class UpdateChecker;
@@ -55,7 +56,8 @@ private:
     void logEnd(const QString& reason);
     void obey(PopoverRequest request);
     void adoptLanguage();
-    void chooseChannel();
+    void useStand(PopoverStand* stand);
+    void rememberBridge(const QString& host);
     void adoptSettings();
     void doWhatWasAskedSince(double launched);
     void fillMenu();
@@ -72,7 +74,8 @@ private:
     quint32 m_lastAct = 0;     ///< time of the last input event, by the display's clock
     QString m_language;        ///< language of Qt's texts and of the layout direction
     std::unique_ptr<PanelStrip> m_strip;
-    std::unique_ptr<PanelChannel> m_channel;
+    std::unique_ptr<PanelChannels> m_channels;
+    std::optional<PopoverRequest> m_asked; ///< while nothing can show popovers yet
     std::unique_ptr<PopoverSource> m_popoverSource;
     std::unique_ptr<PopoverController> m_popovers;
     std::unique_ptr<PanelService> m_service;

@@ -151,8 +151,11 @@ void PanelService::Look(uint number, const QVariantMap& look)
 
 void PanelService::Detach(uint number)
 {
-    if (own(number))
-        drop(number);
+    if (!own(number))
+        return;
+    drop(number);
+    if (!isUsed())
+        Q_EMIT detached();
 }
 
 void PanelService::drop(uint number)

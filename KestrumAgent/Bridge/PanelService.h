@@ -71,6 +71,8 @@ Q_SIGNALS:
     void usedChanged();
     /// A bridge for this host has come.
     void attached(const QString& host);
+    /// The last bridge has been detached, and has not only left the bus.
+    void detached();
     /// The user wants the agent's own window beside a place, in the display's pixels.
     void popoverWanted(MonitorSection section, const QRect& place, const QByteArray& token);
 

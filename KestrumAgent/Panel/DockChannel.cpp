@@ -63,6 +63,11 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
     follow(QGuiApplication::primaryScreen());
 }
 
+DockChannel::~DockChannel()
+{
+    m_strip.leaveScreen();
+}
+
 void DockChannel::follow(QScreen* screen)
 {
     disconnect(m_screenConnection);

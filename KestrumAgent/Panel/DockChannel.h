@@ -20,6 +20,7 @@ class DockChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
     DockChannel(PanelStrip& strip, QMenu& menu);
+    ~DockChannel() override;
 
     PopoverStand& popoverStand() override { return m_popoverStand; }
 

@@ -73,6 +73,12 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     fit();
 }
 
+LayerChannel::~LayerChannel()
+{
+    m_surface.hide(); // before the window that it belongs to
+    m_strip.leaveScreen();
+}
+
 void LayerChannel::fit()
 {
     if (m_strip.isEmpty()) {

@@ -17,6 +17,7 @@ class LayerChannel final : public QObject, public PanelChannel {
 public:
     /// Use it only if `LayerSurface::isSupported()` is true.
     LayerChannel(PanelStrip& strip, QMenu& menu);
+    ~LayerChannel() override;
 
     PopoverStand& popoverStand() override { return m_popoverStand; }
 

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <QMenu>
-#include <memory>
 
 namespace kestrum {
 
@@ -10,15 +9,13 @@ class PanelStrip;
 class PopoverStand;
 
 /// A way to show the strip at the desktop's panel. A channel shows the strip while the strip has items, and hides it
-/// otherwise. The channel also opens the menu, the tool tips and the popovers next to the strip.
+/// otherwise. The channel also opens the menu, the tool tips and the popovers next to the strip. Strip and menu must outlive
+/// it. Its destructor leaves the strip as it was: another channel can follow.
 class PanelChannel {
 public:
     virtual ~PanelChannel() = default;
     PanelChannel(const PanelChannel&) = delete;
     PanelChannel& operator=(const PanelChannel&) = delete;
-
-    /// The best channel that this desktop supports. Strip and menu must outlive the channel.
-    static std::unique_ptr<PanelChannel> make(PanelStrip& strip, QMenu& menu);
 
     /// Where this channel shows popovers. Lives as long as the channel.
     virtual PopoverStand& popoverStand() = 0;

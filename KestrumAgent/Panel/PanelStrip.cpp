@@ -76,8 +76,7 @@ QRegion PanelStrip::renewPictures(const Appearance& appearance)
 {
     QRegion changed;
     for (const Item& item : items().list()) {
-        QImage now
-            = StripScene::picture(item, SystemAppearance::shared().scheme(), devicePixelRatioF(), appearance);
+        QImage now = StripScene::picture(item, scheme(), devicePixelRatioF(), appearance);
         QImage& cached = m_pictures[size_t(item.section)];
         if (now == cached && now.devicePixelRatio() == cached.devicePixelRatio())
             continue;
@@ -102,6 +101,29 @@ void PanelStrip::setOpened(std::optional<MonitorSection> section)
         if (changed)
             PanelStripAccessible::tellExpanded(*this, *changed);
     }
+}
+
+void PanelStrip::setGround(std::optional<ColourScheme> scheme)
+{
+    if (std::exchange(m_ground, scheme) == scheme)
+        return;
+    redraw();
+    update();
+}
+
+void PanelStrip::leaveScreen()
+{
+    hide();
+    setParent(nullptr, Qt::Widget);
+    destroy();
+    for (const Qt::WidgetAttribute attribute : { Qt::WA_NativeWindow, Qt::WA_TranslucentBackground,
+             Qt::WA_NoSystemBackground, Qt::WA_ShowWithoutActivating, Qt::WA_X11NetWmWindowTypeDock })
+        setAttribute(attribute, false);
+    clearMask();
+    setSizeIncrement(0, 0);
+    setMinimumSize(0, 0);
+    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    setGround(std::nullopt);
 }
 
 void PanelStrip::click(MonitorSection section)
@@ -200,8 +222,10 @@ bool PanelStrip::event(QEvent* event)
 void PanelStrip::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
-    const ColourScheme scheme = SystemAppearance::shared().scheme();
-    if (testAttribute(Qt::WA_TranslucentBackground)) {
+    const ColourScheme scheme = this->scheme();
+    if (m_ground) {
+        // The panel is the ground.
+    } else if (testAttribute(Qt::WA_TranslucentBackground)) {
         painter.setRenderHint(QPainter::Antialiasing);
         painter.setPen(Qt::NoPen);
         painter.setBrush(StripBackground::plate(scheme));

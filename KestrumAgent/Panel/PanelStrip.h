@@ -49,6 +49,13 @@ public:
     void setOpened(std::optional<MonitorSection> section);
     std::optional<MonitorSection> opened() const { return m_scene.opened(); }
 
+    /// Sets the colours of the ground behind the strip. If it is the panel's own, the strip has no plate. Without a ground, which
+    /// is so at first, the strip has its plate, in the colours of the desktop.
+    void setGround(std::optional<ColourScheme> scheme);
+
+    /// Takes the strip from the screen, and undoes what a channel has set of its window, so that another channel can use it.
+    void leaveScreen();
+
     /// Does what a click on the section's item does. Nothing happens for a section without an item.
     void click(MonitorSection section);
 
@@ -84,12 +91,14 @@ private:
         QPointF at;
     };
 
+    ColourScheme scheme() const { return m_ground.value_or(SystemAppearance::shared().scheme()); }
     void beginDrag(const QPointF& at);
     void redrawBy(const Appearance& appearance);
     QRegion renewPictures(const Appearance& appearance);
 
     StripScene m_scene;
-    std::optional<Press> m_press; ///< of the left button on an item, before it becomes a drag
+    std::optional<Press> m_press;         ///< of the left button on an item, before it becomes a drag
+    std::optional<ColourScheme> m_ground; ///< of a panel
     std::array<QImage, std::size(Enumeration<MonitorSection>::cases)> m_pictures;
 };
 

@@ -3,21 +3,16 @@
 
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Raster/LabelColour.h"
+#include "Platform/Desktop/StatusIcons.h"
 #include "Platform/Desktop/SymbolImage.h"
 #include "Platform/Desktop/SystemAppearance.h"
-#include "Platform/Log/Log.h"
 
 #include <QPainter>
-#include <QTimer>
 #include <algorithm>
-#include <chrono>
 
 namespace kestrum {
 
 namespace {
-
-// The delay before the log reports missing status icons: at the start of a session, the panel may appear a little later.
-constexpr std::chrono::seconds delayBeforeTelling { 2 };
 
 /// The symbol, centred in a transparent square of `size` pixels.
 QPixmap picture(const QString& symbol, int size, const QColor& colour)
@@ -38,33 +33,14 @@ TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
     : m_strip(strip)
     , m_menu(menu)
 {
-    connect(&m_icons, &StatusIcons::shown, this, &TrayChannel::begin);
-    QTimer::singleShot(delayBeforeTelling, this, [this] {
-        if (!m_icon)
-            Log::info("agent",
-                QStringLiteral(
-                    "this desktop has neither a place for items at its panel nor for status icons"));
-    });
-}
-
-void TrayChannel::begin()
-{
-    // Called again if the panel disappears and returns. Qt itself adds the icon again then. The icon is not created earlier,
-    // because Qt checks only once per process whether there is a panel for icons.
-    if (m_icon)
-        return;
-    Log::info("agent",
-        QStringLiteral("this desktop has no place for items at its panel: a status icon stands for them"));
-    m_icon = std::make_unique<QSystemTrayIcon>();
-    m_icon->setContextMenu(&m_menu);
+    m_icon.setContextMenu(&m_menu);
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &TrayChannel::adoptAppearance);
     connect(&m_strip, &PanelStrip::rebuilt, this, &TrayChannel::fit);
     connect(&m_strip, &PanelStrip::redrawn, this, &TrayChannel::fit);
-    connect(
-        m_icon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-            if (reason == QSystemTrayIcon::Trigger)
-                m_popoverStand.press();
-        });
+    connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        if (reason == QSystemTrayIcon::Trigger)
+            m_popoverStand.press();
+    });
     adoptAppearance();
     fit();
 }
@@ -76,15 +52,15 @@ void TrayChannel::adoptAppearance()
     QIcon icon;
     for (const int size : { 16, 22, 24, 32, 48, 64 })
         icon.addPixmap(picture(QStringLiteral("cpu"), size, labelColour(scheme)));
-    m_icon->setIcon(icon);
+    m_icon.setIcon(icon);
 }
 
 void TrayChannel::fit()
 {
-    if (const QString text = m_strip.summary(); text != m_icon->toolTip())
-        m_icon->setToolTip(text);
-    if (m_icon->isVisible() == m_strip.isEmpty())
-        m_icon->setVisible(!m_strip.isEmpty());
+    if (const QString text = m_strip.summary(); text != m_icon.toolTip())
+        m_icon.setToolTip(text);
+    if (m_icon.isVisible() == m_strip.isEmpty())
+        m_icon.setVisible(!m_strip.isEmpty());
 }
 
 } // namespace kestrum

@@ -3,7 +3,6 @@
 
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/TrayStand.h"
-#include "Platform/Desktop/StatusIcons.h"
 
 #include <QObject>
 #include <QSystemTrayIcon>
@@ -11,7 +10,8 @@
 namespace kestrum {
 
 /// Shows one status icon with the readouts in its tool tip. Used on desktops whose panel shows nothing else from programs.
-/// The strip itself is never shown. If the desktop has no status icons either, the channel waits until there are some.
+/// The strip itself is never shown. Make it only while a panel shows status icons: the toolkit looks for such a panel once in
+/// a process. Afterwards, the panel may go and come back.
 class TrayChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
@@ -20,14 +20,12 @@ public:
     PopoverStand& popoverStand() override { return m_popoverStand; }
 
 private:
-    void begin();
     void fit();
     void adoptAppearance();
 
     PanelStrip& m_strip;
     QMenu& m_menu;
-    StatusIcons m_icons;
-    std::unique_ptr<QSystemTrayIcon> m_icon;
+    QSystemTrayIcon m_icon;
     TrayStand m_popoverStand;
 };
 

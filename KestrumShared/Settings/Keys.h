@@ -80,6 +80,8 @@ inline constexpr UnregisteredKey<QString> systemMonitor { "systemMonitor" };
 /// The desktops, separated by commas, to whose users the agent has offered to show the items in the panel. Only the agent writes
 /// this value.
 inline constexpr UnregisteredKey<QString> panelOffers { "panelOffers" };
+/// The host whose panel showed the items last, by a bridge. Only the agent writes this value.
+inline constexpr UnregisteredKey<QString> panelBridge { "panelBridge" };
 
 /// The names of keys, in the form that `UserDefaults::observe` takes.
 template <class... K> QStringList names(const K&... keys)
@@ -95,7 +97,7 @@ inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInte
     didUnregisterLegacyLoginItem };
 
 inline constexpr std::tuple unregistered { memoryReadout, storageReadout, cpuAccent, cpuFastCoreAccent,
-    memoryAccent, storageAccent, updatesAvailable, systemMonitor, panelOffers };
+    memoryAccent, storageAccent, updatesAvailable, systemMonitor, panelBridge, panelOffers };
 
 } // namespace Keys
 } // namespace kestrum

@@ -24,11 +24,14 @@ StatusIcons::StatusIcons(QObject* parent)
     : QObject(parent)
 {
     const QString address = DesktopBus::address();
-    if (address.isEmpty())
+    m_isKnown = address.isEmpty();
+    if (m_isKnown)
         return;
     DesktopBus::join(address, iconsConnection, this, [this](bool isJoined) {
         if (isJoined)
             follow();
+        else
+            adopt(false);
     });
 }
 
@@ -46,7 +49,9 @@ void StatusIcons::follow()
                                 QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"),
                                 { listService }, QString(), this, SLOT(ask()))
         && bus.connect(QString(), listPath, listService, QStringLiteral("StatusNotifierHostRegistered"), this,
-            SLOT(ask()));
+            SLOT(ask()))
+        && bus.connect(QString(), listPath, listService, QStringLiteral("StatusNotifierHostUnregistered"),
+            this, SLOT(ask()));
     if (!isFollowed)
         Log::warning("agent",
             QStringLiteral("status icons that come later will not be noticed: %1")
@@ -62,9 +67,17 @@ void StatusIcons::ask()
     call.setAutoStartService(false);
     DesktopBus::call(iconsConnection, call, this, [this](const QDBusPendingReply<QDBusVariant>& reply) {
         // An error means that no service holds a list of icons now.
-        if (!reply.isError() && reply.value().variant().toBool())
-            Q_EMIT shown();
+        adopt(!reply.isError() && reply.value().variant().toBool());
     });
+}
+
+void StatusIcons::adopt(bool areShown)
+{
+    const bool isSame = m_isKnown && m_areShown == areShown;
+    m_isKnown = true;
+    m_areShown = areShown;
+    if (!isSame)
+        Q_EMIT changed();
 }
 
 bool StatusIcons::areOnBlack()

@@ -5,27 +5,35 @@
 
 namespace kestrum {
 
-/// Reports when a panel of the desktop shows status icons. A service on the session bus holds the list of the icons, and
+/// Knows whether a panel of the desktop shows status icons. A service on the session bus holds the list of the icons, and
 /// the panels that show them register with this service. Main thread only.
 class StatusIcons final : public QObject {
     Q_OBJECT
 public:
-    /// Asks whether a panel shows status icons, and follows changes. Without a bus nothing happens.
+    /// Asks whether a panel shows status icons, and follows changes. Without a bus, none does.
     explicit StatusIcons(QObject* parent = nullptr);
     ~StatusIcons() override;
+
+    /// Whether the question has been answered. That takes time, because the bus is joined first.
+    bool isKnown() const { return m_isKnown; }
+    bool areShown() const { return m_areShown; }
 
     /// Whether this desktop shows the icons on a black bar even if its colour scheme is light.
     static bool areOnBlack();
 
 Q_SIGNALS:
-    /// A panel shows status icons. Also emitted when such a panel comes back.
-    void shown();
+    /// `isKnown` or `areShown` has another value now.
+    void changed();
 
 private Q_SLOTS:
     void ask();
 
 private:
     void follow();
+    void adopt(bool areShown);
+
+    bool m_isKnown = false;
+    bool m_areShown = false;
 };
 
 } // namespace kestrum

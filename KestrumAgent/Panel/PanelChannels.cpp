@@ -1,0 +1,231 @@
+// SPDX-License-Identifier: MIT
+#include "KestrumAgent/Panel/PanelChannels.h"
+
+#include "KestrumAgent/Panel/DockChannel.h"
+#include "KestrumAgent/Panel/EmbedChannel.h"
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumAgent/Panel/TrayChannel.h"
+#include "Platform/Log/Log.h"
+
+#include <QGuiApplication>
+#include <chrono>
+#include <utility>
+
+#ifdef KESTRUM_LAYER_SHELL
+#include "KestrumAgent/Panel/LayerChannel.h"
+#endif
+
+namespace kestrum {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+/// A desktop that has just begun may need so long until its panel has started its bridge.
+constexpr auto bridgePatience = 5s;
+/// A bus that does not answer must not keep the items away.
+constexpr auto iconsPatience = 500ms;
+/// A panel announces its parts one after the other: the best of them is taken, without a change between.
+constexpr auto delayOfGain = 250ms;
+/// A panel that starts again is gone for a moment. The strip is not to flash over the desktop meanwhile.
+constexpr auto delayOfLoss = 800ms;
+
+/// The delay before the log reports missing status icons: at the start of a session, the panel may appear a little later.
+constexpr auto delayBeforeTelling = 2s;
+
+bool isWayland()
+{
+    return QGuiApplication::platformName().startsWith(QLatin1StringView("wayland"));
+}
+
+/// Whether the items can be layers of a Wayland desktop. KDE's panel would not leave room for them, and has status icons.
+bool hasLayers()
+{
+#ifdef KESTRUM_LAYER_SHELL
+    return !qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QLatin1StringView("KDE"))
+        && LayerSurface::isSupported();
+#else
+    return false;
+#endif
+}
+
+} // namespace
+
+PanelChannels::PanelChannels(PanelStrip& strip, QMenu& menu, QObject* parent)
+    : QObject(parent)
+    , m_strip(strip)
+    , m_menu(menu)
+{
+    for (QTimer* timer : { &m_bridgeWait, &m_iconsWait, &m_change })
+        timer->setSingleShot(true);
+    connect(&m_bridgeWait, &QTimer::timeout, this, &PanelChannels::look);
+    connect(&m_iconsWait, &QTimer::timeout, this, &PanelChannels::look);
+    connect(&m_change, &QTimer::timeout, this, &PanelChannels::adopt);
+    // Not from within the event, because windows go.
+    connect(
+        &m_area, &NotificationArea::changed, this,
+        [this] {
+            m_refused = 0;
+            // A channel within an area that is gone shows nothing any longer.
+            if (m_way == Way::notificationArea)
+                drop();
+            look();
+        },
+        Qt::QueuedConnection);
+    connect(&m_icons, &StatusIcons::changed, this, [this] {
+        if (m_icons.isKnown())
+            m_iconsWait.stop();
+        look();
+    });
+}
+
+PanelChannels::~PanelChannels() = default;
+
+void PanelChannels::start(bool isBridgeExpected)
+{
+    m_isStarted = true;
+    QTimer::singleShot(delayBeforeTelling, this, [this] {
+        if (best() == Way::nothing && !m_isBridged && !m_bridgeWait.isActive())
+            Log::info("agent",
+                QStringLiteral(
+                    "this desktop has neither a place for items at its panel nor for status icons"));
+    });
+    if (isBridgeExpected)
+        m_bridgeWait.start(bridgePatience);
+    if (!m_icons.isKnown())
+        m_iconsWait.start(iconsPatience);
+    look();
+}
+
+void PanelChannels::expectNoBridge()
+{
+    if (!m_bridgeWait.isActive())
+        return;
+    m_bridgeWait.stop();
+    look();
+}
+
+void PanelChannels::setBridged(bool isBridged)
+{
+    if (std::exchange(m_isBridged, isBridged) == isBridged)
+        return;
+    m_bridgeWait.stop();
+    if (!isBridged)
+        m_change.start(delayOfLoss);
+    look();
+}
+
+QString PanelChannels::shownBy() const
+{
+    switch (m_channel ? m_way : Way::nothing) {
+    case Way::notificationArea:
+        return QStringLiteral("notification-area");
+    case Way::statusIcon:
+        return QStringLiteral("status-icon");
+    case Way::strip:
+        return QStringLiteral("strip");
+    case Way::nothing:
+        break;
+    }
+    return QStringLiteral("nothing");
+}
+
+PanelChannels::Way PanelChannels::best() const
+{
+    if (!m_isStarted || m_isBridged || m_bridgeWait.isActive())
+        return Way::nothing;
+    if (m_area.window() && m_area.window() != m_refused && !NotificationArea::isMisleading())
+        return Way::notificationArea;
+    if (isWayland() && hasLayers())
+        return Way::strip;
+    if (m_iconsWait.isActive())
+        return Way::nothing;
+    if (m_icons.areShown() || m_area.window())
+        return Way::statusIcon;
+    return isWayland() ? Way::nothing : Way::strip;
+}
+
+/// Looks at the desktop, and takes the best way: at once if a bridge has come or nothing was shown yet, else soon.
+void PanelChannels::look()
+{
+    const Way best = this->best();
+    if (isAdopted(best)) {
+        m_change.stop();
+        return;
+    }
+    if (m_isBridged || (m_way == Way::nothing && !m_change.isActive())) {
+        adopt();
+        return;
+    }
+    const bool isLoss = best > m_way || best == Way::nothing;
+    const std::chrono::milliseconds delay = isLoss ? delayOfLoss : delayOfGain;
+    if (!m_change.isActive() || m_change.remainingTimeAsDuration() > delay)
+        m_change.start(delay);
+}
+
+void PanelChannels::adopt()
+{
+    m_change.stop();
+    const Way best = this->best();
+    if (isAdopted(best))
+        return;
+    drop();
+    m_way = best;
+    m_channel = made(best);
+    if (m_channel)
+        Q_EMIT standChanged(stand());
+}
+
+void PanelChannels::drop()
+{
+    const std::unique_ptr<PanelChannel> leaving = std::move(m_channel);
+    if (leaving)
+        Q_EMIT standChanged(nullptr);
+}
+
+/// The area does not show the strip, though it is there: it is not asked again.
+void PanelChannels::leaveArea(std::chrono::milliseconds delay)
+{
+    if (m_way != Way::notificationArea || !m_channel)
+        return;
+    m_refused = m_area.window();
+    drop();
+    m_change.start(delay);
+}
+
+std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
+{
+    switch (way) {
+    case Way::nothing:
+        return nullptr;
+    case Way::notificationArea: {
+        auto channel = std::make_unique<EmbedChannel>(m_strip, m_menu, m_area);
+        // Not from within the signals, whose sender goes.
+        connect(
+            channel.get(), &EmbedChannel::refused, this,
+            [this] {
+                Log::info("agent", QStringLiteral("the panel has no room for the items among its icons"));
+                leaveArea(0ms);
+            },
+            Qt::QueuedConnection);
+        connect(
+            channel.get(), &EmbedChannel::released, this, [this] { leaveArea(delayOfLoss); },
+            Qt::QueuedConnection);
+        return channel;
+    }
+    case Way::statusIcon:
+        Log::info("agent",
+            QStringLiteral(
+                "this desktop has no place for items at its panel: a status icon stands for them"));
+        return std::make_unique<TrayChannel>(m_strip, m_menu);
+    case Way::strip:
+        break;
+    }
+#ifdef KESTRUM_LAYER_SHELL
+    if (isWayland())
+        return std::make_unique<LayerChannel>(m_strip, m_menu);
+#endif
+    return std::make_unique<DockChannel>(m_strip, m_menu);
+}
+
+} // namespace kestrum

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "KestrumAgent/Panel/PanelChannel.h"
+#include "KestrumAgent/Panel/PopoverStand.h"
+#include "Platform/Desktop/NotificationArea.h"
+#include "Platform/Desktop/StatusIcons.h"
+
+#include <QTimer>
+#include <chrono>
+#include <memory>
+
+namespace kestrum {
+
+/// Chooses the channel that shows the strip, and chooses anew when the desktop changes: a panel may come late, go, or start
+/// again. At most one channel exists at a time. Main thread only.
+class PanelChannels final : public QObject {
+    Q_OBJECT
+public:
+    /// Strip and menu must outlive this object. Nothing is shown before `start`.
+    PanelChannels(PanelStrip& strip, QMenu& menu, QObject* parent = nullptr);
+    ~PanelChannels() override;
+
+    /// Begins to show the strip. With `isBridgeExpected`, nothing is shown for the time that a bridge usually needs to come.
+    void start(bool isBridgeExpected = false);
+    /// No bridge will come soon: the wait of `start` ends.
+    void expectNoBridge();
+    /// While a bridge shows the items, no channel does.
+    void setBridged(bool isBridged);
+
+    /// What shows the items: "notification-area", "status-icon", "strip", or "nothing".
+    QString shownBy() const;
+    /// The stand of the present channel; null without a channel.
+    PopoverStand* stand() const { return m_channel ? &m_channel->popoverStand() : nullptr; }
+
+Q_SIGNALS:
+    /// The stand is another one now. Null is told before a channel goes.
+    void standChanged(kestrum::PopoverStand* stand);
+
+private:
+    /// From the best to the worst.
+    enum class Way { nothing, notificationArea, statusIcon, strip };
+
+    Way best() const;
+    bool isAdopted(Way way) const { return way == m_way && (m_channel || way == Way::nothing); }
+    void look();
+    void adopt();
+    void drop();
+    void leaveArea(std::chrono::milliseconds delay);
+    std::unique_ptr<PanelChannel> made(Way way);
+
+    PanelStrip& m_strip;
+    QMenu& m_menu;
+    NotificationArea m_area;
+    StatusIcons m_icons;
+    bool m_isStarted = false;
+    bool m_isBridged = false;
+    quint32 m_refused = 0;    ///< the area that does not give the strip its room
+    Way m_way = Way::nothing; ///< without its channel for a while if the area is gone
+    std::unique_ptr<PanelChannel> m_channel;
+    QTimer m_bridgeWait;
+    QTimer m_iconsWait;
+    QTimer m_change;
+};
+
+} // namespace kestrum

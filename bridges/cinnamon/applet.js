@@ -21,12 +21,12 @@ class KestrumApplet extends Applet.Applet {
         this.agent = new PanelAgent('cinnamon', this);
         this.popover = new PanelPopover(this.agent, this);
         this._styleChanged = this.actor.connect('style-changed', () => this.agent.lookChanged());
-        this._scaleChanged = St.ThemeContext.get_for_stage(global.stage).connect('changed', () => this.agent.lookChanged());
+        this._scaleChanged = global.connect('scale-changed', () => this.agent.lookChanged());
     }
 
     on_applet_removed_from_panel() {
         this.actor.disconnect(this._styleChanged);
-        St.ThemeContext.get_for_stage(global.stage).disconnect(this._scaleChanged);
+        global.disconnect(this._scaleChanged);
         this.agentLeft();
         this.agent.destroy();
         this.menus.destroy();

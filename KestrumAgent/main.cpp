@@ -8,6 +8,7 @@
 #include "Platform/Log/Identifier.h"
 #include "Platform/Log/Log.h"
 #include "Platform/Processes/ProcessTable.h"
+#include "Platform/Processes/ProgramWatch.h"
 #include "Platform/Processes/SingleInstance.h"
 #include "Platform/Processes/StopRequest.h"
 
@@ -51,16 +52,13 @@ std::optional<int> answer(int argc, char** argv, bool& isLogin)
     return std::nullopt;
 }
 
-} // namespace
-
-int main(int argc, char** argv)
+/// Runs the agent to its end. `replacement` becomes the path of the agent's program if another one stands there by then, which is
+/// to go on in its place.
+int run(int argc, char** argv, bool isLogin, QString& replacement)
 {
     using namespace kestrum;
-    bool isLogin = false;
-    if (const auto answered = answer(argc, argv, isLogin))
-        return *answered;
-
-    Log::install();
+    // Requests of before were obeyed by the program that ran in this process before.
+    const auto began = ProgramWatch::takeBegin();
     // The agent stays off at login if the user has switched it off. This check needs no display, so it is done first.
     if (isLogin && !Setting(Keys::agentEnabled).value()) {
         Log::info(
@@ -103,6 +101,33 @@ int main(int argc, char** argv)
     Agent agent;
     QObject::connect(&stop, &StopRequest::requested, &agent,
         [&agent] { agent.leave(QStringLiteral("a signal of the system terminates or interrupts it")); });
-    agent.start(ProcessTable().startTime(qint32(QCoreApplication::applicationPid())));
+    const ProgramWatch program;
+    QObject::connect(&program, &ProgramWatch::replaced, &agent, [&] {
+        replacement = program.path();
+        agent.leave(QStringLiteral("another version of its program was installed, which goes on"));
+    });
+    QObject::connect(&program, &ProgramWatch::removed, &agent,
+        [&agent] { agent.leave(QStringLiteral("its program was removed")); });
+    agent.start(began ? began : ProcessTable().startTime(qint32(QCoreApplication::applicationPid())));
     return QApplication::exec();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    using namespace kestrum;
+    bool isLogin = false;
+    if (const auto answered = answer(argc, argv, isLogin))
+        return *answered;
+
+    Log::install();
+    const QByteArrayList arguments(argv, argv + argc); // the toolkit takes its own out
+    QString replacement;
+    const int code = run(argc, argv, isLogin, replacement);
+    if (replacement.isEmpty())
+        return code;
+    // Everything of this program has ended.
+    Log::error("agent", ProgramWatch::runInstead(replacement, arguments).text());
+    return 1;
 }

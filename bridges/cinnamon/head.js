@@ -5,3 +5,4 @@ const Applet = imports.ui.applet;
 const {PanelLoc, PopupMenu, PopupMenuManager, PopupMenuSection, PopupSeparatorMenuItem} = imports.ui.popupMenu;
 const {PanelItemTooltip} = imports.ui.tooltips;
 const Main = imports.ui.main;
+const Tweener = imports.ui.tweener;

@@ -20,6 +20,12 @@ class KestrumMenu extends PopupMenu {
             this.item.applet.popover.toggle(this.item.id);
     }
 
+    destroy() {
+        this.close(false);
+        Tweener.removeTweens(this.actor); // of an opening or closing that the item does not live to see
+        super.destroy();
+    }
+
     /** The picture brings its own ground with it. As a style of the actor's own, since themes say what they want of all menus. */
     setMaxHeight() {
         super.setMaxHeight();

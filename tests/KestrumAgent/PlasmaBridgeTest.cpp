@@ -78,11 +78,13 @@ class PlasmaBridgeTest : public QObject {
     {
         const QString text = QStringLiteral("text");
         return received("Popover",
-            { 1U, QStringLiteral("cpu"), text, text, size.width(), size.height(), QVariant::fromValue(bands) });
+            { 1U, QStringLiteral("cpu"), text, text, size.width(), size.height(),
+                QVariant::fromValue(bands) });
     }
     static PanelItem item(int width, int height, qsizetype bytes)
     {
-        return { QStringLiteral("cpu"), 0, 20, QStringLiteral("CPU"), width, height, QByteArray(bytes, '\x7f') };
+        return { QStringLiteral("cpu"), 0, 20, QStringLiteral("CPU"), width, height,
+            QByteArray(bytes, '\x7f') };
     }
     /// The image as it goes over the bus.
     static QImage pixels(const QImage& image)
@@ -152,13 +154,16 @@ private Q_SLOTS:
     void theLookDecidesScaleAndColour()
     {
         const auto plasma = client();
-        const auto picture = [&] { return plasma->items().index(0).data(PanelItems::pictureRole).value<QImage>(); };
+        const auto picture
+            = [&] { return plasma->items().index(0).data(PanelItems::pictureRole).value<QImage>(); };
         const QImage before = picture();
         plasma->setForeground(Qt::white);
         plasma->setScale(2);
         QTRY_COMPARE(picture().height(), 2 * before.height());
         const PanelStrip::Item& first = m_desk->strip.items().list()[0];
-        QCOMPARE(picture(), pixels(StripScene::picture(first, ColourScheme::dark, 2, Appearance::current())));
+        QCOMPARE(picture(),
+            pixels(StripScene::picture(
+                first, ItemInk(ColourScheme::dark, Qt::white), 2, Appearance::current())));
     }
 
     void anItemThatMovesStaysTheSameRow()

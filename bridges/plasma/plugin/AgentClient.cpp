@@ -25,7 +25,7 @@ const QString busName = QStringLiteral("org.freedesktop.DBus");
 const QString busPath = QStringLiteral("/org/freedesktop/DBus");
 const QString panelHost = QStringLiteral("plasma");
 
-constexpr int answerLimit = 5000; // in ms
+constexpr int answerLimit = 2000; // in ms
 /// An answer that comes late has attached all the same, so it is awaited for as long as the agent lives.
 constexpr int noLimit = std::numeric_limits<int>::max();
 constexpr int attachAgain = 10000; // in ms: the agent has refused, since it has bridges enough
@@ -285,7 +285,12 @@ void AgentClient::closePopover()
 void AgentClient::callForPopover(const QString& method, const QVariantList& arguments)
 {
     ++m_popoverCalls;
-    call(method, arguments, [this](const QDBusMessage&) { popoverAnswered(); });
+    call(method, arguments, [this](const QDBusMessage& answer) {
+        // What the user wanted long ago must not come up by itself.
+        if (answer.type() == QDBusMessage::ErrorMessage)
+            closePopover();
+        popoverAnswered();
+    });
 }
 
 void AgentClient::popoverAnswered()

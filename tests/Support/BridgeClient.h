@@ -26,6 +26,7 @@ public:
     QString popoverItem, popoverText, popoverFocus;
     int bandRows = 0; ///< of the last message
     int popoverMessages = 0;
+    qint64 bytes = 0; ///< of all pixels that have come
     int closes = 0;
     QStringList requested;
     QString copied;
@@ -91,6 +92,8 @@ private Q_SLOTS:
             return;
         items = qdbus_cast<QList<PanelItem>>(message.arguments().value(1));
         ++itemMessages;
+        for (const PanelItem& item : items)
+            bytes += item.pixels.size();
     }
     void heardPopover(const QDBusMessage& message)
     {
@@ -109,6 +112,7 @@ private Q_SLOTS:
             QVERIFY(band.top >= 0 && band.top + band.rows <= size.height());
             memcpy(popover.scanLine(band.top), band.pixels.constData(), size_t(band.pixels.size()));
             bandRows += band.rows;
+            bytes += band.pixels.size();
         }
         ++popoverMessages;
     }

@@ -2,9 +2,11 @@
 #include "KestrumAgent/Panel/EmbedChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Items/StripBackground.h"
+#include "Platform/Desktop/Translucency.h"
 
 #include <QEvent>
-#include <QPainterPath>
+#include <QPalette>
 #include <QScreen>
 #include <QToolTip>
 #include <QWindow>
@@ -37,6 +39,7 @@ EmbedChannel::EmbedChannel(PanelStrip& strip, QMenu& menu, NotificationArea& are
     m_strip.installEventFilter(this);
     // Not from within the event, because a new window may be needed.
     connect(&m_area, &NotificationArea::lookChanged, this, &EmbedChannel::adoptLook, Qt::QueuedConnection);
+    connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &EmbedChannel::adoptLook);
     connect(&m_strip, &PanelStrip::rebuilt, this, &EmbedChannel::fit);
     connect(&m_strip, &PanelStrip::menuRequested, this, [this](QPoint at) { m_menuWindow.open(at.x()); });
     connect(
@@ -77,7 +80,7 @@ void EmbedChannel::dock()
     m_frame->setWindowTitle(m_strip.windowTitle());
     m_frame->setWindowFlags(Qt::FramelessWindowHint | Qt::WindowDoesNotAcceptFocus);
     m_frame->setAttribute(Qt::WA_ShowWithoutActivating);
-    m_isTranslucent = m_area.look().isTranslucent && m_area.look().foreground;
+    m_isTranslucent = isPanelSeen();
     m_frame->setAttribute(Qt::WA_TranslucentBackground, m_isTranslucent);
     m_frame->installEventFilter(this);
     m_frame->setFixedSize(m_strip.sizeHint());
@@ -92,7 +95,12 @@ void EmbedChannel::dock()
     connect(m_struts.get(), &X11Struts::changed, this, &EmbedChannel::findPlace);
     // Shown earlier, it would be a window of its own for a moment. Not from within the event: the toolkit has not seen it yet.
     connect(
-        m_embedding.get(), &X11Embedding::embedded, this, [this] { m_frame->show(); }, Qt::QueuedConnection);
+        m_embedding.get(), &X11Embedding::embedded, this,
+        [this] {
+            m_frame->show();
+            findPlace();
+        },
+        Qt::QueuedConnection);
     connect(
         m_embedding.get(), &X11Embedding::configured, this,
         [this] {
@@ -116,19 +124,29 @@ void EmbedChannel::undock()
     m_frame.reset();
 }
 
+/// Whether the panel is seen behind a transparent window, and its colour of texts is known. Some panels offer such windows even
+/// if there is no compositing manager, without which the ground is black.
+bool EmbedChannel::isPanelSeen() const
+{
+    return m_area.look().isTranslucent && m_area.look().foreground && isTranslucencyShown();
+}
+
 void EmbedChannel::adoptLook()
 {
     if (!m_frame)
         return;
     const NotificationArea::Look& look = m_area.look();
-    if (m_isTranslucent != (look.isTranslucent && look.foreground)) {
+    if (m_isTranslucent != isPanelSeen()) {
         // A window cannot become transparent.
         undock();
         fit();
         return;
     }
-    if (!m_isTranslucent)
+    if (!m_isTranslucent) {
+        // The plate fills the frame, which may be larger than the strip.
+        m_frame->setPalette(QPalette(StripBackground::plate(SystemAppearance::shared().scheme())));
         return;
+    }
     m_strip.setGround(qGray(look.foreground->rgb()) > 127 ? ColourScheme::dark : ColourScheme::light);
 }
 
@@ -138,12 +156,6 @@ void EmbedChannel::arrange()
     m_strip.resize(m_strip.sizeHint());
     const QSize spare = m_frame->size() - m_strip.size();
     m_strip.move(spare.width() / 2, spare.height() / 2);
-    if (m_isTranslucent)
-        return;
-    // A mask makes the plate's rounded corners.
-    QPainterPath plate;
-    plate.addRoundedRect(m_strip.geometry(), PanelStrip::plateRadius, PanelStrip::plateRadius);
-    m_frame->setMask(QRegion(plate.toFillPolygon().toPolygon()));
 }
 
 bool EmbedChannel::hasRoom() const

@@ -33,6 +33,7 @@ private:
     void fit();
     void dock();
     void undock();
+    bool isPanelSeen() const;
     void adoptLook();
     void arrange();
     void findPlace();

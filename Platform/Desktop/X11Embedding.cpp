@@ -20,6 +20,11 @@ X11Embedding::X11Embedding(QWindow& window)
     m_connection = x11->connection();
     m_id = quint32(window.winId());
     m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+    // If the other program leaves the window the size that it has, no event tells it.
+    const XcbReply<xcb_get_geometry_reply_t> reply(
+        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_id), nullptr));
+    if (reply)
+        m_size = QSize(reply->width, reply->height);
     qGuiApp->installNativeEventFilter(this);
 }
 
@@ -42,22 +47,27 @@ X11Embedding::Place X11Embedding::place()
         place = { corner + (QPointF(pixel - corner) / scale).toPoint(), screen };
         break;
     }
-    if (m_window.position() == place.topLeft || m_size.isEmpty())
-        return place;
-    // The toolkit believes in places that are told in this way, as window managers do. It does not hear of moves of the window
-    // that has taken ours in, and assistive programs ask the toolkit.
+    // Rounding may make a difference of one.
+    if ((m_window.position() - place.topLeft).manhattanLength() > 2)
+        tellToolkit(pixel);
+    return place;
+}
+
+/// The toolkit believes in places that are told in this way, as window managers do. It does not hear of moves of the window that
+/// has taken ours in, and assistive programs ask the toolkit.
+void X11Embedding::tellToolkit(QPoint pixel) const
+{
     xcb_configure_notify_event_t told {};
     told.response_type = XCB_CONFIGURE_NOTIFY;
     told.event = m_id;
     told.window = m_id;
-    told.x = reply->dst_x;
-    told.y = reply->dst_y;
+    told.x = int16_t(pixel.x());
+    told.y = int16_t(pixel.y());
     told.width = uint16_t(m_size.width());
     told.height = uint16_t(m_size.height());
     xcb_send_event(
         m_connection, 0, m_id, XCB_EVENT_MASK_STRUCTURE_NOTIFY, reinterpret_cast<const char*>(&told));
     xcb_flush(m_connection);
-    return place;
 }
 
 bool X11Embedding::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
@@ -78,10 +88,16 @@ bool X11Embedding::nativeEventFilter(const QByteArray& eventType, void* message,
     }
     case XCB_CONFIGURE_NOTIFY: {
         const auto* told = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
-        const bool isOwn = event->response_type & sentByOthers;
-        if (told->window != m_id || isOwn)
+        if (told->window != m_id)
             break;
-        m_size = QSize(told->width, told->height);
+        const QSize size(told->width, told->height);
+        if (event->response_type & sentByOthers) {
+            // The size in our own message may be older than the last change.
+            if (size != m_size)
+                tellToolkit(QPoint(told->x, told->y));
+            break;
+        }
+        m_size = size;
         if (m_isEmbedded)
             Q_EMIT configured();
         break;

@@ -42,6 +42,7 @@ Q_SIGNALS:
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
+    void tellToolkit(QPoint pixel) const;
 
     QWindow& m_window;
     xcb_connection_t* m_connection = nullptr;

@@ -3,6 +3,7 @@
 
 #include "KestrumAgent/Bridge/PanelOffer.h"
 #include "KestrumAgent/Bridge/PanelService.h"
+#include "KestrumAgent/Bridge/PlacedPopover.h"
 #include "KestrumAgent/Panel/PanelChannels.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/LiveSource.h"
@@ -94,6 +95,11 @@ void Agent::start(std::optional<double> launched)
     connect(m_popovers.get(), &PopoverController::systemMonitorRequested, this,
         [this] { m_popovers->systemMonitor().open(activationToken()); });
     m_service = std::make_unique<PanelService>(*m_strip, *m_popovers, m_menu);
+    m_placedPopover = std::make_unique<PlacedPopover>(*m_strip, *m_popovers);
+    connect(m_service.get(), &PanelService::popoverWanted, this,
+        [this](MonitorSection section, const QRect& place, const QByteArray& token) {
+            m_placedPopover->show(section, place, token);
+        });
     // What a bridge shows is not shown a second time.
     connect(m_service.get(), &PanelService::usedChanged, m_channels.get(),
         [this] { m_channels->setBridged(m_service->isUsed()); });

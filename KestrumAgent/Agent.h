@@ -14,6 +14,7 @@ class PanelChannels;
 class PanelOffer;
 class PanelService;
 class PanelStrip;
+class PlacedPopover;
 class PopoverController;
 class PopoverSource;
 class PopoverStand;
@@ -78,6 +79,7 @@ private:
     std::optional<PopoverRequest> m_asked; ///< while nothing can show popovers yet
     std::unique_ptr<PopoverSource> m_popoverSource;
     std::unique_ptr<PopoverController> m_popovers;
+    std::unique_ptr<PlacedPopover> m_placedPopover;
     std::unique_ptr<PanelService> m_service;
 };
 

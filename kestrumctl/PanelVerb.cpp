@@ -1,16 +1,28 @@
 // SPDX-License-Identifier: MIT
+#include "KestrumShared/Items/StatusMetricView.h"
 #include "Platform/Desktop/PanelAddition.h"
+#include "Platform/Files/RuntimeDirectory.h"
 #include "Platform/Log/Log.h"
+#include "Platform/Processes/StopRequest.h"
+#include "kestrumctl/FilesBridge.h"
 #include "kestrumctl/NearestNames.h"
 #include "kestrumctl/PanelAgent.h"
 #include "kestrumctl/Verb.h"
 
 #include <QCoreApplication>
+#include <QRegularExpression>
 #include <QTimer>
 
 namespace kestrum {
 
 namespace {
+
+constexpr Option panelOptions[]
+    = { { "--png" }, { "--scale", true }, { "--height", true }, { "--foreground", true } };
+
+/// The agent takes no others.
+constexpr double leastScale = 0.5;
+constexpr double greatestScale = 4;
 
 using Presence = PanelAddition::Presence;
 
@@ -102,10 +114,71 @@ ExitCode change(PanelAddition* part, bool isAdded)
     });
 }
 
+/// What the agent is to be told of the place where the pictures are shown.
+Result<QVariantMap> lookOf(const CommandLine& line)
+{
+    QVariantMap look { { QStringLiteral("scale"), 1.0 } };
+    bool isNumber = true;
+    if (const auto text = line.value("--scale")) {
+        const double scale = text->toDouble(&isNumber);
+        if (!isNumber || !(scale >= leastScale && scale <= greatestScale))
+            return Failure::withReason(
+                QStringLiteral("--scale takes a number from 0.5 to 4, not \"%1\"").arg(Log::escaped(*text)));
+        look[QStringLiteral("scale")] = scale;
+    }
+    if (const auto text = line.value("--height")) {
+        const int height = text->toInt(&isNumber);
+        const double scale = height / StatusMetricView::height;
+        if (!isNumber || !(scale >= leastScale && scale <= greatestScale))
+            return Failure::withReason(
+                QStringLiteral("--height takes pixels from 11 to 88, not \"%1\"").arg(Log::escaped(*text)));
+        look[QStringLiteral("scale")] = scale;
+    }
+    if (const auto text = line.value("--foreground")) {
+        static const QRegularExpression colour(QStringLiteral("^#[0-9A-Fa-f]{6}$"));
+        if (!colour.match(*text).hasMatch())
+            return Failure::withReason(QStringLiteral("--foreground takes a colour like #dfdfdf, not \"%1\"")
+                                           .arg(Log::escaped(*text)));
+        look.insert(QStringLiteral("foreground"), *text);
+    }
+    return look;
+}
+
+ExitCode showAsFiles(const CommandLine& line)
+{
+    const auto look = lookOf(line);
+    if (!look)
+        return Console::wrongUse(look.failureText());
+    QString directory = line.arguments().value(0);
+    if (directory.isEmpty()) {
+        const auto& runtime = RuntimeDirectory::shared();
+        if (!runtime)
+            return Console::failed(runtime.failureText());
+        directory = runtime->path() + QStringLiteral("/panel");
+    }
+    const StopRequest stop;
+    QObject::connect(
+        &stop, &StopRequest::requested, QCoreApplication::instance(), [] { QCoreApplication::exit(0); });
+    FilesBridge bridge(directory, *look);
+    QObject::connect(&bridge, &FilesBridge::ready, [] { Console::note("waiting for items"); });
+    QObject::connect(&bridge, &FilesBridge::failed,
+        [](const QString& reason) { finishPanel(Console::failed(Log::escaped(reason))); });
+    return runInLoop([&bridge] { bridge.start(); });
+}
+
 ExitCode runPanel(const CommandLine& line)
 {
-    const QString& word = line.arguments().constFirst();
+    if (line.has("--png"))
+        return showAsFiles(line);
+    for (const Option& option : panelOptions) {
+        if (line.has(option.name))
+            return Console::wrongUse(QStringLiteral("%1 needs --png").arg(QLatin1StringView(option.name)));
+    }
     const QStringList words { QStringLiteral("status"), QStringLiteral("add"), QStringLiteral("remove") };
+    const QString word = line.arguments().value(0);
+    if (word.isEmpty())
+        return Console::wrongUse(
+            QStringLiteral("panel takes %1, or --png").arg(words.join(QStringLiteral(", "))));
     if (!words.contains(word))
         return Console::wrongUse(NearestNames::unknown("request", word, words));
     const auto part = PanelAddition::ofDesktop();
@@ -116,7 +189,7 @@ ExitCode runPanel(const CommandLine& line)
 
 const Verb panelVerb {
     .name = "panel",
-    .parameters = "status|add|remove",
+    .parameters = "status|add|remove|--png [DIR] [--scale N] [--height PIXELS] [--foreground #RRGGBB]",
     .summary = "put the items into the desktop's panel",
     .details
     = R"(Tells what shows the items, and adds to the panel of the running desktop what it needs to show them, or removes
@@ -137,9 +210,20 @@ that. XDG_CURRENT_DESKTOP names the desktop.
   state    unneeded, uninstalled, missing (it could be added) or added
 
 Nothing else of the desktop's is changed. Exit code 1, with the reason, when that cannot be done.
+
+With --png, the items are files for bars that show pictures, until it is interrupted or terminated: in DIR,
+else in kestrum/panel below XDG_RUNTIME_DIR, are NAME.png and NAME.txt of each item (cpu, memory, storage,
+sensors), and strip.png with all of them. Files are replaced as a whole, when they change. While no agent
+runs, there are none. Meanwhile the agent shows the items nowhere else. "kestrumctl popover NAME", as the
+bar's command for a click, opens a popover at the pointer. Says "waiting for items" on standard error once it
+has joined the session bus.
+
+  --scale N             pixels for each point, from 0.5 to 4; 1 by default
+  --height PIXELS       instead: the pictures' height
+  --foreground #RRGGBB  the bar's colour of texts; by default, the desktop's appearance decides
 )",
     .run = runPanel,
-    .fewestArguments = 1,
+    .options = panelOptions,
     .mostArguments = 1,
     .needsSuite = false,
 };

@@ -16,7 +16,7 @@ class PanelStrip;
 /// user gives the keyboard to another program. Where the focus follows the pointer, a move of the pointer may have done that:
 /// so the window stays if the pointer has meanwhile gone to where neither the window nor the strip is. It also stays on a change
 /// of the virtual desktop if the window manager lets it keep the focus, as openbox does.
-class DockStand final : public PopoverStand {
+class DockStand : public PopoverStand {
     Q_OBJECT
 public:
     explicit DockStand(PanelStrip& strip);

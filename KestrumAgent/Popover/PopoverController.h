@@ -48,6 +48,8 @@ public:
     const PopoverState& state() const { return m_state; }
     /// The window of the open popover; null while none is open.
     PopoverWindow* window() const { return m_window.get(); }
+    /// Where it is shown; null while none is open.
+    PopoverStand* stand() const { return m_stand; }
 
     /// The program that the list of apps leads to, as it was found when the popover opened.
     SystemMonitorApp& systemMonitor() { return m_systemMonitor; }

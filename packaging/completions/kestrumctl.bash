@@ -19,7 +19,7 @@ _kestrumctl()
         --appearance) mapfile -t COMPREPLY < <(compgen -W 'light dark' -- "$current"); return ;;
         --direction) mapfile -t COMPREPLY < <(compgen -W 'ltr rtl' -- "$current"); return ;;
         --root) mapfile -t COMPREPLY < <(compgen -d -- "$current"); return ;;
-        --count | --timeout | --scale | --cores) return ;;
+        --count | --timeout | --scale | --cores | --height | --foreground) return ;;
         esac
         case $verb in
         read) words='--stored'; ((COMP_CWORD == 2)) && words+=" $(_kestrumctl_names read Keys)" ;;
@@ -34,7 +34,13 @@ _kestrumctl()
         post) ((COMP_CWORD == 2)) && words=$(_kestrumctl_names post) ;;
         listen) words="--count --timeout $(_kestrumctl_names post)" ;;
         agent) ((COMP_CWORD == 2)) && words='start stop' ;;
-        panel) ((COMP_CWORD == 2)) && words='status add remove' ;;
+        panel)
+            words='--png --scale --height --foreground'
+            ((COMP_CWORD == 2)) && words+=' status add remove'
+            if [[ $previous == --png && $current != -* ]]; then
+                mapfile -t COMPREPLY < <(compgen -d -- "$current")
+                return
+            fi ;;
         popover) ((COMP_CWORD == 2)) && words='cpu memory storage sensors close' ;;
         describe) words='--cores' ;;
         login-item) ((COMP_CWORD == 2)) && words='status on off' ;;

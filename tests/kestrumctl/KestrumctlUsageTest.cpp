@@ -101,7 +101,13 @@ private Q_SLOTS:
         row("agent", "too few arguments; it takes start|stop");
         row("agent strat", "there is no action \"strat\"; did you mean \"start\"");
         row("agent start stop", "too many arguments");
-        row("panel", "too few arguments");
+        row("panel", "panel takes status, add, remove, or --png");
+        row("panel add x", "too many arguments");
+        row("panel status --scale 2", "--scale needs --png");
+        row("panel --png --scale 5", "from 0.5 to 4, not \"5\"");
+        row("panel --png --scale nan", "not \"nan\"");
+        row("panel --png --height 10", "from 11 to 88, not \"10\"");
+        row("panel --png --foreground red", "not \"red\"");
         row("panel staus", "there is no request \"staus\"; did you mean \"status\"");
         row("describe cpu", "too many arguments");
         row("describe --cores 0", "not \"0\"");

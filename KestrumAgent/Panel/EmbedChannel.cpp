@@ -33,6 +33,7 @@ EmbedChannel::EmbedChannel(PanelStrip& strip, QMenu& menu, NotificationArea& are
     m_trial.setSingleShot(true);
     m_trial.setInterval(trialTime);
     connect(&m_trial, &QTimer::timeout, this, [this] {
+        findPlace();
         if (!hasRoom())
             Q_EMIT refused();
     });

@@ -20,11 +20,6 @@ X11Embedding::X11Embedding(QWindow& window)
     m_connection = x11->connection();
     m_id = quint32(window.winId());
     m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
-    // If the other program leaves the window the size that it has, no event tells it.
-    const XcbReply<xcb_get_geometry_reply_t> reply(
-        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_id), nullptr));
-    if (reply)
-        m_size = QSize(reply->width, reply->height);
     qGuiApp->installNativeEventFilter(this);
 }
 
@@ -33,10 +28,14 @@ X11Embedding::Place X11Embedding::place()
     Place place { m_window.position(), m_window.screen() };
     if (!m_connection)
         return place;
-    const XcbReply<xcb_translate_coordinates_reply_t> reply(xcb_translate_coordinates_reply(
-        m_connection, xcb_translate_coordinates(m_connection, m_id, m_root, 0, 0), nullptr));
-    if (!reply)
+    const auto translation = xcb_translate_coordinates(m_connection, m_id, m_root, 0, 0);
+    const auto geometry = xcb_get_geometry(m_connection, m_id);
+    const XcbReply<xcb_translate_coordinates_reply_t> reply(
+        xcb_translate_coordinates_reply(m_connection, translation, nullptr));
+    const XcbReply<xcb_get_geometry_reply_t> size(xcb_get_geometry_reply(m_connection, geometry, nullptr));
+    if (!reply || !size)
         return place;
+    m_size = QSize(size->width, size->height);
     const QPoint pixel(reply->dst_x, reply->dst_y);
     // The toolkit gives a screen's top left corner in device pixels, but sizes and distances in points.
     for (QScreen* screen : QGuiApplication::screens()) {
@@ -47,24 +46,25 @@ X11Embedding::Place X11Embedding::place()
         place = { corner + (QPointF(pixel - corner) / scale).toPoint(), screen };
         break;
     }
-    // Rounding may make a difference of one.
-    if ((m_window.position() - place.topLeft).manhattanLength() > 2)
-        tellToolkit(pixel);
+    tellToolkit(QRect(pixel, m_size));
     return place;
 }
 
-/// The toolkit believes in places that are told in this way, as window managers do. It does not hear of moves of the window that
-/// has taken ours in, and assistive programs ask the toolkit.
-void X11Embedding::tellToolkit(QPoint pixel) const
+/// The toolkit believes in places and sizes that are told in this way, as window managers do. It does not hear of moves of the
+/// window that has taken ours in, and assistive programs ask the toolkit. Of several messages the toolkit sees only the last one,
+/// which may be older than the server's word: so the truth is asked for after each, and each is told once.
+void X11Embedding::tellToolkit(const QRect& pixels)
 {
+    if (std::exchange(m_told, pixels) == pixels)
+        return;
     xcb_configure_notify_event_t told {};
     told.response_type = XCB_CONFIGURE_NOTIFY;
     told.event = m_id;
     told.window = m_id;
-    told.x = int16_t(pixel.x());
-    told.y = int16_t(pixel.y());
-    told.width = uint16_t(m_size.width());
-    told.height = uint16_t(m_size.height());
+    told.x = int16_t(pixels.x());
+    told.y = int16_t(pixels.y());
+    told.width = uint16_t(pixels.width());
+    told.height = uint16_t(pixels.height());
     xcb_send_event(
         m_connection, 0, m_id, XCB_EVENT_MASK_STRUCTURE_NOTIFY, reinterpret_cast<const char*>(&told));
     xcb_flush(m_connection);
@@ -88,17 +88,7 @@ bool X11Embedding::nativeEventFilter(const QByteArray& eventType, void* message,
     }
     case XCB_CONFIGURE_NOTIFY: {
         const auto* told = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
-        if (told->window != m_id)
-            break;
-        const QSize size(told->width, told->height);
-        if (event->response_type & sentByOthers) {
-            // The size in our own message may be older than the last change.
-            if (size != m_size)
-                tellToolkit(QPoint(told->x, told->y));
-            break;
-        }
-        m_size = size;
-        if (m_isEmbedded)
+        if (told->window == m_id && m_isEmbedded)
             Q_EMIT configured();
         break;
     }

@@ -3,8 +3,7 @@
 
 #include <QAbstractNativeEventFilter>
 #include <QObject>
-#include <QPoint>
-#include <QSize>
+#include <QRect>
 
 class QScreen;
 class QWindow;
@@ -21,7 +20,7 @@ public:
     explicit X11Embedding(QWindow& window);
 
     bool isEmbedded() const { return m_isEmbedded; }
-    /// The size that the window has got, in device pixels.
+    /// The size that the window has got, in device pixels, when `place` was called last.
     QSize size() const { return m_size; }
 
     /// Where the window is, in the toolkit's units, and on which screen. The call waits for the X server. The toolkit learns
@@ -35,14 +34,14 @@ public:
 Q_SIGNALS:
     /// The window has got another parent.
     void embedded();
-    /// The window has its size or place from the other program.
+    /// The window may have another size or place.
     void configured();
     /// The other program is gone or has let the window go. The native window may not exist any longer.
     void released();
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
-    void tellToolkit(QPoint pixel) const;
+    void tellToolkit(const QRect& pixels);
 
     QWindow& m_window;
     xcb_connection_t* m_connection = nullptr;
@@ -50,6 +49,7 @@ private:
     quint32 m_root = 0;
     bool m_isEmbedded = false;
     QSize m_size;
+    QRect m_told; ///< what the toolkit was told last, in device pixels
 };
 
 } // namespace kestrum

@@ -18,10 +18,11 @@ Item {
     readonly property alias agent: agent
 
     readonly property int itemHeight: 22 // points
+    readonly property int spare: 4 // points: a picture is a little wider than its item
     readonly property bool isMirrored: Qt.application.layoutDirection === Qt.RightToLeft
     // Smaller than usual where the panel has not the room.
     readonly property real fit: {
-        const wanted = (isVertical ? agent.items.widest : itemHeight) * unit
+        const wanted = (isVertical ? agent.items.widest + spare : itemHeight) * unit
         const room = isVertical ? width : height
         return wanted > 0 && room > 0 ? Math.min(1, room / wanted) : 1
     }
@@ -82,7 +83,7 @@ Item {
             model: agent.items
             delegate: PanelItem {
                 unit: root.unit * root.fit
-                room: root.isVertical ? 0 : agent.items.gap * unit
+                room: root.isVertical ? root.spare * unit / 2 : agent.items.gap * unit
                 width: root.isVertical ? root.width : implicitWidth
                 height: root.isVertical ? implicitHeight + 4 * unit : root.height
                 isOpen: agent.openItem === itemId

@@ -33,8 +33,8 @@ for (var i = 0; i < all.length; i++)
 print(all.length == 0 ? "no panel" : count > 0 ? "there" : "absent");
 )";
 
-// The panel with the status icons is the one to use. A new widget is the last one of its panel: the panel's stored order puts it
-// before the icons.
+// The panel with the status icons is the one to use. A widget that is added at the icons' corner stands before them; without a
+// place, the panel would put it first of all. The size that is told with the place has no effect.
 constexpr char addScript[] = R"(
 var all = panels();
 var count = 0;
@@ -45,7 +45,7 @@ for (var i = 0; i < all.length; i++) {
     var trays = all[i].widgets("org.kde.plasma.systemtray");
     if (tray === null && trays.length > 0) {
         panel = all[i];
-        tray = String(trays[0].id);
+        tray = trays[0].geometry;
     }
 }
 if (all.length == 0) {
@@ -53,21 +53,11 @@ if (all.length == 0) {
 } else {
     if (count == 0) {
         panel = panel || all[0];
-        var widget = panel.addWidget("WIDGET");
-        if (widget && tray !== null) {
-            var own = String(widget.id);
-            panel.currentConfigGroup = ["General"];
-            var order = String(panel.readConfig("AppletOrder")).split(";").filter(function (id) {
-                return id != "" && id != own;
-            });
-            var at = order.indexOf(tray);
-            if (at >= 0) {
-                order.splice(at, 0, own);
-                panel.writeConfig("AppletOrder", order.join(";"));
-                panel.reloadConfig();
-            }
-        }
-        count += panel.widgets("WIDGET").length;
+        if (tray)
+            panel.addWidget("WIDGET", tray.x + 1, tray.y + 1, 10, 10);
+        else
+            panel.addWidget("WIDGET");
+        count = panel.widgets("WIDGET").length;
     }
     print(count > 0 ? "there" : "absent");
 }

@@ -89,7 +89,7 @@ public Q_SLOTS:
         }
         if (!answer.isEmpty())
             return answer;
-        if (script.contains(QStringLiteral("addWidget(\"com.orvale.kestrum.panel\")")))
+        if (script.contains(QStringLiteral("addWidget(\"com.orvale.kestrum.panel\"")))
             hasWidget = true;
         else if (script.contains(QStringLiteral(".remove()")))
             hasWidget = false;

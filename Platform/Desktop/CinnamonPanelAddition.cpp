@@ -42,6 +42,11 @@ bool isOurApplet(const QString& entry)
     return appletFields(entry).value(nameField) == appletName;
 }
 
+bool hasOurApplet(const QStringList& list)
+{
+    return std::any_of(list.begin(), list.end(), isOurApplet);
+}
+
 /// The beginning of an entry for an applet beside the status icons: a place can be held twice, and so nobody else's entry
 /// changes. Without status icons, the place is the first one at the end of the panel.
 QString placeBesideIcons(const QStringList& list)
@@ -97,9 +102,21 @@ void CinnamonPanelAddition::write(const Applets& before, const Applets& after, C
         values.append({ nextNumberKey, QByteArray::number(after.nextNumber) });
     if (after.list != before.list)
         values.append({ appletsKey, DesktopSettings::text(after.list) });
+    const bool isWanted = hasOurApplet(after.list);
     DesktopSettings::write(
-        cinnamonSchema, values, this, [changed = std::move(changed)](const Result<>& done) {
-            changed(done ? Result<Effect>(Effect::now) : done.failure());
+        cinnamonSchema, values, this, [this, isWanted, changed = std::move(changed)](const Result<>& done) {
+            if (!done) {
+                changed(done.failure());
+                return;
+            }
+            read([isWanted, changed](const Result<Applets>& now) {
+                if (!now)
+                    changed(now.failure());
+                else if (hasOurApplet(now->list) != isWanted)
+                    changed(DesktopSettings::notKept());
+                else
+                    changed(Effect::now);
+            });
         });
 }
 
@@ -114,7 +131,7 @@ void CinnamonPanelAddition::look(Looked looked)
             looked(applets.failure());
             return;
         }
-        const bool isAdded = std::any_of(applets->list.begin(), applets->list.end(), isOurApplet);
+        const bool isAdded = hasOurApplet(applets->list);
         looked(State { isAdded ? Presence::added : Presence::missing, false, {} });
     });
 }
@@ -131,7 +148,7 @@ void CinnamonPanelAddition::add(Changed changed)
             return;
         }
         Applets after = *before;
-        if (!std::any_of(after.list.begin(), after.list.end(), isOurApplet)) {
+        if (!hasOurApplet(after.list)) {
             after.list.append(QStringLiteral("%1:%2:%3")
                                   .arg(placeBesideIcons(after.list), appletName)
                                   .arg(after.nextNumber));

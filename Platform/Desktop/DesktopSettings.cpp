@@ -52,6 +52,11 @@ void DesktopSettings::write(const QString& schema, const QList<std::pair<QString
         });
 }
 
+Failure DesktopSettings::notKept()
+{
+    return Failure::withReason(QStringLiteral("the desktop's settings have not kept the change"));
+}
+
 std::optional<QStringList> DesktopSettings::list(const QByteArray& text)
 {
     const Variant value(

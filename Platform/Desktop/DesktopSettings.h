@@ -29,6 +29,10 @@ void read(const QString& schema, QObject* context, std::function<void(const Resu
 void write(const QString& schema, const QList<std::pair<QString, QByteArray>>& values, QObject* context,
     std::function<void(const Result<>&)> done);
 
+/// The failure for a value that is not there after it was written: without its store, "gsettings" forgets all values at its end,
+/// and calls that a success.
+Failure notKept();
+
 /// The list of texts in `text`; nothing if it is something else.
 std::optional<QStringList> list(const QByteArray& text);
 QByteArray text(const QStringList& list);

@@ -94,9 +94,21 @@ void GnomePanelAddition::write(const Lists& before, const Lists& after, Effect e
         values.append({ disabledKey, DesktopSettings::text(after.disabled) });
     if (after.enabled != before.enabled)
         values.append({ enabledKey, DesktopSettings::text(after.enabled) });
-    DesktopSettings::write(
-        shellSchema, values, this, [effect, changed = std::move(changed)](const Result<>& done) {
-            changed(done ? Result<Effect>(effect) : done.failure());
+    const bool isWanted = after.enabled.contains(extensionName);
+    DesktopSettings::write(shellSchema, values, this,
+        [this, isWanted, effect, changed = std::move(changed)](const Result<>& done) {
+            if (!done) {
+                changed(done.failure());
+                return;
+            }
+            read([isWanted, effect, changed](const Result<Lists>& now) {
+                if (!now)
+                    changed(now.failure());
+                else if (now->enabled.contains(extensionName) != isWanted)
+                    changed(DesktopSettings::notKept());
+                else
+                    changed(effect);
+            });
         });
 }
 

@@ -182,6 +182,14 @@ private Q_SLOTS:
         QCOMPARE(m_tools->written(), QByteArrayList(2, "list-recursively"));
     }
 
+    void valuesThatAreNotKeptAreAFailure()
+    {
+        DesktopTools::install(extensionFile);
+        m_tools->replace(
+            "gsettings", "[ \"$1\" = set ] || echo \"org.gnome.shell enabled-extensions ['a@b']\"\n");
+        QCOMPARE(add(*part("GNOME")), text("failed: the desktop's settings have not kept the change"));
+    }
+
     void aProgramThatIsNotInstalledIsNamed()
     {
         DesktopTools::install(extensionFile);

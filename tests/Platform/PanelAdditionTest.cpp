@@ -105,6 +105,14 @@ private Q_SLOTS:
         QCOMPARE(looked(*cinnamon), text("missing"));
     }
 
+    void anAppletThatIsNotKeptIsAFailure()
+    {
+        DesktopTools::install(appletFile);
+        m_tools->replace(
+            "gsettings", "[ \"$1\" = set ] || echo \"org.cinnamon enabled-applets ['p:right:0:a@b:1']\"\n");
+        QCOMPARE(add(*part("X-Cinnamon")), text("failed: the desktop's settings have not kept the change"));
+    }
+
     void anAppletThatIsMarkedOrOldIsOurs()
     {
         DesktopTools::install(appletFile);

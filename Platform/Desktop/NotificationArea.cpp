@@ -137,8 +137,13 @@ bool NotificationArea::nativeEventFilter(const QByteArray& eventType, void* mess
         break;
     }
     case XCB_DESTROY_NOTIFY:
-        if (reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window == m_window && m_window)
-            find();
+        if (reinterpret_cast<const xcb_destroy_notify_event_t*>(event)->window != m_window || !m_window)
+            break;
+        // A panel that starts again may get the same number for its window.
+        m_window = 0;
+        find();
+        if (!m_window)
+            Q_EMIT changed();
         break;
     case XCB_PROPERTY_NOTIFY: {
         const auto* property = reinterpret_cast<const xcb_property_notify_event_t*>(event);

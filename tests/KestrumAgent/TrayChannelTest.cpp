@@ -1,6 +1,6 @@
 // The agent's status icon in a desktop's icon area. Another process plays the desktop.
 
-#include "KestrumAgent/Panel/TrayChannel.h"
+#include "KestrumAgent/Panel/PanelChannels.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -12,7 +12,6 @@
 
 #include <QApplication>
 #include <QProcess>
-#include <QSignalSpy>
 #include <QTest>
 
 using namespace kestrum;
@@ -25,7 +24,7 @@ class TrayChannelTest : public QObject {
     std::shared_ptr<FakeReadings> m_readings = std::make_shared<FakeReadings>();
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<QMenu> m_menu;
-    std::unique_ptr<TrayChannel> m_channel;
+    std::unique_ptr<PanelChannels> m_channels;
     std::unique_ptr<QProcess> m_desktop;
 
     void startDesktop(const QStringList& arguments = {})
@@ -39,7 +38,11 @@ class TrayChannelTest : public QObject {
             Programs::end(*m_desktop);
         m_desktop.reset();
     }
-    void startChannel() { m_channel = std::make_unique<TrayChannel>(*m_strip, *m_menu); }
+    void startChannels()
+    {
+        m_channels = std::make_unique<PanelChannels>(*m_strip, *m_menu);
+        m_channels->start();
+    }
 
     /// The next line that the desktop's process prints; empty after `patience`. Events are handled meanwhile.
     QByteArray said() const
@@ -65,7 +68,7 @@ private Q_SLOTS:
     }
     void cleanup()
     {
-        m_channel.reset();
+        m_channels.reset();
         endDesktop();
         m_menu.reset();
         m_strip.reset();
@@ -74,7 +77,7 @@ private Q_SLOTS:
     // This test runs first, because the toolkit checks only once per process whether status icons are supported.
     void aPlaceThatComesLateIsNoticed()
     {
-        startChannel();
+        startChannels();
         QTest::qWait(2200); // longer than the log waits before it reports a missing place
         startDesktop();
         QCOMPARE(said(), QByteArray("dark"));
@@ -84,14 +87,14 @@ private Q_SLOTS:
     {
         startDesktop();
         QTest::qWait(300);
-        startChannel();
+        startChannels();
         QCOMPARE(said(), QByteArray("dark"));
     }
 
     void aPlaceThatGoesAndReturnsHasTheIconAgain()
     {
         startDesktop();
-        startChannel();
+        startChannels();
         QCOMPARE(said(), QByteArray("dark"));
         for (int round = 0; round < 2; ++round) {
             endDesktop();
@@ -104,7 +107,7 @@ private Q_SLOTS:
     void aListOfIconsWithoutAPanelIsNoPlaceYet()
     {
         startDesktop({ QStringLiteral("700") });
-        startChannel();
+        startChannels();
         QTest::qWait(400);
         QVERIFY(!m_desktop->canReadLine());
         QCOMPARE(said(), QByteArray("dark"));
@@ -113,7 +116,7 @@ private Q_SLOTS:
     void theIconGoesWithTheItemsAndComesBack()
     {
         startDesktop();
-        startChannel();
+        startChannels();
         QCOMPARE(said(), QByteArray("dark"));
         for (const auto& section : allCases<MonitorSection>())
             Setting(MeterSettings::visibilityKey(section.value)).set(false);
@@ -127,9 +130,15 @@ private Q_SLOTS:
     void aPressOfTheIconAsksForThePopover()
     {
         startDesktop({ QStringLiteral("0"), QStringLiteral("press") });
-        startChannel();
-        QSignalSpy toggled(&m_channel->popoverStand(), &PopoverStand::toggleRequested);
-        QTRY_COMPARE_WITH_TIMEOUT(toggled.count(), 1, patience);
+        m_channels = std::make_unique<PanelChannels>(*m_strip, *m_menu);
+        int toggled = 0;
+        connect(m_channels.get(), &PanelChannels::standChanged, this, [&](PopoverStand* stand) {
+            if (stand)
+                connect(stand, &PopoverStand::toggleRequested, this, [&] { ++toggled; });
+        });
+        m_channels->start();
+        QTRY_COMPARE_WITH_TIMEOUT(toggled, 1, patience);
+        QCOMPARE(m_channels->shownBy(), QStringLiteral("status-icon"));
     }
 
     void itIsReadableOnTheBar_data()
@@ -156,7 +165,7 @@ private Q_SLOTS:
         qputenv("XDG_CURRENT_DESKTOP", desktop);
         SystemAppearance::shared().setScheme(scheme);
         startDesktop();
-        startChannel();
+        startChannels();
         QTEST(said(), "icon");
     }
 };

@@ -1,0 +1,244 @@
+// What shows the items on an X display, as panels come and go. The panel is a stand-in within this process.
+
+#include "KestrumAgent/Panel/PanelChannels.h"
+#include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Settings/MeterSettings.h"
+#include "KestrumShared/Settings/Setting.h"
+#include "tests/Support/DrawingFixture.h"
+#include "tests/Support/QuietTime.h"
+#include "tests/Support/StandInArea.h"
+#include "tests/Support/TestHome.h"
+#include "tests/Support/VirtualDisplay.h"
+
+#include <QApplication>
+#include <QMenu>
+#include <QSignalSpy>
+#include <QTest>
+#include <QWindow>
+
+using namespace kestrum;
+
+namespace {
+
+/// A strip whose channels are chosen. The members go in the order of an agent's.
+struct Shown {
+    std::shared_ptr<FakeReadings> readings = std::make_shared<FakeReadings>();
+    PanelStrip strip { readings };
+    QMenu menu;
+    PanelChannels channels { strip, menu };
+
+    explicit Shown(bool isBridgeExpected = false) { channels.start(isBridgeExpected); }
+    QString by() const { return channels.shownBy(); }
+    bool isInArea() const { return by() == QLatin1StringView("notification-area"); }
+    bool isStrip() const { return by() == QLatin1StringView("strip") && strip.isVisible(); }
+    bool isIcon() const { return by() == QLatin1StringView("status-icon"); }
+    /// Whether a strip on the desktop is seen within `milliseconds`.
+    bool flashes(int milliseconds) const
+    {
+        return QTest::qWaitFor([this] { return isStrip(); }, milliseconds);
+    }
+    /// The mean lightness of what is drawn, 0 to 255; negative where the strip is opaque.
+    int lightness()
+    {
+        QImage picture(strip.size(), QImage::Format_ARGB32);
+        picture.fill(Qt::transparent);
+        strip.render(&picture, QPoint(), QRegion(), QWidget::DrawChildren);
+        if (qAlpha(picture.pixel(1, picture.height() / 2)) > 0)
+            return -1;
+        qint64 sum = 0;
+        qint64 count = 0;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                if (qAlpha(picture.pixel(x, y)) < 200)
+                    continue;
+                sum += qGray(picture.pixel(x, y));
+                ++count;
+            }
+        }
+        return count ? int(sum / count) : -1;
+    }
+};
+
+const StandInArea::Panel narrow { .greatestWidth = 22, .foreground = {}, .isComposited = false };
+
+} // namespace
+
+class PanelChannelsTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
+        qputenv("QT_LOGGING_RULES", "*.info=false");
+        qunsetenv("XDG_CURRENT_DESKTOP");
+        SystemAppearance::shared().setScheme(ColourScheme::light);
+    }
+
+    void withoutAPanelItIsAStripAtOnce()
+    {
+        const Shown shown;
+        QVERIFY(shown.isStrip());
+        QVERIFY(shown.channels.stand());
+    }
+
+    void aPanelThatIsThereTakesTheItemsIn()
+    {
+        const StandInArea area;
+        const Shown shown;
+        QVERIFY(shown.isInArea());
+        QTRY_VERIFY(shown.strip.window()->isVisible());
+        QCOMPARE(area.docked(), QList { xcb_window_t(shown.strip.window()->winId()) });
+        // The panel is higher than the strip, which stands in its middle.
+        QTRY_COMPARE(shown.strip.window()->size(), QSize(shown.strip.sizeHint().width(), 28));
+        QCOMPARE(shown.strip.pos(), QPoint(0, 3));
+        // Longer than a panel may take.
+        QTest::qWait(1200);
+        QVERIFY(shown.isInArea());
+        QCOMPARE(shown.strip.mapToGlobal(QPoint(0, 0)), StandInArea::place.topLeft() + QPoint(10, 3));
+    }
+
+    void aPanelThatComesLateTakesThemIn()
+    {
+        const Shown shown;
+        QVERIFY(shown.isStrip());
+        const StandInArea area;
+        QTRY_VERIFY(shown.isInArea() && shown.strip.window()->isVisible());
+        QCOMPARE(area.docked().size(), 1);
+    }
+
+    void aPanelThatStartsAgainHasThemAgainWithoutAFlash()
+    {
+        auto area = std::make_unique<StandInArea>();
+        const Shown shown;
+        for (int round = 0; round < 2; ++round) {
+            QTRY_VERIFY(shown.isInArea() && shown.strip.window()->isVisible());
+            area.reset();
+            QVERIFY(!shown.flashes(400));
+            QCOMPARE(shown.by(), QStringLiteral("nothing"));
+            area = std::make_unique<StandInArea>();
+        }
+        QTRY_VERIFY(shown.isInArea());
+        area.reset();
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isStrip(), 2000);
+    }
+
+    void aPanelThatGivesTooLittleRoomIsLeft()
+    {
+        auto area = std::make_unique<StandInArea>(narrow);
+        const Shown shown;
+        QVERIFY(shown.isInArea());
+        // The toolkit's status icon may stand in the same area.
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
+        QTest::qWait(quietTime + 300);
+        QVERIFY(shown.isIcon());
+        QVERIFY(!shown.strip.isVisible());
+        // Another panel is asked anew.
+        area.reset();
+        area = std::make_unique<StandInArea>();
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isInArea() && shown.strip.isVisible(), 3000);
+    }
+
+    void moreItemsThanThereIsRoomForLeaveIt()
+    {
+        for (const auto& section : allCases<MonitorSection>())
+            Setting(MeterSettings::visibilityKey(section.value)).set(section.value == MonitorSection::cpu);
+        const StandInArea area({ .greatestWidth = 120, .foreground = {}, .isComposited = false });
+        Shown shown;
+        QTest::qWait(1200);
+        QVERIFY(shown.isInArea());
+        for (const auto& section : allCases<MonitorSection>())
+            Setting(MeterSettings::visibilityKey(section.value)).set(true);
+        shown.strip.rebuild();
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
+    }
+
+    void withoutItemsNothingIsInThePanel()
+    {
+        const StandInArea area;
+        Shown shown;
+        QTRY_VERIFY(shown.strip.isVisible());
+        const qsizetype before = area.docked().size();
+        for (const bool isShown : { false, true }) {
+            for (const auto& section : allCases<MonitorSection>())
+                Setting(MeterSettings::visibilityKey(section.value)).set(isShown);
+            shown.strip.rebuild();
+            QTRY_COMPARE(shown.strip.isVisible() && shown.strip.window()->isVisible(), isShown);
+        }
+        QTRY_VERIFY(area.docked().size() > before);
+    }
+
+    void onThePanelTheyHaveItsColours()
+    {
+        StandInArea area({ .greatestWidth = 1000, .foreground = Qt::white, .isComposited = true });
+        Shown shown;
+        QTRY_VERIFY(shown.strip.isVisible());
+        const int onDark = shown.lightness();
+        QVERIFY2(onDark > 150, QByteArray::number(onDark).constData());
+        area.setForeground(QColor(20, 20, 20));
+        QTRY_VERIFY(shown.lightness() >= 0 && shown.lightness() < onDark - 60);
+    }
+
+    void withoutACompositingManagerTheyHaveTheirPlate()
+    {
+        const StandInArea area({ .greatestWidth = 1000, .foreground = Qt::white, .isComposited = false });
+        Shown shown;
+        QTRY_VERIFY(shown.strip.isVisible());
+        QCOMPARE(shown.lightness(), -1);
+    }
+
+    void aPanelThatOnlyPretendsIsNotAsked()
+    {
+        qputenv("XDG_CURRENT_DESKTOP", "X-Cinnamon");
+        const StandInArea area;
+        const Shown shown;
+        QVERIFY(shown.isIcon());
+        QTest::qWait(quietTime);
+        QVERIFY(!shown.strip.isVisible());
+    }
+
+    void aBridgeTakesThemOverAndGivesThemBack()
+    {
+        Shown shown;
+        QVERIFY(shown.isStrip());
+        QSignalSpy told(&shown.channels, &PanelChannels::standChanged);
+        shown.channels.setBridged(true);
+        QCOMPARE(shown.by(), QStringLiteral("nothing"));
+        QVERIFY(!shown.strip.isVisible());
+        QCOMPARE(told.count(), 1);
+        QVERIFY(!told.first().first().value<PopoverStand*>());
+        shown.channels.setBridged(false);
+        // A panel that starts again brings its bridge back.
+        QVERIFY(!shown.flashes(400));
+        QTRY_VERIFY(shown.isStrip());
+        QCOMPARE(told.last().first().value<PopoverStand*>(), shown.channels.stand());
+    }
+
+    void anExpectedBridgeIsWaitedForAWhile()
+    {
+        Shown shown(true);
+        QVERIFY(!shown.flashes(1500));
+        shown.channels.expectNoBridge();
+        QVERIFY(shown.isStrip());
+    }
+
+    void aBridgeThatDoesNotComeIsNotWaitedForLong()
+    {
+        const Shown shown(true);
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isStrip(), 7000);
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(PanelChannelsTest)(int argc, char** argv)
+{
+    const TestHome home;
+    const VirtualDisplay display;
+    if (!display.isUp())
+        return 1;
+    QApplication application(argc, argv);
+    PanelChannelsTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "PanelChannelsTest.moc"

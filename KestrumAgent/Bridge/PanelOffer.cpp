@@ -29,17 +29,25 @@ PanelOffer::PanelOffer(std::function<bool()> isNothingShown, QObject* parent)
     m_delay.setSingleShot(true);
     m_delay.setInterval(panelStart);
     connect(&m_delay, &QTimer::timeout, this, &PanelOffer::look);
-    connect(&m_notification, &DesktopNotification::pressed, this, [this] {
-        if (m_isOffering)
-            add();
-    });
+    connect(&m_notification, &DesktopNotification::pressed, this, &PanelOffer::add);
 }
 
 void PanelOffer::look()
 {
     if (!m_part)
         return;
+    // Two looks at a time might end in another order than they began.
+    if (m_isLooking) {
+        m_isStale = true;
+        return;
+    }
+    m_isLooking = true;
     m_part->look([this](const Result<PanelAddition::State>& state) {
+        m_isLooking = false;
+        if (std::exchange(m_isStale, false)) {
+            look();
+            return;
+        }
         if (state)
             adopt(*state);
         else
@@ -68,7 +76,6 @@ void PanelOffer::adopt(const PanelAddition::State& state)
 
 void PanelOffer::offer()
 {
-    m_isOffering = true;
     const QString advice = AppLanguage::string(
         "To show them there, type in a terminal: %1", { QStringLiteral("kestrumctl panel add") });
     QStringList sentences;
@@ -108,7 +115,6 @@ void PanelOffer::add()
 /// What takes effect at once is seen, and needs no words.
 void PanelOffer::tell(const QString& sentence, const QString& reason)
 {
-    m_isOffering = false;
     m_notification.show({ sentence, reason, {}, {} });
 }
 

@@ -22,7 +22,7 @@ public:
 
     /// Looks for what is missing, a little later: at the begin of a session, the panel may still be starting.
     void start() { m_delay.start(); }
-    /// Looks at once. Emits `looked` at the end.
+    /// Looks at once; once more, if a look is under way. Emits `looked` at the end.
     void look();
 
     /// Adds the entry to `menu` if something is missing.
@@ -42,7 +42,8 @@ private:
     DesktopNotification m_notification;
     QTimer m_delay;
     bool m_isMissing = false;
-    bool m_isOffering = false; ///< a press of the notification's button means the offer
+    bool m_isLooking = false;
+    bool m_isStale = false; ///< something may have changed since the look began
 };
 
 } // namespace kestrum

@@ -173,6 +173,9 @@ QImage StripScene::picture(const Item& item, const ItemInk& ink, double scale, c
     image.setDevicePixelRatio(scale);
     image.fill(Qt::transparent);
     QPainter painter(&image);
+    // The toolkit takes a ratio below 1 for 1.
+    if (scale < 1)
+        painter.scale(scale, scale);
     item.view->draw(painter, QPointF(0, 0), ink, scale, appearance);
     return image;
 }

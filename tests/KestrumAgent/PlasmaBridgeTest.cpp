@@ -14,6 +14,7 @@
 #include <QPainter>
 #include <QSignalSpy>
 #include <QTest>
+#include <cmath>
 #include <limits>
 
 using namespace kestrum;
@@ -164,6 +165,25 @@ private Q_SLOTS:
         QCOMPARE(picture(),
             pixels(StripScene::picture(
                 first, ItemInk(ColourScheme::dark, Qt::white), 2, Appearance::current())));
+    }
+
+    void aSmallPictureIsTheWholeItem()
+    {
+        const PanelStrip::Item& item = *m_desk->strip.items().item(memory);
+        const auto picture = [&](double scale) {
+            return StripScene::picture(item, ColourScheme::light, scale, Appearance::current());
+        };
+        const QImage small = picture(0.5);
+        const QImage large = picture(2).scaled(small.size(), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        double difference = 0;
+        double ink = 0;
+        for (int y = 0; y < small.height(); ++y) {
+            for (int x = 0; x < small.width(); ++x) {
+                difference += std::abs(qAlpha(small.pixel(x, y)) - qAlpha(large.pixel(x, y)));
+                ink += qAlpha(large.pixel(x, y));
+            }
+        }
+        QVERIFY2(difference < 0.8 * ink, qPrintable(QString::number(difference / ink)));
     }
 
     void anItemThatMovesStaysTheSameRow()

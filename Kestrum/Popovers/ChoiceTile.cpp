@@ -64,7 +64,9 @@ public:
     }
     QStringList actionNames() const override
     {
-        return QStringList(pressAction()) + QAccessibleWidget::actionNames();
+        QStringList names = QAccessibleWidget::actionNames();
+        names.prepend(pressAction());
+        return names;
     }
     void doAction(const QString& name) override
     {

@@ -9,7 +9,7 @@ TestHome::TestHome()
 {
     const QDir directory(m_directory.path());
     for (const char* variable : { "XDG_CONFIG_DIRS", "LANGUAGE", "LC_ALL", "LC_NUMERIC", "LC_MEASUREMENT",
-             "LC_MESSAGES", "KESTRUM_SETTINGS_SUITE", "KESTRUM_LANGUAGE" })
+             "LC_MESSAGES", "KESTRUM_SETTINGS_SUITE", "KESTRUM_LANGUAGE", "XDG_CURRENT_DESKTOP" })
         qunsetenv(variable);
     qputenv("LANG", "C.UTF-8");
     qputenv("HOME", directory.path().toUtf8());

@@ -1,10 +1,10 @@
 // The items as files: the real tool, and an agent in this process.
 
 #include "KestrumAgent/Agent.h"
-#include "KestrumAgent/Bridge/PanelData.h"
 #include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/PopoverController.h"
+#include "KestrumShared/Agent/PanelContract.h"
 #include "KestrumShared/Settings/PopoverRequest.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Signals/NotificationCentre.h"

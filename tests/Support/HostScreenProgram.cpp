@@ -24,9 +24,9 @@
 
 namespace {
 
-template<typename T> using Reply = std::unique_ptr<T, decltype(&std::free)>;
+template <typename T> using Reply = std::unique_ptr<T, decltype(&std::free)>;
 
-template<typename T> Reply<T> owned(T* reply)
+template <typename T> Reply<T> owned(T* reply)
 {
     return Reply<T>(reply, &std::free);
 }
@@ -57,14 +57,15 @@ public:
             nullptr));
         if (!reply || xcb_get_image_data_length(reply.get()) < area.width() * area.height() * 4)
             return QImage();
-        return QImage(xcb_get_image_data(reply.get()), area.width(), area.height(), QImage::Format_RGB32).copy();
+        return QImage(xcb_get_image_data(reply.get()), area.width(), area.height(), QImage::Format_RGB32)
+            .copy();
     }
 
     bool grab() const
     {
         const auto pointer = owned(xcb_grab_pointer_reply(m_connection,
-            xcb_grab_pointer(m_connection, 0, m_screen->root, 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, 0, 0,
-                XCB_CURRENT_TIME),
+            xcb_grab_pointer(m_connection, 0, m_screen->root, 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, 0,
+                0, XCB_CURRENT_TIME),
             nullptr));
         const auto keyboard = owned(xcb_grab_keyboard_reply(m_connection,
             xcb_grab_keyboard(
@@ -80,8 +81,8 @@ public:
 private:
     xcb_atom_t atom(std::string_view name) const
     {
-        const auto reply = owned(xcb_intern_atom_reply(
-            m_connection, xcb_intern_atom(m_connection, 0, std::uint16_t(name.size()), name.data()), nullptr));
+        const auto reply = owned(xcb_intern_atom_reply(m_connection,
+            xcb_intern_atom(m_connection, 0, std::uint16_t(name.size()), name.data()), nullptr));
         return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
     }
 
@@ -92,14 +93,15 @@ private:
 bool Screen::showWindow(int inset)
 {
     const xcb_window_t window = xcb_generate_id(m_connection);
-    const std::uint32_t values[] = { m_screen->white_pixel,
-        XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE };
+    const std::uint32_t values[]
+        = { m_screen->white_pixel, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE };
     xcb_create_window(m_connection, XCB_COPY_FROM_PARENT, window, m_screen->root, 100, 200, 400, 300, 0,
         XCB_WINDOW_CLASS_INPUT_OUTPUT, XCB_COPY_FROM_PARENT, XCB_CW_BACK_PIXEL | XCB_CW_EVENT_MASK, values);
     const xcb_atom_t protocols = atom("WM_PROTOCOLS");
     const xcb_atom_t deletion = atom("WM_DELETE_WINDOW");
     const xcb_atom_t extents = atom("_NET_FRAME_EXTENTS");
-    const xcb_atom_t states[] = { atom("_NET_WM_STATE_MAXIMIZED_VERT"), atom("_NET_WM_STATE_MAXIMIZED_HORZ") };
+    const xcb_atom_t states[]
+        = { atom("_NET_WM_STATE_MAXIMIZED_VERT"), atom("_NET_WM_STATE_MAXIMIZED_HORZ") };
     xcb_change_property(
         m_connection, XCB_PROP_MODE_REPLACE, window, protocols, XCB_ATOM_ATOM, 32, 1, &deletion);
     xcb_change_property(
@@ -119,21 +121,22 @@ bool Screen::showWindow(int inset)
         // Whatever changes, the place is told again. The last word holds.
         const auto frame = owned(xcb_get_property_reply(m_connection,
             xcb_get_property(m_connection, 0, window, extents, XCB_ATOM_CARDINAL, 0, 4), nullptr));
-        const auto size = owned(xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, window), nullptr));
+        const auto size
+            = owned(xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, window), nullptr));
         const auto place = owned(xcb_translate_coordinates_reply(
             m_connection, xcb_translate_coordinates(m_connection, window, m_screen->root, 0, 0), nullptr));
         if (!frame || !size || !place || xcb_get_property_value_length(frame.get()) < 16)
             continue;
         const auto* widths = static_cast<const std::uint32_t*>(xcb_get_property_value(frame.get()));
-        std::printf(
-            "%d %d\n", place->dst_x + size->width - inset, place->dst_y - (int(widths[2]) + 1) / 2);
+        std::printf("%d %d\n", place->dst_x + size->width - inset, place->dst_y - (int(widths[2]) + 1) / 2);
         std::fflush(stdout);
     }
 }
 
 bool isNear(QRgb a, QRgb b)
 {
-    return std::abs(qRed(a) - qRed(b)) < 9 && std::abs(qGreen(a) - qGreen(b)) < 9 && std::abs(qBlue(a) - qBlue(b)) < 9;
+    return std::abs(qRed(a) - qRed(b)) < 9 && std::abs(qGreen(a) - qGreen(b)) < 9
+        && std::abs(qBlue(a) - qBlue(b)) < 9;
 }
 
 struct Found {
@@ -142,7 +145,7 @@ struct Found {
 };
 
 /// All pixels for which `isWanted(x, y, colour)` holds; places are from the picture's corner.
-template<typename Wanted> Found found(const QImage& picture, Wanted isWanted)
+template <typename Wanted> Found found(const QImage& picture, Wanted isWanted)
 {
     Found result;
     for (int y = 0; y < picture.height(); ++y) {
@@ -178,7 +181,7 @@ bool tell(const Found& found, const QRect& area, int least)
 }
 
 /// Looks until `isThere()`, at most `limit` ms.
-template<typename There> bool lookUntil(int limit, There isThere)
+template <typename There> bool lookUntil(int limit, There isThere)
 {
     QElapsedTimer timer;
     timer.start();

@@ -129,14 +129,13 @@ void EmbedChannel::undock()
 /// if there is no compositing manager, without which the ground is black.
 bool EmbedChannel::isPanelSeen() const
 {
-    return m_area.look().isTranslucent && m_area.look().foreground && isTranslucencyShown();
+    return m_area.look().isTranslucent && m_area.look().scheme && isTranslucencyShown();
 }
 
 void EmbedChannel::adoptLook()
 {
     if (!m_frame)
         return;
-    const NotificationArea::Look& look = m_area.look();
     if (m_isTranslucent != isPanelSeen()) {
         // A window cannot become transparent.
         undock();
@@ -148,7 +147,7 @@ void EmbedChannel::adoptLook()
         m_frame->setPalette(QPalette(StripBackground::plate(SystemAppearance::shared().scheme())));
         return;
     }
-    m_strip.setGround(qGray(look.foreground->rgb()) > 127 ? ColourScheme::dark : ColourScheme::light);
+    m_strip.setGround(m_area.look().scheme);
 }
 
 /// Puts the strip into the middle of the frame, whose size is the area's choice.

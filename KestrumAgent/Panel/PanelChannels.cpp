@@ -193,6 +193,18 @@ void PanelChannels::leaveArea(std::chrono::milliseconds delay)
     m_change.start(delay);
 }
 
+std::unique_ptr<PanelChannel> PanelChannels::madeTray()
+{
+    auto channel = std::make_unique<TrayChannel>(m_strip, m_menu);
+    const auto adoptGround = [this, tray = channel.get()] {
+        tray->setGround(m_area.window() ? m_area.look().scheme : std::nullopt);
+    };
+    connect(&m_area, &NotificationArea::lookChanged, channel.get(), adoptGround);
+    connect(&m_area, &NotificationArea::changed, channel.get(), adoptGround);
+    adoptGround();
+    return channel;
+}
+
 std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
 {
     switch (way) {
@@ -217,7 +229,7 @@ std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
         Log::info("agent",
             QStringLiteral(
                 "this desktop has no place for items at its panel: a status icon stands for them"));
-        return std::make_unique<TrayChannel>(m_strip, m_menu);
+        return madeTray();
     case Way::strip:
         break;
     }

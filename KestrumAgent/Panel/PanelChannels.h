@@ -48,6 +48,7 @@ private:
     void drop();
     void leaveArea(std::chrono::milliseconds delay);
     std::unique_ptr<PanelChannel> made(Way way);
+    std::unique_ptr<PanelChannel> madeTray();
 
     PanelStrip& m_strip;
     QMenu& m_menu;

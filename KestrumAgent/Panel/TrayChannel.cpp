@@ -9,6 +9,7 @@
 
 #include <QPainter>
 #include <algorithm>
+#include <utility>
 
 namespace kestrum {
 
@@ -45,10 +46,17 @@ TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
     fit();
 }
 
+void TrayChannel::setGround(std::optional<ColourScheme> scheme)
+{
+    if (std::exchange(m_ground, scheme) != scheme)
+        adoptAppearance();
+}
+
 void TrayChannel::adoptAppearance()
 {
-    const ColourScheme scheme
-        = StatusIcons::areOnBlack() ? ColourScheme::dark : SystemAppearance::shared().scheme();
+    const ColourScheme scheme = StatusIcons::areOnBlack()
+        ? ColourScheme::dark
+        : m_ground.value_or(SystemAppearance::shared().scheme());
     QIcon icon;
     for (const int size : { 16, 22, 24, 32, 48, 64 })
         icon.addPixmap(picture(QStringLiteral("cpu"), size, labelColour(scheme)));

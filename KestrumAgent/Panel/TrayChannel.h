@@ -3,9 +3,11 @@
 
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/TrayStand.h"
+#include "Platform/Desktop/SystemAppearance.h"
 
 #include <QObject>
 #include <QSystemTrayIcon>
+#include <optional>
 
 namespace kestrum {
 
@@ -17,6 +19,9 @@ class TrayChannel final : public QObject, public PanelChannel {
 public:
     TrayChannel(PanelStrip& strip, QMenu& menu);
 
+    /// Sets the scheme for the icon, if the panel tells it; nothing stands for the desktop's own.
+    void setGround(std::optional<ColourScheme> scheme);
+
     PopoverStand& popoverStand() override { return m_popoverStand; }
 
 private:
@@ -25,6 +30,7 @@ private:
 
     PanelStrip& m_strip;
     QMenu& m_menu;
+    std::optional<ColourScheme> m_ground;
     QSystemTrayIcon m_icon;
     TrayStand m_popoverStand;
 };

@@ -5,6 +5,7 @@
 
 #include <QGuiApplication>
 #include <QWindow>
+#include <algorithm>
 #include <qguiapplication_platform.h>
 #include <utility>
 
@@ -91,9 +92,9 @@ NotificationArea::Look NotificationArea::readLook() const
 {
     Look look;
     const QList<quint32> colours = cardinals(m_connection, m_window, m_colours);
-    const auto part = [&colours](int at) { return quint16(std::min<quint32>(colours[at], 0xffff)); };
+    const auto part = [&colours](int at) { return int(std::min<quint32>(colours[at], 0xffff) >> 8); };
     if (colours.size() >= 3)
-        look.foreground = QColor::fromRgba64(part(0), part(1), part(2));
+        look.scheme = qGray(part(0), part(1), part(2)) > 127 ? ColourScheme::dark : ColourScheme::light;
     const QList<quint32> visual = cardinals(m_connection, m_window, m_visual);
     look.isTranslucent = !visual.isEmpty() && depthOf(m_connection, visual.first()) == translucentDepth;
     return look;

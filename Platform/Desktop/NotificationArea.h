@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Desktop/SystemAppearance.h"
+
 #include <QAbstractNativeEventFilter>
-#include <QColor>
 #include <QObject>
 #include <optional>
 
@@ -17,8 +18,9 @@ class NotificationArea final : public QObject, QAbstractNativeEventFilter {
     Q_OBJECT
 public:
     struct Look {
-        /// The panel's own colour of texts; nothing if the panel does not tell it.
-        std::optional<QColor> foreground;
+        /// The scheme for what stands on the panel: dark if the panel's own texts are light. Nothing if the panel does not tell
+        /// their colour.
+        std::optional<ColourScheme> scheme;
         /// Whether windows with transparent parts show the panel behind them.
         bool isTranslucent = false;
         bool operator==(const Look&) const = default;

@@ -114,7 +114,7 @@ private Q_SLOTS:
         QCOMPARE(strip.height(), DesktopFixture::stripHeight);
         QCOMPARE(strip.right(), picture.width() - 1);
         // The bar and the strip have a row each, and windows stand below both. Which of the two is the upper one is the
-        // compositor's choice: sway 1.7 gives the edge to the one that came last, later versions to the first one.
+        // compositor's choice.
         const QColor desktop(0x20, 0x40, 0x60);
         const int windows = topOfWindows();
         QVERIFY(windows > DesktopFixture::stripHeight + 10 && windows >= strip.bottom() + 1);

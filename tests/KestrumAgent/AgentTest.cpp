@@ -1,4 +1,5 @@
 #include "KestrumAgent/Agent.h"
+#include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/PopoverController.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
@@ -82,6 +83,30 @@ private Q_SLOTS:
         startAgent();
     }
     void cleanup() { m_agent.reset(); }
+
+    // Bridges
+
+    void aBridgeIsRememberedUntilItIsDetached()
+    {
+        const Setting remembered(Keys::panelBridge, QString());
+        QTRY_VERIFY(m_agent->strip()->isVisible());
+        const uint bridge = m_agent->service()->Attach(QStringLiteral("shell"), {});
+        QCOMPARE(remembered.value(), QStringLiteral("shell"));
+        QVERIFY(!m_agent->strip()->isVisible());
+        m_agent->service()->Detach(bridge);
+        QVERIFY(!remembered.recognised());
+        QTRY_VERIFY(m_agent->strip()->isVisible());
+        QCOMPARE(m_agent->service()->shownBy(), QStringLiteral("strip"));
+    }
+
+    void withoutABusNoBridgeIsWaitedFor()
+    {
+        Setting(Keys::panelBridge, QString()).set(QStringLiteral("shell"));
+        startAgent();
+        QVERIFY(!m_agent->strip()->isVisible());
+        // Much sooner than a bridge would be given up.
+        QTRY_VERIFY_WITH_TIMEOUT(m_agent->strip()->isVisible(), 2000);
+    }
 
     // Signals
 

@@ -21,13 +21,13 @@ using namespace kestrum;
 namespace {
 
 /// A strip whose channels are chosen. The members go in the order of an agent's.
-struct Shown {
+struct ShownItems {
     std::shared_ptr<FakeReadings> readings = std::make_shared<FakeReadings>();
     PanelStrip strip { readings };
     QMenu menu;
     PanelChannels channels { strip, menu };
 
-    explicit Shown(bool isBridgeExpected = false) { channels.start(isBridgeExpected); }
+    explicit ShownItems(bool isBridgeExpected = false) { channels.start(isBridgeExpected); }
     QString by() const { return channels.shownBy(); }
     bool isInArea() const { return by() == QLatin1StringView("notification-area"); }
     bool isStrip() const { return by() == QLatin1StringView("strip") && strip.isVisible(); }
@@ -59,7 +59,7 @@ struct Shown {
     }
 };
 
-const StandInArea::Panel narrow { .greatestWidth = 22, .foreground = {}, .isComposited = false };
+const StandInArea::Panel narrowPanel { .greatestWidth = 22, .foreground = {}, .isComposited = false };
 
 } // namespace
 
@@ -78,7 +78,7 @@ private Q_SLOTS:
 
     void withoutAPanelItIsAStripAtOnce()
     {
-        const Shown shown;
+        const ShownItems shown;
         QVERIFY(shown.isStrip());
         QVERIFY(shown.channels.stand());
     }
@@ -86,7 +86,7 @@ private Q_SLOTS:
     void aPanelThatIsThereTakesTheItemsIn()
     {
         const StandInArea area;
-        const Shown shown;
+        const ShownItems shown;
         QVERIFY(shown.isInArea());
         QTRY_VERIFY(shown.strip.window()->isVisible());
         QCOMPARE(area.docked(), QList { xcb_window_t(shown.strip.window()->winId()) });
@@ -101,7 +101,7 @@ private Q_SLOTS:
 
     void aPanelThatComesLateTakesThemIn()
     {
-        const Shown shown;
+        const ShownItems shown;
         QVERIFY(shown.isStrip());
         const StandInArea area;
         QTRY_VERIFY(shown.isInArea() && shown.strip.window()->isVisible());
@@ -111,7 +111,7 @@ private Q_SLOTS:
     void aPanelThatStartsAgainHasThemAgainWithoutAFlash()
     {
         auto area = std::make_unique<StandInArea>();
-        const Shown shown;
+        const ShownItems shown;
         for (int round = 0; round < 2; ++round) {
             QTRY_VERIFY(shown.isInArea() && shown.strip.window()->isVisible());
             area.reset();
@@ -126,8 +126,8 @@ private Q_SLOTS:
 
     void aPanelThatGivesTooLittleRoomIsLeft()
     {
-        auto area = std::make_unique<StandInArea>(narrow);
-        const Shown shown;
+        auto area = std::make_unique<StandInArea>(narrowPanel);
+        const ShownItems shown;
         QVERIFY(shown.isInArea());
         // The toolkit's status icon may stand in the same area.
         QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
@@ -145,7 +145,7 @@ private Q_SLOTS:
         for (const auto& section : allCases<MonitorSection>())
             Setting(MeterSettings::visibilityKey(section.value)).set(section.value == MonitorSection::cpu);
         const StandInArea area({ .greatestWidth = 120, .foreground = {}, .isComposited = false });
-        Shown shown;
+        ShownItems shown;
         QTest::qWait(1200);
         QVERIFY(shown.isInArea());
         for (const auto& section : allCases<MonitorSection>())
@@ -157,7 +157,7 @@ private Q_SLOTS:
     void withoutItemsNothingIsInThePanel()
     {
         const StandInArea area;
-        Shown shown;
+        ShownItems shown;
         QTRY_VERIFY(shown.strip.isVisible());
         const qsizetype before = area.docked().size();
         for (const bool isShown : { false, true }) {
@@ -172,7 +172,7 @@ private Q_SLOTS:
     void onThePanelTheyHaveItsColours()
     {
         StandInArea area({ .greatestWidth = 1000, .foreground = Qt::white, .isComposited = true });
-        Shown shown;
+        ShownItems shown;
         QTRY_VERIFY(shown.strip.isVisible());
         const int onDark = shown.lightness();
         QVERIFY2(onDark > 150, QByteArray::number(onDark).constData());
@@ -183,7 +183,7 @@ private Q_SLOTS:
     void withoutACompositingManagerTheyHaveTheirPlate()
     {
         const StandInArea area({ .greatestWidth = 1000, .foreground = Qt::white, .isComposited = false });
-        Shown shown;
+        ShownItems shown;
         QTRY_VERIFY(shown.strip.isVisible());
         QCOMPARE(shown.lightness(), -1);
     }
@@ -192,7 +192,7 @@ private Q_SLOTS:
     {
         qputenv("XDG_CURRENT_DESKTOP", "X-Cinnamon");
         const StandInArea area;
-        const Shown shown;
+        const ShownItems shown;
         QVERIFY(shown.isIcon());
         QTest::qWait(quietTime);
         QVERIFY(!shown.strip.isVisible());
@@ -200,7 +200,7 @@ private Q_SLOTS:
 
     void aBridgeTakesThemOverAndGivesThemBack()
     {
-        Shown shown;
+        ShownItems shown;
         QVERIFY(shown.isStrip());
         QSignalSpy told(&shown.channels, &PanelChannels::standChanged);
         shown.channels.setBridged(true);
@@ -217,7 +217,7 @@ private Q_SLOTS:
 
     void anExpectedBridgeIsWaitedForAWhile()
     {
-        Shown shown(true);
+        ShownItems shown(true);
         QVERIFY(!shown.flashes(1500));
         shown.channels.expectNoBridge();
         QVERIFY(shown.isStrip());
@@ -225,7 +225,7 @@ private Q_SLOTS:
 
     void aBridgeThatDoesNotComeIsNotWaitedForLong()
     {
-        const Shown shown(true);
+        const ShownItems shown(true);
         QTRY_VERIFY_WITH_TIMEOUT(shown.isStrip(), 7000);
     }
 };

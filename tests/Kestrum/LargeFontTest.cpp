@@ -100,7 +100,8 @@ KESTRUM_TEST_MAIN_OF(LargeFontTest)(int argc, char** argv)
             Theme::font(Theme::TextStyle::footnote).pointSizeF());
         return 0;
     }
-    const TestHome home;
+    const TestHome home; // forgets the desktop's name
+    qputenv("XDG_CURRENT_DESKTOP", "KDE");
     const VirtualDisplay display;
     const SessionBus bus;
     if (!display.isUp() || !bus.isUp())

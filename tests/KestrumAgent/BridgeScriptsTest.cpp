@@ -155,7 +155,8 @@ private Q_SLOTS:
             QCOMPARE(item[QLatin1StringView("id")].toString(), rawValue(ours[i].section));
             QCOMPARE(item[QLatin1StringView("text")].toString(), m_desk->strip.text(ours[i].section));
             QCOMPARE(item[QLatin1StringView("sum")].toString(),
-                sum(StripScene::picture(ours[i], ColourScheme::dark, scale, Appearance::current())));
+                sum(StripScene::picture(
+                    ours[i], ItemInk(ColourScheme::dark, Qt::white), scale, Appearance::current())));
         }
         const QString before = text("view.items[2].sum");
         QCOMPARE(text("view.items[2].id"), QStringLiteral("memory"));

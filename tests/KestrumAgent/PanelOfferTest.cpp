@@ -116,6 +116,8 @@ private Q_SLOTS:
     {
         QFETCH(const QString, shownBy);
         startAgent("GNOME");
+        // The agent has found its own way by now, so it does not change it any more.
+        QTRY_VERIFY(m_agent->service()->shownBy() != QLatin1StringView("nothing"));
         m_agent->service()->setOwnWay(shownBy);
         look();
         QTRY_COMPARE(m_notifications->shown.size(), 1);

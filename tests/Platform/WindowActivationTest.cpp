@@ -125,6 +125,8 @@ private Q_SLOTS:
         QCOMPARE(request.format, uint8_t(32));
         QCOMPARE(request.data.data32[0], 2U);
         QCOMPARE(request.data.data32[1], 123456789U);
+        // The end of the start is told too. It must not come in the middle of the next test.
+        QTRY_VERIFY(m_messages->startUp.contains('\0'));
     }
 
     void withoutATokenNoTimeIsTold()

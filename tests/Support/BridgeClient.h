@@ -3,6 +3,7 @@
 
 #include "KestrumShared/Agent/PanelContract.h"
 
+#include <QCoreApplication>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
@@ -141,6 +142,8 @@ private:
         const QDBusPendingCall pending = QDBusConnection(m_name).asyncCall(message, limit);
         QDBusPendingCallWatcher watcher(pending);
         (void)QTest::qWaitFor([&] { return watcher.isFinished(); }, limit);
+        // The bus's thread marks an answer itself. Signals from before may still wait for this thread.
+        QCoreApplication::processEvents();
         return pending.reply();
     }
 

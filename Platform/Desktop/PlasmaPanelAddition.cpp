@@ -90,7 +90,8 @@ QString PlasmaPanelAddition::title() const
     return QStringLiteral("the widget ") + widgetName;
 }
 
-void PlasmaPanelAddition::evaluate(const char* script, std::function<void(const Result<QString>&)> answered)
+void PlasmaPanelAddition::evaluate(
+    const char* script, const std::function<void(const Result<QString>&)>& answered)
 {
     const auto ask = [this, script, answered](bool isJoined) {
         if (!isJoined) {

@@ -18,7 +18,7 @@ public:
     void remove(Changed changed) override;
 
 private:
-    void evaluate(const char* script, std::function<void(const Result<QString>&)> answered);
+    void evaluate(const char* script, const std::function<void(const Result<QString>&)>& answered);
     void change(const char* script, Changed changed);
 };
 

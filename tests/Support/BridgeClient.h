@@ -72,8 +72,7 @@ public:
     }
     void attach(const QVariantMap& look = {}, const QString& host = QStringLiteral("test"))
     {
-        // The first items follow the answer, and are this bridge's only when it knows its number.
-        number = send(PanelContract::interface, "Attach", { host, look }).arguments().value(0).toUInt();
+        number = call("Attach", { host, look }).arguments().value(0).toUInt();
     }
     /// Whether all that was sent to this client before has come.
     bool isUpToDate()
@@ -95,7 +94,7 @@ public:
 private Q_SLOTS:
     void heardItems(const QDBusMessage& message)
     {
-        if (message.arguments().value(0).toUInt() != number)
+        if (!isMine(message))
             return;
         items = qdbus_cast<QList<PanelItem>>(message.arguments().value(1));
         ++itemMessages;
@@ -105,7 +104,7 @@ private Q_SLOTS:
     void heardPopover(const QDBusMessage& message)
     {
         const QVariantList told = message.arguments();
-        if (told.value(0).toUInt() != number)
+        if (!isMine(message))
             return;
         popoverItem = told.value(1).toString();
         popoverText = told.value(2).toString();
@@ -125,21 +124,26 @@ private Q_SLOTS:
     }
     void heardClosed(const QDBusMessage& message)
     {
-        if (message.arguments().value(0).toUInt() == number)
+        if (isMine(message))
             ++closes;
     }
     void heardRequested(const QDBusMessage& message)
     {
-        if (message.arguments().value(0).toUInt() == number)
+        if (isMine(message))
             requested.append(message.arguments().value(1).toString());
     }
     void heardCopied(const QDBusMessage& message)
     {
-        if (message.arguments().value(0).toUInt() == number)
+        if (isMine(message))
             copied = message.arguments().value(1).toString();
     }
 
 private:
+    /// Messages come to their client alone. The first items may be heard before the answer with the number is.
+    bool isMine(const QDBusMessage& message) const
+    {
+        return number == 0 || message.arguments().value(0).toUInt() == number;
+    }
     QDBusMessage send(const QString& interface, const char* method, const QVariantList& arguments)
     {
         QDBusMessage message = QDBusMessage::createMethodCall(

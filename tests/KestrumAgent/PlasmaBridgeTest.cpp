@@ -87,6 +87,8 @@ private Q_SLOTS:
     }
     void cleanup()
     {
+        // Closing a connection with a message on its way would lose the message's memory: the client's last word has to arrive.
+        QVERIFY(QTest::qWaitFor([&] { return !m_service->isUsed(); }));
         m_service.reset();
         m_menu.reset();
         m_desk.reset();

@@ -17,7 +17,9 @@ namespace kestrum {
 
 namespace {
 
-/// How long an area may take until the strip has its room. Panels arrange their parts in several steps.
+/// How long an area may take until it takes the strip in. At the beginning of a session its panel is busy with other parts.
+constexpr std::chrono::seconds entryTime { 10 };
+/// How long it may take then until the strip has its room. Panels arrange their parts in several steps.
 constexpr std::chrono::seconds trialTime { 1 };
 /// The least part of the strip's height: a low panel may cut what is empty above and below the items.
 constexpr double leastHeight = 0.8;
@@ -31,11 +33,10 @@ EmbedChannel::EmbedChannel(PanelStrip& strip, QMenu& menu, NotificationArea& are
     , m_menuWindow(strip, menu)
 {
     m_trial.setSingleShot(true);
-    m_trial.setInterval(trialTime);
     connect(&m_trial, &QTimer::timeout, this, [this] {
         findPlace();
         if (!hasRoom())
-            Q_EMIT refused();
+            Q_EMIT refused(m_embedding->size().width() / m_strip.devicePixelRatioF());
     });
     m_strip.installEventFilter(this);
     // Not from within the event, because a new window may be needed.
@@ -72,7 +73,8 @@ void EmbedChannel::fit()
     // The panel arranges its parts by the window's least size.
     m_frame->setFixedSize(size);
     arrange();
-    m_trial.start();
+    if (m_embedding->isEmbedded())
+        m_trial.start(trialTime);
 }
 
 void EmbedChannel::dock()
@@ -100,6 +102,7 @@ void EmbedChannel::dock()
         [this] {
             m_frame->show();
             findPlace();
+            m_trial.start(trialTime);
         },
         Qt::QueuedConnection);
     connect(
@@ -107,12 +110,12 @@ void EmbedChannel::dock()
         [this] {
             findPlace();
             if (!hasRoom() && !m_trial.isActive())
-                m_trial.start();
+                m_trial.start(trialTime);
         },
         Qt::QueuedConnection);
     connect(m_embedding.get(), &X11Embedding::released, this, &EmbedChannel::released);
     m_area.dock(window);
-    m_trial.start();
+    m_trial.start(entryTime);
 }
 
 void EmbedChannel::undock()

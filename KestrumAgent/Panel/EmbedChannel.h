@@ -24,8 +24,9 @@ public:
     PopoverStand& popoverStand() override { return m_popoverStand; }
 
 Q_SIGNALS:
-    /// The area does not take the strip in, or gives it less room than it needs: another channel is needed.
-    void refused();
+    /// The area gives the strip less room than it needs: another channel is needed. `width` is what it gives, in points; 0 if
+    /// it does not take the strip in.
+    void refused(double width);
     /// The area has let the strip go, perhaps because it is gone itself.
     void released();
 

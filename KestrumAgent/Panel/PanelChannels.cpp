@@ -5,6 +5,7 @@
 #include "KestrumAgent/Panel/EmbedChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Panel/TrayChannel.h"
+#include "Platform/Desktop/DesktopName.h"
 #include "Platform/Log/Log.h"
 
 #include <QGuiApplication>
@@ -30,6 +31,9 @@ constexpr auto delayOfGain = 250ms;
 /// A panel that starts again is gone for a moment. The strip is not to flash over the desktop meanwhile.
 constexpr auto delayOfLoss = 800ms;
 
+/// An area that lets the strip go so often does not want it.
+constexpr int mostReleases = 3;
+
 /// The delay before the log reports missing status icons: at the start of a session, the panel may appear a little later.
 constexpr auto delayBeforeTelling = 2s;
 
@@ -42,8 +46,7 @@ bool isWayland()
 bool hasLayers()
 {
 #ifdef KESTRUM_LAYER_SHELL
-    return !qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':').contains(QLatin1StringView("KDE"))
-        && LayerSurface::isSupported();
+    return !isDesktop(QLatin1StringView("kde")) && LayerSurface::isSupported();
 #else
     return false;
 #endif
@@ -65,13 +68,18 @@ PanelChannels::PanelChannels(PanelStrip& strip, QMenu& menu, QObject* parent)
     connect(
         &m_area, &NotificationArea::changed, this,
         [this] {
-            m_refused = 0;
+            m_releases = 0;
             // A channel within an area that is gone shows nothing any longer.
             if (m_way == Way::notificationArea)
                 drop();
-            look();
+            askAreaAgain();
         },
         Qt::QueuedConnection);
+    connect(&m_icons, &StatusIcons::widthsChanged, this, &PanelChannels::askAreaAgain);
+    connect(&m_strip, &PanelStrip::rebuilt, this, [this] {
+        if (!m_strip.isEmpty() && m_strip.sizeHint().width() <= m_refusedWidth)
+            askAreaAgain();
+    });
     connect(&m_icons, &StatusIcons::changed, this, [this] {
         if (m_icons.isKnown())
             m_iconsWait.stop();
@@ -183,12 +191,23 @@ void PanelChannels::drop()
         Q_EMIT standChanged(nullptr);
 }
 
-/// The area does not show the strip, though it is there: it is not asked again.
+void PanelChannels::askAreaAgain()
+{
+    m_refused = 0;
+    m_refusedWidth = 0;
+    look();
+}
+
+/// The area does not show the strip, though it is there: it is not asked again until something is different.
+void PanelChannels::refuseArea(double width)
+{
+    m_refused = m_area.window();
+    m_refusedWidth = width;
+}
+
+/// Shows the strip elsewhere, or in the area again, after a while.
 void PanelChannels::leaveArea(std::chrono::milliseconds delay)
 {
-    if (m_way != Way::notificationArea || !m_channel)
-        return;
-    m_refused = m_area.window();
     drop();
     m_change.start(delay);
 }
@@ -215,13 +234,19 @@ std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
         // Not from within the signals, whose sender goes.
         connect(
             channel.get(), &EmbedChannel::refused, this,
-            [this] {
+            [this](double width) {
                 Log::info("agent", QStringLiteral("the panel has no room for the items among its icons"));
+                refuseArea(width);
                 leaveArea(0ms);
             },
             Qt::QueuedConnection);
         connect(
-            channel.get(), &EmbedChannel::released, this, [this] { leaveArea(delayOfLoss); },
+            channel.get(), &EmbedChannel::released, this,
+            [this] {
+                if (++m_releases == mostReleases)
+                    refuseArea(0);
+                leaveArea(delayOfLoss);
+            },
             Qt::QueuedConnection);
         return channel;
     }

@@ -46,6 +46,8 @@ private:
     void look();
     void adopt();
     void drop();
+    void askAreaAgain();
+    void refuseArea(double width);
     void leaveArea(std::chrono::milliseconds delay);
     std::unique_ptr<PanelChannel> made(Way way);
     std::unique_ptr<PanelChannel> madeTray();
@@ -56,8 +58,10 @@ private:
     StatusIcons m_icons;
     bool m_isStarted = false;
     bool m_isBridged = false;
-    quint32 m_refused = 0;    ///< the area that does not give the strip its room
-    Way m_way = Way::nothing; ///< without its channel for a while if the area is gone
+    quint32 m_refused = 0;     ///< the area that does not give the strip its room
+    double m_refusedWidth = 0; ///< what it gives, in points
+    int m_releases = 0;        ///< how often the area has let the strip go
+    Way m_way = Way::nothing;  ///< without its channel for a while if the area is gone
     std::unique_ptr<PanelChannel> m_channel;
     QTimer m_bridgeWait;
     QTimer m_iconsWait;

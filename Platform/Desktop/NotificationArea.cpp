@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Desktop/NotificationArea.h"
 
+#include "Platform/Desktop/DesktopName.h"
 #include "Platform/Desktop/XcbReply.h"
 
 #include <QGuiApplication>
@@ -120,8 +121,11 @@ void NotificationArea::dock(const QWindow& window) const
 
 bool NotificationArea::isMisleading()
 {
-    return qEnvironmentVariable("XDG_CURRENT_DESKTOP")
-        .contains(QLatin1StringView("cinnamon"), Qt::CaseInsensitive);
+    for (const char* name : { "x-cinnamon", "kde", "lxqt" }) {
+        if (isDesktop(QLatin1StringView(name)))
+            return true;
+    }
+    return false;
 }
 
 bool NotificationArea::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)

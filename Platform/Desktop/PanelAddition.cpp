@@ -2,6 +2,7 @@
 #include "Platform/Desktop/PanelAddition.h"
 
 #include "Platform/Desktop/CinnamonPanelAddition.h"
+#include "Platform/Desktop/DesktopName.h"
 #include "Platform/Desktop/GnomePanelAddition.h"
 #include "Platform/Desktop/PlasmaPanelAddition.h"
 #include "Platform/Desktop/XfcePanelAddition.h"
@@ -12,8 +13,7 @@ namespace kestrum {
 
 std::unique_ptr<PanelAddition> PanelAddition::ofDesktop()
 {
-    const QStringList names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower().split(u':');
-    const auto isNamed = [&names](const char* name) { return names.contains(QString::fromLatin1(name)); };
+    const auto isNamed = [](const char* name) { return isDesktop(QLatin1StringView(name)); };
     if (isNamed("kde"))
         return std::make_unique<PlasmaPanelAddition>();
     if (isNamed("x-cinnamon"))

@@ -2,13 +2,13 @@
 #include "Platform/Desktop/StatusIcons.h"
 
 #include "Platform/Desktop/DesktopBus.h"
+#include "Platform/Desktop/DesktopName.h"
 #include "Platform/Log/Log.h"
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
-#include <QStringList>
 
 namespace kestrum {
 
@@ -51,7 +51,10 @@ void StatusIcons::follow()
         && bus.connect(QString(), listPath, listService, QStringLiteral("StatusNotifierHostRegistered"), this,
             SLOT(ask()))
         && bus.connect(QString(), listPath, listService, QStringLiteral("StatusNotifierHostUnregistered"),
-            this, SLOT(ask()));
+            this, SLOT(ask()))
+        && bus.connect(QString(), QStringLiteral("/org/xfce/Xfconf"), QStringLiteral("org.xfce.Xfconf"),
+            QStringLiteral("PropertyChanged"), { QStringLiteral("xfce4-panel") }, QString(), this,
+            SLOT(heardPanelSetting(QString, QString)));
     if (!isFollowed)
         Log::warning("agent",
             QStringLiteral("status icons that come later will not be noticed: %1")
@@ -71,6 +74,12 @@ void StatusIcons::ask()
     });
 }
 
+void StatusIcons::heardPanelSetting(const QString&, const QString& property)
+{
+    if (property.endsWith(QLatin1StringView("/square-icons")))
+        Q_EMIT widthsChanged();
+}
+
 void StatusIcons::adopt(bool areShown)
 {
     const bool isSame = m_isKnown && m_areShown == areShown;
@@ -82,9 +91,8 @@ void StatusIcons::adopt(bool areShown)
 
 bool StatusIcons::areOnBlack()
 {
-    const QStringList names = qEnvironmentVariable("XDG_CURRENT_DESKTOP").toLower().split(u':');
     // GNOME's bar is always black. The panels of GNOME's classic mode follow the colour scheme.
-    return names.contains(QLatin1StringView("gnome")) && !names.contains(QLatin1StringView("gnome-classic"));
+    return isDesktop(QLatin1StringView("gnome")) && !isDesktop(QLatin1StringView("gnome-classic"));
 }
 
 } // namespace kestrum

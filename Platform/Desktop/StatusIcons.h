@@ -24,9 +24,12 @@ public:
 Q_SIGNALS:
     /// `isKnown` or `areShown` has another value now.
     void changed();
+    /// The panel may give icons other widths now. Only Xfce's panel tells it.
+    void widthsChanged();
 
 private Q_SLOTS:
     void ask();
+    void heardPanelSetting(const QString& channel, const QString& property);
 
 private:
     void follow();

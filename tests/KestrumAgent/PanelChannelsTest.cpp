@@ -6,11 +6,15 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
 #include "tests/Support/QuietTime.h"
+#include "tests/Support/SessionBus.h"
 #include "tests/Support/StandInArea.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/VirtualDisplay.h"
 
 #include <QApplication>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusVariant>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QTest>
@@ -154,6 +158,69 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
     }
 
+    void fewerItemsThatFitReturn()
+    {
+        const StandInArea area({ .greatestWidth = 120, .foreground = {}, .isComposited = false });
+        ShownItems shown;
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
+        Setting(MeterSettings::visibilityKey(MonitorSection::sensors)).set(false);
+        shown.strip.rebuild();
+        QTest::qWait(quietTime + 300);
+        QVERIFY(shown.isIcon()); // three are still too many
+        for (const auto& section : allCases<MonitorSection>())
+            Setting(MeterSettings::visibilityKey(section.value)).set(section.value == MonitorSection::cpu);
+        shown.strip.rebuild();
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isInArea() && shown.strip.isVisible(), 3000);
+    }
+
+    void aPanelThatTakesItsTimeIsWaitedFor()
+    {
+        StandInArea area;
+        area.setBusy(true);
+        const ShownItems shown;
+        QTest::qWait(2500);
+        QVERIFY(shown.isInArea());
+        QVERIFY(area.docked().isEmpty());
+        area.setBusy(false);
+        QTRY_VERIFY_WITH_TIMEOUT(shown.strip.isVisible() && shown.strip.window()->isVisible(), 3000);
+    }
+
+    void aPanelThatLetsThemGoIsAskedAFewTimesMore()
+    {
+        StandInArea area;
+        const ShownItems shown;
+        for (int round = 0; round < 3; ++round) {
+            QTRY_VERIFY_WITH_TIMEOUT(shown.isInArea() && shown.strip.isVisible(), 3000);
+            area.release();
+            QTRY_VERIFY(!shown.strip.isVisible());
+        }
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
+    }
+
+    void anotherSettingOfThePanelLetsThemIn()
+    {
+        const SessionBus bus(SessionBus::Services::none);
+        StandInArea area(narrowPanel);
+        const ShownItems shown;
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
+        area.setGreatestWidth(1000);
+        constexpr QLatin1StringView name("panel-settings");
+        QDBusConnection panel = QDBusConnection::connectToBus(bus.address(), name);
+        const auto tell = [&panel](const char* property) {
+            QDBusMessage message = QDBusMessage::createSignal(QStringLiteral("/org/xfce/Xfconf"),
+                QStringLiteral("org.xfce.Xfconf"), QStringLiteral("PropertyChanged"));
+            message << QStringLiteral("xfce4-panel") << QString::fromLatin1(property)
+                    << QVariant::fromValue(QDBusVariant(false));
+            QVERIFY(panel.send(message));
+        };
+        tell("/panels/panel-1/size");
+        QTest::qWait(quietTime);
+        QVERIFY(shown.isIcon());
+        tell("/plugins/plugin-6/square-icons");
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isInArea() && shown.strip.isVisible(), 3000);
+        QDBusConnection::disconnectFromBus(name);
+    }
+
     void withoutItemsNothingIsInThePanel()
     {
         const StandInArea area;
@@ -188,9 +255,16 @@ private Q_SLOTS:
         QCOMPARE(shown.lightness(), -1);
     }
 
+    void aPanelThatOnlyPretendsIsNotAsked_data()
+    {
+        QTest::addColumn<QByteArray>("desktop");
+        for (const char* name : { "X-Cinnamon", "KDE", "LXQt" })
+            QTest::newRow(name) << QByteArray(name);
+    }
     void aPanelThatOnlyPretendsIsNotAsked()
     {
-        qputenv("XDG_CURRENT_DESKTOP", "X-Cinnamon");
+        QFETCH(QByteArray, desktop);
+        qputenv("XDG_CURRENT_DESKTOP", desktop);
         const StandInArea area;
         const ShownItems shown;
         QVERIFY(shown.isIcon());

@@ -64,6 +64,21 @@ public:
     /// The windows that asked to be taken in.
     const QList<xcb_window_t>& docked() const { return m_docked; }
 
+    /// As a panel at the beginning of a session: it takes nothing in.
+    void setBusy(bool isBusy) { m_isBusy = isBusy; }
+    /// What windows get when they ask the next time.
+    void setGreatestWidth(int width) { m_panel.greatestWidth = width; }
+    /// Lets all windows go.
+    void release()
+    {
+        for (const xcb_window_t window : m_docked) {
+            xcb_unmap_window(m_server, window);
+            xcb_reparent_window(m_server, window, m_screen->root, 0, 0);
+        }
+        m_docked.clear();
+        xcb_flush(m_server);
+    }
+
     void setForeground(const QColor& colour)
     {
         const QRgba64 deep = colour.rgba64();
@@ -104,6 +119,8 @@ private:
     }
     void serve()
     {
+        if (m_isBusy)
+            return;
         while (auto* event = xcb_poll_for_event(m_server)) {
             const int type = event->response_type & 0x7F;
             if (type == XCB_CLIENT_MESSAGE) {
@@ -134,6 +151,7 @@ private:
     xcb_screen_t* m_screen = xcb_setup_roots_iterator(xcb_get_setup(m_server)).data;
     xcb_window_t m_window = XCB_WINDOW_NONE;
     QList<xcb_window_t> m_docked;
+    bool m_isBusy = false;
     QTimer m_pump;
 };
 

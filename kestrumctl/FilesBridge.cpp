@@ -58,7 +58,7 @@ FilesBridge::FilesBridge(const QString& directory, const QVariantMap& look, QObj
 
 FilesBridge::~FilesBridge()
 {
-    QDBusConnection::disconnectFromBus(filesConnection);
+    DesktopBus::leave(filesConnection, *this);
     keepOnly({});
 }
 

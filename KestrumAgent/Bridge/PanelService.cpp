@@ -49,7 +49,7 @@ PanelService::~PanelService()
 {
     for (const auto& [number, bridge] : m_bridges)
         m_popovers.leave(bridge->stand());
-    QDBusConnection::disconnectFromBus(panelConnection);
+    DesktopBus::leave(panelConnection, *this);
 }
 
 void PanelService::start()

@@ -84,6 +84,13 @@ void DesktopBus::join(
         });
 }
 
+void DesktopBus::leave(const QString& connection, const QObject& user)
+{
+    // Who listens first is told first: the toolkit began to listen when `user` followed its first signal.
+    QObject::connect(
+        &user, &QObject::destroyed, [connection] { QDBusConnection::disconnectFromBus(connection); });
+}
+
 void DesktopBus::call(const QString& connection, const QDBusMessage& message, QObject* context,
     std::function<void(const QDBusPendingCall&)> answered, int timeLimit)
 {

@@ -27,6 +27,10 @@ void nameToToolkit();
 /// called if `context` has been destroyed by then.
 void join(const QString& address, const QString& name, QObject* context, std::function<void(bool)> joined);
 
+/// Leaves the bus when `user` is gone. Call this in the destructor of the object that follows signals by the connection: the
+/// toolkit waits for the connection's thread when such an object goes, and would wait for a connection that is gone.
+void leave(const QString& connection, const QObject& user);
+
 /// Sends `message` over the joined connection named `connection`. The event loop calls `answered` with the answer or the
 /// error, unless `context` has been destroyed by then. The parameter of `answered` may be a `QDBusPendingReply` of the
 /// answer's types. `timeLimit` is in ms; -1 means the bus library's own limit.

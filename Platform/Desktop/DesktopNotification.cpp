@@ -46,7 +46,7 @@ DesktopNotification::DesktopNotification(QObject* parent)
 
 DesktopNotification::~DesktopNotification()
 {
-    QDBusConnection::disconnectFromBus(m_connection);
+    DesktopBus::leave(m_connection, *this);
 }
 
 void DesktopNotification::show(const Content& content)

@@ -61,7 +61,7 @@ void adoptShellState(const QVariantMap& told, PanelAddition::State& state)
 
 GnomePanelAddition::~GnomePanelAddition()
 {
-    QDBusConnection::disconnectFromBus(shellConnection);
+    DesktopBus::leave(shellConnection, *this);
 }
 
 QString GnomePanelAddition::title() const

@@ -82,7 +82,7 @@ QString widgetFile()
 
 PlasmaPanelAddition::~PlasmaPanelAddition()
 {
-    QDBusConnection::disconnectFromBus(plasmaConnection);
+    DesktopBus::leave(plasmaConnection, *this);
 }
 
 QString PlasmaPanelAddition::title() const

@@ -52,7 +52,7 @@ void SessionPause::tryAgain()
 
 SessionPause::~SessionPause()
 {
-    QDBusConnection::disconnectFromBus(m_connection);
+    DesktopBus::leave(m_connection, *this);
 }
 
 QString SessionPause::pathOf(const QByteArray& session)

@@ -75,7 +75,7 @@ SoftwareCentre::SoftwareCentre(const QString& component, const QString& package,
 
 SoftwareCentre::~SoftwareCentre()
 {
-    QDBusConnection::disconnectFromBus(busConnection);
+    DesktopBus::leave(busConnection, *this);
 }
 
 void SoftwareCentre::look(const std::function<void()>& looked)

@@ -37,7 +37,7 @@ StatusIcons::StatusIcons(QObject* parent)
 
 StatusIcons::~StatusIcons()
 {
-    QDBusConnection::disconnectFromBus(iconsConnection);
+    DesktopBus::leave(iconsConnection, *this);
 }
 
 void StatusIcons::follow()

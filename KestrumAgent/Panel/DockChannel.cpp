@@ -9,12 +9,16 @@
 #include <QScreen>
 #include <QToolTip>
 #include <QWindow>
+#include <chrono>
 #include <cmath>
 #include <utility>
 
 namespace kestrum {
 
 namespace {
+
+/// How long a window manager may take to show a window.
+constexpr std::chrono::seconds timeToShow { 1 };
 
 double fraction(double number)
 {
@@ -60,6 +64,12 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
         });
     connect(&m_strip, &PanelStrip::pointerLeft, this, [] { QToolTip::hideText(); });
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &DockChannel::follow);
+    m_check.setSingleShot(true);
+    m_check.setInterval(timeToShow);
+    connect(&m_check, &QTimer::timeout, this, [this] {
+        if (m_strip.isVisible() && !m_strip.windowHandle()->isExposed())
+            Q_EMIT lost();
+    });
     follow(QGuiApplication::primaryScreen());
 }
 
@@ -112,6 +122,7 @@ void DockChannel::fit()
     if (const auto window = X11Window::of(*m_strip.windowHandle()))
         window->standOnAllDesktops();
     m_strip.show();
+    m_check.start();
 }
 
 } // namespace kestrum

@@ -8,6 +8,7 @@
 
 #include <QMetaObject>
 #include <QObject>
+#include <QTimer>
 
 class QScreen;
 
@@ -24,6 +25,11 @@ public:
 
     PopoverStand& popoverStand() override { return m_popoverStand; }
 
+Q_SIGNALS:
+    /// The window is not on the screen a while after it was shown. A window manager that is only starting loses such requests, so
+    /// another channel must be made.
+    void lost();
+
 private:
     void follow(QScreen* screen);
     void fit();
@@ -33,6 +39,7 @@ private:
     DockStand m_popoverStand;
     MenuWindow m_menuWindow;
     QRect m_place; ///< the strip's, on the screen
+    QTimer m_check;
     QMetaObject::Connection m_screenConnection;
 };
 

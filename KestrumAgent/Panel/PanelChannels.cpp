@@ -33,6 +33,8 @@ constexpr auto delayOfLoss = 800ms;
 
 /// An area that lets the strip go so often does not want it.
 constexpr int mostReleases = 3;
+/// A desktop that has not shown the strip after so many seconds does not show it.
+constexpr int mostLosses = 20;
 
 /// The delay before the log reports missing status icons: at the start of a session, the panel may appear a little later.
 constexpr auto delayBeforeTelling = 2s;
@@ -224,6 +226,22 @@ std::unique_ptr<PanelChannel> PanelChannels::madeTray()
     return channel;
 }
 
+std::unique_ptr<PanelChannel> PanelChannels::madeDock()
+{
+    auto channel = std::make_unique<DockChannel>(m_strip, m_menu);
+    // Not from within the signal, whose sender goes.
+    connect(
+        channel.get(), &DockChannel::lost, this,
+        [this] {
+            if (++m_losses > mostLosses)
+                return;
+            drop();
+            look();
+        },
+        Qt::QueuedConnection);
+    return channel;
+}
+
 std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
 {
     switch (way) {
@@ -262,7 +280,7 @@ std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
     if (isWayland())
         return std::make_unique<LayerChannel>(m_strip, m_menu);
 #endif
-    return std::make_unique<DockChannel>(m_strip, m_menu);
+    return madeDock();
 }
 
 } // namespace kestrum

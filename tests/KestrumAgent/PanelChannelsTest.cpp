@@ -35,6 +35,7 @@ struct ShownItems {
     QString by() const { return channels.shownBy(); }
     bool isInArea() const { return by() == QLatin1StringView("notification-area"); }
     bool isStrip() const { return by() == QLatin1StringView("strip") && strip.isVisible(); }
+    bool isOnScreen() const { return strip.windowHandle() && strip.windowHandle()->isExposed(); }
     bool isIcon() const { return by() == QLatin1StringView("status-icon"); }
     /// Whether a strip on the desktop is seen within `milliseconds`.
     bool flashes(int milliseconds) const
@@ -85,6 +86,21 @@ private Q_SLOTS:
         const ShownItems shown;
         QVERIFY(shown.isStrip());
         QVERIFY(shown.channels.stand());
+    }
+
+    void aWindowManagerThatIsOnlyStartingMayLoseTheStrip()
+    {
+        xcb_connection_t* manager = xcb_connect(nullptr, nullptr);
+        const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT;
+        xcb_change_window_attributes(
+            manager, xcb_setup_roots_iterator(xcb_get_setup(manager)).data->root, XCB_CW_EVENT_MASK, &events);
+        std::free(xcb_get_input_focus_reply(manager, xcb_get_input_focus(manager), nullptr)); // it has come
+        const ShownItems shown;
+        QTest::qWait(quietTime);
+        QVERIFY(shown.isStrip() && !shown.isOnScreen());
+        xcb_disconnect(manager);
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isOnScreen(), 3000);
+        QCOMPARE(shown.strip.windowHandle()->size(), shown.strip.sizeHint());
     }
 
     void aPanelThatIsThereTakesTheItemsIn()

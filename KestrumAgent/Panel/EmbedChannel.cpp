@@ -87,8 +87,7 @@ void EmbedChannel::dock()
     m_frame->setAttribute(Qt::WA_TranslucentBackground, m_isTranslucent);
     m_frame->installEventFilter(this);
     m_frame->setFixedSize(m_strip.sizeHint());
-    m_strip.setParent(m_frame.get());
-    m_strip.show();
+    m_strip.setParent(m_frame.get()); // hidden until it is not cut
     adoptLook();
     arrange();
     m_frame->winId();
@@ -177,6 +176,7 @@ void EmbedChannel::findPlace()
     if (!m_embedding || !m_embedding->isEmbedded())
         return;
     const X11Embedding::Place at = m_embedding->place();
+    m_strip.setVisible(hasRoom());
     const QRect now(at.topLeft + m_strip.pos(), m_strip.size());
     if (std::exchange(m_place, now) != now)
         m_menuWindow.close(); // it does not move with the strip

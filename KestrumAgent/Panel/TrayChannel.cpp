@@ -2,6 +2,7 @@
 #include "KestrumAgent/Panel/TrayChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Raster/LabelColour.h"
 #include "Platform/Desktop/StatusIcons.h"
 #include "Platform/Desktop/SymbolImage.h"
@@ -15,15 +16,27 @@ namespace kestrum {
 
 namespace {
 
-/// The symbol, centred in a transparent square of `size` pixels.
-QPixmap picture(const QString& symbol, int size, const QColor& colour)
+/// Rounded corners and the room around the symbol on a plate, as parts of its size.
+constexpr double plateRadius = 0.22;
+constexpr double plateMargin = 0.12;
+
+/// The symbol in the middle of a square of `size` pixels, which is transparent or has a plate.
+QPixmap picture(int size, ColourScheme scheme, bool hasPlate)
 {
+    const QString symbol = QStringLiteral("cpu");
     const QSizeF natural = SymbolImage::size(symbol, size);
-    const double fit = size / std::max(natural.width(), natural.height());
-    const QImage image = SymbolImage::image(symbol, size * fit, colour, 1);
+    const double inner = hasPlate ? size * (1 - 2 * plateMargin) : size;
+    const double fit = inner / std::max(natural.width(), natural.height());
+    const QImage image = SymbolImage::image(symbol, size * fit, labelColour(scheme), 1);
     QPixmap square(size, size);
     square.fill(Qt::transparent);
     QPainter painter(&square);
+    if (hasPlate) {
+        painter.setRenderHint(QPainter::Antialiasing);
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(StripBackground::plate(scheme));
+        painter.drawRoundedRect(square.rect(), size * plateRadius, size * plateRadius);
+    }
     painter.drawImage((size - image.width()) / 2, (size - image.height()) / 2, image);
     return square;
 }
@@ -54,12 +67,13 @@ void TrayChannel::setGround(std::optional<ColourScheme> scheme)
 
 void TrayChannel::adoptAppearance()
 {
-    const ColourScheme scheme = StatusIcons::areOnBlack()
-        ? ColourScheme::dark
-        : m_ground.value_or(SystemAppearance::shared().scheme());
+    const std::optional<ColourScheme> ground
+        = StatusIcons::areOnBlack() ? std::optional(ColourScheme::dark) : m_ground;
+    // Many panels are dark below light windows. Where the panel does not tell, the icon brings its own ground.
+    const ColourScheme scheme = ground.value_or(SystemAppearance::shared().scheme());
     QIcon icon;
     for (const int size : { 16, 22, 24, 32, 48, 64 })
-        icon.addPixmap(picture(QStringLiteral("cpu"), size, labelColour(scheme)));
+        icon.addPixmap(picture(size, scheme, !ground));
     m_icon.setIcon(icon);
 }
 

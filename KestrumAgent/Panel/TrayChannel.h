@@ -19,7 +19,7 @@ class TrayChannel final : public QObject, public PanelChannel {
 public:
     TrayChannel(PanelStrip& strip, QMenu& menu);
 
-    /// Sets the scheme for the icon, if the panel tells it; nothing stands for the desktop's own.
+    /// Sets the scheme for the icon, if the panel tells it. Otherwise the icon has a plate in the desktop's own scheme.
     void setGround(std::optional<ColourScheme> scheme);
 
     PopoverStand& popoverStand() override { return m_popoverStand; }

@@ -149,6 +149,9 @@ private Q_SLOTS:
         auto area = std::make_unique<StandInArea>(narrowPanel);
         const ShownItems shown;
         QVERIFY(shown.isInArea());
+        QTRY_VERIFY(!area->docked().isEmpty());
+        QTest::qWait(300);
+        QVERIFY(!shown.strip.isVisible()); // a cut strip is worse than none
         // The toolkit's status icon may stand in the same area.
         QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
         QTest::qWait(quietTime + 300);

@@ -1,5 +1,5 @@
 // Plays a desktop's area for status icons on the session bus. For each icon it prints a line: "light" or "dark" for the icon's
-// opaque pixels, or "gone" when the icon's program leaves the bus. It ends by itself after a minute.
+// opaque pixels, "plate" for dark ones on light ones or the other way round, or "gone" when the icon's program leaves the bus. It ends by itself after a minute.
 
 #include <QColor>
 #include <QCoreApplication>
@@ -11,6 +11,7 @@
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
 #include <QTimer>
+#include <algorithm>
 #include <cstdio>
 #include <unistd.h>
 
@@ -22,7 +23,8 @@ void say(const char* line)
     std::fflush(stdout);
 }
 
-/// Whether most opaque pixels of a list of pictures (width, height, ARGB bytes) are light or dark; empty when there are none.
+/// Whether the opaque pixels of a list of pictures (width, height, ARGB bytes) are light, dark, or both, as on a plate; empty
+/// when there are none.
 const char* look(const QDBusArgument& pictures)
 {
     int light = 0;
@@ -41,6 +43,9 @@ const char* look(const QDBusArgument& pictures)
         }
     }
     pictures.endArray();
+    constexpr int share = 20; // edges have a few pixels of any lightness
+    if (std::min(light, dark) * share > std::max(light, dark))
+        return "plate";
     return light > dark ? "light" : dark > 0 ? "dark" : "";
 }
 

@@ -11,6 +11,7 @@
 #include "KestrumAgent/Readings/Sampler.h"
 #include "KestrumAgent/Updates/UpdateChecker.h"
 #include "KestrumAgent/Updates/UpdateNotice.h"
+#include "KestrumShared/Agent/PanelContract.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/PopoverRequest.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -53,7 +54,7 @@ Agent::Agent(QObject* parent)
     , m_updates(new UpdateChecker(this))
     , m_updateNotice(new UpdateNotice(this))
     , m_panelOffer(new PanelOffer(
-          [this] { return m_service && m_service->shownBy() == QLatin1StringView("nothing"); }, this))
+          [this] { return m_service && m_service->shownBy() == PanelContract::nothing; }, this))
 {
     // The outcome is shown in a notification: a user who requested the check in the settings window does not see the menu.
     connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
@@ -103,8 +104,17 @@ void Agent::start(std::optional<double> launched)
     // What a bridge shows is not shown a second time.
     connect(m_service.get(), &PanelService::usedChanged, m_channels.get(),
         [this] { m_channels->setBridged(m_service->isUsed()); });
-    connect(m_service.get(), &PanelService::attached, this, &Agent::rememberBridge);
-    connect(m_service.get(), &PanelService::detached, this, [this] { rememberBridge({}); });
+    // What comes by a command does not come again with the desktop.
+    connect(m_service.get(), &PanelService::attached, this, [this](const QString& host) {
+        if (host != PanelContract::filesHost)
+            rememberBridge(host);
+    });
+    connect(m_service.get(), &PanelService::detached, this, [this](const QString& host) {
+        if (host != PanelContract::filesHost)
+            rememberBridge({});
+    });
+    // Another desktop may have been chosen, or the bridge's package removed: the next start does not wait again.
+    connect(m_channels.get(), &PanelChannels::bridgeMissed, this, [this] { rememberBridge({}); });
     connect(m_service.get(), &PanelService::settled, m_channels.get(), [this](bool isOnBus) {
         if (!isOnBus)
             m_channels->expectNoBridge();

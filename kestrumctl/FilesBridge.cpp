@@ -27,7 +27,8 @@ namespace {
 constexpr QLatin1StringView filesConnection("kestrumctl-files");
 constexpr QLatin1StringView busName("org.freedesktop.DBus");
 constexpr QLatin1StringView busObject("/org/freedesktop/DBus");
-constexpr int callTimeLimit = 5000; // ms
+constexpr int callTimeLimit = 5000;   // ms
+constexpr int detachTimeLimit = 1000; // ms; an agent that hangs learns from the bus that its bridge is gone
 /// No item is larger, at any scale. Both are in pixels.
 constexpr int greatestWidth = 8192;
 constexpr int greatestHeight = 1024;
@@ -58,6 +59,12 @@ FilesBridge::FilesBridge(const QString& directory, const QVariantMap& look, QObj
 
 FilesBridge::~FilesBridge()
 {
+    if (m_number != 0) {
+        QDBusMessage call = agentCall(m_owner, "Detach");
+        call << m_number;
+        // The answer is waited for, because what is still on its way would be lost with the connection.
+        QDBusConnection(filesConnection).call(call, QDBus::Block, detachTimeLimit);
+    }
     DesktopBus::leave(filesConnection, *this);
     keepOnly({});
 }
@@ -138,7 +145,7 @@ void FilesBridge::follow(const QString& owner)
 void FilesBridge::attach()
 {
     QDBusMessage call = agentCall(m_owner, "Attach");
-    call << QStringLiteral("files") << m_look;
+    call << QString(PanelContract::filesHost) << m_look;
     DesktopBus::call(
         filesConnection, call, this,
         [this, owner = m_owner](const QDBusPendingReply<uint>& reply) {

@@ -17,6 +17,18 @@ AttachedBridge::AttachedBridge(
     m_look.adopt(look);
 }
 
+bool AttachedBridge::noteSent()
+{
+    ++m_sent;
+    return m_sent >= unasked && !std::exchange(m_isAsked, true);
+}
+
+void AttachedBridge::noteAnswer()
+{
+    m_isAsked = false;
+    m_sent = 0;
+}
+
 void AttachedBridge::setLook(const QVariantMap& look)
 {
     m_look.adopt(look);

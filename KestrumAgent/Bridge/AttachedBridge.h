@@ -33,7 +33,21 @@ public:
 
     BridgeStand& stand() { return m_stand; }
 
+    /// Whether the client knows its number: before that, it could not tell what it is sent from another bridge's.
+    bool knowsNumber() const { return m_knowsNumber; }
+    void setKnowsNumber() { m_knowsNumber = true; }
+
+    /// Whether the client takes what it is sent, as far as is known. For one that hangs, the bus would have to keep all of it.
+    bool isReading() const { return m_sent < mostUnread; }
+    /// Notes that a message goes to the client. True if the client is to be asked for a sign of life now.
+    bool noteSent();
+    /// The client has answered, and so it has taken what was sent before.
+    void noteAnswer();
+
 private:
+    static constexpr int unasked = 16; ///< so many messages are sent before the client is asked
+    static constexpr int mostUnread = 64;
+
     uint m_number;
     QString m_client;
     QString m_host;
@@ -41,6 +55,9 @@ private:
     std::optional<QList<PanelItem>> m_told; ///< without pixels
     QMap<MonitorSection, QImage> m_pictures;
     BridgeStand m_stand;
+    bool m_knowsNumber = false;
+    bool m_isAsked = false;
+    int m_sent = 0; ///< messages since the last answer
 };
 
 } // namespace kestrum

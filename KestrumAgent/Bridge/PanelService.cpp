@@ -4,33 +4,52 @@
 #include "KestrumAgent/Bridge/AttachedBridge.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/PopoverController.h"
-#include "KestrumShared/Settings/MeterSettings.h"
-#include "KestrumShared/Settings/SharedSettings.h"
-#include "KestrumShared/Text/AppLanguage.h"
 #include "Platform/Desktop/DesktopBus.h"
-#include "Platform/Desktop/WindowActivation.h"
 #include "Platform/Log/Log.h"
 
-#include <QAction>
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
-#include <QMenu>
 #include <algorithm>
+#include <chrono>
+#include <limits>
 #include <paneladaptor.h>
 
 namespace kestrum {
 
 namespace {
 
+using namespace std::chrono_literals;
+
 constexpr QLatin1StringView panelConnection("kestrum-panel");
 constexpr QLatin1StringView busService("org.freedesktop.DBus");
 constexpr QLatin1StringView busPath("/org/freedesktop/DBus");
-constexpr QLatin1StringView moveLeft("move-left");
-constexpr QLatin1StringView moveRight("move-right");
 /// The bus's words for a request of a name: do not wait for it; and: it is ours.
 constexpr uint doNotQueue = 4;
 constexpr uint isPrimaryOwner = 1;
+
+/// A bus that is gone is seldom back soon, since the session goes with it. Each time, the wait is twice as long.
+constexpr auto firstWait = 1s;
+constexpr auto longestWait = 5min;
+constexpr int noLimit = std::numeric_limits<int>::max();
+
+/// The name that a bridge gives its host, as it is told to others and logged.
+QString hostName(const QString& told)
+{
+    QString name = told.left(PanelService::longestHost);
+    for (QChar& letter : name) {
+        const char plain = letter.toLatin1();
+        const bool isPlain = (plain >= 'a' && plain <= 'z') || (plain >= 'A' && plain <= 'Z')
+            || (plain >= '0' && plain <= '9') || plain == '.' || plain == '_';
+        if (!isPlain)
+            letter = u'-';
+    }
+    // Nobody is to take a bridge for what the agent shows itself.
+    const auto ownWays = { PanelContract::nothing, PanelContract::notificationArea, PanelContract::statusIcon,
+        PanelContract::strip };
+    return name.isEmpty() || std::ranges::find(ownWays, name) != ownWays.end() ? QStringLiteral("bridge")
+                                                                               : name;
+}
 
 } // namespace
 
@@ -43,6 +62,9 @@ PanelService::PanelService(PanelStrip& strip, PopoverController& popovers, QMenu
     PanelContract::registerTypes();
     new Panel1Adaptor(this);
     connect(&m_strip, &PanelStrip::redrawn, this, &PanelService::sendItems);
+    m_nextStart.setSingleShot(true);
+    m_nextStart.setInterval(firstWait);
+    connect(&m_nextStart, &QTimer::timeout, this, &PanelService::start);
 }
 
 PanelService::~PanelService()
@@ -56,16 +78,28 @@ void PanelService::start()
 {
     const QString address = DesktopBus::address();
     if (address.isEmpty()) {
-        QMetaObject::invokeMethod(
-            this, [this] { Q_EMIT settled(false); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(this, &PanelService::busLost, Qt::QueuedConnection);
         return;
     }
     DesktopBus::join(address, panelConnection, this, [this](bool isJoined) {
         if (isJoined)
             requestName();
         else
-            Q_EMIT settled(false);
+            busLost();
     });
+}
+
+/// There is no bus, or none any longer. The bridges are not heard of again: a bridge that lives attaches anew.
+void PanelService::busLost()
+{
+    // Else the lost connection would be taken for the next one, by its name.
+    QDBusConnection::disconnectFromBus(panelConnection);
+    while (isUsed())
+        drop(m_bridges.begin()->first);
+    Q_EMIT settled(false);
+    m_nextStart.start();
+    m_nextStart.setInterval(
+        std::min<std::chrono::milliseconds>(2 * m_nextStart.intervalAsDuration(), longestWait));
 }
 
 /// Asks for the name only when the object is there: whoever sees the name may call at once.
@@ -73,15 +107,16 @@ void PanelService::requestName()
 {
     QDBusConnection bus(panelConnection);
     bus.registerObject(PanelContract::path, this, QDBusConnection::ExportAdaptors);
-    // The sender is left empty, because the toolkit would wait for the bus to tell the owner of a name. A forged message can
-    // only detach a bridge.
-    bus.connect(QString(), busPath, busService, QStringLiteral("NameOwnerChanged"), this,
-        SLOT(clientLeft(QString, QString, QString)));
+    bus.connect(QString(), QString(), QStringLiteral("org.freedesktop.DBus.Local"),
+        QStringLiteral("Disconnected"), this, SLOT(busLost()));
     QDBusMessage request
         = QDBusMessage::createMethodCall(busService, busPath, busService, QStringLiteral("RequestName"));
     request << QString(PanelContract::service) << doNotQueue;
     DesktopBus::call(panelConnection, request, this, [this](const QDBusPendingReply<uint>& reply) {
-        const bool isOurs = !reply.isError() && reply.value() == isPrimaryOwner;
+        if (reply.isError())
+            return; // the bus is about to go, and is looked for again then
+        const bool isOurs = reply.value() == isPrimaryOwner;
+        m_nextStart.setInterval(firstWait);
         if (!isOurs)
             Log::warning("agent", QStringLiteral("another program has the agent's name on the session bus"));
         Q_EMIT settled(isOurs);
@@ -96,12 +131,24 @@ QString PanelService::shownBy() const
     return hosts.isEmpty() ? m_ownWay : hosts.join(u',');
 }
 
+AttachedBridge* PanelService::find(uint number) const
+{
+    const auto found = m_bridges.find(number);
+    return found == m_bridges.end() ? nullptr : found->second.get();
+}
+
+bool PanelService::hasBridgeOf(const QString& client) const
+{
+    return std::ranges::any_of(
+        m_bridges, [&](const auto& entry) { return entry.second->client() == client; });
+}
+
 /// The caller's bridge with that number. Without one, the caller gets an error.
 AttachedBridge* PanelService::own(uint number)
 {
-    const auto found = m_bridges.find(number);
-    if (found != m_bridges.end() && (!calledFromDBus() || found->second->client() == message().service()))
-        return found->second.get();
+    AttachedBridge* bridge = find(number);
+    if (bridge && (!calledFromDBus() || bridge->client() == message().service()))
+        return bridge;
     if (calledFromDBus())
         sendErrorReply(
             QDBusError::InvalidArgs, QStringLiteral("no bridge of yours has the number %1").arg(number));
@@ -119,10 +166,18 @@ uint PanelService::Attach(const QString& host, const QVariantMap& look)
     const bool wasUsed = isUsed();
     const uint number = ++m_lastNumber;
     const QString client = calledFromDBus() ? message().service() : QString();
-    auto& bridge = *(
-        m_bridges[number] = std::make_unique<AttachedBridge>(number, client, host.left(longestHost), look));
+    if (calledFromDBus() && !hasBridgeOf(client))
+        watch(client);
+    auto& bridge
+        = *(m_bridges[number] = std::make_unique<AttachedBridge>(number, client, hostName(host), look));
     m_lastUsed = number;
     connect(&bridge.stand(), &BridgeStand::changed, this, [this, &bridge](const BridgeStand::Change& change) {
+        if (!bridge.isReading()) {
+            // What hangs shows no popover either. Not from within its drawing.
+            QMetaObject::invokeMethod(
+                &bridge.stand(), [this, &bridge] { m_popovers.leave(bridge.stand()); }, Qt::QueuedConnection);
+            return;
+        }
         send(bridge, "Popover",
             { bridge.number(), rawValue(m_popovers.section().value_or(MonitorSection::cpu)), change.text,
                 change.focus, change.size.width(), change.size.height(), QVariant::fromValue(change.bands) });
@@ -137,8 +192,31 @@ uint PanelService::Attach(const QString& host, const QVariantMap& look)
     if (!wasUsed)
         Q_EMIT usedChanged();
     // Not from within the call: the caller learns its number from the answer.
-    QMetaObject::invokeMethod(this, &PanelService::sendItems, Qt::QueuedConnection);
+    const auto begin = [this, number] {
+        if (AttachedBridge* answered = find(number))
+            answered->setKnowsNumber();
+        sendItems();
+    };
+    QMetaObject::invokeMethod(this, begin, Qt::QueuedConnection);
     return number;
+}
+
+/// Hears when the client leaves the bus. Each client has a match of its own, so that all the other programs that join and leave
+/// do not wake the agent. The sender is left empty, because the toolkit would wait for the bus to tell the owner of a name: a
+/// forged message can only detach a bridge.
+void PanelService::watch(const QString& client)
+{
+    QDBusConnection(panelConnection)
+        .connect(QString(), busPath, busService, QStringLiteral("NameOwnerChanged"), { client }, QString(),
+            this, SLOT(clientLeft(QString, QString, QString)));
+    // It may have left before the bus knew of the match.
+    QDBusMessage question
+        = QDBusMessage::createMethodCall(busService, busPath, busService, QStringLiteral("NameHasOwner"));
+    question << client;
+    DesktopBus::call(panelConnection, question, this, [this, client](const QDBusPendingReply<bool>& reply) {
+        if (!reply.isError() && !reply.value())
+            clientLeft(client, {}, {});
+    });
 }
 
 void PanelService::Look(uint number, const QVariantMap& look)
@@ -151,11 +229,13 @@ void PanelService::Look(uint number, const QVariantMap& look)
 
 void PanelService::Detach(uint number)
 {
-    if (!own(number))
+    const AttachedBridge* bridge = own(number);
+    if (!bridge)
         return;
+    const QString host = bridge->host();
     drop(number);
     if (!isUsed())
-        Q_EMIT detached();
+        Q_EMIT detached(host);
 }
 
 void PanelService::drop(uint number)
@@ -164,7 +244,12 @@ void PanelService::drop(uint number)
     if (found == m_bridges.end())
         return;
     m_popovers.leave(found->second->stand());
+    const QString client = found->second->client();
     m_bridges.erase(found);
+    if (!hasBridgeOf(client))
+        QDBusConnection(panelConnection)
+            .disconnect(QString(), busPath, busService, QStringLiteral("NameOwnerChanged"), { client },
+                QString(), this, SLOT(clientLeft(QString, QString, QString)));
     if (m_lastUsed == number)
         m_lastUsed = m_bridges.empty() ? 0 : m_bridges.rbegin()->first;
     if (m_bridges.empty())
@@ -187,17 +272,35 @@ void PanelService::clientLeft(const QString& client, const QString&, const QStri
 void PanelService::sendItems()
 {
     for (const auto& [number, bridge] : m_bridges) {
+        if (!bridge->knowsNumber() || !bridge->isReading())
+            continue;
         if (const auto news = bridge->news(m_strip))
             send(*bridge, "Items", { number, QVariant::fromValue(*news) });
     }
 }
 
-void PanelService::send(const AttachedBridge& bridge, const char* signal, const QVariantList& arguments)
+void PanelService::send(AttachedBridge& bridge, const char* signal, const QVariantList& arguments)
 {
     QDBusMessage message = QDBusMessage::createTargetedSignal(
         bridge.client(), PanelContract::path, PanelContract::interface, QString::fromLatin1(signal));
     message.setArguments(arguments);
     QDBusConnection(panelConnection).send(message);
+    if (bridge.noteSent())
+        askForSign(bridge);
+}
+
+/// Every client of the bus answers this question by itself as soon as it reads, if only by an error.
+void PanelService::askForSign(const AttachedBridge& bridge)
+{
+    const QDBusMessage question = QDBusMessage::createMethodCall(bridge.client(), QStringLiteral("/"),
+        QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
+    const auto answered = [this, number = bridge.number()](const QDBusPendingCall&) {
+        if (AttachedBridge* reading = find(number)) {
+            reading->noteAnswer();
+            sendItems();
+        }
+    };
+    DesktopBus::call(panelConnection, question, this, answered, noLimit);
 }
 
 void PanelService::OpenPopover(uint number, const QString& item, const QVariantMap& look)
@@ -235,82 +338,16 @@ void PanelService::ShowPopover(uint number, const QString& item, const QRect& pl
 {
     const auto section = fromRawValue<MonitorSection>(item);
     if (own(number) && section)
-        Q_EMIT popoverWanted(*section, place, token.toUtf8());
+        Q_EMIT popoverWanted(*section, place, usableToken(token));
 }
 
 bool PanelService::requestPopover(MonitorSection section)
 {
-    const auto found = m_bridges.find(m_lastUsed);
-    if (found == m_bridges.end())
+    AttachedBridge* bridge = find(m_lastUsed);
+    if (!bridge)
         return false;
-    send(*found->second, "PopoverRequested", { found->first, rawValue(section) });
+    send(*bridge, "PopoverRequested", { bridge->number(), rawValue(section) });
     return true;
-}
-
-QList<PanelMenuEntry> PanelService::Actions(const QString& item)
-{
-    QList<PanelMenuEntry> entries;
-    const auto section = fromRawValue<MonitorSection>(item);
-    const QList<MonitorSection> sections = m_strip.items().sections();
-    if (section && sections.contains(*section)) {
-        entries.append({ moveLeft, AppLanguage::string("Move Left"), *section != sections.first() });
-        entries.append({ moveRight, AppLanguage::string("Move Right"), *section != sections.last() });
-        entries.append({ {}, {}, false });
-    }
-    Q_EMIT m_menu.aboutToShow();
-    for (const QAction* action : m_menu.actions()) {
-        const bool isSeparator = action->isSeparator();
-        entries.append({ isSeparator ? QString() : action->objectName(),
-            isSeparator ? QString() : action->text(), !isSeparator && action->isEnabled() });
-    }
-    return entries;
-}
-
-void PanelService::Choose(const QString& action, const QString& item, const QString& token)
-{
-    if (action == moveLeft || action == moveRight) {
-        if (const auto section = fromRawValue<MonitorSection>(item))
-            move(*section, action == moveLeft ? -1 : 1);
-        return;
-    }
-    Q_EMIT m_menu.aboutToShow();
-    QAction* chosen = m_menu.findChild<QAction*>(action);
-    if (action.isEmpty() || !chosen || !chosen->isEnabled())
-        return;
-    WindowActivation::giveToken(token.toUtf8());
-    chosen->trigger();
-    WindowActivation::takeToken();
-}
-
-void PanelService::move(MonitorSection section, int step)
-{
-    QList<MonitorSection> sections = m_strip.items().sections();
-    const qsizetype from = sections.indexOf(section);
-    const qsizetype to = from + step;
-    if (from < 0 || to < 0 || to >= sections.size())
-        return;
-    sections.swapItemsAt(from, to);
-    if (MeterSettings::setMenuBarOrder(sections))
-        SharedSettings::post(SharedSettings::Signal::menuBarChanged);
-}
-
-void PanelService::Reorder(const QStringList& items)
-{
-    const QList<MonitorSection> shown = m_strip.items().sections();
-    QList<MonitorSection> sections;
-    for (const QString& item : items) {
-        if (const auto section = fromRawValue<MonitorSection>(item))
-            sections.append(*section);
-    }
-    if (items.size() != sections.size()
-        || !std::is_permutation(sections.begin(), sections.end(), shown.begin(), shown.end())) {
-        if (calledFromDBus())
-            sendErrorReply(
-                QDBusError::InvalidArgs, QStringLiteral("the shown items are needed, each exactly once"));
-        return;
-    }
-    if (MeterSettings::setMenuBarOrder(sections))
-        SharedSettings::post(SharedSettings::Signal::menuBarChanged);
 }
 
 } // namespace kestrum

@@ -7,6 +7,7 @@
 #include <QDBusContext>
 #include <QObject>
 #include <QRect>
+#include <QTimer>
 #include <QVariantMap>
 #include <functional>
 #include <map>
@@ -31,13 +32,15 @@ class PanelService final : public QObject, protected QDBusContext {
 public:
     static constexpr int mostBridges = 8;
     static constexpr int longestHost = 64;
+    static constexpr int longestToken = 1024;
 
     /// `strip` has the items, which need not be visible; `menu` is filled when it is about to be shown. All must outlive the
     /// service.
     PanelService(PanelStrip& strip, PopoverController& popovers, QMenu& menu, QObject* parent = nullptr);
     ~PanelService() override;
 
-    /// Joins the session bus, on another thread. Emits `settled` when the agent can be found there, or cannot be.
+    /// Joins the session bus, on another thread. Emits `settled` when the agent can be found there, or cannot be. Where the bus
+    /// is missing or goes, it is looked for again from time to time.
     void start();
 
     /// Whether a bridge shows the items.
@@ -71,21 +74,27 @@ Q_SIGNALS:
     void usedChanged();
     /// A bridge for this host has come.
     void attached(const QString& host);
-    /// The last bridge has been detached, and has not only left the bus.
-    void detached();
+    /// The last bridge has been detached, and has not only left the bus. It was for this host.
+    void detached(const QString& host);
     /// The user wants the agent's own window beside a place, in the display's pixels.
     void popoverWanted(MonitorSection section, const QRect& place, const QByteArray& token);
 
 private Q_SLOTS:
     void clientLeft(const QString& client, const QString& before, const QString& now);
+    void busLost();
 
 private:
     AttachedBridge* own(uint number);
+    AttachedBridge* find(uint number) const;
+    bool hasBridgeOf(const QString& client) const;
+    void watch(const QString& client);
     void drop(uint number);
     void requestName();
     void sendItems();
     void move(MonitorSection section, int step);
-    void send(const AttachedBridge& bridge, const char* signal, const QVariantList& arguments);
+    void send(AttachedBridge& bridge, const char* signal, const QVariantList& arguments);
+    void askForSign(const AttachedBridge& bridge);
+    static QByteArray usableToken(const QString& token);
 
     PanelStrip& m_strip;
     PopoverController& m_popovers;
@@ -93,7 +102,8 @@ private:
     std::map<uint, std::unique_ptr<AttachedBridge>> m_bridges;
     uint m_lastNumber = 0;
     uint m_lastUsed = 0;
-    QString m_ownWay = QStringLiteral("nothing");
+    QString m_ownWay = PanelContract::nothing;
+    QTimer m_nextStart;
 };
 
 } // namespace kestrum

@@ -5,6 +5,7 @@
 #include "KestrumAgent/Panel/EmbedChannel.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Panel/TrayChannel.h"
+#include "KestrumShared/Agent/PanelContract.h"
 #include "Platform/Desktop/DesktopName.h"
 #include "Platform/Log/Log.h"
 
@@ -63,7 +64,10 @@ PanelChannels::PanelChannels(PanelStrip& strip, QMenu& menu, QObject* parent)
 {
     for (QTimer* timer : { &m_bridgeWait, &m_iconsWait, &m_change })
         timer->setSingleShot(true);
-    connect(&m_bridgeWait, &QTimer::timeout, this, &PanelChannels::look);
+    connect(&m_bridgeWait, &QTimer::timeout, this, [this] {
+        Q_EMIT bridgeMissed();
+        look();
+    });
     connect(&m_iconsWait, &QTimer::timeout, this, &PanelChannels::look);
     connect(&m_change, &QTimer::timeout, this, &PanelChannels::adopt);
     // Not from within the event, because windows go.
@@ -129,15 +133,15 @@ QString PanelChannels::shownBy() const
 {
     switch (m_channel ? m_way : Way::nothing) {
     case Way::notificationArea:
-        return QStringLiteral("notification-area");
+        return PanelContract::notificationArea;
     case Way::statusIcon:
-        return QStringLiteral("status-icon");
+        return PanelContract::statusIcon;
     case Way::strip:
-        return QStringLiteral("strip");
+        return PanelContract::strip;
     case Way::nothing:
         break;
     }
-    return QStringLiteral("nothing");
+    return PanelContract::nothing;
 }
 
 PanelChannels::Way PanelChannels::best() const

@@ -28,7 +28,7 @@ public:
     /// While a bridge shows the items, no channel does.
     void setBridged(bool isBridged);
 
-    /// What shows the items: "notification-area", "status-icon", "strip", or "nothing".
+    /// What shows the items, in the words of `PanelContract`.
     QString shownBy() const;
     /// The stand of the present channel; null without a channel.
     PopoverStand* stand() const { return m_channel ? &m_channel->popoverStand() : nullptr; }
@@ -36,6 +36,8 @@ public:
 Q_SIGNALS:
     /// The stand is another one now. Null is told before a channel goes.
     void standChanged(kestrum::PopoverStand* stand);
+    /// The wait of `start` for a bridge was in vain.
+    void bridgeMissed();
 
 private:
     /// From the best to the worst.

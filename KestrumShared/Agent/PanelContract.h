@@ -48,6 +48,15 @@ inline constexpr QLatin1StringView path("/com/orvale/kestrum/Panel");
 inline constexpr QLatin1StringView interface("com.orvale.kestrum.Panel1");
 inline constexpr quint32 version = 1;
 
+/// What shows the items while no bridge is attached, as `ShownBy` tells it.
+inline constexpr QLatin1StringView nothing("nothing");
+inline constexpr QLatin1StringView notificationArea("notification-area");
+inline constexpr QLatin1StringView statusIcon("status-icon");
+inline constexpr QLatin1StringView strip("strip");
+
+/// The host of the bridge that writes files. It comes by a command and not with the desktop.
+inline constexpr QLatin1StringView filesHost("files");
+
 /// Makes the types above known to the bus library. Must be called before they are sent or received.
 void registerTypes();
 

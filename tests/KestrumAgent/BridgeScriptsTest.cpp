@@ -1,9 +1,7 @@
 // What the bridges in JavaScript share, at the real service: pictures arrive whole, menus open and close with the popover, and no
 // message does harm.
 
-#include "KestrumAgent/Bridge/PanelService.h"
-#include "tests/Support/PopoverDesk.h"
-#include "tests/Support/SessionBus.h"
+#include "tests/Support/PanelServiceFixture.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCryptographicHash>
@@ -13,12 +11,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMenu>
 #include <QProcess>
-#include <QSignalSpy>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QThread>
+#include <csignal>
 
 using namespace kestrum;
 
@@ -42,27 +38,14 @@ public Q_SLOTS:
     void Detach(uint) { }
 };
 
-class BridgeScriptsTest : public QObject {
+class BridgeScriptsTest : public QObject, PanelServiceFixture {
     Q_OBJECT
 
     static constexpr int limit = 10'000; ///< ms
     static constexpr double scale = 2;   ///< of the bridge in tests/Support/bridgeScript.js
 
-    std::unique_ptr<SessionBus> m_bus;
-    std::unique_ptr<Desk> m_desk;
-    std::unique_ptr<QMenu> m_menu;
-    std::unique_ptr<PanelService> m_service;
     QTemporaryDir m_folder;
     std::unique_ptr<QProcess> m_bridge;
-
-    void startService()
-    {
-        m_service = std::make_unique<PanelService>(m_desk->strip, m_desk->popovers, *m_menu);
-        QSignalSpy settled(m_service.get(), &PanelService::settled);
-        m_service->start();
-        QTRY_COMPARE(settled.size(), 1);
-        QCOMPARE(settled[0][0].toBool(), true);
-    }
 
     /// The value of a script in the bridge; undefined if there is no answer.
     QJsonValue run(const QString& script)
@@ -106,10 +89,7 @@ class BridgeScriptsTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        qputenv("QT_LOGGING_RULES", "*.info=false");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "disabled:");
-        m_bus = std::make_unique<SessionBus>(SessionBus::Services::none);
-        QVERIFY(m_bus->isUp());
+        startBus();
         QFile joined(m_folder.filePath(QStringLiteral("bridge.js")));
         QVERIFY(joined.open(QIODevice::WriteOnly));
         for (const char* script : { "tests/Support/bridgeScript.js", "bridges/common/panelAgent.js",
@@ -122,13 +102,7 @@ private Q_SLOTS:
     }
     void init()
     {
-        if (!DrawingFixture::prepare())
-            QFAIL(DrawingFixture::noFont);
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-        m_desk = std::make_unique<Desk>();
-        m_menu = std::make_unique<QMenu>();
-        m_menu->addAction(QStringLiteral("Open"))->setObjectName(QStringLiteral("settings"));
-        startService();
+        setUp();
         m_bridge = std::make_unique<QProcess>();
         m_bridge->setProcessChannelMode(QProcess::ForwardedErrorChannel);
         m_bridge->start(QStringLiteral("gjs"), { m_folder.filePath(QStringLiteral("bridge.js")) });
@@ -141,9 +115,7 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return m_bridge->state() == QProcess::NotRunning; }, limit));
         QCOMPARE(m_bridge->exitStatus(), QProcess::NormalExit);
         m_bridge.reset();
-        m_service.reset();
-        m_menu.reset();
-        m_desk.reset();
+        tearDown();
     }
 
     void itemsComeWithTextsAndPictures()
@@ -291,6 +263,31 @@ private Q_SLOTS:
         QVERIFY(becomes("popover._closing === 0"));
         run(QStringLiteral("popover.open('memory')"));
         QVERIFY(becomes("view.menu === 'memory'"));
+    }
+
+    void aBridgeThatHangsIsSentLittleAndThenTheNewest()
+    {
+        run(QStringLiteral("view.told = 0; view.show = view.showItems;"
+                           "view.showItems = items => { view.told += 1; view.show(items); };"));
+        run(QStringLiteral("popover.open('memory')"));
+        QVERIFY(becomes("view.menu === 'memory'"));
+        const pid_t bridge = pid_t(m_bridge->processId());
+        QCOMPARE(::kill(bridge, SIGSTOP), 0);
+        for (int i = 1; i <= 300; ++i) {
+            m_desk->readings->memory = (i % 100) / 100.0;
+            m_desk->strip.redraw();
+            QCoreApplication::processEvents();
+        }
+        m_desk->source.values.memory.pressure = 0.77;
+        Q_EMIT m_desk->source.changed();
+        QTRY_VERIFY(!m_desk->popovers.section());
+        QCOMPARE(::kill(bridge, SIGCONT), 0);
+        const QString newest = sum(StripScene::picture(*m_desk->strip.items().item(memory),
+            ItemInk(ColourScheme::dark, Qt::white), scale, Appearance::current()));
+        QTRY_COMPARE(text("view.items[2].sum"), newest);
+        const int told = run(QStringLiteral("view.told")).toInt();
+        QVERIFY2(told > 10 && told < 100, qPrintable(QString::number(told)));
+        QVERIFY(becomes("view.menu === null"));
     }
 
     void strangersAreNotHeard()

@@ -198,10 +198,35 @@ private Q_SLOTS:
         startAgent();
         Kestrumctl::Running tool(line().constData(), "waiting for items");
         QTRY_COMPARE(files().size(), allFiles().size() + 1);
+        const QSignalSpy detached(m_agent->service(), &PanelService::detached);
         tool.signal(signal);
         QCOMPARE(tool.ended(), (Programs::Ended { 0, {}, "waiting for items\n" }));
         QCOMPARE(files(), words("other.png"));
         QTRY_COMPARE(m_agent->service()->isUsed(), false);
+        QCOMPARE(detached.count(), 1); // and it has not only left the bus
+    }
+
+    void whatAnAgentWaitsForComesWithTheDesktop()
+    {
+        const Setting remembered(Keys::panelBridge, QString());
+        const auto tryOnce = [&] {
+            startAgent();
+            Kestrumctl::Running tool(line().constData(), "waiting for items");
+            QTRY_COMPARE(m_agent->service()->shownBy(), text("files"));
+            tool.signal(SIGTERM);
+            QTRY_VERIFY(!m_agent->service()->isUsed());
+        };
+        tryOnce();
+        QVERIFY(!remembered.recognised());
+        remembered.set(text("shell"));
+        tryOnce();
+        QCOMPARE(remembered.value(), text("shell"));
+        // The shell's bridge does not come, as on another desktop: that start is the last one that waits.
+        startAgent();
+        QVERIFY(!m_agent->strip()->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(!remembered.recognised(), 10'000);
+        startAgent();
+        QTRY_VERIFY_WITH_TIMEOUT(m_agent->strip()->isVisible(), 2000);
     }
 
     void theUsualDirectoryIsTheUsersOwn()

@@ -1,17 +1,10 @@
-// The agent on the session bus: what bridges get, what they may do, and what they may not.
+// The agent on the session bus: what bridges get, and what they may do.
 
-#include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/Support/BridgeClient.h"
-#include "tests/Support/PopoverDesk.h"
-#include "tests/Support/SessionBus.h"
+#include "tests/Support/PanelServiceFixture.h"
 #include "tests/Support/TestHome.h"
 
-#include <QMenu>
-#include <QRandomGenerator>
-#include <QSignalSpy>
-#include <QTest>
 #include <cmath>
 #include <limits>
 
@@ -19,21 +12,9 @@ using namespace kestrum;
 
 using enum MonitorSection;
 
-class PanelServiceTest : public QObject {
+class PanelServiceTest : public QObject, PanelServiceFixture {
     Q_OBJECT
 
-    std::unique_ptr<SessionBus> m_bus;
-    std::unique_ptr<Desk> m_desk;
-    std::unique_ptr<QMenu> m_menu;
-    std::unique_ptr<PanelService> m_service;
-
-    std::unique_ptr<BridgeClient> bridge(const QVariantMap& look = {})
-    {
-        auto client = std::make_unique<BridgeClient>(m_bus->address());
-        client->attach(look);
-        (void)QTest::qWaitFor([&] { return client->itemMessages > 0; }, BridgeClient::limit);
-        return client;
-    }
     static QString order()
     {
         return SharedSettings::store().string(Keys::menuBarOrder.name).value_or(QString());
@@ -64,36 +45,15 @@ class PanelServiceTest : public QObject {
     }
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        qputenv("QT_LOGGING_RULES", "*.info=false");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "disabled:");
-        m_bus = std::make_unique<SessionBus>(SessionBus::Services::none);
-        QVERIFY(m_bus->isUp());
-    }
+    void initTestCase() { startBus(); }
     void init()
     {
-        if (!DrawingFixture::prepare())
-            QFAIL(DrawingFixture::noFont);
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-        m_desk = std::make_unique<Desk>();
-        m_menu = std::make_unique<QMenu>();
-        m_menu->addAction(QStringLiteral("Open"))->setObjectName(QStringLiteral("settings"));
+        setUp();
         m_menu->addSeparator();
         m_menu->addAction(QStringLiteral("Closed"))->setObjectName(QStringLiteral("closed"));
         m_menu->actions().last()->setEnabled(false);
-        m_service = std::make_unique<PanelService>(m_desk->strip, m_desk->popovers, *m_menu);
-        QSignalSpy settled(m_service.get(), &PanelService::settled);
-        m_service->start();
-        QTRY_COMPARE(settled.size(), 1);
-        QCOMPARE(settled[0][0].toBool(), true);
     }
-    void cleanup()
-    {
-        m_service.reset();
-        m_menu.reset();
-        m_desk.reset();
-    }
+    void cleanup() { tearDown(); }
 
     void aBridgeGetsTheItemsAndThenOnlyWhatHasChanged()
     {
@@ -179,59 +139,6 @@ private Q_SLOTS:
         QCOMPARE(pixelsOn("white"), dark); // only "#rrggbb" is a colour
         QCOMPARE(pixelsOn("#12"), dark);
         QVERIFY(pixelsOn("#ffffff") != dark);
-    }
-
-    void aBridgeThatGoesIsForgotten()
-    {
-        QSignalSpy used(m_service.get(), &PanelService::usedChanged);
-        auto client = bridge();
-        auto other = bridge();
-        QCOMPARE(used.size(), 1);
-        QCOMPARE(m_service->shownBy(), QStringLiteral("test,test"));
-        client->leave();
-        other->call("Detach", { other->number });
-        QTRY_VERIFY(!m_service->isUsed());
-        QCOMPARE(used.size(), 2);
-        m_service->setOwnWay(QStringLiteral("strip"));
-        QCOMPARE(m_service->shownBy(), QStringLiteral("strip"));
-    }
-
-    void aNumberIsGoodForItsOwnerAlone()
-    {
-        const auto client = bridge();
-        BridgeClient stranger(m_bus->address());
-        const QVariantMap look;
-        const QString refusal = QStringLiteral("org.freedesktop.DBus.Error.InvalidArgs");
-        for (const uint number : { client->number, client->number + 1, 0U }) {
-            QCOMPARE(stranger.errorOf("Look", { number, look }), refusal);
-            QCOMPARE(stranger.errorOf("Detach", { number }), refusal);
-            QCOMPARE(stranger.errorOf("OpenPopover", { number, QStringLiteral("cpu"), look }), refusal);
-            QCOMPARE(stranger.errorOf("ClosePopover", { number }), refusal);
-            QCOMPARE(stranger.errorOf("Pointer", { number, QStringLiteral("move"), 1.0, 1.0, 0.0 }), refusal);
-            QCOMPARE(stranger.errorOf("Key", { number, QStringLiteral("Tab") }), refusal);
-        }
-        QVERIFY(m_service->isUsed());
-        QVERIFY(!m_desk->popovers.section());
-    }
-
-    void theNinthBridgeIsRefused()
-    {
-        std::vector<std::unique_ptr<BridgeClient>> clients;
-        for (int i = 0; i < PanelService::mostBridges; ++i)
-            clients.push_back(bridge());
-        BridgeClient ninth(m_bus->address());
-        const QVariantList arguments { QStringLiteral("test"), QVariantMap() };
-        QCOMPARE(
-            ninth.errorOf("Attach", arguments), QStringLiteral("org.freedesktop.DBus.Error.LimitsExceeded"));
-        clients.back()->call("Detach", { clients.back()->number });
-        QCOMPARE(ninth.errorOf("Attach", arguments), QString());
-    }
-
-    void aHostsNameIsCut()
-    {
-        BridgeClient client(m_bus->address());
-        client.attach({}, QString(1000, u'x'));
-        QCOMPARE(m_service->shownBy().size(), qsizetype(PanelService::longestHost));
     }
 
     void aPopoverIsSentWholeAndThenInBands()
@@ -401,79 +308,6 @@ private Q_SLOTS:
         QCOMPARE(order(), QString::fromLatin1(Keys::menuBarOrder.factoryDefault));
         choose("move-right", "storage");
         QCOMPARE(order(), QStringLiteral("sensors,storage,memory,cpu"));
-    }
-
-    void theNameIsNotTakenFromAnotherAgent()
-    {
-        PanelService second(m_desk->strip, m_desk->popovers, *m_menu);
-        QSignalSpy settled(&second, &PanelService::settled);
-        QTest::ignoreMessage(
-            QtWarningMsg, QRegularExpression(QStringLiteral("another program has the agent's name")));
-        second.start();
-        QTRY_COMPARE(settled.size(), 1);
-        QCOMPARE(settled[0][0].toBool(), false);
-    }
-
-    void rubbishDoesNoHarm()
-    {
-        const auto client = bridge();
-        QRandomGenerator random(20);
-        const QStringList texts { {}, QStringLiteral("cpu"), QStringLiteral("memory"),
-            QStringLiteral("sensors"), QStringLiteral("move"), QStringLiteral("press"),
-            QStringLiteral("release"), QStringLiteral("scroll"), QStringLiteral("leave"),
-            QStringLiteral("Tab"), QStringLiteral("Esc"), QStringLiteral("Ctrl+"), QStringLiteral("Up"),
-            QStringLiteral("Space"), QStringLiteral("settings"), QString(5000, u'\u0301'),
-            QStringLiteral("#zzzzzz"), QStringLiteral("%1%n\n\t") };
-        const auto text = [&] { return texts[random.bounded(texts.size())]; };
-        const auto number = [&] {
-            static const double numbers[]
-                = { 0, -1, 5, 150, 1e300, -1e300, std::nan(""), std::numeric_limits<double>::infinity() };
-            return numbers[random.bounded(8)];
-        };
-        const auto bridgeNumber = [&] { return random.bounded(4) ? client->number : random.generate(); };
-        const auto look = [&] {
-            return QVariantMap { { QStringLiteral("scale"), random.bounded(8) ? 0.5 : number() },
-                { QStringLiteral("room"), number() }, { QStringLiteral("foreground"), text() },
-                { text(), number() } };
-        };
-        const auto strings = [&] { return QStringList { text(), text(), text(), text() }; };
-        const int calls = qEnvironmentVariableIntValue("KESTRUM_RUBBISH_CALLS") > 0
-            ? qEnvironmentVariableIntValue("KESTRUM_RUBBISH_CALLS")
-            : 100;
-        for (int i = 0; i < calls; ++i) {
-            switch (random.bounded(9)) {
-            case 0:
-                client->call("Look", { bridgeNumber(), look() });
-                break;
-            case 1:
-                client->call("OpenPopover", { bridgeNumber(), text(), look() });
-                break;
-            case 2:
-                client->call("ClosePopover", { bridgeNumber() });
-                break;
-            case 3:
-                client->call("Pointer", { bridgeNumber(), text(), number(), number(), number() });
-                break;
-            case 4:
-                client->call("Key", { bridgeNumber(), text() });
-                break;
-            case 5:
-                client->call("Actions", { text() });
-                break;
-            case 6:
-                client->call("Choose", { text(), text(), text() });
-                break;
-            case 7:
-                client->call("Reorder", { strings() });
-                break;
-            case 8:
-                client->call("Nothing", { number(), text() });
-                break;
-            }
-        }
-        QVERIFY(client->isUpToDate());
-        QCOMPARE(client->items.size(), 4);
-        QCOMPARE(client->property("ShownBy").toString(), QStringLiteral("test"));
     }
 };
 

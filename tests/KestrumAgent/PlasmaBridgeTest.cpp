@@ -1,45 +1,28 @@
 // The widget's part that speaks with the agent: it shows what the agent has, and believes nobody else.
 
-#include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "bridges/plasma/plugin/AgentClient.h"
-#include "tests/Support/PopoverDesk.h"
-#include "tests/Support/SessionBus.h"
+#include "tests/Support/PanelServiceFixture.h"
 #include "tests/Support/TestHome.h"
 
 #include <QClipboard>
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
-#include <QMenu>
-#include <QSignalSpy>
-#include <QTest>
 #include <cmath>
 
 using namespace kestrum;
 
 using enum MonitorSection;
 
-class PlasmaBridgeTest : public QObject {
+class PlasmaBridgeTest : public QObject, PanelServiceFixture {
     Q_OBJECT
 
     static constexpr auto ownConnection = "plasma-test";
     static constexpr auto strangerConnection = "plasma-stranger";
 
-    std::unique_ptr<SessionBus> m_bus;
-    std::unique_ptr<Desk> m_desk;
-    std::unique_ptr<QMenu> m_menu;
-    std::unique_ptr<PanelService> m_service;
-
     static QDBusConnection own() { return QDBusConnection(QString::fromLatin1(ownConnection)); }
     static QDBusConnection stranger() { return QDBusConnection(QString::fromLatin1(strangerConnection)); }
 
-    void startAgent()
-    {
-        m_service = std::make_unique<PanelService>(m_desk->strip, m_desk->popovers, *m_menu);
-        QSignalSpy settled(m_service.get(), &PanelService::settled);
-        m_service->start();
-        QVERIFY(QTest::qWaitFor([&] { return settled.size() == 1; }));
-    }
     /// A client that has the items.
     std::unique_ptr<AgentClient> client()
     {
@@ -62,10 +45,7 @@ class PlasmaBridgeTest : public QObject {
 private Q_SLOTS:
     void initTestCase()
     {
-        qputenv("QT_LOGGING_RULES", "*.info=false\ncom.orvale.kestrum.panel=false");
-        qputenv("DBUS_SYSTEM_BUS_ADDRESS", "disabled:");
-        m_bus = std::make_unique<SessionBus>(SessionBus::Services::none);
-        QVERIFY(m_bus->isUp());
+        startBus();
         PanelContract::registerTypes();
         for (const char* name : { ownConnection, strangerConnection })
             QVERIFY(QDBusConnection::connectToBus(m_bus->address(), QString::fromLatin1(name)).isConnected());
@@ -75,23 +55,12 @@ private Q_SLOTS:
         QDBusConnection::disconnectFromBus(QString::fromLatin1(ownConnection));
         QDBusConnection::disconnectFromBus(QString::fromLatin1(strangerConnection));
     }
-    void init()
-    {
-        if (!DrawingFixture::prepare())
-            QFAIL(DrawingFixture::noFont);
-        SystemAppearance::shared().setScheme(ColourScheme::light);
-        m_desk = std::make_unique<Desk>();
-        m_menu = std::make_unique<QMenu>();
-        m_menu->addAction(QStringLiteral("Open"))->setObjectName(QStringLiteral("settings"));
-        startAgent();
-    }
+    void init() { setUp(); }
     void cleanup()
     {
         // Closing a connection with a message on its way would lose the message's memory: the client's last word has to arrive.
         QVERIFY(QTest::qWaitFor([&] { return !m_service->isUsed(); }));
-        m_service.reset();
-        m_menu.reset();
-        m_desk.reset();
+        tearDown();
     }
 
     void theItemsAreTheAgents()
@@ -290,7 +259,7 @@ private Q_SLOTS:
         plasma->openPopover(QStringLiteral("cpu")); // without an agent, nothing
         QVERIFY(plasma->openItem().isEmpty());
 
-        startAgent();
+        startService();
         QVERIFY(QTest::qWaitFor([&] { return plasma->items().rowCount() == 4; }));
     }
 

@@ -52,6 +52,7 @@ public:
 
     /// Leaves the bus.
     void leave() { QDBusConnection::disconnectFromBus(m_name); }
+    QString connectionName() const { return m_name; }
     QString busName() const { return QDBusConnection(m_name).baseService(); }
 
     /// Calls and waits for the answer, an error too.
@@ -64,6 +65,14 @@ public:
         const QDBusMessage answer = send(QStringLiteral("org.freedesktop.DBus.Properties"), "Get",
             { QString(PanelContract::interface), QString::fromLatin1(name) });
         return answer.arguments().value(0).value<QDBusVariant>().variant();
+    }
+    /// The object's description of itself.
+    QString describe()
+    {
+        return send(QStringLiteral("org.freedesktop.DBus.Introspectable"), "Introspect", {})
+            .arguments()
+            .value(0)
+            .toString();
     }
     /// The name of the error; empty without one.
     QString errorOf(const char* method, const QVariantList& arguments = {})

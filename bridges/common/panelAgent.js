@@ -5,6 +5,8 @@ const agentPath = '/com/orvale/kestrum/Panel';
 const agentInterface = 'com.orvale.kestrum.Panel1';
 /** How long a call may take, in milliseconds. */
 const answerLimit = 2000;
+/** When an agent that has refused is asked again, in seconds: it has bridges enough, and one of them may go. */
+let attachAgain = 10;
 /** Larger pictures are mistakes: no texture is so wide, and none of ours so heavy. */
 const longestSide = 16384;
 const mostBytes = 64 << 20;
@@ -127,8 +129,11 @@ class PanelAgent {
         // Without a limit: an answer that nobody waits for would leave a bridge that nobody detaches.
         const [bus, owner, stay] = [this._bus, this._owner, this._stay];
         this._call('Attach', new GLib.Variant('(sa{sv})', [this._hostName, this._lookVariant(look)]), answer => {
-            if (answer?.get_type_string() !== '(u)')
+            if (answer?.get_type_string() !== '(u)') {
+                if (stay === this._stay)
+                    this._attachLater();
                 return;
+            }
             if (stay === this._stay) {
                 this._bridge = answer.get_child_value(0).get_uint32();
                 this.lookChanged();
@@ -137,6 +142,14 @@ class PanelAgent {
                     answerLimit, null, null);
             }
         }, {limit: GLib.MAXINT32, isAnsweredAlways: true});
+    }
+
+    _attachLater() {
+        this._attachTimer = GLib.timeout_add_seconds(GLib.PRIORITY_DEFAULT, attachAgain, () => {
+            this._attachTimer = 0;
+            this._attach();
+            return GLib.SOURCE_REMOVE;
+        });
     }
 
     _vanished() {
@@ -150,6 +163,9 @@ class PanelAgent {
         for (const subscription of this._subscriptions ?? [])
             this._bus.signal_unsubscribe(subscription);
         this._subscriptions = [];
+        if (this._attachTimer)
+            GLib.source_remove(this._attachTimer);
+        this._attachTimer = 0;
         this._bus = null;
         this._owner = null;
         this._bridge = 0;

@@ -253,6 +253,27 @@ private Q_SLOTS:
         QTRY_VERIFY(!m_service->isUsed());
     }
 
+    void anAgentWithBridgesEnoughIsAskedAgain()
+    {
+        run(QStringLiteral("attachAgain = 1; agent.destroy(); view.items = [];"));
+        QTRY_VERIFY(!m_service->isUsed());
+        QList<uint> others;
+        for (int i = 0; i < PanelService::mostBridges; ++i)
+            others.append(m_service->Attach(QStringLiteral("other"), {}));
+        run(QStringLiteral("agent = new PanelAgent('test', view);"));
+        QVERIFY(becomes("view.warnings.some(w => w.includes('Attach'))"));
+        m_service->Detach(others.first());
+        QVERIFY(becomes("view.items.length === 4"));
+        // One that has gone asks no more.
+        run(QStringLiteral("agent.destroy();"));
+        QTRY_VERIFY(!m_service->shownBy().contains(QStringLiteral("test")));
+        others.append(m_service->Attach(QStringLiteral("other"), {}));
+        run(QStringLiteral("agent = new PanelAgent('test', view);"));
+        QVERIFY(becomes("agent._attachTimer"));
+        run(QStringLiteral("agent.destroy();"));
+        QCOMPARE(run(QStringLiteral("agent._attachTimer")).toInt(), 0);
+    }
+
     void whatAnAgentDoesTooLateDoesNotComeUp()
     {
         run(QStringLiteral("GLib.timeout_add(0, 300, () => { popover.open('cpu'); return false; })"));

@@ -12,6 +12,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QScopeGuard>
 #include <QTemporaryDir>
 #include <QThread>
 #include <csignal>
@@ -294,6 +295,7 @@ private Q_SLOTS:
         QVERIFY(becomes("view.menu === 'memory'"));
         const pid_t bridge = pid_t(m_bridge->processId());
         QCOMPARE(::kill(bridge, SIGSTOP), 0);
+        auto goOn = qScopeGuard([bridge] { QCOMPARE(::kill(bridge, SIGCONT), 0); });
         for (int i = 1; i <= 300; ++i) {
             m_desk->readings->memory = (i % 100) / 100.0;
             m_desk->strip.redraw();
@@ -302,6 +304,7 @@ private Q_SLOTS:
         m_desk->source.values.memory.pressure = 0.77;
         Q_EMIT m_desk->source.changed();
         QTRY_VERIFY(!m_desk->popovers.section());
+        goOn.dismiss();
         QCOMPARE(::kill(bridge, SIGCONT), 0);
         const QString newest = sum(StripScene::picture(*m_desk->strip.items().item(memory),
             ItemInk(ColourScheme::dark, Qt::white), scale, Appearance::current()));

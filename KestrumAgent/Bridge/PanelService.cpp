@@ -295,10 +295,13 @@ void PanelService::askForSign(const AttachedBridge& bridge)
     const QDBusMessage question = QDBusMessage::createMethodCall(bridge.client(), QStringLiteral("/"),
         QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"));
     const auto answered = [this, number = bridge.number()](const QDBusPendingCall&) {
-        if (AttachedBridge* reading = find(number)) {
-            reading->noteAnswer();
+        AttachedBridge* reading = find(number);
+        if (!reading)
+            return;
+        const bool hasMissedItems = !reading->isReading();
+        reading->noteAnswer();
+        if (hasMissedItems)
             sendItems();
-        }
     };
     DesktopBus::call(panelConnection, question, this, answered, noLimit);
 }

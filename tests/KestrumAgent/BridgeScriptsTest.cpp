@@ -266,13 +266,9 @@ private Q_SLOTS:
         m_service->Detach(others.first());
         QVERIFY(becomes("view.items.length === 4"));
         // One that has gone asks no more.
-        run(QStringLiteral("agent.destroy();"));
-        QTRY_VERIFY(!m_service->shownBy().contains(QStringLiteral("test")));
-        others.append(m_service->Attach(QStringLiteral("other"), {}));
-        run(QStringLiteral("agent = new PanelAgent('test', view);"));
+        run(QStringLiteral("agent = new PanelAgent('ninth', view);"));
         QVERIFY(becomes("agent._attachTimer"));
-        run(QStringLiteral("agent.destroy();"));
-        QCOMPARE(run(QStringLiteral("agent._attachTimer")).toInt(), 0);
+        QCOMPARE(run(QStringLiteral("agent.destroy(); agent._attachTimer")).toInt(), 0);
     }
 
     void whatAnAgentDoesTooLateDoesNotComeUp()
@@ -295,17 +291,17 @@ private Q_SLOTS:
         QVERIFY(becomes("view.menu === 'memory'"));
         const pid_t bridge = pid_t(m_bridge->processId());
         QCOMPARE(::kill(bridge, SIGSTOP), 0);
-        auto goOn = qScopeGuard([bridge] { QCOMPARE(::kill(bridge, SIGCONT), 0); });
-        for (int i = 1; i <= 300; ++i) {
-            m_desk->readings->memory = (i % 100) / 100.0;
-            m_desk->strip.redraw();
-            QCoreApplication::processEvents();
+        {
+            const auto goOn = qScopeGuard([bridge] { QCOMPARE(::kill(bridge, SIGCONT), 0); });
+            for (int i = 1; i <= 300; ++i) {
+                m_desk->readings->memory = (i % 100) / 100.0;
+                m_desk->strip.redraw();
+                QCoreApplication::processEvents();
+            }
+            m_desk->source.values.memory.pressure = 0.77;
+            Q_EMIT m_desk->source.changed();
+            QTRY_VERIFY(!m_desk->popovers.section());
         }
-        m_desk->source.values.memory.pressure = 0.77;
-        Q_EMIT m_desk->source.changed();
-        QTRY_VERIFY(!m_desk->popovers.section());
-        goOn.dismiss();
-        QCOMPARE(::kill(bridge, SIGCONT), 0);
         const QString newest = sum(StripScene::picture(*m_desk->strip.items().item(memory),
             ItemInk(ColourScheme::dark, Qt::white), scale, Appearance::current()));
         QTRY_COMPARE(text("view.items[2].sum"), newest);

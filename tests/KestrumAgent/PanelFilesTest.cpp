@@ -229,6 +229,20 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(m_agent->strip()->isVisible(), 2000);
     }
 
+    void aBusThatGoesGivesTheItemsBack()
+    {
+        const Setting remembered(Keys::panelBridge, QString());
+        startAgent();
+        QSignalSpy settled(m_agent->service(), &PanelService::settled);
+        QTRY_COMPARE(settled.size(), 1);
+        m_agent->service()->Attach(text("shell"), {});
+        QVERIFY(!m_agent->strip()->isVisible());
+        m_bus.reset();
+        QTRY_VERIFY(m_agent->strip()->isVisible());
+        QCOMPARE(m_agent->service()->shownBy(), text("strip"));
+        QCOMPARE(remembered.value(), text("shell")); // it comes again with the session
+    }
+
     void theUsualDirectoryIsTheUsersOwn()
     {
         startAgent();

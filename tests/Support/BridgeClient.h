@@ -8,8 +8,10 @@
 #include <QDBusMessage>
 #include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
+#include <QEventLoop>
 #include <QImage>
 #include <QTest>
+#include <QTimer>
 
 namespace kestrum {
 
@@ -160,9 +162,11 @@ private:
         message.setArguments(arguments);
         const QDBusPendingCall pending = QDBusConnection(m_name).asyncCall(message, limit);
         QDBusPendingCallWatcher watcher(pending);
-        (void)QTest::qWaitFor([&] { return watcher.isFinished(); }, limit);
-        // The bus's thread marks an answer itself. Signals from before may still wait for this thread.
-        QCoreApplication::processEvents();
+        // Told by an event, after the signals from before. The bus's thread would mark the answer sooner.
+        QEventLoop loop;
+        connect(&watcher, &QDBusPendingCallWatcher::finished, &loop, &QEventLoop::quit);
+        QTimer::singleShot(2 * limit, &loop, &QEventLoop::quit); // the call itself has a limit
+        loop.exec();
         return pending.reply();
     }
 

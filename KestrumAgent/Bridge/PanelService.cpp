@@ -113,11 +113,13 @@ void PanelService::requestName()
         = QDBusMessage::createMethodCall(busService, busPath, busService, QStringLiteral("RequestName"));
     request << QString(PanelContract::service) << doNotQueue;
     DesktopBus::call(panelConnection, request, this, [this](const QDBusPendingReply<uint>& reply) {
-        if (reply.isError())
-            return; // the bus is about to go, and is looked for again then
-        const bool isOurs = reply.value() == isPrimaryOwner;
+        const bool isOurs = !reply.isError() && reply.value() == isPrimaryOwner;
         m_nextStart.setInterval(firstWait);
-        if (!isOurs)
+        if (reply.isError())
+            Log::warning("agent",
+                QStringLiteral("the session bus does not give the agent its name: %1")
+                    .arg(Log::escaped(reply.error().message())));
+        else if (!isOurs)
             Log::warning("agent", QStringLiteral("another program has the agent's name on the session bus"));
         Q_EMIT settled(isOurs);
     });

@@ -38,7 +38,7 @@ complete -c kestrumctl -n '__kestrumctl_first_of popover' -a 'cpu memory storage
 complete -c kestrumctl -n '__kestrumctl_first_of panel' -a 'status add remove'
 complete -c kestrumctl -n '__kestrumctl_verb_is panel' -l png -x -a '(__fish_complete_directories)' -d 'Keep pictures of the items there'
 complete -c kestrumctl -n '__kestrumctl_verb_is panel' -l scale -x -d 'Pixels a point'
-complete -c kestrumctl -n '__kestrumctl_verb_is panel' -l height -x -d "The panel's height in points"
+complete -c kestrumctl -n '__kestrumctl_verb_is panel' -l height -x -d "The pictures' height in pixels"
 complete -c kestrumctl -n '__kestrumctl_verb_is panel' -l foreground -x -d "The colour of the panel's texts"
 complete -c kestrumctl -n '__kestrumctl_first_of login-item' -a 'status on off'
 complete -c kestrumctl -n '__kestrumctl_verb_is describe render' -l cores -x -d 'As on a machine with so many cores'

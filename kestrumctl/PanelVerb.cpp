@@ -69,6 +69,12 @@ void printStatus(const QString& shownBy, const PanelAddition* part, const PanelA
         Console::note(Log::escapedWhole(state.obstacle).toUtf8().constData());
     else if (state.isPending)
         Console::note("the panel shows it from the next login on");
+    else if (state.presence == Presence::uninstalled)
+        Console::note(Log::escapedWhole(part->uninstalled().text()).toUtf8().constData());
+    else if (state.presence == Presence::unneeded && shownBy == QLatin1StringView("nothing"))
+        Console::note(
+            "this desktop has no place for the items; a panel with status icons would show them, and a bar "
+            "that shows pictures does by \"kestrumctl panel --png\"");
     finishPanel(code);
 }
 

@@ -34,6 +34,12 @@ void tellThatNothingIsShown(const QString& reason)
     Log::info("notification", QStringLiteral("nothing is shown: %1").arg(Log::escaped(reason)));
 }
 
+void answer(const DesktopNotification::Answered& answered, bool isShown)
+{
+    if (answered)
+        answered(isShown);
+}
+
 } // namespace
 
 DesktopNotification::DesktopNotification(QObject* parent)
@@ -49,10 +55,12 @@ DesktopNotification::~DesktopNotification()
     DesktopBus::leave(m_connection, *this);
 }
 
-void DesktopNotification::show(const Content& content)
+void DesktopNotification::show(const Content& content, Answered answered)
 {
     m_content = content;
-    if (m_isJoining)
+    // A notification that was replaced before it was sent is never shown.
+    answer(std::exchange(m_answered, std::move(answered)), false);
+    if (m_isPreparing)
         return;
     // The connection stays open, because some desktops remove the notifications of a program that left the bus.
     if (QDBusConnection(m_connection).isConnected())
@@ -65,16 +73,15 @@ void DesktopNotification::join()
 {
     const QString address = DesktopBus::address();
     if (address.isEmpty()) {
-        tellThatNothingIsShown(QStringLiteral("there is no session bus"));
+        fail(QStringLiteral("there is no session bus"));
         return;
     }
     QDBusConnection::disconnectFromBus(m_connection);
     m_shown = 0;
-    m_isJoining = true;
+    m_isPreparing = true;
     DesktopBus::join(address, m_connection, this, [this](bool isJoined) {
-        m_isJoining = false;
         if (!isJoined) {
-            tellThatNothingIsShown(QStringLiteral("the session bus does not answer"));
+            fail(QStringLiteral("the session bus does not answer"));
             return;
         }
         // The service name is left empty: with a name, Qt would wait for the bus. A forged signal can do no more than a
@@ -92,9 +99,10 @@ void DesktopNotification::join()
 /// parse the text below the heading as markup.
 void DesktopNotification::askWhatIsShown()
 {
+    m_isPreparing = true;
     const auto answered = [this](const QDBusPendingReply<QStringList>& reply) {
         if (reply.isError())
-            tellThatNothingIsShown(reply.error().message());
+            fail(reply.error().message());
         else
             send(reply.value().contains(QLatin1StringView("actions")),
                 reply.value().contains(QLatin1StringView("body-markup")));
@@ -104,6 +112,7 @@ void DesktopNotification::askWhatIsShown()
 
 void DesktopNotification::send(bool hasButtons, bool readsMarkup)
 {
+    m_isPreparing = false;
     const bool hasButton = hasButtons && !m_content.button.isEmpty();
     const QString text
         = hasButton || m_content.button.isEmpty() ? m_content.text : m_content.textWithoutButton;
@@ -116,13 +125,22 @@ void DesktopNotification::send(bool hasButtons, bool readsMarkup)
     call << QGuiApplication::applicationDisplayName() << m_shown << program << m_content.heading
          << (readsMarkup ? text.toHtmlEscaped() : text) << actions
          << QVariantMap { { QStringLiteral("desktop-entry"), program } } << asLongAsTheDesktopLikes;
-    const auto answered = [this](const QDBusPendingReply<quint32>& reply) {
-        if (reply.isError())
-            tellThatNothingIsShown(reply.error().message());
-        else
-            m_shown = reply.value();
-    };
+    const auto answered
+        = [this, told = std::exchange(m_answered, {})](const QDBusPendingReply<quint32>& reply) {
+              if (reply.isError())
+                  tellThatNothingIsShown(reply.error().message());
+              else
+                  m_shown = reply.value();
+              answer(told, !reply.isError());
+          };
     DesktopBus::call(m_connection, call, this, answered, timeLimit);
+}
+
+void DesktopNotification::fail(const QString& reason)
+{
+    m_isPreparing = false;
+    tellThatNothingIsShown(reason);
+    answer(std::exchange(m_answered, {}), false);
 }
 
 void DesktopNotification::activationToken(uint number, const QString& token)

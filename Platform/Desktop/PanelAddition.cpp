@@ -34,7 +34,9 @@ bool PanelAddition::isInstalled(const QString& file)
 
 Failure PanelAddition::uninstalled() const
 {
-    return Failure::withReason(QStringLiteral("%1 is not installed").arg(title()));
+    return Failure::withReason(QStringLiteral(
+        "%1 is not installed; Kestrum's own package has it, and its sources in the folder bridges")
+                                   .arg(title()));
 }
 
 } // namespace kestrum

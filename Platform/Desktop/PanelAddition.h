@@ -26,7 +26,7 @@ public:
     struct State {
         Presence presence = Presence::unneeded;
         bool isPending = false; ///< it has been added, and takes effect at the next login
-        QString obstacle; ///< why the panel does not show the items in spite of the part; empty if it does
+        QString obstacle; ///< why the panel does not show the items even with the part; empty if it does
     };
     enum class Effect { now, atNextLogin };
 
@@ -40,6 +40,8 @@ public:
     virtual QString desktop() const = 0;
     /// What the part is, such as "the applet kestrum@orvale.com".
     virtual QString title() const = 0;
+    /// What to say where the part is not installed.
+    Failure uninstalled() const;
     /// Whether the panel will also show other programs' icons in another way.
     virtual bool concernsOtherIcons() const { return false; }
 
@@ -54,7 +56,6 @@ protected:
 
     /// Whether the file is in one of the data directories.
     static bool isInstalled(const QString& file);
-    Failure uninstalled() const;
 };
 
 } // namespace kestrum

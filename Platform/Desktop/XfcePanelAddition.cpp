@@ -34,6 +34,11 @@ QStringList resetRun(const QString& property)
     return xfconfArguments({ QStringLiteral("-p"), property, QStringLiteral("-r") });
 }
 
+QString noTrayText()
+{
+    return QStringLiteral("the panel has no place for status icons");
+}
+
 } // namespace
 
 QString XfcePanelAddition::title() const
@@ -90,7 +95,7 @@ void XfcePanelAddition::look(Looked looked)
         }
         const auto any = [&trays](auto&& is) { return std::any_of(trays->begin(), trays->end(), is); };
         if (trays->isEmpty())
-            looked(State { Presence::uninstalled, false, {} });
+            looked(State { Presence::uninstalled, false, noTrayText() });
         else if (any([](const Tray& tray) { return tray.isSquare; }))
             looked(State { Presence::missing, false, {} });
         else if (any([](const Tray& tray) { return tray.before.has_value(); }))
@@ -108,7 +113,7 @@ void XfcePanelAddition::add(Changed changed)
             return;
         }
         if (trays->isEmpty()) {
-            changed(Failure::withReason(QStringLiteral("the panel has no place for status icons")));
+            changed(Failure::withReason(noTrayText()));
             return;
         }
         QList<QStringList> changes;

@@ -70,7 +70,7 @@ private Q_SLOTS:
     {
         const auto gnome = part("GNOME");
         QCOMPARE(looked(*gnome), text("uninstalled"));
-        QCOMPARE(add(*gnome), text("failed: the extension kestrum@orvale.com is not installed"));
+        QVERIFY(add(*gnome).startsWith(text("failed: the extension kestrum@orvale.com is not installed; ")));
         QCOMPARE(m_tools->written(), QByteArrayList());
     }
 

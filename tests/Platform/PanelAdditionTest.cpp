@@ -168,7 +168,7 @@ private Q_SLOTS:
     {
         m_tools->setProperty("/plugins/plugin-1", "clock");
         const auto xfce = part("XFCE");
-        QCOMPARE(looked(*xfce), text("uninstalled"));
+        QCOMPARE(looked(*xfce), text("uninstalled; the panel has no place for status icons"));
         QCOMPARE(add(*xfce), text("failed: the panel has no place for status icons"));
         m_tools->replace("xfconf-query", "echo no >&2; exit 1\n");
         QCOMPARE(looked(*xfce), text("failed: xfconf-query: no"));

@@ -65,7 +65,10 @@ private Q_SLOTS:
     void statusTellsWhatIsAndWhatCouldBe()
     {
         QCOMPARE(run("status", "GNOME"),
-            done("shownBy\t-\ndesktop\tGNOME\npart\tthe extension kestrum@orvale.com\nstate\tuninstalled\n"));
+            noted("shownBy\t-\ndesktop\tGNOME\npart\tthe extension kestrum@orvale.com\nstate\tuninstalled\n",
+                "the extension kestrum@orvale.com is not installed; Kestrum's own package has it, and its "
+                "sources "
+                "in the folder bridges"));
         DesktopTools::install("gnome-shell/extensions/kestrum@orvale.com/metadata.json");
         QVERIFY(run("status", "GNOME").output.endsWith("state\tmissing\n"));
 
@@ -84,6 +87,9 @@ private Q_SLOTS:
         // A host's name is another program's text.
         agent.shownBy = text("x\nstate\tadded");
         QVERIFY(run("status", "sway").output.startsWith("shownBy\tx\\nstate\\tadded\ndesktop\t-\n"));
+        // Where nothing shows the items, it says what would.
+        agent.shownBy = text("nothing");
+        QVERIFY(run("status", "sway").errors.contains("a panel with status icons would show them"));
     }
 
     void addAndRemoveSayWhenTheyTakeEffect()

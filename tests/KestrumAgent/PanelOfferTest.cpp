@@ -34,6 +34,8 @@ class PanelOfferTest : public QObject {
         qputenv("XDG_CURRENT_DESKTOP", desktop);
         m_agent = std::make_unique<Agent>();
         m_agent->start();
+        // The tests say when it looks.
+        m_agent->findChild<PanelOffer*>()->start({ std::chrono::hours(1) });
     }
     /// Has the offer look now, and waits until it has done so.
     void look()
@@ -262,6 +264,7 @@ private Q_SLOTS:
         DesktopTools::clear();
         startAgent("GNOME");
         look();
+        QTRY_COMPARE(m_notifications->shown.size(), 1);
         DesktopTools::install(s_installed);
         QTRY_VERIFY(entry() && m_notifications->shown.size() == 2);
         QCOMPARE(m_notifications->shown.last().actions.value(1), text("Show in Panel"));

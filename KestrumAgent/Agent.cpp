@@ -110,8 +110,10 @@ void Agent::start(std::optional<double> launched)
             rememberBridge(host);
     });
     connect(m_service.get(), &PanelService::detached, this, [this](const QString& host) {
-        if (host != PanelContract::filesHost)
-            rememberBridge({});
+        if (host == PanelContract::filesHost)
+            return;
+        rememberBridge({});
+        m_panelOffer->forget();
     });
     // Another desktop may have been chosen, or the bridge's package removed: the next start does not wait again.
     connect(m_channels.get(), &PanelChannels::bridgeMissed, this, [this] { rememberBridge({}); });

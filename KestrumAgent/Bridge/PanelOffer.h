@@ -30,8 +30,10 @@ public:
     /// Looks at once; once more, if a look is under way. Emits `looked` at the end.
     void look();
 
-    /// Adds the entry to `menu` if something is missing, and looks anew.
+    /// Adds the entry to `menu` if something is missing, and looks anew unless the panel is known to have all.
     void addTo(QMenu& menu);
+    /// What the panel has may be another by now: the next menu finds out.
+    void forget() { m_state = {}; }
 
 Q_SIGNALS:
     void looked();

@@ -24,15 +24,17 @@ bool isUninstalled(const PanelAddition::State& state)
     return state.presence == Presence::uninstalled && state.obstacle.isEmpty();
 }
 
-DesktopNotification::Content uninstalledContent()
-{
-    return { AppLanguage::string("Kestrum can show its items in the panel."),
-        AppLanguage::string("Its part for this panel is not installed."), {}, {} };
-}
-
 QString adviceToLearn(const char* command)
 {
     return AppLanguage::string("To learn why, type in a terminal: %1", { QString::fromLatin1(command) });
+}
+
+DesktopNotification::Content uninstalledContent()
+{
+    return { AppLanguage::string("Kestrum can show its items in the panel."),
+        AppLanguage::string("Its part for this panel is not installed.") + u'\n'
+            + adviceToLearn("kestrumctl panel status"),
+        {}, {} };
 }
 
 } // namespace

@@ -262,7 +262,9 @@ private Q_SLOTS:
         startAgent("KDE");
         look();
         QTRY_COMPARE(m_notifications->shown.size(), 1);
-        QCOMPARE(m_notifications->shown.first().text, text("Its part for this panel is not installed."));
+        QCOMPARE(m_notifications->shown.first().text,
+            text("Its part for this panel is not installed.\n"
+                 "To learn why, type in a terminal: kestrumctl panel status"));
         QCOMPARE(m_notifications->shown.first().actions, QStringList());
         QTRY_COMPARE(offered(), text("Plasma-uninstalled"));
         look();

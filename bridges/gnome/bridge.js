@@ -14,11 +14,13 @@ class KestrumBridge {
         const changed = () => this.agent.lookChanged();
         St.ThemeContext.get_for_stage(global.stage).connectObject('notify::scale-factor', changed, 'changed', changed, this);
         Main.panel.connectObject('resource-scale-changed', changed, 'style-changed', changed, this);
+        Main.sessionMode.connectObject('updated', () => this._showOrHide(), this);
     }
 
     destroy() {
         St.ThemeContext.get_for_stage(global.stage).disconnectObject(this);
         Main.panel.disconnectObject(this);
+        Main.sessionMode.disconnectObject(this);
         this.agentLeft();
         this.agent.destroy();
     }
@@ -64,6 +66,7 @@ class KestrumBridge {
                 this._remove(id);
         }
         this._arrange(ids);
+        this._showOrHide();
     }
 
     showPopover(news) {
@@ -121,6 +124,21 @@ class KestrumBridge {
     _remove(id) {
         this.item(id).destroy();
         this._items.delete(id);
+    }
+
+    /**
+     * What the items tell is not for everybody who sees the locked screen. The bridge stays attached there: without one, the agent
+     * would put the items elsewhere on the screen, and windows would have another size after the lock than before it.
+     */
+    _showOrHide() {
+        const {isLocked} = Main.sessionMode;
+        for (const item of this._items.values()) {
+            item.container.visible = !isLocked;
+            if (isLocked)
+                item.menu.close(PopupAnimation.NONE);
+        }
+        if (isLocked)
+            this.popover.close();
     }
 
     /** Puts the items side by side. Where the first one stands is left to the shell and other extensions. */

@@ -6,6 +6,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
+#include <QTimer>
 #include <utility>
 
 namespace kestrum {
@@ -13,6 +14,9 @@ namespace kestrum {
 namespace {
 
 constexpr int shellTimeLimit = 5000; // ms
+/// How often and how long the shell is asked whether an extension runs that was switched on.
+constexpr int mostLooks = 20;
+constexpr int timeBetweenLooks = 100; // ms
 
 constexpr QLatin1StringView shellConnection("kestrum-gnome-shell");
 constexpr QLatin1StringView extensionName("kestrum@orvale.com");
@@ -186,13 +190,34 @@ void GnomePanelAddition::add(Changed changed)
                 shellConnection, shellCall("EnableExtension"), this,
                 [this, before, changed](const QDBusPendingReply<bool>& reply) {
                     if (!reply.isError() && reply.value())
-                        changed(Effect::now);
+                        awaitState(mostLooks, changed);
                     else
                         addToList(before, changed);
                 },
                 shellTimeLimit);
         });
     });
+}
+
+/// The shell's answer says only that it knows the extension. It tries to run it afterwards.
+void GnomePanelAddition::awaitState(int looks, const Changed& changed)
+{
+    DesktopBus::call(
+        shellConnection, shellCall("GetExtensionInfo"), this,
+        [this, looks, changed](const QDBusPendingReply<QVariantMap>& reply) {
+            State state;
+            adoptShellState(reply.isError() ? QVariantMap() : reply.value(), state);
+            if (!state.obstacle.isEmpty())
+                changed(Failure::withReason(state.obstacle));
+            else if (!state.isPending)
+                changed(Effect::now);
+            else if (looks > 1)
+                QTimer::singleShot(
+                    timeBetweenLooks, this, [this, looks, changed] { awaitState(looks - 1, changed); });
+            else
+                changed(Effect::atNextLogin);
+        },
+        shellTimeLimit);
 }
 
 /// For a shell that does not know the extension yet. It reads the lists at its next start.

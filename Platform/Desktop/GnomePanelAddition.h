@@ -30,6 +30,7 @@ private:
     void read(std::function<void(const Result<Lists>&)> answered);
     void write(const Lists& before, const Lists& after, Effect effect, Changed changed);
     void join(std::function<void(bool)> joined);
+    void awaitState(int looks, const Changed& changed);
     void addToList(const Lists& before, Changed changed);
 };
 

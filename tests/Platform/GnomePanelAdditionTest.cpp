@@ -95,6 +95,26 @@ private Q_SLOTS:
         QCOMPARE(m_tools->written(), QByteArrayList()); // the shell writes itself
     }
 
+    void anExtensionThatTheShellCannotRunIsAFailure_data()
+    {
+        QTest::addColumn<double>("state");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("error") << 3.0 << text("failed: the shell cannot run it: no such thing");
+        QTest::newRow("out of date") << 4.0 << text("failed: it is not made for this version of the shell");
+        QTest::newRow("still off") << 2.0 << text("at the next login");
+    }
+    void anExtensionThatTheShellCannotRunIsAFailure()
+    {
+        QFETCH(const double, state);
+        DesktopTools::install(extensionFile);
+        startBus();
+        GnomeShell shell;
+        shell.info = { { text("state"), 2.0 }, { text("error"), text("no such thing") } };
+        shell.stateOfEnabled = state;
+        QVERIFY(shell.join(m_bus->address()));
+        QTEST(add(*part("GNOME")), "expected");
+    }
+
     void anExtensionThatIsNewToTheShellIsThereAtTheNextLogin_data()
     {
         QTest::addColumn<bool>("hasShell");

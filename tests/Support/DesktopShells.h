@@ -7,6 +7,7 @@
 #include <QDBusError>
 #include <QObject>
 #include <QStringList>
+#include <QTimer>
 #include <QVariantMap>
 
 namespace kestrum {
@@ -46,7 +47,8 @@ public:
         return DesktopShell::join(address, "org.gnome.Shell", "/org/gnome/Shell");
     }
 
-    QVariantMap info; ///< of the extension; empty: the shell does not know it
+    QVariantMap info;          ///< of the extension; empty: the shell does not know it
+    double stateOfEnabled = 1; ///< what becomes of the extension's state, a little after it is switched on
     QStringList enabled;
 
 public Q_SLOTS:
@@ -55,6 +57,7 @@ public Q_SLOTS:
         if (info.isEmpty())
             return false;
         enabled.append(name);
+        QTimer::singleShot(50, this, [this] { info[QStringLiteral("state")] = stateOfEnabled; });
         return true;
     }
     QVariantMap GetExtensionInfo(const QString&) const { return info; }

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 import QtQuick 2.15
 import QtQuick.Layouts 1.15
-import QtQuick.Window 2.15
 import org.kde.plasma.core 2.0 as PlasmaCore
 import com.orvale.kestrum.panel 1.0
 
@@ -14,12 +13,12 @@ Item {
     property int location: PlasmaCore.Types.BottomEdge
     property color foreground
     property real unit: 1 // how large this Plasma shows a point, in its own pixels
+    property real screenHeight: 800 // of the panel's screen, without the panels there, in the same pixels
     property Component placeholder // the symbol
     readonly property alias agent: agent
 
     readonly property int itemHeight: 22 // points
     readonly property int spare: 4 // points: a picture is a little wider than its item
-    readonly property bool isMirrored: Qt.application.layoutDirection === Qt.RightToLeft
     // Smaller than usual where the panel has not the room.
     readonly property real fit: {
         const wanted = (isVertical ? agent.items.widest + spare : itemHeight) * unit
@@ -48,7 +47,9 @@ Item {
         token.request(root, token => agent.choose(action, token))
     }
 
-    LayoutMirroring.enabled: isMirrored
+    // The user has put the items in this order, and sees it in the settings and in the popover's arrows: it is from left to right in
+    // every language.
+    LayoutMirroring.enabled: false
     LayoutMirroring.childrenInherit: true
 
     // The length that the panel gives: of the items, or of the symbol.
@@ -61,11 +62,13 @@ Item {
 
     AgentClient {
         id: agent
-        scale: root.unit * root.fit * root.Screen.devicePixelRatio
-        popoverScale: root.unit * root.Screen.devicePixelRatio
-        popoverRoom: root.Screen.desktopAvailableHeight / root.unit - 2 * popover.distance
+        scale: root.unit * root.fit * screen.ratio
+        popoverScale: root.unit * screen.ratio
+        popoverRoom: (root.screenHeight - 2 * popover.distance) / root.unit
         foreground: root.foreground
-        isMirrored: root.isMirrored
+    }
+    Picture {
+        id: screen // shows nothing, and knows the ratio before there are items
     }
     ActivationToken {
         id: token

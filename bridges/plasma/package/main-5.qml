@@ -47,6 +47,7 @@ Item {
         location: Plasmoid.location
         foreground: PlasmaCore.ColorScope.textColor
         unit: PlasmaCore.Units.devicePixelRatio
+        screenHeight: Plasmoid.availableScreenRect.height
         placeholder: PlasmaCore.IconItem {
             source: Plasmoid.icon
             opacity: 0.5

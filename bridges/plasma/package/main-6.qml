@@ -45,6 +45,7 @@ PlasmoidItem {
         isVertical: Plasmoid.formFactor === PlasmaCore.Types.Vertical
         location: Plasmoid.location
         foreground: Kirigami.Theme.textColor
+        screenHeight: Plasmoid.containment.availableScreenRect.height
         placeholder: Kirigami.Icon {
             source: Plasmoid.icon
             opacity: 0.5

@@ -7,7 +7,6 @@
 #include <QDBusPendingReply>
 #include <QLoggingCategory>
 #include <QPointer>
-#include <algorithm>
 #include <limits>
 #include <utility>
 
@@ -35,30 +34,6 @@ QDBusMessage agentCall(const QString& owner, const QString& method, const QVaria
     message.setArguments(arguments);
     message.setAutoStartService(false);
     return message;
-}
-
-/// To the agent, left is where the first item is. Each of the two entries does what the other one would.
-QVariantList mirrored(QVariantList entries)
-{
-    const QString left = QStringLiteral("move-left");
-    const QString right = QStringLiteral("move-right");
-    const QString id = QStringLiteral("id");
-    const QString isEnabled = QStringLiteral("isEnabled");
-    const auto find = [&](const QString& wanted) {
-        return std::find_if(entries.begin(), entries.end(),
-            [&](const QVariant& entry) { return entry.toMap().value(id) == wanted; });
-    };
-    const auto one = find(left);
-    const auto other = find(right);
-    if (one == entries.end() || other == entries.end())
-        return entries;
-    QVariantMap first = one->toMap();
-    QVariantMap second = other->toMap();
-    std::swap(first[id], second[id]);
-    std::swap(first[isEnabled], second[isEnabled]);
-    *one = first;
-    *other = second;
-    return entries;
 }
 
 } // namespace
@@ -262,7 +237,7 @@ void AgentClient::requestActions(const QString& item)
         if (!told)
             return;
         m_actionsItem = item;
-        m_actions = m_isMirrored ? mirrored(*told) : *told;
+        m_actions = *told;
         Q_EMIT actionsChanged();
     });
 }

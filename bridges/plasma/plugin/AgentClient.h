@@ -31,8 +31,6 @@ class AgentClient : public QObject {
     /// Pixels per point of a popover, and its greatest height in points.
     Q_PROPERTY(double popoverScale READ popoverScale WRITE setPopoverScale NOTIFY lookChanged)
     Q_PROPERTY(int popoverRoom READ popoverRoom WRITE setPopoverRoom NOTIFY lookChanged)
-    /// Whether the panel shows the first item at the right end.
-    Q_PROPERTY(bool isMirrored MEMBER m_isMirrored NOTIFY mirroredChanged)
     /// The item whose popover is open or about to open; empty without one.
     Q_PROPERTY(QString openItem READ openItem NOTIFY popoverChanged)
     /// The picture of the open popover, and the item that it is of: while the popover turns to another item, still the former one.
@@ -83,7 +81,6 @@ public:
 Q_SIGNALS:
     void attachedChanged();
     void lookChanged();
-    void mirroredChanged();
     void popoverChanged();
     void actionsChanged();
 
@@ -119,7 +116,6 @@ private:
     QColor m_foreground;
     double m_popoverScale = 1;
     int m_popoverRoom = 800;
-    bool m_isMirrored = false;
     QTimer m_lookTimer;
     QTimer m_attachTimer;
 

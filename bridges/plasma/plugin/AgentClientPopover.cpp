@@ -156,9 +156,6 @@ bool AgentClient::pressKey(int key, int modifiers)
     if (key == Qt::Key_Backtab) {
         key = Qt::Key_Tab;
         modifiers |= int(Qt::ShiftModifier);
-    } else if (m_isMirrored && (key == Qt::Key_Left || key == Qt::Key_Right)) {
-        // To the popover, the neighbour on the right is the next item.
-        key = key == Qt::Key_Left ? Qt::Key_Right : Qt::Key_Left;
     }
     modifiers
         &= int(Qt::ShiftModifier) | int(Qt::ControlModifier) | int(Qt::AltModifier) | int(Qt::MetaModifier);

@@ -28,29 +28,34 @@ void Picture::setImage(const QImage& image)
     Q_EMIT imageChanged();
 }
 
-double Picture::ratio() const
-{
-    return window() ? window()->effectiveDevicePixelRatio() : 1;
-}
-
 void Picture::measure()
 {
-    setImplicitSize(m_image.width() / ratio(), m_image.height() / ratio());
+    setImplicitSize(m_image.width() / m_ratio, m_image.height() / m_ratio);
+}
+
+void Picture::adoptRatio()
+{
+    if (!window() || window()->effectiveDevicePixelRatio() == m_ratio)
+        return;
+    m_ratio = window()->effectiveDevicePixelRatio();
+    measure();
+    update();
+    Q_EMIT ratioChanged();
 }
 
 /// Where the image is drawn, in this item: its edges are on the edges of the screen's pixels, wherever the item itself is.
 QRectF Picture::place() const
 {
-    const QSizeF size = QSizeF(m_image.size()) / ratio();
+    const QSizeF size = QSizeF(m_image.size()) / m_ratio;
     const double smaller = std::min({ 1.0, width() / size.width(), height() / size.height() });
     // Less than a pixel is the layout's rounding.
-    if (smaller < 1 && size.width() * (1 - smaller) * ratio() >= 1) {
+    if (smaller < 1 && size.width() * (1 - smaller) * m_ratio >= 1) {
         const QSizeF fitting = size * smaller;
         return { QPointF((width() - fitting.width()) / 2, (height() - fitting.height()) / 2), fitting };
     }
     const QPointF corner(0, (height() - size.height()) / 2);
-    const QPointF inWindow = mapToScene(corner) * ratio();
-    return { mapFromScene(QPointF(std::round(inWindow.x()), std::round(inWindow.y())) / ratio()), size };
+    const QPointF inWindow = mapToScene(corner) * m_ratio;
+    return { mapFromScene(QPointF(std::round(inWindow.x()), std::round(inWindow.y())) / m_ratio), size };
 }
 
 QSGNode* Picture::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
@@ -71,7 +76,7 @@ QSGNode* Picture::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
         m_isImageNew = false;
     }
     m_place = place();
-    const bool isExact = m_place.size() == QSizeF(m_image.size()) / ratio();
+    const bool isExact = m_place.size() == QSizeF(m_image.size()) / m_ratio;
     image->setFiltering(isExact ? QSGTexture::Nearest : QSGTexture::Linear);
     image->setRect(m_place);
     image->setSourceRect(QRectF(QPointF(), QSizeF(m_image.size())));
@@ -80,21 +85,21 @@ QSGNode* Picture::updatePaintNode(QSGNode* node, UpdatePaintNodeData*)
 
 void Picture::itemChange(ItemChange change, const ItemChangeData& data)
 {
-    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange) {
-        measure();
-        update();
-    }
+    if (change == ItemDevicePixelRatioHasChanged || change == ItemSceneChange)
+        adoptRatio();
     if (change == ItemSceneChange)
         follow();
     QQuickItem::itemChange(change, data);
 }
 
-/// An item is not told when one that it is in moves. Before each frame it looks itself.
+/// An item is not told when one that it is in moves, and not by every Qt when a Wayland desktop changes the window's scale. Before
+/// each frame it looks itself.
 void Picture::follow()
 {
     disconnect(m_frames);
     if (QQuickWindow* shown = window()) {
         m_frames = connect(shown, &QQuickWindow::afterAnimating, this, [this] {
+            adoptRatio();
             if (!m_image.isNull() && place() != m_place)
                 update();
         });

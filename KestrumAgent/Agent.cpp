@@ -92,10 +92,18 @@ void Agent::start(std::optional<double> launched)
     // Presses in any window of ours may be followed by a program's start.
     QCoreApplication::instance()->installEventFilter(this);
     m_popovers = std::make_unique<PopoverController>(*m_strip, *m_popoverSource);
-    connect(m_popovers.get(), &PopoverController::settingsRequested, this, &Agent::openSettings);
-    connect(m_popovers.get(), &PopoverController::systemMonitorRequested, this,
-        [this] { m_popovers->systemMonitor().open(activationToken()); });
     m_service = std::make_unique<PanelService>(*m_strip, *m_popovers, m_menu);
+    // After an act in a panel's own popover, only the panel can get a token for the window.
+    connect(m_popovers.get(), &PopoverController::settingsRequested, this, [this] {
+        if (!m_service->requestChoice(QStringLiteral("settings")))
+            openSettings();
+    });
+    connect(m_popovers.get(), &PopoverController::systemMonitorRequested, this, [this] {
+        if (!m_service->requestChoice(PanelService::systemMonitorAction))
+            m_popovers->systemMonitor().open(activationToken());
+    });
+    connect(m_service.get(), &PanelService::systemMonitorChosen, this,
+        [this] { m_popovers->systemMonitor().open(activationToken()); });
     m_placedPopover = std::make_unique<PlacedPopover>(*m_strip, *m_popovers);
     connect(m_service.get(), &PanelService::popoverWanted, this,
         [this](MonitorSection section, const QRect& place, const QByteArray& token) {

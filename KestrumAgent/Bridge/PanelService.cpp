@@ -24,6 +24,8 @@ using namespace std::chrono_literals;
 constexpr QLatin1StringView panelConnection("kestrum-panel");
 constexpr QLatin1StringView busService("org.freedesktop.DBus");
 constexpr QLatin1StringView busPath("/org/freedesktop/DBus");
+/// An older bridge, or one that hangs, must not keep a window from the user.
+constexpr std::chrono::seconds requestPatience { 1 };
 /// The bus's words for a request of a name: do not wait for it; and: it is ours.
 constexpr uint doNotQueue = 4;
 constexpr uint isPrimaryOwner = 1;
@@ -65,6 +67,9 @@ PanelService::PanelService(PanelStrip& strip, PopoverController& popovers, QMenu
     m_nextStart.setSingleShot(true);
     m_nextStart.setInterval(firstWait);
     connect(&m_nextStart, &QTimer::timeout, this, &PanelService::start);
+    m_requestWait.setSingleShot(true);
+    m_requestWait.setInterval(requestPatience);
+    connect(&m_requestWait, &QTimer::timeout, this, [this] { Choose(m_requested, {}, {}); });
 }
 
 PanelService::~PanelService()
@@ -329,14 +334,34 @@ void PanelService::ClosePopover(uint number)
 
 void PanelService::Pointer(uint number, const QString& kind, double x, double y, double notches)
 {
-    if (AttachedBridge* bridge = own(number))
-        bridge->stand().point(kind, QPointF(x, y), notches);
+    act(number, [&](BridgeStand& stand) { stand.point(kind, QPointF(x, y), notches); });
 }
 
 void PanelService::Key(uint number, const QString& key)
 {
-    if (AttachedBridge* bridge = own(number))
-        bridge->stand().pressKey(key);
+    act(number, [&](BridgeStand& stand) { stand.pressKey(key); });
+}
+
+/// What follows from the act within it is the user's wish at this bridge.
+void PanelService::act(uint number, const std::function<void(BridgeStand&)>& act)
+{
+    AttachedBridge* bridge = own(number);
+    if (!bridge)
+        return;
+    m_acting = number;
+    act(bridge->stand());
+    m_acting = 0;
+}
+
+bool PanelService::requestChoice(const QString& action)
+{
+    const auto found = m_bridges.find(m_acting);
+    if (found == m_bridges.end())
+        return false;
+    m_requested = action;
+    m_requestWait.start();
+    send(*found->second, "ChoiceRequested", { found->first, action, QString() });
+    return true;
 }
 
 void PanelService::ShowPopover(uint number, const QString& item, const QRect& place, const QString& token)

@@ -19,6 +19,7 @@ class QMenu;
 namespace kestrum {
 
 class AttachedBridge;
+class BridgeStand;
 class PanelStrip;
 class PopoverController;
 
@@ -53,6 +54,11 @@ public:
 
     /// Asks the bridge that was used last to open the item's popover. Without a bridge, returns false.
     bool requestPopover(MonitorSection section);
+    /// Has the bridge choose `action`, with an activation token that only it can get, if what the user does at present is done in a
+    /// bridge's popover. Otherwise does nothing and returns false.
+    bool requestChoice(const QString& action);
+    /// The action that opens the program for processes. The others are the menu's.
+    static constexpr QLatin1StringView systemMonitorAction { "system-monitor" };
 
 public Q_SLOTS:
     // The interface's methods.
@@ -76,6 +82,8 @@ Q_SIGNALS:
     void attached(const QString& host);
     /// The last bridge has been detached, and has not only left the bus. It was for this host.
     void detached(const QString& host);
+    /// `systemMonitorAction` is chosen. The token for its window is where `WindowActivation::takeToken` finds it.
+    void systemMonitorChosen();
     /// The user wants the agent's own window beside a place, in the display's pixels.
     void popoverWanted(MonitorSection section, const QRect& place, const QByteArray& token);
 
@@ -92,6 +100,7 @@ private:
     void requestName();
     void sendItems();
     void move(MonitorSection section, int step);
+    void act(uint number, const std::function<void(BridgeStand&)>& act);
     void send(AttachedBridge& bridge, const char* signal, const QVariantList& arguments);
     void askForSign(const AttachedBridge& bridge);
     static QByteArray usableToken(const QString& token);
@@ -102,6 +111,9 @@ private:
     std::map<uint, std::unique_ptr<AttachedBridge>> m_bridges;
     uint m_lastNumber = 0;
     uint m_lastUsed = 0;
+    uint m_acting = 0;   ///< the bridge in whose popover the user does something at present
+    QString m_requested; ///< the action that a bridge is to choose
+    QTimer m_requestWait;
     QString m_ownWay = PanelContract::nothing;
     QTimer m_nextStart;
 };

@@ -55,12 +55,18 @@ void PanelService::Choose(const QString& action, const QString& item, const QStr
             move(*section, action == moveLeft ? -1 : 1);
         return;
     }
+    if (action == m_requested)
+        m_requestWait.stop();
     Q_EMIT m_menu.aboutToShow();
     QAction* chosen = m_menu.findChild<QAction*>(action);
-    if (action.isEmpty() || !chosen || !chosen->isEnabled())
+    const bool isForMenu = !action.isEmpty() && chosen && chosen->isEnabled();
+    if (!isForMenu && action != systemMonitorAction)
         return;
     WindowActivation::giveToken(usableToken(token));
-    chosen->trigger();
+    if (isForMenu)
+        chosen->trigger();
+    else
+        Q_EMIT systemMonitorChosen();
     WindowActivation::takeToken();
 }
 

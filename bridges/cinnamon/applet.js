@@ -3,7 +3,7 @@
 /** Whom the desktop takes for the maker of a window that is to come. */
 const windowMaker = Gio.AppInfo.create_from_commandline('kestrum', 'Kestrum', Gio.AppInfoCreateFlags.NONE);
 /** Entries that open a window. For the others, the desktop would wait for a window that never comes. */
-const windowEntries = ['settings', 'install-update'];
+const windowEntries = ['settings', 'install-update', 'system-monitor'];
 
 /** The agent's items in a panel. */
 class KestrumApplet extends Applet.Applet {
@@ -69,19 +69,22 @@ class KestrumApplet extends Applet.Applet {
         this._entries.removeAll();
         for (const {id, title, isEnabled} of entries) {
             if (id)
-                this._entries.addAction(title, () => this._choose(id, item)).setSensitive(isEnabled);
+                this._entries.addAction(title, () => this.choose(id, item)).setSensitive(isEnabled);
             else
                 this._entries.addMenuItem(new PopupSeparatorMenuItem());
         }
     }
 
-    _choose(entry, item) {
+    choose(entry, item) {
         this.agent.choose(entry, item, windowEntries.includes(entry) ? this._activationToken() : '');
     }
 
+    /** The agent may ask for it a moment after what the user has done: that event has no time to be had any more. */
     _activationToken() {
         try {
-            return global.create_app_launch_context().get_startup_notify_id(windowMaker, []) || '';
+            const context = global.create_app_launch_context();
+            context.set_timestamp(global.display.get_current_time_roundtrip());
+            return context.get_startup_notify_id(windowMaker, []) || '';
         } catch (error) {
             this.agent.complain('activation token', error.message);
             return '';

@@ -29,6 +29,7 @@ function variantChildren(variant) {
  *                         or null if the picture is as before
  *   showPopover(news)     what has changed of the popover, see PanelPopover.told
  *   popoverRequested(id), popoverClosed(), copied(text)
+ *   choose(action, id)    must call PanelAgent.choose, with an activation token
  *   agentLeft()           nothing of the agent may stay
  *   warn(text)            a line for the host's log
  */
@@ -115,6 +116,7 @@ class PanelAgent {
             Popover: ['(usssiia(iiay))', (...news) => this._panel.showPopover(this._popover(...news))],
             PopoverRequested: ['(us)', item => this._panel.popoverRequested(item.unpack())],
             PopoverClosed: ['(u)', () => this._panel.popoverClosed()],
+            ChoiceRequested: ['(uss)', (action, item) => this._panel.choose(action.unpack(), item.unpack())],
             Copied: ['(us)', text => this._panel.copied(text.unpack())],
         };
         this._subscriptions = Object.entries(signals).map(([name, [type, tell]]) =>

@@ -3,7 +3,7 @@
 /** Whom the shell takes for the maker of a window that is to come. */
 const windowMaker = Gio.AppInfo.create_from_commandline('kestrum', 'Kestrum', Gio.AppInfoCreateFlags.NONE);
 /** Entries that open a window. For the others, the shell would wait for a window that never comes. */
-const windowEntries = ['settings', 'install-update'];
+const windowEntries = ['settings', 'install-update', 'system-monitor'];
 
 /** The agent's items at the top bar, left of the shell's own. */
 class KestrumBridge {
@@ -33,9 +33,10 @@ class KestrumBridge {
         this.agent.choose(entry, id, windowEntries.includes(entry) ? this._activationToken() : '');
     }
 
+    /** The agent may ask for it a moment after what the user has done: that event has no time to be had any more. */
     _activationToken() {
         try {
-            return global.create_app_launch_context(0, -1).get_startup_notify_id(windowMaker, []) ?? '';
+            return global.create_app_launch_context(global.display.get_current_time_roundtrip(), -1).get_startup_notify_id(windowMaker, []) ?? '';
         } catch (error) {
             this.agent.complain('activation token', error.message);
             return '';

@@ -1,6 +1,7 @@
 // What the bridges in JavaScript share, at the real service: pictures arrive whole, menus open and close with the popover, and no
 // message does harm.
 
+#include "Platform/Desktop/WindowActivation.h"
 #include "tests/Support/PanelServiceFixture.h"
 #include "tests/Support/TestHome.h"
 
@@ -226,6 +227,24 @@ private Q_SLOTS:
         QVERIFY(becomes("view.events.some(e => /^copied [1-9]/.test(e))"));
         run(QStringLiteral("popover.open('cpu')"));
         QVERIFY(becomes("view.menu === 'cpu'"));
+    }
+
+    void aChoiceInThePopoverComesBackWithAToken()
+    {
+        connect(&m_desk->popovers, &PopoverController::settingsRequested, m_service.get(),
+            [this] { QVERIFY(m_service->requestChoice(QStringLiteral("settings"))); });
+        QByteArray token;
+        connect(m_menu->actions().first(), &QAction::triggered, this,
+            [&] { token = WindowActivation::takeToken(); });
+        run(QStringLiteral("popover.open('cpu')"));
+        QVERIFY(becomes("view.menu === 'cpu'"));
+        const QPointF gear = m_desk->placeOf(PanelAction::Kind::openSettings);
+        for (const char* kind : { "press", "release" })
+            run(QStringLiteral("popover.point('%1', %2, %3)")
+                    .arg(QLatin1StringView(kind))
+                    .arg(gear.x())
+                    .arg(gear.y()));
+        QTRY_COMPARE(token, QByteArray("a token"));
     }
 
     void anAgentThatGoesTakesAllWithIt()

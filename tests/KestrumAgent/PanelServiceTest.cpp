@@ -2,6 +2,7 @@
 
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
+#include "Platform/Desktop/WindowActivation.h"
 #include "tests/Support/PanelServiceFixture.h"
 #include "tests/Support/TestHome.h"
 
@@ -31,17 +32,6 @@ class PanelServiceTest : public QObject, PanelServiceFixture {
     static QVariantList key(const BridgeClient& client, const char* name)
     {
         return { client.number, QString::fromLatin1(name) };
-    }
-    /// The middle of the element that does this, in the open popover.
-    QPointF place(PanelAction::Kind kind) const
-    {
-        QPointF found(-1, -1);
-        m_desk->popovers.window()->layout().visit(
-            [&](const PopoverLayout::Path& path, const PanelElement& element) {
-                if (element.action.kind == kind)
-                    found = m_desk->popovers.window()->rectOf(path).center();
-            });
-        return found;
     }
 
 private Q_SLOTS:
@@ -184,8 +174,8 @@ private Q_SLOTS:
         const auto client = bridge();
         QSignalSpy settings(&m_desk->popovers, &PopoverController::settingsRequested);
         client->call("OpenPopover", popover(*client, "cpu"));
-        QCOMPARE(place(PanelAction::Kind::togglePin), QPointF(-1, -1)); // it could not stay
-        const QPointF gear = place(PanelAction::Kind::openSettings);
+        QCOMPARE(m_desk->placeOf(PanelAction::Kind::togglePin), QPointF(-1, -1)); // it could not stay
+        const QPointF gear = m_desk->placeOf(PanelAction::Kind::openSettings);
         const int messages = client->popoverMessages;
         client->call("Pointer", pointer(*client, "move", gear));
         QVERIFY(client->isUpToDate());
@@ -197,6 +187,55 @@ private Q_SLOTS:
         QVERIFY(client->isUpToDate());
         QCOMPARE(client->closes, 1);
         QVERIFY(!m_desk->popovers.section());
+    }
+
+    void aWindowOpensWithTheBridgesToken()
+    {
+        const auto client = bridge();
+        connect(&m_desk->popovers, &PopoverController::settingsRequested, m_service.get(),
+            [this] { QVERIFY(m_service->requestChoice(QStringLiteral("settings"))); });
+        QByteArrayList tokens;
+        connect(m_menu->actions().first(), &QAction::triggered, this,
+            [&] { tokens.append(WindowActivation::takeToken()); });
+        const auto pressGear = [&] {
+            client->call("OpenPopover", popover(*client, "cpu"));
+            const QPointF gear = m_desk->placeOf(PanelAction::Kind::openSettings);
+            client->call("Pointer", pointer(*client, "press", gear));
+            client->call("Pointer", pointer(*client, "release", gear));
+            return client->isUpToDate();
+        };
+        QVERIFY(pressGear());
+        QCOMPARE(client->choice, QStringLiteral("settings"));
+        QCOMPARE(tokens, QByteArrayList());
+        client->call("Choose", { client->choice, QString(), QStringLiteral("a token") });
+        QCOMPARE(tokens, QByteArrayList { "a token" });
+
+        // A bridge that does not answer does not keep the window away, and one that answers opens no second one.
+        QVERIFY(pressGear());
+        QTRY_COMPARE_WITH_TIMEOUT(tokens.size(), 2, 3000);
+        QCOMPARE(tokens.last(), QByteArray());
+    }
+
+    void whatIsDoneElsewhereIsNoBridges()
+    {
+        const auto client = bridge();
+        client->call("OpenPopover", popover(*client, "cpu"));
+        QVERIFY(!m_service->requestChoice(QStringLiteral("settings")));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->choice, QString());
+    }
+
+    void theProgramForProcessesCanBeChosen()
+    {
+        const auto client = bridge();
+        QByteArrayList tokens;
+        connect(m_service.get(), &PanelService::systemMonitorChosen, this,
+            [&] { tokens.append(WindowActivation::takeToken()); });
+        client->call(
+            "Choose", { QString(PanelService::systemMonitorAction), QString(), QStringLiteral("a token") });
+        client->call("Choose", { QStringLiteral("rubbish"), QString(), QStringLiteral("a token") });
+        QCOMPARE(tokens, QByteArrayList { "a token" });
+        QCOMPARE(WindowActivation::takeToken(), QByteArray());
     }
 
     void keysMoveTheFocusCopyAndClose()

@@ -1,6 +1,7 @@
 // The widget's part that speaks with the agent: it shows what the agent has, and believes nobody else.
 
 #include "KestrumShared/Settings/MeterSettings.h"
+#include "Platform/Desktop/WindowActivation.h"
 #include "bridges/plasma/plugin/AgentClient.h"
 #include "tests/Support/PanelServiceFixture.h"
 #include "tests/Support/TestHome.h"
@@ -221,6 +222,24 @@ private Q_SLOTS:
         const auto plasma = client();
         QVERIFY(m_service->requestPopover(cpu));
         QVERIFY(QTest::qWaitFor([&] { return plasma->popoverItem() == QStringLiteral("cpu"); }));
+    }
+
+    void aChoiceInThePopoverComesBackWithAToken()
+    {
+        connect(&m_desk->popovers, &PopoverController::settingsRequested, m_service.get(),
+            [this] { QVERIFY(m_service->requestChoice(QStringLiteral("settings"))); });
+        QByteArray token;
+        connect(m_menu->actions().first(), &QAction::triggered, this,
+            [&] { token = WindowActivation::takeToken(); });
+        const auto plasma = client();
+        connect(plasma.get(), &AgentClient::choiceRequested, plasma.get(),
+            [&](const QString& action) { plasma->choose(action, QStringLiteral("a token")); });
+        plasma->openPopover(QStringLiteral("cpu"));
+        QVERIFY(QTest::qWaitFor([&] { return plasma->popoverItem() == QStringLiteral("cpu"); }));
+        const QPointF gear = m_desk->placeOf(PanelAction::Kind::openSettings);
+        plasma->point(QStringLiteral("press"), gear);
+        plasma->point(QStringLiteral("release"), gear);
+        QVERIFY(QTest::qWaitFor([&] { return token == "a token"; }));
     }
 
     void theNeighbourOnTheRightIsTheNextItemInEveryLanguage()

@@ -32,6 +32,7 @@ public:
     qint64 bytes = 0; ///< of all pixels that have come
     int closes = 0;
     QStringList requested;
+    QString choice; ///< that was requested last
     QString copied;
 
     explicit BridgeClient(const QString& address)
@@ -48,6 +49,7 @@ public:
         hear("Popover", SLOT(heardPopover(QDBusMessage)));
         hear("PopoverClosed", SLOT(heardClosed(QDBusMessage)));
         hear("PopoverRequested", SLOT(heardRequested(QDBusMessage)));
+        hear("ChoiceRequested", SLOT(heardChoice(QDBusMessage)));
         hear("Copied", SLOT(heardCopied(QDBusMessage)));
     }
     ~BridgeClient() override { leave(); }
@@ -142,6 +144,11 @@ private Q_SLOTS:
     {
         if (isMine(message))
             requested.append(message.arguments().value(1).toString());
+    }
+    void heardChoice(const QDBusMessage& message)
+    {
+        if (isMine(message))
+            choice = message.arguments().value(1).toString();
     }
     void heardCopied(const QDBusMessage& message)
     {

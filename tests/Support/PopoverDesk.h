@@ -76,6 +76,16 @@ struct Desk {
     {
         return strip.place(*strip.items().item(section)).toAlignedRect();
     }
+    /// The middle of the element that does this, in the open popover; (-1, -1) without one.
+    QPointF placeOf(PanelAction::Kind kind) const
+    {
+        QPointF found(-1, -1);
+        popovers.window()->layout().visit([&](const PopoverLayout::Path& path, const PanelElement& element) {
+            if (element.action.kind == kind)
+                found = popovers.window()->rectOf(path).center();
+        });
+        return found;
+    }
     void act(PanelAction::Kind kind, const QString& argument = {})
     {
         Q_EMIT popovers.window()->acted({ kind, argument });

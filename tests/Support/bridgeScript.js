@@ -31,6 +31,7 @@ const view = {
     showPopover: news => popover.told(news),
     popoverRequested: id => popover.open(id),
     popoverClosed: () => popover.agentClosed(),
+    choose: (action, id) => agent.choose(action, id, 'a token'),
     copied: text => view.events.push(`copied ${text.length}`),
     agentLeft() {
         view.items = [];

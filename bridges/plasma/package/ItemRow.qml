@@ -66,6 +66,7 @@ Item {
         popoverScale: root.unit * screen.ratio
         popoverRoom: (root.screenHeight - 2 * popover.distance) / root.unit
         foreground: root.foreground
+        onChoiceRequested: action => root.choose(action)
     }
     Picture {
         id: screen // shows nothing, and knows the ratio before there are items

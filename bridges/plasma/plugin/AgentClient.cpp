@@ -117,6 +117,7 @@ void AgentClient::followSignals(bool isFollowed)
         { "Popover", SLOT(takePopover(QDBusMessage)) },
         { "PopoverRequested", SLOT(takeRequest(QDBusMessage)) },
         { "PopoverClosed", SLOT(takeClosed(QDBusMessage)) },
+        { "ChoiceRequested", SLOT(takeChoice(QDBusMessage)) },
         { "Copied", SLOT(takeCopied(QDBusMessage)) },
     };
     for (const auto& [name, slot] : followed) {

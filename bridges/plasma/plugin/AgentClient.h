@@ -75,7 +75,7 @@ public:
     Q_INVOKABLE bool pressKey(int key, int modifiers);
     /// Asks for the menu's entries; an empty `item` stands for the whole panel.
     Q_INVOKABLE void requestActions(const QString& item);
-    /// Does what an entry of the last menu says. `token` is the desktop's leave to open a window, or empty.
+    /// Does what an entry of the last menu, or `choiceRequested`, says. `token` is the desktop's leave to open a window, or empty.
     Q_INVOKABLE void choose(const QString& action, const QString& token);
 
 Q_SIGNALS:
@@ -83,6 +83,8 @@ Q_SIGNALS:
     void lookChanged();
     void popoverChanged();
     void actionsChanged();
+    /// The user has chosen in the popover what opens a window: `choose` is to be called with `action` and a token.
+    void choiceRequested(const QString& action);
 
 private Q_SLOTS:
     void ownerChanged(const QDBusMessage& message);
@@ -90,6 +92,7 @@ private Q_SLOTS:
     void takePopover(const QDBusMessage& message);
     void takeRequest(const QDBusMessage& message);
     void takeClosed(const QDBusMessage& message);
+    void takeChoice(const QDBusMessage& message);
     void takeCopied(const QDBusMessage& message);
 
 private:

@@ -106,6 +106,12 @@ void AgentClient::takeClosed(const QDBusMessage& message)
         m_popoverPicture = {}; // of what is open now the agent sends all
 }
 
+void AgentClient::takeChoice(const QDBusMessage& message)
+{
+    if (isMine(message))
+        Q_EMIT choiceRequested(message.arguments().value(1).toString());
+}
+
 void AgentClient::takeCopied(const QDBusMessage& message)
 {
     if (isMine(message))

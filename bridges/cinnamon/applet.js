@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 
+const itemHeight = 22; // points
 /** Whom the desktop takes for the maker of a window that is to come. */
 const windowMaker = Gio.AppInfo.create_from_commandline('kestrum', 'Kestrum', Gio.AppInfoCreateFlags.NONE);
 /** Entries that open a window. For the others, the desktop would wait for a window that never comes. */
@@ -30,6 +31,10 @@ class KestrumApplet extends Applet.Applet {
         this.agentLeft();
         this.agent.destroy();
         this.menus.destroy();
+    }
+
+    on_panel_height_changed() {
+        this.agent.lookChanged();
     }
 
     on_orientation_changed(orientation) {
@@ -96,7 +101,9 @@ class KestrumApplet extends Applet.Applet {
     look() {
         const {red, green, blue} = this.actor.get_theme_node().get_foreground_color();
         const foreground = [red, green, blue].map(part => part.toString(16).padStart(2, '0')).join('');
-        return {scale: PanelScale.theme, foreground: `#${foreground}`};
+        // Smaller than usual where the panel has not the room.
+        const scale = Math.min(PanelScale.theme, this._panelHeight / itemHeight);
+        return {scale, foreground: `#${foreground}`};
     }
 
     showItems(items) {
@@ -147,11 +154,12 @@ class KestrumApplet extends Applet.Applet {
 
     // For PanelPopover
 
-    room() {
+    popoverLook() {
         const monitor = Main.layoutManager.findMonitorForActor(this.actor);
         const panels = Main.panelManager.getPanelsInMonitor(monitor.index)
             .filter(panel => [PanelLoc.top, PanelLoc.bottom].includes(panel.panelPosition));
-        return (monitor.height - panels.reduce((height, panel) => height + panel.actor.height, 0)) / PanelScale.theme;
+        const room = monitor.height - panels.reduce((height, panel) => height + panel.actor.height, 0);
+        return {scale: PanelScale.theme, room: room / PanelScale.theme};
     }
 
     drawPopover(id, picture) {

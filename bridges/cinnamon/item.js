@@ -55,7 +55,9 @@ class KestrumItem {
     constructor(applet, id, orientation) {
         this.applet = applet;
         this.id = id;
-        this.actor = new St.BoxLayout({style_class: 'applet-box', reactive: true, track_hover: true});
+        this.actor = new St.BoxLayout({
+            style_class: 'applet-box', reactive: true, track_hover: true, accessible_role: Atk.Role.PUSH_BUTTON,
+        });
         this._picture = new PanelPicture();
         this.actor.add(this._picture.actor, {y_fill: false, y_align: St.Align.MIDDLE});
         this.actor.connect('button-press-event', (actor, event) => this._pressed(event));

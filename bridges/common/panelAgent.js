@@ -63,9 +63,9 @@ class PanelAgent {
         this._call('Look', new GLib.Variant('(ua{sv})', [this._bridge, this._lookVariant(look)]));
     }
 
-    /** `room` is the greatest height in points. Calls `fail` if the agent does not answer. */
-    openPopover(id, room, fail) {
-        const look = {room: new GLib.Variant('u', Math.max(0, Math.floor(room)))};
+    /** Calls `fail` if the agent does not answer. */
+    openPopover(id, {scale, room}, fail) {
+        const look = {scale: new GLib.Variant('d', scale), room: new GLib.Variant('u', Math.max(0, Math.floor(room)))};
         this._call('OpenPopover', new GLib.Variant('(usa{sv})', [this._bridge, id, look]), answer => answer ?? fail());
     }
 

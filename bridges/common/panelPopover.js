@@ -7,7 +7,7 @@
  * next item and the agent that turns to a neighbour all go the same way.
  *
  * `view` is the part that knows the host. It has
- *   room()                     the greatest height for a picture, in points
+ *   popoverLook()              { scale, room }, where room is the greatest height for a picture, in points
  *   drawPopover(id, picture)   { width, height, bytes, text, focus }
  *   openMenu(id)               opens the item's menu, in place of another one; returns whether it is open
  *   closeMenu(id)              must lead to `menuClosed`
@@ -41,7 +41,7 @@ class PanelPopover {
             return;
         this._asked = id;
         // What the user wanted long ago must not come up by itself.
-        this._agent.openPopover(id, this._view.room(), () => this._asked === id && this._shown !== id && this.close());
+        this._agent.openPopover(id, this._view.popoverLook(), () => this._asked === id && this._shown !== id && this.close());
     }
 
     /** What a second click does while the menu of the first is on its way: nothing is wanted any more. */

@@ -43,13 +43,17 @@ class KestrumBridge {
         }
     }
 
+    get _scale() {
+        return PanelScale.theme * PanelScale.resource;
+    }
+
     // For PanelAgent
 
     look() {
         // A button beside ours has the colour of texts there.
         const {red, green, blue} = (Main.panel.statusArea.quickSettings ?? Main.panel).get_theme_node().get_foreground_color();
         const foreground = [red, green, blue].map(part => part.toString(16).padStart(2, '0')).join('');
-        return {scale: PanelScale.theme * PanelScale.resource, foreground: `#${foreground}`};
+        return {scale: this._scale, foreground: `#${foreground}`};
     }
 
     showItems(items) {
@@ -99,11 +103,11 @@ class KestrumBridge {
 
     // For PanelPopover
 
-    room() {
+    popoverLook() {
         const {height} = Main.layoutManager.getWorkAreaForMonitor(Main.layoutManager.primaryIndex);
         const [menu] = [...this._items.values()].map(item => item.menu.actor);
         const distance = menu ? menu.get_theme_node().get_length('-arrow-rise') + menu.margin_top + menu.margin_bottom : 0;
-        return (height - distance) / PanelScale.theme;
+        return {scale: this._scale, room: (height - distance) / PanelScale.theme};
     }
 
     drawPopover(id, picture) {

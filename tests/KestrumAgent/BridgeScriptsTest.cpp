@@ -159,6 +159,16 @@ private Q_SLOTS:
         QCOMPARE(text("view.popover.text"), m_desk->popovers.window()->layout().text());
     }
 
+    void aSmallPanelHasNoSmallPopover()
+    {
+        run(QStringLiteral("view.scale = 0.9; agent.lookChanged();"));
+        QVERIFY(becomes("view.items[0].height < 22"));
+        run(QStringLiteral("popover.toggle('memory')"));
+        QVERIFY(becomes("view.menu === 'memory'"));
+        QCOMPARE(
+            run(QStringLiteral("view.popover.width")).toDouble(), m_desk->popovers.window()->width() * scale);
+    }
+
     void bandsMakeTheWholePicture()
     {
         run(QStringLiteral("popover.open('memory')"));

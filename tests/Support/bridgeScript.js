@@ -41,7 +41,7 @@ const view = {
     },
     warn: text => view.warnings.push(text),
 
-    room: () => 700,
+    popoverLook: () => ({scale: 2, room: 700}),
     drawPopover(id, {bytes, ...picture}) {
         view.popover = {id, ...picture, sum: checksum(bytes)};
         if (id !== view.menu)

@@ -46,7 +46,7 @@ namespace PanelContract {
 inline constexpr QLatin1StringView service("com.orvale.kestrum.Agent");
 inline constexpr QLatin1StringView path("/com/orvale/kestrum/Panel");
 inline constexpr QLatin1StringView interface("com.orvale.kestrum.Panel1");
-inline constexpr quint32 version = 1;
+inline constexpr quint32 version = 2;
 
 /// What shows the items while no bridge is attached, as `ShownBy` tells it.
 inline constexpr QLatin1StringView nothing("nothing");

@@ -49,7 +49,7 @@ private Q_SLOTS:
     {
         const auto client = bridge();
         QVERIFY(m_service->isUsed());
-        QCOMPARE(client->property("Version").toUInt(), 1U);
+        QCOMPARE(client->property("Version").toUInt(), 2U);
         QCOMPARE(client->property("ShownBy").toString(), QStringLiteral("test"));
         QCOMPARE(client->items.size(), 4);
         for (qsizetype i = 0; i < 4; ++i) {

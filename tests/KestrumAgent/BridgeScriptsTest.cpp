@@ -3,6 +3,7 @@
 
 #include "Platform/Desktop/WindowActivation.h"
 #include "tests/Support/PanelServiceFixture.h"
+#include "tests/Support/SilentAgent.h"
 #include "tests/Support/TestHome.h"
 
 #include <QCryptographicHash>
@@ -21,24 +22,6 @@
 using namespace kestrum;
 
 using enum MonitorSection;
-
-/// An agent that only answers; what else it says, a test says for it.
-class SilentAgent final : public QObject {
-    Q_OBJECT
-    Q_CLASSINFO("D-Bus Interface", "com.orvale.kestrum.Panel1")
-public:
-    QString client;
-
-public Q_SLOTS:
-    uint Attach(const QString&, const QVariantMap&, const QDBusMessage& message)
-    {
-        client = message.service();
-        return 7;
-    }
-    void OpenPopover(uint, const QString&, const QVariantMap&) { }
-    void ClosePopover(uint) { }
-    void Detach(uint) { }
-};
 
 class BridgeScriptsTest : public QObject, PanelServiceFixture {
     Q_OBJECT

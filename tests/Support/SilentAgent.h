@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QDBusMessage>
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+
+namespace kestrum {
+
+/// An agent that only answers; what else it says, a test says for it.
+class SilentAgent final : public QObject {
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "com.orvale.kestrum.Panel1")
+public:
+    QString client;
+
+public Q_SLOTS:
+    uint Attach(const QString&, const QVariantMap&, const QDBusMessage& message)
+    {
+        client = message.service();
+        return 7;
+    }
+    void OpenPopover(uint, const QString&, const QVariantMap&) { }
+    void ClosePopover(uint) { }
+    void Detach(uint) { }
+};
+
+} // namespace kestrum

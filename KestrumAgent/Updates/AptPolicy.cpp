@@ -80,7 +80,8 @@ std::optional<AptPolicy> AptPolicy::read(const QByteArray& text, const QString& 
 QString AptPolicy::versionText(const QString& version)
 {
     const QString ours = version.mid(version.indexOf(u':') + 1);
-    static const auto form = exactly(R"((.+)-(\d+))");
+    // The packages of one build for several releases of Debian differ in this mark only.
+    static const auto form = exactly(R"((.+)-(\d+)(?:\+deb\d+)?)");
     const auto match = form.match(ours);
     return match.hasMatch() ? UpdateOffer::name(match.captured(1), match.captured(2)) : ours;
 }

@@ -19,7 +19,8 @@ struct AptPolicy {
     static std::optional<AptPolicy> read(const QByteArray& text, const QString& package);
 
     /// Formats a Debian version for display. A revision that is a plain number is the build number: "1.4-27" gives
-    /// "1.4 (27)". Other versions, such as "1.4-27+deb12u1", keep their form. An epoch is always removed.
+    /// "1.4 (27)", and so does "1.4-27+deb13", the same build for one release of Debian. Other versions keep their form, such
+    /// as "1.4-27+deb12u1", where more than the release is another. An epoch is always removed.
     static QString versionText(const QString& version);
 };
 

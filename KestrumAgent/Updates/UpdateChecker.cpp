@@ -116,8 +116,9 @@ void UpdateChecker::adopt(const QByteArray& answer)
                                                  : QStringLiteral("no repository has the package")));
         publish(std::nullopt);
         end(AppLanguage::string("No source of updates is known."));
-    } else if (policy->isCandidateNewer) {
-        const QString version = AptPolicy::versionText(policy->candidate);
+    } else if (const QString version = AptPolicy::versionText(policy->candidate);
+               // The same build for the next release of Debian is newer to APT, but nobody gains by it.
+               policy->isCandidateNewer && version != AptPolicy::versionText(policy->installed)) {
         Log::info(logArea,
             QStringLiteral("%1 is installed, %2 is on offer").arg(policy->installed, policy->candidate));
         publish(version);

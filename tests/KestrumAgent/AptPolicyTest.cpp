@@ -1,7 +1,10 @@
 #include "KestrumAgent/Updates/AptPolicy.h"
+#include "KestrumShared/Text/UpdateOffer.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/Text.h"
 
+#include <QRegularExpression>
 #include <QTest>
 
 using namespace kestrum;
@@ -185,7 +188,11 @@ private Q_SLOTS:
         row("1:1.4-27", "1.4 (27)");
         row("1.4", "1.4");
         row("1:1.4", "1.4");
+        row("1.4-27+deb12", "1.4 (27)");
+        row("1:1.4-27+deb13", "1.4 (27)");
         row("1.4-27+deb12u1", "1.4-27+deb12u1");
+        row("1.4-27+deb", "1.4-27+deb");
+        row("1.4-27+13", "1.4-27+13");
         row("1.4-27~bpo12+1", "1.4-27~bpo12+1");
         row("1.4-27.1", "1.4-27.1");
         row("1.4-rc1", "1.4-rc1");
@@ -197,6 +204,25 @@ private Q_SLOTS:
     {
         QFETCH(QString, name);
         QCOMPARE(AptPolicy::versionText(text(QTest::currentDataTag())), name);
+    }
+
+    void thePackagesOfEveryReleaseAreNamedByTheirBuild()
+    {
+        const QString maker
+            = QString::fromUtf8(contentOf(qEnvironmentVariable("KESTRUM_SOURCE") + text("/tools/package")));
+        QVERIFY(maker.contains(text("-$number$revisionSuffix")));
+        static const QRegularExpression suffix(text(R"( revisionSuffix=(\S*) )"));
+        QStringList suffixes;
+        for (auto found = suffix.globalMatch(maker); found.hasNext();) {
+            suffixes.append(found.next().captured(1));
+            const QString name = AptPolicy::versionText(text("1.4-27") + suffixes.last());
+            QCOMPARE(name, text("1.4 (27)"));
+            // The build that runs has caught up, and the one before has not.
+            QVERIFY(!UpdateOffer::standing(name, text("1.4 (27)")));
+            QVERIFY(UpdateOffer::standing(name, text("1.4 (26)")));
+        }
+        QCOMPARE(suffixes.size(), 2);
+        QVERIFY(suffixes[0] != suffixes[1]);
     }
 };
 

@@ -98,6 +98,8 @@ private Q_SLOTS:
         row("1:1.0-41", "2.0-40", nullptr);
         row("1.5-9", "1.5-10", "1.5 (10)");
         row("1.5-30", "1.5-30+deb12u1", "1.5-30+deb12u1");
+        row("1.5-30", "1.5-30+deb13", nullptr);
+        row("1.5-30", "1.5-31+deb13", "1.5 (31)");
         row("1.4", "1.5", "1.5");
     }
     void versionsAreComparedAsDebianDoes()

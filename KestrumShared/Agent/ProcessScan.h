@@ -24,7 +24,8 @@ struct Entry {
 /// The end of the path of every agent's executable.
 inline constexpr char agentPathSuffix[] = "/KestrumAgent.app/Contents/MacOS/KestrumAgent";
 
-/// All agents, in the order in which the kernel lists processes.
+/// All agents, in the order in which the kernel lists processes. An agent's child is none: it is about to run another program,
+/// or only tries whether the agent's new program can be run.
 QList<Entry> agents(const ProcessTable& table = ProcessTable());
 
 } // namespace ProcessScan

@@ -105,6 +105,26 @@ std::optional<double> bootTime(const QByteArray& root)
     return std::nullopt;
 }
 
+// Calls `visit` for each process in the table at `root`, with the table's descriptor and the name of the process in it.
+template <class Visit> void forEachEntry(const QByteArray& root, Visit visit)
+{
+    const FileDescriptor table(::open(root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    if (!table.isValid())
+        return;
+    alignas(dirent64) char listing[listingSize];
+    for (;;) {
+        const ssize_t size = ::getdents64(table.get(), listing, sizeof listing);
+        if (size <= 0)
+            return;
+        for (const char* at = listing; at < listing + size;) {
+            const auto& entry = *reinterpret_cast<const dirent64*>(at);
+            at += entry.d_reclen;
+            if (const qint32 pid = pidOf(entry.d_name); pid > 0)
+                visit(table.get(), pid, entry.d_name);
+        }
+    }
+}
+
 } // namespace
 
 ProcessTable::ProcessTable(const QString& root)
@@ -114,49 +134,61 @@ ProcessTable::ProcessTable(const QString& root)
 
 void ProcessTable::forEach(const std::function<void(qint32 pid, QByteArrayView path)>& visit) const
 {
-    const FileDescriptor table(::open(m_root.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!table.isValid())
-        return;
-    alignas(dirent64) char listing[listingSize];
     char path[pathSize + 1];
     char link[sizeof dirent64::d_name + sizeof programLink];
-    for (;;) {
-        const ssize_t size = ::getdents64(table.get(), listing, sizeof listing);
-        if (size <= 0)
+    forEachEntry(m_root, [&](int table, qint32 pid, const char* name) {
+        ::stpcpy(::stpcpy(link, name), programLink);
+        const ssize_t length = ::readlinkat(table, link, path, pathSize);
+        if (length <= 0)
             return;
-        for (const char* at = listing; at < listing + size;) {
-            const auto& entry = *reinterpret_cast<const dirent64*>(at);
-            at += entry.d_reclen;
-            const qint32 pid = pidOf(entry.d_name);
-            if (pid < 1)
-                continue;
-            ::stpcpy(::stpcpy(link, entry.d_name), programLink);
-            const ssize_t length = ::readlinkat(table.get(), link, path, pathSize);
-            if (length <= 0)
-                continue;
-            path[length] = '\0';
-            visit(pid, withoutMark(QByteArrayView(path, length), table.get(), link));
-        }
-    }
+        path[length] = '\0';
+        visit(pid, withoutMark(QByteArrayView(path, length), table, link));
+    });
+}
+
+/// A number in the process's "stat" file. Fields are counted from one, as in the kernel's documentation.
+qulonglong ProcessTable::number(qint32 pid, qsizetype field, bool& isNumber) const
+{
+    // The second field is the process's name in parentheses. The name may contain parentheses, so the last ")" ends it.
+    static constexpr qsizetype fieldsBefore = 2;
+    const QByteArray text = content(m_root + '/' + QByteArray::number(pid) + "/stat");
+    const qsizetype nameEnd = text.lastIndexOf(')');
+    const QByteArrayList fields = text.mid(nameEnd + 1).simplified().split(' ');
+    const qulonglong result = fields.value(field - fieldsBefore - 1).toULongLong(&isNumber);
+    isNumber = isNumber && nameEnd >= 0;
+    return result;
 }
 
 std::optional<double> ProcessTable::startTime(qint32 pid) const
 {
-    // The second field is the process's name in parentheses. The name may contain parentheses, so the last ")" ends it.
-    static constexpr qsizetype fieldsBefore = 2;
     static constexpr qsizetype startField = 22;
-    const QByteArray text = content(m_root + '/' + QByteArray::number(pid) + "/stat");
-    const qsizetype nameEnd = text.lastIndexOf(')');
-    const QByteArrayList fields = text.mid(nameEnd + 1).simplified().split(' ');
     bool isNumber = false;
-    const qulonglong ticks = fields.value(startField - fieldsBefore - 1).toULongLong(&isNumber);
-    if (nameEnd < 0 || !isNumber)
+    const qulonglong ticks = number(pid, startField, isNumber);
+    if (!isNumber)
         return std::nullopt;
     if (!m_bootTime)
         m_bootTime = bootTime(m_root);
     if (!m_bootTime)
         return std::nullopt;
     return *m_bootTime + double(ticks) / double(::sysconf(_SC_CLK_TCK));
+}
+
+std::optional<qint32> ProcessTable::parent(qint32 pid) const
+{
+    static constexpr qsizetype parentField = 4;
+    bool isNumber = false;
+    const qulonglong parent = number(pid, parentField, isNumber);
+    return isNumber ? std::optional(qint32(parent)) : std::nullopt;
+}
+
+QList<qint32> ProcessTable::children(qint32 pid) const
+{
+    QList<qint32> result;
+    forEachEntry(m_root, [&](int, qint32 each, const char*) {
+        if (parent(each) == pid)
+            result.append(each);
+    });
+    return result;
 }
 
 } // namespace kestrum

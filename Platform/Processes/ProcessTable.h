@@ -3,6 +3,7 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
+#include <QList>
 #include <QString>
 #include <functional>
 #include <optional>
@@ -26,7 +27,14 @@ public:
     /// not a process file system, the boot time comes from its "stat" file, in whole seconds.
     std::optional<double> startTime(qint32 pid) const;
 
+    /// The process that started `pid`, or that took it over when that one ended; nothing if it cannot be read.
+    std::optional<qint32> parent(qint32 pid) const;
+    /// The processes whose parent is `pid`, in the kernel's order, also those that have ended and are not waited for yet.
+    QList<qint32> children(qint32 pid) const;
+
 private:
+    qulonglong number(qint32 pid, qsizetype field, bool& isNumber) const;
+
     QByteArray m_root;
     mutable std::optional<double> m_bootTime; ///< of the machine, in seconds since 1970
 };

@@ -54,14 +54,14 @@ class TableTree {
 public:
     TableTree() { m_tree.write(QStringLiteral("stat"), "btime 1000\n"); }
 
-    void add(int pid, const QString& program, const QByteArray& ticks = {}) const
+    void add(int pid, const QString& program, const QByteArray& ticks = {}, int parent = 0) const
     {
         const QString folder = QString::number(pid);
         QVERIFY(QDir().mkpath(m_tree.path(folder)));
         QVERIFY(QFile::link(program, m_tree.path(folder + QStringLiteral("/exe"))));
         if (!ticks.isEmpty())
-            m_tree.write(
-                folder + QStringLiteral("/stat"), "1 (a) S" + QByteArray(" 0").repeated(18) + ' ' + ticks);
+            m_tree.write(folder + QStringLiteral("/stat"),
+                "1 (a) S " + QByteArray::number(parent) + QByteArray(" 0").repeated(17) + ' ' + ticks);
     }
     QByteArray root() const { return QFile::encodeName(m_tree.root()); }
     QList<ProcessScan::Entry> agents() const { return ProcessScan::agents(ProcessTable(m_tree.root())); }
@@ -139,6 +139,17 @@ private Q_SLOTS:
         StandIns standIns;
         QVERIFY(standIns.start(standIns.install(relative)).pid > 0);
         QVERIFY(ProcessScan::agents().isEmpty());
+    }
+
+    void anAgentsChildIsNoAgent()
+    {
+        const TableTree table;
+        table.add(5, agent, "500");
+        table.add(6, agent, "600", 5); // about to run another program, or a trial of a new one
+        table.add(7, agent, "700");
+        QList<qint32> found = pidsOf(table.agents());
+        std::sort(found.begin(), found.end());
+        QCOMPARE(found, (QList<qint32> { 5, 7 }));
     }
 
     void unreadableStartTimeIsAbsent()

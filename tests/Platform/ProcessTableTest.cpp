@@ -9,6 +9,7 @@
 #include <QTest>
 #include <dirent.h>
 #include <sys/prctl.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace kestrum;
@@ -113,6 +114,28 @@ private Q_SLOTS:
         Table told = read(ProcessTable(tree.root()));
         std::sort(told.begin(), told.end());
         QCOMPARE(told, (Table { { 8, "/program" }, { 2147483647, "/program" } }));
+    }
+
+    void childrenAreToldEvenWhenTheyHaveEnded()
+    {
+        const qint32 own = qint32(::getpid());
+        const ProcessTable table;
+        QCOMPARE(table.children(own), QList<qint32>());
+        StandIns standIns;
+        const qint32 running = standIns.start(standIns.install(QStringLiteral("program"))).pid;
+        const pid_t ended = ::fork();
+        if (ended == 0)
+            ::_exit(0);
+        siginfo_t information {};
+        QCOMPARE(::waitid(P_PID, id_t(ended), &information, WEXITED | WNOWAIT), 0);
+        QList<qint32> children = table.children(own);
+        std::sort(children.begin(), children.end());
+        QCOMPARE(children, (QList<qint32> { running, qint32(ended) }));
+        QCOMPARE(table.parent(running), std::optional(own));
+        QCOMPARE(::waitpid(ended, nullptr, 0), ended);
+        QCOMPARE(table.children(own), QList<qint32> { running });
+        QCOMPARE(table.parent(qint32(ended)), std::nullopt);
+        QCOMPARE(ProcessTable(QStringLiteral("/nowhere")).children(own), QList<qint32>());
     }
 
     void processesWithoutAPathArePassedOver()

@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QGuiApplication>
 #include <QJsonArray>
+#include <QSessionManager>
 #include <QSignalSpy>
 #include <QTest>
 #include <cstdio>
@@ -68,6 +69,16 @@ private Q_SLOTS:
         QVERIFY(!stored.contains(QLatin1StringView("menuBarOrder")));
         QCOMPARE(stored.value(QLatin1StringView("cpuFastCoreAccent")), QStringLiteral("indigo"));
         QCOMPARE(stored.value(QLatin1StringView("memoryAccent")), QStringLiteral("signal"));
+    }
+
+    void theDesktopDoesNotStartItAgainAtTheNextLogin()
+    {
+        auto* session = qGuiApp->findChild<QSessionManager*>();
+        QVERIFY(session);
+        session->setRestartHint(QSessionManager::RestartIfRunning);
+        m_delegate->windowWasShown();
+        Q_EMIT qGuiApp->saveStateRequest(*session);
+        QCOMPARE(session->restartHint(), QSessionManager::RestartNever);
     }
 
     void anOwnWritePostsOneSignal()

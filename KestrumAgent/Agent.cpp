@@ -38,6 +38,13 @@ namespace {
 
 /// The resolution of processes' start times, in seconds.
 constexpr double startTimeStep = 0.01;
+/// How long this program and the one after it both hear requests: longer than `startTimeStep`, and than a request is under way.
+constexpr std::chrono::milliseconds overlap { 50 };
+
+double secondsSince1970()
+{
+    return std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count();
+}
 
 /// The path of the settings application's bundle. The agent's bundle lies in it, at
 /// "Contents/Library/LoginItems/KestrumAgent.app".
@@ -188,8 +195,7 @@ void Agent::doWhatWasAskedSince(double launched)
     // agent that starts before that time would obey it.
     const auto askedSince = [](const QString& name, double time) {
         const auto asked = NotificationCentre::lastPost(name);
-        const std::chrono::duration<double> now = std::chrono::system_clock::now().time_since_epoch();
-        return asked >= time && *asked <= now.count() ? asked : std::nullopt;
+        return asked >= time && *asked <= secondsSince1970() ? asked : std::nullopt;
     };
     const auto wasAskedSince = [&askedSince](Signal signal, double time) {
         return askedSince(SharedSettings::name(signal), time).has_value();
@@ -215,8 +221,19 @@ void Agent::doWhatWasAskedSince(double launched)
 
 void Agent::leave(const QString& reason)
 {
+    if (std::exchange(m_madeWaySince, std::nullopt))
+        m_isLeaving = false; // the reason is another one now
     logEnd(reason);
     QCoreApplication::quit();
+}
+
+void Agent::makeWay(const QString& reason)
+{
+    if (m_isLeaving)
+        return;
+    logEnd(reason);
+    m_madeWaySince = secondsSince1970();
+    QTimer::singleShot(overlap, Qt::PreciseTimer, this, [] { QCoreApplication::quit(); });
 }
 
 /// Logs only the first reason, which is the cause of the exit.

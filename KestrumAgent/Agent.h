@@ -38,6 +38,12 @@ public:
     /// Ends the program. Logs `reason` unless an earlier reason was logged.
     void leave(const QString& reason);
 
+    /// Ends the program too, so that another goes on in its place. Whoever ends it otherwise until then prevents that.
+    void makeWay(const QString& reason);
+    /// Once the program has ended: since when, in seconds since 1970, requests are the business of the one that goes on.
+    /// Nothing if none is to go on. Requests of the last moments are done by both, because none must be lost.
+    std::optional<double> madeWaySince() const { return m_madeWaySince; }
+
     /// Starts the settings application, or brings its window forward if it runs already. The application gets a token with
     /// the time of the last click or key press, so that the desktop allows its window to take the focus.
     void openSettings();
@@ -71,6 +77,7 @@ private:
     UpdateNotice* m_updateNotice;
     PanelOffer* m_panelOffer;
     bool m_isLeaving = false;
+    std::optional<double> m_madeWaySince;
     bool m_isAdopting = false; ///< an immediate sample is not drawn: the rebuild after it draws all items
     quint32 m_lastAct = 0;     ///< time of the last input event, by the display's clock
     QString m_language;        ///< language of Qt's texts and of the layout direction

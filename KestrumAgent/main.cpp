@@ -7,6 +7,7 @@
 #include "Platform/Desktop/WindowActivation.h"
 #include "Platform/Log/Identifier.h"
 #include "Platform/Log/Log.h"
+#include "Platform/Processes/ProcessEnds.h"
 #include "Platform/Processes/ProcessTable.h"
 #include "Platform/Processes/ProgramWatch.h"
 #include "Platform/Processes/SingleInstance.h"
@@ -52,17 +53,24 @@ std::optional<int> answer(int argc, char** argv, bool& isLogin)
     return std::nullopt;
 }
 
-/// Runs the agent to its end. `replacement` becomes the path of the agent's program if another one stands there by then, which is
-/// to go on in its place.
-int run(int argc, char** argv, bool isLogin, QString& replacement)
+/// The program that goes on in place of this one.
+struct Replacement {
+    QString path;     ///< empty: none does
+    double since = 0; ///< its requests begin then, in seconds since 1970
+    bool isEnabled = false;
+};
+
+/// Runs the agent to its end. `replacement` says what to run afterwards.
+int run(int argc, char** argv, bool isLogin, Replacement& replacement)
 {
     using namespace kestrum;
-    // Requests of before were obeyed by the program that ran in this process before.
+    // Requests of before were obeyed by the program that ran in this process before, and its children are this one's.
     const auto began = ProgramWatch::takeBegin();
+    const auto self = qint32(QCoreApplication::applicationPid());
+    const QList<qint32> children = began ? ProcessTable().children(self) : QList<qint32>();
     // The agent stays off at login if the user has switched it off. This check needs no display, so it is done first.
     if (isLogin && !Setting(Keys::agentEnabled).value()) {
-        Log::info(
-            "agent", QStringLiteral("the agent ends: it is switched off, and only the login started it"));
+        Log::info("agent", QStringLiteral("the agent ends: it is switched off, and no user started it"));
         return 0;
     }
     // Blocks the signals before the application object creates threads: new threads inherit the blocked signals.
@@ -101,15 +109,24 @@ int run(int argc, char** argv, bool isLogin, QString& replacement)
     Agent agent;
     QObject::connect(&stop, &StopRequest::requested, &agent,
         [&agent] { agent.leave(QStringLiteral("a signal of the system terminates or interrupts it")); });
+    // If nobody waited for the children, they would never quite end: a settings window that starts itself anew waits for that.
+    ProcessEnds inherited;
+    for (const qint32 child : children)
+        inherited.follow(child, ProcessEnds::Kind::child);
     const ProgramWatch program;
     QObject::connect(&program, &ProgramWatch::replaced, &agent, [&] {
-        replacement = program.path();
-        agent.leave(QStringLiteral("another version of its program was installed, which goes on"));
+        replacement.isEnabled = Setting(Keys::agentEnabled).value();
+        agent.makeWay(QStringLiteral("another version of its program was installed, which goes on"));
     });
     QObject::connect(&program, &ProgramWatch::removed, &agent,
         [&agent] { agent.leave(QStringLiteral("its program was removed")); });
-    agent.start(began ? began : ProcessTable().startTime(qint32(QCoreApplication::applicationPid())));
-    return QApplication::exec();
+    agent.start(began ? began : ProcessTable().startTime(self));
+    const int code = QApplication::exec();
+    if (const auto since = agent.madeWaySince()) {
+        replacement.path = program.path();
+        replacement.since = *since;
+    }
+    return code;
 }
 
 } // namespace
@@ -122,12 +139,14 @@ int main(int argc, char** argv)
         return *answered;
 
     Log::install();
-    const QByteArrayList arguments(argv, argv + argc); // the toolkit takes its own out
-    QString replacement;
+    QByteArrayList arguments(argv, argv + argc); // the toolkit takes its own out
+    Replacement replacement;
     const int code = run(argc, argv, isLogin, replacement);
-    if (replacement.isEmpty())
+    if (replacement.path.isEmpty())
         return code;
-    // Everything of this program has ended.
-    Log::error("agent", ProgramWatch::runInstead(replacement, arguments).text());
+    // Everything of this program has ended. If the agent is switched off from now on, the next one finds that out.
+    if (replacement.isEnabled && !isLogin)
+        arguments.append(AgentLoginItem::argument);
+    Log::error("agent", ProgramWatch::runInstead(replacement.path, arguments, replacement.since).text());
     return 1;
 }

@@ -5,7 +5,6 @@
 #include "Platform/Processes/ProgramStart.h"
 
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
 #include <QList>
@@ -18,10 +17,6 @@ namespace kestrum {
 namespace {
 
 constexpr char beginVariable[] = "KESTRUM_PROGRAM_BEGAN";
-constexpr std::chrono::seconds trialLimit { 20 };
-// An upgrade of the libraries may follow that of the program.
-constexpr std::chrono::minutes pauseAfterFailure { 1 };
-constexpr int mostTrials = 10;
 
 enum class Standing { same, other, none };
 
@@ -39,8 +34,14 @@ Standing standingAt(const QString& path)
 } // namespace
 
 ProgramWatch::ProgramWatch(QObject* parent)
+    : ProgramWatch(QCoreApplication::applicationFilePath(), Times(), parent)
+{
+}
+
+ProgramWatch::ProgramWatch(const QString& path, const Times& times, QObject* parent)
     : QObject(parent)
-    , m_path(QCoreApplication::applicationFilePath())
+    , m_path(path)
+    , m_times(times)
 {
     m_quiet.setSingleShot(true);
     connect(&m_quiet, &QTimer::timeout, this, &ProgramWatch::look);
@@ -51,9 +52,11 @@ ProgramWatch::ProgramWatch(QObject* parent)
         [this, name = QFile::encodeName(file.fileName())](const QByteArray& entry) {
             if (entry.isEmpty() || entry == name) {
                 m_failures = 0;
-                m_quiet.start(quietTime);
+                m_quiet.start(m_times.quiet);
             }
         });
+    // It may have been replaced between its start and now.
+    m_quiet.start(m_times.quiet);
 }
 
 ProgramWatch::~ProgramWatch() = default;
@@ -93,7 +96,7 @@ void ProgramWatch::tryReplacement()
                 judge(false);
         },
         Qt::QueuedConnection);
-    m_limit.start(trialLimit);
+    m_limit.start(m_times.trial);
     m_trial->start(m_path, { QStringLiteral("--version") });
 }
 
@@ -114,12 +117,12 @@ void ProgramWatch::judge(bool canRun)
             QStringLiteral("%1 was replaced by what cannot be run; the one before goes on")
                 .arg(Log::escaped(m_path)));
     if (m_failures < mostTrials)
-        m_quiet.start(pauseAfterFailure);
+        m_quiet.start(m_times.pauseAfterFailure);
 }
 
-Failure ProgramWatch::runInstead(const QString& path, const QByteArrayList& arguments)
+Failure ProgramWatch::runInstead(const QString& path, const QByteArrayList& arguments, double since)
 {
-    qputenv(beginVariable, QByteArray::number(double(QDateTime::currentMSecsSinceEpoch()) / 1000, 'f', 3));
+    qputenv(beginVariable, QByteArray::number(since, 'f', 3));
     QByteArrayList words = arguments;
     QList<char*> pointers;
     for (QByteArray& word : words)

@@ -144,12 +144,13 @@ void EmbedChannel::adoptLook()
         fit();
         return;
     }
-    if (!m_isTranslucent) {
-        // The plate fills the frame, which may be larger than the strip.
-        m_frame->setPalette(QPalette(StripBackground::plate(SystemAppearance::shared().scheme())));
-        return;
-    }
-    m_strip.setGround(m_area.look().scheme);
+    // A panel may be dark though the desktop is light: then the plate is dark, too.
+    const std::optional<ColourScheme> scheme = m_area.look().scheme;
+    // The plate fills the frame, which may be larger than the strip.
+    if (!m_isTranslucent)
+        m_frame->setPalette(
+            QPalette(StripBackground::plate(scheme.value_or(SystemAppearance::shared().scheme()))));
+    m_strip.setGround(scheme);
 }
 
 /// Puts the strip into the middle of the frame, whose size is the area's choice.

@@ -220,13 +220,11 @@ void PanelChannels::leaveArea(std::chrono::milliseconds delay)
 
 std::unique_ptr<PanelChannel> PanelChannels::madeTray()
 {
-    auto channel = std::make_unique<TrayChannel>(m_strip, m_menu);
-    const auto adoptGround = [this, tray = channel.get()] {
-        tray->setGround(m_area.window() ? m_area.look().scheme : std::nullopt);
-    };
+    const auto ground = [this] { return m_area.window() ? m_area.look().scheme : std::nullopt; };
+    auto channel = std::make_unique<TrayChannel>(m_strip, m_menu, ground());
+    const auto adoptGround = [ground, tray = channel.get()] { tray->setGround(ground()); };
     connect(&m_area, &NotificationArea::lookChanged, channel.get(), adoptGround);
     connect(&m_area, &NotificationArea::changed, channel.get(), adoptGround);
-    adoptGround();
     return channel;
 }
 

@@ -43,9 +43,10 @@ QPixmap picture(int size, ColourScheme scheme, bool hasPlate)
 
 } // namespace
 
-TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu)
+TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu, std::optional<ColourScheme> ground)
     : m_strip(strip)
     , m_menu(menu)
+    , m_ground(ground)
 {
     m_icon.setContextMenu(&m_menu);
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, &TrayChannel::adoptAppearance);

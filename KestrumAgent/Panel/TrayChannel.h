@@ -17,7 +17,8 @@ namespace kestrum {
 class TrayChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
-    TrayChannel(PanelStrip& strip, QMenu& menu);
+    /// `ground` is as for `setGround`. The icon has it from the start: a panel may miss an early change.
+    TrayChannel(PanelStrip& strip, QMenu& menu, std::optional<ColourScheme> ground);
 
     /// Sets the scheme for the icon, if the panel tells it. Otherwise the icon has a plate in the desktop's own scheme.
     void setGround(std::optional<ColourScheme> scheme);

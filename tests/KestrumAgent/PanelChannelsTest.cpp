@@ -2,6 +2,7 @@
 
 #include "KestrumAgent/Panel/PanelChannels.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
@@ -266,12 +267,23 @@ private Q_SLOTS:
         QTRY_VERIFY(shown.lightness() >= 0 && shown.lightness() < onDark - 60);
     }
 
-    void withoutACompositingManagerTheyHaveTheirPlate()
+    void withoutACompositingManagerTheyHaveAPlateInThePanelsScheme_data()
     {
-        const StandInArea area({ .greatestWidth = 1000, .foreground = Qt::white, .isComposited = false });
-        ShownItems shown;
+        QTest::addColumn<QColor>("foreground");
+        QTest::addColumn<ColourScheme>("plate");
+        QTest::addRow("dark panel of a light desktop") << QColor(Qt::white) << ColourScheme::dark;
+        QTest::addRow("light panel") << QColor(20, 20, 20) << ColourScheme::light;
+        QTest::addRow("panel without a word") << QColor() << ColourScheme::light;
+    }
+    void withoutACompositingManagerTheyHaveAPlateInThePanelsScheme()
+    {
+        QFETCH(const QColor, foreground);
+        QFETCH(const ColourScheme, plate);
+        const StandInArea area({ .greatestWidth = 1000, .foreground = foreground, .isComposited = false });
+        const ShownItems shown;
         QTRY_VERIFY(shown.strip.isVisible());
-        QCOMPARE(shown.lightness(), -1);
+        const QImage picture = shown.strip.window()->grab().toImage();
+        QCOMPARE(picture.pixelColor(1, picture.height() / 2).rgb(), StripBackground::plate(plate).rgb());
     }
 
     void aPanelThatOnlyPretendsIsNotAsked_data()

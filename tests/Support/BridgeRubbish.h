@@ -127,7 +127,7 @@ private:
         if (method == QLatin1StringView("Key"))
             return { bridge(), text() };
         if (method == QLatin1StringView("ShowPopover"))
-            return { bridge(), text(), QRect(whole(), whole(), whole(), whole()), text() };
+            return { bridge(), text(), QRect(QPoint(whole(), whole()), QPoint(whole(), whole())), text() };
         if (method == QLatin1StringView("Actions"))
             return { text() };
         if (method == QLatin1StringView("Choose"))

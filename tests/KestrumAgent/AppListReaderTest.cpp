@@ -254,7 +254,7 @@ private Q_SLOTS:
         fixture.finish();
         int second = 0;
         const auto tick = [&](int ofFirst, int ofSecond) {
-            fixture.passed += 3s;
+            fixture.passed += 30s; // however much a scan costs here
             fixture.setTicks(second += 100, ofFirst, ofSecond);
             fixture.list.tick(1s, {});
             fixture.finish();
@@ -291,12 +291,12 @@ private Q_SLOTS:
         fixture.list.open(Column::disk);
         fixture.finish();
         fixture.setTicks(10);
-        fixture.passed = 2s;
-        fixture.late = 2s;
+        fixture.passed = 20s;
+        fixture.late = 20s;
         fixture.list.tick(1s, {});
         fixture.finish();
         QCOMPARE(fixture.names(), firstAndSecond);
-        QCOMPARE(fixture.list.rows().first().readRate, 30'000 / 4.0);
+        QCOMPARE(fixture.list.rows().first().readRate, 30'000 / 40.0);
     }
 
     void aScanThatHangsIsLeftBehind()
@@ -313,14 +313,14 @@ private Q_SLOTS:
         fixture.finish();
         QCOMPARE(fixture.list.rows().size(), 3);
         fixture.hang();
-        hangs(2s, 1);
-        hangs(11s, 1);
+        hangs(20s, 1);
+        hangs(29s, 1);
         QCOMPARE(fixture.list.rows().size(), 3);
         // Numbers of long ago are not shown as those of now. Another worker goes on, but not any number of them.
-        hangs(12s, 2);
-        QVERIFY(fixture.list.rows().isEmpty());
         hangs(30s, 2);
-        hangs(60s, 2);
+        QVERIFY(fixture.list.rows().isEmpty());
+        hangs(50s, 2);
+        hangs(80s, 2);
         QCOMPARE(fixture.list.scans(), 3);
 
         fixture.letGo();

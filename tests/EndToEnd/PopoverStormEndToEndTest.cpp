@@ -48,7 +48,6 @@ class PopoverStormEndToEndTest : public PopoverDesktopTest {
         layout.size = DesktopFixture::geometry(popover.window).size();
         layout.values = QRect(120, 0, 120, 38); // the header's value
         QString group;
-        QRect lastTitle;
         const std::function<void(const Accessible&)> visit = [&](const Accessible& element) {
             const QString role = element.role();
             const QString name = element.name();

@@ -67,7 +67,7 @@ private Q_SLOTS:
         });
         row(
             "ancestor exchanged", "a/b/c",
-            [=, this] {
+            [=] {
                 make("a/b/c")();
                 make("x/b/c")();
             },

@@ -17,7 +17,7 @@ namespace Programs {
 inline constexpr int patience = 20'000;
 
 /// Whether sanitizers slow the programs down, which makes time measurements meaningless.
-#ifdef __SANITIZE_ADDRESS__
+#ifdef KESTRUM_SANITIZED
 inline constexpr bool areSanitized = true;
 #else
 inline constexpr bool areSanitized = false;

@@ -7,6 +7,7 @@
 #include "Platform/Desktop/WindowActivation.h"
 #include "Platform/Log/Identifier.h"
 #include "Platform/Log/Log.h"
+#include "Platform/Processes/Heap.h"
 #include "Platform/Processes/ProcessEnds.h"
 #include "Platform/Processes/ProcessTable.h"
 #include "Platform/Processes/ProgramWatch.h"
@@ -138,6 +139,8 @@ int main(int argc, char** argv)
     if (const auto answered = answer(argc, argv, isLogin))
         return *answered;
 
+    // Popovers are large pictures, which come and go for as long as the session lasts.
+    Heap::giveLargeBlocksBack();
     Log::install();
     QByteArrayList arguments(argv, argv + argc); // the toolkit takes its own out
     Replacement replacement;

@@ -6,6 +6,7 @@
 #include "tests/Support/PanelServiceFixture.h"
 #include "tests/Support/TestHome.h"
 
+#include <QStyle>
 #include <cmath>
 #include <limits>
 
@@ -187,6 +188,33 @@ private Q_SLOTS:
         QVERIFY(client->isUpToDate());
         QCOMPARE(client->closes, 1);
         QVERIFY(!m_desk->popovers.section());
+    }
+
+    void aTipIsInThePictureWhileThePointerRestsAtWhatItExplains()
+    {
+        const auto client = bridge();
+        client->call("OpenPopover", popover(*client, "storage"));
+        QRectF head;
+        m_desk->popovers.window()->layout().visit(
+            [&](const PopoverLayout::Path& path, const PanelElement& element) {
+                if (head.isEmpty() && !element.tip.isEmpty())
+                    head = m_desk->popovers.window()->rectOf(path);
+            });
+        QVERIFY(!head.isEmpty());
+        client->call("Pointer", pointer(*client, "move", head.center()));
+        QVERIFY(client->isUpToDate());
+        const QImage before = client->popover;
+        QTRY_VERIFY(client->popover != before);
+        const QImage tip = client->popover;
+        client->call("Pointer", pointer(*client, "move", head.center() + QPointF(1, 0)));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popover, tip);
+        client->call("Pointer", pointer(*client, "leave", {}));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popover, before);
+        QTest::qWait(QApplication::style()->styleHint(QStyle::SH_ToolTip_WakeUpDelay) + 100);
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->popover, before); // nothing comes after it
     }
 
     void aWindowOpensWithTheBridgesToken()

@@ -76,7 +76,7 @@ AccentRow::AccentRow(const QString& title, const QString& subject, const Unregis
     connect(&m_pause, &QTimer::timeout, this, [this] { store(*m_draft); });
     connect(m_picker, &PopupPicker::chosen, this, &AccentRow::choose);
     connect(m_well, &ColourWell::picked, this, &AccentRow::drag);
-    m_stored.follow(this, [this](const MeterAccent&) { showAccent(); });
+    follow(Binding(m_stored), this, [this] { showAccent(); });
 }
 
 AccentRow::~AccentRow()

@@ -250,6 +250,16 @@ private Q_SLOTS:
         QVERIFY(!shown.well->isVisible());
     }
 
+    void whatIsChosenAndAtOnceChosenBackElsewhereIsShown()
+    {
+        Shown::store("blue");
+        const Shown shown;
+        Q_EMIT shown.picker->chosen(4);
+        Shown::storeElsewhere("blue");
+        QCOMPARE(shown.picker->index(), 4);
+        QTRY_COMPARE(shown.picker->index(), 1);
+    }
+
     void aPresetChosenMeanwhileIsNotOverwritten()
     {
         Shown::store("custom:srgb:0.1000,0.2000,0.3000");

@@ -62,6 +62,7 @@ class KestrumItem {
         this.actor.add(this._picture.actor, {y_fill: false, y_align: St.Align.MIDDLE});
         this.actor.connect('button-press-event', (actor, event) => this._pressed(event));
         this._tip = new PanelItemTooltip(this, '', orientation);
+        this.actor.connect('notify::hover', () => this._tip.set_text(this._text));
         this.menu = new KestrumMenu(this, orientation);
         applet.menus.addMenu(this.menu);
     }
@@ -78,7 +79,10 @@ class KestrumItem {
 
     update({text, pixels, width, height}) {
         this.actor.accessible_name = text;
-        this._tip.set_text(text);
+        this._text = text;
+        // The tip's text is laid out even while nobody sees it, and with it all of the stage.
+        if (this.actor.hover)
+            this._tip.set_text(text);
         if (pixels)
             this._picture.setPixels(pixels, width, height);
     }

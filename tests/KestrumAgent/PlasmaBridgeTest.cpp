@@ -4,6 +4,7 @@
 #include "Platform/Desktop/WindowActivation.h"
 #include "bridges/plasma/plugin/AgentClient.h"
 #include "tests/Support/PanelServiceFixture.h"
+#include "tests/Support/SilentAgent.h"
 #include "tests/Support/TestHome.h"
 
 #include <QClipboard>
@@ -291,6 +292,32 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return attached.size() == 1; }));
         QVERIFY(!plasma);
         QVERIFY(QTest::qWaitFor([&] { return !m_service->isUsed(); }));
+    }
+
+    void itemsThatComeBeforeTheAnswerAreShown()
+    {
+        m_service.reset();
+        const QString name = QStringLiteral("early");
+        QDBusConnection bus = QDBusConnection::connectToBus(m_bus->address(), name);
+        SilentAgent agent;
+        agent.attaching = [&] {
+            const PanelItem item { QStringLiteral("cpu"), 0, 1, {}, 1, 1, QByteArray(4, 'x') };
+            QDBusMessage message = QDBusMessage::createTargetedSignal(
+                agent.client, PanelContract::path, PanelContract::interface, QStringLiteral("Items"));
+            message << 7U << QVariant::fromValue(QList { item });
+            QVERIFY(bus.send(message));
+        };
+        QVERIFY(bus.registerObject(PanelContract::path, &agent, QDBusConnection::ExportAllSlots));
+        QVERIFY(bus.registerService(PanelContract::service));
+        {
+            AgentClient plasma(own());
+            QVERIFY(QTest::qWaitFor([&] { return plasma.isAttached(); }));
+            QCOMPARE(plasma.items().rowCount(), 1);
+            QVERIFY(!plasma.items().index(0).data(PanelItems::pictureRole).value<QImage>().isNull());
+        }
+        QVERIFY(bus.unregisterService(PanelContract::service));
+        QDBusConnection::disconnectFromBus(name);
+        startService();
     }
 
     void aStrangerIsNotHeard()

@@ -4,6 +4,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariantMap>
+#include <functional>
 
 namespace kestrum {
 
@@ -13,11 +14,13 @@ class SilentAgent final : public QObject {
     Q_CLASSINFO("D-Bus Interface", "com.orvale.kestrum.Panel1")
 public:
     QString client;
+    std::function<void()> attaching = [] {}; ///< before the answer
 
 public Q_SLOTS:
     uint Attach(const QString&, const QVariantMap&, const QDBusMessage& message)
     {
         client = message.service();
+        attaching();
         return 7;
     }
     void OpenPopover(uint, const QString&, const QVariantMap&) { }

@@ -37,6 +37,8 @@ Item {
                     Plasmoid.action(entry.id).enabled = entry.isEnabled
                 }
             }
+            if (row.agent.actions.length > 0)
+                Plasmoid.setActionSeparator("end") // Plasma's own follow
         }
     }
 

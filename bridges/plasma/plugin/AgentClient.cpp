@@ -91,6 +91,7 @@ void AgentClient::setOwner(const QString& owner)
     const bool wasAttached = isAttached();
     m_owner = owner;
     m_bridge = 0;
+    m_earlyItems = {};
     m_attachTimer.stop();
     m_popoverCalls = 0;
     m_isMoveSent = false;
@@ -158,6 +159,7 @@ void AgentClient::attached(const QDBusMessage& answer, const QVariantMap& toldLo
     }
     if (look() != toldLook)
         sendLook();
+    takeItems(std::exchange(m_earlyItems, {}));
     Q_EMIT attachedChanged();
 }
 
@@ -221,6 +223,10 @@ bool AgentClient::isMine(const QDBusMessage& message) const
 
 void AgentClient::takeItems(const QDBusMessage& message)
 {
+    // The toolkit hands out an answer later than a signal that came after it, if the thread was held up when it asked. The pictures
+    // of the first items do not come again.
+    if (!isAttached())
+        m_earlyItems = message;
     if (!isMine(message))
         return;
     if (const auto told = PanelMessages::items(message))

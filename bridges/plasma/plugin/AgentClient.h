@@ -5,6 +5,7 @@
 
 #include <QColor>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QImage>
 #include <QObject>
 #include <QPointF>
@@ -13,8 +14,6 @@
 #include <QVariantMap>
 #include <functional>
 #include <optional>
-
-class QDBusMessage;
 
 namespace kestrum {
 
@@ -114,6 +113,7 @@ private:
     QDBusConnection m_bus;
     QString m_owner; ///< the agent's own name on the bus; empty without an agent
     uint m_bridge = 0;
+    QDBusMessage m_earlyItems; ///< that have come before the answer to Attach
     PanelItems m_items;
     double m_scale = 1;
     QColor m_foreground;

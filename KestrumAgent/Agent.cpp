@@ -137,6 +137,10 @@ void Agent::start(std::optional<double> launched)
             m_channels->expectNoBridge();
     });
     connect(m_channels.get(), &PanelChannels::standChanged, this, &Agent::useStand);
+    connect(m_channels.get(), &PanelChannels::itemClicked, m_popovers.get(),
+        [this](MonitorSection section, PopoverStand* stand) { m_popovers->toggleAt(*stand, section); });
+    connect(m_channels.get(), &PanelChannels::standLeft, m_popovers.get(),
+        [this](PopoverStand* stand) { m_popovers->leave(*stand); });
     m_channels->start(!Setting(Keys::panelBridge, QString()).value().isEmpty());
     m_service->start();
 

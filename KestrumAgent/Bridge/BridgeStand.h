@@ -8,6 +8,7 @@
 
 #include <QImage>
 #include <QPointer>
+#include <QTimer>
 
 namespace kestrum {
 
@@ -31,7 +32,7 @@ public:
     bool isShown() const { return m_window; }
 
     /// What the pointer does, by the interface's words. An unknown `kind` is ignored.
-    void point(const QString& kind, const QPointF& at, double notches);
+    void point(const QString& kind, const QPointF& told, double notches);
     /// Presses a key by its name. Unknown names are ignored.
     void pressKey(const QString& name);
 
@@ -42,6 +43,8 @@ public:
     int room() const override { return m_look.room; }
     bool canPin() const override { return false; }
     void copy(const QString& text) override { Q_EMIT copied(text); }
+    /// Draws the tip into the picture: so all bridges have it, at the right place.
+    void showTip(QWidget& window, QPoint at, const QString& text, const QRect& area) override;
 
     /// The bands of `now` that differ from `before`, each in the whole width. All of it if the sizes differ. Few equal rows between
     /// two bands do not separate them.
@@ -54,6 +57,9 @@ Q_SIGNALS:
 
 private:
     void render();
+    void renderTip(QImage& picture) const;
+    void followTip(QPoint at);
+    void hideTip();
     void send(QEvent& event);
 
     PanelLook m_look;
@@ -61,6 +67,10 @@ private:
     QImage m_picture; ///< as it was sent last
     QString m_text;
     QString m_focus;
+    QString m_tip;
+    QPoint m_pointed;
+    QRect m_tipArea; ///< empty without a tip
+    QTimer m_tipWait;
 };
 
 } // namespace kestrum

@@ -9,8 +9,6 @@
 #include <memory>
 #include <optional>
 
-class QScreen;
-
 namespace kestrum {
 
 class PanelStrip;
@@ -28,13 +26,6 @@ public:
     /// Opens the popover of `section`, or closes it if it is open. `place` is in the display's pixels; if it is empty, or on no
     /// screen, the pointer's place is meant. `token` is an activation token or empty.
     void show(MonitorSection section, const QRect& place, const QByteArray& token);
-
-    /// The part of `place`, in the display's pixels, that is on `screen`, in the toolkit's units.
-    static QRect onScreen(const QRect& place, const QScreen& screen);
-
-    /// What the window stands beside: `place`, as far as the edge of `free` if it lies beyond it. So the window does not cover the
-    /// panel that `place` is in.
-    static QRect ground(const QRect& place, const QRect& free);
 
 private:
     void makeStand();

@@ -44,8 +44,9 @@ int endOnScreen(const QRect& free, const QScreen& screen)
 
 } // namespace
 
-DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
+DockChannel::DockChannel(PanelStrip& strip, QMenu& menu, QScreen* screen)
     : m_strip(strip)
+    , m_ownScreen(screen)
     , m_popoverStand(strip)
     , m_menuWindow(strip, menu)
 {
@@ -63,19 +64,25 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu)
             QToolTip::showText(m_place.topLeft() + at, text, &m_strip, item);
         });
     connect(&m_strip, &PanelStrip::pointerLeft, this, [] { QToolTip::hideText(); });
-    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &DockChannel::follow);
+    if (!m_ownScreen)
+        connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &DockChannel::follow);
     m_check.setSingleShot(true);
     m_check.setInterval(timeToShow);
     connect(&m_check, &QTimer::timeout, this, [this] {
         if (m_strip.isVisible() && !m_strip.windowHandle()->isExposed())
             Q_EMIT lost();
     });
-    follow(QGuiApplication::primaryScreen());
+    follow(this->screen());
 }
 
 DockChannel::~DockChannel()
 {
     m_strip.leaveScreen();
+}
+
+QScreen* DockChannel::screen() const
+{
+    return m_ownScreen ? m_ownScreen : QGuiApplication::primaryScreen();
 }
 
 void DockChannel::follow(QScreen* screen)
@@ -88,7 +95,7 @@ void DockChannel::follow(QScreen* screen)
 
 void DockChannel::fit()
 {
-    const QScreen* screen = QGuiApplication::primaryScreen();
+    const QScreen* screen = this->screen();
     if (m_strip.isEmpty() || !screen) {
         m_menuWindow.close();
         if (screen)

@@ -14,13 +14,14 @@ class QScreen;
 
 namespace kestrum {
 
-/// Shows the strip as a dock window at the trailing end of the main screen's top edge, outside of the area that panels
+/// Shows the strip as a dock window at the trailing end of a screen's top edge, outside of the area that panels
 /// reserve. The window reserves its own room, so that no maximised window has its title bar below it. The window never takes
 /// the keyboard focus, and is visible on every virtual desktop.
 class DockChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
-    DockChannel(PanelStrip& strip, QMenu& menu);
+    /// Without a screen, it is the main one, also when another becomes that. The screen must outlive the channel.
+    DockChannel(PanelStrip& strip, QMenu& menu, QScreen* screen = nullptr);
     ~DockChannel() override;
 
     PopoverStand& popoverStand() override { return m_popoverStand; }
@@ -34,7 +35,10 @@ private:
     void follow(QScreen* screen);
     void fit();
 
+    QScreen* screen() const;
+
     PanelStrip& m_strip;
+    QScreen* m_ownScreen; ///< null: the main one
     std::unique_ptr<X11Struts> m_struts;
     DockStand m_popoverStand;
     MenuWindow m_menuWindow;

@@ -121,7 +121,8 @@ void DockStand::judge(QPoint place, Qt::MouseButton button)
     if (m_isPinned || !m_window)
         return;
     // A press on an item is a click soon, or the begin of a drag: the strip tells.
-    if (m_strip.isVisible() && button == Qt::LeftButton && m_strip.item(place - m_ground.topLeft()))
+    if (!isWithoutStrip() && m_strip.isVisible() && button == Qt::LeftButton
+        && m_strip.item(place - m_ground.topLeft()))
         return;
     if (!m_window->geometry().contains(place))
         Q_EMIT dismissed();
@@ -144,12 +145,13 @@ bool DockStand::eventFilter(QObject* watched, QEvent* event)
 
 /// As a window is shown, the toolkit asks the server where it is. If a window manager has put it into a frame by then, but has
 /// not moved the frame yet, the answer is the screen's corner, and nothing corrects it later: tips and what assistive programs
-/// are told would be there. The widget still knows the place, because nobody told it of a move.
+/// are told would be there. The widget's own place may be an older one: it is told of each place in turn. So the place that was
+/// asked for last is asked for again.
 void DockStand::correctPlace()
 {
     QWindow& window = *m_window->windowHandle();
-    if (window.position() != m_window->geometry().topLeft())
-        window.setPosition(m_window->geometry().topLeft());
+    if (window.position() != m_place.topLeft())
+        window.setPosition(m_place.topLeft());
 }
 
 /// Decides whether the loss of the focus is the user's turn to another program.

@@ -19,6 +19,7 @@ class PanelStrip;
 class DockStand : public PopoverStand {
     Q_OBJECT
 public:
+    /// `strip` must outlive the stand.
     explicit DockStand(PanelStrip& strip);
 
     /// Tells where the strip's window stands on the screen, and the part of this screen that panels leave free. The strip
@@ -30,10 +31,15 @@ public:
     void takeKeyboard() override;
     void setPinned(bool isPinned) override { m_isPinned = isPinned; }
     int room() const override;
+    PanelStrip* strip() const override { return &m_strip; }
 
     /// The place of a window of `size` beside `item`: below the strip, or above it if the strip is in the lower half of
     /// `free`. All rectangles are in the same coordinates.
     static QRect place(QSize size, const QRect& item, const QRect& strip, const QRect& free);
+
+protected:
+    bool isShown() const { return m_window; }
+    QSize groundSize() const { return m_ground.size(); }
 
 private:
     void open(QWidget& window);

@@ -22,19 +22,13 @@ Qt::Edge trailingEdge()
     return QGuiApplication::layoutDirection() == Qt::RightToLeft ? Qt::LeftEdge : Qt::RightEdge;
 }
 
-/// Whether the desktop has a screen. Without a screen, Qt provides a placeholder screen that has no name.
-bool isScreenThere()
-{
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    return screen && !screen->name().isEmpty();
-}
-
 } // namespace
 
-LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
+LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu, const QScreen* screen)
     : m_strip(strip)
     , m_menu(menu)
-    , m_surface(strip)
+    , m_ownScreen(screen)
+    , m_surface(m_row)
     , m_tipSurface(m_tip)
     , m_sheetSurface(m_sheet)
     , m_popoverStand(strip)
@@ -44,6 +38,7 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     connect(&m_again, &QTimer::timeout, this, &LayerChannel::fit);
     connect(&m_surface, &LayerSurface::closed, &m_again, qOverload<>(&QTimer::start));
     connect(qGuiApp, &QGuiApplication::screenAdded, &m_again, qOverload<>(&QTimer::start));
+    connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &m_again, qOverload<>(&QTimer::start));
     // When a screen is removed, some desktops, such as sway 1.10, do not close its surfaces. They also do not show these
     // surfaces when a screen is added.
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
@@ -54,7 +49,10 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
         m_again.start();
     });
 
+    m_row.setWindowTitle(m_strip.windowTitle());
+    m_row.setAttribute(Qt::WA_TranslucentBackground);
     m_strip.setAttribute(Qt::WA_TranslucentBackground);
+    m_strip.setParent(&m_row);
     m_sheet.setAttribute(Qt::WA_TranslucentBackground);
     m_tip.setPalette(QToolTip::palette());
     m_tip.setBackgroundRole(QPalette::ToolTipBase);
@@ -63,7 +61,7 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu)
     m_tip.setFrameShape(QFrame::Box);
     m_tip.setMargin(2);
     m_sheet.installEventFilter(this);
-    m_strip.installEventFilter(this);
+    m_row.installEventFilter(this);
 
     connect(&m_strip, &PanelStrip::rebuilt, this, &LayerChannel::fit);
     connect(&m_strip, &PanelStrip::menuRequested, this, &LayerChannel::showMenu);
@@ -79,6 +77,13 @@ LayerChannel::~LayerChannel()
     m_strip.leaveScreen();
 }
 
+/// Null while the desktop has no screen: then Qt provides a placeholder that has no name.
+const QScreen* LayerChannel::screen() const
+{
+    const QScreen* screen = m_ownScreen ? m_ownScreen : QGuiApplication::primaryScreen();
+    return screen && !screen->name().isEmpty() ? screen : nullptr;
+}
+
 void LayerChannel::fit()
 {
     if (m_strip.isEmpty()) {
@@ -87,33 +92,29 @@ void LayerChannel::fit()
         m_sheetSurface.hide();
         return;
     }
-    if (!isScreenThere())
+    const QScreen* screen = this->screen();
+    if (!screen)
         return;
-    const QScreen* screen = QGuiApplication::primaryScreen();
     const QSize size = m_strip.sizeHint();
-    if (!m_surface.isConfigured())
-        m_rowWidth = screen->size().width();
-    // A surface at a corner cannot reserve room. So this one reaches from one side to the other, except for a margin, and the
-    // compositor chooses its width.
-    m_margin = std::max(0, m_rowWidth - size.width());
+    // A surface at a corner cannot reserve room, so this one reaches from one side to the other, and the compositor chooses its
+    // width. It has no margins: where the screen becomes narrower than these, sway 1.7 ends, and the session with it.
     // Compositors arrange the layers from above. In a higher one, the strip would push the desktop's panel away from the edge.
     m_surface.show({ .layer = LayerSurface::Layer::bottom,
                        .edges = Qt::TopEdge | Qt::LeftEdge | Qt::RightEdge,
-                       .margins = trailingEdge() == Qt::RightEdge ? QMargins(m_margin, 0, 0, 0)
-                                                                  : QMargins(0, 0, m_margin, 0),
+                       .margins = {},
                        .screen = screen,
                        .reserved = size.height() },
         QSize(0, size.height()));
+    m_strip.resize(size);
+    placeStrip();
+    m_strip.show();
 }
 
-/// The compositor has chosen the strip's width. It is another than expected if the screen has panels at its sides, or has
-/// another size now.
-void LayerChannel::adoptWidth()
+/// Puts the strip at the trailing end of the row. The rest of the row lets presses through.
+void LayerChannel::placeStrip()
 {
-    if (!m_surface.isConfigured() || m_strip.width() == m_strip.sizeHint().width())
-        return;
-    m_rowWidth = m_margin + m_strip.width();
-    fit();
+    m_strip.move(trailingEdge() == Qt::RightEdge ? m_row.width() - m_strip.width() : 0, 0);
+    m_row.setMask(m_strip.geometry());
 }
 
 void LayerChannel::showTip(const QString& text, const QRect& item)
@@ -174,9 +175,8 @@ void LayerChannel::placeMenu()
 
 bool LayerChannel::eventFilter(QObject* watched, QEvent* event)
 {
-    // Not from within the event, which tells the new size to others too.
-    if (watched == &m_strip && event->type() == QEvent::Resize)
-        QMetaObject::invokeMethod(this, &LayerChannel::adoptWidth, Qt::QueuedConnection);
+    if (watched == &m_row && event->type() == QEvent::Resize)
+        placeStrip();
     if (watched == &m_sheet && m_onSheet) {
         if (event->type() == QEvent::Resize && m_sheetSurface.isConfigured())
             placeMenu();

@@ -10,20 +10,22 @@
 
 namespace kestrum {
 
-/// Shows the strip as a layer surface at the trailing end of the main Wayland screen's top edge, and reserves its room. The menu and the tool tips have
-/// their own layer surfaces: a Qt popup of a layer surface is a protocol error, which would end the process.
+/// Shows the strip as a layer surface at the trailing end of a Wayland screen's top edge, and reserves its room. The menu and the
+/// tool tips have their own layer surfaces: a Qt popup of a layer surface is a protocol error, which would end the process.
 class LayerChannel final : public QObject, public PanelChannel {
     Q_OBJECT
 public:
     /// Use it only if `LayerSurface::isSupported()` is true.
-    LayerChannel(PanelStrip& strip, QMenu& menu);
+    /// Without a screen, it is the main one. The screen must outlive the channel.
+    LayerChannel(PanelStrip& strip, QMenu& menu, const QScreen* screen = nullptr);
     ~LayerChannel() override;
 
     PopoverStand& popoverStand() override { return m_popoverStand; }
 
 private:
+    const QScreen* screen() const;
     void fit();
-    void adoptWidth();
+    void placeStrip();
     void showTip(const QString& text, const QRect& item);
     void showMenu(QPoint at);
     void placeMenu();
@@ -31,9 +33,9 @@ private:
 
     PanelStrip& m_strip;
     QMenu& m_menu;
+    const QScreen* m_ownScreen; ///< null: the main one
+    QWidget m_row;              ///< as wide as the screen; the strip is a part of it
     LayerSurface m_surface;
-    int m_rowWidth = 0; ///< what panels leave free of the screen's width, as far as it is known
-    int m_margin = 0;   ///< between the row's leading end and the strip
     QTimer m_again;
     QLabel m_tip;
     LayerSurface m_tipSurface;

@@ -4,6 +4,7 @@
 #include "KestrumAgent/Panel/WaylandGlobals.h"
 
 #include <QGuiApplication>
+#include <QScreen>
 #include <QWindow>
 #include <qpa/qplatformnativeinterface.h>
 #include <wlr-layer-shell-client-protocol.h>
@@ -88,12 +89,17 @@ LayerSurface::~LayerSurface()
 
 void LayerSurface::show(const Place& place, QSize size)
 {
+    if (m_surface && place.screen != m_place.screen)
+        hide(); // a surface stays on its screen
     if (m_surface) {
         if (size != m_size || place != m_place)
             arrange(place, size);
         return;
     }
     m_widget.resize(size.expandedTo({ 1, 1 }));
+    // Else the widget would be drawn at first for the scale of the main screen.
+    if (place.screen)
+        m_widget.setScreen(const_cast<QScreen*>(place.screen));
     m_widget.winId();
     // The widget must not be painted before the compositor has set the surface's size.
     m_widget.setUpdatesEnabled(false);
@@ -116,7 +122,26 @@ void LayerSurface::show(const Place& place, QSize size)
         },
     };
     zwlr_layer_surface_v1_add_listener(m_surface, &listener, this);
+    m_screen = place.screen;
+    m_scale = m_screen ? m_screen->devicePixelRatio() : 0;
+    // Not from within the signal: others of ours hear it too.
+    if (m_screen)
+        m_screenConnection = connect(
+            m_screen, &QScreen::geometryChanged, this, &LayerSurface::adoptScale, Qt::QueuedConnection);
     arrange(place, size);
+}
+
+/// Another scale changes the screen's size in points. The toolkit asks for a window's scale only when the window comes to a screen,
+/// and would go on with an enlarged picture: so the window comes anew.
+void LayerSurface::adoptScale()
+{
+    if (!m_surface || !m_screen || m_scale == m_screen->devicePixelRatio())
+        return;
+    const Place place = m_place;
+    const QSize size = m_size;
+    hide();
+    m_widget.windowHandle()->destroy(); // it keeps the scale
+    show(place, size);
 }
 
 void LayerSurface::arrange(const Place& place, QSize size)
@@ -149,6 +174,7 @@ void LayerSurface::hide()
 {
     if (!m_surface)
         return;
+    disconnect(m_screenConnection);
     zwlr_layer_surface_v1_destroy(m_surface);
     m_surface = nullptr;
     m_isConfigured = false;

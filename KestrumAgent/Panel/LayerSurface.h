@@ -3,6 +3,7 @@
 
 #include <QMargins>
 #include <QObject>
+#include <QPointer>
 #include <QSize>
 #include <QWidget>
 #include <cstdint>
@@ -65,11 +66,15 @@ Q_SIGNALS:
 private:
     void arrange(const Place& place, QSize size);
     void configure(uint32_t serial, QSize size);
+    void adoptScale();
 
     QWidget& m_widget;
     Place m_place;
     QSize m_size;
     bool m_isConfigured = false;
+    QPointer<const QScreen> m_screen; ///< where it was shown
+    double m_scale = 0;               ///< the screen's then
+    QMetaObject::Connection m_screenConnection;
     zwlr_layer_surface_v1* m_surface = nullptr;
 };
 

@@ -6,6 +6,7 @@
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Panel/TrayChannel.h"
 #include "KestrumShared/Agent/PanelContract.h"
+#include "KestrumShared/Settings/Setting.h"
 #include "Platform/Desktop/DesktopName.h"
 #include "Platform/Log/Log.h"
 
@@ -86,6 +87,7 @@ PanelChannels::PanelChannels(PanelStrip& strip, QMenu& menu, QObject* parent)
         if (!m_strip.isEmpty() && m_strip.sizeHint().width() <= m_refusedWidth)
             askAreaAgain();
     });
+    SharedSettings::store().observe(Keys::names(Keys::stripScreens), this, [this] { adoptScreens(); });
     connect(&m_icons, &StatusIcons::changed, this, [this] {
         if (m_icons.isKnown())
             m_iconsWait.stop();
@@ -188,13 +190,40 @@ void PanelChannels::adopt()
     m_channel = made(best);
     if (m_channel)
         Q_EMIT standChanged(stand());
+    adoptScreens();
 }
 
 void PanelChannels::drop()
 {
+    m_further.reset();
     const std::unique_ptr<PanelChannel> leaving = std::move(m_channel);
     if (leaving)
         Q_EMIT standChanged(nullptr);
+}
+
+/// Shows a strip on the other screens too, if the user wants that, or on none of them.
+void PanelChannels::adoptScreens()
+{
+    const bool isWanted = m_channel && m_way == Way::strip
+        && Setting(Keys::stripScreens, QString()).value() == QLatin1StringView("all");
+    if (isWanted == bool(m_further))
+        return;
+    m_further.reset();
+    if (!isWanted)
+        return;
+    m_further = std::make_unique<FurtherStrips>(
+        m_strip, [this](PanelStrip& strip, QScreen& screen) { return madeFurther(strip, screen); });
+    connect(m_further.get(), &FurtherStrips::itemClicked, this, &PanelChannels::itemClicked);
+    connect(m_further.get(), &FurtherStrips::standLeft, this, &PanelChannels::standLeft);
+}
+
+std::unique_ptr<PanelChannel> PanelChannels::madeFurther(PanelStrip& strip, QScreen& screen)
+{
+#ifdef KESTRUM_LAYER_SHELL
+    if (isWayland())
+        return std::make_unique<LayerChannel>(strip, m_menu, &screen);
+#endif
+    return std::make_unique<DockChannel>(strip, m_menu, &screen);
 }
 
 void PanelChannels::askAreaAgain()

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KestrumAgent/Panel/FurtherStrips.h"
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/PopoverStand.h"
 #include "Platform/Desktop/NotificationArea.h"
@@ -13,7 +14,7 @@
 namespace kestrum {
 
 /// Chooses the channel that shows the strip, and chooses anew when the desktop changes: a panel may come late, go, or start
-/// again. At most one channel exists at a time. Main thread only.
+/// again. At most one channel shows the strip at a time. Main thread only.
 class PanelChannels final : public QObject {
     Q_OBJECT
 public:
@@ -36,6 +37,10 @@ public:
 Q_SIGNALS:
     /// The stand is another one now. Null is told before a channel goes.
     void standChanged(kestrum::PopoverStand* stand);
+    /// The user has clicked an item of a strip on another than the main screen.
+    void itemClicked(MonitorSection section, kestrum::PopoverStand* stand);
+    /// The stand of such a strip is about to go.
+    void standLeft(kestrum::PopoverStand* stand);
     /// The wait of `start` for a bridge was in vain.
     void bridgeMissed();
 
@@ -54,6 +59,8 @@ private:
     std::unique_ptr<PanelChannel> made(Way way);
     std::unique_ptr<PanelChannel> madeTray();
     std::unique_ptr<PanelChannel> madeDock();
+    std::unique_ptr<PanelChannel> madeFurther(PanelStrip& strip, QScreen& screen);
+    void adoptScreens();
 
     PanelStrip& m_strip;
     QMenu& m_menu;
@@ -67,6 +74,7 @@ private:
     int m_losses = 0;          ///< how often the strip was not on the screen though it was shown
     Way m_way = Way::nothing;  ///< without its channel for a while if the area is gone
     std::unique_ptr<PanelChannel> m_channel;
+    std::unique_ptr<FurtherStrips> m_further; ///< while there is a strip on every screen
     QTimer m_bridgeWait;
     QTimer m_iconsWait;
     QTimer m_change;

@@ -20,13 +20,14 @@ PanelStrip::PanelStrip(std::shared_ptr<const MenuBarReadings> readings, QWidget*
     : QWidget(parent)
     , m_scene(std::move(readings), QSize(sideRoom, 0))
 {
+    // Before all else: where assistive programs listen, a new title already makes the toolkit look for the strip's interface.
+    PanelStripAccessible::install();
     setObjectName(QStringLiteral("panelStrip"));
     setWindowTitle(QStringLiteral("Kestrum"));
     setMouseTracking(true);
     setFocusPolicy(Qt::NoFocus);
     // By default Qt shows tool tips only in the active window, and this window never has the keyboard focus.
     setAttribute(Qt::WA_AlwaysShowToolTips);
-    PanelStripAccessible::install();
     connect(&SystemAppearance::shared(), &SystemAppearance::changed, this, [this] {
         redraw();
         update();

@@ -34,6 +34,7 @@ public:
 
     bool isEmpty() const { return items().list().isEmpty(); }
     const StripItems& items() const { return m_scene.items(); }
+    const std::shared_ptr<const MenuBarReadings>& readings() const { return m_scene.readings(); }
     QSize sizeHint() const override;
 
     /// The frame of `item` in the widget's coordinates.

@@ -130,7 +130,7 @@ void PanelStripAccessible::tellExpanded(PanelStrip& strip, MonitorSection sectio
 {
     if (!QAccessible::isActive())
         return;
-    auto* const whole = static_cast<StripInterface*>(QAccessible::queryAccessibleInterface(&strip));
+    auto* const whole = dynamic_cast<StripInterface*>(QAccessible::queryAccessibleInterface(&strip));
     QAccessibleInterface* const button = whole ? whole->button(section) : nullptr;
     if (!button)
         return;

@@ -11,6 +11,8 @@
 
 namespace kestrum {
 
+class PanelStrip;
+
 /// A channel's way to show one window beside an item of the strip: the popover's. The window takes the keyboard, but on
 /// X11 never grabs it or the pointer, because then a screen locker could not lock the screen.
 class PopoverStand : public QObject {
@@ -19,7 +21,12 @@ public:
     /// The distance of the window from the strip, and its least distance from the screen's edges, in points.
     static constexpr int stripDistance = 6;
     static constexpr int edgeDistance = 8;
+    /// Within this time, in ms, the loss of the focus and the request that follows are one act of the user: a press of what stands
+    /// for the strip. It closes the window, and must not open it again.
+    static constexpr qint64 oneAct = 500;
 
+    /// Finds out where a window can stand. To be called before the first `room` for a window that is not shown yet.
+    virtual void prepare() { }
     /// Shows `window` beside `item`, a rectangle in the strip's coordinates. If the window is shown already, it gets its new
     /// size and place: call this function after each change of the size. The window must live until `hide`. A translucent
     /// one must have the attribute `WA_TranslucentBackground` before the first call.
@@ -36,6 +43,8 @@ public:
     {
         QToolTip::showText(window.mapToGlobal(at), text, &window, area);
     }
+    /// The strip that windows stand beside; null for the one that all stands share.
+    virtual PanelStrip* strip() const { return nullptr; }
     /// Whether the strip is not visible, so that the window itself must offer the way to the other sections.
     virtual bool isWithoutStrip() const { return false; }
     /// Whether the window can stay while the user turns to something else.

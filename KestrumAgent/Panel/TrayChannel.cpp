@@ -2,6 +2,8 @@
 #include "KestrumAgent/Panel/TrayChannel.h"
 
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumAgent/Panel/PlaceStand.h"
+#include "KestrumAgent/Panel/TrayStand.h"
 #include "KestrumShared/Items/StripBackground.h"
 #include "KestrumShared/Raster/LabelColour.h"
 #include "Platform/Desktop/StatusIcons.h"
@@ -54,8 +56,13 @@ TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu, std::optional<ColourSch
     connect(&m_strip, &PanelStrip::redrawn, this, &TrayChannel::fit);
     connect(&m_icon, &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
         if (reason == QSystemTrayIcon::Trigger)
-            m_popoverStand.press();
+            press();
     });
+    if (PlaceStand::isPossible())
+        m_popoverStand = std::make_unique<PlaceStand>(m_strip);
+    else
+        m_popoverStand = std::make_unique<TrayStand>();
+    connect(m_popoverStand.get(), &PopoverStand::dismissed, this, [this] { m_sinceDismissed.start(); });
     adoptAppearance();
     fit();
 }
@@ -64,6 +71,15 @@ void TrayChannel::setGround(std::optional<ColourScheme> scheme)
 {
     if (std::exchange(m_ground, scheme) != scheme)
         adoptAppearance();
+}
+
+/// The icon's place is known to its host only. The popover stands beside the pointer, which is on the icon.
+void TrayChannel::press()
+{
+    const bool isSameAct = m_sinceDismissed.isValid() && m_sinceDismissed.elapsed() <= PopoverStand::oneAct;
+    m_sinceDismissed.invalidate();
+    if (!isSameAct)
+        Q_EMIT m_popoverStand->toggleRequested();
 }
 
 void TrayChannel::adoptAppearance()

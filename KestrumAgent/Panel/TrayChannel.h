@@ -2,11 +2,13 @@
 #pragma once
 
 #include "KestrumAgent/Panel/PanelChannel.h"
-#include "KestrumAgent/Panel/TrayStand.h"
+#include "KestrumAgent/Panel/PopoverStand.h"
 #include "Platform/Desktop/SystemAppearance.h"
 
+#include <QElapsedTimer>
 #include <QObject>
 #include <QSystemTrayIcon>
+#include <memory>
 #include <optional>
 
 namespace kestrum {
@@ -23,9 +25,10 @@ public:
     /// Sets the scheme for the icon, if the panel tells it. Otherwise the icon has a plate in the desktop's own scheme.
     void setGround(std::optional<ColourScheme> scheme);
 
-    PopoverStand& popoverStand() override { return m_popoverStand; }
+    PopoverStand& popoverStand() override { return *m_popoverStand; }
 
 private:
+    void press();
     void fit();
     void adoptAppearance();
 
@@ -33,7 +36,8 @@ private:
     QMenu& m_menu;
     std::optional<ColourScheme> m_ground;
     QSystemTrayIcon m_icon;
-    TrayStand m_popoverStand;
+    std::unique_ptr<PopoverStand> m_popoverStand;
+    QElapsedTimer m_sinceDismissed;
 };
 
 } // namespace kestrum

@@ -11,13 +11,6 @@
 
 namespace kestrum {
 
-namespace {
-
-/// Within this time, in ms, the loss of the focus and the press of the status icon are one act of the user.
-constexpr qint64 oneAct = 300;
-
-} // namespace
-
 TrayStand::TrayStand()
 {
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
@@ -68,16 +61,9 @@ void TrayStand::hide()
     m_isPinned = false;
 }
 
-void TrayStand::press()
-{
-    if (!m_sinceDismissed.isValid() || m_sinceDismissed.elapsed() > oneAct)
-        Q_EMIT toggleRequested();
-}
-
 bool TrayStand::eventFilter(QObject* watched, QEvent* event)
 {
     if (event->type() == QEvent::WindowDeactivate && !m_isPinned) {
-        m_sinceDismissed.start();
         // Not from within the event, whose receiver is about to be deleted.
         QMetaObject::invokeMethod(this, &PopoverStand::dismissed, Qt::QueuedConnection);
     }

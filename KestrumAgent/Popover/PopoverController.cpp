@@ -66,10 +66,23 @@ PanelEnvironment PopoverController::environment(bool isTranslucent)
 
 void PopoverController::toggle(MonitorSection section)
 {
-    if (m_section == section)
+    if (m_home)
+        toggleAt(*m_home, section);
+}
+
+void PopoverController::toggleAt(PopoverStand& stand, MonitorSection section)
+{
+    if (m_section == section && m_stand == &stand)
         close();
     else
-        open(section);
+        open(section, stand);
+}
+
+/// The strip that the open popover belongs to.
+PanelStrip& PopoverController::strip() const
+{
+    PanelStrip* own = m_stand ? m_stand->strip() : nullptr;
+    return own ? *own : m_strip;
 }
 
 /// Opens the section that was seen last, or the first one; or closes the open popover.
@@ -124,6 +137,7 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
     if (m_stand != &stand) {
         close();
         m_stand = &stand;
+        m_stand->prepare();
         if (m_stand != m_home)
             follow(stand);
     } else if (m_section == section) {
@@ -163,7 +177,9 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
     m_state.hasTabs = m_stand->isWithoutStrip();
     m_state.hasPin = m_stand->canPin();
     m_window->startAnew();
-    m_strip.setOpened(section);
+    if (isTurned)
+        m_stand->showTip(*m_window, {}, {}, {}); // it explained the section before
+    strip().setOpened(section);
     refresh();
     if (isTurned)
         m_stand->takeKeyboard();
@@ -175,7 +191,7 @@ void PopoverController::close()
         return;
     m_section.reset();
     m_state = {};
-    m_strip.setOpened(std::nullopt);
+    strip().setOpened(std::nullopt);
     PopoverStand& stand = *std::exchange(m_stand, nullptr);
     if (&stand != m_home)
         stand.disconnect(this);
@@ -194,7 +210,8 @@ void PopoverController::refresh()
 {
     if (!m_section)
         return;
-    const PanelStrip::Item* item = m_strip.items().item(*m_section);
+    const PanelStrip& strip = this->strip();
+    const PanelStrip::Item* item = strip.items().item(*m_section);
     if (!item) {
         close();
         return;
@@ -203,7 +220,7 @@ void PopoverController::refresh()
     const QRegion changed = m_window->setContent(
         PopoverPanel::of(*m_section, m_source.readings(), m_state, SharedSettings::store().snapshot(), look),
         look, PopoverWindow::scaleFor(QFontInfo(QGuiApplication::font()).pixelSize()));
-    m_stand->show(*m_window, m_window->sizeFor(m_stand->room()), m_strip.place(*item).toAlignedRect());
+    m_stand->show(*m_window, m_window->sizeFor(m_stand->room()), strip.place(*item).toAlignedRect());
     // Paints at once: `update` would wake the process a second time for each sample.
     m_window->repaint(changed);
 }
@@ -223,11 +240,12 @@ void PopoverController::requestMenu()
     // A status icon has the menu itself, where the desktop puts it.
     if (m_stand->isWithoutStrip())
         return;
-    const PanelStrip::Item* item = m_strip.items().item(*m_section);
-    const QPoint at(int(m_strip.place(*item).center().x()), m_strip.height());
+    PanelStrip& strip = this->strip();
+    const PanelStrip::Item* item = strip.items().item(*m_section);
+    const QPoint at(int(strip.place(*item).center().x()), strip.height());
     if (!m_state.isPinned)
         close();
-    Q_EMIT m_strip.menuRequested(at);
+    Q_EMIT strip.menuRequested(at);
 }
 
 void PopoverController::act(const PanelAction& action)

@@ -42,6 +42,8 @@ public:
     void close();
     /// Closes the popover if it is `section`'s, else opens it.
     void toggle(MonitorSection section);
+    /// The same at another place than the usual one. If the section's popover is open elsewhere, it comes to this place.
+    void toggleAt(PopoverStand& stand, MonitorSection section);
 
     /// The section whose popover is open.
     std::optional<MonitorSection> section() const { return m_section; }
@@ -63,6 +65,7 @@ Q_SIGNALS:
     void systemMonitorRequested();
 
 private:
+    PanelStrip& strip() const;
     void act(const PanelAction& action);
     void follow(PopoverStand& stand);
     void toggleSeen();

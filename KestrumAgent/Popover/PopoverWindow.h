@@ -27,6 +27,8 @@ public:
     /// Sets what is to be shown, and returns the area that looks different now. Size and repainting are left to the caller. The
     /// pointer in `environment` is ignored: the window knows where the pointer is.
     QRegion setContent(const PopoverPanel& panel, const PanelEnvironment& environment, double scale);
+    /// The colours of what was set.
+    ColourScheme scheme() const { return m_environment.scheme; }
     /// Begins at the top and without a focus, as a popover that has just opened.
     void startAnew();
 

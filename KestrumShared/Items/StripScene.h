@@ -27,6 +27,7 @@ public:
     void rebuild(const QList<MonitorSection>& order, const Appearance& appearance);
 
     const StripItems& items() const { return m_items; }
+    const std::shared_ptr<const MenuBarReadings>& readings() const { return m_readings; }
     /// The size of the whole widget.
     QSize size() const;
 

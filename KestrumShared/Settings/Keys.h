@@ -82,6 +82,8 @@ inline constexpr UnregisteredKey<QString> systemMonitor { "systemMonitor" };
 inline constexpr UnregisteredKey<QString> panelOffers { "panelOffers" };
 /// The host whose panel showed the items last, by a bridge. Only the agent writes this value.
 inline constexpr UnregisteredKey<QString> panelBridge { "panelBridge" };
+/// "all": a strip stands on every screen. Anything else, or nothing: on the main screen only.
+inline constexpr UnregisteredKey<QString> stripScreens { "stripScreens" };
 
 /// The names of keys, in the form that `UserDefaults::observe` takes.
 template <class... K> QStringList names(const K&... keys)
@@ -97,7 +99,7 @@ inline constexpr std::tuple registered { agentEnabled, settingsPane, refreshInte
     didUnregisterLegacyLoginItem };
 
 inline constexpr std::tuple unregistered { memoryReadout, storageReadout, cpuAccent, cpuFastCoreAccent,
-    memoryAccent, storageAccent, updatesAvailable, systemMonitor, panelBridge, panelOffers };
+    memoryAccent, storageAccent, updatesAvailable, systemMonitor, panelBridge, panelOffers, stripScreens };
 
 } // namespace Keys
 } // namespace kestrum

@@ -115,18 +115,14 @@ std::optional<X11Struts::Strut> X11Struts::topStrut(const QRect& window, const Q
     return Strut { Qt::TopEdge, room };
 }
 
-X11Struts::X11Struts(const QWindow& window)
+X11Struts::X11Struts()
 {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
     // On Qt's platform without a display, this interface exists, but its connection is null.
     if (!x11 || !x11->connection())
         return;
     m_connection = x11->connection();
-    m_window = quint32(window.winId());
-    const XcbReply<xcb_get_geometry_reply_t> geometry(
-        xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), nullptr));
-    if (geometry)
-        m_root = geometry->root;
+    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
     m_strut = xcbAtom(m_connection, "_NET_WM_STRUT");
     m_partialStrut = xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL");
     m_clients = xcbAtom(m_connection, "_NET_CLIENT_LIST");
@@ -136,6 +132,13 @@ X11Struts::X11Struts(const QWindow& window)
     m_pause.setInterval(delayOfNotice);
     connect(&m_pause, &QTimer::timeout, this, &X11Struts::changed);
     qGuiApp->installNativeEventFilter(this);
+}
+
+X11Struts::X11Struts(const QWindow& window)
+    : X11Struts()
+{
+    if (m_connection)
+        m_window = quint32(window.winId());
 }
 
 QRect X11Struts::available(const QScreen& screen)
@@ -170,7 +173,7 @@ int X11Struts::topOfOthers(int told, int top, const QRect& screen)
 
 void X11Struts::reserve(const QScreen& screen, const QRect& place)
 {
-    if (!m_connection)
+    if (!m_window)
         return;
     std::optional<Strut> strut;
     if (!place.isEmpty()) {

@@ -37,7 +37,9 @@ public:
     /// `screens` is in between, because that screen's room would be reserved too. All in device pixels.
     static std::optional<Strut> topStrut(const QRect& window, const QList<QRect>& screens);
 
-    /// Uses the X server that shows `window`, for which room can be reserved. The native window is created if necessary.
+    /// Only finds free parts of screens.
+    X11Struts();
+    /// Room can be reserved for `window`. The native window is created if necessary.
     explicit X11Struts(const QWindow& window);
 
     /// The part of the screen that panels leave free, in the toolkit's units. What the window itself reserves counts as free.
@@ -62,7 +64,7 @@ private:
 
     xcb_connection_t* m_connection = nullptr;
     quint32 m_root = 0;
-    quint32 m_window = 0; ///< the one for which room is reserved
+    quint32 m_window = 0; ///< the one for which room is reserved; 0 for none
     // X atoms of the properties that are read.
     quint32 m_strut = 0;
     quint32 m_partialStrut = 0;
@@ -73,8 +75,6 @@ private:
     QSet<quint32> m_panels;          ///< the windows whose properties are followed
     QTimer m_pause;
     std::optional<Strut> m_reserved;
-    QSet<int>
-        m_ownDepths; ///< of all reservations until now: the window manager may still tell an earlier one
     QRect m_toldScreen;
     int m_managersTop = 0; ///< what the desktop reserves without any panel's strut, when that was seen last
 };

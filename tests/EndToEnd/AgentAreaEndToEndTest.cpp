@@ -79,9 +79,10 @@ private Q_SLOTS:
     {
         if (const QString folder = qEnvironmentVariable("KESTRUM_TEST_PICTURES"); !folder.isEmpty())
             wholeScreen().save(folder + text("/agent-area.png"));
-        QCOMPARE(DesktopFixture::stripWidth(0), 0);
+        // An agent that was there first had a strip of its own until the panel came.
+        QTRY_COMPARE(DesktopFixture::stripWidth(0), 0);
         // No room of the desktop is taken at the upper edge.
-        QCOMPARE(QGuiApplication::primaryScreen()->availableGeometry().top(), 0);
+        QTRY_COMPARE(QGuiApplication::primaryScreen()->availableGeometry().top(), 0);
     }
 
     void aClickOpensAPopoverAboveThemAndEscapeClosesIt()

@@ -4,6 +4,7 @@
 #include "tests/Support/PanelTest.h"
 
 #include <QRect>
+#include <algorithm>
 
 using namespace kestrum;
 
@@ -29,11 +30,40 @@ void arrange(const char* leftName, const char* rightName)
     set(rightName, leftWidth, VirtualDisplay::width - leftWidth, "none");
 }
 
+QByteArrayList windows(const char* title)
+{
+    const QByteArray found
+        = Programs::run(text("xdotool"), words("search --onlyvisible --name " + QByteArray(title)))
+              .output.trimmed();
+    return found.isEmpty() ? QByteArrayList() : found.split('\n');
+}
+
 /// The strip's rectangle on the screen; empty when the strip is not shown.
 QRect strip()
 {
-    return DesktopFixture::geometry(
-        Programs::run(text("xdotool"), words("search --onlyvisible --name ^Kestrum$")).output.trimmed());
+    return DesktopFixture::geometry(windows("^Kestrum$").value(0));
+}
+
+/// The rectangles of all strips, from left to right.
+QList<QRect> strips()
+{
+    QList<QRect> all;
+    for (const QByteArray& window : windows("^Kestrum$"))
+        all.append(DesktopFixture::geometry(window));
+    std::sort(all.begin(), all.end(), [](const QRect& a, const QRect& b) { return a.left() < b.left(); });
+    return all;
+}
+
+/// Waits until the strips are these. While a window goes, the search may see none at all, so only one look counts.
+bool comeTo(const QList<QRect>& expected)
+{
+    return QTest::qWaitFor([&] { return strips() == expected; }, patience);
+}
+
+/// The popover's rectangle; empty without one.
+QRect popover()
+{
+    return DesktopFixture::geometry(windows("^(CPU|Memory|Disk|Sensors)").value(0));
 }
 
 } // namespace
@@ -139,6 +169,87 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(strip(), cornered(leftWidth, 27), patience);
         Programs::output(text("xprop"), words("-root -remove") << name);
         QTRY_COMPARE_WITH_TIMEOUT(strip(), cornered(leftWidth, 0), patience);
+    }
+
+    void everyScreenHasAStripIfTheUserWantsThat()
+    {
+        startPanel(2, "top center horizontal");
+        fixture().write("stripScreens", "\"all\"");
+        startAgent();
+        const QRect left = cornered(leftWidth, 0);
+        const QRect right = cornered(VirtualDisplay::width, thickness);
+        QVERIFY(comeTo((QList { left, right })));
+        // Each has its room.
+        const QByteArrayList shown = windows("^Kestrum$");
+        for (const QByteArray& window : shown) {
+            const QByteArray kept
+                = Programs::output(text("xprop"), words("-id " + window + " _NET_WM_STRUT_PARTIAL"));
+            const QRect place = DesktopFixture::geometry(window);
+            QVERIFY2(kept.contains(" = 0, 0, " + QByteArray::number(place.bottom() + 1) + ", 0"),
+                kept.constData());
+            QVERIFY2(kept.contains(QByteArray::number(place.left()) + ", " + QByteArray::number(place.right())
+                         + ", 0, 0"),
+                kept.constData());
+        }
+        // What is hidden or changed is so on all of them.
+        fixture().write("showMemoryItem", "false");
+        const QList<QRect> narrow = { cornered(leftWidth, 0), cornered(VirtualDisplay::width, thickness) };
+        QVERIFY(narrow.first().width() < left.width());
+        QVERIFY(comeTo(narrow));
+        for (const char* other : { "\"primary\"", "\"nonsense\"", "\"\"" }) {
+            fixture().write("stripScreens", other);
+            QVERIFY(comeTo(QList { narrow.first() }));
+            fixture().write("stripScreens", "\"all\"");
+            QVERIFY(comeTo(narrow));
+        }
+    }
+
+    void thePopoverStandsBesideTheStripThatWasClicked()
+    {
+        fixture().write("stripScreens", "\"all\"");
+        startAgent();
+        const QList<QRect> both = { cornered(leftWidth, 0), cornered(VirtualDisplay::width, 0) };
+        QVERIFY(comeTo(both));
+        const int item
+            = DesktopFixture::stripSideRoom + int(fixture().items().middles.value(text("storage")));
+        for (const QRect& strip : { both.last(), both.first(), both.last() }) {
+            DesktopFixture::click(strip.topLeft() + QPoint(item, height / 2));
+            QRect shown;
+            QVERIFY(QTest::qWaitFor(
+                [&] {
+                    shown = popover();
+                    return shown.top() == strip.bottom() + 1 + 6 && shown.left() < strip.right()
+                        && shown.right() > strip.left();
+                },
+                patience));
+            const bool isRight = strip == both.last();
+            QVERIFY(isRight ? shown.left() >= leftWidth : shown.right() < leftWidth);
+            QCOMPARE(windows("^(CPU|Memory|Disk|Sensors)").size(), 1);
+        }
+        DesktopFixture::click(both.last().topLeft() + QPoint(item, height / 2));
+        QTRY_VERIFY_WITH_TIMEOUT(popover().isEmpty(), patience);
+        // It goes with its strip.
+        DesktopFixture::click(both.last().topLeft() + QPoint(item, height / 2));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isEmpty(), patience);
+        fixture().write("stripScreens", "\"primary\"");
+        QTRY_VERIFY_WITH_TIMEOUT(popover().isEmpty(), patience);
+        QCOMPARE(m_agent->state(), QProcess::Running);
+    }
+
+    void stripsComeAndGoWithTheirScreens()
+    {
+        fixture().write("stripScreens", "\"all\"");
+        startAgent();
+        const QList<QRect> both = { cornered(leftWidth, 0), cornered(VirtualDisplay::width, 0) };
+        QVERIFY(comeTo(both));
+        for (const char* name : { "left", "right" })
+            Programs::output(text("xrandr"), { text("--delmonitor"), text(name) });
+        QVERIFY(comeTo(QList { both.last() })); // of the whole display
+        arrange("*left", "right");
+        QVERIFY(comeTo(both));
+        arrange("left", "*right");
+        QVERIFY(comeTo(both));
+        QCOMPARE(m_agent->state(), QProcess::Running);
     }
 
     void aChangeOfWhatAPanelKeepsIsSeen()

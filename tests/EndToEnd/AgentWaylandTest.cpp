@@ -63,11 +63,30 @@ class AgentWaylandTest : public QObject {
             words("swaymsg -s") << TestHome::runtimeDirectory() + u'/' + sockets.value(0) << words(message));
     }
 
+    /// What a screen shows, counted from 1.
+    static QImage pictureOf(int screen)
+    {
+        const QString file = TestHome::runtimeDirectory() + text("/one.png");
+        outputAsUser({ text("grim"), text("-o"), text("HEADLESS-%1").arg(screen), file });
+        return QImage(file);
+    }
+    /// Whether a picture at scale 2 is no enlarged one: then all its pixels would be squares of four.
+    static bool isCrisp(const QImage& picture)
+    {
+        int finer = 0;
+        for (int y = 0; y + 1 < picture.height(); y += 2) {
+            for (int x = 0; x + 1 < picture.width(); x += 2)
+                finer += int(picture.pixel(x, y) != picture.pixel(x + 1, y)
+                    || picture.pixel(x, y) != picture.pixel(x, y + 1));
+        }
+        return finer > 100;
+    }
+
     /// Where the area of ordinary windows begins.
-    static int topOfWindows()
+    static int topOfWindows(int screen = 0)
     {
         const QJsonArray workspaces = QJsonDocument::fromJson(swaymsg("-t get_workspaces")).array();
-        return workspaces[0][QLatin1StringView("rect")][QLatin1StringView("y")].toInt(-1);
+        return workspaces[screen][QLatin1StringView("rect")][QLatin1StringView("y")].toInt(-1);
     }
 
 private Q_SLOTS:
@@ -179,6 +198,65 @@ private Q_SLOTS:
         };
         QTRY_VERIFY_WITH_TIMEOUT(hasPopover(0) || hasPopover(1000), patience);
         QVERIFY(hasPopover(0));
+    }
+
+    void everyScreenHasAStripIfTheUserWantsThat()
+    {
+        WaylandDesktop::writeSetting("stripScreens", "\"all\"");
+        startOnSway();
+        const QSize size = WaylandDesktop::shownPlate().size();
+        QVERIFY(!swaymsg("create_output").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2000, patience);
+        const auto plate = [](int screen) { return areaOf(pictureOf(screen), WaylandDesktop::plateColour); };
+        QTRY_COMPARE_WITH_TIMEOUT(plate(2).size(), size, patience);
+        QCOMPARE(plate(2).right(), 999);
+        QTRY_COMPARE_WITH_TIMEOUT(topOfWindows(1), topOfWindows(0), patience);
+
+        // Another scale of the second screen changes that strip alone, which is drawn anew for it.
+        const QRect before = plate(1);
+        QVERIFY(!swaymsg("output HEADLESS-2 scale 2").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(plate(2).size(), size * 2, patience);
+        QCOMPARE(plate(2).right(), 999);
+        QTRY_VERIFY_WITH_TIMEOUT(isCrisp(pictureOf(2).copy(plate(2))), patience);
+        QCOMPARE(plate(1), before);
+
+        WaylandDesktop::writeSetting("stripScreens", "\"primary\"");
+        QTRY_VERIFY_WITH_TIMEOUT(plate(2).isEmpty(), patience);
+        QCOMPARE(plate(1), before);
+        WaylandDesktop::writeSetting("stripScreens", "\"all\"");
+        QTRY_VERIFY_WITH_TIMEOUT(!plate(2).isEmpty(), patience);
+        QVERIFY(!swaymsg("output HEADLESS-2 disable").isEmpty());
+        QTest::qWait(500);
+        QVERIFY(!swaymsg("output HEADLESS-2 enable").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(plate(2).size(), size * 2, patience);
+        QCOMPARE(m_agent->state(), QProcess::Running);
+    }
+
+    void aPopoverFollowsItsScreensScale()
+    {
+        startOnSway();
+        swaymsg("output HEADLESS-1 resolution 1600x1400");
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().right(), 1599, patience);
+        const QRect strip = WaylandDesktop::shownPlate();
+        const int windows = topOfWindows();
+        WaylandDesktop::kestrumctl({ text("popover"), text("storage") });
+        const auto popover = [windows](int scale = 1) {
+            const QImage picture = pictureOf(1);
+            const QColor empty(0x20, 0x40, 0x60);
+            const int below = windows * scale;
+            const QRect area = areaOf(picture.copy(0, below, picture.width(), picture.height() - below),
+                [&empty](const QColor& pixel) { return pixel.rgb() != empty.rgb(); });
+            return area.isNull() ? QRect() : area.translated(0, below);
+        };
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        const QRect before = popover();
+        const int fromRight = 1599 - before.right();
+        // Beside its item, which is the first one.
+        QVERIFY(before.left() < strip.left() + 40 && before.right() > strip.left() + 40);
+        swaymsg("output HEADLESS-1 scale 2");
+        QTRY_COMPARE_WITH_TIMEOUT(popover(2).size(), before.size() * 2, patience);
+        QCOMPARE(1599 - popover(2).right(), fromRight * 2);
+        QVERIFY(isCrisp(pictureOf(1).copy(popover(2))));
     }
 
     void itComesBackWithTheScreen()

@@ -1,50 +1,21 @@
 // The agent makes way for another program, which goes on in its place.
 
-#include "KestrumAgent/Agent.h"
 #include "KestrumShared/Settings/Setting.h"
-#include "tests/Support/FreshSettings.h"
+#include "tests/Support/AgentInProcess.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
 
-#include <QApplication>
 #include <QDateTime>
-#include <QTimer>
-#include <memory>
 
 using namespace kestrum;
 
 using SharedSettings::Signal;
 
-class AgentSuccessionTest : public QObject {
+class AgentSuccessionTest : public QObject, AgentInProcess {
     Q_OBJECT
 
-    std::unique_ptr<Agent> m_agent;
-
-    /// Ends the running agent, and starts the one after it.
-    void startAgent(std::optional<double> launched = std::nullopt)
-    {
-        m_agent.reset();
-        m_agent = std::make_unique<Agent>();
-        m_agent->start(launched);
-    }
-
-    /// Runs `function` and the event loop until something quits the application. Returns the exit code, or -1 after 5 s.
-    template <class Function> static int runWith(Function function)
-    {
-        QTimer::singleShot(0, qApp, function);
-        QTimer unstoppable;
-        QObject::connect(&unstoppable, &QTimer::timeout, qApp, [] { QCoreApplication::exit(-1); });
-        unstoppable.start(5000);
-        return QApplication::exec();
-    }
-
 private Q_SLOTS:
-    void init()
-    {
-        forgetSettings();
-        QTest::qWait(20); // until the notice of this change has arrived
-        startAgent();
-    }
+    void init() { startAnew(); }
     void cleanup() { m_agent.reset(); }
 
     void itMakesWayForAnotherProgram()

@@ -1,4 +1,3 @@
-#include "KestrumAgent/Agent.h"
 #include "KestrumAgent/Bridge/PanelService.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
 #include "KestrumAgent/Popover/PopoverController.h"
@@ -8,17 +7,14 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "Platform/Processes/SingleInstance.h"
 #include "Platform/Signals/NotificationCentre.h"
-#include "tests/Support/FreshSettings.h"
+#include "tests/Support/AgentInProcess.h"
 #include "tests/Support/SignalRecorder.h"
 #include "tests/Support/TestBundle.h"
 
-#include <QApplication>
 #include <QDateTime>
 #include <QSignalSpy>
-#include <QTimer>
 #include <ctime>
 #include <fcntl.h>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -27,28 +23,9 @@ using namespace kestrum;
 using SharedSettings::Signal;
 
 /// The agent within the test's process: the signals that it receives and posts, and its user interface.
-class AgentTest : public QObject {
+class AgentTest : public QObject, AgentInProcess {
     Q_OBJECT
 
-    std::unique_ptr<Agent> m_agent;
-
-    /// Ends the running agent, and starts another one.
-    void startAgent(std::optional<double> launched = std::nullopt)
-    {
-        m_agent.reset();
-        m_agent = std::make_unique<Agent>();
-        m_agent->start(launched);
-    }
-
-    /// Runs `function` and the event loop until something quits the application. Returns the exit code, or -1 after 5 s.
-    template <class Function> static int runWith(Function function)
-    {
-        QTimer::singleShot(0, qApp, function);
-        QTimer unstoppable;
-        QObject::connect(&unstoppable, &QTimer::timeout, qApp, [] { QCoreApplication::exit(-1); });
-        unstoppable.start(5000);
-        return QApplication::exec();
-    }
     /// Whether nothing quits the application after `function`.
     template <class Function> static bool staysAfter(Function function)
     {
@@ -76,12 +53,7 @@ class AgentTest : public QObject {
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        forgetSettings();
-        QTest::qWait(20); // until the notice of this change has arrived
-        startAgent();
-    }
+    void init() { startAnew(); }
     void cleanup() { m_agent.reset(); }
 
     // Bridges

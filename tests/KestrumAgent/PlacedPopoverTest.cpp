@@ -3,7 +3,7 @@
 #include "KestrumAgent/Bridge/PlacedPopover.h"
 #include "KestrumAgent/Agent.h"
 #include "KestrumAgent/Bridge/PanelService.h"
-#include "KestrumAgent/Panel/PopoverStand.h"
+#include "KestrumAgent/Panel/PlaceStand.h"
 #include "KestrumAgent/Popover/PopoverController.h"
 #include "KestrumAgent/Popover/PopoverWindow.h"
 #include "KestrumShared/Settings/Setting.h"
@@ -114,18 +114,18 @@ private Q_SLOTS:
     void theWindowDoesNotCoverThePanel()
     {
         const QRect free(0, 30, 800, 540); // a panel above, and one below
-        QCOMPARE(PlacedPopover::ground(QRect(10, 5, 1, 1), free), QRect(QPoint(10, 5), QPoint(10, 29)));
-        QCOMPARE(PlacedPopover::ground(QRect(10, 590, 1, 1), free), QRect(QPoint(10, 570), QPoint(10, 590)));
-        QCOMPARE(PlacedPopover::ground(QRect(10, 100, 20, 20), free), QRect(10, 100, 20, 20));
+        QCOMPARE(PlaceStand::ground(QRect(10, 5, 1, 1), free), QRect(QPoint(10, 5), QPoint(10, 29)));
+        QCOMPARE(PlaceStand::ground(QRect(10, 590, 1, 1), free), QRect(QPoint(10, 570), QPoint(10, 590)));
+        QCOMPARE(PlaceStand::ground(QRect(10, 100, 20, 20), free), QRect(10, 100, 20, 20));
     }
 
     void aPlaceIsInTheScreensPixels()
     {
         const QScreen& screen = *QGuiApplication::primaryScreen();
-        QCOMPARE(PlacedPopover::onScreen(QRect(5, 6, 7, 8), screen), QRect(5, 6, 7, 8));
-        QCOMPARE(PlacedPopover::onScreen(QRect(-5, -6, 10, 10), screen), QRect(0, 0, 5, 4));
-        QVERIFY(PlacedPopover::onScreen(QRect(-50, 0, 10, 10), screen).isEmpty());
-        QVERIFY(PlacedPopover::onScreen(QRect(), screen).isEmpty());
+        QCOMPARE(PlaceStand::onScreen(QRect(5, 6, 7, 8), screen), QRect(5, 6, 7, 8));
+        QCOMPARE(PlaceStand::onScreen(QRect(-5, -6, 10, 10), screen), QRect(0, 0, 5, 4));
+        QVERIFY(PlaceStand::onScreen(QRect(-50, 0, 10, 10), screen).isEmpty());
+        QVERIFY(PlaceStand::onScreen(QRect(), screen).isEmpty());
     }
 };
 

@@ -6,6 +6,7 @@
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
 #include "tests/Support/Programs.h"
+#include "tests/Support/QuietTime.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/VirtualDisplay.h"
@@ -26,6 +27,7 @@ class TrayChannelTest : public QObject {
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<PanelChannels> m_channels;
     std::unique_ptr<QProcess> m_desktop;
+    int m_toggled = 0; ///< how often the popover was asked for
 
     void startDesktop(const QStringList& arguments = {})
     {
@@ -43,6 +45,21 @@ class TrayChannelTest : public QObject {
         m_channels = std::make_unique<PanelChannels>(*m_strip, *m_menu);
         m_channels->start();
     }
+
+    /// Starts a desktop with the icon, which `press` presses.
+    void startPressable()
+    {
+        startDesktop({ QStringLiteral("0"), QStringLiteral("press") });
+        m_toggled = 0;
+        m_channels = std::make_unique<PanelChannels>(*m_strip, *m_menu);
+        connect(m_channels.get(), &PanelChannels::standChanged, this, [this](PopoverStand* stand) {
+            if (stand)
+                connect(stand, &PopoverStand::toggleRequested, this, [this] { ++m_toggled; });
+        });
+        m_channels->start();
+        QCOMPARE(said(), QByteArray("plate"));
+    }
+    void press() const { m_desktop->write("p"); }
 
     /// The next line that the desktop's process prints; empty after `patience`. Events are handled meanwhile.
     QByteArray said() const
@@ -129,16 +146,25 @@ private Q_SLOTS:
 
     void aPressOfTheIconAsksForThePopover()
     {
-        startDesktop({ QStringLiteral("0"), QStringLiteral("press") });
-        m_channels = std::make_unique<PanelChannels>(*m_strip, *m_menu);
-        int toggled = 0;
-        connect(m_channels.get(), &PanelChannels::standChanged, this, [&](PopoverStand* stand) {
-            if (stand)
-                connect(stand, &PopoverStand::toggleRequested, this, [&] { ++toggled; });
-        });
-        m_channels->start();
-        QTRY_COMPARE_WITH_TIMEOUT(toggled, 1, patience);
+        startPressable();
+        press();
+        QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 1, patience);
         QCOMPARE(m_channels->shownBy(), QStringLiteral("status-icon"));
+    }
+
+    void thePressThatTookTheFocusDoesNotOpenItAgain()
+    {
+        startPressable();
+        Q_EMIT m_channels->stand()->dismissed();
+        press();
+        QTest::qWait(quietTime);
+        QCOMPARE(m_toggled, 0);
+        press(); // a later one is one of its own
+        QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 1, patience);
+        Q_EMIT m_channels->stand()->dismissed();
+        QTest::qWait(PopoverStand::oneAct + 100);
+        press();
+        QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 2, patience);
     }
 
     void itIsReadableOnTheBar_data()

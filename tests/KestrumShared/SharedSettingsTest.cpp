@@ -95,7 +95,7 @@ private Q_SLOTS:
         QCOMPARE(names,
             QStringLiteral(
                 "memoryReadout storageReadout cpuAccent cpuFastCoreAccent memoryAccent storageAccent "
-                "updatesAvailable systemMonitor panelBridge panelOffers")
+                "updatesAvailable systemMonitor panelBridge panelOffers stripScreens")
                 .split(u' '));
         for (const QString& name : names)
             QVERIFY(!SharedSettings::factoryDefaults().contains(name));

@@ -10,6 +10,7 @@
 #include <QDBusPendingReply>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
+#include <QSocketNotifier>
 #include <QTimer>
 #include <algorithm>
 #include <cstdio>
@@ -58,9 +59,8 @@ class Watcher final : public QObject {
     Q_PROPERTY(int ProtocolVersion READ version)
 
 public:
-    Watcher(const QDBusConnection& bus, bool isPressing)
+    explicit Watcher(const QDBusConnection& bus)
         : m_bus(bus)
-        , m_isPressing(isPressing)
     {
         m_leaving.setConnection(bus);
         m_leaving.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
@@ -68,6 +68,15 @@ public:
     }
     bool isShown() const { return m_isShown; }
     static int version() { return 0; }
+
+    /// Presses the icon that came last, as a user does.
+    void press() const
+    {
+        QDBusMessage press = QDBusMessage::createMethodCall(m_icon, QStringLiteral("/StatusNotifierItem"),
+            QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
+        press << 0 << 0;
+        m_bus.send(press);
+    }
 
     /// Reports that a panel shows the icons.
     void show()
@@ -80,23 +89,17 @@ public Q_SLOTS:
     void RegisterStatusNotifierHost(const QString&) { }
     void RegisterStatusNotifierItem(const QString& service)
     {
+        m_icon = service;
         m_leaving.addWatchedService(service);
         QDBusMessage call = QDBusMessage::createMethodCall(service, QStringLiteral("/StatusNotifierItem"),
             QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
         call << QStringLiteral("org.kde.StatusNotifierItem") << QStringLiteral("IconPixmap");
         auto* asked = new QDBusPendingCallWatcher(m_bus.asyncCall(call), this);
-        connect(asked, &QDBusPendingCallWatcher::finished, this, [this, asked, service] {
+        connect(asked, &QDBusPendingCallWatcher::finished, this, [asked] {
             asked->deleteLater();
             const QDBusPendingReply<QDBusVariant> reply = *asked;
             say(reply.isError() ? qPrintable(reply.error().message())
                                 : look(reply.value().variant().value<QDBusArgument>()));
-            if (!m_isPressing)
-                return;
-            QDBusMessage press
-                = QDBusMessage::createMethodCall(service, QStringLiteral("/StatusNotifierItem"),
-                    QStringLiteral("org.kde.StatusNotifierItem"), QStringLiteral("Activate"));
-            press << 0 << 0;
-            m_bus.send(press);
         });
     }
 
@@ -105,20 +108,29 @@ Q_SIGNALS:
 
 private:
     QDBusConnection m_bus;
-    bool m_isPressing;
+    QString m_icon;
     QDBusServiceWatcher m_leaving;
     bool m_isShown = false;
 };
 
 /// The optional argument is the time in ms from the program's start until the panel shows the icons. After it, "press" means that
-/// the user presses each icon once.
+/// the user presses the icon for each byte of the standard input.
 int main(int argc, char** argv)
 {
     static constexpr unsigned int longestLife = 60; // seconds
     ::alarm(longestLife);
     const QCoreApplication application(argc, argv);
     QDBusConnection bus = QDBusConnection::sessionBus();
-    Watcher watcher(bus, argc > 2 && QByteArray(argv[2]) == "press");
+    Watcher watcher(bus);
+    QSocketNotifier presses(STDIN_FILENO, QSocketNotifier::Read);
+    presses.setEnabled(argc > 2 && QByteArray(argv[2]) == "press");
+    QObject::connect(&presses, &QSocketNotifier::activated, &watcher, [&] {
+        char byte = 0;
+        if (::read(STDIN_FILENO, &byte, 1) == 1)
+            watcher.press();
+        else
+            presses.setEnabled(false);
+    });
     if (argc < 2)
         watcher.show();
     else

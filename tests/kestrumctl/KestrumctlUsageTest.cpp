@@ -50,7 +50,7 @@ private Q_SLOTS:
         QVERIFY(help.contains(line(Keys::refreshInterval.name, "a number")));
         QVERIFY(help.contains(line(Keys::meterStyle.name, "a text")));
         QVERIFY(help.contains(line(Keys::updatesAvailable.name, "a text")));
-        QCOMPARE(help.mid(help.indexOf("\nKeys:\n")).count('\n'), 2 + 33);
+        QCOMPARE(help.mid(help.indexOf("\nKeys:\n")).count('\n'), 2 + 34);
     }
 
     void usageOfPostListsEverySignal()

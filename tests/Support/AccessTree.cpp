@@ -31,6 +31,8 @@ QString word(const char* utf8)
 }
 
 const QString connectionName = QStringLiteral("access");
+const QString sessionName = QStringLiteral("access-session");
+
 QVariant called(const QDBusConnection& bus, const QString& service, const QString& path,
     const char* interface, const char* method, const QVariantList& arguments = {})
 {
@@ -43,6 +45,21 @@ QVariant called(const QDBusConnection& bus, const QString& service, const QStrin
 QDBusConnection accessBus()
 {
     return QDBusConnection(connectionName);
+}
+
+/// Joins the accessibility bus of that session bus, from which it takes leave.
+bool join(const QDBusConnection& session)
+{
+    const QString address
+        = called(session, word("org.a11y.Bus"), word("/org/a11y/bus"), "org.a11y.Bus", "GetAddress")
+              .toString();
+    QDBusConnection::disconnectFromBus(sessionName);
+    return !address.isEmpty() && QDBusConnection::connectToBus(address, connectionName).isConnected();
+}
+
+Accessible registry()
+{
+    return { word("org.a11y.atspi.Registry"), word("/org/a11y/atspi/accessible/root") };
 }
 
 QList<Accessible> accessibles(const QDBusArgument& argument)
@@ -264,12 +281,7 @@ AccessTree::AccessTree()
     qputenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON", "1");
     if (!m_session.isUp())
         return;
-    const QString session = QStringLiteral("access-session");
-    const QString address = called(QDBusConnection::connectToBus(m_session.address(), session),
-        word("org.a11y.Bus"), word("/org/a11y/bus"), "org.a11y.Bus", "GetAddress")
-                                .toString();
-    QDBusConnection::disconnectFromBus(session);
-    m_isUp = !address.isEmpty() && QDBusConnection::connectToBus(address, connectionName).isConnected();
+    m_isUp = join(QDBusConnection::connectToBus(m_session.address(), sessionName));
     if (!m_isUp)
         qWarning("the accessibility bus does not start");
 }
@@ -280,9 +292,15 @@ AccessTree::~AccessTree()
     qunsetenv("QT_LINUX_ACCESSIBILITY_ALWAYS_ON");
 }
 
+std::optional<Accessible> AccessTree::ofTheSession()
+{
+    const bool isUp = join(QDBusConnection::connectToBus(QDBusConnection::SessionBus, sessionName));
+    return isUp ? std::optional(registry()) : std::nullopt;
+}
+
 Accessible AccessTree::application(qint64 pid) const
 {
-    const Accessible desktop(word("org.a11y.atspi.Registry"), word("/org/a11y/atspi/accessible/root"));
+    const Accessible desktop = registry();
     for (const QDeadlineTimer deadline(10s); !deadline.hasExpired(); QThread::msleep(30)) {
         const QList<Accessible> programs = desktop.children();
         for (const Accessible& program : programs) {

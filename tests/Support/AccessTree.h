@@ -103,6 +103,10 @@ public:
     /// The program with process id `pid`. Waits at most ten seconds for it.
     Accessible application(qint64 pid) const;
 
+    /// What is above all programs of the session that this process is in, on that session's buses; nothing if there is no
+    /// accessibility bus.
+    static std::optional<Accessible> ofTheSession();
+
 private:
     SessionBus m_session;
     bool m_isUp = false;

@@ -256,8 +256,9 @@ private Q_SLOTS:
         std::memset(block.get(), 'x', size);
 
         DiskActivity activity;
-        QCOMPARE(activity.sample(), std::nullopt);
+        // Both samples are within this time, however long this process is held up between two lines.
         const auto begin = DiskActivity::Clock::now();
+        QCOMPARE(activity.sample(), std::nullopt);
         QCOMPARE(::write(direct.get(), block.get(), size), size);
         QTest::qSleep(int(DiskActivity::shortestTime.count()));
         // Other programs write too, so there is no upper limit.

@@ -289,7 +289,8 @@ private Q_SLOTS:
     {
         const auto client = bridge();
         const auto firstAfter = [&](const char* name) {
-            client->call("OpenPopover", popover(*client, "cpu"));
+            // Some app needs memory at any time; processors may be idle, and then few elements are left.
+            client->call("OpenPopover", popover(*client, "memory"));
             client->call("Key", key(*client, name));
             client->call("ClosePopover", { client->number });
             return client->isUpToDate() ? client->popoverFocus : QString();

@@ -65,7 +65,15 @@ Agent::Agent(QObject* parent)
 {
     // The outcome is shown in a notification: a user who requested the check in the settings window does not see the menu.
     connect(m_updates, &UpdateChecker::finished, m_updateNotice, &UpdateNotice::notify);
-    connect(&m_menu, &QMenu::aboutToShow, this, &Agent::fillMenu);
+    connect(&m_menu, &QMenu::aboutToShow, this, [this] {
+        fillMenu();
+        m_panelOffer->lookAgain();
+    });
+    // An entry must not move under the pointer, so a menu that is open stays as it is.
+    connect(m_panelOffer, &PanelOffer::looked, this, [this] {
+        if (m_menu.actions().first()->associatedObjects().size() == 1)
+            fillMenu();
+    });
     // Logs an exit that the toolkit causes, for example at the end of the session.
     connect(QCoreApplication::instance(), &QCoreApplication::aboutToQuit, this,
         [this] { logEnd(QStringLiteral("the desktop or the toolkit wants it to")); });
@@ -298,20 +306,40 @@ void Agent::openSettings()
     });
 }
 
+/// Makes the entries anew if they are other ones by now. A menu that did not change is not sent to the panel again: Xfce's gives it
+/// the size that it had before.
 void Agent::fillMenu()
 {
+    QMenu fresh;
+    addEntries(fresh);
+    const auto facts = [](const QMenu& menu) {
+        QStringList list;
+        for (const QAction* entry : menu.actions())
+            list << entry->objectName() << entry->text() << QString::number(entry->isEnabled());
+        return list;
+    };
+    if (facts(fresh) == facts(m_menu))
+        return;
     m_menu.clear();
+    const QList<QAction*> entries = fresh.actions();
+    for (QAction* entry : entries)
+        entry->setParent(&m_menu);
+    m_menu.addActions(entries);
+}
+
+void Agent::addEntries(QMenu& menu)
+{
     // By these names, the entries can be chosen from a panel's own menu.
-    m_menu.addAction(AppLanguage::string("Settings…"), this, &Agent::openSettings)
+    menu.addAction(AppLanguage::string("Settings…"), this, &Agent::openSettings)
         ->setObjectName(QStringLiteral("settings"));
-    m_panelOffer->addTo(m_menu);
+    m_panelOffer->addTo(menu);
     if (Setting(Keys::updaterCanCheck).value()) {
-        m_menu.addAction(AppLanguage::string("Check for Updates…"), m_updates, &UpdateChecker::check)
+        menu.addAction(AppLanguage::string("Check for Updates…"), m_updates, &UpdateChecker::check)
             ->setObjectName(QStringLiteral("check-for-updates"));
-        m_updateNotice->addTo(m_menu, [this] { return activationToken(); });
+        m_updateNotice->addTo(menu, [this] { return activationToken(); });
     }
-    m_menu.addSeparator();
-    m_menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff)
+    menu.addSeparator();
+    menu.addAction(AppLanguage::string("Quit Kestrum"), this, &Agent::switchOff)
         ->setObjectName(QStringLiteral("quit"));
 }
 

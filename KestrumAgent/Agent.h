@@ -54,7 +54,7 @@ public:
     PopoverController* popovers() const { return m_popovers.get(); }
     /// The agent on the session bus, for bridges; null before `start`.
     PanelService* service() const { return m_service.get(); }
-    /// The menu that a right click on the items opens. Its entries are created when it is about to be shown.
+    /// The menu that a right click on the items opens. Its entries are those of the moment when it is about to be shown.
     QMenu& menu() { return m_menu; }
 
 private:
@@ -68,6 +68,7 @@ private:
     void adoptSettings();
     void doWhatWasAskedSince(double launched);
     void fillMenu();
+    void addEntries(QMenu& menu);
     void switchOff();
 
     SignalListener m_signals;

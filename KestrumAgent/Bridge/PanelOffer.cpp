@@ -182,8 +182,12 @@ void PanelOffer::addTo(QMenu& menu)
         append(AppLanguage::string("Show in Panel"), [this] { add(); });
     else if (isUninstalled(m_state))
         append(AppLanguage::string("Show in Panel"), [this] { m_notification.show(uninstalledContent()); });
-    // Somebody else may have installed, added or removed it meanwhile: then the menu is right the next time. Not before the first
-    // look of all, because the panel may still be starting; and not where it is added, because bridges ask for the menu often.
+}
+
+void PanelOffer::lookAgain()
+{
+    // Not before the first look of all, because the panel may still be starting; and not where it is added, because bridges ask
+    // for the menu often.
     if (m_hasLooked && !m_isLooking && m_state.presence != Presence::added)
         look();
 }

@@ -30,8 +30,11 @@ public:
     /// Looks at once; once more, if a look is under way. Emits `looked` at the end.
     void look();
 
-    /// Adds the entry to `menu` if something is missing, and looks anew unless the panel is known to have all.
+    /// Adds the entry to `menu` if something was missing at the last look.
     void addTo(QMenu& menu);
+    /// To be called when the menu opens: somebody else may have installed, added or removed the part meanwhile. Looks anew, unless
+    /// the panel is known to have all.
+    void lookAgain();
     /// What the panel has may be another by now: the next menu finds out.
     void forget() { m_state = {}; }
 

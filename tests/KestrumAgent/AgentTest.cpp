@@ -12,6 +12,7 @@
 #include "tests/Support/TestBundle.h"
 
 #include <QDateTime>
+#include <QPointer>
 #include <QSignalSpy>
 #include <ctime>
 #include <fcntl.h>
@@ -255,6 +256,16 @@ private Q_SLOTS:
         QVERIFY(entry(QStringLiteral("Quit Kestrum")));
         Setting(Keys::language).set(QStringLiteral("de"));
         QVERIFY(entry(QStringLiteral("Ende")));
+    }
+
+    void theMenuStaysWhileItsEntriesWouldBeTheSame()
+    {
+        const QPointer<QAction> quit = entry(QStringLiteral("Quit Kestrum"));
+        QVERIFY(entry(QStringLiteral("Quit Kestrum")) == quit && quit);
+        const bool canCheck = Setting(Keys::updaterCanCheck).value();
+        SharedSettings::store().set(Keys::updaterCanCheck.name, !canCheck);
+        QVERIFY(!entry(QStringLiteral("Check for Updates…")) == canCheck);
+        QVERIFY(!quit); // made anew
     }
 
     void aLanguageFromTheRightMirrorsIt_data()

@@ -30,8 +30,11 @@ template <class Row, std::size_t count> void addRows(const Row (&rows)[count])
 template <class T> using Written = std::conditional_t<std::is_same_v<T, QString>, const char*, T>;
 inline constexpr const char* columnNames[] = { "1", "2", "3", "4", "5" };
 
-/// Adds rows of test data. Each row has a name, and values of the types `T`.
-template <class... T> void addRows(std::initializer_list<std::tuple<const char*, Written<T>...>> rows)
+/// Adds rows of test data. Each row has a name, and values of the types `T`, none of which is a structure: rows of a structure are
+/// the other function's.
+template <class... T>
+requires(!std::is_aggregate_v<T> && ...) void addRows(
+    std::initializer_list<std::tuple<const char*, Written<T>...>> rows)
 {
     static_assert(sizeof...(T) <= std::size(columnNames));
     int column = 0;

@@ -30,15 +30,13 @@ void PlacedPopover::makeStand()
     else
         m_stand = std::make_unique<TrayStand>();
     QObject::connect(
-        m_stand.get(), &PopoverStand::dismissed, m_stand.get(), [this] { m_sinceDismissed.start(); });
+        m_stand.get(), &PopoverStand::dismissed, m_stand.get(), [this] { m_dismissal.remember(); });
 }
 
 void PlacedPopover::show(MonitorSection section, const QRect& place, const QByteArray& token)
 {
     makeStand();
-    const bool isJustDismissed = m_shown == section && m_sinceDismissed.isValid()
-        && m_sinceDismissed.elapsed() < PopoverStand::oneAct;
-    m_sinceDismissed.invalidate();
+    const bool isJustDismissed = m_dismissal.isSameAct() && m_shown == section;
     m_shown.reset();
     if (m_popovers.section() == section) {
         m_popovers.close();

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "KestrumAgent/Panel/PressMemory.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 
 #include <QByteArray>
-#include <QElapsedTimer>
 #include <QRect>
 #include <memory>
 #include <optional>
@@ -34,7 +34,7 @@ private:
     PopoverController& m_popovers;
     std::unique_ptr<PopoverStand> m_stand; ///< from the first popover on
     std::optional<MonitorSection> m_shown; ///< the last one
-    QElapsedTimer m_sinceDismissed;
+    PressMemory m_dismissal;
 };
 
 } // namespace kestrum

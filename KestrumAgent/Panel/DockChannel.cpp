@@ -19,6 +19,8 @@ namespace {
 
 /// How long a window manager may take to show a window.
 constexpr std::chrono::seconds timeToShow { 1 };
+/// A desktop that has not shown the strip after so many seconds does not show it.
+constexpr int mostLosses = 20;
 
 double fraction(double number)
 {
@@ -68,10 +70,7 @@ DockChannel::DockChannel(PanelStrip& strip, QMenu& menu, QScreen* screen)
         connect(qGuiApp, &QGuiApplication::primaryScreenChanged, this, &DockChannel::follow);
     m_check.setSingleShot(true);
     m_check.setInterval(timeToShow);
-    connect(&m_check, &QTimer::timeout, this, [this] {
-        if (m_strip.isVisible() && !m_strip.windowHandle()->isExposed())
-            Q_EMIT lost();
-    });
+    connect(&m_check, &QTimer::timeout, this, &DockChannel::check);
     follow(this->screen());
 }
 
@@ -83,6 +82,15 @@ DockChannel::~DockChannel()
 QScreen* DockChannel::screen() const
 {
     return m_ownScreen ? m_ownScreen : QGuiApplication::primaryScreen();
+}
+
+/// A window manager that is only starting loses requests to show a window.
+void DockChannel::check()
+{
+    if (!m_strip.isVisible() || m_strip.windowHandle()->isExposed() || ++m_losses > mostLosses)
+        return;
+    m_strip.hide();
+    fit();
 }
 
 void DockChannel::follow(QScreen* screen)

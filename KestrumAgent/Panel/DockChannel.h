@@ -26,14 +26,10 @@ public:
 
     PopoverStand& popoverStand() override { return m_popoverStand; }
 
-Q_SIGNALS:
-    /// The window is not on the screen a while after it was shown. A window manager that is only starting loses such requests, so
-    /// another channel must be made.
-    void lost();
-
 private:
     void follow(QScreen* screen);
     void fit();
+    void check();
 
     QScreen* screen() const;
 
@@ -44,6 +40,7 @@ private:
     MenuWindow m_menuWindow;
     QRect m_place; ///< the strip's, on the screen
     QTimer m_check;
+    int m_losses = 0; ///< how often the window was not on the screen though it was shown
     QMetaObject::Connection m_screenConnection;
 };
 

@@ -11,6 +11,15 @@
 
 namespace kestrum {
 
+namespace {
+
+qint64 area(const QScreen& screen)
+{
+    return qint64(screen.geometry().width()) * screen.geometry().height();
+}
+
+} // namespace
+
 /// The channel goes before its strip.
 struct FurtherStrips::Further {
     QScreen* screen;
@@ -26,7 +35,15 @@ FurtherStrips::FurtherStrips(PanelStrip& main, Maker maker)
     m_look.setSingleShot(true);
     m_look.setInterval(std::chrono::milliseconds(0));
     connect(&m_look, &QTimer::timeout, this, &FurtherStrips::look);
-    connect(qGuiApp, &QGuiApplication::screenAdded, &m_look, qOverload<>(&QTimer::start));
+    const auto follow = [this](const QScreen* screen) {
+        connect(screen, &QScreen::geometryChanged, &m_look, qOverload<>(&QTimer::start));
+    };
+    for (const QScreen* screen : QGuiApplication::screens())
+        follow(screen);
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this, follow](const QScreen* screen) {
+        follow(screen);
+        m_look.start();
+    });
     connect(qGuiApp, &QGuiApplication::primaryScreenChanged, &m_look, qOverload<>(&QTimer::start));
     connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this](const QScreen* gone) {
         for (auto further = m_all.begin(); further != m_all.end(); ++further) {
@@ -48,19 +65,27 @@ FurtherStrips::~FurtherStrips()
 
 void FurtherStrips::look()
 {
-    const QScreen* main = QGuiApplication::primaryScreen();
+    // The main screen, which is the first one, has its strip. Of mirrored ones, the largest shows all.
+    QList<QScreen*> screens = QGuiApplication::screens();
+    if (!screens.isEmpty())
+        std::stable_sort(screens.begin() + 1, screens.end(),
+            [](const QScreen* a, const QScreen* b) { return area(*a) > area(*b); });
+    QList<QScreen*> wanted;
+    for (QScreen* screen : screens) {
+        const bool isShown = std::any_of(wanted.begin(), wanted.end(),
+            [screen](const QScreen* other) { return other->geometry().contains(screen->geometry()); });
+        // The toolkit's placeholder for a missing screen has no name.
+        if (!isShown && !screen->name().isEmpty())
+            wanted.append(screen);
+    }
+    wanted.removeOne(QGuiApplication::primaryScreen());
     for (auto further = m_all.begin(); further != m_all.end();) {
         const auto each = further++;
-        if (each->screen == main)
+        if (!wanted.removeOne(each->screen))
             drop(each);
     }
-    for (QScreen* screen : QGuiApplication::screens()) {
-        const bool isShown = std::any_of(m_all.begin(), m_all.end(),
-            [screen](const Further& further) { return further.screen == screen; });
-        // The toolkit's placeholder for a missing screen has no name.
-        if (screen != main && !isShown && !screen->name().isEmpty())
-            add(*screen);
-    }
+    for (QScreen* screen : wanted)
+        add(*screen);
 }
 
 void FurtherStrips::add(QScreen& screen)
@@ -68,6 +93,7 @@ void FurtherStrips::add(QScreen& screen)
     Further& further = m_all.emplace_back();
     further.screen = &screen;
     further.strip = std::make_unique<PanelStrip>(m_main.readings());
+    further.strip->setAccessibleName(screen.name());
     further.channel = m_maker(*further.strip, screen);
     PanelStrip* strip = further.strip.get();
     connect(&m_main, &PanelStrip::redrawn, strip, &PanelStrip::redraw);

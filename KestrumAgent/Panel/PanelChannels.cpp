@@ -35,8 +35,6 @@ constexpr auto delayOfLoss = 800ms;
 
 /// An area that lets the strip go so often does not want it.
 constexpr int mostReleases = 3;
-/// A desktop that has not shown the strip after so many seconds does not show it.
-constexpr int mostLosses = 20;
 
 /// The delay before the log reports missing status icons: at the start of a session, the panel may appear a little later.
 constexpr auto delayBeforeTelling = 2s;
@@ -257,22 +255,6 @@ std::unique_ptr<PanelChannel> PanelChannels::madeTray()
     return channel;
 }
 
-std::unique_ptr<PanelChannel> PanelChannels::madeDock()
-{
-    auto channel = std::make_unique<DockChannel>(m_strip, m_menu);
-    // Not from within the signal, whose sender goes.
-    connect(
-        channel.get(), &DockChannel::lost, this,
-        [this] {
-            if (++m_losses > mostLosses)
-                return;
-            drop();
-            look();
-        },
-        Qt::QueuedConnection);
-    return channel;
-}
-
 std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
 {
     switch (way) {
@@ -311,7 +293,7 @@ std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
     if (isWayland())
         return std::make_unique<LayerChannel>(m_strip, m_menu);
 #endif
-    return madeDock();
+    return std::make_unique<DockChannel>(m_strip, m_menu);
 }
 
 } // namespace kestrum

@@ -58,7 +58,6 @@ private:
     void leaveArea(std::chrono::milliseconds delay);
     std::unique_ptr<PanelChannel> made(Way way);
     std::unique_ptr<PanelChannel> madeTray();
-    std::unique_ptr<PanelChannel> madeDock();
     std::unique_ptr<PanelChannel> madeFurther(PanelStrip& strip, QScreen& screen);
     void adoptScreens();
 
@@ -71,7 +70,6 @@ private:
     quint32 m_refused = 0;     ///< the area that does not give the strip its room
     double m_refusedWidth = 0; ///< what it gives, in points
     int m_releases = 0;        ///< how often the area has let the strip go
-    int m_losses = 0;          ///< how often the strip was not on the screen though it was shown
     Way m_way = Way::nothing;  ///< without its channel for a while if the area is gone
     std::unique_ptr<PanelChannel> m_channel;
     std::unique_ptr<FurtherStrips> m_further; ///< while there is a strip on every screen

@@ -89,8 +89,10 @@ public:
 
     QString text(QAccessible::Text kind) const override
     {
-        if (kind == QAccessible::Name)
+        if (kind == QAccessible::Name && m_strip.accessibleName().isEmpty())
             return AppLanguage::string("Menu bar items");
+        if (kind == QAccessible::Name)
+            return AppLanguage::string("Menu bar items") + QStringLiteral(", ") + m_strip.accessibleName();
         if (kind == QAccessible::Description || kind == QAccessible::Value)
             return m_strip.summary().replace(u'\n', QStringLiteral(", "));
         return QAccessibleWidget::text(kind);

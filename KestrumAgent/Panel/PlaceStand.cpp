@@ -45,15 +45,15 @@ void PlaceStand::findGround()
 {
     m_screen.clear();
     for (const QScreen* screen : QGuiApplication::screens()) {
-        m_place = onScreen(m_wanted, *screen);
-        if (m_place.isEmpty())
+        m_found = onScreen(m_wanted, *screen);
+        if (m_found.isEmpty())
             continue;
         m_screen = screen;
         break;
     }
     if (!m_screen) {
-        m_place = QRect(QCursor::pos(), QSize(1, 1));
-        m_screen = QGuiApplication::screenAt(m_place.topLeft());
+        m_found = QRect(QCursor::pos(), QSize(1, 1));
+        m_screen = QGuiApplication::screenAt(m_found.topLeft());
     }
     if (!m_screen)
         m_screen = QGuiApplication::primaryScreen();
@@ -69,7 +69,7 @@ void PlaceStand::adoptRoom()
     if (!m_screen || !m_struts)
         return;
     const QRect free = m_struts->available(*m_screen);
-    setGround(ground(m_place, free), free);
+    setGround(ground(m_found, free), free);
 }
 
 void PlaceStand::show(QWidget& window, QSize size, const QRect&)

@@ -39,7 +39,7 @@ private:
     void adoptRoom();
 
     QRect m_wanted;
-    QRect m_place; ///< in the toolkit's units
+    QRect m_found; ///< the wanted place or the pointer's, in the toolkit's units
     QPointer<const QScreen> m_screen;
     std::unique_ptr<X11Struts> m_struts; ///< from `prepare` until the window is hidden
 };

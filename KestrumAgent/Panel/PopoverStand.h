@@ -21,10 +21,6 @@ public:
     /// The distance of the window from the strip, and its least distance from the screen's edges, in points.
     static constexpr int stripDistance = 6;
     static constexpr int edgeDistance = 8;
-    /// Within this time, in ms, the loss of the focus and the request that follows are one act of the user: a press of what stands
-    /// for the strip. It closes the window, and must not open it again.
-    static constexpr qint64 oneAct = 500;
-
     /// Finds out where a window can stand. To be called before the first `room` for a window that is not shown yet.
     virtual void prepare() { }
     /// Shows `window` beside `item`, a rectangle in the strip's coordinates. If the window is shown already, it gets its new

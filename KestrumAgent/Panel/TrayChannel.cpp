@@ -62,7 +62,7 @@ TrayChannel::TrayChannel(PanelStrip& strip, QMenu& menu, std::optional<ColourSch
         m_popoverStand = std::make_unique<PlaceStand>(m_strip);
     else
         m_popoverStand = std::make_unique<TrayStand>();
-    connect(m_popoverStand.get(), &PopoverStand::dismissed, this, [this] { m_sinceDismissed.start(); });
+    connect(m_popoverStand.get(), &PopoverStand::dismissed, this, [this] { m_dismissal.remember(); });
     adoptAppearance();
     fit();
 }
@@ -76,9 +76,7 @@ void TrayChannel::setGround(std::optional<ColourScheme> scheme)
 /// The icon's place is known to its host only. The popover stands beside the pointer, which is on the icon.
 void TrayChannel::press()
 {
-    const bool isSameAct = m_sinceDismissed.isValid() && m_sinceDismissed.elapsed() <= PopoverStand::oneAct;
-    m_sinceDismissed.invalidate();
-    if (!isSameAct)
+    if (!m_dismissal.isSameAct())
         Q_EMIT m_popoverStand->toggleRequested();
 }
 

@@ -3,9 +3,9 @@
 
 #include "KestrumAgent/Panel/PanelChannel.h"
 #include "KestrumAgent/Panel/PopoverStand.h"
+#include "KestrumAgent/Panel/PressMemory.h"
 #include "Platform/Desktop/SystemAppearance.h"
 
-#include <QElapsedTimer>
 #include <QObject>
 #include <QSystemTrayIcon>
 #include <memory>
@@ -37,7 +37,7 @@ private:
     std::optional<ColourScheme> m_ground;
     QSystemTrayIcon m_icon;
     std::unique_ptr<PopoverStand> m_popoverStand;
-    QElapsedTimer m_sinceDismissed;
+    PressMemory m_dismissal;
 };
 
 } // namespace kestrum

@@ -16,18 +16,28 @@ constexpr int leftWidth = 600; ///< width of the left screen; the right one gets
 constexpr int thickness = PanelTest::panelHeight;
 constexpr int height = DesktopFixture::stripHeight;
 
+/// Makes a part of the display a screen.
+void setScreen(const char* name, int left, int width, const char* output)
+{
+    Programs::output(text("xrandr"),
+        { text("--setmonitor"), text(name),
+            text("%1/%1x%2/%2+%3+0").arg(width).arg(VirtualDisplay::height).arg(left), text(output) });
+}
+
 /// Divides the display into two screens.
 void arrange(const char* leftName, const char* rightName)
 {
-    const auto set = [](const char* name, int left, int width, const char* output) {
-        Programs::output(text("xrandr"),
-            { text("--setmonitor"), text(name),
-                text("%1/%1x%2/%2+%3+0").arg(width).arg(VirtualDisplay::height).arg(left), text(output) });
-    };
     for (const char* name : { "left", "right" })
         Programs::run(text("xrandr"), { text("--delmonitor"), text(name) }); // fails when there are none
-    set(leftName, 0, leftWidth, "screen");
-    set(rightName, leftWidth, VirtualDisplay::width - leftWidth, "none");
+    setScreen(leftName, 0, leftWidth, "screen");
+    setScreen(rightName, leftWidth, VirtualDisplay::width - leftWidth, "none");
+}
+
+/// Makes the display one screen.
+void unite()
+{
+    for (const char* name : { "left", "right" })
+        Programs::output(text("xrandr"), { text("--delmonitor"), text(name) });
 }
 
 QByteArrayList windows(const char* title)
@@ -242,13 +252,55 @@ private Q_SLOTS:
         startAgent();
         const QList<QRect> both = { cornered(leftWidth, 0), cornered(VirtualDisplay::width, 0) };
         QVERIFY(comeTo(both));
-        for (const char* name : { "left", "right" })
-            Programs::output(text("xrandr"), { text("--delmonitor"), text(name) });
+        unite();
         QVERIFY(comeTo(QList { both.last() })); // of the whole display
         arrange("*left", "right");
         QVERIFY(comeTo(both));
         arrange("left", "*right");
         QVERIFY(comeTo(both));
+        QCOMPARE(m_agent->state(), QProcess::Running);
+    }
+
+    void aScreenThatShowsWhatAnotherOneShowsHasNoStripOfItsOwn()
+    {
+        fixture().write("stripScreens", "\"all\"");
+        startAgent();
+        const QList<QRect> both = { cornered(leftWidth, 0), cornered(VirtualDisplay::width, 0) };
+        QVERIFY(comeTo(both));
+        setScreen("mirror", leftWidth, VirtualDisplay::width - leftWidth, "none");
+        setScreen("part", leftWidth, 100, "none");
+        QTest::qWait(500); // a strip comes sooner
+        QCOMPARE(strips(), both);
+        // The screen that was shown twice goes, and its mirror is one of its own.
+        Programs::output(text("xrandr"), { text("--delmonitor"), text("right") });
+        QVERIFY(comeTo(both));
+        for (const char* name : { "mirror", "part" })
+            Programs::output(text("xrandr"), { text("--delmonitor"), text(name) });
+        QVERIFY(comeTo(QList { both.first() }));
+    }
+
+    void whatIsOpenGoesWithItsScreen()
+    {
+        fixture().write("stripScreens", "\"all\"");
+        startAgent();
+        const QList<QRect> both = { cornered(leftWidth, 0), cornered(VirtualDisplay::width, 0) };
+        QVERIFY(comeTo(both));
+        const QPoint item(
+            DesktopFixture::stripSideRoom + int(fixture().items().middles.value(text("storage"))),
+            height / 2);
+        DesktopFixture::click(both.last().topLeft() + item);
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isEmpty(), patience);
+        unite();
+        QTRY_VERIFY_WITH_TIMEOUT(popover().isEmpty(), patience);
+        QVERIFY(comeTo(QList { both.last() }));
+        arrange("*left", "right");
+        QVERIFY(comeTo(both));
+        // The menu is a window of the same name.
+        DesktopFixture::moveTo(both.last().topLeft() + item);
+        VirtualDisplay::xdotool("click 3");
+        QTRY_COMPARE_WITH_TIMEOUT(strips().size(), 3, patience);
+        unite();
+        QVERIFY(comeTo(QList { both.last() }));
         QCOMPARE(m_agent->state(), QProcess::Running);
     }
 

@@ -303,6 +303,8 @@ private Q_SLOTS:
         PanelStripFixture fixture;
         QAccessibleInterface* strip = QAccessible::queryAccessibleInterface(&fixture.strip);
         QCOMPARE(strip->text(QAccessible::Name), QStringLiteral("Menu bar items"));
+        fixture.strip.setAccessibleName(QStringLiteral("HDMI-1"));
+        QCOMPARE(strip->text(QAccessible::Name), QStringLiteral("Menu bar items, HDMI-1"));
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 50%")));
         fixture.readings->memory = 0.75;
         QVERIFY(strip->text(QAccessible::Description).contains(QStringLiteral("Memory — Usage: 75%")));

@@ -2,6 +2,7 @@
 
 #include "KestrumAgent/Panel/PanelChannels.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
+#include "KestrumAgent/Panel/PressMemory.h"
 #include "KestrumShared/Settings/MeterSettings.h"
 #include "KestrumShared/Settings/Setting.h"
 #include "tests/Support/DrawingFixture.h"
@@ -162,9 +163,14 @@ private Q_SLOTS:
         press(); // a later one is one of its own
         QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 1, patience);
         Q_EMIT m_channels->stand()->dismissed();
-        QTest::qWait(PopoverStand::oneAct + 100);
+        QTest::qWait(int(PressMemory::oneAct.count()) + 100);
         press();
         QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 2, patience);
+        // The pointer was elsewhere when the window was dismissed.
+        Q_EMIT m_channels->stand()->dismissed();
+        QCursor::setPos(QCursor::pos() + QPoint(100, 50));
+        press();
+        QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 3, patience);
     }
 
     void itIsReadableOnTheBar_data()

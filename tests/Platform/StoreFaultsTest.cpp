@@ -1,6 +1,7 @@
 // What a save leaves when one of its system calls fails, once or always, or when the process is killed at this call.
 
 #include "Platform/Store/UserDefaults.h"
+#include "tests/Support/FaultRow.h"
 #include "tests/Support/FileContent.h"
 #include "tests/Support/SettingsInMemory.h"
 #include "tests/Support/TestHome.h"
@@ -38,20 +39,24 @@ private Q_SLOTS:
 
     void failedCallLeavesOldOrNewAndIsTold()
     {
-        constexpr int errors[] = { EIO, ENOSPC, EACCES, EMFILE, EROFS, EDQUOT, ENOMEM };
+        constexpr int errors[] = { EIO, ENOSPC, EACCES, EMFILE, EROFS, EDQUOT, ENOMEM, EPERM, ENFILE, EBUSY };
+        // The long form tries every error at every call, the short one a call with the next error.
+        const int each = FaultRow::times(1, int(std::size(errors)));
         QFETCH(const QByteArray, before);
+        FaultRow row("call fails");
         int failures = 0;
         int needed = 0;
         size_t round = 0;
         tryEachCall(before, [&](const TracedSave::Call& call) {
-            needed += call.name == "readlink" ? 0 : 1; // a link that cannot be read is taken for a folder
-            for (const bool isLasting : { false, true }) {
+            needed += call.name == "readlink" ? 0 : each; // a link that cannot be read is taken for a folder
+            for (int i = 0; i < 2 * each; ++i) {
                 const int error = errors[round++ % std::size(errors)];
-                const auto outcome = saved(before, { call.name, call.number, error, isLasting });
+                const auto outcome = saved(before, { call.name, call.number, error, i >= each });
                 const bool isTold = outcome.exitCode == TracedSave::reportedFailure;
                 failures += isTold ? 1 : 0;
                 QVERIFY(isTold || outcome.exitCode == 0);
                 QVERIFY(!isTold || TracedSave::leftovers().isEmpty());
+                row.add();
             }
         });
         // Most failed calls make the save fail. A few calls are not required, such as the call that sets the exact time stamp.
@@ -63,9 +68,74 @@ private Q_SLOTS:
     void endAtAnyCallLeavesOldOrNewAndNoLock()
     {
         QFETCH(const QByteArray, before);
+        FaultRow row("killed at a call");
         tryEachCall(before, [&](const TracedSave::Call& call) {
             QCOMPARE(saved(before, { call.name, call.number }).exitCode, -1);
+            row.add();
         });
+    }
+
+    void endDuringTheSaveAfterAnEndLeavesOldOrNewAndNoLock_data() { TracedSave::addStates(); }
+
+    void endDuringTheSaveAfterAnEndLeavesOldOrNewAndNoLock()
+    {
+        // Of all pairs of calls, a part, in which each call of both saves has its turns.
+        const int strideOfFirst = FaultRow::times(15, 1);
+        const int stride = FaultRow::times(10, 5);
+        QFETCH(const QByteArray, before);
+        FaultRow row("killed at a call");
+        int first = 0;
+        tryEachCall(before, [&](const TracedSave::Call& call) {
+            if (++first % strideOfFirst != 0)
+                return;
+            const auto endAtFirst = [&] {
+                TracedSave::prepare(before);
+                QCOMPARE(TracedSave::run(TracedSave::save, { call.name, call.number }).exitCode, -1);
+                TracedSave::letPass();
+                QTest::qSleep(25); // as in `prepare`
+            };
+            endAtFirst();
+            const auto whole = TracedSave::run();
+            QCOMPARE(whole.exitCode, 0);
+            for (qsizetype at = first % stride; at < whole.calls.size(); at += stride) {
+                endAtFirst();
+                const TracedSave::Fault fault { whole.calls[at].name, whole.calls[at].number };
+                const auto outcome = TracedSave::run(TracedSave::save, fault);
+                QCOMPARE(outcome.exitCode, -1);
+                const QByteArray flaw = TracedSave::flaw(before, outcome);
+                QVERIFY2(flaw.isEmpty(), (flaw + " at " + fault.call).constData());
+                row.add();
+            }
+        });
+    }
+
+    void wrongWritersAreFoundOut()
+    {
+        // Proves that the checks above can fail.
+        FaultRow killed("killed at a call");
+        FaultRow failed("call fails");
+        const auto inPlace = [](UserDefaults&) {
+            write(TracedSave::path(), "{\"a\": 2, \"b\": true}"); // empties the file first
+            return true;
+        };
+        const auto unchecked = [](UserDefaults&) {
+            QFile file(TracedSave::path() + u'~');
+            if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+                return false;
+            (void)file.write("{\"a\": 2, \"b\": true}");
+            file.close();
+            return ::rename(QFile::encodeName(file.fileName()), QFile::encodeName(TracedSave::path())) == 0;
+        };
+        const auto flawOf = [this](const TracedSave::Work& work, const TracedSave::Fault& fault) {
+            TracedSave::prepare(sound);
+            return TracedSave::flaw(sound, TracedSave::run(work, fault));
+        };
+        QCOMPARE(flawOf(inPlace, {}), QByteArray());
+        QCOMPARE(flawOf(inPlace, { "write" }), QByteArray("neither old nor new: "));
+        killed.addFoundOut();
+        QCOMPARE(flawOf(unchecked, {}), QByteArray());
+        QCOMPARE(flawOf(unchecked, { "write", 1, EIO }), QByteArray("neither old nor new: "));
+        failed.addFoundOut();
     }
 
     void namedStepsAreInTheError_data()

@@ -2,6 +2,7 @@
 
 #include "Platform/Store/SettingsFile.h"
 #include "Platform/Store/UserDefaults.h"
+#include "tests/Support/FaultRow.h"
 #include "tests/Support/FileContent.h"
 #include "tests/Support/SystemCallFilter.h"
 #include "tests/Support/TestHome.h"
@@ -37,6 +38,7 @@ constexpr Named named[] {
     { SYS_renameat2, "renameat2", 3 },
     { SYS_newfstatat, "fstatat", 1 },
     { SYS_faccessat, "faccessat", 1 },
+    { SYS_faccessat2, "faccessat", 1 },
     { SYS_unlinkat, "unlinkat", 1 },
     { SYS_mkdirat, "mkdirat", 1 },
 #ifdef SYS_readlink
@@ -63,6 +65,29 @@ QByteArray pathOf(quint64 descriptor)
     return { target.data(), qMax<qsizetype>(0, size) };
 }
 
+/// The path that argument `at` of a call has, and the descriptor before it.
+QByteArray pathAt(const seccomp_data& data, int at)
+{
+    const QByteArray path(reinterpret_cast<const char*>(data.args[at]));
+    const bool isRelative = at > 0 && !path.startsWith('/');
+    return isRelative ? pathOf(data.args[at - 1]) + '/' + path : path;
+}
+
+QByteArray detailOf(const seccomp_data& data)
+{
+    switch (data.nr) {
+    case SYS_write:
+        return { reinterpret_cast<const char*>(data.args[1]), qsizetype(data.args[2]) };
+    case SYS_renameat:
+    case SYS_renameat2:
+        return pathAt(data, 1);
+    case SYS_openat:
+        return (data.args[2] & O_TRUNC) != 0 ? "empty" : (data.args[2] & O_CREAT) != 0 ? "new" : "";
+    default:
+        return {};
+    }
+}
+
 /// The call in `data`, which a thread of this process is about to make.
 TracedSave::Call described(const seccomp_data& data)
 {
@@ -70,12 +95,8 @@ TracedSave::Call described(const seccomp_data& data)
         std::begin(named), std::end(named), [&data](const Named& one) { return one.call == data.nr; });
     const QByteArray name = known == std::end(named) ? QByteArray::number(data.nr) : QByteArray(known->name);
     const int at = known == std::end(named) ? -1 : known->path;
-    if (at < 0)
-        return { name, 0, pathOf(data.args[0]), false };
-    const QByteArray path(reinterpret_cast<const char*>(data.args[at]));
-    const bool isRelative = at > 0 && !path.startsWith('/');
-    return { name, 0, isRelative ? pathOf(data.args[at - 1]) + '/' + path : path,
-        data.nr == SYS_openat && (data.args[2] & O_CLOEXEC) == 0 };
+    const QByteArray file = at < 0 ? pathOf(data.args[0]) : pathAt(data, at);
+    return { name, 0, file, data.nr == SYS_openat && (data.args[2] & O_CLOEXEC) == 0, detailOf(data) };
 }
 
 /// Lets the calls happen, except for the fault, and lists them until `isOver` is set.
@@ -105,10 +126,12 @@ QList<TracedSave::Call> supervised(
 }
 
 /// The child process: does `work`, and writes the list of calls and the store's last error to `report`.
-[[noreturn]] void play(const TracedSave::Work& work, const TracedSave::Fault& fault, const QString& report)
+[[noreturn]] void play(
+    const TracedSave::Work& work, const TracedSave::Fault& fault, const QString& report, unsigned number)
 {
-    ::alarm(20);                               // s; ends a child that hangs
-    QRandomGenerator::global()->discard(1000); // the parent's next temporary files need other names
+    ::alarm(20); // s; ends a child that hangs
+    // The next temporary files of the parent and of its next children need other names.
+    QRandomGenerator::global()->discard(1000 * number);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext&, const QString&) {});
     const auto store = UserDefaults::withSuiteName(QStringLiteral("suite"));
     std::promise<int> hanging;
@@ -130,7 +153,7 @@ QList<TracedSave::Call> supervised(
     QDataStream stream(&file);
     stream << store->lastError();
     for (const auto& call : calls)
-        stream << call.name << call.number << call.file << call.isInherited;
+        stream << call.name << call.number << call.file << call.isInherited << call.detail;
     file.close();
     ::_exit(isDone ? 0 : TracedSave::reportedFailure);
 }
@@ -172,6 +195,12 @@ void TracedSave::prepare(const QByteArray& content)
     QTest::qSleep(25);
 }
 
+void TracedSave::letPass()
+{
+    if (QFile::exists(TestHome::configDirectory()))
+        setTimes(TestHome::configDirectory(), 1000);
+}
+
 bool TracedSave::save(UserDefaults& store)
 {
     return store.set("a", 2);
@@ -181,9 +210,11 @@ TracedSave::Outcome TracedSave::run(const Work& work, const Fault& fault)
 {
     QFile report(TestHome::root() + QStringLiteral("/report"));
     report.remove();
+    static unsigned runs = 0;
+    const unsigned number = 1 + ++runs % 10;
     const pid_t child = ::fork();
     if (child == 0)
-        play(work, fault, report.fileName());
+        play(work, fault, report.fileName(), number);
     int status = 0;
     Outcome outcome;
     if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)
@@ -194,7 +225,7 @@ TracedSave::Outcome TracedSave::run(const Work& work, const Fault& fault)
     stream >> outcome.error;
     while (!stream.atEnd()) {
         Call call;
-        stream >> call.name >> call.number >> call.file >> call.isInherited;
+        stream >> call.name >> call.number >> call.file >> call.isInherited >> call.detail;
         outcome.calls.append(call);
     }
     return outcome;
@@ -241,9 +272,7 @@ QByteArray TracedSave::flaw(const QByteArray& before, const Outcome& outcome)
         && (!outcome.error.startsWith(path()) || outcome.error.count(QStringLiteral(": ")) < 2))
         return "the error names no file, step and reason: " + outcome.error.toUtf8();
     // Without the fault, the next save succeeds, and does not wait for a lock.
-    if (QFile::exists(TestHome::configDirectory()))
-        setTimes(TestHome::configDirectory(),
-            1000); // otherwise an absent file would look like one that is being replaced
+    letPass();
     QElapsedTimer timer;
     timer.start();
     const auto retried = SettingsFile(path()).save({ { { QStringLiteral("a"), 2 } }, {} });
@@ -260,6 +289,13 @@ void TracedSave::addStates()
     QTest::newRow("first save") << QByteArray();
     QTest::newRow("later save") << QByteArray("{\"a\": 1, \"b\": true}");
     QTest::newRow("damaged file") << QByteArray("{\"a\": 1, \"b\": true, \"n\": NaN}");
+    if (!FaultRow::isLong())
+        return;
+    QTest::newRow("blank file") << QByteArray("\n");
+    QTest::newRow("file of another layout") << QByteArray("\xEF\xBB\xBF{\"b\":true,\r\n\"a\":1.0}");
+    QTest::newRow("cut off file") << QByteArray("{\"a\": 1, \"b\": true, \"n\": [");
+    QTest::newRow("bytes behind the end") << QByteArray("{\"a\": 1, \"b\": true}") + QByteArray(5000, '\0');
+    QTest::newRow("large file") << "{\"a\": 1, \"b\": true, \"n\": \"" + QByteArray(65'536, 'x') + "\"}";
 }
 
 } // namespace kestrum

@@ -20,6 +20,8 @@ public:
         int number;       ///< which call of that name this is, counted from 1
         QByteArray file;  ///< the path of the call's file; empty if it has none
         bool isInherited; ///< for `openat`: programs that are started later inherit the descriptor
+        /// What `write` writes; where a rename comes from; for `openat`, "new" if it may make the file, "empty" if it empties it.
+        QByteArray detail;
     };
 
     struct Fault {
@@ -50,6 +52,8 @@ public:
 
     /// Creates the settings directory again, with a file of this content, or without a file when `content` is null.
     static void prepare(const QByteArray& content);
+    /// Makes the settings directory old. Otherwise an absent file in it would look like one that is being replaced.
+    static void letPass();
 
     using Work = std::function<bool(UserDefaults& store)>;
     /// Stores 2 under "a".
@@ -65,7 +69,8 @@ public:
     static QString path();
     static QStringList leftovers();
 
-    /// Adds the initial states of the file to a test, in a column "before". Tests try every fault on each state.
+    /// Adds the initial states of the file to a test, in a column "before". Tests try every fault on each state. The long form
+    /// has more of them.
     static void addStates();
 };
 

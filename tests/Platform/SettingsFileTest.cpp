@@ -1,7 +1,11 @@
+#include "Platform/Store/SettingsText.h"
+#include "tests/Support/FaultRow.h"
 #include "tests/Support/OrdinaryUser.h"
+#include "tests/Support/Programs.h"
 #include "tests/Support/SettingsFolder.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QSet>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -161,6 +165,58 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(path("suite.json.damaged-3")));
     }
 
+    void anyDamageKeepsTheGoodMembersAndTheOldBytes()
+    {
+        FaultRow row("hostile files");
+        QByteArrayList texts;
+        for (qsizetype at = 1; at < memberLines.size(); ++at) {
+            texts.append(memberLines.left(at));
+            texts.append(memberLines.left(at) + QByteArray(memberLines.size() - at, '\0'));
+            for (const char byte : { '\0', '\xFF', '"', '{', ']', '\\', '\n' })
+                texts.append(QByteArray(memberLines).replace(at, 1, QByteArray(1, byte)));
+        }
+        for (qsizetype i = 0; i < texts.size(); i += FaultRow::times(7, 1)) {
+            if (SettingsText::parsed(texts[i]).damage.isEmpty())
+                continue;
+            const QByteArray flaw = flawOfSaveOver(texts[i], [this] {
+                return bool(saved(path(), json({ { "new", 1 } })));
+            });
+            QVERIFY2(flaw.isEmpty(), (flaw + ": " + texts[i]).constData());
+            row.add();
+        }
+    }
+
+    void largeDamagedFileIsReadSoon()
+    {
+        FaultRow row("hostile files");
+        const qsizetype size = SettingsText::maximumBytes - 8;
+        for (const QByteArray& text :
+            { QByteArray(size, '\0'), QByteArray(size, '{'), "{" + QByteArray(size, '['),
+                "{" + QByteArray(size, '"'), "{" + QByteArray("\"a\":[\n").repeated(size / 6),
+                "{" + QByteArray("\"a\n").repeated(size / 3), QByteArray(size, '\\') }) {
+            write(path(), text);
+            setTimes(path(), 1000);
+            QElapsedTimer timer;
+            timer.start();
+            QVERIFY(!SettingsFile(path()).read()->damage.isEmpty());
+            QVERIFY2(Programs::areSanitized || timer.elapsed() <= 100,
+                QByteArray::number(timer.elapsed()).constData());
+            row.add();
+        }
+    }
+
+    void wrongWriterOverADamagedFileIsFoundOut()
+    {
+        // Proves that the check of any damage can fail. This writer begins anew with the values that it has to save.
+        FaultRow row("hostile files");
+        const auto anew = [this] {
+            write(path(), SettingsText::serialised(json({ { "new", 1 } })));
+            return true;
+        };
+        QCOMPARE(flawOfSaveOver(memberLines.chopped(3), anew), QByteArray("a good member is lost"));
+        row.addFoundOut();
+    }
+
     void readingADamagedFileChangesNothing()
     {
         write(path(), "{\"good\": true, ");
@@ -213,6 +269,45 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(path()));
         QVERIFY(QFile::exists(path("elsewhere/real.json.lock")));
     }
+
+private:
+    /// Saves over this damaged content. The members on the lines before the damage must outlast it, and so must the old bytes in a
+    /// copy. Returns the fault, or an empty text.
+    QByteArray flawOfSaveOver(const QByteArray& damaged, const std::function<bool()>& save) const
+    {
+        const QJsonObject whole = SettingsText::parsed(memberLines).values;
+        const auto different
+            = std::mismatch(memberLines.begin(), memberLines.end(), damaged.begin(), damaged.end());
+        const QByteArray before = memberLines.left(different.first - memberLines.begin());
+        const QJsonObject good = SettingsText::parsed(before.left(before.lastIndexOf(",\n")) + '}').values;
+        const QString copy = path("suite.json.damaged-1");
+        QFile::remove(copy);
+        write(path(), damaged);
+        setTimes(path(), 1000);
+        QElapsedTimer timer;
+        timer.start();
+        const auto read = SettingsFile(path()).read();
+        if (!Programs::areSanitized && timer.elapsed() > 100)
+            return "reading takes long";
+        if (contentOf(path()) != damaged || !save())
+            return "not saved, or changed by reading";
+        const auto after = SettingsFile(path()).read();
+        for (auto member = good.begin(); member != good.end(); ++member) {
+            if (read->values.value(member.key()) != member.value()
+                || after->values.value(member.key()) != member.value())
+                return "a good member is lost";
+        }
+        if (contentOf(copy) != damaged)
+            return "the old bytes were not kept";
+        return after->damage.isEmpty() && after->values.value(u"new") == QJsonValue(1)
+            ? ""
+            : "the new value is not there";
+    }
+
+    const QByteArray memberLines {
+        "{\n    \"first\": 1,\n    \"list\": [1, {\"x\": \"y\"}],\n    \"text\": \"a \\\"b\\\"\",\n"
+        "    \"truth\": true,\n    \"wide\": 12345678901\n}\n"
+    };
 };
 
 KESTRUM_TEST_MAIN(QCoreApplication, SettingsFileTest)

@@ -1,7 +1,9 @@
-// Saves on a file system that is really full: 64 KiB of memory, mounted in a private mount namespace before the test begins.
+// Saves on a file system that is really full: 256 KiB of memory, mounted in a private mount namespace before the test begins.
 // Other tests simulate ENOSPC for a call. A really full disk also shows the calls that report no error.
 
 #include "Platform/Store/SettingsFile.h"
+#include "Platform/Store/SettingsText.h"
+#include "tests/Support/FaultRow.h"
 #include "tests/Support/FileContent.h"
 #include "tests/Support/JsonValues.h"
 #include "tests/Support/TestHome.h"
@@ -61,7 +63,7 @@ private Q_SLOTS:
 
     void init()
     {
-        m_isMounted = ::mount("kestrum", mountPoint, "tmpfs", 0, "size=64k,mode=0700") == 0;
+        m_isMounted = ::mount("kestrum", mountPoint, "tmpfs", 0, "size=256k,mode=0700") == 0;
         QVERIFY2(m_isMounted, qUtf8Printable(qt_error_string(errno)));
     }
 
@@ -76,9 +78,13 @@ private Q_SLOTS:
         QTest::addColumn<int>("size");
         QTest::addColumn<int>("freePages");
         for (const int freePages : { 0, 1, 2 }) {
-            for (const int size :
-                { 100, 1000, 4000, 4050, 4096, 5000, 8000, 8150, 9000, 12'000, 16'000, 24'000 })
+            const auto row = [freePages](int size) {
                 QTest::addRow("%d bytes, %d pages free", size, freePages) << size << freePages;
+            };
+            for (const int size : { 100, 4050, 4096, 8150 })
+                row(size);
+            for (int size = 1000; size <= 64'000; size += 1000)
+                row(size);
         }
     }
 
@@ -86,6 +92,7 @@ private Q_SLOTS:
     {
         QFETCH(const int, size);
         QFETCH(const int, freePages);
+        FaultRow row("full disk");
         const SettingsFile file(path());
         QVERIFY(file.save(payload(size, 0)));
         const QByteArray before = contentOf(path());
@@ -94,8 +101,8 @@ private Q_SLOTS:
 
         const auto saved = file.save(payload(size, 1));
         QCOMPARE(bool(saved), fits);
+        QCOMPARE(flawOf(size, before, bool(saved)), QByteArray());
         if (!fits) {
-            QCOMPARE(contentOf(path()), before);
             QVERIFY2(saved.failureText().contains(path())
                     && saved.failureText().contains(QStringLiteral("No space left")),
                 qUtf8Printable(saved.failureText()));
@@ -107,15 +114,35 @@ private Q_SLOTS:
             QVERIFY(file.save(payload(size, 1)));
         }
         QCOMPARE(file.read()->values, payload(size, 1).values);
+        row.add();
+    }
+
+    void wrongWriterIsFoundOut()
+    {
+        // Proves that the check above can fail. This writer does not look at what `write` returns.
+        FaultRow row("full disk");
+        QVERIFY(SettingsFile(path()).save(payload(5000, 0)));
+        const QByteArray before = contentOf(path());
+        fillUpTo(0);
+        QFile file(path() + u'~');
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+        (void)file.write(SettingsText::serialised(payload(5000, 1).values));
+        file.close();
+        QCOMPARE(
+            ::rename(QFile::encodeName(file.fileName()).constData(), QFile::encodeName(path()).constData()),
+            0);
+        QCOMPARE(flawOf(5000, before, true), QByteArray("told as saved, but not there"));
+        row.addFoundOut();
     }
 
     void noInodeLeftKeepsTheOldFileAndIsTold()
     {
+        FaultRow row("full disk");
         const SettingsFile file(path());
         QVERIFY(file.save(payload(100, 0)));
         const QByteArray before = contentOf(path());
         // The limit is the number of inodes in use: the root, the directory, the file and its lock.
-        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=4"), 0);
+        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=256k,nr_inodes=4"), 0);
         const auto saved = file.save(payload(100, 1));
         QVERIFY(!saved);
         QVERIFY2(saved.failureText().contains(QStringLiteral("temporary file: No space left")),
@@ -125,15 +152,16 @@ private Q_SLOTS:
         QVERIFY(!first);
         QVERIFY2(first.failureText().contains(QStringLiteral("lock: No space left")),
             qUtf8Printable(first.failureText()));
-        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=64k,nr_inodes=100"), 0);
+        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT, "size=256k,nr_inodes=100"), 0);
         QVERIFY(file.save(payload(100, 1)));
+        row.add(2);
     }
 
     void readOnlyFileSystemIsTold()
     {
         const SettingsFile file(path());
         QVERIFY(file.save(payload(100, 0)));
-        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT | MS_RDONLY, "size=64k"), 0);
+        QCOMPARE(::mount("kestrum", mountPoint, "tmpfs", MS_REMOUNT | MS_RDONLY, "size=256k"), 0);
         const auto saved = file.save(payload(100, 1));
         QVERIFY(!saved);
         QVERIFY2(saved.failureText().contains(QStringLiteral("Read-only file system")),
@@ -143,6 +171,16 @@ private Q_SLOTS:
 
 private:
     QString path() const { return QString::fromLatin1(mountPoint) + QStringLiteral("/kestrum/suite.json"); }
+
+    /// Checks the file after a save of `payload(size, 1)` over a file with the content `before`. Returns the fault, or an empty text.
+    QByteArray flawOf(int size, const QByteArray& before, bool isSaved) const
+    {
+        if (isSaved)
+            return SettingsFile(path()).read()->values == payload(size, 1).values
+                ? ""
+                : "told as saved, but not there";
+        return contentOf(path()) == before ? "" : "told as failed, but the old file is another one";
+    }
 
     static void fillUpTo(quint64 freePages)
     {

@@ -1,7 +1,9 @@
+#include "tests/Support/FaultRow.h"
 #include "tests/Support/ObservedSuite.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QFileSystemWatcher>
 #include <QProcess>
 #include <QStandardPaths>
 #include <functional>
@@ -64,15 +66,24 @@ private Q_SLOTS:
             QVERIFY(QDir().rename(TestHome::configDirectory(), aside + u'~'));
             QVERIFY(QDir().rename(aside, TestHome::configDirectory()));
         });
+        row("link retargeted", [](const QString& path, const QByteArray& content) {
+            static int number = 0;
+            const QString target = TestHome::root() + QStringLiteral("/target%1.json").arg(++number);
+            write(target, content);
+            QVERIFY(QFile::link(target, path + u'~'));
+            QCOMPARE(
+                ::rename(QFile::encodeName(path + u'~').constData(), QFile::encodeName(path).constData()), 0);
+        });
         row("removed", [](const QString& path, const QByteArray&) { QVERIFY(QFile::remove(path)); });
     }
 
     void editsByHandAreSeen()
     {
         QFETCH(const Edit, edit);
+        FaultRow row("editors' ways of saving");
         QVERIFY(QDir().mkpath(TestHome::configDirectory()));
         Observed observed(m_suite);
-        for (int i = 1; i <= 10; ++i) {
+        for (int i = 1; i <= FaultRow::times(10, 100); ++i) {
             QVERIFY(observed.store->set("a", -i));
             QVERIFY(observed.settled() > 0);
             observed.notices = 0;
@@ -84,7 +95,30 @@ private Q_SLOTS:
             QTRY_COMPARE_WITH_TIMEOUT(
                 observed.store->number("a").value_or(0), double(isGone ? 0 : i), longestDelay);
             QVERIFY(timer.elapsed() < longestDelay);
+            row.add();
         }
+    }
+
+    void watchOnTheFileOnlyIsFoundOut()
+    {
+        // Proves that the check above can fail.
+        FaultRow row("editors' ways of saving");
+        QVERIFY(QDir().mkpath(TestHome::configDirectory()));
+        write(path(), textOf(0));
+        QFileSystemWatcher watcher({ path() });
+        QByteArray seen;
+        connect(&watcher, &QFileSystemWatcher::fileChanged, this, [&] {
+            QFile file(path());
+            if (file.open(QIODevice::ReadOnly))
+                seen = file.readAll();
+        });
+        bool isSeen = true;
+        for (int i = 1; i <= 3 && isSeen; ++i) {
+            replace(path(), textOf(i));
+            isSeen = QTest::qWaitFor([&] { return seen == textOf(i); }, longestDelay);
+        }
+        QVERIFY(!isSeen);
+        row.addFoundOut();
     }
 
     void linkedFileIsFollowed()
@@ -199,6 +233,7 @@ private Q_SLOTS:
     {
         if (QStandardPaths::findExecutable(QStringLiteral("git")).isEmpty())
             QSKIP("git is not installed");
+        FaultRow row("editors' ways of saving");
         const QString directory = TestHome::configDirectory();
         QVERIFY(QDir().mkpath(directory));
         const auto git = [&](const QStringList& arguments) {
@@ -218,11 +253,12 @@ private Q_SLOTS:
             QVERIFY(git({ QStringLiteral("tag"), QStringLiteral("v%1").arg(version) }));
         }
         Observed observed(m_suite);
-        for (int i = 0; i < 6; ++i) {
+        for (int i = 0; i < FaultRow::times(6, 100); ++i) {
             const int version = 1 + i % 2;
             QVERIFY(git(
                 { QStringLiteral("checkout"), QStringLiteral("-q"), QStringLiteral("v%1").arg(version) }));
             QTRY_COMPARE_WITH_TIMEOUT(observed.store->number("a"), double(version), longestDelay);
+            row.add();
         }
     }
 

@@ -1,4 +1,5 @@
 #include "Platform/Files/DirectoryWatch.h"
+#include "tests/Support/FaultRow.h"
 #include "tests/Support/HelperProcess.h"
 #include "tests/Support/KernelResources.h"
 #include "tests/Support/Programs.h"
@@ -63,6 +64,7 @@ private Q_SLOTS:
 
     void withoutDescriptorsInstancesOrWatchesTheDirectoryIsLookedAt()
     {
+        FaultRow row("watches used up, clock set");
         // All kinds of shortage are tested at once, because each test waits for several polls.
         std::map<const char*, std::unique_ptr<HelperProcess>> helpers;
         bool isSupported = true;
@@ -79,9 +81,11 @@ private Q_SLOTS:
             QVERIFY2(first == "polled", kind);
             helpers[kind] = std::move(helper);
         }
-        const auto expect = [&helpers](const QByteArray& line) {
-            for (const auto& [kind, helper] : helpers)
+        const auto expect = [&helpers, &row](const QByteArray& line) {
+            for (const auto& [kind, helper] : helpers) {
                 QVERIFY2(helper->line(5000) == line, kind);
+                row.add();
+            }
         };
         // Each poll reports a possible change of anything.
         expect("told");

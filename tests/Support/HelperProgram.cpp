@@ -14,6 +14,10 @@
 //   keys SUITE WRITER KEYS TIMES
 //                              stores 1, 2, 3 … under "WRITER.0" to "WRITER.<KEYS - 1>" in turn, prints each number when it
 //                              is stored; ends with 2 if a key lacks the writer's last value, with 3 if a save fails
+//   random SUITE SEED TIMES    stores and removes 20 keys at random, then "done"; for each line read: stores the values that are
+//                              there, then "equal"
+//   observe SUITE              "ready", then "a NUMBER" at each notice; for each line read: stores a number that is one more
+//                              under "a", then "stored"
 //   read SUITE                 for each line read: prints the number stored under "a"
 //   instance NAME [TOKEN]
 //                              "first", then "raise TOKEN" for each request; a second start prints "second" and asks the first
@@ -35,6 +39,7 @@
 #include "Platform/Processes/Workspace.h"
 #include "Platform/Signals/NotificationCentre.h"
 #include "Platform/Store/UserDefaults.h"
+#include "tests/Support/HelperVerbs.h"
 #include "tests/Support/SystemCallFilter.h"
 
 #include <QCoreApplication>
@@ -42,10 +47,8 @@
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QSocketNotifier>
 #include <QThread>
 #include <atomic>
-#include <cstdio>
 #include <fcntl.h>
 #include <functional>
 #include <sched.h>
@@ -56,31 +59,12 @@
 #include <vector>
 
 using namespace kestrum;
+using HelperVerbs::runUntilInputEnds;
+using HelperVerbs::say;
 
 namespace {
 
 constexpr int roundPatience = 2'000'000; // µs
-
-void say(const QByteArray& line)
-{
-    std::fputs(line.constData(), stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
-}
-
-// Calls `onLine` for each piece of standard input, until the input ends.
-int runUntilInputEnds(const std::function<void()>& onLine = {})
-{
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QObject::connect(&input, &QSocketNotifier::activated, &input, [&onLine] {
-        char buffer[256];
-        if (::read(STDIN_FILENO, buffer, sizeof buffer) <= 0)
-            QCoreApplication::quit();
-        else if (onLine)
-            onLine();
-    });
-    return QCoreApplication::exec();
-}
 
 int listen(const QStringList& names)
 {
@@ -212,31 +196,6 @@ int store(const QString& suite, int pause)
     return 0;
 }
 
-int storeKeys(const QString& suite, const QByteArray& writer, int keys, int times)
-{
-    const auto defaults = UserDefaults::withSuiteName(suite);
-    for (int i = 1; i <= times; ++i) {
-        const std::string key = (writer + '.' + QByteArray::number(i % keys)).toStdString();
-        const double before = defaults->number(key).value_or(0);
-        if (i > keys && before != i - keys) {
-            std::fprintf(stderr, "%s: %g instead of %d\n", key.c_str(), before, i - keys);
-            return 2;
-        }
-        if (!defaults->set(key, i)) {
-            std::fprintf(stderr, "%s\n", qUtf8Printable(defaults->lastError()));
-            return 3;
-        }
-        say(QByteArray::number(i));
-    }
-    return 0;
-}
-
-int read(const QString& suite)
-{
-    const auto defaults = UserDefaults::withSuiteName(suite);
-    return runUntilInputEnds([&defaults] { say(QByteArray::number(defaults->number("a").value_or(0))); });
-}
-
 bool writeFile(const char* path, const QByteArray& text)
 {
     QFile file(QString::fromLatin1(path));
@@ -339,16 +298,6 @@ int workspace(const QString& bundle, const QStringList& pids)
 
 } // namespace
 
-// Replaces the C library's function in this program. KESTRUM_TEST_SLOW_FLUSH is the delay of each flush in µs: tests save to
-// memory, where a flush takes no time and writers never wait long for the lock.
-extern "C" int fsync(int file)
-{
-    static const int delay = qEnvironmentVariableIntValue("KESTRUM_TEST_SLOW_FLUSH");
-    if (delay > 0)
-        ::usleep(useconds_t(delay));
-    return int(::syscall(SYS_fsync, file));
-}
-
 int main(int argc, char** argv)
 {
     const QCoreApplication application(argc, argv);
@@ -375,10 +324,15 @@ int main(int argc, char** argv)
     if (verb == QLatin1String("store"))
         return store(arguments.value(1), arguments.value(2).toInt());
     if (verb == QLatin1String("keys"))
-        return storeKeys(arguments.value(1), arguments.value(2).toUtf8(), arguments.value(3).toInt(),
-            arguments.value(4).toInt());
+        return HelperVerbs::storeKeys(arguments.value(1), arguments.value(2).toUtf8(),
+            arguments.value(3).toInt(), arguments.value(4).toInt());
+    if (verb == QLatin1String("random"))
+        return HelperVerbs::storeAtRandom(
+            arguments.value(1), arguments.value(2).toUInt(), arguments.value(3).toInt());
+    if (verb == QLatin1String("observe"))
+        return HelperVerbs::observe(arguments.value(1));
     if (verb == QLatin1String("read"))
-        return read(arguments.value(1));
+        return HelperVerbs::read(arguments.value(1));
     if (verb == QLatin1String("check"))
         return check(arguments.value(1), arguments.value(2));
     if (verb == QLatin1String("instance"))

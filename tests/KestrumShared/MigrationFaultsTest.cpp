@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a migration of settings leaves when one of its system calls fails, or when the process is killed at this call.
 
 #include "KestrumShared/Settings/Keys.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a change of the login item leaves when one of its system calls fails, or when the process is killed at this call.
 
 #include "Platform/LoginItem/LoginItemService.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/Support/FaultRow.h"
 #include "tests/Support/FileContent.h"
 #include "tests/Support/HelperProcess.h"

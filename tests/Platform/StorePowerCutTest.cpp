@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // What a reader finds after a power cut at any moment of one or two saves, in every state in which the disk may be.
 
 #include "Platform/Store/SettingsFile.h"
@@ -12,6 +13,7 @@
 #include <QCoreApplication>
 #include <QTest>
 #include <fcntl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 using namespace kestrum;
@@ -81,6 +83,29 @@ private Q_SLOTS:
 private:
     static constexpr char acknowledgement[] = "/saved";
     static constexpr int saves = 2;
+    static constexpr int unmodelled[] {
+        SYS_truncate,
+        SYS_ftruncate,
+        SYS_fallocate,
+        SYS_pwrite64,
+        SYS_writev,
+        SYS_pwritev,
+        SYS_linkat,
+        SYS_symlinkat,
+        SYS_fdatasync,
+        SYS_sync,
+        SYS_syncfs,
+        SYS_copy_file_range,
+        SYS_sendfile,
+#ifdef SYS_rename
+        SYS_rename,
+        SYS_unlink,
+        SYS_link,
+        SYS_symlink,
+        SYS_creat,
+        SYS_rmdir,
+#endif
+    };
 
     static QByteArray ofPages(qsizetype count)
     {
@@ -88,7 +113,10 @@ private:
     }
 
     /// A call that the trace shows: a save was reported as done.
-    static void acknowledge() { ::faccessat(AT_FDCWD, acknowledgement, F_OK, 0); }
+    static void acknowledge()
+    {
+        ::faccessat(AT_FDCWD, acknowledgement, F_OK, 0);
+    }
 
     static bool saveTwice(UserDefaults& store)
     {
@@ -123,6 +151,16 @@ private:
         const auto outcome = TracedSave::run(work);
         if (outcome.exitCode != 0)
             QTest::qFail("the save failed", __FILE__, __LINE__);
+        // The model must know every call that changes a disk.
+        const QByteArray root = QFile::encodeName(QFileInfo(TestHome::configDirectory()).path());
+        for (const TracedSave::Call& call : outcome.calls) {
+            const bool isUnknown = call.name == "unlinkat"
+                || std::any_of(std::begin(unmodelled), std::end(unmodelled),
+                    [&call](int number) { return call.name == QByteArray::number(number); });
+            if (isUnknown && (call.file.isEmpty() || call.file.startsWith(root)))
+                QTest::qFail(
+                    ("the model does not know the call " + call.name).constData(), __FILE__, __LINE__);
+        }
         return outcome.calls;
     }
 

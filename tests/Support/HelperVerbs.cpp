@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/Support/HelperVerbs.h"
 
 #include "Platform/Store/UserDefaults.h"

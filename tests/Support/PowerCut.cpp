@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 #include "tests/Support/PowerCut.h"
 
 namespace kestrum {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: MIT
 // These replace the C library's functions in the program that they are linked into. An environment variable switches each on.
 //   KESTRUM_TEST_SLOW_FLUSH    the delay of each flush in µs: tests save to memory, where a flush takes no time and writers never
 //                              wait long for the lock

@@ -1,12 +1,10 @@
 #include "tests/Support/HelperProcess.h"
 #include "tests/Support/OwnProcesses.h"
 #include "tests/Support/Programs.h"
+#include "tests/Support/RandomWrites.h"
 #include "tests/Support/SettingsWindow.h"
 #include "tests/Support/TestHome.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QRandomGenerator>
 #include <fstream>
 #include <unistd.h>
 
@@ -45,64 +43,6 @@ class WindowStormTest : public QObject {
         messages.append(message);
     }
 
-    /// Random lines "key [value]" for the writing process. The value is a valid value of the key, another value of the same type,
-    /// or a value of any type. A line without a value removes the key.
-    class RandomWrites {
-    public:
-        QByteArray line()
-        {
-            const QString key = keys()[m_random.bounded(keys().size())];
-            const QJsonArray values = this->values(key);
-            const int choice = m_random.bounded(int(values.size()) + 1);
-            if (choice == int(values.size()))
-                return key.toUtf8();
-            return key.toUtf8() + ' '
-                + QJsonDocument(QJsonArray { values[choice] }).toJson(QJsonDocument::Compact);
-        }
-
-        static const QStringList& keys()
-        {
-            static const QStringList all = [] {
-                QStringList names;
-                const auto add
-                    = [&names](const auto&... key) { (names.append(QLatin1StringView(key.name)), ...); };
-                std::apply(add, Keys::registered);
-                std::apply(add, Keys::unregistered);
-                return names;
-            }();
-            return all;
-        }
-
-    private:
-        static QJsonArray values(const QString& key)
-        {
-            QJsonArray values { true, false, 0, 2, 5.0, -1, 1e300, QString(), QStringLiteral("off"),
-                QStringLiteral("usage"), QStringLiteral("Off"), QStringLiteral("system"),
-                QStringLiteral("nonsense"), QStringLiteral("custom:srgb:0.2000,0.4000,0.9000"),
-                QStringLiteral("custom:srgb:x"), QJsonArray { 1, 2 }, QJsonValue(QJsonValue::Null) };
-            const auto add = [&values](std::initializer_list<const char*> texts) {
-                for (const char* text : texts)
-                    values.append(QLatin1StringView(text));
-            };
-            if (key == QLatin1StringView(Keys::settingsPane.name)) {
-                for (const auto& page : allCases<SettingsPage>())
-                    add({ page.rawValue });
-            } else if (key == QLatin1StringView(Keys::language.name))
-                add({ "en", "de", "ar", "ja" });
-            else if (key == QLatin1StringView(Keys::menuBarOrder.name))
-                add({ "cpu,memory,storage,sensors", "sensors,cpu", "cpu,cpu,nonsense" });
-            else if (key.endsWith(QLatin1String("Accent"))
-                || key == QLatin1StringView(Keys::accentChoice.name))
-                add({ "indigo", "amber", "teal", "custom" });
-            else
-                add({ "bars", "wave", "compact", "pill", "square", "icons", "letters", "temperature", "power",
-                    "hottest", "light", "dark", "opaque", "celsius", "fahrenheit", "9.9 (999999)" });
-            return values;
-        }
-
-        QRandomGenerator m_random { 20 };
-    };
-
 private Q_SLOTS:
     void initTestCase() { SettingsWindow::prepareProgram(); }
     void init() { SettingsWindow::prepare(); }
@@ -111,7 +51,7 @@ private Q_SLOTS:
     {
         SettingsWindow window;
         const QtMessageHandler usual = qInstallMessageHandler(keepMessage);
-        RandomWrites writes;
+        RandomWrites writes(20);
         // The writer rests for half of the time, so it can keep up.
         const QString rest = QString::number(1000 / writesPerSecond / 2);
         HelperProcess writer({ QStringLiteral("store"), SharedSettings::suiteName(), rest });

@@ -64,6 +64,14 @@ public:
     {
         return send(PanelContract::interface, method, arguments);
     }
+    /// Calls without waiting for the answer.
+    void tell(const char* method, const QVariantList& arguments)
+    {
+        QDBusMessage message = QDBusMessage::createMethodCall(PanelContract::service, PanelContract::path,
+            PanelContract::interface, QString::fromLatin1(method));
+        message.setArguments(arguments);
+        QDBusConnection(m_name).send(message);
+    }
     QVariant property(const char* name)
     {
         const QDBusMessage answer = send(QStringLiteral("org.freedesktop.DBus.Properties"), "Get",

@@ -7,8 +7,8 @@
 //   write SUITE PAGE ROUNDS right|wrong
 //                              for each round n: stores n, writes n to the file PAGE, posts, and waits for the check;
 //                              "wrong" posts before it stores. "wrote ROUNDS", then ends
-//   store SUITE MILLISECONDS   for each line read: "KEY" removes the key, "KEY [VALUE]" stores a JSON value; then waits that
-//                              long; "stored TIMES" at the end of its input
+//   store SUITE MILLISECONDS   for each line read: "KEY" removes the key, "KEY [VALUE]" stores a JSON value; "stored" or
+//                              "failed REASON"; then waits that long
 //   check SUITE PAGE           "ready"; at each delivery reads the suite: its number must be at least the one in PAGE.
 //                              "checked TIMES violations TIMES" at the end of its input
 //   keys SUITE WRITER KEYS TIMES
@@ -178,21 +178,18 @@ int check(const QString& suite, const QString& path)
 int store(const QString& suite, int pause)
 {
     const auto defaults = UserDefaults::withSuiteName(suite);
-    qint64 times = 0;
     QFile input;
     if (!defaults || !input.open(STDIN_FILENO, QIODevice::ReadOnly))
         return 1;
     for (QByteArray line = input.readLine(); !line.isEmpty(); line = input.readLine()) {
         const qsizetype blank = line.indexOf(' ');
-        const QByteArray key = line.left(blank < 0 ? line.size() : blank).trimmed();
-        if (blank < 0)
-            defaults->remove(key.toStdString());
-        else
-            defaults->set(key.toStdString(), QJsonDocument::fromJson(line.mid(blank)).array().first());
-        ++times;
+        const std::string key = line.left(blank < 0 ? line.size() : blank).trimmed().toStdString();
+        const bool isStored = blank < 0
+            ? defaults->remove(key)
+            : defaults->set(key, QJsonDocument::fromJson(line.mid(blank)).array().first());
+        say(isStored ? "stored" : "failed " + defaults->lastError().toUtf8());
         QThread::msleep(unsigned(pause));
     }
-    say("stored " + QByteArray::number(times));
     return 0;
 }
 

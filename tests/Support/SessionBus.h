@@ -20,6 +20,7 @@ public:
     /// False, with a warning, when the bus did not start.
     bool isUp() const { return m_isUp; }
     QString address() const { return m_address; }
+    qint64 processId() const { return m_daemon.processId(); }
 
 private:
     QString m_address;

@@ -20,6 +20,7 @@ public:
 
     /// False, with a warning, when the server did not start.
     bool isUp() const { return m_isUp; }
+    qint64 processId() const { return m_server.processId(); }
 
     /// Runs xdotool on this display with the words of `line` and then `more`, and returns its output.
     static QByteArray xdotool(const QByteArray& line, const QStringList& more = {});

@@ -1,0 +1,399 @@
+// SPDX-License-Identifier: MIT
+// A day in an hour: window, agent, popovers and a bridge stay open under a storm of writes, while everything around them is taken
+// away and given back at random. In the end all is right, and as small as at the beginning.
+
+#include "Kestrum/Window/SettingsPage.h"
+#include "KestrumShared/Settings/SharedSettings.h"
+#include "Platform/Store/SettingsFile.h"
+#include "tests/Support/DayTroubles.h"
+#include "tests/Support/DesktopFixture.h"
+#include "tests/Support/LogLines.h"
+#include "tests/Support/OwnAgents.h"
+#include "tests/Support/OwnLimits.h"
+#include "tests/Support/OwnProcesses.h"
+#include "tests/Support/ProcessUse.h"
+#include "tests/Support/StormWriter.h"
+#include "tests/Support/TestHome.h"
+
+#include <QElapsedTimer>
+#include <algorithm>
+#include <deque>
+
+using namespace kestrum;
+
+using Programs::patience;
+
+class DayEndToEndTest : public QObject {
+    Q_OBJECT
+
+public:
+    static inline bool s_hasOwnMounts = false;
+    static inline bool s_hasOwnLimits = false;
+
+    /// How long the storm lasts: KESTRUM_DAY_SECONDS, or else 6 s.
+    static int seconds()
+    {
+        const int wanted = qEnvironmentVariableIntValue("KESTRUM_DAY_SECONDS");
+        return wanted > 0 ? wanted : 6;
+    }
+
+private:
+    /// What programs store themselves, so that it is not what the writer was told.
+    static QStringList ownKeys()
+    {
+        return Keys::names(Keys::panelBridge, Keys::panelOffers, Keys::updatesAvailable,
+            Keys::updaterCanCheck, Keys::didUnregisterLegacyLoginItem, Keys::cpuAccent,
+            Keys::cpuFastCoreAccent, Keys::memoryAccent, Keys::storageAccent);
+    }
+    /// What has consequences as large as a program's end or start. They are among the troubles.
+    static QStringList largeKeys() { return Keys::names(Keys::agentEnabled, Keys::language); }
+
+    /// The time in ms until all must be right again.
+    static constexpr int recovery = Programs::areSanitized ? 2 * patience : 10'000;
+
+    void furnish()
+    {
+        m_desk->startDisplay();
+        m_desk->startBus();
+        m_desk->startAgent();
+        m_desk->startWindow();
+    }
+
+    /// Lets time pass, in which a bridge is used.
+    void live(int milliseconds)
+    {
+        QElapsedTimer time;
+        time.start();
+        while (time.elapsed() < milliseconds) {
+            for (const qint32 pid : { m_desk->agent(), m_desk->window() })
+                m_seen.insert(pid);
+            m_desk->tendBridge();
+            if (BridgeClient* bridge = m_desk->bridge())
+                use(*bridge);
+            QTest::qWait(100);
+        }
+    }
+
+    void use(BridgeClient& bridge)
+    {
+        const uint number = bridge.number;
+        const auto section = [&] {
+            return bridge.items.isEmpty() ? text("cpu")
+                                          : bridge.items[m_random.bounded(bridge.items.size())].id;
+        };
+        switch (m_random.bounded(6)) {
+        case 0:
+        case 1:
+            bridge.tell("OpenPopover", { number, section(), QVariantMap() });
+            break;
+        case 2:
+            bridge.tell("ClosePopover", { number });
+            break;
+        case 3:
+            bridge.tell("Key", { number, text("Tab") });
+            break;
+        default:
+            bridge.tell("Pointer",
+                { number, text("move"), double(m_random.bounded(260)), double(m_random.bounded(500)), 0.0 });
+        }
+    }
+
+    /// What is not right at present; empty if nothing.
+    QString fault() const
+    {
+        if (m_desk->agent() == 0)
+            return text("there is no agent, or several");
+        if (m_desk->window() == 0)
+            return text("there is no settings window, or several");
+        const BridgeClient* bridge = m_desk->bridge();
+        if (!bridge)
+            return text("the bridge is not attached");
+        if (bridge->itemMessages == 0 || bridge->itemMessages == m_itemMessagesBefore)
+            return text("the bridge is told nothing");
+        return {};
+    }
+
+    void recover(const QString& after)
+    {
+        m_itemMessagesBefore = m_desk->bridge() ? m_desk->bridge()->itemMessages : 0;
+        QElapsedTimer time;
+        time.start();
+        QString wrong;
+        while (!(wrong = fault()).isEmpty() && time.elapsed() < recovery)
+            live(100);
+        m_longestRecovery = std::max(m_longestRecovery, int(time.elapsed()));
+        QVERIFY2(wrong.isEmpty(), qPrintable(wrong + text(" after: ") + after));
+    }
+
+    /// All troubles come in turn, in an order of chance.
+    DayTrouble& next()
+    {
+        if (m_coming.empty()) {
+            for (DayTrouble& trouble : m_troubles)
+                m_coming.push_back(&trouble);
+            std::shuffle(m_coming.begin(), m_coming.end(), m_random);
+        }
+        DayTrouble& next = *m_coming.front();
+        m_coming.pop_front();
+        return next;
+    }
+
+    /// Takes one to three things away for a while.
+    void episode()
+    {
+        std::vector<DayTrouble*> taken;
+        const int wanted = m_random.bounded(1, 4);
+        QStringList names;
+        for (int i = 0; i < wanted; ++i) {
+            DayTrouble& trouble = next();
+            const bool isFree = std::none_of(
+                taken.begin(), taken.end(), [&](const DayTrouble* one) { return one->kind == trouble.kind; });
+            if (!isFree) {
+                m_coming.push_back(&trouble);
+                continue;
+            }
+            names.append(text(trouble.name));
+            trouble.take();
+            ++trouble.times;
+            taken.push_back(&trouble);
+            live(m_random.bounded(500));
+        }
+        live(m_random.bounded(200, seconds() > 60 ? 6000 : 1500));
+        for (DayTrouble* trouble : taken) {
+            trouble->give();
+            live(m_random.bounded(300));
+        }
+        ++m_episodes;
+        recover(names.join(text(", ")));
+        countLines(names.join(text(", ")));
+    }
+
+    void countLines(const QString& during)
+    {
+        for (const auto& [log, name] :
+            { std::pair(&*m_agentLog, "agent"), std::pair(&*m_windowLog, "window") }) {
+            const auto counts = log->takeNew();
+            for (auto count = counts.begin(); count != counts.end(); ++count) {
+                const QString kind = text(name) + text(": ") + count.key();
+                m_lines[kind] += *count;
+                // The window's log also has the lines of an agent that it starts.
+                const int allowed = count.key().contains(text("the items are shown by"))
+                    ? m_desk->attachments() - m_attachmentsBefore
+                    : int(m_seen.size()) - 1;
+                if (*count > std::max(allowed, 1))
+                    m_repeated.append(text("%1 x %2 (%3)").arg(*count).arg(kind, during));
+            }
+        }
+        m_seen.clear();
+        m_attachmentsBefore = m_desk->attachments();
+    }
+
+    /// Stops the storm. The file must say what was told, and everything must show it.
+    void rest()
+    {
+        m_writer->stop();
+        QVERIFY(m_writer->isAnswered());
+        const auto content = SettingsFile(SharedSettings::store().filePath()).read();
+        QVERIFY2(content, qPrintable(content.failureText()));
+        QCOMPARE(content->damage, QString());
+        const QString contradiction = m_writer->told().contradiction(content->values);
+        QVERIFY2(contradiction.isEmpty(), qPrintable(contradiction));
+
+        // The same state at each rest, so that what the programs need of the machine can be compared.
+        const int failed = m_writer->told().failed;
+        for (const QString& key : RandomWrites::allKeys()) {
+            if (!ownKeys().contains(key))
+                m_writer->write(key.toUtf8());
+        }
+        m_writer->write("settingsPane [\"general\"]");
+        QVERIFY(m_writer->isAnswered());
+        QCOMPARE(m_writer->told().failed, failed);
+        const auto shown = [&] {
+            QStringList ids;
+            if (const BridgeClient* bridge = m_desk->bridge()) {
+                for (const PanelItem& item : bridge->items)
+                    ids.append(item.id);
+            }
+            return ids;
+        };
+        QElapsedTimer time;
+        time.start();
+        while (shown() != words("storage sensors memory cpu") && time.elapsed() < recovery) {
+            m_desk->tendBridge();
+            QTest::qWait(50);
+        }
+        QCOMPARE(shown(), words("storage sensors memory cpu"));
+        BridgeClient& bridge = *m_desk->bridge();
+        (void)bridge.call("ClosePopover", { bridge.number });
+        for (const char* section : { "cpu", "memory", "storage", "sensors" }) {
+            const int before = bridge.popoverMessages;
+            QCOMPARE(
+                bridge.errorOf("OpenPopover", { bridge.number, text(section), QVariantMap() }), QString());
+            QTRY_VERIFY_WITH_TIMEOUT(bridge.popoverMessages > before, recovery);
+            QCOMPARE(bridge.popoverItem, text(section));
+            (void)bridge.call("ClosePopover", { bridge.number });
+        }
+        QTest::qWait(1500);
+    }
+
+    /// What the bridge shows, without the readings.
+    QStringList shownItems() const
+    {
+        QStringList items;
+        for (const PanelItem& item : m_desk->bridge()->items)
+            items.append(
+                text("%1 %2 %3x%4").arg(item.id).arg(item.width).arg(item.pixelWidth).arg(item.pixelHeight));
+        return items;
+    }
+
+    /// Pictures of all pages of the window.
+    QList<QImage> pages()
+    {
+        const QRect place(40, 40, 720, 600);
+        const QByteArray window = DesktopFixture::windowOf(m_desk->window());
+        VirtualDisplay::xdotool("windowactivate --sync " + window);
+        VirtualDisplay::xdotool("windowsize --sync " + window + " 720 600");
+        VirtualDisplay::xdotool("windowmove " + window + " 40 40");
+        QList<QImage> pictures;
+        for (const auto& page : allCases<SettingsPage>()) {
+            m_writer->write(RandomWrites::lineOf(text("settingsPane"), text(page.rawValue)));
+            (void)m_writer->isAnswered();
+            QTest::qWait(800); // until all animations have finished
+            const QString picture = TestHome::root() + text("/page.png");
+            (void)m_desk->save(picture);
+            pictures.append(QImage(picture).copy(place));
+        }
+        return pictures;
+    }
+
+    /// Programs that start now show the same as those that have lived through everything.
+    void compareWithFreshPrograms()
+    {
+        const QStringList items = shownItems();
+        const QList<QImage> pictures = pages();
+        m_desk->endPrograms();
+        m_desk->startAgent();
+        m_desk->startWindow();
+        recover(text("a fresh start"));
+        if (QTest::currentTestFailed())
+            return;
+        QTRY_COMPARE_WITH_TIMEOUT(shownItems(), items, recovery);
+        const QList<QImage> fresh = pages();
+        for (qsizetype i = 0; i < pictures.size(); ++i) {
+            if (pictures[i] == fresh[i] && !fresh[i].isNull())
+                continue;
+            const QString kept = qEnvironmentVariable("KESTRUM_BUILD") + text("/day-%1.png");
+            pictures[i].save(kept.arg(text("shown")));
+            fresh[i].save(kept.arg(text("expected")));
+            QFAIL(qPrintable(text("a page looks different, see ") + kept));
+        }
+    }
+
+    std::unique_ptr<DayDesk> m_desk;
+    std::unique_ptr<StoreMount> m_store;
+    std::unique_ptr<StormWriter> m_writer;
+    std::optional<LogLines> m_agentLog;
+    std::optional<LogLines> m_windowLog;
+    std::vector<DayTrouble> m_troubles;
+    std::deque<DayTrouble*> m_coming;
+    QRandomGenerator m_random;
+    int m_itemMessagesBefore = 0;
+    int m_episodes = 0;
+    int m_longestRecovery = 0;
+    QSet<qint32> m_seen; ///< processes of the programs since the last count of lines
+    int m_attachmentsBefore = 0;
+    QMap<QString, int> m_lines;
+    QStringList m_repeated;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        if (!s_hasOwnMounts)
+            QSKIP("the kernel gives this user no mount name space of their own");
+        skipAmongAgentsOfOthers();
+    }
+
+    void afterADayAllIsRightAndSmall()
+    {
+        const quint32 seed = qEnvironmentVariableIsSet("KESTRUM_DAY_SEED")
+            ? qEnvironmentVariable("KESTRUM_DAY_SEED").toUInt()
+            : QRandomGenerator::global()->generate();
+        qInfo("seed %u, %d s", seed, seconds());
+        m_random.seed(seed);
+        m_store = std::make_unique<StoreMount>();
+        QVERIFY(m_store->isUp());
+        m_desk = std::make_unique<DayDesk>();
+        m_agentLog.emplace(m_desk->agentLog());
+        m_windowLog.emplace(m_desk->windowLog());
+        m_writer = std::make_unique<StormWriter>(seed, ownKeys() + largeKeys());
+        m_troubles = dayTroubles(*m_desk, *m_writer, *m_store, s_hasOwnLimits);
+        furnish();
+        recover(text("the start"));
+        if (QTest::currentTestFailed())
+            return;
+
+        const auto storm = [&](int milliseconds) {
+            QElapsedTimer time;
+            time.start();
+            m_writer->start();
+            while (time.elapsed() < milliseconds && !QTest::currentTestFailed()) {
+                live(300);
+                episode();
+            }
+            if (!QTest::currentTestFailed())
+                rest();
+        };
+        storm(seconds() * 100);
+        const ProcessUse agentBefore(m_desk->agent());
+        const ProcessUse windowBefore(m_desk->window());
+        if (!QTest::currentTestFailed())
+            storm(seconds() * 900);
+        const ProcessUse agentAfter(m_desk->agent());
+        const ProcessUse windowAfter(m_desk->window());
+        countLines(text("the end"));
+        if (!QTest::currentTestFailed())
+            compareWithFreshPrograms();
+
+        for (const DayTrouble& trouble : m_troubles)
+            qInfo("%3d x %s", trouble.times, trouble.name);
+        qInfo("%d episodes; all was right again after %d ms at most", m_episodes, m_longestRecovery);
+        qInfo("%d writes acknowledged, %d refused", m_writer->told().stored, m_writer->told().failed);
+        for (auto failure = m_writer->failures().begin(); failure != m_writer->failures().end(); ++failure)
+            qInfo("  %d x %s", *failure, qPrintable(failure.key()));
+        for (const ProcessUse& use : { agentBefore, agentAfter, windowBefore, windowAfter })
+            qInfo("%s", qPrintable(use.told()));
+        for (auto line = m_lines.begin(); line != m_lines.end(); ++line)
+            qInfo("%4d x %s", *line, qPrintable(line.key()));
+        QVERIFY2(m_repeated.isEmpty(), qPrintable(m_repeated.join(u'\n')));
+        if (QTest::currentTestFailed())
+            return;
+        QVERIFY2(agentAfter.isLike(agentBefore), qPrintable(agentAfter.told()));
+        QVERIFY2(windowAfter.isLike(windowBefore), qPrintable(windowAfter.told()));
+    }
+
+    void cleanupTestCase()
+    {
+        m_writer.reset();
+        m_desk.reset();
+        m_store.reset();
+    }
+};
+
+KESTRUM_TEST_MAIN_OF(DayEndToEndTest)(int argc, char** argv)
+{
+    // Limits of inotify that no process outside feels.
+    DayEndToEndTest::s_hasOwnLimits = OwnLimits::enter();
+    const auto mounts = [] { return QFile::symLinkTarget(text("/proc/self/ns/mnt")); };
+    const QString everybodys = mounts();
+    if (const auto code = OwnProcesses::enter())
+        return *code;
+    DayEndToEndTest::s_hasOwnMounts = mounts() != everybodys;
+    if (!qEnvironmentVariableIsSet("QTEST_FUNCTION_TIMEOUT"))
+        qputenv("QTEST_FUNCTION_TIMEOUT", QByteArray::number(300'000 + 3000 * DayEndToEndTest::seconds()));
+    const TestHome home;
+    QCoreApplication application(argc, argv);
+    DayEndToEndTest test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "DayEndToEndTest.moc"

@@ -39,19 +39,35 @@ Result<FileDescriptor> makePrivate(int parent, const QByteArray& name)
     return openPrivate(parent, name);
 }
 
+// $XDG_RUNTIME_DIR as the process found it. Never destroyed, as `shared`.
+const QString& sessionRoot()
+{
+    static const auto* const root = new QString(QFile::decodeName(qgetenv("XDG_RUNTIME_DIR")));
+    return *root;
+}
+
+QString pathIn(const QString& root)
+{
+    return root + QLatin1Char('/') + QLatin1StringView(ownName);
+}
+
 } // namespace
 
 const Result<RuntimeDirectory>& RuntimeDirectory::shared()
 {
     // Never destroyed, because signals may be posted while other static objects of the process are destroyed.
-    static const auto* const directory
-        = new Result<RuntimeDirectory>(open(QFile::decodeName(qgetenv("XDG_RUNTIME_DIR"))));
+    static const auto* const directory = new Result<RuntimeDirectory>(open(sessionRoot()));
     return *directory;
 }
 
 Result<RuntimeDirectory> RuntimeDirectory::reopen()
 {
-    return shared() ? open(shared()->rootPath()) : shared().failure();
+    return open(sessionRoot());
+}
+
+QString RuntimeDirectory::expectedPath()
+{
+    return QDir::isAbsolutePath(sessionRoot()) ? pathIn(QDir::cleanPath(sessionRoot())) : QString();
 }
 
 Result<RuntimeDirectory> RuntimeDirectory::open(const QString& root)
@@ -77,7 +93,7 @@ Result<RuntimeDirectory> RuntimeDirectory::open(const QString& root)
 
 QString RuntimeDirectory::path() const
 {
-    return m_rootPath + QLatin1Char('/') + QLatin1StringView(ownName);
+    return pathIn(m_rootPath);
 }
 
 Result<FileDescriptor> RuntimeDirectory::openSubdirectory(const char* name) const

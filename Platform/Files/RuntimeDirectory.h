@@ -17,8 +17,12 @@ public:
     /// The process's runtime directory, opened on first use.
     static const Result<RuntimeDirectory>& shared();
 
-    /// Opens the process's runtime directory again, because the directory that `shared` opened may have been moved or removed.
+    /// Opens the process's runtime directory again, because the directory that `shared` opened may have been moved or removed, or
+    /// could not be opened at that time.
     static Result<RuntimeDirectory> reopen();
+
+    /// Where the process's runtime directory is, if it can be opened. Empty if $XDG_RUNTIME_DIR was no absolute path.
+    static QString expectedPath();
 
     /// Opens "kestrum" below `root` and creates it if needed, with mode 0700. The text of a failure is safe for one log line.
     static Result<RuntimeDirectory> open(const QString& root);

@@ -89,9 +89,8 @@ public:
         auto opened = RuntimeDirectory::reopen();
         if (!opened)
             return opened.failure();
-        if (!opened->openSubdirectory(signalsName))
-            return Failure::withReason(QStringLiteral("%1/%2 is not a directory of ours alone")
-                                           .arg(Log::escaped(opened->path()), QLatin1String(signalsName)));
+        if (const auto made = opened->openSubdirectory(signalsName); !made)
+            return made.failure().about(Log::escaped(opened->path()) + u'/' + QLatin1String(signalsName));
         const auto root = std::make_shared<const RuntimeDirectory>(std::move(*opened));
         m_root.store(root);
         return root;
@@ -155,7 +154,7 @@ public:
         }
     }
 
-    // Whether there are registrations but no watch, because the directory could not be opened. Thread-safe.
+    // Whether there are registrations but the directory could not be opened yet. Thread-safe.
     bool isUnwatched() const { return m_isUnwatched; }
 
     // The token of the newest registration. A registration that is made after a post does not receive the post. Thread-safe.
@@ -178,15 +177,15 @@ private:
             handler; // shared, so that a running handler survives the removal of its own registration
     };
 
+    // A directory that cannot be opened yet is watched all the same: its first change may be that it can be opened.
     void startWatch()
     {
-        const auto root = signalWriter().openOrWarn();
-        m_isUnwatched = !root;
-        if (!root)
-            return;
-        m_watch
-            = std::make_unique<DirectoryWatch>(root->path() + QLatin1Char('/') + QLatin1String(signalsName),
+        const bool isOpen = signalWriter().openOrWarn() != nullptr;
+        const QString path = RuntimeDirectory::expectedPath();
+        if (!m_watch && !path.isEmpty())
+            m_watch = std::make_unique<DirectoryWatch>(path + QLatin1Char('/') + QLatin1String(signalsName),
                 DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { handleChange(entry); });
+        m_isUnwatched = !isOpen || !m_watch;
         // Posts before the start of the watch count as seen.
         for (auto& [token, registration] : m_registrations)
             registration.lastSeen = signalWriter().lastPost(pathBelowRoot + registration.fileName);
@@ -194,6 +193,10 @@ private:
 
     void handleChange(const QByteArray& entry)
     {
+        if (m_isUnwatched) {
+            startWatch();
+            return;
+        }
         QByteArrayList names { entry };
         names += m_watch->takePending();
         const bool isAnything = names.contains(QByteArray());

@@ -1,3 +1,4 @@
+#include "tests/Support/HelperProcess.h"
 #include "tests/Support/SignalRecorder.h"
 
 #include <QCoreApplication>
@@ -79,6 +80,27 @@ private Q_SLOTS:
     {
         QVERIFY(QDir(TestHome::runtimeDirectory())
                     .isEmpty(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot));
+    }
+
+    // The last test: from here on the directory is private.
+    void onceTheDirectoryIsPrivateOtherProgramsAreHeard()
+    {
+        const Ear ear(QStringLiteral("x"));
+        ::chmod(qgetenv("XDG_RUNTIME_DIR").constData(), 0700);
+        // What was posted before the directory could be used is not told from what is old.
+        const auto isHeard = [&ear] {
+            HelperProcess other({ QStringLiteral("post"), QStringLiteral("x"), QStringLiteral("1") });
+            return other.finish() == 0 && ear.settled() > 0;
+        };
+        QTRY_VERIFY(isHeard());
+    }
+
+    void onceTheDirectoryIsPrivatePostsReachOtherPrograms()
+    {
+        HelperProcess other({ QStringLiteral("listen"), QStringLiteral("y") });
+        QCOMPARE(other.line(), QByteArray("ready"));
+        QCOMPARE(NotificationCentre::post(QStringLiteral("y")), QString());
+        QCOMPARE(other.line(), QByteArray("heard y"));
     }
 };
 

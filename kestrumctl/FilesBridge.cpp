@@ -82,8 +82,7 @@ void FilesBridge::start()
             return;
         }
         QDBusConnection bus(filesConnection);
-        bus.connect(QString(), QString(), QStringLiteral("org.freedesktop.DBus.Local"),
-            QStringLiteral("Disconnected"), this, SLOT(busLost()));
+        DesktopBus::followLoss(filesConnection, this, SLOT(busLost()));
         // The sender is left empty, because the toolkit would wait for the bus to tell the owner of a name.
         bus.connect(QString(), busObject, busName, QStringLiteral("NameOwnerChanged"),
             { PanelContract::service }, QString(), this, SLOT(ownerChanged(QString, QString, QString)));

@@ -19,8 +19,6 @@ namespace kestrum {
 
 namespace {
 
-using namespace std::chrono_literals;
-
 constexpr QLatin1StringView panelConnection("kestrum-panel");
 constexpr QLatin1StringView busService("org.freedesktop.DBus");
 constexpr QLatin1StringView busPath("/org/freedesktop/DBus");
@@ -29,10 +27,6 @@ constexpr std::chrono::seconds requestPatience { 1 };
 /// The bus's words for a request of a name: do not wait for it; and: it is ours.
 constexpr uint doNotQueue = 4;
 constexpr uint isPrimaryOwner = 1;
-
-/// A bus that is gone is seldom back soon, since the session goes with it. Each time, the wait is twice as long.
-constexpr auto firstWait = 1s;
-constexpr auto longestWait = 5min;
 constexpr int noLimit = std::numeric_limits<int>::max();
 
 /// The name that a bridge gives its host, as it is told to others and logged.
@@ -64,9 +58,7 @@ PanelService::PanelService(PanelStrip& strip, PopoverController& popovers, QMenu
     PanelContract::registerTypes();
     new Panel1Adaptor(this);
     connect(&m_strip, &PanelStrip::redrawn, this, &PanelService::sendItems);
-    m_nextStart.setSingleShot(true);
-    m_nextStart.setInterval(firstWait);
-    connect(&m_nextStart, &QTimer::timeout, this, &PanelService::start);
+    connect(&m_return, &BusReturn::expected, this, &PanelService::start);
     m_requestWait.setSingleShot(true);
     m_requestWait.setInterval(requestPatience);
     connect(&m_requestWait, &QTimer::timeout, this, [this] { Choose(m_requested, {}, {}); });
@@ -102,9 +94,7 @@ void PanelService::busLost()
     while (isUsed())
         drop(m_bridges.begin()->first);
     Q_EMIT settled(false);
-    m_nextStart.start();
-    m_nextStart.setInterval(
-        std::min<std::chrono::milliseconds>(2 * m_nextStart.intervalAsDuration(), longestWait));
+    m_return.wait();
 }
 
 /// Asks for the name only when the object is there: whoever sees the name may call at once.
@@ -112,14 +102,14 @@ void PanelService::requestName()
 {
     QDBusConnection bus(panelConnection);
     bus.registerObject(PanelContract::path, this, QDBusConnection::ExportAdaptors);
-    bus.connect(QString(), QString(), QStringLiteral("org.freedesktop.DBus.Local"),
-        QStringLiteral("Disconnected"), this, SLOT(busLost()));
+    DesktopBus::followLoss(panelConnection, this, SLOT(busLost()));
     QDBusMessage request
         = QDBusMessage::createMethodCall(busService, busPath, busService, QStringLiteral("RequestName"));
     request << QString(PanelContract::service) << doNotQueue;
     DesktopBus::call(panelConnection, request, this, [this](const QDBusPendingReply<uint>& reply) {
         const bool isOurs = !reply.isError() && reply.value() == isPrimaryOwner;
-        m_nextStart.setInterval(firstWait);
+        if (!reply.isError())
+            m_return.stop();
         if (reply.isError())
             Log::warning("agent",
                 QStringLiteral("the session bus does not give the agent its name: %1")

@@ -3,6 +3,7 @@
 
 #include "KestrumShared/Agent/PanelContract.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
+#include "Platform/Desktop/BusReturn.h"
 
 #include <QDBusContext>
 #include <QObject>
@@ -41,7 +42,7 @@ public:
     ~PanelService() override;
 
     /// Joins the session bus, on another thread. Emits `settled` when the agent can be found there, or cannot be. Where the bus
-    /// is missing or goes, it is looked for again from time to time.
+    /// is missing or goes, it is joined when it is there again.
     void start();
 
     /// Whether a bridge shows the items.
@@ -115,7 +116,7 @@ private:
     QString m_requested; ///< the action that a bridge is to choose
     QTimer m_requestWait;
     QString m_ownWay = PanelContract::nothing;
-    QTimer m_nextStart;
+    BusReturn m_return;
 };
 
 } // namespace kestrum

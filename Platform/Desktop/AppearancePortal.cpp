@@ -4,6 +4,7 @@
 #include "Platform/Desktop/DesktopBus.h"
 
 #include <QDBusArgument>
+#include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusPendingReply>
 #include <QDBusVariant>
@@ -77,18 +78,40 @@ std::optional<QColor> accentOf(const QVariant& value)
 
 } // namespace
 
+AppearancePortal::AppearancePortal(QObject* parent)
+    : QObject(parent)
+{
+    connect(&m_return, &BusReturn::expected, this, &AppearancePortal::join);
+}
+
 void AppearancePortal::start(const QString& address)
 {
-    if (address.isEmpty())
-        return;
-    DesktopBus::join(address, portalConnection, this, [this](bool isJoined) {
+    m_address = address;
+    if (!m_address.isEmpty())
+        join();
+}
+
+void AppearancePortal::join()
+{
+    DesktopBus::join(m_address, portalConnection, this, [this](bool isJoined) {
         if (isJoined)
             follow();
+        else if (m_wasJoined)
+            busLost();
     });
+}
+
+void AppearancePortal::busLost()
+{
+    QDBusConnection::disconnectFromBus(portalConnection);
+    m_return.wait();
 }
 
 void AppearancePortal::follow()
 {
+    m_wasJoined = true;
+    m_return.stop();
+    DesktopBus::followLoss(portalConnection, this, SLOT(busLost()));
     // The service name is left empty: with a name, Qt would block until the bus reports the owner of the service. A
     // forged signal can change only colours and motion.
     DesktopBus::follow(portalConnection, { {}, portalPath, portalInterface },

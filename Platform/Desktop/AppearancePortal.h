@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Desktop/BusReturn.h"
 #include "Platform/Desktop/SystemAppearance.h"
 
 #include <QColor>
@@ -18,9 +19,10 @@ namespace kestrum {
 class AppearancePortal : public QObject {
     Q_OBJECT
 public:
-    using QObject::QObject;
+    explicit AppearancePortal(QObject* parent = nullptr);
 
-    /// Joins the bus at `address`, asks for the settings and follows their changes. Does nothing when `address` is empty.
+    /// Joins the bus at `address`, asks for the settings and follows their changes. Does nothing when `address` is empty. A joined
+    /// bus that goes is joined again when it is back; until then all is as it was told last.
     void start(const QString& address);
 
     /// `scheme` and `accent` return nothing until the portal answers, and if the desktop has no preference.
@@ -34,12 +36,17 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    void busLost();
 
 private:
+    void join();
     void follow();
     void ask(QLatin1StringView group, QLatin1StringView key);
     void adopt(const QString& key, const QVariant& value);
 
+    QString m_address;
+    BusReturn m_return;
+    bool m_wasJoined = false;
     std::optional<ColourScheme> m_scheme;
     std::optional<QColor> m_accent;
     std::optional<bool> m_reducesMotion;

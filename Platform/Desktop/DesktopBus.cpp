@@ -38,10 +38,13 @@ QString runningOf(const QString& named)
     return running.join(u';');
 }
 
+constexpr char directoryVariable[] = "XDG_RUNTIME_DIR";
+constexpr QLatin1StringView usualSocket("/bus");
+
 /// The address of the bus's usual socket in the private runtime directory; empty if this user owns no such socket.
 QString socketAddress()
 {
-    const auto directory = RuntimeDirectory::open(qEnvironmentVariable("XDG_RUNTIME_DIR"));
+    const auto directory = RuntimeDirectory::open(qEnvironmentVariable(directoryVariable));
     struct stat info { };
     if (!directory || ::fstatat(directory->rootDescriptor(), "bus", &info, AT_SYMLINK_NOFOLLOW) != 0
         || !S_ISSOCK(info.st_mode) || info.st_uid != ::geteuid())
@@ -49,7 +52,7 @@ QString socketAddress()
     // The path in a bus address is percent-encoded.
     return QStringLiteral("unix:path=")
         + QString::fromLatin1(
-            QFile::encodeName(directory->rootPath() + QStringLiteral("/bus")).toPercentEncoding("/", "~"));
+            QFile::encodeName(directory->rootPath() + usualSocket).toPercentEncoding("/", "~"));
 }
 
 } // namespace
@@ -59,6 +62,23 @@ QString DesktopBus::address()
     // "No bus" may be out of date: a bus may have started since this process or its parent set the variable.
     const QString named = qEnvironmentVariable(addressVariable);
     return named.isEmpty() || named == noBus ? socketAddress() : runningOf(named);
+}
+
+QString DesktopBus::socketFile()
+{
+    const QString named = qEnvironmentVariable(addressVariable);
+    if (named.isEmpty() || named == noBus) {
+        const QString directory = qEnvironmentVariable(directoryVariable);
+        return directory.isEmpty() ? QString() : directory + usualSocket;
+    }
+    constexpr QLatin1StringView path("unix:path=");
+    const QStringList addresses = runningOf(named).split(u';');
+    for (const QString& address : addresses) {
+        if (address.startsWith(path))
+            return QFile::decodeName(
+                QByteArray::fromPercentEncoding(address.mid(path.size()).section(u',', 0, 0).toUtf8()));
+    }
+    return {};
 }
 
 void DesktopBus::nameToToolkit()
@@ -82,6 +102,13 @@ void DesktopBus::join(
             if (QCoreApplication* application = QCoreApplication::instance())
                 QMetaObject::invokeMethod(application, tell, Qt::QueuedConnection);
         });
+}
+
+void DesktopBus::followLoss(const QString& connection, QObject* receiver, const char* slot)
+{
+    QDBusConnection(connection)
+        .connect(QString(), QString(), QStringLiteral("org.freedesktop.DBus.Local"),
+            QStringLiteral("Disconnected"), receiver, slot);
 }
 
 void DesktopBus::leave(const QString& connection, const QObject& user)

@@ -18,6 +18,9 @@ namespace DesktopBus {
 /// other users may enter is not used.
 QString address();
 
+/// Returns the path of the socket at which the bus is or would be, whether or not it is there. Empty if the bus has no such path.
+QString socketFile();
+
 /// Sets the environment variable for the bus to `address`, or to a value that means "no bus". Otherwise the toolkit or a
 /// started program would start a bus and leave it running. Call this before the application object is created.
 void nameToToolkit();
@@ -26,6 +29,11 @@ void nameToToolkit();
 /// `QDBusConnection`. Then `joined` is called on the main thread: with true on success, else with false. `joined` is not
 /// called if `context` has been destroyed by then.
 void join(const QString& address, const QString& name, QObject* context, std::function<void(bool)> joined);
+
+/// Has the bus library call a slot of `receiver` when the bus of the joined connection is gone. `slot` is the result of SLOT().
+/// The receiver then calls `QDBusConnection::disconnectFromBus`: else the lost connection would be taken for the next one, by its
+/// name.
+void followLoss(const QString& connection, QObject* receiver, const char* slot);
 
 /// Leaves the bus when `user` is gone. Call this in the destructor of the object that follows signals by the connection: the
 /// toolkit waits for the connection's thread when such an object goes, and would wait for a connection that is gone.

@@ -22,17 +22,12 @@ constexpr QLatin1StringView listPath("/StatusNotifierWatcher");
 
 StatusIcons::StatusIcons(QObject* parent)
     : QObject(parent)
+    , m_address(DesktopBus::address())
 {
-    const QString address = DesktopBus::address();
-    m_isKnown = address.isEmpty();
-    if (m_isKnown)
-        return;
-    DesktopBus::join(address, iconsConnection, this, [this](bool isJoined) {
-        if (isJoined)
-            follow();
-        else
-            adopt(false);
-    });
+    connect(&m_return, &BusReturn::expected, this, &StatusIcons::join);
+    m_isKnown = m_address.isEmpty();
+    if (!m_isKnown)
+        join();
 }
 
 StatusIcons::~StatusIcons()
@@ -40,8 +35,27 @@ StatusIcons::~StatusIcons()
     DesktopBus::leave(iconsConnection, *this);
 }
 
+void StatusIcons::join()
+{
+    DesktopBus::join(m_address, iconsConnection, this, [this](bool isJoined) {
+        if (isJoined)
+            follow();
+        else
+            busLost();
+    });
+}
+
+void StatusIcons::busLost()
+{
+    QDBusConnection::disconnectFromBus(iconsConnection);
+    adopt(false);
+    m_return.wait();
+}
+
 void StatusIcons::follow()
 {
+    m_return.stop();
+    DesktopBus::followLoss(iconsConnection, this, SLOT(busLost()));
     QDBusConnection bus(iconsConnection);
     // The service name is left empty: with a name, Qt would block until the bus reports the owner of the service. A
     // forged signal is harmless, because each signal only leads to another call of `ask`.

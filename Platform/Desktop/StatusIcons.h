@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Desktop/BusReturn.h"
+
 #include <QObject>
+#include <QString>
 
 namespace kestrum {
 
@@ -10,7 +13,8 @@ namespace kestrum {
 class StatusIcons final : public QObject {
     Q_OBJECT
 public:
-    /// Asks whether a panel shows status icons, and follows changes. Without a bus, none does.
+    /// Asks whether a panel shows status icons, and follows changes. Without a bus, none does. If the bus goes, it is joined again
+    /// when it is back.
     explicit StatusIcons(QObject* parent = nullptr);
     ~StatusIcons() override;
 
@@ -29,12 +33,16 @@ Q_SIGNALS:
 
 private Q_SLOTS:
     void ask();
+    void busLost();
     void heardPanelSetting(const QString& channel, const QString& property);
 
 private:
+    void join();
     void follow();
     void adopt(bool areShown);
 
+    const QString m_address;
+    BusReturn m_return;
     bool m_isKnown = false;
     bool m_areShown = false;
 };

@@ -138,6 +138,14 @@ private:
         return next;
     }
 
+    /// How long something is away, in ms. On a long day some absences are long.
+    int absence()
+    {
+        if (seconds() > 100 && m_random.bounded(8) == 0)
+            return m_random.bounded(10'000, 40'000);
+        return m_random.bounded(200, seconds() > 100 ? 5000 : 1000);
+    }
+
     /// Takes one to three things away for a while.
     void episode()
     {
@@ -158,7 +166,7 @@ private:
             taken.push_back(&trouble);
             live(m_random.bounded(500));
         }
-        live(m_random.bounded(200, seconds() > 60 ? 6000 : 1500));
+        live(absence());
         for (DayTrouble* trouble : taken) {
             trouble->give();
             live(m_random.bounded(300));

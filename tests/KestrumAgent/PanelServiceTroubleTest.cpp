@@ -2,8 +2,10 @@
 
 #include "tests/Support/BridgeRubbish.h"
 #include "tests/Support/PanelServiceFixture.h"
+#include "tests/Support/Programs.h"
 #include "tests/Support/TestHome.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QXmlStreamReader>
 
@@ -189,6 +191,19 @@ private Q_SLOTS:
         startBus();
         QTRY_VERIFY_WITH_TIMEOUT(!settled.isEmpty() && settled.last()[0].toBool(), patience);
         QCOMPARE(bridge()->items.size(), 4);
+    }
+
+    void aBusThatWasAwayIsJoinedAsSoonAsItIsBack()
+    {
+        QSignalSpy settled(m_service.get(), &PanelService::settled);
+        m_bus.reset();
+        // It is looked for at growing intervals. Shortly after the second look, the third one is far away.
+        QTRY_COMPARE_WITH_TIMEOUT(settled.size(), 3, patience);
+        QElapsedTimer time;
+        time.start();
+        startBus();
+        QTRY_VERIFY_WITH_TIMEOUT(settled.last()[0].toBool(), patience);
+        QVERIFY2(time.elapsed() < Programs::withinASecond, qPrintable(QString::number(time.elapsed())));
     }
 
     void aBusThatComesLateIsJoined()

@@ -56,6 +56,24 @@ private Q_SLOTS:
         QCOMPARE(appearance.accent()->rgb(), QColor::fromRgbF(0.1F, 0.2F, 0.9F).rgb());
     }
 
+    void aBusThatGoesIsFollowedAgainWhenItIsBack()
+    {
+        SystemAppearance& appearance = SystemAppearance::shared();
+        auto bus = std::make_unique<SessionBus>();
+        {
+            PortalProcess portal;
+            QVERIFY(portal.change("scheme 1"));
+            QTRY_COMPARE_WITH_TIMEOUT(appearance.scheme(), ColourScheme::dark, limit);
+        }
+        bus.reset();
+        QTest::qWait(200);
+        QCOMPARE(appearance.scheme(), ColourScheme::dark);
+        bus = std::make_unique<SessionBus>();
+        PortalProcess portal;
+        QVERIFY(portal.change("scheme 2"));
+        QTRY_COMPARE_WITH_TIMEOUT(appearance.scheme(), ColourScheme::light, limit);
+    }
+
     void aSignalThatCannotBeFollowedIsSaid()
     {
         const SessionBus bus;

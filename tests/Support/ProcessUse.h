@@ -14,6 +14,7 @@ struct ProcessUse {
     qint32 pid = 0;
     double proportional = 0; ///< MiB of memory; what several processes share is divided among them
     double own = 0;          ///< MiB of memory that it shares with nobody
+    double allocated = 0;    ///< MiB of memory that comes from no file
     int descriptors = 0;
     int watches = 0; ///< of inotify
 
@@ -30,6 +31,8 @@ struct ProcessUse {
                 proportional = mebibytes;
             else if (line.startsWith("Private_"))
                 own += mebibytes;
+            else if (line.startsWith("Anonymous:"))
+                allocated = mebibytes;
         }
         const QStringList names = QDir(folder + text("fdinfo")).entryList(QDir::Files);
         descriptors = int(names.size());
@@ -42,21 +45,21 @@ struct ProcessUse {
     static constexpr double mostGrowth = 5;
     static constexpr int mostMore = 3;
 
-    /// Whether this is about as much as `before`. What sanitizers keep is not counted.
+    /// Whether this is about as much as `before`. What sanitizers keep is not counted, nor what depends on who else runs.
     bool isLike(const ProcessUse& before) const
     {
-        const bool isSmall = Programs::areSanitized
-            || (own < before.own + mostGrowth && proportional < before.proportional + mostGrowth);
+        const bool isSmall = Programs::areSanitized || allocated < before.allocated + mostGrowth;
         return isSmall && descriptors <= before.descriptors + mostMore
             && watches <= before.watches + mostMore;
     }
 
     QString told() const
     {
-        return text("process %1: PSS %2 MiB, own %3 MiB, %4 descriptors, %5 watches")
+        return text("process %1: PSS %2 MiB, private %3 MiB, allocated %4 MiB, %5 descriptors, %6 watches")
             .arg(pid)
             .arg(proportional, 0, 'f', 1)
             .arg(own, 0, 'f', 1)
+            .arg(allocated, 0, 'f', 1)
             .arg(descriptors)
             .arg(watches);
     }

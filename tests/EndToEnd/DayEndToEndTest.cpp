@@ -5,9 +5,9 @@
 #include "Kestrum/Window/SettingsPage.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "Platform/Store/SettingsFile.h"
+#include "tests/Support/DayLog.h"
 #include "tests/Support/DayTroubles.h"
 #include "tests/Support/DesktopFixture.h"
-#include "tests/Support/LogLines.h"
 #include "tests/Support/OwnAgents.h"
 #include "tests/Support/OwnLimits.h"
 #include "tests/Support/OwnProcesses.h"
@@ -65,8 +65,7 @@ private:
         QElapsedTimer time;
         time.start();
         while (time.elapsed() < milliseconds) {
-            for (const qint32 pid : { m_desk->agent(), m_desk->window() })
-                m_seen.insert(pid);
+            m_log->look();
             m_desk->tendBridge();
             if (BridgeClient* bridge = m_desk->bridge())
                 use(*bridge);
@@ -173,27 +172,7 @@ private:
         }
         ++m_episodes;
         recover(names.join(text(", ")));
-        countLines(names.join(text(", ")));
-    }
-
-    void countLines(const QString& during)
-    {
-        for (const auto& [log, name] :
-            { std::pair(&*m_agentLog, "agent"), std::pair(&*m_windowLog, "window") }) {
-            const auto counts = log->takeNew();
-            for (auto count = counts.begin(); count != counts.end(); ++count) {
-                const QString kind = text(name) + text(": ") + count.key();
-                m_lines[kind] += *count;
-                // The window's log also has the lines of an agent that it starts.
-                const int allowed = count.key().contains(text("the items are shown by"))
-                    ? m_desk->attachments() - m_attachmentsBefore
-                    : int(m_seen.size()) - 1;
-                if (*count > std::max(allowed, 1))
-                    m_repeated.append(text("%1 x %2 (%3)").arg(*count).arg(kind, during));
-            }
-        }
-        m_seen.clear();
-        m_attachmentsBefore = m_desk->attachments();
+        m_log->count(names.join(text(", ")));
     }
 
     /// Stops the storm. The file must say what was told, and everything must show it.
@@ -241,6 +220,13 @@ private:
             QCOMPARE(bridge.popoverItem, text(section));
             (void)bridge.call("ClosePopover", { bridge.number });
         }
+        // The agent hears signals, also one that began when it could not. Of the first one after that it learns only that it can.
+        const auto isAsked = [&] {
+            (void)m_desk->kestrumctl(words("popover memory"));
+            return QTest::qWaitFor([&] { return bridge.requested.contains(text("memory")); }, 500);
+        };
+        bridge.requested.clear();
+        QTRY_VERIFY_WITH_TIMEOUT(isAsked(), recovery);
         QTest::qWait(1500);
     }
 
@@ -300,18 +286,13 @@ private:
     std::unique_ptr<DayDesk> m_desk;
     std::unique_ptr<StoreMount> m_store;
     std::unique_ptr<StormWriter> m_writer;
-    std::optional<LogLines> m_agentLog;
-    std::optional<LogLines> m_windowLog;
+    std::optional<DayLog> m_log;
     std::vector<DayTrouble> m_troubles;
     std::deque<DayTrouble*> m_coming;
     QRandomGenerator m_random;
     int m_itemMessagesBefore = 0;
     int m_episodes = 0;
     int m_longestRecovery = 0;
-    QSet<qint32> m_seen; ///< processes of the programs since the last count of lines
-    int m_attachmentsBefore = 0;
-    QMap<QString, int> m_lines;
-    QStringList m_repeated;
 
 private Q_SLOTS:
     void initTestCase()
@@ -331,8 +312,7 @@ private Q_SLOTS:
         m_store = std::make_unique<StoreMount>();
         QVERIFY(m_store->isUp());
         m_desk = std::make_unique<DayDesk>();
-        m_agentLog.emplace(m_desk->agentLog());
-        m_windowLog.emplace(m_desk->windowLog());
+        m_log.emplace(*m_desk);
         m_writer = std::make_unique<StormWriter>(seed, ownKeys() + largeKeys());
         m_troubles = dayTroubles(*m_desk, *m_writer, *m_store, s_hasOwnLimits);
         furnish();
@@ -358,7 +338,7 @@ private Q_SLOTS:
             storm(seconds() * 900);
         const ProcessUse agentAfter(m_desk->agent());
         const ProcessUse windowAfter(m_desk->window());
-        countLines(text("the end"));
+        m_log->count(text("the end"));
         if (!QTest::currentTestFailed())
             compareWithFreshPrograms();
 
@@ -370,9 +350,9 @@ private Q_SLOTS:
             qInfo("  %d x %s", *failure, qPrintable(failure.key()));
         for (const ProcessUse& use : { agentBefore, agentAfter, windowBefore, windowAfter })
             qInfo("%s", qPrintable(use.told()));
-        for (auto line = m_lines.begin(); line != m_lines.end(); ++line)
+        for (auto line = m_log->lines().begin(); line != m_log->lines().end(); ++line)
             qInfo("%4d x %s", *line, qPrintable(line.key()));
-        QVERIFY2(m_repeated.isEmpty(), qPrintable(m_repeated.join(u'\n')));
+        QVERIFY2(m_log->repeated().isEmpty(), qPrintable(m_log->repeated().join(u'\n')));
         if (QTest::currentTestFailed())
             return;
         QVERIFY2(agentAfter.isLike(agentBefore), qPrintable(agentAfter.told()));

@@ -23,6 +23,8 @@ DayDesk::DayDesk()
     qputenv("KESTRUM_DISABLE_UPDATER", "1");
     Programs::output(text("cp"),
         { text("-r"), qEnvironmentVariable("KESTRUM_BUILD") + text("/Kestrum.app"), m_tree.root() });
+    m_hasClock = QFile::exists(clockLibrary());
+    shiftClock(0);
 }
 
 DayDesk::~DayDesk()
@@ -86,11 +88,28 @@ void DayDesk::endBus()
 void DayDesk::start(std::unique_ptr<QProcess>& process, const QString& program, const QString& log) const
 {
     process = std::make_unique<QProcess>();
+    if (m_hasClock)
+        process->setProcessEnvironment(
+            Programs::environment({ { "LD_PRELOAD", QFile::encodeName(clockLibrary()) },
+                { "KESTRUM_TEST_CLOCK", QFile::encodeName(clockFile()) } }));
     process->setStandardErrorFile(log, QIODevice::Append);
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
     process->start(program, {});
     process->waitForStarted(patience);
+}
+
+QString DayDesk::clockLibrary() const
+{
+    return qEnvironmentVariable("KESTRUM_BUILD") + text("/tests/plugins/ClockLibrary.so");
+}
+
+void DayDesk::shiftClock(qint64 seconds) const
+{
+    QFile file(clockFile());
+    if (!file.open(QIODevice::ReadWrite)
+        || file.write(reinterpret_cast<const char*>(&seconds), sizeof seconds) != sizeof seconds)
+        qWarning("the clock cannot be changed: %s", qPrintable(file.errorString()));
 }
 
 void DayDesk::startAgent()

@@ -39,7 +39,13 @@ public:
 
     void startAgent();
     void startWindow();
+    /// Whether the clock of agent and window can be changed here.
+    bool hasClock() const { return m_hasClock; }
+    /// Puts their clock forward, or back.
+    void shiftClock(qint64 seconds) const;
     qint32 agent() const;
+    /// Whether the agent was started by the window, so that its lines are in the window's log.
+    bool isWindowsAgent() const { return agent() > 0 && (!m_agent || m_agent->processId() != agent()); }
     qint32 window() const;
     void kill(qint32 pid);
     void endPrograms();
@@ -57,6 +63,8 @@ public:
 
 private:
     qint32 only(const QString& program) const;
+    QString clockLibrary() const;
+    QString clockFile() const { return m_tree.path(QStringLiteral("clock")); }
     void start(std::unique_ptr<QProcess>& process, const QString& program, const QString& log) const;
 
     FileTree m_tree;
@@ -64,6 +72,7 @@ private:
     std::unique_ptr<QProcess> m_windowManager;
     std::unique_ptr<SessionBus> m_bus;
     bool m_isBusPaused = false;
+    bool m_hasClock = false;
     std::unique_ptr<QProcess> m_agent;
     std::unique_ptr<QProcess> m_window;
     std::unique_ptr<BridgeClient> m_bridge;

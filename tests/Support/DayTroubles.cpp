@@ -198,6 +198,15 @@ std::vector<DayTrouble> dayTroubles(
                 kind, Kind::watches, [kind] { (void)OwnLimits::setMost(kind, 0); },
                 [kind] { (void)OwnLimits::setMost(kind, 100'000); });
     }
+    if (desk.hasClock()) {
+        constexpr qint64 day = 86'400;
+        add(
+            "clock a day ahead", Kind::machine, [&desk] { desk.shiftClock(day); },
+            [&desk] { desk.shiftClock(0); });
+        add(
+            "clock a day behind", Kind::machine, [&desk] { desk.shiftClock(-day); },
+            [&desk] { desk.shiftClock(0); });
+    }
     for (const char* path : { "/proc/stat", "/proc/meminfo", "/proc/diskstats", "/proc/loadavg" })
         all.push_back(hidden(path));
     add(

@@ -25,6 +25,9 @@ DayDesk::DayDesk()
         { text("-r"), qEnvironmentVariable("KESTRUM_BUILD") + text("/Kestrum.app"), m_tree.root() });
     m_hasClock = QFile::exists(clockLibrary());
     shiftClock(0);
+    // Neither library would come before a sanitizer's.
+    if (m_hasClock)
+        startMachine();
 }
 
 DayDesk::~DayDesk()
@@ -32,6 +35,8 @@ DayDesk::~DayDesk()
     endPrograms();
     endBus();
     endDisplay();
+    if (m_machine)
+        Programs::end(*m_machine);
 }
 
 QString DayDesk::program(const char* name) const
@@ -85,13 +90,11 @@ void DayDesk::endBus()
     qputenv("DBUS_SESSION_BUS_ADDRESS", address); // programs that start meanwhile know where it will be
 }
 
-void DayDesk::start(std::unique_ptr<QProcess>& process, const QString& program, const QString& log) const
+void DayDesk::start(std::unique_ptr<QProcess>& process, const QString& program, const QString& log,
+    const Programs::Variables& variables) const
 {
     process = std::make_unique<QProcess>();
-    if (m_hasClock)
-        process->setProcessEnvironment(
-            Programs::environment({ { "LD_PRELOAD", QFile::encodeName(clockLibrary()) },
-                { "KESTRUM_TEST_CLOCK", QFile::encodeName(clockFile()) } }));
+    process->setProcessEnvironment(Programs::environment(variables));
     process->setStandardErrorFile(log, QIODevice::Append);
     process->setStandardOutputFile(QProcess::nullDevice());
     process->setChildProcessModifier([] { ::prctl(PR_SET_PDEATHSIG, SIGTERM); });
@@ -112,14 +115,39 @@ void DayDesk::shiftClock(qint64 seconds) const
         qWarning("the clock cannot be changed: %s", qPrintable(file.errorString()));
 }
 
+/// A recorded machine, which lasts as long as the process that holds it.
+void DayDesk::startMachine()
+{
+    m_machine = Programs::started(text("umockdev-run"),
+        { text("--device"), qEnvironmentVariable("KESTRUM_SOURCE") + text("/tests/machines/laptop.umockdev"),
+            text("--"), text("sh"), text("-c"), text("echo $UMOCKDEV_DIR; exec cat") });
+    if (m_machine->waitForReadyRead(patience))
+        m_machineFolder = QString::fromUtf8(m_machine->readLine().trimmed());
+}
+
+/// The variables by which a program gets the desk's clock, and with `hasMachine` its machine.
+Programs::Variables DayDesk::variables(bool hasMachine) const
+{
+    if (!m_hasClock)
+        return {};
+    QByteArray libraries = QFile::encodeName(clockLibrary());
+    Programs::Variables variables { { "KESTRUM_TEST_CLOCK", QFile::encodeName(clockFile()) } };
+    if (hasMachine && !m_machineFolder.isEmpty()) {
+        libraries += ":libumockdev-preload.so.0";
+        variables.append({ "UMOCKDEV_DIR", QFile::encodeName(m_machineFolder) });
+    }
+    variables.append({ "LD_PRELOAD", libraries });
+    return variables;
+}
+
 void DayDesk::startAgent()
 {
-    start(m_agent, agentProgram(), agentLog());
+    start(m_agent, agentProgram(), agentLog(), variables(true));
 }
 
 void DayDesk::startWindow()
 {
-    start(m_window, program("Kestrum"), windowLog());
+    start(m_window, program("Kestrum"), windowLog(), variables(false));
 }
 
 /// The process of `program`, if it is the only one; else 0.

@@ -3,6 +3,7 @@
 
 #include "tests/Support/BridgeClient.h"
 #include "tests/Support/FileTree.h"
+#include "tests/Support/Programs.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/VirtualDisplay.h"
 
@@ -43,6 +44,8 @@ public:
     bool hasClock() const { return m_hasClock; }
     /// Puts their clock forward, or back.
     void shiftClock(qint64 seconds) const;
+    /// The folder that the agent takes for "/sys", on a machine with sensors. Empty where that is not possible.
+    QString machine() const { return m_machineFolder; }
     qint32 agent() const;
     /// Whether the agent was started by the window, so that its lines are in the window's log.
     bool isWindowsAgent() const { return agent() > 0 && (!m_agent || m_agent->processId() != agent()); }
@@ -65,9 +68,14 @@ private:
     qint32 only(const QString& program) const;
     QString clockLibrary() const;
     QString clockFile() const { return m_tree.path(QStringLiteral("clock")); }
-    void start(std::unique_ptr<QProcess>& process, const QString& program, const QString& log) const;
+    void startMachine();
+    Programs::Variables variables(bool hasMachine) const;
+    void start(std::unique_ptr<QProcess>& process, const QString& program, const QString& log,
+        const Programs::Variables& variables) const;
 
     FileTree m_tree;
+    std::unique_ptr<QProcess> m_machine;
+    QString m_machineFolder;
     std::unique_ptr<VirtualDisplay> m_display;
     std::unique_ptr<QProcess> m_windowManager;
     std::unique_ptr<SessionBus> m_bus;

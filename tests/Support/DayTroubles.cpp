@@ -192,13 +192,17 @@ std::vector<DayTrouble> dayTroubles(
         },
         [] {});
 
-    if (hasOwnLimits) {
+    if (!hasOwnLimits) {
+        qInfo("the limits of inotify stay: this user has no name space with limits of its own");
+    } else {
         for (const char* kind : { "watches", "instances" })
             add(
                 kind, Kind::watches, [kind] { (void)OwnLimits::setMost(kind, 0); },
                 [kind] { (void)OwnLimits::setMost(kind, 100'000); });
     }
-    if (desk.hasClock()) {
+    if (!desk.hasClock()) {
+        qInfo("clock and sensors stay: a sanitizer's library has to be loaded before any other");
+    } else {
         constexpr qint64 day = 86'400;
         add(
             "clock a day ahead", Kind::machine, [&desk] { desk.shiftClock(day); },
@@ -206,6 +210,12 @@ std::vector<DayTrouble> dayTroubles(
         add(
             "clock a day behind", Kind::machine, [&desk] { desk.shiftClock(-day); },
             [&desk] { desk.shiftClock(0); });
+    }
+    if (!desk.machine().isEmpty()) {
+        const QString sensors = desk.machine() + text("/sys/class/hwmon");
+        add(
+            "sensors", Kind::machine, [sensors] { QDir().rename(sensors, sensors + text(".away")); },
+            [sensors] { QDir().rename(sensors + text(".away"), sensors); });
     }
     for (const char* path : { "/proc/stat", "/proc/meminfo", "/proc/diskstats", "/proc/loadavg" })
         all.push_back(hidden(path));

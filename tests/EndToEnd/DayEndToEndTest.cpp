@@ -145,8 +145,8 @@ private:
         QStringList names;
         for (int i = 0; i < wanted; ++i) {
             DayTrouble& trouble = next();
-            const bool isFree = std::none_of(
-                taken.begin(), taken.end(), [&](const DayTrouble* one) { return one->kind == trouble.kind; });
+            const bool isFree = std::none_of(taken.begin(), taken.end(),
+                [&](const DayTrouble* one) { return (one->kinds & trouble.kinds) != 0; });
             if (!isFree) {
                 m_coming.push_back(&trouble);
                 continue;

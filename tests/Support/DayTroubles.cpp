@@ -17,8 +17,6 @@
 
 namespace kestrum {
 
-using Kind = DayTrouble::Kind;
-
 namespace {
 
 void check(int result, const char* what)
@@ -30,7 +28,7 @@ void check(int result, const char* what)
 /// Hides a file of the machine behind an empty one.
 DayTrouble hidden(const char* path)
 {
-    return { path, Kind::machine,
+    return { path, DayTrouble::machine,
         [path] { check(::mount("/dev/null", path, nullptr, MS_BIND, nullptr), path); },
         [path] { check(::umount2(path, MNT_DETACH), path); } };
 }
@@ -105,17 +103,17 @@ std::vector<DayTrouble> dayTroubles(
 {
     std::vector<DayTrouble> all;
     const auto add
-        = [&all](const char* name, Kind kind, std::function<void()> take, std::function<void()> give) {
-              all.push_back({ name, kind, std::move(take), std::move(give) });
+        = [&all](const char* name, int kinds, std::function<void()> take, std::function<void()> give) {
+              all.push_back({ name, kinds, std::move(take), std::move(give) });
           };
     const auto pause = [](qint64 pid) { check(::kill(pid_t(pid), SIGSTOP), "pause"); };
     const auto resume = [](qint64 pid) { check(::kill(pid_t(pid), SIGCONT), "resume"); };
 
     add(
-        "display paused", Kind::programs, [=, &desk] { pause(desk.displayServer()); },
+        "display paused", DayTrouble::programs, [=, &desk] { pause(desk.displayServer()); },
         [=, &desk] { resume(desk.displayServer()); });
     add(
-        "display ended", Kind::programs, [&desk] { desk.endDisplay(); },
+        "display ended", DayTrouble::programs, [&desk] { desk.endDisplay(); },
         [&desk] {
             desk.endPrograms();
             desk.startDisplay();
@@ -123,26 +121,28 @@ std::vector<DayTrouble> dayTroubles(
             desk.startWindow();
         });
     add(
-        "agent killed", Kind::programs, [&desk] { desk.kill(desk.agent()); }, [&desk] { desk.startAgent(); });
+        "agent killed", DayTrouble::programs, [&desk] { desk.kill(desk.agent()); },
+        [&desk] { desk.startAgent(); });
     add(
-        "agent paused", Kind::programs, [=, &desk] { pause(desk.agent()); },
+        "agent paused", DayTrouble::programs, [=, &desk] { pause(desk.agent()); },
         [=, &desk] { resume(desk.agent()); });
     add(
-        "window killed", Kind::programs, [&desk] { desk.kill(desk.window()); },
+        "window killed", DayTrouble::programs, [&desk] { desk.kill(desk.window()); },
         [&desk] { desk.startWindow(); });
     add(
-        "agent switched off", Kind::programs, [&writer] { writer.write("agentEnabled [false]"); },
+        "agent switched off", DayTrouble::programs | DayTrouble::store,
+        [&writer] { writer.write("agentEnabled [false]"); },
         [&] {
             writer.write("agentEnabled [true]");
             (void)QTest::qWaitFor([&] { return desk.agent() == 0; }, Programs::patience);
             desk.startAgent();
         });
     add(
-        "another language", Kind::programs, [&writer] { writer.write("language [\"de\"]"); },
-        [&writer] { writer.write("language [\"en\"]"); });
+        "another language", DayTrouble::programs | DayTrouble::store,
+        [&writer] { writer.write("language [\"de\"]"); }, [&writer] { writer.write("language [\"en\"]"); });
 
     add(
-        "bus paused", Kind::bus,
+        "bus paused", DayTrouble::bus,
         [=, &desk] {
             desk.setBusPaused(true);
             pause(desk.bus());
@@ -152,35 +152,35 @@ std::vector<DayTrouble> dayTroubles(
             desk.setBusPaused(false);
         });
     add(
-        "bus ended", Kind::bus, [&desk] { desk.endBus(); }, [&desk] { desk.startBus(); });
+        "bus ended", DayTrouble::bus, [&desk] { desk.endBus(); }, [&desk] { desk.startBus(); });
     add(
-        "bridge detached", Kind::bus, [&desk] { desk.detachBridge(); }, [] {});
+        "bridge detached", DayTrouble::bus, [&desk] { desk.detachBridge(); }, [] {});
     const QByteArray runtime = QFile::encodeName(TestHome::runtimeDirectory());
     add(
-        "runtime folder cleared", Kind::bus,
+        "runtime folder cleared", DayTrouble::bus,
         [runtime] { QDir(QFile::decodeName(runtime + "/kestrum")).removeRecursively(); }, [] {});
     add(
-        "runtime folder moved away", Kind::bus,
+        "runtime folder moved away", DayTrouble::bus,
         [runtime] { check(::rename(runtime.constData(), (runtime + ".away").constData()), "move away"); },
         [runtime] { check(::rename((runtime + ".away").constData(), runtime.constData()), "move back"); });
     add(
-        "runtime folder open to others", Kind::bus,
+        "runtime folder open to others", DayTrouble::bus,
         [runtime] { check(::chmod(runtime.constData(), 0755), "open"); },
         [runtime] { check(::chmod(runtime.constData(), 0700), "close"); });
 
     add(
-        "store unmounted", Kind::store, [&] { writer.exchangeFile([&store] { store.unmount(); }); },
+        "store unmounted", DayTrouble::store, [&] { writer.exchangeFile([&store] { store.unmount(); }); },
         [&] { writer.exchangeFileBack([&store] { store.mountAgain(); }); });
     add(
-        "store moved away", Kind::store, [&] { writer.exchangeFile([&store] { store.moveAway(); }); },
+        "store moved away", DayTrouble::store, [&] { writer.exchangeFile([&store] { store.moveAway(); }); },
         [&] { writer.exchangeFileBack([&store] { store.moveBack(); }); });
     add(
-        "store read-only", Kind::store, [&store] { store.setReadOnly(true); },
+        "store read-only", DayTrouble::store, [&store] { store.setReadOnly(true); },
         [&store] { store.setReadOnly(false); });
     add(
-        "disk full", Kind::store, [&store] { store.fill(); }, [&store] { store.makeRoom(); });
+        "disk full", DayTrouble::store, [&store] { store.fill(); }, [&store] { store.makeRoom(); });
     add(
-        "kestrumctl killed in saves", Kind::store,
+        "kestrumctl killed in saves", DayTrouble::store,
         [&desk] {
             for (int i = 0; i < 10; ++i) {
                 const auto save = Programs::started(
@@ -197,7 +197,7 @@ std::vector<DayTrouble> dayTroubles(
     } else {
         for (const char* kind : { "watches", "instances" })
             add(
-                kind, Kind::watches, [kind] { (void)OwnLimits::setMost(kind, 0); },
+                kind, DayTrouble::watches, [kind] { (void)OwnLimits::setMost(kind, 0); },
                 [kind] { (void)OwnLimits::setMost(kind, 100'000); });
     }
     if (!desk.hasClock()) {
@@ -205,22 +205,23 @@ std::vector<DayTrouble> dayTroubles(
     } else {
         constexpr qint64 day = 86'400;
         add(
-            "clock a day ahead", Kind::machine, [&desk] { desk.shiftClock(day); },
+            "clock a day ahead", DayTrouble::machine, [&desk] { desk.shiftClock(day); },
             [&desk] { desk.shiftClock(0); });
         add(
-            "clock a day behind", Kind::machine, [&desk] { desk.shiftClock(-day); },
+            "clock a day behind", DayTrouble::machine, [&desk] { desk.shiftClock(-day); },
             [&desk] { desk.shiftClock(0); });
     }
     if (!desk.machine().isEmpty()) {
         const QString sensors = desk.machine() + text("/sys/class/hwmon");
         add(
-            "sensors", Kind::machine, [sensors] { QDir().rename(sensors, sensors + text(".away")); },
+            "sensors", DayTrouble::machine, [sensors] { QDir().rename(sensors, sensors + text(".away")); },
             [sensors] { QDir().rename(sensors + text(".away"), sensors); });
     }
     for (const char* path : { "/proc/stat", "/proc/meminfo", "/proc/diskstats", "/proc/loadavg" })
         all.push_back(hidden(path));
     add(
-        "/sys", Kind::machine, [] { check(::mount("kestrum", "/sys", "tmpfs", MS_RDONLY, nullptr), "/sys"); },
+        "/sys", DayTrouble::machine,
+        [] { check(::mount("kestrum", "/sys", "tmpfs", MS_RDONLY, nullptr), "/sys"); },
         [] { check(::umount2("/sys", MNT_DETACH), "/sys"); });
     return all;
 }

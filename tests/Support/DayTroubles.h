@@ -12,11 +12,11 @@ class StormWriter;
 
 /// Something that can be taken away from the programs of a `DayDesk`, and given back.
 struct DayTrouble {
-    /// What two troubles of one kind concern cannot be taken away twice at a time.
-    enum class Kind { programs, bus, store, watches, machine };
+    /// What a trouble concerns. Two troubles at a time have no kind in common.
+    enum Kind { programs = 1, bus = 2, store = 4, watches = 8, machine = 16 };
 
     const char* name;
-    Kind kind;
+    int kinds;
     std::function<void()> take;
     std::function<void()> give;
     int times = 0;

@@ -16,7 +16,7 @@ public:
     static DesktopEntry parsed(const QByteArray& text);
 
     /// Whether the parsed text has errors that make strict readers reject the whole entry. The result of `text` has no such
-    /// errors.
+    /// errors, once there is a main group: `set` adds one.
     bool isDamaged() const { return m_isDamaged; }
     /// Whether the entry has no keys except `keys`, no comments and no groups except the main group.
     bool holdsOnly(std::span<const char* const> keys) const;

@@ -14,12 +14,16 @@ Pressure::Pressure(Resource resource, const QString& root)
 {
 }
 
-// The line is "some avg10=1.53 avg60=0.87 avg300=0.21 total=1234567"; the line "full" has the same form. The averages
-// are in percent, with two decimals.
 std::optional<double> Pressure::read()
 {
+    return shareIn(m_file.read().value_or(std::string_view()));
+}
+
+// The line is "some avg10=1.53 avg60=0.87 avg300=0.21 total=1234567"; the line "full" has the same form. The averages
+// are in percent, with two decimals.
+std::optional<double> Pressure::shareIn(std::string_view content)
+{
     static constexpr std::string_view label = "avg10=";
-    std::string_view content = m_file.read().value_or(std::string_view());
     while (!content.empty()) {
         std::string_view line = KernelText::takeLine(content);
         if (KernelText::takeWord(line) != "some")

@@ -249,9 +249,8 @@ void SingleInstance::receive()
         if (length < 0)
             break;
         isAsked = true;
-        const bool isWhole = length <= ssize_t(buffer.size());
-        const QByteArrayView text(buffer.data(), isWhole ? qsizetype(length) : 0);
-        token = isToken(text) ? text.toByteArray() : QByteArray();
+        const qsizetype received = std::min<qsizetype>(length, maximumTokenLength);
+        token = tokenIn({ buffer.data(), received }, length);
     }
     if (isAsked)
         Q_EMIT raiseRequested(token);
@@ -260,6 +259,11 @@ void SingleInstance::receive()
     const auto from = std::exchange(m_charged, RateLimiter::processorTime());
     m_lastReceived = std::chrono::steady_clock::now();
     pauseAfter(m_charged - (isAftermath ? from : before));
+}
+
+QByteArray SingleInstance::tokenIn(QByteArrayView received, qsizetype sent)
+{
+    return received.size() == sent && isToken(received) ? received.toByteArray() : QByteArray();
 }
 
 void SingleInstance::pauseAfter(RateLimiter::Duration cost)

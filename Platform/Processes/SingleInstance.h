@@ -32,6 +32,9 @@ public:
     /// Whether any process holds the lock `name`; nothing if there is no runtime directory.
     static std::optional<bool> isTaken(const QByteArray& name);
 
+    /// The token in a request of `sent` bytes, of which `received` is the beginning; empty if it is not a token or was cut.
+    static QByteArray tokenIn(QByteArrayView received, qsizetype sent);
+
     /// Whether this process holds the lock.
     bool isFirst() const { return m_isFirst; }
 

@@ -117,10 +117,12 @@ void ProcessSample::addVolumeCounters(std::string_view io)
         else if (key == "cancelled_write_bytes")
             cancelled = *value;
     }
-    hasVolumeCounters = read && written;
-    readBytes = read.value_or(0);
+    if (!read || !written)
+        return;
+    hasVolumeCounters = true;
+    readBytes = *read;
     // What was cancelled never reached the volume. It may be more, because other processes' writes can be cancelled too.
-    writtenBytes = written.value_or(0) - std::min(cancelled, written.value_or(0));
+    writtenBytes = *written - std::min(cancelled, *written);
 }
 
 } // namespace kestrum

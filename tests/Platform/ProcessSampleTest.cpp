@@ -123,9 +123,9 @@ private Q_SLOTS:
               "8192\ncancelled_write_bytes: 1000\n",
                 true, 4096, 7192 },
             { "read_bytes: 1\nwrite_bytes: 2\ncancelled_write_bytes: 3\n", true, 1, 0 },
-            { "read_bytes: 1\n", false, 1, 0 },
-            { "read_bytes: -1\nwrite_bytes: 2\n", false, 0, 2 },
-            { "read_bytes: 18446744073709551615\nwrite_bytes: 2\n", false, 0, 2 },
+            { "read_bytes: 1\n", false, 0, 0 },
+            { "read_bytes: -1\nwrite_bytes: 2\n", false, 0, 0 },
+            { "read_bytes: 18446744073709551615\nwrite_bytes: 2\n", false, 0, 0 },
             { "", false, 0, 0 },
             { "read_bytes\n:::\nwrite_bytes:", false, 0, 0 },
         };

@@ -39,7 +39,9 @@ std::optional<Mount> mountOf(std::string_view line)
     while (!line.empty() && take() != "-") { }
     mount.type = take();
     mount.source = take();
-    if (!mount.path.starts_with('/') || mount.device.empty() || mount.type.empty() || mount.source.empty())
+    // Only the root's path ends in a slash.
+    if (!mount.path.starts_with('/') || (mount.path.size() > 1 && mount.path.ends_with('/'))
+        || mount.device.empty() || mount.type.empty() || mount.source.empty())
         return std::nullopt;
     return mount;
 }
@@ -58,12 +60,18 @@ QByteArray unescaped(std::string_view text)
     return result;
 }
 
+bool breaksLine(QChar character)
+{
+    const auto category = character.category();
+    return category == QChar::Other_Control || category == QChar::Separator_Line
+        || category == QChar::Separator_Paragraph;
+}
+
 // A text for one line. A label may hold any character.
 QString display(const QByteArray& text)
 {
     QString result = QFile::decodeName(text);
-    std::replace_if(
-        result.begin(), result.end(), [](QChar c) { return c.category() == QChar::Other_Control; }, u' ');
+    std::replace_if(result.begin(), result.end(), breaksLine, u' ');
     return result;
 }
 
@@ -135,7 +143,7 @@ MountTable::Volume volumeOf(const Mount& mount)
         volume.name = display(unescaped(mount.source));
     } else if (isBelow(mount.path, "/media") || isBelow(mount.path, "/run/media")) {
         volume.kind = VolumeUse::Kind::removable;
-        volume.name = volume.name.mid(volume.name.lastIndexOf(u'/') + 1);
+        volume.name = display(unescaped(mount.path.substr(mount.path.rfind('/') + 1)));
     }
     return volume;
 }

@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <glib.h>
+#include <utility>
 
 namespace kestrum {
 
@@ -83,12 +84,13 @@ DesktopEntry DesktopEntry::parsed(const QByteArray& text)
         sound.remove(0, byteOrderMark.size());
         entry.m_isDamaged = true;
     }
-    if (sound.endsWith('\n'))
-        sound.chop(1);
+    QByteArrayList lines = sound.split('\n');
+    // What follows the last line end is no line.
+    if (lines.last().isEmpty())
+        lines.removeLast();
     bool isInGroup = false;
     bool isMain = false;
-    const QByteArrayList lines = sound.isEmpty() ? QByteArrayList() : sound.split('\n');
-    for (const QByteArray& line : lines) {
+    for (const QByteArray& line : std::as_const(lines)) {
         const auto group = groupOf(line);
         if (line.contains('\0')) {
             entry.m_isDamaged = true;

@@ -17,6 +17,12 @@
 #include <QMenu>
 #include <algorithm>
 
+// Fontconfig keeps some of its memory by distances instead of addresses, and the sanitizer takes what is in use for lost.
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions()
+{
+    return "leak:libfontconfig\n";
+}
+
 namespace kestrum {
 
 namespace {

@@ -14,6 +14,8 @@ namespace {
 
 void readsAsVerb(const Verb& verb, const QStringList& words)
 {
+    const auto plain = CommandLine::parsed(QStringList(QStringLiteral("--")) + words, verb.options);
+    expect(plain && plain->arguments() == words, "after the options' end, all words are arguments");
     const auto line = CommandLine::parsed(words, verb.options);
     if (!line) {
         expect(!line.failureText().isEmpty(), "a refusal has a reason");

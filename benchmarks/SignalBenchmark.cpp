@@ -1,31 +1,34 @@
-// Signals between processes, compared with the same work done by bare system calls.
+// Signals between processes, compared with the same work done by bare system calls, and with signals of D-Bus.
 //
 //   post/…        one post to a number of listening processes that only count
-//   latency/…     from the post to the handler in another process, with a rest between two posts, as with a user
-//   setToRead/…   from the call of `set` in one process until the handler in another process has read the value
+//   latency/…     from the post to the last handler in a number of other processes, with a rest between two posts, as with
+//                 a user
+//   setToRead/…   from the call of `set` in one process until the handler in another process has read the value; also for the
+//                 settings of GLib, by dconf, and of Qt, whose programs watch the file
 //
-// The other processes are this program with a role as its first argument. They report in a shared page of memory.
+// The other processes are this program in the role of a `SignalListener`.
 
 #include "Platform/Signals/NotificationCentre.h"
 #include "Platform/Store/UserDefaults.h"
+#include "benchmarks/GSettingsPeer.h"
+#include "benchmarks/SignalListener.h"
+#include "tests/Support/SessionBus.h"
+#include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
 #include <QFile>
-#include <QStringList>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <algorithm>
-#include <atomic>
 #include <benchmark/benchmark.h>
 #include <csignal>
-#include <ctime>
 #include <fcntl.h>
 #include <functional>
-#include <memory>
-#include <poll.h>
 #include <spawn.h>
-#include <sys/inotify.h>
 #include <sys/mman.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -35,90 +38,33 @@ using namespace kestrum;
 
 namespace {
 
-constexpr int latencyRounds = 1000;
+constexpr int latencyRounds = 300;
+constexpr int busRounds = 2000;            // posts to a bus, which keeps what nobody has read yet
 constexpr useconds_t rest = 5000;          // µs between two rounds: more frequent posts are slowed down
 constexpr qint64 patience = 1'000'000'000; // ns until a delivery counts as lost
 
-struct Page {
-    std::atomic<int> ready;
-    std::atomic<qint64> heardAt;
-    std::atomic<quint64> value;
-};
+/// Where the bus's own programs, such as dconf, have been told to keep settings.
+QString s_busSettings;
 
-const QString& signalName()
-{
-    static const QString name = QStringLiteral("T4K9ZR2MXB.com.orvale.kestrum.settings");
-    return name;
-}
-
-qint64 now()
-{
-    timespec time {};
-    ::clock_gettime(CLOCK_MONOTONIC, &time);
-    return qint64(time.tv_sec) * 1'000'000'000 + time.tv_nsec;
-}
-
-Page* mappedPage(const QByteArray& path)
-{
-    const int descriptor = ::open(path.constData(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    if (descriptor < 0 || ::ftruncate(descriptor, sizeof(Page)) != 0)
-        std::abort();
-    void* page = ::mmap(nullptr, sizeof(Page), PROT_READ | PROT_WRITE, MAP_SHARED, descriptor, 0);
-    ::close(descriptor);
-    if (page == MAP_FAILED)
-        std::abort();
-    return static_cast<Page*>(page);
-}
-
-// The simplest possible listener.
-int listenBare(Page* page, const QByteArray& directory)
-{
-    const int descriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    ::inotify_add_watch(descriptor, directory.constData(), IN_ATTRIB | IN_CREATE);
-    ++page->ready;
-    for (;;) {
-        alignas(inotify_event) char buffer[4096];
-        pollfd waiting { descriptor, POLLIN, 0 };
-        ::poll(&waiting, 1, -1);
-        if (::read(descriptor, buffer, sizeof buffer) > 0)
-            page->heardAt.store(now());
-    }
-}
-
-int listenByCentre(Page* page)
-{
-    NotificationCentre::registerDispatch(signalName(), [page] { page->heardAt.store(now()); });
-    ++page->ready;
-    return QCoreApplication::exec();
-}
-
-int readOnSignal(Page* page)
-{
-    const auto defaults = UserDefaults::withSuiteName(QStringLiteral("benchmark"));
-    NotificationCentre::registerDispatch(signalName(), [page, &defaults] {
-        page->value.store(quint64(defaults->number("round").value_or(0)));
-        page->heardAt.store(now());
-    });
-    ++page->ready;
-    return QCoreApplication::exec();
-}
-
-/// The folder and the other processes of one benchmark. The destructor kills the processes.
+/// The folder and the other processes of one benchmark. The destructor kills the processes. Without a place for settings, they
+/// are where those of the bus are.
 class World {
 public:
     World(const char* role, int count, const QString& settingsPlace = QStringLiteral("/tmp"))
         : m_settings(settingsPlace + QStringLiteral("/kestrum-benchmark-XXXXXX"))
     {
         const QByteArray root = QFile::encodeName(m_directory.path());
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_settings.path()));
+        qputenv("XDG_CONFIG_HOME",
+            QFile::encodeName(settingsPlace.isEmpty() ? s_busSettings : m_settings.path()));
         pagePath = root + "/page";
         barePath = root + "/bare";
         ::mkdir(barePath.constData(), 0700);
-        page = mappedPage(pagePath);
+        page = SignalListener::mappedPage(pagePath);
         for (int i = 0; i < count; ++i)
             start(role);
-        while (page->ready.load() < count)
+        for (int wait = 0; page->ready.load() < count && wait < 10'000; ++wait)
             ::usleep(1000);
+        isUp = page->ready.load() == count;
         ::usleep(50'000);
     }
     ~World()
@@ -127,14 +73,15 @@ public:
             ::kill(child, SIGKILL);
             ::waitpid(child, nullptr, 0);
         }
-        ::munmap(page, sizeof(Page));
+        ::munmap(page, sizeof(SignalListener::Page));
     }
     World(const World&) = delete;
     World& operator=(const World&) = delete;
 
     QByteArray pagePath;
     QByteArray barePath;
-    Page* page = nullptr;
+    SignalListener::Page* page = nullptr;
+    bool isUp = false; ///< whether all listeners listen
 
 private:
     void start(const char* role)
@@ -166,23 +113,51 @@ void postBare(benchmark::State& state)
 void postByCentre(benchmark::State& state)
 {
     const World world("centre", int(state.range(0)));
-    NotificationCentre::post(signalName());
+    NotificationCentre::post(SignalListener::signalName());
     for ([[maybe_unused]] auto _ : state)
-        NotificationCentre::post(signalName());
+        NotificationCentre::post(SignalListener::signalName());
 }
 
-// Calls `send` in each iteration, and measures the time until the other process has received the signal.
-void measure(benchmark::State& state, const World& world, const std::function<void()>& send)
+QDBusMessage busSignal()
 {
+    return QDBusMessage::createSignal(QLatin1String(SignalListener::busPath),
+        QLatin1String(SignalListener::busInterface), QStringLiteral("settings"));
+}
+
+// The work of the bus counts, which goes on when the posts are done: an answer comes after all that was sent before.
+void postByBus(benchmark::State& state)
+{
+    const World world("bus", int(state.range(0)));
+    if (!world.isUp)
+        state.SkipWithError("no session bus");
+    QDBusConnection bus = QDBusConnection::sessionBus();
+    int posts = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        const qint64 start = SignalListener::now();
+        bus.send(busSignal());
+        if (++posts == busRounds)
+            bus.interface()->isServiceRegistered(bus.baseService());
+        state.SetIterationTime(double(SignalListener::now() - start) / 1e9);
+    }
+}
+
+// Calls `send` in each iteration, and measures the time until the last of the other processes has received the signal.
+void measure(
+    benchmark::State& state, const World& world, const std::function<void()>& send, int listeners = 1)
+{
+    if (!world.isUp) {
+        state.SkipWithError("the other processes do not listen");
+        return;
+    }
     std::vector<qint64> times;
     for ([[maybe_unused]] auto _ : state) {
         ::usleep(rest);
-        world.page->heardAt.store(0);
-        const qint64 start = now();
+        world.page->heard.store(0);
+        const qint64 start = SignalListener::now();
         send();
-        while (world.page->heardAt.load() == 0 && now() - start < patience) { }
+        while (world.page->heard.load() < listeners && SignalListener::now() - start < patience) { }
         const qint64 time = world.page->heardAt.load() - start;
-        if (time <= 0) {
+        if (world.page->heard.load() < listeners || time <= 0) {
             state.SkipWithError("a signal was lost");
             return;
         }
@@ -198,17 +173,30 @@ void measure(benchmark::State& state, const World& world, const std::function<vo
 
 void latencyBare(benchmark::State& state)
 {
-    const World world("bare", 1);
+    const int listeners = int(state.range(0));
+    const World world("bare", listeners);
     const int directory = ::open(world.barePath.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ::close(::openat(directory, "signal", O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
-    measure(state, world, [directory] { ::utimensat(directory, "signal", nullptr, AT_SYMLINK_NOFOLLOW); });
+    const auto post = [directory] { ::utimensat(directory, "signal", nullptr, AT_SYMLINK_NOFOLLOW); };
+    measure(state, world, post, listeners);
     ::close(directory);
 }
 
 void latencyByCentre(benchmark::State& state)
 {
-    const World world("centre", 1);
-    measure(state, world, [] { NotificationCentre::post(signalName()); });
+    const int listeners = int(state.range(0));
+    const World world("centre", listeners);
+    NotificationCentre::post(SignalListener::signalName());
+    measure(
+        state, world, [] { NotificationCentre::post(SignalListener::signalName()); }, listeners);
+}
+
+void latencyByBus(benchmark::State& state)
+{
+    const int listeners = int(state.range(0));
+    const World world("bus", listeners);
+    measure(
+        state, world, [] { QDBusConnection::sessionBus().send(busSignal()); }, listeners);
 }
 
 void setToRead(benchmark::State& state, const QString& settingsPlace)
@@ -218,7 +206,31 @@ void setToRead(benchmark::State& state, const QString& settingsPlace)
     quint64 round = 0;
     measure(state, world, [&defaults, &round] {
         defaults->set("round", double(++round));
-        NotificationCentre::post(signalName());
+        NotificationCentre::post(SignalListener::signalName());
+    });
+    if (world.page->value.load() != round)
+        state.SkipWithError("the handler read an old value");
+}
+
+void setToReadByDconf(benchmark::State& state)
+{
+    const World world("dconf", 1, QString());
+    const QTemporaryDir folder;
+    const auto settings = GSettingsPeer::open(folder.path(), GSettingsPeer::Place::dconf);
+    static quint64 round = 0; // dconf keeps what earlier repetitions have set
+    measure(state, world, [&settings] { g_settings_set_double(settings.get(), "round", double(++round)); });
+    if (world.page->value.load() != round)
+        state.SkipWithError("the handler read an old value");
+}
+
+void setToReadByQt(benchmark::State& state)
+{
+    const World world("qt", 1, QStringLiteral("/dev/shm"));
+    QSettings settings(SignalListener::peerFile(), QSettings::IniFormat);
+    quint64 round = 0;
+    measure(state, world, [&settings, &round] {
+        settings.setValue(QStringLiteral("round"), ++round);
+        settings.sync();
     });
     if (world.page->value.load() != round)
         state.SkipWithError("the handler read an old value");
@@ -226,35 +238,42 @@ void setToRead(benchmark::State& state, const QString& settingsPlace)
 
 void registerAll()
 {
+    const auto timed = [](benchmark::internal::Benchmark* benchmark) {
+        return benchmark->UseManualTime()->Iterations(latencyRounds)->Unit(benchmark::kMicrosecond);
+    };
     for (const int listeners : { 0, 1, 10 }) {
         benchmark::RegisterBenchmark("post/bare", postBare)->Arg(listeners)->UseRealTime();
         benchmark::RegisterBenchmark("post/centre", postByCentre)->Arg(listeners)->UseRealTime();
+        benchmark::RegisterBenchmark("post/bus", postByBus)
+            ->Arg(listeners)
+            ->UseManualTime()
+            ->Iterations(busRounds);
     }
-    const auto timed = [](benchmark::internal::Benchmark* benchmark) {
-        benchmark->UseManualTime()->Iterations(latencyRounds)->Unit(benchmark::kMicrosecond);
-    };
-    timed(benchmark::RegisterBenchmark("latency/bare", latencyBare));
-    timed(benchmark::RegisterBenchmark("latency/centre", latencyByCentre));
+    for (const int listeners : { 1, 10 }) {
+        timed(benchmark::RegisterBenchmark("latency/bare", latencyBare))->Arg(listeners);
+        timed(benchmark::RegisterBenchmark("latency/centre", latencyByCentre))->Arg(listeners);
+        timed(benchmark::RegisterBenchmark("latency/bus", latencyByBus))->Arg(listeners);
+    }
     timed(benchmark::RegisterBenchmark("setToRead/disk", setToRead, QStringLiteral("/tmp")));
     // A file in memory needs no wait for a disk, so the result is the share of Kestrum's code.
     timed(benchmark::RegisterBenchmark("setToRead/memory", setToRead, QStringLiteral("/dev/shm")));
+    timed(benchmark::RegisterBenchmark("setToRead/dconf", setToReadByDconf));
+    timed(benchmark::RegisterBenchmark("setToRead/qsettings", setToReadByQt));
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const QByteArray role = argc == 4 ? argv[1] : "";
-    if (role == "bare" || role == "centre" || role == "reader") {
-        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
-        Page* page = mappedPage(argv[2]);
-        if (role == "bare")
-            return listenBare(page, argv[3]);
-        const QCoreApplication application(argc, argv);
-        return role == "centre" ? listenByCentre(page) : readOnSignal(page);
-    }
-    const QTemporaryDir runtime; // 0700
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(runtime.path()));
+    if (const auto code = SignalListener::enter(argc, argv))
+        return *code;
+    const TestHome home;
+    // What the bus starts keeps its settings in memory, as those are that it is compared with.
+    const QTemporaryDir busSettings(QStringLiteral("/dev/shm/kestrum-benchmark-XXXXXX"));
+    s_busSettings = busSettings.path();
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(s_busSettings));
+    const SessionBus bus;
+    g_get_user_config_dir(); // GLib remembers it
     const QCoreApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
     registerAll();

@@ -1,24 +1,31 @@
 // The cost of a read, a load and a durable save of settings, each compared with the least possible work. A save is compared
-// with the bare system calls that any durable replacement of a file needs, on the same file system and with the same bytes.
+// with the bare system calls that any durable replacement of a file needs, on the same file system and with the same bytes, and
+// with the settings of Qt and of GLib, whose writer is dconf.
 // KESTRUM_BENCHMARK_DIRECTORY names a folder on the disk to measure; the default is the temporary folder.
 
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "Platform/Store/SettingsFile.h"
 #include "Platform/Store/SettingsText.h"
 #include "Platform/Store/UserDefaults.h"
+#include "benchmarks/GSettingsPeer.h"
+#include "tests/Support/SessionBus.h"
+#include "tests/Support/TestHome.h"
 
 #include <QDir>
 #include <QFile>
 #include <QHash>
 #include <QJsonDocument>
-#include <QTemporaryDir>
+#include <QSettings>
+#include <algorithm>
+#include <array>
 #include <atomic>
 #include <benchmark/benchmark.h>
+#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
+#include <vector>
 
 using namespace kestrum;
 
@@ -75,6 +82,27 @@ void readBare(benchmark::State& state)
 }
 BENCHMARK(readBare);
 
+void readQSettings(benchmark::State& state)
+{
+    QSettings settings(s_directory + QStringLiteral("/read.ini"), QSettings::IniFormat);
+    const QString key = QStringLiteral("showSensorsItem");
+    settings.setValue(key, true);
+    for (auto _ : state)
+        benchmark::DoNotOptimize(settings.value(key).toBool());
+}
+BENCHMARK(readQSettings);
+
+void readGSettings(benchmark::State& state, GSettingsPeer::Place place)
+{
+    const auto settings = GSettingsPeer::open(s_directory, place);
+    if (!settings)
+        state.SkipWithError("GSettings or dconf is missing");
+    for (auto _ : state)
+        benchmark::DoNotOptimize(g_settings_get_boolean(settings.get(), "flag"));
+}
+BENCHMARK_CAPTURE(readGSettings, memory, GSettingsPeer::Place::memory);
+BENCHMARK_CAPTURE(readGSettings, dconf, GSettingsPeer::Place::dconf);
+
 void load(benchmark::State& state)
 {
     const SettingsFile file(store().filePath());
@@ -96,17 +124,21 @@ void loadBare(benchmark::State& state)
 }
 BENCHMARK(loadBare);
 
-/// Makes bare and durable saves in turn, so that other load on the disk affects both kinds equally.
+/// Makes saves of all kinds in turn, so that other load on the disk affects all of them equally.
 class SaveRound {
 public:
     SaveRound()
         : m_directory(::open(QFile::encodeName(s_directory).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC))
         , m_text(SettingsText::serialised(store().storedDictionary()))
+        , m_qt(s_directory + QStringLiteral("/peer.ini"), QSettings::IniFormat)
+        , m_dconf(GSettingsPeer::open(s_directory, GSettingsPeer::Place::dconf))
     {
     }
     ~SaveRound() { ::close(m_directory); }
     SaveRound(const SaveRound&) = delete;
     SaveRound& operator=(const SaveRound&) = delete;
+
+    bool hasDconf() const { return m_dconf != nullptr; }
 
     bool bare()
     {
@@ -117,11 +149,29 @@ public:
             && ::fsync(m_directory) == 0;
     }
 
-    bool durable() { return store().set("refreshInterval", 1.0 + double(++m_number % 8) / 8); }
+    bool durable() { return store().set("refreshInterval", next()); }
+
+    bool byQt()
+    {
+        m_qt.setValue(QStringLiteral("refreshInterval"), next());
+        m_qt.sync();
+        return m_qt.status() == QSettings::NoError;
+    }
+
+    bool byDconf()
+    {
+        const bool isSet = !m_dconf || g_settings_set_double(m_dconf.get(), "round", next());
+        g_settings_sync();
+        return isSet;
+    }
 
 private:
+    double next() { return 1.0 + double(++m_number % 9) / 8; }
+
     int m_directory;
     QByteArray m_text;
+    QSettings m_qt;
+    GSettingsPeer::Settings m_dconf;
     int m_number = 0;
 };
 
@@ -132,38 +182,44 @@ double seconds()
 
 void durableSave(benchmark::State& state)
 {
+    struct Kind {
+        const char* counter;
+        bool (SaveRound::*save)();
+        std::vector<double> times;
+    };
+    std::array kinds { Kind { "bare_us", &SaveRound::bare, {} }, Kind { "ours_us", &SaveRound::durable, {} },
+        Kind { "qsettings_us", &SaveRound::byQt, {} }, Kind { "dconf_us", &SaveRound::byDconf, {} } };
     SaveRound round;
-    double bareTime = 0;
-    double saveTime = 0;
     for (auto _ : state) {
-        const double start = seconds();
-        const bool isBareDone = round.bare();
-        const double middle = seconds();
-        const bool isSaved = round.durable();
-        const double end = seconds();
-        if (!isBareDone || !isSaved)
-            state.SkipWithError("cannot save");
-        bareTime += middle - start;
-        saveTime += end - middle;
-        state.SetIterationTime(end - middle);
+        for (Kind& kind : kinds) {
+            const double start = seconds();
+            if (!(round.*kind.save)())
+                state.SkipWithError("cannot save");
+            kind.times.push_back(seconds() - start);
+        }
+        state.SetIterationTime(kinds[1].times.back());
     }
-    state.counters["bare_us"] = 1e6 * bareTime / double(state.iterations());
-    state.counters["ratio"] = saveTime / bareTime;
+    for (Kind& kind : kinds) {
+        const auto middle = kind.times.begin() + std::ptrdiff_t(kind.times.size() / 2);
+        std::nth_element(kind.times.begin(), middle, kind.times.end());
+        if (kind.save != &SaveRound::byDconf || round.hasDconf())
+            state.counters[kind.counter] = 1e6 * *middle;
+    }
 }
-BENCHMARK(durableSave)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(1000);
+BENCHMARK(durableSave)->UseManualTime()->Unit(benchmark::kMicrosecond)->Iterations(200);
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    const QString base = qEnvironmentVariable("KESTRUM_BENCHMARK_DIRECTORY", QDir::tempPath());
-    const QTemporaryDir home(base + QStringLiteral("/kestrum-XXXXXX"));
-    qputenv("XDG_CONFIG_HOME", QFile::encodeName(home.path()));
-    qputenv("XDG_RUNTIME_DIR", QFile::encodeName(home.path() + QStringLiteral("/run")));
-    s_directory = home.path() + QStringLiteral("/kestrum");
-    if (!home.isValid() || ::mkdir(qgetenv("XDG_RUNTIME_DIR").constData(), 0700) != 0
-        || ::mkdir(QFile::encodeName(s_directory).constData(), 0700) != 0) {
-        std::fprintf(stderr, "StoreBenchmark: cannot make a folder in %s\n", qUtf8Printable(base));
+    if (qEnvironmentVariableIsSet("KESTRUM_BENCHMARK_DIRECTORY"))
+        qputenv("TMPDIR", qgetenv("KESTRUM_BENCHMARK_DIRECTORY"));
+    const TestHome home;
+    const SessionBus bus;
+    s_directory = TestHome::configDirectory();
+    if (!bus.isUp() || !QDir().mkpath(s_directory)) {
+        std::fprintf(
+            stderr, "StoreBenchmark: no bus, or no folder in %s\n", qUtf8Printable(QDir::tempPath()));
         return EXIT_FAILURE;
     }
     benchmark::Initialize(&argc, argv);

@@ -32,7 +32,7 @@ namespace {
 
 constexpr int agentCount = 5;
 constexpr char lifeTime[] = "280000"; // ms
-constexpr int tellingRounds = 200;
+constexpr int tellingRounds = 60;
 constexpr int patience = 2000; // ms
 // The least time in ms between two changes: more frequent changes are reported more slowly.
 constexpr int rest = 20;

@@ -38,7 +38,7 @@ using namespace kestrum;
 
 namespace {
 
-constexpr int latencyRounds = 300;
+constexpr int latencyRounds = 200;
 constexpr int busRounds = 2000;            // posts to a bus, which keeps what nobody has read yet
 constexpr useconds_t rest = 5000;          // µs between two rounds: more frequent posts are slowed down
 constexpr qint64 patience = 1'000'000'000; // ns until a delivery counts as lost

@@ -41,11 +41,11 @@ private Q_SLOTS:
             return std::all_of(
                 m_writers.begin(), m_writers.end(), [](const auto& writer) { return writer->hasEnded(); });
         };
-        QElapsedTimer patience;
-        patience.start();
+        QElapsedTimer timer;
+        timer.start();
         int round = 0;
         while (!areDone()) {
-            QVERIFY(patience.elapsed() < FaultRow::times(30'000, 300'000));
+            QVERIFY(timer.elapsed() < FaultRow::times(30'000, 300'000));
             const QByteArray name = "victim" + QByteArray::number(++round);
             HelperProcess victim({ QStringLiteral("keys"), m_suite, QString::fromLatin1(name),
                 QStringLiteral("1"), QStringLiteral("1000000") });

@@ -125,8 +125,8 @@ void DayDesk::startMachine()
         m_machineFolder = QString::fromUtf8(m_machine->readLine().trimmed());
 }
 
-/// The variables by which a program gets the desk's clock, and with `hasMachine` its machine.
-Programs::Variables DayDesk::variables(bool hasMachine) const
+/// The variables by which a program gets the desk's clock and machine. The window passes them on to the agents that it starts.
+Programs::Variables DayDesk::variables() const
 {
     // Whoever loses the display exits from within the toolkit, which frees nothing.
     if (Programs::areSanitized)
@@ -135,7 +135,7 @@ Programs::Variables DayDesk::variables(bool hasMachine) const
         return {};
     QByteArray libraries = QFile::encodeName(clockLibrary());
     Programs::Variables variables { { "KESTRUM_TEST_CLOCK", QFile::encodeName(clockFile()) } };
-    if (hasMachine && !m_machineFolder.isEmpty()) {
+    if (!m_machineFolder.isEmpty()) {
         libraries += ":libumockdev-preload.so.0";
         variables.append({ "UMOCKDEV_DIR", QFile::encodeName(m_machineFolder) });
     }
@@ -145,12 +145,12 @@ Programs::Variables DayDesk::variables(bool hasMachine) const
 
 void DayDesk::startAgent()
 {
-    start(m_agent, agentProgram(), agentLog(), variables(true));
+    start(m_agent, agentProgram(), agentLog(), variables());
 }
 
 void DayDesk::startWindow()
 {
-    start(m_window, program("Kestrum"), windowLog(), variables(false));
+    start(m_window, program("Kestrum"), windowLog(), variables());
 }
 
 /// The process of `program`, if it is the only one; else 0.

@@ -69,7 +69,7 @@ private:
     QString clockLibrary() const;
     QString clockFile() const { return m_tree.path(QStringLiteral("clock")); }
     void startMachine();
-    Programs::Variables variables(bool hasMachine) const;
+    Programs::Variables variables() const;
     void start(std::unique_ptr<QProcess>& process, const QString& program, const QString& log,
         const Programs::Variables& variables) const;
 

@@ -27,6 +27,14 @@ QSet<int>& ownDepths()
     return depths;
 }
 
+/// The windows that this process reserves room for. While screens change, two of them may be on one screen: each would take the
+/// other for a panel, and both would move down in turn.
+QSet<quint32>& ownWindows()
+{
+    static QSet<quint32> windows;
+    return windows;
+}
+
 /// The numbers of a requested property; empty if the window has no such property or no longer exists.
 QList<qint32> numbersOf(xcb_connection_t* connection, xcb_get_property_cookie_t cookie)
 {
@@ -137,8 +145,15 @@ X11Struts::X11Struts()
 X11Struts::X11Struts(const QWindow& window)
     : X11Struts()
 {
-    if (m_connection)
-        m_window = quint32(window.winId());
+    if (!m_connection)
+        return;
+    m_window = quint32(window.winId());
+    ownWindows().insert(m_window);
+}
+
+X11Struts::~X11Struts()
+{
+    ownWindows().remove(m_window);
 }
 
 QRect X11Struts::available(const QScreen& screen)
@@ -218,7 +233,7 @@ QList<X11Struts::Strut> X11Struts::struts()
     // All requests are sent before the first answer is awaited.
     QList<Asked> asked;
     for (const quint32 window : topWindows()) {
-        if (window != m_window)
+        if (m_window == 0 || !ownWindows().contains(window))
             asked.append(
                 { window, ask(m_connection, window, m_partialStrut), ask(m_connection, window, m_strut) });
     }

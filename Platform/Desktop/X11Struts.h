@@ -41,6 +41,7 @@ public:
     X11Struts();
     /// Room can be reserved for `window`. The native window is created if necessary.
     explicit X11Struts(const QWindow& window);
+    ~X11Struts() override;
 
     /// The part of the screen that panels leave free, in the toolkit's units. What the window itself reserves counts as free.
     /// The call waits for the X server.

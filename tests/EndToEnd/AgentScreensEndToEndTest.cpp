@@ -67,7 +67,10 @@ QList<QRect> strips()
 /// Waits until the strips are these. While a window goes, the search may see none at all, so only one look counts.
 bool comeTo(const QList<QRect>& expected)
 {
-    return QTest::qWaitFor([&] { return strips() == expected; }, patience);
+    const bool is = QTest::qWaitFor([&] { return strips() == expected; }, patience);
+    if (!is)
+        qWarning() << "the strips are" << strips() << "instead of" << expected;
+    return is;
 }
 
 /// The popover's rectangle; empty without one.

@@ -187,6 +187,20 @@ private Q_SLOTS:
         QCOMPARE(struts.available(screen), all.adjusted(0, 0, 0, -44));
     }
 
+    void windowsOfOneProcessAreNoPanelsToEachOther()
+    {
+        QRasterWindow first;
+        showPanel(first);
+        X11Struts struts(first);
+        const QScreen& screen = *QGuiApplication::primaryScreen();
+        struts.reserve(screen, QRect(700, 0, 300, 22));
+        QRasterWindow second;
+        second.create();
+        QCOMPARE(X11Struts(second).available(screen), screen.geometry());
+        // A popover beside the pointer stands below the strip.
+        QCOMPARE(X11Struts().available(screen), screen.geometry().adjusted(0, 22, 0, 0));
+    }
+
     void aChangeOfAPanelIsToldOnce()
     {
         QRasterWindow panel;

@@ -301,19 +301,28 @@ private Q_SLOTS:
         const QString name = QStringLiteral("early");
         QDBusConnection bus = QDBusConnection::connectToBus(m_bus->address(), name);
         SilentAgent agent;
-        agent.attaching = [&] {
-            const PanelItem item { QStringLiteral("cpu"), 0, 1, {}, 1, 1, QByteArray(4, 'x') };
+        // An agent sends a picture once, and again for a new look.
+        const auto send = [&](uint bridge, const char* id, const QByteArray& pixels) {
+            const PanelItem item { QString::fromLatin1(id), 0, 1, {}, 1, 1, pixels };
             QDBusMessage message = QDBusMessage::createTargetedSignal(
                 agent.client, PanelContract::path, PanelContract::interface, QStringLiteral("Items"));
-            message << 7U << QVariant::fromValue(QList { item });
+            message << bridge << QVariant::fromValue(QList { item });
             QVERIFY(bus.send(message));
         };
+        const QByteArray picture(4, 'x');
+        agent.attaching = [&] {
+            send(7, "cpu", picture);
+            send(7, "cpu", {});
+            send(8, "memory", picture); // for another bridge of this process
+        };
+        agent.looking = [&] { send(7, "cpu", picture); };
         QVERIFY(bus.registerObject(PanelContract::path, &agent, QDBusConnection::ExportAllSlots));
         QVERIFY(bus.registerService(PanelContract::service));
         {
             AgentClient plasma(own());
             QVERIFY(QTest::qWaitFor([&] { return plasma.isAttached(); }));
-            QCOMPARE(plasma.items().rowCount(), 1);
+            QTRY_COMPARE(plasma.items().rowCount(), 1);
+            QCOMPARE(plasma.items().id(0), QStringLiteral("cpu"));
             QVERIFY(!plasma.items().index(0).data(PanelItems::pictureRole).value<QImage>().isNull());
         }
         QVERIFY(bus.unregisterService(PanelContract::service));

@@ -15,6 +15,7 @@ class SilentAgent final : public QObject {
 public:
     QString client;
     std::function<void()> attaching = [] {}; ///< before the answer
+    std::function<void()> looking = [] {};   ///< at a new look
 
 public Q_SLOTS:
     uint Attach(const QString&, const QVariantMap&, const QDBusMessage& message)
@@ -23,6 +24,7 @@ public Q_SLOTS:
         attaching();
         return 7;
     }
+    void Look(uint, const QVariantMap&) { looking(); }
     void OpenPopover(uint, const QString&, const QVariantMap&) { }
     void ClosePopover(uint) { }
     void Detach(uint) { }

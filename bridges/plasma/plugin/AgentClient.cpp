@@ -91,7 +91,7 @@ void AgentClient::setOwner(const QString& owner)
     const bool wasAttached = isAttached();
     m_owner = owner;
     m_bridge = 0;
-    m_earlyItems = {};
+    m_hasMissedItems = false;
     m_attachTimer.stop();
     m_popoverCalls = 0;
     m_isMoveSent = false;
@@ -157,9 +157,8 @@ void AgentClient::attached(const QDBusMessage& answer, const QVariantMap& toldLo
         m_attachTimer.start(attachAgain);
         return;
     }
-    if (look() != toldLook)
+    if (std::exchange(m_hasMissedItems, false) || look() != toldLook)
         sendLook();
-    takeItems(std::exchange(m_earlyItems, {}));
     Q_EMIT attachedChanged();
 }
 
@@ -223,10 +222,10 @@ bool AgentClient::isMine(const QDBusMessage& message) const
 
 void AgentClient::takeItems(const QDBusMessage& message)
 {
-    // The toolkit hands out an answer later than a signal that came after it, if the thread was held up when it asked. The pictures
-    // of the first items do not come again.
+    // The toolkit hands out an answer later than a signal that came after it, if the thread was held up when it asked. Whose items
+    // these are is not known yet, and their pictures come again only if they are asked for.
     if (!isAttached())
-        m_earlyItems = message;
+        m_hasMissedItems = true;
     if (!isMine(message))
         return;
     if (const auto told = PanelMessages::items(message))

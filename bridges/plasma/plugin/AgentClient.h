@@ -113,7 +113,7 @@ private:
     QDBusConnection m_bus;
     QString m_owner; ///< the agent's own name on the bus; empty without an agent
     uint m_bridge = 0;
-    QDBusMessage m_earlyItems; ///< that have come before the answer to Attach
+    bool m_hasMissedItems = false; ///< items came before the answer to Attach
     PanelItems m_items;
     double m_scale = 1;
     QColor m_foreground;

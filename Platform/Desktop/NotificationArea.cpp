@@ -50,7 +50,7 @@ NotificationArea::NotificationArea(QObject* parent)
     if (!x11 || !x11->connection())
         return;
     m_connection = x11->connection();
-    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+    m_root = xcbScreen(m_connection)->root;
     m_selection = xcbAtom(m_connection, "_NET_SYSTEM_TRAY_S0");
     m_manager = xcbAtom(m_connection, "MANAGER");
     m_colours = xcbAtom(m_connection, "_NET_SYSTEM_TRAY_COLORS");

@@ -19,7 +19,7 @@ X11Embedding::X11Embedding(QWindow& window)
         return;
     m_connection = x11->connection();
     m_id = quint32(window.winId());
-    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+    m_root = xcbScreen(m_connection)->root;
     qGuiApp->installNativeEventFilter(this);
 }
 

@@ -130,7 +130,7 @@ X11Struts::X11Struts()
     if (!x11 || !x11->connection())
         return;
     m_connection = x11->connection();
-    m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+    m_root = xcbScreen(m_connection)->root;
     m_strut = xcbAtom(m_connection, "_NET_WM_STRUT");
     m_partialStrut = xcbAtom(m_connection, "_NET_WM_STRUT_PARTIAL");
     m_clients = xcbAtom(m_connection, "_NET_CLIENT_LIST");

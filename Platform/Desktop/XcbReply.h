@@ -23,4 +23,18 @@ inline xcb_atom_t xcbAtom(xcb_connection_t* connection, const QByteArray& name)
     return reply ? reply->atom : xcb_atom_t(XCB_ATOM_NONE);
 }
 
+/// The server's screen that this process is on: the one that DISPLAY names, such as 1 in ":0.1".
+inline xcb_screen_t* xcbScreen(xcb_connection_t* connection)
+{
+    char* host = nullptr;
+    int display = 0;
+    int number = 0;
+    if (xcb_parse_display(nullptr, &host, &display, &number))
+        std::free(host);
+    auto screens = xcb_setup_roots_iterator(xcb_get_setup(connection));
+    for (; number > 0 && screens.rem > 1; --number)
+        xcb_screen_next(&screens);
+    return screens.data;
+}
+
 } // namespace kestrum

@@ -39,7 +39,7 @@ Place takePlace()
 
 } // namespace
 
-VirtualDisplay::VirtualDisplay(QSize size)
+VirtualDisplay::VirtualDisplay(QSize size, bool isDouble)
 {
     const Place place = takePlace();
     m_server.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -47,9 +47,11 @@ VirtualDisplay::VirtualDisplay(QSize size)
         ::prctl(PR_SET_PDEATHSIG, SIGTERM);
         ::fcntl(place.file, F_SETFD, 0); // the server inherits the lock
     });
+    const QString screen = text("%1x%2x24").arg(size.width()).arg(size.height());
     m_server.start(text("Xvfb"),
         words("-displayfd 1 -noreset -nolisten tcp -screen 0")
-            << text("%1x%2x24").arg(size.width()).arg(size.height()) << text(":%1").arg(place.number));
+            << screen << (isDouble ? words("-screen 1") << screen : QStringList())
+            << text(":%1").arg(place.number));
     ::close(place.file);
     QByteArray display;
     while (!display.endsWith('\n') && m_server.waitForReadyRead(Programs::patience))
@@ -59,7 +61,7 @@ VirtualDisplay::VirtualDisplay(QSize size)
         qWarning("the virtual display does not start: %s", qPrintable(m_server.errorString()));
         return;
     }
-    qputenv("DISPLAY", ":" + display.trimmed());
+    qputenv("DISPLAY", ":" + display.trimmed() + (isDouble ? ".1" : ""));
     qputenv("QT_QPA_PLATFORM", "xcb");
     // The toolkit would start a bus for every program unless the address is invalid.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "disabled:");

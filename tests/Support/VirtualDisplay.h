@@ -14,7 +14,8 @@ public:
     static constexpr int width = 1000;
     static constexpr int height = 800;
 
-    explicit VirtualDisplay(QSize size = { width, height });
+    /// With `isDouble`, the server has a second screen of the same size, on which this process shows its windows.
+    explicit VirtualDisplay(QSize size = { width, height }, bool isDouble = false);
     ~VirtualDisplay();
     Q_DISABLE_COPY_MOVE(VirtualDisplay)
 

@@ -82,7 +82,8 @@ void LayerStand::arrange()
     const QSize free = freeSize();
     // The distances from the edge at which the strip stands. It is the item's distance from the strip's end, too.
     const int itemMiddle = m_item.center().x();
-    const int fromEdge = isMirrored ? itemMiddle : m_strip.width() - 1 - itemMiddle;
+    // The strip's width is still the old one where it is told of its items only after this window.
+    const int fromEdge = isMirrored ? itemMiddle : m_strip.sizeHint().width() - 1 - itemMiddle;
     const int farthest = std::max(edgeDistance, free.width() - edgeDistance - m_size.width());
     const int side = std::clamp(fromEdge - m_size.width() / 2, edgeDistance, farthest);
     const int top = stripDistance; // the free area begins below the strip

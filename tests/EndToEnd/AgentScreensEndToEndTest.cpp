@@ -264,24 +264,6 @@ private Q_SLOTS:
         QCOMPARE(m_agent->state(), QProcess::Running);
     }
 
-    void aScreenThatShowsWhatAnotherOneShowsHasNoStripOfItsOwn()
-    {
-        fixture().write("stripScreens", "\"all\"");
-        startAgent();
-        const QList<QRect> both = { cornered(leftWidth, 0), cornered(VirtualDisplay::width, 0) };
-        QVERIFY(comeTo(both));
-        setScreen("mirror", leftWidth, VirtualDisplay::width - leftWidth, "none");
-        setScreen("part", leftWidth, 100, "none");
-        QTest::qWait(500); // a strip comes sooner
-        QCOMPARE(strips(), both);
-        // The screen that was shown twice goes, and its mirror is one of its own.
-        Programs::output(text("xrandr"), { text("--delmonitor"), text("right") });
-        QVERIFY(comeTo(both));
-        for (const char* name : { "mirror", "part" })
-            Programs::output(text("xrandr"), { text("--delmonitor"), text(name) });
-        QVERIFY(comeTo(QList { both.first() }));
-    }
-
     void whatIsOpenGoesWithItsScreen()
     {
         fixture().write("stripScreens", "\"all\"");

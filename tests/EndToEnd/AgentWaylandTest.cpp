@@ -82,6 +82,18 @@ class AgentWaylandTest : public QObject {
         return finer > 100;
     }
 
+    /// The popover on the first screen, whose scale is told; empty without one.
+    static QRect popover(int scale = 1)
+    {
+        const QImage picture = pictureOf(1);
+        const QColor empty(0x20, 0x40, 0x60);
+        const int below = topOfWindows() * scale;
+        const QRect area = areaOf(picture.copy(0, below, picture.width(), picture.height() - below),
+            [&empty](const QColor& pixel) { return pixel.rgb() != empty.rgb(); });
+        return area.isNull() ? QRect() : area.translated(0, below);
+    }
+    static QRect plate(int screen) { return areaOf(pictureOf(screen), WaylandDesktop::plateColour); }
+
     /// Where the area of ordinary windows begins.
     static int topOfWindows(int screen = 0)
     {
@@ -207,7 +219,6 @@ private Q_SLOTS:
         const QSize size = WaylandDesktop::shownPlate().size();
         QVERIFY(!swaymsg("create_output").isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2000, patience);
-        const auto plate = [](int screen) { return areaOf(pictureOf(screen), WaylandDesktop::plateColour); };
         QTRY_COMPARE_WITH_TIMEOUT(plate(2).size(), size, patience);
         QCOMPARE(plate(2).right(), 999);
         QTRY_COMPARE_WITH_TIMEOUT(topOfWindows(1), topOfWindows(0), patience);
@@ -238,16 +249,7 @@ private Q_SLOTS:
         swaymsg("output HEADLESS-1 resolution 1600x1400");
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().right(), 1599, patience);
         const QRect strip = WaylandDesktop::shownPlate();
-        const int windows = topOfWindows();
         WaylandDesktop::kestrumctl({ text("popover"), text("storage") });
-        const auto popover = [windows](int scale = 1) {
-            const QImage picture = pictureOf(1);
-            const QColor empty(0x20, 0x40, 0x60);
-            const int below = windows * scale;
-            const QRect area = areaOf(picture.copy(0, below, picture.width(), picture.height() - below),
-                [&empty](const QColor& pixel) { return pixel.rgb() != empty.rgb(); });
-            return area.isNull() ? QRect() : area.translated(0, below);
-        };
         QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
         const QRect before = popover();
         const int fromRight = 1599 - before.right();
@@ -257,6 +259,37 @@ private Q_SLOTS:
         QTRY_COMPARE_WITH_TIMEOUT(popover(2).size(), before.size() * 2, patience);
         QCOMPARE(1599 - popover(2).right(), fromRight * 2);
         QVERIFY(isCrisp(pictureOf(1).copy(popover(2))));
+    }
+
+    void aPopoverStaysBesideItsItemWhenAnotherOneGoes()
+    {
+        startOnSway();
+        swaymsg("output HEADLESS-1 resolution 1600x1400");
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().right(), 1599, patience);
+        const QStringList open { text("popover"), text("storage") };
+        WaylandDesktop::kestrumctl(open);
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        const QRect before = popover();
+        hideItems({ "showCPUItem" });
+        waitForStrip();
+        QTRY_VERIFY_WITH_TIMEOUT(popover().left() > before.left(), patience);
+        const QRect after = popover();
+        WaylandDesktop::kestrumctl({ text("popover"), text("close") });
+        QTRY_VERIFY_WITH_TIMEOUT(popover().isEmpty(), patience);
+        WaylandDesktop::kestrumctl(open);
+        QTRY_COMPARE_WITH_TIMEOUT(popover(), after, patience);
+    }
+
+    void byDefaultTheStripIsOnTheMainScreenOnly()
+    {
+        startCompositor(words("sway -c") << WaylandDesktop::place("sway.conf"));
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 1000, patience);
+        QVERIFY(!swaymsg("create_output").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2000, patience);
+        QVERIFY(!swaymsg("focus output HEADLESS-2").isEmpty()); // where the compositor would put it
+        m_agent = startedAsUser({ WaylandDesktop::agentProgram() });
+        QTRY_COMPARE_WITH_TIMEOUT(plate(1).width(), WaylandDesktop::expectedWidth(), patience);
+        QVERIFY(plate(2).isEmpty());
     }
 
     void itComesBackWithTheScreen()

@@ -105,12 +105,9 @@ void LayerChannel::fit()
                        .screen = screen,
                        .reserved = size.height() },
         QSize(0, size.height()));
-    const bool isOther = m_strip.size() != size;
     m_strip.resize(size);
     placeStrip();
     m_strip.show();
-    if (isOther)
-        Q_EMIT m_popoverStand.roomChanged(); // the items have moved
 }
 
 /// Puts the strip at the trailing end of the row. The rest of the row lets presses through.

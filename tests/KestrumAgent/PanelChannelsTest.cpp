@@ -9,6 +9,7 @@
 #include "tests/Support/QuietTime.h"
 #include "tests/Support/SessionBus.h"
 #include "tests/Support/StandInArea.h"
+#include "tests/Support/StartingManager.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/VirtualDisplay.h"
 
@@ -91,15 +92,11 @@ private Q_SLOTS:
 
     void aWindowManagerThatIsOnlyStartingMayLoseTheStrip()
     {
-        xcb_connection_t* manager = xcb_connect(nullptr, nullptr);
-        const uint32_t events = XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT;
-        xcb_change_window_attributes(
-            manager, xcb_setup_roots_iterator(xcb_get_setup(manager)).data->root, XCB_CW_EVENT_MASK, &events);
-        std::free(xcb_get_input_focus_reply(manager, xcb_get_input_focus(manager), nullptr)); // it has come
+        auto manager = std::make_optional<StartingManager>();
         const ShownItems shown;
         QTest::qWait(quietTime);
         QVERIFY(shown.isStrip() && !shown.isOnScreen());
-        xcb_disconnect(manager);
+        manager.reset();
         QTRY_VERIFY_WITH_TIMEOUT(shown.isOnScreen(), 3000);
         QCOMPARE(shown.strip.windowHandle()->size(), shown.strip.sizeHint());
     }

@@ -59,7 +59,7 @@ QByteArrayList installed(QByteArrayList words)
 {
     if (words.isEmpty())
         return {};
-    const QString program = QStandardPaths::findExecutable(QFile::decodeName(words.first()));
+    const QString program = ProgramStart::find(QFile::decodeName(words.first()));
     if (program.isEmpty())
         return {};
     words.first() = QFile::encodeName(program);

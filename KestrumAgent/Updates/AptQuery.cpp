@@ -5,7 +5,6 @@
 #include "Platform/Processes/ProgramStart.h"
 
 #include <QProcessEnvironment>
-#include <QStandardPaths>
 
 namespace kestrum {
 
@@ -60,7 +59,7 @@ AptQuery::~AptQuery()
 
 QString AptQuery::program()
 {
-    return QStandardPaths::findExecutable(QStringLiteral("apt-cache"));
+    return ProgramStart::find(QStringLiteral("apt-cache"));
 }
 
 void AptQuery::start()

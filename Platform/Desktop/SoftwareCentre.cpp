@@ -61,7 +61,7 @@ bool isDescribed(const QString& component)
 
 QString opener()
 {
-    return QStandardPaths::findExecutable(QStringLiteral("xdg-open"));
+    return ProgramStart::find(QStringLiteral("xdg-open"));
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 
 #include <QProcess>
 #include <QProcessEnvironment>
-#include <QStandardPaths>
 #include <QTimer>
 #include <utility>
 
@@ -47,7 +46,7 @@ public:
     void begin(const QString& program, const QStringList& arguments, std::chrono::milliseconds limit)
     {
         m_program = program;
-        const QString path = QStandardPaths::findExecutable(program);
+        const QString path = ProgramStart::find(program);
         if (path.isEmpty()) {
             QMetaObject::invokeMethod(
                 this, [this] { tell(Failure::withReason(QStringLiteral("it is not installed"))); },

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Processes/ProgramStart.h"
 
+#include <QStandardPaths>
 #include <algorithm>
 #include <csignal>
 #include <fcntl.h>
@@ -121,6 +122,16 @@ void resetProcess()
 }
 
 } // namespace
+
+QString ProgramStart::find(const QString& program)
+{
+    QStringList folders = qEnvironmentVariable("PATH").split(u':', Qt::SkipEmptyParts);
+    folders.removeIf([](const QString& folder) { return !folder.startsWith(u'/'); });
+    // With an empty list, the toolkit would look in all of PATH.
+    if (folders.isEmpty() && !program.startsWith(u'/'))
+        return {};
+    return QStandardPaths::findExecutable(program, folders);
+}
 
 void ProgramStart::isolate(QProcess& process)
 {

@@ -7,6 +7,7 @@
 #include <QByteArrayList>
 #include <QMap>
 #include <QProcess>
+#include <QString>
 
 namespace kestrum {
 
@@ -21,6 +22,10 @@ namespace ProgramStart {
 /// request can find it.
 Result<qint32> start(const QByteArray& program, const QByteArrayList& arguments,
     const QMap<QString, QString>& added = {}, const QByteArrayList& removed = {});
+
+/// The full path of `program`, a name to be found in PATH or a full path; empty if it is not installed. Only folders that PATH
+/// names in full count: others depend on the current folder, where somebody else may have put a program.
+QString find(const QString& program);
 
 /// For programs whose output this process reads. Makes `process` start its program with no descriptor above 2 and with default
 /// signal handling. Call this before the start.

@@ -6,6 +6,7 @@
 #include "tests/Support/Text.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QTest>
 #include <optional>
 
@@ -61,6 +62,35 @@ private Q_SLOTS:
         ProgramRun::start(text("no-such-program"), {}, &m_context, teller());
         QVERIFY(!m_told);
         QCOMPARE(told(), text("failed: no-such-program: it is not installed"));
+    }
+
+    void aProgramInTheCurrentFolderIsNotRun()
+    {
+        const QString folder = TestHome::root() + text("/planted");
+        QVERIFY(QDir().mkpath(folder + text("/bin")));
+        for (const char* name : { "/planted-program", "/bin/planted-program" }) {
+            QFile program(folder + QLatin1StringView(name));
+            QVERIFY(program.open(QIODevice::WriteOnly));
+            program.write("#!/bin/sh\necho planted\n");
+            program.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        }
+        const QByteArray path = qgetenv("PATH");
+        const QString before = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(folder));
+        const auto toldWithPath = [&](const QByteArray& folders) {
+            qputenv("PATH", folders);
+            ProgramRun::start(text("planted-program"), {}, &m_context, teller());
+            return told();
+        };
+        QStringList outcomes;
+        for (const char* folders : { ".", "bin", "", ":", ".:/usr/bin:" })
+            outcomes.append(toldWithPath(folders));
+        const QString named = toldWithPath("bin:" + QFile::encodeName(folder));
+        qputenv("PATH", path);
+        QDir::setCurrent(before);
+        for (const QString& outcome : outcomes)
+            QCOMPARE(outcome, text("failed: planted-program: it is not installed"));
+        QCOMPARE(named, text("planted\n")); // a folder that PATH names in full counts
     }
 
     void runsFollowEachOtherUpToTheFirstFailure()

@@ -16,7 +16,7 @@ using namespace std::chrono_literals;
 
 /// A bus that is gone is seldom back soon, since the session goes with it. Each time, the wait is twice as long.
 constexpr std::chrono::milliseconds firstWait = 1s;
-constexpr std::chrono::milliseconds longestWait = 5min;
+constexpr std::chrono::milliseconds longestWaitForBus = 5min;
 /// A new bus makes its socket a moment before it can be joined.
 constexpr std::chrono::milliseconds afterSocket = 100ms;
 
@@ -35,7 +35,7 @@ BusReturn::~BusReturn() = default;
 void BusReturn::wait()
 {
     m_timer.start(m_wait);
-    m_wait = std::min(2 * m_wait, longestWait);
+    m_wait = std::min(2 * m_wait, longestWaitForBus);
     const QString socket = DesktopBus::socketFile();
     if (m_watch || socket.isEmpty())
         return;

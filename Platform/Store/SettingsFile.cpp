@@ -182,6 +182,8 @@ Result<SettingsFile::Reading> SettingsFile::readAt(int directory, const QByteArr
         if (m_owner == Owner::ourselves && reading.state.st_uid != ::geteuid())
             return refused(QStringLiteral("It belongs to another user"), EPERM);
 
+        // Decided before the bytes are read: a reader that the kernel stops meanwhile would take a new file for an old one.
+        content.isFresh = isWithin(twoTicks, reading.state.st_ctim);
         const auto bytes = FilePath::readAll(file.get(), SettingsText::maximumBytes);
         if (!bytes)
             return bytes.failure().about(m_path);
@@ -195,7 +197,6 @@ Result<SettingsFile::Reading> SettingsFile::readAt(int directory, const QByteArr
         reading.bytes = *bytes;
         content.values = parsed.values;
         content.damage = parsed.damage;
-        content.isFresh = isWithin(twoTicks, reading.state.st_ctim);
         const bool isWhole = parsed.damage.isEmpty() && !bytes->trimmed().isEmpty();
         if (!isWhole && m_owner == Owner::ourselves)
             content.doubt = doubtAbout(file.get(), reading.state);

@@ -170,13 +170,15 @@ QImage StripScene::picture(const Item& item, const ItemInk& ink, double scale, c
     const QSizeF size = item.view->frame().size() + QSizeF(spareWidth, 0);
     QImage image(int(std::ceil(size.width() * scale)), int(std::ceil(size.height() * scale)),
         QImage::Format_ARGB32_Premultiplied);
-    image.setDevicePixelRatio(scale);
+    // Qt takes a ratio below 1 for 1 in some versions, and as it is in others.
+    image.setDevicePixelRatio(std::max(scale, 1.0));
     image.fill(Qt::transparent);
     QPainter painter(&image);
-    // The toolkit takes a ratio below 1 for 1.
     if (scale < 1)
         painter.scale(scale, scale);
     item.view->draw(painter, QPointF(0, 0), ink, scale, appearance);
+    painter.end();
+    image.setDevicePixelRatio(scale);
     return image;
 }
 

@@ -24,6 +24,7 @@
 #include <QMetaMethod>
 #include <QThread>
 #include <QTimer>
+#include <chrono>
 #include <mutex>
 #include <set>
 
@@ -31,6 +32,8 @@ namespace kestrum {
 namespace {
 
 constexpr char fileSuffix[] = ".json";
+/// How long a file that cannot be read is left alone while somebody observes it.
+constexpr std::chrono::seconds pauseBetweenLooks { 2 };
 
 QString standardName()
 {
@@ -94,7 +97,7 @@ struct UserDefaults::Domain {
     void scheduleNotice(const QStringList& keys);
     void checkAndFollow();
     void scheduleCheck();
-    void scheduleLaterCheck();
+    void scheduleLaterCheck(std::chrono::milliseconds pause);
 
     UserDefaults* const defaults;
     const QString name;
@@ -109,7 +112,8 @@ struct UserDefaults::Domain {
     quint64 seenGeneration = 0; ///< the counter's value before the last check
     std::optional<Failure> readFailure;
     std::optional<Failure> saveFailure;
-    bool isUnsynced = false; ///< the last save replaced the file but failed to flush the directory
+    SettingsFile::Identity
+        synced; ///< of the last file that this object knows to be on disk, together with its entry
     bool isObserved = false;
     bool isNoticeScheduled = false;
     std::set<QString> changedKeys; ///< keys changed since the last emission of `changed`
@@ -126,11 +130,15 @@ void UserDefaults::Domain::check()
     if (doubt.isOpen() || !isIdentityCertain || readFailure || file.identity() != identity) {
         const auto content = file.read();
         if (doubt.concerns(content))
-            scheduleLaterCheck();
+            scheduleLaterCheck(SettingsFile::believedAfter);
         else
             adopt(content);
     }
-    seenGeneration = now;
+    // What could not be read may be readable at the next look, which no event tells.
+    if (readFailure)
+        scheduleLaterCheck(pauseBetweenLooks);
+    else
+        seenGeneration = now;
 }
 
 /// Takes the values from `content`. If the file could not be read, the values stay unchanged.
@@ -172,8 +180,9 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     {
         const std::scoped_lock lock(mutex);
         check();
-        const bool isKnown = !readFailure && !isUnsynced && !doubt.isOpen();
-        if (isKnown && changes.appliedTo(values.stored()) == values.stored())
+        // Another process may have written these values, but failed to bring them to disk.
+        const bool isOnDisk = !readFailure && !doubt.isOpen() && identity == synced;
+        if (isOnDisk && changes.appliedTo(values.stored()) == values.stored())
             return true;
     }
 
@@ -183,7 +192,6 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
         counter->advance();
 
     const std::scoped_lock lock(mutex);
-    isUnsynced = !saved && (saved.changed || isUnsynced);
     if (!saved) {
         saveFailure = saved.failure();
         Log::warnOnce(SettingsFile::logArea, Log::escaped(saved.failureText()));
@@ -194,6 +202,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     }
 
     adopt(saved);
+    synced = saved->identity;
     // If only this save has advanced the counter, no other save was missed.
     const quint64 expected = before + (saved.changed ? 1 : 0);
     seenGeneration = generation() == expected ? expected : before;
@@ -224,7 +233,7 @@ void UserDefaults::Domain::scheduleCheck()
 }
 
 /// No file event reports that a doubtful state has lasted long enough, so a timer starts the check.
-void UserDefaults::Domain::scheduleLaterCheck()
+void UserDefaults::Domain::scheduleLaterCheck(std::chrono::milliseconds pause)
 {
     if (!isObserved || isLaterCheckScheduled)
         return;
@@ -236,9 +245,8 @@ void UserDefaults::Domain::scheduleLaterCheck()
         }
         scheduleCheck();
     };
-    const auto wait = [this, checkAgain] {
-        QTimer::singleShot(SettingsFile::believedAfter, Qt::PreciseTimer, defaults, checkAgain);
-    };
+    const auto wait
+        = [this, checkAgain, pause] { QTimer::singleShot(pause, Qt::PreciseTimer, defaults, checkAgain); };
     QMetaObject::invokeMethod(defaults, wait, Qt::QueuedConnection);
 }
 

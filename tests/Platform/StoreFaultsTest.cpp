@@ -179,6 +179,16 @@ private Q_SLOTS:
         QVERIFY2(outcome.error.contains(QStringLiteral("directory")), qUtf8Printable(outcome.error));
     }
 
+    void equalSaveOfAnotherProcessBringsToDiskWhatTheFirstCouldNot()
+    {
+        TracedSave::prepare(sound);
+        QCOMPARE(
+            TracedSave::run(TracedSave::save, { "fsync", 2, EIO }).exitCode, TracedSave::reportedFailure);
+        const auto again = TracedSave::run();
+        QCOMPARE(again.exitCode, 0);
+        QCOMPARE(again.flushed(), QByteArrayList { "kestrum" });
+    }
+
     void failedCloseFailsTheSave()
     {
         // Network file systems may report a failed write only when the file is closed.

@@ -4,6 +4,7 @@
 #include "tests/Support/OwnSuite.h"
 
 #include <QCoreApplication>
+#include <QSignalSpy>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -11,6 +12,22 @@ using namespace kestrum;
 
 class UserDefaultsFailureTest : public QObject, OwnSuite {
     Q_OBJECT
+
+    /// What the user of a store owns.
+    QStringList places() const
+    {
+        return { TestHome::configDirectory(), path(), path() + QStringLiteral(".lock"),
+            TestHome::root() + QStringLiteral("/.config") };
+    }
+    /// Gives the places that later tests use back to root.
+    static void takeBack()
+    {
+        if (::geteuid() != 0)
+            return;
+        for (const QString& file :
+            { TestHome::configDirectory(), TestHome::root() + QStringLiteral("/.config") })
+            QCOMPARE(::chown(QFile::encodeName(file).constData(), 0, 0), 0);
+    }
 
 private Q_SLOTS:
     void init() { nextSuite(); }
@@ -25,8 +42,7 @@ private Q_SLOTS:
         connect(store.get(), &UserDefaults::saveSucceeded, this, [&] { ++successes; });
         QVERIFY(store->set("a", 1));
         {
-            const OrdinaryUser user({ TestHome::configDirectory(), path(), path() + QStringLiteral(".lock"),
-                TestHome::root() + QStringLiteral("/.config") });
+            const OrdinaryUser user(places());
             QCOMPARE(::chmod(QFile::encodeName(TestHome::configDirectory()).constData(), 0500), 0);
             QVERIFY(!store->set("a", 2));
             QVERIFY(!store->apply({}, { QStringLiteral("a") }));
@@ -47,11 +63,7 @@ private Q_SLOTS:
             QCoreApplication::processEvents();
             QCOMPARE(successes, 1); // reported only after a failure
         }
-        if (::geteuid() == 0) {
-            for (const QString& file :
-                { TestHome::configDirectory(), TestHome::root() + QStringLiteral("/.config") })
-                QCOMPARE(::chown(QFile::encodeName(file).constData(), 0, 0), 0);
-        }
+        takeBack();
     }
 
     void equalWriteAfterAFailureIsNoSave()
@@ -87,6 +99,27 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(path()));
         QVERIFY(!store->set("b", 1));
         QCOMPARE(store->number("a"), 2.0);
+    }
+
+    void fileThatBecomesReadableIsReadAgain()
+    {
+        write(path(), "{\"a\": 1}");
+        const auto observed = opened();
+        const auto unobserved = opened();
+        QSignalSpy notices(observed.get(), &UserDefaults::changed);
+        QVERIFY(opened()->set("a", 2));
+        {
+            const OrdinaryUser user(places());
+            QCOMPARE(::chmod(QFile::encodeName(path()).constData(), 0), 0);
+            QTRY_VERIFY(observed->lastError().contains(QStringLiteral("Permission denied")));
+            QCOMPARE(unobserved->number("a"), 1.0);
+            // No event tells of this.
+            QCOMPARE(::chmod(QFile::encodeName(path()).constData(), 0600), 0);
+            QCOMPARE(unobserved->number("a"), 2.0);
+            QTRY_COMPARE(notices.count(), 1);
+            QCOMPARE(observed->number("a"), 2.0);
+        }
+        takeBack();
     }
 
     void damagedFileIsSalvagedAndKept()

@@ -24,8 +24,10 @@
 #include <QCoreApplication>
 #include <QHash>
 #include <QMetaObject>
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <ctime>
 #include <fcntl.h>
 #include <map>
 #include <memory>
@@ -140,7 +142,8 @@ public:
         const Token token = ++m_newest;
         // Posts before this registration count as seen: only older registrations are notified of these posts.
         m_registrations.emplace(token,
-            Registration { fileName, signalWriter().lastPost(pathBelowRoot + fileName),
+            Registration { fileName,
+                m_isUnwatched ? now() : signalWriter().lastPost(pathBelowRoot + fileName),
                 std::make_shared<const std::function<void()>>(std::move(handler)) });
         return token;
     }
@@ -163,16 +166,23 @@ public:
     // Delivers a post of this process without the file: runs the handlers of the registrations up to `newest`.
     void deliverLocally(const QByteArray& fileName, Token newest)
     {
-        deliver(newest, [&fileName](const Registration& one) { return one.fileName == fileName; });
+        deliver(newest, [this, &fileName](Registration& one) {
+            // The post may have reached the file all the same.
+            if (one.fileName == fileName && m_isUnwatched)
+                one.lastSeen = std::max(one.lastSeen, signalWriter().lastPost(pathBelowRoot + fileName));
+            return one.fileName == fileName;
+        });
         // The directory may exist by now, so the watch may succeed.
         if (m_isUnwatched && !m_registrations.empty())
-            startWatch();
+            startWatchLate();
     }
 
 private:
     struct Registration {
         QByteArray fileName;
-        PostTime lastSeen; // not reset if the file is removed, because the file may come back unchanged
+        // The file's time, or that of the registration if the directory could not be opened. Not reset if the file is removed,
+        // because the file may come back unchanged.
+        PostTime lastSeen;
         std::shared_ptr<const std::function<void()>>
             handler; // shared, so that a running handler survives the removal of its own registration
     };
@@ -186,15 +196,31 @@ private:
             m_watch = std::make_unique<DirectoryWatch>(path + QLatin1Char('/') + QLatin1String(signalsName),
                 DirectoryWatch::Interest::touched, [this](const QByteArray& entry) { handleChange(entry); });
         m_isUnwatched = !isOpen || !m_watch;
-        // Posts before the start of the watch count as seen.
-        for (auto& [token, registration] : m_registrations)
-            registration.lastSeen = signalWriter().lastPost(pathBelowRoot + registration.fileName);
+    }
+
+    // Delivers what was posted after the registrations that were made before the directory could be opened.
+    void startWatchLate()
+    {
+        startWatch();
+        if (m_isUnwatched)
+            return;
+        deliver(m_newest, [](Registration& one) {
+            const PostTime time = signalWriter().lastPost(pathBelowRoot + one.fileName);
+            return std::exchange(one.lastSeen, time) < time;
+        });
+    }
+
+    static PostTime now()
+    {
+        struct timespec time;
+        ::clock_gettime(CLOCK_REALTIME, &time);
+        return FilePath::nanoseconds(time);
     }
 
     void handleChange(const QByteArray& entry)
     {
         if (m_isUnwatched) {
-            startWatch();
+            startWatchLate();
             return;
         }
         QByteArrayList names { entry };

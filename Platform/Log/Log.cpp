@@ -104,6 +104,11 @@ QString Log::escaped(const QString& value)
     return QString::fromUtf8(escapedUtf8(value, valueLimit));
 }
 
+QString Log::escaped(const Failure& failure)
+{
+    return Failure { failure.step, escaped(failure.reason), failure.error, escaped(failure.subject) }.text();
+}
+
 QString Log::escapedWhole(const QString& value)
 {
     return QString::fromUtf8(escapedUtf8(value, std::numeric_limits<qsizetype>::max()));

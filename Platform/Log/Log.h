@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Log/Result.h"
+
 #include <QLoggingCategory>
 #include <QString>
 
@@ -16,6 +18,8 @@ const QLoggingCategory& category(const char* area);
 /// Returns `value` in a form that is safe for one log line. Control characters are escaped, so a path cannot fake a log line.
 /// The text is cut at 256 UTF-8 bytes.
 QString escaped(const QString& value);
+/// The failure's text, of which subject and reason are each escaped and cut: a long path leaves room for the reason.
+QString escaped(const Failure& failure);
 /// Like `escaped`, but without the limit. For output that is printed line by line.
 QString escapedWhole(const QString& value);
 

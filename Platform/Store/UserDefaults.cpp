@@ -54,7 +54,7 @@ QJsonObject administeredValues(const QString& name)
     for (const QString& directory : directories) {
         const auto content = SettingsFile(fileIn(directory, name), SettingsFile::Owner::anybody).read();
         if (!content) {
-            Log::warnOnce(SettingsFile::logArea, Log::escaped(content.failureText()));
+            Log::warnOnce(SettingsFile::logArea, Log::escaped(content.failure()));
             continue;
         }
         for (auto value = content->values.begin(); value != content->values.end(); ++value) {
@@ -146,7 +146,7 @@ void UserDefaults::Domain::adopt(const Result<SettingsFile::Content>& content)
 {
     if (!content) {
         readFailure = content.failure();
-        Log::warnOnce(SettingsFile::logArea, Log::escaped(content.failureText()));
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(content.failure()));
         return;
     }
     readFailure.reset();
@@ -194,7 +194,7 @@ bool UserDefaults::Domain::save(const SettingsFile::Changes& changes)
     const std::scoped_lock lock(mutex);
     if (!saved) {
         saveFailure = saved.failure();
-        Log::warnOnce(SettingsFile::logArea, Log::escaped(saved.failureText()));
+        Log::warnOnce(SettingsFile::logArea, Log::escaped(saved.failure()));
         const auto notify = [this, reason = saved.failureText()] { Q_EMIT defaults->saveFailed(reason); };
         if (defaults->isSignalConnected(QMetaMethod::fromSignal(&UserDefaults::saveFailed)))
             QMetaObject::invokeMethod(defaults, notify, Qt::QueuedConnection);

@@ -105,6 +105,13 @@ private Q_SLOTS:
         QCOMPARE(Log::escaped(x(252) + QChar(0x1b)), x(252) + QStringLiteral("\\x1b"));
     }
 
+    void longPathLeavesRoomForTheReason()
+    {
+        const QString path(300, u'p');
+        const Failure failure { QStringLiteral("save"), QStringLiteral("No space\nleft"), 0, path };
+        QCOMPARE(Log::escaped(failure), path.first(256) + QStringLiteral(": cannot save: No space\\nleft"));
+    }
+
     void categoryIsNamedAfterItsArea()
     {
         QCOMPARE(QByteArray(Log::category("links").categoryName()), QByteArray("com.orvale.kestrum.links"));

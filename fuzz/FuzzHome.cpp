@@ -4,10 +4,8 @@
 #include "fuzz/FuzzTarget.h"
 
 #include <QDir>
-#include <QFileInfo>
+#include <QFile>
 #include <QTemporaryDir>
-#include <fcntl.h>
-#include <unistd.h>
 
 namespace kestrum {
 
@@ -45,27 +43,6 @@ void FuzzHome::prepare()
     qputenv("LC_ALL", "C.UTF-8");
     qputenv("QT_QPA_PLATFORM", "offscreen");
     qputenv("QT_LOGGING_RULES", "*=false");
-}
-
-QString FuzzHome::root()
-{
-    return folder().path() + QStringLiteral("/root");
-}
-
-void FuzzHome::write(const QString& path, std::string_view content)
-{
-    const QByteArray file = QFile::encodeName(root() + path);
-    const auto opened
-        = [&file] { return ::open(file.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600); };
-    int descriptor = opened();
-    if (descriptor < 0) {
-        QDir().mkpath(QFileInfo(root() + path).path());
-        descriptor = opened();
-    }
-    expect(descriptor >= 0, "a file of the target's own can be opened");
-    const auto written = ::write(descriptor, content.data(), content.size());
-    expect(written == ssize_t(content.size()), "a file of the target's own can be written");
-    ::close(descriptor);
 }
 
 } // namespace kestrum

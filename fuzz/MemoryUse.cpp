@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "Platform/Machine/MemoryUse.h"
-
-#include "fuzz/FuzzHome.h"
+#include "Platform/Machine/MemoryText.h"
 #include "fuzz/FuzzTarget.h"
 
 namespace kestrum {
@@ -12,21 +10,23 @@ namespace {
 void runMemoryUse(std::string_view input)
 {
     const auto files = parts(input, 4);
-    FuzzHome::write(QStringLiteral("/proc/meminfo"), files[0]);
-    FuzzHome::write(QStringLiteral("/proc/spl/kstat/zfs/arcstats"), files[1]);
-    FuzzHome::write(QStringLiteral("/proc/swaps"), files[2]);
-    FuzzHome::write(QStringLiteral("/sys/block/zram0/mm_stat"), files[3]);
-    MemoryUse use(FuzzHome::root());
-    use.sample();
-    const MemoryParts parts = use.parts();
+    const auto devices = MemoryText::zramDevices(files[2]);
+    const quint64 zram = devices.empty() ? 0 : MemoryText::zramMemory(files[3]);
+    const quint64 zfs = MemoryText::zfsCache(files[1]);
+    const MemoryText text(files[0]);
+    MemoryParts parts;
+    const bool hasSwap = text.setSwap(parts);
+    expect(hasSwap || parts == MemoryParts(), "swap that is not known changes nothing");
+    text.divideMemory(parts, zfs, zram);
     expect(parts.app + parts.system + parts.compressed + parts.cache + parts.free == parts.total,
         "the parts add up");
     for (const quint64 part : { parts.app, parts.system, parts.compressed, parts.cache, parts.free })
         expect(part <= parts.total, "no part is more than all");
     expect(parts.swapUsed <= parts.swapTotal, "no more swap is used than there is");
-    expect(use.used() >= 0 && use.used() <= 1, "what is used is a share");
-    use.sample();
-    expect(use.parts() == parts, "the same files give the same parts");
+    MemoryParts again = parts;
+    text.setSwap(again);
+    text.divideMemory(again, zfs, zram);
+    expect(again == parts, "the same files give the same parts");
 }
 
 const FuzzTarget memoryUseTarget("MemoryUse", runMemoryUse);

@@ -69,6 +69,15 @@ QStringList words(std::initializer_list<const char*> texts)
     return list;
 }
 
+/// A look whose pictures are small: nobody looks at them, and what scales do is the target PanelLook's.
+QVariantMap look(FuzzInput& input, const QStringList& values)
+{
+    static const QStringList keys = words({ "scale", "room", "foreground" });
+    QVariantMap look = input.map(keys, values);
+    look.insert(keys[0], 0.0);
+    return look;
+}
+
 void call(PanelService& service, FuzzInput& input)
 {
     static const QStringList sections = words({ "cpu", "memory", "storage", "sensors" });
@@ -76,25 +85,24 @@ void call(PanelService& service, FuzzInput& input)
     static const QStringList keys = words({ "Tab", "Shift+Tab", "Esc", "Ctrl+", "Up", "Down", "Left", "Right",
         "Space", "Return", "Ctrl+C", "Home", "PgDown" });
     static const QStringList actions = words({ "move-left", "move-right", "settings", "system-monitor" });
-    static const QStringList looks = words({ "scale", "room", "foreground" });
     static const QStringList values { QStringLiteral("#123456"), QStringLiteral("#zzzzzz"),
-        QString(100'000, u'x'), QString(5000, u'\u0301') };
+        QString(2000, u'x'), QString(2000, u'\u0301') };
     const auto bridge = [&input] { return uint(input.bounded(10)); };
     switch (input.bounded(11)) {
     case 0: {
         const bool isFull = service.shownBy().count(u',') + 1 >= PanelService::mostBridges;
-        expect((service.Attach(input.text(values), input.map(looks, values)) == 0) == isFull,
+        expect((service.Attach(input.text(values), look(input, values)) == 0) == isFull,
             "a bridge is attached while there is room");
         break;
     }
     case 1:
-        service.Look(bridge(), input.map(looks, values));
+        service.Look(bridge(), look(input, values));
         break;
     case 2:
         service.Detach(bridge());
         break;
     case 3:
-        service.OpenPopover(bridge(), input.text(sections), input.map(looks, values));
+        service.OpenPopover(bridge(), input.text(sections), look(input, values));
         break;
     case 4:
         service.ClosePopover(bridge());
@@ -155,7 +163,9 @@ void runPanelService(std::string_view text)
     // Never destroyed: the fuzzer ends within a run.
     static Panel& panel = *new Panel;
     FuzzInput input(text);
-    SharedSettings::store().apply({}, SharedSettings::store().storedDictionary().keys());
+    const QStringList stored = SharedSettings::store().storedDictionary().keys();
+    if (!stored.isEmpty())
+        SharedSettings::store().apply({}, stored);
     PanelService service(panel.strip, panel.popovers, panel.menu);
     for (int calls = 0; calls < mostCalls && !input.isAtEnd(); ++calls) {
         call(service, input);

@@ -5,7 +5,10 @@
 
 #include <QList>
 #include <algorithm>
+#include <cstdlib>
+#include <numeric>
 #include <utility>
+#include <vector>
 
 namespace kestrum {
 
@@ -40,22 +43,25 @@ int NearestNames::distance(const QString& word, const QString& other)
     const QString a = word.toCaseFolded();
     const QString b = other.toCaseFolded();
     // Three rows of the table of distances between prefixes of both words. `beforeLast` is needed for swapped neighbours.
-    QList<int> beforeLast;
-    QList<int> last;
-    QList<int> row;
-    for (int column = 0; column <= b.size(); ++column)
-        row.append(column);
+    const std::size_t columns = std::size_t(b.size()) + 1;
+    std::vector<int> beforeLast(columns);
+    std::vector<int> last(columns);
+    std::vector<int> row(columns);
+    std::iota(row.begin(), row.end(), 0);
     for (int i = 1; i <= a.size(); ++i) {
-        beforeLast = std::exchange(last, row);
+        std::swap(beforeLast, last);
+        std::swap(last, row);
         row[0] = i;
         for (int j = 1; j <= b.size(); ++j) {
-            const bool isSame = a[i - 1] == b[j - 1];
-            row[j] = std::min({ last[j] + 1, row[j - 1] + 1, last[j - 1] + (isSame ? 0 : 1) });
-            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
-                row[j] = std::min(row[j], beforeLast[j - 2] + 1);
+            const bool isSame = a.at(i - 1) == b.at(j - 1);
+            int& least = row[std::size_t(j)];
+            least = std::min({ last[std::size_t(j)] + 1, row[std::size_t(j) - 1] + 1,
+                last[std::size_t(j) - 1] + (isSame ? 0 : 1) });
+            if (i > 1 && j > 1 && a.at(i - 1) == b.at(j - 2) && a.at(i - 2) == b.at(j - 1))
+                least = std::min(least, beforeLast[std::size_t(j) - 2] + 1);
         }
     }
-    return row.last();
+    return row.back();
 }
 
 QStringList NearestNames::of(const QString& word, const QStringList& names)
@@ -66,10 +72,14 @@ QStringList NearestNames::of(const QString& word, const QStringList& names)
     const int mostChanges = std::max(2, int(word.size()) / 3);
     QList<std::pair<int, QString>> near;
     for (const QString& name : names) {
+        const bool contains = word.size() >= 3 && name.contains(word, Qt::CaseInsensitive);
+        // Each letter too many is a change.
+        if (!contains && std::abs(name.size() - word.size()) > mostChanges)
+            continue;
         const int changes = distance(word, name);
         if (changes <= mostChanges && changes < name.size())
             near.append({ changes, name });
-        else if (word.size() >= 3 && name.contains(word, Qt::CaseInsensitive))
+        else if (contains)
             near.append({ mostChanges + changes, name });
     }
     std::stable_sort(

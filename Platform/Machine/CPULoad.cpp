@@ -2,6 +2,7 @@
 #include "Platform/Machine/CPULoad.h"
 
 #include "Platform/Machine/KernelText.h"
+#include "Platform/Machine/KernelValues.h"
 
 #include <algorithm>
 #include <numeric>
@@ -54,17 +55,20 @@ double share(const Spent& spent)
 } // namespace
 
 CPULoad::CPULoad(const QString& root)
-    : m_file(root + QStringLiteral("/proc/stat"))
-    , m_kernel(root)
+    : m_root(root)
+    , m_file(root + QStringLiteral("/proc/stat"))
 {
 }
 
 void CPULoad::sample()
 {
-    const auto content = m_file.read();
-    if (!content)
-        return;
-    parse(*content);
+    if (const auto content = m_file.read())
+        sample(*content);
+}
+
+void CPULoad::sample(std::string_view content)
+{
+    parse(content);
     if (m_now.empty())
         return;
 
@@ -141,7 +145,7 @@ void CPULoad::parse(std::string_view content)
 // Sorts the cores by level. Called whenever the set of cores changes; the levels are read again each time.
 void CPULoad::arrange()
 {
-    const QList<QList<int>> levels = m_kernel.levelProcessors();
+    const QList<QList<int>> levels = KernelValues(m_root).levelProcessors();
     const auto rank = [&levels](int number) {
         for (qsizetype level = 0; level < levels.size(); ++level) {
             if (levels[level].contains(number))

@@ -2,7 +2,6 @@
 #pragma once
 
 #include "Platform/Machine/KernelFile.h"
-#include "Platform/Machine/KernelValues.h"
 
 #include <QList>
 #include <array>
@@ -20,6 +19,8 @@ public:
 
     /// Takes a sample. A sample too soon after the last one does not change the loads.
     void sample();
+    /// The same with what the file says.
+    void sample(std::string_view content);
 
     /// Call this before a pause in sampling. Clears counters and history, so the next sample counts as the first.
     void pause();
@@ -43,8 +44,8 @@ private:
     void parse(std::string_view content);
     void arrange();
 
+    QString m_root;
     KernelFile m_file;
-    KernelValues m_kernel;
     std::vector<Core> m_base; ///< the cores at the last sample that was used, sorted by number
     std::vector<Core> m_now;
     std::vector<std::size_t> m_order; ///< indices into `m_base`, in the order of `m_cores`

@@ -6,6 +6,7 @@
 #include <QDir>
 #include <algorithm>
 #include <array>
+#include <utility>
 
 // A line of "/proc/diskstats" is "major minor name", then "requests merged sectors milliseconds" for reading, the same four
 // for writing, and more. A sector is 512 bytes, whatever the sectors of the device are.
@@ -29,24 +30,52 @@ double risen(quint64 from, quint64 to)
     return to > from ? double(to - from) : 0;
 }
 
+// Whether the device is a disk with no device below it. Memory (ram, zram) is no disk. What files (loop) and pools (zd) transfer
+// is counted at the disks that they lie on, though the kernel does not list these as their slaves.
+bool isLowestDisk(const QString& root, const std::string& name)
+{
+    for (const char* prefix : { "loop", "ram", "zram", "zd" }) {
+        if (hasOnlyDigitsAfter(prefix, name))
+            return false;
+    }
+    // The kernel writes "cciss/c0d0" as "cciss!c0d0" where it is the name of a folder.
+    const QString folder
+        = root + QStringLiteral("/sys/block/") + QString::fromStdString(name).replace(u'/', u'!');
+    static constexpr auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    return !name.empty() && QDir(folder).exists()
+        && QDir(folder + QStringLiteral("/slaves")).isEmpty(everything)
+        && KernelFile(folder + QStringLiteral("/hidden")).readNumber().value_or(0) == 0;
+}
+
 } // namespace
 
 DiskActivity::DiskActivity(const QString& root)
-    : m_root(root)
-    , m_file(root + QStringLiteral("/proc/diskstats"))
+    : m_file(root + QStringLiteral("/proc/diskstats"))
+    , m_counts([root](const std::string& name) { return isLowestDisk(root, name); })
+{
+}
+
+DiskActivity::DiskActivity(std::function<bool(const std::string& name)> counts)
+    : m_file({})
+    , m_counts(std::move(counts))
 {
 }
 
 std::optional<DiskActivity::Rates> DiskActivity::sample(Clock::time_point now)
 {
-    if (m_lastTime && now - *m_lastTime < shortestTime)
+    if (isTooSoon(now))
         return m_rates;
-    const auto content = m_file.read();
-    if (!content) {
-        pause();
-        return std::nullopt;
-    }
-    parse(*content);
+    if (const auto content = m_file.read())
+        return sample(*content, now);
+    pause();
+    return std::nullopt;
+}
+
+std::optional<DiskActivity::Rates> DiskActivity::sample(std::string_view content, Clock::time_point now)
+{
+    if (isTooSoon(now))
+        return m_rates;
+    parse(content);
 
     const bool isSameList = std::equal(m_now.begin(), m_now.end(), m_last.begin(), m_last.end(),
         [](const Device& one, const Device& other) { return one.name == other.name; });
@@ -59,7 +88,7 @@ std::optional<DiskActivity::Rates> DiskActivity::sample(Clock::time_point now)
     for (std::size_t i = 0; i < m_now.size(); ++i) {
         Device& device = m_now[i];
         const Device* const last = lastOf(i);
-        device.counts = examines ? counts(device.name) : last->counts;
+        device.counts = examines ? m_counts(device.name) : last->counts;
         hasDisk = hasDisk || device.counts;
         if (device.counts && last) {
             sectors.read += risen(last->read, device.read);
@@ -109,23 +138,6 @@ const DiskActivity::Device* DiskActivity::lastOf(std::size_t index) const
     const auto found = std::find_if(
         m_last.begin(), m_last.end(), [&name](const Device& device) { return device.name == name; });
     return found == m_last.end() ? nullptr : &*found;
-}
-
-// Whether the device is a disk with no device below it. Memory (ram, zram) is no disk. What files (loop) and pools (zd) transfer
-// is counted at the disks that they lie on, though the kernel does not list these as their slaves.
-bool DiskActivity::counts(const std::string& name) const
-{
-    for (const char* prefix : { "loop", "ram", "zram", "zd" }) {
-        if (hasOnlyDigitsAfter(prefix, name))
-            return false;
-    }
-    // The kernel writes "cciss/c0d0" as "cciss!c0d0" where it is the name of a folder.
-    const QString folder
-        = m_root + QStringLiteral("/sys/block/") + QString::fromStdString(name).replace(u'/', u'!');
-    static constexpr auto everything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    return !name.empty() && QDir(folder).exists()
-        && QDir(folder + QStringLiteral("/slaves")).isEmpty(everything)
-        && KernelFile(folder + QStringLiteral("/hidden")).readNumber().value_or(0) == 0;
 }
 
 } // namespace kestrum

@@ -4,6 +4,7 @@
 #include "Platform/Machine/KernelFile.h"
 
 #include <chrono>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,11 +26,15 @@ public:
     };
 
     explicit DiskActivity(const QString& root = {});
+    /// `counts` says which devices count, instead of the machine's folders.
+    explicit DiskActivity(std::function<bool(const std::string& name)> counts);
 
     /// Takes a sample and returns the rates since the last one. Nothing after the first sample, and if the kernel reports no
     /// disk. A sample too soon after the last one does not change the rates. A device that was not there at the last sample,
     /// or whose counter went back, counts as idle. `now` is a parameter for tests.
     std::optional<Rates> sample(Clock::time_point now = Clock::now());
+    /// The same with what the file says.
+    std::optional<Rates> sample(std::string_view content, Clock::time_point now);
 
     /// Call this before a pause in sampling, so that the next sample counts as the first.
     void pause();
@@ -43,10 +48,10 @@ private:
     };
     void parse(std::string_view content);
     const Device* lastOf(std::size_t index) const;
-    bool counts(const std::string& name) const;
+    bool isTooSoon(Clock::time_point now) const { return m_lastTime && now - *m_lastTime < shortestTime; }
 
-    QString m_root;
     KernelFile m_file;
+    std::function<bool(const std::string& name)> m_counts;
     std::vector<Device> m_last; ///< the devices at the last sample, in the kernel's order
     std::vector<Device> m_now;
     bool m_isListNew = false;

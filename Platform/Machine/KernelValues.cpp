@@ -20,8 +20,8 @@
 namespace kestrum {
 namespace {
 
-// The largest accepted processor number, far above the 8192 processors that the kernel can be built for.
-constexpr int maximumCpu = 65535;
+// The largest accepted processor number. The kernel can be built for 8192 processors.
+constexpr int maximumCpu = 8191;
 
 std::optional<QByteArray> content(const QString& path)
 {
@@ -73,15 +73,58 @@ KernelValues::KernelValues(const QString& root)
 {
 }
 
-QList<KernelValues::Level> KernelValues::levels() const
+KernelValues::KernelValues(const Texts& texts)
+    : m_online(texts.online)
+    , m_levels(levelsIn(texts))
 {
+}
+
+const std::optional<QByteArray>& KernelValues::online() const
+{
+    if (!m_online)
+        m_online = content(m_root + QStringLiteral("/sys/devices/system/cpu/online"));
+    return *m_online;
+}
+
+const QList<KernelValues::Level>& KernelValues::levels() const
+{
+    if (!m_levels)
+        m_levels = levelsIn(read());
+    return *m_levels;
+}
+
+KernelValues::Texts KernelValues::read() const
+{
+    Texts texts;
+    texts.online = online();
+    static constexpr std::array kinds { "cpu_core", "cpu_atom", "cpu_lowpower" };
+    std::transform(kinds.begin(), kinds.end(), texts.kinds.begin(), [this](const char* kind) {
+        return content(QStringLiteral("%1/sys/devices/%2/cpus").arg(m_root, QLatin1StringView(kind)));
+    });
+    // A machine can have hundreds of files about capacities.
+    if (std::any_of(
+            texts.kinds.begin(), texts.kinds.end(), [](const auto& kind) { return kind.has_value(); }))
+        return texts;
     const QString cpuFolder = m_root + QStringLiteral("/sys/devices/system/cpu/");
-    const auto online = cpuList(content(cpuFolder + QStringLiteral("online")));
+    // A pattern for `entryList` would need regular expressions at every start, so the names are compared here.
+    static constexpr QLatin1StringView prefix("cpu");
+    for (const QString& name : QDir(cpuFolder).entryList(QDir::Dirs)) {
+        const auto cpu = name.startsWith(prefix) ? wholeNumber(name.mid(prefix.size()).toLatin1(), maximumCpu)
+                                                 : std::nullopt;
+        const auto capacity
+            = cpu ? content(cpuFolder + name + QStringLiteral("/cpu_capacity")) : std::nullopt;
+        if (capacity)
+            texts.capacities.emplace(*cpu, *capacity);
+    }
+    return texts;
+}
+
+QList<KernelValues::Level> KernelValues::levelsIn(const Texts& texts)
+{
+    const auto online = cpuList(texts.online);
     QList<Level> result;
 
-    for (const char* kind : { "cpu_core", "cpu_atom", "cpu_lowpower" }) {
-        const QString path = QStringLiteral("%1/sys/devices/%2/cpus").arg(m_root, QLatin1StringView(kind));
-        const auto text = content(path);
+    for (const auto& text : texts.kinds) {
         if (!text)
             continue;
         Level level;
@@ -98,18 +141,11 @@ QList<KernelValues::Level> KernelValues::levels() const
 
     if (result.isEmpty()) {
         std::map<int, QList<int>, std::greater<>> cpusByCapacity;
-        // A pattern for `entryList` would need regular expressions at every start, so the names are compared here.
-        static constexpr QLatin1StringView prefix("cpu");
-        for (const QString& name : QDir(cpuFolder).entryList(QDir::Dirs)) {
-            if (!name.startsWith(prefix))
-                continue;
-            const auto cpu = wholeNumber(name.mid(prefix.size()).toLatin1(), maximumCpu);
-            if (!cpu || !isActive(*cpu, online))
-                continue;
-            const auto text = content(cpuFolder + name + QStringLiteral("/cpu_capacity"));
-            if (const auto capacity
-                = text ? wholeNumber(*text, std::numeric_limits<int>::max()) : std::nullopt)
-                cpusByCapacity[*capacity].append(*cpu);
+        for (const auto& [cpu, text] : texts.capacities) {
+            const auto capacity
+                = isActive(cpu, online) ? wholeNumber(text, std::numeric_limits<int>::max()) : std::nullopt;
+            if (capacity)
+                cpusByCapacity[*capacity].append(cpu);
         }
         for (const auto& [capacity, cpus] : cpusByCapacity)
             result.append(Level { int(cpus.size()), {}, cpus });
@@ -138,7 +174,7 @@ std::optional<KernelValues::Value> KernelValues::levelValue(const QByteArray& na
     if (!name.startsWith(prefix) || dot < 0)
         return std::nullopt;
     const auto index = wholeNumber(name.mid(prefix.size(), dot - prefix.size()), maximumCpu);
-    const QList<Level> all = levels();
+    const QList<Level>& all = levels();
     if (!index || *index >= all.size())
         return std::nullopt;
     return Value { all.at(*index), name.mid(dot + 1) };
@@ -166,8 +202,8 @@ std::optional<QByteArray> KernelValues::text(const QByteArray& name) const
 
 int KernelValues::activeProcessorCount() const
 {
-    const auto online = cpuList(content(m_root + QStringLiteral("/sys/devices/system/cpu/online")));
-    const auto listed = online ? std::count(online->begin(), online->end(), true) : 0;
+    const auto cpus = cpuList(online());
+    const auto listed = cpus ? std::count(cpus->begin(), cpus->end(), true) : 0;
     return int(listed > 0 ? listed : std::max(1L, ::sysconf(_SC_NPROCESSORS_ONLN)));
 }
 

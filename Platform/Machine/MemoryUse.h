@@ -21,8 +21,7 @@ public:
     const MemoryParts& parts() const { return m_parts; }
 
 private:
-    void sampleSwap(std::optional<quint64> total, std::optional<quint64> free);
-    quint64 zfsCache();
+    void listSwap();
     quint64 zramMemory();
 
     QString m_root;

@@ -70,7 +70,7 @@ QStringList words(std::initializer_list<const char*> texts)
 }
 
 /// A look whose pictures are small: nobody looks at them, and what scales do is the target PanelLook's.
-QVariantMap look(FuzzInput& input, const QStringList& values)
+QVariantMap smallLook(FuzzInput& input, const QStringList& values)
 {
     static const QStringList keys = words({ "scale", "room", "foreground" });
     QVariantMap look = input.map(keys, values);
@@ -91,18 +91,18 @@ void call(PanelService& service, FuzzInput& input)
     switch (input.bounded(11)) {
     case 0: {
         const bool isFull = service.shownBy().count(u',') + 1 >= PanelService::mostBridges;
-        expect((service.Attach(input.text(values), look(input, values)) == 0) == isFull,
+        expect((service.Attach(input.text(values), smallLook(input, values)) == 0) == isFull,
             "a bridge is attached while there is room");
         break;
     }
     case 1:
-        service.Look(bridge(), look(input, values));
+        service.Look(bridge(), smallLook(input, values));
         break;
     case 2:
         service.Detach(bridge());
         break;
     case 3:
-        service.OpenPopover(bridge(), input.text(sections), look(input, values));
+        service.OpenPopover(bridge(), input.text(sections), smallLook(input, values));
         break;
     case 4:
         service.ClosePopover(bridge());

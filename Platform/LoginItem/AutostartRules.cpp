@@ -23,10 +23,14 @@ QByteArrayList parts(const QByteArray& text, char separator)
     return list;
 }
 
-/// The names of this desktop, the most specific one first.
+/// The names of this desktop, the most specific one first. What cannot stand in a list of an entry is no name.
 QByteArrayList desktopsHere()
 {
-    return parts(qgetenv("XDG_CURRENT_DESKTOP"), ':');
+    QByteArrayList names = parts(qgetenv("XDG_CURRENT_DESKTOP"), ':');
+    names.removeIf([](const QByteArray& name) {
+        return std::any_of(name.begin(), name.end(), [](char c) { return (c >= 0 && c <= ' ') || c == ';'; });
+    });
+    return names;
 }
 
 QByteArray joined(const QByteArrayList& desktops)

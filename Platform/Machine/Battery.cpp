@@ -57,6 +57,11 @@ Battery::Battery(const QString& root)
 
 std::optional<BatteryState> Battery::read(std::chrono::nanoseconds now)
 {
+    return read(m_supplies.present(), now);
+}
+
+std::optional<BatteryState> Battery::read(std::vector<PowerSupply>& supplies, std::chrono::nanoseconds now)
+{
     int count = 0;
     int fullCount = 0;
     bool isDischarging = false;
@@ -67,7 +72,7 @@ std::optional<BatteryState> Battery::read(std::chrono::nanoseconds now)
     const auto add = [](std::optional<double>& sum, const std::optional<double>& value) {
         sum = sum && value ? std::optional(*sum + *value) : std::nullopt;
     };
-    for (PowerSupply& supply : m_supplies.present()) {
+    for (PowerSupply& supply : supplies) {
         const auto content = supply.isBattery ? contentOf(supply) : std::nullopt;
         if (!content)
             continue;

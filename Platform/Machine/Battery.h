@@ -19,6 +19,8 @@ public:
     /// reads of the last minute, so it is absent until reads span ten seconds, and also if it is longer than 99 hours or
     /// shorter than a minute. Only tests pass `now`.
     std::optional<BatteryState> read(std::chrono::nanoseconds now = timeSinceBoot());
+    /// The same of these supplies.
+    std::optional<BatteryState> read(std::vector<PowerSupply>& supplies, std::chrono::nanoseconds now);
 
 private:
     struct Sample {

@@ -14,10 +14,9 @@ namespace {
 // No processor runs faster. A larger value is an error of the firmware.
 constexpr double largestHertz = 100e9;
 
-void raiseHertz(std::optional<double>& highest, double hertz)
+std::optional<double> plausible(double hertz)
 {
-    if (hertz > 0 && hertz <= largestHertz)
-        highest = std::max(highest.value_or(0), hertz);
+    return hertz > 0 && hertz <= largestHertz ? std::optional(hertz) : std::nullopt;
 }
 
 } // namespace
@@ -33,7 +32,7 @@ std::optional<double> CPUFrequency::read()
 {
     const auto hertz = ofPolicies();
     // Here the kernel writes pages about every core, so this file comes second.
-    return hertz ? hertz : ofCPUInfo();
+    return hertz ? hertz : ofCPUInfo(m_cpuInfo.read().value_or(std::string_view()));
 }
 
 // The first of the kernel's pages about the cores tells enough.
@@ -54,18 +53,23 @@ std::optional<double> CPUFrequency::ofPolicies()
     std::optional<double> highest;
     // Each core can be a group of its own, so the files do not stay open.
     for (const QString& policy : std::as_const(m_policies))
-        raiseHertz(highest, double(KernelFile(policy).readNumber().value_or(0)) * 1e3);
+        highest = std::max(highest, ofPolicy(KernelFile(policy).readWord()));
     return highest;
 }
 
-std::optional<double> CPUFrequency::ofCPUInfo()
+std::optional<double> CPUFrequency::ofPolicy(std::string_view text)
+{
+    return plausible(double(KernelText::wholeNumber<qint64>(text).value_or(0)) * 1e3);
+}
+
+std::optional<double> CPUFrequency::ofCPUInfo(std::string_view content)
 {
     std::optional<double> highest;
-    std::string_view content = m_cpuInfo.read().value_or(std::string_view());
     while (!content.empty()) {
         std::string_view line = KernelText::takeLine(content);
         if (KernelText::trimmed(KernelText::takeUpTo(':', line)) == "cpu MHz")
-            raiseHertz(highest, KernelText::wholeNumber<double>(KernelText::trimmed(line)).value_or(0) * 1e6);
+            highest = std::max(highest,
+                plausible(KernelText::wholeNumber<double>(KernelText::trimmed(line)).value_or(0) * 1e6));
     }
     return highest;
 }

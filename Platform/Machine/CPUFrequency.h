@@ -19,10 +19,14 @@ public:
     /// Whether the kernel reports a frequency. Quick on any number of cores, unlike `read`.
     bool isReported();
 
+    /// The frequency of a group of cores, in hertz, from the text of its file "scaling_cur_freq". Nothing if it cannot be true.
+    static std::optional<double> ofPolicy(std::string_view text);
+    /// The highest frequency in "/proc/cpuinfo", in hertz.
+    static std::optional<double> ofCPUInfo(std::string_view content);
+
 private:
     void findPolicies();
     std::optional<double> ofPolicies();
-    std::optional<double> ofCPUInfo();
 
     QString m_root;
     QString m_folder;

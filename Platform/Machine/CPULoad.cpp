@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <utility>
 
 // A line of "/proc/stat" is "cpuN user nice system idle iowait irq softirq steal guest guest_nice". The values are
 // hundredths of a second since boot. The last two values are skipped, because user and nice already contain them. Waiting
@@ -55,8 +56,14 @@ double share(const Spent& spent)
 } // namespace
 
 CPULoad::CPULoad(const QString& root)
-    : m_root(root)
-    , m_file(root + QStringLiteral("/proc/stat"))
+    : m_file(root + QStringLiteral("/proc/stat"))
+    , m_levels([root] { return KernelValues(root).levelProcessors(); })
+{
+}
+
+CPULoad::CPULoad(Levels levels)
+    : m_file({})
+    , m_levels(std::move(levels))
 {
 }
 
@@ -145,7 +152,7 @@ void CPULoad::parse(std::string_view content)
 // Sorts the cores by level. Called whenever the set of cores changes; the levels are read again each time.
 void CPULoad::arrange()
 {
-    const QList<QList<int>> levels = KernelValues(m_root).levelProcessors();
+    const QList<QList<int>> levels = m_levels();
     const auto rank = [&levels](int number) {
         for (qsizetype level = 0; level < levels.size(); ++level) {
             if (levels[level].contains(number))

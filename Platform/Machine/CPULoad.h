@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <array>
+#include <functional>
 #include <vector>
 
 namespace kestrum {
@@ -15,7 +16,12 @@ class CPULoad {
 public:
     static constexpr int historyLength = 36;
 
+    /// The kernel's numbers for the processors of each level, the fastest level first.
+    using Levels = std::function<QList<QList<int>>()>;
+
     explicit CPULoad(const QString& root = {});
+    /// `levels` is asked whenever other cores are online, instead of the machine.
+    explicit CPULoad(Levels levels);
 
     /// Takes a sample. A sample too soon after the last one does not change the loads.
     void sample();
@@ -44,8 +50,8 @@ private:
     void parse(std::string_view content);
     void arrange();
 
-    QString m_root;
     KernelFile m_file;
+    Levels m_levels;
     std::vector<Core> m_base; ///< the cores at the last sample that was used, sorted by number
     std::vector<Core> m_now;
     std::vector<std::size_t> m_order; ///< indices into `m_base`, in the order of `m_cores`

@@ -16,8 +16,18 @@ KernelFile::KernelFile(const QString& path)
 {
 }
 
+KernelFile KernelFile::saying(std::string_view content)
+{
+    KernelFile file({});
+    file.m_buffer.assign(content.begin(), content.end());
+    file.m_isFixed = true;
+    return file;
+}
+
 std::optional<std::string_view> KernelFile::read()
 {
+    if (m_isFixed)
+        return std::string_view(m_buffer.data(), m_buffer.size());
     if (m_descriptor.isValid()) {
         if (const auto content = readOpened())
             return content;

@@ -21,6 +21,8 @@ public:
     static constexpr std::size_t maximumBytes = std::size_t(1) << 20;
 
     explicit KernelFile(const QString& path);
+    /// A file that always says `content`, of another machine.
+    static KernelFile saying(std::string_view content);
 
     /// The content up to `maximumBytes`, valid until the next read; nothing when the file cannot be read.
     std::optional<std::string_view> read();
@@ -48,6 +50,7 @@ private:
     int m_pause = 0;    ///< number of reads skipped after the last failure; 0 after a success
     int m_passOver = 0; ///< number of reads that are still to be skipped
     bool m_isDenied = false;
+    bool m_isFixed = false; ///< the buffer is the content
 };
 
 } // namespace kestrum

@@ -12,17 +12,17 @@ constexpr double largestSupplyWatts = 10000;
 
 } // namespace
 
-PowerSupply::PowerSupply(const QString& folder, bool battery)
+PowerSupply::PowerSupply(bool battery, const std::function<KernelFile(const char* name)>& file)
     : isBattery(battery)
-    , state(folder + (battery ? QStringLiteral("status") : QStringLiteral("online")))
-    , power(folder + QStringLiteral("power_now"))
-    , current(folder + QStringLiteral("current_now"))
-    , voltage(folder + QStringLiteral("voltage_now"))
-    , energyNow(folder + QStringLiteral("energy_now"))
-    , energyFull(folder + QStringLiteral("energy_full"))
-    , chargeNow(folder + QStringLiteral("charge_now"))
-    , chargeFull(folder + QStringLiteral("charge_full"))
-    , capacity(folder + QStringLiteral("capacity"))
+    , state(file(battery ? "status" : "online"))
+    , power(file("power_now"))
+    , current(file("current_now"))
+    , voltage(file("voltage_now"))
+    , energyNow(file("energy_now"))
+    , energyFull(file("energy_full"))
+    , chargeNow(file("charge_now"))
+    , chargeFull(file("charge_full"))
+    , capacity(file("capacity"))
 {
 }
 
@@ -60,7 +60,8 @@ std::vector<PowerSupply>& PowerSupplies::present()
         const std::string_view kind = type.readWord();
         if ((kind == "Battery" || kind == "Mains")
             && KernelFile(folder + QStringLiteral("scope")).readWord() != "Device")
-            m_supplies.emplace_back(folder, kind == "Battery");
+            m_supplies.emplace_back(kind == "Battery",
+                [&folder](const char* file) { return KernelFile(folder + QLatin1StringView(file)); });
     }
     return m_supplies;
 }

@@ -4,6 +4,7 @@
 #include "Platform/Machine/KernelFile.h"
 
 #include <QStringList>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -11,7 +12,8 @@ namespace kestrum {
 
 /// A battery or a mains adapter in "/sys/class/power_supply". Its files stay open once they are read.
 struct PowerSupply {
-    PowerSupply(const QString& folder, bool isBattery);
+    /// `file` gives the supply's file of that name.
+    PowerSupply(bool isBattery, const std::function<KernelFile(const char* name)>& file);
 
     /// The power in watts, never negative; nothing if the supply reports none.
     std::optional<double> watts();

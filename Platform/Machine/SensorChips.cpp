@@ -58,7 +58,7 @@ QByteArray listedChips()
     return result;
 }
 
-std::optional<double> value(const sensors_chip_name* chip, int number)
+std::optional<double> valueOf(const sensors_chip_name* chip, int number)
 {
     double result = 0;
     if (number < 0 || ::sensors_get_value(chip, number, &result) != 0 || !std::isfinite(result))
@@ -66,9 +66,9 @@ std::optional<double> value(const sensors_chip_name* chip, int number)
     return result;
 }
 
-bool isFaulty(const sensors_chip_name* chip, const SensorChip::Input& input)
+bool isFaulty(const SensorChip& chip, const SensorChip::Input& input)
 {
-    return value(chip, input.fault).value_or(0) != 0;
+    return chip.value(input.fault).value_or(0) != 0;
 }
 
 QString chipName(const sensors_chip_name& chip)
@@ -141,7 +141,7 @@ void SensorChips::adopt(const sensors_chip_name& name)
     const QString device = path.endsWith(QStringLiteral("/device")) ? path : path + QStringLiteral("/device");
     const QString folder = QFileInfo(device).canonicalFilePath();
     SensorChip chip {
-        .chip = &name,
+        .value = [&name](int number) { return valueOf(&name, number); },
         .place = { SensorKinds::kindOf(driver), name.bus.type, name.bus.nr, name.addr, chipName(name),
             folder.isEmpty() ? path : folder },
         .driver = QString::fromUtf8(driver.data(), qsizetype(driver.size())),
@@ -172,15 +172,27 @@ void SensorChips::adopt(const sensors_chip_name& name)
         const std::string_view label = text ? text.get() : feature->name;
         KernelFile labelFile(path + u'/' + QLatin1StringView(feature->name) + QStringLiteral("_label"));
         const std::string_view given = labelFile.readWord();
-        // The kernel's label says what a driver measures, whatever people call it.
-        const std::string_view own = given.empty() ? feature->name : given;
-        (isFan ? chip.fans : chip.temperatures)
-            .push_back({ input, number(isFan ? SENSORS_SUBFEATURE_FAN_FAULT : SENSORS_SUBFEATURE_TEMP_FAULT),
-                QString::fromUtf8(feature->name), QString::fromUtf8(label.data(), qsizetype(label.size())),
-                label != own, SensorKinds::cpuRank(driver, own, label), SensorKinds::gpuRank(driver, own),
-                SensorKinds::ownRank(driver, own) });
+        SensorChip::Input& added = (isFan ? chip.fans : chip.temperatures)
+                                       .emplace_back(SensorChip::input(driver, feature->name, given, label));
+        added.value = input;
+        added.fault = number(isFan ? SENSORS_SUBFEATURE_FAN_FAULT : SENSORS_SUBFEATURE_TEMP_FAULT);
     }
     m_chips.push_back(std::move(chip));
+}
+
+SensorChip::Input SensorChip::input(
+    std::string_view driver, const char* name, std::string_view given, std::string_view label)
+{
+    // The kernel's label says what a driver measures, whatever people call it.
+    const std::string_view own = given.empty() ? name : given;
+    Input input;
+    input.name = QString::fromUtf8(name);
+    input.label = QString::fromUtf8(label.data(), qsizetype(label.size()));
+    input.isNamedByUser = label != own;
+    input.cpu = SensorKinds::cpuRank(driver, own, label);
+    input.gpu = SensorKinds::gpuRank(driver, own);
+    input.own = SensorKinds::ownRank(driver, own);
+    return input;
 }
 
 // Whether the device is suspended. Reading a suspended graphics card would wake the card and its fan; waking takes half
@@ -196,24 +208,24 @@ bool SensorChip::isAsleep() const
 
 std::optional<double> SensorChip::celsius(const Input& temperature) const
 {
-    if (isFaulty(chip, temperature))
+    if (isFaulty(*this, temperature))
         return std::nullopt;
-    const auto celsius = value(chip, temperature.value);
+    const auto celsius = value(temperature.value);
     return celsius && isPlausibleTemperature(*celsius) ? celsius : std::nullopt;
 }
 
 std::optional<double> SensorChip::rpm(const Input& fan) const
 {
-    if (isFaulty(chip, fan))
+    if (isFaulty(*this, fan))
         return std::nullopt;
-    const auto rpm = value(chip, fan.value);
+    const auto rpm = value(fan.value);
     return rpm && isPlausibleSpeed(*rpm) ? rpm : std::nullopt;
 }
 
 // A device that is awake uses some power, so 0 means that the driver does not know the power.
 std::optional<double> SensorChip::watts() const
 {
-    const auto watts = value(chip, power);
+    const auto watts = value(power);
     return watts && *watts > 0 && *watts <= largestDeviceWatts ? watts : std::nullopt;
 }
 

@@ -4,7 +4,9 @@
 #include "Platform/Machine/SensorDevices.h"
 
 #include <QByteArray>
+#include <functional>
 #include <mutex>
+#include <string_view>
 #include <tuple>
 #include <vector>
 
@@ -20,14 +22,14 @@ struct SensorChip {
     static constexpr Rank worstRank = 3;
 
     struct Input {
-        int value;          ///< the library's number
-        int fault;          ///< the number of the fault flag; negative when there is none
-        QString name;       ///< the driver's, such as "temp1" or "fan1"
-        QString label;      ///< the same as `name` if neither the configuration nor the driver has a label
-        bool isNamedByUser; ///< whether the label is from the library's configuration
-        Rank cpu;
-        Rank gpu;
-        Rank own; ///< how well it represents its device; never 0
+        int value = -1; ///< the library's number
+        int fault = -1; ///< the number of the fault flag; negative when there is none
+        QString name;   ///< the driver's, such as "temp1" or "fan1"
+        QString label;  ///< the same as `name` if neither the configuration nor the driver has a label
+        bool isNamedByUser = false; ///< whether the label is from the library's configuration
+        Rank cpu = 0;
+        Rank gpu = 0;
+        Rank own = worstRank; ///< how well it represents its device; never 0
     };
 
     /// The place in a list of all devices: the kinds in their order, and the devices of a kind as they are connected.
@@ -47,7 +49,8 @@ struct SensorChip {
         }
     };
 
-    const sensors_chip_name* chip;
+    std::function<std::optional<double>(int number)>
+        value; ///< by the library's number; absent if it cannot be read
     Place place;
     QString driver; ///< the name that the driver gives its devices
     QString model;  ///< the model of a disk; empty if unknown
@@ -55,6 +58,11 @@ struct SensorChip {
     int power;      ///< the number of the power; negative when there is none
     std::vector<Input> temperatures;
     std::vector<Input> fans;
+
+    /// An input that has no numbers yet. `name` is the driver's, `given` the kernel's label, which may be empty, and `label` that of
+    /// the library's configuration.
+    static Input input(
+        std::string_view driver, const char* name, std::string_view given, std::string_view label);
 
     bool isAsleep() const;
     std::optional<double> celsius(const Input& temperature) const;

@@ -56,11 +56,16 @@ std::optional<SensorList::Values> SensorList::read()
     const SensorChips::Lock lock = SensorChips::ofThisMachine().lock();
     if (!lock)
         return std::nullopt;
+    return read(SensorChips::ofThisMachine().present());
+}
+
+SensorList::Values SensorList::read(const std::vector<SensorChip>& chips)
+{
     if (m_isNewOpening.exchange(false))
         m_chips.clear();
     for (auto& [place, chip] : m_chips)
         chip.isPresent = false;
-    for (const SensorChip& chip : SensorChips::ofThisMachine().present()) {
+    for (const SensorChip& chip : chips) {
         if (chip.isQuiet)
             continue;
         Chip& known = m_chips.try_emplace(chip.place).first->second;

@@ -40,6 +40,8 @@ public:
     /// What there is to see. Inputs, devices and fans appear with their first value and stay, without a value if it is lost,
     /// until the next opening. Call this on a worker thread. Nothing while another thread is reading for over a second.
     std::optional<Values> read();
+    /// The same of these devices, in any order.
+    Values read(const std::vector<SensorChip>& chips);
 
 private:
     /// What is known of a device. Its inputs and fans are those of the `SensorChip`, in the same order.

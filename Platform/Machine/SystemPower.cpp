@@ -10,12 +10,17 @@ SystemPower::SystemPower(const QString& root)
 
 std::optional<double> SystemPower::read()
 {
+    return of(m_supplies.present());
+}
+
+std::optional<double> SystemPower::of(std::vector<PowerSupply>& supplies)
+{
     double drawn = 0;
     double delivered = 0;
     double charged = 0;
     bool isMeasured = true;
     bool isDischarging = false;
-    for (PowerSupply& supply : m_supplies.present()) {
+    for (PowerSupply& supply : supplies) {
         const std::string_view state = supply.state.readWord();
         if (!supply.isBattery) {
             if (state == "1")

@@ -17,6 +17,8 @@ public:
     /// is the sum over the mains adapters that measure their power, minus the power that charges batteries. Nothing if no
     /// supply measures the power.
     std::optional<double> read();
+    /// The same of these supplies.
+    static std::optional<double> of(std::vector<PowerSupply>& supplies);
 
 private:
     PowerSupplies m_supplies;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/LoginItem/AutostartRules.h"
 
+#include "Platform/Processes/ProgramStart.h"
+
 #include <QFile>
 #include <QFileInfo>
-#include <QStandardPaths>
 #include <algorithm>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -65,7 +66,7 @@ QByteArray placeInBundle(const QByteArray& program)
 QByteArray fileOf(const QByteArray& word)
 {
     const QString name = QFile::decodeName(word);
-    const QString path = word.startsWith('/') ? name : QStandardPaths::findExecutable(name);
+    const QString path = word.startsWith('/') ? name : ProgramStart::find(name);
     return QFile::encodeName(QFileInfo(path).canonicalFilePath());
 }
 
@@ -74,7 +75,7 @@ QByteArray fileOf(const QByteArray& word)
 bool AutostartRules::isProgram(const QByteArray& path)
 {
     if (!path.startsWith('/'))
-        return !QStandardPaths::findExecutable(QFile::decodeName(path)).isEmpty();
+        return !ProgramStart::find(QFile::decodeName(path)).isEmpty();
     struct stat state;
     return ::stat(path.constData(), &state) == 0 && S_ISREG(state.st_mode)
         && ::faccessat(AT_FDCWD, path.constData(), X_OK, AT_EACCESS) == 0;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/LoginItem/LoginItemService.h"
 
+#include "Platform/Processes/ProcessEnds.h"
+#include "Platform/Processes/ProgramStart.h"
+
 #include <QFileInfo>
-#include <QProcess>
-#include <QStandardPaths>
 
 namespace kestrum {
 
@@ -31,10 +32,18 @@ constexpr SettingsProgram programs[] = {
     { "LXDE", "lxsession-edit", nullptr },
 };
 
-bool start(const char* name, const QStringList& arguments)
+bool start(const char* name, const QByteArrayList& arguments)
 {
-    const QString program = QStandardPaths::findExecutable(QLatin1StringView(name));
-    return !program.isEmpty() && QProcess::startDetached(program, arguments);
+    const QString program = ProgramStart::find(QLatin1StringView(name));
+    if (program.isEmpty())
+        return false;
+    const auto pid = ProgramStart::start(QFile::encodeName(program), arguments);
+    if (!pid)
+        return false;
+    // Never destroyed: the settings program may stay longer than any window.
+    static auto* const ends = new ProcessEnds;
+    ends->follow(*pid, ProcessEnds::Kind::child);
+    return true;
 }
 
 } // namespace
@@ -45,15 +54,15 @@ bool LoginItemService::openSystemSettingsLoginItems() const
     const QStringList desktops = qEnvironmentVariable("XDG_CURRENT_DESKTOP").split(u':', Qt::SkipEmptyParts);
     for (const QString& desktop : desktops) {
         for (const SettingsProgram& known : programs) {
-            const QStringList arguments
-                = known.argument ? QStringList { QLatin1StringView(known.argument) } : QStringList();
+            const QByteArrayList arguments
+                = known.argument ? QByteArrayList { known.argument } : QByteArrayList();
             if (desktop.compare(QLatin1StringView(known.desktop), Qt::CaseInsensitive) == 0
                 && start(known.program, arguments))
                 return true;
         }
     }
     // If no settings program can be started, the folder of the entries is opened.
-    return start("xdg-open", { QFileInfo(entryPath()).path() });
+    return start("xdg-open", { QFile::encodeName(QFileInfo(entryPath()).path()) });
 }
 
 } // namespace kestrum

@@ -142,10 +142,15 @@ private Q_SLOTS:
         const FileTree programs;
         const QString settings = programs.path(QStringLiteral("xfce4-session-settings"));
         LoginItemFixture::makeProgram(settings);
+        // Somebody else may have put a program into the current folder.
+        LoginItemFixture::makeProgram(programs.path(QStringLiteral("planted/xfce4-session-settings")));
+        const QString folder = QDir::currentPath();
+        QVERIFY(QDir::setCurrent(programs.root()));
         const QByteArray path = qgetenv("PATH");
-        qputenv("PATH", QFile::encodeName(programs.root()) + ":/bin:/usr/bin");
+        qputenv("PATH", "planted:" + QFile::encodeName(programs.root()) + ":/bin:/usr/bin");
         qputenv("XDG_CURRENT_DESKTOP", "Own:XFCE");
         QTest::mouseClick(shown.button, Qt::LeftButton);
+        QVERIFY(QDir::setCurrent(folder));
         qputenv("PATH", path);
         qunsetenv("XDG_CURRENT_DESKTOP");
         QTRY_COMPARE(contentOf(LoginItemFixture::startedFile()), QFile::encodeName(settings));

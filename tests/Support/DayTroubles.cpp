@@ -113,7 +113,7 @@ std::vector<DayTrouble> dayTroubles(
         "display paused", DayTrouble::programs, [=, &desk] { pause(desk.displayServer()); },
         [=, &desk] { resume(desk.displayServer()); });
     add(
-        "display ended", DayTrouble::programs, [&desk] { desk.endDisplay(); },
+        "display ended", DayTrouble::programs | DayTrouble::lives, [&desk] { desk.endDisplay(); },
         [&desk] {
             desk.endPrograms();
             desk.startDisplay();
@@ -121,16 +121,16 @@ std::vector<DayTrouble> dayTroubles(
             desk.startWindow();
         });
     add(
-        "agent killed", DayTrouble::programs, [&desk] { desk.kill(desk.agent()); },
+        "agent killed", DayTrouble::programs | DayTrouble::lives, [&desk] { desk.kill(desk.agent()); },
         [&desk] { desk.startAgent(); });
     add(
         "agent paused", DayTrouble::programs, [=, &desk] { pause(desk.agent()); },
         [=, &desk] { resume(desk.agent()); });
     add(
-        "window killed", DayTrouble::programs, [&desk] { desk.kill(desk.window()); },
+        "window killed", DayTrouble::programs | DayTrouble::lives, [&desk] { desk.kill(desk.window()); },
         [&desk] { desk.startWindow(); });
     add(
-        "agent switched off", DayTrouble::programs | DayTrouble::store,
+        "agent switched off", DayTrouble::programs | DayTrouble::lives | DayTrouble::store,
         [&writer] { writer.write("agentEnabled [false]"); },
         [&] {
             writer.write("agentEnabled [true]");
@@ -138,7 +138,7 @@ std::vector<DayTrouble> dayTroubles(
             desk.startAgent();
         });
     add(
-        "another language", DayTrouble::programs | DayTrouble::store,
+        "another language", DayTrouble::programs | DayTrouble::lives | DayTrouble::store,
         [&writer] { writer.write("language [\"de\"]"); }, [&writer] { writer.write("language [\"en\"]"); });
 
     add(

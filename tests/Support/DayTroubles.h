@@ -12,8 +12,8 @@ class StormWriter;
 
 /// Something that can be taken away from the programs of a `DayDesk`, and given back.
 struct DayTrouble {
-    /// What a trouble concerns. Two troubles at a time have no kind in common.
-    enum Kind { programs = 1, bus = 2, store = 4, watches = 8, machine = 16 };
+    /// What a trouble concerns. Two troubles at a time have no kind in common. `lives`: it ends agent or window.
+    enum Kind { programs = 1, bus = 2, store = 4, watches = 8, machine = 16, lives = 32 };
 
     const char* name;
     int kinds;

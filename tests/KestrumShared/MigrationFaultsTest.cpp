@@ -36,7 +36,7 @@ private Q_SLOTS:
         QVERIFY(whole.calls.size() > 15);
         for (qsizetype at = 0; at < whole.calls.size(); at += FaultRow::times(2, 1)) {
             const auto& call = whole.calls[at];
-            QCOMPARE(migrated({ call.name, call.number }).exitCode, -1);
+            QCOMPARE(migrated({ call.name, call.number }).exitCode, TracedSave::killed);
             killed.add();
             for (const int error : { EIO, ENOSPC, EACCES, EROFS }) {
                 for (const bool isLasting : { false, true }) {

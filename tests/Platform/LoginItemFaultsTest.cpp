@@ -69,7 +69,7 @@ private Q_SLOTS:
         for (qsizetype at = 0; at < whole.size(); at += FaultRow::times(4, 1)) {
             const auto& call = whole[at];
             tryWith({ call.name, call.number });
-            QCOMPARE(m_outcome.exitCode, -1);
+            QCOMPARE(m_outcome.exitCode, TracedSave::killed);
             killed.add();
             for (const int error : { EIO, ENOSPC, EROFS, ENOMEM }) {
                 for (const bool isLasting : { false, true }) {

@@ -9,6 +9,7 @@
 
 #include <QCoreApplication>
 #include <QTest>
+#include <cstdlib>
 
 using namespace kestrum;
 
@@ -70,7 +71,7 @@ private Q_SLOTS:
         QFETCH(const QByteArray, before);
         FaultRow row("killed at a call");
         tryEachCall(before, [&](const TracedSave::Call& call) {
-            QCOMPARE(saved(before, { call.name, call.number }).exitCode, -1);
+            QCOMPARE(saved(before, { call.name, call.number }).exitCode, TracedSave::killed);
             row.add();
         });
     }
@@ -90,7 +91,8 @@ private Q_SLOTS:
                 return;
             const auto endAtFirst = [&] {
                 TracedSave::prepare(before);
-                QCOMPARE(TracedSave::run(TracedSave::save, { call.name, call.number }).exitCode, -1);
+                QCOMPARE(TracedSave::run(TracedSave::save, { call.name, call.number }).exitCode,
+                    TracedSave::killed);
                 TracedSave::letPass();
                 QTest::qSleep(25); // as in `prepare`
             };
@@ -101,7 +103,7 @@ private Q_SLOTS:
                 endAtFirst();
                 const TracedSave::Fault fault { whole.calls[at].name, whole.calls[at].number };
                 const auto outcome = TracedSave::run(TracedSave::save, fault);
-                QCOMPARE(outcome.exitCode, -1);
+                QCOMPARE(outcome.exitCode, TracedSave::killed);
                 const QByteArray flaw = TracedSave::flaw(before, outcome);
                 QVERIFY2(flaw.isEmpty(), (flaw + " at " + fault.call).constData());
                 row.add();
@@ -133,6 +135,8 @@ private Q_SLOTS:
         QCOMPARE(flawOf(inPlace, {}), QByteArray());
         QCOMPARE(flawOf(inPlace, { "write" }), QByteArray("neither old nor new: "));
         killed.addFoundOut();
+        const auto crashing = [](UserDefaults&) -> bool { std::abort(); };
+        QCOMPARE(TracedSave::run(crashing).exitCode, TracedSave::crashed);
         QCOMPARE(flawOf(unchecked, {}), QByteArray());
         QCOMPARE(flawOf(unchecked, { "write", 1, EIO }), QByteArray("neither old nor new: "));
         failed.addFoundOut();

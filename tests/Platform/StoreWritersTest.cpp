@@ -49,6 +49,7 @@ private Q_SLOTS:
             const QByteArray name = "victim" + QByteArray::number(++round);
             HelperProcess victim({ QStringLiteral("keys"), m_suite, QString::fromLatin1(name),
                 QStringLiteral("1"), QStringLiteral("1000000") });
+            QVERIFY(victim.hasLine(10'000)); // it is killed among its saves, not while it is loaded
             QElapsedTimer life;
             life.start();
             while (life.elapsed() < 50) {

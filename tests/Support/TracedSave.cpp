@@ -217,8 +217,11 @@ TracedSave::Outcome TracedSave::run(const Work& work, const Fault& fault)
         play(work, fault, report.fileName(), number);
     int status = 0;
     Outcome outcome;
-    if (child < 0 || ::waitpid(child, &status, 0) != child || !WIFEXITED(status)
-        || !report.open(QIODevice::ReadOnly))
+    if (child < 0 || ::waitpid(child, &status, 0) != child)
+        return outcome;
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL)
+        outcome.exitCode = killed;
+    if (!WIFEXITED(status) || !report.open(QIODevice::ReadOnly))
         return outcome;
     outcome.exitCode = WEXITSTATUS(status);
     QDataStream stream(&report);

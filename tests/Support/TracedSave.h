@@ -15,6 +15,10 @@ class UserDefaults;
 /// listed calls fail, or kills the process at this call. So no call is forgotten, and the store needs no code for its tests.
 class TracedSave {
 public:
+    /// In the place of an exit code: what a fault has killed, and what ended otherwise without one, such as by its own time limit.
+    static constexpr int killed = -1;
+    static constexpr int crashed = -2;
+
     struct Call {
         QByteArray name;  ///< such as "openat"; the call's number if no test asks for its name
         int number;       ///< which call of that name this is, counted from 1
@@ -32,9 +36,9 @@ public:
     };
 
     struct Outcome {
-        QList<Call> calls; ///< empty if the process was killed
-        int exitCode = -1; ///< -1: killed
-        QString error;     ///< the store's last error
+        QList<Call> calls;      ///< empty if the process was killed
+        int exitCode = crashed; ///< or `killed`
+        QString error;          ///< the store's last error
 
         /// The index in `calls` of the first call of that name whose file's path ends in `end`; the size of `calls` for none.
         qsizetype indexOf(const char* name, const char* end) const;

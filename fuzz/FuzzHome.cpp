@@ -35,6 +35,7 @@ void FuzzHome::prepare()
     give("XDG_DATA_HOME", "data");
     give("XDG_CACHE_HOME", "cache");
     give("XDG_RUNTIME_DIR", "run");
+    give("PATH", "programs"); // no target starts one
     for (const char* variable : { "DBUS_SESSION_BUS_ADDRESS", "DBUS_SYSTEM_BUS_ADDRESS" })
         qputenv(variable, "disabled:");
     for (const char* variable :

@@ -4,6 +4,8 @@
 #include "fuzz/FuzzTarget.h"
 
 #include <algorithm>
+#include <functional>
+#include <tuple>
 
 namespace kestrum {
 

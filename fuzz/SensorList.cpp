@@ -8,6 +8,8 @@
 #include <QSet>
 #include <cmath>
 #include <set>
+#include <string>
+#include <tuple>
 
 namespace kestrum {
 

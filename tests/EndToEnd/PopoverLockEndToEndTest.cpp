@@ -29,7 +29,14 @@ struct Grabs {
         std::free(ofKeyboard);
         std::free(ofPointer);
     }
-    ~Grabs() { xcb_disconnect(display); } // ends both
+    /// Both have ended when it returns: keys that come then go to a window.
+    ~Grabs()
+    {
+        xcb_ungrab_keyboard(display, XCB_CURRENT_TIME);
+        xcb_ungrab_pointer(display, XCB_CURRENT_TIME);
+        std::free(xcb_get_input_focus_reply(display, xcb_get_input_focus(display), nullptr));
+        xcb_disconnect(display);
+    }
     Q_DISABLE_COPY_MOVE(Grabs)
 };
 

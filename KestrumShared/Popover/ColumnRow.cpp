@@ -56,8 +56,10 @@ QList<PanelElement> ColumnRow::describe(const QRectF& rect, const PanelEnvironme
     PanelElement row;
     row.role = PanelElement::Role::row;
     row.columns = { name };
-    for (const Column& column : columns)
-        row.columns.append(column.text);
+    for (const Column& column : columns) {
+        if (!column.text.isEmpty())
+            row.columns.append(column.text);
+    }
     row.name = spoken.isEmpty() ? row.columns.join(QStringLiteral(", ")) : spoken;
     row.rect = rect;
     row.action = action;

@@ -124,7 +124,7 @@ QList<PanelElement> FlowGraph::describe(const QRectF& rect, const PanelEnvironme
         element.name = GraphText::spoken(shown, points, text);
         element.columns = { shown };
         if (!points.isEmpty() && text)
-            element.columns.append(text(points.last().value));
+            element.columns.append(GraphText::now(points, text));
         element.rect = area(*this, rect, environment).rect();
         elements.append(element);
     };

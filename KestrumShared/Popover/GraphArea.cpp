@@ -188,6 +188,11 @@ QString GraphText::pointed(const QString& value, double age)
     return AppLanguage::string("%1, %2 ago", { value, Amounts().age(age) });
 }
 
+QString GraphText::now(const QList<HistoryPoint>& points, const std::function<QString(double)>& text)
+{
+    return isEnded(points) ? Amounts::lost() : text(points.last().value);
+}
+
 QString GraphText::spoken(
     const QString& name, const QList<HistoryPoint>& points, const std::function<QString(double)>& text)
 {
@@ -196,7 +201,7 @@ QString GraphText::spoken(
     const auto [lowest, highest] = std::minmax_element(points.begin(), points.end(),
         [](const HistoryPoint& one, const HistoryPoint& other) { return one.value < other.value; });
     return AppLanguage::string("%1, last 5 minutes: now %2, highest %3, lowest %4")
-        .arg(name, text(points.last().value), text(highest->value), text(lowest->value));
+        .arg(name, now(points, text), text(highest->value), text(lowest->value));
 }
 
 } // namespace kestrum

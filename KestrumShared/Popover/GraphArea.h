@@ -59,6 +59,8 @@ namespace GraphText {
 QString span();
 /// "66 %, 1:47 ago"
 QString pointed(const QString& value, double age);
+/// The newest value; the sign for a lost one where values have ceased to come. There must be points.
+QString now(const QList<HistoryPoint>& points, const std::function<QString(double)>& text);
 /// "Usage, last 5 minutes: now 49 %, highest 66 %, lowest 18 %"
 QString spoken(
     const QString& name, const QList<HistoryPoint>& points, const std::function<QString(double)>& text);

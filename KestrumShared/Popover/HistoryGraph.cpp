@@ -209,7 +209,7 @@ QList<PanelElement> HistoryGraph::describe(const QRectF& rect, const PanelEnviro
         element.name = GraphText::spoken(shown, line.points, text);
         element.columns = { shown };
         if (!line.points.isEmpty() && text)
-            element.columns.append(text(line.points.last().value));
+            element.columns.append(GraphText::now(line.points, text));
         element.rect = area(*this, rect, environment).rect();
         elements.append(element);
     }

@@ -127,7 +127,7 @@ private Q_SLOTS:
     void aRowIsToldInWords()
     {
         ColumnRow part { QStringLiteral("Firefox"),
-            { { QStringLiteral("3.9"), 44 }, { QStringLiteral("24 %"), 44 } } };
+            { { QStringLiteral("3.9"), 44 }, { QString(), 44 }, { QStringLiteral("24 %"), 44 } } };
         const QRectF rect(12, 30, 276, 15);
         PanelElement told = part.describe(rect, in(light)).constFirst();
         QCOMPARE(told.role, PanelElement::Role::row);

@@ -79,7 +79,7 @@ private Q_SLOTS:
     void volumesBeyondTheListAreCounted()
     {
         m_readings.disk.moreVolumes = 3;
-        QCOMPARE(section("# VOLUMES").last(), text("3 more | "));
+        QCOMPARE(section("# VOLUMES").last(), text("3 more"));
     }
 
     void withoutVolumesThereIsNoSectionForThem()

@@ -316,6 +316,11 @@ private Q_SLOTS:
         QCOMPARE(told[1].name, QStringLiteral("Usage, last 5 minutes: now 49 %, highest 66 %, lowest 18 %"));
         QCOMPARE(told[1].columns, (QStringList { QStringLiteral("Usage"), QStringLiteral("49 %") }));
         QCOMPARE(told[1].rect, QRectF(10, 20 + titleRoom, 200, 70));
+        // Values have ceased to come.
+        part.lines[0].points.removeIf([](const HistoryPoint& point) { return point.age < 40; });
+        told = part.describe(rect, in(light));
+        QCOMPARE(told[1].name, QStringLiteral("Usage, last 5 minutes: now –, highest 66 %, lowest 18 %"));
+        QCOMPARE(told[1].columns, (QStringList { QStringLiteral("Usage"), QStringLiteral("–") }));
         part.lines[0].points.clear();
         told = part.describe(rect, in(light));
         QCOMPARE(told[1].name, QStringLiteral("Usage, last 5 minutes: no values"));

@@ -140,6 +140,9 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
         m_stand->prepare();
         if (m_stand != m_home)
             follow(stand);
+        // It may be rebuilt after the strip that all share.
+        if (PanelStrip* own = stand.strip())
+            m_stripConnection = connect(own, &PanelStrip::rebuilt, this, &PopoverController::refresh);
     } else if (m_section == section) {
         m_stand->takeKeyboard();
         return;
@@ -193,6 +196,7 @@ void PopoverController::close()
     m_state = {};
     strip().setOpened(std::nullopt);
     PopoverStand& stand = *std::exchange(m_stand, nullptr);
+    disconnect(m_stripConnection);
     if (&stand != m_home)
         stand.disconnect(this);
     stand.hide();
@@ -242,6 +246,8 @@ void PopoverController::requestMenu()
         return;
     PanelStrip& strip = this->strip();
     const PanelStrip::Item* item = strip.items().item(*m_section);
+    if (!item)
+        return; // it has gone, and the strip tells of that soon
     const QPoint at(int(strip.place(*item).center().x()), strip.height());
     if (!m_state.isPinned)
         close();

@@ -82,7 +82,8 @@ private:
     std::optional<MonitorSection> m_lastSeen;
     PopoverState m_state;
     std::unique_ptr<PopoverWindow> m_window;
-    std::unique_ptr<SessionPause> m_pause; ///< from the first opening on
+    std::unique_ptr<SessionPause> m_pause;     ///< from the first opening on
+    QMetaObject::Connection m_stripConnection; ///< to the open popover's own strip, if it has one
     SystemMonitorApp m_systemMonitor;
 };
 

@@ -263,11 +263,16 @@ void PopoverWindow::mousePressEvent(QMouseEvent* event)
     if (event->button() != Qt::LeftButton)
         return;
     m_pressed = pressable(event->position());
-    if (m_focus.isShown()) {
-        m_focus.hide();
-        holdList();
-        update();
-    }
+    hideFocus();
+}
+
+void PopoverWindow::hideFocus()
+{
+    if (!m_focus.isShown())
+        return;
+    m_focus.hide();
+    holdList();
+    update();
 }
 
 void PopoverWindow::mouseReleaseEvent(QMouseEvent* event)
@@ -295,6 +300,9 @@ void PopoverWindow::contextMenuEvent(QContextMenuEvent* event)
 
 bool PopoverWindow::event(QEvent* event)
 {
+    // A pinned window stays, but nobody is at its rows: those that are held would never change again.
+    if (event->type() == QEvent::WindowDeactivate)
+        hideFocus();
     if (event->type() != QEvent::ToolTip)
         return QWidget::event(event);
     const QPoint at = static_cast<QHelpEvent*>(event)->pos();

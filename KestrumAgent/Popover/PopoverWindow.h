@@ -87,6 +87,7 @@ private:
     double farthest() const;
     void showFocus();
     void holdList();
+    void hideFocus();
     QRectF scrollBar() const;
 
     PopoverLayout m_layout;

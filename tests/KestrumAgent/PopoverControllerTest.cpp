@@ -146,6 +146,23 @@ private Q_SLOTS:
         QVERIFY(!popovers.section() && !stand.window);
     }
 
+    void itClosesWithTheItemOfItsOwnStripThatHearsOfThatLast()
+    {
+        const auto readings = std::make_shared<FakeReadings>();
+        PanelStrip strip(readings);
+        PanelStrip further(readings);
+        NotedStand stand;
+        stand.ownStrip = &further;
+        NotedSource source;
+        PopoverController popovers(strip, source);
+        popovers.toggleAt(stand, memory);
+        Setting(Keys::showMemoryItem).set(false);
+        strip.rebuild();
+        QCOMPARE(popovers.section(), memory);
+        further.rebuild();
+        QVERIFY(!popovers.section() && !stand.window);
+    }
+
     void aPinStaysAtAnotherItemAndGoesWithTheWindow()
     {
         Desk desk;

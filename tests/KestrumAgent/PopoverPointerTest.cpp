@@ -49,6 +49,11 @@ private Q_SLOTS:
         QTest::keyClick(&popover.window, Qt::Key_Down);
         QCOMPARE(held.count(), 3);
         QCOMPARE(held.last().first().toBool(), true);
+        // A pinned window stays when the user turns to another one.
+        QEvent away(QEvent::WindowDeactivate);
+        QCoreApplication::sendEvent(&popover.window, &away);
+        QCOMPARE(held.count(), 4);
+        QCOMPARE(held.last().first().toBool(), false);
     }
 
     void whatMovesBelowARestingPointerIsPointedAt()

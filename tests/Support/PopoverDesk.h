@@ -41,6 +41,7 @@ public:
     bool isPinned = false;
     bool isTray = false;
     int takes = 0; ///< of the keyboard
+    PanelStrip* ownStrip = nullptr;
 
     void show(QWidget& shown, QSize size, const QRect& beside) override
     {
@@ -59,6 +60,7 @@ public:
     void takeKeyboard() override { ++takes; }
     void setPinned(bool now) override { isPinned = now; }
     int room() const override { return 500; }
+    PanelStrip* strip() const override { return ownStrip; }
     bool isWithoutStrip() const override { return isTray; }
 };
 

@@ -141,8 +141,8 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
         if (m_stand != m_home)
             follow(stand);
         // It may be rebuilt after the strip that all share.
-        if (PanelStrip* own = stand.strip())
-            m_stripConnection = connect(own, &PanelStrip::rebuilt, this, &PopoverController::refresh);
+        if (&strip() != &m_strip)
+            m_stripConnection = connect(&strip(), &PanelStrip::rebuilt, this, &PopoverController::refresh);
     } else if (m_section == section) {
         m_stand->takeKeyboard();
         return;

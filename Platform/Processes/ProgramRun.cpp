@@ -25,6 +25,7 @@ public:
         m_limit.setSingleShot(true);
         connect(&m_limit, &QTimer::timeout, this, [this] { abandon(QStringLiteral("it takes too long")); });
         connect(this, &QProcess::readyReadStandardOutput, this, &Run::collect);
+        connect(this, &QProcess::readyReadStandardError, this, &Run::collect);
         connect(this, &QProcess::finished, this, &Run::conclude);
         // Other errors are followed by `finished`. Queued, because a failed start is reported while `start` still runs.
         connect(
@@ -67,7 +68,8 @@ private:
     void collect()
     {
         m_output += readAllStandardOutput();
-        if (m_output.size() > longestOutput)
+        m_message += readAllStandardError();
+        if (m_output.size() + m_message.size() > longestOutput)
             abandon(QStringLiteral("it prints too much"));
     }
 
@@ -76,6 +78,7 @@ private:
         if (m_whyAbandoned.isEmpty())
             m_whyAbandoned = reason;
         m_output.clear();
+        m_message.clear();
         kill();
     }
 
@@ -88,8 +91,7 @@ private:
         } else if (exitStatus() == QProcess::NormalExit && exitCode() == 0) {
             tell(m_output);
         } else {
-            const QString message
-                = QString::fromUtf8(readAllStandardError()).simplified().left(longestMessage);
+            const QString message = QString::fromUtf8(m_message).simplified().left(longestMessage);
             tell(Failure::withReason(
                 message.isEmpty() ? QStringLiteral("it failed without a message") : message));
         }
@@ -106,6 +108,7 @@ private:
     QString m_program;
     QTimer m_limit;
     QByteArray m_output;
+    QByteArray m_message;
     QString m_whyAbandoned;
     ProgramRun::Ended m_ended;
 };

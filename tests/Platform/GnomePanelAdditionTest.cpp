@@ -188,6 +188,7 @@ private Q_SLOTS:
         QTest::newRow("a message") << QByteArray("echo 'no backend' >&2; exit 1\n") << text("no backend");
         QTest::newRow("no message") << QByteArray("exit 1\n") << text("it failed without a message");
         QTest::newRow("too much") << QByteArray("cat /dev/zero\n") << text("it prints too much");
+        QTest::newRow("too many messages") << QByteArray("cat /dev/zero >&2\n") << text("it prints too much");
         QTest::newRow("a crash") << QByteArray("kill -9 $$\n") << text("it failed without a message");
     }
     void settingsThatCannotBeReadAreNotWritten()

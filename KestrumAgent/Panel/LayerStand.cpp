@@ -54,7 +54,7 @@ void LayerStand::show(QWidget& window, QSize size, const QRect& item)
         hide();
         m_window = &window;
         window.installEventFilter(this);
-        spreadSheet();
+        spreadSheets();
         m_screenConnection
             = connect(m_strip.screen(), &QScreen::geometryChanged, this, &LayerStand::roomChanged);
         m_surface = std::make_unique<LayerSurface>(window);
@@ -63,15 +63,29 @@ void LayerStand::show(QWidget& window, QSize size, const QRect& item)
     arrange();
 }
 
-void LayerStand::spreadSheet()
+void LayerStand::spreadSheets()
 {
-    m_sheet = std::make_unique<LayerSheet>(m_strip.screen());
-    connect(m_sheet.get(), &LayerSheet::pressed, this, &LayerStand::dismissed, Qt::QueuedConnection);
+    const auto spread = [this](const QScreen* screen) {
+        auto sheet = std::make_unique<LayerSheet>(screen);
+        connect(sheet.get(), &LayerSheet::pressed, this, &LayerStand::dismissed, Qt::QueuedConnection);
+        return sheet;
+    };
+    m_sheet = spread(m_strip.screen());
+    for (const QScreen* screen : QGuiApplication::screens()) {
+        if (screen != m_strip.screen())
+            m_furtherSheets.push_back(spread(screen));
+    }
     connect(m_sheet.get(), &LayerSheet::resized, this, [this] {
         m_free = m_sheet->size();
         arrange();
         Q_EMIT roomChanged();
     });
+}
+
+void LayerStand::foldSheets()
+{
+    m_sheet.reset();
+    m_furtherSheets.clear();
 }
 
 void LayerStand::arrange()
@@ -106,7 +120,7 @@ void LayerStand::arrange()
 void LayerStand::hide()
 {
     disconnect(m_screenConnection);
-    m_sheet.reset();
+    foldSheets();
     m_surface.reset();
     if (m_window)
         m_window->removeEventFilter(this);
@@ -131,9 +145,9 @@ void LayerStand::setPinned(bool isPinned)
     m_isPinned = isPinned;
     // The sheet lets presses on the window through, so it does not matter which of the two is above the other.
     if (isPinned)
-        m_sheet.reset();
+        foldSheets();
     else if (m_window)
-        spreadSheet();
+        spreadSheets();
     arrange();
 }
 

@@ -7,6 +7,7 @@
 
 #include <QPointer>
 #include <memory>
+#include <vector>
 
 namespace kestrum {
 
@@ -31,12 +32,14 @@ public:
 private:
     bool eventFilter(QObject* watched, QEvent* event) override;
     QSize freeSize() const;
-    void spreadSheet();
+    void spreadSheets();
+    void foldSheets();
     void arrange();
 
     PanelStrip& m_strip;
     QPointer<QWidget> m_window;
-    std::unique_ptr<LayerSheet> m_sheet; ///< none while the window is pinned
+    std::unique_ptr<LayerSheet> m_sheet; ///< on the window's screen; none while the window is pinned
+    std::vector<std::unique_ptr<LayerSheet>> m_furtherSheets; ///< on the other screens
     std::unique_ptr<LayerSurface> m_surface;
     QMetaObject::Connection m_screenConnection;
     QSize m_free;

@@ -55,14 +55,6 @@ class AgentWaylandTest : public QObject {
         QVERIFY(m_agent->waitForReadyRead(patience));
     }
 
-    static QByteArray swaymsg(const QByteArray& message)
-    {
-        const QStringList sockets
-            = QDir(TestHome::runtimeDirectory()).entryList({ text("sway-ipc.*") }, QDir::System);
-        return outputAsUser(
-            words("swaymsg -s") << TestHome::runtimeDirectory() + u'/' + sockets.value(0) << words(message));
-    }
-
     /// What a screen shows, counted from 1.
     static QImage pictureOf(int screen)
     {
@@ -97,7 +89,8 @@ class AgentWaylandTest : public QObject {
     /// Where the area of ordinary windows begins.
     static int topOfWindows(int screen = 0)
     {
-        const QJsonArray workspaces = QJsonDocument::fromJson(swaymsg("-t get_workspaces")).array();
+        const QJsonArray workspaces
+            = QJsonDocument::fromJson(WaylandDesktop::swaymsg("-t get_workspaces")).array();
         return workspaces[screen][QLatin1StringView("rect")][QLatin1StringView("y")].toInt(-1);
     }
 
@@ -161,7 +154,7 @@ private Q_SLOTS:
         startOnSway();
         const QSize size = WaylandDesktop::shownPlate().size();
         for (const int width : { 800, 1200 }) {
-            swaymsg("output HEADLESS-1 resolution " + QByteArray::number(width) + "x400");
+            WaylandDesktop::swaymsg("output HEADLESS-1 resolution " + QByteArray::number(width) + "x400");
             QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().right(), width - 1, patience);
             QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().size(), size, patience);
         }
@@ -197,9 +190,9 @@ private Q_SLOTS:
     void aPopoverOpensOnTheStripsScreen()
     {
         startOnSway();
-        QVERIFY(!swaymsg("create_output").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("create_output").isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2000, patience);
-        QVERIFY(!swaymsg("focus output HEADLESS-2").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("focus output HEADLESS-2").isEmpty());
         WaylandDesktop::kestrumctl({ text("popover"), text("cpu") });
         const auto hasPopover = [](int left) {
             const QColor empty(0x20, 0x40, 0x60);
@@ -217,7 +210,7 @@ private Q_SLOTS:
         WaylandDesktop::writeSetting("stripScreens", "\"all\"");
         startOnSway();
         const QSize size = WaylandDesktop::shownPlate().size();
-        QVERIFY(!swaymsg("create_output").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("create_output").isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2000, patience);
         QTRY_COMPARE_WITH_TIMEOUT(plate(2).size(), size, patience);
         QCOMPARE(plate(2).right(), 999);
@@ -225,7 +218,7 @@ private Q_SLOTS:
 
         // Another scale of the second screen changes that strip alone, which is drawn anew for it.
         const QRect before = plate(1);
-        QVERIFY(!swaymsg("output HEADLESS-2 scale 2").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("output HEADLESS-2 scale 2").isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(plate(2).size(), size * 2, patience);
         QCOMPARE(plate(2).right(), 999);
         QTRY_VERIFY_WITH_TIMEOUT(isCrisp(pictureOf(2).copy(plate(2))), patience);
@@ -236,9 +229,9 @@ private Q_SLOTS:
         QCOMPARE(plate(1), before);
         WaylandDesktop::writeSetting("stripScreens", "\"all\"");
         QTRY_VERIFY_WITH_TIMEOUT(!plate(2).isEmpty(), patience);
-        QVERIFY(!swaymsg("output HEADLESS-2 disable").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("output HEADLESS-2 disable").isEmpty());
         QTest::qWait(500);
-        QVERIFY(!swaymsg("output HEADLESS-2 enable").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("output HEADLESS-2 enable").isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(plate(2).size(), size * 2, patience);
         QCOMPARE(m_agent->state(), QProcess::Running);
     }
@@ -246,7 +239,7 @@ private Q_SLOTS:
     void aPopoverFollowsItsScreensScale()
     {
         startOnSway();
-        swaymsg("output HEADLESS-1 resolution 1600x1400");
+        WaylandDesktop::swaymsg("output HEADLESS-1 resolution 1600x1400");
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().right(), 1599, patience);
         const QRect strip = WaylandDesktop::shownPlate();
         WaylandDesktop::kestrumctl({ text("popover"), text("storage") });
@@ -255,7 +248,7 @@ private Q_SLOTS:
         const int fromRight = 1599 - before.right();
         // Beside its item, which is the first one.
         QVERIFY(before.left() < strip.left() + 40 && before.right() > strip.left() + 40);
-        swaymsg("output HEADLESS-1 scale 2");
+        WaylandDesktop::swaymsg("output HEADLESS-1 scale 2");
         QTRY_COMPARE_WITH_TIMEOUT(popover(2).size(), before.size() * 2, patience);
         QCOMPARE(1599 - popover(2).right(), fromRight * 2);
         QVERIFY(isCrisp(pictureOf(1).copy(popover(2))));
@@ -264,7 +257,7 @@ private Q_SLOTS:
     void aPopoverStaysBesideItsItemWhenAnotherOneGoes()
     {
         startOnSway();
-        swaymsg("output HEADLESS-1 resolution 1600x1400");
+        WaylandDesktop::swaymsg("output HEADLESS-1 resolution 1600x1400");
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate().right(), 1599, patience);
         const QStringList open { text("popover"), text("storage") };
         WaylandDesktop::kestrumctl(open);
@@ -284,9 +277,10 @@ private Q_SLOTS:
     {
         startCompositor(words("sway -c") << WaylandDesktop::place("sway.conf"));
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 1000, patience);
-        QVERIFY(!swaymsg("create_output").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("create_output").isEmpty());
         QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2000, patience);
-        QVERIFY(!swaymsg("focus output HEADLESS-2").isEmpty()); // where the compositor would put it
+        QVERIFY(!WaylandDesktop::swaymsg("focus output HEADLESS-2")
+                     .isEmpty()); // where the compositor would put it
         m_agent = startedAsUser({ WaylandDesktop::agentProgram() });
         QTRY_COMPARE_WITH_TIMEOUT(plate(1).width(), WaylandDesktop::expectedWidth(), patience);
         QVERIFY(plate(2).isEmpty());
@@ -295,10 +289,10 @@ private Q_SLOTS:
     void itComesBackWithTheScreen()
     {
         startOnSway();
-        QVERIFY(!swaymsg("output HEADLESS-1 disable").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("output HEADLESS-1 disable").isEmpty());
         QTest::qWait(500);
         QCOMPARE(m_agent->state(), QProcess::Running);
-        QVERIFY(!swaymsg("output HEADLESS-1 enable").isEmpty());
+        QVERIFY(!WaylandDesktop::swaymsg("output HEADLESS-1 enable").isEmpty());
         waitForStrip();
     }
 

@@ -220,6 +220,24 @@ private Q_SLOTS:
         WaylandDesktop::writeSetting("showCPUItem", "false");
         waitForNone();
     }
+
+    // The last one: the second screen stays.
+    void aPressOnAnotherScreenClosesIt()
+    {
+        const int width = WaylandDesktop::screen().width();
+        QVERIFY(!WaylandDesktop::swaymsg("create_output").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::screen().width(), 2 * width, patience);
+        waitForNone(); // until both screens have their ground
+        // Each screen is a window of the display, the newest first. The second one comes over the lower half of the first one.
+        const QByteArray windows = Programs::output(text("xwininfo"), words("-root -children"));
+        const qsizetype at = windows.indexOf("0x", windows.indexOf("children:"));
+        const QByteArray window = windows.mid(at, windows.indexOf(' ', at) - at);
+        VirtualDisplay::xdotool("windowmove " + window + " 0 " + QByteArray::number(desktop.y() - 50));
+        click(item("cpu"));
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        click(desktop);
+        waitForNone();
+    }
 };
 
 KESTRUM_TEST_MAIN_OF(PopoverWaylandTest)(int argc, char** argv)

@@ -69,6 +69,15 @@ inline void writeSetting(const char* key, const char* json)
     kestrumctl({ text("write"), text(key), text(json) });
 }
 
+/// What sway answers.
+inline QByteArray swaymsg(const QByteArray& message)
+{
+    const QStringList sockets
+        = QDir(TestHome::runtimeDirectory()).entryList({ text("sway-ipc.*") }, QDir::System);
+    return outputAsUser(
+        words("swaymsg -s") << TestHome::runtimeDirectory() + u'/' + sockets.value(0) << words(message));
+}
+
 /// What the agent shows, as it describes it.
 inline QJsonObject strip()
 {

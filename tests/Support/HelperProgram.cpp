@@ -29,12 +29,14 @@
 //                              then); "unsupported REASON" where the system has no such limit
 //   starved instances|watches VERB…
 //                              does VERB with that resource used up; "unsupported REASON" as above
+//   beside PID VERB…           does VERB in the user name space of that process
 //   become PROGRAM ARGUMENT…   replaces itself by another program
 //   workspace BUNDLE PID…      opens and observes BUNDLE and the processes, without the kernel's process descriptors;
 //                              "opened PID", then "changed" at each notice; "unsupported REASON" where a
 //                              process cannot filter its system calls
 
 #include "Platform/Files/DirectoryWatch.h"
+#include "Platform/Files/FileDescriptor.h"
 #include "Platform/Processes/SingleInstance.h"
 #include "Platform/Processes/Workspace.h"
 #include "Platform/Signals/NotificationCentre.h"
@@ -216,6 +218,13 @@ const char* starveOf(const QString& kind)
     return limit(kind, 0) ? "" : "no limits of a name space's own";
 }
 
+// Enters the user name space of a process. Processes of two such name spaces cannot see each other's programs.
+bool enterBeside(const QByteArray& pid)
+{
+    const FileDescriptor space(::open(("/proc/" + pid + "/ns/user").constData(), O_RDONLY | O_CLOEXEC));
+    return space.isValid() && ::setns(space.get(), CLONE_NEWUSER) == 0;
+}
+
 int starve(const QString& kind, const QString& directory)
 {
     rlimit whole {};
@@ -304,6 +313,10 @@ int main(int argc, char** argv)
             say(QByteArray("unsupported ") + reason);
             return 0;
         }
+        arguments = arguments.mid(2);
+    } else if (arguments.value(0) == QLatin1String("beside")) {
+        if (!enterBeside(arguments.value(1).toLatin1()))
+            return 1;
         arguments = arguments.mid(2);
     }
     const QString verb = arguments.value(0);

@@ -254,6 +254,10 @@ private Q_SLOTS:
         QTest::qWait(50);
         SystemAppearance::shared().setScheme(ColourScheme::dark);
         QTRY_VERIFY(other.painted.contains(QPoint(100, 12)));
+        other.painted = {};
+        QTest::qWait(50);
+        store("memoryAccent", "purple");
+        QTRY_VERIFY(other.painted.contains(QPoint(100, 12)));
     }
 
     void nothingIsCutInTheSmallestWindow()

@@ -1,6 +1,7 @@
 // How popovers look by the settings, the desktop and the language, also when these change while one is open.
 
 #include "KestrumShared/Settings/Setting.h"
+#include "KestrumShared/Vocabulary/TemperatureChoice.h"
 #include "tests/Support/PopoverDesk.h"
 #include "tests/Support/TestBundle.h"
 #include "tests/Support/TestHome.h"
@@ -68,6 +69,41 @@ private Q_SLOTS:
         turnTo("en", Qt::LeftToRight);
         QCOMPARE(window.windowTitle(), QStringLiteral("Memory"));
         QCOMPARE(window.rectOf({ 2 }), gear);
+    }
+
+    void anOpenOneFollowsTheGroundAndTheUnit()
+    {
+        Desk desk;
+        desk.source.values.cpu.celsius = 50.0;
+        desk.popovers.open(cpu);
+        const PopoverWindow& window = *desk.popovers.window();
+        const auto ground = [&desk] { return desk.popovers.window()->grab().toImage().pixelColor(150, 20); };
+        const QColor translucent = ground();
+        Setting(Keys::popoverBackground).set(PopoverBackground::opaque);
+        QTRY_VERIFY(ground() != translucent);
+        QVERIFY(window.layout().text().contains(QStringLiteral("50°")));
+        Setting(Keys::temperatureUnit).set(Units::TemperatureChoice::fahrenheit);
+        QTRY_VERIFY(window.layout().text().contains(QStringLiteral("122°")));
+    }
+
+    void anOpenOneFollowsAccentsAndShapes()
+    {
+        Desk desk;
+        desk.source.values.memory.parts.total = 8000000000;
+        desk.source.values.memory.parts.app = 4000000000;
+        desk.source.values.cpu.cores = { 0.5, 0.5 };
+        const auto changes = [&desk](MonitorSection section, auto store) {
+            desk.popovers.open(section);
+            const QImage before = desk.popovers.window()->grab().toImage();
+            store();
+            desk.strip.rebuild(); // as the agent does when settings of the items have changed
+            return desk.popovers.window()->grab().toImage() != before;
+        };
+        QVERIFY(!changes(memory, [] {}));
+        QVERIFY(changes(
+            memory, [] { SharedSettings::store().set(Keys::memoryAccent.name, QStringLiteral("purple")); }));
+        QVERIFY(!changes(cpu, [] {}));
+        QVERIFY(changes(cpu, [] { Setting(Keys::meterShape).set(MeterShape::square); }));
     }
 
     void anOpenOneFollowsTheDesktopsScheme()

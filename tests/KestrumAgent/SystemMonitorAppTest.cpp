@@ -53,7 +53,29 @@ private Q_SLOTS:
 
     void withoutAnyThereIsNone() { QCOMPARE(found("", "GNOME"), QByteArrayList()); }
 
+    void eachDesktopHasItsOwn_data()
+    {
+        QTest::addColumn<QByteArrayList>("entries");
+        const QByteArrayList oldAndNew { "gnome-system-monitor", "org.gnome.SystemMonitor" };
+        QTest::newRow("GNOME") << oldAndNew;
+        QTest::newRow("X-Cinnamon") << oldAndNew;
+        QTest::newRow("Budgie") << oldAndNew;
+        QTest::newRow("XFCE") << QByteArrayList { "xfce4-taskmanager" };
+        QTest::newRow("MATE") << QByteArrayList { "mate-system-monitor" };
+        QTest::newRow("LXQt") << QByteArrayList { "qps" };
+    }
     void eachDesktopHasItsOwn()
+    {
+        QFETCH(const QByteArrayList, entries);
+        for (const QByteArray& entry : entries) {
+            init();
+            install("io.missioncenter.MissionCenter", "missioncenter");
+            install(entry.constData(), "own-monitor");
+            QCOMPARE(found("", QTest::currentDataTag()), QByteArrayList { program("own-monitor") });
+        }
+    }
+
+    void otherDesktopsProgramsAreNotAsGood()
     {
         install("gnome-system-monitor", "gnome-system-monitor");
         install("org.kde.plasma-systemmonitor", "plasma-systemmonitor");

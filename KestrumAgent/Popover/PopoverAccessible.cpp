@@ -92,7 +92,7 @@ public:
         if (!isValid())
             return state;
         state.focusable = m_window->layout().stops().contains(m_path);
-        state.focused = m_window->hasFocus() && m_window->focus().path() == m_path;
+        state.focused = m_window->hasFocus() && m_window->focus().shownPath() == m_path;
         state.checkable = element()->role == PanelElement::Role::checkBox;
         state.checked = state.checkable && element()->isChecked;
         state.selectable = element()->role == PanelElement::Role::tab;
@@ -166,7 +166,8 @@ public:
     }
     QAccessibleInterface* focusChild() const override
     {
-        return m_window.focus().path().isEmpty() ? nullptr : at(m_window.focus().path());
+        const Path path = m_window.focus().shownPath();
+        return path.isEmpty() ? nullptr : at(path);
     }
 
     /// The interface of the element at `path`; null if there is none. It stays the same for the life of the window.
@@ -209,7 +210,7 @@ void PopoverAccessible::tellFocus(PopoverWindow& window)
 {
     if (!QAccessible::isActive())
         return;
-    const Path& path = window.focus().path();
+    const Path path = window.focus().shownPath();
     QAccessibleInterface* focused
         = path.isEmpty() ? QAccessible::queryAccessibleInterface(&window) : interfaceAt(window, path);
     if (focused) {
@@ -251,7 +252,7 @@ void PopoverAccessible::tellChanges(PopoverWindow& window, const PopoverLayout& 
     // The first column says whose row it is.
     const auto owner
         = [](const PanelElement& of) { return of.columns.isEmpty() ? of.name : of.columns.first(); };
-    const Path& focus = window.focus().path();
+    const Path focus = window.focus().shownPath();
     if (const PanelElement* focused = now.element(focus);
         focused && owner(*focused) != owner(*before.element(focus))) {
         QAccessibleEvent event(interfaceAt(window, focus), QAccessible::NameChanged);

@@ -13,6 +13,8 @@ public:
     const Path& path() const { return m_path; }
     /// Whether the focus is to be seen: only after keys, not after the mouse.
     bool isShown() const { return m_isShown && !m_path.isEmpty(); }
+    /// The element that keys act on and that screen readers are at: `path` while the focus is shown, else none.
+    Path shownPath() const { return m_isShown ? m_path : Path(); }
 
     void clear() { *this = {}; }
     void hide() { m_isShown = false; }

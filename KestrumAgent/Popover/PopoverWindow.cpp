@@ -63,8 +63,7 @@ QRegion PopoverWindow::setContent(
     m_focus.adopt(m_layout);
     setWindowTitle(m_layout.name());
     PopoverAccessible::tellChanges(*this, before);
-    if (std::exchange(m_isFocusInside, !m_focus.path().isEmpty()) && !m_isFocusInside && hasFocus())
-        PopoverAccessible::tellFocus(*this);
+    tellFocusLeft();
     const double limited = std::clamp(m_scrolled, 0.0, farthest());
     const bool isScrolled = std::exchange(m_scrolled, limited) != limited;
     followPointer();
@@ -166,7 +165,7 @@ void PopoverWindow::paintEvent(QPaintEvent* event)
             place.part.draw(painter, place.rect, m_environment);
     };
     const auto drawRing = [&](bool isInHeader) {
-        const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
+        const PanelElement* focused = m_layout.element(m_focus.shownPath());
         if (!focused || m_layout.isInHeader(m_focus.path()) != isInHeader)
             return;
         PopoverFrame::drawFocusRing(painter, focused->rect, m_environment);
@@ -272,7 +271,15 @@ void PopoverWindow::hideFocus()
         return;
     m_focus.hide();
     holdList();
+    tellFocusLeft();
     update();
+}
+
+/// Tells screen readers that no element has the focus any more, if the window itself has it still.
+void PopoverWindow::tellFocusLeft()
+{
+    if (std::exchange(m_isFocusInside, m_focus.isShown()) && !m_isFocusInside && hasFocus())
+        PopoverAccessible::tellFocus(*this);
 }
 
 void PopoverWindow::mouseReleaseEvent(QMouseEvent* event)
@@ -318,7 +325,7 @@ bool PopoverWindow::event(QEvent* event)
 /// Tells whether ranked rows are to keep their places: the pointer is over their list, or one has the focus.
 void PopoverWindow::holdList()
 {
-    const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
+    const PanelElement* focused = m_layout.element(m_focus.shownPath());
     const bool isHeld = m_environment.isPointed(m_layout.rankedArea()) || (focused && focused->isRanked);
     if (isHeld != std::exchange(m_isListHeld, isHeld))
         Q_EMIT listHeld(isHeld);

@@ -88,6 +88,7 @@ private:
     void showFocus();
     void holdList();
     void hideFocus();
+    void tellFocusLeft();
     QRectF scrollBar() const;
 
     PopoverLayout m_layout;

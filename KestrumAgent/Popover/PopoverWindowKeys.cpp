@@ -30,7 +30,7 @@ void PopoverWindow::showFocus()
     }
     holdList();
     update();
-    m_isFocusInside = !m_focus.path().isEmpty();
+    m_isFocusInside = m_focus.isShown();
     if (m_isFocusInside)
         PopoverAccessible::tellFocus(*this);
 }
@@ -92,7 +92,7 @@ bool PopoverWindow::act(const QKeyEvent& event)
     else if (event.key() == Qt::Key_Menu || (event.key() == Qt::Key_F10 && modifiers == Qt::ShiftModifier))
         Q_EMIT menuRequested();
     else if (modifiers == Qt::NoModifier && (isEnter || event.key() == Qt::Key_Space))
-        press(m_focus.isShown() ? m_focus.path() : Path());
+        press(m_focus.shownPath());
     else
         return false;
     return true;
@@ -101,7 +101,7 @@ bool PopoverWindow::act(const QKeyEvent& event)
 /// Copies the focused row, or without a focus the whole popover.
 void PopoverWindow::copy()
 {
-    const PanelElement* focused = m_focus.isShown() ? m_layout.element(m_focus.path()) : nullptr;
+    const PanelElement* focused = m_layout.element(m_focus.shownPath());
     QString text = focused ? PopoverLayout::text(*focused) : QString();
     if (text.isEmpty())
         text = m_layout.text();

@@ -43,6 +43,23 @@ private Q_SLOTS:
         QCOMPARE(told(QAccessible::ObjectReorder), 1);
     }
 
+    void afterAPressOfTheMouseNoRowHasTheFocus()
+    {
+        const HeardEvents ears;
+        QVERIFY(QTest::qWaitForWindowActive(&m_popover.window));
+        QAccessibleInterface* popover = QAccessible::queryAccessibleInterface(&m_popover.window);
+        QTest::keyClick(&m_popover.window, Qt::Key_Down);
+        QAccessibleInterface* focused = popover->focusChild();
+        QVERIFY(focused && focused->state().focused);
+        HeardEvents::taken();
+        QTest::mousePress(&m_popover.window, Qt::LeftButton, {}, { 5, 5 });
+        const auto told = HeardEvents::taken(QAccessible::Focus);
+        QCOMPARE(told.size(), 1);
+        QCOMPARE(told.first().object, &m_popover.window);
+        QVERIFY(!popover->focusChild() && !focused->state().focused);
+        QCOMPARE(this->told(QAccessible::Focus), 0);
+    }
+
     void theOpenSectionsTabIsSelected()
     {
         const HeardEvents ears;

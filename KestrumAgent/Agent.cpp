@@ -173,23 +173,16 @@ void Agent::start(std::optional<double> launched)
 void Agent::obey(PopoverRequest request)
 {
     const auto section = fromRawValue<MonitorSection>(rawValue(request));
-    m_asked.reset();
     if (!section)
         m_popovers->close();
-    else if (m_service->requestPopover(*section))
-        return;
-    else if (m_channels->stand())
+    else if (!m_service->requestPopover(*section))
         m_popovers->open(*section);
-    else
-        m_asked = request; // the panel may take a moment
 }
 
 void Agent::useStand(PopoverStand* stand)
 {
     m_popovers->setHome(stand);
     m_service->setOwnWay(m_channels->shownBy());
-    if (stand && m_asked)
-        obey(*m_asked);
 }
 
 /// Stores which host shows the items, so that the next start gives its bridge time to come. Empty: none does.

@@ -84,7 +84,6 @@ private:
     QString m_language;        ///< language of Qt's texts and of the layout direction
     std::unique_ptr<PanelStrip> m_strip;
     std::unique_ptr<PanelChannels> m_channels;
-    std::optional<PopoverRequest> m_asked; ///< while nothing can show popovers yet
     std::unique_ptr<PopoverSource> m_popoverSource;
     std::unique_ptr<PopoverController> m_popovers;
     std::unique_ptr<PlacedPopover> m_placedPopover;

@@ -48,6 +48,12 @@ PopoverController::PopoverController(PanelStrip& strip, PopoverSource& source, Q
         [this] { refresh(); });
 }
 
+PopoverController::PopoverController(PanelStrip& strip, PopoverSource& source, std::chrono::milliseconds wait)
+    : PopoverController(strip, source)
+{
+    m_wait = wait;
+}
+
 PopoverController::~PopoverController()
 {
     close();
@@ -109,6 +115,10 @@ void PopoverController::setHome(PopoverStand* home)
     if (m_home) {
         follow(*m_home);
         connect(m_home, &PopoverStand::toggleRequested, this, &PopoverController::toggleSeen);
+        // Much later, nobody would know why it opens and takes the keyboard.
+        if (const auto awaited = std::exchange(m_awaited, std::nullopt);
+            awaited && !m_awaitedUntil.hasExpired())
+            open(*awaited);
     }
 }
 
@@ -126,8 +136,12 @@ void PopoverController::leave(PopoverStand& stand)
 
 void PopoverController::open(MonitorSection section)
 {
-    if (m_home)
+    if (m_home) {
         open(section, *m_home);
+    } else {
+        m_awaited = section;
+        m_awaitedUntil.setRemainingTime(m_wait);
+    }
 }
 
 void PopoverController::open(MonitorSection section, PopoverStand& stand)
@@ -190,6 +204,7 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
 
 void PopoverController::close()
 {
+    m_awaited.reset();
     if (!m_section)
         return;
     m_section.reset();
@@ -218,6 +233,14 @@ void PopoverController::refresh()
     const PanelStrip::Item* item = strip.items().item(*m_section);
     if (!item) {
         close();
+        return;
+    }
+    if (m_isTranslucent && !isTranslucencyShown()) {
+        // Only a new window can be opaque.
+        PopoverStand& stand = *m_stand;
+        const MonitorSection section = *m_section;
+        close();
+        open(section, stand);
         return;
     }
     const PanelEnvironment look = environment(m_isTranslucent);

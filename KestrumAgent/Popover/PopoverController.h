@@ -5,7 +5,9 @@
 #include "KestrumShared/Popover/PopoverState.h"
 #include "KestrumShared/Vocabulary/MonitorSection.h"
 
+#include <QDeadlineTimer>
 #include <QObject>
+#include <chrono>
 #include <memory>
 #include <optional>
 
@@ -24,8 +26,13 @@ struct PanelEnvironment;
 class PopoverController final : public QObject {
     Q_OBJECT
 public:
+    /// How long `open` waits for a home.
+    static constexpr std::chrono::milliseconds longestWait { 10'000 };
+
     /// Both must outlive the controller.
     PopoverController(PanelStrip& strip, PopoverSource& source, QObject* parent = nullptr);
+    /// With another limit in place of `longestWait`.
+    PopoverController(PanelStrip& strip, PopoverSource& source, std::chrono::milliseconds wait);
     ~PopoverController() override;
 
     /// Where popovers are shown unless `open` names another place; null for nowhere. The stand must live until it is `left` or
@@ -34,8 +41,8 @@ public:
     /// Closes the popover if it is open at `stand`, which is about to go or has asked for it.
     void leave(PopoverStand& stand);
 
-    /// Opens the popover of `section`, or turns the open one to it, and gives it the keyboard. Does nothing if the section
-    /// has no item, or nobody shows popovers.
+    /// Opens the popover of `section`, or turns the open one to it, and gives it the keyboard. While nobody shows popovers, it is
+    /// opened as soon as somebody does, but only if that is within `longestWait`. Does nothing if the section has no item.
     void open(MonitorSection section);
     /// The same at another place than the usual one. A popover that is open elsewhere is closed. The stand must live until `leave`.
     void open(MonitorSection section, PopoverStand& stand);
@@ -78,6 +85,9 @@ private:
     PopoverStand* m_stand = nullptr; ///< where the open popover is shown; null while none is open
     PopoverSource& m_source;
     std::optional<MonitorSection> m_section;
+    std::optional<MonitorSection> m_awaited; ///< to be opened at the next home
+    QDeadlineTimer m_awaitedUntil;
+    std::chrono::milliseconds m_wait = longestWait;
     bool m_isTranslucent = false;
     std::optional<MonitorSection> m_lastSeen;
     PopoverState m_state;

@@ -15,7 +15,8 @@ bool isTranslucencyShown()
         return true;
     xcb_connection_t* server = qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
     // The compositing manager of X screen 0 owns this selection. Hardly any server has another X screen.
-    const auto cookie = xcb_get_selection_owner(server, xcbAtom(server, "_NET_WM_CM_S0"));
+    static const xcb_atom_t selection = xcbAtom(server, "_NET_WM_CM_S0");
+    const auto cookie = xcb_get_selection_owner(server, selection);
     const XcbReply<xcb_get_selection_owner_reply_t> owner(
         xcb_get_selection_owner_reply(server, cookie, nullptr));
     return owner && owner->owner != XCB_WINDOW_NONE;

@@ -2,7 +2,7 @@
 
 #include "KestrumAgent/Panel/DockStand.h"
 #include "KestrumAgent/Panel/PanelStrip.h"
-#include "tests/Support/DrawingFixture.h"
+#include "tests/Support/PopoverDesk.h"
 #include "tests/Support/QuietTime.h"
 #include "tests/Support/TestHome.h"
 #include "tests/Support/VirtualDisplay.h"
@@ -80,6 +80,33 @@ private:
     QRect m_place;
 };
 
+/// A compositing manager, as far as others hear of one.
+class Compositor {
+public:
+    Compositor()
+    {
+        const char name[] = "_NET_WM_CM_S0";
+        auto* atom
+            = xcb_intern_atom_reply(m_server, xcb_intern_atom(m_server, 0, sizeof name - 1, name), nullptr);
+        const xcb_window_t window = xcb_generate_id(m_server);
+        xcb_create_window(m_server, XCB_COPY_FROM_PARENT, window,
+            xcb_setup_roots_iterator(xcb_get_setup(m_server)).data->root, 0, 0, 1, 1, 0,
+            XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+        xcb_set_selection_owner(m_server, window, atom->atom, XCB_CURRENT_TIME);
+        std::free(atom);
+        std::free(xcb_get_input_focus_reply(m_server, xcb_get_input_focus(m_server), nullptr));
+    }
+    ~Compositor()
+    {
+        xcb_disconnect(m_server);
+        QTest::qWait(50);
+    }
+    Q_DISABLE_COPY_MOVE(Compositor)
+
+private:
+    xcb_connection_t* m_server = xcb_connect(nullptr, nullptr);
+};
+
 } // namespace
 
 class DockStandTest : public QObject {
@@ -116,6 +143,27 @@ private Q_SLOTS:
             DockStand::place(QSize(200, 200), QRect(700, 0, 60, 22), QRect(600, 0, 400, 22), free).center());
         QTRY_COMPARE(dismissed.count(), 1);
         stand.hide();
+    }
+
+    void whenTheCompositorEndsThePopoverBecomesOpaque()
+    {
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
+        auto compositor = std::make_unique<Compositor>();
+        Desk desk;
+        DockStand stand(desk.strip);
+        stand.setGround(QRect(600, 0, 400, 22), QRect(0, 0, VirtualDisplay::width, 700));
+        desk.popovers.setHome(&stand);
+        desk.popovers.open(MonitorSection::memory);
+        const auto isTranslucent
+            = [&desk] { return desk.popovers.window()->testAttribute(Qt::WA_TranslucentBackground); };
+        Q_EMIT desk.source.changed();
+        QVERIFY(isTranslucent());
+        compositor.reset();
+        Q_EMIT desk.source.changed();
+        QCOMPARE(desk.popovers.section(), MonitorSection::memory);
+        QVERIFY(!isTranslucent());
+        desk.popovers.setHome(nullptr);
     }
 
     void aFrameThatIsMovedLateDoesNotMisleadTheToolkit()

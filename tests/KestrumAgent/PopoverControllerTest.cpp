@@ -46,6 +46,29 @@ private Q_SLOTS:
         QCOMPARE(desk.source.told.join(u'|'), QStringLiteral("opened memory|closed"));
     }
 
+    void whatIsAskedForWhereNothingCanShowItIsOpenedSoonOrNever()
+    {
+        using namespace std::chrono_literals;
+        Desk desk;
+        PopoverController popovers(desk.strip, desk.source, 50ms);
+        NotedStand stand;
+        popovers.open(memory);
+        popovers.setHome(&stand);
+        QCOMPARE(popovers.section(), memory);
+        popovers.setHome(nullptr);
+        QVERIFY(!popovers.section());
+        popovers.open(memory);
+        popovers.close();
+        popovers.setHome(&stand);
+        QVERIFY(!popovers.section());
+        popovers.setHome(nullptr);
+        popovers.open(memory);
+        QTest::qWait(60);
+        popovers.setHome(&stand);
+        QVERIFY(!popovers.section());
+        popovers.setHome(nullptr);
+    }
+
     void askedForAgainItGetsTheKeyboard()
     {
         Desk desk;

@@ -68,6 +68,8 @@ LayerChannel::LayerChannel(PanelStrip& strip, QMenu& menu, const QScreen* screen
     connect(&m_strip, &PanelStrip::tipRequested, this,
         [this](QPoint, const QString& text, const QRect& item) { showTip(text, item); });
     connect(&m_strip, &PanelStrip::pointerLeft, &m_tipSurface, &LayerSurface::hide);
+    connect(&m_sheetSurface, &LayerSurface::keyboardLost, &m_sheetSurface, &LayerSurface::hide,
+        Qt::QueuedConnection);
     fit();
 }
 

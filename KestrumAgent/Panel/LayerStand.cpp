@@ -59,6 +59,11 @@ void LayerStand::show(QWidget& window, QSize size, const QRect& item)
             = connect(m_strip.screen(), &QScreen::geometryChanged, this, &LayerStand::roomChanged);
         m_surface = std::make_unique<LayerSurface>(window);
         connect(m_surface.get(), &LayerSurface::closed, this, &LayerStand::dismissed, Qt::QueuedConnection);
+        const auto dismissUnpinned = [this] {
+            if (!m_isPinned)
+                Q_EMIT dismissed();
+        };
+        connect(m_surface.get(), &LayerSurface::keyboardLost, this, dismissUnpinned, Qt::QueuedConnection);
     }
     arrange();
 }

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "KestrumAgent/Panel/LayerSurface.h"
 
+#include "KestrumAgent/Panel/KeyboardLoss.h"
 #include "KestrumAgent/Panel/WaylandGlobals.h"
 
 #include <QGuiApplication>
@@ -159,6 +160,12 @@ void LayerSurface::arrange(const Place& place, QSize size)
     zwlr_layer_surface_v1_set_keyboard_interactivity(m_surface, keyboardNumber(place.keyboard, version));
     wl_surface_commit(surfaceOf(m_widget));
     wl_display_flush(WaylandGlobals::display());
+    if (place.keyboard != Keyboard::exclusive) {
+        m_keyboardLoss.reset();
+    } else if (!m_keyboardLoss) {
+        m_keyboardLoss = std::make_unique<KeyboardLoss>(surfaceOf(m_widget));
+        connect(m_keyboardLoss.get(), &KeyboardLoss::lost, this, &LayerSurface::keyboardLost);
+    }
 }
 
 void LayerSurface::configure(uint32_t serial, QSize size)
@@ -175,6 +182,7 @@ void LayerSurface::hide()
     if (!m_surface)
         return;
     disconnect(m_screenConnection);
+    m_keyboardLoss.reset();
     zwlr_layer_surface_v1_destroy(m_surface);
     m_surface = nullptr;
     m_isConfigured = false;

@@ -7,12 +7,15 @@
 #include <QSize>
 #include <QWidget>
 #include <cstdint>
+#include <memory>
 
 struct wl_output;
 struct zwlr_layer_shell_v1;
 struct zwlr_layer_surface_v1;
 
 namespace kestrum {
+
+class KeyboardLoss;
 
 /// Shows a widget as a Wayland layer surface, a role that Qt does not support. The widget becomes a window without a role
 /// from Qt, and this class sets the role. The widget is painted only after the compositor has set its size. A layer surface
@@ -62,6 +65,9 @@ public:
 Q_SIGNALS:
     /// The compositor closed the surface, for example because its screen was removed. The widget is hidden already.
     void closed();
+    /// Something took the keyboard from a surface that had it for itself, if only for a moment. This is usually a screen locker,
+    /// which some compositors show below the surface and without the keyboard: so the surface should hide. Connect queued.
+    void keyboardLost();
 
 private:
     void arrange(const Place& place, QSize size);
@@ -75,6 +81,7 @@ private:
     QPointer<const QScreen> m_screen; ///< where it was shown
     double m_scale = 0;               ///< the screen's then
     QMetaObject::Connection m_screenConnection;
+    std::unique_ptr<KeyboardLoss> m_keyboardLoss; ///< while the keyboard is the surface's own
     zwlr_layer_surface_v1* m_surface = nullptr;
 };
 

@@ -5,6 +5,7 @@
 #include "tests/Support/WaylandDesktop.h"
 
 #include <QCoreApplication>
+#include <csignal>
 
 using namespace kestrum;
 
@@ -184,6 +185,42 @@ private Q_SLOTS:
         click(popover().center());
         key("p");
         QTRY_VERIFY_WITH_TIMEOUT((click(desktop), popover().isNull()), patience);
+    }
+
+    void theScreenCanBeLockedWhileOneIsOpen_data()
+    {
+        QTest::addColumn<QByteArray>("button");
+        QTest::addColumn<bool>("isPinned");
+        QTest::newRow("popover") << QByteArray("1") << false;
+        QTest::newRow("pinned popover") << QByteArray("1") << true;
+        QTest::newRow("menu") << QByteArray("3") << false;
+    }
+    void theScreenCanBeLockedWhileOneIsOpen()
+    {
+        QFETCH(const QByteArray, button);
+        QFETCH(const bool, isPinned);
+        click(item("cpu"), button.constData());
+        QTRY_VERIFY_WITH_TIMEOUT(!popover().isNull(), patience);
+        if (isPinned)
+            key("p");
+        const auto locker = startedAsUser(words("swaylock --no-unlock-indicator --color 102030"));
+        const auto isOnlyLocker = [] {
+            const QImage picture = WaylandDesktop::screen();
+            QImage locked(picture.size(), picture.format());
+            locked.fill(QColor(0x10, 0x20, 0x30));
+            return picture == locked;
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(isOnlyLocker(), patience);
+        key("Escape"); // the locker's
+        QTest::qWait(200);
+        QVERIFY(isOnlyLocker());
+        ::kill(pid_t(locker->processId()), SIGUSR1); // unlocks
+        QVERIFY(locker->waitForFinished(patience));
+        if (isPinned) {
+            QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+            click(item("cpu"));
+        }
+        waitForNone();
     }
 
     void theMenuKeyOpensTheMenuInstead()

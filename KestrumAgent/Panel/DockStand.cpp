@@ -63,8 +63,14 @@ void DockStand::show(QWidget& window, QSize size, const QRect& item)
     const QRect placed = place(size, item.translated(m_ground.topLeft()), m_ground, m_free);
     if (isNew || m_place != placed) {
         m_place = placed;
-        window.setFixedSize(placed.size());
-        window.move(placed.topLeft());
+        const QMargins shadow = window.contentsMargins();
+        const QRect whole = placed.marginsAdded(shadow);
+        window.setFixedSize(whole.size());
+        window.move(whole.topLeft());
+        const auto x11 = shadow.isNull() ? std::nullopt : X11Window::of(*window.windowHandle());
+        const qreal ratio = window.devicePixelRatio();
+        if (x11)
+            x11->setShadow(whole.size() * ratio, (QMarginsF(shadow) * ratio).toMargins());
     }
     if (!isNew)
         return;
@@ -115,6 +121,12 @@ void DockStand::hide()
     m_isPinned = false;
 }
 
+/// Where the window really is, without its shadow.
+QRect DockStand::body() const
+{
+    return m_window->geometry().marginsRemoved(m_window->contentsMargins());
+}
+
 /// Decides whether a press is one elsewhere.
 void DockStand::judge(QPoint place, Qt::MouseButton button)
 {
@@ -124,7 +136,7 @@ void DockStand::judge(QPoint place, Qt::MouseButton button)
     if (!isWithoutStrip() && m_strip.isVisible() && button == Qt::LeftButton
         && m_strip.item(place - m_ground.topLeft()))
         return;
-    if (!m_window->geometry().contains(place))
+    if (!body().contains(place))
         Q_EMIT dismissed();
 }
 
@@ -150,8 +162,9 @@ bool DockStand::eventFilter(QObject* watched, QEvent* event)
 void DockStand::correctPlace()
 {
     QWindow& window = *m_window->windowHandle();
-    if (window.position() != m_place.topLeft())
-        window.setPosition(m_place.topLeft());
+    const QPoint place = m_place.marginsAdded(m_window->contentsMargins()).topLeft();
+    if (window.position() != place)
+        window.setPosition(place);
 }
 
 /// Decides whether the loss of the focus is the user's turn to another program.
@@ -163,7 +176,7 @@ void DockStand::judgeFocus()
     if (!x11 || !x11->isOtherFocused())
         return;
     const QPoint pointer = QCursor::pos();
-    if (pointer == m_pointer || m_window->geometry().contains(pointer) || m_ground.contains(pointer))
+    if (pointer == m_pointer || body().contains(pointer) || m_ground.contains(pointer))
         Q_EMIT dismissed();
 }
 

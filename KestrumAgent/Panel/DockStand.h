@@ -31,6 +31,7 @@ public:
     void takeKeyboard() override;
     void setPinned(bool isPinned) override { m_isPinned = isPinned; }
     int room() const override;
+    bool isShadowWanted() const override { return true; }
     PanelStrip* strip() const override { return &m_strip; }
 
     /// The place of a window of `size` beside `item`: below the strip, or above it if the strip is in the lower half of
@@ -46,6 +47,7 @@ private:
     void judge(QPoint place, Qt::MouseButton button);
     void judgeFocus();
     void correctPlace();
+    QRect body() const;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
     PanelStrip& m_strip;

@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QMouseEvent>
 #include <QScreen>
+#include <QWindow>
 #include <algorithm>
 #include <utility>
 
@@ -107,13 +108,18 @@ void LayerStand::arrange()
     const int side = std::clamp(fromEdge - m_size.width() / 2, edgeDistance, farthest);
     const int top = stripDistance; // the free area begins below the strip
     const Qt::Edge edge = isMirrored ? Qt::LeftEdge : Qt::RightEdge;
+    const QMargins shadow = m_window->contentsMargins();
+    const QRect shown(QPoint(shadow.left(), shadow.top()), m_size);
     m_surface->show({ .layer = m_isPinned ? LayerSurface::Layer::panel : LayerSurface::Layer::overlay,
                         .edges = Qt::TopEdge | edge,
-                        .margins = QMargins(isMirrored ? side : 0, top, isMirrored ? 0 : side, 0),
+                        .margins = QMargins(isMirrored ? side - shadow.left() : 0, top - shadow.top(),
+                            isMirrored ? 0 : side - shadow.right(), 0),
                         .keyboard = m_isPinned && !m_isTaking ? LayerSurface::Keyboard::onDemand
                                                               : LayerSurface::Keyboard::exclusive,
                         .screen = m_strip.screen() },
-        m_size);
+        shown.marginsAdded(shadow).size());
+    // On Wayland, the mask has no effect but that presses beside it go to what is below.
+    m_window->windowHandle()->setMask(shadow.isNull() ? QRegion() : QRegion(shown));
     if (!m_sheet)
         return;
     const auto atEdge = [&](int distance, int y, QSize size) {

@@ -24,8 +24,9 @@ public:
     /// Finds out where a window can stand. To be called before the first `room` for a window that is not shown yet.
     virtual void prepare() { }
     /// Shows `window` beside `item`, a rectangle in the strip's coordinates. If the window is shown already, it gets its new
-    /// size and place: call this function after each change of the size. The window must live until `hide`. A translucent
-    /// one must have the attribute `WA_TranslucentBackground` before the first call.
+    /// size and place: call this function after each change of the size. `size` and the place do not count the window's
+    /// contents margins, in which it may draw a shadow. The window must live until `hide`. A translucent one must have the
+    /// attribute `WA_TranslucentBackground` before the first call.
     virtual void show(QWidget& window, QSize size, const QRect& item) = 0;
     virtual void hide() = 0;
     /// Gives the keyboard to the shown window, as far as the desktop permits: the user has asked for the window again.
@@ -43,6 +44,8 @@ public:
     virtual PanelStrip* strip() const { return nullptr; }
     /// Whether the strip is not visible, so that the window itself must offer the way to the other sections.
     virtual bool isWithoutStrip() const { return false; }
+    /// Whether a translucent window should draw a shadow: nobody else does.
+    virtual bool isShadowWanted() const { return false; }
     /// Whether the window can stay while the user turns to something else.
     virtual bool canPin() const { return true; }
     /// Puts `text` on the clipboard.

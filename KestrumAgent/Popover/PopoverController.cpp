@@ -169,6 +169,7 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
         m_isTranslucent = isTranslucencyShown();
         m_window = std::make_unique<PopoverWindow>();
         m_window->setAttribute(Qt::WA_TranslucentBackground, m_isTranslucent);
+        m_window->setShadow(m_isTranslucent && m_stand->isShadowWanted());
         connect(m_window.get(), &PopoverWindow::acted, this, &PopoverController::act);
         connect(m_window.get(), &PopoverWindow::closeRequested, this, &PopoverController::close);
         connect(m_window.get(), &PopoverWindow::neighbourRequested, this, &PopoverController::stepBy);

@@ -59,6 +59,7 @@ QRegion PopoverWindow::setContent(
     m_environment = environment;
     m_environment.pointer = pointer;
     m_scale = scale;
+    setContentsMargins((m_frame.margins() * m_scale).toMargins());
     const PopoverLayout before = std::exchange(m_layout, PopoverLayout(panel, m_environment));
     m_focus.adopt(m_layout);
     setWindowTitle(m_layout.name());
@@ -80,12 +81,14 @@ QRegion PopoverWindow::changedSince(const PopoverLayout& before, const PanelPoin
     };
     if (!std::equal(now.begin(), now.end(), then.begin(), then.end(), stand))
         return QRegion(rect());
-    const QRect belowHeader = rect().adjusted(0, int(m_layout.headerHeight() * m_scale), 0, 0);
+    const QRect body = contentsRect();
+    const QRect belowHeader = body.adjusted(0, int(m_layout.headerHeight() * m_scale), 0, 0);
     QRegion changed;
     for (qsizetype i = 0; i < now.size(); ++i) {
         for (QRectF area : now[i].part.changes(then[i].part, now[i].rect, m_environment, pointerBefore)) {
             area.translate(0, i == 0 ? 0 : -m_scrolled);
-            const QRect shown = QRectF(area.topLeft() * m_scale, area.size() * m_scale).toAlignedRect();
+            const QRect shown
+                = QRectF(area.topLeft() * m_scale + body.topLeft(), area.size() * m_scale).toAlignedRect();
             changed += i == 0 ? shown : shown & belowHeader;
         }
     }
@@ -107,7 +110,7 @@ QSize PopoverWindow::sizeFor(int room) const
 
 double PopoverWindow::farthest() const
 {
-    return std::max(0.0, m_layout.height() - height() / m_scale);
+    return std::max(0.0, m_layout.height() - contentsRect().height() / m_scale);
 }
 
 void PopoverWindow::scrollTo(double scrolled)
@@ -126,15 +129,16 @@ QRectF PopoverWindow::rectOf(const Path& path) const
         return {};
     const QPointF offset(0, m_layout.isInHeader(path) ? 0 : m_scrolled);
     const QRectF rect = element->rect.translated(-offset);
-    return { rect.topLeft() * m_scale, rect.size() * m_scale };
+    return { rect.topLeft() * m_scale + contentsRect().topLeft(), rect.size() * m_scale };
 }
 
-/// The place in the coordinates of the layout; nothing outside of the window.
+/// The place in the coordinates of the layout; nothing outside of the popover.
 std::optional<QPointF> PopoverWindow::contentPoint(const QPointF& place) const
 {
-    if (!QRectF(rect()).contains(place))
+    const QRectF body = contentsRect();
+    if (!body.contains(place))
         return std::nullopt;
-    const QPointF point = place / m_scale;
+    const QPointF point = (place - body.topLeft()) / m_scale;
     return point.y() < m_layout.headerHeight() ? point : point + QPointF(0, m_scrolled);
 }
 
@@ -150,12 +154,15 @@ void PopoverWindow::paintEvent(QPaintEvent* event)
 {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
+    const QRect body = contentsRect();
+    painter.translate(body.topLeft());
     painter.scale(m_scale, m_scale);
-    const QRectF bounds(0, 0, width() / m_scale, height() / m_scale);
+    const QRectF bounds({}, QSizeF(body.size()) / m_scale);
     // Without translucency, the window's mask makes the corners, and what is below their smooth edges must not show.
     if (!testAttribute(Qt::WA_TranslucentBackground))
         painter.fillRect(bounds, PopoverSurface::ground(m_environment.background, m_environment.scheme));
-    PopoverFrame {}.draw(painter, bounds, m_environment);
+    const bool isShadowTouched = !body.contains(event->region().boundingRect());
+    PopoverFrame { m_frame.hasShadow && isShadowTouched }.draw(painter, bounds, m_environment);
     if (m_layout.places().isEmpty())
         return;
 
@@ -197,7 +204,7 @@ QRectF PopoverWindow::scrollBar() const
     if (farthest() <= 0)
         return {};
     const double top = m_layout.headerHeight() + barEdge;
-    const double way = height() / m_scale - top - barEdge;
+    const double way = contentsRect().height() / m_scale - top - barEdge;
     const double whole = m_layout.height() - m_layout.headerHeight();
     const double length
         = std::clamp(way * (whole - farthest()) / whole, shortestBar, std::max(way, shortestBar));

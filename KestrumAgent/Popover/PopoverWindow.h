@@ -3,6 +3,7 @@
 
 #include "KestrumAgent/Popover/PopoverFocus.h"
 #include "KestrumAgent/Popover/PopoverLayout.h"
+#include "KestrumShared/Popover/PopoverFrame.h"
 
 #include <QWidget>
 
@@ -21,6 +22,10 @@ public:
 
     explicit PopoverWindow(QWidget* parent = nullptr);
 
+    /// Whether the window draws a shadow around the popover, in its contents margins: only a translucent one can. To be called
+    /// before the first `setContent`.
+    void setShadow(bool hasShadow) { m_frame.hasShadow = hasShadow; }
+
     /// The scale of popovers for a desktop with texts of that size in pixels.
     static double scaleFor(double textSize);
 
@@ -32,7 +37,7 @@ public:
     /// Begins at the top and without a focus, as a popover that has just opened.
     void startAnew();
 
-    /// The size for the whole content, but not higher than `room` points.
+    /// The size for the whole content, but not higher than `room` points. The contents margins come on top.
     QSize sizeFor(int room) const;
     const PopoverLayout& layout() const { return m_layout; }
     const PopoverFocus& focus() const { return m_focus; }
@@ -92,6 +97,7 @@ private:
     QRectF scrollBar() const;
 
     PopoverLayout m_layout;
+    PopoverFrame m_frame;
     PanelEnvironment m_environment;
     PopoverFocus m_focus;
     bool m_isFocusInside = false;     ///< whether screen readers know an element that has the focus

@@ -22,7 +22,7 @@ void PopoverWindow::showFocus()
 {
     const PanelElement* focused = m_layout.element(m_focus.path());
     if (focused && !m_layout.isInHeader(m_focus.path())) {
-        const double room = height() / m_scale;
+        const double room = contentsRect().height() / m_scale;
         const double margin = 4;
         scrollTo(std::clamp(m_scrolled, focused->rect.bottom() + margin - room,
             std::max(focused->rect.top() - margin - m_layout.headerHeight(),
@@ -47,7 +47,7 @@ bool PopoverWindow::moveBy(const QKeyEvent& event)
     const auto modifiers = event.modifiers() & ~Qt::KeypadModifier;
     if (modifiers & ~Qt::KeyboardModifiers(Qt::ShiftModifier))
         return false;
-    const double page = height() / m_scale - m_layout.headerHeight();
+    const double page = contentsRect().height() / m_scale - m_layout.headerHeight();
     switch (event.key()) {
     case Qt::Key_Tab:
     case Qt::Key_Backtab:

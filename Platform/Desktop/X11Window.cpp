@@ -6,8 +6,10 @@
 #include <QGuiApplication>
 #include <QWindow>
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <qguiapplication_platform.h>
+#include <xcb/shape.h>
 
 namespace kestrum {
 
@@ -95,6 +97,23 @@ void X11Window::standOnAllDesktops() const
 {
     xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window,
         xcbAtom(m_connection, "_NET_WM_DESKTOP"), XCB_ATOM_CARDINAL, 32, 1, &everyDesktop);
+}
+
+void X11Window::setShadow(QSize size, const QMargins& margins) const
+{
+    const std::array extents { uint32_t(margins.left()), uint32_t(margins.right()), uint32_t(margins.top()),
+        uint32_t(margins.bottom()) };
+    xcb_change_property(m_connection, XCB_PROP_MODE_REPLACE, m_window,
+        xcbAtom(m_connection, "_GTK_FRAME_EXTENTS"), XCB_ATOM_CARDINAL, 32, extents.size(), extents.data());
+    // A request of an extension that the server does not have would end the connection.
+    const auto* shapes = xcb_get_extension_data(m_connection, &xcb_shape_id);
+    if (!shapes || !shapes->present)
+        return;
+    const QRect body = QRect(QPoint(), size).marginsRemoved(margins);
+    const xcb_rectangle_t rectangle { int16_t(body.x()), int16_t(body.y()), uint16_t(body.width()),
+        uint16_t(body.height()) };
+    xcb_shape_rectangles(m_connection, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+        m_window, 0, 0, 1, &rectangle);
 }
 
 void X11Window::flush() const

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <QByteArray>
+#include <QMargins>
+#include <QSize>
 #include <optional>
 
 class QWindow;
@@ -28,6 +30,9 @@ public:
     /// Call this before each time the window is shown. The window then appears on all virtual desktops. Window managers
     /// forget this setting when the window is hidden.
     void standOnAllDesktops() const;
+    /// Tells that of a window of `size` the outer `margins` are only its shadow, all in pixels of the X server: window managers
+    /// place the window without them, and presses there go to what is below. To be called after each change of the size.
+    void setShadow(QSize size, const QMargins& margins) const;
     void flush() const;
 
 private:

@@ -78,10 +78,9 @@ class AgentWaylandTest : public QObject {
     static QRect popover(int scale = 1)
     {
         const QImage picture = pictureOf(1);
-        const QColor empty(0x20, 0x40, 0x60);
         const int below = topOfWindows() * scale;
-        const QRect area = areaOf(picture.copy(0, below, picture.width(), picture.height() - below),
-            [&empty](const QColor& pixel) { return pixel.rgb() != empty.rgb(); });
+        const QRect area = areaOf(
+            picture.copy(0, below, picture.width(), picture.height() - below), WaylandDesktop::isOnGround);
         return area.isNull() ? QRect() : area.translated(0, below);
     }
     static QRect plate(int screen) { return areaOf(pictureOf(screen), WaylandDesktop::plateColour); }
@@ -195,11 +194,8 @@ private Q_SLOTS:
         QVERIFY(!WaylandDesktop::swaymsg("focus output HEADLESS-2").isEmpty());
         WaylandDesktop::kestrumctl({ text("popover"), text("cpu") });
         const auto hasPopover = [](int left) {
-            const QColor empty(0x20, 0x40, 0x60);
-            return !areaOf(
-                WaylandDesktop::screen().copy(left, 100, 1000, 100), [&empty](const QColor& pixel) {
-                    return pixel.rgb() != empty.rgb();
-                }).isNull();
+            return !areaOf(WaylandDesktop::screen().copy(left, 100, 1000, 100), WaylandDesktop::isOnGround)
+                        .isNull();
         };
         QTRY_VERIFY_WITH_TIMEOUT(hasPopover(0) || hasPopover(1000), patience);
         QVERIFY(hasPopover(0));

@@ -40,9 +40,7 @@ class PopoverWaylandTest : public QObject {
     {
         const QImage picture = WaylandDesktop::screen();
         const auto covered = [&picture](const QRect& line) {
-            const QColor empty(0x20, 0x40, 0x60);
-            const QRect area = areaOf(
-                picture.copy(line), [&empty](const QColor& pixel) { return pixel.rgb() != empty.rgb(); });
+            const QRect area = areaOf(picture.copy(line), WaylandDesktop::isOnGround);
             return area.isNull() ? QRect() : area.translated(line.topLeft());
         };
         const int below = m_plate.bottom() + 1;
@@ -129,6 +127,19 @@ private Q_SLOTS:
         QVERIFY(!popover().isNull());
         click(desktop);
         waitForNone();
+    }
+
+    void itsShadowIsSeenAndLetsPressesThrough()
+    {
+        click(item("cpu"));
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        const QPoint below(popover().center().x(), popover().bottom() + 5);
+        const QColor shadow = WaylandDesktop::screen().pixelColor(below);
+        QVERIFY(shadow.lightness() < WaylandDesktop::groundColour.lightness());
+        QVERIFY(shadow.lightness() > 0);
+        click(below);
+        waitForNone();
+        QCOMPARE(WaylandDesktop::screen().pixelColor(below), WaylandDesktop::groundColour);
     }
 
     void escapeClosesIt()

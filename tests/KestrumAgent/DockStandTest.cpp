@@ -107,6 +107,18 @@ private:
     xcb_connection_t* m_server = xcb_connect(nullptr, nullptr);
 };
 
+class PressCounter final : public QObject {
+public:
+    int count = 0;
+
+private:
+    bool eventFilter(QObject* object, QEvent* event) override
+    {
+        count += event->type() == QEvent::MouseButtonPress;
+        return QObject::eventFilter(object, event);
+    }
+};
+
 } // namespace
 
 class DockStandTest : public QObject {
@@ -159,11 +171,49 @@ private Q_SLOTS:
             = [&desk] { return desk.popovers.window()->testAttribute(Qt::WA_TranslucentBackground); };
         Q_EMIT desk.source.changed();
         QVERIFY(isTranslucent());
+        QVERIFY(!desk.popovers.window()->contentsMargins().isNull());
         compositor.reset();
         Q_EMIT desk.source.changed();
         QCOMPARE(desk.popovers.section(), MonitorSection::memory);
         QVERIFY(!isTranslucent());
+        QVERIFY(desk.popovers.window()->contentsMargins().isNull());
         desk.popovers.setHome(nullptr);
+    }
+
+    void pressesOnTheShadowReachWhatIsBelow()
+    {
+        if (!DrawingFixture::prepare())
+            QFAIL(DrawingFixture::noFont);
+        QWidget below;
+        below.setGeometry(0, 100, VirtualDisplay::width, 600);
+        below.show();
+        PanelStrip strip(std::make_shared<FakeReadings>());
+        DockStand stand(strip);
+        QSignalSpy dismissed(&stand, &PopoverStand::dismissed);
+        const QRect free(0, 0, VirtualDisplay::width, 700);
+        const QRect ground(600, 0, 400, 22);
+        stand.setGround(ground, free);
+        QWidget window;
+        window.setContentsMargins(20, 16, 20, 24);
+        const QRect item(100, 0, 60, 22);
+        stand.show(window, QSize(200, 200), item);
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        const QRect body = DockStand::place(QSize(200, 200), item.translated(ground.topLeft()), ground, free);
+        QTRY_COMPARE(window.geometry(), body.marginsAdded(window.contentsMargins()));
+        const QByteArray extents = Programs::output(QStringLiteral("xprop"),
+            { QStringLiteral("-id"), QString::number(window.winId()), QStringLiteral("_GTK_FRAME_EXTENTS") });
+        QCOMPARE(extents.trimmed(), QByteArray("_GTK_FRAME_EXTENTS(CARDINAL) = 20, 20, 16, 24"));
+        PressCounter onWindow, onBelow;
+        window.installEventFilter(&onWindow);
+        below.installEventFilter(&onBelow);
+        click(body.center());
+        QTRY_COMPARE(onWindow.count, 1);
+        QVERIFY(dismissed.isEmpty());
+        click(QPoint(body.center().x(), body.bottom() + 10));
+        QTRY_COMPARE(onBelow.count, 1);
+        QTRY_COMPARE(dismissed.count(), 1);
+        QCOMPARE(onWindow.count, 1);
+        stand.hide();
     }
 
     void aFrameThatIsMovedLateDoesNotMisleadTheToolkit()

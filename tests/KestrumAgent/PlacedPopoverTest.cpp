@@ -28,7 +28,12 @@ class PlacedPopoverTest : public QObject {
         m_agent->service()->ShowPopover(m_bridge, QString::fromLatin1(item), place, {});
     }
     std::optional<MonitorSection> open() const { return m_agent->popovers()->section(); }
-    QRect window() const { return m_agent->popovers()->window()->geometry(); }
+    /// The popover without its shadow.
+    QRect window() const
+    {
+        const PopoverWindow& window = *m_agent->popovers()->window();
+        return window.geometry().marginsRemoved(window.contentsMargins());
+    }
 
 private Q_SLOTS:
     void init()

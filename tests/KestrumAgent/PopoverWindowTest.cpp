@@ -84,6 +84,46 @@ private Q_SLOTS:
         }
     }
 
+    void aShadowIsAroundItAndChangesNothingElse()
+    {
+        PopoverWindowFixture plain;
+        PopoverWindowFixture shadowed;
+        for (PopoverWindowFixture* each : { &plain, &shadowed })
+            each->window.setAttribute(Qt::WA_TranslucentBackground);
+        shadowed.window.setShadow(true);
+        for (const double scale : { 1.0, 1.5 }) {
+            plain.scale = shadowed.scale = scale;
+            plain.show();
+            shadowed.show();
+            const QMargins around = (PopoverFrame { true }.margins() * scale).toMargins();
+            QCOMPARE(shadowed.window.contentsMargins(), around);
+            shadowed.window.setFixedSize(shadowed.window.sizeFor(10000).grownBy(around));
+            const QRect body = shadowed.window.contentsRect();
+            QCOMPARE(body.size(), plain.window.size());
+            QCOMPARE(shadowed.window.rectOf({ 1 }), plain.window.rectOf({ 1 }).translated(body.topLeft()));
+
+            const QImage picture = shadowed.window.grab().toImage();
+            const QPoint middle = body.center();
+            for (const QPoint at :
+                { QPoint(middle.x(), body.bottom() + 5), QPoint(body.left() - 5, middle.y()),
+                    QPoint(body.right() + 5, middle.y()), QPoint(middle.x(), body.top() - 5) }) {
+                const int alpha = picture.pixelColor(at).alpha();
+                QVERIFY(alpha > 0 && alpha < 255);
+            }
+            // Its outermost pixels are clear, so that no edge is seen.
+            QVERIFY(picture.pixelColor(0, middle.y()).alpha() <= 2);
+            // The corners are round, so they are left out.
+            const QMargins corners = QMargins(1, 1, 1, 1) * int(std::ceil(PopoverFrame::radius * scale));
+            QCOMPARE(picture.copy(body.marginsRemoved(corners)),
+                plain.window.grab().toImage().copy(plain.window.rect().marginsRemoved(corners)));
+
+            QSignalSpy acted(&shadowed.window, &PopoverWindow::acted);
+            QTest::mouseClick(
+                &shadowed.window, Qt::LeftButton, {}, (QPointF(282, 20) * scale).toPoint() + body.topLeft());
+            QCOMPARE(actedKind(acted), Kind::openSettings);
+        }
+    }
+
     // The mouse
 
     void aPressAndReleaseOnOneElementActs()

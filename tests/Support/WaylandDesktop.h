@@ -23,6 +23,13 @@ namespace kestrum {
 namespace WaylandDesktop {
 
 inline const QColor plateColour(222, 222, 222);
+inline const QColor groundColour(0x20, 0x40, 0x60); ///< of the desktops without windows
+
+/// Whether that pixel is one of a popover or a menu: shadows make the ground only darker.
+inline bool isOnGround(const QColor& pixel)
+{
+    return pixel.lightness() > groundColour.lightness();
+}
 
 /// A path in the test's home.
 inline QString place(const char* relative)

@@ -55,6 +55,11 @@ int DockStand::room() const
                                    : m_free.bottom() - m_ground.bottom() - stripDistance - edgeDistance;
 }
 
+QMargins DockStand::shadowRoom() const
+{
+    return shadowRoomBeside(isLow(m_ground, m_free) ? Qt::BottomEdge : Qt::TopEdge);
+}
+
 void DockStand::show(QWidget& window, QSize size, const QRect& item)
 {
     const bool isNew = m_window != &window;

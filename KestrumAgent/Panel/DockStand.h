@@ -31,7 +31,7 @@ public:
     void takeKeyboard() override;
     void setPinned(bool isPinned) override { m_isPinned = isPinned; }
     int room() const override;
-    bool isShadowWanted() const override { return true; }
+    QMargins shadowRoom() const override;
     PanelStrip* strip() const override { return &m_strip; }
 
     /// The place of a window of `size` beside `item`: below the strip, or above it if the strip is in the lower half of

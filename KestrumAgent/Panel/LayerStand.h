@@ -25,7 +25,7 @@ public:
     void takeKeyboard() override;
     void setPinned(bool isPinned) override;
     int room() const override;
-    bool isShadowWanted() const override { return true; }
+    QMargins shadowRoom() const override { return shadowRoomBeside(Qt::TopEdge); }
     PanelStrip* strip() const override { return &m_strip; }
     /// Shows nothing: a tip of the toolkit's is a popup, and a popup of a layer surface ends the process.
     void showTip(QWidget&, QPoint, const QString&, const QRect&) override { }

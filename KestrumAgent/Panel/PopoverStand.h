@@ -3,6 +3,7 @@
 
 #include <QClipboard>
 #include <QGuiApplication>
+#include <QMargins>
 #include <QObject>
 #include <QRect>
 #include <QSize>
@@ -44,8 +45,8 @@ public:
     virtual PanelStrip* strip() const { return nullptr; }
     /// Whether the strip is not visible, so that the window itself must offer the way to the other sections.
     virtual bool isWithoutStrip() const { return false; }
-    /// Whether a translucent window should draw a shadow: nobody else does.
-    virtual bool isShadowWanted() const { return false; }
+    /// How much room around a translucent window is for a shadow that it draws, in points. None if somebody else draws one.
+    virtual QMargins shadowRoom() const { return {}; }
     /// Whether the window can stay while the user turns to something else.
     virtual bool canPin() const { return true; }
     /// Puts `text` on the clipboard.
@@ -61,6 +62,14 @@ Q_SIGNALS:
 
 protected:
     using QObject::QObject;
+
+    /// All the room that a shadow wants, but none of what the strip has at that edge: its items would be darkened.
+    static QMargins shadowRoomBeside(Qt::Edge strip)
+    {
+        constexpr int enough = 100;
+        return { enough, strip == Qt::TopEdge ? stripDistance : enough, enough,
+            strip == Qt::BottomEdge ? stripDistance : enough };
+    }
 };
 
 } // namespace kestrum

@@ -169,7 +169,6 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
         m_isTranslucent = isTranslucencyShown();
         m_window = std::make_unique<PopoverWindow>();
         m_window->setAttribute(Qt::WA_TranslucentBackground, m_isTranslucent);
-        m_window->setShadow(m_isTranslucent && m_stand->isShadowWanted());
         connect(m_window.get(), &PopoverWindow::acted, this, &PopoverController::act);
         connect(m_window.get(), &PopoverWindow::closeRequested, this, &PopoverController::close);
         connect(m_window.get(), &PopoverWindow::neighbourRequested, this, &PopoverController::stepBy);
@@ -245,6 +244,7 @@ void PopoverController::refresh()
         return;
     }
     const PanelEnvironment look = environment(m_isTranslucent);
+    m_window->setShadowRoom(m_isTranslucent ? m_stand->shadowRoom() : QMargins());
     const QRegion changed = m_window->setContent(
         PopoverPanel::of(*m_section, m_source.readings(), m_state, SharedSettings::store().snapshot(), look),
         look, PopoverWindow::scaleFor(QFontInfo(QGuiApplication::font()).pixelSize()));

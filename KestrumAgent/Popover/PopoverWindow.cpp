@@ -59,7 +59,10 @@ QRegion PopoverWindow::setContent(
     m_environment = environment;
     m_environment.pointer = pointer;
     m_scale = scale;
-    setContentsMargins((m_frame.margins() * m_scale).toMargins());
+    const QMargins shadow = (PopoverFrame { true }.margins() * m_scale).toMargins();
+    setContentsMargins(std::min(shadow.left(), m_shadowRoom.left()),
+        std::min(shadow.top(), m_shadowRoom.top()), std::min(shadow.right(), m_shadowRoom.right()),
+        std::min(shadow.bottom(), m_shadowRoom.bottom()));
     const PopoverLayout before = std::exchange(m_layout, PopoverLayout(panel, m_environment));
     m_focus.adopt(m_layout);
     setWindowTitle(m_layout.name());
@@ -162,7 +165,7 @@ void PopoverWindow::paintEvent(QPaintEvent* event)
     if (!testAttribute(Qt::WA_TranslucentBackground))
         painter.fillRect(bounds, PopoverSurface::ground(m_environment.background, m_environment.scheme));
     const bool isShadowTouched = !body.contains(event->region().boundingRect());
-    PopoverFrame { m_frame.hasShadow && isShadowTouched }.draw(painter, bounds, m_environment);
+    PopoverFrame { isShadowTouched }.draw(painter, bounds, m_environment);
     if (m_layout.places().isEmpty())
         return;
 

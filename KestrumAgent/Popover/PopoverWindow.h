@@ -3,7 +3,6 @@
 
 #include "KestrumAgent/Popover/PopoverFocus.h"
 #include "KestrumAgent/Popover/PopoverLayout.h"
-#include "KestrumShared/Popover/PopoverFrame.h"
 
 #include <QWidget>
 
@@ -22,9 +21,9 @@ public:
 
     explicit PopoverWindow(QWidget* parent = nullptr);
 
-    /// Whether the window draws a shadow around the popover, in its contents margins: only a translucent one can. To be called
-    /// before the first `setContent`.
-    void setShadow(bool hasShadow) { m_frame.hasShadow = hasShadow; }
+    /// How much room around the popover the window may take for its shadow, as contents margins, from the next `setContent`
+    /// on. At first none. Only a translucent window can have a shadow.
+    void setShadowRoom(const QMargins& room) { m_shadowRoom = room; }
 
     /// The scale of popovers for a desktop with texts of that size in pixels.
     static double scaleFor(double textSize);
@@ -97,7 +96,7 @@ private:
     QRectF scrollBar() const;
 
     PopoverLayout m_layout;
-    PopoverFrame m_frame;
+    QMargins m_shadowRoom;
     PanelEnvironment m_environment;
     PopoverFocus m_focus;
     bool m_isFocusInside = false;     ///< whether screen readers know an element that has the focus

@@ -180,6 +180,19 @@ private Q_SLOTS:
         desk.popovers.setHome(nullptr);
     }
 
+    void shadowsDoNotFallOnTheStrip()
+    {
+        PanelStrip strip(std::make_shared<FakeReadings>());
+        DockStand stand(strip);
+        const QRect free(0, 0, 1000, 700);
+        stand.setGround(QRect(600, 0, 400, 22), free);
+        QCOMPARE(stand.shadowRoom().top(), PopoverStand::stripDistance);
+        QVERIFY(stand.shadowRoom().bottom() > 2 * PopoverStand::stripDistance);
+        stand.setGround(QRect(600, 678, 400, 22), free);
+        QCOMPARE(stand.shadowRoom().bottom(), PopoverStand::stripDistance);
+        QVERIFY(stand.shadowRoom().top() > 2 * PopoverStand::stripDistance);
+    }
+
     void pressesOnTheShadowReachWhatIsBelow()
     {
         if (!DrawingFixture::prepare())

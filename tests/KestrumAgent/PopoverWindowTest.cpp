@@ -90,12 +90,13 @@ private Q_SLOTS:
         PopoverWindowFixture shadowed;
         for (PopoverWindowFixture* each : { &plain, &shadowed })
             each->window.setAttribute(Qt::WA_TranslucentBackground);
-        shadowed.window.setShadow(true);
+        shadowed.window.setShadowRoom({ 100, 6, 100, 100 });
         for (const double scale : { 1.0, 1.5 }) {
             plain.scale = shadowed.scale = scale;
             plain.show();
             shadowed.show();
-            const QMargins around = (PopoverFrame { true }.margins() * scale).toMargins();
+            QMargins around = (PopoverFrame { true }.margins() * scale).toMargins();
+            around.setTop(6);
             QCOMPARE(shadowed.window.contentsMargins(), around);
             shadowed.window.setFixedSize(shadowed.window.sizeFor(10000).grownBy(around));
             const QRect body = shadowed.window.contentsRect();

@@ -3,14 +3,17 @@
 // takes milliseconds, ten polling processes starve each other. The kernel has a queue and wakes the next writer at once.
 //
 // `flock` has no time limit. So if the lock is not free at once, a second thread calls `flock`. After the time limit, the
-// caller abandons this thread, which releases the lock as soon as it gets the lock. Other methods are worse: a lock that
-// belongs to the process ends with any `close` of the file; a time limit by a signal needs a process-wide signal handler.
+// caller abandons this thread, which releases the lock as soon as it gets the lock. While there is such a thread, whoever holds
+// the lock hangs. So no second one is started, and others poll: else each save that is tried would leave a thread and a
+// descriptor behind. Other methods are worse: a lock that belongs to the process ends with any `close` of the file; a time limit
+// by a signal needs a process-wide signal handler.
 
 #include "Platform/Store/SettingsLock.h"
 
 #include "Platform/Files/FilePath.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <fcntl.h>
 #include <future>
@@ -29,6 +32,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr Clock::duration longestStandstill = 2s;
 constexpr Clock::duration longestWait = 10s;
+constexpr Clock::duration pollInterval = 20ms;
 
 /// Returns 0 if `path` still names the open file, ESTALE if not, or another `errno` if the check fails. During the wait, the
 /// directory may have been deleted and created again. Then other processes cannot find the locked file.
@@ -69,26 +73,58 @@ qint64 lastChange(const QByteArray& directory)
     return ::stat(directory.constData(), &state) == 0 ? FilePath::nanoseconds(state.st_mtim) : 0;
 }
 
+/// Whether a thread waits for a lock. One is enough for a process whose saves come one after the other.
+std::atomic<bool> hasWaiter = false;
+
+/// Waits until `isDone`, which may wait itself until the time that it is given. Returns false after the deadline, and earlier
+/// if nobody has saved anything for a while.
+template <class IsDone> bool awaitTurn(const QByteArray& directory, Clock::time_point deadline, IsDone isDone)
+{
+    for (auto last = lastChange(directory);;) {
+        const auto limit = std::min(Clock::now() + longestStandstill, deadline);
+        if (isDone(limit))
+            return true;
+        const qint64 now = lastChange(directory);
+        if (Clock::now() >= deadline || now == std::exchange(last, now))
+            return false;
+    }
+}
+
+/// Returns 0 or an `errno`.
+int lockByPolling(int file, const QByteArray& directory, Clock::time_point deadline)
+{
+    int error = EWOULDBLOCK;
+    const bool isDone = awaitTurn(directory, deadline, [&](Clock::time_point limit) {
+        while ((error = lock(file, LOCK_EX | LOCK_NB)) == EWOULDBLOCK && Clock::now() < limit)
+            std::this_thread::sleep_for(pollInterval);
+        return error != EWOULDBLOCK;
+    });
+    return isDone ? error : ETIMEDOUT;
+}
+
 /// Returns 0 or an `errno`. After success, `file` holds the lock; otherwise `file` is invalid.
 int lockByThread(FileDescriptor& file, const QByteArray& directory, Clock::time_point deadline)
 {
+    if (hasWaiter.exchange(true))
+        return lockByPolling(file.get(), directory, deadline);
     // Both threads share the descriptor. It is closed when neither thread uses it any more.
     const auto shared = std::make_shared<FileDescriptor>(std::move(file));
-    std::packaged_task<int()> task([shared] { return lock(shared->get(), LOCK_EX); });
+    std::packaged_task<int()> task([shared] {
+        const int error = lock(shared->get(), LOCK_EX);
+        hasWaiter = false;
+        return error;
+    });
     std::future<int> outcome = task.get_future();
     try {
         std::thread(std::move(task)).detach();
     } catch (const std::system_error& error) {
+        hasWaiter = false;
         return error.code().value();
     }
-    for (auto last = lastChange(directory);;) {
-        const auto limit = std::min(Clock::now() + longestStandstill, deadline);
-        if (outcome.wait_until(limit) == std::future_status::ready)
-            break;
-        const qint64 now = lastChange(directory);
-        if (Clock::now() >= deadline || now == std::exchange(last, now))
-            return ETIMEDOUT;
-    }
+    if (!awaitTurn(directory, deadline, [&outcome](Clock::time_point limit) {
+            return outcome.wait_until(limit) == std::future_status::ready;
+        }))
+        return ETIMEDOUT;
     const int error = outcome.get();
     if (error == 0)
         file = std::move(*shared);

@@ -1,4 +1,5 @@
 #include "Platform/Store/SettingsText.h"
+#include "tests/Support/KernelResources.h"
 #include "tests/Support/OrdinaryUser.h"
 #include "tests/Support/SettingsFolder.h"
 
@@ -168,6 +169,15 @@ private Q_SLOTS:
             refused.failureText().contains(QStringLiteral("lock")), qUtf8Printable(refused.failureText()));
         QVERIFY2(waited >= 1900 && waited < 5000, QByteArray::number(waited).constData());
         QCOMPARE(SettingsFile(path()).read()->values, someValues); // reading needs no lock
+        // However often a save is tried, no more than one thread and one descriptor stay behind.
+        const auto threads = [] { return QDir(QStringLiteral("/proc/self/task")).entryList().size(); };
+        const int descriptorsBefore = lowestFreeDescriptor();
+        const qsizetype threadsBefore = threads();
+        timer.start();
+        QVERIFY(!saved(path(), json({ { "a", 2 } })));
+        QVERIFY(timer.elapsed() >= 1900 && timer.elapsed() < 5000);
+        QCOMPARE(lowestFreeDescriptor(), descriptorsBefore);
+        QCOMPARE(threads(), threadsBefore);
         lock.close();
         QVERIFY(saved(path(), json({ { "a", 2 } })));
     }

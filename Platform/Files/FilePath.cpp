@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace kestrum {
 
@@ -95,6 +96,19 @@ Result<> FilePath::makeDirectory(const QByteArray& path)
     const auto opened = openDirectory(parent);
     const auto synced = opened ? AtomicFile::syncDirectory(opened->get()) : opened.failure();
     return synced ? synced : Failure::fromErrno(step, synced.failure().error);
+}
+
+void FilePath::syncParents(const QByteArray& path)
+{
+    QByteArray entry = path;
+    for (QByteArray parent = split(entry).directory; parent != entry; parent = split(entry).directory) {
+        const auto directory = openDirectory(parent);
+        struct stat state;
+        if (!directory || ::fstat(directory->get(), &state) != 0 || state.st_uid != ::geteuid()
+            || !AtomicFile::syncDirectory(directory->get()))
+            return;
+        entry = parent;
+    }
 }
 
 Result<> FilePath::renameToNew(int directory, const QByteArray& from, const QByteArray& to)

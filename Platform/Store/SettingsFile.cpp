@@ -299,6 +299,9 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
                 QStringLiteral("%1 was damaged and is kept as %2")
                     .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(*copy))));
         }
+        // Whoever made the directory may have been killed before it was on disk.
+        if (!before->exists())
+            FilePath::syncParents(target.directory);
         const auto state = AtomicFile::replace(
             directory->get(), target.name, text, before->exists() ? &before->state : nullptr);
         if (!state)

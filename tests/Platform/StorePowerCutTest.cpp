@@ -55,6 +55,23 @@ private Q_SLOTS:
         row.add(verdict.states);
     }
 
+    void foldersOfAKilledSaveAreBroughtToDisk()
+    {
+        // The folders are there, but whoever made them was killed before they were on disk.
+        FaultRow row("power cut");
+        auto calls = callsOf({}, false, saveTwice);
+        QVERIFY(!QTest::currentTestFailed());
+        const QByteArray folder = QFile::encodeName(TestHome::configDirectory());
+        const auto made = [](const QByteArray& path) {
+            return TracedSave::Call { "mkdir", 1, path, false, {} };
+        };
+        calls.prepend(made(folder));
+        calls.prepend(made(folder.left(folder.lastIndexOf('/'))));
+        const Verdict verdict = judged({}, true, calls);
+        QVERIFY2(verdict.flaw.isEmpty(), verdict.flaw.constData());
+        row.add(verdict.states);
+    }
+
     void wrongWritersAreFoundOut_data()
     {
         QTest::addColumn<QByteArray>("unflushed");

@@ -130,6 +130,50 @@ bool isVolume(const Mount& mount)
             && !mount.source.starts_with("/dev/loop"));
 }
 
+/// Which mounts cannot be asked, because another one is mounted over them or over one that they stand in: their paths lead
+/// elsewhere.
+class Coverings {
+public:
+    explicit Coverings(const std::vector<Mount>& mounts)
+    {
+        for (const Mount& mount : mounts)
+            m_mounts.emplace(mount.id, &mount);
+        for (const Mount& mount : mounts) {
+            if (const Mount* parent = parentOf(mount); parent && parent->path == mount.path)
+                m_covered.insert(parent->id);
+        }
+    }
+
+    bool hide(const Mount& mount) const
+    {
+        if (m_covered.contains(mount.id))
+            return true;
+        const Mount* child = &mount;
+        // A damaged table may lead in a circle.
+        for (std::size_t step = 0; step < m_mounts.size(); ++step) {
+            const Mount* parent = parentOf(*child);
+            if (!parent)
+                return false;
+            // What covers a mount stands where that one did, and not in it.
+            if (m_covered.contains(parent->id) && parent->path != child->path)
+                return true;
+            child = parent;
+        }
+        return false;
+    }
+
+private:
+    /// The mount that another one stands in; null if it is not in the table.
+    const Mount* parentOf(const Mount& mount) const
+    {
+        const auto found = m_mounts.find(mount.parent);
+        return found == m_mounts.end() || mount.parent == mount.id ? nullptr : found->second;
+    }
+
+    std::unordered_map<std::string_view, const Mount*> m_mounts;
+    std::unordered_set<std::string_view> m_covered;
+};
+
 MountTable::Volume volumeOf(const Mount& mount)
 {
     MountTable::Volume volume;
@@ -172,24 +216,15 @@ bool MountTable::update()
 QList<MountTable::Volume> MountTable::volumes(std::string_view table)
 {
     std::vector<Mount> mounts;
-    std::unordered_map<std::string_view, std::string_view> paths;
     while (!table.empty()) {
-        if (const auto mount = mountOf(KernelText::takeLine(table))) {
+        if (const auto mount = mountOf(KernelText::takeLine(table)))
             mounts.push_back(*mount);
-            paths.emplace(mount->id, mount->path);
-        }
     }
-    // What is mounted over cannot be asked: the path leads to the other volume.
-    std::unordered_set<std::string_view> covered;
-    for (const Mount& mount : mounts) {
-        const auto parent = paths.find(mount.parent);
-        if (parent != paths.end() && parent->second == mount.path && mount.parent != mount.id)
-            covered.insert(mount.parent);
-    }
+    const Coverings coverings(mounts);
 
     QList<Volume> result;
     for (const Mount& mount : mounts) {
-        if (!isVolume(mount) || covered.contains(mount.id))
+        if (!isVolume(mount) || coverings.hide(mount))
             continue;
         Volume volume = volumeOf(mount);
         const auto known = std::find_if(result.begin(), result.end(),

@@ -14,12 +14,13 @@ constexpr int mostQuickScans = 6;
 
 } // namespace
 
-AppListReader::AppListReader(
-    const QString& root, std::function<void()> done, std::function<Clock::time_point()> now)
+AppListReader::AppListReader(const QString& root, std::function<void()> done,
+    std::function<Clock::time_point()> now, std::function<Clock::duration(const TopApps&)> costOf)
     : m_root(root)
     , m_apps(std::make_shared<TopApps>(root))
     , m_done(std::move(done))
     , m_now(std::move(now))
+    , m_costOf(std::move(costOf))
     , m_ranking(rankingOf(Column::cpu))
 {
     m_timer.setSingleShot(true);
@@ -119,10 +120,10 @@ bool AppListReader::scan(Column column, bool isRegular, const std::function<void
     const Clock::time_point now = m_now();
     const AppLanguageTexts language { AppLanguage::code(), AppLanguage::string("Container") };
     const bool isBegun = m_background.begin(
-        [apps = m_apps, column, language, isOfNow, clock = m_now] {
+        [apps = m_apps, column, language, isOfNow, clock = m_now, costOf = m_costOf] {
             // The worker may begin late, and rates are over the time between the readings themselves.
             Scan scan { column, apps->sample(column, language, clock().time_since_epoch()), {}, isOfNow };
-            scan.cost = apps->cost();
+            scan.cost = costOf(*apps);
             return scan;
         },
         done);

@@ -15,7 +15,7 @@
 namespace kestrum {
 
 /// The list of apps in an open popover. Scans of the processes are the dearest of all readings. So there is none while nobody
-/// looks, and while somebody does, scans take no more than a hundredth of a core.
+/// looks, and while somebody does, scans at ticks take no more than a hundredth of a core.
 class AppListReader {
 public:
     using Column = TopApps::Column;
@@ -25,9 +25,10 @@ public:
     static constexpr std::chrono::seconds longestScan { 10 };
 
     /// A worker calls `done`, which may be empty, when `collect` has something to take over. Tests pass a clock, which workers
-    /// read too.
-    AppListReader(
-        const QString& root, std::function<void()> done, std::function<Clock::time_point()> now = Clock::now);
+    /// read too, and what a scan costs.
+    AppListReader(const QString& root, std::function<void()> done,
+        std::function<Clock::time_point()> now = Clock::now,
+        std::function<Clock::duration(const TopApps&)> costOf = &TopApps::cost);
 
     /// A popover with the list may be opened soon: takes the first of two scans, at most one in two seconds.
     void approach(Column column);
@@ -68,6 +69,7 @@ private:
     std::shared_ptr<TopApps> m_apps;
     std::function<void()> m_done;
     std::function<Clock::time_point()> m_now;
+    std::function<Clock::duration(const TopApps&)> m_costOf;
     Background<Scan> m_background;
     QTimer m_timer;                 ///< for the second scan after opening
     std::optional<Column> m_column; ///< absent while the list is not shown

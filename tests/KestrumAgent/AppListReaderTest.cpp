@@ -22,16 +22,19 @@ using Column = AppListReader::Column;
 class AppListFixture {
 public:
     AppListFixture()
-        : list(m_tree.root(), bell.rope(), [this, hold = m_hold] {
-            const bool isWorker = QThread::currentThread() != QCoreApplication::instance()->thread();
-            const auto now = stopped.value_or(Clock::now()) + passed + (isWorker ? late : 0ms);
-            if (isWorker && hold->isOn) {
-                ++hold->waiting;
-                hold->wake.acquire();
-                --hold->waiting;
-            }
-            return now;
-        })
+        : list(
+            m_tree.root(), bell.rope(),
+            [this, hold = m_hold] {
+                const bool isWorker = QThread::currentThread() != QCoreApplication::instance()->thread();
+                const auto now = stopped.value_or(Clock::now()) + passed + (isWorker ? late : 0ms);
+                if (isWorker && hold->isOn) {
+                    ++hold->waiting;
+                    hold->wake.acquire();
+                    --hold->waiting;
+                }
+                return now;
+            },
+            [this](const TopApps& apps) { return cost.value_or(apps.cost()); })
     {
         QObject::connect(&bell, &Bell::rung, [this] { list.collect(); });
         setTicks(0);
@@ -100,6 +103,7 @@ public:
     std::chrono::milliseconds passed {};      ///< besides the time that really passes
     std::chrono::milliseconds late {};        ///< how much later the workers begin
     std::optional<Clock::time_point> stopped; ///< since when no time really passes
+    std::optional<Clock::duration> cost;      ///< of each scan, if not what it really costs
     Bell bell;
     AppListReader list;
 };
@@ -112,6 +116,28 @@ class AppListReaderTest : public QObject {
     Q_OBJECT
 private Q_SLOTS:
     void initTestCase() { registerFactoryDefaults(); }
+
+    void scansTakeAHundredthOfACoreAtMost()
+    {
+        AppListFixture fixture;
+        fixture.stopped = Clock::now();
+        fixture.cost = 50ms;
+        const auto scansAfter = [&fixture](std::chrono::milliseconds time, auto next) {
+            fixture.passed += time;
+            const int before = fixture.list.scans();
+            next();
+            fixture.finish();
+            return fixture.list.scans() - before;
+        };
+        const auto approach = [&fixture] { fixture.list.approach(Column::cpu); };
+        QCOMPARE(scansAfter(0ms, approach), 1);
+        QCOMPARE(scansAfter(4900ms, approach), 0);
+        QCOMPARE(scansAfter(100ms, approach), 1);
+        const auto tick = [&fixture] { fixture.list.tick(1s, {}); };
+        QCOMPARE(scansAfter(5000ms, [&fixture] { fixture.list.open(Column::cpu); }), 1);
+        QCOMPARE(scansAfter(4900ms, tick), 0);
+        QCOMPARE(scansAfter(100ms, tick), 1);
+    }
 
     void openedColdTheRowsComeHalfASecondLater()
     {

@@ -33,6 +33,7 @@
 #include <memory>
 #include <sys/stat.h>
 #include <utility>
+#include <vector>
 
 namespace kestrum {
 
@@ -170,7 +171,7 @@ public:
             // The post may have reached the file all the same.
             if (one.fileName == fileName && m_isUnwatched)
                 one.lastSeen = std::max(one.lastSeen, signalWriter().lastPost(pathBelowRoot + fileName));
-            return one.fileName == fileName;
+            return one.fileName == fileName ? PostTime(0) : std::nullopt;
         });
         // The directory may exist by now, so the watch may succeed.
         if (m_isUnwatched && !m_registrations.empty())
@@ -206,7 +207,7 @@ private:
             return;
         deliver(m_newest, [](Registration& one) {
             const PostTime time = signalWriter().lastPost(pathBelowRoot + one.fileName);
-            return std::exchange(one.lastSeen, time) < time;
+            return std::exchange(one.lastSeen, time) < time ? time : std::nullopt;
         });
     }
 
@@ -232,25 +233,31 @@ private:
         QHash<QByteArray, PostTime> times; // the time of each name is read only once
         deliver(m_newest, [&](Registration& one) {
             if (!isAnything && !names.contains(one.fileName))
-                return false;
+                return PostTime();
             auto time = times.constFind(one.fileName);
             if (time == times.constEnd())
                 time = times.insert(one.fileName, signalWriter().lastPost(pathBelowRoot + one.fileName));
-            return *time && std::exchange(one.lastSeen, *time) != *time;
+            return *time && std::exchange(one.lastSeen, *time) != *time ? *time : std::nullopt;
         });
     }
 
-    // Runs the handlers of the registrations up to `newest` for which `concerns` returns true, in the order of registration. A
-    // handler may add registrations and remove any registration, including its own.
-    template <class Concerns> void deliver(Token newest, Concerns concerns)
+    // Runs the handlers of the registrations up to `newest` for which `timeOfPost` returns a time: in the order of the posts, since
+    // of two requests the last one counts, and for one signal in the order of registration. A handler may add registrations
+    // and remove any registration, including its own.
+    template <class TimeOfPost> void deliver(Token newest, TimeOfPost timeOfPost)
     {
-        for (auto at = m_registrations.begin(); at != m_registrations.end() && at->first <= newest;) {
-            const Token token = at->first;
-            if (concerns(at->second)) {
-                const auto handler = at->second.handler;
-                (*handler)();
-            }
-            at = m_registrations.upper_bound(token);
+        std::vector<std::pair<qint64, Token>> due;
+        for (auto at = m_registrations.begin(); at != m_registrations.end() && at->first <= newest; ++at) {
+            if (const PostTime time = timeOfPost(at->second))
+                due.emplace_back(*time, at->first);
+        }
+        std::sort(due.begin(), due.end());
+        for (const auto& [time, token] : due) {
+            const auto found = m_registrations.find(token);
+            if (found == m_registrations.end())
+                continue;
+            const auto handler = found->second.handler;
+            (*handler)();
         }
     }
 

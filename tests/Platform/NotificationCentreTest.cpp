@@ -146,18 +146,31 @@ private Q_SLOTS:
         }
     }
 
-    void handlersRunInTheOrderOfRegistration()
+    void handlersOfASignalRunInTheOrderOfRegistration()
     {
         QList<int> order;
         QList<NotificationCentre::Token> tokens;
-        const char* names[] = { "b", "a", "b", "c", "a" };
         for (int i = 0; i < 5; ++i)
-            tokens << *NotificationCentre::registerDispatch(
-                QString::fromLatin1(names[i]), [&order, i] { order << i; });
-        for (const char* name : { "c", "a", "b" })
-            NotificationCentre::post(QString::fromLatin1(name));
+            tokens << *NotificationCentre::registerDispatch(QStringLiteral("a"), [&order, i] { order << i; });
+        NotificationCentre::post(QStringLiteral("a"));
         QTRY_COMPARE(order, (QList<int> { 0, 1, 2, 3, 4 }));
         for (const NotificationCentre::Token token : tokens)
+            NotificationCentre::cancel(token);
+    }
+
+    void whatWasPostedLastComesLast()
+    {
+        QStringList heard;
+        const QStringList names { QStringLiteral("open"), QStringLiteral("close") };
+        QList<NotificationCentre::Token> tokens;
+        for (const QString& name : names)
+            tokens.append(
+                *NotificationCentre::registerDispatch(name, [&heard, name] { heard.append(name); }));
+        for (const char* post : { "open", "close", "open" })
+            NotificationCentre::post(QString::fromLatin1(post));
+        deliverPendingEvents();
+        QCOMPARE(heard.join(u' '), QStringLiteral("close open"));
+        for (const auto token : tokens)
             NotificationCentre::cancel(token);
     }
 

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 namespace kestrum {
 
@@ -98,16 +97,12 @@ Result<> FilePath::makeDirectory(const QByteArray& path)
     return synced ? synced : Failure::fromErrno(step, synced.failure().error);
 }
 
-void FilePath::syncParents(const QByteArray& path)
+void FilePath::syncEntries(const QByteArray& path)
 {
-    QByteArray entry = path;
-    for (QByteArray parent = split(entry).directory; parent != entry; parent = split(entry).directory) {
-        const auto directory = openDirectory(parent);
-        struct stat state;
-        if (!directory || ::fstat(directory->get(), &state) != 0 || state.st_uid != ::geteuid()
-            || !AtomicFile::syncDirectory(directory->get()))
-            return;
-        entry = parent;
+    const QByteArray parent = split(path).directory;
+    for (const QByteArray& holder : { parent, split(parent).directory }) {
+        if (const auto directory = openDirectory(holder))
+            (void)AtomicFile::syncDirectory(directory->get());
     }
 }
 

@@ -40,9 +40,9 @@ Result<FileDescriptor> openDirectory(const QByteArray& path);
 /// if it is not a directory; then a later `openDirectory` fails.
 Result<> makeDirectory(const QByteArray& path);
 
-/// Flushes to disk that `path` and the directories above it exist, as far as they are in directories of this user, since only
-/// there a process that was killed in `makeDirectory` may have left an entry that is not on disk. Does what it can.
-void syncParents(const QByteArray& path);
+/// Flushes to disk that the directory `path` and the one above it exist: another process may have been killed in
+/// `makeDirectory` before that. Does what it can.
+void syncEntries(const QByteArray& path);
 
 /// Renames the entry `from` of `directory` to `to`. Fails with EEXIST if `to` exists.
 Result<> renameToNew(int directory, const QByteArray& from, const QByteArray& to);

@@ -301,7 +301,7 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
         }
         // Whoever made the directory may have been killed before it was on disk.
         if (!before->exists())
-            FilePath::syncParents(target.directory);
+            FilePath::syncEntries(target.directory);
         const auto state = AtomicFile::replace(
             directory->get(), target.name, text, before->exists() ? &before->state : nullptr);
         if (!state)

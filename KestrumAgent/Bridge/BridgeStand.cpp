@@ -86,7 +86,7 @@ void BridgeStand::render()
     m_window->render(&now, QPoint(), QRegion(), QWidget::RenderFlags());
     renderTip(now);
     Change change { m_window->layout().text(), {}, now.size(), bands(now, m_picture) };
-    if (const PanelElement* focused = m_window->layout().element(m_window->focus().path()))
+    if (const PanelElement* focused = m_window->layout().element(m_window->focus().shownPath()))
         change.focus = focused->name;
     if (change.bands.isEmpty() && change.text == m_text && change.focus == m_focus)
         return;

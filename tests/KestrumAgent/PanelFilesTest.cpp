@@ -19,6 +19,7 @@
 #include <QSignalSpy>
 #include <QTest>
 #include <csignal>
+#include <sys/stat.h>
 
 using namespace kestrum;
 
@@ -288,6 +289,24 @@ private Q_SLOTS:
         agent.send({});
         send({ good });
         QTRY_COMPARE(files(), words("cpu.png cpu.txt strip.png"));
+    }
+
+    void linksAndPipesInTheirPlaceAreReplaced()
+    {
+        const QString elsewhere = TestHome::root() + text("/elsewhere");
+        write(elsewhere, "kept");
+        QVERIFY(QDir().mkpath(m_directory));
+        QVERIFY(QFile::link(elsewhere, m_directory + text("/cpu.png")));
+        QVERIFY(QFile::link(elsewhere, m_directory + text("/cpu.txt")));
+        QCOMPARE(::mkfifo(QFile::encodeName(m_directory + text("/memory.png")).constData(), 0600), 0);
+        startAgent();
+        Kestrumctl::Running tool(line().constData(), "waiting for items");
+        QTRY_COMPARE(files(), allFiles());
+        for (const char* name : { "cpu.png", "cpu.txt", "memory.png" }) {
+            const QFileInfo file(m_directory + u'/' + QLatin1StringView(name));
+            QVERIFY(file.isFile() && !file.isSymLink());
+        }
+        QCOMPARE(contentOf(elsewhere), QByteArray("kept"));
     }
 
     void whatCannotBeWrittenIsAFailure()

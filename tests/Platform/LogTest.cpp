@@ -4,6 +4,7 @@
 #include "tests/Support/TestHome.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 #include <QTest>
 #include <QThread>
 #include <fcntl.h>
@@ -103,6 +104,17 @@ private Q_SLOTS:
         // An escape is not cut in the middle.
         QCOMPARE(Log::escaped(x(253) + QChar(0x1b)), x(253));
         QCOMPARE(Log::escaped(x(252) + QChar(0x1b)), x(252) + QStringLiteral("\\x1b"));
+    }
+
+    void aHugeValueIsAShortLineAtOnce()
+    {
+        const QString huge = (QString(QChar(0x1b)) + QStringLiteral("\n\u2028x")).repeated(2'500'000);
+        QElapsedTimer time;
+        time.start();
+        const QString escaped = Log::escaped(huge);
+        QVERIFY2(time.elapsed() < 100, QByteArray::number(time.elapsed()).constData());
+        QVERIFY(escaped.startsWith(QStringLiteral("\\x1b\\n\\u2028x\\x1b")));
+        QVERIFY(escaped.size() > 240 && escaped.size() <= 256);
     }
 
     void longPathLeavesRoomForTheReason()

@@ -1,6 +1,12 @@
 #include "KestrumShared/Settings/Keys.h"
 #include "KestrumShared/Settings/SharedSettings.h"
 #include "tests/Support/Kestrumctl.h"
+#include "tests/Support/OrdinaryUser.h"
+
+#include <QFile>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
 
 using namespace kestrum;
 
@@ -173,6 +179,25 @@ private Q_SLOTS:
         const QString built = qEnvironmentVariable("KESTRUM_BUILD") + QStringLiteral("/kestrumctl");
         for (const QString& program : { link, built })
             QCOMPARE(Programs::run(program, words("read meterStyle")), done("\"bars\"\n"));
+    }
+
+    void withTheRightsOfAnotherUserItDoesNothing()
+    {
+        if (::geteuid() != 0)
+            QSKIP("only root can lend its rights to a program");
+        struct statvfs volume { };
+        QCOMPARE(::statvfs(QFile::encodeName(TestHome::root()).constData(), &volume), 0);
+        if (volume.f_flag & ST_NOSUID)
+            QSKIP("programs on this volume do not get the rights of their owner");
+        const QString lent = TestHome::root() + text("/lent");
+        QVERIFY(QFile::copy(Kestrumctl::path(), lent));
+        QCOMPARE(::chmod(QFile::encodeName(lent).constData(), 04755), 0);
+        QCOMPARE(::chmod(QFile::encodeName(TestHome::root()).constData(), 0711), 0);
+        const QStringList command = asOrdinaryUser({ lent, text("read") });
+        const auto ended = Programs::run(command.first(), command.mid(1));
+        QVERIFY(ended.code != 0);
+        QVERIFY_CONTAINS(ended.errors, "setuid");
+        QCOMPARE(ended.output, QByteArray());
     }
 
     void aFullOutputIsAFailure()

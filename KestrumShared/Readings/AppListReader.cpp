@@ -73,10 +73,10 @@ bool AppListReader::collect()
         m_approached = std::move(scan);
         return false;
     }
-    const bool isOfList = scan->column == *m_column && scan->apps;
+    const bool isOfList = scan->column == *m_column && scan->apps && scan->isOfNow;
     if (isOfList)
         m_ranking.add(*scan->apps);
-    if (!isOfList || !scan->isOfNow)
+    else
         scanSoon();
     return isOfList;
 }

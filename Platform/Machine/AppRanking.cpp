@@ -39,8 +39,10 @@ void AppRanking::add(const QList<AppUse>& apps)
     }
     if (!isFixed) {
         for (auto id = best.begin(); id != best.end() && ids.size() < m_rowCount; ++id) {
-            if (!ids.contains(*id))
-                ids.append(*id);
+            if (ids.contains(*id))
+                continue;
+            m_candidates[*id].outranked = 0; // it may have left earlier
+            ids.append(*id);
         }
         std::sort(ids.begin(), ids.end(),
             [this](const QString& one, const QString& other) { return isBefore(one, other); });

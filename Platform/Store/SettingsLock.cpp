@@ -32,7 +32,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr Clock::duration longestStandstill = 2s;
 constexpr Clock::duration longestWait = 10s;
-constexpr Clock::duration pollInterval = 20ms;
+constexpr Clock::duration pauseBetweenTries = 20ms;
 
 /// Returns 0 if `path` still names the open file, ESTALE if not, or another `errno` if the check fails. During the wait, the
 /// directory may have been deleted and created again. Then other processes cannot find the locked file.
@@ -96,7 +96,7 @@ int lockByPolling(int file, const QByteArray& directory, Clock::time_point deadl
     int error = EWOULDBLOCK;
     const bool isDone = awaitTurn(directory, deadline, [&](Clock::time_point limit) {
         while ((error = lock(file, LOCK_EX | LOCK_NB)) == EWOULDBLOCK && Clock::now() < limit)
-            std::this_thread::sleep_for(pollInterval);
+            std::this_thread::sleep_for(pauseBetweenTries);
         return error != EWOULDBLOCK;
     });
     return isDone ? error : ETIMEDOUT;

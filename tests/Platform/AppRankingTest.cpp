@@ -74,6 +74,22 @@ private Q_SLOTS:
         QCOMPARE(order(ranking), QStringLiteral("ca"));
     }
 
+    void rowThatCameBackIsOutrankedTwiceToo()
+    {
+        AppRanking ranking = makeRanking(1);
+        const auto next = [&ranking](double a, double b) {
+            ranking.add(apps({ { "a", a }, { "b", b } }));
+            return order(ranking);
+        };
+        QCOMPARE(next(3, 1), QStringLiteral("a"));
+        QCOMPARE(next(0, 9), QStringLiteral("a"));
+        QCOMPARE(next(0, 9), QStringLiteral("b"));
+        QCOMPARE(next(30, 0), QStringLiteral("b"));
+        QCOMPARE(next(30, 0), QStringLiteral("a"));
+        QCOMPARE(next(0, 99), QStringLiteral("a"));
+        QCOMPARE(next(0, 99), QStringLiteral("b"));
+    }
+
     void appsThatUseNothingHaveNoRows()
     {
         AppRanking ranking = makeRanking(3);

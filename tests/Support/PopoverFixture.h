@@ -131,12 +131,16 @@ public:
 private:
     void pass()
     {
-        m_machine.write(QStringLiteral("proc/stat"), statText(coresAfter(m_seconds++, { 10, 20, 30, 40 })));
+        QMap<int, CoreTimes> cores = coresAfter(m_seconds++, { 10, 20, 30, 40 });
+        if (offline)
+            cores.remove(*offline);
+        m_machine.write(QStringLiteral("proc/stat"), statText(cores));
     }
     const FakeMachine& m_machine;
     quint64 m_seconds = 0;
 
 public:
+    std::optional<int> offline; ///< a core that is switched off from the next sample on
     StandInDevices devices;
     StandInVolumes volumes;
     std::shared_ptr<LiveReadings> live;

@@ -7,6 +7,10 @@
 namespace kestrum {
 namespace {
 
+// A process gets its start before it can be listed, and others may be started and listed in between: on a busy machine, what
+// starts it waits there for a processor. In ticks of the clock of processes' starts.
+constexpr quint64 latestListing = 100;
+
 quint64 growth(quint64 before, quint64 now)
 {
     return now > before ? now - before : 0;
@@ -53,7 +57,7 @@ const std::vector<quint64>& UseCounter::use(
                 m_use[i] = growth(earlier->own, counters->own);
                 m_ofChildren[i] = growth(earlier->ofChildren, counters->ofChildren);
             }
-        } else if (now[i].start >= newestStart) {
+        } else if (now[i].start + latestListing >= newestStart) {
             // An older process that was not listed before could not be read then. Its counters may hold hours.
             m_use[i] = counters->own + counters->ofChildren;
         }
@@ -71,12 +75,24 @@ const std::vector<quint64>& UseCounter::use(
         if (const auto paying = payer(debt, before, match))
             m_ofChildren[*paying] -= debt.amount;
         else if (!std::exchange(debt.isOld, true))
-            open.push_back(debt);
+            open.push_back({ debt.amount, livingAncestor(debt.parent, before, match), true });
     }
     m_debts = std::move(open);
     for (std::size_t i = 0; i < now.size(); ++i)
         m_use[i] += m_ofChildren[i];
     return m_use;
+}
+
+// The process itself, if it lives or nothing is known of it.
+qint32 UseCounter::livingAncestor(qint32 pid, const ProcessSamples& before, const ProcessMatch& match)
+{
+    for (int step = 0; step < ProcessList::mostAncestors; ++step) {
+        const auto earlier = ProcessList::find(before, pid);
+        if (!earlier || match.now[*earlier] != ProcessMatch::none)
+            break;
+        pid = before[*earlier].parent;
+    }
+    return pid;
 }
 
 // The nearest living ancestor, unless it has too little: the kernel gives orphans to an ancestor further up. A parent that

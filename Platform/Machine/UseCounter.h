@@ -51,6 +51,7 @@ private:
         qint32 parent;      ///< in the earlier list
         bool isOld = false; ///< whether it was looked for in the list before
     };
+    static qint32 livingAncestor(qint32 pid, const ProcessSamples& before, const ProcessMatch& match);
     std::optional<std::size_t> payer(
         const Debt& debt, const ProcessSamples& before, const ProcessMatch& match) const;
 

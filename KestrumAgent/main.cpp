@@ -10,6 +10,7 @@
 #include "Platform/Processes/Heap.h"
 #include "Platform/Processes/ProcessEnds.h"
 #include "Platform/Processes/ProcessTable.h"
+#include "Platform/Processes/ProgramStart.h"
 #include "Platform/Processes/ProgramWatch.h"
 #include "Platform/Processes/SingleInstance.h"
 #include "Platform/Processes/StopRequest.h"
@@ -77,7 +78,7 @@ int run(int argc, char** argv, bool isLogin, Replacement& replacement)
     // Blocks the signals before the application object creates threads: new threads inherit the blocked signals.
     StopRequest::block();
     // With this variable, Qt allows a Wayland surface without a role. `LayerSurface` needs such a surface.
-    qputenv("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
+    ProgramStart::setOwnVariable("QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT", "1");
 
     // With this variable, Qt sends pictures to an X server over the connection. With shared memory, this process would wait
     // for the server and wake twice more at each sample. Programs that the agent starts must not inherit the variable.

@@ -128,9 +128,8 @@ void SystemMonitorApp::open(const QByteArray& activationToken)
 {
     if (m_command.isEmpty())
         return;
-    // The variable is a switch of the toolkit for our own windows.
-    const auto pid = ProgramStart::start(m_command.first(), m_command.mid(1),
-        WindowActivation::environment(activationToken), { "QT_WAYLAND_USE_BYPASSWINDOWMANAGERHINT" });
+    const auto pid = ProgramStart::start(
+        m_command.first(), m_command.mid(1), WindowActivation::environment(activationToken));
     if (pid)
         m_ends.follow(*pid, ProcessEnds::Kind::child);
     else

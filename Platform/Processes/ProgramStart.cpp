@@ -17,6 +17,13 @@ namespace {
 constexpr int firstOwnDescriptor = STDERR_FILENO + 1;
 constexpr long mostDescriptors = 65536;
 
+// The names of the variables that are this process's alone.
+QByteArrayList& ownVariables()
+{
+    static QByteArrayList names;
+    return names;
+}
+
 // Whether `output` (stdout or stderr) must be replaced by /dev/null. If `output` stayed closed, the program's next open() would
 // get this number, and the program would write its output to that file.
 bool needsReplacement(int output)
@@ -88,9 +95,10 @@ std::vector<char*> pointers(QByteArrayList& texts)
     return result;
 }
 
-// This process's environment variables without those named in `removed`, plus the variables `added`.
+// This process's environment variables without its own and those named in `removed`, plus the variables `added`.
 QByteArrayList environmentWith(const QMap<QString, QString>& added, QByteArrayList removed)
 {
+    removed += ownVariables();
     QByteArrayList result;
     for (auto variable = added.cbegin(); variable != added.cend(); ++variable) {
         removed.append(variable.key().toLocal8Bit());
@@ -122,6 +130,12 @@ void resetProcess()
 }
 
 } // namespace
+
+void ProgramStart::setOwnVariable(const char* name, const char* value)
+{
+    ownVariables().append(name);
+    qputenv(name, value);
+}
 
 QString ProgramStart::find(const QString& program)
 {

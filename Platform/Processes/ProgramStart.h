@@ -16,6 +16,10 @@ namespace kestrum {
 /// replaced by /dev/null: the reader of a pipe would otherwise wait for the program's end.
 namespace ProgramStart {
 
+/// Sets an environment variable for this process alone: programs that `start` starts do not get it. Call it before there are
+/// threads; `name` must live as long as the process.
+void setOwnVariable(const char* name, const char* value);
+
 /// Starts the program at the path `program` with `arguments`. The program gets this process's environment without the variables
 /// named in `removed`. The variables `added` are added, or replace variables of the same name. Returns the id of the new
 /// process, a child that the caller must wait for. At the return, the process table already shows the program, so a second

@@ -1,4 +1,5 @@
 #include "Platform/Processes/ProgramStart.h"
+#include "tests/Support/FileContent.h"
 #include "tests/Support/Rows.h"
 #include "tests/Support/StandIns.h"
 #include "tests/Support/TestHome.h"
@@ -94,6 +95,24 @@ private Q_SLOTS:
                                .entryList(QDir::Files | QDir::System | QDir::Dirs | QDir::NoDotAndDotDot);
         open.sort();
         QCOMPARE(open, (QStringList { QStringLiteral("0"), QStringLiteral("1"), QStringLiteral("2") }));
+    }
+
+    void variablesOfThisProcessAloneAreNotInTheProgram()
+    {
+        ProgramStart::setOwnVariable("KESTRUM_TEST_OWN", "1");
+        qputenv("KESTRUM_TEST_COMMON", "1");
+        QCOMPARE(qgetenv("KESTRUM_TEST_OWN"), "1");
+        streamsOfStarted();
+        qunsetenv("KESTRUM_TEST_OWN");
+        qunsetenv("KESTRUM_TEST_COMMON");
+        // The kernel shows it a moment after the start.
+        QList<QByteArray> environment;
+        const auto read = [this, &environment] {
+            environment = contentOf(QStringLiteral("/proc/%1/environ").arg(m_pid)).split('\0');
+            return environment.contains("KESTRUM_TEST_COMMON=1");
+        };
+        QTRY_VERIFY_WITH_TIMEOUT(read(), 5000);
+        QVERIFY(!environment.contains("KESTRUM_TEST_OWN=1"));
     }
 
 private:

@@ -106,7 +106,7 @@ PopoverPanel SectionPanel::cpu() const
     if (!values.isEmpty())
         values.prepend(InsetDivider {});
 
-    return { header(MonitorSection::cpu, percent(readings.usage)),
+    return { header(MonitorSection::cpu, readings.usage ? percent(*readings.usage) : Amounts::lost()),
         { DenseSection { std::nullopt, { usage } }, DenseSection { std::nullopt, { cores } },
             DenseSection { std::nullopt, rows, values } } };
 }

@@ -35,7 +35,7 @@ enum class PowerAccess { granted, denied };
 
 /// All that the popover of the CPU shows. Fractions are 0…1.
 struct CPUPopoverReadings {
-    double usage = 0;
+    std::optional<double> usage; ///< absent until it is measured
     QList<HistoryPoint> history;
     QList<double> cores;    ///< slowest tier first
     QList<int> coreNumbers; ///< the kernel's number of each of them; empty if they are numbered as they stand

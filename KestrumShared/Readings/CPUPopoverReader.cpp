@@ -28,7 +28,8 @@ void CPUPopoverReader::update(CPUPopoverReadings& readings, const PopoverSample&
         readings.uptime.value.reset();
     }
     if (sample.occasion != PopoverSample::Occasion::answer) {
-        readings.usage = sample.live.cpuUsage();
+        // A load is measured between two samples.
+        readings.usage = sample.live.hasCPULoad() ? std::optional(sample.live.cpuUsage()) : std::nullopt;
         readings.cores = sample.live.coreUsages();
         readings.coreNumbers = sample.live.coreNumbers();
         readings.history = sample.histories.cpu.points(sample.now);

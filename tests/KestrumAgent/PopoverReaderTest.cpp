@@ -115,6 +115,16 @@ private Q_SLOTS:
                 QStringLiteral("sys/class/powercap/intel-rapl:0/energy_uj") }));
     }
 
+    void theLoadIsUnknownUntilItIsMeasured()
+    {
+        m_fixture->sample(itemSources());
+        m_fixture->reader.opened(MonitorSection::cpu);
+        QCOMPARE(cpu().usage, std::nullopt);
+        m_machine->write(QStringLiteral("proc/stat"), statText(coresAfter(1000, { 10, 20, 30, 40 })));
+        m_fixture->tick();
+        QCOMPARE(cpu().usage, 0.25);
+    }
+
     void withoutAShownVolumeItsDisksAreNotRead()
     {
         fill(*m_fixture);

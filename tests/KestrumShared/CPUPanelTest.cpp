@@ -212,6 +212,25 @@ private Q_SLOTS:
         QCOMPARE(copied.name, text("Copy: ") + command);
     }
 
+    void whatNeedsPermissionIsDimmed()
+    {
+        const PanelEnvironment light = PanelFixture::in(ColourScheme::light);
+        const auto valueHas = [this](const QColor& colour) {
+            const QRectF row = panel().element(text("Power")).rect;
+            return !panel().drawn().drawn(row.adjusted(row.width() / 2, 0, 0, 0), colour).isNull();
+        };
+        QVERIFY(valueHas(light.textColour()));
+        m_readings = SamplePopoverReadings::poor();
+        QVERIFY(!valueHas(light.textColour()));
+        QVERIFY(valueHas(light.secondaryTextColour()));
+    }
+
+    void aLoadThatIsNotMeasuredYetIsNotZero()
+    {
+        m_readings.cpu.usage.reset();
+        QCOMPARE(panel().element(text("CPU")).name, text("CPU, –"));
+    }
+
     void anExplanationEndsWhenThePowerIsKnown()
     {
         m_readings.cpu.powerAccess = PowerAccess::denied;

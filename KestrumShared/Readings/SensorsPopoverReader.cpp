@@ -209,7 +209,7 @@ void SensorsPopoverReader::adopt(
         const auto celsius = newCelsius(devices.list->devices, kind);
         // Between two readings of a device that answers slowly, there is no gap.
         const int ticks
-            = std::exchange(wasOld, isAnyOld(devices.list->devices, kind)) ? SensorList::slowInterval : 1;
+            = std::exchange(wasOld, isAnyOld(devices.list->devices, kind)) ? SlowDevice::slowInterval : 1;
         if (!isRead && celsius)
             history.add(*celsius, ticks * sample.interval, sample.now);
     };

@@ -11,7 +11,8 @@ SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage)
     : SlowReadings(root, std::move(askStorage), nullptr)
 {
     if (root.isEmpty())
-        m_readSensors = Sensors::read;
+        m_readSensors = [sensors = std::make_shared<Sensors>()](
+                            const Sensors::Wanted& wanted) { return sensors->read(wanted); };
 }
 
 SlowReadings::SlowReadings(const QString& root, StorageUse::Ask askStorage, ReadSensors readSensors)

@@ -113,13 +113,12 @@ void SensorList::forget(Chip& known)
     known.celsius.reset();
     known.watts.reset();
     known.isAsleep = false;
-    known.passOver = 0;
+    known.pace.reset();
     known.isOld = false;
 }
 
 void SensorList::read(const SensorChip& chip, Chip& known) const
 {
-    known.isOld = false;
     if (chip.isAsleep()) {
         forget(known);
         known.isAsleep = true;
@@ -127,11 +126,9 @@ void SensorList::read(const SensorChip& chip, Chip& known) const
         return;
     }
     known.isAsleep = false;
-    if (known.passOver != 0) {
-        known.passOver = std::max(known.passOver - 1, -1);
-        known.isOld = true;
+    known.isOld = known.pace.isPassedOver();
+    if (known.isOld)
         return;
-    }
     const auto begin = m_now();
     known.celsius.reset();
     SensorChip::Rank best = 0;
@@ -153,10 +150,7 @@ void SensorList::read(const SensorChip& chip, Chip& known) const
         known.seenFans[index] = known.seenFans[index] || rpm;
     }
     known.watts = chip.place.kind == Kind::gpu ? chip.watts() : std::nullopt;
-    // The thread may have waited for a core meanwhile, but hardly twice.
-    const auto lastTime = std::exchange(known.lastTime, m_now() - begin);
-    const auto time = std::min(lastTime, known.lastTime);
-    known.passOver = time > verySlowRead ? -1 : time > slowRead ? slowInterval - 1 : 0;
+    known.pace.wasRead(m_now() - begin);
 }
 
 QList<SensorDevice> SensorList::devices() const

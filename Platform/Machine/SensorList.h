@@ -2,10 +2,11 @@
 #pragma once
 
 #include "Platform/Machine/SensorChips.h"
+#include "Platform/Machine/SlowDevice.h"
 
 #include <atomic>
-#include <chrono>
 #include <functional>
+#include <limits>
 #include <map>
 
 namespace kestrum {
@@ -14,13 +15,7 @@ namespace kestrum {
 /// rarely, and suspended ones are not woken. The names come from libsensors, whose configuration people can edit.
 class SensorList {
 public:
-    using Clock = std::chrono::steady_clock;
-    /// A device of which two reads in a row took longer is read at every tenth call only. One read can take long for other
-    /// reasons.
-    static constexpr std::chrono::milliseconds slowRead { 20 };
-    static constexpr int slowInterval = 10;
-    /// A device of which two reads in a row took longer is not read any more in this opening.
-    static constexpr std::chrono::milliseconds verySlowRead { 200 };
+    using Clock = SlowDevice::Clock;
 
     struct Values {
         QList<SensorDevice> devices; ///< CPU, GPU, disks, memory, mainboard, then the rest
@@ -55,10 +50,9 @@ private:
         std::optional<double> watts;
         bool isPresent = false;
         bool isAsleep = false;
-        bool isSeen = false;         ///< whether it was asleep or had a temperature
-        int passOver = 0;            ///< reads until the next attempt; negative: none in this opening
-        bool isOld = false;          ///< passed over this time
-        Clock::duration lastTime {}; ///< how long the last read took
+        bool isSeen = false;                                 ///< whether it was asleep or had a temperature
+        bool isOld = false;                                  ///< passed over this time
+        SlowDevice pace { std::numeric_limits<int>::max() }; ///< a very slow one is read once an opening
     };
     static Chip adopted(const SensorChip& chip);
     static void forget(Chip& known);

@@ -22,7 +22,7 @@ private Q_SLOTS:
         const auto answers = std::make_shared<std::atomic<int>>(0);
         std::chrono::nanoseconds now = std::chrono::hours(1);
         for (int tick = 0; tick <= 32; ++tick) {
-            const bool isOld = tick > 1 && tick % SensorList::slowInterval != 1;
+            const bool isOld = tick > 1 && tick % SlowDevice::slowInterval != 1;
             SensorList::Values values;
             values.devices
                 = { { QStringLiteral("slow"), SensorDevice::Kind::cpu, 0, {}, 48.0, false, {}, isOld },

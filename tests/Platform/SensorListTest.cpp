@@ -234,7 +234,7 @@ private Q_SLOTS:
         readSlowly("slow 1 21");
         QCOMPARE(readSlowly("slow 1 21"), "cpu 52.582;");
         machine.write(boardInput, "60000\n");
-        for (int times = 2; times <= SensorList::slowInterval; ++times)
+        for (int times = 2; times <= SlowDevice::slowInterval; ++times)
             QCOMPARE(machine.read("devices"), "cpu 52.582;");
         QCOMPARE(machine.read("devices"), "cpu 60;");
         // It was quick now.
@@ -254,7 +254,7 @@ private Q_SLOTS:
             QCOMPARE(machine.read("devices"), "cpu 52.582;");
         }
         machine.write(boardInput, "60000\n");
-        for (int times = 0; times < 3 * SensorList::slowInterval; ++times)
+        for (int times = 0; times < 3 * SlowDevice::slowInterval; ++times)
             QCOMPARE(machine.read("devices"), "cpu 52.582;");
         machine.read("open");
         QCOMPARE(machine.read("devices"), "cpu 60;");
@@ -305,7 +305,8 @@ private Q_SLOTS:
         auto lock = std::make_unique<SensorChips::Lock>(SensorChips::ofThisMachine().lock());
         QVERIFY(*lock);
         const auto read = [&list] { return list.read().has_value(); };
-        auto item = std::async(std::launch::async, [] { return Sensors::read({ .cpu = true }).has_value(); });
+        auto item
+            = std::async(std::launch::async, [] { return Sensors().read({ .cpu = true }).has_value(); });
         QCOMPARE(std::async(std::launch::async, read).get(), false);
         QVERIFY2(!item.get(), "what could not be read looks like a missing sensor");
         auto answer = std::async(std::launch::async, read);

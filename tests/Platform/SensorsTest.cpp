@@ -95,6 +95,51 @@ private Q_SLOTS:
         QCOMPARE(machine.read("fan"), "- - - 0");
     }
 
+    void aFanIsNotFasterThanFansCanBe()
+    {
+        SensorsMachine machine("laptop-with-graphics");
+        const char* fan = "sys/devices/platform/thinkpad_hwmon/hwmon/hwmon5/fan1_input";
+        machine.write(fan, "29999\n");
+        QCOMPARE(machine.read("fan"), "- - - 29999");
+        machine.write(fan, "30000\n");
+        QCOMPARE(machine.read("fan"), "- - - -");
+    }
+
+    void aSlowDeviceIsReadRarelyAndSlowsNoOther()
+    {
+        const struct {
+            const char* slowness;
+            int interval;
+        } rows[] {
+            { "slow 2 20", 1 },
+            { "slow 2 21", SlowDevice::slowInterval },
+            { "slow 2 201", Sensors::verySlowInterval },
+        };
+        for (const auto& [slowness, interval] : rows) {
+            SensorsMachine machine("amd-desktop");
+            // The graphics card's fan is read first, then the mainboard's.
+            for (int times = 0; times < 2; ++times) {
+                machine.read(slowness);
+                QCOMPARE_ROW(slowness, machine.read("fan cpu"), QByteArray("47.5 - - 1340"));
+            }
+            machine.write("sys/devices/platform/nct6775.656/hwmon/hwmon2/fan1_input", "1500\n");
+            machine.write("sys/devices/pci0000:00/0000:00:18.3/hwmon/hwmon1/temp2_input", "50000\n");
+            for (int times = 1; times < interval; ++times)
+                QCOMPARE_ROW(slowness, machine.read("fan cpu"), QByteArray("50 - - 1340"));
+            QCOMPARE_ROW(slowness, machine.read("fan cpu"), QByteArray("50 - - 1500"));
+        }
+    }
+
+    void whatIsNewlyWantedIsReadAtOnce()
+    {
+        SensorsMachine machine("small-board");
+        for (int times = 0; times < 2; ++times) {
+            machine.read("slow 1 21");
+            machine.read("cpu");
+        }
+        QCOMPARE(machine.read("cpu hottest"), "52.582 - 52.582 -");
+    }
+
     void aSensorThatSaysItIsFaultyIsNotBelieved()
     {
         SensorsMachine machine("server");

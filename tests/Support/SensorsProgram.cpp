@@ -6,7 +6,7 @@
 //   old                    the ids of the devices that were not read the last time
 //   fans, watts            as they were read last
 //   open                   a new opening of the list
-//   slow N MS              in the next reading of the list, the N-th device that is read takes MS milliseconds
+//   slow N MS              in the next reading, the N-th device of the list, or the N-th sensor of the values, takes MS milliseconds
 
 #include "Platform/Machine/SensorList.h"
 #include "Platform/Machine/Sensors.h"
@@ -33,7 +33,7 @@ std::string text(const std::optional<double>& value)
     return result.str();
 }
 
-/// A clock that stands still except for the slow device.
+/// A clock that stands still except for what is slow.
 struct SteppingClock {
     SensorList::Clock::time_point time {};
     int slowDevice = -1;
@@ -41,7 +41,7 @@ struct SteppingClock {
     int calls = 0;
     SensorList::Clock::time_point operator()()
     {
-        // The end of a device's read is every second call.
+        // The end of a read is every second call.
         if (++calls == 2 * slowDevice)
             time += slowness;
         return time;
@@ -78,12 +78,12 @@ void printFans(const SensorList::Values& values)
     }
 }
 
-void printReadouts(const std::string& line)
+void printReadouts(Sensors& sensors, const std::string& line)
 {
     const auto has = [&line](const char* word) { return line.find(word) != std::string::npos; };
-    const Sensors::Values values = Sensors::read(
-        { .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") })
-                                       .value_or(Sensors::Values());
+    const Sensors::Values values
+        = sensors.read({ .cpu = has("cpu"), .gpu = has("gpu"), .hottest = has("hottest"), .fan = has("fan") })
+              .value_or(Sensors::Values());
     for (const auto& value : { values.cpu, values.gpu, values.hottest, values.fan })
         std::cout << text(value) << ' ';
 }
@@ -96,6 +96,7 @@ int main()
     std::cout << (folder ? folder : "") << std::endl;
     SteppingClock clock;
     SensorList list([&clock] { return clock(); });
+    Sensors sensors([&clock] { return clock(); });
     SensorList::Values values;
     std::string line;
     while (std::getline(std::cin, line)) {
@@ -126,7 +127,9 @@ int main()
             words >> clock.slowDevice >> milliseconds;
             clock.slowness = std::chrono::milliseconds(milliseconds);
         } else {
-            printReadouts(line);
+            clock.calls = 0;
+            printReadouts(sensors, line);
+            clock.slowDevice = -1;
         }
         std::cout << std::endl;
     }

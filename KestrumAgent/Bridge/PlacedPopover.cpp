@@ -7,6 +7,10 @@
 #include "KestrumAgent/Popover/PopoverController.h"
 #include "Platform/Desktop/WindowActivation.h"
 
+#ifdef KESTRUM_LAYER_SHELL
+#include "KestrumAgent/Panel/LayerStand.h"
+#endif
+
 namespace kestrum {
 
 PlacedPopover::PlacedPopover(PanelStrip& strip, PopoverController& popovers)
@@ -27,6 +31,10 @@ void PlacedPopover::makeStand()
         return;
     if (PlaceStand::isPossible())
         m_stand = std::make_unique<PlaceStand>(m_strip);
+#ifdef KESTRUM_LAYER_SHELL
+    else if (LayerSurface::isSupported())
+        m_stand = std::make_unique<LayerStand>(m_strip);
+#endif
     else
         m_stand = std::make_unique<TrayStand>();
     QObject::connect(

@@ -15,6 +15,7 @@ class PopoverWaylandTest : public QObject {
     Q_OBJECT
 
     std::unique_ptr<QProcess> m_compositor;
+    std::unique_ptr<QProcess> m_bus;
     std::unique_ptr<QProcess> m_agent;
     QRect m_plate;
     QMap<QString, int> m_middles;
@@ -68,6 +69,9 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(!WaylandDesktop::socket().isEmpty(), patience);
         qputenv("WAYLAND_DISPLAY", WaylandDesktop::socket().toUtf8());
         QTRY_VERIFY_WITH_TIMEOUT(!WaylandDesktop::screen().isNull(), patience);
+        m_bus = startedAsUser({ text("dbus-daemon"), text("--session"), text("--nofork"),
+            text("--address=unix:path=") + TestHome::runtimeDirectory() + text("/bus") });
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(TestHome::runtimeDirectory() + text("/bus")), patience);
         qputenv("QT_QPA_PLATFORM", "wayland");
         m_agent = startedAsUser({ WaylandDesktop::agentProgram() });
         QTRY_COMPARE_WITH_TIMEOUT(
@@ -87,6 +91,8 @@ private Q_SLOTS:
             Programs::end(*m_agent);
         if (m_compositor)
             Programs::end(*m_compositor);
+        if (m_bus)
+            Programs::end(*m_bus);
     }
     void cleanup()
     {
@@ -261,6 +267,25 @@ private Q_SLOTS:
     }
 
     // This test is the last one, because the other items move.
+    // The bar is below the edge where a strip would be, and no program knows where the pointer is.
+    void thatOfABarWithPicturesIsALayerInTheCorner()
+    {
+        const auto bridge = startedAsUser(
+            { WaylandDesktop::place("Kestrum.app/Contents/MacOS/kestrumctl"), text("panel"), text("--png") });
+        QTRY_VERIFY_WITH_TIMEOUT(WaylandDesktop::shownPlate().isNull(), patience);
+        WaylandDesktop::kestrumctl(words("popover cpu"));
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        QCOMPARE(popover().right(), WaylandDesktop::screen().width() - 1 - 8);
+        key("Escape");
+        waitForNone();
+        WaylandDesktop::kestrumctl(words("popover cpu"));
+        QTRY_COMPARE_WITH_TIMEOUT(popover().width(), 300, patience);
+        click(desktop);
+        waitForNone();
+        Programs::end(*bridge);
+        QTRY_COMPARE_WITH_TIMEOUT(WaylandDesktop::shownPlate(), m_plate, patience);
+    }
+
     void itGoesWithItsItem()
     {
         click(item("cpu"));

@@ -30,6 +30,7 @@ function variantChildren(variant) {
  *   showPopover(news)     what has changed of the popover, see PanelPopover.told
  *   popoverRequested(id), popoverClosed(), copied(text)
  *   choose(action, id)    must call PanelAgent.choose, with an activation token
+ *   lookTold()            the agent has been told of another look
  *   agentLeft()           nothing of the agent may stay
  *   warn(text)            a line for the host's log
  */
@@ -61,6 +62,7 @@ class PanelAgent {
             return;
         this._toldLook = JSON.stringify(look);
         this._call('Look', new GLib.Variant('(ua{sv})', [this._bridge, this._lookVariant(look)]));
+        this._panel.lookTold();
     }
 
     /** Calls `fail` if the agent does not answer. */

@@ -40,6 +40,16 @@ class PanelPopover {
         if (id === this._asked)
             return;
         this._asked = id;
+        this._ask(id);
+    }
+
+    /** The panel looks different now: what is open comes again in its scale. */
+    lookChanged() {
+        if (this._asked !== null)
+            this._ask(this._asked);
+    }
+
+    _ask(id) {
         // What the user wanted long ago must not come up by itself.
         this._agent.openPopover(id, this._view.popoverLook(), () => this._asked === id && this._shown !== id && this.close());
     }

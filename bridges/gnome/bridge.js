@@ -90,6 +90,10 @@ class KestrumBridge {
         St.Clipboard.get_default().set_text(St.ClipboardType.CLIPBOARD, text);
     }
 
+    lookTold() {
+        this.popover.lookChanged();
+    }
+
     agentLeft() {
         for (const id of this._items.keys())
             this._remove(id);

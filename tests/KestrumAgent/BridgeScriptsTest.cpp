@@ -65,6 +65,16 @@ private Q_SLOTS:
             run(QStringLiteral("view.popover.width")).toDouble(), m_desk->popovers.window()->width() * scale);
     }
 
+    void anOpenPopoverFollowsTheScale()
+    {
+        run(QStringLiteral("popover.toggle('memory')"));
+        QVERIFY(becomes("view.menu === 'memory'"));
+        run(QStringLiteral("view.scale = view.popoverScale = 1; agent.lookChanged();"));
+        const int width = m_desk->popovers.window()->width();
+        QVERIFY(becomes(qPrintable(QStringLiteral("view.popover.width === %1").arg(width))));
+        QCOMPARE(text("view.menu"), QStringLiteral("memory"));
+    }
+
     void bandsMakeTheWholePicture()
     {
         run(QStringLiteral("popover.open('memory')"));

@@ -285,6 +285,19 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return !m_service->isUsed(); }));
     }
 
+    void aPanelThatEndsOnlyLeavesTheBus()
+    {
+        const QString name = QStringLiteral("ending-panel");
+        const QSignalSpy detached(m_service.get(), &PanelService::detached);
+        auto ending = std::make_unique<AgentClient>(QDBusConnection::connectToBus(m_bus->address(), name));
+        QVERIFY(QTest::qWaitFor([&] { return ending->items().rowCount() == 4; }));
+        QVERIFY(QMetaObject::invokeMethod(qApp, "aboutToQuit"));
+        ending.reset();
+        QDBusConnection::disconnectFromBus(name);
+        QVERIFY(QTest::qWaitFor([&] { return !m_service->isUsed(); }));
+        QCOMPARE(detached.size(), 0);
+    }
+
     void aWidgetThatGoesBeforeTheAnswerIsDetachedToo()
     {
         QSignalSpy attached(m_service.get(), &PanelService::attached);

@@ -13,6 +13,7 @@ const Clutter = {
 
 const view = {
     scale: 2,
+    popoverScale: 2,
     mapped: true,
     items: [],
     menu: null,
@@ -41,7 +42,9 @@ const view = {
     },
     warn: text => view.warnings.push(text),
 
-    popoverLook: () => ({scale: 2, room: 700}),
+    lookTold: () => popover.lookChanged(),
+
+    popoverLook: () => ({scale: view.popoverScale, room: 700}),
     drawPopover(id, {bytes, ...picture}) {
         view.popover = {id, ...picture, sum: checksum(bytes)};
         if (id !== view.menu)

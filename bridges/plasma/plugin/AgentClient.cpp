@@ -54,6 +54,8 @@ AgentClient::AgentClient(const QDBusConnection& bus, QObject* parent)
     m_attachTimer.setSingleShot(true);
     connect(&m_attachTimer, &QTimer::timeout, this, &AgentClient::attach);
 
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { m_isPanelEnding = true; });
+
     // The sender is left empty, because for a name the toolkit would wait for the bus to tell its owner.
     m_bus.connect(QString(), busPath, busName, QStringLiteral("NameOwnerChanged"), { agentName }, QString(),
         this, SLOT(ownerChanged(QDBusMessage)));
@@ -72,7 +74,8 @@ AgentClient::AgentClient(const QDBusConnection& bus, QObject* parent)
 
 AgentClient::~AgentClient()
 {
-    if (isAttached())
+    // A panel that ends with the session only leaves the bus: at the next login the agent waits for it.
+    if (isAttached() && !m_isPanelEnding)
         m_bus.send(agentCall(m_owner, QStringLiteral("Detach"), { m_bridge }));
 }
 

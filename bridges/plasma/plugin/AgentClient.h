@@ -128,6 +128,7 @@ private:
     QString m_popoverText;
     QString m_popoverFocus;
     int m_popoverCalls = 0; ///< that the agent has not answered
+    bool m_isPanelEnding = false;
     bool m_isMoveSent = false;
     std::optional<QPointF> m_nextMove;
 

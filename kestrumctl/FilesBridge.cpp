@@ -16,8 +16,10 @@
 #include <QRect>
 #include <QTemporaryFile>
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <limits>
 #include <utility>
 
 namespace kestrum {
@@ -27,7 +29,10 @@ namespace {
 constexpr QLatin1StringView filesConnection("kestrumctl-files");
 constexpr QLatin1StringView busName("org.freedesktop.DBus");
 constexpr QLatin1StringView busObject("/org/freedesktop/DBus");
-constexpr int callTimeLimit = 5000;   // ms
+constexpr int callTimeLimit = 5000; // ms
+/// A bridge whose number nobody knows would keep the agent from showing the items: the answer is awaited, however late.
+constexpr int noLimit = std::numeric_limits<int>::max();
+constexpr std::chrono::seconds attachAgain { 3 };
 constexpr int detachTimeLimit = 1000; // ms; an agent that hangs learns from the bus that its bridge is gone
 /// No item is larger, at any scale. Both are in pixels.
 constexpr int greatestWidth = 8192;
@@ -55,6 +60,8 @@ FilesBridge::FilesBridge(const QString& directory, const QVariantMap& look, QObj
     , m_look(look)
     , m_scale(look.value(QStringLiteral("scale"), 1.0).toDouble())
 {
+    m_attachTimer.setSingleShot(true);
+    connect(&m_attachTimer, &QTimer::timeout, this, &FilesBridge::attach);
 }
 
 FilesBridge::~FilesBridge()
@@ -85,14 +92,14 @@ void FilesBridge::start()
         DesktopBus::followLoss(filesConnection, this, SLOT(busLost()));
         // The sender is left empty, because the toolkit would wait for the bus to tell the owner of a name.
         bus.connect(QString(), busObject, busName, QStringLiteral("NameOwnerChanged"),
-            { PanelContract::service }, QString(), this, SLOT(ownerChanged(QString, QString, QString)));
+            { PanelContract::service }, QString(), this, SLOT(ownerChanged(QDBusMessage)));
         QDBusMessage ask
             = QDBusMessage::createMethodCall(busName, busObject, busName, QStringLiteral("GetNameOwner"));
         ask << QString(PanelContract::service);
         DesktopBus::call(
             filesConnection, ask, this,
             [this](const QDBusPendingReply<QString>& reply) {
-                if (!reply.isError())
+                if (!reply.isError() && m_owner.isEmpty())
                     follow(reply.value());
                 Q_EMIT ready();
             },
@@ -100,10 +107,10 @@ void FilesBridge::start()
     });
 }
 
-void FilesBridge::ownerChanged(const QString& name, const QString&, const QString& now)
+void FilesBridge::ownerChanged(const QDBusMessage& message)
 {
-    if (name == PanelContract::service)
-        follow(now);
+    if (message.service() == busName && message.signature() == QLatin1StringView("sss"))
+        follow(message.arguments().at(2).toString());
 }
 
 void FilesBridge::busLost()
@@ -129,6 +136,7 @@ void FilesBridge::follow(const QString& owner)
     }
     m_owner = owner;
     m_number = 0;
+    m_attachTimer.stop();
     m_items.clear();
     keepOnly({});
     if (m_owner.isEmpty())
@@ -150,12 +158,14 @@ void FilesBridge::attach()
         [this, owner = m_owner](const QDBusPendingReply<uint>& reply) {
             if (owner != m_owner)
                 return;
-            if (reply.isError())
-                Q_EMIT failed(QStringLiteral("the agent refuses: ") + reply.error().message().simplified());
-            else
+            if (!reply.isError()) {
                 m_number = reply.value();
+                return;
+            }
+            Q_EMIT refused(QStringLiteral("the agent refuses: ") + reply.error().message().simplified());
+            m_attachTimer.start(attachAgain);
         },
-        callTimeLimit);
+        noLimit);
 }
 
 void FilesBridge::itemsCame(const QDBusMessage& message)

@@ -6,6 +6,7 @@
 #include <QObject>
 #include <QSet>
 #include <QString>
+#include <QTimer>
 #include <QVariantMap>
 #include <functional>
 
@@ -30,11 +31,13 @@ public:
 Q_SIGNALS:
     /// From now on, no agent is missed.
     void ready();
+    /// An agent has bridges enough. It is asked again later.
+    void refused(const QString& reason);
     /// Nothing more will be shown.
     void failed(const QString& reason);
 
 private Q_SLOTS:
-    void ownerChanged(const QString& name, const QString& before, const QString& now);
+    void ownerChanged(const QDBusMessage& message);
     void itemsCame(const QDBusMessage& message);
     void popoverRequested(uint bridge, const QString& item);
     void busLost();
@@ -60,6 +63,7 @@ private:
     double m_scale;
     QString m_owner; ///< the agent's own name on the bus; empty without an agent
     uint m_number = 0;
+    QTimer m_attachTimer;
     QHash<QString, Item> m_items;
     QHash<QString, QByteArray> m_written; ///< by file name
 };

@@ -167,6 +167,8 @@ ExitCode showAsFiles(const CommandLine& line)
         &stop, &StopRequest::requested, QCoreApplication::instance(), [] { QCoreApplication::exit(0); });
     FilesBridge bridge(directory, *look);
     QObject::connect(&bridge, &FilesBridge::ready, [] { Console::note("waiting for items"); });
+    QObject::connect(&bridge, &FilesBridge::refused,
+        [](const QString& reason) { Console::note(Log::escaped(reason).toUtf8().constData()); });
     QObject::connect(&bridge, &FilesBridge::failed,
         [](const QString& reason) { finishPanel(Console::failed(Log::escaped(reason))); });
     return runInLoop([&bridge] { bridge.start(); });

@@ -168,8 +168,9 @@ void StripScene::paint(QPainter& painter, ColourScheme scheme, DragLook look,
 QImage StripScene::picture(const Item& item, const ItemInk& ink, double scale, const Appearance& appearance)
 {
     const QSizeF size = item.view->frame().size() + QSizeF(spareWidth, 0);
-    QImage image(int(std::ceil(size.width() * scale)), int(std::ceil(size.height() * scale)),
-        QImage::Format_ARGB32_Premultiplied);
+    // A scale that was made of a number of pixels may give a hair more than this number.
+    const auto pixels = [scale](double points) { return int(std::ceil(points * scale - 1e-6)); };
+    QImage image(pixels(size.width()), pixels(size.height()), QImage::Format_ARGB32_Premultiplied);
     // Qt takes a ratio below 1 for 1 in some versions, and as it is in others.
     image.setDevicePixelRatio(std::max(scale, 1.0));
     image.fill(Qt::transparent);

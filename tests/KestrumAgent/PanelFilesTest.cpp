@@ -44,11 +44,29 @@ public:
         message.setArguments(arguments);
         QDBusConnection(QStringLiteral("wild-agent")).send(message);
     }
+    /// Joins as some program, says it has the agent's name, and sends everybody an empty list of items.
+    bool pretend(const QString& address)
+    {
+        QDBusConnection bus = QDBusConnection::connectToBus(address, QStringLiteral("wild-agent"));
+        QDBusMessage owner = QDBusMessage::createSignal(QStringLiteral("/org/freedesktop/DBus"),
+            QStringLiteral("org.freedesktop.DBus"), QStringLiteral("NameOwnerChanged"));
+        owner << QString(PanelContract::service) << QString() << bus.baseService();
+        QDBusMessage items = QDBusMessage::createSignal(
+            PanelContract::path, PanelContract::interface, QStringLiteral("Items"));
+        items << 1U << QVariant::fromValue(QList<PanelItem>());
+        return bus.registerObject(PanelContract::path, this, QDBusConnection::ExportAllContents)
+            && bus.send(items) && bus.send(owner);
+    }
     bool hasClient() const { return !m_client.isEmpty(); }
+    int refusals = 0;
 
 public Q_SLOTS:
     uint Attach(const QString&, const QVariantMap&)
     {
+        if (refusals-- > 0) {
+            sendErrorReply(QDBusError::LimitsExceeded, QStringLiteral("eight are enough"));
+            return 0;
+        }
         m_client = message().service();
         return 7;
     }
@@ -121,12 +139,20 @@ private Q_SLOTS:
         QTRY_VERIFY(std::abs(picture("strip.png").width() - end) <= 1);
     }
 
+    void theHeightGivesTheScale_data()
+    {
+        QTest::addColumn<int>("height");
+        QTest::newRow("33") << 33;
+        QTest::newRow("22 times its scale is more by a rounding") << 25;
+    }
     void theHeightGivesTheScale()
     {
+        QFETCH(const int, height);
         startAgent();
-        const Kestrumctl::Running tool(line("--height 33").constData(), "waiting for items");
+        const Kestrumctl::Running tool(
+            line("--height " + QByteArray::number(height)).constData(), "waiting for items");
         QTRY_COMPARE(files(), allFiles());
-        QCOMPARE(picture("memory.png").height(), 33);
+        QCOMPARE(picture("memory.png").height(), height);
     }
 
     void theForegroundGivesTheColours_data()
@@ -263,6 +289,31 @@ private Q_SLOTS:
         QTRY_COMPARE(m_agent->popovers()->section(), std::optional(MonitorSection::cpu));
         ask();
         QTRY_COMPARE(m_agent->popovers()->section(), std::optional<MonitorSection>());
+    }
+
+    void anAgentThatRefusesIsAskedAgain()
+    {
+        WildAgent agent;
+        agent.refusals = 1;
+        QVERIFY(agent.join(m_bus->address()));
+        Kestrumctl::Running tool(line().constData(), "waiting for items");
+        QTRY_VERIFY_WITH_TIMEOUT(agent.hasClient(), 10'000);
+        tool.signal(SIGTERM);
+        QVERIFY_CONTAINS(tool.ended().errors, "the agent refuses: eight are enough\n");
+    }
+
+    void strangersAreNotHeard()
+    {
+        startAgent();
+        const Kestrumctl::Running tool(line().constData(), "waiting for items");
+        QTRY_COMPARE(files(), allFiles());
+        WildAgent stranger;
+        QVERIFY(stranger.pretend(m_bus->address()));
+        // What the agent says is heard as before.
+        Setting(Keys::showStorageItem).set(false);
+        QTRY_COMPARE(files().filter(text("storage")), QStringList());
+        QCOMPARE(files().size(), allFiles().size() - 2);
+        QVERIFY(!stranger.hasClient());
     }
 
     void whatNoAgentSendsIsIgnored()

@@ -33,8 +33,10 @@ constexpr auto delayOfGain = 250ms;
 /// A panel that starts again is gone for a moment. The strip is not to flash over the desktop meanwhile.
 constexpr auto delayOfLoss = 800ms;
 
-/// An area that lets the strip go so often does not want it.
+/// An area that lets the strip go so often, soon after it has taken it in, does not want it. Panels also let all icons go and ask
+/// for them again when they are arranged anew.
 constexpr int mostReleases = 3;
+constexpr auto soon = 2s;
 
 /// The delay before the log reports missing status icons: at the start of a session, the panel may appear a little later.
 constexpr auto delayBeforeTelling = 2s;
@@ -80,6 +82,7 @@ PanelChannels::PanelChannels(PanelStrip& strip, QMenu& menu, QObject* parent)
             askAreaAgain();
         },
         Qt::QueuedConnection);
+    connect(&m_area, &NotificationArea::heightChanged, this, &PanelChannels::askAreaAgain);
     connect(&m_icons, &StatusIcons::widthsChanged, this, &PanelChannels::askAreaAgain);
     connect(&m_strip, &PanelStrip::rebuilt, this, [this] {
         if (!m_strip.isEmpty() && m_strip.sizeHint().width() <= m_refusedWidth)
@@ -262,6 +265,7 @@ std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
         return nullptr;
     case Way::notificationArea: {
         auto channel = std::make_unique<EmbedChannel>(m_strip, m_menu, m_area);
+        m_areaTime.start();
         // Not from within the signals, whose sender goes.
         connect(
             channel.get(), &EmbedChannel::refused, this,
@@ -274,6 +278,8 @@ std::unique_ptr<PanelChannel> PanelChannels::made(Way way)
         connect(
             channel.get(), &EmbedChannel::released, this,
             [this] {
+                if (m_areaTime.hasExpired(std::chrono::milliseconds(soon).count()))
+                    m_releases = 0;
                 if (++m_releases == mostReleases)
                     refuseArea(0);
                 leaveArea(delayOfLoss);

@@ -7,6 +7,7 @@
 #include "Platform/Desktop/NotificationArea.h"
 #include "Platform/Desktop/StatusIcons.h"
 
+#include <QElapsedTimer>
 #include <QTimer>
 #include <chrono>
 #include <memory>
@@ -69,7 +70,8 @@ private:
     bool m_isBridged = false;
     quint32 m_refused = 0;     ///< the area that does not give the strip its room
     double m_refusedWidth = 0; ///< what it gives, in points
-    int m_releases = 0;        ///< how often the area has let the strip go
+    int m_releases = 0;        ///< how often the area has let the strip go soon
+    QElapsedTimer m_areaTime;  ///< since the strip was given to the area
     Way m_way = Way::nothing;  ///< without its channel for a while if the area is gone
     std::unique_ptr<PanelChannel> m_channel;
     std::unique_ptr<FurtherStrips> m_further; ///< while there is a strip on every screen

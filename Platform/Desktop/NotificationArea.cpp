@@ -84,6 +84,7 @@ void NotificationArea::find()
     if (found && !follow(found, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE))
         found = 0;
     m_window = found;
+    m_height = 0;
     if (m_window)
         m_look = readLook();
     Q_EMIT changed();
@@ -150,6 +151,13 @@ bool NotificationArea::nativeEventFilter(const QByteArray& eventType, void* mess
         if (!m_window)
             Q_EMIT changed();
         break;
+    case XCB_CONFIGURE_NOTIFY: {
+        const auto* configured = reinterpret_cast<const xcb_configure_notify_event_t*>(event);
+        if (m_window && configured->window == m_window
+            && std::exchange(m_height, configured->height) != configured->height)
+            Q_EMIT heightChanged();
+        break;
+    }
     case XCB_PROPERTY_NOTIFY: {
         const auto* property = reinterpret_cast<const xcb_property_notify_event_t*>(event);
         if (!m_window || property->window != m_window

@@ -42,6 +42,8 @@ Q_SIGNALS:
     /// There is another area, or none, or the first one.
     void changed();
     void lookChanged();
+    /// The panel is higher or lower now. Its width changes with each icon.
+    void heightChanged();
 
 private:
     bool nativeEventFilter(const QByteArray& eventType, void* message, qintptr* result) override;
@@ -57,6 +59,7 @@ private:
     quint32 m_colours = 0;
     quint32 m_visual = 0;
     quint32 m_window = 0;
+    int m_height = 0; ///< of the area, in pixels; 0 before it was told
     Look m_look;
 };
 

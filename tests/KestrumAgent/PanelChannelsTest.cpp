@@ -17,6 +17,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusVariant>
+#include <QElapsedTimer>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QTest>
@@ -202,15 +203,37 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(shown.strip.isVisible() && shown.strip.window()->isVisible(), 3000);
     }
 
-    void aPanelThatLetsThemGoIsAskedAFewTimesMore()
+    void aPanelThatLetsThemGoSoonIsAskedAFewTimesMore()
     {
         StandInArea area;
         const ShownItems shown;
-        for (int round = 0; round < 3; ++round) {
+        for (const int heldTime : { 0, 0, 2100, 0, 0 }) {
             QTRY_VERIFY_WITH_TIMEOUT(shown.isInArea() && shown.strip.isVisible(), 3000);
+            QTest::qWait(heldTime);
             area.release();
             QTRY_VERIFY(!shown.strip.isVisible());
         }
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
+    }
+
+    void aPanelThatBecomesHigherLetsThemIn()
+    {
+        StandInArea area;
+        area.setHeight(16);
+        const ShownItems shown;
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
+        area.setHeight(24);
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isInArea() && shown.strip.isVisible(), 3000);
+    }
+
+    void itemsThatLoseTheirRoomAreNotShownCut()
+    {
+        StandInArea area;
+        const ShownItems shown;
+        QTRY_VERIFY_WITH_TIMEOUT(shown.isInArea() && shown.strip.isVisible(), 3000);
+        QTest::qWait(1100); // their trial is over
+        area.squeeze(60);
+        QTRY_VERIFY_WITH_TIMEOUT(!shown.strip.isVisible(), 700);
         QTRY_VERIFY_WITH_TIMEOUT(shown.isIcon(), 3000);
     }
 
@@ -327,8 +350,11 @@ private Q_SLOTS:
 
     void aBridgeThatDoesNotComeIsNotWaitedForLong()
     {
+        QElapsedTimer timer;
+        timer.start();
         const ShownItems shown(true);
         QTRY_VERIFY_WITH_TIMEOUT(shown.isStrip(), 7000);
+        QVERIFY(timer.elapsed() > 4500);
     }
 };
 

@@ -68,6 +68,22 @@ public:
     void setBusy(bool isBusy) { m_isBusy = isBusy; }
     /// What windows get when they ask the next time.
     void setGreatestWidth(int width) { m_panel.greatestWidth = width; }
+    /// Makes the panel as high, and what comes later with it.
+    void setHeight(int height)
+    {
+        m_height = height;
+        const uint32_t value = uint32_t(height);
+        xcb_configure_window(m_server, m_window, XCB_CONFIG_WINDOW_HEIGHT, &value);
+        xcb_flush(m_server);
+    }
+    /// Gives the windows that it holds less room.
+    void squeeze(int width)
+    {
+        m_panel.greatestWidth = width;
+        for (const xcb_window_t window : m_docked)
+            resize(window, width, m_height);
+        xcb_flush(m_server);
+    }
     /// Lets all windows go.
     void release()
     {
@@ -131,13 +147,13 @@ private:
                 xcb_change_save_set(m_server, XCB_SET_MODE_INSERT, window);
                 xcb_reparent_window(m_server, window, m_window, 10, 0);
                 if (size)
-                    resize(window, size->width, place.height());
+                    resize(window, size->width, m_height);
                 xcb_map_window(m_server, window);
                 std::free(size);
                 m_docked.append(window);
             } else if (type == XCB_CONFIGURE_REQUEST) {
                 const auto& asked = *reinterpret_cast<const xcb_configure_request_event_t*>(event);
-                resize(asked.window, asked.width, place.height());
+                resize(asked.window, asked.width, m_height);
             } else if (type == XCB_MAP_REQUEST) {
                 xcb_map_window(m_server, reinterpret_cast<const xcb_map_request_event_t*>(event)->window);
             }
@@ -151,6 +167,7 @@ private:
     xcb_screen_t* m_screen = xcb_setup_roots_iterator(xcb_get_setup(m_server)).data;
     xcb_window_t m_window = XCB_WINDOW_NONE;
     QList<xcb_window_t> m_docked;
+    int m_height = place.height();
     bool m_isBusy = false;
     QTimer m_pump;
 };

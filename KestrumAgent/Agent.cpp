@@ -135,7 +135,8 @@ void Agent::start(std::optional<double> launched)
     connect(m_service.get(), &PanelService::detached, this, [this](const QString& host) {
         if (host == PanelContract::filesHost)
             return;
-        rememberBridge({});
+        if (Setting(Keys::panelBridge, QString()).value() == host)
+            rememberBridge({});
         m_panelOffer->forget();
     });
     // Another desktop may have been chosen, or the bridge's package removed: the next start does not wait again.

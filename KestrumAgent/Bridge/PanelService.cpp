@@ -231,7 +231,8 @@ void PanelService::Detach(uint number)
         return;
     const QString host = bridge->host();
     drop(number);
-    if (!isUsed())
+    if (std::none_of(m_bridges.begin(), m_bridges.end(),
+            [&host](const auto& entry) { return entry.second->host() == host; }))
         Q_EMIT detached(host);
 }
 
@@ -313,7 +314,10 @@ void PanelService::OpenPopover(uint number, const QString& item, const QVariantM
     PanelLook popoverLook = bridge->look();
     popoverLook.adopt(look);
     bridge->stand().setLook(popoverLook);
-    m_popovers.open(*section, bridge->stand());
+    if (m_strip.items().item(*section))
+        m_popovers.open(*section, bridge->stand());
+    else
+        send(*bridge, "PopoverClosed", { number });
 }
 
 void PanelService::ClosePopover(uint number)
@@ -366,6 +370,8 @@ bool PanelService::requestPopover(MonitorSection section)
     AttachedBridge* bridge = find(m_lastUsed);
     if (!bridge)
         return false;
+    if (!m_strip.items().item(section))
+        return true;
     send(*bridge, "PopoverRequested", { bridge->number(), rawValue(section) });
     return true;
 }

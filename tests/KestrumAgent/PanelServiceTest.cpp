@@ -325,6 +325,19 @@ private Q_SLOTS:
         QCOMPARE(client->requested, QStringList { QStringLiteral("cpu") });
     }
 
+    void anItemThatIsNotShownHasNoPopover()
+    {
+        auto client = bridge();
+        Setting(MeterSettings::visibilityKey(storage)).set(false);
+        m_desk->strip.rebuild();
+        client->call("OpenPopover", { client->number, QStringLiteral("storage"), QVariantMap() });
+        QTRY_COMPARE(client->closes, 1);
+        QVERIFY(!m_desk->popovers.section());
+        QVERIFY(m_service->requestPopover(storage));
+        QVERIFY(client->isUpToDate());
+        QCOMPARE(client->requested, QStringList());
+    }
+
     void anOrderIsAPermutationOrNothing()
     {
         const auto client = bridge();

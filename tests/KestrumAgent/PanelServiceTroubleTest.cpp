@@ -5,6 +5,7 @@
 #include "tests/Support/Programs.h"
 #include "tests/Support/TestHome.h"
 
+#include <QDBusConnectionInterface>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QXmlStreamReader>
@@ -275,13 +276,37 @@ private Q_SLOTS:
 
     void theNameIsNotTakenFromAnotherAgent()
     {
-        PanelService second(m_desk->strip, m_desk->popovers, *m_menu);
-        QSignalSpy settled(&second, &PanelService::settled);
+        m_service.reset();
+        QDBusConnection other
+            = QDBusConnection::connectToBus(m_bus->address(), QStringLiteral("another-agent"));
+        QVERIFY(other.registerService(PanelContract::service));
+        m_service = std::make_unique<PanelService>(m_desk->strip, m_desk->popovers, *m_menu);
+        QSignalSpy settled(m_service.get(), &PanelService::settled);
         QTest::ignoreMessage(
             QtWarningMsg, QRegularExpression(QStringLiteral("another program has the agent's name")));
-        second.start();
+        m_service->start();
         QTRY_COMPARE(settled.size(), 1);
         QCOMPARE(settled[0][0].toBool(), false);
+        // It does not stand in line either.
+        QVERIFY(other.unregisterService(PanelContract::service));
+        QVERIFY(!other.interface()->isServiceRegistered(PanelContract::service));
+        QDBusConnection::disconnectFromBus(QStringLiteral("another-agent"));
+    }
+
+    void aPanelThatGoesIsForgottenThoughAnotherOneStays()
+    {
+        const auto staying = bridge();
+        BridgeClient shell(m_bus->address());
+        shell.attach({}, QStringLiteral("shell"));
+        const uint first = shell.number;
+        shell.attach({}, QStringLiteral("shell"));
+        QSignalSpy detached(m_service.get(), &PanelService::detached);
+        shell.call("Detach", { first });
+        QCOMPARE(detached.size(), 0); // its other panel still has one
+        shell.call("Detach", { shell.number });
+        QCOMPARE(detached.size(), 1);
+        QCOMPARE(detached[0][0].toString(), QStringLiteral("shell"));
+        QVERIFY(m_service->isUsed());
     }
 };
 

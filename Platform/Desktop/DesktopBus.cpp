@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "Platform/Desktop/DesktopBus.h"
 
+#include "Platform/Desktop/BusProbe.h"
 #include "Platform/Files/RuntimeDirectory.h"
 #include "Platform/Log/Log.h"
 
@@ -13,6 +14,7 @@
 #include <QPointer>
 #include <QStringList>
 #include <QThreadPool>
+#include <chrono>
 #include <fcntl.h>
 #include <memory>
 #include <sys/stat.h>
@@ -26,6 +28,10 @@ namespace {
 constexpr char addressVariable[] = "DBUS_SESSION_BUS_ADDRESS";
 // Means "no bus": the bus library does not know this kind of address, fails at once and tries no other address.
 constexpr QLatin1StringView noBus("disabled:");
+
+/// A bus at the start of a session may be slow. Nothing is seen meanwhile.
+constexpr std::chrono::seconds patienceAtStart { 3 };
+constexpr std::chrono::seconds patienceToJoin { 30 };
 
 /// Returns the addresses in `named` except those that would start a bus ("autolaunch:") or mean "no bus".
 QString runningOf(const QString& named)
@@ -83,7 +89,12 @@ QString DesktopBus::socketFile()
 
 void DesktopBus::nameToToolkit()
 {
-    const QString found = address();
+    QString found = address();
+    if (BusProbe::isSilent(found, patienceAtStart)) {
+        Log::warning("bus",
+            QStringLiteral("the session bus does not answer: assistive programs do not find this one"));
+        found.clear();
+    }
     qputenv(addressVariable, (found.isEmpty() ? QString(noBus) : found).toLocal8Bit());
 }
 
@@ -93,7 +104,8 @@ void DesktopBus::join(
     // The toolkit's futures would call a context that has been destroyed meanwhile, so the main thread looks first.
     QThreadPool::globalInstance()->start(
         [address, name, guard = QPointer<QObject>(context), joined = std::move(joined)] {
-            const bool isJoined = QDBusConnection::connectToBus(address, name).isConnected();
+            const bool isJoined = !BusProbe::isSilent(address, patienceToJoin)
+                && QDBusConnection::connectToBus(address, name).isConnected();
             const auto tell = [guard, joined, isJoined] {
                 if (guard)
                     joined(isJoined);

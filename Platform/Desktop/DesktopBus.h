@@ -22,7 +22,8 @@ QString address();
 QString socketFile();
 
 /// Sets the environment variable for the bus to `address`, or to a value that means "no bus". Otherwise the toolkit or a
-/// started program would start a bus and leave it running. Call this before the application object is created.
+/// started program would start a bus and leave it running. A bus that does not answer for some seconds is taken for none: the
+/// toolkit would wait for it forever. Call this before the application object is created.
 void nameToToolkit();
 
 /// Joins the bus at `address` on a worker thread, because the bus may not answer at once. `name` is the name of the new

@@ -22,7 +22,8 @@ namespace {
 class Listener {
 public:
     explicit Listener(const QByteArray& path)
-        : m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0))
+        : m_path(path)
+        , m_socket(::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0))
     {
         sockaddr_un address {};
         address.sun_family = AF_UNIX;
@@ -31,7 +32,11 @@ public:
         QCOMPARE(::bind(m_socket, reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
         QCOMPARE(::listen(m_socket, 100), 0);
     }
-    ~Listener() { ::close(m_socket); }
+    ~Listener()
+    {
+        ::close(m_socket);
+        ::unlink(m_path.constData());
+    }
     Q_DISABLE_COPY_MOVE(Listener)
 
     /// The number of connections since the last call. Closes all of them.
@@ -47,6 +52,7 @@ public:
     }
 
 private:
+    QByteArray m_path;
     int m_socket;
 };
 
@@ -139,6 +145,18 @@ private Q_SLOTS:
         QCOMPARE(listener.callers(), 0);
         QVERIFY(agentsEnvironment().contains(QByteArray("\0DBUS_SESSION_BUS_ADDRESS=disabled:\0", 36)));
         Programs::end(*kestrum);
+    }
+
+    void aBusThatNeverAnswersHoldsNobodyUp()
+    {
+        const Listener listener(m_runtimeDirectory + "/bus");
+        const auto kestrum = startBoth();
+        const int width = DesktopFixture::stripWidth(0);
+        QVERIFY(width > 0);
+        fixture().kestrumctl("write showSensorsItem false");
+        QTRY_VERIFY_WITH_TIMEOUT(DesktopFixture::stripWidth(0) < width, patience);
+        Programs::end(*kestrum);
+        QVERIFY(listener.callers() >= 2);
     }
 
     void noRuntimeDirectoryIsMade_data()

@@ -43,7 +43,9 @@ AgentController::AgentController(QObject* parent)
 
 bool AgentController::look()
 {
-    // `Workspace` reports the start and the end of this bundle's agent, and the end of every process in `pids`.
+    // `Workspace` reports the start and the end of this bundle's agent, and the end of every process in `pids`. It begins
+    // before the scan, so that no start between the two is missed.
+    Workspace::shared().observe(AppLinks::embeddedAgentURL());
     QList<qint32> pids;
     for (const ProcessScan::Entry& agent : ProcessScan::agents())
         pids.append(agent.pid);

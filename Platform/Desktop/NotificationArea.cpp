@@ -84,9 +84,12 @@ void NotificationArea::find()
     if (found && !follow(found, XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_PROPERTY_CHANGE))
         found = 0;
     m_window = found;
-    m_height = 0;
-    if (m_window)
+    if (m_window) {
         m_look = readLook();
+        const XcbReply<xcb_get_geometry_reply_t> geometry(
+            xcb_get_geometry_reply(m_connection, xcb_get_geometry(m_connection, m_window), nullptr));
+        m_height = geometry ? geometry->height : 0;
+    }
     Q_EMIT changed();
 }
 

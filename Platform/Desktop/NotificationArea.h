@@ -59,7 +59,7 @@ private:
     quint32 m_colours = 0;
     quint32 m_visual = 0;
     quint32 m_window = 0;
-    int m_height = 0; ///< of the area, in pixels; 0 before it was told
+    int m_height = 0; ///< of the area, in pixels
     Look m_look;
 };
 

@@ -45,6 +45,37 @@ private Q_SLOTS:
         QCOMPARE(run(QStringLiteral("view.items[0].height")).toDouble(), height / scale);
     }
 
+    // With fractional scaling, the stage's units are points; else they are pixels, and the theme is scaled.
+    void aPictureIsShownPixelForPixel_data()
+    {
+        QTest::addColumn<double>("theme");
+        QTest::addColumn<double>("resource");
+        QTest::addColumn<QString>("size");
+        QTest::addColumn<QString>("place");
+        QTest::newRow("plain") << 1.0 << 1.0 << "600,300"
+                               << "press,60,30,0";
+        QTest::newRow("scaled theme") << 2.0 << 1.0 << "600,300"
+                                      << "press,30,15,0";
+        QTest::newRow("scaled stage") << 1.0 << 1.5 << "400,200"
+                                      << "press,60,30,0";
+    }
+    void aPictureIsShownPixelForPixel()
+    {
+        QFETCH(const double, theme);
+        QFETCH(const double, resource);
+        run(QStringLiteral(
+            "PanelScale.theme = %1; PanelScale.resource = %2; view.pressed = null; "
+            "view.picture = new PopoverPicture({point: (...words) => (view.pressed = words)}); "
+            "view.picture.setPixels(null, 600, 300);")
+                .arg(theme)
+                .arg(resource));
+        QTEST(text("view.picture.actor.size.join()"), "size");
+        QCOMPARE(text("view.picture.actor.pixels.join()"), QStringLiteral("600,300"));
+        run(QStringLiteral("view.picture.actor.handlers['button-press-event'](view.picture.actor, "
+                           "{get_button: () => 1, get_coords: () => [60, 30]});"));
+        QTEST(text("[...view.pressed.slice(0, 3), view.pressed[3] ?? 0].join()"), "place");
+    }
+
     void aMenuOpensWithItsPicture()
     {
         run(QStringLiteral("popover.toggle('memory')"));

@@ -13,8 +13,15 @@
 #include "tests/Support/VirtualDisplay.h"
 
 #include <QApplication>
+#include <QDBusConnectionInterface>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QProcess>
+#include <QRandomGenerator>
+#include <QSignalSpy>
 #include <QTest>
+#include <limits>
+#include <utility>
 
 using namespace kestrum;
 
@@ -171,6 +178,69 @@ private Q_SLOTS:
         QCursor::setPos(QCursor::pos() + QPoint(100, 50));
         press();
         QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 3, patience);
+    }
+
+    // Anybody on the bus may call the icon and its menu, which are the toolkit's.
+    void callsWithoutSenseDoNoHarm()
+    {
+        int chosen = 0;
+        connect(m_menu->addAction(QStringLiteral("Entry")), &QAction::triggered, this, [&] { ++chosen; });
+        startPressable();
+        constexpr QLatin1StringView stranger("stranger");
+        QDBusConnection bus
+            = QDBusConnection::connectToBus(qEnvironmentVariable("DBUS_SESSION_BUS_ADDRESS"), stranger);
+        QString icon;
+        const auto answer = [&](const char* path, const char* interface, const char* method,
+                                const QVariantList& arguments) {
+            QDBusMessage call = QDBusMessage::createMethodCall(
+                icon, QLatin1StringView(path), QLatin1StringView(interface), QLatin1StringView(method));
+            call.setArguments(arguments);
+            const QDBusPendingCallWatcher pending(bus.asyncCall(call, patience));
+            QSignalSpy finished(&pending, &QDBusPendingCallWatcher::finished);
+            finished.wait(patience);
+            return pending.reply().errorName();
+        };
+        constexpr const char* item = "org.kde.StatusNotifierItem";
+        constexpr const char* menu = "com.canonical.dbusmenu";
+        constexpr const char* properties = "org.freedesktop.DBus.Properties";
+        // The toolkit has connections of its own.
+        for (const QString& name : bus.interface()->registeredServiceNames().value()) {
+            icon = name;
+            if (name.startsWith(u':')
+                && answer("/StatusNotifierItem", properties, "Get",
+                    { QLatin1StringView(item), QStringLiteral("Title") })
+                       .isEmpty())
+                break;
+        }
+        QCOMPARE(answer("/MenuBar", menu, "AboutToShow", { 0 }), QString());
+        const QVariantList values { 0, -1, std::numeric_limits<int>::max(), QString(100'000, u'x'),
+            QStringLiteral("clicked"), QByteArray(100'000, 'x'), 1e300,
+            QVariant::fromValue(QDBusVariant(QVariantMap { { QString(), QString() } })),
+            QVariant::fromValue(QList<int>(10'000, -7)), QStringList(10'000, QStringLiteral("label")) };
+        const std::pair<const char*, const char*> methods[] { { item, "Activate" },
+            { item, "SecondaryActivate" }, { item, "ContextMenu" }, { item, "Scroll" }, { properties, "Get" },
+            { properties, "Set" }, { menu, "GetLayout" }, { menu, "GetGroupProperties" },
+            { menu, "GetProperty" }, { menu, "Event" }, { menu, "EventGroup" }, { menu, "AboutToShow" },
+            { menu, "AboutToShowGroup" } };
+        QRandomGenerator random(9);
+        int refused = 0;
+        for (int count = 0; count < 20; ++count) {
+            for (const auto& [interface, method] : methods) {
+                QVariantList arguments;
+                for (int i = random.bounded(5); i > 0; --i)
+                    arguments.append(values[random.bounded(values.size())]);
+                const QString error = answer(
+                    interface == menu ? "/MenuBar" : "/StatusNotifierItem", interface, method, arguments);
+                QVERIFY2(error != QLatin1StringView("org.freedesktop.DBus.Error.NoReply"), method);
+                refused += !error.isEmpty();
+            }
+        }
+        QVERIFY(refused > 50);
+        QDBusConnection::disconnectFromBus(stranger);
+        QCOMPARE(chosen, 0);
+        m_toggled = 0;
+        press();
+        QTRY_COMPARE_WITH_TIMEOUT(m_toggled, 1, patience);
     }
 
     void itIsReadableOnTheBar_data()

@@ -61,7 +61,7 @@ protected:
         QFile joined(m_folder.filePath(QStringLiteral("bridge.js")));
         QVERIFY(joined.open(QIODevice::WriteOnly));
         for (const char* script : { "tests/Support/bridgeScript.js", "bridges/common/panelAgent.js",
-                 "bridges/common/panelPopover.js" }) {
+                 "bridges/common/panelPopover.js", "bridges/common/panelPicture.js" }) {
             QFile part(qEnvironmentVariable("KESTRUM_SOURCE") + u'/' + QLatin1StringView(script));
             QVERIFY2(part.open(QIODevice::ReadOnly), script);
             joined.write(part.readAll());

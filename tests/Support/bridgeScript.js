@@ -9,7 +9,32 @@ const Clutter = {
     KEY_Tab: 0xff09, KEY_ISO_Left_Tab: 0xfe20, KEY_Return: 0xff0d, KEY_Left: 0xff51, KEY_Right: 0xff53, KEY_Escape: 0xff1b,
     KEY_Page_Up: 0xff55, KEY_KP_Enter: 0xff8d, KEY_space: 0x20,
     ModifierType: {SHIFT_MASK: 1, CONTROL_MASK: 4, MOD1_MASK: 8, MOD4_MASK: 64, SUPER_MASK: 1 << 26},
+    ActorAlign: {CENTER: 2}, BUTTON_PRIMARY: 1, EVENT_STOP: true, EVENT_PROPAGATE: false,
 };
+
+/** The shells' actors, as far as pictures need them. */
+const St = {
+    Widget: class {
+        handlers = {};
+
+        set_size(...size) {
+            this.size = size;
+        }
+
+        connect(signal, handler) {
+            this.handlers[signal] = handler;
+        }
+
+        transform_stage_point(x, y) {
+            return [true, x, y];
+        }
+    },
+};
+const Atk = {Role: {PANEL: 39}};
+const PanelScale = {theme: 1, resource: 1};
+function setPictureContent(actor, bytes, width, height) {
+    actor.pixels = [width, height];
+}
 
 const view = {
     scale: 2,

@@ -55,7 +55,7 @@ private Q_SLOTS:
     {
         const QByteArray window = clickAndOpen("memory", "Memory");
         QVERIFY(canLock());
-        press("p"); // pins it
+        pin();
         DesktopFixture::click({ 300, 700 });
         QTest::qWait(200);
         QCOMPARE(windows(), QByteArrayList { window });
@@ -110,7 +110,7 @@ private Q_SLOTS:
     void aPinIsForgottenWhenItCloses()
     {
         clickAndOpen("memory", "Memory");
-        press("p");
+        pin();
         press("Escape");
         waitForNone();
         clickAndOpen("memory", "Memory");
@@ -151,7 +151,7 @@ private Q_SLOTS:
     void aPinnedOneThatIsAskedForAgainGetsTheKeyboard()
     {
         const QByteArray window = clickAndOpen("memory", "Memory");
-        press("p");
+        pin();
         fixture().turnToOther();
         QCOMPARE(windows(), QByteArrayList { window });
         fixture().kestrumctl("popover memory");

@@ -34,6 +34,12 @@ protected:
         return opened(title);
     }
     static void press(const char* key) { VirtualDisplay::xdotool("key " + QByteArray(key)); }
+    /// Pins what is open. The agent hears of keys and of presses elsewhere by different ways.
+    static void pin()
+    {
+        press("p");
+        QTest::qWait(200);
+    }
 };
 
 } // namespace kestrum

@@ -169,6 +169,7 @@ void Agent::start(std::optional<double> launched)
     m_panelOffer->start();
     if (launched)
         doWhatWasAskedSince(*launched);
+    store.sweepLeftovers();
 }
 
 void Agent::obey(PopoverRequest request)

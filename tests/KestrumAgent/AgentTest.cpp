@@ -349,6 +349,17 @@ private Q_SLOTS:
         QTRY_COMPARE(ear.count, 1);
     }
 
+    void aStartSweepsLeftovers()
+    {
+        // Who lives without the settings window has leftovers of the agent's own saves.
+        const QString leftover
+            = TestHome::configDirectory() + QStringLiteral("/.kestrum-0123456789abcdef.tmp");
+        write(leftover, "x");
+        setTimes(leftover, 1000);
+        startAgent();
+        QVERIFY(!QFile::exists(leftover));
+    }
+
     void theSettingsAreStartedWhetherOrNotTheyRun()
     {
         // The agent always starts the application, since a running one may be about to end. No second window opens.

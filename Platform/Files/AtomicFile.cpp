@@ -84,6 +84,18 @@ FileDescriptor makeFile(int directory, const QByteArray& name)
     return FileDescriptor(::openat(directory, name.constData(), flags, 0600));
 }
 
+/// Whether `name` is still the file `existing` with its content; for null, whether there is still no such file.
+bool isUnchanged(int directory, const QByteArray& name, const struct stat* existing)
+{
+    struct stat now;
+    if (::fstatat(directory, name.constData(), &now, AT_SYMLINK_NOFOLLOW) != 0)
+        return !existing && errno == ENOENT;
+    return existing && now.st_dev == existing->st_dev && now.st_ino == existing->st_ino
+        && now.st_size == existing->st_size
+        && FilePath::nanoseconds(now.st_mtim) == FilePath::nanoseconds(existing->st_mtim)
+        && FilePath::nanoseconds(now.st_ctim) == FilePath::nanoseconds(existing->st_ctim);
+}
+
 bool hasContent(int directory, const QByteArray& name, QByteArrayView bytes)
 {
     FileDescriptor file(
@@ -107,13 +119,17 @@ Result<> AtomicFile::syncDirectory(int directory)
 }
 
 Result<struct stat> AtomicFile::replace(
-    int directory, const QByteArray& name, QByteArrayView bytes, const struct stat* existing)
+    int directory, const QByteArray& name, QByteArrayView bytes, const struct stat* existing, Over over)
 {
     const QByteArray temporary = temporaryName();
     FileDescriptor file = makeFile(directory, temporary);
     if (!file.isValid())
         return Failure::fromErrno("make a temporary file");
     auto state = fill(file, bytes, existing);
+    // Bringing the new file to disk takes long enough for an editor to save. No system call replaces a file on a condition: what
+    // another program saves in the next microsecond is lost.
+    if (state && over == Over::readFile && !isUnchanged(directory, name, existing))
+        state = Failure::fromErrno("replace", changedMeanwhile);
     if (state && ::renameat(directory, temporary.constData(), directory, name.constData()) != 0)
         state = Failure::fromErrno("replace");
     if (!state) {
@@ -145,7 +161,9 @@ Result<bool> AtomicFile::replaceFile(const QByteArray& path, QByteArrayView byte
     const auto directory = FilePath::openDirectory(target.directory);
     if (!directory)
         return directory.failure();
-    if (const auto made = replace(directory->get(), target.name, bytes, exists ? &state : nullptr); !made)
+    if (const auto made
+        = replace(directory->get(), target.name, bytes, exists ? &state : nullptr, Over::anything);
+        !made)
         return made.failure();
     if (const auto synced = syncDirectory(directory->get()); !synced)
         return synced.failure();

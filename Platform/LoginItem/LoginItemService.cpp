@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Others change the user's entry too: the desktop's settings switch the entry off, and the user may add a delay or replace the
-// file by a link. So this class changes only its own keys. If the entry is a link, the linked file is changed. An entry with
+// file by a link. So this class changes only its own keys, and reads the file again if somebody else saves it in the meantime. If the entry is a link, the linked file is changed. An entry with
 // other lines is not deleted when it is switched off, but renamed to a name that no desktop reads. Switching the entry on
 // renames the file back. Renaming never replaces a file.
 //
@@ -199,14 +199,21 @@ Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
     const auto directory = FilePath::openDirectory(target.directory);
     if (!directory)
         return failed(target.directory, directory.failure());
-    const Found found = read(directory->get(), target.name, O_NOFOLLOW);
+    return AtomicFile::retried(
+        [&](AtomicFile::Over over) { return write(path, isOn, directory->get(), target.name, over); });
+}
+
+Result<> LoginItemService::write(
+    const QByteArray& path, bool isOn, int directory, const QByteArray& name, AtomicFile::Over over) const
+{
+    const Found found = read(directory, name, O_NOFOLLOW);
     const bool exists = found.error == 0;
     if (!exists && found.error != ENOENT)
         return failed(path, "read", found.error);
 
     DesktopEntry entry = DesktopEntry::parsed(found.bytes);
     if (entry.isDamaged()) {
-        const auto copy = AtomicFile::copyDamaged(directory->get(), target.name, found.bytes);
+        const auto copy = AtomicFile::copyDamaged(directory, name, found.bytes);
         if (!copy)
             return failed(path, copy.failure());
         Log::warning("loginItem",
@@ -231,11 +238,12 @@ Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
         return Failure { {},
             isOn ? QStringLiteral("it is registered already") : QStringLiteral("it is switched off already"),
             alreadyThere, QFile::decodeName(path) };
-    const auto replaced
-        = AtomicFile::replace(directory->get(), target.name, text, exists ? &found.state : nullptr);
+    const auto replaced = AtomicFile::replace(directory, name, text, exists ? &found.state : nullptr, over);
+    if (!replaced && replaced.failure().error == AtomicFile::changedMeanwhile)
+        return replaced.failure();
     if (!replaced)
         return failed(path, replaced.failure());
-    return outcome(path, AtomicFile::syncDirectory(directory->get()));
+    return outcome(path, AtomicFile::syncDirectory(directory));
 }
 
 Result<> LoginItemService::moved(int directory, const QByteArray& from, const QByteArray& to) const

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Files/AtomicFile.h"
 #include "Platform/Log/Result.h"
 
 #include <QByteArray>
@@ -52,6 +53,8 @@ private:
     /// The status while the user has no entry: `enabled`, `notRegistered` or `notFound`.
     Status statusForAll() const;
     Result<> write(const QByteArray& path, bool isOn) const;
+    Result<> write(const QByteArray& path, bool isOn, int directory, const QByteArray& name,
+        AtomicFile::Over over) const;
     Result<> moved(int directory, const QByteArray& from, const QByteArray& to) const;
     Result<> setAside(int directory, const QByteArray& name) const;
 

@@ -5,7 +5,8 @@
 //   3. Read the file. If another program is saving it, wait a moment. An unreadable file is never replaced.
 //   4. Merge the changes.
 //   5. If the file is damaged, copy it.
-//   6. Replace the file, unless the merge changed nothing (see AtomicFile).
+//   6. Replace the file, unless the merge changed nothing (see AtomicFile). If an editor, which knows nothing of the lock, has saved
+//      since step 3, go back to step 3.
 //   7. Flush the directory.
 // Every return closes the lock's descriptor and so releases the lock.
 
@@ -26,6 +27,7 @@
 #include <optional>
 #include <sys/stat.h>
 #include <thread>
+#include <utility>
 
 namespace kestrum {
 
@@ -190,7 +192,12 @@ Result<SettingsFile::Reading> SettingsFile::readAt(int directory, const QByteArr
         struct stat after;
         if (::fstat(file.get(), &after) != 0)
             return failed();
-        if (identityOf(after) != content.identity)
+        Identity then = identityOf(after);
+        // A file that was replaced meanwhile is still whole: its ctime changes because it has lost its name. Without this, nobody
+        // could read while others save without a pause.
+        if (after.st_nlink == 0)
+            then.changedNs = content.identity.changedNs;
+        if (then != content.identity)
             continue;
 
         const SettingsText::Parsed parsed = SettingsText::parsed(*bytes);
@@ -244,6 +251,47 @@ Result<SettingsFile::Reading> SettingsFile::readSettled(
     }
 }
 
+/// Reads the file, and replaces it by one with `changes`, unless there is no difference. `wasSaved`: as for `readSettled`. The
+/// caller holds the lock, and syncs the directory.
+SettingsFile::Saved SettingsFile::merged(const Changes& changes, int directory, const FilePath::Parts& target,
+    bool wasSaved, AtomicFile::Over over) const
+{
+    // Other programs do not use the lock. If this save replaced a file that another program has open, the other program would
+    // continue to write to the old file.
+    const auto before = readSettled(directory, target.name, wasSaved, false);
+    if (!before)
+        return before.failure();
+    if (before->content.doubt == Doubt::open)
+        return Failure { QStringLiteral("save"), QStringLiteral("another program is writing it"), ETIMEDOUT,
+            m_path };
+
+    Saved saved = before->content;
+    const QJsonObject values = changes.appliedTo(before->content.values);
+    if (values != before->content.values) {
+        const QByteArray text = SettingsText::rewritten(before->bytes, values);
+        if (text.size() > SettingsText::maximumBytes)
+            return Failure::fromErrno("write", EFBIG).about(m_path);
+        if (!before->content.damage.isEmpty()) {
+            const auto copy = AtomicFile::copyDamaged(directory, target.name, before->bytes);
+            if (!copy)
+                return copy.failure().about(m_path);
+            Log::warnOnce(logArea,
+                QStringLiteral("%1 was damaged and is kept as %2")
+                    .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(*copy))));
+        }
+        // Whoever made the directory may have been killed before it was on disk.
+        if (!before->exists())
+            FilePath::syncEntries(target.directory);
+        const auto state = AtomicFile::replace(
+            directory, target.name, text, before->exists() ? &before->state : nullptr, over);
+        if (!state)
+            return state.failure().about(m_path);
+        saved = Content { values, identityOf(*state), {} };
+        saved.changed = true;
+    }
+    return saved;
+}
+
 SettingsFile::Saved SettingsFile::save(const Changes& changes) const
 {
     const auto refused = [this](const char* step, const QString& reason, int error = 0) {
@@ -277,38 +325,12 @@ SettingsFile::Saved SettingsFile::save(const Changes& changes) const
     if (!directory)
         return directory.failure().about(m_path);
 
-    // Other programs do not use the lock. If this save replaced a file that another program has open, the other program would
-    // continue to write to the old file.
-    const auto before = readSettled(directory->get(), target.name, !lock->isNew(), false);
-    if (!before)
-        return before.failure();
-    if (before->content.doubt == Doubt::open)
-        return refused("save", QStringLiteral("another program is writing it"), ETIMEDOUT);
-
-    Saved saved = before->content;
-    const QJsonObject values = changes.appliedTo(before->content.values);
-    if (values != before->content.values) {
-        const QByteArray text = SettingsText::rewritten(before->bytes, values);
-        if (text.size() > SettingsText::maximumBytes)
-            return Failure::fromErrno("write", EFBIG).about(m_path);
-        if (!before->content.damage.isEmpty()) {
-            const auto copy = AtomicFile::copyDamaged(directory->get(), target.name, before->bytes);
-            if (!copy)
-                return copy.failure().about(m_path);
-            Log::warnOnce(logArea,
-                QStringLiteral("%1 was damaged and is kept as %2")
-                    .arg(Log::escaped(m_path), Log::escaped(QFile::decodeName(*copy))));
-        }
-        // Whoever made the directory may have been killed before it was on disk.
-        if (!before->exists())
-            FilePath::syncEntries(target.directory);
-        const auto state = AtomicFile::replace(
-            directory->get(), target.name, text, before->exists() ? &before->state : nullptr);
-        if (!state)
-            return state.failure().about(m_path);
-        saved = Content { values, identityOf(*state), {} };
-        saved.changed = true;
-    }
+    bool wasSaved = !lock->isNew();
+    Saved saved = AtomicFile::retried([&](AtomicFile::Over over) {
+        return merged(changes, directory->get(), target, std::exchange(wasSaved, true), over);
+    });
+    if (!saved)
+        return saved;
     // The directory is synced even without a change: an earlier save of the same content may have failed in this step.
     if (const auto synced = AtomicFile::syncDirectory(directory->get()); !synced) {
         Saved failed = synced.failure().about(m_path);

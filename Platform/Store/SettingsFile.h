@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "Platform/Files/AtomicFile.h"
+#include "Platform/Files/FilePath.h"
 #include "Platform/Log/Result.h"
 
 #include <QByteArray>
@@ -106,6 +108,8 @@ private:
     struct Reading;
     Result<Reading> readAt(int directory, const QByteArray& name, int flags) const;
     Result<Reading> readSettled(int directory, const QByteArray& name, bool wasSaved, bool mayBeHalf) const;
+    Saved merged(const Changes& changes, int directory, const FilePath::Parts& target, bool wasSaved,
+        AtomicFile::Over over) const;
 
     QString m_path;
     Owner m_owner;

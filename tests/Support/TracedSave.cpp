@@ -115,7 +115,9 @@ QList<TracedSave::Call> supervised(
             call.number = ++counts[call.name];
             const bool isFault = call.name == fault.call
                 && (call.number == fault.number || (fault.isLasting && call.number > fault.number));
-            if (isFault && fault.error == 0)
+            if (isFault && fault.meanwhile)
+                fault.meanwhile();
+            else if (isFault && fault.error == 0)
                 ::raise(SIGKILL);
             error = isFault ? fault.error : 0;
             calls.append(call);

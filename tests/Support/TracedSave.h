@@ -33,6 +33,8 @@ public:
         int number = 1;         ///< which call of that name
         int error = 0;          ///< an `errno`; 0 kills the process at that call
         bool isLasting = false; ///< all later calls of that name fail, too
+        /// Runs right before that call, which then succeeds: what another program does in the meantime.
+        std::function<void()> meanwhile = {};
     };
 
     struct Outcome {

@@ -8,6 +8,9 @@
 #include "tests/Support/TracedSave.h"
 
 #include <QMap>
+#include <algorithm>
+#include <cerrno>
+#include <functional>
 
 using namespace kestrum;
 
@@ -31,35 +34,12 @@ private Q_SLOTS:
         QFETCH(const QByteArray, suffix);
         FaultRow killed("killed at a call");
         FaultRow failed("call fails");
-        const auto change = [this, isOn] {
-            const auto result = isOn ? service().registerItem() : service().unregister();
-            const int code = codeOf(result);
-            return code == 0 || code == LoginItemService::alreadyThere
-                || code == LoginItemService::nothingThere;
-        };
-        const auto prepare = [&] {
-            LoginItemFixture::clear();
-            if (suffix != "nothing")
-                write(entry() + QString::fromLatin1(suffix), foreignEntry());
-        };
-        prepare();
-        const Files before = files();
-        QVERIFY(change());
-        const Files after = files();
-        QVERIFY(after != before);
-
+        const auto change
+            = [this, isOn] { return isDone(isOn ? service().registerItem() : service().unregister()); };
         const auto tryWith = [&](const TracedSave::Fault& fault) {
-            prepare();
-            m_outcome = TracedSave::run([&change](UserDefaults&) { return change(); }, fault);
-            const QByteArray name = fault.call + ", the " + QByteArray::number(fault.number);
-            const Files left = files();
-            for (auto file = left.begin(); file != left.end(); ++file)
-                QVERIFY2(
-                    before.values().contains(file.value()) || after.values().contains(file.value()), name);
-            QVERIFY2(!left.isEmpty() || before.isEmpty() || after.isEmpty(), name);
-            QVERIFY2(m_outcome.exitCode != 0 || left == after, name);
-            QVERIFY2(change(), name);
-            QVERIFY2(files() == after, name);
+            const QByteArray found = flaw(suffix, change, fault);
+            QVERIFY2(found.isEmpty(),
+                (found + " at " + fault.call + ' ' + QByteArray::number(fault.number)).constData());
         };
         tryWith({});
         if (m_outcome.exitCode == TracedSave::unsupported)
@@ -84,8 +64,69 @@ private Q_SLOTS:
         }
     }
 
+    void changeInPlaceIsFoundOut()
+    {
+        // Proves that the checks above can fail.
+        FaultRow killed("killed at a call");
+        FaultRow failed("call fails");
+        const auto inPlace = [this] {
+            writeEntry(foreignEntry().replace("Hidden=true", "Hidden=false")); // empties the file first
+            return true;
+        };
+        QCOMPARE(flaw("", inPlace, {}), QByteArray());
+        QCOMPARE(flaw("", inPlace, { "write" }), QByteArray("neither old nor new"));
+        killed.addFoundOut();
+        const auto unchecked = [this] {
+            QFile file(entry());
+            (void)(file.open(QIODevice::ReadWrite | QIODevice::Unbuffered)
+                && file.write(foreignEntry().replace("Hidden=true", "Hidden=none")) > 0);
+            return true;
+        };
+        QCOMPARE(flaw("", unchecked, {}), QByteArray());
+        QCOMPARE(flaw("", unchecked, { "write", 1, ENOSPC }), QByteArray("told as done, but not there"));
+        failed.addFoundOut();
+    }
+
 private:
     using Files = QMap<QString, QByteArray>;
+    using Change = std::function<bool()>;
+
+    static bool isDone(const Result<>& result)
+    {
+        const int code = codeOf(result);
+        return code == 0 || code == LoginItemService::alreadyThere || code == LoginItemService::nothingThere;
+    }
+
+    /// Makes a change with a fault, and then without one. Returns what is wrong with the files afterwards, or an empty text. An
+    /// entry of others is there before, with this suffix, unless the suffix is "nothing".
+    QByteArray flaw(const QByteArray& suffix, const Change& change, const TracedSave::Fault& fault)
+    {
+        const auto prepare = [&] {
+            LoginItemFixture::clear();
+            if (suffix != "nothing")
+                write(entry() + QString::fromLatin1(suffix), foreignEntry());
+        };
+        prepare();
+        const Files before = files();
+        const bool isMade = change();
+        const Files after = files();
+        if (!isMade || after == before)
+            return "no change without a fault";
+
+        prepare();
+        m_outcome = TracedSave::run([&change](UserDefaults&) { return change(); }, fault);
+        const Files left = files();
+        const bool isWhole = std::all_of(left.begin(), left.end(), [&](const QByteArray& content) {
+            return before.values().contains(content) || after.values().contains(content);
+        });
+        if (!isWhole)
+            return "neither old nor new";
+        if (left.isEmpty() && !before.isEmpty() && !after.isEmpty())
+            return "nothing left";
+        if (m_outcome.exitCode == 0 && left != after)
+            return "told as done, but not there";
+        return change() && files() == after ? "" : "the next try fails";
+    }
 
     QByteArray foreignEntry() const { return entryOf(exec() + "Hidden=true\nX-Mine=1\n"); }
 

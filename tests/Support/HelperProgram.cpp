@@ -18,6 +18,8 @@
 //                              there, then "equal"
 //   observe SUITE              "ready", then "a NUMBER" at each notice; for each line read: stores a number that is one more
 //                              under "a", then "stored"
+//   observe-newer PATH         wrong: "ready", then "a NUMBER" whenever the file PATH is newer than before
+//   watch-only DIRECTORY       wrong: "ready", then "told" for each event that the kernel tells of, and nothing else
 //   read SUITE                 for each line read: prints the number stored under "a"
 //   instance NAME [TOKEN]
 //                              "first", then "raise TOKEN" for each request; a second start prints "second" and asks the first
@@ -341,6 +343,10 @@ int main(int argc, char** argv)
             arguments.value(1), arguments.value(2).toUInt(), arguments.value(3).toInt());
     if (verb == QLatin1String("observe"))
         return HelperVerbs::observe(arguments.value(1));
+    if (verb == QLatin1String("observe-newer"))
+        return HelperVerbs::observeNewer(arguments.value(1));
+    if (verb == QLatin1String("watch-only"))
+        return HelperVerbs::watchOnly(arguments.value(1));
     if (verb == QLatin1String("read"))
         return HelperVerbs::read(arguments.value(1));
     if (verb == QLatin1String("check"))

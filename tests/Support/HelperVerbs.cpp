@@ -1,12 +1,20 @@
 // SPDX-License-Identifier: MIT
 #include "tests/Support/HelperVerbs.h"
 
+#include "Platform/Files/FileDescriptor.h"
 #include "Platform/Store/UserDefaults.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
 #include <QSocketNotifier>
+#include <QTimer>
+#include <array>
 #include <cstdio>
 #include <random>
+#include <sys/inotify.h>
 #include <unistd.h>
 
 namespace kestrum {
@@ -86,6 +94,38 @@ int HelperVerbs::observe(const QString& suite)
     return runUntilInputEnds([&] {
         say(defaults->set("a", number() + 1) ? QByteArray("stored") : defaults->lastError().toUtf8());
     });
+}
+
+int HelperVerbs::observeNewer(const QString& path)
+{
+    QDateTime last;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&last, &path] {
+        const QDateTime time = QFileInfo(path).lastModified();
+        QFile file(path);
+        if (!time.isValid() || (last.isValid() && time <= last) || !file.open(QIODevice::ReadOnly))
+            return;
+        last = time;
+        say("a " + QByteArray::number(QJsonDocument::fromJson(file.readAll())[u"a"].toInt()));
+    });
+    timer.start(20);
+    say("ready");
+    return runUntilInputEnds();
+}
+
+int HelperVerbs::watchOnly(const QString& directory)
+{
+    const FileDescriptor watch(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK));
+    ::inotify_add_watch(watch.get(), QFile::encodeName(directory).constData(), IN_ALL_EVENTS);
+    QSocketNotifier events(watch.isValid() ? watch.get() : -1, QSocketNotifier::Read);
+    events.setEnabled(watch.isValid());
+    QObject::connect(&events, &QSocketNotifier::activated, &events, [&watch] {
+        std::array<char, 4096> buffer;
+        if (::read(watch.get(), buffer.data(), buffer.size()) > 0)
+            say("told");
+    });
+    say("ready");
+    return runUntilInputEnds();
 }
 
 } // namespace kestrum

@@ -19,5 +19,9 @@ int storeAtRandom(const QString& suite, unsigned seed, int times);
 int observe(const QString& suite);
 int read(const QString& suite);
 
+// Deliberately wrong programs, which the tests must find out:
+int observeNewer(const QString& path);
+int watchOnly(const QString& directory);
+
 } // namespace HelperVerbs
 } // namespace kestrum

@@ -36,7 +36,9 @@ LaunchAtLoginSection::LaunchAtLoginSection(QWidget* parent)
     });
     connect(
         open, &PushButton::clicked, this, [] { AgentLoginItem::service().openSystemSettingsLoginItems(); });
-    connect(&m_manager, &LoginItemManager::changed, this, &LaunchAtLoginSection::showState);
+    // A reading may tell no change and yet be the first that the process has: the switch stays invisible until then.
+    for (const auto signal : { &LoginItemManager::changed, &LoginItemManager::refreshed })
+        connect(&m_manager, signal, this, &LaunchAtLoginSection::showState);
     showState();
 }
 

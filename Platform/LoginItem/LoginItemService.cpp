@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Others change the user's entry too: the desktop's settings switch the entry off, and the user may add a delay or replace the
-// file by a link. So this class changes only its own keys, and reads the file again if somebody else saves it in the meantime. If the entry is a link, the linked file is changed. An entry with
-// other lines is not deleted when it is switched off, but renamed to a name that no desktop reads. Switching the entry on
-// renames the file back. Renaming never replaces a file.
+// file by a link. So this class changes only its own keys, and reads the file again if somebody else saves it in the meantime.
+// If the entry is a link, the linked file is changed. An entry with other lines is not deleted when it is switched off, but
+// renamed to a name that no desktop reads. Switching the entry on renames the file back. Renaming never replaces a file.
 //
 // Desktops switch an entry off with the key "Hidden" or GNOME's older key, and some desktops read only one of the two keys. So
 // this class reads and writes both keys.
@@ -199,8 +199,10 @@ Result<> LoginItemService::write(const QByteArray& path, bool isOn) const
     const auto directory = FilePath::openDirectory(target.directory);
     if (!directory)
         return failed(target.directory, directory.failure());
-    return AtomicFile::retried(
+    const auto written = AtomicFile::retried(
         [&](AtomicFile::Over over) { return write(path, isOn, directory->get(), target.name, over); });
+    const bool isRaw = !written && written.failure().error == AtomicFile::changedMeanwhile;
+    return isRaw ? failed(path, written.failure()) : written;
 }
 
 Result<> LoginItemService::write(

@@ -118,11 +118,11 @@ private Q_SLOTS:
     void theAgentWithdrawsTheOfferAfterTheUpdate()
     {
         openWithOffer();
+        m_world->install("1.5-30");
+        QTest::qWait(quietTime);
+        QCOMPARE(offer(), text("1.5 (30)"));
         clickInstall();
         QTRY_COMPARE_WITH_TIMEOUT(agents().size(), 1, patience);
-        QTRY_VERIFY_WITH_TIMEOUT(Setting { Keys::updaterCanCheck }.value(), patience); // the agent is ready
-        m_world->install("1.5-30");
-        SharedSettings::post(Signal::checkForUpdates);
         QTRY_COMPARE_WITH_TIMEOUT(offer(), std::nullopt, patience);
         QTRY_VERIFY_WITH_TIMEOUT(!symbol(), Programs::withinASecond);
     }

@@ -167,7 +167,6 @@ private Q_SLOTS:
         qputenv("KESTRUM_NO_LOGIN_ITEM", "1");
         reactivate(shown);
         QTRY_COMPARE(shown.status(), QStringLiteral("Login items are disabled in this build."));
-        qunsetenv("KESTRUM_NO_LOGIN_ITEM");
         QVERIFY(shown.needsApproval());
         settle();
         QMap<int, QString> texts;
@@ -175,6 +174,7 @@ private Q_SLOTS:
             if (label->isVisible())
                 texts.insert(label->mapTo(shown.section, QPoint()).y(), label->text());
         }
+        qunsetenv("KESTRUM_NO_LOGIN_ITEM");
         QCOMPARE(texts.values().join(u'|'),
             QStringLiteral("Startup|Launch Kestrum at login|Turned off under Allow in the Background.|"
                            "Login items are disabled in this build."));
@@ -260,6 +260,19 @@ private Q_SLOTS:
         reactivate(shown);
         QTRY_COMPARE(shown.status(), QStringLiteral("Kestrum is not allowed to run in the background."));
         QCOMPARE(shown.statusColour(), shade(Theme::Colour::error));
+    }
+
+    void anErrorOfSwitchingOffIsShownToo()
+    {
+        QVERIFY(m_fixture->service().registerItem());
+        Shown shown;
+        shown.showAndRead();
+        QTRY_VERIFY(shown.toggle->isChecked());
+        QFile::setPermissions(LoginItemFixture::folder(), QFile::ReadOwner | QFile::ExeOwner);
+        shown.toggle->click();
+        QVERIFY(!shown.toggle->isChecked());
+        QTRY_COMPARE(shown.status(), QStringLiteral("Kestrum is not allowed to run in the background."));
+        QTRY_VERIFY(shown.toggle->isChecked());
     }
 
     void eachBlockDisablesTheSwitchAndSaysWhy_data()

@@ -17,6 +17,9 @@ namespace kestrum {
 
 namespace {
 
+/// How long the pointer may rest on an item before a click.
+constexpr std::chrono::seconds validLook { 10 };
+
 ColourScheme chosenScheme()
 {
     switch (Setting(Keys::popoverAppearance).value()) {
@@ -39,6 +42,7 @@ PopoverController::PopoverController(PanelStrip& strip, PopoverSource& source, Q
 {
     connect(&m_strip, &PanelStrip::itemClicked, this, &PopoverController::toggle);
     connect(&m_strip, &PanelStrip::itemApproached, &m_source, &PopoverSource::approached);
+    connect(&m_strip, &PanelStrip::itemApproached, this, &PopoverController::lookForSystemMonitor);
     // The settings of the items also change what a popover shows, and where it stands.
     connect(&m_strip, &PanelStrip::rebuilt, this, &PopoverController::refresh);
     connect(&m_source, &PopoverSource::changed, this, &PopoverController::refresh);
@@ -180,7 +184,8 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
             [this](QPoint at, const QString& text, const QRect& area) {
                 m_stand->showTip(*m_window, at, text, area);
             });
-        m_systemMonitor.look();
+        lookForSystemMonitor();
+        m_look.setRemainingTime(0); // what is installed or chosen next is seen at the next opening
         if (!m_pause) {
             m_pause = std::make_unique<SessionPause>();
             connect(m_pause.get(), &SessionPause::begun, this, &PopoverController::close);
@@ -200,6 +205,15 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
     refresh();
     if (isTurned)
         m_stand->takeKeyboard();
+}
+
+/// The search takes a tenth of the time that a popover needs to open, so it begins when the pointer comes to an item.
+void PopoverController::lookForSystemMonitor()
+{
+    if (!m_look.hasExpired())
+        return;
+    m_systemMonitor.look();
+    m_look.setRemainingTime(validLook);
 }
 
 void PopoverController::close()

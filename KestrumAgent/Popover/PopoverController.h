@@ -60,7 +60,7 @@ public:
     /// Where it is shown; null while none is open.
     PopoverStand* stand() const { return m_stand; }
 
-    /// The program that the list of apps leads to, as it was found when the popover opened.
+    /// The program that the list of apps leads to, as it was found when the popover opened or the pointer came near.
     SystemMonitorApp& systemMonitor() { return m_systemMonitor; }
 
     /// How popovers look by the present settings. `isTranslucent` says whether the desktop shows what is behind a window.
@@ -78,6 +78,7 @@ private:
     void toggleSeen();
     void stepBy(int step);
     void requestMenu();
+    void lookForSystemMonitor();
     void refresh();
 
     PanelStrip& m_strip;
@@ -95,6 +96,7 @@ private:
     std::unique_ptr<SessionPause> m_pause;     ///< from the first opening on
     QMetaObject::Connection m_stripConnection; ///< to the open popover's own strip, if it has one
     SystemMonitorApp m_systemMonitor;
+    QDeadlineTimer m_look; ///< while it runs, `m_systemMonitor` has just looked
 };
 
 } // namespace kestrum

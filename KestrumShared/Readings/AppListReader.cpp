@@ -15,12 +15,14 @@ constexpr int mostQuickScans = 6;
 } // namespace
 
 AppListReader::AppListReader(const QString& root, std::function<void()> done,
-    std::function<Clock::time_point()> now, std::function<Clock::duration(const TopApps&)> costOf)
+    std::function<Clock::time_point()> now, std::function<Clock::duration(const TopApps&)> costOf,
+    Clock::duration toFirstFrame)
     : m_root(root)
     , m_apps(std::make_shared<TopApps>(root))
     , m_done(std::move(done))
     , m_now(std::move(now))
     , m_costOf(std::move(costOf))
+    , m_toFirstFrame(toFirstFrame)
     , m_ranking(rankingOf(Column::cpu))
 {
     m_timer.setSingleShot(true);
@@ -52,7 +54,7 @@ void AppListReader::open(Column column)
         m_ranking.add(*m_approached->apps);
     m_approached.reset();
     if (!isKnown)
-        scanSoon();
+        scanSoon(m_toFirstFrame);
 }
 
 void AppListReader::tick(std::chrono::nanoseconds interval, const std::function<void()>& done)
@@ -135,14 +137,17 @@ bool AppListReader::scan(Column column, bool isRegular, const std::function<void
     return true;
 }
 
-/// Scans as soon as the difference to the last scan is worth showing. While a scan is running, its end decides what to do.
-void AppListReader::scanSoon()
+/// Scans as soon as the difference to the last scan is worth showing, but not before `pause` is over. While a scan is running,
+/// its end decides what to do.
+void AppListReader::scanSoon(Clock::duration pause)
 {
     if (m_background.isBusy() || m_quickScans == mostQuickScans)
         return;
     ++m_quickScans;
-    if (!isDue(TopApps::firstPause))
-        m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(*m_last + TopApps::firstPause - m_now()));
+    if (m_last)
+        pause = std::max<Clock::duration>(pause, *m_last + TopApps::firstPause - m_now());
+    if (pause > Clock::duration::zero())
+        m_timer.start(std::chrono::ceil<std::chrono::milliseconds>(pause));
     else
         scan(*m_column, false, m_done);
 }

@@ -24,15 +24,20 @@ public:
     /// After this time without an end of a scan, the rows are no longer shown.
     static constexpr std::chrono::seconds longestScan { 10 };
 
+    /// A scan keeps a core busy for some milliseconds: an opening popover is painted first.
+    static constexpr std::chrono::milliseconds paintingTime { 20 };
+
     /// A worker calls `done`, which may be empty, when `collect` has something to take over. Tests pass a clock, which workers
-    /// read too, and what a scan costs.
+    /// read too, what a scan costs, and how long the first one waits.
     AppListReader(const QString& root, std::function<void()> done,
         std::function<Clock::time_point()> now = Clock::now,
-        std::function<Clock::duration(const TopApps&)> costOf = &TopApps::cost);
+        std::function<Clock::duration(const TopApps&)> costOf = &TopApps::cost,
+        Clock::duration toFirstFrame = paintingTime);
 
     /// A popover with the list may be opened soon: takes the first of two scans, at most one in two seconds.
     void approach(Column column);
-    /// The list is shown from now on, empty unless a scan has just been taken. Scans as soon as a difference is worth showing.
+    /// The list is shown from now on, empty unless a scan has just been taken. Scans when the popover is
+    /// painted, and a difference is worth showing.
     void open(Column column);
     /// Call this at each sample while the list is shown. Scans again if it is time. Readings are shown every `interval`.
     /// A worker calls `done` here as above.
@@ -62,7 +67,7 @@ private:
     static AppRanking rankingOf(Column column);
     bool isDue(Clock::duration pause) const { return !m_last || m_now() - *m_last >= pause; }
     bool scan(Column column, bool isRegular, const std::function<void()>& done);
-    void scanSoon();
+    void scanSoon(Clock::duration pause = {});
     bool giveUp();
 
     QString m_root;
@@ -70,6 +75,7 @@ private:
     std::function<void()> m_done;
     std::function<Clock::time_point()> m_now;
     std::function<Clock::duration(const TopApps&)> m_costOf;
+    Clock::duration m_toFirstFrame;
     Background<Scan> m_background;
     QTimer m_timer;                 ///< for the second scan after opening
     std::optional<Column> m_column; ///< absent while the list is not shown

@@ -250,6 +250,22 @@ private Q_SLOTS:
         QVERIFY(!desk.popovers.section());
     }
 
+    void theSystemMonitorIsLookedForWhenThePointerComes()
+    {
+        const Setting chosen(Keys::systemMonitor, QString());
+        chosen.set(QStringLiteral("true"));
+        Desk desk;
+        Q_EMIT desk.strip.itemApproached(cpu);
+        chosen.set(QStringLiteral("/nonexistent"));
+        qputenv("XDG_DATA_DIRS", "/nonexistent");
+        desk.popovers.open(cpu);
+        const bool isFirstFound = desk.popovers.state().hasSystemMonitor;
+        desk.popovers.close();
+        desk.popovers.open(cpu);
+        qunsetenv("XDG_DATA_DIRS");
+        QVERIFY(isFirstFound && !desk.popovers.state().hasSystemMonitor);
+    }
+
     void withoutASystemMonitorNothingIsOpened()
     {
         Setting(Keys::systemMonitor, QString()).set(QString());

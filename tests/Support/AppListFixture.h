@@ -33,7 +33,7 @@ public:
                 }
                 return now;
             },
-            [this](const TopApps& apps) { return cost.value_or(apps.cost()); })
+            [this](const TopApps& apps) { return cost.value_or(apps.cost()); }, 0ms)
     {
         QObject::connect(&bell, &Bell::rung, [this] { list.collect(); });
         setTicks(0);

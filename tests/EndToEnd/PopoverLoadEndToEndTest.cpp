@@ -73,15 +73,15 @@ double writtenBytes()
 
 // What the popovers say
 
-/// The first number of a text with its unit in bytes, or without one: "48.1 MB/s", "49 %". −1 without a number.
+/// The first number of a text with its unit in bytes, or without one: "48.1 MB/s", "1,012 MB", "49 %". −1 without a number.
 double number(const QString& said, double step)
 {
-    static const QRegularExpression amount(text("([\\d.]+)\\s*([kMGT]?)"));
+    static const QRegularExpression amount(text("([\\d.,]+)\\s*([kMGT]?)"));
     const auto found = amount.match(said);
     const qsizetype power = text("kMGT").indexOf(found.captured(2)) + 1;
-    return !found.hasMatch()
-        ? -1
-        : found.captured(1).toDouble() * (found.captured(2).isEmpty() ? 1 : std::pow(step, double(power)));
+    return !found.hasMatch() ? -1
+                             : found.captured(1).remove(u',').toDouble()
+            * (found.captured(2).isEmpty() ? 1 : std::pow(step, double(power)));
 }
 
 /// Bytes are counted in thousands for disks, and in 1024s for memory.

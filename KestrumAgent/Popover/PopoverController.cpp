@@ -42,7 +42,7 @@ PopoverController::PopoverController(PanelStrip& strip, PopoverSource& source, Q
 {
     connect(&m_strip, &PanelStrip::itemClicked, this, &PopoverController::toggle);
     connect(&m_strip, &PanelStrip::itemApproached, &m_source, &PopoverSource::approached);
-    connect(&m_strip, &PanelStrip::itemApproached, this, &PopoverController::lookForSystemMonitor);
+    connect(&m_strip, &PanelStrip::itemApproached, this, &PopoverController::prepare);
     // The settings of the items also change what a popover shows, and where it stands.
     connect(&m_strip, &PanelStrip::rebuilt, this, &PopoverController::refresh);
     connect(&m_source, &PopoverSource::changed, this, &PopoverController::refresh);
@@ -207,7 +207,21 @@ void PopoverController::open(MonitorSection section, PopoverStand& stand)
         m_stand->takeKeyboard();
 }
 
-/// The search takes a tenth of the time that a popover needs to open, so it begins when the pointer comes to an item.
+/// Does what would hold up the opening: when the pointer comes to an item, the click is still to come.
+void PopoverController::prepare(MonitorSection section)
+{
+    if (m_section)
+        return;
+    lookForSystemMonitor();
+    // The first text in a font takes the toolkit some ten milliseconds.
+    if (std::exchange(m_hasFonts, true))
+        return;
+    const PanelEnvironment look = environment(false);
+    (void)PopoverLayout(
+        PopoverPanel::of(section, m_source.readings(), m_state, SharedSettings::store().snapshot(), look),
+        look);
+}
+
 void PopoverController::lookForSystemMonitor()
 {
     if (!m_look.hasExpired())

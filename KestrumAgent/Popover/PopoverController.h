@@ -78,6 +78,7 @@ private:
     void toggleSeen();
     void stepBy(int step);
     void requestMenu();
+    void prepare(MonitorSection section);
     void lookForSystemMonitor();
     void refresh();
 
@@ -96,6 +97,7 @@ private:
     std::unique_ptr<SessionPause> m_pause;     ///< from the first opening on
     QMetaObject::Connection m_stripConnection; ///< to the open popover's own strip, if it has one
     SystemMonitorApp m_systemMonitor;
+    bool m_hasFonts = false;
     QDeadlineTimer m_look; ///< while it runs, `m_systemMonitor` has just looked
 };
 

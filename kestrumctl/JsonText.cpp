@@ -43,7 +43,7 @@ Result<QJsonValue> JsonText::parsed(const QString& text)
         = SettingsText::parsed(SettingsText::serialised({ { QStringLiteral("value"), value } }));
     if (!readBack.damage.isEmpty())
         return Failure::withReason(QStringLiteral("the value cannot be a setting: ") + readBack.damage);
-    return value;
+    return readBack.values.value(QStringLiteral("value"));
 }
 
 } // namespace kestrum

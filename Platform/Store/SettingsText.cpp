@@ -17,10 +17,11 @@ namespace kestrum {
 
 namespace {
 
+constexpr QByteArrayView mark("\xEF\xBB\xBF");
+
 /// The byte order mark of `text`; empty if there is none.
 QByteArrayView markOf(const QByteArray& text)
 {
-    static constexpr QByteArrayView mark("\xEF\xBB\xBF");
     return text.startsWith(mark) ? mark : QByteArrayView();
 }
 
@@ -195,8 +196,10 @@ Result<QJsonObject> object(const QByteArray& text)
 {
     if (depthOf(text) > SettingsText::maximumDepth)
         return Failure::withReason(QStringLiteral("nested deeper than %1").arg(SettingsText::maximumDepth));
+    // Qt keeps a mark at the start of a string only if it is escaped.
+    const QByteArray escaped = text.contains(mark) ? QByteArray(text).replace(mark, "\\ufeff") : text;
     QJsonParseError error;
-    const QJsonDocument document = QJsonDocument::fromJson(text, &error);
+    const QJsonDocument document = QJsonDocument::fromJson(escaped, &error);
     if (error.error != QJsonParseError::NoError)
         return Failure::withReason(
             QStringLiteral("%1 at byte %2").arg(error.errorString()).arg(error.offset));

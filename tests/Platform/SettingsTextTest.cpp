@@ -205,6 +205,17 @@ private Q_SLOTS:
         QVERIFY(rewritten.contains(": -42"));
     }
 
+    void aMarkAtTheStartOfATextIsKept()
+    {
+        const QString marked = QStringLiteral("\uFEFFx");
+        const QJsonObject values { { marked, QJsonArray { marked, marked + marked } } };
+        for (const QByteArray& text : { QByteArray("{\"\xEF\xBB\xBFx\": [\"\xEF\xBB\xBFx\", "
+                                                   "\"\xEF\xBB\xBFx\xEF\xBB\xBFx\"]}"),
+                 QByteArray(R"({"\ufeffx": ["\uFEFFx", "\ufeffx\ufeffx"]})"),
+                 SettingsText::serialised(values), SettingsText::rewritten("{}", values) })
+            QCOMPARE(SettingsText::parsed(text).values, values);
+    }
+
     void hostileTextsTakeLinearTime()
     {
         QByteArray members = "{";

@@ -100,8 +100,8 @@ QByteArrayList InotifyDispatcher::takePending(Subscription& subscription)
     return pending;
 }
 
-// Limits the processor time: a flood of events must not take more than 5 % of a core. Measured on a busy machine with optimised
-// code, a flood takes 2 to 3 % with the limit and 8 to 9 % without it.
+// Limits the processor time: a flood of events must not take more than 5 % of a core. The limit leaves about 2 % for this
+// function, because handlers also start work that runs later, such as drawing.
 void InotifyDispatcher::handleEvents()
 {
     const auto before = RateLimiter::processorTime();

@@ -45,7 +45,7 @@ public:
 
     void refill() { m_budget = m_burst; }
 
-    static constexpr int restPerWork = 30; ///< ns of pause per ns of work: a little more than 3 % of a core
+    static constexpr int restPerWork = 45; ///< ns of pause per ns of work
     static constexpr Duration shortestPause = std::chrono::milliseconds(20);
     static constexpr Duration longestPause = std::chrono::milliseconds(200);
 

@@ -8,6 +8,8 @@
 #include "kestrumctl/KeyCatalogue.h"
 #include "kestrumctl/Verb.h"
 
+#include <utility>
+
 namespace kestrum {
 
 namespace {
@@ -52,8 +54,12 @@ void runCommandLine(std::string_view input)
     // Which options there are is of no meaning after the end of options.
     const auto plain = CommandLine::parsed(QStringList(QStringLiteral("--")) + words, {});
     expect(plain && plain->arguments() == words, "after the options' end, all words are arguments");
-    for (const Verb* verb : allVerbs())
-        readsAsVerb(*verb, words);
+    bool isPlainRead = false;
+    for (const Verb* verb : allVerbs()) {
+        // Verbs without options read their words alike.
+        if (!verb->options.empty() || !std::exchange(isPlainRead, true))
+            readsAsVerb(*verb, words);
+    }
     readsAsValue(words.first());
 }
 

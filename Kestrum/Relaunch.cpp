@@ -2,6 +2,7 @@
 #include "Kestrum/Relaunch.h"
 
 #include "Platform/Bundle/Bundle.h"
+#include "Platform/Desktop/X11Window.h"
 #include "Platform/Log/Log.h"
 #include "Platform/Processes/ProgramStart.h"
 
@@ -9,18 +10,33 @@
 #include <QGuiApplication>
 #include <QWindow>
 #include <algorithm>
+#include <chrono>
+#include <optional>
 #include <utility>
 
 namespace kestrum {
 
 namespace {
 
-/// Whether a window is open. Closing the last window makes the application inactive too, but must not cause a relaunch.
-bool isAnyWindowOpen()
+// No event says that the focus went to another window while the keyboard was grabbed.
+constexpr std::chrono::milliseconds lookInterval { 500 };
+
+/// An open window; null if there is none.
+const QWindow* openWindow()
 {
     const QWindowList windows = QGuiApplication::topLevelWindows();
-    return std::any_of(
+    const auto found = std::find_if(
         windows.begin(), windows.end(), [](const QWindow* window) { return window->isVisible(); });
+    return found == windows.end() ? nullptr : *found;
+}
+
+bool isActive()
+{
+    if (QGuiApplication::applicationState() == Qt::ApplicationActive)
+        return true;
+    const QWindow* window = openWindow();
+    const auto x11 = window ? X11Window::of(*window) : std::nullopt;
+    return x11 && x11->isOwnFocused();
 }
 
 } // namespace
@@ -41,6 +57,8 @@ Relaunch::Relaunch(Actions actions, QObject* parent)
     : QObject(parent)
     , m_actions(std::move(actions))
 {
+    m_nextLook.setInterval(lookInterval);
+    connect(&m_nextLook, &QTimer::timeout, this, &Relaunch::judgeState);
 }
 
 QString Relaunch::command(qint64 pid, const QString& bundlePath)
@@ -70,17 +88,24 @@ void Relaunch::whenInactive()
     }
     if (m_isPending || m_isDone)
         return;
-    if (QGuiApplication::applicationState() != Qt::ApplicationActive) {
+    if (!isActive()) {
         relaunch();
         return;
     }
     m_isPending = true;
-    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Relaunch::stateChanged);
+    connect(qGuiApp, &QGuiApplication::applicationStateChanged, this, &Relaunch::judgeState);
+    judgeState();
 }
 
-void Relaunch::stateChanged(Qt::ApplicationState state)
+void Relaunch::judgeState()
 {
-    if (state != Qt::ApplicationActive && isAnyWindowOpen())
+    m_nextLook.stop();
+    // Closing the last window makes the application inactive too, but must not cause a relaunch.
+    if (QGuiApplication::applicationState() == Qt::ApplicationActive || !openWindow())
+        return;
+    if (isActive())
+        m_nextLook.start();
+    else
         relaunch();
 }
 

@@ -3,6 +3,7 @@
 
 #include <QObject>
 #include <QString>
+#include <QTimer>
 #include <functional>
 
 namespace kestrum {
@@ -23,8 +24,9 @@ public:
 
     explicit Relaunch(Actions actions = Actions::real(), QObject* parent = nullptr);
 
-    /// Relaunches at once if the application is not active, else as soon as the user switches to another application. A pending
-    /// relaunch is never cancelled. If the bundle's path cannot be part of the command, there is no relaunch, and a warning is
+    /// Relaunches at once if the application is not active, else as soon as the user switches to another application. On X11, the
+    /// application also counts as active while only the keyboard is grabbed, as for a shortcut of the desktop. A pending relaunch
+    /// is never cancelled. If the bundle's path cannot be part of the command, there is no relaunch, and a warning is
     /// logged once.
     void whenInactive();
 
@@ -35,10 +37,11 @@ public:
     static bool canCarry(const QString& bundlePath);
 
 private:
-    void stateChanged(Qt::ApplicationState state);
+    void judgeState();
     void relaunch();
 
     Actions m_actions;
+    QTimer m_nextLook;
     bool m_isPending = false;
     bool m_isDone = false;
 };

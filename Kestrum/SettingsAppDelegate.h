@@ -16,7 +16,8 @@ namespace kestrum {
 class SettingsAppDelegate final : public QObject {
     Q_OBJECT
 public:
-    /// `visitor`: a run without side effects, such as one that saves pictures. It starts no agent and changes no login items.
+    /// `visitor`: a run that only shows the window, such as one that saves pictures. It starts no agent, changes no login items and
+    /// is not relaunched.
     enum class Run { ordinary, visitor };
 
     explicit SettingsAppDelegate(

@@ -33,7 +33,7 @@ struct Options {
     QString pictures;
     bool endsAtFirstFrame = false;
 
-    /// Whether this run has no side effects. Such a run is possible even while another process of the application runs.
+    /// Whether this run only shows the window. Such a run is possible even while another process of the application runs.
     bool isVisit() const { return endsAtFirstFrame || !pictures.isEmpty(); }
 };
 

@@ -55,17 +55,31 @@ bool X11Window::isManaged() const
     return managersWindow() != XCB_WINDOW_NONE;
 }
 
-bool X11Window::isOtherFocused() const
+/// The window that has the focus; none while no window has it.
+quint32 X11Window::focusedWindow() const
 {
     const XcbReply<xcb_get_input_focus_reply_t> reply(
         xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
-    if (!reply || reply->focus == XCB_WINDOW_NONE || reply->focus == XCB_INPUT_FOCUS_POINTER_ROOT
-        || reply->focus == m_root)
-        return false;
-    // The upper bits of a window's number stand for the program that made it.
-    const uint32_t program = ~xcb_get_setup(m_connection)->resource_id_mask;
-    return (reply->focus & program) != (m_window & program)
-        && (reply->focus & program) != (managersWindow() & program);
+    const bool isWindow = reply && reply->focus != XCB_INPUT_FOCUS_POINTER_ROOT && reply->focus != m_root;
+    return isWindow ? reply->focus : xcb_window_t(XCB_WINDOW_NONE);
+}
+
+/// Whether the same program made both windows. The upper bits of a window's number stand for the program.
+bool X11Window::areOfOneProgram(quint32 one, quint32 other) const
+{
+    return ((one ^ other) & ~xcb_get_setup(m_connection)->resource_id_mask) == 0;
+}
+
+bool X11Window::isOwnFocused() const
+{
+    return areOfOneProgram(focusedWindow(), m_window);
+}
+
+bool X11Window::isOtherFocused() const
+{
+    const quint32 focused = focusedWindow();
+    return focused != XCB_WINDOW_NONE && !areOfOneProgram(focused, m_window)
+        && !areOfOneProgram(focused, managersWindow());
 }
 
 void X11Window::askForFocus(quint32 time) const

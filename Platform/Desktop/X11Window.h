@@ -22,6 +22,9 @@ public:
     bool isManaged() const;
     /// Asks the window manager for the focus on behalf of the user. `time` is the X server's time of the user's action.
     void askForFocus(quint32 time) const;
+    /// Whether a window of this process has the focus. It keeps the focus while another program has grabbed the keyboard. Waits for
+    /// the X server.
+    bool isOwnFocused() const;
     /// Whether a window of another program has the focus. A grab, as of a screen locker, does not count, nor does the window
     /// manager itself, which holds the focus while no window has it. Waits for the X server.
     bool isOtherFocused() const;
@@ -38,6 +41,8 @@ public:
 private:
     X11Window(xcb_connection_t* connection, quint32 window);
     quint32 managersWindow() const;
+    quint32 focusedWindow() const;
+    bool areOfOneProgram(quint32 one, quint32 other) const;
     void send(quint8 format, const char* type, const void* data, qsizetype size, quint32 mask) const;
 
     xcb_connection_t* m_connection;

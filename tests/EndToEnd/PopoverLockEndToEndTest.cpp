@@ -1,8 +1,7 @@
 // What popovers of the built agent leave possible on an X display, pinned or not: locking the screen, dragging items, hiding them.
 
+#include "tests/Support/InputGrabs.h"
 #include "tests/Support/PopoverTest.h"
-
-#include <xcb/xcb.h>
 
 using namespace kestrum;
 
@@ -10,39 +9,9 @@ using Programs::patience;
 
 namespace {
 
-/// What a screen locker does first: it takes the keyboard and the pointer for itself.
-struct Grabs {
-    xcb_connection_t* display = xcb_connect(nullptr, nullptr);
-    bool hasBoth = false;
-
-    Grabs()
-    {
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(display)).data->root;
-        const auto keyboard
-            = xcb_grab_keyboard(display, 1, root, XCB_CURRENT_TIME, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
-        const auto pointer = xcb_grab_pointer(display, 1, root, XCB_EVENT_MASK_BUTTON_PRESS,
-            XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE, XCB_NONE, XCB_CURRENT_TIME);
-        auto* ofKeyboard = xcb_grab_keyboard_reply(display, keyboard, nullptr);
-        auto* ofPointer = xcb_grab_pointer_reply(display, pointer, nullptr);
-        hasBoth = ofKeyboard && ofKeyboard->status == XCB_GRAB_STATUS_SUCCESS && ofPointer
-            && ofPointer->status == XCB_GRAB_STATUS_SUCCESS;
-        std::free(ofKeyboard);
-        std::free(ofPointer);
-    }
-    /// Both have ended when it returns: keys that come then go to a window.
-    ~Grabs()
-    {
-        xcb_ungrab_keyboard(display, XCB_CURRENT_TIME);
-        xcb_ungrab_pointer(display, XCB_CURRENT_TIME);
-        std::free(xcb_get_input_focus_reply(display, xcb_get_input_focus(display), nullptr));
-        xcb_disconnect(display);
-    }
-    Q_DISABLE_COPY_MOVE(Grabs)
-};
-
 bool canLock()
 {
-    return Grabs().hasBoth;
+    return InputGrabs().hasBoth;
 }
 
 } // namespace
@@ -84,7 +53,7 @@ private Q_SLOTS:
     void aGrabOfTheKeyboardAloneDoesNotCloseIt()
     {
         const QByteArray window = clickAndOpen("memory", "Memory");
-        Grabs grabs;
+        InputGrabs grabs;
         QVERIFY(grabs.hasBoth);
         QTest::qWait(300);
         QCOMPARE(windows(), QByteArrayList { window });

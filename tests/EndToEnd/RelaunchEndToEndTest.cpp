@@ -1,6 +1,7 @@
 // The settings application relaunches itself in another language.
 
 #include "KestrumShared/Settings/SharedSettings.h"
+#include "tests/Support/InputGrabs.h"
 #include "tests/Support/SettingsAppTest.h"
 #include "tests/Support/SystemCallFilter.h"
 
@@ -56,6 +57,26 @@ private Q_SLOTS:
         fixture().turnToOther();
         QTest::qWait(700);
         QCOMPARE(fixture().settingsApplications(), QList<qint32> { next });
+    }
+
+    void aShortcutOfTheDesktopIsNoLeaving()
+    {
+        constexpr int longerThanTheToolkitWaits = 800;
+        open();
+        const qint32 old = m_window->pid();
+        fixture().write("language", "\"de\"");
+        QTest::qWait(200);
+        auto grabs = std::make_unique<InputGrabs>();
+        QVERIFY(grabs->hasBoth);
+        QTest::qWait(longerThanTheToolkitWaits);
+        grabs.reset();
+        QTest::qWait(longerThanTheToolkitWaits);
+        QCOMPARE(fixture().settingsApplications(), QList<qint32> { old });
+        // Here the shortcut leads to another window.
+        grabs = std::make_unique<InputGrabs>();
+        QTest::qWait(longerThanTheToolkitWaits);
+        fixture().turnToOther();
+        QVERIFY(fixture().settingsApplicationAfter(old) > 0);
     }
 
     void twoChangesGiveOneRelaunch()

@@ -171,10 +171,11 @@ void measure(
     state.counters["p99_us"] = percentile(99);
 }
 
-void latencyBare(benchmark::State& state)
+// The listeners' `role` is "bare", or "loop": the same in the toolkit's event loop.
+void latencyBare(benchmark::State& state, const char* role)
 {
     const int listeners = int(state.range(0));
-    const World world("bare", listeners);
+    const World world(role, listeners);
     const int directory = ::open(world.barePath.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     ::close(::openat(directory, "signal", O_RDONLY | O_CREAT | O_CLOEXEC, 0600));
     const auto post = [directory] { ::utimensat(directory, "signal", nullptr, AT_SYMLINK_NOFOLLOW); };
@@ -250,7 +251,8 @@ void registerAll()
             ->Iterations(busRounds);
     }
     for (const int listeners : { 1, 10 }) {
-        timed(benchmark::RegisterBenchmark("latency/bare", latencyBare))->Arg(listeners);
+        timed(benchmark::RegisterBenchmark("latency/bare", latencyBare, "bare"))->Arg(listeners);
+        timed(benchmark::RegisterBenchmark("latency/loop", latencyBare, "loop"))->Arg(listeners);
         timed(benchmark::RegisterBenchmark("latency/centre", latencyByCentre))->Arg(listeners);
         timed(benchmark::RegisterBenchmark("latency/bus", latencyByBus))->Arg(listeners);
     }

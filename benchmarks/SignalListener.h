@@ -9,6 +9,7 @@
 #include <QFile>
 #include <QFileSystemWatcher>
 #include <QSettings>
+#include <QSocketNotifier>
 #include <QTemporaryDir>
 #include <atomic>
 #include <csignal>
@@ -67,19 +68,39 @@ inline void hear(Page* page)
     ++page->heard;
 }
 
-// The simplest possible listener.
-inline int listenBare(Page* page, const QByteArray& directory)
+inline int bareWatch(const QByteArray& directory)
 {
     const int descriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     ::inotify_add_watch(descriptor, directory.constData(), IN_ATTRIB | IN_CREATE);
+    return descriptor;
+}
+
+inline void hearEvents(Page* page, int watch)
+{
+    alignas(inotify_event) char buffer[4096];
+    if (::read(watch, buffer, sizeof buffer) > 0)
+        hear(page);
+}
+
+// The simplest possible listener.
+inline int listenBare(Page* page, const QByteArray& directory)
+{
+    const int watch = bareWatch(directory);
     ++page->ready;
     for (;;) {
-        alignas(inotify_event) char buffer[4096];
-        pollfd waiting { descriptor, POLLIN, 0 };
+        pollfd waiting { watch, POLLIN, 0 };
         ::poll(&waiting, 1, -1);
-        if (::read(descriptor, buffer, sizeof buffer) > 0)
-            hear(page);
+        hearEvents(page, watch);
     }
+}
+
+// The simplest possible listener of a program of the toolkit.
+inline int listenInEventLoop(Page* page, const QByteArray& directory)
+{
+    QSocketNotifier notifier(bareWatch(directory), QSocketNotifier::Read);
+    QObject::connect(&notifier, &QSocketNotifier::activated, [page](int watch) { hearEvents(page, watch); });
+    ++page->ready;
+    return QCoreApplication::exec();
 }
 
 inline int listenByCentre(Page* page)
@@ -170,6 +191,8 @@ inline std::optional<int> enter(int argc, char** argv)
     if (role == "dconf")
         return readByDconf(page);
     const QCoreApplication application(argc, argv);
+    if (role == "loop")
+        return listenInEventLoop(page, argv[3]);
     if (role == "qt")
         return readByQt(page);
     return role == "centre" ? listenByCentre(page) : readOnSignal(page);

@@ -84,7 +84,7 @@ private Q_SLOTS:
         FaultRow row("writers, one killed");
         qputenv("KESTRUM_TEST_NO_LOCK", "1");
         for (char writer = 'a'; writer < 'e'; ++writer)
-            start(QByteArray(1, writer), 500);
+            start(QByteArray(1, writer), 2000);
         qunsetenv("KESTRUM_TEST_NO_LOCK");
         bool isLost = false;
         for (const auto& writer : m_writers) {

@@ -2,7 +2,8 @@
 // These replace the C library's functions in the program that they are linked into. An environment variable switches each on.
 //   KESTRUM_TEST_SLOW_FLUSH    the delay of each flush in µs: tests save to memory, where a flush takes no time and writers never
 //                              wait long for the lock
-//   KESTRUM_TEST_NO_LOCK       every lock is given to everybody: a writer without a lock, for checks of the checks
+//   KESTRUM_TEST_NO_LOCK       every lock is given to everybody, and renames are late, so that writers meet: a writer without a
+//                              lock, for checks of the checks
 //   KESTRUM_TEST_CLOCK         a file that holds a number (`qint64`) of seconds: the clock is so far ahead. The number may change
 //                              at any time
 
@@ -34,6 +35,12 @@ int64_t secondsAhead()
     return seconds ? *seconds : 0;
 }
 
+bool isWithoutLocks()
+{
+    static const bool isLying = std::getenv("KESTRUM_TEST_NO_LOCK") != nullptr;
+    return isLying;
+}
+
 } // namespace
 
 extern "C" {
@@ -48,8 +55,15 @@ int fsync(int file)
 
 int flock(int file, int operation) noexcept
 {
-    static const bool isLying = std::getenv("KESTRUM_TEST_NO_LOCK") != nullptr;
-    return isLying ? 0 : int(::syscall(SYS_flock, file, operation));
+    return isWithoutLocks() ? 0 : int(::syscall(SYS_flock, file, operation));
+}
+
+int renameat(int directory, const char* path, int newDirectory, const char* newPath) noexcept
+{
+    constexpr useconds_t delay = 200; // µs
+    if (isWithoutLocks())
+        ::usleep(delay);
+    return int(::syscall(SYS_renameat2, directory, path, newDirectory, newPath, 0));
 }
 
 int clock_gettime(clockid_t clock, struct timespec* now) noexcept

@@ -11,6 +11,7 @@
 #include <QThread>
 #include <atomic>
 #include <memory>
+#include <optional>
 
 namespace kestrum {
 
@@ -33,7 +34,7 @@ public:
                 }
                 return now;
             },
-            [this](const TopApps& apps) { return cost.value_or(apps.cost()); }, 0ms)
+            [hold = m_hold](const TopApps& apps) { return hold->cost.value_or(apps.cost()); }, 0ms)
     {
         QObject::connect(&bell, &Bell::rung, [this] { list.collect(); });
         setTicks(0);
@@ -94,6 +95,7 @@ private:
         std::atomic<bool> isOn = false;
         std::atomic<int> waiting = 0;
         QSemaphore wake;
+        std::optional<AppListReader::Clock::duration> cost;
     };
     const std::shared_ptr<Hold> m_hold = std::make_shared<Hold>();
     FileTree m_tree;
@@ -102,7 +104,8 @@ public:
     std::chrono::milliseconds passed {};                     ///< besides the time that really passes
     std::chrono::milliseconds late {};                       ///< how much later the workers begin
     std::optional<AppListReader::Clock::time_point> stopped; ///< since when no time really passes
-    std::optional<AppListReader::Clock::duration> cost;      ///< of each scan, if not what it really costs
+    /// What each scan costs, if not what it really costs.
+    std::optional<AppListReader::Clock::duration>& cost = m_hold->cost;
     Bell bell;
     AppListReader list;
 };
